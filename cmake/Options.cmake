@@ -1,0 +1,51 @@
+# Build options and the one interface target that carries warnings, visibility and instrumentation to all our code.
+option(TALLOW_WERROR "Treat warnings as errors" OFF)
+option(TALLOW_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(TALLOW_COVERAGE "Build with coverage counters" OFF)
+option(TALLOW_FUZZ "Build the fuzz targets (clang only)" OFF)
+option(TALLOW_TESTS "Build the tests" ON)
+option(TALLOW_BENCH "Build the benchmarks" ON)
+set(TALLOW_PLATFORM_LIBRARY "" CACHE FILEPATH
+    "Another implementation of the Crypto and Support services to link in place of libtallow-platform")
+
+add_library(tallow_options INTERFACE)
+target_compile_features(tallow_options INTERFACE cxx_std_20)
+target_compile_options(tallow_options INTERFACE -Wall -Wextra -Wpedantic -fvisibility=hidden -fvisibility-inlines-hidden
+                                                -fno-strict-aliasing)
+target_include_directories(tallow_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
+if(TALLOW_WERROR)
+  target_compile_options(tallow_options INTERFACE -Werror)
+endif()
+if(TALLOW_SANITIZE)
+  target_compile_options(tallow_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+                                                  -fno-omit-frame-pointer)
+  target_link_options(tallow_options INTERFACE -fsanitize=address,undefined)
+endif()
+if(TALLOW_FUZZ)
+  target_compile_options(tallow_options INTERFACE -fsanitize=fuzzer-no-link)
+endif()
+if(TALLOW_COVERAGE)
+  target_compile_options(tallow_options INTERFACE --coverage)
+  target_link_options(tallow_options INTERFACE --coverage)
+endif()
+
+# tallow_subsystem(NAME SOURCES ... [PUBLIC_HEADERS ...] [LINK ...])
+# One subsystem: an archive tallow_NAME for the tests, whose objects also go into the shared library. PUBLIC_HEADERS
+# are installed, and compiled one by one by the house tests.
+function(tallow_subsystem name)
+  cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC_HEADERS;LINK" ${ARGN})
+  add_library(tallow_${name} STATIC ${arg_SOURCES})
+  set_target_properties(tallow_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
+  target_link_libraries(tallow_${name} PUBLIC tallow_options ${arg_LINK})
+  list(TRANSFORM arg_PUBLIC_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
+  set_property(GLOBAL APPEND PROPERTY TALLOW_PUBLIC_HEADERS ${arg_PUBLIC_HEADERS})
+endfunction()
+
+# tallow_test(NAME SOURCES ... LINK ...): one GoogleTest program, registered with CTest under its name.
+function(tallow_test name)
+  cmake_parse_arguments(arg "" "" "SOURCES;LINK" ${ARGN})
+  add_executable(${name} ${arg_SOURCES})
+  target_link_libraries(${name} PRIVATE tallow_options ${arg_LINK} GTest::gmock GTest::gtest_main)
+  add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}/tests)
+  set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+endfunction()

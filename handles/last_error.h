@@ -1,0 +1,16 @@
+// The one rule that turns a last-error value of the services into a status.
+#pragma once
+
+#include <cstdint>
+
+#include "export.h"
+
+namespace ATL2 {
+
+/// A value of 1 or more becomes 0x80070000 with its low 16 bits; 0 and negative values stay as they are.
+[[nodiscard]] TALLOW_EXPORT std::int32_t convertLastError(std::uint32_t lastError) noexcept;
+
+/// convertLastError(GetLastError()); call it directly after the failing service call.
+[[nodiscard]] TALLOW_EXPORT std::int32_t convertedLastError() noexcept;
+
+}  // namespace ATL2
