@@ -1,0 +1,56 @@
+// The signed answer of a responder (RFC 6960, 4.2.1).
+//
+//   BasicOCSPResponse ::= SEQUENCE { tbsResponseData ResponseData, signatureAlgorithm AlgorithmIdentifier,
+//                                    signature BIT STRING, certs [0] EXPLICIT SEQUENCE OF Certificate OPTIONAL }
+//   ResponseData ::= SEQUENCE { version [0] EXPLICIT INTEGER OPTIONAL, responderID ResponderID,
+//                               producedAt GeneralizedTime, responses SEQUENCE OF SingleResponse,
+//                               responseExtensions [1] EXPLICIT Extensions OPTIONAL }
+#pragma once
+
+#include <memory>
+
+#include "asn1/algorithm_identifier.h"
+#include "asn1/extensions.h"
+#include "export.h"
+#include "foundation/blob.h"
+#include "foundation/date_time.h"
+#include "message/responder_id.h"
+#include "message/single_response.h"
+
+namespace Orvane::PKI::OCSP {
+
+/// Pointers and references from getters live until the object changes.
+class TALLOW_EXPORT CBasicResponse {
+public:
+    CBasicResponse();
+    CBasicResponse(CBasicResponse const&);
+    CBasicResponse(CBasicResponse&&) noexcept;
+    CBasicResponse& operator=(CBasicResponse const&);
+    CBasicResponse& operator=(CBasicResponse&&) noexcept;
+    ~CBasicResponse();
+
+    /// Replaces the content by a DER BasicOCSPResponse and keeps the bytes as they came, since the signature is checked
+    /// over them and not over a new encoding. Throws kAsn1Error for malformed input, kAsn1Memory when memory is
+    /// exhausted; the object keeps its old content then.
+    void decode(CBlob const& data);
+
+    CSingleResponseList const& get_responses() const;
+    /// Null when absent; wire order.
+    ASN1::CExtensions const* get_responseExtensions() const;
+    /// The DER certificates carried, byte for byte; null when absent.
+    CBlobList const* get_certs() const;
+    CDateTime const& get_producedAt() const;
+    CResponderID const& get_responderID() const;
+    ASN1::CAlgorithmIdentifier const& get_signatureAlgorithm() const;
+
+    /// True when the signature over tbsResponseData verifies with the public key of the DER `certificate`; false when
+    /// it does not. Throws when the check cannot be made: kAsn1Error for bytes that are no certificate, the converted
+    /// last error when the algorithm is not known or refused.
+    bool verify(CBlob const& certificate) const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace Orvane::PKI::OCSP

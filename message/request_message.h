@@ -1,0 +1,68 @@
+// A whole OCSP request (RFC 6960, 4.1.1).
+//
+//   OCSPRequest ::= SEQUENCE { tbsRequest TBSRequest, optionalSignature [0] EXPLICIT OCSPSignature OPTIONAL }
+//   TBSRequest  ::= SEQUENCE { version [0] EXPLICIT INTEGER OPTIONAL, requestorName [1] EXPLICIT GeneralName OPTIONAL,
+//                              requestList SEQUENCE OF Request, requestExtensions [2] EXPLICIT Extensions OPTIONAL }
+#pragma once
+
+#include <memory>
+
+#include "asn1/algorithm_identifier.h"
+#include "asn1/extensions.h"
+#include "export.h"
+#include "foundation/blob.h"
+#include "message/single_request.h"
+
+namespace Orvane::PKI::OCSP {
+
+/// Build: put_requestList, put_requestExtensions, for a signed request put_requestorName and sign, then encode.
+/// Read: decode, then the getters. Pointers and references from getters live until the object changes.
+class TALLOW_EXPORT CRequestMessage {
+public:
+    CRequestMessage();
+    /// `writeVersion` true writes the version field even though it holds its default, v1, for the few responders that
+    /// insist on seeing it; false gives plain DER, which leaves the default out.
+    explicit CRequestMessage(bool writeVersion);
+    CRequestMessage(CRequestMessage const&);
+    CRequestMessage& operator=(CRequestMessage const&);
+    ~CRequestMessage();
+
+    /// Replaces the content by a whole DER OCSPRequest. Throws kAsn1Error for malformed input, kAsn1Memory when memory
+    /// is exhausted; the object keeps its old content then.
+    void decode(CBlob const& data);
+    /// The whole DER OCSPRequest. After decode or sign with the tbsRequest bytes that were read or signed.
+    CBlob encode() const;
+
+    CSingleRequestList const& get_requestList() const;
+    void put_requestList(CSingleRequestList const& list);
+
+    /// Null when absent; an empty SEQUENCE OF on the wire is refused by the decoder (an Extensions holds at least one).
+    ASN1::CExtensions const* get_requestExtensions() const;
+    void put_requestExtensions(ASN1::CExtensions const* extensions);
+
+    /// The DER Name inside requestorName's directoryName; null when requestorName is absent or of another kind.
+    CBlob const* get_requestorName() const;
+    void put_requestorName(CBlob const* name);
+
+    /// Null for an unsigned request.
+    ASN1::CAlgorithmIdentifier const* get_signatureAlgorithm() const;
+    /// The DER certificates that travel with the signature; null when absent.
+    CBlobList const* get_signatureCerts() const;
+
+    /// Signs the TBSRequest with the private key behind the provider handle `hProv` (stays the caller's) and key
+    /// specification `keySpec`. `certs` may be null or empty; the field is left out then. Call it after all put_
+    /// operations: changing the content drops the signature. Throws the converted last error when the key cannot sign.
+    void sign(unsigned long long hProv, unsigned int keySpec, ASN1::CAlgorithmIdentifierEx const& signatureAlgorithm,
+              CBlobList const* certs);
+
+    /// True when the signature verifies with the public key of the DER `certificate`; false when it does not, and for
+    /// an unsigned request. Throws when the check cannot be made: kAsn1Error for bytes that are no certificate, the
+    /// converted last error when the algorithm is not known or refused.
+    bool verify(CBlob const& certificate) const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace Orvane::PKI::OCSP

@@ -1,0 +1,48 @@
+// One answer of an OCSP response (RFC 6960, 4.2.1).
+//
+//   SingleResponse ::= SEQUENCE { reqCert ReqCert, certStatus CertStatus, thisUpdate GeneralizedTime,
+//                                 nextUpdate [0] EXPLICIT GeneralizedTime OPTIONAL,
+//                                 singleExtensions [1] EXPLICIT Extensions OPTIONAL }
+#pragma once
+
+#include <list>
+#include <optional>
+
+#include "asn1/extensions.h"
+#include "export.h"
+#include "foundation/date_time.h"
+#include "message/cert_id.h"
+#include "message/cert_status.h"
+
+namespace Orvane::PKI::OCSP {
+
+class TALLOW_EXPORT CSingleResponse {
+public:
+    CSingleResponse(CReqCert reqCert, CCertStatus certStatus, CDateTime const& thisUpdate,
+                    std::optional<CDateTime> nextUpdate, std::optional<ASN1::CExtensions> singleExtensions);
+    CSingleResponse(CSingleResponse const&);
+    CSingleResponse(CSingleResponse&&) noexcept;
+    CSingleResponse& operator=(CSingleResponse const&);
+    CSingleResponse& operator=(CSingleResponse&&) noexcept;
+    ~CSingleResponse();
+
+    CReqCert const& get_reqCert() const { return reqCert_; }
+    CCertStatus const& get_certStatus() const { return certStatus_; }
+    CDateTime const& get_thisUpdate() const { return thisUpdate_; }
+    /// Null when absent.
+    CDateTime const* get_nextUpdate() const { return nextUpdate_ ? &*nextUpdate_ : nullptr; }
+    /// Null when absent; wire order.
+    ASN1::CExtensions const* get_singleExtensions() const { return extensions_ ? &*extensions_ : nullptr; }
+
+private:
+    CReqCert reqCert_;
+    CCertStatus certStatus_;
+    CDateTime thisUpdate_;
+    std::optional<CDateTime> nextUpdate_;
+    std::optional<ASN1::CExtensions> extensions_;
+};
+
+/// The responses, in wire order.
+class TALLOW_EXPORT CSingleResponseList : public std::list<CSingleResponse> {};
+
+}  // namespace Orvane::PKI::OCSP
