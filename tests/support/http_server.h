@@ -1,0 +1,89 @@
+// A small HTTP server on 127.0.0.1 that does as it is told, also wrongly: wrong status, redirects, chunked bodies, cut
+// or endless bodies, slow or closed connections. Each connection is served once, on its own thread, and closed.
+//
+//   HttpServer server([](const HttpRequest&) { return HttpReply{.body = crl}; });
+//   fetch(server.url("/ca.crl"));
+#pragma once
+
+#include <atomic>
+#include <cstddef>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <thread>
+#include <utility>
+#include <vector>
+
+#include "tests/support/bytes.h"
+#include "tests/support/pki.h"
+
+namespace testkit {
+
+struct HttpRequest {
+    std::string method;
+    std::string target;
+    std::vector<std::pair<std::string, std::string>> headers;
+    Bytes body;
+
+    /// The first value of a header, name compared without case; empty when absent.
+    std::string header(const std::string& name) const;
+};
+
+enum class BodyFraming { kContentLength, kChunked, kUntilClose };
+
+struct HttpReply {
+    int status = 200;
+    std::string contentType = "application/octet-stream";
+    std::vector<std::pair<std::string, std::string>> headers = {};
+    Bytes body = {};
+    BodyFraming framing = BodyFraming::kContentLength;
+    std::optional<std::size_t> cutBodyAfter = std::nullopt;  // close the connection after so many octets of the body
+    std::size_t padBodyTo = 0;                     // zero octets behind the body up to this size, made while sending
+    bool closeAtOnce = false;                      // close without a single octet
+    int delayMs = 0;                               // before the first octet
+    int pauseEachKilobyteMs = 0;                   // after each 1024 octets of the body
+    std::optional<Bytes> rawReply = std::nullopt;  // in place of everything: status line, headers and body as they are
+};
+
+/// A reply that redirects to `location`.
+HttpReply redirectTo(const std::string& location, int status = 302);
+
+class HttpServer {
+public:
+    using Handler = std::function<HttpReply(const HttpRequest&)>;
+
+    /// Listens at once. With `tls` it speaks TLS with that certificate, and url() begins with https.
+    explicit HttpServer(Handler handler, const Identity* tls = nullptr);
+    ~HttpServer();
+    HttpServer(const HttpServer&) = delete;
+    HttpServer& operator=(const HttpServer&) = delete;
+
+    int port() const { return port_; }
+    /// "http://127.0.0.1:port" and `path`.
+    std::string url(const std::string& path = "/") const;
+
+    /// All requests that were read whole so far.
+    std::vector<HttpRequest> requests() const;
+
+private:
+    struct Tls;
+    void acceptLoop();
+    void serve(int connection);
+
+    Handler handler_;
+    std::unique_ptr<Tls> tls_;
+    int listener_ = -1;
+    int port_ = 0;
+    std::atomic<bool> stopping_{false};
+    mutable std::mutex mutex_;
+    std::vector<HttpRequest> requests_;
+    std::vector<std::thread> connections_;
+    std::thread acceptor_;
+};
+
+/// A port of 127.0.0.1 on which nobody listens.
+int closedPort();
+
+}  // namespace testkit

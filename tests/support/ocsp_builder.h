@@ -1,0 +1,106 @@
+// OCSP requests' counterparts: responses in which every field can be set, also wrongly. Written with the TLV writer,
+// signed with libcrypto.
+//
+//   ResponseSpec spec(pki.delegate);
+//   spec.entries.push_back(EntrySpec(certIdOf(pki.good, pki.ca)));
+//   Bytes der = buildResponse(spec);
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "tests/support/bytes.h"
+#include "tests/support/pki.h"
+
+namespace testkit {
+
+inline constexpr const char* kSha1Oid = "1.3.14.3.2.26";
+inline constexpr const char* kSha256Oid = "2.16.840.1.101.3.4.2.1";
+inline constexpr const char* kSha384Oid = "2.16.840.1.101.3.4.2.2";
+inline constexpr const char* kSha512Oid = "2.16.840.1.101.3.4.2.3";
+inline constexpr const char* kBasicResponseOid = "1.3.6.1.5.5.7.48.1.1";
+inline constexpr const char* kNonceOid = "1.3.6.1.5.5.7.48.1.2";
+
+/// A digest by its OID; an unknown OID ends the test with an exception.
+Bytes digest(const std::string& hashOid, const Bytes& data);
+
+struct CertIdSpec {
+    std::string hashOid = kSha1Oid;
+    Bytes issuerNameHash;
+    Bytes issuerKeyHash;
+    Bytes serial;                // content octets
+    bool nullParameters = true;  // NULL, or parameters left out
+
+    Bytes encode() const;
+};
+
+/// The identifier of `subject` under `issuer`.
+CertIdSpec certIdOf(const Identity& subject, const Identity& issuer, const std::string& hashOid = kSha1Oid);
+
+struct ExtensionSpec {
+    std::string oid;
+    bool critical = false;
+    Bytes value;  // content of extnValue
+
+    Bytes encode() const;
+};
+
+enum class EntryStatus { kGood, kRevoked, kUnknown };
+
+struct EntrySpec {
+    EntrySpec() = default;
+    explicit EntrySpec(CertIdSpec certId, EntryStatus entryStatus = EntryStatus::kGood);
+
+    CertIdSpec id;
+    EntryStatus status = EntryStatus::kGood;
+    std::string revocationTime = generalizedTimeText(-7200);
+    std::optional<int> revocationReason;
+    std::string thisUpdate = generalizedTimeText(-60);
+    std::optional<std::string> nextUpdate = generalizedTimeText(3600);
+    std::vector<ExtensionSpec> extensions;
+    std::optional<Bytes> raw;  // stands in place of the whole SingleResponse
+
+    Bytes encode() const;
+};
+
+enum class ResponderIdKind { kByName, kByKey };
+
+struct ResponseSpec {
+    explicit ResponseSpec(Identity responseSigner);
+
+    // Outermost.
+    int responseStatus = 0;  // responseBytes are written for 0 only
+    std::string responseType = kBasicResponseOid;
+    bool bare = false;  // BasicOCSPResponse alone
+    Bytes trailing;     // behind the whole message
+
+    // ResponseData.
+    std::optional<int> version;  // [0] left out when absent
+    ResponderIdKind responderIdKind = ResponderIdKind::kByName;
+    std::optional<Bytes> responderId;  // the whole CHOICE in place of what follows from `signer`
+    std::string producedAt = generalizedTimeText(0);
+    std::vector<EntrySpec> entries;
+    std::vector<ExtensionSpec> extensions;
+
+    // Signature and certificates.
+    Identity signer;
+    std::string hash = "SHA256";
+    bool pss = false;
+    std::optional<Bytes> signatureAlgorithm;              // DER in place of the true one
+    bool corruptSignature = false;                        // last octet flipped
+    bool includeSigner = true;                            // the signer's certificate comes first
+    std::vector<Bytes> certificates;                      // further ones, in this order
+    std::optional<std::vector<Bytes>> exactCertificates;  // these and no other, in this order
+};
+
+Bytes buildResponse(const ResponseSpec& spec);
+
+/// DER of ResponseData, the bytes under the signature.
+Bytes buildResponseData(const ResponseSpec& spec);
+
+/// A nonce extension whose value is an OCTET STRING of `nonce`.
+ExtensionSpec nonceExtension(const Bytes& nonce);
+
+}  // namespace testkit

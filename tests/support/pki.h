@@ -1,0 +1,112 @@
+// Keys, certificates and CRLs for tests, made in process with libcrypto (a whole PKI takes a few milliseconds), and one
+// ready PKI that a test program makes once.
+//
+//   const Pki& pki = Pki::shared();
+//   CertificateSpec spec;
+//   spec.commonName = "delegate";
+//   spec.extendedKeyUsage = "OCSPSigning";
+//   Identity delegate = issue(pki.ca, spec);
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "tests/support/bytes.h"
+
+struct evp_pkey_st;
+
+namespace testkit {
+
+enum class KeyKind { kEcP256, kEcP384, kRsa2048, kRsa1024, kEd25519 };
+
+/// A private key; copies share it.
+class Key {
+public:
+    /// A fresh key. RSA keys come from a pool of four a kind, since making one takes long: distinct until the fifth.
+    static Key make(KeyKind kind = KeyKind::kEcP256);
+
+    evp_pkey_st* get() const { return key_.get(); }
+
+    /// PKCS #8 in PEM, not encrypted.
+    std::string pem() const;
+
+    /// Content of subjectPublicKey, without the unused-bits octet: what key hashes are made of.
+    Bytes publicKeyBits() const;
+
+private:
+    std::shared_ptr<evp_pkey_st> key_;
+};
+
+/// A certificate and its private key.
+struct Identity {
+    Bytes certificate;
+    Key key;
+
+    std::string certificatePem() const;
+    /// DER of the subject name.
+    Bytes subject() const;
+    /// Content octets of the serial number's INTEGER.
+    Bytes serial() const;
+};
+
+/// What a certificate says. Extension texts are those of OpenSSL's configuration; an empty text leaves it out.
+struct CertificateSpec {
+    std::string commonName = "subject";
+    std::optional<Key> key;                  // a fresh P-256 key when absent
+    std::optional<Bytes> serial;             // content octets; random and positive when absent
+    long notBeforeSeconds = -3600;           // from now
+    long notAfterSeconds = 30L * 24 * 3600;  // from now
+    bool ca = false;                         // basicConstraints CA:TRUE, keyUsage keyCertSign and cRLSign by default
+    std::optional<int> pathLength;
+    std::optional<std::string> keyUsage;  // "critical,digitalSignature"; when absent: CA bits for a CA, none for others
+    std::string extendedKeyUsage;         // "OCSPSigning", "1.2.3.4", "critical,serverAuth"
+    bool ocspNoCheck = false;
+    std::vector<std::string> ocspUrls;                      // authorityInfoAccess, OCSP
+    std::vector<std::string> caIssuersUrls;                 // authorityInfoAccess, caIssuers
+    std::vector<std::string> crlUrls;                       // cRLDistributionPoints, one point each
+    std::vector<std::pair<std::string, Bytes>> extensions;  // further ones: OID and the DER of the value
+    bool keyIdentifiers = true;                             // subjectKeyIdentifier and authorityKeyIdentifier
+    std::string hash = "SHA256";                            // of the signature; ignored for Ed25519
+    bool pss = false;                                       // RSASSA-PSS signature (issuer with an RSA key)
+};
+
+/// Signed by `issuer`, with its subject as issuer name.
+Identity issue(const Identity& issuer, const CertificateSpec& spec);
+Identity selfSigned(CertificateSpec spec);
+
+/// A CA under `issuer`, or a root; the shortest way to one.
+Identity issueCa(const Identity& issuer, const std::string& commonName);
+Identity rootCa(const std::string& commonName);
+
+struct CrlSpec {
+    std::vector<Bytes> revokedSerials;   // content octets
+    long lastUpdateSeconds = -3600;      // from now; also the revocation date of all entries
+    long nextUpdateSeconds = 24 * 3600;  // from now
+    std::string hash = "SHA256";
+    std::vector<std::pair<std::string, Bytes>> extensions;  // OID and DER; cRLNumber 1 is always there
+};
+
+/// DER of a CRL signed by `issuer`.
+Bytes makeCrl(const Identity& issuer, const CrlSpec& spec);
+
+/// The PKI most tests need. All names are in `commonName`s as the members are called.
+struct Pki {
+    Identity root;                    // trusted by nobody until a test says so
+    Identity ca;                      // under root; issuer of all that follows unless said otherwise
+    Identity sibling;                 // another CA under root
+    Identity subCa;                   // a CA under ca
+    Identity sameNameCa;              // subject equal to that of ca, another key, self-signed
+    Identity good, revoked, unknown;  // leaf certificates
+    Identity delegate;                // OCSPSigning, digitalSignature, ocsp-nocheck absent
+
+    /// Made on first use, once in a program.
+    static const Pki& shared();
+};
+
+/// GeneralizedTime text of now plus `seconds`, "20260102030405Z".
+std::string generalizedTimeText(long seconds);
+
+}  // namespace testkit
