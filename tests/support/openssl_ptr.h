@@ -1,0 +1,45 @@
+// Owners of OpenSSL's objects for the test fixtures' own sources.
+#pragma once
+
+#include <openssl/bio.h>
+#include <openssl/err.h>
+#include <openssl/evp.h>
+#include <openssl/x509.h>
+#include <openssl/x509v3.h>
+
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+namespace testkit {
+
+template <auto Free>
+struct FreeWith {
+    template <typename T>
+    void operator()(T* object) const {
+        Free(object);
+    }
+};
+
+using BioPtr = std::unique_ptr<BIO, FreeWith<BIO_free_all>>;
+using PkeyCtxPtr = std::unique_ptr<EVP_PKEY_CTX, FreeWith<EVP_PKEY_CTX_free>>;
+using MdCtxPtr = std::unique_ptr<EVP_MD_CTX, FreeWith<EVP_MD_CTX_free>>;
+using X509Ptr = std::unique_ptr<X509, FreeWith<X509_free>>;
+using X509NamePtr = std::unique_ptr<X509_NAME, FreeWith<X509_NAME_free>>;
+using X509CrlPtr = std::unique_ptr<X509_CRL, FreeWith<X509_CRL_free>>;
+using X509RevokedPtr = std::unique_ptr<X509_REVOKED, FreeWith<X509_REVOKED_free>>;
+using X509ExtensionPtr = std::unique_ptr<X509_EXTENSION, FreeWith<X509_EXTENSION_free>>;
+using Asn1IntegerPtr = std::unique_ptr<ASN1_INTEGER, FreeWith<ASN1_INTEGER_free>>;
+using Asn1TimePtr = std::unique_ptr<ASN1_TIME, FreeWith<ASN1_TIME_free>>;
+using Asn1OctetStringPtr = std::unique_ptr<ASN1_OCTET_STRING, FreeWith<ASN1_OCTET_STRING_free>>;
+
+/// Ends the test with OpenSSL's reason when a fixture cannot be made.
+inline void require(bool condition, const char* what) {
+    if (!condition) {
+        char reason[256];
+        ERR_error_string_n(ERR_get_error(), reason, sizeof reason);
+        throw std::runtime_error(std::string(what) + ": " + reason);
+    }
+}
+
+}  // namespace testkit

@@ -1,0 +1,323 @@
+#include "tests/support/pki.h"
+
+#include <openssl/ec.h>
+#include <openssl/pem.h>
+#include <openssl/rand.h>
+#include <openssl/rsa.h>
+
+#include <array>
+#include <ctime>
+
+#include "tests/support/openssl_ptr.h"
+
+namespace testkit {
+
+namespace {
+
+// Small exponents and few keys a kind keep RSA affordable: the pool of four is made key by key, as needed.
+constexpr std::size_t kRsaPoolSize = 4;
+
+std::shared_ptr<EVP_PKEY> generate(KeyKind kind) {
+    EVP_PKEY* key = nullptr;
+    switch (kind) {
+        case KeyKind::kEcP256:
+            key = EVP_EC_gen("P-256");
+            break;
+        case KeyKind::kEcP384:
+            key = EVP_EC_gen("P-384");
+            break;
+        case KeyKind::kRsa2048:
+            key = EVP_RSA_gen(2048U);
+            break;
+        case KeyKind::kRsa1024:
+            key = EVP_RSA_gen(1024U);
+            break;
+        case KeyKind::kEd25519:
+            key = EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519");
+            break;
+    }
+    require(key != nullptr, "making a key");
+    return {key, EVP_PKEY_free};
+}
+
+std::shared_ptr<EVP_PKEY> pooledRsa(KeyKind kind) {
+    static std::array<std::vector<std::shared_ptr<EVP_PKEY>>, 2> pools;
+    static std::array<std::size_t, 2> next{};
+    const std::size_t which = kind == KeyKind::kRsa2048 ? 0 : 1;
+    const std::size_t slot = next.at(which)++ % kRsaPoolSize;
+    auto& pool = pools.at(which);
+    if (slot == pool.size()) {
+        pool.push_back(generate(kind));
+    }
+    return pool[slot];
+}
+
+template <typename Object, typename Encoder>
+Bytes toDer(Object* object, Encoder encoder) {
+    unsigned char* der = nullptr;
+    const int size = encoder(object, &der);
+    require(size > 0, "encoding");
+    Bytes bytes(der, der + size);
+    OPENSSL_free(der);
+    return bytes;
+}
+
+X509Ptr parseCertificate(const Bytes& der) {
+    const unsigned char* at = der.data();
+    X509Ptr certificate(d2i_X509(nullptr, &at, static_cast<long>(der.size())));
+    require(certificate != nullptr, "reading a certificate");
+    return certificate;
+}
+
+X509NamePtr makeName(const std::string& commonName) {
+    X509NamePtr name(X509_NAME_new());
+    require(X509_NAME_add_entry_by_txt(name.get(), "CN", MBSTRING_UTF8,
+                                       reinterpret_cast<const unsigned char*>(commonName.data()),
+                                       static_cast<int>(commonName.size()), -1, 0) == 1,
+            "making a name");
+    return name;
+}
+
+Asn1IntegerPtr makeSerial(const std::optional<Bytes>& serial) {
+    Bytes content = serial.value_or(Bytes(10));
+    if (!serial) {
+        RAND_bytes(content.data(), static_cast<int>(content.size()));
+        content[0] = static_cast<std::uint8_t>((content[0] & 0x3F) | 0x40);  // positive, and of full length
+    }
+    Bytes der{0x02, static_cast<std::uint8_t>(content.size())};
+    der.insert(der.end(), content.begin(), content.end());
+    const unsigned char* at = der.data();
+    Asn1IntegerPtr integer(d2i_ASN1_INTEGER(nullptr, &at, static_cast<long>(der.size())));
+    require(integer != nullptr, "making a serial number");
+    return integer;
+}
+
+X509ExtensionPtr rawExtension(const std::string& oid, const Bytes& value) {
+    Asn1OctetStringPtr content(ASN1_OCTET_STRING_new());
+    require(ASN1_OCTET_STRING_set(content.get(), value.data(), static_cast<int>(value.size())) == 1, "extension value");
+    ASN1_OBJECT* object = OBJ_txt2obj(oid.c_str(), 1);
+    require(object != nullptr, "extension identifier");
+    X509ExtensionPtr extension(X509_EXTENSION_create_by_OBJ(nullptr, object, 0, content.get()));
+    ASN1_OBJECT_free(object);
+    return extension;
+}
+
+void addExtension(X509* certificate, X509* issuer, int nid, const std::string& value) {
+    if (value.empty()) {
+        return;
+    }
+    X509V3_CTX context;
+    X509V3_set_ctx(&context, issuer, certificate, nullptr, nullptr, 0);
+    X509V3_set_ctx_nodb(&context);
+    const X509ExtensionPtr extension(X509V3_EXT_conf_nid(nullptr, &context, nid, value.c_str()));
+    require(extension != nullptr && X509_add_ext(certificate, extension.get(), -1) == 1, value.c_str());
+}
+
+std::string accessList(const CertificateSpec& spec) {
+    std::string list;
+    const auto append = [&list](const char* method, const std::string& url) {
+        list += (list.empty() ? "" : ",") + std::string(method) + ";URI:" + url;
+    };
+    for (const std::string& url : spec.ocspUrls) {
+        append("OCSP", url);
+    }
+    for (const std::string& url : spec.caIssuersUrls) {
+        append("caIssuers", url);
+    }
+    return list;
+}
+
+std::string pointList(const std::vector<std::string>& urls) {
+    std::string list;
+    for (const std::string& url : urls) {
+        list += (list.empty() ? "URI:" : ",URI:") + url;
+    }
+    return list;
+}
+
+void addExtensions(X509* certificate, X509* issuer, const CertificateSpec& spec) {
+    if (spec.ca) {
+        const std::string length = spec.pathLength ? ",pathlen:" + std::to_string(*spec.pathLength) : "";
+        addExtension(certificate, issuer, NID_basic_constraints, "critical,CA:TRUE" + length);
+    }
+    addExtension(certificate, issuer, NID_key_usage,
+                 spec.keyUsage.value_or(spec.ca ? "critical,keyCertSign,cRLSign,digitalSignature" : ""));
+    addExtension(certificate, issuer, NID_ext_key_usage, spec.extendedKeyUsage);
+    addExtension(certificate, issuer, NID_id_pkix_OCSP_noCheck, spec.ocspNoCheck ? "ignored" : "");
+    addExtension(certificate, issuer, NID_info_access, accessList(spec));
+    addExtension(certificate, issuer, NID_crl_distribution_points, pointList(spec.crlUrls));
+    if (spec.keyIdentifiers) {
+        addExtension(certificate, issuer, NID_subject_key_identifier, "hash");
+        addExtension(certificate, issuer, NID_authority_key_identifier, "keyid");
+    }
+    for (const auto& [oid, value] : spec.extensions) {
+        const X509ExtensionPtr extension = rawExtension(oid, value);
+        require(X509_add_ext(certificate, extension.get(), -1) == 1, oid.c_str());
+    }
+}
+
+// Opens a signing context with the digest and, for RSASSA-PSS, its padding.
+MdCtxPtr signingContext(EVP_PKEY* key, const std::string& hash, bool pss) {
+    MdCtxPtr context(EVP_MD_CTX_new());
+    EVP_PKEY_CTX* keyContext = nullptr;
+    const bool digestless = EVP_PKEY_get_base_id(key) == EVP_PKEY_ED25519;
+    require(EVP_DigestSignInit_ex(context.get(), &keyContext, digestless ? nullptr : hash.c_str(), nullptr, nullptr,
+                                  key, nullptr) == 1,
+            "opening a signature");
+    if (pss) {
+        require(EVP_PKEY_CTX_set_rsa_padding(keyContext, RSA_PKCS1_PSS_PADDING) == 1 &&
+                    EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, RSA_PSS_SALTLEN_DIGEST) == 1,
+                "setting the padding");
+    }
+    return context;
+}
+
+Identity make(const Identity* issuer, const CertificateSpec& spec) {
+    const Key key = spec.key ? *spec.key : Key::make();
+    const X509Ptr certificate(X509_new());
+    const X509Ptr issuerCertificate = issuer != nullptr ? parseCertificate(issuer->certificate) : nullptr;
+    X509* const issuerOrSelf = issuerCertificate ? issuerCertificate.get() : certificate.get();
+
+    X509_set_version(certificate.get(), X509_VERSION_3);
+    X509_set_serialNumber(certificate.get(), makeSerial(spec.serial).get());
+    X509_set_subject_name(certificate.get(), makeName(spec.commonName).get());
+    X509_set_issuer_name(certificate.get(), X509_get_subject_name(issuerOrSelf));
+    X509_gmtime_adj(X509_getm_notBefore(certificate.get()), spec.notBeforeSeconds);
+    X509_gmtime_adj(X509_getm_notAfter(certificate.get()), spec.notAfterSeconds);
+    require(X509_set_pubkey(certificate.get(), key.get()) == 1, "setting the key");
+    addExtensions(certificate.get(), issuerOrSelf, spec);
+
+    EVP_PKEY* const signer = issuer != nullptr ? issuer->key.get() : key.get();
+    require(X509_sign_ctx(certificate.get(), signingContext(signer, spec.hash, spec.pss).get()) > 0,
+            "signing a certificate");
+    return {toDer(certificate.get(), i2d_X509), key};
+}
+
+Pki makePki() {
+    Pki pki;
+    pki.root = rootCa("root");
+    pki.ca = issueCa(pki.root, "ca");
+    pki.sibling = issueCa(pki.root, "sibling");
+    pki.subCa = issueCa(pki.ca, "subCa");
+    pki.sameNameCa = rootCa("ca");
+    CertificateSpec leaf;
+    for (auto [member, name] : {std::pair{&pki.good, "good"}, {&pki.revoked, "revoked"}, {&pki.unknown, "unknown"}}) {
+        leaf.commonName = name;
+        *member = issue(pki.ca, leaf);
+    }
+    CertificateSpec delegate;
+    delegate.commonName = "delegate";
+    delegate.keyUsage = "critical,digitalSignature";
+    delegate.extendedKeyUsage = "OCSPSigning";
+    pki.delegate = issue(pki.ca, delegate);
+    return pki;
+}
+
+}  // namespace
+
+Key Key::make(KeyKind kind) {
+    Key key;
+    const bool rsa = kind == KeyKind::kRsa2048 || kind == KeyKind::kRsa1024;
+    key.key_ = rsa ? pooledRsa(kind) : generate(kind);
+    return key;
+}
+
+std::string Key::pem() const {
+    const BioPtr bio(BIO_new(BIO_s_mem()));
+    require(PEM_write_bio_PKCS8PrivateKey(bio.get(), key_.get(), nullptr, nullptr, 0, nullptr, nullptr) == 1,
+            "writing a key");
+    char* text = nullptr;
+    const long size = BIO_get_mem_data(bio.get(), &text);
+    return {text, static_cast<std::size_t>(size)};
+}
+
+Bytes Key::publicKeyBits() const {
+    X509_PUBKEY* info = nullptr;
+    require(X509_PUBKEY_set(&info, key_.get()) == 1, "reading a public key");
+    const unsigned char* bits = nullptr;
+    int size = 0;
+    X509_PUBKEY_get0_param(nullptr, &bits, &size, nullptr, info);
+    Bytes result(bits, bits + size);
+    X509_PUBKEY_free(info);
+    return result;
+}
+
+std::string Identity::certificatePem() const {
+    return toPem(certificate, "CERTIFICATE");
+}
+
+Bytes Identity::subject() const {
+    const X509Ptr parsed = parseCertificate(certificate);
+    return toDer(X509_get_subject_name(parsed.get()), i2d_X509_NAME);
+}
+
+Bytes Identity::serial() const {
+    const X509Ptr parsed = parseCertificate(certificate);
+    const Bytes der = toDer(X509_get0_serialNumber(parsed.get()), i2d_ASN1_INTEGER);
+    return Bytes(der.begin() + 2, der.end());
+}
+
+Identity issue(const Identity& issuer, const CertificateSpec& spec) {
+    return make(&issuer, spec);
+}
+
+Identity selfSigned(CertificateSpec spec) {
+    return make(nullptr, spec);
+}
+
+Identity issueCa(const Identity& issuer, const std::string& commonName) {
+    CertificateSpec spec;
+    spec.commonName = commonName;
+    spec.ca = true;
+    return issue(issuer, spec);
+}
+
+Identity rootCa(const std::string& commonName) {
+    CertificateSpec spec;
+    spec.commonName = commonName;
+    spec.ca = true;
+    return selfSigned(spec);
+}
+
+Bytes makeCrl(const Identity& issuer, const CrlSpec& spec) {
+    const X509CrlPtr crl(X509_CRL_new());
+    const X509Ptr issuerCertificate = parseCertificate(issuer.certificate);
+    X509_CRL_set_version(crl.get(), X509_CRL_VERSION_2);
+    X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(issuerCertificate.get()));
+    const Asn1TimePtr last(X509_gmtime_adj(nullptr, spec.lastUpdateSeconds));
+    const Asn1TimePtr next(X509_gmtime_adj(nullptr, spec.nextUpdateSeconds));
+    X509_CRL_set1_lastUpdate(crl.get(), last.get());
+    X509_CRL_set1_nextUpdate(crl.get(), next.get());
+    for (const Bytes& serial : spec.revokedSerials) {
+        X509RevokedPtr entry(X509_REVOKED_new());
+        X509_REVOKED_set_serialNumber(entry.get(), makeSerial(serial).get());
+        X509_REVOKED_set_revocationDate(entry.get(), last.get());
+        require(X509_CRL_add0_revoked(crl.get(), entry.release()) == 1, "adding to a CRL");
+    }
+    std::vector<std::pair<std::string, Bytes>> extensions = spec.extensions;
+    extensions.emplace_back("2.5.29.20", Bytes{0x02, 0x01, 0x01});
+    for (const auto& [oid, value] : extensions) {
+        const X509ExtensionPtr extension = rawExtension(oid, value);
+        require(X509_CRL_add_ext(crl.get(), extension.get(), -1) == 1, oid.c_str());
+    }
+    X509_CRL_sort(crl.get());
+    require(X509_CRL_sign_ctx(crl.get(), signingContext(issuer.key.get(), spec.hash, false).get()) > 0,
+            "signing a CRL");
+    return toDer(crl.get(), i2d_X509_CRL);
+}
+
+const Pki& Pki::shared() {
+    static const Pki pki = makePki();
+    return pki;
+}
+
+std::string generalizedTimeText(long seconds) {
+    const std::time_t moment = std::time(nullptr) + seconds;
+    std::tm parts{};
+    ::gmtime_r(&moment, &parts);
+    char text[32];
+    const std::size_t size = std::strftime(text, sizeof text, "%Y%m%d%H%M%SZ", &parts);
+    return {text, size};
+}
+
+}  // namespace testkit

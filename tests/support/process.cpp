@@ -1,0 +1,132 @@
+#include "tests/support/process.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <csignal>
+#include <filesystem>
+#include <stdexcept>
+#include <thread>
+#include <utility>
+
+#include "tests/support/temp_dir.h"
+
+extern char** environ;  // NOLINT: the C library's name
+
+namespace testkit {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+constexpr auto kPollInterval = std::chrono::milliseconds(5);
+
+std::vector<char*> pointers(const std::vector<std::string>& texts) {
+    std::vector<char*> result;
+    for (const std::string& text : texts) {
+        result.push_back(const_cast<char*>(text.c_str()));
+    }
+    result.push_back(nullptr);
+    return result;
+}
+
+// Ours first: the C library's look-ups take the first entry of a name.
+std::vector<std::string> mergedEnvironment(const std::vector<std::string>& added) {
+    std::vector<std::string> all = added;
+    for (char** entry = environ; *entry != nullptr; ++entry) {
+        all.emplace_back(*entry);
+    }
+    return all;
+}
+
+pid_t spawn(const std::vector<std::string>& arguments, const std::string& outPath, const std::string& errPath,
+            const std::vector<std::string>& environment) {
+    posix_spawn_file_actions_t actions;
+    posix_spawn_file_actions_init(&actions);
+    constexpr int kFlags = O_WRONLY | O_CREAT | O_APPEND;
+    posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
+    posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(), kFlags, 0600);
+    posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(), kFlags, 0600);
+    const std::vector<std::string> merged = mergedEnvironment(environment);
+    pid_t pid = -1;
+    const int error = posix_spawnp(&pid, arguments.at(0).c_str(), &actions, nullptr, pointers(arguments).data(),
+                                   pointers(merged).data());
+    posix_spawn_file_actions_destroy(&actions);
+    if (error != 0) {
+        throw std::runtime_error("cannot start " + arguments.at(0));
+    }
+    return pid;
+}
+
+// The exit status, or -1 when the process still runs at the deadline.
+int waitFor(pid_t pid, Clock::time_point deadline) {
+    int status = 0;
+    while (::waitpid(pid, &status, WNOHANG) == 0) {
+        if (Clock::now() > deadline) {
+            return -1;
+        }
+        std::this_thread::sleep_for(kPollInterval);
+    }
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+void kill(pid_t pid) {
+    ::kill(pid, SIGKILL);
+    ::waitpid(pid, nullptr, 0);
+}
+
+std::string textOf(const std::string& path) {
+    if (!std::filesystem::exists(path)) {
+        return {};
+    }
+    const Bytes bytes = readFile(path);
+    return {bytes.begin(), bytes.end()};
+}
+
+}  // namespace
+
+ProcessResult run(const std::vector<std::string>& arguments, int timeoutMs,
+                  const std::vector<std::string>& environment) {
+    const TempDir dir;
+    const pid_t pid = spawn(arguments, dir.file("out"), dir.file("err"), environment);
+    ProcessResult result;
+    result.exitStatus = waitFor(pid, Clock::now() + std::chrono::milliseconds(timeoutMs));
+    if (result.exitStatus == -1) {
+        kill(pid);
+    }
+    result.out = textOf(dir.file("out"));
+    result.err = textOf(dir.file("err"));
+    return result;
+}
+
+BackgroundProcess::BackgroundProcess(const std::vector<std::string>& arguments, std::string outputPath,
+                                     const std::vector<std::string>& environment)
+    : pid_(spawn(arguments, outputPath, outputPath, environment)), outputPath_(std::move(outputPath)) {}
+
+BackgroundProcess::~BackgroundProcess() {
+    stop();
+}
+
+std::string BackgroundProcess::waitForOutput(const std::string& text, int timeoutMs) const {
+    const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(timeoutMs);
+    std::string output = textOf(outputPath_);
+    while (output.find(text) == std::string::npos) {
+        if (Clock::now() > deadline) {
+            throw std::runtime_error("no \"" + text + "\" in time; output so far: " + output);
+        }
+        std::this_thread::sleep_for(kPollInterval);
+        output = textOf(outputPath_);
+    }
+    return output;
+}
+
+void BackgroundProcess::stop() {
+    if (pid_ > 0) {
+        kill(pid_);
+        pid_ = -1;
+    }
+}
+
+}  // namespace testkit
