@@ -1,0 +1,33 @@
+// What an administrator prescribes about responses: how old thisUpdate may be, and which responders need no revocation
+// check. (The list AuthorizedOCSPs is not kept here: it is read anew at every use, so that a change works at once.)
+#pragma once
+
+#include "client/policy/policy_reading.h"
+#include "client/policy/policy_values.h"
+#include "export.h"
+#include "foundation/date_time.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+/// Plain values, each read from the key of its name under \config\cades\ocsppolicy\ by the constructor.
+struct TALLOW_EXPORT CResponsePolicy {
+    /// Reads all keys; throws what their Load throws. A malformed interval does not fail here but when it is used.
+    CResponsePolicy();
+
+    // The names say the reverse of what the two are: Units is the number, the other the unit.
+    CGPLong ThisUpdateAccuracyUnits;  ///< how many intervals; default 7
+    CGPString ThisUpdateAccuracy;     ///< the interval's letter as DateAddW takes it; default empty, days
+    CGPStrings NocheckOCSPs;          ///< SHA-1 thumbprints, upper-case hexadecimal, of responders not checked
+};
+
+/// The process's response policy, made at the first call; null when it could not be made, then and for ever. The
+/// library owns it.
+[[nodiscard]] const CResponsePolicy* sharedResponsePolicy() noexcept;
+
+/// The earliest thisUpdate that is accepted beside `reference`: `units` (taken as a signed 32-bit number) intervals
+/// before it. Throws 0x80070057 for an unknown interval letter and 0x80004005 when the limit lies before 1601.
+[[nodiscard]] CDateTime thisUpdateLimit(const CGPString& interval, long units, const CDateTime& reference);
+
+extern template class PolicyBinding<CResponsePolicy>;
+
+}  // namespace Orvane::PKI::OCSP::Client

@@ -1,0 +1,64 @@
+// The string values of the interfaces of the value classes: an owning narrow string, an owning wide one, and a list of
+// the first. They exist so that a getter can hand out text whose lifetime is its holder's, without a null in sight.
+//
+//   CStringProxy name("ocsp");
+//   std::puts(name.c_str());
+#pragma once
+
+#include <list>
+#include <memory>
+#include <string>
+
+#include "export.h"
+
+namespace Orvane {
+
+/// Owns one narrow, terminated string. Copies are deep. An object that was moved from reads as the empty string.
+class TALLOW_EXPORT CStringProxy {
+public:
+    /// Copies `text`; null gives the empty string.
+    CStringProxy(const char* text);  // NOLINT(google-explicit-constructor): text is meant to convert
+    /// Takes over `text` without copying its characters.
+    explicit CStringProxy(std::string&& text);
+    CStringProxy(const CStringProxy& other);
+    CStringProxy(CStringProxy&& other) noexcept = default;
+    /// Assigns the content to the string this object owns; pointers got from c_str() before are stale afterwards.
+    CStringProxy& operator=(const CStringProxy& other);
+    CStringProxy& operator=(CStringProxy&& other) noexcept = default;
+    ~CStringProxy() = default;
+
+    /// Never null; valid until this object is changed or destroyed.
+    [[nodiscard]] const char* c_str() const noexcept { return text_ ? text_->c_str() : ""; }
+
+private:
+    std::unique_ptr<std::string> text_;
+};
+
+/// The same over wide characters. An element is 32 bits, so each character is one element, above U+FFFF too.
+class TALLOW_EXPORT CWStringProxy {
+public:
+    /// Copies `text`; null gives the empty string.
+    CWStringProxy(const wchar_t* text);  // NOLINT(google-explicit-constructor): text is meant to convert
+    /// Takes over `text` without copying its characters.
+    explicit CWStringProxy(std::wstring&& text);
+    CWStringProxy(const CWStringProxy& other);
+    CWStringProxy(CWStringProxy&& other) noexcept = default;
+    /// Assigns the content to the string this object owns; pointers got from c_str() before are stale afterwards.
+    CWStringProxy& operator=(const CWStringProxy& other);
+    CWStringProxy& operator=(CWStringProxy&& other) noexcept = default;
+    ~CWStringProxy() = default;
+
+    /// Never null; valid until this object is changed or destroyed.
+    [[nodiscard]] const wchar_t* c_str() const noexcept { return text_ ? text_->c_str() : L""; }
+
+private:
+    std::unique_ptr<std::wstring> text_;
+};
+
+/// A list of narrow strings, in the order in which they were appended.
+class TALLOW_EXPORT CStringList : public std::list<CStringProxy> {
+public:
+    using std::list<CStringProxy>::list;
+};
+
+}  // namespace Orvane
