@@ -1,0 +1,220 @@
+// The Crypto service: certificates, stores, chains, revocation, providers, signatures and the exchange with a
+// responder, as plain functions with the names, numbers and shapes of the public CryptoAPI. Records stand in
+// crypto_records.h, numbers in crypto_constants.h. The general rules of support_service.h hold here too;
+// docs/platform.md is the contract.
+//
+// BOOL functions return TRUE, or FALSE with the last error set. Sizes are octets unless a comment says characters. A
+// call that fills a buffer works in two steps: with a null buffer it writes the size needed to the size argument and
+// returns TRUE; with a buffer that is too small it writes the size needed and fails with ERROR_MORE_DATA.
+#pragma once
+
+#include "export.h"
+#include "platform/crypto/crypto_constants.h"
+#include "platform/crypto/crypto_records.h"
+#include "platform/support/support_service.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+// ---- Certificate contexts ------------------------------------------------------------------------------------------
+
+// Makes a context of its own, in no store, from a DER certificate of exactly `cbEncoded` octets, which are copied.
+// Free it with CertFreeCertificateContext. Null with E_INVALIDARG for a null argument or an encoding without
+// X509_ASN_ENCODING, CRYPT_E_ASN1_ERROR for bytes that are no certificate. The public key is not looked into yet.
+TALLOW_EXPORT PCCERT_CONTEXT CertCreateCertificateContext(DWORD dwCertEncodingType, const BYTE* pbCertEncoded,
+                                                          DWORD cbCertEncoded);
+// One more reference to the same context, which is returned; null gives null.
+TALLOW_EXPORT PCCERT_CONTEXT CertDuplicateCertificateContext(PCCERT_CONTEXT pCertContext);
+// Gives a reference back; null is accepted. Always TRUE.
+TALLOW_EXPORT BOOL CertFreeCertificateContext(PCCERT_CONTEXT pCertContext);
+
+// Reads a property in two steps. Those that follow from the certificate (hashes, key identifier) are computed when
+// asked for; CERT_AUTHORITY_INFO_ACCESS_PROP_ID is the value of that extension. CERT_KEY_PROV_INFO_PROP_ID gives one
+// block whose pointers point into the buffer. CRYPT_E_NOT_FOUND when the context has no such property.
+TALLOW_EXPORT BOOL CertGetCertificateContextProperty(PCCERT_CONTEXT pCertContext, DWORD dwPropId, void* pvData,
+                                                     DWORD* pcbData);
+// Sets a property of the context and of all who hold the same context; nothing is written to a file. `pvData` is a
+// CRYPT_DATA_BLOB*, for CERT_KEY_PROV_INFO_PROP_ID a CRYPT_KEY_PROV_INFO*; it is copied. Null removes the property.
+TALLOW_EXPORT BOOL CertSetCertificateContextProperty(PCCERT_CONTEXT pCertContext, DWORD dwPropId, DWORD dwFlags,
+                                                     const void* pvData);
+// The number of the property after `dwPropId`, in ascending order; 0 begins, and a result of 0 ends. Only properties
+// that are set or have been computed are listed.
+TALLOW_EXPORT DWORD CertEnumCertificateContextProperties(PCCERT_CONTEXT pCertContext, DWORD dwPropId);
+
+// The first of `cExtensions` whose OID text is `pszObjId`; it points into the array. Null with CRYPT_E_NOT_FOUND, or
+// with E_INVALIDARG for a null argument.
+TALLOW_EXPORT PCERT_EXTENSION CertFindExtension(LPCSTR pszObjId, DWORD cExtensions, CERT_EXTENSION rgExtensions[]);
+
+// ---- Stores --------------------------------------------------------------------------------------------------------
+
+// Opens a store; close it with CertCloseStore.
+//   CERT_STORE_PROV_MEMORY: a new empty one.
+//   CERT_STORE_PROV_COLLECTION: a new one that shows the stores added to it.
+//   CERT_STORE_PROV_SYSTEM_A, _W: the system store named by the narrow or wide text `pvPara`: the certificates and CRLs
+//   of the files in the folder of that name, read when it is opened. CERT_SYSTEM_STORE_CURRENT_USER shows the user's
+//   folder and then the machine's, CERT_SYSTEM_STORE_LOCAL_MACHINE the machine's alone. ROOT also shows the system's
+//   trust bundle unless the settings switch that off. With CERT_STORE_OPEN_EXISTING_FLAG a store without any folder
+//   fails with ERROR_FILE_NOT_FOUND, else it is empty. A file that is not what it should be is passed over, and traced.
+// `hCryptProv` and `dwEncodingType` are not read. Certificates added to a system store stay in memory.
+// Null with ERROR_FILE_NOT_FOUND for another provider, E_INVALIDARG for a name that is empty or contains a slash or a
+// leading dot.
+TALLOW_EXPORT HCERTSTORE CertOpenStore(LPCSTR lpszStoreProvider, DWORD dwEncodingType, HCRYPTPROV hCryptProv,
+                                       DWORD dwFlags, const void* pvPara);
+// One more reference to the same store, which is returned; null gives null.
+TALLOW_EXPORT HCERTSTORE CertDuplicateStore(HCERTSTORE hCertStore);
+// Gives a reference back; null is accepted. Contexts that came from the store stay usable. `dwFlags` is not read.
+TALLOW_EXPORT BOOL CertCloseStore(HCERTSTORE hCertStore, DWORD dwFlags);
+// Adds a store to a collection, which holds a reference to it. Enumeration goes from high `dwPriority` to low, and in
+// the order of adding among equals. E_INVALIDARG when the first is no collection, or when the collection would contain
+// itself.
+TALLOW_EXPORT BOOL CertAddStoreToCollection(HCERTSTORE hCollectionStore, HCERTSTORE hSiblingStore, DWORD dwUpdateFlags,
+                                            DWORD dwPriority);
+
+// The certificate after `pPrevCertContext` (null begins), which is freed. The caller frees the result, or gives it to
+// the next call. Null with CRYPT_E_NOT_FOUND at the end. A certificate added during a walk may or may not be met.
+TALLOW_EXPORT PCCERT_CONTEXT CertEnumCertificatesInStore(HCERTSTORE hCertStore, PCCERT_CONTEXT pPrevCertContext);
+// The next certificate that fits, in the same manner.
+//   CERT_FIND_ANY: each. CERT_FIND_SUBJECT_NAME, CERT_FIND_ISSUER_NAME: whose name has exactly the bytes of the
+//   CERT_NAME_BLOB `pvFindPara`. CERT_FIND_SHA1_HASH: whose thumbprint is the CRYPT_HASH_BLOB. CERT_FIND_EXISTING: with
+//   the same encoding as the given context. CERT_FIND_SUBJECT_CERT: with issuer and serial number of the CERT_INFO.
+//   CERT_FIND_ISSUER_OF: whose subject is the issuer of the given context.
+// Null with CRYPT_E_NOT_FOUND when nothing fits, E_INVALIDARG for another find type or a null argument.
+TALLOW_EXPORT PCCERT_CONTEXT CertFindCertificateInStore(HCERTSTORE hCertStore, DWORD dwCertEncodingType,
+                                                        DWORD dwFindFlags, DWORD dwFindType, const void* pvFindPara,
+                                                        PCCERT_CONTEXT pPrevCertContext);
+// Adds a copy of the context with its properties; in a collection, to its first member. The same encoding twice is one
+// certificate: ADD_NEW fails with CRYPT_E_EXISTS, ADD_USE_EXISTING keeps the present one and gives it properties that
+// it lacks, ADD_REPLACE_EXISTING takes the new one, ADD_ALWAYS adds. `ppStoreContext`, when not null, receives a
+// reference to the store's context, to be freed.
+TALLOW_EXPORT BOOL CertAddCertificateContextToStore(HCERTSTORE hCertStore, PCCERT_CONTEXT pCertContext,
+                                                    DWORD dwAddDisposition, PCCERT_CONTEXT* ppStoreContext);
+// Adds a DER CRL, which is copied, for the revocation checks that are given this store. `ppCrlContext` is null.
+TALLOW_EXPORT BOOL CertAddEncodedCRLToStore(HCERTSTORE hCertStore, DWORD dwCertEncodingType, const BYTE* pbCrlEncoded,
+                                            DWORD cbCrlEncoded, DWORD dwAddDisposition, PCCRL_CONTEXT* ppCrlContext);
+
+// ---- Chains and revocation -----------------------------------------------------------------------------------------
+
+// Makes an engine with roots and additional stores of its own, of which it keeps references. Free it.
+TALLOW_EXPORT BOOL CertCreateCertificateChainEngine(CERT_CHAIN_ENGINE_CONFIG* pConfig, HCERTCHAINENGINE* phChainEngine);
+TALLOW_EXPORT void CertFreeCertificateChainEngine(HCERTCHAINENGINE hChainEngine);
+
+// Builds the chain of a certificate at `pTime` (null: now) and says in trust statuses how good it is; a bad chain is a
+// result and no failure. Certificates between come from `hAdditionalStore`, the CA stores, and, unless the flags
+// confine the call to what is cached, the issuer addresses in the certificates. Revocation is looked at as the flags
+// say. Free the result with CertFreeCertificateChain. FALSE with E_INVALIDARG, E_OUTOFMEMORY.
+TALLOW_EXPORT BOOL CertGetCertificateChain(HCERTCHAINENGINE hChainEngine, PCCERT_CONTEXT pCertContext, FILETIME* pTime,
+                                           HCERTSTORE hAdditionalStore, PCERT_CHAIN_PARA pChainPara, DWORD dwFlags,
+                                           void* pvReserved, PCCERT_CHAIN_CONTEXT* ppChainContext);
+// Null is accepted.
+TALLOW_EXPORT void CertFreeCertificateChain(PCCERT_CHAIN_CONTEXT pChainContext);
+// Judges a chain by the policy CERT_CHAIN_POLICY_OCSP_RESPONDER or CERT_CHAIN_POLICY_OCSP_REQUESTOR; the verdict is
+// written to `pPolicyStatus`. FALSE when no verdict could be made: E_INVALIDARG, ERROR_FILE_NOT_FOUND for another
+// policy.
+TALLOW_EXPORT BOOL CertVerifyCertificateChainPolicy(LPCSTR pszPolicyOID, PCCERT_CHAIN_CONTEXT pChainContext,
+                                                    CERT_CHAIN_POLICY_PARA* pPolicyPara,
+                                                    CERT_CHAIN_POLICY_STATUS* pPolicyStatus);
+// Checks `cContext` certificates against CRLs. TRUE when none is revoked. FALSE with CRYPT_E_REVOKED,
+// CRYPT_E_NO_REVOCATION_CHECK or CRYPT_E_REVOCATION_OFFLINE as last error and in `pRevStatus`.
+TALLOW_EXPORT BOOL CertVerifyRevocation(DWORD dwEncodingType, DWORD dwRevType, DWORD cContext, void* rgpvContext[],
+                                        DWORD dwFlags, CERT_REVOCATION_PARA* pRevPara,
+                                        CERT_REVOCATION_STATUS* pRevStatus);
+
+// ---- Algorithms ----------------------------------------------------------------------------------------------------
+
+// The algorithm number of an OID text: of a hash, of a public key, or, for a signature, of its hash. 0 when not known;
+// the last error is CRYPT_E_NOT_FOUND then.
+TALLOW_EXPORT DWORD CertOIDToAlgId(LPCSTR pszObjId);
+// Looks an algorithm up; the result lives as long as the process. By CRYPT_OID_INFO_OID_KEY (text), NAME_KEY (wide
+// text), ALGID_KEY (ALG_ID*), SIGN_KEY (ALG_ID[2]: hash, public key). `dwGroupId` 0 means every group. Null when not
+// found.
+TALLOW_EXPORT PCCRYPT_OID_INFO CryptFindOIDInfo(DWORD dwKeyType, void* pvKey, DWORD dwGroupId);
+
+// ---- Providers and private keys ------------------------------------------------------------------------------------
+
+// A provider without keys: `dwFlags` must be CRYPT_VERIFYCONTEXT (NTE_BAD_FLAGS), the names are not read, and the type
+// is one of PROV_... (NTE_BAD_PROV_TYPE). Give it back with CryptReleaseContext.
+TALLOW_EXPORT BOOL CryptAcquireContextA(HCRYPTPROV* phProv, LPCSTR szContainer, LPCSTR szProvider, DWORD dwProvType,
+                                        DWORD dwFlags);
+// Reference counting; NTE_BAD_UID for a handle of 0. The flags and `pdwReserved` are 0.
+TALLOW_EXPORT BOOL CryptContextAddRef(HCRYPTPROV hProv, DWORD* pdwReserved, DWORD dwFlags);
+TALLOW_EXPORT BOOL CryptReleaseContext(HCRYPTPROV hProv, DWORD dwFlags);
+// Fills `pbBuffer` with random octets fit for keys.
+TALLOW_EXPORT BOOL CryptGenRandom(HCRYPTPROV hProv, DWORD dwLen, BYTE* pbBuffer);
+// PP_ENUMALGS: one PROV_ENUMALGS a call, CRYPT_FIRST begins, any other flag goes on, ERROR_NO_MORE_ITEMS ends; for a
+// provider with a key, hashes that suit the key come first. PP_VERSION: 4 octets. PP_VERSION_EX: PROV_VERSION_EX.
+// PP_NAME: text. PP_PROVTYPE: 4 octets. NTE_BAD_TYPE for others.
+TALLOW_EXPORT BOOL CryptGetProvParam(HCRYPTPROV hProv, DWORD dwParam, BYTE* pbData, DWORD* pdwDataLen, DWORD dwFlags);
+// PP_SIGNATURE_PIN: the narrow text that opens the private key; null forgets it. NTE_BAD_TYPE for others.
+TALLOW_EXPORT BOOL CryptSetProvParam(HCRYPTPROV hProv, DWORD dwParam, const BYTE* pbData, DWORD dwFlags);
+// Handles of keys and hashes are never given out, so these fail with ERROR_INVALID_HANDLE except for 0, which is
+// accepted.
+TALLOW_EXPORT BOOL CryptDestroyKey(HCRYPTKEY hKey);
+TALLOW_EXPORT BOOL CryptDestroyHash(HCRYPTHASH hHash);
+// A provider that holds the private key named by the property CERT_KEY_PROV_INFO_PROP_ID of the certificate, to be
+// released when `*pfCallerFreeProv` (always TRUE). The key is opened when it is first used, with the PIN set by then.
+// CRYPT_E_NO_KEY_PROPERTY when the property is missing, NTE_BAD_KEYSET when it names a file that does not exist,
+// NTE_NOT_SUPPORTED for a URI of another kind than file.
+TALLOW_EXPORT BOOL CryptAcquireCertificatePrivateKey(PCCERT_CONTEXT pCert, DWORD dwFlags, void* pvParameters,
+                                                     HCRYPTPROV* phCryptProv, DWORD* pdwKeySpec,
+                                                     BOOL* pfCallerFreeProv);
+
+// ---- Hashes and signatures of encoded structures -------------------------------------------------------------------
+
+// The hash of the octets, in two steps; `Algid` 0 is SHA-1. `hCryptProv` and the flags are not read. NTE_BAD_ALGID for
+// what is no hash, or a hash that is not installed.
+TALLOW_EXPORT BOOL CryptHashCertificate(HCRYPTPROV hCryptProv, ALG_ID Algid, DWORD dwFlags, const BYTE* pbEncoded,
+                                        DWORD cbEncoded, BYTE* pbComputedHash, DWORD* pcbComputedHash);
+// Signs the octets with the key of the provider, in two steps (the first may give more than is needed). The signature
+// is in the order of the BIT STRING. NTE_BAD_ALGID when the algorithm does not fit the key or is too weak, NTE_NO_KEY
+// when the provider holds none, NTE_BAD_KEYSET when the key cannot be opened.
+TALLOW_EXPORT BOOL CryptSignCertificate(HCRYPTPROV hCryptProv, DWORD dwKeySpec, DWORD dwCertEncodingType,
+                                        const BYTE* pbEncodedToBeSigned, DWORD cbEncodedToBeSigned,
+                                        PCRYPT_ALGORITHM_IDENTIFIER pSignatureAlgorithm, const void* pvHashAuxInfo,
+                                        BYTE* pbSignature, DWORD* pcbSignature);
+// Checks a signature. Subject: CRYPT_VERIFY_CERT_SIGN_SUBJECT_BLOB, a CRYPT_DATA_BLOB* with a SEQUENCE of the signed
+// structure, the algorithm and the BIT STRING (what follows these in the SEQUENCE is not looked at, so a whole
+// BasicOCSPResponse will do); ..._CERT, a PCCERT_CONTEXT; ..._OCSP_BASIC_SIGNED_RESPONSE, an
+// OCSP_BASIC_SIGNED_RESPONSE_INFO*. Issuer: ..._PUBKEY, a CERT_PUBLIC_KEY_INFO*; ..._CERT, a PCCERT_CONTEXT (the fast
+// form: its key is loaded once); ..._CHAIN, a PCCERT_CHAIN_CONTEXT. FALSE with NTE_BAD_SIGNATURE when the signature
+// does not verify, also because it belongs to a key of another kind; NTE_BAD_ALGID when the algorithm is unknown or too
+// weak to be accepted (MD5 and older; SHA-1 unless the setting accept_sha1 is on); NTE_BAD_PUBLIC_KEY when the key
+// cannot be used; CRYPT_E_ASN1_ERROR for a malformed subject.
+TALLOW_EXPORT BOOL CryptVerifyCertificateSignatureEx(HCRYPTPROV hCryptProv, DWORD dwCertEncodingType,
+                                                     DWORD dwSubjectType, void* pvSubject, DWORD dwIssuerType,
+                                                     void* pvIssuer, DWORD dwFlags, void* pvExtra);
+
+// ---- Text forms and exchange ---------------------------------------------------------------------------------------
+
+// Writes bytes as base64 (CRYPT_STRING_BASE64, with or without CRYPT_STRING_NOCRLF, CRYPT_STRING_NOCR). Sizes count
+// characters: the first step gives the size with the terminator, the second the size without it. NTE_BAD_FLAGS for
+// another form.
+TALLOW_EXPORT BOOL CryptBinaryToStringW(const BYTE* pbBinary, DWORD cbBinary, DWORD dwFlags, LPWSTR pszString,
+                                        DWORD* pcchString);
+// Reads the first PEM block (CRYPT_STRING_BASE64HEADER), bare base64 (CRYPT_STRING_BASE64), either
+// (CRYPT_STRING_BASE64_ANY), or either and else the bytes as they are (CRYPT_STRING_ANY). `cchString` 0: up to the
+// terminator. `pdwSkip` and `pdwFlags` receive the characters before the block and the form met; null is accepted.
+// ERROR_INVALID_DATA.
+TALLOW_EXPORT BOOL CryptStringToBinaryA(LPCSTR pszString, DWORD cchString, DWORD dwFlags, BYTE* pbBinary,
+                                        DWORD* pcbBinary, DWORD* pdwSkip, DWORD* pdwFlags);
+
+// Posts the body and header that `pszUrl` carries to the address before them, or answers from the cache, as
+// `dwRetrievalFlags` and the resynchronisation time of `pAuxInfo` say. The URL is the address, a slash, the body as
+// base64 with its special characters escaped, "?" and the header line. `pszObjectOid` is CONTEXT_OID_OCSP_RESP.
+// `dwTimeout` in milliseconds, 0 for the setting. On success `*ppvObject` is a CRYPT_BLOB_ARRAY, one block, to be freed
+// with free().
+TALLOW_EXPORT BOOL CryptRetrieveObjectByUrlW(LPCWSTR pszUrl, LPCSTR pszObjectOid, DWORD dwRetrievalFlags,
+                                             DWORD dwTimeout, void** ppvObject, void* hAsyncRetrieve,
+                                             void* pCredentials, void* pvVerify, CRYPT_RETRIEVE_AUX_INFO* pAuxInfo);
+// Posts `requestBuffer` to `url` with the given user agent and header lines, through the proxy if `proxyAddress` is not
+// empty, with `proxyCredentials` "name:password" if not empty. Returns the HTTP status, 0 when no whole answer came;
+// `responseBuffer` (zero on entry) receives the body, its data to be freed with delete[]. For any status but 200 the
+// last error says what happened.
+TALLOW_EXPORT unsigned long SendPKIRequest(const wchar_t* url, const wchar_t* agent, const wchar_t* headers,
+                                           const wchar_t* proxyAddress, const wchar_t* proxyCredentials,
+                                           const PKI_EXCHANGE_BUFFER* requestBuffer,
+                                           PKI_EXCHANGE_BUFFER* responseBuffer);
+
+#ifdef __cplusplus
+}  // extern "C"
+#endif

@@ -1,0 +1,188 @@
+// The Support service: settings, trace output, the last error of a thread, calendar time and text conversion, as plain
+// functions and records that a C compiler accepts. The library reaches the machine through this header and through
+// platform/crypto/crypto_service.h and through nothing else; whoever has another implementation of these functions can
+// link it in the place of libtallow-platform.
+//
+// Rules that hold for every function of both headers:
+//   - no exception leaves a function; a function that fails sets the last error of its thread before it returns, except
+//     where its result is the error itself;
+//   - every function may be called from several threads at once, on different objects;
+//   - text is UTF-8 when narrow and one 32-bit code point a unit when wide.
+#pragma once
+
+#include <stddef.h>
+
+#include "export.h"
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+typedef unsigned char BYTE;
+typedef unsigned short WORD;
+typedef unsigned int DWORD;
+typedef unsigned int UINT;
+typedef int LONG;
+typedef int BOOL;
+typedef char* LPSTR;
+typedef const char* LPCSTR;
+typedef wchar_t* LPWSTR;
+typedef const wchar_t* LPCWSTR;
+
+// The constants of both headers are macros: C has no other constant of 32 unsigned bits.
+#ifndef TRUE
+#define TRUE 1
+#endif
+#ifndef FALSE
+#define FALSE 0
+#endif
+
+// Last errors of the general kind. Values of the other kinds stand in crypto_service.h.
+#define ERROR_SUCCESS 0U
+#define ERROR_FILE_NOT_FOUND 2U
+#define ERROR_ACCESS_DENIED 5U
+#define ERROR_INVALID_HANDLE 6U
+#define ERROR_NOT_ENOUGH_MEMORY 8U
+#define ERROR_BAD_FORMAT 11U
+#define ERROR_INVALID_DATA 13U
+#define ERROR_NOT_SUPPORTED 50U
+#define ERROR_INVALID_PARAMETER 87U
+#define ERROR_INSUFFICIENT_BUFFER 122U
+#define ERROR_MORE_DATA 234U
+#define ERROR_NO_MORE_ITEMS 259U
+#define ERROR_INVALID_FLAGS 1004U
+#define ERROR_NO_UNICODE_TRANSLATION 1113U
+
+// ---- Last error ----------------------------------------------------------------------------------------------------
+
+// The last error of the calling thread: 0 before the first failure. A call that succeeds leaves it as it was, unless
+// its own description says otherwise.
+TALLOW_EXPORT DWORD GetLastError(void);
+TALLOW_EXPORT void SetLastError(DWORD code);
+
+// ---- Settings ------------------------------------------------------------------------------------------------------
+
+// The settings are one TOML file, read whole on first use and kept: /etc/tallow/settings.toml, or the file given to
+// support_settings_open. The path "\config\cades\ocsppolicy\NonceLength" names the value NonceLength of the table
+// [config.cades.ocsppolicy]; names are compared exactly. A missing default file is an empty one.
+//
+// A file that cannot be read or does not parse never passes for an empty one. While it is in force, every read fails
+// with ERROR_BAD_FORMAT, except that the size queries of the two text reads succeed with size 0 and their second step
+// fails: callers take a failing size query for an absent key, and would go on with defaults.
+
+// Reads the file `path` (UTF-8) and puts it in the place of the settings in force, for the whole process; null names
+// the default file. Returns 0, or an error (ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_BAD_FORMAT), which
+// support_settings_error then explains; the failed file stays in force as a broken one. Values read earlier keep.
+TALLOW_EXPORT int support_settings_open(const char* path);
+
+// What is wrong with the settings file in force.
+typedef struct SUPPORT_SETTINGS_ERROR_ {
+    int code;             // 0: nothing is wrong, all else is 0 and empty then
+    unsigned int line;    // from 1; 0 when the file could not be read
+    unsigned int column;  // from 1; 0 when the file could not be read
+    char message[512];    // "path:line:column: reason", one line, terminated, cut if need be
+} SUPPORT_SETTINGS_ERROR;
+
+// Fills `error` for the settings in force (which it loads if nothing was read yet) and returns its code.
+TALLOW_EXPORT int support_settings_error(SUPPORT_SETTINGS_ERROR* error);
+
+// The four reads. Each returns 0, ERROR_FILE_NOT_FOUND when the key is absent, ERROR_INVALID_DATA when the value has
+// another type, ERROR_INVALID_PARAMETER for a null argument, ERROR_BAD_FORMAT when the file is broken. Any result but 0
+// leaves the output as it was. The last error is not touched.
+
+// With `buffer` null: writes the size of the value in bytes, without terminator, to `size`. Else `*size` must be at
+// least that size and `buffer` has room for one byte more; writes the value and its terminator, and the size of the
+// value to `size`. ERROR_MORE_DATA when `*size` is too small.
+TALLOW_EXPORT int support_registry_get_string(const char* path, size_t* size, char* buffer);
+// An integer.
+TALLOW_EXPORT int support_registry_get_long(const char* path, long* value);
+// A boolean, or an integer taken as 0 or not; writes 0 or 1.
+TALLOW_EXPORT int support_registry_get_bool(const char* path, int* value);
+// An array of strings, or one string taken as an array of one. The value is the strings in order, each with its
+// terminator, and the size counts the terminators: 0 for an empty array. The sizes work as for a string; the one byte
+// more receives a further terminator. A string that contains a zero byte is ERROR_INVALID_DATA.
+TALLOW_EXPORT int support_registry_get_multi_string(const char* path, size_t* size, char* buffer);
+
+// ---- Trace ---------------------------------------------------------------------------------------------------------
+
+// Trace lines go to standard error, or to the file `file` of the table [trace], when `enabled` is true there. The
+// levels written are the bits of `levels` (default 127, so level 8 is included).
+
+typedef struct TSupportDbContext_ TSupportDbContext_;
+
+// Opens the trace of the module `name`. `reserved` is 0. `first` and `second` are the lowest and the highest level that
+// the module will use. Returns null when memory is exhausted. The context follows the settings in force: nothing is
+// read here, so that it can be called while a library is loaded.
+TALLOW_EXPORT TSupportDbContext_* support_print_init(unsigned int reserved, const char* name, unsigned int first,
+                                                     unsigned int second);
+// Closes a context; null is accepted.
+TALLOW_EXPORT void support_print_done(TSupportDbContext_* context);
+// Non-zero when lines of `level` are written. Cheap: two loads when the trace is off. Null gives 0.
+TALLOW_EXPORT int support_print_is(TSupportDbContext_* context, unsigned int level);
+// Writes one line: time, module, `function`, `line`, and the text made of `format` and what follows `function`, as one
+// write, so that lines of several threads never mix. Control characters in the text are written as \xNN, and a missing
+// line feed is added. The last error is kept.
+TALLOW_EXPORT void support_dprint_print_(TSupportDbContext_* context, const char* format, const char* file, int line,
+                                         const char* function, ...) __attribute__((format(printf, 2, 6)));
+
+// Turns the trace on for this process, whatever the settings say: to the file `path` (appended to), or to standard
+// error when null, with the levels of the mask `levels`; 0 gives the choice back to the settings. Returns 0, or the
+// error that kept the file from being opened.
+TALLOW_EXPORT int support_trace_open(unsigned int levels, const char* path);
+
+// ---- Time ----------------------------------------------------------------------------------------------------------
+
+// A count of 100-nanosecond ticks since 1601-01-01 00:00:00 UTC.
+typedef struct _FILETIME {
+    DWORD dwLowDateTime;
+    DWORD dwHighDateTime;
+} FILETIME, *PFILETIME, *LPFILETIME;
+
+typedef struct _SYSTEMTIME {
+    WORD wYear;       // 1601 to 30827
+    WORD wMonth;      // 1 to 12
+    WORD wDayOfWeek;  // 0 is Sunday
+    WORD wDay;        // 1 to 31
+    WORD wHour;
+    WORD wMinute;
+    WORD wSecond;
+    WORD wMilliseconds;
+} SYSTEMTIME, *PSYSTEMTIME, *LPSYSTEMTIME;
+
+// Calendar fields of a time, UTC. Returns FALSE with ERROR_INVALID_PARAMETER for a null argument or a count with the
+// top bit set.
+TALLOW_EXPORT BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* systemTime);
+// The reverse; `wDayOfWeek` is not read. Returns FALSE with ERROR_INVALID_PARAMETER for a null argument and for fields
+// that are no date of the calendar or no time of the day; `fileTime` is left as it was.
+TALLOW_EXPORT BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime);
+// The present time.
+TALLOW_EXPORT void GetSystemTimeAsFileTime(FILETIME* fileTime);
+
+// ---- Text ----------------------------------------------------------------------------------------------------------
+
+#define CP_ACP 0U  // the same as CP_UTF8 here
+#define CP_UTF8 65001U
+
+#define MB_ERR_INVALID_CHARS 0x00000008U
+#define WC_ERR_INVALID_CHARS 0x00000080U
+
+// Converts `sizeSource` units of `source`, or up to and including its terminator when `sizeSource` is -1; a terminator
+// is written only if it was part of the source. With `sizeTarget` 0 nothing is written and the result is the number of
+// units needed; else the result is the number written. Returns 0 on failure, with the last error
+// ERROR_INSUFFICIENT_BUFFER (the target is too small; its content is then undefined), ERROR_INVALID_PARAMETER (another
+// code page, a size of 0 or below -1, a null pointer with a size, a default character), ERROR_INVALID_FLAGS, or, with
+// the flag ..._ERR_INVALID_CHARS, ERROR_NO_UNICODE_TRANSLATION for what is no UTF-8 or no code point. Without the flag
+// such input becomes U+FFFD, one for each maximal part that cannot begin a character.
+TALLOW_EXPORT int MultiByteToWideChar(UINT codePage, DWORD flags, const char* source, int sizeSource, wchar_t* target,
+                                      int sizeTarget);
+TALLOW_EXPORT int WideCharToMultiByte(UINT codePage, DWORD flags, const wchar_t* source, int sizeSource, char* target,
+                                      int sizeTarget, const char* defaultChar, BOOL* usedDefaultChar);
+
+#ifdef __cplusplus
+}  // extern "C"
+
+static_assert(sizeof(FILETIME) == 8);
+static_assert(sizeof(SYSTEMTIME) == 16);
+static_assert(sizeof(long) == 8, "settings hold 64-bit integers");
+static_assert(sizeof(wchar_t) == 4);
+#endif
