@@ -1,0 +1,46 @@
+// A buffer that grows at its end, in steps of a segment size, with memory from the type heap of its context.
+#pragma once
+
+#include <cstdint>
+
+#include "export.h"
+
+struct ASN1CTXT;
+
+struct ASN1MemBuf {
+    ASN1CTXT* pCtxt;
+    std::uint32_t segSize;     ///< the capacity is a multiple of it
+    std::uint32_t startIndex;  ///< first octet that is still of interest
+    std::uint32_t usedCount;   ///< octets filled, counted from the start of `data`
+    std::uint32_t capacity;    ///< octets at `data`
+    std::uint32_t reserved1;   ///< cleared, never read
+    std::uint32_t reserved2;   ///< cleared, never read
+    std::uint8_t* data;
+    std::uint8_t owned;  ///< `data` belongs to the heap of the context, and may be moved and freed
+};
+
+extern "C" {
+
+/// Makes an empty buffer. A segment size of 0 counts as 1.
+TALLOW_EXPORT void rtMemBufInit(ASN1CTXT* ctx, ASN1MemBuf* buf, std::uint32_t segSize) noexcept;
+
+/// Forgets the contents, and keeps the memory.
+TALLOW_EXPORT void rtMemBufReset(ASN1MemBuf* buf) noexcept;
+
+/// Frees the memory when it is owned, and leaves an empty buffer.
+TALLOW_EXPORT void rtMemBufFree(ASN1MemBuf* buf) noexcept;
+
+// Each answers 0, or STATUS_NO_MEMORY with the buffer as it was. Length 0 does nothing. When an unowned buffer has to
+// grow, it is replaced by an owned, zero-filled one: the old contents are not carried over.
+
+/// Appends `length` octets; with null `data` they are counted as used but not written.
+TALLOW_EXPORT int rtMemBufAppend(ASN1MemBuf* buf, const std::uint8_t* data, std::uint32_t length) noexcept;
+/// Appends `length` octets of `value`.
+TALLOW_EXPORT int rtMemBufSet(ASN1MemBuf* buf, std::uint8_t value, std::uint32_t length) noexcept;
+/// Makes room for `length` more octets without using them.
+TALLOW_EXPORT int rtMemBufPreAllocate(ASN1MemBuf* buf, std::uint32_t length) noexcept;
+
+/// The contents behind `startIndex`; `length` (may be null) receives their octets. Valid until the next change.
+TALLOW_EXPORT std::uint8_t* rtMemBufGetData(const ASN1MemBuf* buf, std::uint32_t* length) noexcept;
+
+}  // extern "C"

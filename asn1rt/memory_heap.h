@@ -1,0 +1,86 @@
+// The heap from which all decoded values, list nodes and encode buffers come, and the allocator underneath it.
+//
+// A heap is a list of blocks, one allocator call each, and goes as a whole when its last reference is released. It is
+// always addressed through the field that holds it, as in rtMemHeapAlloc(&ctx->pTypeMemHeap, size). A heap and all who
+// share it belong to one thread. Blocks must be given back to the heap they came from.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "export.h"
+
+struct ASN1CTXT;
+struct ASN1MemBlock;
+struct _Asn1RTDList;
+
+struct ASN1MEMHEAP {
+    ASN1MemBlock* pFirstBlock;  ///< live blocks, newest first
+    std::uint32_t defBlkSize;   ///< g_defBlkSize at creation; never consulted
+    std::uint32_t refCount;
+    std::uint32_t flags;  ///< MEM_HEAP_OWNS_RECORD or 0
+    void* pAllocUser;     ///< first argument of every allocator call on this heap
+};
+
+/// The heap record itself is freed with the last reference.
+inline constexpr std::uint32_t MEM_HEAP_OWNS_RECORD = 0x10000000;
+
+/// Largest request, in octets; larger ones are refused without asking the allocator.
+inline constexpr std::size_t MEM_HEAP_MAX_REQUEST = 2147483599;
+
+extern "C" {
+
+// The allocator. An application may replace all three before the first use of the runtime, never while any heap lives.
+// The first argument is the user pointer of the heap.
+TALLOW_EXPORT extern void* (*g_malloc_func)(void* allocUser, std::size_t size);
+TALLOW_EXPORT extern void* (*g_realloc_func)(void* allocUser, void* ptr, std::size_t size);
+TALLOW_EXPORT extern void (*g_free_func)(void* allocUser, void* ptr);
+TALLOW_EXPORT extern std::uint32_t g_defBlkSize;
+
+/// What the pointers above hold at the start: the system's malloc, realloc and free; `allocUser` is ignored.
+TALLOW_EXPORT void* rtDefaultMalloc(void* allocUser, std::size_t size);
+TALLOW_EXPORT void* rtDefaultRealloc(void* allocUser, void* ptr, std::size_t size);
+TALLOW_EXPORT void rtDefaultFree(void* allocUser, void* ptr);
+
+/// The system's malloc, calloc, realloc and free, independent of any heap.
+TALLOW_EXPORT void* OV_malloc(std::size_t size);
+TALLOW_EXPORT void* OV_calloc(std::size_t count, std::size_t size);
+TALLOW_EXPORT void* OV_realloc(void* ptr, std::size_t size);
+TALLOW_EXPORT void OV_free(void* ptr);
+
+/// Makes an empty heap with one reference. STATUS_BAD_ARGUMENT for a null address, STATUS_NO_MEMORY; the field is then
+/// left as it was.
+TALLOW_EXPORT int rtMemHeapCreate(ASN1MEMHEAP** heap, void* allocUser) noexcept;
+
+/// `size` octets aligned like malloc's, or null when `size` is above MEM_HEAP_MAX_REQUEST, when `heap` is null or when
+/// the allocator fails. A field that holds no heap gets one, with a null user pointer. Size 0 gives an empty block.
+TALLOW_EXPORT void* rtMemHeapAlloc(ASN1MEMHEAP** heap, std::size_t size) noexcept;
+
+/// The same, zero-filled.
+TALLOW_EXPORT void* rtMemHeapAllocZ(ASN1MEMHEAP** heap, std::size_t size) noexcept;
+
+/// Resizes a block, which may move; a null `ptr` asks for a new one. A smaller size keeps the block and is remembered,
+/// so that growing back moves it. Null, with the old block still valid, on failure and for a field without a heap.
+TALLOW_EXPORT void* rtMemHeapRealloc(ASN1MEMHEAP** heap, void* ptr, std::size_t size) noexcept;
+
+/// Gives a block back. Nothing happens for a null `heap`, a field without a heap or a null `ptr`. `ptr` must come from
+/// this heap; that is not verified.
+TALLOW_EXPORT void rtMemHeapFreePtr(ASN1MEMHEAP** heap, const void* ptr) noexcept;
+
+/// Always 1: this heap keeps no marks. Schema code asks before every free, so that a checking heap can be substituted.
+TALLOW_EXPORT int rtMemHeapCheckPtr(ASN1MEMHEAP** heap, const void* ptr) noexcept;
+
+/// Does nothing and answers 0.
+TALLOW_EXPORT int rtMemHeapMarkSaved(ASN1CTXT* ctx) noexcept;
+
+/// Adds a reference; null and empty fields are tolerated.
+TALLOW_EXPORT void rtMemHeapAddRef(ASN1MEMHEAP** heap) noexcept;
+
+/// Drops a reference. With the last one all blocks go, then the heap itself, and the field becomes null. Null and empty
+/// fields are tolerated.
+TALLOW_EXPORT void rtMemHeapRelease(ASN1MEMHEAP** heap) noexcept;
+
+/// Frees a list of open-type records: the octets of each record, the records and the nodes.
+TALLOW_EXPORT void rtMemFreeOpenSeqExt(ASN1CTXT* ctx, _Asn1RTDList* list) noexcept;
+
+}  // extern "C"

@@ -1,0 +1,40 @@
+// Open types: complete elements, header included, that are carried without being understood, and lists of them behind
+// an extension marker.
+#pragma once
+
+#include <cstdint>
+
+#include "asn1rt/context.h"
+#include "asn1rt/dlist.h"
+#include "asn1rt/types.h"
+#include "export.h"
+
+extern "C" {
+
+/// Places the first element of `numocts` octets at `data` in front of what has been written; octets behind it are
+/// dropped. Answers the element's length; nothing is copied when it stands there already (`data` is xe_getp). 0 octets
+/// answer 0. STATUS_BAD_VALUE for null or an end-of-contents pair, a decoder's status when the octets do not hold one
+/// complete element, else the statuses of "asn1rt/encode.h".
+[[nodiscard]] TALLOW_EXPORT int xe_OpenType(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t numocts) noexcept;
+
+/// Places every ASN1TOpenType of the list, in list order. A null list is empty, null entries are skipped, the first
+/// failure ends it. Answers the octets of all.
+[[nodiscard]] TALLOW_EXPORT int xe_OpenTypeExt(ASN1CTXT* ctx, const _Asn1RTDList* list) noexcept;
+
+/// Reads one element as it is into the type heap, or under CTX_FLAG_ZERO_COPY as a pointer into the input.
+/// STATUS_BAD_VALUE for an end-of-contents pair, and for a definite element that passes the end of the input. An
+/// element whose header, or whose end-of-contents, is cut off by the end of the input answers 0, with `numocts` as it
+/// was before, reduced to what the input holds: clear it before the call.
+[[nodiscard]] TALLOW_EXPORT int xd_OpenType(ASN1CTXT* ctx, const std::uint8_t** data, std::uint32_t* numocts) noexcept;
+
+/// Reads one element and appends it to the list as an ASN1TOpenType that shares its node's allocation. Without a list
+/// the element is skipped.
+[[nodiscard]] TALLOW_EXPORT int xd_OpenTypeAppend(ASN1CTXT* ctx, _Asn1RTDList* list) noexcept;
+
+/// Appends extension additions to the list (may be null) up to the element with `tag`, which is left unread with the
+/// answer 0; STATUS_END_OF_BUFFER when the enclosing value, described by `position`, ends without it. With `tag`
+/// 0xFFFFFFFF or 0xFFFFFFFE everything up to the end of the value is taken, and the answer is 0.
+[[nodiscard]] TALLOW_EXPORT int xd_OpenTypeExt(ASN1CTXT* ctx, const ASN1ExtPosition* position, ASN1TAG tag,
+                                               _Asn1RTDList* list) noexcept;
+
+}  // extern "C"

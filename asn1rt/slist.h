@@ -1,0 +1,34 @@
+// Singly linked list of pointers that it does not own. Nodes come from the type heap of the owning context, or from
+// malloc when the list has no owner.
+#pragma once
+
+#include <cstdint>
+
+#include "export.h"
+
+struct ASN1CTXT;
+
+struct rtSListNode {
+    void* data;
+    rtSListNode* pNext;
+};
+
+struct rtSList {
+    std::uint32_t count;
+    rtSListNode* pHead;
+    rtSListNode* pTail;
+    ASN1CTXT* pOwner;  ///< null: nodes come from malloc
+};
+
+extern "C" {
+
+/// Makes the list empty and records its owner (may be null). Nodes that it held are not freed.
+TALLOW_EXPORT void rtSListInitEx(ASN1CTXT* owner, rtSList* list) noexcept;
+
+/// Appends; answers the new node, or null when it cannot be allocated.
+TALLOW_EXPORT rtSListNode* rtSListAppend(rtSList* list, void* data) noexcept;
+
+/// Frees the nodes, not the data. The owner is forgotten too: a list that is used again takes its nodes from malloc.
+TALLOW_EXPORT void rtSListFree(rtSList* list) noexcept;
+
+}  // extern "C"

@@ -1,0 +1,66 @@
+// Status numbers of the ASN.1 runtime, and the error record in which the first failure of a context stays.
+//
+// Success is 0. An encoder answers the octets it added (0 or more) or one of these negative numbers; a decoder answers
+// 0 or one of them. No status has a text: what went wrong is told to people further up, where the message is known.
+#pragma once
+
+#include <cstdint>
+
+#include "export.h"
+
+inline constexpr int STATUS_BUFFER_FULL = -1;          ///< no room left in a buffer that the context does not own
+inline constexpr int STATUS_END_OF_BUFFER = -2;        ///< a decoder would have run past the end of its input
+inline constexpr int STATUS_TAG_MISMATCH = -3;         ///< the tag at the position is not the expected one
+inline constexpr int STATUS_BAD_OBJECT_ID = -4;        ///< fewer than 2 or more than 128 arcs, or an arc out of range
+inline constexpr int STATUS_BAD_LENGTH = -5;           ///< impossible length, or end-of-contents missing
+inline constexpr int STATUS_BAD_ENUM = -6;             ///< enumerated value outside the set of its type
+inline constexpr int STATUS_SET_DUPLICATE = -7;        ///< a SET member came twice
+inline constexpr int STATUS_MISSING_ELEMENT = -8;      ///< SEQUENCE or SET ended before its required members
+inline constexpr int STATUS_SET_UNKNOWN_ELEMENT = -9;  ///< a tag that belongs to no member of the SET
+inline constexpr int STATUS_EXTRA_ELEMENT = -10;       ///< elements behind the last member, or too many of them
+inline constexpr int STATUS_BAD_CHOICE = -11;          ///< unknown alternative of a CHOICE
+inline constexpr int STATUS_NO_MEMORY = -12;           ///< an allocation failed
+inline constexpr int STATUS_STRING_OVERFLOW = -17;     ///< the value does not fit the given destination
+inline constexpr int STATUS_BAD_VALUE = -18;           ///< null or malformed value, or nesting beyond the limit
+inline constexpr int STATUS_BAD_TAG = -21;             ///< tag number too wide, or a wrong segment of a string
+inline constexpr int STATUS_CONSTRAINT = -23;          ///< a size or value constraint of the schema failed
+inline constexpr int STATUS_BIT_RANGE = -24;           ///< from-index above to-index
+inline constexpr int STATUS_BAD_UTF8 = -26;            ///< invalid UTF-8, or a negative character
+inline constexpr int STATUS_LIST_CHANGED = -27;        ///< the list changed under an iterator
+inline constexpr int STATUS_ITERATOR_STATE = -28;      ///< iterator operation without a current element
+inline constexpr int STATUS_BIT_INDEX = -29;           ///< bit index beyond the string
+inline constexpr int STATUS_BAD_ARGUMENT = -30;        ///< null handle or operand, radix, stream not open for output
+inline constexpr int STATUS_BAD_DATETIME = -31;        ///< date or time malformed or out of range
+inline constexpr int STATUS_NOT_INITIALIZED = -32;     ///< context not live, or a stream without a write operation
+inline constexpr int STATUS_TOO_BIG = -33;             ///< an INTEGER does not fit its destination
+inline constexpr int STATUS_NOT_SUPPORTED = -99;       ///< the operation does not exist in this runtime
+
+/// The first failure since the last reset. Functions take the address of this record, not of the context.
+struct ASN1ErrInfo {
+    std::int32_t status;  ///< 0 when none
+};
+
+extern "C" {
+
+/// Stores `status` when no status is stored yet, and answers `status` in any case: the first failure survives while
+/// each caller on the way up may answer its own. `moduleName` and `lineNumber` are ignored; pass null and 0.
+TALLOW_EXPORT int rtErrSetData(ASN1ErrInfo* errInfo, int status, const char* moduleName, int lineNumber) noexcept;
+
+/// Forgets the stored status; answers 0. A decoder calls it after a STATUS_TAG_MISMATCH that meant only that an
+/// OPTIONAL element is absent.
+TALLOW_EXPORT int rtErrReset(ASN1ErrInfo* errInfo) noexcept;
+
+/// Copies the stored status, and answers it.
+TALLOW_EXPORT int rtErrCopyData(const ASN1ErrInfo* from, ASN1ErrInfo* to) noexcept;
+
+/// Accept a parameter for the report of a failure (a field's path, a count). This runtime keeps none; the answer is 1.
+TALLOW_EXPORT int rtErrAddStrParm(ASN1ErrInfo* errInfo, const char* text) noexcept;
+TALLOW_EXPORT int rtErrAddIntParm(ASN1ErrInfo* errInfo, int value) noexcept;
+
+/// A constant empty string, whatever the status. Never null; not to be freed.
+TALLOW_EXPORT const char* rtErrGetText(const ASN1ErrInfo* errInfo) noexcept;
+
+/// Prints "ASN.1 ERROR: Status " and the stored number as a line on standard output.
+TALLOW_EXPORT void rtErrPrint(const ASN1ErrInfo* errInfo) noexcept;
+
+}  // extern "C"

@@ -1,0 +1,106 @@
+// Plain value records of the ASN.1 runtime, and the numbers that encoder, decoder and schema code share.
+//
+// The records are trivial on purpose: they sit in unions, in zero-filled heap blocks and in copies by assignment. A
+// record never owns what it points to; decoded octets belong to the type heap of the context that decoded them, or,
+// with CTX_FLAG_ZERO_COPY, to the input buffer.
+#pragma once
+
+#include <cstdint>
+
+/// A tag: class in bits 31 and 30, constructed bit 29, tag number in bits 28 to 0.
+/// 0x20000010 is SEQUENCE, 0xA0000001 context [1] constructed, 0x80000002 context [2] primitive.
+using ASN1TAG = std::uint32_t;
+
+inline constexpr ASN1TAG kTagUniversal = 0;
+inline constexpr ASN1TAG kTagApplication = 0x40000000;
+inline constexpr ASN1TAG kTagContext = 0x80000000;
+inline constexpr ASN1TAG kTagPrivate = 0xC0000000;
+inline constexpr ASN1TAG kTagConstructed = 0x20000000;
+inline constexpr ASN1TAG kTagNumberMask = 0x1FFFFFFF;
+
+// Universal tag numbers (X.680, clause 8.4).
+inline constexpr ASN1TAG kTagBoolean = 1;
+inline constexpr ASN1TAG kTagInteger = 2;
+inline constexpr ASN1TAG kTagBitString = 3;
+inline constexpr ASN1TAG kTagOctetString = 4;
+inline constexpr ASN1TAG kTagNull = 5;
+inline constexpr ASN1TAG kTagObjectId = 6;
+inline constexpr ASN1TAG kTagEnumerated = 10;
+inline constexpr ASN1TAG kTagUtf8String = 12;
+inline constexpr ASN1TAG kTagNumericString = 18;
+inline constexpr ASN1TAG kTagPrintableString = 19;
+inline constexpr ASN1TAG kTagTeletexString = 20;
+inline constexpr ASN1TAG kTagIa5String = 22;
+inline constexpr ASN1TAG kTagUtcTime = 23;
+inline constexpr ASN1TAG kTagGeneralizedTime = 24;
+inline constexpr ASN1TAG kTagVisibleString = 26;
+inline constexpr ASN1TAG kTagUniversalString = 28;
+inline constexpr ASN1TAG kTagBmpString = 30;
+inline constexpr ASN1TAG kTagSequence = kTagConstructed | 16;
+inline constexpr ASN1TAG kTagSet = kTagConstructed | 17;
+
+/// Who writes or reads the tag of a value: with TAG_EXPLICIT the function itself, tag and length included; with
+/// TAG_IMPLICIT the caller, and the function handles contents only.
+enum ASN1TagType : int { TAG_IMPLICIT = 0, TAG_EXPLICIT = 1 };
+
+/// The length value of the indefinite form. All other lengths are octet counts of 0 and above.
+inline constexpr int LEN_INDEFINITE = -9999;
+
+// Options of xd_match and xd_tag_len, a bit set.
+inline constexpr int MATCH_SEEK = 1;        ///< look forward through the following elements for the tag
+inline constexpr int MATCH_ADVANCE = 2;     ///< leave the position behind tag and length; else at the element's start
+inline constexpr int MATCH_SKIP_FIRST = 8;  ///< step over the current element before matching
+
+/// Most arcs that an object identifier can hold here.
+inline constexpr std::uint32_t ASN1_MAX_ARCS = 128;
+
+struct ASN1OBJID {
+    std::uint32_t numids;  ///< arcs in use, at most ASN1_MAX_ARCS
+    std::uint32_t subid[ASN1_MAX_ARCS];
+};
+
+struct ASN1OID64 {
+    std::uint32_t numids;
+    std::int64_t subid[ASN1_MAX_ARCS];
+};
+
+struct ASN1TDynOctStr {
+    std::uint32_t numocts;  ///< octets at `data`
+    const std::uint8_t* data;
+};
+
+struct ASN1TDynBitStr {
+    std::uint32_t numbits;     ///< bits at `data`, the first one the most significant of the first octet
+    const std::uint8_t* data;  ///< (numbits + 7) / 8 octets
+};
+
+/// A complete encoded element, header included.
+struct ASN1TOpenType {
+    std::uint32_t numocts;
+    const std::uint8_t* data;
+};
+
+/// Characters of 16 bits (BMPString) in host byte order, without a closing NUL.
+struct ASN1T16BitCharStr {
+    std::uint32_t nchars;
+    std::uint16_t* data;
+};
+
+/// Characters of 32 bits (UniversalString) in host byte order, without a closing NUL.
+struct ASN1T32BitCharStr {
+    std::uint32_t nchars;
+    std::uint32_t* data;
+};
+
+/// Where an encoded member lies in a buffer that fills from its end: the distance from the end survives the growth of
+/// the buffer, which a pointer would not.
+struct ASN1BufLocDescr {
+    std::uint32_t numocts;  ///< encoded length of the member
+    std::uint32_t offset;   ///< octets from the last octet of the buffer back to the member's first
+};
+
+/// The value that encloses extension additions.
+struct ASN1ExtPosition {
+    const std::uint8_t* start;  ///< first contents octet of the value
+    int length;                 ///< its length, or LEN_INDEFINITE
+};
