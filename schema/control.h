@@ -1,0 +1,87 @@
+// The control classes: one short derivation ASN1C_T a type from the templates here.
+//
+// A control object binds a record to a context. It stands alone (own context) or shares the context of a message
+// buffer; EncodeTo and DecodeFrom work on the buffer that they are given. Copies are deep, in the context of the
+// control object, and live as long as that.
+#pragma once
+
+#include <memory>
+#include <new>
+#include <type_traits>
+
+#include "asn1rt/bit_string_control.h"
+#include "asn1rt/control_type.h"
+#include "asn1rt/message_buffer.h"
+#include "asn1rt/seq_of_list.h"
+#include "asn1rt/time_control.h"
+#include "schema/value_codec.h"
+
+namespace schema {
+
+/// Control classes of records, arrays and plain values have no behaviour of their own.
+class RecordBase : public ASN1CType {
+protected:
+    template <class Value>
+    explicit RecordBase(Value& /*value*/) {}
+    template <class Value>
+    RecordBase(ASN1MessageBufferIF& buffer, Value& /*value*/) : ASN1CType(buffer) {}
+    template <class Value>
+    RecordBase(ASN1Context& context, Value& /*value*/) : ASN1CType(context) {}
+};
+
+using ListBase = ASN1CSeqOfList;
+using BitStringBase = ASN1CBitStr;
+
+/// setMsgBuf, init, encode: answers the octets written or a negative status.
+int encodeTo(ASN1CType& control, ASN1MessageBufferIF& buffer, const TypeInfo& type, void* value);
+/// setMsgBuf, init, decode: answers a status.
+int decodeFrom(ASN1CType& control, ASN1MessageBufferIF& buffer, const TypeInfo& type, void* value);
+/// Deep copy into a zeroed record from the heap of the context; null when there is no memory.
+void* copyToHeap(ASN1CType& control, const TypeInfo& type, const void* value);
+
+/// Deep copy of the record of a control object into `record`, which then keeps the context alive.
+template <class Record>
+void copyFromControl(Record& record, const TypeInfo& type, ASN1CType& control, const void* value) {
+    record.setContext(control.getContext());
+    copyValue(control.getCtxtPtr(), type, value, &record);
+}
+
+/// Control class over `Base`, which is constructed from the value with nothing, a buffer or a context in front.
+template <class Base, class Record, const TypeInfo& type>
+class Control : public Base {
+public:
+    Record& msgData;
+
+    /// In a new context.
+    explicit Control(Record& value) : Base(value), msgData(value) {}
+    /// In the context of the buffer, which must outlive this object.
+    Control(ASN1MessageBufferIF& buffer, Record& value) : Base(buffer, value), msgData(value) {}
+    /// Works on a deep copy of the record, in the same context. std::bad_alloc when there is no memory.
+    Control(Control& original) : Control(original, original.getCopy(nullptr)) {}
+    Control& operator=(const Control&) = delete;
+
+    /// Deep copy into `target`, or into a new record from the heap for null. Null when there is no memory.
+    Record* getCopy(Record* target) {
+        if (target == nullptr) {
+            return static_cast<Record*>(copyToHeap(*this, type, &msgData));
+        }
+        copyValue(this->getCtxtPtr(), type, &msgData, target);
+        return target;
+    }
+
+    /// Deep copy in a record from `new` that keeps the context alive; the caller deletes it.
+    Record* newCopy() requires std::is_base_of_v<ASN1TPDU, Record> {
+        auto copy = std::make_unique<Record>();
+        copyFromControl(*copy, type, *this, &msgData);
+        return copy.release();
+    }
+
+    int EncodeTo(ASN1MessageBufferIF& buffer) override { return encodeTo(*this, buffer, type, &msgData); }
+    int DecodeFrom(ASN1MessageBufferIF& buffer) override { return decodeFrom(*this, buffer, type, &msgData); }
+
+private:
+    Control(Control& original, Record* copy)
+        : Base(*original.getContext(), copy != nullptr ? *copy : throw std::bad_alloc()), msgData(*copy) {}
+};
+
+}  // namespace schema
