@@ -1,0 +1,44 @@
+// The settings file as it was read: a table of values, and what is wrong with it. The one in force is replaced as a
+// whole, so that a reader keeps a consistent view while another thread opens another file.
+#pragma once
+
+#include <toml++/toml.h>
+
+#include <atomic>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <string_view>
+
+#include "platform/support/support_service.h"
+
+namespace tallow::platform {
+
+class Settings {
+public:
+    // Reads a file; a file that is missing is an empty one when `mayBeMissing`.
+    static std::shared_ptr<Settings> read(const std::string& path, bool mayBeMissing);
+
+    // The settings of the process, read from the default file when none were opened before.
+    static std::shared_ptr<Settings> inForce();
+    static void putInForce(std::shared_ptr<Settings> settings);
+
+    // The value that a path such as "\config\cades\ocsppolicy\NonceLength" names, or null.
+    const toml::node* find(std::string_view path) const;
+
+    bool broken() const noexcept { return broken_.load(std::memory_order_acquire); }
+    SUPPORT_SETTINGS_ERROR error() const;
+    // From now on the file counts as broken: a value of the wrong kind, met by a reader who would go on with a default.
+    void breakAt(const toml::node& node, std::string_view reason);
+
+private:
+    void fail(int code, const toml::source_position& position, std::string_view reason);
+
+    std::string path_;
+    toml::table table_;
+    std::atomic<bool> broken_{false};
+    mutable std::mutex mutex_;
+    SUPPORT_SETTINGS_ERROR error_{};
+};
+
+}  // namespace tallow::platform

@@ -1,0 +1,211 @@
+// Trace output. All state is constant-initialised and has nothing to destroy, since contexts are opened and closed by
+// static objects of other libraries, before and after this one's own statics live.
+#include "platform/support/trace.h"
+
+#include <fcntl.h>
+#include <sys/syscall.h>
+#include <time.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdarg>
+#include <cstdio>
+#include <memory>
+#include <mutex>
+#include <string>
+
+#include "platform/support/support_service.h"
+
+struct TSupportDbContext_ {
+    std::string module;
+};
+
+namespace {
+
+constexpr unsigned int kAskSettings = 0x80000000U;  // no level bit: the settings have not been looked at
+constexpr unsigned int kAllLevels = 127;
+
+constinit std::atomic<unsigned int> activeLevels{kAskSettings};
+constinit std::mutex sinkMutex;  // guards the three below
+constinit int sink = STDERR_FILENO;
+constinit bool forced = false;  // support_trace_open rules, not the settings
+
+void replaceSink(int descriptor) {
+    if (sink != STDERR_FILENO) {
+        close(sink);
+    }
+    sink = descriptor;
+}
+
+int openFile(const char* path) {
+    return open(path, O_WRONLY | O_CREAT | O_APPEND | O_CLOEXEC | O_NOCTTY, S_IRUSR | S_IWUSR);
+}
+
+std::string settingText(const char* path) {
+    size_t size = 0;
+    if (support_registry_get_string(path, &size, nullptr) != 0) {
+        return {};
+    }
+    std::string text(size, '\0');
+    return support_registry_get_string(path, &size, text.data()) == 0 ? text : std::string();
+}
+
+unsigned int levelsOfSettings() {
+    int enabled = 0;
+    if (support_registry_get_bool("\\trace\\enabled", &enabled) != 0 || enabled == 0) {
+        return 0;
+    }
+    long levels = kAllLevels;
+    support_registry_get_long("\\trace\\levels", &levels);
+    return static_cast<unsigned int>(levels) & ~kAskSettings;
+}
+
+// The first question after a change of the settings comes here.
+unsigned int askSettings() {
+    std::scoped_lock const lock(sinkMutex);
+    unsigned int levels = activeLevels.load(std::memory_order_acquire);
+    if (levels != kAskSettings) {
+        return levels;
+    }
+    levels = levelsOfSettings();
+    std::string const file = levels == 0 ? std::string() : settingText("\\trace\\file");
+    int const descriptor = file.empty() ? -1 : openFile(file.c_str());
+    replaceSink(descriptor == -1 ? STDERR_FILENO : descriptor);
+    activeLevels.store(levels, std::memory_order_release);
+    return levels;
+}
+
+std::string head(const std::string& module, const char* function, int line) {
+    timespec now{};
+    clock_gettime(CLOCK_REALTIME, &now);
+    tm fields{};
+    gmtime_r(&now.tv_sec, &fields);
+    std::array<char, 32> time{};
+    strftime(time.data(), time.size(), "%Y-%m-%dT%H:%M:%S", &fields);
+    std::array<char, 64> rest{};
+    snprintf(rest.data(), rest.size(), ".%03ldZ %ld ", now.tv_nsec / 1000000, static_cast<long>(syscall(SYS_gettid)));
+    return time.data() + (rest.data() + module) + ' ' + (function == nullptr ? "" : function) + ':' +
+           std::to_string(line) + ' ';
+}
+
+std::string formatted(const char* format, va_list arguments) {
+    va_list again;
+    va_copy(again, arguments);
+    int const length = vsnprintf(nullptr, 0, format, arguments);
+    std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
+    if (length > 0) {
+        vsnprintf(text.data(), text.size() + 1, format, again);
+    }
+    va_end(again);
+    return text;
+}
+
+// Texts from the network are shown, so nothing that steers a terminal may pass: C0 and C1 controls and DEL.
+std::string visible(const std::string& text) {
+    std::string shown;
+    shown.reserve(text.size());
+    for (size_t i = 0; i < text.size(); ++i) {
+        unsigned char const c = static_cast<unsigned char>(text[i]);
+        unsigned char const following = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0;
+        if (c < 0x20 || c == 0x7F || (c == 0xC2 && following >= 0x80 && following < 0xA0)) {
+            std::array<char, 8> escaped{};
+            snprintf(escaped.data(), escaped.size(), "\\x%02X", c == 0xC2 ? following : c);
+            shown += escaped.data();
+            i += c == 0xC2 ? 1 : 0;
+        } else {
+            shown += text[i];
+        }
+    }
+    return shown;
+}
+
+void writeWhole(const std::string& line) {
+    std::scoped_lock const lock(sinkMutex);
+    for (size_t written = 0; written < line.size();) {
+        ssize_t const count = write(sink, line.data() + written, line.size() - written);
+        if (count < 0 && errno != EINTR) {
+            return;
+        }
+        written += count > 0 ? static_cast<size_t>(count) : 0;
+    }
+}
+
+}  // namespace
+
+void tallow::platform::traceFollowsSettings() noexcept {
+    std::scoped_lock const lock(sinkMutex);
+    if (!forced) {
+        activeLevels.store(kAskSettings, std::memory_order_release);
+    }
+}
+
+TSupportDbContext_* support_print_init(unsigned int /*reserved*/, const char* name, unsigned int /*first*/,
+                                       unsigned int /*second*/) {
+    try {
+        auto context = std::make_unique<TSupportDbContext_>();
+        context->module = name == nullptr ? "" : name;
+        return context.release();
+    } catch (...) {
+        SetLastError(ERROR_NOT_ENOUGH_MEMORY);
+        return nullptr;
+    }
+}
+
+void support_print_done(TSupportDbContext_* context) {
+    std::unique_ptr<TSupportDbContext_> const owner(context);
+}
+
+int support_print_is(TSupportDbContext_* context, unsigned int level) {
+    if (context == nullptr) {
+        return 0;
+    }
+    unsigned int levels = activeLevels.load(std::memory_order_acquire);
+    if (levels == kAskSettings) {
+        try {
+            levels = askSettings();
+        } catch (...) {
+            return 0;
+        }
+    }
+    return (levels & level & ~kAskSettings) != 0 ? 1 : 0;
+}
+
+void support_dprint_print_(TSupportDbContext_* context, const char* format, const char* file, int line,
+                           const char* function, ...) {
+    static_cast<void>(file);  // always empty in the library: the function names the place
+    if (context == nullptr || format == nullptr) {
+        return;
+    }
+    int const savedErrno = errno;
+    va_list arguments;
+    va_start(arguments, function);
+    try {
+        std::string text = formatted(format, arguments);
+        if (!text.empty() && text.back() == '\n') {
+            text.pop_back();
+        }
+        writeWhole(head(context->module, function, line) + visible(text) + '\n');
+    } catch (...) {
+        // Out of memory loses the line and nothing else.
+        errno = savedErrno;
+    }
+    va_end(arguments);
+    errno = savedErrno;
+}
+
+int support_trace_open(unsigned int levels, const char* path) {
+    int descriptor = STDERR_FILENO;
+    if (levels != 0 && path != nullptr) {
+        descriptor = openFile(path);
+        if (descriptor == -1) {
+            return static_cast<int>(errno == ENOENT || errno == ENOTDIR ? ERROR_FILE_NOT_FOUND : ERROR_ACCESS_DENIED);
+        }
+    }
+    std::scoped_lock const lock(sinkMutex);
+    replaceSink(descriptor);
+    forced = levels != 0;
+    activeLevels.store(forced ? levels & ~kAskSettings : kAskSettings, std::memory_order_release);
+    return 0;
+}
