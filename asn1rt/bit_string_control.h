@@ -1,0 +1,116 @@
+// ASN1CBitStr: the single bits of a BIT STRING. Bit 0 is the most significant bit of the first octet, as in X.680.
+//
+// It works on the caller's array, on a bit string record, or on memory of its own. A string over a record or without a
+// maximum grows: its octets then move to the type heap of the context, and the record is made to point there.
+#pragma once
+
+#include <cstdint>
+
+#include "asn1rt/control_type.h"
+#include "asn1rt/types.h"
+#include "export.h"
+
+class TALLOW_EXPORT ASN1CBitStr : public ASN1CType {
+public:
+    /// The maximum of a string that may grow.
+    static constexpr std::uint32_t kUnbounded = 0xFFFFFFFFU;
+
+    /// Over the caller's array and count, which must outlive the object. The array holds `maxNumBits` bits in whole
+    /// octets. The caller's data are changed: `numbits` is cut to the maximum, and every bit of the array behind it is
+    /// cleared.
+    ASN1CBitStr(std::uint8_t* data, std::uint32_t& numbits, std::uint32_t maxNumBits);
+    ASN1CBitStr(ASN1MessageBufferIF& buffer, std::uint8_t* data, std::uint32_t& numbits, std::uint32_t maxNumBits);
+    ASN1CBitStr(ASN1Context& context, std::uint8_t* data, std::uint32_t& numbits, std::uint32_t maxNumBits);
+
+    /// Over a record, which must outlive the object; changes are made in its octets and its count. Bits of its last
+    /// octet behind the count are cleared.
+    explicit ASN1CBitStr(ASN1TDynBitStr& value);
+    ASN1CBitStr(ASN1MessageBufferIF& buffer, ASN1TDynBitStr& value);
+    ASN1CBitStr(ASN1Context& context, ASN1TDynBitStr& value);
+
+    /// An empty string in zeroed memory of its own. `maxNumBits` 0 means no maximum. Throws
+    /// ASN1MessageBuffer::RTLError with STATUS_NO_MEMORY when memory runs out.
+    explicit ASN1CBitStr(std::uint32_t maxNumBits);
+    ASN1CBitStr(ASN1MessageBufferIF& buffer, std::uint32_t maxNumBits);
+    ASN1CBitStr(ASN1Context& context, std::uint32_t maxNumBits);
+
+    /// A copy in memory of its own, in the same context and with the same maximum. Throws as above.
+    ASN1CBitStr(const ASN1CBitStr& other);
+    /// The same; `extendable` tells whether the copy may grow or has the size of `other` as its maximum.
+    ASN1CBitStr(const ASN1CBitStr& other, bool extendable);
+    ASN1CBitStr& operator=(const ASN1CBitStr&) = delete;
+    ~ASN1CBitStr() override;
+
+    // Single bits. An index above the maximum gives STATUS_BIT_INDEX; a string that would have to grow and must not,
+    // STATUS_BAD_LENGTH; STATUS_NO_MEMORY. set and invert make the string as long as the index asks, clear never does.
+    int set(std::uint32_t index);
+    int clear(std::uint32_t index);
+    int invert(std::uint32_t index);
+
+    // The bits from `from` up to and without `to`. The same statuses, and STATUS_BIT_RANGE when `from` is above `to`.
+    int set(std::uint32_t from, std::uint32_t to);
+    int clear(std::uint32_t from, std::uint32_t to);
+    int invert(std::uint32_t from, std::uint32_t to);
+
+    /// Empties the string: all bits 0, size 0.
+    void clear();
+
+    /// The bit; false beyond the end.
+    [[nodiscard]] bool get(std::uint32_t index) const;
+    /// Copies the bits from `from` up to and without `to` to the start of `destination`; bits beyond the end read 0,
+    /// and the last octet is filled up with 0. `size` is in octets: too few give STATUS_STRING_OVERFLOW.
+    /// STATUS_BIT_RANGE when `from` is above `to`, STATUS_BAD_ARGUMENT for null.
+    int get(std::uint32_t from, std::uint32_t to, std::uint8_t* destination, std::uint32_t size) const;
+    /// Copies the octets up to the last set bit and fills the rest of `destination` with 0. `size` is in octets: too
+    /// few give STATUS_BAD_LENGTH. STATUS_BAD_ARGUMENT for null.
+    int getBytes(std::uint8_t* destination, std::uint32_t size) const;
+
+    /// The bits up to and including the last set one.
+    [[nodiscard]] std::uint32_t length() const;
+    /// The bits of the string.
+    [[nodiscard]] std::uint32_t size() const { return *mpNumBits; }
+    /// The set bits.
+    [[nodiscard]] std::uint32_t cardinality() const;
+
+    // Combine with `numbits` bits at `data`. The size is then up to the last set bit. STATUS_BAD_ARGUMENT for null or
+    // for the octets of the string itself, STATUS_BAD_LENGTH when the result would need more than the maximum,
+    // STATUS_NO_MEMORY; the string is unchanged then. doAnd with 0 bits empties the string.
+    int doAnd(const std::uint8_t* data, std::uint32_t numbits);
+    int doOr(const std::uint8_t* data, std::uint32_t numbits);
+    int doXor(const std::uint8_t* data, std::uint32_t numbits);
+    int doAndNot(const std::uint8_t* data, std::uint32_t numbits);
+
+    // Move the bits toward bit 0, or away from it. What leaves the string at either end is lost; the size is then up to
+    // the last set bit.
+    int shiftLeft(std::uint32_t count);
+    int shiftRight(std::uint32_t count);
+
+    /// A view of the octets with the size up to the last set bit. Valid until the string changes.
+    operator ASN1TDynBitStr() const;  // NOLINT(google-explicit-constructor): stands in for the record
+    /// A copy from the type heap; null when memory runs out.
+    operator ASN1TDynBitStr*() const;  // NOLINT(google-explicit-constructor): as above
+
+private:
+    void attachArray(std::uint8_t* data, std::uint32_t& numbits, std::uint32_t maxNumBits);
+    void attachRecord(ASN1TDynBitStr& value);
+    void allocate(std::uint32_t maxNumBits);
+    void cloneFrom(const ASN1CBitStr& other, std::uint32_t maxNumBits);
+
+    [[nodiscard]] std::uint8_t* units() const;
+    int checkCapacity(std::uint32_t octets);
+    int extend(std::uint32_t numbits);
+    int checkRange(std::uint32_t from, std::uint32_t to) const;
+    int checkOperand(const std::uint8_t* data) const;
+    void clearBehind(std::uint32_t numbits, std::uint32_t octets);
+    void recalculateUnits();
+    void recalculateSize();
+
+    const std::uint8_t* mpUnitsStorage = nullptr;    // used when the caller has no pointer of his own
+    const std::uint8_t** mpUnits = &mpUnitsStorage;  // own pointer, or the one of the caller's record
+    std::uint32_t mNumBitsStorage = 0;               // used when the caller has no count of his own
+    std::uint32_t* mpNumBits = &mNumBitsStorage;     // own count, or the caller's
+    std::uint32_t mMaxNumBits = kUnbounded;
+    std::int32_t mUnitsUsed = 0;       // octets up to the last set bit
+    std::int32_t mUnitsAllocated = 0;  // octets there is room for
+    bool mDynAlloc = false;            // the octets are heap memory of this object
+};

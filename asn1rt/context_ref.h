@@ -1,0 +1,53 @@
+// The shared context of the class layer: a counted ASN1Context and the pointer that counts it. Everything decoded into
+// a context lives in its type heap and goes with the last reference. The count is a plain integer: a context and all
+// that shares it belong to one thread.
+#pragma once
+
+#include <cstdint>
+
+#include "asn1rt/context.h"
+#include "export.h"
+
+/// A context with a count of its references. Made with new and a count of 0; the last _unref() deletes it, so it is
+/// never a local variable. The plain record is its first part: a pointer to one is a pointer to the other.
+class TALLOW_EXPORT ASN1Context : public ASN1CTXT {
+public:
+    /// Initialises the context. Throws ASN1MessageBuffer::RTLError with the status when that fails.
+    ASN1Context();
+    ASN1Context(const ASN1Context&) = delete;
+    ASN1Context& operator=(const ASN1Context&) = delete;
+
+    void _ref() noexcept { ++refCount; }
+    /// Drops a reference; the last one frees the context with everything in its heaps and deletes the object.
+    void _unref() noexcept;
+    [[nodiscard]] std::uint32_t getRefCount() const noexcept { return refCount; }
+
+    /// Prints the stored status on standard output.
+    void PrintErrorInfo();
+
+private:
+    ~ASN1Context();
+
+    std::uint32_t refCount = 0;
+};
+
+/// Holds one reference to a context, or none.
+class TALLOW_EXPORT ASN1CtxtPtr {
+public:
+    ASN1CtxtPtr() noexcept = default;
+    ASN1CtxtPtr(ASN1Context* context) noexcept;  // NOLINT(google-explicit-constructor): stands in for the plain pointer
+    ASN1CtxtPtr(const ASN1CtxtPtr& other) noexcept;
+    ASN1CtxtPtr(ASN1CtxtPtr&& other) noexcept;
+    ASN1CtxtPtr& operator=(const ASN1CtxtPtr& other) noexcept;
+    ASN1CtxtPtr& operator=(ASN1CtxtPtr&& other) noexcept;
+    ASN1CtxtPtr& operator=(ASN1Context* context) noexcept;
+    ~ASN1CtxtPtr();
+
+    [[nodiscard]] ASN1Context* get() const noexcept { return mPointer; }
+    operator ASN1Context*() const noexcept { return mPointer; }  // NOLINT(google-explicit-constructor): as above
+    ASN1Context* operator->() const noexcept { return mPointer; }
+    [[nodiscard]] bool isNull() const noexcept { return mPointer == nullptr; }
+
+private:
+    ASN1Context* mPointer = nullptr;
+};

@@ -1,0 +1,203 @@
+// ASN1CTime and its two kinds, ASN1CGeneralizedTime and ASN1CUTCTime: the single fields of a time text.
+//
+//   char area[32] = "";
+//   char const* text = area;
+//   ASN1CGeneralizedTime time(text, sizeof area, true);
+//   time.setYear(2024); time.setMonth(2); time.setDay(29); time.setHour(12);   // text: "20240229120000Z"
+//
+// Text and fields follow each other lazily: the first getter reads the text, every setter writes it again once year,
+// month, day and hour are known. A field that neither the text nor a setter has given reads kNotSet. An absent or empty
+// text is a time of which nothing is set.
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+
+#include "asn1rt/control_type.h"
+#include "asn1rt/time_text.h"
+#include "export.h"
+
+class TALLOW_EXPORT ASN1CTime : public ASN1CType {
+public:
+    /// What a getter answers for a field that nothing has set.
+    static constexpr int kNotSet = -3;
+    /// The longest text with its NUL.
+    static constexpr std::int32_t kTextSize = 30;
+
+    ASN1CTime(const ASN1CTime&) = delete;
+    ASN1CTime& operator=(const ASN1CTime&) = delete;
+    ~ASN1CTime() override;
+
+    // The fields; the offset counts positive east of Greenwich. A getter that has to read the text and cannot answers
+    // STATUS_BAD_DATETIME and enters it in the context.
+    virtual int getYear() const;
+    virtual int getMonth() const;
+    virtual int getDay() const;
+    virtual int getHour() const;
+    virtual int getMinute() const;
+    virtual int getSecond() const;
+    /// The digits behind the point taken as a number: 5 for ".5" and for ".05", 500 for ".500". At most nine digits are
+    /// read.
+    virtual int getFraction() const;
+    virtual int getDiffHour() const;
+    virtual int getDiffMinute() const;
+    /// The whole offset in minutes.
+    virtual int getDiff() const;
+    /// 1 when the text ends in "Z", else 0.
+    virtual int getUTC() const;
+    /// Seconds since 1970: the fields taken as local time of this process, plus the offset. Meant for texts in local
+    /// time; a text with "Z" or an offset comes out right only where local time is UTC and the offset is zero.
+    /// STATUS_BAD_DATETIME for a time that is not set or cannot be represented.
+    virtual std::time_t getTime() const;
+
+    // Setters answer 0, or STATUS_BAD_DATETIME for a value out of range and for a text that cannot be read; nothing is
+    // changed then.
+    /// Whether the text ends in "Z". Set with an offset, the fields are moved to UTC and the offset becomes zero.
+    virtual int setUTC(bool utc);
+    /// 0 to 9999. 29 February must exist in the new year.
+    virtual int setYear(int year);
+    /// 1 to 12. The day is not looked at, so that a date can be changed field by field.
+    virtual int setMonth(int month);
+    /// Within the month, as far as month and year are set.
+    virtual int setDay(int day);
+    virtual int setHour(int hour);
+    virtual int setMinute(int minute);
+    virtual int setSecond(int second);
+    /// The digits behind the point, 0 (none) to 999,999,999.
+    virtual int setFraction(int fraction);
+    /// The fields from seconds since 1970, as local time of this process; with `diff`, or when the value is always
+    /// shown in Zulu form, with its offset.
+    virtual int setTime(std::time_t time, bool diff) = 0;
+    /// -12 to 12.
+    virtual int setDiffHour(int hours);
+    /// Hours -12 to 12, minutes -59 to 59; the minutes take the sign of the hours.
+    virtual int setDiff(int hours, int minutes);
+    /// -720 to 720 minutes.
+    virtual int setDiff(int minutes);
+
+    /// Reads the fields from a text, which need not be the caller's. Answers 0 or STATUS_BAD_DATETIME, with the fields
+    /// unchanged.
+    virtual int parseString(const char* text) = 0;
+    /// Unsets all fields and empties the text.
+    virtual void clear();
+
+    // Compare the instants, offsets taken into account. A time that is not set or cannot be read is unequal to every
+    // time, itself included, and neither before nor after any.
+    virtual bool equals(const ASN1CTime& other) const;
+    virtual bool operator==(const ASN1CTime& other) const;
+    virtual bool operator!=(const ASN1CTime& other) const;
+    virtual bool operator>(const ASN1CTime& other) const;
+    virtual bool operator<(const ASN1CTime& other) const;
+    virtual bool operator>=(const ASN1CTime& other) const;
+    virtual bool operator<=(const ASN1CTime& other) const;
+
+    /// Writes the text from the fields. STATUS_BAD_DATETIME when year, month, day or hour is not set, or the move to
+    /// UTC leaves the years 0 to 9999.
+    virtual int compileString() = 0;
+
+    /// The length of the text without NUL, 0 when there is none.
+    [[nodiscard]] int getTimeStringLen() const;
+    /// Copies the text with its NUL and answers `destination`; null when there is no text or it does not fit
+    /// `capacity`.
+    char* getTimeString(char* destination, std::uint32_t capacity) const;
+
+protected:
+    // `text` is the caller's pointer to the text, often a member of a value record; pointer and text must outlive this
+    // object. With `size` of 30 and more, the pointer must point to a writable array of `size` octets, where the text
+    // is rewritten in place. Otherwise the pointer is made to point into this object: copy the text before it goes.
+    ASN1CTime(const char*& text, std::int32_t size, bool forceUTC);
+    ASN1CTime(ASN1MessageBufferIF& buffer, const char*& text, std::int32_t size, bool forceUTC);
+    ASN1CTime(ASN1Context& context, const char*& text, std::int32_t size, bool forceUTC);
+
+    /// Reads the text unless the fields are known. 0 also when there is no text.
+    int ensureParsed() const;
+    /// Whether year, month, day and hour are set.
+    [[nodiscard]] bool isComplete() const;
+    /// STATUS_BAD_DATETIME unless the date exists, as far as it is set.
+    int checkDate(int day, int month, int year) const;
+    /// Takes over what a reader found.
+    void assign(const RtTime& fields);
+    /// compileString() once enough is set.
+    int written();
+    /// Moves the fields to UTC and clears the offset.
+    int moveToUtc();
+    /// The fields of `time` as local time, with the offset of local time when asked.
+    int assignLocal(std::time_t time, bool withOffset);
+    /// Stores a finished text where the caller's pointer will find it.
+    void store(const char* text);
+    /// The place for a text: the caller's array if it is large enough, otherwise the area of this object.
+    char* checkCapacity();
+
+    /// Days since 1 March of the year 0, and milliseconds since midnight, both of the instant in UTC.
+    [[nodiscard]] std::int64_t getDaysNum() const;
+    [[nodiscard]] std::int64_t getMillisNum() const;
+    /// Adds to a time of day and carries into the date.
+    static void addMilliseconds(RtTime& fields, std::int64_t milliseconds);
+    static void addDays(RtTime& fields, std::int64_t days);
+
+    static const std::int16_t daysInMonth[13];     // of a common year, from index 1
+    static const std::int16_t daysAfterMonth[13];  // days of a common year in front of the month, from index 1
+
+    // Filled by the first getter, hence changed in const objects too.
+    mutable std::int16_t mYear = kNotSet;
+    mutable std::int16_t mMonth = kNotSet;
+    mutable std::int16_t mDay = kNotSet;
+    mutable std::int16_t mHour = kNotSet;
+    mutable std::int16_t mMinute = kNotSet;
+    mutable std::int16_t mSecond = kNotSet;
+    mutable std::int16_t mDiffHour = 0;
+    mutable std::int16_t mDiffMin = 0;
+    mutable std::int32_t mFraction = 0;
+    mutable bool mIsUTC = false;
+    mutable bool mParsed = false;
+    bool mForceUTC;             // always shown in Zulu form
+    const char** mpTimeStr;     // the caller's pointer
+    std::int32_t mTimeStrSize;  // octets of the array it points to
+
+private:
+    /// The instant as days and milliseconds; false when nothing can be compared.
+    bool instant(std::int64_t& days, std::int64_t& milliseconds) const;
+    int compare(const ASN1CTime& other, int& order) const;
+    int setField(std::int16_t& field, int value, int low, int high);
+
+    char mArea[kTextSize] = {};
+};
+
+/// GeneralizedTime, X.680 46. Minutes and seconds are written when they are not zero, or always in Zulu form.
+class TALLOW_EXPORT ASN1CGeneralizedTime : public ASN1CTime {
+public:
+    explicit ASN1CGeneralizedTime(const char*& text, std::int32_t size = 0, bool forceUTC = false);
+    ASN1CGeneralizedTime(ASN1MessageBufferIF& buffer, const char*& text, std::int32_t size = 0, bool forceUTC = false);
+    ASN1CGeneralizedTime(ASN1Context& context, const char*& text, std::int32_t size = 0, bool forceUTC = false);
+
+    /// The year divided by 100.
+    int getCentury() const;
+    /// 0 to 99.
+    int setCentury(int century);
+
+    int setTime(std::time_t time, bool diff) override;
+    int parseString(const char* text) override;
+    int compileString() override;
+};
+
+/// UTCTime, X.680 47: two digits of year, which stand for 1950 to 2049, and no fraction.
+class TALLOW_EXPORT ASN1CUTCTime : public ASN1CTime {
+public:
+    explicit ASN1CUTCTime(const char*& text, std::int32_t size = 0, bool forceUTC = false);
+    ASN1CUTCTime(ASN1MessageBufferIF& buffer, const char*& text, std::int32_t size = 0, bool forceUTC = false);
+    ASN1CUTCTime(ASN1Context& context, const char*& text, std::int32_t size = 0, bool forceUTC = false);
+
+    /// 0 to 99, which is completed to 2000 to 2049 and 1950 to 1999, or one of those years.
+    int setYear(int year) override;
+    /// Always 0.
+    int getFraction() const override;
+    /// Answers STATUS_NOT_SUPPORTED; the value has no fraction afterward.
+    int setFraction(int fraction) override;
+    /// Clearing the flag acts only when there is an offset, since a text needs one of the two endings.
+    int setUTC(bool utc) override;
+
+    /// The offset is always taken, for the same reason.
+    int setTime(std::time_t time, bool diff) override;
+    int parseString(const char* text) override;
+    int compileString() override;
+};
