@@ -139,7 +139,7 @@ public:
     void put_archiveCutoff(CDateTime const& time);
 
 private:
-    CDateTime archiveCutoff_;
+    CDateTime archiveCutoff_{0, 0};
 };
 
 }  // namespace Orvane::PKI::OCSP

@@ -32,7 +32,7 @@ public:
 
 private:
     std::uint32_t responseStatus_ = 0;
-    CStringProxy responseType_;
+    CStringProxy responseType_{""};
     CBlob response_;
 };
 

@@ -1,0 +1,218 @@
+// Turns certificates into what a request names: identifiers, responder addresses, locators.
+#include <cstring>
+#include <string>
+#include <string_view>
+
+#include "client/request/request_impl.h"
+#include "client/response/issuer_by_chain.h"
+#include "client/transport/ocsp_access.h"
+#include "foundation/trace.h"
+#include "handles/exception.h"
+#include "handles/status.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+namespace {
+
+constexpr char kOidCrlDistributionPoints[] = "2.5.29.31";
+constexpr char kOidSha1[] = "1.3.14.3.2.26";
+constexpr DWORD kEncoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
+constexpr DWORD kMachineStoreFlags =
+    CERT_SYSTEM_STORE_LOCAL_MACHINE | CERT_STORE_READONLY_FLAG | CERT_STORE_SHARE_CONTEXT_FLAG;
+
+// A certificate of one of these signature algorithms is named with the hash of its own family, since its responder may
+// know no other; every other certificate with SHA-1, which all responders know.
+struct HashOfSignature {
+    std::string_view signature;
+    char const* hash;
+};
+constexpr HashOfSignature kHashesOfSignatures[] = {
+    {"1.2.643.2.2.4", "1.2.643.2.2.9"},              // GOST R 34.11-94
+    {"1.2.643.2.2.3", "1.2.643.2.2.9"},              // GOST R 34.11-94
+    {"1.2.643.7.1.1.3.2", "1.2.643.7.1.1.2.2"},      // GOST R 34.11-2012, 256 bits
+    {"1.2.643.7.1.1.3.3", "1.2.643.7.1.1.2.3"},      // GOST R 34.11-2012, 512 bits
+    {"1.2.840.113549.1.1.2", "1.2.840.113549.2.2"},  // MD2
+    {"1.2.840.113549.1.1.3", "1.2.840.113549.2.4"},  // MD4
+    {"1.2.840.113549.1.1.4", "1.2.840.113549.2.5"},  // MD5
+};
+
+CBlob toBlob(CRYPT_DATA_BLOB const& blob) {
+    return {blob.pbData, blob.cbData};
+}
+
+CBlob encodingOf(ATL2::CCertContext const& cert) {
+    return {cert->pbCertEncoded, cert->cbCertEncoded};
+}
+
+CERT_EXTENSION const* findExtension(_CERT_CONTEXT const* certificate, char const* oid) {
+    CERT_INFO const& info = *certificate->pCertInfo;
+    return info.cExtension == 0 ? nullptr : CertFindExtension(oid, info.cExtension, info.rgExtension);
+}
+
+bool isSha1(char const* hashOID) {
+    return hashOID != nullptr && std::strcmp(hashOID, kOidSha1) == 0;
+}
+
+// The policy's text up to the first blank, narrow; empty when it names nothing.
+std::string hashOfPolicy(CRequestPolicy const& policy) {
+    const std::wstring wide = policy.CertIDHashAlg.value().substr(0, policy.CertIDHashAlg.value().find(L' '));
+    if (wide.empty()) {
+        return {};
+    }
+    const int size = WideCharToMultiByte(0, 0, wide.c_str(), -1, nullptr, 0, nullptr, nullptr);
+    if (size <= 1) {
+        return {};
+    }
+    std::string narrow(static_cast<std::size_t>(size), '\0');
+    WideCharToMultiByte(0, 0, wide.c_str(), -1, narrow.data(), size, nullptr, nullptr);
+    narrow.resize(std::strlen(narrow.c_str()));
+    return narrow;
+}
+
+// First match wins: an explicit hash other than SHA-1, the policy's, an explicit SHA-1, the certificate's family.
+std::string chooseHash(char const* hashOID, CRequestPolicy const& policy, _CERT_CONTEXT const* certificate) {
+    const bool given = hashOID != nullptr && *hashOID != '\0';
+    if (given && !isSha1(hashOID)) {
+        return hashOID;
+    }
+    if (std::string ofPolicy = hashOfPolicy(policy); !ofPolicy.empty()) {
+        return ofPolicy;
+    }
+    if (given) {
+        return hashOID;
+    }
+    for (HashOfSignature const& row : kHashesOfSignatures) {
+        if (row.signature == certificate->pCertInfo->SignatureAlgorithm.pszObjId) {
+            return row.hash;
+        }
+    }
+    return kOidSha1;
+}
+
+}  // namespace
+
+void CRequest::Impl::put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer,
+                                          unsigned long index, char const* hashOID) {
+    guardBoundRebuild(index);
+    if (issuer != nullptr) {
+        if (toBlob(issuer->pCertInfo->Subject) != toBlob(certificate->pCertInfo->Issuer)) {
+            ATL::AtlThrowImpl(status::kIssuerMismatch);
+        }
+        IssuerCertificate = ATL2::CCertContext::duplicate(issuer);
+    } else {
+        findIssuerByChain(certificate);
+    }
+    const ASN1::CAlgorithmIdentifierEx algorithm(chooseHash(hashOID, *Policy, certificate).c_str());
+    SRCertIDs[index] = CCertID(algorithm, CBlob(certificate->pbCertEncoded, certificate->cbCertEncoded),
+                               encodingOf(IssuerCertificate));
+    SRCertificates[index] = ATL2::CCertContext::duplicate(certificate);
+}
+
+// The slot is one for the whole object and what is there already wins: a second certificate named without its issuer is
+// taken to be of the first one's issuer, unchecked. Callers that ask about several issuers name each.
+void CRequest::Impl::findIssuerByChain(_CERT_CONTEXT const* certificate) {
+    ATL2::CCertContext found = issuerByChain(certificate);
+    if (!IssuerCertificate) {
+        IssuerCertificate = std::move(found);
+    }
+    if (!IssuerCertificate) {
+        TALLOW_TRACE("put_SRCertIDFromCert", "Issuer not found\n");
+        ATL::AtlThrowImpl(status::kNoSigner);
+    }
+}
+
+bool CRequest::put_OCSPAddressFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index) {
+    CERT_INFO const& info = *certificate->pCertInfo;
+    for (DWORD i = 0; i < info.cExtension; ++i) {
+        CERT_EXTENSION const& extension = info.rgExtension[i];
+        if (std::strcmp(extension.pszObjId, kOidAuthorityInfoAccess) != 0) {
+            continue;
+        }
+        ASN1::CAuthorityInfoAccessSyntax access;
+        access.decode(toBlob(extension.Value));
+        for (ASN1::CAccessDescription const& description : access) {
+            if (std::strcmp(description.get_accessMethod(), kOidAccessMethodOcsp) != 0) {
+                continue;
+            }
+            if (index-- == 0) {
+                wchar_t const* address = description.get_accessLocation().get_uniformResourceIdentifier();
+                put_OCSPAddress(address == nullptr ? L"" : address);
+                return true;
+            }
+        }
+    }
+    return false;
+}
+
+void CRequest::put_SRServiceLocatorFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index) {
+    impl_->guardBoundRebuild(index);
+    CExtServiceLocator locator;
+    locator.put_issuer(toBlob(certificate->pCertInfo->Issuer));
+    if (CERT_EXTENSION const* extension = findExtension(certificate, kOidAuthorityInfoAccess); extension != nullptr) {
+        ASN1::CAuthorityInfoAccessSyntax access;
+        access.decode(toBlob(extension->Value));
+        locator.put_locator(&access);
+    }
+    impl_->SRServiceLocators.insert_or_assign(index, locator);
+}
+
+void CRequest::put_SRCRLLocatorFromCertCDP(_CERT_CONTEXT const* certificate, unsigned long index) {
+    impl_->guardBoundRebuild(index);
+    CERT_EXTENSION const* extension = findExtension(certificate, kOidCrlDistributionPoints);
+    if (extension == nullptr) {
+        ATL::AtlThrowImpl(status::kFileNotFound);
+    }
+    impl_->SRCRLLocators.insert_or_assign(index, CExtCRLLocator(toBlob(extension->Value)));
+}
+
+// A certificate handed in without key information may be known to the user's own store with it. Not finding it there
+// is no failure: the certificate stays as it came.
+void CRequest::put_ClientCertificate(_CERT_CONTEXT const* certificate) {
+    ATL2::CCertContext& own = impl_->ClientCertificate;
+    own = ATL2::CCertContext::duplicate(certificate);
+    ATL::CStringA keyInfo;
+    if (own && own.GetKeyProvInfo(keyInfo) != 0) {
+        ATL2::CCertStore my;
+        if (my.Open(CERT_STORE_PROV_SYSTEM_W, 0, CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG, L"My") ==
+            0) {
+            ATL2::CCertContext found = ATL2::CCertContext::adopt(
+                CertFindCertificateInStore(my.get(), kEncoding, 0, CERT_FIND_EXISTING, own.get(), nullptr));
+            if (found && found.DetachFromStore() == 0) {
+                own = std::move(found);
+            }
+        }
+    }
+    impl_->HTTPParams.ClientCertificate = own.get();
+}
+
+ASN1::CAuthorityInfoAccessSyntax CRequest::Impl::GetOCSPAddressFromIssuerCertProp() const {
+    ASN1::CAuthorityInfoAccessSyntax result;
+    ATL2::CCertStore collection;
+    if (!IssuerCertificate || collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, nullptr) != 0) {
+        return result;
+    }
+    for (wchar_t const* name : {L"ROOT", L"Trust", L"TrustedPeople", L"CA"}) {
+        ATL2::CCertStore store;
+        if (store.Open(CERT_STORE_PROV_SYSTEM_W, 0, kMachineStoreFlags, name) == 0) {
+            // A store that cannot be added is left out, like one that cannot be opened.
+            static_cast<void>(collection.AddStoreToCollection(store, 0, 0));
+        }
+    }
+    ATL2::CCertContext hit;
+    while (_CERT_CONTEXT const* next = CertFindCertificateInStore(collection.get(), kEncoding, 0, CERT_FIND_EXISTING,
+                                                                  IssuerCertificate.get(), hit.detach())) {
+        hit.reset(next);
+        ATL::CStringA value;
+        if (hit.GetProperty(CERT_CA_OCSP_AUTHORITY_INFO_ACCESS_PROP_ID, value) != 0 || value.GetLength() == 0) {
+            continue;
+        }
+        ASN1::CAuthorityInfoAccessSyntax access;
+        access.decode(CBlob(reinterpret_cast<unsigned char const*>(value.GetString()),
+                            static_cast<unsigned long>(value.GetLength())));
+        result.splice(result.end(), access);
+    }
+    return result;
+}
+
+}  // namespace Orvane::PKI::OCSP::Client

@@ -1,0 +1,305 @@
+// The accessors of a request. The tasks live in files of their own: build, name_certificate, and the transport folder.
+#include "client/request/request.h"
+
+#include <cstring>
+
+#include "client/request/request_impl.h"
+#include "foundation/trace.h"
+#include "handles/exception.h"
+#include "handles/status.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+namespace {
+
+template <typename Map>
+auto find(Map const& map, unsigned long index) -> typename Map::mapped_type const* {
+    const auto found = map.find(index);
+    return found == map.end() ? nullptr : &found->second;
+}
+
+template <typename Map>
+void putOrRemove(Map& map, unsigned long index, typename Map::mapped_type const* value) {
+    if (value == nullptr) {
+        map.erase(index);
+    } else {
+        map.insert_or_assign(index, *value);
+    }
+}
+
+}  // namespace
+
+CRequest::CRequest() : CRequest(false) {}
+
+CRequest::CRequest(bool messageMode) : impl_(std::make_unique<Impl>(*this, messageMode)) {}
+
+CRequest::CRequest(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer) : CRequest(false) {
+    put_SRCertIDFromCert(certificate, issuer, 0, nullptr);
+}
+
+CRequest::CRequest(CRequest const& source) : impl_(std::make_unique<Impl>(*this)) {
+    *impl_ = *source.impl_;
+}
+
+// Self-assignment is not short-cut: the object is cleared first and then takes over what is left of itself.
+CRequest& CRequest::operator=(CRequest const& source) {  // NOLINT(bugprone-unhandled-self-assignment)
+    *impl_ = *source.impl_;
+    return *this;
+}
+
+CRequest::~CRequest() = default;
+
+// ---- What is asked --------------------------------------------------------------------------------------------------
+
+void CRequest::AddSingleRequest() {
+    impl_->guard();
+    impl_->appendEmptyEntry();
+}
+
+unsigned long CRequest::get_SRNumber() const {
+    return impl_->SRCertIDs.size();
+}
+
+void CRequest::put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer, unsigned long index,
+                                    char const* hashOID) {
+    impl_->put_SRCertIDFromCert(certificate, issuer, index, hashOID);
+}
+
+void CRequest::put_SRCertID(CCertID certID, unsigned long index) {
+    impl_->guardBoundRebuild(index);
+    impl_->SRCertIDs[index] = std::move(certID);
+    impl_->SRCertificates[index] = ATL2::CCertContext();
+}
+
+CCertID CRequest::get_SRCertID(unsigned long index) const {
+    impl_->bound(index);
+    return impl_->SRCertIDs[index];
+}
+
+void CRequest::put_SRHistoricalRequest(CExtHistoricalRequest* extension, unsigned long index) {
+    impl_->guardBoundRebuild(index);
+    putOrRemove(impl_->SRHistoricalRequests, index, extension);
+}
+
+void CRequest::put_SRServiceLocator(CExtServiceLocator* extension, unsigned long index) {
+    impl_->guardBoundRebuild(index);
+    putOrRemove(impl_->SRServiceLocators, index, extension);
+}
+
+CExtHistoricalRequest const* CRequest::get_SRHistoricalRequest(unsigned long index) const {
+    impl_->bound(index);
+    return find(impl_->SRHistoricalRequests, index);
+}
+
+CExtServiceLocator const* CRequest::get_SRServiceLocator(unsigned long index) const {
+    impl_->bound(index);
+    return find(impl_->SRServiceLocators, index);
+}
+
+CExtCRLLocator const* CRequest::get_SRCRLLocator(unsigned long index) const {
+    impl_->bound(index);
+    return find(impl_->SRCRLLocators, index);
+}
+
+ASN1::CExtensions const* CRequest::get_SRAdditionalExtensions(unsigned long index) const {
+    impl_->bound(index);
+    return find(impl_->SRAdditionalExtensions, index);
+}
+
+void CRequest::put_UseNonce(bool use) {
+    impl_->guard();
+    if (use != impl_->UseNonce) {
+        impl_->rebuild();
+    }
+    impl_->UseNonce = use;
+}
+
+bool CRequest::get_UseNonce() const {
+    return impl_->UseNonce;
+}
+
+void CRequest::put_UseAcceptableResponses(bool use) {
+    impl_->guard();
+    if (use != impl_->UseAcceptableResponses) {
+        impl_->rebuild();
+    }
+    impl_->UseAcceptableResponses = use;
+}
+
+bool CRequest::get_UseAcceptableResponses() const {
+    return impl_->UseAcceptableResponses;
+}
+
+void CRequest::put_AdditionalExtensions(ASN1::CExtensions* extensions) {
+    impl_->guard();
+    impl_->rebuild();
+    ASN1::CExtensions& own = impl_->AdditionalExtensions;
+    if (extensions == nullptr) {
+        own.clear();
+        return;
+    }
+    if (extensions != &own) {
+        own = *extensions;
+    }
+    // A nonce taken over sends the walk to the second element of the given list, wherever the nonce stood. So a nonce
+    // in first place is taken over; one further down a list of the caller's own is met again and refused as a
+    // duplicate. The first element is never looked at twice.
+    auto extension = extensions->begin();
+    while (extension != extensions->end()) {
+        if (std::strcmp(extension->get_extnID(), kOidNonce) != 0) {
+            ++extension;
+            continue;
+        }
+        if (impl_->UseNonce) {
+            TALLOW_TRACE("put_AdditionalExtensions", "Duplicated extension: Nonce\n");
+            ATL::AtlThrowImpl(status::kDuplicateExtension);
+        }
+        impl_->Nonce = CExtNonce(extension->get_extnValue()).get_nonce();
+        impl_->UseNonce = true;
+        // In the object's own list this removes the very element the walk stands on, hence the restart from the list.
+        own.erase(kOidNonce);
+        extension = extensions->begin();
+        if (extension != extensions->end()) {
+            ++extension;
+        }
+    }
+}
+
+ASN1::CExtensions const* CRequest::get_AdditionalExtensions() const {
+    return &impl_->AdditionalExtensions;
+}
+
+// ---- How to reach the responder -------------------------------------------------------------------------------------
+
+void CRequest::put_OCSPAddress(wchar_t const* address) {
+    impl_->HTTPParams.OCSPAddress = address;
+    impl_->OCSPAddressSet = true;
+}
+
+wchar_t const* CRequest::get_OCSPAddress() const {
+    return impl_->HTTPParams.OCSPAddress.c_str();
+}
+
+void CRequest::put_OCSPAuthType(enumAuthTypes type) {
+    impl_->HTTPParams.OCSPAuthType = type;
+}
+
+enumAuthTypes CRequest::get_OCSPAuthType() const {
+    return impl_->HTTPParams.OCSPAuthType;
+}
+
+void CRequest::put_OCSPUserName(wchar_t const* name) {
+    impl_->HTTPParams.OCSPUserName = name;
+}
+
+wchar_t const* CRequest::get_OCSPUserName() const {
+    return impl_->HTTPParams.OCSPUserName.c_str();
+}
+
+void CRequest::put_OCSPPassword(wchar_t const* password) {
+    impl_->HTTPParams.OCSPPassword = password;
+}
+
+wchar_t const* CRequest::get_OCSPPassword() const {
+    return impl_->HTTPParams.OCSPPassword.c_str();
+}
+
+void CRequest::put_ProxyAddress(wchar_t const* address) {
+    impl_->HTTPParams.ProxyAddress = address == nullptr ? L"" : address;
+    impl_->HTTPParams.ProxyAddressSet = true;
+}
+
+wchar_t const* CRequest::get_ProxyAddress() const {
+    return impl_->HTTPParams.ProxyAddress.c_str();
+}
+
+void CRequest::put_ProxyAuthType(enumAuthTypes type) {
+    impl_->HTTPParams.ProxyAuthType = type;
+}
+
+enumAuthTypes CRequest::get_ProxyAuthType() const {
+    return impl_->HTTPParams.ProxyAuthType;
+}
+
+void CRequest::put_ProxyUserName(wchar_t const* name) {
+    impl_->HTTPParams.ProxyUserName = name;
+}
+
+wchar_t const* CRequest::get_ProxyUserName() const {
+    return impl_->HTTPParams.ProxyUserName.c_str();
+}
+
+void CRequest::put_ProxyPassword(wchar_t const* password) {
+    impl_->HTTPParams.ProxyPassword = password;
+}
+
+wchar_t const* CRequest::get_ProxyPassword() const {
+    return impl_->HTTPParams.ProxyPassword.c_str();
+}
+
+_CERT_CONTEXT const* CRequest::get_ClientCertificate() const {
+    return impl_->HTTPParams.ClientCertificate;
+}
+
+void CRequest::put_Flags(unsigned int flags) {
+    impl_->Flags = flags;
+}
+
+unsigned int CRequest::get_Flags() const {
+    return impl_->Flags;
+}
+
+void CRequest::put_CacheResync(_FILETIME* time) {
+    impl_->CacheResync = time;
+}
+
+void CRequest::put_DisableProducedAtCheck(bool disable) {
+    impl_->DisableProducedAtCheck = disable;
+}
+
+bool CRequest::get_DisableProducedAtCheck() const {
+    return impl_->DisableProducedAtCheck;
+}
+
+void CRequest::put_ResponseHandler(IResponseHandler* handler) {
+    impl_->ResponseHandler = handler;
+}
+
+// ---- Ask, and what came back ----------------------------------------------------------------------------------------
+
+CResponse const& CRequest::Send(bool verify) {
+    return impl_->Send(verify);
+}
+
+void CRequest::Export(unsigned char* buffer, unsigned long* size) {
+    if (impl_->Encoded.cbData() == 0) {
+        impl_->MakeRequest();
+    }
+    const unsigned long room = *size;
+    *size = impl_->Encoded.cbData();
+    if (buffer == nullptr) {
+        return;
+    }
+    if (impl_->Encoded.cbData() > room) {
+        ATL::AtlThrowImpl(status::kMoreData);
+    }
+    std::memcpy(buffer, impl_->Encoded.pbData(), impl_->Encoded.cbData());
+}
+
+CBlob CRequest::get_Response() const {
+    return impl_->ResponseBytes;
+}
+
+unsigned long CRequest::get_HTTPStatus() const {
+    return impl_->HTTPParams.HTTPStatus;
+}
+
+void* CRequest::get_Certificates() const {
+    return impl_->Certificates.get();
+}
+
+char const* CRequest::get_SignatureAlgorithmOID() const {
+    return impl_->SignatureAlgorithmOID.c_str();
+}
+
+}  // namespace Orvane::PKI::OCSP::Client

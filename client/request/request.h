@@ -1,0 +1,193 @@
+// An OCSP request: what is asked about which certificates, how to reach a responder, and what came back.
+//
+//   CRequest request(certificate, issuer);               // both _CERT_CONTEXT const*
+//   request.put_OCSPAddress(L"http://ocsp.example/");    // or leave it to the certificate's own addresses
+//   CResponse const& response = request.Send(true);      // returns a verified answer, or throws
+//
+// A request starts open; building it (Send, Export) fixes its bytes until something of the message changes; signing it
+// freezes it: what changes the message then throws kRequestSigned. A request is used by one thread at a time.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "export.h"
+#include "foundation/blob.h"
+#include "message/cert_id.h"
+#include "message/extensions.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+class CResponse;
+class IResponseHandler;
+
+/// How to authenticate; the numbers are those of the HTTP schemes. Only policy checks read them.
+enum enumAuthTypes : std::uint32_t {
+    kAuthAnonymous = 0,
+    kAuthBasic = 1,
+    kAuthNtlm = 2,
+    kAuthDigest = 8,
+    kAuthNegotiate = 16,
+};
+
+class TALLOW_EXPORT CRequest {
+public:
+    /// Which certificates travel with a signed request.
+    enum enumCertToInclude : std::uint32_t {
+        CertsNone = 0,
+        CertsSigner = 1,
+        CertsChainNoRoot = 2,
+        CertsChainWithRoot = 3,
+        CertsFromPolicy = 255,  ///< what the policy value CertsToInclude says; -1 there means none
+    };
+
+    /// Bits of put_Flags.
+    enum Flag : std::uint32_t {
+        kFlagReserved = 0x1,    ///< accepted, without effect
+        kFlagAllowCache = 0x2,  ///< an answer may come from the service's cache
+        kFlagCacheOnly = 0x4,   ///< nothing goes to the network
+    };
+
+    // ---- Make -------------------------------------------------------------------------------------------------------
+    // All constructors read the request policy (kNoPolicy when it could not be loaded) and open an in-memory store
+    // (converted last error). The policy gives the start values of nonce, acceptable responses, address and proxy.
+
+    CRequest();
+    /// `messageMode` true writes the message's version field although it holds its default.
+    explicit CRequest(bool messageMode);
+    /// As CRequest(), then put_SRCertIDFromCert(certificate, issuer, 0, nullptr).
+    CRequest(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer);
+    /// A copy shares the certificate store of its source and takes over what was asked and how to reach the responder;
+    /// it does not take over the issuer found, the last response and its bytes, or the nonce provider.
+    CRequest(CRequest const& source);
+    /// Assigning an object to itself clears it first: its identifiers, extensions and nonce are lost.
+    CRequest& operator=(CRequest const& source);
+    ~CRequest();
+
+    // ---- What is asked ----------------------------------------------------------------------------------------------
+    // A fresh object has one empty entry. Operations that change the message throw kRequestSigned on a signed request,
+    // kInvalidIndex for an index not below get_SRNumber(), and otherwise drop the encoded request and its nonce, so
+    // that the next build draws a new one.
+
+    /// Appends an empty entry. The encoded request stays until the entry is filled.
+    void AddSingleRequest();
+    unsigned long get_SRNumber() const;
+
+    /// Names `certificate` in entry `index`. With `issuer` null the issuer found earlier by this object is used, else
+    /// it is looked for by building a chain. `hashOID` null or empty leaves the hash to the policy value CertIDHashAlg
+    /// and then to the certificate's own signature algorithm (SHA-1 unless that is of another family); an explicit
+    /// SHA-1 yields to the policy as well. Both certificates are duplicated. Throws kIssuerMismatch when the issuer's
+    /// subject is not the certificate's issuer name, kNoSigner when no issuer was found, what CCertID throws.
+    void put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer, unsigned long index,
+                              char const* hashOID);
+    /// Names a certificate by its identifier alone. Its own responder addresses are not known then.
+    void put_SRCertID(CCertID certID, unsigned long index);
+    CCertID get_SRCertID(unsigned long index) const;
+
+    /// Per-entry extensions; null removes. The historical request goes out as critical.
+    void put_SRHistoricalRequest(CExtHistoricalRequest* extension, unsigned long index);
+    void put_SRServiceLocator(CExtServiceLocator* extension, unsigned long index);
+    /// From the certificate's Authority Information Access; a certificate without it gives the issuer name alone.
+    void put_SRServiceLocatorFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index);
+    /// From the certificate's CRL distribution points; kFileNotFound when it has none.
+    void put_SRCRLLocatorFromCertCDP(_CERT_CONTEXT const* certificate, unsigned long index);
+    /// Null when absent; owned by the request, valid until the entry changes.
+    CExtHistoricalRequest const* get_SRHistoricalRequest(unsigned long index) const;
+    CExtServiceLocator const* get_SRServiceLocator(unsigned long index) const;
+    CExtCRLLocator const* get_SRCRLLocator(unsigned long index) const;
+    ASN1::CExtensions const* get_SRAdditionalExtensions(unsigned long index) const;
+
+    void put_UseNonce(bool use);
+    bool get_UseNonce() const;
+    void put_UseAcceptableResponses(bool use);
+    bool get_UseAcceptableResponses() const;
+
+    /// Request-level extensions other than nonce and acceptable responses; copied, null empties the list. A nonce
+    /// extension in first place becomes the request's nonce when none is in use; any other nonce extension throws
+    /// kDuplicateExtension.
+    void put_AdditionalExtensions(ASN1::CExtensions* extensions);
+    /// Never null.
+    ASN1::CExtensions const* get_AdditionalExtensions() const;
+
+    // ---- How to reach the responder ---------------------------------------------------------------------------------
+    // None of these is part of the message: they work on a signed request too. Texts are copied; getters return
+    // pointers that live until the value changes.
+
+    /// Fixes the responder: Send then asks it alone.
+    void put_OCSPAddress(wchar_t const* address);
+    /// Takes the `index`-th OCSP address of the certificate. False, and no change, when there are not that many; what
+    /// the decoder throws for a malformed extension.
+    bool put_OCSPAddressFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index);
+    wchar_t const* get_OCSPAddress() const;
+    void put_OCSPAuthType(enumAuthTypes type);
+    enumAuthTypes get_OCSPAuthType() const;
+    /// User name and password for the responder are kept and copied, and go nowhere. Null is not accepted.
+    void put_OCSPUserName(wchar_t const* name);
+    wchar_t const* get_OCSPUserName() const;
+    void put_OCSPPassword(wchar_t const* password);
+    wchar_t const* get_OCSPPassword() const;
+    /// Null makes it empty. A proxy that is set is used.
+    void put_ProxyAddress(wchar_t const* address);
+    wchar_t const* get_ProxyAddress() const;
+    void put_ProxyAuthType(enumAuthTypes type);
+    enumAuthTypes get_ProxyAuthType() const;
+    /// Null is not accepted.
+    void put_ProxyUserName(wchar_t const* name);
+    wchar_t const* get_ProxyUserName() const;
+    void put_ProxyPassword(wchar_t const* password);
+    wchar_t const* get_ProxyPassword() const;
+    /// Duplicated. A certificate without key information is replaced by the same one of the user's store "My", if it
+    /// is there.
+    void put_ClientCertificate(_CERT_CONTEXT const* certificate);
+    /// Owned by the request; null when none was put.
+    _CERT_CONTEXT const* get_ClientCertificate() const;
+    /// Flag bits.
+    void put_Flags(unsigned int flags);
+    unsigned int get_Flags() const;
+    /// Cached answers and CRLs from before this time are not used. The record stays the caller's and must outlive Send.
+    void put_CacheResync(_FILETIME* time);
+    /// True leaves out the check of producedAt against the present time.
+    void put_DisableProducedAtCheck(bool disable);
+    bool get_DisableProducedAtCheck() const;
+    /// Called after each response; stays the caller's and must outlive Send. Null for none.
+    void put_ResponseHandler(IResponseHandler* handler);
+
+    // ---- Ask --------------------------------------------------------------------------------------------------------
+
+    /// Builds the request if needed, asks, and returns the response; it belongs to the request and is valid until the
+    /// next Send or the end of the object. Blocks for the time of the exchanges.
+    ///
+    /// With an address fixed by the caller, several entries, or no certificate known, one attempt is made. Otherwise
+    /// every OCSP address of the certificate, of its issuer's store property and of policy is tried once, until one
+    /// answer passes; of failed attempts the one that came closest to an answer is reported.
+    ///
+    /// `verify` true proves every answer (see CVerifyingResponseHandler::OnResponse); false leaves that to the caller.
+    /// Throws: policy refusals (0xC2110101 to 0xC2110111), kCryptNotFound for an entry that names no certificate,
+    /// kNoResponder, kHttpStatus, kNotSuccessful, kNotCurrent, kThisUpdateTooOld, what CResponse::Import throws, what
+    /// the handlers refuse with, kCertificateRevoked for a revoked certificate.
+    CResponse const& Send(bool verify);
+
+    /// The DER request, built if needed. Writes its size to `*size`; with a non-null `buffer` also the bytes, when the
+    /// room offered in `*size` suffices, else kMoreData is thrown.
+    void Export(unsigned char* buffer, unsigned long* size);
+
+    // ---- What came back ---------------------------------------------------------------------------------------------
+
+    /// The HTTP body last accepted.
+    CBlob get_Response() const;
+    /// The HTTP status of the last exchange; 456 when a cached exchange got no answer, 0 before any exchange.
+    unsigned long get_HTTPStatus() const;
+
+    /// The store handle of certificates that travelled with the request; owned by the request.
+    void* get_Certificates() const;
+    /// Dotted text; empty for an unsigned request.
+    char const* get_SignatureAlgorithmOID() const;
+
+private:
+    friend class CResponse;
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+}  // namespace Orvane::PKI::OCSP::Client

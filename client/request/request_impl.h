@@ -1,0 +1,108 @@
+// What a CRequest holds. Invariants:
+// - SRCertIDs and SRCertificates are parallel and have one entry for each single request; a fresh object has one.
+// - A CCertID whose serial number has length 0 stands for an entry not yet specified.
+// - An Encoded that is not empty is current: whatever changes the message clears it together with Nonce.
+// - SignatureAlgorithmOID not empty freezes the message.
+// - Certificates holds an open store between operations.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "asn1/access_description.h"
+#include "client/flat/verifying_response_handler.h"
+#include "client/policy/request_policy.h"
+#include "client/request/request.h"
+#include "client/request/win_http_params.h"
+#include "client/response/response.h"
+#include "handles/cert_context.h"
+#include "handles/cert_store.h"
+#include "handles/crypto_handles.h"
+#include "message/single_request.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+struct CRequest::Impl {
+    Impl(CRequest& owner, bool messageMode);
+    // For copies: every member at its empty default; the assignment that follows fills it.
+    explicit Impl(CRequest& owner);
+    ~Impl();
+    Impl(Impl const&) = delete;
+    Impl& operator=(Impl const& source);
+
+    void DefaultConstructorHelper();
+    void ClearRequest();
+    void LoadGroupPolicy();
+    // The check before building and sending (false), and the one before each exchange, once the address is known.
+    void CheckPolicies(bool http) const;
+
+    // The three words of every accessor that touches the message.
+    void guard() const;                     // throws kRequestSigned
+    void bound(unsigned long index) const;  // throws kInvalidIndex
+    void rebuild();                         // drops Encoded and Nonce
+    void guardBoundRebuild(unsigned long index);
+
+    void openCertificates();  // an in-memory store into Certificates
+    void appendEmptyEntry();
+
+    // Turns the members into the DER request in Encoded; does nothing when Encoded is there already.
+    void MakeRequest();
+    CSingleRequestList makeRequestList() const;
+    ASN1::CExtensions makeSingleRequestExtensions(unsigned long index) const;
+    ASN1::CExtensions makeRequestExtensions();
+    void makeNonce();
+
+    void put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer, unsigned long index,
+                              char const* hashOID);
+    void findIssuerByChain(_CERT_CONTEXT const* certificate);
+    // The OCSP addresses that the local machine's stores keep for the issuer; possibly empty.
+    ASN1::CAuthorityInfoAccessSyntax GetOCSPAddressFromIssuerCertProp() const;
+
+    CResponse const& Send(bool verify);
+
+    CRequest& Owner;
+    bool OCSPAddressSet = false;
+    bool UseNonce = false;
+    bool DisableProducedAtCheck = false;
+    bool UseAcceptableResponses = false;
+    std::uint32_t Flags = 0;
+    _FILETIME* CacheResync = nullptr;  // the caller's
+    CBlob Nonce;                       // the whole DER OCTET STRING when made here
+    CBlob Encoded;
+    ASN1::CExtensions AdditionalExtensions;
+    IResponseHandler* ResponseHandler = nullptr;  // the caller's
+    std::vector<CCertID> SRCertIDs;
+    std::vector<ATL2::CCertContext> SRCertificates;  // empty handle where only a CCertID is known
+    std::map<unsigned long, CExtHistoricalRequest> SRHistoricalRequests;
+    std::map<unsigned long, CExtServiceLocator> SRServiceLocators;
+    std::map<unsigned long, CExtCRLLocator> SRCRLLocators;
+    std::map<unsigned long, ASN1::CExtensions> SRAdditionalExtensions;
+    ATL2::CCertContext SignerCertificate;
+    std::string SignatureAlgorithmOID;
+    ATL2::CCertStore Certificates;
+    ATL2::CCertContext RequestorCertificate;
+    ATL2::CCertContext IssuerCertificate;  // one for the whole object; the first one found stays
+    ATL2::CCertContext ClientCertificate;
+    WinHTTPParams HTTPParams;
+    unsigned long Level = 0;         // how far the last attempt got, see client/transport/attempt.h
+    bool ImportingResponse = false;  // tells CResponse::Import that the bytes have just come over the wire
+    std::unique_ptr<CResponse> Response;
+    CBlob ResponseBytes;
+    ATL::CCryptProv Provider;  // kept for making nonces
+    PolicyBinding<CRequestPolicy> Policy;
+    CVerifyingResponseHandler VerifyingHandler;
+    bool MessageMode = false;
+
+private:
+    void SendOCSPRequest();
+    std::int32_t attempt();
+    void checkProducedAt() const;
+    void checkThisUpdates() const;
+    CResponse const& sendDirect(bool verify);
+    CResponse const& sendToCandidates(ASN1::CAuthorityInfoAccessSyntax const& candidates, bool verify);
+    ASN1::CAuthorityInfoAccessSyntax gatherCandidates() const;
+};
+
+}  // namespace Orvane::PKI::OCSP::Client

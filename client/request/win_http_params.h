@@ -1,0 +1,28 @@
+// The connection parameters of a request.
+#pragma once
+
+#include <string>
+
+#include "client/request/request.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+struct WinHTTPParams {
+    std::wstring OCSPAddress;
+    enumAuthTypes OCSPAuthType = kAuthAnonymous;       // read by the policy checks alone
+    std::wstring OCSPUserName;                         // kept and copied; nothing sends it
+    std::wstring OCSPPassword;                         // kept and copied; nothing sends it
+    _CERT_CONTEXT const* ClientCertificate = nullptr;  // owned by the request's ClientCertificate; nothing sends it
+    std::wstring ProxyAddress;                         // used when not empty
+    bool ProxyAddressSet = false;
+    std::wstring ReservedText1;
+    enumAuthTypes ProxyAuthType = kAuthAnonymous;  // read by the policy checks alone
+    std::wstring ProxyUserName;
+    std::wstring ProxyPassword;
+    unsigned long HTTPStatus = 0;
+    // The three reserved members keep the layout that copies of older records have; nothing reads them.
+    bool ReservedFlag = true;
+    std::wstring ReservedText2;
+};
+
+}  // namespace Orvane::PKI::OCSP::Client

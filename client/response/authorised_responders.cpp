@@ -1,0 +1,49 @@
+// The two thumbprint policies about responders: who is authorised, and who needs no revocation check.
+#include <string>
+
+#include "client/policy/policy_values.h"
+#include "client/response/response_impl.h"
+#include "foundation/blob.h"
+#include "foundation/trace.h"
+#include "handles/exception.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+namespace {
+
+// The SHA-1 thumbprint as the policies write it: upper-case hexadecimal without blanks.
+std::wstring thumbprint(_CERT_CONTEXT const* cert) {
+    DWORD size = 0;
+    if (!CertGetCertificateContextProperty(cert, CERT_SHA1_HASH_PROP_ID, nullptr, &size)) {
+        ATL::AtlThrowLastWin32();
+    }
+    CBlob hash(static_cast<unsigned long>(size));
+    if (!CertGetCertificateContextProperty(cert, CERT_SHA1_HASH_PROP_ID, hash.pbData(), &size)) {
+        ATL::AtlThrowLastWin32();
+    }
+    const CStringProxy narrow = hash.writeToHexString(0);
+    const std::string_view text(narrow.c_str());
+    return {text.begin(), text.end()};
+}
+
+}  // namespace
+
+int IsOCSPAuthorized(_CERT_CONTEXT const* cert) {
+    wchar_t* reserved = nullptr;
+    wchar_t sectionText[] = L"ocsppolicy";
+    wchar_t* section = sectionText;
+    CGPStrings authorized;
+    authorized.Load(reserved, section, L"AuthorizedOCSPs", L"AuthorizedOCSPsSetted", true);
+    const std::wstring print = thumbprint(cert);
+    const bool listed = authorized.Find(print.c_str());
+    TALLOW_TRACE("IsOCSPAuthorized", "Check OCSP operator certificate %s against AuthorizedOCSPs policy, result: %s \n",
+                 std::string(print.begin(), print.end()).c_str(), listed ? "true" : "false");
+    return listed ? 1 : 0;
+}
+
+int CResponse::Impl::IsOCSPNocheck(_CERT_CONTEXT const* cert) const {
+    return Policy->NocheckOCSPs.Find(thumbprint(cert).c_str()) ? 1 : 0;
+}
+
+}  // namespace Orvane::PKI::OCSP::Client

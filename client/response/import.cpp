@@ -1,0 +1,186 @@
+// Takes an encoded response in: decoding, the tables, the certificates carried, and the match against a request.
+#include <cstring>
+
+#include "client/request/request_impl.h"
+#include "client/response/response_impl.h"
+#include "handles/exception.h"
+#include "handles/status.h"
+#include "message/response_message.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+namespace {
+
+constexpr std::uint32_t kStatusOfNothing = 2;  // internalError, for an object that holds no answer
+constexpr DWORD kEncoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
+
+}  // namespace
+
+CResponse::Impl::Impl(CResponse& owner) : Owner(owner) {
+    Policy.bind();
+    openCertificates();
+}
+
+CResponse::Impl::~Impl() = default;
+
+CResponse::Impl& CResponse::Impl::operator=(Impl const& source) {
+    Import(source.Encoded.pbData(), source.Encoded.cbData());
+    SRCertificates = source.SRCertificates;
+    CheckNextUpdate = source.CheckNextUpdate;
+    CacheResync = source.CacheResync;
+    ChainEngine = source.ChainEngine;
+    Flags = source.Flags;
+    return *this;
+}
+
+void CResponse::Impl::openCertificates() {
+    if (const std::int32_t opened = Certificates.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr); opened != 0) {
+        ATL::AtlThrowImpl(opened);
+    }
+}
+
+void CResponse::Impl::clear() {
+    Status = kStatusOfNothing;
+    BasicResponse = CBasicResponse();
+    SignatureAlgorithm = ASN1::CAlgorithmIdentifierEx();
+    AdditionalExtensions.clear();
+    SRAdditionalExtensions.clear();
+    SRAuthorized.clear();
+    SRCertificates.clear();
+    Certificates.Destroy();
+    openCertificates();
+    Encoded.clear();
+    Nonce.clear();
+    SRCRLReferences.clear();
+    SRArchiveCutoffs.clear();
+    SRHistoricalRequests.clear();
+    CheckNextUpdate = false;
+    CacheResync = nullptr;
+    ChainEngine = nullptr;
+    Flags = 0;
+}
+
+void CResponse::Impl::Import(unsigned char const* data, unsigned long size) {
+    // Copied before clearing: the bytes may be this object's own.
+    const CBlob input(data, size);
+    clear();
+    CResponseMessage message;
+    bool isMessage = true;
+    try {
+        message.decode(input);
+    } catch (...) {
+        // Whatever went wrong only says that this is no OCSPResponse; it may still be a bare BasicOCSPResponse, whose
+        // decoder has the last word.
+        isMessage = false;
+    }
+    Status = isMessage ? message.get_responseStatus() : 0;
+    if (Status != 0) {
+        Encoded = input;
+        return;
+    }
+    if (isMessage && std::strcmp(message.get_responseType(), kOidBasicResponse) != 0) {
+        ATL::AtlThrowImpl(status::kUnsupportedType);
+    }
+    BasicResponse.decode(isMessage ? message.get_response() : input);
+    SignatureAlgorithm = ASN1::CAlgorithmIdentifierEx(BasicResponse.get_signatureAlgorithm());
+    SRCertificates.resize(BasicResponse.get_responses().size());
+    readResponseExtensions();
+    MakeSingleResponseList();
+    storeCertificates();
+    Encoded = input;
+}
+
+void CResponse::Impl::readResponseExtensions() {
+    ASN1::CExtensions const* extensions = BasicResponse.get_responseExtensions();
+    if (extensions == nullptr) {
+        return;
+    }
+    for (ASN1::CExtension const& extension : *extensions) {
+        if (std::strcmp(extension.get_extnID(), kOidNonce) != 0) {
+            AdditionalExtensions.push_back(extension);
+            continue;
+        }
+        if (Nonce.cbData() != 0) {
+            ATL::AtlThrowImpl(status::kDuplicateExtension);
+        }
+        Nonce = CExtNonce(extension.get_extnValue()).get_nonce();
+    }
+}
+
+void CResponse::Impl::storeCertificates() {
+    CBlobList const* certs = BasicResponse.get_certs();
+    if (certs == nullptr) {
+        return;
+    }
+    for (CBlob const& encoded : *certs) {
+        const ATL2::CCertContext cert =
+            ATL2::CCertContext::adopt(CertCreateCertificateContext(kEncoding, encoded.pbData(), encoded.cbData()));
+        if (cert.get() == nullptr) {
+            ATL::AtlThrowLastWin32();
+        }
+        if (Certificates.get() == nullptr) {
+            ATL::AtlThrowImpl(status::kFail);
+        }
+        if (!CertAddCertificateContextToStore(Certificates.get(), cert.get(), CERT_STORE_ADD_USE_EXISTING, nullptr)) {
+            ATL::AtlThrowLastWin32();
+        }
+    }
+}
+
+void CResponse::Impl::requireImported() const {
+    if (Encoded.cbData() == 0) {
+        ATL::AtlThrowImpl(status::kNotImported);
+    }
+}
+
+void CResponse::Impl::requireSuccessful() const {
+    requireImported();
+    if (Status != 0) {
+        ATL::AtlThrowImpl(status::kNotSuccessful);
+    }
+}
+
+void CResponse::Impl::requireEntry(unsigned long index) const {
+    requireSuccessful();
+    if (index >= BasicResponse.get_responses().size()) {
+        ATL::AtlThrowImpl(status::kInvalidIndex);
+    }
+}
+
+unsigned long CResponse::Impl::findEntry(CCertID const& certID) const {
+    unsigned long index = 0;
+    for (CSingleResponse const& entry : BasicResponse.get_responses()) {
+        if (namesSameCertificate(*entry.get_reqCert().get_certID(), certID)) {
+            return index;
+        }
+        ++index;
+    }
+    return kNoIndex;
+}
+
+void CResponse::Import(unsigned char const* data, unsigned long size, CRequest const* request) {
+    impl_->Import(data, size);
+    if (request == nullptr) {
+        return;
+    }
+    CRequest::Impl const& asked = *request->impl_;
+    // True only while the request's own Send imports, so that a stored response is never held against the clock.
+    impl_->CheckNextUpdate = asked.ImportingResponse;
+    if (impl_->Status != 0) {
+        return;
+    }
+    // A nonce on one side only is a mismatch too.
+    if (asked.Nonce != impl_->Nonce) {
+        impl_->Encoded.clear();
+        ATL::AtlThrowImpl(status::kNonceMismatch);
+    }
+    for (unsigned long i = 0; i < asked.SRCertificates.size(); ++i) {
+        // An entry that was asked and not answered is left to whoever judges the response.
+        if (const unsigned long index = impl_->findEntry(asked.SRCertIDs[i]); index != kNoIndex) {
+            impl_->SRCertificates[index] = asked.SRCertificates[i];
+        }
+    }
+}
+
+}  // namespace Orvane::PKI::OCSP::Client

@@ -1,0 +1,67 @@
+// The search for the certificate that signed a response.
+#include "client/response/response_impl.h"
+#include "handles/crypto_handles.h"
+#include "handles/exception.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+namespace {
+
+constexpr char const* kUserStores[] = {"AddressBook", "CA", "ROOT"};
+constexpr DWORD kUserStoreFlags =
+    CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG | CERT_STORE_OPEN_EXISTING_FLAG;
+
+}  // namespace
+
+bool CResponse::Impl::TryToAcceptOCSPCertificate(ATL2::CCertContext const& candidate) {
+    const CBlob encoded(candidate->pbCertEncoded, candidate->cbCertEncoded);
+    CResponderID const& responder = BasicResponse.get_responderID();
+    // The name or key hash alone proves nothing: anybody can put it into a certificate or a response.
+    if (!(CResponderID::fromCert(responder.get_type(), encoded) == responder) || !BasicResponse.verify(encoded)) {
+        return false;
+    }
+    OCSPCertificate = candidate;
+    if (const std::int32_t detached = OCSPCertificate.DetachFromStore(); detached < 0) {
+        ATL::AtlThrowImpl(detached);
+    }
+    return true;
+}
+
+bool CResponse::Impl::acceptFromStore(HCERTSTORE store) {
+    ATL2::CCertContext candidate;
+    // The enumeration frees the context it is given, so each step hands the last one back.
+    while (_CERT_CONTEXT const* next = CertEnumCertificatesInStore(store, candidate.detach())) {
+        candidate.reset(next);
+        if (TryToAcceptOCSPCertificate(candidate)) {
+            return true;
+        }
+    }
+    return false;
+}
+
+_CERT_CONTEXT const* CResponse::Impl::findResponder(void** stores, unsigned long count) {
+    if (acceptFromStore(Certificates.get())) {
+        return OCSPCertificate.get();
+    }
+    for (unsigned long i = 0; i < count; ++i) {
+        ATL2::CCertStore store;
+        if (store.AttachWeak(stores[i]) == 0 && acceptFromStore(store.get())) {
+            return OCSPCertificate.get();
+        }
+    }
+    for (char const* name : kUserStores) {
+        ATL2::CCertStore store;
+        if (store.Open(CERT_STORE_PROV_SYSTEM_A, 0, kUserStoreFlags, name) == 0 && acceptFromStore(store.get())) {
+            return OCSPCertificate.get();
+        }
+    }
+    return nullptr;
+}
+
+_CERT_CONTEXT const* CResponse::get_OCSPCertificate(void** stores, unsigned long count) const {
+    impl_->requireSuccessful();
+    return impl_->findResponder(stores, count);
+}
+
+}  // namespace Orvane::PKI::OCSP::Client

@@ -1,0 +1,230 @@
+// The accessors of a response. The tasks live in files of their own.
+#include "client/response/response.h"
+
+#include <cstring>
+#include <string>
+
+#include "client/response/issuer_by_chain.h"
+#include "client/response/response_impl.h"
+#include "handles/exception.h"
+#include "handles/status.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+namespace {
+
+template <typename Map>
+auto find(Map const& map, unsigned long index) -> typename Map::mapped_type const* {
+    const auto found = map.find(index);
+    return found == map.end() ? nullptr : &found->second;
+}
+
+}  // namespace
+
+CResponse::CResponse() : impl_(std::make_unique<Impl>(*this)) {}
+
+CResponse::CResponse(CResponse const& source) : CResponse() {
+    *impl_ = *source.impl_;
+}
+
+// A copy is made by importing the source's bytes, and an import begins by clearing: self-assignment is not supported.
+CResponse& CResponse::operator=(CResponse const& source) {  // NOLINT(bugprone-unhandled-self-assignment)
+    *impl_ = *source.impl_;
+    return *this;
+}
+
+CResponse::~CResponse() = default;
+
+void CResponse::put_Flags(unsigned int flags) {
+    impl_->Flags = flags;
+}
+
+void CResponse::put_CacheResync(_FILETIME* time) {
+    impl_->CacheResync = time;
+}
+
+void CResponse::put_ChainEngine(void* engine) {
+    impl_->ChainEngine = engine;
+}
+
+void CResponse::Export(unsigned char* buffer, unsigned long* size) const {
+    impl_->requireImported();
+    const unsigned long room = *size;
+    *size = impl_->Encoded.cbData();
+    if (buffer == nullptr) {
+        return;
+    }
+    if (impl_->Encoded.cbData() > room) {
+        ATL::AtlThrowImpl(status::kMoreData);
+    }
+    std::memcpy(buffer, impl_->Encoded.pbData(), impl_->Encoded.cbData());
+}
+
+// ---- The response as a whole ----------------------------------------------------------------------------------------
+
+std::uint32_t CResponse::get_Status() const {
+    impl_->requireImported();
+    return impl_->Status;
+}
+
+unsigned long CResponse::get_SRNumber() const {
+    impl_->requireSuccessful();
+    return impl_->BasicResponse.get_responses().size();
+}
+
+CDateTime CResponse::get_ProducedAt() const {
+    impl_->requireSuccessful();
+    return impl_->BasicResponse.get_producedAt();
+}
+
+CResponderID::Type CResponse::get_responderIDType() const {
+    impl_->requireSuccessful();
+    return impl_->BasicResponse.get_responderID().get_type();
+}
+
+CBlob const& CResponse::get_responderID() const {
+    impl_->requireSuccessful();
+    return impl_->BasicResponse.get_responderID().get_value();
+}
+
+bool CResponse::get_HasNonce() const {
+    impl_->requireSuccessful();
+    return impl_->Nonce.cbData() != 0;
+}
+
+// The one read of the basic response that works whatever the response status is: callers that log refused answers ask
+// for it without looking at the status first.
+std::uint32_t CResponse::get_SignatureAlgorithm() const {
+    impl_->requireImported();
+    ASN1::CAlgorithmIdentifierEx& algorithm = impl_->SignatureAlgorithm;
+    if (algorithm.get_algId() != 0) {
+        return algorithm.get_algId();
+    }
+    const DWORD number = CertOIDToAlgId(algorithm.get_algorithm());
+    if (number == 0) {
+        SetLastError(static_cast<DWORD>(status::kBadAlgorithm));
+    }
+    algorithm.put_algId(number);
+    return number;
+}
+
+char const* CResponse::get_SignatureAlgorithmOID() const {
+    impl_->requireSuccessful();
+    return impl_->BasicResponse.get_signatureAlgorithm().get_algorithm();
+}
+
+CBlob const& CResponse::get_SignatureAlgorithmParameters() const {
+    impl_->requireSuccessful();
+    return impl_->BasicResponse.get_signatureAlgorithm().get_parameters();
+}
+
+void* CResponse::get_Certificates() const {
+    impl_->requireSuccessful();
+    return impl_->Certificates.get();
+}
+
+ASN1::CExtensions const* CResponse::get_AdditionalExtensions() const {
+    impl_->requireSuccessful();
+    return &impl_->AdditionalExtensions;
+}
+
+// ---- The single responses -------------------------------------------------------------------------------------------
+
+CCertID CResponse::get_SRCertID(unsigned long index) const {
+    impl_->requireEntry(index);
+    return *impl_->get_SingleResponse(index).get_reqCert().get_certID();
+}
+
+CCertStatus::Type CResponse::get_SRStatus(unsigned long index) const {
+    impl_->requireEntry(index);
+    return impl_->get_SingleResponse(index).get_certStatus().get_type();
+}
+
+CDateTime const* CResponse::get_SRRevTime(unsigned long index) const {
+    impl_->requireEntry(index);
+    return impl_->get_SingleResponse(index).get_certStatus().get_revocationTime();
+}
+
+ASN1::CrlReason const* CResponse::get_SRRevReason(unsigned long index) const {
+    impl_->requireEntry(index);
+    return impl_->get_SingleResponse(index).get_certStatus().get_revocationReason();
+}
+
+CDateTime CResponse::get_SRThisUpdate(unsigned long index) const {
+    impl_->requireEntry(index);
+    return impl_->get_SingleResponse(index).get_thisUpdate();
+}
+
+CDateTime const* CResponse::get_SRNextUpdate(unsigned long index) const {
+    impl_->requireEntry(index);
+    return impl_->get_SingleResponse(index).get_nextUpdate();
+}
+
+CExtHistoricalRequest const* CResponse::get_SRHistoricalRequest(unsigned long index) const {
+    impl_->requireEntry(index);
+    return find(impl_->SRHistoricalRequests, index);
+}
+
+CDateTime const* CResponse::get_SRArchiveCutoff(unsigned long index) const {
+    impl_->requireEntry(index);
+    CExtArchiveCutoff const* cutoff = find(impl_->SRArchiveCutoffs, index);
+    return cutoff == nullptr ? nullptr : &cutoff->get_archiveCutoff();
+}
+
+CExtCrlID const* CResponse::get_SRCRLReference(unsigned long index) const {
+    impl_->requireEntry(index);
+    return find(impl_->SRCRLReferences, index);
+}
+
+ASN1::CExtensions const* CResponse::get_SRAdditionalExtensions(unsigned long index) const {
+    impl_->requireEntry(index);
+    return find(impl_->SRAdditionalExtensions, index);
+}
+
+// ---- Matching -------------------------------------------------------------------------------------------------------
+
+bool CResponse::VerifyNonce(unsigned char const* data, unsigned long size) const {
+    impl_->requireSuccessful();
+    return CBlob(data, size) == impl_->Nonce;
+}
+
+unsigned long CResponse::get_SRIndexByCertID(CCertID const& certID) const {
+    impl_->requireSuccessful();
+    return impl_->findEntry(certID);
+}
+
+// A hash of the issuer is computed once for each algorithm in use, not once for each entry: a response may hold many
+// entries, and computing the identifier is the costly part.
+unsigned long CResponse::get_SRIndexByCert(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer) const {
+    impl_->requireSuccessful();
+    const ATL2::CCertContext held = issuer != nullptr ? ATL2::CCertContext::duplicate(issuer) : issuerByChain(cert);
+    if (!held) {
+        ATL::AtlThrowImpl(status::kNoSigner);
+    }
+    const CBlob certBytes(cert->pbCertEncoded, cert->cbCertEncoded);
+    const CBlob issuerBytes(held->pbCertEncoded, held->cbCertEncoded);
+    std::map<std::string, CCertID> byAlgorithm;
+    unsigned long index = 0;
+    for (CSingleResponse const& entry : impl_->BasicResponse.get_responses()) {
+        CCertID const& named = *entry.get_reqCert().get_certID();
+        const std::string oid = named.get_hashAlgorithm().get_algorithm();
+        auto own = byAlgorithm.find(oid);
+        if (own == byAlgorithm.end()) {
+            const ASN1::CAlgorithmIdentifierEx algorithm(named.get_hashAlgorithm());
+            own = byAlgorithm.emplace(oid, CCertID(algorithm, certBytes, issuerBytes)).first;
+        }
+        if (namesSameCertificate(named, own->second)) {
+            ATL2::CCertContext found = ATL2::CCertContext::duplicate(cert);
+            if (const std::int32_t detached = found.DetachFromStore(); detached < 0) {
+                ATL::AtlThrowImpl(detached);
+            }
+            impl_->SRCertificates[index] = std::move(found);
+            return index;
+        }
+        ++index;
+    }
+    return kNoIndex;
+}
+
+}  // namespace Orvane::PKI::OCSP::Client

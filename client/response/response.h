@@ -1,0 +1,144 @@
+// An OCSP response: decoded, matched against what was asked, and judged.
+//
+//   CResponse response;
+//   response.Import(bytes, size, nullptr);
+//   _CERT_CONTEXT const* responder = response.get_OCSPCertificate(nullptr, 0);
+//   if (response.Verify(responder, nullptr) == 0 && response.VerifyCertificate(responder, true, nullptr, 0) == 0) ...
+//
+// Single responses are addressed by their position in the message, from 0. A response is used by one thread at a time,
+// const operations included: they fill caches.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "asn1/extensions.h"
+#include "export.h"
+#include "foundation/blob.h"
+#include "foundation/date_time.h"
+#include "message/cert_id.h"
+#include "message/cert_status.h"
+#include "message/extensions.h"
+#include "message/responder_id.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+class CRequest;
+
+class TALLOW_EXPORT CResponse {
+public:
+    /// What the index searches return when nothing matches.
+    static constexpr unsigned long kNoIndex = ~0UL;
+
+    /// Option bits of put_Flags.
+    enum Flag : std::uint32_t { kFlagCacheOnly = 0x4 };  ///< chains and revocation checks use cached data alone
+
+    // ---- Make and fill ----------------------------------------------------------------------------------------------
+
+    /// Reads the response policy: kNoPolicy when it could not be loaded.
+    CResponse();
+    /// Copies by importing the source's bytes; the certificates matched and the options are taken over, verdicts
+    /// (authorised entries, accepted responder) are not. Copying an object that was never imported throws what the
+    /// decoder throws.
+    CResponse(CResponse const& source);
+    CResponse& operator=(CResponse const& source);
+    ~CResponse();
+
+    /// Replaces the content by a DER OCSPResponse, or by a bare BasicOCSPResponse. With a `request` the nonces of both
+    /// are compared and the certificates asked about are matched to the entries. Clears the options below. Throws
+    /// kUnsupportedType, kDuplicateExtension, kNonceMismatch, kNextBeforeThis, kThisUpdateTooOld, kCryptNotFound (an
+    /// entry that does not name its certificate by CertID), kAsn1Error; the object then counts as never imported.
+    void Import(unsigned char const* data, unsigned long size, CRequest const* request);
+    /// The imported bytes: size protocol as CRequest::Export. Throws kNotImported.
+    void Export(unsigned char* buffer, unsigned long* size) const;
+
+    /// Flag bits. Set the options after an import.
+    void put_Flags(unsigned int flags);
+    /// CRLs cached before this time are not used; stays the caller's.
+    void put_CacheResync(_FILETIME* time);
+    /// A chain engine handle of the Crypto service, null for the default; stays the caller's.
+    void put_ChainEngine(void* engine);
+
+    // ---- Read -------------------------------------------------------------------------------------------------------
+    // All throw kNotImported before an import; all but get_Status and get_SignatureAlgorithm throw kNotSuccessful when
+    // the responder did not answer; those with an index throw kInvalidIndex. Pointers belong to the response and live
+    // until it changes; null means absent.
+
+    /// The OCSPResponseStatus number, 0 for successful.
+    std::uint32_t get_Status() const;
+    unsigned long get_SRNumber() const;
+    CDateTime get_ProducedAt() const;
+    CResponderID::Type get_responderIDType() const;
+    CBlob const& get_responderID() const;
+    bool get_HasNonce() const;
+    /// The Crypto service's number of the signature algorithm; 0, with last error kBadAlgorithm, when it has none.
+    std::uint32_t get_SignatureAlgorithm() const;
+    char const* get_SignatureAlgorithmOID() const;
+    CBlob const& get_SignatureAlgorithmParameters() const;
+    /// Store handle of the certificates carried; owned by the response.
+    void* get_Certificates() const;
+    /// Response-level extensions but the nonce. Never null.
+    ASN1::CExtensions const* get_AdditionalExtensions() const;
+
+    CCertID get_SRCertID(unsigned long index) const;
+    CCertStatus::Type get_SRStatus(unsigned long index) const;
+    CDateTime const* get_SRRevTime(unsigned long index) const;
+    ASN1::CrlReason const* get_SRRevReason(unsigned long index) const;
+    CDateTime get_SRThisUpdate(unsigned long index) const;
+    CDateTime const* get_SRNextUpdate(unsigned long index) const;
+    CExtHistoricalRequest const* get_SRHistoricalRequest(unsigned long index) const;
+    CDateTime const* get_SRArchiveCutoff(unsigned long index) const;
+    CExtCrlID const* get_SRCRLReference(unsigned long index) const;
+    /// Extensions other than CRL reference and historical request; an archive cutoff shows here too.
+    ASN1::CExtensions const* get_SRAdditionalExtensions(unsigned long index) const;
+
+    // ---- Match ------------------------------------------------------------------------------------------------------
+
+    /// Position of the first entry with these hashes and serial number (the hash algorithm is not compared), or
+    /// kNoIndex.
+    unsigned long get_SRIndexByCertID(CCertID const& certID) const;
+    /// Position of the first entry about `cert`, each tried with its own hash algorithm, or kNoIndex; the certificate
+    /// found is remembered for VerifySR. `issuer` null builds a chain to find it: kNoSigner when there is none.
+    unsigned long get_SRIndexByCert(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer) const;
+    /// True when the response's nonce has exactly these bytes.
+    bool VerifyNonce(unsigned char const* data, unsigned long size) const;
+
+    // ---- Judge ------------------------------------------------------------------------------------------------------
+    // Verdicts are returned, 0 for success; misuse is thrown as above. `criticalOIDs`: null refuses every critical
+    // extension, "*" examines none, a list "1.2.3;4.5.6" names the OIDs that are **refused** when critical.
+
+    /// The responder's certificate: the first that fits the responder id and verifies the signature, of those carried,
+    /// those in `stores` (array of `count` store handles, may be null), the user's stores AddressBook, CA and ROOT.
+    /// Null when there is none. Owned by the response.
+    _CERT_CONTEXT const* get_OCSPCertificate(void** stores, unsigned long count) const;
+
+    /// Signature and response-level critical extensions. `cert` null takes the responder's certificate as above; a
+    /// certificate given is used as it stands. Returns kBadSignature, kCertCritical. Throws kCryptNotFound when no
+    /// responder certificate is to be found.
+    std::int32_t Verify(_CERT_CONTEXT const* cert, char const* criticalOIDs) const;
+
+    /// The responder's certificate: chain, authorisation for each entry, revocation. With `verifySR` also VerifySR on
+    /// every entry. Returns kCertExpired, kWrongUsage, kTrustFail, kCryptRevoked, kNoRevocationCheck, or the status
+    /// with which the chain was refused. Throws kCryptNotFound and converted last errors.
+    std::int32_t VerifyCertificate(_CERT_CONTEXT const* cert, bool verifySR, void** stores, unsigned long count) const;
+
+    /// One entry: authorisation, times, critical extensions; not its certificate status. `authorized` null uses what
+    /// VerifyCertificate found (kNotSuccessful is thrown when it did not run), else the value pointed to. Returns
+    /// kWrongUsage, kNextBeforeThis, kNotCurrent, kCertExpired, kCriticalSingleExtension.
+    std::int32_t VerifySR(unsigned long index, char const* criticalOIDs, bool* authorized) const;
+
+    /// Revocation state of `cert` under `issuer` from the CRL stores and `store`: 0, or the converted last error of the
+    /// service. Offered for callers of their own; the checks above do not use it.
+    std::int32_t VerifyRevocation(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer, void* store) const;
+
+private:
+    struct Impl;
+    std::unique_ptr<Impl> impl_;
+};
+
+/// Non-zero when the certificate's SHA-1 thumbprint stands in the policy list AuthorizedOCSPs, which is read anew at
+/// every call. Throws the converted last error when the thumbprint cannot be had.
+TALLOW_EXPORT int IsOCSPAuthorized(_CERT_CONTEXT const* cert);
+
+}  // namespace Orvane::PKI::OCSP::Client

@@ -1,0 +1,83 @@
+// What a CResponse holds. Invariants:
+// - Encoded is written last in an import: while it is empty the object counts as one that was never imported.
+// - After an import with status 0, SRCertificates has one slot for each single response.
+// - The keys of the maps are positions in BasicResponse.get_responses().
+// - clear() leaves OCSPCertificate alone: a certificate accepted for an earlier import stays until another is accepted.
+#pragma once
+
+#include <map>
+#include <memory>
+#include <vector>
+
+#include "asn1/algorithm_identifier.h"
+#include "client/policy/response_policy.h"
+#include "client/response/response.h"
+#include "handles/cert_chain_context.h"
+#include "handles/cert_context.h"
+#include "handles/cert_store.h"
+#include "message/basic_response.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+struct CResponse::Impl {
+    explicit Impl(CResponse& owner);
+    ~Impl();
+    Impl(Impl const&) = delete;
+    Impl& operator=(Impl const& source);
+
+    void clear();
+    void Import(unsigned char const* data, unsigned long size);
+    void MakeSingleResponseList();
+
+    // The guards of every accessor, in this order.
+    void requireImported() const;                  // kNotImported
+    void requireSuccessful() const;                // the above, then kNotSuccessful
+    void requireEntry(unsigned long index) const;  // the above, then kInvalidIndex
+
+    // By position; kInvalidIndex past the end. The lists are short, so it walks from the front.
+    CSingleResponse const& get_SingleResponse(unsigned long index) const;
+    unsigned long findEntry(CCertID const& certID) const;
+
+    // True when `candidate` fits the responder id and its key verifies the signature; it is then kept, independent of
+    // its store, in OCSPCertificate.
+    bool TryToAcceptOCSPCertificate(ATL2::CCertContext const& candidate);
+    bool acceptFromStore(HCERTSTORE store);
+    _CERT_CONTEXT const* findResponder(void** stores, unsigned long count);
+    int IsOCSPNocheck(_CERT_CONTEXT const* cert) const;
+
+    // The steps of VerifyCertificate.
+    ATL2::CCertStore collectStores(void** stores, unsigned long count) const;
+    ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* cert, ATL2::CCertStore const& collection,
+                                       DWORD flags) const;
+    std::int32_t judgeChain(ATL2::CCertChainContext const& chain, bool& noCheck);
+
+    CResponse& Owner;
+    std::uint32_t Status = 0;
+    CBasicResponse BasicResponse;
+    ASN1::CExtensions AdditionalExtensions;
+    std::map<unsigned long, CExtCrlID> SRCRLReferences;
+    std::map<unsigned long, CExtArchiveCutoff> SRArchiveCutoffs;
+    std::map<unsigned long, CExtHistoricalRequest> SRHistoricalRequests;
+    std::map<unsigned long, ASN1::CExtensions> SRAdditionalExtensions;
+    std::vector<std::int32_t> SRAuthorized;          // one an entry once VerifyCertificate ran, non-zero: authorised
+    std::vector<ATL2::CCertContext> SRCertificates;  // the certificate asked about, where known
+    ATL2::CCertStore Certificates;                   // carried in the response
+    ATL2::CCertContext OCSPCertificate;
+    CBlob Nonce;
+    CBlob Encoded;
+    bool CheckNextUpdate = false;      // only for a response fresh from the wire
+    _FILETIME* CacheResync = nullptr;  // the caller's
+    void* ChainEngine = nullptr;       // the caller's
+    std::uint32_t Flags = 0;
+    PolicyBinding<CResponsePolicy> Policy;
+    ASN1::CAlgorithmIdentifierEx SignatureAlgorithm;  // caches the number that get_SignatureAlgorithm looked up
+
+private:
+    void readResponseExtensions();
+    void openCertificates();
+    void storeCertificates();
+    void sortExtension(unsigned long index, CSingleResponse const& entry, ASN1::CExtension const& extension);
+    void takeHistoricalRequest(unsigned long index, CSingleResponse const& entry, ASN1::CExtension const& extension);
+};
+
+}  // namespace Orvane::PKI::OCSP::Client

@@ -1,0 +1,105 @@
+// The judgement on a response as a whole and on one single response.
+#include <string>
+
+#include "client/response/response_impl.h"
+#include "handles/exception.h"
+#include "handles/status.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+namespace {
+
+// Which critical extensions are refused: with null every one, with "*" none, with a list exactly those it names. The
+// sense of the list is easily misread: what it does not name passes.
+class CriticalExtensionRule {
+public:
+    explicit CriticalExtensionRule(char const* refused) : refusesAll_(refused == nullptr) {
+        if (refused != nullptr) {
+            examinesNone_ = std::string_view(refused) == "*";
+            list_ = ';' + std::string(refused) + ';';
+        }
+    }
+
+    bool refuses(ASN1::CExtensions const* extensions) const {
+        if (examinesNone_ || extensions == nullptr) {
+            return false;
+        }
+        for (ASN1::CExtension const& extension : *extensions) {
+            if (extension.get_critical() && (refusesAll_ || lists(extension.get_extnID()))) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+private:
+    // The separators around both keep an OID from matching the beginning of a longer one.
+    bool lists(char const* oid) const { return list_.find(';' + std::string(oid) + ';') != std::string::npos; }
+
+    bool refusesAll_;
+    bool examinesNone_ = false;
+    std::string list_;
+};
+
+}  // namespace
+
+std::int32_t CResponse::Verify(_CERT_CONTEXT const* cert, char const* criticalOIDs) const {
+    impl_->requireSuccessful();
+    if (cert == nullptr) {
+        cert = impl_->OCSPCertificate.get();
+    }
+    if (cert == nullptr) {
+        cert = get_OCSPCertificate(nullptr, 0);
+    }
+    if (cert == nullptr) {
+        ATL::AtlThrowImpl(status::kCryptNotFound);
+    }
+    // A certificate handed in is used as it stands: whether it is the responder named in the response is the caller's
+    // business here, and VerifyCertificate's.
+    if (!impl_->BasicResponse.verify(CBlob(cert->pbCertEncoded, cert->cbCertEncoded))) {
+        return status::kBadSignature;
+    }
+    // The message's own list is walked, so a critical nonce counts like any other critical extension.
+    if (CriticalExtensionRule(criticalOIDs).refuses(impl_->BasicResponse.get_responseExtensions())) {
+        return status::kCertCritical;
+    }
+    return status::kOk;
+}
+
+std::int32_t CResponse::VerifySR(unsigned long index, char const* criticalOIDs, bool* authorized) const {
+    impl_->requireSuccessful();
+    if (authorized == nullptr && impl_->SRAuthorized.empty()) {
+        ATL::AtlThrowImpl(status::kNotSuccessful);
+    }
+    impl_->requireEntry(index);
+    const bool mayAnswer = authorized != nullptr ? *authorized : impl_->SRAuthorized[index] != 0;
+    if (!mayAnswer) {
+        return status::kWrongUsage;
+    }
+    CSingleResponse const& entry = impl_->get_SingleResponse(index);
+    CDateTime const* nextUpdate = entry.get_nextUpdate();
+    // The import refuses such an entry already; this is the second line of defence.
+    if (nextUpdate != nullptr && *nextUpdate <= entry.get_thisUpdate()) {
+        return status::kNextBeforeThis;
+    }
+    // Only what has just come over the wire must be current: a stored response, or an answer about an earlier time,
+    // may have been overtaken.
+    const bool mustBeCurrent = impl_->CheckNextUpdate && !impl_->SRHistoricalRequests.contains(index);
+    if (mustBeCurrent && nextUpdate != nullptr && *nextUpdate <= CDateTime::Now()) {
+        return status::kNotCurrent;
+    }
+    // What is said about a certificate after its end counts as void: responders may forget expired certificates.
+    if (_CERT_CONTEXT const* cert = impl_->SRCertificates[index].get(); cert != nullptr) {
+        if (entry.get_thisUpdate() >= CDateTime(cert->pCertInfo->NotAfter)) {
+            return status::kCertExpired;
+        }
+    }
+    // The raw list of the entry: extensions that were sorted into tables count as well.
+    if (CriticalExtensionRule(criticalOIDs).refuses(entry.get_singleExtensions())) {
+        return status::kCriticalSingleExtension;
+    }
+    return status::kOk;
+}
+
+}  // namespace Orvane::PKI::OCSP::Client

@@ -1,0 +1,254 @@
+// The judgement on the responder's certificate: chain, authorisation for each entry, revocation.
+#include <algorithm>
+#include <exception>
+#include <vector>
+
+#include "client/response/response_impl.h"
+#include "foundation/trace.h"
+#include "handles/crypto_handles.h"
+#include "handles/exception.h"
+#include "handles/last_error.h"
+#include "handles/status.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+namespace {
+
+constexpr DWORD kCacheOnly = CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY | CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
+constexpr DWORD kUserStoreFlags =
+    CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG | CERT_STORE_OPEN_EXISTING_FLAG;
+
+void throwIfFailed(std::int32_t result) {
+    if (result != 0) {
+        ATL::AtlThrowImpl(result);
+    }
+}
+
+CRYPT_DATA_BLOB view(CBlob const& blob) {
+    return {static_cast<DWORD>(blob.cbData()), blob.pbData()};
+}
+
+// The chain policy calls back through a C interface, which no exception may cross: what IsOCSPAuthorized throws is kept
+// for the thread and thrown again when the policy has returned. Nobody is authorised by a failure.
+thread_local std::exception_ptr authorisationFailure;
+
+extern "C" int isAuthorisedByPolicy(PCCERT_CONTEXT certificate) {
+    try {
+        return IsOCSPAuthorized(certificate);
+    } catch (...) {
+        authorisationFailure = std::current_exception();
+        return 0;
+    }
+}
+
+// The entries in the form in which the chain policy takes them; valid as long as the response does not change.
+class PolicyEntries {
+public:
+    explicit PolicyEntries(CSingleResponseList const& responses) {
+        // The records point into the serial numbers, so these must not move.
+        serials_.reserve(responses.size());
+        records_.reserve(responses.size());
+        for (CSingleResponse const& entry : responses) {
+            CCertID const& id = *entry.get_reqCert().get_certID();
+            CBlob& serial = serials_.emplace_back(id.get_serialNumber());
+            serial.reverse();  // the service wants the least significant octet first
+            OCSP_CERT_ID& record = records_.emplace_back();
+            record.HashAlgorithm.pszObjId = const_cast<char*>(id.get_hashAlgorithm().get_algorithm());
+            record.IssuerNameHash = view(id.get_issuerNameHash());
+            record.IssuerKeyHash = view(id.get_issuerKeyHash());
+            record.SerialNumber = view(serial);
+        }
+    }
+    OCSP_CERT_ID* data() { return records_.data(); }
+    DWORD size() const { return static_cast<DWORD>(records_.size()); }
+
+private:
+    std::vector<CBlob> serials_;
+    std::vector<OCSP_CERT_ID> records_;
+};
+
+std::int32_t statusOfMask(DWORD mask) {
+    if ((mask & ~OCSP_CHAIN_REVOCATION_UNKNOWN) == 0) {
+        return status::kOk;  // the revocation state is what is found out next
+    }
+    if ((mask & (OCSP_CHAIN_NOT_TIME_VALID | OCSP_CHAIN_NOT_TIME_NESTED)) != 0) {
+        return status::kCertExpired;
+    }
+    if ((mask & (OCSP_CHAIN_WRONG_USAGE | OCSP_CHAIN_WRONG_KEY_USAGE)) != 0) {
+        return status::kWrongUsage;
+    }
+    return status::kTrustFail;
+}
+
+// Of a chain that was asked for revocation: anything beside a plain "revoked" means that the state is not known.
+std::int32_t statusOfRevocation(DWORD errorStatus) {
+    switch (errorStatus) {
+        case CERT_TRUST_NO_ERROR:
+            return status::kOk;
+        case CERT_TRUST_IS_REVOKED:
+            return status::kCryptRevoked;
+        default:
+            return status::kNoRevocationCheck;
+    }
+}
+
+}  // namespace
+
+// What the response carries and what the caller gives, for building chains.
+ATL2::CCertStore CResponse::Impl::collectStores(void** stores, unsigned long count) const {
+    ATL2::CCertStore collection;
+    throwIfFailed(collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, nullptr));
+    throwIfFailed(collection.AddStoreToCollection(Certificates, 0, 0));
+    for (unsigned long i = 0; i < count; ++i) {
+        if (stores[i] != nullptr) {
+            ATL2::CCertStore store;
+            throwIfFailed(store.AttachWeak(stores[i]));
+            throwIfFailed(collection.AddStoreToCollection(store, 0, 0));
+        }
+    }
+    return collection;
+}
+
+ATL2::CCertChainContext CResponse::Impl::buildChain(_CERT_CONTEXT const* cert, ATL2::CCertStore const& collection,
+                                                    DWORD flags) const {
+    const ATL2::CCertContext own = ATL2::CCertContext::duplicate(cert);
+    if (!own) {
+        ATL::AtlThrowImpl(status::kFail);
+    }
+    CERT_CHAIN_PARA parameters{};
+    parameters.cbSize = sizeof parameters;
+    parameters.pftCacheResync = CacheResync;
+    ATL2::CCertChainContext chain;
+    if (!CertGetCertificateChain(ChainEngine, own.get(), nullptr, collection.get(), &parameters, flags, nullptr,
+                                 chain.put())) {
+        ATL::AtlThrowLastWin32();
+    }
+    return chain;
+}
+
+// Asks the responder policy of the service and fills SRAuthorized. Returns the verdict on the chain; `noCheck` says
+// whether the certificate carries the no-check mark.
+std::int32_t CResponse::Impl::judgeChain(ATL2::CCertChainContext const& chain, bool& noCheck) {
+    FILETIME producedAt = BasicResponse.get_producedAt().getFileTime();
+    PolicyEntries entries(BasicResponse.get_responses());
+    // What an earlier call found does not outlive the certificate it was found for.
+    SRAuthorized.assign(BasicResponse.get_responses().size(), 0);
+    OCSPChainPolicyPara extra{};
+    extra.cbSize = sizeof extra;
+    extra.pProducedAt = &producedAt;
+    extra.cCertID = entries.size();
+    extra.rgCertID = entries.data();
+    extra.pfnIsOCSPAuthorized = isAuthorisedByPolicy;
+    CERT_CHAIN_POLICY_PARA parameters{};
+    parameters.cbSize = sizeof parameters;
+    parameters.pvExtraPolicyPara = &extra;
+    OCSPChainPolicyStatus ocspStatus{};
+    ocspStatus.cbSize = sizeof ocspStatus;
+    ocspStatus.rgAuthorized = SRAuthorized.data();
+    CERT_CHAIN_POLICY_STATUS policyStatus{};
+    policyStatus.cbSize = sizeof policyStatus;
+    policyStatus.pvExtraPolicyStatus = &ocspStatus;
+
+    authorisationFailure = nullptr;
+    const BOOL judged =
+        CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_OCSP_RESPONDER, chain.get(), &parameters, &policyStatus);
+    const DWORD lastError = judged ? 0 : GetLastError();
+    if (authorisationFailure) {
+        std::rethrow_exception(std::exchange(authorisationFailure, nullptr));
+    }
+    if (!judged) {
+        TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy failed: 0x%X\n", lastError);
+        ATL::AtlThrowImpl(ATL2::convertLastError(lastError));
+    }
+    if (policyStatus.dwError != 0) {
+        TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy returned status.dwError = 0x%X\n",
+                     policyStatus.dwError);
+        return static_cast<std::int32_t>(policyStatus.dwError);
+    }
+    TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy returned ocspStatus.dwError = 0x%X\n",
+                 ocspStatus.dwError);
+    noCheck = ocspStatus.fNoCheck != 0;
+    return statusOfMask(ocspStatus.dwError);
+}
+
+std::int32_t CResponse::VerifyCertificate(_CERT_CONTEXT const* cert, bool verifySR, void** stores,
+                                          unsigned long count) const {
+    impl_->requireSuccessful();
+    if (cert == nullptr) {
+        cert = impl_->OCSPCertificate.get();
+    }
+    if (cert == nullptr) {
+        cert = get_OCSPCertificate(stores, count);
+    }
+    if (cert == nullptr) {
+        ATL::AtlThrowImpl(status::kCryptNotFound);
+    }
+    const ATL2::CCertStore collection = impl_->collectStores(stores, count);
+    TALLOW_TRACE("VerifyCertificate", "Building a chain...\n");
+    const DWORD cacheFlags = (impl_->Flags & kFlagCacheOnly) != 0 ? kCacheOnly : 0;
+    // This first chain asks for no revocation: the policy decides first whether the responder may speak at all.
+    ATL2::CCertChainContext chain =
+        impl_->buildChain(cert, collection,
+                          cacheFlags != 0 ? kCacheOnly | CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE
+                                          : CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE);
+    bool exempt = false;
+    if (const std::int32_t verdict = impl_->judgeChain(chain, exempt); verdict != 0) {
+        return verdict;
+    }
+    if (!exempt && impl_->IsOCSPNocheck(cert) != 0) {
+        TALLOW_TRACE("VerifyCertificate", "Certificate of OCSP service is \"Nocheck\" by GP.\n");
+        exempt = true;
+    }
+    if (verifySR) {
+        for (unsigned long i = 0; i < impl_->SRAuthorized.size(); ++i) {
+            if (const std::int32_t verdict = VerifySR(i, nullptr, nullptr); verdict != 0) {
+                return verdict;
+            }
+        }
+    }
+    // An exempt responder is not checked for revocation itself; the chain above it still is.
+    const DWORD start = exempt ? 1 : 0;
+    if (chain->cChain == 0 || start >= chain->rgpChain[0]->cElement) {
+        return status::kOk;
+    }
+    const ATL2::CCertContext first = ATL2::CCertContext::duplicate(chain->rgpChain[0]->rgpElement[start]->pCertContext);
+    chain.reset();
+    const ATL2::CCertChainContext checked =
+        impl_->buildChain(first.get(), collection, cacheFlags | CERT_CHAIN_REVOCATION_CHECK_CHAIN);
+    if (checked->cChain == 0) {
+        return status::kNoRevocationCheck;
+    }
+    return statusOfRevocation(checked->rgpChain[0]->TrustStatus.dwErrorStatus);
+}
+
+std::int32_t CResponse::VerifyRevocation(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer, void* store) const {
+    ATL2::CCertStore crls;
+    if (const std::int32_t opened = crls.Open(CERT_STORE_PROV_SYSTEM_W, 0, kUserStoreFlags, L"CA"); opened != 0) {
+        return opened;
+    }
+    CERT_REVOCATION_CHAIN_PARA chainParameters{};
+    chainParameters.cbSize = sizeof chainParameters;
+    chainParameters.hChainEngine = impl_->ChainEngine;
+    CERT_REVOCATION_PARA parameters{};
+    parameters.cbSize = sizeof parameters;
+    parameters.pIssuerCert = issuer;
+    parameters.cCertStore = 1;
+    parameters.rgCertStore = &store;
+    parameters.hCrlStore = crls.get();
+    parameters.pftCacheResync = impl_->CacheResync;
+    parameters.pChainPara = &chainParameters;
+    CERT_REVOCATION_STATUS revocation{};
+    revocation.cbSize = sizeof revocation;
+    void* contexts[] = {const_cast<_CERT_CONTEXT*>(cert)};
+    const DWORD flags = (impl_->Flags & kFlagCacheOnly) != 0 ? CERT_VERIFY_CACHE_ONLY_BASED_REVOCATION : 0;
+    DWORD result = 0;
+    if (!CertVerifyRevocation(X509_ASN_ENCODING, CERT_CONTEXT_REVOCATION_TYPE, 1, contexts, flags, &parameters,
+                              &revocation)) {
+        result = GetLastError();
+    }
+    TALLOW_TRACE("VerifyRevocation", "Revocation Provider returned 0x%.8X.\n", result);
+    return ATL2::convertLastError(result);
+}
+
+}  // namespace Orvane::PKI::OCSP::Client

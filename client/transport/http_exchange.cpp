@@ -1,0 +1,241 @@
+#include "client/transport/http_exchange.h"
+
+#include <pthread.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "handles/crypto_handles.h"
+#include "handles/exception.h"
+#include "handles/status.h"
+#include "platform/crypto/crypto_service.h"
+#include "platform/support/support_service.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+namespace {
+
+constexpr char kValiditySeconds[] = "\\config\\Basalt\\cache_settings\\OcspValiditySeconds";
+constexpr char kTimeoutMilliseconds[] = "\\config\\Basalt\\SendRequestTimeoutMilliseconds";
+constexpr DWORD kVersionedProviderType = 80;
+
+// ---- Settings of the process, each read once, on first use ----------------------------------------------------------
+
+bool RetrieveObjByUrlOcspAvailable = false;
+
+void SetRetrieveObjByUrlOcspAvailable() {
+    long seconds = 0;
+    RetrieveObjByUrlOcspAvailable = support_registry_get_long(kValiditySeconds, &seconds) == 0 && seconds >= 1;
+}
+
+bool retrievalAvailable() {
+    static pthread_once_t once = PTHREAD_ONCE_INIT;
+    pthread_once(&once, SetRetrieveObjByUrlOcspAvailable);
+    return RetrieveObjByUrlOcspAvailable;
+}
+
+unsigned int SendRequestTimeoutMilliseconds = 5000;
+
+void SetSendRequestTimeoutMilliseconds() {
+    long milliseconds = 0;
+    if (support_registry_get_long(kTimeoutMilliseconds, &milliseconds) == 0 && milliseconds >= 0) {
+        SendRequestTimeoutMilliseconds = static_cast<unsigned int>(milliseconds);
+    }
+}
+
+unsigned int requestTimeout() {
+    static pthread_once_t once = PTHREAD_ONCE_INIT;
+    pthread_once(&once, SetSendRequestTimeoutMilliseconds);
+    return SendRequestTimeoutMilliseconds;
+}
+
+DWORD CspVersion = 0;
+DWORD CspBuild = 0;
+
+void SetCspVersion() {
+    HCRYPTPROV handle = 0;
+    if (!CryptAcquireContextA(&handle, nullptr, nullptr, kVersionedProviderType, CRYPT_VERIFYCONTEXT)) {
+        return;
+    }
+    const ATL::CCryptProv provider(handle);
+    DWORD length = sizeof CspVersion;
+    if (!CryptGetProvParam(handle, PP_VERSION, reinterpret_cast<BYTE*>(&CspVersion), &length, 0)) {
+        CspVersion = 0;
+        return;
+    }
+    PROV_VERSION_EX version{};
+    length = sizeof version;
+    if (CryptGetProvParam(handle, PP_VERSION_EX, reinterpret_cast<BYTE*>(&version), &length, 0)) {
+        CspBuild = version.dwBuild;
+    }
+}
+
+// Services up to this build leave the last error alone after an exchange.
+bool serviceSetsLastError() {
+    static pthread_once_t once = PTHREAD_ONCE_INIT;
+    pthread_once(&once, SetCspVersion);
+    return CspVersion > 0x500 || (CspVersion == 0x500 && CspBuild > 13300);
+}
+
+struct LastErrorOfStatus {
+    unsigned long status;
+    DWORD lastError;
+};
+constexpr LastErrorOfStatus kLastErrors[] = {
+    {400, 12009}, {505, 12009}, {508, 12009}, {401, 12015}, {403, 12175}, {404, 12007}, {405, 12011}, {406, 12029},
+    {409, 12029}, {410, 12029}, {503, 12029}, {407, 12187}, {408, 12002}, {504, 12002}, {411, 12153}, {412, 12153},
+    {413, 12154}, {414, 12005}, {429, 12030}, {500, 12030}, {501, 12030}, {502, 12188}, {506, 12017}, {507, 8},
+};
+constexpr DWORD kLastErrorOfOtherStatus = 12004;
+
+void setLastErrorOf(unsigned long httpStatus) {
+    if (httpStatus == 200) {
+        return;
+    }
+    for (LastErrorOfStatus const& row : kLastErrors) {
+        if (row.status == httpStatus) {
+            SetLastError(row.lastError);
+            return;
+        }
+    }
+    SetLastError(kLastErrorOfOtherStatus);
+}
+
+// ---- The URL retrieval path -----------------------------------------------------------------------------------------
+
+std::wstring base64(CBlob const& data) {
+    const auto size = static_cast<DWORD>(data.cbData());
+    DWORD length = 0;
+    if (!CryptBinaryToStringW(data.pbData(), size, CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF, nullptr, &length)) {
+        ATL::AtlThrowLastWin32();
+    }
+    std::wstring text(length, L'\0');
+    if (!CryptBinaryToStringW(data.pbData(), size, CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF, text.data(), &length)) {
+        ATL::AtlThrowLastWin32();
+    }
+    text.resize(std::wcslen(text.c_str()));
+    return text;
+}
+
+// Address, body and header in one text: how the service is told what to post.
+std::wstring retrievalUrl(std::wstring const& address, CBlob const& request) {
+    std::wstring url = address;
+    url += L'/';
+    for (const wchar_t c : base64(request)) {
+        switch (c) {
+            case L'+':
+                url += L"%2B";
+                break;
+            case L'/':
+                url += L"%2F";
+                break;
+            case L'=':
+                url += L"%3D";
+                break;
+            default:
+                url += c;
+        }
+    }
+    url += L'?';
+    url += kOcspHeaders;
+    return url;
+}
+
+struct FreeBlobArray {
+    void operator()(CRYPT_BLOB_ARRAY* array) const noexcept { std::free(array); }
+};
+
+CBlob retrieve(WinHTTPParams& params, CBlob const& request, bool allowCache, _FILETIME* cacheResync, bool cacheOnly) {
+    params.HTTPStatus = kHttpNoAnswer;
+    const std::wstring url = retrievalUrl(params.OCSPAddress, request);
+    CRYPT_RETRIEVE_AUX_INFO info{};
+    info.cbSize = sizeof info;
+    info.pftCacheResync = cacheResync;
+    const DWORD flags = CRYPT_HTTP_POST_RETRIEVAL | (cacheOnly ? CRYPT_CACHE_ONLY_RETRIEVAL : 0) |
+                        (allowCache ? 0 : CRYPT_WIRE_ONLY_RETRIEVAL);
+    void* object = nullptr;
+    if (!CryptRetrieveObjectByUrlW(url.c_str(), CONTEXT_OID_OCSP_RESP, flags, requestTimeout(), &object, nullptr,
+                                   nullptr, nullptr, &info)) {
+        if (info.dwHttpStatusCode != 0) {
+            params.HTTPStatus = info.dwHttpStatusCode;
+        }
+        return {};
+    }
+    const std::unique_ptr<CRYPT_BLOB_ARRAY, FreeBlobArray> blobs(static_cast<CRYPT_BLOB_ARRAY*>(object));
+    if (blobs->cBlob != 1) {
+        ATL::AtlThrowImpl(status::kInvalidData);
+    }
+    params.HTTPStatus = 200;
+    return {blobs->rgBlob[0].pbData, blobs->rgBlob[0].cbData};
+}
+
+// ---- The direct path ------------------------------------------------------------------------------------------------
+
+// The bytes of one direction, as they cross the service's interface: the capacity grows from 4096 by doubling.
+class ExchangeBuffer {
+public:
+    ExchangeBuffer() = default;
+    ExchangeBuffer(ExchangeBuffer const&) = delete;
+    ExchangeBuffer& operator=(ExchangeBuffer const&) = delete;
+    ~ExchangeBuffer() { std::unique_ptr<BYTE[]>(record_.data).reset(); }
+
+    void fill(CBlob const& bytes) {
+        const auto size = static_cast<DWORD>(bytes.cbData());
+        if (size == 0) {
+            return;
+        }
+        DWORD capacity = kFirstCapacity;
+        if (size > kLargestDoubled) {
+            capacity = size;
+        }
+        while (capacity < size) {
+            capacity *= 2;
+        }
+        record_.data = std::make_unique<BYTE[]>(capacity).release();
+        record_.capacity = capacity;
+        std::memcpy(record_.data, bytes.pbData(), size);
+        record_.size = size;
+    }
+    PKI_EXCHANGE_BUFFER* record() { return &record_; }
+    CBlob bytes() const { return {record_.data, record_.size}; }
+
+private:
+    static constexpr DWORD kFirstCapacity = 4096;
+    static constexpr DWORD kLargestDoubled = 0x80000000;
+
+    PKI_EXCHANGE_BUFFER record_{};
+};
+
+CBlob exchange(WinHTTPParams& params, wchar_t const* agent, wchar_t const* headers, CBlob const& request) {
+    std::wstring credentials;
+    if (!params.ProxyUserName.empty()) {
+        credentials = params.ProxyUserName + L':' + params.ProxyPassword;
+    }
+    ExchangeBuffer sent;
+    ExchangeBuffer received;
+    sent.fill(request);
+    params.HTTPStatus = SendPKIRequest(params.OCSPAddress.c_str(), agent, headers, params.ProxyAddress.c_str(),
+                                       credentials.c_str(), sent.record(), received.record());
+    if (!serviceSetsLastError()) {
+        setLastErrorOf(params.HTTPStatus);
+    }
+    return received.bytes();
+}
+
+}  // namespace
+
+CBlob SendRequest(WinHTTPParams* params, wchar_t const* agent, wchar_t const* headers, CBlob const* request,
+                  bool /*ignored*/, bool allowCache, _FILETIME* cacheResync, bool cacheOnly) {
+    if (params->ProxyAddress.empty() && params->ProxyUserName.empty() && headers != nullptr &&
+        std::wcscmp(headers, kOcspHeaders) == 0 && retrievalAvailable()) {
+        return retrieve(*params, *request, allowCache, cacheResync, cacheOnly);
+    }
+    if (cacheOnly) {
+        return {};
+    }
+    return exchange(*params, agent, headers, *request);
+}
+
+}  // namespace Orvane::PKI::OCSP::Client
