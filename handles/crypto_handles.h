@@ -13,7 +13,7 @@ namespace ATL {
 template <class Traits>
 class TALLOW_EXPORT CryptHandle {
 public:
-    using Handle = unsigned long;
+    using Handle = unsigned long long;
 
     constexpr CryptHandle() noexcept = default;
     /// Takes `handle` over.
@@ -39,13 +39,13 @@ private:
 
 /// How each kind is given back; true when the service has taken it.
 struct TALLOW_EXPORT CryptProvTraits {
-    static bool release(unsigned long handle) noexcept;
+    static bool release(unsigned long long handle) noexcept;
 };
 struct TALLOW_EXPORT CryptKeyTraits {
-    static bool release(unsigned long handle) noexcept;
+    static bool release(unsigned long long handle) noexcept;
 };
 struct TALLOW_EXPORT CryptHashTraits {
-    static bool release(unsigned long handle) noexcept;
+    static bool release(unsigned long long handle) noexcept;
 };
 
 extern template class CryptHandle<CryptProvTraits>;

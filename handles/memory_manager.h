@@ -72,7 +72,7 @@ protected:
 class TALLOW_EXPORT CAtlStringMgr : public IAtlStringMgr {
 public:
     /// `memory` must outlive the manager and all its strings.
-    explicit CAtlStringMgr(IAtlMemMgr* memory) noexcept;
+    explicit constexpr CAtlStringMgr(IAtlMemMgr* memory) noexcept : memory_(memory), nil_{{this, 0, 0, {2}}} {}
     CAtlStringMgr(const CAtlStringMgr&) = delete;
     CAtlStringMgr& operator=(const CAtlStringMgr&) = delete;
 

@@ -10,6 +10,8 @@
 // ATL::CAtlException with 0x8007000E, a bad length 0x80070057.
 #pragma once
 
+#include <type_traits>
+
 #include "export.h"
 #include "handles/memory_manager.h"
 
@@ -73,6 +75,9 @@ public:
     CStringT(const Char* text, int length) { this->SetString(text, length); }
 
     CStringT& operator=(const Char* text);
+    /// Takes wide text, converted in code page 0; null or empty text empties the string. Text that cannot be converted
+    /// throws the converted last error and leaves the string as it was.
+    CStringT& operator=(const wchar_t* text) requires std::is_same_v<Char, char>;
     /// Replaces every occurrence of `old`, from left to right and not overlapping, by `replacement`; returns their
     /// number. A null or empty `old` replaces nothing; a null `replacement` counts as empty.
     int Replace(const Char* old, const Char* replacement);
@@ -81,15 +86,7 @@ public:
     }
 };
 
-/// The narrow string also takes wide text, converted in code page 0; null or empty text empties it. Text that cannot be
-/// converted throws the converted last error and leaves the string as it was.
-class TALLOW_EXPORT CStringA : public CStringT<char> {
-public:
-    using CStringT<char>::CStringT;
-    using CStringT<char>::operator=;
-    CStringA() noexcept = default;
-    CStringA& operator=(const wchar_t* text);
-};
+using CStringA = CStringT<char>;
 using CStringW = CStringT<wchar_t>;
 
 extern template class CSimpleStringT<char>;
