@@ -194,20 +194,23 @@ CStringT<Char>& CStringT<Char>::operator=(const Char* text) {
 
 template <class Char>
 CStringT<Char>& CStringT<Char>::operator=(const wchar_t* text) requires std::is_same_v<Char, char> {
-    if (text == nullptr || *text == L'\0') {
-        this->Empty();
-        return *this;
+    // Clang 14 instantiates the body for wide strings too, against the constraint.
+    if constexpr (std::is_same_v<Char, char>) {
+        if (text == nullptr || *text == L'\0') {
+            this->Empty();
+            return *this;
+        }
+        const int size = WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
+        if (size <= 0) {
+            AtlThrowLastWin32();
+        }
+        CStringT narrow;
+        if (WideCharToMultiByte(CP_ACP, 0, text, -1, narrow.GetBuffer(size - 1), size, nullptr, nullptr) == 0) {
+            AtlThrowLastWin32();
+        }
+        narrow.ReleaseBufferSetLength(size - 1);
+        static_cast<CSimpleStringT<Char>&>(*this) = narrow;
     }
-    const int size = WideCharToMultiByte(0, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    if (size <= 0) {
-        AtlThrowLastWin32();
-    }
-    CStringT narrow;
-    if (WideCharToMultiByte(0, 0, text, -1, narrow.GetBuffer(size - 1), size, nullptr, nullptr) == 0) {
-        AtlThrowLastWin32();
-    }
-    narrow.ReleaseBufferSetLength(size - 1);
-    static_cast<CSimpleStringT<Char>&>(*this) = narrow;
     return *this;
 }
 

@@ -75,8 +75,8 @@ public:
     CStringT(const Char* text, int length) { this->SetString(text, length); }
 
     CStringT& operator=(const Char* text);
-    /// Takes wide text, converted in code page 0; null or empty text empties the string. Text that cannot be converted
-    /// throws the converted last error and leaves the string as it was.
+    /// A narrow string also takes wide text, converted in code page 0; null or empty text empties the string. Text that
+    /// cannot be converted throws the converted last error and leaves the string as it was.
     CStringT& operator=(const wchar_t* text) requires std::is_same_v<Char, char>;
     /// Replaces every occurrence of `old`, from left to right and not overlapping, by `replacement`; returns their
     /// number. A null or empty `old` replaces nothing; a null `replacement` counts as empty.
