@@ -120,6 +120,13 @@ TALLOW_EXPORT BOOL CertVerifyRevocation(DWORD dwEncodingType, DWORD dwRevType, D
                                         DWORD dwFlags, CERT_REVOCATION_PARA* pRevPara,
                                         CERT_REVOCATION_STATUS* pRevStatus);
 
+// Trusts a root for as long as the process runs, beside those of the ROOT store, in every chain of an engine without
+// hExclusiveRoot: roots named for one run. The context is kept (one more reference). FALSE with E_INVALIDARG for null.
+// A certificate whose subject is not its issuer is no root and is kept without effect.
+TALLOW_EXPORT BOOL crypto_add_trusted_root(PCCERT_CONTEXT pCertContext);
+// Forgets all roots added so.
+TALLOW_EXPORT void crypto_forget_trusted_roots(void);
+
 // ---- Algorithms ----------------------------------------------------------------------------------------------------
 
 // The algorithm number of an OID text: of a hash, of a public key, or, for a signature, of its hash. 0 when not known;

@@ -1,0 +1,45 @@
+#include "platform/crypto/limits.h"
+
+#include "platform/support/support_service.h"
+
+namespace tallow::platform {
+
+namespace {
+
+template <typename Number>
+void readInto(const char* path, long lowest, long highest, Number& value) {
+    long setting = 0;
+    if (support_registry_get_long(path, &setting) == 0 && setting >= lowest && setting <= highest) {
+        value = static_cast<Number>(setting);
+    }
+}
+
+constexpr long kLongestMs = 600000;
+constexpr long kLargestBody = 256L << 20;
+
+}  // namespace
+
+ExchangeLimits exchangeLimits() {
+    ExchangeLimits limits;
+    readInto("\\crypto\\connect_timeout_ms", 1, kLongestMs, limits.connectTimeoutMs);
+    readInto("\\crypto\\exchange_timeout_ms", 1, kLongestMs, limits.deadlineMs);
+    readInto("\\crypto\\max_response_bytes", 1, kLargestBody, limits.maxBodySize);
+    readInto("\\crypto\\max_header_bytes", 1, kLargestBody, limits.maxHeaderSize);
+    readInto("\\crypto\\max_redirects", 0, 20, limits.maxRedirects);
+    return limits;
+}
+
+ChainLimits chainLimits() {
+    ChainLimits limits;
+    readInto("\\crypto\\chain_fetch_timeout_ms", 1, kLongestMs, limits.fetchTimeoutMs);
+    readInto("\\crypto\\max_chain_fetches", 0, 100, limits.maxFetches);
+    readInto("\\crypto\\max_crl_bytes", 1, kLargestBody, limits.maxCrlSize);
+    return limits;
+}
+
+bool acceptsSha1() {
+    int accepted = 0;
+    return support_registry_get_bool("\\crypto\\accept_sha1", &accepted) == 0 && accepted != 0;
+}
+
+}  // namespace tallow::platform
