@@ -1,0 +1,225 @@
+// Object classes, objects and sets of objects.
+#include <algorithm>
+#include <utility>
+
+#include "schema/compiler/queries.h"
+#include "schema/compiler/resolver.h"
+
+namespace schemac {
+
+namespace {
+
+// Sets that name sets that name sets could be followed for ever; no real schema comes near this.
+constexpr std::size_t kMaxSetSteps = 1u << 16;
+
+}  // namespace
+
+// What an object says about the fields that matter; the others are read and forgotten.
+struct Resolver::ObjectFields {
+    std::optional<ValueNode> key;
+    std::unique_ptr<TypeNode> value;
+};
+
+// The class that the name means, through other names for it. Quiet: null when it is no class, without a message.
+const Class* Resolver::findClass(const Name& name, bool isQuiet) {
+    const AssignmentNode* found = isQuiet ? scope_.findQuietly(name) : scope_.find(name);
+    if (found == nullptr && isQuiet) {
+        return nullptr;
+    }
+    for (int hops = 0; found != nullptr && hops < kMaxDepth; ++hops) {
+        if (found->kind == AssignmentNode::Kind::Class) {
+            if (classes_.find(found) == classes_.end() && !found->hasParameters) {
+                declareClass(model_.modules[found->name.span.file], *found);
+            }
+            const auto known = classes_.find(found);
+            return known == classes_.end() ? nullptr : known->second;
+        }
+        const bool isAlias = found->kind == AssignmentNode::Kind::Type && !found->hasParameters &&
+                             found->type->syntax == TypeSyntax::Reference && found->type->tags.empty();
+        if (!isAlias) {
+            break;
+        }
+        const Name next = found->type->name;
+        found = scope_.findQuietly(next);
+    }
+    if (!isQuiet && scope_.findQuietly(name) != nullptr) {
+        diagnostics_.error(name.span, quoted(name.text) + " is not a class");
+    }
+    return nullptr;
+}
+
+void Resolver::defineClass(Class& objectClass) {
+    for (const FieldNode& field : objectClass.node->fields) {
+        const std::string name(field.name.text.substr(1));
+        if (field.isUnique && field.type != nullptr && field.type->builtin == "OBJECT IDENTIFIER") {
+            objectClass.keyField = name;
+        } else if (field.isType && objectClass.typeField.empty()) {
+            objectClass.typeField = name;
+        }
+    }
+}
+
+// Reads along the class's own syntax. A group that does not begin with its first word is absent.
+bool Resolver::readSyntax(Parser& parser, const std::vector<SyntaxNode>& syntax, const Class& objectClass,
+                          ObjectFields& fields) {
+    for (const SyntaxNode& node : syntax) {
+        switch (node.kind) {
+            case SyntaxNode::Kind::Literal:
+                parser.expect(node.word.text);
+                break;
+            case SyntaxNode::Kind::Field:
+                if (!readField(parser, node.word, objectClass, fields)) {
+                    return false;
+                }
+                break;
+            case SyntaxNode::Kind::Group: {
+                const bool isWordFirst = !node.inside.empty() && node.inside.front().kind == SyntaxNode::Kind::Literal;
+                const bool isPresent =
+                    isWordFirst ? parser.peek().is(node.inside.front().word.text) : !parser.isAtEnd();
+                if (isPresent && !readSyntax(parser, node.inside, objectClass, fields)) {
+                    return false;
+                }
+            }
+        }
+    }
+    return true;
+}
+
+bool Resolver::readField(Parser& parser, const Name& name, const Class& objectClass, ObjectFields& fields) {
+    const auto field = std::find_if(objectClass.node->fields.begin(), objectClass.node->fields.end(),
+                                    [&](const FieldNode& one) { return one.name.text == name.text; });
+    if (field == objectClass.node->fields.end()) {
+        diagnostics_.error(name.span, "the class has no field " + quoted(name.text));
+        return false;
+    }
+    const std::string_view bare = name.text.substr(1);
+    if (field->isType) {
+        std::unique_ptr<TypeNode> type = parser.parseType();
+        if (bare == objectClass.typeField) {
+            fields.value = std::move(type);
+        }
+    } else if (name.text.size() > 1 && bare[0] >= 'A' && bare[0] <= 'Z') {
+        // A field that holds a set: a braced list or the name of one.
+        if (parser.peek().is("{")) {
+            parser.takeBraced();
+        } else {
+            parser.next();
+        }
+    } else {
+        ValueNode value = parser.parseValue();
+        if (bare == objectClass.keyField) {
+            fields.key = std::move(value);
+        }
+    }
+    return true;
+}
+
+// A class without WITH SYNTAX: "&field value" for each field, in any order.
+bool Resolver::readDefaultSyntax(Parser& parser, const Class& objectClass, ObjectFields& fields) {
+    while (!parser.isAtEnd()) {
+        const Token& field = parser.peek();
+        if (field.kind != TokenKind::TypeField && field.kind != TokenKind::ValueField) {
+            parser.fail("the name of a field expected");
+        }
+        parser.next();
+        if (!readField(parser, {field.text, field.span}, objectClass, fields)) {
+            return false;
+        }
+        if (!parser.isAtEnd()) {
+            parser.expect(",");
+        }
+    }
+    return true;
+}
+
+void Resolver::defineObject(Object& object, const AssignmentNode& node) {
+    object.objectClass = findClass(node.type->name, true);
+    if (object.objectClass == nullptr) {
+        return;
+    }
+    if (node.value.kind != ValueNode::Kind::Braced) {
+        diagnostics_.error(node.value.span, "an object in braces expected");
+        return;
+    }
+    ObjectFields fields;
+    try {
+        Parser parser(node.value.inside, diagnostics_);
+        const std::vector<SyntaxNode>& syntax = object.objectClass->node->syntax;
+        const bool isRead = syntax.empty() ? readDefaultSyntax(parser, *object.objectClass, fields)
+                                           : readSyntax(parser, syntax, *object.objectClass, fields);
+        if (!isRead) {
+            return;
+        }
+        if (!parser.isAtEnd()) {
+            parser.fail("the syntax of " + quoted(object.objectClass->name.text) + " has no place for this");
+        }
+    } catch (const SyntaxFailure&) {
+        return;
+    }
+    if (fields.key && !object.key) {
+        object.key = values_.objectId(*fields.key);
+    } else if (!object.key) {
+        diagnostics_.error(node.name.span, "this object has no key");
+    }
+    if (fields.value) {
+        object.hasValue = true;
+        object.value = objectValue(object, *fields.value);
+    }
+}
+
+// A named type stays what it is, NULL needs nothing; all else is lifted.
+Use Resolver::objectValue(const Object& object, const TypeNode& node) {
+    const bool isPlain = node.tags.empty() && node.constraints.empty();
+    const Place place{object.module, "_" + std::string(object.name.text) + "_" + object.objectClass->typeField, 0};
+    if (isPlain && !node.hasActuals && (node.syntax == TypeSyntax::Reference || node.builtin == "NULL")) {
+        return plainUse(node, place);
+    }
+    Type& type = newType(*object.module, place.path, cppIdentifier(place.path), node.span, true);
+    define(type, node, place, {});
+    object.module->types.push_back(&type);
+    Use use;
+    use.span = node.span;
+    use.kind = Kind::Named;
+    use.type = &type;
+    return use;
+}
+
+// "{ a | b, ..., c | OtherSet }": commas and bars both only separate.
+void Resolver::defineSet(ObjectSet& set, const AssignmentNode& node, int depth) {
+    if (node.value.kind != ValueNode::Kind::Braced) {
+        diagnostics_.error(node.value.span, "a set in braces expected");
+        return;
+    }
+    bool isNameExpected = true;
+    for (const Token* at = node.value.inside.begin; at != node.value.inside.end; ++at) {
+        if (at->is("|") || at->is(",")) {
+            isNameExpected = true;
+        } else if (at->is("...")) {
+            isNameExpected = false;
+        } else if (!isNameExpected || (at->kind != TokenKind::Word && at->kind != TokenKind::TypeWord)) {
+            diagnostics_.error(at->span, at->is("{") ? "an object in a set needs a name of its own"
+                                                     : "the name of an object expected");
+            return;
+        } else {
+            isNameExpected = false;
+            addToSet(set, {at->text, at->span}, depth);
+        }
+    }
+}
+
+void Resolver::addToSet(ObjectSet& set, const Name& name, int depth) {
+    const AssignmentNode* const found = scope_.find(name);
+    if (found == nullptr || ++numSetSteps_ > kMaxSetSteps) {
+        return;
+    }
+    if (const auto object = objects_.find(found); object != objects_.end()) {
+        set.objects.push_back({object->second, name.span});
+    } else if (sets_.find(found) != sets_.end() && depth < kMaxDepth) {
+        defineSet(set, *found, depth + 1);
+    } else {
+        diagnostics_.error(name.span, depth >= kMaxDepth ? "this set contains itself"
+                                                         : quoted(name.text) + " is neither an object nor a set");
+    }
+}
+
+}  // namespace schemac

@@ -1,0 +1,152 @@
+// What the parser makes of a text: the definitions as they are written, names not yet looked up.
+//
+// What can only be read once a name is known (an object follows its class's own syntax, a braced value its type) stays
+// a range of tokens and is read during resolution.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string_view>
+#include <vector>
+
+#include "schema/compiler/lexer.h"
+#include "schema/compiler/source.h"
+
+namespace schemac {
+
+using Annotations = std::vector<Annotation*>;
+
+struct Name {
+    std::string_view text;
+    Span span;
+};
+
+struct TokenRange {
+    const Token* begin = nullptr;
+    const Token* end = nullptr;
+};
+
+struct ValueNode {
+    enum class Kind { Number, Boolean, Null, Text, Reference, Braced };
+    Kind kind = Kind::Null;
+    Span span;
+    Name name;              // Reference
+    std::string_view text;  // Number (digits), Boolean, Text
+    bool isNegative = false;
+    TokenRange inside;  // Braced: what stands between the braces
+};
+
+struct TypeNode;
+
+struct RangeNode {
+    std::optional<ValueNode> low;   // none: MIN
+    std::optional<ValueNode> high;  // none: MAX
+};
+
+struct ConstraintNode {
+    enum class Kind { Size, Range, Table, Containing, Uncarried };
+    Kind kind = Kind::Uncarried;
+    Span span;
+    std::vector<RangeNode> ranges;  // Size, Range
+    bool isExtensible = false;
+    TokenRange set;                        // Table: between the braces
+    std::vector<Name> key;                 // Table: the path behind @
+    std::unique_ptr<TypeNode> containing;  // Containing
+};
+
+enum class TagClass { Universal, Application, Context, Private };
+enum class TagMode { Default, Implicit, Explicit };
+
+struct TagNode {
+    Span span;
+    TagClass tagClass = TagClass::Context;
+    ValueNode number;
+    TagMode mode = TagMode::Default;
+};
+
+struct NamedNumberNode {
+    Name name;
+    std::optional<ValueNode> value;
+};
+
+enum class Presence { Required, Optional, Default };
+
+struct ComponentNode {
+    Name name;
+    Span span;
+    Annotations annotations;
+    std::unique_ptr<TypeNode> type;
+    Presence presence = Presence::Required;
+    ValueNode defaultValue;
+    bool isComponentsOf = false;
+};
+
+enum class TypeSyntax { Builtin, Reference, ClassField, InstanceOf, SequenceOf, SetOf, Sequence, Set, Choice };
+
+struct TypeNode {
+    TypeSyntax syntax = TypeSyntax::Builtin;
+    Span span;
+    std::vector<TagNode> tags;  // outermost first
+    std::string_view builtin;   // Builtin: "INTEGER", "OCTET STRING", ...
+    Name module;                // Reference with a module in front; else empty
+    Name name;                  // Reference, InstanceOf, class of a ClassField
+    Name field;                 // ClassField
+    bool hasActuals = false;
+    TokenRange actuals;  // Reference: between the braces
+    std::vector<NamedNumberNode> named;
+    std::vector<ComponentNode> components;
+    bool isExtensible = false;
+    std::unique_ptr<TypeNode> element;  // SequenceOf, SetOf
+    std::vector<ConstraintNode> constraints;
+};
+
+struct FieldNode {
+    Name name;            // with the &
+    bool isType = false;  // a field that holds a type: &Type without a type behind it
+    bool isUnique = false;
+    std::unique_ptr<TypeNode> type;  // of a value, set or object field
+    Presence presence = Presence::Required;
+};
+
+struct SyntaxNode {
+    enum class Kind { Literal, Field, Group };
+    Kind kind = Kind::Literal;
+    Name word;                       // Literal, Field
+    std::vector<SyntaxNode> inside;  // Group: may be left out as a whole
+};
+
+struct ClassNode {
+    std::vector<FieldNode> fields;
+    std::vector<SyntaxNode> syntax;  // empty: the default syntax, every field named
+};
+
+struct AssignmentNode {
+    enum class Kind { Type, Value, Class, Set };
+    Kind kind = Kind::Type;
+    Name name;
+    Span span;
+    Annotations annotations;
+    bool hasParameters = false;
+    std::vector<Name> parameters;
+    TokenRange body;                 // with parameters: the tokens of the type, read again for each use
+    std::unique_ptr<TypeNode> type;  // Type; the governor of Value and Set
+    ValueNode value;                 // Value and Set
+    std::unique_ptr<ClassNode> objectClass;
+};
+
+struct ImportNode {
+    Name symbol;
+    Name module;
+};
+
+struct ModuleNode {
+    Name name;
+    std::uint32_t file = 0;
+    TagMode tagDefault = TagMode::Explicit;
+    bool hasAutomaticTags = false;
+    bool isBuiltin = false;  // what ASN.1 itself defines; every module sees it
+    std::vector<ImportNode> imports;
+    std::vector<AssignmentNode> assignments;
+};
+
+}  // namespace schemac

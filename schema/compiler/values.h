@@ -1,0 +1,36 @@
+// Evaluates integers and object identifiers, through any number of references.
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <unordered_map>
+
+#include "schema/compiler/model.h"
+#include "schema/compiler/scope.h"
+
+namespace schemac {
+
+class Values {
+public:
+    static constexpr std::size_t kMaxArcs = 128;  // as many as the library's record of an identifier holds
+
+    Values(const Scope& scope, Diagnostics& diagnostics) : scope_(scope), diagnostics_(diagnostics) {}
+
+    // None when the value is no integer, or does not fit; the mistake is reported.
+    std::optional<std::int64_t> integer(const ValueNode& value);
+    std::optional<Arcs> objectId(const ValueNode& value);
+
+private:
+    std::optional<std::int64_t> integer(const ValueNode& value, int depth);
+    std::optional<Arcs> objectId(const ValueNode& value, int depth);
+    bool appendComponent(Arcs& arcs, const TokenRange& range, const Token*& at, int depth);
+    bool appendWord(Arcs& arcs, const Token& word, int depth);
+    bool appendNumber(Arcs& arcs, const ValueNode& number, int depth);
+    std::optional<Arcs> ofAssignment(const Name& name, int depth);
+
+    const Scope& scope_;
+    Diagnostics& diagnostics_;
+    std::unordered_map<const AssignmentNode*, std::optional<Arcs>> known_;
+};
+
+}  // namespace schemac
