@@ -2,13 +2,9 @@
 // other process-wide policy flags, and the binding of an object to its policy.
 #pragma once
 
-#include <pthread.h>
-
 #include <memory>
 
 #include "export.h"
-#include "handles/exception.h"
-#include "handles/status.h"
 
 /// 1 when the setting LegacyPolicyReading asks for a policy per object, else 0. The first call in the process reads the
 /// setting; a failure to read it means 0 for the rest of the process. Any thread may call.
@@ -19,22 +15,6 @@ namespace Orvane::PKI::OCSP::Client {
 /// False when the setting IssuerPropAIADisabled forbids to ask responders named in the issuer certificate's properties.
 /// Read once per process; true when it cannot be read. Any thread may call.
 [[nodiscard]] bool IssuerPropAIAEnabled() noexcept;
-
-/// Holds the one policy object of the process and deletes it when the library is unloaded. The object is made at the
-/// first use; a failure is final, and every later use fails too.
-template <class Policy>
-class PolicyHolder {
-public:
-    constexpr PolicyHolder() noexcept = default;
-    PolicyHolder(const PolicyHolder&) = delete;
-    PolicyHolder& operator=(const PolicyHolder&) = delete;
-
-    [[nodiscard]] const Policy* get() const noexcept { return policy_.get(); }
-    void put(std::unique_ptr<const Policy> policy) noexcept { policy_ = std::move(policy); }
-
-private:
-    std::unique_ptr<const Policy> policy_;
-};
 
 /// What a request or a response keeps of its policy: a pointer to the process's object, or an object of its own when
 /// policy reading is legacy. It is not copied with the object that holds it: each binds its own.
