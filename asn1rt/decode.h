@@ -64,7 +64,7 @@ extern "C" {
 [[nodiscard]] TALLOW_EXPORT int xd_MovePastEOC(ASN1CTXT* ctx) noexcept;
 
 /// The total length of the element of indefinite length that begins at `data`, or a negative status; STATUS_BAD_LENGTH
-/// when it is of definite length, 0 when `bufferSize` is below 5.
+/// when it is of definite length, STATUS_BAD_ARGUMENT for null, 0 when `bufferSize` is below 5.
 [[nodiscard]] TALLOW_EXPORT int xd_indeflen_ex(const std::uint8_t* data, int bufferSize) noexcept;
 
 /// Copies input to `destination` and moves behind it. STATUS_END_OF_BUFFER, with nothing copied.

@@ -1,0 +1,120 @@
+// Through these functions every octet of input is read: the bounds checks stand here and nowhere else. None of them
+// enters a failure in the context; the public readers do that for the status they answer.
+#pragma once
+
+#include <cstdint>
+
+#include "asn1rt/decode.h"
+
+namespace decoding {
+
+inline constexpr std::uint8_t kConstructedBit = 0x20;
+
+/// Octets between the position and the end of the input. The position may stand behind the end, since skipping does not
+/// look.
+inline std::uint32_t remaining(const ASN1CTXT* ctx) {
+    return ctx->buffer.size > ctx->buffer.byteIndex ? ctx->buffer.size - ctx->buffer.byteIndex : 0;
+}
+
+inline bool holds(const ASN1CTXT* ctx, int length) {
+    return length >= 0 && static_cast<std::uint32_t>(length) <= remaining(ctx);
+}
+
+inline const std::uint8_t* position(const ASN1CTXT* ctx) {
+    return ctx->buffer.data + ctx->buffer.byteIndex;
+}
+
+/// Moves on without looking; a length beyond what 32 bits can count stops there, which is behind any input.
+inline void skip(ASN1CTXT* ctx, int length) {
+    const auto octets = static_cast<std::uint32_t>(length);
+    const std::uint32_t room = UINT32_MAX - ctx->buffer.byteIndex;
+    ctx->buffer.byteIndex += octets < room ? octets : room;
+}
+
+inline void setConstructed(ASN1CTXT* ctx, bool constructed) {
+    if (constructed) {
+        ctx->flags |= CTX_FLAG_CONSTRUCTED;
+    } else {
+        ctx->flags &= static_cast<std::uint16_t>(~CTX_FLAG_CONSTRUCTED);
+    }
+}
+
+inline bool isConstructed(const ASN1CTXT* ctx) {
+    return (ctx->flags & CTX_FLAG_CONSTRUCTED) != 0;
+}
+
+inline bool outerIndefinite(const ASN1CTXT* ctx) {
+    return (ctx->flags & CTX_FLAG_OUTER_INDEFINITE) != 0;
+}
+
+/// Enters a failure; `status` is answered in any case.
+inline int enter(ASN1CTXT* ctx, int status) {
+    return status == 0 ? 0 : rtErrSetData(&ctx->errInfo, status, nullptr, 0);
+}
+
+/// True at the end-of-contents pair.
+inline bool atEndOfContents(const ASN1CTXT* ctx) {
+    return remaining(ctx) >= 2 && position(ctx)[0] == 0 && position(ctx)[1] == 0;
+}
+
+/// The end of a value of `length` octets, or LEN_INDEFINITE, whose contents began at index `start`.
+inline bool atEndOfValue(const ASN1CTXT* ctx, std::uint32_t start, int length) {
+    if (length == LEN_INDEFINITE)
+        return remaining(ctx) < 2 || atEndOfContents(ctx);
+    return remaining(ctx) == 0 || std::int64_t{ctx->buffer.byteIndex} - start >= length;
+}
+
+int readLongLength(ASN1CTXT* ctx, int* length);
+
+/// Length octets, see xd_len.
+inline int readLength(ASN1CTXT* ctx, int* length) {
+    if (remaining(ctx) == 0)
+        return STATUS_END_OF_BUFFER;
+    const std::uint8_t first = *position(ctx);
+    if (first >= 0x80)
+        return readLongLength(ctx, length);
+    ++ctx->buffer.byteIndex;
+    *length = first;
+    return 0;
+}
+
+/// Tag and length, see xd_tag_len.
+int readHeader(ASN1CTXT* ctx, ASN1TAG* tag, int* length, int options);
+
+/// One tag octet that must equal `octet` (the bits of `ignored` aside), and the length, see xd_match1.
+inline int readOctetHeader(ASN1CTXT* ctx, std::uint8_t octet, std::uint8_t ignored, int* length) {
+    if (remaining(ctx) == 0)
+        return STATUS_END_OF_BUFFER;
+    const std::uint8_t found = *position(ctx);
+    if (((found ^ octet) & ~ignored & 0xFF) != 0)
+        return STATUS_TAG_MISMATCH;
+    const bool constructed = (found & kConstructedBit) != 0;
+    setConstructed(ctx, constructed);
+    ++ctx->buffer.byteIndex;
+    int read = 0;
+    const int status = readLength(ctx, &read);
+    if (status != 0)
+        return status;
+    if (read == LEN_INDEFINITE && !constructed)
+        return STATUS_BAD_LENGTH;
+    if (length != nullptr)
+        *length = read;
+    return 0;
+}
+
+/// Behind the end-of-contents, see xd_MovePastEOC.
+int movePastEndOfContents(ASN1CTXT* ctx);
+
+/// Over one element, see xd_NextElement.
+int skipElement(ASN1CTXT* ctx);
+
+/// See xd_match.
+int match(ASN1CTXT* ctx, ASN1TAG tag, int* length, int options);
+
+/// The total length of the indefinite element in `size` octets at `data`, or a negative status; see xd_indeflen_ex.
+int indefiniteLength(const std::uint8_t* data, int size);
+
+/// A context that can read but not allocate, for a look into other octets in passing.
+ASN1CTXT readOnlyContext();
+
+}  // namespace decoding
