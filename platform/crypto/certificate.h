@@ -1,14 +1,17 @@
-// The record behind a certificate context. The handle is the address of `context`, the first member; a reference count
-// and the properties stand behind it. What follows from the bytes alone (the bytes, the parsed fields, the key) is a
+// The record behind a certificate context. The handle is the address of its base; a reference count and the properties
+// stand behind it. What follows from the bytes alone (the bytes, the parsed fields, the key) is a
 // CertificateBody, shared by every context made from it, so that a copy in another store costs neither a parse nor a
 // load of the key.
 #pragma once
 
 #include <atomic>
+#include <deque>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <span>
+#include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/crypto/crypto_service.h"
@@ -23,6 +26,8 @@ inline ByteView view(const CRYPT_DATA_BLOB& blob) noexcept {
     return {blob.pbData, blob.cbData};
 }
 
+class DerReader;
+
 // The immutable part: safe for use from any thread.
 class CertificateBody {
 public:
@@ -33,7 +38,9 @@ public:
     const CERT_INFO& info() const noexcept { return info_; }
     ByteView tbs() const noexcept { return tbs_; }             // the signed bytes, header included
     ByteView publicKeyInfo() const noexcept { return spki_; }  // whole SubjectPublicKeyInfo
-    ByteView publicKeyBits() const noexcept { return view(CRYPT_DATA_BLOB{keyBits().cbData, keyBits().pbData}); }
+    ByteView publicKeyBits() const noexcept {                  // content of its BIT STRING
+        return {info_.SubjectPublicKeyInfo.PublicKey.pbData, info_.SubjectPublicKeyInfo.PublicKey.cbData};
+    }
     ByteView signature() const noexcept { return signature_; }  // content of the BIT STRING
     // The extension with this OID text, or null.
     const CERT_EXTENSION* extension(const char* oid) const noexcept;
@@ -49,8 +56,14 @@ public:
 
 private:
     explicit CertificateBody(ByteView der);
-    bool parseFields();
-    const CRYPT_BIT_BLOB& keyBits() const noexcept { return info_.SubjectPublicKeyInfo.PublicKey; }
+    bool parseOuter();
+    bool parseToBeSigned();
+    bool parseTail(DerReader& fields);
+    bool parseExtensions(ByteView explicitTag);
+    bool parseExtension(DerReader& list);
+    bool readAlgorithm(DerReader& from, CRYPT_ALGORITHM_IDENTIFIER& algorithm);
+    bool readPublicKeyInfo(DerReader& fields);
+    LPSTR keepText(std::string text);
 
     Bytes der_;
     CERT_INFO info_{};
@@ -59,7 +72,7 @@ private:
     ByteView signature_;
     Bytes serialReversed_;
     std::vector<CERT_EXTENSION> extensions_;
-    std::vector<std::unique_ptr<char[]>> texts_;  // the OID texts that info_ and extensions_ point to
+    std::deque<std::string> texts_;  // the OID texts that info_ and extensions_ point to
 
     mutable std::once_flag x509Once_;
     mutable X509Ptr x509_;
@@ -96,16 +109,18 @@ private:
     const Certificate* certificate_ = nullptr;
 };
 
-class Certificate {
+class Certificate : private CERT_CONTEXT {
 public:
     // Null when the bytes are no certificate.
     static CertificateRef create(ByteView der);
+    // A context of a certificate parsed before; empty for null.
+    static CertificateRef make(std::shared_ptr<const CertificateBody> body, HCERTSTORE store);
     // Another context for the same certificate, with a copy of the properties.
     static CertificateRef copy(const Certificate& source, HCERTSTORE store);
 
     // The record behind a handle that this service gave out; null for null.
     static const Certificate* of(PCCERT_CONTEXT context) noexcept;
-    PCCERT_CONTEXT context() const noexcept { return &context_; }
+    PCCERT_CONTEXT context() const noexcept { return this; }
 
     const CertificateBody& body() const noexcept { return *body_; }
     ByteView der() const noexcept { return body_->der(); }
@@ -121,15 +136,19 @@ public:
     // Takes the properties of `source` that this one lacks.
     void addMissingProperties(const Certificate& source) const;
 
+    // Takes the properties of `source` in the place of its own.
+    void replaceProperties(const Certificate& source) const;
+
+    Certificate(const Certificate&) = delete;
+    Certificate& operator=(const Certificate&) = delete;
+    ~Certificate() = default;  // of the last reference: nobody else destroys one
+
     void addReference() const noexcept { references_.fetch_add(1, std::memory_order_relaxed); }
     void dropReference() const noexcept;
 
 private:
     Certificate(std::shared_ptr<const CertificateBody> body, HCERTSTORE store);
-    ~Certificate() = default;
-    bool computeProperty(DWORD id, Bytes& value) const;
 
-    CERT_CONTEXT context_{};
     mutable std::atomic<unsigned int> references_{1};
     std::shared_ptr<const CertificateBody> body_;
     mutable std::mutex mutex_;

@@ -23,6 +23,8 @@ struct Crl {
 };
 using CrlRef = std::shared_ptr<const Crl>;
 
+class StoreRef;
+
 class Store {
 public:
     // The store behind a handle; null for null.
@@ -45,13 +47,18 @@ public:
     virtual DWORD addMember(Store& member, DWORD priority) = 0;
     // Whether `other` is this store or a member at any depth.
     virtual bool contains(const Store& other) const = 0;
+    // Whether this very context stands in the store.
+    virtual bool holds(const Certificate* certificate) const = 0;
+    // Appends the memory stores that this store is made of, in order; one may come twice.
+    virtual void appendLeaves(std::vector<StoreRef>& leaves) = 0;
 
     Store(const Store&) = delete;
     Store& operator=(const Store&) = delete;
 
+    virtual ~Store() = default;  // of the last reference: nobody else destroys one
+
 protected:
     Store() = default;
-    virtual ~Store() = default;
 
 private:
     std::atomic<unsigned int> references_{1};

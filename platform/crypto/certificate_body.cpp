@@ -1,0 +1,220 @@
+// The fields of a certificate. The walk over the outer structure is ours, with OpenSSL's header reader: making
+// OpenSSL's whole object costs ten times as much, mostly for the public key, and a response may carry certificates that
+// nobody asks about.
+#include <openssl/asn1.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "platform/crypto/certificate.h"
+#include "platform/crypto/der_reader.h"
+#include "platform/crypto/public_key.h"
+#include "platform/crypto/service_call.h"
+
+namespace tallow::platform {
+
+namespace {
+
+constexpr int kFirstVersionWithExtensions = 2;
+
+CRYPT_DATA_BLOB blob(ByteView bytes) {
+    // The records of the service have no const, and nothing here writes through them.
+    return {static_cast<DWORD>(bytes.size()), const_cast<BYTE*>(bytes.data())};
+}
+
+// A time of a validity. Years that the clock of the service cannot count become its first moment.
+bool readTime(const DerElement& element, FILETIME& fileTime) {
+    if (element.tagClass != V_ASN1_UNIVERSAL ||
+        (element.tag != V_ASN1_UTCTIME && element.tag != V_ASN1_GENERALIZEDTIME)) {
+        return false;
+    }
+    const unsigned char* position = element.whole.data();
+    using TimePtr = std::unique_ptr<ASN1_TIME, OpenSslFree<ASN1_TIME_free>>;
+    TimePtr const time(d2i_ASN1_TIME(nullptr, &position, static_cast<long>(element.whole.size())));
+    tm fields{};
+    if (time == nullptr || ASN1_TIME_to_tm(time.get(), &fields) != 1) {
+        return false;
+    }
+    SYSTEMTIME const moment{static_cast<WORD>(fields.tm_year + 1900),
+                            static_cast<WORD>(fields.tm_mon + 1),
+                            0,
+                            static_cast<WORD>(fields.tm_mday),
+                            static_cast<WORD>(fields.tm_hour),
+                            static_cast<WORD>(fields.tm_min),
+                            static_cast<WORD>(fields.tm_sec),
+                            0};
+    if (SystemTimeToFileTime(&moment, &fileTime) == FALSE) {
+        fileTime = {};
+    }
+    return true;
+}
+
+}  // namespace
+
+CertificateBody::CertificateBody(ByteView der) : der_(der.begin(), der.end()) {}
+
+CertificateBody::~CertificateBody() = default;
+
+std::shared_ptr<const CertificateBody> CertificateBody::parse(ByteView der) {
+    OpenSslErrors const errors;
+    if (der.empty() || der.size() > UINT32_MAX) {
+        return nullptr;
+    }
+    struct Parsed : CertificateBody {
+        explicit Parsed(ByteView bytes) : CertificateBody(bytes) {}
+    };
+    auto body = std::make_shared<Parsed>(der);
+    if (!body->parseOuter()) {
+        return nullptr;
+    }
+    return body;
+}
+
+bool CertificateBody::parseOuter() {
+    DerReader outer{ByteView(der_)};
+    DerReader parts = outer.sequence();
+    DerElement const tbs = parts.expect(V_ASN1_SEQUENCE);
+    CRYPT_ALGORITHM_IDENTIFIER outerAlgorithm{};
+    bool const algorithmRead = readAlgorithm(parts, outerAlgorithm);
+    DerElement const signature = parts.expect(V_ASN1_BIT_STRING);
+    DWORD unusedBits = 0;
+    if (outer.failed() || parts.failed() || !outer.atEnd() || !parts.atEnd() || !algorithmRead ||
+        !readBitString(signature, signature_, unusedBits)) {
+        return false;
+    }
+    tbs_ = tbs.whole;
+    return parseToBeSigned() && std::strcmp(outerAlgorithm.pszObjId, info_.SignatureAlgorithm.pszObjId) == 0;
+}
+
+bool CertificateBody::parseToBeSigned() {
+    DerReader outer(tbs_);
+    DerReader fields = outer.sequence();
+    if (DerElement const version = fields.optionalContext(0); version.tag == 0) {
+        DerReader inner(version.content);
+        DerElement const number = inner.expect(V_ASN1_INTEGER);
+        if (inner.failed() || number.content.size() != 1 || number.content[0] > kFirstVersionWithExtensions) {
+            return false;
+        }
+        info_.dwVersion = number.content[0];
+    }
+    DerElement const serial = fields.expect(V_ASN1_INTEGER);
+    serialReversed_.assign(serial.content.rbegin(), serial.content.rend());
+    info_.SerialNumber = blob(serialReversed_);
+    if (!readAlgorithm(fields, info_.SignatureAlgorithm)) {
+        return false;
+    }
+    info_.Issuer = blob(fields.expect(V_ASN1_SEQUENCE).whole);
+    DerReader validity = fields.sequence();
+    bool const timesRead = readTime(validity.next(), info_.NotBefore) && readTime(validity.next(), info_.NotAfter);
+    info_.Subject = blob(fields.expect(V_ASN1_SEQUENCE).whole);
+    return timesRead && !serialReversed_.empty() && readPublicKeyInfo(fields) && parseTail(fields);
+}
+
+bool CertificateBody::readPublicKeyInfo(DerReader& fields) {
+    DerElement const element = fields.expect(V_ASN1_SEQUENCE);
+    spki_ = element.whole;
+    DerReader parts(element.content);
+    CERT_PUBLIC_KEY_INFO& key = info_.SubjectPublicKeyInfo;
+    if (!readAlgorithm(parts, key.Algorithm)) {
+        return false;
+    }
+    ByteView octets;
+    if (!readBitString(parts.expect(V_ASN1_BIT_STRING), octets, key.PublicKey.cUnusedBits) || parts.failed()) {
+        return false;
+    }
+    key.PublicKey.cbData = static_cast<DWORD>(octets.size());
+    key.PublicKey.pbData = const_cast<BYTE*>(octets.data());
+    return true;
+}
+
+bool CertificateBody::parseTail(DerReader& fields) {
+    for (int tag : {1, 2}) {
+        DerElement const element = fields.optionalContext(tag);
+        if (element.tag != tag) {
+            continue;
+        }
+        CRYPT_BIT_BLOB& identifier = tag == 1 ? info_.IssuerUniqueId : info_.SubjectUniqueId;
+        ByteView octets;
+        if (!readBitString(element, octets, identifier.cUnusedBits)) {
+            return false;
+        }
+        identifier.cbData = static_cast<DWORD>(octets.size());
+        identifier.pbData = const_cast<BYTE*>(octets.data());
+    }
+    DerElement const extensions = fields.optionalContext(3);
+    bool const read = extensions.tag != 3 || parseExtensions(extensions.content);
+    return read && !fields.failed() && fields.atEnd();
+}
+
+bool CertificateBody::parseExtensions(ByteView explicitTag) {
+    DerReader outer(explicitTag);
+    DerReader list = outer.sequence();
+    while (!list.failed() && !list.atEnd()) {
+        if (!parseExtension(list)) {
+            return false;
+        }
+    }
+    info_.cExtension = static_cast<DWORD>(extensions_.size());
+    info_.rgExtension = extensions_.empty() ? nullptr : extensions_.data();
+    return !outer.failed() && outer.atEnd() && !list.failed();
+}
+
+bool CertificateBody::parseExtension(DerReader& list) {
+    DerReader fields = list.sequence();
+    CERT_EXTENSION extension{};
+    extension.pszObjId = keepText(oidText(fields.expect(V_ASN1_OBJECT)));
+    DerElement value = fields.next();
+    if (value.tag == V_ASN1_BOOLEAN && value.tagClass == V_ASN1_UNIVERSAL) {
+        if (value.content.size() != 1) {
+            return false;
+        }
+        extension.fCritical = value.content[0] != 0 ? TRUE : FALSE;
+        value = fields.next();
+    }
+    if (fields.failed() || !fields.atEnd() || value.tag != V_ASN1_OCTET_STRING || value.tagClass != V_ASN1_UNIVERSAL ||
+        value.constructed || extension.pszObjId[0] == '\0') {
+        return false;
+    }
+    extension.Value = blob(value.content);
+    extensions_.push_back(extension);
+    return true;
+}
+
+bool CertificateBody::readAlgorithm(DerReader& from, CRYPT_ALGORITHM_IDENTIFIER& algorithm) {
+    DerReader parts = from.sequence();
+    algorithm.pszObjId = keepText(oidText(parts.expect(V_ASN1_OBJECT)));
+    if (!parts.failed() && !parts.atEnd()) {
+        algorithm.Parameters = blob(parts.next().whole);
+    }
+    return !parts.failed() && parts.atEnd() && algorithm.pszObjId[0] != '\0';
+}
+
+LPSTR CertificateBody::keepText(std::string text) {
+    return texts_.emplace_back(std::move(text)).data();
+}
+
+const CERT_EXTENSION* CertificateBody::extension(const char* oid) const noexcept {
+    auto const found = std::find_if(extensions_.begin(), extensions_.end(), [oid](const CERT_EXTENSION& extension) {
+        return std::strcmp(extension.pszObjId, oid) == 0;
+    });
+    return found == extensions_.end() ? nullptr : &*found;
+}
+
+X509* CertificateBody::x509() const noexcept {
+    std::call_once(x509Once_, [this] {
+        OpenSslErrors const errors;
+        const unsigned char* position = der_.data();
+        x509_.reset(d2i_X509(nullptr, &position, static_cast<long>(der_.size())));
+    });
+    return x509_.get();
+}
+
+EVP_PKEY* CertificateBody::publicKey() const noexcept {
+    std::call_once(keyOnce_, [this] {
+        OpenSslErrors const errors;
+        key_ = loadPublicKey(info_.SubjectPublicKeyInfo, spki_);
+    });
+    return key_.get();
+}
+
+}  // namespace tallow::platform

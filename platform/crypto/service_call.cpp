@@ -1,0 +1,30 @@
+#include "platform/crypto/service_call.h"
+
+namespace tallow::platform {
+
+std::string settingText(const char* path, std::string_view otherwise) {
+    size_t size = 0;
+    if (support_registry_get_string(path, &size, nullptr) != 0) {
+        return std::string(otherwise);
+    }
+    std::string text(size, '\0');
+    return support_registry_get_string(path, &size, text.data()) == 0 ? text : std::string(otherwise);
+}
+
+long settingLong(const char* path, long otherwise) noexcept {
+    long value = 0;
+    return support_registry_get_long(path, &value) == 0 ? value : otherwise;
+}
+
+bool settingFlag(const char* path, bool otherwise) noexcept {
+    int value = 0;
+    return support_registry_get_bool(path, &value) == 0 ? value != 0 : otherwise;
+}
+
+TSupportDbContext_* traceContext() noexcept {
+    // Never closed: static objects elsewhere may still call the service at the end of the process.
+    static TSupportDbContext_* const context = support_print_init(0, "crypto", 0, 127);
+    return context;
+}
+
+}  // namespace tallow::platform

@@ -1,0 +1,89 @@
+#include "platform/crypto/side_file.h"
+
+#include <openssl/x509v3.h>
+#include <toml++/toml.h>
+
+#include <filesystem>
+
+#include "platform/crypto/certificate_properties.h"
+#include "platform/crypto/service_call.h"
+
+namespace tallow::platform {
+
+namespace {
+
+using AccessPtr = std::unique_ptr<AUTHORITY_INFO_ACCESS, OpenSslFree<AUTHORITY_INFO_ACCESS_free>>;
+using DescriptionPtr = std::unique_ptr<ACCESS_DESCRIPTION, OpenSslFree<ACCESS_DESCRIPTION_free>>;
+using Ia5Ptr = std::unique_ptr<ASN1_IA5STRING, OpenSslFree<ASN1_IA5STRING_free>>;
+
+DescriptionPtr ocspDescription(const std::string& address) {
+    DescriptionPtr description(ACCESS_DESCRIPTION_new());
+    Ia5Ptr text(ASN1_IA5STRING_new());
+    if (description == nullptr || text == nullptr ||
+        ASN1_STRING_set(text.get(), address.data(), static_cast<int>(address.size())) != 1) {
+        return nullptr;
+    }
+    description->method = OBJ_nid2obj(NID_ad_OCSP);
+    GENERAL_NAME_set0_value(description->location, GEN_URI, text.release());
+    return description;
+}
+
+// The addresses as the DER of an AuthorityInfoAccessSyntax; empty when there are none.
+Bytes accessInformation(const toml::array& addresses) {
+    AccessPtr const access(AUTHORITY_INFO_ACCESS_new());
+    for (const toml::node& node : addresses) {
+        std::string const address = node.value_or(std::string());
+        DescriptionPtr description = address.empty() ? nullptr : ocspDescription(address);
+        if (description != nullptr && sk_ACCESS_DESCRIPTION_push(access.get(), description.get()) > 0) {
+            static_cast<void>(description.release());
+        }
+    }
+    unsigned char* encoded = nullptr;
+    int const size =
+        sk_ACCESS_DESCRIPTION_num(access.get()) > 0 ? i2d_AUTHORITY_INFO_ACCESS(access.get(), &encoded) : 0;
+    OpenSslBytesPtr const owner(encoded);
+    return size > 0 ? Bytes(encoded, encoded + size) : Bytes();
+}
+
+std::wstring wideText(const std::string& text) {
+    int const size = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0);
+    std::wstring wide(size > 0 ? static_cast<size_t>(size) : 1, L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, wide.data(), size);
+    wide.pop_back();
+    return wide;
+}
+
+Bytes keyInformation(const std::string& key, const std::string& sideFile) {
+    bool const isAddress = key.find(':') != std::string::npos;
+    std::filesystem::path const folder = std::filesystem::path(sideFile).parent_path();
+    std::wstring container = wideText(isAddress ? key : (folder / key).string());
+    CRYPT_KEY_PROV_INFO info{};
+    info.pwszContainerName = container.data();
+    info.dwKeySpec = AT_SIGNATURE;
+    return packKeyProvInfo(info);
+}
+
+}  // namespace
+
+void applySideFile(const std::string& path, const Certificate& certificate) {
+    std::error_code ignored;
+    if (!std::filesystem::is_regular_file(path, ignored)) {
+        return;
+    }
+    try {
+        toml::table const table = toml::parse_file(path);
+        if (auto const key = table["key"].value<std::string>(); key && !key->empty()) {
+            certificate.setProperty(CERT_KEY_PROV_INFO_PROP_ID, keyInformation(*key, path));
+        }
+        if (const toml::array* const addresses = table["ocsp"].as_array()) {
+            if (Bytes const access = accessInformation(*addresses); !access.empty()) {
+                certificate.setProperty(CERT_CA_OCSP_AUTHORITY_INFO_ACCESS_PROP_ID, access);
+            }
+        }
+    } catch (const toml::parse_error& failure) {
+        TALLOW_CRYPTO_TRACE("%s:%u: %s\n", path.c_str(), failure.source().begin.line,
+                            std::string(failure.description()).c_str());
+    }
+}
+
+}  // namespace tallow::platform
