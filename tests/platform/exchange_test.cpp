@@ -1,0 +1,250 @@
+// The service's exchange with a responder, over real sockets: what is sent, what counts as an answer, and the bounds.
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+
+#include "platform/crypto/crypto_service.h"
+#include "platform/crypto/url_cache.h"
+#include "tests/support/http_server.h"
+#include "tests/support/ocsp_builder.h"
+#include "tests/support/temp_dir.h"
+
+namespace {
+
+using testkit::Bytes;
+using testkit::HttpReply;
+using testkit::HttpRequest;
+using testkit::HttpServer;
+
+constexpr wchar_t kHeaders[] = L"Content-type: application/ocsp-request";
+
+Bytes bytesOf(std::string_view text) {
+    return {text.begin(), text.end()};
+}
+
+std::wstring wide(const std::string& text) {
+    return {text.begin(), text.end()};
+}
+
+struct PostResult {
+    unsigned long status = 0;
+    DWORD lastError = 0;
+    Bytes body;
+};
+
+PostResult post(const std::string& url, Bytes request, const std::string& proxy = {}, const std::string& login = {}) {
+    PKI_EXCHANGE_BUFFER sent{static_cast<DWORD>(request.size()), request.data(), static_cast<DWORD>(request.size())};
+    PKI_EXCHANGE_BUFFER received{};
+    SetLastError(0);
+    PostResult result;
+    result.status = SendPKIRequest(wide(url).c_str(), L"agent/1", kHeaders, wide(proxy).c_str(), wide(login).c_str(),
+                                   &sent, &received);
+    result.lastError = GetLastError();
+    const std::unique_ptr<BYTE[]> owner(received.data);
+    result.body.assign(received.data, received.data + received.size);
+    return result;
+}
+
+TEST(SendPkiRequest, PostsTheBytesAsTheyAreAndGivesTheAnswerBack) {
+    HttpServer server([](const HttpRequest&) { return HttpReply{.body = bytesOf("answer")}; });
+    const Bytes request = bytesOf(std::string("\0\x30\xFF body", 8));
+    const PostResult result = post(server.url("/ocsp"), request);
+    EXPECT_EQ(result.status, 200u);
+    EXPECT_EQ(result.body, bytesOf("answer"));
+    ASSERT_EQ(server.requests().size(), 1u);
+    const HttpRequest seen = server.requests()[0];
+    EXPECT_EQ(seen.method, "POST");
+    EXPECT_EQ(seen.target, "/ocsp");
+    EXPECT_EQ(seen.body, request);
+    EXPECT_EQ(seen.header("content-type"), "application/ocsp-request");
+    EXPECT_EQ(seen.header("user-agent"), "agent/1");
+    EXPECT_EQ(seen.header("accept-encoding"), "");
+}
+
+TEST(SendPkiRequest, TellsFailuresFromAnswers) {
+    struct Row {
+        const char* what;
+        HttpReply reply;
+        unsigned long status;
+    };
+    const Row rows[] = {
+        {"server error keeps its status", {.status = 500, .body = bytesOf("sorry")}, 500},
+        {"closed without an octet", {.closeAtOnce = true}, 0},
+        {"body cut short", {.body = Bytes(4000, 1), .cutBodyAfter = 1000}, 0},
+        {"chunked body cut short",
+         {.body = Bytes(4000, 1), .framing = testkit::BodyFraming::kChunked, .cutBodyAfter = 1000},
+         0},
+        {"body above the limit", {.padBodyTo = (1 << 20) + 1}, 0},
+        {"chunked body above the limit", {.framing = testkit::BodyFraming::kChunked, .padBodyTo = (1 << 20) + 1}, 0},
+        {"no HTTP at all", {.rawReply = bytesOf("hello\r\n\r\n")}, 0},
+        {"endless header", {.rawReply = bytesOf("HTTP/1.1 200 OK\r\nX: " + std::string(200000, 'a') + "\r\n\r\n")}, 0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        HttpServer server([&row](const HttpRequest&) { return row.reply; });
+        const PostResult result = post(server.url(), bytesOf("request"));
+        EXPECT_EQ(result.status, row.status);
+        EXPECT_NE(result.lastError, 0u);
+        if (row.status == 0) {
+            EXPECT_TRUE(result.body.empty());
+        }
+    }
+    const PostResult unreachable = post("http://127.0.0.1:" + std::to_string(testkit::closedPort()), bytesOf("x"));
+    EXPECT_EQ(unreachable.status, 0u);
+    EXPECT_EQ(unreachable.lastError, ERROR_INTERNET_CANNOT_CONNECT);
+    EXPECT_EQ(post("ftp://127.0.0.1/", bytesOf("x")).lastError, ERROR_INTERNET_UNRECOGNIZED_SCHEME);
+    EXPECT_EQ(post("file:///etc/passwd", bytesOf("x")).lastError, ERROR_INTERNET_UNRECOGNIZED_SCHEME);
+}
+
+TEST(SendPkiRequest, FollowsARedirectWithTheWholePostOrNotAtAll) {
+    HttpServer target([](const HttpRequest&) { return HttpReply{.body = bytesOf("answer")}; });
+    for (const int status : {301, 302, 307, 308}) {
+        SCOPED_TRACE(status);
+        HttpServer server([&](const HttpRequest&) { return testkit::redirectTo(target.url("/new"), status); });
+        EXPECT_EQ(post(server.url(), bytesOf("request")).body, bytesOf("answer"));
+        EXPECT_EQ(target.requests().back().method, "POST");
+        EXPECT_EQ(target.requests().back().body, bytesOf("request"));
+    }
+    const std::size_t reached = target.requests().size();
+    for (const auto& [status, location] :
+         {std::pair{303, target.url()}, std::pair{302, std::string("file:///etc/passwd")},
+          std::pair{302, std::string("ftp://127.0.0.1/")}}) {
+        SCOPED_TRACE(location);
+        HttpServer server([&](const HttpRequest&) { return testkit::redirectTo(location, status); });
+        const PostResult result = post(server.url(), bytesOf("request"));
+        EXPECT_EQ(result.status, 0u);
+        EXPECT_EQ(result.lastError, ERROR_HTTP_REDIRECT_FAILED);
+    }
+    HttpServer loop([&loop](const HttpRequest&) { return testkit::redirectTo(loop.url()); });
+    EXPECT_EQ(post(loop.url(), bytesOf("request")).lastError, ERROR_HTTP_REDIRECT_FAILED);
+    EXPECT_EQ(loop.requests().size(), 4u);
+    EXPECT_EQ(target.requests().size(), reached);
+}
+
+TEST(SendPkiRequest, GivesProxyCredentialsToTheProxyAlone) {
+    HttpServer proxy([](const HttpRequest& request) {
+        return request.header("proxy-authorization").empty()
+                   ? HttpReply{.status = 407, .headers = {{"Proxy-Authenticate", "Basic realm=\"p\""}}}
+                   : HttpReply{.body = bytesOf("through")};
+    });
+    const PostResult result = post("http://responder.invalid/x", bytesOf("request"), proxy.url(""), "user:secret");
+    EXPECT_EQ(result.status, 200u);
+    EXPECT_EQ(result.body, bytesOf("through"));
+    const HttpRequest seen = proxy.requests().back();
+    EXPECT_EQ(seen.target, "http://responder.invalid/x");
+    EXPECT_EQ(seen.header("proxy-authorization"), "Basic dXNlcjpzZWNyZXQ=");
+    EXPECT_EQ(seen.header("authorization"), "");
+}
+
+// ---- The retrieval that can answer from the cache -------------------------------------------------------------------
+
+class Retrieve : public testing::Test {
+protected:
+    Retrieve() {
+        folder_.write("settings.toml", "[crypto]\nurl_cache = \"" + folder_.file("cache") +
+                                           "\"\n[config.Basalt.cache_settings]\nOcspValiditySeconds = 60\n");
+        EXPECT_EQ(support_settings_open(folder_.file("settings.toml").c_str()), 0);
+    }
+    ~Retrieve() override { support_settings_open(folder_.write("empty.toml", "").c_str()); }
+
+    // The URL of the request "request" for `address`.
+    static std::wstring urlFor(const std::string& address) {
+        return wide(address + "/cmVxdWVzdA%3D%3D?Content-type: application/ocsp-request");
+    }
+
+    struct Result {
+        bool ok = false;
+        Bytes body;
+        DWORD httpStatus = 0;
+    };
+    static Result retrieve(const std::string& address, DWORD flags, FILETIME* resync = nullptr, DWORD timeout = 5000) {
+        CRYPT_RETRIEVE_AUX_INFO info{};
+        info.cbSize = sizeof info;
+        info.pftCacheResync = resync;
+        void* object = nullptr;
+        Result result;
+        result.ok =
+            CryptRetrieveObjectByUrlW(urlFor(address).c_str(), CONTEXT_OID_OCSP_RESP, CRYPT_HTTP_POST_RETRIEVAL | flags,
+                                      timeout, &object, nullptr, nullptr, nullptr, &info);
+        const std::unique_ptr<void, decltype(&std::free)> owner(object, std::free);
+        result.httpStatus = info.dwHttpStatusCode;
+        if (result.ok) {
+            const auto* blobs = static_cast<CRYPT_BLOB_ARRAY*>(object);
+            EXPECT_EQ(blobs->cBlob, 1u);
+            result.body.assign(blobs->rgBlob[0].pbData, blobs->rgBlob[0].pbData + blobs->rgBlob[0].cbData);
+        }
+        return result;
+    }
+
+    testkit::TempDir folder_;
+    const Bytes kept_ = {0x30, 0x0C, 0x0A, 0x01, 0x00, 0xA0, 0x07, 0x30, 0x05, 0x06, 0x01, 0x2A, 0x04, 0x00};
+    Bytes answer_ = kept_;
+    HttpServer server_{[this](const HttpRequest&) { return HttpReply{.body = answer_}; }};
+};
+
+TEST_F(Retrieve, PostsTheBodyThatTheUrlCarries) {
+    EXPECT_EQ(retrieve(server_.url("/ocsp"), CRYPT_WIRE_ONLY_RETRIEVAL).body, answer_);
+    const HttpRequest seen = server_.requests().at(0);
+    EXPECT_EQ(seen.method, "POST");
+    EXPECT_EQ(seen.target, "/ocsp");
+    EXPECT_EQ(seen.body, bytesOf("request"));
+    EXPECT_EQ(seen.header("content-type"), "application/ocsp-request");
+}
+
+TEST_F(Retrieve, AnswersFromTheCacheAsTheFlagsSay) {
+    EXPECT_FALSE(retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL).ok) << "nothing is kept yet";
+    EXPECT_EQ(server_.requests().size(), 0u) << "cache only never goes to the network";
+    EXPECT_TRUE(retrieve(server_.url(), 0).ok);
+    EXPECT_EQ(server_.requests().size(), 1u);
+    EXPECT_EQ(retrieve(server_.url(), 0).body, kept_);
+    EXPECT_EQ(retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL | CRYPT_WIRE_ONLY_RETRIEVAL).body, kept_);
+    EXPECT_EQ(server_.requests().size(), 1u) << "answered from the cache";
+    EXPECT_TRUE(retrieve(server_.url(), CRYPT_WIRE_ONLY_RETRIEVAL).ok);
+    EXPECT_EQ(server_.requests().size(), 2u) << "wire only does not look";
+    EXPECT_FALSE(retrieve(server_.url("/other"), CRYPT_CACHE_ONLY_RETRIEVAL).ok) << "another address";
+    FILETIME future{0, 0x7FFFFFFF};
+    EXPECT_FALSE(retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL, &future).ok) << "older than the resync time";
+}
+
+TEST_F(Retrieve, KeepsNeitherRefusalsNorRubbish) {
+    for (const Bytes& answer : {Bytes{0x30, 0x03, 0x0A, 0x01, 0x03}, bytesOf("<html>")}) {
+        answer_ = answer;
+        EXPECT_EQ(retrieve(server_.url(), 0).body, answer);
+        EXPECT_FALSE(retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL).ok);
+    }
+}
+
+TEST_F(Retrieve, PassesOverEntriesThatAreNotWhole) {
+    EXPECT_TRUE(retrieve(server_.url(), 0).ok);
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.path() / "cache")) {
+        const auto size = std::filesystem::file_size(entry.path());
+        for (const std::uintmax_t cut : {size - 1, std::uintmax_t{33}, std::uintmax_t{5}, std::uintmax_t{0}}) {
+            std::filesystem::resize_file(entry.path(), cut);
+            EXPECT_FALSE(retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL).ok) << cut;
+        }
+    }
+}
+
+TEST_F(Retrieve, ReportsTheHttpStatusAndHeedsTheTimeLimit) {
+    HttpServer failing([](const HttpRequest&) { return HttpReply{.status = 503}; });
+    const Result refused = retrieve(failing.url(), 0);
+    EXPECT_FALSE(refused.ok);
+    EXPECT_EQ(refused.httpStatus, 503u);
+    HttpServer slow([](const HttpRequest&) { return HttpReply{.delayMs = 3000}; });
+    const Result late = retrieve(slow.url(), 0, nullptr, 200);
+    EXPECT_FALSE(late.ok);
+    EXPECT_EQ(late.httpStatus, 0u);
+    EXPECT_EQ(GetLastError(), ERROR_INTERNET_TIMEOUT);
+    void* object = nullptr;
+    for (const wchar_t* url :
+         {L"", L"http://127.0.0.1", L"no slash?header", L"http://127.0.0.1/%4?h", L"http://h/%zz?h"}) {
+        EXPECT_FALSE(CryptRetrieveObjectByUrlW(url, CONTEXT_OID_OCSP_RESP, CRYPT_HTTP_POST_RETRIEVAL, 100, &object,
+                                               nullptr, nullptr, nullptr, nullptr));
+        EXPECT_EQ(GetLastError(), ERROR_INTERNET_INVALID_URL);
+    }
+}
+
+}  // namespace
