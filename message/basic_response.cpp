@@ -1,0 +1,151 @@
+#include "message/basic_response.h"
+
+#include <utility>
+
+#include "asn1/element.h"
+#include "message/cert_id_traits.h"
+#include "message/certificate_key.h"
+#include "message/extension_lists.h"
+
+namespace Orvane::PKI::OCSP {
+
+struct CBasicResponse::Impl {
+    CBlob encoded;  // the whole BasicOCSPResponse as it came: what the signature is checked on
+    CResponderID responderID;
+    CDateTime producedAt{0, 0};
+    CSingleResponseList responses;
+    std::optional<ASN1::CExtensions> responseExtensions;
+    ASN1::CAlgorithmIdentifier signatureAlgorithm;
+    std::optional<CBlobList> certs;
+};
+
+namespace {
+
+struct BasicResponseTraits {
+    using ASN1_T = asn1data::ASN1T_BasicOCSPResponse;
+    using ASN1_C = asn1data::ASN1C_BasicOCSPResponse;
+};
+
+CDateTime timeOf(char const* text) {
+    CDateTime time(0, 0);
+    ASN1::ASN1GeneralizedTime_traits::get(text, time);
+    return time;
+}
+
+CCertStatus certStatusOf(asn1data::ASN1T_CertStatus const& record) {
+    switch (record.t) {
+        case asn1data::ASN1T_CertStatus::T_good:
+            return CCertStatus(CCertStatus::kGood);
+        case asn1data::ASN1T_CertStatus::T_revoked: {
+            asn1data::ASN1T_RevokedInfo const& info = *record.u.revoked;
+            const auto reason = static_cast<ASN1::CrlReason>(info.revocationReason);
+            return {timeOf(info.revocationTime), info.m.revocationReasonPresent ? &reason : nullptr};
+        }
+        default:
+            return CCertStatus(CCertStatus::kUnknown);
+    }
+}
+
+CSingleResponse singleResponseOf(asn1data::ASN1T_SingleResponse const& record) {
+    std::optional<CDateTime> nextUpdate;
+    if (record.m.nextUpdatePresent) {
+        nextUpdate = timeOf(record.nextUpdate);
+    }
+    return {ReqCertTraits::get(record.reqCert), certStatusOf(record.certStatus), timeOf(record.thisUpdate), nextUpdate,
+            extensionsOf(record.m.singleExtensionsPresent, record.singleExtensions)};
+}
+
+// The names and certificates are cut out of the message instead of being encoded anew from the records: a certificate
+// whose encoding is not canonical would lose its signature that way, and a name would no longer be the one that its
+// owner's certificate shows.
+
+constexpr std::uint32_t kVersionTag = ASN1::contextTag(0);
+constexpr std::uint32_t kCertsTag = ASN1::contextTag(0);
+
+CResponderID responderIdOf(ASN1::CElement const& responseData) {
+    const std::vector<ASN1::CElement> members = ASN1::elementsOf(responseData);
+    const std::size_t position = !members.empty() && members.front().tag == kVersionTag ? 1 : 0;
+    ASN1::CElement const& alternative = members.at(position);
+    const ASN1::CElement inner = ASN1::elementsOf(alternative).at(0);
+    const bool byKey = alternative.tag == ASN1::contextTag(CResponderID::kByKey);
+    return byKey ? CResponderID(CResponderID::kByKey, inner.content())
+                 : CResponderID(CResponderID::kByName, inner.whole());
+}
+
+CBlobList certificatesOf(ASN1::CElement const& wrapper) {
+    CBlobList certs;
+    for (ASN1::CElement const& cert : ASN1::elementsOf(ASN1::elementsOf(wrapper).at(0))) {
+        certs.push_back(cert.whole());
+    }
+    return certs;
+}
+
+}  // namespace
+
+CBasicResponse::CBasicResponse() : impl_(std::make_unique<Impl>()) {}
+CBasicResponse::CBasicResponse(CBasicResponse const& other) : impl_(std::make_unique<Impl>(*other.impl_)) {}
+CBasicResponse::CBasicResponse(CBasicResponse&&) noexcept = default;
+CBasicResponse& CBasicResponse::operator=(CBasicResponse const& other) {
+    if (this != &other) {
+        impl_ = std::make_unique<Impl>(*other.impl_);
+    }
+    return *this;
+}
+CBasicResponse& CBasicResponse::operator=(CBasicResponse&&) noexcept = default;
+CBasicResponse::~CBasicResponse() = default;
+
+void CBasicResponse::decode(CBlob const& data) {
+    ASN1BERDecodeBuffer buffer(data.pbData(), ASN1::messageSize(data));
+    asn1data::ASN1T_BasicOCSPResponse record{};
+    ASN1::decodeRecord<BasicResponseTraits>(buffer, record);
+
+    auto decoded = std::make_unique<Impl>();
+    const ASN1::CElement whole = ASN1::firstElement(data.pbData(), data.cbData());
+    const std::vector<ASN1::CElement> members = ASN1::elementsOf(whole);
+    decoded->encoded = whole.whole();
+    decoded->responderID = responderIdOf(members.at(0));
+    decoded->producedAt = timeOf(record.tbsResponseData.producedAt);
+    for (_Asn1RTDListNode const* node = record.tbsResponseData.responses.pHead; node != nullptr; node = node->pNext) {
+        decoded->responses.push_back(singleResponseOf(*static_cast<asn1data::ASN1T_SingleResponse const*>(node->data)));
+    }
+    decoded->responseExtensions =
+        extensionsOf(record.tbsResponseData.m.responseExtensionsPresent, record.tbsResponseData.responseExtensions);
+    ASN1::ASN1T_AlgorithmIdentifier_traits::get(record.signatureAlgorithm, decoded->signatureAlgorithm);
+    if (record.m.certsPresent && members.back().tag == kCertsTag) {
+        decoded->certs = certificatesOf(members.back());
+    }
+    impl_ = std::move(decoded);
+}
+
+CSingleResponseList const& CBasicResponse::get_responses() const {
+    return impl_->responses;
+}
+
+ASN1::CExtensions const* CBasicResponse::get_responseExtensions() const {
+    return impl_->responseExtensions ? &*impl_->responseExtensions : nullptr;
+}
+
+CBlobList const* CBasicResponse::get_certs() const {
+    return impl_->certs ? &*impl_->certs : nullptr;
+}
+
+CDateTime const& CBasicResponse::get_producedAt() const {
+    return impl_->producedAt;
+}
+
+CResponderID const& CBasicResponse::get_responderID() const {
+    return impl_->responderID;
+}
+
+ASN1::CAlgorithmIdentifier const& CBasicResponse::get_signatureAlgorithm() const {
+    return impl_->signatureAlgorithm;
+}
+
+// The whole message is handed over: the service reads the signed structure, the algorithm and the signature from its
+// front and does not look at the certificates behind them.
+bool CBasicResponse::verify(CBlob const& certificate) const {
+    CRYPT_DATA_BLOB subject{static_cast<DWORD>(impl_->encoded.cbData()), impl_->encoded.pbData()};
+    return verifySignature(CRYPT_VERIFY_CERT_SIGN_SUBJECT_BLOB, &subject, openCertificate(certificate));
+}
+
+}  // namespace Orvane::PKI::OCSP

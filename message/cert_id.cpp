@@ -1,0 +1,110 @@
+#include "message/cert_id.h"
+
+#include "handles/exception.h"
+#include "handles/last_error.h"
+#include "message/cert_id_traits.h"
+#include "message/certificate_key.h"
+
+namespace Orvane::PKI::OCSP {
+
+CCertID::CCertID() = default;
+CCertID::CCertID(CCertID const&) = default;
+CCertID::CCertID(CCertID&&) noexcept = default;
+CCertID& CCertID::operator=(CCertID const&) = default;
+CCertID& CCertID::operator=(CCertID&&) noexcept = default;
+CCertID::~CCertID() = default;
+
+CCertID::CCertID(ASN1::CAlgorithmIdentifierEx const& hashAlgorithm, CBlob const& certificate,
+                 CBlob const& issuerCertificate)
+    : hashAlgorithm_(hashAlgorithm) {
+    const ATL2::CCertContext subject = openCertificate(certificate);
+    const ATL2::CCertContext issuer = openCertificate(issuerCertificate);
+    const ALG_ID algorithm = CertOIDToAlgId(hashAlgorithm.get_algorithm());
+    if (algorithm == 0) {
+        ATL::AtlThrowLastWin32();
+    }
+    CERT_INFO const& issuerInfo = *issuer->pCertInfo;
+    issuerNameHash_ = hashOf(algorithm, issuerInfo.Subject.pbData, issuerInfo.Subject.cbData);
+    CRYPT_BIT_BLOB const& key = issuerInfo.SubjectPublicKeyInfo.PublicKey;
+    issuerKeyHash_ = hashOf(algorithm, key.pbData, key.cbData);
+    CRYPT_INTEGER_BLOB const& serial = subject->pCertInfo->SerialNumber;
+    serialNumber_ = ASN1::CBigInteger(serial.pbData, serial.cbData);
+    serialNumber_.reverse();  // the service keeps numbers least significant octet first
+}
+
+void CCertID::put_hashAlgorithm(ASN1::CAlgorithmIdentifier const& value) {
+    hashAlgorithm_ = value;
+}
+
+void CCertID::put_issuerNameHash(CBlob const& value) {
+    issuerNameHash_ = value;
+}
+
+void CCertID::put_issuerKeyHash(CBlob const& value) {
+    issuerKeyHash_ = value;
+}
+
+void CCertID::put_serialNumber(ASN1::CBigInteger const& value) {
+    serialNumber_ = value;
+}
+
+bool namesSameCertificate(CCertID const& left, CCertID const& right) {
+    return left.get_issuerKeyHash() == right.get_issuerKeyHash() &&
+           left.get_issuerNameHash() == right.get_issuerNameHash() &&
+           left.get_serialNumber() == right.get_serialNumber();
+}
+
+CReqCert::CReqCert() = default;
+CReqCert::CReqCert(CCertID const& certID) : certID_(certID) {}
+CReqCert::CReqCert(CReqCert const&) = default;
+CReqCert::CReqCert(CReqCert&&) noexcept = default;
+CReqCert& CReqCert::operator=(CReqCert const&) = default;
+CReqCert& CReqCert::operator=(CReqCert&&) noexcept = default;
+CReqCert::~CReqCert() = default;
+
+CReqCert CReqCert::fromOtherAlternative(CBlob const& encoded) {
+    CReqCert reqCert;
+    reqCert.encoded_ = encoded;
+    return reqCert;
+}
+
+// ---- To and from the schema records ---------------------------------------------------------------------------------
+
+void CertIdTraits::set(ASN1CTXT* ctxt, ASN1_T& record, CCertID const& value) {
+    ASN1::ASN1T_AlgorithmIdentifier_traits::set(ctxt, record.hashAlgorithm, value.get_hashAlgorithm());
+    ASN1::ASN1TDynOctStr_traits::set(ctxt, record.issuerNameHash, value.get_issuerNameHash());
+    ASN1::ASN1TDynOctStr_traits::set(ctxt, record.issuerKeyHash, value.get_issuerKeyHash());
+    record.serialNumber = ASN1::BigIntegerToASN1String(ctxt, value.get_serialNumber());
+}
+
+void CertIdTraits::get(ASN1_T const& record, CCertID& value) {
+    ASN1::CAlgorithmIdentifier algorithm;
+    ASN1::ASN1T_AlgorithmIdentifier_traits::get(record.hashAlgorithm, algorithm);
+    value.put_hashAlgorithm(algorithm);
+    value.put_issuerNameHash(CBlob(record.issuerNameHash.data, record.issuerNameHash.numocts));
+    value.put_issuerKeyHash(CBlob(record.issuerKeyHash.data, record.issuerKeyHash.numocts));
+    ASN1::CBigInteger serial;
+    ASN1::ASN1StringToBigInteger(record.serialNumber, serial);
+    value.put_serialNumber(serial);
+}
+
+void ReqCertTraits::set(ASN1CTXT* ctxt, ASN1_T& record, CReqCert const& value) {
+    if (CCertID const* certID = value.get_certID(); certID != nullptr) {
+        record.u.certID = ASN1::allocateRecord<asn1data::ASN1T_CertID>(ctxt);
+        record.t = ASN1_T::T_certID;
+        CertIdTraits::set(ctxt, *record.u.certID, *certID);
+    } else {
+        ASN1::asn1DecodeT<ReqCertTraits>(*value.get_otherAlternative(), ctxt, record);
+    }
+}
+
+CReqCert ReqCertTraits::get(ASN1_T const& record) {
+    if (record.t != ASN1_T::T_certID) {
+        return CReqCert::fromOtherAlternative(ASN1::asn1EncodeT<ReqCertTraits>(record));
+    }
+    CCertID certID;
+    CertIdTraits::get(*record.u.certID, certID);
+    return CReqCert(certID);
+}
+
+}  // namespace Orvane::PKI::OCSP

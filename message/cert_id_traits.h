@@ -1,0 +1,29 @@
+// CertID and ReqCert to and from their schema records.
+#pragma once
+
+#include "asn1/algorithm_identifier_traits.h"
+#include "asn1/big_integer_traits.h"
+#include "asn1/codec.h"
+#include "asn1/primitive_traits.h"
+#include "message/cert_id.h"
+#include "schema/generated/ocsp.h"
+
+namespace Orvane::PKI::OCSP {
+
+struct CertIdTraits {
+    using ASN1_T = asn1data::ASN1T_CertID;
+    using ASN1_C = asn1data::ASN1C_CertID;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CCertID const& value);
+    static void get(ASN1_T const& record, CCertID& value);
+};
+
+struct ReqCertTraits {
+    using ASN1_T = asn1data::ASN1T_ReqCert;
+    using ASN1_C = asn1data::ASN1C_ReqCert;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CReqCert const& value);
+    static CReqCert get(ASN1_T const& record);
+};
+
+}  // namespace Orvane::PKI::OCSP

@@ -1,0 +1,20 @@
+// Optional extension lists to and from their schema records.
+#pragma once
+
+#include <optional>
+
+#include "asn1/extensions.h"
+#include "asn1/extensions_traits.h"
+
+namespace Orvane::PKI::OCSP {
+
+inline std::optional<ASN1::CExtensions> extensionsOf(bool present,
+                                                     ASN1::ASN1T_Extensions_traits::ASN1_T const& record) {
+    std::optional<ASN1::CExtensions> extensions;
+    if (present) {
+        ASN1::ASN1T_Extensions_traits::get(record, extensions.emplace());
+    }
+    return extensions;
+}
+
+}  // namespace Orvane::PKI::OCSP

@@ -1,0 +1,204 @@
+#include "message/extensions.h"
+
+#include "asn1/access_description_traits.h"
+#include "asn1/codec.h"
+#include "asn1/distribution_point_traits.h"
+#include "asn1/name_traits.h"
+#include "asn1/primitive_traits.h"
+#include "schema/generated/ocsp.h"
+
+namespace Orvane::PKI::OCSP {
+
+namespace {
+
+struct AcceptableResponsesTraits {
+    using ASN1_T = asn1data::ASN1T_AcceptableResponses;
+    using ASN1_C = asn1data::ASN1C_AcceptableResponses;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CStringList const& value) {
+        record.n = static_cast<std::uint32_t>(value.size());
+        record.elem = ASN1::allocateRecords<ASN1TObjId>(ctxt, value.size());
+        ASN1TObjId* element = record.elem;
+        for (CStringProxy const& oid : value) {
+            ASN1::ASN1TObjId_traits::set(ctxt, *element++, oid.c_str());
+        }
+    }
+    static void get(ASN1_T const& record, CStringList& value) {
+        value.clear();
+        for (std::uint32_t i = 0; i < record.n; ++i) {
+            CStringProxy oid("");
+            ASN1::ASN1TObjId_traits::get(record.elem[i], oid);
+            value.push_back(oid);
+        }
+    }
+};
+
+struct ServiceLocatorTraits {
+    using ASN1_T = asn1data::ASN1T_ServiceLocator;
+    using ASN1_C = asn1data::ASN1C_ServiceLocator;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CExtServiceLocator const& value) {
+        ASN1::ASN1T_Name_traits::set(ctxt, record.issuer, value.get_issuer());
+        if (value.get_locator() != nullptr) {
+            record.m.locatorPresent = 1;
+            ASN1::ASN1T_AuthorityInfoAccessSyntax_traits::set(ctxt, record.locator, *value.get_locator());
+        }
+    }
+};
+
+struct CrlIdTraits {
+    using ASN1_T = asn1data::ASN1T_CrlID;
+    using ASN1_C = asn1data::ASN1C_CrlID;
+};
+
+}  // namespace
+
+// ---- Nonce ----------------------------------------------------------------------------------------------------------
+
+CExtNonce::CExtNonce() : CExtValue(kOidNonce) {}
+CExtNonce::CExtNonce(CBlob const& extnValue) : CExtValue(kOidNonce, extnValue) {}
+
+void CExtNonce::put_nonce(CBlob const& nonce) {
+    value() = nonce;
+}
+
+// ---- Acceptable responses -------------------------------------------------------------------------------------------
+
+CExtAcceptableResponses::CExtAcceptableResponses() : CExtValue(kOidAcceptableResponses) {}
+
+CExtAcceptableResponses::CExtAcceptableResponses(CBlob const& extnValue)
+    : CExtValue(kOidAcceptableResponses, extnValue) {
+    ASN1::asn1Decode<AcceptableResponsesTraits>(extnValue, responses_);
+}
+
+void CExtAcceptableResponses::put_acceptableResponses(CStringList const& responses) {
+    value() = ASN1::asn1Encode<AcceptableResponsesTraits>(responses);
+    responses_ = responses;
+}
+
+// ---- Service locator ------------------------------------------------------------------------------------------------
+
+CExtServiceLocator::CExtServiceLocator() : CExtValue(kOidServiceLocator) {}
+CExtServiceLocator::CExtServiceLocator(CExtServiceLocator const&) = default;
+CExtServiceLocator& CExtServiceLocator::operator=(CExtServiceLocator const&) = default;
+
+CExtServiceLocator::CExtServiceLocator(CBlob const& extnValue) : CExtValue(kOidServiceLocator, extnValue) {
+    ASN1BERDecodeBuffer buffer(extnValue.pbData(), ASN1::messageSize(extnValue));
+    asn1data::ASN1T_ServiceLocator record{};
+    ASN1::decodeRecord<ServiceLocatorTraits>(buffer, record);
+    ASN1::ASN1T_Name_traits::get(record.issuer, issuer_);
+    if (record.m.locatorPresent) {
+        ASN1::ASN1T_AuthorityInfoAccessSyntax_traits::get(record.locator, locator_.emplace());
+    }
+}
+
+void CExtServiceLocator::put_issuer(CBlob const& name) {
+    issuer_ = name;
+    encodeValue();
+}
+
+void CExtServiceLocator::put_locator(ASN1::CAuthorityInfoAccessSyntax const* locator) {
+    locator_ = locator == nullptr ? std::nullopt : std::optional(*locator);
+    encodeValue();
+}
+
+void CExtServiceLocator::encodeValue() {
+    // Without an issuer there is nothing to encode yet; put_issuer comes first or last, as the caller likes.
+    if (issuer_.cbData() != 0) {
+        value() = ASN1::asn1Encode<ServiceLocatorTraits>(*this);
+    }
+}
+
+// ---- CRL locator ----------------------------------------------------------------------------------------------------
+
+CExtCRLLocator::CExtCRLLocator() : CExtValue(kOidCrlLocator) {}
+CExtCRLLocator::CExtCRLLocator(CExtCRLLocator const&) = default;
+CExtCRLLocator& CExtCRLLocator::operator=(CExtCRLLocator const&) = default;
+
+CExtCRLLocator::CExtCRLLocator(CBlob const& extnValue) : CExtValue(kOidCrlLocator, extnValue) {
+    ASN1::asn1Decode<ASN1::ASN1T_CRLDistPointsSyntax_traits>(extnValue, locator_);
+}
+
+void CExtCRLLocator::put_locator(ASN1::CCRLDistPointsSyntax const& locator) {
+    value() = ASN1::asn1Encode<ASN1::ASN1T_CRLDistPointsSyntax_traits>(locator);
+    locator_ = locator;
+}
+
+// ---- CrlID ----------------------------------------------------------------------------------------------------------
+
+CExtCrlIDBase::CExtCrlIDBase(const char* oid) : CExtValue(oid) {}
+
+CExtCrlIDBase::CExtCrlIDBase(const char* oid, CBlob const& extnValue) : CExtValue(oid, extnValue) {
+    decodeValue();
+}
+
+void CExtCrlIDBase::put_crlUrl(const char* url) {
+    crlUrl_ = url == nullptr ? std::nullopt : std::optional<CStringProxy>(url);
+    encodeValue();
+}
+
+void CExtCrlIDBase::put_crlNum(int const* number) {
+    crlNum_ = number == nullptr ? std::nullopt : std::optional(*number);
+    encodeValue();
+}
+
+void CExtCrlIDBase::put_crlTime(CDateTime const* time) {
+    crlTime_ = time == nullptr ? std::nullopt : std::optional(*time);
+    encodeValue();
+}
+
+void CExtCrlIDBase::encodeValue() {
+    ASN1BEREncodeBuffer buffer;
+    ASN1CTXT* ctxt = buffer.getCtxtPtr();
+    asn1data::ASN1T_CrlID record{};
+    if (crlUrl_) {
+        record.m.crlUrlPresent = 1;
+        ASN1::ASN1IA5String_traits::set(ctxt, record.crlUrl, crlUrl_->c_str());
+    }
+    if (crlNum_) {
+        record.m.crlNumPresent = 1;
+        record.crlNum = *crlNum_;
+    }
+    if (crlTime_) {
+        record.m.crlTimePresent = 1;
+        ASN1::ASN1GeneralizedTime_traits::set(ctxt, record.crlTime, *crlTime_);
+    }
+    value() = ASN1::encodeRecord<CrlIdTraits>(buffer, record);
+}
+
+void CExtCrlIDBase::decodeValue() {
+    ASN1BERDecodeBuffer buffer(get_value().pbData(), ASN1::messageSize(get_value()));
+    asn1data::ASN1T_CrlID record{};
+    ASN1::decodeRecord<CrlIdTraits>(buffer, record);
+    if (record.m.crlUrlPresent) {
+        crlUrl_ = CStringProxy(record.crlUrl);
+    }
+    if (record.m.crlNumPresent) {
+        crlNum_ = record.crlNum;
+    }
+    if (record.m.crlTimePresent) {
+        ASN1::ASN1GeneralizedTime_traits::get(record.crlTime, crlTime_.emplace(0, 0));
+    }
+}
+
+CExtHistoricalRequest::CExtHistoricalRequest() : CExtCrlIDBase(kOidHistoricalRequest) {}
+CExtHistoricalRequest::CExtHistoricalRequest(CBlob const& extnValue)
+    : CExtCrlIDBase(kOidHistoricalRequest, extnValue) {}
+
+CExtCrlID::CExtCrlID() : CExtCrlIDBase(kOidCrlReference) {}
+CExtCrlID::CExtCrlID(CBlob const& extnValue) : CExtCrlIDBase(kOidCrlReference, extnValue) {}
+
+// ---- Archive cutoff -------------------------------------------------------------------------------------------------
+
+CExtArchiveCutoff::CExtArchiveCutoff() : CExtValue(kOidArchiveCutoff) {}
+
+CExtArchiveCutoff::CExtArchiveCutoff(CBlob const& extnValue) : CExtValue(kOidArchiveCutoff, extnValue) {
+    ASN1::asn1Decode<ASN1::ASN1GeneralizedTime_traits>(extnValue, archiveCutoff_);
+}
+
+void CExtArchiveCutoff::put_archiveCutoff(CDateTime const& time) {
+    value() = ASN1::asn1Encode<ASN1::ASN1GeneralizedTime_traits>(time);
+    archiveCutoff_ = time;
+}
+
+}  // namespace Orvane::PKI::OCSP

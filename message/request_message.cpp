@@ -1,0 +1,268 @@
+#include "message/request_message.h"
+
+#include <optional>
+#include <string>
+#include <utility>
+
+#include "asn1/element.h"
+#include "asn1/general_name.h"
+#include "asn1/general_name_traits.h"
+#include "handles/exception.h"
+#include "message/cert_id_traits.h"
+#include "message/certificate_key.h"
+#include "message/extension_lists.h"
+
+namespace Orvane::PKI::OCSP {
+
+struct CRequestMessage::Impl {
+    bool writeVersion = false;
+    CSingleRequestList requestList;
+    std::optional<ASN1::CExtensions> requestExtensions;
+    std::optional<CBlob> requestorName;
+
+    // Of a signed message; the bytes of the TBSRequest are those that were signed.
+    std::optional<ASN1::CAlgorithmIdentifier> signatureAlgorithm;
+    CBlob signature;
+    std::optional<CBlobList> signatureCerts;
+    CBlob signedBytes;
+
+    // The whole message when it was decoded or signed; empty once the content was changed.
+    CBlob encoded;
+
+    CBlob encodeTbsRequest() const;
+
+    // What was signed or read no longer stands for a content that changes.
+    void contentChanges() {
+        signatureAlgorithm.reset();
+        signature.clear();
+        signatureCerts.reset();
+        signedBytes.clear();
+        encoded.clear();
+    }
+};
+
+namespace {
+
+struct TbsRequestTraits {
+    using ASN1_T = asn1data::ASN1T_TBSRequest;
+    using ASN1_C = asn1data::ASN1C_TBSRequest;
+};
+
+struct OcspRequestTraits {
+    using ASN1_T = asn1data::ASN1T_OCSPRequest;
+    using ASN1_C = asn1data::ASN1C_OCSPRequest;
+};
+
+constexpr std::uint32_t kSignatureTag = ASN1::contextTag(0);
+constexpr std::uint32_t kCertsTag = ASN1::contextTag(0);
+
+struct RequestTraits {
+    using ASN1_T = asn1data::ASN1T_Request;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, CSingleRequest const& value) {
+        ReqCertTraits::set(ctxt, record.reqCert, value.get_reqCert());
+        if (ASN1::CExtensions const* extensions = value.get_singleRequestExtensions(); extensions != nullptr) {
+            record.m.singleRequestExtensionsPresent = 1;
+            ASN1::ASN1T_Extensions_traits::set(ctxt, record.singleRequestExtensions, *extensions);
+        }
+    }
+};
+
+using RequestListTraits =
+    ASN1::ASN1TSeqOfList_traits<asn1data::ASN1T_Request, RequestTraits, CSingleRequest, CSingleRequestList>;
+
+CSingleRequest singleRequestOf(asn1data::ASN1T_Request const& record) {
+    CSingleRequest request(ReqCertTraits::get(record.reqCert));
+    const std::optional<ASN1::CExtensions> extensions =
+        extensionsOf(record.m.singleRequestExtensionsPresent, record.singleRequestExtensions);
+    request.put_singleRequestExtensions(extensions ? &*extensions : nullptr);
+    return request;
+}
+
+// A BIT STRING of whole octets.
+CBlob composeBitString(CBlob const& octets) {
+    constexpr unsigned char kNoUnusedBits = 0;
+    const CBlob unused(&kNoUnusedBits, 1);
+    return ASN1::composeElement(0x00000003, {&unused, &octets});
+}
+
+// The OCSPSignature in its wrapper. The certificates go in as they are: encoding them anew could break them.
+CBlob composeSignature(ASN1::CAlgorithmIdentifier const& algorithm, CBlob const& signature, CBlobList const* certs) {
+    const CBlob algorithmBytes = algorithm.encode();
+    const CBlob signatureBytes = composeBitString(signature);
+    CBlob certsBytes;
+    if (certs != nullptr && !certs->empty()) {
+        CBlob all;
+        for (CBlob const& cert : *certs) {
+            all += cert;
+        }
+        const CBlob sequence = ASN1::composeElement(ASN1::kTagSequenceWord, {&all});
+        certsBytes = ASN1::composeElement(kCertsTag, {&sequence});
+    }
+    const CBlob sequence =
+        ASN1::composeElement(ASN1::kTagSequenceWord, {&algorithmBytes, &signatureBytes, &certsBytes});
+    return ASN1::composeElement(kSignatureTag, {&sequence});
+}
+
+}  // namespace
+
+CRequestMessage::CRequestMessage() : CRequestMessage(false) {}
+
+CRequestMessage::CRequestMessage(bool writeVersion) : impl_(std::make_unique<Impl>()) {
+    impl_->writeVersion = writeVersion;
+}
+
+CRequestMessage::CRequestMessage(CRequestMessage const& other) : impl_(std::make_unique<Impl>(*other.impl_)) {}
+
+CRequestMessage& CRequestMessage::operator=(CRequestMessage const& other) {
+    if (this != &other) {
+        impl_ = std::make_unique<Impl>(*other.impl_);
+    }
+    return *this;
+}
+
+CRequestMessage::~CRequestMessage() = default;
+
+void CRequestMessage::decode(CBlob const& data) {
+    ASN1BERDecodeBuffer buffer(data.pbData(), ASN1::messageSize(data));
+    asn1data::ASN1T_OCSPRequest record{};
+    ASN1::decodeRecord<OcspRequestTraits>(buffer, record);
+
+    auto decoded = std::make_unique<Impl>();
+    const ASN1::CElement whole = ASN1::firstElement(data.pbData(), data.cbData());
+    const std::vector<ASN1::CElement> members = ASN1::elementsOf(whole);
+    asn1data::ASN1T_TBSRequest const& tbs = record.tbsRequest;
+    decoded->encoded = whole.whole();
+    decoded->writeVersion = tbs.m.versionPresent;
+    for (_Asn1RTDListNode const* node = tbs.requestList.pHead; node != nullptr; node = node->pNext) {
+        decoded->requestList.push_back(singleRequestOf(*static_cast<asn1data::ASN1T_Request const*>(node->data)));
+    }
+    decoded->requestExtensions = extensionsOf(tbs.m.requestExtensionsPresent, tbs.requestExtensions);
+    if (tbs.m.requestorNamePresent && tbs.requestorName.t == asn1data::ASN1T_GeneralName::T_directoryName) {
+        ASN1::CGeneralName name;
+        ASN1::ASN1T_GeneralName_traits::get(tbs.requestorName, name);
+        decoded->requestorName = *name.get_directoryName();
+    }
+    if (record.m.optionalSignaturePresent) {
+        asn1data::ASN1T_OCSPSignature const& signature = record.optionalSignature;
+        ASN1::ASN1T_AlgorithmIdentifier_traits::get(signature.signatureAlgorithm,
+                                                    decoded->signatureAlgorithm.emplace());
+        ASN1::ASN1TDynBitStr_traits::get(signature.signature, decoded->signature);
+        decoded->signedBytes = members.at(0).whole();
+        if (signature.m.certsPresent) {
+            const std::vector<ASN1::CElement> parts = ASN1::elementsOf(ASN1::elementsOf(members.at(1)).at(0));
+            CBlobList& certs = decoded->signatureCerts.emplace();
+            for (ASN1::CElement const& cert : ASN1::elementsOf(ASN1::elementsOf(parts.back()).at(0))) {
+                certs.push_back(cert.whole());
+            }
+        }
+    }
+    impl_ = std::move(decoded);
+}
+
+CBlob CRequestMessage::Impl::encodeTbsRequest() const {
+    ASN1BEREncodeBuffer buffer;
+    ASN1CTXT* ctxt = buffer.getCtxtPtr();
+    asn1data::ASN1T_TBSRequest record{};
+    record.m.versionPresent = writeVersion ? 1 : 0;
+    if (requestorName) {
+        ASN1::CGeneralName name;
+        name.put_directoryName(*requestorName);
+        record.m.requestorNamePresent = 1;
+        ASN1::ASN1T_GeneralName_traits::set(ctxt, record.requestorName, name);
+    }
+    RequestListTraits::set(ctxt, record.requestList, requestList);
+    if (requestExtensions) {
+        record.m.requestExtensionsPresent = 1;
+        ASN1::ASN1T_Extensions_traits::set(ctxt, record.requestExtensions, *requestExtensions);
+    }
+    return ASN1::encodeRecord<TbsRequestTraits>(buffer, record);
+}
+
+CBlob CRequestMessage::encode() const {
+    if (impl_->encoded.cbData() != 0) {
+        return impl_->encoded;
+    }
+    const CBlob tbs = impl_->encodeTbsRequest();
+    return ASN1::composeElement(ASN1::kTagSequenceWord, {&tbs});
+}
+
+CSingleRequestList const& CRequestMessage::get_requestList() const {
+    return impl_->requestList;
+}
+
+void CRequestMessage::put_requestList(CSingleRequestList const& list) {
+    impl_->contentChanges();
+    impl_->requestList = list;
+}
+
+ASN1::CExtensions const* CRequestMessage::get_requestExtensions() const {
+    return impl_->requestExtensions ? &*impl_->requestExtensions : nullptr;
+}
+
+void CRequestMessage::put_requestExtensions(ASN1::CExtensions const* extensions) {
+    impl_->contentChanges();
+    impl_->requestExtensions = extensions == nullptr ? std::nullopt : std::optional(*extensions);
+}
+
+CBlob const* CRequestMessage::get_requestorName() const {
+    return impl_->requestorName ? &*impl_->requestorName : nullptr;
+}
+
+void CRequestMessage::put_requestorName(CBlob const* name) {
+    impl_->contentChanges();
+    impl_->requestorName = name == nullptr ? std::nullopt : std::optional(*name);
+}
+
+ASN1::CAlgorithmIdentifier const* CRequestMessage::get_signatureAlgorithm() const {
+    return impl_->signatureAlgorithm ? &*impl_->signatureAlgorithm : nullptr;
+}
+
+CBlobList const* CRequestMessage::get_signatureCerts() const {
+    return impl_->signatureCerts ? &*impl_->signatureCerts : nullptr;
+}
+
+void CRequestMessage::sign(unsigned long long hProv, unsigned int keySpec,
+                           ASN1::CAlgorithmIdentifierEx const& signatureAlgorithm, CBlobList const* certs) {
+    const CBlob tbs = impl_->encodeTbsRequest();
+    std::string oid = signatureAlgorithm.get_algorithm();
+    CBlob parameters = signatureAlgorithm.get_parameters();
+    CRYPT_ALGORITHM_IDENTIFIER algorithm{
+        oid.data(),
+        {static_cast<DWORD>(parameters.cbData()), parameters.cbData() == 0 ? nullptr : parameters.pbData()}};
+    const auto tbsSize = static_cast<DWORD>(tbs.cbData());
+    DWORD size = 0;
+    if (!CryptSignCertificate(hProv, keySpec, X509_ASN_ENCODING, tbs.pbData(), tbsSize, &algorithm, nullptr, nullptr,
+                              &size)) {
+        ATL::AtlThrowLastWin32();
+    }
+    CBlob signature(static_cast<unsigned long>(size));
+    if (!CryptSignCertificate(hProv, keySpec, X509_ASN_ENCODING, tbs.pbData(), tbsSize, &algorithm, nullptr,
+                              signature.pbData(), &size)) {
+        ATL::AtlThrowLastWin32();
+    }
+    signature.resize_to(size);
+    const CBlob wrapped = composeSignature(signatureAlgorithm, signature, certs);
+    impl_->encoded = ASN1::composeElement(ASN1::kTagSequenceWord, {&tbs, &wrapped});
+    impl_->signedBytes = tbs;
+    impl_->signature = std::move(signature);
+    impl_->signatureAlgorithm.emplace(signatureAlgorithm);
+    impl_->signatureCerts = certs == nullptr || certs->empty() ? std::nullopt : std::optional(*certs);
+}
+
+bool CRequestMessage::verify(CBlob const& certificate) const {
+    const ATL2::CCertContext context = openCertificate(certificate);
+    if (!impl_->signatureAlgorithm) {
+        return false;
+    }
+    std::string oid = impl_->signatureAlgorithm->get_algorithm();
+    CBlob const& parameters = impl_->signatureAlgorithm->get_parameters();
+    OCSP_BASIC_SIGNED_RESPONSE_INFO subject{};
+    subject.ToBeSigned = {static_cast<DWORD>(impl_->signedBytes.cbData()), impl_->signedBytes.pbData()};
+    subject.SignatureInfo.SignatureAlgorithm = {oid.data(),
+                                                {static_cast<DWORD>(parameters.cbData()), parameters.pbData()}};
+    subject.SignatureInfo.Signature = {static_cast<DWORD>(impl_->signature.cbData()), impl_->signature.pbData(), 0};
+    return verifySignature(CRYPT_VERIFY_CERT_SIGN_SUBJECT_OCSP_BASIC_SIGNED_RESPONSE, &subject, context);
+}
+
+}  // namespace Orvane::PKI::OCSP
