@@ -17,8 +17,10 @@ public:
     /// No parameters: the field is left out. A NULL parameter is the two bytes 05 00 given to put_parameters.
     explicit CAlgorithmIdentifier(const char* algorithm);
     CAlgorithmIdentifier(const CAlgorithmIdentifier& other);
+    CAlgorithmIdentifier(CAlgorithmIdentifier&& other) noexcept;
     /// A failure leaves the target whole.
     CAlgorithmIdentifier& operator=(const CAlgorithmIdentifier& other);
+    CAlgorithmIdentifier& operator=(CAlgorithmIdentifier&& other) noexcept;
     virtual ~CAlgorithmIdentifier();
 
     /// Member by member: a failure may leave the target with the new identifier and the old parameters.
@@ -56,7 +58,9 @@ public:
     explicit CAlgorithmIdentifierEx(const char* algorithm);
     explicit CAlgorithmIdentifierEx(const CAlgorithmIdentifier& other);
     CAlgorithmIdentifierEx(const CAlgorithmIdentifierEx& other) = default;
+    CAlgorithmIdentifierEx(CAlgorithmIdentifierEx&& other) noexcept = default;
     CAlgorithmIdentifierEx& operator=(const CAlgorithmIdentifierEx& other) = default;
+    CAlgorithmIdentifierEx& operator=(CAlgorithmIdentifierEx&& other) noexcept = default;
     ~CAlgorithmIdentifierEx() override;
 
     void assign(const CAlgorithmIdentifierEx& other);

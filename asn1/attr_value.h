@@ -14,9 +14,6 @@ public:
     CAttrValue();
     explicit CAttrValue(const char* oid);
     CAttrValue(const char* oid, const CBlob& value);
-    CAttrValue(const CAttrValue& other) = default;
-    CAttrValue& operator=(const CAttrValue& other);
-    ~CAttrValue() = default;
 
     /// Dotted decimal text, never null. Valid until the object is changed or destroyed.
     const char* get_oid() const { return oid_.c_str(); }

@@ -29,7 +29,9 @@ public:
     CDistributionPointName();
     explicit CDistributionPointName(const CGeneralNames& fullName);
     CDistributionPointName(const CDistributionPointName& other);
+    CDistributionPointName(CDistributionPointName&& other) noexcept;
     CDistributionPointName& operator=(const CDistributionPointName& other);
+    CDistributionPointName& operator=(CDistributionPointName&& other) noexcept;
     ~CDistributionPointName();
 
     /// Forgets the value held; the object is as after the default constructor.
@@ -60,7 +62,9 @@ public:
     /// All three members absent.
     CDistributionPoint();
     CDistributionPoint(const CDistributionPoint& other);
+    CDistributionPoint(CDistributionPoint&& other) noexcept;
     CDistributionPoint& operator=(const CDistributionPoint& other);
+    CDistributionPoint& operator=(CDistributionPoint&& other) noexcept;
     ~CDistributionPoint();
 
     /// Removes all three members.

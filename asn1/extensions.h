@@ -25,9 +25,6 @@ public:
     CExtValue();
     explicit CExtValue(const char* oid);
     CExtValue(const char* oid, const CBlob& value);
-    CExtValue(const CExtValue& other) = default;
-    CExtValue& operator=(const CExtValue& other);
-    ~CExtValue() = default;
 
     /// Dotted decimal text, never null. Valid until the object is changed or destroyed.
     const char* get_oid() const { return oid_.c_str(); }
@@ -48,6 +45,7 @@ public:
 
     /// Copies identifier and value; any typed extension serves as `value`.
     CExtension(const CExtValue& value, bool critical);
+    CExtension(CExtValue&& value, bool critical) noexcept;
 
     const char* get_extnID() const { return get_oid(); }
     const CBlob& get_extnValue() const { return get_value(); }

@@ -34,7 +34,9 @@ public:
     /// Holds nothing: type 0.
     CGeneralName();
     CGeneralName(const CGeneralName& other);
+    CGeneralName(CGeneralName&& other) noexcept;
     CGeneralName& operator=(const CGeneralName& other);
+    CGeneralName& operator=(CGeneralName&& other) noexcept;
     ~CGeneralName();
 
     /// Forgets the value held; the object is as after the default constructor.
@@ -79,8 +81,6 @@ public:
     bool operator==(const CGeneralName& other) const;
 
 private:
-    CGeneralNameImpl& holder();
-
     std::unique_ptr<CGeneralNameImpl> impl_;
 };
 

@@ -49,7 +49,9 @@ public:
     explicit COtherHash(const CBlob& sha1Hash);
     explicit COtherHash(const COtherHashAlgAndValue& otherHash);
     COtherHash(const COtherHash& other);
+    COtherHash(COtherHash&& other) noexcept;
     COtherHash& operator=(const COtherHash& other);
+    COtherHash& operator=(COtherHash&& other) noexcept;
     virtual ~COtherHash();
 
     /// Forgets the value held; the object is as after the default constructor.
@@ -76,8 +78,6 @@ public:
     bool compare_hashValue(const COtherHash& other) const;
 
 private:
-    COtherHashImpl& holder();
-
     std::unique_ptr<COtherHashImpl> impl_;
 };
 

@@ -21,7 +21,9 @@ public:
     CTimeChoice();
     explicit CTimeChoice(const CDateTime& time);
     CTimeChoice(const CTimeChoice& other);
+    CTimeChoice(CTimeChoice&& other) noexcept;
     CTimeChoice& operator=(const CTimeChoice& other);
+    CTimeChoice& operator=(CTimeChoice&& other) noexcept;
     ~CTimeChoice();
 
     /// Forgets the value held: type 0, and get_time answers null.

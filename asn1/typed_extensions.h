@@ -101,7 +101,6 @@ public:
     explicit CExtPrivateKeyUsagePeriod(const CBlob& value);
     CExtPrivateKeyUsagePeriod(const CExtPrivateKeyUsagePeriod& other);
     CExtPrivateKeyUsagePeriod& operator=(const CExtPrivateKeyUsagePeriod& other);
-    ~CExtPrivateKeyUsagePeriod() = default;
 
     /// Null when absent; owned by the object and valid until it is changed. The setters copy, and null removes.
     const CDateTime* get_notBefore() const { return notBefore_.get(); }

@@ -1,0 +1,20 @@
+// Points in time to the text of the ASN.1 time types.
+#pragma once
+
+#include <string>
+
+#include "asn1rt/context.h"
+#include "asn1rt/time_control.h"
+#include "foundation/date_time.h"
+
+namespace Orvane::ASN1 {
+
+/// The GeneralizedTime text of `time` in memory from `ctxt`. With `trim` it is cut to the whole second, and not
+/// rounded, at .5 and above either.
+const char* DateToASN1GeneralizedTime(ASN1CTXT* ctxt, const CDateTime& time, bool trim);
+
+/// The text of `time` under `target`, a UTCTime or GeneralizedTime, in Zulu form and in whole seconds. Throws Asn1Error
+/// for a time that the type cannot show.
+std::string GetASN1CTimeString(const CDateTime& time, ASN1CTime& target);
+
+}  // namespace Orvane::ASN1
