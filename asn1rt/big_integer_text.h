@@ -28,9 +28,10 @@ struct RtBigInteger {
     std::uint8_t dynamic = 0;     // set when `mag` is heap memory
 };
 
-/// The longest magnitude that is converted from or to decimal, in octets (131,072 bits). Changing the base takes time
-/// quadratic in the length, and numbers come from the network; anything a key or a serial number can hold is far below.
-inline constexpr std::uint32_t kMaxDecimalOctets = 16384;
+/// The longest magnitude, in octets (131,072 bits), that is converted from or to radix 8 and 10. Changing the base
+/// takes time quadratic in the length, and numbers come from the network; what keys and serial numbers hold is far
+/// below.
+inline constexpr std::uint32_t kMaxConvertedOctets = 16384;
 
 extern "C" {
 
@@ -43,13 +44,13 @@ TALLOW_EXPORT void rtBigIntFree(ASN1CTXT* ctx, RtBigInteger* big) noexcept;
 /// Reads NUL-terminated text. `radix` 0 takes it from the prefix ("0b", "0o", "0x", else 10). Leading blanks are
 /// skipped. A magnitude that does not fit `allocated` moves to the type heap. Failures leave the number 0:
 /// STATUS_BAD_ARGUMENT (radix), STATUS_BAD_VALUE (no digits, or a bad one), STATUS_TOO_BIG (decimal beyond
-/// kMaxDecimalOctets), STATUS_NO_MEMORY.
+/// kMaxConvertedOctets), STATUS_NO_MEMORY.
 TALLOW_EXPORT int rtBigIntSetStr(ASN1CTXT* ctx, RtBigInteger* big, const char* text, int radix) noexcept;
 
 /// The octets of the minimal two's complement form, at least 1.
 TALLOW_EXPORT std::int32_t rtBigIntGetDataLen(const RtBigInteger* big) noexcept;
 
-/// Writes the minimal two's complement form, most significant octet first, and answers its length, or
+/// Writes the two's complement form, most significant octet first, and answers its length (rtBigIntGetDataLen), or
 /// STATUS_STRING_OVERFLOW when `capacity` is smaller.
 TALLOW_EXPORT std::int32_t rtBigIntGetData(ASN1CTXT* ctx, const RtBigInteger* big, std::uint8_t* destination,
                                            std::int32_t capacity) noexcept;
@@ -61,8 +62,8 @@ TALLOW_EXPORT std::int32_t rtBigIntDigitsNum(const RtBigInteger* big, int radix)
 /// Writes NUL-terminated text without a prefix and answers 0. `capacity` counts the NUL. Radix 2 and 16 give the two's
 /// complement form in whole octets, lowercase; radix 8 the digits of the two's complement form; radix 10 the magnitude
 /// with a "-" in front when negative. Zero has no text in radix 8 and 10: STATUS_BAD_ARGUMENT, as for any other radix.
-/// Too little room gives STATUS_STRING_OVERFLOW, a decimal beyond kMaxDecimalOctets STATUS_TOO_BIG; STATUS_NO_MEMORY.
-/// The text is undefined after a failure.
+/// Too little room gives STATUS_STRING_OVERFLOW, a radix 8 and 10 beyond kMaxConvertedOctets STATUS_TOO_BIG;
+/// STATUS_NO_MEMORY. The text is undefined after a failure.
 TALLOW_EXPORT int rtBigIntToString(ASN1CTXT* ctx, const RtBigInteger* big, int radix, char* text,
                                    std::int32_t capacity) noexcept;
 

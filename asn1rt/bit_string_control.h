@@ -68,7 +68,7 @@ public:
     /// The bits up to and including the last set one.
     [[nodiscard]] std::uint32_t length() const;
     /// The bits of the string.
-    [[nodiscard]] std::uint32_t size() const { return *mpNumBits; }
+    [[nodiscard]] std::uint32_t size() const;
     /// The set bits.
     [[nodiscard]] std::uint32_t cardinality() const;
 
@@ -85,24 +85,31 @@ public:
     int shiftLeft(std::uint32_t count);
     int shiftRight(std::uint32_t count);
 
-    /// A view of the octets with the size up to the last set bit. Valid until the string changes.
+    /// A view of the octets with the size up to the last set bit. Valid until the string grows; octets of its own live
+    /// as long as the context.
     operator ASN1TDynBitStr() const;  // NOLINT(google-explicit-constructor): stands in for the record
     /// A copy from the type heap; null when memory runs out.
     operator ASN1TDynBitStr*() const;  // NOLINT(google-explicit-constructor): as above
 
 private:
+    enum class Change { kSet, kClear, kInvert };
+
     void attachArray(std::uint8_t* data, std::uint32_t& numbits, std::uint32_t maxNumBits);
     void attachRecord(ASN1TDynBitStr& value);
     void allocate(std::uint32_t maxNumBits);
     void cloneFrom(const ASN1CBitStr& other, std::uint32_t maxNumBits);
 
+    void sync() const;
     [[nodiscard]] std::uint8_t* units() const;
+    [[nodiscard]] std::uint32_t octet(std::uint32_t i) const;
+    [[nodiscard]] std::uint32_t numUnitsUsed() const;
     int checkCapacity(std::uint32_t octets);
     int extend(std::uint32_t numbits);
+    int checkIndex(std::uint32_t index) const;
+    int change(std::uint32_t from, std::uint32_t to, Change kind);
     int checkRange(std::uint32_t from, std::uint32_t to) const;
     int checkOperand(const std::uint8_t* data) const;
-    void clearBehind(std::uint32_t numbits, std::uint32_t octets);
-    void recalculateUnits();
+    int extendForOperand(const std::uint8_t* data, std::uint32_t numbits);
     void recalculateSize();
 
     const std::uint8_t* mpUnitsStorage = nullptr;    // used when the caller has no pointer of his own
@@ -110,7 +117,9 @@ private:
     std::uint32_t mNumBitsStorage = 0;               // used when the caller has no count of his own
     std::uint32_t* mpNumBits = &mNumBitsStorage;     // own count, or the caller's
     std::uint32_t mMaxNumBits = kUnbounded;
-    std::int32_t mUnitsUsed = 0;       // octets up to the last set bit
-    std::int32_t mUnitsAllocated = 0;  // octets there is room for
-    bool mDynAlloc = false;            // the octets are heap memory of this object
+
+    // What is known of the octets; a decoding into the caller's record replaces them behind the back of this object.
+    mutable const std::uint8_t* mpKnownUnits = nullptr;
+    mutable std::uint32_t mUnitsAllocated = 0;  // octets there is room for
+    mutable bool mDynAlloc = false;             // the octets are heap memory of this object
 };

@@ -95,6 +95,7 @@ private:
     void attach(_Asn1RTDList& list, bool initBeforeUse);
     void makeList();
     int changed(bool done, int failure);
+    int appended(std::uint32_t before, std::uint32_t expected);
     ASN1CSeqOfListIterator* makeIterator(_Asn1RTDListNode* next);
 
     _Asn1RTDList* mpList = nullptr;

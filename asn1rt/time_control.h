@@ -109,56 +109,65 @@ protected:
     ASN1CTime(ASN1MessageBufferIF& buffer, const char*& text, std::int32_t size, bool forceUTC);
     ASN1CTime(ASN1Context& context, const char*& text, std::int32_t size, bool forceUTC);
 
+    struct Fields {
+        std::int16_t year = kNotSet;
+        std::int16_t month = kNotSet;
+        std::int16_t day = kNotSet;
+        std::int16_t hour = kNotSet;
+        std::int16_t minute = kNotSet;
+        std::int16_t second = kNotSet;
+        std::int16_t diffHour = 0;
+        std::int16_t diffMin = 0;
+        std::int32_t fraction = 0;
+        bool isUTC = false;
+    };
+
     /// Reads the text unless the fields are known. 0 also when there is no text.
     int ensureParsed() const;
+    /// Takes over what a reader found.
+    void assign(const RtTime& time);
     /// Whether year, month, day and hour are set.
     [[nodiscard]] bool isComplete() const;
+    /// Whether the text ends in "Z".
+    [[nodiscard]] bool isZulu() const { return mForceUTC || mFields.isUTC; }
     /// STATUS_BAD_DATETIME unless the date exists, as far as it is set.
-    int checkDate(int day, int month, int year) const;
-    /// Takes over what a reader found.
-    void assign(const RtTime& fields);
-    /// compileString() once enough is set.
-    int written();
-    /// Moves the fields to UTC and clears the offset.
-    int moveToUtc();
+    [[nodiscard]] int checkDate(int day, int month, int year) const;
+    /// Takes over changed fields and writes the text once enough is set; leaves everything as it was on failure.
+    int change(const Fields& fields);
+    /// Moves the fields to UTC when the text ends in "Z". STATUS_BAD_DATETIME when it cannot be written.
+    int prepareText();
     /// The fields of `time` as local time, with the offset of local time when asked.
-    int assignLocal(std::time_t time, bool withOffset);
+    int changeToLocal(std::time_t time, bool withOffset);
     /// Stores a finished text where the caller's pointer will find it.
     void store(const char* text);
     /// The place for a text: the caller's array if it is large enough, otherwise the area of this object.
     char* checkCapacity();
 
-    /// Days since 1 March of the year 0, and milliseconds since midnight, both of the instant in UTC.
+    /// The instant in UTC: days since the beginning of the year 0, and milliseconds since midnight.
     [[nodiscard]] std::int64_t getDaysNum() const;
     [[nodiscard]] std::int64_t getMillisNum() const;
-    /// Adds to a time of day and carries into the date.
-    static void addMilliseconds(RtTime& fields, std::int64_t milliseconds);
-    static void addDays(RtTime& fields, std::int64_t days);
+    /// Adds to the time of day, in whole seconds, and carries into the date.
+    static void addMilliseconds(Fields& fields, std::int64_t milliseconds);
+    /// Adds to the date and carries into month and year.
+    static void addDays(Fields& fields, std::int64_t days);
 
     static const std::int16_t daysInMonth[13];     // of a common year, from index 1
     static const std::int16_t daysAfterMonth[13];  // days of a common year in front of the month, from index 1
 
-    // Filled by the first getter, hence changed in const objects too.
-    mutable std::int16_t mYear = kNotSet;
-    mutable std::int16_t mMonth = kNotSet;
-    mutable std::int16_t mDay = kNotSet;
-    mutable std::int16_t mHour = kNotSet;
-    mutable std::int16_t mMinute = kNotSet;
-    mutable std::int16_t mSecond = kNotSet;
-    mutable std::int16_t mDiffHour = 0;
-    mutable std::int16_t mDiffMin = 0;
-    mutable std::int32_t mFraction = 0;
-    mutable bool mIsUTC = false;
-    mutable bool mParsed = false;
-    bool mForceUTC;             // always shown in Zulu form
-    const char** mpTimeStr;     // the caller's pointer
-    std::int32_t mTimeStrSize;  // octets of the array it points to
+    mutable Fields mFields;                     // filled by the first getter, hence changed in const objects too
+    mutable bool mParsed = false;               // the fields are known
+    bool mForceUTC;                             // always shown in Zulu form
+    const char** mpTimeStr;                     // the caller's pointer
+    char* mpArray = nullptr;                    // the caller's array when it is large enough for any text
+    mutable const char* mpKnownText = nullptr;  // where the text was when it was read or written last
 
 private:
-    /// The instant as days and milliseconds; false when nothing can be compared.
-    bool instant(std::int64_t& days, std::int64_t& milliseconds) const;
-    int compare(const ASN1CTime& other, int& order) const;
-    int setField(std::int16_t& field, int value, int low, int high);
+    void attach(std::int32_t size);
+    template <typename Value>
+    int get(Value Fields::*field) const;
+    [[nodiscard]] std::int64_t totalMillis() const;
+    bool compare(const ASN1CTime& other, std::int64_t& order) const;
+    int setField(std::int16_t Fields::*field, int value, int low, int high);
 
     char mArea[kTextSize] = {};
 };
