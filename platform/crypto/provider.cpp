@@ -1,0 +1,88 @@
+#include "platform/crypto/provider.h"
+
+#include <openssl/crypto.h>
+
+#include <cstdint>
+#include <cstring>
+
+#include "platform/crypto/algorithms.h"
+#include "platform/crypto/private_key.h"
+#include "platform/crypto/service_call.h"
+
+namespace tallow::platform {
+
+Provider::Provider(DWORD type, std::string keyFile, CertificateRef certificate)
+    : type_(type), keyFile_(std::move(keyFile)), certificate_(std::move(certificate)) {}
+
+Provider::~Provider() {
+    OPENSSL_cleanse(pin_.data(), pin_.size());
+}
+
+Provider* Provider::of(HCRYPTPROV handle) noexcept {
+    return reinterpret_cast<Provider*>(static_cast<uintptr_t>(handle));  // NOLINT(performance-no-int-to-ptr)
+}
+
+HCRYPTPROV Provider::handle() const noexcept {
+    return reinterpret_cast<uintptr_t>(this);
+}
+
+void Provider::dropReference() noexcept {
+    if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
+        std::unique_ptr<Provider> const last(this);
+    }
+}
+
+bool Provider::nextAlgorithm(bool first, PROV_ENUMALGS& entry) {
+    std::scoped_lock const lock(mutex_);
+    std::span<const Algorithm> const all = algorithms();
+    listPosition_ = first ? 0 : listPosition_;
+    while (listPosition_ < all.size()) {
+        const Algorithm& row = all[listPosition_++];
+        if (row.shortName == nullptr || !ensureInstalled(row)) {
+            continue;
+        }
+        entry = {};
+        entry.aiAlgid = row.number;
+        entry.dwBitLen = row.bits;
+        entry.dwNameLen = static_cast<DWORD>(std::strlen(row.shortName) + 1);
+        std::memcpy(entry.szName, row.shortName, entry.dwNameLen);
+        return true;
+    }
+    return false;
+}
+
+void Provider::setPin(const char* pin) {
+    std::scoped_lock const lock(mutex_);
+    OPENSSL_cleanse(pin_.data(), pin_.size());
+    pin_ = pin == nullptr ? "" : pin;
+}
+
+DWORD Provider::privateKey(EVP_PKEY*& key) {
+    std::scoped_lock const lock(mutex_);
+    if (key_ == nullptr) {
+        if (DWORD const code = openKey(); code != 0) {
+            return code;
+        }
+    }
+    key = key_.get();
+    return 0;
+}
+
+DWORD Provider::openKey() {
+    if (keyFile_.empty()) {
+        return NTE_NO_KEY;
+    }
+    // The public key first: for a GOST key it loads the engine, without which the private one cannot be read.
+    EVP_PKEY* const publicKey = certificate_->publicKey();
+    KeyPtr key = readPrivateKey(keyFile_, pin_);
+    if (key == nullptr) {
+        return NTE_BAD_KEYSET;
+    }
+    if (publicKey == nullptr || EVP_PKEY_eq(key.get(), publicKey) != 1) {
+        return NTE_BAD_PUBLIC_KEY;
+    }
+    key_ = std::move(key);
+    return 0;
+}
+
+}  // namespace tallow::platform

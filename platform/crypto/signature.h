@@ -1,0 +1,28 @@
+// Checking and making signatures by algorithm identifier.
+#pragma once
+
+#include "platform/crypto/certificate.h"
+
+namespace tallow::platform {
+
+struct SignedBytes {
+    ByteView message;  // what was signed, as it was received
+    CRYPT_ALGORITHM_IDENTIFIER algorithm{};
+    ByteView signature;
+};
+
+// 0 when the signature is that of `key`, else the last error to set (see CryptVerifyCertificateSignatureEx). A null key
+// is one that could not be loaded.
+DWORD verifySignature(const SignedBytes& what, EVP_PKEY* key);
+
+// The parts of a SEQUENCE of the signed structure, an algorithm and a BIT STRING; what follows them is not looked at.
+// `algorithm.pszObjId` points into `oid`. False when malformed.
+bool splitSigned(ByteView encoded, SignedBytes& parts, std::string& oid);
+
+// The largest signature that the key makes, in octets.
+DWORD maximumSignatureSize(EVP_PKEY* key);
+
+// Signs; 0, or the last error to set (see CryptSignCertificate).
+DWORD makeSignature(ByteView message, const CRYPT_ALGORITHM_IDENTIFIER& algorithm, EVP_PKEY* key, Bytes& signature);
+
+}  // namespace tallow::platform
