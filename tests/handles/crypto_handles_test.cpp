@@ -1,0 +1,57 @@
+#include "handles/crypto_handles.h"
+
+#include <gtest/gtest.h>
+
+#include <utility>
+
+#include "handles/cert_chain_context.h"
+#include "tests/support/scripted/scripted_service.h"
+
+namespace {
+
+using testing::Return;
+using testkit::Script;
+
+TEST(CryptHandles, AreReleasedOnceAndOnlyWhenTheyHoldSomething) {
+    Script service;
+    EXPECT_CALL(service, CryptReleaseContext(7, 0)).WillOnce(Return(TRUE));
+    EXPECT_CALL(service, CryptDestroyKey(8)).WillOnce(Return(TRUE));
+    EXPECT_CALL(service, CryptDestroyHash(9)).WillOnce(Return(TRUE));
+    ATL::CCryptProv first(7);
+    ATL::CCryptProv second(std::move(first));
+    first = std::move(second);
+    const ATL::CCryptKey key(8);
+    const ATL::CCryptHash hash(9);
+    ATL::CCryptProv given(6);
+    EXPECT_EQ(given.detach(), 6U);
+    EXPECT_FALSE(ATL2::EmptyProv || ATL::CCryptKey::EmptyKey || ATL::CCryptHash::EmptyHash);
+}
+
+TEST(CryptHandles, AProviderThatIsNotTakenBackIsKept) {
+    Script service;
+    EXPECT_CALL(service, CryptReleaseContext(7, 0)).WillOnce(Return(FALSE)).WillOnce(Return(TRUE));
+    ATL::CCryptProv provider;
+    *provider.put() = 7;
+    provider.reset();
+    EXPECT_EQ(provider.get(), 7U);
+    provider.reset();
+    EXPECT_FALSE(provider);
+    EXPECT_CALL(service, CryptDestroyKey(8)).WillOnce(Return(FALSE));
+    ATL::CCryptKey key(8);
+    key.reset();
+    EXPECT_FALSE(key);
+}
+
+TEST(CertChainContext, FreesTheChainThatItHolds) {
+    const CERT_CHAIN_CONTEXT chains[2] = {};
+    Script service;
+    const testing::InSequence order;
+    EXPECT_CALL(service, CertFreeCertificateChain(&chains[0]));
+    EXPECT_CALL(service, CertFreeCertificateChain(&chains[1]));
+    ATL2::CCertChainContext chain(&chains[0]);
+    ATL2::CCertChainContext moved(std::move(chain));
+    *moved.put() = &chains[1];
+    EXPECT_EQ(moved.get(), &chains[1]);
+}
+
+}  // namespace
