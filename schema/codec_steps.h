@@ -1,0 +1,149 @@
+// The steps that the codecs of all forms share: reaching members, the end test, one member's contents. Private to
+// schema/.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+
+#include "asn1rt/decode.h"
+#include "asn1rt/status.h"
+#include "schema/record.h"
+
+namespace schema {
+
+/// Enters the status in the context, where the first one stays, and answers it.
+inline int fail(ASN1CTXT* ctxt, int status) {
+    return rtErrSetData(&ctxt->errInfo, status, nullptr, 0);
+}
+
+template <class T>
+T& at(void* record, std::uint32_t offset) {
+    return *reinterpret_cast<T*>(static_cast<std::uint8_t*>(record) + offset);
+}
+template <class T>
+const T& at(const void* record, std::uint32_t offset) {
+    return *reinterpret_cast<const T*>(static_cast<const std::uint8_t*>(record) + offset);
+}
+
+/// The presence bits begin with the lowest bit of the word at `m`.
+inline bool isPresent(const TypeInfo& type, const MemberInfo& member, const void* record) {
+    return (at<std::uint32_t>(record, type.presenceOffset) >> member.bit & 1U) != 0;
+}
+
+/// The number of the alternative of a CHOICE, which stands directly behind the context pointer.
+inline std::uint32_t& alternativeOf(void* record) {
+    return at<std::uint32_t>(record, sizeof(ASN1TPDU));
+}
+inline const std::uint32_t& alternativeOf(const void* record) {
+    return at<std::uint32_t>(record, sizeof(ASN1TPDU));
+}
+
+/// Where the value of the member lies: in the record, or behind its pointer, which may be null.
+inline void* slotOf(const MemberInfo& member, void* record) {
+    return (member.flags & kPointer) != 0 ? at<void*>(record, member.offset) : &at<std::uint8_t>(record, member.offset);
+}
+
+/// The octet that begins a member whose tag number is 30 or less, without the constructed bit.
+inline std::uint8_t tagOctet(const MemberInfo& member) {
+    return static_cast<std::uint8_t>((member.tag >> 24 & 0xDFU) | (member.tag & 0x1FU));
+}
+
+/// The end test of a constructed value whose contents begin at the position of the context. The two zeros that end an
+/// indefinite length are seen and left unread.
+class ContentsEnd {
+public:
+    ContentsEnd(const ASN1CTXT* ctxt, int length) : start_(ctxt->buffer.byteIndex), length_(length) {}
+
+    [[nodiscard]] bool isReached(const ASN1CTXT* ctxt) const {
+        const ASN1Buffer& buffer = ctxt->buffer;
+        if (buffer.byteIndex >= buffer.size) {
+            return true;
+        }
+        if (length_ != LEN_INDEFINITE) {
+            return length_ <= 0 || buffer.byteIndex - start_ >= static_cast<std::uint32_t>(length_);
+        }
+        return buffer.size - buffer.byteIndex < 2 ||
+               (buffer.data[buffer.byteIndex] == 0 && buffer.data[buffer.byteIndex + 1] == 0);
+    }
+
+    [[nodiscard]] ASN1ExtPosition position(const ASN1CTXT* ctxt) const { return {ctxt->buffer.data + start_, length_}; }
+
+private:
+    std::uint32_t start_;
+    int length_;
+};
+
+/// The record of an array as the codecs see it, at the offset of `n`.
+struct ArrayRecord {
+    std::uint32_t n;
+    void* elem;
+};
+
+/// Octets that the value of the member takes, behind a pointer or as an element.
+std::size_t storageSize(const MemberInfo& member);
+
+/// Records the path and the count for the report; answers STATUS_CONSTRAINT.
+int failConstraint(ASN1CTXT* ctxt, const char* path, std::uint32_t count);
+
+/// The value of a primitive member at `slot`, bounds checked.
+int encodePrimitive(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType);
+int decodePrimitive(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType, int length);
+void copyPrimitive(ASN1CTXT* ctxt, const MemberInfo& member, const void* from, void* to);
+void freePrimitive(ASN1CTXT* ctxt, const MemberInfo& member, void* slot);
+
+/// The value of any member at `slot`, without a tag of the member's own.
+int encodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType);
+int decodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType, int length);
+void copyContents(ASN1CTXT* ctxt, const MemberInfo& member, const void* from, void* to);
+void freeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot);
+
+/// A member of a record with its own tag, found behind its pointer or allocated for it. For decoding, a tag of its own
+/// has been read, and `length` behind it. A pointer is set once its value is decoded.
+int encodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
+int decodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1TagType tagType, int length);
+/// std::bad_alloc when the value behind a pointer finds no memory.
+void copyMember(ASN1CTXT* ctxt, const MemberInfo& member, const void* from, void* to);
+void freeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
+
+/// Whether a value of the CHOICE can begin with this tag word.
+bool acceptsTag(const TypeInfo& choice, std::uint32_t tag);
+/// The same for a member or alternative without a tag of its own to compare.
+bool acceptsTag(const MemberInfo& member, std::uint32_t tag);
+
+// One form each; the depth of nesting has been counted.
+int encodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
+int decodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
+int encodeSet(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
+int decodeSet(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
+int encodeChoice(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+int decodeChoice(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+int encodeList(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
+int decodeList(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
+int encodeArray(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
+int decodeArray(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
+
+/// Members of a SEQUENCE or SET in reverse order, extension additions first; the answer is the octets of all.
+int encodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+/// What an absent member leaves in the record.
+void setDefault(const MemberInfo& member, void* record);
+/// A record as decoding begins: no member present, open values empty.
+void clearRecord(const TypeInfo& type, void* record);
+
+/// encodeTable and decodeTable with the buffer saved and restored.
+int encodeTableAside(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+int decodeTableAside(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+/// The decoded part of open values; their raw octets are copied and freed as members.
+void copyTable(ASN1CTXT* ctxt, const TypeInfo& type, const void* from, void* to);
+/// Before the members: frees decoded values, and makes the raw octets safe to be freed.
+void freeTable(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+
+/// Gives a block back to the type heap and clears the pointer.
+template <class T>
+void freeBlock(ASN1CTXT* ctxt, T*& block) {
+    if (block != nullptr && rtMemHeapCheckPtr(&ctxt->pTypeMemHeap, block) != 0) {
+        rtMemHeapFreePtr(&ctxt->pTypeMemHeap, block);
+    }
+    block = nullptr;
+}
+
+}  // namespace schema

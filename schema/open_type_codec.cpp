@@ -1,0 +1,184 @@
+// Open types under a table constraint: the raw octets stand in the message, the decoded value beside them when the key
+// is known. Writing the decoded value, and reading it, rebinds the context to the raw octets for a while.
+#include <cstring>
+#include <new>
+
+#include "asn1rt/copy_values.h"
+#include "asn1rt/encode.h"
+#include "schema/codec_steps.h"
+#include "schema/value_codec.h"
+
+namespace schema {
+
+namespace {
+
+const ASN1OBJID& keyOf(const TypeInfo& type, const void* record) {
+    return at<ASN1TObjId>(record, type.table->keyOffset);
+}
+
+void* lookup(const TypeInfo& type, const void* record) {
+    return type.table->set->lookup(keyOf(type, record));
+}
+
+/// The elements of a list of open values, as a range for `for`.
+template <class Visit>
+int forEachValue(ASN1TSeqOfList& list, Visit visit) {
+    for (_Asn1RTDListNode* node = list.pHead; node != nullptr; node = node->pNext) {
+        const int status = visit(*static_cast<Asn1TObject*>(node->data));
+        if (status != 0) {
+            return status;
+        }
+    }
+    return 0;
+}
+
+/// Encodes the decoded value into a fresh buffer; `raw` then points into it. The buffer stays in the heap until the
+/// context ends.
+int encodeValueAside(ASN1CTXT* ctxt, const TypeInfo& type, void* object, Asn1TObject& value, ASN1TOpenType& raw) {
+    int length = xe_setp(ctxt, nullptr, 0);
+    if (length == 0) {
+        length = type.table->set->encode(object, ctxt, value);
+    }
+    if (length < 0) {
+        return length;
+    }
+    raw = {static_cast<std::uint32_t>(length), xe_getp(ctxt)};
+    return 0;
+}
+
+/// The same for an element of a list, where the raw octets are all there is to free later: they get their own block.
+int encodeListedValue(ASN1CTXT* ctxt, const TypeInfo& type, void* object, Asn1TObject& value) {
+    ASN1TOpenType raw = {};
+    const int status = encodeValueAside(ctxt, type, object, value, raw);
+    if (status != 0) {
+        return status;
+    }
+    auto* block = static_cast<std::uint8_t*>(rtMemHeapAlloc(&ctxt->pTypeMemHeap, raw.numocts));
+    if (block == nullptr) {
+        return STATUS_NO_MEMORY;
+    }
+    std::memcpy(block, raw.data, raw.numocts);
+    value.encoded = {raw.numocts, block};
+    return 0;
+}
+
+int decodeValueAside(ASN1CTXT* ctxt, const TypeInfo& type, void* object, Asn1TObject& value) {
+    value.decoded = nullptr;
+    value.object = object;
+    if (object == nullptr || value.encoded.numocts == 0) {
+        return 0;
+    }
+    const int status = xd_setp(ctxt, value.encoded.data, static_cast<int>(value.encoded.numocts), nullptr, nullptr);
+    return status != 0 ? status : type.table->set->decode(object, ctxt, value);
+}
+
+}  // namespace
+
+int encodeTable(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
+    void* object = lookup(type, record);
+    if (object == nullptr) {
+        return 0;
+    }
+    int status = 0;
+    if (type.table->isList) {
+        status = forEachValue(at<ASN1TSeqOfList>(record, type.table->rawOffset), [&](Asn1TObject& value) {
+            return value.decoded == nullptr ? 0 : encodeListedValue(ctxt, type, object, value);
+        });
+    } else {
+        auto& value = at<Asn1TObject>(record, type.table->objectOffset);
+        if (value.decoded != nullptr) {
+            status = encodeValueAside(ctxt, type, object, value, at<ASN1TOpenType>(record, type.table->rawOffset));
+        }
+    }
+    return status != 0 ? fail(ctxt, status) : 0;
+}
+
+int decodeTable(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
+    void* object = lookup(type, record);
+    int status = 0;
+    if (type.table->isList) {
+        status = forEachValue(at<ASN1TSeqOfList>(record, type.table->rawOffset),
+                              [&](Asn1TObject& value) { return decodeValueAside(ctxt, type, object, value); });
+    } else {
+        auto& value = at<Asn1TObject>(record, type.table->objectOffset);
+        value.encoded = at<ASN1TOpenType>(record, type.table->rawOffset);
+        status = decodeValueAside(ctxt, type, object, value);
+    }
+    return status != 0 ? fail(ctxt, status) : 0;
+}
+
+int encodeTableAside(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
+    ASN1CTXT saved;
+    rtCopyContext(&saved, ctxt);
+    const int status = encodeTable(ctxt, type, record);
+    rtCopyContext(ctxt, &saved);
+    return status;
+}
+
+int decodeTableAside(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
+    ASN1CTXT saved;
+    rtCopyContext(&saved, ctxt);
+    const int status = decodeTable(ctxt, type, record);
+    rtCopyContext(ctxt, &saved);
+    return status;
+}
+
+namespace {
+
+/// `to.encoded` is there already.
+void copyDecoded(ASN1CTXT* ctxt, const TypeInfo& type, const Asn1TObject& from, Asn1TObject& to, void* object) {
+    to.decoded = nullptr;
+    to.object = object;
+    if (from.decoded != nullptr && object != nullptr) {
+        type.table->set->copy(object, ctxt, from, to);
+    }
+}
+
+void freeDecoded(ASN1CTXT* ctxt, const TypeInfo& type, Asn1TObject& value, void* object) {
+    if (value.decoded != nullptr && object != nullptr) {
+        type.table->set->free(object, ctxt, value);
+    }
+    value.decoded = nullptr;
+    value.object = nullptr;
+}
+
+}  // namespace
+
+void copyTable(ASN1CTXT* ctxt, const TypeInfo& type, const void* from, void* to) {
+    void* object = lookup(type, from);
+    if (!type.table->isList) {
+        const auto& source = at<Asn1TObject>(from, type.table->objectOffset);
+        auto& target = at<Asn1TObject>(to, type.table->objectOffset);
+        target.encoded = at<ASN1TOpenType>(to, type.table->rawOffset);
+        copyDecoded(ctxt, type, source, target, object);
+        return;
+    }
+    // The elements and their octets have been copied with the members, one for one while memory lasted.
+    const _Asn1RTDListNode* source = at<ASN1TSeqOfList>(from, type.table->rawOffset).pHead;
+    const _Asn1RTDListNode* target = at<ASN1TSeqOfList>(to, type.table->rawOffset).pHead;
+    for (; source != nullptr && target != nullptr; source = source->pNext, target = target->pNext) {
+        copyDecoded(ctxt, type, *static_cast<const Asn1TObject*>(source->data),
+                    *static_cast<Asn1TObject*>(target->data), object);
+    }
+}
+
+void freeTable(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
+    void* object = lookup(type, record);
+    if (type.table->isList) {
+        forEachValue(at<ASN1TSeqOfList>(record, type.table->rawOffset), [&](Asn1TObject& value) {
+            freeDecoded(ctxt, type, value, object);
+            return 0;
+        });
+        return;
+    }
+    auto& value = at<Asn1TObject>(record, type.table->objectOffset);
+    auto& raw = at<ASN1TOpenType>(record, type.table->rawOffset);
+    if (value.decoded != nullptr && raw.data != value.encoded.data) {
+        // The encoder made these octets: they lie inside its buffer and are no block. What was read is in `encoded`.
+        raw = value.encoded;
+    }
+    freeDecoded(ctxt, type, value, object);
+    value.encoded = {};
+}
+
+}  // namespace schema

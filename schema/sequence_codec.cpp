@@ -1,0 +1,189 @@
+// SEQUENCE: members in reverse order on the way out; on the way in one pass over the member positions.
+#include <cstring>
+
+#include "asn1rt/encode.h"
+#include "asn1rt/open_type.h"
+#include "schema/codec_steps.h"
+#include "schema/value_codec.h"
+
+namespace schema {
+
+namespace {
+
+constexpr std::uint8_t kOwnTag = kExplicit | kImplicit;
+constexpr std::uint8_t kMayBeAbsent = kOptional | kDefaultFalse | kDefaultTrue;
+constexpr std::uint8_t kSequenceOctet = 0x10;
+constexpr std::uint32_t kAnyTag = 0xFFFFFFFF;
+
+bool isWritten(const TypeInfo& type, const MemberInfo& member, const void* record) {
+    if ((member.flags & kOptional) != 0) {
+        return isPresent(type, member, record);
+    }
+    if ((member.flags & kDefaultFalse) != 0) {
+        return at<std::uint8_t>(record, member.offset) != 0;
+    }
+    if ((member.flags & kDefaultTrue) != 0) {
+        return at<std::uint8_t>(record, member.offset) == 0;
+    }
+    return true;
+}
+
+int decodeOwnTag(ASN1CTXT* ctxt, const MemberInfo& member, void* record) {
+    int length = 0;
+    // Not xd_Tag1AndLen for an implicit tag: the form of a string shows in the octet that is read.
+    const int status = xd_match1(ctxt, tagOctet(member), &length);
+    if (status != 0) {
+        return status;
+    }
+    return decodeMember(ctxt, member, record, (member.flags & kExplicit) != 0 ? TAG_EXPLICIT : TAG_IMPLICIT, length);
+}
+
+/// Whether an untagged CHOICE that may be absent is there. Other types are tried instead; a CHOICE would answer
+/// STATUS_BAD_CHOICE for its own absence.
+bool isChoiceAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
+    std::uint32_t tag = 0;
+    int length = 0;
+    return xd_tag_len(ctxt, &tag, &length, 0) != 0 || acceptsTag(*member.type, tag);
+}
+
+/// The member at this position when it is there: sets `isThere`. An untagged OPTIONAL member is tried, and a mismatch
+/// anywhere in it counts as its absence; the position in the input is not taken back.
+int decodeAtPosition(ASN1CTXT* ctxt, const MemberInfo& member, void* record, bool& isThere) {
+    isThere = true;
+    const bool mayBeAbsent = (member.flags & kMayBeAbsent) != 0;
+    if ((member.flags & kOwnTag) != 0) {
+        if (mayBeAbsent && (ctxt->buffer.data[ctxt->buffer.byteIndex] & 0xDFU) != tagOctet(member)) {
+            isThere = false;
+            return 0;
+        }
+        return decodeOwnTag(ctxt, member, record);
+    }
+    if (mayBeAbsent && member.kind == Kind::Choice && !isChoiceAhead(ctxt, member)) {
+        isThere = false;
+        return 0;
+    }
+    const int status = decodeMember(ctxt, member, record, TAG_EXPLICIT, 0);
+    if (mayBeAbsent && status == STATUS_TAG_MISMATCH) {
+        isThere = false;
+        return rtErrReset(&ctxt->errInfo);
+    }
+    return status;
+}
+
+int decodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record, int length) {
+    const ContentsEnd end(ctxt, length);
+    const MemberInfo* member = type.members;
+    const MemberInfo* const last = type.members + type.numMembers;
+    std::uint32_t present = 0;
+    unsigned numRequired = 0;
+    while (!end.isReached(ctxt)) {
+        if (member == last) {
+            if (!type.extensible) {
+                return STATUS_EXTRA_ELEMENT;
+            }
+            const ASN1ExtPosition position = end.position(ctxt);
+            const int status =
+                xd_OpenTypeExt(ctxt, &position, kAnyTag, &at<ASN1TSeqOfList>(record, type.extensionOffset));
+            if (status != 0) {
+                return status;
+            }
+            break;
+        }
+        bool isThere = false;
+        const int status = decodeAtPosition(ctxt, *member, record, isThere);
+        if (status != 0) {
+            return status;
+        }
+        if (!isThere) {
+            setDefault(*member, record);
+        } else if ((member->flags & kOptional) != 0) {
+            present |= 1U << member->bit;
+        } else if ((member->flags & kMayBeAbsent) == 0) {
+            ++numRequired;
+        }
+        ++member;
+    }
+    for (; member != last; ++member) {
+        setDefault(*member, record);
+    }
+    if (type.presenceOffset != 0) {
+        at<std::uint32_t>(record, type.presenceOffset) = present;
+    }
+    return numRequired < type.numRequired ? STATUS_MISSING_ELEMENT : 0;
+}
+
+}  // namespace
+
+void setDefault(const MemberInfo& member, void* record) {
+    if ((member.flags & (kDefaultFalse | kDefaultTrue)) != 0) {
+        at<std::uint8_t>(record, member.offset) = (member.flags & kDefaultTrue) != 0 ? 1 : 0;
+    }
+}
+
+void clearRecord(const TypeInfo& type, void* record) {
+    if (type.presenceOffset != 0) {
+        at<std::uint32_t>(record, type.presenceOffset) = 0;
+    }
+    if (type.extensible) {
+        rtDListInit(&at<ASN1TSeqOfList>(record, type.extensionOffset));
+    }
+    if (type.table != nullptr && !type.table->isList) {
+        at<ASN1TOpenType>(record, type.table->rawOffset) = {};
+        at<Asn1TObject>(record, type.table->objectOffset) = {};
+    }
+}
+
+int encodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
+    int total = 0;
+    if (type.extensible) {
+        auto& additions = at<ASN1TSeqOfList>(record, type.extensionOffset);
+        if (additions.count != 0) {
+            total = xe_OpenTypeExt(ctxt, &additions);
+            if (total < 0) {
+                return total;
+            }
+        }
+    }
+    for (unsigned i = type.numMembers; i-- > 0;) {
+        const MemberInfo& member = type.members[i];
+        if (isWritten(type, member, record)) {
+            const int length = encodeMember(ctxt, member, record);
+            if (length < 0) {
+                return length;
+            }
+            total += length;
+        }
+    }
+    return total;
+}
+
+int encodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType) {
+    if (type.table != nullptr) {
+        const int status = encodeTableAside(ctxt, type, record);
+        if (status != 0) {
+            return fail(ctxt, status);
+        }
+    }
+    int total = encodeMembers(ctxt, type, record);
+    if (total >= 0 && tagType == TAG_EXPLICIT) {
+        total = xe_tag_len(ctxt, kTagSequence, total);
+    }
+    return total < 0 ? fail(ctxt, total) : total;
+}
+
+int decodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length) {
+    if (tagType == TAG_EXPLICIT) {
+        const int status = xd_match1(ctxt, kSequenceOctet, &length);
+        if (status != 0) {
+            return fail(ctxt, status);
+        }
+    }
+    clearRecord(type, record);
+    int status = decodeMembers(ctxt, type, record, length);
+    if (status == 0 && type.table != nullptr) {
+        status = decodeTableAside(ctxt, type, record);
+    }
+    return status != 0 ? fail(ctxt, status) : 0;
+}
+
+}  // namespace schema

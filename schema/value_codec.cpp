@@ -1,0 +1,91 @@
+// The dispatch over the forms of types, and the way from a member to its value.
+#include "schema/value_codec.h"
+
+#include "asn1rt/encode.h"
+#include "schema/codec_steps.h"
+
+namespace schema {
+
+int encodeValue(ASN1CTXT* ctxt, const TypeInfo& type, void* value, ASN1TagType tagType) {
+    switch (type.kind) {
+        case Kind::Sequence:
+            return encodeSequence(ctxt, type, value, tagType);
+        case Kind::Set:
+            return encodeSet(ctxt, type, value, tagType);
+        case Kind::Choice:
+            return encodeChoice(ctxt, type, value);
+        case Kind::SequenceOf:
+        case Kind::SetOf:
+            return encodeList(ctxt, type, value, tagType);
+        case Kind::Array:
+            return encodeArray(ctxt, type, value, tagType);
+        default: {
+            const int length = encodePrimitive(ctxt, *type.members, value, tagType);
+            return length < 0 ? fail(ctxt, length) : length;
+        }
+    }
+}
+
+int decodeValue(ASN1CTXT* ctxt, const TypeInfo& type, void* value, ASN1TagType tagType, int length) {
+    if (type.kind < Kind::Sequence) {
+        const int status = decodePrimitive(ctxt, *type.members, value, tagType, length);
+        return status != 0 ? fail(ctxt, status) : 0;
+    }
+    const ASN1Level level(ctxt);
+    if (level.status != 0) {
+        return level.status;
+    }
+    switch (type.kind) {
+        case Kind::Sequence:
+            return decodeSequence(ctxt, type, value, tagType, length);
+        case Kind::Set:
+            return decodeSet(ctxt, type, value, tagType, length);
+        case Kind::Choice:
+            return decodeChoice(ctxt, type, value);
+        case Kind::Array:
+            return decodeArray(ctxt, type, value, tagType, length);
+        default:
+            return decodeList(ctxt, type, value, tagType, length);
+    }
+}
+
+int encodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType) {
+    return member.kind < Kind::Sequence ? encodePrimitive(ctxt, member, slot, tagType)
+                                        : encodeValue(ctxt, *member.type, slot, tagType);
+}
+
+int decodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType, int length) {
+    return member.kind < Kind::Sequence ? decodePrimitive(ctxt, member, slot, tagType, length)
+                                        : decodeValue(ctxt, *member.type, slot, tagType, length);
+}
+
+int encodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record) {
+    void* slot = slotOf(member, record);
+    if (slot == nullptr) {
+        return STATUS_BAD_VALUE;
+    }
+    if ((member.flags & kExplicit) != 0) {
+        return xe_tag_len(ctxt, member.tag, encodeContents(ctxt, member, slot, TAG_EXPLICIT));
+    }
+    if ((member.flags & kImplicit) != 0) {
+        return xe_tag_len(ctxt, member.tag, encodeContents(ctxt, member, slot, TAG_IMPLICIT));
+    }
+    return encodeContents(ctxt, member, slot, TAG_EXPLICIT);
+}
+
+int decodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1TagType tagType, int length) {
+    if ((member.flags & kPointer) == 0) {
+        return decodeContents(ctxt, member, &at<std::uint8_t>(record, member.offset), tagType, length);
+    }
+    void* value = rtMemHeapAllocZ(&ctxt->pTypeMemHeap, storageSize(member));
+    if (value == nullptr) {
+        return STATUS_NO_MEMORY;
+    }
+    const int status = decodeContents(ctxt, member, value, tagType, length);
+    if (status == 0) {
+        at<void*>(record, member.offset) = value;
+    }
+    return status;
+}
+
+}  // namespace schema
