@@ -11,6 +11,9 @@
 
 namespace schema {
 
+/// A tag of the member's own, around or in place of the tag of its type.
+inline constexpr std::uint8_t kOwnTag = kExplicit | kImplicit;
+
 /// Enters the status in the context, where the first one stays, and answers it.
 inline int fail(ASN1CTXT* ctxt, int status) {
     return rtErrSetData(&ctxt->errInfo, status, nullptr, 0);
@@ -101,6 +104,8 @@ void freeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot);
 /// has been read, and `length` behind it. A pointer is set once its value is decoded.
 int encodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
 int decodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1TagType tagType, int length);
+/// A required member with a tag of its own: reads the tag, then the member.
+int decodeOwnTag(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
 /// std::bad_alloc when the value behind a pointer finds no memory.
 void copyMember(ASN1CTXT* ctxt, const MemberInfo& member, const void* from, void* to);
 void freeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record);

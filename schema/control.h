@@ -31,6 +31,8 @@ protected:
 
 using ListBase = ASN1CSeqOfList;
 using BitStringBase = ASN1CBitStr;
+using GeneralizedTimeBase = ASN1CGeneralizedTime;
+using UtcTimeBase = ASN1CUTCTime;
 
 /// setMsgBuf, init, encode: answers the octets written or a negative status.
 int encodeTo(ASN1CType& control, ASN1MessageBufferIF& buffer, const TypeInfo& type, void* value);

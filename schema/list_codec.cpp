@@ -32,7 +32,7 @@ int readHeader(ASN1CTXT* ctxt, const TypeInfo& type, ASN1TagType tagType, int& l
 int encodeElements(ASN1CTXT* ctxt, const MemberInfo& element, const ASN1TSeqOfList& list) {
     int total = 0;
     for (const _Asn1RTDListNode* node = list.pTail; node != nullptr; node = node->pPrev) {
-        const int length = encodeContents(ctxt, element, node->data, TAG_EXPLICIT);
+        const int length = encodeMember(ctxt, element, node->data);
         if (length < 0) {
             return length;
         }
@@ -60,7 +60,7 @@ int encodeSorted(ASN1CTXT* ctxt, const MemberInfo& element, const ASN1TSeqOfList
     rtSList descriptors;
     rtSListInitEx(ctxt, &descriptors);
     for (const _Asn1RTDListNode* node = list.pTail; node != nullptr; node = node->pPrev) {
-        const int length = encodeContents(ctxt, element, node->data, TAG_EXPLICIT);
+        const int length = encodeMember(ctxt, element, node->data);
         if (length < 0) {
             rtSListFree(&descriptors);
             return length;
@@ -70,13 +70,18 @@ int encodeSorted(ASN1CTXT* ctxt, const MemberInfo& element, const ASN1TSeqOfList
     return xe_derCanonicalSort(ctxt, &descriptors);
 }
 
+int decodeItem(ASN1CTXT* ctxt, const MemberInfo& element, void* slot) {
+    return (element.flags & kOwnTag) != 0 ? decodeOwnTag(ctxt, element, slot)
+                                          : decodeContents(ctxt, element, slot, TAG_EXPLICIT, 0);
+}
+
 int decodeElement(ASN1CTXT* ctxt, const MemberInfo& element, std::size_t size, ASN1TSeqOfList& list) {
     auto* node = static_cast<_Asn1RTDListNode*>(rtMemHeapAllocZ(&ctxt->pTypeMemHeap, sizeof(_Asn1RTDListNode) + size));
     if (node == nullptr) {
         return STATUS_NO_MEMORY;
     }
     const std::uint32_t before = ctxt->buffer.byteIndex;
-    const int status = decodeContents(ctxt, element, node + 1, TAG_EXPLICIT, 0);
+    const int status = decodeItem(ctxt, element, node + 1);
     if (status != 0) {
         return status;
     }
@@ -122,7 +127,7 @@ int decodeItems(ASN1CTXT* ctxt, const TypeInfo& type, ArrayRecord& array, int le
         if (type.members->kind != Kind::ObjectId) {
             std::memset(items, 0, size);
         }
-        status = decodeContents(ctxt, *type.members, items, TAG_EXPLICIT, 0);
+        status = decodeItem(ctxt, *type.members, items);
         if (status != 0) {
             return status;
         }
@@ -161,8 +166,7 @@ int encodeArray(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType 
     const std::size_t size = storageSize(*type.members);
     int total = array.n != 0 && array.elem == nullptr ? STATUS_BAD_VALUE : checkCount(ctxt, type, array.n);
     for (std::uint32_t i = array.n; total >= 0 && i-- > 0;) {
-        const int length =
-            encodeContents(ctxt, *type.members, static_cast<std::uint8_t*>(array.elem) + i * size, TAG_EXPLICIT);
+        const int length = encodeMember(ctxt, *type.members, static_cast<std::uint8_t*>(array.elem) + i * size);
         total = length < 0 ? length : total + length;
     }
     if (total >= 0 && tagType == TAG_EXPLICIT) {

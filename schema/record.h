@@ -46,9 +46,9 @@ enum class Kind : std::uint8_t {
     SequenceOf,  ///< ASN1TSeqOfList whose elements are co-located with their nodes
     SetOf,       ///< the same, sorted when it is written
     Array,       ///< SEQUENCE OF as std::uint32_t n and a pointer to n elements of fixed size
-    Tagged,      ///< a record, CHOICE or list with a tag in its definition (`CountryName ::= [APPLICATION 1] CHOICE`): the
-                 ///< one MemberInfo (offset 0) has the tag and, as `type`, the shape without it. Of a TypeInfo only;
-                 ///< members carry the tag themselves
+    Tagged,  ///< a record, CHOICE or list with a tag in its definition (`CountryName ::= [APPLICATION 1] CHOICE`): the
+             ///< one MemberInfo (offset 0) has the tag and, as `type`, the shape without it. Of a TypeInfo only;
+             ///< members carry the tag themselves
 };
 
 /// Flags of a MemberInfo.

@@ -10,7 +10,6 @@ namespace schema {
 
 namespace {
 
-constexpr std::uint8_t kOwnTag = kExplicit | kImplicit;
 constexpr std::uint8_t kMayBeAbsent = kOptional | kDefaultFalse | kDefaultTrue;
 constexpr std::uint8_t kSequenceOctet = 0x10;
 constexpr std::uint32_t kAnyTag = 0xFFFFFFFF;
@@ -26,16 +25,6 @@ bool isWritten(const TypeInfo& type, const MemberInfo& member, const void* recor
         return at<std::uint8_t>(record, member.offset) == 0;
     }
     return true;
-}
-
-int decodeOwnTag(ASN1CTXT* ctxt, const MemberInfo& member, void* record) {
-    int length = 0;
-    // Not xd_Tag1AndLen for an implicit tag: the form of a string shows in the octet that is read.
-    const int status = xd_match1(ctxt, tagOctet(member), &length);
-    if (status != 0) {
-        return status;
-    }
-    return decodeMember(ctxt, member, record, (member.flags & kExplicit) != 0 ? TAG_EXPLICIT : TAG_IMPLICIT, length);
 }
 
 /// Whether an untagged CHOICE that may be absent is there. Other types are tried instead; a CHOICE would answer

@@ -6,6 +6,15 @@
 
 namespace schema {
 
+namespace {
+
+/// Whether the type of a member keeps its own tag behind the member's.
+ASN1TagType innerTagType(const MemberInfo& member) {
+    return (member.flags & kExplicit) != 0 ? TAG_EXPLICIT : TAG_IMPLICIT;
+}
+
+}  // namespace
+
 int encodeValue(ASN1CTXT* ctxt, const TypeInfo& type, void* value, ASN1TagType tagType) {
     switch (type.kind) {
         case Kind::Sequence:
@@ -19,6 +28,12 @@ int encodeValue(ASN1CTXT* ctxt, const TypeInfo& type, void* value, ASN1TagType t
             return encodeList(ctxt, type, value, tagType);
         case Kind::Array:
             return encodeArray(ctxt, type, value, tagType);
+        case Kind::Tagged: {
+            // With TAG_IMPLICIT a tag of the caller's takes the place of this one.
+            const MemberInfo& inner = *type.members;
+            return tagType == TAG_EXPLICIT ? encodeMember(ctxt, inner, value)
+                                           : encodeContents(ctxt, inner, value, innerTagType(inner));
+        }
         default: {
             const int length = encodePrimitive(ctxt, *type.members, value, tagType);
             return length < 0 ? fail(ctxt, length) : length;
@@ -44,6 +59,13 @@ int decodeValue(ASN1CTXT* ctxt, const TypeInfo& type, void* value, ASN1TagType t
             return decodeChoice(ctxt, type, value);
         case Kind::Array:
             return decodeArray(ctxt, type, value, tagType, length);
+        case Kind::Tagged: {
+            const MemberInfo& inner = *type.members;
+            const int status = tagType == TAG_EXPLICIT
+                                   ? decodeOwnTag(ctxt, inner, value)
+                                   : decodeContents(ctxt, inner, value, innerTagType(inner), length);
+            return status != 0 ? fail(ctxt, status) : 0;
+        }
         default:
             return decodeList(ctxt, type, value, tagType, length);
     }
@@ -86,6 +108,16 @@ int decodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1Tag
         at<void*>(record, member.offset) = value;
     }
     return status;
+}
+
+int decodeOwnTag(ASN1CTXT* ctxt, const MemberInfo& member, void* record) {
+    int length = 0;
+    // Not xd_Tag1AndLen for an implicit tag: the form of a string shows in the octet that is read.
+    const int status = xd_match1(ctxt, tagOctet(member), &length);
+    if (status != 0) {
+        return status;
+    }
+    return decodeMember(ctxt, member, record, innerTagType(member), length);
 }
 
 }  // namespace schema

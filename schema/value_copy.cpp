@@ -159,6 +159,9 @@ void copyValue(ASN1CTXT* ctxt, const TypeInfo& type, const void* from, void* to)
         case Kind::Array:
             copyArray(ctxt, type, from, to);
             break;
+        case Kind::Tagged:
+            copyContents(ctxt, *type.members, from, to);
+            break;
         default:
             copyPrimitive(ctxt, *type.members, from, to);
             break;

@@ -134,6 +134,9 @@ void freeValue(ASN1CTXT* ctxt, const TypeInfo& type, void* value) {
         case Kind::Array:
             freeArray(ctxt, type, value);
             break;
+        case Kind::Tagged:
+            freeContents(ctxt, *type.members, value);
+            break;
         default:
             freePrimitive(ctxt, *type.members, value);
             break;
