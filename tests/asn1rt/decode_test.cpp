@@ -1,0 +1,275 @@
+#include "asn1rt/decode.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/asn1rt/runtime_fixture.h"
+#include "tests/support/tlv.h"
+
+namespace {
+
+using rttest::Bytes;
+using rttest::Context;
+using rttest::fromHex;
+using rttest::Input;
+
+int bindInput(ASN1CTXT* ctx, const Bytes& octets, int* length = nullptr, ASN1TAG* tag = nullptr) {
+    return xd_setp(ctx, octets.data(), static_cast<int>(octets.size()), tag, length);
+}
+
+/// An element of indefinite length with `depth` levels of the same inside.
+Bytes nestedIndefinite(std::size_t depth) {
+    Bytes octets;
+    for (std::size_t i = 0; i < depth; ++i)
+        octets.insert(octets.end(), {0x30, 0x80});
+    octets.insert(octets.end(), 2 * depth, 0x00);
+    return octets;
+}
+
+TEST(Decode, BindsToTheFirstElement) {
+    struct Row {
+        const char* what;
+        const char* hex;
+        int status;
+        int length;
+        ASN1TAG tag;
+        std::uint32_t size;
+    };
+    const Row rows[] = {
+        {"octets behind are cut off", "3003020105aabbcc", 0, 5, kTagSequence, 5},
+        {"indefinite", "30800201050000ff", 0, LEN_INDEFINITE, kTagSequence, 8},
+        {"end-of-contents pair", "000030", 0, 2, 0, 2},
+        {"nothing behind", "3003020105", 0, 5, kTagSequence, 5},
+        {"short form one too many", "30040201", STATUS_BAD_LENGTH, 0, 0, 4},
+        {"long form beyond the input", "3082ffff0201", STATUS_BAD_LENGTH, 0, 0, 6},
+        {"no length", "30", STATUS_END_OF_BUFFER, 0, 0, 1},
+        {"length cut off", "308201", STATUS_END_OF_BUFFER, 0, 0, 3},
+        {"indefinite primitive", "0480", STATUS_BAD_LENGTH, 0, 0, 2},
+        {"length of five octets", "30850000000001aa", STATUS_BAD_LENGTH, 0, 0, 8},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        Context ctx;
+        const Bytes octets = fromHex(row.hex);
+        int length = 0;
+        ASN1TAG tag = 0;
+        EXPECT_EQ(bindInput(ctx, octets, &length, &tag), row.status);
+        EXPECT_EQ(ctx->errInfo.status, row.status);
+        EXPECT_EQ(ctx->buffer.size, row.size);
+        if (row.status != 0)
+            continue;
+        EXPECT_EQ(length, row.length);
+        EXPECT_EQ(tag, row.tag);
+        EXPECT_EQ(ctx->buffer.byteIndex, 0U);
+        EXPECT_EQ((ctx->flags & CTX_FLAG_OUTER_INDEFINITE) != 0, row.length == LEN_INDEFINITE);
+    }
+}
+
+TEST(Decode, LengthCheckCanBeTurnedOff) {
+    Context ctx;
+    rtCtxtSetFlag(ctx, CTX_FLAG_NO_LENGTH_CHECK);
+    const Bytes octets = fromHex("3082010004020102");
+    int length = 0;
+    EXPECT_EQ(bindInput(ctx, octets, &length), 0);
+    EXPECT_EQ(length, 260);
+    EXPECT_EQ(ctx->buffer.size, octets.size());
+
+    // Even so a copy stays inside the input.
+    Input in("84fffffffe01");
+    rtCtxtSetFlag(in, CTX_FLAG_NO_LENGTH_CHECK);
+    int huge = 0;
+    EXPECT_EQ(xd_len(in, &huge), 0);
+    std::uint8_t sink[4];
+    EXPECT_EQ(xd_memcpy(in, sink, huge), STATUS_END_OF_BUFFER);
+    EXPECT_EQ(xd_memcpy(in, sink, 2), STATUS_END_OF_BUFFER);
+    EXPECT_EQ(xd_memcpy(in, sink, 1), 0);
+}
+
+TEST(Decode, RebindingClearsTheFlagsOfTheMessageBefore) {
+    Context ctx;
+    const Bytes indefinite = fromHex("30800000");
+    const Bytes definite = fromHex("3000");
+    ASSERT_EQ(bindInput(ctx, indefinite), 0);
+    rtCtxtSetFlag(ctx, CTX_FLAG_END_REACHED);
+    ASN1TAG tag = 0;
+    int length = 0;
+    EXPECT_EQ(xd_tag_len(ctx, &tag, &length, MATCH_ADVANCE), STATUS_END_OF_BUFFER);
+    ASSERT_EQ(bindInput(ctx, definite), 0);
+    EXPECT_EQ(ctx->flags & (CTX_FLAG_END_REACHED | CTX_FLAG_OUTER_INDEFINITE), 0);
+    EXPECT_EQ(xd_tag_len(ctx, &tag, &length, MATCH_ADVANCE), 0);
+}
+
+TEST(Decode, ReadsTagsAndLengths) {
+    struct Row {
+        const char* hex;
+        int status;
+        ASN1TAG tag;
+        int length;
+        std::uint32_t position;  // after MATCH_ADVANCE
+    };
+    const Row rows[] = {
+        {"0205", 0, kTagInteger, 5, 2},
+        {"02810100", 0, kTagInteger, 1, 3},
+        {"028400000001ff", 0, kTagInteger, 1, 6},
+        {"9e00", 0, kTagContext | 30, 0, 2},
+        {"9f1f00", 0, kTagContext | 31, 0, 3},
+        {"9f810000", 0, kTagContext | 128, 0, 4},
+        {"9f80808080808080800500", 0, kTagContext | 5, 0, 11},  // eight leading zero groups
+        {"9f8080808080808080800500", STATUS_BAD_TAG, 0, 0, 10},
+        {"ff81ffffff7f00", 0, kTagPrivate | kTagConstructed | kTagNumberMask, 0, 7},
+        {"9f828080800000", STATUS_BAD_TAG, 0, 0, 5},  // 2 to the 29th
+        {"9f908080800000", STATUS_BAD_TAG, 0, 0, 5},  // 2 to the 32nd
+        {"9f81", STATUS_END_OF_BUFFER, 0, 0, 2},
+        {"3084ffffd8f1", 0, kTagSequence, LEN_INDEFINITE, 6},  // the number that means indefinite
+        {"0484ffffd8f1", STATUS_BAD_LENGTH, 0, 0, 6},
+        {"3084ffffffff", STATUS_BAD_LENGTH, 0, 0, 6},
+        {"30820003aabb", STATUS_BAD_LENGTH, 0, 0, 4},
+        {"30820002aabb", 0, kTagSequence, 2, 4},
+        {"", STATUS_END_OF_BUFFER, 0, 0, 0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.hex);
+        ASN1TAG tag = 0;
+        int length = 0;
+        Input in(row.hex);
+        EXPECT_EQ(xd_tag_len(in, &tag, &length, MATCH_ADVANCE), row.status);
+        EXPECT_EQ(in.at(), row.position);
+        if (row.status == 0) {
+            EXPECT_EQ(tag, row.tag);
+            EXPECT_EQ(length, row.length);
+            EXPECT_EQ((in->flags & CTX_FLAG_CONSTRUCTED) != 0, (row.tag & kTagConstructed) != 0);
+        }
+
+        Input peek(row.hex);
+        const std::uint16_t flags = peek->flags;
+        EXPECT_EQ(xd_tag_len(peek, &tag, &length, 0), row.status);
+        EXPECT_EQ(peek.at(), 0U);
+        EXPECT_EQ(peek->flags, flags);
+    }
+}
+
+TEST(Decode, MatchesOneTagOctetInEitherForm) {
+    for (const char* hex : {"100155", "300155"}) {
+        Input in(hex);
+        int length = 0;
+        EXPECT_EQ(xd_match1(in, 0x10, &length), 0) << hex;
+        EXPECT_EQ(length, 1);
+        EXPECT_EQ((in->flags & CTX_FLAG_CONSTRUCTED) != 0, hex[0] == '3');
+    }
+    Input other("0201");
+    EXPECT_EQ(xd_match1(other, 0x10, nullptr), STATUS_TAG_MISMATCH);
+    EXPECT_EQ(other.at(), 0U);
+    EXPECT_EQ(other->errInfo.status, STATUS_TAG_MISMATCH);
+    Input nothing("");
+    EXPECT_EQ(xd_match1(nothing, 0x10, nullptr), STATUS_END_OF_BUFFER);
+    Input half("30");
+    EXPECT_EQ(xd_match1(half, 0x10, nullptr), STATUS_END_OF_BUFFER);
+    Input primitive("1080");
+    EXPECT_EQ(xd_match1(primitive, 0x10, nullptr), STATUS_BAD_LENGTH);
+
+    Input wrapper("a003020105");
+    int length = 0;
+    EXPECT_EQ(xd_Tag1AndLen(wrapper, &length), 0);
+    EXPECT_EQ(length, 3);
+    EXPECT_EQ(wrapper.at(), 2U);
+}
+
+TEST(Decode, FindsTagsDepthFirst) {
+    // SEQUENCE { INTEGER 1, SEQUENCE { [0] 2, OCTET STRING }, [0] 3 }
+    const char* message = "300f 020101 3007 800102 0402aabb 800103";
+    struct Row {
+        const char* what;
+        ASN1TAG tag;
+        int options;
+        int status;
+        std::uint32_t position;
+    };
+    const Row rows[] = {
+        {"at the position", kTagSequence, 0, 0, 0},
+        {"the form is not compared", 16, MATCH_ADVANCE, 0, 2},
+        {"not at the position", kTagInteger, 0, STATUS_TAG_MISMATCH, 0},
+        {"inside", kTagInteger, MATCH_SEEK, 0, 2},
+        {"two levels down", kTagContext | 0, MATCH_SEEK | MATCH_ADVANCE, 0, 9},
+        {"step inside first", kTagSequence, MATCH_SEEK | MATCH_SKIP_FIRST, 0, 5},
+        {"nowhere", kTagContext | 9, MATCH_SEEK, STATUS_TAG_MISMATCH, 0},
+    };
+    for (const Row& row : rows) {
+        Input in(message);
+        int length = 0;
+        EXPECT_EQ(xd_match(in, row.tag, &length, row.options), row.status) << row.what;
+        EXPECT_EQ(in.at(), row.position) << row.what;
+    }
+}
+
+TEST(Decode, CountsWithoutMoving) {
+    struct Row {
+        const char* hex;
+        int length;
+        int status;
+        std::uint32_t count;
+    };
+    const Row rows[] = {
+        {"020101 020102 3080 0500 0000", 12, 0, 3},
+        {"020101 020102 0000 0500", LEN_INDEFINITE, 0, 2},
+        {"020101 020102", 3, 0, 1},
+        {"020101 0201", 5, 0, 2},  // the last one passes the end; only its own reader would notice
+        {"020101", 0, 0, 0},
+        {"020101 1f", LEN_INDEFINITE, 0, 1},
+        {"020101 1fff ff", LEN_INDEFINITE, STATUS_END_OF_BUFFER, 0},
+    };
+    for (const Row& row : rows) {
+        Input in(row.hex);
+        std::uint32_t count = 99;
+        EXPECT_EQ(xd_count(in, row.length, &count), row.status) << row.hex;
+        if (row.status != 0)
+            continue;
+        EXPECT_EQ(count, row.count) << row.hex;
+        EXPECT_EQ(in.at(), 0U);
+    }
+}
+
+TEST(Decode, SkipsIndefiniteElementsOfAnyDepth) {
+    for (const std::size_t depth : {1U, 2U, 100U, 200000U}) {
+        Bytes octets = nestedIndefinite(depth);
+        const auto size = static_cast<int>(octets.size());
+        if (size >= 5) {
+            EXPECT_EQ(xd_indeflen_ex(octets.data(), size), size);
+        }
+        octets.push_back(0x05);
+        Input in(octets);
+        EXPECT_EQ(xd_NextElement(in), 0);
+        EXPECT_EQ(in.at(), static_cast<std::uint32_t>(size)) << depth;
+        octets.pop_back();
+        octets.pop_back();
+        EXPECT_EQ(xd_indeflen_ex(octets.data(), size - 1), size - 1 < 5 ? 0 : STATUS_END_OF_BUFFER) << depth;
+    }
+    const Bytes definite = fromHex("3003020105");
+    EXPECT_EQ(xd_indeflen_ex(definite.data(), 5), STATUS_BAD_LENGTH);
+    // An empty element that is no end-of-contents, and a definite one that holds zeros.
+    const Bytes mixed = fromHex("3080 0500 04020000 0000");
+    EXPECT_EQ(xd_indeflen_ex(mixed.data(), static_cast<int>(mixed.size())), 10);
+}
+
+TEST(Decode, SkippingNeverWraps) {
+    Input in("0205");
+    EXPECT_EQ(xd_NextElement(in), 0);
+    EXPECT_EQ(xd_NextElement(in), STATUS_END_OF_BUFFER);
+    in->buffer.byteIndex = 0xFFFFFFFF;
+    EXPECT_EQ(xd_NextElement(in), STATUS_END_OF_BUFFER);
+    int length = 0;
+    EXPECT_EQ(xd_len(in, &length), STATUS_END_OF_BUFFER);
+}
+
+TEST(Decode, RestoresASavedPosition) {
+    Input in("3003020105");
+    ASN1BufferState state;
+    xu_SaveBufferState(in, &state);
+    int length = 0;
+    ASSERT_EQ(xd_match1(in, 0x30, &length), 0);
+    rtCtxtSetFlag(in, CTX_FLAG_ZERO_COPY);
+    state.flags |= CTX_FLAG_END_REACHED;
+    xu_RestoreBufferState(in, &state);
+    EXPECT_EQ(in.at(), 0U);
+    EXPECT_EQ(in->flags, 0);
+}
+
+}  // namespace

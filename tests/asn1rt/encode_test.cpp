@@ -1,0 +1,170 @@
+#include "asn1rt/encode.h"
+
+#include <gtest/gtest.h>
+
+#include "asn1rt/encode_strings.h"
+#include "tests/asn1rt/runtime_fixture.h"
+
+namespace {
+
+using rttest::Bytes;
+using rttest::Context;
+using rttest::Output;
+
+TEST(Encode, WritesTagAndShortestLength) {
+    struct Row {
+        ASN1TAG tag;
+        int length;
+        const char* hex;
+    };
+    const Row rows[] = {
+        {kTagSequence, 0, "3000"},
+        {kTagSequence, 127, "307f"},
+        {kTagSequence, 128, "308180"},
+        {kTagSequence, 255, "3081ff"},
+        {kTagSequence, 256, "30820100"},
+        {kTagSequence, 65536, "3083010000"},
+        {kTagSequence, 0x1000000, "308401000000"},
+        {kTagSequence, LEN_INDEFINITE, "3080"},
+        {kTagContext | 30, 1, "9e01"},
+        {kTagContext | 31, 1, "9f1f01"},
+        {kTagContext | 128, 1, "9f810001"},
+        {kTagPrivate | kTagConstructed | kTagNumberMask, 1, "ff81ffffff7f01"},
+    };
+    for (const Row& row : rows) {
+        Output out;
+        const int payload = row.length == LEN_INDEFINITE ? 0 : row.length;
+        EXPECT_TRUE(out.counts(xe_tag_len(out, row.tag, row.length) - payload)) << row.hex;
+        EXPECT_EQ(out.hex(), row.hex);
+
+        // The same header from its two parts.
+        Output parts;
+        const int length = xe_len(parts, row.length);
+        const int tag = xe_tag(parts, row.tag);
+        EXPECT_EQ(length + tag, static_cast<int>(parts.size())) << row.hex;
+        EXPECT_EQ(parts.hex(), row.hex);
+    }
+}
+
+TEST(Encode, PassesAFailedAnswerThroughWithoutWriting) {
+    Output out;
+    EXPECT_EQ(xe_tag_len(out, kTagSequence, STATUS_BAD_LENGTH), STATUS_BAD_LENGTH);
+    EXPECT_EQ(xe_len(out, -5), 0);
+    EXPECT_EQ(xe_memcpy(out, nullptr, 3), STATUS_BAD_VALUE);
+    EXPECT_EQ(out.size(), 0U);
+    EXPECT_EQ(xe_tag_len(out, kTagSequence, INT32_MAX), STATUS_BAD_LENGTH);
+}
+
+TEST(Encode, NeverUsesTheLastOctetOfACallersBuffer) {
+    Context ctx;
+    std::uint8_t buffer[4] = {0, 0, 0, 0xEE};
+    ASSERT_EQ(xe_setp(ctx, buffer, sizeof buffer), 0);
+    const std::uint8_t octets[] = {1, 2, 3};
+    EXPECT_EQ(xe_memcpy(ctx, octets, 3), 3);
+    EXPECT_EQ(xe_memcpy(ctx, octets, 1), STATUS_BUFFER_FULL);
+    EXPECT_EQ(xe_getp(ctx), buffer);
+    EXPECT_EQ(rttest::hexOf(buffer, 4), "010203ee");
+
+    ASSERT_EQ(xe_setp(ctx, buffer, 0), 0);
+    EXPECT_EQ(xe_memcpy(ctx, octets, 1), STATUS_BUFFER_FULL);
+}
+
+TEST(Encode, GrowsByWhatIsNeededAndKeepsWhatWasWritten) {
+    const Bytes large(20000, 0xAB);
+    Output atOnce;
+    EXPECT_EQ(xe_memcpy(atOnce, large.data(), 20000), 20000);
+    EXPECT_EQ(atOnce->buffer.size, 16384U + 20000U);
+
+    Output inSteps;
+    Bytes expected;
+    for (int i = 0; i < 20000; ++i) {
+        const auto octet = static_cast<std::uint8_t>(i % 251);
+        ASSERT_EQ(xe_memcpy(inSteps, &octet, 1), 1);
+        expected.insert(expected.begin(), octet);
+    }
+    EXPECT_EQ(inSteps->buffer.size, 16384U + 16384U);
+    EXPECT_EQ(inSteps.octets(), expected);
+
+    // The source may be the message itself, whose block goes away while it grows.
+    const Bytes before = inSteps.octets();
+    EXPECT_EQ(xe_memcpy(inSteps, xe_getp(inSteps), 20000), 20000);
+    EXPECT_EQ(inSteps.octets(), testkit::concat({before, before}));
+}
+
+TEST(Encode, FreedBufferHasNoRoomLeft) {
+    Output out;
+    xe_free(out);
+    EXPECT_EQ(out->buffer.data, nullptr);
+    EXPECT_EQ(xe_tag(out, kTagNull), STATUS_BUFFER_FULL);
+    xe_free(out);
+}
+
+TEST(Encode, WritesStrings) {
+    const std::uint8_t octets[] = {0xAB, 0xCD};
+    const std::uint16_t wide[] = {0x0041, 0x042F};
+    const std::uint32_t wider[] = {0x0001F600};
+    const ASN1T16BitCharStr bmp{2, const_cast<std::uint16_t*>(wide)};
+    const ASN1T32BitCharStr universal{1, const_cast<std::uint32_t*>(wider)};
+    const ASN1T16BitCharStr countOnly{2, nullptr};
+
+    struct Row {
+        const char* what;
+        int (*write)(ASN1CTXT*, const void*);
+        const void* value;
+        const char* hex;
+        int failure;
+    };
+    const Row rows[] = {
+        {"octets",
+         [](ASN1CTXT* c, const void* v) { return xe_octstr(c, static_cast<const std::uint8_t*>(v), 2, TAG_EXPLICIT); },
+         octets, "0402abcd", 0},
+        {"null octets are empty",
+         [](ASN1CTXT* c, const void* v) { return xe_octstr(c, static_cast<const std::uint8_t*>(v), 2, TAG_EXPLICIT); },
+         nullptr, "0400", 0},
+        {"padding is kept",
+         [](ASN1CTXT* c, const void* v) { return xe_bitstr(c, static_cast<const std::uint8_t*>(v), 12, TAG_EXPLICIT); },
+         octets, "030304abcd", 0},
+        {"whole octets",
+         [](ASN1CTXT* c, const void* v) { return xe_bitstr(c, static_cast<const std::uint8_t*>(v), 16, TAG_IMPLICIT); },
+         octets, "00abcd", 0},
+        {"no bits",
+         [](ASN1CTXT* c, const void* v) { return xe_bitstr(c, static_cast<const std::uint8_t*>(v), 0, TAG_EXPLICIT); },
+         nullptr, "030100", 0},
+        {"null bits write nothing",
+         [](ASN1CTXT* c, const void* v) { return xe_bitstr(c, static_cast<const std::uint8_t*>(v), 1, TAG_EXPLICIT); },
+         nullptr, "", 0},
+        {"text",
+         [](ASN1CTXT* c, const void* v) {
+             return xe_charstr(c, static_cast<const char*>(v), TAG_EXPLICIT, kTagIa5String);
+         },
+         "ab", "16026162", 0},
+        {"null text",
+         [](ASN1CTXT* c, const void* v) {
+             return xe_charstr(c, static_cast<const char*>(v), TAG_EXPLICIT, kTagIa5String);
+         },
+         nullptr, "", STATUS_BAD_VALUE},
+        {"16 bits",
+         [](ASN1CTXT* c, const void* v) {
+             return xe_16BitCharStr(c, static_cast<const ASN1T16BitCharStr*>(v), TAG_EXPLICIT, kTagBmpString);
+         },
+         &bmp, "1e040041042f", 0},
+        {"32 bits",
+         [](ASN1CTXT* c, const void* v) {
+             return xe_32BitCharStr(c, static_cast<const ASN1T32BitCharStr*>(v), TAG_EXPLICIT, kTagUniversalString);
+         },
+         &universal, "1c040001f600", 0},
+        {"characters counted, not given",
+         [](ASN1CTXT* c, const void* v) {
+             return xe_16BitCharStr(c, static_cast<const ASN1T16BitCharStr*>(v), TAG_EXPLICIT, kTagBmpString);
+         },
+         &countOnly, "", STATUS_BAD_VALUE},
+    };
+    for (const Row& row : rows) {
+        Output out;
+        const int answer = row.write(out, row.value);
+        EXPECT_EQ(answer, row.failure != 0 ? row.failure : static_cast<int>(out.size())) << row.what;
+        EXPECT_EQ(out.hex(), row.hex) << row.what;
+    }
+}
+
+}  // namespace
