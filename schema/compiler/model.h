@@ -70,6 +70,7 @@ struct Class {
     Name name;
     std::string cppName;
     Module* module = nullptr;
+    Span span;
     const ClassNode* node = nullptr;
     std::string keyField;   // the unique OBJECT IDENTIFIER field, without &
     std::string typeField;  // the field that holds a type, without &; empty when there is none
@@ -145,7 +146,8 @@ struct Object {
     Span span;
     const Class* objectClass = nullptr;
     std::optional<Arcs> key;
-    Use value;  // Unresolved when the object has no type
+    std::string keyName;  // in C++, when the key is given by one name
+    Use value;            // Unresolved when the object has no type
     bool hasValue = false;
     bool isLeftOut = false;
 };
@@ -173,6 +175,7 @@ struct ObjectId {
 struct Module {
     Name name;
     std::uint32_t file = 0;
+    bool isBuiltin = false;    // what ASN.1 itself defines: nothing is made of it
     std::vector<Type*> types;  // in the order of definition, lifted ones before those they were lifted from
     std::vector<Class*> classes;
     std::vector<Object*> objects;

@@ -21,6 +21,7 @@ Model Resolver::run() {
         Module& module = model_.modules.emplace_back();
         module.name = node.name;
         module.file = node.file;
+        module.isBuiltin = node.isBuiltin;
     }
     for (const ModuleNode& node : nodes_) {
         for (const AssignmentNode& assignment : node.assignments) {
@@ -60,7 +61,7 @@ void Resolver::declare(Module& module, const AssignmentNode& node) {
             declareType(module, node);
             break;
         case AssignmentNode::Kind::Class:
-            declareClass(module, node);
+            declareClass(node);
             break;
         case AssignmentNode::Kind::Value:
             declareValue(module, node);
@@ -85,22 +86,24 @@ void Resolver::declareType(Module& module, const AssignmentNode& node) {
     types_.emplace(&node, &type);
 }
 
-void Resolver::declareClass(Module& module, const AssignmentNode& node) {
-    if (classes_.find(&node) != classes_.end()) {
-        return;  // a definition further up has asked for it already
+void Resolver::declareClass(const AssignmentNode& node) {
+    if (node.hasParameters) {
+        diagnostics_.error(node.name.span, "a class with parameters is not carried");
+    } else if (classes_.find(&node) == classes_.end()) {  // a definition further up may have asked for it already
+        makeClass(node, *node.objectClass);
     }
+}
+
+void Resolver::makeClass(const AssignmentNode& node, const ClassNode& body) {
     Class& objectClass = model_.classes.emplace_back();
     const AnnotationSet annotations = readAnnotations(node.annotations, AnnotationPlace::Other, diagnostics_);
     objectClass.name = node.name;
     objectClass.cppName = annotations.name.empty() ? cppIdentifier(node.name.text) : annotations.name;
-    objectClass.module = &module;
-    objectClass.node = node.objectClass.get();
+    objectClass.module = &model_.modules[node.name.span.file];
+    objectClass.span = node.span;
+    objectClass.node = &body;
     defineClass(objectClass);
-    if (node.hasParameters) {
-        diagnostics_.error(node.name.span, "a class with parameters is not carried");
-        return;
-    }
-    module.classes.push_back(&objectClass);
+    objectClass.module->classes.push_back(&objectClass);
     classes_.emplace(&node, &objectClass);
 }
 
@@ -121,6 +124,7 @@ void Resolver::declareValue(Module& module, const AssignmentNode& node) {
             key.name = *annotations.key;
             key.span = annotations.key->span;
             object.key = values_.objectId(key);
+            object.keyName = cppIdentifier(key.name.text);
         }
         module.objects.push_back(&object);
         objects_.emplace(&node, &object);

@@ -23,29 +23,33 @@ struct Resolver::ObjectFields {
 // The class that the name means, through other names for it. Quiet: null when it is no class, without a message.
 const Class* Resolver::findClass(const Name& name, bool isQuiet) {
     const AssignmentNode* found = isQuiet ? scope_.findQuietly(name) : scope_.find(name);
-    if (found == nullptr && isQuiet) {
-        return nullptr;
-    }
+    const AssignmentNode* alias = nullptr;
+    const bool isKnown = found != nullptr;
     for (int hops = 0; found != nullptr && hops < kMaxDepth; ++hops) {
         if (found->kind == AssignmentNode::Kind::Class) {
-            if (classes_.find(found) == classes_.end() && !found->hasParameters) {
-                declareClass(model_.modules[found->name.span.file], *found);
-            }
-            const auto known = classes_.find(found);
-            return known == classes_.end() ? nullptr : known->second;
+            return classOf(*found, alias);
         }
         const bool isAlias = found->kind == AssignmentNode::Kind::Type && !found->hasParameters &&
                              found->type->syntax == TypeSyntax::Reference && found->type->tags.empty();
-        if (!isAlias) {
-            break;
-        }
-        const Name next = found->type->name;
-        found = scope_.findQuietly(next);
+        alias = found;
+        found = isAlias ? scope_.findQuietly(found->type->name) : nullptr;
     }
-    if (!isQuiet && scope_.findQuietly(name) != nullptr) {
+    if (!isQuiet && isKnown) {
         diagnostics_.error(name.span, quoted(name.text) + " is not a class");
     }
     return nullptr;
+}
+
+// What ASN.1 itself defines becomes a class under the first name that a module gives it; all other names for a class
+// are only that.
+const Class* Resolver::classOf(const AssignmentNode& node, const AssignmentNode* alias) {
+    const bool isBuiltin = scope_.moduleOf(node.name.span).isBuiltin;
+    const AssignmentNode& owner = isBuiltin && alias != nullptr ? *alias : node;
+    if (!node.hasParameters && classes_.find(&owner) == classes_.end()) {
+        makeClass(owner, *node.objectClass);
+    }
+    const auto known = classes_.find(&owner);
+    return known == classes_.end() ? nullptr : known->second;
 }
 
 void Resolver::defineClass(Class& objectClass) {
@@ -158,6 +162,7 @@ void Resolver::defineObject(Object& object, const AssignmentNode& node) {
     }
     if (fields.key && !object.key) {
         object.key = values_.objectId(*fields.key);
+        object.keyName = cppIdentifier(fields.key->name.text);
     } else if (!object.key) {
         diagnostics_.error(node.name.span, "this object has no key");
     }

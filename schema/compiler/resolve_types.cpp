@@ -447,6 +447,7 @@ void Resolver::applyConstraints(const TypeNode& node, Use& use, const std::vecto
     }
 }
 
+// Of several ranges the smallest and the largest number count; what lies between passes, too.
 void Resolver::applySize(const ConstraintNode& constraint, Use& use) {
     if (constraint.isExtensible) {
         return;  // other sizes may come, so none can be refused
@@ -464,9 +465,6 @@ void Resolver::applySize(const ConstraintNode& constraint, Use& use) {
         }
         bounds.low = std::min(bounds.low, static_cast<std::uint32_t>(*low));
         bounds.high = std::max(bounds.high, static_cast<std::uint32_t>(*high));
-    }
-    if (constraint.ranges.size() > 1) {
-        diagnostics_.error(constraint.span, "one range of sizes is carried, not several");
     }
     use.size = bounds;
 }
@@ -486,18 +484,18 @@ void Resolver::applyRange(const ConstraintNode& constraint, Use& use, const std:
         }
         return values_.integer(value);
     };
-    if (constraint.ranges.size() != 1) {
-        diagnostics_.error(constraint.span, "one range of numbers is carried, not several");
-        return;
-    }
-    const RangeNode& range = constraint.ranges.front();
     ValueBounds bounds;
     bounds.span = constraint.span;
-    bounds.low = range.low ? evaluate(*range.low) : std::nullopt;
-    bounds.high = range.high ? evaluate(*range.high) : std::nullopt;
-    if (bounds.low && bounds.high && *bounds.high < *bounds.low) {
-        diagnostics_.error(constraint.span, "this range is empty");
-        return;
+    for (const RangeNode& range : constraint.ranges) {
+        const std::optional<std::int64_t> low = range.low ? evaluate(*range.low) : std::nullopt;
+        const std::optional<std::int64_t> high = range.high ? evaluate(*range.high) : std::nullopt;
+        if (low && high && *high < *low) {
+            diagnostics_.error(constraint.span, "this range is empty");
+            return;
+        }
+        const bool isFirst = &range == &constraint.ranges.front();
+        bounds.low = isFirst ? low : low && bounds.low ? std::min(low, bounds.low) : std::nullopt;
+        bounds.high = isFirst ? high : high && bounds.high ? std::max(high, bounds.high) : std::nullopt;
     }
     use.range = bounds;
 }

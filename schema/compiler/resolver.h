@@ -31,7 +31,8 @@ private:
     // resolve.cpp
     void declare(Module& module, const AssignmentNode& node);
     void declareType(Module& module, const AssignmentNode& node);
-    void declareClass(Module& module, const AssignmentNode& node);
+    void declareClass(const AssignmentNode& node);
+    void makeClass(const AssignmentNode& node, const ClassNode& body);
     void declareValue(Module& module, const AssignmentNode& node);
     void declareSet(Module& module, const AssignmentNode& node);
     void placeSharedLists();
@@ -68,6 +69,7 @@ private:
 
     // resolve_objects.cpp
     const Class* findClass(const Name& name, bool isQuiet);
+    const Class* classOf(const AssignmentNode& node, const AssignmentNode* alias);
     void defineClass(Class& objectClass);
     struct ObjectFields;
     bool readSyntax(Parser& parser, const std::vector<SyntaxNode>& syntax, const Class& objectClass,

@@ -1,0 +1,468 @@
+// Modules, types, objects and the order of everything; single members are in layout_member.cpp.
+#include "schema/compiler/layout.h"
+
+#include <algorithm>
+#include <map>
+#include <set>
+#include <unordered_map>
+#include <unordered_set>
+
+#include "schema/compiler/layout_member.h"
+#include "schema/compiler/queries.h"
+
+namespace schemac {
+namespace {
+
+using TypeSet = std::unordered_set<const Type*>;
+
+bool isRecord(const Type& type) {
+    return type.use.kind == Kind::Sequence || type.use.kind == Kind::Set;
+}
+
+bool isList(const Type& type) {
+    return type.use.kind == Kind::SequenceOf || type.use.kind == Kind::SetOf;
+}
+
+// Which records would embed themselves: there a pointer takes the place of the embedded record.
+class Embedding {
+public:
+    bool isCircular(const Type& owner, const Use& use) {
+        const Type* const inner = underlyingType(use);
+        return inner != nullptr && isRecord(*inner) && reach(*inner).count(&owner) != 0;
+    }
+
+private:
+    // All records that `root` embeds, itself included.
+    const TypeSet& reach(const Type& root) {
+        const auto [known, isNew] = reach_.try_emplace(&root);
+        if (!isNew) {
+            return known->second;
+        }
+        TypeSet found{&root};
+        std::vector<const Type*> waiting{&root};
+        while (!waiting.empty()) {
+            const Type* const type = waiting.back();
+            waiting.pop_back();
+            for (const Member& member : type->members) {
+                const Type* const inner = isRecord(*type) ? underlyingType(member.use) : nullptr;
+                if (inner != nullptr && isRecord(*inner) && found.insert(inner).second) {
+                    waiting.push_back(inner);
+                }
+            }
+        }
+        return reach_[&root] = std::move(found);
+    }
+
+    std::unordered_map<const Type*, TypeSet> reach_;
+};
+
+class Layouter {
+public:
+    Layouter(const Model& model, const Sources& sources, Diagnostics& diagnostics)
+        : model_(model), sources_(sources), diagnostics_(diagnostics) {}
+
+    Layout run() {
+        Layout layout;
+        for (const Module& module : model_.modules) {
+            for (const ObjectId& id : module.objectIds) {
+                const bool isNew = !id.isLocal && constants_.emplace(id.cppName, id.arcs).second;
+                if (isNew) {
+                    layout.constants.push_back({id.cppName, id.arcs});
+                }
+            }
+        }
+        for (const Module& module : model_.modules) {
+            if (!module.isBuiltin) {
+                layout.modules.push_back(layOutModule(module));
+            }
+        }
+        reportIncludeCircles(layout);
+        return layout;
+    }
+
+private:
+    ModuleLayout layOutModule(const Module& module) {
+        current_ = ModuleLayout();
+        current_.module = &module;
+        current_.stem = sources_.stem(module.file);
+        header_.clear();
+        source_.clear();
+        foreign_.clear();
+        placed_.clear();
+        for (const Class* objectClass : module.classes) {
+            if (!objectClass->keyField.empty() && !objectClass->typeField.empty()) {
+                current_.classes.push_back({objectClass, objectClass->cppName, objectClass->typeField});
+            }
+        }
+        for (const Type* type : module.types) {
+            place(*type);
+        }
+        for (const Object* object : module.objects) {
+            current_.objects.push_back(layOutObject(*object));
+        }
+        for (const ObjectSet* set : module.sets) {
+            current_.sets.push_back(layOutSet(*set));
+        }
+        current_.headerIncludes = stems(header_);
+        current_.sourceIncludes = stems(source_);
+        for (const Type* type : foreign_) {
+            if (header_.count(type->module) == 0) {
+                current_.foreignStructs.push_back("ASN1T_" + type->cppName);
+            }
+        }
+        std::sort(current_.foreignStructs.begin(), current_.foreignStructs.end());
+        return std::move(current_);
+    }
+
+    std::vector<std::string> stems(const std::set<const Module*>& modules) const {
+        std::vector<std::string> names;
+        for (const Module* module : modules) {
+            names.push_back(sources_.stem(module->file));
+        }
+        std::sort(names.begin(), names.end());
+        return names;
+    }
+
+    void needHeader(const Module* module) {
+        if (module != current_.module) {
+            header_.insert(module);
+        }
+        needSource(module);
+    }
+    void needSource(const Module* module) {
+        if (module != current_.module) {
+            source_.insert(module);
+        }
+    }
+    // A pointer to the record is held: its name is enough.
+    void needName(const Use& use) {
+        const Type* const record = isStructuredUse(use) ? underlyingType(use) : nullptr;
+        if (record == nullptr) {
+            if (use.kind == Kind::Named && describePlain(use).kind == "FixedOctetString") {
+                needHeader(use.type->module);
+            }
+            return;
+        }
+        needSource(record->module);
+        const bool hasStruct = !isList(*record) || record->isArray || !record->isLifted;
+        if (record->module != current_.module && hasStruct) {
+            foreign_.insert(record);
+        }
+    }
+
+    // Puts the type behind those that its C++ definition needs complete.
+    void place(const Type& type) {
+        if (type.module != current_.module) {
+            needHeader(type.module);
+            return;
+        }
+        if (!placed_.insert(&type).second) {
+            return;
+        }
+        for (const Type* needed : needs(type)) {
+            place(*needed);
+        }
+        current_.types.push_back(layOutType(type));
+    }
+
+    std::vector<const Type*> needs(const Type& type) {
+        std::vector<const Type*> needed;
+        if (type.use.kind == Kind::Named) {
+            needed.push_back(type.use.type);
+        }
+        for (const Member& member : type.members) {
+            const bool isEmbedded = isRecord(type) && !embedding_.isCircular(type, member.use);
+            if (isEmbedded && member.use.kind == Kind::Named) {
+                needed.push_back(member.use.type);
+            }
+        }
+        return needed;
+    }
+
+    TypeLayout layOutType(const Type& type) {
+        TypeLayout layout;
+        layout.type = &type;
+        layout.name = type.cppName;
+        layout.functionName = type.cppName;
+        layout.typeInfo = typeInfoName(type);
+        layout.shape = (type.use.tags.empty() ? "kType_" : "kShape_") + type.cppName;
+        layout.controlBase = type.control.empty() ? "schema::RecordBase" : type.control;
+        if (const Type* const target = aliasTarget(type)) {
+            layout.form = TypeForm::Alias;
+            layout.aliasOf = target->cppName;
+            setFunctionName(type, layout);
+            return layout;
+        }
+        if (isRecord(type) || type.use.kind == Kind::Choice) {
+            layOutRecord(type, layout);
+        } else if (isList(type)) {
+            layOutList(type, layout);
+        } else {
+            layOutPlain(type, layout);
+        }
+        if (isStructuredUse(type.use) && !type.use.tags.empty()) {
+            Use whole;
+            whole.kind = Kind::Named;
+            whole.type = const_cast<Type*>(&type);
+            layout.tag = describeMember(whole, "*pvalue", false);
+        }
+        return layout;
+    }
+
+    // The functions of NULL types end in "_", which sets them apart from the control class.
+    static void setFunctionName(const Type& type, TypeLayout& layout) {
+        if (underlyingKind(type.use) == Kind::Null) {
+            layout.functionName += "_";
+        }
+    }
+
+    void layOutRecord(const Type& type, TypeLayout& layout) {
+        const bool isChoice = type.use.kind == Kind::Choice;
+        layout.form = isChoice ? TypeForm::Choice : TypeForm::Record;
+        layout.kind = isChoice ? "Choice" : type.use.kind == Kind::Set ? "Set" : "Sequence";
+        layout.isExtensible = type.isExtensible && !isChoice;
+        for (const Member& member : type.members) {
+            layout.members.push_back(isChoice ? layOutAlternative(type, member) : layOutField(type, member, layout));
+        }
+        if (type.table) {
+            layOutTable(type, layout);
+        }
+    }
+
+    MemberLayout layOutField(const Type& type, const Member& member, TypeLayout& layout) {
+        const bool isPointer = embedding_.isCircular(type, member.use);
+        MemberLayout result = describeMember(member.use, "pvalue->" + member.cppName, isPointer);
+        result.name = member.cppName;
+        const bool isBoolean = underlyingKind(member.use) == Kind::Boolean;
+        if (member.presence == Presence::Default && isBoolean) {
+            const bool isTrue = member.defaultValue.text == "TRUE";
+            result.flags.emplace(result.flags.begin(), isTrue ? "kDefaultTrue" : "kDefaultFalse");
+        } else if (member.presence != Presence::Required) {
+            result.flags.emplace(result.flags.begin(), "kOptional");
+            result.bit = static_cast<unsigned>(layout.presenceBits.size());
+            layout.presenceBits.push_back(member.cppName + "Present");
+        } else {
+            ++layout.numRequired;
+        }
+        if (isPointer) {
+            result.cppType = pointeeType(member.use) + "*";
+            result.initializer = " = nullptr";
+            needName(member.use);
+            return result;
+        }
+        result.cppType = fieldType(member.use);
+        if (result.typeInfo.empty()) {
+            result.initializer = describePlain(member.use).initializer;
+        } else {
+            needSource(underlyingType(member.use)->module);
+        }
+        nameOctets(result);
+        return result;
+    }
+
+    // Octets held in place that no type names get a struct of their own in the record.
+    static void nameOctets(MemberLayout& member) {
+        if (member.kind == "FixedOctetString" && member.cppType.empty()) {
+            member.octetsStruct = member.name + "Octets";
+            member.maxOctets = member.upper.value_or(0);
+            member.cppType = member.octetsStruct;
+        }
+    }
+
+    // Numbers and text stand in the union by value, all else by pointer.
+    MemberLayout layOutAlternative(const Type& type, const Member& member) {
+        (void)type;
+        const bool isStructured = isStructuredUse(member.use);
+        const Kind kind = underlyingKind(member.use);
+        const bool isPointer = isStructured || (kind != Kind::Null && !describePlain(member.use).isWord);
+        MemberLayout result = describeMember(member.use, "pvalue->u." + member.cppName, isPointer);
+        result.name = member.cppName;
+        result.cppType = pointeeType(member.use);
+        nameOctets(result);
+        if (isPointer) {
+            result.cppType += "*";
+            result.initializer = " = nullptr";
+            needName(member.use);
+        } else if (kind != Kind::Null) {
+            result.initializer = describePlain(member.use).initializer;
+        }
+        return result;
+    }
+
+    void layOutTable(const Type& type, TypeLayout& layout) {
+        const TypeTable& table = *type.table;
+        needSource(table.set->module);
+        needSource(table.set->objectClass->module);
+        TableLayout result;
+        result.setName = table.set->cppName;
+        result.className = table.set->objectClass->cppName;
+        result.keyMember = type.members[table.keyMember].cppName;
+        result.rawMember = type.members[table.valueMember].cppName;
+        if (table.form != TableForm::ListOfElements) {
+            result.objectMember = result.rawMember + "Object";
+        }
+        if (table.form == TableForm::InOctetString) {
+            MemberLayout& raw = layout.members[table.valueMember];
+            raw.cppType = "ASN1TDynOctStr";
+            raw.initializer = " = {}";
+        }
+        layout.table = result;
+    }
+
+    void layOutList(const Type& type, TypeLayout& layout) {
+        const bool isSet = type.use.kind == Kind::SetOf;
+        const Use& element = *type.element;
+        layout.kind = type.isArray ? "Array" : isSet ? "SetOf" : "SequenceOf";
+        layout.form = type.isArray ? TypeForm::Array : type.isLifted ? TypeForm::LiftedList : TypeForm::List;
+        if (!type.isArray && type.control.empty()) {
+            layout.controlBase = "schema::ListBase";
+        }
+        if (type.use.size) {
+            layout.lower = type.use.size->low;
+            layout.upper = type.use.size->high;
+        }
+        MemberLayout member = describeMember(element, "pvalue->elem[xx1]", false);
+        member.name = "element";
+        if (element.table) {
+            member.kind = "TypedValue";
+        }
+        layout.elementName = element.table ? "Asn1TObject" : elementType(element);
+        needName(element);
+        if (type.isArray) {
+            layout.cppType = pointeeType(element);
+            member.cppType = layout.cppType;
+            nameOctets(member);
+            layout.cppType = member.cppType;
+        }
+        layout.members.push_back(std::move(member));
+    }
+
+    static std::string elementType(const Use& use) {
+        return use.kind == Kind::Named ? "ASN1T_" + use.type->cppName : describePlain(use).cppType;
+    }
+
+    void layOutPlain(const Type& type, TypeLayout& layout) {
+        setFunctionName(type, layout);
+        if (isStructuredUse(type.use)) {  // a tagged alias of a record
+            layout.cppType = "ASN1T_" + type.use.type->cppName;
+            layout.kind = "Tagged";
+            needSource(underlyingType(type.use)->module);
+            return;
+        }
+        const Plain plain = describePlain(type.use);
+        const Kind kind = underlyingKind(type.use);
+        layout.kind = plain.kind;
+        layout.cppType = kind == Kind::Null ? "std::uint8_t" : plain.cppType;
+        layout.members.push_back(describeMember(type.use, "*pvalue", false));
+        if (plain.kind == "FixedOctetString") {
+            layout.form = TypeForm::Octets;
+            layout.maxOctets = plain.upper.value_or(0);
+        }
+        if (!type.control.empty()) {
+            return;
+        }
+        layout.controlBase = kind == Kind::BitString         ? "schema::BitStringBase"
+                             : kind == Kind::GeneralizedTime ? "schema::GeneralizedTimeBase"
+                             : kind == Kind::UTCTime         ? "schema::UtcTimeBase"
+                                                             : "schema::RecordBase";
+    }
+
+    ObjectLayout layOutObject(const Object& object) {
+        ObjectLayout layout;
+        layout.object = &object;
+        layout.name = object.cppName;
+        layout.className = object.objectClass->cppName;
+        needHeader(object.objectClass->module);
+        layout.value = "schema::RawValue";
+        if (object.hasValue && underlyingKind(object.value) == Kind::Null) {
+            layout.value = "schema::NullValue";
+        } else if (object.hasValue) {
+            const Type& type = *object.value.type;
+            needHeader(type.module);
+            layout.value =
+                "schema::ValueOf<ASN1T_" + type.cppName + ", ASN1C_" + type.cppName + ", " + typeInfoName(type) + ">";
+        }
+        const auto constant = constants_.find(object.keyName);
+        const bool isNamed = constant != constants_.end() && constant->second == *object.key;
+        layout.key = isNamed ? object.keyName : literal(*object.key);
+        return layout;
+    }
+
+    static std::string literal(const Arcs& arcs) {
+        std::string text = "ASN1OBJID{" + std::to_string(arcs.size()) + ", {";
+        for (std::size_t i = 0; i < arcs.size(); ++i) {
+            text += (i == 0 ? "" : ", ") + std::to_string(arcs[i]);
+        }
+        return text + "}}";
+    }
+
+    SetLayout layOutSet(const ObjectSet& set) {
+        SetLayout layout;
+        layout.set = &set;
+        layout.name = set.cppName;
+        layout.className = set.objectClass->cppName;
+        needHeader(set.objectClass->module);
+        for (const ObjectSet::Entry& entry : set.objects) {
+            layout.objects.push_back(entry.object->cppName);
+            needSource(entry.object->module);
+        }
+        return layout;
+    }
+
+    // Headers that include each other could not be compiled.
+    void reportIncludeCircles(const Layout& layout) {
+        std::map<std::string, const ModuleLayout*> byStem;
+        for (const ModuleLayout& module : layout.modules) {
+            const auto [twin, isNew] = byStem.emplace(module.stem, &module);
+            const bool isTaken = module.stem == "identifiers" && !module.isEmpty();
+            if ((!isNew && !module.isEmpty()) || isTaken) {
+                diagnostics_.error(module.module->name.span, "the file name " + quoted(module.stem) + " is taken");
+            }
+        }
+        for (const ModuleLayout& module : layout.modules) {
+            std::set<std::string> seen;
+            std::vector<std::string> waiting = module.headerIncludes;
+            while (!waiting.empty()) {
+                const std::string stem = waiting.back();
+                waiting.pop_back();
+                if (stem == module.stem) {
+                    diagnostics_.error(
+                        module.module->name.span,
+                        "this module and others need each other's records complete: " + circle(module, byStem));
+                    break;
+                }
+                if (seen.insert(stem).second) {
+                    const auto& next = byStem.at(stem)->headerIncludes;
+                    waiting.insert(waiting.end(), next.begin(), next.end());
+                }
+            }
+        }
+    }
+
+    static std::string circle(const ModuleLayout& module, const std::map<std::string, const ModuleLayout*>& byStem) {
+        std::string text;
+        for (const std::string& stem : module.headerIncludes) {
+            text += (text.empty() ? "" : ", ") + std::string(byStem.at(stem)->module->name.text);
+        }
+        return text;
+    }
+
+    const Model& model_;
+    const Sources& sources_;
+    Diagnostics& diagnostics_;
+    Embedding embedding_;
+    std::map<std::string, Arcs> constants_;
+    ModuleLayout current_;
+    std::set<const Module*> header_;
+    std::set<const Module*> source_;
+    std::set<const Type*> foreign_;
+    TypeSet placed_;
+};
+
+}  // namespace
+
+Layout layOut(const Model& model, const Sources& sources, Diagnostics& diagnostics) {
+    return Layouter(model, sources, diagnostics).run();
+}
+
+}  // namespace schemac
