@@ -1,0 +1,117 @@
+// How policy is read is settled once per process, so each test runs in a process of its own.
+#include "client/policy/policy_reading.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <functional>
+#include <memory>
+#include <thread>
+#include <vector>
+
+#include "client/policy/request_policy.h"
+#include "client/policy/response_policy.h"
+#include "tests/client/policy/settings_file.h"
+#include "tests/support/status_matcher.h"
+
+namespace {
+
+using Orvane::PKI::OCSP::Client::CRequestPolicy;
+using Orvane::PKI::OCSP::Client::CResponsePolicy;
+using Orvane::PKI::OCSP::Client::IssuerPropAIAEnabled;
+using Orvane::PKI::OCSP::Client::PolicyBinding;
+using testkit::IsStatus;
+using testkit::SettingsFile;
+using testkit::thrownStatus;
+
+using RequestBinding = PolicyBinding<CRequestPolicy>;
+using ResponseBinding = PolicyBinding<CResponsePolicy>;
+
+void inOwnProcess(const std::function<void(SettingsFile&)>& check) {
+    EXPECT_EXIT(
+        {
+            auto settings = std::make_unique<SettingsFile>();
+            check(*settings);
+            settings.reset();
+            std::exit(testing::Test::HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
+        },
+        testing::ExitedWithCode(EXIT_SUCCESS), "");
+}
+
+TEST(PolicyReading, OneObjectServesTheWholeProcess) {
+    inOwnProcess([](SettingsFile& settings) {
+        settings.write("NonceLength = 16\n");
+        RequestBinding first;
+        first.bind();
+        settings.write("NonceLength = 32\nLegacyPolicyReading = true\n");
+        std::vector<std::thread> threads;
+        for (int i = 0; i < 8; ++i) {
+            threads.emplace_back([&first] {
+                RequestBinding other;
+                other.bind();
+                EXPECT_EQ(other.get(), first.get());
+            });
+        }
+        for (std::thread& thread : threads) {
+            thread.join();
+        }
+        EXPECT_EQ(first->NonceLength, 16L);
+        EXPECT_EQ(first.get(), Orvane::PKI::OCSP::Client::sharedRequestPolicy());
+        EXPECT_EQ(IsLegacyPolicyReading(), 0);
+    });
+}
+
+TEST(PolicyReading, LegacyReadingGivesEachObjectItsOwnAndReadsItAnew) {
+    inOwnProcess([](SettingsFile& settings) {
+        settings.write("LegacyPolicyReading = true\nThisUpdateAccuracyUnits = 1\n");
+        RequestBinding request;
+        ResponseBinding response;
+        request.bind();
+        response.bind();
+        settings.write("ThisUpdateAccuracyUnits = 2\n");
+        RequestBinding later;
+        later.bind();
+        EXPECT_EQ(IsLegacyPolicyReading(), 1);
+        EXPECT_EQ(request->ThisUpdateAccuracyUnits, 1L);
+        EXPECT_EQ(later->ThisUpdateAccuracyUnits, 2L);
+        response.bind();
+        EXPECT_EQ(response->ThisUpdateAccuracyUnits, 2L);
+        // A failure comes through as it is, and leaves nothing bound.
+        settings.breakFile();
+        EXPECT_EQ(thrownStatus([&] { request.bind(); }), static_cast<std::int32_t>(ERROR_BAD_FORMAT));
+        EXPECT_EQ(request.get(), nullptr);
+        settings.write("");
+        request.bind();
+        EXPECT_EQ(request->ThisUpdateAccuracyUnits, 7L);
+    });
+}
+
+TEST(PolicyReading, AFailureToMakeTheObjectIsFinalForItsSide) {
+    inOwnProcess([](SettingsFile& settings) {
+        settings.breakFile();
+        RequestBinding request;
+        EXPECT_THAT(thrownStatus([&] { request.bind(); }), IsStatus(status::kNoPolicy));
+        settings.write("LegacyPolicyReading = true\n");
+        EXPECT_THAT(thrownStatus([&] { request.bind(); }), IsStatus(status::kNoPolicy));
+        EXPECT_EQ(request.get(), nullptr);
+        ResponseBinding response;
+        response.bind();
+        EXPECT_NE(response.get(), nullptr);
+    });
+}
+
+TEST(PolicyReading, IssuerPropertyIsAskedUnlessSwitchedOff) {
+    inOwnProcess([](SettingsFile& settings) {
+        settings.write("IssuerPropAIADisabled = true\n");
+        EXPECT_FALSE(IssuerPropAIAEnabled());
+        settings.write("");
+        EXPECT_FALSE(IssuerPropAIAEnabled());
+    });
+    inOwnProcess([](SettingsFile&) { EXPECT_TRUE(IssuerPropAIAEnabled()); });
+    inOwnProcess([](SettingsFile& settings) {
+        settings.breakFile();
+        EXPECT_TRUE(IssuerPropAIAEnabled());
+    });
+}
+
+}  // namespace
