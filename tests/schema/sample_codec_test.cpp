@@ -2,89 +2,17 @@
 #include <gtest/gtest.h>
 
 #include <cstring>
+#include <memory>
 #include <string>
-#include <vector>
 
-#include "asn1rt/decode.h"
-#include "asn1rt/encode.h"
+#include "tests/schema/codec_fixture.h"
 #include "tests/schema/sample/sample.h"
 
 namespace {
 
 using namespace asn1data;
-using Octets = std::vector<std::uint8_t>;
-
-/// "30 03 02 01 05" to octets.
-Octets hex(const std::string& text) {
-    Octets octets;
-    std::string digits;
-    for (char c : text) {
-        if (c != ' ') {
-            digits += c;
-        }
-    }
-    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-        octets.push_back(static_cast<std::uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
-    }
-    return octets;
-}
-
-std::string toHex(const std::uint8_t* data, std::size_t size) {
-    static const char* const kDigits = "0123456789ABCDEF";
-    std::string text;
-    for (std::size_t i = 0; i < size; ++i) {
-        text += (i != 0 ? " " : "");
-        text += kDigits[data[i] >> 4];
-        text += kDigits[data[i] & 15];
-    }
-    return text;
-}
-
-/// A context for one test; the input of `decode` is copied so that a read past its end shows under the sanitizer.
-class SampleCodec : public testing::Test {
-protected:
-    void SetUp() override { ASSERT_EQ(rtInitContext(&ctxt_, nullptr), 0); }
-    void TearDown() override { rtFreeContext(&ctxt_); }
-
-    template <class Record>
-    int decode(int (*decoder)(ASN1CTXT*, Record*, ASN1TagType, int), Record& record, const std::string& octets) {
-        input_ = hex(octets);
-        rtErrReset(&ctxt_.errInfo);
-        const int status = xd_setp(&ctxt_, input_.data(), static_cast<int>(input_.size()), nullptr, nullptr);
-        return status != 0 ? status : decoder(&ctxt_, &record, TAG_EXPLICIT, 0);
-    }
-
-    template <class Record>
-    int encode(int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), Record& record, std::string* octets = nullptr) {
-        rtErrReset(&ctxt_.errInfo);
-        const int status = xe_setp(&ctxt_, nullptr, 0);
-        if (status != 0) {
-            return status;
-        }
-        const int length = encoder(&ctxt_, &record, TAG_EXPLICIT);
-        if (length >= 0 && octets != nullptr) {
-            *octets = toHex(xe_getp(&ctxt_), static_cast<std::size_t>(length));
-        }
-        return length;
-    }
-
-    /// Decodes, encodes again, and answers the octets, or the status as text.
-    template <class Record>
-    std::string again(int (*decoder)(ASN1CTXT*, Record*, ASN1TagType, int),
-                      int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), const std::string& octets) {
-        Record record = {};
-        int status = decode(decoder, record, octets);
-        if (status != 0) {
-            return "decode " + std::to_string(status);
-        }
-        std::string text;
-        status = encode(encoder, record, &text);
-        return status < 0 ? "encode " + std::to_string(status) : text;
-    }
-
-    ASN1CTXT ctxt_;
-    Octets input_;
-};
+using SampleCodec = schematest::CodecTest;
+using schematest::Octets;
 
 struct Row {
     const char* name;
@@ -127,6 +55,280 @@ TEST_F(SampleCodec, SequenceMembersComeAndGoByTheRules) {
     for (const Row& row : rows) {
         EXPECT_EQ(again(asn1D_Message, asn1E_Message, row.input), row.result) << row.name;
     }
+}
+
+TEST_F(SampleCodec, ChoiceComparesTheWholeTag) {
+    const Row rows[] = {
+        {"string by value", "13 02 61 62", "13 02 61 62"},
+        {"other string", "0C 02 C3 A4", "0C 02 C3 A4"},
+        {"number by value", "80 02 00 C8", "80 02 00 C8"},
+        {"octets behind a pointer", "81 03 01 02 03", "81 03 01 02 03"},
+        {"record behind a pointer", "A2 0B 02 01 06 0A 01 00 30 03 13 01 62", "A2 0B 02 01 06 0A 01 00 30 03 13 01 62"},
+        {"null", "83 00", "83 00"},
+        {"explicit wrapper", "A4 04 03 02 06 40", "A4 04 03 02 06 40"},
+        {"unlisted tag", "04 01 00", "decode -11"},
+        {"primitive where constructed is meant", "82 0B 02 01 06 0A 01 00 30 03 13 01 62", "decode -11"},
+        {"constructed where primitive is meant", "A3 00", "decode -11"},
+        {"wrapper around another type", "A4 03 02 01 05", "decode -3"},
+        {"string too long", "13 09 61 61 61 61 61 61 61 61 61", "decode -23"},
+        {"string empty", "0C 00", "decode -23"},
+        {"eight characters in sixteen octets", "0C 10 C3 A4 C3 A4 C3 A4 C3 A4 C3 A4 C3 A4 C3 A4 C3 A4",
+         "0C 10 C3 A4 C3 A4 C3 A4 C3 A4 C3 A4 C3 A4 C3 A4 C3 A4"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(again(asn1D_Label, asn1E_Label, row.input), row.result) << row.name;
+    }
+}
+
+TEST_F(SampleCodec, ChoiceWithoutAlternativeWritesNothing) {
+    ASN1T_Label label;
+    for (const std::uint32_t t : {0U, 8U}) {
+        label.t = t;
+        EXPECT_EQ(encode(asn1E_Label, label), STATUS_BAD_CHOICE) << t;
+        EXPECT_EQ(ctxt_.buffer.byteIndex, ctxt_.buffer.size - 1);
+    }
+    label.t = ASN1T_Label::T_octets;  // and no value behind the pointer
+    label.u.octets = nullptr;
+    EXPECT_EQ(encode(asn1E_Label, label), STATUS_BAD_VALUE);
+}
+
+TEST_F(SampleCodec, SetTakesMembersInAnyOrderOnce) {
+    const Row rows[] = {
+        {"in order", "31 06 80 01 05 81 01 61", "31 06 80 01 05 81 01 61"},
+        {"out of order", "31 06 81 01 61 80 01 05", "31 06 80 01 05 81 01 61"},
+        {"optional absent", "31 03 80 01 05", "31 03 80 01 05"},
+        {"required absent", "31 03 81 01 61", "decode -8"},
+        {"twice", "31 06 80 01 05 80 01 05", "decode -7"},
+        {"unknown", "31 06 80 01 05 82 01 05", "decode -9"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(again(asn1D_Pair, asn1E_Pair, row.input), row.result) << row.name;
+    }
+}
+
+TEST_F(SampleCodec, ListsKeepOrderAndSetsAreSorted) {
+    EXPECT_EQ(again(asn1D_Labels, asn1E_Labels, "30 09 13 01 63 13 01 61 13 01 62"),
+              "30 09 13 01 63 13 01 61 13 01 62");
+    EXPECT_EQ(again(asn1D_LabelSet, asn1E_LabelSet, "31 0A 13 01 63 13 02 61 62 13 01 61"),
+              "31 0A 13 01 61 13 01 63 13 02 61 62");
+    EXPECT_EQ(again(asn1D_LabelSet, asn1E_LabelSet, "31 00"), "31 00");
+    EXPECT_EQ(again(asn1D_Labels, asn1E_Labels, "30 00"), "decode -23");
+    ASN1T_Labels empty;
+    EXPECT_EQ(encode(asn1E_Labels, empty), STATUS_CONSTRAINT);
+}
+
+TEST_F(SampleCodec, ArrayHoldsWhatWasCounted) {
+    const Row rows[] = {
+        {"empty", "30 00", "30 00"},
+        {"two", "30 07 06 01 2A 06 02 88 37", "30 07 06 01 2A 06 02 88 37"},
+        {"indefinite", "30 80 06 01 2A 06 02 88 37 00 00", "30 07 06 01 2A 06 02 88 37"},
+        {"wrong element", "30 06 06 01 2A 02 01 05", "decode -3"},
+        {"element cut off by the input", "30 06 06 01 2A 06 05 88", "decode -2"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(again(asn1D_Purposes, asn1E_Purposes, row.input), row.result) << row.name;
+    }
+    ASN1T_Purposes purposes;
+    purposes.n = 1;
+    EXPECT_EQ(encode(asn1E_Purposes, purposes), STATUS_BAD_VALUE);
+}
+
+TEST_F(SampleCodec, ExtensionAdditionsSurvive) {
+    EXPECT_EQ(again(asn1D_Blob, asn1E_Blob, "30 0B 04 02 AA BB 02 01 05 30 02 05 00"),
+              "30 0B 04 02 AA BB 02 01 05 30 02 05 00");
+    EXPECT_EQ(again(asn1D_Blob, asn1E_Blob, "30 00"), "decode -8");
+    EXPECT_EQ(again(asn1D_Blob, asn1E_Blob, "30 02 04 00"), "decode -23");
+    EXPECT_EQ(again(asn1D_Blob, asn1E_Blob, "30 0B 04 09 00 00 00 00 00 00 00 00 00"), "decode -17");
+}
+
+TEST_F(SampleCodec, OpenValuesAreDecodedWhereTheKeyIsKnown) {
+    struct {
+        const char* name;
+        const char* input;
+        bool isDecoded;
+        int status;
+    } const rows[] = {
+        {"known", "30 08 06 03 88 37 01 0C 01 61", true, 0},
+        {"known, value absent", "30 05 06 03 88 37 01", false, 0},
+        {"known, not decodable", "30 08 06 03 88 37 01 02 01 61", false, STATUS_TAG_MISMATCH},
+        {"known, inner status of a CHOICE", "30 08 06 03 88 37 02 02 01 61", false, STATUS_BAD_CHOICE},
+        {"known, NULL", "30 07 06 03 88 37 03 05 00", false, 0},
+        {"known, NULL with contents", "30 08 06 03 88 37 03 05 01 00", false, STATUS_BAD_LENGTH},
+        {"known, carried raw", "30 08 06 03 88 37 04 02 01 61", false, 0},
+        {"unknown", "30 08 06 03 88 37 05 02 01 61", false, 0},
+        {"unknown, shorter", "30 07 06 02 88 37 02 01 61", false, 0},
+    };
+    for (const auto& row : rows) {
+        ASN1T_Typed typed;
+        EXPECT_EQ(decode(asn1D_Typed, typed, std::string(row.input)), row.status) << row.name;
+        EXPECT_EQ(ctxt_.errInfo.status, row.status) << row.name;
+        if (row.status == 0) {
+            EXPECT_EQ(typed.valueObject.decoded != nullptr, row.isDecoded) << row.name;
+            EXPECT_EQ(again(asn1D_Typed, asn1E_Typed, row.input), row.input) << row.name;
+        }
+    }
+}
+
+TEST_F(SampleCodec, DecodedFormOfAnOpenValueIsWhatIsWritten) {
+    ASN1T_Typed typed;
+    ASSERT_EQ(decode(asn1D_Typed, typed, std::string("30 08 06 03 88 37 01 0C 01 61")), 0);
+    *static_cast<const char**>(typed.valueObject.decoded) = "new";
+    std::string octets;
+    ASSERT_GT(encode(asn1E_Typed, typed, &octets), 0);
+    EXPECT_EQ(octets, "30 0A 06 03 88 37 01 0C 03 6E 65 77");
+
+    typed.valueObject.decoded = nullptr;  // now the raw octets stand, as they were made
+    ASSERT_GT(encode(asn1E_Typed, typed, &octets), 0);
+    EXPECT_EQ(octets, "30 0A 06 03 88 37 01 0C 03 6E 65 77");
+}
+
+TEST_F(SampleCodec, ListedOpenValuesFollowTheSameKey) {
+    const char* const input = "30 0D 06 03 88 37 01 31 06 0C 01 62 0C 01 61";
+    ASN1T_TypedList list;
+    ASSERT_EQ(decode(asn1D_TypedList, list, std::string(input)), 0);
+    ASSERT_EQ(list.values.count, 2U);
+    for (const _Asn1RTDListNode* node = list.values.pHead; node != nullptr; node = node->pNext) {
+        EXPECT_NE(static_cast<const Asn1TObject*>(node->data)->decoded, nullptr);
+    }
+    std::string octets;
+    ASSERT_GT(encode(asn1E_TypedList, list, &octets), 0);
+    EXPECT_EQ(octets, "30 0D 06 03 88 37 01 31 06 0C 01 61 0C 01 62");
+    EXPECT_EQ(again(asn1D_TypedList, asn1E_TypedList, "30 0D 06 03 88 37 01 31 06 0C 01 62 02 01 61"), "decode -3");
+}
+
+TEST_F(SampleCodec, LookupComparesEveryArcAndTheCount) {
+    const SampleValues* set = SampleValues::instance(nullptr);
+    EXPECT_NE(set->lookupObject(id_sample_text), nullptr);
+    EXPECT_EQ(set->lookupObject(id_sample), nullptr);
+    ASN1TObjId longer(id_sample_text);
+    longer.subid[longer.numids++] = 0;
+    EXPECT_EQ(set->lookupObject(longer), nullptr);
+    EXPECT_EQ(SampleValues::instance(&ctxt_), set);
+}
+
+TEST_F(SampleCodec, CopiesLiveWithoutTheOriginalAndFreeingTakesAll) {
+    ASN1T_Message original;
+    const std::string input =
+        "30 47 A0 03 02 01 07 02 01 05 01 01 FF 0A 01 01 30 1C 13 01 61 80 01 05 81 01 AA A2 0B 02 01 06 0A 01 00 "
+        "30 03 0C 01 62 A4 04 03 02 06 40 81 02 06 40 30 08 06 03 88 37 01 0C 01 61 A2 0B 02 01 06 0A 01 00 "
+        "30 03 13 01 62";
+    ASSERT_EQ(decode(asn1D_Message, original, input), 0);
+    ASN1T_Message copy;
+    asn1Copy_Message(&ctxt_, &original, &copy);
+    asn1Copy_Message(&ctxt_, &original, &original);  // nothing
+    asn1Free_Message(&ctxt_, &original);
+    EXPECT_EQ(original.m.innerPresent, 0U);
+
+    std::string octets;
+    ASSERT_GT(encode(asn1E_Message, copy, &octets), 0);
+    EXPECT_EQ(octets, input);
+    asn1Free_Message(&ctxt_, &copy);
+}
+
+TEST_F(SampleCodec, FreeingADecodedValueLeavesNothing) {
+    ASN1T_Message message;
+    ASSERT_EQ(decode(asn1D_Message, message,
+                     std::string("30 19 02 01 05 0A 01 01 30 03 13 01 61 81 02 06 40 30 08 06 03 88 37 01 0C 01 61")),
+              0);
+    ASSERT_FALSE(isHeapEmpty());
+    asn1Free_Message(&ctxt_, &message);
+    EXPECT_TRUE(isHeapEmpty());
+    asn1Free_Message(&ctxt_, &message);  // once more does no harm
+
+    ASN1T_Blob blob;
+    ASSERT_EQ(decode(asn1D_Blob, blob, std::string("30 0B 04 02 AA BB 02 01 05 30 02 05 00")), 0);
+    asn1Free_Blob(&ctxt_, &blob);
+    EXPECT_TRUE(isHeapEmpty());
+
+    ASN1T_Purposes purposes;
+    ASSERT_EQ(decode(asn1D_Purposes, purposes, std::string("30 07 06 01 2A 06 02 88 37")), 0);
+    asn1Free_Purposes(&ctxt_, &purposes);
+    EXPECT_TRUE(isHeapEmpty());
+}
+
+TEST_F(SampleCodec, ValuesDecodedInPlaceAreNotFreed) {
+    rtCtxtSetFlag(&ctxt_, CTX_FLAG_ZERO_COPY);
+    ASN1T_Typed typed;
+    ASSERT_EQ(decode(asn1D_Typed, typed, std::string("30 08 06 03 88 37 05 02 01 61")), 0);
+    EXPECT_EQ(typed.value.data, input_.data() + 7);
+    asn1Free_Typed(&ctxt_, &typed);
+    EXPECT_EQ(typed.value.data, nullptr);
+}
+
+TEST_F(SampleCodec, NestingBeyondTheLimitIsRefused) {
+    // Message in Message by [2]: each takes a level, and its list of labels another one inside
+    const auto nested = [](unsigned levels) {
+        Octets octets;
+        for (unsigned i = 0; i < levels; ++i) {
+            Octets message = schematest::hex("02 01 05 0A 01 01 30 03 13 01 61");
+            if (!octets.empty()) {
+                message.insert(message.end(), {0xA2, 0x82, static_cast<std::uint8_t>(octets.size() >> 8),
+                                               static_cast<std::uint8_t>(octets.size())});
+                message.insert(message.end(), octets.begin(), octets.end());
+            }
+            octets = std::move(message);
+        }
+        Octets whole = {0x30, 0x82, static_cast<std::uint8_t>(octets.size() >> 8),
+                        static_cast<std::uint8_t>(octets.size())};
+        whole.insert(whole.end(), octets.begin(), octets.end());
+        return whole;
+    };
+    ASN1T_Message message;
+    EXPECT_EQ(decode(asn1D_Message, message, nested(62)), 0);
+    EXPECT_EQ(ctxt_.levelDepth, 0U);
+    EXPECT_EQ(decode(asn1D_Message, message, nested(65)), STATUS_BAD_VALUE);
+    EXPECT_EQ(ctxt_.levelDepth, 0U);
+}
+
+TEST_F(SampleCodec, TruncatedAndDamagedInputIsSafe) {
+    const Octets whole = schematest::hex(
+        "30 47 A0 03 02 01 07 02 01 05 01 01 FF 0A 01 01 30 1C 13 01 61 80 01 05 81 01 AA A2 0B 02 01 06 0A 01 00 30 "
+        "03 "
+        "0C 01 62 A4 04 03 02 06 40 81 02 06 40 30 08 06 03 88 37 01 0C 01 61 A2 0B 02 01 06 0A 01 00 30 03 13 01 62");
+    for (std::size_t i = 0; i < whole.size(); ++i) {
+        ASN1T_Message message;
+        EXPECT_LT(decode(asn1D_Message, message, Octets(whole.begin(), whole.begin() + static_cast<long>(i))), 0) << i;
+        for (const std::uint8_t value : {0x00, 0x80, 0x84, 0xFF}) {
+            Octets damaged = whole;
+            damaged[i] = value;
+            ASN1T_Message other;
+            if (decode(asn1D_Message, other, damaged) == 0) {
+                EXPECT_GT(encode(asn1E_Message, other), 0) << i;
+            }
+        }
+    }
+}
+
+TEST_F(SampleCodec, ControlObjectsEncodeDecodeAndCopy) {
+    const Octets input = schematest::hex("30 0B 02 01 05 0A 01 01 30 03 13 01 61");
+    std::unique_ptr<ASN1T_Message> kept;
+    {
+        ASN1BERDecodeBuffer buffer(input.data(), static_cast<int>(input.size()));
+        ASN1T_Message message;
+        ASN1C_Message control(buffer, message);
+        ASSERT_EQ(control.DecodeFrom(buffer), 0);
+        kept.reset(control.newCopy());
+        ASN1C_Message other(control);
+        EXPECT_NE(&other.msgData, &message);
+        EXPECT_EQ(other.msgData.labels.count, 1U);
+        const ASN1T_Message record(control);
+        EXPECT_EQ(record.getContext(), control.getContext());
+        EXPECT_STREQ(record.serial, "0x05");
+    }
+    // the copy keeps the context in which its members live
+    ASN1C_Message control(*kept);
+    ASN1BEREncodeBuffer buffer;
+    const int length = control.EncodeTo(buffer);
+    ASSERT_EQ(length, static_cast<int>(input.size()));
+    EXPECT_EQ(std::memcmp(buffer.getMsgPtr(), input.data(), input.size()), 0);
+
+    ASN1T_When when = "20240229120000Z";
+    ASN1C_When time(when);
+    EXPECT_EQ(time.getYear(), 2024);
+    EXPECT_EQ(time.EncodeTo(buffer), 17);
+    ASN1T_Labels labels;
+    ASN1C_Labels list(labels);
+    EXPECT_EQ(list.EncodeTo(buffer), STATUS_CONSTRAINT);
 }
 
 }  // namespace

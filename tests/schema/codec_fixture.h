@@ -1,0 +1,97 @@
+// A context for one test, and octets as text, for tests of encoders and decoders.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "asn1rt/decode.h"
+#include "asn1rt/encode.h"
+#include "schema/value_codec.h"
+
+namespace schematest {
+
+using Octets = std::vector<std::uint8_t>;
+
+/// "30 03 02 01 05" to octets.
+inline Octets hex(const std::string& text) {
+    Octets octets;
+    std::string digits;
+    for (char c : text) {
+        if (c != ' ') {
+            digits += c;
+        }
+    }
+    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
+        octets.push_back(static_cast<std::uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
+    }
+    return octets;
+}
+
+inline std::string toHex(const std::uint8_t* data, std::size_t size) {
+    static const char* const kDigits = "0123456789ABCDEF";
+    std::string text;
+    for (std::size_t i = 0; i < size; ++i) {
+        text += (i != 0 ? " " : "");
+        text += kDigits[data[i] >> 4];
+        text += kDigits[data[i] & 15];
+    }
+    return text;
+}
+
+/// A context for one test; the input of `decode` is copied so that a read past its end shows under the sanitizer.
+class CodecTest : public testing::Test {
+protected:
+    void SetUp() override { ASSERT_EQ(rtInitContext(&ctxt_, nullptr), 0); }
+    void TearDown() override { rtFreeContext(&ctxt_); }
+
+    template <class Record>
+    int decode(int (*decoder)(ASN1CTXT*, Record*, ASN1TagType, int), Record& record, const std::string& octets) {
+        return decode(decoder, record, hex(octets));
+    }
+
+    template <class Record>
+    int decode(int (*decoder)(ASN1CTXT*, Record*, ASN1TagType, int), Record& record, const Octets& octets) {
+        input_ = octets;
+        rtErrReset(&ctxt_.errInfo);
+        const int status = xd_setp(&ctxt_, input_.data(), static_cast<int>(input_.size()), nullptr, nullptr);
+        return status != 0 ? status : decoder(&ctxt_, &record, TAG_EXPLICIT, 0);
+    }
+
+    template <class Record>
+    int encode(int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), Record& record, std::string* octets = nullptr) {
+        rtErrReset(&ctxt_.errInfo);
+        const int status = xe_setp(&ctxt_, nullptr, 0);
+        if (status != 0) {
+            return status;
+        }
+        const int length = encoder(&ctxt_, &record, TAG_EXPLICIT);
+        if (length >= 0 && octets != nullptr) {
+            *octets = toHex(xe_getp(&ctxt_), static_cast<std::size_t>(length));
+        }
+        return length;
+    }
+
+    /// Decodes, encodes again, and answers the octets, or the status as text.
+    template <class Record>
+    std::string again(int (*decoder)(ASN1CTXT*, Record*, ASN1TagType, int),
+                      int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), const std::string& octets) {
+        Record record = {};
+        int status = decode(decoder, record, octets);
+        if (status != 0) {
+            return "decode " + std::to_string(status);
+        }
+        std::string text;
+        status = encode(encoder, record, &text);
+        return status < 0 ? "encode " + std::to_string(status) : text;
+    }
+
+    /// Blocks in the type heap: what has been decoded and not been freed.
+    [[nodiscard]] bool isHeapEmpty() const { return ctxt_.pTypeMemHeap->pFirstBlock == nullptr; }
+
+    ASN1CTXT ctxt_;
+    Octets input_;
+};
+
+}  // namespace schematest
