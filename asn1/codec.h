@@ -52,12 +52,15 @@ inline int messageSize(const CBlob& data) {
     return static_cast<int>(data.cbData());
 }
 
-/// Encodes a record that is already filled.
+/// Encodes a record that is already filled, and leaves it alone.
 template <class Traits>
 CBlob asn1EncodeT(const typename Traits::ASN1_T& record) {
+    // The encoder makes the raw octets of decoded open values point into its own buffer, which goes with the context
+    // here: only a copy may be given to it.
     ASN1BEREncodeBuffer buffer;
-    // Control classes take their record by plain reference since they decode too; encoding leaves it alone.
-    return encodeRecord<Traits>(buffer, const_cast<typename Traits::ASN1_T&>(record));
+    typename Traits::ASN1_T copy{};
+    Traits::copy(buffer.getCtxtPtr(), record, copy);
+    return encodeRecord<Traits>(buffer, copy);
 }
 
 /// Decodes into a record whose memory belongs to `ctxt`.

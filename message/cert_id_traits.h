@@ -24,6 +24,7 @@ struct ReqCertTraits {
 
     static void set(ASN1CTXT* ctxt, ASN1_T& record, CReqCert const& value);
     static CReqCert get(ASN1_T const& record);
+    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) { asn1data::asn1Copy_ReqCert(ctxt, &from, &to); }
 };
 
 }  // namespace Orvane::PKI::OCSP

@@ -1,0 +1,129 @@
+#include "asn1/choice.h"
+
+#include <gmock/gmock.h>
+
+#include <string>
+
+#include "asn1/choice_holder.h"
+#include "asn1/other_hash.h"
+#include "asn1/time_choice.h"
+#include "handles/status.h"
+#include "tests/asn1/blobs.h"
+#include "tests/support/status_matcher.h"
+#include "tests/support/tlv.h"
+
+namespace {
+
+using Orvane::CBlob;
+using Orvane::CDateTime;
+using namespace Orvane::ASN1;
+using namespace testkit;
+
+// Supports alternative 3 with a text, and counts what it destroys.
+class TextHolder final : public Choice {
+public:
+    ~TextHolder() override { destroyValue(); }
+    const ChoiceValueTraits* findTraits(unsigned int type) const override {
+        if (type == 3) {
+            return &ChoiceValueTraitsT<std::string, 3>::instance;
+        }
+        return &NoChoiceValue::instance;
+    }
+};
+
+TEST(Choice, ReplacesTheValueByACopy) {
+    TextHolder holder;
+    EXPECT_EQ(holder.get<std::string>(3), nullptr);
+    const std::string text = "first";
+    holder.put(3, &text);
+    holder.put(3, holder.value());
+    EXPECT_EQ(*holder.get<std::string>(3), "first");
+
+    TextHolder other;
+    other.copyFrom(holder);
+    EXPECT_EQ(*other.get<std::string>(3), "first");
+    EXPECT_NE(other.value(), holder.value());
+    other.copyFrom(TextHolder());
+    EXPECT_EQ(other.type(), 0U);
+}
+
+TEST(Choice, RefusesAnAlternativeWithoutSupport) {
+    TextHolder holder;
+    const std::string text = "kept";
+    holder.put(3, &text);
+    EXPECT_THAT(thrownStatus([&] { holder.put(4, &text); }), IsStatus(status::kInvalidArgument));
+    EXPECT_EQ(*holder.get<std::string>(3), "kept");
+    EXPECT_TRUE(NoChoiceValue::instance.isType(0));
+    EXPECT_FALSE(NoChoiceValue::instance.isType(4));
+}
+
+TEST(TimeChoice, FollowsTheYear) {
+    const struct {
+        CDateTime time;
+        unsigned int type;
+        Bytes der;
+    } rows[] = {
+        {CDateTime(0, 0), 1, tlv::utcTime("700101000000Z")},
+        {CDateTime(1950, 1, 1, 0, 0, 0, 0, 0), 1, tlv::utcTime("500101000000Z")},
+        {CDateTime(2049, 12, 31, 23, 59, 59, 0, 0), 1, tlv::utcTime("491231235959Z")},
+        {CDateTime(2050, 1, 1, 0, 0, 0, 0, 0), 2, tlv::generalizedTime("20500101000000Z")},
+        {CDateTime(2024, 2, 29, 12, 0, 0, 700, 0), 1, tlv::utcTime("240229120000Z")},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(toHex(row.der));
+        const CTimeChoice choice(row.time);
+        EXPECT_EQ(choice.get_type(), row.type);
+        EXPECT_EQ(hexOf(choice.encode()), toHex(row.der));
+        CTimeChoice decoded;
+        decoded.decode(blob(row.der));
+        EXPECT_EQ(decoded.get_type(), row.type);
+        EXPECT_EQ(decoded.get_time()->getTime(), row.time.getTime());
+    }
+}
+
+TEST(TimeChoice, ReadsAGeneralizedTimeBefore2050AsUtcTime) {
+    CTimeChoice choice;
+    choice.decode(blob(tlv::generalizedTime("20240229120000Z")));
+    EXPECT_EQ(hexOf(choice.encode()), toHex(tlv::utcTime("240229120000Z")));
+}
+
+TEST(TimeChoice, RefusesWhatIsNoTime) {
+    for (const Bytes& der : {tlv::utcTime("241331120000Z"), tlv::utcTime(""), tlv::utcTime("2402291200"),
+                             tlv::generalizedTime("20230229120000Z"), tlv::integer(1)}) {
+        CTimeChoice choice(CDateTime(2024, 1, 1, 0, 0, 0, 0, 0));
+        EXPECT_THAT(thrownStatus([&] { choice.decode(blob(der)); }), IsStatus(status::kAsn1Error)) << toHex(der);
+        EXPECT_EQ(choice.get_time()->year(), 2024U);
+    }
+    EXPECT_THAT(thrownStatus([] { CTimeChoice(CDateTime(1949, 1, 1, 0, 0, 0, 0, 0)).encode(); }),
+                IsStatus(status::kAsn1Error));
+    CTimeChoice cleared;
+    cleared.clear();
+    EXPECT_EQ(cleared.get_time(), nullptr);
+    EXPECT_THAT(thrownStatus([&] { cleared.encode(); }), IsStatus(status::kAsn1Error));
+}
+
+TEST(OtherHash, ComparesHashesWithAndWithoutTheirAlgorithm) {
+    const CBlob hash = blobFromHex("0102");
+    const COtherHash sha256(COtherHashAlgAndValue(CAlgorithmIdentifier("2.16.840.1.101.3.4.2.1"), hash));
+    const COtherHash sha512(COtherHashAlgAndValue(CAlgorithmIdentifier("2.16.840.1.101.3.4.2.3"), hash));
+    const COtherHash sha1(hash);
+    EXPECT_TRUE(sha256.compare_hashValue(sha512));
+    EXPECT_FALSE(sha256 == sha512);
+    EXPECT_FALSE(sha1.compare_hashValue(sha256)) << "another alternative";
+    EXPECT_TRUE(sha1 == COtherHash(hash));
+    EXPECT_TRUE(COtherHash() == COtherHash());
+}
+
+TEST(OtherHash, EncodesBothAlternatives) {
+    const Bytes algorithm = tlv::sequence({tlv::oid("2.16.840.1.101.3.4.2.1")});
+    for (const Bytes& der :
+         {tlv::octetString(fromHex("0102")), tlv::sequence({algorithm, tlv::octetString(fromHex("0102"))})}) {
+        COtherHash hash;
+        hash.decode(blob(der));
+        EXPECT_EQ(hexOf(hash.encode()), toHex(der));
+        EXPECT_EQ(hash.get_type(), der[0] == 0x04 ? 1U : 2U);
+    }
+    EXPECT_THAT(thrownStatus([] { COtherHash().encode(); }), IsStatus(status::kAsn1Error));
+}
+
+}  // namespace

@@ -1,0 +1,159 @@
+#include "asn1/general_name.h"
+
+#include <gmock/gmock.h>
+
+#include "asn1/name.h"
+#include "handles/status.h"
+#include "tests/asn1/blobs.h"
+#include "tests/support/status_matcher.h"
+#include "tests/support/tlv.h"
+
+namespace {
+
+using Orvane::CBlob;
+using namespace Orvane::ASN1;
+using namespace testkit;
+
+const wchar_t* textOf(const CGeneralName& name) {
+    for (const wchar_t* text :
+         {name.get_rfc822Name(), name.get_dNSName(), name.get_uniformResourceIdentifier(), name.get_registeredID()}) {
+        if (text != nullptr) {
+            return text;
+        }
+    }
+    return nullptr;
+}
+
+TEST(GeneralName, EncodesEachAlternativeAndReadsItBack) {
+    const CBlob directory = CName(L"CN=a").encode();
+    const struct {
+        unsigned int type;
+        const wchar_t* text;  // null: bytes
+        CBlob bytes;
+        Bytes expected;
+    } rows[] = {
+        {CGeneralName::kRfc822Name, L"a@b", {}, tlv::contextPrimitive(1, bytesOf("a@b"))},
+        {CGeneralName::kDNSName, L"", {}, tlv::contextPrimitive(2, {})},
+        {CGeneralName::kUniformResourceIdentifier,
+         L"http://x/\u0416",
+         {},
+         tlv::contextPrimitive(6, bytesOf("http://x/\xD0\x96"))},
+        {CGeneralName::kRegisteredID, L"1.2.840", {}, tlv::contextPrimitive(8, fromHex("2a8648"))},
+        {CGeneralName::kIPAddress, nullptr, blobFromHex("7f000001"), tlv::contextPrimitive(7, fromHex("7f000001"))},
+        {CGeneralName::kDirectoryName, nullptr, directory,
+         tlv::context(4, Bytes(directory.pbData(), directory.pbData() + directory.cbData()))},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.type);
+        CGeneralName decoded;
+        decoded.decode(blob(row.expected));
+        ASSERT_EQ(decoded.get_type(), row.type);
+        if (row.text != nullptr) {
+            ASSERT_NE(textOf(decoded), nullptr);
+            EXPECT_STREQ(textOf(decoded), row.text);
+        } else {
+            EXPECT_EQ(row.type == CGeneralName::kIPAddress ? *decoded.get_iPAddress() : *decoded.get_directoryName(),
+                      row.bytes);
+        }
+        EXPECT_EQ(hexOf(decoded.encode()), toHex(row.expected));
+        const CGeneralName copy = decoded;
+        EXPECT_TRUE(copy == decoded);
+        EXPECT_EQ(copy.encode(), decoded.encode());
+    }
+}
+
+TEST(GeneralName, HoldsOneAlternativeAtATime) {
+    CGeneralName name;
+    EXPECT_EQ(name.get_type(), 0U);
+    EXPECT_EQ(textOf(name), nullptr);
+    EXPECT_STREQ(name.toString().c_str(), L"");
+    EXPECT_THAT(thrownStatus([&] { name.encode(); }), IsStatus(status::kInvalidArgument));
+
+    name.put_directoryName(CName(L"CN=a").encode());
+    name.put_dNSName(L"host");
+    EXPECT_EQ(name.get_directoryName(), nullptr);
+    EXPECT_STREQ(name.get_dNSName(), L"host");
+    name.put_rfc822Name(name.get_dNSName());
+    EXPECT_STREQ(name.get_rfc822Name(), L"host") << "a value of the object itself can be put back";
+    name = name;  // NOLINT(clang-diagnostic-self-assign-overloaded): what is tested
+    EXPECT_STREQ(name.get_rfc822Name(), L"host");
+    name.clear();
+    EXPECT_EQ(name.get_type(), 0U);
+    name.put_dNSName(nullptr);
+    EXPECT_STREQ(name.get_dNSName(), L"");
+}
+
+TEST(GeneralName, ShowsTheKindAndOneCharacter) {
+    CGeneralName name;
+    name.put_rfc822Name(L"user");
+    EXPECT_STREQ(name.toString().c_str(), L"rfc822Name: u");
+    name.put_dNSName(L"");
+    EXPECT_STREQ(name.toString().c_str(), L"dNSName: ");
+    name.put_uniformResourceIdentifier(L"http://x");
+    EXPECT_STREQ(name.toString().c_str(), L"uniformResourceIdentifier: h");
+    name.put_registeredID(L"1.2");
+    EXPECT_STREQ(name.toString().c_str(), L"registeredID: 1");
+    name.put_iPAddress(blobFromHex("7f000001"));
+    EXPECT_STREQ(name.toString().c_str(), L"iPAddress: (to string is not implemented)");
+    name.put_directoryName(CName(L"CN=a,O=b").encode());
+    EXPECT_STREQ(name.toString().c_str(), L"directoryName: CN=a,O=b");
+}
+
+TEST(GeneralName, ComparesTextsByTheirFirstCharacter) {
+    CGeneralName first;
+    CGeneralName second;
+    EXPECT_TRUE(first == second);
+    first.put_dNSName(L"alpha");
+    EXPECT_FALSE(first == second);
+    second.put_dNSName(L"another");
+    EXPECT_TRUE(first == second);
+    second.put_dNSName(L"beta");
+    EXPECT_FALSE(first == second);
+    second.put_dNSName(L"");
+    EXPECT_FALSE(first == second);
+    second.put_rfc822Name(L"alpha");
+    EXPECT_FALSE(first == second) << "another alternative";
+    first.put_iPAddress(blobFromHex("7f000001"));
+    second.put_iPAddress(blobFromHex("7f000002"));
+    EXPECT_FALSE(first == second) << "bytes are compared whole";
+}
+
+TEST(GeneralName, RefusesWhatItCannotHold) {
+    const struct {
+        Bytes der;
+        std::int32_t expected;
+    } rows[] = {
+        {tlv::context(0, concat({tlv::oid("1.2.3"), tlv::context(0, tlv::null())})), status::kInvalidArgument},
+        {tlv::contextPrimitive(9, {}), status::kAsn1Error},
+        {tlv::contextPrimitive(8, {}), status::kAsn1Error},
+        {tlv::context(4, bytesOf("x")), status::kAsn1Error},
+        {{0x82, 0x05, 'a'}, status::kAsn1Error},
+        {{}, status::kAsn1Error},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(toHex(row.der));
+        CGeneralName name;
+        name.put_dNSName(L"before");
+        EXPECT_THAT(thrownStatus([&] { name.decode(blob(row.der)); }), IsStatus(row.expected));
+        EXPECT_STREQ(name.get_dNSName(), L"before");
+    }
+    CGeneralName name;
+    name.put_registeredID(L"1.x");
+    EXPECT_THAT(thrownStatus([&] { name.encode(); }), IsStatus(status::kInvalidArgument));
+    name.put_directoryName(blobFromHex("0400"));
+    EXPECT_THAT(thrownStatus([&] { name.encode(); }), IsStatus(status::kAsn1Error));
+}
+
+TEST(GeneralNames, KeepTheirOrder) {
+    const Bytes der = tlv::sequence({tlv::contextPrimitive(2, bytesOf("b")), tlv::contextPrimitive(2, bytesOf("a"))});
+    CGeneralNames names;
+    names.decode(blob(der));
+    ASSERT_EQ(names.size(), 2U);
+    EXPECT_STREQ(names.front().get_dNSName(), L"b");
+    EXPECT_EQ(hexOf(names.encode()), toHex(der));
+    names.decode(blobFromHex("3000"));
+    EXPECT_TRUE(names.empty());
+    EXPECT_EQ(hexOf(names.encode()), "3000");
+}
+
+}  // namespace

@@ -1,0 +1,134 @@
+#include <gmock/gmock.h>
+
+#include <stdexcept>
+#include <string>
+
+#include "asn1/attr_string_values.h"
+#include "asn1/attribute_register.h"
+#include "asn1/name.h"
+#include "handles/status.h"
+#include "tests/asn1/blobs.h"
+#include "tests/support/status_matcher.h"
+
+namespace {
+
+using namespace Orvane::ASN1;
+using namespace testkit;
+
+TEST(NameText, ReadsAndWritesTheSameText) {
+    const struct {
+        const wchar_t* text;
+        std::size_t rdns;
+        std::size_t elementsOfFirst;
+    } rows[] = {
+        {L"CN=Ivan+OU=Lab,O=Org", 2, 2},
+        {L"CN=a=b", 1, 1},
+        {L"CN=", 1, 1},
+        {L"CN= a \"quoted\" \\,O=b", 2, 1},  // neither quotes nor backslashes protect anything
+        {L"1.2.3=#0C0161", 1, 1},
+        {L"C=RU,ST=\u041c,L=\u041c,STREET=x,INN=1,OGRN=2,SNILS=3,E=a@b,DC=c", 9, 1},
+    };
+    for (const auto& row : rows) {
+        const CName name(row.text);
+        EXPECT_EQ(name.size(), row.rdns);
+        EXPECT_EQ(name.front().size(), row.elementsOfFirst);
+        EXPECT_STREQ(name.toString().c_str(), row.text);
+    }
+    EXPECT_STREQ(CName().toString().c_str(), L"");
+}
+
+TEST(NameText, KeepsTheOrderAndAppends) {
+    CName name(L"O=Org");
+    name.fromString(L"CN=Ivan");
+    EXPECT_STREQ(name.toString().c_str(), L"O=Org,CN=Ivan");
+    EXPECT_STREQ(name.front().front().get_type(), "2.5.4.10");
+    EXPECT_FALSE(CRelativeDistinguishedName(L"CN=a+OU=b") == CRelativeDistinguishedName(L"OU=b+CN=a"));
+    EXPECT_TRUE(CName(L"CN=a,O=b") == CName(L"CN=a,O=b"));
+}
+
+TEST(NameText, RefusesAnElementWithoutEquals) {
+    for (const wchar_t* text : {L"", L"CN", L"CN=a,b", L"CN=a+b", L"CN=a,", L",", L"+"}) {
+        CName name;
+        EXPECT_THAT(thrownStatus([&] { name.fromString(text); }), IsStatus(status::kInvalidArgument));
+    }
+    EXPECT_THAT(thrownStatus([] { CName name(nullptr); }), IsStatus(status::kInvalidArgument));
+}
+
+TEST(NameText, DoesNotTrimBlanks) {
+    const CName name(L"CN=a, O=#00");
+    EXPECT_STREQ(name.back().front().get_type(), " O") << "not a short name, so taken for an object identifier";
+}
+
+TEST(NameText, TakesOnlyHexadecimalForUnknownTypes) {
+    const struct {
+        const wchar_t* text;
+        const char* expected;
+    } rows[] = {
+        {L"1.2.3=#0c0161", "0c0161"}, {L"1.2.3=xyz", ""},      {L"1.2.3=?0C01", "0c01"},
+        {L"1.2.3=#0C 01", "0c01"},    {L"1.2.3=#0Cq01", "0c"}, {L"cn=#0C00", "0c00"},  // short names are case-sensitive
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(hexOf(CAttributeTypeAndValue(row.text, kStringTypeDefault).get_value()), row.expected);
+    }
+    EXPECT_THROW(CAttributeTypeAndValue(L"1.2.3=", kStringTypeDefault), std::out_of_range);
+}
+
+TEST(NameText, ChoosesTheStringTypeByAttribute) {
+    const struct {
+        const wchar_t* text;
+        StringType type;
+        const char* expected;
+    } rows[] = {
+        {L"C=RU", kStringTypeDefault, "13025255"}, {L"E=a@b", kStringTypeDefault, "1603614062"},
+        {L"DC=a", kStringTypeDefault, "160161"},   {L"SERIALNUMBER=1", kStringTypeDefault, "130131"},
+        {L"CN=a", kStringTypeDefault, "0c0161"},   {L"CN=a", kStringTypePrintable, "130161"},
+        {L"CN=a", kStringTypeBMP, "1e020061"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(hexOf(CAttributeTypeAndValue(row.text, row.type).get_value()), row.expected);
+    }
+    EXPECT_FALSE(CAttributeTypeAndValue(L"CN=a", kStringTypeUTF8) ==
+                 CAttributeTypeAndValue(L"CN=a", kStringTypePrintable));
+}
+
+TEST(NameText, BoundsTheLengthOfKnownValues) {
+    const std::wstring longest(32768, L'\u0416');
+    EXPECT_EQ(CATAVRegister::valueFromStr("2.5.4.3", longest.c_str(), kStringTypeDefault).cbData(), 65536U + 5U);
+    EXPECT_THAT(
+        thrownStatus([&] { CATAVRegister::valueFromStr("2.5.4.3", (longest + L"a").c_str(), kStringTypeDefault); }),
+        IsStatus(status::kInvalidArgument));
+}
+
+TEST(NameText, LooksUpTypesBothWays) {
+    EXPECT_EQ(CATAVRegister::registered().size(), 22U);
+    for (const CATAVRegister& entry : CATAVRegister::registered()) {
+        EXPECT_STREQ(CATAVRegister::typeFromStr(entry.name().c_str()).c_str(), entry.oid().c_str());
+        EXPECT_STREQ(CATAVRegister::typeToStr(entry.oid().c_str()).c_str(), entry.name().c_str());
+    }
+    EXPECT_STREQ(CATAVRegister::typeToStr("1.2.3").c_str(), L"1.2.3");
+    EXPECT_STREQ(CATAVRegister::typeFromStr(L"cn").c_str(), "cn");
+    EXPECT_EQ(CATAVRegister::find("2.5.4.99"), CATAVRegister::registered().end());
+}
+
+TEST(NameText, EditsOneElement) {
+    CAttributeTypeAndValue element("2.5.4.3", blobFromHex("0c0161"));
+    element.put_type_str(L"C");
+    EXPECT_STREQ(element.get_type(), "2.5.4.6");
+    element.put_value_str(L"RU", kStringTypeDefault);
+    EXPECT_STREQ(element.toString().c_str(), L"C=RU");
+    EXPECT_THAT(thrownStatus([&] { element.fromString(L"no equals", kStringTypeDefault); }),
+                IsStatus(status::kInvalidArgument));
+    EXPECT_STREQ(element.toString().c_str(), L"C=RU") << "unchanged";
+    element.put_value(blobFromHex("0401aa"));
+    EXPECT_THAT(thrownStatus([&] { element.toString(); }), IsStatus(status::kAsn1Error));
+}
+
+TEST(AttrStringValue, FixesTheTypeAndWidensTheText) {
+    const CAttrCommonName name("\xD0\x96");
+    EXPECT_STREQ(name.get_oid(), "2.5.4.3");
+    EXPECT_EQ(hexOf(name.get_value()), "0c02d096");
+    EXPECT_EQ(hexOf(CAttrCountry("RU").get_value()), "13025255");
+    EXPECT_EQ(hexOf(CAttrEmailAddress("a@b").get_value()), "1603614062");
+}
+
+}  // namespace
