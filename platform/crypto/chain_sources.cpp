@@ -1,0 +1,116 @@
+#include "platform/crypto/chain_sources.h"
+
+#include <memory>
+#include <mutex>
+
+#include "platform/crypto/service_call.h"
+#include "platform/crypto/system_store.h"
+
+namespace tallow::platform {
+
+namespace {
+
+// HCCE_LOCAL_MACHINE, the one engine that is a number.
+constexpr std::uintptr_t kMachineEngine = 1;
+
+struct RunRoots {
+    std::mutex mutex;
+    std::vector<CertificateRef> roots;
+};
+
+RunRoots& runRoots() {
+    static RunRoots roots;
+    return roots;
+}
+
+template <typename Item>
+void append(std::vector<Item>& target, std::vector<Item>&& items) {
+    target.insert(target.end(), std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()));
+}
+
+void addStore(ChainSources& sources, const Store* store) {
+    if (store != nullptr) {
+        append(sources.others, store->certificates());
+        append(sources.crls, store->crls());
+    }
+}
+
+void addRoots(ChainSources& sources, const ChainEngine* engine, StoreView storeView) {
+    if (engine != nullptr && engine->exclusiveRoots) {
+        sources.roots = engine->exclusiveRoots->certificates();
+        append(sources.crls, engine->exclusiveRoots->crls());
+        return;
+    }
+    {
+        const std::lock_guard<std::mutex> lock(runRoots().mutex);
+        sources.roots = runRoots().roots;
+    }
+    if (const StoreRef system = openSystemStore("ROOT", storeView, false)) {
+        append(sources.roots, system->certificates());
+        append(sources.crls, system->crls());
+    }
+}
+
+}  // namespace
+
+const ChainEngine* engineOf(HCERTCHAINENGINE handle) noexcept {
+    return reinterpret_cast<std::uintptr_t>(handle) <= kMachineEngine ? nullptr : static_cast<ChainEngine*>(handle);
+}
+
+ChainSources chainSources(HCERTCHAINENGINE handle, HCERTSTORE additional) {
+    const ChainEngine* const engine = engineOf(handle);
+    const StoreView storeView =
+        reinterpret_cast<std::uintptr_t>(handle) == kMachineEngine ? StoreView::kMachine : StoreView::kUser;
+    ChainSources sources;
+    addRoots(sources, engine, storeView);
+    addStore(sources, Store::of(additional));
+    if (engine != nullptr) {
+        for (const StoreRef& store : engine->additional) {
+            addStore(sources, store.get());
+        }
+    }
+    addStore(sources, openSystemStore("CA", storeView, false).get());
+    return sources;
+}
+
+}  // namespace tallow::platform
+
+using namespace tallow::platform;
+
+BOOL crypto_add_trusted_root(PCCERT_CONTEXT pCertContext) {
+    return serviceCall(FALSE, [&] {
+        CertificateRef root = CertificateRef::share(pCertContext);
+        if (!root) {
+            return fail(E_INVALIDARG);
+        }
+        const std::lock_guard<std::mutex> lock(runRoots().mutex);
+        runRoots().roots.push_back(std::move(root));
+        return TRUE;
+    });
+}
+
+void crypto_forget_trusted_roots(void) {
+    const std::lock_guard<std::mutex> lock(runRoots().mutex);
+    runRoots().roots.clear();
+}
+
+BOOL CertCreateCertificateChainEngine(CERT_CHAIN_ENGINE_CONFIG* pConfig, HCERTCHAINENGINE* phChainEngine) {
+    return serviceCall(FALSE, [&] {
+        if (pConfig == nullptr || phChainEngine == nullptr || pConfig->cbSize != sizeof(CERT_CHAIN_ENGINE_CONFIG) ||
+            (pConfig->cAdditionalStore != 0 && pConfig->rghAdditionalStore == nullptr)) {
+            return fail(E_INVALIDARG);
+        }
+        auto engine = std::make_unique<ChainEngine>();
+        engine->exclusiveRoots = StoreRef::share(pConfig->hExclusiveRoot);
+        for (DWORD i = 0; i < pConfig->cAdditionalStore; ++i) {
+            engine->additional.push_back(StoreRef::share(pConfig->rghAdditionalStore[i]));
+        }
+        engine->fetchTimeoutMs = static_cast<long>(pConfig->dwUrlRetrievalTimeout);
+        *phChainEngine = engine.release();
+        return TRUE;
+    });
+}
+
+void CertFreeCertificateChainEngine(HCERTCHAINENGINE hChainEngine) {
+    const std::unique_ptr<const ChainEngine> engine(engineOf(hChainEngine));
+}

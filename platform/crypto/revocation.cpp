@@ -1,0 +1,146 @@
+// Revocation of single certificates, by CRLs.
+#include <optional>
+
+#include "platform/crypto/chain_verifier.h"
+#include "platform/crypto/service_call.h"
+
+namespace tallow::platform {
+
+namespace {
+
+struct Check {
+    const CERT_REVOCATION_PARA* parameters;  // may be null
+    FILETIME when;
+    bool useNetwork;
+};
+
+HCERTCHAINENGINE engineFor(const CERT_REVOCATION_PARA* parameters) {
+    return parameters != nullptr && parameters->pChainPara != nullptr ? parameters->pChainPara->hChainEngine : nullptr;
+}
+
+void addCrls(HCERTSTORE handle, std::vector<CrlRef>& crls) {
+    if (const Store* const store = Store::of(handle)) {
+        const std::vector<CrlRef> more = store->crls();
+        crls.insert(crls.end(), more.begin(), more.end());
+    }
+}
+
+ChainSources sourcesFor(const CERT_REVOCATION_PARA* parameters) {
+    ChainSources sources = chainSources(engineFor(parameters), nullptr);
+    for (DWORD i = 0; parameters != nullptr && i < parameters->cCertStore; ++i) {
+        if (const Store* const store = Store::of(parameters->rgCertStore[i])) {
+            const std::vector<CertificateRef> more = store->certificates();
+            sources.others.insert(sources.others.begin(), more.begin(), more.end());
+            addCrls(parameters->rgCertStore[i], sources.crls);
+        }
+    }
+    if (parameters != nullptr) {
+        addCrls(parameters->hCrlStore, sources.crls);
+    }
+    return sources;
+}
+
+// The certificate with the issuer given, or with the one that is found in the stores; alone when there is none.
+Path pathFor(const CertificateRef& certificate, const CertificateRef& issuer, const ChainSources& sources,
+             const FILETIME& when, SignatureLedger& ledger) {
+    Path path;
+    path.elements = {certificate, issuer};
+    if (!issuer) {
+        path = findPath(certificate, sources, when, {}, ledger);
+        path.elements.resize(std::min<std::size_t>(path.elements.size(), 2));
+    }
+    // Trust is not asked here: the issuer stands for itself.
+    path.anchored = path.elements.size() == 2;
+    path.selfSigned = path.anchored || path.selfSigned;
+    return path;
+}
+
+// 0, or the last error of the check.
+DWORD checkOne(const CertificateRef& certificate, const CertificateRef& issuer, const Check& check,
+               CERT_REVOCATION_STATUS& status) {
+    const ChainSources sources = sourcesFor(check.parameters);
+    SignatureLedger ledger;
+    const Path path = pathFor(certificate, issuer, sources, check.when, ledger);
+    if (path.elements.size() == 1) {
+        return path.selfSigned ? 0 : CRYPT_E_NO_REVOCATION_CHECK;  // nobody stands above a self-signed one
+    }
+    if (!ledger.verifies(*path.elements[0], *path.elements[1])) {
+        return CRYPT_E_NO_REVOCATION_CHECK;
+    }
+    CrlRules rules;
+    rules.when = check.when;
+    rules.useNetwork = check.useNetwork;
+    long timeoutMs = chainLimits().fetchTimeoutMs;
+    if (check.parameters != nullptr) {
+        rules.resync = check.parameters->pftCacheResync;
+        rules.maxAgeSeconds = check.parameters->fCheckFreshnessTime != FALSE ? check.parameters->dwFreshnessTime : 0;
+        if (check.parameters->dwUrlRetrievalTimeout != 0) {
+            timeoutMs = static_cast<long>(check.parameters->dwUrlRetrievalTimeout);
+        }
+    }
+    FetchAllowance allowance(chainLimits().maxFetches, timeoutMs);
+    CrlSource crls(sources.crls, rules, allowance, ledger);
+    const ElementVerdict verdict =
+        verifyPath(path, check.when, RevocationScope::kEndCertificate, &crls, ledger).elements[0];
+    if ((verdict.error & CERT_TRUST_IS_REVOKED) != 0) {
+        status.dwReason = verdict.revocationReason;
+        return CRYPT_E_REVOKED;
+    }
+    if ((verdict.error & CERT_TRUST_REVOCATION_STATUS_UNKNOWN) == 0) {
+        return 0;
+    }
+    // Where the certificate names a place for its CRL, the CRL exists and was out of reach.
+    return distributionPoints(*certificate).empty() ? CRYPT_E_NO_REVOCATION_CHECK : CRYPT_E_REVOCATION_OFFLINE;
+}
+
+bool isUsable(const CERT_REVOCATION_PARA* parameters) {
+    return parameters == nullptr || (parameters->cbSize == sizeof(CERT_REVOCATION_PARA) &&
+                                     (parameters->cCertStore == 0 || parameters->rgCertStore != nullptr));
+}
+
+// The issuer that the caller names: for the first certificate in the parameters, for the others of a chain the next.
+CertificateRef namedIssuer(DWORD index, DWORD count, void* const* contexts, DWORD flags,
+                           const CERT_REVOCATION_PARA* parameters) {
+    if ((flags & CERT_VERIFY_REV_CHAIN_FLAG) != 0 && index + 1 < count) {
+        return CertificateRef::share(static_cast<PCCERT_CONTEXT>(contexts[index + 1]));
+    }
+    const bool isLastOrOnly = index + 1 == count;
+    return parameters != nullptr && isLastOrOnly ? CertificateRef::share(parameters->pIssuerCert) : CertificateRef();
+}
+
+}  // namespace
+
+}  // namespace tallow::platform
+
+using namespace tallow::platform;
+
+BOOL CertVerifyRevocation(DWORD dwEncodingType, DWORD dwRevType, DWORD cContext, void* rgpvContext[], DWORD dwFlags,
+                          CERT_REVOCATION_PARA* pRevPara, CERT_REVOCATION_STATUS* pRevStatus) {
+    return serviceCall(FALSE, [&] {
+        if ((dwEncodingType & X509_ASN_ENCODING) == 0 || dwRevType != CERT_CONTEXT_REVOCATION_TYPE || cContext == 0 ||
+            rgpvContext == nullptr || pRevStatus == nullptr || pRevStatus->cbSize != sizeof(CERT_REVOCATION_STATUS) ||
+            !isUsable(pRevPara)) {
+            return fail(E_INVALIDARG);
+        }
+        Check check{pRevPara, {}, (dwFlags & CERT_VERIFY_CACHE_ONLY_BASED_REVOCATION) == 0};
+        GetSystemTimeAsFileTime(&check.when);
+        if (pRevPara != nullptr && pRevPara->pftCurrentTime != nullptr) {
+            check.when = *pRevPara->pftCurrentTime;
+        }
+        *pRevStatus = {};
+        pRevStatus->cbSize = sizeof(CERT_REVOCATION_STATUS);
+        for (DWORD i = 0; i < cContext; ++i) {
+            const CertificateRef certificate = CertificateRef::share(static_cast<PCCERT_CONTEXT>(rgpvContext[i]));
+            if (!certificate) {
+                return fail(E_INVALIDARG);
+            }
+            pRevStatus->dwError =
+                checkOne(certificate, namedIssuer(i, cContext, rgpvContext, dwFlags, pRevPara), check, *pRevStatus);
+            if (pRevStatus->dwError != 0) {
+                pRevStatus->dwIndex = i;
+                return fail(pRevStatus->dwError);
+            }
+        }
+        return TRUE;
+    });
+}

@@ -1,0 +1,38 @@
+// The signature checks of one call. What a hostile response can make us compute is bounded here: each check counts, a
+// pair that was checked before does not count again, and when the bound is reached every further check fails. A call
+// costs at most 100 checks: these, and those by which OpenSSL confirms the CRL that it chose for each element of a
+// path.
+#pragma once
+
+#include <map>
+#include <utility>
+
+#include "platform/crypto/store.h"
+
+namespace tallow::platform {
+
+class SignatureLedger {
+public:
+    static constexpr int kMaxChecks = 88;
+
+    // Whether the signature of `subject` verifies with the key of `issuer`. Names and usages are not looked at.
+    bool verifies(const Certificate& subject, const Certificate& issuer);
+    bool verifies(const Crl& crl, const Certificate& issuer);
+
+    int checksMade() const noexcept { return checksMade_; }
+
+private:
+    bool take() noexcept { return checksMade_ < kMaxChecks && ++checksMade_ > 0; }
+
+    std::map<std::pair<const void*, const CertificateBody*>, bool> known_;
+    int checksMade_ = 0;
+};
+
+// Whether the hash of a signature algorithm is too weak to be believed: MD5 and older always, SHA-1 unless the setting
+// accept_sha1 is on; an algorithm that is not in the table counts as weak.
+bool isWeakSignature(const X509_ALGOR* algorithm);
+
+// Whether the public key is shorter than 1024 bits of RSA or what compares to it.
+bool isWeakKey(EVP_PKEY* key);
+
+}  // namespace tallow::platform
