@@ -5,8 +5,8 @@
 #include <openssl/rand.h>
 #include <openssl/rsa.h>
 
-#include <array>
 #include <ctime>
+#include <map>
 
 #include "tests/support/openssl_ptr.h"
 
@@ -14,7 +14,7 @@ namespace testkit {
 
 namespace {
 
-// Small exponents and few keys a kind keep RSA affordable: the pool of four is made key by key, as needed.
+// Keys that each kind of RSA has; made one by one, as needed.
 constexpr std::size_t kRsaPoolSize = 4;
 
 std::shared_ptr<EVP_PKEY> generate(KeyKind kind) {
@@ -32,6 +32,9 @@ std::shared_ptr<EVP_PKEY> generate(KeyKind kind) {
         case KeyKind::kRsa1024:
             key = EVP_RSA_gen(1024U);
             break;
+        case KeyKind::kRsa512:
+            key = EVP_RSA_gen(512U);
+            break;
         case KeyKind::kEd25519:
             key = EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519");
             break;
@@ -41,11 +44,10 @@ std::shared_ptr<EVP_PKEY> generate(KeyKind kind) {
 }
 
 std::shared_ptr<EVP_PKEY> pooledRsa(KeyKind kind) {
-    static std::array<std::vector<std::shared_ptr<EVP_PKEY>>, 2> pools;
-    static std::array<std::size_t, 2> next{};
-    const std::size_t which = kind == KeyKind::kRsa2048 ? 0 : 1;
-    const std::size_t slot = next.at(which)++ % kRsaPoolSize;
-    auto& pool = pools.at(which);
+    static std::map<KeyKind, std::vector<std::shared_ptr<EVP_PKEY>>> pools;
+    static std::map<KeyKind, std::size_t> next;
+    const std::size_t slot = next[kind]++ % kRsaPoolSize;
+    auto& pool = pools[kind];
     if (slot == pool.size()) {
         pool.push_back(generate(kind));
     }
@@ -92,12 +94,12 @@ Asn1IntegerPtr makeSerial(const std::optional<Bytes>& serial) {
     return integer;
 }
 
-X509ExtensionPtr rawExtension(const std::string& oid, const Bytes& value) {
+X509ExtensionPtr rawExtension(const std::string& oid, const Bytes& value, bool critical = false) {
     Asn1OctetStringPtr content(ASN1_OCTET_STRING_new());
     require(ASN1_OCTET_STRING_set(content.get(), value.data(), static_cast<int>(value.size())) == 1, "extension value");
     ASN1_OBJECT* object = OBJ_txt2obj(oid.c_str(), 1);
     require(object != nullptr, "extension identifier");
-    X509ExtensionPtr extension(X509_EXTENSION_create_by_OBJ(nullptr, object, 0, content.get()));
+    X509ExtensionPtr extension(X509_EXTENSION_create_by_OBJ(nullptr, object, critical ? 1 : 0, content.get()));
     ASN1_OBJECT_free(object);
     return extension;
 }
@@ -150,9 +152,11 @@ void addExtensions(X509* certificate, X509* issuer, const CertificateSpec& spec)
         addExtension(certificate, issuer, NID_subject_key_identifier, "hash");
         addExtension(certificate, issuer, NID_authority_key_identifier, "keyid");
     }
-    for (const auto& [oid, value] : spec.extensions) {
-        const X509ExtensionPtr extension = rawExtension(oid, value);
-        require(X509_add_ext(certificate, extension.get(), -1) == 1, oid.c_str());
+    for (const bool critical : {false, true}) {
+        for (const auto& [oid, value] : critical ? spec.criticalExtensions : spec.extensions) {
+            const X509ExtensionPtr extension = rawExtension(oid, value, critical);
+            require(X509_add_ext(certificate, extension.get(), -1) == 1, oid.c_str());
+        }
     }
 }
 
@@ -217,7 +221,7 @@ Pki makePki() {
 
 Key Key::make(KeyKind kind) {
     Key key;
-    const bool rsa = kind == KeyKind::kRsa2048 || kind == KeyKind::kRsa1024;
+    const bool rsa = kind == KeyKind::kRsa2048 || kind == KeyKind::kRsa1024 || kind == KeyKind::kRsa512;
     key.key_ = rsa ? pooledRsa(kind) : generate(kind);
     return key;
 }

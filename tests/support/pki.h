@@ -20,7 +20,7 @@ struct evp_pkey_st;
 
 namespace testkit {
 
-enum class KeyKind { kEcP256, kEcP384, kRsa2048, kRsa1024, kEd25519 };
+enum class KeyKind { kEcP256, kEcP384, kRsa2048, kRsa1024, kRsa512, kEd25519 };
 
 /// A private key; copies share it.
 class Key {
@@ -64,13 +64,14 @@ struct CertificateSpec {
     std::optional<std::string> keyUsage;  // "critical,digitalSignature"; when absent: CA bits for a CA, none for others
     std::string extendedKeyUsage;         // "OCSPSigning", "1.2.3.4", "critical,serverAuth"
     bool ocspNoCheck = false;
-    std::vector<std::string> ocspUrls;                      // authorityInfoAccess, OCSP
-    std::vector<std::string> caIssuersUrls;                 // authorityInfoAccess, caIssuers
-    std::vector<std::string> crlUrls;                       // cRLDistributionPoints, one point each
-    std::vector<std::pair<std::string, Bytes>> extensions;  // further ones: OID and the DER of the value
-    bool keyIdentifiers = true;                             // subjectKeyIdentifier and authorityKeyIdentifier
-    std::string hash = "SHA256";                            // of the signature; ignored for Ed25519
-    bool pss = false;                                       // RSASSA-PSS signature (issuer with an RSA key)
+    std::vector<std::string> ocspUrls;                              // authorityInfoAccess, OCSP
+    std::vector<std::string> caIssuersUrls;                         // authorityInfoAccess, caIssuers
+    std::vector<std::string> crlUrls;                               // cRLDistributionPoints, one point each
+    std::vector<std::pair<std::string, Bytes>> extensions;          // further ones: OID and the DER of the value
+    std::vector<std::pair<std::string, Bytes>> criticalExtensions;  // likewise, marked critical
+    bool keyIdentifiers = true;                                     // subjectKeyIdentifier and authorityKeyIdentifier
+    std::string hash = "SHA256";                                    // of the signature; ignored for Ed25519
+    bool pss = false;                                               // RSASSA-PSS signature (issuer with an RSA key)
 };
 
 /// Signed by `issuer`, with its subject as issuer name.
@@ -82,11 +83,11 @@ Identity issueCa(const Identity& issuer, const std::string& commonName);
 Identity rootCa(const std::string& commonName);
 
 struct CrlSpec {
-    std::vector<Bytes> revokedSerials;   // content octets
-    long lastUpdateSeconds = -3600;      // from now; also the revocation date of all entries
-    long nextUpdateSeconds = 24 * 3600;  // from now
+    std::vector<Bytes> revokedSerials = {};  // content octets
+    long lastUpdateSeconds = -3600;          // from now; also the revocation date of all entries
+    long nextUpdateSeconds = 24 * 3600;      // from now
     std::string hash = "SHA256";
-    std::vector<std::pair<std::string, Bytes>> extensions;  // OID and DER; cRLNumber 1 is always there
+    std::vector<std::pair<std::string, Bytes>> extensions = {};  // OID and DER; cRLNumber 1 is always there
 };
 
 /// DER of a CRL signed by `issuer`.

@@ -1,0 +1,128 @@
+// A machine that trusts what a test says: stores, cache and settings in a temporary folder, and short forms of the
+// chain calls.
+#pragma once
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "platform/crypto/crypto_service.h"
+#include "tests/support/ocsp_builder.h"
+#include "tests/support/pki.h"
+#include "tests/support/temp_dir.h"
+
+namespace testkit {
+
+template <auto Free>
+struct Release {
+    template <typename T>
+    void operator()(T* handle) const {
+        Free(handle);
+    }
+};
+using ContextPtr = std::unique_ptr<const CERT_CONTEXT, Release<CertFreeCertificateContext>>;
+using ChainPtr = std::unique_ptr<const CERT_CHAIN_CONTEXT, Release<CertFreeCertificateChain>>;
+
+inline void closeStore(void* store) {
+    CertCloseStore(store, 0);
+}
+using StorePtr = std::unique_ptr<void, Release<closeStore>>;
+
+inline ContextPtr contextOf(const Bytes& certificate) {
+    return ContextPtr(
+        CertCreateCertificateContext(X509_ASN_ENCODING, certificate.data(), static_cast<DWORD>(certificate.size())));
+}
+
+inline StorePtr storeOf(const std::vector<Identity>& certificates, const std::vector<Bytes>& crls = {}) {
+    StorePtr store(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
+    for (const Identity& identity : certificates) {
+        CertAddCertificateContextToStore(store.get(), contextOf(identity.certificate).get(), CERT_STORE_ADD_ALWAYS,
+                                         nullptr);
+    }
+    for (const Bytes& crl : crls) {
+        CertAddEncodedCRLToStore(store.get(), X509_ASN_ENCODING, crl.data(), static_cast<DWORD>(crl.size()),
+                                 CERT_STORE_ADD_ALWAYS, nullptr);
+    }
+    return store;
+}
+
+// Now plus `seconds`.
+inline FILETIME fileTime(long seconds) {
+    FILETIME time{};
+    GetSystemTimeAsFileTime(&time);
+    const auto ticks = (static_cast<unsigned long long>(time.dwHighDateTime) << 32 | time.dwLowDateTime) +
+                       static_cast<unsigned long long>(seconds * 10000000LL);
+    return {static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+}
+
+struct ChainRequest {
+    Identity end;
+    std::vector<Identity> extra = {};  // the additional store
+    std::vector<Bytes> crls = {};      // in the same store
+    DWORD flags = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
+    std::optional<long> atSeconds = std::nullopt;  // the time of the chain, from now
+    HCERTCHAINENGINE engine = nullptr;
+    DWORD timeoutMs = 0;
+    FILETIME* resync = nullptr;
+};
+
+inline ChainPtr chainOf(const ChainRequest& request) {
+    const ContextPtr end = contextOf(request.end.certificate);
+    const StorePtr store = storeOf(request.extra, request.crls);
+    CERT_CHAIN_PARA parameters{};
+    parameters.cbSize = sizeof parameters;
+    parameters.dwUrlRetrievalTimeout = request.timeoutMs;
+    parameters.pftCacheResync = request.resync;
+    FILETIME time = fileTime(request.atSeconds.value_or(0));
+    PCCERT_CHAIN_CONTEXT chain = nullptr;
+    CertGetCertificateChain(request.engine, end.get(), request.atSeconds ? &time : nullptr, store.get(), &parameters,
+                            request.flags, nullptr, &chain);
+    return ChainPtr(chain);
+}
+
+inline const CERT_SIMPLE_CHAIN& simple(const ChainPtr& chain) {
+    return *chain->rgpChain[0];
+}
+inline DWORD errorOf(const ChainPtr& chain) {
+    return simple(chain).TrustStatus.dwErrorStatus;
+}
+inline DWORD errorAt(const ChainPtr& chain, DWORD element) {
+    return simple(chain).rgpElement[element]->TrustStatus.dwErrorStatus;
+}
+inline Bytes certificateAt(const ChainPtr& chain, DWORD element) {
+    const PCCERT_CONTEXT context = simple(chain).rgpElement[element]->pCertContext;
+    return {context->pbCertEncoded, context->pbCertEncoded + context->cbCertEncoded};
+}
+
+// Settings and system stores of its own; trusts the roots given and no other.
+class TrustWorld {
+public:
+    explicit TrustWorld(const std::vector<Identity>& roots, const std::string& moreSettings = "") {
+        const std::string base = dir_.path().string();
+        support_settings_open(dir_.write("settings.toml", "[crypto]\nmachine_stores = \"" + base +
+                                                              "/machine\"\nuser_stores = \"" + base +
+                                                              "/user\"\nurl_cache = \"" + base +
+                                                              "/cache\"\nsystem_roots = false\n" + moreSettings)
+                                  .c_str());
+        for (std::size_t i = 0; i < roots.size(); ++i) {
+            add("ROOT/" + std::to_string(i) + ".pem", roots[i]);
+        }
+    }
+    ~TrustWorld() {
+        crypto_forget_trusted_roots();
+        support_settings_open(dir_.write("empty.toml", "").c_str());
+    }
+    TrustWorld(const TrustWorld&) = delete;
+    TrustWorld& operator=(const TrustWorld&) = delete;
+
+    // Puts a certificate into a system store: "CA/name.pem".
+    void add(const std::string& file, const Identity& identity) const {
+        dir_.write("machine/" + file, identity.certificatePem());
+    }
+
+private:
+    TempDir dir_;
+};
+
+}  // namespace testkit
