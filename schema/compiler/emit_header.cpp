@@ -183,14 +183,16 @@ private:
             return;
         }
         std::string numbers;
+        bool isUnsigned = true;
         for (const NamedNumber& number : type.type->named) {
+            isUnsigned = isUnsigned && number.value >= 0 && number.value <= 0xFFFFFFFFLL;
             std::string name(number.name.text);
             for (char& c : name) {
                 c = c == '-' ? '_' : c;
             }
             numbers += (numbers.empty() ? "" : ", ") + type.name + "_" + name + " = " + std::to_string(number.value);
         }
-        out_.line("enum : std::int64_t { " + numbers + " };");
+        out_.line(std::string("enum : ") + (isUnsigned ? "std::uint32_t" : "std::int64_t") + " { " + numbers + " };");
     }
 
     void emitFunctions(const TypeLayout& type) {

@@ -349,11 +349,14 @@ private:
             needSource(underlyingType(type.use)->module);
             return;
         }
-        const Plain plain = describePlain(type.use);
-        const Kind kind = underlyingKind(type.use);
+        Use whole;
+        whole.kind = Kind::Named;
+        whole.type = const_cast<Type*>(&type);
+        const Plain plain = describePlain(whole);
+        const Kind kind = underlyingKind(whole);
         layout.kind = plain.kind;
         layout.cppType = kind == Kind::Null ? "std::uint8_t" : plain.cppType;
-        layout.members.push_back(describeMember(type.use, "*pvalue", false));
+        layout.members.push_back(describeMember(whole, "*pvalue", false));
         if (plain.kind == "FixedOctetString") {
             layout.form = TypeForm::Octets;
             layout.maxOctets = plain.upper.value_or(0);
