@@ -80,7 +80,8 @@ TALLOW_EXPORT void rtMemHeapAddRef(ASN1MEMHEAP** heap) noexcept;
 /// fields are tolerated.
 TALLOW_EXPORT void rtMemHeapRelease(ASN1MEMHEAP** heap) noexcept;
 
-/// Frees a list of open-type records: the octets of each record, the records and the nodes.
+/// Frees a list of open-type records: the octets of each record, which must come from the type heap (not decoded under
+/// CTX_FLAG_ZERO_COPY), the records and the nodes.
 TALLOW_EXPORT void rtMemFreeOpenSeqExt(ASN1CTXT* ctx, _Asn1RTDList* list) noexcept;
 
 }  // extern "C"

@@ -28,13 +28,17 @@ int elementLength(const std::uint8_t* data, std::uint32_t numocts) {
     ASN1CTXT reader = decoding::readOnlyContext();
     ASN1TAG tag = 0;
     int length = 0;
-    const int status = xd_setp(&reader, data, size, &tag, &length);
+    int status = xd_setp(&reader, data, size, &tag, &length);
     if (status != 0)
         return status;
     if (length == LEN_INDEFINITE)
         return decoding::indefiniteLength(data, size);
-    // The length counts the header, so the pair of zeros is an element of two octets.
-    return tag == 0 && length == 2 ? STATUS_BAD_VALUE : length;
+    if (tag != 0)
+        return length;
+    // An end-of-contents in front, in whatever form its length is written, is no element.
+    int contents = 0;
+    status = decoding::readHeader(&reader, &tag, &contents, MATCH_ADVANCE);
+    return status == 0 && contents == 0 ? STATUS_BAD_VALUE : length;
 }
 
 /// Moves over one element whatever it is.

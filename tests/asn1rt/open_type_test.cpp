@@ -26,6 +26,7 @@ TEST(OpenType, EncoderTakesOneCompleteElement) {
         {"indefinite without contents", "30800000", 4, "30800000"},
         {"no end-of-contents", "3080020105", STATUS_END_OF_BUFFER, ""},
         {"end-of-contents pair", "0000", STATUS_BAD_VALUE, ""},
+        {"end-of-contents with a long length", "008100", STATUS_BAD_VALUE, ""},
         {"passes the given octets", "04050102", STATUS_BAD_LENGTH, ""},
         {"half a header", "30", STATUS_END_OF_BUFFER, ""},
         {"nothing", "", 0, ""},
