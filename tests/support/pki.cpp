@@ -296,6 +296,11 @@ Bytes makeCrl(const Identity& issuer, const CrlSpec& spec) {
         X509RevokedPtr entry(X509_REVOKED_new());
         X509_REVOKED_set_serialNumber(entry.get(), makeSerial(serial).get());
         X509_REVOKED_set_revocationDate(entry.get(), last.get());
+        if (spec.reason) {
+            const std::unique_ptr<ASN1_ENUMERATED, FreeWith<ASN1_ENUMERATED_free>> reason(ASN1_ENUMERATED_new());
+            ASN1_ENUMERATED_set(reason.get(), *spec.reason);
+            X509_REVOKED_add1_ext_i2d(entry.get(), NID_crl_reason, reason.get(), 0, 0);
+        }
         require(X509_CRL_add0_revoked(crl.get(), entry.release()) == 1, "adding to a CRL");
     }
     std::vector<std::pair<std::string, Bytes>> extensions = spec.extensions;

@@ -1,0 +1,264 @@
+// Chains: what they are built from, how their faults are told, and what they may cost.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <chrono>
+
+#include "platform/crypto/path_search.h"
+#include "tests/platform/trust_fixture.h"
+#include "tests/support/http_server.h"
+#include "tests/support/process.h"
+#include "tests/support/tlv.h"
+
+namespace testkit {
+namespace {
+
+constexpr DWORD kOffline = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
+
+class Chains : public ::testing::Test {
+protected:
+    const Pki& pki = Pki::shared();
+    TrustWorld world{{pki.root}};
+};
+
+template <typename Change>
+Identity caUnder(const Identity& issuer, Change change) {
+    CertificateSpec spec;
+    spec.commonName = "changed ca";
+    spec.ca = true;
+    change(spec);
+    return issue(issuer, spec);
+}
+
+Identity leafUnder(const Identity& issuer) {
+    CertificateSpec spec;
+    spec.commonName = "leaf";
+    return issue(issuer, spec);
+}
+
+TEST_F(Chains, AlwaysGivesAContextWithTheFaultsWhereTheyAre) {
+    struct Row {
+        const char* name;
+        ChainRequest request;
+        std::vector<DWORD> errors;  // one an element
+        DWORD chainError = 0;       // beside those
+    };
+    const Identity noBasic = caUnder(pki.root, [](CertificateSpec& spec) {
+        spec.ca = false;
+        spec.keyUsage = "keyCertSign";
+    });
+    const Identity mayNotSign = caUnder(pki.root, [](CertificateSpec& spec) { spec.keyUsage = "cRLSign"; });
+    const Identity shortPath = caUnder(pki.root, [](CertificateSpec& spec) { spec.pathLength = 0; });
+    const Identity below = issueCa(shortPath, "below");
+    const Identity limited = caUnder(pki.root, [&](CertificateSpec& spec) {
+        const Bytes permitted = tlv::context(0, tlv::sequence({tlv::context(4, pki.sibling.subject())}));
+        spec.criticalExtensions = {{"2.5.29.30", tlv::sequence({permitted})}};
+    });
+    CertificateSpec stranger;
+    stranger.criticalExtensions = {{"1.2.3.4", {5, 0}}};
+    CertificateSpec late;
+    late.notBeforeSeconds = 3600;
+
+    const Row rows[] = {
+        {"good", {pki.good, {pki.ca}}, {0, 0, 0}},
+        {"trusted root alone", {pki.root}, {0}},
+        {"other root alone", {pki.sameNameCa}, {CERT_TRUST_IS_UNTRUSTED_ROOT}},
+        {"issuer missing", {pki.good}, {0}, CERT_TRUST_IS_PARTIAL_CHAIN},
+        {"other root", {leafUnder(pki.sameNameCa), {pki.sameNameCa}}, {0, CERT_TRUST_IS_UNTRUSTED_ROOT}},
+        {"issuer by name alone", {leafUnder(pki.sameNameCa), {pki.ca}}, {CERT_TRUST_IS_NOT_SIGNATURE_VALID, 0, 0}},
+        {"not yet valid", {issue(pki.ca, late), {pki.ca}}, {CERT_TRUST_IS_NOT_TIME_VALID, 0, 0}},
+        {"valid at the time asked", {issue(pki.ca, late), {pki.ca}, {}, kOffline, 7200}, {0, 0, 0}},
+        {"nothing valid any more",
+         {pki.good, {pki.ca}, {}, kOffline, 3L * 365 * 24 * 3600},
+         {CERT_TRUST_IS_NOT_TIME_VALID, CERT_TRUST_IS_NOT_TIME_VALID, CERT_TRUST_IS_NOT_TIME_VALID}},
+        {"critical extension", {issue(pki.ca, stranger), {pki.ca}}, {CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT, 0, 0}},
+        {"issuer without basic constraints",
+         {leafUnder(noBasic), {noBasic}},
+         {0, CERT_TRUST_INVALID_BASIC_CONSTRAINTS, 0}},
+        {"issuer that may not sign certificates",
+         {leafUnder(mayNotSign), {mayNotSign}},
+         {0, CERT_TRUST_IS_NOT_VALID_FOR_USAGE | CERT_TRUST_INVALID_BASIC_CONSTRAINTS, 0}},
+        {"path too long", {leafUnder(below), {below, shortPath}}, {0, 0, CERT_TRUST_INVALID_BASIC_CONSTRAINTS, 0}},
+        {"name outside of those permitted",
+         {leafUnder(limited), {limited}},
+         {CERT_TRUST_HAS_NOT_PERMITTED_NAME_CONSTRAINT, 0, 0}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const ChainPtr chain = chainOf(row.request);
+        ASSERT_NE(chain, nullptr);
+        ASSERT_EQ(simple(chain).cElement, row.errors.size());
+        DWORD all = row.chainError;
+        for (DWORD i = 0; i < row.errors.size(); ++i) {
+            EXPECT_EQ(errorAt(chain, i), row.errors[i]) << "element " << i;
+            all |= row.errors[i];
+        }
+        EXPECT_EQ(errorOf(chain), all);
+        EXPECT_EQ(chain->TrustStatus.dwErrorStatus, all);
+        const DWORD lastInfo = simple(chain).rgpElement[row.errors.size() - 1]->TrustStatus.dwInfoStatus;
+        EXPECT_EQ((lastInfo & CERT_TRUST_IS_SELF_SIGNED) != 0, (all & CERT_TRUST_IS_PARTIAL_CHAIN) == 0);
+    }
+}
+
+TEST_F(Chains, TrustsTheRootStoreTheRootsOfThisRunOrThoseOfAnEngine) {
+    const Identity own = rootCa("own root");
+    const Identity leaf = leafUnder(own);
+    EXPECT_EQ(errorOf(chainOf({leaf, {own}})), CERT_TRUST_IS_UNTRUSTED_ROOT);
+
+    const StorePtr ownRoots = storeOf({own});
+    CERT_CHAIN_ENGINE_CONFIG config{};
+    config.cbSize = sizeof config;
+    config.hExclusiveRoot = ownRoots.get();
+    HCERTCHAINENGINE engine = nullptr;
+    ASSERT_TRUE(CertCreateCertificateChainEngine(&config, &engine));
+    EXPECT_EQ(errorOf(chainOf({.end = leaf, .engine = engine})), 0U);
+    EXPECT_EQ(errorOf(chainOf({.end = pki.good, .extra = {pki.ca, pki.root}, .engine = engine})),
+              CERT_TRUST_IS_UNTRUSTED_ROOT);
+    CertFreeCertificateChainEngine(engine);
+
+    ASSERT_TRUE(crypto_add_trusted_root(contextOf(own.certificate).get()));
+    EXPECT_EQ(errorOf(chainOf({leaf})), 0U);
+    crypto_forget_trusted_roots();
+    EXPECT_EQ(errorOf(chainOf({leaf})), CERT_TRUST_IS_PARTIAL_CHAIN);
+    world.add("ROOT/own.pem", own);
+    EXPECT_EQ(errorOf(chainOf({leaf})), 0U);
+    // What is not self-signed leads on and is no end.
+    ASSERT_TRUE(crypto_add_trusted_root(contextOf(pki.sibling.certificate).get()));
+    EXPECT_EQ(simple(chainOf({leafUnder(pki.sibling)})).cElement, 3U);
+}
+
+// A server that gives out one file at each path, and counts.
+class Files {
+public:
+    std::string add(const std::string& path, Bytes body) {
+        files_.emplace_back(path, std::move(body));
+        return server_.url(path);
+    }
+    std::size_t requests() const { return server_.requests().size(); }
+
+private:
+    std::vector<std::pair<std::string, Bytes>> files_;
+    HttpServer server_{[this](const HttpRequest& request) {
+        HttpReply reply;
+        reply.status = 404;
+        for (const auto& [path, body] : files_) {
+            if (path == request.target) {
+                reply.status = 200;
+                reply.body = body;
+            }
+        }
+        return reply;
+    }};
+};
+
+Bytes certificatesOnly(const std::vector<Identity>& certificates) {
+    const TempDir dir;
+    std::string pem;
+    for (const Identity& identity : certificates) {
+        pem += identity.certificatePem();
+    }
+    run({"openssl", "crl2pkcs7", "-nocrl", "-certfile", dir.write("in.pem", pem), "-outform", "DER", "-out",
+         dir.file("out.p7c")});
+    return readFile(dir.file("out.p7c"));
+}
+
+TEST_F(Chains, TakesIssuersFromStoresAndFromTheirAddresses) {
+    Files files;
+    const auto leafNaming = [&](const std::string& url) {
+        CertificateSpec spec;
+        spec.caIssuersUrls = {url};
+        return issue(pki.ca, spec);
+    };
+    const Identity single = leafNaming(files.add("/ca.cer", pki.ca.certificate));
+    const Identity message = leafNaming(files.add("/ca.p7c", certificatesOnly({pki.sibling, pki.ca})));
+    const Identity rubbish = leafNaming(files.add("/rubbish", bytesOf("no certificate")));
+
+    EXPECT_EQ(errorOf(chainOf({single})), CERT_TRUST_IS_PARTIAL_CHAIN);
+    EXPECT_EQ(files.requests(), 0U);  // the flags of these requests confine them to what is cached
+    EXPECT_EQ(errorOf(chainOf({.end = single, .flags = 0})), 0U);
+    EXPECT_EQ(errorOf(chainOf({.end = message, .flags = 0})), 0U);
+    EXPECT_EQ(files.requests(), 2U);
+    EXPECT_EQ(errorOf(chainOf({.end = single, .flags = 0})), 0U);
+    EXPECT_EQ(errorOf(chainOf({single})), 0U);
+    EXPECT_EQ(files.requests(), 2U);  // kept
+    EXPECT_EQ(errorOf(chainOf({.end = rubbish, .flags = 0})), CERT_TRUST_IS_PARTIAL_CHAIN);
+
+    world.add("CA/ca.pem", pki.ca);
+    EXPECT_EQ(errorOf(chainOf({.end = rubbish, .flags = 0})), 0U);
+    EXPECT_EQ(files.requests(), 3U);  // no address is asked when a store has the issuer
+}
+
+TEST_F(Chains, BoundsTheDownloadsInNumberAndTime) {
+    // Each certificate leads to one more, signed by the next: a ladder without an end.
+    std::vector<Identity> ladder;
+    int requests = 0;
+    HttpServer endless([&](const HttpRequest&) {
+        HttpReply reply;
+        reply.body = ladder[static_cast<std::size_t>(++requests)].certificate;
+        return reply;
+    });
+    std::vector<Key> keys(32);
+    std::generate(keys.begin(), keys.end(), [] { return Key::make(); });
+    for (std::size_t i = 0; i + 1 < keys.size(); ++i) {
+        CertificateSpec spec;
+        spec.commonName = std::to_string(i);
+        spec.ca = true;
+        spec.key = keys[i];
+        spec.caIssuersUrls = {endless.url("/" + std::to_string(i))};
+        CertificateSpec above;
+        above.commonName = std::to_string(i + 1);
+        above.key = keys[i + 1];
+        ladder.push_back(issue(selfSigned(above), spec));
+    }
+    EXPECT_EQ(errorOf(chainOf({.end = ladder[0], .flags = 0})), CERT_TRUST_IS_PARTIAL_CHAIN);
+    EXPECT_EQ(endless.requests().size(), 8U);
+
+    HttpServer slow([](const HttpRequest&) { return HttpReply{.delayMs = 1500}; });
+    CertificateSpec spec;
+    spec.caIssuersUrls = {slow.url("/1"), slow.url("/2"), slow.url("/3")};
+    const auto start = std::chrono::steady_clock::now();
+    EXPECT_EQ(errorOf(chainOf({.end = issue(pki.ca, spec), .flags = 0, .timeoutMs = 300})),
+              CERT_TRUST_IS_PARTIAL_CHAIN);
+    EXPECT_LT(std::chrono::steady_clock::now() - start, std::chrono::seconds(5));
+    EXPECT_LT(slow.requests().size(), 3U);
+}
+
+TEST_F(Chains, BoundsTheSignatureChecks) {
+    namespace service = tallow::platform;
+    const Identity leaf = leafUnder(pki.ca);
+    const auto refOf = [](const Identity& identity) { return service::Certificate::create(identity.certificate); };
+    service::ChainSources sources;
+    sources.roots = {refOf(pki.root)};
+    CertificateSpec namesake;
+    namesake.commonName = "ca";
+    namesake.ca = true;
+    namesake.keyIdentifiers = false;
+    // Each is signed by each, as far as the names go.
+    for (int i = 0; i < 300; ++i) {
+        namesake.key = Key::make();
+        sources.others.push_back(refOf(issue(pki.sameNameCa, namesake)));
+    }
+    service::SignatureLedger ledger;
+    service::findPath(refOf(leaf), sources, fileTime(0), {}, ledger);
+    EXPECT_LE(ledger.checksMade(), service::SignatureLedger::kMaxChecks);
+
+    for (const service::CertificateRef& other : sources.others) {
+        EXPECT_FALSE(ledger.verifies(*refOf(leaf), *other));
+    }
+    EXPECT_EQ(ledger.checksMade(), service::SignatureLedger::kMaxChecks);
+    EXPECT_FALSE(ledger.verifies(*refOf(leaf), *refOf(pki.ca)));  // true, but no longer looked at
+}
+
+TEST_F(Chains, TakesNoMalformedCall) {
+    const ContextPtr end = contextOf(pki.good.certificate);
+    PCCERT_CHAIN_CONTEXT chain = nullptr;
+    CERT_CHAIN_PARA parameters{};
+    EXPECT_FALSE(CertGetCertificateChain(nullptr, end.get(), nullptr, nullptr, &parameters, 0, nullptr, &chain));
+    EXPECT_EQ(GetLastError(), E_INVALIDARG);
+    EXPECT_FALSE(CertGetCertificateChain(nullptr, nullptr, nullptr, nullptr, nullptr, 0, nullptr, nullptr));
+    EXPECT_EQ(GetLastError(), E_INVALIDARG);
+    CertFreeCertificateChain(nullptr);
+}
+
+}  // namespace
+}  // namespace testkit

@@ -1,0 +1,160 @@
+// Revocation by CRLs: where they come from, which of them count, and how the outcome is told.
+#include <gtest/gtest.h>
+
+#include "tests/platform/trust_fixture.h"
+#include "tests/support/http_server.h"
+
+namespace testkit {
+namespace {
+
+constexpr DWORD kOffline = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
+constexpr DWORD kChain = CERT_CHAIN_REVOCATION_CHECK_CHAIN;
+constexpr DWORD kUnknown = CERT_TRUST_REVOCATION_STATUS_UNKNOWN | CERT_TRUST_IS_OFFLINE_REVOCATION;
+
+class Revocation : public ::testing::Test {
+protected:
+    Identity namingCrl(const std::string& url) const {
+        CertificateSpec spec;
+        spec.commonName = "naming its crl";
+        spec.crlUrls = {url};
+        return issue(pki.ca, spec);
+    }
+
+    const Pki& pki = Pki::shared();
+    TrustWorld world{{pki.root}};
+    const Bytes rootCrl = makeCrl(pki.root, {});
+    const Bytes caCrl = makeCrl(pki.ca, {.revokedSerials = {pki.revoked.serial()}});
+};
+
+TEST_F(Revocation, IsToldForEachElementThatTheFlagsName) {
+    struct Row {
+        const char* name;
+        Identity end;
+        std::vector<Bytes> crls;
+        DWORD flags;
+        std::vector<DWORD> errors;
+    };
+    const Bytes older = makeCrl(pki.ca, {.lastUpdateSeconds = -7200});
+    const Row rows[] = {
+        {"not asked", pki.revoked, {caCrl}, 0, {0, 0, 0}},
+        {"all there", pki.good, {rootCrl, caCrl}, kChain, {0, 0, 0}},
+        {"without the root", pki.good, {rootCrl, caCrl}, CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT, {0, 0, 0}},
+        {"end certificate alone", pki.good, {caCrl}, CERT_CHAIN_REVOCATION_CHECK_END_CERT, {0, 0, 0}},
+        {"revoked", pki.revoked, {rootCrl, caCrl}, kChain, {CERT_TRUST_IS_REVOKED, 0, 0}},
+        {"issuer revoked",
+         pki.good,
+         {makeCrl(pki.root, {.revokedSerials = {pki.ca.serial()}}), caCrl},
+         kChain,
+         {0, CERT_TRUST_IS_REVOKED, 0}},
+        {"no CRL of the root", pki.good, {caCrl}, kChain, {0, kUnknown, 0}},
+        {"no CRL at all", pki.good, {}, kChain, {kUnknown, kUnknown, 0}},
+        {"the anchor itself", pki.root, {}, kChain, {0}},
+        {"newer CRL counts", pki.revoked, {rootCrl, older, caCrl}, kChain, {CERT_TRUST_IS_REVOKED, 0, 0}},
+        {"outdated", pki.good, {rootCrl, makeCrl(pki.ca, {.nextUpdateSeconds = -60})}, kChain, {kUnknown, 0, 0}},
+        {"from the future", pki.good, {rootCrl, makeCrl(pki.ca, {.lastUpdateSeconds = 600})}, kChain, {kUnknown, 0, 0}},
+        {"signed by a namesake", pki.good, {rootCrl, makeCrl(pki.sameNameCa, {})}, kChain, {kUnknown, 0, 0}},
+        {"weakly signed", pki.good, {rootCrl, makeCrl(pki.ca, {.hash = "SHA1"})}, kChain, {kUnknown, 0, 0}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const ChainPtr chain =
+            chainOf({.end = row.end, .extra = {pki.ca}, .crls = row.crls, .flags = row.flags | kOffline});
+        ASSERT_EQ(simple(chain).cElement, row.errors.size());
+        DWORD all = 0;
+        for (DWORD i = 0; i < row.errors.size(); ++i) {
+            EXPECT_EQ(errorAt(chain, i), row.errors[i]) << "element " << i;
+            all |= row.errors[i];
+        }
+        EXPECT_EQ(errorOf(chain), all);
+    }
+}
+
+TEST_F(Revocation, FetchesFromTheDistributionPointAndKeepsWhatVerified) {
+    Bytes served = makeCrl(pki.sameNameCa, {});
+    HttpServer server([&](const HttpRequest&) { return HttpReply{.body = served}; });
+    const Identity end = namingCrl(server.url("/ca.crl"));
+    const auto errorWith = [&](DWORD flags, FILETIME* resync = nullptr) {
+        return errorAt(
+            chainOf({.end = end, .extra = {pki.ca}, .crls = {rootCrl}, .flags = kChain | flags, .resync = resync}), 0);
+    };
+    EXPECT_EQ(errorWith(0), kUnknown);  // somebody else's CRL
+    served = makeCrl(pki.ca, {});
+    EXPECT_EQ(errorWith(kOffline), kUnknown);  // which was not kept
+    EXPECT_EQ(server.requests().size(), 1U);
+    EXPECT_EQ(errorWith(0), 0U);
+    EXPECT_EQ(server.requests().size(), 2U);
+
+    served = makeCrl(pki.ca, {.revokedSerials = {end.serial()}});
+    EXPECT_EQ(errorWith(0), 0U);  // the kept one is current
+    EXPECT_EQ(errorWith(kOffline), 0U);
+    EXPECT_EQ(errorWith(CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY), 0U);
+    EXPECT_EQ(server.requests().size(), 2U);
+    FILETIME later = fileTime(1);
+    EXPECT_EQ(errorWith(kOffline, &later), kUnknown);
+    EXPECT_EQ(errorWith(0, &later), CERT_TRUST_IS_REVOKED);
+    EXPECT_EQ(errorWith(0), CERT_TRUST_IS_REVOKED);  // and replaced the older one
+    EXPECT_EQ(server.requests().size(), 3U);
+}
+
+TEST_F(Revocation, AsksNoAddressOfAChainThatIsNotTrusted) {
+    HttpServer server([](const HttpRequest&) { return HttpReply{}; });
+    CertificateSpec spec;
+    spec.crlUrls = {server.url()};
+    chainOf({.end = issue(pki.sameNameCa, spec), .extra = {pki.sameNameCa}, .flags = kChain});
+    chainOf({.end = issue(pki.sameNameCa, spec), .extra = {pki.ca}, .flags = kChain});
+    EXPECT_EQ(server.requests().size(), 0U);
+}
+
+TEST_F(Revocation, RefusesACrlAboveTheLimit) {
+    const TrustWorld bounded({pki.root}, "max_crl_bytes = 2000\n");
+    HttpServer server([&](const HttpRequest&) { return HttpReply{.body = caCrl, .padBodyTo = 2001}; });
+    EXPECT_EQ(
+        errorAt(chainOf({.end = namingCrl(server.url()), .extra = {pki.ca}, .crls = {rootCrl}, .flags = kChain}), 0),
+        kUnknown);
+}
+
+TEST_F(Revocation, OfSingleCertificatesIsTheLastError) {
+    struct Row {
+        const char* name;
+        Identity certificate;
+        std::optional<Identity> issuer;
+        std::vector<Bytes> crls;
+        DWORD error;
+    };
+    const Bytes withReason = makeCrl(pki.ca, {.revokedSerials = {pki.revoked.serial()}, .reason = 4});
+    const Identity unreachable = namingCrl("http://127.0.0.1:" + std::to_string(closedPort()) + "/");
+    const Row rows[] = {
+        {"good", pki.good, pki.ca, {caCrl}, 0},
+        {"revoked", pki.revoked, pki.ca, {withReason}, CRYPT_E_REVOKED},
+        {"issuer from the stores", pki.revoked, std::nullopt, {withReason}, CRYPT_E_REVOKED},
+        {"no CRL", pki.good, pki.ca, {}, CRYPT_E_NO_REVOCATION_CHECK},
+        {"CRL out of reach", unreachable, pki.ca, {}, CRYPT_E_REVOCATION_OFFLINE},
+        {"not its issuer", pki.good, pki.sameNameCa, {makeCrl(pki.sameNameCa, {})}, CRYPT_E_NO_REVOCATION_CHECK},
+        {"self-signed", pki.root, std::nullopt, {}, 0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const ContextPtr context = contextOf(row.certificate.certificate);
+        const ContextPtr issuer = row.issuer ? contextOf(row.issuer->certificate) : nullptr;
+        StorePtr store = storeOf({pki.ca}, row.crls);
+        HCERTSTORE handle = store.get();
+        CERT_REVOCATION_PARA parameters{};
+        parameters.cbSize = sizeof parameters;
+        parameters.pIssuerCert = issuer.get();
+        parameters.cCertStore = 1;
+        parameters.rgCertStore = &handle;
+        CERT_REVOCATION_STATUS status{};
+        status.cbSize = sizeof status;
+        void* contexts[] = {const_cast<CERT_CONTEXT*>(context.get())};
+        SetLastError(0);
+        EXPECT_EQ(
+            CertVerifyRevocation(X509_ASN_ENCODING, CERT_CONTEXT_REVOCATION_TYPE, 1, contexts, 0, &parameters, &status),
+            row.error == 0 ? TRUE : FALSE);
+        EXPECT_EQ(GetLastError(), row.error);
+        EXPECT_EQ(status.dwError, row.error);
+        EXPECT_EQ(status.dwReason, row.error == CRYPT_E_REVOKED ? 4U : 0U);
+    }
+}
+
+}  // namespace
+}  // namespace testkit
