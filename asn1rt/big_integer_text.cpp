@@ -339,8 +339,8 @@ int digitsToText(ASN1CTXT* ctx, const RtBigInteger& big, int radix, char* text, 
 
 // The top octet of the two's complement form. Whether the octets below carry into it is judged by the second octet
 // alone, and that is kept: a magnitude such as 0x800001 counts as negated in three octets and is written as 0x7FFFFF, a
-// positive number. Only negative decimal text can lead here; hexadecimal text, which is what messages are read into,
-// cannot.
+// positive number. Negative decimal text can lead here; hexadecimal text, the form that messages are decoded into, is
+// encoded without this record.
 std::uint8_t topOfComplement(const RtBigInteger& big) {
     const bool carries = big.numocts == 1 || big.mag[1] == 0;
     return static_cast<std::uint8_t>(carries ? -big.mag[0] : ~big.mag[0]);

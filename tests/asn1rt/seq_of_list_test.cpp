@@ -1,0 +1,140 @@
+#include "asn1rt/seq_of_list.h"
+
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "asn1rt/memory_heap.h"
+#include "asn1rt/status.h"
+
+namespace {
+
+// The elements as the list holds them: pointers to numbers.
+std::vector<int> valuesOf(const ASN1CSeqOfList& list) {
+    std::vector<int> values;
+    for (std::uint32_t i = 0; i < list.size(); ++i)
+        values.push_back(*static_cast<int*>(list.get(static_cast<std::int32_t>(i))));
+    return values;
+}
+
+int valueOf(void* data) {
+    return data == nullptr ? -1 : *static_cast<int*>(data);
+}
+
+struct Numbers : testing::Test {
+    int number[6] = {0, 1, 2, 3, 4, 5};
+    ASN1TSeqOfList record;
+    ASN1CSeqOfList list{record};
+};
+
+TEST_F(Numbers, ElementsGoWhereTheyAreToldTo) {
+    EXPECT_EQ(list.append(&number[2]), 0);
+    EXPECT_EQ(list.insert(0, &number[0]), 0);
+    EXPECT_EQ(list.insert(2, &number[5]), 0);
+    EXPECT_EQ(list.insert(4, &number[1]), STATUS_BAD_ARGUMENT);
+    EXPECT_EQ(list.insert(-1, &number[1]), STATUS_BAD_ARGUMENT);
+    EXPECT_EQ(list.insertBefore(&number[1], record.pHead->pNext), 0);
+    EXPECT_EQ(list.insertAfter(&number[3], record.pTail->pPrev), 0);
+    EXPECT_EQ(valuesOf(list), (std::vector<int>{0, 1, 2, 3, 5}));
+    EXPECT_EQ(record.count, 5U);
+    EXPECT_EQ(list.indexOf(&number[3]), 3);
+    EXPECT_EQ(list.set(1, &number[4]), &number[1]);
+    EXPECT_EQ(list.set(9, &number[4]), nullptr);
+    EXPECT_EQ(list.remove(0), 0);
+    EXPECT_EQ(list.remove(&number[5]), 0);
+    EXPECT_EQ(list.remove(&number[5]), STATUS_BAD_ARGUMENT);
+    EXPECT_EQ(list.remove(record.pHead), 0);
+    EXPECT_EQ(list.remove(7), STATUS_BAD_ARGUMENT);
+    EXPECT_EQ(valuesOf(list), (std::vector<int>{2, 3}));
+    EXPECT_EQ(list.getFirst(), &number[2]);
+    EXPECT_EQ(list.getLast(), &number[3]);
+    list.clear();
+    EXPECT_TRUE(list.isEmpty());
+    EXPECT_EQ(list.getFirst(), nullptr);
+}
+
+TEST_F(Numbers, ArraysComeAndGo) {
+    EXPECT_EQ(list.appendArray(number, 3, sizeof(int)), 0);
+    EXPECT_EQ(list.get(1), &number[1]);
+    // The count of copies is in octets.
+    EXPECT_EQ(list.appendArrayCopy(number + 4, 2 * sizeof(int), sizeof(int)), 0);
+    EXPECT_EQ(valuesOf(list), (std::vector<int>{0, 1, 2, 4, 5}));
+    EXPECT_NE(list.get(3), &number[4]);
+    int room[5] = {};
+    EXPECT_EQ(list.toArray(room, 5, sizeof(int)), room);
+    EXPECT_EQ(room[4], 5);
+    void* other = list.toArray(room, 4, sizeof(int));
+    EXPECT_NE(other, static_cast<void*>(room));
+    EXPECT_EQ(static_cast<int*>(list.toArray(sizeof(int)))[3], 4);
+    EXPECT_EQ(list.appendArray(nullptr, 3, sizeof(int)), STATUS_BAD_ARGUMENT);
+}
+
+TEST_F(Numbers, AnIteratorWalksBothWays) {
+    list.appendArray(number, 3, sizeof(int));
+    ASN1CSeqOfListIterator* i = list.iterator();
+    EXPECT_FALSE(i->hasPrev());
+    for (const int expected : {0, 1, 2})
+        EXPECT_EQ(valueOf(i->next()), expected);
+    EXPECT_EQ(i->next(), nullptr);
+    EXPECT_EQ(i->getStatus(), STATUS_MISSING_ELEMENT);
+    for (const int expected : {2, 1, 0})
+        EXPECT_EQ(valueOf(i->prev()), expected);
+    EXPECT_EQ(i->prev(), nullptr);
+    EXPECT_EQ(valueOf(list.iteratorFromLast()->prev()), 2);
+    EXPECT_EQ(valueOf(list.iteratorFrom(&number[1])->next()), 1);
+    EXPECT_EQ(valueOf(list.iteratorFrom(&number[1])->prev()), 0);
+    EXPECT_EQ(list.iteratorFrom(&number[5]), nullptr);
+}
+
+TEST_F(Numbers, AnIteratorChangesTheListAndGoesOn) {
+    list.appendArray(number, 3, sizeof(int));
+    ASN1CSeqOfListIterator* i = list.iterator();
+    EXPECT_EQ(i->remove(), STATUS_ITERATOR_STATE);
+    EXPECT_EQ(i->set(&number[5]), STATUS_ITERATOR_STATE);
+    i->next();
+    EXPECT_EQ(i->set(&number[4]), 0);
+    EXPECT_EQ(i->insert(&number[5]), 0);
+    EXPECT_EQ(valuesOf(list), (std::vector<int>{4, 5, 1, 2}));
+    EXPECT_EQ(valueOf(i->next()), 1);
+    EXPECT_EQ(i->remove(), 0);
+    EXPECT_EQ(i->remove(), STATUS_ITERATOR_STATE);
+    EXPECT_EQ(valueOf(i->prev()), 5);
+    EXPECT_EQ(i->remove(), 0);
+    EXPECT_EQ(valueOf(i->next()), 2);
+    EXPECT_EQ(i->insert(&number[3]), 0);
+    EXPECT_EQ(valuesOf(list), (std::vector<int>{4, 2, 3}));
+}
+
+TEST_F(Numbers, AnIteratorRefusesAListThatChangedUnderIt) {
+    list.append(&number[0]);
+    ASN1CSeqOfListIterator* i = list.iterator();
+    i->next();
+    list.append(&number[1]);
+    EXPECT_EQ(i->next(), nullptr);
+    EXPECT_EQ(i->getStatus(), STATUS_LIST_CHANGED);
+    EXPECT_EQ(i->prev(), nullptr);
+    EXPECT_EQ(i->remove(), STATUS_LIST_CHANGED);
+    EXPECT_EQ(i->set(&number[2]), STATUS_LIST_CHANGED);
+    EXPECT_EQ(i->insert(&number[2]), STATUS_LIST_CHANGED);
+    EXPECT_EQ(valuesOf(list), (std::vector<int>{0, 1}));
+}
+
+TEST(SeqOfList, AListOfItsOwnLivesInTheHeapAndARecordMayStartUninitialised) {
+    ASN1CSeqOfList own;
+    int number = 7;
+    EXPECT_EQ(own.append(&number), 0);
+    EXPECT_EQ(own.size(), 1U);
+
+    ASN1BERDecodeBuffer buffer;
+    _Asn1RTDList wild = {99, nullptr, nullptr};
+    ASN1CSeqOfList cleaned(buffer, wild, true);
+    EXPECT_TRUE(cleaned.isEmpty());
+    ASN1TPDUSeqOfList record;
+    ASN1CSeqOfList shared(*buffer.getContext(), record);
+    auto* element = rtMemHeapAllocZ(&buffer.getCtxtPtr()->pTypeMemHeap, sizeof(int));
+    EXPECT_EQ(shared.append(element), 0);
+    shared.freeAll();
+    EXPECT_EQ(record.count, 0U);
+}
+
+}  // namespace

@@ -1,0 +1,241 @@
+#include "asn1rt/time_control.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <string>
+
+#include "asn1rt/status.h"
+
+namespace {
+
+// A control over a text of its own, in an array large enough for any text.
+template <typename Control>
+struct Holder {
+    explicit Holder(const std::string& start = "", bool force = false) : control(text, sizeof area, force) {
+        start.copy(area, sizeof area - 1);
+    }
+    char area[40] = {};
+    const char* text = area;
+    Control control;
+};
+using Generalized = Holder<ASN1CGeneralizedTime>;
+using Utc = Holder<ASN1CUTCTime>;
+
+// Local time of the process for the length of a test.
+class Zone {
+public:
+    explicit Zone(const char* zone) {
+        setenv("TZ", zone, 1);
+        tzset();
+    }
+    ~Zone() {
+        unsetenv("TZ");
+        tzset();
+    }
+};
+
+TEST(TimeControl, FieldsAreReadFromTheTextOnDemand) {
+    Generalized t("20240229120105.0250-0330");
+    EXPECT_EQ(t.control.getYear(), 2024);
+    EXPECT_EQ(t.control.getMonth(), 2);
+    EXPECT_EQ(t.control.getDay(), 29);
+    EXPECT_EQ(t.control.getHour(), 12);
+    EXPECT_EQ(t.control.getMinute(), 1);
+    EXPECT_EQ(t.control.getSecond(), 5);
+    EXPECT_EQ(t.control.getFraction(), 250);
+    EXPECT_EQ(t.control.getDiffHour(), -3);
+    EXPECT_EQ(t.control.getDiffMinute(), -30);
+    EXPECT_EQ(t.control.getDiff(), -210);
+    EXPECT_EQ(t.control.getUTC(), 0);
+    EXPECT_EQ(t.control.getCentury(), 20);
+    EXPECT_EQ(Generalized("20240229120105.123456789123456789123456789Z").control.getFraction(), 123456789);
+    EXPECT_EQ(Utc("491231235959Z").control.getYear(), 2049);
+}
+
+TEST(TimeControl, ABadTextIsAnsweredByGettersAndSetters) {
+    for (const char* text : {"20230229120000Z", "x", "20240101"}) {
+        Generalized t(text);
+        EXPECT_EQ(t.control.getYear(), STATUS_BAD_DATETIME) << text;
+        EXPECT_EQ(t.control.getTime(), STATUS_BAD_DATETIME);
+        EXPECT_EQ(t.control.setYear(2024), STATUS_BAD_DATETIME);
+        EXPECT_EQ(t.control.getCtxtPtr()->errInfo.status, STATUS_BAD_DATETIME);
+        EXPECT_STREQ(t.text, text);
+        EXPECT_FALSE(t.control == t.control);
+    }
+}
+
+TEST(TimeControl, ZuluFormIsDemandedOfTheTextToo) {
+    EXPECT_EQ(Generalized("20240229120000,5Z", true).control.getYear(), STATUS_BAD_DATETIME);
+    EXPECT_EQ(Generalized("20240229120000", true).control.getYear(), STATUS_BAD_DATETIME);
+    EXPECT_EQ(Generalized("20240229120000+0100", true).control.getYear(), STATUS_BAD_DATETIME);
+    EXPECT_EQ(Generalized("20240229120000.5Z", true).control.getYear(), 2024);
+}
+
+TEST(TimeControl, NothingIsSetWithoutText) {
+    const char* none = nullptr;
+    ASN1CGeneralizedTime t(none);
+    EXPECT_EQ(t.getYear(), ASN1CTime::kNotSet);
+    EXPECT_EQ(t.getTimeStringLen(), 0);
+    EXPECT_EQ(t.compileString(), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.getTime(), STATUS_BAD_DATETIME);
+    EXPECT_FALSE(t.equals(t));
+    EXPECT_FALSE(t <= t);
+    EXPECT_TRUE(t != t);
+    char area[40];
+    EXPECT_EQ(t.getTimeString(area, sizeof area), nullptr);
+}
+
+TEST(TimeControl, TheTextAppearsWithTheLastFieldItNeeds) {
+    Generalized zulu("", true);
+    EXPECT_EQ(zulu.control.setUTC(true), 0);
+    EXPECT_EQ(zulu.control.setYear(2024), 0);
+    EXPECT_EQ(zulu.control.setMonth(2), 0);
+    EXPECT_EQ(zulu.control.setDay(29), 0);
+    EXPECT_STREQ(zulu.text, "");
+    EXPECT_EQ(zulu.control.setHour(0), 0);
+    EXPECT_STREQ(zulu.text, "20240229000000Z");
+    EXPECT_EQ(zulu.text, zulu.area);
+
+    const char* loose = nullptr;
+    ASN1CUTCTime utc(loose);
+    utc.setYear(49);
+    utc.setMonth(12);
+    utc.setDay(31);
+    EXPECT_EQ(utc.setHour(23), 0);
+    EXPECT_STREQ(loose, "4912312300Z");
+    EXPECT_EQ(utc.setSecond(7), 0);
+    EXPECT_STREQ(loose, "491231230007Z");
+    char copy[14];
+    EXPECT_EQ(utc.getTimeString(copy, 13), nullptr);
+    EXPECT_EQ(utc.getTimeString(copy, 14), copy);
+    EXPECT_STREQ(copy, "491231230007Z");
+}
+
+TEST(TimeControl, TextShowsWhatIsNeeded) {
+    struct Row {
+        const char* before;
+        int hours;
+        int minutes;
+        int fraction;
+        const char* after;
+    };
+    const Row rows[] = {
+        {"20240229120000", 0, 0, 0, "2024022912"},
+        {"20240229120100", 0, 0, 0, "202402291201"},
+        {"20240229120000", 0, 0, 5, "20240229120000.5"},
+        {"20240229120000", 3, 0, 0, "2024022912+03"},
+        {"20240229120000", -1, 30, 0, "2024022912-0130"},
+        {"20240229120000", 0, -30, 0, "2024022912-0030"},
+        {"20241231233000Z", -1, -30, 0, "2025010101Z"},
+        {"20240301003000Z", 1, 0, 0, "202402292330Z"},
+        {"20240301123456", -12, 59, 999999999, "20240301123456.999999999-1259"},
+    };
+    for (const Row& row : rows) {
+        Generalized t(row.before);
+        EXPECT_EQ(t.control.setFraction(row.fraction), 0);
+        EXPECT_EQ(t.control.setDiff(row.hours, row.minutes), 0);
+        EXPECT_STREQ(t.text, row.after);
+    }
+    Utc utc("240229120000-0130");
+    EXPECT_EQ(utc.control.setUTC(false), 0);
+    EXPECT_STREQ(utc.text, "2402291200-0130");
+    EXPECT_EQ(utc.control.setUTC(true), 0);
+    EXPECT_STREQ(utc.text, "2402291330Z");
+    EXPECT_EQ(utc.control.setUTC(false), 0);
+    EXPECT_EQ(utc.control.getUTC(), 1);
+}
+
+TEST(TimeControl, ValuesOutOfRangeChangeNothing) {
+    Generalized t("20240229120000Z");
+    EXPECT_EQ(t.control.setYear(2023), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setYear(-1), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setYear(10000), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setMonth(13), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setMonth(0), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setDay(30), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setDay(0), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setHour(24), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setMinute(60), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setSecond(-1), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setFraction(1000000000), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setDiffHour(13), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setDiff(1, 60), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setDiff(721), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setCentury(100), STATUS_BAD_DATETIME);
+    EXPECT_STREQ(t.text, "20240229120000Z");
+    Generalized edge("99991231230000Z");
+    EXPECT_EQ(edge.control.setDiff(-2, 0), STATUS_BAD_DATETIME);
+    EXPECT_EQ(edge.control.getDiff(), 0);
+    EXPECT_STREQ(edge.text, "99991231230000Z");
+    Generalized leap("20000229120000Z");
+    EXPECT_EQ(leap.control.setCentury(19), STATUS_BAD_DATETIME);  // 1900 was no leap year
+    EXPECT_EQ(leap.control.setCentury(16), 0);
+    EXPECT_STREQ(leap.text, "1600022912Z");
+    Utc utc("240229120000Z");
+    EXPECT_EQ(utc.control.setFraction(5), STATUS_NOT_SUPPORTED);
+    EXPECT_EQ(utc.control.setYear(2050), STATUS_BAD_DATETIME);
+    EXPECT_EQ(utc.control.setYear(1949), STATUS_BAD_DATETIME);
+    EXPECT_EQ(utc.control.setYear(23), STATUS_BAD_DATETIME);
+    EXPECT_EQ(utc.control.setYear(52), 0);
+    EXPECT_EQ(utc.control.getYear(), 1952);
+}
+
+TEST(TimeControl, InstantsAreComparedWhateverTheirForm) {
+    struct Row {
+        const char* a;
+        const char* b;
+        int order;
+    };
+    const Row rows[] = {
+        {"20240229120000Z", "20240229150000+0300", 0},   {"20240301003000+0100", "20240229233000Z", 0},
+        {"20240229120000.5Z", "20240229120000.500Z", 0}, {"20240229120000.50Z", "20240229120000.6Z", -1},
+        {"20231231235959Z", "20240101000000Z", -1},      {"20240229000000Z", "20240301000000Z", -1},
+        {"20000101000000Z", "19991231230000-0200", -1},  {"2024022912Z", "20240229120000Z", 0},
+    };
+    for (const Row& row : rows) {
+        const Generalized a(row.a);
+        const Generalized b(row.b);
+        EXPECT_EQ(a.control == b.control, row.order == 0) << row.a << " " << row.b;
+        EXPECT_EQ(a.control != b.control, row.order != 0) << row.a << " " << row.b;
+        EXPECT_EQ(a.control < b.control, row.order < 0) << row.a << " " << row.b;
+        EXPECT_EQ(b.control > a.control, row.order < 0) << row.a << " " << row.b;
+        EXPECT_EQ(a.control >= b.control, row.order == 0) << row.a << " " << row.b;
+        EXPECT_TRUE(a.control <= b.control) << row.a << " " << row.b;
+    }
+    EXPECT_TRUE(Utc("240229120000Z").control == Generalized("20240229120000Z").control);
+}
+
+TEST(TimeControl, SecondsAreLocalTime) {
+    const Zone zone("XXX-3");  // three hours east of Greenwich
+    Generalized t;
+    EXPECT_EQ(t.control.setTime(1709208000, false), 0);  // 2024-02-29 12:00:00 UTC
+    EXPECT_STREQ(t.text, "2024022915");
+    EXPECT_EQ(t.control.getTime(), 1709208000);
+    EXPECT_EQ(t.control.setTime(1709208000, true), 0);
+    EXPECT_STREQ(t.text, "2024022915+03");
+    EXPECT_EQ(t.control.getTime(), 1709208000 + 3 * 3600);  // the offset is added on top of local time
+    Generalized zulu("", true);
+    EXPECT_EQ(zulu.control.setTime(1709208000, false), 0);
+    EXPECT_STREQ(zulu.text, "20240229120000Z");
+    Utc utc;
+    EXPECT_EQ(utc.control.setTime(1709208000, false), 0);
+    EXPECT_STREQ(utc.text, "2402291500+0300");
+    EXPECT_EQ(utc.control.setTime(4102444800, false), STATUS_BAD_DATETIME);  // 2100
+    EXPECT_STREQ(utc.text, "2402291500+0300");
+}
+
+TEST(TimeControl, ATextPutThereByADecoderIsReadAgain) {
+    Generalized t("20240229120000Z");
+    EXPECT_EQ(t.control.getHour(), 12);
+    t.text = "20250101010000Z";
+    EXPECT_EQ(t.control.getHour(), 1);
+    EXPECT_EQ(t.control.setMinute(5), 0);
+    EXPECT_STREQ(t.text, "202501010105Z");
+    EXPECT_EQ(t.text, t.area);
+    t.control.clear();
+    EXPECT_STREQ(t.area, "");
+    EXPECT_EQ(t.control.getHour(), ASN1CTime::kNotSet);
+}
+
+}  // namespace
