@@ -4,32 +4,18 @@
 #include <gtest/gtest.h>
 
 #include <string>
-#include <vector>
 
 #include "asn1rt/decode.h"
 #include "asn1rt/encode.h"
 #include "schema/value_codec.h"
+#include "tests/support/bytes.h"
 
 namespace schematest {
 
-using Octets = std::vector<std::uint8_t>;
+using Octets = testkit::Bytes;
 
-/// "30 03 02 01 05" to octets.
-inline Octets hex(const std::string& text) {
-    Octets octets;
-    std::string digits;
-    for (char c : text) {
-        if (c != ' ') {
-            digits += c;
-        }
-    }
-    for (std::size_t i = 0; i + 1 < digits.size(); i += 2) {
-        octets.push_back(static_cast<std::uint8_t>(std::stoi(digits.substr(i, 2), nullptr, 16)));
-    }
-    return octets;
-}
-
-inline std::string toHex(const std::uint8_t* data, std::size_t size) {
+/// Octets as the rows spell them: "30 03 02 01 05".
+inline std::string spell(const std::uint8_t* data, std::size_t size) {
     static const char* const kDigits = "0123456789ABCDEF";
     std::string text;
     for (std::size_t i = 0; i < size; ++i) {
@@ -48,7 +34,7 @@ protected:
 
     template <class Record>
     int decode(int (*decoder)(ASN1CTXT*, Record*, ASN1TagType, int), Record& record, const std::string& octets) {
-        return decode(decoder, record, hex(octets));
+        return decode(decoder, record, testkit::fromHex(octets));
     }
 
     template <class Record>
@@ -68,7 +54,7 @@ protected:
         }
         const int length = encoder(&ctxt_, &record, TAG_EXPLICIT);
         if (length >= 0 && octets != nullptr) {
-            *octets = toHex(xe_getp(&ctxt_), static_cast<std::size_t>(length));
+            *octets = spell(xe_getp(&ctxt_), static_cast<std::size_t>(length));
         }
         return length;
     }

@@ -260,7 +260,7 @@ TEST_F(SampleCodec, NestingBeyondTheLimitIsRefused) {
     const auto nested = [](unsigned levels) {
         Octets octets;
         for (unsigned i = 0; i < levels; ++i) {
-            Octets message = schematest::hex("02 01 05 0A 01 01 30 03 13 01 61");
+            Octets message = testkit::fromHex("02 01 05 0A 01 01 30 03 13 01 61");
             if (!octets.empty()) {
                 message.insert(message.end(), {0xA2, 0x82, static_cast<std::uint8_t>(octets.size() >> 8),
                                                static_cast<std::uint8_t>(octets.size())});
@@ -281,7 +281,7 @@ TEST_F(SampleCodec, NestingBeyondTheLimitIsRefused) {
 }
 
 TEST_F(SampleCodec, TruncatedAndDamagedInputIsSafe) {
-    const Octets whole = schematest::hex(
+    const Octets whole = testkit::fromHex(
         "30 47 A0 03 02 01 07 02 01 05 01 01 FF 0A 01 01 30 1C 13 01 61 80 01 05 81 01 AA A2 0B 02 01 06 0A 01 00 30 "
         "03 "
         "0C 01 62 A4 04 03 02 06 40 81 02 06 40 30 08 06 03 88 37 01 0C 01 61 A2 0B 02 01 06 0A 01 00 30 03 13 01 62");
@@ -300,7 +300,7 @@ TEST_F(SampleCodec, TruncatedAndDamagedInputIsSafe) {
 }
 
 TEST_F(SampleCodec, ControlObjectsEncodeDecodeAndCopy) {
-    const Octets input = schematest::hex("30 0B 02 01 05 0A 01 01 30 03 13 01 61");
+    const Octets input = testkit::fromHex("30 0B 02 01 05 0A 01 01 30 03 13 01 61");
     std::unique_ptr<ASN1T_Message> kept;
     {
         ASN1BERDecodeBuffer buffer(input.data(), static_cast<int>(input.size()));

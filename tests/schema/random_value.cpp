@@ -1,0 +1,211 @@
+#include "tests/schema/random_value.h"
+
+#include <algorithm>
+#include <cstring>
+
+#include "asn1rt/memory_heap.h"
+#include "schema/codec_steps.h"
+
+namespace schematest {
+
+using schema::at;
+using schema::Kind;
+using schema::MemberInfo;
+using schema::TypeInfo;
+
+namespace {
+
+constexpr unsigned kDeep = 10;
+constexpr std::uint32_t kLongString = 300;  // beyond one length octet
+
+}  // namespace
+
+std::uint8_t* RandomValue::octets(std::uint32_t size) {
+    auto* data = static_cast<std::uint8_t*>(rtMemHeapAlloc(&ctxt_->pTypeMemHeap, size + 1));
+    for (std::uint32_t i = 0; i <= size; ++i) {
+        data[i] = static_cast<std::uint8_t>(engine_());
+    }
+    return data;
+}
+
+const char* RandomValue::text(std::uint32_t size) {
+    std::uint8_t* data = octets(size);
+    for (std::uint32_t i = 0; i < size; ++i) {
+        data[i] = static_cast<std::uint8_t>('0' + data[i] % 10);
+    }
+    data[size] = 0;
+    return reinterpret_cast<const char*>(data);
+}
+
+std::uint32_t RandomValue::size(const MemberInfo& member) {
+    if ((member.flags & schema::kBounded) == 0) {
+        return below(kLongString);
+    }
+    const std::uint32_t most = std::min(member.upper, member.lower + kLongString);
+    return member.lower + below(most - member.lower + 1);
+}
+
+std::uint32_t RandomValue::count(const TypeInfo& type) {
+    const std::uint32_t most = std::min(type.upper, type.lower + (depth_ > kDeep ? 0 : 3));
+    return type.lower + below(most - type.lower + 1);
+}
+
+void RandomValue::fillString(const MemberInfo& member, void* slot) {
+    const std::uint32_t length = size(member);
+    switch (member.kind) {
+        case Kind::OctetString:
+            *static_cast<ASN1TDynOctStr*>(slot) = {length, octets(length)};
+            break;
+        case Kind::FixedOctetString: {
+            auto* value = static_cast<std::uint8_t*>(slot);
+            std::memcpy(value, &length, sizeof length);
+            std::memcpy(value + sizeof length, octets(length), length);
+            break;
+        }
+        case Kind::BitString:
+            // whole octets: padding bits would be written as they are
+            *static_cast<ASN1TDynBitStr*>(slot) = {(length + 7) / 8 * 8, octets((length + 7) / 8)};
+            break;
+        case Kind::BmpString:
+            *static_cast<ASN1T16BitCharStr*>(slot) = {length, reinterpret_cast<std::uint16_t*>(octets(2 * length))};
+            break;
+        case Kind::UniversalString:
+            *static_cast<ASN1T32BitCharStr*>(slot) = {length, reinterpret_cast<std::uint32_t*>(octets(4 * length))};
+            break;
+        default:
+            *static_cast<const char**>(slot) = text(length);
+            break;
+    }
+}
+
+void RandomValue::fillPrimitive(const MemberInfo& member, void* slot) {
+    static const std::uint8_t kElement[] = {0x04, 0x02, 0x12, 0x34};
+    switch (member.kind) {
+        case Kind::Boolean:
+            *static_cast<std::uint8_t*>(slot) = below(2) != 0 ? 0xFF : 0;
+            break;
+        case Kind::Null:
+            break;
+        case Kind::Integer:
+            *static_cast<std::uint32_t*>(slot) = static_cast<std::uint32_t>(engine_());
+            break;
+        case Kind::Unsigned:
+        case Kind::Enumerated:
+            *static_cast<std::uint32_t*>(slot) =
+                member.lower + (member.upper == schema::kUnbounded ? static_cast<std::uint32_t>(engine_())
+                                                                   : below(member.upper - member.lower + 1));
+            break;
+        case Kind::BigInteger: {
+            static const char* const kNumbers[] = {"0x0", "0x7f", "0x080", "0xff",
+                                                   "0x123456789abcdef0123456789abcdef0"};
+            *static_cast<const char**>(slot) = kNumbers[below(5)];
+            break;
+        }
+        case Kind::ObjectId: {
+            auto& value = *static_cast<ASN1TObjId*>(slot);
+            value.numids = 3 + below(5);
+            value.subid[0] = 2;
+            value.subid[1] = 999;  // no registered identifier: open values stay raw
+            for (std::uint32_t i = 2; i < value.numids; ++i) {
+                value.subid[i] = static_cast<std::uint32_t>(engine_());
+            }
+            break;
+        }
+        case Kind::OpenType:
+        case Kind::TypedValue:
+            *static_cast<ASN1TOpenType*>(slot) = {sizeof kElement, octets(sizeof kElement)};
+            std::memcpy(const_cast<std::uint8_t*>(static_cast<ASN1TOpenType*>(slot)->data), kElement, sizeof kElement);
+            break;
+        default:
+            fillString(member, slot);
+            break;
+    }
+}
+
+void RandomValue::fillContents(const MemberInfo& member, void* slot) {
+    if (member.type == nullptr) {
+        fillPrimitive(member, slot);
+    } else {
+        fill(*member.type, slot);
+    }
+}
+
+void RandomValue::fillMember(const MemberInfo& member, void* record) {
+    void* slot = &at<std::uint8_t>(record, member.offset);
+    if ((member.flags & schema::kPointer) != 0) {
+        slot = rtMemHeapAllocZ(&ctxt_->pTypeMemHeap, schema::storageSize(member));
+        at<void*>(record, member.offset) = slot;
+    }
+    fillContents(member, slot);
+}
+
+void RandomValue::fillRecord(const TypeInfo& type, void* record) {
+    std::uint32_t present = 0;
+    for (unsigned i = 0; i < type.numMembers; ++i) {
+        const MemberInfo& member = type.members[i];
+        const bool isOptional = (member.flags & schema::kOptional) != 0;
+        if (isOptional && (depth_ > kDeep || below(2) == 0)) {
+            continue;
+        }
+        present |= isOptional ? 1U << member.bit : 0;
+        fillMember(member, record);
+    }
+    if (type.presenceOffset != 0) {
+        at<std::uint32_t>(record, type.presenceOffset) = present;
+    }
+}
+
+void RandomValue::fillChoice(const TypeInfo& type, void* record) {
+    const std::uint32_t t = 1 + below(type.numMembers);
+    schema::alternativeOf(record) = t;
+    fillMember(type.members[t - 1], record);
+}
+
+void RandomValue::fillList(const TypeInfo& type, void* record) {
+    auto& list = at<ASN1TSeqOfList>(record, type.listOffset);
+    rtDListInit(&list);
+    for (std::uint32_t i = count(type); i-- > 0;) {
+        void* element = rtMemHeapAllocZ(&ctxt_->pTypeMemHeap, schema::storageSize(*type.members));
+        fillContents(*type.members, element);
+        rtDListAppend(ctxt_, &list, element);
+    }
+}
+
+void RandomValue::fillArray(const TypeInfo& type, void* record) {
+    auto& array = at<schema::ArrayRecord>(record, type.listOffset);
+    const std::size_t size = schema::storageSize(*type.members);
+    array.n = count(type);
+    array.elem = rtMemHeapAllocZ(&ctxt_->pTypeMemHeap, array.n * size);
+    for (std::uint32_t i = 0; i < array.n; ++i) {
+        fillContents(*type.members, static_cast<std::uint8_t*>(array.elem) + i * size);
+    }
+}
+
+void RandomValue::fill(const TypeInfo& type, void* value) {
+    ++depth_;
+    switch (type.kind) {
+        case Kind::Sequence:
+        case Kind::Set:
+            fillRecord(type, value);
+            break;
+        case Kind::Choice:
+            fillChoice(type, value);
+            break;
+        case Kind::SequenceOf:
+        case Kind::SetOf:
+            fillList(type, value);
+            break;
+        case Kind::Array:
+            fillArray(type, value);
+            break;
+        case Kind::Tagged:
+            fill(*type.members->type, value);
+            break;
+        default:
+            fillPrimitive(*type.members, value);
+            break;
+    }
+    --depth_;
+}
+
+}  // namespace schematest
