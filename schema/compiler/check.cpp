@@ -89,6 +89,10 @@ void checkMemberNames(const Type& type, Diagnostics& diagnostics) {
         if (!names.insert(member.cppName).second) {
             diagnostics.error(member.span, quoted(type.name) + " has two members " + quoted(member.cppName));
         }
+        if (isRecord(type) && (member.cppName == "m" || member.cppName == "extensionAdditions")) {
+            diagnostics.error(member.span, "the record has a field " + quoted(member.cppName) +
+                                               " of its own: give the member another name with 'name'");
+        }
         checkCppName(member.cppName, member.span, diagnostics);
     }
 }

@@ -49,7 +49,7 @@ private:
             out_.line("struct " + name + ";");
         }
         for (const TypeLayout& type : module_.types) {
-            if (type.hasStruct()) {
+            if (type.hasStruct() || type.form == TypeForm::Octets) {
                 out_.line("struct ASN1T_" + type.name + ";");
                 out_.line("class ASN1C_" + type.name + ";");
             }
@@ -121,7 +121,9 @@ private:
             out_.line("std::uint32_t n = 0;");
             out_.line(type.cppType + "* elem = nullptr;");
         }
-        out_.line();
+        if (!type.members.empty() && !isList) {
+            out_.line();
+        }
         out_.line(name + "() = default;");
         out_.line("explicit " + name + "(ASN1C_" + type.name + "& control);");
         out_.line(name + "(const " + name + "&) = default;");

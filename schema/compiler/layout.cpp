@@ -23,43 +23,90 @@ bool isList(const Type& type) {
     return type.use.kind == Kind::SequenceOf || type.use.kind == Kind::SetOf;
 }
 
-// Which records would embed themselves: there a pointer takes the place of the embedded record.
+// Which records would embed themselves: there a pointer takes the place of the embedded record. Records that reach each
+// other by embedding form one circle; Tarjan's algorithm finds all circles in one walk, here without recursion, since a
+// chain of records may be as long as the schema.
 class Embedding {
 public:
-    bool isCircular(const Type& owner, const Use& use) {
+    explicit Embedding(const Model& model) {
+        for (const Type& type : model.types) {
+            if (isRecord(type) && states_.count(&type) == 0) {
+                walk(type);
+            }
+        }
+    }
+
+    bool isCircular(const Type& owner, const Use& use) const {
         const Type* const inner = underlyingType(use);
-        return inner != nullptr && isRecord(*inner) && reach(*inner).count(&owner) != 0;
+        return inner != nullptr && isRecord(*inner) && states_.at(inner).circle == states_.at(&owner).circle;
     }
 
 private:
-    // All records that `root` embeds, itself included.
-    const TypeSet& reach(const Type& root) {
-        const auto [known, isNew] = reach_.try_emplace(&root);
-        if (!isNew) {
-            return known->second;
-        }
-        TypeSet found{&root};
-        std::vector<const Type*> waiting{&root};
-        while (!waiting.empty()) {
-            const Type* const type = waiting.back();
-            waiting.pop_back();
-            for (const Member& member : type->members) {
-                const Type* const inner = isRecord(*type) ? underlyingType(member.use) : nullptr;
-                if (inner != nullptr && isRecord(*inner) && found.insert(inner).second) {
-                    waiting.push_back(inner);
-                }
-            }
-        }
-        return reach_[&root] = std::move(found);
+    struct State {
+        std::size_t number = 0;        // in the order of the walk
+        std::size_t lowest = 0;        // the smallest number on an open path that is reached from here
+        const Type* circle = nullptr;  // one record stands for all of a circle; null while still open
+    };
+    struct Step {
+        const Type* type;
+        std::size_t nextMember;
+    };
+
+    void open(const Type& type) {
+        const std::size_t number = states_.size();
+        states_[&type] = {number, number, nullptr};
+        path_.push_back({&type, 0});
+        unassigned_.push_back(&type);
     }
 
-    std::unordered_map<const Type*, TypeSet> reach_;
+    void walk(const Type& root) {
+        open(root);
+        while (!path_.empty()) {
+            const Type& type = *path_.back().type;
+            if (path_.back().nextMember == type.members.size()) {
+                close(type);
+                continue;
+            }
+            const Type* const inner = underlyingType(type.members[path_.back().nextMember++].use);
+            if (inner == nullptr || !isRecord(*inner)) {
+                continue;
+            }
+            const auto known = states_.find(inner);
+            if (known == states_.end()) {
+                open(*inner);
+            } else if (known->second.circle == nullptr) {
+                states_[&type].lowest = std::min(states_[&type].lowest, known->second.number);
+            }
+        }
+    }
+
+    void close(const Type& type) {
+        const State state = states_[&type];
+        path_.pop_back();
+        if (!path_.empty()) {
+            State& parent = states_[path_.back().type];
+            parent.lowest = std::min(parent.lowest, state.lowest);
+        }
+        if (state.lowest != state.number) {
+            return;
+        }
+        const Type* member = nullptr;
+        do {
+            member = unassigned_.back();
+            unassigned_.pop_back();
+            states_[member].circle = &type;
+        } while (member != &type);
+    }
+
+    std::unordered_map<const Type*, State> states_;
+    std::vector<Step> path_;
+    std::vector<const Type*> unassigned_;
 };
 
 class Layouter {
 public:
     Layouter(const Model& model, const Sources& sources, Diagnostics& diagnostics)
-        : model_(model), sources_(sources), diagnostics_(diagnostics) {}
+        : model_(model), sources_(sources), diagnostics_(diagnostics), embedding_(model) {}
 
     Layout run() {
         Layout layout;
@@ -185,7 +232,8 @@ private:
         layout.name = type.cppName;
         layout.functionName = type.cppName;
         layout.typeInfo = typeInfoName(type);
-        layout.shape = (type.use.tags.empty() ? "kType_" : "kShape_") + type.cppName;
+        const bool isTaggedRecord = !type.use.tags.empty() && type.use.kind != Kind::Named && isStructuredUse(type.use);
+        layout.shape = (isTaggedRecord ? "kShape_" : "kType_") + type.cppName;
         layout.controlBase = type.control.empty() ? "schema::RecordBase" : type.control;
         if (const Type* const target = aliasTarget(type)) {
             layout.form = TypeForm::Alias;
@@ -252,7 +300,8 @@ private:
         }
         result.cppType = fieldType(member.use);
         if (result.typeInfo.empty()) {
-            result.initializer = describePlain(member.use).initializer;
+            const bool isTrue = !result.flags.empty() && result.flags.front() == "kDefaultTrue";
+            result.initializer = isTrue ? " = 1" : describePlain(member.use).initializer;
         } else {
             needSource(underlyingType(member.use)->module);
         }

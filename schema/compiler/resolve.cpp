@@ -41,8 +41,12 @@ Model Resolver::run() {
             }
         }
     }
-    for (const auto& [assignment, set] : sets_) {
-        defineSet(*set, *assignment, 0);
+    for (const ModuleNode& node : nodes_) {
+        for (const AssignmentNode& assignment : node.assignments) {
+            if (const auto set = sets_.find(&assignment); set != sets_.end()) {
+                defineSet(*set->second, assignment, 0);
+            }
+        }
     }
     placeSharedLists();
     for (Type& type : model_.types) {

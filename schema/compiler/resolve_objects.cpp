@@ -219,11 +219,13 @@ void Resolver::addToSet(ObjectSet& set, const Name& name, int depth) {
     }
     if (const auto object = objects_.find(found); object != objects_.end()) {
         set.objects.push_back({object->second, name.span});
-    } else if (sets_.find(found) != sets_.end() && depth < kMaxDepth) {
-        defineSet(set, *found, depth + 1);
+    } else if (sets_.find(found) == sets_.end()) {
+        diagnostics_.error(name.span, quoted(name.text) + " is neither an object nor a set");
+    } else if (depth >= kMaxDepth) {
+        diagnostics_.error(name.span, "this set contains itself");
+        numSetSteps_ = kMaxSetSteps;  // the other ways round the circle lead nowhere new
     } else {
-        diagnostics_.error(name.span, depth >= kMaxDepth ? "this set contains itself"
-                                                         : quoted(name.text) + " is neither an object nor a set");
+        defineSet(set, *found, depth + 1);
     }
 }
 

@@ -372,6 +372,7 @@ const TypeNode* Resolver::expand(const TypeNode& node, const Place& place) {
     numExpandedTokens_ += tokens.size();
     if (numExpandedTokens_ > kMaxExpandedTokens || place.depth >= kMaxDepth) {
         diagnostics_.error(node.name.span, "parameters expand without end");
+        numExpandedTokens_ = kMaxExpandedTokens;  // the other ways round the circle lead nowhere new
         return nullptr;
     }
     expandedTokens_.push_back(std::move(tokens));

@@ -1,0 +1,183 @@
+// The schema compiler over small modules. Each file of modules/ shows one construct; its name begins with the verdict,
+// and beside it stands what is expected: the generated text, or the messages. With TALLOW_REWRITE=1 in the environment
+// the expectations are written anew, and the change is reviewed as a difference of text.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <sstream>
+#include <string>
+#include <vector>
+
+#include "schema/compiler/compile.h"
+#include "schema/compiler/emit.h"
+#include "schema/compiler/layout.h"
+
+namespace {
+
+namespace fs = std::filesystem;
+
+const fs::path kModules = "schema/compiler/modules";
+
+std::string readFile(const fs::path& path) {
+    std::ifstream in(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
+}
+
+struct Outcome {
+    bool isAccepted = false;
+    std::string text;  // the generated files one after the other, or the messages
+};
+
+Outcome compileTexts(schemac::Sources& sources) {
+    schemac::Diagnostics diagnostics;
+    const auto compilation = schemac::compile(sources, diagnostics);
+    schemac::Layout layout;
+    if (diagnostics.empty()) {
+        layout = schemac::layOut(compilation->model, sources, diagnostics);
+    }
+    std::ostringstream out;
+    if (!diagnostics.empty()) {
+        diagnostics.print(out, sources);
+        return {false, out.str()};
+    }
+    for (const schemac::ModuleLayout& module : layout.modules) {
+        out << "==== " << module.stem << ".h\n" << schemac::emitHeader(module, sources);
+        out << "==== " << module.stem << ".cpp\n" << schemac::emitSources(module, 1).front();
+    }
+    if (!layout.constants.empty()) {
+        out << "==== identifiers.h\n" << schemac::emitIdentifiersHeader(layout.constants);
+        out << "==== identifiers.cpp\n" << schemac::emitIdentifiersSource(layout.constants);
+    }
+    return {true, out.str()};
+}
+
+// NAME.asn1, and NAME_second.asn1 when the construct takes two modules.
+bool isSecond(const fs::path& path) {
+    return path.stem().string().find("_second") != std::string::npos;
+}
+
+std::vector<fs::path> cases() {
+    std::vector<fs::path> paths;
+    for (const auto& entry : fs::directory_iterator(kModules)) {
+        if (entry.path().extension() == ".asn1" && !isSecond(entry.path())) {
+            paths.push_back(entry.path());
+        }
+    }
+    std::sort(paths.begin(), paths.end());
+    return paths;
+}
+
+Outcome compileCase(const fs::path& path) {
+    schemac::Sources sources;
+    sources.add(path.filename().string(), readFile(path));
+    const fs::path second = kModules / (path.stem().string() + "_second.asn1");
+    if (fs::exists(second)) {
+        sources.add(second.filename().string(), readFile(second));
+    }
+    return compileTexts(sources);
+}
+
+Outcome compileText(const std::string& text) {
+    schemac::Sources sources;
+    sources.add("test.asn1", text);
+    return compileTexts(sources);
+}
+
+TEST(SchemaCompiler, EveryModuleGivesWhatStandsBesideIt) {
+    ASSERT_FALSE(cases().empty());
+    for (const fs::path& path : cases()) {
+        const Outcome outcome = compileCase(path);
+        const bool isToBeAccepted = path.filename().string().rfind("accept_", 0) == 0;
+        EXPECT_EQ(outcome.isAccepted, isToBeAccepted) << path << '\n' << outcome.text;
+        const fs::path expected = fs::path(path).replace_extension(".expected");
+        if (std::getenv("TALLOW_REWRITE") != nullptr) {
+            std::ofstream(expected, std::ios::binary) << outcome.text;
+        }
+        EXPECT_EQ(outcome.text, readFile(expected)) << path;
+    }
+}
+
+// Whatever is cut off or lost on the way, the answer is a message, never a crash, and nothing is made of it.
+TEST(SchemaCompiler, DamagedModulesAreRefusedOrStillMeanSomething) {
+    for (const fs::path& path : cases()) {
+        const std::string whole = readFile(path);
+        const std::size_t end = whole.rfind("END");
+        for (std::size_t size = 0; size < end; size += 11) {
+            EXPECT_FALSE(compileText(whole.substr(0, size)).isAccepted) << path << " cut after " << size;
+        }
+        for (std::size_t at = 0; at < whole.size(); at += 13) {
+            const Outcome outcome = compileText(whole.substr(0, at) + whole.substr(std::min(at + 3, whole.size())));
+            EXPECT_FALSE(outcome.text.empty()) << path << " without what stands at " << at;
+        }
+    }
+}
+
+TEST(SchemaCompiler, NestingBeyondTheLimitIsAMistakeAndNoOverflow) {
+    const auto repeat = [](const std::string& text, std::size_t count) {
+        std::string all;
+        for (std::size_t i = 0; i < count; ++i) {
+            all += text;
+        }
+        return all;
+    };
+    const struct {
+        const char* name;
+        std::string body;
+    } rows[] = {
+        {"lists", "A ::= " + repeat("SEQUENCE OF ", 100000) + "INTEGER"},
+        {"records", "A ::= " + repeat("SEQUENCE { a ", 50000) + "INTEGER" + repeat("}", 50000)},
+        {"tags", "A ::= " + repeat("[1] ", 50000) + "INTEGER"},
+        {"braces in a value", "a INTEGER ::= " + repeat("{", 100000)},
+        {"groups", "A ::= CLASS { &id NULL } WITH SYNTAX { " + repeat("[X ", 100000)},
+        {"comments", repeat("/* ", 100000)},
+        {"contained types", "A ::= " + repeat("OCTET STRING (CONTAINING ", 50000)},
+        {"classes of fields", "K ::= CLASS { &a K.&a } A ::= K.&a"},
+        {"parameters", "P {T} ::= SEQUENCE { a P {P {T}}, b P {T} } A ::= P {NULL}"},
+        {"sets", "K ::= TYPE-IDENTIFIER A K ::= {B|B} B K ::= {C|C} C K ::= {D|D} D K ::= {A|A}"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_FALSE(compileText("M DEFINITIONS ::= BEGIN " + row.body + " END").isAccepted) << row.name;
+    }
+}
+
+// A chain of records, each embedding the next, is long but no circle.
+TEST(SchemaCompiler, LongChainsOfDefinitionsCompile) {
+    std::string text = "M DEFINITIONS ::= BEGIN\n";
+    for (int i = 0; i < 2000; ++i) {
+        text += "A" + std::to_string(i) + " ::= SEQUENCE { next A" + std::to_string(i + 1) + " }\n";
+    }
+    EXPECT_TRUE(compileText(text + "A2000 ::= SEQUENCE { last INTEGER }\nEND\n").isAccepted);
+}
+
+TEST(SchemaCompiler, ManySourcesHoldTogetherWhatOneWould) {
+    schemac::Sources sources;
+    sources.add("lists.asn1", readFile(kModules / "accept_lists.asn1"));
+    schemac::Diagnostics diagnostics;
+    const auto compilation = schemac::compile(sources, diagnostics);
+    const schemac::Layout layout = schemac::layOut(compilation->model, sources, diagnostics);
+    const auto definitions = [](const std::vector<std::string>& texts) {
+        std::vector<std::string> lines;
+        for (const std::string& text : texts) {
+            std::istringstream in(text);
+            for (std::string line; std::getline(in, line);) {
+                if (line.rfind("const TypeInfo ", 0) == 0) {
+                    lines.push_back(line);
+                }
+            }
+        }
+        return lines;
+    };
+    const std::vector<std::string> one = schemac::emitSources(layout.modules.front(), 1);
+    const std::vector<std::string> three = schemac::emitSources(layout.modules.front(), 3);
+    ASSERT_EQ(three.size(), 3u);
+    EXPECT_EQ(definitions(one), definitions(three));
+    for (const std::string& part : three) {
+        EXPECT_FALSE(definitions({part}).empty());
+    }
+}
+
+}  // namespace
