@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <map>
 #include <optional>
@@ -14,6 +13,7 @@
 #include "platform/crypto/service_call.h"
 #include "platform/crypto/side_file.h"
 #include "platform/support/never_destroyed.h"
+#include "platform/support/whole_file.h"
 
 namespace tallow::platform {
 
@@ -103,10 +103,10 @@ void parsePem(ByteView text, StoreFileContent& content) {
 
 std::shared_ptr<const StoreFileContent> readFile(const std::string& path) {
     auto content = std::make_shared<StoreFileContent>();
-    std::ifstream file(path, std::ios::binary);
-    Bytes const bytes{std::istreambuf_iterator<char>(file), {}};
-    std::string_view const text(reinterpret_cast<const char*>(bytes.data()), bytes.size());
-    if (text.find("-----BEGIN ") != std::string_view::npos) {
+    int systemError = 0;
+    std::string const text = readWholeFile(path, systemError).value_or(std::string());
+    ByteView const bytes(reinterpret_cast<const BYTE*>(text.data()), text.size());
+    if (text.find("-----BEGIN ") != std::string::npos) {
         parsePem(bytes, *content);
     } else if (!bytes.empty()) {
         takeCertificate(bytes, *content);

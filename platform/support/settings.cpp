@@ -3,12 +3,12 @@
 
 #include <algorithm>
 #include <cerrno>
-#include <cstring>
-#include <fstream>
-#include <iterator>
+#include <optional>
+#include <system_error>
 
 #include "platform/support/never_destroyed.h"
 #include "platform/support/trace.h"
+#include "platform/support/whole_file.h"
 
 namespace tallow::platform {
 
@@ -43,18 +43,17 @@ std::string oneLine(std::string text) {
 std::shared_ptr<Settings> Settings::read(const std::string& path, bool mayBeMissing) {
     auto settings = std::make_shared<Settings>();
     settings->path_ = path;
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    std::string const text{std::istreambuf_iterator<char>(file), {}};
-    if (!file.is_open() || file.bad() || errno == EISDIR) {
-        int const code = openError(errno);
+    int systemError = 0;
+    std::optional<std::string> const text = readWholeFile(path, systemError);
+    if (!text) {
+        int const code = openError(systemError);
         if (!mayBeMissing || code != static_cast<int>(ERROR_FILE_NOT_FOUND)) {
-            settings->fail(code, {}, std::strerror(errno));
+            settings->fail(code, {}, std::generic_category().message(systemError));
         }
         return settings;
     }
     try {
-        settings->table_ = toml::parse(text, path);
+        settings->table_ = toml::parse(*text, path);
     } catch (const toml::parse_error& failure) {
         settings->fail(static_cast<int>(ERROR_BAD_FORMAT), failure.source().begin, failure.description());
     }

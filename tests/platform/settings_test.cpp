@@ -1,0 +1,195 @@
+#include <gtest/gtest.h>
+
+#include <array>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/platform/settings_fixture.h"
+
+namespace {
+
+using testkit::SettingsFile;
+
+constexpr int kAbsent = ERROR_FILE_NOT_FOUND;
+constexpr int kWrongKind = ERROR_INVALID_DATA;
+constexpr int kBroken = ERROR_BAD_FORMAT;
+
+// The bytes of a text value read in the two steps, with the terminator that stands behind it; "<error N>" else.
+template <typename Read>
+std::string readText(Read read, const char* path) {
+    size_t size = 0;
+    if (int const error = read(path, &size, nullptr); error != 0) {
+        return "<error " + std::to_string(error) + ">";
+    }
+    std::string buffer(size + 1, '#');
+    if (int const error = read(path, &size, buffer.data()); error != 0) {
+        return "<second error " + std::to_string(error) + ">";
+    }
+    EXPECT_EQ(buffer.size(), size + 1);
+    EXPECT_EQ(buffer.back(), '\0');
+    buffer.pop_back();
+    return buffer;
+}
+
+TEST(Settings, AnswersTheFourReadsBySectionAndName) {
+    SettingsFile const settings(R"(
+        plain = "top"
+        [config.cades.ocsppolicy]
+        NonceLength = 16
+        Negative = -1
+        DisableNonce = true
+        AsNumber = 2
+        DefaultOCSPURL = "http://responder.example/\u00e9"
+        Empty = ""
+        AllowedOCSPs = ["http://a", "", "http://b"]
+        NobodyAllowed = []
+        One = "http://one"
+        [config.Basalt.cache_settings]
+        OcspValiditySeconds = 60
+    )");
+    ASSERT_EQ(settings.result(), 0);
+    long number = 0;
+    int flag = -1;
+    EXPECT_EQ(support_registry_get_long("\\config\\cades\\ocsppolicy\\NonceLength", &number), 0);
+    EXPECT_EQ(number, 16);
+    EXPECT_EQ(support_registry_get_long("\\config\\cades\\ocsppolicy\\Negative", &number), 0);
+    EXPECT_EQ(number, -1);
+    EXPECT_EQ(support_registry_get_long("\\config\\Basalt\\cache_settings\\OcspValiditySeconds", &number), 0);
+    EXPECT_EQ(number, 60);
+    EXPECT_EQ(support_registry_get_bool("\\config\\cades\\ocsppolicy\\DisableNonce", &flag), 0);
+    EXPECT_EQ(flag, 1);
+    EXPECT_EQ(support_registry_get_bool("\\config\\cades\\ocsppolicy\\AsNumber", &flag), 0);
+    EXPECT_EQ(flag, 1);
+    auto* const read = support_registry_get_string;
+    EXPECT_EQ(readText(read, "\\plain"), "top");
+    EXPECT_EQ(readText(read, "\\config\\cades\\ocsppolicy\\DefaultOCSPURL"), "http://responder.example/\xC3\xA9");
+    EXPECT_EQ(readText(read, "\\config\\cades\\ocsppolicy\\Empty"), "");
+    auto* const readAll = support_registry_get_multi_string;
+    EXPECT_EQ(readText(readAll, "\\config\\cades\\ocsppolicy\\AllowedOCSPs"),
+              std::string("http://a\0\0http://b\0", 19));
+    EXPECT_EQ(readText(readAll, "\\config\\cades\\ocsppolicy\\NobodyAllowed"), "");
+    EXPECT_EQ(readText(readAll, "\\config\\cades\\ocsppolicy\\One"), std::string("http://one\0", 11));
+}
+
+TEST(Settings, TellAnAbsentKeyByTheFirstStepAndLeaveTheOutputAlone) {
+    SettingsFile const settings("[config.a]\nx = 1\n");
+    for (const char* path : {"\\config\\a\\y", "\\config\\b\\x", "\\config\\a\\x\\z", "\\config\\a\\X", "config\\a\\x",
+                             "\\", "", "\\config\\\\a\\x", "\\config\\a\\x\\"}) {
+        SCOPED_TRACE(path);
+        long number = 77;
+        int flag = 77;
+        size_t size = 77;
+        EXPECT_EQ(support_registry_get_long(path, &number), kAbsent);
+        EXPECT_EQ(support_registry_get_bool(path, &flag), kAbsent);
+        EXPECT_EQ(support_registry_get_string(path, &size, nullptr), kAbsent);
+        EXPECT_EQ(support_registry_get_multi_string(path, &size, nullptr), kAbsent);
+        EXPECT_EQ(number + flag + static_cast<long>(size), 3 * 77);
+    }
+}
+
+TEST(Settings, NeverWriteBeyondTheSizeTheCallerNames) {
+    SettingsFile const settings("text = \"12345\"\nlist = [\"12\", \"3\"]\n");
+    std::array<char, 8> buffer{};
+    buffer.fill('#');
+    size_t size = 4;
+    EXPECT_EQ(support_registry_get_string("\\text", &size, buffer.data()), static_cast<int>(ERROR_MORE_DATA));
+    EXPECT_EQ(support_registry_get_multi_string("\\list", &size, buffer.data()), static_cast<int>(ERROR_MORE_DATA));
+    EXPECT_EQ(std::string(buffer.data(), buffer.size()), "########");
+    size = 5;
+    EXPECT_EQ(support_registry_get_string("\\text", &size, buffer.data()), 0);
+    EXPECT_EQ(std::string(buffer.data(), buffer.size()), std::string("12345\0##", 8));
+}
+
+TEST(Settings, SayWhereAFileDoesNotParseAndLetNoTextReadPass) {
+    struct Row {
+        const char* content;
+        unsigned int line;
+        unsigned int column;
+    };
+    for (const Row& row :
+         {Row{"a = 1\nb = \n", 2, 5}, Row{"a = 1\na = 2\n", 2, 5}, Row{"\n\n[unclosed\nx = 1\n", 3, 10}}) {
+        SCOPED_TRACE(row.content);
+        SettingsFile const settings(row.content);
+        EXPECT_EQ(settings.result(), kBroken);
+        SUPPORT_SETTINGS_ERROR error{};
+        EXPECT_EQ(support_settings_error(&error), kBroken);
+        EXPECT_EQ(error.line, row.line);
+        EXPECT_EQ(error.column, row.column) << error.message;
+        std::string const place = settings.path() + ":" + std::to_string(row.line) + ":";
+        EXPECT_EQ(std::string(error.message).rfind(place, 0), 0U) << error.message;
+        EXPECT_EQ(std::string(error.message).find('\n'), std::string::npos);
+        long number = 0;
+        EXPECT_EQ(support_registry_get_long("\\a", &number), kBroken);
+        // A caller takes a failing first step for an absent key and would go on with a default.
+        EXPECT_EQ(readText(support_registry_get_string, "\\a"), "<second error 11>");
+        EXPECT_EQ(readText(support_registry_get_multi_string, "\\a"), "<second error 11>");
+    }
+}
+
+TEST(Settings, ReportAFileThatCannotBeRead) {
+    testkit::TempDir const folder;
+    EXPECT_EQ(support_settings_open(folder.file("missing.toml").c_str()), kAbsent);
+    EXPECT_EQ(support_settings_open(folder.path().c_str()), static_cast<int>(ERROR_ACCESS_DENIED));
+    SUPPORT_SETTINGS_ERROR error{};
+    EXPECT_EQ(support_settings_error(&error), static_cast<int>(ERROR_ACCESS_DENIED));
+    EXPECT_NE(std::string(error.message).find(folder.path().string()), std::string::npos);
+    SettingsFile const settings("");
+    EXPECT_EQ(support_settings_error(&error), 0);
+    EXPECT_STREQ(error.message, "");
+}
+
+TEST(Settings, TakeAValueOfTheWrongKindForAMistakeInTheFile) {
+    const char* const content =
+        "list = [\"a\", 1]\ntext = 5\nnumber = \"five\"\nflag = \"yes\"\nzero = \"a\\u0000b\"\n";
+    struct Row {
+        const char* key;
+        int (*read)();
+        unsigned int line;
+    };
+    static size_t size = 0;
+    static long number = 0;
+    static int flag = 0;
+    for (const Row& row : {Row{"list", [] { return support_registry_get_multi_string("\\list", &size, nullptr); }, 1},
+                           Row{"text", [] { return support_registry_get_string("\\text", &size, nullptr); }, 2},
+                           Row{"number", [] { return support_registry_get_long("\\number", &number); }, 3},
+                           Row{"flag", [] { return support_registry_get_bool("\\flag", &flag); }, 4},
+                           Row{"zero", [] { return support_registry_get_string("\\zero", &size, nullptr); }, 5}}) {
+        SCOPED_TRACE(row.key);
+        SettingsFile const settings(content);
+        ASSERT_EQ(settings.result(), 0);
+        int const result = row.read();
+        EXPECT_TRUE(result == 0 || result == kWrongKind) << result;
+        SUPPORT_SETTINGS_ERROR error{};
+        EXPECT_EQ(support_settings_error(&error), kWrongKind);
+        EXPECT_EQ(error.line, row.line);
+        EXPECT_NE(std::string(error.message).find(row.key), std::string::npos) << error.message;
+        // From now on nobody goes on with defaults.
+        EXPECT_EQ(readText(support_registry_get_string, "\\anything"), "<second error 11>");
+    }
+}
+
+TEST(Settings, CanBeReadWhileTheyAreReplaced) {
+    SettingsFile const one("value = \"one\"\n");
+    std::string const other = one.folder().write("other.toml", "value = \"second\"\n");
+    std::vector<std::thread> readers;
+    for (int i = 0; i < 4; ++i) {
+        readers.emplace_back([] {
+            for (int round = 0; round < 500; ++round) {
+                std::array<char, 16> buffer{};
+                size_t size = buffer.size() - 1;
+                ASSERT_EQ(support_registry_get_string("\\value", &size, buffer.data()), 0);
+                std::string const value = buffer.data();
+                ASSERT_TRUE(value == "one" || value == "second") << value;
+            }
+        });
+    }
+    for (int round = 0; round < 50; ++round) {
+        ASSERT_EQ(support_settings_open((round % 2 == 0 ? other : one.path()).c_str()), 0);
+    }
+    for (std::thread& reader : readers) {
+        reader.join();
+    }
+}
+
+}  // namespace

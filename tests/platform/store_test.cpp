@@ -1,0 +1,195 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/platform/certificate_fixture.h"
+#include "tests/support/pki.h"
+
+namespace {
+
+using testkit::Bytes;
+using testkit::ContextPtr;
+using testkit::Pki;
+using testkit::StorePtr;
+
+StorePtr memoryStore() {
+    return StorePtr(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
+}
+
+StorePtr collection() {
+    return StorePtr(CertOpenStore(CERT_STORE_PROV_COLLECTION, 0, 0, 0, nullptr));
+}
+
+void add(const StorePtr& store, const Bytes& der) {
+    ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), testkit::context(der).get(), CERT_STORE_ADD_USE_EXISTING,
+                                                 nullptr));
+}
+
+// The encodings met on a walk; the walk must end with the last error that says so.
+std::vector<Bytes> walk(HCERTSTORE store, DWORD findType = CERT_FIND_ANY, const void* wanted = nullptr) {
+    std::vector<Bytes> met;
+    SetLastError(0);
+    PCCERT_CONTEXT context = nullptr;
+    while ((context = CertFindCertificateInStore(store, 65537, 0, findType, wanted, context)) != nullptr) {
+        met.push_back(testkit::encoded(context));
+        if (met.size() > 20) {
+            ADD_FAILURE() << "the walk goes in circles";
+            CertFreeCertificateContext(context);
+            return met;
+        }
+    }
+    EXPECT_EQ(GetLastError(), CRYPT_E_NOT_FOUND);
+    return met;
+}
+
+TEST(Store, ShowsCertificatesInTheOrderOfAdding) {
+    const Pki& pki = Pki::shared();
+    StorePtr const store = memoryStore();
+    EXPECT_TRUE(walk(store.get()).empty());
+    add(store, pki.good.certificate);
+    add(store, pki.ca.certificate);
+    add(store, pki.good.certificate);  // once is enough
+    EXPECT_EQ(walk(store.get()), (std::vector<Bytes>{pki.good.certificate, pki.ca.certificate}));
+}
+
+TEST(Store, FollowsTheDispositionForACertificateThatIsThere) {
+    StorePtr const store = memoryStore();
+    ContextPtr const first = testkit::context(Pki::shared().good.certificate);
+    Bytes const kept = testkit::fromHex("01");
+    Bytes const offered = testkit::fromHex("02");
+    CRYPT_DATA_BLOB blob = testkit::blobOf(kept);
+    CertSetCertificateContextProperty(first.get(), 81, 0, &blob);
+    ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), first.get(), CERT_STORE_ADD_NEW, nullptr));
+    ContextPtr const second = testkit::context(Pki::shared().good.certificate);
+    blob = testkit::blobOf(offered);
+    CertSetCertificateContextProperty(second.get(), 81, 0, &blob);
+    CertSetCertificateContextProperty(second.get(), 11, 0, &blob);
+
+    EXPECT_FALSE(CertAddCertificateContextToStore(store.get(), second.get(), CERT_STORE_ADD_NEW, nullptr));
+    EXPECT_EQ(GetLastError(), CRYPT_E_EXISTS);
+    PCCERT_CONTEXT added = nullptr;
+    ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), second.get(), CERT_STORE_ADD_USE_EXISTING, &added));
+    ContextPtr const stored(added);
+    EXPECT_NE(stored.get(), second.get());
+    EXPECT_EQ(stored->hCertStore, store.get());
+    EXPECT_EQ(testkit::property(stored.get(), 81), kept);
+    EXPECT_EQ(testkit::property(stored.get(), 11), offered);
+    ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), second.get(), CERT_STORE_ADD_REPLACE_EXISTING, nullptr));
+    EXPECT_EQ(testkit::property(stored.get(), 81), offered);
+    EXPECT_EQ(walk(store.get()).size(), 1U);
+    ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), second.get(), CERT_STORE_ADD_ALWAYS, nullptr));
+    EXPECT_EQ(walk(store.get()).size(), 2U);
+    EXPECT_FALSE(CertAddCertificateContextToStore(store.get(), second.get(), 0, nullptr));
+    EXPECT_FALSE(CertAddCertificateContextToStore(nullptr, second.get(), 2, nullptr));
+}
+
+TEST(Store, FindsByWhatIsAsked) {
+    const Pki& pki = Pki::shared();
+    StorePtr const store = memoryStore();
+    for (const Bytes& der : {pki.root.certificate, pki.ca.certificate, pki.sameNameCa.certificate, pki.good.certificate,
+                             pki.revoked.certificate}) {
+        add(store, der);
+    }
+    ContextPtr const good = testkit::context(pki.good.certificate);
+    Bytes const thumbprint = testkit::property(good.get(), CERT_SHA1_HASH_PROP_ID);
+    CRYPT_DATA_BLOB const hash = testkit::blobOf(thumbprint);
+    Bytes const shortName = Bytes(good->pCertInfo->Subject.pbData, good->pCertInfo->Subject.pbData + 4);
+    CRYPT_DATA_BLOB const noName = testkit::blobOf(shortName);
+    using List = std::vector<Bytes>;
+    EXPECT_EQ(walk(store.get(), CERT_FIND_SUBJECT_NAME, &good->pCertInfo->Subject), List{pki.good.certificate});
+    EXPECT_EQ(walk(store.get(), CERT_FIND_SUBJECT_NAME, &noName), List{});
+    EXPECT_EQ(walk(store.get(), CERT_FIND_SUBJECT_NAME, &good->pCertInfo->Issuer),
+              (List{pki.ca.certificate, pki.sameNameCa.certificate}));
+    EXPECT_EQ(walk(store.get(), CERT_FIND_ISSUER_OF, good.get()),
+              (List{pki.ca.certificate, pki.sameNameCa.certificate}));
+    EXPECT_EQ(walk(store.get(), CERT_FIND_ISSUER_NAME, &good->pCertInfo->Issuer),
+              (List{pki.sameNameCa.certificate, pki.good.certificate, pki.revoked.certificate}));
+    EXPECT_EQ(walk(store.get(), CERT_FIND_EXISTING, good.get()), List{pki.good.certificate});
+    EXPECT_EQ(walk(store.get(), CERT_FIND_SUBJECT_CERT, good->pCertInfo), List{pki.good.certificate});
+    EXPECT_EQ(walk(store.get(), CERT_FIND_SHA1_HASH, &hash), List{pki.good.certificate});
+    EXPECT_EQ(CertFindCertificateInStore(store.get(), 65537, 0, 0x00990000, &hash, nullptr), nullptr);
+    EXPECT_EQ(GetLastError(), E_INVALIDARG);
+    EXPECT_EQ(CertFindCertificateInStore(store.get(), 65537, 0, CERT_FIND_EXISTING, nullptr, nullptr), nullptr);
+}
+
+TEST(Store, AsACollectionShowsItsMembersByPriority) {
+    const Pki& pki = Pki::shared();
+    StorePtr const first = memoryStore();
+    StorePtr const second = memoryStore();
+    StorePtr const both = collection();
+    ContextPtr const any = testkit::context(pki.good.certificate);
+    EXPECT_FALSE(CertAddCertificateContextToStore(both.get(), any.get(), CERT_STORE_ADD_USE_EXISTING, nullptr));
+    add(first, pki.good.certificate);
+    add(first, pki.ca.certificate);
+    add(second, pki.root.certificate);
+    add(second, pki.good.certificate);
+    ASSERT_TRUE(CertAddStoreToCollection(both.get(), first.get(), 0, 0));
+    ASSERT_TRUE(CertAddStoreToCollection(both.get(), second.get(), 0, 5));
+    std::vector<Bytes> const expected{pki.root.certificate, pki.good.certificate, pki.good.certificate,
+                                      pki.ca.certificate};
+    EXPECT_EQ(walk(both.get()), expected);
+    // A member twice, also by way of another collection, is still one.
+    StorePtr const outer = collection();
+    ASSERT_TRUE(CertAddStoreToCollection(outer.get(), both.get(), 0, 0));
+    ASSERT_TRUE(CertAddStoreToCollection(outer.get(), first.get(), 0, 0));
+    ASSERT_TRUE(CertAddStoreToCollection(outer.get(), first.get(), 0, 0));
+    EXPECT_EQ(walk(outer.get()), expected);
+    add(outer, pki.revoked.certificate);
+    EXPECT_EQ(walk(second.get()).back(), pki.revoked.certificate);
+
+    EXPECT_FALSE(CertAddStoreToCollection(both.get(), outer.get(), 0, 0));
+    EXPECT_FALSE(CertAddStoreToCollection(both.get(), both.get(), 0, 0));
+    EXPECT_FALSE(CertAddStoreToCollection(first.get(), second.get(), 0, 0));
+    EXPECT_EQ(GetLastError(), E_INVALIDARG);
+}
+
+TEST(Store, LeavesMembersAndContextsUsableWhenItGoes) {
+    StorePtr member = memoryStore();
+    add(member, Pki::shared().good.certificate);
+    StorePtr both = collection();
+    ASSERT_TRUE(CertAddStoreToCollection(both.get(), member.get(), 0, 0));
+    member.reset();
+    ContextPtr const context(CertEnumCertificatesInStore(both.get(), nullptr));
+    StorePtr const duplicate(CertDuplicateStore(both.get()));
+    both.reset();
+    EXPECT_EQ(walk(duplicate.get()).size(), 1U);
+    EXPECT_EQ(testkit::property(context.get(), CERT_SHA1_HASH_PROP_ID).size(), 20U);
+    EXPECT_EQ(CertDuplicateStore(nullptr), nullptr);
+    EXPECT_TRUE(CertCloseStore(nullptr, 0));
+}
+
+TEST(Store, TakesCrlsAndRefusesOtherBytes) {
+    StorePtr const store = memoryStore();
+    Bytes const crl = testkit::makeCrl(Pki::shared().ca, {});
+    DWORD const size = static_cast<DWORD>(crl.size());
+    EXPECT_TRUE(
+        CertAddEncodedCRLToStore(store.get(), X509_ASN_ENCODING, crl.data(), size, CERT_STORE_ADD_NEW, nullptr));
+    EXPECT_FALSE(
+        CertAddEncodedCRLToStore(store.get(), X509_ASN_ENCODING, crl.data(), size, CERT_STORE_ADD_NEW, nullptr));
+    EXPECT_EQ(GetLastError(), CRYPT_E_EXISTS);
+    EXPECT_FALSE(CertAddEncodedCRLToStore(store.get(), X509_ASN_ENCODING, crl.data(), size - 1,
+                                          CERT_STORE_ADD_USE_EXISTING, nullptr));
+    EXPECT_EQ(GetLastError(), CRYPT_E_ASN1_ERROR);
+}
+
+TEST(Store, CanBeFilledAndWalkedAtTheSameTime) {
+    StorePtr const store = memoryStore();
+    std::vector<std::thread> threads;
+    const Pki& pki = Pki::shared();
+    for (const Bytes* der : {&pki.good.certificate, &pki.ca.certificate, &pki.root.certificate}) {
+        threads.emplace_back([&store, der] {
+            for (int round = 0; round < 100; ++round) {
+                add(store, *der);
+                walk(store.get());
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(walk(store.get()).size(), 3U);
+}
+
+}  // namespace

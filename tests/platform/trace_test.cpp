@@ -1,0 +1,110 @@
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <regex>
+#include <sstream>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/platform/settings_fixture.h"
+
+namespace {
+
+using testkit::SettingsFile;
+
+struct CloseTrace {
+    void operator()(TSupportDbContext_* context) const { support_print_done(context); }
+};
+using TracePtr = std::unique_ptr<TSupportDbContext_, CloseTrace>;
+
+TracePtr openTrace() {
+    return TracePtr(support_print_init(0, "ocsp", 0, 127));
+}
+
+std::vector<std::string> linesOf(const std::string& path) {
+    testkit::Bytes const bytes = testkit::readFile(path);
+    std::istringstream text(std::string(bytes.begin(), bytes.end()));
+    std::vector<std::string> lines;
+    for (std::string line; std::getline(text, line);) {
+        lines.push_back(line);
+    }
+    return lines;
+}
+
+TEST(Trace, FollowsTheSettingsAlsoWhenTheyChange) {
+    TracePtr const trace = openTrace();
+    struct Row {
+        const char* settings;
+        bool level8;
+        bool level1;
+    };
+    for (const Row& row :
+         {Row{"", false, false}, Row{"[trace]\nenabled = false\nlevels = 127\n", false, false},
+          Row{"[trace]\nenabled = true\n", true, true}, Row{"[trace]\nenabled = true\nlevels = 8\n", true, false},
+          Row{"[trace]\nenabled = true\nlevels = 1\n", false, true}}) {
+        SCOPED_TRACE(row.settings);
+        SettingsFile const settings(row.settings);
+        EXPECT_EQ(support_print_is(trace.get(), 8) != 0, row.level8);
+        EXPECT_EQ(support_print_is(trace.get(), 1) != 0, row.level1);
+        EXPECT_EQ(support_print_is(nullptr, 8), 0);
+    }
+}
+
+TEST(Trace, WritesOneLineWithItsPlaceAndNothingThatSteersATerminal) {
+    testkit::TempDir const folder;
+    std::string const file = folder.file("trace.log");
+    SettingsFile const settings("[trace]\nenabled = true\nfile = \"" + file + "\"\n");
+    TracePtr const trace = openTrace();
+    ASSERT_NE(support_print_is(trace.get(), 8), 0);
+    SetLastError(4711);
+    support_dprint_print_(trace.get(), "HTTP STATUS: %lu\n", "", 42, "SendOCSPRequest", 200UL);
+    support_dprint_print_(trace.get(), "to \"%s\"", "", 7, "Send", "a\x1B[31m\n\xC2\x9B\x7F\xC3\xA9");
+    EXPECT_EQ(GetLastError(), 4711U);
+    std::vector<std::string> const lines = linesOf(file);
+    ASSERT_EQ(lines.size(), 2U);
+    std::regex const layout(R"(\d{4}-\d\d-\d\dT\d\d:\d\d:\d\d\.\d{3}Z \d+ ocsp SendOCSPRequest:42 HTTP STATUS: 200)");
+    EXPECT_TRUE(std::regex_match(lines[0], layout)) << lines[0];
+    EXPECT_NE(lines[1].find("to \"a\\x1B[31m\\x0A\\x9B\\x7F\xC3\xA9\""), std::string::npos) << lines[1];
+}
+
+TEST(Trace, KeepsTheLinesOfManyThreadsApart) {
+    testkit::TempDir const folder;
+    std::string const file = folder.file("trace.log");
+    ASSERT_EQ(support_trace_open(8, file.c_str()), 0);
+    TracePtr const trace = openTrace();
+    std::string const text(3000, 'x');
+    std::vector<std::thread> writers;
+    for (int i = 0; i < 4; ++i) {
+        writers.emplace_back([&] {
+            for (int round = 0; round < 100; ++round) {
+                support_dprint_print_(trace.get(), "%s\n", "", 1, "f", text.c_str());
+            }
+        });
+    }
+    for (std::thread& writer : writers) {
+        writer.join();
+    }
+    support_trace_open(0, nullptr);
+    std::vector<std::string> const lines = linesOf(file);
+    ASSERT_EQ(lines.size(), 400U);
+    for (const std::string& line : lines) {
+        ASSERT_EQ(line.size() - line.find(text), text.size());
+    }
+}
+
+TEST(Trace, OpenedByTheProgramOverridesTheSettings) {
+    testkit::TempDir const folder;
+    SettingsFile const settings("");
+    TracePtr const trace = openTrace();
+    EXPECT_NE(support_trace_open(8, (folder.path() / "no" / "folder").c_str()), 0);
+    EXPECT_EQ(support_print_is(trace.get(), 8), 0);
+    ASSERT_EQ(support_trace_open(8, folder.file("trace.log").c_str()), 0);
+    EXPECT_NE(support_print_is(trace.get(), 8), 0);
+    SettingsFile const others("[trace]\nenabled = false\n");
+    EXPECT_NE(support_print_is(trace.get(), 8), 0);
+    support_trace_open(0, nullptr);
+    EXPECT_EQ(support_print_is(trace.get(), 8), 0);
+}
+
+}  // namespace
