@@ -13,6 +13,7 @@ namespace tallow::platform {
 
 namespace {
 
+constexpr int kMaximumSalt = 2048;        // octets; OpenSSL holds it against the modulus
 constexpr int kMinimumSecurityBits = 80;  // an RSA modulus of 1024 bits
 
 bool isKeyOfKind(EVP_PKEY* key, KeyKind kind) {
@@ -101,7 +102,7 @@ bool readPss(ByteView der, PssParameters& parameters) {
     parameters.hash = hashOf(pss->hashAlgorithm);
     parameters.maskHash = maskHashOf(pss->maskGenAlgorithm);
     parameters.sizeSalt = static_cast<int>(sizeSalt);
-    return trailerFits && sizeSalt >= 0 && sizeSalt <= EVP_MAX_MD_SIZE && parameters.hash != nullptr &&
+    return trailerFits && sizeSalt >= 0 && sizeSalt <= kMaximumSalt && parameters.hash != nullptr &&
            parameters.maskHash != nullptr;
 }
 

@@ -1,0 +1,290 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "tests/platform/certificate_fixture.h"
+#include "tests/platform/settings_fixture.h"
+#include "tests/support/pki.h"
+#include "tests/support/process.h"
+#include "tests/support/tlv.h"
+
+namespace {
+
+using testkit::Bytes;
+using testkit::ContextPtr;
+using testkit::Pki;
+using testkit::SettingsFile;
+namespace tlv = testkit::tlv;
+
+constexpr DWORD kGood = 0;
+
+// 0, or the last error of checking the signature of `subject` with the key of `issuer`.
+DWORD verify(const Bytes& subject, PCCERT_CONTEXT issuer) {
+    CRYPT_DATA_BLOB blob = testkit::blobOf(subject);
+    SetLastError(0);
+    BOOL const good = CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_BLOB,
+                                                        &blob, CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT,
+                                                        const_cast<CERT_CONTEXT*>(issuer), 0, nullptr);
+    EXPECT_EQ(good != FALSE, GetLastError() == 0);
+    return GetLastError();
+}
+
+DWORD verify(const Bytes& subject, const Bytes& issuer) {
+    return verify(subject, testkit::context(issuer).get());
+}
+
+// A self-signed certificate made by the openssl command; empty when it could not be made.
+Bytes madeByCommand(const testkit::TempDir& folder, const std::vector<std::string>& options) {
+    std::vector<std::string> command{"openssl",  "req",
+                                     "-x509",    "-nodes",
+                                     "-days",    "2",
+                                     "-subj",    "/CN=signature",
+                                     "-outform", "DER",
+                                     "-keyout",  folder.file("key.pem"),
+                                     "-out",     folder.file("c.der")};
+    command.insert(command.end(), options.begin(), options.end());
+    return testkit::run(command).exitStatus == 0 ? testkit::readFile(folder.file("c.der")) : Bytes();
+}
+
+TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
+    struct Row {
+        const char* name;
+        std::vector<std::string> options;
+        DWORD expected;
+    };
+    std::vector<std::string> const pss{"-newkey", "rsa:2048", "-sigopt", "rsa_padding_mode:pss", "-sigopt"};
+    auto const with = [](std::vector<std::string> options, const std::vector<std::string>& more) {
+        options.insert(options.end(), more.begin(), more.end());
+        return options;
+    };
+    for (const Row& row : {
+             Row{"RSA SHA-256", {"-newkey", "rsa:2048", "-sha256"}, kGood},
+             Row{"RSA SHA-512", {"-newkey", "rsa:2048", "-sha512"}, kGood},
+             Row{"RSA SHA-224", {"-newkey", "rsa:2048", "-sha224"}, kGood},
+             Row{"RSA SHA-1", {"-newkey", "rsa:2048", "-sha1"}, NTE_BAD_ALGID},
+             Row{"RSA MD5", {"-newkey", "rsa:2048", "-md5"}, NTE_BAD_ALGID},
+             Row{"RSA of 512 bits", {"-newkey", "rsa:512", "-sha256"}, NTE_BAD_PUBLIC_KEY},
+             Row{"PSS SHA-256", with(pss, {"rsa_pss_saltlen:digest", "-sha256"}), kGood},
+             Row{"PSS SHA-384 with another salt", with(pss, {"rsa_pss_saltlen:20", "-sha384"}), kGood},
+             Row{"PSS with another mask hash", with(pss, {"rsa_mgf1_md:sha512", "-sha256"}), kGood},
+             Row{"PSS SHA-1", with(pss, {"rsa_pss_saltlen:digest", "-sha1"}), NTE_BAD_ALGID},
+             Row{"PSS key", {"-newkey", "rsa-pss", "-pkeyopt", "rsa_keygen_bits:2048", "-sha256"}, kGood},
+             Row{"P-256", {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-sha256"}, kGood},
+             Row{"P-521 SHA-512", {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-521", "-sha512"}, kGood},
+             Row{"P-256 SHA-1", {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-sha1"}, NTE_BAD_ALGID},
+             Row{"curve spelt out",
+                 {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-pkeyopt", "ec_param_enc:explicit",
+                  "-sha256"},
+                 NTE_BAD_PUBLIC_KEY},
+             Row{"Ed25519", {"-newkey", "ed25519"}, kGood},
+             Row{"Ed448", {"-newkey", "ed448"}, kGood},
+         }) {
+        SCOPED_TRACE(row.name);
+        testkit::TempDir const folder;
+        Bytes const der = madeByCommand(folder, row.options);
+        ASSERT_FALSE(der.empty());
+        EXPECT_EQ(verify(der, der), row.expected);
+        if (row.expected == kGood) {
+            Bytes altered = der;
+            altered[40] ^= 1;  // inside the serial number
+            EXPECT_EQ(verify(altered, der), NTE_BAD_SIGNATURE);
+            altered = der;
+            altered.back() ^= 1;
+            EXPECT_EQ(verify(altered, der), NTE_BAD_SIGNATURE);
+        }
+    }
+}
+
+TEST(Signature, AcceptsSha1OnlyWhenTheSettingSaysSo) {
+    testkit::CertificateSpec spec;
+    spec.hash = "SHA1";
+    testkit::Identity const weak = testkit::selfSigned(spec);
+    EXPECT_EQ(verify(weak.certificate, weak.certificate), NTE_BAD_ALGID);
+    SettingsFile const settings("[crypto]\naccept_sha1 = true\n");
+    EXPECT_EQ(verify(weak.certificate, weak.certificate), kGood);
+    testkit::TempDir const folder;
+    Bytes const md5 = madeByCommand(folder, {"-newkey", "rsa:2048", "-md5"});
+    EXPECT_EQ(verify(md5, md5), NTE_BAD_ALGID);
+}
+
+TEST(Signature, OfAnotherKeyIsBadWhateverItsKind) {
+    const Pki& pki = Pki::shared();
+    EXPECT_EQ(verify(pki.good.certificate, pki.ca.certificate), kGood);
+    testkit::CertificateSpec rsa;
+    rsa.key = testkit::Key::make(testkit::KeyKind::kRsa2048);
+    testkit::CertificateSpec edwards;
+    edwards.key = testkit::Key::make(testkit::KeyKind::kEd25519);
+    for (const Bytes& issuer : {pki.sameNameCa.certificate, pki.root.certificate, testkit::selfSigned(rsa).certificate,
+                                testkit::selfSigned(edwards).certificate}) {
+        EXPECT_EQ(verify(pki.good.certificate, issuer), NTE_BAD_SIGNATURE);
+    }
+}
+
+TEST(Signature, LooksAtTheFirstThreePartsOfAStructureOnly) {
+    const Pki& pki = Pki::shared();
+    const Bytes& good = pki.good.certificate;
+    ASSERT_EQ(good[1], 0x82);
+    Bytes const parts(good.begin() + 4, good.end());
+    Bytes const more = tlv::raw(0x30, testkit::concat({parts, tlv::context(0, tlv::null())}));
+    EXPECT_EQ(verify(more, pki.ca.certificate), kGood);
+    Bytes const fourth = tlv::sequence({tlv::null(), tlv::null(), tlv::bitString({})});
+    Bytes const noAlgorithm = tlv::sequence({tlv::null(), tlv::sequence({}), tlv::bitString({})});
+    Bytes const unused =
+        tlv::sequence({tlv::null(), tlv::sequence({tlv::oid("1.3.101.112")}), tlv::bitString({0x80}, 3)});
+    Bytes const trailing = testkit::concat({good, {0}});
+    for (const Bytes& row :
+         {Bytes(), Bytes{0x30}, fourth, noAlgorithm, unused, trailing, Bytes(good.begin(), good.end() - 1)}) {
+        EXPECT_EQ(verify(row, pki.ca.certificate), CRYPT_E_ASN1_ERROR) << testkit::toHex(row);
+    }
+    Bytes const unknown = tlv::sequence({tlv::null(), tlv::sequence({tlv::oid("1.2.3.4")}), tlv::bitString({1})});
+    EXPECT_EQ(verify(unknown, pki.ca.certificate), NTE_BAD_ALGID);
+}
+
+TEST(Signature, TakesEveryFormOfSubjectAndIssuer) {
+    const Pki& pki = Pki::shared();
+    ContextPtr const subject = testkit::context(pki.good.certificate);
+    ContextPtr const issuer = testkit::context(pki.ca.certificate);
+    auto const check = [](DWORD subjectType, const void* what, DWORD issuerType, const void* who) {
+        SetLastError(0);
+        CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, subjectType, const_cast<void*>(what), issuerType,
+                                          const_cast<void*>(who), 0, nullptr);
+        return GetLastError();
+    };
+    const CERT_PUBLIC_KEY_INFO* const key = &issuer->pCertInfo->SubjectPublicKeyInfo;
+    EXPECT_EQ(
+        check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, subject.get(), CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, issuer.get()),
+        kGood);
+    EXPECT_EQ(check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, subject.get(), CRYPT_VERIFY_CERT_SIGN_ISSUER_PUBKEY, key),
+              kGood);
+    EXPECT_EQ(check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, issuer.get(), CRYPT_VERIFY_CERT_SIGN_ISSUER_PUBKEY, key),
+              NTE_BAD_SIGNATURE);
+    EXPECT_EQ(check(9, subject.get(), CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, issuer.get()), E_INVALIDARG);
+    EXPECT_EQ(check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, subject.get(), 4, issuer.get()), E_INVALIDARG);
+    EXPECT_EQ(check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, nullptr, 2, issuer.get()), E_INVALIDARG);
+}
+
+TEST(Signature, MadeWithAKeyFileIsAcceptedByItsCertificate) {
+    struct Row {
+        const char* name;
+        testkit::KeyKind kind;
+        const char* oid;
+        const char* wrongOid;
+    };
+    for (const Row& row : {Row{"RSA", testkit::KeyKind::kRsa2048, "1.2.840.113549.1.1.11", "1.2.840.10045.4.3.2"},
+                           Row{"P-256", testkit::KeyKind::kEcP256, "1.2.840.10045.4.3.2", "1.3.101.112"},
+                           Row{"Ed25519", testkit::KeyKind::kEd25519, "1.3.101.112", "1.2.840.113549.1.1.11"}}) {
+        SCOPED_TRACE(row.name);
+        testkit::TempDir const folder;
+        testkit::CertificateSpec spec;
+        spec.key = testkit::Key::make(row.kind);
+        testkit::Identity const signer = testkit::selfSigned(spec);
+        std::string const path = folder.write("signer key.pem", signer.key.pem());
+        std::wstring uri = L"file://" + std::wstring(path.begin(), path.end());
+        CRYPT_KEY_PROV_INFO info{};
+        info.pwszContainerName = uri.data();
+        ContextPtr const certificate = testkit::context(signer.certificate);
+        ASSERT_TRUE(CertSetCertificateContextProperty(certificate.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
+        HCRYPTPROV provider = 0;
+        DWORD keySpec = 0;
+        BOOL callerFrees = FALSE;
+        ASSERT_TRUE(CryptAcquireCertificatePrivateKey(certificate.get(), CRYPT_ACQUIRE_USE_PROV_INFO_FLAG, nullptr,
+                                                      &provider, &keySpec, &callerFrees));
+        EXPECT_TRUE(callerFrees);
+        Bytes const message = tlv::sequence({tlv::integer(5)});
+        std::string oid = row.oid;
+        CRYPT_ALGORITHM_IDENTIFIER algorithm{oid.data(), {}};
+        DWORD size = 0;
+        auto const sign = [&](BYTE* buffer) {
+            return CryptSignCertificate(provider, keySpec, X509_ASN_ENCODING, message.data(),
+                                        static_cast<DWORD>(message.size()), &algorithm, nullptr, buffer, &size);
+        };
+        ASSERT_TRUE(sign(nullptr));
+        Bytes signature(size);
+        ASSERT_TRUE(sign(signature.data()));
+        signature.resize(size);
+        OCSP_BASIC_SIGNED_RESPONSE_INFO made{};
+        made.ToBeSigned = testkit::blobOf(message);
+        made.SignatureInfo.SignatureAlgorithm = algorithm;
+        made.SignatureInfo.Signature = {size, signature.data(), 0};
+        auto const check = [&] {
+            return CryptVerifyCertificateSignatureEx(
+                0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_OCSP_BASIC_SIGNED_RESPONSE, &made,
+                CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, const_cast<CERT_CONTEXT*>(certificate.get()), 0, nullptr);
+        };
+        EXPECT_TRUE(check());
+        made.SignatureInfo.Signature.cUnusedBits = 1;
+        EXPECT_FALSE(check());
+        for (const char* refused : {row.wrongOid, "1.2.840.113549.1.1.4", "1.2.840.113549.1.1.5", "1.2.3"}) {
+            std::string other = refused;
+            algorithm.pszObjId = other.data();
+            EXPECT_FALSE(sign(signature.data())) << refused;
+            EXPECT_EQ(GetLastError(), NTE_BAD_ALGID) << refused;
+        }
+        EXPECT_TRUE(CryptReleaseContext(provider, 0));
+    }
+}
+
+TEST(Signature, HashesBySmallAndLargeAlgorithmsAlsoOldOnes) {
+    struct Row {
+        ALG_ID algorithm;
+        const char* expected;
+    };
+    std::string const text = "abc";
+    for (const Row& row :
+         {Row{CALG_SHA1, "a9993e364706816aba3e25717850c26c9cd0d89d"},
+          Row{0, "a9993e364706816aba3e25717850c26c9cd0d89d"}, Row{CALG_MD5, "900150983cd24fb0d6963f7d28e17f72"},
+          Row{CALG_SHA_224, "23097d223405d8228642a477bda255b32aadbce4bda0b3f7e36c9da7"},
+          Row{CALG_SHA_256, "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"}}) {
+        Bytes hash(64);
+        DWORD size = 64;
+        ASSERT_TRUE(CryptHashCertificate(0, row.algorithm, 0, reinterpret_cast<const BYTE*>(text.data()), 3,
+                                         hash.data(), &size));
+        hash.resize(size);
+        EXPECT_EQ(testkit::toHex(hash), row.expected);
+    }
+    DWORD size = 0;
+    EXPECT_TRUE(CryptHashCertificate(0, CALG_SHA_256, 0, nullptr, 0, nullptr, &size));
+    EXPECT_EQ(size, 32U);
+    BYTE small[20];
+    size = sizeof small;
+    EXPECT_FALSE(CryptHashCertificate(0, CALG_SHA_256, 0, nullptr, 0, small, &size));
+    EXPECT_EQ(GetLastError(), ERROR_MORE_DATA);
+    for (ALG_ID const unknown : {CALG_MD2, CALG_RSA_SIGN, 0x8005U}) {
+        EXPECT_FALSE(CryptHashCertificate(0, unknown, 0, nullptr, 0, nullptr, &size));
+        EXPECT_EQ(GetLastError(), NTE_BAD_ALGID);
+    }
+}
+
+// The vectors are those of the hash standard's own example M1 (RFC 6986).
+TEST(Signature, UsesTheGostEngineWhenItIsInstalled) {
+    std::string const message = "012345678901234567890123456789012345678901234567890123456789012";
+    Bytes hash(64);
+    DWORD size = 64;
+    if (CryptHashCertificate(0, CALG_GR3411_2012_256, 0, reinterpret_cast<const BYTE*>(message.data()),
+                             static_cast<DWORD>(message.size()), hash.data(), &size) == FALSE) {
+        EXPECT_EQ(GetLastError(), NTE_BAD_ALGID);
+        GTEST_SKIP() << "the gost engine is not installed";
+    }
+    hash.resize(size);
+    EXPECT_EQ(testkit::toHex(hash), "9d151eefd8590b89daa6ba6cb74af9275dd051026bb149a452fd84e5e57b5500");
+    struct Row {
+        const char* key;
+        const char* parameters;
+        const char* digest;
+    };
+    for (const Row& row :
+         {Row{"gost2012_256", "paramset:A", "-md_gost12_256"}, Row{"gost2012_512", "paramset:A", "-md_gost12_512"}}) {
+        SCOPED_TRACE(row.key);
+        testkit::TempDir const folder;
+        Bytes const der =
+            madeByCommand(folder, {"-engine", "gost", "-newkey", row.key, "-pkeyopt", row.parameters, row.digest});
+        ASSERT_FALSE(der.empty());
+        EXPECT_EQ(verify(der, der), kGood);
+        Bytes altered = der;
+        altered.back() ^= 1;
+        EXPECT_EQ(verify(altered, der), NTE_BAD_SIGNATURE);
+    }
+}
+
+}  // namespace
