@@ -3,7 +3,9 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <cstring>
+#include <limits>
 #include <new>
 
 #include "asn1rt/context.h"
@@ -42,6 +44,22 @@ inline void* allocate(ASN1CTXT* ctxt, std::size_t size) {
 template <class Record>
 Record* allocateRecord(ASN1CTXT* ctxt) {
     return new (allocate(ctxt, sizeof(Record))) Record();
+}
+
+/// `count` records in a row; null for none.
+template <class Record>
+Record* allocateRecords(ASN1CTXT* ctxt, std::size_t count) {
+    if (count == 0) {
+        return nullptr;
+    }
+    if (count > std::numeric_limits<std::int32_t>::max() / sizeof(Record)) {
+        ATL::AtlThrowImpl(status::kAsn1Memory);
+    }
+    auto* records = static_cast<Record*>(allocate(ctxt, count * sizeof(Record)));
+    for (std::size_t i = 0; i < count; ++i) {
+        new (records + i) Record();
+    }
+    return records;
 }
 
 /// A copy of the bytes; null for none.

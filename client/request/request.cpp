@@ -294,6 +294,10 @@ unsigned long CRequest::get_HTTPStatus() const {
     return impl_->HTTPParams.HTTPStatus;
 }
 
+std::vector<CRequest::Attempt> const& CRequest::get_Attempts() const {
+    return impl_->Attempts;
+}
+
 void* CRequest::get_Certificates() const {
     return impl_->Certificates.get();
 }

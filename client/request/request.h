@@ -10,6 +10,8 @@
 
 #include <cstdint>
 #include <memory>
+#include <string>
+#include <vector>
 
 #include "export.h"
 #include "foundation/blob.h"
@@ -47,6 +49,16 @@ public:
         kFlagReserved = 0x1,    ///< accepted, without effect
         kFlagAllowCache = 0x2,  ///< an answer may come from the service's cache
         kFlagCacheOnly = 0x4,   ///< nothing goes to the network
+    };
+
+    /// One attempt of the last Send at one responder.
+    struct Attempt {
+        std::wstring address;
+        std::int32_t status = 0;       ///< 0 when the attempt passed, else why it failed or was refused
+        unsigned long level = 0;       ///< how far it got: 1 address policy, 2 exchange, 3 HTTP status, 4 decoding, 5
+                                       ///< response status, 6 producedAt, 7 thisUpdate and verification
+        unsigned long httpStatus = 0;  ///< 0 when no answer came
+        std::uint32_t lastError = 0;   ///< the service's last error when no answer came
     };
 
     // ---- Make -------------------------------------------------------------------------------------------------------
@@ -178,6 +190,9 @@ public:
     CBlob get_Response() const;
     /// The HTTP status of the last exchange; 456 when a cached exchange got no answer, 0 before any exchange.
     unsigned long get_HTTPStatus() const;
+
+    /// The attempts of the last Send, in order; valid until the next one.
+    std::vector<Attempt> const& get_Attempts() const;
 
     /// The store handle of certificates that travelled with the request; owned by the request.
     void* get_Certificates() const;

@@ -94,10 +94,14 @@ struct CRequest::Impl {
     PolicyBinding<CRequestPolicy> Policy;
     CVerifyingResponseHandler VerifyingHandler;
     bool MessageMode = false;
+    std::vector<Attempt> Attempts;  // of the last Send, for whoever has to explain its outcome
 
 private:
     void SendOCSPRequest();
     std::int32_t attempt();
+    void recordAttempt(std::int32_t outcome);
+    // Asks the handlers; their first refusal, or 0. What they throw is recorded and passes through.
+    std::int32_t askHandlers(bool verify);
     void checkProducedAt() const;
     void checkThisUpdates() const;
     CResponse const& sendDirect(bool verify);

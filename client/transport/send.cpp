@@ -8,16 +8,11 @@
 #include "handles/exception.h"
 #include "handles/last_error.h"
 #include "handles/status.h"
+#include "platform/support/support_service.h"
 
 namespace Orvane::PKI::OCSP::Client {
 
 namespace {
-
-void throwRefusal(std::int32_t refusal) {
-    if (refusal != 0) {
-        ATL::AtlThrowImpl(ATL2::convertLastError(static_cast<std::uint32_t>(refusal)));
-    }
-}
 
 // The deepest of the attempts that gave no accepted answer. At equal levels the earlier one stays.
 struct BestAttempt {
@@ -41,6 +36,7 @@ struct BestAttempt {
 }  // namespace
 
 CResponse const& CRequest::Impl::Send(bool verify) {
+    Attempts.clear();
     CheckPolicies(false);
     if (Encoded.cbData() == 0) {
         MakeRequest();
@@ -56,21 +52,52 @@ CResponse const& CRequest::Impl::Send(bool verify) {
     return sendToCandidates(candidates, verify);
 }
 
+void CRequest::Impl::recordAttempt(std::int32_t outcome) {
+    Attempt& attempt = Attempts.emplace_back();
+    attempt.lastError = GetLastError();
+    attempt.address = HTTPParams.OCSPAddress;
+    attempt.status = outcome;
+    attempt.level = Level;
+    // Below level 3 the status is still that of the exchange before.
+    attempt.httpStatus = Level >= 3 ? HTTPParams.HTTPStatus : 0;
+}
+
+std::int32_t CRequest::Impl::askHandlers(bool verify) {
+    std::int32_t refusal = 0;
+    try {
+        refusal = verify ? VerifyingHandler.OnResponse(*Response) : 0;
+        if (refusal == 0 && ResponseHandler != nullptr) {
+            refusal = ResponseHandler->OnResponse(*Response);
+        }
+    } catch (ATL::CAtlException const& failure) {
+        recordAttempt(failure.status());
+        throw;
+    }
+    recordAttempt(refusal);
+    return refusal;
+}
+
 // One attempt; whatever it throws reaches the caller unchanged.
 CResponse const& CRequest::Impl::sendDirect(bool verify) {
-    SendOCSPRequest();
-    if (verify) {
-        throwRefusal(VerifyingHandler.OnResponse(*Response));
+    try {
+        SendOCSPRequest();
+    } catch (ATL::CAtlException const& failure) {
+        recordAttempt(failure.status());
+        throw;
     }
-    if (ResponseHandler != nullptr) {
-        throwRefusal(ResponseHandler->OnResponse(*Response));
+    if (const std::int32_t refusal = askHandlers(verify); refusal != 0) {
+        ATL::AtlThrowImpl(ATL2::convertLastError(static_cast<std::uint32_t>(refusal)));
     }
     return *Response;
 }
 
 // The status of one attempt: 0, or the negative status it failed with.
 std::int32_t CRequest::Impl::attempt() {
+    // "%S" is what the trace service takes for wide text; as a printf format it is an extension.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat"
     TALLOW_TRACE("Send", "Sending request to \"%S\"...\n", HTTPParams.OCSPAddress.c_str());
+#pragma GCC diagnostic pop
     try {
         SendOCSPRequest();
     } catch (ATL::CAtlException const& failure) {
@@ -98,12 +125,11 @@ CResponse const& CRequest::Impl::sendToCandidates(ASN1::CAuthorityInfoAccessSynt
         if (failure == 0 && !Response) {
             failure = status::kFail;  // a failure that named no status, before anything was received
         }
-        if (failure == 0) {
+        if (failure != 0) {
+            recordAttempt(failure);
+        } else {
             // What the handlers throw leaves at once: a certificate proven revoked is not asked about elsewhere.
-            refusal = verify ? VerifyingHandler.OnResponse(*Response) : 0;
-            if (refusal == 0 && ResponseHandler != nullptr) {
-                refusal = ResponseHandler->OnResponse(*Response);
-            }
+            refusal = askHandlers(verify);
             if (refusal == 0) {
                 return *Response;
             }
