@@ -1,0 +1,18 @@
+// tallow check: asks about each certificate and says what came out.
+#pragma once
+
+#include <vector>
+
+#include "cli/check_result.h"
+#include "cli/options.h"
+
+namespace tallow::cli {
+
+/// Prepares the settings, the trusted roots and the stores of the run and checks each certificate. Throws InputError
+/// for an input, other than a certificate asked about, that cannot be used: nothing was asked then.
+std::vector<CheckResult> runCheck(const CheckOptions& options);
+
+/// 1 when one is revoked, else 3 when for one no trusted answer was had, else 2 when one is unknown, else 0.
+int exitStatusOf(const std::vector<CheckResult>& results);
+
+}  // namespace tallow::cli

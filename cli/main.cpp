@@ -1,0 +1,34 @@
+// The command: reads the command line, checks, prints. Nothing but the result goes to standard output.
+#include <exception>
+#include <iostream>
+
+#include "cli/check.h"
+#include "cli/input_files.h"
+#include "cli/options.h"
+#include "cli/output.h"
+#include "cli/safe_text.h"
+
+int main(int argc, char** argv) {
+    using namespace tallow::cli;
+    constexpr int kExitNoAnswer = 3;
+    try {
+        CheckOptions options;
+        if (const std::optional<int> end = readCommandLine(argc, argv, options)) {
+            return *end;
+        }
+        const std::vector<CheckResult> results = runCheck(options);
+        std::cout << (options.json ? toJson(results) : toText(results)) << std::flush;
+        std::cerr << failureLines(results);
+        if (!std::cout) {
+            std::cerr << "tallow: standard output cannot be written\n";
+            return kExitNoAnswer;
+        }
+        return exitStatusOf(results);
+    } catch (const InputError& error) {
+        std::cerr << "tallow: " << safeLine(error.what()) << '\n';
+        return kExitUsage;
+    } catch (const std::exception& error) {
+        std::cerr << "tallow: " << safeLine(error.what()) << '\n';
+        return kExitNoAnswer;
+    }
+}

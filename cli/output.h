@@ -1,0 +1,20 @@
+// The results, for people and for programs.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "cli/check_result.h"
+
+namespace tallow::cli {
+
+/// For people: the verdict of each certificate first, then what is known about it.
+std::string toText(const std::vector<CheckResult>& results);
+
+/// {"certificates":[...]} with absent fields left out.
+std::string toJson(const std::vector<CheckResult>& results);
+
+/// One line a failure, for standard error; empty when there is none.
+std::string failureLines(const std::vector<CheckResult>& results);
+
+}  // namespace tallow::cli

@@ -1,0 +1,52 @@
+#include <nlohmann/json.hpp>
+
+#include "cli/error_text.h"
+#include "cli/output.h"
+
+namespace tallow::cli {
+
+namespace {
+
+void add(nlohmann::ordered_json& object, const char* name, const std::string& value) {
+    if (!value.empty()) {
+        object[name] = value;
+    }
+}
+
+nlohmann::ordered_json toObject(const CheckResult& result) {
+    nlohmann::ordered_json object;
+    object["file"] = result.file;
+    add(object, "subject", result.subject);
+    add(object, "serial", result.serial);
+    object["status"] = nameOf(result.state);
+    add(object, "responder", result.responder);
+    add(object, "producedAt", result.producedAt);
+    add(object, "thisUpdate", result.thisUpdate);
+    add(object, "nextUpdate", result.nextUpdate);
+    add(object, "revocationTime", result.revocationTime);
+    add(object, "revocationReason", result.revocationReason);
+    if (result.error) {
+        std::string text = result.error->text;
+        for (const std::string& attempt : result.error->attempts) {
+            text += "; " + attempt;
+        }
+        object["error"] = {{"code", codeText(result.error->code)}, {"text", text}};
+    }
+    return object;
+}
+
+}  // namespace
+
+std::string toJson(const std::vector<CheckResult>& results) {
+    nlohmann::ordered_json list = nlohmann::ordered_json::array();
+    for (const CheckResult& result : results) {
+        list.push_back(toObject(result));
+    }
+    nlohmann::ordered_json document;
+    document["certificates"] = std::move(list);
+    // Bytes that are no UTF-8, in a file name for one, become U+FFFD instead of breaking the document; control
+    // characters are escaped by the format itself.
+    return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+}
+
+}  // namespace tallow::cli

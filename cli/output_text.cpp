@@ -1,0 +1,52 @@
+#include "cli/error_text.h"
+#include "cli/output.h"
+#include "cli/safe_text.h"
+
+namespace tallow::cli {
+
+namespace {
+
+void addLine(std::string& text, const char* label, const std::string& value) {
+    if (!value.empty()) {
+        text += std::string("    ") + label + safeLine(value) + '\n';
+    }
+}
+
+}  // namespace
+
+std::string toText(const std::vector<CheckResult>& results) {
+    std::string text;
+    for (const CheckResult& result : results) {
+        text += safeLine(result.file) + ": " + nameOf(result.state);
+        if (result.state == CertificateState::kRevoked) {
+            text += " since " + result.revocationTime;
+            text += result.revocationReason.empty() ? "" : " (" + result.revocationReason + ")";
+        }
+        text += '\n';
+        addLine(text, "subject:      ", result.subject);
+        addLine(text, "serial:       ", result.serial);
+        addLine(text, "responder:    ", result.responder);
+        addLine(text, "produced at:  ", result.producedAt);
+        addLine(text, "this update:  ", result.thisUpdate);
+        addLine(text, "next update:  ", result.nextUpdate);
+    }
+    return text;
+}
+
+std::string failureLines(const std::vector<CheckResult>& results) {
+    std::string text;
+    for (const CheckResult& result : results) {
+        if (!result.error) {
+            continue;
+        }
+        std::string line = "tallow: " + result.file + ": " + result.error->text;
+        for (std::size_t i = 0; i < result.error->attempts.size(); ++i) {
+            line += (i == 0 ? " [" : "; ") + result.error->attempts[i];
+        }
+        line += result.error->attempts.empty() ? "" : "]";
+        text += safeLine(line + " (" + codeText(result.error->code) + ")") + '\n';
+    }
+    return text;
+}
+
+}  // namespace tallow::cli

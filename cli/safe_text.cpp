@@ -1,0 +1,56 @@
+#include "cli/safe_text.h"
+
+#include <cstdio>
+
+#include "platform/support/support_service.h"
+
+namespace tallow::cli {
+
+namespace {
+
+bool isHarmful(wchar_t c) {
+    const auto code = static_cast<unsigned long>(c);
+    return code < 0x20 || (code >= 0x7F && code < 0xA0)             // controls of ASCII and Latin-1
+           || code == 0x061C || (code >= 0x200B && code <= 0x200F)  // invisible, and marks of direction
+           || (code >= 0x2028 && code <= 0x202E)                    // line breaks, and overrides of direction
+           || (code >= 0x2060 && code <= 0x206F) || code == 0xFEFF || (code >= 0xE0000 && code <= 0xE007F);
+}
+
+}  // namespace
+
+std::string utf8(std::wstring_view text) {
+    if (text.empty()) {
+        return {};
+    }
+    const int size =
+        WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
+    std::string result(static_cast<std::size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), result.data(), size, nullptr, nullptr);
+    return result;
+}
+
+std::wstring wide(std::string_view text) {
+    if (text.empty()) {
+        return {};
+    }
+    const int size = MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), nullptr, 0);
+    std::wstring result(static_cast<std::size_t>(size), L'\0');
+    MultiByteToWideChar(CP_UTF8, 0, text.data(), static_cast<int>(text.size()), result.data(), size);
+    return result;
+}
+
+std::string safeLine(std::string_view text) {
+    std::wstring line;
+    for (const wchar_t c : wide(text)) {
+        if (!isHarmful(c)) {
+            line += c;
+            continue;
+        }
+        char escape[16];
+        std::snprintf(escape, sizeof escape, "\\u{%lX}", static_cast<unsigned long>(c));
+        line += wide(escape);
+    }
+    return utf8(line);
+}
+
+}  // namespace tallow::cli
