@@ -50,7 +50,9 @@ CSimpleStringT<Char, mfc>::CSimpleStringT(const CSimpleStringT& other) {
 }
 
 template <class Char, bool mfc>
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the blocks are compared, not the objects
 CSimpleStringT<Char, mfc>& CSimpleStringT<Char, mfc>::operator=(const CSimpleStringT& other) {
+    // Two strings on one block are the same already, and so is a string assigned to itself.
     CStringData* mine = header();
     CStringData* theirs = other.header();
     if (mine == theirs) {
@@ -193,24 +195,23 @@ CStringT<Char>& CStringT<Char>::operator=(const Char* text) {
 }
 
 template <class Char>
-CStringT<Char>& CStringT<Char>::operator=(const wchar_t* text) requires std::is_same_v<Char, char> {
-    // Clang 14 instantiates the body for wide strings too, against the constraint.
-    if constexpr (std::is_same_v<Char, char>) {
-        if (text == nullptr || *text == L'\0') {
-            this->Empty();
-            return *this;
-        }
-        const int size = WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
-        if (size <= 0) {
-            AtlThrowLastWin32();
-        }
-        CStringT narrow;
-        if (WideCharToMultiByte(CP_ACP, 0, text, -1, narrow.GetBuffer(size - 1), size, nullptr, nullptr) == 0) {
-            AtlThrowLastWin32();
-        }
-        narrow.ReleaseBufferSetLength(size - 1);
-        static_cast<CSimpleStringT<Char>&>(*this) = narrow;
+template <class Wide>
+requires(std::is_same_v<Wide, wchar_t>&& std::is_same_v<Char, char>) CStringT<Char>
+&CStringT<Char>::operator=(const Wide* text) {
+    if (text == nullptr || *text == L'\0') {
+        this->Empty();
+        return *this;
     }
+    const int size = WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    if (size <= 0) {
+        AtlThrowLastWin32();
+    }
+    CStringT narrow;
+    if (WideCharToMultiByte(CP_ACP, 0, text, -1, narrow.GetBuffer(size - 1), size, nullptr, nullptr) == 0) {
+        AtlThrowLastWin32();
+    }
+    narrow.ReleaseBufferSetLength(size - 1);
+    static_cast<CSimpleStringT<Char>&>(*this) = narrow;
     return *this;
 }
 
@@ -250,6 +251,7 @@ int CStringT<Char>::Replace(const Char* old, const Char* replacement) {
 template class CSimpleStringT<char>;
 template class CSimpleStringT<wchar_t>;
 template class CStringT<char>;
+template CStringT<char>& CStringT<char>::operator=<wchar_t>(const wchar_t* text);
 template class CStringT<wchar_t>;
 
 }  // namespace ATL

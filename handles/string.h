@@ -25,6 +25,7 @@ public:
     explicit CSimpleStringT(IAtlStringMgr* manager) noexcept;
     /// Shares the block of `other`, unless that is locked: then the characters are copied.
     CSimpleStringT(const CSimpleStringT& other);
+    // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the blocks are compared, not the objects
     CSimpleStringT& operator=(const CSimpleStringT& other);
     ~CSimpleStringT() { header()->Release(); }
 
@@ -77,7 +78,8 @@ public:
     CStringT& operator=(const Char* text);
     /// A narrow string also takes wide text, converted in code page 0; null or empty text empties the string. Text that
     /// cannot be converted throws the converted last error and leaves the string as it was.
-    CStringT& operator=(const wchar_t* text) requires std::is_same_v<Char, char>;
+    template <class Wide>
+    requires(std::is_same_v<Wide, wchar_t>&& std::is_same_v<Char, char>) CStringT& operator=(const Wide* text);
     /// Replaces every occurrence of `old`, from left to right and not overlapping, by `replacement`; returns their
     /// number. A null or empty `old` replaces nothing; a null `replacement` counts as empty.
     int Replace(const Char* old, const Char* replacement);
@@ -92,6 +94,7 @@ using CStringW = CStringT<wchar_t>;
 extern template class CSimpleStringT<char>;
 extern template class CSimpleStringT<wchar_t>;
 extern template class CStringT<char>;
+extern template CStringT<char>& CStringT<char>::operator=<wchar_t>(const wchar_t* text);
 extern template class CStringT<wchar_t>;
 
 }  // namespace ATL
