@@ -1,7 +1,5 @@
 #include "asn1rt/encode_strings.h"
 
-#include <limits>
-
 #include "asn1rt/encode_core.h"
 
 namespace {
@@ -10,16 +8,16 @@ int withTag(ASN1CTXT* ctx, ASN1TAG tag, ASN1TagType tagType, int length) {
     return tagType == TAG_EXPLICIT ? xe_tag_len(ctx, tag, length) : length;
 }
 
-/// Room for `count` characters of `width` octets; answers the octets or a negative status.
-int claimCharacters(ASN1CTXT* ctx, std::uint32_t count, std::uint32_t width, std::uint8_t** place) {
+/// Where `count` characters of `width` octets go; `length` receives the octets. Null with a status in `length` when
+/// there is no room.
+std::uint8_t* claimCharacters(ASN1CTXT* ctx, std::uint32_t count, std::uint32_t width, int* length) {
     const std::uint64_t octets = std::uint64_t{count} * width;
-    if (octets > MEM_HEAP_MAX_REQUEST)
-        return STATUS_NO_MEMORY;
-    const int status = encoding::reserve(ctx, static_cast<std::uint32_t>(octets));
-    if (status != 0)
-        return status;
-    *place = encoding::claim(ctx, static_cast<std::uint32_t>(octets));
-    return static_cast<int>(octets);
+    *length =
+        octets <= MEM_HEAP_MAX_REQUEST ? encoding::reserve(ctx, static_cast<std::uint32_t>(octets)) : STATUS_NO_MEMORY;
+    if (*length != 0)
+        return nullptr;
+    *length = static_cast<int>(octets);
+    return encoding::claim(ctx, static_cast<std::uint32_t>(octets));
 }
 
 template <typename String>
@@ -27,9 +25,9 @@ int writeWide(ASN1CTXT* ctx, const String* string, ASN1TagType tagType, ASN1TAG 
     constexpr std::uint32_t kWidth = sizeof(*string->data);
     if (string == nullptr || (string->data == nullptr && string->nchars != 0))
         return STATUS_BAD_VALUE;
-    std::uint8_t* out = nullptr;
-    const int length = claimCharacters(ctx, string->nchars, kWidth, &out);
-    if (length < 0)
+    int length = 0;
+    std::uint8_t* out = claimCharacters(ctx, string->nchars, kWidth, &length);
+    if (out == nullptr)
         return length;
     for (std::uint32_t i = 0; i < string->nchars; ++i) {
         const std::uint32_t character = string->data[i];

@@ -13,26 +13,26 @@ TEST(DecodeStrings, OctetStrings) {
     struct Row {
         const char* what;
         const char* hex;
-        int status;
         const char* octets;
+        int status;
         std::uint32_t position;
     };
     const Row rows[] = {
-        {"primitive", "0403aabbcc ff", 0, "aabbcc", 5},
-        {"empty", "0400", 0, "", 2},
-        {"definite constructed", "2407 0402aabb 0401cc", 0, "aabbcc", 9},
-        {"indefinite", "2480 0402aabb 0403ccddee 0000 ff", 0, "aabbccddee", 13},
-        {"indefinite without contents", "2480 0400 0000", 0, "", 6},
-        {"nested segments, indefinite", "2480 2403 0401aa 0000", STATUS_BAD_TAG, nullptr, 0},
-        {"nested segments, definite", "2405 2403 0401aa", STATUS_BAD_TAG, nullptr, 0},
-        {"segment with a tag in long form", "2480 1f0401aa 0000", STATUS_BAD_TAG, nullptr, 0},
-        {"segment passes the string", "2403 0402aabb", STATUS_BAD_LENGTH, nullptr, 0},
-        {"string passes the input", "2409 0402aabb", STATUS_BAD_LENGTH, nullptr, 0},
-        {"no end-of-contents", "2480 0402aabb", STATUS_END_OF_BUFFER, nullptr, 0},
-        {"short form passes the input", "0405aabb", STATUS_END_OF_BUFFER, nullptr, 0},
-        {"long form passes the input", "0482ffffaabb", STATUS_BAD_LENGTH, nullptr, 0},
-        {"indefinite primitive", "0480aa0000", STATUS_BAD_LENGTH, nullptr, 0},
-        {"another tag", "0303aabbcc", STATUS_TAG_MISMATCH, nullptr, 0},
+        {"primitive", "0403aabbcc ff", "aabbcc", 0, 5},
+        {"empty", "0400", "", 0, 2},
+        {"definite constructed", "2407 0402aabb 0401cc", "aabbcc", 0, 9},
+        {"indefinite", "2480 0402aabb 0403ccddee 0000 ff", "aabbccddee", 0, 13},
+        {"indefinite without contents", "2480 0400 0000", "", 0, 6},
+        {"nested segments, indefinite", "2480 2403 0401aa 0000", nullptr, STATUS_BAD_TAG, 0},
+        {"nested segments, definite", "2405 2403 0401aa", nullptr, STATUS_BAD_TAG, 0},
+        {"segment with a tag in long form", "2480 1f0401aa 0000", nullptr, STATUS_BAD_TAG, 0},
+        {"segment passes the string", "2403 0402aabb", nullptr, STATUS_BAD_LENGTH, 0},
+        {"string passes the input", "2409 0402aabb", nullptr, STATUS_BAD_LENGTH, 0},
+        {"no end-of-contents", "2480 0402aabb", nullptr, STATUS_END_OF_BUFFER, 0},
+        {"short form passes the input", "0405aabb", nullptr, STATUS_END_OF_BUFFER, 0},
+        {"long form passes the input", "0482ffffaabb", nullptr, STATUS_BAD_LENGTH, 0},
+        {"indefinite primitive", "0480aa0000", nullptr, STATUS_BAD_LENGTH, 0},
+        {"another tag", "0303aabbcc", nullptr, STATUS_TAG_MISMATCH, 0},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);

@@ -62,7 +62,7 @@ TEST_F(MemoryHeapTest, ReallocKeepsMovesOrFails) {
     EXPECT_EQ(rtMemHeapRealloc(&heap, nullptr, 8), nullptr);
     ASSERT_EQ(rtMemHeapCreate(&heap, this), 0);
     auto* block = static_cast<char*>(rtMemHeapRealloc(&heap, nullptr, 8));
-    std::memcpy(block, "01234567", 8);
+    std::memcpy(block, "0123456", 8);
     EXPECT_EQ(rtMemHeapRealloc(&heap, block, 4), block);
     refuse_ = true;
     EXPECT_EQ(rtMemHeapRealloc(&heap, block, 8), nullptr);
