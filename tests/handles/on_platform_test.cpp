@@ -79,7 +79,7 @@ TEST(OnPlatform, FailedDetachingLeavesACertificateThatStillWorks) {
     const auto* const before = certificate.get();
     EXPECT_CALL(service, CertSetCertificateContextProperty(_, kFriendlyName, _, _))
         .WillOnce(failing(FALSE, ERROR_NOT_ENOUGH_MEMORY));
-    EXPECT_THAT(certificate.DetachFromStore(), IsStatus(status::kServerOutOfSpace));
+    EXPECT_THAT(certificate.DetachFromStore(), IsStatus(status::kNotEnoughMemory));
     EXPECT_EQ(certificate.get(), before);
     EXPECT_EQ(properties(certificate), (std::vector<DWORD>{kSha1, kFriendlyName}));
 }
