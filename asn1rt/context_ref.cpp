@@ -44,7 +44,10 @@ ASN1CtxtPtr& ASN1CtxtPtr::operator=(ASN1Context* context) noexcept {
 }
 
 ASN1CtxtPtr& ASN1CtxtPtr::operator=(const ASN1CtxtPtr& other) noexcept {
-    return *this = other.mPointer;
+    if (this != &other) {
+        *this = other.mPointer;
+    }
+    return *this;
 }
 
 ASN1CtxtPtr& ASN1CtxtPtr::operator=(ASN1CtxtPtr&& other) noexcept {

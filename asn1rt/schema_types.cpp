@@ -16,7 +16,6 @@ void assignArcs(Record& to, std::uint32_t numArcs, const Arc* arcs) {
 
 }  // namespace
 
-// NOLINTBEGIN(cppcoreguidelines-pro-type-member-init): see assignArcs.
 ASN1TObjId::ASN1TObjId() noexcept {
     numids = 0;
 }
@@ -26,10 +25,11 @@ ASN1TObjId::ASN1TObjId(std::uint32_t numArcs, const std::uint32_t* arcs) noexcep
 ASN1TObjId::ASN1TObjId(const ASN1OBJID& other) noexcept {
     assignArcs(*this, other.numids, other.subid);
 }
+// Copying the base as a whole would move its unused arcs too.
+// NOLINTNEXTLINE(bugprone-copy-constructor-init)
 ASN1TObjId::ASN1TObjId(const ASN1TObjId& other) noexcept {
     assignArcs(*this, other.numids, other.subid);
 }
-// NOLINTEND
 
 ASN1TObjId& ASN1TObjId::operator=(const ASN1OBJID& other) noexcept {
     assignArcs(*this, other.numids, other.subid);
@@ -50,6 +50,7 @@ ASN1TObjId64::ASN1TObjId64(std::uint32_t numArcs, const std::int64_t* arcs) noex
 ASN1TObjId64::ASN1TObjId64(const ASN1OID64& other) noexcept {
     assignArcs(*this, other.numids, other.subid);
 }
+// NOLINTNEXTLINE(bugprone-copy-constructor-init): as above
 ASN1TObjId64::ASN1TObjId64(const ASN1TObjId64& other) noexcept {
     assignArcs(*this, other.numids, other.subid);
 }
@@ -64,8 +65,9 @@ ASN1TObjId64& ASN1TObjId64::operator=(const ASN1TObjId64& other) noexcept {
     return *this;
 }
 
+// Own context and own reference stay; the members are shared from now on.
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): nothing is assigned
 ASN1TPDU& ASN1TPDU::operator=(const ASN1TPDU& /*other*/) noexcept {
-    // Own context and own reference stay; the members are shared from now on.
     return *this;
 }
 

@@ -530,7 +530,7 @@ int ASN1CGeneralizedTime::compileString() {
         writer.add(".%d", f.fraction);
     }
     if (isZulu()) {
-        writer.add("Z");
+        writer.add("%c", 'Z');
     } else if (f.diffHour != 0 || f.diffMin != 0) {
         addOffset(writer, f.diffHour, f.diffMin, false);
     }
@@ -597,7 +597,7 @@ int ASN1CUTCTime::compileString() {
         writer.add("%.2d", std::max<int>(f.second, 0));
     }
     if (isZulu() || (f.diffHour == 0 && f.diffMin == 0)) {
-        writer.add("Z");
+        writer.add("%c", 'Z');
     } else {
         addOffset(writer, f.diffHour, f.diffMin, true);
     }

@@ -1,6 +1,7 @@
 #include "asn1rt/utf8.h"
 
 #include <algorithm>
+#include <bit>
 #include <cstring>
 #include <cwchar>
 
@@ -55,6 +56,13 @@ bool isKept(std::uint32_t character, const RtCharacterSet* constraint) {
     return std::find(constraint->characters, end, character) != end;
 }
 
+std::uint32_t codeOf(std::uint8_t octet) {
+    return octet;
+}
+std::uint32_t codeOf(wchar_t character) {
+    return std::bit_cast<std::uint32_t>(character);
+}
+
 // One 32-bit character from each of `count` units.
 template <typename Unit>
 int makeUcsString(ASN1CTXT* ctx, const Unit* units, std::size_t count, ASN1T32BitCharStr* string,
@@ -74,7 +82,7 @@ int makeUcsString(ASN1CTXT* ctx, const Unit* units, std::size_t count, ASN1T32Bi
     }
     string->data = characters;
     for (std::size_t i = 0; i < count; ++i) {
-        const auto character = static_cast<std::uint32_t>(units[i]);
+        const auto character = codeOf(units[i]);
         if (isKept(character, constraint)) {
             characters[string->nchars++] = character;
         }
@@ -207,12 +215,12 @@ int rtUTF8ToWCS(ASN1CTXT* /*ctx*/, const char* text, wchar_t* destination, std::
 
 int rtWCSToUTF8(ASN1CTXT* /*ctx*/, const wchar_t* source, std::uint32_t count, char* destination,
                 std::uint32_t capacity) noexcept {
-    if (source == nullptr || destination == nullptr) {
+    if ((source == nullptr && count != 0) || destination == nullptr) {
         return STATUS_BAD_UTF8;
     }
     std::uint32_t used = 0;
     for (std::uint32_t i = 0; i < count; ++i) {
-        const auto character = static_cast<std::int32_t>(source[i]);
+        const auto character = std::bit_cast<std::int32_t>(source[i]);
         if (character < 0) {
             return STATUS_BAD_UTF8;
         }
