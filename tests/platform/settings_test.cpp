@@ -169,6 +169,14 @@ TEST(Settings, TakeAValueOfTheWrongKindForAMistakeInTheFile) {
     }
 }
 
+TEST(Settings, OfTheExampleFileAreReadable) {
+    EXPECT_EQ(support_settings_open("../settings.example.toml"), 0);
+    long number = 0;
+    EXPECT_EQ(support_registry_get_long("\\config\\cades\\ocsppolicy\\ResponseAccuracy", &number), 0);
+    EXPECT_EQ(number, 180000);
+    SettingsFile const restored("");
+}
+
 TEST(Settings, CanBeReadWhileTheyAreReplaced) {
     SettingsFile const one("value = \"one\"\n");
     std::string const other = one.folder().write("other.toml", "value = \"second\"\n");
