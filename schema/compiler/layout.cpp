@@ -197,19 +197,32 @@ private:
         }
     }
 
-    // Puts the type behind those that its C++ definition needs complete.
-    void place(const Type& type) {
-        if (type.module != current_.module) {
-            needHeader(type.module);
-            return;
+    // Puts the type behind those that its C++ definition needs complete. An own stack in place of recursion: a chain of
+    // records may be as long as the schema.
+    void place(const Type& root) {
+        struct Step {
+            const Type* type;
+            std::vector<const Type*> needed;
+            std::size_t next;
+        };
+        std::vector<Step> path;
+        const auto enter = [&](const Type& type) {
+            if (type.module != current_.module) {
+                needHeader(type.module);
+            } else if (placed_.insert(&type).second) {
+                path.push_back({&type, needs(type), 0});
+            }
+        };
+        enter(root);
+        while (!path.empty()) {
+            Step& step = path.back();
+            if (step.next < step.needed.size()) {
+                enter(*step.needed[step.next++]);
+            } else {
+                current_.types.push_back(layOutType(*step.type));
+                path.pop_back();
+            }
         }
-        if (!placed_.insert(&type).second) {
-            return;
-        }
-        for (const Type* needed : needs(type)) {
-            place(*needed);
-        }
-        current_.types.push_back(layOutType(type));
     }
 
     std::vector<const Type*> needs(const Type& type) {
