@@ -1,4 +1,9 @@
-// How the process's policy objects are made and bound, alike for requests and responses. Private to this folder.
+// How a request or a response comes by its policy: the process's one object, made at the first use, or in legacy mode
+// one of its own. Private to the library.
+//
+//   PolicyBinding<CRequestPolicy> policy;
+//   policy.bind();
+//   if (policy->UseNonceByDefault) ...
 #pragma once
 
 #include <pthread.h>
@@ -7,6 +12,8 @@
 #include <utility>
 
 #include "client/policy/policy_reading.h"
+#include "client/policy/request_policy.h"
+#include "client/policy/response_policy.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 
@@ -34,6 +41,28 @@ private:
     static inline constinit std::unique_ptr<const Policy> singleton_;
 };
 
+/// What a request or a response keeps of its policy: a pointer to the process's object, or an object of its own when
+/// policy reading is legacy. It is not copied with the object that holds it: each binds its own.
+template <class Policy>
+class PolicyBinding {
+public:
+    PolicyBinding() noexcept = default;
+    PolicyBinding(const PolicyBinding&) = delete;
+    PolicyBinding& operator=(const PolicyBinding&) = delete;
+
+    /// Binds anew; in legacy mode the settings are read anew too. Throws 0x8007045A when the process has no policy
+    /// object, and in legacy mode what the policy's constructor throws, with no policy bound then.
+    void bind();
+
+    [[nodiscard]] const Policy* get() const noexcept { return policy_; }
+    const Policy* operator->() const noexcept { return policy_; }
+    const Policy& operator*() const noexcept { return *policy_; }
+
+private:
+    std::unique_ptr<const Policy> own_;
+    const Policy* policy_ = nullptr;
+};
+
 template <class Policy>
 void PolicyBinding<Policy>::bind() {
     policy_ = nullptr;
@@ -48,5 +77,13 @@ void PolicyBinding<Policy>::bind() {
         ATL::AtlThrowImpl(status::kNoPolicy);
     }
 }
+
+/// The process's policies, made at the first call; null when they could not be made, then and for ever. The library
+/// owns them.
+[[nodiscard]] const CRequestPolicy* sharedRequestPolicy() noexcept;
+[[nodiscard]] const CResponsePolicy* sharedResponsePolicy() noexcept;
+
+extern template class PolicyBinding<CRequestPolicy>;
+extern template class PolicyBinding<CResponsePolicy>;
 
 }  // namespace Orvane::PKI::OCSP::Client

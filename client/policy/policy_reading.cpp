@@ -11,7 +11,7 @@ pthread_once_t onceIssuerPropAIAEnabled = PTHREAD_ONCE_INIT;
 int isLegacyPolicyReading = 0;
 bool isIssuerPropAIAEnabled = true;
 
-bool readSwitch(const wchar_t* name) {
+bool loadSwitch(const wchar_t* name) {
     wchar_t sectionText[] = L"ocsppolicy";
     wchar_t* section = sectionText;
     wchar_t* reserved = nullptr;
@@ -23,7 +23,7 @@ bool readSwitch(const wchar_t* name) {
 // A switch that cannot be read stays as it starts, for the life of the process.
 void SetPolicyReading() noexcept {
     try {
-        isLegacyPolicyReading = readSwitch(L"LegacyPolicyReading") ? 1 : 0;
+        isLegacyPolicyReading = loadSwitch(L"LegacyPolicyReading") ? 1 : 0;
     } catch (...) {
         isLegacyPolicyReading = 0;
     }
@@ -31,7 +31,7 @@ void SetPolicyReading() noexcept {
 
 void SetIssuerPropAIAEnabled() noexcept {
     try {
-        isIssuerPropAIAEnabled = !readSwitch(L"IssuerPropAIADisabled");
+        isIssuerPropAIAEnabled = !loadSwitch(L"IssuerPropAIADisabled");
     } catch (...) {
         isIssuerPropAIAEnabled = true;
     }

@@ -1,8 +1,6 @@
-// How policy is read, once per process: the switch between one policy for the process and one for each object, the
-// other process-wide policy flags, and the binding of an object to its policy.
+// The policy flags of the process: whether it has one policy or one for each object, and whether responders named in
+// the properties of an issuer are asked.
 #pragma once
-
-#include <memory>
 
 #include "export.h"
 
@@ -14,28 +12,6 @@ namespace Orvane::PKI::OCSP::Client {
 
 /// False when the setting IssuerPropAIADisabled forbids to ask responders named in the issuer certificate's properties.
 /// Read once per process; true when it cannot be read. Any thread may call.
-[[nodiscard]] bool IssuerPropAIAEnabled() noexcept;
-
-/// What a request or a response keeps of its policy: a pointer to the process's object, or an object of its own when
-/// policy reading is legacy. It is not copied with the object that holds it: each binds its own.
-template <class Policy>
-class PolicyBinding {
-public:
-    PolicyBinding() noexcept = default;
-    PolicyBinding(const PolicyBinding&) = delete;
-    PolicyBinding& operator=(const PolicyBinding&) = delete;
-
-    /// Binds anew; in legacy mode the settings are read anew too. Throws 0x8007045A when the process has no policy
-    /// object, and in legacy mode what the policy's constructor throws, with no policy bound then.
-    void bind();
-
-    [[nodiscard]] const Policy* get() const noexcept { return policy_; }
-    const Policy* operator->() const noexcept { return policy_; }
-    const Policy& operator*() const noexcept { return *policy_; }
-
-private:
-    std::unique_ptr<const Policy> own_;
-    const Policy* policy_ = nullptr;
-};
+[[nodiscard]] TALLOW_EXPORT bool IssuerPropAIAEnabled() noexcept;
 
 }  // namespace Orvane::PKI::OCSP::Client

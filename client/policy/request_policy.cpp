@@ -1,6 +1,5 @@
 #include "client/policy/request_policy.h"
 
-#include "client/policy/policy_binding.h"
 #include "foundation/trace.h"
 
 namespace Orvane::PKI::OCSP::Client {
@@ -58,28 +57,5 @@ CRequestPolicy::CRequestPolicy() {
     load(DeniedOCSPs, L"DeniedOCSPs", L"DeniedOCSPsSetted", false);
     load(AllowedProxies, L"AllowedProxies", L"AllowedProxiesSetted", false);
 }
-
-const CRequestPolicy* sharedRequestPolicy() noexcept {
-    return PolicyHolder<CRequestPolicy>::shared();
-}
-
-void checkPolicies(const CRequestPolicy& policy, const RequestTraits& request) {
-    TALLOW_TRACE("CheckPolicies", "Checking policies...\n");
-    if (request.useNonce ? policy.DisableNonce : policy.RequireNonce) {
-        ATL::AtlThrowImpl(status::kOptionAgainstPolicy);
-    }
-    if (policy.DisableUnsignedRequests && !request.isSigned) {
-        ATL::AtlThrowImpl(status::kUnsignedRefused);
-    }
-    if (policy.DisableSignedRequests && request.isSigned) {
-        ATL::AtlThrowImpl(status::kSignedRefused);
-    }
-    if (request.useAcceptableResponses ? policy.DisableAcceptResp : policy.RequireAcceptResp) {
-        ATL::AtlThrowImpl(status::kOptionAgainstPolicy);
-    }
-    TALLOW_TRACE("CheckPolicies", "Checking policies... OK.\n");
-}
-
-template class PolicyBinding<CRequestPolicy>;
 
 }  // namespace Orvane::PKI::OCSP::Client

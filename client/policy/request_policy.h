@@ -1,11 +1,7 @@
-// What an administrator prescribes about requests, and the check of a request that needs no address.
-//
-//   PolicyBinding<CRequestPolicy> policy;
-//   policy.bind();
-//   checkPolicies(*policy, {useNonce, useAcceptableResponses, isSigned});
+// What an administrator prescribes about requests: defaults of a new one, what it may and must contain, where it may
+// go.
 #pragma once
 
-#include "client/policy/policy_reading.h"
 #include "client/policy/policy_values.h"
 #include "export.h"
 
@@ -61,22 +57,5 @@ struct TALLOW_EXPORT CRequestPolicy {
     CGPBool ProxyAuthDenyNTLM;          ///< proxy by HTTP, scheme 2 refused
     CGPBool ProxyAuthDenyNegotiate;     ///< proxy by HTTP, scheme 16 refused
 };
-
-/// The process's request policy, made at the first call; null when it could not be made, then and for ever. The library
-/// owns it.
-[[nodiscard]] const CRequestPolicy* sharedRequestPolicy() noexcept;
-
-/// What the check without an address looks at.
-struct RequestTraits {
-    bool useNonce = false;
-    bool useAcceptableResponses = false;
-    bool isSigned = false;  ///< the request's signature algorithm is set
-};
-
-/// Holds a request against the policy before it is sent. Throws the first violation as ATL::CAtlException: 0xC2110104
-/// for the nonce, 0xC2110111 for an unsigned, 0xC2110110 for a signed request, 0xC2110104 for acceptable responses.
-void checkPolicies(const CRequestPolicy& policy, const RequestTraits& request);
-
-extern template class PolicyBinding<CRequestPolicy>;
 
 }  // namespace Orvane::PKI::OCSP::Client

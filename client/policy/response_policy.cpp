@@ -2,8 +2,6 @@
 
 #include <cstdint>
 
-#include "client/policy/policy_binding.h"
-
 namespace Orvane::PKI::OCSP::Client {
 
 CResponsePolicy::CResponsePolicy() {
@@ -15,16 +13,10 @@ CResponsePolicy::CResponsePolicy() {
     NocheckOCSPs.Load(reserved, section, L"NocheckOCSPs", L"NocheckOCSPs", true);
 }
 
-const CResponsePolicy* sharedResponsePolicy() noexcept {
-    return PolicyHolder<CResponsePolicy>::shared();
-}
-
 CDateTime thisUpdateLimit(const CGPString& interval, long units, const CDateTime& reference) {
     // Negated in unsigned arithmetic, where the lowest number has a negative too: itself.
     const auto back = static_cast<std::int32_t>(0U - static_cast<std::uint32_t>(units));
     return DateAddW(interval.c_str(), back, reference);
 }
-
-template class PolicyBinding<CResponsePolicy>;
 
 }  // namespace Orvane::PKI::OCSP::Client

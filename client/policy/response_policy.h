@@ -2,7 +2,6 @@
 // check. (The list AuthorizedOCSPs is not kept here: it is read anew at every use, so that a change works at once.)
 #pragma once
 
-#include "client/policy/policy_reading.h"
 #include "client/policy/policy_values.h"
 #include "export.h"
 #include "foundation/date_time.h"
@@ -20,14 +19,9 @@ struct TALLOW_EXPORT CResponsePolicy {
     CGPStrings NocheckOCSPs;          ///< SHA-1 thumbprints, upper-case hexadecimal, of responders not checked
 };
 
-/// The process's response policy, made at the first call; null when it could not be made, then and for ever. The
-/// library owns it.
-[[nodiscard]] const CResponsePolicy* sharedResponsePolicy() noexcept;
-
 /// The earliest thisUpdate that is accepted beside `reference`: `units` (taken as a signed 32-bit number) intervals
 /// before it. Throws 0x80070057 for an unknown interval letter and 0x80004005 when the limit lies before 1601.
-[[nodiscard]] CDateTime thisUpdateLimit(const CGPString& interval, long units, const CDateTime& reference);
-
-extern template class PolicyBinding<CResponsePolicy>;
+[[nodiscard]] TALLOW_EXPORT CDateTime thisUpdateLimit(const CGPString& interval, long units,
+                                                      const CDateTime& reference);
 
 }  // namespace Orvane::PKI::OCSP::Client

@@ -2,6 +2,7 @@
 #include "client/request/request_impl.h"
 
 #include "client/policy/address_masks.h"
+#include "client/policy/request_checks.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 #include "platform/crypto/crypto_service.h"

@@ -13,6 +13,7 @@
 
 #include "asn1/access_description.h"
 #include "client/flat/verifying_response_handler.h"
+#include "client/policy/policy_binding.h"
 #include "client/policy/request_policy.h"
 #include "client/request/request.h"
 #include "client/request/win_http_params.h"

@@ -10,6 +10,7 @@
 #include <vector>
 
 #include "asn1/algorithm_identifier.h"
+#include "client/policy/policy_binding.h"
 #include "client/policy/response_policy.h"
 #include "client/response/response.h"
 #include "handles/cert_chain_context.h"

@@ -9,8 +9,7 @@
 #include <thread>
 #include <vector>
 
-#include "client/policy/request_policy.h"
-#include "client/policy/response_policy.h"
+#include "client/policy/policy_binding.h"
 #include "tests/client/policy/settings_file.h"
 #include "tests/support/status_matcher.h"
 

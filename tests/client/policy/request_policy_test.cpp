@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "client/policy/request_checks.h"
 #include "tests/client/policy/settings_file.h"
 #include "tests/support/status_matcher.h"
 
