@@ -2,6 +2,7 @@
 // its own key.
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 
 #include "platform/crypto/crypto_service.h"
 

@@ -2,6 +2,7 @@
 // same bytes are also read as PEM and base64.
 #include <cstddef>
 #include <cstdint>
+#include <initializer_list>
 #include <cstdlib>
 #include <cstring>
 #include <string>
