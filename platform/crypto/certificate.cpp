@@ -1,5 +1,6 @@
 #include "platform/crypto/certificate.h"
 
+#include "platform/crypto/certificate_cache.h"
 #include "platform/crypto/certificate_properties.h"
 
 namespace tallow::platform {
@@ -66,7 +67,7 @@ CertificateRef Certificate::make(std::shared_ptr<const CertificateBody> body, HC
 }
 
 CertificateRef Certificate::create(ByteView der) {
-    return make(CertificateBody::parse(der), nullptr);
+    return make(sharedBody(der), nullptr);
 }
 
 CertificateRef Certificate::copy(const Certificate& source, HCERTSTORE store) {

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "platform/crypto/crypto_service.h"
+#include "platform/crypto/known_signer.h"
 #include "platform/crypto/openssl_handles.h"
 
 namespace tallow::platform {
@@ -50,6 +51,8 @@ public:
     // The public key, owned by the body; null when it cannot be used. Loaded once.
     EVP_PKEY* publicKey() const noexcept;
 
+    KnownSigner& knownSigner() const noexcept { return knownSigner_; }
+
     CertificateBody(const CertificateBody&) = delete;
     CertificateBody& operator=(const CertificateBody&) = delete;
     ~CertificateBody();
@@ -78,6 +81,7 @@ private:
     mutable X509Ptr x509_;
     mutable std::once_flag keyOnce_;
     mutable KeyPtr key_;
+    mutable KnownSigner knownSigner_;
 };
 
 class Certificate;

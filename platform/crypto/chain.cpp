@@ -32,7 +32,12 @@ DWORD revocationResult(const ElementVerdict& verdict) {
 
 void fillElements(ChainRecord& record, const Path& path, const ChainVerdict& verdict) {
     const std::size_t count = path.elements.size();
-    record.certificates = path.elements;
+    // The caller's own context comes first. The others may be records that the whole process shares, so the caller
+    // gets contexts of its own, and may set properties of them.
+    record.certificates.push_back(path.elements[0]);
+    for (std::size_t i = 1; i < count; ++i) {
+        record.certificates.push_back(Certificate::copy(*path.elements[i], nullptr));
+    }
     record.elements.resize(count);
     record.revocations.resize(count);
     for (std::size_t i = 0; i < count; ++i) {

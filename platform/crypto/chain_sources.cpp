@@ -35,6 +35,18 @@ void addStore(ChainSources& sources, const Store* store) {
     }
 }
 
+// Takes the files' own records instead of a store filled with copies: a bundle of system roots has some 150.
+void addSystemStore(const char* name, StoreView storeView, std::vector<CertificateRef>& certificates,
+                    std::vector<CrlRef>& crls) {
+    bool exists = false;
+    for (const StoreFile& file : systemStoreFiles(name, storeView, exists)) {
+        if (const StoreFileContent* const content = file.content()) {
+            certificates.insert(certificates.end(), content->certificates.begin(), content->certificates.end());
+            crls.insert(crls.end(), content->crls.begin(), content->crls.end());
+        }
+    }
+}
+
 void addRoots(ChainSources& sources, const ChainEngine* engine, StoreView storeView) {
     if (engine != nullptr && engine->exclusiveRoots) {
         sources.roots = engine->exclusiveRoots->certificates();
@@ -45,10 +57,7 @@ void addRoots(ChainSources& sources, const ChainEngine* engine, StoreView storeV
         const std::lock_guard<std::mutex> lock(runRoots().mutex);
         sources.roots = runRoots().roots;
     }
-    if (const StoreRef system = openSystemStore("ROOT", storeView, false)) {
-        append(sources.roots, system->certificates());
-        append(sources.crls, system->crls());
-    }
+    addSystemStore("ROOT", storeView, sources.roots, sources.crls);
 }
 
 }  // namespace
@@ -69,7 +78,7 @@ ChainSources chainSources(HCERTCHAINENGINE handle, HCERTSTORE additional) {
             addStore(sources, store.get());
         }
     }
-    addStore(sources, openSystemStore("CA", storeView, false).get());
+    addSystemStore("CA", storeView, sources.others, sources.crls);
     return sources;
 }
 

@@ -44,20 +44,28 @@ bool isWeakPss(const ASN1_TYPE* parameters) {
 
 }  // namespace
 
-bool SignatureLedger::verifies(const Certificate& subject, const Certificate& issuer) {
-    const auto [entry, isNew] = known_.try_emplace({&subject.body(), &issuer.body()}, false);
-    if (isNew && subject.x509() != nullptr && issuer.publicKey() != nullptr && take()) {
-        entry->second = X509_verify(subject.x509(), issuer.publicKey()) == 1;
+template <typename Check>
+bool SignatureLedger::verifiesOnce(const void* subject, KnownSigner& signer, const Certificate& issuer, Check check) {
+    if (signer.is(issuer.body().publicKeyInfo())) {
+        return true;
+    }
+    const auto [entry, isNew] = known_.try_emplace({subject, &issuer.body()}, false);
+    if (isNew && issuer.publicKey() != nullptr && take() && check(issuer.publicKey()) == 1) {
+        entry->second = true;
+        signer.note(issuer.body().publicKeyInfo());
     }
     return entry->second;
 }
 
+bool SignatureLedger::verifies(const Certificate& subject, const Certificate& issuer) {
+    X509* const x509 = subject.x509();
+    return x509 != nullptr && verifiesOnce(&subject.body(), subject.body().knownSigner(), issuer,
+                                           [&](EVP_PKEY* key) { return X509_verify(x509, key); });
+}
+
 bool SignatureLedger::verifies(const Crl& crl, const Certificate& issuer) {
-    const auto [entry, isNew] = known_.try_emplace({&crl, &issuer.body()}, false);
-    if (isNew && issuer.publicKey() != nullptr && take()) {
-        entry->second = X509_CRL_verify(crl.crl.get(), issuer.publicKey()) == 1;
-    }
-    return entry->second;
+    return verifiesOnce(&crl, crl.knownSigner, issuer,
+                        [&](EVP_PKEY* key) { return X509_CRL_verify(crl.crl.get(), key); });
 }
 
 bool isWeakSignature(const X509_ALGOR* algorithm) {

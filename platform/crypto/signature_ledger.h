@@ -1,7 +1,7 @@
 // The signature checks of one call. What a hostile response can make us compute is bounded here: each check counts, a
-// pair that was checked before does not count again, and when the bound is reached every further check fails. A call
-// costs at most 100 checks: these, and those by which OpenSSL confirms the CRL that it chose for each element of a
-// path.
+// pair that was checked before, in this call or with success in an earlier one, is not checked again, and when the bound
+// is reached every further check fails. A call costs at most 100 checks: these, and those by which OpenSSL confirms the
+// CRL that it chose for each element of a path.
 #pragma once
 
 #include <map>
@@ -22,6 +22,8 @@ public:
     int checksMade() const noexcept { return checksMade_; }
 
 private:
+    template <typename Check>
+    bool verifiesOnce(const void* subject, KnownSigner& signer, const Certificate& issuer, Check check);
     bool take() noexcept { return checksMade_ < kMaxChecks && ++checksMade_ > 0; }
 
     std::map<std::pair<const void*, const CertificateBody*>, bool> known_;

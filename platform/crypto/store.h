@@ -18,6 +18,7 @@ namespace tallow::platform {
 struct Crl {
     Bytes der;
     X509CrlPtr crl;
+    mutable KnownSigner knownSigner;
     // Null when the bytes are no CRL.
     static std::shared_ptr<const Crl> parse(ByteView der);
 };

@@ -22,6 +22,8 @@ public:
     explicit StoreFile(std::shared_ptr<const StoreFileContent> content) : content_(std::move(content)) {}
 
     bool exists() const noexcept { return content_ != nullptr; }
+    // Null for a file that does not exist. Shared by everybody who reads the file: not for a caller to change.
+    const StoreFileContent* content() const noexcept { return content_.get(); }
     void addTo(Store& store) const;
 
 private:

@@ -3,7 +3,6 @@
 #include <cstdlib>
 
 #include "platform/crypto/service_call.h"
-#include "platform/crypto/store_folder.h"
 
 namespace tallow::platform {
 
@@ -28,38 +27,50 @@ std::string folderOf(const std::string& stores, const std::string& name) {
     return stores.empty() ? std::string() : stores + '/' + name;
 }
 
-bool addFolder(Store& store, const std::string& folder) {
-    bool exists = false;
-    for (const StoreFile& file : readStoreFolder(folder, exists)) {
-        file.addTo(store);
+void addFolder(std::vector<StoreFile>& files, const std::string& folder, bool& exists) {
+    bool folderExists = false;
+    for (StoreFile& file : readStoreFolder(folder, folderExists)) {
+        files.push_back(std::move(file));
     }
-    return exists;
+    exists |= folderExists;
 }
 
-bool addSystemRoots(Store& store) {
+void addSystemRoots(std::vector<StoreFile>& files, bool& exists) {
     if (!settingFlag("\\crypto\\system_roots", true)) {
-        return false;
+        return;
     }
-    StoreFile const bundle = readBundle(settingText("\\crypto\\system_bundle", kDefaultSystemBundle));
-    bundle.addTo(store);
-    return bundle.exists();
+    StoreFile bundle = readBundle(settingText("\\crypto\\system_bundle", kDefaultSystemBundle));
+    if (bundle.exists()) {
+        exists = true;
+        files.push_back(std::move(bundle));
+    }
 }
 
 }  // namespace
 
-StoreRef openSystemStore(const std::string& name, StoreView storeView, bool mustExist) {
-    StoreRef store = makeMemoryStore();
-    bool exists = false;
+std::vector<StoreFile> systemStoreFiles(const std::string& name, StoreView storeView, bool& exists) {
+    std::vector<StoreFile> files;
+    exists = false;
     if (storeView == StoreView::kUser) {
-        exists = addFolder(*store.get(), folderOf(settingText("\\crypto\\user_stores", defaultUserStores()), name));
+        addFolder(files, folderOf(settingText("\\crypto\\user_stores", defaultUserStores()), name), exists);
     }
-    exists |= addFolder(*store.get(), folderOf(settingText("\\crypto\\machine_stores", kDefaultMachineStores), name));
+    addFolder(files, folderOf(settingText("\\crypto\\machine_stores", kDefaultMachineStores), name), exists);
     if (name == kRootStore) {
-        exists |= addSystemRoots(*store.get());
+        addSystemRoots(files, exists);
     }
+    return files;
+}
+
+StoreRef openSystemStore(const std::string& name, StoreView storeView, bool mustExist) {
+    bool exists = false;
+    std::vector<StoreFile> const files = systemStoreFiles(name, storeView, exists);
     if (!exists && mustExist) {
         SetLastError(ERROR_FILE_NOT_FOUND);
         return {};
+    }
+    StoreRef store = makeMemoryStore();
+    for (const StoreFile& file : files) {
+        file.addTo(*store.get());
     }
     return store;
 }

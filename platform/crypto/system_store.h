@@ -2,12 +2,17 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "platform/crypto/store.h"
+#include "platform/crypto/store_folder.h"
 
 namespace tallow::platform {
 
 enum class StoreView { kUser, kMachine };  // kUser: the user's folder, then the machine's
+
+// The files that a store of the name shows; `exists` says whether there is a folder, or a bundle, at all.
+std::vector<StoreFile> systemStoreFiles(const std::string& name, StoreView storeView, bool& exists);
 
 // A store filled from the folders of the name, empty with the last error set on failure. With `mustExist`, a store
 // without any folder is a failure.
