@@ -12,8 +12,8 @@ enum class Word { Open, Array, Big, Below, Name, Control, Key, LeftOut, Local };
 
 struct WordRule {
     std::string_view text;
-    Word word;
     std::size_t numArguments;
+    Word word;
     unsigned places;
 };
 
@@ -27,15 +27,15 @@ constexpr unsigned at(std::initializer_list<AnnotationPlace> places) {
 
 using Place = AnnotationPlace;
 constexpr WordRule kRules[] = {
-    {"open", Word::Open, 0, at({Place::Type, Place::Member})},
-    {"array", Word::Array, 0, at({Place::Type, Place::Member})},
-    {"big", Word::Big, 0, at({Place::Type, Place::Member})},
-    {"below", Word::Below, 1, at({Place::Type})},
-    {"name", Word::Name, 1, at({Place::Type, Place::Member, Place::Value, Place::Object, Place::Other})},
-    {"control", Word::Control, 1, at({Place::Type})},
-    {"key", Word::Key, 1, at({Place::Object})},
-    {"left-out", Word::LeftOut, 0, at({Place::Object})},
-    {"local", Word::Local, 0, at({Place::Value})},
+    {"open", 0, Word::Open, at({Place::Type, Place::Member})},
+    {"array", 0, Word::Array, at({Place::Type, Place::Member})},
+    {"big", 0, Word::Big, at({Place::Type, Place::Member})},
+    {"below", 1, Word::Below, at({Place::Type})},
+    {"name", 1, Word::Name, at({Place::Type, Place::Member, Place::Value, Place::Object, Place::Other})},
+    {"control", 1, Word::Control, at({Place::Type})},
+    {"key", 1, Word::Key, at({Place::Object})},
+    {"left-out", 0, Word::LeftOut, at({Place::Object})},
+    {"local", 0, Word::Local, at({Place::Value})},
 };
 
 bool isIdentifier(std::string_view text) {

@@ -163,6 +163,7 @@ private:
 
     std::vector<std::string> stems(const std::set<const Module*>& modules) const {
         std::vector<std::string> names;
+        names.reserve(modules.size());
         for (const Module* module : modules) {
             names.push_back(sources_.stem(module->file));
         }
@@ -283,7 +284,7 @@ private:
         layout.kind = isChoice ? "Choice" : type.use.kind == Kind::Set ? "Set" : "Sequence";
         layout.isExtensible = type.isExtensible && !isChoice;
         for (const Member& member : type.members) {
-            layout.members.push_back(isChoice ? layOutAlternative(type, member) : layOutField(type, member, layout));
+            layout.members.push_back(isChoice ? layOutAlternative(member) : layOutField(type, member, layout));
         }
         if (type.table) {
             layOutTable(type, layout);
@@ -332,8 +333,7 @@ private:
     }
 
     // Numbers and text stand in the union by value, all else by pointer.
-    MemberLayout layOutAlternative(const Type& type, const Member& member) {
-        (void)type;
+    MemberLayout layOutAlternative(const Member& member) {
         const bool isStructured = isStructuredUse(member.use);
         const Kind kind = underlyingKind(member.use);
         const bool isPointer = isStructured || (kind != Kind::Null && !describePlain(member.use).isWord);

@@ -139,7 +139,7 @@ void Parser::parseTags(TypeNode& type) {
         } else if (accept("EXPLICIT")) {
             tag.mode = TagMode::Explicit;
         }
-        type.tags.push_back(std::move(tag));
+        type.tags.push_back(tag);
     }
 }
 
@@ -254,7 +254,7 @@ void Parser::parseNamedNumbers(TypeNode& type) {
                 number.value = parseValue();
                 expect(")");
             }
-            type.named.push_back(std::move(number));
+            type.named.push_back(number);
         }
         if (!accept(",")) {
             break;
@@ -424,7 +424,7 @@ bool Parser::parseRanges(ConstraintNode& constraint) {
                 return false;
             }
         }
-        constraint.ranges.push_back(std::move(range));
+        constraint.ranges.push_back(range);
     } while (accept("|") || accept("UNION"));
     if (accept(",")) {
         expect("...");

@@ -110,9 +110,9 @@ bool Resolver::readField(Parser& parser, const Name& name, const Class& objectCl
             parser.next();
         }
     } else {
-        ValueNode value = parser.parseValue();
+        const ValueNode value = parser.parseValue();
         if (bare == objectClass.keyField) {
-            fields.key = std::move(value);
+            fields.key = value;
         }
     }
     return true;
