@@ -1,0 +1,85 @@
+// What the client's tests share: settings read anew for every object, the test PKI's root trusted, handles of
+// certificates and short ways to requests and responses.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "client/request/request.h"
+#include "client/response/response.h"
+#include "handles/cert_context.h"
+#include "handles/cert_store.h"
+#include "platform/crypto/crypto_service.h"
+#include "tests/support/ocsp_builder.h"
+#include "tests/support/pki.h"
+#include "tests/support/status_matcher.h"
+#include "tests/support/temp_dir.h"
+
+namespace testkit {
+
+namespace ocsp = Orvane::PKI::OCSP;
+using ocsp::Client::CRequest;
+using ocsp::Client::CResponse;
+
+inline ATL2::CCertContext contextOf(const Bytes& der) {
+    return ATL2::CCertContext::adopt(
+        CertCreateCertificateContext(X509_ASN_ENCODING, der.data(), static_cast<DWORD>(der.size())));
+}
+inline ATL2::CCertContext contextOf(const Identity& identity) {
+    return contextOf(identity.certificate);
+}
+
+inline Bytes toBytes(const Orvane::CBlob& blob) {
+    return {blob.pbData(), blob.pbData() + blob.cbData()};
+}
+inline Orvane::CBlob toBlob(const Bytes& bytes) {
+    return {bytes.data(), bytes.size()};
+}
+
+inline std::wstring wide(const std::string& text) {
+    return {text.begin(), text.end()};
+}
+
+class ClientTest : public testing::Test {
+protected:
+    ClientTest() {
+        settings("");
+        crypto_add_trusted_root(contextOf(pki_.root).get());
+    }
+    ~ClientTest() override { crypto_forget_trusted_roots(); }
+
+    /// The policy in force for objects made from now on: lines of the table [config.cades.ocsppolicy].
+    void settings(const std::string& policy) {
+        const std::string text = "[crypto]\nsystem_roots = false\nmachine_stores = \"" + folder_.file("machine") +
+                                 "\"\nuser_stores = \"" + folder_.file("user") +
+                                 "\"\n[config.cades.ocsppolicy]\nLegacyPolicyReading = true\n" + policy;
+        ASSERT_EQ(support_settings_open(folder_.write("settings.toml", text).c_str()), 0);
+    }
+
+    static Bytes exported(CRequest& request) {
+        unsigned long size = 0;
+        request.Export(nullptr, &size);
+        Bytes bytes(size);
+        request.Export(bytes.data(), &size);
+        return bytes;
+    }
+
+    static void import(CResponse& response, const Bytes& der, CRequest const* request = nullptr) {
+        response.Import(der.data(), der.size(), request);
+    }
+    static std::int32_t importStatus(const Bytes& der, CRequest const* request = nullptr) {
+        CResponse response;
+        return thrownStatus([&] { import(response, der, request); });
+    }
+
+    /// A request about `subject` without a nonce.
+    void ask(CRequest& request, const Identity& subject, const Identity& issuer, unsigned long index = 0) {
+        request.put_SRCertIDFromCert(contextOf(subject).get(), contextOf(issuer).get(), index, nullptr);
+    }
+
+    const Pki& pki_ = Pki::shared();
+    TempDir folder_;
+};
+
+}  // namespace testkit

@@ -1,0 +1,248 @@
+// Sending: whom the request asks, in which order, and what the caller sees in the end.
+#include <functional>
+#include <map>
+
+#include "client/flat/response_handler.h"
+#include "tests/client/support/client_test.h"
+#include "tests/support/http_server.h"
+#include "tests/support/responder.h"
+
+namespace {
+
+using namespace testkit;
+
+class Send : public ClientTest {
+protected:
+    Send() {
+        CertificateSpec spec;
+        spec.commonName = "responder";
+        spec.extendedKeyUsage = "OCSPSigning";
+        spec.ocspNoCheck = true;
+        responder_ = issue(pki_.ca, spec);
+        folder_.write("user/CA/root.crl", makeCrl(pki_.root, {}));
+        folder_.write("user/CA/ca.pem", pki_.ca.certificatePem());
+    }
+
+    // A certificate that names one responder a path of `server`.
+    Identity leafFor(const HttpServer& server, const std::vector<std::string>& paths) const {
+        CertificateSpec spec;
+        for (const std::string& path : paths) {
+            spec.ocspUrls.push_back(server.url(path));
+        }
+        return issue(pki_.ca, spec);
+    }
+
+    ResponseSpec answerAbout(const Identity& leaf, EntryStatus entryStatus = EntryStatus::kGood) const {
+        ResponseSpec spec(responder_);
+        spec.entries.emplace_back(certIdOf(leaf, pki_.ca), entryStatus);
+        spec.certificates = {pki_.ca.certificate};
+        return spec;
+    }
+    static HttpReply reply(const ResponseSpec& spec) { return {.body = buildResponse(spec)}; }
+
+    // Serves replies_ by path.
+    std::map<std::string, HttpReply> replies_;
+    HttpServer server_{[this](const HttpRequest& request) { return replies_.at(request.target); }};
+    Identity responder_;
+};
+
+struct Handler : ocsp::Client::IResponseHandler {
+    std::function<std::int32_t(int)> verdict = [](int) { return 0; };
+    int calls = 0;
+    std::int32_t OnResponse(CResponse const&) override { return verdict(++calls); }
+};
+
+TEST_F(Send, AsksARealResponderAndProvesTheAnswer) {
+    const Responder responder({.ca = pki_.ca,
+                               .signer = responder_,
+                               .index = {{pki_.good, 'V'}, {pki_.revoked, 'R'}},
+                               .arguments = {"-nmin", "5"},
+                               .clock = ""});
+    struct Row {
+        const Identity& subject;
+        std::int32_t expected;
+    };
+    for (const Row& row : {Row{pki_.good, 0}, Row{pki_.revoked, status::kCertificateRevoked},
+                           Row{pki_.unknown, status::kCertificateUnknown}}) {
+        CRequest request(contextOf(row.subject).get(), contextOf(pki_.ca).get());
+        request.put_OCSPAddress(wide(responder.url()).c_str());
+        EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(row.expected));
+        EXPECT_EQ(request.get_HTTPStatus(), 200u);
+        ASSERT_EQ(request.get_Attempts().size(), 1u);
+        EXPECT_THAT(request.get_Attempts()[0].status, IsStatus(row.expected));
+    }
+}
+
+TEST_F(Send, RanksFailuresByHowFarTheyGot) {
+    struct Row {
+        const char* what;
+        HttpReply first, second;
+        std::int32_t expected;
+        unsigned long levels[2];
+    };
+    const HttpReply error500{.status = 500};
+    const HttpReply rubbish{.body = bytesOf("rubbish")};
+    const HttpReply closed{.closeAtOnce = true};
+    const HttpReply tryLater{.body = fromHex("30030A0103")};
+    const Row rows[] = {
+        {"HTTP 500, then rubbish", error500, rubbish, status::kAsn1Error, {3, 4}},
+        {"rubbish, then HTTP 500", rubbish, error500, status::kAsn1Error, {4, 3}},
+        {"refusal, then rubbish", tryLater, rubbish, status::kNotSuccessful, {5, 4}},
+        {"nobody answers", closed, closed, status::kHttpStatus, {3, 3}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        const Identity leaf = leafFor(server_, {"/1", "/2"});
+        replies_ = {{"/1", row.first}, {"/2", row.second}};
+        CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
+        EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(row.expected));
+        ASSERT_EQ(request.get_Attempts().size(), 2u);
+        EXPECT_EQ(request.get_Attempts()[0].level, row.levels[0]);
+        EXPECT_EQ(request.get_Attempts()[1].level, row.levels[1]);
+        EXPECT_EQ(request.get_OCSPAddress(), wide(server_.url("/2"))) << "the last one asked";
+    }
+}
+
+TEST_F(Send, GoesOnToTheNextResponderUntilOneAnswerPasses) {
+    const Identity leaf = leafFor(server_, {"/down", "/wrong", "/good", "/never"});
+    CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
+    request.put_UseNonce(false);
+    replies_ = {{"/down", {.status = 503}},
+                {"/wrong", reply(answerAbout(pki_.good))},
+                {"/good", reply(answerAbout(leaf))}};
+    CResponse const& response = request.Send(true);
+    EXPECT_EQ(response.get_SRStatus(0), ocsp::CCertStatus::kGood);
+    EXPECT_EQ(server_.requests().size(), 3u);
+    EXPECT_EQ(toBytes(request.get_Response()), replies_.at("/good").body);
+
+    // An answer whose signer is nowhere to be found is a failure of the check, not a verdict: it ends the search.
+    ResponseSpec forged = answerAbout(leaf);
+    forged.corruptSignature = true;
+    replies_["/wrong"] = reply(forged);
+    EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(status::kCryptNotFound));
+}
+
+TEST_F(Send, ARevokedCertificateEndsTheSearch) {
+    const Identity leaf = leafFor(server_, {"/1", "/2"});
+    CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
+    request.put_UseNonce(false);
+    replies_ = {{"/1", reply(answerAbout(leaf, EntryStatus::kRevoked))}, {"/2", reply(answerAbout(leaf))}};
+    EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(status::kCertificateRevoked));
+    EXPECT_EQ(server_.requests().size(), 1u);
+
+    Handler handler;
+    handler.verdict = [](int) { return status::kHandlerRevoked; };
+    request.put_ResponseHandler(&handler);
+    EXPECT_THAT(thrownStatus([&] { request.Send(false); }), IsStatus(status::kHandlerRevoked));
+    EXPECT_EQ(handler.calls, 1);
+}
+
+TEST_F(Send, HandlersRefuseAndTheDeepestAnswerStays) {
+    const Identity leaf = leafFor(server_, {"/1", "/2"});
+    replies_ = {{"/1", reply(answerAbout(leaf))}, {"/2", {.status = 500}}};
+    CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
+    request.put_UseNonce(false);
+    Handler handler;
+    handler.verdict = [](int) { return 7; };
+    request.put_ResponseHandler(&handler);
+    // The last responder failed and the first answer was refused: it is the best there is, and comes back as it is.
+    EXPECT_EQ(request.Send(false).get_SRNumber(), 1u);
+    replies_["/2"] = reply(answerAbout(leaf));
+    EXPECT_THAT(thrownStatus([&] { request.Send(false); }), IsStatus(7)) << "the last refusal, unconverted";
+    request.put_OCSPAddress(wide(server_.url("/1")).c_str());
+    EXPECT_EQ(static_cast<unsigned>(thrownStatus([&] { request.Send(false); })), 0x80070007u)
+        << "one attempt: converted";
+}
+
+TEST_F(Send, KnowsNoResponderWithoutAnAddress) {
+    const auto send = [&](CRequest& request) { return thrownStatus([&] { request.Send(true); }); };
+    CRequest bare(contextOf(pki_.good).get(), contextOf(pki_.ca).get());
+    EXPECT_THAT(send(bare), IsStatus(status::kNoResponder));
+    CertificateSpec spec;
+    spec.caIssuersUrls = {"http://127.0.0.1:1/"};
+    CRequest issuerOnly(contextOf(issue(pki_.ca, spec)).get(), contextOf(pki_.ca).get());
+    EXPECT_THAT(send(issuerOnly), IsStatus(status::kNoResponder));
+    // Two entries, or an entry without its certificate, go to the policy's address or nowhere.
+    const Identity leaf = leafFor(server_, {"/1"});
+    CRequest two(contextOf(leaf).get(), contextOf(pki_.ca).get());
+    two.AddSingleRequest();
+    ask(two, leaf, pki_.ca, 1);
+    EXPECT_THAT(send(two), IsStatus(status::kNoResponder));
+    CRequest byId;
+    byId.put_SRCertID(two.get_SRCertID(0), 0);
+    EXPECT_THAT(send(byId), IsStatus(status::kNoResponder));
+    EXPECT_EQ(server_.requests().size(), 0u);
+    settings("DefaultOCSPURL = \"" + server_.url("/policy") + "\"\n");
+    replies_ = {{"/policy", reply(answerAbout(pki_.good))}};
+    CRequest byPolicy(contextOf(pki_.good).get(), contextOf(pki_.ca).get());
+    byPolicy.put_UseNonce(false);
+    EXPECT_THAT(send(byPolicy), IsStatus(0)) << "the policy's address is the last candidate";
+}
+
+TEST_F(Send, ChecksFreshnessAgainstTheClock) {
+    struct Row {
+        const char* what;
+        long producedAt, thisUpdate, nextUpdate;
+        const char* policy;
+        std::int32_t expected;
+    };
+    const Row rows[] = {
+        {"fresh", 0, -60, 3600, "", 0},
+        {"produced four minutes ago", -240, -300, 3600, "", status::kNotCurrent},
+        {"produced in four minutes", 240, -60, 3600, "", status::kNotCurrent},
+        {"window off", -240, -300, 3600, "ResponseAccuracy = 0\n", 0},
+        {"thisUpdate eight days ago", 0, -8L * 86400, 3600, "", status::kThisUpdateTooOld},
+        {"eight days allowed", 0, -8L * 86400, 3600, "ThisUpdateAccuracyUnits = 9\n", 0},
+        {"nextUpdate has passed", 0, -600, -60, "", status::kNotCurrent},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        settings(row.policy);
+        ResponseSpec spec = answerAbout(pki_.good);
+        spec.producedAt = generalizedTimeText(row.producedAt);
+        spec.entries[0].thisUpdate = generalizedTimeText(row.thisUpdate);
+        spec.entries[0].nextUpdate = generalizedTimeText(row.nextUpdate);
+        replies_ = {{"/", reply(spec)}};
+        CRequest request(contextOf(pki_.good).get(), contextOf(pki_.ca).get());
+        request.put_UseNonce(false);
+        request.put_OCSPAddress(wide(server_.url("/")).c_str());
+        EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(row.expected));
+    }
+}
+
+TEST_F(Send, SilenceAboutTheAskedCertificateIsNoAnswer) {
+    replies_ = {{"/", reply(answerAbout(pki_.revoked))}};
+    CRequest request(contextOf(pki_.good).get(), contextOf(pki_.ca).get());
+    request.put_UseNonce(false);
+    request.put_OCSPAddress(wide(server_.url("/")).c_str());
+    EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(status::kNotAnswered));
+    EXPECT_EQ(request.Send(false).get_SRNumber(), 1u) << "who does not verify gets what came";
+}
+
+TEST_F(Send, PolicyRefusesRequestsAndAddresses) {
+    struct Row {
+        const char* policy;
+        std::int32_t expected;
+    };
+    const std::string here = server_.url("/");
+    replies_ = {{"/", {.status = 500}}};
+    const Row rows[] = {
+        {"DisableNonce = true\n", status::kOptionAgainstPolicy},
+        {"RequireAcceptResp = true\n", status::kOptionAgainstPolicy},
+        {"DisableUnsignedRequests = true\n", status::kUnsignedRefused},
+        {"AllowedOCSPs = []\n", status::kAddressRefused},
+        {"AllowedProxies = [\"http://p/\"]\n", status::kAddressRefused},
+        {"AuthDenyAnonym = true\n", status::kResponderAuthRefused},
+        {"AuthSSLDenyAnonym = true\n", status::kHttpStatus},  // words for https do not concern this address
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.policy);
+        settings(row.policy);
+        CRequest request(contextOf(pki_.good).get(), contextOf(pki_.ca).get());
+        request.put_OCSPAddress(wide(here).c_str());
+        EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(row.expected));
+    }
+    EXPECT_EQ(server_.requests().size(), 1u);
+}
+
+}  // namespace
