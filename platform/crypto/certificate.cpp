@@ -48,7 +48,7 @@ PCCERT_CONTEXT CertificateRef::releaseContext() noexcept {
 
 // ---- Certificate ---------------------------------------------------------------------------------------------------
 
-Certificate::Certificate(std::shared_ptr<const CertificateBody> body, HCERTSTORE store)
+Certificate::Certificate(Maker /*maker*/, std::shared_ptr<const CertificateBody> body, HCERTSTORE store)
     : CERT_CONTEXT{}, body_(std::move(body)) {
     dwCertEncodingType = X509_ASN_ENCODING;
     // The public record has no const; nothing here writes through these.
@@ -59,11 +59,11 @@ Certificate::Certificate(std::shared_ptr<const CertificateBody> body, HCERTSTORE
 }
 
 CertificateRef Certificate::make(std::shared_ptr<const CertificateBody> body, HCERTSTORE store) {
-    struct Made : Certificate {
-        Made(std::shared_ptr<const CertificateBody> parsed, HCERTSTORE owner) : Certificate(std::move(parsed), owner) {}
-    };
-    return body == nullptr ? CertificateRef()
-                           : CertificateRef::adopt(std::make_unique<Made>(std::move(body), store).release());
+    if (body == nullptr) {
+        return {};
+    }
+    // NOLINTNEXTLINE(clang-analyzer-cplusplus.NewDeleteLeaks): the last reference frees it
+    return CertificateRef::adopt(std::make_unique<Certificate>(Maker(), std::move(body), store).release());
 }
 
 CertificateRef Certificate::create(ByteView der) {

@@ -114,7 +114,10 @@ private:
 };
 
 class Certificate : private CERT_CONTEXT {
+    struct Maker {};  // lets only the functions below make one
+
 public:
+    Certificate(Maker maker, std::shared_ptr<const CertificateBody> body, HCERTSTORE store);
     // Null when the bytes are no certificate.
     static CertificateRef create(ByteView der);
     // A context of a certificate parsed before; empty for null.
@@ -151,8 +154,6 @@ public:
     void dropReference() const noexcept;
 
 private:
-    Certificate(std::shared_ptr<const CertificateBody> body, HCERTSTORE store);
-
     mutable std::atomic<unsigned int> references_{1};
     std::shared_ptr<const CertificateBody> body_;
     mutable std::mutex mutex_;

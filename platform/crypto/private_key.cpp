@@ -2,7 +2,6 @@
 
 #include <openssl/pem.h>
 
-#include <cstring>
 #include <string_view>
 
 #include "platform/crypto/service_call.h"
@@ -20,8 +19,7 @@ int givePin(char* buffer, int size, int /*forWriting*/, void* userData) {
     if (pin.empty() || pin.size() > static_cast<size_t>(size)) {
         return -1;
     }
-    std::memcpy(buffer, pin.data(), pin.size());
-    return static_cast<int>(pin.size());
+    return static_cast<int>(pin.copy(buffer, pin.size()));
 }
 
 }  // namespace

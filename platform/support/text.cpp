@@ -132,6 +132,8 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, const wchar_t* source, int s
     size_t const room = static_cast<size_t>(sizeTarget);
     size_t written = 0;
     for (size_t i = 0; i < size; ++i) {
+        // A wide unit below 0 is no character and becomes a number beyond the last.
+        // NOLINTNEXTLINE(bugprone-signed-char-misuse)
         uint32_t value = static_cast<uint32_t>(source[i]);
         if (!isCodePoint(value)) {
             if ((flags & WC_ERR_INVALID_CHARS) != 0) {

@@ -93,6 +93,7 @@ std::string head(const std::string& module, const char* function, int line) {
 std::string formatted(const char* format, va_list arguments) {
     va_list again;
     va_copy(again, arguments);
+    // The analyser loses sight of the caller's va_start. NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized)
     int const length = vsnprintf(nullptr, 0, format, arguments);
     std::string text(length > 0 ? static_cast<size_t>(length) : 0, '\0');
     if (length > 0) {
