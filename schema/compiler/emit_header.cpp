@@ -1,5 +1,5 @@
 // The header of a module: records, functions, control classes, classes of objects, objects and sets.
-#include <set>
+#include <algorithm>
 #include <string>
 
 #include "schema/compiler/emit.h"
@@ -49,27 +49,28 @@ private:
             out_.line("struct " + name + ";");
         }
         for (const TypeLayout& type : module_.types) {
+            std::string line;
             if (type.hasStruct() || type.form == TypeForm::Octets) {
-                out_.line("struct ASN1T_" + type.name + ";");
-                out_.line("class ASN1C_" + type.name + ";");
+                line = "struct ASN1T_" + type.name + "; class ASN1C_" + type.name + "; ";
             }
-        }
-        for (const TypeLayout& type : module_.types) {
             if (type.form != TypeForm::Alias) {
-                out_.line("extern const schema::TypeInfo kType_" + type.name + ";");
+                line += "extern const schema::TypeInfo kType_" + type.name;
+                line += type.shape != "kType_" + type.name ? ", " + type.shape + ";" : ";";
             }
-            if (type.tag && type.shape != type.typeInfo && !type.members.empty()) {
-                out_.line("extern const schema::TypeInfo " + type.shape + ";");
+            if (!line.empty()) {
+                out_.line(line);
             }
         }
         out_.line();
     }
 
-    // The definition as it stands in the schema, with its place.
+    // The definition as it stands in the schema, with its place at the end of the first line.
     void comment(std::string_view lead, Span span) {
-        const std::string place = sources_.stem(span.file) + ".asn1:" + std::to_string(sources_.position(span).line);
-        out_.line("// " + place);
-        out_.comment(std::string(lead) + std::string(sources_.text(span)));
+        const std::string place =
+            "  [" + sources_.stem(span.file) + ".asn1:" + std::to_string(sources_.position(span).line) + "]";
+        std::string text = std::string(lead) + std::string(sources_.text(span));
+        text.insert(std::min(text.find('\n'), text.size()), place);
+        out_.comment(text);
     }
 
     void emitType(const TypeLayout& type) {
@@ -121,13 +122,9 @@ private:
             out_.line("std::uint32_t n = 0;");
             out_.line(type.cppType + "* elem = nullptr;");
         }
-        if (!type.members.empty() && !isList) {
-            out_.line();
-        }
         out_.line(name + "() = default;");
         out_.line("explicit " + name + "(ASN1C_" + type.name + "& control);");
-        out_.line(name + "(const " + name + "&) = default;");
-        out_.line(name + "& operator=(const " + name + "&) = default;");
+        out_.line(name + "(const " + name + "&) = default; " + name + "& operator=(const " + name + "&) = default;");
         out_.line("~" + name + "() { if (getContext() != nullptr) schema::freeValue(getContext(), " + type.typeInfo +
                   ", this); }");
         out_.outdent();

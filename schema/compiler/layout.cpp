@@ -7,6 +7,7 @@
 #include <unordered_map>
 #include <unordered_set>
 
+#include "schema/compiler/embedding.h"
 #include "schema/compiler/layout_member.h"
 #include "schema/compiler/queries.h"
 
@@ -22,86 +23,6 @@ bool isRecord(const Type& type) {
 bool isList(const Type& type) {
     return type.use.kind == Kind::SequenceOf || type.use.kind == Kind::SetOf;
 }
-
-// Which records would embed themselves: there a pointer takes the place of the embedded record. Records that reach each
-// other by embedding form one circle; Tarjan's algorithm finds all circles in one walk, here without recursion, since a
-// chain of records may be as long as the schema.
-class Embedding {
-public:
-    explicit Embedding(const Model& model) {
-        for (const Type& type : model.types) {
-            if (isRecord(type) && states_.count(&type) == 0) {
-                walk(type);
-            }
-        }
-    }
-
-    bool isCircular(const Type& owner, const Use& use) const {
-        const Type* const inner = underlyingType(use);
-        return inner != nullptr && isRecord(*inner) && states_.at(inner).circle == states_.at(&owner).circle;
-    }
-
-private:
-    struct State {
-        std::size_t number = 0;        // in the order of the walk
-        std::size_t lowest = 0;        // the smallest number on an open path that is reached from here
-        const Type* circle = nullptr;  // one record stands for all of a circle; null while still open
-    };
-    struct Step {
-        const Type* type;
-        std::size_t nextMember;
-    };
-
-    void open(const Type& type) {
-        const std::size_t number = states_.size();
-        states_[&type] = {number, number, nullptr};
-        path_.push_back({&type, 0});
-        unassigned_.push_back(&type);
-    }
-
-    void walk(const Type& root) {
-        open(root);
-        while (!path_.empty()) {
-            const Type& type = *path_.back().type;
-            if (path_.back().nextMember == type.members.size()) {
-                close(type);
-                continue;
-            }
-            const Type* const inner = underlyingType(type.members[path_.back().nextMember++].use);
-            if (inner == nullptr || !isRecord(*inner)) {
-                continue;
-            }
-            const auto known = states_.find(inner);
-            if (known == states_.end()) {
-                open(*inner);
-            } else if (known->second.circle == nullptr) {
-                states_[&type].lowest = std::min(states_[&type].lowest, known->second.number);
-            }
-        }
-    }
-
-    void close(const Type& type) {
-        const State state = states_[&type];
-        path_.pop_back();
-        if (!path_.empty()) {
-            State& parent = states_[path_.back().type];
-            parent.lowest = std::min(parent.lowest, state.lowest);
-        }
-        if (state.lowest != state.number) {
-            return;
-        }
-        const Type* member = nullptr;
-        do {
-            member = unassigned_.back();
-            unassigned_.pop_back();
-            states_[member].circle = &type;
-        } while (member != &type);
-    }
-
-    std::unordered_map<const Type*, State> states_;
-    std::vector<Step> path_;
-    std::vector<const Type*> unassigned_;
-};
 
 class Layouter {
 public:
