@@ -47,6 +47,10 @@ void CAlgorithmIdentifier::put_parameters(const CBlob& parameters) {
     parameters_ = parameters;
 }
 
+void CAlgorithmIdentifier::put_parameters(CBlob&& parameters) noexcept {
+    parameters_ = std::move(parameters);
+}
+
 CBlob CAlgorithmIdentifier::encode() const {
     return asn1Encode<ASN1T_AlgorithmIdentifier_traits>(*this);
 }

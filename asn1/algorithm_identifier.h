@@ -34,6 +34,7 @@ public:
     /// Empty when absent.
     const CBlob& get_parameters() const { return parameters_; }
     void put_parameters(const CBlob& parameters);
+    void put_parameters(CBlob&& parameters) noexcept;
 
     /// The DER of the identifier. Throws Asn1Error when the identifier is not dotted decimal text or the parameters of
     /// a known algorithm are not the DER of their type.
