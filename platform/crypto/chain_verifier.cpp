@@ -172,7 +172,7 @@ private:
         if (scope_ == RevocationScope::kChain) {
             X509_VERIFY_PARAM_set_flags(parameters, X509_V_FLAG_CRL_CHECK_ALL);
         }
-        if (X509_verify_cert(context.get()) < 0) {
+        if (X509_verify_cert(context.get()) != 1) {
             verdict_.error |= CERT_TRUST_IS_PARTIAL_CHAIN;  // it did not come to its end: nothing is proven
         }
         if (X509_STORE_CTX* const done = context.get();

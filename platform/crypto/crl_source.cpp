@@ -36,9 +36,15 @@ void addAddress(const GENERAL_NAME* name, std::vector<std::string>& addresses) {
     }
 }
 
-bool issuedBefore(const ASN1_TIME* time, long long seconds) {
+// Whether `time` is not after the limit.
+bool isBy(const ASN1_TIME* time, long long seconds) {
     std::time_t limit = seconds;
     return X509_cmp_time(time, &limit) < 0;
+}
+
+// Whether the CRL says of itself that it speaks about some of its issuer's certificates only.
+bool isPartial(const Crl& crl) {
+    return X509_CRL_get_ext_by_NID(crl.crl.get(), NID_issuing_distribution_point, -1) >= 0;
 }
 
 }  // namespace
@@ -83,7 +89,9 @@ std::vector<std::string> issuerAddresses(const Certificate& certificate) {
 bool CrlSource::isAcceptable(const Crl& crl, const Certificate& issuer) {
     const X509_ALGOR* algorithm = nullptr;
     X509_CRL_get0_signature(crl.crl.get(), nullptr, &algorithm);
-    return X509_NAME_cmp(X509_CRL_get_issuer(crl.crl.get()), X509_get_subject_name(issuer.x509())) == 0 &&
+    // One without nextUpdate would count for ever, also after a newer one was issued.
+    return X509_CRL_get0_nextUpdate(crl.crl.get()) != nullptr &&
+           X509_NAME_cmp(X509_CRL_get_issuer(crl.crl.get()), X509_get_subject_name(issuer.x509())) == 0 &&
            !isWeakSignature(algorithm) && ledger_.verifies(crl, issuer);
 }
 
@@ -91,10 +99,10 @@ bool CrlSource::isCurrent(const Crl& crl) const {
     const long long now = secondsSince1970(rules_.when);
     const ASN1_TIME* const issued = X509_CRL_get0_lastUpdate(crl.crl.get());
     const ASN1_TIME* const next = X509_CRL_get0_nextUpdate(crl.crl.get());
-    if (rules_.maxAgeSeconds != 0 && issuedBefore(issued, now - rules_.maxAgeSeconds)) {
+    if (rules_.maxAgeSeconds != 0 && isBy(issued, now - rules_.maxAgeSeconds)) {
         return false;
     }
-    return issuedBefore(issued, now + 1) && next != nullptr && !issuedBefore(next, now);
+    return isBy(issued, now) && !isBy(next, now);
 }
 
 bool CrlSource::offer(const CrlRef& crl, const Certificate& issuer, std::vector<CrlRef>& found) {
@@ -132,7 +140,8 @@ std::vector<CrlRef> CrlSource::crlsFor(const Certificate& certificate, const Cer
     bool current = false;
     for (const CrlRef& crl : local_) {
         if (found.size() < kMaxLocalCrls) {
-            current = offer(crl, issuer, found) || current;
+            // The verifier decides whether a partial one covers the certificate; until then another is looked for.
+            current = (offer(crl, issuer, found) && !isPartial(*crl)) || current;
         }
     }
     if (current) {

@@ -35,6 +35,8 @@ TEST_F(Revocation, IsToldForEachElementThatTheFlagsName) {
         std::vector<DWORD> errors;
     };
     const Bytes older = makeCrl(pki.ca, {.lastUpdateSeconds = -7200});
+    // issuingDistributionPoint with onlyContainsCACerts.
+    const Bytes forCas = makeCrl(pki.ca, {.criticalExtensions = {{"2.5.29.28", fromHex("30038201FF")}}});
     const Row rows[] = {
         {"not asked", pki.revoked, {caCrl}, 0, {0, 0, 0}},
         {"all there", pki.good, {rootCrl, caCrl}, kChain, {0, 0, 0}},
@@ -53,6 +55,12 @@ TEST_F(Revocation, IsToldForEachElementThatTheFlagsName) {
         {"outdated", pki.good, {rootCrl, makeCrl(pki.ca, {.nextUpdateSeconds = -60})}, kChain, {kUnknown, 0, 0}},
         {"from the future", pki.good, {rootCrl, makeCrl(pki.ca, {.lastUpdateSeconds = 600})}, kChain, {kUnknown, 0, 0}},
         {"signed by a namesake", pki.good, {rootCrl, makeCrl(pki.sameNameCa, {})}, kChain, {kUnknown, 0, 0}},
+        {"for CA certificates alone", pki.good, {rootCrl, forCas}, kChain, {kUnknown, 0, 0}},
+        {"for CA certificates, beside one for all",
+         pki.revoked,
+         {rootCrl, forCas, caCrl},
+         kChain,
+         {CERT_TRUST_IS_REVOKED, 0, 0}},
         {"weakly signed", pki.good, {rootCrl, makeCrl(pki.ca, {.hash = "SHA1"})}, kChain, {kUnknown, 0, 0}},
     };
     for (const Row& row : rows) {

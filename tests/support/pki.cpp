@@ -265,7 +265,7 @@ Identity issue(const Identity& issuer, const CertificateSpec& spec) {
     return make(&issuer, spec);
 }
 
-Identity selfSigned(CertificateSpec spec) {
+Identity selfSigned(const CertificateSpec& spec) {
     return make(nullptr, spec);
 }
 
@@ -305,9 +305,11 @@ Bytes makeCrl(const Identity& issuer, const CrlSpec& spec) {
     }
     std::vector<std::pair<std::string, Bytes>> extensions = spec.extensions;
     extensions.emplace_back("2.5.29.20", Bytes{0x02, 0x01, 0x01});
-    for (const auto& [oid, value] : extensions) {
-        const X509ExtensionPtr extension = rawExtension(oid, value);
-        require(X509_CRL_add_ext(crl.get(), extension.get(), -1) == 1, oid.c_str());
+    for (const bool critical : {false, true}) {
+        for (const auto& [oid, value] : critical ? spec.criticalExtensions : extensions) {
+            const X509ExtensionPtr extension = rawExtension(oid, value, critical);
+            require(X509_CRL_add_ext(crl.get(), extension.get(), -1) == 1, oid.c_str());
+        }
     }
     X509_CRL_sort(crl.get());
     require(X509_CRL_sign_ctx(crl.get(), signingContext(issuer.key.get(), spec.hash, false).get()) > 0,

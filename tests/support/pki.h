@@ -76,7 +76,7 @@ struct CertificateSpec {
 
 /// Signed by `issuer`, with its subject as issuer name.
 Identity issue(const Identity& issuer, const CertificateSpec& spec);
-Identity selfSigned(CertificateSpec spec);
+Identity selfSigned(const CertificateSpec& spec);
 
 /// A CA under `issuer`, or a root; the shortest way to one.
 Identity issueCa(const Identity& issuer, const std::string& commonName);
@@ -89,6 +89,7 @@ struct CrlSpec {
     std::optional<int> reason = std::nullopt;  // of all entries
     std::string hash = "SHA256";
     std::vector<std::pair<std::string, Bytes>> extensions = {};  // OID and DER; cRLNumber 1 is always there
+    std::vector<std::pair<std::string, Bytes>> criticalExtensions = {};
 };
 
 /// DER of a CRL signed by `issuer`.

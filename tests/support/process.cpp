@@ -25,6 +25,7 @@ constexpr auto kPollInterval = std::chrono::milliseconds(5);
 
 std::vector<char*> pointers(const std::vector<std::string>& texts) {
     std::vector<char*> result;
+    result.reserve(texts.size() + 1);
     for (const std::string& text : texts) {
         result.push_back(const_cast<char*>(text.c_str()));
     }
@@ -114,7 +115,9 @@ std::string BackgroundProcess::waitForOutput(const std::string& text, int timeou
     std::string output = textOf(outputPath_);
     while (output.find(text) == std::string::npos) {
         if (Clock::now() > deadline) {
-            throw std::runtime_error("no \"" + text + "\" in time; output so far: " + output);
+            std::string message = "not in time: ";
+            message.append(text).append("; output so far: ").append(output);
+            throw std::runtime_error(message);
         }
         std::this_thread::sleep_for(kPollInterval);
         output = textOf(outputPath_);
