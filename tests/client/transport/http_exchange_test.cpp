@@ -1,0 +1,156 @@
+// One exchange: which way is chosen, what each way is given, and how its outcome is read. Statuses and blob counts that
+// no healthy service gives come from a script; the settings are the process's own, so this is a program of its own.
+#include "client/transport/http_exchange.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+#include <memory>
+#include <string>
+
+#include "tests/client/support/client_test.h"
+#include "tests/support/scripted/scripted_service.h"
+
+namespace {
+
+using namespace testkit;
+using ocsp::Client::kOcspHeaders;
+using ocsp::Client::SendRequest;
+using ocsp::Client::WinHTTPParams;
+using testing::_;
+using testing::StrEq;
+
+// A service that tells no version. It is asked once in a process, by the first direct exchange, so every test with one
+// plays it.
+class OldService : public Overlay {
+public:
+    OldService() { ON_CALL(*this, CryptGetProvParam).WillByDefault(testing::Return(FALSE)); }
+};
+
+class HttpExchange : public testing::Test {
+protected:
+    HttpExchange() {
+        support_settings_open(folder_
+                                  .write("settings.toml",
+                                         "[config.Basalt]\nSendRequestTimeoutMilliseconds = 1234\n"
+                                         "[config.Basalt.cache_settings]\nOcspValiditySeconds = 60\n")
+                                  .c_str());
+        params_.OCSPAddress = L"http://o/";
+        params_.HTTPStatus = 77;
+    }
+
+    Orvane::CBlob send(bool allowCache, bool cacheOnly, wchar_t const* headers = kOcspHeaders) {
+        return SendRequest(&params_, L"agent", headers, &request_, false, allowCache, nullptr, cacheOnly);
+    }
+
+    // The answer of CryptRetrieveObjectByUrlW with `count` blobs, all in one block.
+    static void* blobArray(DWORD count) {
+        auto* block =
+            static_cast<unsigned char*>(std::calloc(1, sizeof(CRYPT_BLOB_ARRAY) + sizeof(CRYPT_DATA_BLOB) + 1));
+        auto* array = reinterpret_cast<CRYPT_BLOB_ARRAY*>(block);
+        array->cBlob = count;
+        array->rgBlob = reinterpret_cast<CRYPT_DATA_BLOB*>(block + sizeof(CRYPT_BLOB_ARRAY));
+        array->rgBlob[0] = {1, block + sizeof(CRYPT_BLOB_ARRAY) + sizeof(CRYPT_DATA_BLOB)};
+        array->rgBlob[0].pbData[0] = 0x42;
+        return block;
+    }
+
+    TempDir folder_;
+    WinHTTPParams params_;
+    Orvane::CBlob request_ = toBlob(fromHex("FBEFFF01"));  // "++//AQ==": every character that has to be escaped
+};
+
+TEST_F(HttpExchange, RetrievesByAUrlThatCarriesBodyAndHeader) {
+    struct Row {
+        bool allowCache, cacheOnly;
+        DWORD flags;
+    };
+    for (const Row& row : {Row{false, false, 0x100004}, Row{true, false, 0x100000}, Row{false, true, 0x100006},
+                           Row{true, true, 0x100002}}) {
+        Overlay service;
+        EXPECT_CALL(service, CryptRetrieveObjectByUrlW(
+                                 StrEq(L"http://o//%2B%2B%2F%2FAQ%3D%3D?Content-type: application/ocsp-request"),
+                                 CONTEXT_OID_OCSP_RESP, row.flags, 1234, _, nullptr, nullptr, nullptr, _))
+            .WillOnce([](auto, auto, auto, auto, void** object, auto, auto, auto, CRYPT_RETRIEVE_AUX_INFO* info) {
+                EXPECT_EQ(info->cbSize, 88u);
+                *object = blobArray(1);
+                return TRUE;
+            });
+        EXPECT_EQ(toBytes(send(row.allowCache, row.cacheOnly)), fromHex("42"));
+        EXPECT_EQ(params_.HTTPStatus, 200u);
+    }
+}
+
+TEST_F(HttpExchange, ReadsTheOutcomeOfARetrieval) {
+    for (const auto& [told, shown] : {std::pair{503u, 503u}, std::pair{0u, 456u}}) {
+        Overlay service;
+        EXPECT_CALL(service, CryptRetrieveObjectByUrlW)
+            .WillOnce([told = told](auto, auto, auto, auto, auto, auto, auto, auto, CRYPT_RETRIEVE_AUX_INFO* info) {
+                info->dwHttpStatusCode = told;
+                return FALSE;
+            });
+        EXPECT_EQ(send(false, false).cbData(), 0u);
+        EXPECT_EQ(params_.HTTPStatus, shown);
+    }
+    for (const DWORD count : {0u, 2u}) {
+        Overlay service;
+        EXPECT_CALL(service, CryptRetrieveObjectByUrlW)
+            .WillOnce([count](auto, auto, auto, auto, void** object, auto, auto, auto, auto) {
+                *object = blobArray(count);
+                return TRUE;
+            });
+        EXPECT_THAT(thrownStatus([&] { send(false, false); }), IsStatus(status::kInvalidData));
+    }
+}
+
+TEST_F(HttpExchange, GoesDirectlyWithAProxyOrOtherHeaders) {
+    struct Row {
+        const wchar_t *proxy, *user, *headers, *credentials;
+    };
+    for (const Row& row :
+         {Row{L"http://p/", L"", kOcspHeaders, L""}, Row{L"http://p/", L"u", kOcspHeaders, L"u:secret"},
+          Row{L"", L"u", kOcspHeaders, L"u:secret"}, Row{L"", L"", L"X: y", L""}}) {
+        params_.ProxyAddress = row.proxy;
+        params_.ProxyUserName = row.user;
+        params_.ProxyPassword = L"secret";
+        params_.HTTPStatus = 77;
+        OldService service;
+        EXPECT_CALL(service, CryptRetrieveObjectByUrlW).Times(0);
+        EXPECT_CALL(service, SendPKIRequest(StrEq(L"http://o/"), StrEq(L"agent"), StrEq(row.headers), StrEq(row.proxy),
+                                            StrEq(row.credentials), _, _))
+            .WillOnce([](auto, auto, auto, auto, auto, const PKI_EXCHANGE_BUFFER* sent, PKI_EXCHANGE_BUFFER* received) {
+                EXPECT_EQ(sent->size, 4u);
+                EXPECT_EQ(sent->capacity, 4096u);
+                EXPECT_EQ(received->data, nullptr);
+                received->data = std::make_unique<BYTE[]>(3).release();
+                std::memcpy(received->data, "abc", 3);
+                received->size = received->capacity = 3;
+                return 500UL;
+            });
+        EXPECT_EQ(toBytes(send(false, false, row.headers)), bytesOf("abc")) << "the body is what came";
+        EXPECT_EQ(params_.HTTPStatus, 500u);
+        EXPECT_EQ(send(false, true, row.headers).cbData(), 0u) << "this way has no cache, so nothing is exchanged";
+        EXPECT_EQ(params_.HTTPStatus, 500u);
+    }
+}
+
+TEST_F(HttpExchange, SaysByLastErrorWhatAnOlderServiceLeavesUnsaid) {
+    params_.ProxyAddress = L"http://p/";
+    struct Row {
+        unsigned long status;
+        DWORD lastError;
+    };
+    for (const Row& row : {Row{200, 5}, Row{404, 12007}, Row{407, 12187}, Row{503, 12029}, Row{507, 8}, Row{0, 12004},
+                           Row{418, 12004}}) {
+        OldService service;
+        EXPECT_CALL(service, SendPKIRequest).WillOnce([&row](auto...) {
+            SetLastError(5);
+            return row.status;
+        });
+        send(false, false);
+        EXPECT_EQ(GetLastError(), row.lastError) << row.status;
+    }
+}
+
+}  // namespace
