@@ -148,9 +148,9 @@ TALLOW_EXPORT BOOL CryptContextAddRef(HCRYPTPROV hProv, DWORD* pdwReserved, DWOR
 TALLOW_EXPORT BOOL CryptReleaseContext(HCRYPTPROV hProv, DWORD dwFlags);
 // Fills `pbBuffer` with random octets fit for keys.
 TALLOW_EXPORT BOOL CryptGenRandom(HCRYPTPROV hProv, DWORD dwLen, BYTE* pbBuffer);
-// PP_ENUMALGS: one PROV_ENUMALGS a call, CRYPT_FIRST begins, any other flag goes on, ERROR_NO_MORE_ITEMS ends; for a
-// provider with a key, hashes that suit the key come first. PP_VERSION: 4 octets. PP_VERSION_EX: PROV_VERSION_EX.
-// PP_NAME: text. PP_PROVTYPE: 4 octets. NTE_BAD_TYPE for others.
+// PP_ENUMALGS: one PROV_ENUMALGS a call, CRYPT_FIRST begins, any other flag goes on, ERROR_NO_MORE_ITEMS ends; hashes
+// come first, in the order in which a signer should prefer them, and what is not installed is left out. PP_VERSION: 4
+// octets. PP_VERSION_EX: PROV_VERSION_EX. PP_NAME: text. PP_PROVTYPE: 4 octets. NTE_BAD_TYPE for others.
 TALLOW_EXPORT BOOL CryptGetProvParam(HCRYPTPROV hProv, DWORD dwParam, BYTE* pbData, DWORD* pdwDataLen, DWORD dwFlags);
 // PP_SIGNATURE_PIN: the narrow text that opens the private key; null forgets it. NTE_BAD_TYPE for others.
 TALLOW_EXPORT BOOL CryptSetProvParam(HCRYPTPROV hProv, DWORD dwParam, const BYTE* pbData, DWORD dwFlags);
