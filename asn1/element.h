@@ -3,7 +3,6 @@
 
 #include <cstdint>
 #include <initializer_list>
-#include <vector>
 
 #include "foundation/blob.h"
 
@@ -25,12 +24,29 @@ inline constexpr std::uint32_t kTagSequenceWord = 0x20000010;
 constexpr std::uint32_t contextTag(std::uint32_t number) {
     return 0xA0000000 | number;
 }
+/// Whether the element has this context tag, constructed or not: the decoders do not look at that bit either.
+constexpr bool hasContextTag(const CElement& element, std::uint32_t number) {
+    return (element.tag | 0x20000000) == contextTag(number);
+}
 
 /// The first element of `data`. Throws kAsn1Error for a malformed or indefinite one, or one that runs past the end.
 CElement firstElement(const unsigned char* data, unsigned long size);
 
-/// The elements that follow one another inside a constructed element; throws as firstElement.
-std::vector<CElement> elementsOf(const CElement& constructed);
+/// Reads the elements that follow one another inside a constructed element. Takes no memory of its own; the bytes must
+/// outlive it.
+class CElementReader {
+public:
+    explicit CElementReader(const CElement& constructed)
+        : position_(constructed.begin + constructed.headerSize), remaining_(constructed.contentSize) {}
+
+    bool atEnd() const { return remaining_ == 0; }
+    /// The next element; throws as firstElement, also at the end.
+    CElement next();
+
+private:
+    const unsigned char* position_;
+    unsigned long remaining_;
+};
 
 /// A definite-length element with `tag` around the concatenated parts.
 CBlob composeElement(std::uint32_t tag, std::initializer_list<const CBlob*> parts);

@@ -59,23 +59,30 @@ CSingleResponse singleResponseOf(asn1data::ASN1T_SingleResponse const& record) {
 // whose encoding is not canonical would lose its signature that way, and a name would no longer be the one that its
 // owner's certificate shows.
 
-constexpr std::uint32_t kVersionTag = ASN1::contextTag(0);
-constexpr std::uint32_t kCertsTag = ASN1::contextTag(0);
+constexpr std::uint32_t kVersion = 0;
+constexpr std::uint32_t kCerts = 0;
 
-CResponderID responderIdOf(ASN1::CElement const& responseData) {
-    const std::vector<ASN1::CElement> members = ASN1::elementsOf(responseData);
-    const std::size_t position = !members.empty() && members.front().tag == kVersionTag ? 1 : 0;
-    ASN1::CElement const& alternative = members.at(position);
-    const ASN1::CElement inner = ASN1::elementsOf(alternative).at(0);
-    const bool byKey = alternative.tag == ASN1::contextTag(CResponderID::kByKey);
-    return byKey ? CResponderID(CResponderID::kByKey, inner.content())
-                 : CResponderID(CResponderID::kByName, inner.whole());
+CResponderID responderIdOf(asn1data::ASN1T_ResponderID const& record, ASN1::CElement const& responseData) {
+    if (record.t == asn1data::ASN1T_ResponderID::T_byKey) {
+        return {CResponderID::kByKey, CBlob(record.u.byKey->data, record.u.byKey->numocts)};
+    }
+    ASN1::CElementReader members(responseData);
+    ASN1::CElement member = members.next();
+    if (ASN1::hasContextTag(member, kVersion)) {
+        member = members.next();
+    }
+    return {CResponderID::kByName, ASN1::CElementReader(member).next().whole()};
 }
 
 CBlobList certificatesOf(ASN1::CElement const& wrapper) {
+    // The decoder does not hold the length of a wrapper against what is in it; here it is what says where to look.
+    if (!ASN1::hasContextTag(wrapper, kCerts)) {
+        ATL::AtlThrowImpl(status::kAsn1Error);
+    }
     CBlobList certs;
-    for (ASN1::CElement const& cert : ASN1::elementsOf(ASN1::elementsOf(wrapper).at(0))) {
-        certs.push_back(cert.whole());
+    ASN1::CElementReader elements(ASN1::CElementReader(wrapper).next());
+    while (!elements.atEnd()) {
+        certs.push_back(elements.next().whole());
     }
     return certs;
 }
@@ -101,9 +108,9 @@ void CBasicResponse::decode(CBlob const& data) {
 
     auto decoded = std::make_unique<Impl>();
     const ASN1::CElement whole = ASN1::firstElement(data.pbData(), data.cbData());
-    const std::vector<ASN1::CElement> members = ASN1::elementsOf(whole);
+    ASN1::CElementReader members(whole);
     decoded->encoded = whole.whole();
-    decoded->responderID = responderIdOf(members.at(0));
+    decoded->responderID = responderIdOf(record.tbsResponseData.responderID, members.next());
     decoded->producedAt = timeOf(record.tbsResponseData.producedAt);
     for (_Asn1RTDListNode const* node = record.tbsResponseData.responses.pHead; node != nullptr; node = node->pNext) {
         decoded->responses.push_back(singleResponseOf(*static_cast<asn1data::ASN1T_SingleResponse const*>(node->data)));
@@ -111,8 +118,10 @@ void CBasicResponse::decode(CBlob const& data) {
     decoded->responseExtensions =
         extensionsOf(record.tbsResponseData.m.responseExtensionsPresent, record.tbsResponseData.responseExtensions);
     ASN1::ASN1T_AlgorithmIdentifier_traits::get(record.signatureAlgorithm, decoded->signatureAlgorithm);
-    if (record.m.certsPresent && members.back().tag == kCertsTag) {
-        decoded->certs = certificatesOf(members.back());
+    if (record.m.certsPresent) {
+        members.next();  // signatureAlgorithm
+        members.next();  // signature
+        decoded->certs = certificatesOf(members.next());
     }
     impl_ = std::move(decoded);
 }

@@ -44,8 +44,8 @@ public:
     ASN1::CAlgorithmIdentifier const& get_signatureAlgorithm() const;
 
     /// True when the signature over tbsResponseData verifies with the public key of the DER `certificate`; false when
-    /// it does not. Throws when the check cannot be made: kAsn1Error for bytes that are no certificate, the converted
-    /// last error when the algorithm is not known or refused.
+    /// it does not. Throws the converted last error when the check cannot be made: the bytes are no certificate, the
+    /// algorithm is not known or refused.
     bool verify(CBlob const& certificate) const;
 
 private:

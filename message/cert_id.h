@@ -26,8 +26,8 @@ public:
 
     /// Computes the identifier of `certificate` (whole DER) under `issuerCertificate` (whole DER) with `hashAlgorithm`.
     /// The name hash is taken over the issuer's subject, the key hash over the content of its subjectPublicKey BIT
-    /// STRING without the unused-bits octet. Throws ATL::CAtlException: kAsn1Error when either is no certificate, the
-    /// converted last error when the hash algorithm is not to be had.
+    /// STRING without the unused-bits octet. Throws the converted last error when either is no certificate, or the hash
+    /// algorithm is not to be had.
     CCertID(ASN1::CAlgorithmIdentifierEx const& hashAlgorithm, CBlob const& certificate,
             CBlob const& issuerCertificate);
 

@@ -9,7 +9,7 @@
 
 namespace Orvane::PKI::OCSP {
 
-/// A context of the DER `certificate`; throws the converted last error (kAsn1Error for bytes that are no certificate).
+/// A context of the DER `certificate`; throws the converted last error.
 ATL2::CCertContext openCertificate(CBlob const& certificate);
 
 /// The hash of `size` octets with the service's algorithm number; throws the converted last error.

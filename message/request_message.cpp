@@ -20,6 +20,8 @@ struct CRequestMessage::Impl {
     std::optional<ASN1::CExtensions> requestExtensions;
     std::optional<CBlob> requestorName;
 
+    CBlob noName;  // always empty
+
     // Of a signed message; the bytes of the TBSRequest are those that were signed.
     std::optional<ASN1::CAlgorithmIdentifier> signatureAlgorithm;
     CBlob signature;
@@ -53,8 +55,8 @@ struct OcspRequestTraits {
     using ASN1_C = asn1data::ASN1C_OCSPRequest;
 };
 
-constexpr std::uint32_t kSignatureTag = ASN1::contextTag(0);
-constexpr std::uint32_t kCertsTag = ASN1::contextTag(0);
+constexpr std::uint32_t kSignature = 0;
+constexpr std::uint32_t kCerts = 0;
 
 struct RequestTraits {
     using ASN1_T = asn1data::ASN1T_Request;
@@ -97,11 +99,31 @@ CBlob composeSignature(ASN1::CAlgorithmIdentifier const& algorithm, CBlob const&
             all += cert;
         }
         const CBlob sequence = ASN1::composeElement(ASN1::kTagSequenceWord, {&all});
-        certsBytes = ASN1::composeElement(kCertsTag, {&sequence});
+        certsBytes = ASN1::composeElement(ASN1::contextTag(kCerts), {&sequence});
     }
     const CBlob sequence =
         ASN1::composeElement(ASN1::kTagSequenceWord, {&algorithmBytes, &signatureBytes, &certsBytes});
-    return ASN1::composeElement(kSignatureTag, {&sequence});
+    return ASN1::composeElement(ASN1::contextTag(kSignature), {&sequence});
+}
+
+// The content of an element that must be the wrapper [number]: the decoder does not hold the length of a wrapper
+// against what is in it, and here it is what says where to look.
+ASN1::CElementReader inside(ASN1::CElement const& wrapper, std::uint32_t number) {
+    if (!ASN1::hasContextTag(wrapper, number)) {
+        ATL::AtlThrowImpl(status::kAsn1Error);
+    }
+    return ASN1::CElementReader(ASN1::CElementReader(wrapper).next());
+}
+
+CBlobList certificatesOf(ASN1::CElement const& signatureWrapper) {
+    ASN1::CElementReader signature = inside(signatureWrapper, kSignature);
+    signature.next();  // signatureAlgorithm
+    signature.next();  // signature
+    CBlobList certs;
+    for (ASN1::CElementReader elements = inside(signature.next(), kCerts); !elements.atEnd();) {
+        certs.push_back(elements.next().whole());
+    }
+    return certs;
 }
 
 }  // namespace
@@ -130,7 +152,7 @@ void CRequestMessage::decode(CBlob const& data) {
 
     auto decoded = std::make_unique<Impl>();
     const ASN1::CElement whole = ASN1::firstElement(data.pbData(), data.cbData());
-    const std::vector<ASN1::CElement> members = ASN1::elementsOf(whole);
+    ASN1::CElementReader members(whole);
     asn1data::ASN1T_TBSRequest const& tbs = record.tbsRequest;
     decoded->encoded = whole.whole();
     decoded->writeVersion = tbs.m.versionPresent;
@@ -148,13 +170,9 @@ void CRequestMessage::decode(CBlob const& data) {
         ASN1::ASN1T_AlgorithmIdentifier_traits::get(signature.signatureAlgorithm,
                                                     decoded->signatureAlgorithm.emplace());
         ASN1::ASN1TDynBitStr_traits::get(signature.signature, decoded->signature);
-        decoded->signedBytes = members.at(0).whole();
+        decoded->signedBytes = members.next().whole();
         if (signature.m.certsPresent) {
-            const std::vector<ASN1::CElement> parts = ASN1::elementsOf(ASN1::elementsOf(members.at(1)).at(0));
-            CBlobList& certs = decoded->signatureCerts.emplace();
-            for (ASN1::CElement const& cert : ASN1::elementsOf(ASN1::elementsOf(parts.back()).at(0))) {
-                certs.push_back(cert.whole());
-            }
+            decoded->signatureCerts = certificatesOf(members.next());
         }
     }
     impl_ = std::move(decoded);
@@ -206,7 +224,11 @@ void CRequestMessage::put_requestExtensions(ASN1::CExtensions const* extensions)
 }
 
 CBlob const* CRequestMessage::get_requestorName() const {
-    return impl_->requestorName ? &*impl_->requestorName : nullptr;
+    if (impl_->requestorName) {
+        return &*impl_->requestorName;
+    }
+    // The signer is looked up by this name without a test for null. An empty name finds nobody.
+    return impl_->signatureAlgorithm ? &impl_->noName : nullptr;
 }
 
 void CRequestMessage::put_requestorName(CBlob const* name) {

@@ -40,7 +40,8 @@ public:
     ASN1::CExtensions const* get_requestExtensions() const;
     void put_requestExtensions(ASN1::CExtensions const* extensions);
 
-    /// The DER Name inside requestorName's directoryName; null when requestorName is absent or of another kind.
+    /// The DER Name inside requestorName's directoryName. When requestorName is absent or of another kind: null for an
+    /// unsigned request, an empty blob for a signed one.
     CBlob const* get_requestorName() const;
     void put_requestorName(CBlob const* name);
 
@@ -56,8 +57,8 @@ public:
               CBlobList const* certs);
 
     /// True when the signature verifies with the public key of the DER `certificate`; false when it does not, and for
-    /// an unsigned request. Throws when the check cannot be made: kAsn1Error for bytes that are no certificate, the
-    /// converted last error when the algorithm is not known or refused.
+    /// an unsigned request. Throws the converted last error when the check cannot be made: the bytes are no
+    /// certificate, the algorithm is not known or refused.
     bool verify(CBlob const& certificate) const;
 
 private:

@@ -20,8 +20,8 @@ public:
     /// The DER Name for kByName, the key hash (SHA-1 of the subjectPublicKey bits) for kByKey.
     CBlob const& get_value() const { return value_; }
 
-    /// The identifier that the DER `certificate` would have as `type`. Throws kAsn1Error for bytes that are no
-    /// certificate, kInvalidArgument for a type that is neither.
+    /// The identifier that the DER `certificate` would have as `type`. Throws the converted last error for bytes that
+    /// are no certificate, kInvalidArgument for a type that is neither.
     static CResponderID fromCert(Type type, CBlob const& certificate);
 
 private:

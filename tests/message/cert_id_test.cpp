@@ -1,0 +1,74 @@
+#include "message/cert_id.h"
+
+#include <gtest/gtest.h>
+
+#include "handles/exception.h"
+#include "tests/message/message_fixture.h"
+
+namespace {
+
+using namespace Orvane;
+using namespace Orvane::PKI::OCSP;
+using testkit::Bytes;
+using testkit::CertificateSpec;
+using testkit::Identity;
+using testkit::Pki;
+
+Bytes octets(const ASN1_OCTET_STRING* text) {
+    const unsigned char* data = ASN1_STRING_get0_data(text);
+    return {data, data + ASN1_STRING_length(text)};
+}
+
+TEST(CertId, HoldsTheHashesThatOpensslComputes) {
+    const Pki& pki = Pki::shared();
+    const testkit::X509Ptr subject = testkit::parseCertificate(pki.good.certificate);
+    const testkit::X509Ptr issuer = testkit::parseCertificate(pki.ca.certificate);
+    for (const char* hash : {testkit::kSha1Oid, testkit::kSha256Oid, testkit::kSha384Oid, testkit::kSha512Oid}) {
+        const CCertID id = testkit::identifierOf(pki.good, pki.ca, hash);
+        const EVP_MD* digest = EVP_get_digestbynid(OBJ_txt2nid(hash));
+        const testkit::OcspCertIdPtr expected(OCSP_cert_to_id(digest, subject.get(), issuer.get()));
+        ASN1_OCTET_STRING* nameHash = nullptr;
+        ASN1_OCTET_STRING* keyHash = nullptr;
+        OCSP_id_get0_info(&nameHash, nullptr, &keyHash, nullptr, expected.get());
+        EXPECT_EQ(testkit::bytes(id.get_issuerNameHash()), octets(nameHash)) << hash;
+        EXPECT_EQ(testkit::bytes(id.get_issuerKeyHash()), octets(keyHash)) << hash;
+        EXPECT_STREQ(id.get_hashAlgorithm().get_algorithm(), hash);
+    }
+}
+
+TEST(CertId, HoldsTheSerialNumberAsItStandsInTheCertificate) {
+    const Pki& pki = Pki::shared();
+    for (const Bytes& serial : {Bytes{0x01}, Bytes{0x00, 0x80}, Bytes{0x80}, Bytes{0xFF, 0x7F}, Bytes(20, 0x5A)}) {
+        CertificateSpec spec;
+        spec.serial = serial;
+        const CCertID id = testkit::identifierOf(testkit::issue(pki.ca, spec), pki.ca);
+        EXPECT_EQ(testkit::bytes(id.get_serialNumber()), serial) << testkit::toHex(serial);
+    }
+}
+
+TEST(CertId, FailsForWhatIsNoCertificateAndForAnUnknownHash) {
+    const Pki& pki = Pki::shared();
+    const CBlob good = testkit::blob(pki.good.certificate);
+    const CBlob rubbish = testkit::blob({0x30, 0x03, 0x02, 0x01, 0x05});
+    const ASN1::CAlgorithmIdentifierEx sha1(testkit::kSha1Oid);
+    EXPECT_THROW(CCertID(sha1, rubbish, good), ATL::CAtlException);
+    EXPECT_THROW(CCertID(sha1, good, rubbish), ATL::CAtlException);
+    EXPECT_THROW(CCertID(sha1, good, CBlob()), ATL::CAtlException);
+    EXPECT_THROW(CCertID(ASN1::CAlgorithmIdentifierEx("1.2.3.4"), good, good), ATL::CAtlException);
+}
+
+TEST(CertId, TellsIdentifiersApartByHashesAndSerialNumberNotByTheAlgorithm) {
+    const Pki& pki = Pki::shared();
+    const CCertID id = testkit::identifierOf(pki.good, pki.ca);
+    CCertID other = id;
+    other.put_hashAlgorithm(ASN1::CAlgorithmIdentifier(testkit::kSha1Oid));
+    EXPECT_TRUE(namesSameCertificate(id, other));
+    EXPECT_FALSE(namesSameCertificate(id, testkit::identifierOf(pki.revoked, pki.ca)));
+    // Same name, another key: only the key hash differs.
+    EXPECT_FALSE(namesSameCertificate(id, testkit::identifierOf(pki.good, pki.sameNameCa)));
+    other.put_issuerNameHash(CBlob());
+    EXPECT_FALSE(namesSameCertificate(id, other));
+    EXPECT_EQ(CCertID().get_serialNumber().cbData(), 0U);
+}
+
+}  // namespace

@@ -1,0 +1,174 @@
+#include "message/request_message.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "message/extensions.h"
+#include "tests/message/message_fixture.h"
+#include "tests/support/status_matcher.h"
+#include "tests/support/tlv.h"
+
+namespace {
+
+using namespace Orvane;
+using namespace Orvane::PKI::OCSP;
+using testkit::Bytes;
+using testkit::IsStatus;
+using testkit::Pki;
+using testkit::thrownStatus;
+namespace tlv = testkit::tlv;
+
+const Bytes kNonce = tlv::octetString({0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08});
+
+ASN1::CExtensions nonceList() {
+    CExtNonce nonce;
+    nonce.put_nonce(testkit::blob(kNonce));
+    ASN1::CExtensions list;
+    list.push_back(ASN1::CExtension(nonce, false));
+    return list;
+}
+
+// The DER of a request with the given parts, written by hand.
+Bytes expectedRequest(const Bytes& version, const Bytes& requests, const Bytes& extensions) {
+    return tlv::sequence({tlv::sequence({version, requests, extensions})});
+}
+
+TEST(RequestMessage, IsWrittenAsDerAndReadByOpenssl) {
+    const Pki& pki = Pki::shared();
+    CSingleRequestList list = testkit::requestListFor(testkit::identifierOf(pki.good, pki.ca));
+    list.emplace_back(CReqCert(testkit::identifierOf(pki.revoked, pki.ca, testkit::kSha256Oid)));
+    const ASN1::CExtensions extensions = nonceList();
+    list.back().put_singleRequestExtensions(&extensions);
+    const Bytes nonce = tlv::sequence({testkit::ExtensionSpec{testkit::kNonceOid, false, kNonce}.encode()});
+    const Bytes requests =
+        tlv::sequence({tlv::sequence({testkit::certIdOf(pki.good, pki.ca).encode()}),
+                       tlv::sequence({testkit::certIdOf(pki.revoked, pki.ca, testkit::kSha256Oid).encode(),
+                                      tlv::context(0, nonce)})});
+    for (const bool writeVersion : {false, true}) {
+        CRequestMessage message(writeVersion);
+        message.put_requestList(list);
+        message.put_requestExtensions(&extensions);
+        const CBlob encoded = message.encode();
+        const Bytes version = writeVersion ? tlv::context(0, tlv::integer(0)) : Bytes{};
+        EXPECT_EQ(testkit::bytes(encoded), expectedRequest(version, requests, tlv::context(2, nonce)));
+
+        const testkit::OcspRequestPtr read = testkit::parseRequest(encoded);
+        ASSERT_NE(read, nullptr) << writeVersion;
+        EXPECT_EQ(OCSP_request_onereq_count(read.get()), 2);
+        EXPECT_GE(OCSP_REQUEST_get_ext_by_NID(read.get(), NID_id_pkix_OCSP_Nonce, -1), 0);
+    }
+}
+
+TEST(RequestMessage, ReadsRequestsMadeByOpenssl) {
+    const Pki& pki = Pki::shared();
+    const testkit::X509Ptr subject = testkit::parseCertificate(pki.good.certificate);
+    const testkit::X509Ptr issuer = testkit::parseCertificate(pki.ca.certificate);
+    const testkit::OcspRequestPtr made(OCSP_REQUEST_new());
+    OCSP_request_add0_id(made.get(), OCSP_cert_to_id(EVP_sha256(), subject.get(), issuer.get()));
+    unsigned char nonce[] = {1, 2, 3, 4};
+    OCSP_request_add1_nonce(made.get(), nonce, sizeof nonce);
+    Bytes encoded(static_cast<std::size_t>(i2d_OCSP_REQUEST(made.get(), nullptr)));
+    std::uint8_t* position = encoded.data();
+    i2d_OCSP_REQUEST(made.get(), &position);
+
+    CRequestMessage message;
+    message.decode(testkit::blob(encoded));
+    ASSERT_EQ(message.get_requestList().size(), 1U);
+    const CCertID* id = message.get_requestList().front().get_reqCert().get_certID();
+    ASSERT_NE(id, nullptr);
+    EXPECT_TRUE(namesSameCertificate(*id, testkit::identifierOf(pki.good, pki.ca, testkit::kSha256Oid)));
+    EXPECT_STREQ(id->get_hashAlgorithm().get_algorithm(), testkit::kSha256Oid);
+    EXPECT_EQ(message.get_requestList().front().get_singleRequestExtensions(), nullptr);
+    ASSERT_NE(message.get_requestExtensions(), nullptr);
+    EXPECT_EQ(testkit::bytes(CExtNonce(message.get_requestExtensions()->front().get_extnValue()).get_nonce()),
+              tlv::octetString({1, 2, 3, 4}));
+    EXPECT_EQ(message.get_signatureAlgorithm(), nullptr);
+    EXPECT_EQ(message.get_signatureCerts(), nullptr);
+    EXPECT_FALSE(message.verify(testkit::blob(pki.good.certificate)));  // unsigned
+    EXPECT_EQ(testkit::bytes(message.encode()), encoded);
+}
+
+TEST(RequestMessage, ReadsBackTheRequestorsNameAndWhatTheListHolds) {
+    const Pki& pki = Pki::shared();
+    const CBlob name = testkit::blob(pki.good.subject());
+    const ASN1::CExtensions extensions = nonceList();
+    CSingleRequestList list = testkit::requestListFor(testkit::identifierOf(pki.good, pki.ca));
+    list.front().put_singleRequestExtensions(&extensions);
+    CRequestMessage message;
+    message.put_requestList(list);
+    message.put_requestorName(&name);
+    CRequestMessage read;
+    read.decode(message.encode());
+    ASSERT_NE(read.get_requestorName(), nullptr);
+    EXPECT_EQ(*read.get_requestorName(), name);
+    ASSERT_NE(read.get_requestList().front().get_singleRequestExtensions(), nullptr);
+    EXPECT_EQ(*read.get_requestList().front().get_singleRequestExtensions(), extensions);
+    EXPECT_EQ(read.get_requestExtensions(), nullptr);
+
+    message.put_requestorName(nullptr);
+    list.front().put_singleRequestExtensions(nullptr);
+    message.put_requestList(list);
+    read.decode(message.encode());
+    EXPECT_EQ(read.get_requestorName(), nullptr);
+    EXPECT_EQ(read.get_requestList().front().get_singleRequestExtensions(), nullptr);
+}
+
+TEST(RequestMessage, CarriesOtherWaysToNameACertificate) {
+    const Pki& pki = Pki::shared();
+    const Bytes algorithm = tlv::sequence({tlv::oid("1.2.840.10045.4.3.2")});
+    const Bytes issuerAndSerial = tlv::sequence({pki.ca.subject(), tlv::integer(pki.good.serial())});
+    const Bytes signature = tlv::sequence({algorithm, tlv::bitString({0xAB})});
+    for (const Bytes& alternative :
+         {tlv::context(0, tlv::context(0, pki.good.certificate)),
+          tlv::context(1, tlv::sequence({issuerAndSerial, tlv::bitString({0xCD}), signature}))}) {
+        const Bytes encoded = expectedRequest({}, tlv::sequence({tlv::sequence({alternative})}), {});
+        CRequestMessage read;
+        read.decode(testkit::blob(encoded));
+        const CReqCert& reqCert = read.get_requestList().front().get_reqCert();
+        EXPECT_EQ(reqCert.get_certID(), nullptr);
+        ASSERT_NE(reqCert.get_otherAlternative(), nullptr);
+        EXPECT_EQ(testkit::bytes(*reqCert.get_otherAlternative()), alternative);
+        CRequestMessage again;
+        again.put_requestList(read.get_requestList());
+        EXPECT_EQ(testkit::bytes(again.encode()), encoded);
+    }
+}
+
+TEST(RequestMessage, RefusesMalformedBytesAndKeepsItsContent) {
+    const Pki& pki = Pki::shared();
+    const Bytes request = tlv::sequence({testkit::certIdOf(pki.good, pki.ca).encode()});
+    const Bytes good = expectedRequest({}, tlv::sequence({request}), {});
+    const Bytes algorithm = tlv::sequence({tlv::oid("1.2.840.10045.4.3.2")});
+    const Bytes& cert = pki.good.certificate;
+    CRequestMessage message;
+    message.decode(testkit::blob(good));
+    std::vector<Bytes> rows = {
+        {},
+        {0x30, 0x00},
+        expectedRequest({}, tlv::sequence({tlv::sequence({tlv::context(2, tlv::null())})}), {}),  // no such ReqCert
+        expectedRequest(tlv::context(0, tlv::octetString({})), tlv::sequence({request}), {}),
+        expectedRequest({}, tlv::sequence({request}), tlv::context(2, tlv::sequence({}))),  // an empty Extensions
+        tlv::sequence({tlv::sequence({tlv::sequence({request})}), tlv::null()}),            // an element too many
+        // Wrappers that end before what they wrap.
+        tlv::sequence({tlv::sequence({tlv::sequence({request})}), tlv::context(0, {}),
+                       tlv::sequence({algorithm, tlv::bitString({0x01}), tlv::context(0, tlv::sequence({cert}))})}),
+        tlv::sequence({tlv::sequence({tlv::sequence({request})}),
+                       tlv::context(0, tlv::sequence({algorithm, tlv::bitString({0x01}), tlv::context(0, {}),
+                                                      tlv::sequence({cert})}))}),
+    };
+    for (std::size_t size = 1; size < good.size(); ++size) {
+        rows.emplace_back(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size));
+    }
+    for (const Bytes& row : rows) {
+        EXPECT_THAT(thrownStatus([&] { message.decode(testkit::blob(row)); }), IsStatus(status::kAsn1Error))
+            << testkit::toHex(row);
+        EXPECT_EQ(testkit::bytes(message.encode()), good);
+        EXPECT_EQ(message.get_requestList().size(), 1U);
+    }
+    message.decode(testkit::blob(testkit::concat({good, {0xDE, 0xAD}})));  // what lies behind is not part of it
+    EXPECT_EQ(testkit::bytes(message.encode()), good);
+}
+
+}  // namespace

@@ -1,0 +1,269 @@
+// The envelope of a response and the basic response in it.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "message/basic_response.h"
+#include "message/extensions.h"
+#include "message/response_message.h"
+#include "tests/message/message_fixture.h"
+#include "tests/support/status_matcher.h"
+#include "tests/support/tlv.h"
+
+namespace {
+
+using namespace Orvane;
+using namespace Orvane::PKI::OCSP;
+using testkit::Bytes;
+using testkit::EntrySpec;
+using testkit::EntryStatus;
+using testkit::Identity;
+using testkit::IsStatus;
+using testkit::KeyKind;
+using testkit::Pki;
+using testkit::ResponseSpec;
+using testkit::thrownStatus;
+namespace tlv = testkit::tlv;
+
+ResponseSpec bareSpec(const Identity& signer = Pki::shared().delegate) {
+    const Pki& pki = Pki::shared();
+    ResponseSpec spec(signer);
+    spec.bare = true;
+    spec.entries.emplace_back(testkit::certIdOf(pki.good, pki.ca));
+    return spec;
+}
+
+CBasicResponse decoded(const ResponseSpec& spec) {
+    CBasicResponse response;
+    response.decode(testkit::blob(testkit::buildResponse(spec)));
+    return response;
+}
+
+TEST(BasicResponse, ShowsEveryFieldOfItsEntries) {
+    const Pki& pki = Pki::shared();
+    ResponseSpec spec = bareSpec();
+    spec.producedAt = "20260101000000Z";
+    spec.entries[0].thisUpdate = "20251231235959Z";
+    spec.entries[0].nextUpdate = "20260102000000Z";
+    EntrySpec revoked(testkit::certIdOf(pki.revoked, pki.ca, testkit::kSha256Oid), EntryStatus::kRevoked);
+    revoked.revocationTime = "20250706050403Z";
+    revoked.revocationReason = 1;
+    revoked.nextUpdate.reset();
+    revoked.extensions.push_back({"1.2.3.4", true, {0x05, 0x00}});
+    spec.entries.push_back(revoked);
+    revoked.revocationReason.reset();
+    spec.entries.push_back(revoked);
+    spec.entries.emplace_back(testkit::certIdOf(pki.unknown, pki.ca), EntryStatus::kUnknown);
+    spec.extensions.push_back(testkit::nonceExtension({1, 2, 3}));
+    const CBasicResponse response = decoded(spec);
+
+    EXPECT_EQ(response.get_producedAt(), CDateTime("20260101000000Z"));
+    ASSERT_NE(response.get_responseExtensions(), nullptr);
+    EXPECT_STREQ(response.get_responseExtensions()->front().get_extnID(), testkit::kNonceOid);
+    EXPECT_STREQ(response.get_signatureAlgorithm().get_algorithm(), "1.2.840.10045.4.3.2");
+    ASSERT_EQ(response.get_responses().size(), 4U);
+    auto entry = response.get_responses().begin();
+    EXPECT_TRUE(namesSameCertificate(*entry->get_reqCert().get_certID(), testkit::identifierOf(pki.good, pki.ca)));
+    EXPECT_EQ(entry->get_certStatus().get_type(), CCertStatus::kGood);
+    EXPECT_EQ(entry->get_certStatus().get_revocationTime(), nullptr);
+    EXPECT_EQ(entry->get_thisUpdate(), CDateTime("20251231235959Z"));
+    ASSERT_NE(entry->get_nextUpdate(), nullptr);
+    EXPECT_EQ(*entry->get_nextUpdate(), CDateTime("20260102000000Z"));
+    EXPECT_EQ(entry->get_singleExtensions(), nullptr);
+    ++entry;
+    EXPECT_EQ(entry->get_certStatus().get_type(), CCertStatus::kRevoked);
+    ASSERT_NE(entry->get_certStatus().get_revocationTime(), nullptr);
+    EXPECT_EQ(*entry->get_certStatus().get_revocationTime(), CDateTime("20250706050403Z"));
+    ASSERT_NE(entry->get_certStatus().get_revocationReason(), nullptr);
+    EXPECT_EQ(static_cast<int>(*entry->get_certStatus().get_revocationReason()), 1);
+    EXPECT_EQ(entry->get_nextUpdate(), nullptr);
+    ASSERT_NE(entry->get_singleExtensions(), nullptr);
+    EXPECT_TRUE(entry->get_singleExtensions()->front().get_critical());
+    EXPECT_STREQ(entry->get_reqCert().get_certID()->get_hashAlgorithm().get_algorithm(), testkit::kSha256Oid);
+    ++entry;
+    EXPECT_EQ(entry->get_certStatus().get_revocationReason(), nullptr);
+    ++entry;
+    EXPECT_EQ(entry->get_certStatus().get_type(), CCertStatus::kUnknown);
+}
+
+TEST(BasicResponse, NamesItsResponderAsTheCertificateWould) {
+    const Pki& pki = Pki::shared();
+    const CBlob certificate = testkit::blob(pki.delegate.certificate);
+    for (const bool version : {false, true}) {
+        ResponseSpec spec = bareSpec();
+        if (version) {
+            spec.version = 0;
+        }
+        EXPECT_TRUE(decoded(spec).get_responderID() == CResponderID::fromCert(CResponderID::kByName, certificate));
+        spec.responderIdKind = testkit::ResponderIdKind::kByKey;
+        const CResponderID byKey = decoded(spec).get_responderID();
+        EXPECT_TRUE(byKey == CResponderID::fromCert(CResponderID::kByKey, certificate));
+        EXPECT_FALSE(byKey == CResponderID::fromCert(CResponderID::kByName, certificate));
+        EXPECT_FALSE(byKey == CResponderID::fromCert(CResponderID::kByKey, testkit::blob(pki.ca.certificate)));
+    }
+    EXPECT_THAT(thrownStatus([&] { CResponderID::fromCert(static_cast<CResponderID::Type>(3), certificate); }),
+                IsStatus(status::kInvalidArgument));
+}
+
+// Encoded anew, a certificate would lose its signature, and a name would match one that is spelt otherwise.
+TEST(BasicResponse, KeepsNamesAndCertificatesByteForByte) {
+    const auto loose = [](const Bytes& der) {  // the same element, its length in four octets
+        const std::size_t header = der[1] < 0x80 ? 2 : 2 + (der[1] & 0x7F);
+        return tlv::rawLongLength(0x30, Bytes(der.begin() + static_cast<std::ptrdiff_t>(header), der.end()), 4);
+    };
+    const Pki& pki = Pki::shared();
+    ResponseSpec spec = bareSpec();
+    const Bytes name = loose(pki.delegate.subject());
+    spec.responderId = tlv::context(1, name);
+    spec.exactCertificates = {loose(pki.delegate.certificate), pki.ca.certificate};
+    const CBasicResponse response = decoded(spec);
+    EXPECT_EQ(testkit::bytes(response.get_responderID().get_value()), name);
+    EXPECT_FALSE(response.get_responderID() ==
+                 CResponderID::fromCert(CResponderID::kByName, testkit::blob(pki.delegate.certificate)));
+    ASSERT_NE(response.get_certs(), nullptr);
+    EXPECT_EQ(testkit::bytes(response.get_certs()->front()), spec.exactCertificates->front());
+    EXPECT_EQ(testkit::bytes(response.get_certs()->back()), pki.ca.certificate);
+    EXPECT_TRUE(response.verify(testkit::blob(pki.delegate.certificate)));
+
+    spec.exactCertificates = std::vector<Bytes>();
+    EXPECT_EQ(decoded(spec).get_certs(), nullptr);
+}
+
+TEST(BasicResponse, VerifiesWithTheSignersKeyAlone) {
+    struct Row {
+        KeyKind key;
+        const char* hash;
+        bool pss;
+    };
+    const Pki& pki = Pki::shared();
+    for (const Row& row : {Row{KeyKind::kRsa2048, "SHA256", false}, Row{KeyKind::kRsa2048, "SHA512", true},
+                           Row{KeyKind::kEcP256, "SHA256", false}, Row{KeyKind::kEcP384, "SHA384", false},
+                           Row{KeyKind::kEd25519, "", false}}) {
+        testkit::CertificateSpec certificate;
+        certificate.key = testkit::Key::make(row.key);
+        ResponseSpec spec = bareSpec(testkit::issue(pki.ca, certificate));
+        spec.hash = row.hash;
+        spec.pss = row.pss;
+        const CBasicResponse response = decoded(spec);
+        EXPECT_TRUE(response.verify(testkit::blob(spec.signer.certificate))) << row.hash;
+        certificate.key = testkit::Key::make(row.key);
+        EXPECT_FALSE(response.verify(testkit::blob(testkit::issue(pki.ca, certificate).certificate))) << row.hash;
+        EXPECT_FALSE(CBasicResponse(response).verify(testkit::blob(pki.good.certificate))) << row.hash;
+        spec.corruptSignature = true;
+        EXPECT_FALSE(decoded(spec).verify(testkit::blob(spec.signer.certificate))) << row.hash;
+    }
+    const CBasicResponse response = decoded(bareSpec());
+    EXPECT_THROW(response.verify(CBlob()), ATL::CAtlException);
+    ResponseSpec spec = bareSpec();
+    spec.signatureAlgorithm = tlv::sequence({tlv::oid("1.2.3.4")});
+    EXPECT_THROW(decoded(spec).verify(testkit::blob(spec.signer.certificate)), ATL::CAtlException);
+}
+
+TEST(BasicResponse, LeavesTrailingBytesOutAndKeepsItsContentOnFailure) {
+    ResponseSpec spec = bareSpec();
+    spec.trailing = {0x00, 0x00, 0xFF};
+    CBasicResponse response = decoded(spec);
+    EXPECT_TRUE(response.verify(testkit::blob(spec.signer.certificate)));
+
+    spec.trailing.clear();
+    const Bytes good = testkit::buildResponse(spec);
+    std::vector<Bytes> rows = {{}, {0x30, 0x00}};
+    for (std::size_t size = 1; size < good.size(); size += 7) {
+        rows.emplace_back(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size));
+    }
+    const auto with = [&rows](const std::function<void(ResponseSpec&)>& change) {
+        ResponseSpec changed = bareSpec();
+        change(changed);
+        rows.push_back(testkit::buildResponse(changed));
+    };
+    with([](ResponseSpec& s) { s.responderId = tlv::context(3, tlv::null()); });
+    with([](ResponseSpec& s) { s.entries[0].raw = tlv::sequence({tlv::context(2, tlv::null())}); });
+    with([](ResponseSpec& s) { s.exactCertificates = {Bytes{0x30, 0x00}}; });
+    with([](ResponseSpec& s) { s.signatureAlgorithm = tlv::sequence({tlv::integer(1)}); });
+    // Wrappers that end before what they wrap.
+    const Bytes name = spec.signer.subject();
+    with([&](ResponseSpec& s) { s.responderId = testkit::concat({tlv::context(1, {}), name}); });
+    with([&](ResponseSpec& s) {
+        s.responderId = testkit::concat({tlv::context(0, {}), tlv::integer(0), tlv::context(1, name)});
+    });
+    for (const Bytes& row : rows) {
+        EXPECT_THAT(thrownStatus([&] { response.decode(testkit::blob(row)); }), IsStatus(status::kAsn1Error))
+            << testkit::toHex(row);
+        EXPECT_EQ(response.get_responses().size(), 1U);
+        EXPECT_TRUE(response.verify(testkit::blob(spec.signer.certificate)));
+    }
+}
+
+// The bit that marks a wrapper as constructed is not looked at, so its absence must not shift what is taken for whom.
+TEST(BasicResponse, FindsTheResponderBehindAVersionWhateverItsForm) {
+    ResponseSpec spec = bareSpec();
+    spec.responderId =
+        testkit::concat({tlv::contextPrimitive(0, tlv::integer(0)), tlv::context(1, spec.signer.subject())});
+    EXPECT_EQ(testkit::bytes(decoded(spec).get_responderID().get_value()), spec.signer.subject());
+}
+
+TEST(BasicResponse, CarriesEntriesThatNameTheirCertificateInAnotherWay) {
+    ResponseSpec spec = bareSpec();
+    const Bytes alternative = tlv::context(0, tlv::context(0, Pki::shared().good.certificate));
+    spec.entries[0].raw =
+        tlv::sequence({alternative, tlv::contextPrimitive(0, {}), tlv::generalizedTime("20260101000000Z")});
+    const CBasicResponse response = decoded(spec);
+    const CReqCert& reqCert = response.get_responses().front().get_reqCert();
+    EXPECT_EQ(reqCert.get_certID(), nullptr);
+    ASSERT_NE(reqCert.get_otherAlternative(), nullptr);
+    EXPECT_EQ(testkit::bytes(*reqCert.get_otherAlternative()), alternative);
+}
+
+TEST(ResponseMessage, ShowsStatusTypeAndContent) {
+    ResponseSpec spec = bareSpec();
+    spec.bare = false;
+    spec.trailing = {0x05, 0x00};
+    CResponseMessage message;
+    message.decode(testkit::blob(testkit::buildResponse(spec)));
+    EXPECT_EQ(message.get_responseStatus(), 0U);
+    EXPECT_STREQ(message.get_responseType(), testkit::kBasicResponseOid);
+    CBasicResponse basic;
+    basic.decode(message.get_response());
+    EXPECT_TRUE(basic.verify(testkit::blob(spec.signer.certificate)));
+
+    for (int number : {1, 2, 3, 5, 6, 8}) {
+        spec.responseStatus = number;
+        message.decode(testkit::blob(testkit::buildResponse(spec)));
+        EXPECT_EQ(message.get_responseStatus(), static_cast<std::uint32_t>(number));
+        EXPECT_STREQ(message.get_responseType(), "");
+        EXPECT_EQ(message.get_response().cbData(), 0U);
+    }
+    // A type that nobody here knows: its content is nobody's business.
+    const Bytes foreign = tlv::sequence(
+        {tlv::enumerated(0), tlv::context(0, tlv::sequence({tlv::oid("1.2.3.4"), tlv::octetString({9})}))});
+    message.decode(testkit::blob(foreign));
+    EXPECT_STREQ(message.get_responseType(), "1.2.3.4");
+    EXPECT_EQ(testkit::bytes(message.get_response()), Bytes{9});
+}
+
+TEST(ResponseMessage, RefusesWhatIsNoneAndKeepsItsContent) {
+    ResponseSpec spec = bareSpec();
+    const Bytes bare = testkit::buildResponse(spec);
+    spec.bare = false;
+    const Bytes good = testkit::buildResponse(spec);
+    CResponseMessage message;
+    message.decode(testkit::blob(good));
+    const Bytes content = testkit::bytes(message.get_response());
+    const auto envelope = [](int number, const Bytes& basic) {
+        return tlv::sequence({tlv::enumerated(number),
+                              tlv::context(0, tlv::sequence({tlv::oid(kOidBasicResponse), tlv::octetString(basic)}))});
+    };
+    for (const Bytes& row :
+         {bare, Bytes{}, Bytes{0x30, 0x00}, tlv::sequence({tlv::enumerated(9)}), envelope(0, {0x30, 0x00}),
+          envelope(2, {0x30, 0x00}), envelope(0, Bytes(4, 0xFF)), Bytes(good.begin(), good.end() - 1)}) {
+        EXPECT_THAT(thrownStatus([&] { message.decode(testkit::blob(row)); }), IsStatus(status::kAsn1Error))
+            << testkit::toHex(row);
+        EXPECT_EQ(testkit::bytes(message.get_response()), content);
+        EXPECT_STREQ(message.get_responseType(), kOidBasicResponse);
+    }
+    EXPECT_NO_THROW(CBasicResponse().decode(testkit::blob(bare)));
+}
+
+}  // namespace

@@ -1,0 +1,160 @@
+// Requests that are signed, by this library and read by OpenSSL, and their verification.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <string>
+
+#include "handles/cert_context.h"
+#include "handles/crypto_handles.h"
+#include "handles/exception.h"
+#include "message/extensions.h"
+#include "platform/crypto/crypto_service.h"
+#include "tests/message/message_fixture.h"
+#include "tests/support/temp_dir.h"
+
+namespace {
+
+using namespace Orvane;
+using namespace Orvane::PKI::OCSP;
+using testkit::Bytes;
+using testkit::Identity;
+using testkit::KeyKind;
+using testkit::Pki;
+
+class SignedRequest : public testing::Test {
+protected:
+    // A provider for the private key of `identity`, found through the URI that its context carries.
+    ATL::CCryptProv providerFor(const Identity& identity) {
+        const ATL2::CCertContext context = ATL2::CCertContext::adopt(CertCreateCertificateContext(
+            X509_ASN_ENCODING, identity.certificate.data(), static_cast<DWORD>(identity.certificate.size())));
+        const std::string path = "file://" + folder_.write("key.pem", identity.key.pem());
+        std::wstring container(path.begin(), path.end());
+        CRYPT_KEY_PROV_INFO info{};
+        info.pwszContainerName = container.data();
+        EXPECT_TRUE(CertSetCertificateContextProperty(context.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
+        HCRYPTPROV provider = 0;
+        BOOL callerFrees = FALSE;
+        EXPECT_TRUE(CryptAcquireCertificatePrivateKey(context.get(), 2, nullptr, &provider, &keySpec_, &callerFrees));
+        return ATL::CCryptProv(provider);
+    }
+
+    static Identity signerWith(KeyKind kind) {
+        testkit::CertificateSpec spec;
+        spec.commonName = "requestor";
+        spec.key = testkit::Key::make(kind);
+        return testkit::issue(Pki::shared().ca, spec);
+    }
+
+    CRequestMessage signedBy(const Identity& signer, const char* algorithm, const CBlobList* certs) {
+        const Pki& pki = Pki::shared();
+        CRequestMessage message;
+        message.put_requestList(testkit::requestListFor(testkit::identifierOf(pki.good, pki.ca)));
+        const CBlob name = testkit::blob(signer.subject());
+        message.put_requestorName(&name);
+        message.sign(providerFor(signer).get(), keySpec_, ASN1::CAlgorithmIdentifierEx(algorithm), certs);
+        return message;
+    }
+
+    testkit::TempDir folder_;
+    DWORD keySpec_ = 0;
+};
+
+struct Scheme {
+    KeyKind key;
+    const char* algorithm;
+};
+constexpr Scheme kSchemes[] = {{KeyKind::kRsa2048, "1.2.840.113549.1.1.11"},
+                               {KeyKind::kEcP256, "1.2.840.10045.4.3.2"},
+                               {KeyKind::kEcP384, "1.2.840.10045.4.3.3"},
+                               {KeyKind::kEd25519, "1.3.101.112"}};
+
+TEST_F(SignedRequest, VerifiesWithTheSignersKeyAlone) {
+    for (const Scheme& scheme : kSchemes) {
+        const Identity signer = signerWith(scheme.key);
+        const CBlobList certs{testkit::blob(signer.certificate), testkit::blob(Pki::shared().ca.certificate)};
+        const CRequestMessage made = signedBy(signer, scheme.algorithm, &certs);
+        CRequestMessage read;
+        read.decode(made.encode());
+        for (const CRequestMessage* message : {&made, static_cast<const CRequestMessage*>(&read)}) {
+            ASSERT_NE(message->get_signatureAlgorithm(), nullptr) << scheme.algorithm;
+            EXPECT_STREQ(message->get_signatureAlgorithm()->get_algorithm(), scheme.algorithm);
+            ASSERT_NE(message->get_signatureCerts(), nullptr);
+            EXPECT_EQ(*message->get_signatureCerts(), certs);
+            EXPECT_EQ(testkit::bytes(*message->get_requestorName()), signer.subject());
+            EXPECT_TRUE(message->verify(testkit::blob(signer.certificate))) << scheme.algorithm;
+            EXPECT_FALSE(message->verify(testkit::blob(signerWith(scheme.key).certificate))) << scheme.algorithm;
+            EXPECT_FALSE(message->verify(testkit::blob(Pki::shared().good.certificate))) << scheme.algorithm;
+        }
+    }
+}
+
+TEST_F(SignedRequest, IsAcceptedByOpenssl) {
+    for (const Scheme& scheme : kSchemes) {
+        if (scheme.key == KeyKind::kEd25519) {
+            continue;  // OpenSSL 3.0 refuses the scheme in requests
+        }
+        const Identity signer = signerWith(scheme.key);
+        const CBlobList certs{testkit::blob(signer.certificate)};
+        const testkit::OcspRequestPtr read = testkit::parseRequest(signedBy(signer, scheme.algorithm, &certs).encode());
+        ASSERT_NE(read, nullptr);
+        EXPECT_EQ(OCSP_request_verify(read.get(), nullptr, nullptr, OCSP_NOVERIFY), 1) << scheme.algorithm;
+    }
+}
+
+TEST_F(SignedRequest, FailsToVerifyOnceAnOctetOfWhatWasSignedChanges) {
+    const Identity signer = signerWith(KeyKind::kEcP256);
+    CRequestMessage const made = signedBy(signer, "1.2.840.10045.4.3.2", nullptr);
+    Bytes encoded = testkit::bytes(made.encode());
+    const Bytes serial = Pki::shared().good.serial();
+    const auto found = std::search(encoded.begin(), encoded.end(), serial.begin(), serial.end());
+    ASSERT_NE(found, encoded.end());
+    found[static_cast<std::ptrdiff_t>(serial.size()) - 1] ^= 0x01;
+    CRequestMessage read;
+    read.decode(testkit::blob(encoded));
+    EXPECT_FALSE(read.verify(testkit::blob(signer.certificate)));
+    EXPECT_THROW(read.verify(testkit::blob({0x30, 0x00})), ATL::CAtlException);
+}
+
+TEST_F(SignedRequest, LeavesEmptyCertificatesOut) {
+    const CBlobList none;
+    for (const CBlobList* certs : {&none, static_cast<const CBlobList*>(nullptr)}) {
+        const CRequestMessage made = signedBy(signerWith(KeyKind::kEcP256), "1.2.840.10045.4.3.2", certs);
+        CRequestMessage read;
+        read.decode(made.encode());
+        EXPECT_EQ(made.get_signatureCerts(), nullptr);
+        EXPECT_EQ(read.get_signatureCerts(), nullptr);
+    }
+}
+
+TEST_F(SignedRequest, LosesItsSignatureWhenItsContentChanges) {
+    CRequestMessage made = signedBy(signerWith(KeyKind::kEcP256), "1.2.840.10045.4.3.2", nullptr);
+    made.put_requestExtensions(nullptr);
+    EXPECT_EQ(made.get_signatureAlgorithm(), nullptr);
+    CRequestMessage read;
+    read.decode(made.encode());
+    EXPECT_EQ(read.get_signatureAlgorithm(), nullptr);
+}
+
+// Whoever looks for the signer's certificate reads the name of a signed request without asking whether there is one.
+TEST_F(SignedRequest, AlwaysShowsARequestorsName) {
+    const Identity signer = signerWith(KeyKind::kEcP256);
+    const Pki& pki = Pki::shared();
+    CRequestMessage message;
+    message.put_requestList(testkit::requestListFor(testkit::identifierOf(pki.good, pki.ca)));
+    EXPECT_EQ(message.get_requestorName(), nullptr);
+    message.sign(providerFor(signer).get(), keySpec_, ASN1::CAlgorithmIdentifierEx("1.2.840.10045.4.3.2"), nullptr);
+    CRequestMessage read;
+    read.decode(message.encode());
+    ASSERT_NE(read.get_requestorName(), nullptr);
+    EXPECT_EQ(read.get_requestorName()->cbData(), 0U);
+    EXPECT_EQ(testkit::bytes(read.encode()), testkit::bytes(message.encode()));
+}
+
+TEST_F(SignedRequest, FailsForAKeyThatCannotSign) {
+    const Identity signer = signerWith(KeyKind::kEcP256);
+    EXPECT_THROW(signedBy(signer, "1.2.840.113549.1.1.11", nullptr), ATL::CAtlException);  // an RSA scheme
+    CRequestMessage message;
+    EXPECT_THROW(message.sign(0, 2, ASN1::CAlgorithmIdentifierEx("1.2.840.10045.4.3.2"), nullptr), ATL::CAtlException);
+}
+
+}  // namespace
