@@ -8,11 +8,12 @@
 
 namespace tallow::cli {
 
-/// Prepares the settings, the trusted roots and the stores of the run and checks each certificate. Throws InputError
-/// for an input, other than a certificate asked about, that cannot be used: nothing was asked then.
+/// Checks each certificate. Throws InputError for something given that cannot be used, other than a certificate asked
+/// about: nothing was asked then.
 std::vector<CheckResult> runCheck(const CheckOptions& options);
 
-/// 1 when one is revoked, else 3 when for one no trusted answer was had, else 2 when one is unknown, else 0.
+/// 1 when one is revoked, else 3 when for one no trusted answer was had (or an answer could not be saved as wanted),
+/// else 2 when one is unknown, else 0.
 int exitStatusOf(const std::vector<CheckResult>& results);
 
 }  // namespace tallow::cli

@@ -4,7 +4,6 @@
 #include <cstdint>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace tallow::cli {
 
@@ -15,8 +14,7 @@ const char* nameOf(CertificateState state);
 
 struct CheckError {
     std::int32_t code = 0;
-    std::string text;                   // one line: what happened, at which step, what to do
-    std::vector<std::string> attempts;  // one line for each responder that was asked
+    std::string text;  // one line: which responder, which step, what happened, what to do
 };
 
 /// Texts are UTF-8; what comes from certificates and responders may hold anything and is made safe when printed. Times
@@ -32,7 +30,8 @@ struct CheckResult {
     std::string nextUpdate;
     std::string revocationTime;
     std::string revocationReason;
-    std::optional<CheckError> error;  // for kError alone
+    std::optional<CheckError> error;    // always with kError
+    std::optional<CheckError> unsaved;  // why request or response were not written to the file wanted
 };
 
 }  // namespace tallow::cli

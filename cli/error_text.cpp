@@ -1,6 +1,7 @@
 #include "cli/error_text.h"
 
 #include <cstdio>
+#include <vector>
 
 #include "cli/safe_text.h"
 #include "handles/last_error.h"
@@ -12,27 +13,72 @@ namespace {
 
 using Orvane::PKI::OCSP::Client::CRequest;
 
-const char* stepName(unsigned long level) {
-    constexpr const char* kSteps[] = {"",
-                                      "address policy",
-                                      "exchange",
-                                      "HTTP status",
-                                      "decoding",
-                                      "response status",
-                                      "check of producedAt",
-                                      "verification"};
-    return level < std::size(kSteps) ? kSteps[level] : "verification";
+// Where the command has an option that helps.
+struct Remedy {
+    std::int32_t code;
+    const char* option;
+};
+constexpr Remedy kRemedies[] = {
+    {status::kNoResponder, "--url"},         {status::kNoSigner, "--issuer"},
+    {status::kIssuerMismatch, "--issuer"},   {status::kNonceMismatch, "--no-nonce asks such a responder"},
+    {status::kCryptNotFound, "--certs"},     {status::kUntrustedRoot, "--trust"},
+    {status::kChaining, "--certs, --trust"}, {status::kNoRevocationCheck, "--crl"},
+    {status::kRevocationOffline, "--crl"},
+};
+
+// The one-line text of a status with the option that helps; its number when it has none.
+std::string textOf(std::int32_t code) {
+    const char* known = status::text(code);
+    std::string text = known == nullptr ? "status " + codeText(code) + "; ask the operator of the responder" : known;
+    for (const Remedy& remedy : kRemedies) {
+        if (remedy.code == code) {
+            text += std::string(" (") + remedy.option + ")";
+        }
+    }
+    return text;
+}
+
+const char* stepOf(CRequest::Attempt const& attempt) {
+    constexpr const char* kSteps[] = {"asking",   "address policy",  "exchange",           "HTTP status",
+                                      "decoding", "response status", "time of production", "verification"};
+    return attempt.level < std::size(kSteps) ? kSteps[attempt.level] : "verification";
+}
+
+bool gotNoAnswer(CRequest::Attempt const& attempt) {
+    return attempt.status == status::kHttpStatus && attempt.httpStatus == 0;
 }
 
 std::string describe(CRequest::Attempt const& attempt) {
-    std::string text = utf8(attempt.address) + ": ";
-    if (attempt.status == status::kHttpStatus && attempt.httpStatus == 0) {
-        return text + "could not be reached: " + textOf(ATL2::convertLastError(attempt.lastError));
+    const std::string address = attempt.address.empty() ? "(empty address)" : utf8(attempt.address);
+    if (attempt.status != status::kHttpStatus) {
+        return address + ": " + stepOf(attempt) + ": " + textOf(attempt.status);
     }
-    if (attempt.status == status::kHttpStatus) {
-        return text + "answered with HTTP status " + std::to_string(attempt.httpStatus);
+    // The service's last error says more than "no 200".
+    const std::string reason = textOf(ATL2::convertLastError(attempt.lastError));
+    if (attempt.httpStatus == 0) {
+        return address + ": gave no usable answer: " + reason;
     }
-    return text + stepName(attempt.level) + ": " + textOf(attempt.status);
+    return address + ": answered with HTTP status " + std::to_string(attempt.httpStatus) + ": " + reason;
+}
+
+// The refusal of the attempt that came closest to an answer, the first of equals.
+std::int32_t deepestRefusal(std::vector<CRequest::Attempt> const& attempts) {
+    CRequest::Attempt const* best = nullptr;
+    for (CRequest::Attempt const& attempt : attempts) {
+        if (attempt.status != 0 && (best == nullptr || attempt.level > best->level)) {
+            best = &attempt;
+        }
+    }
+    return best == nullptr ? status::kFail : best->status;
+}
+
+std::string summary(std::vector<CRequest::Attempt> const& attempts) {
+    for (CRequest::Attempt const& attempt : attempts) {
+        if (!gotNoAnswer(attempt)) {
+            return "no responder gave an answer to trust";
+        }
+    }
+    return "none of " + std::to_string(attempts.size()) + " responders could be reached";
 }
 
 }  // namespace
@@ -43,38 +89,26 @@ std::string codeText(std::int32_t code) {
     return text;
 }
 
-std::string textOf(std::int32_t code) {
-    const char* text = status::text(code);
-    return text == nullptr ? "status " + codeText(code) : text;
+CheckError explain(std::int32_t code, const std::string& step) {
+    return {code, step + ": " + textOf(code)};
 }
 
-std::int32_t firstRefusal(CRequest const& request) {
-    CRequest::Attempt const* best = nullptr;
-    for (CRequest::Attempt const& attempt : request.get_Attempts()) {
-        if (attempt.status != 0 && (best == nullptr || attempt.level > best->level)) {
-            best = &attempt;
-        }
+CheckError explainSend(std::int32_t code, CRequest const& request) {
+    std::vector<CRequest::Attempt> const& attempts = request.get_Attempts();
+    if (code == 0) {
+        code = deepestRefusal(attempts);
     }
-    return best == nullptr ? status::kFail : best->status;
-}
-
-CheckError explain(std::int32_t code, CRequest const* request) {
-    CheckError error;
-    error.code = code;
-    if (request != nullptr) {
-        for (CRequest::Attempt const& attempt : request->get_Attempts()) {
-            error.attempts.push_back(describe(attempt));
-        }
+    if (attempts.empty()) {
+        return explain(code, "choosing a responder");
     }
-    if (error.attempts.size() == 1) {
-        error.text = error.attempts.front();
-        error.attempts.clear();
-    } else if (code == status::kHttpStatus) {
-        error.text = "no responder gave an answer";
-    } else {
-        error.text = textOf(code);
+    if (attempts.size() == 1) {
+        return {code, describe(attempts.front())};
     }
-    return error;
+    std::string text = summary(attempts);
+    for (CRequest::Attempt const& attempt : attempts) {
+        text += " | " + describe(attempt);
+    }
+    return {code, text};
 }
 
 }  // namespace tallow::cli

@@ -1,21 +1,20 @@
-// Why there is no trusted answer, in words: what happened, which responder, which step, what to do.
+// Why there is no trusted answer, in words: which responder, which step, what happened, what to do.
 #pragma once
 
 #include <cstdint>
+#include <string>
 
 #include "cli/check_result.h"
 #include "client/request/request.h"
 
 namespace tallow::cli {
 
-/// Explains a failure of the request (null when it could not even be made).
-CheckError explain(std::int32_t code, Orvane::PKI::OCSP::Client::CRequest const* request);
+/// Explains a failure that no responder had a part in; `step` says what was being done, "building the request".
+CheckError explain(std::int32_t code, const std::string& step);
 
-/// The status of the first attempt that was refused, of those that got furthest.
-std::int32_t firstRefusal(Orvane::PKI::OCSP::Client::CRequest const& request);
-
-/// The one-line text of a status; its number when it has none.
-std::string textOf(std::int32_t code);
+/// Explains a failed Send. `code` is what it failed with, 0 when it failed with nothing: the refusal of the attempt
+/// that came closest to an answer counts then.
+CheckError explainSend(std::int32_t code, Orvane::PKI::OCSP::Client::CRequest const& request);
 
 /// "0xC2110121"
 std::string codeText(std::int32_t code);

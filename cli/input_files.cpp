@@ -13,30 +13,30 @@ namespace tallow::cli {
 
 namespace {
 
-constexpr std::uintmax_t kLargestFile = 64U << 20;  // a bundle of all public roots is well below one of these
+constexpr std::size_t kLargestFile = 64U << 20;  // a bundle of all public roots is well below one of these
 constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kDashes = "-----";
 
 std::string readWhole(const std::string& path) {
     std::error_code error;
     if (std::filesystem::is_directory(path, error)) {
-        throw InputError(path + ": is a folder, not a file");
+        throw InputError(path, "is a folder; name a file", status::kFileCorrupt);
     }
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     if (!file) {
-        throw InputError(path + ": cannot be opened: " + std::strerror(errno));
+        throw InputError(path, std::string("cannot be opened: ") + std::strerror(errno), status::kFileNotFound);
     }
     std::string content;
     char part[65536];
     while (file.read(part, sizeof part) || file.gcount() > 0) {
         content.append(part, static_cast<std::size_t>(file.gcount()));
         if (content.size() > kLargestFile) {
-            throw InputError(path + ": is too large for a certificate file");
+            throw InputError(path, "is too large; name a certificate file", status::kInvalidData);
         }
     }
     if (content.empty()) {
-        throw InputError(path + ": is empty");
+        throw InputError(path, "is empty; name a file in PEM or DER", status::kInvalidData);
     }
     return content;
 }
@@ -46,19 +46,28 @@ struct Block {
     std::string der;
 };
 
+// A SEQUENCE whose length takes more than one octet. Text may stand before the first PEM block and begin with the same
+// character, but its second octet is no such length; and a name inside DER may hold the text that opens a PEM block.
+bool isDer(std::string_view content) {
+    constexpr unsigned char kSequence = 0x30;
+    constexpr unsigned char kLongLength = 0x80;
+    return content.size() > 1 && static_cast<unsigned char>(content[0]) == kSequence &&
+           static_cast<unsigned char>(content[1]) > kLongLength;
+}
+
 std::string decodeBlock(std::string_view text, const std::string& path) {
     DWORD size = 0;
     const auto length = static_cast<DWORD>(text.size());
-    if (!CryptStringToBinaryA(text.data(), length, CRYPT_STRING_BASE64HEADER, nullptr, &size, nullptr, nullptr)) {
-        throw InputError(path + ": holds a PEM block that is broken");
+    std::string der;
+    if (CryptStringToBinaryA(text.data(), length, CRYPT_STRING_BASE64HEADER, nullptr, &size, nullptr, nullptr)) {
+        der.resize(size);
+        if (CryptStringToBinaryA(text.data(), length, CRYPT_STRING_BASE64HEADER, reinterpret_cast<BYTE*>(der.data()),
+                                 &size, nullptr, nullptr)) {
+            der.resize(size);
+            return der;
+        }
     }
-    std::string der(size, '\0');
-    if (!CryptStringToBinaryA(text.data(), length, CRYPT_STRING_BASE64HEADER, reinterpret_cast<BYTE*>(der.data()),
-                              &size, nullptr, nullptr)) {
-        throw InputError(path + ": holds a PEM block that is broken");
-    }
-    der.resize(size);
-    return der;
+    throw InputError(path, "holds a PEM block that is broken; get the file anew", status::kInvalidData);
 }
 
 // The PEM blocks of the file, or the whole file as one block without a label. Only blocks with the wanted label are
@@ -66,22 +75,21 @@ std::string decodeBlock(std::string_view text, const std::string& path) {
 std::vector<Block> readBlocks(const std::string& path, std::string_view wanted) {
     const std::string content = readWhole(path);
     std::vector<Block> blocks;
-    std::size_t begin = content.find(kBegin);
+    std::size_t begin = isDer(content) ? std::string::npos : content.find(kBegin);
     if (begin == std::string::npos) {
         blocks.push_back({"", content});
         return blocks;
     }
     while (begin != std::string::npos) {
         const std::size_t labelEnd = content.find(kDashes, begin + kBegin.size());
-        if (labelEnd == std::string::npos) {
-            throw InputError(path + ": holds a PEM block that is broken");
-        }
         Block block;
-        block.label = content.substr(begin + kBegin.size(), labelEnd - begin - kBegin.size());
+        if (labelEnd != std::string::npos) {
+            block.label = content.substr(begin + kBegin.size(), labelEnd - begin - kBegin.size());
+        }
         const std::string end = "-----END " + block.label + "-----";
-        const std::size_t endAt = content.find(end, labelEnd);
+        const std::size_t endAt = labelEnd == std::string::npos ? labelEnd : content.find(end, labelEnd);
         if (endAt == std::string::npos) {
-            throw InputError(path + ": holds a PEM block without its end");
+            throw InputError(path, "holds a PEM block without its end; get the file anew", status::kInvalidData);
         }
         const std::size_t next = endAt + end.size();
         if (block.label == wanted) {
@@ -93,59 +101,68 @@ std::vector<Block> readBlocks(const std::string& path, std::string_view wanted) 
     return blocks;
 }
 
-std::string article(const std::string& label) {
-    return "holds \"" + label + "\"";
+// The blocks with the wanted label, or the DER file; at least one.
+std::vector<std::string> readDer(const std::string& path, std::string_view wanted, const char* what) {
+    const std::vector<Block> blocks = readBlocks(path, wanted);
+    std::vector<std::string> found;
+    for (const Block& block : blocks) {
+        if (block.label.empty() || block.label == wanted) {
+            found.push_back(block.der);
+        }
+    }
+    if (found.empty()) {
+        throw InputError(path, "holds \"" + blocks.front().label + "\"; name a file with " + what,
+                         status::kInvalidData);
+    }
+    return found;
+}
+
+std::string partOf(const std::string& path) {
+    return path + ".part";
 }
 
 }  // namespace
 
 std::vector<ATL2::CCertContext> readCertificates(const std::string& path) {
-    constexpr std::string_view kLabel = "CERTIFICATE";
     std::vector<ATL2::CCertContext> certificates;
-    const std::vector<Block> blocks = readBlocks(path, kLabel);
-    for (const Block& block : blocks) {
-        if (!block.label.empty() && block.label != kLabel) {
-            continue;
+    for (const std::string& der : readDer(path, "CERTIFICATE", "a certificate")) {
+        certificates.push_back(ATL2::CCertContext::adopt(CertCreateCertificateContext(
+            X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(der.data()), static_cast<DWORD>(der.size()))));
+        if (!certificates.back()) {
+            throw InputError(path, "is not a certificate; name one in PEM or DER", status::kAsn1Error);
         }
-        ATL2::CCertContext certificate = ATL2::CCertContext::adopt(CertCreateCertificateContext(
-            X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(block.der.data()), static_cast<DWORD>(block.der.size())));
-        if (!certificate) {
-            throw InputError(path + ": is not a certificate");
-        }
-        certificates.push_back(std::move(certificate));
-    }
-    if (certificates.empty()) {
-        throw InputError(path + ": " + article(blocks.front().label) + ", not a certificate");
     }
     return certificates;
 }
 
 std::vector<std::string> readCrls(const std::string& path) {
-    constexpr std::string_view kLabel = "X509 CRL";
-    std::vector<std::string> crls;
-    const std::vector<Block> blocks = readBlocks(path, kLabel);
-    for (const Block& block : blocks) {
-        if (block.label.empty() || block.label == kLabel) {
-            crls.push_back(block.der);
-        }
-    }
-    if (crls.empty()) {
-        throw InputError(path + ": " + article(blocks.front().label) + ", not a CRL");
-    }
-    return crls;
+    return readDer(path, "X509 CRL", "a CRL");
 }
 
 void writeWhole(const std::string& path, const unsigned char* data, std::size_t size) {
-    const std::string temporary = path + ".part";
+    const std::string part = partOf(path);
     errno = 0;
-    std::ofstream file(temporary, std::ios::binary | std::ios::trunc);
+    std::ofstream file(part, std::ios::binary | std::ios::trunc);
     file.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
     file.close();
-    if (!file || std::rename(temporary.c_str(), path.c_str()) != 0) {
+    if (!file || std::rename(part.c_str(), path.c_str()) != 0) {
         const std::string reason = std::strerror(errno);
-        std::remove(temporary.c_str());
-        throw InputError(path + ": cannot be written: " + reason);
+        std::remove(part.c_str());
+        throw InputError(path, "cannot be written: " + reason);
     }
+}
+
+void requireWritable(const std::string& path) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error)) {
+        throw InputError(path, "cannot be written: is a folder");
+    }
+    const std::string part = partOf(path);
+    errno = 0;
+    if (!std::ofstream(part, std::ios::binary | std::ios::trunc)) {
+        throw InputError(path, std::string("cannot be written: ") + std::strerror(errno));
+    }
+    std::remove(part.c_str());
 }
 
 }  // namespace tallow::cli

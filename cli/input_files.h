@@ -1,28 +1,41 @@
 // Files that a person names: read whole, PEM or DER, each failure told in words.
 #pragma once
 
+#include <cstdint>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "handles/cert_context.h"
+#include "handles/status.h"
 
 namespace tallow::cli {
 
-/// A file that cannot be used; what() is one line that names it.
+/// Something given on the command line that cannot be used; what() is one line, "name: reason".
 class InputError : public std::runtime_error {
 public:
-    using std::runtime_error::runtime_error;
+    InputError(const std::string& name, std::string reason, std::int32_t code = status::kInvalidArgument)
+        : std::runtime_error(name + ": " + reason), reason_(std::move(reason)), code_(code) {}
+
+    const std::string& reason() const { return reason_; }
+    std::int32_t code() const { return code_; }
+
+private:
+    std::string reason_;
+    std::int32_t code_;
 };
 
-/// All certificates of a file, in order: the CERTIFICATE blocks of PEM text, or one DER certificate. Throws InputError
-/// when the file cannot be read or holds none.
+/// All certificates of a file, in order, at least one: the CERTIFICATE blocks of PEM text, or one DER certificate.
+/// Throws InputError when the file cannot be read or holds none.
 std::vector<ATL2::CCertContext> readCertificates(const std::string& path);
 
-/// The DER CRLs of a file, in the same manner.
+/// The DER CRLs of a file, in the same manner. What stands in them is not examined.
 std::vector<std::string> readCrls(const std::string& path);
 
 /// Writes the octets beside the file and renames: the file is there whole or as it was. Throws InputError.
 void writeWhole(const std::string& path, const unsigned char* data, std::size_t size);
+
+/// Throws InputError when writeWhole is bound to fail, so that nobody is asked for an answer that cannot be kept.
+void requireWritable(const std::string& path);
 
 }  // namespace tallow::cli

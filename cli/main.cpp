@@ -10,7 +10,6 @@
 
 int main(int argc, char** argv) {
     using namespace tallow::cli;
-    constexpr int kExitNoAnswer = 3;
     try {
         CheckOptions options;
         if (const std::optional<int> end = readCommandLine(argc, argv, options)) {
@@ -19,11 +18,13 @@ int main(int argc, char** argv) {
         const std::vector<CheckResult> results = runCheck(options);
         std::cout << (options.json ? toJson(results) : toText(results)) << std::flush;
         std::cerr << failureLines(results);
+        const int exitStatus = exitStatusOf(results);
         if (!std::cout) {
             std::cerr << "tallow: standard output cannot be written\n";
-            return kExitNoAnswer;
+            // Whoever did not get the answer has none; that one is revoked shows all the same.
+            return exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
         }
-        return exitStatusOf(results);
+        return exitStatus;
     } catch (const InputError& error) {
         std::cerr << "tallow: " << safeLine(error.what()) << '\n';
         return kExitUsage;

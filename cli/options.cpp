@@ -28,6 +28,10 @@ void declareCheck(CLI::App& check, CheckOptions& options) {
     check.add_option("--save-response", options.saveResponse, "Write the response to this file (one certificate)");
     check.add_flag("--trace", options.trace, "Write a trace to standard error");
     check.add_flag("--json", options.json, "Print the result as JSON");
+    // An empty text is a variable that was not set, and must not pass for an option that was not given.
+    for (CLI::Option* option : check.get_options([](const CLI::Option* o) { return o->get_type_size() > 0; })) {
+        option->check([](const std::string& value) { return value.empty() ? "an empty text names nothing" : ""; }, "");
+    }
     // A repeatable option takes one value at a time, so that it never swallows a certificate behind it.
     for (const char* name : {"--trust", "--certs", "--crl"}) {
         check.get_option(name)->allow_extra_args(false);

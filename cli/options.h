@@ -24,6 +24,11 @@ struct CheckOptions {
     bool json = false;
 };
 
+// Exit statuses.
+inline constexpr int kExitGood = 0;
+inline constexpr int kExitRevoked = 1;
+inline constexpr int kExitUnknown = 2;
+inline constexpr int kExitNoAnswer = 3;
 inline constexpr int kExitUsage = 64;
 
 /// Reads the command line. A value is an exit status at which to end: 0 after --help and --version, which print to

@@ -26,11 +26,7 @@ nlohmann::ordered_json toObject(const CheckResult& result) {
     add(object, "revocationTime", result.revocationTime);
     add(object, "revocationReason", result.revocationReason);
     if (result.error) {
-        std::string text = result.error->text;
-        for (const std::string& attempt : result.error->attempts) {
-            text += "; " + attempt;
-        }
-        object["error"] = {{"code", codeText(result.error->code)}, {"text", text}};
+        object["error"] = {{"code", codeText(result.error->code)}, {"text", result.error->text}};
     }
     return object;
 }
@@ -44,9 +40,9 @@ std::string toJson(const std::vector<CheckResult>& results) {
     }
     nlohmann::ordered_json document;
     document["certificates"] = std::move(list);
-    // Bytes that are no UTF-8, in a file name for one, become U+FFFD instead of breaking the document; control
-    // characters are escaped by the format itself.
-    return document.dump(2, ' ', false, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+    // Bytes that are no UTF-8, in a file name for one, become U+FFFD instead of breaking the document. All but ASCII is
+    // escaped, since JSON lets pass what turns the direction of writing or drives a terminal.
+    return document.dump(2, ' ', true, nlohmann::ordered_json::error_handler_t::replace) + '\n';
 }
 
 }  // namespace tallow::cli

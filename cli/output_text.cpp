@@ -36,15 +36,12 @@ std::string toText(const std::vector<CheckResult>& results) {
 std::string failureLines(const std::vector<CheckResult>& results) {
     std::string text;
     for (const CheckResult& result : results) {
-        if (!result.error) {
-            continue;
+        for (const std::optional<CheckError>& failure : {result.error, result.unsaved}) {
+            if (failure) {
+                const std::string line = result.file + ": " + failure->text + " (" + codeText(failure->code) + ")";
+                text += "tallow: " + safeLine(line) + '\n';
+            }
         }
-        std::string line = "tallow: " + result.file + ": " + result.error->text;
-        for (std::size_t i = 0; i < result.error->attempts.size(); ++i) {
-            line += (i == 0 ? " [" : "; ") + result.error->attempts[i];
-        }
-        line += result.error->attempts.empty() ? "" : "]";
-        text += safeLine(line + " (" + codeText(result.error->code) + ")") + '\n';
     }
     return text;
 }

@@ -3,6 +3,7 @@
 #include <optional>
 
 #include "client/request/request_impl.h"
+#include "client/transport/http_exchange.h"
 #include "client/transport/ocsp_access.h"
 #include "foundation/trace.h"
 #include "handles/exception.h"
@@ -59,7 +60,8 @@ void CRequest::Impl::recordAttempt(std::int32_t outcome) {
     attempt.status = outcome;
     attempt.level = Level;
     // Below level 3 the status is still that of the exchange before.
-    attempt.httpStatus = Level >= 3 ? HTTPParams.HTTPStatus : 0;
+    const bool answered = Level >= 3 && HTTPParams.HTTPStatus != kHttpNoAnswer;
+    attempt.httpStatus = answered ? HTTPParams.HTTPStatus : 0;
 }
 
 std::int32_t CRequest::Impl::askHandlers(bool verify) {

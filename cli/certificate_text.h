@@ -1,0 +1,24 @@
+// What the command shows of certificates and answers, as text.
+#pragma once
+
+#include <string>
+
+#include "asn1/crl_reason.h"
+#include "foundation/date_time.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace tallow::cli {
+
+/// The subject name; empty when it cannot be shown, which must not keep the answer from being shown.
+std::string subjectOf(_CERT_CONTEXT const* certificate);
+
+/// Hexadecimal, most significant octet first.
+std::string serialOf(_CERT_CONTEXT const* certificate);
+
+/// "2026-01-02T03:04:05Z"; null gives an empty text.
+std::string iso8601(const Orvane::CDateTime* time);
+
+/// As RFC 5280 section 5.3.1 spells it; the number for one without a name. Null gives an empty text.
+std::string reasonText(const Orvane::ASN1::CrlReason* reason);
+
+}  // namespace tallow::cli

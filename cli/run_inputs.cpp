@@ -1,0 +1,138 @@
+#include "cli/run_inputs.h"
+
+#include <new>
+
+#include "cli/input_files.h"
+#include "cli/safe_text.h"
+#include "handles/status.h"
+#include "platform/crypto/crypto_service.h"
+#include "platform/support/support_service.h"
+
+namespace tallow::cli {
+
+namespace {
+
+constexpr unsigned int kAllTraceLevels = 127;
+
+void openSettings(const CheckOptions& options) {
+    if (options.trace) {
+        static_cast<void>(support_trace_open(kAllTraceLevels, nullptr));
+    }
+    if (!options.settings.empty()) {
+        static_cast<void>(support_settings_open(options.settings.c_str()));
+    }
+    if (const std::string mistake = settingsMistake(); !mistake.empty()) {
+        throw InputError("settings", mistake, status::kNoPolicy);
+    }
+}
+
+void addCrls(void* store, const std::string& path) {
+    for (const std::string& crl : readCrls(path)) {
+        if (!CertAddEncodedCRLToStore(store, X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(crl.data()),
+                                      static_cast<DWORD>(crl.size()), CERT_STORE_ADD_ALWAYS, nullptr)) {
+            throw InputError(path, "is not a CRL; name one in PEM or DER", status::kAsn1Error);
+        }
+    }
+}
+
+PCCRYPT_OID_INFO hashNamed(const std::string& name) {
+    std::wstring key = wide(name);
+    return CryptFindOIDInfo(CRYPT_OID_INFO_NAME_KEY, key.data(), CRYPT_HASH_ALG_OID_GROUP_ID);
+}
+
+// "SHA-256" is what people write and "sha256" what the service calls it.
+std::string plainName(const std::string& name) {
+    std::string plain;
+    for (const char c : name) {
+        if (c != '-') {
+            plain += c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+        }
+    }
+    return plain;
+}
+
+std::string toHashOid(const std::string& hash) {
+    std::string oid = hash;
+    PCCRYPT_OID_INFO info = CryptFindOIDInfo(CRYPT_OID_INFO_OID_KEY, oid.data(), CRYPT_HASH_ALG_OID_GROUP_ID);
+    for (const std::string& name : {hash, plainName(hash)}) {
+        info = info == nullptr ? hashNamed(name) : info;
+    }
+    if (info == nullptr) {
+        throw InputError("--hash " + hash, "is no hash known here; name sha1, sha256, sha384, sha512 or an OID");
+    }
+    return info->pszOID;
+}
+
+bool isSignedBy(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer) {
+    return CryptVerifyCertificateSignatureEx(
+               0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, const_cast<_CERT_CONTEXT*>(certificate),
+               CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, const_cast<_CERT_CONTEXT*>(issuer), 0, nullptr) != 0;
+}
+
+}  // namespace
+
+std::string settingsMistake() {
+    SUPPORT_SETTINGS_ERROR error;
+    return support_settings_error(&error) == 0 ? std::string() : error.message;
+}
+
+RunInputs::RunInputs(const CheckOptions& options) {
+    openSettings(options);
+    if (extra_.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr) != 0) {
+        throw std::bad_alloc();
+    }
+    for (const std::string& path : options.trust) {
+        for (const ATL2::CCertContext& root : readCertificates(path)) {
+            crypto_add_trusted_root(root.get());
+            add(root);
+        }
+    }
+    for (const std::string& path : options.certs) {
+        for (const ATL2::CCertContext& certificate : readCertificates(path)) {
+            add(certificate);
+        }
+    }
+    for (const std::string& path : options.crls) {
+        addCrls(extra_.get(), path);
+    }
+    if (!options.issuer.empty()) {
+        issuer_ = readCertificates(options.issuer).front();
+        add(issuer_);  // the responder's chain goes through it as a rule
+    }
+    if (!options.hash.empty()) {
+        hashOid_ = toHashOid(options.hash);
+    }
+}
+
+void RunInputs::add(const ATL2::CCertContext& certificate) {
+    if (!CertAddCertificateContextToStore(extra_.get(), certificate.get(), CERT_STORE_ADD_USE_EXISTING, nullptr)) {
+        throw std::bad_alloc();
+    }
+}
+
+ATL2::CCertContext RunInputs::issuerOf(_CERT_CONTEXT const* certificate) const {
+    if (issuer_) {
+        return issuer_;
+    }
+    ATL2::CCertContext candidate;
+    // The search frees the context it is given, so each step hands the last one back.
+    while (_CERT_CONTEXT const* next = CertFindCertificateInStore(
+               extra_.get(), X509_ASN_ENCODING, 0, CERT_FIND_ISSUER_OF, certificate, candidate.detach())) {
+        candidate.reset(next);
+        if (isSignedBy(certificate, next)) {
+            return candidate;
+        }
+    }
+    return {};
+}
+
+// A signature that could not be judged at all, made with SHA-1 for one, says nothing against the issuer.
+void RunInputs::requireIssuer(_CERT_CONTEXT const* certificate) const {
+    if (issuer_ && !isSignedBy(certificate, issuer_.get()) && GetLastError() == NTE_BAD_SIGNATURE) {
+        throw InputError("--issuer",
+                         "the issuer given has the right name, but another key; name the one that signed (--issuer)",
+                         status::kIssuerMismatch);
+    }
+}
+
+}  // namespace tallow::cli

@@ -1,0 +1,43 @@
+// What all checks of one run share: settings, trusted roots, further certificates and CRLs, the issuer, the hash.
+#pragma once
+
+#include <string>
+
+#include "cli/options.h"
+#include "handles/cert_context.h"
+#include "handles/cert_store.h"
+
+namespace tallow::cli {
+
+class RunInputs {
+public:
+    /// Opens the settings and reads every file named by an option. Throws InputError for one that cannot be used.
+    explicit RunInputs(const CheckOptions& options);
+
+    /// Store handle of the certificates and CRLs of this run; owned by this object.
+    void* store() const { return extra_.get(); }
+
+    void add(const ATL2::CCertContext& certificate);
+
+    /// The issuer given, or the one among the certificates of the run whose key signed `certificate`; empty when the
+    /// library has to look for it.
+    ATL2::CCertContext issuerOf(_CERT_CONTEXT const* certificate) const;
+
+    /// Throws InputError when the issuer given did not sign `certificate`: asked with another key's hash, a responder
+    /// could at best say "unknown", and nobody would see why. Wrong names are the library's to refuse.
+    void requireIssuer(_CERT_CONTEXT const* certificate) const;
+
+    /// OID of the hash that names the issuer; empty when policy decides.
+    const std::string& hashOid() const { return hashOid_; }
+
+private:
+    ATL2::CCertStore extra_;
+    ATL2::CCertContext issuer_;
+    std::string hashOid_;
+};
+
+/// What is wrong with the settings file, with its line and column; empty when nothing is. A value of the wrong kind
+/// shows only when it has been read.
+std::string settingsMistake();
+
+}  // namespace tallow::cli

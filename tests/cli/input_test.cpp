@@ -1,0 +1,166 @@
+// Whatever a person gives the command: one clear line on standard error, the right exit status, no verdict.
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "tests/cli/command.h"
+#include "tests/cli/json_result.h"
+#include "tests/support/http_server.h"
+
+namespace {
+
+using namespace testkit;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+constexpr int kExitUsage = 64;
+constexpr int kExitNoAnswer = 3;
+
+std::string truncated(const std::string& pem) {
+    return pem.substr(0, pem.size() / 2);
+}
+
+std::string textOf(const Bytes& bytes) {
+    return {bytes.begin(), bytes.end()};
+}
+
+TEST(CertificateFile, ThatIsNoneIsToldInOneLineThatNamesIt) {
+    const Command tallow;
+    const std::string pem = certs().good.certificatePem();
+    const Bytes& der = certs().good.certificate;
+    std::filesystem::create_directory(tallow.folder().file("folder"));
+    struct Row {
+        const char* name;
+        std::string content;  // "-": nothing is written
+        const char* code;
+        const char* words;
+    };
+    for (const Row& row : {
+             Row{"missing", "-", "0x80070002", "No such file"},
+             Row{"folder", "-", "0x80070570", "folder"},
+             Row{"empty", "", "0x8007000D", "empty"},
+             Row{"key.pem", certs().good.key.pem(), "0x8007000D", "PRIVATE KEY"},
+             Row{"garbage", std::string(300, '\x01'), "0x80093101", "not a certificate"},
+             Row{"text", "not a certificate at all\n", "0x80093101", "not a certificate"},
+             Row{"half.pem", truncated(pem), "0x8007000D", "PEM"},
+             Row{"bad.pem", "-----BEGIN CERTIFICATE-----\n!!\n-----END CERTIFICATE-----\n", "0x8007000D", "PEM"},
+             Row{"begin.pem", "-----BEGIN CERTIFICATE", "0x8007000D", "PEM"},
+             Row{"half.der", textOf(der).substr(0, der.size() / 2), "0x80093101", "not a certificate"},
+             Row{"longer.der", textOf(der) + "tail", "0x80093101", "not a certificate"},
+         }) {
+        SCOPED_TRACE(row.name);
+        const std::string path = tallow.folder().file(row.name);
+        if (row.content != "-") {
+            tallow.file(row.name, row.content);
+        }
+        const ProcessResult run = tallow.check({"--json", path});
+        EXPECT_EQ(run.exitStatus, kExitNoAnswer);
+        EXPECT_EQ(numLines(run.err), 1U) << run.err;
+        EXPECT_THAT(run.err, AllOf(StartsWith("tallow: " + path + ": "), HasSubstr(row.words), HasSubstr(row.code)));
+        const auto results = parseResults(run.out);
+        ASSERT_EQ(results.size(), 1U);
+        EXPECT_EQ(results[0].at("status"), "error");
+        EXPECT_EQ(results[0].at("error.code"), row.code);
+    }
+}
+
+// What is given beside the certificates belongs to the whole run: nobody is asked when it is of no use.
+TEST(OptionFile, ThatIsOfNoUseIsWrongUsage) {
+    const Command tallow;
+    const HttpServer server([](const HttpRequest&) { return HttpReply{}; });
+    const std::string leaf = tallow.file("leaf.pem", certs().good);
+    const std::string key = tallow.file("key.pem", certs().good.key.pem());
+    const std::string missing = tallow.folder().file("missing");
+    struct Row {
+        const char* option;
+        const std::string& path;
+        const char* words;
+    };
+    for (const Row& row :
+         {Row{"--issuer", key, "PRIVATE KEY"}, Row{"--issuer", missing, "No such file"}, Row{"--trust", key, "PRIVATE"},
+          Row{"--certs", missing, "No such file"}, Row{"--crl", leaf, "\"CERTIFICATE\"; name a file with a CRL"},
+          Row{"--crl", missing, "No such file"}, Row{"--save-request", missing + "/request", "cannot be written"},
+          Row{"--save-response", missing + "/response", "cannot be written"}}) {
+        SCOPED_TRACE(std::string(row.option) + " " + row.path);
+        const ProcessResult run = tallow.check({"--url", server.url(), row.option, row.path, leaf});
+        EXPECT_EQ(run.exitStatus, kExitUsage);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(numLines(run.err), 1U) << run.err;
+        EXPECT_THAT(run.err, AllOf(StartsWith("tallow: "), HasSubstr(row.path), HasSubstr(row.words)));
+    }
+    EXPECT_EQ(server.requests().size(), 0U);
+}
+
+TEST(CommandLine, ThatIsWrongIsToldInOneLine) {
+    const Command tallow;
+    const std::string leaf = tallow.file("leaf.pem", certs().good);
+    struct Row {
+        std::vector<std::string> arguments;
+        const char* words;
+    };
+    for (const Row& row : {
+             Row{{}, "subcommand"},
+             Row{{"chekc", leaf}, "subcommand"},
+             Row{{"check"}, "CERT"},
+             Row{{"check", "--no-such-option", leaf}, "--no-such-option"},
+             Row{{"check", "--isuer", "ca.pem", leaf}, "--isuer"},  // not: "ca.pem cannot be opened"
+             Row{{"check", leaf, "--url"}, "--url"},
+             Row{{"check", "--url", "", leaf}, "--url"},
+             Row{{"check", "--issuer", "", leaf}, "--issuer"},
+             Row{{"check", "--hash", "sha257", leaf}, "sha257"},
+             Row{{"check", "--hash", "1.2.3.4", leaf}, "1.2.3.4"},
+             Row{{"check", "--save-request", "one.der", leaf, leaf}, "--save-request"},
+         }) {
+        const ProcessResult run = Command::plain(row.arguments);
+        SCOPED_TRACE(run.err);
+        EXPECT_EQ(run.exitStatus, kExitUsage);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(numLines(run.err), 1U);
+        EXPECT_THAT(run.err, AllOf(StartsWith("tallow: "), HasSubstr(row.words)));
+    }
+}
+
+TEST(CommandLine, AnswersHelpAndVersionOnStandardOutput) {
+    for (const auto& [arguments, words] : {std::pair(std::vector<std::string>{"--help"}, "check"),
+                                           std::pair(std::vector<std::string>{"--version"}, "0."),
+                                           std::pair(std::vector<std::string>{"check", "--help"}, "Exit status"),
+                                           std::pair(std::vector<std::string>{"check", "--version"}, "tallow ")}) {
+        const ProcessResult run = Command::plain(arguments);
+        EXPECT_EQ(run.exitStatus, 0);
+        EXPECT_THAT(run.out, HasSubstr(words));
+        EXPECT_EQ(run.err, "");
+    }
+}
+
+TEST(Settings, ThatAreMissingAreNoDefaults) {
+    const Command tallow;
+    const std::string missing = tallow.folder().file("missing.toml");
+    const ProcessResult run = Command::plain({"check", "--settings", missing, tallow.file("leaf.pem", certs().good)});
+    EXPECT_EQ(run.exitStatus, kExitUsage);
+    EXPECT_EQ(run.out, "");
+    EXPECT_THAT(run.err, HasSubstr(missing));
+}
+
+TEST(Settings, ThatAreBrokenNameLineAndColumnBeforeAnythingIsAsked) {
+    const Command tallow;
+    const std::string leaf = tallow.file("leaf.pem", certs().good);
+    struct Row {
+        const char* content;
+        const char* place;
+        int exitStatus;
+    };
+    // A value of the wrong kind shows when it is read, which is when the first certificate is checked.
+    for (const Row& row : {Row{"[crypto]\nsystem_roots = maybe\n", ":2:", kExitUsage},
+                           Row{"[config.cades.ocsppolicy]\n\nNonceLength = \"8\"\n", ":3:", kExitNoAnswer}}) {
+        const std::string settings = tallow.file("broken.toml", std::string(row.content));
+        const ProcessResult run =
+            Command::plain({"check", "--settings", settings, "--url", "http://127.0.0.1:9/", leaf});
+        SCOPED_TRACE(run.err);
+        EXPECT_EQ(run.exitStatus, row.exitStatus);
+        EXPECT_EQ(numLines(run.err), 1U);
+        EXPECT_THAT(run.err, HasSubstr(settings + row.place));
+    }
+}
+
+}  // namespace

@@ -1,0 +1,235 @@
+// What each option does to the question that is sent and to the answer that is believed.
+#include <gmock/gmock.h>
+
+#include "tests/cli/command.h"
+#include "tests/cli/json_result.h"
+#include "tests/support/http_server.h"
+
+namespace {
+
+using namespace testkit;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+constexpr int kExitNoAnswer = 3;
+
+// What openssl reads in a saved request or response.
+std::string opensslText(const std::string& kind, const std::string& path) {
+    const ProcessResult run = testkit::run({"openssl", "ocsp", "-noverify", kind, path, "-text"});
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+    return run.out;
+}
+
+TEST(TrustOption, IsWhatMakesAnAnswerCount) {
+    const Command tallow;
+    const Responder responder(responderOptions());
+    const std::string leaf = tallow.file("leaf.pem", certs().good);
+    const std::string root = tallow.file("root.pem", certs().root);
+    const std::string otherRoot = tallow.file("other.pem", rootCa("another root"));
+    // The issuer is known in all of these, so that the answer fits; only the trust in its root differs.
+    for (const std::vector<std::string>& trust :
+         {std::vector<std::string>{}, {"--trust", otherRoot}, {"--certs", root}}) {
+        std::vector<std::string> arguments{"--url", responder.url(), "--issuer", root, leaf};
+        arguments.insert(arguments.begin(), trust.begin(), trust.end());
+        const ProcessResult run = tallow.checkUntrusting(arguments);
+        EXPECT_EQ(run.exitStatus, kExitNoAnswer) << run.out;
+        EXPECT_THAT(run.err, AllOf(HasSubstr("0x800B0109"), HasSubstr("--trust")));
+    }
+    const std::string rootDer = tallow.file("root.der", certs().root.certificate);
+    const ProcessResult run =
+        tallow.checkUntrusting({"--trust", otherRoot, "--trust", rootDer, "--url", responder.url(), leaf});
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+}
+
+TEST(IssuerOption, MustNameTheIssuer) {
+    const Command tallow;
+    const Responder responder(responderOptions());
+    const std::string leaf = tallow.file("leaf.pem", certs().good);
+    struct Row {
+        const char* name;
+        Identity issuer;
+        const char* words;
+    };
+    for (const Row& row : {Row{"another name", rootCa("another root"), "finding the issuer"},
+                           Row{"the same name, another key", rootCa("command root"), "another key"}}) {
+        SCOPED_TRACE(row.name);
+        const std::string issuer = tallow.file("issuer.pem", row.issuer);
+        const ProcessResult run = tallow.check({"--url", responder.url(), "--issuer", issuer, leaf});
+        EXPECT_EQ(run.exitStatus, kExitNoAnswer) << run.out;
+        EXPECT_EQ(numLines(run.err), 1U);
+        EXPECT_THAT(run.err, AllOf(HasSubstr("0x800B0107"), HasSubstr(row.words), HasSubstr("--issuer")));
+    }
+    for (const std::string& issuer :
+         {tallow.file("root.pem", certs().root), tallow.file("root.der", certs().root.certificate)}) {
+        EXPECT_EQ(tallow.check({"--url", responder.url(), "--issuer", issuer, leaf}).exitStatus, 0);
+    }
+    const ProcessResult unknown = tallow.checkUntrusting({"--url", responder.url(), leaf});
+    EXPECT_EQ(unknown.exitStatus, kExitNoAnswer);
+    EXPECT_THAT(unknown.err, AllOf(HasSubstr("0x8009100E"), HasSubstr("--issuer")));
+}
+
+// An intermediate that neither the response nor a store holds, and the CRLs that the chain needs.
+TEST(CertsAndCrlOptions, CompleteTheChainOfTheResponder) {
+    const Command tallow;
+    const Identity ca = issueCa(certs().root, "intermediate");
+    CertificateSpec spec;
+    spec.commonName = "leaf below";
+    const Identity below = issue(ca, spec);
+    spec.commonName = "responder below";
+    spec.extendedKeyUsage = "OCSPSigning";
+    const Identity markless = issue(ca, spec);
+    const Responder responder({.ca = ca, .signer = markless, .index = {{below, 'V'}}, .arguments = {}, .clock = ""});
+    const std::string leaf = tallow.file("leaf.pem", below);
+    const std::string caFile = tallow.file("ca.pem", ca);
+    const std::string rootCrl = tallow.file("root.crl", makeCrl(certs().root, {}));
+    const std::string caCrl = tallow.file("ca.crl", toPem(makeCrl(ca, {}), "X509 CRL"));
+    const std::string revoking = tallow.file("revoking.crl", makeCrl(ca, {.revokedSerials = {markless.serial()}}));
+    const std::string stale = tallow.file("stale.crl", makeCrl(ca, {.nextUpdateSeconds = -60}));
+    struct Row {
+        const char* name;
+        std::vector<std::string> options;
+        int exitStatus;
+        const char* code;
+    };
+    for (const Row& row : {
+             Row{"nothing", {}, kExitNoAnswer, "0x8009100E"},
+             Row{"no CRL", {"--certs", caFile}, kExitNoAnswer, "0x80092012"},
+             Row{"CRL of the responder alone", {"--certs", caFile, "--crl", caCrl}, kExitNoAnswer, "0x80092012"},
+             Row{"stale CRL", {"--certs", caFile, "--crl", stale, "--crl", rootCrl}, kExitNoAnswer, "0x80092012"},
+             Row{"both", {"--certs", caFile, "--crl", caCrl, "--crl", rootCrl}, 0, ""},
+             Row{"issuer in place of certs", {"--issuer", caFile, "--crl", caCrl, "--crl", rootCrl}, 0, ""},
+             Row{"revoked", {"--certs", caFile, "--crl", revoking, "--crl", rootCrl}, kExitNoAnswer, "0x80092010"},
+         }) {
+        SCOPED_TRACE(row.name);
+        std::vector<std::string> arguments = row.options;
+        arguments.insert(arguments.end(), {"--url", responder.url(), leaf});
+        const ProcessResult run = tallow.check(arguments);
+        EXPECT_EQ(run.exitStatus, row.exitStatus) << run.out << run.err;
+        EXPECT_THAT(run.err, HasSubstr(row.code));
+    }
+    // Certificates behind the first one in its file are there for the chain as well.
+    const std::string bundle = tallow.file("bundle.pem", below.certificatePem() + ca.certificatePem());
+    EXPECT_EQ(tallow.check({"--crl", caCrl, "--crl", rootCrl, "--url", responder.url(), bundle}).exitStatus, 0);
+}
+
+TEST(CrlOption, IsNeededForAResponderWithoutTheNoCheckMark) {
+    const Command tallow;
+    const Responder responder(responderOptions(certs().markless));
+    const std::string leaf = tallow.file("leaf.pem", certs().good);
+    const ProcessResult without = tallow.check({"--url", responder.url(), leaf});
+    EXPECT_EQ(without.exitStatus, kExitNoAnswer);
+    EXPECT_THAT(without.err, AllOf(HasSubstr("0x80092012"), HasSubstr("--crl")));
+    const std::string crl = tallow.file("root.crl", makeCrl(certs().root, {}));
+    EXPECT_EQ(tallow.check({"--crl", crl, "--url", responder.url(), leaf}).exitStatus, 0);
+}
+
+TEST(HashOption, DecidesHowTheIssuerIsNamed) {
+    const Command tallow;
+    const Responder responder(responderOptions());
+    const std::string leaf = tallow.file("leaf.pem", certs().good);
+    const std::string saved = tallow.folder().file("request.der");
+    struct Row {
+        const char* hash;
+        const char* shown;
+    };
+    for (const Row& row : {Row{"sha1", "sha1"}, Row{"sha256", "sha256"}, Row{"SHA-384", "sha384"},
+                           Row{"2.16.840.1.101.3.4.2.3", "sha512"}}) {
+        SCOPED_TRACE(row.hash);
+        const ProcessResult run =
+            tallow.check({"--hash", row.hash, "--save-request", saved, "--url", responder.url(), leaf});
+        EXPECT_EQ(run.exitStatus, 0) << run.err;
+        EXPECT_THAT(opensslText("-reqin", saved), HasSubstr(std::string("Hash Algorithm: ") + row.shown));
+    }
+}
+
+TEST(NonceOption, RulesTheQuestionAndWhatCountsAsItsAnswer) {
+    const Command tallow;
+    const HttpServer ignorant([](const HttpRequest&) { return HttpReply{.body = buildResponse(goodResponse())}; });
+    const Responder responder(responderOptions());
+    const std::string leaf = tallow.file("leaf.pem", certs().good);
+    const std::string saved = tallow.folder().file("request.der");
+    struct Row {
+        const char* option;
+        std::string url;
+        int exitStatus;
+        bool isAsked;
+    };
+    for (const Row& row :
+         {Row{"--nonce", responder.url(), 0, true}, Row{"--no-nonce", responder.url(), 0, false},
+          Row{"--nonce", ignorant.url(), kExitNoAnswer, true}, Row{"--no-nonce", ignorant.url(), 0, false}}) {
+        SCOPED_TRACE(row.option + row.url);
+        const ProcessResult run = tallow.check({row.option, "--save-request", saved, "--url", row.url, leaf});
+        EXPECT_EQ(run.exitStatus, row.exitStatus) << run.err;
+        EXPECT_EQ(opensslText("-reqin", saved).find("OCSP Nonce") != std::string::npos, row.isAsked);
+    }
+    const ProcessResult refused = tallow.check({"--nonce", "--url", ignorant.url(), leaf});
+    EXPECT_THAT(refused.err, AllOf(HasSubstr("0xC2110120"), HasSubstr("--no-nonce"), HasSubstr(ignorant.url())));
+}
+
+TEST(UrlOption, OverridesTheAddressesOfTheCertificate) {
+    const Command tallow;
+    const HttpServer own([](const HttpRequest&) { return HttpReply{.status = 500}; });
+    ResponderOptions options = responderOptions();
+    const Identity leaf = leafWith({own.url()});
+    options.index.push_back({leaf, 'V'});
+    const Responder responder(options);
+    const ProcessResult run = tallow.check({"--url", responder.url(), tallow.file("leaf.pem", leaf)});
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_TRUE(own.requests().empty());
+}
+
+// The responder's host does not exist: only whoever asks the proxy for it gets an answer.
+TEST(ProxyOption, LeadsTheExchangeThroughTheProxy) {
+    const Command tallow;
+    const HttpServer proxy([](const HttpRequest&) { return HttpReply{.body = buildResponse(goodResponse())}; });
+    const std::string leaf = tallow.file("leaf.pem", certs().good);
+    const std::string url = "http://responder.invalid/ocsp";
+    const ProcessResult run = tallow.check({"--json", "--no-nonce", "--proxy", proxy.url(""), "--url", url, leaf});
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_EQ(parseResults(run.out).at(0).at("responder"), url);
+    ASSERT_EQ(proxy.requests().size(), 1U);
+    EXPECT_EQ(proxy.requests()[0].target, url);
+    EXPECT_EQ(proxy.requests()[0].method, "POST");
+}
+
+TEST(SaveOptions, KeepWhatWasSentAndWhatCameBack) {
+    const Command tallow;
+    const Responder responder(responderOptions());
+    const std::string request = tallow.folder().file("request.der");
+    const std::string response = tallow.folder().file("response.der");
+    for (const Identity& identity : {certs().good, certs().revoked}) {
+        const std::string leaf = tallow.file("leaf.pem", identity);
+        tallow.check({"--save-request", request, "--save-response", response, "--url", responder.url(), leaf});
+        EXPECT_THAT(opensslText("-reqin", request), HasSubstr("Serial Number"));
+        EXPECT_THAT(opensslText("-respin", response), HasSubstr("OCSP Response Status: successful"));
+    }
+    // The request is kept also when nobody answers it; an old answer is then still the old one.
+    const std::string leaf = tallow.file("leaf.pem", certs().good);
+    const Bytes before = readFile(response);
+    std::filesystem::remove(request);
+    tallow.check({"--save-request", request, "--save-response", response, "--url", "http://127.0.0.1:9/", leaf});
+    EXPECT_TRUE(std::filesystem::exists(request));
+    EXPECT_EQ(readFile(response), before);
+}
+
+TEST(TraceOption, WritesToStandardErrorAlone) {
+    const Command tallow;
+    const Responder responder(responderOptions());
+    const ProcessResult run =
+        tallow.check({"--trace", "--json", "--url", responder.url(), tallow.file("leaf.pem", certs().good)});
+    EXPECT_EQ(run.exitStatus, 0);
+    EXPECT_EQ(parseResults(run.out).size(), 1U);
+    EXPECT_THAT(run.err, HasSubstr("Sending request to \"" + responder.url() + "\""));
+}
+
+// With a cache on disk an answer is asked for once; a dead responder then is one that cannot be reached, too.
+TEST(CacheSetting, ChangesNothingAboutWhatIsReported) {
+    const Command tallow("[config.Basalt.cache_settings]\nOcspValiditySeconds = 60\n");
+    const std::string dead = "http://127.0.0.1:" + std::to_string(closedPort());
+    const ProcessResult run = tallow.check({"--url", dead, tallow.file("leaf.pem", certs().good)});
+    EXPECT_EQ(run.exitStatus, kExitNoAnswer);
+    EXPECT_THAT(run.err, AllOf(HasSubstr(dead + ": gave no usable answer: "), Not(HasSubstr("456"))));
+}
+
+}  // namespace

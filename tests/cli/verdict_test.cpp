@@ -1,0 +1,118 @@
+// What is printed, where, and with which exit status, when responders answer as they should.
+#include <gmock/gmock.h>
+
+#include "tests/cli/command.h"
+#include "tests/cli/json_result.h"
+
+namespace {
+
+using namespace testkit;
+using testing::AllOf;
+using testing::ElementsAre;
+using testing::EndsWith;
+using testing::HasSubstr;
+using testing::Key;
+using testing::MatchesRegex;
+using testing::Pair;
+using testing::StartsWith;
+
+constexpr const char* kIso8601 = "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z";
+
+TEST(Verdict, StandsFirstOnStandardOutputAndInTheExitStatus) {
+    const Command tallow;
+    const Responder responder(responderOptions());
+    struct Row {
+        const char* name;
+        const Identity& certificate;
+        const char* verdict;
+        int exitStatus;
+    };
+    for (const Row& row :
+         {Row{"good.pem", certs().good, ": good\n", 0}, Row{"revoked.pem", certs().revoked, ": revoked since ", 1},
+          Row{"unknown.pem", certs().unknown, ": unknown\n", 2}}) {
+        SCOPED_TRACE(row.name);
+        const std::string file = tallow.file(row.name, row.certificate);
+        const ProcessResult run = tallow.check({"--url", responder.url(), file});
+        EXPECT_EQ(run.exitStatus, row.exitStatus);
+        EXPECT_THAT(run.out, StartsWith(file + row.verdict));
+        EXPECT_THAT(run.out, AllOf(HasSubstr("responder:    " + responder.url()), HasSubstr("this update:")));
+        EXPECT_EQ(run.err, "");
+    }
+}
+
+TEST(Verdict, OfAListTakesTheWorstByItsPrecedence) {
+    const Command tallow;
+    const Responder responder(responderOptions());
+    const std::string good = tallow.file("good.pem", certs().good);
+    const std::string revoked = tallow.file("revoked.pem", certs().revoked);
+    const std::string unknown = tallow.file("unknown.pem", certs().unknown);
+    const std::string broken = tallow.file("broken.pem", std::string("no certificate"));
+    struct Row {
+        std::vector<std::string> files;
+        int exitStatus;
+    };
+    for (const Row& row : {Row{{good, good}, 0}, Row{{good, unknown}, 2}, Row{{unknown, broken, good}, 3},
+                           Row{{broken, unknown, revoked, good}, 1}}) {
+        SCOPED_TRACE(row.exitStatus);
+        std::vector<std::string> arguments{"--json", "--url", responder.url()};
+        arguments.insert(arguments.end(), row.files.begin(), row.files.end());
+        const ProcessResult run = tallow.check(arguments);
+        EXPECT_EQ(run.exitStatus, row.exitStatus);
+        const auto results = parseResults(run.out);
+        ASSERT_EQ(results.size(), row.files.size());
+        for (std::size_t i = 0; i < results.size(); ++i) {
+            EXPECT_EQ(results[i].at("file"), row.files[i]);
+        }
+    }
+}
+
+TEST(Verdict, AsJsonHasEveryFieldThatAppliesAndNoOther) {
+    const Command tallow;
+    const Responder responder(responderOptions());
+    const ProcessResult run = tallow.check({"--json", "--url", responder.url(), tallow.file("good", certs().good),
+                                            tallow.file("revoked", certs().revoked), tallow.folder().file("none")});
+    EXPECT_EQ(run.exitStatus, 1);
+    const auto results = parseResults(run.out);
+    ASSERT_EQ(results.size(), 3U);
+    EXPECT_THAT(results[0],
+                ElementsAre(Key("file"), Pair("nextUpdate", MatchesRegex(kIso8601)),
+                            Pair("producedAt", MatchesRegex(kIso8601)), Pair("responder", responder.url()),
+                            Pair("serial", testing::StrCaseEq(toHex(certs().good.serial()))), Pair("status", "good"),
+                            Pair("subject", HasSubstr("good")), Pair("thisUpdate", MatchesRegex(kIso8601))));
+    EXPECT_EQ(results[1].at("status"), "revoked");
+    EXPECT_THAT(results[1].at("revocationTime"), MatchesRegex(kIso8601));
+    EXPECT_EQ(results[1].at("revocationReason"), "keyCompromise");
+    EXPECT_THAT(results[2], ElementsAre(Pair("error.code", "0x80070002"), Pair("error.text", HasSubstr("opened")),
+                                        Pair("file", EndsWith("none")), Pair("status", "error")));
+}
+
+TEST(Verdict, LeavesOutTheRevocationReasonAndNextUpdateThatNobodyStated) {
+    const Command tallow;
+    ResponderOptions options = responderOptions();
+    options.index[1].reason = "";
+    options.arguments.clear();
+    const Responder responder(options);
+    const ProcessResult run =
+        tallow.check({"--json", "--url", responder.url(), tallow.file("revoked.der", certs().revoked.certificate)});
+    EXPECT_EQ(run.exitStatus, 1);
+    EXPECT_THAT(parseResults(run.out),
+                ElementsAre(ElementsAre(Key("file"), Key("producedAt"), Key("responder"), Key("revocationTime"),
+                                        Key("serial"), Pair("status", "revoked"), Key("subject"), Key("thisUpdate"))));
+}
+
+// An answer that nobody received must not end in success.
+TEST(Verdict, ThatCannotBeWrittenIsNotGood) {
+    const Command tallow;
+    const Responder responder(responderOptions());
+    for (const auto& [certificate, exitStatus] : {std::pair(certs().good, 3), std::pair(certs().revoked, 1)}) {
+        const std::string command = std::string(TALLOW_COMMAND) + " check --settings " +
+                                    tallow.folder().file("settings.toml") + " --trust " +
+                                    tallow.folder().file("trusted-root.pem") + " --url " + responder.url() + " " +
+                                    tallow.file("leaf.pem", certificate) + " >/dev/full";
+        const ProcessResult run = testkit::run({"sh", "-c", command});
+        EXPECT_EQ(run.exitStatus, exitStatus);
+        EXPECT_THAT(run.err, HasSubstr("standard output"));
+    }
+}
+
+}  // namespace
