@@ -82,7 +82,7 @@ TEST_F(CertContext, DetachingCopiesWhatTheServiceCannotDerive) {
     expectProperty(service_, &old_, 5, "");
     expectProperty(service_, &old_, 11, "name");
     expectProperty(service_, &old_, 81, std::string("a\0b", 3));
-    const auto blobHolds = [](std::string expected) {
+    const auto blobHolds = [](const std::string& expected) {
         return testing::ResultOf(
             [](const void* data) {
                 const auto* blob = static_cast<const CRYPT_DATA_BLOB*>(data);

@@ -44,6 +44,7 @@ TEST(PolicyReading, OneObjectServesTheWholeProcess) {
         first.bind();
         settings.write("NonceLength = 32\nLegacyPolicyReading = true\n");
         std::vector<std::thread> threads;
+        threads.reserve(8);
         for (int i = 0; i < 8; ++i) {
             threads.emplace_back([&first] {
                 RequestBinding other;

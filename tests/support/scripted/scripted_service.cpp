@@ -77,6 +77,7 @@ void support_dprint_print_(TSupportDbContext_*, const char* format, const char*,
     std::va_list arguments;
     va_start(arguments, function);
     char text[1024] = "";
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start stands above
     std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
     testkit::active->trace(function, text);
