@@ -8,6 +8,7 @@
 #include "asn1rt/decode.h"
 #include "asn1rt/status.h"
 #include "schema/record.h"
+#include "schema/value_codec.h"
 
 namespace schema {
 
@@ -96,14 +97,22 @@ void freePrimitive(ASN1CTXT* ctxt, const MemberInfo& member, void* slot);
 
 /// The value of any member at `slot`, without a tag of the member's own.
 int encodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType);
-int decodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType, int length);
+inline int decodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType, int length) {
+    return member.kind < Kind::Sequence ? decodePrimitive(ctxt, member, slot, tagType, length)
+                                        : decodeValue(ctxt, *member.type, slot, tagType, length);
+}
 void copyContents(ASN1CTXT* ctxt, const MemberInfo& member, const void* from, void* to);
 void freeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot);
 
 /// A member of a record with its own tag, found behind its pointer or allocated for it. For decoding, a tag of its own
 /// has been read, and `length` behind it. A pointer is set once its value is decoded.
 int encodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
-int decodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1TagType tagType, int length);
+int decodePointer(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1TagType tagType, int length);
+inline int decodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1TagType tagType, int length) {
+    return (member.flags & kPointer) != 0
+               ? decodePointer(ctxt, member, record, tagType, length)
+               : decodeContents(ctxt, member, &at<std::uint8_t>(record, member.offset), tagType, length);
+}
 /// A required member with a tag of its own: reads the tag, then the member.
 int decodeOwnTag(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
 /// std::bad_alloc when the value behind a pointer finds no memory.

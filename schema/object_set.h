@@ -70,8 +70,13 @@ public:
     /// The first object with exactly this key, or null.
     Class* lookupObject(ASN1TObjId key) const { return find(key); }
     [[nodiscard]] Class* find(const ASN1OBJID& key) const {
+        if (key.numids == 0 || key.numids > ASN1_MAX_ARCS) {
+            return nullptr;
+        }
+        const std::uint32_t last = key.numids - 1;
         for (Class* object : mObjects) {
-            if (object->id == key) {
+            // Keys of one registry differ in their last arc, so that it settles most comparisons.
+            if (object->id.numids == key.numids && object->id.subid[last] == key.subid[last] && object->id == key) {
                 return object;
             }
         }

@@ -76,11 +76,6 @@ int encodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1Tag
                                         : encodeValue(ctxt, *member.type, slot, tagType);
 }
 
-int decodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType, int length) {
-    return member.kind < Kind::Sequence ? decodePrimitive(ctxt, member, slot, tagType, length)
-                                        : decodeValue(ctxt, *member.type, slot, tagType, length);
-}
-
 int encodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record) {
     void* slot = slotOf(member, record);
     if (slot == nullptr) {
@@ -95,10 +90,7 @@ int encodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record) {
     return encodeContents(ctxt, member, slot, TAG_EXPLICIT);
 }
 
-int decodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1TagType tagType, int length) {
-    if ((member.flags & kPointer) == 0) {
-        return decodeContents(ctxt, member, &at<std::uint8_t>(record, member.offset), tagType, length);
-    }
+int decodePointer(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1TagType tagType, int length) {
     void* value = rtMemHeapAllocZ(&ctxt->pTypeMemHeap, storageSize(member));
     if (value == nullptr) {
         return STATUS_NO_MEMORY;
