@@ -68,6 +68,7 @@ template <class Class, std::size_t count>
 class ObjectSet {
 public:
     /// The first object with exactly this key, or null.
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): callers hand over identifiers of any kind by value
     Class* lookupObject(ASN1TObjId key) const { return find(key); }
     [[nodiscard]] Class* find(const ASN1OBJID& key) const {
         if (key.numids == 0 || key.numids > ASN1_MAX_ARCS) {
@@ -91,7 +92,8 @@ protected:
 template <class Class>
 class ObjectSet<Class, 0> {
 public:
-    Class* lookupObject(ASN1TObjId) const { return nullptr; }
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): as above
+    Class* lookupObject(ASN1TObjId /*key*/) const { return nullptr; }
     [[nodiscard]] Class* find(const ASN1OBJID&) const { return nullptr; }
 };
 

@@ -45,6 +45,11 @@ int decodeAtPosition(ASN1CTXT* ctxt, const MemberInfo& member, void* record, boo
             isThere = false;
             return 0;
         }
+        if (mayBeAbsent && (member.flags & kExplicit) != 0) {
+            int length = 0;
+            const int status = xd_Tag1AndLen(ctxt, &length);
+            return status != 0 ? status : decodeMember(ctxt, member, record, TAG_EXPLICIT, length);
+        }
         return decodeOwnTag(ctxt, member, record);
     }
     if (mayBeAbsent && member.kind == Kind::Choice && !isChoiceAhead(ctxt, member)) {
