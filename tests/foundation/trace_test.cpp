@@ -12,6 +12,7 @@ using testing::Return;
 using testkit::Script;
 
 TSupportDbContext_* fakeContext(std::uintptr_t number) {
+    // NOLINTNEXTLINE(performance-no-int-to-ptr): a handle is only ever compared
     return reinterpret_cast<TSupportDbContext_*>(number);
 }
 

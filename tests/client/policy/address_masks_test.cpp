@@ -56,15 +56,15 @@ TEST(AddressMasks, ListsAdmitWholeAddressesOnly) {
 TEST(AddressMasks, EachWordRefusesOneSchemeAtOneKindOfServer) {
     struct Kind {
         const char* prefix;
-        bool isProxy;
         const wchar_t* address;
         std::int32_t refusal;
+        bool isProxy;
     };
     const Kind kinds[] = {
-        {"AuthSSLDeny", false, L"https://a/", status::kResponderAuthRefused},
-        {"AuthDeny", false, L"http://a/", status::kResponderAuthRefused},
-        {"ProxyAuthSSLDeny", true, L"https://a/", status::kProxyAuthRefused},
-        {"ProxyAuthDeny", true, L"http://a/", status::kProxyAuthRefused},
+        {"AuthSSLDeny", L"https://a/", status::kResponderAuthRefused, false},
+        {"AuthDeny", L"http://a/", status::kResponderAuthRefused, false},
+        {"ProxyAuthSSLDeny", L"https://a/", status::kProxyAuthRefused, true},
+        {"ProxyAuthDeny", L"http://a/", status::kProxyAuthRefused, true},
     };
     struct Scheme {
         const char* name;
