@@ -291,6 +291,11 @@ TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames)
                  delegate, {asked, certIdOf(pki.good, pki.sibling), asked, certIdOf(pki.ca, pki.root)}, {pki.ca}};
          },
          {1, 0, 1, 0}},
+        {"a CA for what it issued, but not for what its own issuer issued",
+         [&] {
+             return Question{pki.ca, {asked, certIdOf(pki.sibling, pki.root)}};
+         },
+         {1, 0}},
         {"an issuer without the usage, for its own entry alone",
          [&] {
              return Question{pki.sibling, {certIdOf(pki.good, pki.sibling), asked}, {pki.ca}};
