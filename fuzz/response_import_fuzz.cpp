@@ -1,0 +1,79 @@
+// CResponse::Import and all that can be asked of an imported response without a network, under default policies.
+#include <cstdint>
+#include <cstdlib>
+
+#include "client/response/response.h"
+#include "handles/exception.h"
+#include "platform/support/support_service.h"
+
+namespace {
+
+using namespace Orvane;
+using namespace Orvane::PKI::OCSP;
+using namespace Orvane::PKI::OCSP::Client;
+
+// Settings from an empty file, so that the machine's do not matter.
+const int kSettings = support_settings_open("/dev/null");
+
+template <class Action>
+void attempt(Action action) {
+    try {
+        action();
+    } catch (const ATL::CAtlException&) {
+    }
+}
+
+void readEntry(const CResponse& response, unsigned long index) {
+    const CCertID id = response.get_SRCertID(index);
+    if (response.get_SRIndexByCertID(id) > index) {
+        std::abort();  // the entry itself names that certificate
+    }
+    response.get_SRStatus(index);
+    response.get_SRRevTime(index);
+    response.get_SRRevReason(index);
+    response.get_SRThisUpdate(index);
+    response.get_SRNextUpdate(index);
+    response.get_SRHistoricalRequest(index);
+    response.get_SRArchiveCutoff(index);
+    response.get_SRCRLReference(index);
+    response.get_SRAdditionalExtensions(index);
+    bool authorized = true;
+    response.VerifySR(index, "1.2.3", &authorized);
+}
+
+void read(const CResponse& response) {
+    response.get_ProducedAt();
+    response.get_responderIDType();
+    response.get_responderID();
+    response.get_HasNonce();
+    response.get_SignatureAlgorithm();
+    response.get_SignatureAlgorithmOID();
+    response.get_SignatureAlgorithmParameters();
+    response.get_AdditionalExtensions();
+    response.get_Certificates();
+    for (unsigned long index = 0; index < response.get_SRNumber() && index < 8; ++index) {
+        attempt([&] { readEntry(response, index); });
+    }
+    attempt([&] {
+        if (_CERT_CONTEXT const* responder = response.get_OCSPCertificate(nullptr, 0); responder != nullptr) {
+            response.Verify(responder, nullptr);
+        }
+    });
+    attempt([&] { CResponse copy(response); });
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    if (kSettings != 0) {
+        std::abort();
+    }
+    static CResponse response;  // reused, so that nothing of one import shows in the next
+    attempt([&] {
+        response.Import(data, size, nullptr);
+        if (response.get_Status() == 0) {
+            read(response);
+        }
+    });
+    return 0;
+}
