@@ -139,12 +139,6 @@ private:
         if ((X509_get_key_usage(issuer.x509()) & KU_KEY_CERT_SIGN) == 0) {
             verdict_.elements[i + 1].error |= CERT_TRUST_IS_NOT_VALID_FOR_USAGE;
         }
-        // OpenSSL takes a certificate without basicConstraints for a CA when its key usage says so. A root of old may
-        // lack the extension; nobody else may.
-        const bool isAnchor = isLast(i + 1) && path_.anchored;
-        if (!isAnchor && X509_check_ca(issuer.x509()) != 1) {
-            verdict_.elements[i + 1].error |= CERT_TRUST_INVALID_BASIC_CONSTRAINTS;
-        }
     }
 
     void verify() {
