@@ -3,6 +3,7 @@
 // Level counts the stages, so that of several failed attempts the one that came closest to an answer is reported:
 // 1 address policy, 2 exchange, 3 HTTP status, 4 decoding, 5 response status, 6 producedAt, 7 thisUpdate and beyond.
 #include "asn1/text_conversions.h"
+#include "client/policy/response_policy.h"
 #include "client/request/request_impl.h"
 #include "client/transport/http_exchange.h"
 #include "foundation/date_time.h"
@@ -82,8 +83,8 @@ void CRequest::Impl::checkThisUpdates() const {
         if (index == CResponse::kNoIndex || Response->get_SRHistoricalRequest(index) != nullptr) {
             continue;
         }
-        const CDateTime limit = DateAddW(Policy->ThisUpdateAccuracy.c_str(),
-                                         -static_cast<int>(Policy->ThisUpdateAccuracyUnits), CDateTime::Now());
+        const CDateTime limit =
+            thisUpdateLimit(Policy->ThisUpdateAccuracy, Policy->ThisUpdateAccuracyUnits, CDateTime::Now());
         if (Response->get_SRThisUpdate(index) < limit) {
             ATL::AtlThrowImpl(status::kThisUpdateTooOld);
         }

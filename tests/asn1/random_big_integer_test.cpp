@@ -3,7 +3,7 @@
 #include "asn1/big_integer.h"
 #include "handles/status.h"
 #include "tests/asn1/blobs.h"
-#include "tests/support/scripted/scripted_service.h"
+#include "tests/scripted_service/scripted_service.h"
 #include "tests/support/status_matcher.h"
 
 namespace {

@@ -8,7 +8,7 @@
 #include <string>
 #include <utility>
 
-#include "tests/support/scripted/scripted_service.h"
+#include "tests/scripted_service/scripted_service.h"
 #include "tests/support/status_matcher.h"
 
 namespace {

@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-#include "tests/support/scripted/scripted_service.h"
+#include "tests/scripted_service/scripted_service.h"
 #include "tests/support/status_matcher.h"
 
 namespace {

@@ -5,7 +5,7 @@
 #include <utility>
 
 #include "handles/cert_chain_context.h"
-#include "tests/support/scripted/scripted_service.h"
+#include "tests/scripted_service/scripted_service.h"
 
 namespace {
 

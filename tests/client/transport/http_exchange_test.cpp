@@ -10,7 +10,7 @@
 #include <string>
 
 #include "tests/client/support/client_test.h"
-#include "tests/support/scripted/scripted_service.h"
+#include "tests/scripted_service/scripted_service.h"
 
 namespace {
 

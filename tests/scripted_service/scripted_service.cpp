@@ -1,4 +1,4 @@
-#include "tests/support/scripted/scripted_service.h"
+#include "tests/scripted_service/scripted_service.h"
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
@@ -52,7 +52,7 @@ ScriptedService::~ScriptedService() {
 void ScriptedService::answerByPlatform() {
 #define SCRIPTED(result, name, parameters, arguments) \
     ON_CALL(*this, name).WillByDefault(testing::Invoke(real<result parameters>(#name)));
-#include "tests/support/scripted/service_functions.inc"
+#include "tests/scripted_service/service_functions.inc"
 #undef SCRIPTED
 }
 
@@ -67,7 +67,7 @@ extern "C" {
         }                                                 \
         return testkit::active->name arguments;           \
     }
-#include "tests/support/scripted/service_functions.inc"
+#include "tests/scripted_service/service_functions.inc"
 #undef SCRIPTED
 
 void support_dprint_print_(TSupportDbContext_*, const char* format, const char*, int, const char* function, ...) {

@@ -28,7 +28,7 @@ public:
     ScriptedService& operator=(const ScriptedService&) = delete;
 
 #define SCRIPTED(result, name, parameters, arguments) MOCK_METHOD(result, name, parameters);
-#include "tests/support/scripted/service_functions.inc"
+#include "tests/scripted_service/service_functions.inc"
 #undef SCRIPTED
     /// One trace line: the function's label and the text as formatted.
     MOCK_METHOD(void, trace, (const std::string& function, const std::string& text));
