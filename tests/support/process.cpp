@@ -50,10 +50,15 @@ pid_t spawn(const std::vector<std::string>& arguments, const std::string& outPat
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(), kFlags, 0600);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(), kFlags, 0600);
+    // A process group of its own, so that what the program starts is ended with it.
+    posix_spawnattr_t attributes;
+    posix_spawnattr_init(&attributes);
+    posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
     const std::vector<std::string> merged = mergedEnvironment(environment);
     pid_t pid = -1;
-    const int error = posix_spawnp(&pid, arguments.at(0).c_str(), &actions, nullptr, pointers(arguments).data(),
+    const int error = posix_spawnp(&pid, arguments.at(0).c_str(), &actions, &attributes, pointers(arguments).data(),
                                    pointers(merged).data());
+    posix_spawnattr_destroy(&attributes);
     posix_spawn_file_actions_destroy(&actions);
     if (error != 0) {
         throw std::runtime_error("cannot start " + arguments.at(0));
@@ -74,7 +79,7 @@ int waitFor(pid_t pid, Clock::time_point deadline) {
 }
 
 void kill(pid_t pid) {
-    ::kill(pid, SIGKILL);
+    ::kill(-pid, SIGKILL);
     ::waitpid(pid, nullptr, 0);
 }
 
@@ -84,6 +89,13 @@ std::string textOf(const std::string& path) {
     }
     const Bytes bytes = readFile(path);
     return {bytes.begin(), bytes.end()};
+}
+
+// The system ends the process when the test program ends, however that happens: nobody may be left to do it.
+std::vector<std::string> dyingWithUs(const std::vector<std::string>& arguments) {
+    std::vector<std::string> all = {"setpriv", "--pdeathsig", "KILL"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    return all;
 }
 
 }  // namespace
@@ -104,7 +116,7 @@ ProcessResult run(const std::vector<std::string>& arguments, int timeoutMs,
 
 BackgroundProcess::BackgroundProcess(const std::vector<std::string>& arguments, std::string outputPath,
                                      const std::vector<std::string>& environment)
-    : pid_(spawn(arguments, outputPath, outputPath, environment)), outputPath_(std::move(outputPath)) {}
+    : pid_(spawn(dyingWithUs(arguments), outputPath, outputPath, environment)), outputPath_(std::move(outputPath)) {}
 
 BackgroundProcess::~BackgroundProcess() {
     stop();

@@ -19,7 +19,8 @@ struct ProcessResult {
 ProcessResult run(const std::vector<std::string>& arguments, int timeoutMs = 30000,
                   const std::vector<std::string>& environment = {});
 
-/// A process that runs beside the test and is killed with its object.
+/// A process that runs beside the test and is killed, with all that it started, with its object; also when the thread
+/// that made it ends without a word.
 class BackgroundProcess {
 public:
     /// Standard output and error go to the file `outputPath`. `environment` holds further "NAME=value" entries.

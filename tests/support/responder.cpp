@@ -33,7 +33,8 @@ std::string makeIndex(const std::vector<IndexEntry>& entries) {
 Responder::Responder(const ResponderOptions& options) {
     std::vector<std::string> arguments;
     if (!options.clock.empty()) {
-        arguments = {"faketime", "-f", options.clock};
+        // faketime stays beside the responder; when it is ended, the responder has to follow.
+        arguments = {"faketime", "-f", options.clock, "setpriv", "--pdeathsig", "KILL"};
     }
     for (const std::string& argument :
          {std::string("openssl"), std::string("ocsp"), std::string("-port"), std::string("0"), std::string("-timeout"),
