@@ -20,7 +20,7 @@ struct Remedy {
 };
 constexpr Remedy kRemedies[] = {
     {status::kNoResponder, "--url"},         {status::kNoSigner, "--issuer"},
-    {status::kIssuerMismatch, "--issuer"},   {status::kNonceMismatch, "--no-nonce asks such a responder"},
+    {status::kIssuerMismatch, "--issuer"},   {status::kNonceMismatch, "--no-nonce"},
     {status::kCryptNotFound, "--certs"},     {status::kUntrustedRoot, "--trust"},
     {status::kChaining, "--certs, --trust"}, {status::kNoRevocationCheck, "--crl"},
     {status::kRevocationOffline, "--crl"},
@@ -48,17 +48,26 @@ bool gotNoAnswer(CRequest::Attempt const& attempt) {
     return attempt.status == status::kHttpStatus && attempt.httpStatus == 0;
 }
 
+const char* remedyOfHttp(unsigned long httpStatus) {
+    constexpr unsigned long kProxyLogin = 407;
+    constexpr unsigned long kFirstOfServerErrors = 500;
+    if (httpStatus == kProxyLogin) {
+        return "the proxy wants a login; choose another one (--proxy)";
+    }
+    return httpStatus >= kFirstOfServerErrors ? "try again later, or ask its operator" : "check its address (--url)";
+}
+
 std::string describe(CRequest::Attempt const& attempt) {
     const std::string address = attempt.address.empty() ? "(empty address)" : utf8(attempt.address);
     if (attempt.status != status::kHttpStatus) {
         return address + ": " + stepOf(attempt) + ": " + textOf(attempt.status);
     }
-    // The service's last error says more than "no 200".
-    const std::string reason = textOf(ATL2::convertLastError(attempt.lastError));
-    if (attempt.httpStatus == 0) {
-        return address + ": gave no usable answer: " + reason;
+    if (attempt.httpStatus != 0) {
+        return address + ": answered with HTTP status " + std::to_string(attempt.httpStatus) + "; " +
+               remedyOfHttp(attempt.httpStatus);
     }
-    return address + ": answered with HTTP status " + std::to_string(attempt.httpStatus) + ": " + reason;
+    // Here the service's last error says why.
+    return address + ": gave no usable answer: " + textOf(ATL2::convertLastError(attempt.lastError));
 }
 
 // The refusal of the attempt that came closest to an answer, the first of equals.

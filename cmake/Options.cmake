@@ -10,7 +10,8 @@ set(TALLOW_PLATFORM_LIBRARY "" CACHE FILEPATH
 
 add_library(tallow_options INTERFACE)
 target_compile_features(tallow_options INTERFACE cxx_std_20)
-target_compile_options(tallow_options INTERFACE -Wall -Wextra -Wpedantic -fvisibility=hidden -fvisibility-inlines-hidden
+target_compile_options(tallow_options INTERFACE -Wall -Wextra -Wpedantic -fvisibility=hidden
+                                                $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>
                                                 -fno-strict-aliasing)
 target_include_directories(tallow_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
 if(TALLOW_WERROR)

@@ -2,9 +2,9 @@
 // same bytes are also read as PEM and base64.
 #include <cstddef>
 #include <cstdint>
-#include <initializer_list>
 #include <cstdlib>
 #include <cstring>
+#include <initializer_list>
 #include <string>
 #include <vector>
 

@@ -1,7 +1,7 @@
 // The status words of the library: one constant each, with the number and the text from one table.
 //
-// Style: a verdict is returned as a std::int32_t, 0 for success, or thrown inside ATL::CAtlException. Compare with these
-// constants; never with a literal.
+// Style: a verdict is returned as a std::int32_t, 0 for success, or thrown inside ATL::CAtlException. Compare with
+// these constants; never with a literal.
 #pragma once
 
 #include <cstdint>

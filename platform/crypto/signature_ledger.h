@@ -1,7 +1,7 @@
 // The signature checks of one call. What a hostile response can make us compute is bounded here: each check counts, a
-// pair that was checked before, in this call or with success in an earlier one, is not checked again, and when the bound
-// is reached every further check fails. A call costs at most 100 checks: these, and those by which OpenSSL confirms the
-// CRL that it chose for each element of a path.
+// pair that was checked before, in this call or with success in an earlier one, is not checked again, and when the
+// bound is reached every further check fails. A call costs at most 100 checks: these, and those by which OpenSSL
+// confirms the CRL that it chose for each element of a path.
 #pragma once
 
 #include <map>

@@ -45,9 +45,9 @@ TEST(Responder, ThatGivesNoOcspAnswerIsNamedWithTheStep) {
     };
     const Bytes good = buildResponse(goodResponse());
     for (const Row& row :
-         {Row{"server error", {.status = 500}, "0xC2110100", "answered with HTTP status 500: "},
-          Row{"not found", {.status = 404, .body = good}, "0xC2110100", "answered with HTTP status 404: "},
-          Row{"no content", {.status = 204}, "0xC2110100", "answered with HTTP status 204: "},
+         {Row{"server error", {.status = 500}, "0xC2110100", "answered with HTTP status 500; "},
+          Row{"not found", {.status = 404, .body = good}, "0xC2110100", "answered with HTTP status 404; "},
+          Row{"no content", {.status = 204}, "0xC2110100", "answered with HTTP status 204; "},
           Row{"empty body", {}, "0x80093101", "decoding: "},
           Row{"garbage", {.body = bytesOf("<html>It works!</html>")}, "0x80093101", "decoding: "},
           Row{"cut in DER", {.body = Bytes(good.begin(), good.end() - 9)}, "0x80093101", "decoding: "},
@@ -169,7 +169,7 @@ TEST(Walk, ThatEndsWithoutAnAnswerNamesAllWhoWereAsked) {
     const Identity leaf = leafWith({dead, babble.url(), broken.url()});
     expectFailure(tallow.check({"--json", tallow.file("leaf.pem", leaf)}), "0x80093101",
                   {"no responder gave an answer to trust", dead + ": gave no usable answer: ",
-                   babble.url() + ": decoding: ", broken.url() + ": answered with HTTP status 500: "});
+                   babble.url() + ": decoding: ", broken.url() + ": answered with HTTP status 500; "});
 }
 
 TEST(Walk, TakesNoGoodAnswerAfterARevokedOne) {

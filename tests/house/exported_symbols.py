@@ -1,55 +1,63 @@
 #!/usr/bin/env python3
 """Compares what the shared libraries export with the lists beside this file.
 
-Only names outside our own naming are judged one by one: C functions and data. C++ names must belong to our namespaces;
-templates of the standard library and other people's names must not leak out. --update rewrites the lists.
+  exported_symbols.py [--update] tallow=build/debug/libtallow.so ...
+
+C functions and data are listed one by one, C++ by class and by free function: what a class offers is its header's
+business, but a class that loses its mark vanishes as a whole. Names outside our namespaces must not leak out. Symbols
+of vague linkage (templates, inline functions) may stand in any library and are left alone. --update rewrites the lists.
 """
+import re
 import subprocess
 import sys
 from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
-OUR_NAMESPACES = ("Orvane::", "ATL::", "ATL2::", "asn1data::", "schema::", "status::", "ASN1", "Asn1", "IsOCSPAuthorized")
+NAMESPACES = {"Orvane", "PKI", "OCSP", "Client", "ASN1", "ATL", "ATL2", "asn1data", "schema", "status"}
+GLOBAL_NAMES = ("ASN1", "Asn1", "IsOCSPAuthorized", "DateAdd", "operator==(ASN1", "operator!=(ASN1")
+PREFIXES = r"^(vtable for|typeinfo for|typeinfo name for|VTT for|(non-)?virtual thunk to|guard variable for) "
 
 
-def exported(library):
+def symbols(library):
     out = subprocess.run(["nm", "-D", "--defined-only", "-C", library], text=True, capture_output=True, check=True)
-    c_names, foreign = set(), set()
     for line in out.stdout.splitlines():
-        name = line.split(maxsplit=2)[2]
-        kind = line.split(maxsplit=2)[1]
-        if "::" in name or "(" in name or " " in name:
-            bare = name
-            for prefix in ("vtable for ", "typeinfo for ", "typeinfo name for ", "VTT for ", "non-virtual thunk to "):
-                bare = bare.removeprefix(prefix)
-            if kind in "WVu":
-                continue  # vague linkage: the same template or inline function may stand in any library
-            if not bare.startswith(OUR_NAMESPACES):
-                foreign.add(name)
-        else:
-            c_names.add(name)
-    return c_names, foreign
+        _, kind, name = line.split(maxsplit=2)
+        if kind not in "WVu":
+            yield re.sub(PREFIXES, "", name.replace("[abi:cxx11]", ""))
+
+
+def entry_of(name):
+    """The class of a member, the name of a free function; a C name as it is."""
+    bare = name.split("(", 1)[0]
+    parts = bare.split("::")
+    for i, part in enumerate(parts[:-1]):
+        if part not in NAMESPACES:
+            return "::".join(parts[: i + 1])
+    return name.split(" ", 1)[0] if "operator" not in bare and "::" not in bare else bare
+
+
+def is_ours(name):
+    return "::" not in name.split("(", 1)[0] and (re.fullmatch(r"\w+", name) or name.startswith(GLOBAL_NAMES)) \
+        or name.split("::", 1)[0] in NAMESPACES or name.startswith(GLOBAL_NAMES)
 
 
 def main():
     update = "--update" in sys.argv
-    failed = False
+    errors = []
     for argument in (a for a in sys.argv[1:] if not a.startswith("--")):
         name, library = argument.split("=", 1)
-        c_names, foreign = exported(library)
+        exported = set(symbols(library))
+        entries = {entry_of(s).split("(", 1)[0] for s in exported}
+        errors += [f"{name}: leaks {s}" for s in sorted(exported) if not is_ours(s)]
         golden = HERE / f"{name}.symbols"
         if update:
-            golden.write_text("".join(n + "\n" for n in sorted(c_names)))
+            golden.write_text("".join(e + "\n" for e in sorted(entries)))
             continue
-        expected = set(golden.read_text().split())
-        for symbol in sorted(c_names - expected):
-            print(f"{name}: exports {symbol}, which {golden.name} does not list")
-        for symbol in sorted(expected - c_names):
-            print(f"{name}: no longer exports {symbol}")
-        for symbol in sorted(foreign):
-            print(f"{name}: leaks {symbol}")
-        failed |= bool(c_names ^ expected or foreign)
-    return 1 if failed else 0
+        expected = set(golden.read_text().splitlines())
+        errors += [f"{name}: exports {e}, which {golden.name} does not list" for e in sorted(entries - expected)]
+        errors += [f"{name}: no longer exports {e}" for e in sorted(expected - entries)]
+    print("\n".join(errors))
+    return 1 if errors else 0
 
 
 sys.exit(main())

@@ -1,5 +1,8 @@
 #!/usr/bin/env python3
-"""Holds every #include against the table of allowed directions; a new edge is a change of the table."""
+"""Holds every #include against the table of allowed directions; a new edge is a change of the table.
+
+  include_directions.py FILE, where each line of FILE is the path of a public header
+"""
 import re
 import subprocess
 import sys
@@ -10,26 +13,29 @@ ROOT = Path(__file__).resolve().parents[2]
 SERVICES = {"platform/crypto/crypto_service.h", "platform/support/support_service.h"}
 STATUS = {"handles/status.h", "handles/exception.h", "handles/last_error.h"}
 CLIENT = {"client/request", "client/transport", "client/response", "client/policy", "client/flat"}
+BELOW_CLIENT = {"message", "asn1", "foundation", "handles"}
 
-# Folder: folders and files that its sources may include besides itself, the standard library and export.h. A rule
-# "sources:X" holds for .cpp files and private headers (*_impl.h, *_traits.h, *_lists.h, codec.h and their like).
+# Folder: the folders and files that it may include, besides itself, the standard library and export.h.
 ALLOWED = {
     "asn1rt": set(),
     "schema": {"asn1rt"},
+    "schema/compiler": set(),
     "handles": SERVICES,
     "foundation": STATUS | {"platform/support/support_service.h"},
     "asn1": {"schema", "asn1rt", "foundation", "handles"} | SERVICES,
     "message": {"asn1", "foundation", "handles", "platform/crypto/crypto_service.h", "schema"},
     "client/policy": {"foundation", "handles", "platform/support/support_service.h"},
-    "client/request": {"message", "asn1", "foundation", "handles"} | SERVICES | CLIENT,
-    "client/transport": {"message", "asn1", "foundation", "handles"} | SERVICES | CLIENT,
-    "client/response": {"message", "asn1", "foundation", "handles"} | SERVICES | CLIENT,
-    "client/flat": {"message", "asn1", "foundation", "handles"} | SERVICES | CLIENT,
+    "client/request": BELOW_CLIENT | SERVICES | CLIENT,
+    "client/transport": BELOW_CLIENT | SERVICES | CLIENT,
+    "client/response": BELOW_CLIENT | SERVICES | CLIENT,
+    "client/flat": BELOW_CLIENT | SERVICES | CLIENT,
     "platform/support": set(),
-    "platform/crypto": {"platform/support/support_service.h", "platform/support/never_destroyed.h"},
-    "cli": {"client", "message", "asn1", "foundation", "handles"} | SERVICES,
-    "schema/compiler": set(),
+    "platform/crypto": {"platform/support"},
+    "cli": BELOW_CLIENT | SERVICES | CLIENT,
+    "examples": BELOW_CLIENT | SERVICES | CLIENT,
 }
+# Whoever uses the library from outside sees what is installed.
+OUTSIDE = {"cli", "examples"}
 # Third-party headers, and who alone may use them.
 FOREIGN = {
     "openssl/": {"platform/crypto"},
@@ -38,55 +44,51 @@ FOREIGN = {
     "CLI/": {"cli"},
     "nlohmann/": {"cli"},
 }
-# Of the schema, the client sees nothing; the message model's public headers do not either.
-PUBLIC_WITHOUT_SCHEMA = {"message", "asn1"}
 
 
 def folder_of(path):
-    for folder in sorted(ALLOWED, key=len, reverse=True):
-        if path.startswith(folder + "/"):
-            return folder
-    return None
+    return next((f for f in sorted(ALLOWED, key=len, reverse=True) if path.startswith(f + "/")), None)
 
 
-def public_headers():
-    headers = set()
-    for listing in ROOT.glob("**/CMakeLists.txt"):
-        if "build" in listing.relative_to(ROOT).parts[:1]:
+def is_below(target, places):
+    return any(target == place or target.startswith(place + "/") for place in places)
+
+
+def includes(path):
+    for number, line in enumerate((ROOT / path).read_text().splitlines(), 1):
+        match = re.match(r'\s*#\s*include\s+(["<])([^">]+)[">]', line)
+        if match:
+            yield number, match[1] == "<", match[2]
+
+
+def mistakes(path, folder, public):
+    own = path.removesuffix(".cpp") + ".h"
+    first = True
+    for number, is_system, target in includes(path):
+        where = f"{path}:{number}: {target}"
+        if first and path.endswith(".cpp") and (ROOT / own).exists() and target != own:
+            yield f"{where}: a source includes its own header first"
+        first = False
+        for prefix, users in FOREIGN.items():
+            if target.startswith(prefix) and not is_below(folder, users):
+                yield f"{where}: this library stays inside {', '.join(sorted(users))}"
+        if is_system or target == "export.h":
             continue
-        text = listing.read_text()
-        for names in re.findall(r"PUBLIC_HEADERS\s+([^)]*?)(?:\n\s*LINK|\))", text):
-            for name in names.split():
-                headers.add(str((listing.parent / name).relative_to(ROOT)))
-    return headers
+        home = folder_of(target)
+        if home != folder and not is_below(target, ALLOWED[folder]):
+            yield f"{where}: {folder} may not include it"
+        if path in public and target not in public:
+            yield f"{where}: a public header includes public headers only"
+        if folder in OUTSIDE and home != folder and target not in public:
+            yield f"{where}: is not installed"
 
 
 def main():
-    files = subprocess.run(["git", "ls-files", "*.h", "*.cpp"], cwd=ROOT, text=True, capture_output=True, check=True)
-    public = public_headers()
-    errors = []
-    for path in files.stdout.split():
-        folder = folder_of(path)
-        if folder is None:
-            continue
-        for number, line in enumerate((ROOT / path).read_text().splitlines(), 1):
-            match = re.match(r'\s*#\s*include\s+(["<])([^">]+)[">]', line)
-            if not match:
-                continue
-            quote, target = match.groups()
-            where = f"{path}:{number}: {target}"
-            for prefix, users in FOREIGN.items():
-                if target.startswith(prefix) and not any(folder == u or folder.startswith(u + "/") for u in users):
-                    errors.append(f"{where}: this library stays inside {', '.join(sorted(users))}")
-            if quote == "<":
-                continue
-            target_folder = folder_of(target) or target.rsplit("/", 1)[0]
-            allowed = ALLOWED[folder]
-            if not (target == "export.h" or target_folder == folder or target in allowed
-                    or any(target.startswith(a + "/") for a in allowed)):
-                errors.append(f"{where}: {folder} may not include it")
-            if path in public and target != "export.h" and target not in public:
-                errors.append(f"{where}: a public header includes public headers only")
+    public = set(Path(sys.argv[1]).read_text().split())
+    files = subprocess.run(["git", "ls-files", "*.h", "*.cpp", "*.c"], cwd=ROOT, text=True, capture_output=True,
+                           check=True)
+    errors = [m for path in files.stdout.split() if folder_of(path) and (ROOT / path).exists()
+              for m in mistakes(path, folder_of(path), public)]
     print("\n".join(errors))
     return 1 if errors else 0
 

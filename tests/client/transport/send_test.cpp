@@ -107,9 +107,8 @@ TEST_F(Send, GoesOnToTheNextResponderUntilOneAnswerPasses) {
     const Identity leaf = leafFor(server_, {"/down", "/wrong", "/good", "/never"});
     CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
     request.put_UseNonce(false);
-    replies_ = {{"/down", {.status = 503}},
-                {"/wrong", reply(answerAbout(pki_.good))},
-                {"/good", reply(answerAbout(leaf))}};
+    replies_ = {
+        {"/down", {.status = 503}}, {"/wrong", reply(answerAbout(pki_.good))}, {"/good", reply(answerAbout(leaf))}};
     CResponse const& response = request.Send(true);
     EXPECT_EQ(response.get_SRStatus(0), ocsp::CCertStatus::kGood);
     EXPECT_EQ(server_.requests().size(), 3u);
