@@ -30,7 +30,7 @@ inline ByteView view(const CRYPT_DATA_BLOB& blob) noexcept {
 class DerReader;
 
 // The immutable part: safe for use from any thread.
-class CertificateBody {
+class CertificateBody : public std::enable_shared_from_this<CertificateBody> {
 public:
     // Null when the bytes are no certificate. Parses the outer structure only; X.509 object and key are made on demand.
     static std::shared_ptr<const CertificateBody> parse(ByteView der);

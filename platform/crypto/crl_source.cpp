@@ -22,6 +22,9 @@ struct PointsFree {
 struct AccessFree {
     void operator()(AUTHORITY_INFO_ACCESS* access) const noexcept { AUTHORITY_INFO_ACCESS_free(access); }
 };
+struct ScopeFree {
+    void operator()(ISSUING_DIST_POINT* scope) const noexcept { ISSUING_DIST_POINT_free(scope); }
+};
 
 void addAddress(const GENERAL_NAME* name, std::vector<std::string>& addresses) {
     if (name->type != GEN_URI || addresses.size() >= kMaxAddresses) {
@@ -45,6 +48,13 @@ bool isBy(const ASN1_TIME* time, long long seconds) {
 // Whether the CRL says of itself that it speaks about some of its issuer's certificates only.
 bool isPartial(const Crl& crl) {
     return X509_CRL_get_ext_by_NID(crl.crl.get(), NID_issuing_distribution_point, -1) >= 0;
+}
+
+// Whether it says which ones in a form that can be read. OpenSSL takes a CRL that says it wrongly for one about all.
+bool isScopeReadable(const Crl& crl) {
+    const std::unique_ptr<ISSUING_DIST_POINT, ScopeFree> scope(static_cast<ISSUING_DIST_POINT*>(
+        X509_CRL_get_ext_d2i(crl.crl.get(), NID_issuing_distribution_point, nullptr, nullptr)));
+    return scope != nullptr || !isPartial(crl);
 }
 
 }  // namespace
@@ -90,7 +100,7 @@ bool CrlSource::isAcceptable(const Crl& crl, const Certificate& issuer) {
     const X509_ALGOR* algorithm = nullptr;
     X509_CRL_get0_signature(crl.crl.get(), nullptr, &algorithm);
     // One without nextUpdate would count for ever, also after a newer one was issued.
-    return X509_CRL_get0_nextUpdate(crl.crl.get()) != nullptr &&
+    return X509_CRL_get0_nextUpdate(crl.crl.get()) != nullptr && isScopeReadable(crl) &&
            X509_NAME_cmp(X509_CRL_get_issuer(crl.crl.get()), X509_get_subject_name(issuer.x509())) == 0 &&
            !isWeakSignature(algorithm) && ledger_.verifies(crl, issuer);
 }

@@ -45,11 +45,12 @@ bool isWeakPss(const ASN1_TYPE* parameters) {
 }  // namespace
 
 template <typename Check>
-bool SignatureLedger::verifiesOnce(const void* subject, KnownSigner& signer, const Certificate& issuer, Check check) {
+bool SignatureLedger::verifiesOnce(std::shared_ptr<const void> subject, KnownSigner& signer, const Certificate& issuer,
+                                   Check check) {
     if (signer.is(issuer.body().publicKeyInfo())) {
         return true;
     }
-    const auto [entry, isNew] = known_.try_emplace({subject, &issuer.body()}, false);
+    const auto [entry, isNew] = known_.try_emplace({std::move(subject), issuer.body().shared_from_this()}, false);
     if (isNew && issuer.publicKey() != nullptr && take() && check(issuer.publicKey()) == 1) {
         entry->second = true;
         signer.note(issuer.body().publicKeyInfo());
@@ -59,12 +60,12 @@ bool SignatureLedger::verifiesOnce(const void* subject, KnownSigner& signer, con
 
 bool SignatureLedger::verifies(const Certificate& subject, const Certificate& issuer) {
     X509* const x509 = subject.x509();
-    return x509 != nullptr && verifiesOnce(&subject.body(), subject.body().knownSigner(), issuer,
+    return x509 != nullptr && verifiesOnce(subject.body().shared_from_this(), subject.body().knownSigner(), issuer,
                                            [&](EVP_PKEY* key) { return X509_verify(x509, key); });
 }
 
 bool SignatureLedger::verifies(const Crl& crl, const Certificate& issuer) {
-    return verifiesOnce(&crl, crl.knownSigner, issuer,
+    return verifiesOnce(crl.shared_from_this(), crl.knownSigner, issuer,
                         [&](EVP_PKEY* key) { return X509_CRL_verify(crl.crl.get(), key); });
 }
 

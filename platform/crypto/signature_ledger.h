@@ -5,6 +5,7 @@
 #pragma once
 
 #include <map>
+#include <memory>
 #include <utility>
 
 #include "platform/crypto/store.h"
@@ -22,11 +23,14 @@ public:
     int checksMade() const noexcept { return checksMade_; }
 
 private:
+    // Shares what it remembers: another object at the address of one that is gone must not inherit its verdict.
+    using Pair = std::pair<std::shared_ptr<const void>, std::shared_ptr<const CertificateBody>>;
+
     template <typename Check>
-    bool verifiesOnce(const void* subject, KnownSigner& signer, const Certificate& issuer, Check check);
+    bool verifiesOnce(std::shared_ptr<const void> subject, KnownSigner& signer, const Certificate& issuer, Check check);
     bool take() noexcept { return checksMade_ < kMaxChecks && ++checksMade_ > 0; }
 
-    std::map<std::pair<const void*, const CertificateBody*>, bool> known_;
+    std::map<Pair, bool> known_;
     int checksMade_ = 0;
 };
 

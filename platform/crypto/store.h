@@ -15,7 +15,7 @@
 namespace tallow::platform {
 
 // A CRL in a store: its bytes and OpenSSL's view of them. Immutable.
-struct Crl {
+struct Crl : std::enable_shared_from_this<Crl> {
     Bytes der;
     X509CrlPtr crl;
     mutable KnownSigner knownSigner;

@@ -1,6 +1,8 @@
 // Revocation by CRLs: where they come from, which of them count, and how the outcome is told.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/platform/trust_fixture.h"
 #include "tests/support/http_server.h"
 
@@ -36,7 +38,14 @@ TEST_F(Revocation, IsToldForEachElementThatTheFlagsName) {
     };
     const Bytes older = makeCrl(pki.ca, {.lastUpdateSeconds = -7200});
     // issuingDistributionPoint with onlyContainsCACerts.
-    const Bytes forCas = makeCrl(pki.ca, {.criticalExtensions = {{"2.5.29.28", fromHex("30038201FF")}}});
+    const auto partial = [&](const char* distributionPoint) {
+        return makeCrl(pki.ca, {.criticalExtensions = {{"2.5.29.28", fromHex(distributionPoint)}}});
+    };
+    const auto with = [&](const char* oid, const char* value) {
+        return makeCrl(pki.ca, {.criticalExtensions = {{oid, fromHex(value)}}});
+    };
+    const Bytes forCas = partial("30038201FF");
+    const Bytes delta = with("2.5.29.27", "020101");
     const Row rows[] = {
         {"not asked", pki.revoked, {caCrl}, 0, {0, 0, 0}},
         {"all there", pki.good, {rootCrl, caCrl}, kChain, {0, 0, 0}},
@@ -61,6 +70,38 @@ TEST_F(Revocation, IsToldForEachElementThatTheFlagsName) {
          {rootCrl, forCas, caCrl},
          kChain,
          {CERT_TRUST_IS_REVOKED, 0, 0}},
+        {"for user certificates", pki.good, {rootCrl, partial("30038101FF")}, kChain, {0, 0, 0}},
+        {"for attribute certificates", pki.good, {rootCrl, partial("30038501FF")}, kChain, {kUnknown, 0, 0}},
+        {"for one reason alone", pki.good, {rootCrl, partial("300483020640")}, kChain, {kUnknown, 0, 0}},
+        {"of other issuers too", pki.good, {rootCrl, partial("30038401FF")}, kChain, {kUnknown, 0, 0}},
+        {"of a place that the certificate does not name",
+         pki.good,
+         {rootCrl, partial("300DA00BA0098607687474703A2F2F")},
+         kChain,
+         {kUnknown, 0, 0}},
+        {"malformed distribution point", pki.good, {rootCrl, partial("0500")}, kChain, {kUnknown, 0, 0}},
+        {"changes alone", pki.good, {rootCrl, delta}, kChain, {kUnknown, 0, 0}},
+        {"changes, newer than the whole",
+         pki.revoked,
+         {rootCrl, makeCrl(pki.ca, {.lastUpdateSeconds = -60, .criticalExtensions = {{"2.5.29.27", {2, 1, 1}}}}),
+          caCrl},
+         kChain,
+         {CERT_TRUST_IS_REVOKED, 0, 0}},
+        {"critical extension that nobody knows",
+         pki.good,
+         {rootCrl, with("1.2.3.4", "0500")},
+         kChain,
+         {kUnknown, 0, 0}},
+        {"without an end",
+         pki.good,
+         {rootCrl, makeCrl(pki.ca, {.nextUpdateSeconds = std::nullopt})},
+         kChain,
+         {kUnknown, 0, 0}},
+        {"signed by a CA below",
+         pki.good,
+         {rootCrl, makeCrl({pki.ca.certificate, pki.subCa.key}, {})},
+         kChain,
+         {kUnknown, 0, 0}},
         {"weakly signed", pki.good, {rootCrl, makeCrl(pki.ca, {.hash = "SHA1"})}, kChain, {kUnknown, 0, 0}},
     };
     for (const Row& row : rows) {
@@ -104,6 +145,17 @@ TEST_F(Revocation, FetchesFromTheDistributionPointAndKeepsWhatVerified) {
     EXPECT_EQ(server.requests().size(), 3U);
 }
 
+TEST_F(Revocation, GoesOnToTheNextAddressAfterAStrangersCrl) {
+    const Bytes strangers = makeCrl(pki.sameNameCa, {});
+    HttpServer server(
+        [&](const HttpRequest& request) { return HttpReply{.body = request.target == "/right" ? caCrl : strangers}; });
+    CertificateSpec spec;
+    spec.crlUrls = {server.url("/1"), server.url("/2"), server.url("/right")};
+    EXPECT_EQ(errorOf(chainOf({.end = issue(pki.ca, spec), .extra = {pki.ca}, .crls = {rootCrl}, .flags = kChain})),
+              0U);
+    EXPECT_EQ(server.requests().size(), 3U);
+}
+
 TEST_F(Revocation, LooksFurtherWhenTheCrlAtHandCoversAPart) {
     HttpServer server([&](const HttpRequest&) { return HttpReply{.body = caCrl}; });
     const Bytes forCas = makeCrl(pki.ca, {.criticalExtensions = {{"2.5.29.28", fromHex("30038201FF")}}});
@@ -139,6 +191,12 @@ TEST_F(Revocation, OfSingleCertificatesIsTheLastError) {
         DWORD error;
     };
     const Bytes withReason = makeCrl(pki.ca, {.revokedSerials = {pki.revoked.serial()}, .reason = 4});
+    // A subject that is a SEQUENCE of something else than a name's parts.
+    Identity unreadable = pki.ca;
+    const Bytes subject = pki.ca.subject();
+    auto at = std::search(unreadable.certificate.begin(), unreadable.certificate.end(), subject.begin(), subject.end());
+    ASSERT_NE(at, unreadable.certificate.end());
+    *(at + 2) = 0x30;
     const Identity unreachable = namingCrl("http://127.0.0.1:" + std::to_string(closedPort()) + "/");
     const Row rows[] = {
         {"good", pki.good, pki.ca, {caCrl}, 0},
@@ -148,6 +206,8 @@ TEST_F(Revocation, OfSingleCertificatesIsTheLastError) {
         {"CRL out of reach", unreachable, pki.ca, {}, CRYPT_E_REVOCATION_OFFLINE},
         {"not its issuer", pki.good, pki.sameNameCa, {makeCrl(pki.sameNameCa, {})}, CRYPT_E_NO_REVOCATION_CHECK},
         {"self-signed", pki.root, std::nullopt, {}, 0},
+        {"self-signed, named as its own issuer", pki.root, pki.root, {rootCrl}, 0},
+        {"issuer that OpenSSL cannot read", pki.good, unreadable, {caCrl}, CRYPT_E_NO_REVOCATION_CHECK},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);

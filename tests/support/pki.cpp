@@ -289,9 +289,11 @@ Bytes makeCrl(const Identity& issuer, const CrlSpec& spec) {
     X509_CRL_set_version(crl.get(), X509_CRL_VERSION_2);
     X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(issuerCertificate.get()));
     const Asn1TimePtr last(X509_gmtime_adj(nullptr, spec.lastUpdateSeconds));
-    const Asn1TimePtr next(X509_gmtime_adj(nullptr, spec.nextUpdateSeconds));
     X509_CRL_set1_lastUpdate(crl.get(), last.get());
-    X509_CRL_set1_nextUpdate(crl.get(), next.get());
+    if (spec.nextUpdateSeconds) {
+        const Asn1TimePtr next(X509_gmtime_adj(nullptr, *spec.nextUpdateSeconds));
+        X509_CRL_set1_nextUpdate(crl.get(), next.get());
+    }
     for (const Bytes& serial : spec.revokedSerials) {
         X509RevokedPtr entry(X509_REVOKED_new());
         X509_REVOKED_set_serialNumber(entry.get(), makeSerial(serial).get());

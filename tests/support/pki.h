@@ -83,10 +83,10 @@ Identity issueCa(const Identity& issuer, const std::string& commonName);
 Identity rootCa(const std::string& commonName);
 
 struct CrlSpec {
-    std::vector<Bytes> revokedSerials = {};    // content octets
-    long lastUpdateSeconds = -3600;            // from now; also the revocation date of all entries
-    long nextUpdateSeconds = 24 * 3600;        // from now
-    std::optional<int> reason = std::nullopt;  // of all entries
+    std::vector<Bytes> revokedSerials = {};              // content octets
+    long lastUpdateSeconds = -3600;                      // from now; also the revocation date of all entries
+    std::optional<long> nextUpdateSeconds = 24L * 3600;  // from now; left out when absent
+    std::optional<int> reason = std::nullopt;            // of all entries
     std::string hash = "SHA256";
     std::vector<std::pair<std::string, Bytes>> extensions = {};  // OID and DER; cRLNumber 1 is always there
     std::vector<std::pair<std::string, Bytes>> criticalExtensions = {};
