@@ -44,8 +44,25 @@ const char* stepOf(CRequest::Attempt const& attempt) {
     return attempt.level < std::size(kSteps) ? kSteps[attempt.level] : "verification";
 }
 
-bool gotNoAnswer(CRequest::Attempt const& attempt) {
-    return attempt.status == status::kHttpStatus && attempt.httpStatus == 0;
+// Last errors of an exchange that say more here than in general, where they also stand for an HTTP status.
+struct Silence {
+    std::int32_t code;
+    const char* text;
+};
+constexpr Silence kUnreached[] = {
+    {status::kHttpCannotConnect, "nobody takes connections there; check address, proxy and network"},
+    {status::kHttpNotFound, "the name is not known; check address, proxy and network"},
+    {status::kHttpTimeout, "no answer came in time; check address, proxy and network"},
+};
+
+const char* whyUnreached(CRequest::Attempt const& attempt) {
+    for (const Silence& row : kUnreached) {
+        if (attempt.status == status::kHttpStatus && attempt.httpStatus == 0 &&
+            ATL2::convertLastError(attempt.lastError) == row.code) {
+            return row.text;
+        }
+    }
+    return nullptr;
 }
 
 const char* remedyOfHttp(unsigned long httpStatus) {
@@ -66,7 +83,9 @@ std::string describe(CRequest::Attempt const& attempt) {
         return address + ": answered with HTTP status " + std::to_string(attempt.httpStatus) + "; " +
                remedyOfHttp(attempt.httpStatus);
     }
-    // Here the service's last error says why.
+    if (const char* why = whyUnreached(attempt); why != nullptr) {
+        return address + ": could not be reached: " + why;
+    }
     return address + ": gave no usable answer: " + textOf(ATL2::convertLastError(attempt.lastError));
 }
 
@@ -83,7 +102,7 @@ std::int32_t deepestRefusal(std::vector<CRequest::Attempt> const& attempts) {
 
 std::string summary(std::vector<CRequest::Attempt> const& attempts) {
     for (CRequest::Attempt const& attempt : attempts) {
-        if (!gotNoAnswer(attempt)) {
+        if (whyUnreached(attempt) == nullptr) {
             return "no responder gave an answer to trust";
         }
     }

@@ -117,8 +117,24 @@ std::vector<std::string> readDer(const std::string& path, std::string_view wante
     return found;
 }
 
-std::string partOf(const std::string& path) {
-    return path + ".part";
+// Where the octets go first. A device or a pipe is written to as it is: renaming would put a file in its place. What a
+// link leads to is replaced, not the link.
+struct Target {
+    std::string path;
+    std::string written;
+};
+
+Target targetOf(const std::string& path) {
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error)) {
+        throw InputError(path, "cannot be written: is a folder; name a file");
+    }
+    if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error)) {
+        return {path, path};
+    }
+    const std::filesystem::path real = std::filesystem::canonical(path, error);
+    const std::string target = error ? path : real.string();
+    return {target, target + ".part"};
 }
 
 }  // namespace
@@ -140,29 +156,31 @@ std::vector<std::string> readCrls(const std::string& path) {
 }
 
 void writeWhole(const std::string& path, const unsigned char* data, std::size_t size) {
-    const std::string part = partOf(path);
+    const Target target = targetOf(path);
     errno = 0;
-    std::ofstream file(part, std::ios::binary | std::ios::trunc);
+    std::ofstream file(target.written, std::ios::binary | std::ios::trunc);
     file.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
     file.close();
-    if (!file || std::rename(part.c_str(), path.c_str()) != 0) {
+    const bool isRenamed =
+        target.written == target.path || (file && std::rename(target.written.c_str(), target.path.c_str()) == 0);
+    if (!file || !isRenamed) {
         const std::string reason = std::strerror(errno);
-        std::remove(part.c_str());
+        if (target.written != target.path) {
+            std::remove(target.written.c_str());
+        }
         throw InputError(path, "cannot be written: " + reason);
     }
 }
 
 void requireWritable(const std::string& path) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error)) {
-        throw InputError(path, "cannot be written: is a folder");
-    }
-    const std::string part = partOf(path);
+    const Target target = targetOf(path);
     errno = 0;
-    if (!std::ofstream(part, std::ios::binary | std::ios::trunc)) {
+    if (!std::ofstream(target.written, std::ios::binary | std::ios::app)) {
         throw InputError(path, std::string("cannot be written: ") + std::strerror(errno));
     }
-    std::remove(part.c_str());
+    if (target.written != target.path) {
+        std::remove(target.written.c_str());
+    }
 }
 
 }  // namespace tallow::cli

@@ -14,14 +14,18 @@ namespace tallow::cli {
 namespace {
 
 void declareCheck(CLI::App& check, CheckOptions& options) {
-    check.add_option("CERT", options.certificates, "Certificates to ask about, PEM or DER")->required();
+    check.add_option("CERT", options.certificates, "Certificates to ask about, PEM or DER")
+        ->required()
+        ->type_name("FILE");
     check.add_option("--issuer", options.issuer, "Certificate of their issuer");
-    check.add_option("--url", options.url, "Ask this responder, not those that the certificates name");
-    check.add_option("--proxy", options.proxy, "Go through this HTTP proxy");
+    check.add_option("--url", options.url, "Ask this responder, not those that the certificates name")
+        ->type_name("URL");
+    check.add_option("--proxy", options.proxy, "Go through this HTTP proxy")->type_name("URL");
     check.add_option("--trust", options.trust, "Trust the roots in this file, for this run (repeatable)");
     check.add_option("--certs", options.certs, "More certificates for building chains (repeatable)");
     check.add_option("--crl", options.crls, "A CRL for the responder's chain (repeatable)");
-    check.add_option("--hash", options.hash, "Hash that names the issuer: sha1, sha256, sha384, sha512 or an OID");
+    check.add_option("--hash", options.hash, "Hash that names the issuer: sha1, sha256, sha384, sha512 or an OID")
+        ->type_name("NAME|OID");
     check.add_flag("--nonce,!--no-nonce", options.nonce, "Ask with or without a nonce; policy decides otherwise");
     check.add_option("--settings", options.settings, "Settings file");
     check.add_option("--save-request", options.saveRequest, "Write the DER request to this file (one certificate)");
@@ -32,13 +36,19 @@ void declareCheck(CLI::App& check, CheckOptions& options) {
     for (CLI::Option* option : check.get_options([](const CLI::Option* o) { return o->get_type_size() > 0; })) {
         option->check([](const std::string& value) { return value.empty() ? "an empty text names nothing" : ""; }, "");
     }
+    for (const char* name :
+         {"--issuer", "--trust", "--certs", "--crl", "--settings", "--save-request", "--save-response"}) {
+        check.get_option(name)->type_name("FILE");
+    }
     // A repeatable option takes one value at a time, so that it never swallows a certificate behind it.
     for (const char* name : {"--trust", "--certs", "--crl"}) {
         check.get_option(name)->allow_extra_args(false);
     }
     check.footer(
-        "Exit status: 0 all certificates are good, 1 one is revoked, 3 for one no trusted answer was had,\n"
-        "2 a responder does not know one, 64 wrong usage.");
+        "Every input may be PEM or DER.\n"
+        "Exit status: 0 all certificates are good; 1 one is revoked; 3 none is, but for one no trusted answer was "
+        "had;\n"
+        "2 none of these, but a responder does not know one; 64 wrong usage.");
 }
 
 int usage(const std::string& message) {

@@ -68,11 +68,11 @@ TEST(Responder, ThatCannotBeReachedIsToldApartFromNoneKnown) {
     expectFailure(tallow.check({"--json", tallow.file("none.pem", certs().good)}), "0xC2110121",
                   {"choosing a responder", "no responder is known", "--url"});
     expectFailure(tallow.check({"--json", tallow.file("one.pem", leafWith({dead}))}), "0xC2110100",
-                  {dead + ": ", "cannot be reached"});
+                  {dead + ": could not be reached: "});
     expectFailure(tallow.check({"--json", tallow.file("two.pem", leafWith({dead, second}))}), "0xC2110100",
                   {"none of 2 responders could be reached", dead + ": ", second + ": "});
     expectFailure(tallow.check({"--json", "--url", "http://no-such-host.invalid/", tallow.file("x", certs().good)}),
-                  "0xC2110100", {"http://no-such-host.invalid/", "name of the server is not known"});
+                  "0xC2110100", {"http://no-such-host.invalid/", "could not be reached: the name is not known"});
     expectFailure(tallow.check({"--json", "--url", "ftp://127.0.0.1/", tallow.file("x", certs().good)}), "0xC2110100",
                   {"ftp://127.0.0.1/"});
 }
@@ -168,7 +168,7 @@ TEST(Walk, ThatEndsWithoutAnAnswerNamesAllWhoWereAsked) {
     const std::string dead = "http://127.0.0.1:" + std::to_string(closedPort()) + "/";
     const Identity leaf = leafWith({dead, babble.url(), broken.url()});
     expectFailure(tallow.check({"--json", tallow.file("leaf.pem", leaf)}), "0x80093101",
-                  {"no responder gave an answer to trust", dead + ": gave no usable answer: ",
+                  {"no responder gave an answer to trust", dead + ": could not be reached: ",
                    babble.url() + ": decoding: ", broken.url() + ": answered with HTTP status 500; "});
 }
 
