@@ -71,6 +71,9 @@ int ASN1CTime::ensureParsed() const {
         return 0;
     }
     if (*mpTimeStr == nullptr || **mpTimeStr == '\0') {
+        // Fields that came from a text which is no longer there.
+        mFields = Fields();
+        mParsed = false;
         return 0;
     }
     return const_cast<ASN1CTime*>(this)->parseString(*mpTimeStr);
@@ -119,6 +122,10 @@ int ASN1CTime::change(const Fields& fields) {
 }
 
 int ASN1CTime::prepareText() {
+    const int status = ensureParsed();
+    if (status != 0) {
+        return status;
+    }
     if (!isComplete()) {
         return fail(STATUS_BAD_DATETIME);
     }
@@ -314,7 +321,7 @@ int ASN1CTime::setDiffHour(int hours) {
 }
 
 int ASN1CTime::setDiff(int hours, int minutes) {
-    if (std::abs(hours) > kMaxDiffHour || minutes <= -60 || minutes >= 60) {
+    if (hours < -kMaxDiffHour || hours > kMaxDiffHour || minutes <= -60 || minutes >= 60) {
         return fail(STATUS_BAD_DATETIME);
     }
     const int status = ensureParsed();

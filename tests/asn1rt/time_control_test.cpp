@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include <climits>
 #include <cstdlib>
 #include <string>
 
@@ -161,6 +162,7 @@ TEST(TimeControl, ValuesOutOfRangeChangeNothing) {
     EXPECT_EQ(t.control.setFraction(1000000000), STATUS_BAD_DATETIME);
     EXPECT_EQ(t.control.setDiffHour(13), STATUS_BAD_DATETIME);
     EXPECT_EQ(t.control.setDiff(1, 60), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.control.setDiff(INT_MIN, 0), STATUS_BAD_DATETIME);  // has no absolute value
     EXPECT_EQ(t.control.setDiff(721), STATUS_BAD_DATETIME);
     EXPECT_EQ(t.control.setCentury(100), STATUS_BAD_DATETIME);
     EXPECT_STREQ(t.text, "20240229120000Z");
@@ -233,9 +235,17 @@ TEST(TimeControl, ATextPutThereByADecoderIsReadAgain) {
     EXPECT_EQ(t.control.setMinute(5), 0);
     EXPECT_STREQ(t.text, "202501010105Z");
     EXPECT_EQ(t.text, t.area);
+    t.text = "20250101010203Z";
+    EXPECT_EQ(t.control.compileString(), 0);  // of the text that stands there now
+    EXPECT_STREQ(t.area, "20250101010203Z");
+    t.text = nullptr;
+    EXPECT_EQ(t.control.getHour(), ASN1CTime::kNotSet);
+    EXPECT_EQ(t.control.setMinute(5), 0);
+    EXPECT_EQ(t.control.getMinute(), 5);
+    EXPECT_EQ(t.control.compileString(), STATUS_BAD_DATETIME);
     t.control.clear();
     EXPECT_STREQ(t.area, "");
-    EXPECT_EQ(t.control.getHour(), ASN1CTime::kNotSet);
+    EXPECT_EQ(t.control.getMinute(), ASN1CTime::kNotSet);
 }
 
 }  // namespace
