@@ -124,7 +124,21 @@ CDateTime moved(const CDateTime& from, const CDateTimeSpan& unit, int count) {
     if (count > 0) {
         return from + unit * static_cast<unsigned int>(count);
     }
-    return from - unit * (0U - static_cast<unsigned int>(count));
+    const unsigned int back = 0U - static_cast<unsigned int>(count);
+    // A length beyond 64 bits reaches back before 1601 from any time; what its product wraps to may not.
+    if (back > ~std::uint64_t{0} / unit.ticks()) {
+        ATL::AtlThrowImpl(status::kFail);
+    }
+    return from - unit * back;
+}
+
+CDateTime movedByYears(const CDateTime& from, int years) {
+    constexpr int kMonths = 12;
+    // Months that no int counts lead to no year that there is.
+    if (years > std::numeric_limits<int>::max() / kMonths || years < std::numeric_limits<int>::min() / kMonths) {
+        ATL::AtlThrowImpl(status::kInvalidArgument);
+    }
+    return DateAddMonth(years * kMonths, from);
 }
 
 }  // namespace
@@ -292,7 +306,7 @@ CDateTime DateAddA(const char* unit, int count, const CDateTime& from) {
         case 'm':
             return DateAddMonth(count, from);
         case 'y':
-            return DateAddMonth(static_cast<int>(static_cast<unsigned int>(count) * 12U), from);
+            return movedByYears(from, count);
         default:
             ATL::AtlThrowImpl(status::kInvalidArgument);
     }

@@ -102,11 +102,12 @@ private:
 
 /// `from` moved by `count` units, of which only the first character counts: s seconds, n minutes, h hours, d or the
 /// empty text days, w weeks, m calendar months, y calendar years. Any other letter, upper case included, and a null
-/// `unit` throw 0x80070057; a result before 1601 throws 0x80004005.
+/// `unit` throw 0x80070057. A result before 1601 throws 0x80004005, by months and years what DateAddMonth throws.
 [[nodiscard]] TALLOW_EXPORT CDateTime DateAddA(const char* unit, int count, const CDateTime& from);
 /// The same for a wide unit, which must not be null.
 [[nodiscard]] TALLOW_EXPORT CDateTime DateAddW(const wchar_t* unit, int count, const CDateTime& from);
-/// `from` moved by calendar months; a day that the new month does not have becomes its last day, and stays so.
+/// `from` moved by calendar months; a day that the new month does not have becomes its last day, and stays so. Throws
+/// 0x80070057 for a year that the platform's calendar does not have.
 [[nodiscard]] TALLOW_EXPORT CDateTime DateAddMonth(int months, const CDateTime& from);
 
 }  // namespace Orvane
