@@ -90,8 +90,9 @@ TALLOW_EXPORT void rtCopyContext(ASN1CTXT* destination, const ASN1CTXT* source) 
 /// Sets the flags of `mask`; there is no call to clear them.
 TALLOW_EXPORT void rtCtxtSetFlag(ASN1CTXT* ctx, std::uint16_t mask) noexcept;
 
-/// Makes `ctx` share the type heap, or the message heap, of `other`; its own is released. Nothing happens when either
-/// is null or the heap is shared already.
+/// Makes `ctx` share the type heap, or the message heap, of `other`; its own is released, and what lies in it goes with
+/// its last reference, a dynamic buffer included: replace both only before there is one. Nothing happens when either
+/// context is null or the heap is shared already.
 TALLOW_EXPORT void rtCtxtSetMemHeap(ASN1CTXT* ctx, ASN1CTXT* other) noexcept;
 TALLOW_EXPORT void rtCtxtSetMsgMemHeap(ASN1CTXT* ctx, ASN1CTXT* other) noexcept;
 

@@ -49,7 +49,8 @@ extern "C" {
 /// Looks for `tag`, compared without its constructed bit, at the position, or with MATCH_SEEK anywhere behind it, depth
 /// first through constructed elements. On success the position is at the element, or behind its header with
 /// MATCH_ADVANCE, and `length` (may be null) receives its length. STATUS_TAG_MISMATCH when it is not there, with the
-/// position as before (with MATCH_SKIP_FIRST: behind what was skipped).
+/// position as before (with MATCH_SKIP_FIRST: behind what was skipped, or where nothing is left to skip, at the element
+/// read last). Otherwise as xd_tag_len.
 [[nodiscard]] TALLOW_EXPORT int xd_match(ASN1CTXT* ctx, ASN1TAG tag, int* length, int options) noexcept;
 
 /// Counts the elements of a constructed value of `length` octets, or LEN_INDEFINITE, whose contents begin at the

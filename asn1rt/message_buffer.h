@@ -138,7 +138,7 @@ public:
 
     /// Looks for the next element with this tag, depth first through all levels, from the start when `first` is true,
     /// otherwise behind the header of the current element. Answers its first octet, inside the buffer, and the length
-    /// of its contents; null when there is none or the octets are malformed.
+    /// of its contents or LEN_INDEFINITE; null when there is none or the octets are malformed.
     std::uint8_t* findElement(ASN1TAG tag, std::int32_t& length, bool first = true);
 
     /// Decodes with DecodeFrom. Throws ASN1RTLException with its status when that is not 0.
