@@ -1,5 +1,6 @@
 // Takes an encoded response in: decoding, the tables, the certificates carried, and the match against a request.
 #include <cstring>
+#include <utility>
 
 #include "client/request/request_impl.h"
 #include "client/response/response_impl.h"
@@ -42,6 +43,7 @@ void CResponse::Impl::openCertificates() {
 
 void CResponse::Impl::clear() {
     Status = kStatusOfNothing;
+    Entries.clear();
     BasicResponse = CBasicResponse();
     SignatureAlgorithm = ASN1::CAlgorithmIdentifierEx();
     AdditionalExtensions.clear();
@@ -63,7 +65,7 @@ void CResponse::Impl::clear() {
 
 void CResponse::Impl::Import(unsigned char const* data, unsigned long size) {
     // Copied before clearing: the bytes may be this object's own.
-    const CBlob input(data, size);
+    CBlob input(data, size);
     clear();
     CResponseMessage message;
     bool isMessage = true;
@@ -76,7 +78,7 @@ void CResponse::Impl::Import(unsigned char const* data, unsigned long size) {
     }
     Status = isMessage ? message.get_responseStatus() : 0;
     if (Status != 0) {
-        Encoded = input;
+        Encoded = std::move(input);
         return;
     }
     if (isMessage && std::strcmp(message.get_responseType(), kOidBasicResponse) != 0) {
@@ -84,11 +86,12 @@ void CResponse::Impl::Import(unsigned char const* data, unsigned long size) {
     }
     BasicResponse.decode(isMessage ? message.get_response() : input);
     SignatureAlgorithm = ASN1::CAlgorithmIdentifierEx(BasicResponse.get_signatureAlgorithm());
-    SRCertificates.resize(BasicResponse.get_responses().size());
+    Entries.reset(BasicResponse.get_responses());
+    SRCertificates.resize(Entries.size());
     readResponseExtensions();
     MakeSingleResponseList();
     storeCertificates();
-    Encoded = input;
+    Encoded = std::move(input);
 }
 
 void CResponse::Impl::readResponseExtensions() {
@@ -143,20 +146,9 @@ void CResponse::Impl::requireSuccessful() const {
 
 void CResponse::Impl::requireEntry(unsigned long index) const {
     requireSuccessful();
-    if (index >= BasicResponse.get_responses().size()) {
+    if (index >= Entries.size()) {
         ATL::AtlThrowImpl(status::kInvalidIndex);
     }
-}
-
-unsigned long CResponse::Impl::findEntry(CCertID const& certID) const {
-    unsigned long index = 0;
-    for (CSingleResponse const& entry : BasicResponse.get_responses()) {
-        if (namesSameCertificate(*entry.get_reqCert().get_certID(), certID)) {
-            return index;
-        }
-        ++index;
-    }
-    return kNoIndex;
 }
 
 void CResponse::Import(unsigned char const* data, unsigned long size, CRequest const* request) {
@@ -177,7 +169,7 @@ void CResponse::Import(unsigned char const* data, unsigned long size, CRequest c
     }
     for (unsigned long i = 0; i < asked.SRCertificates.size(); ++i) {
         // An entry that was asked and not answered is left to whoever judges the response.
-        if (const unsigned long index = impl_->findEntry(asked.SRCertIDs[i]); index != kNoIndex) {
+        if (const unsigned long index = impl_->Entries.find(asked.SRCertIDs[i]); index != EntryIndex::kNone) {
             impl_->SRCertificates[index] = asked.SRCertificates[i];
         }
     }

@@ -70,7 +70,7 @@ std::uint32_t CResponse::get_Status() const {
 
 unsigned long CResponse::get_SRNumber() const {
     impl_->requireSuccessful();
-    return impl_->BasicResponse.get_responses().size();
+    return impl_->Entries.size();
 }
 
 CDateTime CResponse::get_ProducedAt() const {
@@ -191,7 +191,7 @@ bool CResponse::VerifyNonce(unsigned char const* data, unsigned long size) const
 
 unsigned long CResponse::get_SRIndexByCertID(CCertID const& certID) const {
     impl_->requireSuccessful();
-    return impl_->findEntry(certID);
+    return impl_->Entries.find(certID);
 }
 
 // A hash of the issuer is computed once for each algorithm in use, not once for each entry: a response may hold many

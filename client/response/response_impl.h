@@ -12,6 +12,7 @@
 #include "asn1/algorithm_identifier.h"
 #include "client/policy/policy_binding.h"
 #include "client/policy/response_policy.h"
+#include "client/response/entry_index.h"
 #include "client/response/response.h"
 #include "handles/cert_chain_context.h"
 #include "handles/cert_context.h"
@@ -35,9 +36,8 @@ struct CResponse::Impl {
     void requireSuccessful() const;                // the above, then kNotSuccessful
     void requireEntry(unsigned long index) const;  // the above, then kInvalidIndex
 
-    // By position; kInvalidIndex past the end. The lists are short, so it walks from the front.
-    CSingleResponse const& get_SingleResponse(unsigned long index) const;
-    unsigned long findEntry(CCertID const& certID) const;
+    // By position; kInvalidIndex past the end.
+    CSingleResponse const& get_SingleResponse(unsigned long index) const { return Entries.at(index); }
 
     // True when `candidate` fits the responder id and its key verifies the signature; it is then kept, independent of
     // its store, in OCSPCertificate.
@@ -55,6 +55,7 @@ struct CResponse::Impl {
     CResponse& Owner;
     std::uint32_t Status = 0;
     CBasicResponse BasicResponse;
+    EntryIndex Entries;  // of BasicResponse.get_responses(), and reset whenever that changes
     ASN1::CExtensions AdditionalExtensions;
     std::map<unsigned long, CExtCrlID> SRCRLReferences;
     std::map<unsigned long, CExtArchiveCutoff> SRArchiveCutoffs;

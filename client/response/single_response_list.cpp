@@ -64,13 +64,4 @@ void CResponse::Impl::takeHistoricalRequest(unsigned long index, CSingleResponse
     }
 }
 
-CSingleResponse const& CResponse::Impl::get_SingleResponse(unsigned long index) const {
-    for (CSingleResponse const& entry : BasicResponse.get_responses()) {
-        if (index-- == 0) {
-            return entry;
-        }
-    }
-    ATL::AtlThrowImpl(status::kInvalidIndex);
-}
-
 }  // namespace Orvane::PKI::OCSP::Client

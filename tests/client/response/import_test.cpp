@@ -224,4 +224,40 @@ TEST_F(ResponseImport, FindsEntriesByIdentifierAndByCertificate) {
     EXPECT_EQ(copy.get_SRIndexByCertID(request.get_SRCertID(0)), 2u);
 }
 
+TEST_F(ResponseImport, LooksUpManyEntriesAsItLooksUpOne) {
+    // Serial numbers 0 to 299, each a second time behind them under a sign octet more, and one of another issuer.
+    ResponseSpec spec = good();
+    const CertIdSpec sample = certIdOf(pki_.good, pki_.ca);
+    spec.entries.clear();
+    const auto add = [&](Bytes serial, const CertIdSpec& id) {
+        spec.entries.emplace_back(id);
+        spec.entries.back().id.serial = std::move(serial);
+    };
+    const auto octet = [](unsigned number) { return static_cast<std::uint8_t>(number); };
+    for (unsigned number = 0; number < 300; ++number) {
+        add({octet(number >> 8), octet(number)}, sample);
+    }
+    for (unsigned number = 0; number < 300; ++number) {
+        add({0, octet(number >> 8), octet(number)}, sample);
+    }
+    add({0x44}, certIdOf(pki_.good, pki_.sibling));
+    CResponse response;
+    import(response, buildResponse(spec));
+    ASSERT_EQ(response.get_SRNumber(), 601u);
+    // Twice: the first few are walked for, the rest are looked up.
+    for (int round = 0; round < 2; ++round) {
+        for (unsigned long i = 0; i < 601; ++i) {
+            EXPECT_EQ(response.get_SRIndexByCertID(response.get_SRCertID(i)), i < 300 || i == 600 ? i : i - 300);
+        }
+        ocsp::CCertID unknown = response.get_SRCertID(0);
+        unknown.put_serialNumber(Orvane::ASN1::CBigInteger(toBlob(fromHex("FF00")).pbData(), 2));
+        EXPECT_EQ(response.get_SRIndexByCertID(unknown), CResponse::kNoIndex);
+        EXPECT_EQ(response.get_SRIndexByCertID(ocsp::CCertID()), CResponse::kNoIndex);
+    }
+    // What was found in one message is not looked for in the next.
+    import(response, buildResponse(good()));
+    EXPECT_EQ(response.get_SRIndexByCertID(response.get_SRCertID(0)), 0u);
+    EXPECT_THAT(thrownStatus([&] { response.get_SRStatus(1); }), IsStatus(status::kInvalidIndex));
+}
+
 }  // namespace

@@ -1,0 +1,95 @@
+#include "client/response/entry_index.h"
+
+#include <algorithm>
+#include <cstdint>
+#include <string_view>
+
+#include "handles/exception.h"
+#include "handles/status.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+namespace {
+
+// Most messages are asked for one entry or two, and then a walk is cheaper than any preparation.
+constexpr unsigned long kScansBeforeSorting = 8;
+
+std::string_view textOf(CBlob const& blob) {
+    return {reinterpret_cast<char const*>(blob.pbData()), blob.cbData()};
+}
+
+// Two forms of one number differ in sign bytes that add nothing.
+std::string_view shortestForm(CBlob const& number) {
+    std::string_view text = textOf(number);
+    while (text.size() > 1) {
+        const bool negative = (static_cast<unsigned char>(text[1]) & 0x80) != 0;
+        if (text[0] != (negative ? '\xFF' : '\0')) {
+            break;
+        }
+        text.remove_prefix(1);
+    }
+    return text;
+}
+
+void append(std::string& key, std::string_view part) {
+    const auto size = static_cast<std::uint64_t>(part.size());
+    key.append(reinterpret_cast<char const*>(&size), sizeof size);
+    key.append(part);
+}
+
+// Equal exactly for identifiers that name the same certificate.
+std::string keyOf(CCertID const& id) {
+    std::string key;
+    append(key, textOf(id.get_issuerKeyHash()));
+    append(key, textOf(id.get_issuerNameHash()));
+    append(key, shortestForm(id.get_serialNumber()));
+    return key;
+}
+
+}  // namespace
+
+void EntryIndex::reset(CSingleResponseList const& responses) {
+    clear();
+    entries_.reserve(responses.size());
+    for (CSingleResponse const& entry : responses) {
+        entries_.push_back(&entry);
+    }
+}
+
+void EntryIndex::clear() {
+    entries_.clear();
+    byKey_.clear();
+    scans_ = 0;
+}
+
+CSingleResponse const& EntryIndex::at(unsigned long index) const {
+    if (index >= entries_.size()) {
+        ATL::AtlThrowImpl(status::kInvalidIndex);
+    }
+    return *entries_[index];
+}
+
+unsigned long EntryIndex::find(CCertID const& certID) {
+    if (scans_ < kScansBeforeSorting) {
+        ++scans_;
+        const auto found = std::find_if(entries_.begin(), entries_.end(), [&certID](CSingleResponse const* entry) {
+            return namesSameCertificate(*entry->get_reqCert().get_certID(), certID);
+        });
+        return found == entries_.end() ? kNone : static_cast<unsigned long>(found - entries_.begin());
+    }
+    if (byKey_.empty()) {
+        std::vector<Key> keys;
+        keys.reserve(entries_.size());
+        for (CSingleResponse const* entry : entries_) {
+            keys.emplace_back(keyOf(*entry->get_reqCert().get_certID()), keys.size());
+        }
+        std::sort(keys.begin(), keys.end());
+        byKey_ = std::move(keys);
+    }
+    // Of entries with one key the lowest position comes first.
+    const Key wanted(keyOf(certID), 0);
+    const auto found = std::lower_bound(byKey_.begin(), byKey_.end(), wanted);
+    return found == byKey_.end() || found->first != wanted.first ? kNone : found->second;
+}
+
+}  // namespace Orvane::PKI::OCSP::Client

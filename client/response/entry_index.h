@@ -1,0 +1,39 @@
+// The single responses of a message by position and by what they are about. A message may hold as many entries as fit
+// into it, and callers walk them by position or look up one for each entry of a request: neither may cost a walk over
+// the whole list every time.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "client/response/response.h"
+#include "message/cert_id.h"
+#include "message/single_response.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+class EntryIndex {
+public:
+    /// What find returns when nothing matches.
+    static constexpr unsigned long kNone = CResponse::kNoIndex;
+
+    /// Points into `responses`, which must stay as it is for as long as the index is used.
+    void reset(CSingleResponseList const& responses);
+    void clear();
+
+    unsigned long size() const { return entries_.size(); }
+    /// Throws kInvalidIndex past the end.
+    CSingleResponse const& at(unsigned long index) const;
+    /// The first entry that names the same certificate, or kNone. Each entry must hold a CertID.
+    unsigned long find(CCertID const& certID);
+
+private:
+    using Key = std::pair<std::string, unsigned long>;  // what is compared of a CertID, position
+
+    std::vector<CSingleResponse const*> entries_;
+    std::vector<Key> byKey_;  // in order; empty until it pays
+    unsigned long scans_ = 0;
+};
+
+}  // namespace Orvane::PKI::OCSP::Client
