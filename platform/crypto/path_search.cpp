@@ -65,8 +65,8 @@ private:
     enum Rank { kNone, kUnsound, kUntrusted, kAnchored, kAnchoredNow };
     struct Candidate {
         CertificateRef certificate;
-        bool root;
-        int order;
+        bool root = false;
+        int order = 0;
     };
 
     bool isRoot(const CertificateRef& certificate) const {
@@ -96,14 +96,11 @@ private:
                            [&](const Node& node) { return sameCertificate(node.certificate, certificate); });
     }
 
-    // The certificates among `from` that bear the issuer's name, up to the bound.
+    // The certificates among `from` that bear the issuer's name.
     template <typename Fits>
     void collect(std::size_t node, const std::vector<CertificateRef>& from, bool roots, std::vector<Candidate>& found,
                  Fits fits) const {
         for (const CertificateRef& certificate : from) {
-            if (found.size() >= kMaxCandidates) {
-                return;
-            }
             if (fits(*certificate) && certificate->x509() != nullptr && !isOnPath(node, certificate)) {
                 const bool trusted = roots && isRoot(certificate);
                 found.push_back({certificate, trusted, order(node, *certificate)});
@@ -136,6 +133,8 @@ private:
         }
         std::stable_sort(found.begin(), found.end(),
                          [](const Candidate& left, const Candidate& right) { return left.order < right.order; });
+        // Cut after sorting: a crowd of namesakes in a response must not keep out the one whose key identifier fits.
+        found.resize(std::min(found.size(), kMaxCandidates));
         return found;
     }
 

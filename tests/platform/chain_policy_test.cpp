@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "tests/platform/trust_fixture.h"
+#include "tests/support/tlv.h"
 
 namespace testkit {
 namespace {
@@ -82,6 +83,21 @@ Identity delegateOf(const Identity& issuer) {
     return issue(issuer, delegateSpec());
 }
 
+// A delegate whose signature claims one bit less than it has; the bit is 0, so that the octets stay what they are.
+Identity withUnusedBit(const Identity& issuer) {
+    Identity delegate = delegateOf(issuer);
+    while ((delegate.certificate.back() & 1) != 0) {
+        delegate = delegateOf(issuer);
+    }
+    Bytes& der = delegate.certificate;
+    std::size_t at = der.size() - 1;
+    while (der[at] != 0x03 || der[at + 1] != der.size() - at - 2 || der[at + 2] != 0) {
+        --at;
+    }
+    der[at + 2] = 1;
+    return delegate;
+}
+
 // Nothing between the certificate and a root has been asked about revocation: set on every chain without CRLs.
 constexpr DWORD kOpen = OCSP_CHAIN_REVOCATION_UNKNOWN;
 
@@ -117,6 +133,26 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
     sameKey.key = pki.ca.key;
     const Identity renamedCa = issue(pki.root, sameKey);
     const Identity madeUp = rootCa("made up");
+    CertificateSpec lastSpec;
+    lastSpec.commonName = "last of its line";
+    lastSpec.ca = true;
+    lastSpec.pathLength = 0;
+    const Identity last = issue(pki.root, lastSpec);
+    const Identity belowLast = issueCa(last, "one too many");
+    CertificateSpec limitedSpec;
+    limitedSpec.commonName = "limited";
+    limitedSpec.ca = true;
+    limitedSpec.criticalExtensions = {
+        {"2.5.29.30", tlv::sequence({tlv::context(0, tlv::sequence({tlv::context(4, pki.sibling.subject())}))})}};
+    const Identity limited = issue(pki.root, limitedSpec);
+    CertificateSpec notSigningSpec;
+    notSigningSpec.commonName = "not signing";
+    notSigningSpec.ca = true;
+    notSigningSpec.keyUsage = "critical,digitalSignature,cRLSign";
+    const Identity notSigning = issue(pki.root, notSigningSpec);
+    const auto delegateFor = [&](const Identity& issuer, std::vector<Identity> extra) {
+        return Question{delegateOf(issuer), {certIdOf(pki.good, issuer)}, std::move(extra)};
+    };
 
     const RefusalRow rows[] = {
         {"delegate without extended key usage", [&] { return withUsage(""); }, 0, OCSP_CHAIN_WRONG_USAGE},
@@ -165,6 +201,25 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
              return issuedBy(pki.subCa, {pki.subCa, pki.ca});
          },
          0, 0},
+        {"a CA below the issuer",
+         [&] {
+             return Question{pki.subCa, {asked}, {pki.ca}};
+         },
+         0, OCSP_CHAIN_WRONG_USAGE},
+        {"path too long",
+         [&] {
+             return delegateFor(belowLast, {belowLast, last});
+         },
+         0, OCSP_CHAIN_INVALID},
+        {"outside of the names that the issuer may give", [&] { return delegateFor(limited, {limited}); }, 0,
+         OCSP_CHAIN_INVALID},
+        {"issuer that may not sign certificates", [&] { return delegateFor(notSigning, {notSigning}); }, 0,
+         OCSP_CHAIN_INVALID},
+        {"signature that does not end at an octet",
+         [&] {
+             return Question{withUnusedBit(pki.ca), {asked}, {pki.ca}};
+         },
+         0, OCSP_CHAIN_NOT_SIGNATURE_VALID},
         {"sibling of the issuer",
          [&] {
              return Question{pki.sibling, {asked}, {pki.ca}};
@@ -245,6 +300,16 @@ TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames)
     caWithoutSignatures.ca = true;
     caWithoutSignatures.keyUsage = "critical,keyCertSign,cRLSign";
     const Identity strictCa = issue(pki.root, caWithoutSignatures);
+    CertificateSpec forServers;
+    forServers.commonName = "server ca";
+    forServers.ca = true;
+    forServers.extendedKeyUsage = "serverAuth";
+    const Identity serverCa = issue(pki.root, forServers);
+    CertificateSpec again;
+    again.commonName = "ca";
+    again.ca = true;
+    again.key = pki.ca.key;
+    const Identity renewed = issue(pki.root, again);
     const auto idWith = [&](const char* hash) { return certIdOf(pki.good, pki.ca, hash); };
     const Identity delegate = delegateOf(pki.ca);
 
@@ -274,6 +339,25 @@ TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames)
                                         }),
                              {asked},
                              {pki.ca}};
+         }},
+        {"a delegate that is a CA as well",
+         [&] {
+             return Question{delegateOf(pki.ca,
+                                        [](CertificateSpec& spec) {
+                                            spec.ca = true;
+                                            spec.keyUsage = "critical,digitalSignature,keyCertSign";
+                                        }),
+                             {asked},
+                             {pki.ca}};
+         }},
+        // Whoever could answer himself gives away nothing that is not his.
+        {"a delegate of a CA that is itself for servers alone",
+         [&] {
+             return Question{delegateOf(serverCa), {certIdOf(pki.good, serverCa)}, {serverCa}};
+         }},
+        {"a delegate, when the issuer has two certificates",
+         [&] {
+             return Question{delegate, {asked}, {renewed, pki.ca}};
          }},
         {"a delegate that has expired since",
          [&] {
@@ -367,6 +451,21 @@ TEST_F(ResponderPolicy, FindsTheWayThroughExtraAndLoopingCertificatesInAnyOrder)
             EXPECT_EQ(verdict.authorized, std::vector<int>{1});
         }
     }
+}
+
+TEST_F(ResponderPolicy, FindsTheIssuerBehindHundredsOfNamesakes) {
+    CertificateSpec namesake;
+    namesake.commonName = "ca";
+    namesake.ca = true;
+    namesake.key = pki.sameNameCa.key;
+    std::vector<Identity> extra;
+    for (int i = 0; i < 500; ++i) {
+        extra.push_back(issue(pki.sameNameCa, namesake));
+    }
+    extra.push_back(pki.ca);
+    const Verdict verdict = judge({pki.delegate, {asked}, extra});
+    EXPECT_EQ(verdict.error, 0U);
+    EXPECT_EQ(verdict.authorized, std::vector<int>{1});
 }
 
 TEST_F(ResponderPolicy, TellsTheNoCheckMarkAndWhatCrlsSaid) {
