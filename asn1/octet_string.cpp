@@ -10,13 +10,16 @@ namespace Orvane::ASN1 {
 
 CBlob toOctetString(const CBlob& content) {
     ctxt_handle context;
-    if (content.cbData() > MEM_HEAP_MAX_REQUEST || !context.init() || xe_setp(context.get(), nullptr, 0) != 0) {
+    if (!context.init()) {
         ATL::AtlThrowImpl(status::kAsn1Memory);
+    }
+    if (content.cbData() > MEM_HEAP_MAX_REQUEST || xe_setp(context.get(), nullptr, 0) != 0) {
+        ATL::AtlThrowImpl(status::kAsn1Error);
     }
     const int length =
         xe_octstr(context.get(), content.pbData(), static_cast<std::uint32_t>(content.cbData()), TAG_EXPLICIT);
     if (length < 0) {
-        ATL::AtlThrowImpl(status::kAsn1Memory);
+        ATL::AtlThrowImpl(status::kAsn1Error);
     }
     return CBlob(xe_getp(context.get()), static_cast<unsigned long>(length));
 }

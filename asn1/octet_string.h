@@ -6,7 +6,8 @@
 
 namespace Orvane::ASN1 {
 
-/// The whole OCTET STRING, tag and length included, of the bytes. Throws Asn1Memory when memory is exhausted.
+/// The whole OCTET STRING, tag and length included, of the bytes. Throws Asn1Memory when there is no memory
+/// to begin with, and Asn1Error when the writer runs out of it.
 TALLOW_EXPORT CBlob toOctetString(const CBlob& content);
 
 /// The content of an OCTET STRING. Throws Asn1Error for an empty blob and for one that does not begin with an OCTET

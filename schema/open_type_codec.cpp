@@ -32,10 +32,19 @@ int forEachValue(ASN1TSeqOfList& list, Visit visit) {
     return 0;
 }
 
+/// Room for the encoding of a value that was read from `numocts` octets, the unused octet of the buffer included; 0,
+/// the usual room, for a value that was not read. What comes out again may be longer by what a lax writer left out:
+/// an empty BIT STRING gains its count of unused bits.
+int roomToEncode(std::uint32_t numocts) {
+    constexpr std::uint32_t kLargest = 1 << 20;
+    constexpr std::uint32_t kSlack = 16;
+    return numocts == 0 || numocts > kLargest ? 0 : static_cast<int>(numocts + numocts / 2 + kSlack);
+}
+
 /// Encodes the decoded value into a fresh buffer; `raw` then points into it. The buffer stays in the heap until the
-/// context ends.
+/// context ends. A message may hold a hundred thousand small values, so the buffer is made to measure.
 int encodeValueAside(ASN1CTXT* ctxt, const TypeInfo& type, void* object, Asn1TObject& value, ASN1TOpenType& raw) {
-    int length = xe_setp(ctxt, nullptr, 0);
+    int length = xe_setp(ctxt, nullptr, roomToEncode(value.encoded.numocts));
     if (length == 0) {
         length = type.table->set->encode(object, ctxt, value);
     }

@@ -3,6 +3,7 @@
 #include <gmock/gmock.h>
 
 #include "asn1/octet_string.h"
+#include "asn1rt/memory_heap.h"
 #include "handles/status.h"
 #include "tests/asn1/blobs.h"
 #include "tests/support/status_matcher.h"
@@ -89,6 +90,18 @@ TEST(OctetString, WrapsAndUnwrapsBytes) {
     EXPECT_EQ(fromOctetString(toOctetString(large)), large) << "larger than the first buffer of the encoder";
     for (const char* bad : {"", "04", "0403ff", "020101", "048500", "0480010000", "30020400"}) {
         EXPECT_THAT(thrownStatus([&] { fromOctetString(blobFromHex(bad)); }), IsStatus(status::kAsn1Error)) << bad;
+    }
+
+    // No context is exhausted memory; a writer without room is a failure of the writer, as for all values.
+    static std::size_t largest;
+    for (const std::size_t room : {std::size_t{0}, std::size_t{1000}, std::size_t{50000}}) {
+        largest = room;
+        g_malloc_func = [](void* user, std::size_t size) {
+            return size > largest ? nullptr : rtDefaultMalloc(user, size);
+        };
+        const auto thrown = thrownStatus([&] { toOctetString(large); });
+        g_malloc_func = rtDefaultMalloc;
+        EXPECT_THAT(thrown, IsStatus(room == 0 ? status::kAsn1Memory : status::kAsn1Error)) << room;
     }
 }
 

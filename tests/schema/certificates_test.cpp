@@ -169,6 +169,39 @@ TEST_F(Certificates, ExtensionsFollowTheirRules) {
     }
 }
 
+/// Octets asked for while it lives.
+class AllocationCount {
+public:
+    AllocationCount() {
+        total = 0;
+        g_malloc_func = [](void* user, std::size_t size) {
+            total += size;
+            return rtDefaultMalloc(user, size);
+        };
+    }
+    ~AllocationCount() { g_malloc_func = rtDefaultMalloc; }
+    AllocationCount(const AllocationCount&) = delete;
+    AllocationCount& operator=(const AllocationCount&) = delete;
+
+    static inline std::size_t total = 0;
+};
+
+TEST_F(Certificates, ManySmallKnownValuesAreEncodedInLittleMemory) {
+    const Bytes small = extension("2.5.29.19", tlv::sequence({}));
+    const Bytes grows = extension("2.5.29.15", fromHex("03 00"));  // comes out as 03 01 00
+    for (const Bytes& one : {small, grows}) {
+        Bytes all;
+        for (unsigned i = 0; i < 1000; ++i) {
+            all.insert(all.end(), one.begin(), one.end());
+        }
+        ASN1T_Extensions list;
+        ASSERT_EQ(decode(asn1D_Extensions, list, tlv::raw(0x30, all)), 0);
+        const AllocationCount count;
+        EXPECT_GE(encode(asn1E_Extensions, list), static_cast<int>(all.size()));
+        EXPECT_LT(AllocationCount::total, 200000U);
+    }
+}
+
 TEST_F(Certificates, ChoicesAndAttributesFollowTheirRules) {
     const Bytes when = bytesOf("260101000000Z");
     ASN1T_Time time;
