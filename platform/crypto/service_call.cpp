@@ -8,17 +8,13 @@ std::string settingText(const char* path, std::string_view otherwise) {
         return std::string(otherwise);
     }
     std::string text(size, '\0');
-    return support_registry_get_string(path, &size, text.data()) == 0 ? text : std::string(otherwise);
-}
-
-long settingLong(const char* path, long otherwise) noexcept {
-    long value = 0;
-    return support_registry_get_long(path, &value) == 0 ? value : otherwise;
+    return support_registry_get_string(path, &size, text.data()) == 0 ? text : std::string();
 }
 
 bool settingFlag(const char* path, bool otherwise) noexcept {
     int value = 0;
-    return support_registry_get_bool(path, &value) == 0 ? value != 0 : otherwise;
+    const int result = support_registry_get_bool(path, &value);
+    return result == static_cast<int>(ERROR_FILE_NOT_FOUND) ? otherwise : result == 0 && value != 0;
 }
 
 TSupportDbContext_* traceContext() noexcept {

@@ -93,6 +93,18 @@ TEST_F(SystemStore, ShowsTheSystemsRootsInRootUnlessSwitchedOff) {
     EXPECT_EQ(all(open("ROOT")), std::vector<Bytes>{pki_.sameNameCa.certificate});
 }
 
+TEST_F(SystemStore, IsEmptyWhileTheSettingsAreBroken) {
+    folder_.write("bundle.pem", pki_.root.certificatePem());
+    folder_.write("machine/ROOT/mine.pem", pki_.sameNameCa.certificatePem());
+    SettingsFile const late("[crypto]\nsystem_roots = false\nmax_crl_bytes = \"many\"\nmachine_stores = \"" +
+                            folder_.file("machine") + "\"\nsystem_bundle = \"" + folder_.file("bundle.pem") + "\"\n");
+    EXPECT_EQ(all(open("ROOT", kMachine)), std::vector<Bytes>{pki_.sameNameCa.certificate});
+    long limit = 0;
+    EXPECT_NE(support_registry_get_long("\\crypto\\max_crl_bytes", &limit), 0);
+    // Broken from now on, but not so that a root counts which the file keeps out.
+    EXPECT_TRUE(all(open("ROOT", kMachine)).empty());
+}
+
 TEST_F(SystemStore, ReadsCrlsFromTheSameFolder) {
     Bytes const crl = testkit::makeCrl(pki_.ca, {});
     folder_.write("user/CA/a.crl", crl);
