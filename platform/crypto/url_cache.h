@@ -3,7 +3,9 @@
 // The folder is the setting url_cache of the table [crypto], by default $XDG_CACHE_HOME/tallow/ocsp. An entry is one
 // file, named after the hash of its URL, that begins with the URL itself, so that two URLs can never share an answer.
 // It is written beside its place and renamed into it: a crash leaves the old entry, or none, never half of one. A cache
-// that cannot be read or written is no failure: the answer then comes from the wire.
+// that cannot be read or written is no failure: the answer then comes from the wire. A folder or a file that somebody
+// else owns, or others may write, is not used, and no symbolic link is followed to an entry. The folder holds at most
+// 1024 entries and 256 MiB: the oldest go first.
 #pragma once
 
 #include <optional>
@@ -15,7 +17,7 @@ namespace tallow::platform {
 
 class UrlCache {
 public:
-    // In the folder of the settings.
+    // In the folder of the settings; one named "" keeps nothing.
     UrlCache();
     explicit UrlCache(std::string folder) : folder_(std::move(folder)) {}
 
@@ -25,8 +27,6 @@ public:
     void keep(const std::string& url, ByteView answer) const;
 
 private:
-    std::string fileOf(const std::string& url) const;
-
     std::string folder_;
 };
 

@@ -1,6 +1,10 @@
 // The service's exchange with a responder, over real sockets: what is sent, what counts as an answer, and the bounds.
 #include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
+#include <chrono>
 #include <filesystem>
 #include <fstream>
 #include <memory>
@@ -226,6 +230,79 @@ TEST_F(Retrieve, PassesOverEntriesThatAreNotWhole) {
             EXPECT_FALSE(retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL).ok) << cut;
         }
     }
+}
+
+TEST_F(Retrieve, UsesNoEntryOrFolderThatOthersCouldHaveWritten) {
+    namespace fs = std::filesystem;
+    ASSERT_TRUE(retrieve(server_.url(), 0).ok);
+    const fs::path cache = folder_.path() / "cache";
+    const fs::path entry = fs::directory_iterator(cache)->path();
+    const auto isUsed = [&] { return retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL).ok; };
+    ASSERT_TRUE(isUsed());
+    EXPECT_EQ(fs::status(cache).permissions(), fs::perms::owner_all);
+
+    fs::permissions(entry, fs::perms::others_write, fs::perm_options::add);
+    EXPECT_FALSE(isUsed());
+    fs::permissions(entry, fs::perms::others_write, fs::perm_options::remove);
+    fs::permissions(cache, fs::perms::group_write, fs::perm_options::add);
+    EXPECT_FALSE(isUsed());
+    EXPECT_TRUE(retrieve(server_.url("/other"), 0).ok) << "from the wire";
+    EXPECT_EQ(std::distance(fs::directory_iterator(cache), {}), 1) << "and not kept";
+    fs::permissions(cache, fs::perms::group_write, fs::perm_options::remove);
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(cache.c_str(), 65534, 65534), 0);
+        EXPECT_FALSE(isUsed());
+        ASSERT_EQ(::chown(cache.c_str(), 0, 0), 0);
+    }
+    fs::rename(entry, cache / "elsewhere");
+    fs::create_symlink(cache / "elsewhere", entry);
+    EXPECT_FALSE(isUsed());
+    fs::remove(entry);
+    ASSERT_EQ(::mkfifo(entry.c_str(), 0600), 0);
+    EXPECT_FALSE(isUsed());
+    EXPECT_TRUE(retrieve(server_.url(), 0).ok);
+    EXPECT_TRUE(isUsed()) << "written over";
+}
+
+TEST_F(Retrieve, KeepsABoundedNumberOfEntriesAndTouchesNothingElse) {
+    namespace fs = std::filesystem;
+    const std::string strange = folder_.write("cache/notes.txt", "keep me");
+    fs::permissions(folder_.path() / "cache", fs::perms::owner_all);
+    const tallow::platform::UrlCache cache(folder_.file("cache"));
+    for (int i = 0; i < 1023; ++i) {
+        std::string name = std::to_string(i);
+        name.insert(0, 64 - name.size(), '0');
+        folder_.write("cache/" + name, "");
+        fs::last_write_time(folder_.file("cache/" + name), fs::file_time_type::clock::now() - std::chrono::hours(1));
+    }
+    cache.keep("http://a/", kept_);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path() / "cache"), {}), 1025);
+    cache.keep("http://b/", kept_);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path() / "cache"), {}), 769);
+    EXPECT_TRUE(fs::exists(strange));
+    EXPECT_EQ(cache.find("http://a/", 60, nullptr), kept_);
+    EXPECT_EQ(cache.find("http://b/", 60, nullptr), kept_);
+}
+
+TEST_F(Retrieve, NeverShowsHalfAnEntryToAnotherProcess) {
+    const tallow::platform::UrlCache cache(folder_.file("cache"));
+    const Bytes small(100, 1);
+    const Bytes large(200000, 2);
+    cache.keep("http://a/", small);
+    const pid_t writer = ::fork();
+    ASSERT_GE(writer, 0);
+    if (writer == 0) {
+        for (int i = 0; i < 100; ++i) {
+            cache.keep("http://a/", i % 2 == 0 ? large : small);
+        }
+        ::_exit(0);
+    }
+    int status = 1;
+    while (::waitpid(writer, &status, WNOHANG) == 0) {
+        const auto found = cache.find("http://a/", 60, nullptr);
+        EXPECT_TRUE(found && (*found == small || *found == large));
+    }
+    EXPECT_EQ(status, 0);
 }
 
 TEST_F(Retrieve, ReportsTheHttpStatusAndHeedsTheTimeLimit) {
