@@ -14,7 +14,6 @@ using namespace testkit;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
-using testing::StartsWith;
 
 constexpr int kExitNoAnswer = 3;
 

@@ -6,8 +6,8 @@
 
 #include "handles/cert_context.h"
 #include "handles/cert_store.h"
-#include "tests/support/pki.h"
 #include "tests/scripted_service/scripted_service.h"
+#include "tests/support/pki.h"
 #include "tests/support/status_matcher.h"
 
 namespace {
