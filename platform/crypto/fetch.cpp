@@ -7,6 +7,8 @@
 #include <mutex>
 #include <string_view>
 
+#include "platform/crypto/system_store.h"
+
 namespace tallow::platform {
 
 namespace {
@@ -22,6 +24,10 @@ struct ListFree {
     void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
 };
 using HeaderList = std::unique_ptr<curl_slist, ListFree>;
+
+struct TextFree {
+    void operator()(char* text) const noexcept { curl_free(text); }
+};
 
 struct UrlFree {
     void operator()(CURLU* url) const noexcept { curl_url_cleanup(url); }
@@ -97,17 +103,35 @@ DWORD errorOf(CURLcode code) {
 
 enum class Scheme { kHttp, kHttps, kOther };
 
-Scheme schemeOf(const std::string& url) {
-    const std::unique_ptr<CURLU, UrlFree> parsed(curl_url());
+// What of an address decides whether a redirect may lead to it.
+struct Address {
+    Scheme scheme = Scheme::kOther;
+    std::string server;  // host and port
+    std::string login;   // name and password, if the address carries them
+};
+
+std::string partOf(CURLU* url, CURLUPart part) {
     char* text = nullptr;
-    if (!parsed || curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK ||
-        curl_url_get(parsed.get(), CURLUPART_SCHEME, &text, 0) != CURLUE_OK) {
-        return Scheme::kOther;
+    if (curl_url_get(url, part, &text, CURLU_DEFAULT_PORT) != CURLUE_OK) {
+        return {};
     }
-    const std::string_view scheme(text);
-    const Scheme result = scheme == "https" ? Scheme::kHttps : scheme == "http" ? Scheme::kHttp : Scheme::kOther;
-    curl_free(text);
-    return result;
+    const std::unique_ptr<char, TextFree> owner(text);
+    return text;
+}
+
+Address addressOf(const std::string& url) {
+    Address address;
+    const std::unique_ptr<CURLU, UrlFree> parsed(curl_url());
+    if (!parsed || curl_url_set(parsed.get(), CURLUPART_URL, url.c_str(), 0) != CURLUE_OK) {
+        return address;
+    }
+    const std::string scheme = partOf(parsed.get(), CURLUPART_SCHEME);
+    address.scheme = scheme == "https" ? Scheme::kHttps : scheme == "http" ? Scheme::kHttp : Scheme::kOther;
+    address.server = partOf(parsed.get(), CURLUPART_HOST) + ':' + partOf(parsed.get(), CURLUPART_PORT);
+    const std::string name = partOf(parsed.get(), CURLUPART_USER);
+    const std::string password = partOf(parsed.get(), CURLUPART_PASSWORD);
+    address.login = name.empty() && password.empty() ? std::string() : name + ':' + password;
+    return address;
 }
 
 long millisecondsUntil(Clock::time_point deadline) {
@@ -141,6 +165,10 @@ void setCommonOptions(CURL* easy, const ExchangeLimits& limits, Arrival& arrival
     curl_easy_setopt(easy, CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
     curl_easy_setopt(easy, CURLOPT_SSL_VERIFYPEER, 1L);
     curl_easy_setopt(easy, CURLOPT_SSL_VERIFYHOST, 2L);
+    // Named here, so that it does not depend on how libcurl was built. Empty while the settings are broken: then no
+    // peer is trusted.
+    curl_easy_setopt(easy, CURLOPT_CAINFO, systemBundle().c_str());
+    curl_easy_setopt(easy, CURLOPT_CAPATH, nullptr);
     curl_easy_setopt(easy, CURLOPT_CONNECTTIMEOUT_MS, limits.connectTimeoutMs);
     curl_easy_setopt(easy, CURLOPT_WRITEFUNCTION, onBody);
     curl_easy_setopt(easy, CURLOPT_WRITEDATA, &arrival);
@@ -170,14 +198,26 @@ void setRequest(CURL* easy, const HttpCall& call, const curl_slist* headers) {
     }
 }
 
+// A line break in one of these would add a line of somebody's choice to what is sent; libcurl passes it on.
+bool isOneLine(const std::string& text) {
+    return std::none_of(text.begin(), text.end(), [](unsigned char c) { return (c < 0x20 && c != '\t') || c == 0x7F; });
+}
+
+bool isSendable(const HttpCall& call) {
+    return isOneLine(call.userAgent) && isOneLine(call.proxyCredentials) &&
+           std::all_of(call.headers.begin(), call.headers.end(), isOneLine);
+}
+
 bool isRedirect(long status) {
     return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
 }
 
-// Whether the hop may be taken: from https only to https, a POST never where it would have to become a GET.
-bool mayFollow(const HttpCall& call, Scheme from, const std::string& target, long status) {
-    const Scheme to = schemeOf(target);
-    return to != Scheme::kOther && (from == Scheme::kHttp || to == Scheme::kHttps) && (!call.post || status != 303);
+// Whether the hop may be taken: from https only to https, a POST never where it would have to become a GET, and with
+// credentials only to the server that they were given for (libcurl keeps them when a redirect names a path alone).
+bool mayFollow(const HttpCall& call, const Address& from, const Address& to, long status) {
+    const bool keepsScheme = to.scheme == Scheme::kHttps || (to.scheme == Scheme::kHttp && from.scheme == to.scheme);
+    const bool keepsLogin = to.login.empty() || (to.login == from.login && to.server == from.server);
+    return keepsScheme && keepsLogin && (!call.post || status != 303);
 }
 
 // One hop. `next` receives the target of a redirect, if any.
@@ -219,9 +259,12 @@ HttpAnswer exchangeHttp(const HttpCall& call, const ExchangeLimits& limits) {
     static std::once_flag once;
     std::call_once(once, [] { curl_global_init(CURL_GLOBAL_DEFAULT); });
     const Clock::time_point deadline = Clock::now() + std::chrono::milliseconds(limits.deadlineMs);
-    Scheme scheme = schemeOf(call.url);
-    if (scheme == Scheme::kOther) {
+    Address address = addressOf(call.url);
+    if (address.scheme == Scheme::kOther) {
         return failure(ERROR_INTERNET_UNRECOGNIZED_SCHEME);
+    }
+    if (!isSendable(call)) {
+        return failure(ERROR_INVALID_PARAMETER);
     }
     const EasyPtr easy(curl_easy_init());
     if (!easy) {
@@ -240,11 +283,12 @@ HttpAnswer exchangeHttp(const HttpCall& call, const ExchangeLimits& limits) {
         if (answer.error != 0 || next.empty()) {
             return answer;
         }
-        if (!mayFollow(call, scheme, next, answer.status)) {
+        Address target = addressOf(next);
+        if (!mayFollow(call, address, target, answer.status)) {
             return failure(ERROR_HTTP_REDIRECT_FAILED);
         }
         url = next;
-        scheme = schemeOf(url);
+        address = std::move(target);
     }
     return failure(ERROR_HTTP_REDIRECT_FAILED);
 }

@@ -39,7 +39,7 @@ void addSystemRoots(std::vector<StoreFile>& files, bool& exists) {
     if (!settingFlag("\\crypto\\system_roots", true)) {
         return;
     }
-    StoreFile bundle = readBundle(settingText("\\crypto\\system_bundle", kDefaultSystemBundle));
+    StoreFile bundle = readBundle(systemBundle());
     if (bundle.exists()) {
         exists = true;
         files.push_back(std::move(bundle));
@@ -47,6 +47,10 @@ void addSystemRoots(std::vector<StoreFile>& files, bool& exists) {
 }
 
 }  // namespace
+
+std::string systemBundle() {
+    return settingText("\\crypto\\system_bundle", kDefaultSystemBundle);
+}
 
 std::vector<StoreFile> systemStoreFiles(const std::string& name, StoreView storeView, bool& exists) {
     std::vector<StoreFile> files;

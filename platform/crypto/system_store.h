@@ -14,6 +14,9 @@ enum class StoreView { kUser, kMachine };  // kUser: the user's folder, then the
 // The files that a store of the name shows; `exists` says whether there is a folder, or a bundle, at all.
 std::vector<StoreFile> systemStoreFiles(const std::string& name, StoreView storeView, bool& exists);
 
+// The file of the system's trusted certificates; empty while the settings are broken.
+std::string systemBundle();
+
 // A store filled from the folders of the name, empty with the last error set on failure. With `mustExist`, a store
 // without any folder is a failure.
 StoreRef openSystemStore(const std::string& name, StoreView storeView, bool mustExist);

@@ -166,7 +166,14 @@ void writeReply(Connection& connection, const HttpReply& reply) {
         return;
     }
     if (reply.rawReply) {
-        connection.write(reply.rawReply->data(), reply.rawReply->size());
+        const Bytes& raw = *reply.rawReply;
+        const std::size_t step = reply.pauseEachKilobyteMs > 0 ? 1024 : raw.size();
+        for (std::size_t at = 0; at < raw.size(); at += step) {
+            if (!connection.write(raw.data() + at, std::min(step, raw.size() - at))) {
+                return;
+            }
+            sleepMs(reply.pauseEachKilobyteMs);
+        }
         return;
     }
     const std::size_t bodySize = std::max(reply.body.size(), reply.padBodyTo);

@@ -43,7 +43,7 @@ struct HttpReply {
     std::size_t padBodyTo = 0;                     // zero octets behind the body up to this size, made while sending
     bool closeAtOnce = false;                      // close without a single octet
     int delayMs = 0;                               // before the first octet
-    int pauseEachKilobyteMs = 0;                   // after each 1024 octets of the body
+    int pauseEachKilobyteMs = 0;                   // after each 1024 octets of the body, or of rawReply
     std::optional<Bytes> rawReply = std::nullopt;  // in place of everything: status line, headers and body as they are
 };
 
