@@ -43,7 +43,7 @@ TALLOW_EXPORT void rtBigIntFree(ASN1CTXT* ctx, RtBigInteger* big) noexcept;
 
 /// Reads NUL-terminated text. `radix` 0 takes it from the prefix ("0b", "0o", "0x", else 10). Leading blanks are
 /// skipped. A magnitude that does not fit `allocated` moves to the type heap. Failures leave the number 0:
-/// STATUS_BAD_ARGUMENT (radix), STATUS_BAD_VALUE (no digits, or a bad one), STATUS_TOO_BIG (decimal beyond
+/// STATUS_BAD_ARGUMENT (radix), STATUS_BAD_VALUE (no digits, or a bad one), STATUS_TOO_BIG (radix 8 and 10 beyond
 /// kMaxConvertedOctets), STATUS_NO_MEMORY.
 TALLOW_EXPORT int rtBigIntSetStr(ASN1CTXT* ctx, RtBigInteger* big, const char* text, int radix) noexcept;
 

@@ -22,8 +22,9 @@ public:
     ASN1CBitStr(ASN1MessageBufferIF& buffer, std::uint8_t* data, std::uint32_t& numbits, std::uint32_t maxNumBits);
     ASN1CBitStr(ASN1Context& context, std::uint8_t* data, std::uint32_t& numbits, std::uint32_t maxNumBits);
 
-    /// Over a record, which must outlive the object; changes are made in its octets and its count. Bits of its last
-    /// octet behind the count are cleared.
+    /// Over a record, which must outlive the object; changes are made in its octets and its count, so the octets must
+    /// be writable as decoded ones are, unless CTX_FLAG_ZERO_COPY left them in the input. Bits of its last octet behind
+    /// the count are cleared.
     explicit ASN1CBitStr(ASN1TDynBitStr& value);
     ASN1CBitStr(ASN1MessageBufferIF& buffer, ASN1TDynBitStr& value);
     ASN1CBitStr(ASN1Context& context, ASN1TDynBitStr& value);

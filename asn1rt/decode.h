@@ -24,7 +24,8 @@ extern "C" {
 /// input must outlive the decoding. `tag` (may be null) receives the tag, `length` (may be null) the full size of the
 /// element, header included, or LEN_INDEFINITE. A `size` of 0 or below means that the caller vouches for the element
 /// being complete: without a size nothing bounds the reading but the element's own length. STATUS_BAD_LENGTH when the
-/// element is longer than the input; otherwise as xd_tag_len.
+/// element is longer than the input, STATUS_NOT_INITIALIZED on a dead context; otherwise as xd_tag_len. Null `data`
+/// stands for `size` zero octets, which the heap must have room for (STATUS_NO_MEMORY).
 [[nodiscard]] TALLOW_EXPORT int xd_setp(ASN1CTXT* ctx, const std::uint8_t* data, int size, ASN1TAG* tag,
                                         int* length) noexcept;
 

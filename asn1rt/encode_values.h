@@ -20,7 +20,8 @@ extern "C" {
 /// An INTEGER of any size from text. "0x" and "0b" introduce hexadecimal and binary digits that are the two's
 /// complement form: whole octets with the top bit set are negative ("0x80" is -128, "0x0080" is 128), an incomplete top
 /// octet is positive. Any other text is read as rtBigIntSetStr reads it with radix 0: "0o" introduces octal, else it is
-/// decimal. STATUS_BAD_VALUE, entered in the context, for null, empty or malformed text.
+/// decimal. STATUS_BAD_VALUE for null, empty or malformed text, STATUS_TOO_BIG for octal and decimal text beyond
+/// kMaxConvertedOctets; failures are entered in the context.
 [[nodiscard]] TALLOW_EXPORT int xe_bigint(ASN1CTXT* ctx, const char* text, ASN1TagType tagType) noexcept;
 
 /// The same for a magnitude, from "0" or text that begins with "0x" or "0b" only; decimal text is STATUS_BAD_VALUE. The

@@ -125,7 +125,7 @@ int ASN1BERDecodeBuffer::setBuffer(const std::uint8_t* data, std::int32_t size, 
     return init();
 }
 
-std::uint8_t* ASN1BERDecodeBuffer::findElement(ASN1TAG tag, std::int32_t& length, bool first) {
+const std::uint8_t* ASN1BERDecodeBuffer::findElement(ASN1TAG tag, std::int32_t& length, bool first) {
     if (mpInput == nullptr || mInputSize < 1) {
         return nullptr;
     }

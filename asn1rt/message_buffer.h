@@ -106,7 +106,8 @@ public:
     /// `data` gives a buffer that grows, of `size` octets at first.
     ASN1BEREncodeBuffer(std::uint8_t* data, std::uint32_t size);
 
-    /// Binds another array, as the constructor does. Answers a status.
+    /// Binds another array, as the constructor does. Answers a status: STATUS_BAD_ARGUMENT for an array without an
+    /// octet or a size above 2,147,483,647, STATUS_NO_MEMORY.
     int setBuffer(std::uint8_t* data, std::uint32_t size);
 
     std::uint8_t* getMsgPtr() override;
@@ -139,7 +140,7 @@ public:
     /// Looks for the next element with this tag, depth first through all levels, from the start when `first` is true,
     /// otherwise behind the header of the current element. Answers its first octet, inside the buffer, and the length
     /// of its contents or LEN_INDEFINITE; null when there is none or the octets are malformed.
-    std::uint8_t* findElement(ASN1TAG tag, std::int32_t& length, bool first = true);
+    const std::uint8_t* findElement(ASN1TAG tag, std::int32_t& length, bool first = true);
 
     /// Decodes with DecodeFrom. Throws ASN1RTLException with its status when that is not 0.
     ASN1BERDecodeBuffer& operator>>(ASN1CType& value);

@@ -117,12 +117,12 @@ int ASN1CSeqOfList::insertAfter(void* data, _Asn1RTDListNode* node) {
     return changed(rtDListInsertAfter(getCtxtPtr(), mpList, node, data) != nullptr, STATUS_NO_MEMORY);
 }
 
-int ASN1CSeqOfList::appendArray(const void* array, std::uint32_t count, std::uint32_t elementSize) {
+int ASN1CSeqOfList::appendArray(void* array, std::uint32_t count, std::uint32_t elementSize) {
     if (array == nullptr || count > INT32_MAX || elementSize == 0) {
         return fail(STATUS_BAD_ARGUMENT);
     }
     const std::uint32_t before = mpList->count;
-    rtDListAppendArray(getCtxtPtr(), mpList, const_cast<void*>(array), static_cast<int>(count), elementSize);
+    rtDListAppendArray(getCtxtPtr(), mpList, array, static_cast<int>(count), elementSize);
     return appended(before, count);
 }
 

@@ -46,7 +46,7 @@ public:
     int insertBefore(void* data, _Asn1RTDListNode* node);
     int insertAfter(void* data, _Asn1RTDListNode* node);
     /// Appends a pointer to each of the `count` elements, which must outlive the list.
-    int appendArray(const void* array, std::uint32_t count, std::uint32_t elementSize);
+    int appendArray(void* array, std::uint32_t count, std::uint32_t elementSize);
     /// Appends heap copies. `count` is a number of octets here, not of elements: `count / elementSize` elements,
     /// rounded up, are copied.
     int appendArrayCopy(const void* array, std::uint32_t count, std::uint32_t elementSize);

@@ -42,7 +42,8 @@ TALLOW_EXPORT int rtParseUTCTime(ASN1CTXT* ctx, const char* text, RtTime* record
 
 /// Writes GeneralizedTime text with all of date, hour, minutes and seconds. With `capacity` 0, `*text` receives a copy
 /// from the type heap; otherwise `*text` is the caller's array of `capacity` octets, NUL included. Answers 0,
-/// STATUS_BAD_DATETIME for a field out of range, STATUS_STRING_OVERFLOW for a small array, STATUS_NO_MEMORY.
+/// STATUS_BAD_DATETIME for a field out of range, STATUS_STRING_OVERFLOW for a small array, STATUS_BAD_ARGUMENT for a
+/// null argument or array, STATUS_NO_MEMORY.
 TALLOW_EXPORT int rtMakeGeneralizedTime(ASN1CTXT* ctx, const RtTime* record, char** text,
                                         std::uint32_t capacity) noexcept;
 
