@@ -41,13 +41,8 @@ int elementLength(const std::uint8_t* data, std::uint32_t numocts) {
     return status == 0 && contents == 0 ? STATUS_BAD_VALUE : length;
 }
 
-/// Moves over one element whatever it is.
-int passElement(ASN1CTXT* ctx) {
-    ASN1TAG tag = 0;
-    int length = 0;
-    const int status = decoding::readHeader(ctx, &tag, &length, MATCH_ADVANCE);
-    if (status != 0)
-        return status;
+/// Moves over the contents of the element with this header, whatever it is.
+int passContents(ASN1CTXT* ctx, ASN1TAG tag, int length) {
     if (length == LEN_INDEFINITE)
         return decoding::movePastEndOfContents(ctx);
     if (tag == 0 && length == 0)
@@ -76,16 +71,18 @@ int takeOctets(ASN1CTXT* ctx, const std::uint8_t* start, std::uint32_t numocts, 
 int readOpenType(ASN1CTXT* ctx, const std::uint8_t** data, std::uint32_t* numocts) {
     const std::uint32_t available = remaining(ctx);
     const std::uint32_t start = ctx->buffer.size - available;
-    const int status = passElement(ctx);
-    if (status == 0) {
-        *numocts = ctx->buffer.byteIndex - start;
-    } else if (status == STATUS_END_OF_BUFFER) {
-        // A truncated element at the very end of the input does not fail the message. The count stays what it was, zero
-        // for all callers here, and never reaches beyond the input.
-        *numocts = std::min(*numocts, available);
-    } else {
+    ASN1TAG tag = 0;
+    int length = 0;
+    int status = decoding::readHeader(ctx, &tag, &length, MATCH_ADVANCE);
+    const bool begun = status == 0;
+    if (begun)
+        status = passContents(ctx, tag, length);
+    // A truncated element at the very end of the input does not fail the message. What there is behind its header is
+    // taken with it, so that it fails whoever reads it and is not mistaken for an absent one. Without a header the
+    // count stays what it was, zero for all callers here. Neither reaches beyond the input.
+    if (status != 0 && status != STATUS_END_OF_BUFFER)
         return status;
-    }
+    *numocts = std::min(begun ? ctx->buffer.byteIndex - start : *numocts, available);
     return takeOctets(ctx, ctx->buffer.data + start, *numocts, data);
 }
 

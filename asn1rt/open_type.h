@@ -23,9 +23,9 @@ extern "C" {
 
 /// Reads one element as it is into the type heap, or under CTX_FLAG_ZERO_COPY as a pointer into the input.
 /// STATUS_BAD_VALUE for an end-of-contents pair, and for a definite element that passes the end of the input;
-/// STATUS_BAD_LENGTH and STATUS_BAD_TAG as xd_tag_len, STATUS_NO_MEMORY. An element whose header, or whose
-/// end-of-contents, is cut off by the end of the input answers 0, with `numocts` as it was before, reduced to what the
-/// input holds: clear it before the call.
+/// STATUS_BAD_LENGTH and STATUS_BAD_TAG as xd_tag_len, STATUS_NO_MEMORY. The end of the input inside an element is no
+/// failure: where it cuts off the end-of-contents, all that is left is taken; where it cuts off the header, `numocts`
+/// stays what it was before, reduced to what the input holds: clear it before the call.
 [[nodiscard]] TALLOW_EXPORT int xd_OpenType(ASN1CTXT* ctx, const std::uint8_t** data, std::uint32_t* numocts) noexcept;
 
 /// Reads one element and appends it to the list as an ASN1TOpenType that shares its node's allocation. Without a list

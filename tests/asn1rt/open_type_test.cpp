@@ -62,7 +62,7 @@ TEST(OpenType, DecoderTakesTheElementAsItIs) {
         {"long form passes the input", "048180aabb", STATUS_BAD_LENGTH, ""},
         {"end-of-contents pair", "0000", STATUS_BAD_VALUE, ""},
         {"truncated header", "3082", 0, ""},
-        {"truncated indefinite", "3080 0201", 0, ""},
+        {"truncated indefinite", "3080 0201", 0, "30800201"},
         {"nothing left", "", 0, ""},
         {"bad tag", "1fffffffffff00", STATUS_BAD_TAG, ""},
     };
