@@ -7,6 +7,7 @@
 
 #include "platform/crypto/certificate_properties.h"
 #include "platform/crypto/service_call.h"
+#include "platform/support/whole_file.h"
 
 namespace tallow::platform {
 
@@ -70,8 +71,10 @@ void applySideFile(const std::string& path, const Certificate& certificate) {
     if (!std::filesystem::is_regular_file(path, ignored)) {
         return;
     }
+    int ignoredError = 0;
+    std::string const text = readWholeFile(path, ignoredError).value_or(std::string());
     try {
-        toml::table const table = toml::parse_file(path);
+        toml::table const table = toml::parse(text, path);
         if (auto const key = table["key"].value<std::string>(); key && !key->empty()) {
             certificate.setProperty(CERT_KEY_PROV_INFO_PROP_ID, keyInformation(*key, path));
         }

@@ -19,10 +19,10 @@ namespace tallow::platform {
 
 namespace {
 
-constexpr uintmax_t kMaximumFileSize = 64U << 20U;
 constexpr std::string_view kSideFileSuffix = ".toml";
 
-// What tells a changed file from an unchanged one without reading it.
+// What tells a changed file from an unchanged one without reading it. The time is that of the last change of any kind:
+// that of the last writing can be set back.
 struct Stamp {
     timespec changed{};
     off_t size = 0;
@@ -50,7 +50,7 @@ std::optional<Stamp> stampOf(const std::string& path) {
         return std::nullopt;
     }
     bool const hasSide = stat(sideFileOf(path).c_str(), &side) == 0;
-    return Stamp{file.st_mtim, file.st_size, file.st_ino, hasSide ? side.st_mtim : timespec{},
+    return Stamp{file.st_ctim, file.st_size, file.st_ino, hasSide ? side.st_ctim : timespec{},
                  hasSide ? side.st_size : -1};
 }
 
@@ -59,7 +59,7 @@ struct PemBlock {
     Bytes bytes;
 };
 
-// The next block of PEM text; false at the end.
+// The next block of PEM text; false when there is none, or one that cannot be read. Reads one line at least.
 bool nextBlock(BIO* text, PemBlock& block) {
     char* name = nullptr;
     char* header = nullptr;
@@ -92,7 +92,11 @@ void parsePem(ByteView text, StoreFileContent& content) {
     OpenSslErrors const errors;
     BioPtr const bio(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
     PemBlock block;
-    while (bio != nullptr && nextBlock(bio.get(), block)) {
+    while (bio != nullptr && BIO_eof(bio.get()) == 0) {
+        // A block that cannot be read ends with what was read of it; those behind it count all the same.
+        if (!nextBlock(bio.get(), block)) {
+            continue;
+        }
         if (block.label == PEM_STRING_X509 || block.label == PEM_STRING_X509_OLD) {
             takeCertificate(block.bytes, content);
         } else if (block.label == PEM_STRING_X509_CRL) {
@@ -129,20 +133,34 @@ struct Cache {
     std::map<std::string, Entry> files;
 };
 
+Cache& cache() {
+    static NeverDestroyed<Cache> instance;
+    return *instance;
+}
+
 StoreFile cachedFile(const std::string& path) {
-    static NeverDestroyed<Cache> cache;
     std::optional<Stamp> const stamp = stampOf(path);
-    std::scoped_lock const lock(cache->mutex);
+    std::scoped_lock const lock(cache().mutex);
     if (!stamp || static_cast<uintmax_t>(stamp->size) > kMaximumFileSize) {
-        cache->files.erase(path);
+        cache().files.erase(path);
         return {};
     }
-    Cache::Entry& entry = cache->files[path];
+    Cache::Entry& entry = cache().files[path];
     if (entry.content == nullptr || !(entry.stamp == *stamp)) {
         entry.content = readFile(path);
         entry.stamp = *stamp;
     }
     return StoreFile(entry.content);
+}
+
+// Forgets the files of a folder that are no longer there; `paths` is sorted.
+void forgetOthers(const std::string& folder, const std::vector<std::string>& paths) {
+    std::scoped_lock const lock(cache().mutex);
+    std::map<std::string, Cache::Entry>& files = cache().files;
+    std::string const prefix = folder + '/';
+    for (auto file = files.lower_bound(prefix); file != files.end() && file->first.starts_with(prefix);) {
+        file = std::binary_search(paths.begin(), paths.end(), file->first) ? std::next(file) : files.erase(file);
+    }
 }
 
 bool isStoreFile(const std::filesystem::directory_entry& entry) {
@@ -176,6 +194,7 @@ std::vector<StoreFile> readStoreFolder(const std::string& folder, bool& exists) 
         }
     }
     std::sort(paths.begin(), paths.end());
+    forgetOthers(folder, paths);
     std::vector<StoreFile> files;
     files.reserve(paths.size());
     std::transform(paths.begin(), paths.end(), std::back_inserter(files), cachedFile);

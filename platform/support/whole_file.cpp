@@ -26,6 +26,10 @@ std::optional<std::string> readWholeFile(const std::string& path, int& systemErr
         if (std::ferror(file.get()) != 0) {
             break;
         }
+        if (content.size() > kMaximumFileSize) {
+            systemError = EFBIG;
+            return std::nullopt;
+        }
     }
     if (file == nullptr || std::ferror(file.get()) != 0) {
         systemError = errno;

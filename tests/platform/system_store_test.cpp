@@ -1,4 +1,5 @@
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <cstring>
 #include <filesystem>
@@ -62,8 +63,33 @@ TEST_F(SystemStore, PassesOverWhatIsNeitherCertificateNorCrl) {
     folder_.write("user/CA/d", "");
     folder_.write("user/CA/.hidden.pem", pki_.ca.certificatePem());
     folder_.write("user/CA/sub/e.pem", pki_.ca.certificatePem());
-    folder_.write("user/CA/z.pem", pki_.root.certificatePem());
+    // The one certificate that counts, between two blocks that do not, and with a side file that does not parse.
+    std::string const broken = "-----BEGIN CERTIFICATE-----\n????\n-----END CERTIFICATE-----\n";
+    folder_.write("user/CA/z.pem", broken + pki_.root.certificatePem() + "-----BEGIN CERTIFICATE-----\nMIIB\n");
+    folder_.write("user/CA/z.toml", "ocsp = [\nkey = ");
     EXPECT_EQ(all(open("CA")), std::vector<Bytes>{pki_.root.certificate});
+}
+
+TEST_F(SystemStore, NeitherWaitsForNorFollowsWhatIsNoFile) {
+    namespace fs = std::filesystem;
+    folder_.write("user/CA/a.pem", pki_.ca.certificatePem());
+    fs::path const folder = folder_.path() / "user" / "CA";
+    ASSERT_EQ(::mkfifo((folder / "b.pem").c_str(), 0600), 0);
+    ASSERT_EQ(::mkfifo((folder / "a.toml").c_str(), 0600), 0);
+    fs::create_symlink("/dev/zero", folder / "c.pem");
+    fs::create_symlink(folder / "nothing", folder / "d.pem");
+    fs::create_symlink(folder / "e.pem", folder / "e.pem");
+    folder_.write("user/CA/huge.der", "");
+    fs::resize_file(folder / "huge.der", (64U << 20U) + 1);
+    EXPECT_EQ(all(open("CA")), std::vector<Bytes>{pki_.ca.certificate});
+}
+
+TEST_F(SystemStore, OpensAFolderOfThousandsOfFiles) {
+    for (int i = 0; i < 3000; ++i) {
+        folder_.write("user/CA/" + std::to_string(i) + ".der", i % 3 == 0 ? pki_.ca.certificate : Bytes{0x30, 0x01});
+    }
+    EXPECT_EQ(all(open("CA")), std::vector<Bytes>{pki_.ca.certificate});
+    EXPECT_EQ(all(open("CA")), std::vector<Bytes>{pki_.ca.certificate});
 }
 
 TEST_F(SystemStore, MustExistOnlyWhenAskedTo) {
