@@ -55,8 +55,14 @@ public:
     void bind();
 
     [[nodiscard]] const Policy* get() const noexcept { return policy_; }
-    const Policy* operator->() const noexcept { return policy_; }
-    const Policy& operator*() const noexcept { return *policy_; }
+    /// Throws 0x8007045A when no policy is bound: an object whose last bind failed judges nothing by chance.
+    const Policy* operator->() const { return &**this; }
+    const Policy& operator*() const {
+        if (policy_ == nullptr) {
+            ATL::AtlThrowImpl(status::kNoPolicy);
+        }
+        return *policy_;
+    }
 
 private:
     std::unique_ptr<const Policy> own_;

@@ -37,6 +37,13 @@ constexpr HashOfSignature kHashesOfSignatures[] = {
     {"1.2.840.113549.1.1.4", "1.2.840.113549.2.5"},  // MD5
 };
 
+CERT_INFO const& infoOf(_CERT_CONTEXT const* certificate) {
+    if (certificate == nullptr) {
+        ATL::AtlThrowImpl(status::kInvalidArgument);
+    }
+    return *certificate->pCertInfo;
+}
+
 CBlob toBlob(CRYPT_DATA_BLOB const& blob) {
     return {blob.pbData, blob.cbData};
 }
@@ -46,7 +53,7 @@ CBlob encodingOf(ATL2::CCertContext const& cert) {
 }
 
 CERT_EXTENSION const* findExtension(_CERT_CONTEXT const* certificate, char const* oid) {
-    CERT_INFO const& info = *certificate->pCertInfo;
+    CERT_INFO const& info = infoOf(certificate);
     return info.cExtension == 0 ? nullptr : CertFindExtension(oid, info.cExtension, info.rgExtension);
 }
 
@@ -90,13 +97,32 @@ std::string chooseHash(char const* hashOID, CRequestPolicy const& policy, _CERT_
     return kOidSha1;
 }
 
+// A certificate handed in without key information may be known to the user's own store with it. Not finding it there,
+// for whatever reason, is no failure.
+ATL2::CCertContext sameOfUser(ATL2::CCertContext const& certificate) {
+    try {
+        ATL2::CCertStore my;
+        if (my.Open(CERT_STORE_PROV_SYSTEM_W, 0, CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG, L"My") ==
+            0) {
+            ATL2::CCertContext found = ATL2::CCertContext::adopt(
+                CertFindCertificateInStore(my.get(), kEncoding, 0, CERT_FIND_EXISTING, certificate.get(), nullptr));
+            if (found && found.DetachFromStore() == 0) {
+                return found;
+            }
+        }
+    } catch (ATL::CAtlException const&) {
+        // A property that cannot be copied; the certificate stays as it came.
+    }
+    return {};
+}
+
 }  // namespace
 
 void CRequest::Impl::put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer,
                                           unsigned long index, char const* hashOID) {
     guardBoundRebuild(index);
     if (issuer != nullptr) {
-        if (toBlob(issuer->pCertInfo->Subject) != toBlob(certificate->pCertInfo->Issuer)) {
+        if (toBlob(infoOf(issuer).Subject) != toBlob(infoOf(certificate).Issuer)) {
             ATL::AtlThrowImpl(status::kIssuerMismatch);
         }
         IssuerCertificate = ATL2::CCertContext::duplicate(issuer);
@@ -123,7 +149,7 @@ void CRequest::Impl::findIssuerByChain(_CERT_CONTEXT const* certificate) {
 }
 
 bool CRequest::put_OCSPAddressFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index) {
-    CERT_INFO const& info = *certificate->pCertInfo;
+    CERT_INFO const& info = infoOf(certificate);
     for (DWORD i = 0; i < info.cExtension; ++i) {
         CERT_EXTENSION const& extension = info.rgExtension[i];
         if (std::strcmp(extension.pszObjId, kOidAuthorityInfoAccess) != 0) {
@@ -148,7 +174,7 @@ bool CRequest::put_OCSPAddressFromCertAIA(_CERT_CONTEXT const* certificate, unsi
 void CRequest::put_SRServiceLocatorFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index) {
     impl_->guardBoundRebuild(index);
     CExtServiceLocator locator;
-    locator.put_issuer(toBlob(certificate->pCertInfo->Issuer));
+    locator.put_issuer(toBlob(infoOf(certificate).Issuer));
     if (CERT_EXTENSION const* extension = findExtension(certificate, kOidAuthorityInfoAccess); extension != nullptr) {
         ASN1::CAuthorityInfoAccessSyntax access;
         access.decode(toBlob(extension->Value));
@@ -166,24 +192,15 @@ void CRequest::put_SRCRLLocatorFromCertCDP(_CERT_CONTEXT const* certificate, uns
     impl_->SRCRLLocators.insert_or_assign(index, CExtCRLLocator(toBlob(extension->Value)));
 }
 
-// A certificate handed in without key information may be known to the user's own store with it. Not finding it there
-// is no failure: the certificate stays as it came.
 void CRequest::put_ClientCertificate(_CERT_CONTEXT const* certificate) {
-    ATL2::CCertContext& own = impl_->ClientCertificate;
-    own = ATL2::CCertContext::duplicate(certificate);
-    ATL::CStringA keyInfo;
-    if (own && own.GetKeyProvInfo(keyInfo) != 0) {
-        ATL2::CCertStore my;
-        if (my.Open(CERT_STORE_PROV_SYSTEM_W, 0, CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG, L"My") ==
-            0) {
-            ATL2::CCertContext found = ATL2::CCertContext::adopt(
-                CertFindCertificateInStore(my.get(), kEncoding, 0, CERT_FIND_EXISTING, own.get(), nullptr));
-            if (found && found.DetachFromStore() == 0) {
-                own = std::move(found);
-            }
+    ATL2::CCertContext chosen = ATL2::CCertContext::duplicate(certificate);
+    if (ATL::CStringA keyInfo; chosen && chosen.GetKeyProvInfo(keyInfo) != 0) {
+        if (ATL2::CCertContext known = sameOfUser(chosen)) {
+            chosen = std::move(known);
         }
     }
-    impl_->HTTPParams.ClientCertificate = own.get();
+    impl_->ClientCertificate = std::move(chosen);
+    impl_->HTTPParams.ClientCertificate = impl_->ClientCertificate.get();
 }
 
 ASN1::CAuthorityInfoAccessSyntax CRequest::Impl::GetOCSPAddressFromIssuerCertProp() const {

@@ -27,6 +27,14 @@ void putOrRemove(Map& map, unsigned long index, typename Map::mapped_type const*
     }
 }
 
+// Copying from a null pointer would end the process; the caller is told instead.
+wchar_t const* given(wchar_t const* text) {
+    if (text == nullptr) {
+        ATL::AtlThrowImpl(status::kInvalidArgument);
+    }
+    return text;
+}
+
 }  // namespace
 
 CRequest::CRequest() : CRequest(false) {}
@@ -172,7 +180,7 @@ ASN1::CExtensions const* CRequest::get_AdditionalExtensions() const {
 // ---- How to reach the responder -------------------------------------------------------------------------------------
 
 void CRequest::put_OCSPAddress(wchar_t const* address) {
-    impl_->HTTPParams.OCSPAddress = address;
+    impl_->HTTPParams.OCSPAddress = given(address);
     impl_->OCSPAddressSet = true;
 }
 
@@ -189,7 +197,7 @@ enumAuthTypes CRequest::get_OCSPAuthType() const {
 }
 
 void CRequest::put_OCSPUserName(wchar_t const* name) {
-    impl_->HTTPParams.OCSPUserName = name;
+    impl_->HTTPParams.OCSPUserName = given(name);
 }
 
 wchar_t const* CRequest::get_OCSPUserName() const {
@@ -197,7 +205,7 @@ wchar_t const* CRequest::get_OCSPUserName() const {
 }
 
 void CRequest::put_OCSPPassword(wchar_t const* password) {
-    impl_->HTTPParams.OCSPPassword = password;
+    impl_->HTTPParams.OCSPPassword = given(password);
 }
 
 wchar_t const* CRequest::get_OCSPPassword() const {
@@ -222,7 +230,7 @@ enumAuthTypes CRequest::get_ProxyAuthType() const {
 }
 
 void CRequest::put_ProxyUserName(wchar_t const* name) {
-    impl_->HTTPParams.ProxyUserName = name;
+    impl_->HTTPParams.ProxyUserName = given(name);
 }
 
 wchar_t const* CRequest::get_ProxyUserName() const {
@@ -230,7 +238,7 @@ wchar_t const* CRequest::get_ProxyUserName() const {
 }
 
 void CRequest::put_ProxyPassword(wchar_t const* password) {
-    impl_->HTTPParams.ProxyPassword = password;
+    impl_->HTTPParams.ProxyPassword = given(password);
 }
 
 wchar_t const* CRequest::get_ProxyPassword() const {

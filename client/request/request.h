@@ -2,7 +2,8 @@
 //
 //   CRequest request(certificate, issuer);               // both _CERT_CONTEXT const*
 //   request.put_OCSPAddress(L"http://ocsp.example/");    // or leave it to the certificate's own addresses
-//   CResponse const& response = request.Send(true);      // returns a verified answer, or throws
+//   CResponse const& response = request.Send(true);      // throws when nobody answers
+//   bool proven = request.get_Attempts().back().status == 0;   // false for an answer that was refused, see Send
 //
 // A request starts open; building it (Send, Export) fixes its bytes until something of the message changes; signing it
 // freezes it: what changes the message then throws kRequestSigned. A request is used by one thread at a time.
@@ -58,7 +59,7 @@ public:
         unsigned long level = 0;       ///< how far it got: 1 address policy, 2 exchange, 3 HTTP status, 4 decoding, 5
                                        ///< response status, 6 producedAt, 7 thisUpdate and verification
         unsigned long httpStatus = 0;  ///< 0 when no answer came
-        std::uint32_t lastError = 0;   ///< the service's last error when no answer came
+        std::uint32_t lastError = 0;   ///< the service's last error when no answer came, else 0
     };
 
     // ---- Make -------------------------------------------------------------------------------------------------------
@@ -90,7 +91,9 @@ public:
     /// it is looked for by building a chain. `hashOID` null or empty leaves the hash to the policy value CertIDHashAlg
     /// and then to the certificate's own signature algorithm (SHA-1 unless that is of another family); an explicit
     /// SHA-1 yields to the policy as well. Both certificates are duplicated. Throws kIssuerMismatch when the issuer's
-    /// subject is not the certificate's issuer name, kNoSigner when no issuer was found, what CCertID throws.
+    /// subject is not the certificate's issuer name, kNoSigner when no issuer was found, what CCertID throws. A null
+    /// certificate throws kInvalidArgument, or kFail when the issuer would have to be looked for; in the operations
+    /// below kInvalidArgument.
     void put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer, unsigned long index,
                               char const* hashOID);
     /// Names a certificate by its identifier alone. Its own responder addresses are not known then.
@@ -123,8 +126,8 @@ public:
     ASN1::CExtensions const* get_AdditionalExtensions() const;
 
     // ---- How to reach the responder ---------------------------------------------------------------------------------
-    // None of these is part of the message: they work on a signed request too. Texts are copied; getters return
-    // pointers that live until the value changes.
+    // None of these is part of the message: they work on a signed request too. Texts are copied; a null text throws
+    // kInvalidArgument, except for the proxy's address. Getters return pointers that live until the value changes.
 
     /// Fixes the responder: Send then asks it alone.
     void put_OCSPAddress(wchar_t const* address);
@@ -134,7 +137,7 @@ public:
     wchar_t const* get_OCSPAddress() const;
     void put_OCSPAuthType(enumAuthTypes type);
     enumAuthTypes get_OCSPAuthType() const;
-    /// User name and password for the responder are kept and copied, and go nowhere. Null is not accepted.
+    /// User name and password for the responder are kept and copied, and go nowhere.
     void put_OCSPUserName(wchar_t const* name);
     wchar_t const* get_OCSPUserName() const;
     void put_OCSPPassword(wchar_t const* password);
@@ -144,13 +147,13 @@ public:
     wchar_t const* get_ProxyAddress() const;
     void put_ProxyAuthType(enumAuthTypes type);
     enumAuthTypes get_ProxyAuthType() const;
-    /// Null is not accepted.
+    /// Sent to the proxy once the name is not empty.
     void put_ProxyUserName(wchar_t const* name);
     wchar_t const* get_ProxyUserName() const;
     void put_ProxyPassword(wchar_t const* password);
     wchar_t const* get_ProxyPassword() const;
-    /// Duplicated. A certificate without key information is replaced by the same one of the user's store "My", if it
-    /// is there.
+    /// Duplicated; null takes it away. A certificate without key information is replaced by the same one of the user's
+    /// store "My", if it is there.
     void put_ClientCertificate(_CERT_CONTEXT const* certificate);
     /// Owned by the request; null when none was put.
     _CERT_CONTEXT const* get_ClientCertificate() const;
@@ -175,13 +178,18 @@ public:
     /// answer passes; of failed attempts the one that came closest to an answer is reported.
     ///
     /// `verify` true proves every answer (see CVerifyingResponseHandler::OnResponse); false leaves that to the caller.
+    ///
+    /// **A return is no proof.** When the last of several addresses failed, or was of another kind than OCSP, and the
+    /// deepest attempt before it brought an answer that a handler or the verification refused, that answer is returned
+    /// as the best at hand. An answer that passed is told by the last attempt: get_Attempts().back().status is 0 for
+    /// it and for nothing else. So look there, or verify the response returned, before believing it.
     /// Throws: policy refusals (0xC2110101 to 0xC2110111), kCryptNotFound for an entry that names no certificate,
     /// kNoResponder, kHttpStatus, kNotSuccessful, kNotCurrent, kThisUpdateTooOld, what CResponse::Import throws, what
     /// the handlers refuse with, kCertificateRevoked for a revoked certificate.
     CResponse const& Send(bool verify);
 
-    /// The DER request, built if needed. Writes its size to `*size`; with a non-null `buffer` also the bytes, when the
-    /// room offered in `*size` suffices, else kMoreData is thrown.
+    /// The DER request, built if needed. Writes its size to `*size`, which must not be null; with a non-null `buffer`
+    /// also the bytes, when the room offered in `*size` suffices, else kMoreData is thrown.
     void Export(unsigned char* buffer, unsigned long* size);
 
     // ---- What came back ---------------------------------------------------------------------------------------------
@@ -194,7 +202,8 @@ public:
     /// The attempts of the last Send, in order; valid until the next one.
     std::vector<Attempt> const& get_Attempts() const;
 
-    /// The store handle of certificates that travelled with the request; owned by the request.
+    /// The store handle of certificates that travelled with the request; owned by the request, and replaced when
+    /// another one is assigned to it.
     void* get_Certificates() const;
     /// Dotted text; empty for an unsigned request.
     char const* get_SignatureAlgorithmOID() const;

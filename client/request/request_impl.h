@@ -87,7 +87,7 @@ struct CRequest::Impl {
     ATL2::CCertContext IssuerCertificate;  // one for the whole object; the first one found stays
     ATL2::CCertContext ClientCertificate;
     WinHTTPParams HTTPParams;
-    unsigned long Level = 0;         // how far the last attempt got, see client/transport/attempt.h
+    unsigned long Level = 0;         // how far the last attempt got, see client/transport/attempt.cpp
     bool ImportingResponse = false;  // tells CResponse::Import that the bytes have just come over the wire
     std::unique_ptr<CResponse> Response;
     CBlob ResponseBytes;

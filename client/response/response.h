@@ -110,7 +110,9 @@ public:
 
     /// The responder's certificate: the first that fits the responder id and verifies the signature, of those carried,
     /// those in `stores` (array of `count` store handles, may be null), the user's stores AddressBook, CA and ROOT.
-    /// Null when there is none. Owned by the response.
+    /// Null when there is none. Owned by the response and valid until the next search or assignment; an import does not
+    /// forget it: as long as nothing else is accepted, Verify and VerifyCertificate with a null `cert` use it for the
+    /// new content too, so search again after an import.
     _CERT_CONTEXT const* get_OCSPCertificate(void** stores, unsigned long count) const;
 
     /// Signature and response-level critical extensions. `cert` null takes the responder's certificate as above; a
@@ -119,8 +121,10 @@ public:
     std::int32_t Verify(_CERT_CONTEXT const* cert, char const* criticalOIDs) const;
 
     /// The responder's certificate: chain, authorisation for each entry, revocation. With `verifySR` also VerifySR on
-    /// every entry. Returns kCertExpired, kWrongUsage, kTrustFail, kCryptRevoked, kNoRevocationCheck, or the status
-    /// with which the chain was refused. Throws kCryptNotFound and converted last errors.
+    /// every entry; without it, 0 says nothing about an entry until VerifySR is asked about it. Nor does it say
+    /// anything about the signature: give Verify the same certificate. Returns kCertExpired, kWrongUsage, kTrustFail,
+    /// kCryptRevoked, kNoRevocationCheck, or the status with which the chain was refused. Throws kCryptNotFound and
+    /// converted last errors.
     std::int32_t VerifyCertificate(_CERT_CONTEXT const* cert, bool verifySR, void** stores, unsigned long count) const;
 
     /// One entry: authorisation, times, critical extensions; not its certificate status. `authorized` null uses what
@@ -129,7 +133,7 @@ public:
     std::int32_t VerifySR(unsigned long index, char const* criticalOIDs, bool* authorized) const;
 
     /// Revocation state of `cert` under `issuer` from the CRL stores and `store`: 0, or the converted last error of the
-    /// service. Offered for callers of their own; the checks above do not use it.
+    /// service, kFail when it tells none. Offered for callers of their own; the checks above do not use it.
     std::int32_t VerifyRevocation(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer, void* store) const;
 
 private:

@@ -133,7 +133,7 @@ std::int32_t CResponse::Impl::judgeChain(ATL2::CCertChainContext const& chain, b
     FILETIME producedAt = BasicResponse.get_producedAt().getFileTime();
     PolicyEntries entries(BasicResponse.get_responses());
     // What an earlier call found does not outlive the certificate it was found for.
-    SRAuthorized.assign(BasicResponse.get_responses().size(), 0);
+    SRAuthorized.assign(Entries.size(), 0);
     OCSPChainPolicyPara extra{};
     extra.cbSize = sizeof extra;
     extra.pProducedAt = &producedAt;
@@ -207,9 +207,12 @@ std::int32_t CResponse::VerifyCertificate(_CERT_CONTEXT const* cert, bool verify
             }
         }
     }
+    if (chain->cChain == 0 || chain->rgpChain[0]->cElement == 0) {
+        return status::kTrustFail;  // a policy that passes a chain of nothing proves nothing
+    }
     // An exempt responder is not checked for revocation itself; the chain above it still is.
     const DWORD start = exempt ? 1 : 0;
-    if (chain->cChain == 0 || start >= chain->rgpChain[0]->cElement) {
+    if (start >= chain->rgpChain[0]->cElement) {
         return status::kOk;
     }
     const ATL2::CCertContext first = ATL2::CCertContext::duplicate(chain->rgpChain[0]->rgpElement[start]->pCertContext);
@@ -242,13 +245,12 @@ std::int32_t CResponse::VerifyRevocation(_CERT_CONTEXT const* cert, _CERT_CONTEX
     revocation.cbSize = sizeof revocation;
     void* contexts[] = {const_cast<_CERT_CONTEXT*>(cert)};
     const DWORD flags = (impl_->Flags & kFlagCacheOnly) != 0 ? CERT_VERIFY_CACHE_ONLY_BASED_REVOCATION : 0;
-    DWORD result = 0;
-    if (!CertVerifyRevocation(X509_ASN_ENCODING, CERT_CONTEXT_REVOCATION_TYPE, 1, contexts, flags, &parameters,
-                              &revocation)) {
-        result = GetLastError();
-    }
+    const BOOL checked = CertVerifyRevocation(X509_ASN_ENCODING, CERT_CONTEXT_REVOCATION_TYPE, 1, contexts, flags,
+                                              &parameters, &revocation);
+    const DWORD result = checked ? 0 : GetLastError();
     TALLOW_TRACE("VerifyRevocation", "Revocation Provider returned 0x%.8X.\n", result);
-    return ATL2::convertLastError(result);
+    // A service that fails without a reason must not read as a certificate that is not revoked.
+    return !checked && result == 0 ? status::kFail : ATL2::convertLastError(result);
 }
 
 }  // namespace Orvane::PKI::OCSP::Client

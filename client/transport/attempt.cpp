@@ -2,6 +2,8 @@
 //
 // Level counts the stages, so that of several failed attempts the one that came closest to an answer is reported:
 // 1 address policy, 2 exchange, 3 HTTP status, 4 decoding, 5 response status, 6 producedAt, 7 thisUpdate and beyond.
+#include <utility>
+
 #include "asn1/text_conversions.h"
 #include "client/policy/response_policy.h"
 #include "client/request/request_impl.h"
@@ -43,12 +45,13 @@ void CRequest::Impl::SendOCSPRequest() {
         TALLOW_TRACE("SendOCSPRequest", "HTTP STATUS: %lu\n", HTTPParams.HTTPStatus);
         ATL::AtlThrowImpl(status::kHttpStatus);
     }
-    ResponseBytes = body;
+    ResponseBytes = std::move(body);
+    Response.reset();
     Response = std::make_unique<CResponse>();
     Level = 4;
     // Stays raised when the import throws, until the next import succeeds.
     ImportingResponse = true;
-    Response->Import(body.pbData(), body.cbData(), &Owner);
+    Response->Import(ResponseBytes.pbData(), ResponseBytes.cbData(), &Owner);
     ImportingResponse = false;
     Response->put_CacheResync(CacheResync);
     Level = 5;

@@ -15,6 +15,9 @@ namespace Orvane::PKI::OCSP::Client {
 
 namespace {
 
+// The level from which on Response holds what the present attempt received.
+constexpr unsigned long kAnswerWasRead = 5;
+
 // The deepest of the attempts that gave no accepted answer. At equal levels the earlier one stays.
 struct BestAttempt {
     unsigned long level = 0;
@@ -54,14 +57,15 @@ CResponse const& CRequest::Impl::Send(bool verify) {
 }
 
 void CRequest::Impl::recordAttempt(std::int32_t outcome) {
+    const std::uint32_t lastError = GetLastError();
     Attempt& attempt = Attempts.emplace_back();
-    attempt.lastError = GetLastError();
     attempt.address = HTTPParams.OCSPAddress;
     attempt.status = outcome;
     attempt.level = Level;
     // Below level 3 the status is still that of the exchange before.
     const bool answered = Level >= 3 && HTTPParams.HTTPStatus != kHttpNoAnswer;
     attempt.httpStatus = answered ? HTTPParams.HTTPStatus : 0;
+    attempt.lastError = attempt.httpStatus == 0 ? lastError : 0;
 }
 
 std::int32_t CRequest::Impl::askHandlers(bool verify) {
@@ -104,8 +108,12 @@ std::int32_t CRequest::Impl::attempt() {
         SendOCSPRequest();
     } catch (ATL::CAtlException const& failure) {
         TALLOW_TRACE("Send", "Error occurred: 0x%X. Level: %lu\n", static_cast<unsigned int>(failure.status()), Level);
-        // A status that is not negative is no failure: the walk goes on as after success.
-        return failure.status() < 0 ? failure.status() : 0;
+        if (failure.status() < 0) {
+            return failure.status();
+        }
+        // A status that is not negative is no failure: the walk goes on as after success. But only with an answer of
+        // this attempt: below, Response is what an earlier attempt left, or was not read to its end.
+        return Level >= kAnswerWasRead ? 0 : status::kFail;
     } catch (...) {
         TALLOW_TRACE("Send", "Unknown error occurred. Level: %lu\n", Level);
         return status::kFail;
@@ -123,10 +131,7 @@ CResponse const& CRequest::Impl::sendToCandidates(ASN1::CAuthorityInfoAccessSynt
         }
         wchar_t const* address = candidate.get_accessLocation().get_uniformResourceIdentifier();
         HTTPParams.OCSPAddress = address == nullptr ? L"" : address;
-        std::int32_t failure = attempt();
-        if (failure == 0 && !Response) {
-            failure = status::kFail;  // a failure that named no status, before anything was received
-        }
+        const std::int32_t failure = attempt();
         if (failure != 0) {
             recordAttempt(failure);
         } else {

@@ -29,6 +29,9 @@ protected:
         }
         return oids;
     }
+    static Bytes encodingOf(_CERT_CONTEXT const* cert) {
+        return {cert->pbCertEncoded, cert->pbCertEncoded + cert->cbCertEncoded};
+    }
     static CExtension extension(const char* oid) { return CExtension(CExtValue(oid, toBlob(fromHex("0500"))), false); }
     static CExtension nonce(const char* hex) {
         ocsp::CExtNonce value;
@@ -184,6 +187,88 @@ TEST_F(RequestTest, AddedEntriesLeaveTheBuiltBytesUntilTheyAreFilled) {
     unsigned char small[3];
     EXPECT_THAT(thrownStatus([&] { request.Export(small, &size); }), IsStatus(status::kMoreData));
     EXPECT_GT(size, 3u);
+}
+
+TEST_F(RequestTest, ACopyOutlivesItsSource) {
+    CRequest copy;
+    {
+        CRequest source(contextOf(pki_.good).get(), contextOf(pki_.ca).get());
+        source.put_ClientCertificate(contextOf(pki_.revoked).get());
+        ASSERT_TRUE(CertAddCertificateContextToStore(source.get_Certificates(), contextOf(pki_.ca).get(),
+                                                     CERT_STORE_ADD_USE_EXISTING, nullptr));
+        copy = source;
+    }
+    ASSERT_NE(copy.get_ClientCertificate(), nullptr);
+    EXPECT_EQ(encodingOf(copy.get_ClientCertificate()), pki_.revoked.certificate);
+    const ATL2::CCertContext carried =
+        ATL2::CCertContext::adopt(CertEnumCertificatesInStore(copy.get_Certificates(), nullptr));
+    ASSERT_TRUE(carried);
+    EXPECT_EQ(encodingOf(carried.get()), pki_.ca.certificate);
+    // The issuer found is not taken over, so a certificate without its issuer is not named by chance.
+    EXPECT_THAT(thrownStatus([&] { copy.put_SRCertIDFromCert(contextOf(pki_.good).get(), nullptr, 0, nullptr); }),
+                IsStatus(status::kNoSigner));
+}
+
+TEST_F(RequestTest, JudgesNothingWithoutAPolicy) {
+    CRequest request(contextOf(pki_.good).get(), contextOf(pki_.ca).get());
+    CRequest other;
+    static_cast<void>(support_settings_open(folder_.write("settings.toml", "= nonsense").c_str()));
+    EXPECT_NE(thrownStatus([&] { request = other; }), 0);
+    settings("");
+    const auto using_it = {
+        thrownStatus([&] { request.Send(true); }),
+        thrownStatus(
+            [&] { request.put_SRCertIDFromCert(contextOf(pki_.good).get(), contextOf(pki_.ca).get(), 0, nullptr); }),
+    };
+    EXPECT_THAT(using_it, testing::Each(IsStatus(status::kNoPolicy)));
+    request = other;
+    ask(request, pki_.good, pki_.ca);
+    EXPECT_FALSE(exported(request).empty());
+}
+
+TEST_F(RequestTest, NullArgumentsAreRefused) {
+    CRequest request;
+    request.put_OCSPAddress(L"http://o/");
+    const ATL2::CCertContext ca = contextOf(pki_.ca);
+    const std::function<void()> calls[] = {
+        [&] { request.put_OCSPAddress(nullptr); },
+        [&] { request.put_OCSPUserName(nullptr); },
+        [&] { request.put_OCSPPassword(nullptr); },
+        [&] { request.put_ProxyUserName(nullptr); },
+        [&] { request.put_ProxyPassword(nullptr); },
+        [&] { request.put_SRCertIDFromCert(nullptr, ca.get(), 0, nullptr); },
+        [&] { request.put_OCSPAddressFromCertAIA(nullptr, 0); },
+        [&] { request.put_SRServiceLocatorFromCertAIA(nullptr, 0); },
+        [&] { request.put_SRCRLLocatorFromCertCDP(nullptr, 0); },
+    };
+    for (const auto& call : calls) {
+        EXPECT_THAT(thrownStatus(call), IsStatus(status::kInvalidArgument)) << &call - calls;
+    }
+    EXPECT_THAT(thrownStatus([&] { request.put_SRCertIDFromCert(nullptr, nullptr, 0, nullptr); }),
+                IsStatus(status::kFail));
+    EXPECT_STREQ(request.get_OCSPAddress(), L"http://o/");
+}
+
+TEST_F(RequestTest, TakesAClientCertificateFromTheUsersStoreForItsKey) {
+    const auto hasKey = [](_CERT_CONTEXT const* cert) {
+        DWORD size = 0;
+        return CertGetCertificateContextProperty(cert, CERT_KEY_PROV_INFO_PROP_ID, nullptr, &size) != FALSE;
+    };
+    folder_.write("user/My/client.pem", pki_.good.certificatePem());
+    folder_.write("user/My/client.key", pki_.good.key.pem());
+    folder_.write("user/My/client.toml", "key = \"client.key\"\n");
+    CRequest request;
+    EXPECT_EQ(request.get_ClientCertificate(), nullptr);
+    for (const auto& [identity, known] : {std::pair{&pki_.good, true}, std::pair{&pki_.revoked, false}}) {
+        const ATL2::CCertContext given = contextOf(*identity);
+        ASSERT_FALSE(hasKey(given.get()));
+        request.put_ClientCertificate(given.get());
+        ASSERT_NE(request.get_ClientCertificate(), nullptr);
+        EXPECT_EQ(encodingOf(request.get_ClientCertificate()), identity->certificate);
+        EXPECT_EQ(hasKey(request.get_ClientCertificate()), known);
+    }
+    request.put_ClientCertificate(nullptr);
+    EXPECT_EQ(request.get_ClientCertificate(), nullptr);
 }
 
 // ---- Naming the certificate -----------------------------------------------------------------------------------------

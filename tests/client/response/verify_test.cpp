@@ -221,6 +221,25 @@ TEST_F(Verify, AnAdministratorCanAuthoriseAResponderForAllIssuers) {
     EXPECT_THAT(judge(der), IsStatus(0));
 }
 
+TEST_F(Verify, AnAcceptedResponderStaysUntilAnotherIsAccepted) {
+    CertificateSpec spec;
+    spec.commonName = "another responder";
+    spec.extendedKeyUsage = "OCSPSigning";
+    spec.ocspNoCheck = true;
+    const Identity another = issue(pki_.ca, spec);
+    CResponse response;
+    import(response, buildResponse(good()));
+    EXPECT_THAT(response.Verify(nullptr, nullptr), IsStatus(0));
+    EXPECT_THAT(response.VerifyCertificate(nullptr, false, nullptr, 0), IsStatus(0));
+    import(response, buildResponse(by(another)));
+    EXPECT_THAT(response.Verify(nullptr, nullptr), IsStatus(status::kBadSignature)) << "the first one's key";
+    EXPECT_THAT(thrownStatus([&] { response.VerifySR(0, nullptr, nullptr); }), IsStatus(status::kNotSuccessful))
+        << "verdicts about the first message do not count for the second";
+    EXPECT_THAT(CResponse(response).Verify(nullptr, nullptr), IsStatus(0)) << "a copy searches for itself";
+    ASSERT_NE(response.get_OCSPCertificate(nullptr, 0), nullptr);
+    EXPECT_THAT(response.Verify(nullptr, nullptr), IsStatus(0));
+}
+
 TEST_F(Verify, FindsTheSignerWhereverItIs) {
     ResponseSpec spec = good();
     spec.exactCertificates = std::vector<Bytes>{};

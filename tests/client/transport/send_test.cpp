@@ -1,6 +1,8 @@
 // Sending: whom the request asks, in which order, and what the caller sees in the end.
 #include <functional>
 #include <map>
+#include <regex>
+#include <sstream>
 
 #include "client/flat/response_handler.h"
 #include "tests/client/support/client_test.h"
@@ -151,6 +153,94 @@ TEST_F(Send, HandlersRefuseAndTheDeepestAnswerStays) {
     request.put_OCSPAddress(wide(server_.url("/1")).c_str());
     EXPECT_EQ(static_cast<unsigned>(thrownStatus([&] { request.Send(false); })), 0x80070007u)
         << "one attempt: converted";
+}
+
+TEST_F(Send, ReturnsARefusedAnswerOnlyWithItsRefusalOnRecord) {
+    // The usual certificate: its responder first, then where its issuer's certificate is. Nobody is left to ask behind
+    // the refused answer, and the last address is no responder's, so the answer comes back.
+    CertificateSpec spec;
+    spec.ocspUrls = {server_.url("/1")};
+    spec.caIssuersUrls = {"http://127.0.0.1:1/"};
+    const Identity leaf = issue(pki_.ca, spec);
+    ResponseSpec unauthorised(pki_.good);
+    unauthorised.entries.emplace_back(certIdOf(leaf, pki_.ca));
+    unauthorised.certificates = {pki_.ca.certificate};
+    replies_ = {{"/1", reply(unauthorised)}};
+    CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
+    request.put_UseNonce(false);
+    const CResponse& refused = request.Send(true);
+    EXPECT_THAT(request.get_Attempts().back().status, IsStatus(status::kWrongUsage));
+    EXPECT_THAT(thrownStatus([&] { refused.VerifySR(0, nullptr, nullptr); }), IsStatus(status::kNotSuccessful));
+    EXPECT_THAT(refused.VerifyCertificate(nullptr, true, nullptr, 0), IsStatus(status::kWrongUsage));
+
+    replies_ = {{"/1", reply(answerAbout(leaf))}};
+    EXPECT_THAT(request.Send(true).VerifySR(0, nullptr, nullptr), IsStatus(0));
+    EXPECT_EQ(request.get_Attempts().back().status, 0);
+}
+
+TEST_F(Send, AsksTheCertificatesThenTheIssuersThenThePolicysResponder) {
+    settings("DefaultOCSPURL = \"" + server_.url("/policy") + "\"\n");
+    const Identity leaf = leafFor(server_, {"/own"});
+    // A store further on has the issuer again, and a certificate of other addresses beside it.
+    folder_.write("machine/ROOT/ca.pem", pki_.ca.certificatePem());
+    folder_.write("machine/ROOT/ca.toml", "ocsp = [\"" + server_.url("/a") + "\", \"" + server_.url("/b") + "\"]\n");
+    folder_.write("machine/CA/ca.pem", pki_.ca.certificatePem());
+    folder_.write("machine/CA/ca.toml", "ocsp = [\"" + server_.url("/c") + "\"]\n");
+    folder_.write("machine/CA/sibling.pem", pki_.sibling.certificatePem());
+    folder_.write("machine/CA/sibling.toml", "ocsp = [\"" + server_.url("/sibling") + "\"]\n");
+    const std::vector<std::string> paths = {"/own", "/a", "/b", "/c", "/policy"};
+    for (const std::string& path : paths) {
+        replies_[path] = {.status = 500};
+    }
+    CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
+    EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(status::kHttpStatus));
+    std::vector<std::string> asked;
+    for (const HttpRequest& received : server_.requests()) {
+        asked.push_back(received.target);
+    }
+    EXPECT_EQ(asked, paths);
+}
+
+TEST_F(Send, TracesItsWayInOrder) {
+    const Identity leaf = leafFor(server_, {"/down", "/good"});
+    replies_ = {{"/down", {.status = 503}}, {"/good", reply(answerAbout(leaf))}};
+    CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
+    request.put_UseNonce(false);
+    ASSERT_EQ(support_trace_open(8, folder_.file("trace").c_str()), 0);
+    request.Send(true);
+    support_trace_open(0, nullptr);
+    const Bytes text = readFile(folder_.file("trace"));
+    std::istringstream lines(std::string(text.begin(), text.end()));
+    std::vector<std::string> traced;
+    for (std::string line; std::getline(lines, line);) {
+        // Time, process, module, label with its line number, text. Where policies are read is not the subject here.
+        static const std::regex kShape("[^ ]+ [0-9]+ ocsp ([A-Za-z]+):[0-9]+ (.*)");
+        std::smatch parts;
+        if (std::regex_match(line, parts, kShape) && parts.str(1) != "Load") {
+            traced.push_back(parts.str(1) + ": " + parts.str(2));
+        }
+    }
+    EXPECT_EQ(traced, (std::vector<std::string>{
+                          "CheckPolicies: Checking policies...",
+                          "CheckPolicies: Checking policies... OK.",
+                          "MakeRequest: Making request...",
+                          "MakeRequest: Filling SRs...",
+                          "MakeRequest: Filling extensions...",
+                          "MakeRequest: Encoding request...",
+                          "MakeRequest: Making request... OK.",
+                          "Send: Sending request to \"" + server_.url("/down") + "\"...",
+                          "CheckPolicies: Checking HTTP policies...",
+                          "CheckPolicies: Checking HTTP policies... OK.",
+                          "SendOCSPRequest: Sending request to \"" + server_.url("/down") + "\"...",
+                          "SendOCSPRequest: HTTP STATUS: 503",
+                          "Send: Error occurred: 0xC2110100. Level: 3",
+                          "Send: Sending request to \"" + server_.url("/good") + "\"...",
+                          "CheckPolicies: Checking HTTP policies...",
+                          "CheckPolicies: Checking HTTP policies... OK.",
+                          "SendOCSPRequest: Sending request to \"" + server_.url("/good") + "\"...",
+                          "VerifyCertificate: Building a chain...",
+                          "VerifyCertificate: CertVerifyCertificateChainPolicy returned ocspStatus.dwError = 0x40",
+                      }));
 }
 
 TEST_F(Send, KnowsNoResponderWithoutAnAddress) {

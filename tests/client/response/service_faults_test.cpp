@@ -1,0 +1,106 @@
+// What becomes of a verdict when a service fails in a way that no healthy one does: never a success.
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <cstring>
+
+#include "tests/client/support/client_test.h"
+#include "tests/scripted_service/scripted_service.h"
+
+namespace {
+
+using namespace testkit;
+
+class ServiceFaults : public testing::Test {
+protected:
+    ServiceFaults() {
+        support_settings_open(folder_
+                                  .write("settings.toml", "[crypto]\nsystem_roots = false\nmachine_stores = \"" +
+                                                              folder_.file("machine") + "\"\nuser_stores = \"" +
+                                                              folder_.file("user") +
+                                                              "\"\n[config.Basalt.cache_settings]\n"
+                                                              "OcspValiditySeconds = 60\n")
+                                  .c_str());
+        folder_.write("user/CA/ca.pem", pki_.ca.certificatePem());
+    }
+
+    static Bytes answerAbout(const Identity& leaf) {
+        const Pki& pki = Pki::shared();
+        ResponseSpec spec(pki.delegate);
+        spec.entries.emplace_back(certIdOf(leaf, pki.ca));
+        return buildResponse(spec);
+    }
+
+    // What CryptRetrieveObjectByUrlW gives for a body.
+    static void* blobArray(const Bytes& body) {
+        const std::size_t head = sizeof(CRYPT_BLOB_ARRAY) + sizeof(CRYPT_DATA_BLOB);
+        auto* block = static_cast<unsigned char*>(std::calloc(1, head + body.size()));
+        auto* array = reinterpret_cast<CRYPT_BLOB_ARRAY*>(block);
+        array->cBlob = 1;
+        array->rgBlob = reinterpret_cast<CRYPT_DATA_BLOB*>(block + sizeof(CRYPT_BLOB_ARRAY));
+        array->rgBlob[0] = {static_cast<DWORD>(body.size()), block + head};
+        std::memcpy(block + head, body.data(), body.size());
+        return block;
+    }
+
+    Overlay service_;  // outlives the handles of the tests
+    const Pki& pki_ = Pki::shared();
+    TempDir folder_;
+};
+
+TEST_F(ServiceFaults, AChainOfNothingIsNotBelieved) {
+    const Bytes der = answerAbout(pki_.good);
+    CERT_SIMPLE_CHAIN withoutElements{};
+    CERT_SIMPLE_CHAIN* chains[] = {&withoutElements};
+    CERT_CHAIN_CONTEXT chain{};
+    chain.rgpChain = chains;
+    EXPECT_CALL(service_, CertGetCertificateChain)
+        .WillRepeatedly([&chain](auto, auto, auto, auto, auto, auto, auto, PCCERT_CHAIN_CONTEXT* made) {
+            *made = &chain;
+            return TRUE;
+        });
+    EXPECT_CALL(service_, CertFreeCertificateChain(&chain)).Times(2);
+    EXPECT_CALL(service_, CertVerifyCertificateChainPolicy).Times(2).WillRepeatedly(testing::Return(TRUE));
+    for (const DWORD count : {0U, 1U}) {
+        chain.cChain = count;
+        CResponse response;
+        response.Import(der.data(), der.size(), nullptr);
+        EXPECT_THAT(response.VerifyCertificate(nullptr, false, nullptr, 0), IsStatus(status::kTrustFail)) << count;
+        EXPECT_THAT(response.VerifySR(0, nullptr, nullptr), IsStatus(status::kWrongUsage));
+    }
+}
+
+TEST_F(ServiceFaults, ARevocationCheckThatFailsWithoutAReasonFails) {
+    struct Row {
+        BOOL result;
+        DWORD lastError;
+        std::int32_t expected;
+    };
+    const CResponse response;
+    const ATL2::CCertContext good = contextOf(pki_.good);
+    const ATL2::CCertContext ca = contextOf(pki_.ca);
+    for (const Row& row : {Row{TRUE, 5, 0}, Row{FALSE, 0, status::kFail},
+                           Row{FALSE, static_cast<DWORD>(status::kCryptRevoked), status::kCryptRevoked},
+                           Row{FALSE, 5, static_cast<std::int32_t>(0x80070005)}}) {
+        EXPECT_CALL(service_, CertVerifyRevocation).WillOnce(failing(row.result, row.lastError));
+        EXPECT_THAT(response.VerifyRevocation(good.get(), ca.get(), nullptr), IsStatus(row.expected));
+    }
+}
+
+TEST_F(ServiceFaults, AnEarlierAnswerDoesNotStandInForOneThatWasNotReceived) {
+    CertificateSpec spec;
+    spec.ocspUrls = {"http://first/", "http://second/"};
+    const Identity leaf = issue(pki_.ca, spec);
+    CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
+    request.put_UseNonce(false);
+    EXPECT_CALL(service_, CryptRetrieveObjectByUrlW).WillOnce([&](auto, auto, auto, auto, void** object, auto...) {
+        *object = blobArray(answerAbout(leaf));
+        return TRUE;
+    });
+    EXPECT_EQ(request.Send(false).get_SRNumber(), 1u);
+    // The URL cannot be made, and the service does not say why: a failure whose status reads as success.
+    EXPECT_CALL(service_, CryptBinaryToStringW).Times(2).WillRepeatedly(failing(FALSE, 0));
+    EXPECT_THAT(thrownStatus([&] { request.Send(false); }), IsStatus(status::kFail));
+}
+
+}  // namespace
