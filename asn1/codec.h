@@ -8,10 +8,11 @@
 //
 // A value class encodes and decodes itself by asn1Encode<Traits>(*this) and asn1Decode<Traits>(data, *this). Whatever
 // the runtime has to say against a message comes out as the one status Asn1Error: its own numbers tell a caller nothing
-// that he could act upon.
+// that he could act upon. Exhausted memory is Asn1Memory, or Asn1Error where the runtime tells it by a status.
 #pragma once
 
 #include <limits>
+#include <new>
 
 #include "asn1/context_memory.h"
 #include "asn1rt/context.h"
@@ -22,23 +23,41 @@
 
 namespace Orvane::ASN1 {
 
+/// Runs a part of the frame. Below it, exhausted memory is told by a status, by the runtime's own exception or by
+/// std::bad_alloc, depending on who runs out of it.
+template <class Work>
+decltype(auto) withinFrame(Work&& work) {
+    try {
+        return work();
+    } catch (const ASN1RTLException& exception) {
+        ATL::AtlThrowImpl(exception.getStatus() == STATUS_NO_MEMORY ? status::kAsn1Memory : status::kAsn1Error);
+    } catch (const std::bad_alloc&) {
+        ATL::AtlThrowImpl(status::kAsn1Memory);
+    }
+}
+
 /// Encodes a filled record into `buffer`, and copies the message out.
 template <class Traits>
 CBlob encodeRecord(ASN1BEREncodeBuffer& buffer, typename Traits::ASN1_T& record) {
-    typename Traits::ASN1_C control(buffer, record);
-    const int length = control.EncodeTo(buffer);
-    if (length < 0) {
-        ATL::AtlThrowImpl(status::kAsn1Error);
-    }
-    return CBlob(buffer.getMsgPtr(), static_cast<unsigned long>(length));
+    return withinFrame([&] {
+        typename Traits::ASN1_C control(buffer, record);
+        const int length = control.EncodeTo(buffer);
+        if (length < 0) {
+            ATL::AtlThrowImpl(status::kAsn1Error);
+        }
+        return CBlob(buffer.getMsgPtr(), static_cast<unsigned long>(length));
+    });
 }
 
 /// Decodes the bytes behind `buffer` into a record whose memory belongs to the buffer's context. Bytes behind the first
 /// element are ignored.
 template <class Traits>
 void decodeRecord(ASN1BERDecodeBuffer& buffer, typename Traits::ASN1_T& record) {
-    typename Traits::ASN1_C control(buffer, record);
-    if (control.DecodeFrom(buffer) < 0) {
+    const int result = withinFrame([&] {
+        typename Traits::ASN1_C control(buffer, record);
+        return control.DecodeFrom(buffer);
+    });
+    if (result < 0) {
         ATL::AtlThrowImpl(status::kAsn1Error);
     }
 }
@@ -57,40 +76,48 @@ template <class Traits>
 CBlob asn1EncodeT(const typename Traits::ASN1_T& record) {
     // The encoder makes the raw octets of decoded open values point into its own buffer, which goes with the context
     // here: only a copy may be given to it.
-    ASN1BEREncodeBuffer buffer;
-    typename Traits::ASN1_T copy{};
-    Traits::copy(buffer.getCtxtPtr(), record, copy);
-    return encodeRecord<Traits>(buffer, copy);
+    return withinFrame([&] {
+        ASN1BEREncodeBuffer buffer;
+        typename Traits::ASN1_T copy{};
+        Traits::copy(buffer.getCtxtPtr(), record, copy);
+        return encodeRecord<Traits>(buffer, copy);
+    });
 }
 
 /// Decodes into a record whose memory belongs to `ctxt`.
 template <class Traits>
 void asn1DecodeT(const CBlob& data, ASN1CTXT* ctxt, typename Traits::ASN1_T& record) {
-    ASN1BERDecodeBuffer buffer(data.pbData(), messageSize(data));
-    rtCtxtSetMemHeap(buffer.getCtxtPtr(), ctxt);
-    decodeRecord<Traits>(buffer, record);
+    withinFrame([&] {
+        ASN1BERDecodeBuffer buffer(data.pbData(), messageSize(data));
+        rtCtxtSetMemHeap(buffer.getCtxtPtr(), ctxt);
+        decodeRecord<Traits>(buffer, record);
+    });
 }
 
 /// The DER of a value. Throws what Traits::set throws, and Asn1Error when the record cannot be encoded.
 template <class Traits, class V>
 CBlob asn1Encode(const V& value) {
     // One context serves the message and the memory of the record: both go together at the end.
-    ASN1BEREncodeBuffer buffer;
-    typename Traits::ASN1_T record{};
-    Traits::set(buffer.getCtxtPtr(), record, value);
-    return encodeRecord<Traits>(buffer, record);
+    return withinFrame([&] {
+        ASN1BEREncodeBuffer buffer;
+        typename Traits::ASN1_T record{};
+        Traits::set(buffer.getCtxtPtr(), record, value);
+        return encodeRecord<Traits>(buffer, record);
+    });
 }
 
 /// Replaces `value` by what `data` holds. A failure of the decoder leaves it unchanged; what Traits::get throws can
 /// leave it half filled.
 template <class Traits, class V>
 void asn1Decode(const CBlob& data, V& value) {
-    ASN1BERDecodeBuffer buffer(data.pbData(), messageSize(data));
-    // The record goes before `data` does, and the value copies: octets need not be copied on the way between.
-    rtCtxtSetFlag(buffer.getCtxtPtr(), CTX_FLAG_ZERO_COPY);
-    typename Traits::ASN1_T record{};
-    decodeRecord<Traits>(buffer, record);
-    Traits::get(record, value);
+    withinFrame([&] {
+        ASN1BERDecodeBuffer buffer(data.pbData(), messageSize(data));
+        // The record goes before `data` does, and the value copies: octets need not be copied on the way between.
+        rtCtxtSetFlag(buffer.getCtxtPtr(), CTX_FLAG_ZERO_COPY);
+        typename Traits::ASN1_T record{};
+        decodeRecord<Traits>(buffer, record);
+        Traits::get(record, value);
+    });
 }
 
 /// Decodes the open value of a record by the table constraint of its type, with the schema's function `decodeOpenType`,
@@ -100,7 +127,7 @@ template <auto decodeOpenType, class Record>
 void resolveOpenType(ASN1CTXT* ctxt, Record& record) {
     ASN1CTXT saved{};
     rtCopyContext(&saved, ctxt);
-    const int result = decodeOpenType(ctxt, &record);
+    const int result = withinFrame([&] { return decodeOpenType(ctxt, &record); });
     rtCopyContext(ctxt, &saved);
     if (result != 0) {
         ATL::AtlThrowImpl(status::kAsn1Error);

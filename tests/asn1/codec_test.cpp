@@ -5,9 +5,11 @@
 #include "asn1/big_integer_traits.h"
 #include "asn1/certificate_traits.h"
 #include "asn1/extensions_traits.h"
+#include "asn1/general_name.h"
 #include "asn1/name_traits.h"
 #include "asn1/primitive_traits.h"
 #include "asn1/time_text.h"
+#include "asn1rt/memory_heap.h"
 #include "tests/asn1/blobs.h"
 #include "tests/support/pki.h"
 #include "tests/support/status_matcher.h"
@@ -133,6 +135,64 @@ TEST_F(Codec, HoldsBigIntegersAsText) {
     EXPECT_STREQ(BigIntegerToASN1String(ctxt(), value), "0x00AB");
     EXPECT_STREQ(DWORDToASN1BigInteger(ctxt(), 0x01020304), "0x01020304");
     EXPECT_NE(ASN1BigIntegerToDWORD(DWORDToASN1BigInteger(ctxt(), 0x0102)), 0x0102U) << "not each other's inverse";
+}
+
+/// From the `numGranted`th request on, the runtime gets no memory.
+class MemoryLimit {
+public:
+    explicit MemoryLimit(int numGranted) {
+        numLeft = numGranted;
+        g_malloc_func = [](void* user, std::size_t size) {
+            return numLeft-- > 0 ? rtDefaultMalloc(user, size) : nullptr;
+        };
+    }
+    ~MemoryLimit() { g_malloc_func = rtDefaultMalloc; }
+    MemoryLimit(const MemoryLimit&) = delete;
+    MemoryLimit& operator=(const MemoryLimit&) = delete;
+
+    static inline int numLeft = 0;
+};
+
+template <class Value>
+CBlob decodedAndEncoded(const CBlob& data) {
+    Value value;
+    value.decode(data);
+    return value.encode();
+}
+
+TEST_F(Codec, TellsExhaustedMemoryByItsOwnStatuses) {
+    const Bytes names = tlv::sequence({tlv::context(4, Pki::shared().good.subject())});
+    const Bytes extension = tlv::sequence({tlv::oid("2.5.29.17"), tlv::octetString(names)});
+    const struct {
+        CBlob data;
+        CBlob (*again)(const CBlob&);
+    } rows[] = {
+        {blob(tlv::sequence({extension, extension})), decodedAndEncoded<CExtensions>},
+        {blob(tlv::set({tlv::sequence({tlv::oid("2.5.4.3"), tlv::utf8String("a")}),
+                        tlv::sequence({tlv::oid("2.5.4.10"), tlv::utf8String("b")})})),
+         decodedAndEncoded<CRelativeDistinguishedName>},
+        {blob(names), decodedAndEncoded<CGeneralNames>},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(hexOf(row.data));
+        std::int32_t thrown = status::kAsn1Memory;
+        int numGranted = 0;
+        for (; thrown != status::kOk && numGranted < 200; ++numGranted) {
+            CBlob again;
+            {
+                const MemoryLimit limit(numGranted);
+                ASSERT_NO_THROW(thrown = thrownStatus([&] { again = row.again(row.data); })) << numGranted;
+            }
+            ASSERT_THAT(thrown, testing::AnyOf(IsStatus(status::kOk), IsStatus(status::kAsn1Memory),
+                                               IsStatus(status::kAsn1Error)))
+                << numGranted;
+            if (thrown == status::kOk) {
+                EXPECT_EQ(again, row.data) << numGranted;
+            }
+        }
+        EXPECT_GT(numGranted, 10);
+        EXPECT_THAT(thrown, IsStatus(status::kOk));
+    }
 }
 
 }  // namespace
