@@ -19,6 +19,9 @@ using ParameterBuilderPtr = std::unique_ptr<OSSL_PARAM_BLD, OpenSslFree<OSSL_PAR
 using ParametersPtr = std::unique_ptr<OSSL_PARAM, OpenSslFree<OSSL_PARAM_free>>;
 
 constexpr size_t kMaximumRsaSize = 2048;  // octets of the modulus: 16384 bits, OpenSSL's own limit for using a key
+// Octets of the exponent, four times what is in use. One as long as the modulus makes a check a hundred times dearer,
+// and a response can carry a thousand certificates.
+constexpr size_t kMaximumExponentSize = 8;
 
 KeyPtr makeKey(const char* kind, OSSL_PARAM_BLD* builder) {
     ParametersPtr const parameters(OSSL_PARAM_BLD_to_param(builder));
@@ -31,8 +34,9 @@ KeyPtr makeKey(const char* kind, OSSL_PARAM_BLD* builder) {
     return KeyPtr(key);
 }
 
-BignumPtr positiveInteger(const DerElement& element) {
-    if (element.content.empty() || element.content.size() > kMaximumRsaSize + 1 || element.content[0] >= 0x80) {
+BignumPtr positiveInteger(const DerElement& element, size_t maximumSize) {
+    if (element.content.empty() || element.content.size() > maximumSize + 1 || element.content[0] >= 0x80 ||
+        (element.content.size() > maximumSize && element.content[0] != 0)) {
         return nullptr;
     }
     return BignumPtr(BN_bin2bn(element.content.data(), static_cast<int>(element.content.size()), nullptr));
@@ -41,8 +45,8 @@ BignumPtr positiveInteger(const DerElement& element) {
 KeyPtr rsaKey(ByteView octets) {
     DerReader outer(octets);
     DerReader numbers = outer.sequence();
-    BignumPtr const modulus = positiveInteger(numbers.expect(V_ASN1_INTEGER));
-    BignumPtr const exponent = positiveInteger(numbers.expect(V_ASN1_INTEGER));
+    BignumPtr const modulus = positiveInteger(numbers.expect(V_ASN1_INTEGER), kMaximumRsaSize);
+    BignumPtr const exponent = positiveInteger(numbers.expect(V_ASN1_INTEGER), kMaximumExponentSize);
     ParameterBuilderPtr const builder(OSSL_PARAM_BLD_new());
     if (numbers.failed() || !numbers.atEnd() || !outer.atEnd() || modulus == nullptr || exponent == nullptr ||
         builder == nullptr || OSSL_PARAM_BLD_push_BN(builder.get(), OSSL_PKEY_PARAM_RSA_N, modulus.get()) != 1 ||

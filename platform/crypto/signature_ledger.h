@@ -1,7 +1,7 @@
 // The signature checks of one call. What a hostile response can make us compute is bounded here: each check counts, a
 // pair that was checked before, in this call or with success in an earlier one, is not checked again, and when the
 // bound is reached every further check fails. A call costs at most 100 checks: these, and those by which OpenSSL
-// confirms the CRL that it chose for each element of a path.
+// confirms the CRL, or two, that it chose for each of at most eleven certificates below a root.
 #pragma once
 
 #include <map>
@@ -14,7 +14,7 @@ namespace tallow::platform {
 
 class SignatureLedger {
 public:
-    static constexpr int kMaxChecks = 88;
+    static constexpr int kMaxChecks = 76;
 
     // Whether the signature of `subject` verifies with the key of `issuer`. Names and usages are not looked at.
     bool verifies(const Certificate& subject, const Certificate& issuer);
