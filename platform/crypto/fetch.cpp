@@ -1,6 +1,7 @@
 #include "platform/crypto/fetch.h"
 
 #include <curl/curl.h>
+#include <strings.h>
 
 #include <algorithm>
 #include <memory>
@@ -56,10 +57,28 @@ std::size_t onBody(char* data, std::size_t unit, std::size_t count, void* target
     return size;
 }
 
-std::size_t onHeader(char*, std::size_t unit, std::size_t count, void* target) {
+bool beginsWith(std::string_view text, std::string_view word) {
+    return text.size() >= word.size() && ::strncasecmp(text.data(), word.data(), word.size()) == 0;
+}
+
+// libcurl inflates what comes with a transfer coding such as gzip, asked for or not: the one coding there is to be is
+// that in chunks.
+bool isInflating(std::string_view line) {
+    constexpr std::string_view kName = "transfer-encoding:";
+    constexpr std::string_view kChunked = "chunked";
+    constexpr std::string_view kBlanks = " \t\r\n";
+    if (!beginsWith(line, kName)) {
+        return false;
+    }
+    line.remove_prefix(std::min(line.find_first_not_of(kBlanks, kName.size()), line.size()));
+    line = line.substr(0, line.find_last_not_of(kBlanks) + 1);
+    return line.size() != kChunked.size() || !beginsWith(line, kChunked);
+}
+
+std::size_t onHeader(char* data, std::size_t unit, std::size_t count, void* target) {
     auto& arrival = *static_cast<Arrival*>(target);
     const std::size_t size = unit * count;
-    if (size > arrival.maxHeaderSize - arrival.headerSize) {
+    if (size > arrival.maxHeaderSize - arrival.headerSize || isInflating({data, size})) {
         return 0;
     }
     arrival.headerSize += size;

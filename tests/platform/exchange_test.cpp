@@ -106,6 +106,21 @@ TEST(SendPkiRequest, TellsFailuresFromAnswers) {
     EXPECT_EQ(post("file:///etc/passwd", bytesOf("x")).lastError, ERROR_INTERNET_UNRECOGNIZED_SCHEME);
 }
 
+TEST(SendPkiRequest, InflatesNothing) {
+    const Bytes packed = testkit::fromHex("1F8B08000000000002034BCC2B2E4F2D0200254ADDDA06000000");
+    HttpReply reply{.headers = {{"Content-Encoding", "gzip"}}, .body = packed};
+    HttpServer server([&](const HttpRequest&) { return reply; });
+    EXPECT_EQ(post(server.url(), bytesOf("request")).body, packed);
+    for (const char* coding : {"gzip", "chunked, gzip", "Deflate"}) {
+        SCOPED_TRACE(coding);
+        reply.headers = {{"Transfer-Encoding", coding}};
+        reply.framing = testkit::BodyFraming::kUntilClose;
+        const PostResult result = post(server.url(), bytesOf("request"));
+        EXPECT_EQ(result.status, 0u);
+        EXPECT_EQ(result.lastError, ERROR_HTTP_INVALID_SERVER_RESPONSE);
+    }
+}
+
 TEST(SendPkiRequest, FollowsARedirectWithTheWholePostOrNotAtAll) {
     HttpServer target([](const HttpRequest&) { return HttpReply{.body = bytesOf("answer")}; });
     for (const int status : {301, 302, 307, 308}) {

@@ -1,0 +1,86 @@
+// Contexts, stores and settings shared between threads. The assertions are few: what this test is for shows under the
+// sanitizers.
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <thread>
+
+#include "tests/platform/trust_fixture.h"
+
+namespace testkit {
+namespace {
+
+template <typename Work>
+void onThreads(int count, Work work) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i) {
+        threads.emplace_back([&work, i] { work(i); });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+TEST(Threads, ShareContextsAndStores) {
+    const Pki& pki = Pki::shared();
+    const TrustWorld world({pki.root});
+    world.add("CA/ca.pem", pki.ca);
+    const ContextPtr shared = contextOf(pki.good.certificate);
+    const StorePtr store = storeOf({pki.sibling}, {makeCrl(pki.root, {}), makeCrl(pki.ca, {})});
+    const StorePtr collection(CertOpenStore(CERT_STORE_PROV_COLLECTION, 0, 0, 0, nullptr));
+    ASSERT_TRUE(CertAddStoreToCollection(collection.get(), store.get(), 0, 0));
+    std::atomic<int> trusted{0};
+    onThreads(4, [&](int thread) {
+        for (int round = 0; round < 25; ++round) {
+            const ContextPtr own(CertDuplicateCertificateContext(shared.get()));
+            CRYPT_DATA_BLOB value{4, reinterpret_cast<BYTE*>(&thread)};
+            CertSetCertificateContextProperty(own.get(), 0x8000, 0, &value);
+            DWORD size = 0;
+            CertGetCertificateContextProperty(own.get(), CERT_SHA1_HASH_PROP_ID, nullptr, &size);
+            CertAddCertificateContextToStore(store.get(), own.get(), CERT_STORE_ADD_ALWAYS, nullptr);
+            CERT_CHAIN_PARA parameters{};
+            parameters.cbSize = sizeof parameters;
+            PCCERT_CHAIN_CONTEXT chain = nullptr;
+            ASSERT_TRUE(CertGetCertificateChain(nullptr, shared.get(), nullptr, collection.get(), &parameters,
+                                                CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CHAIN,
+                                                nullptr, &chain));
+            const ChainPtr owner(chain);
+            trusted += errorOf(owner) == 0 ? 1 : 0;
+            int met = 0;
+            for (PCCERT_CONTEXT at = nullptr; (at = CertEnumCertificatesInStore(collection.get(), at)) != nullptr;) {
+                ++met;
+            }
+            ASSERT_GT(met, 0);
+        }
+    });
+    EXPECT_EQ(trusted, 100);
+}
+
+TEST(Threads, OpenSystemStoresWhileFilesAndSettingsChange) {
+    const Pki& pki = Pki::shared();
+    const TempDir folder;
+    const auto settings = [&](const char* name, const char* more) {
+        return folder.write(name, "[crypto]\nsystem_roots = false\nmachine_stores = \"" + folder.file("machine") +
+                                      "\"\nuser_stores = \"\"\n" + more);
+    };
+    const std::string files[] = {settings("a.toml", ""), settings("b.toml", "accept_sha1 = true\n")};
+    folder.write("machine/ROOT/root.pem", pki.root.certificatePem());
+    folder.write("machine/CA/ca.pem", pki.ca.certificatePem());
+    ASSERT_EQ(support_settings_open(files[0].c_str()), 0);
+    std::atomic<int> trusted{0};
+    onThreads(4, [&](int thread) {
+        for (int round = 0; round < 25; ++round) {
+            if (thread == 0) {
+                support_settings_open(files[round % 2].c_str());
+                folder.write("machine/CA/other.pem", pki.sibling.certificatePem() + std::string(round, '\n'));
+            } else {
+                trusted += errorOf(chainOf({pki.good})) == 0 ? 1 : 0;
+            }
+        }
+    });
+    EXPECT_EQ(trusted, 75);
+    support_settings_open(folder.write("empty.toml", "").c_str());
+}
+
+}  // namespace
+}  // namespace testkit
