@@ -27,6 +27,8 @@ inline constexpr std::uint16_t CTX_FLAG_CONSTRUCTED = 0x0400;
 inline constexpr std::uint16_t CTX_FLAG_ZERO_COPY = 0x0800;
 /// With CTX_FLAG_OUTER_INDEFINITE every tag reader answers STATUS_END_OF_BUFFER. Only an application sets it.
 inline constexpr std::uint16_t CTX_FLAG_END_REACHED = 0x1000;
+/// Open values under a table constraint stay as they are: decoders take their octets and do not look inside.
+inline constexpr std::uint16_t CTX_FLAG_RAW_VALUES = 0x2000;
 /// The outermost element has indefinite length; set and cleared by xd_setp.
 inline constexpr std::uint16_t CTX_FLAG_OUTER_INDEFINITE = 0x4000;
 

@@ -103,6 +103,7 @@ CBasicResponse::~CBasicResponse() = default;
 
 void CBasicResponse::decode(CBlob const& data) {
     ASN1BERDecodeBuffer buffer(data.pbData(), ASN1::messageSize(data));
+    rtCtxtSetFlag(buffer.getCtxtPtr(), CTX_FLAG_ZERO_COPY);  // all that is read is copied below
     asn1data::ASN1T_BasicOCSPResponse record{};
     ASN1::decodeRecord<BasicResponseTraits>(buffer, record);
 

@@ -1,5 +1,7 @@
 #include "message/cert_id.h"
 
+#include <utility>
+
 #include "handles/exception.h"
 #include "handles/last_error.h"
 #include "message/cert_id_traits.h"
@@ -56,15 +58,16 @@ bool namesSameCertificate(CCertID const& left, CCertID const& right) {
 
 CReqCert::CReqCert() = default;
 CReqCert::CReqCert(CCertID const& certID) : certID_(certID) {}
+CReqCert::CReqCert(CCertID&& certID) noexcept : certID_(std::move(certID)) {}
 CReqCert::CReqCert(CReqCert const&) = default;
 CReqCert::CReqCert(CReqCert&&) noexcept = default;
 CReqCert& CReqCert::operator=(CReqCert const&) = default;
 CReqCert& CReqCert::operator=(CReqCert&&) noexcept = default;
 CReqCert::~CReqCert() = default;
 
-CReqCert CReqCert::fromOtherAlternative(CBlob const& encoded) {
+CReqCert CReqCert::fromOtherAlternative(CBlob encoded) {
     CReqCert reqCert;
-    reqCert.encoded_ = encoded;
+    reqCert.encoded_ = std::move(encoded);
     return reqCert;
 }
 
@@ -78,14 +81,10 @@ void CertIdTraits::set(ASN1CTXT* ctxt, ASN1_T& record, CCertID const& value) {
 }
 
 void CertIdTraits::get(ASN1_T const& record, CCertID& value) {
-    ASN1::CAlgorithmIdentifier algorithm;
-    ASN1::ASN1T_AlgorithmIdentifier_traits::get(record.hashAlgorithm, algorithm);
-    value.put_hashAlgorithm(algorithm);
-    value.put_issuerNameHash(CBlob(record.issuerNameHash.data, record.issuerNameHash.numocts));
-    value.put_issuerKeyHash(CBlob(record.issuerKeyHash.data, record.issuerKeyHash.numocts));
-    ASN1::CBigInteger serial;
-    ASN1::ASN1StringToBigInteger(record.serialNumber, serial);
-    value.put_serialNumber(serial);
+    ASN1::ASN1T_AlgorithmIdentifier_traits::get(record.hashAlgorithm, value.hashAlgorithm_);
+    ASN1::ASN1TDynOctStr_traits::get(record.issuerNameHash, value.issuerNameHash_);
+    ASN1::ASN1TDynOctStr_traits::get(record.issuerKeyHash, value.issuerKeyHash_);
+    ASN1::ASN1StringToBigInteger(record.serialNumber, value.serialNumber_);
 }
 
 void ReqCertTraits::set(ASN1CTXT* ctxt, ASN1_T& record, CReqCert const& value) {
@@ -104,7 +103,7 @@ CReqCert ReqCertTraits::get(ASN1_T const& record) {
     }
     CCertID certID;
     CertIdTraits::get(*record.u.certID, certID);
-    return CReqCert(certID);
+    return CReqCert(std::move(certID));
 }
 
 }  // namespace Orvane::PKI::OCSP

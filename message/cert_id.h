@@ -49,6 +49,8 @@ public:
     void put_serialNumber(ASN1::CBigInteger const& value);
 
 private:
+    friend struct CertIdTraits;
+
     ASN1::CAlgorithmIdentifier hashAlgorithm_;
     CBlob issuerNameHash_;
     CBlob issuerKeyHash_;
@@ -63,6 +65,7 @@ TALLOW_EXPORT bool namesSameCertificate(CCertID const& left, CCertID const& righ
 class TALLOW_EXPORT CReqCert {
 public:
     explicit CReqCert(CCertID const& certID);
+    explicit CReqCert(CCertID&& certID) noexcept;
     CReqCert(CReqCert const&);
     CReqCert(CReqCert&&) noexcept;
     CReqCert& operator=(CReqCert const&);
@@ -75,7 +78,7 @@ public:
     CBlob const* get_otherAlternative() const { return certID_ ? nullptr : &encoded_; }
 
     /// Makes an object that holds the given encoding of fullCertificate or certIdWithSignature.
-    static CReqCert fromOtherAlternative(CBlob const& encoded);
+    static CReqCert fromOtherAlternative(CBlob encoded);
 
 private:
     CReqCert();

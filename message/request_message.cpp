@@ -147,6 +147,7 @@ CRequestMessage::~CRequestMessage() = default;
 
 void CRequestMessage::decode(CBlob const& data) {
     ASN1BERDecodeBuffer buffer(data.pbData(), ASN1::messageSize(data));
+    rtCtxtSetFlag(buffer.getCtxtPtr(), CTX_FLAG_ZERO_COPY);  // all that is read is copied below
     asn1data::ASN1T_OCSPRequest record{};
     ASN1::decodeRecord<OcspRequestTraits>(buffer, record);
 

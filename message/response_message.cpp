@@ -21,14 +21,29 @@ CResponseMessage::CResponseMessage() = default;
 CResponseMessage::~CResponseMessage() = default;
 
 void CResponseMessage::decode(CBlob const& data) {
+    decodeWith(data, CTX_FLAG_ZERO_COPY);
+}
+
+void CResponseMessage::decodeEnvelope(CBlob const& data) {
+    CResponseMessage envelope;
+    envelope.decodeWith(data, CTX_FLAG_ZERO_COPY | CTX_FLAG_RAW_VALUES);
+    if (envelope.responseStatus_ != 0 && envelope.response_.cbData() != 0) {
+        decode(data);  // nobody will look at what comes with a refusal, so it is checked here
+        return;
+    }
+    *this = std::move(envelope);
+}
+
+void CResponseMessage::decodeWith(CBlob const& data, std::uint16_t flags) {
     ASN1BERDecodeBuffer buffer(data.pbData(), ASN1::messageSize(data));
+    rtCtxtSetFlag(buffer.getCtxtPtr(), flags);
     asn1data::ASN1T_OCSPResponse record{};
     ASN1::decodeRecord<ResponseTraits>(buffer, record);
     CStringProxy type("");
     CBlob response;
     if (record.m.responseBytesPresent) {
         ASN1::ASN1TObjId_traits::get(record.responseBytes.responseType, type);
-        response = CBlob(record.responseBytes.response.data, record.responseBytes.response.numocts);
+        ASN1::ASN1TDynOctStr_traits::get(record.responseBytes.response, response);
     }
     responseStatus_ = record.responseStatus;
     responseType_ = std::move(type);

@@ -17,11 +17,17 @@ public:
     CResponseMessage();
     ~CResponseMessage();
     CResponseMessage(CResponseMessage const&) = default;
+    CResponseMessage(CResponseMessage&&) noexcept = default;
     CResponseMessage& operator=(CResponseMessage const&) = default;
+    CResponseMessage& operator=(CResponseMessage&&) noexcept = default;
 
     /// Replaces the content by a DER OCSPResponse. A malformed BasicOCSPResponse inside fails it too. Throws kAsn1Error
     /// or kAsn1Memory and leaves the old content.
     void decode(CBlob const& data);
+
+    /// The same for a caller who goes on to decode get_response() itself: with status 0, what is inside is not looked
+    /// at, so that it is not decoded twice. CBasicResponse::decode refuses what decode would have refused.
+    void decodeEnvelope(CBlob const& data);
 
     /// The OCSPResponseStatus number as on the wire, 0 for successful.
     std::uint32_t get_responseStatus() const { return responseStatus_; }
@@ -31,6 +37,8 @@ public:
     CBlob const& get_response() const { return response_; }
 
 private:
+    void decodeWith(CBlob const& data, std::uint16_t flags);
+
     std::uint32_t responseStatus_ = 0;
     CStringProxy responseType_{""};
     CBlob response_;

@@ -103,7 +103,7 @@ int encodeTable(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
 }
 
 int decodeTable(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
-    void* object = lookup(type, record);
+    void* object = (ctxt->flags & CTX_FLAG_RAW_VALUES) != 0 ? nullptr : lookup(type, record);
     int status = 0;
     if (type.table->isList) {
         status = forEachValue(at<ASN1TSeqOfList>(record, type.table->rawOffset),

@@ -70,7 +70,7 @@ void CResponse::Impl::Import(unsigned char const* data, unsigned long size) {
     CResponseMessage message;
     bool isMessage = true;
     try {
-        message.decode(input);
+        message.decodeEnvelope(input);
     } catch (...) {
         // Whatever went wrong only says that this is no OCSPResponse; it may still be a bare BasicOCSPResponse, whose
         // decoder has the last word.
