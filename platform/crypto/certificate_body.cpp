@@ -2,6 +2,7 @@
 // OpenSSL's whole object costs ten times as much, mostly for the public key, and a response may carry certificates that
 // nobody asks about.
 #include <openssl/asn1.h>
+#include <openssl/x509v3.h>
 
 #include <algorithm>
 #include <cstring>
@@ -205,6 +206,9 @@ X509* CertificateBody::x509() const noexcept {
         OpenSslErrors const errors;
         const unsigned char* position = der_.data();
         x509_.reset(d2i_X509(nullptr, &position, static_cast<long>(der_.size())));
+        if (x509_ != nullptr) {
+            X509_check_purpose(x509_.get(), -1, 0);  // has OpenSSL read the extensions now, before threads share them
+        }
     });
     return x509_.get();
 }
