@@ -8,7 +8,9 @@ namespace Orvane::PKI::OCSP::Client {
 
 class CRequest;
 
-/// Verifies the signature, the responder's certificate and each single response that `request` asked for.
+/// Verifies the signature, the responder's certificate and each single response that `request` asked for. Nonce,
+/// producedAt and the age of thisUpdate are not its business: CResponse::Import with the request compares the nonces,
+/// and CRequest::Send holds the times against the clock.
 class TALLOW_EXPORT CVerifyingResponseHandler : public IResponseHandler {
 public:
     /// Keeps the three values. `request` and the `count` store handles in `stores` (extra certificates for chains; may

@@ -26,6 +26,9 @@ CResponse::Impl::Impl(CResponse& owner) : Owner(owner) {
 CResponse::Impl::~Impl() = default;
 
 CResponse::Impl& CResponse::Impl::operator=(Impl const& source) {
+    if (this == &source) {
+        return *this;  // importing begins by clearing
+    }
     Import(source.Encoded.pbData(), source.Encoded.cbData());
     SRCertificates = source.SRCertificates;
     CheckNextUpdate = source.CheckNextUpdate;

@@ -28,8 +28,7 @@ CResponse::CResponse(CResponse const& source) : CResponse() {
     *impl_ = *source.impl_;
 }
 
-// A copy is made by importing the source's bytes, and an import begins by clearing: self-assignment is not supported.
-CResponse& CResponse::operator=(CResponse const& source) {  // NOLINT(bugprone-unhandled-self-assignment)
+CResponse& CResponse::operator=(CResponse const& source) {  // NOLINT(bugprone-unhandled-self-assignment): Impl's matter
     *impl_ = *source.impl_;
     return *this;
 }

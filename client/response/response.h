@@ -40,7 +40,8 @@ public:
     CResponse();
     /// Copies by importing the source's bytes; the certificates matched and the options are taken over, verdicts
     /// (authorised entries, accepted responder) are not. Copying an object that was never imported throws what the
-    /// decoder throws.
+    /// decoder throws, and leaves the target of an assignment as never imported; assigning an object to itself changes
+    /// nothing.
     CResponse(CResponse const& source);
     CResponse& operator=(CResponse const& source);
     ~CResponse();

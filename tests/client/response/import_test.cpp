@@ -28,7 +28,7 @@ TEST_F(ResponseImport, AnEmptyObjectGuardsEveryRead) {
     EXPECT_THAT(thrownStatus([&] { response.get_Status(); }), IsStatus(status::kNotImported));
     EXPECT_THAT(thrownStatus([&] { response.Export(nullptr, &size); }), IsStatus(status::kNotImported));
     EXPECT_THAT(thrownStatus([&] { response.VerifySR(0, nullptr, nullptr); }), IsStatus(status::kNotImported));
-    EXPECT_THAT(thrownStatus([&] { CResponse copy(response); }), IsStatus(status::kAsn1Error));
+    EXPECT_THAT(thrownStatus([&] { static_cast<void>(CResponse(response)); }), IsStatus(status::kAsn1Error));
 }
 
 TEST_F(ResponseImport, ReadsEveryField) {
@@ -220,8 +220,13 @@ TEST_F(ResponseImport, FindsEntriesByIdentifierAndByCertificate) {
     ask(request, pki_.good, pki_.ca);
     EXPECT_EQ(response.get_SRIndexByCertID(request.get_SRCertID(0)), 2u);
     // A copy reads the same and has to be verified afresh.
-    const CResponse copy(response);
+    CResponse copy(response);
     EXPECT_EQ(copy.get_SRIndexByCertID(request.get_SRCertID(0)), 2u);
+    CResponse& self = copy;
+    copy = self;
+    EXPECT_EQ(copy.get_SRNumber(), 3u);
+    EXPECT_THAT(thrownStatus([&] { copy = CResponse(); }), IsStatus(status::kAsn1Error));
+    EXPECT_THAT(thrownStatus([&] { copy.get_SRNumber(); }), IsStatus(status::kNotImported));
 }
 
 TEST_F(ResponseImport, LooksUpManyEntriesAsItLooksUpOne) {

@@ -59,7 +59,7 @@ TEST_F(ServiceFaults, AChainOfNothingIsNotBelieved) {
             *made = &chain;
             return TRUE;
         });
-    EXPECT_CALL(service_, CertFreeCertificateChain(&chain)).Times(2);
+    EXPECT_CALL(service_, CertFreeCertificateChain(&chain)).Times(2).WillRepeatedly(testing::Return());
     EXPECT_CALL(service_, CertVerifyCertificateChainPolicy).Times(2).WillRepeatedly(testing::Return(TRUE));
     for (const DWORD count : {0U, 1U}) {
         chain.cChain = count;

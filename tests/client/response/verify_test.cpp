@@ -52,7 +52,7 @@ TEST_F(Verify, JudgesResponses) {
         std::function<ResponseSpec()> make;
         std::int32_t expected;  // returned or thrown
     };
-    const auto changed = [this](std::function<void(ResponseSpec&)> change) {
+    const auto changed = [this](const std::function<void(ResponseSpec&)>& change) {
         return [this, change] {
             ResponseSpec spec = good();
             change(spec);
