@@ -20,13 +20,31 @@ constexpr unsigned long kLastArcLimit = 0xFFFFFFFF;
 using OidText = std::array<char, kMaxArcs * 11 + 1>;
 
 const char* skipWhiteSpace(const char* text) {
+    if (*text == '.' || *text == '\0') {
+        return text;
+    }
     return text + std::strspn(text, " \t\n\v\f\r");
+}
+
+// What strtoul reads of a number that is nothing but a few digits, which is what identifiers are made of. The full
+// reading is left to strtoul: white space and signs in front, and numbers beyond 18 digits.
+const char* readDigits(const char* text, unsigned long& number) {
+    constexpr int kSafeDigits = 18;
+    const char* end = text;
+    for (number = 0; *end >= '0' && *end <= '9' && end - text < kSafeDigits; ++end) {
+        number = number * 10 + static_cast<unsigned long>(*end - '0');
+    }
+    if (end != text && (*end < '0' || *end > '9')) {
+        return end;
+    }
+    char* behind = nullptr;
+    number = std::strtoul(text, &behind, 10);
+    return behind;
 }
 
 // Reads one arc with white space on both sides; null when there are no digits or no room for the arc.
 const char* readArc(const char* text, ASN1OBJID& oid, unsigned long& arc) {
-    char* end = nullptr;
-    arc = std::strtoul(text, &end, 10);
+    const char* end = readDigits(text, arc);
     if (end == text || oid.numids == kMaxArcs) {
         return nullptr;
     }

@@ -31,7 +31,7 @@ struct CRequestMessage::Impl {
     // The whole message when it was decoded or signed; empty once the content was changed.
     CBlob encoded;
 
-    CBlob encodeTbsRequest() const;
+    void fill(ASN1CTXT* ctxt, asn1data::ASN1T_TBSRequest& record) const;
 
     // What was signed or read no longer stands for a content that changes.
     void contentChanges() {
@@ -179,10 +179,7 @@ void CRequestMessage::decode(CBlob const& data) {
     impl_ = std::move(decoded);
 }
 
-CBlob CRequestMessage::Impl::encodeTbsRequest() const {
-    ASN1BEREncodeBuffer buffer;
-    ASN1CTXT* ctxt = buffer.getCtxtPtr();
-    asn1data::ASN1T_TBSRequest record{};
+void CRequestMessage::Impl::fill(ASN1CTXT* ctxt, asn1data::ASN1T_TBSRequest& record) const {
     record.m.versionPresent = writeVersion ? 1 : 0;
     if (requestorName) {
         ASN1::CGeneralName name;
@@ -195,15 +192,16 @@ CBlob CRequestMessage::Impl::encodeTbsRequest() const {
         record.m.requestExtensionsPresent = 1;
         ASN1::ASN1T_Extensions_traits::set(ctxt, record.requestExtensions, *requestExtensions);
     }
-    return ASN1::encodeRecord<TbsRequestTraits>(buffer, record);
 }
 
 CBlob CRequestMessage::encode() const {
     if (impl_->encoded.cbData() != 0) {
         return impl_->encoded;
     }
-    const CBlob tbs = impl_->encodeTbsRequest();
-    return ASN1::composeElement(ASN1::kTagSequenceWord, {&tbs});
+    ASN1BEREncodeBuffer buffer;
+    asn1data::ASN1T_OCSPRequest record{};
+    impl_->fill(buffer.getCtxtPtr(), record.tbsRequest);
+    return ASN1::encodeRecord<OcspRequestTraits>(buffer, record);
 }
 
 CSingleRequestList const& CRequestMessage::get_requestList() const {
@@ -213,6 +211,11 @@ CSingleRequestList const& CRequestMessage::get_requestList() const {
 void CRequestMessage::put_requestList(CSingleRequestList const& list) {
     impl_->contentChanges();
     impl_->requestList = list;
+}
+
+void CRequestMessage::put_requestList(CSingleRequestList&& list) {
+    impl_->contentChanges();
+    impl_->requestList = std::move(list);
 }
 
 ASN1::CExtensions const* CRequestMessage::get_requestExtensions() const {
@@ -247,7 +250,10 @@ CBlobList const* CRequestMessage::get_signatureCerts() const {
 
 void CRequestMessage::sign(unsigned long long hProv, unsigned int keySpec,
                            ASN1::CAlgorithmIdentifierEx const& signatureAlgorithm, CBlobList const* certs) {
-    const CBlob tbs = impl_->encodeTbsRequest();
+    ASN1BEREncodeBuffer buffer;
+    asn1data::ASN1T_TBSRequest record{};
+    impl_->fill(buffer.getCtxtPtr(), record);
+    const CBlob tbs = ASN1::encodeRecord<TbsRequestTraits>(buffer, record);
     std::string oid = signatureAlgorithm.get_algorithm();
     CBlob parameters = signatureAlgorithm.get_parameters();
     CRYPT_ALGORITHM_IDENTIFIER algorithm{

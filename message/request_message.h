@@ -35,6 +35,7 @@ public:
 
     CSingleRequestList const& get_requestList() const;
     void put_requestList(CSingleRequestList const& list);
+    void put_requestList(CSingleRequestList&& list);
 
     /// Null when absent; an empty SEQUENCE OF on the wire is refused by the decoder (an Extensions holds at least one).
     ASN1::CExtensions const* get_requestExtensions() const;

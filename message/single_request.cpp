@@ -1,8 +1,11 @@
 #include "message/single_request.h"
 
+#include <utility>
+
 namespace Orvane::PKI::OCSP {
 
 CSingleRequest::CSingleRequest(CReqCert const& reqCert) : reqCert_(reqCert) {}
+CSingleRequest::CSingleRequest(CReqCert&& reqCert) noexcept : reqCert_(std::move(reqCert)) {}
 CSingleRequest::CSingleRequest(CSingleRequest const&) = default;
 CSingleRequest::CSingleRequest(CSingleRequest&&) noexcept = default;
 CSingleRequest& CSingleRequest::operator=(CSingleRequest const&) = default;

@@ -15,6 +15,7 @@ namespace Orvane::PKI::OCSP {
 class TALLOW_EXPORT CSingleRequest {
 public:
     explicit CSingleRequest(CReqCert const& reqCert);
+    explicit CSingleRequest(CReqCert&& reqCert) noexcept;
     CSingleRequest(CSingleRequest const&);
     CSingleRequest(CSingleRequest&&) noexcept;
     CSingleRequest& operator=(CSingleRequest const&);
