@@ -135,7 +135,7 @@ TEST_F(UnusualCertificates, ThatAreLegalComeOutAsTheyWere) {
         {"BMPString", withSubject(name(tlv::raw(kBmpString, fromHex("00 DC 04 16"))))},
         {"UniversalString", withSubject(name(tlv::raw(kUniversalString, fromHex("00 00 00 DC"))))},
         {"TeletexString with octets above 127", withSubject(name(tlv::raw(kTeletexString, fromHex("4D FC"))))},
-        {"UTF8String of 64 characters in 128 octets", withSubject(name(tlv::raw(0x0C, repeated("D0 96", 64))))},
+        {"UTF8String of 32768 characters in 65536 octets", withSubject(name(tlv::raw(0x0C, repeated("D0 96", 32768))))},
         {"attributes that are not known",
          withSubject(tlv::sequence({tlv::set({attribute("2.5.4.97", tlv::utf8String("VATDE-1"))}),
                                     tlv::set({attribute("2.5.4.45", tlv::bitString({1}))})}))},
@@ -209,7 +209,8 @@ TEST_F(UnusualCertificates, ThatBreakABoundAreRefused) {
         Parts parts;
         int status;
     } const rows[] = {
-        {"common name of 65 characters", withSubject(name(tlv::raw(0x0C, repeated("D0 96", 65)))), STATUS_CONSTRAINT},
+        {"common name of 32769 characters", withSubject(name(tlv::raw(0x0C, repeated("D0 96", 32769)))),
+         STATUS_CONSTRAINT},
         {"common name in a string type of its own", withSubject(name(tlv::ia5String("x"))), STATUS_BAD_CHOICE},
         {"notice of 201 characters", withExtension("2.5.29.32", notice(tlv::raw(0x0C, repeated("D0 96", 201)))),
          STATUS_CONSTRAINT},
