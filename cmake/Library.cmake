@@ -9,7 +9,11 @@ add_library(tallow SHARED ${tallow_objects})
 set_target_properties(tallow PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION 1)
 target_link_libraries(tallow PRIVATE tallow_options PUBLIC tallow-platform)
 # Calls inside the library stay inside it: no detour over the table that would let another object step in.
-target_link_options(tallow PRIVATE -Wl,--no-undefined -Wl,-Bsymbolic-functions)
+target_link_options(tallow PRIVATE -Wl,-Bsymbolic-functions)
+if(NOT TALLOW_SANITIZE)
+  # Not so under a sanitizer: clang leaves its runtime to the program.
+  target_link_options(tallow PRIVATE -Wl,--no-undefined)
+endif()
 
 install(TARGETS tallow LIBRARY)
 if(NOT TALLOW_PLATFORM_LIBRARY)
