@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "client/request/request_impl.h"
+#include "client/response/export_bytes.h"
 #include "foundation/trace.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -283,15 +284,7 @@ void CRequest::Export(unsigned char* buffer, unsigned long* size) {
     if (impl_->Encoded.cbData() == 0) {
         impl_->MakeRequest();
     }
-    const unsigned long room = *size;
-    *size = impl_->Encoded.cbData();
-    if (buffer == nullptr) {
-        return;
-    }
-    if (impl_->Encoded.cbData() > room) {
-        ATL::AtlThrowImpl(status::kMoreData);
-    }
-    std::memcpy(buffer, impl_->Encoded.pbData(), impl_->Encoded.cbData());
+    exportBytes(impl_->Encoded, buffer, size);
 }
 
 CBlob CRequest::get_Response() const {

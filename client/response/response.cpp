@@ -1,9 +1,9 @@
 // The accessors of a response. The tasks live in files of their own.
 #include "client/response/response.h"
 
-#include <cstring>
 #include <string>
 
+#include "client/response/export_bytes.h"
 #include "client/response/issuer_by_chain.h"
 #include "client/response/response_impl.h"
 #include "handles/exception.h"
@@ -49,15 +49,7 @@ void CResponse::put_ChainEngine(void* engine) {
 
 void CResponse::Export(unsigned char* buffer, unsigned long* size) const {
     impl_->requireImported();
-    const unsigned long room = *size;
-    *size = impl_->Encoded.cbData();
-    if (buffer == nullptr) {
-        return;
-    }
-    if (impl_->Encoded.cbData() > room) {
-        ATL::AtlThrowImpl(status::kMoreData);
-    }
-    std::memcpy(buffer, impl_->Encoded.pbData(), impl_->Encoded.cbData());
+    exportBytes(impl_->Encoded, buffer, size);
 }
 
 // ---- The response as a whole ----------------------------------------------------------------------------------------
