@@ -192,6 +192,74 @@ public:
     /// also the bytes, when the room offered in `*size` suffices, else kMoreData is thrown.
     void Export(unsigned char* buffer, unsigned long* size);
 
+    // ---- Sign -------------------------------------------------------------------------------------------------------
+
+    /// Builds the request and signs it with the private key that the key provider information of `signer` names
+    /// (CERT_KEY_PROV_INFO_PROP_ID). The subject of `signer` becomes the requestorName (RFC 6960, 4.1.2); the hash is
+    /// the first of the key's provider that fits the key. The certificates asked for travel in the message and show in
+    /// get_Certificates; a value other than those listed counts as CertsSigner. `password` opens the key, null when it
+    /// needs none. Afterwards the message is frozen, for good: only importing or assigning changes it.
+    ///
+    /// **A request that is built already stays unsigned**, without a word: sign before Export and Send, or change
+    /// something of the message first; get_SignatureAlgorithmOID tells. Throws kRequestSigned on a signed request, what
+    /// the build throws (kCryptNotFound for an entry without certificate), kBadAlgorithm when no algorithm fits the
+    /// key, kInvalidArgument for a null signer, and the converted last error when the key, the PIN or the chain fails.
+    /// The request then is unsigned and can be signed again; certificates that had been added stay in its store.
+    void Sign(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude, wchar_t const* password);
+
+    // ---- Receive ----------------------------------------------------------------------------------------------------
+    // For the side that gets requests, and for sending on what somebody else made:
+    //
+    //   CRequest received;
+    //   received.Import(bytes, size);
+    //   if (received.Verify(nullptr, nullptr, true) == 0 && received.VerifyCertificate(nullptr, nullptr, 0) == 0) ...
+    //
+    // Verdicts are returned, 0 for no objection; misuse is thrown. `criticalList` names the critical extensions that
+    // are **refused**, as dotted texts separated by ";"; what it does not name passes, and an empty list refuses
+    // nothing. Null refuses every critical extension, "*" none. Extensions that the request knows by name (nonce,
+    // acceptable responses, historical request, service locator, CRL locator) are not examined. `stores` is an array of
+    // `storeCount` store handles, null with count 0; they stay the caller's.
+
+    /// Replaces the content by a whole DER OCSPRequest; Export and Send then give these very bytes, until the message
+    /// is changed. Nonce, acceptable responses and extensions are those of the message, the response handler is
+    /// forgotten, address and other connection parameters stay. The certificates asked about are known by their
+    /// identifiers only. A signed message freezes the request; an unsigned one does not thaw one that is frozen.
+    ///
+    /// Throws kAsn1Error for bytes that are no request, kDuplicateExtension for a second extension of one known by
+    /// name, kCryptNotFound for an entry that does not name its certificate by CertID, the converted last error for a
+    /// malformed certificate. The request is then filled in part: assign another or import again before using it.
+    void Import(unsigned char const* data, unsigned long size);
+
+    /// Signature and critical extensions, those of the entries too when `checkSingleRequests` is true. For entries null
+    /// counts in place of `criticalList`, except that "*" leaves them out. An unsigned request passes without a
+    /// signature. `certificate` null takes the requestor's as get_RequestorCertificate(nullptr, 0) finds it. Says
+    /// nothing about whether the certificate is to be trusted: VerifyCertificate does. Returns kBadSignature,
+    /// kCertCritical. Throws kCryptNotFound when a signed request comes without a certificate to check it with, the
+    /// converted last error when the check cannot be made (an algorithm unknown or too weak).
+    std::int32_t Verify(_CERT_CONTEXT const* certificate, char const* criticalList, bool checkSingleRequests) const;
+    /// Critical extensions of one entry. Returns kCertCritical. Throws kInvalidIndex, except for the list "*".
+    std::int32_t VerifySR(unsigned long index, char const* criticalList) const;
+
+    /// Whether the requestor's certificate has a chain to a trusted root, is in date and, like those above it but the
+    /// root, not revoked. `certificate` null takes the requestor's as get_RequestorCertificate finds it. Certificates
+    /// between come from the message, `stores` and the service. Returns the status of the chain policy (kCertExpired,
+    /// kUntrustedRoot, kChaining, kCryptRevoked, kNoRevocationCheck, kRevocationOffline, kTrustFail). Throws
+    /// kCryptNotFound without a certificate, converted last errors.
+    std::int32_t VerifyCertificate(_CERT_CONTEXT const* certificate, void** stores, unsigned long storeCount) const;
+
+    /// The certificate of whoever signed. **Who frees it differs**: on an object that signed by itself the result is a
+    /// new reference to its signer, which the caller frees with CertFreeCertificateContext, each time; otherwise it is
+    /// the request's own, valid until the next search, import or assignment, and the caller does not free it.
+    ///
+    /// Without a signer of its own it is the first certificate whose subject is the requestorName, of those in the
+    /// message, those in `stores` (a store that cannot be used is passed over), the user's store "My". Null when there
+    /// is none. A name proves nothing: only Verify tells whether the key fits. Throws kRequestSigned on an unsigned
+    /// request, the converted last error (kFileNotFound) when "My" cannot be opened.
+    _CERT_CONTEXT const* get_RequestorCertificate(void** stores, unsigned long storeCount) const;
+
+    /// The Crypto service's number of the signature algorithm; 0, with last error kBadAlgorithm, when it has none.
+    /// Throws kRequestSigned on an unsigned request.
+    std::uint32_t get_SignatureAlgorithm() const;
     // ---- What came back ---------------------------------------------------------------------------------------------
 
     /// The HTTP body last accepted.

@@ -1,0 +1,77 @@
+// The whole client in three calls, for C and for callers that want no classes: bytes in, bytes out, a status back.
+//
+//   unsigned char* response = NULL;
+//   unsigned long size = 0;
+//   int32_t status = ocspSendRequest(request, requestSize, &response, &size);   /* request: a DER OCSPRequest */
+//   if (status == 0)
+//       status = ocspVerifyResponse(certificate, response, size, NULL, 0);      /* 0: proven good */
+//   free(response);
+//
+// Certificates and chains are handles of the Crypto service (platform/crypto/crypto_service.h). Statuses are those of
+// handles/status_table.inc, docs/errors.md says what to do about each. No call throws. The calls keep nothing between
+// them and may run on several threads at the same time.
+#pragma once
+
+// NOLINTBEGIN(modernize-deprecated-headers): a C compiler reads this file too
+#include <stdint.h>
+// NOLINTEND(modernize-deprecated-headers)
+
+#include "export.h"
+
+struct _CERT_CHAIN_CONTEXT;
+struct _CERT_CONTEXT;
+
+#ifdef __cplusplus
+extern "C" {
+#endif
+
+/// Would make a request about every certificate of the first simple chain in `chain`, with the DER Extensions in
+/// `extensions` (null or size 0: none; of the size the low 32 bits count).
+///
+/// It makes none: each certificate goes into entry 0 and leaves an empty entry behind, which cannot be encoded. With a
+/// chain the call ends in 0x80092004, unless a step before that fails; that is how the function has always behaved, and
+/// callers rely on nothing else. Use CRequest to make requests.
+///
+/// Returns 0x80090020 for a null chain, with the outputs untouched. Otherwise both outputs, which must not be null, are
+/// set to null and 0 at once; *request would be the caller's, to be released with free(), also after a failure. The
+/// status of a step that fails (an unusable extension: 0x80093101; a nonce extension behind another extension:
+/// 0x80071392), 0x80090304 for exhausted memory or another failure inside.
+TALLOW_EXPORT int32_t ocspCreateRequest(const struct _CERT_CHAIN_CONTEXT* chain, const unsigned char* extensions,
+                                        unsigned long extensionsSize, unsigned char** request,
+                                        unsigned long* requestSize);
+
+/// Sends a DER OCSPRequest of `requestSize` octets, byte for byte, to the responder that the setting DefaultOCSPURL
+/// names, and hands out the response as it came. **Nothing is proven by a result of 0**: verify the response.
+///
+/// Both outputs, which must not be null, are set to null and 0 at once. On success *response holds *responseSize octets
+/// and is the caller's, to be released with free(). Blocks for the time of the exchange.
+///
+/// Returns 0 for an answer whose first entry is good or revoked; 0x80090304 for a response status other than
+/// successful, a first entry that is unknown, exhausted memory or another failure inside; otherwise what
+/// CRequest::Import and CRequest::Send report (0x80093101: the bytes are no request; 0xC2110121: no responder is
+/// configured; 0xC2110100: HTTP status; policy refusals).
+TALLOW_EXPORT int32_t ocspSendRequest(const unsigned char* request, unsigned long requestSize, unsigned char** response,
+                                      unsigned long* responseSize);
+
+/// Judges a DER OCSPResponse (or a bare BasicOCSPResponse) about `cert`, which must not be null and stays the caller's:
+/// the responder's certificate and its chain, the signature, the times and critical extensions of the entry, and the
+/// certificate status. Certificates for the search come from the response, the store of `cert` and the user's stores,
+/// the issuer of `cert` from a chain built for it. Whether the answer is fresh from the wire is not its business: an
+/// old response passes as long as its own times do.
+///
+/// `extensions`, when given, are the DER Extensions of the request. A nonce among them must be the one in the response,
+/// byte for byte as both stand in extnValue; without one no nonce is compared. Of `responseSize` the low 32 bits count.
+///
+/// Returns 0 when the certificate is proven good; 0x80092010 when it is revoked; 0x80092012 when its status is unknown
+/// or the nonces differ (also: the revocation state of the responder could not be established); 0x80090020 when the
+/// response does not speak about `cert`; what CResponse::Verify, VerifyCertificate and VerifySR return (0x80090006,
+/// 0x800B0101, 0x800B0105, 0x800B010B, 0x800B0110, 0xC2110124, 0xC2110129, 0x80092010 for a revoked responder); 1 for
+/// every other failure: bytes that do not import, a response status other than successful, no responder certificate,
+/// anything thrown.
+TALLOW_EXPORT int32_t ocspVerifyResponse(const struct _CERT_CONTEXT* cert, const unsigned char* response,
+                                         unsigned long responseSize, const unsigned char* extensions,
+                                         uint32_t extensionsSize);
+
+#ifdef __cplusplus
+}  // extern "C"
+#endif
