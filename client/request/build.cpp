@@ -34,7 +34,8 @@ void appendIfPresent(ASN1::CExtensions& extensions, Map const& map, unsigned lon
 
 }  // namespace
 
-void CRequest::Impl::MakeRequest() {
+void CRequest::Impl::MakeRequest(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude,
+                                 wchar_t const* password) {
     if (Encoded.cbData() != 0) {
         return;
     }
@@ -45,6 +46,9 @@ void CRequest::Impl::MakeRequest() {
     const ASN1::CExtensions extensions = makeRequestExtensions();
     if (!extensions.empty()) {
         message.put_requestExtensions(&extensions);
+    }
+    if (signer != nullptr) {
+        SignRequest(message, signer, certsToInclude, password);
     }
     TALLOW_TRACE("MakeRequest", "Encoding request...\n");
     Encoded = message.encode();

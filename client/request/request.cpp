@@ -1,4 +1,5 @@
-// The accessors of a request. The tasks live in files of their own: build, name_certificate, and the transport folder.
+// The accessors of a request. The tasks live in files of their own: build, sign, import, check_received,
+// name_certificate, and the transport folder.
 #include "client/request/request.h"
 
 #include <cstring>
@@ -282,7 +283,7 @@ CResponse const& CRequest::Send(bool verify) {
 
 void CRequest::Export(unsigned char* buffer, unsigned long* size) {
     if (impl_->Encoded.cbData() == 0) {
-        impl_->MakeRequest();
+        impl_->MakeRequest(nullptr, CertsChainWithRoot, nullptr);
     }
     exportBytes(impl_->Encoded, buffer, size);
 }

@@ -21,6 +21,7 @@
 #include "handles/cert_context.h"
 #include "handles/cert_store.h"
 #include "handles/crypto_handles.h"
+#include "message/request_message.h"
 #include "message/single_request.h"
 
 namespace Orvane::PKI::OCSP::Client {
@@ -48,12 +49,28 @@ struct CRequest::Impl {
     void openCertificates();  // an in-memory store into Certificates
     void appendEmptyEntry();
 
-    // Turns the members into the DER request in Encoded; does nothing when Encoded is there already.
-    void MakeRequest();
+    // Turns the members into the DER request in Encoded; does nothing when Encoded is there already. With a signer the
+    // message is signed. A failure leaves Encoded empty and keeps the nonce for the next build.
+    void MakeRequest(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude, wchar_t const* password);
     CSingleRequestList makeRequestList() const;
     ASN1::CExtensions makeSingleRequestExtensions(unsigned long index) const;
     ASN1::CExtensions makeRequestExtensions();
     void makeNonce();
+
+    void Sign(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude, wchar_t const* password);
+    void SignRequest(CRequestMessage& message, _CERT_CONTEXT const* signer, enumCertToInclude certsToInclude,
+                     wchar_t const* password);
+    CBlobList includeCertificates(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude);
+    void includeCertificate(CBlobList& certs, _CERT_CONTEXT const* cert);
+
+    void Import(unsigned char const* data, unsigned long size);
+    void importRequestExtension(ASN1::CExtension const& extension);
+    void importRequestList(CSingleRequestList const& list);
+    void importSingleRequestExtension(unsigned long index, ASN1::CExtension const& extension);
+
+    void requireSigned() const;  // throws kRequestSigned: guard() the other way round
+    _CERT_CONTEXT const* searchRequestor(void** stores, unsigned long count);
+    ATL2::CCertContext certificateToCheck(_CERT_CONTEXT const* given, void** stores, unsigned long count);
 
     void put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer, unsigned long index,
                               char const* hashOID);

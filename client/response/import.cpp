@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "client/request/request_impl.h"
+#include "client/response/chain_building.h"
 #include "client/response/response_impl.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -14,7 +15,6 @@ namespace Orvane::PKI::OCSP::Client {
 namespace {
 
 constexpr std::uint32_t kStatusOfNothing = 2;  // internalError, for an object that holds no answer
-constexpr DWORD kEncoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 
 }  // namespace
 
@@ -93,7 +93,7 @@ void CResponse::Impl::Import(unsigned char const* data, unsigned long size) {
     SRCertificates.resize(Entries.size());
     readResponseExtensions();
     MakeSingleResponseList();
-    storeCertificates();
+    addCertificates(Certificates, BasicResponse.get_certs());
     Encoded = std::move(input);
 }
 
@@ -111,26 +111,6 @@ void CResponse::Impl::readResponseExtensions() {
             ATL::AtlThrowImpl(status::kDuplicateExtension);
         }
         Nonce = CExtNonce(extension.get_extnValue()).get_nonce();
-    }
-}
-
-void CResponse::Impl::storeCertificates() {
-    CBlobList const* certs = BasicResponse.get_certs();
-    if (certs == nullptr) {
-        return;
-    }
-    for (CBlob const& encoded : *certs) {
-        const ATL2::CCertContext cert =
-            ATL2::CCertContext::adopt(CertCreateCertificateContext(kEncoding, encoded.pbData(), encoded.cbData()));
-        if (cert.get() == nullptr) {
-            ATL::AtlThrowLastWin32();
-        }
-        if (Certificates.get() == nullptr) {
-            ATL::AtlThrowImpl(status::kFail);
-        }
-        if (!CertAddCertificateContextToStore(Certificates.get(), cert.get(), CERT_STORE_ADD_USE_EXISTING, nullptr)) {
-            ATL::AtlThrowLastWin32();
-        }
     }
 }
 

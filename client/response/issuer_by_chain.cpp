@@ -1,23 +1,12 @@
 #include "client/response/issuer_by_chain.h"
 
-#include "handles/cert_chain_context.h"
-#include "handles/exception.h"
-#include "handles/status.h"
+#include "client/response/chain_building.h"
 
 namespace Orvane::PKI::OCSP::Client {
 
 ATL2::CCertContext issuerByChain(_CERT_CONTEXT const* cert) {
     const ATL2::CCertContext leaf = ATL2::CCertContext::duplicate(cert);
-    if (!leaf) {
-        ATL::AtlThrowImpl(status::kFail);
-    }
-    CERT_CHAIN_PARA parameters{};
-    parameters.cbSize = sizeof parameters;
-    ATL2::CCertChainContext chain;
-    if (!CertGetCertificateChain(nullptr, leaf.get(), nullptr, nullptr, &parameters,
-                                 CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE, nullptr, chain.put())) {
-        ATL::AtlThrowLastWin32();
-    }
+    const ATL2::CCertChainContext chain = buildChain(leaf.get(), {.flags = CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE});
     if (chain->cChain == 0) {
         return {};
     }

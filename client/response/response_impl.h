@@ -47,7 +47,6 @@ struct CResponse::Impl {
     int IsOCSPNocheck(_CERT_CONTEXT const* cert) const;
 
     // The steps of VerifyCertificate.
-    ATL2::CCertStore collectStores(void** stores, unsigned long count) const;
     ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* cert, ATL2::CCertStore const& collection,
                                        DWORD flags) const;
     std::int32_t judgeChain(ATL2::CCertChainContext const& chain, bool& noCheck);
@@ -77,7 +76,6 @@ struct CResponse::Impl {
 private:
     void readResponseExtensions();
     void openCertificates();
-    void storeCertificates();
     void sortExtension(unsigned long index, CSingleResponse const& entry, ASN1::CExtension const& extension);
     void takeHistoricalRequest(unsigned long index, CSingleResponse const& entry, ASN1::CExtension const& extension);
 };

@@ -1,48 +1,11 @@
 // The judgement on a response as a whole and on one single response.
-#include <string>
-
+#include "client/response/critical_extensions.h"
 #include "client/response/response_impl.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace Orvane::PKI::OCSP::Client {
-
-namespace {
-
-// Which critical extensions are refused: with null every one, with "*" none, with a list exactly those it names. The
-// sense of the list is easily misread: what it does not name passes.
-class CriticalExtensionRule {
-public:
-    explicit CriticalExtensionRule(char const* refused) : refusesAll_(refused == nullptr) {
-        if (refused != nullptr) {
-            examinesNone_ = std::string_view(refused) == "*";
-            list_ = ';' + std::string(refused) + ';';
-        }
-    }
-
-    bool refuses(ASN1::CExtensions const* extensions) const {
-        if (examinesNone_ || extensions == nullptr) {
-            return false;
-        }
-        for (ASN1::CExtension const& extension : *extensions) {
-            if (extension.get_critical() && (refusesAll_ || lists(extension.get_extnID()))) {
-                return true;
-            }
-        }
-        return false;
-    }
-
-private:
-    // The separators around both keep an OID from matching the beginning of a longer one.
-    bool lists(char const* oid) const { return list_.find(';' + std::string(oid) + ';') != std::string::npos; }
-
-    bool refusesAll_;
-    bool examinesNone_ = false;
-    std::string list_;
-};
-
-}  // namespace
 
 std::int32_t CResponse::Verify(_CERT_CONTEXT const* cert, char const* criticalOIDs) const {
     impl_->requireSuccessful();

@@ -3,6 +3,7 @@
 #include <exception>
 #include <vector>
 
+#include "client/response/chain_building.h"
 #include "client/response/response_impl.h"
 #include "foundation/trace.h"
 #include "handles/crypto_handles.h"
@@ -18,12 +19,6 @@ namespace {
 constexpr DWORD kCacheOnly = CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY | CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
 constexpr DWORD kUserStoreFlags =
     CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG | CERT_STORE_OPEN_EXISTING_FLAG;
-
-void throwIfFailed(std::int32_t result) {
-    if (result != 0) {
-        ATL::AtlThrowImpl(result);
-    }
-}
 
 CRYPT_DATA_BLOB view(CBlob const& blob) {
     return {static_cast<DWORD>(blob.cbData()), blob.pbData()};
@@ -95,36 +90,10 @@ std::int32_t statusOfRevocation(DWORD errorStatus) {
 
 }  // namespace
 
-// What the response carries and what the caller gives, for building chains.
-ATL2::CCertStore CResponse::Impl::collectStores(void** stores, unsigned long count) const {
-    ATL2::CCertStore collection;
-    throwIfFailed(collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, nullptr));
-    throwIfFailed(collection.AddStoreToCollection(Certificates, 0, 0));
-    for (unsigned long i = 0; i < count; ++i) {
-        if (stores[i] != nullptr) {
-            ATL2::CCertStore store;
-            throwIfFailed(store.AttachWeak(stores[i]));
-            throwIfFailed(collection.AddStoreToCollection(store, 0, 0));
-        }
-    }
-    return collection;
-}
-
 ATL2::CCertChainContext CResponse::Impl::buildChain(_CERT_CONTEXT const* cert, ATL2::CCertStore const& collection,
                                                     DWORD flags) const {
-    const ATL2::CCertContext own = ATL2::CCertContext::duplicate(cert);
-    if (!own) {
-        ATL::AtlThrowImpl(status::kFail);
-    }
-    CERT_CHAIN_PARA parameters{};
-    parameters.cbSize = sizeof parameters;
-    parameters.pftCacheResync = CacheResync;
-    ATL2::CCertChainContext chain;
-    if (!CertGetCertificateChain(ChainEngine, own.get(), nullptr, collection.get(), &parameters, flags, nullptr,
-                                 chain.put())) {
-        ATL::AtlThrowLastWin32();
-    }
-    return chain;
+    return Client::buildChain(
+        cert, {.flags = flags, .engine = ChainEngine, .additional = collection.get(), .cacheResync = CacheResync});
 }
 
 // Asks the responder policy of the service and fills SRAuthorized. Returns the verdict on the chain; `noCheck` says
@@ -184,7 +153,7 @@ std::int32_t CResponse::VerifyCertificate(_CERT_CONTEXT const* cert, bool verify
     if (cert == nullptr) {
         ATL::AtlThrowImpl(status::kCryptNotFound);
     }
-    const ATL2::CCertStore collection = impl_->collectStores(stores, count);
+    const ATL2::CCertStore collection = collectStores(impl_->Certificates, stores, count);
     TALLOW_TRACE("VerifyCertificate", "Building a chain...\n");
     const DWORD cacheFlags = (impl_->Flags & kFlagCacheOnly) != 0 ? kCacheOnly : 0;
     // This first chain asks for no revocation: the policy decides first whether the responder may speak at all.

@@ -43,7 +43,7 @@ CResponse const& CRequest::Impl::Send(bool verify) {
     Attempts.clear();
     CheckPolicies(false);
     if (Encoded.cbData() == 0) {
-        MakeRequest();
+        MakeRequest(nullptr, CertsChainWithRoot, nullptr);
     }
     const bool knowsCertificate = !SRCertificates.empty() && SRCertificates.front();
     if (OCSPAddressSet || SRCertIDs.size() > 1 || !knowsCertificate) {

@@ -1,0 +1,123 @@
+// Takes in a request that somebody else made: hostile bytes, of which every step is linear in their number.
+#include <cstring>
+
+#include "client/request/request_impl.h"
+#include "client/response/chain_building.h"
+#include "foundation/trace.h"
+#include "handles/exception.h"
+#include "handles/status.h"
+#include "message/request_message.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+namespace {
+
+[[noreturn]] void refuseDuplicate() {
+    ATL::AtlThrowImpl(status::kDuplicateExtension);
+}
+
+bool names(ASN1::CExtension const& extension, char const* oid) {
+    return std::strcmp(extension.get_extnID(), oid) == 0;
+}
+
+// False, and no change, when the entry has such an extension already. Entries come in order, so each new key goes to
+// the end.
+template <typename Value>
+bool put(std::map<unsigned long, Value>& map, unsigned long index, ASN1::CExtension const& extension) {
+    if (map.contains(index)) {
+        return false;
+    }
+    map.emplace_hint(map.end(), index, Value(extension.get_extnValue()));
+    return true;
+}
+
+}  // namespace
+
+// There is no way back from a failure: what was read until then stays, and the bytes too.
+void CRequest::Impl::Import(unsigned char const* data, unsigned long size) {
+    ClearRequest();
+    SRCertIDs.clear();
+    SRCertificates.clear();
+    Encoded = CBlob(data, size);
+    CRequestMessage message;
+    message.decode(Encoded);
+    // An unsigned message leaves the mark of an object that was signed before.
+    if (ASN1::CAlgorithmIdentifier const* algorithm = message.get_signatureAlgorithm(); algorithm != nullptr) {
+        SignatureAlgorithmOID = algorithm->get_algorithm();
+    }
+    TALLOW_TRACE("Import", "Processing request extensions...\n");
+    if (ASN1::CExtensions const* extensions = message.get_requestExtensions(); extensions != nullptr) {
+        for (ASN1::CExtension const& extension : *extensions) {
+            importRequestExtension(extension);
+        }
+    }
+    importRequestList(message.get_requestList());
+    TALLOW_TRACE("Import", "Processing certificates from request...\n");
+    addCertificates(Certificates, message.get_signatureCerts());
+}
+
+void CRequest::Impl::importRequestExtension(ASN1::CExtension const& extension) {
+    if (names(extension, kOidNonce)) {
+        if (UseNonce) {
+            TALLOW_TRACE("Import", "Duplicated extension: Nonce\n");
+            refuseDuplicate();
+        }
+        Nonce = CExtNonce(extension.get_extnValue()).get_nonce();
+        UseNonce = true;
+    } else if (names(extension, kOidAcceptableResponses)) {
+        if (UseAcceptableResponses) {
+            TALLOW_TRACE("Import", "Duplicated extension: AcceptableResponses\n");
+            refuseDuplicate();
+        }
+        UseAcceptableResponses = true;  // the types are not read: there is only one that could be meant
+    } else {
+        AdditionalExtensions.push_back(extension);
+    }
+}
+
+void CRequest::Impl::importRequestList(CSingleRequestList const& list) {
+    SRCertIDs.reserve(list.size());
+    SRCertificates.reserve(list.size());
+    for (CSingleRequest const& request : list) {
+        CCertID const* certID = request.get_reqCert().get_certID();
+        if (certID == nullptr) {
+            TALLOW_TRACE("Import", "reqCert is not certID...\n");
+            ATL::AtlThrowImpl(status::kCryptNotFound);
+        }
+        const unsigned long index = SRCertIDs.size();
+        SRCertIDs.push_back(*certID);
+        SRCertificates.emplace_back();
+        if (ASN1::CExtensions const* extensions = request.get_singleRequestExtensions(); extensions != nullptr) {
+            for (ASN1::CExtension const& extension : *extensions) {
+                importSingleRequestExtension(index, extension);
+            }
+        }
+    }
+}
+
+void CRequest::Impl::importSingleRequestExtension(unsigned long index, ASN1::CExtension const& extension) {
+    if (names(extension, kOidHistoricalRequest)) {
+        if (!put(SRHistoricalRequests, index, extension)) {
+            TALLOW_TRACE("Import", "Duplicated extension: Historical request\n");
+            refuseDuplicate();
+        }
+    } else if (names(extension, kOidServiceLocator)) {
+        if (!put(SRServiceLocators, index, extension)) {
+            TALLOW_TRACE("Import", "Duplicated extension: Service Locator\n");
+            refuseDuplicate();
+        }
+    } else if (names(extension, kOidCrlLocator)) {
+        if (!put(SRCRLLocators, index, extension)) {
+            TALLOW_TRACE("Import", "Duplicated extension: CRL Locator\n");
+            refuseDuplicate();
+        }
+    } else {
+        SRAdditionalExtensions[index].push_back(extension);
+    }
+}
+
+void CRequest::Import(unsigned char const* data, unsigned long size) {
+    impl_->Import(data, size);
+}
+
+}  // namespace Orvane::PKI::OCSP::Client

@@ -1,0 +1,146 @@
+// Signs a request while it is built.
+#include <cstring>
+
+#include "client/request/request_impl.h"
+#include "client/request/signature_algorithm.h"
+#include "client/response/chain_building.h"
+#include "foundation/trace.h"
+#include "handles/exception.h"
+#include "handles/status.h"
+#include "handles/string.h"
+#include "message/request_message.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+namespace {
+
+// What the policy value CertsToInclude says when nobody has set it.
+constexpr long kPolicySaysNothing = -1;
+
+CBlob encodingOf(_CERT_CONTEXT const* cert) {
+    return {cert->pbCertEncoded, cert->cbCertEncoded};
+}
+
+// The PIN as the provider takes it. The narrow copy is wiped: it is the only one that is ours.
+class Pin {
+public:
+    explicit Pin(wchar_t const* text) { narrow_ = text; }
+    Pin(Pin const&) = delete;
+    Pin& operator=(Pin const&) = delete;
+    ~Pin() {
+        // The block is not shared, so this gives the very place of the text.
+        ::explicit_bzero(narrow_.GetBuffer(0), static_cast<std::size_t>(narrow_.GetLength()));
+    }
+
+    BYTE const* octets() const { return reinterpret_cast<BYTE const*>(narrow_.GetString()); }
+
+private:
+    ATL::CStringA narrow_;
+};
+
+// The private key behind a certificate.
+class SigningKey {
+public:
+    explicit SigningKey(_CERT_CONTEXT const* cert) {
+        BOOL callerFrees = FALSE;
+        if (!CryptAcquireCertificatePrivateKey(cert, CRYPT_ACQUIRE_USE_PROV_INFO_FLAG, nullptr, &provider_, &keySpec_,
+                                               &callerFrees)) {
+            ATL::AtlThrowLastWin32();
+        }
+        if (callerFrees) {
+            owner_.reset(provider_);
+        }
+    }
+
+    HCRYPTPROV provider() const { return provider_; }
+    DWORD keySpec() const { return keySpec_; }
+    void open(wchar_t const* password) const {
+        const Pin pin(password);
+        if (!CryptSetProvParam(provider_, PP_SIGNATURE_PIN, pin.octets(), 0)) {
+            ATL::AtlThrowLastWin32();
+        }
+    }
+
+private:
+    HCRYPTPROV provider_ = 0;
+    DWORD keySpec_ = 0;
+    ATL::CCryptProv owner_;  // empty when the service keeps the provider
+};
+
+}  // namespace
+
+// The order in which a caller does things matters: what Export or a failed Send has built stays unsigned here, until
+// something of the message changes.
+void CRequest::Impl::Sign(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude, wchar_t const* password) {
+    guard();
+    if (Encoded.cbData() != 0) {
+        return;
+    }
+    MakeRequest(signer, certsToInclude, password);
+}
+
+void CRequest::Impl::SignRequest(CRequestMessage& message, _CERT_CONTEXT const* signer,
+                                 enumCertToInclude certsToInclude, wchar_t const* password) {
+    TALLOW_TRACE("SignRequest", "Signing request...\n");
+    CRYPT_DATA_BLOB const& subject = signer->pCertInfo->Subject;
+    const CBlob name(subject.pbData, subject.cbData);
+    message.put_requestorName(&name);
+    const CBlobList certs = includeCertificates(signer, certsToInclude);
+    const SigningKey key(signer);
+    if (password != nullptr) {
+        key.open(password);
+    }
+    const ASN1::CAlgorithmIdentifierEx algorithm(GetSignAlg(key.provider(), signer).c_str());
+    message.sign(key.provider(), key.keySpec(), algorithm, &certs);
+    SignatureAlgorithmOID = algorithm.get_algorithm();
+    if (!SignerCertificate) {
+        SignerCertificate = ATL2::CCertContext::duplicate(signer);
+    }
+    TALLOW_TRACE("SignRequest", "Signing request... OK.\n");
+}
+
+// The encodings that go into the message; each is put into the store too.
+CBlobList CRequest::Impl::includeCertificates(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude) {
+    CBlobList certs;
+    long included = certsToInclude;
+    if (certsToInclude == CertsFromPolicy) {
+        included = Policy->CertsToInclude;
+        if (included == kPolicySaysNothing) {
+            return certs;
+        }
+    }
+    if (included == CertsNone) {
+        return certs;
+    }
+    includeCertificate(certs, signer);
+    if (included != CertsChainNoRoot && included != CertsChainWithRoot) {
+        return certs;
+    }
+    const ATL2::CCertChainContext chain = buildChain(signer, {.flags = CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE});
+    if (chain->cChain == 0 || chain->rgpChain[0]->cElement < 2) {
+        return certs;
+    }
+    // The last element is taken for the root, also where the chain ends before one.
+    CERT_SIMPLE_CHAIN const& simple = *chain->rgpChain[0];
+    const DWORD end = included == CertsChainWithRoot ? simple.cElement : simple.cElement - 1;
+    for (DWORD i = 1; i < end; ++i) {
+        includeCertificate(certs, simple.rgpElement[i]->pCertContext);
+    }
+    return certs;
+}
+
+void CRequest::Impl::includeCertificate(CBlobList& certs, _CERT_CONTEXT const* cert) {
+    certs.push_back(encodingOf(cert));
+    ATL2::CCertContext detached = ATL2::CCertContext::duplicate(cert);
+    if (const std::int32_t result = detached.DetachFromStore(); result != 0) {
+        ATL::AtlThrowImpl(result);
+    }
+    addCertificate(Certificates, detached.get());
+}
+
+void CRequest::Sign(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude, wchar_t const* password) {
+    impl_->Sign(signer, certsToInclude, password);
+}
+
+}  // namespace Orvane::PKI::OCSP::Client

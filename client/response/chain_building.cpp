@@ -1,0 +1,74 @@
+#include "client/response/chain_building.h"
+
+#include "handles/cert_context.h"
+#include "handles/exception.h"
+#include "handles/status.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+namespace {
+
+constexpr DWORD kEncoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
+
+void throwIfFailed(std::int32_t result) {
+    if (result != 0) {
+        ATL::AtlThrowImpl(result);
+    }
+}
+
+}  // namespace
+
+ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* cert, ChainOptions const& options) {
+    const ATL2::CCertContext own = ATL2::CCertContext::duplicate(cert);
+    if (!own) {
+        ATL::AtlThrowImpl(status::kFail);
+    }
+    CERT_CHAIN_PARA parameters{};
+    parameters.cbSize = sizeof parameters;
+    parameters.pftCacheResync = options.cacheResync;
+    ATL2::CCertChainContext chain;
+    if (!CertGetCertificateChain(options.engine, own.get(), nullptr, options.additional, &parameters, options.flags,
+                                 nullptr, chain.put())) {
+        ATL::AtlThrowLastWin32();
+    }
+    return chain;
+}
+
+ATL2::CCertStore collectStores(ATL2::CCertStore const& own, void** stores, unsigned long count) {
+    ATL2::CCertStore collection;
+    throwIfFailed(collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, nullptr));
+    throwIfFailed(collection.AddStoreToCollection(own, 0, 0));
+    for (unsigned long i = 0; i < count; ++i) {
+        if (stores[i] != nullptr) {
+            ATL2::CCertStore store;
+            throwIfFailed(store.AttachWeak(stores[i]));
+            throwIfFailed(collection.AddStoreToCollection(store, 0, 0));
+        }
+    }
+    return collection;
+}
+
+void addCertificate(ATL2::CCertStore const& store, _CERT_CONTEXT const* cert) {
+    if (!store) {
+        ATL::AtlThrowImpl(status::kFail);
+    }
+    if (!CertAddCertificateContextToStore(store.get(), cert, CERT_STORE_ADD_USE_EXISTING, nullptr)) {
+        ATL::AtlThrowLastWin32();
+    }
+}
+
+void addCertificates(ATL2::CCertStore const& store, CBlobList const* certs) {
+    if (certs == nullptr) {
+        return;
+    }
+    for (CBlob const& encoded : *certs) {
+        const ATL2::CCertContext cert =
+            ATL2::CCertContext::adopt(CertCreateCertificateContext(kEncoding, encoded.pbData(), encoded.cbData()));
+        if (!cert) {
+            ATL::AtlThrowLastWin32();
+        }
+        addCertificate(store, cert.get());
+    }
+}
+
+}  // namespace Orvane::PKI::OCSP::Client

@@ -1,0 +1,34 @@
+// What requests and responses share where they build chains and keep certificates.
+#pragma once
+
+#include "foundation/blob.h"
+#include "handles/cert_chain_context.h"
+#include "handles/cert_store.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+/// How a chain is built beyond its certificate; every member may stay empty.
+struct ChainOptions {
+    DWORD flags = 0;
+    HCERTCHAINENGINE engine = nullptr;
+    HCERTSTORE additional = nullptr;
+    FILETIME* cacheResync = nullptr;
+};
+
+/// Throws kFail when the certificate cannot be duplicated, the converted last error when no chain can be built.
+[[nodiscard]] ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* cert, ChainOptions const& options);
+
+/// A collection of `own` and the non-null ones of `count` store handles, for building chains. Throws the status of the
+/// step that failed.
+[[nodiscard]] ATL2::CCertStore collectStores(ATL2::CCertStore const& own, void** stores, unsigned long count);
+
+/// Keeps a copy of the certificate in `store`; one that is there already stays. Throws kFail when no store is open, the
+/// converted last error when the service refuses.
+void addCertificate(ATL2::CCertStore const& store, _CERT_CONTEXT const* cert);
+
+/// The same for the DER certificates that a message carries; null for none. Throws the converted last error for one
+/// that is malformed.
+void addCertificates(ATL2::CCertStore const& store, CBlobList const* certs);
+
+}  // namespace Orvane::PKI::OCSP::Client

@@ -1,0 +1,45 @@
+// Which critical extensions of a message are refused: one rule for requests and responses.
+#pragma once
+
+#include <string>
+#include <string_view>
+
+#include "asn1/extensions.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+/// With null every critical extension, with "*" none, with a list "1.2.3;4.5.6" exactly those it names. The sense of
+/// the list is easily misread: what it does not name passes.
+class CriticalExtensionRule {
+public:
+    explicit CriticalExtensionRule(char const* refused) : refusesAll_(refused == nullptr) {
+        if (refused != nullptr) {
+            examinesNone_ = std::string_view(refused) == "*";
+            list_ = ';' + std::string(refused) + ';';
+        }
+    }
+
+    bool examinesNone() const { return examinesNone_; }
+    /// False for null.
+    bool refuses(ASN1::CExtensions const* extensions) const {
+        if (examinesNone_ || extensions == nullptr) {
+            return false;
+        }
+        for (ASN1::CExtension const& extension : *extensions) {
+            if (extension.get_critical() && (refusesAll_ || lists(extension.get_extnID()))) {
+                return true;
+            }
+        }
+        return false;
+    }
+
+private:
+    // The separators around both keep an OID from matching the beginning of a longer one.
+    bool lists(char const* oid) const { return list_.find(';' + std::string(oid) + ';') != std::string::npos; }
+
+    bool refusesAll_;
+    bool examinesNone_ = false;
+    std::string list_;
+};
+
+}  // namespace Orvane::PKI::OCSP::Client
