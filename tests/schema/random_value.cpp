@@ -15,10 +15,17 @@ using schema::TypeInfo;
 
 namespace {
 
-constexpr unsigned kDeep = 10;
+constexpr unsigned kDeep = 12;
+constexpr unsigned kManyValues = 150;
 constexpr std::uint32_t kLongString = 300;  // beyond one length octet
+constexpr std::uint8_t kElement[] = {0x04, 0x02, 0x12, 0x34};
+constexpr std::uint8_t kNull[] = {0x05, 0x00};
 
 }  // namespace
+
+bool RandomValue::isLargeEnough() const {
+    return depth_ > kDeep || numValues_ > kManyValues;
+}
 
 std::uint8_t* RandomValue::octets(std::uint32_t size) {
     auto* data = static_cast<std::uint8_t*>(rtMemHeapAlloc(&ctxt_->pTypeMemHeap, size + 1));
@@ -46,7 +53,7 @@ std::uint32_t RandomValue::size(const MemberInfo& member) {
 }
 
 std::uint32_t RandomValue::count(const TypeInfo& type) {
-    const std::uint32_t most = std::min(type.upper, type.lower + (depth_ > kDeep ? 0 : 3));
+    const std::uint32_t most = std::min(type.upper, type.lower + (isLargeEnough() ? 0 : 3));
     return type.lower + below(most - type.lower + 1);
 }
 
@@ -79,7 +86,7 @@ void RandomValue::fillString(const MemberInfo& member, void* slot) {
 }
 
 void RandomValue::fillPrimitive(const MemberInfo& member, void* slot) {
-    static const std::uint8_t kElement[] = {0x04, 0x02, 0x12, 0x34};
+    ++numValues_;
     switch (member.kind) {
         case Kind::Boolean:
             *static_cast<std::uint8_t*>(slot) = below(2) != 0 ? 0xFF : 0;
@@ -139,12 +146,51 @@ void RandomValue::fillMember(const MemberInfo& member, void* record) {
     fillContents(member, slot);
 }
 
+/// An object of the set, or null for a value of a type that nothing tells.
+const ObjectRow* RandomValue::chooseObject(const schema::ObjectSetAccess* set) {
+    for (const SetRow& row : catalogue().sets) {
+        if (row.access == set && !row.objects.empty() && !isLargeEnough() && below(2) == 0) {
+            return &row.objects[below(static_cast<std::uint32_t>(row.objects.size()))];
+        }
+    }
+    return nullptr;
+}
+
+/// A value of the object's type to be written into `raw`, or what stands there when the object decodes nothing.
+void RandomValue::fillObject(const ObjectRow& object, Asn1TObject& value, ASN1TOpenType& raw) {
+    if (object.value != nullptr) {
+        value.decoded = rtMemHeapAllocZ(&ctxt_->pTypeMemHeap, object.value->size);
+        fill(*object.value, value.decoded);
+    } else {
+        raw = object.isNull ? ASN1TOpenType{sizeof kNull, kNull} : ASN1TOpenType{sizeof kElement, kElement};
+    }
+}
+
+/// Gives the key of an object to a record whose members are there, and a value of the object's type.
+void RandomValue::fillTable(const TypeInfo& type, void* record) {
+    const schema::TableInfo& table = *type.table;
+    const ObjectRow* object = chooseObject(table.set);
+    if (object == nullptr) {
+        return;
+    }
+    at<ASN1TObjId>(record, table.keyOffset) = object->key;
+    if (table.isList) {
+        const auto& list = at<ASN1TSeqOfList>(record, table.rawOffset);
+        for (auto* node = list.pHead; node != nullptr; node = node->pNext) {
+            auto& value = *static_cast<Asn1TObject*>(node->data);
+            fillObject(*object, value, value.encoded);
+        }
+        return;
+    }
+    fillObject(*object, at<Asn1TObject>(record, table.objectOffset), at<ASN1TOpenType>(record, table.rawOffset));
+}
+
 void RandomValue::fillRecord(const TypeInfo& type, void* record) {
     std::uint32_t present = 0;
     for (unsigned i = 0; i < type.numMembers; ++i) {
         const MemberInfo& member = type.members[i];
         const bool isOptional = (member.flags & schema::kOptional) != 0;
-        if (isOptional && (depth_ > kDeep || below(2) == 0)) {
+        if (isOptional && (isLargeEnough() || below(2) == 0)) {
             continue;
         }
         present |= isOptional ? 1U << member.bit : 0;
@@ -152,6 +198,9 @@ void RandomValue::fillRecord(const TypeInfo& type, void* record) {
     }
     if (type.presenceOffset != 0) {
         at<std::uint32_t>(record, type.presenceOffset) = present;
+    }
+    if (type.table != nullptr) {
+        fillTable(type, record);
     }
 }
 

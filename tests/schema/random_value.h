@@ -1,11 +1,13 @@
 // Fills a value of any type with random contents that its table allows: what the codecs, which read the same table,
-// must be able to write, read, copy and free.
+// must be able to write, read, copy and free. Half of the open values that a set tells the type of are of such a type.
 #pragma once
 
 #include <cstdint>
 #include <random>
+#include <vector>
 
 #include "schema/record.h"
+#include "tests/schema/catalogue.h"
 
 namespace schematest {
 
@@ -23,6 +25,9 @@ private:
     void fillList(const schema::TypeInfo& type, void* record);
     void fillArray(const schema::TypeInfo& type, void* record);
     void fillMember(const schema::MemberInfo& member, void* record);
+    void fillTable(const schema::TypeInfo& type, void* record);
+    void fillObject(const ObjectRow& object, Asn1TObject& value, ASN1TOpenType& raw);
+    const ObjectRow* chooseObject(const schema::ObjectSetAccess* set);
     void fillContents(const schema::MemberInfo& member, void* slot);
     void fillPrimitive(const schema::MemberInfo& member, void* slot);
     void fillString(const schema::MemberInfo& member, void* slot);
@@ -32,9 +37,13 @@ private:
     std::uint32_t size(const schema::MemberInfo& member);
     std::uint32_t count(const schema::TypeInfo& type);
 
+    /// Recursive and wide types are kept small: from here on, what may be absent is.
+    [[nodiscard]] bool isLargeEnough() const;
+
     ASN1CTXT* ctxt_;
     std::mt19937 engine_;
-    unsigned depth_ = 0;  // recursive types are made shallow by leaving optional members out
+    unsigned depth_ = 0;
+    unsigned numValues_ = 0;
 };
 
 }  // namespace schematest

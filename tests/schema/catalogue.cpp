@@ -1,0 +1,133 @@
+#include "tests/schema/catalogue.h"
+
+#include <type_traits>
+#include <typeinfo>
+
+#include "schema/generated/attribute_certificates.h"
+#include "schema/generated/attributes.h"
+#include "schema/generated/electronic_signatures.h"
+#include "schema/generated/enrollment.h"
+#include "schema/generated/extensions.h"
+#include "schema/generated/identifiers.h"
+#include "schema/generated/key_transport.h"
+#include "schema/generated/matching_rules.h"
+#include "schema/generated/ocsp.h"
+#include "schema/generated/product_types.h"
+#include "schema/generated/qualified_certificates.h"
+#include "schema/generated/x400_addresses.h"
+
+namespace schematest {
+
+namespace {
+
+using namespace asn1data;
+
+template <class Base, class Record, const schema::TypeInfo& type>
+const schema::TypeInfo* infoOf(const schema::Control<Base, Record, type>* /*control*/) {
+    return &type;
+}
+
+template <class Record, class Control, auto encode, auto decode, auto copy, auto free>
+TypeRow typeRow(const char* name) {
+    static_assert(std::is_base_of_v<ASN1CType, Control>);
+    return {name,
+            infoOf(static_cast<const Control*>(nullptr)),
+            sizeof(Record),
+            [](ASN1CTXT* ctxt, void* value, ASN1TagType tagType) {
+                return encode(ctxt, static_cast<Record*>(value), tagType);
+            },
+            [](ASN1CTXT* ctxt, void* value, ASN1TagType tagType, int length) {
+                return decode(ctxt, static_cast<Record*>(value), tagType, length);
+            },
+            [](ASN1CTXT* ctxt, const void* from, void* to) {
+                copy(ctxt, static_cast<const Record*>(from), static_cast<Record*>(to));
+            },
+            [](ASN1CTXT* ctxt, void* value) { free(ctxt, static_cast<Record*>(value)); }};
+}
+
+// What an object's base says about its value.
+template <template <class> class Class, class Record, class Control, const schema::TypeInfo& type>
+void setValue(const Class<schema::ValueOf<Record, Control, type>>& /*object*/, ObjectRow& row) {
+    row.value = &type;
+}
+template <template <class> class Class>
+void setValue(const Class<schema::NullValue>& /*object*/, ObjectRow& row) {
+    row.isNull = true;
+}
+template <template <class> class Class>
+void setValue(const Class<schema::RawValue>& /*object*/, ObjectRow& /*row*/) {}
+
+// A set is empty or has an array that only what derives from it may see.
+template <class Set>
+struct Contents : Set {
+    template <class Object>
+    static bool isAt(std::size_t place) {
+        auto& objects = Set::instance(nullptr)->*(&Contents::mObjects);
+        return place < std::size(objects) && typeid(*objects[place]) == typeid(Object);
+    }
+};
+
+template <class Object>
+ObjectRow objectRow(const char* name, const char* key) {
+    const Object object;
+    ObjectRow row = {name, key, object.id, nullptr, false, true};
+    setValue(object, row);
+    return row;
+}
+
+template <class Set, class Object>
+ObjectRow memberRow(const char* name, const char* key, std::size_t place) {
+    ObjectRow row = objectRow<Object>(name, key);
+    row.isInPlace = Contents<Set>::template isAt<Object>(place);
+    return row;
+}
+
+template <class Class, std::size_t count>
+constexpr std::size_t sizeOf(const schema::ObjectSet<Class, count>* /*set*/) {
+    return count;
+}
+
+}  // namespace
+
+Catalogue::Catalogue() {
+#define GROUP(title, count) groups.push_back({title, count});
+#define TYPE(name)            \
+    ++groups.back().numNames; \
+    types.push_back(          \
+        typeRow<ASN1T_##name, ASN1C_##name, asn1E_##name, asn1D_##name, asn1Copy_##name, asn1Free_##name>(#name));
+#define NULL_TYPE(name)                                                                                                \
+    groups.back().numNames += 2;                                                                                       \
+    types.push_back(                                                                                                   \
+        typeRow<ASN1T_##name, ASN1C_##name, asn1E_##name##_, asn1D_##name##_, asn1Copy_##name##_, asn1Free_##name##_>( \
+            #name));
+#define OBJECT(name)          \
+    ++groups.back().numNames; \
+    static_assert(!std::is_abstract_v<name>);
+#define SET(name)             \
+    ++groups.back().numNames; \
+    static_assert(std::is_same_v<decltype(name::instance(nullptr)), name*>);
+#define CLASS(name)           \
+    ++groups.back().numNames; \
+    static_assert(std::is_abstract_v<name>);
+#include "tests/data/schema/names.inc"
+#undef SET
+
+#define SET(name, class, count)                                                 \
+    static_assert(sizeOf(static_cast<const name*>(nullptr)) == (count), #name); \
+    sets.push_back({#name, &schema::kAccess<name, class>, count});
+#define MEMBER(set, object, key) \
+    sets.back().objects.push_back(memberRow<set, object>(#object, key, sets.back().objects.size()));
+#define IN_NO_SET(count) sets.push_back({"no set", nullptr, count});
+#define LOOSE(object, key) sets.back().objects.push_back(objectRow<object>(#object, key));
+#include "tests/data/schema/sets.inc"
+
+#define IDENTIFIER(name, value) identifiers.push_back({#name, value, &name});
+#include "tests/data/schema/identifiers.inc"
+}
+
+const Catalogue& catalogue() {
+    static const Catalogue kCatalogue;
+    return kCatalogue;
+}
+
+}  // namespace schematest
