@@ -8,10 +8,11 @@
 namespace schemac {
 namespace {
 
-// The one class that X.681 defines.
+// What X.681 defines: one class, and the type behind INSTANCE OF (clause C.7).
 constexpr const char* kBuiltin =
     "Builtin DEFINITIONS ::= BEGIN\n"
     "TYPE-IDENTIFIER ::= CLASS { &id OBJECT IDENTIFIER UNIQUE, &Type } WITH SYNTAX { &Type IDENTIFIED BY &id }\n"
+    "INSTANCE-OF {KIND} ::= [UNIVERSAL 8] IMPLICIT SEQUENCE { type-id KIND.&id, value [0] EXPLICIT KIND.&Type }\n"
     "END\n";
 
 void reportUnusedAnnotations(const std::vector<TokenList>& lists, Diagnostics& diagnostics) {

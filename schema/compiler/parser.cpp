@@ -153,12 +153,20 @@ bool Parser::parseConstructed(TypeNode& type) {
         parseComponents(type, true);
     } else if (accept("INSTANCE")) {
         expect("OF");
-        type.syntax = TypeSyntax::InstanceOf;
-        type.name = expectName(TokenKind::TypeWord, "the name of a class");
+        parseInstanceOf(type);
     } else {
         return false;
     }
     return true;
+}
+
+// A use of the built-in pattern with the class as its one parameter.
+void Parser::parseInstanceOf(TypeNode& type) {
+    type.syntax = TypeSyntax::Reference;
+    type.hasActuals = true;
+    type.actuals.begin = position();
+    type.name = {"INSTANCE-OF", expectName(TokenKind::TypeWord, "the name of a class").span};
+    type.actuals.end = position();
 }
 
 void Parser::parseListOrComponents(TypeNode& type, bool isSet) {

@@ -57,6 +57,7 @@ private:
     bool parseConstructed(TypeNode& type);
     bool parseBuiltin(TypeNode& type);
     void parseReference(TypeNode& type);
+    void parseInstanceOf(TypeNode& type);
     void parseListOrComponents(TypeNode& type, bool isSet);
     void parseComponents(TypeNode& type, bool isChoice);
     ComponentNode parseComponent(bool isChoice);

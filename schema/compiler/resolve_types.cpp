@@ -278,10 +278,6 @@ Use Resolver::plainUse(const TypeNode& node, const Place& place) {
     if (node.syntax == TypeSyntax::ClassField) {
         return fieldUse(node, place);
     }
-    if (node.syntax == TypeSyntax::InstanceOf) {
-        diagnostics_.error(node.span, "INSTANCE OF is not carried; write the SEQUENCE that it stands for");
-        return use;
-    }
     for (const BuiltinKind& builtin : kBuiltinKinds) {
         if (builtin.name == node.builtin) {
             use.kind = builtin.kind;

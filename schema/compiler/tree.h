@@ -81,7 +81,7 @@ struct ComponentNode {
     bool isComponentsOf = false;
 };
 
-enum class TypeSyntax { Builtin, Reference, ClassField, InstanceOf, SequenceOf, SetOf, Sequence, Set, Choice };
+enum class TypeSyntax { Builtin, Reference, ClassField, SequenceOf, SetOf, Sequence, Set, Choice };
 
 struct TypeNode {
     TypeSyntax syntax = TypeSyntax::Builtin;
@@ -89,7 +89,7 @@ struct TypeNode {
     std::vector<TagNode> tags;  // outermost first
     std::string_view builtin;   // Builtin: "INTEGER", "OCTET STRING", ...
     Name module;                // Reference with a module in front; else empty
-    Name name;                  // Reference, InstanceOf, class of a ClassField
+    Name name;                  // Reference, class of a ClassField
     Name field;                 // ClassField
     bool hasActuals = false;
     TokenRange actuals;  // Reference: between the braces
