@@ -1,26 +1,14 @@
 #include "asn1/extensions.h"
 
-#include <algorithm>
 #include <cstring>
 #include <utility>
 
 #include "asn1/extensions_traits.h"
+#include "asn1/find_oid.h"
 #include "asn1/object_id_text.h"
 #include "asn1/primitive_traits.h"
 
 namespace Orvane::ASN1 {
-
-namespace {
-
-// First entry with exactly this identifier text.
-template <class Iterator>
-Iterator findOid(Iterator first, Iterator last, const char* oid) {
-    const char* wanted = oid != nullptr ? oid : "";
-    return std::find_if(first, last,
-                        [wanted](const CExtension& entry) { return std::strcmp(entry.get_oid(), wanted) == 0; });
-}
-
-}  // namespace
 
 CExtValue::CExtValue() : oid_(nullptr) {}
 

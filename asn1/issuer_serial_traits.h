@@ -18,4 +18,25 @@ struct ASN1T_IssuerSerial_traits {
     }
 };
 
+/// The optional member issuerSerial of the identifiers of certificates; `Record` has a bit for its presence, which is
+/// clear when the member is to be set.
+template <class Record>
+void setIssuerSerial(ASN1CTXT* ctxt, Record& record, const CIssuerSerial* value) {
+    if (value != nullptr) {
+        record.m.issuerSerialPresent = 1;
+        ASN1T_IssuerSerial_traits::set(ctxt, record.issuerSerial, *value);
+    }
+}
+
+template <class Record, class Value>
+void getIssuerSerial(const Record& record, Value& value) {
+    if (record.m.issuerSerialPresent == 0) {
+        value.put_issuerSerial(nullptr);
+        return;
+    }
+    CIssuerSerial issuerSerial;
+    ASN1T_IssuerSerial_traits::get(record.issuerSerial, issuerSerial);
+    value.put_issuerSerial(&issuerSerial);
+}
+
 }  // namespace Orvane::ASN1

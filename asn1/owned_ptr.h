@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <utility>
 
 namespace Orvane::ASN1 {
 
@@ -12,6 +13,23 @@ void copy_to_auto_ptr(std::unique_ptr<T>& target, const T* source) {
     std::unique_ptr<T> copy = source != nullptr ? std::make_unique<T>(*source) : nullptr;
     target = std::move(copy);
 }
+
+/// A unique_ptr whose copies are deep: classes that hold their members so are copied by the compiler's own functions.
+template <class T>
+class copied_ptr : public std::unique_ptr<T> {
+public:
+    using std::unique_ptr<T>::unique_ptr;
+    copied_ptr(std::unique_ptr<T>&& owned) noexcept  // NOLINT(google-explicit-constructor): the same ownership
+        : std::unique_ptr<T>(std::move(owned)) {}
+    copied_ptr(const copied_ptr& other) : std::unique_ptr<T>() { copy_to_auto_ptr(*this, other.get()); }
+    copied_ptr(copied_ptr&& other) noexcept = default;
+    copied_ptr& operator=(const copied_ptr& other) {
+        copy_to_auto_ptr(*this, other.get());
+        return *this;
+    }
+    copied_ptr& operator=(copied_ptr&& other) noexcept = default;
+    ~copied_ptr() = default;
+};
 
 /// Null equals only null; two present values compare by their own operator.
 template <class T>

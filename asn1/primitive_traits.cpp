@@ -1,16 +1,13 @@
 #include "asn1/primitive_traits.h"
 
-#include <cwchar>
-#include <string>
-
 #include "asn1/object_id_text.h"
 #include "asn1/time_text.h"
+#include "asn1/utf8_text.h"
 #include "asn1rt/decode.h"
 #include "asn1rt/decode_strings.h"
 #include "asn1rt/decode_values.h"
 #include "asn1rt/encode_strings.h"
 #include "asn1rt/encode_values.h"
-#include "asn1rt/utf8.h"
 
 namespace Orvane::ASN1 {
 
@@ -65,35 +62,15 @@ void ASN1IA5String_traits::copy(ASN1CTXT* /*ctxt*/, const char* from, const char
 }
 
 void ASN1UTF8String_traits::set(ASN1CTXT* ctxt, const char*& record, const wchar_t* value) {
-    const std::size_t count = value != nullptr ? std::wcslen(value) : 0;
-    std::size_t size = 1;
-    for (std::size_t index = 0; index < count; ++index) {
-        size += static_cast<std::size_t>(rtUTF8CharSize(value[index]));
-    }
-    auto* text = static_cast<char*>(allocate(ctxt, size));
-    const int written =
-        count != 0 ? rtWCSToUTF8(ctxt, value, static_cast<int>(count), text, static_cast<int>(size)) : 0;
-    if (written < 0) {
-        ATL::AtlThrowImpl(status::kInvalidArgument);
-    }
-    text[written] = '\0';
-    record = text;
+    record = copyUtf8(ctxt, value != nullptr ? value : L"", status::kInvalidArgument);
 }
 
 void ASN1UTF8String_traits::get(const char* record, CWStringProxy& value) {
-    const int count = rtUTF8Len(record);
-    if (count < 0) {
-        ATL::AtlThrowImpl(status::kAsn1Error);
-    }
-    std::wstring text(static_cast<std::size_t>(count) + 1, L'\0');
     ctxt_handle context;
     if (!context.init()) {
         ATL::AtlThrowImpl(status::kAsn1Memory);
     }
-    if (rtUTF8ToWCS(context.get(), record, text.data(), count + 1) < 0) {
-        ATL::AtlThrowImpl(status::kAsn1Error);
-    }
-    value = CWStringProxy(text.c_str());
+    value = CWStringProxy(wideFromUtf8(context.get(), record, status::kAsn1Error));
 }
 
 void ASN1UTF8String_traits::copy(ASN1CTXT* ctxt, const char* from, const char*& to) {

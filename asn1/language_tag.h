@@ -1,0 +1,49 @@
+// Language tags (RFC 3066) of texts for people, such as "en-us".
+#pragma once
+
+#include <string>
+
+#include "export.h"
+#include "foundation/string_proxy.h"
+
+namespace Orvane::ASN1 {
+
+/// A language tag in lower case. "*" means any language. Copies are deep.
+class TALLOW_EXPORT CLanguageTag : public CStringProxy {
+public:
+    /// Empty text.
+    CLanguageTag();
+    /// The text in lower case; null gives the empty text. The wide form throws what tostring throws.
+    explicit CLanguageTag(const char* text);
+    explicit CLanguageTag(const wchar_t* text);
+
+    /// The text with 'A' to 'Z' made small, whatever the locale; null gives the empty text.
+    static std::string normalize(const char* text);
+
+    void assign(const CLanguageTag& other);
+
+    /// Exactly the same text: "en" and "en-us" differ, and so do "*" and any language.
+    bool operator==(const CLanguageTag& other) const;
+
+    CStringProxy tostring() const { return *this; }
+};
+
+/// "ru-ru"
+class TALLOW_EXPORT CLanguageTagRuRu : public CLanguageTag {
+public:
+    CLanguageTagRuRu();
+};
+
+/// "en-us"
+class TALLOW_EXPORT CLanguageTagEnUs : public CLanguageTag {
+public:
+    CLanguageTagEnUs();
+};
+
+/// "*": for reading, whichever text comes first; for writing, a text without a tag.
+class TALLOW_EXPORT CLanguageTagDefaultRead : public CLanguageTag {
+public:
+    CLanguageTagDefaultRead();
+};
+
+}  // namespace Orvane::ASN1

@@ -1,0 +1,134 @@
+#include <gmock/gmock.h>
+
+#include "asn1/ess_cert_id.h"
+#include "asn1/policy_information.h"
+#include "asn1/typed_attributes.h"
+#include "handles/status.h"
+#include "tests/asn1/blobs.h"
+#include "tests/support/status_matcher.h"
+#include "tests/support/tlv.h"
+
+namespace {
+
+using Orvane::CBlob;
+using Orvane::CDateTime;
+using namespace Orvane::ASN1;
+using namespace testkit;
+
+const Bytes kHash = fromHex("0102030405");
+const Bytes kIssuerSerial = tlv::sequence({tlv::sequence({tlv::contextPrimitive(2, bytesOf("ca"))}), tlv::integer(7)});
+const Bytes kSha256 = tlv::oid("2.16.840.1.101.3.4.2.1");
+
+CIssuerSerial issuerSerial() {
+    CIssuerSerial result;
+    result.decode(blob(kIssuerSerial));
+    return result;
+}
+
+TEST(CertificateIdentifiers, DecodeAndEncodeTheSameBytes) {
+    const auto roundTrip = [](auto value, const Bytes& der) {
+        value.decode(blob(der));
+        EXPECT_EQ(hexOf(value.encode()), toHex(der));
+        auto copy = value;
+        value.decode(value.encode());
+        EXPECT_TRUE(value == copy);
+    };
+    roundTrip(CESSCertID(), tlv::sequence({tlv::octetString(kHash)}));
+    roundTrip(CESSCertID(), tlv::sequence({tlv::octetString(kHash), kIssuerSerial}));
+    const Bytes sha1 = tlv::sequence({tlv::oid("1.3.14.3.2.26"), tlv::null()});
+    roundTrip(CESSCertIDv2(), tlv::sequence({tlv::octetString(kHash), kIssuerSerial}));
+    roundTrip(CESSCertIDv2(), tlv::sequence({sha1, tlv::octetString(kHash), kIssuerSerial}));
+}
+
+TEST(CertificateIdentifiers, LeaveOutSha256WhateverItsParameters) {
+    const Bytes expected = tlv::sequence({tlv::octetString(kHash)});
+    CAlgorithmIdentifier sha256("2.16.840.1.101.3.4.2.1");
+    sha256.put_parameters(blob(tlv::null()));
+    EXPECT_EQ(hexOf(CESSCertIDv2(blob(kHash)).encode()), toHex(expected));
+    EXPECT_EQ(hexOf(CESSCertIDv2(blob(kHash), sha256).encode()), toHex(expected));
+
+    CESSCertIDv2 id(blob(kHash), CAlgorithmIdentifier("1.3.14.3.2.26"));
+    const CIssuerSerial issuer = issuerSerial();
+    id.put_issuerSerial(&issuer);
+    id.decode(blob(expected));
+    EXPECT_STREQ(id.get_hashAlgorithm().get_algorithm(), "2.16.840.1.101.3.4.2.1");
+    EXPECT_EQ(id.get_issuerSerial(), nullptr);
+    EXPECT_TRUE(id == CESSCertIDv2(blob(kHash)));
+    // Some write the default all the same.
+    id.decode(blob(tlv::sequence({tlv::sequence({kSha256, tlv::null()}), tlv::octetString(kHash)})));
+    EXPECT_FALSE(id == CESSCertIDv2(blob(kHash))) << "parameters count";
+    EXPECT_EQ(hexOf(id.encode()), toHex(expected));
+}
+
+TEST(CertificateIdentifiers, CopyDeeply) {
+    const CIssuerSerial issuer = issuerSerial();
+    CESSCertID id(blob(kHash));
+    id.put_issuerSerial(&issuer);
+    const CESSCertID copy = id;
+    id.put_issuerSerial(id.get_issuerSerial());
+    EXPECT_TRUE(copy == id);
+    id.put_issuerSerial(nullptr);
+    id.get_certHash().pbData()[0] = 0xFF;
+    EXPECT_TRUE(*copy.get_issuerSerial() == issuer);
+    EXPECT_EQ(copy.get_certHash(), blob(kHash));
+    EXPECT_FALSE(copy == id);
+}
+
+TEST(PolicyInformation, DropsQualifiers) {
+    const Bytes cps = tlv::sequence({tlv::oid("1.3.6.1.5.5.7.2.1"), tlv::ia5String("http://c")});
+    CPolicyInformation policy;
+    policy.decode(blob(tlv::sequence({tlv::oid("1.2.3"), tlv::sequence({cps})})));
+    EXPECT_STREQ(policy.get_policyIdentifier(), "1.2.3");
+    EXPECT_EQ(hexOf(policy.encode()), toHex(tlv::sequence({tlv::oid("1.2.3")})));
+    EXPECT_THAT(thrownStatus([] { CPolicyInformation("policy").encode(); }), IsStatus(status::kInvalidArgument));
+}
+
+TEST(SigningTime, ChangesItsTypeWithTheYear2050) {
+    const struct {
+        CDateTime time;
+        Bytes encoded;
+    } rows[] = {
+        {CDateTime(1950, 1, 1, 0, 0, 0, 0, 0), tlv::utcTime("500101000000Z")},
+        {CDateTime(2049, 12, 31, 23, 59, 59, 999, 0), tlv::utcTime("491231235959Z")},
+        {CDateTime(2050, 1, 1, 0, 0, 0, 0, 0), tlv::generalizedTime("20500101000000Z")},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(toHex(row.encoded));
+        const CAttrSigningTime attribute(row.time);
+        EXPECT_EQ(hexOf(attribute.get_value()), toHex(row.encoded));
+        EXPECT_EQ(CAttrSigningTime(attribute.get_value()).get_time().getTime(), row.time.getTime());
+    }
+    // A GeneralizedTime of a year before is read, and written as the rule says.
+    CAttrSigningTime early(blob(tlv::generalizedTime("20300101000000Z")));
+    early.encode();
+    EXPECT_EQ(hexOf(early.get_value()), toHex(tlv::utcTime("300101000000Z")));
+}
+
+TEST(TypedAttributes, KeepValueAndMemberInStep) {
+    CAttrMessageDigest digest;
+    EXPECT_EQ(digest.get_value().cbData(), 0U);
+    digest.put_messageDigest(blob(kHash));
+    EXPECT_EQ(hexOf(digest.get_value()), toHex(tlv::octetString(kHash)));
+    EXPECT_EQ(CAttrMessageDigest(digest.get_value()).get_messageDigest(), blob(kHash));
+    digest.value() = blob(tlv::octetString({}));
+    digest.decode();
+    EXPECT_EQ(digest.get_messageDigest().cbData(), 0U);
+
+    CAttrContentType type("1.2.840.113549.1.7.1");
+    EXPECT_STREQ(CAttrContentType(type.get_value()).get_contentType(), "1.2.840.113549.1.7.1");
+    const CBlob before = type.get_value();
+    EXPECT_THAT(thrownStatus([&] { type.put_contentType("data"); }), IsStatus(status::kInvalidArgument));
+    EXPECT_EQ(type.get_value(), before);
+
+    for (const Bytes& bad : {Bytes(), tlv::null(), Bytes{0x04, 0x05, 0x01}}) {
+        SCOPED_TRACE(toHex(bad));
+        EXPECT_THAT(thrownStatus([&] { CAttrMessageDigest(blob(bad)); }), IsStatus(status::kAsn1Error));
+        EXPECT_THAT(thrownStatus([&] { CAttrContentType(blob(bad)); }), IsStatus(status::kAsn1Error));
+        EXPECT_THAT(thrownStatus([&] { CAttrSigningTime(blob(bad)); }), IsStatus(status::kAsn1Error));
+        type.value() = blob(bad);
+        EXPECT_THAT(thrownStatus([&] { type.decode(); }), IsStatus(status::kAsn1Error));
+        EXPECT_STREQ(type.get_contentType(), "data") << "the member stays";
+    }
+}
+
+}  // namespace
