@@ -25,6 +25,7 @@ struct CRequestMessage::Impl {
     // Of a signed message; the bytes of the TBSRequest are those that were signed.
     std::optional<ASN1::CAlgorithmIdentifier> signatureAlgorithm;
     CBlob signature;
+    bool hasUnusedBits = false;  // a BIT STRING that does not end with an octet is no signature
     std::optional<CBlobList> signatureCerts;
     CBlob signedBytes;
 
@@ -37,6 +38,7 @@ struct CRequestMessage::Impl {
     void contentChanges() {
         signatureAlgorithm.reset();
         signature.clear();
+        hasUnusedBits = false;
         signatureCerts.reset();
         signedBytes.clear();
         encoded.clear();
@@ -171,6 +173,7 @@ void CRequestMessage::decode(CBlob const& data) {
         ASN1::ASN1T_AlgorithmIdentifier_traits::get(signature.signatureAlgorithm,
                                                     decoded->signatureAlgorithm.emplace());
         ASN1::ASN1TDynBitStr_traits::get(signature.signature, decoded->signature);
+        decoded->hasUnusedBits = signature.signature.numbits % 8 != 0;
         decoded->signedBytes = members.next().whole();
         if (signature.m.certsPresent) {
             decoded->signatureCerts = certificatesOf(members.next());
@@ -275,13 +278,14 @@ void CRequestMessage::sign(unsigned long long hProv, unsigned int keySpec,
     impl_->encoded = ASN1::composeElement(ASN1::kTagSequenceWord, {&tbs, &wrapped});
     impl_->signedBytes = tbs;
     impl_->signature = std::move(signature);
+    impl_->hasUnusedBits = false;
     impl_->signatureAlgorithm.emplace(signatureAlgorithm);
     impl_->signatureCerts = certs == nullptr || certs->empty() ? std::nullopt : std::optional(*certs);
 }
 
 bool CRequestMessage::verify(CBlob const& certificate) const {
     const ATL2::CCertContext context = openCertificate(certificate);
-    if (!impl_->signatureAlgorithm) {
+    if (!impl_->signatureAlgorithm || impl_->hasUnusedBits) {
         return false;
     }
     std::string oid = impl_->signatureAlgorithm->get_algorithm();

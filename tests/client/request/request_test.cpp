@@ -29,9 +29,6 @@ protected:
         }
         return oids;
     }
-    static Bytes encodingOf(_CERT_CONTEXT const* cert) {
-        return {cert->pbCertEncoded, cert->pbCertEncoded + cert->cbCertEncoded};
-    }
     static CExtension extension(const char* oid) { return CExtension(CExtValue(oid, toBlob(fromHex("0500"))), false); }
     static CExtension nonce(const char* hex) {
         ocsp::CExtNonce value;

@@ -65,12 +65,39 @@ protected:
         return bytes;
     }
 
+    static void import(CRequest& request, const Bytes& der) { request.Import(der.data(), der.size()); }
     static void import(CResponse& response, const Bytes& der, CRequest const* request = nullptr) {
         response.Import(der.data(), der.size(), request);
     }
     static std::int32_t importStatus(const Bytes& der, CRequest const* request = nullptr) {
         CResponse response;
         return thrownStatus([&] { import(response, der, request); });
+    }
+
+    /// The certificate with its private key, kept in a file of the folder.
+    ATL2::CCertContext withKey(const Identity& identity) const {
+        return withKey(identity, folder_.write(toHex(identity.serial()) + ".key", identity.key.pem()));
+    }
+    static ATL2::CCertContext withKey(const Identity& identity, const std::string& keyFile) {
+        ATL2::CCertContext context = contextOf(identity);
+        std::wstring container = wide(keyFile);
+        CRYPT_KEY_PROV_INFO info{};
+        info.pwszContainerName = container.data();
+        EXPECT_TRUE(CertSetCertificateContextProperty(context.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
+        return context;
+    }
+
+    static Bytes encodingOf(_CERT_CONTEXT const* cert) {
+        return cert == nullptr ? Bytes() : Bytes{cert->pbCertEncoded, cert->pbCertEncoded + cert->cbCertEncoded};
+    }
+    /// What a store holds, in its order.
+    static std::vector<Bytes> contentOf(HCERTSTORE store) {
+        std::vector<Bytes> all;
+        _CERT_CONTEXT const* cert = nullptr;
+        while ((cert = CertEnumCertificatesInStore(store, cert)) != nullptr) {
+            all.push_back(encodingOf(cert));
+        }
+        return all;
     }
 
     /// A request about `subject` without a nonce.

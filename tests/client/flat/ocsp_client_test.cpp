@@ -1,0 +1,261 @@
+// The three plain functions, as a C program sees them.
+#include "client/flat/ocsp_client.h"
+
+#include <cstdlib>
+#include <filesystem>
+#include <functional>
+
+#include "handles/cert_chain_context.h"
+#include "message/request_message.h"
+#include "tests/client/support/client_test.h"
+#include "tests/support/http_server.h"
+#include "tests/support/responder.h"
+#include "tests/support/tlv.h"
+
+namespace {
+
+using namespace testkit;
+
+constexpr unsigned long kBeyond32Bits = 1UL << 32;
+
+class PlainFunctions : public ClientTest {
+protected:
+    PlainFunctions() {
+        CertificateSpec spec;
+        spec.commonName = "responder";
+        spec.extendedKeyUsage = "OCSPSigning";
+        spec.ocspNoCheck = true;
+        responder_ = issue(pki_.ca, spec);
+        folder_.write("user/CA/root.crl", makeCrl(pki_.root, {}));
+        folder_.write("user/CA/ca.pem", pki_.ca.certificatePem());
+    }
+
+    ResponseSpec about(const Identity& subject, EntryStatus entryStatus = EntryStatus::kGood) const {
+        ResponseSpec spec(responder_);
+        spec.entries.emplace_back(certIdOf(subject, pki_.ca), entryStatus);
+        return spec;
+    }
+    Bytes requestAbout(const Identity& subject, bool nonce = false) {
+        CRequest request;
+        request.put_UseNonce(nonce);
+        ask(request, subject, pki_.ca);
+        return exported(request);
+    }
+    static Bytes extensions(const std::vector<ExtensionSpec>& list) {
+        std::vector<Bytes> parts;
+        for (const ExtensionSpec& extension : list) {
+            parts.push_back(extension.encode());
+        }
+        return tlv::sequence(parts);
+    }
+
+    // What a call hands out, freed as its header says.
+    struct Output {
+        Output() = default;
+        Output(const Output&) = delete;
+        Output& operator=(const Output&) = delete;
+        ~Output() { std::free(data); }
+        Bytes bytes() const { return {data, data + size}; }
+        unsigned char* data = reinterpret_cast<unsigned char*>(1);
+        unsigned long size = 1;
+    };
+
+    static std::int32_t verified(const Identity& subject, const Bytes& response, const Bytes& list) {
+        return ocspVerifyResponse(contextOf(subject).get(), response.data(), response.size(), list.data(),
+                                  static_cast<std::uint32_t>(list.size()));
+    }
+    static Bytes extensionsIn(const Bytes& request) {
+        ocsp::CRequestMessage message;
+        message.decode(toBlob(request));
+        return toBytes(message.get_requestExtensions()->encode());
+    }
+
+    Identity responder_;
+};
+
+TEST_F(PlainFunctions, CreateNoRequestWhateverTheChain) {
+    Output untouched;
+    EXPECT_THAT(ocspCreateRequest(nullptr, nullptr, 0, &untouched.data, &untouched.size), IsStatus(status::kNteFail));
+    EXPECT_EQ(untouched.size, 1u);
+    untouched.data = nullptr;
+
+    const Bytes nonceFirst = extensions({nonceExtension({1, 2}), {"1.2.3", false, tlv::null()}});
+    const Bytes nonceSecond = extensions({{"1.2.3", false, tlv::null()}, nonceExtension({1, 2})});
+    const Bytes broken = {0x30, 0x01};
+    struct Row {
+        const char* what;
+        const Identity& leaf;
+        Bytes extensions;
+        unsigned long added;
+        std::int32_t expected;
+    };
+    for (const Row& row :
+         {Row{"a chain of three", pki_.good, {}, 0, status::kCryptNotFound},
+          Row{"a chain of one", pki_.root, {}, 0, status::kCryptNotFound},
+          Row{"with a nonce", pki_.good, nonceFirst, 0, status::kCryptNotFound},
+          Row{"the nonce second", pki_.good, nonceSecond, 0, status::kDuplicateExtension},
+          Row{"no extensions", pki_.good, broken, 0, status::kAsn1Error},
+          Row{"the low 32 bits of the size count", pki_.good, nonceFirst, kBeyond32Bits, status::kCryptNotFound},
+          Row{"and no others", pki_.good, {}, kBeyond32Bits, status::kCryptNotFound}}) {
+        ATL2::CCertChainContext chain;
+        CERT_CHAIN_PARA parameters{};
+        parameters.cbSize = sizeof parameters;
+        ASSERT_TRUE(CertGetCertificateChain(nullptr, contextOf(row.leaf).get(), nullptr, nullptr, &parameters,
+                                            CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE, nullptr, chain.put()));
+        Output output;
+        EXPECT_THAT(ocspCreateRequest(chain.get(), row.extensions.data(), row.extensions.size() + row.added,
+                                      &output.data, &output.size),
+                    IsStatus(row.expected))
+            << row.what;
+        EXPECT_EQ(output.data, nullptr) << row.what;
+        EXPECT_EQ(output.size, 0u) << row.what;
+    }
+}
+
+TEST_F(PlainFunctions, AskARealResponderAndProveTheAnswer) {
+    const Responder responder({.ca = pki_.ca,
+                               .signer = responder_,
+                               .index = {{pki_.good, 'V'}, {pki_.revoked, 'R'}},
+                               .arguments = {"-nmin", "5"},
+                               .clock = ""});
+    settings("DefaultOCSPURL = \"" + responder.url() + "\"\n");
+    struct Row {
+        const Identity& subject;
+        std::int32_t sent;
+        std::int32_t verdict;
+    };
+    for (const Row& row : {Row{pki_.good, 0, 0}, Row{pki_.revoked, 0, status::kCryptRevoked},
+                           Row{pki_.unknown, status::kInternalError, 0}}) {
+        const Bytes request = requestAbout(row.subject, true);
+        Output response;
+        ASSERT_THAT(ocspSendRequest(request.data(), request.size(), &response.data, &response.size),
+                    IsStatus(row.sent));
+        if (row.sent != 0) {
+            EXPECT_EQ(response.data, nullptr);
+            EXPECT_EQ(response.size, 0u);
+            continue;
+        }
+        EXPECT_THAT(verified(row.subject, response.bytes(), extensionsIn(request)), IsStatus(row.verdict));
+        EXPECT_THAT(verified(row.subject, response.bytes(), extensionsIn(requestAbout(row.subject, true))),
+                    IsStatus(status::kNoRevocationCheck))
+            << "the nonce of another request";
+    }
+}
+
+TEST_F(PlainFunctions, SendTellsAnswersOfNoUseAndOtherFailures) {
+    HttpReply reply;
+    const HttpServer server([&](const HttpRequest&) { return reply; });
+    settings("DefaultOCSPURL = \"" + server.url() + "\"\n");
+    const auto with = [&](const std::function<void(ResponseSpec&)>& change) {
+        ResponseSpec spec = about(pki_.good);
+        change(spec);
+        return HttpReply{.body = buildResponse(spec)};
+    };
+    const Bytes request = requestAbout(pki_.good);
+    struct Row {
+        const char* what;
+        HttpReply reply;
+        Bytes request;
+        std::int32_t expected;
+    };
+    const Row rows[] = {
+        {"good", with([](ResponseSpec&) {}), request, 0},
+        {"good, signed by nobody known", with([this](ResponseSpec& s) { s.signer = pki_.sameNameCa; }), request, 0},
+        {"unknown", with([](ResponseSpec& s) { s.entries[0].status = EntryStatus::kUnknown; }), request,
+         status::kInternalError},
+        {"unauthorized", with([](ResponseSpec& s) { s.responseStatus = 6; }), request, status::kInternalError},
+        {"no entry", with([](ResponseSpec& s) { s.entries.clear(); }), request, status::kInvalidIndex},
+        {"no HTTP 200", {.status = 500}, request, status::kHttpStatus},
+        {"no response", {.body = {1, 2, 3}}, request, status::kAsn1Error},
+        {"no request", with([](ResponseSpec&) {}), {1, 2, 3}, status::kAsn1Error},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.what);
+        reply = row.reply;
+        Output response;
+        EXPECT_THAT(ocspSendRequest(row.request.data(), row.request.size(), &response.data, &response.size),
+                    IsStatus(row.expected));
+        EXPECT_EQ(response.bytes(), row.expected == 0 ? row.reply.body : Bytes());
+    }
+    settings("");
+    Output response;
+    EXPECT_THAT(ocspSendRequest(request.data(), request.size(), &response.data, &response.size),
+                IsStatus(status::kNoResponder));
+    EXPECT_EQ(server.requests().back().body, request) << "sent byte for byte";
+}
+
+TEST_F(PlainFunctions, VerifyJudgesAResponseAboutOneCertificate) {
+    const auto with = [&](const std::function<void(ResponseSpec&)>& change) {
+        ResponseSpec spec = about(pki_.good);
+        change(spec);
+        return buildResponse(spec);
+    };
+    const Bytes good = with([](ResponseSpec&) {});
+    const Bytes withNonce = with([](ResponseSpec& s) { s.extensions = {nonceExtension({1, 2})}; });
+    const Bytes sameNonce = extensions({{"1.2.3", false, tlv::null()}, nonceExtension({1, 2})});
+    const Bytes bareNonce = extensions({{kNonceOid, false, {1, 2}}});
+    constexpr std::int32_t kFailed = 1;
+    struct Row {
+        const char* what;
+        Bytes response;
+        Bytes extensions;
+        std::int32_t expected;
+    };
+    const Row rows[] = {
+        {"good", good, {}, 0},
+        {"revoked",
+         with([](ResponseSpec& s) { s.entries[0].status = EntryStatus::kRevoked; }),
+         {},
+         status::kCryptRevoked},
+        {"unknown",
+         with([](ResponseSpec& s) { s.entries[0].status = EntryStatus::kUnknown; }),
+         {},
+         status::kNoRevocationCheck},
+        {"about another", buildResponse(about(pki_.revoked)), {}, status::kNteFail},
+        {"a critical extension",
+         with([](ResponseSpec& s) {
+             s.extensions = {{"1.2.3", true, tlv::null()}};
+         }),
+         {},
+         status::kCertCritical},
+        {"not authorised", with([this](ResponseSpec& s) { s.signer = pki_.good; }), {}, status::kWrongUsage},
+        {"the nonce", withNonce, sameNonce, 0},
+        {"extensions without a nonce", withNonce, extensions({{"1.2.3", false, tlv::null()}}), 0},
+        {"no nonce in the response", good, sameNonce, status::kNoRevocationCheck},
+        {"the nonce wrapped otherwise", withNonce, bareNonce, status::kNoRevocationCheck},
+        {"no extensions", withNonce, {1, 2, 3}, kFailed},
+        {"signature altered", with([](ResponseSpec& s) { s.corruptSignature = true; }), {}, kFailed},
+        {"unauthorized", with([](ResponseSpec& s) { s.responseStatus = 6; }), {}, kFailed},
+        {"no response", {1, 2, 3}, {}, kFailed},
+    };
+    for (const Row& row : rows) {
+        EXPECT_THAT(verified(pki_.good, row.response, row.extensions), IsStatus(row.expected)) << row.what;
+    }
+    const ATL2::CCertContext cert = contextOf(pki_.good);
+    EXPECT_THAT(ocspVerifyResponse(cert.get(), good.data(), good.size() + kBeyond32Bits, nullptr, 0), IsStatus(0))
+        << "the low 32 bits of the size count";
+    EXPECT_THAT(ocspVerifyResponse(nullptr, good.data(), good.size(), nullptr, 0), IsStatus(kFailed));
+    std::filesystem::remove(folder_.file("user/CA/ca.pem"));
+    EXPECT_THAT(verified(pki_.good, good, {}), IsStatus(kFailed)) << "its issuer is known no longer";
+}
+
+TEST_F(PlainFunctions, VerifyFindsTheResponderInTheStoreOfTheCertificate) {
+    const Bytes response = [&] {
+        ResponseSpec spec = about(pki_.good);
+        spec.includeSigner = false;
+        return buildResponse(spec);
+    }();
+    EXPECT_THAT(verified(pki_.good, response, {}), IsStatus(1));
+    ATL2::CCertStore store;
+    ASSERT_EQ(store.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr), 0);
+    _CERT_CONTEXT const* stored = nullptr;
+    for (const Identity* identity : std::initializer_list<const Identity*>{&responder_, &pki_.good}) {
+        CertFreeCertificateContext(stored);
+        ASSERT_TRUE(
+            CertAddCertificateContextToStore(store.get(), contextOf(*identity).get(), CERT_STORE_ADD_NEW, &stored));
+    }
+    const ATL2::CCertContext good = ATL2::CCertContext::adopt(stored);
+    EXPECT_THAT(ocspVerifyResponse(good.get(), response.data(), response.size(), nullptr, 0), IsStatus(0));
+}
+
+}  // namespace
