@@ -6,24 +6,20 @@ foreach(subsystem ${tallow_subsystems})
 endforeach()
 
 add_library(tallow SHARED ${tallow_objects})
-set_target_properties(tallow PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION 1)
-target_link_libraries(tallow PRIVATE tallow_options PUBLIC tallow-platform)
+# $ORIGIN: an installation may stand anywhere, its two libraries side by side.
+set_target_properties(tallow PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION 1
+                                        INSTALL_RPATH $ORIGIN)
+target_link_libraries(tallow PRIVATE tallow_options tallow-platform INTERFACE $<BUILD_INTERFACE:tallow-platform>)
+if(TALLOW_PLATFORM_LIBRARY)
+  target_link_libraries(tallow INTERFACE $<INSTALL_INTERFACE:${TALLOW_PLATFORM_LIBRARY}>)
+else()
+  target_link_libraries(tallow INTERFACE $<INSTALL_INTERFACE:tallow::tallow-platform>)
+endif()
+target_compile_features(tallow INTERFACE cxx_std_20)
+target_include_directories(tallow INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/tallow>)
 # Calls inside the library stay inside it: no detour over the table that would let another object step in.
 target_link_options(tallow PRIVATE -Wl,-Bsymbolic-functions)
 if(NOT TALLOW_SANITIZE)
   # Not so under a sanitizer: clang leaves its runtime to the program.
   target_link_options(tallow PRIVATE -Wl,--no-undefined)
 endif()
-
-install(TARGETS tallow LIBRARY)
-if(NOT TALLOW_PLATFORM_LIBRARY)
-  install(TARGETS tallow-platform LIBRARY)
-endif()
-
-# Public headers keep their folders below include/tallow; includes are written from that root.
-get_property(public_headers GLOBAL PROPERTY TALLOW_PUBLIC_HEADERS)
-foreach(header ${public_headers} ${PROJECT_SOURCE_DIR}/export.h)
-  cmake_path(RELATIVE_PATH header BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE relative)
-  cmake_path(GET relative PARENT_PATH folder)
-  install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tallow/${folder})
-endforeach()

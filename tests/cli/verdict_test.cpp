@@ -117,30 +117,4 @@ TEST(Verdict, ThatCannotBeWrittenIsNotGood) {
     }
 }
 
-// The program of the README: settings and stores are those of its user.
-TEST(Example, GivesTheVerdictOfTheLibrary) {
-    const TempDir home;
-    home.write("tallow/stores/ROOT/root.pem", certs().root.certificatePem());
-    ResponderOptions options = responderOptions();
-    const Responder responder(options);
-    const std::string root = home.write("root.der", certs().root.certificate);
-    struct Row {
-        const Identity& known;
-        const char* out;
-        int exitStatus;
-    };
-    for (const Row& row : {Row{certs().good, "0x00000000 good\n", 0}, Row{certs().revoked, "0xC2110126 ", 1},
-                           Row{certs().unknown, "0xC2110127 ", 1}}) {
-        // The same serial number, so that the responder takes it for the one it knows.
-        CertificateSpec spec;
-        spec.serial = row.known.serial();
-        spec.ocspUrls = {responder.url()};
-        const std::string leaf = home.write("leaf.der", issue(certs().root, spec).certificate);
-        const ProcessResult run =
-            testkit::run({TALLOW_EXAMPLE, leaf, root}, 60000, {"XDG_DATA_HOME=" + home.path().string()});
-        EXPECT_EQ(run.exitStatus, row.exitStatus);
-        EXPECT_THAT(run.out, StartsWith(row.out));
-    }
-}
-
 }  // namespace
