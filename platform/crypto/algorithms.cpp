@@ -29,7 +29,7 @@ constexpr std::array kAlgorithms{
     Algorithm{"1.2.643.7.1.1.2.2", L"GOST R 34.11-2012 256 bit", kHash, CALG_GR3411_2012_256, 0, kNone, "md_gost12_256", kGood, true, 256, "GOST12-256"},
     Algorithm{"1.2.643.7.1.1.2.3", L"GOST R 34.11-2012 512 bit", kHash, CALG_GR3411_2012_512, 0, kNone, "md_gost12_512", kGood, true, 512, "GOST12-512"},
     Algorithm{"1.2.643.2.2.9", L"GOST R 34.11-94", kHash, CALG_GR3411, 0, kNone, "md_gost94", kGood, true, 256, "GOST94"},
-    Algorithm{"2.16.840.1.101.3.4.2.4", L"sha224", kHash, CALG_SHA_224, 0, kNone, "SHA224", kGood, false, 224, "SHA-224"},
+    Algorithm{"2.16.840.1.101.3.4.2.4", L"sha224", kHash, CALG_SHA_224, 0, kNone, "SHA224", kGood, false, 224, nullptr},
     Algorithm{"1.3.14.3.2.26", L"sha1", kHash, CALG_SHA1, 0, kNone, "SHA1", kSha1, false, 160, "SHA-1"},
     Algorithm{"1.2.840.113549.2.5", L"md5", kHash, CALG_MD5, 0, kNone, "MD5", kBroken, false, 128, nullptr},
     Algorithm{"1.2.840.113549.2.4", L"md4", kHash, CALG_MD4, 0, kNone, nullptr, kBroken, false, 128, nullptr},

@@ -32,8 +32,8 @@
 // The hashes are made with the hash algorithm of the entry; an algorithm that is not installed authorises nobody. The
 // serial number plays no part.
 //
-// CERT_CHAIN_POLICY_OCSP_REQUESTOR. The chain must be sound, end in a trusted root, be valid at the time it was built
-// for, and have been found not revoked. The first of these that applies is the verdict:
+// CERT_CHAIN_POLICY_OCSP_REQUESTOR. The chain must be sound, end in a trusted root, be valid now and at the time it was
+// built for, and have been found not revoked. The first of these that applies is the verdict:
 //
 //   no way to any root                                   CERT_E_CHAINING
 //   a signature that does not verify or is too weak      TRUST_E_CERT_SIGNATURE
@@ -87,6 +87,18 @@ public:
         return -1;
     }
 
+    // The first element whose time has passed or is still to come; -1 when there is none.
+    LONG firstNotValidNow() const {
+        FILETIME present{};
+        GetSystemTimeAsFileTime(&present);
+        for (DWORD i = 0; i < size(); ++i) {
+            if (!isValidAt(certificate(i).info(), present)) {
+                return static_cast<LONG>(i);
+            }
+        }
+        return -1;
+    }
+
     // Whether each certificate below the root was looked up in a CRL and not found.
     bool isRevocationKnown() const {
         if ((error() & kUnknownRevocation) != 0) {
@@ -117,10 +129,14 @@ const Refusal* firstRefusal(const JudgedChain& chain, const Refusal* rows, std::
     return found != rows + count ? found : nullptr;
 }
 
+void refuseElement(LONG element, DWORD verdict, CERT_CHAIN_POLICY_STATUS& status) {
+    status.dwError = verdict;
+    status.lElementIndex = element;
+    status.lChainIndex = element < 0 ? -1 : 0;
+}
+
 void refuse(const JudgedChain& chain, const Refusal& refusal, CERT_CHAIN_POLICY_STATUS& status) {
-    status.dwError = refusal.verdict;
-    status.lElementIndex = chain.firstWith(refusal.bits);
-    status.lChainIndex = status.lElementIndex < 0 ? -1 : 0;
+    refuseElement(chain.firstWith(refusal.bits), refusal.verdict, status);
 }
 
 // ---- Responder -----------------------------------------------------------------------------------------------------
@@ -265,12 +281,13 @@ void judgeRequestor(const JudgedChain& chain, CERT_CHAIN_POLICY_STATUS& status) 
                                             {CERT_TRUST_INVALID_BASIC_CONSTRAINTS, TRUST_E_BASIC_CONSTRAINTS},
                                             {CERT_TRUST_IS_NOT_VALID_FOR_USAGE, CERT_E_WRONG_USAGE},
                                             {~kJudgedByName, TRUST_E_FAIL},
-                                            {CERT_TRUST_IS_NOT_TIME_VALID, CERT_E_EXPIRED},
-                                            {kUnknownRevocation, CRYPT_E_NO_REVOCATION_CHECK}};
+                                            {CERT_TRUST_IS_NOT_TIME_VALID, CERT_E_EXPIRED}};
     if (const Refusal* const refusal = firstRefusal(chain, kRefusals, std::size(kRefusals))) {
         refuse(chain, *refusal, status);
+    } else if (const LONG outdated = chain.firstNotValidNow(); outdated >= 0) {
+        refuseElement(outdated, CERT_E_EXPIRED, status);
     } else if (!chain.isRevocationKnown()) {
-        refuse(chain, {0, CRYPT_E_NO_REVOCATION_CHECK}, status);
+        refuse(chain, {kUnknownRevocation, CRYPT_E_NO_REVOCATION_CHECK}, status);
     }
 }
 

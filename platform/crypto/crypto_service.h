@@ -152,19 +152,31 @@ TALLOW_EXPORT BOOL CryptGenRandom(HCRYPTPROV hProv, DWORD dwLen, BYTE* pbBuffer)
 // come first, in the order in which a signer should prefer them, and what is not installed is left out. PP_VERSION: 4
 // octets. PP_VERSION_EX: PROV_VERSION_EX. PP_NAME: text. PP_PROVTYPE: 4 octets. NTE_BAD_TYPE for others.
 TALLOW_EXPORT BOOL CryptGetProvParam(HCRYPTPROV hProv, DWORD dwParam, BYTE* pbData, DWORD* pdwDataLen, DWORD dwFlags);
-// PP_SIGNATURE_PIN: the narrow text that opens the private key; null forgets it. NTE_BAD_TYPE for others.
+// PP_SIGNATURE_PIN: the narrow text, UTF-8, that opens the private key. The key is opened by this call and the PIN not
+// kept; a key that is open already stays so, whatever the text. NTE_BAD_TYPE for another parameter. The failures of
+// CryptAcquireCertificatePrivateKey, and SCARD_W_WRONG_CHV when the PIN does not open the key, after which another one
+// may be tried; NTE_NO_KEY when the provider is not for a key.
 TALLOW_EXPORT BOOL CryptSetProvParam(HCRYPTPROV hProv, DWORD dwParam, const BYTE* pbData, DWORD dwFlags);
 // Handles of keys and hashes are never given out, so these fail with ERROR_INVALID_HANDLE except for 0, which is
 // accepted.
 TALLOW_EXPORT BOOL CryptDestroyKey(HCRYPTKEY hKey);
 TALLOW_EXPORT BOOL CryptDestroyHash(HCRYPTHASH hHash);
 // A provider that holds the private key named by the property CERT_KEY_PROV_INFO_PROP_ID of the certificate, to be
-// released when `*pfCallerFreeProv` (always TRUE). The key is opened when it is first used, with the PIN set by then.
-// CRYPT_E_NO_KEY_PROPERTY when the property is missing, NTE_BAD_KEYSET when it names a file that does not exist,
-// NTE_NOT_SUPPORTED for a URI of another kind than file.
+// released when `*pfCallerFreeProv` (always TRUE). The container of the property is a URI for OpenSSL's store loader: a
+// path or "file:" for a file in PEM or DER (traditional, PKCS #8, PKCS #12), other schemes where a provider of OpenSSL
+// serves them. A key that needs no PIN is opened here. One that does waits for CryptSetProvParam(PP_SIGNATURE_PIN),
+// which may then fail with the same codes; until then whatever needs the key fails with NTE_SILENT_CONTEXT. Nobody is
+// ever asked at a terminal. CRYPT_E_NO_KEY_PROPERTY when the property is missing, NTE_BAD_KEYSET when there is no key
+// where it says (no file, no regular one, more than 1 MiB, nothing in it that is a private key), NTE_BAD_PUBLIC_KEY
+// when none of the keys there belongs to the certificate, NTE_NOT_SUPPORTED for a scheme that nobody serves.
 TALLOW_EXPORT BOOL CryptAcquireCertificatePrivateKey(PCCERT_CONTEXT pCert, DWORD dwFlags, void* pvParameters,
                                                      HCRYPTPROV* phCryptProv, DWORD* pdwKeySpec,
                                                      BOOL* pfCallerFreeProv);
+
+// Says where the private key of a certificate is: sets the property CERT_KEY_PROV_INFO_PROP_ID from a path, which may
+// be relative to the current folder, or a URI, in UTF-8. Nothing is opened yet. FALSE with E_INVALIDARG for null, an
+// empty text or one that is not UTF-8.
+TALLOW_EXPORT BOOL crypto_set_key_uri(PCCERT_CONTEXT pCertContext, LPCSTR szKeyUri);
 
 // ---- Hashes and signatures of encoded structures -------------------------------------------------------------------
 
@@ -174,7 +186,7 @@ TALLOW_EXPORT BOOL CryptHashCertificate(HCRYPTPROV hCryptProv, ALG_ID Algid, DWO
                                         DWORD cbEncoded, BYTE* pbComputedHash, DWORD* pcbComputedHash);
 // Signs the octets with the key of the provider, in two steps (the first may give more than is needed). The signature
 // is in the order of the BIT STRING. NTE_BAD_ALGID when the algorithm does not fit the key or is too weak, NTE_NO_KEY
-// when the provider holds none, NTE_BAD_KEYSET when the key cannot be opened.
+// when the provider holds none, NTE_SILENT_CONTEXT when the key waits for its PIN.
 TALLOW_EXPORT BOOL CryptSignCertificate(HCRYPTPROV hCryptProv, DWORD dwKeySpec, DWORD dwCertEncodingType,
                                         const BYTE* pbEncodedToBeSigned, DWORD cbEncodedToBeSigned,
                                         PCRYPT_ALGORITHM_IDENTIFIER pSignatureAlgorithm, const void* pvHashAuxInfo,

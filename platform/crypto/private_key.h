@@ -1,16 +1,30 @@
-// Private keys in files.
+// Private keys by URI, opened through OpenSSL's store loader: files (PEM or DER, traditional, PKCS #8 or PKCS #12), and
+// whatever else an OpenSSL provider on this machine has a loader for, such as tokens under "pkcs11:".
+//
+// A file is a plain path, "file:path", "file:///path" or "file://localhost/path". Paths are taken as they stand,
+// without percent escapes. Nobody is ever asked for a PIN: it is given to the call, or there is none.
 #pragma once
 
+#include <filesystem>
 #include <string>
 
-#include "platform/crypto/openssl_handles.h"
+#include "platform/crypto/certificate.h"
 
 namespace tallow::platform {
 
-// The path that a key URI names: "file:///path", "file:/path" or a plain absolute path. Empty for any other kind.
-std::string keyFilePath(const std::string& uri);
+// Opens the private key of `publicKey`, the only one that counts where there are several. `pin` is null while none is
+// known; it is not kept. 0, or the last error to set:
+//   NTE_SILENT_CONTEXT   there is no PIN, and the key, or one that stands before it, does not open without
+//   SCARD_W_WRONG_CHV    the PIN does not open it
+//   NTE_BAD_PUBLIC_KEY   there are other keys only, or `publicKey` is null since it could not be loaded
+//   NTE_BAD_KEYSET       there is no key: nothing there, no regular file, more than 1 MiB, or nothing that is a key
+//   NTE_NOT_SUPPORTED    nobody here knows the scheme of the URI, or the file is on another host
+DWORD openPrivateKey(const std::string& uri, const char* pin, EVP_PKEY* publicKey, KeyPtr& key);
 
-// Reads a PEM or DER private key; `pin` opens an encrypted one. Null when it cannot be read or opened.
-KeyPtr readPrivateKey(const std::string& path, const std::string& pin);
+// What people write for the place of a key, as a URI or an absolute path: a relative path counts from `folder`.
+std::string keyUri(const std::string& text, const std::filesystem::path& folder);
+
+// Sets the property CERT_KEY_PROV_INFO_PROP_ID. False when the URI is not valid UTF-8.
+bool nameKey(const Certificate& certificate, const std::string& uri);
 
 }  // namespace tallow::platform

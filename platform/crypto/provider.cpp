@@ -1,7 +1,5 @@
 #include "platform/crypto/provider.h"
 
-#include <openssl/crypto.h>
-
 #include <cstdint>
 #include <cstring>
 
@@ -11,12 +9,8 @@
 
 namespace tallow::platform {
 
-Provider::Provider(DWORD type, std::string keyFile, CertificateRef certificate)
-    : type_(type), keyFile_(std::move(keyFile)), certificate_(std::move(certificate)) {}
-
-Provider::~Provider() {
-    OPENSSL_cleanse(pin_.data(), pin_.size());
-}
+Provider::Provider(DWORD type, std::string keyUri, CertificateRef certificate)
+    : type_(type), keyUri_(std::move(keyUri)), certificate_(std::move(certificate)) {}
 
 Provider* Provider::of(HCRYPTPROV handle) noexcept {
     return reinterpret_cast<Provider*>(static_cast<uintptr_t>(handle));  // NOLINT(performance-no-int-to-ptr)
@@ -51,37 +45,25 @@ bool Provider::nextAlgorithm(bool first, PROV_ENUMALGS& entry) {
     return false;
 }
 
-void Provider::setPin(const char* pin) {
+DWORD Provider::openKey(const char* pin) {
     std::scoped_lock const lock(mutex_);
-    OPENSSL_cleanse(pin_.data(), pin_.size());
-    pin_ = pin == nullptr ? "" : pin;
+    if (key_ != nullptr) {
+        return 0;
+    }
+    if (!certificate_) {
+        return NTE_NO_KEY;
+    }
+    // The public key first: for a GOST key it loads the engine, without which the private one cannot be read.
+    EVP_PKEY* const publicKey = certificate_->publicKey();
+    return openPrivateKey(keyUri_, pin, publicKey, key_);
 }
 
 DWORD Provider::privateKey(EVP_PKEY*& key) {
     std::scoped_lock const lock(mutex_);
     if (key_ == nullptr) {
-        if (DWORD const code = openKey(); code != 0) {
-            return code;
-        }
+        return certificate_ ? NTE_SILENT_CONTEXT : NTE_NO_KEY;
     }
     key = key_.get();
-    return 0;
-}
-
-DWORD Provider::openKey() {
-    if (keyFile_.empty()) {
-        return NTE_NO_KEY;
-    }
-    // The public key first: for a GOST key it loads the engine, without which the private one cannot be read.
-    EVP_PKEY* const publicKey = certificate_->publicKey();
-    KeyPtr key = readPrivateKey(keyFile_, pin_);
-    if (key == nullptr) {
-        return NTE_BAD_KEYSET;
-    }
-    if (publicKey == nullptr || EVP_PKEY_eq(key.get(), publicKey) != 1) {
-        return NTE_BAD_PUBLIC_KEY;
-    }
-    key_ = std::move(key);
     return 0;
 }
 

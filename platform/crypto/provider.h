@@ -14,12 +14,11 @@ class Provider {
 public:
     // A provider without a key.
     explicit Provider(DWORD type) : type_(type) {}
-    // A provider with the key in the file `keyFile` (PEM or DER, PKCS#8 or traditional), which belongs to
-    // `certificate`.
-    Provider(DWORD type, std::string keyFile, CertificateRef certificate);
+    // A provider for the private key of `certificate` at `keyUri` (see private_key.h), still to be opened.
+    Provider(DWORD type, std::string keyUri, CertificateRef certificate);
     Provider(const Provider&) = delete;
     Provider& operator=(const Provider&) = delete;
-    ~Provider();  // of the last reference: nobody else destroys one
+    ~Provider() = default;  // of the last reference: nobody else destroys one
 
     // The provider behind a handle, which is not 0.
     static Provider* of(HCRYPTPROV handle) noexcept;
@@ -33,21 +32,19 @@ public:
     // The next line of the list of algorithms; false at its end.
     bool nextAlgorithm(bool first, PROV_ENUMALGS& entry);
 
-    // The text that opens the key; null forgets it. A key that is open stays open.
-    void setPin(const char* pin);
-    // The private key, the provider's own, opened on the first call. 0, or the last error to set.
+    // Opens the key, with the PIN if it is not null, unless it is open. 0, or the last error to set, NTE_SILENT_CONTEXT
+    // for a key that waits for its PIN. Each call reads the key's place anew, so a wrong PIN does no lasting harm.
+    DWORD openKey(const char* pin);
+    // The private key, the provider's own. 0, or the last error to set.
     DWORD privateKey(EVP_PKEY*& key);
 
 private:
-    DWORD openKey();
-
     std::atomic<unsigned int> references_{1};
     DWORD const type_;
-    std::string const keyFile_;
+    std::string const keyUri_;
     CertificateRef const certificate_;
     std::mutex mutex_;  // guards what follows
     size_t listPosition_ = 0;
-    std::string pin_;
     KeyPtr key_;
 };
 

@@ -1,11 +1,11 @@
 // The exported functions on providers and private keys.
 #include <openssl/rand.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
 #include <climits>
 #include <cstring>
+#include <filesystem>
 
 #include "platform/crypto/certificate_properties.h"
 #include "platform/crypto/private_key.h"
@@ -83,15 +83,12 @@ DWORD acquirePrivateKey(const Certificate& certificate, HCRYPTPROV* handle, DWOR
     if (!readKeyProperty(certificate, uri, info)) {
         return CRYPT_E_NO_KEY_PROPERTY;
     }
-    std::string const path = keyFilePath(uri);
-    if (path.empty()) {
-        return NTE_NOT_SUPPORTED;
-    }
-    if (access(path.c_str(), R_OK) != 0) {
-        return NTE_BAD_KEYSET;
-    }
-    auto provider = std::make_unique<Provider>(info.dwProvType == 0 ? kDefaultType : info.dwProvType, path,
+    auto provider = std::make_unique<Provider>(info.dwProvType == 0 ? kDefaultType : info.dwProvType, uri,
                                                CertificateRef::share(certificate.context()));
+    // A key that waits for its PIN is no failure: the PIN comes later.
+    if (DWORD const code = provider->openKey(nullptr); code != 0 && code != NTE_SILENT_CONTEXT) {
+        return code;
+    }
     *keySpec = info.dwKeySpec == 0 ? AT_SIGNATURE : info.dwKeySpec;
     *handle = provider.release()->handle();
     return 0;
@@ -164,8 +161,10 @@ BOOL CryptSetProvParam(HCRYPTPROV hProv, DWORD dwParam, const BYTE* pbData, DWOR
         if (dwParam != PP_SIGNATURE_PIN) {
             return fail(NTE_BAD_TYPE);
         }
-        Provider::of(hProv)->setPin(reinterpret_cast<const char*>(pbData));
-        return TRUE;
+        if (pbData == nullptr) {
+            return fail(ERROR_INVALID_PARAMETER);
+        }
+        return done(Provider::of(hProv)->openKey(reinterpret_cast<const char*>(pbData)));
     });
 }
 
@@ -192,5 +191,15 @@ BOOL CryptAcquireCertificatePrivateKey(PCCERT_CONTEXT pCert, DWORD /*dwFlags*/, 
             *pfCallerFreeProv = TRUE;
         }
         return done(code);
+    });
+}
+
+BOOL crypto_set_key_uri(PCCERT_CONTEXT pCertContext, LPCSTR szKeyUri) {
+    return serviceCall<BOOL>(FALSE, [&] {
+        if (pCertContext == nullptr || szKeyUri == nullptr || *szKeyUri == '\0') {
+            return fail(E_INVALIDARG);
+        }
+        std::string const uri = keyUri(szKeyUri, std::filesystem::current_path());
+        return nameKey(*Certificate::of(pCertContext), uri) ? TRUE : fail(E_INVALIDARG);
     });
 }

@@ -5,7 +5,7 @@
 
 #include <filesystem>
 
-#include "platform/crypto/certificate_properties.h"
+#include "platform/crypto/private_key.h"
 #include "platform/crypto/service_call.h"
 #include "platform/support/whole_file.h"
 
@@ -46,24 +46,6 @@ Bytes accessInformation(const toml::array& addresses) {
     return size > 0 ? Bytes(encoded, encoded + size) : Bytes();
 }
 
-std::wstring wideText(const std::string& text) {
-    int const size = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0);
-    std::wstring wide(size > 0 ? static_cast<size_t>(size) : 1, L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, wide.data(), size);
-    wide.pop_back();
-    return wide;
-}
-
-Bytes keyInformation(const std::string& key, const std::string& sideFile) {
-    bool const isAddress = key.find(':') != std::string::npos;
-    std::filesystem::path const folder = std::filesystem::path(sideFile).parent_path();
-    std::wstring container = wideText(isAddress ? key : (folder / key).string());
-    CRYPT_KEY_PROV_INFO info{};
-    info.pwszContainerName = container.data();
-    info.dwKeySpec = AT_SIGNATURE;
-    return packKeyProvInfo(info);
-}
-
 }  // namespace
 
 void applySideFile(const std::string& path, const Certificate& certificate) {
@@ -76,7 +58,7 @@ void applySideFile(const std::string& path, const Certificate& certificate) {
     try {
         toml::table const table = toml::parse(text, path);
         if (auto const key = table["key"].value<std::string>(); key && !key->empty()) {
-            certificate.setProperty(CERT_KEY_PROV_INFO_PROP_ID, keyInformation(*key, path));
+            nameKey(certificate, keyUri(*key, std::filesystem::path(path).parent_path()));
         }
         if (const toml::array* const addresses = table["ocsp"].as_array()) {
             if (Bytes const access = accessInformation(*addresses); !access.empty()) {

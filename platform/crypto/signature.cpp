@@ -16,8 +16,22 @@ namespace {
 constexpr int kMaximumSalt = 2048;        // octets; OpenSSL holds it against the modulus
 constexpr int kMinimumSecurityBits = 80;  // an RSA modulus of 1024 bits
 
-bool isKeyOfKind(EVP_PKEY* key, KeyKind kind) {
-    switch (kind) {
+// The three kinds of GOST keys share a kind in the table, which tells them apart by number.
+ALG_ID gostNumber(EVP_PKEY* key) {
+    switch (EVP_PKEY_get_base_id(key)) {
+        case NID_id_GostR3410_2001:
+            return CALG_GR3410EL;
+        case NID_id_GostR3410_2012_256:
+            return CALG_GR3410_12_256;
+        case NID_id_GostR3410_2012_512:
+            return CALG_GR3410_12_512;
+        default:
+            return 0;
+    }
+}
+
+bool fitsKey(const Algorithm& signature, EVP_PKEY* key) {
+    switch (signature.kind) {
         case KeyKind::kRsa:
             return EVP_PKEY_is_a(key, "RSA") == 1;
         case KeyKind::kRsaPss:  // an ordinary RSA key may make PSS signatures too
@@ -30,10 +44,8 @@ bool isKeyOfKind(EVP_PKEY* key, KeyKind kind) {
             return EVP_PKEY_is_a(key, "ED25519") == 1;
         case KeyKind::kEd448:
             return EVP_PKEY_is_a(key, "ED448") == 1;
-        case KeyKind::kGost: {
-            int const id = EVP_PKEY_get_base_id(key);
-            return id == NID_id_GostR3410_2001 || id == NID_id_GostR3410_2012_256 || id == NID_id_GostR3410_2012_512;
-        }
+        case KeyKind::kGost:
+            return gostNumber(key) == signature.publicKey;
         default:
             return false;
     }
@@ -153,7 +165,7 @@ DWORD verifySignature(const SignedBytes& what, EVP_PKEY* key) {
     if (key == nullptr) {
         return NTE_BAD_PUBLIC_KEY;
     }
-    if (!isKeyOfKind(key, scheme.row->kind)) {
+    if (!fitsKey(*scheme.row, key)) {
         return NTE_BAD_SIGNATURE;
     }
     if (!isStrong(key, scheme.row->kind)) {
@@ -198,7 +210,7 @@ DWORD makeSignature(ByteView message, const CRYPT_ALGORITHM_IDENTIFIER& algorith
     if (DWORD const code = findScheme(algorithm, scheme); code != 0) {
         return code;
     }
-    if (!isKeyOfKind(key, scheme.row->kind) || !isStrong(key, scheme.row->kind)) {
+    if (!fitsKey(*scheme.row, key) || !isStrong(key, scheme.row->kind)) {
         return NTE_BAD_ALGID;
     }
     DigestContextPtr const context(EVP_MD_CTX_new());

@@ -3,7 +3,7 @@
 #include <string>
 #include <vector>
 
-#include "tests/platform/certificate_fixture.h"
+#include "tests/platform/provider_fixture.h"
 #include "tests/platform/settings_fixture.h"
 #include "tests/support/pki.h"
 #include "tests/support/process.h"
@@ -14,6 +14,7 @@ namespace {
 using testkit::Bytes;
 using testkit::ContextPtr;
 using testkit::Pki;
+using testkit::ProviderPtr;
 using testkit::SettingsFile;
 namespace tlv = testkit::tlv;
 
@@ -170,39 +171,47 @@ TEST(Signature, TakesEveryFormOfSubjectAndIssuer) {
     EXPECT_EQ(check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, nullptr, 2, issuer.get()), E_INVALIDARG);
 }
 
-TEST(Signature, MadeWithAKeyFileIsAcceptedByItsCertificate) {
+// Whether the gost engine is installed, without which no hash of that family can be made.
+bool hasGost() {
+    DWORD size = 0;
+    return CryptHashCertificate(0, CALG_GR3411_2012_256, 0, nullptr, 0, nullptr, &size) != FALSE;
+}
+
+TEST(Signature, MadeByTheAlgorithmThatASignerChoosesIsAcceptedByItsCertificate) {
     struct Row {
         const char* name;
-        testkit::KeyKind kind;
-        const char* oid;
-        const char* wrongOid;
+        std::vector<std::string> options;
+        const char* chosen;
+        const char* other;  // fits another kind of key
     };
-    for (const Row& row : {Row{"RSA", testkit::KeyKind::kRsa2048, "1.2.840.113549.1.1.11", "1.2.840.10045.4.3.2"},
-                           Row{"P-256", testkit::KeyKind::kEcP256, "1.2.840.10045.4.3.2", "1.3.101.112"},
-                           Row{"Ed25519", testkit::KeyKind::kEd25519, "1.3.101.112", "1.2.840.113549.1.1.11"}}) {
+    std::vector<Row> rows{
+        {"RSA", {"-newkey", "rsa:2048"}, "1.2.840.113549.1.1.11", "1.2.840.10045.4.3.2"},
+        {"P-256", {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256"}, "1.2.840.10045.4.3.2", "1.3.101.112"},
+        {"P-384", {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-384"}, "1.2.840.10045.4.3.2", "1.3.101.112"},
+        {"Ed25519", {"-newkey", "ed25519"}, "1.3.101.112", "1.2.840.113549.1.1.11"},
+    };
+    if (hasGost()) {
+        std::vector<std::string> const gost{"-engine", "gost", "-pkeyopt", "paramset:A", "-newkey"};
+        rows.push_back({"GOST of 256 bits", gost, "1.2.643.7.1.1.3.2", "1.2.643.7.1.1.3.3"});
+        rows.back().options.insert(rows.back().options.end(), {"gost2012_256", "-md_gost12_256"});
+        rows.push_back({"GOST of 512 bits", gost, "1.2.643.7.1.1.3.3", "1.2.840.10045.4.3.2"});
+        rows.back().options.insert(rows.back().options.end(), {"gost2012_512", "-md_gost12_512"});
+    }
+    for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         testkit::TempDir const folder;
-        testkit::CertificateSpec spec;
-        spec.key = testkit::Key::make(row.kind);
-        testkit::Identity const signer = testkit::selfSigned(spec);
-        std::string const path = folder.write("signer key.pem", signer.key.pem());
-        std::wstring uri = L"file://" + std::wstring(path.begin(), path.end());
-        CRYPT_KEY_PROV_INFO info{};
-        info.pwszContainerName = uri.data();
-        ContextPtr const certificate = testkit::context(signer.certificate);
-        ASSERT_TRUE(CertSetCertificateContextProperty(certificate.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
-        HCRYPTPROV provider = 0;
-        DWORD keySpec = 0;
-        BOOL callerFrees = FALSE;
-        ASSERT_TRUE(CryptAcquireCertificatePrivateKey(certificate.get(), CRYPT_ACQUIRE_USE_PROV_INFO_FLAG, nullptr,
-                                                      &provider, &keySpec, &callerFrees));
-        EXPECT_TRUE(callerFrees);
+        ContextPtr const certificate = testkit::context(madeByCommand(folder, row.options));
+        ASSERT_NE(certificate, nullptr);
+        ASSERT_TRUE(crypto_set_key_uri(certificate.get(), folder.file("key.pem").c_str()));
+        ProviderPtr provider;
+        ASSERT_EQ(testkit::acquireKey(certificate.get(), provider), 0U);
+        std::string oid = testkit::chosenAlgorithm(provider, certificate.get());
+        EXPECT_EQ(oid, row.chosen);
         Bytes const message = tlv::sequence({tlv::integer(5)});
-        std::string oid = row.oid;
         CRYPT_ALGORITHM_IDENTIFIER algorithm{oid.data(), {}};
         DWORD size = 0;
         auto const sign = [&](BYTE* buffer) {
-            return CryptSignCertificate(provider, keySpec, X509_ASN_ENCODING, message.data(),
+            return CryptSignCertificate(provider.get(), AT_SIGNATURE, X509_ASN_ENCODING, message.data(),
                                         static_cast<DWORD>(message.size()), &algorithm, nullptr, buffer, &size);
         };
         ASSERT_TRUE(sign(nullptr));
@@ -221,13 +230,12 @@ TEST(Signature, MadeWithAKeyFileIsAcceptedByItsCertificate) {
         EXPECT_TRUE(check());
         made.SignatureInfo.Signature.cUnusedBits = 1;
         EXPECT_FALSE(check());
-        for (const char* refused : {row.wrongOid, "1.2.840.113549.1.1.4", "1.2.840.113549.1.1.5", "1.2.3"}) {
+        for (const char* refused : {row.other, "1.2.840.113549.1.1.4", "1.2.840.113549.1.1.5", "1.2.3"}) {
             std::string other = refused;
             algorithm.pszObjId = other.data();
             EXPECT_FALSE(sign(signature.data())) << refused;
             EXPECT_EQ(GetLastError(), NTE_BAD_ALGID) << refused;
         }
-        EXPECT_TRUE(CryptReleaseContext(provider, 0));
     }
 }
 
@@ -267,11 +275,12 @@ TEST(Signature, UsesTheGostEngineWhenItIsInstalled) {
     std::string const message = "012345678901234567890123456789012345678901234567890123456789012";
     Bytes hash(64);
     DWORD size = 64;
-    if (CryptHashCertificate(0, CALG_GR3411_2012_256, 0, reinterpret_cast<const BYTE*>(message.data()),
-                             static_cast<DWORD>(message.size()), hash.data(), &size) == FALSE) {
+    if (!hasGost()) {
         EXPECT_EQ(GetLastError(), NTE_BAD_ALGID);
         GTEST_SKIP() << "the gost engine is not installed";
     }
+    ASSERT_TRUE(CryptHashCertificate(0, CALG_GR3411_2012_256, 0, reinterpret_cast<const BYTE*>(message.data()),
+                                     static_cast<DWORD>(message.size()), hash.data(), &size));
     hash.resize(size);
     EXPECT_EQ(testkit::toHex(hash), "9d151eefd8590b89daa6ba6cb74af9275dd051026bb149a452fd84e5e57b5500");
     struct Row {

@@ -1,0 +1,263 @@
+// Private keys in files as the openssl command writes them: each form opens, nothing else does, and nobody is asked.
+#include <gtest/gtest.h>
+#include <openssl/pkcs12.h>
+#include <openssl/ui.h>
+#include <sys/stat.h>
+
+#include <filesystem>
+#include <string>
+#include <vector>
+
+#include "tests/platform/provider_fixture.h"
+#include "tests/platform/settings_fixture.h"
+#include "tests/platform/token_provider.h"
+#include "tests/support/pki.h"
+#include "tests/support/process.h"
+#include "tests/support/temp_dir.h"
+
+namespace {
+
+using testkit::acquireKey;
+using testkit::ContextPtr;
+using testkit::Identity;
+using testkit::Pki;
+using testkit::ProviderPtr;
+
+constexpr const char* kNoPin = nullptr;
+
+DWORD givePin(const ProviderPtr& provider, const char* pin) {
+    return CryptSetProvParam(provider.get(), PP_SIGNATURE_PIN, reinterpret_cast<const BYTE*>(pin), 0) != FALSE
+               ? 0
+               : GetLastError();
+}
+
+// What OpenSSL asks whoever gives no dialogue of his own: by default the terminal.
+int askTerminal(UI* /*dialogue*/, UI_STRING* /*question*/) {
+    ADD_FAILURE() << "somebody was asked at the terminal";
+    return -1;
+}
+
+class PrivateKey : public testing::Test {
+protected:
+    static void SetUpTestSuite() {
+        static UI_METHOD* const terminal = UI_create_method("terminal");
+        UI_method_set_reader(terminal, askTerminal);
+        UI_set_default_method(terminal);
+    }
+    // The last error of acquiring the key of `identity_` at `uri` and of giving its PIN, 0 for none.
+    DWORD open(const std::string& uri, const char* pin = kNoPin) {
+        EXPECT_TRUE(crypto_set_key_uri(certificate_.get(), uri.c_str()));
+        provider_.reset();
+        DWORD const code = acquireKey(certificate_.get(), provider_);
+        return code == 0 && pin != kNoPin ? givePin(provider_, pin) : code;
+    }
+    // 0, or the last error of using the key.
+    DWORD sign() {
+        std::string oid = testkit::chosenAlgorithm(provider_, certificate_.get());
+        CRYPT_ALGORITHM_IDENTIFIER algorithm{oid.data(), {}};
+        BYTE signature[512];
+        DWORD size = sizeof signature;
+        BOOL const made = CryptSignCertificate(provider_.get(), AT_SIGNATURE, X509_ASN_ENCODING, signature, 0,
+                                               &algorithm, nullptr, signature, &size);
+        return made != FALSE ? 0 : GetLastError();
+    }
+    // Runs "openssl ..." and gives the file it wrote.
+    std::string made(const std::string& name, std::vector<std::string> command) const {
+        command.insert(command.begin(), "openssl");
+        command.insert(command.end(), {"-out", folder_.file(name)});
+        EXPECT_EQ(testkit::run(command).exitStatus, 0) << name;
+        return folder_.file(name);
+    }
+    void use(const Identity& identity) {
+        identity_ = identity;
+        certificate_ = testkit::context(identity.certificate);
+        plain_ = folder_.write("plain.pem", identity.key.pem());
+        own_ = folder_.write("own.pem", identity.certificatePem());
+    }
+
+    testkit::TempDir folder_;
+    Identity identity_;
+    ContextPtr certificate_;
+    std::string plain_, own_;
+    ProviderPtr provider_;
+};
+
+TEST_F(PrivateKey, OpensFromEachFormThatOpensslWrites) {
+    Identity const other = Pki::shared().revoked;
+    std::string const otherPem = folder_.write("other.pem", other.key.pem());
+    for (auto const kind : {testkit::KeyKind::kRsa2048, testkit::KeyKind::kEcP256}) {
+        testkit::CertificateSpec spec;
+        spec.key = testkit::Key::make(kind);
+        use(testkit::selfSigned(spec));
+        std::string const bundle = folder_.write(
+            "bundle.pem", "A note\n" + identity_.certificatePem() + other.key.pem() + identity_.key.pem());
+        struct Row {
+            const char* name;
+            std::string uri;
+            const char* pin;  // null: opens without
+        };
+        std::string const traditional = made("old.pem", {"pkey", "-traditional", "-in", plain_});
+        Row const rows[] = {
+            {"PKCS #8", plain_, kNoPin},
+            {"by URI", "file://" + plain_, kNoPin},
+            {"by URI without authority", "FILE:" + plain_, kNoPin},
+            {"by URI with this host", "file://localhost" + plain_, kNoPin},
+            {"by relative path", std::filesystem::relative(plain_).string(), kNoPin},
+            {"PKCS #8, DER", made("p8.der", {"pkcs8", "-topk8", "-nocrypt", "-in", plain_, "-outform", "DER"}), kNoPin},
+            {"traditional", traditional, kNoPin},
+            {"traditional, DER", made("old.der", {"pkey", "-traditional", "-in", plain_, "-outform", "DER"}), kNoPin},
+            {"traditional, encrypted",
+             made("old2.pem", {"pkey", "-traditional", "-in", plain_, "-aes128", "-passout", "pass:12 ä"}), "12 ä"},
+            {"PKCS #8, encrypted", made("p8.pem", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:12 ä"}), "12 ä"},
+            {"PKCS #8, encrypted, DER",
+             made("p82.der", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:1234", "-outform", "DER"}), "1234"},
+            {"PKCS #12", made("k.p12", {"pkcs12", "-export", "-inkey", plain_, "-in", own_, "-passout", "pass:1ä"}),
+             "1ä"},
+            {"PKCS #12 without password",
+             made("n.p12", {"pkcs12", "-export", "-inkey", plain_, "-in", own_, "-passout", "pass:"}), kNoPin},
+            {"behind another key", bundle, kNoPin},
+        };
+        for (const Row& row : rows) {
+            SCOPED_TRACE(row.name);
+            if (row.pin != kNoPin) {
+                ASSERT_EQ(open(row.uri), 0U);
+                EXPECT_EQ(sign(), NTE_SILENT_CONTEXT);
+                for (const char* wrong : {"wrong", ""}) {
+                    EXPECT_EQ(givePin(provider_, wrong), SCARD_W_WRONG_CHV);
+                    EXPECT_EQ(sign(), NTE_SILENT_CONTEXT);
+                }
+                EXPECT_EQ(givePin(provider_, row.pin), 0U);
+            } else {
+                ASSERT_EQ(open(row.uri), 0U);
+                EXPECT_EQ(givePin(provider_, "not needed"), 0U);
+            }
+            EXPECT_EQ(sign(), 0U);
+        }
+    }
+}
+
+TEST_F(PrivateKey, OfAnotherCertificateIsRefusedAsSoonAsItIsSeen) {
+    use(Pki::shared().good);
+    Identity const& other = Pki::shared().revoked;
+    std::string const plain = folder_.write("other.pem", other.key.pem());
+    std::string const certificate = folder_.write("other.crt", other.certificatePem());
+    EXPECT_EQ(open(plain), NTE_BAD_PUBLIC_KEY);
+    std::string const locked = made("locked.pem", {"pkcs8", "-topk8", "-in", plain, "-passout", "pass:1234"});
+    std::string const pfx =
+        made("k.p12", {"pkcs12", "-export", "-inkey", plain, "-in", certificate, "-passout", "pass:1234"});
+    for (const std::string& file : {locked, pfx}) {
+        ASSERT_EQ(open(file), 0U) << file;
+        EXPECT_EQ(givePin(provider_, "1234"), NTE_BAD_PUBLIC_KEY) << file;
+        EXPECT_EQ(sign(), NTE_SILENT_CONTEXT) << file;
+    }
+}
+
+// The openssl command writes no such file, as keystores with several entries are.
+TEST_F(PrivateKey, IsPickedFromSeveralInOnePkcs12File) {
+    use(Pki::shared().good);
+    for (const char* pin : {"1234", kNoPin}) {
+        STACK_OF(PKCS12_SAFEBAG)* bags = nullptr;
+        for (const Identity* identity : std::initializer_list<const Identity*>{&Pki::shared().revoked, &identity_}) {
+            ASSERT_NE(PKCS12_add_key(&bags, identity->key.get(), 0, 2048, pin == kNoPin ? -1 : NID_aes_256_cbc, pin),
+                      nullptr);
+        }
+        STACK_OF(PKCS7)* safes = nullptr;
+        ASSERT_EQ(PKCS12_add_safe(&safes, bags, -1, 0, nullptr), 1);
+        PKCS12* const file = PKCS12_add_safes(safes, 0);
+        ASSERT_EQ(PKCS12_set_mac(file, pin, -1, nullptr, 0, 2048, EVP_sha256()), 1);
+        unsigned char* der = nullptr;
+        int const size = i2d_PKCS12(file, &der);
+        std::string const path = folder_.write("several.p12", std::string(der, der + size));
+        OPENSSL_free(der);
+        PKCS12_free(file);
+        sk_PKCS7_pop_free(safes, PKCS7_free);
+        sk_PKCS12_SAFEBAG_pop_free(bags, PKCS12_SAFEBAG_free);
+        EXPECT_EQ(open(path, pin), 0U);
+        EXPECT_EQ(sign(), 0U);
+        certificate_ = testkit::context(Pki::shared().ca.certificate);
+        EXPECT_EQ(open(path, pin), NTE_BAD_PUBLIC_KEY);
+        use(Pki::shared().good);
+    }
+}
+
+TEST_F(PrivateKey, OnATokenOpensWithOneTryOfThePin) {
+    use(Pki::shared().good);
+    EXPECT_EQ(open("pkcs11:token=test"), NTE_NOT_SUPPORTED);  // nobody serves it
+    {
+        testkit::TokenProvider const token({Pki::shared().revoked.key, identity_.key}, "1234");
+        ASSERT_EQ(open("pkcs11:token=test"), 0U);
+        EXPECT_EQ(sign(), NTE_SILENT_CONTEXT);
+        EXPECT_EQ(token.numWrongPins(), 0);
+        EXPECT_EQ(givePin(provider_, "4321"), SCARD_W_WRONG_CHV);
+        EXPECT_EQ(token.numWrongPins(), 1);
+        EXPECT_EQ(givePin(provider_, "1234"), 0U);
+        EXPECT_EQ(sign(), 0U);
+    }
+    testkit::TokenProvider const others({Pki::shared().revoked.key}, "");
+    EXPECT_EQ(open("pkcs11:token=test"), NTE_BAD_PUBLIC_KEY);
+    testkit::TokenProvider const empty({}, "");
+    EXPECT_EQ(open("pkcs11:token=test"), NTE_BAD_KEYSET);
+}
+
+TEST_F(PrivateKey, LeavesNoPinInTheTrace) {
+    use(Pki::shared().good);
+    std::string const trace = folder_.file("trace.log");
+    testkit::SettingsFile const settings("[trace]\nenabled = true\nfile = \"" + trace + "\"\n");
+    std::string const locked = made("p8.pem", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:right-secret"});
+    EXPECT_EQ(open(locked, "wrong-secret"), SCARD_W_WRONG_CHV);
+    EXPECT_EQ(givePin(provider_, "right-secret"), 0U);
+    EXPECT_EQ(open("pkcs11:token=test?pin-value=third-secret"), NTE_NOT_SUPPORTED);
+    testkit::Bytes const bytes = testkit::readFile(trace);
+    std::string const text(bytes.begin(), bytes.end());
+    EXPECT_NE(text.find("pkcs11"), std::string::npos);
+    EXPECT_EQ(text.find("secret"), std::string::npos) << text;
+}
+
+TEST_F(PrivateKey, FailsWithTheReasonWhereThereIsNone) {
+    use(Pki::shared().good);
+    EXPECT_EQ(acquireKey(certificate_.get(), provider_), CRYPT_E_NO_KEY_PROPERTY);
+    std::string const pipe = folder_.file("pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), S_IRUSR), 0);
+    std::string const huge = folder_.write("huge.pem", identity_.key.pem());
+    std::filesystem::resize_file(huge, std::uintmax_t{1} << 40);
+    std::string rubbish;
+    for (unsigned int i = 0; rubbish.size() < 500000; ++i) {
+        rubbish += static_cast<char>(i * i * 2654435761U >> 13U);
+    }
+    std::string const certificates =
+        made("c.p12", {"pkcs12", "-export", "-nokeys", "-in", own_, "-passout", "pass:1234"});
+    struct Row {
+        std::string uri;
+        DWORD error;
+    };
+    Row const rows[] = {
+        {folder_.file("missing.pem"), NTE_BAD_KEYSET},
+        {folder_.path().string(), NTE_BAD_KEYSET},
+        {pipe, NTE_BAD_KEYSET},
+        {"/dev/zero", NTE_BAD_KEYSET},
+        {huge, NTE_BAD_KEYSET},
+        {folder_.write("empty", ""), NTE_BAD_KEYSET},
+        {folder_.write("rubbish.der", rubbish), NTE_BAD_KEYSET},
+        {folder_.write("cut.pem", identity_.key.pem().substr(0, 90)), NTE_BAD_KEYSET},
+        {own_, NTE_BAD_KEYSET},
+        {"file://elsewhere/key.pem", NTE_NOT_SUPPORTED},
+        {"tpm2:handle=1", NTE_NOT_SUPPORTED},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(open(row.uri), row.error) << row.uri;
+    }
+    EXPECT_EQ(open(certificates, "1234"), NTE_BAD_KEYSET);
+    HCRYPTPROV keyless = 0;
+    ASSERT_TRUE(CryptAcquireContextA(&keyless, nullptr, nullptr, PROV_RSA_AES, CRYPT_VERIFYCONTEXT));
+    provider_.reset(keyless);
+    EXPECT_EQ(sign(), NTE_NO_KEY);
+    EXPECT_EQ(givePin(provider_, "1234"), NTE_NO_KEY);
+    EXPECT_FALSE(CryptSetProvParam(keyless, 99, nullptr, 0));
+    EXPECT_EQ(GetLastError(), NTE_BAD_TYPE);
+    for (const char* text : {"", "\xFF", static_cast<const char*>(nullptr)}) {
+        EXPECT_FALSE(crypto_set_key_uri(certificate_.get(), text));
+        EXPECT_EQ(GetLastError(), E_INVALIDARG);
+    }
+}
+
+}  // namespace

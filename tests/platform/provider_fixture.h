@@ -1,0 +1,62 @@
+// Providers for tests, and the use that a signer makes of them.
+#pragma once
+
+#include <string>
+#include <utility>
+
+#include "tests/platform/certificate_fixture.h"
+
+namespace testkit {
+
+// Handles of providers are numbers, so no smart pointer fits.
+class ProviderPtr {
+public:
+    explicit ProviderPtr(HCRYPTPROV provider = 0) : provider_(provider) {}
+    ProviderPtr(ProviderPtr&& other) noexcept : provider_(std::exchange(other.provider_, 0)) {}
+    ~ProviderPtr() { reset(); }
+    HCRYPTPROV get() const { return provider_; }
+    void reset(HCRYPTPROV provider = 0) {
+        if (provider_ != 0) {
+            CryptReleaseContext(provider_, 0);
+        }
+        provider_ = provider;
+    }
+
+private:
+    HCRYPTPROV provider_;
+};
+
+/// Acquires the private key of a certificate: 0 with the provider, or the last error.
+inline DWORD acquireKey(PCCERT_CONTEXT certificate, ProviderPtr& provider) {
+    HCRYPTPROV handle = 0;
+    DWORD keySpec = 0;
+    BOOL callerFrees = FALSE;
+    if (CryptAcquireCertificatePrivateKey(certificate, CRYPT_ACQUIRE_USE_PROV_INFO_FLAG, nullptr, &handle, &keySpec,
+                                          &callerFrees) == FALSE) {
+        return GetLastError();
+    }
+    provider.reset(handle);
+    return keySpec == AT_SIGNATURE && callerFrees != FALSE ? 0 : E_INVALIDARG;
+}
+
+/// The signature algorithm that a signer takes: that of the first hash listed that makes a signature with the key.
+inline std::string chosenAlgorithm(const ProviderPtr& provider, PCCERT_CONTEXT certificate) {
+    DWORD const listed = CertOIDToAlgId(certificate->pCertInfo->SubjectPublicKeyInfo.Algorithm.pszObjId);
+    DWORD const key = listed == CALG_RSA_KEYX ? CALG_RSA_SIGN : listed;
+    BYTE entry[32];
+    DWORD size = sizeof entry;
+    DWORD flag = CRYPT_FIRST;
+    while (CryptGetProvParam(provider.get(), PP_ENUMALGS, entry, &size, flag) != FALSE) {
+        flag = 0;
+        PCCRYPT_OID_INFO const hash = CryptFindOIDInfo(CRYPT_OID_INFO_ALGID_KEY, entry, CRYPT_HASH_ALG_OID_GROUP_ID);
+        ALG_ID pair[2] = {hash == nullptr ? 0 : hash->Algid, key};
+        PCCRYPT_OID_INFO const found =
+            hash == nullptr ? nullptr : CryptFindOIDInfo(CRYPT_OID_INFO_SIGN_KEY, pair, CRYPT_SIGN_ALG_OID_GROUP_ID);
+        if (found != nullptr) {
+            return found->pszOID;
+        }
+    }
+    return {};
+}
+
+}  // namespace testkit
