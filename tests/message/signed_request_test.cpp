@@ -27,11 +27,7 @@ protected:
     ATL::CCryptProv providerFor(const Identity& identity) {
         const ATL2::CCertContext context = ATL2::CCertContext::adopt(CertCreateCertificateContext(
             X509_ASN_ENCODING, identity.certificate.data(), static_cast<DWORD>(identity.certificate.size())));
-        const std::string path = "file://" + folder_.write("key.pem", identity.key.pem());
-        std::wstring container(path.begin(), path.end());
-        CRYPT_KEY_PROV_INFO info{};
-        info.pwszContainerName = container.data();
-        EXPECT_TRUE(CertSetCertificateContextProperty(context.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
+        EXPECT_TRUE(crypto_set_key_uri(context.get(), folder_.write("key.pem", identity.key.pem()).c_str()));
         HCRYPTPROV provider = 0;
         BOOL callerFrees = FALSE;
         EXPECT_TRUE(CryptAcquireCertificatePrivateKey(context.get(), 2, nullptr, &provider, &keySpec_, &callerFrees));
