@@ -43,8 +43,8 @@ int decodeChoice(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
             continue;
         }
         ASN1TagType tagType = (member.flags & kExplicit) != 0 ? TAG_EXPLICIT : TAG_IMPLICIT;
-        if (member.tag == 0) {
-            xu_RestoreBufferState(ctxt, nullptr);  // an untagged CHOICE or open type reads its header itself
+        if (readsOwnHeader(member)) {
+            xu_RestoreBufferState(ctxt, nullptr);
             tagType = TAG_EXPLICIT;
         }
         status = decodeMember(ctxt, member, record, tagType, length);

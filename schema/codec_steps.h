@@ -83,6 +83,11 @@ struct ArrayRecord {
     void* elem;
 };
 
+/// An untagged CHOICE and a value that is kept raw read their header themselves, also when the tag has been looked at.
+inline bool readsOwnHeader(const MemberInfo& member) {
+    return member.tag == 0 || (member.kind == Kind::OpenType && (member.flags & kOwnTag) == 0);
+}
+
 /// Octets that the value of the member takes, behind a pointer or as an element.
 std::size_t storageSize(const MemberInfo& member);
 

@@ -70,7 +70,7 @@ struct MemberInfo {
     std::uint8_t flags = 0;
     std::uint8_t bit = 0;              ///< number of the presence bit in `m` when kOptional
     std::uint8_t universal = 0;        ///< universal tag number of a CharString
-    std::uint32_t tag = 0;             ///< outermost tag word on the wire; 0 for an open type or an untagged CHOICE
+    std::uint32_t tag = 0;             ///< outermost tag word on the wire; 0 for any element and for an untagged CHOICE
     std::uint32_t offset = 0;          ///< of the value (or of the pointer to it) in the record; 0 for an element
     std::uint32_t lower = 0;           ///< bounds when kBounded, both inclusive
     std::uint32_t upper = kUnbounded;  ///<

@@ -27,12 +27,12 @@ bool isWritten(const TypeInfo& type, const MemberInfo& member, const void* recor
     return true;
 }
 
-/// Whether an untagged CHOICE that may be absent is there. Other types are tried instead; a CHOICE would answer
-/// STATUS_BAD_CHOICE for its own absence.
-bool isChoiceAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
+/// Whether an untagged CHOICE or a raw value that may be absent is there. Other types are tried instead; a CHOICE would
+/// answer STATUS_BAD_CHOICE for its own absence, and a raw value would take any element for itself.
+bool isAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
     std::uint32_t tag = 0;
     int length = 0;
-    return xd_tag_len(ctxt, &tag, &length, 0) != 0 || acceptsTag(*member.type, tag);
+    return xd_tag_len(ctxt, &tag, &length, 0) != 0 || acceptsTag(member, tag);
 }
 
 /// The member at this position when it is there: sets `isThere`. An untagged OPTIONAL member is tried, and a mismatch
@@ -52,7 +52,8 @@ int decodeAtPosition(ASN1CTXT* ctxt, const MemberInfo& member, void* record, boo
         }
         return decodeOwnTag(ctxt, member, record);
     }
-    if (mayBeAbsent && member.kind == Kind::Choice && !isChoiceAhead(ctxt, member)) {
+    const bool isTold = member.kind == Kind::Choice || member.kind == Kind::OpenType;
+    if (mayBeAbsent && isTold && !isAhead(ctxt, member)) {
         isThere = false;
         return 0;
     }

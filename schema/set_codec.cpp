@@ -21,8 +21,8 @@ const MemberInfo* findMember(const TypeInfo& type, std::uint32_t tag) {
 }
 
 int decodeFound(ASN1CTXT* ctxt, const MemberInfo& member, void* record, int length) {
-    if (member.tag == 0) {
-        xu_RestoreBufferState(ctxt, nullptr);  // an untagged CHOICE or open type reads its header itself
+    if (readsOwnHeader(member)) {
+        xu_RestoreBufferState(ctxt, nullptr);
         return decodeMember(ctxt, member, record, TAG_EXPLICIT, 0);
     }
     return decodeMember(ctxt, member, record, (member.flags & kExplicit) != 0 ? TAG_EXPLICIT : TAG_IMPLICIT, length);

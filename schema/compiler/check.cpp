@@ -107,7 +107,7 @@ void checkPresenceBits(const Type& type, Diagnostics& diagnostics) {
     }
 }
 
-// Every tag by which a use can begin; none for an open type, which begins with any.
+// Every tag by which a use can begin; none for a value of any type, which begins with any.
 using TagKey = std::pair<TagClass, std::uint32_t>;
 void collectFirstTags(const Use& use, std::vector<TagKey>& keys, int depth) {
     const WireTags tags = wireTags(use);
@@ -116,6 +116,10 @@ void collectFirstTags(const Use& use, std::vector<TagKey>& keys, int depth) {
         return;
     }
     const Use* const base = underlying(use);
+    if (const Type* const keptRaw = typeKeptRaw(use)) {
+        collectFirstTags(keptRaw->use, keys, depth);
+        return;
+    }
     if (universalTag(base->kind) != 0) {
         keys.emplace_back(TagClass::Universal, universalTag(base->kind));
         return;

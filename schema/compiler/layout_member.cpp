@@ -202,6 +202,13 @@ void describeTag(const Use& use, MemberLayout& member) {
     constexpr std::uint32_t kConstructed = 0x20000000;
     const Kind kind = underlyingKind(use);
     const WireTags tags = wireTags(use);
+    const Type* const keptRaw = typeKeptRaw(use);
+    if (tags.written.empty() && keptRaw != nullptr) {
+        MemberLayout read;
+        describeTag(keptRaw->use, read);
+        member.tag = read.tag;
+        return;
+    }
     if (tags.written.empty()) {
         member.tag = universalTag(kind) | (isConstructed(kind) ? kConstructed : 0);
         return;

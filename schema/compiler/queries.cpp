@@ -39,6 +39,18 @@ const Type* underlyingType(const Use& use) {
     return nullptr;
 }
 
+const Type* typeKeptRaw(const Use& use) {
+    const Use* at = underlying(use);
+    for (int i = 0; i < kMaxAliases && at->kind == Kind::Open && at->type != nullptr; ++i) {
+        const Use* const inner = underlying(at->type->use);
+        if (inner->kind != Kind::Open) {
+            return at->type;
+        }
+        at = inner;
+    }
+    return nullptr;
+}
+
 bool isUntagged(const Use& use) {
     const Use* at = &use;
     for (int i = 0; i < kMaxAliases && at->tags.empty(); ++i) {

@@ -17,6 +17,9 @@ Kind underlyingKind(const Use& use);
 // The type that is structured in the end (its own kind is not Named), or null.
 const Type* underlyingType(const Use& use);
 
+// What would stand in place of an open type were it not kept raw; null when that is any type, or spelled out in place.
+const Type* typeKeptRaw(const Use& use);
+
 // True when the use itself has no tag to be told by: a CHOICE or an open type under no tag.
 bool isUntagged(const Use& use);
 

@@ -119,10 +119,16 @@ void RandomValue::fillPrimitive(const MemberInfo& member, void* slot) {
             break;
         }
         case Kind::OpenType:
-        case Kind::TypedValue:
-            *static_cast<ASN1TOpenType*>(slot) = {sizeof kElement, octets(sizeof kElement)};
-            std::memcpy(const_cast<std::uint8_t*>(static_cast<ASN1TOpenType*>(slot)->data), kElement, sizeof kElement);
+        case Kind::TypedValue: {
+            std::uint8_t* element = octets(sizeof kElement);
+            std::memcpy(element, kElement, sizeof kElement);
+            if (member.tag != 0 && (member.flags & schema::kOwnTag) == 0) {
+                // told by the tag of the type that is kept raw
+                element[0] = static_cast<std::uint8_t>(member.tag >> 24 | (member.tag & 0x1FU));
+            }
+            *static_cast<ASN1TOpenType*>(slot) = {sizeof kElement, element};
             break;
+        }
         default:
             fillString(member, slot);
             break;
