@@ -5,6 +5,10 @@
 
 #include "schema/generated/attribute_certificates.h"
 #include "schema/generated/attributes.h"
+#include "schema/generated/cmp.h"
+#include "schema/generated/cms.h"
+#include "schema/generated/crmf.h"
+#include "schema/generated/dvcs.h"
 #include "schema/generated/electronic_signatures.h"
 #include "schema/generated/enrollment.h"
 #include "schema/generated/extensions.h"
@@ -14,6 +18,8 @@
 #include "schema/generated/ocsp.h"
 #include "schema/generated/product_types.h"
 #include "schema/generated/qualified_certificates.h"
+#include "schema/generated/smime.h"
+#include "schema/generated/tsp.h"
 #include "schema/generated/x400_addresses.h"
 
 namespace schematest {

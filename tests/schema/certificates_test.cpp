@@ -148,7 +148,7 @@ TEST_F(Certificates, ExtensionsFollowTheirRules) {
         {"known, enumerated beyond", extension("2.5.29.21", tlv::enumerated(11)), STATUS_BAD_ENUM},
         {"known, NULL", extension("1.2.643.2.2.47.1", tlv::null()), 0},
         {"known, not NULL", extension("1.2.643.2.2.47.1", tlv::integer(1)), STATUS_TAG_MISMATCH},
-        {"known, carried raw", extension("1.2.643.2.2.47.3", tlv::integer(1)), 0},
+        {"known, no message", extension("1.2.643.2.2.47.3", tlv::integer(1)), STATUS_TAG_MISMATCH},
         {"unknown", extension("2.5.29.99", fromHex("FF FF")), 0},
         {"nameConstraints under its key here", extension("2.5.29.30.1", tlv::integer(1)), STATUS_TAG_MISMATCH},
         {"critical false written out",
