@@ -35,6 +35,13 @@ std::uint8_t* RandomValue::octets(std::uint32_t size) {
     return data;
 }
 
+/// Unused bits are zero: they would be written as they are.
+std::uint8_t* RandomValue::bits(std::uint32_t size) {
+    std::uint8_t* data = octets(size / 8);
+    data[size / 8] &= static_cast<std::uint8_t>(0xFF00U >> size % 8);
+    return data;
+}
+
 const char* RandomValue::text(std::uint32_t size) {
     std::uint8_t* data = octets(size);
     for (std::uint32_t i = 0; i < size; ++i) {
@@ -70,8 +77,7 @@ void RandomValue::fillString(const MemberInfo& member, void* slot) {
             break;
         }
         case Kind::BitString:
-            // whole octets: padding bits would be written as they are
-            *static_cast<ASN1TDynBitStr*>(slot) = {(length + 7) / 8 * 8, octets((length + 7) / 8)};
+            *static_cast<ASN1TDynBitStr*>(slot) = {length, bits(length)};
             break;
         case Kind::BmpString:
             *static_cast<ASN1T16BitCharStr*>(slot) = {length, reinterpret_cast<std::uint16_t*>(octets(2 * length))};
@@ -93,14 +99,13 @@ void RandomValue::fillPrimitive(const MemberInfo& member, void* slot) {
             break;
         case Kind::Null:
             break;
-        case Kind::Integer:
-            *static_cast<std::uint32_t*>(slot) = static_cast<std::uint32_t>(engine_());
-            break;
+        case Kind::Integer:  // bounds are signed; what lies between them wraps round in the same way
         case Kind::Unsigned:
         case Kind::Enumerated:
             *static_cast<std::uint32_t*>(slot) =
-                member.lower + (member.upper == schema::kUnbounded ? static_cast<std::uint32_t>(engine_())
-                                                                   : below(member.upper - member.lower + 1));
+                (member.flags & schema::kBounded) == 0 || member.upper - member.lower == schema::kUnbounded
+                    ? static_cast<std::uint32_t>(engine_())
+                    : member.lower + below(member.upper - member.lower + 1);
             break;
         case Kind::BigInteger: {
             static const char* const kNumbers[] = {"0x0", "0x7f", "0x080", "0xff",

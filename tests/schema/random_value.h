@@ -32,6 +32,7 @@ private:
     void fillPrimitive(const schema::MemberInfo& member, void* slot);
     void fillString(const schema::MemberInfo& member, void* slot);
     std::uint8_t* octets(std::uint32_t size);
+    std::uint8_t* bits(std::uint32_t size);
     const char* text(std::uint32_t size);
     std::uint32_t below(std::uint32_t limit) { return static_cast<std::uint32_t>(engine_() % limit); }
     std::uint32_t size(const schema::MemberInfo& member);
