@@ -8,15 +8,33 @@
 
 namespace tallow::cli {
 
-std::string subjectOf(_CERT_CONTEXT const* certificate) {
-    CERT_NAME_BLOB const& subject = certificate->pCertInfo->Subject;
+std::string nameText(unsigned char const* der, std::size_t size) {
     try {
         Orvane::ASN1::CName name;
-        name.decode(Orvane::CBlob(subject.pbData, subject.cbData));
+        name.decode(Orvane::CBlob(der, size));
         return utf8(name.toString().c_str());
     } catch (...) {
         return {};
     }
+}
+
+std::string subjectOf(_CERT_CONTEXT const* certificate) {
+    CERT_NAME_BLOB const& subject = certificate->pCertInfo->Subject;
+    return nameText(subject.pbData, subject.cbData);
+}
+
+std::string issuerNameOf(_CERT_CONTEXT const* certificate) {
+    CERT_NAME_BLOB const& issuer = certificate->pCertInfo->Issuer;
+    return nameText(issuer.pbData, issuer.cbData);
+}
+
+std::string thumbprintOf(_CERT_CONTEXT const* certificate) {
+    unsigned char hash[64];
+    DWORD size = sizeof hash;
+    if (!CertGetCertificateContextProperty(certificate, CERT_SHA1_HASH_PROP_ID, hash, &size)) {
+        return {};
+    }
+    return Orvane::CBlob(hash, size).writeToHexString(0).c_str();
 }
 
 std::string serialOf(_CERT_CONTEXT const* certificate) {
@@ -45,6 +63,12 @@ std::string reasonText(const Orvane::ASN1::CrlReason* reason) {
     }
     const auto number = static_cast<std::size_t>(*reason);
     return number < std::size(kNames) ? kNames[number] : std::to_string(number);
+}
+
+std::string responseStatusText(std::uint32_t status) {
+    constexpr const char* kNames[] = {"successful", "malformedRequest", "internalError", "tryLater",
+                                      "4",          "sigRequired",      "unauthorized"};
+    return status < std::size(kNames) ? kNames[status] : std::to_string(status);
 }
 
 }  // namespace tallow::cli

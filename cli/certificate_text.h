@@ -1,6 +1,7 @@
 // What the command shows of certificates and answers, as text.
 #pragma once
 
+#include <cstdint>
 #include <string>
 
 #include "asn1/crl_reason.h"
@@ -11,6 +12,12 @@ namespace tallow::cli {
 
 /// The subject name; empty when it cannot be shown, which must not keep the answer from being shown.
 std::string subjectOf(_CERT_CONTEXT const* certificate);
+std::string issuerNameOf(_CERT_CONTEXT const* certificate);
+/// The same of a DER Name.
+std::string nameText(unsigned char const* der, std::size_t size);
+
+/// SHA-1 of the certificate, hexadecimal.
+std::string thumbprintOf(_CERT_CONTEXT const* certificate);
 
 /// Hexadecimal, most significant octet first.
 std::string serialOf(_CERT_CONTEXT const* certificate);
@@ -20,5 +27,8 @@ std::string iso8601(const Orvane::CDateTime* time);
 
 /// As RFC 5280 section 5.3.1 spells it; the number for one without a name. Null gives an empty text.
 std::string reasonText(const Orvane::ASN1::CrlReason* reason);
+
+/// As RFC 6960 section 4.2.1 spells it; the number for one without a name.
+std::string responseStatusText(std::uint32_t status);
 
 }  // namespace tallow::cli

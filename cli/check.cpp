@@ -134,20 +134,6 @@ void Check::fail(CheckError error) {
 
 }  // namespace
 
-const char* nameOf(CertificateState state) {
-    switch (state) {
-        case CertificateState::kGood:
-            return "good";
-        case CertificateState::kRevoked:
-            return "revoked";
-        case CertificateState::kUnknown:
-            return "unknown";
-        case CertificateState::kError:
-            break;
-    }
-    return "error";
-}
-
 std::vector<CheckResult> runCheck(const CheckOptions& options) {
     for (const std::string& path : {options.saveRequest, options.saveResponse}) {
         if (!path.empty()) {
@@ -164,16 +150,4 @@ std::vector<CheckResult> runCheck(const CheckOptions& options) {
     }
     return results;
 }
-
-int exitStatusOf(const std::vector<CheckResult>& results) {
-    const auto any = [&results](auto holds) { return std::any_of(results.begin(), results.end(), holds); };
-    if (any([](const CheckResult& r) { return r.state == CertificateState::kRevoked; })) {
-        return kExitRevoked;
-    }
-    if (any([](const CheckResult& r) { return r.state == CertificateState::kError || r.unsaved; })) {
-        return kExitNoAnswer;
-    }
-    return any([](const CheckResult& r) { return r.state == CertificateState::kUnknown; }) ? kExitUnknown : kExitGood;
-}
-
 }  // namespace tallow::cli

@@ -12,8 +12,4 @@ namespace tallow::cli {
 /// about: nothing was asked then.
 std::vector<CheckResult> runCheck(const CheckOptions& options);
 
-/// 1 when one is revoked, else 3 when for one no trusted answer was had (or an answer could not be saved as wanted),
-/// else 2 when one is unknown, else 0.
-int exitStatusOf(const std::vector<CheckResult>& results);
-
 }  // namespace tallow::cli

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tallow::cli {
 
@@ -33,5 +34,9 @@ struct CheckResult {
     std::optional<CheckError> error;    // always with kError
     std::optional<CheckError> unsaved;  // why request or response were not written to the file wanted
 };
+
+/// 1 when one is revoked, else 3 when for one no trusted answer was had (or an answer could not be saved as wanted),
+/// else 2 when one is unknown, else 0. No result at all is no trusted answer.
+int exitStatusOf(const std::vector<CheckResult>& results);
 
 }  // namespace tallow::cli

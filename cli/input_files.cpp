@@ -1,12 +1,15 @@
 #include "cli/input_files.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
+#include <initializer_list>
 #include <string_view>
 
+#include "handles/cert_store.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
@@ -17,7 +20,7 @@ constexpr std::size_t kLargestFile = 64U << 20;  // a bundle of all public roots
 constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kDashes = "-----";
 
-std::string readWhole(const std::string& path) {
+std::string readWhole(const std::string& path, std::size_t largest = kLargestFile) {
     std::error_code error;
     if (std::filesystem::is_directory(path, error)) {
         throw InputError(path, "is a folder; name a file", status::kFileCorrupt);
@@ -31,8 +34,9 @@ std::string readWhole(const std::string& path) {
     char part[65536];
     while (file.read(part, sizeof part) || file.gcount() > 0) {
         content.append(part, static_cast<std::size_t>(file.gcount()));
-        if (content.size() > kLargestFile) {
-            throw InputError(path, "is too large; name a certificate file", status::kInvalidData);
+        if (content.size() > largest) {
+            throw InputError(path, "is too large, more than " + std::to_string(largest) + " octets",
+                             status::kInvalidData);
         }
     }
     if (content.empty()) {
@@ -70,10 +74,15 @@ std::string decodeBlock(std::string_view text, const std::string& path) {
     throw InputError(path, "holds a PEM block that is broken; get the file anew", status::kInvalidData);
 }
 
-// The PEM blocks of the file, or the whole file as one block without a label. Only blocks with the wanted label are
+using Labels = std::initializer_list<std::string_view>;
+
+bool isOneOf(std::string_view label, Labels labels) {
+    return std::find(labels.begin(), labels.end(), label) != labels.end();
+}
+
+// The PEM blocks of the content, or all of it as one block without a label. Only blocks with a wanted label are
 // decoded; of others the label is all that is needed, to say what the file holds instead.
-std::vector<Block> readBlocks(const std::string& path, std::string_view wanted) {
-    const std::string content = readWhole(path);
+std::vector<Block> splitBlocks(const std::string& path, const std::string& content, Labels wanted) {
     std::vector<Block> blocks;
     std::size_t begin = isDer(content) ? std::string::npos : content.find(kBegin);
     if (begin == std::string::npos) {
@@ -92,7 +101,7 @@ std::vector<Block> readBlocks(const std::string& path, std::string_view wanted) 
             throw InputError(path, "holds a PEM block without its end; get the file anew", status::kInvalidData);
         }
         const std::size_t next = endAt + end.size();
-        if (block.label == wanted) {
+        if (isOneOf(block.label, wanted)) {
             block.der = decodeBlock(std::string_view(content).substr(begin, next - begin), path);
         }
         blocks.push_back(std::move(block));
@@ -103,7 +112,7 @@ std::vector<Block> readBlocks(const std::string& path, std::string_view wanted) 
 
 // The blocks with the wanted label, or the DER file; at least one.
 std::vector<std::string> readDer(const std::string& path, std::string_view wanted, const char* what) {
-    const std::vector<Block> blocks = readBlocks(path, wanted);
+    const std::vector<Block> blocks = splitBlocks(path, readWhole(path), {wanted});
     std::vector<std::string> found;
     for (const Block& block : blocks) {
         if (block.label.empty() || block.label == wanted) {
@@ -115,6 +124,48 @@ std::vector<std::string> readDer(const std::string& path, std::string_view wante
                          status::kInvalidData);
     }
     return found;
+}
+
+ATL2::CCertContext certificateOf(const std::string& der) {
+    return ATL2::CCertContext::adopt(CertCreateCertificateContext(
+        X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(der.data()), static_cast<DWORD>(der.size())));
+}
+
+bool isCrl(const std::string& der) {
+    ATL2::CCertStore store;
+    return store.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr) == 0 &&
+           CertAddEncodedCRLToStore(store.get(), X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(der.data()),
+                                    static_cast<DWORD>(der.size()), CERT_STORE_ADD_ALWAYS, nullptr) != 0;
+}
+
+// Base64 of a whole message, in one line or several. Empty when it is none.
+std::string decodeBase64(const std::string& text) {
+    DWORD size = 0;
+    const auto length = static_cast<DWORD>(text.size());
+    std::string der;
+    if (CryptStringToBinaryA(text.data(), length, CRYPT_STRING_BASE64, nullptr, &size, nullptr, nullptr)) {
+        der.resize(size);
+        CryptStringToBinaryA(text.data(), length, CRYPT_STRING_BASE64, reinterpret_cast<BYTE*>(der.data()), &size,
+                             nullptr, nullptr);
+    }
+    return der;
+}
+
+std::string messageIn(const std::string& path, std::string content) {
+    const Labels labels = {"OCSP REQUEST", "OCSP RESPONSE"};
+    const std::vector<Block> blocks = splitBlocks(path, content, labels);
+    for (const Block& block : blocks) {
+        if (isOneOf(block.label, labels)) {
+            return block.der;
+        }
+    }
+    if (!blocks.front().label.empty()) {
+        throw InputError(path, "holds \"" + blocks.front().label + "\"; name a file with an OCSP request or response",
+                         status::kInvalidData);
+    }
+    constexpr char kSequence = 0x30;  // no base64 of a message begins so: its first octet would be another
+    std::string der = content.front() == kSequence ? std::string() : decodeBase64(content);
+    return der.empty() ? std::move(content) : std::move(der);
 }
 
 // Where the octets go first. A device or a pipe is written to as it is: renaming would put a file in its place. What a
@@ -142,8 +193,7 @@ Target targetOf(const std::string& path) {
 std::vector<ATL2::CCertContext> readCertificates(const std::string& path) {
     std::vector<ATL2::CCertContext> certificates;
     for (const std::string& der : readDer(path, "CERTIFICATE", "a certificate")) {
-        certificates.push_back(ATL2::CCertContext::adopt(CertCreateCertificateContext(
-            X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(der.data()), static_cast<DWORD>(der.size()))));
+        certificates.push_back(certificateOf(der));
         if (!certificates.back()) {
             throw InputError(path, "is not a certificate; name one in PEM or DER", status::kAsn1Error);
         }
@@ -153,6 +203,26 @@ std::vector<ATL2::CCertContext> readCertificates(const std::string& path) {
 
 std::vector<std::string> readCrls(const std::string& path) {
     return readDer(path, "X509 CRL", "a CRL");
+}
+
+StoreContent readStoreContent(const std::string& path) {
+    StoreContent content;
+    for (const Block& block : splitBlocks(path, readWhole(path), {"CERTIFICATE", "X509 CERTIFICATE", "X509 CRL"})) {
+        ATL2::CCertContext certificate = certificateOf(block.der);
+        if (certificate) {
+            content.certificates.push_back(std::move(certificate));
+        } else if (isCrl(block.der)) {
+            content.crls.push_back(block.der);
+        } else {
+            ++content.numOthers;
+        }
+    }
+    return content;
+}
+
+Orvane::CBlob readMessage(const std::string& path, std::size_t largest) {
+    const std::string message = messageIn(path, readWhole(path, largest));
+    return {reinterpret_cast<const unsigned char*>(message.data()), message.size()};
 }
 
 void writeWhole(const std::string& path, const unsigned char* data, std::size_t size) {

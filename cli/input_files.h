@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "foundation/blob.h"
 #include "handles/cert_context.h"
 #include "handles/status.h"
 
@@ -31,6 +32,20 @@ std::vector<ATL2::CCertContext> readCertificates(const std::string& path);
 
 /// The DER CRLs of a file, in the same manner. What stands in them is not examined.
 std::vector<std::string> readCrls(const std::string& path);
+
+/// Both, of a file that may hold certificates, CRLs and other things, also none: what cannot be used is passed over.
+/// Throws InputError when the file cannot be read.
+struct StoreContent {
+    std::vector<ATL2::CCertContext> certificates;
+    std::vector<std::string> crls;
+    std::size_t numOthers = 0;  // blocks of another kind, and broken ones
+};
+StoreContent readStoreContent(const std::string& path);
+
+/// The octets of an OCSP message: DER, the first OCSP REQUEST or OCSP RESPONSE block of PEM text, or base64 alone. What
+/// they mean is not examined. Throws InputError when the file cannot be read, holds other PEM blocks only, or is larger
+/// than `largest` octets.
+Orvane::CBlob readMessage(const std::string& path, std::size_t largest);
 
 /// Writes the octets beside the file and renames: the file is there whole or as it was. Throws InputError.
 void writeWhole(const std::string& path, const unsigned char* data, std::size_t size);

@@ -1,4 +1,4 @@
-// The command: reads the command line, checks, prints. Nothing but the result goes to standard output.
+// The command: reads the command line, runs what it names, prints. Nothing but the result goes to standard output.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -8,10 +8,15 @@
 #include "cli/check.h"
 #include "cli/input_files.h"
 #include "cli/options.h"
-#include "cli/output.h"
+#include "cli/outcome.h"
 #include "cli/safe_text.h"
+#include "cli/settings.h"
+#include "cli/show.h"
+#include "cli/store.h"
 
 namespace {
+
+using namespace tallow::cli;
 
 // A stream that the caller closed would be opened anew as a file or a socket of ours, and the result written there.
 // Open for reading alone, so that writing the result fails and is noticed.
@@ -23,28 +28,37 @@ bool occupyStandardStreams() {
     return opened > 2 && ::close(opened) == 0;
 }
 
+struct Run {
+    Outcome operator()(const CheckOptions& options) const { return outcomeOf(runCheck(options), options.json); }
+    Outcome operator()(const ShowOptions& options) const { return runShow(options); }
+    Outcome operator()(const StoreOptions& options) const { return runStore(options); }
+    Outcome operator()(const SettingsOptions& options) const { return runSettings(options); }
+};
+
+// Prints, and gives the exit status.
+int finish(const Outcome& outcome) {
+    std::cout << outcome.out << std::flush;
+    std::cerr << outcome.err;
+    if (!std::cout) {
+        std::cerr << "tallow: standard output cannot be written\n";
+        // Whoever did not get the answer has none; that one is revoked shows all the same.
+        return outcome.exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
+    }
+    return outcome.exitStatus;
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
-    using namespace tallow::cli;
     if (!occupyStandardStreams()) {
         return kExitNoAnswer;
     }
     try {
-        CheckOptions options;
+        CommandOptions options;
         if (const std::optional<int> end = readCommandLine(argc, argv, options)) {
             return *end;
         }
-        const std::vector<CheckResult> results = runCheck(options);
-        std::cout << (options.json ? toJson(results) : toText(results)) << std::flush;
-        std::cerr << failureLines(results);
-        const int exitStatus = exitStatusOf(results);
-        if (!std::cout) {
-            std::cerr << "tallow: standard output cannot be written\n";
-            // Whoever did not get the answer has none; that one is revoked shows all the same.
-            return exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
-        }
-        return exitStatus;
+        return finish(std::visit(Run(), options));
     } catch (const InputError& error) {
         std::cerr << "tallow: " << safeLine(error.what()) << '\n';
         return kExitUsage;

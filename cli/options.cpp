@@ -13,37 +13,67 @@ namespace tallow::cli {
 
 namespace {
 
-void declareCheck(CLI::App& check, CheckOptions& options) {
+constexpr const char* kVersion = "tallow " TALLOW_VERSION;
+
+// ---- Kinds of option ------------------------------------------------------------------------------------------------
+
+CLI::Option* addFile(CLI::App& command, const char* name, std::string& path, const char* what) {
+    return command.add_option(name, path, what)->type_name("FILE");
+}
+
+CLI::Option* addUrl(CLI::App& command, const char* name, std::string& url, const char* what) {
+    return command.add_option(name, url, what)->type_name("URL");
+}
+
+// A repeatable option takes one value at a time, so that it never swallows an argument behind it.
+void addFiles(CLI::App& command, const char* name, std::vector<std::string>& paths, const char* what) {
+    command.add_option(name, paths, what)->type_name("FILE")->allow_extra_args(false);
+}
+
+void addJson(CLI::App& command, bool& json) {
+    command.add_flag("--json", json, "Print the result as JSON");
+}
+
+void addSettings(CLI::App& command, RunOptions& options) {
+    addFile(command, "--settings", options.settings, "Settings file");
+    command.add_flag("--trace", options.trace, "Write a trace to standard error");
+}
+
+// What a chain may be built of.
+void addChainFiles(CLI::App& command, RunOptions& options) {
+    addFiles(command, "--trust", options.trust, "Trust the roots in this file, for this run (repeatable)");
+    addFiles(command, "--certs", options.certs, "More certificates for building chains (repeatable)");
+    addFiles(command, "--crl", options.crls, "A CRL for the signer's chain (repeatable)");
+}
+
+void addNaming(CLI::App& command, RunOptions& options, std::optional<bool>& nonce) {
+    addFile(command, "--issuer", options.issuer, "Certificate of their issuer");
+    command.add_option("--hash", options.hash, "Hash that names the issuer: sha1, sha256, sha384, sha512 or an OID")
+        ->type_name("NAME|OID");
+    command.add_flag("--nonce,!--no-nonce", nonce, "Ask with or without a nonce; policy decides otherwise");
+}
+
+// An empty text is a variable that was not set, and must not pass for an option that was not given.
+void refuseEmptyTexts(CLI::App& command) {
+    for (CLI::Option* option : command.get_options([](const CLI::Option* o) { return o->get_type_size() > 0; })) {
+        option->check([](const std::string& value) { return value.empty() ? "an empty text names nothing" : ""; }, "");
+    }
+}
+
+// ---- The commands ---------------------------------------------------------------------------------------------------
+
+void declare(CLI::App& check, CheckOptions& options) {
     check.add_option("CERT", options.certificates, "Certificates to ask about, PEM or DER")
         ->required()
         ->type_name("FILE");
-    check.add_option("--issuer", options.issuer, "Certificate of their issuer");
-    check.add_option("--url", options.url, "Ask this responder, not those that the certificates name")
-        ->type_name("URL");
-    check.add_option("--proxy", options.proxy, "Go through this HTTP proxy")->type_name("URL");
-    check.add_option("--trust", options.trust, "Trust the roots in this file, for this run (repeatable)");
-    check.add_option("--certs", options.certs, "More certificates for building chains (repeatable)");
-    check.add_option("--crl", options.crls, "A CRL for the responder's chain (repeatable)");
-    check.add_option("--hash", options.hash, "Hash that names the issuer: sha1, sha256, sha384, sha512 or an OID")
-        ->type_name("NAME|OID");
-    check.add_flag("--nonce,!--no-nonce", options.nonce, "Ask with or without a nonce; policy decides otherwise");
-    check.add_option("--settings", options.settings, "Settings file");
-    check.add_option("--save-request", options.saveRequest, "Write the DER request to this file (one certificate)");
-    check.add_option("--save-response", options.saveResponse, "Write the response to this file (one certificate)");
-    check.add_flag("--trace", options.trace, "Write a trace to standard error");
-    check.add_flag("--json", options.json, "Print the result as JSON");
-    // An empty text is a variable that was not set, and must not pass for an option that was not given.
-    for (CLI::Option* option : check.get_options([](const CLI::Option* o) { return o->get_type_size() > 0; })) {
-        option->check([](const std::string& value) { return value.empty() ? "an empty text names nothing" : ""; }, "");
-    }
-    for (const char* name :
-         {"--issuer", "--trust", "--certs", "--crl", "--settings", "--save-request", "--save-response"}) {
-        check.get_option(name)->type_name("FILE");
-    }
-    // A repeatable option takes one value at a time, so that it never swallows a certificate behind it.
-    for (const char* name : {"--trust", "--certs", "--crl"}) {
-        check.get_option(name)->allow_extra_args(false);
-    }
+    addNaming(check, options, options.nonce);
+    addUrl(check, "--url", options.url, "Ask this responder, not those that the certificates name");
+    addUrl(check, "--proxy", options.proxy, "Go through this HTTP proxy");
+    addChainFiles(check, options);
+    addFile(check, "--save-request", options.saveRequest, "Write the DER request to this file (one certificate)");
+    addFile(check, "--save-response", options.saveResponse, "Write the response to this file (one certificate)");
+    addJson(check, options.json);
+    addSettings(check, options);
     check.footer(
         "Every input may be PEM or DER.\n"
         "Exit status: 0 all certificates are good; 1 one is revoked; 3 none is, but for one no trusted answer was "
@@ -51,29 +81,117 @@ void declareCheck(CLI::App& check, CheckOptions& options) {
         "2 none of these, but a responder does not know one; 64 wrong usage.");
 }
 
-int usage(const std::string& message) {
-    std::cerr << "tallow: " << safeLine(message) << " (see tallow check --help)\n";
+void declare(CLI::App& show, ShowOptions& options) {
+    addFile(show, "FILE", options.file, "A request or a response: PEM, DER or base64")->required();
+    addJson(show, options.json);
+    show.footer("Nothing is verified. Exit status: 0 the message is shown; 64 the file is no OCSP message.");
+}
+
+void declare(CLI::App& store, StoreOptions& options) {
+    struct Row {
+        const char* name;
+        const char* what;
+        StoreAction action;
+        const char* file;  // null when it takes none
+    };
+    constexpr Row kRows[] = {
+        {"list", "Show the certificates and CRLs of a store", StoreAction::kList, nullptr},
+        {"add", "Put certificates or CRLs into a store", StoreAction::kAdd, "Certificates or CRLs, PEM or DER"},
+        {"remove", "Take certificates or CRLs out of a store", StoreAction::kRemove,
+         "The same certificates or CRLs, or a SHA-1 thumbprint as list shows it"},
+    };
+    store.require_subcommand(1);
+    for (const Row& row : kRows) {
+        CLI::App* action = store.add_subcommand(row.name, row.what);
+        action->add_option("NAME", options.name, "ROOT, CA, My, ...")->required()->type_name("STORE");
+        if (row.file != nullptr) {
+            addFile(*action, "FILE", options.file, row.file)->required();
+        }
+        action->add_flag("--machine", options.machine, "The machine's store, not the user's");
+        addSettings(*action, options);
+        action->callback([&options, chosen = row.action] { options.action = chosen; });
+        refuseEmptyTexts(*action);
+    }
+    store.footer("Exit status: 0 done; 64 wrong usage, or a file or store that cannot be used.");
+}
+
+void declare(CLI::App& settings, SettingsOptions& options) {
+    addSettings(settings, options);
+    settings.footer("Exit status: 0 shown; 64 the settings file is broken.");
+}
+
+int usage(const std::string& message, const std::string& command) {
+    std::cerr << "tallow: " << safeLine(message) << " (see tallow " << command << "--help)\n";
     return kExitUsage;
+}
+
+// The command line as a whole: each command's options, and which command was meant.
+class CommandLine {
+public:
+    CommandLine() {
+        app_.set_version_flag("--version", kVersion);
+        app_.require_subcommand(1);
+        add("check", "Ask about certificates", check_);
+        add("show", "Show what stands in a request or a response", show_);
+        add("store", "List, fill and empty the stores of trusted and other certificates", store_);
+        add("settings", "Show every setting, its value in force, and whether it is set", settings_);
+    }
+
+    std::optional<int> read(int argc, char** argv, CommandOptions& options) {
+        try {
+            app_.parse(argc, argv);
+        } catch (const CLI::Success& request) {
+            return app_.exit(request);  // help or version, on standard output
+        } catch (const CLI::ParseError& mistake) {
+            return usage(mistake.what(), commandGiven());
+        }
+        take_(options);
+        return std::nullopt;
+    }
+
+private:
+    template <typename Options>
+    void add(const char* name, const char* what, Options& options) {
+        CLI::App* command = app_.add_subcommand(name, what);
+        command->set_version_flag("--version", kVersion);
+        declare(*command, options);
+        refuseEmptyTexts(*command);
+        command->callback([this, &options] { take_ = [&options](CommandOptions& given) { given = options; }; });
+    }
+
+    // "check " or, before any command was met, "".
+    std::string commandGiven() const {
+        const std::vector<CLI::App*> given = app_.get_subcommands();
+        return given.empty() ? std::string() : given.front()->get_name() + ' ';
+    }
+
+    CLI::App app_{"Asks OCSP responders whether certificates are still good, and verifies what they answer.", "tallow"};
+    CheckOptions check_;
+    ShowOptions show_;
+    StoreOptions store_;
+    SettingsOptions settings_;
+    std::function<void(CommandOptions&)> take_;
+};
+
+// What the parser cannot see for itself; empty when all is well.
+std::string mistakeIn(const CommandOptions& options) {
+    const auto* check = std::get_if<CheckOptions>(&options);
+    if (check != nullptr && check->certificates.size() > 1 &&
+        !(check->saveRequest.empty() && check->saveResponse.empty())) {
+        return "--save-request and --save-response go with one certificate: a second would overwrite the first";
+    }
+    return {};
 }
 
 }  // namespace
 
-std::optional<int> readCommandLine(int argc, char** argv, CheckOptions& options) {
-    CLI::App app("Asks OCSP responders whether certificates are still good, and verifies what they answer.", "tallow");
-    app.set_version_flag("--version", "tallow " TALLOW_VERSION);
-    app.require_subcommand(1);
-    CLI::App* check = app.add_subcommand("check", "Ask about certificates");
-    check->set_version_flag("--version", "tallow " TALLOW_VERSION);
-    declareCheck(*check, options);
-    try {
-        app.parse(argc, argv);
-    } catch (const CLI::Success& request) {
-        return app.exit(request);  // help or version, on standard output
-    } catch (const CLI::ParseError& mistake) {
-        return usage(mistake.what());
+std::optional<int> readCommandLine(int argc, char** argv, CommandOptions& options) {
+    CommandLine line;
+    if (const std::optional<int> end = line.read(argc, argv, options)) {
+        return end;
     }
-    if (options.certificates.size() > 1 && !(options.saveRequest.empty() && options.saveResponse.empty())) {
-        return usage("--save-request and --save-response go with one certificate: a second would overwrite the first");
+    if (const std::string mistake = mistakeIn(options); !mistake.empty()) {
+        return usage(mistake, argc > 1 ? argv[1] + std::string(" ") : "");
     }
     return std::nullopt;
 }

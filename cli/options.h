@@ -3,26 +3,49 @@
 
 #include <optional>
 #include <string>
+#include <variant>
 #include <vector>
 
 namespace tallow::cli {
 
-struct CheckOptions {
-    std::vector<std::string> certificates;
+/// What several commands share: settings, and the files that a judgement may lean on.
+struct RunOptions {
     std::string issuer;
-    std::string url;
-    std::string proxy;
     std::vector<std::string> trust;
     std::vector<std::string> certs;
     std::vector<std::string> crls;
     std::string hash;
-    std::optional<bool> nonce;  // absent: what policy says
     std::string settings;
+    bool trace = false;
+};
+
+struct CheckOptions : RunOptions {
+    std::vector<std::string> certificates;
+    std::string url;
+    std::string proxy;
+    std::optional<bool> nonce;  // absent: what policy says
     std::string saveRequest;
     std::string saveResponse;
-    bool trace = false;
     bool json = false;
 };
+
+struct ShowOptions {
+    std::string file;
+    bool json = false;
+};
+
+enum class StoreAction { kList, kAdd, kRemove };
+
+struct StoreOptions : RunOptions {
+    StoreAction action = StoreAction::kList;
+    std::string name;
+    std::string file;
+    bool machine = false;
+};
+
+struct SettingsOptions : RunOptions {};
+
+using CommandOptions = std::variant<CheckOptions, ShowOptions, StoreOptions, SettingsOptions>;
 
 // Exit statuses.
 inline constexpr int kExitGood = 0;
@@ -33,6 +56,6 @@ inline constexpr int kExitUsage = 64;
 
 /// Reads the command line. A value is an exit status at which to end: 0 after --help and --version, which print to
 /// standard output, kExitUsage after a mistake, told in one line on standard error.
-std::optional<int> readCommandLine(int argc, char** argv, CheckOptions& options);
+std::optional<int> readCommandLine(int argc, char** argv, CommandOptions& options);
 
 }  // namespace tallow::cli

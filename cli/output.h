@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "cli/check_result.h"
+#include "cli/shown.h"
 
 namespace tallow::cli {
 
@@ -13,6 +14,12 @@ std::string toText(const std::vector<CheckResult>& results);
 
 /// {"certificates":[...]} with absent fields left out.
 std::string toJson(const std::vector<CheckResult>& results);
+
+/// One field a line, with what belongs to it indented below.
+std::string toText(const Shown& shown);
+
+/// {"name of the root":{...}}
+std::string toJson(const Shown& shown);
 
 /// One line a failure, for standard error; empty when there is none.
 std::string failureLines(const std::vector<CheckResult>& results);

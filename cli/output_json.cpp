@@ -31,7 +31,31 @@ nlohmann::ordered_json toObject(const CheckResult& result) {
     return object;
 }
 
+nlohmann::ordered_json toValue(const Shown& shown) {
+    if (shown.kind == Shown::Kind::kText) {
+        return shown.text;
+    }
+    const bool isObject = shown.kind == Shown::Kind::kObject;
+    auto value = isObject ? nlohmann::ordered_json::object() : nlohmann::ordered_json::array();
+    for (const Shown& part : shown.parts) {
+        isObject ? static_cast<void>(value[part.name] = toValue(part)) : value.push_back(toValue(part));
+    }
+    return value;
+}
+
+// Bytes that are no UTF-8, in a file name for one, become U+FFFD instead of breaking the document. All but ASCII is
+// escaped, since JSON lets pass what turns the direction of writing or drives a terminal.
+std::string print(const nlohmann::ordered_json& document) {
+    return document.dump(2, ' ', true, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+}
+
 }  // namespace
+
+std::string toJson(const Shown& shown) {
+    nlohmann::ordered_json document;
+    document[shown.name] = toValue(shown);
+    return print(document);
+}
 
 std::string toJson(const std::vector<CheckResult>& results) {
     nlohmann::ordered_json list = nlohmann::ordered_json::array();
@@ -40,9 +64,7 @@ std::string toJson(const std::vector<CheckResult>& results) {
     }
     nlohmann::ordered_json document;
     document["certificates"] = std::move(list);
-    // Bytes that are no UTF-8, in a file name for one, become U+FFFD instead of breaking the document. All but ASCII is
-    // escaped, since JSON lets pass what turns the direction of writing or drives a terminal.
-    return document.dump(2, ' ', true, nlohmann::ordered_json::error_handler_t::replace) + '\n';
+    return print(document);
 }
 
 }  // namespace tallow::cli

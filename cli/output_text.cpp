@@ -12,7 +12,27 @@ void addLine(std::string& text, const char* label, const std::string& value) {
     }
 }
 
+void addShown(std::string& text, const Shown& shown, const std::string& label, std::size_t depth) {
+    text.append(2 * depth, ' ').append(label).append(":");
+    if (shown.kind == Shown::Kind::kText) {
+        text += (shown.text.empty() ? "" : " ") + safeLine(shown.text) + '\n';
+        return;
+    }
+    text += shown.parts.empty() ? " none\n" : "\n";
+    std::size_t number = 0;
+    for (const Shown& part : shown.parts) {
+        const bool isNamed = shown.kind == Shown::Kind::kObject;
+        addShown(text, part, isNamed ? part.name : std::to_string(++number), depth + 1);
+    }
+}
+
 }  // namespace
+
+std::string toText(const Shown& shown) {
+    std::string text;
+    addShown(text, shown, shown.name, 0);
+    return text;
+}
 
 std::string toText(const std::vector<CheckResult>& results) {
     std::string text;

@@ -14,18 +14,6 @@ namespace {
 
 constexpr unsigned int kAllTraceLevels = 127;
 
-void openSettings(const CheckOptions& options) {
-    if (options.trace) {
-        static_cast<void>(support_trace_open(kAllTraceLevels, nullptr));
-    }
-    if (!options.settings.empty()) {
-        static_cast<void>(support_settings_open(options.settings.c_str()));
-    }
-    if (const std::string mistake = settingsMistake(); !mistake.empty()) {
-        throw InputError("settings", mistake, status::kNoPolicy);
-    }
-}
-
 void addCrls(void* store, const std::string& path) {
     for (const std::string& crl : readCrls(path)) {
         if (!CertAddEncodedCRLToStore(store, X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(crl.data()),
@@ -76,7 +64,19 @@ std::string settingsMistake() {
     return support_settings_error(&error) == 0 ? std::string() : error.message;
 }
 
-RunInputs::RunInputs(const CheckOptions& options) {
+void openSettings(const RunOptions& options) {
+    if (options.trace) {
+        static_cast<void>(support_trace_open(kAllTraceLevels, nullptr));
+    }
+    if (!options.settings.empty()) {
+        static_cast<void>(support_settings_open(options.settings.c_str()));
+    }
+    if (const std::string mistake = settingsMistake(); !mistake.empty()) {
+        throw InputError("settings", mistake, status::kNoPolicy);
+    }
+}
+
+RunInputs::RunInputs(const RunOptions& options) {
     openSettings(options);
     if (extra_.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr) != 0) {
         throw std::bad_alloc();

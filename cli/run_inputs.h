@@ -12,7 +12,7 @@ namespace tallow::cli {
 class RunInputs {
 public:
     /// Opens the settings and reads every file named by an option. Throws InputError for one that cannot be used.
-    explicit RunInputs(const CheckOptions& options);
+    explicit RunInputs(const RunOptions& options);
 
     /// Store handle of the certificates and CRLs of this run; owned by this object.
     void* store() const { return extra_.get(); }
@@ -35,6 +35,9 @@ private:
     ATL2::CCertContext issuer_;
     std::string hashOid_;
 };
+
+/// Opens the settings file and the trace that the options name. Throws InputError for a file that cannot be used.
+void openSettings(const RunOptions& options);
 
 /// What is wrong with the settings file, with its line and column; empty when nothing is. A value of the wrong kind
 /// shows only when it has been read.

@@ -1,6 +1,7 @@
 #include "tests/cli/command.h"
 
 #include <algorithm>
+#include <cctype>
 
 namespace testkit {
 
@@ -80,8 +81,19 @@ ProcessResult Command::plain(const std::vector<std::string>& arguments) {
     return run(all, kTimeoutMs);
 }
 
+ProcessResult Command::with(std::vector<std::string> arguments) const {
+    arguments.insert(arguments.end(), {"--settings", settings_});
+    return plain(arguments);
+}
+
 std::string Command::file(const std::string& name, const Identity& identity) const {
     return dir_.write(name, identity.certificatePem());
+}
+
+std::string upperHex(const Bytes& octets) {
+    std::string hex = toHex(octets);
+    std::transform(hex.begin(), hex.end(), hex.begin(), [](unsigned char c) { return std::toupper(c); });
+    return hex;
 }
 
 std::size_t numLines(const std::string& text) {

@@ -48,6 +48,9 @@ public:
     /// "tallow ..." and nothing added.
     static ProcessResult plain(const std::vector<std::string>& arguments);
 
+    /// "tallow ... --settings (ours)".
+    ProcessResult with(std::vector<std::string> arguments) const;
+
     /// Writes a certificate as PEM and returns its path.
     std::string file(const std::string& name, const Identity& identity) const;
     std::string file(const std::string& name, const Bytes& content) const { return dir_.write(name, content); }
@@ -59,6 +62,9 @@ private:
     std::string settings_;
     std::string root_;
 };
+
+/// Hexadecimal as the command writes it.
+std::string upperHex(const Bytes& octets);
 
 std::size_t numLines(const std::string& text);
 

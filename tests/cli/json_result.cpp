@@ -26,4 +26,24 @@ std::vector<std::map<std::string, std::string>> parseResults(const std::string& 
     return results;
 }
 
+namespace {
+
+void flatten(const nlohmann::json& value, const std::string& path, std::map<std::string, std::string>& texts) {
+    if (!value.is_structured()) {
+        texts[path] = value.get<std::string>();
+        return;
+    }
+    for (const auto& [name, part] : value.items()) {
+        flatten(part, path.empty() ? name : path + "." + name, texts);
+    }
+}
+
+}  // namespace
+
+std::map<std::string, std::string> parseTree(const std::string& json) {
+    std::map<std::string, std::string> texts;
+    flatten(nlohmann::json::parse(json), "", texts);
+    return texts;
+}
+
 }  // namespace testkit

@@ -11,4 +11,8 @@ namespace testkit {
 /// the text is not one JSON document of exactly the form promised: "certificates" alone, nothing but texts in it.
 std::vector<std::map<std::string, std::string>> parseResults(const std::string& json);
 
+/// Every text of a document by its path, "OCSPRequest.requestList.0.reqCert.serialNumber". An exception for what is no
+/// JSON or holds anything else.
+std::map<std::string, std::string> parseTree(const std::string& json);
+
 }  // namespace testkit

@@ -1,0 +1,47 @@
+#include "cli/settings.h"
+
+#include <string_view>
+
+#include "cli/input_files.h"
+#include "cli/run_inputs.h"
+#include "cli/safe_text.h"
+#include "cli/settings_table.h"
+#include "handles/status.h"
+
+namespace tallow::cli {
+
+namespace {
+
+constexpr std::size_t kRemarkColumn = 48;
+
+// A line of TOML that says the same as the settings in force; a key without a value is commented out.
+std::string lineOf(const Setting& setting) {
+    const SettingValue value = valueOf(setting);
+    std::string line = value.toml.empty() ? std::string("# ") + setting.name : setting.name + (" = " + value.toml);
+    line.resize(std::max(line.size(), kRemarkColumn), ' ');
+    line += value.isSet ? " # set" : value.toml.empty() ? " # default: absent" : " # default";
+    line += value.ignored ? "; the number in the file is out of bounds and does not count" : "";
+    return safeLine(line) + '\n';
+}
+
+}  // namespace
+
+Outcome runSettings(const SettingsOptions& options) {
+    openSettings(options);
+    std::string text;
+    std::string_view table;
+    for (const Setting& setting : allSettings()) {
+        if (table != setting.table) {
+            table = setting.table;
+            text += std::string(text.empty() ? "" : "\n") + "[" + setting.table + "]\n";
+        }
+        text += lineOf(setting);
+    }
+    // A value of the wrong kind has shown by now.
+    if (const std::string mistake = settingsMistake(); !mistake.empty()) {
+        throw InputError("settings", mistake, status::kNoPolicy);
+    }
+    return {text, "", kExitGood};
+}
+
+}  // namespace tallow::cli

@@ -1,0 +1,195 @@
+#include "cli/show.h"
+
+#include <optional>
+
+#include "cli/certificate_text.h"
+#include "cli/der_view.h"
+#include "cli/input_files.h"
+#include "cli/output.h"
+#include "cli/show_extensions.h"
+#include "cli/show_values.h"
+#include "handles/exception.h"
+#include "message/basic_response.h"
+#include "message/extensions.h"
+#include "message/request_message.h"
+#include "message/response_message.h"
+
+namespace tallow::cli {
+
+using namespace Orvane;
+using namespace Orvane::PKI::OCSP;
+
+namespace {
+
+// A field takes up to some tens of times the room of its octets until it is printed.
+constexpr std::size_t kLargestShown = 4U << 20;
+
+std::string versionOf(const std::optional<DerElement>& wrapper) {
+    const std::optional<DerElement> number = DerView(wrapper).next();
+    const bool isV1 = !number || (number->content.size() == 1 && number->content[0] == 0);
+    return isV1 ? "v1" : hexOf(number->content);
+}
+
+std::string signatureOf(const std::optional<DerElement>& bitString) {
+    constexpr std::size_t kUnusedBits = 1;  // the octet that tells their number comes first
+    return !bitString || bitString->content.empty() ? "" : hexOf(bitString->content.subspan(kUnusedBits));
+}
+
+void addExtensions(Shown& shown, const char* field, const ASN1::CExtensions* extensions) {
+    if (extensions != nullptr) {
+        shown.add(showExtensions(field, *extensions));
+    }
+}
+
+// ---- Request --------------------------------------------------------------------------------------------------------
+
+Shown showSignature(const CRequestMessage& message, DerView members) {
+    members = DerView(members.nextIf(contextTag(0)));  // optionalSignature
+    members = DerView(members.next());
+    members.next();  // its algorithm
+    Shown shown = Shown::object("optionalSignature");
+    shown.add("signatureAlgorithm", algorithmOf(*message.get_signatureAlgorithm()));
+    shown.add("signature", signatureOf(members.next()));
+    if (message.get_signatureCerts() != nullptr) {
+        shown.add(showCertificates("certs", *message.get_signatureCerts()));
+    }
+    return shown;
+}
+
+Shown showRequest(const CBlob& bytes) {
+    CRequestMessage message;
+    message.decode(bytes);
+    Shown shown = Shown::object("OCSPRequest");
+    DerView members(DerView(octetsOf(bytes)).next());
+    DerView tbsRequest(members.next());
+    shown.add("version", versionOf(tbsRequest.nextIf(contextTag(0))));
+    if (const std::optional<DerElement> name = tbsRequest.nextIf(contextTag(1))) {
+        shown.add("requestorName", generalNameOf(name->content));
+    }
+    Shown list = Shown::list("requestList");
+    for (const CSingleRequest& request : message.get_requestList()) {
+        Shown entry = Shown::object("");
+        entry.add(showReqCert("reqCert", request.get_reqCert()));
+        addExtensions(entry, "singleRequestExtensions", request.get_singleRequestExtensions());
+        list.add(std::move(entry));
+    }
+    shown.add(std::move(list));
+    addExtensions(shown, "requestExtensions", message.get_requestExtensions());
+    if (message.get_signatureAlgorithm() != nullptr) {
+        shown.add(showSignature(message, members));
+    }
+    return shown;
+}
+
+// ---- Response -------------------------------------------------------------------------------------------------------
+
+void addStatus(Shown& shown, const CCertStatus& status) {
+    switch (status.get_type()) {
+        case CCertStatus::kGood:
+            shown.add("certStatus", "good");
+            return;
+        case CCertStatus::kUnknown:
+            shown.add("certStatus", "unknown");
+            return;
+        case CCertStatus::kRevoked:
+            break;
+    }
+    shown.add("certStatus", "revoked");
+    shown.add("revocationTime", iso8601(status.get_revocationTime()));
+    if (status.get_revocationReason() != nullptr) {
+        shown.add("revocationReason", reasonText(status.get_revocationReason()));
+    }
+}
+
+Shown showEntry(const CSingleResponse& response) {
+    Shown entry = Shown::object("");
+    entry.add(showReqCert("certID", response.get_reqCert()));
+    addStatus(entry, response.get_certStatus());
+    entry.add("thisUpdate", iso8601(&response.get_thisUpdate()));
+    if (response.get_nextUpdate() != nullptr) {
+        entry.add("nextUpdate", iso8601(response.get_nextUpdate()));
+    }
+    addExtensions(entry, "singleExtensions", response.get_singleExtensions());
+    return entry;
+}
+
+Shown showBasic(const CBlob& bytes, const char* field) {
+    CBasicResponse message;
+    message.decode(bytes);
+    Shown shown = Shown::object(field);
+    DerView members(DerView(octetsOf(bytes)).next());
+    DerView data(members.next());
+    members.next();  // signatureAlgorithm
+    const CResponderID& responder = message.get_responderID();
+    const bool isByName = responder.get_type() == CResponderID::kByName;
+    shown.add("version", versionOf(data.nextIf(contextTag(0))));
+    shown.add("responderID",
+              isByName ? "byName: " + nameOf(responder.get_value()) : "byKey: " + hexOf(responder.get_value()));
+    shown.add("producedAt", iso8601(&message.get_producedAt()));
+    Shown list = Shown::list("responses");
+    for (const CSingleResponse& response : message.get_responses()) {
+        list.add(showEntry(response));
+    }
+    shown.add(std::move(list));
+    addExtensions(shown, "responseExtensions", message.get_responseExtensions());
+    shown.add("signatureAlgorithm", algorithmOf(message.get_signatureAlgorithm()));
+    shown.add("signature", signatureOf(members.next()));
+    if (message.get_certs() != nullptr) {
+        shown.add(showCertificates("certs", *message.get_certs()));
+    }
+    return shown;
+}
+
+Shown showBareBasic(const CBlob& bytes) {
+    return showBasic(bytes, "BasicOCSPResponse");
+}
+
+Shown showResponse(const CBlob& bytes) {
+    CResponseMessage message;
+    message.decodeEnvelope(bytes);
+    Shown shown = Shown::object("OCSPResponse");
+    shown.add("responseStatus", responseStatusText(message.get_responseStatus()));
+    const std::string type = message.get_responseType();
+    if (type == kOidBasicResponse) {
+        shown.add("responseType", "basic (" + type + ")");
+        try {
+            shown.add(showBasic(message.get_response(), "response"));
+        } catch (const ATL::CAtlException&) {
+            shown.add("response", hexOf(message.get_response()));  // the envelope is sound, what is inside is not
+        }
+    } else if (!type.empty()) {
+        shown.add("responseType", type);
+        shown.add("response", hexOf(message.get_response()));
+    }
+    return shown;
+}
+
+}  // namespace
+
+// The three look different from their first members on: what one of them decodes is no other.
+std::optional<Shown> shownOf(const CBlob& bytes) {
+    for (Shown (*show)(const CBlob&) : {showRequest, showResponse, showBareBasic}) {
+        try {
+            Shown shown = show(bytes);
+            const std::optional<DerElement> whole = DerView(octetsOf(bytes)).next();
+            if (whole && whole->whole.size() < bytes.cbData()) {
+                shown.add("trailingOctets", hexOf(octetsOf(bytes).subspan(whole->whole.size())));
+            }
+            return shown;
+        } catch (const ATL::CAtlException&) {
+            continue;  // another kind, then
+        }
+    }
+    return std::nullopt;
+}
+
+Outcome runShow(const ShowOptions& options) {
+    const std::optional<Shown> shown = shownOf(readMessage(options.file, kLargestShown));
+    if (!shown) {
+        throw InputError(options.file, "is neither an OCSP request nor a response; name one in PEM, DER or base64",
+                         status::kAsn1Error);
+    }
+    return {options.json ? toJson(*shown) : toText(*shown), "", kExitGood};
+}
+
+}  // namespace tallow::cli

@@ -1,0 +1,153 @@
+#include "cli/show_extensions.h"
+
+#include <string_view>
+
+#include "asn1/typed_extensions.h"
+#include "cli/certificate_text.h"
+#include "cli/show_values.h"
+#include "message/extensions.h"
+
+namespace tallow::cli {
+
+using namespace Orvane;
+using namespace Orvane::ASN1;
+using namespace Orvane::PKI::OCSP;
+
+namespace {
+
+// Each shows the content of extnValue in the fields of its extension, and throws when it does not fit the type.
+
+void showNothing(const CBlob& /*value*/, Shown& /*extension*/) {}
+
+void showHex(const CBlob& value, Shown& extension) {
+    extension.add("value", hexOf(value));
+}
+
+// An OCTET STRING as a rule, but older responders put the octets there as they are.
+void showNonce(const CBlob& value, Shown& extension) {
+    DerView view(octetsOf(value));
+    const std::optional<DerElement> inner = view.nextIf(kTagOctetString);
+    extension.add("nonce", inner && view.rest().empty() ? hexOf(inner->content) : hexOf(value));
+}
+
+template <typename Extension>
+void showCrlId(const CBlob& value, Shown& extension) {
+    const Extension decoded(value);
+    if (decoded.get_crlUrl() != nullptr) {
+        extension.add("crlUrl", decoded.get_crlUrl());
+    }
+    if (decoded.get_crlNum() != nullptr) {
+        extension.add("crlNum", std::to_string(*decoded.get_crlNum()));
+    }
+    if (decoded.get_crlTime() != nullptr) {
+        extension.add("crlTime", iso8601(decoded.get_crlTime()));
+    }
+}
+
+void showAcceptableResponses(const CBlob& value, Shown& extension) {
+    Shown types = Shown::list("acceptableResponses");
+    for (const CStringProxy& type : CExtAcceptableResponses(value).get_acceptableResponses()) {
+        const std::string_view oid = type.c_str();
+        types.add("", oid == kOidBasicResponse ? "basic (" + std::string(oid) + ")" : std::string(oid));
+    }
+    extension.add(std::move(types));
+}
+
+void showArchiveCutoff(const CBlob& value, Shown& extension) {
+    extension.add("archiveCutoff", iso8601(&CExtArchiveCutoff(value).get_archiveCutoff()));
+}
+
+void showServiceLocator(const CBlob& value, Shown& extension) {
+    const CExtServiceLocator decoded(value);
+    extension.add("issuer", nameOf(decoded.get_issuer()));
+    if (decoded.get_locator() != nullptr) {
+        extension.add(showAccess("locator", *decoded.get_locator()));
+    }
+}
+
+void showCrlLocator(const CBlob& value, Shown& extension) {
+    extension.add(showDistributionPoints("distributionPoints", CExtCRLLocator(value).get_locator()));
+}
+
+void showReason(const CBlob& value, Shown& extension) {
+    const CrlReason reason = CExtCRLReason(value).get_reason();
+    extension.add("reason", reasonText(&reason));
+}
+
+void showHoldInstruction(const CBlob& value, Shown& extension) {
+    extension.add("holdInstruction", CExtHoldInstructionCode(value).get_code());
+}
+
+void showInvalidityDate(const CBlob& value, Shown& extension) {
+    extension.add("invalidityDate", iso8601(&CExtInvalidityDate(value).get_invalidityDate()));
+}
+
+void showCertificateIssuer(const CBlob& value, Shown& extension) {
+    extension.add(showGeneralNames("certificateIssuer", CExtCertificateIssuer(value).get_issuer()));
+}
+
+struct KnownExtension {
+    std::string_view oid;
+    const char* name;
+    void (*show)(const CBlob& value, Shown& extension);
+};
+
+// Of requests and responses, and of CRL entries, which single responses may carry as well (RFC 6960, section 4.4.5).
+constexpr KnownExtension kKnown[] = {
+    {kOidNonce, "nonce", showNonce},
+    {kOidCrlReference, "crlReference", showCrlId<CExtCrlID>},
+    {kOidAcceptableResponses, "acceptableResponses", showAcceptableResponses},
+    {"1.3.6.1.5.5.7.48.1.5", "noCheck", showNothing},
+    {kOidArchiveCutoff, "archiveCutoff", showArchiveCutoff},
+    {kOidServiceLocator, "serviceLocator", showServiceLocator},
+    {"1.3.6.1.5.5.7.48.1.8", "preferredSignatureAlgorithms", showHex},
+    {"1.3.6.1.5.5.7.48.1.9", "extendedRevoke", showNothing},
+    {"1.2.643.2.2.47.1", "treatsExpiredKeyOrExpiredCertificateRevocation", showNothing},
+    {kOidCrlLocator, "crlLocator", showCrlLocator},
+    {"1.2.643.2.2.47.3", "instantRevocationIndicator", showHex},
+    {"1.2.643.2.2.47.4", "instantRevocationAnnouncementReference", showHex},
+    {kOidHistoricalRequest, "historicalRequest", showCrlId<CExtHistoricalRequest>},
+    {"2.5.29.21", "reasonCode", showReason},
+    {"2.5.29.23", "holdInstructionCode", showHoldInstruction},
+    {"2.5.29.24", "invalidityDate", showInvalidityDate},
+    {"2.5.29.29", "certificateIssuer", showCertificateIssuer},
+    {"1.3.6.1.4.1.11129.2.4.5", "signedCertificateTimestamps", showHex},
+};
+
+const KnownExtension* findKnown(std::string_view oid) {
+    for (const KnownExtension& known : kKnown) {
+        if (known.oid == oid) {
+            return &known;
+        }
+    }
+    return nullptr;
+}
+
+Shown showExtension(const CExtension& extension) {
+    const KnownExtension* known = findKnown(extension.get_extnID());
+    Shown shown = Shown::object("");
+    shown.add("extnID", known == nullptr ? std::string(extension.get_extnID())
+                                         : std::string(known->name) + " (" + extension.get_extnID() + ")");
+    shown.add("critical", extension.get_critical() ? "true" : "false");
+    const std::size_t numCommon = shown.parts.size();
+    try {
+        (known == nullptr ? showHex : known->show)(extension.get_extnValue(), shown);
+    } catch (...) {
+        // A value that is not of its type is shown as what it is.
+        shown.parts.resize(numCommon);
+        showHex(extension.get_extnValue(), shown);
+    }
+    return shown;
+}
+
+}  // namespace
+
+Shown showExtensions(const char* field, const CExtensions& extensions) {
+    Shown shown = Shown::list(field);
+    for (const CExtension& extension : extensions) {
+        shown.add(showExtension(extension));
+    }
+    return shown;
+}
+
+}  // namespace tallow::cli

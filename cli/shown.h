@@ -1,0 +1,28 @@
+// What `show` knows of a message: a tree of named fields, which is printed for people or as JSON by somebody else.
+#pragma once
+
+#include <string>
+#include <utility>
+#include <vector>
+
+namespace tallow::cli {
+
+/// A text, or an object of named fields, or a list. Texts are UTF-8 and may hold anything: they are made safe when
+/// printed. Names are those of the standard, constant texts.
+struct Shown {
+    enum class Kind { kText, kObject, kList };
+
+    const char* name = "";  // empty in a list
+    Kind kind = Kind::kText;
+    std::string text;
+    std::vector<Shown> parts;
+
+    static Shown field(const char* name, std::string text) { return {name, Kind::kText, std::move(text), {}}; }
+    static Shown object(const char* name) { return {name, Kind::kObject, {}, {}}; }
+    static Shown list(const char* name) { return {name, Kind::kList, {}, {}}; }
+
+    void add(Shown part) { parts.push_back(std::move(part)); }
+    void add(const char* partName, std::string partText) { add(field(partName, std::move(partText))); }
+};
+
+}  // namespace tallow::cli

@@ -1,0 +1,112 @@
+// `settings` against the example file, and against settings of its own.
+#include <gmock/gmock.h>
+
+#include <fstream>
+#include <regex>
+#include <sstream>
+
+#include "tests/cli/command.h"
+
+namespace {
+
+using namespace testkit;
+using testing::AllOf;
+using testing::HasSubstr;
+
+struct Line {
+    std::string value;  // empty when the key is commented out
+    std::string remark;
+};
+
+// Keys as "table.name", of settings as people write them or as the command prints them.
+std::map<std::string, Line> parse(const std::string& toml) {
+    const std::regex key(R"(^(# )?(\w+)(?: = ("(?:[^"\\]|\\.)*"|\[.*?\]|[^ #]+))?\s*(?:# (.*))?$)");
+    std::map<std::string, Line> lines;
+    std::istringstream text(toml);
+    std::string table;
+    std::string line;
+    while (std::getline(text, line)) {
+        std::smatch match;
+        if (line.starts_with('[')) {
+            table = line.substr(1, line.find(']') - 1) + ".";
+        } else if (std::regex_match(line, match, key) && (match[3].matched || match[4].str().starts_with("default"))) {
+            lines[table + match[2].str()] = {match[1].matched ? "" : match[3].str(), match[4].str()};
+        }
+    }
+    return lines;
+}
+
+std::map<std::string, Line> settingsOf(const std::string& file) {
+    const ProcessResult run = Command::plain({"settings", "--settings", file});
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+    return parse(run.out);
+}
+
+TEST(SettingsCommand, KnowsEveryKeyOfTheExampleWithItsDefault) {
+    const TempDir folder;
+    std::ostringstream example;
+    example << std::ifstream("../settings.example.toml").rdbuf();
+    const auto expected = parse(example.str());
+    const auto actual = settingsOf(folder.write("empty.toml", std::string_view()));
+    ASSERT_GT(expected.size(), 60U);
+    for (const auto& [key, line] : expected) {
+        SCOPED_TRACE(key);
+        ASSERT_EQ(actual.count(key), 1U);
+        EXPECT_THAT(actual.at(key).remark, testing::StartsWith("default"));
+        if (!line.value.empty()) {
+            EXPECT_EQ(actual.at(key).value, line.value);
+        }
+    }
+    EXPECT_EQ(actual.size(), expected.size());
+}
+
+TEST(SettingsCommand, TellsSetFromDefaultAndWhatDoesNotCount) {
+    const TempDir folder;
+    const std::string file = folder.write("settings.toml",
+                                          "[config.cades.ocsppolicy]\n"
+                                          "NonceLength = 16\n"
+                                          "UseNonceByDefault = 0\n"
+                                          "DefaultProxy = \"a\\\"b\\\\c\\u001b\"\n"
+                                          "AllowedOCSPs = [\"http://a/\", \"\"]\n"
+                                          "NocheckOCSPs = []\n"
+                                          "[crypto]\n"
+                                          "max_redirects = 21\n");
+    const auto settings = settingsOf(file);
+    struct Row {
+        const char* key;
+        const char* value;
+        const char* remark;
+    };
+    for (const Row& row :
+         {Row{"config.cades.ocsppolicy.NonceLength", "16", "set"},
+          Row{"config.cades.ocsppolicy.UseNonceByDefault", "false", "set"},
+          Row{"config.cades.ocsppolicy.DefaultProxy", "\"a\\\"b\\\\c\\u001B\"", "set"},
+          Row{"config.cades.ocsppolicy.AllowedOCSPs", "[\"http://a/\", \"\"]", "set"},
+          Row{"config.cades.ocsppolicy.NocheckOCSPs", "[]", "set"},
+          Row{"config.cades.ocsppolicy.DeniedOCSPs", "", "default: absent"},
+          Row{"crypto.max_redirects", "3", "default; the number in the file is out of bounds and does not count"},
+          Row{"trace.levels", "127", "default"}}) {
+        SCOPED_TRACE(row.key);
+        EXPECT_EQ(settings.at(row.key).value, row.value);
+        EXPECT_EQ(settings.at(row.key).remark, row.remark);
+    }
+    // What is printed says the same when it is read as settings.
+    const auto again = settingsOf(folder.write("again.toml", Command::plain({"settings", "--settings", file}).out));
+    for (const auto& [key, line] : settings) {
+        EXPECT_EQ(again.at(key).value, line.value) << key;
+        EXPECT_EQ(again.at(key).remark, line.value.empty() ? "default: absent" : "set") << key;
+    }
+}
+
+TEST(SettingsCommand, RefusesAFileThatIsBrokenOrHoldsAValueOfTheWrongKind) {
+    const TempDir folder;
+    for (const char* content : {"[crypto\n", "[trace]\nlevels = \"all\"\n"}) {
+        const ProcessResult run = Command::plain({"settings", "--settings", folder.write("broken.toml", content)});
+        EXPECT_EQ(run.exitStatus, 64);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(numLines(run.err), 1U);
+        EXPECT_THAT(run.err, HasSubstr("broken.toml:"));
+    }
+}
+
+}  // namespace

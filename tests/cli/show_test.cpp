@@ -1,0 +1,219 @@
+// What `show` tells of messages that openssl made, of built ones, and of hostile ones.
+#include <gmock/gmock.h>
+
+#include <regex>
+
+#include "tests/cli/command.h"
+#include "tests/cli/json_result.h"
+#include "tests/support/tlv.h"
+
+namespace {
+
+using namespace testkit;
+using testing::AllOf;
+using testing::Contains;
+using testing::HasSubstr;
+using testing::Not;
+using testing::Pair;
+
+using Fields = std::map<std::string, std::string>;
+using Rows = std::vector<std::pair<const std::string, std::string>>;
+
+void expectIn(const Fields& fields, const Rows& rows) {
+    for (const auto& [path, value] : rows) {
+        SCOPED_TRACE(path);
+        ASSERT_EQ(fields.count(path), 1U);
+        EXPECT_EQ(fields.at(path), value);
+    }
+}
+
+Fields shown(const std::string& file) {
+    const ProcessResult run = Command::plain({"show", "--json", file});
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_EQ(run.err, "");
+    return parseTree(run.out);
+}
+
+std::vector<std::string> allMatches(const std::string& text, const std::string& pattern) {
+    std::vector<std::string> found;
+    const std::regex expression(pattern);
+    for (std::sregex_iterator match(text.begin(), text.end(), expression); match != std::sregex_iterator(); ++match) {
+        found.push_back((*match)[1]);
+    }
+    return found;
+}
+
+TEST(Show, TellsOfARequestWhatOpensslTells) {
+    const Command tallow;
+    const std::string path = tallow.folder().file("request.der");
+    const std::string signer = tallow.file("signer.pem", certs().good);
+    const std::string issuer = tallow.file("issuer.pem", certs().root);
+    ASSERT_EQ(run({"openssl", "ocsp", "-issuer", issuer, "-sha256", "-cert", signer, "-sha1", "-cert",
+                   tallow.file("other.pem", certs().revoked), "-signer", signer, "-signkey",
+                   tallow.file("key.pem", certs().good.key.pem()), "-reqout", path})
+                  .exitStatus,
+              0);
+    const std::string text = run({"openssl", "ocsp", "-reqin", path, "-req_text"}).out;
+    const Fields fields = shown(path);
+    const auto serials = allMatches(text, "Serial Number: ([0-9A-F]+)");
+    const auto names = allMatches(text, "Issuer Name Hash: ([0-9A-F]+)");
+    const auto keys = allMatches(text, "Issuer Key Hash: ([0-9A-F]+)");
+    const auto hashes = allMatches(text, "Hash Algorithm: (\\w+)");
+    ASSERT_EQ(serials.size(), 2U);
+    for (std::size_t i = 0; i < serials.size(); ++i) {
+        const std::string at = "OCSPRequest.requestList." + std::to_string(i) + ".reqCert.";
+        EXPECT_EQ(fields.at(at + "serialNumber"), serials[i]);
+        EXPECT_EQ(fields.at(at + "issuerNameHash"), names[i]);
+        EXPECT_EQ(fields.at(at + "issuerKeyHash"), keys[i]);
+        EXPECT_THAT(fields.at(at + "hashAlgorithm"), testing::StartsWith(hashes[i] + " ("));
+    }
+    EXPECT_THAT(text, HasSubstr(fields.at("OCSPRequest.requestExtensions.0.nonce")));
+    expectIn(fields, {{"OCSPRequest.version", "v1"},
+                      {"OCSPRequest.requestorName", "directoryName: CN=good"},
+                      {"OCSPRequest.optionalSignature.signatureAlgorithm", "sha256ECDSA (1.2.840.10045.4.3.2)"},
+                      {"OCSPRequest.optionalSignature.certs.0.subject", "CN=good"}});
+    const std::string signature = fields.at("OCSPRequest.optionalSignature.signature");
+    EXPECT_THAT(upperHex(readFile(path)), HasSubstr(signature));
+}
+
+TEST(Show, ReadsDerPemAndBase64Alike) {
+    const Command tallow;
+    const Bytes der = buildResponse(goodResponse());
+    const std::string plain = tallow.file("plain", der);
+    const std::string lines = run({"openssl", "base64", "-in", plain}).out;
+    const Fields expected = shown(plain);
+    EXPECT_EQ(shown(tallow.file("base64", lines)), expected);
+    EXPECT_EQ(shown(tallow.file("one-line", run({"openssl", "base64", "-A", "-in", plain}).out)), expected);
+    EXPECT_EQ(shown(tallow.file(
+                  "pem", "Some text\n-----BEGIN OCSP RESPONSE-----\n" + lines + "-----END OCSP RESPONSE-----\n")),
+              expected);
+}
+
+Bytes explicitTime(unsigned number, const std::string& text) {
+    return tlv::context(number, tlv::generalizedTime(text));
+}
+
+// One response with all that a response may hold.
+ResponseSpec fullResponse() {
+    ResponseSpec spec(certs().delegate);
+    spec.version = 0;
+    spec.responderIdKind = ResponderIdKind::kByKey;
+    spec.producedAt = "20260102030405Z";
+    EntrySpec& entry = spec.entries.emplace_back(certIdOf(certs().revoked, certs().root), EntryStatus::kRevoked);
+    entry.revocationTime = "20250102030405Z";
+    entry.revocationReason = 1;
+    entry.thisUpdate = "20260102030400Z";
+    entry.nextUpdate = "20260103030400Z";
+    const Bytes locations = tlv::sequence(
+        {tlv::sequence({tlv::context(0, tlv::context(0, tlv::contextPrimitive(6, bytesOf("http://crl.example/"))))})});
+    entry.extensions = {{"1.3.6.1.5.5.7.48.1.3", false,
+                         tlv::sequence({tlv::context(0, tlv::ia5String("http://crl.example/1")),
+                                        tlv::context(1, tlv::integer(7)), explicitTime(2, "20260101000000Z")})},
+                        {"1.3.6.1.5.5.7.48.1.6", false, tlv::generalizedTime("20240101000000Z")},
+                        {"2.5.29.21", true, tlv::enumerated(6)},
+                        {"1.2.643.2.2.47.2", false, locations},
+                        {"1.2.3.4", true, bytesOf("\x01\x02")}};
+    spec.entries.emplace_back(certIdOf(certs().unknown, certs().root, kSha256Oid), EntryStatus::kUnknown).nextUpdate =
+        std::nullopt;
+    spec.extensions = {nonceExtension(bytesOf("nonce")), {"1.3.6.1.5.5.7.48.1.9", true, tlv::null()}};
+    spec.trailing = bytesOf("end");
+    return spec;
+}
+
+TEST(Show, NamesEveryFieldAndExtensionOfAResponse) {
+    const Command tallow;
+    const Fields fields = shown(tallow.file("response.der", buildResponse(fullResponse())));
+    const std::string at = "OCSPResponse.response.";
+    const std::string first = at + "responses.0.";
+    const std::string extension = first + "singleExtensions.";
+    expectIn(fields, {
+                         {"OCSPResponse.responseStatus", "successful"},
+                         {"OCSPResponse.responseType", "basic (1.3.6.1.5.5.7.48.1.1)"},
+                         {"OCSPResponse.trailingOctets", "656E64"},
+                         {at + "version", "v1"},
+                         {at + "producedAt", "2026-01-02T03:04:05Z"},
+                         {first + "certID.serialNumber", upperHex(certs().revoked.serial())},
+                         {first + "certStatus", "revoked"},
+                         {first + "revocationTime", "2025-01-02T03:04:05Z"},
+                         {first + "revocationReason", "keyCompromise"},
+                         {first + "thisUpdate", "2026-01-02T03:04:00Z"},
+                         {first + "nextUpdate", "2026-01-03T03:04:00Z"},
+                         {extension + "0.extnID", "crlReference (1.3.6.1.5.5.7.48.1.3)"},
+                         {extension + "0.crlUrl", "http://crl.example/1"},
+                         {extension + "0.crlNum", "7"},
+                         {extension + "0.crlTime", "2026-01-01T00:00:00Z"},
+                         {extension + "1.archiveCutoff", "2024-01-01T00:00:00Z"},
+                         {extension + "2.reason", "certificateHold"},
+                         {extension + "2.critical", "true"},
+                         {extension + "3.distributionPoints.0.fullName.0", "URI: http://crl.example/"},
+                         {extension + "4.extnID", "1.2.3.4"},
+                         {extension + "4.value", "0102"},
+                         {at + "responses.1.certStatus", "unknown"},
+                         {at + "responses.1.certID.hashAlgorithm", "sha256 (" + std::string(kSha256Oid) + ")"},
+                         {at + "responseExtensions.0.nonce", "6E6F6E6365"},
+                         {at + "responseExtensions.1.extnID", "extendedRevoke (1.3.6.1.5.5.7.48.1.9)"},
+                         {at + "signatureAlgorithm", "sha256ECDSA (1.2.840.10045.4.3.2)"},
+                         {at + "certs.0.subject", "CN=responder"},
+                     });
+    EXPECT_THAT(fields.at(at + "responderID"), testing::StartsWith("byKey: "));
+    EXPECT_EQ(fields.count(at + "responses.1.nextUpdate"), 0U);
+    const ProcessResult text = Command::plain({"show", tallow.folder().file("response.der")});
+    EXPECT_THAT(text.out, AllOf(testing::StartsWith("OCSPResponse:\n  responseStatus: successful\n"),
+                                HasSubstr("          crlUrl: http://crl.example/1\n")));
+}
+
+// The decoders take lengths that are longer than need be; the walk for what they do not hand out has to follow.
+TEST(Show, FollowsLongLengthsAndUnusualNames) {
+    const Command tallow;
+    const Bytes id = certIdOf(certs().good, certs().root).encode();
+    const Bytes list = tlv::sequence({tlv::sequence({id})});
+    const Bytes version = tlv::rawLongLength(0xA0, tlv::integer(2), 3);
+    const Bytes name = tlv::context(1, tlv::contextPrimitive(6, bytesOf("http://requestor.example/")));
+    const Fields fields =
+        shown(tallow.file("request.der", tlv::sequence({tlv::rawLongLength(0x30, concat({version, name, list}), 4)})));
+    expectIn(fields, {{"OCSPRequest.version", "02"}, {"OCSPRequest.requestorName", "URI: http://requestor.example/"}});
+}
+
+TEST(Show, ShowsRefusalsForeignAnswersAndBareOnes) {
+    const Command tallow;
+    ResponseSpec bare = goodResponse();
+    bare.bare = true;
+    ResponseSpec foreign = goodResponse();
+    foreign.responseType = "1.2.3.4";
+    struct Row {
+        const char* name;
+        Bytes message;
+        const char* path;
+        const char* value;
+    };
+    for (const Row& row :
+         {Row{"try later", tlv::sequence({tlv::enumerated(3)}), "OCSPResponse.responseStatus", "tryLater"},
+          Row{"foreign", buildResponse(foreign), "OCSPResponse.responseType", "1.2.3.4"},
+          Row{"bare", buildResponse(bare), "BasicOCSPResponse.responses.0.certStatus", "good"}}) {
+        SCOPED_TRACE(row.name);
+        EXPECT_THAT(shown(tallow.file("message", row.message)), Contains(Pair(row.path, row.value)));
+    }
+}
+
+TEST(Show, NeutralisesHostileTextAndRefusesWhatIsNoMessageInOneLine) {
+    const Command tallow;
+    ResponseSpec spec = goodResponse();
+    spec.entries[0].extensions = {{"1.3.6.1.5.5.7.48.1.3", false,
+                                   tlv::sequence({tlv::context(0, tlv::ia5String("x\x1B]0;owned\x07\ny: good"))})}};
+    const ProcessResult text = Command::plain({"show", tallow.file("hostile.der", buildResponse(spec))});
+    EXPECT_EQ(text.exitStatus, 0);
+    EXPECT_THAT(text.out, AllOf(Not(HasSubstr("\x1B")), Not(HasSubstr("\ny: good")), HasSubstr("\\u{1B}]0;owned")));
+    const Bytes half = buildResponse(goodResponse());
+    for (const std::string& content :
+         {std::string("garbage"), std::string("MAA="), certs().good.certificatePem(), std::string("\x30\x80", 2),
+          std::string(half.begin(), half.begin() + 100), std::string(2000, '\x30'), std::string((4U << 20) + 1, 'x')}) {
+        const ProcessResult run = Command::plain({"show", tallow.file("bad", content)});
+        SCOPED_TRACE(run.err);
+        EXPECT_EQ(run.exitStatus, 64);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(numLines(run.err), 1U);
+        EXPECT_THAT(run.err, testing::StartsWith("tallow: " + tallow.folder().file("bad") + ": "));
+    }
+}
+
+}  // namespace

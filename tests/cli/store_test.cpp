@@ -1,0 +1,107 @@
+// `store` on folders of its own: what it adds the library trusts, what it removes no longer.
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "tests/cli/command.h"
+
+namespace {
+
+using namespace testkit;
+using testing::AllOf;
+using testing::HasSubstr;
+
+int checkGood(const Command& tallow, const std::string& url) {
+    return tallow.checkUntrusting({"--url", url, tallow.file("good.pem", certs().good)}).exitStatus;
+}
+
+std::string thumbprint(const Identity& identity) {
+    return upperHex(digest(kSha1Oid, identity.certificate));
+}
+
+TEST(Store, GivesTheLibraryWhatIsAddedUntilItIsRemoved) {
+    const Command tallow;
+    const Responder responder(responderOptions(certs().markless));
+    const std::string root = tallow.file("root.pem", certs().root);
+    const std::string crl = tallow.file("root.crl", makeCrl(certs().root, {}));
+    EXPECT_EQ(checkGood(tallow, responder.url()), 3);
+    for (const auto& [store, file] : {std::pair("ROOT", root), std::pair("CA", crl), std::pair("CA", crl)}) {
+        const ProcessResult run = tallow.with({"store", "add", store, file});
+        EXPECT_EQ(run.exitStatus, 0) << run.err;
+    }
+    EXPECT_EQ(checkGood(tallow, responder.url()), 0);  // which takes both: this responder has no mark
+    EXPECT_THAT(tallow.with({"store", "list", "ROOT"}).out,
+                AllOf(HasSubstr(thumbprint(certs().root)), HasSubstr("CN=command root")));
+    const std::string listed = tallow.with({"store", "list", "CA"}).out;
+    EXPECT_THAT(listed, HasSubstr("CRL of CN=command root"));
+    EXPECT_EQ(numLines(listed), 2U) << "the second time it was there already";
+    EXPECT_EQ(tallow.with({"store", "remove", "ROOT", thumbprint(certs().root)}).exitStatus, 0);
+    EXPECT_EQ(checkGood(tallow, responder.url()), 3);
+    EXPECT_EQ(tallow.with({"store", "remove", "CA", crl}).exitStatus, 0);
+    EXPECT_EQ(tallow.with({"store", "list", "CA"}).out, "");
+}
+
+TEST(Store, IsTheUsersOrTheMachinesWhereTheSettingsOrTheHomeSay) {
+    const Command tallow;
+    const std::string root = tallow.file("root.pem", certs().root);
+    const std::string name = thumbprint(certs().root) + ".der";
+    ASSERT_EQ(tallow.with({"store", "add", "ROOT", root, "--machine"}).exitStatus, 0);
+    EXPECT_EQ(readFile(tallow.folder().file("machine/ROOT/" + name)), certs().root.certificate);
+    EXPECT_EQ(tallow.with({"store", "list", "ROOT"}).out, "");
+    EXPECT_THAT(tallow.with({"store", "list", "ROOT", "--machine"}).out, HasSubstr(name));
+    const std::string empty = tallow.file("empty.toml", std::string());
+    const std::vector<std::string> add = {TALLOW_COMMAND, "store", "add", "CA", root, "--settings", empty};
+    ASSERT_EQ(testkit::run(add, 30000, {"XDG_DATA_HOME=" + tallow.folder().file("data")}).exitStatus, 0);
+    EXPECT_TRUE(std::filesystem::exists(tallow.folder().file("data/tallow/stores/CA/" + name)));
+}
+
+// What somebody keeps together is not torn apart, and what is of no use is told and left alone.
+TEST(Store, ListsFilesThatPeoplePutThereAndLeavesMixedOnesAlone) {
+    const Command tallow;
+    tallow.file("user/CA/bundle.pem", certs().good.certificatePem() + certs().root.certificatePem());
+    tallow.file("user/CA/notes.txt", std::string("no certificate"));
+    tallow.file("user/CA/bundle.toml", std::string("ocsp = []"));
+    tallow.file("user/CA/.hidden", certs().root.certificate);
+    const ProcessResult list = tallow.with({"store", "list", "CA"});
+    EXPECT_EQ(list.exitStatus, 0);
+    EXPECT_EQ(numLines(list.out), 4U) << list.out;
+    EXPECT_THAT(list.err, AllOf(HasSubstr("notes.txt"), testing::Not(HasSubstr("toml"))));
+    const ProcessResult remove = tallow.with({"store", "remove", "CA", tallow.file("root.pem", certs().root)});
+    EXPECT_EQ(remove.exitStatus, 64);
+    EXPECT_THAT(remove.err, HasSubstr("bundle.pem"));
+    EXPECT_EQ(tallow.with({"store", "remove", "CA", tallow.folder().file("user/CA/bundle.pem")}).exitStatus, 0);
+    EXPECT_FALSE(std::filesystem::exists(tallow.folder().file("user/CA/bundle.pem")));
+}
+
+TEST(Store, RefusesWhatCannotBeUsedInOneLine) {
+    const Command tallow;
+    const std::string leaf = tallow.file("leaf.pem", certs().good);
+    const std::string key = tallow.file("key.pem", certs().good.key.pem());
+    tallow.file("user/file", std::string("in the way"));
+    struct Row {
+        std::vector<std::string> arguments;
+        const char* words;
+    };
+    for (const Row& row : {
+             Row{{"store", "list", "../ROOT"}, "no name of a store"},
+             Row{{"store", "list", ".ROOT"}, "no name of a store"},
+             Row{{"store", "list", ""}, "empty"},
+             Row{{"store", "list", "file"}, "cannot be read"},
+             Row{{"store", "add", "ROOT", leaf}, "no root"},
+             Row{{"store", "add", "CA", key}, "no certificate and no CRL"},
+             Row{{"store", "add", "CA", "missing.pem"}, "No such file"},
+             Row{{"store", "add", "file", leaf}, "cannot be made"},
+             Row{{"store", "remove", "CA", leaf}, "is not in the store"},
+             Row{{"store", "add", "CA"}, "FILE"},
+             Row{{"store", "--machine"}, "subcommand"},
+         }) {
+        const ProcessResult run = tallow.with(row.arguments);
+        SCOPED_TRACE(run.err);
+        EXPECT_EQ(run.exitStatus, 64);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(numLines(run.err), 1U);
+        EXPECT_THAT(run.err, HasSubstr(row.words));
+    }
+}
+
+}  // namespace
