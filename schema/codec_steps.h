@@ -143,6 +143,8 @@ int decodeArray(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType 
 
 /// Members of a SEQUENCE or SET in reverse order, extension additions first; the answer is the octets of all.
 int encodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+/// A SEQUENCE or SET, the open value of a table constraint first; `tag` is written unless the caller writes another.
+int encodeRecord(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, ASN1TAG tag);
 /// What an absent member leaves in the record.
 void setDefault(const MemberInfo& member, void* record);
 /// A record as decoding begins: no member present, open values empty.

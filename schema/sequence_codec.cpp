@@ -152,7 +152,7 @@ int encodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
     return total;
 }
 
-int encodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType) {
+int encodeRecord(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, ASN1TAG tag) {
     if (type.table != nullptr) {
         const int status = encodeTableAside(ctxt, type, record);
         if (status != 0) {
@@ -161,9 +161,13 @@ int encodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagTy
     }
     int total = encodeMembers(ctxt, type, record);
     if (total >= 0 && tagType == TAG_EXPLICIT) {
-        total = xe_tag_len(ctxt, kTagSequence, total);
+        total = xe_tag_len(ctxt, tag, total);
     }
     return total < 0 ? fail(ctxt, total) : total;
+}
+
+int encodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType) {
+    return encodeRecord(ctxt, type, record, tagType, kTagSequence);
 }
 
 int decodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length) {

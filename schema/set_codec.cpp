@@ -90,11 +90,7 @@ int decodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record, int length
 }  // namespace
 
 int encodeSet(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType) {
-    int total = encodeMembers(ctxt, type, record);
-    if (total >= 0 && tagType == TAG_EXPLICIT) {
-        total = xe_tag_len(ctxt, kTagSet, total);
-    }
-    return total < 0 ? fail(ctxt, total) : total;
+    return encodeRecord(ctxt, type, record, tagType, kTagSet);
 }
 
 int decodeSet(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length) {
@@ -105,7 +101,10 @@ int decodeSet(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType ta
         }
     }
     clearRecord(type, record);
-    const int status = decodeMembers(ctxt, type, record, length);
+    int status = decodeMembers(ctxt, type, record, length);
+    if (status == 0 && type.table != nullptr) {
+        status = decodeTableAside(ctxt, type, record);
+    }
     return status != 0 ? fail(ctxt, status) : 0;
 }
 

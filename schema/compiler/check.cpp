@@ -238,9 +238,6 @@ void checkTable(const Type& type, Diagnostics& diagnostics) {
     if (key.presence != Presence::Required) {
         diagnostics.error(key.span, "the key of a table constraint cannot be left out");
     }
-    if (type.use.kind == Kind::Set) {
-        diagnostics.error(type.span, "a table constraint in a SET is not carried");
-    }
 }
 
 void checkElement(const Type& type, Diagnostics& diagnostics) {
@@ -273,9 +270,6 @@ void checkType(const Type& type, Diagnostics& diagnostics) {
         checkBounds(member.use, diagnostics);
         checkTagDepth(member.use, diagnostics);
         checkDefault(member, diagnostics);
-    }
-    if (type.isExtensible && type.use.kind == Kind::Set) {
-        diagnostics.error(type.span, "an extension marker in a SET is not carried");
     }
 }
 

@@ -106,6 +106,40 @@ TEST_F(SampleCodec, SetTakesMembersInAnyOrderOnce) {
     }
 }
 
+// The same members under the tag of a SET.
+schema::TypeInfo asSet(schema::TypeInfo type) {
+    type.kind = schema::Kind::Set;
+    return type;
+}
+const schema::TypeInfo kTypedSet = asSet(kType_Typed);
+const schema::TypeInfo kBlobSet = asSet(kType_Blob);
+
+TEST_F(SampleCodec, SetsHaveTablesAndAdditionsToo) {
+    const auto typed = [this](const std::string& octets) {
+        return again<ASN1T_Typed>(
+            [](ASN1CTXT* ctxt, ASN1T_Typed* value, ASN1TagType tagType, int length) {
+                const int status = schema::decodeValue(ctxt, kTypedSet, value, tagType, length);
+                value->value = {};  // the decoded form is what is written
+                return status;
+            },
+            [](ASN1CTXT* ctxt, ASN1T_Typed* value, ASN1TagType tagType) {
+                return schema::encodeValue(ctxt, kTypedSet, value, tagType);
+            },
+            octets);
+    };
+    EXPECT_EQ(typed("31 08 0C 01 61 06 03 88 37 01"), "31 08 06 03 88 37 01 0C 01 61");
+    EXPECT_EQ(typed("31 08 02 01 61 06 03 88 37 01"), "decode -3");
+    const auto blob = [this](const std::string& octets) {
+        return again<ASN1T_Blob>([](ASN1CTXT* ctxt, ASN1T_Blob* value, ASN1TagType tagType,
+                                    int length) { return schema::decodeValue(ctxt, kBlobSet, value, tagType, length); },
+                                 [](ASN1CTXT* ctxt, ASN1T_Blob* value, ASN1TagType tagType) {
+                                     return schema::encodeValue(ctxt, kBlobSet, value, tagType);
+                                 },
+                                 octets);
+    };
+    EXPECT_EQ(blob("31 0B 02 01 05 04 02 AA BB 30 02 05 00"), "31 0B 04 02 AA BB 02 01 05 30 02 05 00");
+}
+
 TEST_F(SampleCodec, ListsKeepOrderAndSetsAreSorted) {
     EXPECT_EQ(again(asn1D_Labels, asn1E_Labels, "30 09 13 01 63 13 01 61 13 01 62"),
               "30 09 13 01 63 13 01 61 13 01 62");
