@@ -47,17 +47,18 @@ TALLOW_EXPORT int32_t ocspCreateRequest(const struct _CERT_CHAIN_CONTEXT* chain,
 /// and is the caller's, to be released with free(). Blocks for the time of the exchange.
 ///
 /// Returns 0 for an answer whose first entry is good or revoked; 0x80090304 for a response status other than
-/// successful, a first entry that is unknown, exhausted memory or another failure inside; otherwise what
-/// CRequest::Import and CRequest::Send report (0x80093101: the bytes are no request; 0xC2110121: no responder is
-/// configured; 0xC2110100: HTTP status; policy refusals).
+/// successful, a first entry that is unknown, exhausted memory or another failure inside; 0x80091008 for an answer
+/// without entries; otherwise what CRequest::Import and CRequest::Send report (0x80093101: the bytes are no request, or
+/// no response; 0xC2110121: no responder is configured; 0xC2110120: another nonce; 0xC2110100: HTTP status; policy
+/// refusals).
 TALLOW_EXPORT int32_t ocspSendRequest(const unsigned char* request, unsigned long requestSize, unsigned char** response,
                                       unsigned long* responseSize);
 
 /// Judges a DER OCSPResponse (or a bare BasicOCSPResponse) about `cert`, which must not be null and stays the caller's:
 /// the responder's certificate and its chain, the signature, the times and critical extensions of the entry, and the
-/// certificate status. Certificates for the search come from the response, the store of `cert` and the user's stores,
-/// the issuer of `cert` from a chain built for it. Whether the answer is fresh from the wire is not its business: an
-/// old response passes as long as its own times do.
+/// certificate status. Certificates for the search come from the response, the store of `cert` (which must be open if
+/// `cert` came from one) and the user's stores, the issuer of `cert` from a chain built for it. Whether the answer is
+/// fresh from the wire is not its business: an old response passes as long as its own times do.
 ///
 /// `extensions`, when given, are the DER Extensions of the request. A nonce among them must be the one in the response,
 /// byte for byte as both stand in extnValue; without one no nonce is compared. Of `responseSize` the low 32 bits count.
@@ -65,9 +66,9 @@ TALLOW_EXPORT int32_t ocspSendRequest(const unsigned char* request, unsigned lon
 /// Returns 0 when the certificate is proven good; 0x80092010 when it is revoked; 0x80092012 when its status is unknown
 /// or the nonces differ (also: the revocation state of the responder could not be established); 0x80090020 when the
 /// response does not speak about `cert`; what CResponse::Verify, VerifyCertificate and VerifySR return (0x80090006,
-/// 0x800B0101, 0x800B0105, 0x800B010B, 0x800B0110, 0xC2110124, 0xC2110129, 0x80092010 for a revoked responder); 1 for
-/// every other failure: bytes that do not import, a response status other than successful, no responder certificate,
-/// anything thrown.
+/// 0x800B0101, 0x800B0105, 0x800B0109, 0x800B010A, 0x800B010B, 0x800B0110, 0xC2110124, 0xC2110129, 0x80092010 for a
+/// revoked responder); 1 for every other failure: bytes that do not import, a response status other than successful, no
+/// responder certificate, anything thrown.
 TALLOW_EXPORT int32_t ocspVerifyResponse(const struct _CERT_CONTEXT* cert, const unsigned char* response,
                                          unsigned long responseSize, const unsigned char* extensions,
                                          uint32_t extensionsSize);

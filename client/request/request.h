@@ -203,8 +203,9 @@ public:
     /// **A request that is built already stays unsigned**, without a word: sign before Export and Send, or change
     /// something of the message first; get_SignatureAlgorithmOID tells. Throws kRequestSigned on a signed request, what
     /// the build throws (kCryptNotFound for an entry without certificate), kBadAlgorithm when no algorithm fits the
-    /// key, kInvalidArgument for a null signer, and the converted last error when the key, the PIN or the chain fails.
-    /// The request then is unsigned and can be signed again; certificates that had been added stay in its store.
+    /// key, the converted last error when the key (kNoKeyProperty, kBadKeyset, kBadPublicKey), the PIN (kPinMissing,
+    /// kWrongPin) or the chain fails. The request then is unsigned and can be signed again; certificates that had been
+    /// added stay in its store. A null signer builds the request unsigned.
     void Sign(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude, wchar_t const* password);
 
     // ---- Receive ----------------------------------------------------------------------------------------------------
@@ -242,9 +243,10 @@ public:
 
     /// Whether the requestor's certificate has a chain to a trusted root, is in date and, like those above it but the
     /// root, not revoked. `certificate` null takes the requestor's as get_RequestorCertificate finds it. Certificates
-    /// between come from the message, `stores` and the service. Returns the status of the chain policy (kCertExpired,
-    /// kUntrustedRoot, kChaining, kCryptRevoked, kNoRevocationCheck, kRevocationOffline, kTrustFail). Throws
-    /// kCryptNotFound without a certificate, converted last errors.
+    /// between come from the message, `stores` and the service. Returns the status of the chain policy (kChaining,
+    /// kCertSignature, kUntrustedRoot, kCryptRevoked, kBasicConstraints, kWrongUsage, kTrustFail, kCertExpired,
+    /// kNoRevocationCheck). Throws kCryptNotFound without a certificate, kRequestSigned when none is given for an
+    /// unsigned request, converted last errors.
     std::int32_t VerifyCertificate(_CERT_CONTEXT const* certificate, void** stores, unsigned long storeCount) const;
 
     /// The certificate of whoever signed. **Who frees it differs**: on an object that signed by itself the result is a

@@ -29,8 +29,10 @@ public:
     Pin(Pin const&) = delete;
     Pin& operator=(Pin const&) = delete;
     ~Pin() {
-        // The block is not shared, so this gives the very place of the text.
-        ::explicit_bzero(narrow_.GetBuffer(0), static_cast<std::size_t>(narrow_.GetLength()));
+        if (!narrow_.IsEmpty()) {
+            // The block is not shared, so this gives the very place of the text.
+            ::explicit_bzero(narrow_.GetBuffer(0), static_cast<std::size_t>(narrow_.GetLength()));
+        }
     }
 
     BYTE const* octets() const { return reinterpret_cast<BYTE const*>(narrow_.GetString()); }

@@ -227,9 +227,9 @@ TEST_F(Sign, AFailureLeavesTheRequestToBeSignedAgain) {
     const auto signing = [&](const ATL2::CCertContext& cert, const wchar_t* password) {
         return thrownStatus([&] { request.Sign(cert.get(), CRequest::CertsSigner, password); });
     };
-    EXPECT_THAT(signing(contextOf(identity), nullptr), IsStatus(static_cast<std::int32_t>(CRYPT_E_NO_KEY_PROPERTY)));
-    EXPECT_LT(signing(signer, nullptr), 0);
-    EXPECT_LT(signing(signer, L"wrong"), 0);
+    EXPECT_THAT(signing(contextOf(identity), nullptr), IsStatus(status::kNoKeyProperty));
+    EXPECT_THAT(signing(signer, nullptr), IsStatus(status::kPinMissing));
+    EXPECT_THAT(signing(signer, L"wrong"), IsStatus(status::kWrongPin));
     EXPECT_STREQ(request.get_SignatureAlgorithmOID(), "");
     EXPECT_THAT(contentOf(request.get_Certificates()), testing::ElementsAre(identity.certificate))
         << "what was added before the failure stays";

@@ -80,10 +80,7 @@ protected:
     }
     static ATL2::CCertContext withKey(const Identity& identity, const std::string& keyFile) {
         ATL2::CCertContext context = contextOf(identity);
-        std::wstring container = wide(keyFile);
-        CRYPT_KEY_PROV_INFO info{};
-        info.pwszContainerName = container.data();
-        EXPECT_TRUE(CertSetCertificateContextProperty(context.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
+        EXPECT_TRUE(crypto_set_key_uri(context.get(), keyFile.c_str()));
         return context;
     }
 
