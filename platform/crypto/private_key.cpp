@@ -64,7 +64,7 @@ int givePin(UI* dialogue, UI_STRING* question) {
     return search.pin != nullptr && UI_set_result(dialogue, question, search.pin) >= 0 ? 1 : -1;
 }
 
-// Without a method of ours OpenSSL would ask at the terminal. Lives as long as the process.
+// How OpenSSL asks for a PIN here; its own way is the terminal. Lives as long as the process.
 const UI_METHOD* pinDialogue() {
     static const UI_METHOD* const method = [] {
         UI_METHOD* const made = UI_create_method("tallow");

@@ -31,7 +31,7 @@ DWORD givePin(const ProviderPtr& provider, const char* pin) {
                : GetLastError();
 }
 
-// What OpenSSL asks whoever gives no dialogue of his own: by default the terminal.
+// In the place of OpenSSL's default dialogue, which asks at the terminal.
 int askTerminal(UI* /*dialogue*/, UI_STRING* /*question*/) {
     ADD_FAILURE() << "somebody was asked at the terminal";
     return -1;
