@@ -1,7 +1,6 @@
 // General names, distinguished names, algorithm identifiers, times and numbers: what decodes must encode to what
 // decodes to the same.
 #include <cstdint>
-#include <cstdlib>
 
 #include "asn1/algorithm_identifier.h"
 #include "asn1/big_integer.h"
@@ -11,35 +10,11 @@
 #include "asn1/name.h"
 #include "asn1/octet_string.h"
 #include "asn1/time_choice.h"
-#include "handles/exception.h"
-
-namespace {
+#include "fuzz/round_trip.h"
 
 using namespace Orvane::ASN1;
-
-template <class Action>
-void attempt(Action action) {
-    try {
-        action();
-    } catch (const ATL::CAtlException&) {
-    }
-}
-
-template <class Value>
-void roundTrip(const Orvane::CBlob& data) {
-    attempt([&] {
-        Value value;
-        value.decode(data);
-        const Orvane::CBlob encoded = value.encode();
-        Value again;
-        again.decode(encoded);
-        if (!(again.encode() == encoded)) {
-            std::abort();
-        }
-    });
-}
-
-}  // namespace
+using fuzzing::attempt;
+using fuzzing::roundTrip;
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     const Orvane::CBlob blob(data, size);

@@ -1,7 +1,12 @@
 #include <gmock/gmock.h>
 
+#include "asn1/attribute.h"
+#include "asn1/certificate_values.h"
+#include "asn1/content_info.h"
 #include "asn1/ess_cert_id.h"
+#include "asn1/other_cert_id.h"
 #include "asn1/policy_information.h"
+#include "asn1/signing_certificate.h"
 #include "asn1/typed_attributes.h"
 #include "handles/status.h"
 #include "tests/asn1/blobs.h"
@@ -25,6 +30,51 @@ CIssuerSerial issuerSerial() {
     return result;
 }
 
+TEST(Attribute, GivesItsIdentifierToValuesThatHaveNone) {
+    CAttribute attribute("1.2.3");
+    attribute.add(blob(tlv::null()));
+    attribute.add(CAttrValue("1.2.4", blob(tlv::integer(1))));
+    EXPECT_STREQ(attribute.begin()->get_oid(), "1.2.3");
+    EXPECT_STREQ(std::next(attribute.begin())->get_oid(), "1.2.4");
+
+    // The set is sorted on the wire, and the list keeps its order; a foreign identifier is not encoded.
+    EXPECT_EQ(hexOf(attribute.encode()),
+              toHex(tlv::sequence({tlv::oid("1.2.3"), tlv::set({tlv::integer(1), tlv::null()})})));
+    CAttribute copy = attribute;
+    EXPECT_TRUE(copy == attribute);
+    copy.decode(attribute.encode());
+    EXPECT_FALSE(copy == attribute);
+    EXPECT_STREQ(copy.begin()->get_oid(), "1.2.3");
+    attribute.erase(attribute.begin());
+    EXPECT_EQ(attribute.size(), 1U);
+    EXPECT_EQ(copy.size(), 2U);
+}
+
+TEST(Attribute, RefusesWhatDoesNotFitItsType) {
+    EXPECT_THAT(thrownStatus([] { CAttribute("name").encode(); }), IsStatus(status::kInvalidArgument));
+    CAttribute digest("1.2.840.113549.1.9.4");
+    digest.add(blob(tlv::integer(1)));
+    EXPECT_THAT(thrownStatus([&] { digest.encode(); }), IsStatus(status::kAsn1Error));
+    const Bytes bad = tlv::sequence({tlv::oid("1.2.840.113549.1.9.4"), tlv::set({tlv::integer(1)})});
+    EXPECT_THAT(thrownStatus([&] { digest.decode(blob(bad)); }), IsStatus(status::kAsn1Error));
+    EXPECT_EQ(digest.size(), 1U);
+}
+
+TEST(Attributes, GoByTheFirstOfAnIdentifier) {
+    const auto one = [](const char* oid, int value) {
+        return tlv::sequence({tlv::oid(oid), tlv::set({tlv::integer(value)})});
+    };
+    CAttributes attributes;
+    attributes.emplace_back("1.2.9");
+    attributes.decode(blob(tlv::set({one("1.2.3", 1), one("1.2.3", 2), one("1.2.4", 3)})));
+    EXPECT_EQ(attributes.size(), 3U);
+    EXPECT_EQ(attributes.find("1.2.9"), attributes.end());
+    attributes.erase("1.2.3");
+    attributes.erase("1.2.9");
+    EXPECT_EQ(hexOf(attributes.encode()), toHex(tlv::set({one("1.2.3", 2), one("1.2.4", 3)})));
+    EXPECT_EQ(hexOf(CAttributes().encode()), "3100");
+}
+
 TEST(CertificateIdentifiers, DecodeAndEncodeTheSameBytes) {
     const auto roundTrip = [](auto value, const Bytes& der) {
         value.decode(blob(der));
@@ -38,6 +88,8 @@ TEST(CertificateIdentifiers, DecodeAndEncodeTheSameBytes) {
     const Bytes sha1 = tlv::sequence({tlv::oid("1.3.14.3.2.26"), tlv::null()});
     roundTrip(CESSCertIDv2(), tlv::sequence({tlv::octetString(kHash), kIssuerSerial}));
     roundTrip(CESSCertIDv2(), tlv::sequence({sha1, tlv::octetString(kHash), kIssuerSerial}));
+    roundTrip(COtherCertID(), tlv::sequence({tlv::octetString(kHash)}));
+    roundTrip(COtherCertID(), tlv::sequence({tlv::sequence({sha1, tlv::octetString(kHash)}), kIssuerSerial}));
 }
 
 TEST(CertificateIdentifiers, LeaveOutSha256WhateverItsParameters) {
@@ -58,6 +110,21 @@ TEST(CertificateIdentifiers, LeaveOutSha256WhateverItsParameters) {
     id.decode(blob(tlv::sequence({tlv::sequence({kSha256, tlv::null()}), tlv::octetString(kHash)})));
     EXPECT_FALSE(id == CESSCertIDv2(blob(kHash))) << "parameters count";
     EXPECT_EQ(hexOf(id.encode()), toHex(expected));
+}
+
+TEST(CertificateIdentifiers, CompareWithoutHashParameters) {
+    CAlgorithmIdentifier withNull("1.3.14.3.2.26");
+    withNull.put_parameters(blob(tlv::null()));
+    const CIssuerSerial issuer = issuerSerial();
+    const COtherCertID plain(blob(kHash), CAlgorithmIdentifier("1.3.14.3.2.26"));
+    COtherCertID other(blob(kHash), withNull);
+    EXPECT_FALSE(plain == other);
+    EXPECT_TRUE(plain.compare_noHashParam(other));
+    EXPECT_FALSE(plain.compare_noHashParam(COtherCertID(blob(kHash)))) << "another alternative";
+    EXPECT_FALSE(plain.compare_noHashParam(COtherCertID(blob(tlv::null()), withNull)));
+    other.put_issuerSerial(&issuer);
+    EXPECT_FALSE(plain.compare_noHashParam(other)) << "absent matches absent only";
+    EXPECT_THAT(thrownStatus([] { COtherCertID().encode(); }), IsStatus(status::kAsn1Error));
 }
 
 TEST(CertificateIdentifiers, CopyDeeply) {
@@ -81,6 +148,65 @@ TEST(PolicyInformation, DropsQualifiers) {
     EXPECT_STREQ(policy.get_policyIdentifier(), "1.2.3");
     EXPECT_EQ(hexOf(policy.encode()), toHex(tlv::sequence({tlv::oid("1.2.3")})));
     EXPECT_THAT(thrownStatus([] { CPolicyInformation("policy").encode(); }), IsStatus(status::kInvalidArgument));
+}
+
+/// One list of one identifier and two policies, set behind each other in a fresh attribute.
+template <class Attribute, class CertID>
+void expectPolicies(const char* oid, const CertID& id, bool encodedAtOnce) {
+    SCOPED_TRACE(oid);
+    const Bytes certs = tlv::sequence({fromHex(hexOf(id.encode()))});
+    const Bytes policies = tlv::sequence({tlv::sequence({tlv::oid("1.2.3")}), tlv::sequence({tlv::oid("1.2.4")})});
+    const std::string without = toHex(tlv::sequence({certs}));
+    const std::string with = toHex(tlv::sequence({certs, policies}));
+    CPolicyInformationList list = {CPolicyInformation("1.2.3"), CPolicyInformation("1.2.4")};
+
+    Attribute attribute;
+    EXPECT_STREQ(attribute.get_oid(), oid);
+    EXPECT_EQ(attribute.get_value().cbData(), 0U);
+    attribute.put_certs({id});
+    EXPECT_EQ(hexOf(attribute.get_value()), without);
+    attribute.put_policies(&list);
+    EXPECT_EQ(attribute.get_policies()->size(), 2U);
+    EXPECT_EQ(hexOf(attribute.get_value()), encodedAtOnce ? with : without);
+    attribute.put_certs(attribute.get_certs());
+    EXPECT_EQ(hexOf(attribute.get_value()), with);
+
+    const Attribute again(attribute.get_value());
+    EXPECT_STREQ(again.get_policies()->back().get_policyIdentifier(), "1.2.4");
+    EXPECT_TRUE(again.get_certs() == attribute.get_certs());
+    list.clear();
+    attribute.put_policies(&list);
+    attribute.encode();
+    EXPECT_EQ(hexOf(attribute.get_value()), without) << "an empty list is left out";
+    attribute.decode();
+    EXPECT_EQ(attribute.get_policies(), nullptr);
+    EXPECT_EQ(again.get_policies()->size(), 2U) << "a copy of its own";
+    EXPECT_THAT(thrownStatus([] { Attribute(blob(tlv::null())); }), IsStatus(status::kAsn1Error));
+}
+
+TEST(SigningCertificate, EncodesPoliciesAtOnceInOneOfThreeClasses) {
+    expectPolicies<CAttrSigningCertificate>("1.2.840.113549.1.9.16.2.12", CESSCertID(blob(kHash)), false);
+    expectPolicies<CAttrSigningCertificateV2>("1.2.840.113549.1.9.16.2.47", CESSCertIDv2(blob(kHash)), false);
+    expectPolicies<CAttrOtherSigningCertificate>("1.2.840.113549.1.9.16.2.19", COtherCertID(blob(kHash)), true);
+}
+
+TEST(ContentInfo, ChecksTheContentOfKnownTypes) {
+    const Bytes other = tlv::sequence({tlv::oid("1.2.3"), tlv::context(0, tlv::integer(1))});
+    CContentInfo message("1.2.3", blob(tlv::integer(1)));
+    EXPECT_EQ(hexOf(message.encode()), toHex(other));
+    message.put_contentType("1.2.840.113549.1.7.1");  // data: an OCTET STRING
+    EXPECT_THAT(thrownStatus([&] { message.encode(); }), IsStatus(status::kAsn1Error));
+    message.put_content(blob(tlv::octetString(kHash)));
+    EXPECT_EQ(hexOf(message.encode()),
+              toHex(tlv::sequence({tlv::oid("1.2.840.113549.1.7.1"), tlv::context(0, tlv::octetString(kHash))})));
+    EXPECT_THAT(thrownStatus([&] { message.decode(blob(tlv::sequence({tlv::oid("1.2.3")}))); }),
+                IsStatus(status::kAsn1Error));
+    EXPECT_EQ(message.get_content(), blob(tlv::octetString(kHash)));
+    message.decode(blob(other));
+    EXPECT_STREQ(message.get_contentType(), "1.2.3");
+    EXPECT_THAT(thrownStatus([&] { CContentInfo("data", blob(tlv::null())).encode(); }),
+                IsStatus(status::kInvalidArgument));
+    EXPECT_THAT(thrownStatus([] { CCertificateValue(blob(tlv::null())).encode(); }), IsStatus(status::kAsn1Error));
 }
 
 TEST(SigningTime, ChangesItsTypeWithTheYear2050) {

@@ -1,6 +1,8 @@
 #include <gmock/gmock.h>
 
-#include "asn1/pki_free_text.h"
+#include "asn1/info_type_and_value.h"
+#include "asn1/pki_status.h"
+#include "asn1/rev_ann_content.h"
 #include "handles/status.h"
 #include "tests/asn1/blobs.h"
 #include "tests/support/status_matcher.h"
@@ -9,6 +11,7 @@
 namespace {
 
 using Orvane::CBlob;
+using Orvane::CDateTime;
 using namespace Orvane::ASN1;
 using namespace testkit;
 
@@ -73,6 +76,150 @@ TEST(FreeText, StandsForItsFirstEntry) {
     EXPECT_DEATH(byReference(), "empty");
     EXPECT_DEATH(byValue(), "empty");
 #endif
+}
+
+/// A status of 0 with these texts.
+Bytes statusWith(const std::vector<std::string>& texts) {
+    std::vector<Bytes> strings;
+    for (const std::string& text : texts) {
+        strings.push_back(tlv::utf8String(text));
+    }
+    return tlv::sequence({tlv::integer(0), tlv::sequence(strings)});
+}
+
+TEST(FreeText, CarriesTheLanguageInFrontOfTheText) {
+    // U+0E01, U+0E72, U+0E75, U+0E2D, U+0E72, U+0E75, U+0E7E
+    const std::string russian = "\u0E01\u0E72\u0E75\u0E2D\u0E72\u0E75\u0E7E\u041D\u0435\u0442";
+    CPKIFreeText text(L"\u041D\u0435\u0442", CLanguageTagRuRu());
+    text.insert({L"no", CLanguageTagDefaultRead()});
+    text.insert({L"\u0E7E\U0001F600", CLanguageTag()});
+    CPKIStatusInfo info(kStatusAccepted);
+    info.put_statusString(text);
+    const Bytes encoded = statusWith({russian, "no", "\u0E01\u0E7E\u0E7E\U0001F600"});
+    EXPECT_EQ(hexOf(info.encode()), toHex(encoded));
+    CPKIStatusInfo again(kStatusRejection);
+    again.decode(blob(encoded));
+    EXPECT_TRUE(again.get_statusString() == text);
+    // A tag in capitals is read in small letters, and languages may repeat.
+    again.decode(blob(statusWith({"\u0E01\u0E45\u0E4E\u0E7Ea", "\u0E01\u0E65\u0E6E\u0E7Eb"})));
+    EXPECT_EQ(show(again.get_statusString()), "en=a en=b ");
+}
+
+TEST(FreeText, RefusesBrokenTagsAndCharacters) {
+    CPKIStatusInfo info(kStatusWaiting);
+    info.put_statusString(CPKIFreeText(L"a", CLanguageTagEnUs()));
+    const struct {
+        std::string text;
+        std::int32_t expected;
+    } rows[] = {
+        {"\u0E01", status::kInvalidArgument},
+        {"\u0E01\u0E65\u0E6E", status::kInvalidArgument},
+        {"\u0E01\u0E65n\u0E7Etext", status::kInvalidArgument},
+        {"\u0E01\u0F65\u0E7Etext", status::kInvalidArgument},
+        {"\xFF", status::kBadUtf8},
+        {"\xD0(", status::kBadUtf8},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(toHex(bytesOf(row.text)));
+        EXPECT_THAT(thrownStatus([&] { info.decode(blob(statusWith({"fine", row.text}))); }), IsStatus(row.expected));
+        EXPECT_EQ(show(info.get_statusString()), "en-us=a ") << "left alone";
+    }
+    const wchar_t negative[] = {static_cast<wchar_t>(-5), 0};
+    info.put_statusString(CPKIFreeText(negative, CLanguageTagDefaultRead()));
+    EXPECT_THAT(thrownStatus([&] { info.encode(); }), IsStatus(status::kAsn1Error));
+}
+
+TEST(FailureInfo, EndsAtTheLastBitThatIsSet) {
+    const struct {
+        unsigned int value;
+        const char* content;  // of the BIT STRING
+    } rows[] = {
+        {0, "00"},
+        {1, "0780"},
+        {4, "0520"},
+        {0x80, "0001"},
+        {0x100, "070080"},
+        {1U << 26, "0500000020"},
+        {0x80000001U, "0080000001"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.value);
+        const Bytes bits = tlv::raw(0x03, fromHex(row.content));
+        CPKIFailureInfo failure(row.value);
+        EXPECT_EQ(hexOf(failure.encode()), toHex(bits));
+        CPKIStatusInfo info(kStatusRejection);
+        info.put_failureInfo(failure);
+        EXPECT_EQ(hexOf(info.encode()),
+                  toHex(row.value != 0 ? tlv::sequence({tlv::integer(2), bits}) : tlv::sequence({tlv::integer(2)})));
+        failure.put_value(~row.value);
+        failure.decode(blob(bits));
+        EXPECT_EQ(failure.get_value(), row.value);
+    }
+    CPKIFailureInfo failure(0);
+    failure.decode(blob(tlv::raw(0x03, fromHex("00ffffffffffff"))));
+    EXPECT_EQ(failure.get_value(), 0xFFFFFFFFU) << "there is no place for more";
+    failure.put_bit(31, false);
+    EXPECT_TRUE(failure.get_bit(30) && !failure.get_bit(31));
+    EXPECT_THAT(thrownStatus([&] { failure.put_bit(32, false); }), IsStatus(status::kInvalidArgument));
+    EXPECT_THAT(thrownStatus([&] { static_cast<void>(failure.get_bit(32)); }), IsStatus(status::kInvalidArgument));
+}
+
+TEST(InfoTypeAndValueList, KeepsOneItemForEachIdentifier) {
+    CInfoTypeAndValueList items;
+    items.insert(CInfoTypeAndValue("1.2.3", blob(tlv::null())));
+    items.insert(CInfoTypeAndValue("1.2.4"));
+    items.insert(CInfoTypeAndValue("1.2.3", blob(tlv::integer(5))));
+    const Bytes encoded =
+        tlv::sequence({tlv::sequence({tlv::oid("1.2.3"), tlv::integer(5)}), tlv::sequence({tlv::oid("1.2.4")})});
+    EXPECT_EQ(hexOf(items.encode()), toHex(encoded));
+    CInfoTypeAndValueList again;
+    again.emplace_back("1.2.9");
+    again.decode(blob(encoded));
+    EXPECT_TRUE(again == items);
+    again.remove("1.2.3");
+    EXPECT_EQ(again.find("1.2.3"), again.end());
+#ifdef NDEBUG
+    again.remove("1.2.3");
+    EXPECT_EQ(again.size(), 1U);
+#else
+    EXPECT_DEATH(again.remove("1.2.3"), "present");
+#endif
+    EXPECT_THAT(thrownStatus([&] { CInfoTypeAndValueList{CInfoTypeAndValue("info")}.encode(); }),
+                IsStatus(status::kInvalidArgument));
+    // signKeyPairTypes is a SEQUENCE OF AlgorithmIdentifier.
+    EXPECT_THAT(thrownStatus([] {
+                    CInfoTypeAndValueList{CInfoTypeAndValue("1.3.6.1.5.5.7.4.2", blob(tlv::integer(1)))}.encode();
+                }),
+                IsStatus(status::kAsn1Error));
+}
+
+TEST(RevAnnContent, CarriesWholeSecondsAndNoEmptyDetails) {
+    CGeneralName issuer;
+    issuer.put_dNSName(L"ca");
+    const CCertId certId(issuer, CBigInteger(fromHex("0080").data(), 2));
+    const Bytes certIdDer = tlv::sequence({tlv::contextPrimitive(2, bytesOf("ca")), tlv::integer(128)});
+    EXPECT_EQ(hexOf(certId.encode()), toHex(certIdDer));
+    const auto announcement = [&](const Bytes& details) {
+        return tlv::sequence({concat({tlv::integer(5), certIdDer, tlv::generalizedTime("20500101000000Z"),
+                                      tlv::generalizedTime("20260102030405Z"), details})});
+    };
+    const CExtensions none;
+    CRevAnnContent content(kStatusRevocationNotification, certId, CDateTime(2050, 1, 1, 0, 0, 0, 0, 0),
+                           CDateTime(2026, 1, 2, 3, 4, 5, 700, 0));
+    content.put_crlDetails(&none);
+    EXPECT_EQ(hexOf(content.encode()), toHex(announcement({})));
+    const Bytes details = tlv::sequence({tlv::sequence({tlv::oid("2.5.29.20"), tlv::octetString(tlv::integer(9))})});
+    CRevAnnContent again;
+    again.decode(blob(announcement(details)));
+    EXPECT_EQ(again.get_status(), kStatusRevocationNotification);
+    EXPECT_TRUE(again.get_certId() == certId);
+    EXPECT_EQ(again.get_badSinceDate(), CDateTime(2026, 1, 2, 3, 4, 5, 0, 0));
+    EXPECT_EQ(hexOf(again.encode()), toHex(announcement(details)));
+    const CRevAnnContent copy = again;
+    again.decode(content.encode());
+    EXPECT_EQ(again.get_crlDetails(), nullptr);
+    EXPECT_STREQ(copy.get_crlDetails()->front().get_extnID(), "2.5.29.20");
+    EXPECT_THAT(thrownStatus([] { CRevAnnContent().encode(); }), IsStatus(status::kInvalidArgument));
 }
 
 }  // namespace
