@@ -2,9 +2,7 @@
 #include "client/request/request_impl.h"
 #include "client/response/chain_building.h"
 #include "client/response/critical_extensions.h"
-#include "foundation/trace.h"
 #include "handles/exception.h"
-#include "handles/last_error.h"
 #include "handles/status.h"
 #include "message/request_message.h"
 #include "platform/crypto/crypto_service.h"
@@ -55,16 +53,9 @@ std::int32_t judgeRequestor(ATL2::CCertChainContext const& chain) {
     parameters.dwFlags = OCSP_REQUESTOR_POLICY_FLAG;
     CERT_CHAIN_POLICY_STATUS policyStatus{};
     policyStatus.cbSize = sizeof policyStatus;
-    if (!CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_OCSP_REQUESTOR, chain.get(), &parameters, &policyStatus)) {
-        const DWORD lastError = GetLastError();
-        TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy failed: 0x%X\n", lastError);
-        ATL::AtlThrowImpl(ATL2::convertLastError(lastError));
-    }
-    if (policyStatus.dwError != 0) {
-        TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy returned status.dwError = 0x%X\n",
-                     policyStatus.dwError);
-    }
-    return static_cast<std::int32_t>(policyStatus.dwError);
+    const BOOL judged =
+        CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_OCSP_REQUESTOR, chain.get(), &parameters, &policyStatus);
+    return policyVerdict(judged, judged ? 0 : GetLastError(), policyStatus);
 }
 
 }  // namespace

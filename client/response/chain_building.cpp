@@ -1,7 +1,9 @@
 #include "client/response/chain_building.h"
 
+#include "foundation/trace.h"
 #include "handles/cert_context.h"
 #include "handles/exception.h"
+#include "handles/last_error.h"
 #include "handles/status.h"
 
 namespace Orvane::PKI::OCSP::Client {
@@ -32,6 +34,18 @@ ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* cert, ChainOptions const
         ATL::AtlThrowLastWin32();
     }
     return chain;
+}
+
+std::int32_t policyVerdict(BOOL judged, DWORD lastError, CERT_CHAIN_POLICY_STATUS const& policyStatus) {
+    if (!judged) {
+        TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy failed: 0x%X\n", lastError);
+        ATL::AtlThrowImpl(ATL2::convertLastError(lastError));
+    }
+    if (policyStatus.dwError != 0) {
+        TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy returned status.dwError = 0x%X\n",
+                     policyStatus.dwError);
+    }
+    return static_cast<std::int32_t>(policyStatus.dwError);
 }
 
 ATL2::CCertStore collectStores(ATL2::CCertStore const& own, void** stores, unsigned long count) {

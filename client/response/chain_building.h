@@ -1,6 +1,8 @@
 // What requests and responses share where they build chains and keep certificates.
 #pragma once
 
+#include <cstdint>
+
 #include "foundation/blob.h"
 #include "handles/cert_chain_context.h"
 #include "handles/cert_store.h"
@@ -18,6 +20,10 @@ struct ChainOptions {
 
 /// Throws kFail when the certificate cannot be duplicated, the converted last error when no chain can be built.
 [[nodiscard]] ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* cert, ChainOptions const& options);
+
+/// The verdict of a chain policy on what CertVerifyCertificateChainPolicy left, traced: dwError, 0 for no objection.
+/// `lastError` is that of a call that failed (`judged` FALSE) and is thrown converted.
+std::int32_t policyVerdict(BOOL judged, DWORD lastError, CERT_CHAIN_POLICY_STATUS const& policyStatus);
 
 /// A collection of `own` and the non-null ones of `count` store handles, for building chains. Throws the status of the
 /// step that failed.

@@ -126,14 +126,8 @@ std::int32_t CResponse::Impl::judgeChain(ATL2::CCertChainContext const& chain, b
     if (authorisationFailure) {
         std::rethrow_exception(std::exchange(authorisationFailure, nullptr));
     }
-    if (!judged) {
-        TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy failed: 0x%X\n", lastError);
-        ATL::AtlThrowImpl(ATL2::convertLastError(lastError));
-    }
-    if (policyStatus.dwError != 0) {
-        TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy returned status.dwError = 0x%X\n",
-                     policyStatus.dwError);
-        return static_cast<std::int32_t>(policyStatus.dwError);
+    if (const std::int32_t verdict = policyVerdict(judged, lastError, policyStatus); verdict != 0) {
+        return verdict;
     }
     TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy returned ocspStatus.dwError = 0x%X\n",
                  ocspStatus.dwError);

@@ -18,18 +18,8 @@ using namespace testkit;
 
 constexpr unsigned long kBeyond32Bits = 1UL << 32;
 
-class PlainFunctions : public ClientTest {
+class PlainFunctions : public ResponderTest {
 protected:
-    PlainFunctions() {
-        CertificateSpec spec;
-        spec.commonName = "responder";
-        spec.extendedKeyUsage = "OCSPSigning";
-        spec.ocspNoCheck = true;
-        responder_ = issue(pki_.ca, spec);
-        folder_.write("user/CA/root.crl", makeCrl(pki_.root, {}));
-        folder_.write("user/CA/ca.pem", pki_.ca.certificatePem());
-    }
-
     ResponseSpec about(const Identity& subject, EntryStatus entryStatus = EntryStatus::kGood) const {
         ResponseSpec spec(responder_);
         spec.entries.emplace_back(certIdOf(subject, pki_.ca), entryStatus);
@@ -69,8 +59,6 @@ protected:
         message.decode(toBlob(request));
         return toBytes(message.get_requestExtensions()->encode());
     }
-
-    Identity responder_;
 };
 
 TEST_F(PlainFunctions, CreateNoRequestWhateverTheChain) {

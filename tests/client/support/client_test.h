@@ -106,4 +106,20 @@ protected:
     TempDir folder_;
 };
 
+/// A delegate of the CA that needs no revocation check, and what leads from it to the root.
+class ResponderTest : public ClientTest {
+protected:
+    ResponderTest() {
+        CertificateSpec spec;
+        spec.commonName = "responder";
+        spec.extendedKeyUsage = "OCSPSigning";
+        spec.ocspNoCheck = true;
+        responder_ = issue(pki_.ca, spec);
+        folder_.write("user/CA/root.crl", makeCrl(pki_.root, {}));
+        folder_.write("user/CA/ca.pem", pki_.ca.certificatePem());
+    }
+
+    Identity responder_;
+};
+
 }  // namespace testkit

@@ -12,18 +12,8 @@ namespace {
 
 using namespace testkit;
 
-class Send : public ClientTest {
+class Send : public ResponderTest {
 protected:
-    Send() {
-        CertificateSpec spec;
-        spec.commonName = "responder";
-        spec.extendedKeyUsage = "OCSPSigning";
-        spec.ocspNoCheck = true;
-        responder_ = issue(pki_.ca, spec);
-        folder_.write("user/CA/root.crl", makeCrl(pki_.root, {}));
-        folder_.write("user/CA/ca.pem", pki_.ca.certificatePem());
-    }
-
     // A certificate that names one responder a path of `server`.
     Identity leafFor(const HttpServer& server, const std::vector<std::string>& paths) const {
         CertificateSpec spec;
@@ -44,7 +34,6 @@ protected:
     // Serves replies_ by path.
     std::map<std::string, HttpReply> replies_;
     HttpServer server_{[this](const HttpRequest& request) { return replies_.at(request.target); }};
-    Identity responder_;
 };
 
 struct Handler : ocsp::Client::IResponseHandler {
