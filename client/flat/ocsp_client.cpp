@@ -24,7 +24,8 @@ std::int32_t guarded(Body body) noexcept {
     try {
         return body();
     } catch (ATL::CAtlException const& failure) {
-        return failure.status();
+        // A service that fails without a reason is thrown as 0, which here would read as success.
+        return failure.status() != 0 ? failure.status() : status::kInternalError;
     } catch (...) {
         return status::kInternalError;
     }

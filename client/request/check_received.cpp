@@ -55,7 +55,10 @@ std::int32_t judgeRequestor(ATL2::CCertChainContext const& chain) {
     policyStatus.cbSize = sizeof policyStatus;
     const BOOL judged =
         CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_OCSP_REQUESTOR, chain.get(), &parameters, &policyStatus);
-    return policyVerdict(judged, judged ? 0 : GetLastError(), policyStatus);
+    if (const std::int32_t verdict = policyVerdict(judged, judged ? 0 : GetLastError(), policyStatus); verdict != 0) {
+        return verdict;
+    }
+    return isProof(chain) ? status::kOk : status::kTrustFail;
 }
 
 }  // namespace

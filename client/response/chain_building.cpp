@@ -39,13 +39,18 @@ ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* cert, ChainOptions const
 std::int32_t policyVerdict(BOOL judged, DWORD lastError, CERT_CHAIN_POLICY_STATUS const& policyStatus) {
     if (!judged) {
         TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy failed: 0x%X\n", lastError);
-        ATL::AtlThrowImpl(ATL2::convertLastError(lastError));
+        // A service that fails without a reason must not be thrown as the word for success.
+        ATL::AtlThrowImpl(lastError == 0 ? status::kFail : ATL2::convertLastError(lastError));
     }
     if (policyStatus.dwError != 0) {
         TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy returned status.dwError = 0x%X\n",
                      policyStatus.dwError);
     }
     return static_cast<std::int32_t>(policyStatus.dwError);
+}
+
+bool isProof(ATL2::CCertChainContext const& chain) {
+    return chain->cChain != 0 && chain->rgpChain[0]->cElement != 0;
 }
 
 ATL2::CCertStore collectStores(ATL2::CCertStore const& own, void** stores, unsigned long count) {

@@ -25,6 +25,9 @@ struct ChainOptions {
 /// `lastError` is that of a call that failed (`judged` FALSE) and is thrown converted.
 std::int32_t policyVerdict(BOOL judged, DWORD lastError, CERT_CHAIN_POLICY_STATUS const& policyStatus);
 
+/// Whether the chain has a certificate in it. A policy that passes a chain of nothing proves nothing.
+[[nodiscard]] bool isProof(ATL2::CCertChainContext const& chain);
+
 /// A collection of `own` and the non-null ones of `count` store handles, for building chains. Throws the status of the
 /// step that failed.
 [[nodiscard]] ATL2::CCertStore collectStores(ATL2::CCertStore const& own, void** stores, unsigned long count);

@@ -170,8 +170,8 @@ std::int32_t CResponse::VerifyCertificate(_CERT_CONTEXT const* cert, bool verify
             }
         }
     }
-    if (chain->cChain == 0 || chain->rgpChain[0]->cElement == 0) {
-        return status::kTrustFail;  // a policy that passes a chain of nothing proves nothing
+    if (!isProof(chain)) {
+        return status::kTrustFail;
     }
     // An exempt responder is not checked for revocation itself; the chain above it still is.
     const DWORD start = exempt ? 1 : 0;

@@ -1,0 +1,134 @@
+// What signing and judging requestors ask of the services, and what becomes of answers that no healthy one gives.
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "client/flat/ocsp_client.h"
+#include "tests/client/support/client_test.h"
+#include "tests/scripted_service/scripted_service.h"
+
+namespace {
+
+using namespace testkit;
+using testing::_;
+using testing::Return;
+
+class RequestorService : public testing::Test {
+protected:
+    RequestorService() {
+        support_settings_open(folder_.write("settings.toml", "[crypto]\nsystem_roots = false\n").c_str());
+        request_.put_UseNonce(false);
+        request_.put_SRCertIDFromCert(contextOf(pki_.good).get(), contextOf(pki_.ca).get(), 0, nullptr);
+    }
+
+    std::int32_t signing() {
+        return thrownStatus([&] { request_.Sign(signer_.get(), CRequest::CertsNone, nullptr); });
+    }
+
+    Overlay service_;  // outlives the handles of the tests
+    const Pki& pki_ = Pki::shared();
+    TempDir folder_;
+    CRequest request_;
+    ATL2::CCertContext signer_ = contextOf(pki_.good);
+};
+
+TEST_F(RequestorService, TheFirstHashOfTheProviderThatFitsTheKeySigns) {
+    struct Row {
+        const char* what;
+        std::vector<ALG_ID> listed;
+        std::string expected;  // empty: none fits
+    };
+    for (const Row& row :
+         {Row{"the provider's order counts", {CALG_SHA_384, CALG_SHA_256}, "1.2.840.10045.4.3.3"},
+          Row{"what is no hash is passed over", {CALG_ECDSA, CALG_SHA_512, CALG_SHA_256}, "1.2.840.10045.4.3.4"},
+          Row{"a hash without a signature too", {CALG_MD5, CALG_SHA_256}, "1.2.840.10045.4.3.2"},
+          Row{"none fits", {CALG_MD5, CALG_ECDSA}, ""}}) {
+        SCOPED_TRACE(row.what);
+        std::size_t next = 0;
+        EXPECT_CALL(service_, CryptAcquireCertificatePrivateKey(signer_.get(), 2, nullptr, _, _, _))
+            .WillOnce([](auto, auto, auto, HCRYPTPROV* provider, auto, BOOL* callerFrees) {
+                *provider = 77;
+                *callerFrees = FALSE;
+                return TRUE;
+            });
+        EXPECT_CALL(service_, CryptGetProvParam(77, 1, _, _, _))
+            .WillRepeatedly([&](auto, auto, BYTE* data, DWORD* size, DWORD flags) {
+                EXPECT_EQ(*size, 32u);
+                EXPECT_EQ(flags, next == 0 ? 1u : 0u);
+                if (next == row.listed.size()) {
+                    SetLastError(ERROR_NO_MORE_ITEMS);
+                    return FALSE;
+                }
+                std::memcpy(data, &row.listed[next++], sizeof(ALG_ID));
+                return TRUE;
+            });
+        std::string used;
+        EXPECT_CALL(service_, CryptSignCertificate)
+            .WillRepeatedly(
+                [&](auto, auto, auto, auto, auto, PCRYPT_ALGORITHM_IDENTIFIER algorithm, auto, auto, DWORD*) {
+                    used = algorithm->pszObjId;
+                    SetLastError(5);
+                    return FALSE;
+                });
+        EXPECT_CALL(service_, CryptReleaseContext(77, _)).Times(0);  // the service keeps this one
+        EXPECT_THAT(signing(),
+                    IsStatus(row.expected.empty() ? status::kBadAlgorithm : static_cast<std::int32_t>(0x80070005)));
+        EXPECT_EQ(used, row.expected);
+        testing::Mock::VerifyAndClearExpectations(&service_);
+        service_.answerByPlatform();
+    }
+}
+
+TEST_F(RequestorService, APolicyThatSaysNothingIsNotBelieved) {
+    CERT_SIMPLE_CHAIN simple{};
+    CERT_SIMPLE_CHAIN* chains[] = {&simple};
+    CERT_CHAIN_CONTEXT chain{};
+    chain.rgpChain = chains;
+    struct Row {
+        const char* what;
+        DWORD chains, elements;
+        BOOL judged;
+        DWORD lastError, error;
+        std::int32_t expected;  // returned or thrown
+    };
+    for (const Row& row :
+         {Row{"no objection", 1, 1, TRUE, 5, 0, 0},
+          Row{"refused", 1, 1, TRUE, 0, static_cast<DWORD>(status::kCryptRevoked), status::kCryptRevoked},
+          Row{"no chain", 0, 0, TRUE, 0, 0, status::kTrustFail},
+          Row{"a chain of nothing", 1, 0, TRUE, 0, 0, status::kTrustFail},
+          Row{"failed", 1, 1, FALSE, 5, 0, static_cast<std::int32_t>(0x80070005)},
+          Row{"failed without a reason", 1, 1, FALSE, 0, 0, status::kFail}}) {
+        chain.cChain = row.chains;
+        simple.cElement = row.elements;
+        constexpr DWORD kFlags =
+            CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT | CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE;
+        EXPECT_CALL(service_, CertGetCertificateChain(nullptr, _, nullptr, _, _, kFlags, nullptr, _))
+            .WillOnce([&](auto, auto, auto, auto, auto, auto, auto, PCCERT_CHAIN_CONTEXT* made) {
+                *made = &chain;
+                return TRUE;
+            });
+        EXPECT_CALL(service_, CertFreeCertificateChain(&chain)).WillOnce(Return());
+        EXPECT_CALL(service_, CertVerifyCertificateChainPolicy(testing::StrEq("{B52FF66F-13A5-402C-B958-A3A6B5300FB6}"),
+                                                               &chain, _, _))
+            .WillOnce([&](auto, auto, CERT_CHAIN_POLICY_PARA* parameters, CERT_CHAIN_POLICY_STATUS* result) {
+                EXPECT_EQ(parameters->dwFlags, 0x40000000u);
+                result->dwError = row.error;
+                SetLastError(row.lastError);
+                return row.judged;
+            });
+        std::int32_t verdict = 0;
+        const std::int32_t thrown =
+            thrownStatus([&] { verdict = request_.VerifyCertificate(signer_.get(), nullptr, 0); });
+        EXPECT_THAT(thrown != 0 ? thrown : verdict, IsStatus(row.expected)) << row.what;
+    }
+}
+
+TEST_F(RequestorService, AFailureWithoutAReasonIsNoSuccessOfAPlainFunction) {
+    const Bytes request = readFile("data/schema/request-signed.der");
+    EXPECT_CALL(service_, CertCreateCertificateContext).WillOnce(failing(nullptr, 0));
+    unsigned char* response = nullptr;
+    unsigned long size = 0;
+    EXPECT_THAT(ocspSendRequest(request.data(), request.size(), &response, &size), IsStatus(status::kInternalError));
+}
+
+}  // namespace
