@@ -48,6 +48,10 @@ private:
         for (const std::string& name : module_.foreignStructs) {
             out_.line("struct " + name + ";");
         }
+        for (const std::string& name : module_.foreignValues) {
+            out_.line("struct ASN1T_" + name + "; class ASN1C_" + name + "; extern const schema::TypeInfo kType_" +
+                      name + ";");
+        }
         for (const TypeLayout& type : module_.types) {
             std::string line;
             if (type.hasStruct() || type.form == TypeForm::Octets) {

@@ -56,6 +56,7 @@ private:
         header_.clear();
         source_.clear();
         foreign_.clear();
+        foreignValues_.clear();
         placed_.clear();
         for (const Class* objectClass : module.classes) {
             if (!objectClass->keyField.empty() && !objectClass->typeField.empty()) {
@@ -74,11 +75,17 @@ private:
         current_.headerIncludes = stems(header_);
         current_.sourceIncludes = stems(source_);
         for (const Type* type : foreign_) {
-            if (header_.count(type->module) == 0) {
+            if (header_.count(type->module) == 0 && foreignValues_.count(type) == 0) {
                 current_.foreignStructs.push_back("ASN1T_" + type->cppName);
             }
         }
+        for (const Type* type : foreignValues_) {
+            if (header_.count(type->module) == 0) {
+                current_.foreignValues.push_back(type->cppName);
+            }
+        }
         std::sort(current_.foreignStructs.begin(), current_.foreignStructs.end());
+        std::sort(current_.foreignValues.begin(), current_.foreignValues.end());
         return std::move(current_);
     }
 
@@ -113,11 +120,22 @@ private:
             return;
         }
         needSource(record->module);
-        const bool hasStruct = !isList(*record) || record->isArray || !record->isLifted;
-        if (record->module != current_.module && hasStruct) {
+        if (record->module != current_.module && hasStruct(*record)) {
             foreign_.insert(record);
         }
     }
+    // The value of an object: what the object does with it stands in the sources alone. A module with objects for
+    // values of all kinds would draw all their headers into its own otherwise.
+    void needValue(const Type& type) {
+        const bool isDeclarable = type.use.kind != Kind::Named && isStructuredUse(type.use) && hasStruct(type);
+        if (type.module == current_.module || !isDeclarable) {
+            needHeader(type.module);
+            return;
+        }
+        needSource(type.module);
+        foreignValues_.insert(&type);
+    }
+    static bool hasStruct(const Type& record) { return !isList(record) || record.isArray || !record.isLifted; }
 
     // Puts the type behind those that its C++ definition needs complete. An own stack in place of recursion: a chain of
     // records may be as long as the schema.
@@ -364,7 +382,7 @@ private:
             layout.value = "schema::NullValue";
         } else if (object.hasValue) {
             const Type& type = *object.value.type;
-            needHeader(type.module);
+            needValue(type);
             layout.value =
                 "schema::ValueOf<ASN1T_" + type.cppName + ", ASN1C_" + type.cppName + ", " + typeInfoName(type) + ">";
         }
@@ -442,6 +460,7 @@ private:
     std::set<const Module*> header_;
     std::set<const Module*> source_;
     std::set<const Type*> foreign_;
+    std::set<const Type*> foreignValues_;
     TypeSet placed_;
 };
 

@@ -103,6 +103,7 @@ struct ModuleLayout {
     std::vector<std::string> headerIncludes;  // stems
     std::vector<std::string> sourceIncludes;
     std::vector<std::string> foreignStructs;  // records of other modules that only pointers lead to
+    std::vector<std::string> foreignValues;   // types of other modules that are the values of objects, without ASN1T_
     std::vector<TypeLayout> types;            // an embedded record stands before the one that embeds it
     std::vector<ClassLayout> classes;
     std::vector<ObjectLayout> objects;
