@@ -17,8 +17,9 @@ else()
 endif()
 target_compile_features(tallow INTERFACE cxx_std_20)
 target_include_directories(tallow INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/tallow>)
-# Calls inside the library stay inside it: no detour over the table that would let another object step in.
-target_link_options(tallow PRIVATE -Wl,-Bsymbolic-functions)
+# Calls inside the library stay inside it: no detour over the table that would let another object step in. The schema
+# describes more types than the library reads; sections of their own let the linker drop the others.
+target_link_options(tallow PRIVATE -Wl,-Bsymbolic-functions -Wl,--gc-sections)
 if(NOT TALLOW_SANITIZE)
   # Not so under a sanitizer: clang leaves its runtime to the program.
   target_link_options(tallow PRIVATE -Wl,--no-undefined)

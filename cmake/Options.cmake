@@ -13,7 +13,7 @@ target_compile_features(tallow_options INTERFACE cxx_std_20)
 target_compile_options(tallow_options INTERFACE -Wall -Wextra -Wpedantic -fvisibility=hidden
                                                 $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>
                                                 -fno-strict-aliasing
-                                                $<$<CONFIG:Release>:-fno-semantic-interposition>)
+                                                "$<$<CONFIG:Release>:-fno-semantic-interposition;-ffunction-sections;-fdata-sections>")
 target_include_directories(tallow_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # GCC 12 sees overlapping copies in every std::string concatenation that it inlines (its bug 105651).
