@@ -1,7 +1,6 @@
 #include "cli/check.h"
 
 #include <algorithm>
-#include <exception>
 #include <optional>
 #include <utility>
 
@@ -54,23 +53,14 @@ void Check::run() {
         CRequest request;
         fillRequest(request, certificate);
         ask(request);
-    } catch (InputError const& failure) {
-        fail({failure.code(), std::string(step_) + ": " + failure.reason()});
-    } catch (ATL::CAtlException const& failure) {
-        const std::string mistake = failure.status() == status::kNoPolicy ? settingsMistake() : std::string();
-        fail(mistake.empty() ? explain(failure.status(), step_)
-                             : CheckError{failure.status(), std::string(step_) + ": " + mistake});
-    } catch (std::exception const& failure) {
-        fail({status::kFail, std::string(step_) + ": " + failure.what()});
+    } catch (...) {
+        fail(explainCaught(step_));
     }
 }
 
 void Check::fillRequest(CRequest& request, _CERT_CONTEXT const* certificate) {
     step_ = "finding the issuer";
-    const ATL2::CCertContext issuer = inputs_.issuerOf(certificate);
-    const char* hash = inputs_.hashOid().empty() ? nullptr : inputs_.hashOid().c_str();
-    request.put_SRCertIDFromCert(certificate, issuer.get(), 0, hash);
-    inputs_.requireIssuer(certificate);
+    inputs_.name(request, certificate);
     step_ = "building the request";
     if (options_.nonce) {
         request.put_UseNonce(*options_.nonce);
@@ -104,11 +94,8 @@ void Check::saveRequest(CRequest& request) const {
     if (options_.saveRequest.empty()) {
         return;
     }
-    unsigned long size = 0;
-    request.Export(nullptr, &size);
-    Orvane::CBlob bytes(size);
-    request.Export(bytes.pbData(), &size);
-    writeWhole(options_.saveRequest, bytes.pbData(), size);
+    const Orvane::CBlob bytes = exported(request);
+    writeWhole(options_.saveRequest, bytes.pbData(), bytes.cbData());
 }
 
 // The answer stands by now, also when it cannot be kept.

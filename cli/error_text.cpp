@@ -1,9 +1,13 @@
 #include "cli/error_text.h"
 
 #include <cstdio>
+#include <exception>
 #include <vector>
 
+#include "cli/input_files.h"
+#include "cli/run_inputs.h"
 #include "cli/safe_text.h"
+#include "handles/exception.h"
 #include "handles/last_error.h"
 #include "handles/status.h"
 
@@ -119,6 +123,19 @@ std::string codeText(std::int32_t code) {
 
 CheckError explain(std::int32_t code, const std::string& step) {
     return {code, step + ": " + textOf(code)};
+}
+
+CheckError explainCaught(const std::string& step) {
+    try {
+        throw;
+    } catch (InputError const& failure) {
+        return {failure.code(), step + ": " + failure.reason()};
+    } catch (ATL::CAtlException const& failure) {
+        const std::string mistake = failure.status() == status::kNoPolicy ? settingsMistake() : std::string();
+        return mistake.empty() ? explain(failure.status(), step) : CheckError{failure.status(), step + ": " + mistake};
+    } catch (std::exception const& failure) {
+        return {status::kFail, step + ": " + failure.what()};
+    }
 }
 
 CheckError explainSend(std::int32_t code, CRequest const& request) {

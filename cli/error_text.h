@@ -16,6 +16,10 @@ CheckError explain(std::int32_t code, const std::string& step);
 /// that came closest to an answer counts then.
 CheckError explainSend(std::int32_t code, Orvane::PKI::OCSP::Client::CRequest const& request);
 
+/// Explains the exception that is being handled, as explain does; only inside of a catch. A settings file that was
+/// found wrong on the way is told with line and column.
+CheckError explainCaught(const std::string& step);
+
 /// "0xC2110121"
 std::string codeText(std::int32_t code);
 

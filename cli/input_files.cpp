@@ -16,7 +16,6 @@ namespace tallow::cli {
 
 namespace {
 
-constexpr std::size_t kLargestFile = 64U << 20;  // a bundle of all public roots is well below one of these
 constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kDashes = "-----";
 
@@ -218,6 +217,13 @@ StoreContent readStoreContent(const std::string& path) {
         }
     }
     return content;
+}
+
+bool holdsPrivateKey(const std::string& path) {
+    constexpr std::string_view kPrivateKey = "PRIVATE KEY";
+    const std::vector<Block> blocks = splitBlocks(path, readWhole(path), {});
+    return std::any_of(blocks.begin(), blocks.end(),
+                       [&](const Block& block) { return std::string_view(block.label).ends_with(kPrivateKey); });
 }
 
 Orvane::CBlob readMessage(const std::string& path, std::size_t largest) {

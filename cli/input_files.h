@@ -12,6 +12,9 @@
 
 namespace tallow::cli {
 
+/// A bundle of all public roots is well below one of these.
+inline constexpr std::size_t kLargestFile = 64U << 20;
+
 /// Something given on the command line that cannot be used; what() is one line, "name: reason".
 class InputError : public std::runtime_error {
 public:
@@ -42,10 +45,14 @@ struct StoreContent {
 };
 StoreContent readStoreContent(const std::string& path);
 
+/// Whether the PEM text of the file holds a private key, encrypted or not. Throws InputError for a file that
+/// cannot be read.
+bool holdsPrivateKey(const std::string& path);
+
 /// The octets of an OCSP message: DER, the first OCSP REQUEST or OCSP RESPONSE block of PEM text, or base64 alone. What
 /// they mean is not examined. Throws InputError when the file cannot be read, holds other PEM blocks only, or is larger
 /// than `largest` octets.
-Orvane::CBlob readMessage(const std::string& path, std::size_t largest);
+Orvane::CBlob readMessage(const std::string& path, std::size_t largest = kLargestFile);
 
 /// Writes the octets beside the file and renames: the file is there whole or as it was. Throws InputError.
 void writeWhole(const std::string& path, const unsigned char* data, std::size_t size);

@@ -1,6 +1,6 @@
 #include "cli/judge.h"
 
-#include "cli/certificate_text.h"
+#include "cli/answer.h"
 #include "cli/safe_text.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -15,7 +15,11 @@ Judge::Judge(CRequest& request, void* store, CheckResult& result)
 
 std::int32_t Judge::OnResponse(CResponse const& response) {
     try {
-        const std::int32_t verdict = verifier_.OnResponse(response);
+        std::int32_t verdict = verifier_.OnResponse(response);
+        if (verdict == status::kOk || verdict == status::kCertificateUnknown) {
+            const std::int32_t clock = holdAgainstClock(response, entryIn(response));
+            verdict = clock == status::kOk ? verdict : clock;
+        }
         if (verdict == status::kOk) {
             accept(CertificateState::kGood, response);
         } else if (verdict == status::kCertificateUnknown) {
@@ -30,18 +34,15 @@ std::int32_t Judge::OnResponse(CResponse const& response) {
     }
 }
 
+unsigned long Judge::entryIn(CResponse const& response) const {
+    return response.get_SRIndexByCertID(request_.get_SRCertID(0));
+}
+
 // After "unknown" the next responder is asked, and what that one knows outweighs it; nothing else is followed by a
 // further answer.
 void Judge::accept(CertificateState state, CResponse const& response) {
-    const unsigned long index = response.get_SRIndexByCertID(request_.get_SRCertID(0));
-    const Orvane::CDateTime producedAt = response.get_ProducedAt();
-    const Orvane::CDateTime thisUpdate = response.get_SRThisUpdate(index);
     result_.responder = utf8(request_.get_OCSPAddress());
-    result_.producedAt = iso8601(&producedAt);
-    result_.thisUpdate = iso8601(&thisUpdate);
-    result_.nextUpdate = iso8601(response.get_SRNextUpdate(index));
-    result_.revocationTime = iso8601(response.get_SRRevTime(index));
-    result_.revocationReason = reasonText(response.get_SRRevReason(index));
+    describeEntry(response, entryIn(response), result_);
     result_.state = state;
     accepted_ = true;
 }

@@ -22,6 +22,7 @@ public:
     bool accepted() const { return accepted_; }
 
 private:
+    unsigned long entryIn(Orvane::PKI::OCSP::Client::CResponse const& response) const;
     void accept(CertificateState state, Orvane::PKI::OCSP::Client::CResponse const& response);
 
     Orvane::PKI::OCSP::Client::CRequest& request_;

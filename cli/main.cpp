@@ -9,10 +9,14 @@
 #include "cli/input_files.h"
 #include "cli/options.h"
 #include "cli/outcome.h"
+#include "cli/request.h"
 #include "cli/safe_text.h"
+#include "cli/send.h"
 #include "cli/settings.h"
 #include "cli/show.h"
 #include "cli/store.h"
+#include "cli/verify.h"
+#include "cli/verify_request.h"
 
 namespace {
 
@@ -30,6 +34,10 @@ bool occupyStandardStreams() {
 
 struct Run {
     Outcome operator()(const CheckOptions& options) const { return outcomeOf(runCheck(options), options.json); }
+    Outcome operator()(const RequestOptions& options) const { return runRequest(options); }
+    Outcome operator()(const SendOptions& options) const { return runSend(options); }
+    Outcome operator()(const VerifyOptions& options) const { return outcomeOf(runVerify(options), options.json); }
+    Outcome operator()(const VerifyRequestOptions& options) const { return runVerifyRequest(options); }
     Outcome operator()(const ShowOptions& options) const { return runShow(options); }
     Outcome operator()(const StoreOptions& options) const { return runStore(options); }
     Outcome operator()(const SettingsOptions& options) const { return runSettings(options); }

@@ -50,7 +50,10 @@ void addNaming(CLI::App& command, RunOptions& options, std::optional<bool>& nonc
     addFile(command, "--issuer", options.issuer, "Certificate of their issuer");
     command.add_option("--hash", options.hash, "Hash that names the issuer: sha1, sha256, sha384, sha512 or an OID")
         ->type_name("NAME|OID");
-    command.add_flag("--nonce,!--no-nonce", nonce, "Ask with or without a nonce; policy decides otherwise");
+    // Not as a flag with a variable: that would set it to false when neither is given, and policy would not be heard.
+    command.add_flag_function(
+        "--nonce,!--no-nonce", [&nonce](std::int64_t given) { nonce = given > 0; },
+        "Ask with or without a nonce; policy decides otherwise");
 }
 
 // An empty text is a variable that was not set, and must not pass for an option that was not given.
@@ -79,6 +82,64 @@ void declare(CLI::App& check, CheckOptions& options) {
         "Exit status: 0 all certificates are good; 1 one is revoked; 3 none is, but for one no trusted answer was "
         "had;\n"
         "2 none of these, but a responder does not know one; 64 wrong usage.");
+}
+
+void declare(CLI::App& request, RequestOptions& options) {
+    request.add_option("CERT", options.certificates, "Certificates to ask about, PEM or DER")
+        ->required()
+        ->type_name("FILE");
+    addNaming(request, options, options.nonce);
+    CLI::Option* sign = addFile(request, "--sign", options.sign, "Sign with the key of this certificate");
+    request.add_option("--key", options.key, "Path or URI of its key; else in or beside its file, or as store My says")
+        ->type_name("URI")
+        ->needs(sign);
+    addFile(request, "--pin-file", options.pinFile, "The first line of this file opens the key")->needs(sign);
+    request
+        .add_option("--include", options.include, "Certificates to send along: none, signer, chain, chain-root, policy")
+        ->type_name("WHAT")
+        ->needs(sign)
+        ->check(CLI::IsMember({"none", "signer", "chain", "chain-root", "policy"}));
+    addFile(request, "-o,--output", options.output, "Write the DER request to this file")->required();
+    addSettings(request, options);
+    request.footer("Exit status: 0 the request is written; 3 it cannot be built or signed; 64 wrong usage.");
+}
+
+void declare(CLI::App& send, SendOptions& options) {
+    addFile(send, "REQUEST", options.request, "The request to send: PEM, DER or base64")->required();
+    addUrl(send, "--url", options.url, "Address of the responder")->required();
+    addUrl(send, "--proxy", options.proxy, "Go through this HTTP proxy");
+    addFile(send, "-o,--output", options.output, "Write what is answered to this file");
+    addSettings(send, options);
+    send.footer(
+        "Exit status: 0 a successful response came, not verified; 3 none, or one that does not fit the request;\n"
+        "64 wrong usage.");
+}
+
+void declare(CLI::App& verify, VerifyOptions& options) {
+    addFile(verify, "RESPONSE", options.response, "The response to judge: PEM, DER or base64")->required();
+    addFile(verify, "--request", options.request, "The request it answers: nonce and entries are matched with it");
+    addFile(verify, "--cert", options.certificate, "Judge the entry about this certificate");
+    addFile(verify, "--issuer", options.issuer, "Certificate of its issuer");
+    addChainFiles(verify, options);
+    addJson(verify, options.json);
+    addSettings(verify, options);
+    verify.footer(
+        "Nobody is asked: chains and CRLs come from files, stores and the cache. Without --cert and --request every\n"
+        "entry of the response is judged.\n"
+        "Exit status: 0 all certificates are good; 1 one is revoked; 3 none is, but for one there is no answer to "
+        "trust;\n"
+        "2 none of these, but the responder does not know one; 64 wrong usage.");
+}
+
+void declare(CLI::App& verify, VerifyRequestOptions& options) {
+    addFile(verify, "REQUEST", options.request, "The request to judge: PEM, DER or base64")->required();
+    addChainFiles(verify, options);
+    addJson(verify, options.json);
+    addSettings(verify, options);
+    verify.footer(
+        "Exit status: 0 it is signed by a requestor to trust; 1 it is refused; 2 nothing is wrong with it, but it is "
+        "not\n"
+        "signed; 3 there is no verdict; 64 wrong usage.");
 }
 
 void declare(CLI::App& show, ShowOptions& options) {
@@ -132,6 +193,10 @@ public:
         app_.set_version_flag("--version", kVersion);
         app_.require_subcommand(1);
         add("check", "Ask about certificates", check_);
+        add("request", "Build a request, signed if wanted", request_);
+        add("send", "Send a request as it is", send_);
+        add("verify", "Judge a stored response", verify_);
+        add("verify-request", "Judge a request as its receiver would", verifyRequest_);
         add("show", "Show what stands in a request or a response", show_);
         add("store", "List, fill and empty the stores of trusted and other certificates", store_);
         add("settings", "Show every setting, its value in force, and whether it is set", settings_);
@@ -167,6 +232,10 @@ private:
 
     CLI::App app_{"Asks OCSP responders whether certificates are still good, and verifies what they answer.", "tallow"};
     CheckOptions check_;
+    RequestOptions request_;
+    SendOptions send_;
+    VerifyOptions verify_;
+    VerifyRequestOptions verifyRequest_;
     ShowOptions show_;
     StoreOptions store_;
     SettingsOptions settings_;

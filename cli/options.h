@@ -29,6 +29,35 @@ struct CheckOptions : RunOptions {
     bool json = false;
 };
 
+struct RequestOptions : RunOptions {
+    std::vector<std::string> certificates;
+    std::optional<bool> nonce;  // absent: what policy says
+    std::string sign;
+    std::string key;
+    std::string pinFile;
+    std::string include = "policy";
+    std::string output;
+};
+
+struct SendOptions : RunOptions {
+    std::string url;
+    std::string proxy;
+    std::string request;
+    std::string output;
+};
+
+struct VerifyOptions : RunOptions {
+    std::string response;
+    std::string request;
+    std::string certificate;
+    bool json = false;
+};
+
+struct VerifyRequestOptions : RunOptions {
+    std::string request;
+    bool json = false;
+};
+
 struct ShowOptions {
     std::string file;
     bool json = false;
@@ -45,7 +74,8 @@ struct StoreOptions : RunOptions {
 
 struct SettingsOptions : RunOptions {};
 
-using CommandOptions = std::variant<CheckOptions, ShowOptions, StoreOptions, SettingsOptions>;
+using CommandOptions = std::variant<CheckOptions, RequestOptions, SendOptions, VerifyOptions, VerifyRequestOptions,
+                                    ShowOptions, StoreOptions, SettingsOptions>;
 
 // Exit statuses.
 inline constexpr int kExitGood = 0;

@@ -17,4 +17,7 @@ struct Outcome {
 /// The results as text or JSON, their failures, and the exit status of them all.
 Outcome outcomeOf(const std::vector<CheckResult>& results, bool json);
 
+/// Nothing came out of it: the failure of what `name` names, and kExitNoAnswer.
+Outcome failed(const std::string& name, const CheckError& error);
+
 }  // namespace tallow::cli

@@ -21,6 +21,9 @@ std::string toText(const Shown& shown);
 /// {"name of the root":{...}}
 std::string toJson(const Shown& shown);
 
+/// "tallow: name: what happened (0x...)", for standard error.
+std::string failureLine(const std::string& name, const CheckError& error);
+
 /// One line a failure, for standard error; empty when there is none.
 std::string failureLines(const std::vector<CheckResult>& results);
 

@@ -53,13 +53,16 @@ std::string toText(const std::vector<CheckResult>& results) {
     return text;
 }
 
+std::string failureLine(const std::string& name, const CheckError& error) {
+    return "tallow: " + safeLine(name + ": " + error.text + " (" + codeText(error.code) + ")") + '\n';
+}
+
 std::string failureLines(const std::vector<CheckResult>& results) {
     std::string text;
     for (const CheckResult& result : results) {
         for (const std::optional<CheckError>& failure : {result.error, result.unsaved}) {
             if (failure) {
-                const std::string line = result.file + ": " + failure->text + " (" + codeText(failure->code) + ")";
-                text += "tallow: " + safeLine(line) + '\n';
+                text += failureLine(result.file, *failure);
             }
         }
     }

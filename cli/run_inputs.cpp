@@ -2,13 +2,17 @@
 
 #include <new>
 
+#include "cli/error_text.h"
 #include "cli/input_files.h"
 #include "cli/safe_text.h"
+#include "handles/exception.h"
 #include "handles/status.h"
 #include "platform/crypto/crypto_service.h"
 #include "platform/support/support_service.h"
 
 namespace tallow::cli {
+
+using Orvane::PKI::OCSP::Client::CRequest;
 
 namespace {
 
@@ -133,6 +137,28 @@ void RunInputs::requireIssuer(_CERT_CONTEXT const* certificate) const {
                          "the issuer given has the right name, but another key; name the one that signed (--issuer)",
                          status::kIssuerMismatch);
     }
+}
+
+void RunInputs::name(CRequest& request, _CERT_CONTEXT const* certificate) const {
+    const ATL2::CCertContext issuer = issuerOf(certificate);
+    request.put_SRCertIDFromCert(certificate, issuer.get(), 0, hashOid_.empty() ? nullptr : hashOid_.c_str());
+    requireIssuer(certificate);
+}
+
+void importRequest(CRequest& request, const Orvane::CBlob& bytes, const std::string& path) {
+    try {
+        request.Import(bytes.pbData(), bytes.cbData());
+    } catch (const ATL::CAtlException& failure) {
+        throw InputError(path, explain(failure.status(), "is no request to work with").text, failure.status());
+    }
+}
+
+Orvane::CBlob exported(CRequest& request) {
+    unsigned long size = 0;
+    request.Export(nullptr, &size);
+    Orvane::CBlob bytes(size);
+    request.Export(bytes.pbData(), &size);
+    return bytes;
 }
 
 }  // namespace tallow::cli

@@ -4,6 +4,7 @@
 #include <string>
 
 #include "cli/options.h"
+#include "client/request/request.h"
 #include "handles/cert_context.h"
 #include "handles/cert_store.h"
 
@@ -27,8 +28,9 @@ public:
     /// could at best say "unknown", and nobody would see why. Wrong names are the library's to refuse.
     void requireIssuer(_CERT_CONTEXT const* certificate) const;
 
-    /// OID of the hash that names the issuer; empty when policy decides.
-    const std::string& hashOid() const { return hashOid_; }
+    /// Names the certificate in the first entry of the request, by the issuer and with the hash of this run. Throws
+    /// InputError when the issuer given did not sign it, and what the request throws.
+    void name(Orvane::PKI::OCSP::Client::CRequest& request, _CERT_CONTEXT const* certificate) const;
 
 private:
     ATL2::CCertStore extra_;
@@ -38,6 +40,12 @@ private:
 
 /// Opens the settings file and the trace that the options name. Throws InputError for a file that cannot be used.
 void openSettings(const RunOptions& options);
+
+/// Takes in what was read from the file `path`. Throws InputError when it is no request.
+void importRequest(Orvane::PKI::OCSP::Client::CRequest& request, const Orvane::CBlob& bytes, const std::string& path);
+
+/// The whole DER request, built if needed.
+Orvane::CBlob exported(Orvane::PKI::OCSP::Client::CRequest& request);
 
 /// What is wrong with the settings file, with its line and column; empty when nothing is. A value of the wrong kind
 /// shows only when it has been read.

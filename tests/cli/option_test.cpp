@@ -149,17 +149,23 @@ TEST(NonceOption, RulesTheQuestionAndWhatCountsAsItsAnswer) {
     const Responder responder(responderOptions());
     const std::string leaf = tallow.file("leaf.pem", certs().good);
     const std::string saved = tallow.folder().file("request.der");
+    const Command unasked("[config.cades.ocsppolicy]\nUseNonceByDefault = false\n");
     struct Row {
-        const char* option;
+        const Command& tallow;
+        std::vector<std::string> options;  // none: policy decides
         std::string url;
         int exitStatus;
         bool isAsked;
     };
     for (const Row& row :
-         {Row{"--nonce", responder.url(), 0, true}, Row{"--no-nonce", responder.url(), 0, false},
-          Row{"--nonce", ignorant.url(), kExitNoAnswer, true}, Row{"--no-nonce", ignorant.url(), 0, false}}) {
-        SCOPED_TRACE(row.option + row.url);
-        const ProcessResult run = tallow.check({row.option, "--save-request", saved, "--url", row.url, leaf});
+         {Row{tallow, {"--nonce"}, responder.url(), 0, true}, Row{tallow, {"--no-nonce"}, responder.url(), 0, false},
+          Row{tallow, {"--nonce"}, ignorant.url(), kExitNoAnswer, true},
+          Row{tallow, {"--no-nonce"}, ignorant.url(), 0, false}, Row{tallow, {}, responder.url(), 0, true},
+          Row{unasked, {}, responder.url(), 0, false}, Row{unasked, {"--nonce"}, responder.url(), 0, true}}) {
+        SCOPED_TRACE(testing::PrintToString(row.options) + row.url);
+        std::vector<std::string> arguments{"--save-request", saved, "--url", row.url, leaf};
+        arguments.insert(arguments.end(), row.options.begin(), row.options.end());
+        const ProcessResult run = row.tallow.check(arguments);
         EXPECT_EQ(run.exitStatus, row.exitStatus) << run.err;
         EXPECT_EQ(opensslText("-reqin", saved).find("OCSP Nonce") != std::string::npos, row.isAsked);
     }

@@ -1,0 +1,92 @@
+#include "cli/pin.h"
+
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstring>
+#include <string_view>
+
+#include "cli/input_files.h"
+#include "platform/support/support_service.h"
+
+namespace tallow::cli {
+
+namespace {
+
+constexpr std::size_t kLongestLine = 1024;
+
+// Room for the line that is wiped however it is left. No stream reads the file: it would keep a copy of its own.
+class Line {
+public:
+    Line() = default;
+    Line(const Line&) = delete;
+    Line& operator=(const Line&) = delete;
+    ~Line() { explicit_bzero(room_, sizeof room_); }
+
+    // The first line without its end. Throws InputError.
+    std::string_view read(const std::string& path);
+
+private:
+    bool fill(int file);
+
+    char room_[kLongestLine + 1] = {};
+    std::size_t size_ = 0;
+};
+
+bool Line::fill(int file) {
+    while (size_ < sizeof room_) {
+        const ssize_t count = ::read(file, room_ + size_, sizeof room_ - size_);
+        if (count == 0) {
+            return true;
+        }
+        if (count < 0 && errno != EINTR) {
+            return false;
+        }
+        size_ += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
+        if (std::find(room_, room_ + size_, '\n') != room_ + size_) {
+            return true;
+        }
+    }
+    return true;
+}
+
+std::string_view Line::read(const std::string& path) {
+    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
+    const bool isRead = file >= 0 && fill(file);
+    const int error = errno;
+    if (file >= 0) {
+        ::close(file);
+    }
+    if (!isRead) {
+        throw InputError(path, std::string("cannot be read: ") + std::strerror(error), status::kFileNotFound);
+    }
+    std::string_view line(room_, size_);
+    line = line.substr(0, line.find('\n'));
+    if (line.ends_with('\r')) {
+        line.remove_suffix(1);
+    }
+    if (line.empty() || line.size() > kLongestLine) {
+        throw InputError(path, "its first line is no PIN: it is empty or too long", status::kInvalidData);
+    }
+    return line;
+}
+
+}  // namespace
+
+Pin::Pin(const std::string& path) {
+    Line line;
+    const std::string_view pin = line.read(path);
+    const auto size = static_cast<int>(pin.size());
+    text_.resize(pin.size() + 1);  // never grows: no unit is left behind elsewhere
+    if (MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, pin.data(), size, text_.data(), size) == 0) {
+        throw InputError(path, "its first line is no PIN: it is not UTF-8", status::kInvalidData);
+    }
+}
+
+Pin::~Pin() {
+    explicit_bzero(text_.data(), text_.size() * sizeof(wchar_t));
+}
+
+}  // namespace tallow::cli

@@ -1,0 +1,26 @@
+// The PIN of a private key, from the first line of a file, and wiped from memory when its object goes.
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace tallow::cli {
+
+class Pin {
+public:
+    /// No PIN.
+    Pin() = default;
+    /// Throws InputError when the file cannot be read, or its first line is empty, too long or no UTF-8.
+    explicit Pin(const std::string& path);
+    Pin(const Pin&) = delete;
+    Pin& operator=(const Pin&) = delete;
+    ~Pin();
+
+    /// Null for none.
+    const wchar_t* get() const { return text_.empty() ? nullptr : text_.data(); }
+
+private:
+    std::vector<wchar_t> text_;
+};
+
+}  // namespace tallow::cli

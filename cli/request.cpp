@@ -1,0 +1,142 @@
+#include "cli/request.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <new>
+
+#include "cli/error_text.h"
+#include "cli/input_files.h"
+#include "cli/pin.h"
+#include "cli/run_inputs.h"
+#include "client/request/request.h"
+#include "handles/cert_store.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace tallow::cli {
+
+namespace {
+
+using Orvane::PKI::OCSP::Client::CRequest;
+
+// ---- Whose key signs ------------------------------------------------------------------------------------------------
+
+void nameKey(const ATL2::CCertContext& signer, const std::string& key) {
+    if (!crypto_set_key_uri(signer.get(), key.c_str())) {
+        throw InputError("--key " + key, "is no path and no URI");
+    }
+}
+
+// The same certificate in the user's store, where a side file may say where its key is. Empty when it is not there.
+ATL2::CCertContext ownCertificate(const ATL2::CCertContext& signer) {
+    ATL2::CCertStore store;
+    if (store.Open(CERT_STORE_PROV_SYSTEM_A, 0, CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG, "My") != 0) {
+        return {};
+    }
+    ATL2::CCertContext own = ATL2::CCertContext::adopt(
+        CertFindCertificateInStore(store.get(), X509_ASN_ENCODING, 0, CERT_FIND_EXISTING, signer.get(), nullptr));
+    DWORD size = 0;
+    const bool hasKey =
+        own && CertGetCertificateContextProperty(own.get(), CERT_KEY_PROV_INFO_PROP_ID, nullptr, &size) != 0;
+    return hasKey ? own : ATL2::CCertContext();
+}
+
+// The signer with its key named: as given, else in the file of the certificate, else in the file of the same name with
+// the ending .key, else as the store My says.
+ATL2::CCertContext findSigner(const RequestOptions& options) {
+    ATL2::CCertContext signer = readCertificates(options.sign).front();
+    const std::filesystem::path beside = std::filesystem::path(options.sign).replace_extension(".key");
+    std::error_code error;
+    if (!options.key.empty()) {
+        nameKey(signer, options.key);
+    } else if (holdsPrivateKey(options.sign)) {
+        nameKey(signer, options.sign);
+    } else if (std::filesystem::is_regular_file(beside, error)) {
+        nameKey(signer, beside.string());
+    } else if (ATL2::CCertContext own = ownCertificate(signer); own) {
+        return own;
+    } else {
+        throw InputError(options.sign, "nobody said where its private key is; name it (--key)", status::kNoKeyProperty);
+    }
+    return signer;
+}
+
+CRequest::enumCertToInclude certificatesToInclude(const std::string& include) {
+    struct Row {
+        const char* name;
+        CRequest::enumCertToInclude value;
+    };
+    constexpr Row kRows[] = {{"none", CRequest::CertsNone},
+                             {"signer", CRequest::CertsSigner},
+                             {"chain", CRequest::CertsChainNoRoot},
+                             {"chain-root", CRequest::CertsChainWithRoot}};
+    const auto* row = std::find_if(std::begin(kRows), std::end(kRows), [&](const Row& r) { return include == r.name; });
+    return row == std::end(kRows) ? CRequest::CertsFromPolicy : row->value;
+}
+
+// ---- The request ----------------------------------------------------------------------------------------------------
+
+struct Asked {
+    std::string file;
+    ATL2::CCertContext certificate;
+};
+
+std::vector<Asked> readAsked(const RequestOptions& options, RunInputs& inputs) {
+    std::vector<Asked> asked;
+    for (const std::string& file : options.certificates) {
+        const std::vector<ATL2::CCertContext> certificates = readCertificates(file);
+        asked.push_back({file, certificates.front()});
+        // What stands behind the certificate in its file are, as a rule, those above it.
+        std::for_each(certificates.begin() + 1, certificates.end(), [&](const auto& next) { inputs.add(next); });
+    }
+    return asked;
+}
+
+// Each identifier is made by a request of its own: an issuer that had to be looked for would be taken for that of the
+// next certificate too.
+void addEntry(CRequest& request, unsigned long index, const Asked& asked, const RunInputs& inputs) {
+    CRequest single;
+    inputs.name(single, asked.certificate.get());
+    if (index > 0) {
+        request.AddSingleRequest();
+    }
+    request.put_SRCertID(single.get_SRCertID(0), index);
+}
+
+}  // namespace
+
+Outcome runRequest(const RequestOptions& options) {
+    requireWritable(options.output);
+    RunInputs inputs(options);
+    const std::vector<Asked> asked = readAsked(options, inputs);
+    const ATL2::CCertContext signer = options.sign.empty() ? ATL2::CCertContext() : findSigner(options);
+    const Pin pin = options.pinFile.empty() ? Pin() : Pin(options.pinFile);
+    std::string subject = options.output;
+    const char* step = "reading the policy";
+    try {
+        CRequest request;
+        step = "finding the issuer";
+        for (unsigned long i = 0; i < asked.size(); ++i) {
+            subject = asked[i].file;
+            addEntry(request, i, asked[i], inputs);
+        }
+        subject = options.output;
+        step = "building the request";
+        if (options.nonce) {
+            request.put_UseNonce(*options.nonce);
+        }
+        if (signer) {
+            step = "signing";
+            subject = options.sign;
+            request.Sign(signer.get(), certificatesToInclude(options.include), pin.get());
+        }
+        const Orvane::CBlob bytes = exported(request);
+        writeWhole(options.output, bytes.pbData(), bytes.cbData());
+    } catch (const InputError&) {
+        throw;
+    } catch (...) {
+        return failed(subject, explainCaught(step));
+    }
+    return {};
+}
+
+}  // namespace tallow::cli

@@ -1,0 +1,313 @@
+// `request` and `verify-request`, each beside openssl: what one signs the other understands.
+#include <gmock/gmock.h>
+
+#include <algorithm>
+#include <filesystem>
+
+#include "tests/cli/command.h"
+#include "tests/cli/json_result.h"
+#include "tests/support/tlv.h"
+
+namespace {
+
+using namespace testkit;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::Not;
+
+using Arguments = std::vector<std::string>;
+
+// A requestor below an intermediate authority, with CRLs of both above it and everything in the stores.
+struct RequestorPki {
+    Identity root = rootCa("requestors");
+    Identity ca = issueCa(root, "requestors' CA");
+    Identity signer = requestor(Key::make());
+    Identity rsa = requestor(Key::make(KeyKind::kRsa2048));
+
+    Identity requestor(const Key& key, long notAfterSeconds = 3600) const {
+        CertificateSpec spec;
+        spec.commonName = "requestor";
+        spec.key = key;
+        spec.notAfterSeconds = notAfterSeconds;
+        return issue(ca, spec);
+    }
+};
+
+const RequestorPki& requestors() {
+    static const RequestorPki pki;
+    return pki;
+}
+
+void fillStores(const Command& tallow) {
+    tallow.file("user/ROOT/root.der", requestors().root.certificate);
+    tallow.file("user/CA/ca.der", requestors().ca.certificate);
+    tallow.file("user/CA/root.crl", makeCrl(requestors().root, {}));
+    tallow.file("user/CA/ca.crl", makeCrl(requestors().ca, {}));
+}
+
+std::string withKey(const Identity& identity) {
+    return identity.certificatePem() + identity.key.pem();
+}
+
+// "tallow request" about certs().good with its issuer.
+ProcessResult request(const Command& tallow, const std::string& output, const Arguments& more) {
+    Arguments arguments{"request", "--issuer", tallow.file("issuer.pem", certs().root),
+                        "-o",      output,     tallow.file("good.pem", certs().good)};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    return tallow.with(arguments);
+}
+
+TEST(Request, NamesEveryCertificateAsOpensslReadsIt) {
+    const Command tallow;
+    const std::string output = tallow.folder().file("request.der");
+    const Identity other = leafWith({});
+    const ProcessResult run =
+        request(tallow, output, {"--hash", "sha256", tallow.file("other.pem", other), "--no-nonce"});
+    ASSERT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_EQ(run.out + run.err, "");
+    const std::string text = testkit::run({"openssl", "ocsp", "-reqin", output, "-req_text"}).out;
+    EXPECT_THAT(text, AllOf(HasSubstr("Hash Algorithm: sha256"), Not(HasSubstr("Nonce")), Not(HasSubstr("Signature"))));
+    for (const Identity& asked : {certs().good, other}) {
+        EXPECT_THAT(text, HasSubstr("Serial Number: " + upperHex(asked.serial())));
+    }
+}
+
+TEST(Request, CarriesTheCertificatesAskedForAndHoldsForItsReceiver) {
+    const Command tallow("[config.cades.ocsppolicy]\nCertsToInclude = 1\n");
+    fillStores(tallow);
+    const std::string output = tallow.folder().file("request.der");
+    struct Row {
+        const char* include;
+        const Identity& signer;
+        std::size_t numCertificates;
+    };
+    for (const Row& row :
+         {Row{"none", requestors().signer, 0}, Row{"signer", requestors().rsa, 1}, Row{"chain", requestors().signer, 2},
+          Row{"chain-root", requestors().rsa, 3}, Row{"policy", requestors().signer, 1}}) {
+        SCOPED_TRACE(row.include);
+        const std::string signer = tallow.file("signer.pem", withKey(row.signer));
+        const ProcessResult run = request(tallow, output, {"--sign", signer, "--include", row.include});
+        ASSERT_EQ(run.exitStatus, 0) << run.err;
+        const std::string text = testkit::run({"openssl", "ocsp", "-reqin", output, "-req_text"}).out;
+        EXPECT_THAT(text, AllOf(HasSubstr("Requestor Name: DirName:CN = requestor"), HasSubstr("Nonce")));
+        std::size_t numCertificates = 0;
+        for (auto at = text.find("-----BEGIN"); at != std::string::npos; at = text.find("-----BEGIN", at + 1)) {
+            ++numCertificates;
+        }
+        EXPECT_EQ(numCertificates, row.numCertificates);
+        const ProcessResult verdict = tallow.with({"verify-request", "--json", "--certs", signer, output});
+        EXPECT_EQ(verdict.exitStatus, 0) << verdict.err;
+        EXPECT_EQ(parseTree(verdict.out).at("request.status"), "valid");
+        EXPECT_EQ(parseTree(verdict.out).at("request.requestor"), "CN=requestor");
+    }
+}
+
+TEST(Request, FindsTheKeyWherePeopleKeepIt) {
+    const Command tallow;
+    const Identity& signer = requestors().rsa;
+    const std::string plain = tallow.file("plain/key.pem", signer.key.pem());
+    const std::string inFile = tallow.file("in/signer.pem", withKey(signer));
+    const std::string alone = tallow.file("alone/signer.pem", signer);
+    const std::string beside = tallow.file("beside/signer.pem", signer);
+    tallow.file("beside/signer.key", signer.key.pem());
+    const std::string locked = tallow.folder().file("locked.pem");
+    const std::string archive = tallow.folder().file("archive.p12");
+    ASSERT_EQ(
+        run({"openssl", "pkey", "-in", plain, "-aes256", "-passout", "pass:\xC3\xA4 1", "-out", locked}).exitStatus, 0);
+    ASSERT_EQ(
+        run({"openssl", "pkcs12", "-export", "-in", inFile, "-passout", "pass:\xC3\xA4 1", "-out", archive}).exitStatus,
+        0);
+    const std::string pin = tallow.file("pin", std::string("\xC3\xA4 1\r\nsecond line"));
+    const std::string output = tallow.folder().file("request.der");
+    for (const Arguments& row :
+         {Arguments{"--sign", inFile}, Arguments{"--sign", beside}, Arguments{"--sign", alone, "--key", plain},
+          Arguments{"--sign", alone, "--key", "file://" + plain},
+          Arguments{"--sign", alone, "--key", locked, "--pin-file", pin},
+          Arguments{"--sign", alone, "--key", archive, "--pin-file", pin}}) {
+        SCOPED_TRACE(testing::PrintToString(row));
+        std::filesystem::remove(output);
+        EXPECT_EQ(request(tallow, output, row).err, "");
+        EXPECT_TRUE(std::filesystem::exists(output));
+    }
+    tallow.file("user/My/own.der", signer.certificate);
+    tallow.file("user/My/own.toml", "key = \"" + plain + "\"");
+    EXPECT_EQ(request(tallow, output, {"--sign", alone}).err, "");
+}
+
+TEST(Request, ThatCannotBeMadeIsToldInOneLineAndLeavesNoFile) {
+    const Command tallow;
+    const std::string signer = tallow.file("signer.pem", requestors().signer);
+    const std::string foreign = tallow.file("foreign.pem", certs().good.key.pem());
+    const std::string locked = tallow.folder().file("locked.pem");
+    const std::string key = tallow.file("key.pem", requestors().signer.key.pem());
+    ASSERT_EQ(run({"openssl", "pkey", "-in", key, "-aes256", "-passout", "pass:secret", "-out", locked}).exitStatus, 0);
+    const std::string wrong = tallow.file("wrong", std::string("xyzzy-secret\n"));
+    const std::string empty = tallow.file("empty", std::string("\nsecret\n"));
+    const std::string output = tallow.folder().file("request.der");
+    struct Row {
+        Arguments arguments;
+        int exitStatus;
+        const char* words;
+    };
+    for (const Row& row : {
+             Row{{"--sign", signer}, 64, "--key"},
+             Row{{"--sign", key}, 64, "PRIVATE KEY"},
+             Row{{"--sign", signer, "--key", foreign}, 3, "not that of the certificate"},
+             Row{{"--sign", signer, "--key", "missing"}, 3, "no private key"},
+             Row{{"--sign", signer, "--key", "nonsense:x"}, 3, "scheme"},
+             Row{{"--sign", signer, "--key", locked}, 3, "PIN"},
+             Row{{"--sign", signer, "--key", locked, "--pin-file", wrong}, 3, "the PIN does not open"},
+             Row{{"--sign", signer, "--key", locked, "--pin-file", empty}, 64, "first line"},
+             Row{{"--sign", signer, "--key", locked, "--pin-file", "missing"}, 64, "No such file"},
+             Row{{"--key", key}, 64, "--sign"},
+             Row{{"--sign", signer, "--include", "all"}, 64, "all"},
+             Row{{"--issuer", signer}, 64, "--issuer"},
+             Row{{"missing.pem"}, 64, "No such file"},
+             Row{{tallow.file("issuerless.pem", requestors().signer)}, 3, "issuer"},
+         }) {
+        const ProcessResult run = request(tallow, output, row.arguments);
+        SCOPED_TRACE(run.err);
+        EXPECT_EQ(run.exitStatus, row.exitStatus);
+        EXPECT_EQ(numLines(run.err), 1U);
+        EXPECT_THAT(run.err, AllOf(HasSubstr(row.words), Not(HasSubstr("xyzzy"))));
+        EXPECT_FALSE(std::filesystem::exists(output));
+    }
+}
+
+// A request about certs().good with an extension, as openssl and a builder would make it.
+Bytes requestWith(const std::vector<ExtensionSpec>& extensions) {
+    Bytes list;
+    for (const ExtensionSpec& extension : extensions) {
+        list = concat({list, extension.encode()});
+    }
+    const Bytes id = certIdOf(certs().good, certs().root).encode();
+    return tlv::sequence(
+        {tlv::sequence({tlv::sequence({tlv::sequence({id})}), tlv::context(2, tlv::raw(0x30, list))})});
+}
+
+std::string signedByOpenssl(const Command& tallow, const std::string& name, const Identity& signer,
+                            const Arguments& more = {}) {
+    const std::string file = tallow.folder().file(name);
+    const std::string pem = tallow.file(name + ".pem", withKey(signer));
+    Arguments arguments{"openssl",  "ocsp",
+                        "-issuer",  tallow.file("root.pem", certs().root),
+                        "-cert",    tallow.file("good.pem", certs().good),
+                        "-signer",  pem,
+                        "-signkey", pem,
+                        "-reqout",  file};
+    arguments.insert(arguments.end(), more.begin(), more.end());
+    EXPECT_EQ(run(arguments).exitStatus, 0);
+    return file;
+}
+
+TEST(VerifyRequest, HoldsRefusesOrHasNoVerdict) {
+    const Command tallow;
+    fillStores(tallow);
+    const std::string good = signedByOpenssl(tallow, "good.der", requestors().rsa);
+    struct Row {
+        const char* name;
+        std::string file;
+        Arguments more;
+        int exitStatus;
+        const char* status;
+        const char* code;
+    };
+    const Identity expired = requestors().requestor(Key::make(), -60);
+    for (const Row& row : {
+             Row{"signed", good, {}, 0, "valid", ""},
+             Row{"unsigned", tallow.file("unsigned", requestWith({nonceExtension({1, 2})})), {}, 2, "unsigned", ""},
+             Row{"critical",
+                 tallow.file("critical", requestWith({{"1.2.3.4", true, {5}}})),
+                 {},
+                 1,
+                 "refused",
+                 "0x800B0105"},
+             Row{"expired", signedByOpenssl(tallow, "expired", expired), {}, 1, "refused", "0x800B0101"},
+             Row{"foreign root", signedByOpenssl(tallow, "foreign", certs().good), {}, 1, "refused", "0x800B010A"},
+             Row{"root named",
+                 signedByOpenssl(tallow, "named", certs().good),
+                 {"--trust", tallow.file("root.pem", certs().root), "--crl",
+                  tallow.file("root.crl", makeCrl(certs().root, {}))},
+                 0,
+                 "valid",
+                 ""},
+             Row{"revoked",
+                 signedByOpenssl(tallow, "revoked", certs().revoked),
+                 {"--trust", tallow.file("root.pem", certs().root), "--crl",
+                  tallow.file("revoking.crl", makeCrl(certs().root, {.revokedSerials = {certs().revoked.serial()}}))},
+                 1,
+                 "refused",
+                 "0x80092010"},
+             Row{"no certificate",
+                 signedByOpenssl(tallow, "bare", requestors().rsa, {"-no_certs"}),
+                 {},
+                 3,
+                 "error",
+                 "0x80092004"},
+             Row{"certificate named",
+                 tallow.folder().file("bare"),
+                 {"--certs", tallow.file("rsa.pem", requestors().rsa)},
+                 0,
+                 "valid",
+                 ""},
+             Row{"another's certificate",
+                 tallow.folder().file("bare"),
+                 {"--certs", tallow.file("ec.pem", requestors().signer)},
+                 1,
+                 "refused",
+                 "0x80090006"},
+             Row{"garbage", tallow.file("garbage", std::string("garbage")), {}, 3, "error", "0x80093101"},
+             Row{"missing", tallow.folder().file("missing"), {}, 3, "error", "0x80070002"},
+             Row{"response", tallow.file("response", buildResponse(goodResponse())), {}, 3, "error", "0x80093101"},
+         }) {
+        SCOPED_TRACE(row.name);
+        Arguments arguments{"verify-request", "--json", row.file};
+        arguments.insert(arguments.end(), row.more.begin(), row.more.end());
+        const ProcessResult run = tallow.with(arguments);
+        SCOPED_TRACE(run.out);
+        EXPECT_EQ(run.exitStatus, row.exitStatus);
+        auto fields = parseTree(run.out);
+        EXPECT_EQ(fields["request.file"], row.file);
+        EXPECT_EQ(fields["request.status"], row.status);
+        EXPECT_EQ(fields["request.error.code"], row.code);
+        EXPECT_EQ(numLines(run.err), *row.code == '\0' ? 0U : 1U);
+    }
+}
+
+// No octet of what is signed, of the algorithm or of the signature can change unnoticed.
+TEST(VerifyRequest, RefusesEveryTamperedPlace) {
+    const Command tallow;
+    fillStores(tallow);
+    const Bytes good = readFile(signedByOpenssl(tallow, "good.der", requestors().signer));
+    const auto positionOf = [&good](const Bytes& part) {
+        const auto at = std::search(good.begin(), good.end(), part.begin(), part.end());
+        EXPECT_NE(at, good.end());
+        return static_cast<std::size_t>(at - good.begin());
+    };
+    const Bytes ecdsaWithSha256 = fromHex("2A8648CE3D040302");
+    const std::size_t algorithm = positionOf(ecdsaWithSha256);
+    for (const auto& [name, position] :
+         {std::pair("name", positionOf(bytesOf("requestor"))), std::pair("entry", positionOf(certs().good.serial())),
+          std::pair("nonce", positionOf(fromHex("2B0601050507300102")) + 13), std::pair("algorithm", algorithm + 7),
+          std::pair("signature", algorithm + 30),
+          std::pair("certificate", positionOf(requestors().signer.certificate) + 300)}) {
+        SCOPED_TRACE(name);
+        Bytes tampered = good;
+        tampered.at(position) ^= 1U;
+        const ProcessResult run = tallow.with({"verify-request", tallow.file("tampered", tampered)});
+        EXPECT_THAT(run.exitStatus, testing::AnyOf(1, 3)) << run.out;
+    }
+}
+
+TEST(VerifyRequest, WantsItsOptionFilesToBeOfUse) {
+    const Command tallow;
+    const std::string file = tallow.file("request", requestWith({}));
+    for (const char* option : {"--trust", "--certs", "--crl", "--settings"}) {
+        const ProcessResult run = Command::plain({"verify-request", option, tallow.folder().file("missing"), file});
+        EXPECT_EQ(run.exitStatus, 64);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(numLines(run.err), 1U);
+    }
+}
+
+}  // namespace

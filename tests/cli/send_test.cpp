@@ -1,0 +1,99 @@
+// `send` to a real responder and to servers that answer otherwise.
+#include <gmock/gmock.h>
+
+#include <filesystem>
+
+#include "tests/cli/command.h"
+#include "tests/support/http_server.h"
+#include "tests/support/tlv.h"
+
+namespace {
+
+using namespace testkit;
+using testing::AllOf;
+using testing::HasSubstr;
+using testing::StartsWith;
+
+TEST(Send, HandsTheOctetsOverAsTheyAreAndKeepsTheAnswer) {
+    const Command tallow;
+    const Bytes id = certIdOf(certs().good, certs().root).encode();
+    // A length longer than need be: built anew, it would be another message.
+    const Bytes request = tlv::sequence({tlv::rawLongLength(0x30, tlv::sequence({tlv::sequence({id})}), 4)});
+    const Bytes answer = buildResponse(goodResponse());
+    const HttpServer server([&answer](const HttpRequest&) { return HttpReply{.body = answer}; });
+    const std::string output = tallow.folder().file("response.der");
+    const ProcessResult run =
+        tallow.with({"send", "--url", server.url(), "-o", output, tallow.file("request.der", request)});
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_EQ(run.out, server.url() + ": successful, " + std::to_string(answer.size()) + " octets, not verified\n");
+    ASSERT_EQ(server.requests().size(), 1U);
+    EXPECT_EQ(server.requests()[0].body, request);
+    EXPECT_EQ(readFile(output), answer);
+}
+
+TEST(Send, BringsWhatVerifyThenProves) {
+    const Command tallow;
+    const Responder responder(responderOptions());
+    const std::string request = tallow.folder().file("request.der");
+    const std::string response = tallow.folder().file("response.der");
+    const std::string root = tallow.file("root.pem", certs().root);
+    ASSERT_EQ(tallow
+                  .with({"request", "--issuer", root, "-o", request, tallow.file("a.pem", certs().good),
+                         tallow.file("b.pem", certs().revoked)})
+                  .exitStatus,
+              0);
+    ASSERT_EQ(tallow.with({"send", "--url", responder.url(), "-o", response, request}).exitStatus, 0);
+    const ProcessResult run = tallow.with({"verify", "--trust", root, "--request", request, response});
+    EXPECT_EQ(run.exitStatus, 1);
+    EXPECT_THAT(run.out, AllOf(HasSubstr(": good\n"), HasSubstr(": revoked since ")));
+}
+
+TEST(Send, TellsWhatCameAndThatItIsNoSuccess) {
+    const Command tallow;
+    const std::string request = tallow.folder().file("request.der");
+    ASSERT_EQ(tallow
+                  .with({"request", "--issuer", tallow.file("root.pem", certs().root), "-o", request,
+                         tallow.file("good.pem", certs().good)})
+                  .exitStatus,
+              0);
+    struct Row {
+        HttpReply reply;
+        const char* out;
+        const char* err;
+    };
+    for (const Row& row : {Row{{.body = tlv::sequence({tlv::enumerated(3)})}, "tryLater, 5 octets\n", "0xC2110128"},
+                           Row{{.body = bytesOf("garbage")}, "no OCSP response, 7 octets\n", "0x8009310"},
+                           Row{{.body = buildResponse(goodResponse())}, "successful, ", "0xC2110120"},
+                           Row{{.status = 500}, "", "HTTP status 500"}}) {
+        const HttpServer server([&row](const HttpRequest&) { return row.reply; });
+        const std::string output = tallow.folder().file("response.der");
+        std::filesystem::remove(output);
+        const ProcessResult run = tallow.with({"send", "--url", server.url(), "-o", output, request});
+        SCOPED_TRACE(run.out + run.err);
+        EXPECT_EQ(run.exitStatus, 3);
+        EXPECT_EQ(numLines(run.err), 1U);
+        EXPECT_THAT(run.err, HasSubstr(row.err));
+        EXPECT_THAT(run.out, StartsWith(*row.out == '\0' ? "" : server.url() + ": " + row.out));
+        EXPECT_EQ(std::filesystem::exists(output), *row.out != '\0');
+    }
+}
+
+TEST(Send, WantsARequestAndAnAddress) {
+    const Command tallow;
+    const HttpServer server([](const HttpRequest&) { return HttpReply{}; });
+    const std::string response = tallow.file("response.der", buildResponse(goodResponse()));
+    for (const std::vector<std::string>& row :
+         {std::vector<std::string>{"send", response},
+          {"send", "--url", server.url()},
+          {"send", "--url", server.url(), response},
+          {"send", "--url", server.url(), "missing"},
+          {"send", "--url", server.url(), "-o", tallow.folder().file("no/folder"), response}}) {
+        const ProcessResult run = tallow.with(row);
+        EXPECT_EQ(run.exitStatus, 64);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(numLines(run.err), 1U) << run.err;
+    }
+    EXPECT_TRUE(server.requests().empty());
+}
+
+}  // namespace

@@ -1,0 +1,180 @@
+// `verify` on responses that were kept, real and made, without any network.
+#include <gmock/gmock.h>
+
+#include "tests/cli/command.h"
+#include "tests/cli/json_result.h"
+#include "tests/support/http_server.h"
+
+namespace {
+
+using namespace testkit;
+using testing::HasSubstr;
+
+using Arguments = std::vector<std::string>;
+
+ProcessResult verify(const Command& tallow, Arguments arguments) {
+    arguments.insert(arguments.begin(), {"verify", "--json", "--trust", tallow.file("root.pem", certs().root)});
+    return tallow.with(arguments);
+}
+
+// Everything that `check` proved is proven again from what it kept.
+TEST(Verify, GivesTheVerdictOfTheCheckThatKeptTheResponse) {
+    const Command tallow;
+    const Responder responder(responderOptions());
+    const std::string issuer = tallow.file("issuer.pem", certs().root);
+    const std::string request = tallow.folder().file("request.der");
+    const std::string response = tallow.folder().file("response.der");
+    const std::string otherRequest = tallow.folder().file("other.der");
+    struct Row {
+        const Identity& asked;
+        int exitStatus;
+        const char* status;
+    };
+    for (const Row& row :
+         {Row{certs().good, 0, "good"}, Row{certs().revoked, 1, "revoked"}, Row{certs().unknown, 2, "unknown"}}) {
+        SCOPED_TRACE(row.status);
+        const std::string leaf = tallow.file("leaf.pem", row.asked);
+        ASSERT_EQ(tallow.check({"--url", responder.url(), "--save-request", otherRequest, leaf}).exitStatus,
+                  row.exitStatus);
+        const ProcessResult check = tallow.check(
+            {"--json", "--url", responder.url(), "--save-request", request, "--save-response", response, leaf});
+        auto expected = parseResults(check.out).at(0);
+        for (const Arguments& how : {Arguments{response}, Arguments{"--request", request, response},
+                                     Arguments{"--cert", leaf, "--issuer", issuer, response},
+                                     Arguments{"--cert", leaf, "--request", request, response}}) {
+            SCOPED_TRACE(testing::PrintToString(how));
+            const ProcessResult run = verify(tallow, how);
+            EXPECT_EQ(run.exitStatus, row.exitStatus) << run.err;
+            const auto results = parseResults(run.out);
+            ASSERT_EQ(results.size(), 1U);
+            for (const char* field : {"status", "serial", "producedAt", "thisUpdate", "nextUpdate"}) {
+                EXPECT_EQ(results[0].at(field), expected.at(field)) << field;
+            }
+            EXPECT_EQ(results[0].at("responder"), "CN=responder");
+            EXPECT_EQ(results[0].count("revocationTime"), expected.count("revocationTime"));
+        }
+        // The nonce of one request is not that of another about the same certificate.
+        const ProcessResult other = verify(tallow, {"--request", otherRequest, response});
+        EXPECT_EQ(other.exitStatus, 3);
+        EXPECT_EQ(parseResults(other.out).at(0).at("error.code"), "0xC2110120");
+    }
+}
+
+TEST(Verify, RefusesWhatIsTamperedStaleOrNotTheResponders) {
+    const Command tallow;
+    const auto changed = [](const std::function<void(ResponseSpec&)>& change) {
+        ResponseSpec spec = goodResponse();
+        change(spec);
+        return buildResponse(spec);
+    };
+    const Bytes good = changed([](ResponseSpec&) {});
+    struct Row {
+        const char* name;
+        Bytes response;
+        const char* code;
+    };
+    for (const Row& row : {
+             Row{"signature", changed([](auto& s) { s.corruptSignature = true; }), "0x80092004"},
+             Row{"nextUpdate", changed([](auto& s) {
+                     s.producedAt = s.entries[0].thisUpdate = generalizedTimeText(-1800);
+                     s.entries[0].nextUpdate = generalizedTimeText(-60);
+                 }),
+                 "0xC2110122"},
+             Row{"stale and revoked", changed([](auto& s) {
+                     s.entries[0].status = EntryStatus::kRevoked;
+                     s.entries[0].nextUpdate = generalizedTimeText(-30);
+                 }),
+                 "0xC2110122"},
+             Row{"old", changed([](auto& s) {
+                     s.entries[0].thisUpdate = generalizedTimeText(-8L * 24 * 3600);
+                     s.entries[0].nextUpdate = std::nullopt;
+                 }),
+                 "0xC2110123"},
+             Row{"ahead", changed([](auto& s) { s.entries[0].thisUpdate = generalizedTimeText(1800); }), "0xC2110122"},
+             Row{"leaf signs", changed([](auto& s) { s.signer = certs().unknown; }), "0x800B0110"},
+             Row{"no entry", changed([](auto& s) { s.entries.clear(); }), "0xC2110125"},
+             Row{"try later", changed([](auto& s) { s.responseStatus = 3; }), "0xC2110128"},
+             Row{"half", Bytes(good.begin(), good.begin() + 200), "0x80093101"},
+             Row{"empty", Bytes(), "0x8007000D"},
+         }) {
+        SCOPED_TRACE(row.name);
+        const ProcessResult run = verify(tallow, {tallow.file("response.der", row.response)});
+        SCOPED_TRACE(run.err);
+        EXPECT_EQ(run.exitStatus, 3);
+        EXPECT_EQ(numLines(run.err), 1U);
+        const auto results = parseResults(run.out);
+        ASSERT_EQ(results.size(), 1U);
+        EXPECT_EQ(results[0].at("status"), "error");
+        EXPECT_EQ(results[0].at("error.code"), row.code);
+        EXPECT_EQ(results[0].count("thisUpdate"), 0U);
+    }
+}
+
+TEST(Verify, JudgesEachEntryForItself) {
+    const Command tallow;
+    ResponseSpec spec = goodResponse();
+    spec.entries.emplace_back(certIdOf(certs().unknown, certs().root), EntryStatus::kUnknown);
+    spec.entries.emplace_back(certIdOf(certs().revoked, certs().root), EntryStatus::kRevoked);
+    spec.entries.emplace_back(certIdOf(leafWith({}), certs().root)).nextUpdate = generalizedTimeText(-30);
+    const std::string response = tallow.file("response.der", buildResponse(spec));
+    const ProcessResult run = verify(tallow, {response});
+    EXPECT_EQ(run.exitStatus, 1);
+    const auto results = parseResults(run.out);
+    std::vector<std::string> states;
+    for (const auto& result : results) {
+        states.push_back(result.at("status"));
+    }
+    EXPECT_THAT(states, testing::ElementsAre("good", "unknown", "revoked", "error"));
+    const std::string issuer = tallow.file("issuer.pem", certs().root);
+    EXPECT_EQ(verify(tallow, {"--cert", tallow.file("good.pem", certs().good), response}).exitStatus, 0);
+    const ProcessResult absent =
+        verify(tallow, {"--cert", tallow.file("absent.pem", leafWith({})), "--issuer", issuer, response});
+    EXPECT_EQ(absent.exitStatus, 3);
+    EXPECT_EQ(parseResults(absent.out).at(0).at("error.code"), "0xC2110125");
+}
+
+TEST(Verify, AsksNobodyAndTakesCrlsFromFiles) {
+    const Command tallow;
+    const HttpServer server([](const HttpRequest&) { return HttpReply{.body = makeCrl(certs().root, {})}; });
+    CertificateSpec signer;
+    signer.commonName = "delegate with addresses";
+    signer.extendedKeyUsage = "OCSPSigning";
+    signer.crlUrls = {server.url("/crl")};
+    signer.caIssuersUrls = {server.url("/ca")};
+    ResponseSpec spec = goodResponse();
+    spec.signer = issue(certs().root, signer);
+    const std::string response = tallow.file("response.der", buildResponse(spec));
+    EXPECT_EQ(verify(tallow, {response}).exitStatus, 3);
+    const std::string crl = tallow.file("root.crl", makeCrl(certs().root, {}));
+    EXPECT_EQ(verify(tallow, {"--crl", crl, response}).exitStatus, 0);
+    const std::string revoking =
+        tallow.file("revoking.crl", makeCrl(certs().root, {.revokedSerials = {spec.signer.serial()}}));
+    EXPECT_EQ(verify(tallow, {"--crl", revoking, response}).exitStatus, 3);
+    EXPECT_TRUE(server.requests().empty());
+}
+
+TEST(Verify, WantsWhatIsGivenBesideTheResponseToBeOfUse) {
+    const Command tallow;
+    const std::string response = tallow.file("response.der", buildResponse(goodResponse()));
+    const std::string leaf = tallow.file("leaf.pem", leafWith({}));
+    struct Row {
+        Arguments arguments;
+        const char* words;
+    };
+    for (const Row& row :
+         {Row{{"--request", response, response}, "no request"}, Row{{"--request", leaf, response}, "CERTIFICATE"},
+          Row{{"--request", "missing", response}, "No such file"},
+          Row{{"--cert", response, response}, "not a certificate"},
+          Row{{"--cert", tallow.file("other.pem", rootCa("other")), response}, "--issuer"},
+          Row{{"--cert", leaf, "--issuer", tallow.file("other.pem", rootCa("command root")), response},
+              "another key"}}) {
+        const ProcessResult run = verify(tallow, row.arguments);
+        SCOPED_TRACE(run.err);
+        EXPECT_EQ(run.exitStatus, 64);
+        EXPECT_EQ(run.out, "");
+        EXPECT_EQ(numLines(run.err), 1U);
+        EXPECT_THAT(run.err, HasSubstr(row.words));
+    }
+}
+
+}  // namespace
