@@ -2,7 +2,7 @@
 
 #include "asn1/attribute.h"
 #include "asn1/certificate_values.h"
-#include "asn1/content_info.h"
+#include "asn1/content_info_traits.h"
 #include "asn1/ess_cert_id.h"
 #include "asn1/other_cert_id.h"
 #include "asn1/policy_information.h"
@@ -204,6 +204,14 @@ TEST(ContentInfo, ChecksTheContentOfKnownTypes) {
     EXPECT_EQ(message.get_content(), blob(tlv::octetString(kHash)));
     message.decode(blob(other));
     EXPECT_STREQ(message.get_contentType(), "1.2.3");
+
+    ctxt_handle context;
+    ASSERT_TRUE(context.init());
+    asn1data::ASN1T_ContentInfo record;
+    ASN1T_ContentInfo_traits::set(context.get(), record, blob(other));
+    CBlob again;
+    ASN1T_ContentInfo_traits::get(record, again);
+    EXPECT_EQ(again, blob(other)) << "as a whole message";
     EXPECT_THAT(thrownStatus([&] { CContentInfo("data", blob(tlv::null())).encode(); }),
                 IsStatus(status::kInvalidArgument));
     EXPECT_THAT(thrownStatus([] { CCertificateValue(blob(tlv::null())).encode(); }), IsStatus(status::kAsn1Error));
@@ -224,6 +232,8 @@ TEST(SigningTime, ChangesItsTypeWithTheYear2050) {
         EXPECT_EQ(hexOf(attribute.get_value()), toHex(row.encoded));
         EXPECT_EQ(CAttrSigningTime(attribute.get_value()).get_time().getTime(), row.time.getTime());
     }
+    EXPECT_THAT(thrownStatus([] { CAttrSigningTime(CDateTime(1949, 12, 31, 0, 0, 0, 0, 0)); }),
+                IsStatus(status::kAsn1Error));
     // A GeneralizedTime of a year before is read, and written as the rule says.
     CAttrSigningTime early(blob(tlv::generalizedTime("20300101000000Z")));
     early.encode();

@@ -2,11 +2,13 @@
 
 #include <gmock/gmock.h>
 
+#include "asn1/attribute.h"
 #include "asn1/big_integer_traits.h"
 #include "asn1/certificate_traits.h"
 #include "asn1/extensions_traits.h"
 #include "asn1/general_name.h"
 #include "asn1/name_traits.h"
+#include "asn1/pki_status.h"
 #include "asn1/primitive_traits.h"
 #include "asn1/time_text.h"
 #include "asn1rt/memory_heap.h"
@@ -160,6 +162,12 @@ CBlob decodedAndEncoded(const CBlob& data) {
     return value.encode();
 }
 
+CBlob decodedAndEncodedStatus(const CBlob& data) {
+    CPKIStatusInfo status(kStatusAccepted);
+    status.decode(data);
+    return status.encode();
+}
+
 TEST_F(Codec, TellsExhaustedMemoryByItsOwnStatuses) {
     const Bytes names = tlv::sequence({tlv::context(4, Pki::shared().good.subject())});
     const Bytes extension = tlv::sequence({tlv::oid("2.5.29.17"), tlv::octetString(names)});
@@ -172,6 +180,12 @@ TEST_F(Codec, TellsExhaustedMemoryByItsOwnStatuses) {
                         tlv::sequence({tlv::oid("2.5.4.10"), tlv::utf8String("b")})})),
          decodedAndEncoded<CRelativeDistinguishedName>},
         {blob(names), decodedAndEncoded<CGeneralNames>},
+        {blob(tlv::set({tlv::sequence({tlv::oid("1.2.840.113549.1.9.3"), tlv::set({tlv::oid("1.2.3")})}),
+                        tlv::sequence({tlv::oid("1.2.840.113549.1.9.14"), tlv::set({tlv::sequence({extension})})})})),
+         decodedAndEncoded<CAttributes>},
+        {blob(tlv::sequence({tlv::integer(2), tlv::sequence({tlv::utf8String("a"), tlv::utf8String("b")}),
+                             tlv::bitString(fromHex("80"), 7)})),
+         decodedAndEncodedStatus},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(hexOf(row.data));

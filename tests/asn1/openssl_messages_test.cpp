@@ -66,9 +66,14 @@ protected:
     std::string certificate_ = folder_.write("signer.pem", pki_.good.certificatePem());
     std::string key_ = folder_.write("signer.key", pki_.good.key.pem());
 
-    /// Standard output and error of the command.
+    /// Standard output and error of the command. faketime, killed, leaves a semaphore behind that bears its process id,
+    /// and fails when the id comes round again: another try has another id.
     static std::string runs(const std::vector<std::string>& arguments, int expectedStatus = 0) {
-        const ProcessResult result = run(arguments, 30000, {"TZ=UTC"});
+        ProcessResult result;
+        int numTries = 0;
+        do {
+            result = run(arguments, 30000, {"TZ=UTC"});
+        } while (++numTries < 50 && result.err.find("sem_open: File exists") != std::string::npos);
         EXPECT_EQ(result.exitStatus, expectedStatus) << arguments[1] << ": " << result.err;
         return result.out + result.err;
     }
@@ -130,11 +135,11 @@ TEST_F(OpensslMessages, ShowTheSignedAttributesThatOpensslPrints) {
         const char* printed;
     } rows[] = {
         {"2050-01-01 00:00:00", "sha256", "2.16.840.1.101.3.4.2.1", CDateTime(2050, 1, 1, 0, 0, 0, 0, 0),
-         "GENERALIZEDTIME:Jan  1 00:00:0"},
+         "GENERALIZEDTIME:Jan  1 00:00:"},
         {"2049-12-31 23:59:30", "sha1", "1.3.14.3.2.26", CDateTime(2049, 12, 31, 23, 59, 30, 0, 0),
-         "UTCTIME:Dec 31 23:59:3"},
+         "UTCTIME:Dec 31 23:59:"},
         {"2049-12-31 23:59:30", "sha384", "2.16.840.1.101.3.4.2.2", CDateTime(2049, 12, 31, 23, 59, 30, 0, 0),
-         "UTCTIME:Dec 31 23:59:3"},
+         "UTCTIME:Dec 31 23:59:"},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.time);
@@ -150,7 +155,7 @@ TEST_F(OpensslMessages, ShowTheSignedAttributesThatOpensslPrints) {
 
         EXPECT_THAT(text, HasSubstr(row.printed));
         const CDateTime time = typed(attributes, CAttrSigningTime(CDateTime(0, 0))).get_time();
-        EXPECT_LT(time.getTime() - row.expected.getTime(), 10) << "the clock goes on";
+        EXPECT_LT(time.getTime() - row.expected.getTime(), 30) << "the clock goes on";
         EXPECT_GE(time.getTime(), row.expected.getTime());
         EXPECT_THAT(text, HasSubstr(std::string("(") + typed(attributes, CAttrContentType()).get_contentType() + ")"));
         EXPECT_EQ(hexOf(typed(attributes, CAttrMessageDigest()).get_messageDigest()),

@@ -10,7 +10,6 @@
 
 namespace {
 
-using Orvane::CBlob;
 using Orvane::CDateTime;
 using namespace Orvane::ASN1;
 using namespace testkit;
@@ -81,6 +80,7 @@ TEST(FreeText, StandsForItsFirstEntry) {
 /// A status of 0 with these texts.
 Bytes statusWith(const std::vector<std::string>& texts) {
     std::vector<Bytes> strings;
+    strings.reserve(texts.size());
     for (const std::string& text : texts) {
         strings.push_back(tlv::utf8String(text));
     }
