@@ -276,6 +276,9 @@ private:
         out_.line("class " + name + "_of : public " + name + " {");
         out_.line("public:");
         out_.indent();
+        // Defined in sources, as those of objects: an inline one would draw in all operations, where the type of the
+        // value is only named.
+        out_.line("~" + name + "_of() override;");
         out_.line("void* constructASN1T" + what + "(ASN1CTXT* ctxt) override { return Value::construct(ctxt); }");
         out_.line("ASN1CType* constructASN1C" + what +
                   "(ASN1MessageBufferIF& buffer, void* record) override { return Value::constructControl(buffer, "
@@ -301,7 +304,7 @@ private:
     void emitObject(const ObjectLayout& object) {
         comment("", object.object->span);
         out_.line("class " + object.name + " : public " + object.className + "_of<" + object.value +
-                  "> { public: " + object.name + "(); };");
+                  "> { public: " + object.name + "(); ~" + object.name + "() override; };");
         out_.line();
     }
 

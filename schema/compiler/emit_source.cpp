@@ -1,5 +1,6 @@
 // The sources of a module: member tables, table constraints, TypeInfos, objects and sets.
 #include <cstdio>
+#include <set>
 #include <string>
 #include <utility>
 
@@ -197,8 +198,15 @@ private:
     }
 
     void emitObjects() {
+        std::set<std::string> classes;
         for (const ObjectLayout& object : module_.objects) {
-            out_.line(object.name + "::" + object.name + "() : " + object.className + "_of(" + object.key + ") {}");
+            const std::string base = object.className + "_of";
+            if (classes.insert(base).second) {
+                out_.line("template <class Value>");
+                out_.line(base + "<Value>::~" + base + "() = default;");
+            }
+            out_.line(object.name + "::" + object.name + "() : " + base + "(" + object.key + ") {}");
+            out_.line(object.name + "::~" + object.name + "() = default;");
         }
     }
 

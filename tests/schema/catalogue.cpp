@@ -63,6 +63,9 @@ void setValue(const Class<schema::NullValue>& /*object*/, ObjectRow& row) {
 template <template <class> class Class>
 void setValue(const Class<schema::RawValue>& /*object*/, ObjectRow& /*row*/) {}
 
+template <class Set>
+constexpr bool kIsSet = std::is_same_v<decltype(Set::instance(nullptr)), Set*>;
+
 // A set is empty or has an array that only what derives from it may see.
 template <class Set>
 struct Contents : Set {
@@ -111,7 +114,7 @@ Catalogue::Catalogue() {
     static_assert(!std::is_abstract_v<name>);
 #define SET(name)             \
     ++groups.back().numNames; \
-    static_assert(std::is_same_v<decltype(name::instance(nullptr)), name*>);
+    static_assert(kIsSet<name>);
 #define CLASS(name)           \
     ++groups.back().numNames; \
     static_assert(std::is_abstract_v<name>);
@@ -127,7 +130,7 @@ Catalogue::Catalogue() {
 #define LOOSE(object, key) sets.back().objects.push_back(objectRow<object>(#object, key));
 #include "tests/data/schema/sets.inc"
 
-#define IDENTIFIER(name, value) identifiers.push_back({#name, value, &name});
+#define IDENTIFIER(name, value) identifiers.push_back({#name, value, &(name)});
 #include "tests/data/schema/identifiers.inc"
 }
 
