@@ -86,7 +86,9 @@ Pin::Pin(const std::string& path) {
 }
 
 Pin::~Pin() {
-    explicit_bzero(text_.data(), text_.size() * sizeof(wchar_t));
+    if (!text_.empty()) {
+        explicit_bzero(text_.data(), text_.size() * sizeof(wchar_t));
+    }
 }
 
 }  // namespace tallow::cli

@@ -1,5 +1,7 @@
 #include "tests/cli/command.h"
 
+#include <gmock/gmock.h>
+
 #include <algorithm>
 #include <cctype>
 
@@ -94,6 +96,14 @@ std::string upperHex(const Bytes& octets) {
     std::string hex = toHex(octets);
     std::transform(hex.begin(), hex.end(), hex.begin(), [](unsigned char c) { return std::toupper(c); });
     return hex;
+}
+
+void expectMistake(const ProcessResult& run, const std::string& words) {
+    SCOPED_TRACE(run.err);
+    EXPECT_EQ(run.exitStatus, 64);
+    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(numLines(run.err), 1U);
+    EXPECT_THAT(run.err, testing::AllOf(testing::StartsWith("tallow: "), testing::HasSubstr(words)));
 }
 
 std::size_t numLines(const std::string& text) {

@@ -66,6 +66,9 @@ private:
 /// Hexadecimal as the command writes it.
 std::string upperHex(const Bytes& octets);
 
+/// Wrong usage: exit status 64, one line on standard error with these words, nothing on standard output.
+void expectMistake(const ProcessResult& run, const std::string& words);
+
 std::size_t numLines(const std::string& text);
 
 }  // namespace testkit

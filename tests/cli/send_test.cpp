@@ -82,16 +82,17 @@ TEST(Send, WantsARequestAndAnAddress) {
     const Command tallow;
     const HttpServer server([](const HttpRequest&) { return HttpReply{}; });
     const std::string response = tallow.file("response.der", buildResponse(goodResponse()));
-    for (const std::vector<std::string>& row :
-         {std::vector<std::string>{"send", response},
-          {"send", "--url", server.url()},
-          {"send", "--url", server.url(), response},
-          {"send", "--url", server.url(), "missing"},
-          {"send", "--url", server.url(), "-o", tallow.folder().file("no/folder"), response}}) {
-        const ProcessResult run = tallow.with(row);
-        EXPECT_EQ(run.exitStatus, 64);
-        EXPECT_EQ(run.out, "");
-        EXPECT_EQ(numLines(run.err), 1U) << run.err;
+    struct Row {
+        std::vector<std::string> arguments;
+        const char* words;
+    };
+    for (const Row& row :
+         {Row{{response}, "--url"}, Row{{"--url", server.url()}, "REQUEST"},
+          Row{{"--url", server.url(), response}, "no request"}, Row{{"--url", server.url(), "missing"}, "No such file"},
+          Row{{"--url", server.url(), "-o", "no/folder", response}, "cannot be written"}}) {
+        std::vector<std::string> arguments = row.arguments;
+        arguments.insert(arguments.begin(), "send");
+        expectMistake(tallow.with(arguments), row.words);
     }
     EXPECT_TRUE(server.requests().empty());
 }

@@ -66,9 +66,7 @@ TEST(Store, ListsFilesThatPeoplePutThereAndLeavesMixedOnesAlone) {
     EXPECT_EQ(list.exitStatus, 0);
     EXPECT_EQ(numLines(list.out), 4U) << list.out;
     EXPECT_THAT(list.err, AllOf(HasSubstr("notes.txt"), testing::Not(HasSubstr("toml"))));
-    const ProcessResult remove = tallow.with({"store", "remove", "CA", tallow.file("root.pem", certs().root)});
-    EXPECT_EQ(remove.exitStatus, 64);
-    EXPECT_THAT(remove.err, HasSubstr("bundle.pem"));
+    expectMistake(tallow.with({"store", "remove", "CA", tallow.file("root.pem", certs().root)}), "bundle.pem");
     EXPECT_EQ(tallow.with({"store", "remove", "CA", tallow.folder().file("user/CA/bundle.pem")}).exitStatus, 0);
     EXPECT_FALSE(std::filesystem::exists(tallow.folder().file("user/CA/bundle.pem")));
 }
@@ -95,12 +93,7 @@ TEST(Store, RefusesWhatCannotBeUsedInOneLine) {
              Row{{"store", "add", "CA"}, "FILE"},
              Row{{"store", "--machine"}, "subcommand"},
          }) {
-        const ProcessResult run = tallow.with(row.arguments);
-        SCOPED_TRACE(run.err);
-        EXPECT_EQ(run.exitStatus, 64);
-        EXPECT_EQ(run.out, "");
-        EXPECT_EQ(numLines(run.err), 1U);
-        EXPECT_THAT(run.err, HasSubstr(row.words));
+        expectMistake(tallow.with(row.arguments), row.words);
     }
 }
 

@@ -168,12 +168,7 @@ TEST(Verify, WantsWhatIsGivenBesideTheResponseToBeOfUse) {
           Row{{"--cert", tallow.file("other.pem", rootCa("other")), response}, "--issuer"},
           Row{{"--cert", leaf, "--issuer", tallow.file("other.pem", rootCa("command root")), response},
               "another key"}}) {
-        const ProcessResult run = verify(tallow, row.arguments);
-        SCOPED_TRACE(run.err);
-        EXPECT_EQ(run.exitStatus, 64);
-        EXPECT_EQ(run.out, "");
-        EXPECT_EQ(numLines(run.err), 1U);
-        EXPECT_THAT(run.err, HasSubstr(row.words));
+        expectMistake(verify(tallow, row.arguments), row.words);
     }
 }
 
