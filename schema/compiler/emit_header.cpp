@@ -49,8 +49,7 @@ private:
             out_.line("struct " + name + ";");
         }
         for (const std::string& name : module_.foreignValues) {
-            out_.line("struct ASN1T_" + name + "; class ASN1C_" + name + "; extern const schema::TypeInfo kType_" +
-                      name + ";");
+            declareValue(name);
         }
         for (const TypeLayout& type : module_.types) {
             std::string line;
@@ -66,6 +65,11 @@ private:
             }
         }
         out_.line();
+    }
+
+    void declareValue(const std::string& name) {
+        out_.line("struct ASN1T_" + name + "; class ASN1C_" + name + "; extern const schema::TypeInfo kType_" + name +
+                  ";");
     }
 
     // The definition as it stands in the schema, with its place at the end of the first line.

@@ -200,14 +200,17 @@ private:
     void emitObjects() {
         std::set<std::string> classes;
         for (const ObjectLayout& object : module_.objects) {
-            const std::string base = object.className + "_of";
-            if (classes.insert(base).second) {
+            if (classes.insert(object.className).second) {
                 out_.line("template <class Value>");
-                out_.line(base + "<Value>::~" + base + "() = default;");
+                emitDestructor(object.className + "_of", "<Value>");
             }
-            out_.line(object.name + "::" + object.name + "() : " + base + "(" + object.key + ") {}");
-            out_.line(object.name + "::~" + object.name + "() = default;");
+            out_.line(object.name + "::" + object.name + "() : " + object.className + "_of(" + object.key + ") {}");
+            emitDestructor(object.name, "");
         }
+    }
+
+    void emitDestructor(const std::string& name, const char* arguments) {
+        out_.line(name + arguments + "::~" + name + "() = default;");
     }
 
     void emitSet(const SetLayout& set) {

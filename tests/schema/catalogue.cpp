@@ -124,10 +124,14 @@ Catalogue::Catalogue() {
 #define SET(name, class, count)                                                 \
     static_assert(sizeOf(static_cast<const name*>(nullptr)) == (count), #name); \
     sets.push_back({#name, &schema::kAccess<name, class>, count});
+#define USED_BY(type)                                                       \
+    static_cast<void>(&asn1ETC_##type), static_cast<void>(&asn1DTC_##type); \
+    sets.back().users.push_back(kType_##type.table);
 #define MEMBER(set, object, key) \
     sets.back().objects.push_back(memberRow<set, object>(#object, key, sets.back().objects.size()));
 #define IN_NO_SET(count) sets.push_back({"no set", nullptr, count});
 #define LOOSE(object, key) sets.back().objects.push_back(objectRow<object>(#object, key));
+#define VALUE(type) sets.back().objects.back().expectedValue = infoOf(static_cast<const ASN1C_##type*>(nullptr));
 #include "tests/data/schema/sets.inc"
 
 #define IDENTIFIER(name, value) identifiers.push_back({#name, value, &(name)});

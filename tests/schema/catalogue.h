@@ -36,6 +36,7 @@ struct ObjectRow {
     const schema::TypeInfo* value;  // null: a NULL, or kept raw
     bool isNull;
     bool isInPlace;  // the set holds this very class at this place; true for an object in no set
+    const schema::TypeInfo* expectedValue = nullptr;  // null where none is listed
 };
 
 struct SetRow {
@@ -43,6 +44,7 @@ struct SetRow {
     const schema::ObjectSetAccess* access;  // null for what is in no set
     std::size_t numExpected;
     std::vector<ObjectRow> objects = {};
+    std::vector<const schema::TableInfo*> users = {};  // of the types that look their values up in it
 };
 
 struct IdentifierRow {

@@ -32,8 +32,13 @@ TEST(Catalogue, IdentifiersHaveTheirValues) {
 TEST(Catalogue, SetsHoldTheirObjectsInOrder) {
     for (const auto& set : catalogue().sets) {
         EXPECT_EQ(set.objects.size(), set.numExpected) << set.name;
+        for (const auto* table : set.users) {
+            ASSERT_NE(table, nullptr) << set.name;
+            EXPECT_EQ(table->set, set.access) << set.name;
+        }
         for (const auto& object : set.objects) {
             EXPECT_TRUE(object.isInPlace) << set.name << ": " << object.name;
+            EXPECT_TRUE(object.expectedValue == nullptr || object.value == object.expectedValue) << object.name;
             EXPECT_TRUE(isSpelled(object.key, object.expectedKey)) << object.name;
         }
     }
