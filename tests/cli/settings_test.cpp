@@ -1,8 +1,9 @@
 // `settings` against the example file, and against settings of its own.
 #include <gmock/gmock.h>
 
+#include <algorithm>
 #include <fstream>
-#include <regex>
+#include <map>
 #include <sstream>
 
 #include "tests/cli/command.h"
@@ -18,19 +19,42 @@ struct Line {
     std::string remark;
 };
 
-// Keys as "table.name", of settings as people write them or as the command prints them.
+// Where a value ends: a string at its quote, a list at its bracket, all else at a blank.
+std::size_t endOfValue(const std::string& line, std::size_t begin) {
+    if (line[begin] == '[') {
+        return line.find(']', begin) + 1;
+    }
+    if (line[begin] != '"') {
+        return std::min(line.find(' ', begin), line.size());
+    }
+    std::size_t end = begin + 1;
+    while (line[end] != '"') {
+        end += line[end] == '\\' ? 2 : 1;
+    }
+    return end + 1;
+}
+
+// Keys as "table.name", of settings as people write them or as the command prints them; prose is passed over.
 std::map<std::string, Line> parse(const std::string& toml) {
-    const std::regex key(R"(^(# )?(\w+)(?: = ("(?:[^"\\]|\\.)*"|\[.*?\]|[^ #]+))?\s*(?:# (.*))?$)");
     std::map<std::string, Line> lines;
     std::istringstream text(toml);
     std::string table;
     std::string line;
     while (std::getline(text, line)) {
-        std::smatch match;
         if (line.starts_with('[')) {
             table = line.substr(1, line.find(']') - 1) + ".";
-        } else if (std::regex_match(line, match, key) && (match[3].matched || match[4].str().starts_with("default"))) {
-            lines[table + match[2].str()] = {match[1].matched ? "" : match[3].str(), match[4].str()};
+            continue;
+        }
+        const bool isComment = line.starts_with("# ");
+        const std::size_t name = isComment ? 2 : 0;
+        const std::size_t nameEnd = std::min(line.find(' ', name), line.size());
+        const bool hasValue = line.compare(nameEnd, 3, " = ") == 0;
+        const std::size_t valueEnd = hasValue ? endOfValue(line, nameEnd + 3) : nameEnd;
+        const std::size_t remark = line.find("# ", valueEnd);
+        const std::string said = remark == std::string::npos ? "" : line.substr(remark + 2);
+        if (hasValue || (isComment && said.starts_with("default"))) {
+            const std::string value = isComment ? "" : line.substr(nameEnd + 3, valueEnd - nameEnd - 3);
+            lines[table + line.substr(name, nameEnd - name)] = {value, said};
         }
     }
     return lines;

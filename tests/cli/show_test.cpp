@@ -1,8 +1,6 @@
 // What `show` tells of messages that openssl made, of built ones, and of hostile ones.
 #include <gmock/gmock.h>
 
-#include <regex>
-
 #include "tests/cli/command.h"
 #include "tests/cli/json_result.h"
 #include "tests/support/tlv.h"
@@ -34,13 +32,14 @@ Fields shown(const std::string& file) {
     return parseTree(run.out);
 }
 
-std::vector<std::string> allMatches(const std::string& text, const std::string& pattern) {
-    std::vector<std::string> found;
-    const std::regex expression(pattern);
-    for (std::sregex_iterator match(text.begin(), text.end(), expression); match != std::sregex_iterator(); ++match) {
-        found.push_back((*match)[1]);
+// Each word that stands behind the label.
+std::vector<std::string> wordsBehind(const std::string& text, const std::string& label) {
+    std::vector<std::string> words;
+    for (auto at = text.find(label); at != std::string::npos; at = text.find(label, at + 1)) {
+        const auto begin = at + label.size();
+        words.push_back(text.substr(begin, text.find_first_of(" \n", begin) - begin));
     }
-    return found;
+    return words;
 }
 
 TEST(Show, TellsOfARequestWhatOpensslTells) {
@@ -55,12 +54,12 @@ TEST(Show, TellsOfARequestWhatOpensslTells) {
               0);
     const std::string text = run({"openssl", "ocsp", "-reqin", path, "-req_text"}).out;
     const Fields fields = shown(path);
-    const auto serials = allMatches(text, "Serial Number: ([0-9A-F]+)");
-    const auto names = allMatches(text, "Issuer Name Hash: ([0-9A-F]+)");
-    const auto keys = allMatches(text, "Issuer Key Hash: ([0-9A-F]+)");
-    const auto hashes = allMatches(text, "Hash Algorithm: (\\w+)");
-    ASSERT_EQ(serials.size(), 2U);
-    for (std::size_t i = 0; i < serials.size(); ++i) {
+    const auto serials = wordsBehind(text, "Serial Number: ");
+    const auto names = wordsBehind(text, "Issuer Name Hash: ");
+    const auto keys = wordsBehind(text, "Issuer Key Hash: ");
+    const auto hashes = wordsBehind(text, "Hash Algorithm: ");
+    ASSERT_GE(serials.size(), 2U);
+    for (std::size_t i = 0; i < 2; ++i) {
         const std::string at = "OCSPRequest.requestList." + std::to_string(i) + ".reqCert.";
         EXPECT_EQ(fields.at(at + "serialNumber"), serials[i]);
         EXPECT_EQ(fields.at(at + "issuerNameHash"), names[i]);
