@@ -100,6 +100,10 @@ std::vector<std::string> dyingWithUs(const std::vector<std::string>& arguments) 
 
 }  // namespace
 
+std::vector<std::string> clockEnvironment(const std::string& clock) {
+    return {"LD_PRELOAD=/usr/$LIB/faketime/libfaketime.so.1", "FAKETIME=" + clock, "TZ=UTC"};
+}
+
 ProcessResult run(const std::vector<std::string>& arguments, int timeoutMs,
                   const std::vector<std::string>& environment) {
     const TempDir dir;

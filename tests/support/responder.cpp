@@ -31,21 +31,17 @@ std::string makeIndex(const std::vector<IndexEntry>& entries) {
 }  // namespace
 
 Responder::Responder(const ResponderOptions& options) {
-    std::vector<std::string> arguments;
-    if (!options.clock.empty()) {
-        // faketime stays beside the responder; when it is ended, the responder has to follow.
-        arguments = {"faketime", "-f", options.clock, "setpriv", "--pdeathsig", "KILL"};
-    }
-    for (const std::string& argument :
-         {std::string("openssl"), std::string("ocsp"), std::string("-port"), std::string("0"), std::string("-timeout"),
-          std::string("5"), std::string("-index"), dir_.write("index.txt", makeIndex(options.index)),
-          std::string("-CA"), dir_.write("ca.pem", options.ca.certificatePem()), std::string("-rsigner"),
-          dir_.write("signer.pem", options.signer.certificatePem()), std::string("-rkey"),
-          dir_.write("signer.key", options.signer.key.pem())}) {
-        arguments.push_back(argument);
-    }
+    std::vector<std::string> arguments = {"openssl",  "ocsp",
+                                          "-port",    "0",
+                                          "-timeout", "5",
+                                          "-index",   dir_.write("index.txt", makeIndex(options.index)),
+                                          "-CA",      dir_.write("ca.pem", options.ca.certificatePem()),
+                                          "-rsigner", dir_.write("signer.pem", options.signer.certificatePem()),
+                                          "-rkey",    dir_.write("signer.key", options.signer.key.pem())};
     arguments.insert(arguments.end(), options.arguments.begin(), options.arguments.end());
-    process_ = std::make_unique<BackgroundProcess>(arguments, dir_.file("output"));
+    process_ = std::make_unique<BackgroundProcess>(
+        arguments, dir_.file("output"),
+        options.clock.empty() ? std::vector<std::string>() : clockEnvironment(options.clock));
     const std::string output = process_->waitForOutput(" PID=");
     const std::string beforePid = output.substr(0, output.find(" PID="));
     port_ = std::atoi(beforePid.substr(beforePid.rfind(':') + 1).c_str());

@@ -26,7 +26,7 @@ struct ResponderOptions {
     Identity signer;
     std::vector<IndexEntry> index;
     std::vector<std::string> arguments;  // further ones, such as {"-nmin", "5"} or {"-resp_key_id"}
-    std::string clock;                   // as for faketime, "-2h"; empty: the true time
+    std::string clock;                   // as for clockEnvironment; empty: the true time
 };
 
 class Responder {
