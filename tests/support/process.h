@@ -19,8 +19,7 @@ struct ProcessResult {
 ProcessResult run(const std::vector<std::string>& arguments, int timeoutMs = 30000,
                   const std::vector<std::string>& environment = {});
 
-/// What makes a program take another time for now: "-2h", or "@2050-01-01 00:00:00" (UTC) for when it starts. Not by
-/// the command faketime, which leaves shared memory behind when it is killed and then fails under the same process id.
+/// What makes a program take another time for now: "-2h", or "@2050-01-01 00:00:00" (UTC) for when it starts.
 std::vector<std::string> clockEnvironment(const std::string& clock);
 
 /// A process that runs beside the test and is killed, with all that it started, with its object; also when the thread

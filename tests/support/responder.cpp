@@ -1,6 +1,7 @@
 #include "tests/support/responder.h"
 
 #include <cstdlib>
+#include <filesystem>
 
 namespace testkit {
 
@@ -43,11 +44,14 @@ Responder::Responder(const ResponderOptions& options) {
         arguments, dir_.file("output"),
         options.clock.empty() ? std::vector<std::string>() : clockEnvironment(options.clock));
     const std::string output = process_->waitForOutput(" PID=");
+    pid_ = std::to_string(std::atoi(output.c_str() + output.find(" PID=") + 5));
     const std::string beforePid = output.substr(0, output.find(" PID="));
     port_ = std::atoi(beforePid.substr(beforePid.rfind(':') + 1).c_str());
 }
 
-Responder::~Responder() = default;
+Responder::~Responder() {
+    stop();
+}
 
 std::string Responder::url() const {
     return "http://127.0.0.1:" + std::to_string(port_) + "/";
@@ -55,6 +59,11 @@ std::string Responder::url() const {
 
 void Responder::stop() {
     process_->stop();
+    // What libfaketime leaves when its program is killed, and cannot do with when the process id comes round again.
+    for (const char* name : {"/dev/shm/faketime_shm_", "/dev/shm/sem.faketime_sem_"}) {
+        std::error_code ignored;
+        std::filesystem::remove(name + pid_, ignored);
+    }
 }
 
 }  // namespace testkit

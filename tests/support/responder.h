@@ -43,6 +43,7 @@ private:
     TempDir dir_;
     std::unique_ptr<BackgroundProcess> process_;
     int port_ = 0;
+    std::string pid_;
 };
 
 }  // namespace testkit
