@@ -22,7 +22,7 @@ using Orvane::PKI::OCSP::Client::CRequest;
 
 void nameKey(const ATL2::CCertContext& signer, const std::string& key) {
     if (!crypto_set_key_uri(signer.get(), key.c_str())) {
-        throw InputError("--key " + key, "is no path and no URI");
+        throw InputError("--key", "is no path and no URI");  // and is not repeated: a URI may hold a PIN
     }
 }
 
