@@ -51,8 +51,12 @@ private:
 };
 
 void Verification::readRequest() {
-    if (!options_.request.empty()) {
-        importRequest(request_.emplace(), readMessage(options_.request), options_.request);
+    if (options_.request.empty()) {
+        return;
+    }
+    importRequest(request_.emplace(), readMessage(options_.request), options_.request);
+    if (request_->get_SRNumber() == 0) {
+        throw InputError(options_.request, "asks about no certificate, so that no answer says anything");
     }
 }
 

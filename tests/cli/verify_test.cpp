@@ -4,6 +4,7 @@
 #include "tests/cli/command.h"
 #include "tests/cli/json_result.h"
 #include "tests/support/http_server.h"
+#include "tests/support/tlv.h"
 
 namespace {
 
@@ -161,9 +162,11 @@ TEST(Verify, WantsWhatIsGivenBesideTheResponseToBeOfUse) {
         Arguments arguments;
         const char* words;
     };
+    const Bytes nothing = tlv::sequence({tlv::sequence({tlv::sequence(std::vector<Bytes>())})});
     for (const Row& row :
-         {Row{{"--request", response, response}, "no request"}, Row{{"--request", leaf, response}, "CERTIFICATE"},
-          Row{{"--request", "missing", response}, "No such file"},
+         {Row{{"--request", response, response}, "no request"},
+          Row{{"--request", tallow.file("nothing.der", nothing), response}, "no certificate"},
+          Row{{"--request", leaf, response}, "CERTIFICATE"}, Row{{"--request", "missing", response}, "No such file"},
           Row{{"--cert", response, response}, "not a certificate"},
           Row{{"--cert", tallow.file("other.pem", rootCa("other")), response}, "--issuer"},
           Row{{"--cert", leaf, "--issuer", tallow.file("other.pem", rootCa("command root")), response},
