@@ -187,7 +187,7 @@ Bytes requestWith(const std::vector<ExtensionSpec>& extensions) {
 
 std::string signedByOpenssl(const Command& tallow, const std::string& name, const Identity& signer,
                             const Arguments& more = {}) {
-    const std::string file = tallow.folder().file(name);
+    std::string file = tallow.folder().file(name);
     const std::string pem = tallow.file(name + ".pem", withKey(signer));
     Arguments arguments{"openssl",  "ocsp",
                         "-issuer",  tallow.file("root.pem", certs().root),

@@ -11,8 +11,6 @@
 namespace {
 
 using namespace testkit;
-using testing::AllOf;
-using testing::HasSubstr;
 
 struct Line {
     std::string value;  // empty when the key is commented out

@@ -9,7 +9,6 @@
 namespace {
 
 using namespace testkit;
-using testing::HasSubstr;
 
 using Arguments = std::vector<std::string>;
 
