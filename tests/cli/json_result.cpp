@@ -34,7 +34,9 @@ void flatten(const nlohmann::json& value, const std::string& path, std::map<std:
         return;
     }
     for (const auto& [name, part] : value.items()) {
-        flatten(part, path.empty() ? name : path + "." + name, texts);
+        std::string partPath = path.empty() ? "" : path + ".";
+        partPath += name;
+        flatten(part, partPath, texts);
     }
 }
 

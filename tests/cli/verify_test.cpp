@@ -121,6 +121,7 @@ TEST(Verify, JudgesEachEntryForItself) {
     EXPECT_EQ(run.exitStatus, 1);
     const auto results = parseResults(run.out);
     std::vector<std::string> states;
+    states.reserve(results.size());
     for (const auto& result : results) {
         states.push_back(result.at("status"));
     }
