@@ -48,8 +48,8 @@ class TALLOW_EXPORT CAuthorityInfoAccessSyntax : public std::list<CAccessDescrip
 public:
     CBlob encode() const;
 
-    /// Replaces the whole content. Throws Asn1Error, with the list unchanged, when `data` is not of the type; throws
-    /// InvalidArgument for a location of a kind without support, with the entries before it in the list.
+    /// Replaces the whole content. Throws Asn1Error when `data` is not of the type, and InvalidArgument for a location
+    /// of a kind without support; the list is then unchanged.
     void decode(const CBlob& data);
 };
 

@@ -57,7 +57,7 @@ public:
 
     /// The DER of the attribute, its values in the order of a DER SET. Throws InvalidArgument when the identifier is
     /// not dotted decimal text, and Asn1Error when a value of a known attribute is not the DER of its type. Values of
-    /// other attributes go out as they are.
+    /// other attributes go out as they are, and empty values of any attribute are not checked and leave no trace.
     CBlob encode() const;
 
     /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is not of the type, or is a known

@@ -25,7 +25,7 @@ public:
     void put_content(const CBlob& content);
 
     /// The DER of the message. Throws InvalidArgument when the type is not dotted decimal text, and Asn1Error when the
-    /// content of a known type is not the DER of it.
+    /// content of a known type is not the DER of it. Empty content is not checked: the tag [0] then holds nothing.
     CBlob encode() const;
 
     /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is not of the type, or its

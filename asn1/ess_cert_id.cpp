@@ -128,8 +128,9 @@ void ASN1T_ESSCertID_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CESSCertI
 void ASN1T_ESSCertID_traits::get(const ASN1_T& record, CESSCertID& value) {
     CBlob certHash;
     ASN1TDynOctStr_traits::get(record.certHash, certHash);
+    const std::unique_ptr<CIssuerSerial> issuerSerial = getIssuerSerial(record);
     value.put_certHash(certHash);
-    getIssuerSerial(record, value);
+    value.put_issuerSerial(issuerSerial.get());
 }
 
 void ASN1T_ESSCertIDv2_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CESSCertIDv2& value) {
@@ -151,11 +152,12 @@ void ASN1T_ESSCertIDv2_traits::get(const ASN1_T& record, CESSCertIDv2& value) {
     if (record.m.hashAlgorithmPresent != 0) {
         ASN1T_AlgorithmIdentifier_get(hashAlgorithm, record.hashAlgorithm);
     }
-    value.put_hashAlgorithm(hashAlgorithm);
     CBlob certHash;
     ASN1TDynOctStr_traits::get(record.certHash, certHash);
+    const std::unique_ptr<CIssuerSerial> issuerSerial = getIssuerSerial(record);
+    value.put_hashAlgorithm(hashAlgorithm);
     value.put_certHash(certHash);
-    getIssuerSerial(record, value);
+    value.put_issuerSerial(issuerSerial.get());
 }
 
 }  // namespace Orvane::ASN1

@@ -38,8 +38,8 @@ public:
 
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is not of the type; throws
-    /// InvalidArgument for a general name of a kind without support, with the members before it filled.
+    /// Replaces the content. Throws Asn1Error when `data` is not of the type, and InvalidArgument for a general name of
+    /// a kind without support; the object is then unchanged.
     void decode(const CBlob& data);
 
     /// Equal hashes, and issuer and serial number equal or absent in both.

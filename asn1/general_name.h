@@ -89,8 +89,8 @@ class TALLOW_EXPORT CGeneralNames : public std::list<CGeneralName> {
 public:
     CBlob encode() const;
 
-    /// Replaces the whole content. Throws Asn1Error, with the list unchanged, when `data` is not of the type; throws
-    /// InvalidArgument for an alternative that cannot be held, with the entries before it in the list.
+    /// Replaces the whole content. Throws Asn1Error when `data` is not of the type, and InvalidArgument for an
+    /// alternative that cannot be held; the list is then unchanged.
     void decode(const CBlob& data);
 };
 

@@ -25,8 +25,8 @@ public:
 
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is not of the type; throws
-    /// InvalidArgument for a general name of a kind without support, with the serial number unchanged.
+    /// Replaces the content. Throws Asn1Error when `data` is not of the type, and InvalidArgument for a general name of
+    /// a kind without support; the object is then unchanged.
     void decode(const CBlob& data);
 
     /// Issuers equal element by element in order, and serial numbers equal as integers.

@@ -1,6 +1,8 @@
 // IssuerSerial between value and record.
 #pragma once
 
+#include <memory>
+
 #include "asn1/codec.h"
 #include "asn1/issuer_serial.h"
 #include "schema/generated/extensions.h"
@@ -28,15 +30,15 @@ void setIssuerSerial(ASN1CTXT* ctxt, Record& record, const CIssuerSerial* value)
     }
 }
 
-template <class Record, class Value>
-void getIssuerSerial(const Record& record, Value& value) {
-    if (record.m.issuerSerialPresent == 0) {
-        value.put_issuerSerial(nullptr);
-        return;
+/// Null when absent. To be read before any member of the value is put: the octets of the record may lie in one.
+template <class Record>
+std::unique_ptr<CIssuerSerial> getIssuerSerial(const Record& record) {
+    std::unique_ptr<CIssuerSerial> issuerSerial;
+    if (record.m.issuerSerialPresent != 0) {
+        issuerSerial = std::make_unique<CIssuerSerial>();
+        ASN1T_IssuerSerial_traits::get(record.issuerSerial, *issuerSerial);
     }
-    CIssuerSerial issuerSerial;
-    ASN1T_IssuerSerial_traits::get(record.issuerSerial, issuerSerial);
-    value.put_issuerSerial(&issuerSerial);
+    return issuerSerial;
 }
 
 }  // namespace Orvane::ASN1

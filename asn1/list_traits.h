@@ -18,12 +18,14 @@ struct ASN1TSeqOfList_traits {
         }
     }
 
-    /// Replaces `values`. A failure in an element leaves those before it and the failed one half filled.
+    /// Replaces `values`, which a failure in an element leaves unchanged. The old values go last: the octets of the
+    /// record may lie in one of them, when a list is decoded from what an entry of it holds.
     static void get(const _Asn1RTDList& list, ListValue& values) {
-        values.clear();
+        ListValue read;
         for (const _Asn1RTDListNode* node = list.pHead; node != nullptr; node = node->pNext) {
-            ElemTraits::get(*static_cast<const ElemT*>(node->data), values.emplace_back());
+            ElemTraits::get(*static_cast<const ElemT*>(node->data), read.emplace_back());
         }
+        values.swap(read);
     }
 
     static void copy(ASN1CTXT* ctxt, const _Asn1RTDList& from, _Asn1RTDList& to) {

@@ -70,8 +70,9 @@ void ASN1T_OtherCertID_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const COtherC
 void ASN1T_OtherCertID_traits::get(const ASN1_T& record, COtherCertID& value) {
     COtherHash otherCertHash;
     ASN1T_OtherHash_traits::get(record.otherCertHash, otherCertHash);
+    const std::unique_ptr<CIssuerSerial> issuerSerial = getIssuerSerial(record);
     value.put_otherCertHash(otherCertHash);
-    getIssuerSerial(record, value);
+    value.put_issuerSerial(issuerSerial.get());
 }
 
 }  // namespace Orvane::ASN1

@@ -39,8 +39,8 @@ public:
     /// The DER of the identifier. Throws Asn1Error while no hash is held.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is not of the type; throws
-    /// InvalidArgument for a general name of a kind without support, with the hash filled.
+    /// Replaces the content. Throws Asn1Error when `data` is not of the type, and InvalidArgument for a general name of
+    /// a kind without support; the object is then unchanged.
     void decode(const CBlob& data);
 
     /// Equal hashes, algorithm and parameters included, and issuer and serial number equal or absent in both.

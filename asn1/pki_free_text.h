@@ -9,7 +9,7 @@
 // On the wire the language stands in the text itself, in front: U+0E01, a character U+0E00 + c for each octet c of the
 // tag, U+0E7E. A text of language "*" has nothing in front. These are not the tag characters of RFC 2482: other
 // software takes them for Thai letters, and a text that begins with U+0E01 in earnest cannot be read here without a
-// tag.
+// tag. A '~' in a tag is the end mark itself, and what follows it is read as text.
 #pragma once
 
 #include <list>

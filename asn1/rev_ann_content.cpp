@@ -100,12 +100,13 @@ void ASN1T_RevAnnContent_traits::get(const ASN1_T& record, CRevAnnContent& value
     ASN1T_CertId_traits::get(record.certId, certId);
     ASN1GeneralizedTime_traits::get(record.willBeRevokedAt, willBeRevokedAt);
     ASN1GeneralizedTime_traits::get(record.badSinceDate, badSinceDate);
-    value = CRevAnnContent(static_cast<PKIStatusEnum>(record.status), certId, willBeRevokedAt, badSinceDate);
+    CRevAnnContent content(static_cast<PKIStatusEnum>(record.status), certId, willBeRevokedAt, badSinceDate);
     if (record.m.crlDetailsPresent != 0) {
         CExtensions crlDetails;
         ASN1T_Extensions_traits::get(record.crlDetails, crlDetails);
-        value.put_crlDetails(&crlDetails);
+        content.put_crlDetails(&crlDetails);
     }
+    value = content;
 }
 
 }  // namespace Orvane::ASN1

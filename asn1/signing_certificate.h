@@ -36,8 +36,8 @@ public:
     /// Asn1Error or InvalidArgument for an identifier or a policy that cannot be encoded.
     void encode();
 
-    /// Reads the member from the value. Throws Asn1Error, with the member unchanged, when it is not of the type; throws
-    /// InvalidArgument for a general name of a kind without support, with the identifiers up to it filled.
+    /// Reads the member from the value. Throws Asn1Error when it is not of the type, and InvalidArgument for a general
+    /// name of a kind without support; the member is then unchanged.
     void decode();
 
 protected:

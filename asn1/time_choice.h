@@ -39,7 +39,8 @@ public:
     /// The DER of the choice. Throws Asn1Error after clear, and for a year that the alternative cannot show.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is not a Time.
+    /// Replaces the content. Throws Asn1Error when `data` is not a Time, and InvalidArgument for a year before 1601;
+    /// the object is then unchanged. Parts of a second are passed over.
     void decode(const CBlob& data);
 
 private:

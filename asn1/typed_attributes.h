@@ -32,7 +32,7 @@ public:
     void put_time(const CDateTime& time);
 
     void encode();
-    /// Throws Asn1Error when the value is not a Time.
+    /// Throws Asn1Error when the value is not a Time, and InvalidArgument for a year before 1601.
     void decode();
 
 private:

@@ -127,6 +127,30 @@ TEST(CertificateIdentifiers, CompareWithoutHashParameters) {
     EXPECT_THAT(thrownStatus([] { COtherCertID().encode(); }), IsStatus(status::kAsn1Error));
 }
 
+TEST(ValueClasses, DecodeWhatTheyHoldThemselves) {
+    const Bytes digest = tlv::sequence({tlv::oid("1.2.3"), tlv::set({tlv::octetString(Bytes(4096, 0x5A))})});
+    CAttributes attributes;
+    attributes.emplace_back("1.2.4").add(blob(tlv::set({digest})));
+    attributes.decode(attributes.front().begin()->get_value());
+    EXPECT_EQ(hexOf(attributes.encode()), toHex(tlv::set({digest})));
+
+    // A name of a kind without support comes last, and nothing may have changed by then.
+    const Bytes otherName = tlv::context(0, concat({tlv::oid("1.2.3"), tlv::context(0, tlv::null())}));
+    const Bytes unsupported = tlv::sequence({tlv::sequence({otherName}), tlv::integer(7)});
+    const CBlob id = blob(tlv::sequence({tlv::octetString(kHash), kIssuerSerial}));
+    const auto held = [&](auto value, const CBlob& (*content)(const decltype(value)&)) {
+        const CBlob bad = blob(tlv::sequence({tlv::octetString(kHash), unsupported}));
+        EXPECT_THAT(thrownStatus([&] { value.decode(bad); }), IsStatus(status::kInvalidArgument));
+        EXPECT_EQ(content(value), id);
+        value.decode(content(value));
+        EXPECT_EQ(hexOf(value.encode()), hexOf(id));
+    };
+    held(CESSCertID(id), [](const CESSCertID& value) -> const CBlob& { return value.get_certHash(); });
+    held(CESSCertIDv2(id), [](const CESSCertIDv2& value) -> const CBlob& { return value.get_certHash(); });
+    held(COtherCertID(id),
+         [](const COtherCertID& value) -> const CBlob& { return *value.get_otherCertHash().get_sha1Hash(); });
+}
+
 TEST(CertificateIdentifiers, CopyDeeply) {
     const CIssuerSerial issuer = issuerSerial();
     CESSCertID id(blob(kHash));
