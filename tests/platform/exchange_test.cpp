@@ -136,7 +136,9 @@ TEST(SendPkiRequest, FollowsARedirectWithTheWholePostOrNotAtAll) {
          {std::pair{303, target.url()}, std::pair{302, std::string("file:///etc/passwd")},
           std::pair{302, std::string("ftp://127.0.0.1/")}}) {
         SCOPED_TRACE(location);
-        HttpServer server([&](const HttpRequest&) { return testkit::redirectTo(location, status); });
+        HttpServer server([status = status, location = location](const HttpRequest&) {
+            return testkit::redirectTo(location, status);
+        });
         const PostResult result = post(server.url(), bytesOf("request"));
         EXPECT_EQ(result.status, 0u);
         EXPECT_EQ(result.lastError, ERROR_HTTP_REDIRECT_FAILED);
