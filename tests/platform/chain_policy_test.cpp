@@ -39,13 +39,10 @@ Verdict judge(const Question& question) {
         {.end = question.responder, .extra = question.extra, .crls = question.crls, .flags = question.chainFlags});
     std::vector<OCSP_CERT_ID> entries;
     for (const CertIdSpec& id : question.entries) {
-        const auto blob = [](const Bytes& bytes) {
-            return CRYPT_HASH_BLOB{static_cast<DWORD>(bytes.size()), const_cast<BYTE*>(bytes.data())};
-        };
         entries.push_back({{const_cast<char*>(id.hashOid.c_str()), {}},
-                           blob(id.issuerNameHash),
-                           blob(id.issuerKeyHash),
-                           blob(id.serial)});
+                           blobOf(id.issuerNameHash),
+                           blobOf(id.issuerKeyHash),
+                           blobOf(id.serial)});
     }
     Verdict verdict;
     verdict.authorized.assign(entries.size(), 7);  // whatever the policy does not write shows
@@ -110,180 +107,95 @@ protected:
 
 struct RefusalRow {
     const char* name;
-    std::function<Question()> question;
-    DWORD error;  // status.dwError
-    DWORD mask;   // when that is 0; with kOpen alone the refusal is in rgAuthorized
+    Question question;
+    DWORD mask;       // with kOpen alone the refusal is in rgAuthorized
+    DWORD error = 0;  // status.dwError, beside which the mask does not count
 };
 
 TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
-    const auto withUsage = [&](const char* usage) {
-        return Question{
-            delegateOf(pki.ca, [&](CertificateSpec& spec) { spec.extendedKeyUsage = usage; }), {asked}, {pki.ca}};
-    };
-    const auto issuedBy = [&](const Identity& issuer, std::vector<Identity> extra) {
-        return Question{delegateOf(issuer), {asked}, std::move(extra)};
+    const auto by = [&](Identity responder, std::vector<Identity> extra = {}) {
+        extra.push_back(pki.ca);
+        return Question{std::move(responder), {asked}, std::move(extra)};
     };
     const auto changed = [&](const std::function<void(CertificateSpec&)>& change) {
-        return Question{delegateOf(pki.ca, change), {asked}, {pki.ca}};
+        return by(delegateOf(pki.ca, change));
     };
-    const Identity rootedNamesake = issueCa(pki.root, "ca");
-    CertificateSpec sameKey;
-    sameKey.commonName = "another name";
-    sameKey.ca = true;
-    sameKey.key = pki.ca.key;
-    const Identity renamedCa = issue(pki.root, sameKey);
-    const Identity madeUp = rootCa("made up");
-    CertificateSpec lastSpec;
-    lastSpec.commonName = "last of its line";
-    lastSpec.ca = true;
-    lastSpec.pathLength = 0;
-    const Identity last = issue(pki.root, lastSpec);
-    const Identity belowLast = issueCa(last, "one too many");
-    CertificateSpec limitedSpec;
-    limitedSpec.commonName = "limited";
-    limitedSpec.ca = true;
-    limitedSpec.criticalExtensions = {
-        {"2.5.29.30", tlv::sequence({tlv::context(0, tlv::sequence({tlv::context(4, pki.sibling.subject())}))})}};
-    const Identity limited = issue(pki.root, limitedSpec);
-    CertificateSpec notSigningSpec;
-    notSigningSpec.commonName = "not signing";
-    notSigningSpec.ca = true;
-    notSigningSpec.keyUsage = "critical,digitalSignature,cRLSign";
-    const Identity notSigning = issue(pki.root, notSigningSpec);
-    const auto delegateFor = [&](const Identity& issuer, std::vector<Identity> extra) {
+    const auto withUsage = [&](const char* usage) {
+        return changed([&](CertificateSpec& spec) { spec.extendedKeyUsage = usage; });
+    };
+    const auto withKeyUsage = [&](const char* usage) {
+        return changed([&](CertificateSpec& spec) { spec.keyUsage = usage; });
+    };
+    const auto forOwnIssuer = [&](const Identity& issuer, std::vector<Identity> extra) {
         return Question{delegateOf(issuer), {certIdOf(pki.good, issuer)}, std::move(extra)};
     };
+    const Identity rootedNamesake = issueCa(pki.root, "ca");
+    const Identity renamedCa = caUnder(pki.root, [&](CertificateSpec& spec) { spec.key = pki.ca.key; });
+    const Identity madeUp = rootCa("made up");
+    const Identity last = caUnder(pki.root, [](CertificateSpec& spec) { spec.pathLength = 0; });
+    const Identity belowLast = issueCa(last, "one too many");
+    const Identity limited = caUnder(pki.root, [&](CertificateSpec& spec) {
+        const Bytes permitted = tlv::context(0, tlv::sequence({tlv::context(4, pki.sibling.subject())}));
+        spec.criticalExtensions = {{"2.5.29.30", tlv::sequence({permitted})}};
+    });
+    const Identity notSigning =
+        caUnder(pki.root, [](CertificateSpec& spec) { spec.keyUsage = "critical,digitalSignature,cRLSign"; });
+    Question tooEarly = changed([](CertificateSpec& spec) { spec.notBeforeSeconds = -8000; });
+    tooEarly.producedAtSeconds = -7200;
 
     const RefusalRow rows[] = {
-        {"delegate without extended key usage", [&] { return withUsage(""); }, 0, OCSP_CHAIN_WRONG_USAGE},
-        {"anyExtendedKeyUsage", [&] { return withUsage("2.5.29.37.0"); }, 0, OCSP_CHAIN_WRONG_USAGE},
-        {"a usage below OCSPSigning", [&] { return withUsage("1.3.6.1.5.5.7.3.9.1"); }, 0, OCSP_CHAIN_WRONG_USAGE},
-        {"a usage whose text begins alike", [&] { return withUsage("1.3.6.1.5.5.7.3.99"); }, 0, OCSP_CHAIN_WRONG_USAGE},
-        {"other usages", [&] { return withUsage("serverAuth,clientAuth"); }, 0, OCSP_CHAIN_WRONG_USAGE},
+        {"delegate without extended key usage", withUsage(""), OCSP_CHAIN_WRONG_USAGE},
+        {"anyExtendedKeyUsage", withUsage("2.5.29.37.0"), OCSP_CHAIN_WRONG_USAGE},
+        {"a usage below OCSPSigning", withUsage("1.3.6.1.5.5.7.3.9.1"), OCSP_CHAIN_WRONG_USAGE},
+        {"a usage whose text begins alike", withUsage("1.3.6.1.5.5.7.3.99"), OCSP_CHAIN_WRONG_USAGE},
+        {"other usages", withUsage("serverAuth,clientAuth"), OCSP_CHAIN_WRONG_USAGE},
 
-        {"namesake of the issuer, self-made, in the response",
-         [&] {
-             return issuedBy(pki.sameNameCa, {pki.sameNameCa, pki.ca});
-         },
-         CERT_E_UNTRUSTEDROOT, 0},
-        {"namesake of the issuer, not in the response", [&] { return issuedBy(pki.sameNameCa, {pki.ca}); }, 0,
-         OCSP_CHAIN_NOT_SIGNATURE_VALID},
-        {"namesake of the issuer under the trusted root",
-         [&] {
-             return issuedBy(rootedNamesake, {rootedNamesake, pki.ca});
-         },
-         0, 0},
-        {"the issuer's key under another name",
-         [&] {
-             return issuedBy(renamedCa, {renamedCa, pki.ca});
-         },
-         0, 0},
-        {"made-up issuer in the response",
-         [&] {
-             return issuedBy(madeUp, {madeUp, pki.ca});
-         },
-         CERT_E_UNTRUSTEDROOT, 0},
-        {"self-made delegate",
-         [&] {
-             return Question{selfSigned(delegateSpec()), {asked}, {pki.ca}};
-         },
-         CERT_E_UNTRUSTEDROOT, 0},
-        {"issuer not to be had", [&] { return issuedBy(pki.subCa, {}); }, CERT_E_CHAINING, 0},
+        {"namesake of the issuer, self-made, in the response", by(delegateOf(pki.sameNameCa), {pki.sameNameCa}), 0,
+         CERT_E_UNTRUSTEDROOT},
+        {"namesake of the issuer, not in the response", by(delegateOf(pki.sameNameCa)), OCSP_CHAIN_NOT_SIGNATURE_VALID},
+        {"namesake of the issuer under the trusted root", by(delegateOf(rootedNamesake), {rootedNamesake}), kOpen},
+        {"the issuer's key under another name", by(delegateOf(renamedCa), {renamedCa}), kOpen},
+        {"made-up issuer in the response", by(delegateOf(madeUp), {madeUp}), 0, CERT_E_UNTRUSTEDROOT},
+        {"self-made delegate", by(selfSigned(delegateSpec())), 0, CERT_E_UNTRUSTEDROOT},
+        {"issuer not to be had", by(delegateOf(pki.subCa)), 0, CERT_E_CHAINING},
 
-        {"delegate of the grandparent", [&] { return issuedBy(pki.root, {pki.ca}); }, 0, 0},
-        {"delegate of a sibling",
-         [&] {
-             return issuedBy(pki.sibling, {pki.sibling, pki.ca});
-         },
-         0, 0},
-        {"delegate of a CA below",
-         [&] {
-             return issuedBy(pki.subCa, {pki.subCa, pki.ca});
-         },
-         0, 0},
-        {"a CA below the issuer",
-         [&] {
-             return Question{pki.subCa, {asked}, {pki.ca}};
-         },
-         0, OCSP_CHAIN_WRONG_USAGE},
-        {"path too long",
-         [&] {
-             return delegateFor(belowLast, {belowLast, last});
-         },
-         0, OCSP_CHAIN_INVALID},
-        {"outside of the names that the issuer may give", [&] { return delegateFor(limited, {limited}); }, 0,
-         OCSP_CHAIN_INVALID},
-        {"issuer that may not sign certificates", [&] { return delegateFor(notSigning, {notSigning}); }, 0,
-         OCSP_CHAIN_INVALID},
-        {"signature that does not end at an octet",
-         [&] {
-             return Question{withUnusedBit(pki.ca), {asked}, {pki.ca}};
-         },
-         0, OCSP_CHAIN_NOT_SIGNATURE_VALID},
-        {"sibling of the issuer",
-         [&] {
-             return Question{pki.sibling, {asked}, {pki.ca}};
-         },
-         0, OCSP_CHAIN_WRONG_USAGE},
-        {"the root above the issuer",
-         [&] {
-             return Question{pki.root, {asked}, {pki.ca}};
-         },
-         0, OCSP_CHAIN_WRONG_USAGE},
-        {"the asked certificate",
-         [&] {
-             return Question{pki.good, {asked}, {pki.ca}};
-         },
-         0, OCSP_CHAIN_WRONG_USAGE},
-        {"another certificate of the issuer",
-         [&] {
-             return Question{pki.revoked, {asked}, {pki.ca}};
-         },
-         0, OCSP_CHAIN_WRONG_USAGE},
-        {"delegate that an end certificate issued",
-         [&] {
-             return issuedBy(pki.good, {pki.good, pki.ca});
-         },
-         0, OCSP_CHAIN_INVALID},
+        {"delegate of the grandparent", by(delegateOf(pki.root)), kOpen},
+        {"delegate of a sibling", by(delegateOf(pki.sibling), {pki.sibling}), kOpen},
+        {"delegate of a CA below", by(delegateOf(pki.subCa), {pki.subCa}), kOpen},
+        {"delegate that an end certificate issued", by(delegateOf(pki.good), {pki.good}), OCSP_CHAIN_INVALID},
+        {"path too long", forOwnIssuer(belowLast, {belowLast, last}), OCSP_CHAIN_INVALID},
+        {"outside of the names that the issuer may give", forOwnIssuer(limited, {limited}), OCSP_CHAIN_INVALID},
+        {"issuer that may not sign certificates", forOwnIssuer(notSigning, {notSigning}), OCSP_CHAIN_INVALID},
+        {"signature that does not end at an octet", by(withUnusedBit(pki.ca)), OCSP_CHAIN_NOT_SIGNATURE_VALID},
 
-        {"expired at producedAt", [&] { return changed([](CertificateSpec& spec) { spec.notAfterSeconds = -1; }); }, 0,
+        {"a CA below the issuer", by(pki.subCa), OCSP_CHAIN_WRONG_USAGE},
+        {"sibling of the issuer", by(pki.sibling), OCSP_CHAIN_WRONG_USAGE},
+        {"the root above the issuer", by(pki.root), OCSP_CHAIN_WRONG_USAGE},
+        {"the asked certificate", by(pki.good), OCSP_CHAIN_WRONG_USAGE},
+
+        {"expired at producedAt", changed([](CertificateSpec& spec) { spec.notAfterSeconds = -1; }),
          OCSP_CHAIN_NOT_TIME_VALID},
-        {"not yet valid at producedAt",
-         [&] { return changed([](CertificateSpec& spec) { spec.notBeforeSeconds = 60; }); }, 0,
+        {"not yet valid at producedAt", changed([](CertificateSpec& spec) { spec.notBeforeSeconds = 60; }),
          OCSP_CHAIN_NOT_TIME_VALID},
-        {"issuer not yet valid at producedAt",
-         [&] {
-             Question question = changed([](CertificateSpec& spec) { spec.notBeforeSeconds = -8000; });
-             question.producedAtSeconds = -7200;
-             return question;
-         },
-         0, OCSP_CHAIN_NOT_TIME_NESTED},
-        {"key usage for encryption",
-         [&] { return changed([](CertificateSpec& spec) { spec.keyUsage = "critical,keyEncipherment"; }); }, 0,
-         OCSP_CHAIN_WRONG_KEY_USAGE},
-        {"delegate whose key may sign certificates alone",
-         [&] { return changed([](CertificateSpec& spec) { spec.keyUsage = "keyCertSign,cRLSign"; }); }, 0,
-         OCSP_CHAIN_WRONG_KEY_USAGE},
-        {"critical extension that nobody knows",
-         [&] { return changed([](CertificateSpec& spec) {
-                   spec.criticalExtensions = {{"1.2.3.4", {5, 0}}};
-               }); }, 0,
+        {"issuer not yet valid at producedAt", tooEarly, OCSP_CHAIN_NOT_TIME_NESTED},
+        {"key usage for encryption", withKeyUsage("critical,keyEncipherment"), OCSP_CHAIN_WRONG_KEY_USAGE},
+        {"key that may sign certificates alone", withKeyUsage("keyCertSign,cRLSign"), OCSP_CHAIN_WRONG_KEY_USAGE},
+        {"critical extension that nobody knows", changed([](CertificateSpec& spec) {
+             spec.criticalExtensions.push_back({"1.2.3.4", {5, 0}});
+         }),
          OCSP_CHAIN_INVALID},
-        {"two extended key usages extensions",
-         [&] {
-             return changed([](CertificateSpec& spec) {
-                 spec.extensions = {{"2.5.29.37", fromHex("300A06082B06010505070309")}};
-             });
-         },
-         0, OCSP_CHAIN_WRONG_USAGE},
+        {"two extended key usages extensions", changed([](CertificateSpec& spec) {
+             spec.extensions.push_back({"2.5.29.37", fromHex("300A06082B06010505070309")});
+         }),
+         OCSP_CHAIN_WRONG_USAGE},
     };
     for (const RefusalRow& row : rows) {
         SCOPED_TRACE(row.name);
-        const Verdict verdict = judge(row.question());
+        const Verdict verdict = judge(row.question);
         EXPECT_EQ(verdict.error, row.error);
         if (row.error == 0) {
             EXPECT_EQ(verdict.mask & row.mask, row.mask);
-            EXPECT_TRUE(row.mask != 0 || verdict.mask == kOpen) << verdict.mask;
+            EXPECT_TRUE(row.mask != kOpen || verdict.mask == kOpen) << verdict.mask;
         }
         EXPECT_EQ(verdict.authorized, std::vector<int>{0});
     }
@@ -292,116 +204,61 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
 TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames) {
     struct Row {
         const char* name;
-        std::function<Question()> question;
+        Question question;
         std::vector<int> authorized = {1};
     };
-    CertificateSpec caWithoutSignatures;
-    caWithoutSignatures.commonName = "strict ca";
-    caWithoutSignatures.ca = true;
-    caWithoutSignatures.keyUsage = "critical,keyCertSign,cRLSign";
-    const Identity strictCa = issue(pki.root, caWithoutSignatures);
-    CertificateSpec forServers;
-    forServers.commonName = "server ca";
-    forServers.ca = true;
-    forServers.extendedKeyUsage = "serverAuth";
-    const Identity serverCa = issue(pki.root, forServers);
-    CertificateSpec again;
-    again.commonName = "ca";
-    again.ca = true;
-    again.key = pki.ca.key;
-    const Identity renewed = issue(pki.root, again);
+    const Identity strictCa =
+        caUnder(pki.root, [](CertificateSpec& spec) { spec.keyUsage = "critical,keyCertSign,cRLSign"; });
+    const Identity serverCa = caUnder(pki.root, [](CertificateSpec& spec) { spec.extendedKeyUsage = "serverAuth"; });
+    const Identity renewed = caUnder(pki.root, [&](CertificateSpec& spec) {
+        spec.commonName = "ca";
+        spec.key = pki.ca.key;
+    });
     const auto idWith = [&](const char* hash) { return certIdOf(pki.good, pki.ca, hash); };
     const Identity delegate = delegateOf(pki.ca);
+    const Identity withFurtherUsages = delegateOf(pki.ca, [](CertificateSpec& spec) {
+        spec.extendedKeyUsage = "critical,serverAuth,OCSPSigning";
+        spec.keyUsage = "nonRepudiation";
+    });
+    const Identity thatIsACa = delegateOf(pki.ca, [](CertificateSpec& spec) {
+        spec.ca = true;
+        spec.keyUsage = "critical,digitalSignature,keyCertSign";
+    });
+    const Identity expired = delegateOf(pki.ca, [](CertificateSpec& spec) { spec.notAfterSeconds = -60; });
+    Question inTime{expired, {asked}, {pki.ca}};
+    inTime.producedAtSeconds = -120;
+    Question named{pki.good, {asked, certIdOf(pki.ca, pki.root)}, {pki.ca}};
+    named.isNamed = sayYes;
 
     const Row rows[] = {
-        {"the issuer",
-         [&] {
-             return Question{pki.ca, {asked}};
-         }},
-        {"the issuer, with a key for certificates and CRLs alone",
-         [&] {
-             return Question{strictCa, {certIdOf(pki.good, strictCa)}};
-         }},
-        {"the root for what it issued",
-         [&] {
-             return Question{pki.root, {certIdOf(pki.ca, pki.root)}};
-         }},
-        {"a delegate",
-         [&] {
-             return Question{delegate, {asked}, {pki.ca}};
-         }},
-        {"a delegate with further usages and nonRepudiation",
-         [&] {
-             return Question{delegateOf(pki.ca,
-                                        [](CertificateSpec& spec) {
-                                            spec.extendedKeyUsage = "critical,serverAuth,OCSPSigning";
-                                            spec.keyUsage = "nonRepudiation";
-                                        }),
-                             {asked},
-                             {pki.ca}};
-         }},
-        {"a delegate that is a CA as well",
-         [&] {
-             return Question{delegateOf(pki.ca,
-                                        [](CertificateSpec& spec) {
-                                            spec.ca = true;
-                                            spec.keyUsage = "critical,digitalSignature,keyCertSign";
-                                        }),
-                             {asked},
-                             {pki.ca}};
-         }},
+        {"the issuer", {pki.ca, {asked}}},
+        {"the issuer, with a key for certificates and CRLs alone", {strictCa, {certIdOf(pki.good, strictCa)}}},
+        {"the root for what it issued", {pki.root, {certIdOf(pki.ca, pki.root)}}},
+        {"a delegate with further usages and nonRepudiation", {withFurtherUsages, {asked}, {pki.ca}}},
+        {"a delegate that is a CA as well", {thatIsACa, {asked}, {pki.ca}}},
         // Whoever could answer himself gives away nothing that is not his.
         {"a delegate of a CA that is itself for servers alone",
-         [&] {
-             return Question{delegateOf(serverCa), {certIdOf(pki.good, serverCa)}, {serverCa}};
-         }},
-        {"a delegate, when the issuer has two certificates",
-         [&] {
-             return Question{delegate, {asked}, {renewed, pki.ca}};
-         }},
-        {"a delegate that has expired since",
-         [&] {
-             const Identity expired = delegateOf(pki.ca, [](CertificateSpec& spec) { spec.notAfterSeconds = -60; });
-             return Question{.responder = expired, .entries = {asked}, .extra = {pki.ca}, .producedAtSeconds = -120};
-         }},
+         {delegateOf(serverCa), {certIdOf(pki.good, serverCa)}, {serverCa}}},
+        {"a delegate, when the issuer has two certificates", {delegate, {asked}, {renewed, pki.ca}}},
+        {"a delegate that has expired since", inTime},
         {"entries by other hashes",
-         [&] {
-             return Question{delegate, {idWith(kSha256Oid), idWith(kSha384Oid), idWith(kSha512Oid)}, {pki.ca}};
-         },
+         {delegate, {idWith(kSha256Oid), idWith(kSha384Oid), idWith(kSha512Oid)}, {pki.ca}},
          {1, 1, 1}},
         {"entries of several issuers",
-         [&] {
-             return Question{
-                 delegate, {asked, certIdOf(pki.good, pki.sibling), asked, certIdOf(pki.ca, pki.root)}, {pki.ca}};
-         },
+         {delegate, {asked, certIdOf(pki.good, pki.sibling), asked, certIdOf(pki.ca, pki.root)}, {pki.ca}},
          {1, 0, 1, 0}},
         {"a CA for what it issued, but not for what its own issuer issued",
-         [&] {
-             return Question{pki.ca, {asked, certIdOf(pki.sibling, pki.root)}};
-         },
+         {pki.ca, {asked, certIdOf(pki.sibling, pki.root)}},
          {1, 0}},
         {"an issuer without the usage, for its own entry alone",
-         [&] {
-             return Question{pki.sibling, {certIdOf(pki.good, pki.sibling), asked}, {pki.ca}};
-         },
+         {pki.sibling, {certIdOf(pki.good, pki.sibling), asked}, {pki.ca}},
          {1, 0}},
-        {"named by the administrator, whoever issued it",
-         [&] {
-             return Question{.responder = pki.good,
-                             .entries = {asked, certIdOf(pki.ca, pki.root)},
-                             .extra = {pki.ca},
-                             .isNamed = sayYes};
-         },
-         {1, 1}},
-        {"no entries",
-         [&] {
-             return Question{delegate, {}, {pki.ca}};
-         },
-         {}},
+        {"named by the administrator, whoever issued it", named, {1, 1}},
+        {"no entries", {delegate, {}, {pki.ca}}, {}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        const Verdict verdict = judge(row.question());
+        const Verdict verdict = judge(row.question);
         EXPECT_EQ(verdict.error, 0U);
         EXPECT_EQ(verdict.mask & ~kOpen, 0U);
         EXPECT_EQ(verdict.authorized, row.authorized);
@@ -430,16 +287,14 @@ TEST_F(ResponderPolicy, BelievesNoHashThatItCannotMakeOrThatIsNotWhole) {
 TEST_F(ResponderPolicy, FindsTheWayThroughExtraAndLoopingCertificatesInAnyOrder) {
     // ca signed by b, b signed by ca, a cross certificate of ca under a root that nobody trusts, and namesakes.
     const Identity stranger = rootCa("stranger");
-    const auto crossOf = [](const Identity& subject, const char* name, const Identity& issuer) {
-        CertificateSpec spec;
-        spec.commonName = name;
-        spec.ca = true;
-        spec.key = subject.key;
-        return issue(issuer, spec);
+    const auto caSignedBy = [&](const Identity& issuer) {
+        return caUnder(issuer, [&](CertificateSpec& spec) {
+            spec.commonName = "ca";
+            spec.key = pki.ca.key;
+        });
     };
     const Identity b = issueCa(pki.ca, "b");
-    std::vector<Identity> extra = {
-        stranger, crossOf(pki.ca, "ca", stranger), crossOf(pki.ca, "ca", b), b, pki.sameNameCa, pki.good, pki.ca};
+    std::vector<Identity> extra = {stranger, caSignedBy(stranger), caSignedBy(b), b, pki.sameNameCa, pki.good, pki.ca};
     const Identity delegate = delegateOf(pki.ca, [](CertificateSpec& spec) { spec.keyIdentifiers = false; });
     for (std::size_t turn = 0; turn < extra.size(); ++turn) {
         SCOPED_TRACE(turn);
@@ -485,34 +340,26 @@ TEST_F(ResponderPolicy, TellsTheNoCheckMarkAndWhatCrlsSaid) {
 }
 
 TEST_F(ResponderPolicy, RefusesWeakSignaturesAndKeys) {
-    const Key rsa = Key::make(KeyKind::kRsa2048);
-    CertificateSpec caSpec;
-    caSpec.commonName = "rsa ca";
-    caSpec.ca = true;
-    caSpec.key = rsa;
-    const Identity rsaCa = issue(pki.root, caSpec);
-    const CertIdSpec entry = certIdOf(pki.good, rsaCa);
-    const auto question = [&](const char* hash, bool pss) {
-        return Question{delegateOf(rsaCa,
-                                   [&](CertificateSpec& spec) {
-                                       spec.hash = hash;
-                                       spec.pss = pss;
-                                   }),
-                        {entry},
-                        {rsaCa}};
+    const Identity rsaCa = caUnder(pki.root, [](CertificateSpec& spec) { spec.key = Key::make(KeyKind::kRsa2048); });
+    const auto maskOf = [&](const char* hash, bool pss = false) {
+        const Identity delegate = delegateOf(rsaCa, [&](CertificateSpec& spec) {
+            spec.hash = hash;
+            spec.pss = pss;
+        });
+        return judge({delegate, {certIdOf(pki.good, rsaCa)}, {rsaCa}}).mask;
     };
-    EXPECT_EQ(judge(question("SHA256", false)).mask, kOpen);
-    EXPECT_EQ(judge(question("SHA256", true)).mask, kOpen);
-    EXPECT_EQ(judge(question("MD5", false)).mask, kOpen | OCSP_CHAIN_NOT_SIGNATURE_VALID);
-    EXPECT_EQ(judge(question("SHA1", false)).mask, kOpen | OCSP_CHAIN_NOT_SIGNATURE_VALID);
-    EXPECT_EQ(judge(question("SHA1", true)).mask, kOpen | OCSP_CHAIN_NOT_SIGNATURE_VALID);
-    CertificateSpec weakSpec = delegateSpec();
-    weakSpec.key = Key::make(KeyKind::kRsa512);
-    EXPECT_EQ(judge({issue(pki.ca, weakSpec), {asked}, {pki.ca}}).mask, kOpen | OCSP_CHAIN_NOT_SIGNATURE_VALID);
+    constexpr DWORD kRefused = kOpen | OCSP_CHAIN_NOT_SIGNATURE_VALID;
+    EXPECT_EQ(maskOf("SHA256"), kOpen);
+    EXPECT_EQ(maskOf("SHA256", true), kOpen);
+    EXPECT_EQ(maskOf("MD5"), kRefused);
+    EXPECT_EQ(maskOf("SHA1"), kRefused);
+    EXPECT_EQ(maskOf("SHA1", true), kRefused);
+    const Identity weak = delegateOf(pki.ca, [](CertificateSpec& spec) { spec.key = Key::make(KeyKind::kRsa512); });
+    EXPECT_EQ(judge({weak, {asked}, {pki.ca}}).mask, kRefused);
 
     const TrustWorld lenient({pki.root}, "accept_sha1 = true\n");
-    EXPECT_EQ(judge(question("SHA1", false)).mask, kOpen);
-    EXPECT_EQ(judge(question("MD5", false)).mask, kOpen | OCSP_CHAIN_NOT_SIGNATURE_VALID);
+    EXPECT_EQ(maskOf("SHA1"), kOpen);
+    EXPECT_EQ(maskOf("MD5"), kRefused);
 }
 
 TEST_F(ResponderPolicy, TakesNoMalformedQuestion) {

@@ -15,13 +15,8 @@
 #include "tests/support/process.h"
 #include "tests/support/temp_dir.h"
 
+namespace testkit {
 namespace {
-
-using testkit::acquireKey;
-using testkit::ContextPtr;
-using testkit::Identity;
-using testkit::Pki;
-using testkit::ProviderPtr;
 
 constexpr const char* kNoPin = nullptr;
 
@@ -53,7 +48,7 @@ protected:
     }
     // 0, or the last error of using the key.
     DWORD sign() {
-        std::string oid = testkit::chosenAlgorithm(provider_, certificate_.get());
+        std::string oid = chosenAlgorithm(provider_, certificate_.get());
         CRYPT_ALGORITHM_IDENTIFIER algorithm{oid.data(), {}};
         BYTE signature[512];
         DWORD size = sizeof signature;
@@ -65,7 +60,7 @@ protected:
     std::string made(const std::string& name, std::vector<std::string> command) const {
         command.insert(command.begin(), "openssl");
         command.insert(command.end(), {"-out", folder_.file(name)});
-        EXPECT_EQ(testkit::run(command).exitStatus, 0) << name;
+        EXPECT_EQ(run(command).exitStatus, 0) << name;
         return folder_.file(name);
     }
     void use(const Identity& identity) {
@@ -75,7 +70,7 @@ protected:
         own_ = folder_.write("own.pem", identity.certificatePem());
     }
 
-    testkit::TempDir folder_;
+    TempDir folder_;
     Identity identity_;
     ContextPtr certificate_;
     std::string plain_, own_;
@@ -85,10 +80,10 @@ protected:
 TEST_F(PrivateKey, OpensFromEachFormThatOpensslWrites) {
     Identity const other = Pki::shared().revoked;
     std::string const otherPem = folder_.write("other.pem", other.key.pem());
-    for (auto const kind : {testkit::KeyKind::kRsa2048, testkit::KeyKind::kEcP256}) {
-        testkit::CertificateSpec spec;
-        spec.key = testkit::Key::make(kind);
-        use(testkit::selfSigned(spec));
+    for (auto const kind : {KeyKind::kRsa2048, KeyKind::kEcP256}) {
+        CertificateSpec spec;
+        spec.key = Key::make(kind);
+        use(selfSigned(spec));
         std::string const bundle = folder_.write(
             "bundle.pem", "A note\n" + identity_.certificatePem() + other.key.pem() + identity_.key.pem());
         struct Row {
@@ -184,7 +179,7 @@ TEST_F(PrivateKey, OnATokenOpensWithOneTryOfThePin) {
     use(Pki::shared().good);
     EXPECT_EQ(open("pkcs11:token=test"), NTE_NOT_SUPPORTED);  // nobody serves it
     {
-        testkit::TokenProvider const token({Pki::shared().revoked.key, identity_.key}, "1234");
+        TokenProvider const token({Pki::shared().revoked.key, identity_.key}, "1234");
         ASSERT_EQ(open("pkcs11:token=test"), 0U);
         EXPECT_EQ(sign(), NTE_SILENT_CONTEXT);
         EXPECT_EQ(token.numWrongPins(), 0);
@@ -193,21 +188,21 @@ TEST_F(PrivateKey, OnATokenOpensWithOneTryOfThePin) {
         EXPECT_EQ(givePin(provider_, "1234"), 0U);
         EXPECT_EQ(sign(), 0U);
     }
-    testkit::TokenProvider const others({Pki::shared().revoked.key}, "");
+    TokenProvider const others({Pki::shared().revoked.key}, "");
     EXPECT_EQ(open("pkcs11:token=test"), NTE_BAD_PUBLIC_KEY);
-    testkit::TokenProvider const empty({}, "");
+    TokenProvider const empty({}, "");
     EXPECT_EQ(open("pkcs11:token=test"), NTE_BAD_KEYSET);
 }
 
 TEST_F(PrivateKey, LeavesNoPinInTheTrace) {
     use(Pki::shared().good);
     std::string const trace = folder_.file("trace.log");
-    testkit::SettingsFile const settings("[trace]\nenabled = true\nfile = \"" + trace + "\"\n");
+    SettingsFile const settings("[trace]\nenabled = true\nfile = \"" + trace + "\"\n");
     std::string const locked = made("p8.pem", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:right-secret"});
     EXPECT_EQ(open(locked, "wrong-secret"), SCARD_W_WRONG_CHV);
     EXPECT_EQ(givePin(provider_, "right-secret"), 0U);
     EXPECT_EQ(open("pkcs11:token=test?pin-value=third-secret"), NTE_NOT_SUPPORTED);
-    testkit::Bytes const bytes = testkit::readFile(trace);
+    Bytes const bytes = readFile(trace);
     std::string const text(bytes.begin(), bytes.end());
     EXPECT_NE(text.find("pkcs11"), std::string::npos);
     EXPECT_EQ(text.find("secret"), std::string::npos) << text;
@@ -261,3 +256,4 @@ TEST_F(PrivateKey, FailsWithTheReasonWhereThereIsNone) {
 }
 
 }  // namespace
+}  // namespace testkit

@@ -7,9 +7,8 @@
 
 #include "tests/platform/settings_fixture.h"
 
+namespace testkit {
 namespace {
-
-using testkit::SettingsFile;
 
 constexpr int kAbsent = ERROR_FILE_NOT_FOUND;
 constexpr int kWrongKind = ERROR_INVALID_DATA;
@@ -128,7 +127,7 @@ TEST(Settings, SayWhereAFileDoesNotParseAndLetNoTextReadPass) {
 }
 
 TEST(Settings, ReportAFileThatCannotBeRead) {
-    testkit::TempDir const folder;
+    TempDir const folder;
     EXPECT_EQ(support_settings_open(folder.file("missing.toml").c_str()), kAbsent);
     EXPECT_EQ(support_settings_open(folder.path().c_str()), static_cast<int>(ERROR_ACCESS_DENIED));
     EXPECT_EQ(support_settings_open("/dev/zero"), static_cast<int>(ERROR_ACCESS_DENIED));
@@ -202,3 +201,4 @@ TEST(Settings, CanBeReadWhileTheyAreReplaced) {
 }
 
 }  // namespace
+}  // namespace testkit

@@ -1,18 +1,12 @@
 #include <gtest/gtest.h>
 
-#include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/platform/certificate_fixture.h"
 #include "tests/support/pki.h"
 
+namespace testkit {
 namespace {
-
-using testkit::Bytes;
-using testkit::ContextPtr;
-using testkit::Pki;
-using testkit::StorePtr;
 
 StorePtr memoryStore() {
     return StorePtr(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
@@ -33,7 +27,7 @@ std::vector<Bytes> walk(HCERTSTORE store, DWORD findType = CERT_FIND_ANY, const 
     SetLastError(0);
     PCCERT_CONTEXT context = nullptr;
     while ((context = CertFindCertificateInStore(store, 65537, 0, findType, wanted, context)) != nullptr) {
-        met.push_back(testkit::encoded(context));
+        met.push_back(encoded(context));
         if (met.size() > 20) {
             ADD_FAILURE() << "the walk goes in circles";
             CertFreeCertificateContext(context);
@@ -44,26 +38,16 @@ std::vector<Bytes> walk(HCERTSTORE store, DWORD findType = CERT_FIND_ANY, const 
     return met;
 }
 
-TEST(Store, ShowsCertificatesInTheOrderOfAdding) {
-    const Pki& pki = Pki::shared();
-    StorePtr const store = memoryStore();
-    EXPECT_TRUE(walk(store.get()).empty());
-    add(store, pki.good.certificate);
-    add(store, pki.ca.certificate);
-    add(store, pki.good.certificate);  // once is enough
-    EXPECT_EQ(walk(store.get()), (std::vector<Bytes>{pki.good.certificate, pki.ca.certificate}));
-}
-
 TEST(Store, FollowsTheDispositionForACertificateThatIsThere) {
     StorePtr const store = memoryStore();
     ContextPtr const first = testkit::context(Pki::shared().good.certificate);
-    Bytes const kept = testkit::fromHex("01");
-    Bytes const offered = testkit::fromHex("02");
-    CRYPT_DATA_BLOB blob = testkit::blobOf(kept);
+    Bytes const kept = fromHex("01");
+    Bytes const offered = fromHex("02");
+    CRYPT_DATA_BLOB blob = blobOf(kept);
     CertSetCertificateContextProperty(first.get(), 81, 0, &blob);
     ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), first.get(), CERT_STORE_ADD_NEW, nullptr));
     ContextPtr const second = testkit::context(Pki::shared().good.certificate);
-    blob = testkit::blobOf(offered);
+    blob = blobOf(offered);
     CertSetCertificateContextProperty(second.get(), 81, 0, &blob);
     CertSetCertificateContextProperty(second.get(), 11, 0, &blob);
 
@@ -74,10 +58,10 @@ TEST(Store, FollowsTheDispositionForACertificateThatIsThere) {
     ContextPtr const stored(added);
     EXPECT_NE(stored.get(), second.get());
     EXPECT_EQ(stored->hCertStore, store.get());
-    EXPECT_EQ(testkit::property(stored.get(), 81), kept);
-    EXPECT_EQ(testkit::property(stored.get(), 11), offered);
+    EXPECT_EQ(property(stored.get(), 81), kept);
+    EXPECT_EQ(property(stored.get(), 11), offered);
     ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), second.get(), CERT_STORE_ADD_REPLACE_EXISTING, nullptr));
-    EXPECT_EQ(testkit::property(stored.get(), 81), offered);
+    EXPECT_EQ(property(stored.get(), 81), offered);
     EXPECT_EQ(walk(store.get()).size(), 1U);
     ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), second.get(), CERT_STORE_ADD_ALWAYS, nullptr));
     EXPECT_EQ(walk(store.get()).size(), 2U);
@@ -93,10 +77,10 @@ TEST(Store, FindsByWhatIsAsked) {
         add(store, der);
     }
     ContextPtr const good = testkit::context(pki.good.certificate);
-    Bytes const thumbprint = testkit::property(good.get(), CERT_SHA1_HASH_PROP_ID);
-    CRYPT_DATA_BLOB const hash = testkit::blobOf(thumbprint);
+    Bytes const thumbprint = property(good.get(), CERT_SHA1_HASH_PROP_ID);
+    CRYPT_DATA_BLOB const hash = blobOf(thumbprint);
     Bytes const shortName = Bytes(good->pCertInfo->Subject.pbData, good->pCertInfo->Subject.pbData + 4);
-    CRYPT_DATA_BLOB const noName = testkit::blobOf(shortName);
+    CRYPT_DATA_BLOB const noName = blobOf(shortName);
     using List = std::vector<Bytes>;
     EXPECT_EQ(walk(store.get(), CERT_FIND_SUBJECT_NAME, &good->pCertInfo->Subject), List{pki.good.certificate});
     EXPECT_EQ(walk(store.get(), CERT_FIND_SUBJECT_NAME, &noName), List{});
@@ -155,14 +139,14 @@ TEST(Store, LeavesMembersAndContextsUsableWhenItGoes) {
     StorePtr const duplicate(CertDuplicateStore(both.get()));
     both.reset();
     EXPECT_EQ(walk(duplicate.get()).size(), 1U);
-    EXPECT_EQ(testkit::property(context.get(), CERT_SHA1_HASH_PROP_ID).size(), 20U);
+    EXPECT_EQ(property(context.get(), CERT_SHA1_HASH_PROP_ID).size(), 20U);
     EXPECT_EQ(CertDuplicateStore(nullptr), nullptr);
     EXPECT_TRUE(CertCloseStore(nullptr, 0));
 }
 
 TEST(Store, TakesCrlsAndRefusesOtherBytes) {
     StorePtr const store = memoryStore();
-    Bytes const crl = testkit::makeCrl(Pki::shared().ca, {});
+    Bytes const crl = makeCrl(Pki::shared().ca, {});
     DWORD const size = static_cast<DWORD>(crl.size());
     EXPECT_TRUE(
         CertAddEncodedCRLToStore(store.get(), X509_ASN_ENCODING, crl.data(), size, CERT_STORE_ADD_NEW, nullptr));
@@ -174,22 +158,5 @@ TEST(Store, TakesCrlsAndRefusesOtherBytes) {
     EXPECT_EQ(GetLastError(), CRYPT_E_ASN1_ERROR);
 }
 
-TEST(Store, CanBeFilledAndWalkedAtTheSameTime) {
-    StorePtr const store = memoryStore();
-    std::vector<std::thread> threads;
-    const Pki& pki = Pki::shared();
-    for (const Bytes* der : {&pki.good.certificate, &pki.ca.certificate, &pki.root.certificate}) {
-        threads.emplace_back([&store, der] {
-            for (int round = 0; round < 100; ++round) {
-                add(store, *der);
-                walk(store.get());
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(walk(store.get()).size(), 3U);
-}
-
 }  // namespace
+}  // namespace testkit

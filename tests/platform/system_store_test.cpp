@@ -12,14 +12,8 @@
 #include "tests/support/pki.h"
 #include "tests/support/tlv.h"
 
+namespace testkit {
 namespace {
-
-using testkit::Bytes;
-using testkit::ContextPtr;
-using testkit::Pki;
-using testkit::SettingsFile;
-using testkit::StorePtr;
-namespace tlv = testkit::tlv;
 
 constexpr DWORD kUser = CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG | CERT_STORE_OPEN_EXISTING_FLAG;
 constexpr DWORD kMachine = CERT_SYSTEM_STORE_LOCAL_MACHINE | CERT_STORE_READONLY_FLAG | CERT_STORE_SHARE_CONTEXT_FLAG;
@@ -32,7 +26,7 @@ std::vector<Bytes> all(const StorePtr& store) {
     std::vector<Bytes> met;
     PCCERT_CONTEXT context = nullptr;
     while ((context = CertEnumCertificatesInStore(store.get(), context)) != nullptr) {
-        met.push_back(testkit::encoded(context));
+        met.push_back(encoded(context));
     }
     return met;
 }
@@ -40,7 +34,7 @@ std::vector<Bytes> all(const StorePtr& store) {
 class SystemStore : public testing::Test {
 protected:
     const Pki& pki_ = Pki::shared();
-    testkit::TempDir folder_;
+    TempDir folder_;
     SettingsFile settings_{"[crypto]\nmachine_stores = \"" + folder_.file("machine") + "\"\nuser_stores = \"" +
                            folder_.file("user") + "\"\nsystem_bundle = \"" + folder_.file("bundle.pem") + "\"\n"};
 };
@@ -132,10 +126,9 @@ TEST_F(SystemStore, IsEmptyWhileTheSettingsAreBroken) {
 }
 
 TEST_F(SystemStore, ReadsCrlsFromTheSameFolder) {
-    Bytes const crl = testkit::makeCrl(pki_.ca, {});
+    Bytes const crl = makeCrl(pki_.ca, {});
     folder_.write("user/CA/a.crl", crl);
-    folder_.write("user/CA/b.pem",
-                  testkit::toPem(testkit::makeCrl(pki_.root, {}), "X509 CRL") + pki_.ca.certificatePem());
+    folder_.write("user/CA/b.pem", toPem(makeCrl(pki_.root, {}), "X509 CRL") + pki_.ca.certificatePem());
     StorePtr const store = open("CA");
     std::vector<tallow::platform::CrlRef> const crls = tallow::platform::Store::of(store.get())->crls();
     ASSERT_EQ(crls.size(), 2U);
@@ -151,11 +144,11 @@ TEST_F(SystemStore, SetsWhatTheSideFileSaysOnTheFirstCertificate) {
     ContextPtr const first(CertEnumCertificatesInStore(store.get(), nullptr));
     auto const description = [](const char* url) {
         return tlv::sequence(
-            {tlv::oid("1.3.6.1.5.5.7.48.1"), tlv::contextPrimitive(6, testkit::bytesOf(std::string_view(url)))});
+            {tlv::oid("1.3.6.1.5.5.7.48.1"), tlv::contextPrimitive(6, bytesOf(std::string_view(url)))});
     };
-    EXPECT_EQ(testkit::property(first.get(), CERT_CA_OCSP_AUTHORITY_INFO_ACCESS_PROP_ID),
+    EXPECT_EQ(property(first.get(), CERT_CA_OCSP_AUTHORITY_INFO_ACCESS_PROP_ID),
               tlv::sequence({description("http://127.0.0.1:1/a"), description("http://127.0.0.1:2/")}));
-    Bytes const block = testkit::property(first.get(), CERT_KEY_PROV_INFO_PROP_ID);
+    Bytes const block = property(first.get(), CERT_KEY_PROV_INFO_PROP_ID);
     CRYPT_KEY_PROV_INFO info{};
     ASSERT_GE(block.size(), sizeof info);
     std::memcpy(&info, block.data(), sizeof info);
@@ -163,7 +156,7 @@ TEST_F(SystemStore, SetsWhatTheSideFileSaysOnTheFirstCertificate) {
     EXPECT_EQ(std::wstring(info.pwszContainerName), std::wstring(key.begin(), key.end()));
     ContextPtr const second(CertEnumCertificatesInStore(store.get(), CertDuplicateCertificateContext(first.get())));
     ASSERT_NE(second, nullptr);
-    EXPECT_TRUE(testkit::property(second.get(), CERT_KEY_PROV_INFO_PROP_ID).empty());
+    EXPECT_TRUE(property(second.get(), CERT_KEY_PROV_INFO_PROP_ID).empty());
 }
 
 TEST_F(SystemStore, NoticesChangedAndRemovedFiles) {
@@ -174,14 +167,15 @@ TEST_F(SystemStore, NoticesChangedAndRemovedFiles) {
     folder_.write("user/CA/a.toml", "ocsp = [\"http://127.0.0.1/\"]\n");
     StorePtr const withSide = open("CA");
     ContextPtr const context(CertEnumCertificatesInStore(withSide.get(), nullptr));
-    EXPECT_FALSE(testkit::property(context.get(), 81).empty());
+    EXPECT_FALSE(property(context.get(), 81).empty());
     // What a caller sets stays with the store he opened.
     EXPECT_TRUE(CertSetCertificateContextProperty(context.get(), 81, 0, nullptr));
     StorePtr const again = open("CA");
     ContextPtr const fresh(CertEnumCertificatesInStore(again.get(), nullptr));
-    EXPECT_FALSE(testkit::property(fresh.get(), 81).empty());
+    EXPECT_FALSE(property(fresh.get(), 81).empty());
     std::filesystem::remove(file);
     EXPECT_TRUE(all(open("CA")).empty());
 }
 
 }  // namespace
+}  // namespace testkit

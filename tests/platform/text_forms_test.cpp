@@ -5,9 +5,8 @@
 #include "platform/crypto/crypto_service.h"
 #include "tests/support/bytes.h"
 
+namespace testkit {
 namespace {
-
-using testkit::Bytes;
 
 constexpr DWORD kPlain = CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF;
 
@@ -32,7 +31,7 @@ TEST(TextForms, WriteBase64InOneLineOrInLines) {
     };
     for (const Row& row :
          {Row{"", L""}, Row{"f", L"Zg=="}, Row{"fo", L"Zm8="}, Row{"foo", L"Zm9v"}, Row{"\xFB\xFF\xBF", L"+/+/"}}) {
-        EXPECT_EQ(base64(testkit::bytesOf(std::string_view(row.bytes)), kPlain), row.expected);
+        EXPECT_EQ(base64(bytesOf(std::string_view(row.bytes)), kPlain), row.expected);
     }
     Bytes const lineAndMore(49, 0);
     std::wstring const line(64, L'A');
@@ -50,7 +49,7 @@ TEST(TextForms, WriteBase64InOneLineOrInLines) {
 }
 
 TEST(TextForms, ReadPemBase64AndBytesAsAllowed) {
-    std::string const pem = testkit::toPem(testkit::fromHex("3003020105"), "CERTIFICATE");
+    std::string const pem = toPem(fromHex("3003020105"), "CERTIFICATE");
     struct Row {
         const char* name;
         std::string text;
@@ -81,10 +80,11 @@ TEST(TextForms, ReadPemBase64AndBytesAsAllowed) {
         }
         ASSERT_TRUE(read);
         bytes.resize(size);
-        EXPECT_EQ(testkit::toHex(bytes), row.expected);
+        EXPECT_EQ(toHex(bytes), row.expected);
         EXPECT_EQ(met, row.met);
         EXPECT_EQ(skip, row.met == CRYPT_STRING_BASE64HEADER ? row.text.find("-----") : 0U);
     }
 }
 
 }  // namespace
+}  // namespace testkit

@@ -25,7 +25,7 @@ TEST(Threads, ShareContextsAndStores) {
     const Pki& pki = Pki::shared();
     const TrustWorld world({pki.root});
     world.add("CA/ca.pem", pki.ca);
-    const ContextPtr shared = contextOf(pki.good.certificate);
+    const ContextPtr shared = context(pki.good.certificate);
     const StorePtr store = storeOf({pki.sibling}, {makeCrl(pki.root, {}), makeCrl(pki.ca, {})});
     const StorePtr collection(CertOpenStore(CERT_STORE_PROV_COLLECTION, 0, 0, 0, nullptr));
     ASSERT_TRUE(CertAddStoreToCollection(collection.get(), store.get(), 0, 0));

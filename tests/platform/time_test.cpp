@@ -65,11 +65,4 @@ TEST(Time, RefusesWhatIsNoTime) {
     }
 }
 
-TEST(Time, TellsThePresent) {
-    FILETIME now{};
-    GetSystemTimeAsFileTime(&now);
-    int64_t const seconds = static_cast<int64_t>(ticks(now) / 10000000) - 11644473600;
-    EXPECT_NEAR(static_cast<double>(seconds), static_cast<double>(std::time(nullptr)), 2);
-}
-
 }  // namespace

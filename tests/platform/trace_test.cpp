@@ -12,9 +12,8 @@
 
 #include "tests/platform/settings_fixture.h"
 
+namespace testkit {
 namespace {
-
-using testkit::SettingsFile;
 
 struct CloseTrace {
     void operator()(TSupportDbContext_* context) const { support_print_done(context); }
@@ -26,7 +25,7 @@ TracePtr openTrace() {
 }
 
 std::vector<std::string> linesOf(const std::string& path) {
-    testkit::Bytes const bytes = testkit::readFile(path);
+    Bytes const bytes = readFile(path);
     std::istringstream text(std::string(bytes.begin(), bytes.end()));
     std::vector<std::string> lines;
     for (std::string line; std::getline(text, line);) {
@@ -55,7 +54,7 @@ TEST(Trace, FollowsTheSettingsAlsoWhenTheyChange) {
 }
 
 TEST(Trace, WritesOneLineWithItsPlaceAndNothingThatSteersATerminal) {
-    testkit::TempDir const folder;
+    TempDir const folder;
     std::string const file = folder.file("trace.log");
     SettingsFile const settings("[trace]\nenabled = true\nfile = \"" + file + "\"\n");
     TracePtr const trace = openTrace();
@@ -73,7 +72,7 @@ TEST(Trace, WritesOneLineWithItsPlaceAndNothingThatSteersATerminal) {
 }
 
 TEST(Trace, ShowsNoPasswordOfAnAddress) {
-    testkit::TempDir const folder;
+    TempDir const folder;
     std::string const file = folder.file("trace.log");
     ASSERT_EQ(support_trace_open(8, file.c_str()), 0);
     TracePtr const trace = openTrace();
@@ -101,7 +100,7 @@ TEST(Trace, ShowsNoPasswordOfAnAddress) {
 }
 
 TEST(Trace, GoesToStandardErrorWhereItsFileCannotBeUsed) {
-    testkit::TempDir const folder;
+    TempDir const folder;
     ASSERT_EQ(::mkfifo(folder.file("pipe").c_str(), 0600), 0);
     int const reader = ::open(folder.file("pipe").c_str(), O_RDONLY | O_NONBLOCK);
     EXPECT_EQ(support_trace_open(8, folder.file("pipe").c_str()), static_cast<int>(ERROR_ACCESS_DENIED));
@@ -117,7 +116,7 @@ TEST(Trace, GoesToStandardErrorWhereItsFileCannotBeUsed) {
 }
 
 TEST(Trace, KeepsTheLinesOfManyThreadsApart) {
-    testkit::TempDir const folder;
+    TempDir const folder;
     std::string const file = folder.file("trace.log");
     ASSERT_EQ(support_trace_open(8, file.c_str()), 0);
     TracePtr const trace = openTrace();
@@ -142,7 +141,7 @@ TEST(Trace, KeepsTheLinesOfManyThreadsApart) {
 }
 
 TEST(Trace, OpenedByTheProgramOverridesTheSettings) {
-    testkit::TempDir const folder;
+    TempDir const folder;
     SettingsFile const settings("");
     TracePtr const trace = openTrace();
     EXPECT_NE(support_trace_open(8, (folder.path() / "no" / "folder").c_str()), 0);
@@ -156,3 +155,4 @@ TEST(Trace, OpenedByTheProgramOverridesTheSettings) {
 }
 
 }  // namespace
+}  // namespace testkit

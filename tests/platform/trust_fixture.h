@@ -7,37 +7,32 @@
 #include <string>
 #include <vector>
 
-#include "platform/crypto/crypto_service.h"
+#include "tests/platform/certificate_fixture.h"
 #include "tests/support/ocsp_builder.h"
 #include "tests/support/pki.h"
 #include "tests/support/temp_dir.h"
 
 namespace testkit {
 
-template <auto Free>
-struct Release {
-    template <typename T>
-    void operator()(T* handle) const {
-        Free(handle);
-    }
+struct FreeChain {
+    void operator()(PCCERT_CHAIN_CONTEXT chain) const { CertFreeCertificateChain(chain); }
 };
-using ContextPtr = std::unique_ptr<const CERT_CONTEXT, Release<CertFreeCertificateContext>>;
-using ChainPtr = std::unique_ptr<const CERT_CHAIN_CONTEXT, Release<CertFreeCertificateChain>>;
+using ChainPtr = std::unique_ptr<const CERT_CHAIN_CONTEXT, FreeChain>;
 
-inline void closeStore(void* store) {
-    CertCloseStore(store, 0);
-}
-using StorePtr = std::unique_ptr<void, Release<closeStore>>;
-
-inline ContextPtr contextOf(const Bytes& certificate) {
-    return ContextPtr(
-        CertCreateCertificateContext(X509_ASN_ENCODING, certificate.data(), static_cast<DWORD>(certificate.size())));
+// A CA under `issuer` as `change` wants it.
+template <typename Change>
+Identity caUnder(const Identity& issuer, Change change) {
+    CertificateSpec spec;
+    spec.commonName = "changed ca";
+    spec.ca = true;
+    change(spec);
+    return issue(issuer, spec);
 }
 
 inline StorePtr storeOf(const std::vector<Identity>& certificates, const std::vector<Bytes>& crls = {}) {
     StorePtr store(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
     for (const Identity& identity : certificates) {
-        CertAddCertificateContextToStore(store.get(), contextOf(identity.certificate).get(), CERT_STORE_ADD_ALWAYS,
+        CertAddCertificateContextToStore(store.get(), context(identity.certificate).get(), CERT_STORE_ADD_ALWAYS,
                                          nullptr);
     }
     for (const Bytes& crl : crls) {
@@ -68,7 +63,7 @@ struct ChainRequest {
 };
 
 inline ChainPtr chainOf(const ChainRequest& request) {
-    const ContextPtr end = contextOf(request.end.certificate);
+    const ContextPtr end = context(request.end.certificate);
     const StorePtr store = storeOf(request.extra, request.crls);
     CERT_CHAIN_PARA parameters{};
     parameters.cbSize = sizeof parameters;
@@ -89,10 +84,6 @@ inline DWORD errorOf(const ChainPtr& chain) {
 }
 inline DWORD errorAt(const ChainPtr& chain, DWORD element) {
     return simple(chain).rgpElement[element]->TrustStatus.dwErrorStatus;
-}
-inline Bytes certificateAt(const ChainPtr& chain, DWORD element) {
-    const PCCERT_CONTEXT context = simple(chain).rgpElement[element]->pCertContext;
-    return {context->pbCertEncoded, context->pbCertEncoded + context->cbCertEncoded};
 }
 
 // Settings and system stores of its own; trusts the roots given and no other.
