@@ -10,8 +10,7 @@
 #include "schema/generated/cmp.h"
 #include "schema/generated/cms.h"
 #include "schema/generated/extensions.h"
-#include "tests/schema/catalogue.h"
-#include "tests/schema/codec_fixture.h"
+#include "tests/schema/catalogue_fixture.h"
 #include "tests/support/pki.h"
 #include "tests/support/process.h"
 #include "tests/support/temp_dir.h"
@@ -20,7 +19,6 @@
 namespace {
 
 using namespace testkit;
-using schematest::TypeRow;
 
 constexpr const char* kData = "1.2.840.113549.1.7.1";
 constexpr const char* kEnvelopedData = "1.2.840.113549.1.7.3";
@@ -60,10 +58,10 @@ Bytes behind(const Bytes& der, const char* identifier) {
     return found == der.end() ? Bytes() : elementAt(der, static_cast<std::size_t>(found - der.begin()) + oid.size());
 }
 
-class RealMessages : public schematest::CodecTest {
+class RealMessages : public schematest::CatalogueTest {
 protected:
     void SetUp() override {
-        CodecTest::SetUp();
+        CatalogueTest::SetUp();
         CertificateSpec spec;
         spec.key = Key::make(KeyKind::kRsa2048);
         addIdentity("rsa", issue(Pki::shared().ca, spec));
@@ -95,28 +93,6 @@ protected:
 
     [[nodiscard]] Bytes cms(const std::string& words) const {
         return openssl("cms -in @data -binary -outform DER -out @out " + words);
-    }
-
-    /// Reads, copies, frees and writes the octets by the type of this name.
-    void comesBack(const std::string& typeName, const Bytes& der) {
-        SCOPED_TRACE(typeName + " " + toHex(der).substr(0, 100));
-        const auto& types = schematest::catalogue().types;
-        const auto type =
-            std::find_if(types.begin(), types.end(), [&](const TypeRow& row) { return row.name == typeName; });
-        ASSERT_NE(type, types.end());
-        ASSERT_FALSE(der.empty());
-        std::vector<std::uint64_t> read(type->sizeRecord / sizeof(std::uint64_t) + 1);
-        std::vector<std::uint64_t> copied(read.size());
-        input_ = der;
-        ASSERT_EQ(xd_setp(&ctxt_, input_.data(), static_cast<int>(input_.size()), nullptr, nullptr), 0);
-        ASSERT_EQ(type->decode(&ctxt_, read.data(), TAG_EXPLICIT, 0), 0);
-        EXPECT_EQ(ctxt_.buffer.byteIndex, der.size());
-        type->copy(&ctxt_, read.data(), copied.data());
-        type->free(&ctxt_, read.data());
-        ASSERT_EQ(xe_setp(&ctxt_, nullptr, 0), 0);
-        const int length = type->encode(&ctxt_, copied.data(), TAG_EXPLICIT);
-        ASSERT_GT(length, 0);
-        EXPECT_EQ(toHex(Bytes(xe_getp(&ctxt_), xe_getp(&ctxt_) + length)), toHex(der));
     }
 
     TempDir dir_;
