@@ -5,6 +5,9 @@
 #include <cstring>
 #include <new>
 
+#include "handles/exception.h"
+#include "handles/status.h"
+
 namespace Orvane {
 namespace {
 
@@ -39,6 +42,9 @@ CBlob& CBlob::operator=(CBlob&& other) noexcept {
 void CBlob::assign(const unsigned char* data, unsigned long size) {
     std::unique_ptr<unsigned char[]> copy;
     if (size != 0) {
+        if (data == nullptr) {
+            ATL::AtlThrowImpl(status::kInvalidArgument);
+        }
         copy = std::make_unique_for_overwrite<unsigned char[]>(size);
         std::memcpy(copy.get(), data, size);
     }

@@ -23,7 +23,8 @@ class TALLOW_EXPORT CBlob {
 public:
     /// No bytes and a null pointer.
     CBlob() noexcept = default;
-    /// Copies `size` bytes from `data`. A size of 0 gives a null pointer, and `data` is not read.
+    /// Copies `size` bytes from `data`. A size of 0 gives a null pointer, and `data` is not read; with any other size a
+    /// null `data` throws ATL::CAtlException with 0x80070057.
     CBlob(const unsigned char* data, unsigned long size);
     /// `size` zero bytes. A size of 0 allocates all the same, so that the pointer is not null.
     explicit CBlob(unsigned long size);
@@ -45,7 +46,7 @@ public:
     [[nodiscard]] unsigned char* pbData() const noexcept { return pbData_.get(); }
 
     /// Replaces the content by a copy. `data` may lie inside this blob's own bytes. Size 0 frees the buffer and leaves
-    /// a null pointer.
+    /// a null pointer. Throws as the constructor, with the blob unchanged.
     void assign(const unsigned char* data, unsigned long size);
     /// Sets the size. Growing allocates exactly `size` bytes and keeps the old ones; the new tail is not initialised.
     /// Shrinking keeps the buffer.

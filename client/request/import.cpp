@@ -1,5 +1,6 @@
 // Takes in a request that somebody else made: hostile bytes, of which every step is linear in their number.
 #include <cstring>
+#include <utility>
 
 #include "client/request/request_impl.h"
 #include "client/response/chain_building.h"
@@ -35,10 +36,12 @@ bool put(std::map<unsigned long, Value>& map, unsigned long index, ASN1::CExtens
 
 // There is no way back from a failure: what was read until then stays, and the bytes too.
 void CRequest::Impl::Import(unsigned char const* data, unsigned long size) {
+    // Copied before clearing: the bytes may be this object's own, the value of an extension for one.
+    CBlob input(data, size);
     ClearRequest();
     SRCertIDs.clear();
     SRCertificates.clear();
-    Encoded = CBlob(data, size);
+    Encoded = std::move(input);
     CRequestMessage message;
     message.decode(Encoded);
     // An unsigned message leaves the mark of an object that was signed before.

@@ -171,7 +171,7 @@ public:
     // ---- Ask --------------------------------------------------------------------------------------------------------
 
     /// Builds the request if needed, asks, and returns the response; it belongs to the request and is valid until the
-    /// next Send or the end of the object. Blocks for the time of the exchanges.
+    /// next Send, import or assignment, or the end of the object. Blocks for the time of the exchanges.
     ///
     /// With an address fixed by the caller, several entries, or no certificate known, one attempt is made. Otherwise
     /// every OCSP address of the certificate, of its issuer's store property and of policy is tried once, until one
@@ -226,9 +226,10 @@ public:
     /// forgotten, address and other connection parameters stay. The certificates asked about are known by their
     /// identifiers only. A signed message freezes the request; an unsigned one does not thaw one that is frozen.
     ///
-    /// Throws kAsn1Error for bytes that are no request, kDuplicateExtension for a second extension of one known by
-    /// name, kCryptNotFound for an entry that does not name its certificate by CertID, the converted last error for a
-    /// malformed certificate. The request is then filled in part: assign another or import again before using it.
+    /// Throws kInvalidArgument for a null `data` with a size, kAsn1Error for bytes that are no request,
+    /// kDuplicateExtension for a second extension of one known by name, kCryptNotFound for an entry that does not name
+    /// its certificate by CertID, the converted last error for a malformed certificate. The request is then filled in
+    /// part: assign another or import again before using it.
     void Import(unsigned char const* data, unsigned long size);
 
     /// Signature and critical extensions, those of the entries too when `checkSingleRequests` is true. For entries null
@@ -273,7 +274,7 @@ public:
     std::vector<Attempt> const& get_Attempts() const;
 
     /// The store handle of certificates that travelled with the request; owned by the request, and replaced when
-    /// another one is assigned to it.
+    /// another one is imported or assigned to it.
     void* get_Certificates() const;
     /// Dotted text; empty for an unsigned request.
     char const* get_SignatureAlgorithmOID() const;

@@ -196,9 +196,10 @@ TALLOW_EXPORT BOOL CryptSignCertificate(HCRYPTPROV hCryptProv, DWORD dwKeySpec, 
 // BasicOCSPResponse will do); ..._CERT, a PCCERT_CONTEXT; ..._OCSP_BASIC_SIGNED_RESPONSE, an
 // OCSP_BASIC_SIGNED_RESPONSE_INFO*. Issuer: ..._PUBKEY, a CERT_PUBLIC_KEY_INFO*; ..._CERT, a PCCERT_CONTEXT (the fast
 // form: its key is loaded once); ..._CHAIN, a PCCERT_CHAIN_CONTEXT. FALSE with NTE_BAD_SIGNATURE when the signature
-// does not verify, also because it belongs to a key of another kind; NTE_BAD_ALGID when the algorithm is unknown or too
-// weak to be accepted (MD5 and older; SHA-1 unless the setting accept_sha1 is on); NTE_BAD_PUBLIC_KEY when the key
-// cannot be used; CRYPT_E_ASN1_ERROR for a malformed subject.
+// does not verify, also because it belongs to a key of another kind; NTE_BAD_ALGID when the algorithm is unknown, has
+// parameters where there are none (an ASN.1 NULL may stand there) or is too weak to be accepted (MD5 and older; SHA-1
+// unless the setting accept_sha1 is on); NTE_BAD_PUBLIC_KEY when the key cannot be used; CRYPT_E_ASN1_ERROR for a
+// malformed subject.
 TALLOW_EXPORT BOOL CryptVerifyCertificateSignatureEx(HCRYPTPROV hCryptProv, DWORD dwCertEncodingType,
                                                      DWORD dwSubjectType, void* pvSubject, DWORD dwIssuerType,
                                                      void* pvIssuer, DWORD dwFlags, void* pvExtra);

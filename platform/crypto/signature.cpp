@@ -2,7 +2,8 @@
 
 #include <openssl/rsa.h>
 
-#include <cstring>
+#include <algorithm>
+#include <iterator>
 
 #include "platform/crypto/algorithms.h"
 #include "platform/crypto/der_reader.h"
@@ -118,6 +119,12 @@ bool readPss(ByteView der, PssParameters& parameters) {
            parameters.maskHash != nullptr;
 }
 
+// Whatever else stood there would be neither signed nor read: a place to alter a message without being seen.
+bool areAbsentOrNull(ByteView parameters) {
+    constexpr BYTE kNull[] = {V_ASN1_NULL, 0};
+    return parameters.empty() || std::equal(parameters.begin(), parameters.end(), std::begin(kNull), std::end(kNull));
+}
+
 // What a signature operation needs to know: the table's row, and for PSS what the parameters add.
 struct Scheme {
     const Algorithm* row = nullptr;
@@ -130,6 +137,9 @@ DWORD findScheme(const CRYPT_ALGORITHM_IDENTIFIER& algorithm, Scheme& scheme) {
     scheme.row =
         algorithm.pszObjId == nullptr ? nullptr : findAlgorithm(algorithm.pszObjId, CRYPT_SIGN_ALG_OID_GROUP_ID);
     if (scheme.row == nullptr || !isAccepted(scheme.row->strength)) {
+        return NTE_BAD_ALGID;
+    }
+    if (scheme.row->kind != KeyKind::kRsaPss && !areAbsentOrNull(view(algorithm.Parameters))) {
         return NTE_BAD_ALGID;
     }
     if (scheme.row->kind == KeyKind::kEd25519 || scheme.row->kind == KeyKind::kEd448) {

@@ -170,6 +170,7 @@ TEST_F(PlainFunctions, SendTellsAnswersOfNoUseAndOtherFailures) {
     EXPECT_THAT(ocspSendRequest(request.data(), request.size(), &response.data, &response.size),
                 IsStatus(status::kNoResponder));
     EXPECT_EQ(server.requests().back().body, request) << "sent byte for byte";
+    EXPECT_THAT(ocspSendRequest(nullptr, 1, &response.data, &response.size), IsStatus(status::kInvalidArgument));
 }
 
 TEST_F(PlainFunctions, VerifyJudgesAResponseAboutOneCertificate) {
@@ -223,6 +224,7 @@ TEST_F(PlainFunctions, VerifyJudgesAResponseAboutOneCertificate) {
     EXPECT_THAT(ocspVerifyResponse(cert.get(), good.data(), good.size() + kBeyond32Bits, nullptr, 0), IsStatus(0))
         << "the low 32 bits of the size count";
     EXPECT_THAT(ocspVerifyResponse(nullptr, good.data(), good.size(), nullptr, 0), IsStatus(kFailed));
+    EXPECT_THAT(ocspVerifyResponse(cert.get(), nullptr, 1, nullptr, 0), IsStatus(kFailed));
     std::filesystem::remove(folder_.file("user/CA/ca.pem"));
     EXPECT_THAT(verified(pki_.good, good, {}), IsStatus(kFailed)) << "its issuer is known no longer";
 }

@@ -38,6 +38,23 @@ protected:
         return exported(request);
     }
 
+    Bytes signedByOpenssl(const Identity& signer, const std::vector<std::string>& options) {
+        std::vector<std::string> command = {"openssl",  "ocsp",
+                                            "-issuer",  folder_.write("ca.pem", pki_.ca.certificatePem()),
+                                            "-cert",    folder_.write("good.pem", pki_.good.certificatePem()),
+                                            "-signer",  folder_.write("signer.pem", signer.certificatePem()),
+                                            "-signkey", folder_.write("signer.key", signer.key.pem()),
+                                            "-reqout",  folder_.file("request.der")};
+        command.insert(command.end(), options.begin(), options.end());
+        EXPECT_EQ(run(command).exitStatus, 0);
+        return readFile(folder_.file("request.der"));
+    }
+    Identity rsaRequestor() const {
+        CertificateSpec rsa = named("rsa");
+        rsa.key = Key::make(KeyKind::kRsa2048);
+        return issue(pki_.ca, rsa);
+    }
+
     // The first objection of a receiver, returned or thrown; 0 for none.
     static std::int32_t judge(const Bytes& der) {
         std::int32_t verdict = 0;
@@ -127,6 +144,11 @@ TEST_F(Received, ImportsWhatExportGives) {
     EXPECT_EQ(again.get_SRNumber(), 2u);
     EXPECT_EQ(*again.get_AdditionalExtensions(), additional);
     EXPECT_FALSE(again.get_UseNonce()) << "whatever the policy's default says";
+
+    import(again, message({entry({extension("1.2.3", false, der)})}));
+    const Orvane::CBlob& carried = again.get_SRAdditionalExtensions(0)->front().get_extnValue();
+    again.Import(carried.pbData(), carried.cbData());
+    EXPECT_EQ(exported(again), der) << "bytes that went when the object was cleared";
 }
 
 TEST_F(Received, TellsWhatCannotBeImported) {
@@ -229,23 +251,13 @@ TEST_F(Received, CriticalExtensionsAreRefusedAsTheListSays) {
 }
 
 TEST_F(Received, ChecksWhatOthersSigned) {
-    CertificateSpec rsa = named("rsa");
-    rsa.key = Key::make(KeyKind::kRsa2048);
     const std::string ca = folder_.write("ca.pem", pki_.ca.certificatePem());
-    for (const Identity& signer : {requestor_, issue(pki_.ca, rsa)}) {
+    for (const Identity& signer : {requestor_, rsaRequestor()}) {
         for (const std::vector<std::string>& options :
              {std::vector<std::string>{"-nonce"}, {"-no_nonce", "-sign_other", ca}, {"-no_certs"}}) {
             SCOPED_TRACE(options.back());
-            std::vector<std::string> command = {"openssl",  "ocsp",
-                                                "-issuer",  ca,
-                                                "-cert",    folder_.write("good.pem", pki_.good.certificatePem()),
-                                                "-signer",  folder_.write("signer.pem", signer.certificatePem()),
-                                                "-signkey", folder_.write("signer.key", signer.key.pem()),
-                                                "-reqout",  folder_.file("request.der")};
-            command.insert(command.end(), options.begin(), options.end());
-            ASSERT_EQ(run(command).exitStatus, 0);
             CRequest request;
-            import(request, readFile(folder_.file("request.der")));
+            import(request, signedByOpenssl(signer, options));
             EXPECT_EQ(toBytes(request.get_SRCertID(0).get_serialNumber()), pki_.good.serial());
             EXPECT_EQ(request.get_UseNonce(), options.front() != "-no_nonce");
             const ATL2::CCertContext known = contextOf(signer);
@@ -268,12 +280,13 @@ TEST_F(Received, ChecksWhatOthersSigned) {
 
 // Name, list, extension, algorithm, signature, certificate, and the lengths between them: no octet may change unseen.
 TEST_F(Received, RefusesEveryAlteredOctet) {
-    const Bytes der = signedBy(requestor_);
-    ASSERT_THAT(judge(der), IsStatus(0));
-    for (std::size_t i = 0; i < der.size(); ++i) {
-        Bytes altered = der;
-        altered[i] ^= 1;
-        EXPECT_NE(judge(altered), 0) << "octet " << i << " of " << toHex(der);
+    for (const Bytes& der : {signedBy(requestor_), signedByOpenssl(rsaRequestor(), {})}) {
+        ASSERT_THAT(judge(der), IsStatus(0));
+        for (std::size_t i = 0; i < der.size(); ++i) {
+            Bytes altered = der;
+            altered[i] ^= 1;
+            EXPECT_NE(judge(altered), 0) << "octet " << i << " of " << toHex(der);
+        }
     }
 }
 

@@ -233,6 +233,7 @@ TEST_F(RequestTest, NullArgumentsAreRefused) {
         [&] { request.put_OCSPPassword(nullptr); },
         [&] { request.put_ProxyUserName(nullptr); },
         [&] { request.put_ProxyPassword(nullptr); },
+        [&] { request.Import(nullptr, 1); },
         [&] { request.put_SRCertIDFromCert(nullptr, ca.get(), 0, nullptr); },
         [&] { request.put_OCSPAddressFromCertAIA(nullptr, 0); },
         [&] { request.put_SRServiceLocatorFromCertAIA(nullptr, 0); },
