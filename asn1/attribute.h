@@ -52,7 +52,7 @@ public:
     /// Appends a copy as it stands: it keeps its identifier, also a foreign one, which shows in get_oid() of the value
     /// and in comparisons, but is not encoded.
     void add(const CAttrValue& value);
-    /// Removes the value.
+    /// Removes the value, which must be one of this attribute's.
     void erase(iterator position);
 
     /// The DER of the attribute, its values in the order of a DER SET. Throws InvalidArgument when the identifier is

@@ -16,7 +16,8 @@ namespace Orvane::ASN1 {
 
 struct CRevAnnContentImpl;
 
-/// One announcement. Times go out in whole seconds, parts are cut off. Copies are deep.
+/// One announcement. Times go out in whole seconds, parts are cut off; a time zone in a time that is read is passed
+/// over. Copies are deep.
 class TALLOW_EXPORT CRevAnnContent {
 public:
     /// Status 0, an empty certId, which cannot be encoded, both times CDateTime(0, 0), no crlDetails.
@@ -45,7 +46,7 @@ public:
     void put_crlDetails(const CExtensions* crlDetails);
 
     /// The DER of the announcement. Empty crlDetails are left out, as absent ones. Throws as CCertId::encode and
-    /// CExtension::encode.
+    /// CExtension::encode. The form of times has four digits for the year: of one above 9999 the last four go out.
     CBlob encode() const;
 
     /// Replaces the content. Throws Asn1Error when `data` is not of the type, InvalidArgument for a general name of a

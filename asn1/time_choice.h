@@ -40,7 +40,8 @@ public:
     CBlob encode() const;
 
     /// Replaces the content. Throws Asn1Error when `data` is not a Time, and InvalidArgument for a year before 1601;
-    /// the object is then unchanged. Parts of a second are passed over.
+    /// the object is then unchanged. Parts of a second and a time zone other than Z are passed over: the fields count
+    /// as UTC.
     void decode(const CBlob& data);
 
 private:
