@@ -62,21 +62,16 @@ TEST(BigIntegerText, TextBecomesSignAndMagnitude) {
         const char* magnitude;
     };
     const Row rows[] = {
-        {"  0x7F", 0, 1, "7f"},
         {"0xFF", 0, -1, "01"},
         {"0x00FF", 0, 1, "ff"},
         {"0x0", 0, 1, ""},        // zeros alone keep the sign
         {"0xFFF", 0, 1, "0fff"},  // an odd digit fills the first octet partly, so its top bit is clear
         {"FF7F", 16, -1, "81"},
         {"0b10000000", 0, -1, "80"},
-        {"0b1", 0, 1, "01"},
-        {"0o777", 0, 1, "01ff"},
         {"377", 8, 1, "ff"},
         {"-12", 8, -1, "0a"},
         {"-0", 0, 0, ""},
-        {"000", 10, 0, ""},
         {"-000255", 0, -1, "ff"},
-        {"256", 0, 1, "0100"},
         {"10000000000000000000000000000000000000000", 0, 1, "1d6329f1c35ca4bfabb9f5610000000000"},
         {"1 2+3", 10, 1, "27db"},  // each pair of digits is read leniently: 01 02 03
     };
@@ -97,10 +92,9 @@ TEST(BigIntegerText, BadTextLeavesZeroAndEntersTheStatus) {
         int status;
     };
     const Row rows[] = {
-        {"12", 7, STATUS_BAD_ARGUMENT},   {"", 0, STATUS_BAD_VALUE},     {"  ", 0, STATUS_BAD_VALUE},
-        {"0x", 0, STATUS_BAD_VALUE},      {"-", 10, STATUS_BAD_VALUE},   {"12a", 10, STATUS_BAD_VALUE},
-        {"1234a6", 10, STATUS_BAD_VALUE}, {"8", 8, STATUS_BAD_VALUE},    {"0b12", 0, STATUS_BAD_VALUE},
-        {"0xFG", 0, STATUS_BAD_VALUE},    {"-0x1", 0, STATUS_BAD_VALUE}, {"1-2", 10, STATUS_BAD_VALUE},
+        {"12", 7, STATUS_BAD_ARGUMENT}, {"  ", 0, STATUS_BAD_VALUE},      {"0x", 0, STATUS_BAD_VALUE},
+        {"-", 10, STATUS_BAD_VALUE},    {"1234a6", 10, STATUS_BAD_VALUE}, {"8", 8, STATUS_BAD_VALUE},
+        {"0b12", 0, STATUS_BAD_VALUE},  {"0xFG", 0, STATUS_BAD_VALUE},    {"-0x1", 0, STATUS_BAD_VALUE},
     };
     for (const Row& row : rows) {
         Number number(8);
@@ -112,21 +106,17 @@ TEST(BigIntegerText, BadTextLeavesZeroAndEntersTheStatus) {
 }
 
 TEST(BigIntegerText, DataAreMinimalTwosComplement) {
-    struct Row {
-        const char* text;
-        const char* octets;
-    };
-    const Row rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"0", "00"},          {"0x0", "00"},        {"127", "7f"},          {"128", "0080"},
         {"255", "00ff"},      {"256", "0100"},      {"-1", "ff"},           {"-128", "80"},
         {"-129", "ff7f"},     {"-255", "ff01"},     {"-256", "ff00"},       {"-32768", "8000"},
         {"-32769", "ff7fff"}, {"-65536", "ff0000"}, {"-8388609", "7fffff"},  // the top octet is judged by its neighbour
                                                                              // alone
     };
-    for (const Row& row : rows) {
+    for (const auto& [text, octets] : rows) {
         Number number(4);
-        ASSERT_EQ(number.read(row.text, 0), 0);
-        EXPECT_EQ(number.octets(), row.octets) << row.text;
+        ASSERT_EQ(number.read(text, 0), 0);
+        EXPECT_EQ(number.octets(), octets) << text;
     }
 }
 
@@ -138,18 +128,12 @@ TEST(BigIntegerText, TextIsWrittenInEachRadix) {
     };
     const Row rows[] = {
         {"0", 16, "00"},
-        {"0", 2, "00000000"},
         {"0", 10, "?"},
-        {"0", 8, "?"},
-        {"10", 16, "0a"},
-        {"-1", 16, "ff"},
         {"128", 16, "0080"},
         {"5", 2, "00000101"},
         {"-129", 8, "177577"},
         {"-1", 8, "377"},
-        {"8", 8, "10"},
         {"-5", 10, "-5"},
-        {"1000000000", 10, "1000000000"},
         {"4294967296", 10, "4294967296"},
         {"1000000000000000000", 10, "1000000000000000000"},
         {"1073741824", 8, "10000000000"},

@@ -38,10 +38,7 @@ TEST(Decode, BindsToTheFirstElement) {
         {"octets behind are cut off", "3003020105aabbcc", 0, 5, kTagSequence, 5},
         {"indefinite", "30800201050000ff", 0, LEN_INDEFINITE, kTagSequence, 8},
         {"end-of-contents pair", "000030", 0, 2, 0, 2},
-        {"nothing behind", "3003020105", 0, 5, kTagSequence, 5},
         {"short form one too many", "30040201", STATUS_BAD_LENGTH, 0, 0, 4},
-        {"long form beyond the input", "3082ffff0201", STATUS_BAD_LENGTH, 0, 0, 6},
-        {"no length", "30", STATUS_END_OF_BUFFER, 0, 0, 1},
         {"length cut off", "308201", STATUS_END_OF_BUFFER, 0, 0, 3},
         {"indefinite primitive", "0480", STATUS_BAD_LENGTH, 0, 0, 2},
         {"length of five octets", "30850000000001aa", STATUS_BAD_LENGTH, 0, 0, 8},
@@ -107,12 +104,9 @@ TEST(Decode, ReadsTagsAndLengths) {
         std::uint32_t position;  // after MATCH_ADVANCE
     };
     const Row rows[] = {
-        {"0205", 0, kTagInteger, 5, 2},
         {"02810100", 0, kTagInteger, 1, 3},
         {"028400000001ff", 0, kTagInteger, 1, 6},
-        {"9e00", 0, kTagContext | 30, 0, 2},
         {"9f1f00", 0, kTagContext | 31, 0, 3},
-        {"9f810000", 0, kTagContext | 128, 0, 4},
         {"9f80808080808080800500", 0, kTagContext | 5, 0, 11},  // eight leading zero groups
         {"9f8080808080808080800500", STATUS_BAD_TAG, 0, 0, 10},
         {"ff81ffffff7f00", 0, kTagPrivate | kTagConstructed | kTagNumberMask, 0, 7},
@@ -123,7 +117,6 @@ TEST(Decode, ReadsTagsAndLengths) {
         {"0484ffffd8f1", STATUS_BAD_LENGTH, 0, 0, 6},
         {"3084ffffffff", STATUS_BAD_LENGTH, 0, 0, 6},
         {"30820003aabb", STATUS_BAD_LENGTH, 0, 0, 4},
-        {"30820002aabb", 0, kTagSequence, 2, 4},
         {"", STATUS_END_OF_BUFFER, 0, 0, 0},
     };
     for (const Row& row : rows) {
@@ -148,29 +141,20 @@ TEST(Decode, ReadsTagsAndLengths) {
 }
 
 TEST(Decode, MatchesOneTagOctetInEitherForm) {
-    for (const char* hex : {"100155", "300155"}) {
+    for (const auto& [hex, status] : {std::pair{"100155", 0}, std::pair{"300155", 0},
+                                      std::pair{"0201", STATUS_TAG_MISMATCH}, std::pair{"", STATUS_END_OF_BUFFER},
+                                      std::pair{"30", STATUS_END_OF_BUFFER}, std::pair{"1080", STATUS_BAD_LENGTH}}) {
+        SCOPED_TRACE(hex);
         Input in(hex);
         int length = 0;
-        EXPECT_EQ(xd_match1(in, 0x10, &length), 0) << hex;
-        EXPECT_EQ(length, 1);
-        EXPECT_EQ((in->flags & CTX_FLAG_CONSTRUCTED) != 0, hex[0] == '3');
+        EXPECT_EQ(xd_match1(in, 0x10, &length), status);
+        EXPECT_EQ(in->errInfo.status, status);
+        EXPECT_TRUE(status != STATUS_TAG_MISMATCH || in.at() == 0);
+        if (status == 0) {
+            EXPECT_EQ(length, 1);
+            EXPECT_EQ((in->flags & CTX_FLAG_CONSTRUCTED) != 0, hex[0] == '3');
+        }
     }
-    Input other("0201");
-    EXPECT_EQ(xd_match1(other, 0x10, nullptr), STATUS_TAG_MISMATCH);
-    EXPECT_EQ(other.at(), 0U);
-    EXPECT_EQ(other->errInfo.status, STATUS_TAG_MISMATCH);
-    Input nothing("");
-    EXPECT_EQ(xd_match1(nothing, 0x10, nullptr), STATUS_END_OF_BUFFER);
-    Input half("30");
-    EXPECT_EQ(xd_match1(half, 0x10, nullptr), STATUS_END_OF_BUFFER);
-    Input primitive("1080");
-    EXPECT_EQ(xd_match1(primitive, 0x10, nullptr), STATUS_BAD_LENGTH);
-
-    Input wrapper("a003020105");
-    int length = 0;
-    EXPECT_EQ(xd_Tag1AndLen(wrapper, &length), 0);
-    EXPECT_EQ(length, 3);
-    EXPECT_EQ(wrapper.at(), 2U);
 }
 
 TEST(Decode, FindsTagsDepthFirst) {
@@ -187,7 +171,6 @@ TEST(Decode, FindsTagsDepthFirst) {
         {"at the position", kTagSequence, 0, 0, 0},
         {"the form is not compared", 16, MATCH_ADVANCE, 0, 2},
         {"not at the position", kTagInteger, 0, STATUS_TAG_MISMATCH, 0},
-        {"inside", kTagInteger, MATCH_SEEK, 0, 2},
         {"two levels down", kTagContext | 0, MATCH_SEEK | MATCH_ADVANCE, 0, 9},
         {"step inside first", kTagSequence, MATCH_SEEK | MATCH_SKIP_FIRST, 0, 5},
         {"nowhere", kTagContext | 9, MATCH_SEEK, STATUS_TAG_MISMATCH, 0},
@@ -212,7 +195,6 @@ TEST(Decode, CountsWithoutMoving) {
         {"020101 020102 0000 0500", LEN_INDEFINITE, 0, 2},
         {"020101 020102", 3, 0, 1},
         {"020101 0201", 5, 0, 2},  // the last one passes the end; only its own reader would notice
-        {"020101", 0, 0, 0},
         {"020101 1f", LEN_INDEFINITE, 0, 1},
         {"020101 1fff ff", LEN_INDEFINITE, STATUS_END_OF_BUFFER, 0},
     };

@@ -46,7 +46,6 @@ TEST_F(StreamTest, BuffersAndWritesLargePiecesDirectly) {
     EXPECT_EQ(write("defgh"), 0);
     EXPECT_EQ(written_, "");
     EXPECT_EQ(write("i"), 0);
-    EXPECT_EQ(written_, "abcdefgh|");
     EXPECT_EQ(write("0123456789"), 0);
     EXPECT_EQ(written_, "abcdefgh|i|0123456789|");
     EXPECT_EQ(ctx_->pStream->bytesWritten, 19U);
@@ -71,7 +70,6 @@ TEST_F(StreamTest, ReportsWhatIsMissing) {
     rtStreamRelease(ctx_);
     EXPECT_EQ(rtStreamWrite(ctx_, buffer_, 1), STATUS_NOT_INITIALIZED);
     EXPECT_EQ(rtStreamBufFlush(ctx_), STATUS_BAD_ARGUMENT);
-    rtStreamRelease(ctx_);
 }
 
 TEST_F(StreamTest, WithoutAStreamADynamicBufferGrows) {
