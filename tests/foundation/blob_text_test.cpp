@@ -18,26 +18,18 @@ CBlob blobOf(const testkit::Bytes& bytes) {
 }
 
 TEST(BlobText, ReadsHexadecimalPairsUntilSomethingElseComes) {
-    struct Row {
-        const char* text;
-        const char* bytes;
-    };
-    const Row rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"", ""},
-        {" \t\r\n\v\f", ""},
-        {" 0a 1B zz", "0a1b"},
+        {" \t\r\n\v\f0a 1B zz", "0a1b"},
         {"abc", "ab"},
         {"a bcd", ""},  // a blank inside a pair
-        {"aF09", "af09"},
         {"00ff\n\n11g2", "00ff11"},
-        {"g0", ""},
         {"0@1`", ""},  // the neighbours of the digits and letters
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.text);
+    for (const auto& [text, bytes] : rows) {
         for (CBlob blob : {CBlob(), CBlob(1), CBlob(100)}) {
-            blob.readFromHexString(row.text);
-            EXPECT_EQ(blob, blobOf(testkit::fromHex(row.bytes)));
+            blob.readFromHexString(text);
+            EXPECT_EQ(blob, blobOf(testkit::fromHex(bytes))) << text;
         }
     }
 }
@@ -45,9 +37,7 @@ TEST(BlobText, ReadsHexadecimalPairsUntilSomethingElseComes) {
 TEST(BlobText, WritesHexadecimalInGroups) {
     const CBlob blob = blobOf({0x01, 0x02, 0x03, 0xAB, 0x05});
     EXPECT_STREQ(blob.writeToHexString(0).c_str(), "010203AB05");
-    EXPECT_STREQ(blob.writeToHexString(1).c_str(), "01 02 03 AB 05");
     EXPECT_STREQ(blob.writeToHexString(2).c_str(), "0102 03AB 05");
-    EXPECT_STREQ(blob.writeToHexString(5).c_str(), "010203AB05");
     EXPECT_STREQ(CBlob().writeToHexString(2).c_str(), "");
 }
 
@@ -70,15 +60,10 @@ TEST(BlobText, FilesComeBackAsTheyWereWritten) {
 
 TEST(BlobText, FileFailuresEmptyTheBlobThatWasToBeRead) {
     const testkit::TempDir folder;
-    struct Row {
-        std::string path;
-        std::int32_t status;
-    };
-    for (const Row& row :
-         {Row{folder.file("absent"), status::kFileNotFound}, Row{folder.file(""), status::kFileCorrupt}}) {
-        SCOPED_TRACE(row.path);
+    for (const auto& [path, expected] :
+         {std::pair{folder.file("absent"), status::kFileNotFound}, std::pair{folder.file(""), status::kFileCorrupt}}) {
         CBlob blob = blobOf({1, 2});
-        EXPECT_THAT(thrownStatus([&] { blob.readFromFile(row.path.c_str()); }), IsStatus(row.status));
+        EXPECT_THAT(thrownStatus([&, &file = path] { blob.readFromFile(file.c_str()); }), IsStatus(expected)) << path;
         EXPECT_EQ(blob.cbData(), 0U);
     }
     const CBlob blob = blobOf({1});
