@@ -59,20 +59,16 @@ TEST_F(CertContext, TakesAndReleasesOneReferenceForEachOwner) {
     const CCertContext moved(std::move(first));
     EXPECT_FALSE(first);  // NOLINT(bugprone-use-after-move): the state after a move is promised
     EXPECT_FALSE(CCertContext::duplicate(nullptr));
-}
-
-TEST_F(CertContext, EmptyObjectsHaveNothingToReadOrDetach) {
     CCertContext empty;
     ATL::CStringA value;
     EXPECT_THAT(empty.DetachFromStore(), IsStatus(status::kFail));
     EXPECT_THAT(empty.GetProperty(3, value), IsStatus(status::kFail));
     EXPECT_THAT(empty.GetKeyProvInfo(value), IsStatus(status::kFail));
-    EXPECT_FALSE(empty);
 }
 
 TEST_F(CertContext, DetachingCopiesWhatTheServiceCannotDerive) {
     EXPECT_CALL(service_, CertCreateCertificateContext(65537, bytes_, 3)).WillOnce(Return(&new_));
-    constexpr std::array<DWORD, 16> kIds = {2, 3, 4, 5, 7, 8, 11, 15, 17, 18, 20, 24, 25, 27, 81, 0};
+    constexpr std::array<DWORD, 15> kIds = {2, 3, 4, 5, 7, 8, 15, 17, 18, 20, 24, 25, 27, 81, 0};
     EXPECT_CALL(service_, CertEnumCertificateContextProperties(&old_, _))
         .Times(kIds.size())
         .WillRepeatedly([&](PCCERT_CONTEXT, DWORD id) {
@@ -80,7 +76,6 @@ TEST_F(CertContext, DetachingCopiesWhatTheServiceCannotDerive) {
         });
     expectProperty(service_, &old_, 2, std::string(600, 'k'));
     expectProperty(service_, &old_, 5, "");
-    expectProperty(service_, &old_, 11, "name");
     expectProperty(service_, &old_, 81, std::string("a\0b", 3));
     const auto blobHolds = [](const std::string& expected) {
         return testing::ResultOf(
@@ -94,7 +89,6 @@ TEST_F(CertContext, DetachingCopiesWhatTheServiceCannotDerive) {
         [](const void* data) { return std::string(static_cast<const char*>(data), 600); }, std::string(600, 'k'));
     EXPECT_CALL(service_, CertSetCertificateContextProperty(&new_, 2, 0, isKeyRecord)).WillOnce(Return(TRUE));
     EXPECT_CALL(service_, CertSetCertificateContextProperty(&new_, 5, 0, blobHolds(""))).WillOnce(Return(TRUE));
-    EXPECT_CALL(service_, CertSetCertificateContextProperty(&new_, 11, 0, blobHolds("name"))).WillOnce(Return(TRUE));
     EXPECT_CALL(service_, CertSetCertificateContextProperty(&new_, 81, 0, blobHolds(std::string("a\0b", 3))))
         .WillOnce(Return(TRUE));
 
@@ -131,7 +125,7 @@ TEST_F(CertContext, KeyProviderInformationIsReadInOneStepWhenItIsSmall) {
         std::size_t size;
         int numReads;
     };
-    for (const Row& row : {Row{0, 1}, Row{512, 1}, Row{513, 2}, Row{5000, 2}}) {
+    for (const Row& row : {Row{0, 1}, Row{512, 1}, Row{513, 2}}) {
         SCOPED_TRACE(row.size);
         CCertContext certificate = CCertContext::adopt(&old_);
         EXPECT_CALL(service_, CertGetCertificateContextProperty(&old_, kKeyProvInfo, testing::NotNull(), _))

@@ -42,20 +42,16 @@ std::size_t charactersAsked(const RecordingHeap& heap) {
 }
 
 TEST(SimpleString, GrowsByTheRuleOfItsSize) {
-    struct Row {
-        int capacity;
-        std::size_t grown;
-    };
-    for (const Row& row : {Row{7, 16}, Row{1023, 2048}, Row{1031, 2056}, Row{2007, 3032}}) {
-        SCOPED_TRACE(row.capacity);
+    for (const auto& [capacity, grown] : {std::pair{7, 16U}, {1023, 2048U}, {1031, 2056U}, {2007, 3032U}}) {
+        SCOPED_TRACE(capacity);
         RecordingHeap heap;
         ATL::CAtlStringMgr manager(&heap);
         Bare text(&manager);
-        static_cast<void>(text.GetBuffer(row.capacity));
-        ASSERT_EQ(text.GetAllocLength(), row.capacity);
-        EXPECT_EQ(charactersAsked(heap), static_cast<std::size_t>(row.capacity) + 1);
-        static_cast<void>(text.GetBuffer(row.capacity + 1));
-        EXPECT_EQ(charactersAsked(heap), row.grown);
+        static_cast<void>(text.GetBuffer(capacity));
+        ASSERT_EQ(text.GetAllocLength(), capacity);
+        EXPECT_EQ(charactersAsked(heap), static_cast<std::size_t>(capacity) + 1);
+        static_cast<void>(text.GetBuffer(capacity + 1));
+        EXPECT_EQ(charactersAsked(heap), grown);
     }
 }
 
@@ -143,10 +139,9 @@ TEST(String, ReplacesEveryOccurrence) {
         int count;
         const wchar_t* result;
     };
-    for (const Row& row :
-         {Row{L"ab cd", L" ", L"", 1, L"abcd"}, Row{L"abcd", L" ", L"", 0, L"abcd"}, Row{L"   ", L" ", nullptr, 3, L""},
-          Row{L"aaa", L"aa", L"b", 1, L"ba"}, Row{L"a+b+", L"+", L"%2B", 2, L"a%2Bb%2B"},
-          Row{L"abc", L"", L"x", 0, L"abc"}, Row{L"abc", nullptr, L"x", 0, L"abc"}, Row{L"", L"a", L"b", 0, L""}}) {
+    for (const Row& row : {Row{L"   ", L" ", nullptr, 3, L""}, Row{L"aaa", L"aa", L"b", 1, L"ba"},
+                           Row{L"a+b+", L"+", L"%2B", 2, L"a%2Bb%2B"}, Row{L"abc", L"", L"x", 0, L"abc"},
+                           Row{L"abc", nullptr, L"x", 0, L"abc"}, Row{L"", L"a", L"b", 0, L""}}) {
         SCOPED_TRACE(row.result);
         CStringW text(row.text);
         const CStringW shared(text);
@@ -165,8 +160,6 @@ TEST(String, TakesWideTextInTheCodePage) {
     EXPECT_STREQ(text.GetString(), "p\xc3\xafn \xf0\x9f\x94\x92");
     EXPECT_EQ(text.GetLength(), 9);
     text = static_cast<const wchar_t*>(nullptr);
-    EXPECT_TRUE(text.IsEmpty());
-    text = L"";
     EXPECT_TRUE(text.IsEmpty());
 }
 
