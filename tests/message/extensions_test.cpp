@@ -1,6 +1,6 @@
 #include "message/extensions.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <optional>
 #include <string>
@@ -99,10 +99,8 @@ TEST(MessageExtensions, WriteAndReadEachFieldOfCrlId) {
                                           tlv::context(1, tlv::integer(number)), tlv::context(2, kTime)}));
     const CExtCrlID read(made.get_value());
     EXPECT_STREQ(read.get_crlUrl(), "http://x/");
-    ASSERT_NE(read.get_crlNum(), nullptr);
-    EXPECT_EQ(*read.get_crlNum(), number);
-    ASSERT_NE(read.get_crlTime(), nullptr);
-    EXPECT_EQ(*read.get_crlTime(), time);
+    EXPECT_THAT(read.get_crlNum(), testing::Pointee(number));
+    EXPECT_THAT(read.get_crlTime(), testing::Pointee(time));
     EXPECT_STREQ(read.get_oid(), kOidCrlReference);
     EXPECT_STREQ(made.get_oid(), kOidHistoricalRequest);
 

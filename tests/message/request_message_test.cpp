@@ -1,6 +1,6 @@
 #include "message/request_message.h"
 
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <string>
 #include <vector>
@@ -101,10 +101,8 @@ TEST(RequestMessage, ReadsBackTheRequestorsNameAndWhatTheListHolds) {
     message.put_requestorName(&name);
     CRequestMessage read;
     read.decode(message.encode());
-    ASSERT_NE(read.get_requestorName(), nullptr);
-    EXPECT_EQ(*read.get_requestorName(), name);
-    ASSERT_NE(read.get_requestList().front().get_singleRequestExtensions(), nullptr);
-    EXPECT_EQ(*read.get_requestList().front().get_singleRequestExtensions(), extensions);
+    EXPECT_THAT(read.get_requestorName(), testing::Pointee(name));
+    EXPECT_THAT(read.get_requestList().front().get_singleRequestExtensions(), testing::Pointee(extensions));
     EXPECT_EQ(read.get_requestExtensions(), nullptr);
 
     message.put_requestorName(nullptr);

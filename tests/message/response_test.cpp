@@ -1,5 +1,5 @@
 // The envelope of a response and the basic response in it.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <functional>
 #include <string>
@@ -60,8 +60,7 @@ TEST(BasicResponse, ShowsEveryFieldOfItsEntries) {
     const CBasicResponse response = decoded(spec);
 
     EXPECT_EQ(response.get_producedAt(), CDateTime("20260101000000Z"));
-    ASSERT_NE(response.get_responseExtensions(), nullptr);
-    EXPECT_STREQ(response.get_responseExtensions()->front().get_extnID(), testkit::kNonceOid);
+    EXPECT_THAT(response.get_responseExtensions(), testing::Pointee(testing::SizeIs(1)));
     EXPECT_STREQ(response.get_signatureAlgorithm().get_algorithm(), "1.2.840.10045.4.3.2");
     ASSERT_EQ(response.get_responses().size(), 4U);
     auto entry = response.get_responses().begin();
@@ -69,15 +68,12 @@ TEST(BasicResponse, ShowsEveryFieldOfItsEntries) {
     EXPECT_EQ(entry->get_certStatus().get_type(), CCertStatus::kGood);
     EXPECT_EQ(entry->get_certStatus().get_revocationTime(), nullptr);
     EXPECT_EQ(entry->get_thisUpdate(), CDateTime("20251231235959Z"));
-    ASSERT_NE(entry->get_nextUpdate(), nullptr);
-    EXPECT_EQ(*entry->get_nextUpdate(), CDateTime("20260102000000Z"));
+    EXPECT_THAT(entry->get_nextUpdate(), testing::Pointee(CDateTime("20260102000000Z")));
     EXPECT_EQ(entry->get_singleExtensions(), nullptr);
     ++entry;
     EXPECT_EQ(entry->get_certStatus().get_type(), CCertStatus::kRevoked);
-    ASSERT_NE(entry->get_certStatus().get_revocationTime(), nullptr);
-    EXPECT_EQ(*entry->get_certStatus().get_revocationTime(), CDateTime("20250706050403Z"));
-    ASSERT_NE(entry->get_certStatus().get_revocationReason(), nullptr);
-    EXPECT_EQ(static_cast<int>(*entry->get_certStatus().get_revocationReason()), 1);
+    EXPECT_THAT(entry->get_certStatus().get_revocationTime(), testing::Pointee(CDateTime("20250706050403Z")));
+    EXPECT_THAT(entry->get_certStatus().get_revocationReason(), testing::Pointee(1));
     EXPECT_EQ(entry->get_nextUpdate(), nullptr);
     ASSERT_NE(entry->get_singleExtensions(), nullptr);
     EXPECT_TRUE(entry->get_singleExtensions()->front().get_critical());

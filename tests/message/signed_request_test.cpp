@@ -1,5 +1,5 @@
 // Requests that are signed, by this library and read by OpenSSL, and their verification.
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 
 #include <algorithm>
 #include <string>
@@ -64,36 +64,27 @@ constexpr Scheme kSchemes[] = {{KeyKind::kRsa2048, "1.2.840.113549.1.1.11"},
                                {KeyKind::kEcP384, "1.2.840.10045.4.3.3"},
                                {KeyKind::kEd25519, "1.3.101.112"}};
 
-TEST_F(SignedRequest, VerifiesWithTheSignersKeyAlone) {
+TEST_F(SignedRequest, VerifiesWithTheSignersKeyAloneHereAndInOpenssl) {
     for (const Scheme& scheme : kSchemes) {
         const Identity signer = signerWith(scheme.key);
         const CBlobList certs{testkit::blob(signer.certificate), testkit::blob(Pki::shared().ca.certificate)};
         const CRequestMessage made = signedBy(signer, scheme.algorithm, &certs);
+        const testkit::OcspRequestPtr elsewhere = testkit::parseRequest(made.encode());
+        ASSERT_NE(elsewhere, nullptr) << scheme.algorithm;
+        if (scheme.key != KeyKind::kEd25519) {  // OpenSSL 3.0 refuses the scheme in requests
+            EXPECT_EQ(OCSP_request_verify(elsewhere.get(), nullptr, nullptr, OCSP_NOVERIFY), 1) << scheme.algorithm;
+        }
         CRequestMessage read;
         read.decode(made.encode());
         for (const CRequestMessage* message : {&made, static_cast<const CRequestMessage*>(&read)}) {
             ASSERT_NE(message->get_signatureAlgorithm(), nullptr) << scheme.algorithm;
             EXPECT_STREQ(message->get_signatureAlgorithm()->get_algorithm(), scheme.algorithm);
-            ASSERT_NE(message->get_signatureCerts(), nullptr);
-            EXPECT_EQ(*message->get_signatureCerts(), certs);
+            EXPECT_THAT(message->get_signatureCerts(), testing::Pointee(certs));
             EXPECT_EQ(testkit::bytes(*message->get_requestorName()), signer.subject());
             EXPECT_TRUE(message->verify(testkit::blob(signer.certificate))) << scheme.algorithm;
             EXPECT_FALSE(message->verify(testkit::blob(signerWith(scheme.key).certificate))) << scheme.algorithm;
             EXPECT_FALSE(message->verify(testkit::blob(Pki::shared().good.certificate))) << scheme.algorithm;
         }
-    }
-}
-
-TEST_F(SignedRequest, IsAcceptedByOpenssl) {
-    for (const Scheme& scheme : kSchemes) {
-        if (scheme.key == KeyKind::kEd25519) {
-            continue;  // OpenSSL 3.0 refuses the scheme in requests
-        }
-        const Identity signer = signerWith(scheme.key);
-        const CBlobList certs{testkit::blob(signer.certificate)};
-        const testkit::OcspRequestPtr read = testkit::parseRequest(signedBy(signer, scheme.algorithm, &certs).encode());
-        ASSERT_NE(read, nullptr);
-        EXPECT_EQ(OCSP_request_verify(read.get(), nullptr, nullptr, OCSP_NOVERIFY), 1) << scheme.algorithm;
     }
 }
 
