@@ -18,20 +18,6 @@ using testkit::IsStatus;
 using testkit::SettingsFile;
 using testkit::thrownStatus;
 
-TEST(RequestPolicy, HasItsDefaultsWhenNothingIsConfigured) {
-    const SettingsFile settings;
-    const CRequestPolicy policy;
-    EXPECT_EQ(policy.CertsToInclude, -1L);
-    EXPECT_EQ(policy.NonceLength, 8L);
-    EXPECT_EQ(policy.ResponseAccuracy, 180000L);
-    EXPECT_EQ(policy.ThisUpdateAccuracyUnits, 7L);
-    EXPECT_TRUE(policy.ThisUpdateAccuracy.empty());
-    EXPECT_TRUE(policy.UseNonceByDefault);
-    EXPECT_FALSE(policy.UseAcceptRespByDefault);
-    EXPECT_THAT(thrownStatus([&] { checkPolicies(policy, {.useNonce = true}); }), IsStatus(status::kOk));
-    EXPECT_THAT(thrownStatus([&] { checkPolicies(policy, {}); }), IsStatus(status::kOk));
-}
-
 // The names of the keys in the order in which a trace shows them.
 std::vector<std::string> keysInTrace(const std::string& path) {
     std::vector<std::string> names;
@@ -88,24 +74,19 @@ TEST(RequestPolicy, RefusesWhatItForbidsAndWhatItMisses) {
         std::int32_t status;
     };
     const Row rows[] = {
+        {"DisableSignedRequests = true", true, true, false, status::kOk},
+        {"RequireNonce = true\nRequireAcceptResp = true\nDisableUnsignedRequests = true", true, true, true,
+         status::kOk},
         {"DisableNonce = true", true, false, false, status::kOptionAgainstPolicy},
-        {"DisableNonce = true", false, false, false, status::kOk},
         {"RequireNonce = true", false, false, false, status::kOptionAgainstPolicy},
-        {"RequireNonce = true", true, false, false, status::kOk},
-        {"DisableNonce = true\nRequireNonce = true", true, false, false, status::kOptionAgainstPolicy},
         {"DisableNonce = true\nRequireNonce = true", false, false, false, status::kOptionAgainstPolicy},
         {"DisableAcceptResp = true", false, true, false, status::kOptionAgainstPolicy},
-        {"DisableAcceptResp = true", false, false, false, status::kOk},
         {"RequireAcceptResp = true", false, false, false, status::kOptionAgainstPolicy},
-        {"RequireAcceptResp = true", false, true, false, status::kOk},
         {"DisableUnsignedRequests = true", false, false, false, status::kUnsignedRefused},
-        {"DisableUnsignedRequests = true", false, false, true, status::kOk},
         {"DisableSignedRequests = true", false, false, true, status::kSignedRefused},
-        {"DisableSignedRequests = true", false, false, false, status::kOk},
         // The first violation is the one reported: nonce, signature, acceptable responses.
         {"DisableNonce = true\nDisableUnsignedRequests = true", true, false, false, status::kOptionAgainstPolicy},
         {"RequireAcceptResp = true\nDisableUnsignedRequests = true", false, false, false, status::kUnsignedRefused},
-        {"RequireAcceptResp = true\nDisableSignedRequests = true", false, false, true, status::kSignedRefused},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.settings);

@@ -1,9 +1,6 @@
 // What becomes of a verdict when a service fails in a way that no healthy one does: never a success.
 #include <gtest/gtest.h>
 
-#include <cstdlib>
-#include <cstring>
-
 #include "tests/client/support/client_test.h"
 #include "tests/scripted_service/scripted_service.h"
 
@@ -29,18 +26,6 @@ protected:
         ResponseSpec spec(pki.delegate);
         spec.entries.emplace_back(certIdOf(leaf, pki.ca));
         return buildResponse(spec);
-    }
-
-    // What CryptRetrieveObjectByUrlW gives for a body.
-    static void* blobArray(const Bytes& body) {
-        const std::size_t head = sizeof(CRYPT_BLOB_ARRAY) + sizeof(CRYPT_DATA_BLOB);
-        auto* block = static_cast<unsigned char*>(std::calloc(1, head + body.size()));
-        auto* array = reinterpret_cast<CRYPT_BLOB_ARRAY*>(block);
-        array->cBlob = 1;
-        array->rgBlob = reinterpret_cast<CRYPT_DATA_BLOB*>(block + sizeof(CRYPT_BLOB_ARRAY));
-        array->rgBlob[0] = {static_cast<DWORD>(body.size()), block + head};
-        std::memcpy(block + head, body.data(), body.size());
-        return block;
     }
 
     Overlay service_;  // outlives the handles of the tests

@@ -13,11 +13,8 @@ using namespace testkit;
 class Verify : public ClientTest {
 protected:
     Verify() {
-        CertificateSpec spec;
-        spec.commonName = "responder";
-        spec.extendedKeyUsage = "OCSPSigning";
+        CertificateSpec spec = delegateSpec("responder");
         spec.keyUsage = "critical,digitalSignature";
-        spec.ocspNoCheck = true;
         responder_ = issue(pki_.ca, spec);
         // The responder is exempt from the revocation check; the CA above it is not.
         folder_.write("user/CA/root.crl", makeCrl(pki_.root, {}));
@@ -43,6 +40,13 @@ protected:
         return verdict;
     }
 
+    static std::string thumbprint(const Identity& identity) {
+        DWORD size = 20;
+        Bytes hash(size);
+        CertGetCertificateContextProperty(contextOf(identity).get(), CERT_SHA1_HASH_PROP_ID, hash.data(), &size);
+        return toHex(hash);
+    }
+
     Identity responder_;
 };
 
@@ -59,9 +63,7 @@ TEST_F(Verify, JudgesResponses) {
             return spec;
         };
     };
-    CertificateSpec old;
-    old.extendedKeyUsage = "OCSPSigning";
-    old.ocspNoCheck = true;
+    CertificateSpec old = delegateSpec("old");
     old.notBeforeSeconds = -10L * 24 * 3600;
     old.notAfterSeconds = -24 * 3600;
     CertificateSpec plain;
@@ -178,12 +180,6 @@ TEST_F(Verify, ChecksTheRevocationOfAResponderWithoutTheNoCheckMark) {
     ResponseSpec answer(direct);
     answer.entries.emplace_back(certIdOf(pki_.good, root));
     EXPECT_THAT(judge(buildResponse(answer)), IsStatus(0));
-    const auto thumbprint = [](const Identity& identity) {
-        DWORD size = 20;
-        Bytes hash(size);
-        CertGetCertificateContextProperty(contextOf(identity).get(), CERT_SHA1_HASH_PROP_ID, hash.data(), &size);
-        return toHex(hash);
-    };
     CertificateSpec second = spec;
     second.commonName = "checked and revoked";
     const Identity revoked = issue(root, second);
@@ -205,28 +201,17 @@ TEST_F(Verify, ChecksTheRevocationOfAResponderWithoutTheNoCheckMark) {
 TEST_F(Verify, AnAdministratorCanAuthoriseAResponderForAllIssuers) {
     const Identity other = rootCa("another hierarchy");
     crypto_add_trusted_root(contextOf(other).get());
-    CertificateSpec spec;
-    spec.ocspNoCheck = true;
-    spec.extendedKeyUsage = "OCSPSigning";
-    const Identity foreign = issue(other, spec);
+    const Identity foreign = issue(other, delegateSpec("foreign"));
     const Bytes der = buildResponse(by(foreign));
     EXPECT_NE(judge(der), 0);
-    DWORD size = 20;
-    Bytes hash(size);
-    ASSERT_TRUE(
-        CertGetCertificateContextProperty(contextOf(foreign).get(), CERT_SHA1_HASH_PROP_ID, hash.data(), &size));
-    settings("AuthorizedOCSPs = [\"" + toHex(hash) + "\"]\n");
+    settings("AuthorizedOCSPs = [\"" + thumbprint(foreign) + "\"]\n");
     EXPECT_EQ(ocsp::Client::IsOCSPAuthorized(contextOf(foreign).get()), 1);
     EXPECT_EQ(ocsp::Client::IsOCSPAuthorized(contextOf(pki_.ca).get()), 0);
     EXPECT_THAT(judge(der), IsStatus(0));
 }
 
 TEST_F(Verify, AnAcceptedResponderStaysUntilAnotherIsAccepted) {
-    CertificateSpec spec;
-    spec.commonName = "another responder";
-    spec.extendedKeyUsage = "OCSPSigning";
-    spec.ocspNoCheck = true;
-    const Identity another = issue(pki_.ca, spec);
+    const Identity another = issue(pki_.ca, delegateSpec("another responder"));
     CResponse response;
     import(response, buildResponse(good()));
     EXPECT_THAT(response.Verify(nullptr, nullptr), IsStatus(0));
@@ -255,8 +240,7 @@ TEST_F(Verify, FindsTheSignerWhereverItIs) {
     }
     void* stores[] = {store.get()};
     _CERT_CONTEXT const* found = response.get_OCSPCertificate(stores, 1);
-    ASSERT_NE(found, nullptr);
-    EXPECT_EQ(Bytes(found->pbCertEncoded, found->pbCertEncoded + found->cbCertEncoded), responder_.certificate);
+    EXPECT_EQ(encodingOf(found), responder_.certificate);
 
     folder_.write("user/AddressBook/responder.pem", responder_.certificatePem());
     CResponse fromUserStore;

@@ -4,6 +4,8 @@
 
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+#include <cstring>
 #include <string>
 
 #include "client/request/request.h"
@@ -39,6 +41,18 @@ inline Orvane::CBlob toBlob(const Bytes& bytes) {
 
 inline std::wstring wide(const std::string& text) {
     return {text.begin(), text.end()};
+}
+
+/// What CryptRetrieveObjectByUrlW hands out: one block that says `count` bodies and holds one.
+inline void* blobArray(const Bytes& body, DWORD count = 1) {
+    const std::size_t head = sizeof(CRYPT_BLOB_ARRAY) + sizeof(CRYPT_DATA_BLOB);
+    auto* block = static_cast<unsigned char*>(std::calloc(1, head + body.size()));
+    auto* array = reinterpret_cast<CRYPT_BLOB_ARRAY*>(block);
+    array->cBlob = count;
+    array->rgBlob = reinterpret_cast<CRYPT_DATA_BLOB*>(block + sizeof(CRYPT_BLOB_ARRAY));
+    array->rgBlob[0] = {static_cast<DWORD>(body.size()), block + head};
+    std::memcpy(block + head, body.data(), body.size());
+    return block;
 }
 
 class ClientTest : public testing::Test {
@@ -84,6 +98,15 @@ protected:
         return context;
     }
 
+    /// A delegate of its issuer that needs no revocation check.
+    static CertificateSpec delegateSpec(const char* name) {
+        CertificateSpec spec;
+        spec.commonName = name;
+        spec.extendedKeyUsage = "OCSPSigning";
+        spec.ocspNoCheck = true;
+        return spec;
+    }
+
     static Bytes encodingOf(_CERT_CONTEXT const* cert) {
         return cert == nullptr ? Bytes() : Bytes{cert->pbCertEncoded, cert->pbCertEncoded + cert->cbCertEncoded};
     }
@@ -110,11 +133,7 @@ protected:
 class ResponderTest : public ClientTest {
 protected:
     ResponderTest() {
-        CertificateSpec spec;
-        spec.commonName = "responder";
-        spec.extendedKeyUsage = "OCSPSigning";
-        spec.ocspNoCheck = true;
-        responder_ = issue(pki_.ca, spec);
+        responder_ = issue(pki_.ca, delegateSpec("responder"));
         folder_.write("user/CA/root.crl", makeCrl(pki_.root, {}));
         folder_.write("user/CA/ca.pem", pki_.ca.certificatePem());
     }

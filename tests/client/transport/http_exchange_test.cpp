@@ -4,7 +4,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
@@ -44,18 +43,6 @@ protected:
         return SendRequest(&params_, L"agent", headers, &request_, false, allowCache, nullptr, cacheOnly);
     }
 
-    // The answer of CryptRetrieveObjectByUrlW with `count` blobs, all in one block.
-    static void* blobArray(DWORD count) {
-        auto* block =
-            static_cast<unsigned char*>(std::calloc(1, sizeof(CRYPT_BLOB_ARRAY) + sizeof(CRYPT_DATA_BLOB) + 1));
-        auto* array = reinterpret_cast<CRYPT_BLOB_ARRAY*>(block);
-        array->cBlob = count;
-        array->rgBlob = reinterpret_cast<CRYPT_DATA_BLOB*>(block + sizeof(CRYPT_BLOB_ARRAY));
-        array->rgBlob[0] = {1, block + sizeof(CRYPT_BLOB_ARRAY) + sizeof(CRYPT_DATA_BLOB)};
-        array->rgBlob[0].pbData[0] = 0x42;
-        return block;
-    }
-
     TempDir folder_;
     WinHTTPParams params_;
     Orvane::CBlob request_ = toBlob(fromHex("FBEFFF01"));  // "++//AQ==": every character that has to be escaped
@@ -74,7 +61,7 @@ TEST_F(HttpExchange, RetrievesByAUrlThatCarriesBodyAndHeader) {
                                  CONTEXT_OID_OCSP_RESP, row.flags, 1234, _, nullptr, nullptr, nullptr, _))
             .WillOnce([](auto, auto, auto, auto, void** object, auto, auto, auto, CRYPT_RETRIEVE_AUX_INFO* info) {
                 EXPECT_EQ(info->cbSize, 88u);
-                *object = blobArray(1);
+                *object = blobArray({0x42});
                 return TRUE;
             });
         EXPECT_EQ(toBytes(send(row.allowCache, row.cacheOnly)), fromHex("42"));
@@ -97,7 +84,7 @@ TEST_F(HttpExchange, ReadsTheOutcomeOfARetrieval) {
         Overlay service;
         EXPECT_CALL(service, CryptRetrieveObjectByUrlW)
             .WillOnce([count](auto, auto, auto, auto, void** object, auto, auto, auto, auto) {
-                *object = blobArray(count);
+                *object = blobArray({0x42}, count);
                 return TRUE;
             });
         EXPECT_THAT(thrownStatus([&] { send(false, false); }), IsStatus(status::kInvalidData));

@@ -36,6 +36,20 @@ protected:
     HttpServer server_{[this](const HttpRequest& request) { return replies_.at(request.target); }};
 };
 
+// A request without a nonce about a certificate of the CA; to `url` when one is given.
+struct Asking : CRequest {
+    explicit Asking(const Identity& subject, const std::string& url = "")
+        : CRequest(contextOf(subject).get(), contextOf(Pki::shared().ca).get()) {
+        put_UseNonce(false);
+        if (!url.empty()) {
+            put_OCSPAddress(wide(url).c_str());
+        }
+    }
+    std::int32_t send() {
+        return thrownStatus([this] { Send(true); });
+    }
+};
+
 struct Handler : ocsp::Client::IResponseHandler {
     std::function<std::int32_t(int)> verdict = [](int) { return 0; };
     int calls = 0;
@@ -84,8 +98,8 @@ TEST_F(Send, RanksFailuresByHowFarTheyGot) {
         SCOPED_TRACE(row.what);
         const Identity leaf = leafFor(server_, {"/1", "/2"});
         replies_ = {{"/1", row.first}, {"/2", row.second}};
-        CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
-        EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(row.expected));
+        Asking request(leaf);
+        EXPECT_THAT(request.send(), IsStatus(row.expected));
         ASSERT_EQ(request.get_Attempts().size(), 2u);
         EXPECT_EQ(request.get_Attempts()[0].level, row.levels[0]);
         EXPECT_EQ(request.get_Attempts()[1].level, row.levels[1]);
@@ -95,8 +109,7 @@ TEST_F(Send, RanksFailuresByHowFarTheyGot) {
 
 TEST_F(Send, GoesOnToTheNextResponderUntilOneAnswerPasses) {
     const Identity leaf = leafFor(server_, {"/down", "/wrong", "/good", "/never"});
-    CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
-    request.put_UseNonce(false);
+    Asking request(leaf);
     replies_ = {
         {"/down", {.status = 503}}, {"/wrong", reply(answerAbout(pki_.good))}, {"/good", reply(answerAbout(leaf))}};
     CResponse const& response = request.Send(true);
@@ -108,15 +121,14 @@ TEST_F(Send, GoesOnToTheNextResponderUntilOneAnswerPasses) {
     ResponseSpec forged = answerAbout(leaf);
     forged.corruptSignature = true;
     replies_["/wrong"] = reply(forged);
-    EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(status::kCryptNotFound));
+    EXPECT_THAT(request.send(), IsStatus(status::kCryptNotFound));
 }
 
 TEST_F(Send, ARevokedCertificateEndsTheSearch) {
     const Identity leaf = leafFor(server_, {"/1", "/2"});
-    CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
-    request.put_UseNonce(false);
+    Asking request(leaf);
     replies_ = {{"/1", reply(answerAbout(leaf, EntryStatus::kRevoked))}, {"/2", reply(answerAbout(leaf))}};
-    EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(status::kCertificateRevoked));
+    EXPECT_THAT(request.send(), IsStatus(status::kCertificateRevoked));
     EXPECT_EQ(server_.requests().size(), 1u);
 
     Handler handler;
@@ -129,8 +141,7 @@ TEST_F(Send, ARevokedCertificateEndsTheSearch) {
 TEST_F(Send, HandlersRefuseAndTheDeepestAnswerStays) {
     const Identity leaf = leafFor(server_, {"/1", "/2"});
     replies_ = {{"/1", reply(answerAbout(leaf))}, {"/2", {.status = 500}}};
-    CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
-    request.put_UseNonce(false);
+    Asking request(leaf);
     Handler handler;
     handler.verdict = [](int) { return 7; };
     request.put_ResponseHandler(&handler);
@@ -154,8 +165,7 @@ TEST_F(Send, ReturnsARefusedAnswerOnlyWithItsRefusalOnRecord) {
     unauthorised.entries.emplace_back(certIdOf(leaf, pki_.ca));
     unauthorised.certificates = {pki_.ca.certificate};
     replies_ = {{"/1", reply(unauthorised)}};
-    CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
-    request.put_UseNonce(false);
+    Asking request(leaf);
     const CResponse& refused = request.Send(true);
     EXPECT_THAT(request.get_Attempts().back().status, IsStatus(status::kWrongUsage));
     EXPECT_THAT(thrownStatus([&] { refused.VerifySR(0, nullptr, nullptr); }), IsStatus(status::kNotSuccessful));
@@ -180,8 +190,8 @@ TEST_F(Send, AsksTheCertificatesThenTheIssuersThenThePolicysResponder) {
     for (const std::string& path : paths) {
         replies_[path] = {.status = 500};
     }
-    CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
-    EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(status::kHttpStatus));
+    Asking request(leaf);
+    EXPECT_THAT(request.send(), IsStatus(status::kHttpStatus));
     std::vector<std::string> asked;
     for (const HttpRequest& received : server_.requests()) {
         asked.push_back(received.target);
@@ -192,8 +202,7 @@ TEST_F(Send, AsksTheCertificatesThenTheIssuersThenThePolicysResponder) {
 TEST_F(Send, TracesItsWayInOrder) {
     const Identity leaf = leafFor(server_, {"/down", "/good"});
     replies_ = {{"/down", {.status = 503}}, {"/good", reply(answerAbout(leaf))}};
-    CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
-    request.put_UseNonce(false);
+    Asking request(leaf);
     ASSERT_EQ(support_trace_open(8, folder_.file("trace").c_str()), 0);
     request.Send(true);
     support_trace_open(0, nullptr);
@@ -240,28 +249,26 @@ TEST_F(Send, TracesItsWayInOrder) {
 }
 
 TEST_F(Send, KnowsNoResponderWithoutAnAddress) {
-    const auto send = [&](CRequest& request) { return thrownStatus([&] { request.Send(true); }); };
-    CRequest bare(contextOf(pki_.good).get(), contextOf(pki_.ca).get());
-    EXPECT_THAT(send(bare), IsStatus(status::kNoResponder));
+    Asking bare(pki_.good);
+    EXPECT_THAT(bare.send(), IsStatus(status::kNoResponder));
     CertificateSpec spec;
     spec.caIssuersUrls = {"http://127.0.0.1:1/"};
-    CRequest issuerOnly(contextOf(issue(pki_.ca, spec)).get(), contextOf(pki_.ca).get());
-    EXPECT_THAT(send(issuerOnly), IsStatus(status::kNoResponder));
+    Asking issuerOnly(issue(pki_.ca, spec));
+    EXPECT_THAT(issuerOnly.send(), IsStatus(status::kNoResponder));
     // Two entries, or an entry without its certificate, go to the policy's address or nowhere.
     const Identity leaf = leafFor(server_, {"/1"});
-    CRequest two(contextOf(leaf).get(), contextOf(pki_.ca).get());
+    Asking two(leaf);
     two.AddSingleRequest();
     ask(two, leaf, pki_.ca, 1);
-    EXPECT_THAT(send(two), IsStatus(status::kNoResponder));
+    EXPECT_THAT(two.send(), IsStatus(status::kNoResponder));
     CRequest byId;
     byId.put_SRCertID(two.get_SRCertID(0), 0);
-    EXPECT_THAT(send(byId), IsStatus(status::kNoResponder));
+    EXPECT_THAT(thrownStatus([&] { byId.Send(true); }), IsStatus(status::kNoResponder));
     EXPECT_EQ(server_.requests().size(), 0u);
     settings("DefaultOCSPURL = \"" + server_.url("/policy") + "\"\n");
     replies_ = {{"/policy", reply(answerAbout(pki_.good))}};
-    CRequest byPolicy(contextOf(pki_.good).get(), contextOf(pki_.ca).get());
-    byPolicy.put_UseNonce(false);
-    EXPECT_THAT(send(byPolicy), IsStatus(0)) << "the policy's address is the last candidate";
+    Asking byPolicy(pki_.good);
+    EXPECT_THAT(byPolicy.send(), IsStatus(0)) << "the policy's address is the last candidate";
 }
 
 TEST_F(Send, ChecksFreshnessAgainstTheClock) {
@@ -288,19 +295,15 @@ TEST_F(Send, ChecksFreshnessAgainstTheClock) {
         spec.entries[0].thisUpdate = generalizedTimeText(row.thisUpdate);
         spec.entries[0].nextUpdate = generalizedTimeText(row.nextUpdate);
         replies_ = {{"/", reply(spec)}};
-        CRequest request(contextOf(pki_.good).get(), contextOf(pki_.ca).get());
-        request.put_UseNonce(false);
-        request.put_OCSPAddress(wide(server_.url("/")).c_str());
-        EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(row.expected));
+        Asking request(pki_.good, server_.url("/"));
+        EXPECT_THAT(request.send(), IsStatus(row.expected));
     }
 }
 
 TEST_F(Send, SilenceAboutTheAskedCertificateIsNoAnswer) {
     replies_ = {{"/", reply(answerAbout(pki_.revoked))}};
-    CRequest request(contextOf(pki_.good).get(), contextOf(pki_.ca).get());
-    request.put_UseNonce(false);
-    request.put_OCSPAddress(wide(server_.url("/")).c_str());
-    EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(status::kNotAnswered));
+    Asking request(pki_.good, server_.url("/"));
+    EXPECT_THAT(request.send(), IsStatus(status::kNotAnswered));
     EXPECT_EQ(request.Send(false).get_SRNumber(), 1u) << "who does not verify gets what came";
 }
 
@@ -309,23 +312,18 @@ TEST_F(Send, PolicyRefusesRequestsAndAddresses) {
         const char* policy;
         std::int32_t expected;
     };
-    const std::string here = server_.url("/");
     replies_ = {{"/", {.status = 500}}};
     const Row rows[] = {
-        {"DisableNonce = true\n", status::kOptionAgainstPolicy},
         {"RequireAcceptResp = true\n", status::kOptionAgainstPolicy},
-        {"DisableUnsignedRequests = true\n", status::kUnsignedRefused},
         {"AllowedOCSPs = []\n", status::kAddressRefused},
-        {"AllowedProxies = [\"http://p/\"]\n", status::kAddressRefused},
         {"AuthDenyAnonym = true\n", status::kResponderAuthRefused},
         {"AuthSSLDenyAnonym = true\n", status::kHttpStatus},  // words for https do not concern this address
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.policy);
         settings(row.policy);
-        CRequest request(contextOf(pki_.good).get(), contextOf(pki_.ca).get());
-        request.put_OCSPAddress(wide(here).c_str());
-        EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(row.expected));
+        Asking request(pki_.good, server_.url("/"));
+        EXPECT_THAT(request.send(), IsStatus(row.expected));
     }
     EXPECT_EQ(server_.requests().size(), 1u);
 }
