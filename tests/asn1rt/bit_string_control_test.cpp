@@ -100,6 +100,8 @@ TEST(BitStringControl, RangesCrossOctets) {
     EXPECT_EQ(bitsOf(bits.string), "000000110000000011");
     ASSERT_EQ(bits.string.invert(7, 20), 0);
     EXPECT_EQ(bitsOf(bits.string), "00000010111111110011");
+    ASSERT_EQ(bits.string.set(30, 30), 0);
+    EXPECT_EQ(bits.string.size(), 20U);
     std::uint8_t part[2] = {};
     ASSERT_EQ(bits.string.get(5, 15, part, 2), 0);
     EXPECT_EQ(hexOf(part, 2), "5fc0");
@@ -145,6 +147,8 @@ TEST(BitStringControl, OperandsCombineAndTheSizeIsRecounted) {
     }
     Bits bits("1");
     EXPECT_EQ(bits.string.doOr(static_cast<ASN1TDynBitStr>(bits.string).data, 1), STATUS_BAD_ARGUMENT);
+    EXPECT_EQ(bits.string.doAnd(operand, 0), 0);
+    EXPECT_EQ(bits.string.size(), 0U);
 }
 
 TEST(BitStringControl, ShiftsLoseWhatLeavesTheString) {

@@ -76,6 +76,8 @@ TEST(ContextTest, FirstFailureStays) {
     testing::internal::CaptureStdout();
     rtErrPrint(&info);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "ASN.1 ERROR: Status -3\n");
+    rtErrReset(&info);
+    EXPECT_EQ(info.status, 0);
 }
 
 /// Opens levels until the limit refuses; answers how many were open.

@@ -155,6 +155,11 @@ TEST(Decode, MatchesOneTagOctetInEitherForm) {
             EXPECT_EQ((in->flags & CTX_FLAG_CONSTRUCTED) != 0, hex[0] == '3');
         }
     }
+    Input wrapper("a003020105");
+    int length = 0;
+    EXPECT_EQ(xd_Tag1AndLen(wrapper, &length), 0);
+    EXPECT_EQ(length, 3);
+    EXPECT_EQ(wrapper.at(), 2U);
 }
 
 TEST(Decode, FindsTagsDepthFirst) {
@@ -195,6 +200,7 @@ TEST(Decode, CountsWithoutMoving) {
         {"020101 020102 0000 0500", LEN_INDEFINITE, 0, 2},
         {"020101 020102", 3, 0, 1},
         {"020101 0201", 5, 0, 2},  // the last one passes the end; only its own reader would notice
+        {"020101", 0, 0, 0},
         {"020101 1f", LEN_INDEFINITE, 0, 1},
         {"020101 1fff ff", LEN_INDEFINITE, STATUS_END_OF_BUFFER, 0},
     };

@@ -31,6 +31,7 @@ TEST(DecodeValues, Integers) {
         {"0206000000000001", {kTooBig, 0}, {kTooBig, 0}, {kTooBig, 0}},
         {"0200", {kBadLength, 0}, {0, 0}, {0, 0}},
         {"02810105", {0, 5}, {0, 5}, {kTooBig, 0}},
+        {"020201", {kEnd, 0}, {kEnd, 0}, {kEnd, 0}},
         {"02", {kEnd, 0}, {kEnd, 0}, {kEnd, 0}},
         {"0280", {kBadLength, 0}, {kBadLength, 0}, {kTooBig, 0}},
         {"220105", {STATUS_TAG_MISMATCH, 0}, {STATUS_TAG_MISMATCH, 0}, {STATUS_TAG_MISMATCH, 0}},
@@ -74,6 +75,7 @@ TEST(DecodeValues, BooleanAndNull) {
     const Row rows[] = {
         {"010155", 0, STATUS_TAG_MISMATCH},
         {"01020000", STATUS_BAD_LENGTH, STATUS_TAG_MISMATCH},
+        {"0101", STATUS_END_OF_BUFFER, STATUS_TAG_MISMATCH},
         {"01", STATUS_END_OF_BUFFER, STATUS_TAG_MISMATCH},
         {"0500", STATUS_TAG_MISMATCH, 0},
         {"050100", STATUS_TAG_MISMATCH, STATUS_BAD_LENGTH},

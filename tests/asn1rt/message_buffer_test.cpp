@@ -167,6 +167,8 @@ TEST(DecodeBuffer, ReadsWhatAMemoryBufferHolds) {
     IntegerControl control(buffer, value);
     EXPECT_EQ(control.Decode(), 0);
     EXPECT_EQ(value, 5);
+    EXPECT_EQ(buffer.initBuffer(static_cast<char*>(nullptr)), STATUS_NOT_SUPPORTED);
+    EXPECT_EQ(buffer.initBuffer(static_cast<unsigned short*>(nullptr)), STATUS_NOT_SUPPORTED);
 }
 
 TEST(ControlType, WhatWasDecodedOutlivesTheBuffer) {

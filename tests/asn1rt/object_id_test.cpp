@@ -19,6 +19,7 @@ TEST(ObjectId, TextIsReadUpToTheFirstBadPiece) {
         {"", 0, 0},
         {"1..2", 0, 1},
         {"1.2.", 0, 2},
+        {".1", 0, 0},
         {"1.4294967296.3", 0, 1},
         {"1.-1", 0, 1},
         {longest, 1, 128},

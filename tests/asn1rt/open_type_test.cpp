@@ -126,6 +126,9 @@ TEST(OpenType, StopsWhenTheInputEndedBefore) {
     const ASN1ExtPosition position{in->buffer.data, 3};
     _Asn1RTDList list{};
     EXPECT_EQ(xd_OpenTypeExt(in, &position, 0xFFFFFFFF, &list), STATUS_END_OF_BUFFER);
+    Input skipped("0402aabb");
+    EXPECT_EQ(xd_OpenTypeAppend(skipped, nullptr), 0) << "without a list";
+    EXPECT_EQ(skipped.at(), 4U);
 }
 
 }  // namespace

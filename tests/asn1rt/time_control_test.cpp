@@ -73,6 +73,7 @@ TEST(TimeControl, NothingIsSetWithoutText) {
     EXPECT_EQ(t.getYear(), ASN1CTime::kNotSet);
     EXPECT_EQ(t.getTimeStringLen(), 0);
     EXPECT_EQ(t.compileString(), STATUS_BAD_DATETIME);
+    EXPECT_EQ(t.getTime(), STATUS_BAD_DATETIME);
     EXPECT_FALSE(t <= t);
     EXPECT_TRUE(t != t);
     char area[40];

@@ -100,6 +100,8 @@ TEST(Utf8, FilteringKeepsWhatRangeAndListAllow) {
     EXPECT_EQ(std::u32string(string.data, string.data + string.nchars), U"bd");
     ASSERT_EQ(rtWCSToUCSString(ctx, L"abcd", &string, &range), 0);
     EXPECT_EQ(std::u32string(string.data, string.data + string.nchars), U"bc");
+    ASSERT_EQ(rtCToUCSString(ctx, "\xE4", &string, nullptr), 0);
+    EXPECT_EQ(string.data[0], 0xE4U);
 }
 
 TEST(Utf8, CharactersAboveSixteenBitsAreDroppedAndTheNulNeedsRoom) {

@@ -22,6 +22,7 @@ TEST(StringProxy, IsNeverNullAndAlwaysItsOwn) {
     source = target;
     EXPECT_STREQ(source.c_str(), "text");
     EXPECT_NE(source.c_str(), target.c_str()) << "copies share nothing";
+    EXPECT_STREQ(CStringProxy(target).c_str(), "text");
     const CStringProxy& same = source;
     source = same;
     EXPECT_STREQ(source.c_str(), "text");
