@@ -258,7 +258,7 @@ void CRequestMessage::sign(unsigned long long hProv, unsigned int keySpec,
     impl_->fill(buffer.getCtxtPtr(), record);
     const CBlob tbs = ASN1::encodeRecord<TbsRequestTraits>(buffer, record);
     std::string oid = signatureAlgorithm.get_algorithm();
-    CBlob parameters = signatureAlgorithm.get_parameters();
+    CBlob const& parameters = signatureAlgorithm.get_parameters();
     CRYPT_ALGORITHM_IDENTIFIER algorithm{
         oid.data(),
         {static_cast<DWORD>(parameters.cbData()), parameters.cbData() == 0 ? nullptr : parameters.pbData()}};

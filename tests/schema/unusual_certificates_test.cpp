@@ -136,8 +136,10 @@ TEST_F(UnusualCertificates, ThatAreLegalComeOutAsTheyWere) {
         {"UniversalString", withSubject(name(tlv::raw(kUniversalString, fromHex("00 00 00 DC"))))},
         {"TeletexString with octets above 127", withSubject(name(tlv::raw(kTeletexString, fromHex("4D FC"))))},
         {"UTF8String of 32768 characters in 65536 octets", withSubject(name(tlv::raw(0x0C, repeated("D0 96", 32768))))},
-        {"addresses in UTF8String",
-         withSubject(tlv::sequence({tlv::set({attribute("1.2.840.113549.1.9.1", tlv::utf8String("a@b"))}),
+        {"country, qualifier and addresses in UTF8String",
+         withSubject(tlv::sequence({tlv::set({attribute("2.5.4.6", tlv::utf8String("Aq"))}),
+                                    tlv::set({attribute("2.5.4.46", tlv::utf8String("q"))}),
+                                    tlv::set({attribute("1.2.840.113549.1.9.1", tlv::utf8String("a@b"))}),
                                     tlv::set({attribute("0.9.2342.19200300.100.1.25", tlv::utf8String("b"))})}))},
         {"long postal address, postal code and unstructured name",
          withSubject(
