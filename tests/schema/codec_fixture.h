@@ -9,6 +9,7 @@
 #include "asn1rt/encode.h"
 #include "schema/value_codec.h"
 #include "tests/support/bytes.h"
+#include "tests/support/temp_dir.h"
 
 namespace schematest {
 
@@ -58,6 +59,36 @@ protected:
         }
         return length;
     }
+
+    /// The octets of a record that can be encoded.
+    template <class Record>
+    Octets encoded(int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), Record& record) {
+        const int length = encode(encoder, record);
+        EXPECT_GT(length, 0);
+        return length > 0 ? Octets(xe_getp(&ctxt_), xe_getp(&ctxt_) + length) : Octets();
+    }
+
+    /// Decodes every prefix, which fails, and what is left of the octets with one of them damaged, whatever comes of
+    /// it.
+    template <class Record>
+    void survivesDamage(int (*decoder)(ASN1CTXT*, Record*, ASN1TagType, int),
+                        int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), const Octets& whole) {
+        for (std::size_t i = 0; i < whole.size(); ++i) {
+            Octets damaged = whole;
+            damaged[i] = static_cast<std::uint8_t>(damaged[i] ^ (i % 3 == 0 ? 0x80 : i % 3 == 1 ? 0xFF : 0x01));
+            Record record;
+            if (decode(decoder, record, damaged) == 0) {
+                encode(encoder, record);
+            }
+            rtFreeContext(&ctxt_);
+            ASSERT_EQ(rtInitContext(&ctxt_, nullptr), 0);
+            Record cut;
+            EXPECT_LT(decode(decoder, cut, Octets(whole.begin(), whole.begin() + static_cast<long>(i))), 0) << i;
+        }
+    }
+
+    /// A file of tests/data/schema.
+    static Octets file(const std::string& name) { return testkit::readFile("data/schema/" + name); }
 
     /// Decodes, encodes again, and answers the octets, or the status as text.
     template <class Record>

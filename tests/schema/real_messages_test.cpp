@@ -98,6 +98,19 @@ protected:
     TempDir dir_;
 };
 
+TEST_F(RealMessages, KeptFilesComeOutAsTheyWere) {
+    for (const char* name : {"root.der", "leaf.der", "ec.der", "ed25519.der", "constraints.der"}) {
+        comesBack("Certificate", file(name));
+    }
+    for (const char* name : {"request.der", "request-signed.der"}) {
+        comesBack("OCSPRequest", file(name));
+    }
+    for (const char* name : {"response-good.der", "response-revoked.der", "response-unknown.der", "response-many.der",
+                             "response-refused.der"}) {
+        comesBack("OCSPResponse", file(name));
+    }
+}
+
 TEST_F(RealMessages, CryptographicMessagesComeOutAsTheyWere) {
     const std::string key = "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f";
     const struct {
