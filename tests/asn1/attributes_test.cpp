@@ -16,7 +16,6 @@
 namespace {
 
 using Orvane::CBlob;
-using Orvane::CDateTime;
 using namespace Orvane::ASN1;
 using namespace testkit;
 
@@ -151,20 +150,6 @@ TEST(ValueClasses, DecodeWhatTheyHoldThemselves) {
          [](const COtherCertID& value) -> const CBlob& { return *value.get_otherCertHash().get_sha1Hash(); });
 }
 
-TEST(CertificateIdentifiers, CopyDeeply) {
-    const CIssuerSerial issuer = issuerSerial();
-    CESSCertID id(blob(kHash));
-    id.put_issuerSerial(&issuer);
-    const CESSCertID copy = id;
-    id.put_issuerSerial(id.get_issuerSerial());
-    EXPECT_TRUE(copy == id);
-    id.put_issuerSerial(nullptr);
-    id.get_certHash().pbData()[0] = 0xFF;
-    EXPECT_TRUE(*copy.get_issuerSerial() == issuer);
-    EXPECT_EQ(copy.get_certHash(), blob(kHash));
-    EXPECT_FALSE(copy == id);
-}
-
 TEST(PolicyInformation, DropsQualifiers) {
     const Bytes cps = tlv::sequence({tlv::oid("1.3.6.1.5.5.7.2.1"), tlv::ia5String("http://c")});
     CPolicyInformation policy;
@@ -239,29 +224,6 @@ TEST(ContentInfo, ChecksTheContentOfKnownTypes) {
     EXPECT_THAT(thrownStatus([&] { CContentInfo("data", blob(tlv::null())).encode(); }),
                 IsStatus(status::kInvalidArgument));
     EXPECT_THAT(thrownStatus([] { CCertificateValue(blob(tlv::null())).encode(); }), IsStatus(status::kAsn1Error));
-}
-
-TEST(SigningTime, ChangesItsTypeWithTheYear2050) {
-    const struct {
-        CDateTime time;
-        Bytes encoded;
-    } rows[] = {
-        {CDateTime(1950, 1, 1, 0, 0, 0, 0, 0), tlv::utcTime("500101000000Z")},
-        {CDateTime(2049, 12, 31, 23, 59, 59, 999, 0), tlv::utcTime("491231235959Z")},
-        {CDateTime(2050, 1, 1, 0, 0, 0, 0, 0), tlv::generalizedTime("20500101000000Z")},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(toHex(row.encoded));
-        const CAttrSigningTime attribute(row.time);
-        EXPECT_EQ(hexOf(attribute.get_value()), toHex(row.encoded));
-        EXPECT_EQ(CAttrSigningTime(attribute.get_value()).get_time().getTime(), row.time.getTime());
-    }
-    EXPECT_THAT(thrownStatus([] { CAttrSigningTime(CDateTime(1949, 12, 31, 0, 0, 0, 0, 0)); }),
-                IsStatus(status::kAsn1Error));
-    // A GeneralizedTime of a year before is read, and written as the rule says.
-    CAttrSigningTime early(blob(tlv::generalizedTime("20300101000000Z")));
-    early.encode();
-    EXPECT_EQ(hexOf(early.get_value()), toHex(tlv::utcTime("300101000000Z")));
 }
 
 TEST(TypedAttributes, KeepValueAndMemberInStep) {

@@ -145,16 +145,4 @@ TEST(GeneralName, RefusesWhatItCannotHold) {
     EXPECT_THAT(thrownStatus([&] { name.encode(); }), IsStatus(status::kAsn1Error));
 }
 
-TEST(GeneralNames, KeepTheirOrder) {
-    const Bytes der = tlv::sequence({tlv::contextPrimitive(2, bytesOf("b")), tlv::contextPrimitive(2, bytesOf("a"))});
-    CGeneralNames names;
-    names.decode(blob(der));
-    ASSERT_EQ(names.size(), 2U);
-    EXPECT_STREQ(names.front().get_dNSName(), L"b");
-    EXPECT_EQ(hexOf(names.encode()), toHex(der));
-    names.decode(blobFromHex("3000"));
-    EXPECT_TRUE(names.empty());
-    EXPECT_EQ(hexOf(names.encode()), "3000");
-}
-
 }  // namespace

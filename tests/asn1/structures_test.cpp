@@ -8,13 +8,11 @@
 #include "asn1/name.h"
 #include "handles/status.h"
 #include "tests/asn1/blobs.h"
-#include "tests/support/pki.h"
 #include "tests/support/status_matcher.h"
 #include "tests/support/tlv.h"
 
 namespace {
 
-using Orvane::CBlob;
 using namespace Orvane::ASN1;
 using namespace testkit;
 
@@ -175,15 +173,6 @@ TEST(ReasonFlags, MapBitsToTheBitString) {
     flags.remove_flag(CReasonFlags::kKeyCompromise);
     EXPECT_TRUE(flags.get_flag(CReasonFlags::kAACompromise));
     EXPECT_EQ(flags.get_value(), 256U);
-}
-
-TEST(Name, KeepsTheBytesThatOpensslWrote) {
-    const Pki& pki = Pki::shared();
-    CName name;
-    name.decode(blob(pki.good.subject()));
-    EXPECT_EQ(name.encode(), blob(pki.good.subject()));
-    EXPECT_STREQ(name.toString().c_str(), L"CN=good");
-    EXPECT_TRUE(CName(L"CN=good") == name);
 }
 
 TEST(Name, EncodesWhatItsTextSays) {
