@@ -66,6 +66,12 @@ private:
 /// Hexadecimal as the command writes it.
 std::string upperHex(const Bytes& octets);
 
+/// Arguments, and words of the line that tells what is wrong with them.
+struct Mistake {
+    std::vector<std::string> arguments;
+    const char* words;
+};
+
 /// Wrong usage: exit status 64, one line on standard error with these words, nothing on standard output.
 void expectMistake(const ProcessResult& run, const std::string& words);
 

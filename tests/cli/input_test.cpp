@@ -17,10 +17,6 @@ using testing::StartsWith;
 constexpr int kExitUsage = 64;
 constexpr int kExitNoAnswer = 3;
 
-std::string truncated(const std::string& pem) {
-    return pem.substr(0, pem.size() / 2);
-}
-
 std::string textOf(const Bytes& bytes) {
     return {bytes.begin(), bytes.end()};
 }
@@ -43,7 +39,7 @@ TEST(CertificateFile, ThatIsNoneIsToldInOneLineThatNamesIt) {
              Row{"key.pem", certs().good.key.pem(), "0x8007000D", "PRIVATE KEY"},
              Row{"garbage", std::string(300, '\x01'), "0x80093101", "not a certificate"},
              Row{"text", "not a certificate at all\n", "0x80093101", "not a certificate"},
-             Row{"half.pem", truncated(pem), "0x8007000D", "PEM"},
+             Row{"half.pem", pem.substr(0, pem.size() / 2), "0x8007000D", "PEM"},
              Row{"bad.pem", "-----BEGIN CERTIFICATE-----\n!!\n-----END CERTIFICATE-----\n", "0x8007000D", "PEM"},
              Row{"begin.pem", "-----BEGIN CERTIFICATE", "0x8007000D", "PEM"},
              Row{"half.der", textOf(der).substr(0, der.size() / 2), "0x80093101", "not a certificate"},
@@ -93,26 +89,23 @@ TEST(OptionFile, ThatIsOfNoUseIsWrongUsage) {
 TEST(CommandLine, ThatIsWrongIsToldInOneLine) {
     const Command tallow;
     const std::string leaf = tallow.file("leaf.pem", certs().good);
-    struct Row {
-        std::vector<std::string> arguments;
-        const char* words;
-    };
-    for (const Row& row : {
-             Row{{}, "subcommand"},
-             Row{{"chekc", leaf}, "subcommand"},
-             Row{{"check"}, "CERT"},
-             Row{{"check", "--no-such-option", leaf}, "--no-such-option"},
-             Row{{"check", "--isuer", "ca.pem", leaf}, "--isuer"},  // not: "ca.pem cannot be opened"
-             Row{{"check", leaf, "--url"}, "--url"},
-             Row{{"check", "--url", "", leaf}, "--url"},
-             Row{{"check", "--issuer", "", leaf}, "--issuer"},
-             Row{{"check", "--hash", "sha257", leaf}, "sha257"},
-             Row{{"check", "--hash", "1.2.3.4", leaf}, "1.2.3.4"},
-             Row{{"check", "--save-request", "one.der", leaf, leaf}, "--save-request"},
-             Row{{"show"}, "FILE"},
-             Row{{"request", leaf}, "--output"},
-             Row{{"request", "-o", "", leaf}, "--output"},
-             Row{{"verify", leaf, leaf}, "not expected"},
+    for (const Mistake& row : {
+             Mistake{{}, "subcommand"},
+             Mistake{{"chekc", leaf}, "subcommand"},
+             Mistake{{"check"}, "CERT"},
+             Mistake{{"check", "--settings", "missing.toml", leaf}, "missing.toml"},  // and not the defaults
+             Mistake{{"check", "--no-such-option", leaf}, "--no-such-option"},
+             Mistake{{"check", "--isuer", "ca.pem", leaf}, "--isuer"},  // not: "ca.pem cannot be opened"
+             Mistake{{"check", leaf, "--url"}, "--url"},
+             Mistake{{"check", "--url", "", leaf}, "--url"},
+             Mistake{{"check", "--issuer", "", leaf}, "--issuer"},
+             Mistake{{"check", "--hash", "sha257", leaf}, "sha257"},
+             Mistake{{"check", "--hash", "1.2.3.4", leaf}, "1.2.3.4"},
+             Mistake{{"check", "--save-request", "one.der", leaf, leaf}, "--save-request"},
+             Mistake{{"show"}, "FILE"},
+             Mistake{{"request", leaf}, "--output"},
+             Mistake{{"request", "-o", "", leaf}, "--output"},
+             Mistake{{"verify", leaf, leaf}, "not expected"},
          }) {
         expectMistake(Command::plain(row.arguments), row.words);
     }
@@ -128,12 +121,6 @@ TEST(CommandLine, AnswersHelpAndVersionOnStandardOutput) {
         EXPECT_THAT(run.out, HasSubstr(words));
         EXPECT_EQ(run.err, "");
     }
-}
-
-TEST(Settings, ThatAreMissingAreNoDefaults) {
-    const Command tallow;
-    const std::string missing = tallow.folder().file("missing.toml");
-    expectMistake(Command::plain({"check", "--settings", missing, tallow.file("leaf.pem", certs().good)}), missing);
 }
 
 TEST(Settings, ThatAreBrokenNameLineAndColumnBeforeAnythingIsAsked) {

@@ -60,10 +60,6 @@ TEST(IssuerOption, MustNameTheIssuer) {
         EXPECT_EQ(numLines(run.err), 1U);
         EXPECT_THAT(run.err, AllOf(HasSubstr("0x800B0107"), HasSubstr(row.words), HasSubstr("--issuer")));
     }
-    for (const std::string& issuer :
-         {tallow.file("root.pem", certs().root), tallow.file("root.der", certs().root.certificate)}) {
-        EXPECT_EQ(tallow.check({"--url", responder.url(), "--issuer", issuer, leaf}).exitStatus, 0);
-    }
     const ProcessResult unknown = tallow.checkUntrusting({"--url", responder.url(), leaf});
     EXPECT_EQ(unknown.exitStatus, kExitNoAnswer);
     EXPECT_THAT(unknown.err, AllOf(HasSubstr("0x8009100E"), HasSubstr("--issuer")));

@@ -82,14 +82,10 @@ TEST(Send, WantsARequestAndAnAddress) {
     const Command tallow;
     const HttpServer server([](const HttpRequest&) { return HttpReply{}; });
     const std::string response = tallow.file("response.der", buildResponse(goodResponse()));
-    struct Row {
-        std::vector<std::string> arguments;
-        const char* words;
-    };
-    for (const Row& row :
-         {Row{{response}, "--url"}, Row{{"--url", server.url()}, "REQUEST"},
-          Row{{"--url", server.url(), response}, "no request"}, Row{{"--url", server.url(), "missing"}, "No such file"},
-          Row{{"--url", server.url(), "-o", "no/folder", response}, "cannot be written"}}) {
+    for (const Mistake& row : {Mistake{{response}, "--url"}, Mistake{{"--url", server.url()}, "REQUEST"},
+                               Mistake{{"--url", server.url(), response}, "no request"},
+                               Mistake{{"--url", server.url(), "missing"}, "No such file"},
+                               Mistake{{"--url", server.url(), "-o", "no/folder", response}, "cannot be written"}}) {
         std::vector<std::string> arguments = row.arguments;
         arguments.insert(arguments.begin(), "send");
         expectMistake(tallow.with(arguments), row.words);

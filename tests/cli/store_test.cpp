@@ -76,22 +76,18 @@ TEST(Store, RefusesWhatCannotBeUsedInOneLine) {
     const std::string leaf = tallow.file("leaf.pem", certs().good);
     const std::string key = tallow.file("key.pem", certs().good.key.pem());
     tallow.file("user/file", std::string("in the way"));
-    struct Row {
-        std::vector<std::string> arguments;
-        const char* words;
-    };
-    for (const Row& row : {
-             Row{{"store", "list", "../ROOT"}, "no name of a store"},
-             Row{{"store", "list", ".ROOT"}, "no name of a store"},
-             Row{{"store", "list", ""}, "empty"},
-             Row{{"store", "list", "file"}, "cannot be read"},
-             Row{{"store", "add", "ROOT", leaf}, "no root"},
-             Row{{"store", "add", "CA", key}, "no certificate and no CRL"},
-             Row{{"store", "add", "CA", "missing.pem"}, "No such file"},
-             Row{{"store", "add", "file", leaf}, "cannot be made"},
-             Row{{"store", "remove", "CA", leaf}, "is not in the store"},
-             Row{{"store", "add", "CA"}, "FILE"},
-             Row{{"store", "--machine"}, "subcommand"},
+    for (const Mistake& row : {
+             Mistake{{"store", "list", "../ROOT"}, "no name of a store"},
+             Mistake{{"store", "list", ".ROOT"}, "no name of a store"},
+             Mistake{{"store", "list", ""}, "empty"},
+             Mistake{{"store", "list", "file"}, "cannot be read"},
+             Mistake{{"store", "add", "ROOT", leaf}, "no root"},
+             Mistake{{"store", "add", "CA", key}, "no certificate and no CRL"},
+             Mistake{{"store", "add", "CA", "missing.pem"}, "No such file"},
+             Mistake{{"store", "add", "file", leaf}, "cannot be made"},
+             Mistake{{"store", "remove", "CA", leaf}, "is not in the store"},
+             Mistake{{"store", "add", "CA"}, "FILE"},
+             Mistake{{"store", "--machine"}, "subcommand"},
          }) {
         expectMistake(tallow.with(row.arguments), row.words);
     }

@@ -75,24 +75,12 @@ TEST(Verify, RefusesWhatIsTamperedStaleOrNotTheResponders) {
     };
     for (const Row& row : {
              Row{"signature", changed([](auto& s) { s.corruptSignature = true; }), "0x80092004"},
-             Row{"nextUpdate", changed([](auto& s) {
-                     s.producedAt = s.entries[0].thisUpdate = generalizedTimeText(-1800);
-                     s.entries[0].nextUpdate = generalizedTimeText(-60);
-                 }),
-                 "0xC2110122"},
              Row{"stale and revoked", changed([](auto& s) {
                      s.entries[0].status = EntryStatus::kRevoked;
                      s.entries[0].nextUpdate = generalizedTimeText(-30);
                  }),
                  "0xC2110122"},
-             Row{"old", changed([](auto& s) {
-                     s.entries[0].thisUpdate = generalizedTimeText(-8L * 24 * 3600);
-                     s.entries[0].nextUpdate = std::nullopt;
-                 }),
-                 "0xC2110123"},
              Row{"ahead", changed([](auto& s) { s.entries[0].thisUpdate = generalizedTimeText(1800); }), "0xC2110122"},
-             Row{"leaf signs", changed([](auto& s) { s.signer = certs().unknown; }), "0x800B0110"},
-             Row{"no entry", changed([](auto& s) { s.entries.clear(); }), "0xC2110125"},
              Row{"try later", changed([](auto& s) { s.responseStatus = 3; }), "0xC2110128"},
              Row{"half", Bytes(good.begin(), good.begin() + 200), "0x80093101"},
              Row{"empty", Bytes(), "0x8007000D"},
@@ -158,19 +146,16 @@ TEST(Verify, WantsWhatIsGivenBesideTheResponseToBeOfUse) {
     const Command tallow;
     const std::string response = tallow.file("response.der", buildResponse(goodResponse()));
     const std::string leaf = tallow.file("leaf.pem", leafWith({}));
-    struct Row {
-        Arguments arguments;
-        const char* words;
-    };
     const Bytes nothing = tlv::sequence({tlv::sequence({tlv::sequence(std::vector<Bytes>())})});
-    for (const Row& row :
-         {Row{{"--request", response, response}, "no request"},
-          Row{{"--request", tallow.file("nothing.der", nothing), response}, "no certificate"},
-          Row{{"--request", leaf, response}, "CERTIFICATE"}, Row{{"--request", "missing", response}, "No such file"},
-          Row{{"--cert", response, response}, "not a certificate"},
-          Row{{"--cert", tallow.file("other.pem", rootCa("other")), response}, "--issuer"},
-          Row{{"--cert", leaf, "--issuer", tallow.file("other.pem", rootCa("command root")), response},
-              "another key"}}) {
+    for (const Mistake& row :
+         {Mistake{{"--request", response, response}, "no request"},
+          Mistake{{"--request", tallow.file("nothing.der", nothing), response}, "no certificate"},
+          Mistake{{"--request", leaf, response}, "CERTIFICATE"},
+          Mistake{{"--request", "missing", response}, "No such file"},
+          Mistake{{"--cert", response, response}, "not a certificate"},
+          Mistake{{"--cert", tallow.file("other.pem", rootCa("other")), response}, "--issuer"},
+          Mistake{{"--cert", leaf, "--issuer", tallow.file("other.pem", rootCa("command root")), response},
+                  "another key"}}) {
         expectMistake(verify(tallow, row.arguments), row.words);
     }
 }
