@@ -11,11 +11,7 @@ namespace {
 using rttest::Output;
 
 TEST(EncodeValues, IntegersAreMinimal) {
-    struct Row {
-        std::int64_t value;
-        const char* hex;
-    };
-    const Row rows[] = {
+    const std::pair<std::int64_t, const char*> rows[] = {
         {0, "020100"},
         {127, "02017f"},
         {128, "02020080"},
@@ -27,24 +23,20 @@ TEST(EncodeValues, IntegersAreMinimal) {
         {-2147483648LL, "020480000000"},
         {4294967295, "020500ffffffff"},
     };
-    for (const Row& row : rows) {
-        if (row.value <= std::numeric_limits<std::int32_t>::max()) {
+    for (const auto& [number, hex] : rows) {
+        const auto written = [&row = hex](auto writer, auto value) {
             Output out;
-            const auto value = static_cast<std::int32_t>(row.value);
-            EXPECT_TRUE(out.counts(xe_integer(out, &value, TAG_EXPLICIT)));
-            EXPECT_EQ(out.hex(), row.hex);
+            EXPECT_TRUE(out.counts(writer(out, &value, TAG_EXPLICIT))) << row;
+            EXPECT_EQ(out.hex(), row);
+        };
+        if (number <= std::numeric_limits<std::int32_t>::max()) {
+            written(xe_integer, static_cast<std::int32_t>(number));
         }
-        if (row.value >= 0) {
-            Output out;
-            const auto value = static_cast<std::uint32_t>(row.value);
-            EXPECT_TRUE(out.counts(xe_unsigned(out, &value, TAG_EXPLICIT)));
-            EXPECT_EQ(out.hex(), row.hex);
+        if (number >= 0) {
+            written(xe_unsigned, static_cast<std::uint32_t>(number));
         }
-        if (row.value >= 0 && row.value <= 0xFFFF) {
-            Output out;
-            const auto value = static_cast<std::uint16_t>(row.value);
-            EXPECT_TRUE(out.counts(xe_uint16(out, &value, TAG_EXPLICIT)));
-            EXPECT_EQ(out.hex(), row.hex);
+        if (number >= 0 && number <= 0xFFFF) {
+            written(xe_uint16, static_cast<std::uint16_t>(number));
         }
     }
 }

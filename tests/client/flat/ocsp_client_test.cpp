@@ -25,6 +25,13 @@ protected:
         spec.entries.emplace_back(certIdOf(subject, pki_.ca), entryStatus);
         return spec;
     }
+    // A good answer about the good certificate, with a change.
+    using Change = std::function<void(ResponseSpec&)>;
+    Bytes changed(const Change& change) const {
+        ResponseSpec spec = about(pki_.good);
+        change(spec);
+        return buildResponse(spec);
+    }
     Bytes requestAbout(const Identity& subject, bool nonce = false) {
         CRequest request;
         request.put_UseNonce(nonce);
@@ -134,11 +141,7 @@ TEST_F(PlainFunctions, SendTellsAnswersOfNoUseAndOtherFailures) {
     HttpReply reply;
     const HttpServer server([&](const HttpRequest&) { return reply; });
     settings("DefaultOCSPURL = \"" + server.url() + "\"\n");
-    const auto with = [&](const std::function<void(ResponseSpec&)>& change) {
-        ResponseSpec spec = about(pki_.good);
-        change(spec);
-        return HttpReply{.body = buildResponse(spec)};
-    };
+    const auto with = [&](const Change& change) { return HttpReply{.body = changed(change)}; };
     const Bytes request = requestAbout(pki_.good);
     struct Row {
         const char* what;
@@ -174,13 +177,8 @@ TEST_F(PlainFunctions, SendTellsAnswersOfNoUseAndOtherFailures) {
 }
 
 TEST_F(PlainFunctions, VerifyJudgesAResponseAboutOneCertificate) {
-    const auto with = [&](const std::function<void(ResponseSpec&)>& change) {
-        ResponseSpec spec = about(pki_.good);
-        change(spec);
-        return buildResponse(spec);
-    };
-    const Bytes good = with([](ResponseSpec&) {});
-    const Bytes withNonce = with([](ResponseSpec& s) { s.extensions = {nonceExtension({1, 2})}; });
+    const Bytes good = changed([](ResponseSpec&) {});
+    const Bytes withNonce = changed([](ResponseSpec& s) { s.extensions = {nonceExtension({1, 2})}; });
     const Bytes sameNonce = extensions({{"1.2.3", false, tlv::null()}, nonceExtension({1, 2})});
     const Bytes bareNonce = extensions({{kNonceOid, false, {1, 2}}});
     constexpr std::int32_t kFailed = 1;
@@ -193,28 +191,28 @@ TEST_F(PlainFunctions, VerifyJudgesAResponseAboutOneCertificate) {
     const Row rows[] = {
         {"good", good, {}, 0},
         {"revoked",
-         with([](ResponseSpec& s) { s.entries[0].status = EntryStatus::kRevoked; }),
+         changed([](ResponseSpec& s) { s.entries[0].status = EntryStatus::kRevoked; }),
          {},
          status::kCryptRevoked},
         {"unknown",
-         with([](ResponseSpec& s) { s.entries[0].status = EntryStatus::kUnknown; }),
+         changed([](ResponseSpec& s) { s.entries[0].status = EntryStatus::kUnknown; }),
          {},
          status::kNoRevocationCheck},
         {"about another", buildResponse(about(pki_.revoked)), {}, status::kNteFail},
         {"a critical extension",
-         with([](ResponseSpec& s) {
+         changed([](ResponseSpec& s) {
              s.extensions = {{"1.2.3", true, tlv::null()}};
          }),
          {},
          status::kCertCritical},
-        {"not authorised", with([this](ResponseSpec& s) { s.signer = pki_.good; }), {}, status::kWrongUsage},
+        {"not authorised", changed([this](ResponseSpec& s) { s.signer = pki_.good; }), {}, status::kWrongUsage},
         {"the nonce", withNonce, sameNonce, 0},
         {"extensions without a nonce", withNonce, extensions({{"1.2.3", false, tlv::null()}}), 0},
         {"no nonce in the response", good, sameNonce, status::kNoRevocationCheck},
         {"the nonce wrapped otherwise", withNonce, bareNonce, status::kNoRevocationCheck},
         {"no extensions", withNonce, {1, 2, 3}, kFailed},
-        {"signature altered", with([](ResponseSpec& s) { s.corruptSignature = true; }), {}, kFailed},
-        {"unauthorized", with([](ResponseSpec& s) { s.responseStatus = 6; }), {}, kFailed},
+        {"signature altered", changed([](ResponseSpec& s) { s.corruptSignature = true; }), {}, kFailed},
+        {"unauthorized", changed([](ResponseSpec& s) { s.responseStatus = 6; }), {}, kFailed},
         {"no response", {1, 2, 3}, {}, kFailed},
     };
     for (const Row& row : rows) {
@@ -230,11 +228,7 @@ TEST_F(PlainFunctions, VerifyJudgesAResponseAboutOneCertificate) {
 }
 
 TEST_F(PlainFunctions, VerifyFindsTheResponderInTheStoreOfTheCertificate) {
-    const Bytes response = [&] {
-        ResponseSpec spec = about(pki_.good);
-        spec.includeSigner = false;
-        return buildResponse(spec);
-    }();
+    const Bytes response = changed([](ResponseSpec& s) { s.includeSigner = false; });
     EXPECT_THAT(verified(pki_.good, response, {}), IsStatus(1));
     ATL2::CCertStore store;
     ASSERT_EQ(store.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr), 0);

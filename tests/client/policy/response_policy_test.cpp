@@ -18,11 +18,7 @@ using testkit::SettingsFile;
 using testkit::thrownStatus;
 
 TEST(ResponsePolicy, LimitsTheAgeOfThisUpdateByCountAndLetter) {
-    struct Row {
-        const char* settings;
-        const char* limit;
-    };
-    const Row rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"", "20240324120000Z"},
         {"ThisUpdateAccuracy = 'h'\nThisUpdateAccuracyUnits = 12", "20240331000000Z"},
         {"ThisUpdateAccuracy = 'hours'\nThisUpdateAccuracyUnits = 1", "20240331110000Z"},
@@ -31,13 +27,12 @@ TEST(ResponsePolicy, LimitsTheAgeOfThisUpdateByCountAndLetter) {
         {"ThisUpdateAccuracy = 's'\nThisUpdateAccuracyUnits = -30", "20240331120030Z"},
         {"ThisUpdateAccuracyUnits = 4294967297", "20240330120000Z"},  // counted in 32 bits
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.settings);
-        const SettingsFile settings(row.settings);
+    for (const auto& [text, expected] : rows) {
+        const SettingsFile settings(text);
         const CResponsePolicy policy;
         const CDateTime limit =
             thisUpdateLimit(policy.ThisUpdateAccuracy, policy.ThisUpdateAccuracyUnits, CDateTime("20240331120000Z"));
-        EXPECT_STREQ(limit.getGeneralizedTime().c_str(), row.limit);
+        EXPECT_STREQ(limit.getGeneralizedTime().c_str(), expected) << text;
     }
 }
 

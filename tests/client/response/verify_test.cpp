@@ -127,15 +127,12 @@ TEST_F(Verify, CriticalExtensionsAreRefusedAsTheListSays) {
     spec.extensions.push_back({"1.2.3.5", false, fromHex("0500")});
     CResponse response;
     import(response, buildResponse(spec));
-    struct Row {
-        const char* list;
-        std::int32_t expected;
-    };
-    for (const Row& row :
-         {Row{nullptr, status::kCertCritical}, Row{"*", 0}, Row{"", 0}, Row{"1.2.3.4", status::kCertCritical},
-          Row{"9.9;1.2.3.4;8.8", status::kCertCritical}, Row{"1.2.3.5", 0}, Row{"1.2.3", 0}, Row{"1.2.3.40", 0},
-          Row{"11.2.3.4", 0}, Row{" 1.2.3.4", 0}}) {
-        EXPECT_THAT(response.Verify(nullptr, row.list), IsStatus(row.expected)) << (row.list ? row.list : "null");
+    for (const char* refusing : {static_cast<const char*>(nullptr), "1.2.3.4", "9.9;1.2.3.4;8.8"}) {
+        EXPECT_THAT(response.Verify(nullptr, refusing), IsStatus(status::kCertCritical))
+            << (refusing ? refusing : "null");
+    }
+    for (const char* list : {"*", "", "1.2.3.5", "1.2.3", "1.2.3.40", "11.2.3.4", " 1.2.3.4"}) {
+        EXPECT_THAT(response.Verify(nullptr, list), IsStatus(0)) << list;
     }
     EXPECT_THAT(response.Verify(contextOf(pki_.ca).get(), "*"), IsStatus(status::kBadSignature));
 }

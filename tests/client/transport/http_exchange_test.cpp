@@ -124,19 +124,20 @@ TEST_F(HttpExchange, GoesDirectlyWithAProxyOrOtherHeaders) {
 
 TEST_F(HttpExchange, SaysByLastErrorWhatAnOlderServiceLeavesUnsaid) {
     params_.ProxyAddress = L"http://p/";
-    struct Row {
-        unsigned long status;
-        DWORD lastError;
-    };
-    for (const Row& row : {Row{200, 5}, Row{404, 12007}, Row{407, 12187}, Row{503, 12029}, Row{507, 8}, Row{0, 12004},
-                           Row{418, 12004}}) {
+    for (const auto& [status, lastError] : {std::pair{200UL, 5U},
+                                            {404UL, 12007U},
+                                            {407UL, 12187U},
+                                            {503UL, 12029U},
+                                            {507UL, 8U},
+                                            {0UL, 12004U},
+                                            {418UL, 12004U}}) {
         OldService service;
-        EXPECT_CALL(service, SendPKIRequest).WillOnce([&row](auto...) {
+        EXPECT_CALL(service, SendPKIRequest).WillOnce([answer = status](auto...) {
             SetLastError(5);
-            return row.status;
+            return answer;
         });
         send(false, false);
-        EXPECT_EQ(GetLastError(), row.lastError) << row.status;
+        EXPECT_EQ(GetLastError(), lastError) << status;
     }
 }
 

@@ -1,6 +1,7 @@
 // Sending: whom the request asks, in which order, and what the caller sees in the end.
 #include <functional>
 #include <map>
+#include <regex>
 #include <sstream>
 
 #include "client/flat/response_handler.h"
@@ -211,18 +212,10 @@ TEST_F(Send, TracesItsWayInOrder) {
     std::vector<std::string> traced;
     for (std::string line; std::getline(lines, line);) {
         // Time, process, module, label with its line number, text. Where policies are read is not the subject here.
-        std::istringstream parts(line);
-        std::string time;
-        std::string process;
-        std::string module;
-        std::string label;
-        std::string said;
-        parts >> time >> process >> module;
-        std::getline(parts >> std::ws, label, ':');
-        parts.ignore(line.size(), ' ');
-        std::getline(parts, said);
-        if (label != "Load") {
-            traced.push_back(label + ": " + said);
+        static const std::regex form(R"(\S+\s+\S+\s+\S+\s+([^:]*):\S* (.*))");
+        std::smatch parts;
+        if (!std::regex_match(line, parts, form) || parts[1] != "Load") {
+            traced.push_back(parts[1].str() + ": " + parts[2].str());
         }
     }
     EXPECT_EQ(traced, (std::vector<std::string>{
@@ -314,8 +307,10 @@ TEST_F(Send, PolicyRefusesRequestsAndAddresses) {
     };
     replies_ = {{"/", {.status = 500}}};
     const Row rows[] = {
+        {"RequireNonce = true\n", status::kOptionAgainstPolicy},
         {"RequireAcceptResp = true\n", status::kOptionAgainstPolicy},
         {"AllowedOCSPs = []\n", status::kAddressRefused},
+        {"AllowedProxies = [\"http://p/\"]\n", status::kAddressRefused},
         {"AuthDenyAnonym = true\n", status::kResponderAuthRefused},
         {"AuthSSLDenyAnonym = true\n", status::kHttpStatus},  // words for https do not concern this address
     };
