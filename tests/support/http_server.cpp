@@ -135,10 +135,7 @@ bool readRequest(Connection& connection, HttpRequest& request) {
 
 std::string headerText(const HttpReply& reply, std::size_t bodySize) {
     std::ostringstream text;
-    text << "HTTP/1.1 " << reply.status << " Reply\r\nConnection: close\r\n";
-    if (!reply.contentType.empty()) {
-        text << "Content-Type: " << reply.contentType << "\r\n";
-    }
+    text << "HTTP/1.1 " << reply.status << " Reply\r\nConnection: close\r\nContent-Type: application/octet-stream\r\n";
     for (const auto& [name, value] : reply.headers) {
         text << name << ": " << value << "\r\n";
     }

@@ -35,7 +35,6 @@ enum class BodyFraming { kContentLength, kChunked, kUntilClose };
 
 struct HttpReply {
     int status = 200;
-    std::string contentType = "application/octet-stream";
     std::vector<std::pair<std::string, std::string>> headers = {};
     Bytes body = {};
     BodyFraming framing = BodyFraming::kContentLength;

@@ -1,8 +1,7 @@
 #include "tests/support/ocsp_builder.h"
 
-#include <openssl/rsa.h>
+#include <openssl/core_names.h>
 
-#include <map>
 #include <utility>
 
 #include "tests/support/openssl_ptr.h"
@@ -48,78 +47,28 @@ Bytes responderId(const ResponseSpec& spec) {
     return tlv::context(2, tlv::octetString(digest(kSha1Oid, spec.signer.key.publicKeyBits())));
 }
 
-struct Algorithm {
-    const char* signatureOid;
-    bool nullParameters;
+struct Signature {
+    Bytes algorithm;
+    Bytes octets;
 };
 
-// By key type and hash, as certificates and responses name them.
-Algorithm algorithmFor(EVP_PKEY* key, const std::string& hash) {
-    static const std::map<std::pair<int, std::string>, Algorithm> kTable = {
-        {{EVP_PKEY_RSA, "MD5"}, {"1.2.840.113549.1.1.4", true}},
-        {{EVP_PKEY_RSA, "SHA1"}, {"1.2.840.113549.1.1.5", true}},
-        {{EVP_PKEY_RSA, "SHA256"}, {"1.2.840.113549.1.1.11", true}},
-        {{EVP_PKEY_RSA, "SHA384"}, {"1.2.840.113549.1.1.12", true}},
-        {{EVP_PKEY_RSA, "SHA512"}, {"1.2.840.113549.1.1.13", true}},
-        {{EVP_PKEY_EC, "SHA1"}, {"1.2.840.10045.4.1", false}},
-        {{EVP_PKEY_EC, "SHA224"}, {"1.2.840.10045.4.3.1", false}},
-        {{EVP_PKEY_EC, "SHA256"}, {"1.2.840.10045.4.3.2", false}},
-        {{EVP_PKEY_EC, "SHA384"}, {"1.2.840.10045.4.3.3", false}},
-        {{EVP_PKEY_EC, "SHA512"}, {"1.2.840.10045.4.3.4", false}},
-    };
-    return kTable.at({EVP_PKEY_get_base_id(key), hash});
-}
-
-const char* hashOidOf(const std::string& hash) {
-    static const std::map<std::string, const char*> kTable = {
-        {"SHA1", kSha1Oid}, {"SHA256", kSha256Oid}, {"SHA384", kSha384Oid}, {"SHA512", kSha512Oid}};
-    return kTable.at(hash);
-}
-
-Bytes pssAlgorithm(const std::string& hash) {
-    const Bytes hashAlgorithm = tlv::sequence({tlv::oid(hashOidOf(hash)), tlv::null()});
-    const Bytes mask = tlv::sequence({tlv::oid("1.2.840.113549.1.1.8"), hashAlgorithm});
-    const int saltSize = EVP_MD_get_size(EVP_get_digestbyname(hash.c_str()));
-    return tlv::sequence(
-        {tlv::oid("1.2.840.113549.1.1.10"), tlv::sequence({tlv::context(0, hashAlgorithm), tlv::context(1, mask),
-                                                           tlv::context(2, tlv::integer(saltSize))})});
-}
-
-Bytes signatureAlgorithm(const ResponseSpec& spec) {
-    EVP_PKEY* const key = spec.signer.key.get();
-    if (spec.signatureAlgorithm) {
-        return *spec.signatureAlgorithm;
-    }
-    if (spec.pss) {
-        return pssAlgorithm(spec.hash);
-    }
-    if (EVP_PKEY_get_base_id(key) == EVP_PKEY_ED25519) {
-        return tlv::sequence({tlv::oid("1.3.101.112")});
-    }
-    const Algorithm algorithm = algorithmFor(key, spec.hash);
-    return tlv::sequence({tlv::oid(algorithm.signatureOid), algorithm.nullParameters ? tlv::null() : Bytes{}});
-}
-
-Bytes sign(const ResponseSpec& spec, const Bytes& data) {
-    EVP_PKEY* const key = spec.signer.key.get();
-    const bool digestless = EVP_PKEY_get_base_id(key) == EVP_PKEY_ED25519;
-    const MdCtxPtr context(EVP_MD_CTX_new());
+// The algorithm is told by libcrypto, as certificates name it.
+Signature sign(const ResponseSpec& spec, const Bytes& data) {
     EVP_PKEY_CTX* keyContext = nullptr;
-    require(EVP_DigestSignInit_ex(context.get(), &keyContext, digestless ? nullptr : spec.hash.c_str(), nullptr,
-                                  nullptr, key, nullptr) == 1,
-            "opening a signature");
-    if (spec.pss) {
-        require(EVP_PKEY_CTX_set_rsa_padding(keyContext, RSA_PKCS1_PSS_PADDING) == 1 &&
-                    EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, RSA_PSS_SALTLEN_DIGEST) == 1,
-                "setting the padding");
-    }
+    const MdCtxPtr context = signingContext(spec.signer.key.get(), spec.hash, spec.pss, &keyContext);
+    Signature signature{Bytes(512), {}};
+    OSSL_PARAM told[] = {OSSL_PARAM_construct_octet_string(OSSL_SIGNATURE_PARAM_ALGORITHM_ID,
+                                                           signature.algorithm.data(), signature.algorithm.size()),
+                         OSSL_PARAM_construct_end()};
+    require(EVP_PKEY_CTX_get_params(keyContext, told) == 1, "naming an algorithm");
+    signature.algorithm.resize(told[0].return_size);
     std::size_t size = 0;
     require(EVP_DigestSign(context.get(), nullptr, &size, data.data(), data.size()) == 1, "sizing a signature");
-    Bytes signature(size);
-    require(EVP_DigestSign(context.get(), signature.data(), &size, data.data(), data.size()) == 1, "signing");
-    signature.resize(size);
+    signature.octets.resize(size);
+    require(EVP_DigestSign(context.get(), signature.octets.data(), &size, data.data(), data.size()) == 1, "signing");
+    signature.octets.resize(size);
     if (spec.corruptSignature) {
-        signature.back() ^= 0x01;
+        signature.octets.back() ^= 0x01;
     }
     return signature;
 }
@@ -137,9 +86,23 @@ Bytes certificateList(const ResponseSpec& spec) {
     return list.empty() ? Bytes{} : tlv::context(0, tlv::sequence(list));
 }
 
+// The bytes under the signature.
+Bytes responseData(const ResponseSpec& spec) {
+    std::vector<Bytes> entries;
+    entries.reserve(spec.entries.size());
+    for (const EntrySpec& entry : spec.entries) {
+        entries.push_back(entry.encode());
+    }
+    return tlv::sequence({spec.version ? tlv::context(0, tlv::integer(*spec.version)) : Bytes{}, responderId(spec),
+                          tlv::generalizedTime(spec.producedAt), tlv::sequence(entries),
+                          spec.extensions.empty() ? Bytes{} : tlv::context(1, extensionList(spec.extensions))});
+}
+
 Bytes basicResponse(const ResponseSpec& spec) {
-    const Bytes data = buildResponseData(spec);
-    return tlv::sequence({data, signatureAlgorithm(spec), tlv::bitString(sign(spec, data)), certificateList(spec)});
+    const Bytes data = responseData(spec);
+    const Signature signature = sign(spec, data);
+    return tlv::sequence({data, spec.signatureAlgorithm.value_or(signature.algorithm), tlv::bitString(signature.octets),
+                          certificateList(spec)});
 }
 
 }  // namespace
@@ -155,8 +118,8 @@ Bytes digest(const std::string& hashOid, const Bytes& data) {
 }
 
 Bytes CertIdSpec::encode() const {
-    return tlv::sequence({tlv::sequence({tlv::oid(hashOid), nullParameters ? tlv::null() : Bytes{}}),
-                          tlv::octetString(issuerNameHash), tlv::octetString(issuerKeyHash), tlv::integer(serial)});
+    return tlv::sequence({tlv::sequence({tlv::oid(hashOid), tlv::null()}), tlv::octetString(issuerNameHash),
+                          tlv::octetString(issuerKeyHash), tlv::integer(serial)});
 }
 
 CertIdSpec certIdOf(const Identity& subject, const Identity& issuer, const std::string& hashOid) {
@@ -184,17 +147,6 @@ Bytes EntrySpec::encode() const {
 }
 
 ResponseSpec::ResponseSpec(Identity responseSigner) : signer(std::move(responseSigner)) {}
-
-Bytes buildResponseData(const ResponseSpec& spec) {
-    std::vector<Bytes> entries;
-    entries.reserve(spec.entries.size());
-    for (const EntrySpec& entry : spec.entries) {
-        entries.push_back(entry.encode());
-    }
-    return tlv::sequence({spec.version ? tlv::context(0, tlv::integer(*spec.version)) : Bytes{}, responderId(spec),
-                          tlv::generalizedTime(spec.producedAt), tlv::sequence(entries),
-                          spec.extensions.empty() ? Bytes{} : tlv::context(1, extensionList(spec.extensions))});
-}
 
 Bytes buildResponse(const ResponseSpec& spec) {
     if (spec.bare) {

@@ -30,8 +30,7 @@ struct CertIdSpec {
     std::string hashOid = kSha1Oid;
     Bytes issuerNameHash;
     Bytes issuerKeyHash;
-    Bytes serial;                // content octets
-    bool nullParameters = true;  // NULL, or parameters left out
+    Bytes serial;  // content octets
 
     Bytes encode() const;
 };
@@ -96,9 +95,6 @@ struct ResponseSpec {
 };
 
 Bytes buildResponse(const ResponseSpec& spec);
-
-/// DER of ResponseData, the bytes under the signature.
-Bytes buildResponseData(const ResponseSpec& spec);
 
 /// A nonce extension whose value is an OCTET STRING of `nonce`.
 ExtensionSpec nonceExtension(const Bytes& nonce);

@@ -42,4 +42,7 @@ inline void require(bool condition, const char* what) {
     }
 }
 
+/// A context that signs with the digest (none for Ed25519) and, for RSASSA-PSS, its padding; it owns `keyContext`.
+MdCtxPtr signingContext(EVP_PKEY* key, const std::string& hash, bool pss, EVP_PKEY_CTX** keyContext = nullptr);
+
 }  // namespace testkit

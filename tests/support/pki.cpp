@@ -9,6 +9,7 @@
 #include <map>
 
 #include "tests/support/openssl_ptr.h"
+#include "tests/support/tlv.h"
 
 namespace testkit {
 
@@ -28,9 +29,6 @@ std::shared_ptr<EVP_PKEY> generate(KeyKind kind) {
             break;
         case KeyKind::kRsa2048:
             key = EVP_RSA_gen(2048U);
-            break;
-        case KeyKind::kRsa1024:
-            key = EVP_RSA_gen(1024U);
             break;
         case KeyKind::kRsa512:
             key = EVP_RSA_gen(512U);
@@ -86,8 +84,7 @@ Asn1IntegerPtr makeSerial(const std::optional<Bytes>& serial) {
         RAND_bytes(content.data(), static_cast<int>(content.size()));
         content[0] = static_cast<std::uint8_t>((content[0] & 0x3F) | 0x40);  // positive, and of full length
     }
-    Bytes der{0x02, static_cast<std::uint8_t>(content.size())};
-    der.insert(der.end(), content.begin(), content.end());
+    const Bytes der = tlv::integer(content);
     const unsigned char* at = der.data();
     Asn1IntegerPtr integer(d2i_ASN1_INTEGER(nullptr, &at, static_cast<long>(der.size())));
     require(integer != nullptr, "making a serial number");
@@ -160,22 +157,6 @@ void addExtensions(X509* certificate, X509* issuer, const CertificateSpec& spec)
     }
 }
 
-// Opens a signing context with the digest and, for RSASSA-PSS, its padding.
-MdCtxPtr signingContext(EVP_PKEY* key, const std::string& hash, bool pss) {
-    MdCtxPtr context(EVP_MD_CTX_new());
-    EVP_PKEY_CTX* keyContext = nullptr;
-    const bool digestless = EVP_PKEY_get_base_id(key) == EVP_PKEY_ED25519;
-    require(EVP_DigestSignInit_ex(context.get(), &keyContext, digestless ? nullptr : hash.c_str(), nullptr, nullptr,
-                                  key, nullptr) == 1,
-            "opening a signature");
-    if (pss) {
-        require(EVP_PKEY_CTX_set_rsa_padding(keyContext, RSA_PKCS1_PSS_PADDING) == 1 &&
-                    EVP_PKEY_CTX_set_rsa_pss_saltlen(keyContext, RSA_PSS_SALTLEN_DIGEST) == 1,
-                "setting the padding");
-    }
-    return context;
-}
-
 Identity make(const Identity* issuer, const CertificateSpec& spec) {
     const Key key = spec.key ? *spec.key : Key::make();
     const X509Ptr certificate(X509_new());
@@ -195,6 +176,13 @@ Identity make(const Identity* issuer, const CertificateSpec& spec) {
     require(X509_sign_ctx(certificate.get(), signingContext(signer, spec.hash, spec.pss).get()) > 0,
             "signing a certificate");
     return {toDer(certificate.get(), i2d_X509), key};
+}
+
+CertificateSpec caSpec(const std::string& commonName) {
+    CertificateSpec spec;
+    spec.commonName = commonName;
+    spec.ca = true;
+    return spec;
 }
 
 Pki makePki() {
@@ -219,9 +207,27 @@ Pki makePki() {
 
 }  // namespace
 
+MdCtxPtr signingContext(EVP_PKEY* key, const std::string& hash, bool pss, EVP_PKEY_CTX** keyContext) {
+    MdCtxPtr context(EVP_MD_CTX_new());
+    EVP_PKEY_CTX* ofKey = nullptr;
+    const bool digestless = EVP_PKEY_get_base_id(key) == EVP_PKEY_ED25519;
+    require(EVP_DigestSignInit_ex(context.get(), &ofKey, digestless ? nullptr : hash.c_str(), nullptr, nullptr, key,
+                                  nullptr) == 1,
+            "opening a signature");
+    if (pss) {
+        require(EVP_PKEY_CTX_set_rsa_padding(ofKey, RSA_PKCS1_PSS_PADDING) == 1 &&
+                    EVP_PKEY_CTX_set_rsa_pss_saltlen(ofKey, RSA_PSS_SALTLEN_DIGEST) == 1,
+                "setting the padding");
+    }
+    if (keyContext != nullptr) {
+        *keyContext = ofKey;
+    }
+    return context;
+}
+
 Key Key::make(KeyKind kind) {
     Key key;
-    const bool rsa = kind == KeyKind::kRsa2048 || kind == KeyKind::kRsa1024 || kind == KeyKind::kRsa512;
+    const bool rsa = kind == KeyKind::kRsa2048 || kind == KeyKind::kRsa512;
     key.key_ = rsa ? pooledRsa(kind) : generate(kind);
     return key;
 }
@@ -270,17 +276,11 @@ Identity selfSigned(const CertificateSpec& spec) {
 }
 
 Identity issueCa(const Identity& issuer, const std::string& commonName) {
-    CertificateSpec spec;
-    spec.commonName = commonName;
-    spec.ca = true;
-    return issue(issuer, spec);
+    return issue(issuer, caSpec(commonName));
 }
 
 Identity rootCa(const std::string& commonName) {
-    CertificateSpec spec;
-    spec.commonName = commonName;
-    spec.ca = true;
-    return selfSigned(spec);
+    return selfSigned(caSpec(commonName));
 }
 
 Bytes makeCrl(const Identity& issuer, const CrlSpec& spec) {

@@ -20,7 +20,7 @@ struct evp_pkey_st;
 
 namespace testkit {
 
-enum class KeyKind { kEcP256, kEcP384, kRsa2048, kRsa1024, kRsa512, kEd25519 };
+enum class KeyKind { kEcP256, kEcP384, kRsa2048, kRsa512, kEd25519 };
 
 /// A private key; copies share it.
 class Key {

@@ -1,5 +1,7 @@
 #include "tests/support/responder.h"
 
+#include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <filesystem>
 
@@ -12,30 +14,23 @@ namespace {
 std::string indexLine(const IndexEntry& entry) {
     const bool isRevoked = entry.state == 'R';
     const std::string shortTime = generalizedTimeText(-7200).substr(2);
-    const std::string serialHex = toHex(entry.certificate.serial());
-    std::string upper;
-    for (const char c : serialHex) {
-        upper.push_back(c >= 'a' ? static_cast<char>(c - 0x20) : c);
-    }
+    std::string upper = toHex(entry.certificate.serial());
+    std::transform(upper.begin(), upper.end(), upper.begin(), [](unsigned char c) { return std::toupper(c); });
     return std::string(1, entry.state) + "\t" + generalizedTimeText(24 * 3600).substr(2) + "\t" +
            (isRevoked ? shortTime + "," + entry.reason : "") + "\t" + upper + "\tunknown\t/CN=entry" + upper + "\n";
-}
-
-std::string makeIndex(const std::vector<IndexEntry>& entries) {
-    std::string text;
-    for (const IndexEntry& entry : entries) {
-        text += indexLine(entry);
-    }
-    return text;
 }
 
 }  // namespace
 
 Responder::Responder(const ResponderOptions& options) {
+    std::string index;
+    for (const IndexEntry& entry : options.index) {
+        index += indexLine(entry);
+    }
     std::vector<std::string> arguments = {"openssl",  "ocsp",
                                           "-port",    "0",
                                           "-timeout", "5",
-                                          "-index",   dir_.write("index.txt", makeIndex(options.index)),
+                                          "-index",   dir_.write("index.txt", index),
                                           "-CA",      dir_.write("ca.pem", options.ca.certificatePem()),
                                           "-rsigner", dir_.write("signer.pem", options.signer.certificatePem()),
                                           "-rkey",    dir_.write("signer.key", options.signer.key.pem())};

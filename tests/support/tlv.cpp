@@ -60,10 +60,6 @@ Bytes rawLongLength(std::uint8_t identifier, const Bytes& content, int octets) {
     return concat({{identifier}, lengthOctets(content.size(), octets), content});
 }
 
-Bytes rawIndefinite(std::uint8_t identifier, const Bytes& content) {
-    return concat({{identifier, 0x80}, content, {0, 0}});
-}
-
 Bytes sequence(std::initializer_list<Bytes> parts) {
     return raw(0x30, concat(parts));
 }

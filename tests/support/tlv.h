@@ -19,9 +19,6 @@ Bytes raw(std::uint8_t identifier, const Bytes& content);
 /// As raw(), with the length written in `lengthOctets` octets behind the initial one, however short it is.
 Bytes rawLongLength(std::uint8_t identifier, const Bytes& content, int lengthOctets);
 
-/// Indefinite length: 0x80, content, two zero octets.
-Bytes rawIndefinite(std::uint8_t identifier, const Bytes& content);
-
 Bytes sequence(std::initializer_list<Bytes> parts);
 Bytes sequence(const std::vector<Bytes>& parts);
 Bytes set(std::initializer_list<Bytes> parts);
