@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "tests/asn1rt/runtime_fixture.h"
@@ -86,22 +87,17 @@ TEST(BigIntegerText, TextBecomesSignAndMagnitude) {
 }
 
 TEST(BigIntegerText, BadTextLeavesZeroAndEntersTheStatus) {
-    struct Row {
-        const char* text;
-        int radix;
-        int status;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, int, int> rows[] = {
         {"12", 7, STATUS_BAD_ARGUMENT}, {"  ", 0, STATUS_BAD_VALUE},      {"0x", 0, STATUS_BAD_VALUE},
         {"-", 10, STATUS_BAD_VALUE},    {"1234a6", 10, STATUS_BAD_VALUE}, {"8", 8, STATUS_BAD_VALUE},
         {"0b12", 0, STATUS_BAD_VALUE},  {"0xFG", 0, STATUS_BAD_VALUE},    {"-0x1", 0, STATUS_BAD_VALUE},
     };
-    for (const Row& row : rows) {
+    for (const auto& [text, radix, status] : rows) {
         Number number(8);
-        EXPECT_EQ(number.read(row.text, row.radix), row.status) << row.text;
-        EXPECT_EQ(number.ctx->errInfo.status, row.status) << row.text;
-        EXPECT_EQ(number.big.sign, 0) << row.text;
-        EXPECT_EQ(number.big.numocts, 0) << row.text;
+        EXPECT_EQ(number.read(text, radix), status) << text;
+        EXPECT_EQ(number.ctx->errInfo.status, status) << text;
+        EXPECT_EQ(number.big.sign, 0) << text;
+        EXPECT_EQ(number.big.numocts, 0) << text;
     }
 }
 
@@ -121,12 +117,7 @@ TEST(BigIntegerText, DataAreMinimalTwosComplement) {
 }
 
 TEST(BigIntegerText, TextIsWrittenInEachRadix) {
-    struct Row {
-        const char* text;
-        int radix;
-        const char* written;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, int, const char*> rows[] = {
         {"0", 16, "00"},
         {"0", 10, "?"},
         {"128", 16, "0080"},
@@ -143,10 +134,10 @@ TEST(BigIntegerText, TextIsWrittenInEachRadix) {
     char text[9];
     EXPECT_EQ(rtBigIntToString(five.ctx, &five.big, 3, text, sizeof text), STATUS_BAD_ARGUMENT);
     EXPECT_EQ(rtBigIntDigitsNum(&five.big, 30), STATUS_BAD_ARGUMENT);
-    for (const Row& row : rows) {
+    for (const auto& [text, radix, written] : rows) {
         Number number;
-        ASSERT_EQ(number.read(row.text, 0), 0);
-        EXPECT_EQ(number.text(row.radix), row.written) << row.text << " in " << row.radix;
+        ASSERT_EQ(number.read(text, 0), 0);
+        EXPECT_EQ(number.text(radix), written) << text << " in " << radix;
     }
 }
 
@@ -185,19 +176,14 @@ TEST(BigIntegerText, HugeNumbersAreRefusedWhereConversionIsQuadraticAndReadWhere
 }
 
 TEST(BigIntegerText, ComparisonFollowsSignThenMagnitude) {
-    struct Row {
-        const char* a;
-        const char* b;
-        int order;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, const char*, int> rows[] = {
         {"5", "0x05", 0},     {"-1", "0xFF", 0}, {"5", "6", -1},   {"256", "255", 1},
         {"-256", "-255", -1}, {"-1", "1", -1},   {"junk", "0", 0}, {"0", "0x0", -1},  // a hexadecimal zero has sign 1
     };
-    for (const Row& row : rows) {
+    for (const auto& [a, b, order] : rows) {
         Context ctx;
-        EXPECT_EQ(rtBigIntStrCompare(ctx, row.a, row.b), row.order) << row.a << " and " << row.b;
-        EXPECT_EQ(rtBigIntStrCompare(ctx, row.b, row.a), -row.order) << row.b << " and " << row.a;
+        EXPECT_EQ(rtBigIntStrCompare(ctx, a, b), order) << a << " and " << b;
+        EXPECT_EQ(rtBigIntStrCompare(ctx, b, a), -order) << b << " and " << a;
     }
     Context ctx;
     const std::string big = "0x7" + std::string(999, '0');

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "tests/asn1rt/runtime_fixture.h"
 
 namespace {
@@ -169,12 +171,7 @@ TEST(DecodeStrings, ZeroCopyPointsIntoTheInput) {
 }
 
 TEST(DecodeStrings, CharacterStrings) {
-    struct Row {
-        const char* hex;
-        int status;
-        const char* text;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, int, const char*> rows[] = {
         {"16036f6373", 0, "ocs"},
         {"16036f0073", 0, "o"},  // a NUL shortens the text
         {"3680 04026f63 040173 0000", 0, "ocs"},
@@ -182,13 +179,13 @@ TEST(DecodeStrings, CharacterStrings) {
         {"3680 16026f63 0000", STATUS_BAD_TAG, nullptr},
         {"0c036f6373", STATUS_TAG_MISMATCH, nullptr},
     };
-    for (const Row& row : rows) {
-        Input in(row.hex);
+    for (const auto& [hex, status, expected] : rows) {
+        Input in(hex);
         const char* text = nullptr;
-        EXPECT_EQ(xd_charstr(in, &text, TAG_EXPLICIT, kTagIa5String, 0), row.status) << row.hex;
-        if (row.status != 0)
+        EXPECT_EQ(xd_charstr(in, &text, TAG_EXPLICIT, kTagIa5String, 0), status) << hex;
+        if (status != 0)
             continue;
-        EXPECT_STREQ(text, row.text);
+        EXPECT_STREQ(text, expected);
         EXPECT_EQ(in.at(), in->buffer.size);
     }
 }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <tuple>
+
 #include "asn1rt/encode_values.h"
 #include "tests/asn1rt/runtime_fixture.h"
 
@@ -67,12 +69,7 @@ TEST(DecodeValues, EnumeratedReportsAMismatchOnlyInItsAnswer) {
 }
 
 TEST(DecodeValues, BooleanAndNull) {
-    struct Row {
-        const char* hex;
-        int booleanStatus;
-        int nullStatus;
-    };
-    const Row rows[] = {
+    const std::tuple<const char*, int, int> rows[] = {
         {"010155", 0, STATUS_TAG_MISMATCH},
         {"01020000", STATUS_BAD_LENGTH, STATUS_TAG_MISMATCH},
         {"0101", STATUS_END_OF_BUFFER, STATUS_TAG_MISMATCH},
@@ -81,14 +78,14 @@ TEST(DecodeValues, BooleanAndNull) {
         {"050100", STATUS_TAG_MISMATCH, STATUS_BAD_LENGTH},
         {"05", STATUS_TAG_MISMATCH, STATUS_END_OF_BUFFER},
     };
-    for (const Row& row : rows) {
+    for (const auto& [hex, booleanStatus, nullStatus] : rows) {
         std::uint8_t value = 0;
-        Input in(row.hex);
-        EXPECT_EQ(xd_boolean(in, &value, TAG_EXPLICIT, 0), row.booleanStatus) << row.hex;
-        EXPECT_EQ(value, row.booleanStatus == 0 ? 0x55 : 0) << row.hex;
-        Input nullIn(row.hex);
-        EXPECT_EQ(xd_null(nullIn, TAG_EXPLICIT), row.nullStatus) << row.hex;
-        EXPECT_EQ(nullIn.at(), row.nullStatus == 0 ? 2U : 0U) << row.hex;
+        Input in(hex);
+        EXPECT_EQ(xd_boolean(in, &value, TAG_EXPLICIT, 0), booleanStatus) << hex;
+        EXPECT_EQ(value, booleanStatus == 0 ? 0x55 : 0) << hex;
+        Input nullIn(hex);
+        EXPECT_EQ(xd_null(nullIn, TAG_EXPLICIT), nullStatus) << hex;
+        EXPECT_EQ(nullIn.at(), nullStatus == 0 ? 2U : 0U) << hex;
     }
     Input implicit("aabb");
     std::uint8_t value = 0;
