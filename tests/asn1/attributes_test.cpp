@@ -5,6 +5,7 @@
 #include "asn1/content_info_traits.h"
 #include "asn1/ess_cert_id.h"
 #include "asn1/other_cert_id.h"
+#include "asn1/other_hash.h"
 #include "asn1/policy_information.h"
 #include "asn1/signing_certificate.h"
 #include "asn1/typed_attributes.h"
@@ -87,6 +88,8 @@ TEST(CertificateIdentifiers, DecodeAndEncodeTheSameBytes) {
     const Bytes sha1 = tlv::sequence({tlv::oid("1.3.14.3.2.26"), tlv::null()});
     roundTrip(CESSCertIDv2(), tlv::sequence({tlv::octetString(kHash), kIssuerSerial}));
     roundTrip(CESSCertIDv2(), tlv::sequence({sha1, tlv::octetString(kHash), kIssuerSerial}));
+    roundTrip(COtherHash(), tlv::octetString(kHash));
+    roundTrip(COtherHash(), tlv::sequence({sha1, tlv::octetString(kHash)}));
     roundTrip(COtherCertID(), tlv::sequence({tlv::octetString(kHash)}));
     roundTrip(COtherCertID(), tlv::sequence({tlv::sequence({sha1, tlv::octetString(kHash)}), kIssuerSerial}));
 }

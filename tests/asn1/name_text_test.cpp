@@ -117,6 +117,7 @@ TEST(AttrStringValue, FixesTheTypeAndWidensTheText) {
     EXPECT_STREQ(name.get_oid(), "2.5.4.3");
     EXPECT_EQ(hexOf(name.get_value()), "0c02d096");
     EXPECT_EQ(hexOf(CAttrCountry("RU").get_value()), "13025255");
+    EXPECT_EQ(hexOf(CAttrEmailAddress("a@b").get_value()), "1603614062");
 }
 
 }  // namespace
