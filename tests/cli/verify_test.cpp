@@ -81,6 +81,7 @@ TEST(Verify, RefusesWhatIsTamperedStaleOrNotTheResponders) {
                  }),
                  "0xC2110122"},
              Row{"ahead", changed([](auto& s) { s.entries[0].thisUpdate = generalizedTimeText(1800); }), "0xC2110122"},
+             Row{"no entry", changed([](auto& s) { s.entries.clear(); }), "0xC2110125"},
              Row{"try later", changed([](auto& s) { s.responseStatus = 3; }), "0xC2110128"},
              Row{"half", Bytes(good.begin(), good.begin() + 200), "0x80093101"},
              Row{"empty", Bytes(), "0x8007000D"},
