@@ -46,7 +46,8 @@ void showCrlId(const CBlob& value, Shown& extension) {
 
 void showAcceptableResponses(const CBlob& value, Shown& extension) {
     Shown types = Shown::list("acceptableResponses");
-    for (const CStringProxy& type : CExtAcceptableResponses(value).get_acceptableResponses()) {
+    const CExtAcceptableResponses decoded(value);
+    for (const CStringProxy& type : decoded.get_acceptableResponses()) {
         const std::string_view oid = type.c_str();
         types.add("", oid == kOidBasicResponse ? "basic (" + std::string(oid) + ")" : std::string(oid));
     }

@@ -114,7 +114,10 @@ ResponseSpec fullResponse() {
                         {"1.2.3.4", true, bytesOf("\x01\x02")}};
     spec.entries.emplace_back(certIdOf(certs().unknown, certs().root, kSha256Oid), EntryStatus::kUnknown).nextUpdate =
         std::nullopt;
-    spec.extensions = {nonceExtension(bytesOf("nonce")), {"1.3.6.1.5.5.7.48.1.9", true, tlv::null()}};
+    spec.extensions = {
+        nonceExtension(bytesOf("nonce")),
+        {"1.3.6.1.5.5.7.48.1.9", true, tlv::null()},
+        {"1.3.6.1.5.5.7.48.1.4", false, tlv::sequence({tlv::oid("1.3.6.1.5.5.7.48.1.1"), tlv::oid("1.2.3")})}};
     spec.trailing = bytesOf("end");
     return spec;
 }
@@ -151,6 +154,8 @@ TEST(Show, NamesEveryFieldAndExtensionOfAResponse) {
                          {at + "responses.1.certID.hashAlgorithm", "sha256 (" + std::string(kSha256Oid) + ")"},
                          {at + "responseExtensions.0.nonce", "6E6F6E6365"},
                          {at + "responseExtensions.1.extnID", "extendedRevoke (1.3.6.1.5.5.7.48.1.9)"},
+                         {at + "responseExtensions.2.acceptableResponses.0", "basic (1.3.6.1.5.5.7.48.1.1)"},
+                         {at + "responseExtensions.2.acceptableResponses.1", "1.2.3"},
                          {at + "signatureAlgorithm", "sha256ECDSA (1.2.840.10045.4.3.2)"},
                          {at + "certs.0.subject", "CN=responder"},
                      });
