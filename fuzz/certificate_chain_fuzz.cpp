@@ -42,7 +42,7 @@ bool isAuthorized(World& world, const Identity& responder, const Identity& issue
 }
 
 bool isCertificate(const Identity& identity) {
-    return testkit::contextOf(identity.certificate) != nullptr;
+    return testkit::context(identity.certificate) != nullptr;
 }
 
 }  // namespace
