@@ -50,7 +50,8 @@ std::int32_t ask(CRequest& request) {
         request.Send(false);
         return request.get_Attempts().back().status;
     } catch (const ATL::CAtlException& failure) {
-        return failure.status();
+        // A service that fails without a reason is thrown as 0.
+        return failure.status() != status::kOk ? failure.status() : status::kFail;
     }
 }
 

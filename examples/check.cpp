@@ -29,7 +29,7 @@ std::int32_t check(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer
         CVerifyingResponseHandler judge(request, nullptr, 0);
         return judge.OnResponse(response);
     } catch (ATL::CAtlException const& failure) {
-        return failure.status();
+        return failure.status() != status::kOk ? failure.status() : status::kFail;
     }
 }
 
