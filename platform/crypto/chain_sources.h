@@ -21,6 +21,7 @@ struct ChainSources {
     std::vector<CertificateRef> roots;
     std::vector<CertificateRef> others;  // what was handed in comes first, then the CA stores
     std::vector<CrlRef> crls;
+    bool crlsIncomplete = false;  // a file that may hold a CRL could not be read: nothing counts as "not revoked"
 };
 
 // `additional` may be null.
