@@ -199,7 +199,9 @@ TALLOW_EXPORT BOOL CryptSignCertificate(HCRYPTPROV hCryptProv, DWORD dwKeySpec, 
 // does not verify, also because it belongs to a key of another kind; NTE_BAD_ALGID when the algorithm is unknown, has
 // parameters where there are none (an ASN.1 NULL may stand there) or is too weak to be accepted (MD5 and older; SHA-1
 // unless the setting accept_sha1 is on); NTE_BAD_PUBLIC_KEY when the key cannot be used; CRYPT_E_ASN1_ERROR for a
-// malformed subject.
+// malformed subject. The subject ..._CERT asks only whether this key issued the certificate: SHA-1 is verified whatever
+// accept_sha1 says, and TRUE alone gives no reason to trust the certificate. Its chain decides that. Every FALSE means
+// that the issuer is not proven.
 TALLOW_EXPORT BOOL CryptVerifyCertificateSignatureEx(HCRYPTPROV hCryptProv, DWORD dwCertEncodingType,
                                                      DWORD dwSubjectType, void* pvSubject, DWORD dwIssuerType,
                                                      void* pvIssuer, DWORD dwFlags, void* pvExtra);

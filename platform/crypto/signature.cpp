@@ -57,8 +57,8 @@ bool isStrong(EVP_PKEY* key, KeyKind kind) {
     return kind == KeyKind::kGost || EVP_PKEY_get_security_bits(key) >= kMinimumSecurityBits;
 }
 
-bool isAccepted(Strength strength) {
-    return strength == Strength::kGood || (strength == Strength::kSha1 && acceptsSha1());
+bool isAccepted(Strength strength, Sha1 sha1) {
+    return strength == Strength::kGood || (strength == Strength::kSha1 && (sha1 == Sha1::kAlways || acceptsSha1()));
 }
 
 // Hash and salt of a PSS signature.
@@ -133,10 +133,10 @@ struct Scheme {
 };
 
 // 0 when the identifier names a scheme that is known, installed and accepted.
-DWORD findScheme(const CRYPT_ALGORITHM_IDENTIFIER& algorithm, Scheme& scheme) {
+DWORD findScheme(const CRYPT_ALGORITHM_IDENTIFIER& algorithm, Sha1 sha1, Scheme& scheme) {
     scheme.row =
         algorithm.pszObjId == nullptr ? nullptr : findAlgorithm(algorithm.pszObjId, CRYPT_SIGN_ALG_OID_GROUP_ID);
-    if (scheme.row == nullptr || !isAccepted(scheme.row->strength)) {
+    if (scheme.row == nullptr || !isAccepted(scheme.row->strength, sha1)) {
         return NTE_BAD_ALGID;
     }
     if (scheme.row->kind != KeyKind::kRsaPss && !areAbsentOrNull(view(algorithm.Parameters))) {
@@ -147,7 +147,7 @@ DWORD findScheme(const CRYPT_ALGORITHM_IDENTIFIER& algorithm, Scheme& scheme) {
     }
     const Algorithm* hashing = scheme.row;
     if (scheme.row->kind == KeyKind::kRsaPss) {
-        if (!readPss(view(algorithm.Parameters), scheme.pss) || !isAccepted(scheme.pss.hash->strength) ||
+        if (!readPss(view(algorithm.Parameters), scheme.pss) || !isAccepted(scheme.pss.hash->strength, sha1) ||
             scheme.pss.maskHash->strength == Strength::kBroken || digestOf(*scheme.pss.maskHash) == nullptr) {
             return NTE_BAD_ALGID;
         }
@@ -166,10 +166,10 @@ bool applyPss(const Scheme& scheme, EVP_PKEY_CTX* context) {
 
 }  // namespace
 
-DWORD verifySignature(const SignedBytes& what, EVP_PKEY* key) {
+DWORD verifySignature(const SignedBytes& what, EVP_PKEY* key, Sha1 sha1) {
     OpenSslErrors const errors;
     Scheme scheme;
-    if (DWORD const code = findScheme(what.algorithm, scheme); code != 0) {
+    if (DWORD const code = findScheme(what.algorithm, sha1, scheme); code != 0) {
         return code;
     }
     if (key == nullptr) {
@@ -217,7 +217,7 @@ DWORD maximumSignatureSize(EVP_PKEY* key) {
 DWORD makeSignature(ByteView message, const CRYPT_ALGORITHM_IDENTIFIER& algorithm, EVP_PKEY* key, Bytes& signature) {
     OpenSslErrors const errors;
     Scheme scheme;
-    if (DWORD const code = findScheme(algorithm, scheme); code != 0) {
+    if (DWORD const code = findScheme(algorithm, Sha1::kBySetting, scheme); code != 0) {
         return code;
     }
     if (!fitsKey(*scheme.row, key) || !isStrong(key, scheme.row->kind)) {

@@ -11,9 +11,13 @@ struct SignedBytes {
     ByteView signature;
 };
 
+// Whether SHA-1 signatures count: when the setting accept_sha1 allows it, or always, for callers that ask which key
+// made a signature and draw no trust from its hash.
+enum class Sha1 { kBySetting, kAlways };
+
 // 0 when the signature is that of `key`, else the last error to set (see CryptVerifyCertificateSignatureEx). A null key
 // is one that could not be loaded.
-DWORD verifySignature(const SignedBytes& what, EVP_PKEY* key);
+DWORD verifySignature(const SignedBytes& what, EVP_PKEY* key, Sha1 sha1 = Sha1::kBySetting);
 
 // The parts of a SEQUENCE of the signed structure, an algorithm and a BIT STRING; what follows them is not looked at.
 // `algorithm.pszObjId` points into `oid`. False when malformed.

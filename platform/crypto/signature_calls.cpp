@@ -2,6 +2,7 @@
 #include <openssl/asn1.h>
 #include <openssl/objects.h>
 
+#include <algorithm>
 #include <array>
 
 #include "platform/crypto/algorithms.h"
@@ -20,10 +21,18 @@ DWORD readSubject(DWORD type, const void* subject, SignedBytes& parts, std::stri
         case CRYPT_VERIFY_CERT_SIGN_SUBJECT_BLOB:
             return splitSigned(view(*static_cast<const CRYPT_DATA_BLOB*>(subject)), parts, oid) ? 0
                                                                                                 : CRYPT_E_ASN1_ERROR;
-        case CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT:
-            return splitSigned(Certificate::of(static_cast<PCCERT_CONTEXT>(subject))->der(), parts, oid)
+        case CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT: {
+            const Certificate& certificate = *Certificate::of(static_cast<PCCERT_CONTEXT>(subject));
+            if (!splitSigned(certificate.der(), parts, oid)) {
+                return CRYPT_E_ASN1_ERROR;
+            }
+            // A certificate names its algorithm twice, and only the inner copy is signed (RFC 5280, 4.1.1.2). The
+            // identifiers were compared when it was read.
+            return std::ranges::equal(view(parts.algorithm.Parameters),
+                                      view(certificate.info().SignatureAlgorithm.Parameters))
                        ? 0
-                       : CRYPT_E_ASN1_ERROR;
+                       : NTE_BAD_SIGNATURE;
+        }
         case CRYPT_VERIFY_CERT_SIGN_SUBJECT_OCSP_BASIC_SIGNED_RESPONSE: {
             const auto& info = *static_cast<const OCSP_BASIC_SIGNED_RESPONSE_INFO*>(subject);
             parts.message = view(info.ToBeSigned);
@@ -71,11 +80,11 @@ Bytes encodePublicKeyInfo(const CERT_PUBLIC_KEY_INFO& info) {
     return size > 0 ? Bytes(encoded, encoded + size) : Bytes();
 }
 
-DWORD verifyWithCertificate(const SignedBytes& parts, PCCERT_CONTEXT issuer) {
-    return verifySignature(parts, Certificate::of(issuer)->publicKey());
+DWORD verifyWithCertificate(const SignedBytes& parts, PCCERT_CONTEXT issuer, Sha1 sha1) {
+    return verifySignature(parts, Certificate::of(issuer)->publicKey(), sha1);
 }
 
-DWORD verifyWithIssuer(const SignedBytes& parts, DWORD type, const void* issuer) {
+DWORD verifyWithIssuer(const SignedBytes& parts, DWORD type, const void* issuer, Sha1 sha1) {
     switch (type) {
         case CRYPT_VERIFY_CERT_SIGN_ISSUER_PUBKEY: {
             const auto& info = *static_cast<const CERT_PUBLIC_KEY_INFO*>(issuer);
@@ -83,16 +92,16 @@ DWORD verifyWithIssuer(const SignedBytes& parts, DWORD type, const void* issuer)
                 return E_INVALIDARG;
             }
             KeyPtr const key = loadPublicKey(info, encodePublicKeyInfo(info));
-            return verifySignature(parts, key.get());
+            return verifySignature(parts, key.get(), sha1);
         }
         case CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT:
-            return verifyWithCertificate(parts, static_cast<PCCERT_CONTEXT>(issuer));
+            return verifyWithCertificate(parts, static_cast<PCCERT_CONTEXT>(issuer), sha1);
         case CRYPT_VERIFY_CERT_SIGN_ISSUER_CHAIN: {
             const auto* const chain = static_cast<PCCERT_CHAIN_CONTEXT>(issuer);
             if (chain->cChain == 0 || chain->rgpChain[0]->cElement == 0) {
                 return E_INVALIDARG;
             }
-            return verifyWithCertificate(parts, chain->rgpChain[0]->rgpElement[0]->pCertContext);
+            return verifyWithCertificate(parts, chain->rgpChain[0]->rgpElement[0]->pCertContext, sha1);
         }
         default:
             return E_INVALIDARG;
@@ -157,6 +166,8 @@ BOOL CryptVerifyCertificateSignatureEx(HCRYPTPROV /*hCryptProv*/, DWORD /*dwCert
         if (DWORD const code = readSubject(dwSubjectType, pvSubject, parts, oid); code != 0) {
             return fail(code);
         }
-        return done(verifyWithIssuer(parts, dwIssuerType, pvIssuer));
+        // For a certificate the question is who issued it. Whether its hash deserves trust is decided by its chain.
+        const Sha1 sha1 = dwSubjectType == CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT ? Sha1::kAlways : Sha1::kBySetting;
+        return done(verifyWithIssuer(parts, dwIssuerType, pvIssuer, sha1));
     });
 }

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -29,6 +31,16 @@ DWORD verify(const Bytes& subject, const Bytes& issuer) {
     return verify(subject, testkit::context(issuer).get());
 }
 
+// The same for a self-signed certificate as the subject: did this key issue it?
+DWORD verifyIssuer(const Bytes& certificate) {
+    ContextPtr const context = testkit::context(certificate);
+    auto* const handle = const_cast<CERT_CONTEXT*>(context.get());
+    SetLastError(0);
+    CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, handle,
+                                      CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, handle, 0, nullptr);
+    return GetLastError();
+}
+
 // A self-signed certificate made by the openssl command; empty when it could not be made.
 Bytes madeByCommand(const TempDir& folder, const std::vector<std::string>& options) {
     std::vector<std::string> command{"openssl",  "req",
@@ -47,6 +59,7 @@ TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
         const char* name;
         std::vector<std::string> options;
         DWORD expected;
+        std::optional<DWORD> asCertificate = std::nullopt;  // where the question who issued it has another answer
     };
     std::vector<std::string> const pss{"-newkey", "rsa:2048", "-sigopt", "rsa_padding_mode:pss", "-sigopt"};
     auto const with = [](std::vector<std::string> options, const std::vector<std::string>& more) {
@@ -56,7 +69,7 @@ TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
     for (const Row& row : {
              Row{"RSA SHA-256", {"-newkey", "rsa:2048", "-sha256"}, kGood},
              Row{"RSA SHA-224", {"-newkey", "rsa:2048", "-sha224"}, kGood},
-             Row{"RSA SHA-1", {"-newkey", "rsa:2048", "-sha1"}, NTE_BAD_ALGID},
+             Row{"RSA SHA-1", {"-newkey", "rsa:2048", "-sha1"}, NTE_BAD_ALGID, kGood},
              Row{"RSA MD5", {"-newkey", "rsa:2048", "-md5"}, NTE_BAD_ALGID},
              Row{"RSA of 512 bits", {"-newkey", "rsa:512", "-sha256"}, NTE_BAD_PUBLIC_KEY},
              Row{"RSA with an exponent of 65 bits",
@@ -67,11 +80,14 @@ TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
                  kGood},
              Row{"PSS SHA-384 with another salt", with(pss, {"rsa_pss_saltlen:20", "-sha384"}), kGood},
              Row{"PSS with another mask hash", with(pss, {"rsa_mgf1_md:sha512", "-sha256"}), kGood},
-             Row{"PSS SHA-1", with(pss, {"rsa_pss_saltlen:digest", "-sha1"}), NTE_BAD_ALGID},
+             Row{"PSS SHA-1", with(pss, {"rsa_pss_saltlen:digest", "-sha1"}), NTE_BAD_ALGID, kGood},
              Row{"PSS key", {"-newkey", "rsa-pss", "-pkeyopt", "rsa_keygen_bits:2048", "-sha256"}, kGood},
              Row{"P-256", {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-sha256"}, kGood},
              Row{"P-521 SHA-512", {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-521", "-sha512"}, kGood},
-             Row{"P-256 SHA-1", {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-sha1"}, NTE_BAD_ALGID},
+             Row{"P-256 SHA-1",
+                 {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-sha1"},
+                 NTE_BAD_ALGID,
+                 kGood},
              Row{"curve spelt out",
                  {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-pkeyopt", "ec_param_enc:explicit",
                   "-sha256"},
@@ -84,13 +100,13 @@ TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
         Bytes const der = madeByCommand(folder, row.options);
         ASSERT_FALSE(der.empty());
         EXPECT_EQ(verify(der, der), row.expected);
-        if (row.expected == kGood) {
+        DWORD const issued = row.asCertificate.value_or(row.expected);
+        EXPECT_EQ(verifyIssuer(der), issued);
+        for (size_t const octet : {size_t{20}, der.size() - 1}) {  // in the serial number, in the signature
             Bytes altered = der;
-            altered[40] ^= 1;  // inside the serial number
-            EXPECT_EQ(verify(altered, der), NTE_BAD_SIGNATURE);
-            altered = der;
-            altered.back() ^= 1;
-            EXPECT_EQ(verify(altered, der), NTE_BAD_SIGNATURE);
+            altered[octet] ^= 1;
+            EXPECT_EQ(verify(altered, der), row.expected == kGood ? NTE_BAD_SIGNATURE : row.expected);
+            EXPECT_EQ(verifyIssuer(altered), issued == kGood ? NTE_BAD_SIGNATURE : issued);
         }
     }
 }
@@ -119,6 +135,21 @@ TEST(Signature, OfAnotherKeyIsBadWhateverItsKind) {
                                 selfSigned(edwards).certificate}) {
         EXPECT_EQ(verify(pki.good.certificate, issuer), NTE_BAD_SIGNATURE);
     }
+}
+
+TEST(Signature, OfACertificateThatNamesTwoAlgorithmsIsBad) {
+    const Bytes& root = Pki::shared().root.certificate;
+    ASSERT_EQ(root[1], 0x82);
+    Bytes const algorithm = tlv::sequence({tlv::oid("1.2.840.10045.4.3.2")});
+    auto const outer = std::find_end(root.begin(), root.end(), algorithm.begin(), algorithm.end());
+    ASSERT_NE(outer, root.end());
+    auto const withOuter = [&](const Bytes& identifier) {
+        return tlv::raw(0x30, concat({Bytes(root.begin() + 4, outer), identifier,
+                                      Bytes(outer + static_cast<std::ptrdiff_t>(algorithm.size()), root.end())}));
+    };
+    EXPECT_EQ(verifyIssuer(withOuter(algorithm)), kGood);
+    EXPECT_EQ(verifyIssuer(withOuter(tlv::sequence({tlv::oid("1.2.840.10045.4.3.2"), tlv::null()}))),
+              NTE_BAD_SIGNATURE);
 }
 
 TEST(Signature, LooksAtTheFirstThreePartsOfAStructureOnly) {
