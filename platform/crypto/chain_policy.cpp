@@ -1,5 +1,6 @@
 // The two chain policies. Both judge a chain that CertGetCertificateChain built and noted down; neither looks for
-// anything anew, except that the responder policy weighs times at producedAt and recomputes the hashes of the entries.
+// anything anew, except that the responder policy also compares times with producedAt and recomputes the hashes of the
+// entries.
 //
 // CERT_CHAIN_POLICY_OCSP_RESPONDER. A chain that does not end in a trusted root is refused in status.dwError:
 //
@@ -8,8 +9,10 @@
 //
 // All else is told in the mask of the extra status, where every bit but the last refuses:
 //
-//   OCSP_CHAIN_NOT_TIME_VALID       the responder's certificate is not valid at producedAt
-//   OCSP_CHAIN_NOT_TIME_NESTED      another certificate of the chain is not valid at producedAt
+//   OCSP_CHAIN_NOT_TIME_VALID       the responder's certificate is not valid at producedAt, or not at the time the
+//   chain
+//                                   was built for
+//   OCSP_CHAIN_NOT_TIME_NESTED      the same for another certificate of the chain
 //   OCSP_CHAIN_REVOKED              the chain was built with a look at CRLs, and one lists a certificate of it
 //   OCSP_CHAIN_NOT_SIGNATURE_VALID  a signature of the chain does not verify, or its hash or key is too weak
 //   OCSP_CHAIN_WRONG_USAGE          no OCSPSigning among the extended key usages (anyExtendedKeyUsage does not count),
@@ -22,15 +25,23 @@
 //                                   extension that nobody knows, a CA whose key usage forbids signing certificates
 //   OCSP_CHAIN_REVOCATION_UNKNOWN   the chain was built without a look at CRLs, or none was to be had; no refusal
 //
-// Whether a certificate is valid at this moment is not asked: an answer is judged at the time at which it was made.
+// Both times count. The signer chooses producedAt, so the holder of the key of an expired certificate can write a time
+// at which it was still valid. The time of the chain is the caller's: whoever verifies a stored response for a past
+// time builds the chain for that time.
 //
 // rgAuthorized is zero throughout when anything above refuses. Else an entry is authorised when
-//   - the responder is the issuer that the entry names: the hashes of its own subject and key are those of the entry;
+//   - the responder is the issuer that the entry names: a CA whose subject and key have the hashes of the entry; or
+//   - it carries OCSPSigning, and the certificate above it in the chain, whose key made its signature, is that issuer;
 //   or
-//   - it carries OCSPSigning, and the certificate above it in the chain, whose key made its signature, has them; or
 //   - the administrator names it (pfnIsOCSPAuthorized).
-// The hashes are made with the hash algorithm of the entry; an algorithm that is not installed authorises nobody. The
-// serial number plays no part.
+// A CA has basicConstraints with cA (a trusted root of version 1 counts as well) and, if it has keyUsage, keyCertSign.
+// Without this rule the holder of a server certificate could "issue" certificates and answer for them. The hashes are
+// made with the hash algorithm of the entry; an algorithm that is not installed authorises nobody. Keys with parameters
+// outside of the hashed bits (DSA, curves given by parameters) authorise nobody either: other parameters make another
+// key with the same hash. The serial number plays no part.
+//
+// fNoCheck is set for the no-check extension of a delegate. On the issuer itself the extension means nothing: a CA
+// cannot exempt itself from its own revocation.
 //
 // CERT_CHAIN_POLICY_OCSP_REQUESTOR. The chain must be sound, end in a trusted root, be valid now and at the time it was
 // built for, and have been found not revoked. The first of these that applies is the verdict:
@@ -155,10 +166,32 @@ const EVP_MD* digestOf(const OCSP_CERT_ID& entry) {
     return row != nullptr && ensureInstalled(*row) ? digestOf(*row) : nullptr;
 }
 
-bool isIssuerNamedBy(const OCSP_CERT_ID& entry, const Certificate& certificate) {
+bool hasIssuerHashes(const OCSP_CERT_ID& entry, const Certificate& certificate) {
     const EVP_MD* const digest = digestOf(entry);
     return digest != nullptr && hashIs(digest, view(certificate.info().Subject), entry.IssuerNameHash) &&
            hashIs(digest, certificate.body().publicKeyBits(), entry.IssuerKeyHash);
+}
+
+// The key hash of an entry covers the bits of the key and not the parameters of its algorithm (RFC 6960, 4.1.1). The
+// identifier of a named curve is a parameter too, but nobody can find another curve for the same point.
+bool isKeyCoveredByHash(const Certificate& certificate) {
+    const CRYPT_ALGORITHM_IDENTIFIER& algorithm = certificate.info().SubjectPublicKeyInfo.Algorithm;
+    const Algorithm* const row = findAlgorithm(algorithm.pszObjId, CRYPT_PUBKEY_ALG_OID_GROUP_ID);
+    if (row == nullptr || row->kind == KeyKind::kDsa) {
+        return false;
+    }
+    return row->kind != KeyKind::kEllipticCurve ||
+           (algorithm.Parameters.cbData != 0 && algorithm.Parameters.pbData[0] == V_ASN1_OBJECT);
+}
+
+// `isTrustedRoot`: the certificate is the last of a chain that ends in a trusted root.
+bool isCa(const Certificate& certificate, bool isTrustedRoot) {
+    X509* const x509 = certificate.x509();
+    if ((X509_get_key_usage(x509) & KU_KEY_CERT_SIGN) == 0) {  // all bits when there is no keyUsage
+        return false;
+    }
+    const bool hasNoExtensions = X509_get_version(x509) == X509_VERSION_1;
+    return (X509_get_extension_flags(x509) & EXFLAG_CA) != 0 || (isTrustedRoot && hasNoExtensions);
 }
 
 bool hasOcspSigning(const Certificate& certificate) {
@@ -172,8 +205,9 @@ class Responder {
 public:
     Responder(const JudgedChain& chain, const OCSPChainPolicyPara& parameters)
         : chain_(chain), parameters_(parameters), isDelegate_(hasOcspSigning(chain.certificate(0))) {
+        const bool mayBeIssuer = mayIssue(0);
         for (DWORD i = 0; i < parameters.cCertID; ++i) {
-            isIssuer_.push_back(isIssuerNamedBy(parameters.rgCertID[i], chain.certificate(0)));
+            isIssuer_.push_back(mayBeIssuer && hasIssuerHashes(parameters.rgCertID[i], chain.certificate(0)));
         }
     }
 
@@ -198,6 +232,10 @@ public:
         return mask;
     }
 
+    bool isExempt() const {
+        return isDelegate_ && !isAnyIssuer() && chain_.certificate(0).body().extension(kNoCheckExtension) != nullptr;
+    }
+
     bool mayAnswer(DWORD entry) {
         return isIssuer_[entry] || isDelegateOf(parameters_.rgCertID[entry]) || isNamedByAdministrator();
     }
@@ -206,18 +244,25 @@ private:
     DWORD timeBits() const {
         DWORD bits = 0;
         for (DWORD i = 0; i < chain_.size(); ++i) {
-            if (!isValidAt(chain_.certificate(i).info(), *parameters_.pProducedAt)) {
+            const bool validForChain = (chain_.errorAt(i) & CERT_TRUST_IS_NOT_TIME_VALID) == 0;
+            if (!validForChain || !isValidAt(chain_.certificate(i).info(), *parameters_.pProducedAt)) {
                 bits |= i == 0 ? OCSP_CHAIN_NOT_TIME_VALID : OCSP_CHAIN_NOT_TIME_NESTED;
             }
         }
         return bits;
     }
 
+    // Whether the certificate can be the issuer that an entry names, given that it has the entry's hashes.
+    bool mayIssue(DWORD element) const {
+        const Certificate& certificate = chain_.certificate(element);
+        return isCa(certificate, element + 1 == chain_.size()) && isKeyCoveredByHash(certificate);
+    }
+
     bool isAnyIssuer() const { return std::find(isIssuer_.begin(), isIssuer_.end(), true) != isIssuer_.end(); }
 
     bool isDelegateOf(const OCSP_CERT_ID& entry) const {
         return isDelegate_ && chain_.size() > 1 && (chain_.errorAt(0) & CERT_TRUST_IS_NOT_SIGNATURE_VALID) == 0 &&
-               isIssuerNamedBy(entry, chain_.certificate(1));
+               mayIssue(1) && hasIssuerHashes(entry, chain_.certificate(1));
     }
 
     // Asked once a call, and only when nothing else speaks for the responder.
@@ -256,13 +301,14 @@ void judgeResponder(const JudgedChain& chain, const OCSPChainPolicyPara& paramet
                                             {kUntrusted, CERT_E_UNTRUSTEDROOT}};
     std::fill_n(result.rgAuthorized, parameters.cCertID, 0);
     result.dwError = 0;
-    result.fNoCheck = chain.certificate(0).body().extension(kNoCheckExtension) != nullptr ? 1 : 0;
+    result.fNoCheck = 0;
     if (const Refusal* const refusal = firstRefusal(chain, kRefusals, std::size(kRefusals))) {
         refuse(chain, *refusal, status);
         return;
     }
     Responder responder(chain, parameters);
     result.dwError = responder.mask();
+    result.fNoCheck = responder.isExempt() ? 1 : 0;
     if ((result.dwError & ~OCSP_CHAIN_REVOCATION_UNKNOWN) != 0) {
         return;
     }

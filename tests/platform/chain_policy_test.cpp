@@ -23,6 +23,7 @@ struct Question {
     std::vector<Bytes> crls = {};
     long producedAtSeconds = 0;
     DWORD chainFlags = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
+    std::optional<long> chainAtSeconds = std::nullopt;
     PFN_IS_OCSP_AUTHORIZED isNamed = sayNo;
 };
 
@@ -35,8 +36,11 @@ struct Verdict {
 };
 
 Verdict judge(const Question& question) {
-    const ChainPtr chain = chainOf(
-        {.end = question.responder, .extra = question.extra, .crls = question.crls, .flags = question.chainFlags});
+    const ChainPtr chain = chainOf({.end = question.responder,
+                                    .extra = question.extra,
+                                    .crls = question.crls,
+                                    .flags = question.chainFlags,
+                                    .atSeconds = question.chainAtSeconds});
     std::vector<OCSP_CERT_ID> entries;
     for (const CertIdSpec& id : question.entries) {
         entries.push_back({{const_cast<char*>(id.hashOid.c_str()), {}},
@@ -140,6 +144,21 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
     });
     const Identity notSigning =
         caUnder(pki.root, [](CertificateSpec& spec) { spec.keyUsage = "critical,digitalSignature,cRLSign"; });
+    const Identity encrypting = caUnder(pki.root, [](CertificateSpec& spec) { spec.keyUsage = "keyEncipherment"; });
+    const Identity dsaCa = caUnder(pki.root, [](CertificateSpec& spec) { spec.key = Key::make(KeyKind::kDsa1024); });
+    const Identity delegateOfGood = delegateOf(pki.good);
+    const Identity trustedServer = selfSigned({});
+    crypto_add_trusted_root(context(trustedServer.certificate).get());
+    const Identity selfMadeCa = [] {
+        CertificateSpec spec;
+        spec.versionOne = true;
+        return selfSigned(spec);
+    }();
+    Question expiredSince = changed([](CertificateSpec& spec) { spec.notAfterSeconds = -60; });
+    expiredSince.producedAtSeconds = -120;
+    const Identity expiredCa = caUnder(pki.root, [](CertificateSpec& spec) { spec.notAfterSeconds = -60; });
+    Question issuerExpiredSince = forOwnIssuer(expiredCa, {expiredCa});
+    issuerExpiredSince.producedAtSeconds = -120;
     Question tooEarly = changed([](CertificateSpec& spec) { spec.notBeforeSeconds = -8000; });
     tooEarly.producedAtSeconds = -7200;
 
@@ -168,6 +187,27 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
         {"issuer that may not sign certificates", forOwnIssuer(notSigning, {notSigning}), OCSP_CHAIN_INVALID},
         {"signature that does not end at an octet", by(withUnusedBit(pki.ca)), OCSP_CHAIN_NOT_SIGNATURE_VALID},
 
+        {"a certificate that is no CA, for what it issued",
+         {pki.good, {certIdOf(delegateOfGood, pki.good)}, {pki.ca}},
+         OCSP_CHAIN_WRONG_USAGE},
+        {"a trusted certificate that is no CA, for what it issued",
+         {trustedServer, {certIdOf(pki.good, trustedServer)}},
+         OCSP_CHAIN_WRONG_USAGE},
+        {"a delegate, for what it issued", {pki.delegate, {certIdOf(pki.good, pki.delegate)}, {pki.ca}}, kOpen},
+        {"a root of version 1 that nobody trusts",
+         {selfMadeCa, {certIdOf(pki.good, selfMadeCa)}},
+         0,
+         CERT_E_UNTRUSTEDROOT},
+        {"an issuer that may not sign certificates",
+         {notSigning, {certIdOf(pki.good, notSigning)}},
+         OCSP_CHAIN_WRONG_USAGE},
+        {"an issuer whose key is for encryption",
+         {encrypting, {certIdOf(pki.good, encrypting)}},
+         OCSP_CHAIN_WRONG_KEY_USAGE},
+        {"an issuer whose key hash leaves its parameters open",
+         {dsaCa, {certIdOf(pki.good, dsaCa)}},
+         OCSP_CHAIN_WRONG_USAGE},
+        {"a delegate of such an issuer", {delegateOf(dsaCa), {certIdOf(pki.good, dsaCa)}, {dsaCa}}, kOpen},
         {"a CA below the issuer", by(pki.subCa), OCSP_CHAIN_WRONG_USAGE},
         {"sibling of the issuer", by(pki.sibling), OCSP_CHAIN_WRONG_USAGE},
         {"the root above the issuer", by(pki.root), OCSP_CHAIN_WRONG_USAGE},
@@ -175,6 +215,8 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
 
         {"expired at producedAt", changed([](CertificateSpec& spec) { spec.notAfterSeconds = -1; }),
          OCSP_CHAIN_NOT_TIME_VALID},
+        {"expired since producedAt", expiredSince, OCSP_CHAIN_NOT_TIME_VALID},
+        {"issuer expired since producedAt", issuerExpiredSince, OCSP_CHAIN_NOT_TIME_NESTED},
         {"not yet valid at producedAt", changed([](CertificateSpec& spec) { spec.notBeforeSeconds = 60; }),
          OCSP_CHAIN_NOT_TIME_VALID},
         {"issuer not yet valid at producedAt", tooEarly, OCSP_CHAIN_NOT_TIME_NESTED},
@@ -227,6 +269,11 @@ TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames)
     const Identity expired = delegateOf(pki.ca, [](CertificateSpec& spec) { spec.notAfterSeconds = -60; });
     Question inTime{expired, {asked}, {pki.ca}};
     inTime.producedAtSeconds = -120;
+    inTime.chainAtSeconds = -120;
+    CertificateSpec versionOne;
+    versionOne.versionOne = true;
+    const Identity oldRoot = selfSigned(versionOne);
+    crypto_add_trusted_root(context(oldRoot.certificate).get());
     Question named{pki.good, {asked, certIdOf(pki.ca, pki.root)}, {pki.ca}};
     named.isNamed = sayYes;
 
@@ -240,7 +287,11 @@ TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames)
         {"a delegate of a CA that is itself for servers alone",
          {delegateOf(serverCa), {certIdOf(pki.good, serverCa)}, {serverCa}}},
         {"a delegate, when the issuer has two certificates", {delegate, {asked}, {renewed, pki.ca}}},
-        {"a delegate that has expired since", inTime},
+        {"a trusted root of version 1, for what it issued", {oldRoot, {certIdOf(pki.good, oldRoot)}}},
+        {"its delegate",
+         {delegateOf(oldRoot, [](CertificateSpec& spec) { spec.keyIdentifiers = false; }),
+          {certIdOf(pki.good, oldRoot)}}},
+        {"a delegate that has expired since, by a chain for that time", inTime},
         {"entries by other hashes",
          {delegate, {idWith(kSha256Oid), idWith(kSha384Oid), idWith(kSha512Oid)}, {pki.ca}},
          {1, 1, 1}},
@@ -328,6 +379,20 @@ TEST_F(ResponderPolicy, TellsTheNoCheckMarkAndWhatCrlsSaid) {
     EXPECT_TRUE(judge({marked, {asked}, {pki.ca}}).noCheck);
     const Identity delegate = delegateOf(pki.ca);
     EXPECT_FALSE(judge({delegate, {asked}, {pki.ca}}).noCheck);
+    for (const char* const usage : {"", "OCSPSigning"}) {
+        const Identity markedCa = caUnder(pki.root, [&](CertificateSpec& spec) {
+            spec.ocspNoCheck = true;
+            spec.extendedKeyUsage = usage;
+        });
+        const Verdict verdict = judge({markedCa, {certIdOf(pki.good, markedCa)}});
+        EXPECT_EQ(verdict.authorized, std::vector<int>{1});
+        EXPECT_FALSE(verdict.noCheck) << "the mark is a delegate's";
+    }
+    const Identity named = delegateOf(pki.ca, [](CertificateSpec& spec) {
+        spec.ocspNoCheck = true;
+        spec.extendedKeyUsage = "";
+    });
+    EXPECT_FALSE(judge({.responder = named, .entries = {asked}, .extra = {pki.ca}, .isNamed = sayYes}).noCheck);
 
     const Bytes rootCrl = makeCrl(pki.root, {});
     Question question{delegate, {asked}, {pki.ca}, {rootCrl, makeCrl(pki.ca, {})}};

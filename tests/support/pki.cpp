@@ -1,5 +1,6 @@
 #include "tests/support/pki.h"
 
+#include <openssl/dsa.h>
 #include <openssl/ec.h>
 #include <openssl/pem.h>
 #include <openssl/rand.h>
@@ -18,6 +19,20 @@ namespace {
 // Keys that each kind of RSA has; made one by one, as needed.
 constexpr std::size_t kRsaPoolSize = 4;
 
+EVP_PKEY* generateDsa() {
+    const PkeyCtxPtr forParameters(EVP_PKEY_CTX_new_from_name(nullptr, "DSA", nullptr));
+    EVP_PKEY* parameters = nullptr;
+    require(EVP_PKEY_paramgen_init(forParameters.get()) == 1 &&
+                EVP_PKEY_CTX_set_dsa_paramgen_bits(forParameters.get(), 1024) == 1 &&
+                EVP_PKEY_paramgen(forParameters.get(), &parameters) == 1,
+            "making parameters");
+    const std::shared_ptr<EVP_PKEY> owner(parameters, EVP_PKEY_free);
+    const PkeyCtxPtr forKey(EVP_PKEY_CTX_new_from_pkey(nullptr, parameters, nullptr));
+    EVP_PKEY* key = nullptr;
+    require(EVP_PKEY_keygen_init(forKey.get()) == 1 && EVP_PKEY_keygen(forKey.get(), &key) == 1, "making a key");
+    return key;
+}
+
 std::shared_ptr<EVP_PKEY> generate(KeyKind kind) {
     EVP_PKEY* key = nullptr;
     switch (kind) {
@@ -35,6 +50,9 @@ std::shared_ptr<EVP_PKEY> generate(KeyKind kind) {
             break;
         case KeyKind::kEd25519:
             key = EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519");
+            break;
+        case KeyKind::kDsa1024:
+            key = generateDsa();
             break;
     }
     require(key != nullptr, "making a key");
@@ -163,14 +181,16 @@ Identity make(const Identity* issuer, const CertificateSpec& spec) {
     const X509Ptr issuerCertificate = issuer != nullptr ? parseCertificate(issuer->certificate) : nullptr;
     X509* const issuerOrSelf = issuerCertificate ? issuerCertificate.get() : certificate.get();
 
-    X509_set_version(certificate.get(), X509_VERSION_3);
+    X509_set_version(certificate.get(), spec.versionOne ? X509_VERSION_1 : X509_VERSION_3);
     X509_set_serialNumber(certificate.get(), makeSerial(spec.serial).get());
     X509_set_subject_name(certificate.get(), makeName(spec.commonName).get());
     X509_set_issuer_name(certificate.get(), X509_get_subject_name(issuerOrSelf));
     X509_gmtime_adj(X509_getm_notBefore(certificate.get()), spec.notBeforeSeconds);
     X509_gmtime_adj(X509_getm_notAfter(certificate.get()), spec.notAfterSeconds);
     require(X509_set_pubkey(certificate.get(), key.get()) == 1, "setting the key");
-    addExtensions(certificate.get(), issuerOrSelf, spec);
+    if (!spec.versionOne) {
+        addExtensions(certificate.get(), issuerOrSelf, spec);
+    }
 
     EVP_PKEY* const signer = issuer != nullptr ? issuer->key.get() : key.get();
     require(X509_sign_ctx(certificate.get(), signingContext(signer, spec.hash, spec.pss).get()) > 0,

@@ -20,7 +20,7 @@ struct evp_pkey_st;
 
 namespace testkit {
 
-enum class KeyKind { kEcP256, kEcP384, kRsa2048, kRsa512, kEd25519 };
+enum class KeyKind { kEcP256, kEcP384, kRsa2048, kRsa512, kEd25519, kDsa1024 };
 
 /// A private key; copies share it.
 class Key {
@@ -59,6 +59,7 @@ struct CertificateSpec {
     std::optional<Bytes> serial;             // content octets; random and positive when absent
     long notBeforeSeconds = -3600;           // from now
     long notAfterSeconds = 30L * 24 * 3600;  // from now
+    bool versionOne = false;                 // without any extension
     bool ca = false;                         // basicConstraints CA:TRUE, keyUsage keyCertSign and cRLSign by default
     std::optional<int> pathLength;
     std::optional<std::string> keyUsage;  // "critical,digitalSignature"; when absent: CA bits for a CA, none for others
