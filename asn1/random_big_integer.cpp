@@ -3,6 +3,7 @@
 #include "asn1/big_integer.h"
 #include "handles/crypto_handles.h"
 #include "handles/exception.h"
+#include "handles/last_error.h"
 #include "handles/status.h"
 #include "platform/crypto/crypto_service.h"
 
@@ -16,7 +17,7 @@ CBigInteger MakeRandomBigInteger(unsigned long long hProv, unsigned long length)
     if (hProv == 0) {
         HCRYPTPROV acquired = 0;
         if (!CryptAcquireContextA(&acquired, nullptr, nullptr, PROV_GOST_2001, CRYPT_VERIFYCONTEXT)) {
-            ATL::AtlThrowLastWin32();
+            ATL2::throwLastErrorOrFail();
         }
         provider.reset(acquired);
     } else if (CryptContextAddRef(hProv, nullptr, 0)) {
@@ -26,7 +27,7 @@ CBigInteger MakeRandomBigInteger(unsigned long long hProv, unsigned long length)
     }
     CBigInteger result(length);
     if (!CryptGenRandom(hProv != 0 ? hProv : provider.get(), static_cast<DWORD>(length), result.pbData())) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     return result;
 }

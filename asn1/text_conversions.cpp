@@ -1,6 +1,6 @@
 #include "asn1/text_conversions.h"
 
-#include "handles/exception.h"
+#include "handles/last_error.h"
 #include "platform/support/support_service.h"
 
 namespace Orvane::ASN1 {
@@ -18,12 +18,12 @@ std::string tostring(const wchar_t* text) {
     }
     const int size = WideCharToMultiByte(kCodePage, 0, text, kWithTerminator, nullptr, 0, nullptr, nullptr);
     if (size <= 0) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     std::string narrow(static_cast<std::size_t>(size), '\0');
     const int written = WideCharToMultiByte(kCodePage, 0, text, kWithTerminator, narrow.data(), size, nullptr, nullptr);
     if (written <= 0) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     narrow.resize(static_cast<std::size_t>(written) - 1);
     return narrow;
@@ -43,12 +43,12 @@ std::wstring towstring(const char* text) {
     }
     const int size = MultiByteToWideChar(kCodePage, 0, text, kWithTerminator, nullptr, 0);
     if (size <= 0) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     std::wstring wide(static_cast<std::size_t>(size), L'\0');
     const int written = MultiByteToWideChar(kCodePage, 0, text, kWithTerminator, wide.data(), size);
     if (written <= 0) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     wide.resize(static_cast<std::size_t>(written) - 1);
     return wide;

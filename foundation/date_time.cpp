@@ -11,6 +11,7 @@
 #include "foundation/generalized_time.h"
 #include "foundation/time_records.h"
 #include "handles/exception.h"
+#include "handles/last_error.h"
 #include "handles/status.h"
 #include "platform/support/support_service.h"
 
@@ -45,7 +46,7 @@ FILETIME toFileTime(std::uint64_t ticks) noexcept {
 std::uint64_t calendarTicks(const SYSTEMTIME& time) {
     FILETIME converted{};
     if (!SystemTimeToFileTime(&time, &converted)) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     return toTicks(converted);
 }
@@ -175,7 +176,7 @@ _SYSTEMTIME CDateTime::getSystemTime() const {
     const FILETIME time = getFileTime();
     SYSTEMTIME fields{};
     if (!FileTimeToSystemTime(&time, &fields)) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     return fields;
 }

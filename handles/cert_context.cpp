@@ -113,11 +113,11 @@ std::int32_t CCertContext::GetProperty(unsigned int id, ATL::CStringA& value) co
     }
     DWORD size = 0;
     if (!CertGetCertificateContextProperty(context_, id, nullptr, &size)) {
-        return convertedLastError();
+        return convertedLastErrorOrFail();
     }
     char* const buffer = value.GetBuffer(static_cast<int>(size));
     const bool isRead = CertGetCertificateContextProperty(context_, id, buffer, &size) != FALSE;
-    const std::int32_t status = isRead ? status::kOk : convertedLastError();
+    const std::int32_t status = isRead ? status::kOk : convertedLastErrorOrFail();
     setLength(value, size);
     return status;
 }
@@ -132,7 +132,7 @@ std::int32_t CCertContext::GetKeyProvInfo(ATL::CStringA& value) const {
         void* const buffer = value.GetBuffer(static_cast<int>(size));
         return CertGetCertificateContextProperty(context_, CERT_KEY_PROV_INFO_PROP_ID, buffer, &size)
                    ? status::kOk
-                   : convertedLastError();
+                   : convertedLastErrorOrFail();
     };
     std::int32_t status = read();
     if (status == status::kMoreData) {

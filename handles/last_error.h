@@ -4,6 +4,7 @@
 #include <cstdint>
 
 #include "export.h"
+#include "handles/exception.h"
 
 namespace ATL2 {
 
@@ -16,5 +17,11 @@ namespace ATL2 {
 /// The same where a call has failed for certain: 0x80004005 if the service tells no reason, so that 0 always means
 /// success.
 [[nodiscard]] TALLOW_EXPORT std::int32_t convertedLastErrorOrFail() noexcept;
+
+/// Throws convertedLastErrorOrFail(): a failed call is never thrown as 0, which callers would read as success.
+/// ATL::AtlThrowLastWin32 makes no such exception.
+[[noreturn]] inline void throwLastErrorOrFail() {
+    ATL::AtlThrowImpl(convertedLastErrorOrFail());
+}
 
 }  // namespace ATL2

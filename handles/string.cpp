@@ -7,6 +7,7 @@
 #include <string_view>
 
 #include "handles/exception.h"
+#include "handles/last_error.h"
 #include "handles/status.h"
 #include "platform/support/support_service.h"
 
@@ -204,11 +205,11 @@ requires(std::is_same_v<Wide, wchar_t>&& std::is_same_v<Char, char>) CStringT<Ch
     }
     const int size = WideCharToMultiByte(CP_ACP, 0, text, -1, nullptr, 0, nullptr, nullptr);
     if (size <= 0) {
-        AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     CStringT narrow;
     if (WideCharToMultiByte(CP_ACP, 0, text, -1, narrow.GetBuffer(size - 1), size, nullptr, nullptr) == 0) {
-        AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     narrow.ReleaseBufferSetLength(size - 1);
     static_cast<CSimpleStringT<Char>&>(*this) = narrow;

@@ -2,7 +2,6 @@
 
 #include <utility>
 
-#include "handles/exception.h"
 #include "handles/last_error.h"
 #include "message/cert_id_traits.h"
 #include "message/certificate_key.h"
@@ -23,7 +22,7 @@ CCertID::CCertID(ASN1::CAlgorithmIdentifierEx const& hashAlgorithm, CBlob const&
     const ATL2::CCertContext issuer = openCertificate(issuerCertificate);
     const ALG_ID algorithm = CertOIDToAlgId(hashAlgorithm.get_algorithm());
     if (algorithm == 0) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     CERT_INFO const& issuerInfo = *issuer->pCertInfo;
     issuerNameHash_ = hashOf(algorithm, issuerInfo.Subject.pbData, issuerInfo.Subject.cbData);

@@ -2,6 +2,7 @@
 
 #include "handles/exception.h"
 #include "handles/last_error.h"
+#include "handles/status.h"
 
 namespace Orvane::PKI::OCSP {
 
@@ -9,7 +10,7 @@ ATL2::CCertContext openCertificate(CBlob const& certificate) {
     ATL2::CCertContext context = ATL2::CCertContext::adopt(CertCreateCertificateContext(
         X509_ASN_ENCODING, certificate.pbData(), static_cast<DWORD>(certificate.cbData())));
     if (!context) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     return context;
 }
@@ -18,7 +19,7 @@ CBlob hashOf(ALG_ID algorithm, unsigned char const* data, unsigned long size) {
     unsigned char hash[128];
     DWORD hashSize = sizeof hash;
     if (!CryptHashCertificate(0, algorithm, 0, data, static_cast<DWORD>(size), hash, &hashSize)) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     return {hash, hashSize};
 }
@@ -35,7 +36,7 @@ bool verifySignature(DWORD subjectType, void* subject, ATL2::CCertContext const&
     if (lastError == NTE_BAD_SIGNATURE || lastError == NTE_BAD_PUBLIC_KEY) {
         return false;
     }
-    ATL::AtlThrowImpl(ATL2::convertLastError(lastError));
+    ATL::AtlThrowImpl(lastError == 0 ? status::kFail : ATL2::convertLastError(lastError));
 }
 
 }  // namespace Orvane::PKI::OCSP

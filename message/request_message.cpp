@@ -8,6 +8,7 @@
 #include "asn1/general_name.h"
 #include "asn1/general_name_traits.h"
 #include "handles/exception.h"
+#include "handles/last_error.h"
 #include "message/cert_id_traits.h"
 #include "message/certificate_key.h"
 #include "message/extension_lists.h"
@@ -266,12 +267,12 @@ void CRequestMessage::sign(unsigned long long hProv, unsigned int keySpec,
     DWORD size = 0;
     if (!CryptSignCertificate(hProv, keySpec, X509_ASN_ENCODING, tbs.pbData(), tbsSize, &algorithm, nullptr, nullptr,
                               &size)) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     CBlob signature(static_cast<unsigned long>(size));
     if (!CryptSignCertificate(hProv, keySpec, X509_ASN_ENCODING, tbs.pbData(), tbsSize, &algorithm, nullptr,
                               signature.pbData(), &size)) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     signature.resize_to(size);
     const CBlob wrapped = composeSignature(signatureAlgorithm, signature, certs);

@@ -4,6 +4,7 @@
 #include "client/request/request_impl.h"
 #include "foundation/trace.h"
 #include "handles/exception.h"
+#include "handles/last_error.h"
 #include "handles/status.h"
 #include "message/request_message.h"
 #include "platform/crypto/crypto_service.h"
@@ -115,7 +116,7 @@ void CRequest::Impl::makeNonce() {
     if (!Provider) {
         HCRYPTPROV provider = 0;
         if (!CryptAcquireContextA(&provider, nullptr, nullptr, kNonceProviderType, CRYPT_VERIFYCONTEXT)) {
-            ATL::AtlThrowLastWin32();
+            ATL2::throwLastErrorOrFail();
         }
         Provider = ATL::CCryptProv(provider);
     }

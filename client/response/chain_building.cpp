@@ -31,7 +31,7 @@ ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* cert, ChainOptions const
     ATL2::CCertChainContext chain;
     if (!CertGetCertificateChain(options.engine, own.get(), nullptr, options.additional, &parameters, options.flags,
                                  nullptr, chain.put())) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     return chain;
 }
@@ -72,7 +72,7 @@ void addCertificate(ATL2::CCertStore const& store, _CERT_CONTEXT const* cert) {
         ATL::AtlThrowImpl(status::kFail);
     }
     if (!CertAddCertificateContextToStore(store.get(), cert, CERT_STORE_ADD_USE_EXISTING, nullptr)) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
 }
 
@@ -84,7 +84,7 @@ void addCertificates(ATL2::CCertStore const& store, CBlobList const* certs) {
         const ATL2::CCertContext cert =
             ATL2::CCertContext::adopt(CertCreateCertificateContext(kEncoding, encoded.pbData(), encoded.cbData()));
         if (!cert) {
-            ATL::AtlThrowLastWin32();
+            ATL2::throwLastErrorOrFail();
         }
         addCertificate(store, cert.get());
     }

@@ -9,6 +9,7 @@
 
 #include "handles/crypto_handles.h"
 #include "handles/exception.h"
+#include "handles/last_error.h"
 #include "handles/status.h"
 #include "platform/crypto/crypto_service.h"
 #include "platform/support/support_service.h"
@@ -109,11 +110,11 @@ std::wstring base64(CBlob const& data) {
     const auto size = static_cast<DWORD>(data.cbData());
     DWORD length = 0;
     if (!CryptBinaryToStringW(data.pbData(), size, CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF, nullptr, &length)) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     std::wstring text(length, L'\0');
     if (!CryptBinaryToStringW(data.pbData(), size, CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF, text.data(), &length)) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     text.resize(std::wcslen(text.c_str()));
     return text;
