@@ -4,11 +4,13 @@
 #include <cstddef>
 #include <cstdint>
 #include <cwctype>
+#include <new>
 #include <string_view>
 #include <utility>
 
 #include "foundation/trace.h"
 #include "handles/exception.h"
+#include "handles/status.h"
 #include "platform/support/support_service.h"
 
 namespace Orvane::PKI {
@@ -18,7 +20,8 @@ constexpr std::size_t kSizePath = 100;
 
 // The bare last error, unlike everywhere else: who configures a store knows its numbers.
 [[noreturn]] void throwLastError() {
-    ATL::AtlThrowImpl(static_cast<std::int32_t>(GetLastError()));
+    const auto lastError = static_cast<std::int32_t>(GetLastError());
+    ATL::AtlThrowImpl(lastError == 0 ? status::kFail : lastError);
 }
 
 // The key's path as the settings store takes it. Not a std::string: its room is part of the contract.
@@ -89,7 +92,7 @@ std::wstring normalized(std::wstring_view element) {
 
 }  // namespace
 
-void CGPString::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* name) {
+void CGPString::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* name) try {
     const Path path = makePath(section, name);
     std::size_t size = 0;
     if (support_registry_get_string(path.data(), &size, nullptr) != 0) {
@@ -104,9 +107,11 @@ void CGPString::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* n
     }
     value_ = widen(value).c_str();  // up to the first terminator
     TALLOW_TRACE("Load", "Loading policy \"%s\" succeeded (%s).\n", utf8Name.c_str(), value.c_str());
+} catch (const std::bad_alloc&) {
+    ATL::AtlThrowImpl(status::kOutOfMemory);
 }
 
-void CGPLong::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* name, long defaultValue) {
+void CGPLong::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* name, long defaultValue) try {
     const Path path = makePath(section, name);
     long value = 0;
     if (support_registry_get_long(path.data(), &value) == 0) {
@@ -115,9 +120,11 @@ void CGPLong::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* nam
     }
     value_ = defaultValue;
     TALLOW_TRACE("Load", "Loading default value of policy \"%s\" ...\n", path.data());
+} catch (const std::bad_alloc&) {
+    ATL::AtlThrowImpl(status::kOutOfMemory);
 }
 
-void CGPBool::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* name, bool defaultValue) {
+void CGPBool::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* name, bool defaultValue) try {
     const Path path = makePath(section, name);
     int value = 0;
     if (support_registry_get_bool(path.data(), &value) == 0) {
@@ -126,10 +133,12 @@ void CGPBool::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* nam
     }
     value_ = defaultValue;
     TALLOW_TRACE("Load", "Loading default value of policy \"%s\" ...\n", path.data());
+} catch (const std::bad_alloc&) {
+    ATL::AtlThrowImpl(status::kOutOfMemory);
 }
 
 void CGPStrings::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* name, const wchar_t* /*partnerName*/,
-                      bool normalize) {
+                      bool normalize) try {
     Setted = false;
     const Path path = makePath(section, name);
     std::size_t size = 0;
@@ -154,6 +163,8 @@ void CGPStrings::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* 
         rest.remove_prefix(end + 1);
     }
     TALLOW_TRACE("Load", "Loading multistring policy \"%s\" succeeded.\n", path.data());
+} catch (const std::bad_alloc&) {
+    ATL::AtlThrowImpl(status::kOutOfMemory);
 }
 
 bool CGPStrings::Find(const wchar_t* value) const {

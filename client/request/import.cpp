@@ -2,6 +2,7 @@
 #include <cstring>
 #include <utility>
 
+#include "asn1/rethrow_as_status.h"
 #include "client/request/request_impl.h"
 #include "client/response/chain_building.h"
 #include "foundation/trace.h"
@@ -119,8 +120,8 @@ void CRequest::Impl::importSingleRequestExtension(unsigned long index, ASN1::CEx
     }
 }
 
-void CRequest::Import(unsigned char const* data, unsigned long size) {
-    impl_->Import(data, size);
+void CRequest::Import(unsigned char const* data, unsigned long size) try { impl_->Import(data, size); } catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 }  // namespace Orvane::PKI::OCSP::Client

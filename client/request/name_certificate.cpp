@@ -3,6 +3,7 @@
 #include <string>
 #include <string_view>
 
+#include "asn1/rethrow_as_status.h"
 #include "client/request/request_impl.h"
 #include "client/response/issuer_by_chain.h"
 #include "client/transport/ocsp_access.h"
@@ -148,7 +149,7 @@ void CRequest::Impl::findIssuerByChain(_CERT_CONTEXT const* certificate) {
     }
 }
 
-bool CRequest::put_OCSPAddressFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index) {
+bool CRequest::put_OCSPAddressFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index) try {
     CERT_INFO const& info = infoOf(certificate);
     for (DWORD i = 0; i < info.cExtension; ++i) {
         CERT_EXTENSION const& extension = info.rgExtension[i];
@@ -169,9 +170,11 @@ bool CRequest::put_OCSPAddressFromCertAIA(_CERT_CONTEXT const* certificate, unsi
         }
     }
     return false;
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-void CRequest::put_SRServiceLocatorFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index) {
+void CRequest::put_SRServiceLocatorFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index) try {
     impl_->guardBoundRebuild(index);
     CExtServiceLocator locator;
     locator.put_issuer(toBlob(infoOf(certificate).Issuer));
@@ -181,18 +184,22 @@ void CRequest::put_SRServiceLocatorFromCertAIA(_CERT_CONTEXT const* certificate,
         locator.put_locator(&access);
     }
     impl_->SRServiceLocators.insert_or_assign(index, locator);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-void CRequest::put_SRCRLLocatorFromCertCDP(_CERT_CONTEXT const* certificate, unsigned long index) {
+void CRequest::put_SRCRLLocatorFromCertCDP(_CERT_CONTEXT const* certificate, unsigned long index) try {
     impl_->guardBoundRebuild(index);
     CERT_EXTENSION const* extension = findExtension(certificate, kOidCrlDistributionPoints);
     if (extension == nullptr) {
         ATL::AtlThrowImpl(status::kFileNotFound);
     }
     impl_->SRCRLLocators.insert_or_assign(index, CExtCRLLocator(toBlob(extension->Value)));
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-void CRequest::put_ClientCertificate(_CERT_CONTEXT const* certificate) {
+void CRequest::put_ClientCertificate(_CERT_CONTEXT const* certificate) try {
     ATL2::CCertContext chosen = ATL2::CCertContext::duplicate(certificate);
     if (ATL::CStringA keyInfo; chosen && chosen.GetKeyProvInfo(keyInfo) != 0) {
         if (ATL2::CCertContext known = sameOfUser(chosen)) {
@@ -201,6 +208,8 @@ void CRequest::put_ClientCertificate(_CERT_CONTEXT const* certificate) {
     }
     impl_->ClientCertificate = std::move(chosen);
     impl_->HTTPParams.ClientCertificate = impl_->ClientCertificate.get();
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 ASN1::CAuthorityInfoAccessSyntax CRequest::Impl::GetOCSPAddressFromIssuerCertProp() const {

@@ -4,6 +4,7 @@
 
 #include <cstring>
 
+#include "asn1/rethrow_as_status.h"
 #include "client/request/request_impl.h"
 #include "client/response/export_bytes.h"
 #include "foundation/trace.h"
@@ -41,29 +42,38 @@ wchar_t const* given(wchar_t const* text) {
 
 CRequest::CRequest() : CRequest(false) {}
 
-CRequest::CRequest(bool messageMode) : impl_(std::make_unique<Impl>(*this, messageMode)) {}
+CRequest::CRequest(bool messageMode) try : impl_(std::make_unique<Impl>(*this, messageMode)) {
+} catch (...) {
+    ASN1::rethrowAsStatus();
+}
 
 CRequest::CRequest(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer) : CRequest(false) {
     put_SRCertIDFromCert(certificate, issuer, 0, nullptr);
 }
 
-CRequest::CRequest(CRequest const& source) : impl_(std::make_unique<Impl>(*this)) {
+CRequest::CRequest(CRequest const& source) try : impl_(std::make_unique<Impl>(*this)) {
     *impl_ = *source.impl_;
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 // Self-assignment is not short-cut: the object is cleared first and then takes over what is left of itself.
-CRequest& CRequest::operator=(CRequest const& source) {  // NOLINT(bugprone-unhandled-self-assignment)
+CRequest& CRequest::operator=(CRequest const& source) try {  // NOLINT(bugprone-unhandled-self-assignment)
     *impl_ = *source.impl_;
     return *this;
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 CRequest::~CRequest() = default;
 
 // ---- What is asked --------------------------------------------------------------------------------------------------
 
-void CRequest::AddSingleRequest() {
+void CRequest::AddSingleRequest() try {
     impl_->guard();
     impl_->appendEmptyEntry();
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 unsigned long CRequest::get_SRNumber() const {
@@ -71,29 +81,39 @@ unsigned long CRequest::get_SRNumber() const {
 }
 
 void CRequest::put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer, unsigned long index,
-                                    char const* hashOID) {
+                                    char const* hashOID) try {
     impl_->put_SRCertIDFromCert(certificate, issuer, index, hashOID);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-void CRequest::put_SRCertID(CCertID certID, unsigned long index) {
+void CRequest::put_SRCertID(CCertID certID, unsigned long index) try {
     impl_->guardBoundRebuild(index);
     impl_->SRCertIDs[index] = std::move(certID);
     impl_->SRCertificates[index] = ATL2::CCertContext();
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-CCertID CRequest::get_SRCertID(unsigned long index) const {
+CCertID CRequest::get_SRCertID(unsigned long index) const try {
     impl_->bound(index);
     return impl_->SRCertIDs[index];
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-void CRequest::put_SRHistoricalRequest(CExtHistoricalRequest* extension, unsigned long index) {
+void CRequest::put_SRHistoricalRequest(CExtHistoricalRequest* extension, unsigned long index) try {
     impl_->guardBoundRebuild(index);
     putOrRemove(impl_->SRHistoricalRequests, index, extension);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-void CRequest::put_SRServiceLocator(CExtServiceLocator* extension, unsigned long index) {
+void CRequest::put_SRServiceLocator(CExtServiceLocator* extension, unsigned long index) try {
     impl_->guardBoundRebuild(index);
     putOrRemove(impl_->SRServiceLocators, index, extension);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 CExtHistoricalRequest const* CRequest::get_SRHistoricalRequest(unsigned long index) const {
@@ -140,7 +160,7 @@ bool CRequest::get_UseAcceptableResponses() const {
     return impl_->UseAcceptableResponses;
 }
 
-void CRequest::put_AdditionalExtensions(ASN1::CExtensions* extensions) {
+void CRequest::put_AdditionalExtensions(ASN1::CExtensions* extensions) try {
     impl_->guard();
     impl_->rebuild();
     ASN1::CExtensions& own = impl_->AdditionalExtensions;
@@ -173,6 +193,8 @@ void CRequest::put_AdditionalExtensions(ASN1::CExtensions* extensions) {
             ++extension;
         }
     }
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 ASN1::CExtensions const* CRequest::get_AdditionalExtensions() const {
@@ -181,9 +203,11 @@ ASN1::CExtensions const* CRequest::get_AdditionalExtensions() const {
 
 // ---- How to reach the responder -------------------------------------------------------------------------------------
 
-void CRequest::put_OCSPAddress(wchar_t const* address) {
+void CRequest::put_OCSPAddress(wchar_t const* address) try {
     impl_->HTTPParams.OCSPAddress = given(address);
     impl_->OCSPAddressSet = true;
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 wchar_t const* CRequest::get_OCSPAddress() const {
@@ -198,25 +222,29 @@ enumAuthTypes CRequest::get_OCSPAuthType() const {
     return impl_->HTTPParams.OCSPAuthType;
 }
 
-void CRequest::put_OCSPUserName(wchar_t const* name) {
-    impl_->HTTPParams.OCSPUserName = given(name);
+void CRequest::put_OCSPUserName(wchar_t const* name) try { impl_->HTTPParams.OCSPUserName = given(name); } catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 wchar_t const* CRequest::get_OCSPUserName() const {
     return impl_->HTTPParams.OCSPUserName.c_str();
 }
 
-void CRequest::put_OCSPPassword(wchar_t const* password) {
+void CRequest::put_OCSPPassword(wchar_t const* password) try {
     impl_->HTTPParams.OCSPPassword = given(password);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 wchar_t const* CRequest::get_OCSPPassword() const {
     return impl_->HTTPParams.OCSPPassword.c_str();
 }
 
-void CRequest::put_ProxyAddress(wchar_t const* address) {
+void CRequest::put_ProxyAddress(wchar_t const* address) try {
     impl_->HTTPParams.ProxyAddress = address == nullptr ? L"" : address;
     impl_->HTTPParams.ProxyAddressSet = true;
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 wchar_t const* CRequest::get_ProxyAddress() const {
@@ -231,16 +259,20 @@ enumAuthTypes CRequest::get_ProxyAuthType() const {
     return impl_->HTTPParams.ProxyAuthType;
 }
 
-void CRequest::put_ProxyUserName(wchar_t const* name) {
+void CRequest::put_ProxyUserName(wchar_t const* name) try {
     impl_->HTTPParams.ProxyUserName = given(name);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 wchar_t const* CRequest::get_ProxyUserName() const {
     return impl_->HTTPParams.ProxyUserName.c_str();
 }
 
-void CRequest::put_ProxyPassword(wchar_t const* password) {
+void CRequest::put_ProxyPassword(wchar_t const* password) try {
     impl_->HTTPParams.ProxyPassword = given(password);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 wchar_t const* CRequest::get_ProxyPassword() const {
@@ -277,19 +309,21 @@ void CRequest::put_ResponseHandler(IResponseHandler* handler) {
 
 // ---- Ask, and what came back ----------------------------------------------------------------------------------------
 
-CResponse const& CRequest::Send(bool verify) {
-    return impl_->Send(verify);
+CResponse const& CRequest::Send(bool verify) try { return impl_->Send(verify); } catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-void CRequest::Export(unsigned char* buffer, unsigned long* size) {
+void CRequest::Export(unsigned char* buffer, unsigned long* size) try {
     if (impl_->Encoded.cbData() == 0) {
         impl_->MakeRequest(nullptr, CertsChainWithRoot, nullptr);
     }
     exportBytes(impl_->Encoded, buffer, size);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-CBlob CRequest::get_Response() const {
-    return impl_->ResponseBytes;
+CBlob CRequest::get_Response() const try { return impl_->ResponseBytes; } catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 unsigned long CRequest::get_HTTPStatus() const {

@@ -1,11 +1,13 @@
 // Signs a request while it is built.
 #include <cstring>
 
+#include "asn1/rethrow_as_status.h"
 #include "client/request/request_impl.h"
 #include "client/request/signature_algorithm.h"
 #include "client/response/chain_building.h"
 #include "foundation/trace.h"
 #include "handles/exception.h"
+#include "handles/last_error.h"
 #include "handles/status.h"
 #include "handles/string.h"
 #include "message/request_message.h"
@@ -48,7 +50,7 @@ public:
         BOOL callerFrees = FALSE;
         if (!CryptAcquireCertificatePrivateKey(cert, CRYPT_ACQUIRE_USE_PROV_INFO_FLAG, nullptr, &provider_, &keySpec_,
                                                &callerFrees)) {
-            ATL::AtlThrowLastWin32();
+            ATL2::throwLastErrorOrFail();
         }
         if (callerFrees) {
             owner_.reset(provider_);
@@ -60,7 +62,7 @@ public:
     void open(wchar_t const* password) const {
         const Pin pin(password);
         if (!CryptSetProvParam(provider_, PP_SIGNATURE_PIN, pin.octets(), 0)) {
-            ATL::AtlThrowLastWin32();
+            ATL2::throwLastErrorOrFail();
         }
     }
 
@@ -141,8 +143,10 @@ void CRequest::Impl::includeCertificate(CBlobList& certs, _CERT_CONTEXT const* c
     addCertificate(Certificates, detached.get());
 }
 
-void CRequest::Sign(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude, wchar_t const* password) {
+void CRequest::Sign(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude, wchar_t const* password) try {
     impl_->Sign(signer, certsToInclude, password);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 }  // namespace Orvane::PKI::OCSP::Client

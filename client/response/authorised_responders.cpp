@@ -1,11 +1,12 @@
 // The two thumbprint policies about responders: who is authorised, and who needs no revocation check.
 #include <string>
 
+#include "asn1/rethrow_as_status.h"
 #include "client/policy/policy_values.h"
 #include "client/response/response_impl.h"
 #include "foundation/blob.h"
 #include "foundation/trace.h"
-#include "handles/exception.h"
+#include "handles/last_error.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace Orvane::PKI::OCSP::Client {
@@ -16,11 +17,11 @@ namespace {
 std::wstring thumbprint(_CERT_CONTEXT const* cert) {
     DWORD size = 0;
     if (!CertGetCertificateContextProperty(cert, CERT_SHA1_HASH_PROP_ID, nullptr, &size)) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     CBlob hash(static_cast<unsigned long>(size));
     if (!CertGetCertificateContextProperty(cert, CERT_SHA1_HASH_PROP_ID, hash.pbData(), &size)) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     const CStringProxy narrow = hash.writeToHexString(0);
     const std::string_view text(narrow.c_str());
@@ -29,7 +30,7 @@ std::wstring thumbprint(_CERT_CONTEXT const* cert) {
 
 }  // namespace
 
-int IsOCSPAuthorized(_CERT_CONTEXT const* cert) {
+int IsOCSPAuthorized(_CERT_CONTEXT const* cert) try {
     wchar_t* reserved = nullptr;
     wchar_t sectionText[] = L"ocsppolicy";
     wchar_t* section = sectionText;
@@ -40,6 +41,8 @@ int IsOCSPAuthorized(_CERT_CONTEXT const* cert) {
     TALLOW_TRACE("IsOCSPAuthorized", "Check OCSP operator certificate %s against AuthorizedOCSPs policy, result: %s \n",
                  std::string(print.begin(), print.end()).c_str(), listed ? "true" : "false");
     return listed ? 1 : 0;
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 int CResponse::Impl::IsOCSPNocheck(_CERT_CONTEXT const* cert) const {

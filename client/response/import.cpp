@@ -2,6 +2,7 @@
 #include <cstring>
 #include <utility>
 
+#include "asn1/rethrow_as_status.h"
 #include "client/request/request_impl.h"
 #include "client/response/chain_building.h"
 #include "client/response/response_impl.h"
@@ -134,7 +135,7 @@ void CResponse::Impl::requireEntry(unsigned long index) const {
     }
 }
 
-void CResponse::Import(unsigned char const* data, unsigned long size, CRequest const* request) {
+void CResponse::Import(unsigned char const* data, unsigned long size, CRequest const* request) try {
     impl_->Import(data, size);
     if (request == nullptr) {
         return;
@@ -156,6 +157,8 @@ void CResponse::Import(unsigned char const* data, unsigned long size, CRequest c
             impl_->SRCertificates[index] = asked.SRCertificates[i];
         }
     }
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 }  // namespace Orvane::PKI::OCSP::Client

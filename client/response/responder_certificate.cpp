@@ -1,4 +1,5 @@
 // The search for the certificate that signed a response.
+#include "asn1/rethrow_as_status.h"
 #include "client/response/response_impl.h"
 #include "handles/crypto_handles.h"
 #include "handles/exception.h"
@@ -59,9 +60,11 @@ _CERT_CONTEXT const* CResponse::Impl::findResponder(void** stores, unsigned long
     return nullptr;
 }
 
-_CERT_CONTEXT const* CResponse::get_OCSPCertificate(void** stores, unsigned long count) const {
+_CERT_CONTEXT const* CResponse::get_OCSPCertificate(void** stores, unsigned long count) const try {
     impl_->requireSuccessful();
     return impl_->findResponder(stores, count);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 }  // namespace Orvane::PKI::OCSP::Client

@@ -3,6 +3,7 @@
 
 #include <string>
 
+#include "asn1/rethrow_as_status.h"
 #include "client/response/export_bytes.h"
 #include "client/response/issuer_by_chain.h"
 #include "client/response/response_impl.h"
@@ -22,15 +23,21 @@ auto find(Map const& map, unsigned long index) -> typename Map::mapped_type cons
 
 }  // namespace
 
-CResponse::CResponse() : impl_(std::make_unique<Impl>(*this)) {}
-
-CResponse::CResponse(CResponse const& source) : CResponse() {
-    *impl_ = *source.impl_;
+CResponse::CResponse() try : impl_(std::make_unique<Impl>(*this)) {
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-CResponse& CResponse::operator=(CResponse const& source) {  // NOLINT(bugprone-unhandled-self-assignment): Impl's matter
+CResponse::CResponse(CResponse const& source) try : CResponse() { *impl_ = *source.impl_; } catch (...) {
+    ASN1::rethrowAsStatus();
+}
+
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): Impl's matter
+CResponse& CResponse::operator=(CResponse const& source) try {
     *impl_ = *source.impl_;
     return *this;
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 CResponse::~CResponse() = default;
@@ -47,9 +54,11 @@ void CResponse::put_ChainEngine(void* engine) {
     impl_->ChainEngine = engine;
 }
 
-void CResponse::Export(unsigned char* buffer, unsigned long* size) const {
+void CResponse::Export(unsigned char* buffer, unsigned long* size) const try {
     impl_->requireImported();
     exportBytes(impl_->Encoded, buffer, size);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 // ---- The response as a whole ----------------------------------------------------------------------------------------
@@ -122,9 +131,11 @@ ASN1::CExtensions const* CResponse::get_AdditionalExtensions() const {
 
 // ---- The single responses -------------------------------------------------------------------------------------------
 
-CCertID CResponse::get_SRCertID(unsigned long index) const {
+CCertID CResponse::get_SRCertID(unsigned long index) const try {
     impl_->requireEntry(index);
     return *impl_->get_SingleResponse(index).get_reqCert().get_certID();
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 CCertStatus::Type CResponse::get_SRStatus(unsigned long index) const {
@@ -175,20 +186,27 @@ ASN1::CExtensions const* CResponse::get_SRAdditionalExtensions(unsigned long ind
 
 // ---- Matching -------------------------------------------------------------------------------------------------------
 
-bool CResponse::VerifyNonce(unsigned char const* data, unsigned long size) const {
+bool CResponse::VerifyNonce(unsigned char const* data, unsigned long size) const try {
     impl_->requireSuccessful();
     return CBlob(data, size) == impl_->Nonce;
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-unsigned long CResponse::get_SRIndexByCertID(CCertID const& certID) const {
+unsigned long CResponse::get_SRIndexByCertID(CCertID const& certID) const try {
     impl_->requireSuccessful();
     return impl_->Entries.find(certID);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 // A hash of the issuer is computed once for each algorithm in use, not once for each entry: a response may hold many
 // entries, and computing the identifier is the costly part.
-unsigned long CResponse::get_SRIndexByCert(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer) const {
+unsigned long CResponse::get_SRIndexByCert(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer) const try {
     impl_->requireSuccessful();
+    if (cert == nullptr) {
+        ATL::AtlThrowImpl(status::kInvalidArgument);
+    }
     const ATL2::CCertContext held = issuer != nullptr ? ATL2::CCertContext::duplicate(issuer) : issuerByChain(cert);
     if (!held) {
         ATL::AtlThrowImpl(status::kNoSigner);
@@ -216,6 +234,8 @@ unsigned long CResponse::get_SRIndexByCert(_CERT_CONTEXT const* cert, _CERT_CONT
         ++index;
     }
     return kNoIndex;
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 }  // namespace Orvane::PKI::OCSP::Client

@@ -56,7 +56,8 @@ public:
 
     /// Flag bits. Set the options after an import.
     void put_Flags(unsigned int flags);
-    /// CRLs cached before this time are not used; stays the caller's.
+    /// CRLs cached before this time are not used. The object keeps the pointer, not the time: the record stays the
+    /// caller's and must live as long as this response or a copy of it is used, or until the next import.
     void put_CacheResync(_FILETIME* time);
     /// A chain engine handle of the Crypto service, null for the default; stays the caller's.
     void put_ChainEngine(void* engine);
@@ -101,9 +102,10 @@ public:
     unsigned long get_SRIndexByCertID(CCertID const& certID) const;
     /// Position of the first entry about `cert`, each tried with its own hash algorithm, or kNoIndex; the certificate
     /// found is remembered for VerifySR. `issuer` null builds a chain to find it: kNoSigner when there is none.
+    /// A null `cert` throws kInvalidArgument.
     unsigned long get_SRIndexByCert(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer) const;
     /// True when the response's nonce has exactly these bytes.
-    bool VerifyNonce(unsigned char const* data, unsigned long size) const;
+    [[nodiscard]] bool VerifyNonce(unsigned char const* data, unsigned long size) const;
 
     // ---- Judge ------------------------------------------------------------------------------------------------------
     // Verdicts are returned, 0 for success; misuse is thrown as above. `criticalOIDs`: null refuses every critical
@@ -119,23 +121,25 @@ public:
     /// Signature and response-level critical extensions. `cert` null takes the responder's certificate as above; a
     /// certificate given is used as it stands. Returns kBadSignature, kCertCritical. Throws kCryptNotFound when no
     /// responder certificate is to be found.
-    std::int32_t Verify(_CERT_CONTEXT const* cert, char const* criticalOIDs) const;
+    [[nodiscard]] std::int32_t Verify(_CERT_CONTEXT const* cert, char const* criticalOIDs) const;
 
     /// The responder's certificate: chain, authorisation for each entry, revocation. With `verifySR` also VerifySR on
     /// every entry; without it, 0 says nothing about an entry until VerifySR is asked about it. Nor does it say
     /// anything about the signature: give Verify the same certificate. Returns kCertExpired, kWrongUsage, kTrustFail,
     /// kCryptRevoked, kNoRevocationCheck, or the status with which the chain was refused. Throws kCryptNotFound and
     /// converted last errors.
-    std::int32_t VerifyCertificate(_CERT_CONTEXT const* cert, bool verifySR, void** stores, unsigned long count) const;
+    [[nodiscard]] std::int32_t VerifyCertificate(_CERT_CONTEXT const* cert, bool verifySR, void** stores,
+                                                 unsigned long count) const;
 
     /// One entry: authorisation, times, critical extensions; not its certificate status. `authorized` null uses what
     /// VerifyCertificate found (kNotSuccessful is thrown when it did not run), else the value pointed to. Returns
     /// kWrongUsage, kNextBeforeThis, kNotCurrent, kCertExpired, kCriticalSingleExtension.
-    std::int32_t VerifySR(unsigned long index, char const* criticalOIDs, bool* authorized) const;
+    [[nodiscard]] std::int32_t VerifySR(unsigned long index, char const* criticalOIDs, bool* authorized) const;
 
     /// Revocation state of `cert` under `issuer` from the CRL stores and `store`: 0, or the converted last error of the
     /// service, kFail when it tells none. Offered for callers of their own; the checks above do not use it.
-    std::int32_t VerifyRevocation(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer, void* store) const;
+    [[nodiscard]] std::int32_t VerifyRevocation(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer,
+                                                void* store) const;
 
 private:
     struct Impl;
@@ -144,6 +148,6 @@ private:
 
 /// Non-zero when the certificate's SHA-1 thumbprint stands in the policy list AuthorizedOCSPs, which is read anew at
 /// every call. Throws the converted last error when the thumbprint cannot be had.
-TALLOW_EXPORT int IsOCSPAuthorized(_CERT_CONTEXT const* cert);
+[[nodiscard]] TALLOW_EXPORT int IsOCSPAuthorized(_CERT_CONTEXT const* cert);
 
 }  // namespace Orvane::PKI::OCSP::Client

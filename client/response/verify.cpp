@@ -1,4 +1,5 @@
 // The judgement on a response as a whole and on one single response.
+#include "asn1/rethrow_as_status.h"
 #include "client/response/critical_extensions.h"
 #include "client/response/response_impl.h"
 #include "handles/exception.h"
@@ -7,7 +8,7 @@
 
 namespace Orvane::PKI::OCSP::Client {
 
-std::int32_t CResponse::Verify(_CERT_CONTEXT const* cert, char const* criticalOIDs) const {
+std::int32_t CResponse::Verify(_CERT_CONTEXT const* cert, char const* criticalOIDs) const try {
     impl_->requireSuccessful();
     if (cert == nullptr) {
         cert = impl_->OCSPCertificate.get();
@@ -28,9 +29,11 @@ std::int32_t CResponse::Verify(_CERT_CONTEXT const* cert, char const* criticalOI
         return status::kCertCritical;
     }
     return status::kOk;
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-std::int32_t CResponse::VerifySR(unsigned long index, char const* criticalOIDs, bool* authorized) const {
+std::int32_t CResponse::VerifySR(unsigned long index, char const* criticalOIDs, bool* authorized) const try {
     impl_->requireSuccessful();
     if (authorized == nullptr && impl_->SRAuthorized.empty()) {
         ATL::AtlThrowImpl(status::kNotSuccessful);
@@ -63,6 +66,8 @@ std::int32_t CResponse::VerifySR(unsigned long index, char const* criticalOIDs, 
         return status::kCriticalSingleExtension;
     }
     return status::kOk;
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 }  // namespace Orvane::PKI::OCSP::Client

@@ -3,6 +3,7 @@
 #include <exception>
 #include <vector>
 
+#include "asn1/rethrow_as_status.h"
 #include "client/response/chain_building.h"
 #include "client/response/response_impl.h"
 #include "foundation/trace.h"
@@ -136,7 +137,7 @@ std::int32_t CResponse::Impl::judgeChain(ATL2::CCertChainContext const& chain, b
 }
 
 std::int32_t CResponse::VerifyCertificate(_CERT_CONTEXT const* cert, bool verifySR, void** stores,
-                                          unsigned long count) const {
+                                          unsigned long count) const try {
     impl_->requireSuccessful();
     if (cert == nullptr) {
         cert = impl_->OCSPCertificate.get();
@@ -186,9 +187,12 @@ std::int32_t CResponse::VerifyCertificate(_CERT_CONTEXT const* cert, bool verify
         return status::kNoRevocationCheck;
     }
     return statusOfRevocation(checked->rgpChain[0]->TrustStatus.dwErrorStatus);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-std::int32_t CResponse::VerifyRevocation(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer, void* store) const {
+std::int32_t CResponse::VerifyRevocation(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer, void* store) const
+    try {
     ATL2::CCertStore crls;
     if (const std::int32_t opened = crls.Open(CERT_STORE_PROV_SYSTEM_W, 0, kUserStoreFlags, L"CA"); opened != 0) {
         return opened;
@@ -214,6 +218,8 @@ std::int32_t CResponse::VerifyRevocation(_CERT_CONTEXT const* cert, _CERT_CONTEX
     TALLOW_TRACE("VerifyRevocation", "Revocation Provider returned 0x%.8X.\n", result);
     // A service that fails without a reason must not read as a certificate that is not revoked.
     return !checked && result == 0 ? status::kFail : ATL2::convertLastError(result);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 }  // namespace Orvane::PKI::OCSP::Client

@@ -182,14 +182,70 @@ TEST_F(PlainFunctions, VerifyJudgesAResponseAboutOneCertificate) {
     const Bytes sameNonce = extensions({{"1.2.3", false, tlv::null()}, nonceExtension({1, 2})});
     const Bytes bareNonce = extensions({{kNonceOid, false, {1, 2}}});
     constexpr std::int32_t kFailed = 1;
+    folder_.write("user/CA/sibling.pem", pki_.sibling.certificatePem());
+    // Delegates whose revocation is checked, one of them revoked, and one of a CA that has no CRL.
+    CertificateSpec checked = delegateSpec("checked");
+    checked.ocspNoCheck = false;
+    const Identity revokedDelegate = issue(pki_.ca, checked);
+    folder_.write("user/CA/ca.crl", makeCrl(pki_.ca, {.revokedSerials = {revokedDelegate.serial()}}));
+    const Identity withoutCrl = issueCa(pki_.root, "without a CRL");
+    folder_.write("user/CA/withoutCrl.pem", withoutCrl.certificatePem());
+    const Identity underIt = issue(withoutCrl, {});
+    ResponseSpec notToBeLearnt(issue(withoutCrl, checked));
+    notToBeLearnt.entries.emplace_back(certIdOf(underIt, withoutCrl));
+    CertificateSpec old = delegateSpec("old");
+    old.notBeforeSeconds = -3L * 24 * 3600;
+    old.notAfterSeconds = -24L * 3600;
+    const Identity expired = issue(pki_.ca, old);
+    const Bytes body =
+        tlv::context(0, tlv::sequence({tlv::oid(kBasicResponseOid),
+                                       tlv::octetString(changed([](ResponseSpec& s) { s.bare = true; }))}));
     struct Row {
         const char* what;
         Bytes response;
         Bytes extensions;
         std::int32_t expected;
+        const Identity& subject = Pki::shared().good;
     };
     const Row rows[] = {
         {"good", good, {}, 0},
+        {"revoked, behind a good one",
+         changed([this](ResponseSpec& s) {
+             s.entries = {EntrySpec(certIdOf(pki_.unknown, pki_.ca)),
+                          EntrySpec(certIdOf(pki_.good, pki_.ca), EntryStatus::kRevoked)};
+         }),
+         {},
+         status::kCryptRevoked},
+        {"a delegate of another CA",
+         changed([this](ResponseSpec& s) { s.signer = issue(pki_.sibling, delegateSpec("another's")); }),
+         {},
+         status::kWrongUsage},
+        {"a delegate of another CA, behind an entry that it may answer",
+         changed([&](ResponseSpec& s) { s.entries.emplace_back(certIdOf(underIt, withoutCrl)); }),
+         {},
+         status::kWrongUsage,
+         underIt},
+        {"a delegate that is revoked",
+         changed([&](ResponseSpec& s) { s.signer = revokedDelegate; }),
+         {},
+         status::kCryptRevoked},
+        {"a delegate that is not", changed([&](ResponseSpec& s) { s.signer = issue(pki_.ca, checked); }), {}, 0},
+        {"a delegate without a CRL", buildResponse(notToBeLearnt), {}, status::kNoRevocationCheck, underIt},
+        {"a delegate that has expired since it answered",
+         changed([&](ResponseSpec& s) {
+             s.signer = expired;
+             s.producedAt = generalizedTimeText(-2L * 24 * 3600);
+         }),
+         {},
+         status::kCertExpired},
+        {"a nextUpdate that has passed",
+         changed([](ResponseSpec& s) { s.entries[0].nextUpdate = generalizedTimeText(-30); }),
+         {},
+         0},
+        {"a refusal with a good answer inside", tlv::sequence({tlv::enumerated(6), body}), {}, kFailed},
+        {"no refusal", tlv::sequence({tlv::enumerated(0), body}), {}, 0},
+        {"a nonce that goes on", withNonce, extensions({nonceExtension({1, 2, 3})}), status::kNoRevocationCheck},
+        {"a nonce that ends before", withNonce, extensions({nonceExtension({1})}), status::kNoRevocationCheck},
         {"revoked",
          changed([](ResponseSpec& s) { s.entries[0].status = EntryStatus::kRevoked; }),
          {},
@@ -216,7 +272,7 @@ TEST_F(PlainFunctions, VerifyJudgesAResponseAboutOneCertificate) {
         {"no response", {1, 2, 3}, {}, kFailed},
     };
     for (const Row& row : rows) {
-        EXPECT_THAT(verified(pki_.good, row.response, row.extensions), IsStatus(row.expected)) << row.what;
+        EXPECT_THAT(verified(row.subject, row.response, row.extensions), IsStatus(row.expected)) << row.what;
     }
     const ATL2::CCertContext cert = contextOf(pki_.good);
     EXPECT_THAT(ocspVerifyResponse(cert.get(), good.data(), good.size() + kBeyond32Bits, nullptr, 0), IsStatus(0))
@@ -225,6 +281,36 @@ TEST_F(PlainFunctions, VerifyJudgesAResponseAboutOneCertificate) {
     EXPECT_THAT(ocspVerifyResponse(cert.get(), nullptr, 1, nullptr, 0), IsStatus(kFailed));
     std::filesystem::remove(folder_.file("user/CA/ca.pem"));
     EXPECT_THAT(verified(pki_.good, good, {}), IsStatus(kFailed)) << "its issuer is known no longer";
+}
+
+TEST_F(PlainFunctions, EachAskedCertificateCountsByItsOwnEntry) {
+    HttpReply reply;
+    const HttpServer server([&](const HttpRequest&) { return reply; });
+    const EntrySpec good(certIdOf(pki_.good, pki_.ca));
+    const EntrySpec revoked(certIdOf(pki_.revoked, pki_.ca), EntryStatus::kRevoked);
+    struct Row {
+        const char* what;
+        std::vector<const Identity*> asked;
+        std::vector<EntrySpec> entries;
+        std::int32_t expected;
+    };
+    for (const Row& row :
+         {Row{"both, the second revoked", {&pki_.good, &pki_.revoked}, {good, revoked}, status::kCertificateRevoked},
+          Row{"both, in another order", {&pki_.good, &pki_.revoked}, {revoked, good}, status::kCertificateRevoked},
+          Row{"one, its entry second and revoked", {&pki_.revoked}, {good, revoked}, status::kCertificateRevoked},
+          Row{"one, its entry second and good", {&pki_.good}, {revoked, good}, 0}}) {
+        reply = {.body = changed([&](ResponseSpec& s) { s.entries = row.entries; })};
+        CRequest request;
+        request.put_UseNonce(false);
+        request.put_OCSPAddress(wide(server.url()).c_str());
+        for (unsigned long i = 0; i < row.asked.size(); ++i) {
+            if (i != 0) {
+                request.AddSingleRequest();
+            }
+            ask(request, *row.asked[i], pki_.ca, i);
+        }
+        EXPECT_THAT(thrownStatus([&] { request.Send(true); }), IsStatus(row.expected)) << row.what;
+    }
 }
 
 TEST_F(PlainFunctions, VerifyFindsTheResponderInTheStoreOfTheCertificate) {

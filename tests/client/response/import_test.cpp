@@ -27,7 +27,7 @@ TEST_F(ResponseImport, AnEmptyObjectGuardsEveryRead) {
     unsigned long size = 0;
     EXPECT_THAT(thrownStatus([&] { response.get_Status(); }), IsStatus(status::kNotImported));
     EXPECT_THAT(thrownStatus([&] { response.Export(nullptr, &size); }), IsStatus(status::kNotImported));
-    EXPECT_THAT(thrownStatus([&] { response.VerifySR(0, nullptr, nullptr); }), IsStatus(status::kNotImported));
+    EXPECT_THAT(thrownStatus([&] { return response.VerifySR(0, nullptr, nullptr); }), IsStatus(status::kNotImported));
     EXPECT_THAT(thrownStatus([&] { static_cast<void>(CResponse(response)); }), IsStatus(status::kAsn1Error));
 }
 
@@ -139,6 +139,14 @@ TEST_F(ResponseImport, ARefusalOfTheResponderIsReadableAndNothingElse) {
     unsigned long size = 0;
     response.Export(nullptr, &size);
     EXPECT_EQ(size, buildResponse(spec).size());
+    spec.responseStatus = 0;
+    spec.bare = true;
+    const Bytes body = tlv::sequence({tlv::oid(kBasicResponseOid), tlv::octetString(buildResponse(spec))});
+    for (unsigned refusal = 1; refusal <= 6; ++refusal) {
+        import(response, tlv::sequence({tlv::enumerated(refusal), tlv::context(0, body)}));
+        EXPECT_EQ(response.get_Status(), refusal);
+        EXPECT_THAT(thrownStatus([&] { response.get_SRNumber(); }), IsStatus(status::kNotSuccessful)) << refusal;
+    }
 }
 
 TEST_F(ResponseImport, SortsTheExtensionsOfAnEntry) {
@@ -195,8 +203,11 @@ TEST_F(ResponseImport, ComparesTheNoncesOfBothSides) {
     spec.extensions = {nonceExtension(nonce)};
     EXPECT_THAT(importStatus(buildResponse(spec), &with), IsStatus(0));
     EXPECT_THAT(importStatus(buildResponse(spec), &without), IsStatus(status::kNonceMismatch));
-    spec.extensions = {nonceExtension(fromHex("0000000000000000"))};
-    EXPECT_THAT(importStatus(buildResponse(spec), &with), IsStatus(status::kNonceMismatch));
+    for (const Bytes& other :
+         {fromHex("0000000000000000"), Bytes(nonce.begin(), nonce.end() - 1), concat({nonce, {0}}), Bytes()}) {
+        spec.extensions = {nonceExtension(other)};
+        EXPECT_THAT(importStatus(buildResponse(spec), &with), IsStatus(status::kNonceMismatch)) << toHex(other);
+    }
 }
 
 TEST_F(ResponseImport, FindsEntriesByIdentifierAndByCertificate) {
@@ -211,6 +222,10 @@ TEST_F(ResponseImport, FindsEntriesByIdentifierAndByCertificate) {
     const ATL2::CCertContext ca = contextOf(pki_.ca);
     EXPECT_EQ(response.get_SRIndexByCert(good.get(), ca.get()), 1u) << "each entry by its own hash, first match";
     EXPECT_EQ(response.get_SRIndexByCert(contextOf(pki_.unknown).get(), ca.get()), CResponse::kNoIndex);
+    for (_CERT_CONTEXT const* issuer : {ca.get(), static_cast<_CERT_CONTEXT const*>(nullptr)}) {
+        EXPECT_THAT(thrownStatus([&] { response.get_SRIndexByCert(nullptr, issuer); }),
+                    IsStatus(status::kInvalidArgument));
+    }
     EXPECT_EQ(response.get_SRIndexByCert(good.get(), contextOf(pki_.sibling).get()), CResponse::kNoIndex);
     CRequest request;
     ask(request, pki_.good, pki_.ca);
@@ -254,6 +269,24 @@ TEST_F(ResponseImport, LooksUpManyEntriesAsItLooksUpOne) {
         unknown.put_serialNumber(Orvane::ASN1::CBigInteger(toBlob(fromHex("FF00")).pbData(), 2));
         EXPECT_EQ(response.get_SRIndexByCertID(unknown), CResponse::kNoIndex);
         EXPECT_EQ(response.get_SRIndexByCertID(ocsp::CCertID()), CResponse::kNoIndex);
+    }
+    // A serial number or hash that is the beginning of another names another certificate.
+    spec.entries.clear();
+    CertIdSpec otherKey = sample;
+    otherKey.issuerKeyHash.back() ^= 1;
+    CertIdSpec longerKey = sample;
+    longerKey.issuerKeyHash.push_back(0);
+    CertIdSpec otherName = sample;
+    otherName.issuerNameHash.back() ^= 1;
+    for (const CertIdSpec& id : {sample, otherKey, longerKey, otherName}) {
+        add({10, 1}, id);
+        add({10}, id);
+    }
+    import(response, buildResponse(spec));
+    for (int round = 0; round < 3; ++round) {
+        for (unsigned long i = 0; i < 8; ++i) {
+            EXPECT_EQ(response.get_SRIndexByCertID(response.get_SRCertID(i)), i) << round;
+        }
     }
     // What was found in one message is not looked for in the next.
     import(response, buildResponse(good()));

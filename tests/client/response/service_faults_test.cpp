@@ -55,6 +55,23 @@ TEST_F(ServiceFaults, AChainOfNothingIsNotBelieved) {
     }
 }
 
+TEST_F(ServiceFaults, AFailureWithoutAReasonIsThrownAsAFailure) {
+    const Bytes der = answerAbout(pki_.good);
+    const ATL2::CCertContext good = contextOf(pki_.good);
+    CResponse response;
+    response.Import(der.data(), der.size(), nullptr);
+    EXPECT_CALL(service_, CertGetCertificateChain).Times(2).WillRepeatedly(failing(FALSE, 0));
+    EXPECT_THAT(thrownStatus([&] { return response.VerifyCertificate(nullptr, false, nullptr, 0); }),
+                IsStatus(status::kFail));
+    EXPECT_THAT(thrownStatus([&] { response.get_SRIndexByCert(good.get(), nullptr); }), IsStatus(status::kFail));
+    EXPECT_CALL(service_, CertGetCertificateContextProperty).WillRepeatedly(failing(FALSE, 0));
+    EXPECT_THAT(thrownStatus([&] { return ocsp::Client::IsOCSPAuthorized(good.get()); }), IsStatus(status::kFail));
+    ATL::CStringA value;
+    EXPECT_THAT(good.GetProperty(CERT_SHA1_HASH_PROP_ID, value), IsStatus(status::kFail));
+    EXPECT_CALL(service_, CryptVerifyCertificateSignatureEx).WillOnce(failing(FALSE, 0));
+    EXPECT_THAT(thrownStatus([&] { return response.Verify(good.get(), nullptr); }), IsStatus(status::kFail));
+}
+
 TEST_F(ServiceFaults, ARevocationCheckThatFailsWithoutAReasonFails) {
     struct Row {
         BOOL result;

@@ -106,7 +106,7 @@ TEST_F(Verify, SaysWhichEntriesTheResponderMayAnswer) {
     spec.entries.emplace_back(certIdOf(pki_.good, pki_.sibling));
     CResponse response;
     import(response, buildResponse(spec));
-    EXPECT_THAT(thrownStatus([&] { response.VerifySR(0, nullptr, nullptr); }), IsStatus(status::kNotSuccessful))
+    EXPECT_THAT(thrownStatus([&] { return response.VerifySR(0, nullptr, nullptr); }), IsStatus(status::kNotSuccessful))
         << "nobody has looked at the responder yet";
     bool authorised = true;
     EXPECT_THAT(response.VerifySR(0, nullptr, &authorised), IsStatus(0));
@@ -117,7 +117,7 @@ TEST_F(Verify, SaysWhichEntriesTheResponderMayAnswer) {
     EXPECT_THAT(response.VerifySR(1, nullptr, nullptr), IsStatus(status::kWrongUsage)) << "another issuer's";
     EXPECT_THAT(response.VerifyCertificate(nullptr, true, nullptr, 0), IsStatus(status::kWrongUsage));
     // A copy, and a second import, forget what was found.
-    EXPECT_THAT(thrownStatus([&] { CResponse(response).VerifySR(0, nullptr, nullptr); }),
+    EXPECT_THAT(thrownStatus([&] { return CResponse(response).VerifySR(0, nullptr, nullptr); }),
                 IsStatus(status::kNotSuccessful));
 }
 
@@ -215,7 +215,7 @@ TEST_F(Verify, AnAcceptedResponderStaysUntilAnotherIsAccepted) {
     EXPECT_THAT(response.VerifyCertificate(nullptr, false, nullptr, 0), IsStatus(0));
     import(response, buildResponse(by(another)));
     EXPECT_THAT(response.Verify(nullptr, nullptr), IsStatus(status::kBadSignature)) << "the first one's key";
-    EXPECT_THAT(thrownStatus([&] { response.VerifySR(0, nullptr, nullptr); }), IsStatus(status::kNotSuccessful))
+    EXPECT_THAT(thrownStatus([&] { return response.VerifySR(0, nullptr, nullptr); }), IsStatus(status::kNotSuccessful))
         << "verdicts about the first message do not count for the second";
     EXPECT_THAT(CResponse(response).Verify(nullptr, nullptr), IsStatus(0)) << "a copy searches for itself";
     ASSERT_NE(response.get_OCSPCertificate(nullptr, 0), nullptr);
@@ -228,7 +228,7 @@ TEST_F(Verify, FindsTheSignerWhereverItIs) {
     CResponse response;
     import(response, buildResponse(spec));
     EXPECT_EQ(response.get_OCSPCertificate(nullptr, 0), nullptr);
-    EXPECT_THAT(thrownStatus([&] { response.Verify(nullptr, nullptr); }), IsStatus(status::kCryptNotFound));
+    EXPECT_THAT(thrownStatus([&] { return response.Verify(nullptr, nullptr); }), IsStatus(status::kCryptNotFound));
     ATL2::CCertStore store;
     ASSERT_EQ(store.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr), 0);
     for (const Identity& identity : {pki_.good, responder_}) {
@@ -238,6 +238,13 @@ TEST_F(Verify, FindsTheSignerWhereverItIs) {
     void* stores[] = {store.get()};
     _CERT_CONTEXT const* found = response.get_OCSPCertificate(stores, 1);
     EXPECT_EQ(encodingOf(found), responder_.certificate);
+    // Its issuer is in a store of the caller's alone.
+    ATL2::CCertStore issuers;
+    ASSERT_EQ(issuers.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr), 0);
+    ASSERT_TRUE(CertAddCertificateContextToStore(issuers.get(), contextOf(pki_.ca).get(), CERT_STORE_ADD_NEW, nullptr));
+    void* chainStores[] = {nullptr, store.get(), issuers.get()};
+    EXPECT_THAT(response.VerifyCertificate(found, true, chainStores, 2), IsStatus(status::kChaining));
+    EXPECT_THAT(response.VerifyCertificate(found, true, chainStores, 3), IsStatus(0));
 
     folder_.write("user/AddressBook/responder.pem", responder_.certificatePem());
     CResponse fromUserStore;

@@ -168,7 +168,7 @@ TEST_F(Send, ReturnsARefusedAnswerOnlyWithItsRefusalOnRecord) {
     Asking request(leaf);
     const CResponse& refused = request.Send(true);
     EXPECT_THAT(request.get_Attempts().back().status, IsStatus(status::kWrongUsage));
-    EXPECT_THAT(thrownStatus([&] { refused.VerifySR(0, nullptr, nullptr); }), IsStatus(status::kNotSuccessful));
+    EXPECT_THAT(thrownStatus([&] { return refused.VerifySR(0, nullptr, nullptr); }), IsStatus(status::kNotSuccessful));
     EXPECT_THAT(refused.VerifyCertificate(nullptr, true, nullptr, 0), IsStatus(status::kWrongUsage));
 
     replies_ = {{"/1", reply(answerAbout(leaf))}};
