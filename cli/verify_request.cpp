@@ -54,10 +54,12 @@ bool RequestVerification::passes(std::int32_t status) {
     return false;
 }
 
-// The last place where the library looks is the user's store My, and it fails when there is none.
+// The signer, else a certificate with his name, so that the report can say that its key did not sign. The last place
+// where the library looks is the user's store My, and it fails when there is none.
 _CERT_CONTEXT const* findCertificate(CRequest const& request, void* store) {
     try {
-        return request.get_RequestorCertificate(&store, 1);
+        _CERT_CONTEXT const* const signer = request.FindSigner(&store, 1);
+        return signer != nullptr ? signer : request.get_RequestorCertificate(&store, 1);
     } catch (ATL::CAtlException const& failure) {
         if (failure.status() == status::kFileNotFound) {
             return nullptr;

@@ -63,7 +63,7 @@ void check(const CRequest& request) {
         request.get_SRHistoricalRequest(index);
         request.get_SRServiceLocator(index);
         request.get_SRCRLLocator(index);
-        request.VerifySR(index, "1.2.3");
+        static_cast<void>(request.VerifySR(index, "1.2.3"));
     }
     const bool isSigned = request.get_SignatureAlgorithmOID()[0] != '\0';
     require(attempt([&] { request.get_SignatureAlgorithm(); }) == isSigned);

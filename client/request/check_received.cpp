@@ -1,4 +1,5 @@
 // The checks of whoever receives requests: signature, critical extensions, the requestor and his certificate.
+#include "asn1/rethrow_as_status.h"
 #include "client/request/request_impl.h"
 #include "client/response/chain_building.h"
 #include "client/response/critical_extensions.h"
@@ -11,23 +12,39 @@ namespace Orvane::PKI::OCSP::Client {
 
 namespace {
 
+constexpr DWORD kAtHand = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY |
+                          CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE;
 constexpr DWORD kEncoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 constexpr DWORD kUserStoreFlags =
     CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG | CERT_STORE_OPEN_EXISTING_FLAG;
 
-ATL2::CCertContext findBySubject(HCERTSTORE store, CERT_NAME_BLOB name) {
-    return ATL2::CCertContext::adopt(
-        CertFindCertificateInStore(store, kEncoding, 0, CERT_FIND_SUBJECT_NAME, &name, nullptr));
+// A hostile request can carry any number of certificates with the requestor's name; real ones carry one or two.
+constexpr int kMaxSignersTried = 16;
+
+// The first certificate of the store with this subject that `accepts` takes; empty when there is none.
+template <typename Accepts>
+ATL2::CCertContext findBySubject(HCERTSTORE store, CERT_NAME_BLOB name, Accepts accepts) {
+    ATL2::CCertContext hit;
+    // The search frees the context it is given, so each step hands the last one back.
+    while (_CERT_CONTEXT const* next =
+               CertFindCertificateInStore(store, kEncoding, 0, CERT_FIND_SUBJECT_NAME, &name, hit.detach())) {
+        hit.reset(next);
+        if (accepts(hit)) {
+            return hit;
+        }
+    }
+    return {};
 }
 
 bool sameEncoding(ATL2::CCertContext const& left, ATL2::CCertContext const& right) {
     return CBlob(left->pbCertEncoded, left->cbCertEncoded) == CBlob(right->pbCertEncoded, right->cbCertEncoded);
 }
 
-// The first certificate with this subject: of the message, of the given stores in their order, of the user.
-ATL2::CCertContext findRequestor(CERT_NAME_BLOB name, ATL2::CCertStore const& carried, void** stores,
-                                 unsigned long count) {
-    if (ATL2::CCertContext hit = findBySubject(carried.get(), name)) {
+// The same in the message, the given stores in their order, the user's store. Fails when the last cannot be opened.
+template <typename Accepts>
+ATL2::CCertContext findInStores(CERT_NAME_BLOB name, ATL2::CCertStore const& carried, void** stores,
+                                unsigned long count, Accepts accepts) {
+    if (ATL2::CCertContext hit = findBySubject(carried.get(), name, accepts)) {
         return hit;
     }
     for (unsigned long i = 0; i < count; ++i) {
@@ -35,7 +52,7 @@ ATL2::CCertContext findRequestor(CERT_NAME_BLOB name, ATL2::CCertStore const& ca
         if (store.AttachWeak(stores[i]) != 0) {
             continue;
         }
-        if (ATL2::CCertContext hit = findBySubject(store.get(), name)) {
+        if (ATL2::CCertContext hit = findBySubject(store.get(), name, accepts)) {
             return hit;
         }
     }
@@ -43,7 +60,15 @@ ATL2::CCertContext findRequestor(CERT_NAME_BLOB name, ATL2::CCertStore const& ca
     if (const std::int32_t opened = my.Open(CERT_STORE_PROV_SYSTEM_W, 0, kUserStoreFlags, L"My"); opened != 0) {
         ATL::AtlThrowImpl(opened);
     }
-    return findBySubject(my.get(), name);
+    return findBySubject(my.get(), name, accepts);
+}
+
+// Whether the chain leads to a trusted root by signatures that verify, and all of it is valid now.
+bool leadsToTrustedRoot(ATL2::CCertChainContext const& chain) {
+    constexpr DWORD kUnproven = CERT_TRUST_IS_PARTIAL_CHAIN | CERT_TRUST_IS_UNTRUSTED_ROOT |
+                                CERT_TRUST_IS_EXPLICIT_DISTRUST | CERT_TRUST_IS_NOT_SIGNATURE_VALID |
+                                CERT_TRUST_IS_NOT_TIME_VALID;
+    return isProof(chain) && (chain->rgpChain[0]->TrustStatus.dwErrorStatus & kUnproven) == 0;
 }
 
 // The verdict of the service on the chain of a requestor.
@@ -71,15 +96,15 @@ void CRequest::Impl::requireSigned() const {
 
 // Searches by name and keeps the hit, independent of its store, in RequestorCertificate. The same certificate found
 // again keeps the handle that callers already hold. Null when there is none; what was found before stays then.
-_CERT_CONTEXT const* CRequest::Impl::searchRequestor(void** stores, unsigned long count) {
-    CRequestMessage message;
-    message.decode(Encoded);
+template <typename Accepts>
+_CERT_CONTEXT const* CRequest::Impl::searchRequestor(CRequestMessage const& message, void** stores, unsigned long count,
+                                                     Accepts accepts) {
     CBlob const* name = message.get_requestorName();
     if (name == nullptr) {
         return nullptr;  // an unsigned message in an object that still carries the mark of an earlier one
     }
     ATL2::CCertContext hit =
-        findRequestor({static_cast<DWORD>(name->cbData()), name->pbData()}, Certificates, stores, count);
+        findInStores({static_cast<DWORD>(name->cbData()), name->pbData()}, Certificates, stores, count, accepts);
     if (!hit) {
         return nullptr;
     }
@@ -92,8 +117,24 @@ _CERT_CONTEXT const* CRequest::Impl::searchRequestor(void** stores, unsigned lon
     return RequestorCertificate.get();
 }
 
-// A reference of its own to the certificate that a check is made with: the one given, else the one found earlier, else
-// the one to be found now.
+// The first certificate with the requestor's name.
+_CERT_CONTEXT const* CRequest::Impl::searchRequestor(void** stores, unsigned long count) {
+    CRequestMessage message;
+    message.decode(Encoded);
+    return searchRequestor(message, stores, count, [](ATL2::CCertContext const&) { return true; });
+}
+
+// The first of them whose key made the signature.
+_CERT_CONTEXT const* CRequest::Impl::searchSigner(void** stores, unsigned long count) {
+    CRequestMessage message;
+    message.decode(Encoded);
+    int tried = 0;
+    return searchRequestor(message, stores, count, [&](ATL2::CCertContext const& candidate) {
+        return tried++ < kMaxSignersTried && message.verify(CBlob(candidate->pbCertEncoded, candidate->cbCertEncoded));
+    });
+}
+
+// The certificate to check with (given, found earlier, or found now), as a new reference.
 ATL2::CCertContext CRequest::Impl::certificateToCheck(_CERT_CONTEXT const* given, void** stores, unsigned long count) {
     if (given == nullptr) {
         given = RequestorCertificate.get();
@@ -109,7 +150,7 @@ ATL2::CCertContext CRequest::Impl::certificateToCheck(_CERT_CONTEXT const* given
 }
 
 std::int32_t CRequest::Verify(_CERT_CONTEXT const* certificate, char const* criticalList,
-                              bool checkSingleRequests) const {
+                              bool checkSingleRequests) const try {
     if (!impl_->SignatureAlgorithmOID.empty()) {
         CRequestMessage message;
         message.decode(impl_->Encoded);
@@ -133,32 +174,59 @@ std::int32_t CRequest::Verify(_CERT_CONTEXT const* certificate, char const* crit
         }
     }
     return status::kOk;
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-std::int32_t CRequest::VerifySR(unsigned long index, char const* criticalList) const {
+std::int32_t CRequest::VerifySR(unsigned long index, char const* criticalList) const try {
     const CriticalExtensionRule rule(criticalList);
     if (rule.examinesNone()) {
         return status::kOk;  // before the index is looked at
     }
     return rule.refuses(get_SRAdditionalExtensions(index)) ? status::kCertCritical : status::kOk;
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 std::int32_t CRequest::VerifyCertificate(_CERT_CONTEXT const* certificate, void** stores,
-                                         unsigned long storeCount) const {
+                                         unsigned long storeCount) const try {
     const ATL2::CCertContext used = impl_->certificateToCheck(certificate, stores, storeCount);
     const ATL2::CCertStore collection = collectStores(impl_->Certificates, stores, storeCount);
+    // The requestor wrote the addresses in these certificates. They are contacted only for a chain that leads to a
+    // trusted root without them, or requests from anybody could make this side send requests to internal addresses.
+    const ATL2::CCertChainContext atHand = buildChain(used.get(), {.flags = kAtHand, .additional = collection.get()});
+    if (!leadsToTrustedRoot(atHand)) {
+        const std::int32_t verdict = judgeRequestor(atHand);
+        return verdict != 0 ? verdict : status::kTrustFail;
+    }
     const ATL2::CCertChainContext chain = buildChain(
         used.get(), {.flags = CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT | CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE,
                      .additional = collection.get()});
     return judgeRequestor(chain);
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
-_CERT_CONTEXT const* CRequest::get_RequestorCertificate(void** stores, unsigned long storeCount) const {
+_CERT_CONTEXT const* CRequest::get_RequestorCertificate(void** stores, unsigned long storeCount) const try {
     impl_->requireSigned();
     if (impl_->SignerCertificate) {
         return ATL2::CCertContext(impl_->SignerCertificate).detach();
     }
     return impl_->searchRequestor(stores, storeCount);
+} catch (...) {
+    ASN1::rethrowAsStatus();
+}
+
+_CERT_CONTEXT const* CRequest::FindSigner(void** stores, unsigned long storeCount) const try {
+    impl_->requireSigned();
+    return impl_->SignerCertificate ? impl_->SignerCertificate.get() : impl_->searchSigner(stores, storeCount);
+} catch (ATL::CAtlException const& failure) {
+    if (failure.status() == status::kFileNotFound) {
+        return nullptr;  // the user has no store, so the signer is not in it
+    }
+    throw;
+} catch (...) {
+    ASN1::rethrowAsStatus();
 }
 
 std::uint32_t CRequest::get_SignatureAlgorithm() const {

@@ -160,7 +160,9 @@ public:
     /// Flag bits.
     void put_Flags(unsigned int flags);
     unsigned int get_Flags() const;
-    /// Cached answers and CRLs from before this time are not used. The record stays the caller's and must outlive Send.
+    /// Cached answers and CRLs from before this time are not used. The object keeps the pointer, not the time: the
+    /// record stays the caller's and must live as long as the request, its copies, or any response obtained from them
+    /// is used, since VerifyCertificate of a response reads it again. Null for no such time.
     void put_CacheResync(_FILETIME* time);
     /// True leaves out the check of producedAt against the present time.
     void put_DisableProducedAtCheck(bool disable);
@@ -213,7 +215,12 @@ public:
     //
     //   CRequest received;
     //   received.Import(bytes, size);
-    //   if (received.Verify(nullptr, nullptr, true) == 0 && received.VerifyCertificate(nullptr, nullptr, 0) == 0) ...
+    //   _CERT_CONTEXT const* signer = received.FindSigner(nullptr, 0);
+    //   if (signer != nullptr && received.Verify(signer, nullptr, true) == 0 &&
+    //       received.VerifyCertificate(signer, nullptr, 0) == 0) ...
+    //
+    // Ask in this order: the signature first, then the certificate. VerifyCertificate may contact addresses that the
+    // certificates name.
     //
     // Verdicts are returned, 0 for no objection; misuse is thrown. `criticalList` names the critical extensions that
     // are **refused**, as dotted texts separated by ";"; what it does not name passes, and an empty list refuses
@@ -234,21 +241,25 @@ public:
 
     /// Signature and critical extensions, those of the entries too when `checkSingleRequests` is true. For entries null
     /// counts in place of `criticalList`, except that "*" leaves them out. An unsigned request passes without a
-    /// signature. `certificate` null takes the requestor's as get_RequestorCertificate(nullptr, 0) finds it. Says
-    /// nothing about whether the certificate is to be trusted: VerifyCertificate does. Returns kBadSignature,
-    /// kCertCritical. Throws kCryptNotFound when a signed request comes without a certificate to check it with, the
-    /// converted last error when the check cannot be made (an algorithm unknown or too weak).
-    std::int32_t Verify(_CERT_CONTEXT const* certificate, char const* criticalList, bool checkSingleRequests) const;
+    /// signature. `certificate` null takes the requestor's as get_RequestorCertificate(nullptr, 0) finds it, by name
+    /// alone: where several certificates bear the name, give the one that FindSigner returns. Says nothing about
+    /// whether the certificate is to be trusted: VerifyCertificate does. Returns kBadSignature, kCertCritical. Throws
+    /// kCryptNotFound when a signed request comes without a certificate to check it with, the converted last error when
+    /// the check cannot be made (an algorithm unknown or too weak).
+    [[nodiscard]] std::int32_t Verify(_CERT_CONTEXT const* certificate, char const* criticalList,
+                                      bool checkSingleRequests) const;
     /// Critical extensions of one entry. Returns kCertCritical. Throws kInvalidIndex, except for the list "*".
-    std::int32_t VerifySR(unsigned long index, char const* criticalList) const;
+    [[nodiscard]] std::int32_t VerifySR(unsigned long index, char const* criticalList) const;
 
     /// Whether the requestor's certificate has a chain to a trusted root, is in date and, like those above it but the
     /// root, not revoked. `certificate` null takes the requestor's as get_RequestorCertificate finds it. Certificates
-    /// between come from the message, `stores` and the service. Returns the status of the chain policy (kChaining,
-    /// kCertSignature, kUntrustedRoot, kCryptRevoked, kBasicConstraints, kWrongUsage, kTrustFail, kCertExpired,
-    /// kNoRevocationCheck). Throws kCryptNotFound without a certificate, kRequestSigned when none is given for an
-    /// unsigned request, converted last errors.
-    std::int32_t VerifyCertificate(_CERT_CONTEXT const* certificate, void** stores, unsigned long storeCount) const;
+    /// between come from the message, `stores` and the service. Addresses in certificates are contacted (for CRLs)
+    /// only when the chain leads to a trusted root by the certificates at hand. Returns the status of the chain policy
+    /// (kChaining, kCertSignature, kUntrustedRoot, kCryptRevoked, kBasicConstraints, kWrongUsage, kTrustFail,
+    /// kCertExpired, kNoRevocationCheck). Throws kCryptNotFound without a certificate, kRequestSigned when none is
+    /// given for an unsigned request, converted last errors.
+    [[nodiscard]] std::int32_t VerifyCertificate(_CERT_CONTEXT const* certificate, void** stores,
+                                                 unsigned long storeCount) const;
 
     /// The certificate of whoever signed. **Who frees it differs**: on an object that signed by itself the result is a
     /// new reference to its signer, which the caller frees with CertFreeCertificateContext, each time; otherwise it is
@@ -259,6 +270,12 @@ public:
     /// is none. A name proves nothing: only Verify tells whether the key fits. Throws kRequestSigned on an unsigned
     /// request, the converted last error (kFileNotFound) when "My" cannot be opened.
     _CERT_CONTEXT const* get_RequestorCertificate(void** stores, unsigned long storeCount) const;
+
+    /// The certificate whose key made the signature, of those with the requestor's name in the message, in `stores` and
+    /// in the user's store "My"; the first 16 are tried. Null when none fits. The request owns it, on an object that
+    /// signed by itself too, and keeps it as get_RequestorCertificate does: Verify and VerifyCertificate with a null
+    /// certificate use it. Throws kRequestSigned on an unsigned request, and what Verify throws.
+    [[nodiscard]] _CERT_CONTEXT const* FindSigner(void** stores, unsigned long storeCount) const;
 
     /// The Crypto service's number of the signature algorithm; 0, with last error kBadAlgorithm, when it has none.
     /// Throws kRequestSigned on an unsigned request.

@@ -69,7 +69,11 @@ struct CRequest::Impl {
     void importSingleRequestExtension(unsigned long index, ASN1::CExtension const& extension);
 
     void requireSigned() const;  // throws kRequestSigned: guard() the other way round
+    template <typename Accepts>
+    _CERT_CONTEXT const* searchRequestor(CRequestMessage const& message, void** stores, unsigned long count,
+                                         Accepts accepts);
     _CERT_CONTEXT const* searchRequestor(void** stores, unsigned long count);
+    _CERT_CONTEXT const* searchSigner(void** stores, unsigned long count);
     ATL2::CCertContext certificateToCheck(_CERT_CONTEXT const* given, void** stores, unsigned long count);
 
     void put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer, unsigned long index,

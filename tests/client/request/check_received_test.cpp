@@ -4,6 +4,7 @@
 #include <functional>
 
 #include "tests/client/support/client_test.h"
+#include "tests/support/http_server.h"
 #include "tests/support/process.h"
 #include "tests/support/tlv.h"
 
@@ -243,7 +244,7 @@ TEST_F(Received, CriticalExtensionsAreRefusedAsTheListSays) {
         EXPECT_THAT(request.VerifySR(0, row.list), IsStatus(0));
     }
     EXPECT_THAT(request.VerifySR(100, "*"), IsStatus(0));
-    EXPECT_THAT(thrownStatus([&] { request.VerifySR(100, nullptr); }), IsStatus(status::kInvalidIndex));
+    EXPECT_THAT(thrownStatus([&] { return request.VerifySR(100, nullptr); }), IsStatus(status::kInvalidIndex));
 }
 
 TEST_F(Received, ChecksWhatOthersSigned) {
@@ -258,7 +259,7 @@ TEST_F(Received, ChecksWhatOthersSigned) {
             EXPECT_EQ(request.get_UseNonce(), options.front() != "-no_nonce");
             const ATL2::CCertContext known = contextOf(signer);
             if (options.front() == "-no_certs") {
-                EXPECT_THAT(thrownStatus([&] { request.Verify(nullptr, nullptr, true); }),
+                EXPECT_THAT(thrownStatus([&] { return request.Verify(nullptr, nullptr, true); }),
                             IsStatus(status::kCryptNotFound));
                 EXPECT_THAT(request.Verify(known.get(), nullptr, true), IsStatus(0));
                 EXPECT_THAT(request.VerifyCertificate(known.get(), nullptr, 0), IsStatus(0));
@@ -318,7 +319,7 @@ TEST_F(Received, JudgesTheRequestorsCertificate) {
     }
     CRequest unsignedRequest;
     import(unsignedRequest, message({entry()}));
-    EXPECT_THAT(thrownStatus([&] { unsignedRequest.VerifyCertificate(nullptr, nullptr, 0); }),
+    EXPECT_THAT(thrownStatus([&] { return unsignedRequest.VerifyCertificate(nullptr, nullptr, 0); }),
                 IsStatus(status::kRequestSigned));
 }
 
@@ -343,6 +344,22 @@ TEST_F(Received, LooksForTheRequestorByNameInAFixedOrder) {
     EXPECT_EQ(encodingOf(bare.get_RequestorCertificate(nullptr, 0)), own.certificate);
     EXPECT_THAT(bare.Verify(nullptr, nullptr, true), IsStatus(status::kBadSignature))
         << "the name alone proves nothing";
+    EXPECT_EQ(bare.FindSigner(stores, 2), nullptr);
+    ASSERT_TRUE(
+        CertAddCertificateContextToStore(memory.get(), contextOf(requestor_).get(), CERT_STORE_ADD_NEW, nullptr));
+    EXPECT_EQ(encodingOf(bare.get_RequestorCertificate(stores, 2)), given.certificate) << "the first of the name";
+    EXPECT_EQ(encodingOf(bare.FindSigner(stores, 2)), requestor_.certificate) << "of those, the one that signed";
+    EXPECT_THAT(bare.Verify(nullptr, nullptr, true), IsStatus(0));
+    EXPECT_THAT(bare.VerifyCertificate(nullptr, nullptr, 0), IsStatus(0));
+    ATL2::CCertStore crowd;
+    ASSERT_EQ(crowd.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr), 0);
+    for (int i = 0; i < 17; ++i) {
+        const Identity& namesake = i == 16 ? requestor_ : issue(pki_.ca, named("requestor"));
+        ASSERT_TRUE(
+            CertAddCertificateContextToStore(crowd.get(), contextOf(namesake).get(), CERT_STORE_ADD_NEW, nullptr));
+    }
+    void* crowded[] = {crowd.get()};
+    EXPECT_EQ(bare.FindSigner(crowded, 1), nullptr) << "the number of tries is bounded";
     std::filesystem::remove_all(folder_.file("user/My"));
     CRequest nobody;
     import(nobody, signedBy(requestor_, CRequest::CertsNone));
@@ -350,7 +367,7 @@ TEST_F(Received, LooksForTheRequestorByNameInAFixedOrder) {
         << "no store of the user";
     folder_.write("user/My/other.pem", pki_.good.certificatePem());
     EXPECT_EQ(nobody.get_RequestorCertificate(nullptr, 0), nullptr);
-    EXPECT_THAT(thrownStatus([&] { nobody.Verify(nullptr, nullptr, true); }), IsStatus(status::kCryptNotFound));
+    EXPECT_THAT(thrownStatus([&] { return nobody.Verify(nullptr, nullptr, true); }), IsStatus(status::kCryptNotFound));
 
     CRequest signing;
     ask(signing, pki_.good, pki_.ca);
@@ -362,7 +379,32 @@ TEST_F(Received, LooksForTheRequestorByNameInAFixedOrder) {
         EXPECT_EQ(encodingOf(first.get()), requestor_.certificate);
         EXPECT_EQ(encodingOf(second.get()), requestor_.certificate);
     }
+    EXPECT_EQ(encodingOf(signing.FindSigner(nullptr, 0)), requestor_.certificate);
     EXPECT_THAT(signing.Verify(nullptr, nullptr, true), IsStatus(0));
+}
+
+TEST_F(Received, AsksNoAddressOfARequestorBeforeHisChainIsProven) {
+    const Identity between = issueCa(pki_.ca, "between");
+    const Bytes crl = makeCrl(between, {});
+    const HttpServer server([&](const HttpRequest& request) {
+        return HttpReply{.body = request.target == "/ca.crl" ? crl : between.certificate};
+    });
+    CertificateSpec spec = named("far away");
+    spec.caIssuersUrls = {server.url("/between.cer")};
+    spec.crlUrls = {server.url("/ca.crl")};
+    const Identity known = issue(between, spec);
+    const Identity stranger = selfSigned(spec);
+    CRequest request;
+    for (const Identity* signer : {&known, &stranger}) {
+        import(request, signedBy(*signer));
+        EXPECT_THAT(request.VerifyCertificate(nullptr, nullptr, 0),
+                    IsStatus(signer == &known ? status::kChaining : status::kUntrustedRoot));
+    }
+    EXPECT_EQ(server.requests().size(), 0u);
+    folder_.write("user/CA/between.pem", between.certificatePem());
+    import(request, signedBy(known));
+    EXPECT_THAT(request.VerifyCertificate(nullptr, nullptr, 0), IsStatus(0));
+    EXPECT_EQ(server.requests().size(), 1u) << "the CRL of a chain that leads to a trusted root";
 }
 
 }  // namespace

@@ -79,6 +79,30 @@ TEST_F(RequestorService, TheFirstHashOfTheProviderThatFitsTheKeySigns) {
     }
 }
 
+TEST_F(RequestorService, AnEmptyChainAddsNothingToTheSigner) {
+    CERT_SIMPLE_CHAIN simple{};
+    CERT_SIMPLE_CHAIN* chains[] = {&simple};
+    CERT_CHAIN_CONTEXT chain{};
+    chain.rgpChain = chains;
+    ASSERT_TRUE(crypto_set_key_uri(signer_.get(), folder_.write("signer.key", pki_.good.key.pem()).c_str()));
+    EXPECT_CALL(service_, CertGetCertificateChain)
+        .WillRepeatedly([&](auto, auto, auto, auto, auto, auto, auto, PCCERT_CHAIN_CONTEXT* made) {
+            *made = &chain;
+            return TRUE;
+        });
+    EXPECT_CALL(service_, CertFreeCertificateChain(&chain)).WillRepeatedly(Return());
+    for (const DWORD count : {0U, 1U}) {
+        for (const auto include : {CRequest::CertsChainNoRoot, CRequest::CertsChainWithRoot}) {
+            chain.cChain = count;
+            CRequest request(request_);
+            request.Sign(signer_.get(), include, nullptr);
+            _CERT_CONTEXT const* const first = CertEnumCertificatesInStore(request.get_Certificates(), nullptr);
+            ASSERT_NE(first, nullptr);
+            EXPECT_EQ(CertEnumCertificatesInStore(request.get_Certificates(), first), nullptr) << "the signer alone";
+        }
+    }
+}
+
 TEST_F(RequestorService, APolicyThatSaysNothingIsNotBelieved) {
     CERT_SIMPLE_CHAIN simple{};
     CERT_SIMPLE_CHAIN* chains[] = {&simple};
@@ -102,12 +126,18 @@ TEST_F(RequestorService, APolicyThatSaysNothingIsNotBelieved) {
         simple.cElement = row.elements;
         constexpr DWORD kFlags =
             CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT | CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE;
-        EXPECT_CALL(service_, CertGetCertificateChain(nullptr, _, nullptr, _, _, kFlags, nullptr, _))
-            .WillOnce([&](auto, auto, auto, auto, auto, auto, auto, PCCERT_CHAIN_CONTEXT* made) {
-                *made = &chain;
-                return TRUE;
-            });
-        EXPECT_CALL(service_, CertFreeCertificateChain(&chain)).WillOnce(Return());
+        constexpr DWORD kAtHand = CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY | CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL |
+                                  CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE;
+        // First the certificates at hand; the network only for a chain that is sound by them.
+        const bool isSound = row.elements != 0;
+        testing::InSequence order;
+        for (const DWORD flags : isSound ? std::vector<DWORD>{kAtHand, kFlags} : std::vector<DWORD>{kAtHand}) {
+            EXPECT_CALL(service_, CertGetCertificateChain(nullptr, _, nullptr, _, _, flags, nullptr, _))
+                .WillOnce([&](auto, auto, auto, auto, auto, auto, auto, PCCERT_CHAIN_CONTEXT* made) {
+                    *made = &chain;
+                    return TRUE;
+                });
+        }
         EXPECT_CALL(service_, CertVerifyCertificateChainPolicy(testing::StrEq("{B52FF66F-13A5-402C-B958-A3A6B5300FB6}"),
                                                                &chain, _, _))
             .WillOnce([&](auto, auto, CERT_CHAIN_POLICY_PARA* parameters, CERT_CHAIN_POLICY_STATUS* result) {
@@ -117,6 +147,7 @@ TEST_F(RequestorService, APolicyThatSaysNothingIsNotBelieved) {
                 return row.judged;
             });
         std::int32_t verdict = 0;
+        EXPECT_CALL(service_, CertFreeCertificateChain(&chain)).Times(isSound ? 2 : 1).WillRepeatedly(Return());
         const std::int32_t thrown =
             thrownStatus([&] { verdict = request_.VerifyCertificate(signer_.get(), nullptr, 0); });
         EXPECT_THAT(thrown != 0 ? thrown : verdict, IsStatus(row.expected)) << row.what;
@@ -128,7 +159,7 @@ TEST_F(RequestorService, AFailureWithoutAReasonIsNoSuccessOfAPlainFunction) {
     EXPECT_CALL(service_, CertCreateCertificateContext).WillOnce(failing(nullptr, 0));
     unsigned char* response = nullptr;
     unsigned long size = 0;
-    EXPECT_THAT(ocspSendRequest(request.data(), request.size(), &response, &size), IsStatus(status::kInternalError));
+    EXPECT_THAT(ocspSendRequest(request.data(), request.size(), &response, &size), IsStatus(status::kFail));
 }
 
 }  // namespace
