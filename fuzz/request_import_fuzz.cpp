@@ -56,7 +56,7 @@ Bytes exported(CRequest& request) {
 
 void check(const CRequest& request) {
     for (const char* list : {static_cast<const char*>(nullptr), "", "1.2.3;2.5.29.15"}) {
-        attempt([&] { request.Verify(nullptr, list, true); });
+        attempt([&] { static_cast<void>(request.Verify(nullptr, list, true)); });
     }
     for (unsigned long index = 0; index < std::min(request.get_SRNumber(), 8UL); ++index) {
         request.get_SRCertID(index);
@@ -70,6 +70,10 @@ void check(const CRequest& request) {
     attempt([&] {
         _CERT_CONTEXT const* requestor = request.get_RequestorCertificate(nullptr, 0);
         require(requestor == request.get_RequestorCertificate(nullptr, 0));
+    });
+    attempt([&] {
+        _CERT_CONTEXT const* signer = request.FindSigner(nullptr, 0);
+        require(signer == nullptr || request.Verify(signer, "*", false) == 0);
     });
     // No root is trusted here, so nobody may be.
     attempt([&] { require(request.VerifyCertificate(nullptr, nullptr, 0) != 0); });

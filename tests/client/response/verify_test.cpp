@@ -166,7 +166,13 @@ TEST_F(Verify, ChecksTheRevocationOfAResponderWithoutTheNoCheckMark) {
     spec.commonName = "checked";
     spec.extendedKeyUsage = "OCSPSigning";
     spec.crlUrls = {crls.url("/ca.crl")};
+    spec.caIssuersUrls = {crls.url("/ca.cer")};
     const Identity checked = issue(pki_.ca, spec);
+    ResponseSpec forged = by(checked);
+    forged.corruptSignature = true;
+    forged.certificates.clear();
+    EXPECT_THAT(thrownStatus([&] { return judge(buildResponse(forged)); }), IsStatus(status::kCryptNotFound));
+    EXPECT_EQ(crls.requests().size(), 0u) << "no address of a certificate that did not sign";
     EXPECT_THAT(judge(buildResponse(by(checked))), IsStatus(0));
     std::filesystem::remove(folder_.file("user/CA/root.crl"));
     EXPECT_THAT(judge(buildResponse(by(checked))), IsStatus(status::kNoRevocationCheck)) << "no CRL about the CA";
