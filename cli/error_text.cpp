@@ -79,7 +79,7 @@ const char* remedyOfHttp(unsigned long httpStatus) {
 }
 
 std::string describe(CRequest::Attempt const& attempt) {
-    const std::string address = attempt.address.empty() ? "(empty address)" : utf8(attempt.address);
+    const std::string address = attempt.address.empty() ? "(empty address)" : withoutPassword(utf8(attempt.address));
     if (attempt.status != status::kHttpStatus) {
         return address + ": " + stepOf(attempt) + ": " + textOf(attempt.status);
     }

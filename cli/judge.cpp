@@ -41,7 +41,7 @@ unsigned long Judge::entryIn(CResponse const& response) const {
 // After "unknown" the next responder is asked, and what that one knows outweighs it; nothing else is followed by a
 // further answer.
 void Judge::accept(CertificateState state, CResponse const& response) {
-    result_.responder = utf8(request_.get_OCSPAddress());
+    result_.responder = withoutPassword(utf8(request_.get_OCSPAddress()));
     describeEntry(response, entryIn(response), result_);
     result_.state = state;
     accepted_ = true;

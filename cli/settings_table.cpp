@@ -5,6 +5,7 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/safe_text.h"
 #include "platform/support/support_service.h"
 
 namespace tallow::cli {
@@ -132,11 +133,11 @@ std::optional<std::string> readBytes(int (*read)(const char*, size_t*, char*), c
     return value;
 }
 
-// A basic string: what TOML does not allow in it as it stands is escaped.
+// A basic string: what TOML does not allow in it as it stands is escaped. The password of an address is left out.
 std::string quoted(std::string_view value) {
     constexpr const char* kDigits = "0123456789ABCDEF";
     std::string toml = "\"";
-    for (const char c : value) {
+    for (const char c : withoutPassword(value)) {
         const auto octet = static_cast<unsigned char>(c);
         if (octet < 0x20 || octet == 0x7F) {
             toml += std::string("\\u00") + kDigits[octet >> 4U] + kDigits[octet & 0x0FU];
