@@ -29,8 +29,8 @@ public:
     void run();
 
 private:
-    void fillRequest(CRequest& request, _CERT_CONTEXT const* certificate);
-    void ask(CRequest& request);
+    Question fillRequest(CRequest& request, _CERT_CONTEXT const* certificate);
+    void ask(CRequest& request, const Question& question);
     void saveRequest(CRequest& request) const;
     void saveResponse(CRequest const& request);
     void fail(CheckError error);
@@ -38,6 +38,7 @@ private:
     const CheckOptions& options_;
     RunInputs& inputs_;
     CheckResult& result_;
+    ATL2::CCertContext issuer_;
     const char* step_ = "reading the certificate";
 };
 
@@ -51,16 +52,15 @@ void Check::run() {
         std::for_each(certificates.begin() + 1, certificates.end(), [this](const auto& next) { inputs_.add(next); });
         step_ = "reading the policy";
         CRequest request;
-        fillRequest(request, certificate);
-        ask(request);
+        ask(request, fillRequest(request, certificate));
     } catch (...) {
         fail(explainCaught(step_));
     }
 }
 
-void Check::fillRequest(CRequest& request, _CERT_CONTEXT const* certificate) {
+Question Check::fillRequest(CRequest& request, _CERT_CONTEXT const* certificate) {
     step_ = "finding the issuer";
-    inputs_.name(request, certificate);
+    issuer_ = inputs_.name(request, certificate);
     step_ = "building the request";
     if (options_.nonce) {
         request.put_UseNonce(*options_.nonce);
@@ -72,10 +72,11 @@ void Check::fillRequest(CRequest& request, _CERT_CONTEXT const* certificate) {
         request.put_ProxyAddress(wide(options_.proxy).c_str());
     }
     saveRequest(request);
+    return {request.get_SRCertID(0), certificate, issuer_.get(), false};
 }
 
-void Check::ask(CRequest& request) {
-    Judge judge(request, inputs_.store(), result_);
+void Check::ask(CRequest& request, const Question& question) {
+    Judge judge(request, question, inputs_.store(), result_);
     request.put_ResponseHandler(&judge);
     std::int32_t failure = status::kOk;
     try {
@@ -85,7 +86,7 @@ void Check::ask(CRequest& request) {
     }
     // Send may also return an answer that the judge refused; nothing but the judge makes an answer count.
     if (!judge.accepted()) {
-        fail(explainSend(failure, request));
+        fail(explainSend(failure, request, judge.rejected()));
     }
     saveResponse(request);
 }

@@ -42,25 +42,48 @@ TEST(TrustOption, IsWhatMakesAnAnswerCount) {
     EXPECT_EQ(run.exitStatus, 0) << run.err;
 }
 
+// The responder says "good" about whatever certificate of the root has this serial number.
 TEST(IssuerOption, MustNameTheIssuer) {
     const Command tallow;
-    const Responder responder(responderOptions());
-    const std::string leaf = tallow.file("leaf.pem", certs().good);
+    const Identity sameName = rootCa("command root");
+    CertificateSpec sha1;
+    sha1.hash = "SHA1";
     struct Row {
         const char* name;
+        Identity leaf;
         Identity issuer;
+        const char* code;  // empty when it is the issuer
         const char* words;
     };
-    for (const Row& row : {Row{"another name", rootCa("another root"), "finding the issuer"},
-                           Row{"the same name, another key", rootCa("command root"), "another key"}}) {
+    for (const Row& row :
+         {Row{"another name", certs().good, rootCa("another root"), "0x800B0107", "finding the issuer"},
+          Row{"the same name, another key", certs().good, sameName, "0x800B0107",
+              "another key; name the one that signed (--issuer)"},
+          Row{"another key, SHA-1", issue(sameName, sha1), certs().root, "0x800B0107", "another key"},
+          Row{"an algorithm of nobody", withUnknownAlgorithm(certs().good), certs().root, "0x80090008",
+              "cannot be verified"},
+          Row{"SHA-1", issue(certs().root, sha1), certs().root, "", ""}}) {
         SCOPED_TRACE(row.name);
-        const std::string issuer = tallow.file("issuer.pem", row.issuer);
-        const ProcessResult run = tallow.check({"--url", responder.url(), "--issuer", issuer, leaf});
-        EXPECT_EQ(run.exitStatus, kExitNoAnswer) << run.out;
-        EXPECT_EQ(numLines(run.err), 1U);
-        EXPECT_THAT(run.err, AllOf(HasSubstr("0x800B0107"), HasSubstr(row.words), HasSubstr("--issuer")));
+        const HttpServer server([&row](const HttpRequest&) {
+            ResponseSpec spec(certs().delegate);
+            spec.entries.emplace_back(certIdOf(row.leaf, certs().root));
+            return HttpReply{.body = buildResponse(spec)};
+        });
+        const std::string leaf = tallow.file("leaf.pem", row.leaf);
+        const std::vector<std::string> asking{"--no-nonce", "--url", server.url(), leaf};
+        std::vector<std::string> named = asking;
+        named.insert(named.end(), {"--issuer", tallow.file("issuer.pem", row.issuer)});
+        const bool isIssuer = *row.code == '\0';
+        const ProcessResult run = tallow.check(named);
+        EXPECT_EQ(run.exitStatus, isIssuer ? 0 : kExitNoAnswer) << run.out << run.err;
+        EXPECT_EQ(numLines(run.err), isIssuer ? 0U : 1U);
+        EXPECT_THAT(run.err, AllOf(HasSubstr(row.code), HasSubstr(row.words)));
+        // One that is found has to have signed the certificate, too.
+        const bool isFound = isIssuer || row.leaf.certificate == certs().good.certificate;
+        EXPECT_EQ(tallow.check(asking).exitStatus, isFound ? 0 : kExitNoAnswer);
     }
-    const ProcessResult unknown = tallow.checkUntrusting({"--url", responder.url(), leaf});
+    const ProcessResult unknown =
+        tallow.checkUntrusting({"--url", "http://127.0.0.1:9/", tallow.file("leaf.pem", certs().good)});
     EXPECT_EQ(unknown.exitStatus, kExitNoAnswer);
     EXPECT_THAT(unknown.err, AllOf(HasSubstr("0x8009100E"), HasSubstr("--issuer")));
 }
@@ -107,17 +130,6 @@ TEST(CertsAndCrlOptions, CompleteTheChainOfTheResponder) {
     // Certificates behind the first one in its file are there for the chain as well.
     const std::string bundle = tallow.file("bundle.pem", below.certificatePem() + ca.certificatePem());
     EXPECT_EQ(tallow.check({"--crl", caCrl, "--crl", rootCrl, "--url", responder.url(), bundle}).exitStatus, 0);
-}
-
-TEST(CrlOption, IsNeededForAResponderWithoutTheNoCheckMark) {
-    const Command tallow;
-    const Responder responder(responderOptions(certs().markless));
-    const std::string leaf = tallow.file("leaf.pem", certs().good);
-    const ProcessResult without = tallow.check({"--url", responder.url(), leaf});
-    EXPECT_EQ(without.exitStatus, kExitNoAnswer);
-    EXPECT_THAT(without.err, AllOf(HasSubstr("0x80092012"), HasSubstr("--crl")));
-    const std::string crl = tallow.file("root.crl", makeCrl(certs().root, {}));
-    EXPECT_EQ(tallow.check({"--crl", crl, "--url", responder.url(), leaf}).exitStatus, 0);
 }
 
 TEST(HashOption, DecidesHowTheIssuerIsNamed) {
