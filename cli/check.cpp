@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "cli/certificate_text.h"
+#include "cli/chain_rules.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
 #include "cli/judge.h"
@@ -31,6 +32,7 @@ public:
 private:
     Question fillRequest(CRequest& request, _CERT_CONTEXT const* certificate);
     void ask(CRequest& request, const Question& question);
+    void verifyChain(_CERT_CONTEXT const* certificate);
     void saveRequest(CRequest& request) const;
     void saveResponse(CRequest const& request);
     void fail(CheckError error);
@@ -53,6 +55,9 @@ void Check::run() {
         step_ = "reading the policy";
         CRequest request;
         ask(request, fillRequest(request, certificate));
+        if (options_.verifyChain && result_.state != CertificateState::kError) {
+            verifyChain(certificate);
+        }
     } catch (...) {
         fail(explainCaught(step_));
     }
@@ -89,6 +94,17 @@ void Check::ask(CRequest& request, const Question& question) {
         fail(explainSend(failure, request, judge.rejected()));
     }
     saveResponse(request);
+}
+
+// What the responder says about the certificate holds, but it is of no use under a chain that is not sound.
+void Check::verifyChain(_CERT_CONTEXT const* certificate) {
+    step_ = "chain of the certificate";
+    result_.chain = "invalid";
+    if (const std::optional<Rejection> rejection = rejectChain(certificate, inputs_.store())) {
+        fail(explain(*rejection));
+        return;
+    }
+    result_.chain = "valid";
 }
 
 void Check::saveRequest(CRequest& request) const {

@@ -73,6 +73,8 @@ void declare(CLI::App& check, CheckOptions& options) {
     addUrl(check, "--url", options.url, "Ask this responder, not those that the certificates name");
     addUrl(check, "--proxy", options.proxy, "Go through this HTTP proxy");
     addChainFiles(check, options);
+    check.add_flag("--verify-chain", options.verifyChain,
+                   "Validate the chain of the certificate too: dates, path, CRLs of the CAs");
     addFile(check, "--save-request", options.saveRequest, "Write the DER request to this file (one certificate)");
     addFile(check, "--save-response", options.saveResponse, "Write the response to this file (one certificate)");
     addJson(check, options.json);
