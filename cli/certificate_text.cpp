@@ -2,30 +2,19 @@
 
 #include <cstdio>
 
-#include "asn1/name.h"
-#include "cli/safe_text.h"
+#include "cli/name_text.h"
 #include "foundation/blob.h"
 
 namespace tallow::cli {
 
-std::string nameText(unsigned char const* der, std::size_t size) {
-    try {
-        Orvane::ASN1::CName name;
-        name.decode(Orvane::CBlob(der, size));
-        return utf8(name.toString().c_str());
-    } catch (...) {
-        return {};
-    }
-}
-
 std::string subjectOf(_CERT_CONTEXT const* certificate) {
     CERT_NAME_BLOB const& subject = certificate->pCertInfo->Subject;
-    return nameText(subject.pbData, subject.cbData);
+    return nameText(Octets(subject.pbData, subject.cbData));
 }
 
 std::string issuerNameOf(_CERT_CONTEXT const* certificate) {
     CERT_NAME_BLOB const& issuer = certificate->pCertInfo->Issuer;
-    return nameText(issuer.pbData, issuer.cbData);
+    return nameText(Octets(issuer.pbData, issuer.cbData));
 }
 
 std::string thumbprintOf(_CERT_CONTEXT const* certificate) {

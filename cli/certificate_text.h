@@ -10,11 +10,9 @@
 
 namespace tallow::cli {
 
-/// The subject name; empty when it cannot be shown, which must not keep the answer from being shown.
+/// The names as nameText shows them.
 std::string subjectOf(_CERT_CONTEXT const* certificate);
 std::string issuerNameOf(_CERT_CONTEXT const* certificate);
-/// The same of a DER Name.
-std::string nameText(unsigned char const* der, std::size_t size);
 
 /// SHA-1 of the certificate, hexadecimal.
 std::string thumbprintOf(_CERT_CONTEXT const* certificate);

@@ -5,6 +5,7 @@
 #include <utility>
 
 #include "cli/certificate_text.h"
+#include "cli/chain_rules.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
 #include "cli/judge.h"
@@ -29,8 +30,9 @@ public:
     void run();
 
 private:
-    void fillRequest(CRequest& request, _CERT_CONTEXT const* certificate);
-    void ask(CRequest& request);
+    Question fillRequest(CRequest& request, _CERT_CONTEXT const* certificate);
+    void ask(CRequest& request, const Question& question);
+    void verifyChain(_CERT_CONTEXT const* certificate);
     void saveRequest(CRequest& request) const;
     void saveResponse(CRequest const& request);
     void fail(CheckError error);
@@ -38,6 +40,7 @@ private:
     const CheckOptions& options_;
     RunInputs& inputs_;
     CheckResult& result_;
+    ATL2::CCertContext issuer_;
     const char* step_ = "reading the certificate";
 };
 
@@ -51,16 +54,18 @@ void Check::run() {
         std::for_each(certificates.begin() + 1, certificates.end(), [this](const auto& next) { inputs_.add(next); });
         step_ = "reading the policy";
         CRequest request;
-        fillRequest(request, certificate);
-        ask(request);
+        ask(request, fillRequest(request, certificate));
+        if (options_.verifyChain && result_.state != CertificateState::kError) {
+            verifyChain(certificate);
+        }
     } catch (...) {
         fail(explainCaught(step_));
     }
 }
 
-void Check::fillRequest(CRequest& request, _CERT_CONTEXT const* certificate) {
+Question Check::fillRequest(CRequest& request, _CERT_CONTEXT const* certificate) {
     step_ = "finding the issuer";
-    inputs_.name(request, certificate);
+    issuer_ = inputs_.name(request, certificate);
     step_ = "building the request";
     if (options_.nonce) {
         request.put_UseNonce(*options_.nonce);
@@ -72,10 +77,11 @@ void Check::fillRequest(CRequest& request, _CERT_CONTEXT const* certificate) {
         request.put_ProxyAddress(wide(options_.proxy).c_str());
     }
     saveRequest(request);
+    return {request.get_SRCertID(0), certificate, issuer_.get(), false};
 }
 
-void Check::ask(CRequest& request) {
-    Judge judge(request, inputs_.store(), result_);
+void Check::ask(CRequest& request, const Question& question) {
+    Judge judge(request, question, inputs_.store(), result_);
     request.put_ResponseHandler(&judge);
     std::int32_t failure = status::kOk;
     try {
@@ -85,9 +91,20 @@ void Check::ask(CRequest& request) {
     }
     // Send may also return an answer that the judge refused; nothing but the judge makes an answer count.
     if (!judge.accepted()) {
-        fail(explainSend(failure, request));
+        fail(explainSend(failure, request, judge.rejected()));
     }
     saveResponse(request);
+}
+
+// What the responder says about the certificate holds, but it is of no use under a chain that is not sound.
+void Check::verifyChain(_CERT_CONTEXT const* certificate) {
+    step_ = "chain of the certificate";
+    result_.chain = "invalid";
+    if (const std::optional<Rejection> rejection = rejectChain(certificate, inputs_.store())) {
+        fail(explain(*rejection));
+        return;
+    }
+    result_.chain = "valid";
 }
 
 void Check::saveRequest(CRequest& request) const {

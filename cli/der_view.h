@@ -21,8 +21,11 @@ struct DerElement {
 inline constexpr unsigned kTagInteger = 0x02;
 inline constexpr unsigned kTagBitString = 0x03;
 inline constexpr unsigned kTagOctetString = 0x04;
+inline constexpr unsigned kTagObjectIdentifier = 0x06;
 inline constexpr unsigned kTagEnumerated = 0x0A;
 inline constexpr unsigned kTagSequence = 0x10;
+inline constexpr unsigned kTagSet = 0x11;
+inline constexpr unsigned kTagIa5String = 0x16;
 constexpr unsigned contextTag(unsigned number) {
     return 0x80 | number;
 }

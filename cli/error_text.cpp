@@ -30,16 +30,21 @@ constexpr Remedy kRemedies[] = {
     {status::kRevocationOffline, "--crl"},
 };
 
-// The one-line text of a status with the option that helps; its number when it has none.
-std::string textOf(std::int32_t code) {
-    const char* known = status::text(code);
-    std::string text = known == nullptr ? "status " + codeText(code) + "; ask the operator of the responder" : known;
+// The text, with the option that helps.
+std::string withRemedy(std::int32_t code, std::string text) {
     for (const Remedy& remedy : kRemedies) {
         if (remedy.code == code) {
             text += std::string(" (") + remedy.option + ")";
         }
     }
     return text;
+}
+
+// The one-line text of a status; its number when it has none.
+std::string textOf(std::int32_t code) {
+    const char* known = status::text(code);
+    return withRemedy(code,
+                      known == nullptr ? "status " + codeText(code) + "; ask the operator of the responder" : known);
 }
 
 const char* stepOf(CRequest::Attempt const& attempt) {
@@ -78,8 +83,13 @@ const char* remedyOfHttp(unsigned long httpStatus) {
     return httpStatus >= kFirstOfServerErrors ? "try again later, or ask its operator" : "check its address (--url)";
 }
 
-std::string describe(CRequest::Attempt const& attempt) {
-    const std::string address = attempt.address.empty() ? "(empty address)" : utf8(attempt.address);
+std::string describe(CRequest::Attempt const& attempt, const std::vector<RejectedResponse>& rejected) {
+    const std::string address = attempt.address.empty() ? "(empty address)" : withoutPassword(utf8(attempt.address));
+    for (const RejectedResponse& row : rejected) {
+        if (row.address == attempt.address && row.rejection.code == attempt.status) {
+            return address + ": verification: " + explain(row.rejection).text;
+        }
+    }
     if (attempt.status != status::kHttpStatus) {
         return address + ": " + stepOf(attempt) + ": " + textOf(attempt.status);
     }
@@ -125,6 +135,14 @@ CheckError explain(std::int32_t code, const std::string& step) {
     return {code, step + ": " + textOf(code)};
 }
 
+CheckError explain(const Rejection& rejection) {
+    return {rejection.code, rejection.step + (": " + reasonOf(rejection))};
+}
+
+std::string reasonOf(const Rejection& rejection) {
+    return rejection.text.empty() ? textOf(rejection.code) : withRemedy(rejection.code, rejection.text);
+}
+
 CheckError explainCaught(const std::string& step) {
     try {
         throw;
@@ -138,7 +156,7 @@ CheckError explainCaught(const std::string& step) {
     }
 }
 
-CheckError explainSend(std::int32_t code, CRequest const& request) {
+CheckError explainSend(std::int32_t code, CRequest const& request, const std::vector<RejectedResponse>& rejected) {
     std::vector<CRequest::Attempt> const& attempts = request.get_Attempts();
     if (code == 0) {
         code = deepestRefusal(attempts);
@@ -147,11 +165,11 @@ CheckError explainSend(std::int32_t code, CRequest const& request) {
         return explain(code, "choosing a responder");
     }
     if (attempts.size() == 1) {
-        return {code, describe(attempts.front())};
+        return {code, describe(attempts.front(), rejected)};
     }
     std::string text = summary(attempts);
     for (CRequest::Attempt const& attempt : attempts) {
-        text += " | " + describe(attempt);
+        text += " | " + describe(attempt, rejected);
     }
     return {code, text};
 }

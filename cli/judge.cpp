@@ -1,49 +1,54 @@
 #include "cli/judge.h"
 
+#include <utility>
+
 #include "cli/answer.h"
+#include "cli/response_proof.h"
 #include "cli/safe_text.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 
 namespace tallow::cli {
 
+using Orvane::PKI::OCSP::CCertStatus;
 using Orvane::PKI::OCSP::Client::CRequest;
 using Orvane::PKI::OCSP::Client::CResponse;
 
-Judge::Judge(CRequest& request, void* store, CheckResult& result)
-    : request_(request), stores_{store}, verifier_(request, stores_, 1), result_(result) {}
+Judge::Judge(CRequest const& request, Question question, void* store, CheckResult& result)
+    : request_(request), question_(std::move(question)), stores_{store}, result_(result) {}
 
-std::int32_t Judge::OnResponse(CResponse const& response) {
-    try {
-        std::int32_t verdict = verifier_.OnResponse(response);
-        if (verdict == status::kOk || verdict == status::kCertificateUnknown) {
-            const std::int32_t clock = holdAgainstClock(response, entryIn(response));
-            verdict = clock == status::kOk ? verdict : clock;
-        }
-        if (verdict == status::kOk) {
-            accept(CertificateState::kGood, response);
-        } else if (verdict == status::kCertificateUnknown) {
-            accept(CertificateState::kUnknown, response);
-        }
-        return verdict;
-    } catch (ATL::CAtlException const& verdict) {
-        if (verdict.status() == status::kCertificateRevoked) {
-            accept(CertificateState::kRevoked, response);
-        }
-        throw;
+std::variant<Finding, Rejection> Judge::verdictOn(CResponse const& response) {
+    if (std::optional<Rejection> rejection = proveResponse(response, stores_, 1).rejection) {
+        return *std::move(rejection);
     }
+    return findingOn(response, question_, clockOfPolicy());
 }
 
-unsigned long Judge::entryIn(CResponse const& response) const {
-    return response.get_SRIndexByCertID(request_.get_SRCertID(0));
+std::int32_t Judge::OnResponse(CResponse const& response) {
+    std::variant<Finding, Rejection> verdict = verdictOn(response);
+    if (auto* rejection = std::get_if<Rejection>(&verdict)) {
+        const std::int32_t code = rejection->code;
+        rejected_.push_back({request_.get_OCSPAddress(), std::move(*rejection)});
+        return code;
+    }
+    const Finding& finding = std::get<Finding>(verdict);
+    accept(finding, response);
+    switch (finding.status) {
+        case CCertStatus::kGood:
+            return status::kOk;
+        case CCertStatus::kRevoked:
+            ATL::AtlThrowImpl(status::kCertificateRevoked);
+        default:
+            return status::kCertificateUnknown;
+    }
 }
 
 // After "unknown" the next responder is asked, and what that one knows outweighs it; nothing else is followed by a
 // further answer.
-void Judge::accept(CertificateState state, CResponse const& response) {
-    result_.responder = utf8(request_.get_OCSPAddress());
-    describeEntry(response, entryIn(response), result_);
-    result_.state = state;
+void Judge::accept(const Finding& finding, CResponse const& response) {
+    result_.responder = withoutPassword(utf8(request_.get_OCSPAddress()));
+    describeEntry(response, finding.entry, result_);
+    result_.state = stateOf(finding.status);
     accepted_ = true;
 }
 

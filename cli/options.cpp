@@ -73,6 +73,8 @@ void declare(CLI::App& check, CheckOptions& options) {
     addUrl(check, "--url", options.url, "Ask this responder, not those that the certificates name");
     addUrl(check, "--proxy", options.proxy, "Go through this HTTP proxy");
     addChainFiles(check, options);
+    check.add_flag("--verify-chain", options.verifyChain,
+                   "Validate the chain of the certificate too: dates, path, CRLs of the CAs");
     addFile(check, "--save-request", options.saveRequest, "Write the DER request to this file (one certificate)");
     addFile(check, "--save-response", options.saveResponse, "Write the response to this file (one certificate)");
     addJson(check, options.json);
@@ -186,6 +188,20 @@ int usage(const std::string& message, const std::string& command) {
     return kExitUsage;
 }
 
+// The parser repeats what it does not understand, and that may be an address with a password.
+std::string withoutPasswords(std::string message, int argc, char** argv) {
+    for (int i = 1; i < argc; ++i) {
+        const std::string_view argument = argv[i];
+        for (const std::string_view shown : {argument, argument.substr(argument.find('=') + 1)}) {
+            const std::size_t at = shown.find('@') == std::string_view::npos ? std::string::npos : message.find(shown);
+            if (at != std::string::npos) {
+                message.replace(at, shown.size(), withoutPassword(shown));
+            }
+        }
+    }
+    return message;
+}
+
 // The command line as a whole: each command's options, and which command was meant.
 class CommandLine {
 public:
@@ -208,7 +224,7 @@ public:
         } catch (const CLI::Success& request) {
             return app_.exit(request);  // help or version, on standard output
         } catch (const CLI::ParseError& mistake) {
-            return usage(mistake.what(), commandGiven());
+            return usage(withoutPasswords(mistake.what(), argc, argv), commandGiven());
         }
         take_(options);
         return std::nullopt;

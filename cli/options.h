@@ -24,6 +24,7 @@ struct CheckOptions : RunOptions {
     std::string url;
     std::string proxy;
     std::optional<bool> nonce;  // absent: what policy says
+    bool verifyChain = false;
     std::string saveRequest;
     std::string saveResponse;
     bool json = false;

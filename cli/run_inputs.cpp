@@ -4,6 +4,7 @@
 
 #include "cli/error_text.h"
 #include "cli/input_files.h"
+#include "cli/issuer_rules.h"
 #include "cli/safe_text.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -53,12 +54,6 @@ std::string toHashOid(const std::string& hash) {
         throw InputError("--hash " + hash, "is no hash known here; name sha1, sha256, sha384, sha512 or an OID");
     }
     return info->pszOID;
-}
-
-bool isSignedBy(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer) {
-    return CryptVerifyCertificateSignatureEx(
-               0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, const_cast<_CERT_CONTEXT*>(certificate),
-               CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, const_cast<_CERT_CONTEXT*>(issuer), 0, nullptr) != 0;
 }
 
 }  // namespace
@@ -115,34 +110,26 @@ void RunInputs::add(const ATL2::CCertContext& certificate) {
 }
 
 ATL2::CCertContext RunInputs::issuerOf(_CERT_CONTEXT const* certificate) const {
-    if (issuer_) {
-        return issuer_;
-    }
-    ATL2::CCertContext candidate;
-    // The search frees the context it is given, so each step hands the last one back.
-    while (_CERT_CONTEXT const* next = CertFindCertificateInStore(
-               extra_.get(), X509_ASN_ENCODING, 0, CERT_FIND_ISSUER_OF, certificate, candidate.detach())) {
-        candidate.reset(next);
-        if (isSignedBy(certificate, next)) {
-            return candidate;
-        }
-    }
-    return {};
+    return issuer_ ? issuer_ : issuerIn(extra_.get(), certificate);
 }
 
-// A signature that could not be judged at all, made with SHA-1 for one, says nothing against the issuer.
 void RunInputs::requireIssuer(_CERT_CONTEXT const* certificate) const {
-    if (issuer_ && !isSignedBy(certificate, issuer_.get()) && GetLastError() == NTE_BAD_SIGNATURE) {
-        throw InputError("--issuer",
-                         "the issuer given has the right name, but another key; name the one that signed (--issuer)",
-                         status::kIssuerMismatch);
+    if (const std::optional<Rejection> rejection = issuer_ ? rejectIssuer(certificate, issuer_.get()) : std::nullopt) {
+        throw InputError("--issuer", reasonOf(*rejection), rejection->code);
     }
 }
 
-void RunInputs::name(CRequest& request, _CERT_CONTEXT const* certificate) const {
-    const ATL2::CCertContext issuer = issuerOf(certificate);
+ATL2::CCertContext RunInputs::name(CRequest& request, _CERT_CONTEXT const* certificate) const {
+    ATL2::CCertContext issuer = issuerOf(certificate);
+    if (!issuer) {
+        issuer = findIssuer(extra_.get(), certificate);
+    }
+    if (!issuer) {
+        ATL::AtlThrowImpl(status::kNoSigner);
+    }
     request.put_SRCertIDFromCert(certificate, issuer.get(), 0, hashOid_.empty() ? nullptr : hashOid_.c_str());
     requireIssuer(certificate);
+    return issuer;
 }
 
 void importRequest(CRequest& request, const Orvane::CBlob& bytes, const std::string& path) {

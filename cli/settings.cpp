@@ -21,6 +21,10 @@ std::string lineOf(const Setting& setting) {
     line.resize(std::max(line.size(), kRemarkColumn), ' ');
     line += value.isSet ? " # set" : value.toml.empty() ? " # default: absent" : " # default";
     line += value.ignored ? "; the number in the file is out of bounds and does not count" : "";
+    if (value.isOdd) {
+        line += "; out of bounds and used all the same, so correct it: " + std::to_string(setting.lowest) + " to " +
+                std::to_string(setting.highest);
+    }
     return safeLine(line) + '\n';
 }
 

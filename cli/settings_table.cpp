@@ -1,10 +1,12 @@
 #include "cli/settings_table.h"
 
+#include <cstdint>
 #include <cstdlib>
 #include <limits>
 #include <string_view>
 #include <vector>
 
+#include "cli/safe_text.h"
 #include "platform/support/support_service.h"
 
 namespace tallow::cli {
@@ -22,12 +24,20 @@ constexpr long kHighest = std::numeric_limits<long>::max();
 constexpr long kLongestMs = 600000;
 constexpr long kLargestBody = 256L << 20;
 
+constexpr long kLongestNonce = 65535;
+constexpr long kHighestAuthType = 16;
+constexpr long kLargestAccuracyMs = 429496;  // in units of 100 nanoseconds it fits 32 bits
+
 constexpr const char* kUserStores = "user_stores";
 constexpr const char* kUrlCache = "url_cache";
 
 constexpr Setting number(const char* table, const char* name, const char* byDefault, long lowest = kLowest,
                          long highest = kHighest) {
     return {table, name, SettingKind::kNumber, byDefault, lowest, highest};
+}
+// What policy prescribes is taken as it stands, whatever the bounds.
+constexpr Setting policyNumber(const char* name, const char* byDefault, long lowest, long highest) {
+    return {kPolicy, name, SettingKind::kNumber, byDefault, lowest, highest, true};
 }
 constexpr Setting flag(const char* table, const char* name, const char* byDefault) {
     return {table, name, SettingKind::kFlag, byDefault, 0, 0};
@@ -41,8 +51,8 @@ constexpr Setting texts(const char* table, const char* name) {
 
 constexpr Setting kSettings[] = {
     text(kPolicy, "CertIDHashAlg", "\"\""),
-    number(kPolicy, "CertsToInclude", "-1"),
-    number(kPolicy, "NonceLength", "8"),
+    policyNumber("CertsToInclude", "-1", -1, 3),
+    policyNumber("NonceLength", "8", 0, kLongestNonce),
     flag(kPolicy, "UseNonceByDefault", "true"),
     flag(kPolicy, "DisableNonce", "false"),
     flag(kPolicy, "RequireNonce", "false"),
@@ -51,8 +61,8 @@ constexpr Setting kSettings[] = {
     flag(kPolicy, "RequireAcceptResp", "false"),
     flag(kPolicy, "DisableUnsignedRequests", "false"),
     flag(kPolicy, "DisableSignedRequests", "false"),
-    number(kPolicy, "ResponseAccuracy", "180000"),
-    number(kPolicy, "ThisUpdateAccuracyUnits", "7"),
+    policyNumber("ResponseAccuracy", "180000", 0, kLargestAccuracyMs),
+    policyNumber("ThisUpdateAccuracyUnits", "7", 0, std::numeric_limits<std::int32_t>::max()),
     text(kPolicy, "ThisUpdateAccuracy", "\"\""),
     text(kPolicy, "DefaultOCSPURL", "\"\""),
     text(kPolicy, "DefaultProxy", "\"\""),
@@ -62,10 +72,10 @@ constexpr Setting kSettings[] = {
     flag(kPolicy, "IssuerPropAIADisabled", "false"),
     texts(kPolicy, "AuthorizedOCSPs"),
     texts(kPolicy, "NocheckOCSPs"),
-    number(kPolicy, "AuthTypeDefault", "0"),
-    number(kPolicy, "AuthSSLTypeDefault", "0"),
-    number(kPolicy, "ProxyAuthTypeDefault", "0"),
-    number(kPolicy, "ProxyAuthSSLTypeDefault", "0"),
+    policyNumber("AuthTypeDefault", "0", 0, kHighestAuthType),
+    policyNumber("AuthSSLTypeDefault", "0", 0, kHighestAuthType),
+    policyNumber("ProxyAuthTypeDefault", "0", 0, kHighestAuthType),
+    policyNumber("ProxyAuthSSLTypeDefault", "0", 0, kHighestAuthType),
     flag(kPolicy, "AuthSSLDenyAnonym", "false"),
     flag(kPolicy, "AuthSSLDenyBasic", "false"),
     flag(kPolicy, "AuthSSLDenyDigest", "false"),
@@ -132,11 +142,11 @@ std::optional<std::string> readBytes(int (*read)(const char*, size_t*, char*), c
     return value;
 }
 
-// A basic string: what TOML does not allow in it as it stands is escaped.
+// A basic string: what TOML does not allow in it as it stands is escaped. The password of an address is left out.
 std::string quoted(std::string_view value) {
     constexpr const char* kDigits = "0123456789ABCDEF";
     std::string toml = "\"";
-    for (const char c : value) {
+    for (const char c : withoutPassword(value)) {
         const auto octet = static_cast<unsigned char>(c);
         if (octet < 0x20 || octet == 0x7F) {
             toml += std::string("\\u00") + kDigits[octet >> 4U] + kDigits[octet & 0x0FU];
@@ -164,7 +174,8 @@ SettingValue readNumber(const Setting& setting) {
         return {};
     }
     const bool fits = value >= setting.lowest && value <= setting.highest;
-    return {fits ? std::to_string(value) : "", fits, !fits};
+    const bool isTaken = fits || setting.takesAny;
+    return {isTaken ? std::to_string(value) : "", isTaken, !isTaken, isTaken && !fits};
 }
 
 SettingValue readFlag(const Setting& setting) {

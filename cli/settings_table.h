@@ -10,7 +10,8 @@ namespace tallow::cli {
 enum class SettingKind { kText, kNumber, kFlag, kTexts };
 
 /// One key. The default is the TOML of its value, null when the key has none and its absence means something of its
-/// own. A number outside of its bounds counts as not set.
+/// own. A number outside of its bounds counts as not set, or is used all the same where `takesAny`: the library then
+/// computes with it in 32 bits, or rejects every request.
 struct Setting {
     const char* table;
     const char* name;
@@ -18,6 +19,7 @@ struct Setting {
     const char* byDefault;
     long lowest;
     long highest;
+    bool takesAny = false;
 };
 
 /// In the order of the tables in settings.example.toml.
@@ -27,6 +29,7 @@ struct SettingValue {
     std::string toml;      // of the value in force; empty when there is none
     bool isSet = false;    // in the file, and taken
     bool ignored = false;  // in the file, and out of bounds
+    bool isOdd = false;    // in the file, and taken although out of bounds
 };
 
 /// Reads it from the settings in force. A value of the wrong kind breaks the settings, see settingsMistake(), and shows

@@ -7,6 +7,7 @@
 #include "cli/input_files.h"
 #include "cli/output.h"
 #include "cli/show_extensions.h"
+#include "cli/show_names.h"
 #include "cli/show_values.h"
 #include "handles/exception.h"
 #include "message/basic_response.h"
@@ -123,8 +124,8 @@ Shown showBasic(const CBlob& bytes, const char* field) {
     const CResponderID& responder = message.get_responderID();
     const bool isByName = responder.get_type() == CResponderID::kByName;
     shown.add("version", versionOf(data.nextIf(contextTag(0))));
-    shown.add("responderID",
-              isByName ? "byName: " + nameOf(responder.get_value()) : "byKey: " + hexOf(responder.get_value()));
+    shown.add("responderID", isByName ? "byName: " + nameOf(octetsOf(responder.get_value()))
+                                      : "byKey: " + hexOf(responder.get_value()));
     shown.add("producedAt", iso8601(&message.get_producedAt()));
     Shown list = Shown::list("responses");
     for (const CSingleResponse& response : message.get_responses()) {

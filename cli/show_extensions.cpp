@@ -4,6 +4,9 @@
 
 #include "asn1/typed_extensions.h"
 #include "cli/certificate_text.h"
+#include "cli/name_text.h"
+#include "cli/safe_text.h"
+#include "cli/show_names.h"
 #include "cli/show_values.h"
 #include "message/extensions.h"
 
@@ -33,8 +36,9 @@ void showNonce(const CBlob& value, Shown& extension) {
 template <typename Extension>
 void showCrlId(const CBlob& value, Shown& extension) {
     const Extension decoded(value);
-    if (decoded.get_crlUrl() != nullptr) {
-        extension.add("crlUrl", decoded.get_crlUrl());
+    DerView members(DerView(octetsOf(value)).next());
+    if (DerView url(members.nextIf(contextTag(0))); !url.rest().empty()) {
+        extension.add("crlUrl", withoutPassword(narrowText(required(url, kTagIa5String).content)));
     }
     if (decoded.get_crlNum() != nullptr) {
         extension.add("crlNum", std::to_string(*decoded.get_crlNum()));
@@ -58,16 +62,19 @@ void showArchiveCutoff(const CBlob& value, Shown& extension) {
     extension.add("archiveCutoff", iso8601(&CExtArchiveCutoff(value).get_archiveCutoff()));
 }
 
+// ServiceLocator ::= SEQUENCE { issuer Name, locator AuthorityInfoAccessSyntax OPTIONAL }
 void showServiceLocator(const CBlob& value, Shown& extension) {
-    const CExtServiceLocator decoded(value);
-    extension.add("issuer", nameOf(decoded.get_issuer()));
-    if (decoded.get_locator() != nullptr) {
-        extension.add(showAccess("locator", *decoded.get_locator()));
+    DerView outer(octetsOf(value));
+    DerView members(required(outer, kTagSequence).content);
+    requireEnd(outer);
+    extension.add("issuer", nameOf(required(members, kTagSequence).whole));
+    if (!members.rest().empty()) {
+        extension.add(showAccess("locator", members.rest()));
     }
 }
 
 void showCrlLocator(const CBlob& value, Shown& extension) {
-    extension.add(showDistributionPoints("distributionPoints", CExtCRLLocator(value).get_locator()));
+    extension.add(showDistributionPoints("distributionPoints", octetsOf(value)));
 }
 
 void showReason(const CBlob& value, Shown& extension) {
@@ -84,7 +91,7 @@ void showInvalidityDate(const CBlob& value, Shown& extension) {
 }
 
 void showCertificateIssuer(const CBlob& value, Shown& extension) {
-    extension.add(showGeneralNames("certificateIssuer", CExtCertificateIssuer(value).get_issuer()));
+    extension.add(showGeneralNames("certificateIssuer", octetsOf(value)));
 }
 
 struct KnownExtension {

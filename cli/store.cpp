@@ -8,6 +8,7 @@
 #include "cli/certificate_text.h"
 #include "cli/der_view.h"
 #include "cli/input_files.h"
+#include "cli/name_text.h"
 #include "cli/run_inputs.h"
 #include "cli/safe_text.h"
 #include "cli/settings_table.h"
@@ -53,7 +54,7 @@ std::string crlIssuer(const std::string& der) {
     tbsCertList.nextIf(kTagInteger);   // version
     tbsCertList.nextIf(kTagSequence);  // signature
     const std::optional<DerElement> issuer = tbsCertList.next();
-    return issuer ? nameText(issuer->whole.data(), issuer->whole.size()) : "";
+    return issuer ? nameText(issuer->whole) : "";
 }
 
 Item itemOf(const std::string& crl) {

@@ -4,8 +4,10 @@
 
 #include "cli/answer.h"
 #include "cli/certificate_text.h"
+#include "cli/entry_rules.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
+#include "cli/response_proof.h"
 #include "cli/run_inputs.h"
 #include "client/request/request.h"
 #include "client/response/response.h"
@@ -19,12 +21,6 @@ namespace {
 using Orvane::PKI::OCSP::Client::CRequest;
 using Orvane::PKI::OCSP::Client::CResponse;
 
-void require(std::int32_t verdict) {
-    if (verdict != status::kOk) {
-        ATL::AtlThrowImpl(verdict);
-    }
-}
-
 class Verification {
 public:
     explicit Verification(const VerifyOptions& options) : options_(options), inputs_(options) {}
@@ -36,9 +32,11 @@ private:
     void readCertificate();
     void expectAsked();
     void expectAll();
-    void trustResponse();
-    void judge(CheckResult& result, unsigned long index);
-    unsigned long findEntry(std::size_t number) const;
+    std::optional<Rejection> rejectResponse();
+    std::optional<Rejection> judge(CheckResult& result, const Question& question);
+    Question questionOn(std::size_t number) const;
+    template <typename Step>
+    std::optional<CheckError> failureOf(Step step) const;
 
     const VerifyOptions& options_;
     RunInputs inputs_;
@@ -47,6 +45,7 @@ private:
     ATL2::CCertContext certificate_, issuer_;
     std::vector<CheckResult> results_;
     std::string signer_;
+    std::optional<RuleClock> clock_;
     const char* step_ = "reading the response";
 };
 
@@ -101,62 +100,73 @@ void Verification::expectAll() {
     }
 }
 
-void Verification::trustResponse() {
+std::optional<Rejection> Verification::rejectResponse() {
     const Orvane::CBlob bytes = readMessage(options_.response);
     step_ = "decoding";
     response_.Import(bytes.pbData(), bytes.cbData(), request_ ? &*request_ : nullptr);
     response_.put_Flags(CResponse::kFlagCacheOnly);
-    step_ = "response status";
-    require(response_.get_Status() == 0 ? status::kOk : status::kNotSuccessful);
-    if (!certificate_ && !request_) {
+    if (response_.get_Status() == 0 && !certificate_ && !request_) {
+        step_ = "entry";
         expectAll();
     }
     void* stores[] = {inputs_.store()};
-    step_ = "finding the signer";
-    _CERT_CONTEXT const* signer = response_.get_OCSPCertificate(stores, 1);
-    require(signer == nullptr ? status::kCryptNotFound : status::kOk);
-    signer_ = subjectOf(signer);
-    step_ = "signature";
-    require(response_.Verify(signer, nullptr));
-    step_ = "certificate of the signer";
-    require(response_.VerifyCertificate(signer, false, stores, 1));
-}
-
-unsigned long Verification::findEntry(std::size_t number) const {
-    if (certificate_) {
-        return response_.get_SRIndexByCert(certificate_.get(), issuer_.get());
+    step_ = "proof";
+    Proof proof = proveResponse(response_, stores, 1);
+    if (proof.rejection) {
+        return std::move(proof.rejection);
     }
-    return request_ ? response_.get_SRIndexByCertID(request_->get_SRCertID(number)) : number;
+    signer_ = subjectOf(proof.signer);
+    step_ = "reading the policy";
+    clock_ = clockOfPolicy();
+    return std::nullopt;
 }
 
-void Verification::judge(CheckResult& result, unsigned long index) {
-    step_ = "entry";
-    require(index == CResponse::kNoIndex ? status::kNotAnswered : status::kOk);
-    require(response_.VerifySR(index, nullptr, nullptr));
-    require(holdAgainstClock(response_, index));
+Question Verification::questionOn(std::size_t number) const {
+    if (!certificate_) {
+        const bool isAsked = request_ && request_->get_SRHistoricalRequest(number) != nullptr;
+        return {request_ ? request_->get_SRCertID(number) : response_.get_SRCertID(number), nullptr, nullptr, isAsked};
+    }
+    Question question = questionAbout(certificate_.get(), issuer_.get());
+    for (unsigned long i = 0; request_ && i < request_->get_SRNumber(); ++i) {
+        if (isAbout(question, request_->get_SRCertID(i))) {
+            question.wantsHistory = request_->get_SRHistoricalRequest(i) != nullptr;
+            break;
+        }
+    }
+    return question;
+}
+
+std::optional<Rejection> Verification::judge(CheckResult& result, const Question& question) {
+    std::variant<Finding, Rejection> verdict = findingOn(response_, question, *clock_);
+    if (auto* rejection = std::get_if<Rejection>(&verdict)) {
+        return std::move(*rejection);
+    }
+    const Finding& finding = std::get<Finding>(verdict);
     result.responder = signer_;
-    describeEntry(response_, index, result);
-    result.state = stateOf(response_.get_SRStatus(index));
+    describeEntry(response_, finding.entry, result);
+    result.state = stateOf(finding.status);
+    return std::nullopt;
+}
+
+// What a step objects to or fails with.
+template <typename Step>
+std::optional<CheckError> Verification::failureOf(Step step) const {
+    try {
+        const std::optional<Rejection> rejection = step();
+        return rejection ? std::optional(explain(*rejection)) : std::nullopt;
+    } catch (...) {
+        return explainCaught(step_);
+    }
 }
 
 std::vector<CheckResult> Verification::run() {
     readRequest();
     readCertificate();
     expectAsked();
-    try {
-        trustResponse();
-    } catch (...) {
-        for (CheckResult& result : results_) {
-            result.error = explainCaught(step_);
-        }
-        return std::move(results_);
-    }
+    const std::optional<CheckError> failure = failureOf([this] { return rejectResponse(); });
+    step_ = "entry";
     for (std::size_t i = 0; i < results_.size(); ++i) {
-        try {
-            judge(results_[i], findEntry(i));
-        } catch (...) {
-            results_[i].error = explainCaught(step_);
-        }
+        results_[i].error = failure ? failure : failureOf([&] { return judge(results_[i], questionOn(i)); });
     }
     return std::move(results_);
 }

@@ -1,12 +1,15 @@
-// What `tallow show` makes of any octets: fields, and lines that are safe for a terminal.
+// What the command makes of any octets by itself: fields and lines of `tallow show` that are safe for a terminal, and
+// the check of a response's form.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 
 #include "cli/output.h"
+#include "cli/response_form.h"
 #include "cli/show.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static_cast<void>(tallow::cli::rejectForm(Orvane::CBlob(data, size)));
     const std::optional<tallow::cli::Shown> shown = tallow::cli::shownOf(Orvane::CBlob(data, size));
     if (!shown) {
         return 0;

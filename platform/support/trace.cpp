@@ -150,6 +150,24 @@ std::string withoutPasswords(std::string text) {
     return text;
 }
 
+// What stands in quotes is one address, and may be none that anybody could read: all between the colon behind its
+// scheme and its last '@' may be a password.
+std::string withoutQuotedPassword(std::string text) {
+    size_t const close = text.rfind('"');
+    size_t const at = text.rfind('@', close);
+    size_t begin = text.find('"');
+    if (close == std::string::npos || at == std::string::npos || at < begin) {
+        return text;
+    }
+    size_t const scheme = text.find(':', begin);
+    begin = scheme < at && text.compare(scheme, 3, "://") == 0 ? scheme + 3 : begin + 1;
+    size_t const colon = text.find(':', text[begin] == '[' ? text.find(']', begin) : begin);
+    if (colon < at) {
+        text.replace(colon + 1, at - colon - 1, "***");
+    }
+    return text;
+}
+
 void writeWhole(const std::string& line) {
     std::scoped_lock const lock(sinkMutex);
     for (size_t written = 0; written < line.size();) {
@@ -215,7 +233,8 @@ void support_dprint_print_(TSupportDbContext_* context, const char* format, cons
         if (!text.empty() && text.back() == '\n') {
             text.pop_back();
         }
-        writeWhole(head(context->module, function, line) + visible(withoutPasswords(std::move(text))) + '\n');
+        writeWhole(head(context->module, function, line) +
+                   visible(withoutPasswords(withoutQuotedPassword(std::move(text)))) + '\n');
     } catch (...) {
         // Out of memory loses the line and nothing else.
         errno = savedErrno;

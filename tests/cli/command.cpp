@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <cctype>
 
+#include "tests/support/tlv.h"
+
 namespace testkit {
 
 namespace {
@@ -55,6 +57,18 @@ ResponseSpec goodResponse() {
     ResponseSpec spec(certs().delegate);
     spec.entries.emplace_back(certIdOf(certs().good, certs().root));
     return spec;
+}
+
+Identity withUnknownAlgorithm(Identity identity) {
+    const Bytes algorithm = tlv::oid("1.2.840.10045.4.3.2");
+    auto at = identity.certificate.begin();
+    // It stands inside of what is signed and before the signature.
+    for (int i = 0; i < 2; ++i) {
+        at = std::search(at, identity.certificate.end(), algorithm.begin(), algorithm.end());
+        at += static_cast<long>(algorithm.size()) - 1;
+        *at = 0x7F;
+    }
+    return identity;
 }
 
 Command::Command(const std::string& moreSettings) {

@@ -36,6 +36,9 @@ ResponderOptions responderOptions(const Identity& signer = certs().delegate);
 /// A response that says "good" about certs().good, signed by certs().delegate; nothing is wrong with it.
 ResponseSpec goodResponse();
 
+/// The same certificate with a signature algorithm that does not exist.
+Identity withUnknownAlgorithm(Identity identity);
+
 class Command {
 public:
     /// Trusts nobody and asks nobody until told so; `moreSettings` is TOML behind the table [crypto].

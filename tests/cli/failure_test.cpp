@@ -99,7 +99,6 @@ TEST(Responder, ThatIsNotToBeBelievedGivesNoVerdict) {
              {"signature broken", [](ResponseSpec& spec) { spec.corruptSignature = true; }, "0x80092004",
               "verification"},
              {"signer withheld", [](ResponseSpec& spec) { spec.includeSigner = false; }, "0x80092004", "(--certs)"},
-             {"try later", [](ResponseSpec& spec) { spec.responseStatus = 3; }, "0xC2110128", "response status: "},
              {"silent about the certificate", [](ResponseSpec& spec) { spec.entries[0].id.serial = {1}; }, "0xC2110125",
               "verification: "},
              {"produced an hour ago", [](ResponseSpec& spec) { spec.producedAt = generalizedTimeText(-3600); },

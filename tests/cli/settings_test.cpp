@@ -87,6 +87,8 @@ TEST(SettingsCommand, TellsSetFromDefaultAndWhatDoesNotCount) {
     const std::string file = folder.write("settings.toml",
                                           "[config.cades.ocsppolicy]\n"
                                           "NonceLength = 16\n"
+                                          "ResponseAccuracy = 429497\n"
+                                          "ThisUpdateAccuracyUnits = -1\n"
                                           "UseNonceByDefault = 0\n"
                                           "DefaultProxy = \"a\\\"b\\\\c\\u001b\"\n"
                                           "AllowedOCSPs = [\"http://a/\", \"\"]\n"
@@ -102,6 +104,10 @@ TEST(SettingsCommand, TellsSetFromDefaultAndWhatDoesNotCount) {
     for (const Row& row :
          {Row{"config.cades.ocsppolicy.NonceLength", "16", "set"},
           Row{"config.cades.ocsppolicy.UseNonceByDefault", "false", "set"},
+          Row{"config.cades.ocsppolicy.ResponseAccuracy", "429497",
+              "set; out of bounds and used all the same, so correct it: 0 to 429496"},
+          Row{"config.cades.ocsppolicy.ThisUpdateAccuracyUnits", "-1",
+              "set; out of bounds and used all the same, so correct it: 0 to 2147483647"},
           Row{"config.cades.ocsppolicy.DefaultProxy", "\"a\\\"b\\\\c\\u001B\"", "set"},
           Row{"config.cades.ocsppolicy.AllowedOCSPs", "[\"http://a/\", \"\"]", "set"},
           Row{"config.cades.ocsppolicy.NocheckOCSPs", "[]", "set"},
@@ -116,7 +122,7 @@ TEST(SettingsCommand, TellsSetFromDefaultAndWhatDoesNotCount) {
     const auto again = settingsOf(folder.write("again.toml", Command::plain({"settings", "--settings", file}).out));
     for (const auto& [key, line] : settings) {
         EXPECT_EQ(again.at(key).value, line.value) << key;
-        EXPECT_EQ(again.at(key).remark, line.value.empty() ? "default: absent" : "set") << key;
+        EXPECT_THAT(again.at(key).remark, testing::StartsWith(line.value.empty() ? "default: absent" : "set")) << key;
     }
 }
 

@@ -178,6 +178,41 @@ TEST(Show, FollowsLongLengthsAndUnusualNames) {
     expectIn(fields, {{"OCSPRequest.version", "02"}, {"OCSPRequest.requestorName", "URI: http://requestor.example/"}});
 }
 
+// A NUL ends nothing, and octets that are no text are not left out.
+TEST(Show, ShowsNamesWhole) {
+    const Command tallow;
+    const auto nameOf = [](const Bytes& value) {
+        return tlv::sequence({tlv::raw(0x31, tlv::sequence({tlv::oid("2.5.4.3"), value}))});
+    };
+    const Bytes name = nameOf(tlv::raw(0x0C, bytesOf(std::string("evil\0.good", 10))));
+    const Bytes url = bytesOf(std::string("http://a:secret@b\0c", 19));
+    const Bytes location = tlv::sequence({tlv::oid("1.3.6.1.5.5.7.48.1"), tlv::contextPrimitive(6, url)});
+    const Bytes points = tlv::sequence({tlv::sequence(
+        {tlv::context(0, tlv::context(0, tlv::context(4, name))), tlv::contextPrimitive(1, {0x05, 0x60})})});
+    const Bytes otherName = tlv::context(0, concat({tlv::oid("1.2.3"), tlv::context(0, tlv::null())}));
+    ResponseSpec spec = goodResponse();
+    spec.responderId = tlv::context(1, name);
+    spec.entries[0].extensions = {
+        {"1.3.6.1.5.5.7.48.1.7", false, tlv::sequence({name, tlv::sequence({location})})},
+        {"1.2.643.2.2.47.2", false, points},
+        {"1.3.6.1.5.5.7.48.1.3", false, tlv::sequence({tlv::context(0, tlv::raw(0x16, url))})},
+        {"2.5.29.29", false, tlv::sequence({tlv::contextPrimitive(2, bytesOf("h\xFFx")), otherName})},
+        {"2.5.29.29", false,
+         tlv::sequence({tlv::context(4, nameOf(tlv::raw(0x1E, {0xD8, 0x3D, 0xDE, 0x00, 0xDC, 0x00})))})}};
+    const std::string evil("CN=evil\0.good", 13);
+    const std::string at = "OCSPResponse.response.responses.0.singleExtensions.";
+    const Fields fields = shown(tallow.file("response.der", buildResponse(spec)));
+    expectIn(fields, {{"OCSPResponse.response.responderID", "byName: " + evil},
+                      {at + "0.issuer", evil},
+                      {at + "0.locator.0.accessLocation", std::string("URI: http://a:***@b\0c", 21)},
+                      {at + "1.distributionPoints.0.fullName.0", "directoryName: " + evil},
+                      {at + "1.distributionPoints.0.reasons", "keyCompromise, cACompromise"},
+                      {at + "2.crlUrl", std::string("http://a:***@b\0c", 16)},
+                      {at + "3.certificateIssuer.0", "dNSName: h\\x{FF}x"},
+                      {at + "3.certificateIssuer.1", upperHex(otherName)},
+                      {at + "4.certificateIssuer.0", "directoryName: CN=\xF0\x9F\x98\x80\\u{DC00}"}});
+}
+
 TEST(Show, ShowsRefusalsForeignAnswersAndBareOnes) {
     const Command tallow;
     ResponseSpec bare = goodResponse();

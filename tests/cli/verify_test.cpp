@@ -80,9 +80,7 @@ TEST(Verify, RefusesWhatIsTamperedStaleOrNotTheResponders) {
                      s.entries[0].nextUpdate = generalizedTimeText(-30);
                  }),
                  "0xC2110122"},
-             Row{"ahead", changed([](auto& s) { s.entries[0].thisUpdate = generalizedTimeText(1800); }), "0xC2110122"},
              Row{"no entry", changed([](auto& s) { s.entries.clear(); }), "0xC2110125"},
-             Row{"try later", changed([](auto& s) { s.responseStatus = 3; }), "0xC2110128"},
              Row{"half", Bytes(good.begin(), good.begin() + 200), "0x80093101"},
              Row{"empty", Bytes(), "0x8007000D"},
          }) {
@@ -121,6 +119,14 @@ TEST(Verify, JudgesEachEntryForItself) {
         verify(tallow, {"--cert", tallow.file("absent.pem", leafWith({})), "--issuer", issuer, response});
     EXPECT_EQ(absent.exitStatus, 3);
     EXPECT_EQ(parseResults(absent.out).at(0).at("error.code"), "0xC2110125");
+    CertificateSpec old;
+    old.notAfterSeconds = -600;
+    const Identity expired = issue(certs().root, old);
+    spec.entries = {EntrySpec(certIdOf(expired, certs().root))};
+    const ProcessResult late = verify(tallow, {"--cert", tallow.file("expired.pem", expired), "--issuer", issuer,
+                                               tallow.file("late.der", buildResponse(spec))});
+    EXPECT_EQ(late.exitStatus, 3);
+    EXPECT_THAT(late.err, testing::HasSubstr("entry: the certificate expired on 20"));
 }
 
 TEST(Verify, AsksNobodyAndTakesCrlsFromFiles) {
@@ -156,7 +162,10 @@ TEST(Verify, WantsWhatIsGivenBesideTheResponseToBeOfUse) {
           Mistake{{"--cert", response, response}, "not a certificate"},
           Mistake{{"--cert", tallow.file("other.pem", rootCa("other")), response}, "--issuer"},
           Mistake{{"--cert", leaf, "--issuer", tallow.file("other.pem", rootCa("command root")), response},
-                  "another key"}}) {
+                  "another key"},
+          Mistake{{"--cert", tallow.file("altered.pem", withUnknownAlgorithm(certs().good)), "--issuer",
+                   tallow.file("root.pem", certs().root), response},
+                  "cannot be verified"}}) {
         expectMistake(verify(tallow, row.arguments), row.words);
     }
 }

@@ -87,6 +87,9 @@ TEST(Trace, ShowsNoPasswordOfAnAddress) {
         {"http://name@host:80/a:b@c", "http://name@host:80/a:b@c"},
         {"http://host:80/ mail:x@y ://", "http://host:80/ mail:x@y ://"},
         {"policy (ftp://n:secret@h).", "policy (ftp://n:***@h)."},
+        {"to \"name:sec/ret@host\"...", "to \"name:***@host\"..."},
+        {"to \"http://a:sec/re@t\"x@h\"...", "to \"http://a:***@h\"..."},
+        {"to \"http://[::1]:80/a\"...", "to \"http://[::1]:80/a\"..."},
     };
     for (Row const& row : rows) {
         support_dprint_print_(trace.get(), "%s\n", "", 1, "f", row.text);

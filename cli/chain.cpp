@@ -1,0 +1,17 @@
+#include "cli/chain.h"
+
+#include "handles/exception.h"
+
+namespace tallow::cli {
+
+ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* certificate, void* store, DWORD flags) {
+    CERT_CHAIN_PARA parameters{};
+    parameters.cbSize = sizeof parameters;
+    ATL2::CCertChainContext chain;
+    if (!CertGetCertificateChain(nullptr, certificate, nullptr, store, &parameters, flags, nullptr, chain.put())) {
+        ATL::AtlThrowLastWin32();
+    }
+    return chain;
+}
+
+}  // namespace tallow::cli

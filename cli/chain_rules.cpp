@@ -1,0 +1,147 @@
+#include "cli/chain_rules.h"
+
+#include <algorithm>
+#include <string>
+
+#include "cli/certificate_text.h"
+#include "cli/chain.h"
+#include "foundation/date_time.h"
+#include "handles/status.h"
+
+namespace tallow::cli {
+
+namespace {
+
+constexpr const char* kStep = "chain of the certificate";
+
+std::string named(_CERT_CONTEXT const* certificate) {
+    const std::string subject = subjectOf(certificate);
+    return "certificate " + (subject.empty() ? "with serial number " + serialOf(certificate) : subject) + ' ';
+}
+
+// Bits of a trust status, and what they say about the certificate.
+struct Fault {
+    DWORD bits;
+    std::int32_t code;
+    const char* text;
+};
+constexpr DWORD kNameConstraints = CERT_TRUST_INVALID_NAME_CONSTRAINTS | CERT_TRUST_HAS_NOT_SUPPORTED_NAME_CONSTRAINT |
+                                   CERT_TRUST_HAS_NOT_PERMITTED_NAME_CONSTRAINT |
+                                   CERT_TRUST_HAS_EXCLUDED_NAME_CONSTRAINT;
+// The first that fits is told.
+constexpr Fault kFaults[] = {
+    {CERT_TRUST_IS_NOT_SIGNATURE_VALID, status::kCertSignature,
+     "has a signature that does not verify with the key of its issuer; do not rely on it"},
+    {CERT_TRUST_HAS_WEAK_SIGNATURE, status::kCertSignature,
+     "has a signature or key that is too weak; have it renewed, and for SHA-1 see the setting accept_sha1"},
+    {CERT_TRUST_IS_PARTIAL_CHAIN, status::kChaining, "has an issuer that was not found; supply the certificates above"},
+    {CERT_TRUST_IS_UNTRUSTED_ROOT, status::kUntrustedRoot,
+     "is a root that is not trusted; add it to the store ROOT or name it as trusted"},
+    {CERT_TRUST_IS_EXPLICIT_DISTRUST, status::kUntrustedRoot, "is marked as not trusted; do not rely on it"},
+    {CERT_TRUST_IS_REVOKED, status::kCryptRevoked, "is revoked by its issuer; do not rely on it"},
+    {CERT_TRUST_INVALID_BASIC_CONSTRAINTS, status::kBasicConstraints,
+     "is no CA, or may not issue at this depth; do not rely on what it issued"},
+    {CERT_TRUST_IS_NOT_VALID_FOR_USAGE, status::kWrongUsage,
+     "has a key usage that does not allow what it signed; do not rely on it"},
+    {kNameConstraints, status::kTrustFail, "is outside of the name constraints of a CA above it; do not rely on it"},
+    {CERT_TRUST_INVALID_POLICY_CONSTRAINTS | CERT_TRUST_NO_ISSUANCE_CHAIN_POLICY, status::kTrustFail,
+     "does not meet the certificate policies that are required; do not rely on it"},
+    {CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT, status::kCertCritical,
+     "has a critical extension that is not supported; do not rely on it"},
+    {CERT_TRUST_REVOCATION_STATUS_UNKNOWN | CERT_TRUST_IS_OFFLINE_REVOCATION, status::kNoRevocationCheck,
+     "has an unknown revocation state; supply a current CRL of its issuer"},
+    {CERT_TRUST_IS_NOT_TIME_VALID, status::kCertExpired, "is not valid now; check the clock"},
+    {~CERT_TRUST_NO_ERROR, status::kTrustFail, "has a faulty extension; do not rely on it"},
+};
+
+std::optional<Rejection> rejectDates(_CERT_CONTEXT const* certificate) {
+    const Orvane::CDateTime now = Orvane::CDateTime::Now();
+    const Orvane::CDateTime notBefore(certificate->pCertInfo->NotBefore);
+    const Orvane::CDateTime notAfter(certificate->pCertInfo->NotAfter);
+    if (now < notBefore) {
+        return Rejection{status::kCertExpired, kStep,
+                         named(certificate) + "is not valid before " + iso8601(&notBefore) + "; check the clock"};
+    }
+    if (notAfter < now) {
+        return Rejection{
+            status::kCertExpired, kStep,
+            named(certificate) + "expired on " + iso8601(&notAfter) + "; check the clock, then have it renewed"};
+    }
+    return std::nullopt;
+}
+
+std::optional<Rejection> rejectErrors(_CERT_CONTEXT const* certificate, DWORD errors) {
+    if (std::optional<Rejection> rejection = rejectDates(certificate)) {
+        return rejection;
+    }
+    if (errors == CERT_TRUST_NO_ERROR) {
+        return std::nullopt;
+    }
+    const auto* fault = std::find_if(std::begin(kFaults), std::end(kFaults),
+                                     [errors](const Fault& row) { return (errors & row.bits) != 0; });
+    return Rejection{fault->code, kStep, named(certificate) + fault->text};
+}
+
+// The certificate nearest to the one asked about comes first: its owner can do something about it.
+std::optional<Rejection> rejectElements(CERT_SIMPLE_CHAIN const& chain) {
+    for (DWORD i = 0; i < chain.cElement; ++i) {
+        CERT_CHAIN_ELEMENT const& element = *chain.rgpElement[i];
+        if (std::optional<Rejection> rejection =
+                rejectErrors(element.pCertContext, element.TrustStatus.dwErrorStatus)) {
+            return rejection;
+        }
+    }
+    // What is wrong with the chain as a whole is told of its last certificate.
+    return rejectErrors(chain.rgpElement[chain.cElement - 1]->pCertContext, chain.TrustStatus.dwErrorStatus);
+}
+
+// The chain's only path; null when there is none.
+CERT_SIMPLE_CHAIN const* pathOf(ATL2::CCertChainContext const& chain) {
+    return chain->cChain == 0 || chain->rgpChain[0]->cElement == 0 ? nullptr : chain->rgpChain[0];
+}
+
+bool isSame(_CERT_CONTEXT const* left, _CERT_CONTEXT const* right) {
+    return std::equal(left->pbCertEncoded, left->pbCertEncoded + left->cbCertEncoded, right->pbCertEncoded,
+                      right->pbCertEncoded + right->cbCertEncoded);
+}
+
+// Whether `upper` is `whole` without its first certificate.
+bool continues(CERT_SIMPLE_CHAIN const& upper, CERT_SIMPLE_CHAIN const& whole) {
+    bool isSamePath = upper.cElement + 1 == whole.cElement;
+    for (DWORD i = 0; isSamePath && i < upper.cElement; ++i) {
+        isSamePath = isSame(upper.rgpElement[i]->pCertContext, whole.rgpElement[i + 1]->pCertContext);
+    }
+    return isSamePath;
+}
+
+Rejection rejectedPath() {
+    return {status::kChaining, kStep, "no chain to a trusted root was found; supply the certificates between"};
+}
+
+}  // namespace
+
+// The chain as a whole is built without CRLs, and a second time from the issuer upwards with them. Both must take the
+// same path: one that is sound and one that is not revoked are of no use when they are not the same.
+std::optional<Rejection> rejectChain(_CERT_CONTEXT const* certificate, void* store) {
+    const ATL2::CCertChainContext whole = buildChain(certificate, store, CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE);
+    CERT_SIMPLE_CHAIN const* path = pathOf(whole);
+    if (path == nullptr) {
+        return rejectedPath();
+    }
+    if (std::optional<Rejection> rejection = rejectElements(*path); rejection || path->cElement == 1) {
+        return rejection;
+    }
+    const ATL2::CCertChainContext upper =
+        buildChain(path->rgpElement[1]->pCertContext, store,
+                   CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE | CERT_CHAIN_REVOCATION_CHECK_CHAIN);
+    CERT_SIMPLE_CHAIN const* upperPath = pathOf(upper);
+    if (upperPath == nullptr) {
+        return rejectedPath();
+    }
+    if (std::optional<Rejection> rejection = rejectElements(*upperPath)) {
+        return rejection;
+    }
+    return continues(*upperPath, *path) ? std::nullopt : std::optional(rejectedPath());
+}
+
+}  // namespace tallow::cli

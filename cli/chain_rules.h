@@ -1,0 +1,17 @@
+// Whether the chain of a certificate that is asked about is sound, from the certificate up to a trusted root.
+#pragma once
+
+#include <optional>
+
+#include "cli/rejection.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace tallow::cli {
+
+/// Nothing when the certificate has a chain to a trusted root in which every certificate is valid now and may issue the
+/// one below, and CRLs show that none of the CAs is revoked. CRLs about the certificate itself are not looked for: its
+/// status is what the responder tells. `store` holds more certificates and CRLs; missing ones may be downloaded. The
+/// rejection names the certificate and the cause. Throws the converted last error when no chain can be built.
+std::optional<Rejection> rejectChain(_CERT_CONTEXT const* certificate, void* store);
+
+}  // namespace tallow::cli

@@ -1,0 +1,80 @@
+#include "cli/issuer_rules.h"
+
+#include <algorithm>
+
+#include "cli/chain.h"
+#include "handles/cert_store.h"
+#include "handles/last_error.h"
+#include "handles/status.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace tallow::cli {
+
+namespace {
+
+constexpr const char* kStep = "finding the issuer";
+
+// The second element of the chain, or the certificate itself when it is self-signed.
+ATL2::CCertContext secondOf(CERT_SIMPLE_CHAIN const& chain) {
+    const CERT_CHAIN_ELEMENT& end = *chain.rgpElement[0];
+    const bool isSelfSigned = (end.TrustStatus.dwInfoStatus & CERT_TRUST_IS_SELF_SIGNED) != 0;
+    if (chain.cElement == 1 && !isSelfSigned) {
+        return {};
+    }
+    return ATL2::CCertContext::duplicate(chain.rgpElement[chain.cElement > 1 ? 1 : 0]->pCertContext);
+}
+
+}  // namespace
+
+std::optional<Rejection> rejectIssuer(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer) {
+    const CERT_NAME_BLOB& name = issuer->pCertInfo->Subject;
+    const CERT_NAME_BLOB& wanted = certificate->pCertInfo->Issuer;
+    if (!std::equal(name.pbData, name.pbData + name.cbData, wanted.pbData, wanted.pbData + wanted.cbData)) {
+        return Rejection{status::kIssuerMismatch, kStep};
+    }
+    if (CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT,
+                                          const_cast<_CERT_CONTEXT*>(certificate), CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT,
+                                          const_cast<_CERT_CONTEXT*>(issuer), 0, nullptr) != 0) {
+        return std::nullopt;
+    }
+    const std::int32_t code = ATL2::convertLastError(GetLastError());
+    if (code == status::kBadSignature) {
+        return Rejection{status::kIssuerMismatch, kStep,
+                         "the issuer given has the right name, but another key; name the one that signed"};
+    }
+    return Rejection{code == status::kOk ? status::kFail : code, kStep,
+                     "the signature of the certificate (algorithm " +
+                         std::string(certificate->pCertInfo->SignatureAlgorithm.pszObjId) +
+                         ") cannot be verified with the key of its issuer, so the issuer is not proven; have the "
+                         "certificate renewed"};
+}
+
+ATL2::CCertContext issuerIn(void* store, _CERT_CONTEXT const* certificate) {
+    ATL2::CCertContext candidate;
+    // The search frees the context it is given, so each step hands the last one back.
+    while (_CERT_CONTEXT const* next = CertFindCertificateInStore(store, X509_ASN_ENCODING, 0, CERT_FIND_ISSUER_OF,
+                                                                  certificate, candidate.detach())) {
+        candidate.reset(next);
+        if (!rejectIssuer(certificate, next)) {
+            return candidate;
+        }
+    }
+    return {};
+}
+
+ATL2::CCertContext findIssuer(void* store, _CERT_CONTEXT const* certificate) {
+    for (const char* name : {"CA", "ROOT"}) {
+        ATL2::CCertStore system;
+        if (system.Open(CERT_STORE_PROV_SYSTEM_A, 0, CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG, name) ==
+            status::kOk) {
+            if (ATL2::CCertContext issuer = issuerIn(system.get(), certificate)) {
+                return issuer;
+            }
+        }
+    }
+    const ATL2::CCertChainContext chain = buildChain(certificate, store, CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE);
+    ATL2::CCertContext issuer = chain->cChain == 0 ? ATL2::CCertContext() : secondOf(*chain->rgpChain[0]);
+    return issuer && !rejectIssuer(certificate, issuer.get()) ? issuer : ATL2::CCertContext();
+}
+
+}  // namespace tallow::cli

@@ -1,0 +1,194 @@
+#include "cli/name_text.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <optional>
+
+#include "asn1/attribute_register.h"
+#include "cli/safe_text.h"
+#include "foundation/blob.h"
+
+namespace tallow::cli {
+
+namespace {
+
+using Orvane::ASN1::CATAVRegister;
+
+constexpr char32_t kLastCodePoint = 0x10FFFF;
+constexpr char32_t kFirstSurrogate = 0xD800;
+constexpr char32_t kFirstLowSurrogate = 0xDC00;
+constexpr char32_t kBehindSurrogates = 0xE000;
+
+std::string hexText(Octets octets) {
+    return std::string("#") + Orvane::CBlob(octets.data(), octets.size()).writeToHexString(0).c_str();
+}
+
+std::string escaped(const char* format, char32_t value) {
+    char text[16];
+    std::snprintf(text, sizeof text, format, static_cast<unsigned>(value));
+    return text;
+}
+
+bool isCodePoint(char32_t c) {
+    return c <= kLastCodePoint && (c < kFirstSurrogate || c >= kBehindSurrogates);
+}
+
+void addCodePoint(std::string& text, char32_t c) {
+    text += isCodePoint(c) ? utf8(std::wstring(1, static_cast<wchar_t>(c))) : escaped("\\u{%X}", c);
+}
+
+// The length of the UTF-8 character at the front, in its shortest form; 0 when there is none.
+std::size_t sizeOfCharacter(Octets octets) {
+    constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};  // by length
+    const unsigned char first = octets[0];
+    const std::size_t size = first < 0x80 ? 1 : first < 0xC0 ? 0 : first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+    if (size == 0 || first >= 0xF8 || octets.size() < size) {
+        return 0;
+    }
+    char32_t c = size == 1 ? first : first & (0xFFU >> (size + 1));
+    for (std::size_t i = 1; i < size; ++i) {
+        if ((octets[i] & 0xC0U) != 0x80) {
+            return 0;
+        }
+        c = c << 6U | (octets[i] & 0x3FU);
+    }
+    return c >= kSmallest[size] && isCodePoint(c) ? size : 0;
+}
+
+std::string bmpText(Octets octets) {
+    std::string text;
+    for (std::size_t i = 0; i + 1 < octets.size(); i += 2) {
+        const auto unitAt = [octets](std::size_t at) {
+            return at + 1 < octets.size() ? static_cast<char32_t>(octets[at] << 8U | octets[at + 1]) : 0;
+        };
+        char32_t c = unitAt(i);
+        const char32_t following = unitAt(i + 2);
+        // Two halves of one character, which the type does not know and many write.
+        if (c >= kFirstSurrogate && c < kFirstLowSurrogate && following >= kFirstLowSurrogate &&
+            following < kBehindSurrogates) {
+            c = 0x10000 + ((c - kFirstSurrogate) << 10U) + (following - kFirstLowSurrogate);
+            i += 2;
+        }
+        addCodePoint(text, c);
+    }
+    return text;
+}
+
+std::string universalText(Octets octets) {
+    std::string text;
+    for (std::size_t i = 0; i + 3 < octets.size(); i += 4) {
+        addCodePoint(text, static_cast<char32_t>(octets[i]) << 24U | static_cast<char32_t>(octets[i + 1]) << 16U |
+                               static_cast<char32_t>(octets[i + 2]) << 8U | octets[i + 3]);
+    }
+    return text;
+}
+
+std::string valueText(const DerElement& value) {
+    constexpr unsigned kUtf8String = 0x0C;
+    constexpr unsigned kNumericString = 0x12;
+    constexpr unsigned kPrintableString = 0x13;
+    constexpr unsigned kTeletexString = 0x14;
+    constexpr unsigned kVisibleString = 0x1A;
+    constexpr unsigned kUniversalString = 0x1C;
+    constexpr unsigned kBmpString = 0x1E;
+    const std::size_t size = value.content.size();
+    switch (value.tag) {
+        case kUtf8String:
+        case kNumericString:
+        case kPrintableString:
+        case kTeletexString:
+        case kTagIa5String:
+        case kVisibleString:
+            return narrowText(value.content);
+        case kBmpString:
+            return size % 2 == 0 ? bmpText(value.content) : hexText(value.whole);
+        case kUniversalString:
+            return size % 4 == 0 ? universalText(value.content) : hexText(value.whole);
+        default:
+            return hexText(value.whole);
+    }
+}
+
+// AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY }
+std::optional<std::string> attributeText(const DerElement& attribute) {
+    DerView members(attribute);
+    const std::optional<DerElement> type = members.nextIf(kTagObjectIdentifier);
+    const std::optional<DerElement> value = members.next();
+    if (!attribute.is(kTagSequence) || !type || !value || !members.rest().empty()) {
+        return std::nullopt;
+    }
+    const std::string oid = oidText(type->content);
+    const auto known = CATAVRegister::find(oid.c_str());
+    return known == CATAVRegister::registered().end() ? oid + '=' + hexText(value->whole)
+                                                      : utf8(known->name()) + '=' + valueText(*value);
+}
+
+// The texts of all elements, with a separator between; empty when one is not what it should be.
+template <typename ElementText>
+std::optional<std::string> joined(DerView elements, char separator, ElementText elementText) {
+    std::string text;
+    while (!elements.rest().empty()) {
+        const std::optional<DerElement> element = elements.next();
+        const std::optional<std::string> part = element ? elementText(*element) : std::nullopt;
+        if (!part) {
+            return std::nullopt;
+        }
+        text += (text.empty() ? "" : std::string(1, separator)) + *part;
+    }
+    return text;
+}
+
+std::optional<std::string> rdnText(const DerElement& rdn) {
+    return rdn.is(kTagSet) ? joined(DerView(rdn.content), '+', attributeText) : std::nullopt;
+}
+
+}  // namespace
+
+std::string narrowText(Octets octets) {
+    std::string text;
+    while (!octets.empty()) {
+        const std::size_t size = sizeOfCharacter(octets);
+        if (size == 0) {
+            text += escaped("\\x{%02X}", octets[0]);
+        } else {
+            text.append(reinterpret_cast<const char*>(octets.data()), size);
+        }
+        octets = octets.subspan(size == 0 ? 1 : size);
+    }
+    return text;
+}
+
+std::string oidText(Octets content) {
+    constexpr std::uint64_t kLargestToShift = UINT64_MAX >> 7U;
+    std::string text;
+    std::uint64_t arc = 0;
+    bool isComplete = false;
+    for (const unsigned char octet : content) {
+        if (arc > kLargestToShift) {
+            return hexText(content);
+        }
+        arc = arc << 7U | (octet & 0x7FU);
+        isComplete = (octet & 0x80U) == 0;
+        if (!isComplete) {
+            continue;
+        }
+        if (text.empty()) {
+            const std::uint64_t first = arc < 80 ? arc / 40 : 2;  // two arcs in one number (X.690, section 8.19.4)
+            text = std::to_string(first);
+            arc -= first * 40;
+        }
+        text += '.' + std::to_string(arc);
+        arc = 0;
+    }
+    return isComplete ? text : hexText(content);
+}
+
+std::string nameText(Octets der) {
+    DerView view(der);
+    const std::optional<DerElement> name = view.nextIf(kTagSequence);
+    const std::optional<std::string> text =
+        name && view.rest().empty() ? joined(DerView(name->content), ',', rdnText) : std::nullopt;
+    return text ? *text : hexText(der);
+}
+
+}  // namespace tallow::cli

@@ -1,0 +1,21 @@
+// Whether a response is what a responder with the right to answer signed: all that comes before its entries.
+#pragma once
+
+#include <optional>
+
+#include "cli/rejection.h"
+#include "client/response/response.h"
+
+namespace tallow::cli {
+
+struct Proof {
+    _CERT_CONTEXT const* signer = nullptr;  // the response's own; null when it was not found
+    std::optional<Rejection> rejection;
+};
+
+/// Checks form, response status, signature and the signer's certificate, in this order. `stores` is an array of `count`
+/// stores with more certificates and CRLs. Afterwards CResponse::VerifySR knows for which entries the signer may
+/// answer. Nonces and entries are not examined.
+Proof proveResponse(Orvane::PKI::OCSP::Client::CResponse const& response, void** stores, unsigned long count);
+
+}  // namespace tallow::cli

@@ -1,0 +1,29 @@
+// Names of every kind as shown fields. They are read from the DER itself, since the value classes of the library end a
+// text at a NUL character. All throw kAsn1Error for what is not of its type to the last octet, except where they say
+// that they show it in hexadecimal.
+#pragma once
+
+#include <string>
+
+#include "cli/der_view.h"
+#include "cli/shown.h"
+
+namespace tallow::cli {
+
+/// A DER Name as nameText shows it; an empty one in hexadecimal.
+std::string nameOf(Octets name);
+
+/// A GeneralName, "URI: http://..." and so on; in hexadecimal when it is of a kind without a text form, or malformed.
+std::string generalNameOf(Octets name);
+
+/// GeneralNames, AuthorityInfoAccessSyntax, CRLDistributionPoints.
+Shown showGeneralNames(const char* field, Octets names);
+Shown showAccess(const char* field, Octets access);
+Shown showDistributionPoints(const char* field, Octets points);
+
+/// The next element of a walk. Throws kAsn1Error when there is none, or when it has another tag.
+DerElement required(DerView& view, unsigned tag);
+/// Throws kAsn1Error unless the walk is at its end.
+void requireEnd(const DerView& view);
+
+}  // namespace tallow::cli

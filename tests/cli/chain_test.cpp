@@ -1,0 +1,108 @@
+// `check --verify-chain`: what a responder says counts only for a certificate whose chain is sound.
+#include <gmock/gmock.h>
+
+#include "tests/cli/command.h"
+#include "tests/cli/json_result.h"
+#include "tests/support/http_server.h"
+
+namespace {
+
+using namespace testkit;
+using testing::AllOf;
+using testing::HasSubstr;
+
+constexpr const char* kNoFailure = "";
+
+struct Chain {
+    Identity root = certs().root;
+    Identity ca;
+    Identity leaf;
+    EntryStatus status = EntryStatus::kGood;
+};
+
+Chain chainOf(const Identity& root, const CertificateSpec& ca, const CertificateSpec& leaf) {
+    const Identity issuer = issue(root, ca);
+    return {root, issuer, issue(issuer, leaf)};
+}
+
+CertificateSpec caSpec() {
+    CertificateSpec spec;
+    spec.commonName = "chain CA";
+    spec.ca = true;
+    return spec;
+}
+
+// The responder may answer for every CA, so that nothing but the leaf's own chain makes a difference.
+TEST(VerifyChainOption, RefusesGoodUnderAChainThatIsNotSoundAndNamesTheCause) {
+    const std::string thumbprint = upperHex(digest(kSha1Oid, certs().delegate.certificate));
+    const Command tallow("[config.cades.ocsppolicy]\nAuthorizedOCSPs = [\"" + thumbprint + "\"]\n");
+    CertificateSpec leaf;
+    leaf.commonName = "chain leaf";
+    CertificateSpec early = leaf;
+    early.notBeforeSeconds = 3600;
+    CertificateSpec expired = caSpec();
+    expired.notAfterSeconds = -60;
+    CertificateSpec noCa = caSpec();
+    noCa.ca = false;
+    noCa.keyUsage = "keyCertSign";
+    CertificateSpec narrow = caSpec();
+    narrow.commonName = "narrow CA";
+    narrow.pathLength = 0;
+    const Chain sound = chainOf(certs().root, caSpec(), leaf);
+    const Chain deep = chainOf(issue(certs().root, narrow), caSpec(), leaf);
+    Chain revoked = sound;
+    revoked.status = EntryStatus::kRevoked;
+    Chain unknown = sound;
+    unknown.status = EntryStatus::kUnknown;
+    const Bytes crl = makeCrl(certs().root, {});
+    const Bytes crlOnCa = makeCrl(certs().root, {.revokedSerials = {sound.ca.serial()}});
+    const Bytes crlOnLeaf = makeCrl(sound.ca, {.revokedSerials = {sound.leaf.serial()}});
+    struct Row {
+        Chain chain;
+        std::vector<Bytes> crls;
+        int exitStatus;
+        const char* code;
+        const char* words;
+    };
+    for (const Row& row : {
+             Row{sound, {crl}, 0, kNoFailure, ""},
+             Row{sound, {crl, crlOnLeaf}, 0, kNoFailure, ""},
+             Row{sound, {}, 3, "0x80092012", "certificate CN=chain CA has an unknown revocation state"},
+             Row{sound, {crlOnCa}, 3, "0x80092010", "certificate CN=chain CA is revoked by its issuer"},
+             Row{revoked, {crlOnCa}, 1, "0x80092010", "is revoked by its issuer"},
+             Row{unknown, {}, 3, "0x80092012", "unknown revocation state"},
+             Row{chainOf(certs().root, expired, leaf), {crl}, 3, "0x800B0101", "CN=chain CA expired on 20"},
+             Row{chainOf(certs().root, caSpec(), early), {crl}, 3, "0x800B0101", "CN=chain leaf is not valid before 2"},
+             Row{chainOf(certs().root, noCa, leaf), {crl}, 3, "0x80096019", "certificate CN=chain CA is no CA"},
+             Row{deep, {crl}, 3, "0x80096019", "may not issue at this depth"},
+             Row{chainOf(rootCa("other"), caSpec(), leaf), {crl}, 3, "0x800B0109", "CN=other is a root that is not tr"},
+             Row{{certs().good, deep.ca, deep.leaf}, {crl}, 3, "0x800B010A", "CN=chain CA has an issuer that was not"},
+         }) {
+        const bool isSound = row.code == kNoFailure;
+        SCOPED_TRACE(row.words);
+        const HttpServer server([&row](const HttpRequest&) {
+            ResponseSpec spec(certs().delegate);
+            spec.entries.emplace_back(certIdOf(row.chain.leaf, row.chain.ca), row.chain.status);
+            return HttpReply{.body = buildResponse(spec)};
+        });
+        std::vector<std::string> arguments{"--json",   "--no-nonce",
+                                           "--url",    server.url(),
+                                           "--certs",  tallow.file("root.pem", row.chain.root),
+                                           "--issuer", tallow.file("ca.pem", row.chain.ca)};
+        for (std::size_t i = 0; i < row.crls.size(); ++i) {
+            arguments.insert(arguments.end(), {"--crl", tallow.file(std::to_string(i) + ".crl", row.crls[i])});
+        }
+        arguments.push_back(tallow.file("leaf.pem", row.chain.leaf));
+        EXPECT_EQ(tallow.check(arguments).exitStatus, static_cast<int>(row.chain.status));  // 0, 1, 2 in this order
+        arguments.insert(arguments.begin(), "--verify-chain");
+        const ProcessResult run = tallow.check(arguments);
+        EXPECT_EQ(run.exitStatus, row.exitStatus) << run.out << run.err;
+        EXPECT_EQ(numLines(run.err), isSound ? 0U : 1U);
+        EXPECT_THAT(run.err, AllOf(HasSubstr(row.code), HasSubstr(row.words)));
+        const auto result = parseResults(run.out).at(0);
+        EXPECT_EQ(result.at("chain"), isSound ? "valid" : "invalid");
+        EXPECT_EQ(result.at("status"), row.exitStatus == 0 ? "good" : row.exitStatus == 1 ? "revoked" : "error");
+    }
+}
+
+}  // namespace
