@@ -11,9 +11,12 @@ namespace Orvane::ASN1 {
 
 CAlgorithmIdentifier::CAlgorithmIdentifier() : algorithm_(nullptr) {}
 
-CAlgorithmIdentifier::CAlgorithmIdentifier(const char* algorithm) : algorithm_(algorithm) {}
+CAlgorithmIdentifier::CAlgorithmIdentifier(const char* algorithm)
+    : algorithm_(withinFrame([algorithm] { return CStringProxy(algorithm); })) {}
 
-CAlgorithmIdentifier::CAlgorithmIdentifier(const CAlgorithmIdentifier& other) = default;
+CAlgorithmIdentifier::CAlgorithmIdentifier(const CAlgorithmIdentifier& other)
+    : algorithm_(withinFrame([&] { return CStringProxy(other.algorithm_); })),
+      parameters_(withinFrame([&] { return CBlob(other.parameters_); })) {}
 
 CAlgorithmIdentifier::CAlgorithmIdentifier(CAlgorithmIdentifier&& other) noexcept = default;
 

@@ -8,7 +8,7 @@
 //
 // A value class encodes and decodes itself by asn1Encode<Traits>(*this) and asn1Decode<Traits>(data, *this). Whatever
 // the runtime has to say against a message comes out as the one status Asn1Error: its own numbers tell a caller nothing
-// that he could act upon. Exhausted memory is Asn1Memory, or Asn1Error where the runtime tells it by a status.
+// that he could act upon. Memory that is exhausted, or that a message may not have, is Asn1Memory.
 #pragma once
 
 #include <limits>
@@ -23,6 +23,11 @@
 
 namespace Orvane::ASN1 {
 
+/// Throws what a negative status of the runtime means to callers.
+[[noreturn]] inline void throwFailure(int result) {
+    ATL::AtlThrowImpl(result == STATUS_NO_MEMORY ? status::kAsn1Memory : status::kAsn1Error);
+}
+
 /// Runs a part of the frame. Below it, exhausted memory is told by a status, by the runtime's own exception or by
 /// std::bad_alloc, depending on who runs out of it.
 template <class Work>
@@ -30,7 +35,7 @@ decltype(auto) withinFrame(Work&& work) {
     try {
         return work();
     } catch (const ASN1RTLException& exception) {
-        ATL::AtlThrowImpl(exception.getStatus() == STATUS_NO_MEMORY ? status::kAsn1Memory : status::kAsn1Error);
+        throwFailure(exception.getStatus());
     } catch (const std::bad_alloc&) {
         ATL::AtlThrowImpl(status::kAsn1Memory);
     }
@@ -42,8 +47,12 @@ CBlob encodeRecord(ASN1BEREncodeBuffer& buffer, typename Traits::ASN1_T& record)
     return withinFrame([&] {
         typename Traits::ASN1_C control(buffer, record);
         const int length = control.EncodeTo(buffer);
+        // A copy that ran out of memory is incomplete, and only the heap tells.
+        if (buffer.getCtxtPtr()->pTypeMemHeap->numRefused != 0) {
+            throwFailure(STATUS_NO_MEMORY);
+        }
         if (length < 0) {
-            ATL::AtlThrowImpl(status::kAsn1Error);
+            throwFailure(length);
         }
         return CBlob(buffer.getMsgPtr(), static_cast<unsigned long>(length));
     });
@@ -58,7 +67,7 @@ void decodeRecord(ASN1BERDecodeBuffer& buffer, typename Traits::ASN1_T& record) 
         return control.DecodeFrom(buffer);
     });
     if (result < 0) {
-        ATL::AtlThrowImpl(status::kAsn1Error);
+        throwFailure(result);
     }
 }
 
@@ -84,10 +93,24 @@ CBlob asn1EncodeT(const typename Traits::ASN1_T& record) {
     });
 }
 
-/// Decodes into a record whose memory belongs to `ctxt`.
+/// Puts the limit of a heap back when it goes: decoding into a heap of somebody else's leaves one behind.
+class KeptMemoryLimit {
+public:
+    explicit KeptMemoryLimit(ASN1CTXT* ctxt) : heap_(*ctxt->pTypeMemHeap), limit_(heap_.limit) {}
+    KeptMemoryLimit(const KeptMemoryLimit&) = delete;
+    KeptMemoryLimit& operator=(const KeptMemoryLimit&) = delete;
+    ~KeptMemoryLimit() { heap_.limit = limit_; }
+
+private:
+    ASN1MEMHEAP& heap_;
+    std::uint64_t limit_;
+};
+
+/// Decodes into a record whose memory belongs to `ctxt`, which is live.
 template <class Traits>
 void asn1DecodeT(const CBlob& data, ASN1CTXT* ctxt, typename Traits::ASN1_T& record) {
     withinFrame([&] {
+        const KeptMemoryLimit limit(ctxt);
         ASN1BERDecodeBuffer buffer(data.pbData(), messageSize(data));
         rtCtxtSetMemHeap(buffer.getCtxtPtr(), ctxt);
         decodeRecord<Traits>(buffer, record);
@@ -130,7 +153,7 @@ void resolveOpenType(ASN1CTXT* ctxt, Record& record) {
     const int result = withinFrame([&] { return decodeOpenType(ctxt, &record); });
     rtCopyContext(ctxt, &saved);
     if (result != 0) {
-        ATL::AtlThrowImpl(status::kAsn1Error);
+        throwFailure(result);
     }
 }
 

@@ -1,7 +1,9 @@
 #include "asn1/element.h"
 
+#include <algorithm>
 #include <limits>
 
+#include "asn1/codec.h"
 #include "asn1rt/decode_core.h"
 #include "asn1rt/encode.h"
 #include "asn1rt/message_buffer.h"
@@ -29,6 +31,25 @@ CElement firstElement(const unsigned char* data, unsigned long size) {
     return element;
 }
 
+unsigned long sizeOfFirst(const CBlob& data) {
+    constexpr unsigned long kLongest = std::numeric_limits<std::int32_t>::max();
+    const unsigned long size = std::min(data.cbData(), kLongest);
+    ASN1CTXT reader = decoding::readOnlyContext();
+    reader.buffer.data = data.pbData();
+    reader.buffer.size = static_cast<std::uint32_t>(size);
+    ASN1TAG tag = 0;
+    int length = 0;
+    if (decoding::readHeader(&reader, &tag, &length, MATCH_ADVANCE) != 0) {
+        return data.cbData();
+    }
+    if (length != LEN_INDEFINITE) {
+        return decoding::holds(&reader, length) ? reader.buffer.byteIndex + static_cast<unsigned long>(length)
+                                                : data.cbData();
+    }
+    const int whole = decoding::indefiniteLength(data.pbData(), static_cast<int>(size));
+    return whole < 0 ? data.cbData() : static_cast<unsigned long>(whole);
+}
+
 CElement CElementReader::next() {
     const CElement element = firstElement(position_, remaining_);
     position_ += element.headerSize + element.contentSize;
@@ -36,7 +57,9 @@ CElement CElementReader::next() {
     return element;
 }
 
-CBlob composeElement(std::uint32_t tag, std::initializer_list<const CBlob*> parts) {
+namespace {
+
+CBlob compose(std::uint32_t tag, std::initializer_list<const CBlob*> parts) {
     ASN1BEREncodeBuffer buffer;
     ASN1CTXT* ctx = buffer.getCtxtPtr();
     int total = 0;
@@ -57,6 +80,12 @@ CBlob composeElement(std::uint32_t tag, std::initializer_list<const CBlob*> part
         ATL::AtlThrowImpl(status::kAsn1Memory);
     }
     return CBlob(buffer.getMsgPtr(), static_cast<unsigned long>(length));
+}
+
+}  // namespace
+
+CBlob composeElement(std::uint32_t tag, std::initializer_list<const CBlob*> parts) {
+    return withinFrame([&] { return compose(tag, parts); });
 }
 
 }  // namespace Orvane::ASN1

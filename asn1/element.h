@@ -32,6 +32,10 @@ constexpr bool hasContextTag(const CElement& element, std::uint32_t number) {
 /// The first element of `data`. Throws kAsn1Error for a malformed or indefinite one, or one that runs past the end.
 CElement firstElement(const unsigned char* data, unsigned long size);
 
+/// The octets that the first element of `data` takes, in either form of its length; all of them when its end is
+/// missing.
+unsigned long sizeOfFirst(const CBlob& data);
+
 /// Reads the elements that follow one another inside a constructed element. Takes no memory of its own; the bytes must
 /// outlive it.
 class CElementReader {

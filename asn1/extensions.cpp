@@ -10,11 +10,12 @@
 
 namespace Orvane::ASN1 {
 
-CExtValue::CExtValue() : oid_(nullptr) {}
+CExtValue::CExtValue() : CExtValue(nullptr) {}
 
-CExtValue::CExtValue(const char* oid) : oid_(oid) {}
+CExtValue::CExtValue(const char* oid) : oid_(withinFrame([oid] { return CStringProxy(oid); })) {}
 
-CExtValue::CExtValue(const char* oid, const CBlob& value) : oid_(oid), value_(value) {}
+CExtValue::CExtValue(const char* oid, const CBlob& value)
+    : oid_(withinFrame([oid] { return CStringProxy(oid); })), value_(withinFrame([&] { return CBlob(value); })) {}
 
 CExtension::CExtension() = default;
 

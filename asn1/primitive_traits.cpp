@@ -4,6 +4,7 @@
 #include "asn1/time_text.h"
 #include "asn1/utf8_text.h"
 #include "asn1rt/decode.h"
+#include "asn1rt/decode_core.h"
 #include "asn1rt/decode_strings.h"
 #include "asn1rt/decode_values.h"
 #include "asn1rt/encode_strings.h"
@@ -45,7 +46,7 @@ int ASN1TObjId_traits::ASN1_C::EncodeTo(ASN1BEREncodeBuffer& buffer) {
 
 int ASN1TObjId_traits::ASN1_C::DecodeFrom(ASN1BERDecodeBuffer& buffer) {
     const int bound = buffer.init();
-    return bound != 0 ? bound : xd_objid(buffer.getCtxtPtr(), &record_, TAG_EXPLICIT, 0);
+    return bound != 0 ? bound : decoding::readObjectId(buffer.getCtxtPtr(), &record_, TAG_EXPLICIT, 0);
 }
 
 void ASN1IA5String_traits::set(ASN1CTXT* ctxt, const char*& record, const char* value) {

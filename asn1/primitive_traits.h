@@ -24,8 +24,8 @@ struct ASN1TObjId_traits {
 class ASN1TObjId_traits::ASN1_C {
 public:
     ASN1_C(ASN1MessageBufferIF& buffer, ASN1TObjId& record) : record_(record) { static_cast<void>(buffer); }
-    int EncodeTo(ASN1BEREncodeBuffer& buffer);
-    int DecodeFrom(ASN1BERDecodeBuffer& buffer);
+    [[nodiscard]] int EncodeTo(ASN1BEREncodeBuffer& buffer);
+    [[nodiscard]] int DecodeFrom(ASN1BERDecodeBuffer& buffer);
 
 private:
     ASN1TObjId& record_;
@@ -97,16 +97,16 @@ struct ASN1GeneralizedTime_traits {
     static void copy(ASN1CTXT* ctxt, const char* from, const char*& to);
 
     /// The length of the message, or a negative status.
-    static int encode(ASN1BEREncodeBuffer& buffer, const char* record);
+    [[nodiscard]] static int encode(ASN1BEREncodeBuffer& buffer, const char* record);
     /// 0 or a negative status.
-    static int decode(ASN1BERDecodeBuffer& buffer, const char*& record);
+    [[nodiscard]] static int decode(ASN1BERDecodeBuffer& buffer, const char*& record);
 };
 
 class ASN1GeneralizedTime_traits::ASN1_C {
 public:
     ASN1_C(ASN1MessageBufferIF& buffer, const char*& record) : record_(record) { static_cast<void>(buffer); }
-    int EncodeTo(ASN1BEREncodeBuffer& buffer) { return encode(buffer, record_); }
-    int DecodeFrom(ASN1BERDecodeBuffer& buffer) { return decode(buffer, record_); }
+    [[nodiscard]] int EncodeTo(ASN1BEREncodeBuffer& buffer) { return encode(buffer, record_); }
+    [[nodiscard]] int DecodeFrom(ASN1BERDecodeBuffer& buffer) { return decode(buffer, record_); }
 
 private:
     const char*& record_;

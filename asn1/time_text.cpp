@@ -1,6 +1,9 @@
 #include "asn1/time_text.h"
 
+#include <cstring>
+
 #include "asn1/context_memory.h"
+#include "asn1rt/time_scan.h"
 #include "platform/support/support_service.h"
 
 namespace Orvane::ASN1 {
@@ -13,7 +16,38 @@ void check(int result) {
     }
 }
 
+constexpr std::size_t kSizeDateAndHour = 10;
+constexpr std::size_t kSizeWholeSeconds = 14;
+constexpr int kFirstYear = 1601;  // where the count of CDateTime begins
+
+// Six digits of the fraction, fewer ones filled up; 0 without a fraction.
+unsigned int microsecondsOf(const char* text) {
+    unsigned int value = 0;
+    const char* digit = text[kSizeWholeSeconds] == 'Z' ? "" : text + kSizeWholeSeconds + 1;
+    for (int i = 0; i < 6; ++i) {
+        const bool isThere = *digit >= '0' && *digit <= '9';
+        value = value * 10 + (isThere ? static_cast<unsigned int>(*digit - '0') : 0);
+        digit += isThere ? 1 : 0;
+    }
+    return value;
+}
+
 }  // namespace
+
+CDateTime decodedUtcTime(const char* text) {
+    RtTime time;
+    const std::size_t size = text != nullptr ? std::strlen(text) : 0;
+    // The scanner itself takes blanks and signs in front of numbers, and a block of the decoder is the contents and a
+    // NUL.
+    if (text == nullptr || size + 1 != rtMemHeapBlockSize(text) || std::strspn(text, "0123456789") < kSizeDateAndHour ||
+        !scanGeneralizedTime(text, TimeReader::kControl, time) || time.utcFlag == 0 || time.year < kFirstYear) {
+        ATL::AtlThrowImpl(status::kAsn1Error);
+    }
+    const unsigned int microseconds = size > kSizeWholeSeconds ? microsecondsOf(text) : 0;
+    const auto field = [](std::int16_t value) { return static_cast<unsigned int>(value); };
+    return {field(time.year),   field(time.month),  field(time.day),     field(time.hour),
+            field(time.minute), field(time.second), microseconds / 1000, microseconds % 1000};
+}
 
 const char* DateToASN1GeneralizedTime(ASN1CTXT* ctxt, const CDateTime& time, bool trim) {
     if (!trim) {

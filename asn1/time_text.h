@@ -17,4 +17,9 @@ const char* DateToASN1GeneralizedTime(ASN1CTXT* ctxt, const CDateTime& time, boo
 /// for a time that the type cannot show.
 std::string GetASN1CTimeString(const CDateTime& time, ASN1CTime& target);
 
+/// The point in time of a GeneralizedTime `text` that the runtime has decoded. Unlike CDateTime, it takes nothing but
+/// UTC: throws Asn1Error for a text that does not end in "Z" or holds a NUL, for a date or time of day that does not
+/// exist, and for a year before 1601. Minutes and seconds may be missing; of a fraction, six digits count.
+CDateTime decodedUtcTime(const char* text);
+
 }  // namespace Orvane::ASN1

@@ -45,29 +45,29 @@ TALLOW_EXPORT void rtBigIntFree(ASN1CTXT* ctx, RtBigInteger* big) noexcept;
 /// skipped. A magnitude that does not fit `allocated` moves to the type heap. Failures leave the number 0:
 /// STATUS_BAD_ARGUMENT (radix), STATUS_BAD_VALUE (no digits, or a bad one), STATUS_TOO_BIG (radix 8 and 10 beyond
 /// kMaxConvertedOctets), STATUS_NO_MEMORY.
-TALLOW_EXPORT int rtBigIntSetStr(ASN1CTXT* ctx, RtBigInteger* big, const char* text, int radix) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtBigIntSetStr(ASN1CTXT* ctx, RtBigInteger* big, const char* text, int radix) noexcept;
 
 /// The octets of the minimal two's complement form, at least 1.
-TALLOW_EXPORT std::int32_t rtBigIntGetDataLen(const RtBigInteger* big) noexcept;
+[[nodiscard]] TALLOW_EXPORT std::int32_t rtBigIntGetDataLen(const RtBigInteger* big) noexcept;
 
 /// Writes the two's complement form, most significant octet first, and answers its length (rtBigIntGetDataLen), or
 /// STATUS_STRING_OVERFLOW when `capacity` is smaller.
-TALLOW_EXPORT std::int32_t rtBigIntGetData(ASN1CTXT* ctx, const RtBigInteger* big, std::uint8_t* destination,
-                                           std::int32_t capacity) noexcept;
+[[nodiscard]] TALLOW_EXPORT std::int32_t rtBigIntGetData(ASN1CTXT* ctx, const RtBigInteger* big,
+                                                         std::uint8_t* destination, std::int32_t capacity) noexcept;
 
 /// An upper bound on the digits in `radix`, without sign and NUL; STATUS_BAD_ARGUMENT for a radix other than 2, 8,
 /// 10, 16.
-TALLOW_EXPORT std::int32_t rtBigIntDigitsNum(const RtBigInteger* big, int radix) noexcept;
+[[nodiscard]] TALLOW_EXPORT std::int32_t rtBigIntDigitsNum(const RtBigInteger* big, int radix) noexcept;
 
 /// Writes NUL-terminated text without a prefix and answers 0. `capacity` counts the NUL. Radix 2 and 16 give the two's
 /// complement form in whole octets, lowercase; radix 8 the digits of the two's complement form; radix 10 the magnitude
 /// with a "-" in front when negative. Zero has no text in radix 8 and 10: STATUS_BAD_ARGUMENT, as for any other radix.
 /// Too little room gives STATUS_STRING_OVERFLOW, a radix 8 and 10 beyond kMaxConvertedOctets STATUS_TOO_BIG;
 /// STATUS_NO_MEMORY. The text is undefined after a failure.
-TALLOW_EXPORT int rtBigIntToString(ASN1CTXT* ctx, const RtBigInteger* big, int radix, char* text,
-                                   std::int32_t capacity) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtBigIntToString(ASN1CTXT* ctx, const RtBigInteger* big, int radix, char* text,
+                                                 std::int32_t capacity) noexcept;
 
 /// Compares two numbers given as text with an optional prefix: -1, 0 or 1. Text that cannot be read counts as 0.
-TALLOW_EXPORT int rtBigIntStrCompare(ASN1CTXT* ctx, const char* textA, const char* textB) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtBigIntStrCompare(ASN1CTXT* ctx, const char* textA, const char* textB) noexcept;
 
 }  // extern "C"

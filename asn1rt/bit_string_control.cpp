@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <bit>
 #include <cstring>
+#include <functional>
 
 #include "asn1rt/memory_heap.h"
 #include "asn1rt/status.h"
@@ -356,61 +357,53 @@ int ASN1CBitStr::checkOperand(const std::uint8_t* data) const {
     return data == nullptr || data == *mpUnits ? fail(STATUS_BAD_ARGUMENT) : 0;
 }
 
-// The same, and room for all bits of the operand.
-int ASN1CBitStr::extendForOperand(const std::uint8_t* data, std::uint32_t numbits) {
-    const int status = checkOperand(data);
+// The operand may lie in the string's own memory, which growing moves: it is then found again by its distance from the
+// start, and has no bits behind the end of the string. Each step writes in front of what later steps read of it.
+template <class Combine>
+int ASN1CBitStr::combine(const std::uint8_t* data, std::uint32_t numbits, bool grows, Combine combined) {
+    int status = checkOperand(data);
     if (status != 0) {
         return status;
     }
-    return numbits > mMaxNumBits ? fail(STATUS_BAD_LENGTH) : extend(numbits);
-}
-
-int ASN1CBitStr::doAnd(const std::uint8_t* data, std::uint32_t numbits) {
-    const int status = checkOperand(data);
+    const std::less<> before;
+    const std::uint8_t* const old = *mpUnits;
+    const std::uint32_t oldBits = *mpNumBits;
+    const bool isOwn = old != nullptr && !before(data, old) && before(data, old + mUnitsAllocated);
+    const auto distance = isOwn ? static_cast<std::uint32_t>(data - old) : 0;
+    if (grows) {
+        status = numbits > mMaxNumBits ? fail(STATUS_BAD_LENGTH) : extend(numbits);
+    }
     if (status != 0) {
         return status;
     }
     for (std::uint32_t i = 0; i < sizeOfBits(*mpNumBits); ++i) {
-        units()[i] = static_cast<std::uint8_t>(octet(i) & octetOf(data, numbits, i));
+        std::uint32_t other = 0;
+        if (!isOwn) {
+            other = octetOf(data, numbits, i);
+        } else if (const std::uint32_t bit = i * 8; bit < numbits) {
+            const std::uint32_t mask = numbits - bit < 8 ? 0xFF00U >> (numbits - bit) : 0xFFU;
+            other = octetOf(*mpUnits, oldBits, distance + i) & mask;
+        }
+        units()[i] = static_cast<std::uint8_t>(combined(octet(i), other));
     }
     recalculateSize();
     return 0;
+}
+
+int ASN1CBitStr::doAnd(const std::uint8_t* data, std::uint32_t numbits) {
+    return combine(data, numbits, false, std::bit_and<>());
 }
 
 int ASN1CBitStr::doOr(const std::uint8_t* data, std::uint32_t numbits) {
-    const int status = extendForOperand(data, numbits);
-    if (status != 0) {
-        return status;
-    }
-    for (std::uint32_t i = 0; i < sizeOfBits(numbits); ++i) {
-        units()[i] = static_cast<std::uint8_t>(octet(i) | octetOf(data, numbits, i));
-    }
-    recalculateSize();
-    return 0;
+    return combine(data, numbits, true, std::bit_or<>());
 }
 
 int ASN1CBitStr::doXor(const std::uint8_t* data, std::uint32_t numbits) {
-    const int status = extendForOperand(data, numbits);
-    if (status != 0) {
-        return status;
-    }
-    for (std::uint32_t i = 0; i < sizeOfBits(numbits); ++i) {
-        units()[i] = static_cast<std::uint8_t>(octet(i) ^ octetOf(data, numbits, i));
-    }
-    recalculateSize();
-    return 0;
+    return combine(data, numbits, true, std::bit_xor<>());
 }
 
 int ASN1CBitStr::doAndNot(const std::uint8_t* data, std::uint32_t numbits) {
-    const int status = checkOperand(data);
-    if (status != 0) {
-        return status;
-    }
-    for (std::uint32_t i = 0; i < sizeOfBits(std::min(numbits, *mpNumBits)); ++i) {
-        units()[i] = static_cast<std::uint8_t>(octet(i) & ~octetOf(data, numbits, i));
-    }
-    recalculateSize();
-    return 0;
+    return combine(data, numbits, false, [](std::uint32_t own, std::uint32_t other) { return own & ~other; });
 }
 
 int ASN1CBitStr::shiftLeft(std::uint32_t count) {

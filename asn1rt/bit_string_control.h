@@ -44,14 +44,14 @@ public:
 
     // Single bits. An index above the maximum gives STATUS_BIT_INDEX; a string that would have to grow and must not,
     // STATUS_BAD_LENGTH; STATUS_NO_MEMORY. set and invert make the string as long as the index asks, clear never does.
-    int set(std::uint32_t index);
-    int clear(std::uint32_t index);
-    int invert(std::uint32_t index);
+    [[nodiscard]] int set(std::uint32_t index);
+    [[nodiscard]] int clear(std::uint32_t index);
+    [[nodiscard]] int invert(std::uint32_t index);
 
     // The bits from `from` up to and without `to`. The same statuses, and STATUS_BIT_RANGE when `from` is above `to`.
-    int set(std::uint32_t from, std::uint32_t to);
-    int clear(std::uint32_t from, std::uint32_t to);
-    int invert(std::uint32_t from, std::uint32_t to);
+    [[nodiscard]] int set(std::uint32_t from, std::uint32_t to);
+    [[nodiscard]] int clear(std::uint32_t from, std::uint32_t to);
+    [[nodiscard]] int invert(std::uint32_t from, std::uint32_t to);
 
     /// Empties the string: all bits 0, size 0.
     void clear();
@@ -61,10 +61,10 @@ public:
     /// Copies the bits from `from` up to and without `to` to the start of `destination`; bits beyond the end read 0,
     /// and the last octet is filled up with 0. `size` is in octets: too few give STATUS_STRING_OVERFLOW.
     /// STATUS_BIT_RANGE when `from` is above `to`, STATUS_BAD_ARGUMENT for null.
-    int get(std::uint32_t from, std::uint32_t to, std::uint8_t* destination, std::uint32_t size) const;
+    [[nodiscard]] int get(std::uint32_t from, std::uint32_t to, std::uint8_t* destination, std::uint32_t size) const;
     /// Copies the octets up to the last set bit and fills the rest of `destination` with 0. `size` is in octets: too
     /// few give STATUS_BAD_LENGTH. STATUS_BAD_ARGUMENT for null.
-    int getBytes(std::uint8_t* destination, std::uint32_t size) const;
+    [[nodiscard]] int getBytes(std::uint8_t* destination, std::uint32_t size) const;
 
     /// The bits up to and including the last set one.
     [[nodiscard]] std::uint32_t length() const;
@@ -73,18 +73,19 @@ public:
     /// The set bits.
     [[nodiscard]] std::uint32_t cardinality() const;
 
-    // Combine with `numbits` bits at `data`. The size is then up to the last set bit. STATUS_BAD_ARGUMENT for null or
-    // for the octets of the string itself, STATUS_BAD_LENGTH when the result would need more than the maximum,
-    // STATUS_NO_MEMORY; the string is unchanged then. doAnd with 0 bits empties the string.
-    int doAnd(const std::uint8_t* data, std::uint32_t numbits);
-    int doOr(const std::uint8_t* data, std::uint32_t numbits);
-    int doXor(const std::uint8_t* data, std::uint32_t numbits);
-    int doAndNot(const std::uint8_t* data, std::uint32_t numbits);
+    // Combine with `numbits` bits at `data`, which may lie inside the octets of the string. The size is then up to the
+    // last set bit. STATUS_BAD_ARGUMENT for null or for the start of the string's own octets, STATUS_BAD_LENGTH when
+    // the result would need more than the maximum, STATUS_NO_MEMORY; the string is unchanged then. doAnd with 0 bits
+    // empties the string.
+    [[nodiscard]] int doAnd(const std::uint8_t* data, std::uint32_t numbits);
+    [[nodiscard]] int doOr(const std::uint8_t* data, std::uint32_t numbits);
+    [[nodiscard]] int doXor(const std::uint8_t* data, std::uint32_t numbits);
+    [[nodiscard]] int doAndNot(const std::uint8_t* data, std::uint32_t numbits);
 
     // Move the bits toward bit 0, or away from it. What leaves the string at either end is lost; the size is then up to
     // the last set bit.
-    int shiftLeft(std::uint32_t count);
-    int shiftRight(std::uint32_t count);
+    [[nodiscard]] int shiftLeft(std::uint32_t count);
+    [[nodiscard]] int shiftRight(std::uint32_t count);
 
     /// A view of the octets with the size up to the last set bit. Valid until the string grows; octets of its own live
     /// as long as the context.
@@ -104,13 +105,14 @@ private:
     [[nodiscard]] std::uint8_t* units() const;
     [[nodiscard]] std::uint32_t octet(std::uint32_t i) const;
     [[nodiscard]] std::uint32_t numUnitsUsed() const;
-    int checkCapacity(std::uint32_t octets);
-    int extend(std::uint32_t numbits);
-    int checkIndex(std::uint32_t index) const;
-    int change(std::uint32_t from, std::uint32_t to, Change kind);
-    int checkRange(std::uint32_t from, std::uint32_t to) const;
-    int checkOperand(const std::uint8_t* data) const;
-    int extendForOperand(const std::uint8_t* data, std::uint32_t numbits);
+    [[nodiscard]] int checkCapacity(std::uint32_t octets);
+    [[nodiscard]] int extend(std::uint32_t numbits);
+    [[nodiscard]] int checkIndex(std::uint32_t index) const;
+    [[nodiscard]] int change(std::uint32_t from, std::uint32_t to, Change kind);
+    [[nodiscard]] int checkRange(std::uint32_t from, std::uint32_t to) const;
+    [[nodiscard]] int checkOperand(const std::uint8_t* data) const;
+    template <class Combine>
+    int combine(const std::uint8_t* data, std::uint32_t numbits, bool grows, Combine combined);
     void recalculateSize();
 
     const std::uint8_t* mpUnitsStorage = nullptr;    // used when the caller has no pointer of his own

@@ -13,9 +13,10 @@ TALLOW_EXPORT int rtSetBit(std::uint8_t* bits, std::uint32_t numbits, std::uint3
 TALLOW_EXPORT int rtClearBit(std::uint8_t* bits, std::uint32_t numbits, std::uint32_t index) noexcept;
 
 /// The mask of the bit when it is set, else 0; 0 also beyond the end.
-TALLOW_EXPORT int rtTestBit(const std::uint8_t* bits, std::uint32_t numbits, std::uint32_t index) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtTestBit(const std::uint8_t* bits, std::uint32_t numbits,
+                                          std::uint32_t index) noexcept;
 
 /// How many leading bits of `octet` reach down to its lowest set bit: 1 for 0x80, 8 for an odd octet, 0 for zero.
-TALLOW_EXPORT int rtOctetBitLen(std::uint8_t octet) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtOctetBitLen(std::uint8_t octet) noexcept;
 
 }  // extern "C"

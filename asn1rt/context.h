@@ -74,12 +74,13 @@ extern "C" {
 
 /// Makes a context live: all fields zero, one heap for both purposes. `allocUser` is handed to every allocator call.
 /// STATUS_NO_MEMORY when there is none for the heap.
-TALLOW_EXPORT int rtInitContext(ASN1CTXT* ctx, void* allocUser) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtInitContext(ASN1CTXT* ctx, void* allocUser) noexcept;
 
 /// Binds the context to `size` octets at `data`, which stay the caller's and must outlive their use; a decoder never
 /// writes to them. Null `data` allocates `size` octets, or 16384 for size 0, from the message heap. A buffer bound
 /// before is not freed. STATUS_NOT_INITIALIZED on a dead context; STATUS_NO_MEMORY.
-TALLOW_EXPORT int rtInitContextBuffer(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t size) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtInitContextBuffer(ASN1CTXT* ctx, const std::uint8_t* data,
+                                                    std::uint32_t size) noexcept;
 
 /// Frees the dynamic buffer, the stream record and the lists, drops both heaps and makes the context dead. Everything
 /// decoded goes too unless someone else holds the heap. No effect on a dead context.

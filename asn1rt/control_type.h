@@ -17,12 +17,12 @@ public:
     virtual ~ASN1CType();
 
     /// EncodeTo and DecodeFrom with the buffer kept. STATUS_BAD_ARGUMENT without one.
-    virtual int Encode();
-    virtual int Decode();
+    [[nodiscard]] virtual int Encode();
+    [[nodiscard]] virtual int Decode();
     /// Encodes the value and answers its octets, or a negative status. Answers 0 and does nothing here.
-    virtual int EncodeTo(ASN1MessageBufferIF& buffer);
+    [[nodiscard]] virtual int EncodeTo(ASN1MessageBufferIF& buffer);
     /// Decodes the value and answers a status. Answers 0 and does nothing here.
-    virtual int DecodeFrom(ASN1MessageBufferIF& buffer);
+    [[nodiscard]] virtual int DecodeFrom(ASN1MessageBufferIF& buffer);
 
     /// Keeps the buffer, and shares its type heap, so that what is decoded from it lives as long as this object.
     void setMsgBuf(ASN1MessageBufferIF& buffer);

@@ -253,9 +253,9 @@ int countElements(ASN1CTXT* ctx, int length, std::uint32_t* count) {
 
 }  // namespace
 
-extern "C" {
+namespace decoding {
 
-int xd_setp(ASN1CTXT* ctx, const std::uint8_t* data, int size, ASN1TAG* tag, int* length) noexcept {
+int bind(ASN1CTXT* ctx, const std::uint8_t* data, int size, ASN1TAG* tag, int* length) {
     const auto sizeInput = static_cast<std::uint32_t>(size > 0 ? size : std::numeric_limits<int>::max());
     int status = rtInitContextBuffer(ctx, data, sizeInput);
     if (status != 0)
@@ -266,7 +266,7 @@ int xd_setp(ASN1CTXT* ctx, const std::uint8_t* data, int size, ASN1TAG* tag, int
     ctx->flags &= static_cast<std::uint16_t>(~(CTX_FLAG_OUTER_INDEFINITE | CTX_FLAG_END_REACHED));
     ASN1TAG firstTag = 0;
     int firstLength = 0;
-    status = decoding::readHeader(ctx, &firstTag, &firstLength, MATCH_ADVANCE);
+    status = readHeader(ctx, &firstTag, &firstLength, MATCH_ADVANCE);
     if (status == 0) {
         status = clipToElement(ctx, firstLength, length);
         ctx->buffer.byteIndex = 0;
@@ -275,7 +275,19 @@ int xd_setp(ASN1CTXT* ctx, const std::uint8_t* data, int size, ASN1TAG* tag, int
     } else if (status == STATUS_BAD_LENGTH) {
         ctx->buffer.byteIndex = 0;
     }
-    return decoding::enter(ctx, status);
+    return enter(ctx, status);
+}
+
+}  // namespace decoding
+
+extern "C" {
+
+int xd_setp(ASN1CTXT* ctx, const std::uint8_t* data, int size, ASN1TAG* tag, int* length) noexcept {
+    const int status = decoding::bind(ctx, data, size, tag, length);
+    // Also after a failure: a caller may go on reading what is bound now.
+    if (ctx->initCode == ASN1_INIT_CODE)
+        rtMemHeapLimitToInput(&ctx->pTypeMemHeap, ctx->buffer.size);
+    return status;
 }
 
 int xd_tag_len(ASN1CTXT* ctx, ASN1TAG* tag, int* length, int options) noexcept {

@@ -26,6 +26,9 @@ extern "C" {
 /// being complete: without a size nothing bounds the reading but the element's own length. STATUS_BAD_LENGTH when the
 /// element is longer than the input, STATUS_NOT_INITIALIZED on a dead context; otherwise as xd_tag_len. Null `data`
 /// stands for `size` zero octets, which the heap must have room for (STATUS_NO_MEMORY).
+///
+/// From here on, the type heap may grow by 64 times the element's size and 1 MiB; decoders then answer
+/// STATUS_NO_MEMORY.
 [[nodiscard]] TALLOW_EXPORT int xd_setp(ASN1CTXT* ctx, const std::uint8_t* data, int size, ASN1TAG* tag,
                                         int* length) noexcept;
 

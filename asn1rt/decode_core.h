@@ -64,7 +64,7 @@ inline bool atEndOfValue(const ASN1CTXT* ctx, std::uint32_t start, int length) {
     return remaining(ctx) == 0 || std::int64_t{ctx->buffer.byteIndex} - start >= length;
 }
 
-int readLongLength(ASN1CTXT* ctx, int* length);
+[[nodiscard]] int readLongLength(ASN1CTXT* ctx, int* length);
 
 /// Length octets, see xd_len.
 inline int readLength(ASN1CTXT* ctx, int* length) {
@@ -78,8 +78,11 @@ inline int readLength(ASN1CTXT* ctx, int* length) {
     return 0;
 }
 
+/// xd_setp without its limit on memory: for the values inside a message, which share the allowance of the whole.
+[[nodiscard]] int bind(ASN1CTXT* ctx, const std::uint8_t* data, int size, ASN1TAG* tag, int* length);
+
 /// Tag and length, see xd_tag_len.
-int readHeader(ASN1CTXT* ctx, ASN1TAG* tag, int* length, int options);
+[[nodiscard]] int readHeader(ASN1CTXT* ctx, ASN1TAG* tag, int* length, int options);
 
 /// One tag octet that must equal `octet` (the bits of `ignored` aside), and the length, see xd_match1.
 inline int readOctetHeader(ASN1CTXT* ctx, std::uint8_t octet, std::uint8_t ignored, int* length) {
@@ -103,16 +106,24 @@ inline int readOctetHeader(ASN1CTXT* ctx, std::uint8_t octet, std::uint8_t ignor
 }
 
 /// Behind the end-of-contents, see xd_MovePastEOC.
-int movePastEndOfContents(ASN1CTXT* ctx);
+[[nodiscard]] int movePastEndOfContents(ASN1CTXT* ctx);
 
 /// Over one element, see xd_NextElement.
-int skipElement(ASN1CTXT* ctx);
+[[nodiscard]] int skipElement(ASN1CTXT* ctx);
 
 /// See xd_match.
-int match(ASN1CTXT* ctx, ASN1TAG tag, int* length, int options);
+[[nodiscard]] int match(ASN1CTXT* ctx, ASN1TAG tag, int* length, int options);
 
 /// The total length of the indefinite element in `size` octets at `data`, or a negative status; see xd_indeflen_ex.
-int indefiniteLength(const std::uint8_t* data, int size);
+[[nodiscard]] int indefiniteLength(const std::uint8_t* data, int size);
+
+/// What readObjectId puts in place of an arc that 32 bits cannot hold or whose octets are padded or cut short. No
+/// identifier in use has this arc.
+inline constexpr std::uint32_t kUnreadableArc = 0xFFFFFFFE;
+
+/// xd_objid for identifiers that decide something. There, an arc wraps beyond 32 bits, so that any known identifier has
+/// twins in other octets. Here, only its own octets read as a known identifier: every other arc is kUnreadableArc.
+[[nodiscard]] int readObjectId(ASN1CTXT* ctx, ASN1OBJID* oid, ASN1TagType tagType, int length);
 
 /// A context that can read but not allocate, for a look into other octets in passing.
 ASN1CTXT readOnlyContext();

@@ -169,6 +169,9 @@ int allocateContents(ASN1CTXT* ctx, const Extent& extent, std::uint32_t extra, s
         return status;
     if (extra != 0)
         std::memset(made + *count, 0, extra);
+    // Segment headers took part in the measure; the size of the block is to tell the octets of the string.
+    if (*count < room)
+        static_cast<void>(rtMemHeapRealloc(&ctx->pTypeMemHeap, made, std::size_t{*count} + extra));
     return finish(ctx, extent);
 }
 

@@ -121,6 +121,22 @@ const std::uint8_t* readArc(const std::uint8_t* octet, const std::uint8_t* end, 
     return octet;
 }
 
+/// The same, but an arc that is not written as X.690, 8.19.2 wants it, or wider than 32 bits, is kUnreadableArc.
+const std::uint8_t* readExactArc(const std::uint8_t* octet, const std::uint8_t* end, std::uint32_t* arc) {
+    std::uint32_t value = 0;
+    bool exact = *octet != 0x80;
+    while (octet != end && (*octet & 0x80) != 0) {
+        exact = exact && (value >> 25) == 0;
+        value = (value << 7) | (*octet++ & 0x7FU);
+    }
+    exact = exact && (value >> 25) == 0 && octet != end;
+    *arc = exact ? (value << 7) | *octet : decoding::kUnreadableArc;
+    return octet != end ? octet + 1 : octet;
+}
+
+using ArcReader = const std::uint8_t* (*)(const std::uint8_t* octet, const std::uint8_t* end, std::uint32_t* arc);
+
+template <ArcReader readArc>
 int objectIdContents(ASN1CTXT* ctx, ASN1OBJID* oid, int length) {
     if (length < 1)
         return STATUS_BAD_LENGTH;
@@ -143,6 +159,13 @@ int objectIdContents(ASN1CTXT* ctx, ASN1OBJID* oid, int length) {
 }
 
 }  // namespace
+
+int decoding::readObjectId(ASN1CTXT* ctx, ASN1OBJID* oid, ASN1TagType tagType, int length) {
+    int status = readExactHeader(ctx, kTagObjectId, tagType, &length);
+    if (status == 0)
+        status = objectIdContents<readExactArc>(ctx, oid, length);
+    return enter(ctx, status);
+}
 
 extern "C" {
 
@@ -213,7 +236,7 @@ int xd_null(ASN1CTXT* ctx, ASN1TagType tagType) noexcept {
 int xd_objid(ASN1CTXT* ctx, ASN1OBJID* oid, ASN1TagType tagType, int length) noexcept {
     int status = readExactHeader(ctx, kTagObjectId, tagType, &length);
     if (status == 0)
-        status = objectIdContents(ctx, oid, length);
+        status = objectIdContents<readArc>(ctx, oid, length);
     return enter(ctx, status);
 }
 

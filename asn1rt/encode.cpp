@@ -31,6 +31,8 @@ int growBuffer(ASN1CTXT* ctx, std::uint32_t length, std::uint8_t** old) {
 extern "C" {
 
 int xe_setp(ASN1CTXT* ctx, std::uint8_t* data, int size) noexcept {
+    if (ctx->initCode == ASN1_INIT_CODE)
+        rtMemHeapRemoveLimit(&ctx->pTypeMemHeap);
     const int status = rtInitContextBuffer(ctx, data, static_cast<std::uint32_t>(std::max(size, 0)));
     if (status != 0)
         return status;

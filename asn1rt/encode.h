@@ -22,8 +22,9 @@
 extern "C" {
 
 /// Binds the context to an output buffer of `size` octets, of which all but the last are used. Null `data` asks for one
-/// that grows, from the heap, of 16384 octets when `size` is 0. Answers 0 or a status of rtInitContextBuffer.
-TALLOW_EXPORT int xe_setp(ASN1CTXT* ctx, std::uint8_t* data, int size) noexcept;
+/// that grows, from the heap, of 16384 octets when `size` is 0. Answers 0 or a status of rtInitContextBuffer. The limit
+/// that xd_setp has set on the type heap is removed.
+[[nodiscard]] TALLOW_EXPORT int xe_setp(ASN1CTXT* ctx, std::uint8_t* data, int size) noexcept;
 
 /// The first octet of what has been written; valid until the next write.
 TALLOW_EXPORT std::uint8_t* xe_getp(const ASN1CTXT* ctx) noexcept;

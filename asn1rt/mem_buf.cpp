@@ -1,10 +1,17 @@
 #include "asn1rt/mem_buf.h"
 
 #include <cstring>
+#include <functional>
 
 #include "asn1rt/context.h"
 
 namespace {
+
+/// Whether `data` lies in the memory that the buffer has now.
+bool isWithin(const ASN1MemBuf* buf, const std::uint8_t* data) {
+    const std::less<> before;
+    return buf->data != nullptr && !before(data, buf->data) && before(data, buf->data + buf->capacity);
+}
 
 int makeRoom(ASN1MemBuf* buf, std::uint32_t length) {
     const std::uint64_t wanted = std::uint64_t{buf->usedCount} + length;
@@ -54,11 +61,15 @@ void rtMemBufFree(ASN1MemBuf* buf) noexcept {
 int rtMemBufAppend(ASN1MemBuf* buf, const std::uint8_t* data, std::uint32_t length) noexcept {
     if (length == 0)
         return 0;
+    const std::uint8_t* const old = buf->data;
+    const bool isOwn = buf->owned != 0 && isWithin(buf, data);
     const int status = makeRoom(buf, length);
     if (status != 0)
         return status;
+    if (isOwn)
+        data = buf->data + (data - old);  // growing has moved the memory, and freed where it was
     if (data != nullptr)
-        std::memcpy(buf->data + buf->usedCount, data, length);
+        std::memmove(buf->data + buf->usedCount, data, length);
     buf->usedCount += length;
     return 0;
 }

@@ -33,12 +33,13 @@ TALLOW_EXPORT void rtMemBufFree(ASN1MemBuf* buf) noexcept;
 // Each answers 0, or STATUS_NO_MEMORY with the buffer as it was. Length 0 does nothing. When an unowned buffer has to
 // grow, it is replaced by an owned, zero-filled one: the old contents are not carried over.
 
-/// Appends `length` octets; with null `data` they are counted as used but not written.
-TALLOW_EXPORT int rtMemBufAppend(ASN1MemBuf* buf, const std::uint8_t* data, std::uint32_t length) noexcept;
+/// Appends `length` octets, which may be the buffer's own; with null `data` they are counted as used but not written.
+[[nodiscard]] TALLOW_EXPORT int rtMemBufAppend(ASN1MemBuf* buf, const std::uint8_t* data,
+                                               std::uint32_t length) noexcept;
 /// Appends `length` octets of `value`.
-TALLOW_EXPORT int rtMemBufSet(ASN1MemBuf* buf, std::uint8_t value, std::uint32_t length) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtMemBufSet(ASN1MemBuf* buf, std::uint8_t value, std::uint32_t length) noexcept;
 /// Makes room for `length` more octets without using them.
-TALLOW_EXPORT int rtMemBufPreAllocate(ASN1MemBuf* buf, std::uint32_t length) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtMemBufPreAllocate(ASN1MemBuf* buf, std::uint32_t length) noexcept;
 
 /// The contents behind `startIndex`; `length` (may be null) receives their octets. Valid until the next change.
 TALLOW_EXPORT std::uint8_t* rtMemBufGetData(const ASN1MemBuf* buf, std::uint32_t* length) noexcept;

@@ -1,5 +1,6 @@
 #include "asn1rt/memory_heap.h"
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 
@@ -26,7 +27,17 @@ ASN1MemBlock* blockOf(void* ptr) {
     return static_cast<ASN1MemBlock*>(ptr) - 1;
 }
 
+std::uint64_t costOf(std::uint64_t size) {
+    return sizeof(ASN1MemBlock) + size;
+}
+
+// A block that is given back through another heap was never counted there.
+void uncount(ASN1MEMHEAP* heap, std::uint64_t octets) {
+    heap->used -= std::min(heap->used, octets);
+}
+
 void unlinkAndFree(ASN1MEMHEAP* heap, ASN1MemBlock* block) {
+    uncount(heap, costOf(static_cast<std::uint64_t>(block->size)));
     *block->pPrev = block->pNext;
     if (block->pNext != nullptr)
         block->pNext->pPrev = block->pPrev;
@@ -76,7 +87,7 @@ int rtMemHeapCreate(ASN1MEMHEAP** heap, void* allocUser) noexcept {
     auto* made = static_cast<ASN1MEMHEAP*>(g_malloc_func(allocUser, sizeof(ASN1MEMHEAP)));
     if (made == nullptr)
         return STATUS_NO_MEMORY;
-    *made = ASN1MEMHEAP{nullptr, g_defBlkSize, 1, MEM_HEAP_OWNS_RECORD, allocUser};
+    *made = ASN1MEMHEAP{nullptr, g_defBlkSize, 1, MEM_HEAP_OWNS_RECORD, 0, allocUser, 0, MEM_HEAP_NO_LIMIT};
     *heap = made;
     return 0;
 }
@@ -87,15 +98,20 @@ void* rtMemHeapAlloc(ASN1MEMHEAP** heap, std::size_t size) noexcept {
     if (*heap == nullptr && rtMemHeapCreate(heap, nullptr) != 0)
         return nullptr;
     ASN1MEMHEAP* owner = *heap;
-    auto* block = static_cast<ASN1MemBlock*>(g_malloc_func(owner->pAllocUser, sizeof(ASN1MemBlock) + size));
-    if (block == nullptr)
+    const std::uint64_t used = owner->used + costOf(size);
+    void* memory = used <= owner->limit ? g_malloc_func(owner->pAllocUser, sizeof(ASN1MemBlock) + size) : nullptr;
+    if (memory == nullptr) {
+        ++owner->numRefused;
         return nullptr;
+    }
+    auto* block = static_cast<ASN1MemBlock*>(memory);
     block->pNext = owner->pFirstBlock;
     block->pPrev = &owner->pFirstBlock;
     block->size = static_cast<std::int64_t>(size);
     if (block->pNext != nullptr)
         block->pNext->pPrev = &block->pNext;
     owner->pFirstBlock = block;
+    owner->used = used;
     return octetsOf(block);
 }
 
@@ -115,6 +131,7 @@ void* rtMemHeapRealloc(ASN1MEMHEAP** heap, void* ptr, std::size_t size) noexcept
     const auto oldSize = static_cast<std::size_t>(old->size);
     if (oldSize >= size) {
         // The smaller size is what counts from now on: growing back later moves the block although the room is there.
+        uncount(*heap, oldSize - size);
         old->size = static_cast<std::int64_t>(size);
         return ptr;
     }
@@ -173,3 +190,17 @@ void rtMemFreeOpenSeqExt(ASN1CTXT* ctx, _Asn1RTDList* list) noexcept {
 }
 
 }  // extern "C"
+
+void rtMemHeapLimitToInput(ASN1MEMHEAP** heap, std::uint32_t sizeInput) noexcept {
+    if (*heap != nullptr)
+        (*heap)->limit = (*heap)->used + sizeInput * MEM_HEAP_DECODE_FACTOR + MEM_HEAP_DECODE_BASE;
+}
+
+void rtMemHeapRemoveLimit(ASN1MEMHEAP** heap) noexcept {
+    if (*heap != nullptr)
+        (*heap)->limit = MEM_HEAP_NO_LIMIT;
+}
+
+std::size_t rtMemHeapBlockSize(const void* ptr) noexcept {
+    return static_cast<std::size_t>(blockOf(const_cast<void*>(ptr))->size);
+}

@@ -18,8 +18,11 @@ struct ASN1MEMHEAP {
     ASN1MemBlock* pFirstBlock;  ///< live blocks, newest first
     std::uint32_t defBlkSize;   ///< g_defBlkSize at creation; never consulted
     std::uint32_t refCount;
-    std::uint32_t flags;  ///< MEM_HEAP_OWNS_RECORD or 0
-    void* pAllocUser;     ///< first argument of every allocator call on this heap
+    std::uint32_t flags;       ///< MEM_HEAP_OWNS_RECORD or 0
+    std::uint32_t numRefused;  ///< allocations that found no memory; copying, which has no status, is told by it
+    void* pAllocUser;          ///< first argument of every allocator call on this heap
+    std::uint64_t used;        ///< octets in live blocks, their headers included
+    std::uint64_t limit;       ///< allocations that would bring `used` above it fail; MEM_HEAP_NO_LIMIT at creation
 };
 
 /// The heap record itself is freed with the last reference.
@@ -27,6 +30,14 @@ inline constexpr std::uint32_t MEM_HEAP_OWNS_RECORD = 0x10000000;
 
 /// Largest request, in octets; larger ones are refused without asking the allocator.
 inline constexpr std::size_t MEM_HEAP_MAX_REQUEST = 2147483599;
+
+inline constexpr std::uint64_t MEM_HEAP_NO_LIMIT = UINT64_MAX;
+
+// What decoding `size` octets may allocate: size * MEM_HEAP_DECODE_FACTOR + MEM_HEAP_DECODE_BASE. An element of three
+// octets can fill a record of half a kilobyte, so without a limit a message could cost 200 times its size. Messages in
+// use need less than half of that.
+inline constexpr std::uint64_t MEM_HEAP_DECODE_FACTOR = 64;
+inline constexpr std::uint64_t MEM_HEAP_DECODE_BASE = 1 << 20;
 
 extern "C" {
 
@@ -50,10 +61,11 @@ TALLOW_EXPORT void OV_free(void* ptr);
 
 /// Makes an empty heap with one reference. STATUS_BAD_ARGUMENT for a null address, STATUS_NO_MEMORY; the field is then
 /// left as it was.
-TALLOW_EXPORT int rtMemHeapCreate(ASN1MEMHEAP** heap, void* allocUser) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtMemHeapCreate(ASN1MEMHEAP** heap, void* allocUser) noexcept;
 
-/// `size` octets aligned like malloc's, or null when `size` is above MEM_HEAP_MAX_REQUEST, when `heap` is null or when
-/// the allocator fails. A field that holds no heap gets one, with a null user pointer. Size 0 gives an empty block.
+/// `size` octets aligned like malloc's, or null when `size` is above MEM_HEAP_MAX_REQUEST or the heap's limit would be
+/// exceeded, when `heap` is null or when the allocator fails. A field that holds no heap gets one, with a null user
+/// pointer. Size 0 gives an empty block.
 TALLOW_EXPORT void* rtMemHeapAlloc(ASN1MEMHEAP** heap, std::size_t size) noexcept;
 
 /// The same, zero-filled.
@@ -85,3 +97,11 @@ TALLOW_EXPORT void rtMemHeapRelease(ASN1MEMHEAP** heap) noexcept;
 TALLOW_EXPORT void rtMemFreeOpenSeqExt(ASN1CTXT* ctx, _Asn1RTDList* list) noexcept;
 
 }  // extern "C"
+
+/// Lets the heap grow by what decoding `sizeInput` octets may allocate, counted from what it holds now.
+void rtMemHeapLimitToInput(ASN1MEMHEAP** heap, std::uint32_t sizeInput) noexcept;
+/// Removes the limit: what is written or copied is the caller's own choice.
+void rtMemHeapRemoveLimit(ASN1MEMHEAP** heap) noexcept;
+
+/// The size that a block was allocated or last resized with.
+std::size_t rtMemHeapBlockSize(const void* ptr) noexcept;

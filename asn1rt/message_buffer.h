@@ -51,13 +51,13 @@ public:
     /// The first octet of the message, inside the buffer.
     virtual std::uint8_t* getMsgPtr() = 0;
     /// Makes the buffer ready for an encoding or decoding. Does nothing here.
-    virtual int init();
+    [[nodiscard]] virtual int init();
     /// Binds the context to the octets of a memory buffer, which must live as long as they are read. Answers
     /// STATUS_BAD_ARGUMENT when it holds none.
-    virtual int initBuffer(ASN1MemBuf& memory) = 0;
+    [[nodiscard]] virtual int initBuffer(ASN1MemBuf& memory) = 0;
     /// Texts in characters cannot be bound: STATUS_NOT_SUPPORTED.
-    virtual int initBuffer(unsigned short* text) = 0;
-    virtual int initBuffer(char* text) = 0;
+    [[nodiscard]] virtual int initBuffer(unsigned short* text) = 0;
+    [[nodiscard]] virtual int initBuffer(char* text) = 0;
     /// Whether the buffer is of this type.
     virtual bool isA(Type type) const = 0;
 };
@@ -78,9 +78,9 @@ public:
     ASN1CTXT* getCtxtPtr() const override { return mpContext.get(); }
     std::uint8_t* getMsgCopy() override;
     std::uint8_t* getMsgPtr() override;
-    int initBuffer(ASN1MemBuf& memory) override;
-    int initBuffer(unsigned short* text) override;
-    int initBuffer(char* text) override;
+    [[nodiscard]] int initBuffer(ASN1MemBuf& memory) override;
+    [[nodiscard]] int initBuffer(unsigned short* text) override;
+    [[nodiscard]] int initBuffer(char* text) override;
     bool isA(Type type) const override { return type == mBufferType; }
 
 protected:
@@ -108,13 +108,13 @@ public:
 
     /// Binds another array, as the constructor does. Answers a status: STATUS_BAD_ARGUMENT for an array without an
     /// octet or a size above 2,147,483,647, STATUS_NO_MEMORY.
-    int setBuffer(std::uint8_t* data, std::uint32_t size);
+    [[nodiscard]] int setBuffer(std::uint8_t* data, std::uint32_t size);
 
     std::uint8_t* getMsgPtr() override;
     /// One octet longer than the message; that last octet is 0.
     std::uint8_t* getMsgCopy() override;
     /// Empties the buffer.
-    int init() override;
+    [[nodiscard]] int init() override;
 
     /// Encodes with EncodeTo. Throws ASN1RTLException for any answer but 0 - which includes the length that a
     /// successful encoding answers, so this operator only suits control classes that answer 0; use EncodeTo.
@@ -131,11 +131,11 @@ public:
     /// Binds the octets and reads the header of the first element; octets behind that element are out of reach. Bound
     /// already: answers 0 at once and the position stays, so that one DecodeFrom after another reads consecutive
     /// values. Without input answers 0 and binds nothing.
-    int init() override;
+    [[nodiscard]] int init() override;
 
     /// Takes other octets and binds them. With `keepIfSame`, octets that are bound already are left as they are,
     /// position included. Answers a status; STATUS_NOT_SUPPORTED for null or a size below 1.
-    int setBuffer(const std::uint8_t* data, std::int32_t size, bool keepIfSame = false);
+    [[nodiscard]] int setBuffer(const std::uint8_t* data, std::int32_t size, bool keepIfSame = false);
 
     /// Looks for the next element with this tag, depth first through all levels, from the start when `first` is true,
     /// otherwise behind the header of the current element. Answers its first octet, inside the buffer, and the length
@@ -146,7 +146,7 @@ public:
     ASN1BERDecodeBuffer& operator>>(ASN1CType& value);
 
 private:
-    int bind();
+    [[nodiscard]] int bind();
 
     const std::uint8_t* mpInput = nullptr;
     std::int32_t mInputSize = 0;

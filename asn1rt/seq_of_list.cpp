@@ -224,12 +224,17 @@ ASN1CSeqOfListIterator* ASN1CSeqOfList::iteratorFrom(const void* data) {
 ASN1CSeqOfListIterator::ASN1CSeqOfListIterator(ASN1CSeqOfList& owner, _Asn1RTDListNode* next)
     : mpOwner(&owner), mpNext(next), mExpectedModCount(owner.mModCount) {}
 
+// After a change of the list the next element may be gone, so it is not looked at.
+bool ASN1CSeqOfListIterator::hasNext() const {
+    return isInStep() && mpNext != nullptr;
+}
+
 bool ASN1CSeqOfListIterator::hasPrev() const {
-    return (mpNext == nullptr ? mpOwner->mpList->pTail : mpNext->pPrev) != nullptr;
+    return isInStep() && (mpNext == nullptr ? mpOwner->mpList->pTail : mpNext->pPrev) != nullptr;
 }
 
 bool ASN1CSeqOfListIterator::isStale() {
-    if (mExpectedModCount == mpOwner->mModCount) {
+    if (isInStep()) {
         return false;
     }
     mLastStatus = STATUS_LIST_CHANGED;
@@ -278,7 +283,7 @@ int ASN1CSeqOfListIterator::remove() {
     if (mpNext == mpCurrent) {
         mpNext = mpCurrent->pNext;
     }
-    mpOwner->remove(mpCurrent);
+    static_cast<void>(mpOwner->remove(mpCurrent));  // which is there
     mExpectedModCount = mpOwner->mModCount;
     mpCurrent = nullptr;
     return 0;

@@ -41,20 +41,20 @@ public:
 
     // Adding answers 0, STATUS_NO_MEMORY, or STATUS_BAD_ARGUMENT for an index beyond the end. A null node means the end
     // of the list for insertBefore, its start for insertAfter; any other node must be of this list.
-    int append(void* data);
-    int insert(std::int32_t index, void* data);
-    int insertBefore(void* data, _Asn1RTDListNode* node);
-    int insertAfter(void* data, _Asn1RTDListNode* node);
+    [[nodiscard]] int append(void* data);
+    [[nodiscard]] int insert(std::int32_t index, void* data);
+    [[nodiscard]] int insertBefore(void* data, _Asn1RTDListNode* node);
+    [[nodiscard]] int insertAfter(void* data, _Asn1RTDListNode* node);
     /// Appends a pointer to each of the `count` elements, which must outlive the list.
-    int appendArray(void* array, std::uint32_t count, std::uint32_t elementSize);
+    [[nodiscard]] int appendArray(void* array, std::uint32_t count, std::uint32_t elementSize);
     /// Appends heap copies. `count` is a number of octets here, not of elements: `count / elementSize` elements,
     /// rounded up, are copied.
-    int appendArrayCopy(const void* array, std::uint32_t count, std::uint32_t elementSize);
+    [[nodiscard]] int appendArrayCopy(const void* array, std::uint32_t count, std::uint32_t elementSize);
 
     // Unlink an element; neither node nor data is freed. STATUS_BAD_ARGUMENT when there is none such.
-    int remove(std::int32_t index);
-    int remove(void* data);
-    int remove(_Asn1RTDListNode* node);
+    [[nodiscard]] int remove(std::int32_t index);
+    [[nodiscard]] int remove(void* data);
+    [[nodiscard]] int remove(_Asn1RTDListNode* node);
 
     /// The position of the first element with this data pointer, or -1.
     [[nodiscard]] std::int32_t indexOf(const void* data) const;
@@ -109,7 +109,8 @@ class TALLOW_EXPORT ASN1CSeqOfListIterator {
 public:
     ASN1CSeqOfListIterator(ASN1CSeqOfList& owner, _Asn1RTDListNode* next);
 
-    [[nodiscard]] bool hasNext() const { return mpNext != nullptr; }
+    // False also after a change of the list by other means.
+    [[nodiscard]] bool hasNext() const;
     [[nodiscard]] bool hasPrev() const;
 
     // Step over an element and answer its data, which becomes the current element. Null at the end, with
@@ -119,18 +120,19 @@ public:
 
     // Unlink the current element, after which there is none, or replace its data. STATUS_ITERATOR_STATE without a
     // current element, STATUS_LIST_CHANGED.
-    int remove();
-    int set(void* data);
+    [[nodiscard]] int remove();
+    [[nodiscard]] int set(void* data);
 
     /// Puts an element in front of the one that next() would answer. STATUS_LIST_CHANGED, STATUS_NO_MEMORY.
-    int insert(void* data);
+    [[nodiscard]] int insert(void* data);
 
     /// The status of the last call of next() or prev() that answered null, or of a failed change; 0 before any.
     [[nodiscard]] int getStatus() const { return mLastStatus; }
 
 private:
+    [[nodiscard]] bool isInStep() const { return mExpectedModCount == mpOwner->mModCount; }
     bool isStale();
-    int checkCurrent();
+    [[nodiscard]] int checkCurrent();
     void* stepTo(_Asn1RTDListNode* node, _Asn1RTDListNode* next);
 
     ASN1CSeqOfList* mpOwner;

@@ -27,24 +27,25 @@ extern "C" {
 TALLOW_EXPORT void rtStreamRelease(ASN1CTXT* ctx) noexcept;
 
 /// Hands octets to the write operation. STATUS_NOT_INITIALIZED when there is none, or the stream is not for output.
-TALLOW_EXPORT int rtStreamWrite(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t length) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtStreamWrite(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t length) noexcept;
 
 /// Calls the flush operation; STATUS_BAD_ARGUMENT when there is none.
-TALLOW_EXPORT int rtStreamFlush(ASN1CTXT* ctx) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtStreamFlush(ASN1CTXT* ctx) noexcept;
 
 /// Writes out what the context's buffer holds and flushes. STATUS_BAD_ARGUMENT without a stream that is for output or
 /// buffered.
-TALLOW_EXPORT int rtStreamBufFlush(ASN1CTXT* ctx) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtStreamBufFlush(ASN1CTXT* ctx) noexcept;
 
 /// Appends to the context's buffer, which is flushed first when the octets would not fit; what is at least as large as
 /// the buffer is written directly.
-TALLOW_EXPORT int rtStreamBufWrite(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t length) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtStreamBufWrite(ASN1CTXT* ctx, const std::uint8_t* data,
+                                                 std::uint32_t length) noexcept;
 
 /// Makes room for `extra` octets at the position: by flushing the stream, or else by growing a dynamic buffer.
 /// STATUS_BUFFER_FULL when neither gives enough, STATUS_NO_MEMORY.
-TALLOW_EXPORT int rtCheckBuffer(ASN1CTXT* ctx, std::uint32_t extra) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtCheckBuffer(ASN1CTXT* ctx, std::uint32_t extra) noexcept;
 
 /// Appends octets behind the position, through the calls above.
-TALLOW_EXPORT int rtWriteBytes(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t length) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtWriteBytes(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t length) noexcept;
 
 }  // extern "C"

@@ -30,21 +30,21 @@ public:
 
     // The fields; the offset counts positive east of Greenwich. A getter that has to read the text and cannot answers
     // STATUS_BAD_DATETIME and enters it in the context.
-    virtual int getYear() const;
-    virtual int getMonth() const;
-    virtual int getDay() const;
-    virtual int getHour() const;
-    virtual int getMinute() const;
-    virtual int getSecond() const;
+    [[nodiscard]] virtual int getYear() const;
+    [[nodiscard]] virtual int getMonth() const;
+    [[nodiscard]] virtual int getDay() const;
+    [[nodiscard]] virtual int getHour() const;
+    [[nodiscard]] virtual int getMinute() const;
+    [[nodiscard]] virtual int getSecond() const;
     /// The digits behind the point taken as a number: 5 for ".5" and for ".05", 500 for ".500". At most nine digits are
     /// read.
-    virtual int getFraction() const;
-    virtual int getDiffHour() const;
-    virtual int getDiffMinute() const;
+    [[nodiscard]] virtual int getFraction() const;
+    [[nodiscard]] virtual int getDiffHour() const;
+    [[nodiscard]] virtual int getDiffMinute() const;
     /// The whole offset in minutes.
-    virtual int getDiff() const;
+    [[nodiscard]] virtual int getDiff() const;
     /// 1 when the text ends in "Z", else 0.
-    virtual int getUTC() const;
+    [[nodiscard]] virtual int getUTC() const;
     /// Seconds since 1970: the fields taken as local time of this process, plus the offset. Meant for texts in local
     /// time; a text with "Z" or an offset comes out right only where local time is UTC and the offset is zero.
     /// STATUS_BAD_DATETIME for a time that is not set or cannot be represented.
@@ -53,37 +53,37 @@ public:
     // Setters answer 0, or STATUS_BAD_DATETIME for a value out of range and for a text that cannot be read; nothing is
     // changed then.
     /// Whether the text ends in "Z". Set with an offset, the fields are moved to UTC and the offset becomes zero.
-    virtual int setUTC(bool utc);
+    [[nodiscard]] virtual int setUTC(bool utc);
     /// 0 to 9999. 29 February must exist in the new year.
-    virtual int setYear(int year);
+    [[nodiscard]] virtual int setYear(int year);
     /// 1 to 12. The day is not looked at, so that a date can be changed field by field.
-    virtual int setMonth(int month);
+    [[nodiscard]] virtual int setMonth(int month);
     /// Within the month, as far as month and year are set.
-    virtual int setDay(int day);
-    virtual int setHour(int hour);
-    virtual int setMinute(int minute);
-    virtual int setSecond(int second);
+    [[nodiscard]] virtual int setDay(int day);
+    [[nodiscard]] virtual int setHour(int hour);
+    [[nodiscard]] virtual int setMinute(int minute);
+    [[nodiscard]] virtual int setSecond(int second);
     /// The digits behind the point, 0 (none) to 999,999,999.
-    virtual int setFraction(int fraction);
+    [[nodiscard]] virtual int setFraction(int fraction);
     /// The fields from seconds since 1970, as local time of this process; with `diff`, or when the value is always
     /// shown in Zulu form, with its offset.
-    virtual int setTime(std::time_t time, bool diff) = 0;
+    [[nodiscard]] virtual int setTime(std::time_t time, bool diff) = 0;
     /// -12 to 12.
-    virtual int setDiffHour(int hours);
+    [[nodiscard]] virtual int setDiffHour(int hours);
     /// Hours -12 to 12, minutes -59 to 59; the minutes take the sign of the hours.
-    virtual int setDiff(int hours, int minutes);
+    [[nodiscard]] virtual int setDiff(int hours, int minutes);
     /// -720 to 720 minutes.
-    virtual int setDiff(int minutes);
+    [[nodiscard]] virtual int setDiff(int minutes);
 
     /// Reads the fields from a text, which need not be the caller's. Answers 0 or STATUS_BAD_DATETIME, with the fields
     /// unchanged.
-    virtual int parseString(const char* text) = 0;
+    [[nodiscard]] virtual int parseString(const char* text) = 0;
     /// Unsets all fields and empties the text.
     virtual void clear();
 
     // Compare the instants, offsets taken into account. A time that is not set or cannot be read is unequal to every
     // time, itself included, and neither before nor after any.
-    virtual bool equals(const ASN1CTime& other) const;
+    [[nodiscard]] virtual bool equals(const ASN1CTime& other) const;
     virtual bool operator==(const ASN1CTime& other) const;
     virtual bool operator!=(const ASN1CTime& other) const;
     virtual bool operator>(const ASN1CTime& other) const;
@@ -93,7 +93,7 @@ public:
 
     /// Writes the text from the fields. STATUS_BAD_DATETIME when year, month, day or hour is not set, or the move to
     /// UTC leaves the years 0 to 9999.
-    virtual int compileString() = 0;
+    [[nodiscard]] virtual int compileString() = 0;
 
     /// The length of the text without NUL, 0 when there is none.
     [[nodiscard]] int getTimeStringLen() const;
@@ -180,13 +180,13 @@ public:
     ASN1CGeneralizedTime(ASN1Context& context, const char*& text, std::int32_t size = 0, bool forceUTC = false);
 
     /// The year divided by 100.
-    int getCentury() const;
+    [[nodiscard]] int getCentury() const;
     /// 0 to 99.
-    int setCentury(int century);
+    [[nodiscard]] int setCentury(int century);
 
-    int setTime(std::time_t time, bool diff) override;
-    int parseString(const char* text) override;
-    int compileString() override;
+    [[nodiscard]] int setTime(std::time_t time, bool diff) override;
+    [[nodiscard]] int parseString(const char* text) override;
+    [[nodiscard]] int compileString() override;
 };
 
 /// UTCTime, X.680 47: two digits of year, which stand for 1950 to 2049, and no fraction.
@@ -197,16 +197,16 @@ public:
     ASN1CUTCTime(ASN1Context& context, const char*& text, std::int32_t size = 0, bool forceUTC = false);
 
     /// 0 to 99, which is completed to 2000 to 2049 and 1950 to 1999, or one of those years.
-    int setYear(int year) override;
+    [[nodiscard]] int setYear(int year) override;
     /// Always 0.
     int getFraction() const override;
     /// Answers STATUS_NOT_SUPPORTED; the value has no fraction afterward.
-    int setFraction(int fraction) override;
+    [[nodiscard]] int setFraction(int fraction) override;
     /// Clearing the flag acts only when there is an offset, since a text needs one of the two endings.
-    int setUTC(bool utc) override;
+    [[nodiscard]] int setUTC(bool utc) override;
 
     /// The offset is always taken, for the same reason.
-    int setTime(std::time_t time, bool diff) override;
-    int parseString(const char* text) override;
-    int compileString() override;
+    [[nodiscard]] int setTime(std::time_t time, bool diff) override;
+    [[nodiscard]] int parseString(const char* text) override;
+    [[nodiscard]] int compileString() override;
 };

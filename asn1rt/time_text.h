@@ -34,17 +34,17 @@ TALLOW_EXPORT extern const std::uint8_t rtCtypeTable[256];
 /// other than "Z" or an offset means local time, and what follows then is not examined. Leading zeros of the fraction
 /// are dropped, so ".05" is kept as "5": the fraction must not be taken for a number. Every failure is
 /// STATUS_BAD_DATETIME and leaves `record` alone.
-TALLOW_EXPORT int rtParseGeneralizedTime(ASN1CTXT* ctx, const char* text, RtTime* record) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtParseGeneralizedTime(ASN1CTXT* ctx, const char* text, RtTime* record) noexcept;
 
 /// Reads UTCTime text: a year below 50 is 20yy, others 19yy; seconds may be missing; the ending is required and is "Z"
 /// or an offset of four digits. Every failure is STATUS_BAD_DATETIME and leaves `record` alone.
-TALLOW_EXPORT int rtParseUTCTime(ASN1CTXT* ctx, const char* text, RtTime* record) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtParseUTCTime(ASN1CTXT* ctx, const char* text, RtTime* record) noexcept;
 
 /// Writes GeneralizedTime text with all of date, hour, minutes and seconds. With `capacity` 0, `*text` receives a copy
 /// from the type heap; otherwise `*text` is the caller's array of `capacity` octets, NUL included. Answers 0,
 /// STATUS_BAD_DATETIME for a field out of range, STATUS_STRING_OVERFLOW for a small array, STATUS_BAD_ARGUMENT for a
 /// null argument or array, STATUS_NO_MEMORY.
-TALLOW_EXPORT int rtMakeGeneralizedTime(ASN1CTXT* ctx, const RtTime* record, char** text,
-                                        std::uint32_t capacity) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtMakeGeneralizedTime(ASN1CTXT* ctx, const RtTime* record, char** text,
+                                                      std::uint32_t capacity) noexcept;
 
 }  // extern "C"

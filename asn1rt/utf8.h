@@ -57,11 +57,11 @@ TALLOW_EXPORT int rtWCSToUTF8(ASN1CTXT* ctx, const wchar_t* source, std::uint32_
 
 /// Makes a string of 32-bit characters in the type heap, one from each octet of the text. With a constraint (it may be
 /// null), characters outside it are dropped. Answers 0, STATUS_BAD_ARGUMENT for null text or string, STATUS_NO_MEMORY.
-TALLOW_EXPORT int rtCToUCSString(ASN1CTXT* ctx, const char* text, ASN1T32BitCharStr* string,
-                                 const RtCharacterSet* constraint) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtCToUCSString(ASN1CTXT* ctx, const char* text, ASN1T32BitCharStr* string,
+                                               const RtCharacterSet* constraint) noexcept;
 /// The same from NUL-terminated wide text.
-TALLOW_EXPORT int rtWCSToUCSString(ASN1CTXT* ctx, const wchar_t* text, ASN1T32BitCharStr* string,
-                                   const RtCharacterSet* constraint) noexcept;
+[[nodiscard]] TALLOW_EXPORT int rtWCSToUCSString(ASN1CTXT* ctx, const wchar_t* text, ASN1T32BitCharStr* string,
+                                                 const RtCharacterSet* constraint) noexcept;
 
 /// Copies the characters below 0x10000 and drops the rest. Answers `destination`. It is closed with a NUL unless
 /// `capacity` characters were written.

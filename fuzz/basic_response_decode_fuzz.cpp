@@ -33,7 +33,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         if (const CBlobList* certs = copy.get_certs(); certs != nullptr) {
             for (const CBlob& cert : *certs) {
                 if (CResponderID::fromCert(copy.get_responderID().get_type(), cert) == copy.get_responderID()) {
-                    copy.verify(cert);
+                    static_cast<void>(copy.verify(cert));
                 }
             }
         }

@@ -55,6 +55,9 @@ std::int32_t CCertStore::AttachWeak(void* handle) noexcept {
     if (*Store != nullptr) {
         return status::kFail;
     }
+    if (handle == nullptr) {
+        return status::kInvalidArgument;  // the service has nothing to look at and may leave an older last error
+    }
     try {
         std::shared_ptr<void*> cell = makeCell<CCertStoreNonCheckingDeleter>();
         *cell = CertDuplicateStore(handle);

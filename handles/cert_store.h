@@ -57,8 +57,8 @@ public:
     [[nodiscard]] std::int32_t Open(const char* provider, unsigned int encoding, unsigned int flags,
                                     const void* parameter) noexcept;
     /// Shares an existing store. This object takes a reference of its own, so the store stays open as long as it does;
-    /// the caller's handle stays the caller's. Returns 0x80004005 if a store is open in this object, the last error if
-    /// the service refuses, 0x8007000E when memory is exhausted.
+    /// the caller's handle stays the caller's. Returns 0x80004005 if a store is open in this object, 0x80070057 for
+    /// null, the last error if the service refuses, 0x8007000E when memory is exhausted.
     [[nodiscard]] std::int32_t AttachWeak(void* handle) noexcept;
     /// Adds `child` to the collection that is open in this object and keeps it alive as long as this object. Returns
     /// 0x80004005 if no store is open here, the last error if the service refuses, 0x8007000E when memory is exhausted.

@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "asn1/element.h"
+#include "asn1/time_text.h"
 #include "message/cert_id_traits.h"
 #include "message/certificate_key.h"
 #include "message/extension_lists.h"
@@ -10,6 +11,8 @@
 namespace Orvane::PKI::OCSP {
 
 struct CBasicResponse::Impl {
+    std::uint32_t version = 0;
+    unsigned long trailingSize = 0;
     CBlob encoded;  // the whole BasicOCSPResponse as it came: what the signature is checked on
     CResponderID responderID;
     CDateTime producedAt{0, 0};
@@ -17,6 +20,8 @@ struct CBasicResponse::Impl {
     std::optional<ASN1::CExtensions> responseExtensions;
     ASN1::CAlgorithmIdentifier signatureAlgorithm;
     std::optional<CBlobList> certs;
+
+    static std::unique_ptr<Impl> read(CBlob const& data);
 };
 
 namespace {
@@ -26,12 +31,6 @@ struct BasicResponseTraits {
     using ASN1_C = asn1data::ASN1C_BasicOCSPResponse;
 };
 
-CDateTime timeOf(char const* text) {
-    CDateTime time(0, 0);
-    ASN1::ASN1GeneralizedTime_traits::get(text, time);
-    return time;
-}
-
 CCertStatus certStatusOf(asn1data::ASN1T_CertStatus const& record) {
     switch (record.t) {
         case asn1data::ASN1T_CertStatus::T_good:
@@ -39,7 +38,7 @@ CCertStatus certStatusOf(asn1data::ASN1T_CertStatus const& record) {
         case asn1data::ASN1T_CertStatus::T_revoked: {
             asn1data::ASN1T_RevokedInfo const& info = *record.u.revoked;
             const auto reason = static_cast<ASN1::CrlReason>(info.revocationReason);
-            return {timeOf(info.revocationTime), info.m.revocationReasonPresent ? &reason : nullptr};
+            return {ASN1::decodedUtcTime(info.revocationTime), info.m.revocationReasonPresent ? &reason : nullptr};
         }
         default:
             return CCertStatus(CCertStatus::kUnknown);
@@ -49,9 +48,10 @@ CCertStatus certStatusOf(asn1data::ASN1T_CertStatus const& record) {
 CSingleResponse singleResponseOf(asn1data::ASN1T_SingleResponse const& record) {
     std::optional<CDateTime> nextUpdate;
     if (record.m.nextUpdatePresent) {
-        nextUpdate = timeOf(record.nextUpdate);
+        nextUpdate = ASN1::decodedUtcTime(record.nextUpdate);
     }
-    return {ReqCertTraits::get(record.reqCert), certStatusOf(record.certStatus), timeOf(record.thisUpdate), nextUpdate,
+    return {ReqCertTraits::get(record.reqCert), certStatusOf(record.certStatus),
+            ASN1::decodedUtcTime(record.thisUpdate), nextUpdate,
             extensionsOf(record.m.singleExtensionsPresent, record.singleExtensions)};
 }
 
@@ -89,12 +89,13 @@ CBlobList certificatesOf(ASN1::CElement const& wrapper) {
 
 }  // namespace
 
-CBasicResponse::CBasicResponse() : impl_(std::make_unique<Impl>()) {}
-CBasicResponse::CBasicResponse(CBasicResponse const& other) : impl_(std::make_unique<Impl>(*other.impl_)) {}
+CBasicResponse::CBasicResponse() : impl_(ASN1::withinFrame([] { return std::make_unique<Impl>(); })) {}
+CBasicResponse::CBasicResponse(CBasicResponse const& other)
+    : impl_(ASN1::withinFrame([&] { return std::make_unique<Impl>(*other.impl_); })) {}
 CBasicResponse::CBasicResponse(CBasicResponse&&) noexcept = default;
 CBasicResponse& CBasicResponse::operator=(CBasicResponse const& other) {
     if (this != &other) {
-        impl_ = std::make_unique<Impl>(*other.impl_);
+        *this = CBasicResponse(other);
     }
     return *this;
 }
@@ -102,6 +103,10 @@ CBasicResponse& CBasicResponse::operator=(CBasicResponse&&) noexcept = default;
 CBasicResponse::~CBasicResponse() = default;
 
 void CBasicResponse::decode(CBlob const& data) {
+    impl_ = ASN1::withinFrame([&] { return Impl::read(data); });
+}
+
+std::unique_ptr<CBasicResponse::Impl> CBasicResponse::Impl::read(CBlob const& data) {
     ASN1BERDecodeBuffer buffer(data.pbData(), ASN1::messageSize(data));
     rtCtxtSetFlag(buffer.getCtxtPtr(), CTX_FLAG_ZERO_COPY);  // all that is read is copied below
     asn1data::ASN1T_BasicOCSPResponse record{};
@@ -111,8 +116,10 @@ void CBasicResponse::decode(CBlob const& data) {
     const ASN1::CElement whole = ASN1::firstElement(data.pbData(), data.cbData());
     ASN1::CElementReader members(whole);
     decoded->encoded = whole.whole();
+    decoded->version = record.tbsResponseData.version;
+    decoded->trailingSize = data.cbData() - decoded->encoded.cbData();
     decoded->responderID = responderIdOf(record.tbsResponseData.responderID, members.next());
-    decoded->producedAt = timeOf(record.tbsResponseData.producedAt);
+    decoded->producedAt = ASN1::decodedUtcTime(record.tbsResponseData.producedAt);
     for (_Asn1RTDListNode const* node = record.tbsResponseData.responses.pHead; node != nullptr; node = node->pNext) {
         decoded->responses.push_back(singleResponseOf(*static_cast<asn1data::ASN1T_SingleResponse const*>(node->data)));
     }
@@ -124,7 +131,15 @@ void CBasicResponse::decode(CBlob const& data) {
         members.next();  // signature
         decoded->certs = certificatesOf(members.next());
     }
-    impl_ = std::move(decoded);
+    return decoded;
+}
+
+std::uint32_t CBasicResponse::get_version() const {
+    return impl_->version;
+}
+
+unsigned long CBasicResponse::get_trailingSize() const {
+    return impl_->trailingSize;
 }
 
 CSingleResponseList const& CBasicResponse::get_responses() const {

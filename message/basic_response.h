@@ -7,6 +7,7 @@
 //                               responseExtensions [1] EXPLICIT Extensions OPTIONAL }
 #pragma once
 
+#include <cstdint>
 #include <memory>
 
 #include "asn1/algorithm_identifier.h"
@@ -30,9 +31,16 @@ public:
     ~CBasicResponse();
 
     /// Replaces the content by a DER BasicOCSPResponse and keeps the bytes as they came, since the signature is checked
-    /// over them and not over a new encoding. Throws kAsn1Error for malformed input, kAsn1Memory when memory is
-    /// exhausted; the object keeps its old content then.
+    /// over them and not over a new encoding. Throws kAsn1Error for malformed input, for a time that is not in UTC
+    /// ("Z") or does not exist, and kAsn1Memory when memory is exhausted or the records would take more of it than 64
+    /// times the size of `data` and 1 MiB; the object keeps its old content then.
     void decode(CBlob const& data);
+
+    /// The version field; 0, v1, also when it is absent. RFC 6960 has no other.
+    std::uint32_t get_version() const;
+    /// How many octets stood behind the BasicOCSPResponse in what decode was given. They are not signed and not looked
+    /// at; who wants a whole response asks for 0.
+    unsigned long get_trailingSize() const;
 
     CSingleResponseList const& get_responses() const;
     /// Null when absent; wire order.
@@ -46,7 +54,7 @@ public:
     /// True when the signature over tbsResponseData verifies with the public key of the DER `certificate`; false when
     /// it does not. Throws the converted last error when the check cannot be made: the bytes are no certificate, the
     /// algorithm is not known or refused.
-    bool verify(CBlob const& certificate) const;
+    [[nodiscard]] bool verify(CBlob const& certificate) const;
 
 private:
     struct Impl;

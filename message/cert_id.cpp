@@ -18,9 +18,13 @@ CCertID::~CCertID() = default;
 CCertID::CCertID(ASN1::CAlgorithmIdentifierEx const& hashAlgorithm, CBlob const& certificate,
                  CBlob const& issuerCertificate)
     : hashAlgorithm_(hashAlgorithm) {
+    ASN1::withinFrame([&] { compute(certificate, issuerCertificate); });
+}
+
+void CCertID::compute(CBlob const& certificate, CBlob const& issuerCertificate) {
     const ATL2::CCertContext subject = openCertificate(certificate);
     const ATL2::CCertContext issuer = openCertificate(issuerCertificate);
-    const ALG_ID algorithm = CertOIDToAlgId(hashAlgorithm.get_algorithm());
+    const ALG_ID algorithm = CertOIDToAlgId(hashAlgorithm_.get_algorithm());
     if (algorithm == 0) {
         ATL2::throwLastErrorOrFail();
     }

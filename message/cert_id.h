@@ -27,7 +27,8 @@ public:
     /// Computes the identifier of `certificate` (whole DER) under `issuerCertificate` (whole DER) with `hashAlgorithm`.
     /// The name hash is taken over the issuer's subject, the key hash over the content of its subjectPublicKey BIT
     /// STRING without the unused-bits octet. Throws the converted last error when either is no certificate, or the hash
-    /// algorithm is not to be had.
+    /// algorithm is not to be had: entries of a response name algorithms of the responder's choice, and a search over
+    /// them has to go on behind one that cannot be computed.
     CCertID(ASN1::CAlgorithmIdentifierEx const& hashAlgorithm, CBlob const& certificate,
             CBlob const& issuerCertificate);
 
@@ -51,6 +52,8 @@ public:
 private:
     friend struct CertIdTraits;
 
+    void compute(CBlob const& certificate, CBlob const& issuerCertificate);
+
     ASN1::CAlgorithmIdentifier hashAlgorithm_;
     CBlob issuerNameHash_;
     CBlob issuerKeyHash_;
@@ -59,7 +62,7 @@ private:
 
 /// True when issuer hashes and serial number are the same. The hash algorithm is not compared: within one message the
 /// hashes already tell entries apart, and responders are known to differ in the algorithm's parameters.
-TALLOW_EXPORT bool namesSameCertificate(CCertID const& left, CCertID const& right);
+[[nodiscard]] TALLOW_EXPORT bool namesSameCertificate(CCertID const& left, CCertID const& right);
 
 /// One of the three ways to name a certificate. Alternatives other than certID are carried, not interpreted.
 class TALLOW_EXPORT CReqCert {

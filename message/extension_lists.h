@@ -5,11 +5,11 @@
 
 #include "asn1/extensions.h"
 #include "asn1/extensions_traits.h"
+#include "schema/generated/ocsp.h"
 
 namespace Orvane::PKI::OCSP {
 
-inline std::optional<ASN1::CExtensions> extensionsOf(bool present,
-                                                     ASN1::ASN1T_Extensions_traits::ASN1_T const& record) {
+inline std::optional<ASN1::CExtensions> extensionsOf(bool present, asn1data::ASN1T_MessageExtensions const& record) {
     std::optional<ASN1::CExtensions> extensions;
     if (present) {
         ASN1::ASN1T_Extensions_traits::get(record, extensions.emplace());

@@ -1,10 +1,14 @@
 #include "message/extensions.h"
 
+#include <string>
+#include <string_view>
+
 #include "asn1/access_description_traits.h"
 #include "asn1/codec.h"
 #include "asn1/distribution_point_traits.h"
 #include "asn1/name_traits.h"
 #include "asn1/primitive_traits.h"
+#include "asn1/time_text.h"
 #include "schema/generated/ocsp.h"
 
 namespace Orvane::PKI::OCSP {
@@ -46,9 +50,38 @@ struct ServiceLocatorTraits {
     }
 };
 
+struct ArchiveCutoffTraits {
+    using ASN1_T = const char*;
+    using ASN1_C = ASN1::ASN1GeneralizedTime_traits::ASN1_C;
+
+    static void set(ASN1CTXT* ctxt, const char*& record, CDateTime const& value) {
+        ASN1::ASN1GeneralizedTime_traits::set(ctxt, record, value);
+    }
+    static void get(const char* record, CDateTime& value) { value = ASN1::decodedUtcTime(record); }
+};
+
 struct CrlIdTraits {
     using ASN1_T = asn1data::ASN1T_CrlID;
     using ASN1_C = asn1data::ASN1C_CrlID;
+};
+
+// The address that the decoder has read, where a NUL is an octet like others and must not hide what comes after it.
+std::string decodedUrl(const char* text) {
+    std::string url;
+    for (const char c : std::string_view(text, rtMemHeapBlockSize(text) - 1)) {
+        if (c == '\0') {
+            url += "%00";
+        } else {
+            url += c;
+        }
+    }
+    return url;
+}
+
+// For a number that CrlID has no room for.
+struct CrlReferenceTraits {
+    using ASN1_T = asn1data::ASN1T_CrlReference;
+    using ASN1_C = asn1data::ASN1C_CrlReference;
 };
 
 }  // namespace
@@ -59,7 +92,7 @@ CExtNonce::CExtNonce() : CExtValue(kOidNonce) {}
 CExtNonce::CExtNonce(CBlob const& extnValue) : CExtValue(kOidNonce, extnValue) {}
 
 void CExtNonce::put_nonce(CBlob const& nonce) {
-    value() = nonce;
+    ASN1::withinFrame([&] { value() = nonce; });
 }
 
 // ---- Acceptable responses -------------------------------------------------------------------------------------------
@@ -72,8 +105,11 @@ CExtAcceptableResponses::CExtAcceptableResponses(CBlob const& extnValue)
 }
 
 void CExtAcceptableResponses::put_acceptableResponses(CStringList const& responses) {
-    value() = ASN1::asn1Encode<AcceptableResponsesTraits>(responses);
-    responses_ = responses;
+    ASN1::withinFrame([&] {
+        CStringList copy(responses);
+        value() = ASN1::asn1Encode<AcceptableResponsesTraits>(responses);
+        responses_.swap(copy);
+    });
 }
 
 // ---- Service locator ------------------------------------------------------------------------------------------------
@@ -83,22 +119,24 @@ CExtServiceLocator::CExtServiceLocator(CExtServiceLocator const&) = default;
 CExtServiceLocator& CExtServiceLocator::operator=(CExtServiceLocator const&) = default;
 
 CExtServiceLocator::CExtServiceLocator(CBlob const& extnValue) : CExtValue(kOidServiceLocator, extnValue) {
-    ASN1BERDecodeBuffer buffer(extnValue.pbData(), ASN1::messageSize(extnValue));
-    asn1data::ASN1T_ServiceLocator record{};
-    ASN1::decodeRecord<ServiceLocatorTraits>(buffer, record);
-    ASN1::ASN1T_Name_traits::get(record.issuer, issuer_);
-    if (record.m.locatorPresent) {
-        ASN1::ASN1T_AuthorityInfoAccessSyntax_traits::get(record.locator, locator_.emplace());
-    }
+    ASN1::withinFrame([&] {
+        ASN1BERDecodeBuffer buffer(extnValue.pbData(), ASN1::messageSize(extnValue));
+        asn1data::ASN1T_ServiceLocator record{};
+        ASN1::decodeRecord<ServiceLocatorTraits>(buffer, record);
+        ASN1::ASN1T_Name_traits::get(record.issuer, issuer_);
+        if (record.m.locatorPresent) {
+            ASN1::ASN1T_AuthorityInfoAccessSyntax_traits::get(record.locator, locator_.emplace());
+        }
+    });
 }
 
 void CExtServiceLocator::put_issuer(CBlob const& name) {
-    issuer_ = name;
+    ASN1::withinFrame([&] { issuer_ = name; });
     encodeValue();
 }
 
 void CExtServiceLocator::put_locator(ASN1::CAuthorityInfoAccessSyntax const* locator) {
-    locator_ = locator == nullptr ? std::nullopt : std::optional(*locator);
+    ASN1::withinFrame([&] { locator_ = locator == nullptr ? std::nullopt : std::optional(*locator); });
     encodeValue();
 }
 
@@ -120,8 +158,11 @@ CExtCRLLocator::CExtCRLLocator(CBlob const& extnValue) : CExtValue(kOidCrlLocato
 }
 
 void CExtCRLLocator::put_locator(ASN1::CCRLDistPointsSyntax const& locator) {
-    value() = ASN1::asn1Encode<ASN1::ASN1T_CRLDistPointsSyntax_traits>(locator);
-    locator_ = locator;
+    ASN1::withinFrame([&] {
+        ASN1::CCRLDistPointsSyntax copy(locator);
+        value() = ASN1::asn1Encode<ASN1::ASN1T_CRLDistPointsSyntax_traits>(locator);
+        locator_.swap(copy);
+    });
 }
 
 // ---- CrlID ----------------------------------------------------------------------------------------------------------
@@ -133,7 +174,7 @@ CExtCrlIDBase::CExtCrlIDBase(const char* oid, CBlob const& extnValue) : CExtValu
 }
 
 void CExtCrlIDBase::put_crlUrl(const char* url) {
-    crlUrl_ = url == nullptr ? std::nullopt : std::optional<CStringProxy>(url);
+    ASN1::withinFrame([&] { crlUrl_ = url == nullptr ? std::nullopt : std::optional<CStringProxy>(url); });
     encodeValue();
 }
 
@@ -148,6 +189,10 @@ void CExtCrlIDBase::put_crlTime(CDateTime const* time) {
 }
 
 void CExtCrlIDBase::encodeValue() {
+    value() = ASN1::withinFrame([this] { return encoded(); });
+}
+
+CBlob CExtCrlIDBase::encoded() const {
     ASN1BEREncodeBuffer buffer;
     ASN1CTXT* ctxt = buffer.getCtxtPtr();
     asn1data::ASN1T_CrlID record{};
@@ -163,21 +208,38 @@ void CExtCrlIDBase::encodeValue() {
         record.m.crlTimePresent = 1;
         ASN1::ASN1GeneralizedTime_traits::set(ctxt, record.crlTime, *crlTime_);
     }
-    value() = ASN1::encodeRecord<CrlIdTraits>(buffer, record);
+    return ASN1::encodeRecord<CrlIdTraits>(buffer, record);
 }
 
 void CExtCrlIDBase::decodeValue() {
-    ASN1BERDecodeBuffer buffer(get_value().pbData(), ASN1::messageSize(get_value()));
-    asn1data::ASN1T_CrlID record{};
-    ASN1::decodeRecord<CrlIdTraits>(buffer, record);
+    ASN1::withinFrame([this] {
+        ASN1BERDecodeBuffer buffer(get_value().pbData(), ASN1::messageSize(get_value()));
+        asn1data::ASN1T_CrlID record{};
+        const int result = asn1data::ASN1C_CrlID(buffer, record).DecodeFrom(buffer);
+        if (result == 0) {
+            if (record.m.crlNumPresent) {
+                crlNum_ = record.crlNum;
+            }
+            take(record);
+            return;
+        }
+        if (result != STATUS_TOO_BIG) {
+            ASN1::throwFailure(result);
+        }
+        ASN1BERDecodeBuffer again(get_value().pbData(), ASN1::messageSize(get_value()));
+        asn1data::ASN1T_CrlReference reference{};
+        ASN1::decodeRecord<CrlReferenceTraits>(again, reference);
+        take(reference);
+    });
+}
+
+template <class Record>
+void CExtCrlIDBase::take(Record const& record) {
     if (record.m.crlUrlPresent) {
-        crlUrl_ = CStringProxy(record.crlUrl);
-    }
-    if (record.m.crlNumPresent) {
-        crlNum_ = record.crlNum;
+        crlUrl_ = CStringProxy(decodedUrl(record.crlUrl).c_str());
     }
     if (record.m.crlTimePresent) {
-        ASN1::ASN1GeneralizedTime_traits::get(record.crlTime, crlTime_.emplace(0, 0));
+        crlTime_ = ASN1::decodedUtcTime(record.crlTime);
     }
 }
 
@@ -193,7 +255,7 @@ CExtCrlID::CExtCrlID(CBlob const& extnValue) : CExtCrlIDBase(kOidCrlReference, e
 CExtArchiveCutoff::CExtArchiveCutoff() : CExtValue(kOidArchiveCutoff) {}
 
 CExtArchiveCutoff::CExtArchiveCutoff(CBlob const& extnValue) : CExtValue(kOidArchiveCutoff, extnValue) {
-    ASN1::asn1Decode<ASN1::ASN1GeneralizedTime_traits>(extnValue, archiveCutoff_);
+    ASN1::asn1Decode<ArchiveCutoffTraits>(extnValue, archiveCutoff_);
 }
 
 void CExtArchiveCutoff::put_archiveCutoff(CDateTime const& time) {

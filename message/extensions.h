@@ -59,7 +59,7 @@ public:
     CExtServiceLocator(CExtServiceLocator const&);
     CExtServiceLocator& operator=(CExtServiceLocator const&);
 
-    /// A DER Name; empty until put.
+    /// A DER Name; empty until put. One that was read is encoded anew from its values.
     CBlob const& get_issuer() const { return issuer_; }
     void put_issuer(CBlob const& name);
     /// Null when absent.
@@ -90,10 +90,12 @@ private:
 };
 
 /// What CrlID carries, all of it optional: SEQUENCE { crlUrl [0] IA5String OPTIONAL, crlNum [1] INTEGER OPTIONAL,
-/// crlTime [2] GeneralizedTime OPTIONAL }, each explicitly tagged.
+/// crlTime [2] GeneralizedTime OPTIONAL }, each explicitly tagged. Decoding throws kAsn1Error for a crlTime that is not
+/// in UTC ("Z") or does not exist.
 class TALLOW_EXPORT CExtCrlIDBase : public ASN1::CExtValue {
 public:
-    /// Each null when absent; valid until the object changes.
+    /// Each null when absent; valid until the object changes. A NUL in the address shows as "%00". A number that does
+    /// not fit 32 bits counts as absent; get_value has its octets, until a setter encodes the value anew without it.
     const char* get_crlUrl() const { return crlUrl_ ? crlUrl_->c_str() : nullptr; }
     int const* get_crlNum() const { return crlNum_ ? &*crlNum_ : nullptr; }
     CDateTime const* get_crlTime() const { return crlTime_ ? &*crlTime_ : nullptr; }
@@ -108,7 +110,10 @@ protected:
 
 private:
     void encodeValue();
+    CBlob encoded() const;
     void decodeValue();
+    template <class Record>
+    void take(Record const& record);
 
     std::optional<CStringProxy> crlUrl_;
     std::optional<int> crlNum_;
@@ -129,7 +134,8 @@ public:
     explicit CExtCrlID(CBlob const& extnValue);
 };
 
-/// How far back a responder keeps revocation data (RFC 6960, 4.4.4).
+/// How far back a responder keeps revocation data (RFC 6960, 4.4.4). Decoding throws kAsn1Error for a time that is not
+/// in UTC ("Z") or does not exist.
 class TALLOW_EXPORT CExtArchiveCutoff : public ASN1::CExtValue {
 public:
     CExtArchiveCutoff();

@@ -33,7 +33,10 @@ struct CRequestMessage::Impl {
     // The whole message when it was decoded or signed; empty once the content was changed.
     CBlob encoded;
 
+    static std::unique_ptr<Impl> read(CBlob const& data);
     void fill(ASN1CTXT* ctxt, asn1data::ASN1T_TBSRequest& record) const;
+    void sign(unsigned long long hProv, unsigned int keySpec, ASN1::CAlgorithmIdentifierEx const& signatureAlgorithm,
+              CBlobList const* certs);
 
     // What was signed or read no longer stands for a content that changes.
     void contentChanges() {
@@ -133,15 +136,17 @@ CBlobList certificatesOf(ASN1::CElement const& signatureWrapper) {
 
 CRequestMessage::CRequestMessage() : CRequestMessage(false) {}
 
-CRequestMessage::CRequestMessage(bool writeVersion) : impl_(std::make_unique<Impl>()) {
+CRequestMessage::CRequestMessage(bool writeVersion)
+    : impl_(ASN1::withinFrame([] { return std::make_unique<Impl>(); })) {
     impl_->writeVersion = writeVersion;
 }
 
-CRequestMessage::CRequestMessage(CRequestMessage const& other) : impl_(std::make_unique<Impl>(*other.impl_)) {}
+CRequestMessage::CRequestMessage(CRequestMessage const& other)
+    : impl_(ASN1::withinFrame([&] { return std::make_unique<Impl>(*other.impl_); })) {}
 
 CRequestMessage& CRequestMessage::operator=(CRequestMessage const& other) {
     if (this != &other) {
-        impl_ = std::make_unique<Impl>(*other.impl_);
+        impl_ = std::move(CRequestMessage(other).impl_);
     }
     return *this;
 }
@@ -149,6 +154,10 @@ CRequestMessage& CRequestMessage::operator=(CRequestMessage const& other) {
 CRequestMessage::~CRequestMessage() = default;
 
 void CRequestMessage::decode(CBlob const& data) {
+    impl_ = ASN1::withinFrame([&] { return Impl::read(data); });
+}
+
+std::unique_ptr<CRequestMessage::Impl> CRequestMessage::Impl::read(CBlob const& data) {
     ASN1BERDecodeBuffer buffer(data.pbData(), ASN1::messageSize(data));
     rtCtxtSetFlag(buffer.getCtxtPtr(), CTX_FLAG_ZERO_COPY);  // all that is read is copied below
     asn1data::ASN1T_OCSPRequest record{};
@@ -180,7 +189,7 @@ void CRequestMessage::decode(CBlob const& data) {
             decoded->signatureCerts = certificatesOf(members.next());
         }
     }
-    impl_ = std::move(decoded);
+    return decoded;
 }
 
 void CRequestMessage::Impl::fill(ASN1CTXT* ctxt, asn1data::ASN1T_TBSRequest& record) const {
@@ -199,13 +208,15 @@ void CRequestMessage::Impl::fill(ASN1CTXT* ctxt, asn1data::ASN1T_TBSRequest& rec
 }
 
 CBlob CRequestMessage::encode() const {
-    if (impl_->encoded.cbData() != 0) {
-        return impl_->encoded;
-    }
-    ASN1BEREncodeBuffer buffer;
-    asn1data::ASN1T_OCSPRequest record{};
-    impl_->fill(buffer.getCtxtPtr(), record.tbsRequest);
-    return ASN1::encodeRecord<OcspRequestTraits>(buffer, record);
+    return ASN1::withinFrame([this] {
+        if (impl_->encoded.cbData() != 0) {
+            return impl_->encoded;
+        }
+        ASN1BEREncodeBuffer buffer;
+        asn1data::ASN1T_OCSPRequest record{};
+        impl_->fill(buffer.getCtxtPtr(), record.tbsRequest);
+        return ASN1::encodeRecord<OcspRequestTraits>(buffer, record);
+    });
 }
 
 CSingleRequestList const& CRequestMessage::get_requestList() const {
@@ -213,8 +224,7 @@ CSingleRequestList const& CRequestMessage::get_requestList() const {
 }
 
 void CRequestMessage::put_requestList(CSingleRequestList const& list) {
-    impl_->contentChanges();
-    impl_->requestList = list;
+    put_requestList(ASN1::withinFrame([&] { return CSingleRequestList(list); }));
 }
 
 void CRequestMessage::put_requestList(CSingleRequestList&& list) {
@@ -227,8 +237,9 @@ ASN1::CExtensions const* CRequestMessage::get_requestExtensions() const {
 }
 
 void CRequestMessage::put_requestExtensions(ASN1::CExtensions const* extensions) {
+    ASN1::withinFrame(
+        [&] { impl_->requestExtensions = extensions == nullptr ? std::nullopt : std::optional(*extensions); });
     impl_->contentChanges();
-    impl_->requestExtensions = extensions == nullptr ? std::nullopt : std::optional(*extensions);
 }
 
 CBlob const* CRequestMessage::get_requestorName() const {
@@ -240,8 +251,8 @@ CBlob const* CRequestMessage::get_requestorName() const {
 }
 
 void CRequestMessage::put_requestorName(CBlob const* name) {
+    ASN1::withinFrame([&] { impl_->requestorName = name == nullptr ? std::nullopt : std::optional(*name); });
     impl_->contentChanges();
-    impl_->requestorName = name == nullptr ? std::nullopt : std::optional(*name);
 }
 
 ASN1::CAlgorithmIdentifier const* CRequestMessage::get_signatureAlgorithm() const {
@@ -254,12 +265,17 @@ CBlobList const* CRequestMessage::get_signatureCerts() const {
 
 void CRequestMessage::sign(unsigned long long hProv, unsigned int keySpec,
                            ASN1::CAlgorithmIdentifierEx const& signatureAlgorithm, CBlobList const* certs) {
+    ASN1::withinFrame([&] { impl_->sign(hProv, keySpec, signatureAlgorithm, certs); });
+}
+
+void CRequestMessage::Impl::sign(unsigned long long hProv, unsigned int keySpec,
+                                 ASN1::CAlgorithmIdentifierEx const& chosen, CBlobList const* certs) {
     ASN1BEREncodeBuffer buffer;
     asn1data::ASN1T_TBSRequest record{};
-    impl_->fill(buffer.getCtxtPtr(), record);
-    const CBlob tbs = ASN1::encodeRecord<TbsRequestTraits>(buffer, record);
-    std::string oid = signatureAlgorithm.get_algorithm();
-    CBlob const& parameters = signatureAlgorithm.get_parameters();
+    fill(buffer.getCtxtPtr(), record);
+    CBlob tbs = ASN1::encodeRecord<TbsRequestTraits>(buffer, record);
+    std::string oid = chosen.get_algorithm();
+    CBlob const& parameters = chosen.get_parameters();
     CRYPT_ALGORITHM_IDENTIFIER algorithm{
         oid.data(),
         {static_cast<DWORD>(parameters.cbData()), parameters.cbData() == 0 ? nullptr : parameters.pbData()}};
@@ -269,19 +285,22 @@ void CRequestMessage::sign(unsigned long long hProv, unsigned int keySpec,
                               &size)) {
         ATL2::throwLastErrorOrFail();
     }
-    CBlob signature(static_cast<unsigned long>(size));
+    CBlob made(static_cast<unsigned long>(size));
     if (!CryptSignCertificate(hProv, keySpec, X509_ASN_ENCODING, tbs.pbData(), tbsSize, &algorithm, nullptr,
-                              signature.pbData(), &size)) {
+                              made.pbData(), &size)) {
         ATL2::throwLastErrorOrFail();
     }
-    signature.resize_to(size);
-    const CBlob wrapped = composeSignature(signatureAlgorithm, signature, certs);
-    impl_->encoded = ASN1::composeElement(ASN1::kTagSequenceWord, {&tbs, &wrapped});
-    impl_->signedBytes = tbs;
-    impl_->signature = std::move(signature);
-    impl_->hasUnusedBits = false;
-    impl_->signatureAlgorithm.emplace(signatureAlgorithm);
-    impl_->signatureCerts = certs == nullptr || certs->empty() ? std::nullopt : std::optional(*certs);
+    made.resize_to(size);
+    const CBlob wrapped = composeSignature(chosen, made, certs);
+    ASN1::CAlgorithmIdentifier algorithmCopy(chosen);
+    std::optional<CBlobList> certsCopy = certs == nullptr || certs->empty() ? std::nullopt : std::optional(*certs);
+    encoded = ASN1::composeElement(ASN1::kTagSequenceWord, {&tbs, &wrapped});
+    // From here on nothing fails: a message is signed whole or stays what it was.
+    signedBytes = std::move(tbs);
+    signature = std::move(made);
+    hasUnusedBits = false;
+    signatureAlgorithm.emplace(std::move(algorithmCopy));
+    signatureCerts = std::move(certsCopy);
 }
 
 bool CRequestMessage::verify(CBlob const& certificate) const {
@@ -289,7 +308,7 @@ bool CRequestMessage::verify(CBlob const& certificate) const {
     if (!impl_->signatureAlgorithm || impl_->hasUnusedBits) {
         return false;
     }
-    std::string oid = impl_->signatureAlgorithm->get_algorithm();
+    std::string oid = ASN1::withinFrame([this] { return std::string(impl_->signatureAlgorithm->get_algorithm()); });
     CBlob const& parameters = impl_->signatureAlgorithm->get_parameters();
     OCSP_BASIC_SIGNED_RESPONSE_INFO subject{};
     subject.ToBeSigned = {static_cast<DWORD>(impl_->signedBytes.cbData()), impl_->signedBytes.pbData()};

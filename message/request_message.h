@@ -28,7 +28,8 @@ public:
     ~CRequestMessage();
 
     /// Replaces the content by a whole DER OCSPRequest. Throws kAsn1Error for malformed input, kAsn1Memory when memory
-    /// is exhausted; the object keeps its old content then.
+    /// is exhausted or the records would take more of it than 64 times the size of `data` and 1 MiB; the object keeps
+    /// its old content then.
     void decode(CBlob const& data);
     /// The whole DER OCSPRequest. After decode or sign with the tbsRequest bytes that were read or signed.
     CBlob encode() const;
@@ -37,11 +38,12 @@ public:
     void put_requestList(CSingleRequestList const& list);
     void put_requestList(CSingleRequestList&& list);
 
-    /// Null when absent; an empty SEQUENCE OF on the wire is refused by the decoder (an Extensions holds at least one).
+    /// Null when absent; an empty list when the message has a list without an entry.
     ASN1::CExtensions const* get_requestExtensions() const;
     void put_requestExtensions(ASN1::CExtensions const* extensions);
 
-    /// The DER Name inside requestorName's directoryName. When requestorName is absent or of another kind: null for an
+    /// The DER Name inside requestorName's directoryName. A name that was read is encoded anew from its values, so that
+    /// one in lax BER comes back as DER. When requestorName is absent or of another kind: null for an
     /// unsigned request, an empty blob for a signed one.
     CBlob const* get_requestorName() const;
     void put_requestorName(CBlob const* name);
@@ -60,7 +62,7 @@ public:
     /// True when the signature verifies with the public key of the DER `certificate`; false when it does not, and for
     /// an unsigned request. Throws the converted last error when the check cannot be made: the bytes are no
     /// certificate, the algorithm is not known or refused.
-    bool verify(CBlob const& certificate) const;
+    [[nodiscard]] bool verify(CBlob const& certificate) const;
 
 private:
     struct Impl;

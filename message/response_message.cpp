@@ -3,6 +3,7 @@
 #include <utility>
 
 #include "asn1/codec.h"
+#include "asn1/element.h"
 #include "asn1/primitive_traits.h"
 #include "schema/generated/ocsp.h"
 
@@ -35,19 +36,22 @@ void CResponseMessage::decodeEnvelope(CBlob const& data) {
 }
 
 void CResponseMessage::decodeWith(CBlob const& data, std::uint16_t flags) {
-    ASN1BERDecodeBuffer buffer(data.pbData(), ASN1::messageSize(data));
-    rtCtxtSetFlag(buffer.getCtxtPtr(), flags);
-    asn1data::ASN1T_OCSPResponse record{};
-    ASN1::decodeRecord<ResponseTraits>(buffer, record);
-    CStringProxy type("");
-    CBlob response;
-    if (record.m.responseBytesPresent) {
-        ASN1::ASN1TObjId_traits::get(record.responseBytes.responseType, type);
-        ASN1::ASN1TDynOctStr_traits::get(record.responseBytes.response, response);
-    }
-    responseStatus_ = record.responseStatus;
-    responseType_ = std::move(type);
-    response_ = std::move(response);
+    ASN1::withinFrame([&] {
+        ASN1BERDecodeBuffer buffer(data.pbData(), ASN1::messageSize(data));
+        rtCtxtSetFlag(buffer.getCtxtPtr(), flags);
+        asn1data::ASN1T_OCSPResponse record{};
+        ASN1::decodeRecord<ResponseTraits>(buffer, record);
+        CStringProxy type("");
+        CBlob response;
+        if (record.m.responseBytesPresent) {
+            ASN1::ASN1TObjId_traits::get(record.responseBytes.responseType, type);
+            ASN1::ASN1TDynOctStr_traits::get(record.responseBytes.response, response);
+        }
+        trailingSize_ = data.cbData() - ASN1::sizeOfFirst(data);
+        responseStatus_ = record.responseStatus;
+        responseType_ = std::move(type);
+        response_ = std::move(response);
+    });
 }
 
 }  // namespace Orvane::PKI::OCSP

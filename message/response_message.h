@@ -22,7 +22,7 @@ public:
     CResponseMessage& operator=(CResponseMessage&&) noexcept = default;
 
     /// Replaces the content by a DER OCSPResponse. A malformed BasicOCSPResponse inside fails it too. Throws kAsn1Error
-    /// or kAsn1Memory and leaves the old content.
+    /// or kAsn1Memory, as CBasicResponse::decode does, and leaves the old content.
     void decode(CBlob const& data);
 
     /// The same for a caller who goes on to decode get_response() itself: with status 0, what is inside is not looked
@@ -35,6 +35,8 @@ public:
     const char* get_responseType() const { return responseType_.c_str(); }
     /// The content of the response OCTET STRING; empty when responseBytes is absent.
     CBlob const& get_response() const { return response_; }
+    /// How many octets stood behind the OCSPResponse in what decode was given; they are not looked at.
+    unsigned long get_trailingSize() const { return trailingSize_; }
 
 private:
     void decodeWith(CBlob const& data, std::uint16_t flags);
@@ -42,6 +44,7 @@ private:
     std::uint32_t responseStatus_ = 0;
     CStringProxy responseType_{""};
     CBlob response_;
+    unsigned long trailingSize_ = 0;
 };
 
 }  // namespace Orvane::PKI::OCSP

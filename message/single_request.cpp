@@ -2,6 +2,8 @@
 
 #include <utility>
 
+#include "asn1/codec.h"
+
 namespace Orvane::PKI::OCSP {
 
 CSingleRequest::CSingleRequest(CReqCert const& reqCert) : reqCert_(reqCert) {}
@@ -13,11 +15,7 @@ CSingleRequest& CSingleRequest::operator=(CSingleRequest&&) noexcept = default;
 CSingleRequest::~CSingleRequest() = default;
 
 void CSingleRequest::put_singleRequestExtensions(ASN1::CExtensions const* extensions) {
-    if (extensions == nullptr) {
-        extensions_.reset();
-    } else {
-        extensions_ = *extensions;
-    }
+    ASN1::withinFrame([&] { extensions_ = extensions == nullptr ? std::nullopt : std::optional(*extensions); });
 }
 
 }  // namespace Orvane::PKI::OCSP

@@ -92,17 +92,19 @@ inline bool readsOwnHeader(const MemberInfo& member) {
 std::size_t storageSize(const MemberInfo& member);
 
 /// Records the path and the count for the report; answers STATUS_CONSTRAINT.
-int failConstraint(ASN1CTXT* ctxt, const char* path, std::uint32_t count);
+[[nodiscard]] int failConstraint(ASN1CTXT* ctxt, const char* path, std::uint32_t count);
 
 /// The value of a primitive member at `slot`, bounds checked.
-int encodePrimitive(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType);
-int decodePrimitive(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType, int length);
+[[nodiscard]] int encodePrimitive(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType);
+[[nodiscard]] int decodePrimitive(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType,
+                                  int length);
 void copyPrimitive(ASN1CTXT* ctxt, const MemberInfo& member, const void* from, void* to);
 void freePrimitive(ASN1CTXT* ctxt, const MemberInfo& member, void* slot);
 
 /// The value of any member at `slot`, without a tag of the member's own.
-int encodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType);
-inline int decodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType, int length) {
+[[nodiscard]] int encodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType);
+[[nodiscard]] inline int decodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType,
+                                        int length) {
     return member.kind < Kind::Sequence ? decodePrimitive(ctxt, member, slot, tagType, length)
                                         : decodeValue(ctxt, *member.type, slot, tagType, length);
 }
@@ -111,48 +113,50 @@ void freeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot);
 
 /// A member of a record with its own tag, found behind its pointer or allocated for it. For decoding, a tag of its own
 /// has been read, and `length` behind it. A pointer is set once its value is decoded.
-int encodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
-int decodePointer(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1TagType tagType, int length);
-inline int decodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1TagType tagType, int length) {
+[[nodiscard]] int encodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
+[[nodiscard]] int decodePointer(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1TagType tagType,
+                                int length);
+[[nodiscard]] inline int decodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1TagType tagType,
+                                      int length) {
     return (member.flags & kPointer) != 0
                ? decodePointer(ctxt, member, record, tagType, length)
                : decodeContents(ctxt, member, &at<std::uint8_t>(record, member.offset), tagType, length);
 }
 /// A required member with a tag of its own: reads the tag, then the member.
-int decodeOwnTag(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
+[[nodiscard]] int decodeOwnTag(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
 /// std::bad_alloc when the value behind a pointer finds no memory.
 void copyMember(ASN1CTXT* ctxt, const MemberInfo& member, const void* from, void* to);
 void freeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
 
 /// Whether a value of the CHOICE can begin with this tag word.
-bool acceptsTag(const TypeInfo& choice, std::uint32_t tag);
+[[nodiscard]] bool acceptsTag(const TypeInfo& choice, std::uint32_t tag);
 /// The same for a member or alternative without a tag of its own to compare.
-bool acceptsTag(const MemberInfo& member, std::uint32_t tag);
+[[nodiscard]] bool acceptsTag(const MemberInfo& member, std::uint32_t tag);
 
 // One form each; the depth of nesting has been counted.
-int encodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
-int decodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
-int encodeSet(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
-int decodeSet(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
-int encodeChoice(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
-int decodeChoice(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
-int encodeList(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
-int decodeList(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
-int encodeArray(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
-int decodeArray(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
+[[nodiscard]] int encodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
+[[nodiscard]] int decodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
+[[nodiscard]] int encodeSet(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
+[[nodiscard]] int decodeSet(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
+[[nodiscard]] int encodeChoice(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+[[nodiscard]] int decodeChoice(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+[[nodiscard]] int encodeList(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
+[[nodiscard]] int decodeList(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
+[[nodiscard]] int encodeArray(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
+[[nodiscard]] int decodeArray(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
 
 /// Members of a SEQUENCE or SET in reverse order, extension additions first; the answer is the octets of all.
-int encodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+[[nodiscard]] int encodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
 /// A SEQUENCE or SET, the open value of a table constraint first; `tag` is written unless the caller writes another.
-int encodeRecord(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, ASN1TAG tag);
+[[nodiscard]] int encodeRecord(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, ASN1TAG tag);
 /// What an absent member leaves in the record.
 void setDefault(const MemberInfo& member, void* record);
 /// A record as decoding begins: no member present, open values empty.
 void clearRecord(const TypeInfo& type, void* record);
 
 /// encodeTable and decodeTable with the buffer saved and restored.
-int encodeTableAside(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
-int decodeTableAside(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+[[nodiscard]] int encodeTableAside(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+[[nodiscard]] int decodeTableAside(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
 /// The decoded part of open values; their raw octets are copied and freed as members.
 void copyTable(ASN1CTXT* ctxt, const TypeInfo& type, const void* from, void* to);
 /// Before the members: frees decoded values, and makes the raw octets safe to be freed.

@@ -35,9 +35,9 @@ using GeneralizedTimeBase = ASN1CGeneralizedTime;
 using UtcTimeBase = ASN1CUTCTime;
 
 /// setMsgBuf, init, encode: answers the octets written or a negative status.
-int encodeTo(ASN1CType& control, ASN1MessageBufferIF& buffer, const TypeInfo& type, void* value);
+[[nodiscard]] int encodeTo(ASN1CType& control, ASN1MessageBufferIF& buffer, const TypeInfo& type, void* value);
 /// setMsgBuf, init, decode: answers a status.
-int decodeFrom(ASN1CType& control, ASN1MessageBufferIF& buffer, const TypeInfo& type, void* value);
+[[nodiscard]] int decodeFrom(ASN1CType& control, ASN1MessageBufferIF& buffer, const TypeInfo& type, void* value);
 /// Deep copy into a zeroed record from the heap of the context; null when there is no memory.
 void* copyToHeap(ASN1CType& control, const TypeInfo& type, const void* value);
 
@@ -78,8 +78,10 @@ public:
         return copy.release();
     }
 
-    int EncodeTo(ASN1MessageBufferIF& buffer) override { return encodeTo(*this, buffer, type, &msgData); }
-    int DecodeFrom(ASN1MessageBufferIF& buffer) override { return decodeFrom(*this, buffer, type, &msgData); }
+    [[nodiscard]] int EncodeTo(ASN1MessageBufferIF& buffer) override { return encodeTo(*this, buffer, type, &msgData); }
+    [[nodiscard]] int DecodeFrom(ASN1MessageBufferIF& buffer) override {
+        return decodeFrom(*this, buffer, type, &msgData);
+    }
 
 private:
     Control(Control& original, Record* copy)

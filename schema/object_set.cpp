@@ -16,7 +16,12 @@ void* constructValue(ASN1CTXT* ctxt, std::size_t size) {
 
 int decodeObject(ASN1CTXT* ctxt, const TypeInfo& type, Asn1TObject& object) {
     object.decoded = constructValue(ctxt, type.size);
-    return decodeValue(ctxt, type, object.decoded, TAG_EXPLICIT, 0);
+    const int status = decodeValue(ctxt, type, object.decoded, TAG_EXPLICIT, 0);
+    if (status == STATUS_TOO_BIG && type.rawIfTooBig) {
+        object.decoded = nullptr;
+        return rtErrReset(&ctxt->errInfo);
+    }
+    return status;
 }
 
 void copyObject(ASN1CTXT* ctxt, const TypeInfo& type, const Asn1TObject& from, Asn1TObject& to) {

@@ -18,7 +18,8 @@ namespace schema {
 
 /// A zero-filled value of `size` octets from the context's heap; std::bad_alloc when there is no memory.
 void* constructValue(ASN1CTXT* ctxt, std::size_t size);
-/// Reads a fresh value at the position of `ctxt` and stores it in `object.decoded`, whatever the status.
+/// Reads a fresh value at the position of `ctxt` and stores it in `object.decoded`, whatever the status. A number that
+/// does not fit its member is no failure of a type that says so: the value is then not stored.
 int decodeObject(ASN1CTXT* ctxt, const TypeInfo& type, Asn1TObject& object);
 /// Copies `from.decoded` into a fresh value and stores that in `to.decoded`.
 void copyObject(ASN1CTXT* ctxt, const TypeInfo& type, const Asn1TObject& from, Asn1TObject& to);

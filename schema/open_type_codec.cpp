@@ -4,6 +4,7 @@
 #include <new>
 
 #include "asn1rt/copy_values.h"
+#include "asn1rt/decode_core.h"
 #include "asn1rt/encode.h"
 #include "schema/codec_steps.h"
 #include "schema/value_codec.h"
@@ -71,14 +72,35 @@ int encodeListedValue(ASN1CTXT* ctxt, const TypeInfo& type, void* object, Asn1TO
     return 0;
 }
 
+/// Whether these octets are a primitive string of one of the universal types.
+bool isString(const ASN1TOpenType& raw) {
+    constexpr std::uint32_t kStrings = 1U << kTagUtf8String | 1U << kTagNumericString | 1U << kTagPrintableString |
+                                       1U << kTagTeletexString | 1U << kTagIa5String | 1U << kTagVisibleString |
+                                       1U << kTagUniversalString | 1U << kTagBmpString;
+    return raw.numocts != 0 && raw.data[0] < 32 && (kStrings >> raw.data[0] & 1U) != 0;
+}
+
+/// Whether a value that its type did not take is carried undecoded, as one of an unknown type is.
+bool staysRaw(const TableInfo& table, const ASN1TOpenType& raw, int status) {
+    return table.anyString && (status == STATUS_TAG_MISMATCH || status == STATUS_BAD_CHOICE) && isString(raw);
+}
+
 int decodeValueAside(ASN1CTXT* ctxt, const TypeInfo& type, void* object, Asn1TObject& value) {
     value.decoded = nullptr;
     value.object = object;
     if (object == nullptr || value.encoded.numocts == 0) {
         return 0;
     }
-    const int status = xd_setp(ctxt, value.encoded.data, static_cast<int>(value.encoded.numocts), nullptr, nullptr);
-    return status != 0 ? status : type.table->set->decode(object, ctxt, value);
+    int status = decoding::bind(ctxt, value.encoded.data, static_cast<int>(value.encoded.numocts), nullptr, nullptr);
+    if (status != 0) {
+        return status;
+    }
+    status = type.table->set->decode(object, ctxt, value);
+    if (status != 0 && staysRaw(*type.table, value.encoded, status)) {
+        value.decoded = nullptr;
+        return rtErrReset(&ctxt->errInfo);
+    }
+    return status;
 }
 
 }  // namespace

@@ -2,6 +2,7 @@
 // the schema declares.
 #include <cstring>
 
+#include "asn1rt/decode_core.h"
 #include "asn1rt/decode_strings.h"
 #include "asn1rt/decode_values.h"
 #include "asn1rt/encode_strings.h"
@@ -126,7 +127,7 @@ int decodeUnchecked(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1Ta
         case Kind::Null:
             return xd_null(ctxt, tagType);
         case Kind::ObjectId:
-            return xd_objid(ctxt, static_cast<ASN1TObjId*>(slot), tagType, length);
+            return decoding::readObjectId(ctxt, static_cast<ASN1TObjId*>(slot), tagType, length);
         case Kind::OctetString: {
             auto* value = static_cast<ASN1TDynOctStr*>(slot);
             return xd_octstr(ctxt, &value->data, &value->numocts, tagType, length);

@@ -94,6 +94,7 @@ struct TableInfo {
     std::uint32_t rawOffset;     ///< ASN1TOpenType or ASN1TDynOctStr: the octets as they stand on the wire
     std::uint32_t objectOffset;  ///< Asn1TObject; unused when `isList`
     bool isList = false;         ///< `rawOffset` is a list of Asn1TObject (the values of an Attribute)
+    bool anyString = false;      ///< a string of another type than the set gives is no failure and stays undecoded
 };
 
 /// A type. `members` points to the member table, to the alternatives of a CHOICE, to the one element of a SEQUENCE OF,
@@ -102,6 +103,7 @@ struct TypeInfo {
     Kind kind;                         ///< Sequence to Array, or the kind of the primitive that is aliased
     bool extensible = false;           ///< has an extension marker behind the last root member
     bool bounded = false;              ///< SIZE constraint of a list: `lower` and `upper` are checked
+    bool rawIfTooBig = false;          ///< an open value of this type stays undecoded on STATUS_TOO_BIG
     std::uint16_t numMembers = 0;      ///
     std::uint16_t numRequired = 0;     ///< members that are neither OPTIONAL nor DEFAULT
     std::uint32_t size = 0;            ///< sizeof the record

@@ -112,6 +112,9 @@ int decodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record, int length
 void setDefault(const MemberInfo& member, void* record) {
     if ((member.flags & (kDefaultFalse | kDefaultTrue)) != 0) {
         at<std::uint8_t>(record, member.offset) = (member.flags & kDefaultTrue) != 0 ? 1 : 0;
+    } else if (member.kind == Kind::Unsigned && (member.flags & kOptional) != 0) {
+        // An absent version is 0, v1, also in a record that held another one before.
+        at<std::uint32_t>(record, member.offset) = 0;
     }
 }
 

@@ -13,11 +13,11 @@ namespace schema {
 
 /// Writes the value in front of what the buffer holds; the answer is the number of octets, or negative. A CHOICE
 /// ignores `tagType`. std::bad_alloc when no memory is left for sorting a SET OF.
-int encodeValue(ASN1CTXT* ctxt, const TypeInfo& type, void* value, ASN1TagType tagType);
+[[nodiscard]] int encodeValue(ASN1CTXT* ctxt, const TypeInfo& type, void* value, ASN1TagType tagType);
 
 /// Reads the value at the current position. With TAG_IMPLICIT, `length` is the length that the caller has read. Types
 /// nested more than 64 deep give STATUS_BAD_VALUE.
-int decodeValue(ASN1CTXT* ctxt, const TypeInfo& type, void* value, ASN1TagType tagType, int length);
+[[nodiscard]] int decodeValue(ASN1CTXT* ctxt, const TypeInfo& type, void* value, ASN1TagType tagType, int length);
 
 /// Copies into the type heap of `ctxt`; nothing when both are the same value. Members that find no memory are left
 /// empty; std::bad_alloc when the alternative of a CHOICE or a typed open value finds none.
@@ -29,10 +29,10 @@ void freeValue(ASN1CTXT* ctxt, const TypeInfo& type, void* value);
 
 /// Writes the decoded form of the open values of a type with a table constraint into its raw octets. The buffer of
 /// `ctxt` is rebound on the way and left so; encodeValue saves and restores it.
-int encodeTable(ASN1CTXT* ctxt, const TypeInfo& type, void* value);
+[[nodiscard]] int encodeTable(ASN1CTXT* ctxt, const TypeInfo& type, void* value);
 
 /// Reads the raw octets of the open values into their decoded form where the key is known; 0 where it is not. The
 /// buffer of `ctxt` is rebound likewise.
-int decodeTable(ASN1CTXT* ctxt, const TypeInfo& type, void* value);
+[[nodiscard]] int decodeTable(ASN1CTXT* ctxt, const TypeInfo& type, void* value);
 
 }  // namespace schema

@@ -144,6 +144,8 @@ void copyValue(ASN1CTXT* ctxt, const TypeInfo& type, const void* from, void* to)
     if (from == to) {
         return;
     }
+    // A copy has no status to tell that a limit on decoding was met.
+    rtMemHeapRemoveLimit(&ctxt->pTypeMemHeap);
     switch (type.kind) {
         case Kind::Sequence:
         case Kind::Set:

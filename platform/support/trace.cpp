@@ -117,18 +117,43 @@ std::string formatted(const char* format, va_list arguments) {
     return text;
 }
 
-// Texts from the network are shown, so nothing that steers a terminal may pass: C0 and C1 controls and DEL.
+// The UTF-8 character at `at`, of two or three octets; 0 for any other.
+unsigned int characterAt(const std::string& text, size_t at) {
+    const auto octet = [&](size_t i) { return at + i < text.size() ? static_cast<unsigned char>(text[at + i]) : 0U; };
+    const auto follows = [&](size_t i) { return (octet(i) & 0xC0U) == 0x80; };
+    if ((octet(0) & 0xE0U) == 0xC0 && follows(1)) {
+        return (octet(0) & 0x1FU) << 6 | (octet(1) & 0x3FU);
+    }
+    if ((octet(0) & 0xF0U) == 0xE0 && follows(1) && follows(2)) {
+        return (octet(0) & 0x0FU) << 12 | (octet(1) & 0x3FU) << 6 | (octet(2) & 0x3FU);
+    }
+    return 0;
+}
+
+// C1 controls, line and paragraph separators, and characters that are invisible or change the direction of writing.
+bool isHidden(unsigned int character) {
+    return (character >= 0x80 && character < 0xA0) || character == 0x00AD || character == 0x061C ||
+           character == 0x180E || (character >= 0x200B && character <= 0x200F) ||
+           (character >= 0x2028 && character <= 0x202E) || (character >= 0x2060 && character <= 0x206F) ||
+           character == 0xFEFF;
+}
+
+// Texts from the network are shown, so nothing that steers a terminal or misleads a reader may pass.
 std::string visible(const std::string& text) {
     std::string shown;
     shown.reserve(text.size());
     for (size_t i = 0; i < text.size(); ++i) {
         unsigned char const c = static_cast<unsigned char>(text[i]);
-        unsigned char const following = i + 1 < text.size() ? static_cast<unsigned char>(text[i + 1]) : 0;
-        if (c < 0x20 || c == 0x7F || (c == 0xC2 && following >= 0x80 && following < 0xA0)) {
-            std::array<char, 8> escaped{};
-            snprintf(escaped.data(), escaped.size(), "\\x%02X", c == 0xC2 ? following : c);
+        unsigned int const character = characterAt(text, i);
+        std::array<char, 16> escaped{};
+        if (c < 0x20 || c == 0x7F) {
+            snprintf(escaped.data(), escaped.size(), "\\x%02X", c);
+        } else if (character != 0 && isHidden(character)) {
+            snprintf(escaped.data(), escaped.size(), character < 0x100 ? "\\x%02X" : "\\u{%04X}", character);
+            i += (c & 0xE0U) == 0xC0 ? 1 : 2;
+        }
+        if (escaped[0] != '\0') {
             shown += escaped.data();
-            i += c == 0xC2 ? 1 : 0;
         } else {
             shown += text[i];
         }

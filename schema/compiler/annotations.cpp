@@ -8,7 +8,7 @@
 namespace schemac {
 namespace {
 
-enum class Word { Open, Array, Big, Below, Name, Control, Key, LeftOut, Local };
+enum class Word { Open, Array, Big, AnyString, RawIfTooBig, Below, Name, Control, Key, LeftOut, Local };
 
 struct WordRule {
     std::string_view text;
@@ -30,6 +30,8 @@ constexpr WordRule kRules[] = {
     {"open", 0, Word::Open, at({Place::Type, Place::Member})},
     {"array", 0, Word::Array, at({Place::Type, Place::Member})},
     {"big", 0, Word::Big, at({Place::Type, Place::Member})},
+    {"any-string", 0, Word::AnyString, at({Place::Type})},
+    {"raw-if-too-big", 0, Word::RawIfTooBig, at({Place::Type})},
     {"below", 1, Word::Below, at({Place::Type})},
     {"name", 1, Word::Name, at({Place::Type, Place::Member, Place::Value, Place::Object, Place::Other})},
     {"control", 1, Word::Control, at({Place::Type})},
@@ -72,6 +74,12 @@ void apply(Word word, const Annotation& annotation, AnnotationSet& set, Diagnost
             break;
         case Word::Big:
             set.isBig = true;
+            break;
+        case Word::AnyString:
+            set.takesAnyString = true;
+            break;
+        case Word::RawIfTooBig:
+            set.isRawIfTooBig = true;
             break;
         case Word::Below:
             takeNumber(annotation.arguments[0], set.below, diagnostics);

@@ -16,6 +16,8 @@ struct AnnotationSet {
     bool isOpen = false;
     bool isArray = false;
     bool isBig = false;
+    bool takesAnyString = false;
+    bool isRawIfTooBig = false;
     bool isLeftOut = false;
     bool isLocal = false;
     std::optional<std::int64_t> below;

@@ -227,6 +227,9 @@ void checkDefault(const Member& member, Diagnostics& diagnostics) {
 
 // With a table constraint, the key is what tells the type.
 void checkTable(const Type& type, Diagnostics& diagnostics) {
+    if (type.takesAnyString && (!type.table || type.table->form == TableForm::InOctetString)) {
+        diagnostics.error(type.span, quoted(type.name) + " has no open value that could be any string");
+    }
     if (!type.table) {
         return;
     }
@@ -253,6 +256,9 @@ void checkElement(const Type& type, Diagnostics& diagnostics) {
 }
 
 void checkType(const Type& type, Diagnostics& diagnostics) {
+    if (type.isRawIfTooBig && type.use.kind != Kind::Sequence && type.use.kind != Kind::Set) {
+        diagnostics.error(type.span, quoted(type.name) + " is no record whose numbers could be too big");
+    }
     checkAlias(type, diagnostics);
     checkBounds(type.use, diagnostics);
     checkTagDepth(type.use, diagnostics);

@@ -206,9 +206,9 @@ private:
         const std::string& name = type.functionName;
         const std::string record = "ASN1T_" + type.name;
         const std::string& info = type.typeInfo;
-        out_.line("inline int asn1E_" + name + "(ASN1CTXT* ctxt, " + record +
+        out_.line("[[nodiscard]] inline int asn1E_" + name + "(ASN1CTXT* ctxt, " + record +
                   "* value, ASN1TagType tagType) { return schema::encodeValue(ctxt, " + info + ", value, tagType); }");
-        out_.line("inline int asn1D_" + name + "(ASN1CTXT* ctxt, " + record +
+        out_.line("[[nodiscard]] inline int asn1D_" + name + "(ASN1CTXT* ctxt, " + record +
                   "* value, ASN1TagType tagType, int length) { return schema::decodeValue(ctxt, " + info +
                   ", value, tagType, length); }");
         out_.line("inline void asn1Copy_" + name + "(ASN1CTXT* ctxt, const " + record + "* source, " + record +
@@ -216,9 +216,9 @@ private:
         out_.line("inline void asn1Free_" + name + "(ASN1CTXT* ctxt, " + record +
                   "* value) { schema::freeValue(ctxt, " + info + ", value); }");
         if (type.table) {
-            out_.line("inline int asn1ETC_" + name + "(ASN1CTXT* ctxt, " + record +
+            out_.line("[[nodiscard]] inline int asn1ETC_" + name + "(ASN1CTXT* ctxt, " + record +
                       "* value) { return schema::encodeTable(ctxt, " + type.shape + ", value); }");
-            out_.line("inline int asn1DTC_" + name + "(ASN1CTXT* ctxt, " + record +
+            out_.line("[[nodiscard]] inline int asn1DTC_" + name + "(ASN1CTXT* ctxt, " + record +
                       "* value) { return schema::decodeTable(ctxt, " + type.shape + ", value); }");
         }
     }

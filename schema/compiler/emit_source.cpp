@@ -141,6 +141,9 @@ private:
         if (table.objectMember.empty()) {
             info.add("isList", "true");
         }
+        if (table.anyString) {
+            info.add("anyString", "true");
+        }
         out_.line("static constexpr TableInfo kTable_" + type.name + " = " + info.text() + ";");
     }
 
@@ -163,6 +166,9 @@ private:
         }
         if (type.lower || type.upper) {
             info.add("bounded", "true");
+        }
+        if (type.type->isRawIfTooBig) {
+            info.add("rawIfTooBig", "true");
         }
         if (!type.members.empty()) {
             info.add("numMembers", std::to_string(type.members.size()));

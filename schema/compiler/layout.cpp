@@ -299,6 +299,7 @@ private:
         result.className = table.set->objectClass->cppName;
         result.keyMember = type.members[table.keyMember].cppName;
         result.rawMember = type.members[table.valueMember].cppName;
+        result.anyString = type.takesAnyString;
         if (table.form != TableForm::ListOfElements) {
             result.objectMember = result.rawMember + "Object";
         }

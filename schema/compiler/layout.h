@@ -46,6 +46,7 @@ struct TableLayout {
     std::string keyMember;
     std::string rawMember;
     std::string objectMember;  // empty for a list
+    bool anyString = false;
 };
 
 struct TypeLayout {

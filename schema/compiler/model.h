@@ -135,6 +135,8 @@ struct Type {
     std::optional<std::int64_t> below;  // Enumerated: every value under this one passes
     std::string control;                // base of the control class, when the schema names it
     std::optional<TypeTable> table;
+    bool takesAnyString = false;  // an open value of the table may be a string of another type, and stays raw then
+    bool isRawIfTooBig = false;   // as an open value, it stays raw when a number does not fit its member
 };
 
 using Arcs = std::vector<std::uint32_t>;

@@ -89,6 +89,8 @@ void Resolver::define(Type& type, const TypeNode& node, const Place& place, cons
     if (annotations.below && type.use.kind != Kind::Enumerated) {
         diagnostics_.error(annotations.span, "only an ENUMERATED has values below a number");
     }
+    type.takesAnyString = annotations.takesAnyString;
+    type.isRawIfTooBig = annotations.isRawIfTooBig;
     type.isArray = annotations.isArray;
     type.below = annotations.below;
 }

@@ -23,9 +23,10 @@ std::string bitsOf(const ASN1CBitStr& string) {
 struct Bits {
     explicit Bits(const std::string& bits) : string(std::uint32_t{0}) {
         for (std::uint32_t i = 0; i < bits.size(); ++i) {
-            string.set(i);
-            if (bits[i] == '0')
-                string.clear(i);
+            EXPECT_EQ(string.set(i), 0);
+            if (bits[i] == '0') {
+                EXPECT_EQ(string.clear(i), 0);
+            }
         }
     }
     ASN1CBitStr string;
@@ -149,6 +150,29 @@ TEST(BitStringControl, OperandsCombineAndTheSizeIsRecounted) {
     EXPECT_EQ(bits.string.doOr(static_cast<ASN1TDynBitStr>(bits.string).data, 1), STATUS_BAD_ARGUMENT);
     EXPECT_EQ(bits.string.doAnd(operand, 0), 0);
     EXPECT_EQ(bits.string.size(), 0U);
+}
+
+// Growing moves the octets and frees where they were, and the string has no bits behind its end.
+TEST(BitStringControl, AnOperandMayLieInsideTheString) {
+    struct Row {
+        int (ASN1CBitStr::*operation)(const std::uint8_t*, std::uint32_t);
+        std::string after;
+    };
+    const Row rows[] = {{&ASN1CBitStr::doOr, "11111111111111001111"},
+                        {&ASN1CBitStr::doXor, "00110011001111001111"},
+                        {&ASN1CBitStr::doAnd, "1100110011"},
+                        {&ASN1CBitStr::doAndNot, "00110011000011001111"}};
+    for (const Row& row : rows) {
+        for (const std::uint32_t numbits : {20U, 200000U}) {
+            ASN1CBitStr string(std::uint32_t{0});
+            for (const std::uint32_t bit : {0U, 1U, 2U, 3U, 4U, 5U, 6U, 7U, 8U, 9U, 12U, 13U, 16U, 17U, 18U, 19U}) {
+                ASSERT_EQ(string.set(bit), 0);
+            }
+            const auto* own = static_cast<ASN1TDynBitStr>(string).data;
+            ASSERT_EQ((string.*row.operation)(own + 1, numbits), 0);
+            EXPECT_EQ(bitsOf(string), row.after) << numbits;
+        }
+    }
 }
 
 TEST(BitStringControl, ShiftsLoseWhatLeavesTheString) {

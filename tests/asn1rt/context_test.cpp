@@ -110,6 +110,9 @@ TEST(ContextTest, MemoryBufferGrowsInSegments) {
     const std::uint8_t* data = rtMemBufGetData(&buf, &length);
     EXPECT_EQ(hexOf(data, length), "0708eeee");
     EXPECT_EQ(rtMemBufAppend(&buf, octets, 0xFFFFFFFF), STATUS_NO_MEMORY);
+    ASSERT_EQ(rtMemBufAppend(&buf, buf.data + 2, 8), 0);   // its own octets
+    ASSERT_EQ(rtMemBufAppend(&buf, buf.data + 2, 16), 0);  // and those that growing moves
+    EXPECT_EQ(hexOf(buf.data + 18, 16), hexOf(buf.data + 2, 16));
     rtMemBufReset(&buf);
     rtMemBufFree(&buf);
 

@@ -2,8 +2,18 @@
 
 #include <gtest/gtest.h>
 
+#include "asn1rt/open_type.h"
 #include "tests/asn1rt/runtime_fixture.h"
 #include "tests/support/tlv.h"
+
+namespace {
+std::uint64_t numSteps = 0;
+}
+
+// Called at each basic block of what is compiled with -fsanitize-coverage=trace-pc.
+extern "C" void __sanitizer_cov_trace_pc() {  // NOLINT(bugprone-reserved-identifier): the compiler names it
+    ++numSteps;
+}
 
 namespace {
 
@@ -235,6 +245,32 @@ TEST(Decode, SkipsIndefiniteElementsOfAnyDepth) {
     // An empty element that is no end-of-contents, and a definite one that holds zeros.
     const Bytes mixed = fromHex("3080 0500 04020000 0000");
     EXPECT_EQ(xd_indeflen_ex(mixed.data(), static_cast<int>(mixed.size())), 10);
+}
+
+// Twice the depth takes twice the steps: basic blocks of decode.cpp, which is compiled to count them in this program.
+TEST(Decode, TakesTimeInProportionToTheDepth) {
+    const auto steps = [](std::size_t depth, auto read) {
+        Input in(nestedIndefinite(depth));
+        const std::uint64_t before = numSteps;
+        read(in);
+        return numSteps - before;
+    };
+    const auto isLinear = [&](auto read) {
+        const std::uint64_t once = steps(1000, read);
+        const std::uint64_t more = steps(8000, read);
+        return once > 1000 && more > 7 * once && more < 9 * once;
+    };
+    EXPECT_TRUE(isLinear([](Input& in) { EXPECT_EQ(xd_NextElement(in), 0); }));
+    EXPECT_TRUE(isLinear([](Input& in) {
+        const auto size = static_cast<int>(in->buffer.size);
+        EXPECT_EQ(xd_indeflen_ex(in->buffer.data, size), size);
+    }));
+    EXPECT_TRUE(isLinear([](Input& in) {
+        const std::uint8_t* data = nullptr;
+        std::uint32_t numocts = 0;
+        EXPECT_EQ(xd_OpenType(in, &data, &numocts), 0);
+        EXPECT_EQ(numocts, in->buffer.size);
+    }));
 }
 
 TEST(Decode, SkippingNeverWraps) {

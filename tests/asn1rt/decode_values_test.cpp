@@ -4,6 +4,7 @@
 
 #include <tuple>
 
+#include "asn1rt/decode_core.h"
 #include "asn1rt/encode_values.h"
 #include "tests/asn1rt/runtime_fixture.h"
 
@@ -153,6 +154,20 @@ TEST(DecodeValues, ObjectIdentifiers) {
         EXPECT_EQ(xd_objid(in, &oid, TAG_EXPLICIT, 0), row.status) << row.hex;
         EXPECT_EQ(std::vector<std::uint32_t>(oid.subid, oid.subid + oid.numids), row.arcs) << row.hex;
     }
+    // For records, such arcs are told from all that a known identifier has, and so are padded ones.
+    for (const char* hex : {"06022a86", "06032a8081", "06062a9080808005", "06032a8003", "060b2affffffffffffffffffff",
+                            "060b2aff80808080808080807f"}) {
+        Input in(hex);
+        ASN1OBJID oid{};
+        EXPECT_EQ(decoding::readObjectId(in, &oid, TAG_EXPLICIT, 0), 0) << hex;
+        EXPECT_EQ(std::vector<std::uint32_t>(oid.subid, oid.subid + oid.numids),
+                  (std::vector<std::uint32_t>{1, 2, decoding::kUnreadableArc}))
+            << hex;
+    }
+    Input widest("06062a8fffffff7d");
+    ASN1OBJID oid{};
+    EXPECT_EQ(decoding::readObjectId(widest, &oid, TAG_EXPLICIT, 0), 0);
+    EXPECT_EQ(oid.subid[2], 0xFFFFFFFDU);
     // 126 octets behind the first make 128 arcs; one more is too many.
     for (const int more : {126, 127}) {
         Input in(rttest::Bytes(static_cast<std::size_t>(more) + 1, 0x01));

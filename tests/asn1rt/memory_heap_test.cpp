@@ -4,6 +4,8 @@
 
 #include <cstring>
 
+#include "asn1rt/decode.h"
+#include "asn1rt/encode.h"
 #include "asn1rt/status.h"
 #include "tests/asn1rt/runtime_fixture.h"
 
@@ -92,6 +94,27 @@ TEST_F(MemoryHeapTest, FreesBlocksInAnyOrderAndTheRestAtTheEnd) {
     rtMemHeapRelease(&heap);
     EXPECT_EQ(heap, nullptr);
     rtMemHeapRelease(&heap);
+}
+
+TEST_F(MemoryHeapTest, LimitsWhatDecodingAnInputMayAllocate) {
+    constexpr std::size_t kAllowed = 5 * MEM_HEAP_DECODE_FACTOR + MEM_HEAP_DECODE_BASE;
+    const rttest::Bytes octets = rttest::fromHex("3003020105 FFFFFF");
+    ASN1CTXT ctx{};
+    ASSERT_EQ(rtInitContext(&ctx, this), 0);
+    ASSERT_EQ(xd_setp(&ctx, octets.data(), static_cast<int>(octets.size()), nullptr, nullptr), 0);
+    EXPECT_EQ(rtMemHeapAlloc(&ctx.pTypeMemHeap, kAllowed), nullptr);  // the header of the block counts
+    for (int i = 0; i < 3; ++i) {                                     // what was freed or shrunk may be used again
+        void* block = rtMemHeapAlloc(&ctx.pTypeMemHeap, kAllowed - 64);
+        ASSERT_NE(block, nullptr);
+        EXPECT_EQ(rtMemHeapAlloc(&ctx.pTypeMemHeap, 64), nullptr);
+        EXPECT_EQ(rtMemHeapRealloc(&ctx.pTypeMemHeap, block, 8), block);
+        EXPECT_EQ(rtMemHeapBlockSize(block), 8U);
+        rtMemHeapFreePtr(&ctx.pTypeMemHeap, block);
+    }
+    EXPECT_EQ(ctx.pTypeMemHeap->used, 0U);
+    ASSERT_EQ(xe_setp(&ctx, nullptr, 0), 0);  // what is encoded is the caller's own
+    EXPECT_NE(rtMemHeapAlloc(&ctx.pTypeMemHeap, kAllowed), nullptr);
+    rtFreeContext(&ctx);
 }
 
 TEST(MemoryHeap, EmptyFieldGetsAHeapOnDemand) {

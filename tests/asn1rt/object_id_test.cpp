@@ -59,6 +59,12 @@ TEST(ObjectId, EqualityNeedsTheSameCountAndClearsTheFlagOtherwise) {
     EXPECT_EQ(rtCmpOIDValue(nullptr, &three, &two, &flag), 0);
     EXPECT_EQ(flag, 0);
     EXPECT_FALSE(three == two);
+    ASN1TObjId copy;
+    EXPECT_EQ(rtCopyOID(nullptr, &three, &copy), 1);
+    EXPECT_TRUE(copy == three);
+    EXPECT_EQ(rtCopyOID(nullptr, &two, &copy), 1);  // no arc of what was there before counts
+    EXPECT_TRUE(copy == two);
+    EXPECT_EQ(rtCopyOID(nullptr, nullptr, &copy) + rtCopyOID(nullptr, &three, nullptr), 0);
     EXPECT_TRUE(three == ASN1TObjId(three));
 }
 

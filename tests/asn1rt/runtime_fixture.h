@@ -1,6 +1,8 @@
 // A live context for a test, bound to an input or an output buffer.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -17,7 +19,7 @@ using testkit::toHex;
 
 class Context {
 public:
-    Context() { rtInitContext(&record, nullptr); }
+    Context() { EXPECT_EQ(rtInitContext(&record, nullptr), 0); }
     ~Context() { rtFreeContext(&record); }
     Context(const Context&) = delete;
     Context& operator=(const Context&) = delete;
@@ -38,7 +40,7 @@ public:
         // An empty vector has no address, and without one the context would allocate.
         static const std::uint8_t kNothing = 0;
         const std::uint8_t* data = octets_.empty() ? &kNothing : octets_.data();
-        rtInitContextBuffer(&record, data, static_cast<std::uint32_t>(octets_.size()));
+        EXPECT_EQ(rtInitContextBuffer(&record, data, static_cast<std::uint32_t>(octets_.size())), 0);
     }
 
     std::uint32_t at() const { return record.buffer.byteIndex; }
@@ -50,7 +52,7 @@ private:
 /// A growing output buffer, and what has been written to it.
 class Output : public Context {
 public:
-    Output() { xe_setp(&record, nullptr, 0); }
+    Output() { EXPECT_EQ(xe_setp(&record, nullptr, 0), 0); }
 
     std::uint32_t size() const { return record.buffer.size - 1 - record.buffer.byteIndex; }
     /// Whether an answer is the number of octets that stand there now.

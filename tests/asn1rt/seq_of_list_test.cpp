@@ -64,7 +64,7 @@ TEST_F(Numbers, ArraysComeAndGo) {
 }
 
 TEST_F(Numbers, AnIteratorWalksBothWays) {
-    list.appendArray(number, 3, sizeof(int));
+    ASSERT_EQ(list.appendArray(number, 3, sizeof(int)), 0);
     ASN1CSeqOfListIterator* i = list.iterator();
     EXPECT_FALSE(i->hasPrev());
     for (const int expected : {0, 1, 2})
@@ -81,7 +81,7 @@ TEST_F(Numbers, AnIteratorWalksBothWays) {
 }
 
 TEST_F(Numbers, AnIteratorChangesTheListAndGoesOn) {
-    list.appendArray(number, 3, sizeof(int));
+    ASSERT_EQ(list.appendArray(number, 3, sizeof(int)), 0);
     ASN1CSeqOfListIterator* i = list.iterator();
     EXPECT_EQ(i->remove(), STATUS_ITERATOR_STATE);
     EXPECT_EQ(i->set(&number[5]), STATUS_ITERATOR_STATE);
@@ -100,10 +100,13 @@ TEST_F(Numbers, AnIteratorChangesTheListAndGoesOn) {
 }
 
 TEST_F(Numbers, AnIteratorRefusesAListThatChangedUnderIt) {
-    list.append(&number[0]);
+    ASSERT_EQ(list.append(&number[0]), 0);
     ASN1CSeqOfListIterator* i = list.iterator();
     i->next();
-    list.append(&number[1]);
+    EXPECT_TRUE(i->hasPrev());
+    ASSERT_EQ(list.append(&number[1]), 0);
+    EXPECT_FALSE(i->hasPrev());
+    EXPECT_FALSE(list.iteratorFromLast()->hasNext());
     EXPECT_EQ(i->next(), nullptr);
     EXPECT_EQ(i->getStatus(), STATUS_LIST_CHANGED);
     EXPECT_EQ(i->prev(), nullptr);

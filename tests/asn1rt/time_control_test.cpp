@@ -82,10 +82,10 @@ TEST(TimeControl, NothingIsSetWithoutText) {
 
 TEST(TimeControl, TheTextAppearsWithTheLastFieldItNeeds) {
     Generalized zulu("", true);
-    zulu.control.setUTC(true);
-    zulu.control.setYear(2024);
-    zulu.control.setMonth(2);
-    zulu.control.setDay(29);
+    EXPECT_EQ(zulu.control.setUTC(true), 0);
+    EXPECT_EQ(zulu.control.setYear(2024), 0);
+    EXPECT_EQ(zulu.control.setMonth(2), 0);
+    EXPECT_EQ(zulu.control.setDay(29), 0);
     EXPECT_STREQ(zulu.text, "");
     EXPECT_EQ(zulu.control.setHour(0), 0);
     EXPECT_STREQ(zulu.text, "20240229000000Z");
@@ -93,9 +93,9 @@ TEST(TimeControl, TheTextAppearsWithTheLastFieldItNeeds) {
 
     const char* loose = nullptr;
     ASN1CUTCTime utc(loose);
-    utc.setYear(49);
-    utc.setMonth(12);
-    utc.setDay(31);
+    EXPECT_EQ(utc.setYear(49), 0);
+    EXPECT_EQ(utc.setMonth(12), 0);
+    EXPECT_EQ(utc.setDay(31), 0);
     EXPECT_EQ(utc.setHour(23), 0);
     EXPECT_STREQ(loose, "4912312300Z");
     EXPECT_EQ(utc.setSecond(7), 0);

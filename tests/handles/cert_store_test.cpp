@@ -64,6 +64,7 @@ TEST(CertStore, AttachedStoresGetAReferenceOfTheirOwn) {
         .WillOnce(failing(nullptr, ERROR_SUCCESS))
         .WillOnce(Return(store(2)));
     EXPECT_THAT(target.AttachWeak(store(1)), IsStatus(status::kCryptNotFound));
+    EXPECT_THAT(target.AttachWeak(nullptr), IsStatus(status::kInvalidArgument));  // and not the error before
     EXPECT_THAT(target.AttachWeak(store(1)), IsStatus(status::kFail));
     EXPECT_THAT(target.AttachWeak(store(1)), IsStatus(status::kOk));
     EXPECT_EQ(target.get(), store(2));

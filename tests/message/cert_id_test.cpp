@@ -68,6 +68,19 @@ TEST(CertId, TellsIdentifiersApartByHashesAndSerialNumberNotByTheAlgorithm) {
     EXPECT_FALSE(namesSameCertificate(id, testkit::identifierOf(pki.good, pki.sameNameCa)));
     other.put_issuerNameHash(CBlob());
     EXPECT_FALSE(namesSameCertificate(id, other));
+    // Neither a beginning nor a continuation is the same number or hash.
+    const auto with = [&](const Bytes& serial, const Bytes& keyHash) {
+        CCertID made = id;
+        made.put_serialNumber(ASN1::CBigInteger(serial.data(), serial.size()));
+        made.put_issuerKeyHash(testkit::blob(keyHash));
+        return made;
+    };
+    const Bytes hash(20, 7);
+    EXPECT_FALSE(namesSameCertificate(with({10}, hash), with({0x03, 0xE9}, hash)));
+    EXPECT_FALSE(namesSameCertificate(with({10}, hash), with({10, 1}, hash)));
+    EXPECT_FALSE(namesSameCertificate(with({10}, hash), with({10}, Bytes(19, 7))));
+    EXPECT_FALSE(namesSameCertificate(with({10}, hash), with({10}, Bytes(32, 7))));
+    EXPECT_TRUE(namesSameCertificate(with({10}, hash), with({0, 10}, hash)));  // the same number, padded
 }
 
 }  // namespace

@@ -147,8 +147,7 @@ TEST(RequestMessage, RefusesMalformedBytesAndKeepsItsContent) {
         {0x30, 0x00},
         expectedRequest({}, tlv::sequence({tlv::sequence({tlv::context(2, tlv::null())})}), {}),  // no such ReqCert
         expectedRequest(tlv::context(0, tlv::octetString({})), tlv::sequence({request}), {}),
-        expectedRequest({}, tlv::sequence({request}), tlv::context(2, tlv::sequence({}))),  // an empty Extensions
-        tlv::sequence({tlv::sequence({tlv::sequence({request})}), tlv::null()}),            // an element too many
+        tlv::sequence({tlv::sequence({tlv::sequence({request})}), tlv::null()}),  // an element too many
         // Wrappers that end before what they wrap.
         tlv::sequence({tlv::sequence({tlv::sequence({request})}), tlv::context(0, {}),
                        tlv::sequence({algorithm, tlv::bitString({0x01}), tlv::context(0, tlv::sequence({cert}))})}),
@@ -165,6 +164,8 @@ TEST(RequestMessage, RefusesMalformedBytesAndKeepsItsContent) {
         EXPECT_EQ(testkit::bytes(message.encode()), good);
         EXPECT_EQ(message.get_requestList().size(), 1U);
     }
+    message.decode(testkit::blob(expectedRequest({}, tlv::sequence({request}), tlv::context(2, tlv::sequence({})))));
+    EXPECT_THAT(message.get_requestExtensions(), testing::Pointee(testing::IsEmpty()));
     message.decode(testkit::blob(testkit::concat({good, {0xDE, 0xAD}})));  // what lies behind is not part of it
     EXPECT_EQ(testkit::bytes(message.encode()), good);
 }

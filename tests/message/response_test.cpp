@@ -151,10 +151,10 @@ TEST(BasicResponse, VerifiesWithTheSignersKeyAlone) {
         EXPECT_FALSE(decoded(spec).verify(testkit::blob(spec.signer.certificate))) << row.hash;
     }
     const CBasicResponse response = decoded(bareSpec());
-    EXPECT_THROW(response.verify(CBlob()), ATL::CAtlException);
+    EXPECT_THROW(static_cast<void>(response.verify(CBlob())), ATL::CAtlException);
     ResponseSpec spec = bareSpec();
     spec.signatureAlgorithm = tlv::sequence({tlv::oid("1.2.3.4")});
-    EXPECT_THROW(decoded(spec).verify(testkit::blob(spec.signer.certificate)), ATL::CAtlException);
+    EXPECT_THROW(static_cast<void>(decoded(spec).verify(testkit::blob(spec.signer.certificate))), ATL::CAtlException);
 }
 
 TEST(BasicResponse, LeavesTrailingBytesOutAndKeepsItsContentOnFailure) {
@@ -162,6 +162,11 @@ TEST(BasicResponse, LeavesTrailingBytesOutAndKeepsItsContentOnFailure) {
     spec.trailing = {0x00, 0x00, 0xFF};
     CBasicResponse response = decoded(spec);
     EXPECT_TRUE(response.verify(testkit::blob(spec.signer.certificate)));
+    EXPECT_EQ(response.get_trailingSize(), 3U);
+    EXPECT_EQ(response.get_version(), 0U);
+    spec.version = 1;
+    EXPECT_EQ(decoded(spec).get_version(), 1U);
+    spec.version.reset();
 
     spec.trailing.clear();
     const Bytes good = testkit::buildResponse(spec);
@@ -200,6 +205,77 @@ TEST(BasicResponse, FindsTheResponderBehindAVersionWhateverItsForm) {
     EXPECT_EQ(testkit::bytes(decoded(spec).get_responderID().get_value()), spec.signer.subject());
 }
 
+TEST(BasicResponse, TakesTimesInUtcThatExist) {
+    struct Row {
+        std::string time;
+        bool isRead;
+    };
+    const Row rows[] = {
+        {"20240229235959Z", true},
+        {"20240229235959.25Z", true},
+        {"202402292359Z", true},
+        {"20260101120000+1200", false},
+        {"20260101120000-0000", false},
+        {"20260101120000", false},
+        {"20260101120000z", false},
+        {std::string("20260101120000Z\0", 16), false},
+        {"20250229000000Z", false},
+        {"20240230000000Z", false},
+        {"20260101240000Z", false},
+        {"20260101006000Z", false},
+        {"20260101000060Z", false},
+        {"20260001000000Z", false},
+        {"16001231235959Z", false},
+        {"+2026101000000Z", false},
+        {"Z", false},
+    };
+    std::string ResponseSpec::*const producedAt = &ResponseSpec::producedAt;
+    for (const Row& row : rows) {
+        EntrySpec revoked(bareSpec().entries[0].id, EntryStatus::kRevoked);
+        std::vector<ResponseSpec> specs(4, bareSpec());
+        specs[0].*producedAt = row.time;
+        specs[1].entries[0].thisUpdate = row.time;
+        specs[2].entries[0].nextUpdate = row.time;
+        revoked.revocationTime = row.time;
+        specs[3].entries[0] = revoked;
+        for (const ResponseSpec& spec : specs) {
+            EXPECT_THAT(thrownStatus([&] { decoded(spec); }), IsStatus(row.isRead ? status::kOk : status::kAsn1Error))
+                << row.time;
+        }
+        const Bytes time = tlv::raw(0x18, Bytes(row.time.begin(), row.time.end()));
+        EXPECT_EQ(thrownStatus([&] { CExtArchiveCutoff{testkit::blob(time)}; }) == status::kOk, row.isRead) << row.time;
+        const CBlob crlId = testkit::blob(tlv::sequence({tlv::context(2, time)}));
+        EXPECT_EQ(thrownStatus([&] { CExtCrlID{crlId}; }) == status::kOk, row.isRead) << row.time;
+    }
+    ResponseSpec spec = bareSpec();
+    spec.producedAt = "20240229235959.25Z";
+    EXPECT_EQ(decoded(spec).get_producedAt(), CDateTime("20240229235959.25Z"));
+}
+
+TEST(BasicResponse, TakesWhatOthersWriteLoosely) {
+    ResponseSpec spec = bareSpec();
+    spec.entries[0].raw = tlv::sequence({spec.entries[0].id.encode(), tlv::contextPrimitive(0, {}),
+                                         tlv::generalizedTime("20260101000000Z"), tlv::context(1, tlv::sequence({}))});
+    // A CRL number of 20 octets, an identifier that wraps to the nonce's, and a hash that nobody knows.
+    EntrySpec loose(spec.entries[0].id);
+    loose.id.hashOid = "1.2.3.4";
+    const Bytes crlId = tlv::sequence({tlv::context(0, tlv::ia5String(std::string("http://a\0b", 10))),
+                                       tlv::context(1, tlv::integer(Bytes(20, 0x11)))});
+    loose.extensions.push_back({kOidCrlReference, false, crlId});
+    loose.extensions.push_back({"1.3.6.1.5.5.7.48.1.4294967298", false, {1}});
+    spec.entries.push_back(loose);
+    const CBasicResponse response = decoded(spec);
+    EXPECT_THAT(response.get_responses().front().get_singleExtensions(), testing::Pointee(testing::IsEmpty()));
+    const CSingleResponse& last = response.get_responses().back();
+    EXPECT_STREQ(last.get_reqCert().get_certID()->get_hashAlgorithm().get_algorithm(), "1.2.3.4");
+    ASSERT_THAT(last.get_singleExtensions(), testing::Pointee(testing::SizeIs(2)));
+    EXPECT_EQ(last.get_singleExtensions()->find(kOidNonce), last.get_singleExtensions()->end());
+    const CExtCrlID reference(last.get_singleExtensions()->front().get_extnValue());
+    EXPECT_EQ(reference.get_crlNum(), nullptr);
+    EXPECT_STREQ(reference.get_crlUrl(), "http://a%00b");
+    EXPECT_EQ(testkit::bytes(reference.get_value()), crlId);
+}
+
 TEST(BasicResponse, CarriesEntriesThatNameTheirCertificateInAnotherWay) {
     ResponseSpec spec = bareSpec();
     const Bytes alternative = tlv::context(0, tlv::context(0, Pki::shared().good.certificate));
@@ -219,6 +295,7 @@ TEST(ResponseMessage, ShowsStatusTypeAndContent) {
     CResponseMessage message;
     message.decode(testkit::blob(testkit::buildResponse(spec)));
     EXPECT_EQ(message.get_responseStatus(), 0U);
+    EXPECT_EQ(message.get_trailingSize(), 2U);
     EXPECT_STREQ(message.get_responseType(), testkit::kBasicResponseOid);
     CBasicResponse basic;
     basic.decode(message.get_response());

@@ -61,14 +61,16 @@ TEST(Trace, WritesOneLineWithItsPlaceAndNothingThatSteersATerminal) {
     ASSERT_NE(support_print_is(trace.get(), 8), 0);
     SetLastError(4711);
     support_dprint_print_(trace.get(), "HTTP STATUS: %lu\n", "", 42, "SendOCSPRequest", 200UL);
-    support_dprint_print_(trace.get(), "to \"%s\"", "", 7, "Send", "a\x1B[31m\n\xC2\x9B\x7F\xC3\xA9");
+    support_dprint_print_(trace.get(), "to \"%s\"", "", 7, "Send",
+                          "a\x1B[31m\n\xC2\x9B\x7F\xC3\xA9\xE2\x80\xAE\xE2\x82\xAC");
     EXPECT_EQ(GetLastError(), 4711U);
     std::vector<std::string> const lines = linesOf(file);
     ASSERT_EQ(lines.size(), 2U);
     EXPECT_THAT(lines[0],
                 testing::MatchesRegex("[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}[.][0-9]{3}Z [0-9]+ "
                                       "ocsp SendOCSPRequest:42 HTTP STATUS: 200"));
-    EXPECT_NE(lines[1].find("to \"a\\x1B[31m\\x0A\\x9B\\x7F\xC3\xA9\""), std::string::npos) << lines[1];
+    EXPECT_NE(lines[1].find("to \"a\\x1B[31m\\x0A\\x9B\\x7F\xC3\xA9\\u{202E}\xE2\x82\xAC\""), std::string::npos)
+        << lines[1];
 }
 
 TEST(Trace, ShowsNoPasswordOfAnAddress) {

@@ -148,6 +148,10 @@ TEST_F(Certificates, ChoicesAndAttributesFollowTheirRules) {
         {"country as a number", tlv::integer(1), "2.5.4.6", STATUS_BAD_CHOICE},
         {"unstructured name, plain alternative", tlv::ia5String("x"), "1.2.840.113549.1.9.2", 0},
         {"unknown type", tlv::integer(1), "2.5.4.5", 0},
+        {"common name in a string type of its own", tlv::ia5String("x"), "2.5.4.3", 0},
+        {"postal address as one string", tlv::utf8String("Main Street 1"), "2.5.4.16", 0},
+        {"postal address as a number", tlv::integer(1), "2.5.4.16", STATUS_TAG_MISMATCH},
+        {"string, constructed", fromHex("2C 03 0C 01 78"), "2.5.4.16", STATUS_TAG_MISMATCH},
     };
     for (const auto& row : rows) {
         const Bytes input = tlv::sequence({tlv::oid(row.type), row.value});

@@ -76,7 +76,7 @@ std::vector<fs::path> cases() {
 // module shows them all.
 std::string withoutFrames(const std::string& text) {
     static const auto kIsFrame = testing::Matches(testing::MatchesRegex(
-        R"((inline \w+ asn1(E|D|Copy|Free)_.*|    (explicit )?~?ASN1T_.*|ASN1T_\w+::ASN1T_.*)"
+        R"(((\[\[nodiscard\]\] )?inline \w+ asn1(E|D|Copy|Free)_.*|    (explicit )?~?ASN1T_.*|ASN1T_\w+::ASN1T_.*)"
         R"(|(struct ASN1T_\w+; class ASN1C_\w+; )?extern const schema::TypeInfo kType_\w+;)"
         R"(|namespace asn1data \{|\}  // namespace asn1data|using namespace schema;)"
         R"(|#pragma .*|#include (<cstddef>|"schema/(control|object_set|generated/identifiers)\.h"))"

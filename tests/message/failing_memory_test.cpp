@@ -1,0 +1,125 @@
+// Each allocation of a call fails once: what leaves the call is the library's exception, and the object is as it was.
+#include <gmock/gmock.h>
+
+#include <cstdlib>
+#include <functional>
+#include <new>
+
+#include "asn1rt/memory_heap.h"
+#include "message/basic_response.h"
+#include "message/extensions.h"
+#include "message/response_message.h"
+#include "tests/message/message_fixture.h"
+#include "tests/support/status_matcher.h"
+#include "tests/support/tlv.h"
+
+namespace {
+long numLeft = -1;  // allocations that succeed before one fails; below 0, all do
+
+bool isGranted() {
+    return numLeft < 0 || numLeft-- != 0;
+}
+}  // namespace
+
+void* operator new(std::size_t size) {
+    void* const block = isGranted() ? std::malloc(size == 0 ? 1 : size) : nullptr;
+    return block != nullptr ? block : throw std::bad_alloc();
+}
+void operator delete(void* block) noexcept {
+    std::free(block);
+}
+void operator delete(void* block, std::size_t) noexcept {
+    std::free(block);
+}
+
+namespace {
+
+using namespace Orvane;
+using namespace Orvane::PKI::OCSP;
+using testkit::Bytes;
+using testkit::Pki;
+namespace tlv = testkit::tlv;
+
+class FailingMemory : public testing::Test {
+protected:
+    void SetUp() override {
+        g_malloc_func = [](void* user, std::size_t size) {
+            return isGranted() ? rtDefaultMalloc(user, size) : nullptr;
+        };
+    }
+    void TearDown() override {
+        numLeft = -1;
+        g_malloc_func = rtDefaultMalloc;
+    }
+
+    static void sweep(const char* name, const std::function<void()>& call) {
+        for (long allowed = 0; allowed < 100000; ++allowed) {
+            std::int32_t thrown = 0;
+            bool isForeign = false;
+            numLeft = allowed;
+            try {
+                call();
+            } catch (const ATL::CAtlException& exception) {
+                thrown = exception.status();
+            } catch (...) {
+                isForeign = true;
+            }
+            const bool hasFailed = numLeft < 0;
+            numLeft = -1;
+            ASSERT_FALSE(isForeign) << name << ", allocation " << allowed;
+            if (!hasFailed) {
+                ASSERT_EQ(thrown, 0) << name;
+                return;
+            }
+            ASSERT_TRUE(thrown == status::kAsn1Memory || thrown == status::kOutOfMemory)
+                << name << ", allocation " << allowed << ": " << testkit::statusName(thrown);
+        }
+        FAIL() << name << " never ends";
+    }
+};
+
+TEST_F(FailingMemory, LeavesAsTheOneException) {
+    const Pki& pki = Pki::shared();
+    testkit::ResponseSpec spec(pki.delegate);
+    spec.entries.emplace_back(testkit::certIdOf(pki.good, pki.ca), testkit::EntryStatus::kRevoked);
+    spec.entries[0].extensions.push_back({"1.2.3.4", false, {0x05, 0x00}});
+    spec.extensions.push_back(testkit::nonceExtension({1, 2, 3}));
+    const CBlob whole = testkit::blob(testkit::buildResponse(spec));
+    spec.bare = true;
+    const CBlob bare = testkit::blob(testkit::buildResponse(spec));
+    CBasicResponse basic;
+    sweep("a basic response", [&] { basic.decode(bare); });
+    sweep("its copy", [&] { CBasicResponse{basic}; });
+    CResponseMessage message;
+    sweep("a response", [&] { message.decode(whole); });
+
+    const CCertID id = testkit::identifierOf(pki.good, pki.ca);
+    const ASN1::CAlgorithmIdentifierEx sha1(testkit::kSha1Oid);
+    const CBlob subject = testkit::blob(pki.good.certificate);
+    const CBlob issuer = testkit::blob(pki.ca.certificate);
+    sweep("an identifier", [&] { CCertID(sha1, subject, issuer); });
+    const CSingleRequestList list = testkit::requestListFor(id);
+    CRequestMessage request;
+    const CBlob name = testkit::blob(pki.good.subject());
+    sweep("a request that is filled", [&] {
+        request.put_requestList(list);
+        request.put_requestorName(&name);
+        request.put_requestExtensions(basic.get_responseExtensions());
+    });
+    CBlob encoded;
+    sweep("a request that is written", [&] { encoded = request.encode(); });
+    sweep("a request that is read", [&] { request.decode(encoded); });
+
+    const Bytes url = tlv::contextPrimitive(6, {'h', ':', '/'});
+    const CBlob points = testkit::blob(tlv::sequence({tlv::sequence({tlv::context(0, tlv::context(0, url))})}));
+    sweep("a CRL locator", [&] { CExtCRLLocator().put_locator(CExtCRLLocator(points).get_locator()); });
+    sweep("a CRL reference", [&] {
+        CExtCrlID made;
+        made.put_crlUrl("http://a.long.name.example/that/needs/memory.crl");
+        CExtCrlID{made.get_value()};
+    });
+    const CBlob locator = testkit::blob(tlv::sequence({pki.good.subject()}));
+    sweep("a service locator", [&] { CExtServiceLocator(locator).put_issuer(name); });
+}
+
+}  // namespace
