@@ -346,6 +346,19 @@ Bytes makeCrl(const Identity& issuer, const CrlSpec& spec) {
     return tlv::sequence({tbs, algorithm, tlv::bitString(sign(tbs, issuer.key.get(), spec.hash))});
 }
 
+Bytes signedAgain(const Bytes& der, const Identity& issuer, const std::function<Bytes(const Bytes&)>& change) {
+    const unsigned char* at = der.data();
+    long size = 0;
+    int tag = 0;
+    int tagClass = 0;
+    ASN1_get_object(&at, &size, &tag, &tagClass, static_cast<long>(der.size()));
+    const unsigned char* const begin = at;
+    ASN1_get_object(&at, &size, &tag, &tagClass, size);
+    const Bytes tbs = change(Bytes(begin, at + size));
+    return tlv::sequence(
+        {tbs, signatureAlgorithm(issuer.key.get(), "SHA256"), tlv::bitString(sign(tbs, issuer.key.get(), "SHA256"))});
+}
+
 const Pki& Pki::shared() {
     static const Pki pki = makePki();
     return pki;

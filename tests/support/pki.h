@@ -8,6 +8,7 @@
 //   Identity delegate = issue(pki.ca, spec);
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -107,6 +108,9 @@ struct CrlSpec {
 
 /// DER of a CRL signed by `issuer`.
 Bytes makeCrl(const Identity& issuer, const CrlSpec& spec);
+
+/// The certificate or CRL with its signed part as `change` wants it, signed by `issuer` with ECDSA and SHA-256.
+Bytes signedAgain(const Bytes& der, const Identity& issuer, const std::function<Bytes(const Bytes&)>& change);
 
 /// The PKI most tests need. All names are in `commonName`s as the members are called.
 struct Pki {
