@@ -16,7 +16,7 @@ constexpr std::size_t kMaxSize = 4096;
 
 struct World {
     const testkit::Pki& pki = testkit::Pki::shared();
-    const Bytes template_ = testkit::makeCrl(
+    const Bytes original = testkit::makeCrl(
         pki.ca, {.revokedSerials = {{0x07}},
                  .reason = 1,
                  .extensions = {{"2.5.29.35", testkit::fromHex("30058003010203")},
@@ -62,11 +62,11 @@ service::RevocationState stateWith(const World& world, const Bytes& der) {
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const World world;
     service::Crl::parse({data, size});
-    const Bytes whole = edited(world.template_, data, size);
-    if (whole != world.template_ && stateWith(world, whole) != service::RevocationState::kUnknown) {
+    const Bytes whole = edited(world.original, data, size);
+    if (whole != world.original && stateWith(world, whole) != service::RevocationState::kUnknown) {
         std::abort();
     }
-    stateWith(world, testkit::signedAgain(world.template_, world.pki.ca,
+    stateWith(world, testkit::signedAgain(world.original, world.pki.ca,
                                           [&](const Bytes& tbs) { return edited(tbs, data, size); }));
     return 0;
 }

@@ -68,7 +68,7 @@ CertificateRef CrlSigners::signerOf(const Crl& crl, const Path& path, std::size_
     const bool isDirect = hasSubject(*issuer, crl.issuer.get());
     for (const CertificateRef& candidate : candidatesFor(crl, path, index)) {
         const bool speaks = !isDirect || hasSameKey(*candidate, *issuer) || speaksForIssuer(*candidate, path, index);
-        if (speaks && ledger_.verifies(crl, *candidate) && isTrusted(candidate, path)) {
+        if (speaks && ledger_.verifies(crl, *candidate) && isTrusted(candidate, path, path.elements[index])) {
             return candidate;
         }
     }
@@ -106,12 +106,12 @@ std::vector<CertificateRef> CrlSigners::candidatesFor(const Crl& crl, const Path
     return found;
 }
 
-bool CrlSigners::isTrusted(const CertificateRef& signer, const Path& path) {
+bool CrlSigners::isTrusted(const CertificateRef& signer, const Path& path, const CertificateRef& subject) {
     const CertificateBody* const body = &signer->body();
     if (const auto known = known_.find(body); known != known_.end()) {
         return known->second;
     }
-    if (!frames_.empty() && frames_.back().signer == body) {
+    if (!frames_.empty() && frames_.back().signer == body && &subject->body() == body) {
         frames_.back().vouched = true;
         return frames_.back().mayVouchForItself;
     }

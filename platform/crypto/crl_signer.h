@@ -32,7 +32,8 @@ private:
     };
 
     std::vector<CertificateRef> candidatesFor(const Crl& crl, const Path& path, std::size_t index) const;
-    bool isTrusted(const CertificateRef& signer, const Path& path);
+    // `subject` is the certificate that the CRL is wanted for.
+    bool isTrusted(const CertificateRef& signer, const Path& path, const CertificateRef& subject);
     bool hasValidPath(const CertificateRef& signer, const Path& path);
     DWORD errorOf(const Path& path, const CertificateRef& signer, bool mayVouchForItself, bool& vouched);
 

@@ -198,6 +198,14 @@ TEST_F(Crls, OfOtherIssuersCountWhereTheCertificateNamesThem) {
     const Identity noSigner = crlSigner(pki.root, "agent", "critical,digitalSignature");
     const Identity revokedAgent = crlSigner(pki.root, "agent");
     const CrlSpec revokesAgent = {.revokedSerials = {revokedAgent.serial()}, .lastUpdateSeconds = -60};
+    const auto coveredBy = [&](const char* name, const Identity& other) {
+        return caUnder(pki.ca, [&](CertificateSpec& spec) {
+            spec.commonName = name;
+            spec.extensions = {{"2.5.29.31", points({points({crlIssuer(other)})})}};
+        });
+    };
+    const Identity first = coveredBy("first", crlSigner(pki.root, "second"));
+    const Identity second = coveredBy("second", first);
     const Bytes atAgent = points({points({kUri, crlIssuer(agent)})});
     expectAll({
         {"not listed", {by(agent, scoped(indirect))}, kGood, named, {agent}},
@@ -233,6 +241,11 @@ TEST_F(Crls, OfOtherIssuersCountWhereTheCertificateNamesThem) {
         {"signer not at hand", {by(agent, lists)}, kUnknown, named},
         {"signer under another root", {by(stranger, scoped(indirect))}, kUnknown, named, {stranger, pki.sameNameCa}},
         {"signer that may not sign CRLs", {by(noSigner, scoped(indirect))}, kUnknown, named, {noSigner}},
+        {"two signers that vouch for each other",
+         {by(first, scoped(indirect)), by(second, scoped(indirect))},
+         kUnknown,
+         points({points({crlIssuer(first)})}),
+         {first, second}},
         {"signer that is revoked",
          {by(revokedAgent, scoped(indirect)), by(pki.root, revokesAgent)},
          kUnknown,
@@ -245,7 +258,6 @@ TEST_F(Crls, MayBeSignedWithAnotherKeyOfTheCa) {
     const Identity second = crlSigner(pki.root, "ca");
     const Identity bySibling = crlSigner(pki.sibling, "ca");
     const Identity selfIssued = crlSigner(pki.ca, "ca");
-    Identity otherAgent = crlSigner(selfIssued, "ca");
     const Bytes siblingCrl = makeCrl(pki.sibling, {});
     const Bytes own = makeCrl(selfIssued, {});
     const Bytes revokesSigner = makeCrl(selfIssued, {.revokedSerials = {selfIssued.serial()}});
@@ -270,7 +282,6 @@ TEST_F(Crls, MayBeSignedWithAnotherKeyOfTheCa) {
          kGood,
          {},
          {selfIssued}},
-        {"two signers that vouch for each other", {makeCrl(otherAgent, {})}, kUnknown, {}, {selfIssued, otherAgent}},
         {"each key lists its own", {makeCrl(second, {.lastUpdateSeconds = -60}), listing()}, kRevoked, {}, {second}},
     });
     // The very certificate of the CA on the path does not matter: a renewed one, with the key that it had before.
@@ -286,6 +297,28 @@ TEST_F(Crls, MayBeSignedWithAnotherKeyOfTheCa) {
                 kRevoked,
                 {},
                 {issue(pki.root, renewed)}}});
+}
+
+TEST_F(Crls, OfTheNewKeySpeakAboutCertificatesOfTheOldOne) {
+    const auto ca = [](const Identity& issuer, const Key& key) {
+        return caUnder(issuer, [&](CertificateSpec& spec) {
+            spec.commonName = "ca";
+            spec.key = key;
+        });
+    };
+    const Identity newCa = ca(pki.root, Key::make());
+    const Identity oldWithNew = ca(newCa, pki.ca.key);
+    for (const DWORD expected : {kGood, kRevoked}) {
+        const CrlSpec spec = expected == kGood ? CrlSpec() : CrlSpec{.revokedSerials = {kSerial}};
+        const ChainPtr chain =
+            chainOf({.end = leaf(),
+                     .extra = {newCa, oldWithNew},
+                     .crls = {rootCrl, makeCrl(newCa, spec)},
+                     .flags = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CHAIN});
+        ASSERT_EQ(simple(chain).cElement, 4U);
+        EXPECT_EQ(errorAt(chain, 0), expected);
+        EXPECT_EQ(errorOf(chain), expected);
+    }
 }
 
 TEST_F(Crls, AreUpdatedByDeltaCrls) {
