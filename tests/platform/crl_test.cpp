@@ -258,6 +258,8 @@ TEST_F(Crls, MayBeSignedWithAnotherKeyOfTheCa) {
     const Identity second = crlSigner(pki.root, "ca");
     const Identity bySibling = crlSigner(pki.sibling, "ca");
     const Identity selfIssued = crlSigner(pki.ca, "ca");
+    const Identity caBelow = caUnder(pki.ca, [](CertificateSpec& spec) { spec.commonName = "ca"; });
+    const Identity belowThat = crlSigner(caBelow, "ca");
     const Bytes siblingCrl = makeCrl(pki.sibling, {});
     const Bytes own = makeCrl(selfIssued, {});
     const Bytes revokesSigner = makeCrl(selfIssued, {.revokedSerials = {selfIssued.serial()}});
@@ -282,6 +284,7 @@ TEST_F(Crls, MayBeSignedWithAnotherKeyOfTheCa) {
          kGood,
          {},
          {selfIssued}},
+        {"own CRL for the CA above the signer", {makeCrl(belowThat, {})}, kUnknown, {}, {caBelow, belowThat}},
         {"each key lists its own", {makeCrl(second, {.lastUpdateSeconds = -60}), listing()}, kRevoked, {}, {second}},
     });
     // The very certificate of the CA on the path does not matter: a renewed one, with the key that it had before.

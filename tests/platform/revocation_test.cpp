@@ -227,15 +227,6 @@ TEST_F(Revocation, GoesOnToTheNextAddressAfterAStrangersCrl) {
     EXPECT_EQ(server.requests().size(), 3U);
 }
 
-TEST_F(Revocation, LooksFurtherWhenTheCrlAtHandCoversAPart) {
-    HttpServer server([&](const HttpRequest&) { return HttpReply{.body = caCrl}; });
-    const Bytes forCas = makeCrl(pki.ca, {.criticalExtensions = {{"2.5.29.28", fromHex("30038201FF")}}});
-    const ChainRequest request{
-        .end = namingCrl(server.url()), .extra = {pki.ca}, .crls = {rootCrl, forCas}, .flags = kChain};
-    EXPECT_EQ(errorOf(chainOf(request)), 0U);
-    EXPECT_EQ(server.requests().size(), 1U);
-}
-
 TEST_F(Revocation, AsksNoAddressOfAChainThatIsNotTrusted) {
     HttpServer server([](const HttpRequest&) { return HttpReply{}; });
     CertificateSpec spec;
