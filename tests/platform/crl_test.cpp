@@ -51,6 +51,8 @@ Bytes points(std::initializer_list<Bytes> list) {
 }
 const Bytes kIndirect = tlv::contextPrimitive(4, {0xFF});
 const Bytes kUri = fullName(uri("http://a/"));
+const Bytes kOtherUri = fullName(uri("http://b/"));
+const Bytes kAtUri = points({points({kUri})});
 
 CrlSpec scoped(const Bytes& scope, CrlSpec spec = {}) {
     spec.criticalExtensions.emplace_back(kIssuingPoint, scope);
@@ -162,14 +164,14 @@ TEST_F(Crls, SpeakAboutTheCertificatesOfTheirScope) {
     caAndX = tlv::sequence({Bytes(caAndX.begin() + 2, caAndX.end()), relativeToCa});
     const Bytes named = crl(scoped(tlv::sequence({fullName(tlv::context(4, caAndX))})));
     const Bytes relative = crl(scoped(tlv::sequence({relativeName("x")})));
+    const Bytes atUri = crl(scoped(points({kUri})));
+    const Bytes listedAtUri = listing(scoped(points({kUri})));
+    const Bytes elsewhere = crl(scoped(points({kOtherUri})));
     expectAll({
-        {"its point", {crl(scoped(points({kUri})))}, kGood, points({points({kUri})})},
-        {"its point, listed", {listing(scoped(points({kUri})))}, kRevoked, points({points({kUri})})},
-        {"the second of two points",
-         {listing(scoped(points({kUri})))},
-         kRevoked,
-         points({points({fullName(uri("http://b/"))}), points({kUri})})},
-        {"another point", {listing(scoped(points({fullName(uri("http://b/"))})))}, kUnknown, points({points({kUri})})},
+        {"its point", {atUri}, kGood, kAtUri},
+        {"its point, listed", {listedAtUri}, kRevoked, kAtUri},
+        {"the second of two points", {listedAtUri}, kRevoked, points({points({kOtherUri}), points({kUri})})},
+        {"another point", {listing(scoped(points({kOtherUri})))}, kUnknown, kAtUri},
         {"a point of the issuer's name", {listing(scoped(points({fullName(directoryName(pki.ca))})))}, kRevoked},
         {"relative in both", {relative}, kGood, points({points({relativeName("x")})})},
         {"relative in the CRL", {relative}, kGood, points({points({fullName(tlv::context(4, caAndX))})})},
@@ -181,10 +183,10 @@ TEST_F(Crls, SpeakAboutTheCertificatesOfTheirScope) {
         {"listed in the second part", {compromise, listing(scoped(some(rest)))}, kRevoked},
         {"one reason is missing", {compromise, crl(scoped(some({0x1F, 0x00})))}, kUnknown},
         {"reasons of the points",
-         {crl(scoped(points({kUri}))), crl(scoped(points({fullName(uri("http://b/"))})))},
+         {atUri, elsewhere},
          kGood,
-         points({points({kUri, reasons({0x60})}), points({fullName(uri("http://b/")), reasons(rest)})})},
-        {"reasons of one point", {crl(scoped(points({kUri})))}, kUnknown, points({points({kUri, reasons({0x60})})})},
+         points({points({kUri, reasons({0x60})}), points({kOtherUri, reasons(rest)})})},
+        {"reasons of one point", {atUri}, kUnknown, points({points({kUri, reasons({0x60})})})},
     });
 }
 
@@ -207,50 +209,29 @@ TEST_F(Crls, OfOtherIssuersCountWhereTheCertificateNamesThem) {
     const Identity first = coveredBy("first", crlSigner(pki.root, "second"));
     const Identity second = coveredBy("second", first);
     const Bytes atAgent = points({points({kUri, crlIssuer(agent)})});
+    const auto agents = [&](const char* name, const CrlSpec& spec, DWORD expected, const Bytes& at) {
+        expectAll({{name, {makeCrl(agent, spec)}, expected, at, {agent}}});
+    };
+    agents("not listed", scoped(indirect), kGood, named);
+    agents("listed", lists, kRevoked, named);
+    agents("listed below the entry with the issuer",
+           scoped(indirect, {.entries = {ofIssuer(pki.ca, {0x07}), {kSerial}}}), kRevoked, named);
+    agents("same number of the CRL's own issuer", scoped(indirect, {.revokedSerials = {kSerial}}), kGood, named);
+    agents("same number of a third issuer", scoped(indirect, {.entries = {ofIssuer(pki.sibling)}}), kGood, named);
+    agents("not indirect", {}, kUnknown, named);
+    agents("not named", lists, kUnknown, kAtUri);
+    agents("point and issuer", scoped(tlv::sequence({kUri, kIndirect})), kGood, atAgent);
+    agents("another point of the issuer", scoped(tlv::sequence({kOtherUri, kIndirect})), kUnknown, atAgent);
+    agents("point of the issuer's name", scoped(tlv::sequence({fullName(directoryName(agent)), kIndirect})), kGood,
+           named);
+    const std::vector<Bytes> mutual = {by(first, scoped(indirect)), by(second, scoped(indirect))};
+    const std::vector<Bytes> revoking = {by(revokedAgent, scoped(indirect)), by(pki.root, revokesAgent)};
     expectAll({
-        {"not listed", {by(agent, scoped(indirect))}, kGood, named, {agent}},
-        {"listed", {by(agent, lists)}, kRevoked, named, {agent}},
-        {"listed below the entry with the issuer",
-         {by(agent, scoped(indirect, {.entries = {ofIssuer(pki.ca, {0x07}), {kSerial}}}))},
-         kRevoked,
-         named,
-         {agent}},
-        {"same number of the CRL's own issuer",
-         {by(agent, scoped(indirect, {.revokedSerials = {kSerial}}))},
-         kGood,
-         named,
-         {agent}},
-        {"same number of a third issuer",
-         {by(agent, scoped(indirect, {.entries = {ofIssuer(pki.sibling)}}))},
-         kGood,
-         named,
-         {agent}},
-        {"not indirect", {by(agent, {})}, kUnknown, named, {agent}},
-        {"not named", {by(agent, lists)}, kUnknown, points({points({kUri})}), {agent}},
-        {"point and issuer", {by(agent, scoped(tlv::sequence({kUri, kIndirect})))}, kGood, atAgent, {agent}},
-        {"another point of the issuer",
-         {by(agent, scoped(tlv::sequence({fullName(uri("http://b/")), kIndirect})))},
-         kUnknown,
-         atAgent,
-         {agent}},
-        {"point of the issuer's name",
-         {by(agent, scoped(tlv::sequence({fullName(directoryName(agent)), kIndirect})))},
-         kGood,
-         named,
-         {agent}},
         {"signer not at hand", {by(agent, lists)}, kUnknown, named},
         {"signer under another root", {by(stranger, scoped(indirect))}, kUnknown, named, {stranger, pki.sameNameCa}},
         {"signer that may not sign CRLs", {by(noSigner, scoped(indirect))}, kUnknown, named, {noSigner}},
-        {"two signers that vouch for each other",
-         {by(first, scoped(indirect)), by(second, scoped(indirect))},
-         kUnknown,
-         points({points({crlIssuer(first)})}),
-         {first, second}},
-        {"signer that is revoked",
-         {by(revokedAgent, scoped(indirect)), by(pki.root, revokesAgent)},
-         kUnknown,
-         named,
-         {revokedAgent}},
+        {"signers that vouch for each other", mutual, kUnknown, points({points({crlIssuer(first)})}), {first, second}},
+        {"signer that is revoked", revoking, kUnknown, named, {revokedAgent}},
     });
 }
 
@@ -260,30 +241,22 @@ TEST_F(Crls, MayBeSignedWithAnotherKeyOfTheCa) {
     const Identity selfIssued = crlSigner(pki.ca, "ca");
     const Identity caBelow = caUnder(pki.ca, [](CertificateSpec& spec) { spec.commonName = "ca"; });
     const Identity belowThat = crlSigner(caBelow, "ca");
-    const Bytes siblingCrl = makeCrl(pki.sibling, {});
     const Bytes own = makeCrl(selfIssued, {});
     const Bytes revokesSigner = makeCrl(selfIssued, {.revokedSerials = {selfIssued.serial()}});
+    const std::vector<Bytes> strangers = {makeCrl(bySibling, {}), makeCrl(pki.sibling, {})};
+    const std::vector<Bytes> revoked = {
+        makeCrl(second, {}), makeCrl(pki.root, {.revokedSerials = {second.serial()}, .lastUpdateSeconds = -60})};
+    const std::vector<Bytes> revokedByCa = {
+        makeCrl(selfIssued, {.revokedSerials = {kSerial}}),
+        crl({.revokedSerials = {selfIssued.serial()}, .lastUpdateSeconds = -7200, .reason = 1})};
     expectAll({
         {"certified by the CA's issuer", {makeCrl(second, {})}, kGood, {}, {second}},
         {"the same, listed", {makeCrl(second, {.revokedSerials = {kSerial}})}, kRevoked, {}, {second}},
-        {"certified by a stranger below the root",
-         {makeCrl(bySibling, {}), siblingCrl},
-         kUnknown,
-         {},
-         {bySibling, pki.sibling}},
-        {"revoked signer",
-         {makeCrl(second, {}), makeCrl(pki.root, {.revokedSerials = {second.serial()}, .lastUpdateSeconds = -60})},
-         kUnknown,
-         {},
-         {second}},
+        {"certified by a stranger below the root", strangers, kUnknown, {}, {bySibling, pki.sibling}},
+        {"revoked signer", revoked, kUnknown, {}, {second}},
         {"certified by the CA, covered by its own CRL alone", {own}, kGood, {}, {selfIssued}},
         {"the same, listed in it", {revokesSigner}, kUnknown, {}, {selfIssued}},
-        {"the same, listed in one by the CA's key",
-         {makeCrl(selfIssued, {.revokedSerials = {kSerial}}),
-          crl({.revokedSerials = {selfIssued.serial()}, .lastUpdateSeconds = -7200, .reason = 1})},
-         kGood,
-         {},
-         {selfIssued}},
+        {"the same, listed in one by the CA's key", revokedByCa, kGood, {}, {selfIssued}},
         {"own CRL for the CA above the signer", {makeCrl(belowThat, {})}, kUnknown, {}, {caBelow, belowThat}},
         {"each key lists its own", {makeCrl(second, {.lastUpdateSeconds = -60}), listing()}, kRevoked, {}, {second}},
     });
