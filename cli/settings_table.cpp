@@ -23,6 +23,7 @@ constexpr long kLowest = std::numeric_limits<long>::min();
 constexpr long kHighest = std::numeric_limits<long>::max();
 constexpr long kLongestMs = 600000;
 constexpr long kLargestBody = 256L << 20;
+constexpr long kTenYears = 10L * 365 * 24 * 3600;  // in seconds
 
 constexpr long kLongestNonce = 65535;
 constexpr long kHighestAuthType = 16;
@@ -113,6 +114,8 @@ constexpr Setting kSettings[] = {
     number(kCrypto, "chain_fetch_timeout_ms", "15000", 1, kLongestMs),
     number(kCrypto, "max_chain_fetches", "8", 0, 100),
     number(kCrypto, "max_crl_bytes", "16777216", 1, kLargestBody),
+    number(kCrypto, "max_crl_age", nullptr, 1, kTenYears),
+    number(kCrypto, "crl_cache_max_age", "86400", 0, kTenYears),
     flag(kTrace, "enabled", "false"),
     number(kTrace, "levels", "127"),
     text(kTrace, "file", "\"\""),

@@ -86,16 +86,6 @@ long fetchTimeoutMs(HCERTCHAINENGINE engine, const CERT_CHAIN_PARA& parameters) 
     return record != nullptr && record->fetchTimeoutMs != 0 ? record->fetchTimeoutMs : chainLimits().fetchTimeoutMs;
 }
 
-// Whether the path is one that a CRL can matter for. Until then its certificates may be anybody's, and the addresses in
-// them are not asked.
-bool isProven(const Path& path, SignatureLedger& ledger) {
-    bool proven = path.anchored;
-    for (std::size_t i = 0; proven && i + 1 < path.elements.size(); ++i) {
-        proven = ledger.verifies(*path.elements[i], *path.elements[i + 1]);
-    }
-    return proven;
-}
-
 std::unique_ptr<ChainRecord> buildChain(HCERTCHAINENGINE engine, const CertificateRef& end, const FILETIME& when,
                                         HCERTSTORE additional, const CERT_CHAIN_PARA& parameters, DWORD flags) {
     const ChainSources sources = chainSources(engine, additional);
@@ -106,14 +96,16 @@ std::unique_ptr<ChainRecord> buildChain(HCERTCHAINENGINE engine, const Certifica
                                      [&](const Certificate& subject) { return download.fetchedIssuersOf(subject); }};
     const Path path = findPath(end, sources, when, fetchers, ledger);
 
-    CrlRules rules;
-    rules.when = when;
-    rules.useNetwork = (flags & (CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY)) == 0 &&
-                       isProven(path, ledger);
-    rules.resync = parameters.pftCacheResync;
-    rules.maxAgeSeconds = parameters.fCheckRevocationFreshnessTime != FALSE ? parameters.dwRevocationFreshnessTime : 0;
-    CrlSource crls(sources.crls, rules, allowance, ledger);
-    return makeRecord(path, verifyPath(path, when, scopeOf(flags), &crls, ledger), flags);
+    const RevocationScope scope = scopeOf(flags);
+    if (scope == RevocationScope::kNone) {
+        return makeRecord(path, verifyPath(path, when, scope, nullptr, ledger), flags);
+    }
+    constexpr DWORD kCacheOnly = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY;
+    const CrlRules rules =
+        crlRules(when, (flags & kCacheOnly) == 0 && isProven(path, ledger), parameters.pftCacheResync,
+                 parameters.fCheckRevocationFreshnessTime != FALSE ? parameters.dwRevocationFreshnessTime : 0);
+    CrlCheck crls(sources, rules, allowance, ledger);
+    return makeRecord(path, verifyPath(path, when, scope, &crls, ledger), flags);
 }
 
 }  // namespace

@@ -8,27 +8,10 @@ namespace tallow::platform {
 
 namespace {
 
-constexpr DWORD kUnknownRevocation = CERT_TRUST_REVOCATION_STATUS_UNKNOWN | CERT_TRUST_IS_OFFLINE_REVOCATION;
-
 // OpenSSL's errors as bits. Trust, signatures and times are not here: the path and the ledger know them (see below),
-// and a fault that is counted twice would still be one.
+// and a fault that is counted twice would still be one. OpenSSL is not asked about revocation.
 DWORD bitsOf(int error) {
     switch (error) {
-        case X509_V_ERR_CERT_REVOKED:
-            return CERT_TRUST_IS_REVOKED;
-        case X509_V_ERR_UNABLE_TO_GET_CRL:
-        case X509_V_ERR_UNABLE_TO_GET_CRL_ISSUER:
-        case X509_V_ERR_UNABLE_TO_DECRYPT_CRL_SIGNATURE:
-        case X509_V_ERR_CRL_SIGNATURE_FAILURE:
-        case X509_V_ERR_CRL_NOT_YET_VALID:
-        case X509_V_ERR_CRL_HAS_EXPIRED:
-        case X509_V_ERR_ERROR_IN_CRL_LAST_UPDATE_FIELD:
-        case X509_V_ERR_ERROR_IN_CRL_NEXT_UPDATE_FIELD:
-        case X509_V_ERR_KEYUSAGE_NO_CRL_SIGN:  // whoever may not sign CRLs says nothing about revocation
-        case X509_V_ERR_UNHANDLED_CRITICAL_CRL_EXTENSION:
-        case X509_V_ERR_DIFFERENT_CRL_SCOPE:
-        case X509_V_ERR_CRL_PATH_VALIDATION_ERROR:
-            return kUnknownRevocation;
         case X509_V_ERR_INVALID_CA:
         case X509_V_ERR_INVALID_NON_CA:
         case X509_V_ERR_PATH_LENGTH_EXCEEDED:
@@ -65,7 +48,7 @@ DWORD bitsOf(int error) {
 
 class Run {
 public:
-    Run(const Path& path, const FILETIME& when, RevocationScope scope, CrlSource* crls, SignatureLedger& ledger)
+    Run(const Path& path, const FILETIME& when, RevocationScope scope, CrlCheck* crls, SignatureLedger& ledger)
         : path_(path), when_(when), scope_(scope), crls_(crls), ledger_(ledger) {
         verdict_.elements.resize(path.elements.size());
     }
@@ -78,7 +61,9 @@ public:
             verdict_.elements[0].error |= CERT_TRUST_INVALID_EXTENSION;
         }
         for (std::size_t i = 0; i < size(); ++i) {
-            verdict_.elements[i].revocationChecked = isRevocationAsked(i);
+            if (isRevocationAsked(i)) {
+                judgeRevocation(i);
+            }
             verdict_.error |= verdict_.elements[i].error;
         }
         return std::move(verdict_);
@@ -93,6 +78,19 @@ private:
         const bool inScope =
             scope_ == RevocationScope::kChain || (scope_ == RevocationScope::kEndCertificate && i == 0);
         return inScope && !(isLast(i) && path_.selfSigned);
+    }
+
+    // Whatever else is wrong with the path: what was not looked up is unknown.
+    void judgeRevocation(std::size_t i) {
+        const RevocationStatus status = crls_ != nullptr ? crls_->statusOf(path_, i) : RevocationStatus();
+        ElementVerdict& verdict = verdict_.elements[i];
+        verdict.revocationChecked = true;
+        if (status.state == RevocationState::kRevoked) {
+            verdict.error |= CERT_TRUST_IS_REVOKED;
+            verdict.revocationReason = status.reason;
+        } else if (status.state != RevocationState::kGood) {
+            verdict.error |= kUnknownRevocation;
+        }
     }
 
     // What the path says without OpenSSL: where it ends, who signed whom, and when each certificate is valid.
@@ -160,12 +158,6 @@ private:
         X509_VERIFY_PARAM_set_time(parameters, static_cast<std::time_t>(secondsSince1970(when_)));
         X509_VERIFY_PARAM_set_depth(parameters, static_cast<int>(size()));
         X509_VERIFY_PARAM_set_auth_level(parameters, 0);  // strength is judged above, by our own settings
-        if (scope_ != RevocationScope::kNone) {
-            X509_VERIFY_PARAM_set_flags(parameters, X509_V_FLAG_CRL_CHECK);
-        }
-        if (scope_ == RevocationScope::kChain) {
-            X509_VERIFY_PARAM_set_flags(parameters, X509_V_FLAG_CRL_CHECK_ALL);
-        }
         if (X509_verify_cert(context.get()) != 1) {
             verdict_.error |= CERT_TRUST_IS_PARTIAL_CHAIN;  // it did not come to its end: nothing is proven
         }
@@ -185,7 +177,6 @@ private:
             }
             X509_STORE_set_check_issued(made, onCheckIssued);
             X509_STORE_set_get_issuer(made, onGetIssuer);
-            X509_STORE_set_lookup_crls(made, onLookupCrls);
             X509_STORE_set_verify(made, onVerifySignatures);
             X509_STORE_set_verify_cb(made, onFinding);
             return made;
@@ -225,26 +216,6 @@ private:
         return 1;
     }
 
-    static STACK_OF(X509_CRL) * onLookupCrls(const X509_STORE_CTX* constContext, const X509_NAME*) {
-        auto* const context = const_cast<X509_STORE_CTX*>(constContext);  // the readers of OpenSSL 3.0 are not const
-        Run& run = of(context);
-        const std::size_t i = run.indexOf(X509_STORE_CTX_get_current_cert(context));
-        X509CrlStackPtr stack(sk_X509_CRL_new_null());
-        if (!stack || i + 1 >= run.size() || run.crls_ == nullptr || !run.isRevocationAsked(i)) {
-            return nullptr;
-        }
-        try {
-            for (const CrlRef& crl : run.crls_->crlsFor(run.element(i), run.element(i + 1))) {
-                if (X509_CRL_up_ref(crl->crl.get()) == 1) {
-                    sk_X509_CRL_push(stack.get(), crl->crl.get());
-                }
-            }
-        } catch (const std::exception&) {  // none may pass through OpenSSL; without CRLs the state is unknown
-            return nullptr;
-        }
-        return stack.release();
-    }
-
     // Signatures and times of the path were judged already.
     static int onVerifySignatures(X509_STORE_CTX*) { return 1; }
 
@@ -256,46 +227,27 @@ private:
     }
 
     void note(X509_STORE_CTX* context) {
-        DWORD bits = bitsOf(X509_STORE_CTX_get_error(context));
+        const DWORD bits = bitsOf(X509_STORE_CTX_get_error(context));
         const int depth = X509_STORE_CTX_get_error_depth(context);
         const std::size_t i = depth >= 0 ? static_cast<std::size_t>(depth) : size();
         if (i >= size()) {
             verdict_.error |= bits;
             return;
         }
-        if (!isRevocationAsked(i)) {
-            bits &= ~(kUnknownRevocation | CERT_TRUST_IS_REVOKED);
-        }
-        if ((bits & CERT_TRUST_IS_REVOKED) != 0) {
-            verdict_.elements[i].revocationReason = reasonOf(context);
-        }
         verdict_.elements[i].error |= bits;
-    }
-
-    static DWORD reasonOf(X509_STORE_CTX* context) {
-        X509_REVOKED* entry = nullptr;
-        X509_CRL* const crl = X509_STORE_CTX_get0_current_crl(context);
-        if (crl == nullptr || X509_CRL_get0_by_cert(crl, &entry, X509_STORE_CTX_get_current_cert(context)) != 1) {
-            return 0;
-        }
-        ASN1_ENUMERATED* const reason =
-            static_cast<ASN1_ENUMERATED*>(X509_REVOKED_get_ext_d2i(entry, NID_crl_reason, nullptr, nullptr));
-        const long value = reason != nullptr ? ASN1_ENUMERATED_get(reason) : 0;
-        ASN1_ENUMERATED_free(reason);
-        return value > 0 ? static_cast<DWORD>(value) : 0;
     }
 
     const Path& path_;
     const FILETIME& when_;
     const RevocationScope scope_;
-    CrlSource* const crls_;
+    CrlCheck* const crls_;
     SignatureLedger& ledger_;
     ChainVerdict verdict_;
 };
 
 }  // namespace
 
-ChainVerdict verifyPath(const Path& path, const FILETIME& when, RevocationScope scope, CrlSource* crls,
+ChainVerdict verifyPath(const Path& path, const FILETIME& when, RevocationScope scope, CrlCheck* crls,
                         SignatureLedger& ledger) {
     return Run(path, when, scope, crls, ledger).run();
 }

@@ -3,7 +3,7 @@
 
 #include <vector>
 
-#include "platform/crypto/crl_source.h"
+#include "platform/crypto/crl_status.h"
 #include "platform/crypto/path_search.h"
 
 namespace tallow::platform {
@@ -22,8 +22,9 @@ struct ChainVerdict {
     DWORD error = 0;                       // of the chain as a whole, those of the elements included
 };
 
-// `crls` is asked when the scope is not kNone; a self-signed last element is never checked for revocation.
-ChainVerdict verifyPath(const Path& path, const FILETIME& when, RevocationScope scope, CrlSource* crls,
+// `crls` is asked when the scope is not kNone; without it every status is unknown. A self-signed last element is never
+// checked for revocation.
+ChainVerdict verifyPath(const Path& path, const FILETIME& when, RevocationScope scope, CrlCheck* crls,
                         SignatureLedger& ledger);
 
 }  // namespace tallow::platform

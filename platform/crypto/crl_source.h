@@ -1,51 +1,59 @@
-// CRLs for the certificates of one chain: from the stores of the call, from the cache, and from the distribution points
-// that the certificates name.
+// Where the CRLs for one chain come from: the stores of the call, the cache, and the distribution points that the
+// certificates and CRLs name.
 #pragma once
 
+#include <deque>
 #include <string>
 #include <vector>
 
+#include "platform/crypto/crl_scope.h"
 #include "platform/crypto/fetch.h"
-#include "platform/crypto/signature_ledger.h"
 
 namespace tallow::platform {
 
 struct CrlRules {
-    FILETIME when{};  // the time at which a CRL has to be current
+    FILETIME when{};  // the time at which a CRL must be current
     bool useNetwork = false;
-    const FILETIME* resync = nullptr;  // cached before this time counts as not cached; null for none
+    const FILETIME* resync = nullptr;  // what was cached before this time does not count; null for none
     DWORD maxAgeSeconds = 0;           // a CRL issued earlier is not current; 0: any age
+    long cacheMaxAgeSeconds = 0;       // what was downloaded earlier does not count where the network may be used
 };
+
+// The rules from the settings, for a call with its own limit on the age of a CRL (0: none).
+CrlRules crlRules(const FILETIME& when, bool useNetwork, const FILETIME* resync, DWORD maxAgeSeconds);
+
+// A CRL that may say something about the certificate in question.
+struct CrlCandidate {
+    CrlRef crl;
+    std::string url;         // where it was downloaded from just now; empty for one at hand
+    ReasonMask reasons = 0;  // what it covers
+};
+using CrlCandidates = std::deque<CrlCandidate>;  // one that grows leaves those in it where they are
 
 class CrlSource {
 public:
     // All that is given must outlive the object.
-    CrlSource(const std::vector<CrlRef>& local, const CrlRules& rules, FetchAllowance& allowance,
-              SignatureLedger& ledger)
-        : local_(local), rules_(rules), allowance_(allowance), ledger_(ledger) {}
+    CrlSource(const std::vector<CrlRef>& local, const CrlRules& rules, FetchAllowance& allowance)
+        : local_(local), rules_(rules), allowance_(allowance) {}
 
-    // CRLs of `issuer`, signed by its key with a hash that is accepted, that may speak about `certificate`. When none
-    // of them is current, outdated ones are given too, so that the verifier can say what is wrong.
-    std::vector<CrlRef> crlsFor(const Certificate& certificate, const Certificate& issuer);
+    // Each function adds the CRLs about `subject` that are sound, current and signed with an accepted algorithm. Their
+    // signatures are not verified here.
+    void addLocal(const CrlSubject& subject, CrlCandidates& candidates) const;
+    void addCached(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) const;
+    // False when the network may not be used, or did not give one.
+    bool addFetched(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates);
+
+    // Keeps a CRL that was downloaded just now for later checks.
+    static void keep(const CrlCandidate& candidate);
 
 private:
-    bool isAcceptable(const Crl& crl, const Certificate& issuer);
+    bool add(CrlRef crl, const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) const;
     bool isCurrent(const Crl& crl) const;
-    // Adds the CRL if it is acceptable; true when it is current too.
-    bool offer(const CrlRef& crl, const Certificate& issuer, std::vector<CrlRef>& found);
-    bool offerCached(const std::string& url, const Certificate& issuer, std::vector<CrlRef>& found);
-    bool offerFetched(const std::string& url, const Certificate& issuer, std::vector<CrlRef>& found);
 
     const std::vector<CrlRef>& local_;
     const CrlRules& rules_;
     FetchAllowance& allowance_;
-    SignatureLedger& ledger_;
 };
-
-// The addresses under which a certificate says that its CRL lies: http and https, at most four.
-std::vector<std::string> distributionPoints(const Certificate& certificate);
-// The addresses of its issuer's certificate, likewise.
-std::vector<std::string> issuerAddresses(const Certificate& certificate);
 
 long long secondsSince1970(const FILETIME& time) noexcept;
 

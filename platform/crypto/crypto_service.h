@@ -102,7 +102,8 @@ TALLOW_EXPORT void CertFreeCertificateChainEngine(HCERTCHAINENGINE hChainEngine)
 // Builds the chain of a certificate at `pTime` (null: now) and says in trust statuses how good it is; a bad chain is a
 // result and no failure. Certificates between come from `hAdditionalStore`, the CA stores, and, unless the flags
 // confine the call to what is cached, the issuer addresses in the certificates. Revocation is looked at as the flags
-// say. Free the result with CertFreeCertificateChain. FALSE with E_INVALIDARG, E_OUTOFMEMORY.
+// say; an element whose status was not found is unknown. Free the result with CertFreeCertificateChain. FALSE with
+// E_INVALIDARG, E_OUTOFMEMORY.
 TALLOW_EXPORT BOOL CertGetCertificateChain(HCERTCHAINENGINE hChainEngine, PCCERT_CONTEXT pCertContext, FILETIME* pTime,
                                            HCERTSTORE hAdditionalStore, PCERT_CHAIN_PARA pChainPara, DWORD dwFlags,
                                            void* pvReserved, PCCERT_CHAIN_CONTEXT* ppChainContext);
@@ -114,7 +115,8 @@ TALLOW_EXPORT void CertFreeCertificateChain(PCCERT_CHAIN_CONTEXT pChainContext);
 TALLOW_EXPORT BOOL CertVerifyCertificateChainPolicy(LPCSTR pszPolicyOID, PCCERT_CHAIN_CONTEXT pChainContext,
                                                     CERT_CHAIN_POLICY_PARA* pPolicyPara,
                                                     CERT_CHAIN_POLICY_STATUS* pPolicyStatus);
-// Checks `cContext` certificates against CRLs. TRUE when none is revoked. FALSE with CRYPT_E_REVOKED,
+// Checks `cContext` certificates against CRLs. TRUE when CRLs that cover each of them were found and list none; a
+// self-signed certificate is looked up in its own issuer's CRL like any other. FALSE with CRYPT_E_REVOKED,
 // CRYPT_E_NO_REVOCATION_CHECK or CRYPT_E_REVOCATION_OFFLINE as last error and in `pRevStatus`.
 TALLOW_EXPORT BOOL CertVerifyRevocation(DWORD dwEncodingType, DWORD dwRevType, DWORD cContext, void* rgpvContext[],
                                         DWORD dwFlags, CERT_REVOCATION_PARA* pRevPara,

@@ -16,6 +16,7 @@ void readInto(const char* path, long lowest, long highest, Number& value) {
 
 constexpr long kLongestMs = 600000;
 constexpr long kLargestBody = 256L << 20;
+constexpr long kTenYears = 10L * 365 * 24 * 3600;
 
 }  // namespace
 
@@ -34,6 +35,8 @@ ChainLimits chainLimits() {
     readInto("\\crypto\\chain_fetch_timeout_ms", 1, kLongestMs, limits.fetchTimeoutMs);
     readInto("\\crypto\\max_chain_fetches", 0, 100, limits.maxFetches);
     readInto("\\crypto\\max_crl_bytes", 1, kLargestBody, limits.maxCrlSize);
+    readInto("\\crypto\\max_crl_age", 1, kTenYears, limits.maxCrlAgeSeconds);
+    readInto("\\crypto\\crl_cache_max_age", 0, kTenYears, limits.crlCacheMaxAgeSeconds);
     return limits;
 }
 

@@ -18,9 +18,11 @@ ExchangeLimits exchangeLimits();
 
 // Of one chain, all its certificates together.
 struct ChainLimits {
-    long fetchTimeoutMs = 15000;        // chain_fetch_timeout_ms: all downloads together
-    long maxFetches = 8;                // max_chain_fetches: issuer certificates and CRLs together
-    std::size_t maxCrlSize = 16 << 20;  // max_crl_bytes
+    long fetchTimeoutMs = 15000;              // chain_fetch_timeout_ms: all downloads together
+    long maxFetches = 8;                      // max_chain_fetches: issuer certificates and CRLs together
+    std::size_t maxCrlSize = 16 << 20;        // max_crl_bytes
+    long maxCrlAgeSeconds = 0;                // max_crl_age: since thisUpdate; 0: nextUpdate alone decides
+    long crlCacheMaxAgeSeconds = 24L * 3600;  // crl_cache_max_age: until a downloaded CRL is asked for again
 };
 ChainLimits chainLimits();
 

@@ -23,20 +23,15 @@ struct OpenSslFree {
 inline void freeCertificateStack(STACK_OF(X509) * stack) noexcept {
     sk_X509_pop_free(stack, X509_free);
 }
-inline void freeCrlStack(STACK_OF(X509_CRL) * stack) noexcept {
-    sk_X509_CRL_pop_free(stack, X509_CRL_free);
-}
 inline void freeOpenSslMemory(void* memory) noexcept {
     OPENSSL_free(memory);
 }
 
 using X509Ptr = std::unique_ptr<X509, OpenSslFree<X509_free>>;
-using X509CrlPtr = std::unique_ptr<X509_CRL, OpenSslFree<X509_CRL_free>>;
 using X509StorePtr = std::unique_ptr<X509_STORE, OpenSslFree<X509_STORE_free>>;
 using X509StoreContextPtr = std::unique_ptr<X509_STORE_CTX, OpenSslFree<X509_STORE_CTX_free>>;
 using X509AlgorithmPtr = std::unique_ptr<X509_ALGOR, OpenSslFree<X509_ALGOR_free>>;
 using X509StackPtr = std::unique_ptr<STACK_OF(X509), OpenSslFree<freeCertificateStack>>;
-using X509CrlStackPtr = std::unique_ptr<STACK_OF(X509_CRL), OpenSslFree<freeCrlStack>>;
 using KeyPtr = std::unique_ptr<EVP_PKEY, OpenSslFree<EVP_PKEY_free>>;
 using KeyContextPtr = std::unique_ptr<EVP_PKEY_CTX, OpenSslFree<EVP_PKEY_CTX_free>>;
 using DigestPtr = std::unique_ptr<EVP_MD, OpenSslFree<EVP_MD_free>>;

@@ -1,7 +1,6 @@
 // Revocation of single certificates, by CRLs.
-#include <optional>
-
-#include "platform/crypto/chain_verifier.h"
+#include "platform/crypto/crl_status.h"
+#include "platform/crypto/limits.h"
 #include "platform/crypto/service_call.h"
 
 namespace tallow::platform {
@@ -40,19 +39,38 @@ ChainSources sourcesFor(const CERT_REVOCATION_PARA* parameters) {
     return sources;
 }
 
-// The certificate with the issuer given, or with the one that is found in the stores; alone when there is none.
+// The certificate, its issuer (the one given, or the one that is found), and where that leads: to a trusted root or
+// not.
 Path pathFor(const CertificateRef& certificate, const CertificateRef& issuer, const ChainSources& sources,
              const FILETIME& when, SignatureLedger& ledger) {
-    Path path;
-    path.elements = {certificate, issuer};
-    if (!issuer || sameBytes(certificate->der(), issuer->der())) {
-        path = findPath(certificate, sources, when, {}, ledger);
-        path.elements.resize(std::min<std::size_t>(path.elements.size(), 2));
+    if (sameBytes(view(certificate->info().Subject), view(certificate->info().Issuer)) &&
+        ledger.verifies(*certificate, *certificate)) {
+        Path path;
+        path.elements = {certificate, certificate};  // only its own key can have signed a CRL about it
+        return path;
     }
-    // Trust is not asked here: the issuer stands for itself.
-    path.anchored = path.elements.size() == 2;
-    path.selfSigned = path.anchored || path.selfSigned;
+    if (!issuer) {
+        return findPath(certificate, sources, when, {}, ledger);
+    }
+    Path path = findPath(issuer, sources, when, {}, ledger);
+    path.elements.insert(path.elements.begin(), certificate);
     return path;
+}
+
+CrlRules rulesFor(const Check& check, const Path& path, SignatureLedger& ledger) {
+    const CERT_REVOCATION_PARA* const parameters = check.parameters;
+    const bool useNetwork = check.useNetwork && isProven(path, ledger);
+    if (parameters == nullptr) {
+        return crlRules(check.when, useNetwork, nullptr, 0);
+    }
+    return crlRules(check.when, useNetwork, parameters->pftCacheResync,
+                    parameters->fCheckFreshnessTime != FALSE ? parameters->dwFreshnessTime : 0);
+}
+
+long timeoutMsFor(const CERT_REVOCATION_PARA* parameters) {
+    return parameters != nullptr && parameters->dwUrlRetrievalTimeout != 0
+               ? static_cast<long>(parameters->dwUrlRetrievalTimeout)
+               : chainLimits().fetchTimeoutMs;
 }
 
 // 0, or the last error of the check.
@@ -61,37 +79,21 @@ DWORD checkOne(const CertificateRef& certificate, const CertificateRef& issuer, 
     const ChainSources sources = sourcesFor(check.parameters);
     SignatureLedger ledger;
     const Path path = pathFor(certificate, issuer, sources, check.when, ledger);
-    if (path.elements.size() == 1) {
-        return path.selfSigned ? 0 : CRYPT_E_NO_REVOCATION_CHECK;  // nobody stands above a self-signed one
-    }
-    // Named by the caller, the issuer may be a certificate that OpenSSL does not read.
-    if (path.elements[1]->x509() == nullptr || !ledger.verifies(*path.elements[0], *path.elements[1])) {
+    if (path.elements.size() == 1 || !ledger.verifies(*path.elements[0], *path.elements[1])) {
         return CRYPT_E_NO_REVOCATION_CHECK;
     }
-    CrlRules rules;
-    rules.when = check.when;
-    rules.useNetwork = check.useNetwork;
-    long timeoutMs = chainLimits().fetchTimeoutMs;
-    if (check.parameters != nullptr) {
-        rules.resync = check.parameters->pftCacheResync;
-        rules.maxAgeSeconds = check.parameters->fCheckFreshnessTime != FALSE ? check.parameters->dwFreshnessTime : 0;
-        if (check.parameters->dwUrlRetrievalTimeout != 0) {
-            timeoutMs = static_cast<long>(check.parameters->dwUrlRetrievalTimeout);
-        }
-    }
-    FetchAllowance allowance(chainLimits().maxFetches, timeoutMs);
-    CrlSource crls(sources.crls, rules, allowance, ledger);
-    const ElementVerdict verdict =
-        verifyPath(path, check.when, RevocationScope::kEndCertificate, &crls, ledger).elements[0];
-    if ((verdict.error & CERT_TRUST_IS_REVOKED) != 0) {
-        status.dwReason = verdict.revocationReason;
+    const CrlRules rules = rulesFor(check, path, ledger);
+    FetchAllowance allowance(chainLimits().maxFetches, timeoutMsFor(check.parameters));
+    const RevocationStatus result = CrlCheck(sources, rules, allowance, ledger).statusOf(path, 0);
+    if (result.state == RevocationState::kRevoked) {
+        status.dwReason = result.reason;
         return CRYPT_E_REVOKED;
     }
-    if ((verdict.error & CERT_TRUST_REVOCATION_STATUS_UNKNOWN) == 0) {
+    if (result.state == RevocationState::kGood) {
         return 0;
     }
     // Where the certificate names a place for its CRL, the CRL exists and was out of reach.
-    return distributionPoints(*certificate).empty() ? CRYPT_E_NO_REVOCATION_CHECK : CRYPT_E_REVOCATION_OFFLINE;
+    return CrlSubject(*certificate).addresses().empty() ? CRYPT_E_NO_REVOCATION_CHECK : CRYPT_E_REVOCATION_OFFLINE;
 }
 
 bool isUsable(const CERT_REVOCATION_PARA* parameters) {

@@ -64,9 +64,9 @@ bool SignatureLedger::verifies(const Certificate& subject, const Certificate& is
                                            [&](EVP_PKEY* key) { return X509_verify(x509, key); });
 }
 
-bool SignatureLedger::verifies(const Crl& crl, const Certificate& issuer) {
-    return verifiesOnce(crl.shared_from_this(), crl.knownSigner, issuer,
-                        [&](EVP_PKEY* key) { return X509_CRL_verify(crl.crl.get(), key); });
+bool SignatureLedger::verifies(const Crl& crl, const Certificate& signer) {
+    return verifiesOnce(crl.shared_from_this(), crl.knownSigner, signer,
+                        [&](EVP_PKEY* key) { return verifySignature(crl.signedBytes(), key) == 0 ? 1 : 0; });
 }
 
 bool isWeakSignature(const X509_ALGOR* algorithm) {

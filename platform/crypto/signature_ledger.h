@@ -1,7 +1,7 @@
 // The signature checks of one call. What a hostile response can make us compute is bounded here: each check counts, a
 // pair that was checked before, in this call or with success in an earlier one, is not checked again, and when the
-// bound is reached every further check fails. A call costs at most 100 checks: these, and those by which OpenSSL
-// confirms the CRL, or two, that it chose for each of at most eleven certificates below a root.
+// bound is reached every further check fails. A call costs at most 100 checks, of which the search for a path leaves 30
+// for CRLs; a CRL whose signature is not checked says nothing.
 #pragma once
 
 #include <map>
@@ -14,11 +14,11 @@ namespace tallow::platform {
 
 class SignatureLedger {
 public:
-    static constexpr int kMaxChecks = 76;
+    static constexpr int kMaxChecks = 100;
 
     // Whether the signature of `subject` verifies with the key of `issuer`. Names and usages are not looked at.
     bool verifies(const Certificate& subject, const Certificate& issuer);
-    bool verifies(const Crl& crl, const Certificate& issuer);
+    bool verifies(const Crl& crl, const Certificate& signer);
 
     int checksMade() const noexcept { return checksMade_; }
 

@@ -21,18 +21,6 @@ bool sameBytes(ByteView left, ByteView right) {
 
 }  // namespace
 
-std::shared_ptr<const Crl> Crl::parse(ByteView der) {
-    OpenSslErrors const errors;
-    if (der.empty() || der.size() > INT32_MAX) {
-        return nullptr;
-    }
-    auto crl = std::make_shared<Crl>();
-    crl->der.assign(der.begin(), der.end());
-    const unsigned char* position = crl->der.data();
-    crl->crl.reset(d2i_X509_CRL(nullptr, &position, static_cast<long>(crl->der.size())));
-    return crl->crl == nullptr || position != crl->der.data() + crl->der.size() ? nullptr : crl;
-}
-
 void Store::dropReference() noexcept {
     if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
         std::unique_ptr<Store> const last(this);

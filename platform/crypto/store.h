@@ -11,18 +11,9 @@
 #include <vector>
 
 #include "platform/crypto/certificate.h"
+#include "platform/crypto/crl.h"
 
 namespace tallow::platform {
-
-// A CRL in a store: its bytes and OpenSSL's view of them. Immutable.
-struct Crl : std::enable_shared_from_this<Crl> {
-    Bytes der;
-    X509CrlPtr crl;
-    mutable KnownSigner knownSigner;
-    // Null when the bytes are no CRL.
-    static std::shared_ptr<const Crl> parse(ByteView der);
-};
-using CrlRef = std::shared_ptr<const Crl>;
 
 class StoreRef;
 

@@ -90,12 +90,7 @@ inline DWORD errorAt(const ChainPtr& chain, DWORD element) {
 class TrustWorld {
 public:
     explicit TrustWorld(const std::vector<Identity>& roots, const std::string& moreSettings = "") {
-        const std::string base = dir_.path().string();
-        support_settings_open(dir_.write("settings.toml", "[crypto]\nmachine_stores = \"" + base +
-                                                              "/machine\"\nuser_stores = \"" + base +
-                                                              "/user\"\nurl_cache = \"" + base +
-                                                              "/cache\"\nsystem_roots = false\n" + moreSettings)
-                                  .c_str());
+        support_settings_open(settings(moreSettings).c_str());
         for (std::size_t i = 0; i < roots.size(); ++i) {
             add("ROOT/" + std::to_string(i) + ".pem", roots[i]);
         }
@@ -106,6 +101,14 @@ public:
     }
     TrustWorld(const TrustWorld&) = delete;
     TrustWorld& operator=(const TrustWorld&) = delete;
+
+    // The path of a settings file for this machine, with `more` in its table [crypto].
+    std::string settings(const std::string& more) const {
+        const std::string base = dir_.path().string();
+        return dir_.write("settings.toml", "[crypto]\nmachine_stores = \"" + base + "/machine\"\nuser_stores = \"" +
+                                               base + "/user\"\nurl_cache = \"" + base +
+                                               "/cache\"\nsystem_roots = false\n" + more);
+    }
 
     // Puts a certificate into a system store: "CA/name.pem".
     void add(const std::string& file, const Identity& identity) const {

@@ -27,7 +27,6 @@ using MdCtxPtr = std::unique_ptr<EVP_MD_CTX, FreeWith<EVP_MD_CTX_free>>;
 using X509Ptr = std::unique_ptr<X509, FreeWith<X509_free>>;
 using X509NamePtr = std::unique_ptr<X509_NAME, FreeWith<X509_NAME_free>>;
 using X509CrlPtr = std::unique_ptr<X509_CRL, FreeWith<X509_CRL_free>>;
-using X509RevokedPtr = std::unique_ptr<X509_REVOKED, FreeWith<X509_REVOKED_free>>;
 using X509ExtensionPtr = std::unique_ptr<X509_EXTENSION, FreeWith<X509_EXTENSION_free>>;
 using Asn1IntegerPtr = std::unique_ptr<ASN1_INTEGER, FreeWith<ASN1_INTEGER_free>>;
 using Asn1TimePtr = std::unique_ptr<ASN1_TIME, FreeWith<ASN1_TIME_free>>;

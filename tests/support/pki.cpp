@@ -198,6 +198,38 @@ Identity make(const Identity* issuer, const CertificateSpec& spec) {
     return {toDer(certificate.get(), i2d_X509), key};
 }
 
+Bytes extensionList(const ExtensionList& extensions, const ExtensionList& critical) {
+    std::vector<Bytes> list;
+    for (const auto& [oid, value] : extensions) {
+        list.push_back(tlv::sequence({tlv::oid(oid), tlv::octetString(value)}));
+    }
+    for (const auto& [oid, value] : critical) {
+        list.push_back(tlv::sequence({tlv::oid(oid), tlv::boolean(true), tlv::octetString(value)}));
+    }
+    return list.empty() ? Bytes() : tlv::sequence(list);
+}
+
+// The AlgorithmIdentifier of a signature, as libcrypto writes it.
+Bytes signatureAlgorithm(EVP_PKEY* key, const std::string& hash) {
+    const X509CrlPtr signedOnce(X509_CRL_new());
+    const Asn1TimePtr time(X509_gmtime_adj(nullptr, 0));
+    X509_CRL_set1_lastUpdate(signedOnce.get(), time.get());
+    require(X509_CRL_sign_ctx(signedOnce.get(), signingContext(key, hash, false).get()) > 0, "signing");
+    const X509_ALGOR* algorithm = nullptr;
+    X509_CRL_get0_signature(signedOnce.get(), nullptr, &algorithm);
+    return toDer(algorithm, i2d_X509_ALGOR);
+}
+
+Bytes sign(const Bytes& message, EVP_PKEY* key, const std::string& hash) {
+    const MdCtxPtr context = signingContext(key, hash, false);
+    std::size_t size = 0;
+    require(EVP_DigestSign(context.get(), nullptr, &size, message.data(), message.size()) == 1, "signing");
+    Bytes signature(size);
+    require(EVP_DigestSign(context.get(), signature.data(), &size, message.data(), message.size()) == 1, "signing");
+    signature.resize(size);
+    return signature;
+}
+
 CertificateSpec caSpec(const std::string& commonName) {
     CertificateSpec spec;
     spec.commonName = commonName;
@@ -304,39 +336,47 @@ Identity rootCa(const std::string& commonName) {
 }
 
 Bytes makeCrl(const Identity& issuer, const CrlSpec& spec) {
-    const X509CrlPtr crl(X509_CRL_new());
-    const X509Ptr issuerCertificate = parseCertificate(issuer.certificate);
-    X509_CRL_set_version(crl.get(), X509_CRL_VERSION_2);
-    X509_CRL_set_issuer_name(crl.get(), X509_get_subject_name(issuerCertificate.get()));
-    const Asn1TimePtr last(X509_gmtime_adj(nullptr, spec.lastUpdateSeconds));
-    X509_CRL_set1_lastUpdate(crl.get(), last.get());
-    if (spec.nextUpdateSeconds) {
-        const Asn1TimePtr next(X509_gmtime_adj(nullptr, *spec.nextUpdateSeconds));
-        X509_CRL_set1_nextUpdate(crl.get(), next.get());
-    }
+    const auto time = [](long seconds) { return tlv::utcTime(generalizedTimeText(seconds).substr(2)); };
+    std::vector<CrlEntrySpec> entries;
     for (const Bytes& serial : spec.revokedSerials) {
-        X509RevokedPtr entry(X509_REVOKED_new());
-        X509_REVOKED_set_serialNumber(entry.get(), makeSerial(serial).get());
-        X509_REVOKED_set_revocationDate(entry.get(), last.get());
-        if (spec.reason) {
-            const std::unique_ptr<ASN1_ENUMERATED, FreeWith<ASN1_ENUMERATED_free>> reason(ASN1_ENUMERATED_new());
-            ASN1_ENUMERATED_set(reason.get(), *spec.reason);
-            X509_REVOKED_add1_ext_i2d(entry.get(), NID_crl_reason, reason.get(), 0, 0);
-        }
-        require(X509_CRL_add0_revoked(crl.get(), entry.release()) == 1, "adding to a CRL");
+        entries.push_back({serial, spec.reason});
     }
-    std::vector<std::pair<std::string, Bytes>> extensions = spec.extensions;
-    extensions.emplace_back("2.5.29.20", Bytes{0x02, 0x01, 0x01});
-    for (const bool critical : {false, true}) {
-        for (const auto& [oid, value] : critical ? spec.criticalExtensions : extensions) {
-            const X509ExtensionPtr extension = rawExtension(oid, value, critical);
-            require(X509_CRL_add_ext(crl.get(), extension.get(), -1) == 1, oid.c_str());
+    entries.insert(entries.end(), spec.entries.begin(), spec.entries.end());
+    std::vector<Bytes> revoked;
+    for (const CrlEntrySpec& entry : entries) {
+        ExtensionList extensions;
+        if (entry.reason) {
+            extensions.emplace_back("2.5.29.21", tlv::enumerated(*entry.reason));
         }
+        const Bytes list = extensionList(extensions, entry.criticalExtensions);
+        revoked.push_back(tlv::sequence({tlv::integer(entry.serial), time(spec.lastUpdateSeconds), list}));
     }
-    X509_CRL_sort(crl.get());
-    require(X509_CRL_sign_ctx(crl.get(), signingContext(issuer.key.get(), spec.hash, false).get()) > 0,
-            "signing a CRL");
-    return toDer(crl.get(), i2d_X509_CRL);
+    ExtensionList extensions = spec.extensions;
+    if (spec.number) {
+        extensions.emplace_back("2.5.29.20", tlv::integer(*spec.number));
+    }
+    const Bytes list = extensionList(extensions, spec.criticalExtensions);
+    const Bytes algorithm = signatureAlgorithm(issuer.key.get(), spec.hash);
+    const Bytes tbs =
+        tlv::sequence({spec.version ? tlv::integer(*spec.version) : Bytes(), spec.innerAlgorithm.value_or(algorithm),
+                       issuer.subject(), time(spec.lastUpdateSeconds),
+                       spec.nextUpdateSeconds ? time(*spec.nextUpdateSeconds) : Bytes(),
+                       revoked.empty() && !spec.emptyList ? Bytes() : tlv::sequence(revoked),
+                       list.empty() ? Bytes() : tlv::context(0, list)});
+    return tlv::sequence({tbs, algorithm, tlv::bitString(sign(tbs, issuer.key.get(), spec.hash))});
+}
+
+Bytes signedAgain(const Bytes& der, const Identity& issuer, const std::function<Bytes(const Bytes&)>& change) {
+    const unsigned char* at = der.data();
+    long size = 0;
+    int tag = 0;
+    int tagClass = 0;
+    ASN1_get_object(&at, &size, &tag, &tagClass, static_cast<long>(der.size()));
+    const unsigned char* const begin = at;
+    ASN1_get_object(&at, &size, &tag, &tagClass, size);
+    const Bytes tbs = change(Bytes(begin, at + size));
+    return tlv::sequence(
+        {tbs, signatureAlgorithm(issuer.key.get(), "SHA256"), tlv::bitString(sign(tbs, issuer.key.get(), "SHA256"))});
 }
 
 const Pki& Pki::shared() {

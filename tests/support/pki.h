@@ -8,6 +8,7 @@
 //   Identity delegate = issue(pki.ca, spec);
 #pragma once
 
+#include <functional>
 #include <memory>
 #include <optional>
 #include <string>
@@ -83,18 +84,34 @@ Identity selfSigned(const CertificateSpec& spec);
 Identity issueCa(const Identity& issuer, const std::string& commonName);
 Identity rootCa(const std::string& commonName);
 
+using ExtensionList = std::vector<std::pair<std::string, Bytes>>;  // OID and DER
+
+struct CrlEntrySpec {
+    Bytes serial;  // content octets
+    std::optional<int> reason = std::nullopt;
+    ExtensionList criticalExtensions = {};
+};
+
 struct CrlSpec {
     std::vector<Bytes> revokedSerials = {};              // content octets
     long lastUpdateSeconds = -3600;                      // from now; also the revocation date of all entries
     std::optional<long> nextUpdateSeconds = 24L * 3600;  // from now; left out when absent
-    std::optional<int> reason = std::nullopt;            // of all entries
+    std::optional<int> reason = std::nullopt;            // of the entries for revokedSerials
     std::string hash = "SHA256";
-    std::vector<std::pair<std::string, Bytes>> extensions = {};  // OID and DER; cRLNumber 1 is always there
-    std::vector<std::pair<std::string, Bytes>> criticalExtensions = {};
+    ExtensionList extensions = {};
+    ExtensionList criticalExtensions = {};
+    std::optional<Bytes> number = Bytes{1};              // content octets of cRLNumber; left out when absent
+    std::vector<CrlEntrySpec> entries = {};              // after those for revokedSerials
+    std::optional<int> version = 1;                      // left out when absent, which is version 1
+    bool emptyList = false;                              // revokedCertificates without an entry
+    std::optional<Bytes> innerAlgorithm = std::nullopt;  // in place of the true one
 };
 
 /// DER of a CRL signed by `issuer`.
 Bytes makeCrl(const Identity& issuer, const CrlSpec& spec);
+
+/// The certificate or CRL with its signed part as `change` wants it, signed by `issuer` with ECDSA and SHA-256.
+Bytes signedAgain(const Bytes& der, const Identity& issuer, const std::function<Bytes(const Bytes&)>& change);
 
 /// The PKI most tests need. All names are in `commonName`s as the members are called.
 struct Pki {

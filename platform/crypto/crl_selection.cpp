@@ -1,0 +1,58 @@
+#include "platform/crypto/crl_selection.h"
+
+#include <algorithm>
+
+namespace tallow::platform {
+
+namespace {
+
+bool isSameScope(const Crl& left, const Crl& right) {
+    return std::ranges::equal(left.scopeDer, right.scopeDer) &&
+           X509_NAME_cmp(left.issuer.get(), right.issuer.get()) == 0;
+}
+
+bool isNewer(const CrlCandidate* left, const CrlCandidate* right) {
+    const Crl& first = *left->crl;
+    const Crl& second = *right->crl;
+    if (first.thisUpdate != second.thisUpdate) {
+        return first.thisUpdate > second.thisUpdate;
+    }
+    return first.number && second.number ? isLess(*second.number, *first.number)
+                                         : first.number.has_value() && !second.number;
+}
+
+}  // namespace
+
+std::vector<CrlGroup> groupByScope(const CrlCandidates& candidates) {
+    std::vector<const CrlCandidate*> sorted;
+    for (const CrlCandidate& candidate : candidates) {
+        sorted.push_back(&candidate);
+    }
+    std::stable_sort(sorted.begin(), sorted.end(), isNewer);
+    std::vector<CrlGroup> groups;
+    for (const bool isDelta : {false, true}) {
+        for (const CrlCandidate* const candidate : sorted) {
+            if (candidate->crl->isDelta() != isDelta) {
+                continue;
+            }
+            const auto group = std::find_if(groups.begin(), groups.end(), [&](const CrlGroup& held) {
+                return isSameScope(*held.completes.front()->crl, *candidate->crl);
+            });
+            if (group != groups.end()) {
+                (isDelta ? group->deltas : group->completes).push_back(candidate);
+            } else if (!isDelta) {
+                groups.push_back({{candidate}, {}});
+            }
+        }
+    }
+    return groups;
+}
+
+DeltaFit fitOf(const Crl& delta, const Crl& complete) {
+    if (!delta.number || !complete.number || !isLess(*complete.number, *delta.number)) {
+        return DeltaFit::kNone;
+    }
+    return isLess(*complete.number, *delta.baseNumber) ? DeltaFit::kBeyond : DeltaFit::kUpdates;
+}
+
+}  // namespace tallow::platform

@@ -1,0 +1,160 @@
+#include "platform/crypto/crl_signer.h"
+
+#include <algorithm>
+
+#include "platform/crypto/chain_verifier.h"
+
+namespace tallow::platform {
+
+namespace {
+
+constexpr std::size_t kMaxCandidates = 8;     // certificates tried as the signer of one CRL
+constexpr std::size_t kMaxNamesParsed = 512;  // certificates compared by parsed name when no name has the same bytes
+constexpr std::size_t kMaxNesting = 3;        // signers whose CRL was signed by a further signer
+constexpr int kMaxPaths = 16;                 // signers whose path is checked in one call
+
+bool maySignCrls(const Certificate& certificate) {
+    return certificate.x509() != nullptr && (X509_get_key_usage(certificate.x509()) & KU_CRL_SIGN) != 0;
+}
+
+bool hasSubject(const Certificate& certificate, const X509_NAME* name) {
+    return certificate.x509() != nullptr && X509_NAME_cmp(X509_get_subject_name(certificate.x509()), name) == 0;
+}
+
+bool hasSameKey(const Certificate& left, const Certificate& right) {
+    return sameBytes(left.body().publicKeyInfo(), right.body().publicKeyInfo());
+}
+
+bool isSelfIssued(const Certificate& certificate) {
+    return hasSubject(certificate, X509_get_issuer_name(certificate.x509()));
+}
+
+// Whether `signer`, which has the name of the CA above the element, but another key, speaks for that CA: the CA itself
+// certified it, or the one that certified the CA. Any other CA below the same root could write the name too.
+bool speaksForIssuer(const Certificate& signer, const Path& path, std::size_t index) {
+    const X509_NAME* const certifier = X509_get_issuer_name(signer.x509());
+    std::size_t above = index + 1;
+    if (hasSubject(*path.elements[above], certifier)) {
+        return true;
+    }
+    while (above + 1 < path.elements.size() && isSelfIssued(*path.elements[above])) {
+        ++above;
+    }
+    return X509_NAME_cmp(X509_get_issuer_name(path.elements[above]->x509()), certifier) == 0;
+}
+
+bool isNamedByKeyIdentifier(const Crl& crl, const Certificate& certificate) {
+    const ASN1_OCTET_STRING* const wanted =
+        crl.authorityKeyIdentifier != nullptr ? crl.authorityKeyIdentifier->keyid : nullptr;
+    const ASN1_OCTET_STRING* const offered = X509_get0_subject_key_id(certificate.x509());
+    return wanted != nullptr && offered != nullptr && ASN1_OCTET_STRING_cmp(wanted, offered) == 0;
+}
+
+}  // namespace
+
+bool isProven(const Path& path, SignatureLedger& ledger) {
+    bool proven = path.anchored;
+    for (std::size_t i = 0; proven && i + 1 < path.elements.size(); ++i) {
+        proven = ledger.verifies(*path.elements[i], *path.elements[i + 1]);
+    }
+    return proven;
+}
+
+CertificateRef CrlSigners::signerOf(const Crl& crl, const Path& path, std::size_t index) {
+    const CertificateRef& issuer = path.elements[index + 1];
+    if (hasSubject(*issuer, crl.issuer.get()) && maySignCrls(*issuer) && ledger_.verifies(crl, *issuer)) {
+        return issuer;
+    }
+    const bool isDirect = hasSubject(*issuer, crl.issuer.get());
+    for (const CertificateRef& candidate : candidatesFor(crl, path, index)) {
+        const bool speaks = !isDirect || hasSameKey(*candidate, *issuer) || speaksForIssuer(*candidate, path, index);
+        if (speaks && ledger_.verifies(crl, *candidate) && isTrusted(candidate, path, path.elements[index])) {
+            return candidate;
+        }
+    }
+    return {};
+}
+
+// The other certificates with the name of the CRL's issuer, those on the path and those with the key identifier first.
+std::vector<CertificateRef> CrlSigners::candidatesFor(const Crl& crl, const Path& path, std::size_t index) const {
+    const std::vector<CertificateRef>* const places[] = {&path.elements, &sources_.others, &sources_.roots};
+    std::vector<CertificateRef> found;
+    const auto collect = [&](const auto& hasName) {
+        for (const std::vector<CertificateRef>* const place : places) {
+            for (const CertificateRef& certificate : *place) {
+                const auto isSame = [&](const CertificateRef& other) {
+                    return sameBytes(other->der(), certificate->der());
+                };
+                if (hasName(*certificate) && maySignCrls(*certificate) && !isSame(path.elements[index + 1]) &&
+                    std::none_of(found.begin(), found.end(), isSame)) {
+                    found.push_back(certificate);
+                }
+            }
+        }
+    };
+    collect([&](const Certificate& certificate) { return sameBytes(view(certificate.info().Subject), crl.issuerDer); });
+    if (found.empty()) {
+        // The name may be written in another string type or case.
+        std::size_t parsed = 0;
+        collect([&](const Certificate& certificate) {
+            return ++parsed <= kMaxNamesParsed && hasSubject(certificate, crl.issuer.get());
+        });
+    }
+    std::stable_partition(found.begin(), found.end(),
+                          [&](const CertificateRef& candidate) { return isNamedByKeyIdentifier(crl, *candidate); });
+    found.resize(std::min(found.size(), kMaxCandidates));
+    return found;
+}
+
+bool CrlSigners::isTrusted(const CertificateRef& signer, const Path& path, const CertificateRef& subject) {
+    const CertificateBody* const body = &signer->body();
+    if (const auto known = known_.find(body); known != known_.end()) {
+        return known->second;
+    }
+    if (!frames_.empty() && frames_.back().signer == body && &subject->body() == body) {
+        frames_.back().vouched = true;
+        return frames_.back().mayVouchForItself;
+    }
+    const bool isRunning =
+        std::any_of(frames_.begin(), frames_.end(), [&](const Frame& frame) { return frame.signer == body; });
+    if (isRunning || frames_.size() >= kMaxNesting || pathsChecked_ >= kMaxPaths) {
+        return false;
+    }
+    ++pathsChecked_;
+    const bool trusted = hasValidPath(signer, path);
+    if (frames_.empty()) {  // what was found in the middle of another check may have been cut short by it
+        known_.emplace(body, trusted);
+    }
+    return trusted;
+}
+
+bool CrlSigners::hasValidPath(const CertificateRef& signer, const Path& path) {
+    if (!path.anchored) {
+        return false;
+    }
+    ChainSources sources;
+    sources.roots = {path.elements.back()};
+    sources.others = sources_.others;
+    sources.others.insert(sources.others.end(), path.elements.begin() + 1, path.elements.end());
+    const Path found = findPath(signer, sources, when_, {}, ledger_);
+    if (!isProven(found, ledger_)) {
+        return false;
+    }
+    bool vouched = false;
+    DWORD error = errorOf(found, signer, false, vouched);
+    // Some CRL issuers are covered by nothing but their own CRL. It counts for them when nothing else says anything.
+    if (error != 0 && (error & ~kUnknownRevocation) == 0 && vouched) {
+        error = errorOf(found, signer, true, vouched);
+    }
+    return error == 0;
+}
+
+DWORD CrlSigners::errorOf(const Path& path, const CertificateRef& signer, bool mayVouchForItself, bool& vouched) {
+    frames_.push_back({&signer->body(), mayVouchForItself, false});
+    const DWORD error = verifyPath(path, when_, RevocationScope::kChain, &check_, ledger_).error;
+    vouched = frames_.back().vouched;
+    frames_.pop_back();
+    return error;
+}
+
+}  // namespace tallow::platform

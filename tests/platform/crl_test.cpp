@@ -1,0 +1,361 @@
+// What CRLs say about a certificate, rule by rule (RFC 5280, sections 5 and 6.3). Each row issues a certificate below
+// pki.ca, with the distribution points it names, and asks for its status with the CRLs it names.
+#include <gtest/gtest.h>
+
+#include "tests/platform/trust_fixture.h"
+#include "tests/support/tlv.h"
+
+namespace testkit {
+namespace {
+
+constexpr DWORD kGood = 0;
+constexpr DWORD kRevoked = CERT_TRUST_IS_REVOKED;
+constexpr DWORD kUnknown = CERT_TRUST_REVOCATION_STATUS_UNKNOWN | CERT_TRUST_IS_OFFLINE_REVOCATION;
+
+constexpr const char* kIssuingPoint = "2.5.29.28";
+constexpr const char* kDeltaIndicator = "2.5.29.27";
+constexpr const char* kCertificateIssuer = "2.5.29.29";
+constexpr int kHold = 6;
+constexpr int kRemove = 8;
+
+const Bytes kSerial = {0x2A};
+
+// ---- Names, distribution points, scopes -----------------------------------------------------------------------------
+
+Bytes uri(const char* text) {
+    return tlv::contextPrimitive(6, bytesOf(text));
+}
+Bytes directoryName(const Identity& identity) {
+    return tlv::context(4, identity.subject());
+}
+Bytes fullName(const Bytes& names) {
+    return tlv::context(0, tlv::context(0, names));
+}
+// The name of `identity`, which has one part, relative to an issuer.
+Bytes relativeName(const char* commonName) {
+    const Bytes attribute = tlv::sequence({tlv::oid("2.5.4.3"), tlv::utf8String(commonName)});
+    return tlv::context(0, tlv::context(1, attribute));
+}
+Bytes reasonFlags(unsigned tag, Bytes flags) {
+    flags.insert(flags.begin(), 0);  // no unused bits
+    return tlv::contextPrimitive(tag, flags);
+}
+Bytes reasons(Bytes flags) {
+    return reasonFlags(1, std::move(flags));
+}
+Bytes crlIssuer(const Identity& identity) {
+    return tlv::context(2, directoryName(identity));
+}
+Bytes points(std::initializer_list<Bytes> list) {
+    return tlv::sequence(list);
+}
+const Bytes kIndirect = tlv::contextPrimitive(4, {0xFF});
+const Bytes kUri = fullName(uri("http://a/"));
+const Bytes kOtherUri = fullName(uri("http://b/"));
+const Bytes kAtUri = points({points({kUri})});
+
+CrlSpec scoped(const Bytes& scope, CrlSpec spec = {}) {
+    spec.criticalExtensions.emplace_back(kIssuingPoint, scope);
+    return spec;
+}
+CrlSpec delta(std::int64_t base, Bytes number, CrlSpec spec) {
+    spec.criticalExtensions.emplace_back(kDeltaIndicator, tlv::integer(base));
+    spec.number = std::move(number);
+    return spec;
+}
+CrlEntrySpec ofIssuer(const Identity& issuer, Bytes serial = kSerial) {
+    return {std::move(serial), std::nullopt, {{kCertificateIssuer, tlv::sequence({directoryName(issuer)})}}};
+}
+
+struct Row {
+    const char* name;
+    std::vector<Bytes> crls;
+    DWORD expected;
+    Bytes distributionPoints = {};
+    std::vector<Identity> extra = {};  // further certificates at hand
+};
+
+class Crls : public ::testing::Test {
+protected:
+    Identity leaf(const Bytes& distributionPoints = {}) const {
+        CertificateSpec spec;
+        spec.serial = kSerial;
+        if (!distributionPoints.empty()) {
+            spec.extensions = {{"2.5.29.31", distributionPoints}};
+        }
+        return issue(pki.ca, spec);
+    }
+    Identity crlSigner(const Identity& issuer, const char* name, const char* keyUsage = "critical,cRLSign") const {
+        return caUnder(issuer, [&](CertificateSpec& spec) {
+            spec.commonName = name;
+            spec.ca = false;
+            spec.keyUsage = keyUsage;
+        });
+    }
+    void expectAll(const std::vector<Row>& rows) const {
+        for (const Row& row : rows) {
+            SCOPED_TRACE(row.name);
+            ChainRequest request{.end = leaf(row.distributionPoints), .extra = row.extra, .crls = row.crls};
+            request.extra.push_back(pki.ca);
+            request.crls.push_back(rootCrl);
+            request.flags |= CERT_CHAIN_REVOCATION_CHECK_CHAIN;
+            const ChainPtr chain = chainOf(request);
+            EXPECT_EQ(errorAt(chain, 0), row.expected);
+            EXPECT_EQ(errorAt(chain, 1), 0U);
+        }
+    }
+    Bytes crl(CrlSpec spec) const { return makeCrl(pki.ca, spec); }
+    Bytes listing(CrlSpec spec = {}) const {
+        spec.revokedSerials = {kSerial};
+        return makeCrl(pki.ca, spec);
+    }
+
+    const Pki& pki = Pki::shared();
+    TrustWorld world{{pki.root}};
+    const Bytes rootCrl = makeCrl(pki.root, {});
+};
+
+TEST_F(Crls, ThatBreakARuleOfTheirFormProveNothing) {
+    const Bytes null = tlv::null();
+    const std::pair<const char*, CrlSpec> rows[] = {
+        {"version 1 with extensions", {.version = std::nullopt}},
+        {"version 1 with an entry extension",
+         {.number = std::nullopt, .entries = {{{0x07}, 1}}, .version = std::nullopt}},
+        {"version 3", {.version = 2}},
+        {"differing signature algorithms", {.innerAlgorithm = tlv::sequence({tlv::oid("1.2.840.10045.4.3.3")})}},
+        {"extension twice", {.extensions = {{"2.5.29.20", tlv::integer(1)}}}},
+        {"unknown critical extension", {.criticalExtensions = {{"1.2.3.4", null}}}},
+        {"unknown critical extension of an entry", {.entries = {{{0x07}, 1, {{"1.2.3.4", null}}}}}},
+        {"malformed reason of an entry", {.entries = {{{0x07}, std::nullopt, {{"2.5.29.21", null}}}}}},
+        {"malformed number", {.extensions = {{"2.5.29.20", null}}, .number = std::nullopt}},
+        {"negative number", {.number = Bytes{0xFF}}},
+        {"malformed authorityKeyIdentifier", {.extensions = {{"2.5.29.35", null}}}},
+        {"malformed freshestCRL", {.extensions = {{"2.5.29.46", null}}}},
+        {"empty scope", scoped(tlv::sequence({}))},
+        {"scope with octets after it", scoped(concat({tlv::sequence({kIndirect}), null}))},
+        {"scope of two kinds",
+         scoped(tlv::sequence({tlv::contextPrimitive(1, {0xFF}), tlv::contextPrimitive(2, {0xFF})}))},
+        {"other issuers in a direct CRL", {.entries = {ofIssuer(pki.sibling)}}},
+        {"other issuer without a directory name",
+         scoped(tlv::sequence({kIndirect}),
+                {.entries = {{{0x07}, std::nullopt, {{kCertificateIssuer, tlv::sequence({uri("http://a/")})}}}}})},
+    };
+    for (const auto& [name, spec] : rows) {
+        expectAll({{name, {crl(spec)}, kUnknown}, {name, {listing(spec)}, kUnknown}});
+    }
+    expectAll({{"empty list", {crl({.emptyList = true})}, kUnknown},
+               {"removed in a complete CRL", {listing({.reason = kRemove})}, kUnknown},
+               {"version 1", {crl({.number = std::nullopt, .version = std::nullopt})}, kGood},
+               {"version 1, listed", {listing({.number = std::nullopt, .version = std::nullopt})}, kRevoked},
+               {"unknown extension that is not critical", {listing({.extensions = {{"1.2.3.4", null}}})}, kRevoked},
+               {"known entry extensions",
+                {listing({.entries = {{{0x07}, 1, {{"2.5.29.23", tlv::oid("1.2.3")}}}}})},
+                kRevoked}});
+}
+
+TEST_F(Crls, SpeakAboutTheCertificatesOfTheirScope) {
+    const Bytes rest = {0x1F, 0x80};  // affiliationChanged to aACompromise
+    const auto some = [](Bytes flags, Bytes name = {}) {
+        return tlv::sequence({name, reasonFlags(3, std::move(flags))});
+    };
+    const Bytes compromise = crl(scoped(some({0x60})));
+    const Bytes relativeToCa = tlv::set({tlv::sequence({tlv::oid("2.5.4.3"), tlv::utf8String("x")})});
+    Bytes caAndX = pki.ca.subject();
+    caAndX = tlv::sequence({Bytes(caAndX.begin() + 2, caAndX.end()), relativeToCa});
+    const Bytes named = crl(scoped(tlv::sequence({fullName(tlv::context(4, caAndX))})));
+    const Bytes relative = crl(scoped(tlv::sequence({relativeName("x")})));
+    const Bytes atUri = crl(scoped(points({kUri})));
+    const Bytes listedAtUri = listing(scoped(points({kUri})));
+    const Bytes elsewhere = crl(scoped(points({kOtherUri})));
+    expectAll({
+        {"its point", {atUri}, kGood, kAtUri},
+        {"its point, listed", {listedAtUri}, kRevoked, kAtUri},
+        {"the second of two points", {listedAtUri}, kRevoked, points({points({kOtherUri}), points({kUri})})},
+        {"another point", {listing(scoped(points({kOtherUri})))}, kUnknown, kAtUri},
+        {"a point of the issuer's name", {listing(scoped(points({fullName(directoryName(pki.ca))})))}, kRevoked},
+        {"relative in both", {relative}, kGood, points({points({relativeName("x")})})},
+        {"relative in the CRL", {relative}, kGood, points({points({fullName(tlv::context(4, caAndX))})})},
+        {"relative in the certificate", {named}, kGood, points({points({relativeName("x")})})},
+        {"relative, another", {relative}, kUnknown, points({points({relativeName("y")})})},
+        {"points that cannot be read", {crl({})}, kUnknown, tlv::null()},
+        {"some reasons", {compromise}, kUnknown},
+        {"all reasons in two parts", {compromise, crl(scoped(some(rest)))}, kGood},
+        {"listed in the second part", {compromise, listing(scoped(some(rest)))}, kRevoked},
+        {"one reason is missing", {compromise, crl(scoped(some({0x1F, 0x00})))}, kUnknown},
+        {"reasons of the points",
+         {atUri, elsewhere},
+         kGood,
+         points({points({kUri, reasons({0x60})}), points({kOtherUri, reasons(rest)})})},
+        {"reasons of one point", {atUri}, kUnknown, points({points({kUri, reasons({0x60})})})},
+    });
+}
+
+TEST_F(Crls, OfOtherIssuersCountWhereTheCertificateNamesThem) {
+    const Identity agent = crlSigner(pki.root, "agent");
+    const Bytes named = points({points({crlIssuer(agent)})});
+    const Bytes indirect = tlv::sequence({kIndirect});
+    const auto by = [](const Identity& signer, const CrlSpec& spec) { return makeCrl(signer, spec); };
+    const CrlSpec lists = scoped(indirect, {.entries = {ofIssuer(pki.ca)}});
+    const Identity stranger = crlSigner(pki.sameNameCa, "agent");
+    const Identity noSigner = crlSigner(pki.root, "agent", "critical,digitalSignature");
+    const Identity revokedAgent = crlSigner(pki.root, "agent");
+    const CrlSpec revokesAgent = {.revokedSerials = {revokedAgent.serial()}, .lastUpdateSeconds = -60};
+    const auto coveredBy = [&](const char* name, const Identity& other) {
+        return caUnder(pki.ca, [&](CertificateSpec& spec) {
+            spec.commonName = name;
+            spec.extensions = {{"2.5.29.31", points({points({crlIssuer(other)})})}};
+        });
+    };
+    const Identity first = coveredBy("first", crlSigner(pki.root, "second"));
+    const Identity second = coveredBy("second", first);
+    const Bytes atAgent = points({points({kUri, crlIssuer(agent)})});
+    const auto agents = [&](const char* name, const CrlSpec& spec, DWORD expected, const Bytes& at) {
+        expectAll({{name, {makeCrl(agent, spec)}, expected, at, {agent}}});
+    };
+    agents("not listed", scoped(indirect), kGood, named);
+    agents("listed", lists, kRevoked, named);
+    agents("listed below the entry with the issuer",
+           scoped(indirect, {.entries = {ofIssuer(pki.ca, {0x07}), {kSerial}}}), kRevoked, named);
+    agents("same number of the CRL's own issuer", scoped(indirect, {.revokedSerials = {kSerial}}), kGood, named);
+    agents("same number of a third issuer", scoped(indirect, {.entries = {ofIssuer(pki.sibling)}}), kGood, named);
+    agents("not indirect", {}, kUnknown, named);
+    agents("not named", lists, kUnknown, kAtUri);
+    agents("point and issuer", scoped(tlv::sequence({kUri, kIndirect})), kGood, atAgent);
+    agents("another point of the issuer", scoped(tlv::sequence({kOtherUri, kIndirect})), kUnknown, atAgent);
+    agents("point of the issuer's name", scoped(tlv::sequence({fullName(directoryName(agent)), kIndirect})), kGood,
+           named);
+    const std::vector<Bytes> mutual = {by(first, scoped(indirect)), by(second, scoped(indirect))};
+    const std::vector<Bytes> revoking = {by(revokedAgent, scoped(indirect)), by(pki.root, revokesAgent)};
+    expectAll({
+        {"signer not at hand", {by(agent, lists)}, kUnknown, named},
+        {"signer under another root", {by(stranger, scoped(indirect))}, kUnknown, named, {stranger, pki.sameNameCa}},
+        {"signer that may not sign CRLs", {by(noSigner, scoped(indirect))}, kUnknown, named, {noSigner}},
+        {"signers that vouch for each other", mutual, kUnknown, points({points({crlIssuer(first)})}), {first, second}},
+        {"signer that is revoked", revoking, kUnknown, named, {revokedAgent}},
+    });
+}
+
+TEST_F(Crls, MayBeSignedWithAnotherKeyOfTheCa) {
+    const Identity second = crlSigner(pki.root, "ca");
+    const Identity bySibling = crlSigner(pki.sibling, "ca");
+    const Identity selfIssued = crlSigner(pki.ca, "ca");
+    const Identity caBelow = caUnder(pki.ca, [](CertificateSpec& spec) { spec.commonName = "ca"; });
+    const Identity belowThat = crlSigner(caBelow, "ca");
+    const Bytes own = makeCrl(selfIssued, {});
+    const Bytes revokesSigner = makeCrl(selfIssued, {.revokedSerials = {selfIssued.serial()}});
+    const std::vector<Bytes> strangers = {makeCrl(bySibling, {}), makeCrl(pki.sibling, {})};
+    const std::vector<Bytes> revoked = {
+        makeCrl(second, {}), makeCrl(pki.root, {.revokedSerials = {second.serial()}, .lastUpdateSeconds = -60})};
+    const std::vector<Bytes> revokedByCa = {
+        makeCrl(selfIssued, {.revokedSerials = {kSerial}}),
+        crl({.revokedSerials = {selfIssued.serial()}, .lastUpdateSeconds = -7200, .reason = 1})};
+    expectAll({
+        {"certified by the CA's issuer", {makeCrl(second, {})}, kGood, {}, {second}},
+        {"the same, listed", {makeCrl(second, {.revokedSerials = {kSerial}})}, kRevoked, {}, {second}},
+        {"certified by a stranger below the root", strangers, kUnknown, {}, {bySibling, pki.sibling}},
+        {"revoked signer", revoked, kUnknown, {}, {second}},
+        {"certified by the CA, covered by its own CRL alone", {own}, kGood, {}, {selfIssued}},
+        {"the same, listed in it", {revokesSigner}, kUnknown, {}, {selfIssued}},
+        {"the same, listed in one by the CA's key", revokedByCa, kGood, {}, {selfIssued}},
+        {"own CRL for the CA above the signer", {makeCrl(belowThat, {})}, kUnknown, {}, {caBelow, belowThat}},
+        {"each key lists its own", {makeCrl(second, {.lastUpdateSeconds = -60}), listing()}, kRevoked, {}, {second}},
+    });
+    // The very certificate of the CA on the path does not matter: a renewed one, with the key that it had before.
+    CertificateSpec renewed;
+    renewed.commonName = "ca";
+    renewed.ca = true;
+    renewed.key = pki.ca.key;
+    renewed.extensions = {{"2.5.29.14", tlv::octetString({1, 2, 3})}};
+    renewed.keyIdentifiers = false;
+    const Bytes keyIdentifier = tlv::sequence({tlv::contextPrimitive(0, {1, 2, 3})});
+    expectAll({{"key identifier of a renewed certificate",
+                {crl({.lastUpdateSeconds = -7200}), listing({.extensions = {{"2.5.29.35", keyIdentifier}}})},
+                kRevoked,
+                {},
+                {issue(pki.root, renewed)}}});
+}
+
+TEST_F(Crls, OfTheNewKeySpeakAboutCertificatesOfTheOldOne) {
+    const auto ca = [](const Identity& issuer, const Key& key) {
+        return caUnder(issuer, [&](CertificateSpec& spec) {
+            spec.commonName = "ca";
+            spec.key = key;
+        });
+    };
+    const Identity newCa = ca(pki.root, Key::make());
+    const Identity oldWithNew = ca(newCa, pki.ca.key);
+    for (const DWORD expected : {kGood, kRevoked}) {
+        const CrlSpec spec = expected == kGood ? CrlSpec() : CrlSpec{.revokedSerials = {kSerial}};
+        const ChainPtr chain =
+            chainOf({.end = leaf(),
+                     .extra = {newCa, oldWithNew},
+                     .crls = {rootCrl, makeCrl(newCa, spec)},
+                     .flags = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CHAIN});
+        ASSERT_EQ(simple(chain).cElement, 4U);
+        EXPECT_EQ(errorAt(chain, 0), expected);
+        EXPECT_EQ(errorOf(chain), expected);
+    }
+}
+
+TEST_F(Crls, AreUpdatedByDeltaCrls) {
+    const Bytes wide(40, 0x11);
+    Bytes wider = wide;
+    wider.back() = 0x12;
+    const auto complete = [&](Bytes number, CrlSpec spec = {}) {
+        spec.number = std::move(number);
+        return crl(spec);
+    };
+    const CrlSpec lists = {.revokedSerials = {kSerial}};
+    const CrlSpec holds = {.revokedSerials = {kSerial}, .reason = kHold};
+    const CrlSpec compromised = {.revokedSerials = {kSerial}, .reason = 1};
+    const CrlSpec removes = {.revokedSerials = {kSerial}, .reason = kRemove};
+    CrlSpec expired = lists;
+    expired.nextUpdateSeconds = -60;
+    expectAll({
+        {"no complete one", {crl(delta(1, {2}, {}))}, kUnknown},
+        {"no complete one, listed", {crl(delta(1, {2}, lists))}, kUnknown},
+        {"nothing new", {complete({5}), crl(delta(5, {6}, {}))}, kGood},
+        {"listed since", {complete({5}), crl(delta(4, {6}, lists))}, kRevoked},
+        {"listed before", {complete({5}, lists), crl(delta(5, {6}, {}))}, kRevoked},
+        {"hold lifted", {complete({5}, holds), crl(delta(5, {6}, removes))}, kGood},
+        {"hold confirmed", {complete({5}, holds), crl(delta(5, {6}, compromised))}, kRevoked},
+        {"removed without a hold", {complete({5}, compromised), crl(delta(5, {6}, removes))}, kRevoked},
+        {"removed, never listed", {complete({5}), crl(delta(5, {6}, removes))}, kGood},
+        {"older than the complete one", {complete({7}), crl(delta(4, {6}, lists))}, kGood},
+        {"newest of two", {complete({5}), crl(delta(5, {6}, holds)), crl(delta(5, {7}, removes))}, kGood},
+        {"for a newer complete one, not listed", {complete({5}), crl(delta(6, {7}, {}))}, kGood},
+        {"for a newer complete one, listed", {complete({5}), crl(delta(6, {7}, lists))}, kUnknown},
+        {"complete one without a number", {crl({.number = std::nullopt}), crl(delta(5, {6}, lists))}, kGood},
+        {"of another scope", {complete({5}), crl(scoped(tlv::sequence({kIndirect}), delta(5, {6}, lists)))}, kGood},
+        {"not current", {complete({5}), crl(delta(5, {6}, expired))}, kGood},
+        {"of another key", {complete({5}), makeCrl(pki.sameNameCa, delta(5, {6}, lists))}, kGood},
+        {"wide numbers", {complete(wide), crl(delta(5, wider, lists))}, kRevoked},
+        {"wide numbers, older", {complete(wider), crl(delta(5, wide, lists))}, kGood},
+    });
+}
+
+TEST_F(Crls, CountFromTheNewestDownwards) {
+    std::vector<Bytes> weekly;
+    std::vector<Bytes> expired;
+    for (long week = 1; week <= 12; ++week) {
+        weekly.push_back(crl({.lastUpdateSeconds = -week * 7 * 24 * 3600, .number = std::nullopt}));
+        expired.push_back(crl({.lastUpdateSeconds = -week * 7 * 24 * 3600, .nextUpdateSeconds = -60}));
+    }
+    weekly.push_back(listing());
+    expired.push_back(crl({}));
+    const Bytes held = listing({.lastUpdateSeconds = -7200, .reason = kHold});
+    expectAll({{"twelve older ones before it", weekly, kRevoked},
+               {"twelve expired ones before it", expired, kGood},
+               {"hold that the newest no longer has", {held, crl({})}, kGood},
+               {"same time, higher number", {crl({.number = Bytes{1}}), listing({.number = Bytes{2}})}, kRevoked},
+               {"newest one with an unknown critical extension",
+                {crl({.lastUpdateSeconds = -60, .criticalExtensions = {{"1.2.3.4", tlv::null()}}}), held},
+                kRevoked}});
+    const TrustWorld bounded({pki.root}, "max_crl_age = 1000\n");
+    expectAll(
+        {{"older than the setting allows", {crl({}), makeCrl(pki.root, {.lastUpdateSeconds = -60})}, kUnknown},
+         {"young enough", {crl({.lastUpdateSeconds = -900}), makeCrl(pki.root, {.lastUpdateSeconds = -60})}, kGood}});
+}
+
+}  // namespace
+}  // namespace testkit
