@@ -21,12 +21,6 @@ protected:
     TrustWorld world{{pki.root}};
 };
 
-Identity leafUnder(const Identity& issuer) {
-    CertificateSpec spec;
-    spec.commonName = "leaf";
-    return issue(issuer, spec);
-}
-
 TEST_F(Chains, AlwaysGivesAContextWithTheFaultsWhereTheyAre) {
     struct Row {
         const char* name;
