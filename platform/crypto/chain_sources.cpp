@@ -28,10 +28,10 @@ void append(std::vector<Item>& target, std::vector<Item>&& items) {
     target.insert(target.end(), std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()));
 }
 
-void addStore(ChainSources& sources, const Store* store) {
+void addStore(const Store* store, std::vector<CertificateRef>& certificates, std::vector<CrlRef>& crls) {
     if (store != nullptr) {
-        append(sources.others, store->certificates());
-        append(sources.crls, store->crls());
+        append(certificates, store->certificates());
+        append(crls, store->crls());
     }
 }
 
@@ -72,13 +72,13 @@ ChainSources chainSources(HCERTCHAINENGINE handle, HCERTSTORE additional) {
         reinterpret_cast<std::uintptr_t>(handle) == kMachineEngine ? StoreView::kMachine : StoreView::kUser;
     ChainSources sources;
     addRoots(sources, engine, storeView);
-    addStore(sources, Store::of(additional));
+    addStore(Store::of(additional), sources.others, sources.crls);
     if (engine != nullptr) {
         for (const StoreRef& store : engine->additional) {
-            addStore(sources, store.get());
+            addStore(store.get(), sources.local, sources.crls);
         }
     }
-    addSystemStore("CA", storeView, sources.others, sources.crls);
+    addSystemStore("CA", storeView, sources.local, sources.crls);
     return sources;
 }
 

@@ -19,7 +19,8 @@ const ChainEngine* engineOf(HCERTCHAINENGINE handle) noexcept;
 
 struct ChainSources {
     std::vector<CertificateRef> roots;
-    std::vector<CertificateRef> others;  // what was handed in comes first, then the CA stores
+    std::vector<CertificateRef> local;   // of the engine and the CA stores: somebody put them there
+    std::vector<CertificateRef> others;  // handed in with the call: anybody's
     std::vector<CrlRef> crls;
     bool crlsIncomplete = false;  // a file that may hold a CRL could not be read: nothing counts as "not revoked"
 };

@@ -120,6 +120,7 @@ public:
         return server_.url(path);
     }
     std::size_t requests() const { return server_.requests().size(); }
+    void replace(Bytes body) { files_.back().second = std::move(body); }
 
 private:
     std::vector<std::pair<std::string, Bytes>> files_;
@@ -167,10 +168,68 @@ TEST_F(Chains, TakesIssuersFromStoresAndFromTheirAddresses) {
     EXPECT_EQ(errorOf(chainOf({single})), 0U);
     EXPECT_EQ(files.requests(), 2U);  // kept
     EXPECT_EQ(errorOf(chainOf({.end = rubbish, .flags = 0})), CERT_TRUST_IS_PARTIAL_CHAIN);
+    constexpr DWORD kOfRequestor = CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT;
+    EXPECT_EQ(errorOf(chainOf({.end = rubbish, .flags = kOfRequestor})) & CERT_TRUST_IS_PARTIAL_CHAIN,
+              CERT_TRUST_IS_PARTIAL_CHAIN);
+    EXPECT_EQ(files.requests(), 3U);
 
     world.add("CA/ca.pem", pki.ca);
     EXPECT_EQ(errorOf(chainOf({.end = rubbish, .flags = 0})), 0U);
     EXPECT_EQ(files.requests(), 3U);  // no address is asked when a store has the issuer
+}
+
+TEST_F(Chains, AsksEachAddressUntilOneHasTheIssuer) {
+    Files files;
+    std::vector<Identity> crowd(40, pki.sibling);
+    crowd.push_back(pki.ca);
+    CertificateSpec spec;
+    spec.caIssuersUrls = {files.add("/sibling", pki.sibling.certificate),
+                          files.add("/namesake", pki.sameNameCa.certificate),
+                          files.add("/crowd", certificatesOnly(crowd)), files.add("/never", pki.ca.certificate)};
+    EXPECT_EQ(errorOf(chainOf({.end = issue(pki.ca, spec), .flags = 0})), 0U);
+    EXPECT_EQ(files.requests(), 3U);
+
+    std::string withPassword = files.add("/ca.cer", pki.ca.certificate);
+    withPassword.insert(withPassword.find("127"), "me:secret@");
+    spec.caIssuersUrls = {withPassword};
+    EXPECT_EQ(errorOf(chainOf({.end = issue(pki.ca, spec), .flags = 0})), CERT_TRUST_IS_PARTIAL_CHAIN);
+    // The certificate above bears the issuer's name and did not make the signature.
+    spec.caIssuersUrls = {files.add("/above", pki.root.certificate)};
+    spec.commonName = "ca";
+    chainOf({.end = pki.good, .extra = {issue(pki.sibling, spec)}, .flags = 0});
+    EXPECT_EQ(files.requests(), 3U);
+}
+
+TEST_F(Chains, KeepsADownloadOnlyWhenAChainOverItIsValid) {
+    const TrustWorld empty({});
+    const auto trust = [](const Identity& root) {
+        crypto_forget_trusted_roots();
+        crypto_add_trusted_root(context(root.certificate).get());
+    };
+    const auto withKeyOfCa = [&](const Identity& issuer) {
+        CertificateSpec spec;
+        spec.commonName = "ca";
+        spec.key = pki.ca.key;
+        spec.ca = true;
+        return issue(issuer, spec);
+    };
+    trust(pki.root);
+    Files files;
+    CertificateSpec spec;
+    spec.caIssuersUrls = {files.add("/ca", withKeyOfCa({pki.root.certificate, Key::make()}).certificate)};
+    const Identity leaf = issue(pki.ca, spec);
+    EXPECT_NE(errorOf(chainOf({.end = leaf, .flags = 0})), 0U);  // forged
+    files.replace(pki.ca.certificate);
+    EXPECT_NE(errorOf(chainOf({leaf})), 0U);
+    EXPECT_EQ(errorOf(chainOf({.end = leaf, .flags = 0})), 0U);
+    EXPECT_EQ(files.requests(), 2U);
+    EXPECT_EQ(errorOf(chainOf({leaf})), 0U);
+    // What is kept leads nowhere any more.
+    const Identity next = rootCa("next");
+    trust(next);
+    files.replace(withKeyOfCa(next).certificate);
+    EXPECT_EQ(errorOf(chainOf({.end = leaf, .flags = 0})), 0U);
+    EXPECT_EQ(files.requests(), 3U);
 }
 
 TEST_F(Chains, BoundsTheDownloadsInNumberAndTime) {

@@ -325,6 +325,132 @@ TEST_F(PathValidation, CountsAndConstrainsAllButSelfIssuedCertificates) {
     }
 }
 
+TEST_F(PathValidation, ComparesNamesAsTheyRead) {
+    const auto name = [](const Bytes& value) {
+        return tlv::sequence({tlv::set({tlv::sequence({tlv::oid("2.5.4.3"), value})})});
+    };
+    const auto caNamed = [&](const Bytes& value) {
+        return caUnder(pki.root, [&](CertificateSpec& spec) { spec.subject = name(value); });
+    };
+    const auto errorWith = [&](const Bytes& inCa, const Bytes& inLeaf) {
+        CertificateSpec spec;
+        spec.issuer = name(inLeaf);
+        const Identity ca = caNamed(inCa);
+        return errorOfPath({issue(ca, spec), ca});
+    };
+    const Bytes plain = tlv::printableString("A Certification  Authority");
+    EXPECT_EQ(errorWith(plain, tlv::utf8String(" a certification authority ")), 0U);
+    EXPECT_EQ(errorWith(tlv::utf8String("\xD0\xA6\xD0\x90"), tlv::raw(0x1E, {0x04, 0x26, 0x04, 0x10})), 0U);
+    EXPECT_EQ(errorWith(plain, tlv::utf8String("A CertificationAuthority")), CERT_TRUST_IS_PARTIAL_CHAIN);
+
+    // A namesake of the very spelling does not hide the issuer.
+    CertificateSpec spec;
+    spec.issuer = name(tlv::utf8String("a certification authority"));
+    const Identity ca = caNamed(plain);
+    const Identity namesake = caNamed(tlv::utf8String("a certification authority"));
+    EXPECT_EQ(errorOfPath({issue(ca, spec), namesake, ca}), 0U);
+}
+
+TEST_F(PathValidation, GoesFromOneKeyOfACaToItsNext) {
+    const Identity newRoot = rootCa("root");
+    const auto reissued = [](const Identity& subject, const Identity& issuer) {
+        return caUnder(issuer, [&](CertificateSpec& spec) {
+            spec.commonName = "root";
+            spec.key = subject.key;
+        });
+    };
+    const Identity newWithOld = reissued(newRoot, pki.root);
+    const Identity leaf = leafUnder(newRoot);
+    EXPECT_EQ(simple(chainOf({leaf, {newRoot, newWithOld}})).cElement, 3U);
+    EXPECT_EQ(errorOf(chainOf({leaf, {newRoot, newWithOld}})), 0U);
+    EXPECT_EQ(errorOf(chainOf({leaf, {newRoot}})), CERT_TRUST_IS_UNTRUSTED_ROOT);
+    const TrustWorld later({newRoot});
+    EXPECT_EQ(errorOf(chainOf({pki.good, {pki.ca, pki.root, reissued(pki.root, newRoot)}})), 0U);
+}
+
+// In each row some way leads to the root without a fault.
+TEST_F(PathValidation, FindsTheWayAmongOthers) {
+    struct Row {
+        const char* name;
+        Identity end;
+        std::vector<Identity> extra;
+        std::vector<Identity> stored = {};
+    };
+    const auto namesake = [&](const Key& key, const Identity& issuer, const Change& change = nothing) {
+        return caUnder(issuer, [&](CertificateSpec& spec) {
+            spec.commonName = "ca";
+            spec.key = key;
+            change(spec);
+        });
+    };
+    const Identity forgedRoot{pki.root.certificate, Key::make()};
+    const Identity forged = namesake(pki.ca.key, forgedRoot);
+    const Change old = [](CertificateSpec& spec) { spec.notAfterSeconds = -60; };
+    const Identity narrow = caUnder(pki.root, pathLength(0));
+    const Change other = [&](CertificateSpec& spec) {
+        spec.criticalExtensions = {
+            {"2.5.29.30", tlv::sequence({tlv::context(0, tlv::sequence({tlv::context(4, pki.sibling.subject())}))})}};
+    };
+    std::vector<Identity> crowd;
+    const ContextPtr ca = context(pki.ca.certificate);
+    const Bytes identifier =
+        bytesOf(CertFindExtension("2.5.29.14", ca->pCertInfo->cExtension, ca->pCertInfo->rgExtension)->Value);
+    for (int i = 0; i < 60; ++i) {
+        crowd.push_back(namesake(Key::make(), forgedRoot, [&](CertificateSpec& spec) {
+            spec.keyIdentifiers = false;
+            spec.extensions = {{"2.5.29.14", identifier}};
+        }));
+    }
+    std::vector<Identity> crowdBefore = crowd;
+    crowdBefore.push_back(pki.ca);
+    std::vector<Identity> crowdAfter{pki.ca};
+    crowdAfter.insert(crowdAfter.end(), crowd.begin(), crowd.end());
+    std::vector<Identity> sameKey(40, forged);
+    for (Identity& identity : sameKey) {
+        identity = namesake(pki.ca.key, forgedRoot);
+    }
+    std::vector<Identity> hidden = sameKey;
+    hidden.push_back(pki.ca);
+    const Identity below = leafUnder(pki.subCa);
+    std::vector<Identity> deep = crowd;
+    deep.insert(deep.end(), {pki.subCa, pki.ca});
+    const Row rows[] = {
+        {"the CA's key in a forged certificate", pki.good, {forged, pki.ca}},
+        {"the same, the CA in a store", pki.good, {forged}, {pki.ca}},
+        {"forty of them", pki.good, hidden},
+        {"namesakes with its key identifier", pki.good, crowdBefore},
+        {"the same, behind it", pki.good, crowdAfter},
+        {"the same, above another CA", below, deep},
+        {"expired certificate of the CA", pki.good, {namesake(pki.ca.key, pki.root, old), pki.ca}},
+        {"the same in a store", pki.good, {pki.ca}, {namesake(pki.ca.key, pki.root, old)}},
+        {"cross certificate of an unknown root", pki.good, {namesake(pki.ca.key, rootCa("unknown")), pki.ca}},
+        {"cross certificate over a CA that may have none below",
+         pki.good,
+         {namesake(pki.ca.key, narrow), narrow, pki.ca}},
+        {"the same in a store", pki.good, {pki.ca}, {namesake(pki.ca.key, narrow), narrow}},
+        {"certificate of the CA for other names", pki.good, {namesake(pki.ca.key, pki.root, other), pki.ca}},
+        {"certificate of the CA that needs a policy",
+         pki.good,
+         {namesake(pki.ca.key, pki.root, needsPolicy(0)), pki.ca}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const TrustWorld own({pki.root});
+        for (std::size_t i = 0; i < row.stored.size(); ++i) {
+            own.add("CA/" + std::to_string(i) + ".pem", row.stored[i]);
+        }
+        EXPECT_EQ(errorOf(chainOf({row.end, row.extra})), 0U);
+    }
+    // The certificate of the CA itself is revoked; its cross certificate is not.
+    const TrustWorld own({pki.root});
+    const Identity cross = namesake(pki.ca.key, pki.sibling);
+    const std::vector<Bytes> crls{makeCrl(pki.root, {.revokedSerials = {pki.ca.serial()}}), makeCrl(pki.ca, {}),
+                                  makeCrl(pki.sibling, {})};
+    constexpr DWORD kChecked = CERT_CHAIN_REVOCATION_CHECK_CHAIN | CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
+    EXPECT_EQ(errorOf(chainOf({pki.good, {pki.ca}, crls, kChecked})), CERT_TRUST_IS_REVOKED);
+    EXPECT_EQ(errorOf(chainOf({pki.good, {pki.ca, cross, pki.sibling}, crls, kChecked})), 0U);
+}
+
 TEST_F(PathValidation, EndsAtTwelveCertificates) {
     const std::vector<Identity> longest = pathOf(std::vector<Change>(11, nothing));
     EXPECT_EQ(errorOfPath(longest), 0U);
