@@ -214,11 +214,11 @@ void PolicyPath::count(const PolicyStatements& statements) {
 DWORD PolicyPath::verdictAtEnd() const {
     const bool isAnyLeft = hasAny_ || std::any_of(policies_.begin(), policies_.end(),
                                                   [](const auto& entry) { return entry.second.isAccepted; });
-    if (isAnyLeft && !required_.isMalformed) {
+    if (isAnyLeft) {
         return 0;
     }
     return (explicit_ == 0 ? CERT_TRUST_INVALID_POLICY_CONSTRAINTS : 0U) |
-           (required_.isRequired || required_.isMalformed ? CERT_TRUST_NO_ISSUANCE_CHAIN_POLICY : 0U);
+           (required_.isRequired ? CERT_TRUST_NO_ISSUANCE_CHAIN_POLICY : 0U);
 }
 
 }  // namespace tallow::platform

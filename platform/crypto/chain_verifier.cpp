@@ -2,6 +2,7 @@
 
 #include <openssl/x509v3.h>
 
+#include <algorithm>
 #include <new>
 
 #include "platform/crypto/certificate_policies.h"
@@ -140,9 +141,12 @@ private:
     void judgePolicies() {
         const RequiredPolicies required = requiredPolicies();
         const std::size_t below = size() - (path_.selfSigned ? 1 : 0);
-        bool isAsked = required.isRequired || required.isMalformed;
+        bool isAsked = required.isRequired;
         for (std::size_t i = 0; i < below; ++i) {
             isAsked = isAsked || element(i).body().extension(kPolicyConstraints) != nullptr;
+        }
+        if (required.isMalformed) {
+            verdict_.elements[0].error |= CERT_TRUST_NO_ISSUANCE_CHAIN_POLICY;
         }
         // Most paths end here: nothing in them asks for a policy.
         PolicyPath policies(below, required);
@@ -173,7 +177,19 @@ private:
         }
     }
 
+    // Whether OpenSSL would complete the key with the parameters of the issuer's: in an object that other threads read.
+    bool hasIncompleteKey() const {
+        return std::any_of(path_.elements.begin(), path_.elements.end(), [](const CertificateRef& element) {
+            const EVP_PKEY* const key = X509_get0_pubkey(element->x509());
+            return key != nullptr && EVP_PKEY_missing_parameters(key) == 1;
+        });
+    }
+
     void verify() {
+        if (hasIncompleteKey()) {
+            verdict_.error |= CERT_TRUST_IS_PARTIAL_CHAIN;
+            return;
+        }
         const X509StoreContextPtr context(X509_STORE_CTX_new());
         const X509StackPtr between(sk_X509_new_null());
         require(context && between);

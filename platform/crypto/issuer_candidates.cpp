@@ -11,7 +11,7 @@ namespace tallow::platform {
 namespace {
 
 constexpr std::size_t kMaxCandidates = 256;   // for one certificate
-constexpr std::size_t kMaxNamesParsed = 512;  // compared by their parts when looking for other spellings
+constexpr std::size_t kMaxNamesParsed = 256;  // of one origin, when looking for other spellings
 
 using NamePtr = std::unique_ptr<X509_NAME, OpenSslFree<X509_NAME_free>>;
 
