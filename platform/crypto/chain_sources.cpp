@@ -28,10 +28,10 @@ void append(std::vector<Item>& target, std::vector<Item>&& items) {
     target.insert(target.end(), std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()));
 }
 
-void addStore(const Store* store, std::vector<CertificateRef>& certificates, std::vector<CrlRef>& crls) {
+void addStore(ChainSources& sources, const Store* store) {
     if (store != nullptr) {
-        append(certificates, store->certificates());
-        append(crls, store->crls());
+        append(sources.others, store->certificates());
+        append(sources.crls, store->crls());
     }
 }
 
@@ -72,13 +72,15 @@ ChainSources chainSources(HCERTCHAINENGINE handle, HCERTSTORE additional) {
         reinterpret_cast<std::uintptr_t>(handle) == kMachineEngine ? StoreView::kMachine : StoreView::kUser;
     ChainSources sources;
     addRoots(sources, engine, storeView);
-    addStore(Store::of(additional), sources.others, sources.crls);
+    addStore(sources, Store::of(additional));
+    const std::size_t numHandedIn = sources.others.size();
     if (engine != nullptr) {
         for (const StoreRef& store : engine->additional) {
-            addStore(store.get(), sources.local, sources.crls);
+            addStore(sources, store.get());
         }
     }
-    addSystemStore("CA", storeView, sources.local, sources.crls);
+    addSystemStore("CA", storeView, sources.others, sources.crls);
+    sources.numLocal = sources.others.size() - numHandedIn;
     return sources;
 }
 

@@ -63,7 +63,7 @@ int IssuerCandidates::orderOf(const Certificate& subject, const Certificate& iss
            (isValidAt(issuer.info(), when_) ? 0 : 1);
 }
 
-void IssuerCandidates::collect(const Certificate& subject, Spelling spelling, const std::vector<CertificateRef>& from,
+void IssuerCandidates::collect(const Certificate& subject, Spelling spelling, std::span<const CertificateRef> from,
                                Origin origin, std::vector<IssuerCandidate>& found) const {
     const ByteView wanted = view(subject.info().Issuer);
     const NamePtr parsed = spelling == Spelling::kOther ? parseName(wanted) : nullptr;
@@ -89,9 +89,10 @@ void IssuerCandidates::collect(const Certificate& subject, Spelling spelling, co
 std::vector<IssuerCandidate> IssuerCandidates::of(const Certificate& subject, Spelling spelling) const {
     std::vector<IssuerCandidate> found;
     collect(subject, spelling, sources_.roots, Origin::kRoot, found);
-    collect(subject, spelling, sources_.local, Origin::kLocal, found);
+    const std::span<const CertificateRef> others(sources_.others);
+    collect(subject, spelling, others.last(sources_.numLocal), Origin::kLocal, found);
     collect(subject, spelling, fetched_, Origin::kFetched, found);
-    collect(subject, spelling, sources_.others, Origin::kCarried, found);
+    collect(subject, spelling, others.first(others.size() - sources_.numLocal), Origin::kCarried, found);
     return sorted(std::move(found));
 }
 

@@ -1,6 +1,7 @@
 // The certificates that may have issued another one, as far as their names go, in the order in which to try them.
 #pragma once
 
+#include <span>
 #include <vector>
 
 #include "platform/crypto/chain_sources.h"
@@ -40,7 +41,7 @@ public:
     bool isRoot(const CertificateRef& certificate) const;
 
 private:
-    void collect(const Certificate& subject, Spelling spelling, const std::vector<CertificateRef>& from, Origin origin,
+    void collect(const Certificate& subject, Spelling spelling, std::span<const CertificateRef> from, Origin origin,
                  std::vector<IssuerCandidate>& found) const;
     int orderOf(const Certificate& subject, const Certificate& issuer, Origin origin) const;
 

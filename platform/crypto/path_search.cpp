@@ -99,8 +99,8 @@ void PathSearch::addCandidates(std::size_t node, std::vector<IssuerCandidate>&& 
 }
 
 std::optional<Path> PathSearch::follow(std::size_t node, const IssuerCandidate& issuer) {
-    (issuer.origin <= Origin::kLocal ? nodes_[node].hasLocalIssuer : nodes_[node].hasFetchedIssuer) |=
-        issuer.origin != Origin::kCarried;
+    nodes_[node].hasLocalIssuer |= issuer.origin <= Origin::kLocal;
+    nodes_[node].hasFetchedIssuer |= issuer.origin == Origin::kFetched;
     const bool validNow = nodes_[node].validNow && isValidAt(issuer.certificate->info(), when_);
     if (issuer.origin == Origin::kRoot) {
         Path path = pathTo(node);
