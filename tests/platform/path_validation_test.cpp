@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <sstream>
 
 #include "tests/platform/trust_fixture.h"
 #include "tests/support/tlv.h"
@@ -13,7 +14,6 @@ namespace {
 
 using Change = std::function<void(CertificateSpec&)>;
 
-constexpr const char* kAny = "2.5.29.32.0";
 constexpr const char* kSelfIssued = "(name of the issuer)";
 constexpr DWORD kPolicyFault = CERT_TRUST_INVALID_POLICY_CONSTRAINTS;
 constexpr DWORD kNotRequired = CERT_TRUST_NO_ISSUANCE_CHAIN_POLICY;
@@ -30,37 +30,43 @@ Change with(const char* oid, const Bytes& value) {
     return [=](CertificateSpec& spec) { spec.extensions.emplace_back(oid, value); };
 }
 
-Change policies(const std::vector<std::string>& oids) {
-    std::vector<Bytes> list;
-    std::transform(oids.begin(), oids.end(), std::back_inserter(list),
-                   [](const std::string& oid) { return tlv::sequence({tlv::oid(oid)}); });
-    return with("2.5.29.32", tlv::sequence(list));
+// What a certificate says about policies, in words: "1" or "any" is a policy, "1>2" a mapping, E0
+// requireExplicitPolicy, M0 inhibitPolicyMapping and A0 inhibitAnyPolicy with a number, "self" makes it self-issued.
+Change saying(const std::string& text) {
+    const auto oidOf = [](const std::string& word) {
+        return tlv::oid(word == "any" ? "2.5.29.32.0" : "1.2.3." + word);
+    };
+    std::vector<Bytes> policies;
+    std::vector<Bytes> mappings;
+    std::vector<Bytes> constraints;
+    std::vector<Change> changes;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        const std::size_t arrow = word.find('>');
+        const Bytes number{static_cast<std::uint8_t>(word.back() == '-' ? -1 : word.back() - '0')};
+        if (arrow != std::string::npos) {
+            mappings.push_back(tlv::sequence({oidOf(word.substr(0, arrow)), oidOf(word.substr(arrow + 1))}));
+        } else if (word[0] == 'E' || word[0] == 'M') {
+            constraints.push_back(tlv::contextPrimitive(word[0] == 'E' ? 0 : 1, number));
+        } else if (word[0] == 'A') {
+            changes.push_back(with("2.5.29.54", tlv::integer(number)));
+        } else if (word == "self") {
+            changes.push_back([](CertificateSpec& spec) { spec.commonName = kSelfIssued; });
+        } else {
+            policies.push_back(tlv::sequence({oidOf(word)}));
+        }
+    }
+    const auto add = [&](const char* oid, const std::vector<Bytes>& list) {
+        if (!list.empty()) {
+            changes.push_back(with(oid, tlv::sequence(list)));
+        }
+    };
+    add("2.5.29.32", policies);
+    add("2.5.29.33", mappings);
+    add("2.5.29.36", constraints);
+    return all(changes);
 }
 
-Change maps(const std::vector<std::pair<std::string, std::string>>& pairs) {
-    std::vector<Bytes> list;
-    std::transform(pairs.begin(), pairs.end(), std::back_inserter(list), [](const auto& pair) {
-        return tlv::sequence({tlv::oid(pair.first), tlv::oid(pair.second)});
-    });
-    return with("2.5.29.33", tlv::sequence(list));
-}
-
-Change constrains(unsigned which, std::uint8_t certificates) {
-    return with("2.5.29.36", tlv::sequence({tlv::contextPrimitive(which, {certificates})}));
-}
-Change needsPolicy(std::uint8_t certificates) {
-    return constrains(0, certificates);
-}
-Change forbidsMapping(std::uint8_t certificates) {
-    return constrains(1, certificates);
-}
-Change forbidsAny(std::uint8_t certificates) {
-    return with("2.5.29.54", tlv::integer(certificates));
-}
-
-void isSelfIssued(CertificateSpec& spec) {
-    spec.commonName = kSelfIssued;
-}
 void nothing(CertificateSpec& /*spec*/) {}
 
 Change pathLength(int length) {
@@ -99,95 +105,80 @@ TEST_F(PathValidation, FollowsPoliciesToTheEnd) {
     struct Row {
         const char* name;
         const char* required;  // the setting; null for none
-        std::vector<Change> path;
+        std::string path;      // from the first CA down, with bars between
         DWORD error = 0;
     };
-    const std::string p1 = "1.2.3.1";
-    const std::string p2 = "1.2.3.2";
-    const Change one = policies({p1});
-    const Change two = policies({p2});
-    const Change any = policies({kAny});
+    constexpr const char* kOne = R"(["1.2.3.1"])";
     // Each policy continues in each: a tree would have 20 to the power of 8 leaves.
-    std::vector<std::string> crowd;
-    std::vector<std::pair<std::string, std::string>> mesh;
-    for (int i = 0; i < 20; ++i) {
-        crowd.push_back("1.2.3." + std::to_string(i + 1));
-    }
-    for (const std::string& from : crowd) {
-        for (const std::string& to : crowd) {
-            mesh.emplace_back(from, to);
+    std::string crowd;
+    for (int from = 1; from <= 20; ++from) {
+        crowd += std::to_string(from) + " ";
+        for (int to = 1; to <= 20; ++to) {
+            crowd += std::to_string(from) + ">" + std::to_string(to) + " ";
         }
     }
-    std::vector<Change> crowded(9, all({policies(crowd), maps(mesh)}));
-    crowded.push_back(policies({"1.2.3.20"}));
-
+    std::string crowds;
+    for (int i = 0; i < 9; ++i) {
+        crowds += crowd + "| ";
+    }
     const Row rows[] = {
-        {"none anywhere", nullptr, {nothing, nothing}},
-        {"required", R"(["1.2.3.1"])", {one, one}},
-        {"one of those required", R"(["1.2.9", "1.2.3.1"])", {one, one}},
-        {"other than required", R"(["1.2.3.1"])", {two, two}, kNotRequired},
-        {"none, required", R"(["1.2.3.1"])", {nothing, nothing}, kNotRequired},
-        {"not in the CA", R"(["1.2.3.1"])", {two, one}, kNotRequired},
-        {"not in the end certificate", R"(["1.2.3.1"])", {one, two}, kNotRequired},
-        {"any that leads to the end", R"(["2.5.29.32.0"])", {two, two}},
-        {"any, none leads to the end", R"(["2.5.29.32.0"])", {two, one}, kNotRequired},
-        {"setting without a policy", "[]", {nothing, nothing}},
-        {"setting that is no identifier", R"(["1.2.3.1", "1.2.x"])", {one, one}, kNotRequired},
-        {"setting with an empty text", R"([""])", {one, one}, kNotRequired},
+        {"none anywhere", nullptr, " | "},
+        {"required", kOne, "1 | 1"},
+        {"one of those required", R"(["1.2.9", "1.2.3.1"])", "1 | 1"},
+        {"other than required", kOne, "2 | 2", kNotRequired},
+        {"none, required", kOne, " | ", kNotRequired},
+        {"not in the CA", kOne, "2 | 1", kNotRequired},
+        {"not in the end certificate", kOne, "1 | 2", kNotRequired},
+        {"any that leads to the end", R"(["2.5.29.32.0"])", "2 | 2"},
+        {"any, none leads to the end", R"(["2.5.29.32.0"])", "2 | 1", kNotRequired},
+        {"setting without a policy", "[]", " | "},
+        {"setting that is no identifier", R"(["1.2.3.1", "1.2.x"])", "1 | 1", kNotRequired},
+        {"setting with an empty text", R"([""])", "1 | 1", kNotRequired},
 
-        {"the CA needs one", nullptr, {needsPolicy(0), nothing}, kPolicyFault},
-        {"the CA needs one, and there is", nullptr, {all({one, needsPolicy(0)}), one}},
-        {"the CA needs one, and it breaks off", nullptr, {all({one, needsPolicy(0)}), two}, kPolicyFault},
-        {"needed after two more", nullptr, {needsPolicy(2), nothing, nothing}, kPolicyFault},
-        {"needed after three more", nullptr, {needsPolicy(3), nothing, nothing}},
-        {"needed after two more, one self-issued", nullptr, {needsPolicy(2), isSelfIssued, nothing}},
-        {"the end certificate needs one", nullptr, {nothing, needsPolicy(0)}, kPolicyFault},
-        {"a lower number stays", nullptr, {needsPolicy(0), needsPolicy(9), nothing}, kPolicyFault},
+        {"the CA needs one", nullptr, "E0 | ", kPolicyFault},
+        {"the CA needs one, and there is", nullptr, "1 E0 | 1"},
+        {"the CA needs one, and it breaks off", nullptr, "1 E0 | 2", kPolicyFault},
+        {"needed after two more", nullptr, "E2 | | ", kPolicyFault},
+        {"needed after three more", nullptr, "E3 | | "},
+        {"needed after two more, one self-issued", nullptr, "E2 | self | "},
+        {"the end certificate needs one", nullptr, " | E0", kPolicyFault},
+        {"a lower number stays", nullptr, "E0 | E9 | ", kPolicyFault},
 
-        {"mapped", R"(["1.2.3.1"])", {all({one, maps({{p1, p2}})}), two}},
-        {"mapped, the name below is not required", R"(["1.2.3.2"])", {all({one, maps({{p1, p2}})}), two}, kNotRequired},
-        {"mapped away", R"(["1.2.3.1"])", {all({one, maps({{p1, p2}})}), one}, kNotRequired},
-        {"mapped from any", R"(["1.2.3.1"])", {all({any, maps({{p1, p2}})}), two}},
-        {"mapping forbidden above",
-         R"(["1.2.3.1"])",
-         {all({one, forbidsMapping(0)}), all({one, maps({{p1, p2}})}), two},
-         kNotRequired},
-        {"mapping allowed for one more",
-         R"(["1.2.3.1"])",
-         {all({one, forbidsMapping(1)}), all({one, maps({{p1, p2}})}), two}},
-        {"mapping allowed for one more, which does not map",
-         R"(["1.2.3.1"])",
-         {all({one, forbidsMapping(1)}), one, all({one, maps({{p1, p2}})}), two},
-         kNotRequired},
-        {"any mapped", nullptr, {all({any, maps({{kAny, p1}})}), one}, kPolicyFault},
-        {"mapped to any", nullptr, {all({one, maps({{p1, kAny}})}), one}, kPolicyFault},
+        {"mapped", kOne, "1 1>2 | 2"},
+        {"mapped, the name below is not required", R"(["1.2.3.2"])", "1 1>2 | 2", kNotRequired},
+        {"mapped away", kOne, "1 1>2 | 1", kNotRequired},
+        {"mapped from any", kOne, "any 1>2 | 2"},
+        {"mapping forbidden above", kOne, "1 M0 | 1 1>2 | 2", kNotRequired},
+        {"mapping allowed for one more", kOne, "1 M1 | 1 1>2 | 2"},
+        {"mapping allowed for one more, which does not map", kOne, "1 M1 | 1 | 1 1>2 | 2", kNotRequired},
+        {"any mapped", nullptr, "any any>1 | 1", kPolicyFault},
+        {"mapped to any", nullptr, "1 1>any | 1", kPolicyFault},
 
-        {"any in the CA", R"(["1.2.3.1"])", {any, one}},
-        {"any in the CA, another below", R"(["1.2.3.1"])", {any, two}, kNotRequired},
-        {"any everywhere", R"(["1.2.3.1"])", {any, any}},
-        {"any between", R"(["1.2.3.1"])", {one, any, one}},
-        {"any between, another below", R"(["1.2.3.1"])", {one, any, two}, kNotRequired},
-        {"any forbidden", R"(["1.2.3.1"])", {all({any, forbidsAny(0)}), any, one}, kNotRequired},
-        {"any forbidden later", R"(["1.2.3.1"])", {all({any, forbidsAny(1)}), any, one}},
-        {"any forbidden, self-issued", R"(["1.2.3.1"])", {all({any, forbidsAny(0)}), all({any, isSelfIssued}), one}},
-        {"any forbidden, at the end", R"(["1.2.3.1"])", {all({any, forbidsAny(0)}), any}, kNotRequired},
+        {"any in the CA", kOne, "any | 1"},
+        {"any in the CA, another below", kOne, "any | 2", kNotRequired},
+        {"any everywhere", kOne, "any | any"},
+        {"any between", kOne, "1 | any | 1"},
+        {"any between, another below", kOne, "1 | any | 2", kNotRequired},
+        {"any between, another above", kOne, "2 | any | 2", kNotRequired},
+        {"any forbidden", kOne, "any A0 | any | 1", kNotRequired},
+        {"any forbidden later", kOne, "any A1 | any | 1"},
+        {"any forbidden, self-issued", kOne, "any A0 | any self | 1"},
+        {"any forbidden, at the end", kOne, "any A0 | any", kNotRequired},
 
-        {"a policy twice", nullptr, {policies({p1, p1}), one}, kPolicyFault},
-        {"no policy in the list", nullptr, {policies({}), one}, kPolicyFault},
-        {"a negative number", nullptr, {needsPolicy(0xFF), one}, kPolicyFault},
-        {"qualifier that is no text",
-         nullptr,
-         {nothing, with("2.5.29.32", tlv::sequence({tlv::sequence(
-                                         {tlv::oid(p1), tlv::sequence({tlv::sequence(
-                                                            {tlv::oid("1.3.6.1.5.5.7.2.1"), tlv::integer(1)})})})}))},
-         kPolicyFault},
-        {"a crowd", R"(["1.2.3.7"])", crowded},
+        {"a policy twice", nullptr, "1 1 | 1", kPolicyFault},
+        {"a negative number", nullptr, "E- | 1", kPolicyFault},
+        {"a crowd", R"(["1.2.3.7"])", crowds + "20"},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         const TrustWorld asked(
             {pki.root}, row.required != nullptr ? "required_policies = " + std::string(row.required) + "\n" : "");
-        EXPECT_EQ(errorOfPath(pathOf(row.path)), row.error);
+        std::vector<Change> path;
+        std::istringstream elements(row.path);
+        for (std::string element; std::getline(elements, element, '|');) {
+            path.push_back(saying(element));
+        }
+        EXPECT_EQ(errorOfPath(pathOf(path)), row.error);
     }
 }
 
@@ -210,12 +201,21 @@ TEST_F(PathValidation, RefusesCertificatesThatBreakTheirProfile) {
     };
     const auto until = [](const char* text) { return [=](CertificateSpec& spec) { spec.notAfter = text; }; };
     const Change alternative = with("2.5.29.17", tlv::sequence({tlv::contextPrimitive(2, bytesOf("a.example"))}));
+    const Change crowded = [](CertificateSpec& spec) {
+        for (int i = 0; i < 65; ++i) {
+            spec.extensions.emplace_back("1.2.3." + std::to_string(i), tlv::null());
+        }
+    };
+    const Bytes pointer = tlv::sequence({tlv::oid("1.3.6.1.5.5.7.2.1"), tlv::integer(1)});
+    const Bytes badQualifier = tlv::sequence({tlv::sequence({tlv::oid("1.2.3"), tlv::sequence({pointer})})});
     const Change oldWithExtension = all({version(1), alternative});
     constexpr DWORD kBasic = CERT_TRUST_INVALID_BASIC_CONSTRAINTS;
     constexpr DWORD kExtension = CERT_TRUST_INVALID_EXTENSION;
     constexpr DWORD kTime = CERT_TRUST_IS_NOT_TIME_VALID;
     const Row rows[] = {
         {"nothing unusual", {nothing, alternative}, 0},
+        {"no policy in the list", {nothing, with("2.5.29.32", {0x30, 0})}, kPolicyFault},
+        {"policy qualifier that is no text", {nothing, with("2.5.29.32", badQualifier)}, kPolicyFault},
         {"version 1 at the end", {nothing, version(1)}, 0},
         {"version 1 with an extension", {nothing, oldWithExtension}, kExtension},
         {"version 1 as a CA", {version(1), nothing}, kBasic},
@@ -228,6 +228,7 @@ TEST_F(PathValidation, RefusesCertificatesThatBreakTheirProfile) {
          kBasic},
         {"an extension twice", {nothing, all({alternative, alternative})}, kExtension},
         {"an unknown extension twice", {nothing, all({with("1.2.3", {5, 0}), with("1.2.3", {4, 0})})}, kExtension},
+        {"more than 64 extensions", {nothing, crowded}, kExtension},
         {"an unknown extension", {nothing, with("1.2.3", {5, 0})}, 0},
         {"alternative names that cannot be decoded", {nothing, with("2.5.29.17", {5, 0})}, kExtension},
         {"key usage that cannot be decoded", {nothing, with("2.5.29.15", {5, 0})}, kExtension},
@@ -298,13 +299,13 @@ TEST_F(PathValidation, CountsAndConstrainsAllButSelfIssuedCertificates) {
     const Row rows[] = {
         {"path length kept", {pathLength(0), nothing}},
         {"path length exceeded", {pathLength(0), nothing, nothing}, kBasic},
-        {"self-issued does not count", {pathLength(0), isSelfIssued, nothing}},
-        {"self-issued does not count, another does", {pathLength(0), isSelfIssued, nothing, nothing}, kBasic},
+        {"self-issued does not count", {pathLength(0), saying("self"), nothing}},
+        {"self-issued does not count, another does", {pathLength(0), saying("self"), nothing, nothing}, kBasic},
         {"a longer length below", {pathLength(1), pathLength(9), nothing, nothing}, kBasic},
         {"self-issued at the end is constrained",
-         {all({onlyEnd, [](CertificateSpec& spec) { spec.commonName = "element 1"; }}), isSelfIssued},
+         {all({onlyEnd, [](CertificateSpec& spec) { spec.commonName = "element 1"; }}), saying("self")},
          kOutside},
-        {"self-issued between is not", {onlyEnd, isSelfIssued, nothing}},
+        {"self-issued between is not", {onlyEnd, saying("self"), nothing}},
         {"another between is", {onlyEnd, nothing, nothing}, kOutside},
         {"name in another case", {subtree(0, tlv::context(4, named("ELEMENT  1"))), nothing}},
         {"DNS name permitted", {subtree(0, kind(2, "b.example")), alternative(2, "a.B.example")}},
@@ -343,12 +344,16 @@ TEST_F(PathValidation, ComparesNamesAsTheyRead) {
     EXPECT_EQ(errorWith(tlv::utf8String("\xD0\xA6\xD0\x90"), tlv::raw(0x1E, {0x04, 0x26, 0x04, 0x10})), 0U);
     EXPECT_EQ(errorWith(plain, tlv::utf8String("A CertificationAuthority")), CERT_TRUST_IS_PARTIAL_CHAIN);
 
-    // A namesake of the very spelling does not hide the issuer.
+    // A certificate of the very spelling that has expired does not hide the other.
     CertificateSpec spec;
     spec.issuer = name(tlv::utf8String("a certification authority"));
     const Identity ca = caNamed(plain);
-    const Identity namesake = caNamed(tlv::utf8String("a certification authority"));
-    EXPECT_EQ(errorOfPath({issue(ca, spec), namesake, ca}), 0U);
+    const Identity expired = caUnder(pki.root, [&](CertificateSpec& old) {
+        old.subject = spec.issuer;
+        old.key = ca.key;
+        old.notAfterSeconds = -60;
+    });
+    EXPECT_EQ(errorOfPath({issue(ca, spec), expired, ca}), 0U);
 }
 
 TEST_F(PathValidation, GoesFromOneKeyOfACaToItsNext) {
@@ -430,7 +435,7 @@ TEST_F(PathValidation, FindsTheWayAmongOthers) {
          {namesake(pki.ca.key, narrow), narrow, pki.ca}},
         {"the same in a store", pki.ca, {pki.ca}, {namesake(pki.ca.key, narrow), narrow}},
         {"certificate of the CA for other names", pki.ca, {namesake(pki.ca.key, pki.root, other), pki.ca}},
-        {"certificate of the CA that needs a policy", pki.ca, {namesake(pki.ca.key, pki.root, needsPolicy(0)), pki.ca}},
+        {"certificate of the CA that needs a policy", pki.ca, {namesake(pki.ca.key, pki.root, saying("E0")), pki.ca}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
