@@ -128,8 +128,8 @@ bool isEndRevoked(const ChainVerdict& verdict) {
 }
 
 bool isBetter(const ChainVerdict& one, const ChainVerdict& other) {
-    if (isEndRevoked(one)) {
-        return true;
+    if (isEndRevoked(one) != isEndRevoked(other)) {
+        return isEndRevoked(one);
     }
     for (const DWORD fault : kFaults) {
         if (((one.error ^ other.error) & fault) != 0 && ((one.error & fault) == 0) != ((other.error & fault) == 0)) {
@@ -142,7 +142,8 @@ bool isBetter(const ChainVerdict& one, const ChainVerdict& other) {
 // Whether another path cannot be better.
 bool isDecided(const ChainVerdict& verdict) {
     constexpr DWORD kOfEnd = CERT_TRUST_IS_NOT_TIME_VALID | CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT;
-    return verdict.error == 0 || isEndRevoked(verdict) ||
+    const bool isOnlyRevoked = isEndRevoked(verdict) && (verdict.error & ~CERT_TRUST_IS_REVOKED) == 0;
+    return verdict.error == 0 || isOnlyRevoked ||
            ((verdict.elements[0].error & kOfEnd) != 0 && (verdict.error & kUnproven) == 0);
 }
 

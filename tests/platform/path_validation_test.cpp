@@ -454,6 +454,10 @@ TEST_F(PathValidation, FindsTheWayAmongOthers) {
     constexpr DWORD kChecked = CERT_CHAIN_REVOCATION_CHECK_CHAIN | CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
     EXPECT_EQ(errorOf(chainOf({pki.good, {pki.ca}, crls, kChecked})), CERT_TRUST_IS_REVOKED);
     EXPECT_EQ(errorOf(chainOf({pki.good, {pki.ca, cross, pki.sibling}, crls, kChecked})), 0U);
+    // Revoked over each of two ways, one of which has another fault too.
+    const std::vector<Bytes> revoking{makeCrl(pki.root, {}), makeCrl(pki.ca, {.revokedSerials = {pki.good.serial()}})};
+    EXPECT_EQ(errorOf(chainOf({pki.good, {namesake(pki.ca.key, pki.root, saying("E0")), pki.ca}, revoking, kChecked})),
+              CERT_TRUST_IS_REVOKED);
 }
 
 TEST_F(PathValidation, EndsAtTwelveCertificates) {
