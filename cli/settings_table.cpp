@@ -105,6 +105,7 @@ constexpr Setting kSettings[] = {
     flag(kCrypto, "system_roots", "true"),
     text(kCrypto, "system_bundle", "\"/etc/ssl/certs/ca-certificates.crt\""),
     flag(kCrypto, "accept_sha1", "false"),
+    texts(kCrypto, "required_policies"),
     text(kCrypto, kUrlCache, nullptr),
     number(kCrypto, "connect_timeout_ms", "5000", 1, kLongestMs),
     number(kCrypto, "exchange_timeout_ms", "15000", 1, kLongestMs),

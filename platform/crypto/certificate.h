@@ -52,6 +52,8 @@ public:
     EVP_PKEY* publicKey() const noexcept;
 
     KnownSigner& knownSigner() const noexcept { return knownSigner_; }
+    // Set once the certificate was found to have no fault by itself (certificate_rules.h).
+    std::atomic<bool>& isFaultless() const noexcept { return isFaultless_; }
 
     CertificateBody(const CertificateBody&) = delete;
     CertificateBody& operator=(const CertificateBody&) = delete;
@@ -82,6 +84,7 @@ private:
     mutable std::once_flag keyOnce_;
     mutable KeyPtr key_;
     mutable KnownSigner knownSigner_;
+    mutable std::atomic<bool> isFaultless_{false};
 };
 
 class Certificate;

@@ -11,6 +11,8 @@ namespace tallow::platform {
 
 namespace {
 
+constexpr int kMaxPaths = 8;  // judged in one call
+
 // What the caller holds: the chain context and all that it points to, in one block.
 struct ChainRecord : CERT_CHAIN_CONTEXT {
     CERT_SIMPLE_CHAIN simple{};
@@ -86,26 +88,107 @@ long fetchTimeoutMs(HCERTCHAINENGINE engine, const CERT_CHAIN_PARA& parameters) 
     return record != nullptr && record->fetchTimeoutMs != 0 ? record->fetchTimeoutMs : chainLimits().fetchTimeoutMs;
 }
 
+// The check that leaves out the root is that of a requestor's certificate, which anybody can have put into a request:
+// its addresses are not asked.
+bool mayAskAddresses(DWORD flags) {
+    return (flags & (CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT)) == 0;
+}
+
+struct JudgedPath {
+    Path path;
+    ChainVerdict verdict;
+};
+
+// Faults, worst first: of two paths, the one counts that is free of the first fault in which they differ.
+constexpr DWORD kUnproven =
+    CERT_TRUST_IS_PARTIAL_CHAIN | CERT_TRUST_IS_NOT_SIGNATURE_VALID | CERT_TRUST_IS_UNTRUSTED_ROOT;
+constexpr DWORD kFaults[] = {
+    CERT_TRUST_IS_PARTIAL_CHAIN,
+    CERT_TRUST_IS_NOT_SIGNATURE_VALID,
+    CERT_TRUST_IS_UNTRUSTED_ROOT,
+    ~(kUnproven | CERT_TRUST_IS_REVOKED | CERT_TRUST_IS_NOT_TIME_VALID | kUnknownRevocation),
+    CERT_TRUST_IS_REVOKED,
+    CERT_TRUST_IS_NOT_TIME_VALID,
+};
+
+// Whether the end certificate is revoked by what a trusted path has: no other path takes that back.
+bool isEndRevoked(const ChainVerdict& verdict) {
+    return (verdict.elements[0].error & CERT_TRUST_IS_REVOKED) != 0 && (verdict.error & kUnproven) == 0;
+}
+
+bool isBetter(const ChainVerdict& one, const ChainVerdict& other) {
+    if (isEndRevoked(one) != isEndRevoked(other)) {
+        return isEndRevoked(one);
+    }
+    for (const DWORD fault : kFaults) {
+        if (((one.error ^ other.error) & fault) != 0 && ((one.error & fault) == 0) != ((other.error & fault) == 0)) {
+            return (one.error & fault) == 0;
+        }
+    }
+    return (one.error & kUnknownRevocation) == 0 && (other.error & kUnknownRevocation) != 0;
+}
+
+// Whether another path cannot be better.
+bool isDecided(const ChainVerdict& verdict) {
+    constexpr DWORD kOfEnd = CERT_TRUST_IS_NOT_TIME_VALID | CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT;
+    const bool isOnlyRevoked = isEndRevoked(verdict) && (verdict.error & ~CERT_TRUST_IS_REVOKED) == 0;
+    return verdict.error == 0 || isOnlyRevoked ||
+           ((verdict.elements[0].error & kOfEnd) != 0 && (verdict.error & kUnproven) == 0);
+}
+
+// The first path without a fault, else the best of those tried.
+template <typename Judge>
+JudgedPath bestPath(PathSearch& search, Judge judge) {
+    JudgedPath best;
+    bool mayDownload = true;
+    for (int tried = 0; tried < kMaxPaths; ++tried) {
+        std::optional<Path> path = search.next(mayDownload);
+        if (!path) {
+            break;
+        }
+        ChainVerdict verdict = judge(*path);
+        if (tried == 0 || isBetter(verdict, best.verdict)) {
+            best = {std::move(*path), std::move(verdict)};
+        }
+        if (isDecided(best.verdict)) {
+            break;
+        }
+        // Where all that is missing is a CRL, another issuer is not worth a download.
+        mayDownload = (best.verdict.error & ~kUnknownRevocation) != 0;
+    }
+    return best;
+}
+
 std::unique_ptr<ChainRecord> buildChain(HCERTCHAINENGINE engine, const CertificateRef& end, const FILETIME& when,
                                         HCERTSTORE additional, const CERT_CHAIN_PARA& parameters, DWORD flags) {
     const ChainSources sources = chainSources(engine, additional);
     SignatureLedger ledger;
     FetchAllowance allowance(chainLimits().maxFetches, fetchTimeoutMs(engine, parameters));
-    IssuerDownload download((flags & CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL) == 0, allowance);
-    const IssuerFetchers fetchers = {[&](const Certificate& subject) { return download.cachedIssuersOf(subject); },
-                                     [&](const Certificate& subject) { return download.fetchedIssuersOf(subject); }};
-    const Path path = findPath(end, sources, when, fetchers, ledger);
-
+    IssuerDownload download(mayAskAddresses(flags), allowance);
+    const IssuerFetchers fetchers = {[&](const Certificate& subject, std::size_t index, auto& found) {
+                                         return download.cached(subject, index, found);
+                                     },
+                                     [&](const Certificate& subject, std::size_t index, auto& found) {
+                                         return download.fetched(subject, index, found);
+                                     }};
+    PathSearch search(end, sources, when, fetchers, ledger);
     const RevocationScope scope = scopeOf(flags);
-    if (scope == RevocationScope::kNone) {
-        return makeRecord(path, verifyPath(path, when, scope, nullptr, ledger), flags);
-    }
     constexpr DWORD kCacheOnly = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY;
-    const CrlRules rules =
-        crlRules(when, (flags & kCacheOnly) == 0 && isProven(path, ledger), parameters.pftCacheResync,
-                 parameters.fCheckRevocationFreshnessTime != FALSE ? parameters.dwRevocationFreshnessTime : 0);
-    CrlCheck crls(sources, rules, allowance, ledger);
-    return makeRecord(path, verifyPath(path, when, scope, &crls, ledger), flags);
+    const DWORD maxAge = parameters.fCheckRevocationFreshnessTime != FALSE ? parameters.dwRevocationFreshnessTime : 0;
+    const auto judge = [&](const Path& path) {
+        if (scope == RevocationScope::kNone) {
+            return verifyPath(path, when, scope, nullptr, ledger);
+        }
+        const CrlRules rules =
+            crlRules(when, (flags & kCacheOnly) == 0 && isProven(path, ledger), parameters.pftCacheResync, maxAge);
+        CrlCheck crls(sources, rules, allowance, ledger);
+        return verifyPath(path, when, scope, &crls, ledger);
+    };
+    const JudgedPath best = bestPath(search, judge);
+    if ((best.verdict.error & ~kUnknownRevocation) == 0) {
+        download.keep(best.path.elements);
+    }
+    return makeRecord(best.path, best.verdict, flags);
 }
 
 }  // namespace

@@ -73,12 +73,14 @@ ChainSources chainSources(HCERTCHAINENGINE handle, HCERTSTORE additional) {
     ChainSources sources;
     addRoots(sources, engine, storeView);
     addStore(sources, Store::of(additional));
+    const std::size_t numHandedIn = sources.others.size();
     if (engine != nullptr) {
         for (const StoreRef& store : engine->additional) {
             addStore(sources, store.get());
         }
     }
     addSystemStore("CA", storeView, sources.others, sources.crls);
+    sources.numLocal = sources.others.size() - numHandedIn;
     return sources;
 }
 

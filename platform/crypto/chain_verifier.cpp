@@ -2,11 +2,17 @@
 
 #include <openssl/x509v3.h>
 
+#include <algorithm>
 #include <new>
+
+#include "platform/crypto/certificate_policies.h"
+#include "platform/crypto/certificate_rules.h"
 
 namespace tallow::platform {
 
 namespace {
+
+constexpr const char* kPolicyConstraints = "2.5.29.36";
 
 // OpenSSL's errors as bits. Trust, signatures and times are not here: the path and the ledger know them (see below),
 // and a fault that is counted twice would still be one. OpenSSL is not asked about revocation.
@@ -46,6 +52,13 @@ DWORD bitsOf(int error) {
     }
 }
 
+// OpenSSL fails at these calls for want of memory alone; none of them may go without its effect.
+void require(bool succeeded) {
+    if (!succeeded) {
+        throw std::bad_alloc();
+    }
+}
+
 class Run {
 public:
     Run(const Path& path, const FILETIME& when, RevocationScope scope, CrlCheck* crls, SignatureLedger& ledger)
@@ -56,6 +69,7 @@ public:
     ChainVerdict run() {
         judgePath();
         if (path_.elements[0]->x509() != nullptr) {
+            judgePolicies();
             verify();
         } else {
             verdict_.elements[0].error |= CERT_TRUST_INVALID_EXTENSION;
@@ -73,6 +87,7 @@ private:
     std::size_t size() const { return path_.elements.size(); }
     const Certificate& element(std::size_t i) const { return *path_.elements[i]; }
     bool isLast(std::size_t i) const { return i + 1 == size(); }
+    bool isAnchor(std::size_t i) const { return isLast(i) && path_.anchored; }
 
     bool isRevocationAsked(std::size_t i) const {
         const bool inScope =
@@ -104,9 +119,12 @@ private:
             if (!isValidAt(element(i).info(), when_)) {
                 verdict_.elements[i].error |= CERT_TRUST_IS_NOT_TIME_VALID;
             }
-            const bool isAnchor = isLast(i) && path_.anchored;
-            if (!isAnchor && element(i).x509() != nullptr) {
+            if (!isAnchor(i) && element(i).x509() != nullptr) {
                 judgeStrength(i);
+                verdict_.elements[i].error |= faultsOf(element(i));
+                if (i > 0 && !isCa(element(i))) {
+                    verdict_.elements[i].error |= CERT_TRUST_INVALID_BASIC_CONSTRAINTS;
+                }
             }
             if (!isLast(i)) {
                 judgeIssuer(i);
@@ -114,6 +132,24 @@ private:
                 verdict_.elements[i].info |=
                     CERT_TRUST_IS_SELF_SIGNED | CERT_TRUST_HAS_NAME_MATCH_ISSUER | CERT_TRUST_HAS_PREFERRED_ISSUER;
             }
+        }
+    }
+
+    // From below the root down to the end certificate. A root alone has no policies to follow.
+    void judgePolicies() {
+        const RequiredPolicies required = requiredPolicies();
+        const std::size_t below = size() - (path_.selfSigned ? 1 : 0);
+        bool isAsked = required.isRequired;
+        for (std::size_t i = 0; i < below; ++i) {
+            isAsked = isAsked || element(i).body().extension(kPolicyConstraints) != nullptr;
+        }
+        if (required.isMalformed) {
+            verdict_.elements[0].error |= CERT_TRUST_NO_ISSUANCE_CHAIN_POLICY;
+        }
+        // Most paths end here: nothing in them asks for a policy.
+        PolicyPath policies(below, required);
+        for (std::size_t i = below; isAsked && i-- > 0;) {
+            verdict_.elements[i].error |= policies.add(policyStatementsOf(element(i)));
         }
     }
 
@@ -139,26 +175,38 @@ private:
         }
     }
 
+    // Whether OpenSSL would complete the key with the parameters of the issuer's: in an object that other threads read.
+    bool hasIncompleteKey() const {
+        return std::any_of(path_.elements.begin(), path_.elements.end(), [](const CertificateRef& element) {
+            const EVP_PKEY* const key = X509_get0_pubkey(element->x509());
+            return key != nullptr && EVP_PKEY_missing_parameters(key) == 1;
+        });
+    }
+
     void verify() {
+        if (hasIncompleteKey()) {
+            verdict_.error |= CERT_TRUST_IS_PARTIAL_CHAIN;
+            return;
+        }
         const X509StoreContextPtr context(X509_STORE_CTX_new());
         const X509StackPtr between(sk_X509_new_null());
-        if (!context || !between) {
-            throw std::bad_alloc();
-        }
+        require(context && between);
         for (std::size_t i = 1; i < size(); ++i) {
-            if (!(path_.anchored && isLast(i)) && X509_up_ref(element(i).x509()) == 1) {
-                sk_X509_push(between.get(), element(i).x509());
+            if (!isAnchor(i)) {
+                require(X509_up_ref(element(i).x509()) == 1);
+                X509Ptr shared(element(i).x509());
+                require(sk_X509_push(between.get(), shared.get()) > 0);
+                static_cast<void>(shared.release());
             }
         }
-        if (X509_STORE_CTX_init(context.get(), callbacks(), element(0).x509(), between.get()) != 1) {
-            throw std::bad_alloc();
-        }
-        X509_STORE_CTX_set_app_data(context.get(), this);
+        require(X509_STORE_CTX_init(context.get(), callbacks(), element(0).x509(), between.get()) == 1 &&
+                X509_STORE_CTX_set_app_data(context.get(), this) == 1);
         X509_VERIFY_PARAM* const parameters = X509_STORE_CTX_get0_param(context.get());
         X509_VERIFY_PARAM_set_time(parameters, static_cast<std::time_t>(secondsSince1970(when_)));
         X509_VERIFY_PARAM_set_depth(parameters, static_cast<int>(size()));
         X509_VERIFY_PARAM_set_auth_level(parameters, 0);  // strength is judged above, by our own settings
         if (X509_verify_cert(context.get()) != 1) {
+            require(X509_STORE_CTX_get_error(context.get()) != X509_V_ERR_OUT_OF_MEM);
             verdict_.error |= CERT_TRUST_IS_PARTIAL_CHAIN;  // it did not come to its end: nothing is proven
         }
         if (X509_STORE_CTX* const done = context.get();

@@ -151,7 +151,9 @@ bool CrlSigners::hasValidPath(const CertificateRef& signer, const Path& path) {
 
 DWORD CrlSigners::errorOf(const Path& path, const CertificateRef& signer, bool mayVouchForItself, bool& vouched) {
     frames_.push_back({&signer->body(), mayVouchForItself, false});
-    const DWORD error = verifyPath(path, when_, RevocationScope::kChain, &check_, ledger_).error;
+    // The policies that are required of the path being checked are not required of those who sign CRLs.
+    const DWORD error =
+        verifyPath(path, when_, RevocationScope::kChain, &check_, ledger_).error & ~CERT_TRUST_NO_ISSUANCE_CHAIN_POLICY;
     vouched = frames_.back().vouched;
     frames_.pop_back();
     return error;

@@ -2,18 +2,19 @@
 
 #include <openssl/pkcs7.h>
 
+#include <algorithm>
 #include <limits>
 #include <memory>
-#include <string>
 
 #include "platform/crypto/crl_source.h"
+#include "platform/crypto/issuer_candidates.h"
 #include "platform/crypto/url_cache.h"
 
 namespace tallow::platform {
 
 namespace {
 
-constexpr int kMaxCertificates = 16;  // taken from one message
+constexpr int kMaxCertificates = 16;  // taken from one message: with the issuer's name, and as many others
 constexpr long kSecondsInDay = 24 * 3600;
 constexpr long kAnyAge = std::numeric_limits<long>::max();
 
@@ -28,7 +29,8 @@ CertificateRef fromX509(X509* certificate) {
     return size > 0 ? Certificate::create({encoded, static_cast<std::size_t>(size)}) : CertificateRef();
 }
 
-std::vector<CertificateRef> fromMessage(ByteView der) {
+// Those with the issuer's name come first; the others may be the issuers above it.
+std::vector<CertificateRef> fromMessage(ByteView der, const X509_NAME* issuer) {
     const unsigned char* at = der.data();
     const std::unique_ptr<PKCS7, Pkcs7Free> message(d2i_PKCS7(nullptr, &at, static_cast<long>(der.size())));
     std::vector<CertificateRef> found;
@@ -36,44 +38,80 @@ std::vector<CertificateRef> fromMessage(ByteView der) {
         return found;
     }
     const STACK_OF(X509)* const certificates = message->d.sign->cert;
-    for (int i = 0; i < sk_X509_num(certificates) && i < kMaxCertificates; ++i) {
-        if (CertificateRef certificate = fromX509(sk_X509_value(certificates, i))) {
-            found.push_back(std::move(certificate));
+    for (const bool named : {true, false}) {
+        int taken = 0;
+        for (int i = 0; i < sk_X509_num(certificates) && taken < kMaxCertificates; ++i) {
+            X509* const certificate = sk_X509_value(certificates, i);
+            if ((X509_NAME_cmp(X509_get_subject_name(certificate), issuer) == 0) != named) {
+                continue;
+            }
+            if (CertificateRef usable = fromX509(certificate)) {
+                found.push_back(std::move(usable));
+                ++taken;
+            }
         }
     }
     return found;
 }
 
-std::vector<CertificateRef> certificatesIn(ByteView body) {
+std::vector<CertificateRef> certificatesIn(ByteView body, const Certificate& subject) {
     if (CertificateRef certificate = Certificate::create(body)) {
         return {certificate};
     }
-    return fromMessage(body);
+    return fromMessage(body, X509_get_issuer_name(subject.x509()));
+}
+
+// Whether the address carries a user name or a password: a certificate has no business to send any.
+bool hasCredentials(const std::string& url) {
+    const std::size_t host = url.find("//");
+    return host != std::string::npos &&
+           url.substr(host + 2, url.find_first_of("/?#", host + 2) - host - 2).find('@') != std::string::npos;
+}
+
+std::vector<std::string> addressesIn(const Certificate& certificate) {
+    std::vector<std::string> addresses = issuerAddresses(certificate);
+    std::erase_if(addresses, hasCredentials);
+    return addresses;
 }
 
 }  // namespace
 
-std::vector<CertificateRef> IssuerDownload::cachedIssuersOf(const Certificate& certificate) const {
-    std::vector<CertificateRef> found;
-    for (const std::string& url : issuerAddresses(certificate)) {
-        if (const std::optional<Bytes> cached = UrlCache().find(url, useNetwork_ ? kSecondsInDay : kAnyAge, nullptr)) {
-            const std::vector<CertificateRef> more = certificatesIn(*cached);
-            found.insert(found.end(), more.begin(), more.end());
-        }
+bool IssuerDownload::cached(const Certificate& certificate, std::size_t index,
+                            std::vector<CertificateRef>& found) const {
+    const std::vector<std::string> addresses = addressesIn(certificate);
+    if (index >= addresses.size()) {
+        return false;
     }
-    return found;
+    const long maxAge = useNetwork_ ? kSecondsInDay : kAnyAge;
+    if (const std::optional<Bytes> body = UrlCache().find(addresses[index], maxAge, nullptr)) {
+        found = certificatesIn(*body, certificate);
+    }
+    return true;
 }
 
-std::vector<CertificateRef> IssuerDownload::fetchedIssuersOf(const Certificate& certificate) {
-    for (const std::string& url : useNetwork_ ? issuerAddresses(certificate) : std::vector<std::string>()) {
-        const std::optional<Bytes> body = fetchObject(url, exchangeLimits().maxBodySize, allowance_);
-        std::vector<CertificateRef> found = body ? certificatesIn(*body) : std::vector<CertificateRef>();
-        if (!found.empty()) {
-            UrlCache().keep(url, *body);
-            return found;
+bool IssuerDownload::fetched(const Certificate& certificate, std::size_t index, std::vector<CertificateRef>& found) {
+    const std::vector<std::string> addresses = useNetwork_ ? addressesIn(certificate) : std::vector<std::string>();
+    if (index >= addresses.size()) {
+        return false;
+    }
+    if (std::optional<Bytes> body = fetchObject(addresses[index], exchangeLimits().maxBodySize, allowance_)) {
+        found = certificatesIn(*body, certificate);
+        downloads_.push_back({addresses[index], std::move(*body), found});
+    }
+    return true;
+}
+
+void IssuerDownload::keep(const std::vector<CertificateRef>& used) const {
+    for (const Download& download : downloads_) {
+        const bool isUsed = std::any_of(used.begin(), used.end(), [&](const CertificateRef& element) {
+            return std::any_of(
+                download.certificates.begin(), download.certificates.end(),
+                [&](const CertificateRef& certificate) { return sameCertificate(certificate, element); });
+        });
+        if (isUsed) {
+            UrlCache().keep(download.url, download.body);
         }
     }
-    return {};
 }
 
 }  // namespace tallow::platform

@@ -1,267 +1,263 @@
 #include "platform/crypto/path_search.h"
 
-#include <openssl/x509v3.h>
-
 #include <algorithm>
-#include <optional>
+#include <utility>
+
+#include "platform/crypto/certificate_rules.h"
 
 namespace tallow::platform {
 
 namespace {
 
-constexpr std::size_t kMaxElements = 12;      // of a path; real ones have two to five
-constexpr std::size_t kMaxNodes = 40;         // certificates looked into
-constexpr std::size_t kMaxCandidates = 24;    // issuers tried for one certificate
-constexpr std::size_t kMaxNamesParsed = 512;  // certificates compared by parsed name when no name has the same bytes
-constexpr int kMaxSearchChecks = 70;          // signature checks; the rest is left for CRLs
-
-unsigned long long ticks(const FILETIME& time) noexcept {
-    return static_cast<unsigned long long>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
-}
-
-bool sameCertificate(const CertificateRef& left, const CertificateRef& right) noexcept {
-    return left.get() == right.get() || sameBytes(left->der(), right->der());
-}
-
-// How well the key identifiers fit: 0 they match, 1 nothing is said, 2 they differ. A hint for the order alone.
-int keyIdentifierRank(const Certificate& subject, const Certificate& issuer) {
-    const ASN1_OCTET_STRING* const wanted = X509_get0_authority_key_id(subject.x509());
-    const ASN1_OCTET_STRING* const offered = X509_get0_subject_key_id(issuer.x509());
-    if (wanted == nullptr || offered == nullptr) {
-        return 1;
-    }
-    return ASN1_OCTET_STRING_cmp(wanted, offered) == 0 ? 0 : 2;
-}
-
-class PathSearch {
-public:
-    PathSearch(const CertificateRef& end, const ChainSources& sources, const FILETIME& when,
-               const IssuerFetchers& fetchers, SignatureLedger& ledger)
-        : sources_(sources), when_(when), fetchers_(fetchers), ledger_(ledger) {
-        nodes_.push_back({end, 0, 1, isValidAt(end->info(), when), true});
-    }
-
-    Path run() {
-        if (nodes_[0].certificate->x509() == nullptr) {
-            return pathTo(0);
-        }
-        if (isRoot(nodes_[0].certificate)) {
-            return finished(0, nullptr);
-        }
-        for (std::size_t i = 0; i < nodes_.size() && rank_ < kAnchoredNow; ++i) {
-            expand(i);
-        }
-        return best_ ? std::move(*best_) : pathTo(deepestNode());
-    }
-
-private:
-    struct Node {
-        CertificateRef certificate;
-        std::size_t parent;  // towards the end certificate
-        std::size_t depth;   // elements from the end certificate to here
-        bool validNow;       // all of them
-        bool sound;          // all signatures between them verify
-    };
-    enum Rank { kNone, kUnsound, kUntrusted, kAnchored, kAnchoredNow };
-    struct Candidate {
-        CertificateRef certificate;
-        bool root = false;
-        int order = 0;
-    };
-
-    bool isRoot(const CertificateRef& certificate) const {
-        return sameBytes(view(certificate->info().Subject), view(certificate->info().Issuer)) &&
-               std::any_of(sources_.roots.begin(), sources_.roots.end(),
-                           [&](const CertificateRef& root) { return sameCertificate(root, certificate); });
-    }
-
-    bool isSelfSigned(const CertificateRef& certificate) {
-        return sameBytes(view(certificate->info().Subject), view(certificate->info().Issuer)) &&
-               ledger_.verifies(*certificate, *certificate);
-    }
-
-    bool isOnPath(std::size_t node, const CertificateRef& certificate) const {
-        for (std::size_t at = node;; at = nodes_[at].parent) {
-            if (sameCertificate(nodes_[at].certificate, certificate)) {
-                return true;
-            }
-            if (at == 0) {
-                return false;
-            }
-        }
-    }
-
-    bool isKnown(const CertificateRef& certificate) const {
-        return std::any_of(nodes_.begin(), nodes_.end(),
-                           [&](const Node& node) { return sameCertificate(node.certificate, certificate); });
-    }
-
-    // The certificates among `from` that bear the issuer's name.
-    template <typename Fits>
-    void collect(std::size_t node, const std::vector<CertificateRef>& from, bool roots, std::vector<Candidate>& found,
-                 Fits fits) const {
-        for (const CertificateRef& certificate : from) {
-            if (fits(*certificate) && certificate->x509() != nullptr && !isOnPath(node, certificate)) {
-                const bool trusted = roots && isRoot(certificate);
-                found.push_back({certificate, trusted, order(node, *certificate)});
-            }
-        }
-    }
-
-    int order(std::size_t node, const Certificate& issuer) const {
-        return 2 * keyIdentifierRank(*nodes_[node].certificate, issuer) + (isValidAt(issuer.info(), when_) ? 0 : 1);
-    }
-
-    std::vector<Candidate> candidates(std::size_t node) const {
-        const Certificate& subject = *nodes_[node].certificate;
-        const ByteView wanted = view(subject.info().Issuer);
-        const auto sameName = [&](const Certificate& issuer) { return sameBytes(view(issuer.info().Subject), wanted); };
-        std::vector<Candidate> found;
-        collect(node, sources_.roots, true, found, sameName);
-        collect(node, sources_.others, false, found, sameName);
-        collect(node, fetched_, false, found, sameName);
-        if (found.empty()) {
-            // A name may be written in another string type or case in the issuer than in the subject.
-            std::size_t parsed = 0;
-            const auto equalName = [&](const Certificate& issuer) {
-                return ++parsed <= kMaxNamesParsed && issuer.x509() != nullptr &&
-                       X509_NAME_cmp(X509_get_subject_name(issuer.x509()), X509_get_issuer_name(subject.x509())) == 0;
-            };
-            collect(node, sources_.roots, true, found, equalName);
-            collect(node, sources_.others, false, found, equalName);
-            collect(node, fetched_, false, found, equalName);
-        }
-        std::stable_sort(found.begin(), found.end(),
-                         [](const Candidate& left, const Candidate& right) { return left.order < right.order; });
-        // Cut after sorting: a crowd of namesakes in a response must not keep out the one whose key identifier fits.
-        found.resize(std::min(found.size(), kMaxCandidates));
-        return found;
-    }
-
-    bool verifies(std::size_t node, const Candidate& issuer) {
-        return ledger_.checksMade() < kMaxSearchChecks &&
-               ledger_.verifies(*nodes_[node].certificate, *issuer.certificate);
-    }
-
-    void expand(std::size_t node) {
-        const CertificateRef certificate = nodes_[node].certificate;
-        if (isSelfSigned(certificate)) {
-            finishUntrusted(node);
-            return;
-        }
-        if (nodes_[node].depth >= kMaxElements) {
-            return;
-        }
-        std::vector<Candidate> found = candidates(node);
-        bool followed = followVerified(node, found);
-        for (const IssuerFetcher& fetcher : fetchers_) {
-            if (followed) {
-                return;
-            }
-            const std::vector<CertificateRef> more = fetcher(*certificate);
-            if (!more.empty()) {
-                fetched_.insert(fetched_.end(), more.begin(), more.end());
-                found = candidates(node);
-                followed = followVerified(node, found);
-            }
-        }
-        if (!followed && !found.empty()) {
-            follow(node, found.front(), false);
-        }
-    }
-
-    // Goes on from every candidate that made the signature; false when none did.
-    bool followVerified(std::size_t node, const std::vector<Candidate>& found) {
-        bool any = false;
-        for (const Candidate& issuer : found) {
-            if (rank_ < kAnchoredNow && verifies(node, issuer)) {
-                any = true;
-                follow(node, issuer, true);
-            }
-        }
-        return any;
-    }
-
-    void follow(std::size_t node, const Candidate& issuer, bool verified) {
-        const bool sound = nodes_[node].sound && verified;
-        const bool validNow = nodes_[node].validNow && isValidAt(issuer.certificate->info(), when_);
-        if (issuer.root) {
-            finish(node, issuer.certificate, sound, validNow);
-        } else if (nodes_.size() < kMaxNodes && !isKnown(issuer.certificate)) {
-            nodes_.push_back({issuer.certificate, node, nodes_[node].depth + 1, validNow, sound});
-        }
-    }
-
-    void finish(std::size_t node, const CertificateRef& root, bool sound, bool validNow) {
-        const Rank rank = !sound ? kUnsound : validNow ? kAnchoredNow : kAnchored;
-        if (rank > rank_) {
-            best_ = finished(node, &root);
-            rank_ = rank;
-        }
-    }
-
-    void finishUntrusted(std::size_t node) {
-        const Rank rank = nodes_[node].sound ? kUntrusted : kUnsound;
-        if (rank > rank_) {
-            best_ = pathTo(node);
-            best_->selfSigned = true;
-            rank_ = rank;
-        }
-    }
-
-    Path finished(std::size_t node, const CertificateRef* root) const {
-        Path path = pathTo(node);
-        if (root != nullptr) {
-            path.elements.push_back(*root);
-        }
-        path.anchored = true;
-        path.selfSigned = true;
-        return path;
-    }
-
-    Path pathTo(std::size_t node) const {
-        Path path;
-        for (std::size_t at = node;; at = nodes_[at].parent) {
-            path.elements.insert(path.elements.begin(), nodes_[at].certificate);
-            if (at == 0) {
-                return path;
-            }
-        }
-    }
-
-    std::size_t deepestNode() const {
-        std::size_t deepest = 0;
-        for (std::size_t i = 1; i < nodes_.size(); ++i) {
-            if (nodes_[i].depth > nodes_[deepest].depth) {
-                deepest = i;
-            }
-        }
-        return deepest;
-    }
-
-    const ChainSources& sources_;
-    const FILETIME& when_;
-    const IssuerFetchers& fetchers_;
-    SignatureLedger& ledger_;
-    std::vector<Node> nodes_;
-    std::vector<CertificateRef> fetched_;
-    std::optional<Path> best_;
-    Rank rank_ = kNone;
-};
+constexpr std::size_t kMaxElements = 12;     // of a path; real ones have two to five
+constexpr std::size_t kMaxNodes = 64;        // certificates followed, each once for every way that leads to it
+constexpr std::size_t kMaxWays = 4;          // to one certificate
+constexpr std::size_t kMaxDownloaded = 256;  // certificates, all downloads of the search together
+constexpr int kMaxSearchChecks = 70;         // signature checks; the rest is left for CRLs
+constexpr int kMaxFailuresInARow = 8;        // before other certificates get their turn
 
 }  // namespace
 
-bool sameBytes(ByteView left, ByteView right) noexcept {
-    return std::equal(left.begin(), left.end(), right.begin(), right.end());
+PathSearch::PathSearch(const CertificateRef& end, const ChainSources& sources, const FILETIME& when,
+                       const IssuerFetchers& fetchers, SignatureLedger& ledger)
+    : fetchers_(fetchers), when_(when), ledger_(ledger), candidates_(sources, when) {
+    nodes_.push_back({end, 0, 1, true, Origin::kRoot});
 }
 
-bool isValidAt(const CERT_INFO& info, const FILETIME& when) noexcept {
-    return ticks(info.NotBefore) <= ticks(when) && ticks(when) <= ticks(info.NotAfter);
+std::optional<Path> PathSearch::next(bool mayDownload) {
+    const CertificateRef& end = nodes_[0].certificate;
+    if (end->x509() == nullptr || candidates_.isRoot(end)) {
+        const bool isRoot = end->x509() != nullptr;
+        return std::exchange(given_, true) ? std::nullopt : std::optional(Path{{end}, isRoot, isRoot});
+    }
+    do {
+        if (std::optional<Path> path = walk()) {
+            given_ = true;
+            return path;
+        }
+    } while (widen(mayDownload));
+    return leftover();
+}
+
+// Visits the certificates in turn until a visit gives a path, or all candidates have been tried.
+std::optional<Path> PathSearch::walk() {
+    const auto isUntried = [](const Node& node) { return !node.opened || node.tried < node.candidates.size(); };
+    do {
+        while (at_ < nodes_.size()) {
+            if (std::optional<Path> path = visit(at_++)) {
+                return path;
+            }
+        }
+        at_ = 0;
+    } while (std::any_of(nodes_.begin(), nodes_.end(), isUntried));
+    return std::nullopt;
+}
+
+// Tries the candidates for the issuer up to the first that made the signature. The others have to wait until the way
+// over this one was followed: junk in a response must not use up the signature checks below a good issuer.
+std::optional<Path> PathSearch::visit(std::size_t node) {
+    open(node);
+    for (int failures = 0; failures < kMaxFailuresInARow && nodes_[node].tried < nodes_[node].candidates.size();) {
+        const IssuerCandidate issuer = nodes_[node].candidates[nodes_[node].tried++];
+        if (verifies(*nodes_[node].certificate, *issuer.certificate)) {
+            return follow(node, issuer);
+        }
+        ++failures;
+    }
+    return std::nullopt;
+}
+
+void PathSearch::open(std::size_t node) {
+    if (nodes_[node].opened) {
+        return;
+    }
+    nodes_[node].opened = true;
+    nodes_[node].asked.resize(fetchers_.size());
+    const CertificateRef certificate = nodes_[node].certificate;
+    if (isSelfSigned(*certificate)) {
+        nodes_[node].isEnd = true;
+        held_.push_back(pathTo(node));
+        held_.back().selfSigned = true;
+        return;
+    }
+    nodes_[node].isEnd = nodes_[node].depth >= kMaxElements;
+    addCandidates(node, candidates_.of(*certificate, Spelling::kSame));
+    if (otherSpellings_) {
+        addCandidates(node, candidates_.of(*certificate, Spelling::kOther));
+    }
+}
+
+void PathSearch::addCandidates(std::size_t node, std::vector<IssuerCandidate>&& more) {
+    if (nodes_[node].isEnd) {
+        return;
+    }
+    for (IssuerCandidate& candidate : more) {
+        if (!isOnPath(node, candidate.certificate)) {
+            nodes_[node].candidates.push_back(std::move(candidate));
+        }
+    }
+}
+
+std::optional<Path> PathSearch::follow(std::size_t node, const IssuerCandidate& issuer) {
+    nodes_[node].hasLocalIssuer |= issuer.origin <= Origin::kLocal;
+    nodes_[node].hasFetchedIssuer |= issuer.origin == Origin::kFetched;
+    const bool validNow = nodes_[node].validNow && isValidAt(issuer.certificate->info(), when_);
+    if (issuer.origin == Origin::kRoot) {
+        Path path = pathTo(node);
+        path.elements.push_back(issuer.certificate);
+        path.anchored = true;
+        path.selfSigned = true;
+        if (validNow) {
+            return path;
+        }
+        held_.push_back(std::move(path));
+        return std::nullopt;
+    }
+    const auto ways = std::count_if(nodes_.begin(), nodes_.end(), [&](const Node& known) {
+        return sameCertificate(known.certificate, issuer.certificate);
+    });
+    if (nodes_.size() < kMaxNodes && static_cast<std::size_t>(ways) < kMaxWays) {
+        nodes_.push_back({issuer.certificate, node, nodes_[node].depth + 1, validNow, issuer.origin});
+    }
+    return std::nullopt;
+}
+
+// Looks for more candidates; false when there are none to be had.
+bool PathSearch::widen(bool mayDownload) {
+    if (otherSpellings_) {
+        return mayDownload && download();
+    }
+    otherSpellings_ = true;
+    for (std::size_t i = 0; i < nodes_.size(); ++i) {
+        addCandidates(i, candidates_.of(*nodes_[i].certificate, Spelling::kOther));
+    }
+    return true;
+}
+
+// Asks addresses until one has certificates. In the first round a certificate is asked for that has no issuer in a
+// store and none from an address; in the second each, since what was found has led to no path without a fault.
+bool PathSearch::download() {
+    for (const bool all : {false, true}) {
+        for (std::size_t fetcher = 0; fetcher < fetchers_.size(); ++fetcher) {
+            for (const std::size_t node : nodesToAsk(all)) {
+                if (ask(node, fetcher)) {
+                    return true;
+                }
+            }
+        }
+    }
+    return false;
+}
+
+// Those near the end certificate come first, and carried ones last, so that certificates which anybody put into a
+// response do not use up the downloads.
+std::vector<std::size_t> PathSearch::nodesToAsk(bool all) const {
+    std::vector<std::size_t> found;
+    for (std::size_t i = 0; i < nodes_.size(); ++i) {
+        if (!nodes_[i].isEnd && (all || (!nodes_[i].hasLocalIssuer && !nodes_[i].hasFetchedIssuer))) {
+            found.push_back(i);
+        }
+    }
+    std::stable_sort(found.begin(), found.end(), [&](std::size_t left, std::size_t right) {
+        return std::pair(nodes_[left].depth, nodes_[left].origin) <
+               std::pair(nodes_[right].depth, nodes_[right].origin);
+    });
+    return found;
+}
+
+bool PathSearch::ask(std::size_t node, std::size_t fetcher) {
+    std::vector<CertificateRef> found;
+    while (found.empty() && nodes_[node].asked[fetcher] != kNoAddress) {
+        if (!fetchers_[fetcher](*nodes_[node].certificate, nodes_[node].asked[fetcher]++, found)) {
+            nodes_[node].asked[fetcher] = kNoAddress;
+        }
+    }
+    if (found.empty() || numDownloaded_ >= kMaxDownloaded) {
+        return false;
+    }
+    numDownloaded_ += found.size();
+    candidates_.add(found);
+    for (std::size_t i = 0; i < nodes_.size(); ++i) {
+        addCandidates(i, candidates_.downloaded(*nodes_[i].certificate, found));
+    }
+    return true;
+}
+
+// The paths with a fault, trusted ones first; when there was no path at all, one that does not hold.
+std::optional<Path> PathSearch::leftover() {
+    if (held_.empty()) {
+        return std::exchange(given_, true) ? std::nullopt : std::optional(unsoundPath());
+    }
+    auto best = std::find_if(held_.begin(), held_.end(), [](const Path& path) { return path.anchored; });
+    best = best == held_.end() ? held_.begin() : best;
+    Path path = std::move(*best);
+    held_.erase(best);
+    given_ = true;
+    return path;
+}
+
+// From the certificate to which the longest sound way leads, on over issuers by name, so that the caller sees a bad
+// signature and not a missing issuer.
+Path PathSearch::unsoundPath() {
+    const auto deepest = std::max_element(nodes_.begin(), nodes_.end(),
+                                          [](const Node& left, const Node& right) { return left.depth < right.depth; });
+    Path path = pathTo(static_cast<std::size_t>(deepest - nodes_.begin()));
+    while (!path.selfSigned && path.elements.size() < kMaxElements) {
+        const CertificateRef last = path.elements.back();
+        std::vector<IssuerCandidate> found = candidates_.of(*last, Spelling::kSame);
+        std::vector<IssuerCandidate> more = candidates_.of(*last, Spelling::kOther);
+        found.insert(found.end(), std::make_move_iterator(more.begin()), std::make_move_iterator(more.end()));
+        std::erase_if(found, [&](const IssuerCandidate& candidate) {
+            return std::any_of(path.elements.begin(), path.elements.end(), [&](const CertificateRef& element) {
+                return sameCertificate(element, candidate.certificate);
+            });
+        });
+        if (found.empty()) {
+            break;
+        }
+        auto issuer = std::find_if(found.begin(), found.end(), [&](const IssuerCandidate& candidate) {
+            return verifies(*last, *candidate.certificate);
+        });
+        issuer = issuer == found.end() ? found.begin() : issuer;
+        path.elements.push_back(issuer->certificate);
+        path.anchored = issuer->origin == Origin::kRoot;
+        path.selfSigned = path.anchored || isSelfSigned(*issuer->certificate);
+    }
+    return path;
+}
+
+bool PathSearch::isOnPath(std::size_t node, const CertificateRef& certificate) const {
+    for (std::size_t at = node;; at = nodes_[at].parent) {
+        if (sameCertificate(nodes_[at].certificate, certificate)) {
+            return true;
+        }
+        if (at == 0) {
+            return false;
+        }
+    }
+}
+
+bool PathSearch::verifies(const Certificate& subject, const Certificate& issuer) {
+    return ledger_.verifies(subject, issuer, kMaxSearchChecks);
+}
+
+bool PathSearch::isSelfSigned(const Certificate& certificate) {
+    return isSelfIssued(certificate) && verifies(certificate, certificate);
+}
+
+Path PathSearch::pathTo(std::size_t node) const {
+    Path path;
+    for (std::size_t at = node;; at = nodes_[at].parent) {
+        path.elements.insert(path.elements.begin(), nodes_[at].certificate);
+        if (at == 0) {
+            return path;
+        }
+    }
 }
 
 Path findPath(const CertificateRef& end, const ChainSources& sources, const FILETIME& when,
               const IssuerFetchers& fetchers, SignatureLedger& ledger) {
-    return PathSearch(end, sources, when, fetchers, ledger).run();
+    return *PathSearch(end, sources, when, fetchers, ledger).next(true);
 }
 
 }  // namespace tallow::platform

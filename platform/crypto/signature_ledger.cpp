@@ -46,26 +46,35 @@ bool isWeakPss(const ASN1_TYPE* parameters) {
 
 template <typename Check>
 bool SignatureLedger::verifiesOnce(std::shared_ptr<const void> subject, KnownSigner& signer, const Certificate& issuer,
-                                   Check check) {
-    if (signer.is(issuer.body().publicKeyInfo())) {
+                                   int limit, Check check) {
+    const ByteView key = issuer.body().publicKeyInfo();
+    if (signer.is(key)) {
         return true;
     }
-    const auto [entry, isNew] = known_.try_emplace({std::move(subject), issuer.body().shared_from_this()}, false);
-    if (isNew && issuer.publicKey() != nullptr && take() && check(issuer.publicKey()) == 1) {
-        entry->second = true;
-        signer.note(issuer.body().publicKeyInfo());
+    Pair pair{std::move(subject), Bytes(key.begin(), key.end())};
+    if (const auto entry = known_.find(pair); entry != known_.end()) {
+        return entry->second;
     }
-    return entry->second;
+    if (checksMade_ >= limit || issuer.publicKey() == nullptr) {
+        return false;
+    }
+    ++checksMade_;
+    const bool verified = check(issuer.publicKey()) == 1;
+    if (verified) {
+        signer.note(key);
+    }
+    known_.emplace(std::move(pair), verified);
+    return verified;
 }
 
-bool SignatureLedger::verifies(const Certificate& subject, const Certificate& issuer) {
+bool SignatureLedger::verifies(const Certificate& subject, const Certificate& issuer, int limit) {
     X509* const x509 = subject.x509();
     return x509 != nullptr && verifiesOnce(subject.body().shared_from_this(), subject.body().knownSigner(), issuer,
-                                           [&](EVP_PKEY* key) { return X509_verify(x509, key); });
+                                           limit, [&](EVP_PKEY* key) { return X509_verify(x509, key); });
 }
 
 bool SignatureLedger::verifies(const Crl& crl, const Certificate& signer) {
-    return verifiesOnce(crl.shared_from_this(), crl.knownSigner, signer,
+    return verifiesOnce(crl.shared_from_this(), crl.knownSigner, signer, kMaxChecks,
                         [&](EVP_PKEY* key) { return verifySignature(crl.signedBytes(), key) == 0 ? 1 : 0; });
 }
 

@@ -16,19 +16,21 @@ class SignatureLedger {
 public:
     static constexpr int kMaxChecks = 100;
 
-    // Whether the signature of `subject` verifies with the key of `issuer`. Names and usages are not looked at.
-    bool verifies(const Certificate& subject, const Certificate& issuer);
+    // Whether the signature of `subject` verifies with the key of `issuer`. Names and usages are not looked at. Makes
+    // no further check when `limit` of them were made.
+    bool verifies(const Certificate& subject, const Certificate& issuer, int limit = kMaxChecks);
     bool verifies(const Crl& crl, const Certificate& signer);
 
     int checksMade() const noexcept { return checksMade_; }
 
 private:
-    // Shares what it remembers: another object at the address of one that is gone must not inherit its verdict.
-    using Pair = std::pair<std::shared_ptr<const void>, std::shared_ptr<const CertificateBody>>;
+    // Shares what it remembers: another object at the address of one that is gone must not inherit its verdict. The
+    // issuer counts by its key: any number of certificates with the same one cost one check.
+    using Pair = std::pair<std::shared_ptr<const void>, Bytes>;
 
     template <typename Check>
-    bool verifiesOnce(std::shared_ptr<const void> subject, KnownSigner& signer, const Certificate& issuer, Check check);
-    bool take() noexcept { return checksMade_ < kMaxChecks && ++checksMade_ > 0; }
+    bool verifiesOnce(std::shared_ptr<const void> subject, KnownSigner& signer, const Certificate& issuer, int limit,
+                      Check check);
 
     std::map<Pair, bool> known_;
     int checksMade_ = 0;

@@ -427,6 +427,13 @@ TEST_F(ResponderPolicy, RefusesWeakSignaturesAndKeys) {
     EXPECT_EQ(maskOf("MD5"), kRefused);
 }
 
+TEST_F(ResponderPolicy, RefusesAChainWithoutTheRequiredPolicy) {
+    const TrustWorld asking({pki.root}, "required_policies = [\"1.2.3.4\"]\n");
+    const Verdict verdict = judge({pki.delegate, {asked}, {pki.ca}});
+    EXPECT_EQ(verdict.mask, kOpen | OCSP_CHAIN_INVALID);
+    EXPECT_EQ(verdict.authorized, std::vector<int>{0});
+}
+
 TEST_F(ResponderPolicy, TakesNoMalformedQuestion) {
     const ChainPtr chain = chainOf({.end = pki.delegate, .extra = {pki.ca}});
     OCSPChainPolicyPara noTime{sizeof noTime, nullptr, 0, nullptr, nullptr};

@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/crypto/public_key.h"
 #include "tests/platform/provider_fixture.h"
 #include "tests/platform/settings_fixture.h"
 #include "tests/support/pki.h"
@@ -150,6 +151,77 @@ TEST(Signature, OfACertificateThatNamesTwoAlgorithmsIsBad) {
     EXPECT_EQ(verifyIssuer(withOuter(algorithm)), kGood);
     EXPECT_EQ(verifyIssuer(withOuter(tlv::sequence({tlv::oid("1.2.840.10045.4.3.2"), tlv::null()}))),
               NTE_BAD_SIGNATURE);
+}
+
+// Public numbers for which a signature can be made without a private key, or that no key has. Each row differs from a
+// good key in the part that its name tells.
+TEST(Signature, NeedsAKeyThatCannotBeForged) {
+    struct Row {
+        const char* name;
+        const char* algorithm;
+        Bytes parameters;
+        Bytes bits;
+        bool good = false;
+    };
+    constexpr const char* kRsa = "1.2.840.113549.1.1.1";
+    constexpr const char* kEd25519 = "1.3.101.112";
+    constexpr const char* kEd448 = "1.3.101.113";
+    Bytes const modulus = fromHex("00" + std::string(511, 'C') + "1");
+    Bytes evenModulus = modulus;
+    evenModulus.back() = 2;
+    auto const rsa = [](const Bytes& n, std::int64_t e) { return tlv::sequence({tlv::integer(n), tlv::integer(e)}); };
+    Bytes point = Key::make().publicKeyBits();
+    Bytes hybrid = point;
+    hybrid[0] = static_cast<std::uint8_t>(6 + point.back() % 2);
+    Bytes const curve = tlv::oid("1.2.840.10045.3.1.7");
+    auto const filled = [](std::size_t size, std::uint8_t octet, std::uint8_t first, std::uint8_t last) {
+        Bytes octets(size, octet);
+        octets.front() = first;
+        octets.back() = last;
+        return octets;
+    };
+    Bytes minusOne448 = filled(57, 0xFF, 0xFE, 0);
+    minusOne448[28] = 0xFE;
+    Bytes const orderEight = fromHex("c7176a703d4dd84fba3c0b760d10670f2a2053fa2c39ccc64ec7fd7792ac037a");
+    // The powers of 2 modulo 2^161 - 1 repeat after 161; the order given is a multiple of that.
+    constexpr const char* kDsa = "1.2.840.10040.4.1";
+    auto const dsa = [](std::int64_t generator) {
+        return tlv::sequence({tlv::integer(fromHex("01" + std::string(40, 'F'))),
+                              tlv::integer(fromHex("0142" + std::string(38, '0'))), tlv::integer(generator)});
+    };
+    std::vector<Row> rows{
+        {"DSA", kDsa, dsa(2), tlv::integer(4), true},
+        {"DSA, key 1", kDsa, dsa(2), tlv::integer(1)},
+        {"DSA, key outside of the subgroup", kDsa, dsa(2), tlv::integer(5)},
+        {"DSA, generator 1", kDsa, dsa(1), tlv::integer(4)},
+        {"DSA, parameters of another key", kDsa, {}, tlv::integer(4)},
+        {"RSA", kRsa, tlv::null(), rsa(modulus, 65537), true},
+        {"RSA, exponent 1", kRsa, tlv::null(), rsa(modulus, 1)},
+        {"RSA, even exponent", kRsa, tlv::null(), rsa(modulus, 65536)},
+        {"RSA, exponent 0", kRsa, tlv::null(), rsa(modulus, 0)},
+        {"RSA, even modulus", kRsa, tlv::null(), rsa(evenModulus, 65537)},
+        {"RSASSA-PSS", "1.2.840.113549.1.1.10", {}, rsa(modulus, 65537), true},
+        {"RSASSA-PSS, exponent 1", "1.2.840.113549.1.1.10", {}, rsa(modulus, 1)},
+        {"curve", "1.2.840.10045.2.1", curve, point, true},
+        {"curve, point at infinity", "1.2.840.10045.2.1", curve, {0}},
+        {"curve, hybrid point", "1.2.840.10045.2.1", curve, hybrid},
+        {"Ed25519", kEd25519, {}, Key::make(KeyKind::kEd25519).publicKeyBits(), true},
+        {"Ed25519, neutral point", kEd25519, {}, filled(32, 0, 1, 0x80)},
+        {"Ed25519, -1", kEd25519, {}, filled(32, 0xFF, 0xEC, 0x7F)},
+        {"Ed25519, order 8", kEd25519, {}, orderEight},
+        {"Ed448, neutral point", kEd448, {}, filled(57, 0, 1, 0)},
+        {"Ed448, -1", kEd448, {}, minusOne448},
+    };
+    for (Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        CERT_PUBLIC_KEY_INFO info{};
+        info.Algorithm = {const_cast<char*>(row.algorithm), blobOf(row.parameters)};
+        info.PublicKey = {static_cast<DWORD>(row.bits.size()), row.bits.data(), 0};
+        Bytes const algorithm = tlv::sequence({concat({tlv::oid(row.algorithm), row.parameters})});
+        EXPECT_EQ(
+            tallow::platform::loadPublicKey(info, tlv::sequence({algorithm, tlv::bitString(row.bits)})) != nullptr,
+            row.good);
+    }
 }
 
 TEST(Signature, LooksAtTheFirstThreePartsOfAStructureOnly) {

@@ -29,6 +29,12 @@ Identity caUnder(const Identity& issuer, Change change) {
     return issue(issuer, spec);
 }
 
+inline Identity leafUnder(const Identity& issuer) {
+    CertificateSpec spec;
+    spec.commonName = "leaf";
+    return issue(issuer, spec);
+}
+
 inline StorePtr storeOf(const std::vector<Identity>& certificates, const std::vector<Bytes>& crls = {}) {
     StorePtr store(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
     for (const Identity& identity : certificates) {

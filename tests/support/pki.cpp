@@ -96,6 +96,18 @@ X509NamePtr makeName(const std::string& commonName) {
     return name;
 }
 
+X509NamePtr parseName(const Bytes& der) {
+    const unsigned char* at = der.data();
+    X509NamePtr name(d2i_X509_NAME(nullptr, &at, static_cast<long>(der.size())));
+    require(name != nullptr, "reading a name");
+    return name;
+}
+
+void setText(ASN1_TIME* time, const std::string& text) {
+    require(ASN1_STRING_set(time, text.data(), static_cast<int>(text.size())) == 1, "setting a time");
+    time->type = text.size() < 15 ? V_ASN1_UTCTIME : V_ASN1_GENERALIZEDTIME;
+}
+
 Asn1IntegerPtr makeSerial(const std::optional<Bytes>& serial) {
     Bytes content = serial.value_or(Bytes(10));
     if (!serial) {
@@ -165,7 +177,8 @@ void addExtensions(X509* certificate, X509* issuer, const CertificateSpec& spec)
     addExtension(certificate, issuer, NID_crl_distribution_points, pointList(spec.crlUrls));
     if (spec.keyIdentifiers) {
         addExtension(certificate, issuer, NID_subject_key_identifier, "hash");
-        addExtension(certificate, issuer, NID_authority_key_identifier, "keyid");
+        const bool isNamed = X509_get_ext_by_NID(issuer, NID_subject_key_identifier, -1) >= 0;
+        addExtension(certificate, issuer, NID_authority_key_identifier, isNamed ? "keyid" : "");
     }
     for (const bool critical : {false, true}) {
         for (const auto& [oid, value] : critical ? spec.criticalExtensions : spec.extensions) {
@@ -181,12 +194,17 @@ Identity make(const Identity* issuer, const CertificateSpec& spec) {
     const X509Ptr issuerCertificate = issuer != nullptr ? parseCertificate(issuer->certificate) : nullptr;
     X509* const issuerOrSelf = issuerCertificate ? issuerCertificate.get() : certificate.get();
 
-    X509_set_version(certificate.get(), spec.versionOne ? X509_VERSION_1 : X509_VERSION_3);
+    X509_set_version(certificate.get(), spec.versionOne ? X509_VERSION_1 : spec.version - 1);
     X509_set_serialNumber(certificate.get(), makeSerial(spec.serial).get());
-    X509_set_subject_name(certificate.get(), makeName(spec.commonName).get());
-    X509_set_issuer_name(certificate.get(), X509_get_subject_name(issuerOrSelf));
+    const X509NamePtr subject = spec.subject ? parseName(*spec.subject) : makeName(spec.commonName);
+    X509_set_subject_name(certificate.get(), subject.get());
+    const X509NamePtr issuerName = spec.issuer ? parseName(*spec.issuer) : nullptr;
+    X509_set_issuer_name(certificate.get(), issuerName ? issuerName.get() : X509_get_subject_name(issuerOrSelf));
     X509_gmtime_adj(X509_getm_notBefore(certificate.get()), spec.notBeforeSeconds);
     X509_gmtime_adj(X509_getm_notAfter(certificate.get()), spec.notAfterSeconds);
+    if (spec.notAfter) {
+        setText(X509_getm_notAfter(certificate.get()), *spec.notAfter);
+    }
     require(X509_set_pubkey(certificate.get(), key.get()) == 1, "setting the key");
     if (!spec.versionOne) {
         addExtensions(certificate.get(), issuerOrSelf, spec);

@@ -60,7 +60,10 @@ struct CertificateSpec {
     std::optional<Bytes> serial;             // content octets; random and positive when absent
     long notBeforeSeconds = -3600;           // from now
     long notAfterSeconds = 30L * 24 * 3600;  // from now
-    bool versionOne = false;                 // without any extension
+    bool versionOne = false;                 // version 1, without any extension
+    int version = 3;                         // 1 to 3, whatever else is in the certificate
+    std::optional<Bytes> subject, issuer;    // DER of the names, in the place of commonName and the issuer's subject
+    std::optional<std::string> notAfter;     // text of a UTCTime, or of a GeneralizedTime when 15 octets or more
     bool ca = false;                         // basicConstraints CA:TRUE, keyUsage keyCertSign and cRLSign by default
     std::optional<int> pathLength;
     std::optional<std::string> keyUsage;  // "critical,digitalSignature"; when absent: CA bits for a CA, none for others

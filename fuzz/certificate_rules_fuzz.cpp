@@ -1,0 +1,25 @@
+// One certificate through the checks that a path makes of each: its own faults, what it says about policies, and these
+// followed over a path that is made of it alone.
+#include <cstddef>
+#include <cstdint>
+
+#include "platform/crypto/certificate_policies.h"
+#include "platform/crypto/certificate_rules.h"
+
+using namespace tallow::platform;
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    const CertificateRef certificate = Certificate::create({data, size});
+    if (!certificate || certificate->x509() == nullptr) {
+        return 0;
+    }
+    static_cast<void>(faultsOf(*certificate));
+    const PolicyStatements statements = policyStatementsOf(*certificate);
+    constexpr std::size_t kLength = 4;
+    const RequiredPolicies required{.any = false, .isRequired = true, .accepted = {std::string("\x2A\x03", 2)}};
+    PolicyPath policies(kLength, required);
+    for (std::size_t i = 0; i < kLength; ++i) {
+        static_cast<void>(policies.add(statements));
+    }
+    return 0;
+}

@@ -1,0 +1,117 @@
+#include "platform/crypto/issuer_candidates.h"
+
+#include <openssl/x509v3.h>
+
+#include <algorithm>
+
+#include "platform/crypto/certificate_rules.h"
+
+namespace tallow::platform {
+
+namespace {
+
+constexpr std::size_t kMaxCandidates = 256;   // for one certificate
+constexpr std::size_t kMaxNamesParsed = 256;  // of one origin, when looking for other spellings
+
+using NamePtr = std::unique_ptr<X509_NAME, OpenSslFree<X509_NAME_free>>;
+
+unsigned long long ticks(const FILETIME& time) noexcept {
+    return static_cast<unsigned long long>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
+}
+
+NamePtr parseName(ByteView der) {
+    const unsigned char* at = der.data();
+    return NamePtr(d2i_X509_NAME(nullptr, &at, static_cast<long>(der.size())));
+}
+
+// How well the key identifiers fit: 0 they match, 1 nothing is said, 2 they differ. A hint for the order alone.
+int keyIdentifierRank(const Certificate& subject, const Certificate& issuer) {
+    const ASN1_OCTET_STRING* const wanted = X509_get0_authority_key_id(subject.x509());
+    const ASN1_OCTET_STRING* const offered = X509_get0_subject_key_id(issuer.x509());
+    if (wanted == nullptr || offered == nullptr) {
+        return 1;
+    }
+    return ASN1_OCTET_STRING_cmp(wanted, offered) == 0 ? 0 : 2;
+}
+
+// Cut after sorting: a crowd of namesakes in a response must not keep out the one that fits best.
+std::vector<IssuerCandidate> sorted(std::vector<IssuerCandidate>&& found) {
+    std::stable_sort(found.begin(), found.end(), [](const IssuerCandidate& left, const IssuerCandidate& right) {
+        return left.order < right.order;
+    });
+    found.resize(std::min(found.size(), kMaxCandidates));
+    return std::move(found);
+}
+
+}  // namespace
+
+bool sameBytes(ByteView left, ByteView right) noexcept {
+    return std::equal(left.begin(), left.end(), right.begin(), right.end());
+}
+
+bool sameCertificate(const CertificateRef& left, const CertificateRef& right) noexcept {
+    return left.get() == right.get() || sameBytes(left->der(), right->der());
+}
+
+bool isValidAt(const CERT_INFO& info, const FILETIME& when) noexcept {
+    return ticks(info.NotBefore) <= ticks(when) && ticks(when) <= ticks(info.NotAfter);
+}
+
+int IssuerCandidates::orderOf(const Certificate& subject, const Certificate& issuer, Origin origin) const {
+    const bool isKnownSigner = subject.body().knownSigner().is(issuer.body().publicKeyInfo());
+    return 16 * static_cast<int>(origin) + (isKnownSigner ? 0 : 8) + 2 * keyIdentifierRank(subject, issuer) +
+           (isValidAt(issuer.info(), when_) ? 0 : 1);
+}
+
+void IssuerCandidates::collect(const Certificate& subject, Spelling spelling, std::span<const CertificateRef> from,
+                               Origin origin, std::vector<IssuerCandidate>& found) const {
+    const ByteView wanted = view(subject.info().Issuer);
+    const NamePtr parsed = spelling == Spelling::kOther ? parseName(wanted) : nullptr;
+    std::size_t numParsed = 0;
+    for (const CertificateRef& issuer : from) {
+        const ByteView name = view(issuer->info().Subject);
+        const bool isSame = sameBytes(name, wanted);
+        if (isSame != (spelling == Spelling::kSame)) {
+            continue;
+        }
+        if (!isSame && (parsed == nullptr || ++numParsed > kMaxNamesParsed ||
+                        X509_NAME_cmp(parseName(name).get(), parsed.get()) != 0)) {
+            continue;
+        }
+        // A copy of a root that was handed in adds nothing to the root itself.
+        if (issuer->x509() != nullptr && (origin == Origin::kRoot || !isRoot(issuer))) {
+            const Origin actual = origin == Origin::kRoot && !isSelfIssued(*issuer) ? Origin::kLocal : origin;
+            found.push_back({issuer, actual, orderOf(subject, *issuer, actual)});
+        }
+    }
+}
+
+std::vector<IssuerCandidate> IssuerCandidates::of(const Certificate& subject, Spelling spelling) const {
+    std::vector<IssuerCandidate> found;
+    collect(subject, spelling, sources_.roots, Origin::kRoot, found);
+    const std::span<const CertificateRef> others(sources_.others);
+    collect(subject, spelling, others.last(sources_.numLocal), Origin::kLocal, found);
+    collect(subject, spelling, fetched_, Origin::kFetched, found);
+    collect(subject, spelling, others.first(others.size() - sources_.numLocal), Origin::kCarried, found);
+    return sorted(std::move(found));
+}
+
+std::vector<IssuerCandidate> IssuerCandidates::downloaded(const Certificate& subject,
+                                                          const std::vector<CertificateRef>& certificates) const {
+    std::vector<IssuerCandidate> found;
+    collect(subject, Spelling::kSame, certificates, Origin::kFetched, found);
+    collect(subject, Spelling::kOther, certificates, Origin::kFetched, found);
+    return sorted(std::move(found));
+}
+
+void IssuerCandidates::add(const std::vector<CertificateRef>& downloaded) {
+    fetched_.insert(fetched_.end(), downloaded.begin(), downloaded.end());
+}
+
+bool IssuerCandidates::isRoot(const CertificateRef& certificate) const {
+    return std::any_of(sources_.roots.begin(), sources_.roots.end(),
+                       [&](const CertificateRef& root) { return sameCertificate(root, certificate); }) &&
+           isSelfIssued(*certificate);
+}
+
+}  // namespace tallow::platform

@@ -1,0 +1,481 @@
+// The rules of RFC 5280 section 6.1, on paths made for them: what each certificate may say, policies, names,
+// self-issued certificates, and the choice among several paths.
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <sstream>
+
+#include "tests/platform/trust_fixture.h"
+#include "tests/support/tlv.h"
+
+namespace testkit {
+namespace {
+
+using Change = std::function<void(CertificateSpec&)>;
+
+constexpr const char* kSelfIssued = "(name of the issuer)";
+constexpr DWORD kPolicyFault = CERT_TRUST_INVALID_POLICY_CONSTRAINTS;
+constexpr DWORD kNotRequired = CERT_TRUST_NO_ISSUANCE_CHAIN_POLICY;
+
+Change all(std::vector<Change> changes) {
+    return [changes = std::move(changes)](CertificateSpec& spec) {
+        for (const Change& change : changes) {
+            change(spec);
+        }
+    };
+}
+
+Change with(const char* oid, const Bytes& value) {
+    return [=](CertificateSpec& spec) { spec.extensions.emplace_back(oid, value); };
+}
+
+// What a certificate says about policies, in words: "1" or "any" is a policy, "1>2" a mapping, E0
+// requireExplicitPolicy, M0 inhibitPolicyMapping and A0 inhibitAnyPolicy with a number, "self" makes it self-issued.
+Change saying(const std::string& text) {
+    const auto oidOf = [](const std::string& word) {
+        return tlv::oid(word == "any" ? "2.5.29.32.0" : "1.2.3." + word);
+    };
+    std::vector<Bytes> policies;
+    std::vector<Bytes> mappings;
+    std::vector<Bytes> constraints;
+    std::vector<Change> changes;
+    std::istringstream words(text);
+    for (std::string word; words >> word;) {
+        const std::size_t arrow = word.find('>');
+        const Bytes number{static_cast<std::uint8_t>(word.back() == '-' ? -1 : word.back() - '0')};
+        if (arrow != std::string::npos) {
+            mappings.push_back(tlv::sequence({oidOf(word.substr(0, arrow)), oidOf(word.substr(arrow + 1))}));
+        } else if (word[0] == 'E' || word[0] == 'M') {
+            constraints.push_back(tlv::contextPrimitive(word[0] == 'E' ? 0 : 1, number));
+        } else if (word[0] == 'A') {
+            changes.push_back(with("2.5.29.54", tlv::integer(number)));
+        } else if (word == "self") {
+            changes.push_back([](CertificateSpec& spec) { spec.commonName = kSelfIssued; });
+        } else {
+            policies.push_back(tlv::sequence({oidOf(word)}));
+        }
+    }
+    const auto add = [&](const char* oid, const std::vector<Bytes>& list) {
+        if (!list.empty()) {
+            changes.push_back(with(oid, tlv::sequence(list)));
+        }
+    };
+    add("2.5.29.32", policies);
+    add("2.5.29.33", mappings);
+    add("2.5.29.36", constraints);
+    return all(changes);
+}
+
+void nothing(CertificateSpec& /*spec*/) {}
+
+Change pathLength(int length) {
+    return [=](CertificateSpec& spec) { spec.pathLength = length; };
+}
+
+class PathValidation : public ::testing::Test {
+protected:
+    // CAs under the root and an end certificate under the last, each as its change wants it; the end certificate first.
+    std::vector<Identity> pathOf(const std::vector<Change>& changes) const {
+        std::vector<Identity> path{pki.root};
+        std::string issuerName = "root";
+        for (std::size_t i = 0; i < changes.size(); ++i) {
+            CertificateSpec spec;
+            spec.ca = i + 1 < changes.size();
+            spec.commonName = "element " + std::to_string(i);
+            changes[i](spec);
+            spec.commonName = spec.commonName == kSelfIssued ? issuerName : spec.commonName;
+            issuerName = spec.commonName;
+            path.push_back(issue(path.back(), spec));
+        }
+        path.erase(path.begin());
+        std::reverse(path.begin(), path.end());
+        return path;
+    }
+
+    static DWORD errorOfPath(const std::vector<Identity>& path) {
+        return errorOf(chainOf({.end = path[0], .extra = {path.begin() + 1, path.end()}}));
+    }
+
+    const Pki& pki = Pki::shared();
+    TrustWorld world{{pki.root}};
+};
+
+TEST_F(PathValidation, FollowsPoliciesToTheEnd) {
+    struct Row {
+        const char* name;
+        const char* required;  // the setting; null for none
+        std::string path;      // from the first CA down, with bars between
+        DWORD error = 0;
+    };
+    constexpr const char* kOne = R"(["1.2.3.1"])";
+    // Each policy continues in each: a tree would have 20 to the power of 8 leaves.
+    std::string crowd;
+    for (int from = 1; from <= 20; ++from) {
+        crowd += std::to_string(from) + " ";
+        for (int to = 1; to <= 20; ++to) {
+            crowd += std::to_string(from) + ">" + std::to_string(to) + " ";
+        }
+    }
+    std::string crowds;
+    for (int i = 0; i < 9; ++i) {
+        crowds += crowd + "| ";
+    }
+    const Row rows[] = {
+        {"none anywhere", nullptr, " | "},
+        {"required", kOne, "1 | 1"},
+        {"one of those required", R"(["1.2.9", "1.2.3.1"])", "1 | 1"},
+        {"other than required", kOne, "2 | 2", kNotRequired},
+        {"none, required", kOne, " | ", kNotRequired},
+        {"not in the CA", kOne, "2 | 1", kNotRequired},
+        {"not in the end certificate", kOne, "1 | 2", kNotRequired},
+        {"any that leads to the end", R"(["2.5.29.32.0"])", "2 | 2"},
+        {"any, none leads to the end", R"(["2.5.29.32.0"])", "2 | 1", kNotRequired},
+        {"setting without a policy", "[]", " | "},
+        {"setting that is no identifier", R"(["1.2.3.1", "1.2.x"])", "1 | 1", kNotRequired},
+        {"setting with an empty text", R"([""])", "1 | 1", kNotRequired},
+
+        {"the CA needs one", nullptr, "E0 | ", kPolicyFault},
+        {"the CA needs one, and there is", nullptr, "1 E0 | 1"},
+        {"the CA needs one, and it breaks off", nullptr, "1 E0 | 2", kPolicyFault},
+        {"needed after two more", nullptr, "E2 | | ", kPolicyFault},
+        {"needed after three more", nullptr, "E3 | | "},
+        {"needed after two more, one self-issued", nullptr, "E2 | self | "},
+        {"the end certificate needs one", nullptr, " | E0", kPolicyFault},
+        {"a lower number stays", nullptr, "E0 | E9 | ", kPolicyFault},
+
+        {"mapped", kOne, "1 1>2 | 2"},
+        {"mapped, the name below is not required", R"(["1.2.3.2"])", "1 1>2 | 2", kNotRequired},
+        {"mapped away", kOne, "1 1>2 | 1", kNotRequired},
+        {"mapped from any", kOne, "any 1>2 | 2"},
+        {"mapping forbidden above", kOne, "1 M0 | 1 1>2 | 2", kNotRequired},
+        {"mapping allowed for one more", kOne, "1 M1 | 1 1>2 | 2"},
+        {"mapping allowed for one more, which does not map", kOne, "1 M1 | 1 | 1 1>2 | 2", kNotRequired},
+        {"any mapped", nullptr, "any any>1 | 1", kPolicyFault},
+        {"mapped to any", nullptr, "1 1>any | 1", kPolicyFault},
+
+        {"any in the CA", kOne, "any | 1"},
+        {"any in the CA, another below", kOne, "any | 2", kNotRequired},
+        {"any everywhere", kOne, "any | any"},
+        {"any between", kOne, "1 | any | 1"},
+        {"any between, another below", kOne, "1 | any | 2", kNotRequired},
+        {"any between, another above", kOne, "2 | any | 2", kNotRequired},
+        {"any forbidden", kOne, "any A0 | any | 1", kNotRequired},
+        {"any forbidden later", kOne, "any A1 | any | 1"},
+        {"any forbidden, self-issued", kOne, "any A0 | any self | 1"},
+        {"any forbidden, at the end", kOne, "any A0 | any", kNotRequired},
+
+        {"a policy twice", nullptr, "1 1 | 1", kPolicyFault},
+        {"a negative number", nullptr, "E- | 1", kPolicyFault},
+        {"a crowd", R"(["1.2.3.7"])", crowds + "20"},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const TrustWorld asked(
+            {pki.root}, row.required != nullptr ? "required_policies = " + std::string(row.required) + "\n" : "");
+        std::vector<Change> path;
+        std::istringstream elements(row.path);
+        for (std::string element; std::getline(elements, element, '|');) {
+            path.push_back(saying(element));
+        }
+        EXPECT_EQ(errorOfPath(pathOf(path)), row.error);
+    }
+}
+
+TEST_F(PathValidation, RefusesCertificatesThatBreakTheirProfile) {
+    struct Row {
+        const char* name;
+        std::vector<Change> path;
+        DWORD error;
+    };
+    const Change notCa = [](CertificateSpec& spec) { spec.ca = false; };
+    const auto basic = [](std::initializer_list<Bytes> parts) {
+        return with("2.5.29.19", tlv::sequence(std::vector<Bytes>(parts)));
+    };
+    const auto version = [](int number) {
+        return [=](CertificateSpec& spec) {
+            spec.version = number;
+            spec.ca = number == 3 && spec.ca;
+            spec.keyIdentifiers = number == 3;
+        };
+    };
+    const auto until = [](const char* text) { return [=](CertificateSpec& spec) { spec.notAfter = text; }; };
+    const Change alternative = with("2.5.29.17", tlv::sequence({tlv::contextPrimitive(2, bytesOf("a.example"))}));
+    const Change crowded = [](CertificateSpec& spec) {
+        for (int i = 0; i < 65; ++i) {
+            spec.extensions.emplace_back("1.2.3." + std::to_string(i), tlv::null());
+        }
+    };
+    const Bytes pointer = tlv::sequence({tlv::oid("1.3.6.1.5.5.7.2.1"), tlv::integer(1)});
+    const Bytes badQualifier = tlv::sequence({tlv::sequence({tlv::oid("1.2.3"), tlv::sequence({pointer})})});
+    const Change oldWithExtension = all({version(1), alternative});
+    constexpr DWORD kBasic = CERT_TRUST_INVALID_BASIC_CONSTRAINTS;
+    constexpr DWORD kExtension = CERT_TRUST_INVALID_EXTENSION;
+    constexpr DWORD kTime = CERT_TRUST_IS_NOT_TIME_VALID;
+    const Row rows[] = {
+        {"nothing unusual", {nothing, alternative}, 0},
+        {"no policy in the list", {nothing, with("2.5.29.32", {0x30, 0})}, kPolicyFault},
+        {"policy qualifier that is no text", {nothing, with("2.5.29.32", badQualifier)}, kPolicyFault},
+        {"version 1 at the end", {nothing, version(1)}, 0},
+        {"version 1 with an extension", {nothing, oldWithExtension}, kExtension},
+        {"version 1 as a CA", {version(1), nothing}, kBasic},
+        {"CA without basic constraints", {notCa, nothing}, kBasic},
+        {"basic constraints of an end certificate in a CA", {all({notCa, basic({})}), nothing}, kBasic},
+        {"path length without CA", {nothing, basic({tlv::integer(0)})}, kBasic},
+        {"negative path length", {all({notCa, basic({tlv::boolean(true), tlv::integer(-1)})}), nothing}, kBasic},
+        {"octets after the basic constraints",
+         {nothing, with("2.5.29.19", concat({tlv::sequence({}), tlv::null()}))},
+         kBasic},
+        {"an extension twice", {nothing, all({alternative, alternative})}, kExtension},
+        {"an unknown extension twice", {nothing, all({with("1.2.3", {5, 0}), with("1.2.3", {4, 0})})}, kExtension},
+        {"more than 64 extensions", {nothing, crowded}, kExtension},
+        {"an unknown extension", {nothing, with("1.2.3", {5, 0})}, 0},
+        {"alternative names that cannot be decoded", {nothing, with("2.5.29.17", {5, 0})}, kExtension},
+        {"key usage that cannot be decoded", {nothing, with("2.5.29.15", {5, 0})}, kExtension},
+        {"key usage for nothing", {nothing, with("2.5.29.15", tlv::bitString({}))}, kExtension},
+        {"name constraints that cannot be decoded",
+         {with("2.5.29.30", {5, 0}), nothing},
+         CERT_TRUST_INVALID_NAME_CONSTRAINTS},
+        {"name constraints on nothing", {with("2.5.29.30", {0x30, 0}), nothing}, CERT_TRUST_INVALID_NAME_CONSTRAINTS},
+        {"no issuer", {[](CertificateSpec& spec) { spec.subject = tlv::sequence({}); }, nothing}, kExtension},
+        {"GeneralizedTime before 2050", {nothing, until("20491231235959Z")}, 0},
+        {"GeneralizedTime of the last year", {nothing, until("99991231235959Z")}, 0},
+        {"UTCTime of 2049", {nothing, until("491231235959Z")}, 0},
+        {"UTCTime of 1950", {nothing, until("500101000000Z")}, kTime},
+        {"year before all clocks", {nothing, until("00010101000000Z")}, kTime},
+        {"UTCTime without seconds", {nothing, until("4912312359Z")}, kTime},
+        {"time with an offset", {nothing, until("20491231235959+0100")}, kTime},
+        {"time with a fraction", {nothing, until("20491231235959.5Z")}, kTime},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const DWORD error = errorOfPath(pathOf(row.path));
+        EXPECT_EQ(error & row.error, row.error);
+        EXPECT_EQ(error == 0, row.error == 0);
+    }
+}
+
+// The outer algorithm with other parameters than the signed one.
+TEST_F(PathValidation, RefusesASignatureAlgorithmThatIsNotTheSignedOne) {
+    CertificateSpec spec;
+    spec.ca = true;
+    spec.key = Key::make(KeyKind::kRsa2048);
+    const Identity ca = issue(pki.root, spec);
+    Identity leaf = leafUnder(ca);
+    EXPECT_EQ(errorOfPath({leaf, ca}), 0U);
+    const Bytes null = {0x0B, 0x05, 0x00};  // last octet of sha256WithRSAEncryption, and its parameters
+    const auto outer = std::find_end(leaf.certificate.begin(), leaf.certificate.end(), null.begin(), null.end());
+    ASSERT_NE(outer, leaf.certificate.end());
+    *(outer + 1) = 0x04;
+    EXPECT_EQ(errorOfPath({leaf, ca}), CERT_TRUST_IS_NOT_SIGNATURE_VALID);
+}
+
+TEST_F(PathValidation, CountsAndConstrainsAllButSelfIssuedCertificates) {
+    struct Row {
+        const char* name;
+        std::vector<Change> path;
+        DWORD error = 0;
+    };
+    const auto named = [](const std::string& text) {
+        return tlv::sequence({tlv::set({tlv::sequence({tlv::oid("2.5.4.3"), tlv::utf8String(text)})})});
+    };
+    const auto subtree = [](unsigned list, const Bytes& base, const Bytes& range = {}) {
+        return with("2.5.29.30", tlv::sequence({tlv::context(list, tlv::sequence({concat({base, range})}))}));
+    };
+    const auto alternative = [](unsigned kind, const std::string& value) {
+        return with("2.5.29.17", tlv::sequence({tlv::contextPrimitive(kind, bytesOf(value))}));
+    };
+    const auto kind = [](unsigned number, const std::string& value) {
+        return tlv::contextPrimitive(number, bytesOf(value));
+    };
+    const Change mailInSubject = [](CertificateSpec& spec) {
+        spec.subject = tlv::sequence(
+            {tlv::set({tlv::sequence({tlv::oid("1.2.840.113549.1.9.1"), tlv::ia5String("me@other.example")})})});
+    };
+    constexpr DWORD kBasic = CERT_TRUST_INVALID_BASIC_CONSTRAINTS;
+    constexpr DWORD kOutside = CERT_TRUST_HAS_NOT_PERMITTED_NAME_CONSTRAINT;
+    constexpr DWORD kExcluded = CERT_TRUST_HAS_EXCLUDED_NAME_CONSTRAINT;
+    const Change onlyEnd = subtree(0, tlv::context(4, named("element 2")));
+    const Row rows[] = {
+        {"path length kept", {pathLength(0), nothing}},
+        {"path length exceeded", {pathLength(0), nothing, nothing}, kBasic},
+        {"self-issued does not count", {pathLength(0), saying("self"), nothing}},
+        {"self-issued does not count, another does", {pathLength(0), saying("self"), nothing, nothing}, kBasic},
+        {"a longer length below", {pathLength(1), pathLength(9), nothing, nothing}, kBasic},
+        {"self-issued at the end is constrained",
+         {all({onlyEnd, [](CertificateSpec& spec) { spec.commonName = "element 1"; }}), saying("self")},
+         kOutside},
+        {"self-issued between is not", {onlyEnd, saying("self"), nothing}},
+        {"another between is", {onlyEnd, nothing, nothing}, kOutside},
+        {"name in another case", {subtree(0, tlv::context(4, named("ELEMENT  1"))), nothing}},
+        {"DNS name permitted", {subtree(0, kind(2, "b.example")), alternative(2, "a.B.example")}},
+        {"DNS name outside", {subtree(0, kind(2, "b.example")), alternative(2, "ab.example")}, kOutside},
+        {"DNS name excluded", {subtree(1, kind(2, "b.example")), alternative(2, "a.b.example")}, kExcluded},
+        {"mail permitted", {subtree(0, kind(1, "a.example")), alternative(1, "me@a.example")}},
+        {"mail outside", {subtree(0, kind(1, "a.example")), alternative(1, "me@b.a.example")}, kOutside},
+        {"mail in the subject outside", {subtree(0, kind(1, "a.example")), mailInSubject}, kOutside},
+        {"URI permitted", {subtree(0, kind(6, ".a.example")), alternative(6, "http://b.a.example/x")}},
+        {"URI excluded", {subtree(1, kind(6, "a.example")), alternative(6, "https://a.example:8/")}, kExcluded},
+        {"range of a subtree",
+         {subtree(0, kind(2, "example"), tlv::contextPrimitive(0, {1})), alternative(2, "a.example")},
+         CERT_TRUST_HAS_NOT_SUPPORTED_NAME_CONSTRAINT},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(errorOfPath(pathOf(row.path)), row.error);
+    }
+}
+
+TEST_F(PathValidation, ComparesNamesAsTheyRead) {
+    const auto name = [](const Bytes& value) {
+        return tlv::sequence({tlv::set({tlv::sequence({tlv::oid("2.5.4.3"), value})})});
+    };
+    const auto caNamed = [&](const Bytes& value) {
+        return caUnder(pki.root, [&](CertificateSpec& spec) { spec.subject = name(value); });
+    };
+    const auto errorWith = [&](const Bytes& inCa, const Bytes& inLeaf) {
+        CertificateSpec spec;
+        spec.issuer = name(inLeaf);
+        const Identity ca = caNamed(inCa);
+        return errorOfPath({issue(ca, spec), ca});
+    };
+    const Bytes plain = tlv::printableString("A Certification  Authority");
+    EXPECT_EQ(errorWith(plain, tlv::utf8String(" a certification authority ")), 0U);
+    EXPECT_EQ(errorWith(tlv::utf8String("\xD0\xA6\xD0\x90"), tlv::raw(0x1E, {0x04, 0x26, 0x04, 0x10})), 0U);
+    EXPECT_EQ(errorWith(plain, tlv::utf8String("A CertificationAuthority")), CERT_TRUST_IS_PARTIAL_CHAIN);
+
+    // A certificate of the very spelling that has expired does not hide the other.
+    CertificateSpec spec;
+    spec.issuer = name(tlv::utf8String("a certification authority"));
+    const Identity ca = caNamed(plain);
+    const Identity expired = caUnder(pki.root, [&](CertificateSpec& old) {
+        old.subject = spec.issuer;
+        old.key = ca.key;
+        old.notAfterSeconds = -60;
+    });
+    EXPECT_EQ(errorOfPath({issue(ca, spec), expired, ca}), 0U);
+}
+
+TEST_F(PathValidation, GoesFromOneKeyOfACaToItsNext) {
+    const Identity newRoot = rootCa("root");
+    const auto reissued = [](const Identity& subject, const Identity& issuer) {
+        return caUnder(issuer, [&](CertificateSpec& spec) {
+            spec.commonName = "root";
+            spec.key = subject.key;
+        });
+    };
+    const Identity newWithOld = reissued(newRoot, pki.root);
+    const Identity leaf = leafUnder(newRoot);
+    EXPECT_EQ(simple(chainOf({leaf, {newRoot, newWithOld}})).cElement, 3U);
+    EXPECT_EQ(errorOf(chainOf({leaf, {newRoot, newWithOld}})), 0U);
+    EXPECT_EQ(errorOf(chainOf({leaf, {newRoot}})), CERT_TRUST_IS_UNTRUSTED_ROOT);
+    const TrustWorld later({newRoot});
+    EXPECT_EQ(errorOf(chainOf({pki.good, {pki.ca, pki.root, reissued(pki.root, newRoot)}})), 0U);
+}
+
+// In each row some way leads to the root without a fault.
+TEST_F(PathValidation, FindsTheWayAmongOthers) {
+    struct Row {
+        const char* name;
+        Identity issuer;
+        std::vector<Identity> extra;
+        std::vector<Identity> stored = {};
+    };
+    const auto namesake = [&](const Key& key, const Identity& issuer, const Change& change = nothing) {
+        return caUnder(issuer, [&](CertificateSpec& spec) {
+            spec.commonName = "ca";
+            spec.key = key;
+            change(spec);
+        });
+    };
+    const Identity forgedRoot{pki.root.certificate, Key::make()};
+    const Identity forged = namesake(pki.ca.key, forgedRoot);
+    const Change old = [](CertificateSpec& spec) { spec.notAfterSeconds = -60; };
+    const Identity narrow = caUnder(pki.root, pathLength(0));
+    const Change other = [&](CertificateSpec& spec) {
+        spec.criticalExtensions = {
+            {"2.5.29.30", tlv::sequence({tlv::context(0, tlv::sequence({tlv::context(4, pki.sibling.subject())}))})}};
+    };
+    const ContextPtr ca = context(pki.ca.certificate);
+    const Bytes identifier =
+        bytesOf(CertFindExtension("2.5.29.14", ca->pCertInfo->cExtension, ca->pCertInfo->rgExtension)->Value);
+    // Forged certificates with the name and the key identifier of the CA.
+    const auto crowd = [&](int size, const std::function<Key()>& key) {
+        std::vector<Identity> made;
+        for (int i = 0; i < size; ++i) {
+            made.push_back(namesake(key(), forgedRoot, [&](CertificateSpec& spec) {
+                spec.keyIdentifiers = false;
+                spec.extensions = {{"2.5.29.14", identifier}};
+            }));
+        }
+        return made;
+    };
+    const auto then = [](std::vector<Identity> first, const std::vector<Identity>& more) {
+        first.insert(first.end(), more.begin(), more.end());
+        return first;
+    };
+    const Key wrong = Key::make();
+    // More of them than signature checks.
+    const std::vector<Identity> many = crowd(90, [] { return Key::make(); });
+    const std::vector<Identity> some(many.begin(), many.begin() + 60);
+    const Row rows[] = {
+        {"the CA's key in a forged certificate", pki.ca, {forged, pki.ca}},
+        {"the same, the CA in a store", pki.ca, {forged}, {pki.ca}},
+        {"forty of them", pki.ca, then(crowd(40, [&] { return pki.ca.key; }), {pki.ca})},
+        {"namesakes", pki.ca, then(some, {pki.ca})},
+        {"namesakes, above another CA", pki.subCa, then(some, {pki.subCa, pki.ca})},
+        {"namesakes behind the CA", pki.ca, then({pki.ca}, many)},
+        {"namesakes, the CA in a store", pki.ca, many, {pki.ca}},
+        {"namesakes with one key", pki.ca, then(crowd(90, [&] { return wrong; }), {pki.ca})},
+        {"expired certificate of the CA", pki.ca, {namesake(pki.ca.key, pki.root, old), pki.ca}},
+        {"the same in a store", pki.ca, {pki.ca}, {namesake(pki.ca.key, pki.root, old)}},
+        {"cross certificate of an unknown root", pki.ca, {namesake(pki.ca.key, rootCa("unknown")), pki.ca}},
+        {"cross certificate over a CA that may have none below",
+         pki.ca,
+         {namesake(pki.ca.key, narrow), narrow, pki.ca}},
+        {"the same in a store", pki.ca, {pki.ca}, {namesake(pki.ca.key, narrow), narrow}},
+        {"certificate of the CA for other names", pki.ca, {namesake(pki.ca.key, pki.root, other), pki.ca}},
+        {"certificate of the CA that needs a policy", pki.ca, {namesake(pki.ca.key, pki.root, saying("E0")), pki.ca}},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const TrustWorld own({pki.root});
+        for (std::size_t i = 0; i < row.stored.size(); ++i) {
+            own.add("CA/" + std::to_string(i) + ".pem", row.stored[i]);
+        }
+        // A certificate that was never seen: which key signed a known one is remembered.
+        EXPECT_EQ(errorOf(chainOf({leafUnder(row.issuer), row.extra})), 0U);
+    }
+    // The certificate of the CA itself is revoked; its cross certificate is not.
+    const TrustWorld own({pki.root});
+    const Identity cross = namesake(pki.ca.key, pki.sibling);
+    const std::vector<Bytes> crls{makeCrl(pki.root, {.revokedSerials = {pki.ca.serial()}}), makeCrl(pki.ca, {}),
+                                  makeCrl(pki.sibling, {})};
+    constexpr DWORD kChecked = CERT_CHAIN_REVOCATION_CHECK_CHAIN | CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
+    EXPECT_EQ(errorOf(chainOf({pki.good, {pki.ca}, crls, kChecked})), CERT_TRUST_IS_REVOKED);
+    EXPECT_EQ(errorOf(chainOf({pki.good, {pki.ca, cross, pki.sibling}, crls, kChecked})), 0U);
+    // Revoked over each of two ways, one of which has another fault too.
+    const std::vector<Bytes> revoking{makeCrl(pki.root, {}), makeCrl(pki.ca, {.revokedSerials = {pki.good.serial()}})};
+    EXPECT_EQ(errorOf(chainOf({pki.good, {namesake(pki.ca.key, pki.root, saying("E0")), pki.ca}, revoking, kChecked})),
+              CERT_TRUST_IS_REVOKED);
+}
+
+TEST_F(PathValidation, EndsAtTwelveCertificates) {
+    const std::vector<Identity> longest = pathOf(std::vector<Change>(11, nothing));
+    EXPECT_EQ(errorOfPath(longest), 0U);
+    EXPECT_EQ(errorOfPath(pathOf(std::vector<Change>(12, nothing))), CERT_TRUST_IS_PARTIAL_CHAIN);
+}
+
+TEST_F(PathValidation, TrustsARootOfVersion1ForItsKeyAndName) {
+    CertificateSpec spec;
+    spec.commonName = "old root";
+    spec.version = 1;
+    spec.keyIdentifiers = false;
+    const Identity old = selfSigned(spec);
+    const TrustWorld own({old});
+    const Identity ca = issueCa(old, "ca of the old root");
+    EXPECT_EQ(errorOfPath({leafUnder(ca), ca}), 0U);
+}
+
+}  // namespace
+}  // namespace testkit
