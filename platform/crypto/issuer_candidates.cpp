@@ -57,55 +57,72 @@ bool isValidAt(const CERT_INFO& info, const FILETIME& when) noexcept {
     return ticks(info.NotBefore) <= ticks(when) && ticks(when) <= ticks(info.NotAfter);
 }
 
-int IssuerCandidates::orderOf(const Certificate& subject, const Certificate& issuer, Origin origin) const {
-    const bool isKnownSigner = subject.body().knownSigner().is(issuer.body().publicKeyInfo());
-    return 16 * static_cast<int>(origin) + (isKnownSigner ? 0 : 8) + 2 * keyIdentifierRank(subject, issuer) +
-           (isValidAt(issuer.info(), when_) ? 0 : 1);
-}
-
-void IssuerCandidates::collect(const Certificate& subject, Spelling spelling, std::span<const CertificateRef> from,
-                               Origin origin, std::vector<IssuerCandidate>& found) const {
-    const ByteView wanted = view(subject.info().Issuer);
-    const NamePtr parsed = spelling == Spelling::kOther ? parseName(wanted) : nullptr;
+void IssuerCandidates::collect(ByteView name, Spelling spelling, std::span<const CertificateRef> from, Origin origin,
+                               std::vector<Named>& found) const {
+    const NamePtr parsed = spelling == Spelling::kOther ? parseName(name) : nullptr;
     std::size_t numParsed = 0;
     for (const CertificateRef& issuer : from) {
-        const ByteView name = view(issuer->info().Subject);
-        const bool isSame = sameBytes(name, wanted);
+        const ByteView subject = view(issuer->info().Subject);
+        const bool isSame = sameBytes(subject, name);
         if (isSame != (spelling == Spelling::kSame)) {
             continue;
         }
         if (!isSame && (parsed == nullptr || ++numParsed > kMaxNamesParsed ||
-                        X509_NAME_cmp(parseName(name).get(), parsed.get()) != 0)) {
+                        X509_NAME_cmp(parseName(subject).get(), parsed.get()) != 0)) {
             continue;
         }
         // A copy of a root that was handed in adds nothing to the root itself.
         if (issuer->x509() != nullptr && (origin == Origin::kRoot || !isRoot(issuer))) {
-            const Origin actual = origin == Origin::kRoot && !isSelfIssued(*issuer) ? Origin::kLocal : origin;
-            found.push_back({issuer, actual, orderOf(subject, *issuer, actual)});
+            found.push_back({issuer, origin == Origin::kRoot && !isSelfIssued(*issuer) ? Origin::kLocal : origin});
         }
+    }
+}
+
+const std::vector<IssuerCandidates::Named>& IssuerCandidates::named(ByteView name, Spelling spelling) const {
+    ByName& known = spelling == Spelling::kSame ? same_ : other_;
+    const auto [entry, isNew] = known.try_emplace(std::string(name.begin(), name.end()));
+    if (isNew) {
+        const std::span<const CertificateRef> others(sources_.others);
+        std::vector<Named>& found = entry->second;
+        collect(name, spelling, sources_.roots, Origin::kRoot, found);
+        collect(name, spelling, others.last(sources_.numLocal), Origin::kLocal, found);
+        collect(name, spelling, fetched_, Origin::kFetched, found);
+        collect(name, spelling, others.first(others.size() - sources_.numLocal), Origin::kCarried, found);
+    }
+    return entry->second;
+}
+
+void IssuerCandidates::append(const Certificate& subject, const std::vector<Named>& named,
+                              std::vector<IssuerCandidate>& found) const {
+    for (const auto& [certificate, origin] : named) {
+        const bool isKnownSigner = subject.body().knownSigner().is(certificate->body().publicKeyInfo());
+        const int order = 16 * static_cast<int>(origin) + (isKnownSigner ? 0 : 8) +
+                          2 * keyIdentifierRank(subject, *certificate) +
+                          (isValidAt(certificate->info(), when_) ? 0 : 1);
+        found.push_back({certificate, origin, order});
     }
 }
 
 std::vector<IssuerCandidate> IssuerCandidates::of(const Certificate& subject, Spelling spelling) const {
     std::vector<IssuerCandidate> found;
-    collect(subject, spelling, sources_.roots, Origin::kRoot, found);
-    const std::span<const CertificateRef> others(sources_.others);
-    collect(subject, spelling, others.last(sources_.numLocal), Origin::kLocal, found);
-    collect(subject, spelling, fetched_, Origin::kFetched, found);
-    collect(subject, spelling, others.first(others.size() - sources_.numLocal), Origin::kCarried, found);
+    append(subject, named(view(subject.info().Issuer), spelling), found);
     return sorted(std::move(found));
 }
 
 std::vector<IssuerCandidate> IssuerCandidates::downloaded(const Certificate& subject,
                                                           const std::vector<CertificateRef>& certificates) const {
+    std::vector<Named> fitting;
+    collect(view(subject.info().Issuer), Spelling::kSame, certificates, Origin::kFetched, fitting);
+    collect(view(subject.info().Issuer), Spelling::kOther, certificates, Origin::kFetched, fitting);
     std::vector<IssuerCandidate> found;
-    collect(subject, Spelling::kSame, certificates, Origin::kFetched, found);
-    collect(subject, Spelling::kOther, certificates, Origin::kFetched, found);
+    append(subject, fitting, found);
     return sorted(std::move(found));
 }
 
 void IssuerCandidates::add(const std::vector<CertificateRef>& downloaded) {
     fetched_.insert(fetched_.end(), downloaded.begin(), downloaded.end());
+    same_.clear();
+    other_.clear();
 }
 
 bool IssuerCandidates::isRoot(const CertificateRef& certificate) const {

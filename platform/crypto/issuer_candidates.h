@@ -1,7 +1,9 @@
 // The certificates that may have issued another one, as far as their names go, in the order in which to try them.
 #pragma once
 
+#include <map>
 #include <span>
+#include <string>
 #include <vector>
 
 #include "platform/crypto/chain_sources.h"
@@ -41,13 +43,23 @@ public:
     bool isRoot(const CertificateRef& certificate) const;
 
 private:
-    void collect(const Certificate& subject, Spelling spelling, std::span<const CertificateRef> from, Origin origin,
-                 std::vector<IssuerCandidate>& found) const;
-    int orderOf(const Certificate& subject, const Certificate& issuer, Origin origin) const;
+    struct Named {
+        CertificateRef certificate;
+        Origin origin;
+    };
+    // The certificates with a name, by its DER.
+    using ByName = std::map<std::string, std::vector<Named>>;
+
+    const std::vector<Named>& named(ByteView name, Spelling spelling) const;
+    void collect(ByteView name, Spelling spelling, std::span<const CertificateRef> from, Origin origin,
+                 std::vector<Named>& found) const;
+    void append(const Certificate& subject, const std::vector<Named>& named, std::vector<IssuerCandidate>& found) const;
 
     const ChainSources& sources_;
     const FILETIME& when_;
     std::vector<CertificateRef> fetched_;
+    mutable ByName same_;  // what was looked up, since many certificates may name the same issuer
+    mutable ByName other_;
 };
 
 bool sameCertificate(const CertificateRef& left, const CertificateRef& right) noexcept;
