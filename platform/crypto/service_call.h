@@ -11,6 +11,7 @@
 
 #include "platform/crypto/certificate.h"
 #include "platform/crypto/crypto_service.h"
+#include "platform/support/fork_gate.h"
 
 namespace tallow::platform {
 
@@ -37,6 +38,7 @@ public:
 // Runs the body of an exported function; an exception becomes a last error and the value `failure`.
 template <typename Result, typename Body>
 Result serviceCall(Result failure, Body body) noexcept {
+    ForkGate const gate;
     OpenSslErrors const errors;
     try {
         return body();
