@@ -11,9 +11,9 @@
 #include <string_view>
 
 #include "platform/crypto/certificate_properties.h"
-#include "platform/crypto/descriptor.h"
 #include "platform/crypto/pkcs12_keys.h"
 #include "platform/crypto/service_call.h"
+#include "platform/support/descriptor.h"
 
 namespace tallow::platform {
 

@@ -40,6 +40,7 @@ typedef const wchar_t* LPCWSTR;
 // Last errors of the general kind. Values of the other kinds stand in crypto_service.h.
 #define ERROR_SUCCESS 0U
 #define ERROR_FILE_NOT_FOUND 2U
+#define ERROR_TOO_MANY_OPEN_FILES 4U
 #define ERROR_ACCESS_DENIED 5U
 #define ERROR_INVALID_HANDLE 6U
 #define ERROR_NOT_ENOUGH_MEMORY 8U
