@@ -256,6 +256,9 @@ void takeWarning(const CRYPTO_STORE_ITEM* item, void* context) {
 
 std::string storeWarnings() {
     std::string lines;
+    if (!settingsMistake().empty()) {
+        return lines;  // which is the reason then
+    }
     for (const char* name : {"ROOT", "CA"}) {
         for (const DWORD which : {CERT_SYSTEM_STORE_CURRENT_USER, CERT_SYSTEM_STORE_LOCAL_MACHINE}) {
             static_cast<void>(crypto_list_store(name, which, takeWarning, &lines));

@@ -4,7 +4,9 @@
 #include <openssl/asn1.h>
 #include <openssl/x509v3.h>
 
+#include <openssl/x509v3.h>
 #include <algorithm>
+
 #include <cstring>
 
 #include "platform/crypto/certificate.h"
@@ -70,9 +72,11 @@ X509Ptr parseX509(ByteView der) {
     return X509Ptr(d2i_X509(nullptr, &position, static_cast<long>(der.size())));
 }
 
-// Has OpenSSL read extensions and key now, before threads share the object. Whether it could.
+// Has OpenSSL read extensions and key now, before threads share the object. Whether it could; a self-signed certificate
+// also passes for another one when its key could not be looked at.
 bool readDeep(X509& certificate) {
-    return X509_check_purpose(&certificate, -1, 0) == 1 && X509_get0_pubkey(&certificate) != nullptr;
+    bool const isRead = X509_check_purpose(&certificate, -1, 0) == 1 && X509_get0_pubkey(&certificate) != nullptr;
+    return isRead && (X509_get_extension_flags(&certificate) & (EXFLAG_SI | EXFLAG_SS)) != EXFLAG_SI;
 }
 
 }  // namespace

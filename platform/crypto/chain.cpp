@@ -96,6 +96,16 @@ bool isProven(const Path& path, SignatureLedger& ledger) {
     return proven;
 }
 
+// The CRL that could not be read may be the one that revokes.
+void denyRevocationStatus(ChainVerdict& verdict) {
+    for (ElementVerdict& element : verdict.elements) {
+        if (element.revocationChecked && (element.error & CERT_TRUST_IS_REVOKED) == 0) {
+            element.error |= CERT_TRUST_REVOCATION_STATUS_UNKNOWN | CERT_TRUST_IS_OFFLINE_REVOCATION;
+            verdict.error |= element.error;
+        }
+    }
+}
+
 std::unique_ptr<ChainRecord> buildChain(HCERTCHAINENGINE engine, const CertificateRef& end, const FILETIME& when,
                                         HCERTSTORE additional, const CERT_CHAIN_PARA& parameters, DWORD flags) {
     const ChainSources sources = chainSources(engine, additional);
@@ -113,7 +123,11 @@ std::unique_ptr<ChainRecord> buildChain(HCERTCHAINENGINE engine, const Certifica
     rules.resync = parameters.pftCacheResync;
     rules.maxAgeSeconds = parameters.fCheckRevocationFreshnessTime != FALSE ? parameters.dwRevocationFreshnessTime : 0;
     CrlSource crls(sources.crls, rules, allowance, ledger);
-    return makeRecord(path, verifyPath(path, when, scopeOf(flags), &crls, ledger), flags);
+    ChainVerdict verdict = verifyPath(path, when, scopeOf(flags), &crls, ledger);
+    if (sources.crlsIncomplete) {
+        denyRevocationStatus(verdict);
+    }
+    return makeRecord(path, verdict, flags);
 }
 
 }  // namespace

@@ -155,7 +155,9 @@ private:
         if (X509_STORE_CTX_init(context.get(), callbacks(), element(0).x509(), between.get()) != 1) {
             throw std::bad_alloc();
         }
-        X509_STORE_CTX_set_app_data(context.get(), this);
+        if (X509_STORE_CTX_set_app_data(context.get(), this) != 1) {
+            throw std::bad_alloc();
+        }
         X509_VERIFY_PARAM* const parameters = X509_STORE_CTX_get0_param(context.get());
         X509_VERIFY_PARAM_set_time(parameters, static_cast<std::time_t>(secondsSince1970(when_)));
         X509_VERIFY_PARAM_set_depth(parameters, static_cast<int>(size()));

@@ -65,8 +65,11 @@ bool SignatureLedger::verifies(const Certificate& subject, const Certificate& is
 }
 
 bool SignatureLedger::verifies(const Crl& crl, const Certificate& issuer) {
-    return verifiesOnce(crl.shared_from_this(), crl.knownSigner, issuer,
-                        [&](EVP_PKEY* key) { return X509_CRL_verify(crl.crl.get(), key); });
+    // OpenSSL does not tell a wrong signature from want of memory, and a CRL that is left out for the latter may be the
+    // one that revokes: so a second look.
+    return verifiesOnce(crl.shared_from_this(), crl.knownSigner, issuer, [&](EVP_PKEY* key) {
+        return X509_CRL_verify(crl.crl.get(), key) == 1 ? 1 : X509_CRL_verify(crl.crl.get(), key);
+    });
 }
 
 bool isWeakSignature(const X509_ALGOR* algorithm) {
