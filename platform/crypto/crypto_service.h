@@ -64,7 +64,7 @@ TALLOW_EXPORT PCERT_EXTENSION CertFindExtension(LPCSTR pszObjId, DWORD cExtensio
 // be read.
 TALLOW_EXPORT HCERTSTORE CertOpenStore(LPCSTR lpszStoreProvider, DWORD dwEncodingType, HCRYPTPROV hCryptProv,
                                        DWORD dwFlags, const void* pvPara);
-// One more reference to the same store, which is returned; null gives null.
+// One more reference to the same store, which is returned; null gives null with E_INVALIDARG.
 TALLOW_EXPORT HCERTSTORE CertDuplicateStore(HCERTSTORE hCertStore);
 // Gives a reference back; null is accepted. Contexts that came from the store stay usable. `dwFlags` is not read.
 TALLOW_EXPORT BOOL CertCloseStore(HCERTSTORE hCertStore, DWORD dwFlags);

@@ -183,6 +183,10 @@ HCERTSTORE CertOpenStore(LPCSTR lpszStoreProvider, DWORD /*dwEncodingType*/, HCR
 }
 
 HCERTSTORE CertDuplicateStore(HCERTSTORE hCertStore) {
+    if (hCertStore == nullptr) {
+        SetLastError(E_INVALIDARG);
+        return nullptr;
+    }
     StoreRef store = StoreRef::share(hCertStore);
     return store ? store.release()->handle() : nullptr;
 }
