@@ -183,7 +183,9 @@ TALLOW_EXPORT BOOL CryptDestroyHash(HCRYPTHASH hHash);
 // which may then fail with the same codes; until then whatever needs the key fails with NTE_SILENT_CONTEXT. Nobody is
 // ever asked at a terminal. CRYPT_E_NO_KEY_PROPERTY when the property is missing, NTE_BAD_KEYSET when there is no key
 // where it says (no file, no regular one, more than 1 MiB, nothing in it that is a private key), NTE_BAD_PUBLIC_KEY
-// when none of the keys there belongs to the certificate, NTE_NOT_SUPPORTED for a scheme that nobody serves.
+// when none of the keys there belongs to the certificate, NTE_NOT_SUPPORTED for a scheme that nobody serves,
+// ERROR_NOT_SUPPORTED for a file that is encrypted in a way that OpenSSL does not open here or that asks for too much
+// work.
 TALLOW_EXPORT BOOL CryptAcquireCertificatePrivateKey(PCCERT_CONTEXT pCert, DWORD dwFlags, void* pvParameters,
                                                      HCRYPTPROV* phCryptProv, DWORD* pdwKeySpec,
                                                      BOOL* pfCallerFreeProv);

@@ -67,7 +67,8 @@ TALLOW_EXPORT void SetLastError(DWORD code);
 // support_settings_open. The path "\config\cades\ocsppolicy\NonceLength" names the value NonceLength of the table
 // [config.cades.ocsppolicy]; names are compared exactly. A missing default file is an empty one.
 //
-// A file that cannot be read or does not parse never passes for an empty one. While it is in force, every read fails
+// A file that cannot be read, does not parse, or that others than root and the user running the process may write never
+// passes for an empty one. While it is in force, every read fails
 // with ERROR_BAD_FORMAT, except that the size queries of the two text reads succeed with size 0 and their second step
 // fails: callers take a failing size query for an absent key, and would go on with defaults.
 
