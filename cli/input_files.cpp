@@ -7,9 +7,9 @@
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
+#include <new>
 #include <string_view>
 
-#include "handles/cert_store.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
@@ -109,32 +109,42 @@ std::vector<Block> splitBlocks(const std::string& path, const std::string& conte
     return blocks;
 }
 
-// The blocks with the wanted label, or the DER file; at least one.
-std::vector<std::string> readDer(const std::string& path, std::string_view wanted, const char* what) {
-    const std::vector<Block> blocks = splitBlocks(path, readWhole(path), {wanted});
-    std::vector<std::string> found;
-    for (const Block& block : blocks) {
-        if (block.label.empty() || block.label == wanted) {
-            found.push_back(block.der);
+// One thing that the service's reader of store files met.
+void take(const CRYPTO_STORE_ITEM* item, void* context) {
+    auto& content = *static_cast<StoreContent*>(context);
+    const std::string der(reinterpret_cast<const char*>(item->pbEncoded), item->cbEncoded);
+    if (item->dwKind == CRYPTO_STORE_ITEM_CERTIFICATE) {
+        content.certificates.push_back(ATL2::CCertContext::adopt(
+            CertCreateCertificateContext(X509_ASN_ENCODING, item->pbEncoded, item->cbEncoded)));
+    } else if (item->dwKind == CRYPTO_STORE_ITEM_CRL) {
+        content.crls.push_back(der);
+    } else {
+        content.problems.push_back({item->szProblem, item->dwKind == CRYPTO_STORE_ITEM_BROKEN});
+    }
+}
+
+// Throws for a block that is broken, and when nothing of the wanted kind is there: the first reason tells what is.
+void requireUsable(const std::string& path, const StoreContent& content, std::size_t numFound, const char* what) {
+    constexpr std::string_view kOfBlock = "holds the PEM block";
+    for (const StoreContent::Problem& problem : content.problems) {
+        if (problem.isBroken && problem.reason.starts_with(kOfBlock)) {
+            throw InputError(path, problem.reason + "; get the file anew", status::kInvalidData);
         }
     }
-    if (found.empty()) {
-        throw InputError(path, "holds \"" + blocks.front().label + "\"; name a file with " + what,
+    if (numFound != 0) {
+        return;
+    }
+    if (content.problems.empty()) {
+        throw InputError(path,
+                         std::string(content.crls.empty() ? "holds \"CERTIFICATE\"" : "holds \"X509 CRL\"") +
+                             "; name a file with " + what,
                          status::kInvalidData);
     }
-    return found;
-}
-
-ATL2::CCertContext certificateOf(const std::string& der) {
-    return ATL2::CCertContext::adopt(CertCreateCertificateContext(
-        X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(der.data()), static_cast<DWORD>(der.size())));
-}
-
-bool isCrl(const std::string& der) {
-    ATL2::CCertStore store;
-    return store.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr) == 0 &&
-           CertAddEncodedCRLToStore(store.get(), X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(der.data()),
-                                    static_cast<DWORD>(der.size()), CERT_STORE_ADD_ALWAYS, nullptr) != 0;
+    const std::string& reason = content.problems.front().reason;
+    if (!reason.starts_with(kOfBlock)) {
+        throw InputError(path, "is not " + std::string(what) + "; name one in PEM or DER", status::kAsn1Error);
+    }
+    throw InputError(path, reason + "; name a file with " + what, status::kInvalidData);
 }
 
 // Base64 of a whole message, in one line or several. Empty when it is none.
@@ -190,31 +200,23 @@ Target targetOf(const std::string& path) {
 }  // namespace
 
 std::vector<ATL2::CCertContext> readCertificates(const std::string& path) {
-    std::vector<ATL2::CCertContext> certificates;
-    for (const std::string& der : readDer(path, "CERTIFICATE", "a certificate")) {
-        certificates.push_back(certificateOf(der));
-        if (!certificates.back()) {
-            throw InputError(path, "is not a certificate; name one in PEM or DER", status::kAsn1Error);
-        }
-    }
-    return certificates;
+    StoreContent content = readStoreContent(path);
+    requireUsable(path, content, content.certificates.size(), "a certificate");
+    return std::move(content.certificates);
 }
 
 std::vector<std::string> readCrls(const std::string& path) {
-    return readDer(path, "X509 CRL", "a CRL");
+    StoreContent content = readStoreContent(path);
+    requireUsable(path, content, content.crls.size(), "a CRL");
+    return std::move(content.crls);
 }
 
 StoreContent readStoreContent(const std::string& path) {
+    const std::string bytes = readWhole(path);
     StoreContent content;
-    for (const Block& block : splitBlocks(path, readWhole(path), {"CERTIFICATE", "X509 CERTIFICATE", "X509 CRL"})) {
-        ATL2::CCertContext certificate = certificateOf(block.der);
-        if (certificate) {
-            content.certificates.push_back(std::move(certificate));
-        } else if (isCrl(block.der)) {
-            content.crls.push_back(block.der);
-        } else {
-            ++content.numOthers;
-        }
+    if (!crypto_read_store_content(reinterpret_cast<const BYTE*>(bytes.data()), static_cast<DWORD>(bytes.size()),
+                                   path.c_str(), take, &content)) {
+        throw std::bad_alloc();
     }
     return content;
 }

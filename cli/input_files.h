@@ -29,21 +29,25 @@ private:
     std::int32_t code_;
 };
 
-/// All certificates of a file, in order, at least one: the CERTIFICATE blocks of PEM text, or one DER certificate.
-/// Throws InputError when the file cannot be read or holds none.
+/// What a file holds, in PEM or DER, by the reader that the library uses for its stores.
+struct StoreContent {
+    struct Problem {
+        std::string reason;
+        bool isBroken = false;  // else it is of another kind
+    };
+    std::vector<ATL2::CCertContext> certificates;
+    std::vector<std::string> crls;  // DER
+    std::vector<Problem> problems;
+};
+/// Throws InputError when the file cannot be read.
+StoreContent readStoreContent(const std::string& path);
+
+/// All certificates of a file, in order, at least one. Throws InputError when the file cannot be read, holds none, or
+/// holds something that is broken.
 std::vector<ATL2::CCertContext> readCertificates(const std::string& path);
 
-/// The DER CRLs of a file, in the same manner. What stands in them is not examined.
+/// The DER CRLs of a file, in the same manner.
 std::vector<std::string> readCrls(const std::string& path);
-
-/// Both, of a file that may hold certificates, CRLs and other things, also none: what cannot be used is passed over.
-/// Throws InputError when the file cannot be read.
-struct StoreContent {
-    std::vector<ATL2::CCertContext> certificates;
-    std::vector<std::string> crls;
-    std::size_t numOthers = 0;  // blocks of another kind, and broken ones
-};
-StoreContent readStoreContent(const std::string& path);
 
 /// Whether the PEM text of the file holds a private key, encrypted or not. Throws InputError for a file that
 /// cannot be read.

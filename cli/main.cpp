@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cstdlib>
 #include <exception>
 #include <iostream>
 
@@ -32,12 +33,32 @@ bool occupyStandardStreams() {
     return opened > 2 && ::close(opened) == 0;
 }
 
+// Nothing in the environment decides what is trusted, which code OpenSSL loads, or who learns a secret.
+void forgetEnvironment() {
+    for (const char* name : {"OPENSSL_CONF", "OPENSSL_CONF_INCLUDE", "OPENSSL_ENGINES", "OPENSSL_MODULES",
+                             "SSL_CERT_FILE", "SSL_CERT_DIR", "CURL_CA_BUNDLE", "CURL_SSL_BACKEND", "SSLKEYLOGFILE"}) {
+        ::unsetenv(name);
+    }
+}
+
+// Where no answer could be trusted, roots and CRLs that do not count may be why.
+Outcome withWarnings(Outcome outcome) {
+    if (outcome.exitStatus == kExitNoAnswer) {
+        outcome.err += storeWarnings();
+    }
+    return outcome;
+}
+
 struct Run {
-    Outcome operator()(const CheckOptions& options) const { return outcomeOf(runCheck(options), options.json); }
+    Outcome operator()(const CheckOptions& options) const {
+        return withWarnings(outcomeOf(runCheck(options), options.json));
+    }
     Outcome operator()(const RequestOptions& options) const { return runRequest(options); }
     Outcome operator()(const SendOptions& options) const { return runSend(options); }
-    Outcome operator()(const VerifyOptions& options) const { return outcomeOf(runVerify(options), options.json); }
-    Outcome operator()(const VerifyRequestOptions& options) const { return runVerifyRequest(options); }
+    Outcome operator()(const VerifyOptions& options) const {
+        return withWarnings(outcomeOf(runVerify(options), options.json));
+    }
+    Outcome operator()(const VerifyRequestOptions& options) const { return withWarnings(runVerifyRequest(options)); }
     Outcome operator()(const ShowOptions& options) const { return runShow(options); }
     Outcome operator()(const StoreOptions& options) const { return runStore(options); }
     Outcome operator()(const SettingsOptions& options) const { return runSettings(options); }
@@ -61,6 +82,7 @@ int main(int argc, char** argv) {
     if (!occupyStandardStreams()) {
         return kExitNoAnswer;
     }
+    forgetEnvironment();
     try {
         CommandOptions options;
         if (const std::optional<int> end = readCommandLine(argc, argv, options)) {

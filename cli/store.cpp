@@ -1,5 +1,7 @@
 #include "cli/store.h"
 
+#include <sys/stat.h>
+
 #include <algorithm>
 #include <filesystem>
 #include <optional>
@@ -28,11 +30,16 @@ struct Item {
     bool isRoot = false;
 };
 
-// One file of the folder. The service reads these and has no call that writes one or tells in which file something is.
+// One file of the folder. The service reads these and has no call that writes one.
 struct StoreFile {
     std::filesystem::path path;
     std::vector<Item> items;
     bool holdsOthers = false;
+};
+
+struct StoreFolder {
+    std::vector<StoreFile> files;
+    std::string problems;  // whole lines: what does not count, and why
 };
 
 Octets octetsOf(const std::string& der) {
@@ -90,46 +97,49 @@ std::filesystem::path folderOf(const StoreOptions& options) {
     return std::filesystem::path(stores) / name;
 }
 
-// What the service reads: hidden files and side files are none of a store.
-bool isStoreFile(const std::filesystem::directory_entry& entry) {
-    std::error_code error;
-    return entry.path().filename().string().front() != '.' && entry.path().extension() != ".toml" &&
-           entry.is_regular_file(error);
+StoreFile& fileNamed(const char* path, std::vector<StoreFile>& files) {
+    if (files.empty() || files.back().path != path) {
+        files.push_back({path, {}, false});
+    }
+    return files.back();
 }
 
-std::vector<StoreFile> readFolder(const std::filesystem::path& folder) {
-    std::vector<StoreFile> files;
-    std::error_code error;
-    for (std::filesystem::directory_iterator entry(folder, error);
-         !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        if (!isStoreFile(*entry)) {
-            continue;
+void take(const CRYPTO_STORE_ITEM* item, void* context) {
+    auto& folder = *static_cast<StoreFolder*>(context);
+    if (item->dwKind == CRYPTO_STORE_ITEM_CERTIFICATE) {
+        const auto certificate = ATL2::CCertContext::adopt(
+            CertCreateCertificateContext(X509_ASN_ENCODING, item->pbEncoded, item->cbEncoded));
+        fileNamed(item->szPath, folder.files).items.push_back(itemOf(certificate));
+    } else if (item->dwKind == CRYPTO_STORE_ITEM_CRL) {
+        const std::string der(reinterpret_cast<const char*>(item->pbEncoded), item->cbEncoded);
+        fileNamed(item->szPath, folder.files).items.push_back(itemOf(der));
+    } else {
+        if (!folder.files.empty() && folder.files.back().path == item->szPath) {
+            folder.files.back().holdsOthers = true;
         }
-        StoreFile& file = files.emplace_back(StoreFile{entry->path(), {}, true});
-        try {
-            const StoreContent content = readStoreContent(entry->path().string());
-            file = {entry->path(), itemsOf(content), content.numOthers != 0};
-        } catch (const InputError&) {
-            // Listed as a file that holds nothing of use.
-        }
+        folder.problems += "tallow: " + safeLine(std::string(item->szPath) + ": " + item->szProblem) + '\n';
     }
-    if (error && error != std::errc::no_such_file_or_directory) {
-        throw InputError(folder.string(), "cannot be read: " + error.message());
-    }
-    std::sort(files.begin(), files.end(), [](const auto& left, const auto& right) { return left.path < right.path; });
-    return files;
 }
 
-Outcome list(const std::filesystem::path& folder) {
+// As the library sees it.
+StoreFolder readFolder(const StoreOptions& options, const std::filesystem::path& path) {
+    StoreFolder folder;
+    const DWORD which = options.machine ? CERT_SYSTEM_STORE_LOCAL_MACHINE : CERT_SYSTEM_STORE_CURRENT_USER;
+    if (!crypto_list_store(options.name.c_str(), which, take, &folder)) {
+        throw InputError(path.string(), "cannot be read; check that it is a directory and that you may read it");
+    }
+    return folder;
+}
+
+Outcome list(const StoreOptions& options, const std::filesystem::path& path) {
     Outcome outcome;
-    for (const StoreFile& file : readFolder(folder)) {
+    const StoreFolder folder = readFolder(options, path);
+    for (const StoreFile& file : folder.files) {
         for (const Item& item : file.items) {
             outcome.out += safeLine(item.thumbprint + " " + item.what) + "\n    " + safeLine(file.path.string()) + '\n';
         }
-        if (file.items.empty()) {
-            outcome.err += "tallow: " + safeLine(file.path.string() + ": holds no certificate and no CRL") + '\n';
-        }
     }
+    outcome.err = folder.problems;
     return outcome;
 }
 
@@ -153,22 +163,26 @@ Outcome add(const StoreOptions& options, const std::filesystem::path& folder) {
     if (options.name == "ROOT" && !std::all_of(items.begin(), items.end(), [](const Item& i) { return i.isRoot; })) {
         throw InputError(options.file, "holds what is no root: only self-signed certificates count in ROOT; use CA");
     }
+    // Whatever the umask: roots that a group may write do not count.
+    ::umask(::umask(0) | S_IWGRP | S_IWOTH);
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error) {
         throw InputError(folder.string(), "cannot be made: " + error.message());
     }
-    const std::vector<StoreFile> files = readFolder(folder);
+    const StoreFolder present = readFolder(options, folder);
+    const std::vector<StoreFile>& files = present.files;
     Outcome outcome;
+    outcome.err = present.problems;
     for (const Item& item : items) {
-        const auto present = std::find_if(files.begin(), files.end(),
-                                          [&](const StoreFile& file) { return holds(file, item.thumbprint); });
+        const auto found = std::find_if(files.begin(), files.end(),
+                                        [&](const StoreFile& file) { return holds(file, item.thumbprint); });
         const std::string path =
-            present != files.end() ? present->path.string() : (folder / (item.thumbprint + ".der")).string();
-        if (present == files.end()) {
+            found != files.end() ? found->path.string() : (folder / (item.thumbprint + ".der")).string();
+        if (found == files.end()) {
             writeWhole(path, octetsOf(item.der).data(), item.der.size());
         }
-        outcome.out += std::string(present == files.end() ? "added " : "already there ") +
+        outcome.out += std::string(found == files.end() ? "added " : "already there ") +
                        safeLine(item.thumbprint + " " + item.what) + "\n    " + safeLine(path) + '\n';
     }
     return outcome;
@@ -215,7 +229,7 @@ std::vector<const StoreFile*> filesToRemove(const std::vector<StoreFile>& files,
 
 Outcome remove(const StoreOptions& options, const std::filesystem::path& folder) {
     const std::vector<std::string> thumbprints = thumbprintsToRemove(options.file);
-    const std::vector<StoreFile> files = readFolder(folder);
+    const std::vector<StoreFile> files = readFolder(options, folder).files;
     for (const std::string& thumbprint : thumbprints) {
         if (std::none_of(files.begin(), files.end(), [&](const StoreFile& f) { return holds(f, thumbprint); })) {
             throw InputError(options.file, "is not in the store " + options.name + "; nothing was removed");
@@ -232,7 +246,27 @@ Outcome remove(const StoreOptions& options, const std::filesystem::path& folder)
     return outcome;
 }
 
+void takeWarning(const CRYPTO_STORE_ITEM* item, void* context) {
+    if (item->dwKind == CRYPTO_STORE_ITEM_BROKEN) {
+        *static_cast<std::string*>(context) +=
+            "tallow: " + safeLine(std::string(item->szPath) + ": " + item->szProblem) + '\n';
+    }
+}
+
 }  // namespace
+
+std::string storeWarnings() {
+    std::string lines;
+    if (!settingsMistake().empty()) {
+        return lines;  // which is the reason then
+    }
+    for (const char* name : {"ROOT", "CA"}) {
+        for (const DWORD which : {CERT_SYSTEM_STORE_CURRENT_USER, CERT_SYSTEM_STORE_LOCAL_MACHINE}) {
+            static_cast<void>(crypto_list_store(name, which, takeWarning, &lines));
+        }
+    }
+    return lines;
+}
 
 Outcome runStore(const StoreOptions& options) {
     openSettings(options);
@@ -243,7 +277,7 @@ Outcome runStore(const StoreOptions& options) {
         case StoreAction::kRemove:
             return remove(options, folder);
         default:
-            return list(folder);
+            return list(options, folder);
     }
 }
 

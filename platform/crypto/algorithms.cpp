@@ -3,10 +3,11 @@
 #include <algorithm>
 #include <array>
 #include <cwchar>
-#include <mutex>
 
 #include "platform/crypto/gost_engine.h"
 #include "platform/crypto/service_call.h"
+#include "platform/support/fork_gate.h"
+#include "platform/support/made_once.h"
 #include "platform/support/never_destroyed.h"
 
 namespace tallow::platform {
@@ -71,22 +72,6 @@ constexpr std::array kAlgorithms{
 };
 // clang-format on
 
-struct FetchedDigest {
-    std::once_flag once;
-    DigestPtr owner;  // null for the engine's, which belong to the engine
-    const EVP_MD* digest = nullptr;
-};
-
-void fetch(const Algorithm& algorithm, FetchedDigest& fetched) noexcept {
-    OpenSslErrors const errors;
-    if (algorithm.engine) {
-        fetched.digest = gostDigest(algorithm.digest);
-        return;
-    }
-    fetched.owner.reset(EVP_MD_fetch(nullptr, algorithm.digest, nullptr));
-    fetched.digest = fetched.owner.get();
-}
-
 // The public records of the table, made once.
 struct PublicRecords {
     std::array<CRYPT_OID_INFO, kAlgorithms.size()> infos{};
@@ -150,10 +135,14 @@ const EVP_MD* digestOf(const Algorithm& algorithm) noexcept {
     if (algorithm.digest == nullptr) {
         return nullptr;
     }
-    static NeverDestroyed<std::array<FetchedDigest, kAlgorithms.size()>> digests;
-    FetchedDigest& fetched = (*digests)[static_cast<size_t>(&algorithm - kAlgorithms.data())];
-    std::call_once(fetched.once, [&] { fetch(algorithm, fetched); });
-    return fetched.digest;
+    if (algorithm.engine) {
+        return gostDigest(algorithm.digest);
+    }
+    static NeverDestroyed<std::array<MadeOnce<DigestPtr>, kAlgorithms.size()>> digests;
+    return (*digests)[static_cast<size_t>(&algorithm - kAlgorithms.data())].get([&] {
+        OpenSslErrors const errors;
+        return DigestPtr(EVP_MD_fetch(nullptr, algorithm.digest, nullptr));
+    });
 }
 
 }  // namespace tallow::platform
@@ -170,6 +159,7 @@ DWORD CertOIDToAlgId(LPCSTR pszObjId) {
 }
 
 PCCRYPT_OID_INFO CryptFindOIDInfo(DWORD dwKeyType, void* pvKey, DWORD dwGroupId) {
+    ForkGate const gate;
     // The upper half of the group holds search flags that mean nothing here.
     DWORD const group = dwGroupId & 0xFFFFU;
     auto const inGroup = [group](const Algorithm& row) { return group == 0 || row.group == group; };

@@ -41,7 +41,8 @@ const Algorithm* findSignature(ALG_ID hash, ALG_ID publicKey) noexcept;
 // Whether the algorithm can be used here: loads the gost engine if the row needs it.
 bool ensureInstalled(const Algorithm& algorithm) noexcept;
 
-// The digest of a row, fetched once for the process; null when it has none or it is not installed.
+// The digest of a row, kept for the process once fetched; null when it has none, it is not installed, or memory is
+// exhausted: the next call tries again.
 const EVP_MD* digestOf(const Algorithm& algorithm) noexcept;
 
 }  // namespace tallow::platform

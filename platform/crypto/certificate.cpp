@@ -134,11 +134,13 @@ void Certificate::replaceProperties(const Certificate& source) const {
     if (&source == this) {
         return;
     }
+    std::map<DWORD, Bytes> theirs;
     {
-        std::scoped_lock const lock(mutex_);
-        properties_.clear();
+        std::scoped_lock const lock(source.mutex_);
+        theirs = source.properties_;
     }
-    addMissingProperties(source);
+    std::scoped_lock const lock(mutex_);
+    properties_.swap(theirs);
 }
 
 }  // namespace tallow::platform

@@ -17,6 +17,7 @@
 #include "platform/crypto/crypto_service.h"
 #include "platform/crypto/known_signer.h"
 #include "platform/crypto/openssl_handles.h"
+#include "platform/support/made_once.h"
 
 namespace tallow::platform {
 
@@ -46,9 +47,11 @@ public:
     // The extension with this OID text, or null.
     const CERT_EXTENSION* extension(const char* oid) const noexcept;
 
-    // OpenSSL's view of the certificate, owned by the body; null when OpenSSL refuses it. Parsed once.
+    // OpenSSL's view of the certificate, owned by the body and kept once made; null when OpenSSL refuses it, when
+    // memory is exhausted (the next call tries again), and for a certificate whose times cannot be read: such a one is
+    // in no chain.
     X509* x509() const noexcept;
-    // The public key, owned by the body; null when it cannot be used. Loaded once.
+    // The public key, owned by the body and kept once loaded; null when it cannot be used.
     EVP_PKEY* publicKey() const noexcept;
 
     KnownSigner& knownSigner() const noexcept { return knownSigner_; }
@@ -63,6 +66,7 @@ private:
     explicit CertificateBody(ByteView der);
     bool parseOuter();
     bool parseToBeSigned();
+    bool readValidity(DerReader& validity);
     bool parseTail(DerReader& fields);
     bool parseExtensions(ByteView explicitTag);
     bool parseExtension(DerReader& list);
@@ -79,10 +83,10 @@ private:
     std::vector<CERT_EXTENSION> extensions_;
     std::deque<std::string> texts_;  // the OID texts that info_ and extensions_ point to
 
-    mutable std::once_flag x509Once_;
-    mutable X509Ptr x509_;
-    mutable std::once_flag keyOnce_;
-    mutable KeyPtr key_;
+    bool hasTimes_ = false;
+
+    mutable MadeOnce<X509Ptr> x509_;
+    mutable MadeOnce<KeyPtr> key_;
     mutable KnownSigner knownSigner_;
     mutable std::atomic<bool> isFaultless_{false};
 };

@@ -4,7 +4,9 @@
 #include <openssl/asn1.h>
 #include <openssl/x509v3.h>
 
+#include <openssl/x509v3.h>
 #include <algorithm>
+
 #include <cstring>
 
 #include "platform/crypto/certificate.h"
@@ -23,31 +25,58 @@ CRYPT_DATA_BLOB blob(ByteView bytes) {
     return {static_cast<DWORD>(bytes.size()), const_cast<BYTE*>(bytes.data())};
 }
 
-// A time of a validity. Years that the clock of the service cannot count become its first moment.
+// The number of `count` digits at `position`, or a value that is out of every range.
+WORD digitsAt(ByteView text, size_t position, size_t count) {
+    WORD number = 0;
+    for (size_t i = position; i < position + count; ++i) {
+        if (text[i] < '0' || text[i] > '9') {
+            return UINT16_MAX;
+        }
+        number = static_cast<WORD>(number * 10 + (text[i] - '0'));
+    }
+    return number;
+}
+
+// A time of a validity in the two forms that certificates may have (RFC 5280, section 4.1.2.5): to the second, in UTC.
+// False for any other, for a date that is none, and for years that the clock of the service cannot count.
 bool readTime(const DerElement& element, FILETIME& fileTime) {
-    if (element.tagClass != V_ASN1_UNIVERSAL ||
-        (element.tag != V_ASN1_UTCTIME && element.tag != V_ASN1_GENERALIZEDTIME)) {
+    constexpr WORD kFirstYearOfUtcTime = 1950;
+    bool const isShort = element.tag == V_ASN1_UTCTIME;
+    size_t const sizeYear = isShort ? 2 : 4;
+    ByteView const text = element.content;
+    if (text.size() != sizeYear + 11 || text.back() != 'Z') {
         return false;
     }
-    const unsigned char* position = element.whole.data();
-    using TimePtr = std::unique_ptr<ASN1_TIME, OpenSslFree<ASN1_TIME_free>>;
-    TimePtr const time(d2i_ASN1_TIME(nullptr, &position, static_cast<long>(element.whole.size())));
-    tm fields{};
-    if (time == nullptr || ASN1_TIME_to_tm(time.get(), &fields) != 1) {
-        return false;
+    WORD year = digitsAt(text, 0, sizeYear);
+    if (isShort && year < 100) {
+        year = static_cast<WORD>(year + (year < kFirstYearOfUtcTime % 100 ? 2000 : 1900));
     }
-    SYSTEMTIME const moment{static_cast<WORD>(fields.tm_year + 1900),
-                            static_cast<WORD>(fields.tm_mon + 1),
+    SYSTEMTIME const moment{year,
+                            digitsAt(text, sizeYear, 2),
                             0,
-                            static_cast<WORD>(fields.tm_mday),
-                            static_cast<WORD>(fields.tm_hour),
-                            static_cast<WORD>(fields.tm_min),
-                            static_cast<WORD>(fields.tm_sec),
+                            digitsAt(text, sizeYear + 2, 2),
+                            digitsAt(text, sizeYear + 4, 2),
+                            digitsAt(text, sizeYear + 6, 2),
+                            digitsAt(text, sizeYear + 8, 2),
                             0};
-    if (SystemTimeToFileTime(&moment, &fileTime) == FALSE) {
-        fileTime = {};
-    }
-    return true;
+    return SystemTimeToFileTime(&moment, &fileTime) != FALSE;
+}
+
+bool isTime(const DerElement& element) {
+    return element.tagClass == V_ASN1_UNIVERSAL && !element.constructed &&
+           (element.tag == V_ASN1_UTCTIME || element.tag == V_ASN1_GENERALIZEDTIME);
+}
+
+X509Ptr parseX509(ByteView der) {
+    const unsigned char* position = der.data();
+    return X509Ptr(d2i_X509(nullptr, &position, static_cast<long>(der.size())));
+}
+
+// Has OpenSSL read extensions and key now, before threads share the object. Whether it could; a self-signed certificate
+// also passes for another one when its key could not be looked at.
+bool readDeep(X509& certificate) {
+    bool const isRead = X509_check_purpose(&certificate, -1, 0) == 1 && X509_get0_pubkey(&certificate) != nullptr;
+    return isRead && (X509_get_extension_flags(&certificate) & (EXFLAG_SI | EXFLAG_SS)) != EXFLAG_SI;
 }
 
 }  // namespace
@@ -106,9 +135,25 @@ bool CertificateBody::parseToBeSigned() {
     }
     info_.Issuer = blob(fields.expect(V_ASN1_SEQUENCE).whole);
     DerReader validity = fields.sequence();
-    bool const timesRead = readTime(validity.next(), info_.NotBefore) && readTime(validity.next(), info_.NotAfter);
+    bool const timesRead = readValidity(validity);
     info_.Subject = blob(fields.expect(V_ASN1_SEQUENCE).whole);
     return timesRead && !serialReversed_.empty() && readPublicKeyInfo(fields) && parseTail(fields);
+}
+
+// False for what is no pair of times. Times that cannot be read leave a certificate that is never valid: another one of
+// the same message may be the one that counts.
+bool CertificateBody::readValidity(DerReader& validity) {
+    DerElement const notBefore = validity.next();
+    DerElement const notAfter = validity.next();
+    if (validity.failed() || !isTime(notBefore) || !isTime(notAfter)) {
+        return false;
+    }
+    hasTimes_ = readTime(notBefore, info_.NotBefore) && readTime(notAfter, info_.NotAfter);
+    if (!hasTimes_) {
+        info_.NotBefore = {UINT32_MAX, INT32_MAX};  // the last moment of the clock
+        info_.NotAfter = {};
+    }
+    return true;
 }
 
 bool CertificateBody::readPublicKeyInfo(DerReader& fields) {
@@ -202,23 +247,27 @@ const CERT_EXTENSION* CertificateBody::extension(const char* oid) const noexcept
 }
 
 X509* CertificateBody::x509() const noexcept {
-    std::call_once(x509Once_, [this] {
+    if (!hasTimes_) {
+        return nullptr;
+    }
+    return x509_.get([this] {
         OpenSslErrors const errors;
-        const unsigned char* position = der_.data();
-        x509_.reset(d2i_X509(nullptr, &position, static_cast<long>(der_.size())));
-        if (x509_ != nullptr) {
-            X509_check_purpose(x509_.get(), -1, 0);  // has OpenSSL read the extensions now, before threads share them
+        // OpenSSL remembers in the object that its key or its extensions could not be read, also when only memory was
+        // wanting. The second object shows a fault of the certificate.
+        X509Ptr made = parseX509(der_);
+        if (made != nullptr && !readDeep(*made)) {
+            made = parseX509(der_);
+            static_cast<void>(made != nullptr && readDeep(*made));
         }
+        return made;
     });
-    return x509_.get();
 }
 
 EVP_PKEY* CertificateBody::publicKey() const noexcept {
-    std::call_once(keyOnce_, [this] {
+    return key_.get([this] {
         OpenSslErrors const errors;
-        key_ = loadPublicKey(info_.SubjectPublicKeyInfo, spki_);
+        return loadPublicKey(info_.SubjectPublicKeyInfo, spki_);
     });
-    return key_.get();
 }
 
 }  // namespace tallow::platform

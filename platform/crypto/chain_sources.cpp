@@ -5,6 +5,7 @@
 
 #include "platform/crypto/service_call.h"
 #include "platform/crypto/system_store.h"
+#include "platform/support/never_destroyed.h"
 
 namespace tallow::platform {
 
@@ -19,8 +20,8 @@ struct RunRoots {
 };
 
 RunRoots& runRoots() {
-    static RunRoots roots;
-    return roots;
+    static NeverDestroyed<RunRoots> roots;
+    return *roots;
 }
 
 template <typename Item>
@@ -32,32 +33,34 @@ void addStore(ChainSources& sources, const Store* store) {
     if (store != nullptr) {
         append(sources.others, store->certificates());
         append(sources.crls, store->crls());
+        sources.crlsIncomplete |= store->mayLackCrl();
     }
 }
 
 // Takes the files' own records instead of a store filled with copies: a bundle of system roots has some 150.
 void addSystemStore(const char* name, StoreView storeView, std::vector<CertificateRef>& certificates,
-                    std::vector<CrlRef>& crls) {
-    bool exists = false;
-    for (const StoreFile& file : systemStoreFiles(name, storeView, exists)) {
-        if (const StoreFileContent* const content = file.content()) {
-            certificates.insert(certificates.end(), content->certificates.begin(), content->certificates.end());
-            crls.insert(crls.end(), content->crls.begin(), content->crls.end());
-        }
+                    ChainSources& sources) {
+    StoreFiles const found = systemStoreFiles(name, storeView);
+    for (const StoreFile& file : found.files) {
+        const StoreFileContent& content = *file.content;
+        certificates.insert(certificates.end(), content.certificates.begin(), content.certificates.end());
+        sources.crls.insert(sources.crls.end(), content.crls.begin(), content.crls.end());
     }
+    sources.crlsIncomplete |= found.mayLackCrl();
 }
 
 void addRoots(ChainSources& sources, const ChainEngine* engine, StoreView storeView) {
     if (engine != nullptr && engine->exclusiveRoots) {
         sources.roots = engine->exclusiveRoots->certificates();
         append(sources.crls, engine->exclusiveRoots->crls());
+        sources.crlsIncomplete |= engine->exclusiveRoots->mayLackCrl();
         return;
     }
     {
         const std::lock_guard<std::mutex> lock(runRoots().mutex);
         sources.roots = runRoots().roots;
     }
-    addSystemStore("ROOT", storeView, sources.roots, sources.crls);
+    addSystemStore("ROOT", storeView, sources.roots, sources);
 }
 
 }  // namespace
@@ -79,7 +82,7 @@ ChainSources chainSources(HCERTCHAINENGINE handle, HCERTSTORE additional) {
             addStore(sources, store.get());
         }
     }
-    addSystemStore("CA", storeView, sources.others, sources.crls);
+    addSystemStore("CA", storeView, sources.others, sources);
     sources.numLocal = sources.others.size() - numHandedIn;
     return sources;
 }
@@ -101,6 +104,7 @@ BOOL crypto_add_trusted_root(PCCERT_CONTEXT pCertContext) {
 }
 
 void crypto_forget_trusted_roots(void) {
+    const ForkGate gate;
     const std::lock_guard<std::mutex> lock(runRoots().mutex);
     runRoots().roots.clear();
 }

@@ -84,6 +84,11 @@
 #define CERT_STORE_ADD_REPLACE_EXISTING 3U
 #define CERT_STORE_ADD_ALWAYS 4U
 
+#define CRYPTO_STORE_ITEM_CERTIFICATE 1U
+#define CRYPTO_STORE_ITEM_CRL 2U
+#define CRYPTO_STORE_ITEM_OTHER 3U   // whole, and neither a certificate nor a CRL
+#define CRYPTO_STORE_ITEM_BROKEN 4U  // cannot be read, or does not count
+
 #define CERT_FIND_ANY 0x00000000U
 #define CERT_FIND_SHA1_HASH 0x00010000U
 #define CERT_FIND_ISSUER_NAME 0x00020004U

@@ -314,6 +314,21 @@ typedef struct _CERT_REVOCATION_STATUS {
     DWORD dwFreshnessTime;
 } CERT_REVOCATION_STATUS;
 
+// ---- Store files ---------------------------------------------------------------------------------------------------
+
+// One thing that was met in a store or in the content of a file. All pointers are valid during the callback only.
+typedef struct CRYPTO_STORE_ITEM_ {
+    DWORD cbSize;
+    DWORD dwKind;           // CRYPTO_STORE_ITEM_...
+    LPCSTR szPath;          // the file, or the directory that a problem concerns; empty for content without a name
+    const BYTE* pbEncoded;  // of a certificate or CRL: its DER; else null
+    DWORD cbEncoded;
+    BOOL fMayBeCrl;    // of a problem: revocations may be lost with it, so while it is there no revocation is excluded
+    LPCSTR szProblem;  // of a problem: what is wrong, words that follow the name of the file; else null
+} CRYPTO_STORE_ITEM;
+
+typedef void (*PFN_CRYPTO_STORE_ITEM)(const CRYPTO_STORE_ITEM* pItem, void* pvContext);
+
 // ---- Exchange ------------------------------------------------------------------------------------------------------
 
 typedef struct _CRYPT_BLOB_ARRAY {

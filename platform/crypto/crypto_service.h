@@ -52,16 +52,19 @@ TALLOW_EXPORT PCERT_EXTENSION CertFindExtension(LPCSTR pszObjId, DWORD cExtensio
 //   CERT_STORE_PROV_MEMORY: a new empty one.
 //   CERT_STORE_PROV_COLLECTION: a new one that shows the stores added to it.
 //   CERT_STORE_PROV_SYSTEM_A, _W: the system store named by the narrow or wide text `pvPara`: the certificates and CRLs
-//   of the files in the folder of that name, read when it is opened. CERT_SYSTEM_STORE_CURRENT_USER shows the user's
-//   folder and then the machine's, CERT_SYSTEM_STORE_LOCAL_MACHINE the machine's alone. ROOT also shows the system's
-//   trust bundle unless the settings switch that off. With CERT_STORE_OPEN_EXISTING_FLAG a store without any folder
-//   fails with ERROR_FILE_NOT_FOUND, else it is empty. A file that is not what it should be is passed over, and traced.
+//   of the files in the directory of that name, read when it is opened. CERT_SYSTEM_STORE_CURRENT_USER shows the user's
+//   directory and then the machine's, CERT_SYSTEM_STORE_LOCAL_MACHINE the machine's alone. ROOT also shows the system's
+//   trust bundle unless the settings switch that off, and leaves out what others may write (docs/settings.md, "Who may
+//   define trust"). With CERT_STORE_OPEN_EXISTING_FLAG a store without any directory fails with ERROR_FILE_NOT_FOUND,
+//   else it is empty. A file that cannot be read or understood is left out and traced; if it may be a CRL, whatever is
+//   checked with this store then has no known revocation status. crypto_list_store tells of such files.
 // `hCryptProv` and `dwEncodingType` are not read. Certificates added to a system store stay in memory.
 // Null with ERROR_FILE_NOT_FOUND for another provider, E_INVALIDARG for a name that is empty or contains a slash or a
-// leading dot.
+// leading dot, ERROR_TOO_MANY_OPEN_FILES, E_OUTOFMEMORY or ERROR_ACCESS_DENIED for a directory that is there and cannot
+// be read.
 TALLOW_EXPORT HCERTSTORE CertOpenStore(LPCSTR lpszStoreProvider, DWORD dwEncodingType, HCRYPTPROV hCryptProv,
                                        DWORD dwFlags, const void* pvPara);
-// One more reference to the same store, which is returned; null gives null.
+// One more reference to the same store, which is returned; null gives null with E_INVALIDARG.
 TALLOW_EXPORT HCERTSTORE CertDuplicateStore(HCERTSTORE hCertStore);
 // Gives a reference back; null is accepted. Contexts that came from the store stay usable. `dwFlags` is not read.
 TALLOW_EXPORT BOOL CertCloseStore(HCERTSTORE hCertStore, DWORD dwFlags);
@@ -92,6 +95,18 @@ TALLOW_EXPORT BOOL CertAddCertificateContextToStore(HCERTSTORE hCertStore, PCCER
 // Adds a DER CRL, which is copied, for the revocation checks that are given this store. `ppCrlContext` is null.
 TALLOW_EXPORT BOOL CertAddEncodedCRLToStore(HCERTSTORE hCertStore, DWORD dwCertEncodingType, const BYTE* pbCrlEncoded,
                                             DWORD cbCrlEncoded, DWORD dwAddDisposition, PCCRL_CONTEXT* ppCrlContext);
+
+// Tells what the directory of one system store holds, as the library sees it: calls `pfnItem` for each certificate and
+// CRL in the order of the files, and for each thing that cannot be used or does not count. `dwFlags` chooses the user's
+// directory (CERT_SYSTEM_STORE_CURRENT_USER) or the machine's. A directory that does not exist holds nothing. FALSE
+// with E_INVALIDARG for a null argument or a name that CertOpenStore would not take, with the errors of CertOpenStore
+// for a directory that cannot be read. The callback must not throw.
+TALLOW_EXPORT BOOL crypto_list_store(LPCSTR szName, DWORD dwFlags, PFN_CRYPTO_STORE_ITEM pfnItem, void* pvContext);
+// The same for the content of one file, read as if it stood in a store: DER before PEM, every block of PEM text.
+// `szName` may be null; its ending decides whether content that is no certificate may have been a CRL. FALSE with
+// E_INVALIDARG for a null `pbContent` with a size, or a null callback.
+TALLOW_EXPORT BOOL crypto_read_store_content(const BYTE* pbContent, DWORD cbContent, LPCSTR szName,
+                                             PFN_CRYPTO_STORE_ITEM pfnItem, void* pvContext);
 
 // ---- Chains and revocation -----------------------------------------------------------------------------------------
 
@@ -170,7 +185,9 @@ TALLOW_EXPORT BOOL CryptDestroyHash(HCRYPTHASH hHash);
 // which may then fail with the same codes; until then whatever needs the key fails with NTE_SILENT_CONTEXT. Nobody is
 // ever asked at a terminal. CRYPT_E_NO_KEY_PROPERTY when the property is missing, NTE_BAD_KEYSET when there is no key
 // where it says (no file, no regular one, more than 1 MiB, nothing in it that is a private key), NTE_BAD_PUBLIC_KEY
-// when none of the keys there belongs to the certificate, NTE_NOT_SUPPORTED for a scheme that nobody serves.
+// when none of the keys there belongs to the certificate, NTE_NOT_SUPPORTED for a scheme that nobody serves,
+// ERROR_NOT_SUPPORTED for a file that is encrypted in a way that OpenSSL does not open here or that asks for too much
+// work.
 TALLOW_EXPORT BOOL CryptAcquireCertificatePrivateKey(PCCERT_CONTEXT pCert, DWORD dwFlags, void* pvParameters,
                                                      HCRYPTPROV* phCryptProv, DWORD* pdwKeySpec,
                                                      BOOL* pfCallerFreeProv);

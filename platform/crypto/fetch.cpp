@@ -9,6 +9,7 @@
 #include <string_view>
 
 #include "platform/crypto/system_store.h"
+#include "platform/support/fork_gate.h"
 
 namespace tallow::platform {
 
@@ -251,7 +252,10 @@ HttpAnswer oneHop(CURL* easy, const std::string& url, Arrival& arrival, long rem
     }
     curl_easy_setopt(easy, CURLOPT_URL, url.c_str());
     curl_easy_setopt(easy, CURLOPT_TIMEOUT_MS, remainingMs);
-    answer.error = errorOf(curl_easy_perform(easy));
+    {
+        const ForkGate::Outside waiting;  // for the network: no fork has to wait with us
+        answer.error = errorOf(curl_easy_perform(easy));
+    }
     if (answer.error != 0) {
         return answer;
     }

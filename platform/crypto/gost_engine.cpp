@@ -7,6 +7,12 @@
 
 #include <openssl/engine.h>
 #include <openssl/objects.h>
+#include <unistd.h>
+
+#include <cstring>
+#include <memory>
+#include <mutex>
+#include <string>
 
 #include "platform/crypto/service_call.h"
 
@@ -14,26 +20,53 @@ namespace tallow::platform {
 
 namespace {
 
-ENGINE* load() noexcept {
+using StructuralPtr = std::unique_ptr<ENGINE, OpenSslFree<ENGINE_free>>;
+using FunctionalPtr = std::unique_ptr<ENGINE, OpenSslFree<ENGINE_finish>>;
+
+// Whether the file of the engine is where OpenSSL looks for it. The look costs a microsecond, and a search in vain
+// fifty.
+bool isInstalled() {
+    const char* const directory = OPENSSL_info(OPENSSL_INFO_ENGINES_DIR);
+    std::string const path = std::string(directory == nullptr ? "" : directory) + "/gost.so";
+    return ::access(path.c_str(), F_OK) == 0;
+}
+
+// Whether OpenSSL's configuration, or the application, has brought it from elsewhere.
+bool isListed() {
+    bool found = false;
+    for (ENGINE* engine = ENGINE_get_first(); engine != nullptr; engine = ENGINE_get_next(engine)) {
+        found |= std::strcmp(ENGINE_get_id(engine), "gost") == 0;
+    }
+    return found;
+}
+
+ENGINE* load() {
     OpenSslErrors const errors;
-    ENGINE* const engine = ENGINE_by_id("gost");
-    if (engine == nullptr) {
+    if (!isInstalled() && !isListed()) {
         TALLOW_CRYPTO_TRACE("the gost engine is not installed\n");
         return nullptr;
     }
-    if (ENGINE_init(engine) != 1) {
-        ENGINE_free(engine);
+    StructuralPtr const engine(ENGINE_by_id("gost"));
+    FunctionalPtr started(engine != nullptr && ENGINE_init(engine.get()) == 1 ? engine.get() : nullptr);
+    if (started == nullptr || ENGINE_set_default(started.get(), ENGINE_METHOD_DIGESTS | ENGINE_METHOD_PKEY_METHS |
+                                                                    ENGINE_METHOD_PKEY_ASN1_METHS) != 1) {
         TALLOW_CRYPTO_TRACE("the gost engine could not be started\n");
         return nullptr;
     }
-    ENGINE_set_default(engine, ENGINE_METHOD_DIGESTS | ENGINE_METHOD_PKEY_METHS | ENGINE_METHOD_PKEY_ASN1_METHS);
-    return engine;
+    return started.release();
 }
 
-// Held to the end of the process, as are the methods that OpenSSL takes from it.
+// Held to the end of the process, as are the methods that OpenSSL takes from it. A failure is not kept.
 ENGINE* gostEngine() noexcept {
-    static ENGINE* const engine = load();
-    return engine;
+    static constinit std::mutex mutex;
+    static ENGINE* engine = nullptr;
+    try {
+        std::scoped_lock const lock(mutex);
+        engine = engine == nullptr ? load() : engine;
+        return engine;
+    } catch (...) {
+        return nullptr;
+    }
 }
 
 }  // namespace

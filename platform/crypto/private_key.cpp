@@ -11,9 +11,11 @@
 #include <string_view>
 
 #include "platform/crypto/certificate_properties.h"
-#include "platform/crypto/descriptor.h"
+#include "platform/crypto/key_cost.h"
+#include "platform/crypto/pem_blocks.h"
 #include "platform/crypto/pkcs12_keys.h"
 #include "platform/crypto/service_call.h"
+#include "platform/support/descriptor.h"
 
 namespace tallow::platform {
 
@@ -30,8 +32,9 @@ using StoreInfoPtr = std::unique_ptr<OSSL_STORE_INFO, OpenSslFree<OSSL_STORE_INF
 struct Search {
     EVP_PKEY* const publicKey;
     const char* const pin;
-    int timesAsked = 0;     // for the PIN
-    bool isLocked = false;  // something is there that did not open
+    int timesAsked = 0;          // for the PIN
+    bool isLocked = false;       // something is there that did not open
+    bool isUnsupported = false;  // or cannot be opened here
     bool sawOtherKey = false;
     KeyPtr found = nullptr;
 
@@ -45,6 +48,9 @@ struct Search {
     DWORD verdict() const {
         if (found != nullptr) {
             return 0;
+        }
+        if (isUnsupported) {
+            return ERROR_NOT_SUPPORTED;
         }
         if (isLocked) {
             return pin == nullptr ? NTE_SILENT_CONTEXT : SCARD_W_WRONG_CHV;
@@ -112,11 +118,49 @@ bool readKeyFile(const std::string& path, KeyFile& file) {
     return descriptor.readAll(file.content.data(), file.content.size());
 }
 
+// Why what is encrypted in the file is not opened whatever the PIN; null when it may be tried.
+const char* whyClosed(ByteView der) {
+    using SignaturePtr = std::unique_ptr<X509_SIG, OpenSslFree<X509_SIG_free>>;
+    const unsigned char* position = der.data();
+    SignaturePtr const encrypted(d2i_X509_SIG(nullptr, &position, static_cast<long>(der.size())));
+    const X509_ALGOR* algorithm = nullptr;
+    if (encrypted != nullptr) {
+        X509_SIG_get0(encrypted.get(), &algorithm, nullptr);
+    }
+    if (algorithm != nullptr && !canOpen(algorithm)) {
+        return "is encrypted in a way that OpenSSL does not open here";
+    }
+    return roundsIn(der) > kMaximumRounds ? "asks for too much work to open it" : nullptr;
+}
+
+// Looks at DER, or at each block of PEM text.
+const char* whyClosedIn(const KeyFile& file) {
+    const char* why = whyClosed(file.content);
+    KeyFile block;  // cleansed like the file
+    for (const PemBlock& pem : pemBlocks({reinterpret_cast<const char*>(file.content.data()), file.content.size()})) {
+        if (why == nullptr && pem.label == "ENCRYPTED PRIVATE KEY" && decodeBlock(pem, block.content)) {
+            why = whyClosed(block.content);
+        }
+    }
+    return why;
+}
+
 DWORD searchFile(const std::string& path, Search& search) {
     KeyFile file;
     if (!readKeyFile(path, file)) {
         TALLOW_CRYPTO_TRACE("the key file %s cannot be read\n", path.c_str());
         return NTE_BAD_KEYSET;
+    }
+    if (const char* const why = whyClosedIn(file)) {
+        TALLOW_CRYPTO_TRACE("the key file %s %s\n", path.c_str(), why);
+        return ERROR_NOT_SUPPORTED;
+    }
+    if (Pkcs12Result result = findPkcs12Key(file.content, search.pin, search.publicKey); result.isPkcs12) {
+        search.found = std::move(result.found);
+        search.isLocked = result.isLocked;
+        search.isUnsupported = result.isUnsupported;
+        search.sawOtherKey = result.sawOtherKey;
+        return search.verdict();
     }
     BioPtr const content(BIO_new_mem_buf(file.content.data(), static_cast<int>(file.content.size())));
     StorePtr const store(content == nullptr ? nullptr
@@ -126,9 +170,6 @@ DWORD searchFile(const std::string& path, Search& search) {
         return NTE_FAIL;
     }
     searchStore(store.get(), search);
-    if (search.sawOtherKey && search.found == nullptr) {
-        search.found = findPkcs12Key(file.content, search.pin, search.publicKey);
-    }
     return search.verdict();
 }
 

@@ -18,6 +18,7 @@ namespace tallow::platform {
 //   SCARD_W_WRONG_CHV    the PIN does not open it
 //   NTE_BAD_PUBLIC_KEY   there are other keys only, or `publicKey` is null since it could not be loaded
 //   NTE_BAD_KEYSET       there is no key: nothing there, no regular file, more than 1 MiB, or nothing that is a key
+//   ERROR_NOT_SUPPORTED  the file is encrypted in a way that OpenSSL does not open here, or asks for too much work
 //   NTE_NOT_SUPPORTED    nobody here knows the scheme of the URI, or the file is on another host
 DWORD openPrivateKey(const std::string& uri, const char* pin, EVP_PKEY* publicKey, KeyPtr& key);
 

@@ -176,7 +176,9 @@ KeyPtr edwardsKey(int type, ByteView octets) {
 
 }  // namespace
 
-KeyPtr loadPublicKey(const CERT_PUBLIC_KEY_INFO& info, ByteView whole) noexcept {
+namespace {
+
+KeyPtr makePublicKey(const CERT_PUBLIC_KEY_INFO& info, ByteView whole) noexcept {
     try {
         std::string_view const oid = info.Algorithm.pszObjId;
         ByteView const octets(info.PublicKey.pbData, info.PublicKey.cbData);
@@ -205,6 +207,15 @@ KeyPtr loadPublicKey(const CERT_PUBLIC_KEY_INFO& info, ByteView whole) noexcept 
     } catch (...) {
         return nullptr;
     }
+}
+
+}  // namespace
+
+KeyPtr loadPublicKey(const CERT_PUBLIC_KEY_INFO& info, ByteView whole) noexcept {
+    KeyPtr key = makePublicKey(info, whole);
+    // OpenSSL measures a key while making it, and for want of memory notes a strength of 0 without a word. Keys of an
+    // engine have none to tell, which is a negative number.
+    return key != nullptr && EVP_PKEY_get_security_bits(key.get()) == 0 ? nullptr : std::move(key);
 }
 
 }  // namespace tallow::platform

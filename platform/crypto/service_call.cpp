@@ -1,5 +1,10 @@
 #include "platform/crypto/service_call.h"
 
+#include <memory>
+
+#include "platform/support/made_once.h"
+#include "platform/support/never_destroyed.h"
+
 namespace tallow::platform {
 
 std::string settingText(const char* path, std::string_view otherwise) {
@@ -18,9 +23,13 @@ bool settingFlag(const char* path, bool otherwise) noexcept {
 }
 
 TSupportDbContext_* traceContext() noexcept {
+    struct Closer {
+        void operator()(TSupportDbContext_* context) const noexcept { support_print_done(context); }
+    };
     // Never closed: static objects elsewhere may still call the service at the end of the process.
-    static TSupportDbContext_* const context = support_print_init(0, "crypto", 0, 127);
-    return context;
+    static NeverDestroyed<MadeOnce<std::unique_ptr<TSupportDbContext_, Closer>>> context;
+    return context->get(
+        [] { return std::unique_ptr<TSupportDbContext_, Closer>(support_print_init(0, "crypto", 0, 127)); });
 }
 
 }  // namespace tallow::platform

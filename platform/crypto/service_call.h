@@ -11,6 +11,7 @@
 
 #include "platform/crypto/certificate.h"
 #include "platform/crypto/crypto_service.h"
+#include "platform/support/fork_gate.h"
 
 namespace tallow::platform {
 
@@ -34,18 +35,26 @@ public:
     OpenSslErrors& operator=(const OpenSslErrors&) = delete;
 };
 
-// Runs the body of an exported function; an exception becomes a last error and the value `failure`.
+// Runs the body of an exported function; an exception becomes a last error and the value `failure`. A failure for which
+// the body sets no last error gets one: without, its caller might take it for success.
 template <typename Result, typename Body>
 Result serviceCall(Result failure, Body body) noexcept {
+    ForkGate const gate;
     OpenSslErrors const errors;
+    DWORD const before = GetLastError();
+    SetLastError(0);
+    Result result = failure;
     try {
-        return body();
+        result = body();
     } catch (const std::bad_alloc&) {
         SetLastError(E_OUTOFMEMORY);
     } catch (...) {
         SetLastError(NTE_FAIL);
     }
-    return failure;
+    if (GetLastError() == 0) {
+        SetLastError(result == failure ? NTE_FAIL : before);
+    }
+    return result;
 }
 
 // The two-step protocol for octets: 0, or ERROR_MORE_DATA.

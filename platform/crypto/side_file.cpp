@@ -4,9 +4,13 @@
 #include <toml++/toml.h>
 
 #include <filesystem>
+#include <new>
+#include <optional>
+#include <system_error>
 
 #include "platform/crypto/private_key.h"
-#include "platform/crypto/service_call.h"
+#include "platform/support/file_trust.h"
+#include "platform/support/toml_nesting.h"
 #include "platform/support/whole_file.h"
 
 namespace tallow::platform {
@@ -34,27 +38,27 @@ Bytes accessInformation(const toml::array& addresses) {
     AccessPtr const access(AUTHORITY_INFO_ACCESS_new());
     for (const toml::node& node : addresses) {
         std::string const address = node.value_or(std::string());
-        DescriptionPtr description = address.empty() ? nullptr : ocspDescription(address);
-        if (description != nullptr && sk_ACCESS_DESCRIPTION_push(access.get(), description.get()) > 0) {
-            static_cast<void>(description.release());
+        if (address.empty()) {
+            continue;
         }
+        DescriptionPtr description = ocspDescription(address);
+        if (description == nullptr || sk_ACCESS_DESCRIPTION_push(access.get(), description.get()) <= 0) {
+            throw std::bad_alloc();
+        }
+        static_cast<void>(description.release());
     }
     unsigned char* encoded = nullptr;
     int const size =
         sk_ACCESS_DESCRIPTION_num(access.get()) > 0 ? i2d_AUTHORITY_INFO_ACCESS(access.get(), &encoded) : 0;
     OpenSslBytesPtr const owner(encoded);
+    if (size < 0) {
+        throw std::bad_alloc();
+    }
     return size > 0 ? Bytes(encoded, encoded + size) : Bytes();
 }
 
-}  // namespace
-
-void applySideFile(const std::string& path, const Certificate& certificate) {
-    std::error_code ignored;
-    if (!std::filesystem::is_regular_file(path, ignored)) {
-        return;
-    }
-    int ignoredError = 0;
-    std::string const text = readWholeFile(path, ignoredError).value_or(std::string());
+// Empty, or what is wrong with the text.
+std::string applyText(const std::string& text, const std::string& path, const Certificate& certificate) {
     try {
         toml::table const table = toml::parse(text, path);
         if (auto const key = table["key"].value<std::string>(); key && !key->empty()) {
@@ -65,10 +69,37 @@ void applySideFile(const std::string& path, const Certificate& certificate) {
                 certificate.setProperty(CERT_CA_OCSP_AUTHORITY_INFO_ACCESS_PROP_ID, access);
             }
         }
+        return {};
     } catch (const toml::parse_error& failure) {
-        TALLOW_CRYPTO_TRACE("%s:%u: %s\n", path.c_str(), failure.source().begin.line,
-                            std::string(failure.description()).c_str());
+        return "does not parse at line " + std::to_string(failure.source().begin.line) + ": " +
+               std::string(failure.description());
     }
+}
+
+}  // namespace
+
+SideFileResult applySideFile(const std::string& path, const Certificate& certificate) {
+    SideFileResult result;
+    int systemError = 0;
+    struct stat status {};
+    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+        return result;
+    }
+    std::optional<WholeFile> const file = readWholeFile(path, kMaximumTomlSize, systemError);
+    if (!file) {
+        result.problem = "cannot be read: " + std::generic_category().message(systemError);
+        return result;
+    }
+    result.wasRead = true;
+    result.status = file->status;
+    if (const char* const why = whyUntrusted(file->status)) {
+        result.problem = why;
+    } else if (nestsTooDeep(file->content)) {
+        result.problem = "does not count: its tables and keys nest too deep";
+    } else {
+        result.problem = applyText(file->content, path, certificate);
+    }
+    return result;
 }
 
 }  // namespace tallow::platform

@@ -80,6 +80,9 @@ public:
         return crls_;
     }
 
+    bool mayLackCrl() const override { return lacksCrl_; }
+    void noteMissingCrl() override { lacksCrl_ = true; }
+
     CertificateRef after(const Certificate* previous) const override {
         std::scoped_lock const lock(mutex_);
         size_t position = 0;
@@ -102,13 +105,29 @@ public:
 
 private:
     CertificateRef find(const Certificate& certificate, size_t hash) const;
+    void append(const CertificateRef& certificate, size_t hash);
 
     mutable std::mutex mutex_;
     std::vector<CertificateRef> certificates_;
     std::unordered_multimap<size_t, size_t> byHash_;  // hash of the encoding, position
     std::unordered_map<const Certificate*, size_t> positions_;
     std::vector<CrlRef> crls_;
+    std::atomic<bool> lacksCrl_{false};
 };
+
+// All three or none: a certificate that is not found again would end every walk.
+void MemoryStore::append(const CertificateRef& certificate, size_t hash) {
+    size_t const position = certificates_.size();
+    auto const byHash = byHash_.emplace(hash, position);
+    try {
+        positions_.emplace(certificate.get(), position);
+        certificates_.push_back(certificate);
+    } catch (...) {
+        positions_.erase(certificate.get());
+        byHash_.erase(byHash);
+        throw;
+    }
+}
 
 CertificateRef MemoryStore::find(const Certificate& certificate, size_t hash) const {
     auto const [first, last] = byHash_.equal_range(hash);
@@ -129,10 +148,7 @@ DWORD MemoryStore::add(const Certificate& certificate, DWORD disposition, Certif
     }
     if (!stored) {
         stored = Certificate::copy(certificate, handle());
-        size_t const position = certificates_.size();
-        certificates_.push_back(stored);
-        byHash_.emplace(hash, position);
-        positions_.emplace(stored.get(), position);
+        append(stored, hash);
     } else if (disposition == CERT_STORE_ADD_REPLACE_EXISTING) {
         stored->replaceProperties(certificate);
     } else {
@@ -177,6 +193,16 @@ public:
             all.insert(all.end(), some.begin(), some.end());
         }
         return all;
+    }
+
+    bool mayLackCrl() const override {
+        std::vector<StoreRef> const all = leaves();
+        return std::any_of(all.begin(), all.end(), [](const StoreRef& leaf) { return leaf->mayLackCrl(); });
+    }
+    void noteMissingCrl() override {
+        for (const StoreRef& leaf : leaves()) {
+            leaf->noteMissingCrl();
+        }
     }
 
     CertificateRef after(const Certificate* previous) const override;

@@ -29,6 +29,9 @@ public:
     // All certificates now in the store, of a collection those of its members in order.
     virtual std::vector<CertificateRef> certificates() const = 0;
     virtual std::vector<CrlRef> crls() const = 0;
+    // Whether a CRL may be missing from it, since a file could not be read when it was filled; and saying so.
+    virtual bool mayLackCrl() const = 0;
+    virtual void noteMissingCrl() = 0;
     // The certificate that stands after `previous` (null begins), empty at the end.
     virtual CertificateRef after(const Certificate* previous) const = 0;
 

@@ -20,9 +20,9 @@ std::string narrowText(const wchar_t* text) {
     return narrow;
 }
 
-// The name becomes a folder's: it must not lead out of the folder of stores.
-bool isStoreName(const std::string& name) {
-    return !name.empty() && name.front() != '.' && name.find('/') == std::string::npos;
+StoreView viewOf(DWORD flags) {
+    bool const isMachine = (flags & CERT_SYSTEM_STORE_LOCATION_MASK) == CERT_SYSTEM_STORE_LOCAL_MACHINE;
+    return isMachine ? StoreView::kMachine : StoreView::kUser;
 }
 
 StoreRef openSystem(const std::string& name, DWORD flags) {
@@ -30,9 +30,7 @@ StoreRef openSystem(const std::string& name, DWORD flags) {
         SetLastError(E_INVALIDARG);
         return {};
     }
-    bool const machine = (flags & CERT_SYSTEM_STORE_LOCATION_MASK) == CERT_SYSTEM_STORE_LOCAL_MACHINE;
-    return openSystemStore(name, machine ? StoreView::kMachine : StoreView::kUser,
-                           (flags & CERT_STORE_OPEN_EXISTING_FLAG) != 0);
+    return openSystemStore(name, viewOf(flags), (flags & CERT_STORE_OPEN_EXISTING_FLAG) != 0);
 }
 
 StoreRef openStore(uintptr_t provider, DWORD flags, const void* name) {
@@ -112,7 +110,69 @@ PCCERT_CONTEXT findNext(HCERTSTORE store, PCCERT_CONTEXT previous, Accept accept
     return current.releaseContext();
 }
 
+// ---- Telling what files hold ---------------------------------------------------------------------------------------
+
+struct Listener {
+    PFN_CRYPTO_STORE_ITEM tellItem;
+    void* context;
+
+    void tell(DWORD kind, const std::string& path, ByteView der, const StoreProblem* problem) const {
+        CRYPTO_STORE_ITEM const item{sizeof item,
+                                     kind,
+                                     path.c_str(),
+                                     der.data(),
+                                     static_cast<DWORD>(der.size()),
+                                     problem != nullptr && problem->mayBeCrl ? TRUE : FALSE,
+                                     problem == nullptr ? nullptr : problem->reason.c_str()};
+        tellItem(&item, context);
+    }
+    void tell(const StoreProblem& problem, const std::string& path) const {
+        tell(problem.isOther ? CRYPTO_STORE_ITEM_OTHER : CRYPTO_STORE_ITEM_BROKEN,
+             problem.path.empty() ? path : problem.path, {}, &problem);
+    }
+    void tell(const StoreFileContent& content, const std::string& path) const {
+        for (const CertificateRef& certificate : content.certificates) {
+            tell(CRYPTO_STORE_ITEM_CERTIFICATE, path, certificate->der(), nullptr);
+        }
+        for (const CrlRef& crl : content.crls) {
+            tell(CRYPTO_STORE_ITEM_CRL, path, crl->der, nullptr);
+        }
+        for (const StoreProblem& problem : content.problems) {
+            tell(problem, path);
+        }
+    }
+};
+
 }  // namespace
+
+BOOL crypto_list_store(LPCSTR szName, DWORD dwFlags, PFN_CRYPTO_STORE_ITEM pfnItem, void* pvContext) {
+    return serviceCall<BOOL>(FALSE, [&] {
+        if (szName == nullptr || pfnItem == nullptr || !isStoreName(szName)) {
+            return fail(E_INVALIDARG);
+        }
+        StoreFiles const found = systemStoreFolder(szName, viewOf(dwFlags));
+        Listener const listener{pfnItem, pvContext};
+        for (const StoreFile& file : found.files) {
+            listener.tell(*file.content, file.path);
+        }
+        for (const StoreProblem& problem : found.problems) {
+            listener.tell(problem, {});
+        }
+        return done(found.systemError == 0 ? 0 : lastErrorOf(found.systemError));
+    });
+}
+
+BOOL crypto_read_store_content(const BYTE* pbContent, DWORD cbContent, LPCSTR szName, PFN_CRYPTO_STORE_ITEM pfnItem,
+                               void* pvContext) {
+    return serviceCall<BOOL>(FALSE, [&] {
+        if (pfnItem == nullptr || (pbContent == nullptr && cbContent != 0)) {
+            return fail(E_INVALIDARG);
+        }
+        std::string const name = szName == nullptr ? "" : szName;
+        Listener{pfnItem, pvContext}.tell(parseStoreFile({pbContent, cbContent}, name), name);
+        return TRUE;
+    });
+}
 
 HCERTSTORE CertOpenStore(LPCSTR lpszStoreProvider, DWORD /*dwEncodingType*/, HCRYPTPROV /*hCryptProv*/, DWORD dwFlags,
                          const void* pvPara) {
@@ -123,6 +183,10 @@ HCERTSTORE CertOpenStore(LPCSTR lpszStoreProvider, DWORD /*dwEncodingType*/, HCR
 }
 
 HCERTSTORE CertDuplicateStore(HCERTSTORE hCertStore) {
+    if (hCertStore == nullptr) {
+        SetLastError(E_INVALIDARG);
+        return nullptr;
+    }
     StoreRef store = StoreRef::share(hCertStore);
     return store ? store.release()->handle() : nullptr;
 }

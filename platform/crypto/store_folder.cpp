@@ -1,17 +1,18 @@
 #include "platform/crypto/store_folder.h"
 
-#include <openssl/pem.h>
 #include <sys/stat.h>
 
 #include <algorithm>
-#include <filesystem>
+#include <cerrno>
 #include <iterator>
 #include <map>
 #include <optional>
 #include <string_view>
+#include <system_error>
 
 #include "platform/crypto/service_call.h"
 #include "platform/crypto/side_file.h"
+#include "platform/support/file_trust.h"
 #include "platform/support/never_destroyed.h"
 #include "platform/support/whole_file.h"
 
@@ -21,116 +22,45 @@ namespace {
 
 constexpr std::string_view kSideFileSuffix = ".toml";
 
-// What tells a changed file from an unchanged one without reading it. The time is that of the last change of any kind:
-// that of the last writing can be set back.
+// ---- Telling a changed file from an unchanged one without reading it -----------------------------------------------
+
+// The time that counts is that of the last change of any kind: that of the last writing can be set back.
 struct Stamp {
-    timespec changed{};
-    off_t size = 0;
+    dev_t device = 0;
     ino_t inode = 0;
-    timespec sideChanged{};
-    off_t sideSize = 0;
+    off_t size = -1;  // of a file that does not exist
+    timespec changed{};
 
     bool operator==(const Stamp& other) const noexcept {
-        return same(changed, other.changed) && size == other.size && inode == other.inode &&
-               same(sideChanged, other.sideChanged) && sideSize == other.sideSize;
-    }
-    static bool same(const timespec& left, const timespec& right) noexcept {
-        return left.tv_sec == right.tv_sec && left.tv_nsec == right.tv_nsec;
+        return device == other.device && inode == other.inode && size == other.size && isSame(changed, other.changed);
     }
 };
 
-std::string sideFileOf(const std::string& path) {
-    return std::filesystem::path(path).replace_extension(kSideFileSuffix).string();
+Stamp stampOf(const struct stat& status) {
+    return {status.st_dev, status.st_ino, status.st_size, status.st_ctim};
 }
 
-std::optional<Stamp> stampOf(const std::string& path) {
-    struct stat file {};
-    struct stat side {};
-    if (stat(path.c_str(), &file) != 0 || !S_ISREG(file.st_mode)) {
-        return std::nullopt;
-    }
-    bool const hasSide = stat(sideFileOf(path).c_str(), &side) == 0;
-    return Stamp{file.st_ctim, file.st_size, file.st_ino, hasSide ? side.st_ctim : timespec{},
-                 hasSide ? side.st_size : -1};
+// Whether a further change would show in the stamp: the clock of a file system ticks a few milliseconds at a time.
+bool isSettled(const Stamp& stamp) {
+    constexpr long kTick = 20000000;  // ns
+    constexpr long kSecond = 1000000000;
+    timespec now{};
+    ::clock_gettime(CLOCK_REALTIME, &now);
+    long const seconds = now.tv_sec - stamp.changed.tv_sec;
+    return seconds > 1 || seconds < -1 || seconds * kSecond + now.tv_nsec - stamp.changed.tv_nsec > kTick;
 }
 
-struct PemBlock {
-    std::string label;
-    Bytes bytes;
+// ---- What was read before ------------------------------------------------------------------------------------------
+
+struct Kept {
+    Stamp file;
+    Stamp side;
+    std::shared_ptr<const StoreFileContent> content;
 };
-
-// The next block of PEM text; false when there is none, or one that cannot be read. Reads one line at least.
-bool nextBlock(BIO* text, PemBlock& block) {
-    char* name = nullptr;
-    char* header = nullptr;
-    unsigned char* data = nullptr;
-    long size = 0;
-    if (PEM_read_bio(text, &name, &header, &data, &size) != 1) {
-        return false;
-    }
-    using TextPtr = std::unique_ptr<char, OpenSslFree<freeOpenSslMemory>>;
-    TextPtr const ownedName(name);
-    TextPtr const ownedHeader(header);
-    OpenSslBytesPtr const ownedData(data);
-    block = {name, Bytes(data, data + size)};
-    return true;
-}
-
-void takeCertificate(ByteView der, StoreFileContent& content) {
-    if (CertificateRef certificate = Certificate::create(der)) {
-        content.certificates.push_back(std::move(certificate));
-    }
-}
-
-void takeCrl(ByteView der, StoreFileContent& content) {
-    if (CrlRef crl = Crl::parse(der)) {
-        content.crls.push_back(std::move(crl));
-    }
-}
-
-void parsePem(ByteView text, StoreFileContent& content) {
-    OpenSslErrors const errors;
-    BioPtr const bio(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
-    PemBlock block;
-    while (bio != nullptr && BIO_eof(bio.get()) == 0) {
-        // A block that cannot be read ends with what was read of it; those behind it count all the same.
-        if (!nextBlock(bio.get(), block)) {
-            continue;
-        }
-        if (block.label == PEM_STRING_X509 || block.label == PEM_STRING_X509_OLD) {
-            takeCertificate(block.bytes, content);
-        } else if (block.label == PEM_STRING_X509_CRL) {
-            takeCrl(block.bytes, content);
-        }
-    }
-}
-
-std::shared_ptr<const StoreFileContent> readFile(const std::string& path) {
-    auto content = std::make_shared<StoreFileContent>();
-    int systemError = 0;
-    std::string const text = readWholeFile(path, systemError).value_or(std::string());
-    ByteView const bytes(reinterpret_cast<const BYTE*>(text.data()), text.size());
-    if (text.find("-----BEGIN ") != std::string::npos) {
-        parsePem(bytes, *content);
-    } else if (!bytes.empty()) {
-        takeCertificate(bytes, *content);
-        takeCrl(bytes, *content);
-    }
-    if (content->certificates.empty() && content->crls.empty()) {
-        TALLOW_CRYPTO_TRACE("%s holds no certificate and no CRL: passed over\n", path.c_str());
-    } else if (!content->certificates.empty()) {
-        applySideFile(sideFileOf(path), *content->certificates.front());
-    }
-    return content;
-}
 
 struct Cache {
-    struct Entry {
-        Stamp stamp;
-        std::shared_ptr<const StoreFileContent> content;
-    };
     std::mutex mutex;
-    std::map<std::string, Entry> files;
+    std::map<std::string, Kept, std::less<>> files;
 };
 
 Cache& cache() {
@@ -138,71 +68,220 @@ Cache& cache() {
     return *instance;
 }
 
-StoreFile cachedFile(const std::string& path) {
-    std::optional<Stamp> const stamp = stampOf(path);
+std::shared_ptr<const StoreFileContent> keptContent(const std::string& path, const Stamp& file, const Stamp& side) {
     std::scoped_lock const lock(cache().mutex);
-    if (!stamp || static_cast<uintmax_t>(stamp->size) > kMaximumFileSize) {
-        cache().files.erase(path);
-        return {};
-    }
-    Cache::Entry& entry = cache().files[path];
-    if (entry.content == nullptr || !(entry.stamp == *stamp)) {
-        entry.content = readFile(path);
-        entry.stamp = *stamp;
-    }
-    return StoreFile(entry.content);
+    auto const found = cache().files.find(path);
+    return found != cache().files.end() && found->second.file == file && found->second.side == side
+               ? found->second.content
+               : nullptr;
 }
 
-// Forgets the files of a folder that are no longer there; `paths` is sorted.
-void forgetOthers(const std::string& folder, const std::vector<std::string>& paths) {
+void keep(const std::string& path, Kept kept) {
     std::scoped_lock const lock(cache().mutex);
-    std::map<std::string, Cache::Entry>& files = cache().files;
+    cache().files.insert_or_assign(path, std::move(kept));
+}
+
+void forget(const std::string& path) {
+    std::scoped_lock const lock(cache().mutex);
+    cache().files.erase(path);
+}
+
+// Forgets the files of a directory that are no longer there; `names` is sorted.
+void forgetOthers(const std::string& folder, const std::vector<std::string>& names) {
     std::string const prefix = folder + '/';
+    std::scoped_lock const lock(cache().mutex);
+    auto& files = cache().files;
     for (auto file = files.lower_bound(prefix); file != files.end() && file->first.starts_with(prefix);) {
-        file = std::binary_search(paths.begin(), paths.end(), file->first) ? std::next(file) : files.erase(file);
+        std::string_view const name = std::string_view(file->first).substr(prefix.size());
+        file = std::binary_search(names.begin(), names.end(), name) ? std::next(file) : files.erase(file);
     }
 }
 
-bool isStoreFile(const std::filesystem::directory_entry& entry) {
-    std::string const name = entry.path().filename().string();
-    std::error_code ignored;
-    return name.front() != '.' && entry.path().extension() != kSideFileSuffix && entry.is_regular_file(ignored);
+// ---- Reading -------------------------------------------------------------------------------------------------------
+
+void tell(StoreFiles& found, const std::string& path, std::string reason, bool mayBeCrl) {
+    TALLOW_CRYPTO_TRACE("%s: %s\n", path.c_str(), reason.c_str());
+    found.problems.push_back({path, std::move(reason), mayBeCrl});
+}
+
+std::string readFailure(int systemError) {
+    return "cannot be read: " + std::generic_category().message(systemError);
+}
+
+std::string sideFileOf(const std::string& path) {
+    size_t const slash = path.rfind('/');
+    size_t const dot = path.rfind('.');
+    bool const hasEnding = dot != std::string::npos && (slash == std::string::npos || dot > slash + 1);
+    return path.substr(0, hasEnding ? dot : path.size()).append(kSideFileSuffix);
+}
+
+// The status of a file to read; false when there is none, or it is told as a problem.
+bool lookAt(const std::string& path, StoreKind kind, struct stat& status, StoreFiles& found) {
+    if (::stat(path.c_str(), &status) != 0) {
+        int const systemError = errno;
+        struct stat link {};
+        // What went away between two looks is gone; a link that leads nowhere stands for a file that is not to be had.
+        if (systemError != ENOENT || ::lstat(path.c_str(), &link) == 0) {
+            tell(found, path, readFailure(systemError), true);
+        }
+        return false;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        if (!S_ISDIR(status.st_mode)) {
+            tell(found, path, "is no regular file", false);
+        }
+        return false;
+    }
+    if (const char* const why = kind == StoreKind::kRoots ? whyUntrusted(status) : nullptr) {
+        tell(found, path, why, true);
+        return false;
+    }
+    if (static_cast<uintmax_t>(status.st_size) > kMaximumFileSize) {
+        tell(found, path, readFailure(EFBIG), true);
+        return false;
+    }
+    return true;
+}
+
+// Sets on the first certificate what its side file says.
+void applySide(const std::string& path, StoreFileContent& content, Stamp& stamp) {
+    if (content.certificates.empty()) {
+        return;
+    }
+    SideFileResult const result = applySideFile(path, *content.certificates.front());
+    stamp = result.wasRead ? stampOf(result.status) : stamp;
+    if (!result.problem.empty()) {
+        content.problems.push_back({path, result.problem, false});
+        content.isFinal &= result.wasRead;
+    }
+}
+
+// The content of a file, freshly read, and kept if a further change of it would show.
+std::shared_ptr<const StoreFileContent> readContent(const std::string& path, Stamp side, StoreFiles& found) {
+    forget(path);
+    int systemError = 0;
+    std::optional<WholeFile> const file = readWholeFile(path, kMaximumFileSize, systemError);
+    if (!file) {
+        if (systemError != ENOENT) {
+            tell(found, path, readFailure(systemError), true);
+        }
+        return nullptr;
+    }
+    auto content = std::make_shared<StoreFileContent>(
+        parseStoreFile({reinterpret_cast<const BYTE*>(file->content.data()), file->content.size()}, path));
+    if (side.size >= 0) {
+        applySide(sideFileOf(path), *content, side);
+    }
+    for (const StoreProblem& problem : content->problems) {
+        TALLOW_CRYPTO_TRACE("%s: %s\n", (problem.path.empty() ? path : problem.path).c_str(), problem.reason.c_str());
+    }
+    Stamp const stamp = stampOf(file->status);
+    if (content->isFinal && isSettled(stamp) && (side.size < 0 || isSettled(side))) {
+        keep(path, {stamp, side, content});
+    }
+    return content;
+}
+
+void addFile(const std::string& path, bool hasSide, StoreKind kind, StoreFiles& found) {
+    struct stat status {};
+    if (!lookAt(path, kind, status, found)) {
+        return;
+    }
+    struct stat side {};
+    Stamp const sideStamp = hasSide && ::stat(sideFileOf(path).c_str(), &side) == 0 ? stampOf(side) : Stamp();
+    std::shared_ptr<const StoreFileContent> content = keptContent(path, stampOf(status), sideStamp);
+    if (content == nullptr) {
+        content = readContent(path, sideStamp, found);
+    }
+    if (content != nullptr) {
+        found.files.push_back({path, std::move(content)});
+    }
+}
+
+bool isAbsolute(const std::string& path) {
+    return !path.empty() && path.front() == '/';
+}
+
+// Whether nobody else can have put roots there: into the directory, or another directory into its place.
+bool isTrusted(const std::string& folder, const struct stat& status, StoreFiles& found) {
+    struct stat above {};
+    std::string const stores = directoryOf(folder);
+    const char* const why = whyUntrusted(status);
+    if (why != nullptr) {
+        tell(found, folder, why, true);
+        return false;
+    }
+    if (::stat(stores.c_str(), &above) != 0) {
+        tell(found, stores, readFailure(errno), true);
+        return false;
+    }
+    if (const char* const whyAbove = whyUntrustedAbove(above)) {
+        tell(found, stores, whyAbove, true);
+        return false;
+    }
+    return true;
 }
 
 }  // namespace
 
-void StoreFile::addTo(Store& store) const {
-    if (content_ == nullptr) {
+bool StoreFiles::mayLackCrl() const noexcept {
+    return std::any_of(problems.begin(), problems.end(), [](const StoreProblem& told) { return told.mayBeCrl; }) ||
+           std::any_of(files.begin(), files.end(), [](const StoreFile& file) { return file.content->mayLackCrl(); });
+}
+
+void addStoreFolder(const std::string& folder, StoreKind kind, StoreFiles& found) {
+    if (!isAbsolute(folder)) {
+        if (!folder.empty()) {
+            tell(found, folder, "does not count: a directory of stores needs an absolute path", true);
+        }
         return;
     }
-    for (const CertificateRef& certificate : content_->certificates) {
-        store.add(*certificate, CERT_STORE_ADD_USE_EXISTING, nullptr);
+    int systemError = 0;
+    std::optional<DirectoryListing> const listing = readDirectory(folder, systemError);
+    if (!listing) {
+        if (systemError != ENOENT) {
+            found.systemError = systemError;
+            tell(found, folder, readFailure(systemError), true);
+        }
+        return;
     }
-    for (const CrlRef& crl : content_->crls) {
-        store.add(crl, CERT_STORE_ADD_USE_EXISTING);
+    found.exists = true;
+    forgetOthers(folder, listing->names);
+    if (kind == StoreKind::kRoots && !isTrusted(folder, listing->status, found)) {
+        return;
     }
-}
-
-std::vector<StoreFile> readStoreFolder(const std::string& folder, bool& exists) {
-    std::error_code error;
-    std::filesystem::directory_iterator entry(folder, error);
-    exists = !error;
-    std::vector<std::string> paths;
-    for (; !error && entry != std::filesystem::directory_iterator(); entry.increment(error)) {
-        if (isStoreFile(*entry)) {
-            paths.push_back(entry->path().string());
+    found.files.reserve(found.files.size() + listing->names.size());
+    for (const std::string& name : listing->names) {
+        if (!name.ends_with(kSideFileSuffix)) {
+            std::string const path = folder + '/' + name;
+            std::string const side = sideFileOf(path).substr(folder.size() + 1);
+            addFile(path, std::binary_search(listing->names.begin(), listing->names.end(), side), kind, found);
         }
     }
-    std::sort(paths.begin(), paths.end());
-    forgetOthers(folder, paths);
-    std::vector<StoreFile> files;
-    files.reserve(paths.size());
-    std::transform(paths.begin(), paths.end(), std::back_inserter(files), cachedFile);
-    return files;
 }
 
-StoreFile readBundle(const std::string& path) {
-    return cachedFile(path);
+void addBundle(const std::string& path, StoreFiles& found) {
+    struct stat directory {};
+    if (!isAbsolute(path)) {
+        if (!path.empty()) {
+            tell(found, path, "does not count: a bundle of roots needs an absolute path", false);
+        }
+        return;
+    }
+    std::string const folder = directoryOf(path);
+    if (::stat(folder.c_str(), &directory) != 0) {
+        if (errno != ENOENT && errno != ENOTDIR) {
+            tell(found, folder, readFailure(errno), false);
+        }
+        return;
+    }
+    if (const char* const why = whyUntrustedAbove(directory)) {
+        tell(found, folder, why, false);
+        return;
+    }
+    size_t const before = found.files.size();
+    addFile(path, false, StoreKind::kRoots, found);
+    found.exists |= found.files.size() > before;
 }
 
 }  // namespace tallow::platform

@@ -1,40 +1,43 @@
 // The files of a system store. What was read is kept for the process and used again while a file looks unchanged, so
-// that opening a store costs a look at its folder, and so that a key once loaded stays with its certificate.
+// that opening a store costs a look at its directory, and so that a key once loaded stays with its certificate.
+//
+// What cannot be read is never taken for empty: it is told as a problem, nothing of it is kept, and the next call reads
+// again.
 #pragma once
 
 #include <memory>
 #include <string>
 #include <vector>
 
-#include "platform/crypto/store.h"
+#include "platform/crypto/store_file.h"
 
 namespace tallow::platform {
 
-// What one file, with its side file, holds.
-struct StoreFileContent {
-    std::vector<CertificateRef> certificates;  // with the properties of the side file on the first
-    std::vector<CrlRef> crls;
+struct StoreFile {
+    std::string path;
+    // Never null. Shared by everybody who reads the file: not for a caller to change.
+    std::shared_ptr<const StoreFileContent> content;
 };
 
-class StoreFile {
-public:
-    StoreFile() = default;
-    explicit StoreFile(std::shared_ptr<const StoreFileContent> content) : content_(std::move(content)) {}
+// What files and directories gave together.
+struct StoreFiles {
+    bool exists = false;  // there is a directory, or a bundle
+    int systemError = 0;  // of a directory that is there and cannot be read
+    std::vector<StoreFile> files;
+    std::vector<StoreProblem> problems;  // beside those in the files
 
-    bool exists() const noexcept { return content_ != nullptr; }
-    // Null for a file that does not exist. Shared by everybody who reads the file: not for a caller to change.
-    const StoreFileContent* content() const noexcept { return content_.get(); }
-    void addTo(Store& store) const;
-
-private:
-    std::shared_ptr<const StoreFileContent> content_;
+    bool mayLackCrl() const noexcept;
 };
 
-// The certificate and CRL files of a folder in the order of their names; `exists` says whether there is such a folder.
-// A file that is neither is passed over, and traced.
-std::vector<StoreFile> readStoreFolder(const std::string& folder, bool& exists);
+// Whose files count. Certificates and CRLs prove themselves by their signatures, roots do not.
+enum class StoreKind { kSigned, kRoots };
 
-// One file of many certificates; empty when it is missing.
-StoreFile readBundle(const std::string& path);
+// Adds the certificate and CRL files of a directory in the order of their names. Hidden files, side files and
+// directories are passed over. A path that is not absolute adds nothing; nor does, among roots, a directory or a file
+// that others may write (see file_trust.h).
+void addStoreFolder(const std::string& folder, StoreKind kind, StoreFiles& found);
+
+// Adds one file of many roots; nothing when it is missing.
+void addBundle(const std::string& path, StoreFiles& found);
 
 }  // namespace tallow::platform

@@ -1,6 +1,11 @@
 #include "platform/crypto/system_store.h"
 
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
 #include <cstdlib>
+#include <string_view>
 
 #include "platform/crypto/service_call.h"
 
@@ -12,69 +17,106 @@ constexpr const char* kDefaultMachineStores = "/etc/tallow/stores";
 constexpr const char* kDefaultSystemBundle = "/etc/ssl/certs/ca-certificates.crt";
 constexpr const char* kRootStore = "ROOT";
 
-// The base directory of a user's data. A program that runs with another's rights takes none from its caller.
-std::string defaultUserStores() {
-    if (const char* const data = secure_getenv("XDG_DATA_HOME"); data != nullptr && *data == '/') {
-        return std::string(data) + "/tallow/stores";
-    }
-    if (const char* const home = secure_getenv("HOME"); home != nullptr && *home == '/') {
-        return std::string(home) + "/.local/share/tallow/stores";
-    }
-    return {};
+void tell(StoreFiles& found, const std::string& path, const char* reason, bool mayBeCrl) {
+    TALLOW_CRYPTO_TRACE("%s: %s\n", path.c_str(), reason);
+    found.problems.push_back({path, reason, mayBeCrl});
 }
 
-std::string folderOf(const std::string& stores, const std::string& name) {
-    return stores.empty() ? std::string() : stores + '/' + name;
+// Where the user's stores are unless the settings say it. A program that runs with another's rights takes nothing from
+// its caller's environment. With the home of another user, as sudo may leave it, that user would choose the roots.
+std::string defaultUserStores(StoreFiles& found) {
+    const char* const data = secure_getenv("XDG_DATA_HOME");
+    const char* const home = secure_getenv("HOME");
+    bool const hasData = data != nullptr && *data == '/';
+    const char* const base = hasData ? data : home;
+    struct stat status {};
+    if (base == nullptr || *base != '/' || ::stat(base, &status) != 0) {
+        return {};
+    }
+    if (status.st_uid != ::geteuid()) {
+        tell(found, base, "is the directory of another user: no stores there count", false);
+        return {};
+    }
+    return std::string(base) + (hasData ? "" : "/.local/share") + "/tallow/stores";
 }
 
-void addFolder(std::vector<StoreFile>& files, const std::string& folder, bool& exists) {
-    bool folderExists = false;
-    for (StoreFile& file : readStoreFolder(folder, folderExists)) {
-        files.push_back(std::move(file));
+std::string storesOf(StoreView storeView, StoreFiles& found) {
+    constexpr const char* kUserStores = "\\crypto\\user_stores";
+    if (storeView == StoreView::kMachine) {
+        return settingText("\\crypto\\machine_stores", kDefaultMachineStores);
     }
-    exists |= folderExists;
+    size_t size = 0;
+    bool const isSet = support_registry_get_string(kUserStores, &size, nullptr) == 0;
+    return isSet ? settingText(kUserStores, {}) : defaultUserStores(found);
 }
 
-void addSystemRoots(std::vector<StoreFile>& files, bool& exists) {
-    if (!settingFlag("\\crypto\\system_roots", true)) {
-        return;
-    }
-    StoreFile bundle = readBundle(systemBundle());
-    if (bundle.exists()) {
-        exists = true;
-        files.push_back(std::move(bundle));
+void addFolderOf(const std::string& name, StoreView storeView, StoreFiles& found) {
+    std::string const stores = storesOf(storeView, found);
+    SUPPORT_SETTINGS_ERROR error{};
+    if (!stores.empty()) {
+        addStoreFolder(stores + '/' + name, name == kRootStore ? StoreKind::kRoots : StoreKind::kSigned, found);
+    } else if (support_settings_error(&error) != 0) {
+        tell(found, name, "cannot be found while the settings are broken", true);
     }
 }
 
 }  // namespace
 
+DWORD lastErrorOf(int systemError) {
+    switch (systemError) {
+        case EMFILE:
+        case ENFILE:
+            return ERROR_TOO_MANY_OPEN_FILES;
+        case ENOMEM:
+            return E_OUTOFMEMORY;
+        default:
+            return ERROR_ACCESS_DENIED;
+    }
+}
+
+bool isStoreName(const std::string& name) {
+    return !name.empty() && name.front() != '.' && name.find_first_of(std::string_view("/\0", 2)) == std::string::npos;
+}
+
 std::string systemBundle() {
     return settingText("\\crypto\\system_bundle", kDefaultSystemBundle);
 }
 
-std::vector<StoreFile> systemStoreFiles(const std::string& name, StoreView storeView, bool& exists) {
-    std::vector<StoreFile> files;
-    exists = false;
+StoreFiles systemStoreFolder(const std::string& name, StoreView storeView) {
+    StoreFiles found;
+    addFolderOf(name, storeView, found);
+    return found;
+}
+
+StoreFiles systemStoreFiles(const std::string& name, StoreView storeView) {
+    StoreFiles found;
     if (storeView == StoreView::kUser) {
-        addFolder(files, folderOf(settingText("\\crypto\\user_stores", defaultUserStores()), name), exists);
+        addFolderOf(name, StoreView::kUser, found);
     }
-    addFolder(files, folderOf(settingText("\\crypto\\machine_stores", kDefaultMachineStores), name), exists);
-    if (name == kRootStore) {
-        addSystemRoots(files, exists);
+    addFolderOf(name, StoreView::kMachine, found);
+    if (name == kRootStore && settingFlag("\\crypto\\system_roots", true)) {
+        addBundle(systemBundle(), found);
     }
-    return files;
+    return found;
 }
 
 StoreRef openSystemStore(const std::string& name, StoreView storeView, bool mustExist) {
-    bool exists = false;
-    std::vector<StoreFile> const files = systemStoreFiles(name, storeView, exists);
-    if (!exists && mustExist) {
-        SetLastError(ERROR_FILE_NOT_FOUND);
+    StoreFiles const found = systemStoreFiles(name, storeView);
+    if (found.systemError != 0 || (!found.exists && mustExist)) {
+        SetLastError(found.systemError != 0 ? lastErrorOf(found.systemError) : ERROR_FILE_NOT_FOUND);
         return {};
     }
     StoreRef store = makeMemoryStore();
-    for (const StoreFile& file : files) {
-        file.addTo(*store.get());
+    for (const StoreFile& file : found.files) {
+        for (const CertificateRef& certificate : file.content->certificates) {
+            store->add(*certificate, CERT_STORE_ADD_USE_EXISTING, nullptr);
+        }
+        for (const CrlRef& crl : file.content->crls) {
+            store->add(crl, CERT_STORE_ADD_USE_EXISTING);
+        }
+    }
+    if (found.mayLackCrl()) {
+        store->noteMissingCrl();
     }
     return store;
 }

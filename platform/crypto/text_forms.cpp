@@ -1,6 +1,5 @@
 // Base64 and PEM.
 #include <openssl/evp.h>
-#include <openssl/pem.h>
 
 #include <algorithm>
 #include <climits>
@@ -8,6 +7,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/crypto/pem_blocks.h"
 #include "platform/crypto/service_call.h"
 
 using namespace tallow::platform;
@@ -36,57 +36,26 @@ std::string inLines(const std::string& text, std::string_view lineEnd) {
     return lines;
 }
 
-bool isPem(std::string_view text) {
-    return text.find("-----BEGIN ") != std::string_view::npos;
-}
-
-bool readPem(std::string_view text, Bytes& bytes) {
-    BioPtr const bio(BIO_new_mem_buf(text.data(), static_cast<int>(text.size())));
-    char* name = nullptr;
-    char* header = nullptr;
-    unsigned char* data = nullptr;
-    long size = 0;
-    if (bio == nullptr || PEM_read_bio(bio.get(), &name, &header, &data, &size) != 1) {
-        return false;
+// The first block that is whole; `position` is where it begins.
+bool readPem(std::string_view text, Bytes& bytes, size_t& position) {
+    for (const PemBlock& block : pemBlocks(text)) {
+        if (block.isComplete) {
+            position = static_cast<size_t>(block.whole.data() - text.data());
+            return decodeBlock(block, bytes);
+        }
     }
-    bytes.assign(data, data + size);
-    OPENSSL_free(name);
-    OPENSSL_free(header);
-    OPENSSL_free(data);
-    return true;
-}
-
-bool isBlank(char c) {
-    return c == ' ' || c == '\t' || c == '\r' || c == '\n';
-}
-
-bool readBase64(std::string_view text, Bytes& bytes) {
-    std::string characters(text);
-    std::erase_if(characters, isBlank);
-    if (characters.empty() || characters.size() % 4 != 0) {
-        return false;
-    }
-    bytes.resize(characters.size() / 4 * 3);
-    int const size = EVP_DecodeBlock(bytes.data(), reinterpret_cast<const unsigned char*>(characters.data()),
-                                     static_cast<int>(characters.size()));
-    if (size < 0) {
-        return false;
-    }
-    // The decoder counts padding as octets.
-    size_t const padding = static_cast<size_t>(std::count(characters.end() - 2, characters.end(), '='));
-    bytes.resize(static_cast<size_t>(size) - padding);
-    return true;
+    return false;
 }
 
 // Reads text in the forms that `form` allows; gives the one met, or an empty result for none.
-bool readText(std::string_view text, DWORD form, Bytes& bytes, DWORD& met) {
+bool readText(std::string_view text, DWORD form, Bytes& bytes, DWORD& met, size_t& position) {
     bool const pemAllowed = form == CRYPT_STRING_BASE64HEADER || form >= CRYPT_STRING_BASE64_ANY;
     bool const base64Allowed = form == CRYPT_STRING_BASE64 || form >= CRYPT_STRING_BASE64_ANY;
-    if (pemAllowed && isPem(text)) {
+    if (pemAllowed && text.find("-----BEGIN ") != std::string_view::npos) {
         met = CRYPT_STRING_BASE64HEADER;
-        return readPem(text, bytes);
+        return readPem(text, bytes, position);
     }
-    if (base64Allowed && readBase64(text, bytes)) {
+    if (base64Allowed && decodeBase64(text, bytes)) {
         met = CRYPT_STRING_BASE64;
         return true;
     }
@@ -144,11 +113,12 @@ BOOL CryptStringToBinaryA(LPCSTR pszString, DWORD cchString, DWORD dwFlags, BYTE
         std::string_view const text(pszString, cchString == 0 ? std::strlen(pszString) : cchString);
         Bytes bytes;
         DWORD met = 0;
-        if (text.size() > INT_MAX || !readText(text, dwFlags, bytes, met)) {
+        size_t position = 0;
+        if (text.size() > INT_MAX || !readText(text, dwFlags, bytes, met, position)) {
             return fail(ERROR_INVALID_DATA);
         }
         if (pdwSkip != nullptr) {
-            *pdwSkip = met == CRYPT_STRING_BASE64HEADER ? static_cast<DWORD>(text.find("-----BEGIN ")) : 0;
+            *pdwSkip = static_cast<DWORD>(position);
         }
         if (pdwFlags != nullptr) {
             *pdwFlags = met;

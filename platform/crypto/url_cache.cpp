@@ -16,8 +16,8 @@
 #include <string_view>
 #include <system_error>
 
-#include "platform/crypto/descriptor.h"
 #include "platform/crypto/service_call.h"
+#include "platform/support/descriptor.h"
 
 namespace tallow::platform {
 

@@ -1,12 +1,17 @@
 // Reading the settings file, and which one is in force.
 #include "platform/support/settings.h"
 
+#include <unistd.h>
+
 #include <algorithm>
 #include <cerrno>
+#include <new>
 #include <optional>
 #include <system_error>
 
-#include "platform/support/never_destroyed.h"
+#include "platform/support/file_trust.h"
+#include "platform/support/fork_gate.h"
+#include "platform/support/toml_nesting.h"
 #include "platform/support/trace.h"
 #include "platform/support/whole_file.h"
 
@@ -16,19 +21,50 @@ namespace {
 
 constexpr const char* kDefaultFile = "/etc/tallow/settings.toml";
 
+// Nothing here is destroyed: other threads may still read settings while the process ends.
 struct Current {
     std::mutex mutex;
-    std::shared_ptr<Settings> settings;
+    std::shared_ptr<Settings>* settings = nullptr;
 };
+constinit Current current;
 
-Current& current() {
-    static NeverDestroyed<Current> instance;
-    return *instance;
+// ---- Failures of reading -------------------------------------------------------------------------------------------
+
+int codeOf(int systemError) {
+    switch (systemError) {
+        case ENOENT:
+        case ENOTDIR:
+            return static_cast<int>(ERROR_FILE_NOT_FOUND);
+        case ENOMEM:
+            return static_cast<int>(ERROR_NOT_ENOUGH_MEMORY);
+        default:
+            return static_cast<int>(ERROR_ACCESS_DENIED);
+    }
 }
 
-int openError(int systemError) {
-    return static_cast<int>(systemError == ENOENT || systemError == ENOTDIR ? ERROR_FILE_NOT_FOUND
-                                                                            : ERROR_ACCESS_DENIED);
+// Whether reading the same file again may well succeed.
+bool isPassing(int systemError) {
+    return systemError == EMFILE || systemError == ENFILE || systemError == ENOMEM || systemError == EIO ||
+           systemError == EAGAIN || systemError == ESTALE;
+}
+
+// ---- Who may write the settings ------------------------------------------------------------------------------------
+
+// Why a file must not decide what this process trusts; empty when it may.
+std::string faultOf(const std::string& path, const struct stat& file) {
+    if (const char* const why = whyUntrusted(file)) {
+        return why;
+    }
+    struct stat link {};
+    struct stat directory {};
+    if (::lstat(path.c_str(), &link) != 0 || ::stat(directoryOf(path).c_str(), &directory) != 0) {
+        return std::generic_category().message(errno);
+    }
+    if (S_ISLNK(link.st_mode) && link.st_uid != 0 && link.st_uid != ::geteuid()) {
+        return "is a link of another user";
+    }
+    const char* const why = whyUntrustedAbove(directory);
+    return why == nullptr ? std::string() : std::string("its directory ") + why;
 }
 
 // The message is one line whatever stands in the file.
@@ -43,36 +79,61 @@ std::string oneLine(std::string text) {
 std::shared_ptr<Settings> Settings::read(const std::string& path, bool mayBeMissing) {
     auto settings = std::make_shared<Settings>();
     settings->path_ = path;
-    int systemError = 0;
-    std::optional<std::string> const text = readWholeFile(path, systemError);
-    if (!text) {
-        int const code = openError(systemError);
-        if (!mayBeMissing || code != static_cast<int>(ERROR_FILE_NOT_FOUND)) {
-            settings->fail(code, {}, std::generic_category().message(systemError));
-        }
-        return settings;
-    }
+    settings->mayBeMissing_ = mayBeMissing;
     try {
-        settings->table_ = toml::parse(*text, path);
+        settings->readFile();
     } catch (const toml::parse_error& failure) {
         settings->fail(static_cast<int>(ERROR_BAD_FORMAT), failure.source().begin, failure.description());
+    } catch (const std::bad_alloc&) {
+        settings->isPassing_ = true;
+        settings->fail(static_cast<int>(ERROR_NOT_ENOUGH_MEMORY), {}, "out of memory");
     }
     return settings;
 }
 
-std::shared_ptr<Settings> Settings::inForce() {
-    Current& process = current();
-    std::scoped_lock const lock(process.mutex);
-    if (process.settings == nullptr) {
-        process.settings = read(kDefaultFile, true);
+void Settings::readFile() {
+    int systemError = 0;
+    std::optional<WholeFile> const file = readWholeFile(path_, kMaximumTomlSize, systemError);
+    if (!file) {
+        if (int const code = codeOf(systemError); !mayBeMissing_ || code != static_cast<int>(ERROR_FILE_NOT_FOUND)) {
+            isPassing_ = isPassing(systemError);
+            fail(code, {}, std::generic_category().message(systemError));
+        }
+        return;
     }
-    return process.settings;
+    if (std::string const fault = faultOf(path_, file->status); !fault.empty()) {
+        fail(static_cast<int>(ERROR_ACCESS_DENIED), {}, fault);
+        return;
+    }
+    if (nestsTooDeep(file->content)) {
+        fail(static_cast<int>(ERROR_BAD_FORMAT), {}, "tables and keys nest too deep");
+        return;
+    }
+    table_ = toml::parse(file->content, path_);
+}
+
+std::shared_ptr<Settings> Settings::inForce() {
+    std::scoped_lock const lock(current.mutex);
+    if (current.settings == nullptr) {
+        current.settings = new std::shared_ptr<Settings>;
+    }
+    std::shared_ptr<Settings>& settings = *current.settings;
+    if (settings == nullptr || settings->wantsAnotherTry_) {
+        settings = settings == nullptr ? read(kDefaultFile, true) : read(settings->path_, settings->mayBeMissing_);
+    }
+    return settings;
 }
 
 void Settings::putInForce(std::shared_ptr<Settings> settings) {
-    Current& process = current();
-    std::scoped_lock const lock(process.mutex);
-    process.settings.swap(settings);
+    std::scoped_lock const lock(current.mutex);
+    if (current.settings == nullptr) {
+        current.settings = new std::shared_ptr<Settings>;
+    }
+    current.settings->swap(settings);
+}
+
+void Settings::tryAgain() noexcept {
+    wantsAnotherTry_ = isPassing_;
 }
 
 const toml::node* Settings::find(std::string_view path) const {
@@ -101,6 +162,11 @@ void Settings::fail(int code, const toml::source_position& position, std::string
     if (error_.code != 0) {
         return;
     }
+    // First what counts: the words below take memory, which may be what is wanting.
+    error_.code = code;
+    error_.line = position.line;
+    error_.column = position.column;
+    broken_.store(true, std::memory_order_release);
     std::string message = path_;
     if (position.line != 0) {
         message += ":" + std::to_string(position.line) + ":" + std::to_string(position.column);
@@ -108,16 +174,13 @@ void Settings::fail(int code, const toml::source_position& position, std::string
     message += ": ";
     message += reason;
     message = oneLine(std::move(message));
-    error_.code = code;
-    error_.line = position.line;
-    error_.column = position.column;
     message.copy(error_.message, sizeof error_.message - 1);
-    broken_.store(true, std::memory_order_release);
 }
 
 }  // namespace tallow::platform
 
 int support_settings_open(const char* path) {
+    tallow::platform::ForkGate const gate;
     try {
         auto settings =
             tallow::platform::Settings::read(path == nullptr ? tallow::platform::kDefaultFile : path, path == nullptr);
@@ -134,6 +197,7 @@ int support_settings_error(SUPPORT_SETTINGS_ERROR* error) {
     if (error == nullptr) {
         return static_cast<int>(ERROR_INVALID_PARAMETER);
     }
+    tallow::platform::ForkGate const gate;
     try {
         *error = tallow::platform::Settings::inForce()->error();
         return error->code;

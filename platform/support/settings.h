@@ -16,7 +16,8 @@ namespace tallow::platform {
 
 class Settings {
 public:
-    // Reads a file; a file that is missing is an empty one when `mayBeMissing`.
+    // Reads a file; a file that is missing is an empty one when `mayBeMissing`. One that cannot be read, that others
+    // may write, or that is no TOML gives settings that count as broken.
     static std::shared_ptr<Settings> read(const std::string& path, bool mayBeMissing);
 
     // The settings of the process, read from the default file when none were opened before.
@@ -30,11 +31,18 @@ public:
     SUPPORT_SETTINGS_ERROR error() const;
     // From now on the file counts as broken: a value of the wrong kind, met by a reader who would go on with a default.
     void breakAt(const toml::node& node, std::string_view reason);
+    // The caller has told its own caller that the file is broken. If only a resource was wanting when the file was
+    // read, the next one to ask for the settings in force reads it again; until then nobody goes on with defaults.
+    void tryAgain() noexcept;
 
 private:
+    void readFile();
     void fail(int code, const toml::source_position& position, std::string_view reason);
 
     std::string path_;
+    bool mayBeMissing_ = false;
+    bool isPassing_ = false;  // what broke the file was no fault of its content
+    std::atomic<bool> wantsAnotherTry_{false};
     toml::table table_;
     std::atomic<bool> broken_{false};
     mutable std::mutex mutex_;

@@ -2,6 +2,7 @@
 #include <cstring>
 #include <string>
 
+#include "platform/support/fork_gate.h"
 #include "platform/support/settings.h"
 
 namespace {
@@ -18,6 +19,7 @@ int withSettings(const char* path, const void* output, Read read) {
     if (path == nullptr || output == nullptr) {
         return code(ERROR_INVALID_PARAMETER);
     }
+    tallow::platform::ForkGate const gate;
     try {
         std::shared_ptr<Settings> const settings = Settings::inForce();
         return read(*settings);
@@ -61,8 +63,11 @@ int failText(int error, size_t* size, const char* buffer) {
 
 template <typename Fetch>
 int readText(const char* path, size_t* size, char* buffer, const char* expected, Fetch fetch) {
-    return withSettings(path, size, [&](Settings& settings) {
+    int const result = withSettings(path, size, [&](Settings& settings) {
         if (settings.broken()) {
+            if (buffer != nullptr) {
+                settings.tryAgain();
+            }
             return failText(code(ERROR_BAD_FORMAT), size, buffer);
         }
         const toml::node* const node = settings.find(path);
@@ -75,6 +80,8 @@ int readText(const char* path, size_t* size, char* buffer, const char* expected,
         }
         return copyOut(value, size, buffer);
     });
+    // A size query that fails for want of memory must not pass for an absent key either.
+    return result == code(ERROR_NOT_ENOUGH_MEMORY) && size != nullptr ? failText(result, size, buffer) : result;
 }
 
 bool fetchString(const toml::node& node, std::string& value) {

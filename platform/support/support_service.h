@@ -40,6 +40,7 @@ typedef const wchar_t* LPCWSTR;
 // Last errors of the general kind. Values of the other kinds stand in crypto_service.h.
 #define ERROR_SUCCESS 0U
 #define ERROR_FILE_NOT_FOUND 2U
+#define ERROR_TOO_MANY_OPEN_FILES 4U
 #define ERROR_ACCESS_DENIED 5U
 #define ERROR_INVALID_HANDLE 6U
 #define ERROR_NOT_ENOUGH_MEMORY 8U
@@ -66,9 +67,11 @@ TALLOW_EXPORT void SetLastError(DWORD code);
 // support_settings_open. The path "\config\cades\ocsppolicy\NonceLength" names the value NonceLength of the table
 // [config.cades.ocsppolicy]; names are compared exactly. A missing default file is an empty one.
 //
-// A file that cannot be read or does not parse never passes for an empty one. While it is in force, every read fails
-// with ERROR_BAD_FORMAT, except that the size queries of the two text reads succeed with size 0 and their second step
-// fails: callers take a failing size query for an absent key, and would go on with defaults.
+// A file that cannot be read, does not parse, or that others than root and the user running the process may write never
+// passes for an empty one. While it is in force, every read fails with ERROR_BAD_FORMAT, except that the size queries
+// of the two text reads succeed with size 0 and their second step fails: callers take a failing size query for an
+// absent key, and would go on with defaults. When only memory or a descriptor was wanting, the read after such a second
+// step reads the file again.
 
 // Reads the file `path` (UTF-8) and puts it in the place of the settings in force, for the whole process; null names
 // the default file. Returns 0, or an error (ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_BAD_FORMAT), which

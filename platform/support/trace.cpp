@@ -19,6 +19,7 @@
 #include <string>
 #include <utility>
 
+#include "platform/support/fork_gate.h"
 #include "platform/support/support_service.h"
 
 struct TSupportDbContext_ {
@@ -26,6 +27,8 @@ struct TSupportDbContext_ {
 };
 
 namespace {
+
+using tallow::platform::ForkGate;
 
 constexpr unsigned int kAskSettings = 0x80000000U;  // no level bit: the settings have not been looked at
 constexpr unsigned int kAllLevels = 127;
@@ -207,6 +210,7 @@ void writeWhole(const std::string& line) {
 }  // namespace
 
 void tallow::platform::traceFollowsSettings() noexcept {
+    ForkGate const gate;
     std::scoped_lock const lock(sinkMutex);
     if (!forced) {
         activeLevels.store(kAskSettings, std::memory_order_release);
@@ -235,6 +239,7 @@ int support_print_is(TSupportDbContext_* context, unsigned int level) {
     }
     unsigned int levels = activeLevels.load(std::memory_order_acquire);
     if (levels == kAskSettings) {
+        ForkGate const gate;
         try {
             levels = askSettings();
         } catch (...) {
@@ -251,6 +256,7 @@ void support_dprint_print_(TSupportDbContext_* context, const char* format, cons
         return;
     }
     int const savedErrno = errno;
+    ForkGate const gate;
     va_list arguments;
     va_start(arguments, function);
     try {
@@ -276,6 +282,7 @@ int support_trace_open(unsigned int levels, const char* path) {
             return static_cast<int>(errno == ENOENT || errno == ENOTDIR ? ERROR_FILE_NOT_FOUND : ERROR_ACCESS_DENIED);
         }
     }
+    ForkGate const gate;
     std::scoped_lock const lock(sinkMutex);
     replaceSink(descriptor);
     forced = levels != 0;

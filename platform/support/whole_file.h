@@ -1,15 +1,36 @@
-// Reading a file whole, with the system's own error when that fails.
+// Reading files and directories whole, with the system's own error when that fails. A failure is never an empty result:
+// callers decide what a file that cannot be read means.
 #pragma once
+
+#include <sys/stat.h>
 
 #include <cstddef>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace tallow::platform {
 
 inline constexpr size_t kMaximumFileSize = size_t{64} << 20;
 
-// The content, or nothing and the errno value: EFBIG above kMaximumFileSize, so that no device fills the memory.
-std::optional<std::string> readWholeFile(const std::string& path, int& systemError);
+struct WholeFile {
+    std::string content;
+    struct stat status {};  // of the file that was opened, taken before the first octet was read
+};
+
+// The content, or nothing and the errno value: EFBIG above `largest`, so that no device fills the memory, ESTALE for a
+// file that changed while it was read.
+std::optional<WholeFile> readWholeFile(const std::string& path, size_t largest, int& systemError);
+
+struct DirectoryListing {
+    struct stat status {};
+    std::vector<std::string> names;  // sorted, without those that begin with a dot
+};
+
+// The entries of a directory, or nothing and the errno value.
+std::optional<DirectoryListing> readDirectory(const std::string& path, int& systemError);
+
+// Whether two times of a file's status are the same.
+bool isSame(const timespec& left, const timespec& right) noexcept;
 
 }  // namespace tallow::platform

@@ -1,5 +1,6 @@
 // `store` on folders of its own: what it adds the library trusts, what it removes no longer.
 #include <gmock/gmock.h>
+#include <sys/stat.h>
 
 #include <filesystem>
 
@@ -53,6 +54,26 @@ TEST(Store, IsTheUsersOrTheMachinesWhereTheSettingsOrTheHomeSay) {
     const std::vector<std::string> add = {TALLOW_COMMAND, "store", "add", "CA", root, "--settings", empty};
     ASSERT_EQ(testkit::run(add, 30000, {"XDG_DATA_HOME=" + tallow.folder().file("data")}).exitStatus, 0);
     EXPECT_TRUE(std::filesystem::exists(tallow.folder().file("data/tallow/stores/CA/" + name)));
+}
+
+// A root that others can write is no root, and whoever wonders why nothing is trusted is told.
+TEST(Store, DoesNotCountWhereOthersMayWrite) {
+    const Command tallow;
+    const Responder responder(responderOptions(certs().markless));
+    tallow.with({"store", "add", "CA", tallow.file("root.crl", makeCrl(certs().root, {}))});
+    const mode_t before = ::umask(0);
+    tallow.with({"store", "add", "ROOT", tallow.file("root.pem", certs().root)});
+    ::umask(before);
+    EXPECT_EQ(checkGood(tallow, responder.url()), 0) << "whatever the umask of whoever added it";
+    const std::string roots = tallow.folder().file("user/ROOT");
+    ASSERT_EQ(::chmod(roots.c_str(), 0777), 0);
+    const ProcessResult check =
+        tallow.checkUntrusting({"--url", responder.url(), tallow.file("good.pem", certs().good)});
+    EXPECT_EQ(check.exitStatus, 3);
+    EXPECT_THAT(check.err, HasSubstr(roots + ": can be written by others"));
+    const ProcessResult list = tallow.with({"store", "list", "ROOT"});
+    EXPECT_EQ(list.out, "");
+    EXPECT_EQ(numLines(list.err), 1U) << list.err;
 }
 
 // What somebody keeps together is not torn apart, and what is of no use is told and left alone.

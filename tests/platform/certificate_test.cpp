@@ -6,6 +6,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/crypto/certificate.h"
 #include "tests/platform/certificate_fixture.h"
 #include "tests/support/pki.h"
 #include "tests/support/tlv.h"
@@ -127,6 +128,25 @@ TEST(Certificate, RefusesWhatIsNoCertificate) {
     }
     EXPECT_EQ(CertCreateCertificateContext(0, good.data(), static_cast<DWORD>(good.size())), nullptr);
     EXPECT_EQ(GetLastError(), E_INVALIDARG);
+}
+
+TEST(Certificate, IsNeverValidWithTimesThatCannotBeRead) {
+    auto const withTimes = [](const char* to) {
+        Bytes bytes = Pki::shared().good.certificate;
+        Bytes const header = fromHex("170D");
+        auto const at = std::search(bytes.begin(), bytes.end(), header.begin(), header.end());
+        std::ranges::copy(std::string_view(to), at + 2);
+        return bytes;
+    };
+    for (const Bytes& row : {withTimes("991301000000Z"), withTimes("990101000000+"), withTimes("99 101000000Z"),
+                             withTimes("990230000000Z"), withTimes("990101006000Z")}) {
+        ContextPtr const context = testkit::context(row);
+        ASSERT_NE(context, nullptr);
+        FILETIME const& last = context->pCertInfo->NotAfter;
+        EXPECT_EQ(std::uint64_t{last.dwHighDateTime} << 32U | last.dwLowDateTime, 0U);
+        EXPECT_EQ(context->pCertInfo->NotBefore.dwHighDateTime, static_cast<DWORD>(INT32_MAX));
+        EXPECT_EQ(tallow::platform::Certificate::of(context.get())->x509(), nullptr) << "and is in no chain";
+    }
 }
 
 // Under the sanitizers this finds a read outside the bytes; else it finds a crash.

@@ -4,6 +4,7 @@
 #include <openssl/ui.h>
 #include <sys/stat.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 #include <vector>
@@ -173,6 +174,40 @@ TEST_F(PrivateKey, IsPickedFromSeveralInOnePkcs12File) {
         EXPECT_EQ(open(path, pin), NTE_BAD_PUBLIC_KEY);
         use(Pki::shared().good);
     }
+}
+
+// A file chooses how its key is encrypted, and how much work opening it takes.
+TEST_F(PrivateKey, ThatCannotBeOpenedHereIsNotCalledAWrongPin) {
+    use(Pki::shared().good);
+    auto const pfx = [&](const char* name, std::vector<std::string> more) {
+        more.insert(more.begin(), {"pkcs12", "-export", "-inkey", plain_, "-in", own_, "-passout", "pass:1234"});
+        return made(name, more);
+    };
+    // A million rounds become eight, of the MAC as well.
+    auto const costly = [&](const std::string& file) {
+        Bytes bytes = readFile(file);
+        Bytes const million = {0x02, 0x03, 0x0F, 0x42, 0x40};
+        auto at = std::search(bytes.begin(), bytes.end(), million.begin(), million.end());
+        EXPECT_NE(at, bytes.end());
+        for (; at != bytes.end(); at = std::search(at, bytes.end(), million.begin(), million.end())) {
+            *(at + 2) = 0x7F;
+        }
+        return folder_.write("costly", bytes);
+    };
+    std::string const weak = "PBE-SHA1-RC2-40";
+    EXPECT_EQ(open(pfx("old.p12", {"-legacy"}), "1234"), 0U) << "its certificates alone are closed so";
+    EXPECT_EQ(sign(), 0U);
+    EXPECT_EQ(open(pfx("rc2.p12", {"-legacy", "-keypbe", weak, "-certpbe", weak}), "1234"), ERROR_NOT_SUPPORTED);
+    EXPECT_EQ(open(pfx("rc2.p12", {"-legacy", "-keypbe", weak, "-certpbe", weak}), "wrong"), SCARD_W_WRONG_CHV);
+    EXPECT_EQ(open(costly(pfx("much.p12", {"-iter", "1000000"})), "1234"), ERROR_NOT_SUPPORTED);
+    std::string const der = costly(made("much.der", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:1234", "-iter",
+                                                     "1000000", "-outform", "DER"}));
+    EXPECT_EQ(open(der, "1234"), ERROR_NOT_SUPPORTED);
+    EXPECT_EQ(open(folder_.write("much.pem", toPem(readFile(der), "ENCRYPTED PRIVATE KEY")), "1234"),
+              ERROR_NOT_SUPPORTED);
+    std::string const des = made("des.pem", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:1234", "-v1",
+                                             "PBE-MD5-DES", "-provider", "legacy", "-provider", "default"});
+    EXPECT_EQ(open(des, "1234"), ERROR_NOT_SUPPORTED);
 }
 
 TEST_F(PrivateKey, OnATokenOpensWithOneTryOfThePin) {

@@ -5,6 +5,7 @@
 #include <thread>
 #include <vector>
 
+#include "tests/platform/environment_fixture.h"
 #include "tests/platform/settings_fixture.h"
 
 namespace testkit {
@@ -137,6 +138,65 @@ TEST(Settings, ReportAFileThatCannotBeRead) {
     SettingsFile const settings("");
     EXPECT_EQ(support_settings_error(&error), 0);
     EXPECT_STREQ(error.message, "");
+}
+
+TEST(Settings, ThatOthersCanHaveWrittenCountAsBroken) {
+    TempDir const folder;
+    std::string const file = folder.write("d/settings.toml", "a = 1\n");
+    std::string const directory = folder.file("d");
+    struct Row {
+        std::string path;
+        mode_t mode;
+        bool ofAnother;
+        bool counts;
+    };
+    for (const Row& row : {Row{file, 0600, false, true}, Row{file, 0620, false, false}, Row{file, 0602, false, false},
+                           Row{file, 0644, true, false}, Row{directory, 0777, false, false},
+                           Row{directory, 01777, false, true}, Row{directory, 0755, true, false}}) {
+        Changed const changed(row.path, row.mode, row.ofAnother);
+        if (changed.isDone()) {
+            EXPECT_EQ(support_settings_open(file.c_str()) == 0, row.counts) << row.path << std::oct << row.mode;
+            EXPECT_EQ(readText(support_registry_get_string, "\\b") == "<second error 11>", !row.counts);
+        }
+    }
+    SettingsFile const restored("");
+}
+
+TEST(Settings, ThatNestTooDeepAreRefusedBeforeTheyAreParsed) {
+    auto const repeated = [](std::string_view text, int count) {
+        std::string all;
+        for (int i = 0; i < count; ++i) {
+            all += text;
+        }
+        return all;
+    };
+    struct Row {
+        std::string content;
+        int result;
+    };
+    for (const Row& row : {
+             Row{"[" + repeated("a.", 100000) + "a]\n", kBroken},
+             Row{repeated("a.", 100000) + "a = 1\n", kBroken},
+             Row{"x = {" + repeated("a.b = {", 50000) + repeated("}", 50001) + "\n", kBroken},
+             Row{"x = " + repeated("[", 100000) + repeated("]", 100000) + "\n", kBroken},
+             Row{"a.b.c = \"" + repeated("[a.\\\"", 1000) + "\" # " + repeated("{.", 1000) + "\n", 0},
+             Row{"a = '''" + repeated("[.\"\n", 1000) + "'''\nb = [1.5" + repeated(", 1.5", 1000) + "]\n", 0},
+             Row{repeated("[[d.e]]\nx.y = [\n# [.\n]\n", 1000), 0},
+         }) {
+        SettingsFile const settings(row.content);
+        EXPECT_EQ(settings.result(), row.result) << row.content.substr(0, 40);
+    }
+}
+
+TEST(Settings, AreReadAgainWhenOnlyADescriptorWasWanting) {
+    SettingsFile const settings("a = \"x\"\n");
+    {
+        NoDescriptors const none;
+        EXPECT_EQ(support_settings_open(settings.path().c_str()), static_cast<int>(ERROR_ACCESS_DENIED));
+    }
+    // A caller is told first, so that no policy is made of defaults in part.
+    EXPECT_EQ(readText(support_registry_get_string, "\\a"), "<second error 11>");
+    EXPECT_EQ(readText(support_registry_get_string, "\\a"), "x");
 }
 
 TEST(Settings, TakeAValueOfTheWrongKindForAMistakeInTheFile) {

@@ -1,13 +1,16 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
+#include <array>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string>
 #include <vector>
 
-#include "platform/crypto/store.h"
+#include "platform/crypto/chain_sources.h"
 #include "tests/platform/certificate_fixture.h"
+#include "tests/platform/environment_fixture.h"
 #include "tests/platform/settings_fixture.h"
 #include "tests/support/pki.h"
 #include "tests/support/tlv.h"
@@ -51,10 +54,7 @@ TEST_F(SystemStore, ShowsTheFilesOfBothFoldersInPemAndDer) {
 }
 
 TEST_F(SystemStore, PassesOverWhatIsNeitherCertificateNorCrl) {
-    folder_.write("user/CA/a.pem", "-----BEGIN CERTIFICATE-----\nAAAA\n-----END CERTIFICATE-----\n");
-    folder_.write("user/CA/b.pem", pki_.good.key.pem());
     folder_.write("user/CA/c.der", "hello");
-    folder_.write("user/CA/d", "");
     folder_.write("user/CA/.hidden.pem", pki_.ca.certificatePem());
     folder_.write("user/CA/sub/e.pem", pki_.ca.certificatePem());
     // The one certificate that counts, between two blocks that do not, and with a side file that does not parse.
@@ -62,6 +62,158 @@ TEST_F(SystemStore, PassesOverWhatIsNeitherCertificateNorCrl) {
     folder_.write("user/CA/z.pem", broken + pki_.root.certificatePem() + "-----BEGIN CERTIFICATE-----\nMIIB\n");
     folder_.write("user/CA/z.toml", "ocsp = [\nkey = ");
     EXPECT_EQ(all(open("CA")), std::vector<Bytes>{pki_.root.certificate});
+}
+
+// What one file holds: certificates, CRLs, other things, broken ones, and whether a CRL may be among the latter.
+std::string read(const Bytes& content, const char* name) {
+    std::array<int, 5> counts{};
+    crypto_read_store_content(
+        content.data(), static_cast<DWORD>(content.size()), name,
+        [](const CRYPTO_STORE_ITEM* item, void* context) {
+            auto& met = *static_cast<std::array<int, 5>*>(context);
+            ++met.at(item->dwKind);
+            met[0] |= item->fMayBeCrl;
+        },
+        &counts);
+    std::string const text =
+        std::to_string(counts[1]) + std::to_string(counts[2]) + std::to_string(counts[3]) + std::to_string(counts[4]);
+    return text + (counts[0] != 0 ? " crl?" : "");
+}
+
+TEST_F(SystemStore, ReadsEveryFormOfAFileInOneWay) {
+    std::string const pem = pki_.ca.certificatePem();
+    Bytes const crl = makeCrl(pki_.ca, {});
+    std::string const crlPem = toPem(crl, "X509 CRL");
+    CertificateSpec spec;
+    spec.extensions = {{"1.2.3.4", bytesOf(std::string_view("\n" + pem))}};
+    Bytes const carrier = selfSigned(spec).certificate;
+    Bytes const& ca = pki_.ca.certificate;
+    auto const cut = [](const Bytes& bytes) { return Bytes(bytes.begin(), bytes.end() - 1); };
+    auto const text = [](const std::string& content) { return bytesOf(std::string_view(content)); };
+    auto const withCrLf = [](std::string lines) {
+        for (size_t at = lines.find('\n'); at != std::string::npos; at = lines.find('\n', at + 2)) {
+            lines.insert(at, 1, '\r');
+        }
+        return lines;
+    };
+    Bytes both = ca;
+    both.insert(both.end(), crl.begin(), crl.end());
+    struct Row {
+        const char* what;
+        std::string expected;
+        Bytes content;
+        const char* name = "a";
+    };
+    for (const Row& row : {
+             Row{"PEM inside a DER certificate", "1000", carrier},
+             Row{"the same, cut", "0010", cut(carrier)},
+             Row{"a CRL in DER", "0100", crl},
+             Row{"joined blocks", "1100", text(pem.substr(0, pem.size() - 1) + crlPem)},
+             Row{"CR LF, text and a byte order mark", "2000", text("\xEF\xBB\xBFnote\r\n" + withCrLf(pem + pem))},
+             Row{"the older label", "1000", text(toPem(ca, "X509 CERTIFICATE"))},
+             Row{"a label that carries trust", "0010", text(toPem(ca, "TRUSTED CERTIFICATE"))},
+             Row{"a CRL under a wrong label", "0100", text(toPem(crl, "CERTIFICATE"))},
+             Row{"a certificate under a wrong label", "0001 crl?", text(toPem(ca, "X509 CRL"))},
+             Row{"a block cut off before another", "1001", text(pem.substr(0, 90) + pem)},
+             Row{"a CRL cut off behind a certificate", "1001 crl?", text(pem + crlPem.substr(0, 90))},
+             Row{"a label cut off", "1001 crl?", text(pem + "-----BEGIN X5")},
+             Row{"a CRL in DER, cut", "0001 crl?", cut(crl)},
+             Row{"DER behind DER", "0001 crl?", both},
+             Row{"a PKCS #7", "0010 crl?", text(toPem(crl, "PKCS7"))},
+             Row{"a key", "0010", text(pki_.ca.key.pem())},
+             Row{"text", "0010", text("hello")},
+             Row{"text that should be a CRL", "0001 crl?", text("404 not found"), "/x/ca.crl"},
+             Row{"nothing", "0001 crl?", {}, "a.pem"},
+             Row{"zeros", "0001 crl?", Bytes(500)},
+         }) {
+        EXPECT_EQ(read(row.content, row.name), row.expected) << row.what;
+    }
+}
+
+// Whether a chain built now would know that a CRL may be missing.
+bool mayLackCrl() {
+    return tallow::platform::chainSources(nullptr, nullptr).crlsIncomplete;
+}
+
+TEST_F(SystemStore, NeverTakesAFileThatCannotBeReadForAnEmptyOne) {
+    folder_.write("user/CA/a.crl", makeCrl(pki_.ca, {}));
+    EXPECT_FALSE(mayLackCrl());
+    {
+        NoDescriptors const none;
+        EXPECT_TRUE(mayLackCrl());
+        EXPECT_EQ(open("CA"), nullptr);
+        EXPECT_EQ(GetLastError(), ERROR_TOO_MANY_OPEN_FILES);
+    }
+    EXPECT_FALSE(mayLackCrl());
+    EXPECT_EQ(tallow::platform::chainSources(nullptr, nullptr).crls.size(), 1U);
+    // The directory opens, the file does not: a link to nowhere, and to itself.
+    std::filesystem::path const link = folder_.path() / "user" / "CA" / "b";
+    for (const auto& target : {folder_.path() / "nothing", link}) {
+        std::filesystem::create_symlink(target, link);
+        EXPECT_TRUE(mayLackCrl()) << target;
+        StorePtr const store = open("CA");
+        EXPECT_TRUE(tallow::platform::Store::of(store.get())->mayLackCrl());
+        std::filesystem::remove(link);
+    }
+    folder_.write("user/ROOT/broken.crl", "half a download");
+    EXPECT_TRUE(mayLackCrl());
+    std::filesystem::remove_all(folder_.path() / "user" / "ROOT");
+    std::filesystem::remove_all(folder_.path() / "user" / "CA");
+    EXPECT_FALSE(mayLackCrl());
+    folder_.write("user/CA", "in the way");
+    EXPECT_TRUE(mayLackCrl());
+}
+
+TEST_F(SystemStore, TrustsNoRootThatOthersCanHaveWritten) {
+    std::string const root = folder_.write("machine/ROOT/a.pem", pki_.root.certificatePem());
+    folder_.write("machine/CA/a.pem", pki_.root.certificatePem());
+    std::string const side = folder_.write("machine/CA/a.toml", "ocsp = [\"http://127.0.0.1/\"]");
+    std::string const bundle = folder_.write("bundle.pem", pki_.ca.certificatePem());
+    std::string const roots = folder_.file("machine/ROOT");
+    std::string const stores = folder_.file("machine");
+    struct Row {
+        std::string path;
+        mode_t mode;
+        bool ofAnother;
+        size_t numRoots;
+    };
+    for (const Row& row : {Row{root, 0644, false, 2}, Row{root, 0664, false, 1}, Row{root, 0646, false, 1},
+                           Row{root, 0644, true, 1}, Row{roots, 0775, false, 1}, Row{roots, 01777, false, 1},
+                           Row{roots, 0755, true, 1}, Row{stores, 0777, false, 1}, Row{stores, 01777, false, 2},
+                           Row{stores, 01777, true, 1}, Row{bundle, 0666, false, 1}, Row{bundle, 0644, true, 1}}) {
+        Changed const changed(row.path, row.mode, row.ofAnother);
+        if (changed.isDone()) {
+            EXPECT_EQ(all(open("ROOT", kMachine)).size(), row.numRoots) << row.path << std::oct << row.mode;
+            EXPECT_EQ(all(open("CA", kMachine)).size(), 1U) << "what is signed needs no trust in its file";
+        }
+    }
+    Changed const changed(side, 0666, false);
+    StorePtr const cas = open("CA", kMachine);
+    ContextPtr const first(CertEnumCertificatesInStore(cas.get(), nullptr));
+    EXPECT_TRUE(property(first.get(), CERT_CA_OCSP_AUTHORITY_INFO_ACCESS_PROP_ID).empty());
+    std::string const here = std::filesystem::relative(stores).string();
+    SettingsFile const relative("[crypto]\nsystem_roots = false\nmachine_stores = \"" + here + "\"\n");
+    EXPECT_TRUE(all(open("ROOT", kMachine)).empty()) << here;
+}
+
+TEST_F(SystemStore, TakesNothingFromTheHomeOfAnotherUser) {
+    folder_.write("home/.local/share/tallow/stores/CA/a.pem", pki_.ca.certificatePem());
+    SettingsFile const settings("[crypto]\nsystem_roots = false\nmachine_stores = \"\"\n");
+    const char* const home = std::getenv("HOME");
+    std::string const before = home == nullptr ? "" : home;
+    ::unsetenv("XDG_DATA_HOME");
+    ::setenv("HOME", folder_.file("home").c_str(), 1);
+    EXPECT_EQ(all(open("CA")).size(), 1U);
+    if (Changed const changed(folder_.file("home"), 0755, true); changed.isDone()) {
+        EXPECT_EQ(open("CA"), nullptr);
+        std::string told;
+        crypto_list_store(
+            "ROOT", CERT_SYSTEM_STORE_CURRENT_USER,
+            [](const CRYPTO_STORE_ITEM* item, void* text) { *static_cast<std::string*>(text) += item->szProblem; },
+            &told);
+        EXPECT_NE(told.find("another user"), std::string::npos) << told;
+    }
+    ::setenv("HOME", before.c_str(), 1);
 }
 
 TEST_F(SystemStore, NeitherWaitsForNorFollowsWhatIsNoFile) {

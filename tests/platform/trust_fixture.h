@@ -121,6 +121,14 @@ public:
         dir_.write("machine/" + file, identity.certificatePem());
     }
 
+    // Puts a file there in one step, also over another one.
+    void put(const std::string& file, const Bytes& content) const {
+        const std::string part = dir_.write("part/" + file, content);
+        const std::filesystem::path target = dir_.file("machine/" + file);
+        std::filesystem::create_directories(target.parent_path());
+        std::filesystem::rename(part, target);
+    }
+
 private:
     TempDir dir_;
 };

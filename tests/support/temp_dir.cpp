@@ -1,5 +1,7 @@
 #include "tests/support/temp_dir.h"
 
+#include <sys/stat.h>
+
 #include <cstdlib>
 #include <fstream>
 #include <iterator>
@@ -9,6 +11,7 @@
 namespace testkit {
 
 TempDir::TempDir() {
+    ::umask(::umask(0) | S_IWGRP | S_IWOTH);  // settings and roots that a group may write do not count
     std::string pattern = (std::filesystem::temp_directory_path() / "tallow-test-XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr) {
         throw std::runtime_error("cannot make a temporary folder");

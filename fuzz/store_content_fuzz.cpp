@@ -1,0 +1,25 @@
+// The content of a file of a store, as crypto_read_store_content reads it: DER, PEM blocks, and the guess whether what
+// is neither may be a CRL. What is told must lie in the bounds that it names.
+#include <cstddef>
+#include <cstdint>
+#include <cstdlib>
+#include <cstring>
+
+#include "platform/crypto/crypto_service.h"
+
+namespace {
+
+void look(const CRYPTO_STORE_ITEM* item, void* /*context*/) {
+    bool const isFound = item->dwKind == CRYPTO_STORE_ITEM_CERTIFICATE || item->dwKind == CRYPTO_STORE_ITEM_CRL;
+    if (isFound != (item->cbEncoded != 0) || isFound != (item->szProblem == nullptr) ||
+        (isFound && item->pbEncoded[0] != 0x30) || (!isFound && std::strlen(item->szProblem) == 0)) {
+        std::abort();
+    }
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
+    static_cast<void>(crypto_read_store_content(data, static_cast<DWORD>(size), "a.crl", look, nullptr));
+    return 0;
+}

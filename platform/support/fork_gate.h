@@ -1,0 +1,32 @@
+// Lets fork() happen only while no thread is inside a service call, so that the child never inherits a lock, ours or
+// OpenSSL's, whose owner does not exist there.
+//
+// Every exported function that locks or leads into OpenSSL holds a gate; gates nest. fork() waits for the threads
+// inside, for a second at most: a thread may be waiting for the very one that forks. A call that waits for a network
+// opens the gate meanwhile with ForkGate::Outside. After the second fork() goes ahead, and the child must not use the
+// services.
+#pragma once
+
+namespace tallow::platform {
+
+class ForkGate {
+public:
+    ForkGate() noexcept;
+    ~ForkGate();
+    ForkGate(const ForkGate&) = delete;
+    ForkGate& operator=(const ForkGate&) = delete;
+
+    // While the object lives, the thread counts as being outside all its gates: it holds no lock.
+    class Outside {
+    public:
+        Outside() noexcept;
+        ~Outside();
+        Outside(const Outside&) = delete;
+        Outside& operator=(const Outside&) = delete;
+
+    private:
+        unsigned int depth_;
+    };
+};
+
+}  // namespace tallow::platform

@@ -1,0 +1,39 @@
+// A value that is made when it is first needed and then kept. Only success is kept: a failure, such as one for want of
+// memory, is tried again by the next caller. Takes no lock, so a process forked at any moment can go on with it;
+// threads that come at the same moment may each make one, and one of them stays.
+#pragma once
+
+#include <atomic>
+#include <memory>
+
+namespace tallow::platform {
+
+template <typename Owner>
+class MadeOnce {
+public:
+    using Pointer = typename Owner::pointer;
+
+    MadeOnce() noexcept = default;
+    MadeOnce(const MadeOnce&) = delete;
+    MadeOnce& operator=(const MadeOnce&) = delete;
+    ~MadeOnce() { Owner const last(value_.load(std::memory_order_relaxed)); }
+
+    // The kept value, else what `make` gives now; null when that failed.
+    template <typename Make>
+    Pointer get(Make make) {
+        Pointer kept = value_.load(std::memory_order_acquire);
+        if (kept != nullptr) {
+            return kept;
+        }
+        Owner made = make();
+        if (made != nullptr && value_.compare_exchange_strong(kept, made.get(), std::memory_order_acq_rel)) {
+            return made.release();
+        }
+        return kept;  // another thread's; null when nothing was made
+    }
+
+private:
+    std::atomic<Pointer> value_{nullptr};
+};
+
+}  // namespace tallow::platform

@@ -1,0 +1,53 @@
+// What goes wrong around a process, for as long as an object lives.
+#pragma once
+
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <string>
+#include <utility>
+
+namespace testkit {
+
+// No descriptor is left for the process.
+class NoDescriptors {
+public:
+    NoDescriptors() {
+        ::getrlimit(RLIMIT_NOFILE, &before_);
+        rlimit const none{3, before_.rlim_max};
+        ::setrlimit(RLIMIT_NOFILE, &none);
+    }
+    ~NoDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }
+    NoDescriptors(const NoDescriptors&) = delete;
+    NoDescriptors& operator=(const NoDescriptors&) = delete;
+
+private:
+    rlimit before_{};
+};
+
+// A file with another mode, or of another user. Only root can give a file away: ask isDone().
+class Changed {
+public:
+    Changed(std::string path, mode_t mode, bool ofAnother) : path_(std::move(path)) {
+        constexpr uid_t kAnother = 12345;
+        ::stat(path_.c_str(), &before_);
+        isDone_ =
+            (!ofAnother || ::chown(path_.c_str(), kAnother, before_.st_gid) == 0) && ::chmod(path_.c_str(), mode) == 0;
+    }
+    ~Changed() {
+        static_cast<void>(::chown(path_.c_str(), before_.st_uid, before_.st_gid) == 0 &&
+                          ::chmod(path_.c_str(), before_.st_mode & 07777) == 0);
+    }
+    Changed(const Changed&) = delete;
+    Changed& operator=(const Changed&) = delete;
+
+    bool isDone() const { return isDone_; }
+
+private:
+    std::string path_;
+    struct stat before_ {};
+    bool isDone_ = false;
+};
+
+}  // namespace testkit

@@ -1,0 +1,164 @@
+// What is left of the verdicts when memory is wanting at any one place, and in a child that was forked while other
+// threads were in the middle of something. A process of its own for each case: the caches of this one stay cold.
+#include <gtest/gtest.h>
+#include <openssl/crypto.h>
+#include <sys/mman.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cstdlib>
+#include <new>
+#include <thread>
+
+#include "tests/platform/trust_fixture.h"
+
+namespace {
+
+// Counts down to the allocation that fails; below 0 none does.
+std::atomic<long> countdown{-1};
+
+bool isToFail() {
+    return countdown.load(std::memory_order_relaxed) >= 0 && countdown.fetch_sub(1) == 0;
+}
+
+void* allocateForOpenSsl(size_t size, const char* /*file*/, int /*line*/) {
+    return isToFail() ? nullptr : std::malloc(size);
+}
+void* reallocateForOpenSsl(void* block, size_t size, const char* /*file*/, int /*line*/) {
+    return isToFail() ? nullptr : std::realloc(block, size);
+}
+void freeForOpenSsl(void* block, const char* /*file*/, int /*line*/) {
+    std::free(block);
+}
+
+// Before OpenSSL allocates for the first time.
+[[gnu::constructor]] void takeAllocations() {
+    CRYPTO_set_mem_functions(allocateForOpenSsl, reallocateForOpenSsl, freeForOpenSsl);
+}
+
+void* allocate(size_t size) {
+    void* const block = isToFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
+    if (block == nullptr) {
+        throw std::bad_alloc();
+    }
+    return block;
+}
+
+}  // namespace
+
+void* operator new(size_t size) {
+    return allocate(size);
+}
+void* operator new[](size_t size) {
+    return allocate(size);
+}
+void operator delete(void* block) noexcept {
+    std::free(block);
+}
+void operator delete[](void* block) noexcept {
+    std::free(block);
+}
+void operator delete(void* block, size_t /*size*/) noexcept {
+    std::free(block);
+}
+void operator delete[](void* block, size_t /*size*/) noexcept {
+    std::free(block);
+}
+
+namespace testkit {
+namespace {
+
+class FailingProcess : public testing::Test {
+protected:
+    FailingProcess() {
+        world_.add("CA/ca.pem", pki_.ca);
+        world_.put("CA/ca.crl", makeCrl(pki_.ca, {{pki_.revoked.serial()}}));
+        world_.put("CA/root.crl", makeCrl(pki_.root, {}));
+    }
+    // The error status of the whole chain, or 1 when there is no chain.
+    DWORD judge(const ContextPtr& end) const {
+        CERT_CHAIN_PARA parameters{};
+        parameters.cbSize = sizeof parameters;
+        PCCERT_CHAIN_CONTEXT chain = nullptr;
+        if (CertGetCertificateChain(
+                nullptr, end.get(), nullptr, nullptr, &parameters,
+                CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT, nullptr,
+                &chain) == FALSE) {
+            EXPECT_NE(GetLastError(), 0U);
+            return 1;
+        }
+        return errorOf(ChainPtr(chain));
+    }
+    DWORD judgeFresh(const Identity& identity) const {
+        const ContextPtr end = context(identity.certificate);
+        return end == nullptr ? 1 : judge(end);
+    }
+    bool isRightNow() const {
+        return judgeFresh(pki_.good) == 0 && (judgeFresh(pki_.revoked) & CERT_TRUST_IS_REVOKED) != 0;
+    }
+
+    const Pki& pki_ = Pki::shared();
+    TrustWorld world_{{pki_.root}};
+};
+
+// Runs `body` in a child; its result, or 128 and the signal that ended it.
+template <typename Body>
+int inChild(Body body) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::alarm(20);
+        ::_exit(body());
+    }
+    int status = 0;
+    ::waitpid(child, &status, 0);
+    return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
+}
+
+TEST_F(FailingProcess, JudgesRightAgainAfterAnyOneAllocationFailed) {
+    constexpr long kNumPlaces = 250;  // evenly among all: some 8,000
+    enum { kRight, kWrongGood, kWrongAfterwards };
+    auto* const numAllocations = static_cast<std::atomic<long>*>(
+        ::mmap(nullptr, sizeof(std::atomic<long>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
+    const auto sweep = [&](long place) {
+        return inChild([&] {
+            countdown = place;
+            const DWORD revoked = judgeFresh(pki_.revoked);
+            static_cast<void>(judgeFresh(pki_.good));
+            *numAllocations = place - countdown;
+            countdown = -1;
+            return revoked == 0 ? kWrongGood : isRightNow() ? kRight : kWrongAfterwards;
+        });
+    };
+    ASSERT_EQ(sweep(1L << 40), kRight);
+    const long total = *numAllocations;
+    ASSERT_GT(total, kNumPlaces);
+    for (long i = 0; i < kNumPlaces; ++i) {
+        ASSERT_EQ(sweep(i * total / kNumPlaces), kRight) << "allocation " << i * total / kNumPlaces << " of " << total;
+    }
+}
+
+TEST_F(FailingProcess, JudgesInAChildThatWasForkedWhileThreadsWereBusy) {
+    std::atomic<bool> stop{false};
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 3; ++thread) {
+        threads.emplace_back([&, thread] {
+            for (int round = 0; !stop; ++round) {
+                CertificateSpec spec;
+                spec.commonName = std::to_string(thread) + "-" + std::to_string(round);
+                EXPECT_EQ(judgeFresh(issue(pki_.ca, spec)), 0U);
+                world_.put("CA/d" + std::to_string(thread) + ".crl", makeCrl(pki_.root, {}));
+            }
+        });
+    }
+    for (int i = 0; i < 40; ++i) {
+        EXPECT_EQ(inChild([&] { return isRightNow() ? 0 : 1; }), 0) << i;
+    }
+    stop = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+}
+
+}  // namespace
+}  // namespace testkit
