@@ -80,6 +80,9 @@ const char* remedyOfHttp(unsigned long httpStatus) {
 
 std::string describe(CRequest::Attempt const& attempt) {
     const std::string address = attempt.address.empty() ? "(empty address)" : utf8(attempt.address);
+    if (attempt.kind == CRequest::kRedirected) {
+        return address + ": redirected with HTTP status " + std::to_string(attempt.httpStatus);
+    }
     if (attempt.status != status::kHttpStatus) {
         return address + ": " + stepOf(attempt) + ": " + textOf(attempt.status);
     }
@@ -97,7 +100,8 @@ std::string describe(CRequest::Attempt const& attempt) {
 std::int32_t deepestRefusal(std::vector<CRequest::Attempt> const& attempts) {
     CRequest::Attempt const* best = nullptr;
     for (CRequest::Attempt const& attempt : attempts) {
-        if (attempt.status != 0 && (best == nullptr || attempt.level > best->level)) {
+        if (attempt.kind == CRequest::kAsked && attempt.status != 0 &&
+            (best == nullptr || attempt.level > best->level)) {
             best = &attempt;
         }
     }
@@ -105,12 +109,14 @@ std::int32_t deepestRefusal(std::vector<CRequest::Attempt> const& attempts) {
 }
 
 std::string summary(std::vector<CRequest::Attempt> const& attempts) {
+    std::size_t numAsked = 0;
     for (CRequest::Attempt const& attempt : attempts) {
-        if (whyUnreached(attempt) == nullptr) {
+        if (attempt.kind == CRequest::kAsked && whyUnreached(attempt) == nullptr) {
             return "no responder gave an answer to trust";
         }
+        numAsked += attempt.kind == CRequest::kAsked ? 1 : 0;
     }
-    return "none of " + std::to_string(attempts.size()) + " responders could be reached";
+    return "none of " + std::to_string(numAsked) + " responders could be reached";
 }
 
 }  // namespace
@@ -150,8 +156,16 @@ CheckError explainSend(std::int32_t code, CRequest const& request) {
         return {code, describe(attempts.front())};
     }
     std::string text = summary(attempts);
+    std::size_t numSkipped = 0;
     for (CRequest::Attempt const& attempt : attempts) {
-        text += " | " + describe(attempt);
+        if (attempt.kind == CRequest::kSkipped) {
+            ++numSkipped;
+        } else {
+            text += " | " + describe(attempt);
+        }
+    }
+    if (numSkipped != 0) {
+        text += " | " + std::to_string(numSkipped) + " more not asked: " + textOf(status::kNotAsked);
     }
     return {code, text};
 }

@@ -2,6 +2,7 @@
 
 #include "cli/answer.h"
 #include "cli/safe_text.h"
+#include "client/policy/address_text.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 
@@ -9,6 +10,7 @@ namespace tallow::cli {
 
 using Orvane::PKI::OCSP::Client::CRequest;
 using Orvane::PKI::OCSP::Client::CResponse;
+using Orvane::PKI::OCSP::Client::withoutCredentials;
 
 Judge::Judge(CRequest& request, void* store, CheckResult& result)
     : request_(request), stores_{store}, verifier_(request, stores_, 1), result_(result) {}
@@ -41,7 +43,7 @@ unsigned long Judge::entryIn(CResponse const& response) const {
 // After "unknown" the next responder is asked, and what that one knows outweighs it; nothing else is followed by a
 // further answer.
 void Judge::accept(CertificateState state, CResponse const& response) {
-    result_.responder = utf8(request_.get_OCSPAddress());
+    result_.responder = utf8(withoutCredentials(request_.get_OCSPAddress()));
     describeEntry(response, entryIn(response), result_);
     result_.state = state;
     accepted_ = true;

@@ -6,6 +6,7 @@
 #include "cli/output.h"
 #include "cli/run_inputs.h"
 #include "cli/safe_text.h"
+#include "client/policy/address_text.h"
 #include "client/request/request.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -17,6 +18,7 @@ namespace {
 
 using Orvane::PKI::OCSP::CResponseMessage;
 using Orvane::PKI::OCSP::Client::CRequest;
+using Orvane::PKI::OCSP::Client::withoutCredentials;
 
 // What the octets are, in a few words.
 std::string whatAnswered(const Orvane::CBlob& answer) {
@@ -76,7 +78,7 @@ Outcome runSend(const SendOptions& options) {
         const Orvane::CBlob answer = request.get_Response();
         Outcome outcome = failure == status::kOk ? Outcome() : failed(options.request, explainSend(failure, request));
         if (answer.cbData() != 0) {
-            outcome.out = safeLine(options.url) + ": " + whatAnswered(answer) + '\n';
+            outcome.out = safeLine(utf8(withoutCredentials(wide(options.url)))) + ": " + whatAnswered(answer) + '\n';
             keep(answer, options.output, outcome);
         }
         return outcome;

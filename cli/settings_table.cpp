@@ -5,6 +5,8 @@
 #include <string_view>
 #include <vector>
 
+#include "cli/safe_text.h"
+#include "client/policy/address_text.h"
 #include "platform/support/support_service.h"
 
 namespace tallow::cli {
@@ -150,12 +152,18 @@ std::string quoted(std::string_view value) {
     return toml + '"';
 }
 
+// The texts of policy are addresses, names of algorithms and thumbprints: a login in an address is not shown.
+std::string shown(std::string_view value, const Setting& setting) {
+    return std::string_view(setting.table) == kPolicy ? utf8(Orvane::PKI::OCSP::Client::withoutCredentials(wide(value)))
+                                                      : std::string(value);
+}
+
 // Strings one behind the other, each with its terminator.
-std::string quotedList(std::string_view value) {
+std::string quotedList(std::string_view value, const Setting& setting) {
     std::string toml = "[";
     while (!value.empty()) {
         const std::string_view element = value.substr(0, value.find('\0'));
-        toml += (toml.size() == 1 ? "" : ", ") + quoted(element);
+        toml += (toml.size() == 1 ? "" : ", ") + quoted(shown(element, setting));
         value.remove_prefix(element.size() + 1);
     }
     return toml + "]";
@@ -182,7 +190,10 @@ SettingValue readTexts(const Setting& setting) {
     const bool isList = setting.kind == SettingKind::kTexts;
     const std::optional<std::string> value =
         readBytes(isList ? support_registry_get_multi_string : support_registry_get_string, pathOf(setting));
-    return value ? SettingValue{isList ? quotedList(*value) : quoted(*value), true, false} : SettingValue{};
+    if (!value) {
+        return {};
+    }
+    return {isList ? quotedList(*value, setting) : quoted(shown(*value, setting)), true, false};
 }
 
 SettingValue read(const Setting& setting) {

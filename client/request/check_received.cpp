@@ -147,6 +147,7 @@ std::int32_t CRequest::VerifyCertificate(_CERT_CONTEXT const* certificate, void*
                                          unsigned long storeCount) const {
     const ATL2::CCertContext used = impl_->certificateToCheck(certificate, stores, storeCount);
     const ATL2::CCertStore collection = collectStores(impl_->Certificates, stores, storeCount);
+    const NetworkCheck check(impl_->downloads());
     const ATL2::CCertChainContext chain = buildChain(
         used.get(), {.flags = CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT | CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE,
                      .additional = collection.get()});

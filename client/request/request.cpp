@@ -184,6 +184,7 @@ ASN1::CExtensions const* CRequest::get_AdditionalExtensions() const {
 void CRequest::put_OCSPAddress(wchar_t const* address) {
     impl_->HTTPParams.OCSPAddress = given(address);
     impl_->OCSPAddressSet = true;
+    impl_->AddressIsNamed = true;
 }
 
 wchar_t const* CRequest::get_OCSPAddress() const {
@@ -294,6 +295,10 @@ CBlob CRequest::get_Response() const {
 
 unsigned long CRequest::get_HTTPStatus() const {
     return impl_->HTTPParams.HTTPStatus;
+}
+
+bool CRequest::get_Proven() const {
+    return impl_->Proven;
 }
 
 std::vector<CRequest::Attempt> const& CRequest::get_Attempts() const {
