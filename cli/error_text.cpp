@@ -116,7 +116,8 @@ std::string summary(std::vector<CRequest::Attempt> const& attempts) {
         }
         numAsked += attempt.kind == CRequest::kAsked ? 1 : 0;
     }
-    return "none of " + std::to_string(numAsked) + " responders could be reached";
+    return numAsked == 1 ? "the only responder asked could not be reached"
+                         : "none of " + std::to_string(numAsked) + " responders could be reached";
 }
 
 }  // namespace
