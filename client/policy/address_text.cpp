@@ -73,11 +73,14 @@ std::wstring normalForm(std::wstring_view address) {
     std::wstring head(address.substr(0, end));
     std::transform(head.begin(), head.end(), head.begin(), lower);
     const std::wstring_view port = isHttps ? L":443" : L":80";
-    if (head.ends_with(port)) {
-        head.resize(head.size() - port.size());
-    }
-    while (head.size() > start && head.back() == L'.') {
-        head.pop_back();
+    for (std::size_t before = 0; before != head.size();) {
+        before = head.size();
+        if (head.ends_with(port)) {
+            head.resize(head.size() - port.size());
+        }
+        if (head.size() > start && head.back() == L'.') {
+            head.pop_back();
+        }
     }
     const std::wstring_view path = address.substr(end);
     return head + (path.starts_with(L'/') ? L"" : L"/") + std::wstring(path);

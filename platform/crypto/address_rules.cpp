@@ -39,14 +39,15 @@ AddressClass classOf4(std::uint32_t address) noexcept {
 
 using Octets6 = std::array<std::uint8_t, 16>;
 
+constexpr std::size_t kNone = 16;
+
 struct Range6 {
     Octets6 network;
     int sizePrefix;             // bits
     AddressClass addressClass;  // of the range itself
-    int embedded;               // octet at which an IPv4 address begins; -1: there is none
+    std::size_t embedded;       // octet at which an IPv4 address begins; kNone: there is none
     std::uint8_t mask;          // that its octets are combined with (Teredo inverts them)
 };
-constexpr int kNone = -1;
 // In order: the unspecified and the loopback address come before the range of compatible addresses that contains them.
 constexpr Range6 kRanges6[] = {
     {{}, 128, AddressClass::kSpecial, kNone, 0},                                                // unspecified
@@ -80,8 +81,8 @@ AddressClass classOf6(const Octets6& address) noexcept {
             continue;
         }
         std::uint32_t embedded = 0;
-        for (int i = 0; range.embedded != kNone && i < 4; ++i) {
-            embedded = embedded << 8 | (address[static_cast<std::size_t>(range.embedded + i)] ^ range.mask);
+        for (std::size_t i = 0; range.embedded != kNone && i < 4; ++i) {
+            embedded = embedded << 8 | (address[range.embedded + i] ^ range.mask);
         }
         return range.embedded == kNone ? range.addressClass : std::max(range.addressClass, classOf4(embedded));
     }
