@@ -85,6 +85,9 @@ const char* remedyOfHttp(unsigned long httpStatus) {
 
 std::string describe(CRequest::Attempt const& attempt, const std::vector<RejectedResponse>& rejected) {
     const std::string address = attempt.address.empty() ? "(empty address)" : withoutPassword(utf8(attempt.address));
+    if (attempt.kind == CRequest::kRedirected) {
+        return address + ": redirected with HTTP status " + std::to_string(attempt.httpStatus);
+    }
     for (const RejectedResponse& row : rejected) {
         if (row.address == attempt.address && row.rejection.code == attempt.status) {
             return address + ": verification: " + explain(row.rejection).text;
@@ -107,7 +110,8 @@ std::string describe(CRequest::Attempt const& attempt, const std::vector<Rejecte
 std::int32_t deepestRefusal(std::vector<CRequest::Attempt> const& attempts) {
     CRequest::Attempt const* best = nullptr;
     for (CRequest::Attempt const& attempt : attempts) {
-        if (attempt.status != 0 && (best == nullptr || attempt.level > best->level)) {
+        if (attempt.kind == CRequest::kAsked && attempt.status != 0 &&
+            (best == nullptr || attempt.level > best->level)) {
             best = &attempt;
         }
     }
@@ -115,12 +119,15 @@ std::int32_t deepestRefusal(std::vector<CRequest::Attempt> const& attempts) {
 }
 
 std::string summary(std::vector<CRequest::Attempt> const& attempts) {
+    std::size_t numAsked = 0;
     for (CRequest::Attempt const& attempt : attempts) {
-        if (whyUnreached(attempt) == nullptr) {
+        if (attempt.kind == CRequest::kAsked && whyUnreached(attempt) == nullptr) {
             return "no responder gave an answer to trust";
         }
+        numAsked += attempt.kind == CRequest::kAsked ? 1 : 0;
     }
-    return "none of " + std::to_string(attempts.size()) + " responders could be reached";
+    return numAsked == 1 ? "the only responder asked could not be reached"
+                         : "none of " + std::to_string(numAsked) + " responders could be reached";
 }
 
 }  // namespace
@@ -168,8 +175,16 @@ CheckError explainSend(std::int32_t code, CRequest const& request, const std::ve
         return {code, describe(attempts.front(), rejected)};
     }
     std::string text = summary(attempts);
+    std::size_t numSkipped = 0;
     for (CRequest::Attempt const& attempt : attempts) {
-        text += " | " + describe(attempt, rejected);
+        if (attempt.kind == CRequest::kSkipped) {
+            ++numSkipped;
+        } else {
+            text += " | " + describe(attempt, rejected);
+        }
+    }
+    if (numSkipped != 0) {
+        text += " | " + std::to_string(numSkipped) + " more not asked: " + textOf(status::kNotAsked);
     }
     return {code, text};
 }

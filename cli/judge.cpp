@@ -5,6 +5,7 @@
 #include "cli/answer.h"
 #include "cli/response_proof.h"
 #include "cli/safe_text.h"
+#include "client/policy/address_text.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 
@@ -13,6 +14,7 @@ namespace tallow::cli {
 using Orvane::PKI::OCSP::CCertStatus;
 using Orvane::PKI::OCSP::Client::CRequest;
 using Orvane::PKI::OCSP::Client::CResponse;
+using Orvane::PKI::OCSP::Client::withoutCredentials;
 
 Judge::Judge(CRequest const& request, Question question, void* store, CheckResult& result)
     : request_(request), question_(std::move(question)), stores_{store}, result_(result) {}
@@ -28,7 +30,7 @@ std::int32_t Judge::OnResponse(CResponse const& response) {
     std::variant<Finding, Rejection> verdict = verdictOn(response);
     if (auto* rejection = std::get_if<Rejection>(&verdict)) {
         const std::int32_t code = rejection->code;
-        rejected_.push_back({request_.get_OCSPAddress(), std::move(*rejection)});
+        rejected_.push_back({withoutCredentials(request_.get_OCSPAddress()), std::move(*rejection)});
         return code;
     }
     const Finding& finding = std::get<Finding>(verdict);

@@ -117,6 +117,9 @@ constexpr Setting kSettings[] = {
     number(kCrypto, "max_crl_bytes", "16777216", 1, kLargestBody),
     number(kCrypto, "max_crl_age", nullptr, 1, kTenYears),
     number(kCrypto, "crl_cache_max_age", "86400", 0, kTenYears),
+    number(kCrypto, "check_timeout_ms", "60000", 1, kLongestMs),
+    number(kCrypto, "max_responders", "8", 1, 100),
+    flag(kCrypto, "refuse_private_addresses", "false"),
     flag(kTrace, "enabled", "false"),
     number(kTrace, "levels", "127"),
     text(kTrace, "file", "\"\""),
@@ -161,12 +164,18 @@ std::string quoted(std::string_view value) {
     return toml + '"';
 }
 
+// The texts of policy are addresses, names of algorithms and thumbprints: a login in an address is not shown.
+std::string shown(std::string_view value, const Setting& setting) {
+    return std::string_view(setting.table) == kPolicy ? utf8(Orvane::PKI::OCSP::Client::withoutCredentials(wide(value)))
+                                                      : std::string(value);
+}
+
 // Strings one behind the other, each with its terminator.
-std::string quotedList(std::string_view value) {
+std::string quotedList(std::string_view value, const Setting& setting) {
     std::string toml = "[";
     while (!value.empty()) {
         const std::string_view element = value.substr(0, value.find('\0'));
-        toml += (toml.size() == 1 ? "" : ", ") + quoted(element);
+        toml += (toml.size() == 1 ? "" : ", ") + quoted(shown(element, setting));
         value.remove_prefix(element.size() + 1);
     }
     return toml + "]";
@@ -194,7 +203,10 @@ SettingValue readTexts(const Setting& setting) {
     const bool isList = setting.kind == SettingKind::kTexts;
     const std::optional<std::string> value =
         readBytes(isList ? support_registry_get_multi_string : support_registry_get_string, pathOf(setting));
-    return value ? SettingValue{isList ? quotedList(*value) : quoted(*value), true, false} : SettingValue{};
+    if (!value) {
+        return {};
+    }
+    return {isList ? quotedList(*value, setting) : quoted(shown(*value, setting)), true, false};
 }
 
 SettingValue read(const Setting& setting) {

@@ -1,9 +1,12 @@
 #include "client/policy/address_masks.h"
 
+#include <algorithm>
 #include <array>
 #include <cstdint>
+#include <string>
 #include <string_view>
 
+#include "client/policy/address_text.h"
 #include "foundation/trace.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -34,22 +37,28 @@ constexpr std::array<DeniedAuthType, 5> kDeniedAuthTypes = {{
     {16, &P::AuthSSLDenyNegotiate, &P::AuthDenyNegotiate, &P::ProxyAuthSSLDenyNegotiate, &P::ProxyAuthDenyNegotiate},
 }};
 
+bool isAuthDenied(const CRequestPolicy& policy, Word DeniedAuthType::*kind, long authType) {
+    return std::any_of(kDeniedAuthTypes.begin(), kDeniedAuthTypes.end(),
+                       [&](const DeniedAuthType& row) { return row.authType == authType && policy.*(row.*kind); });
+}
+
 // The scheme of an address is read exactly, case included; an address of any other form has no words.
-void checkAuthType(const CRequestPolicy& policy, std::wstring_view address, long authType, Word DeniedAuthType::*https,
-                   Word DeniedAuthType::*http, std::int32_t refusal) {
-    Word DeniedAuthType::*kind = nullptr;
-    if (address.starts_with(kHttps)) {
-        kind = https;
-    } else if (address.starts_with(kHttp)) {
-        kind = http;
-    } else {
-        return;
-    }
-    for (const DeniedAuthType& row : kDeniedAuthTypes) {
-        if (row.authType == authType && policy.*(row.*kind)) {
-            ATL::AtlThrowImpl(refusal);
-        }
-    }
+bool isAuthDenied(const CRequestPolicy& policy, std::wstring_view address, long authType, Word DeniedAuthType::*https,
+                  Word DeniedAuthType::*http) {
+    return address.starts_with(kHttps)  ? isAuthDenied(policy, https, authType)
+           : address.starts_with(kHttp) ? isAuthDenied(policy, http, authType)
+                                        : false;
+}
+
+bool isProxyAuthDenied(const CRequestPolicy& policy, const ExchangeTraits& exchange) {
+    return isAuthDenied(policy, exchange.proxyAddress, exchange.proxyAuthType, &DeniedAuthType::httpsProxy,
+                        &DeniedAuthType::httpProxy);
+}
+
+// It does not matter whether a proxy is used at all: with the list set, an exchange without one is refused unless the
+// list holds the empty text. The list thus also forces a proxy.
+bool isProxyListed(const CRequestPolicy& policy, const ExchangeTraits& exchange) {
+    return !policy.AllowedProxies.setted() || policy.AllowedProxies.Find(exchange.proxyAddress);
 }
 
 }  // namespace
@@ -62,16 +71,43 @@ void checkHttpPolicies(const CRequestPolicy& policy, const ExchangeTraits& excha
     if (policy.DeniedOCSPs.setted() && policy.DeniedOCSPs.Find(exchange.ocspAddress)) {
         ATL::AtlThrowImpl(status::kAddressRefused);
     }
-    // Nobody asks whether a proxy is used at all: with the list set, an exchange without one is refused unless the list
-    // holds the empty text. The list thus also forces a proxy.
-    if (policy.AllowedProxies.setted() && !policy.AllowedProxies.Find(exchange.proxyAddress)) {
+    if (!isProxyListed(policy, exchange)) {
         ATL::AtlThrowImpl(status::kAddressRefused);
     }
-    checkAuthType(policy, exchange.ocspAddress, exchange.ocspAuthType, &DeniedAuthType::httpsResponder,
-                  &DeniedAuthType::httpResponder, status::kResponderAuthRefused);
-    checkAuthType(policy, exchange.proxyAddress, exchange.proxyAuthType, &DeniedAuthType::httpsProxy,
-                  &DeniedAuthType::httpProxy, status::kProxyAuthRefused);
+    if (isAuthDenied(policy, exchange.ocspAddress, exchange.ocspAuthType, &DeniedAuthType::httpsResponder,
+                     &DeniedAuthType::httpResponder)) {
+        ATL::AtlThrowImpl(status::kResponderAuthRefused);
+    }
+    if (isProxyAuthDenied(policy, exchange)) {
+        ATL::AtlThrowImpl(status::kProxyAuthRefused);
+    }
     TALLOW_TRACE("CheckPolicies", "Checking HTTP policies... OK.\n");
+}
+
+void checkRedirectPolicies(const CRequestPolicy& policy, const ExchangeTraits& exchange) {
+    checkHttpPolicies(policy, exchange);
+    const std::wstring target = normalForm(exchange.ocspAddress);
+    for (const std::wstring& denied : policy.DeniedOCSPs.values()) {
+        if (normalForm(denied) == target) {
+            ATL::AtlThrowImpl(status::kAddressRefused);
+        }
+    }
+}
+
+bool mayUseProxy(const CRequestPolicy& policy, const ExchangeTraits& exchange) {
+    return isProxyListed(policy, exchange) && !isProxyAuthDenied(policy, exchange);
+}
+
+std::uint32_t permittedAuthSchemes(const CRequestPolicy& policy, const wchar_t* address, bool isProxy) {
+    const bool isHttps = normalForm(address).starts_with(kHttps);
+    Word DeniedAuthType::*const kind = isProxy   ? (isHttps ? &DeniedAuthType::httpsProxy : &DeniedAuthType::httpProxy)
+                                       : isHttps ? &DeniedAuthType::httpsResponder
+                                                 : &DeniedAuthType::httpResponder;
+    std::uint32_t schemes = 0;
+    for (const DeniedAuthType& row : kDeniedAuthTypes) {
+        schemes |= policy.*(row.*kind) ? 0 : static_cast<std::uint32_t>(row.authType);  // the numbers are bits
+    }
+    return schemes;
 }
 
 bool beginsWithHttps(const wchar_t* address) noexcept {

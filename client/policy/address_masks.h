@@ -2,6 +2,8 @@
 // and the refused authentication schemes by kind of server.
 #pragma once
 
+#include <cstdint>
+
 #include "client/policy/request_policy.h"
 
 namespace Orvane::PKI::OCSP::Client {
@@ -18,6 +20,18 @@ struct ExchangeTraits {
 /// 0xC2110102 for the proxy's. Addresses are compared exactly, case included; an address that begins with neither
 /// "http://" nor "https://" has no scheme words.
 void checkHttpPolicies(const CRequestPolicy& policy, const ExchangeTraits& exchange);
+
+/// The same for the target of a redirect, which an untrusted server chose: DeniedOCSPs is compared in normal form too
+/// (see normalForm), so that another spelling does not get around it.
+void checkRedirectPolicies(const CRequestPolicy& policy, const ExchangeTraits& exchange);
+
+/// Whether policy permits this proxy, or going without one where it is empty: the part of checkHttpPolicies that is
+/// about the proxy, without an exception and without a trace.
+[[nodiscard]] bool mayUseProxy(const CRequestPolicy& policy, const ExchangeTraits& exchange);
+
+/// The schemes that policy does not deny for a login at a responder, or a proxy: CRYPTO_AUTH_... bits. The words for
+/// https count for an address of that scheme, case ignored, and those for http for every other.
+[[nodiscard]] std::uint32_t permittedAuthSchemes(const CRequestPolicy& policy, const wchar_t* address, bool isProxy);
 
 /// Whether an address is for the SSL defaults and words: it begins with "https://" exactly.
 [[nodiscard]] bool beginsWithHttps(const wchar_t* address) noexcept;

@@ -192,6 +192,7 @@ std::int32_t CRequest::VerifyCertificate(_CERT_CONTEXT const* certificate, void*
                                          unsigned long storeCount) const try {
     const ATL2::CCertContext used = impl_->certificateToCheck(certificate, stores, storeCount);
     const ATL2::CCertStore collection = collectStores(impl_->Certificates, stores, storeCount);
+    const NetworkCheck check(impl_->downloads());
     // The requestor wrote the addresses in these certificates. They are contacted only for a chain that leads to a
     // trusted root without them, or requests from anybody could make this side send requests to internal addresses.
     const ATL2::CCertChainContext atHand = buildChain(used.get(), {.flags = kAtHand, .additional = collection.get()});

@@ -139,6 +139,7 @@ void CRequest::Impl::put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CER
 // The slot is one for the whole object and what is there already wins: a second certificate named without its issuer is
 // taken to be of the first one's issuer, unchecked. Callers that ask about several issuers name each.
 void CRequest::Impl::findIssuerByChain(_CERT_CONTEXT const* certificate) {
+    const NetworkCheck check(downloads());
     ATL2::CCertContext found = issuerByChain(certificate);
     if (!IssuerCertificate) {
         IssuerCertificate = std::move(found);
@@ -165,6 +166,7 @@ bool CRequest::put_OCSPAddressFromCertAIA(_CERT_CONTEXT const* certificate, unsi
             if (index-- == 0) {
                 wchar_t const* address = description.get_accessLocation().get_uniformResourceIdentifier();
                 put_OCSPAddress(address == nullptr ? L"" : address);
+                impl_->AddressIsNamed = false;
                 return true;
             }
         }

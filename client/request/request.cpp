@@ -206,6 +206,7 @@ ASN1::CExtensions const* CRequest::get_AdditionalExtensions() const {
 void CRequest::put_OCSPAddress(wchar_t const* address) try {
     impl_->HTTPParams.OCSPAddress = given(address);
     impl_->OCSPAddressSet = true;
+    impl_->AddressIsNamed = true;
 } catch (...) {
     ASN1::rethrowAsStatus();
 }
@@ -328,6 +329,10 @@ CBlob CRequest::get_Response() const try { return impl_->ResponseBytes; } catch 
 
 unsigned long CRequest::get_HTTPStatus() const {
     return impl_->HTTPParams.HTTPStatus;
+}
+
+bool CRequest::get_Proven() const {
+    return impl_->Proven;
 }
 
 std::vector<CRequest::Attempt> const& CRequest::get_Attempts() const {

@@ -3,7 +3,7 @@
 //   CRequest request(certificate, issuer);               // both _CERT_CONTEXT const*
 //   request.put_OCSPAddress(L"http://ocsp.example/");    // or leave it to the certificate's own addresses
 //   CResponse const& response = request.Send(true);      // throws when nobody answers
-//   bool proven = request.get_Attempts().back().status == 0;   // false for an answer that was refused, see Send
+//   if (!request.get_Proven()) ...                       // Send may also return a response that was refused
 //
 // A request starts open; building it (Send, Export) fixes its bytes until something of the message changes; signing it
 // freezes it: what changes the message then throws kRequestSigned. A request is used by one thread at a time.
@@ -52,14 +52,25 @@ public:
         kFlagCacheOnly = 0x4,   ///< nothing goes to the network
     };
 
-    /// One attempt of the last Send at one responder.
+    /// What an entry of get_Attempts is about.
+    enum AttemptKind : std::uint32_t {
+        kAsked,       ///< an attempt; after redirects, its last address
+        kRedirected,  ///< an address that redirected to that of the next entry
+        kSkipped,     ///< a responder that was not asked: the limits of one check were reached
+    };
+
+    /// One attempt of the last Send at one responder, or one address on the way to it.
     struct Attempt {
-        std::wstring address;
-        std::int32_t status = 0;       ///< 0 when the attempt passed, else why it failed or was refused
+        AttemptKind kind = kAsked;
+        std::wstring address;          ///< without user name and password
+        std::int32_t status = 0;       ///< 0 when the attempt passed, else why it failed or was refused; never 0 for
+                                       ///< another kind: kHttpStatus (redirected), kNotAsked (skipped)
         unsigned long level = 0;       ///< how far it got: 1 address policy, 2 exchange, 3 HTTP status, 4 decoding, 5
                                        ///< response status, 6 producedAt, 7 thisUpdate and verification
         unsigned long httpStatus = 0;  ///< 0 when no answer came
-        std::uint32_t lastError = 0;   ///< the service's last error when no answer came, else 0
+        std::uint32_t lastError = 0;   ///< the service's last error in this attempt when no answer came, else 0
+        bool fromCache = false;        ///< the answer came from the service's cache
+        std::uint32_t skippedDownloads = 0;  ///< issuer certificates and CRLs not fetched because a limit was reached
     };
 
     // ---- Make -------------------------------------------------------------------------------------------------------
@@ -129,10 +140,12 @@ public:
     // None of these is part of the message: they work on a signed request too. Texts are copied; a null text throws
     // kInvalidArgument, except for the proxy's address. Getters return pointers that live until the value changes.
 
-    /// Fixes the responder: Send then asks it alone.
+    /// Fixes the responder: Send then asks it alone. A user name and password in it are sent when the responder asks
+    /// for them, with a scheme that policy does not deny (AuthDeny..., AuthSSLDeny...).
     void put_OCSPAddress(wchar_t const* address);
-    /// Takes the `index`-th OCSP address of the certificate. False, and no change, when there are not that many; what
-    /// the decoder throws for a malformed extension.
+    /// Takes the `index`-th OCSP address of the certificate, which Send then trusts no more than one it finds by
+    /// itself: it may not contain a user name or name a link-local address. False, and no change, when there are not
+    /// that many; what the decoder throws for a malformed extension.
     bool put_OCSPAddressFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index);
     wchar_t const* get_OCSPAddress() const;
     void put_OCSPAuthType(enumAuthTypes type);
@@ -181,13 +194,20 @@ public:
     ///
     /// `verify` true proves every answer (see CVerifyingResponseHandler::OnResponse); false leaves that to the caller.
     ///
-    /// **A return is no proof.** When the last of several addresses failed, or was of another kind than OCSP, and the
-    /// deepest attempt before it brought an answer that a handler or the verification refused, that answer is returned
-    /// as the best at hand. An answer that passed is told by the last attempt: get_Attempts().back().status is 0 for
-    /// it and for nothing else. So look there, or verify the response returned, before believing it.
-    /// Throws: policy refusals (0xC2110101 to 0xC2110111), kCryptNotFound for an entry that names no certificate,
-    /// kNoResponder, kHttpStatus, kNotSuccessful, kNotCurrent, kThisUpdateTooOld, what CResponse::Import throws, what
-    /// the handlers refuse with, kCertificateRevoked for a revoked certificate.
+    /// **A return is no proof; get_Proven() tells.** An ordinary certificate names its responder first and then, as an
+    /// entry of another kind, its issuer's certificate. When the responder's answer is refused, by the verification or
+    /// by the handler, the list ends with an entry that is no responder, and the refused answer is returned as the best
+    /// at hand, without an exception. The same happens when the last of several responders fails. So use the response
+    /// only if get_Proven() is true, or verify it yourself.
+    ///
+    /// All of it is one check (docs/security.md): the exchanges, redirects, downloads and the verification end after
+    /// check_timeout_ms, and at most max_responders addresses of the certificate are asked. What was left out is listed
+    /// in get_Attempts. A cached answer that is refused is removed, and the responder asked without the cache; the
+    /// handler then sees two responses of it.
+    ///
+    /// Throws: policy refusals (0xC2110101 to 0xC2110111), kAddressHasCredentials, kCryptNotFound for an entry that
+    /// names no certificate, kNoResponder, kHttpStatus, kNotSuccessful, kNotCurrent, kThisUpdateTooOld, what
+    /// CResponse::Import throws, what the handlers refuse with, kCertificateRevoked for a revoked certificate.
     CResponse const& Send(bool verify);
 
     /// The DER request, built if needed. Writes its size to `*size`, which must not be null; with a non-null `buffer`
@@ -287,7 +307,12 @@ public:
     /// The HTTP status of the last exchange; 456 when a cached exchange got no answer, 0 before any exchange.
     unsigned long get_HTTPStatus() const;
 
-    /// The attempts of the last Send, in order; valid until the next one.
+    /// Whether the response that the last Send returned was verified by it, found to prove every asked certificate
+    /// good, and refused by no handler. False after Send(false), after a Send that threw, for a response that was
+    /// returned although it was refused, and for a copy of the request.
+    [[nodiscard]] bool get_Proven() const;
+
+    /// The attempts of the last Send, in order, with every redirect; valid until the next one.
     std::vector<Attempt> const& get_Attempts() const;
 
     /// The store handle of certificates that travelled with the request; owned by the request, and replaced when

@@ -39,6 +39,7 @@ void CRequest::Impl::ClearRequest() {
     ResponseHandler = nullptr;
     Nonce.clear();
     HTTPParams.HTTPStatus = 0;
+    Proven = false;
     UseNonce = false;
     DisableProducedAtCheck = false;
     UseAcceptableResponses = false;
@@ -64,6 +65,7 @@ CRequest::Impl& CRequest::Impl::operator=(Impl const& source) {
         Certificates = source.Certificates;
     }
     OCSPAddressSet = source.OCSPAddressSet;
+    AddressIsNamed = source.AddressIsNamed;
     UseNonce = source.UseNonce;
     DisableProducedAtCheck = source.DisableProducedAtCheck;
     UseAcceptableResponses = source.UseAcceptableResponses;
@@ -107,6 +109,18 @@ void CRequest::Impl::CheckPolicies(bool http) const {
                                 .useAcceptableResponses = UseAcceptableResponses,
                                 .isSigned = !SignatureAlgorithmOID.empty()});
     }
+}
+
+DownloadRules CRequest::Impl::downloads() const {
+    DownloadRules rules;
+    rules.proxy = HTTPParams.ProxyAddress;
+    if (!HTTPParams.ProxyUserName.empty()) {
+        rules.credentials = HTTPParams.ProxyUserName + L':' + HTTPParams.ProxyPassword;
+    }
+    rules.proxyAuthSchemes = permittedAuthSchemes(*Policy, rules.proxy.c_str(), true);
+    rules.mayDownload = mayUseProxy(
+        *Policy, {.proxyAddress = rules.proxy.c_str(), .proxyAuthType = static_cast<long>(HTTPParams.ProxyAuthType)});
+    return rules;
 }
 
 void CRequest::Impl::guard() const {

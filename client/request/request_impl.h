@@ -18,6 +18,7 @@
 #include "client/request/request.h"
 #include "client/request/win_http_params.h"
 #include "client/response/response.h"
+#include "client/transport/network_check.h"
 #include "handles/cert_context.h"
 #include "handles/cert_store.h"
 #include "handles/crypto_handles.h"
@@ -83,9 +84,12 @@ struct CRequest::Impl {
     ASN1::CAuthorityInfoAccessSyntax GetOCSPAddressFromIssuerCertProp() const;
 
     CResponse const& Send(bool verify);
+    // How downloads that this request causes go: through its proxy, where policy permits it.
+    DownloadRules downloads() const;
 
     CRequest& Owner;
     bool OCSPAddressSet = false;
+    bool AddressIsNamed = true;  // the caller or the administrator chose OCSPAddress, not a certificate
     bool UseNonce = false;
     bool DisableProducedAtCheck = false;
     bool UseAcceptableResponses = false;
@@ -116,19 +120,48 @@ struct CRequest::Impl {
     PolicyBinding<CRequestPolicy> Policy;
     CVerifyingResponseHandler VerifyingHandler;
     bool MessageMode = false;
-    std::vector<Attempt> Attempts;  // of the last Send, for whoever has to explain its outcome
+    std::vector<Attempt> Attempts;  // of the last Send, to explain its outcome
+    bool Proven = false;            // the response that the last Send returned passed the verifying handler
 
 private:
+    struct Candidates {
+        ASN1::CAuthorityInfoAccessSyntax list;
+        std::size_t numOwn = 0;  // of the certificate itself, at the front; the others are the administrator's
+    };
+
+    // What is known of the attempt under way, beyond Level and HTTPParams.
+    struct Progress {
+        std::wstring hop;                    // the address a redirect led to; empty before any
+        std::int32_t hopRefusal = 0;         // why policy refused that address
+        std::uint32_t lastError = 0;         // of the exchange
+        bool fromCache = false;              // the service answered from its cache
+        std::uint32_t skippedDownloads = 0;  // of the check, when the attempt began
+    };
+
     void SendOCSPRequest();
+    CBlob exchange();
+    void requirePermittedLogin() const;
+    static BOOL onRedirect(void* request, wchar_t const* target, DWORD httpStatus);
+    void takeRedirect(wchar_t const* target, DWORD httpStatus);
     std::int32_t attempt();
     void recordAttempt(std::int32_t outcome);
+    void recordSkipped(wchar_t const* address);
     // Asks the handlers; their first refusal, or 0. What they throw is recorded and passes through.
     std::int32_t askHandlers(bool verify);
+    // Runs `ask`, an attempt with its handlers, and runs it once more without the cache when a cached answer was
+    // refused. Returns or throws what the last run did.
+    template <typename Ask>
+    std::int32_t askPastCache(Ask ask);
+    bool refutesCachedAnswer(std::int32_t outcome) const;
     void checkProducedAt() const;
     void checkThisUpdates() const;
     CResponse const& sendDirect(bool verify);
-    CResponse const& sendToCandidates(ASN1::CAuthorityInfoAccessSyntax const& candidates, bool verify);
-    ASN1::CAuthorityInfoAccessSyntax gatherCandidates() const;
+    CResponse const& sendToCandidates(Candidates const& candidates, bool verify);
+    Candidates gatherCandidates() const;
+
+    NetworkCheck const* Check = nullptr;  // of the Send under way
+    Progress Present;
+    bool WireOnly = false;  // the cache was asked and its answer refused
 };
 
 }  // namespace Orvane::PKI::OCSP::Client

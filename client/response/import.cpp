@@ -36,6 +36,7 @@ CResponse::Impl& CResponse::Impl::operator=(Impl const& source) {
     CacheResync = source.CacheResync;
     ChainEngine = source.ChainEngine;
     Flags = source.Flags;
+    Downloads = source.Downloads;
     return *this;
 }
 
@@ -65,6 +66,7 @@ void CResponse::Impl::clear() {
     CacheResync = nullptr;
     ChainEngine = nullptr;
     Flags = 0;
+    Downloads.reset();
 }
 
 void CResponse::Impl::Import(unsigned char const* data, unsigned long size) {
@@ -143,6 +145,7 @@ void CResponse::Import(unsigned char const* data, unsigned long size, CRequest c
     CRequest::Impl const& asked = *request->impl_;
     // True only while the request's own Send imports, so that a stored response is never held against the clock.
     impl_->CheckNextUpdate = asked.ImportingResponse;
+    impl_->Downloads = asked.downloads();
     if (impl_->Status != 0) {
         return;
     }

@@ -7,6 +7,7 @@
 
 #include <map>
 #include <memory>
+#include <optional>
 #include <vector>
 
 #include "asn1/algorithm_identifier.h"
@@ -14,6 +15,7 @@
 #include "client/policy/response_policy.h"
 #include "client/response/entry_index.h"
 #include "client/response/response.h"
+#include "client/transport/network_check.h"
 #include "handles/cert_chain_context.h"
 #include "handles/cert_context.h"
 #include "handles/cert_store.h"
@@ -70,6 +72,7 @@ struct CResponse::Impl {
     _FILETIME* CacheResync = nullptr;  // the caller's
     void* ChainEngine = nullptr;       // the caller's
     std::uint32_t Flags = 0;
+    std::optional<DownloadRules> Downloads;  // of the request it answers; without one the service follows policy
     PolicyBinding<CResponsePolicy> Policy;
     ASN1::CAlgorithmIdentifierEx SignatureAlgorithm;  // caches the number that get_SignatureAlgorithm looked up
 

@@ -1,6 +1,7 @@
 // The judgement on the responder's certificate: chain, authorisation for each entry, revocation.
 #include <algorithm>
 #include <exception>
+#include <optional>
 #include <vector>
 
 #include "asn1/rethrow_as_status.h"
@@ -149,6 +150,10 @@ std::int32_t CResponse::VerifyCertificate(_CERT_CONTEXT const* cert, bool verify
         ATL::AtlThrowImpl(status::kCryptNotFound);
     }
     const ATL2::CCertStore collection = collectStores(impl_->Certificates, stores, count);
+    std::optional<NetworkCheck> network;
+    if (impl_->Downloads) {
+        network.emplace(*impl_->Downloads);
+    }
     TALLOW_TRACE("VerifyCertificate", "Building a chain...\n");
     const DWORD cacheFlags = (impl_->Flags & kFlagCacheOnly) != 0 ? kCacheOnly : 0;
     // This first chain asks for no revocation: the policy decides first whether the responder may speak at all.
@@ -212,6 +217,10 @@ std::int32_t CResponse::VerifyRevocation(_CERT_CONTEXT const* cert, _CERT_CONTEX
     revocation.cbSize = sizeof revocation;
     void* contexts[] = {const_cast<_CERT_CONTEXT*>(cert)};
     const DWORD flags = (impl_->Flags & kFlagCacheOnly) != 0 ? CERT_VERIFY_CACHE_ONLY_BASED_REVOCATION : 0;
+    std::optional<NetworkCheck> network;
+    if (impl_->Downloads) {
+        network.emplace(*impl_->Downloads);
+    }
     const BOOL checked = CertVerifyRevocation(X509_ASN_ENCODING, CERT_CONTEXT_REVOCATION_TYPE, 1, contexts, flags,
                                               &parameters, &revocation);
     const DWORD result = checked ? 0 : GetLastError();

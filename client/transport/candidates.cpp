@@ -6,8 +6,9 @@
 
 namespace Orvane::PKI::OCSP::Client {
 
-ASN1::CAuthorityInfoAccessSyntax CRequest::Impl::gatherCandidates() const {
-    ASN1::CAuthorityInfoAccessSyntax candidates;
+CRequest::Impl::Candidates CRequest::Impl::gatherCandidates() const {
+    Candidates gathered;
+    ASN1::CAuthorityInfoAccessSyntax& candidates = gathered.list;
     CERT_INFO const& info = *SRCertificates.front()->pCertInfo;
     if (info.cExtension != 0) {
         CERT_EXTENSION const* access = CertFindExtension(kOidAuthorityInfoAccess, info.cExtension, info.rgExtension);
@@ -15,6 +16,7 @@ ASN1::CAuthorityInfoAccessSyntax CRequest::Impl::gatherCandidates() const {
             candidates.decode(CBlob(access->Value.pbData, access->Value.cbData));
         }
     }
+    gathered.numOwn = candidates.size();
     if (IssuerPropAIAEnabled()) {
         ASN1::CAuthorityInfoAccessSyntax ofIssuer = GetOCSPAddressFromIssuerCertProp();
         candidates.splice(candidates.end(), ofIssuer);
@@ -24,7 +26,7 @@ ASN1::CAuthorityInfoAccessSyntax CRequest::Impl::gatherCandidates() const {
         location.put_uniformResourceIdentifier(Policy->DefaultOCSPURL.c_str());
         candidates.emplace_back(kOidAccessMethodOcsp, location);
     }
-    return candidates;
+    return gathered;
 }
 
 }  // namespace Orvane::PKI::OCSP::Client

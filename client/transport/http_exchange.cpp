@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "client/transport/network_check.h"
 #include "handles/crypto_handles.h"
 #include "handles/exception.h"
 #include "handles/last_error.h"
@@ -225,18 +226,33 @@ CBlob exchange(WinHTTPParams& params, wchar_t const* agent, wchar_t const* heade
     return received.bytes();
 }
 
+bool isByRetrieval(WinHTTPParams const& params, wchar_t const* headers) {
+    return params.ProxyAddress.empty() && params.ProxyUserName.empty() && headers != nullptr &&
+           std::wcscmp(headers, kOcspHeaders) == 0 && retrievalAvailable();
+}
+
 }  // namespace
 
 CBlob SendRequest(WinHTTPParams* params, wchar_t const* agent, wchar_t const* headers, CBlob const* request,
                   bool /*ignored*/, bool allowCache, _FILETIME* cacheResync, bool cacheOnly) {
-    if (params->ProxyAddress.empty() && params->ProxyUserName.empty() && headers != nullptr &&
-        std::wcscmp(headers, kOcspHeaders) == 0 && retrievalAvailable()) {
+    if (isByRetrieval(*params, headers)) {
         return retrieve(*params, *request, allowCache, cacheResync, cacheOnly);
     }
     if (cacheOnly) {
         return {};
     }
     return exchange(*params, agent, headers, *request);
+}
+
+void forgetCachedAnswer(WinHTTPParams const& params, CBlob const& request) {
+    if (!isByRetrieval(params, kOcspHeaders) || !canForgetResponses()) {
+        return;
+    }
+    try {
+        forgetResponse(retrievalUrl(params.OCSPAddress, request));
+    } catch (ATL::CAtlException const&) {
+        // The URL cannot be made. What the caller has to report is why the answer was refused.
+    }
 }
 
 }  // namespace Orvane::PKI::OCSP::Client

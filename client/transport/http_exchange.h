@@ -23,4 +23,7 @@ inline constexpr unsigned long kHttpNoAnswer = 456;
 CBlob SendRequest(WinHTTPParams* params, wchar_t const* agent, wchar_t const* headers, CBlob const* request,
                   bool ignored, bool allowCache, _FILETIME* cacheResync, bool cacheOnly);
 
+/// Removes what the service's cache keeps as the answer to `request`, if SendRequest goes there at all.
+void forgetCachedAnswer(WinHTTPParams const& params, CBlob const& request);
+
 }  // namespace Orvane::PKI::OCSP::Client

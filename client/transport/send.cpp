@@ -2,6 +2,7 @@
 #include <cstring>
 #include <optional>
 
+#include "client/policy/address_text.h"
 #include "client/request/request_impl.h"
 #include "client/transport/http_exchange.h"
 #include "client/transport/ocsp_access.h"
@@ -17,6 +18,8 @@ namespace {
 
 // The level from which on Response holds what the present attempt received.
 constexpr unsigned long kAnswerWasRead = 5;
+// The level from which on an answer was received.
+constexpr unsigned long kDecoding = 4;
 
 // The deepest of the attempts that gave no accepted answer. At equal levels the earlier one stays.
 struct BestAttempt {
@@ -37,35 +40,61 @@ struct BestAttempt {
     }
 };
 
+// Makes a check that of the request. A handler may send with the same request again: the check before comes back.
+class CheckUnderWay {
+public:
+    CheckUnderWay(NetworkCheck const*& slot, NetworkCheck const& check) : slot_(slot), before_(slot) { slot = &check; }
+    ~CheckUnderWay() { slot_ = before_; }
+    CheckUnderWay(CheckUnderWay const&) = delete;
+    CheckUnderWay& operator=(CheckUnderWay const&) = delete;
+
+private:
+    NetworkCheck const*& slot_;
+    NetworkCheck const* before_;
+};
+
 }  // namespace
 
 CResponse const& CRequest::Impl::Send(bool verify) {
     Attempts.clear();
+    Proven = false;
     CheckPolicies(false);
     if (Encoded.cbData() == 0) {
         MakeRequest(nullptr, CertsChainWithRoot, nullptr);
     }
+    const NetworkCheck check(downloads());
+    const CheckUnderWay underWay(Check, check);
     const bool knowsCertificate = !SRCertificates.empty() && SRCertificates.front();
     if (OCSPAddressSet || SRCertIDs.size() > 1 || !knowsCertificate) {
         return sendDirect(verify);
     }
-    const ASN1::CAuthorityInfoAccessSyntax candidates = gatherCandidates();
-    if (candidates.empty()) {
+    const Candidates candidates = gatherCandidates();
+    if (candidates.list.empty()) {
         ATL::AtlThrowImpl(status::kNoResponder);
     }
     return sendToCandidates(candidates, verify);
 }
 
 void CRequest::Impl::recordAttempt(std::int32_t outcome) {
-    const std::uint32_t lastError = GetLastError();
+    const bool wasHopRefused = Present.hopRefusal != 0;
     Attempt& attempt = Attempts.emplace_back();
-    attempt.address = HTTPParams.OCSPAddress;
-    attempt.status = outcome;
-    attempt.level = Level;
+    attempt.address = withoutCredentials(Present.hop.empty() ? HTTPParams.OCSPAddress : Present.hop);
+    attempt.status = wasHopRefused ? Present.hopRefusal : outcome;
+    attempt.level = wasHopRefused ? 1 : Level;
     // Below level 3 the status is still that of the exchange before.
     const bool answered = Level >= 3 && HTTPParams.HTTPStatus != kHttpNoAnswer;
     attempt.httpStatus = answered ? HTTPParams.HTTPStatus : 0;
-    attempt.lastError = attempt.httpStatus == 0 ? lastError : 0;
+    attempt.lastError = attempt.httpStatus == 0 ? Present.lastError : 0;
+    attempt.fromCache = Present.fromCache;
+    attempt.skippedDownloads = Check->skippedDownloads() - Present.skippedDownloads;
+}
+
+void CRequest::Impl::recordSkipped(wchar_t const* address) {
+    Attempt& skipped = Attempts.emplace_back();
+    skipped.kind = kSkipped;
+    skipped.address = withoutCredentials(address);
+    skipped.status = status::kNotAsked;
+    TALLOW_TRACE("Send", "Not asked, the limits of one check were reached.\n");
 }
 
 std::int32_t CRequest::Impl::askHandlers(bool verify) {
@@ -78,20 +107,60 @@ std::int32_t CRequest::Impl::askHandlers(bool verify) {
     } catch (ATL::CAtlException const& failure) {
         recordAttempt(failure.status());
         throw;
+    } catch (...) {
+        recordAttempt(status::kFail);
+        throw;
     }
     recordAttempt(refusal);
+    Proven = verify && refusal == 0;
     return refusal;
+}
+
+// Drops a refused answer from the cache, wherever it came from. "Revoked" is a verified answer and stays. A revocation
+// status that could not be learnt says nothing against the answer, but a fresh one may have another signer.
+bool CRequest::Impl::refutesCachedAnswer(std::int32_t outcome) const {
+    if (outcome == status::kOk || Level < kDecoding || outcome == status::kCertificateRevoked ||
+        outcome == status::kHandlerRevoked) {
+        return false;
+    }
+    if (outcome != status::kNoRevocationCheck && outcome != status::kRevocationOffline) {
+        forgetCachedAnswer(HTTPParams, Encoded);
+    }
+    return Present.fromCache && (Flags & kFlagCacheOnly) == 0;
+}
+
+template <typename Ask>
+std::int32_t CRequest::Impl::askPastCache(Ask ask) {
+    WireOnly = false;
+    try {
+        const std::int32_t outcome = ask();
+        if (!refutesCachedAnswer(outcome)) {
+            return outcome;
+        }
+    } catch (ATL::CAtlException const& failure) {
+        if (!refutesCachedAnswer(failure.status())) {
+            throw;
+        }
+    }
+    WireOnly = true;
+    return ask();
 }
 
 // One attempt; whatever it throws reaches the caller unchanged.
 CResponse const& CRequest::Impl::sendDirect(bool verify) {
-    try {
-        SendOCSPRequest();
-    } catch (ATL::CAtlException const& failure) {
-        recordAttempt(failure.status());
-        throw;
-    }
-    if (const std::int32_t refusal = askHandlers(verify); refusal != 0) {
+    const std::int32_t refusal = askPastCache([&] {
+        try {
+            SendOCSPRequest();
+        } catch (ATL::CAtlException const& failure) {
+            recordAttempt(failure.status());
+            throw;
+        } catch (...) {
+            recordAttempt(status::kFail);
+            throw;
+        }
+        return askHandlers(verify);
+    });
+    if (refusal != 0) {
         ATL::AtlThrowImpl(ATL2::convertLastError(static_cast<std::uint32_t>(refusal)));
     }
     return *Response;
@@ -102,7 +171,7 @@ std::int32_t CRequest::Impl::attempt() {
     // "%S" is what the trace service takes for wide text; as a printf format it is an extension.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Wformat"
-    TALLOW_TRACE("Send", "Sending request to \"%S\"...\n", HTTPParams.OCSPAddress.c_str());
+    TALLOW_TRACE("Send", "Sending request to \"%S\"...\n", withoutCredentials(HTTPParams.OCSPAddress).c_str());
 #pragma GCC diagnostic pop
     try {
         SendOCSPRequest();
@@ -121,28 +190,42 @@ std::int32_t CRequest::Impl::attempt() {
     return 0;
 }
 
-CResponse const& CRequest::Impl::sendToCandidates(ASN1::CAuthorityInfoAccessSyntax const& candidates, bool verify) {
+CResponse const& CRequest::Impl::sendToCandidates(Candidates const& candidates, bool verify) {
     BestAttempt best;
     std::int32_t refusal = 0;
-    for (ASN1::CAccessDescription const& candidate : candidates) {
-        refusal = 0;
+    std::size_t index = 0;
+    std::uint32_t numAskedOwn = 0;
+    for (ASN1::CAccessDescription const& candidate : candidates.list) {
+        const bool isOwn = index++ < candidates.numOwn;
         if (std::strcmp(candidate.get_accessMethod(), kOidAccessMethodOcsp) != 0) {
+            refusal = 0;
             continue;
         }
         wchar_t const* address = candidate.get_accessLocation().get_uniformResourceIdentifier();
+        if ((isOwn && numAskedOwn >= Check->maxResponders()) || (best.level != 0 && isCheckOver())) {
+            recordSkipped(address == nullptr ? L"" : address);
+            continue;
+        }
         HTTPParams.OCSPAddress = address == nullptr ? L"" : address;
-        const std::int32_t failure = attempt();
-        if (failure != 0) {
-            recordAttempt(failure);
-        } else {
+        AddressIsNamed = !isOwn;
+        numAskedOwn += isOwn ? 1 : 0;
+        std::int32_t failure = 0;
+        refusal = 0;
+        askPastCache([&] {
+            failure = attempt();
+            if (failure != 0) {
+                recordAttempt(failure);
+                return failure;
+            }
             // What the handlers throw leaves at once: a certificate proven revoked is not asked about elsewhere.
             refusal = askHandlers(verify);
-            if (refusal == 0) {
-                return *Response;
-            }
-            if (refusal == status::kHandlerRevoked) {
-                ATL::AtlThrowImpl(refusal);
-            }
+            return refusal;
+        });
+        if (failure == 0 && refusal == 0) {
+            return *Response;
+        }
+        if (refusal == status::kHandlerRevoked) {
+            ATL::AtlThrowImpl(refusal);
         }
         best.keep(Level, failure, Response.get());
     }

@@ -44,6 +44,7 @@
 #define E_OUTOFMEMORY 0x8007000EU
 
 // Failures of an exchange.
+#define ERROR_NETWORK_ACCESS_DENIED 65U
 #define ERROR_INTERNET_TIMEOUT 12002U
 #define ERROR_INTERNET_INTERNAL_ERROR 12004U
 #define ERROR_INTERNET_INVALID_URL 12005U
@@ -271,3 +272,12 @@
 #define CRYPT_CACHE_ONLY_RETRIEVAL 0x00000002U
 #define CRYPT_WIRE_ONLY_RETRIEVAL 0x00000004U
 #define CRYPT_HTTP_POST_RETRIEVAL 0x00100000U
+
+// Flags of CRYPTO_CHECK: the caller or the administrator chose the responder's address; nothing may be downloaded.
+#define CRYPTO_CHECK_ADDRESS_NAMED 0x1U
+#define CRYPTO_CHECK_NO_DOWNLOADS 0x2U
+// Schemes of HTTP authentication. Others are not used: they would send what the caller did not give.
+#define CRYPTO_AUTH_BASIC 0x1U
+#define CRYPTO_AUTH_NTLM 0x2U
+#define CRYPTO_AUTH_DIGEST 0x8U
+#define CRYPTO_AUTH_ALL (CRYPTO_AUTH_BASIC | CRYPTO_AUTH_NTLM | CRYPTO_AUTH_DIGEST)

@@ -358,6 +358,27 @@ typedef struct PKI_EXCHANGE_BUFFER_ {
     DWORD capacity;  // bytes allocated
 } PKI_EXCHANGE_BUFFER;
 
+// Called for each redirect of a responder before it is followed: the address it leads to, and the HTTP status (301,
+// 302, 307, 308). TRUE follows it, FALSE ends the exchange. Must not throw.
+typedef BOOL (*PFN_CRYPTO_ON_REDIRECT)(void* pvContext, LPCWSTR pwszTarget, DWORD dwHttpStatus);
+
+// The network rules of one check on one thread: see crypto_begin_check.
+typedef struct _CRYPTO_CHECK {
+    DWORD cbSize;
+    DWORD dwFlags;                         // CRYPTO_CHECK_... bits
+    LPCWSTR pwszProxy;                     // of downloads; empty: none
+    LPCWSTR pwszProxyCredentials;          // "name:password"; empty: none
+    DWORD dwAuthSchemes;                   // CRYPTO_AUTH_... bits that a login in the responder's address may use
+    DWORD dwProxyAuthSchemes;              // the same for a login at the proxy
+    PFN_CRYPTO_ON_REDIRECT pfnOnRedirect;  // null: every redirect is followed
+    void* pvOnRedirect;
+    DWORD cMaxResponders;           // receives max_responders
+    DWORD cSkippedDownloads;        // receives how many downloads were left out because a limit was reached
+    BOOL fAnsweredFromCache;        // receives whether the last CryptRetrieveObjectByUrlW of the check used the cache
+    unsigned long long qwDeadline;  // the service's own, as is the next
+    struct _CRYPTO_CHECK* pOuter;
+} CRYPTO_CHECK;
+
 #ifdef __cplusplus
 }  // extern "C"
 

@@ -250,11 +250,33 @@ TALLOW_EXPORT BOOL CryptRetrieveObjectByUrlW(LPCWSTR pszUrl, LPCSTR pszObjectOid
 // Posts `requestBuffer` to `url` with the given user agent and header lines, through the proxy if `proxyAddress` is not
 // empty, with `proxyCredentials` "name:password" if not empty. Returns the HTTP status, 0 when no whole answer came;
 // `responseBuffer` (zero on entry) receives the body, its data to be freed with delete[]. For any status but 200 the
-// last error says what happened.
+// last error says what happened: ERROR_NETWORK_ACCESS_DENIED for an address that must not be contacted.
 TALLOW_EXPORT unsigned long SendPKIRequest(const wchar_t* url, const wchar_t* agent, const wchar_t* headers,
                                            const wchar_t* proxyAddress, const wchar_t* proxyCredentials,
                                            const PKI_EXCHANGE_BUFFER* requestBuffer,
                                            PKI_EXCHANGE_BUFFER* responseBuffer);
+
+// ---- Network rules of a check
+// ----------------------------------------------------------------------------------------- The four calls of this
+// section are optional for another implementation of the service: the library links them weakly and does without those
+// that are missing (docs/platform.md says what is lost).
+
+// Begins a check on the calling thread. Until crypto_end_check its exchanges and downloads share one deadline, the
+// setting check_timeout_ms; downloads of issuers and CRLs use the proxy given; and SendPKIRequest and
+// CryptRetrieveObjectByUrlW keep to the rules in the record. Checks nest: the innermost rules count, and no check lasts
+// longer than the one around it. Outside of a check downloads use the policy's DefaultProxy, if AllowedProxies and the
+// ProxyAuth words permit it.
+//
+// The caller fills `pCheck` up to pvOnRedirect; it and the texts it points to must stay where they are until
+// crypto_end_check. FALSE with E_INVALIDARG for null, a wrong cbSize or a null text.
+TALLOW_EXPORT BOOL crypto_begin_check(CRYPTO_CHECK* pCheck);
+// Ends the check, and any begun after it that was not ended. Only on the thread that began it.
+TALLOW_EXPORT void crypto_end_check(CRYPTO_CHECK* pCheck);
+// The milliseconds that the check of the calling thread has left; 0 when its time is over, 0xFFFFFFFF outside of one.
+TALLOW_EXPORT DWORD crypto_check_time_left(void);
+
+// Removes from the cache what CryptRetrieveObjectByUrlW keeps for `pszUrl`. TRUE when nothing is kept for it now.
+TALLOW_EXPORT BOOL crypto_forget_response(LPCWSTR pszUrl);
 
 #ifdef __cplusplus
 }  // extern "C"

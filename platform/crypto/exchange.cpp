@@ -2,15 +2,19 @@
 #include <openssl/evp.h>
 #include <openssl/ocsp.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <new>
+#include <stdexcept>
 #include <string>
 
+#include "platform/crypto/check_scope.h"
 #include "platform/crypto/crypto_service.h"
-#include "platform/crypto/fetch.h"
+#include "platform/crypto/http_exchange.h"
 #include "platform/crypto/limits.h"
+#include "platform/crypto/service_call.h"
 #include "platform/crypto/url_cache.h"
 
 namespace tallow::platform {
@@ -21,17 +25,14 @@ constexpr char kValiditySeconds[] = "\\config\\Basalt\\cache_settings\\OcspValid
 constexpr char kAgent[] = "tallow";
 constexpr long kOk = 200;
 
-std::string narrow(const wchar_t* text) {
-    if (text == nullptr || *text == L'\0') {
-        return {};
+// Empty when the text cannot be converted.
+std::wstring widen(const std::string& text) {
+    const int size = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0);
+    std::wstring result(static_cast<std::size_t>(std::max(size, 1)), L'\0');
+    if (size > 1) {
+        MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, result.data(), size);
     }
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    if (size <= 1) {
-        return {};
-    }
-    std::string result(static_cast<std::size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr);
-    result.resize(static_cast<std::size_t>(size) - 1);
+    result.pop_back();
     return result;
 }
 
@@ -180,12 +181,29 @@ BOOL deliver(const Bytes& answer, void** object) {
     return TRUE;
 }
 
-BOOL fail(DWORD error) {
-    SetLastError(error);
-    return FALSE;
+// Gives an exchange the rules of the check of this thread. Without one the address is the caller's own.
+void followRules(HttpCall& call) {
+    const CRYPTO_CHECK* const check = currentCheck();
+    call.addressIsNamed = check == nullptr || (check->dwFlags & CRYPTO_CHECK_ADDRESS_NAMED) != 0;
+    call.authSchemes = check == nullptr ? CRYPTO_AUTH_ALL : check->dwAuthSchemes;
+    call.proxyAuthSchemes = check == nullptr ? CRYPTO_AUTH_ALL : check->dwProxyAuthSchemes;
+    if (check != nullptr && check->pfnOnRedirect != nullptr) {
+        call.onRedirect = [check](const std::string& target, long status) {
+            const std::wstring text = widen(target);
+            return !text.empty() &&
+                   check->pfnOnRedirect(check->pvOnRedirect, text.c_str(), static_cast<DWORD>(status)) != FALSE;
+        };
+    }
+}
+
+void noteCached(bool fromCache) {
+    if (CRYPTO_CHECK* const check = currentCheck()) {
+        check->fAnsweredFromCache = fromCache ? TRUE : FALSE;
+    }
 }
 
 BOOL retrieve(const std::string& url, DWORD flags, DWORD timeout, void** object, CRYPT_RETRIEVE_AUX_INFO* info) {
+    noteCached(false);
     CarriedRequest carried;
     if (!split(url, carried)) {
         return fail(ERROR_INTERNET_INVALID_URL);
@@ -198,6 +216,7 @@ BOOL retrieve(const std::string& url, DWORD flags, DWORD timeout, void** object,
         const bool cached = support_registry_get_long(kValiditySeconds, &maxAge) == 0 && maxAge >= 1;
         const FILETIME* resync = info == nullptr ? nullptr : info->pftCacheResync;
         if (const auto answer = cached ? cache.find(url, maxAge, resync) : std::nullopt) {
+            noteCached(true);
             return deliver(*answer, object);
         }
     }
@@ -210,6 +229,7 @@ BOOL retrieve(const std::string& url, DWORD flags, DWORD timeout, void** object,
     call.body = carried.body;
     call.headers = headerLines(carried.header);
     call.userAgent = kAgent;
+    followRules(call);
     ExchangeLimits limits = exchangeLimits();
     if (timeout != 0) {
         limits.deadlineMs = static_cast<long>(timeout);
@@ -264,9 +284,21 @@ BOOL CryptRetrieveObjectByUrlW(LPCWSTR pszUrl, LPCSTR pszObjectOid, DWORD dwRetr
     }
     *ppvObject = nullptr;
     return retrieve(narrow(pszUrl), dwRetrievalFlags, dwTimeout, ppvObject, pAuxInfo);
+} catch (const std::invalid_argument&) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return FALSE;
 } catch (...) {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return FALSE;
+}
+
+BOOL crypto_forget_response(LPCWSTR pszUrl) {
+    return serviceCall(FALSE, [&] {
+        if (pszUrl == nullptr) {
+            return fail(E_INVALIDARG);
+        }
+        return done(UrlCache().forget(narrow(pszUrl)) ? 0 : ERROR_ACCESS_DENIED);
+    });
 }
 
 unsigned long SendPKIRequest(const wchar_t* url, const wchar_t* agent, const wchar_t* headers,
@@ -284,7 +316,11 @@ unsigned long SendPKIRequest(const wchar_t* url, const wchar_t* agent, const wch
     call.userAgent = narrow(agent);
     call.proxy = narrow(proxyAddress);
     call.proxyCredentials = narrow(proxyCredentials);
+    followRules(call);
     return post(call, *responseBuffer);
+} catch (const std::invalid_argument&) {
+    SetLastError(ERROR_INVALID_PARAMETER);
+    return 0;
 } catch (...) {
     SetLastError(ERROR_NOT_ENOUGH_MEMORY);
     return 0;

@@ -40,6 +40,19 @@ ChainLimits chainLimits() {
     return limits;
 }
 
+CheckLimits checkLimits() {
+    CheckLimits limits;
+    readInto("\\crypto\\check_timeout_ms", 1, kLongestMs, limits.timeoutMs);
+    readInto("\\crypto\\max_responders", 1, 100, limits.maxResponders);
+    return limits;
+}
+
+bool refusesPrivateAddresses() {
+    int refused = 0;
+    const int result = support_registry_get_bool("\\crypto\\refuse_private_addresses", &refused);
+    return result != static_cast<int>(ERROR_FILE_NOT_FOUND) && (result != 0 || refused != 0);
+}
+
 bool acceptsSha1() {
     int accepted = 0;
     return support_registry_get_bool("\\crypto\\accept_sha1", &accepted) == 0 && accepted != 0;

@@ -26,6 +26,17 @@ struct ChainLimits {
 };
 ChainLimits chainLimits();
 
+// Of one check: everything that one Send does, verification included.
+struct CheckLimits {
+    long timeoutMs = 60000;      // check_timeout_ms: all attempts, redirects and downloads together
+    unsigned maxResponders = 8;  // max_responders: addresses of one certificate that are asked
+};
+CheckLimits checkLimits();
+
+// Whether loopback and private addresses are refused where only a certificate or a redirect names them:
+// refuse_private_addresses, default false. True while the settings are broken.
+bool refusesPrivateAddresses();
+
 // Whether signatures made with SHA-1 are accepted: accept_sha1, default false.
 bool acceptsSha1();
 

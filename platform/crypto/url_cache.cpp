@@ -12,6 +12,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <filesystem>
+#include <limits>
 #include <memory>
 #include <string_view>
 #include <system_error>
@@ -208,6 +209,15 @@ void UrlCache::keep(const std::string& url, ByteView answer) const {
         ::unlink(temporary.c_str());
     }
     prune(folder_, folder);
+}
+
+bool UrlCache::forget(const std::string& url) const {
+    const std::string name = nameOf(url);
+    const Descriptor folder(folder_.empty() ? -1 : openFolder(folder_));
+    if (name.empty() || !isOurFolder(folder)) {
+        return !find(url, std::numeric_limits<long>::max(), nullptr);
+    }
+    return ::unlinkat(folder.get(), name.c_str(), 0) == 0 || errno == ENOENT;
 }
 
 }  // namespace tallow::platform

@@ -25,6 +25,8 @@ public:
     // from the future.
     std::optional<Bytes> find(const std::string& url, long maxAgeSeconds, const FILETIME* notBefore) const;
     void keep(const std::string& url, ByteView answer) const;
+    // Removes the answer kept for `url`. True when there is none now.
+    bool forget(const std::string& url) const;
 
 private:
     std::string folder_;

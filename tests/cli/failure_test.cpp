@@ -70,6 +70,8 @@ TEST(Responder, ThatCannotBeReachedIsToldApartFromNoneKnown) {
                   {dead + ": could not be reached: "});
     expectFailure(tallow.check({"--json", tallow.file("two.pem", leafWith({dead, second}))}), "0xC2110100",
                   {"none of 2 responders could be reached", dead + ": ", second + ": "});
+    expectFailure(Command("max_responders = 1\n").check({"--json", tallow.file("two.pem", leafWith({dead, second}))}),
+                  "0xC2110100", {"the only responder asked", dead + ": ", "1 more not asked: ", "max_responders"});
     expectFailure(tallow.check({"--json", "--url", "http://no-such-host.invalid/", tallow.file("x", certs().good)}),
                   "0xC2110100", {"http://no-such-host.invalid/", "could not be reached: the name is not known"});
     expectFailure(tallow.check({"--json", "--url", "ftp://127.0.0.1/", tallow.file("x", certs().good)}), "0xC2110100",

@@ -3,7 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <string_view>
+#include <utility>
 
+#include "client/policy/address_text.h"
 #include "tests/client/policy/settings_file.h"
 #include "tests/support/status_matcher.h"
 
@@ -12,6 +15,7 @@ namespace {
 using Orvane::PKI::OCSP::Client::checkHttpPolicies;
 using Orvane::PKI::OCSP::Client::CRequestPolicy;
 using Orvane::PKI::OCSP::Client::ExchangeTraits;
+namespace ocsp = Orvane::PKI::OCSP::Client;
 using testkit::IsStatus;
 using testkit::SettingsFile;
 using testkit::thrownStatus;
@@ -49,6 +53,37 @@ TEST(AddressMasks, ListsAdmitWholeAddressesOnly) {
         EXPECT_THAT(verdict(row.settings, {.ocspAddress = row.responder, .proxyAddress = row.proxy}),
                     IsStatus(row.status));
     }
+}
+
+TEST(AddressText, HidesWhatCouldBeALoginInAnyForm) {
+    const std::pair<const wchar_t*, const wchar_t*> rows[] = {
+        {L"http://host:80/a?b", L"http://host:80/a?b"},
+        {L"", L""},
+        {L"http://u:p@host/", L"http://***@host/"},
+        {L"HTTPS://u:p/w?#@h@host/", L"HTTPS://***@host/"},
+        {L"http:u:p@host", L"http:***@host"},
+        {L"http:\\\\u:p@host", L"http:\\\\***@host"},
+        {L"u:p@host", L"***@host"},
+        {L"http://u%3Ap%40host", L"http://***@host"},
+        {L"http://u:p%252540host/%41", L"http://***@host/%41"},
+        {L"ftp://u:p@host", L"***@host"},
+    };
+    for (const auto& [address, shown] : rows) {
+        EXPECT_EQ(ocsp::withoutCredentials(address), shown);
+    }
+    for (const wchar_t* address : {L"http://u@h/", L"HTTP:u:p@h", L"https:\\\\u:p@h/", L"http:///:p@h?", L"u:p@h"}) {
+        EXPECT_TRUE(ocsp::hasCredentials(address)) << address;
+    }
+    EXPECT_FALSE(ocsp::hasCredentials(L"http://host/path@x?y@z"));
+}
+
+TEST(AddressText, GivesOneFormToSpellingsOfOneAddress) {
+    for (const wchar_t* spelling : {L"http://host/", L"HTTP://Host", L"http://host.:80/#x", L"http://HOST:80"}) {
+        EXPECT_EQ(ocsp::normalForm(spelling), L"http://host/");
+    }
+    EXPECT_EQ(ocsp::normalForm(L"https://h:443?q"), L"https://h/?q");
+    EXPECT_EQ(ocsp::normalForm(L"http://h:443/A"), L"http://h:443/A");
+    EXPECT_EQ(ocsp::normalForm(L"ftp://H"), L"ftp://H");
 }
 
 TEST(AddressMasks, EachWordRefusesOneSchemeAtOneKindOfServer) {

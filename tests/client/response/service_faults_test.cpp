@@ -1,8 +1,12 @@
 // What becomes of a verdict when a service fails in a way that no healthy one does: never a success.
 #include <gtest/gtest.h>
 
+#include <utility>
+
+#include "client/flat/response_handler.h"
 #include "tests/client/support/client_test.h"
 #include "tests/scripted_service/scripted_service.h"
+#include "tests/support/http_server.h"
 
 namespace {
 
@@ -14,7 +18,8 @@ protected:
         support_settings_open(folder_
                                   .write("settings.toml", "[crypto]\nsystem_roots = false\nmachine_stores = \"" +
                                                               folder_.file("machine") + "\"\nuser_stores = \"" +
-                                                              folder_.file("user") +
+                                                              folder_.file("user") + "\"\nurl_cache = \"" +
+                                                              folder_.file("cache") +
                                                               "\"\n[config.Basalt.cache_settings]\n"
                                                               "OcspValiditySeconds = 60\n")
                                   .c_str());
@@ -103,6 +108,97 @@ TEST_F(ServiceFaults, AnEarlierAnswerDoesNotStandInForOneThatWasNotReceived) {
     // The URL cannot be made, and the service does not say why: a failure whose status reads as success.
     EXPECT_CALL(service_, CryptBinaryToStringW).Times(2).WillRepeatedly(failing(FALSE, 0));
     EXPECT_THAT(thrownStatus([&] { request.Send(false); }), IsStatus(status::kFail));
+}
+
+TEST_F(ServiceFaults, TheEarlierAnswerStaysWhenThereIsNoRoomForTheNext) {
+    CertificateSpec spec;
+    spec.ocspUrls = {"http://first/", "http://second/"};
+    const Identity leaf = issue(pki_.ca, spec);
+    CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
+    request.put_UseNonce(false);
+    struct Refusing : ocsp::Client::IResponseHandler {
+        std::int32_t OnResponse(CResponse const&) override { return 7; }
+    } handler;
+    request.put_ResponseHandler(&handler);
+    int exchanges = 0;
+    EXPECT_CALL(service_, CryptRetrieveObjectByUrlW)
+        .Times(2)
+        .WillRepeatedly([&](auto, auto, auto, auto, void** object, auto...) {
+            *object = blobArray(answerAbout(leaf));
+            ++exchanges;
+            return TRUE;
+        });
+    // The store of the second response cannot be opened.
+    bool wasRefused = false;
+    EXPECT_CALL(service_, CertOpenStore).Times(testing::AnyNumber());
+    EXPECT_CALL(service_, CertOpenStore(testing::Truly([&](LPCSTR provider) {
+                                            return provider == CERT_STORE_PROV_MEMORY && exchanges == 2 &&
+                                                   !std::exchange(wasRefused, true);
+                                        }),
+                                        testing::_, testing::_, testing::_, testing::_))
+        .WillOnce(failing(HCERTSTORE{}, ERROR_NOT_ENOUGH_MEMORY));
+    EXPECT_EQ(request.Send(false).get_SRNumber(), 1u) << "the refused answer of the first";
+    ASSERT_EQ(request.get_Attempts().size(), 2u);
+    EXPECT_THAT(request.get_Attempts()[1].status, IsStatus(status::kNotEnoughMemory));
+    EXPECT_FALSE(request.get_Proven());
+}
+
+// ---- The cache ------------------------------------------------------------------------------------------------------
+
+TEST_F(ServiceFaults, ARefusedAnswerLeavesTheCacheAndTheResponderIsAskedAgain) {
+    const auto root = contextOf(pki_.root);
+    ASSERT_TRUE(crypto_add_trusted_root(root.get()));
+    folder_.write("user/CA/root.crl", makeCrl(pki_.root, {}));
+    folder_.write("user/CA/ca.crl", makeCrl(pki_.ca, {}));
+    ResponseSpec spec(pki_.delegate);
+    spec.entries.emplace_back(certIdOf(pki_.good, pki_.ca));
+    const Bytes good = buildResponse(spec);
+    spec.corruptSignature = true;
+    const Bytes forged = buildResponse(spec);
+    spec.corruptSignature = false;
+    spec.entries[0].status = EntryStatus::kRevoked;
+    const Bytes revoked = buildResponse(spec);
+    Bytes answer;
+    HttpServer server([&](const HttpRequest&) { return HttpReply{.body = answer}; });
+
+    CRequest request(contextOf(pki_.good).get(), contextOf(pki_.ca).get());
+    request.put_UseNonce(false);
+    request.put_OCSPAddress(wide(server.url()).c_str());
+    const auto send = [&](const Bytes& served, unsigned flags, bool verify = true) {
+        answer = served;
+        request.put_Flags(flags);
+        return thrownStatus([&] { request.Send(verify); });
+    };
+    auto numAsked = [&, before = std::size_t{0}]() mutable {
+        return server.requests().size() - std::exchange(before, server.requests().size());
+    };
+    constexpr unsigned kCache = CRequest::kFlagAllowCache;
+    constexpr unsigned kOnly = CRequest::kFlagCacheOnly;
+    EXPECT_NE(send(forged, kCache), 0) << "from the responder itself";
+    EXPECT_EQ(numAsked(), 1u) << "asking again would not help";
+    EXPECT_THAT(send(good, kCache), IsStatus(0)) << "the forged one was not kept";
+    EXPECT_EQ(numAsked(), 1u);
+    EXPECT_THAT(send(forged, kCache), IsStatus(0)) << "from the cache";
+    EXPECT_TRUE(request.get_Proven() && request.get_Attempts()[0].fromCache);
+    EXPECT_EQ(numAsked(), 0u);
+
+    EXPECT_THAT(send(forged, 0, false), IsStatus(0)) << "kept unverified";
+    EXPECT_THAT(send(good, kCache), IsStatus(0)) << "refused, removed, asked again";
+    ASSERT_EQ(request.get_Attempts().size(), 2u);
+    EXPECT_TRUE(request.get_Attempts()[0].fromCache && request.get_Attempts()[0].status != 0);
+    EXPECT_TRUE(!request.get_Attempts()[1].fromCache && request.get_Proven());
+    EXPECT_EQ(numAsked(), 2u);
+    EXPECT_THAT(send(forged, kOnly), IsStatus(0)) << "the good one was kept";
+
+    EXPECT_THAT(send(forged, 0, false), IsStatus(0));
+    EXPECT_NE(send(good, kOnly), 0);
+    EXPECT_EQ(numAsked(), 1u) << "nothing goes to the network";
+    EXPECT_THAT(send(good, kOnly), IsStatus(status::kHttpStatus)) << "but the forged one is gone";
+
+    EXPECT_THAT(send(revoked, kCache), IsStatus(status::kCertificateRevoked));
+    EXPECT_THAT(send(good, kCache), IsStatus(status::kCertificateRevoked)) << "a proven answer stays";
+    EXPECT_EQ(numAsked(), 1u);
+    crypto_forget_trusted_roots();
 }
 
 }  // namespace

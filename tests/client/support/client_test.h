@@ -63,11 +63,11 @@ protected:
     }
     ~ClientTest() override { crypto_forget_trusted_roots(); }
 
-    /// The policy in force for objects made from now on: lines of the table [config.cades.ocsppolicy].
-    void settings(const std::string& policy) {
+    /// The policy in force for objects made from now on: lines of the table [config.cades.ocsppolicy], and of [crypto].
+    void settings(const std::string& policy, const std::string& crypto = "") {
         const std::string text = "[crypto]\nsystem_roots = false\nmachine_stores = \"" + folder_.file("machine") +
-                                 "\"\nuser_stores = \"" + folder_.file("user") +
-                                 "\"\n[config.cades.ocsppolicy]\nLegacyPolicyReading = true\n" + policy;
+                                 "\"\nuser_stores = \"" + folder_.file("user") + "\"\nurl_cache = \"\"\n" + crypto +
+                                 "[config.cades.ocsppolicy]\nLegacyPolicyReading = true\n" + policy;
         ASSERT_EQ(support_settings_open(folder_.write("settings.toml", text).c_str()), 0);
     }
 

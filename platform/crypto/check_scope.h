@@ -1,0 +1,30 @@
+// The network rules of the check that runs on the calling thread: crypto_begin_check in crypto_service.h.
+#pragma once
+
+#include <chrono>
+#include <string>
+
+#include "platform/crypto/crypto_service.h"
+
+namespace tallow::platform {
+
+// The innermost check of this thread; null outside of one.
+CRYPTO_CHECK* currentCheck() noexcept;
+
+// When the check of this thread has to be over; the end of time outside of one.
+std::chrono::steady_clock::time_point checkDeadline() noexcept;
+
+// The proxy for downloads of issuers and CRLs: that of the check, else the policy's DefaultProxy.
+struct DownloadProxy {
+    bool mayDownload = false;  // false: policy permits neither this proxy nor going without one
+    std::string address;       // empty: none
+    std::string credentials;   // "name:password"; empty: none
+    DWORD authSchemes = 0;     // CRYPTO_AUTH_... bits
+};
+DownloadProxy downloadProxy();
+
+// UTF-8 of a wide text; empty for null. Throws std::invalid_argument for a text that cannot be converted: a proxy must
+// not be lost that way.
+std::string narrow(const wchar_t* text);
+
+}  // namespace tallow::platform
