@@ -253,7 +253,7 @@ void addStoreFolder(const std::string& folder, StoreKind kind, StoreFiles& found
     found.files.reserve(found.files.size() + listing->names.size());
     for (const std::string& name : listing->names) {
         if (!name.ends_with(kSideFileSuffix)) {
-            std::string const path = folder + '/' + name;
+            std::string const path = std::string(folder).append(1, '/').append(name);
             std::string const side = sideFileOf(path).substr(folder.size() + 1);
             addFile(path, std::binary_search(listing->names.begin(), listing->names.end(), side), kind, found);
         }

@@ -53,6 +53,9 @@ void* operator new(size_t size) {
 void* operator new[](size_t size) {
     return allocate(size);
 }
+void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
+    return isToFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
+}
 void operator delete(void* block) noexcept {
     std::free(block);
 }
@@ -139,15 +142,24 @@ TEST_F(FailingProcess, JudgesRightAgainAfterAnyOneAllocationFailed) {
 }
 
 TEST_F(FailingProcess, JudgesInAChildThatWasForkedWhileThreadsWereBusy) {
+#ifdef __SANITIZE_ADDRESS__
+    GTEST_SKIP() << "the sanitizer's allocator leaves its locks held in a child";
+#endif
+    // Made beforehand: the test's own calls of OpenSSL hold no gate.
+    std::vector<Bytes> ends;
+    for (int i = 0; i < 300; ++i) {
+        CertificateSpec spec;
+        spec.commonName = std::to_string(i);
+        ends.push_back(issue(pki_.ca, spec).certificate);
+    }
+    const Bytes crl = makeCrl(pki_.root, {});
     std::atomic<bool> stop{false};
     std::vector<std::thread> threads;
-    for (int thread = 0; thread < 3; ++thread) {
+    for (std::size_t thread = 0; thread < 3; ++thread) {
         threads.emplace_back([&, thread] {
-            for (int round = 0; !stop; ++round) {
-                CertificateSpec spec;
-                spec.commonName = std::to_string(thread) + "-" + std::to_string(round);
-                EXPECT_EQ(judgeFresh(issue(pki_.ca, spec)), 0U);
-                world_.put("CA/d" + std::to_string(thread) + ".crl", makeCrl(pki_.root, {}));
+            for (std::size_t round = thread; !stop; round += 3) {
+                EXPECT_EQ(judge(context(ends[round % ends.size()])), 0U);
+                world_.put("CA/d" + std::to_string(thread) + ".crl", crl);
             }
         });
     }
