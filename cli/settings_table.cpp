@@ -164,18 +164,12 @@ std::string quoted(std::string_view value) {
     return toml + '"';
 }
 
-// The texts of policy are addresses, names of algorithms and thumbprints: a login in an address is not shown.
-std::string shown(std::string_view value, const Setting& setting) {
-    return std::string_view(setting.table) == kPolicy ? utf8(Orvane::PKI::OCSP::Client::withoutCredentials(wide(value)))
-                                                      : std::string(value);
-}
-
 // Strings one behind the other, each with its terminator.
-std::string quotedList(std::string_view value, const Setting& setting) {
+std::string quotedList(std::string_view value) {
     std::string toml = "[";
     while (!value.empty()) {
         const std::string_view element = value.substr(0, value.find('\0'));
-        toml += (toml.size() == 1 ? "" : ", ") + quoted(shown(element, setting));
+        toml += (toml.size() == 1 ? "" : ", ") + quoted(element);
         value.remove_prefix(element.size() + 1);
     }
     return toml + "]";
@@ -206,7 +200,7 @@ SettingValue readTexts(const Setting& setting) {
     if (!value) {
         return {};
     }
-    return {isList ? quotedList(*value, setting) : quoted(shown(*value, setting)), true, false};
+    return {isList ? quotedList(*value) : quoted(*value), true, false};
 }
 
 SettingValue read(const Setting& setting) {
