@@ -84,7 +84,7 @@ const char* remedyOfHttp(unsigned long httpStatus) {
 }
 
 std::string describe(CRequest::Attempt const& attempt, const std::vector<RejectedResponse>& rejected) {
-    const std::string address = attempt.address.empty() ? "(empty address)" : withoutPassword(utf8(attempt.address));
+    const std::string address = attempt.address.empty() ? "(empty address)" : utf8(attempt.address);
     if (attempt.kind == CRequest::kRedirected) {
         return address + ": redirected with HTTP status " + std::to_string(attempt.httpStatus);
     }

@@ -48,7 +48,7 @@ std::int32_t Judge::OnResponse(CResponse const& response) {
 // After "unknown" the next responder is asked, and what that one knows outweighs it; nothing else is followed by a
 // further answer.
 void Judge::accept(const Finding& finding, CResponse const& response) {
-    result_.responder = withoutPassword(utf8(request_.get_OCSPAddress()));
+    result_.responder = utf8(withoutCredentials(request_.get_OCSPAddress()));
     describeEntry(response, finding.entry, result_);
     result_.state = stateOf(finding.status);
     accepted_ = true;

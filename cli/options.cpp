@@ -189,13 +189,13 @@ int usage(const std::string& message, const std::string& command) {
 }
 
 // The parser repeats what it does not understand, and that may be an address with a password.
-std::string withoutPasswords(std::string message, int argc, char** argv) {
+std::string withoutLogins(std::string message, int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         const std::string_view argument = argv[i];
         for (const std::string_view shown : {argument, argument.substr(argument.find('=') + 1)}) {
             const std::size_t at = shown.find('@') == std::string_view::npos ? std::string::npos : message.find(shown);
             if (at != std::string::npos) {
-                message.replace(at, shown.size(), withoutPassword(shown));
+                message.replace(at, shown.size(), withoutLogin(shown));
             }
         }
     }
@@ -224,7 +224,7 @@ public:
         } catch (const CLI::Success& request) {
             return app_.exit(request);  // help or version, on standard output
         } catch (const CLI::ParseError& mistake) {
-            return usage(withoutPasswords(mistake.what(), argc, argv), commandGiven());
+            return usage(withoutLogins(mistake.what(), argc, argv), commandGiven());
         }
         take_(options);
         return std::nullopt;

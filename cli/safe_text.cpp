@@ -1,9 +1,9 @@
 #include "cli/safe_text.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 
+#include "client/policy/address_text.h"
 #include "platform/support/support_service.h"
 
 namespace tallow::cli {
@@ -19,38 +19,10 @@ bool isHarmful(wchar_t c) {
            || (code >= 0x2060 && code <= 0x206F) || code == 0xFEFF || (code >= 0xE0000 && code <= 0xE007F);
 }
 
-// Where the name and password of a URL begin: behind the scheme and the slashes of either kind, where there are any.
-std::size_t beginOfLogin(std::string_view url) {
-    constexpr std::string_view kSlashes = "/\\";
-    const auto isScheme = [](std::string_view text) {
-        return !text.empty() && std::all_of(text.begin(), text.end(), [](unsigned char c) {
-            return std::isalnum(c) != 0 || c == '+' || c == '-' || c == '.' || c == ' ';
-        });
-    };
-    const auto isHttp = [](std::string_view text) {
-        std::string scheme(text);
-        std::transform(scheme.begin(), scheme.end(), scheme.begin(), [](unsigned char c) { return std::tolower(c); });
-        return scheme.ends_with("http") || scheme.ends_with("https");
-    };
-    const std::size_t colon = url.find(':');
-    const std::string_view scheme = url.substr(0, colon);
-    const bool hasSlashes = colon != std::string_view::npos && url.substr(colon + 1).starts_with("//");
-    const bool hasScheme = colon != std::string_view::npos && isScheme(scheme) && (hasSlashes || isHttp(scheme));
-    return std::min(url.find_first_not_of(kSlashes, hasScheme ? colon + 1 : 0), url.size());
-}
-
 }  // namespace
 
-std::string withoutPassword(std::string_view url) {
-    const std::size_t begin = beginOfLogin(url);
-    // The colons of an IPv6 address stand in brackets.
-    const std::size_t bracket = url.substr(begin).starts_with('[') ? url.find(']', begin) : begin;
-    const std::size_t colon = url.find(':', bracket);
-    const std::size_t at = url.rfind('@');
-    if (colon == std::string_view::npos || at == std::string_view::npos || at < colon) {
-        return std::string(url);
-    }
-    return std::string(url.substr(0, colon + 1)) + "***" + std::string(url.substr(at));
+std::string withoutLogin(std::string_view url) {
+    return utf8(Orvane::PKI::OCSP::Client::withoutCredentials(wide(url)));
 }
 
 std::string utf8(std::wstring_view text) {

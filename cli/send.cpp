@@ -76,7 +76,7 @@ Outcome runSend(const SendOptions& options) {
         const Orvane::CBlob answer = request.get_Response();
         Outcome outcome = failure == status::kOk ? Outcome() : failed(options.request, explainSend(failure, request));
         if (answer.cbData() != 0) {
-            outcome.out = safeLine(withoutPassword(options.url)) + ": " + whatAnswered(answer) + '\n';
+            outcome.out = safeLine(withoutLogin(options.url)) + ": " + whatAnswered(answer) + '\n';
             keep(answer, options.output, outcome);
         }
         return outcome;

@@ -153,7 +153,7 @@ std::optional<std::string> readBytes(int (*read)(const char*, size_t*, char*), c
 std::string quoted(std::string_view value) {
     constexpr const char* kDigits = "0123456789ABCDEF";
     std::string toml = "\"";
-    for (const char c : withoutPassword(value)) {
+    for (const char c : withoutLogin(value)) {
         const auto octet = static_cast<unsigned char>(c);
         if (octet < 0x20 || octet == 0x7F) {
             toml += std::string("\\u00") + kDigits[octet >> 4U] + kDigits[octet & 0x0FU];

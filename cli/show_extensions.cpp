@@ -38,7 +38,7 @@ void showCrlId(const CBlob& value, Shown& extension) {
     const Extension decoded(value);
     DerView members(DerView(octetsOf(value)).next());
     if (DerView url(members.nextIf(contextTag(0))); !url.rest().empty()) {
-        extension.add("crlUrl", withoutPassword(narrowText(required(url, kTagIa5String).content)));
+        extension.add("crlUrl", withoutLogin(narrowText(required(url, kTagIa5String).content)));
     }
     if (decoded.get_crlNum() != nullptr) {
         extension.add("crlNum", std::to_string(*decoded.get_crlNum()));

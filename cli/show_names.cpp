@@ -138,7 +138,7 @@ std::string generalNameOf(Octets name) {
         case contextTag(4):
             return "directoryName: " + nameOf(element->content);
         case contextTag(6):
-            return "URI: " + withoutPassword(narrowText(element->content));
+            return "URI: " + withoutLogin(narrowText(element->content));
         case contextTag(7):
             return "iPAddress: " + addressOf(element->content);
         case contextTag(8):

@@ -174,10 +174,6 @@ KeyPtr edwardsKey(int type, ByteView octets) {
     return KeyPtr(isSound ? EVP_PKEY_new_raw_public_key(type, nullptr, octets.data(), octets.size()) : nullptr);
 }
 
-}  // namespace
-
-namespace {
-
 KeyPtr makePublicKey(const CERT_PUBLIC_KEY_INFO& info, ByteView whole) noexcept {
     try {
         std::string_view const oid = info.Algorithm.pszObjId;

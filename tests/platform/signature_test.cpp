@@ -183,11 +183,11 @@ TEST(Signature, NeedsAKeyThatCannotBeForged) {
     Bytes minusOne448 = filled(57, 0xFF, 0xFE, 0);
     minusOne448[28] = 0xFE;
     Bytes const orderEight = fromHex("c7176a703d4dd84fba3c0b760d10670f2a2053fa2c39ccc64ec7fd7792ac037a");
-    // The powers of 2 modulo 2^161 - 1 repeat after 161; the order given is a multiple of that.
+    // The powers of 2 modulo 2^1279 - 1 repeat after 1279; the order given is a multiple of that.
     constexpr const char* kDsa = "1.2.840.10040.4.1";
     auto const dsa = [](std::int64_t generator) {
-        return tlv::sequence({tlv::integer(fromHex("01" + std::string(40, 'F'))),
-                              tlv::integer(fromHex("0142" + std::string(38, '0'))), tlv::integer(generator)});
+        return tlv::sequence({tlv::integer(fromHex("7F" + std::string(318, 'F'))),
+                              tlv::integer(fromHex("04FF" + std::string(40, '0'))), tlv::integer(generator)});
     };
     std::vector<Row> rows{
         {"DSA", kDsa, dsa(2), tlv::integer(4), true},
