@@ -1,0 +1,34 @@
+// What the tests of exchanges share: wide text, and the scope of one check.
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+#include "platform/crypto/crypto_service.h"
+
+namespace testkit {
+
+inline std::wstring wide(const std::string& text) {
+    return {text.begin(), text.end()};
+}
+
+// A check on this thread for as long as the object lives.
+struct Check : CRYPTO_CHECK {
+    explicit Check(DWORD flags = 0, const std::string& proxy = {}, DWORD schemes = CRYPTO_AUTH_ALL)
+        : CRYPTO_CHECK{}, proxyText(wide(proxy)) {
+        cbSize = sizeof(CRYPTO_CHECK);
+        dwFlags = flags;
+        pwszProxy = proxyText.c_str();
+        pwszProxyCredentials = L"";
+        dwAuthSchemes = dwProxyAuthSchemes = schemes;
+        EXPECT_TRUE(crypto_begin_check(this));
+    }
+    ~Check() { crypto_end_check(this); }
+    Check(const Check&) = delete;
+    Check& operator=(const Check&) = delete;
+
+    std::wstring proxyText;
+};
+
+}  // namespace testkit

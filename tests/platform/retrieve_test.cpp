@@ -1,0 +1,217 @@
+// The retrieval that can answer from the cache, and the cache it keeps on disk.
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <memory>
+#include <string>
+#include <thread>
+
+#include "platform/crypto/crypto_service.h"
+#include "platform/crypto/url_cache.h"
+#include "tests/platform/exchange_fixture.h"
+#include "tests/support/http_server.h"
+#include "tests/support/temp_dir.h"
+#include "tests/support/tlv.h"
+
+namespace testkit {
+namespace {
+
+class Retrieve : public testing::Test {
+protected:
+    Retrieve() {
+        folder_.write("settings.toml", "[crypto]\nurl_cache = \"" + folder_.file("cache") +
+                                           "\"\n[config.Basalt.cache_settings]\nOcspValiditySeconds = 60\n");
+        EXPECT_EQ(support_settings_open(folder_.file("settings.toml").c_str()), 0);
+    }
+    ~Retrieve() override { support_settings_open(folder_.write("empty.toml", "").c_str()); }
+
+    // The URL of the request "request" for `address`.
+    static std::wstring urlFor(const std::string& address) {
+        return wide(address + "/cmVxdWVzdA%3D%3D?Content-type: application/ocsp-request");
+    }
+
+    struct Result {
+        bool ok = false;
+        Bytes body;
+        DWORD httpStatus = 0;
+    };
+    static Result retrieve(const std::string& address, DWORD flags, FILETIME* resync = nullptr, DWORD timeout = 5000) {
+        CRYPT_RETRIEVE_AUX_INFO info{};
+        info.cbSize = sizeof info;
+        info.pftCacheResync = resync;
+        void* object = nullptr;
+        Result result;
+        result.ok =
+            CryptRetrieveObjectByUrlW(urlFor(address).c_str(), CONTEXT_OID_OCSP_RESP, CRYPT_HTTP_POST_RETRIEVAL | flags,
+                                      timeout, &object, nullptr, nullptr, nullptr, &info);
+        const std::unique_ptr<void, decltype(&std::free)> owner(object, std::free);
+        result.httpStatus = info.dwHttpStatusCode;
+        if (result.ok) {
+            const auto* blobs = static_cast<CRYPT_BLOB_ARRAY*>(object);
+            EXPECT_EQ(blobs->cBlob, 1u);
+            result.body.assign(blobs->rgBlob[0].pbData, blobs->rgBlob[0].pbData + blobs->rgBlob[0].cbData);
+        }
+        return result;
+    }
+
+    TempDir folder_;
+    const Bytes kept_ = {0x30, 0x0C, 0x0A, 0x01, 0x00, 0xA0, 0x07, 0x30, 0x05, 0x06, 0x01, 0x2A, 0x04, 0x00};
+    Bytes answer_ = kept_;
+    HttpServer server_{[this](const HttpRequest&) { return HttpReply{.body = answer_}; }};
+};
+
+TEST_F(Retrieve, AnswersFromTheCacheAsTheFlagsSay) {
+    EXPECT_FALSE(retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL).ok) << "nothing is kept yet";
+    EXPECT_EQ(server_.requests().size(), 0u) << "cache only never goes to the network";
+    EXPECT_TRUE(retrieve(server_.url("/ocsp"), 0).ok);
+    ASSERT_EQ(server_.requests().size(), 1u);
+    EXPECT_EQ(server_.requests()[0].method, "POST");
+    EXPECT_EQ(server_.requests()[0].target, "/ocsp");
+    EXPECT_EQ(server_.requests()[0].body, bytesOf("request")) << "the body that the URL carries";
+    EXPECT_EQ(server_.requests()[0].header("content-type"), "application/ocsp-request");
+    EXPECT_EQ(retrieve(server_.url("/ocsp"), 0).body, kept_);
+    EXPECT_EQ(retrieve(server_.url("/ocsp"), CRYPT_CACHE_ONLY_RETRIEVAL | CRYPT_WIRE_ONLY_RETRIEVAL).body, kept_);
+    EXPECT_EQ(server_.requests().size(), 1u) << "answered from the cache";
+    EXPECT_TRUE(retrieve(server_.url("/ocsp"), CRYPT_WIRE_ONLY_RETRIEVAL).ok);
+    EXPECT_EQ(server_.requests().size(), 2u) << "wire only does not look";
+    EXPECT_FALSE(retrieve(server_.url("/other"), CRYPT_CACHE_ONLY_RETRIEVAL).ok) << "another address";
+    FILETIME future{0, 0x7FFFFFFF};
+    EXPECT_FALSE(retrieve(server_.url("/ocsp"), CRYPT_CACHE_ONLY_RETRIEVAL, &future).ok) << "older than resync time";
+}
+
+TEST_F(Retrieve, KeepsAnswersByAddressAndRequestUntilTheyAreForgotten) {
+    const Check check;
+    EXPECT_TRUE(retrieve(server_.url("/a"), 0).ok);
+    EXPECT_FALSE(check.fAnsweredFromCache);
+    EXPECT_TRUE(retrieve(server_.url("/a"), 0).ok);
+    EXPECT_TRUE(check.fAnsweredFromCache);
+    void* object = nullptr;
+    const std::wstring otherRequest = wide(server_.url("/a") + "/b3RoZXI%3D?Content-type: application/ocsp-request");
+    EXPECT_FALSE(CryptRetrieveObjectByUrlW(otherRequest.c_str(), CONTEXT_OID_OCSP_RESP,
+                                           CRYPT_HTTP_POST_RETRIEVAL | CRYPT_CACHE_ONLY_RETRIEVAL, 0, &object, nullptr,
+                                           nullptr, nullptr, nullptr));
+    EXPECT_TRUE(crypto_forget_response(otherRequest.c_str())) << "nothing was kept";
+    EXPECT_TRUE(retrieve(server_.url("/a"), CRYPT_CACHE_ONLY_RETRIEVAL).ok);
+    EXPECT_TRUE(crypto_forget_response(urlFor(server_.url("/a")).c_str()));
+    EXPECT_FALSE(retrieve(server_.url("/a"), CRYPT_CACHE_ONLY_RETRIEVAL).ok);
+}
+
+TEST_F(Retrieve, KeepsNeitherRefusalsNorRubbish) {
+    for (const Bytes& answer : {Bytes{0x30, 0x03, 0x0A, 0x01, 0x03}, bytesOf("<html>")}) {
+        answer_ = answer;
+        EXPECT_EQ(retrieve(server_.url(), 0).body, answer);
+        EXPECT_FALSE(retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL).ok);
+    }
+}
+
+TEST_F(Retrieve, PassesOverEntriesThatAreNotWhole) {
+    EXPECT_TRUE(retrieve(server_.url(), 0).ok);
+    for (const auto& entry : std::filesystem::directory_iterator(folder_.path() / "cache")) {
+        const auto size = std::filesystem::file_size(entry.path());
+        for (const std::uintmax_t cut : {size - 1, std::uintmax_t{33}, std::uintmax_t{5}, std::uintmax_t{0}}) {
+            std::filesystem::resize_file(entry.path(), cut);
+            EXPECT_FALSE(retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL).ok) << cut;
+        }
+    }
+}
+
+TEST_F(Retrieve, UsesNoEntryOrFolderThatOthersCouldHaveWritten) {
+    namespace fs = std::filesystem;
+    ASSERT_TRUE(retrieve(server_.url(), 0).ok);
+    const fs::path cache = folder_.path() / "cache";
+    const fs::path entry = fs::directory_iterator(cache)->path();
+    const auto isUsed = [&] { return retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL).ok; };
+    ASSERT_TRUE(isUsed());
+    EXPECT_EQ(fs::status(cache).permissions(), fs::perms::owner_all);
+
+    fs::permissions(entry, fs::perms::others_write, fs::perm_options::add);
+    EXPECT_FALSE(isUsed());
+    fs::permissions(entry, fs::perms::others_write, fs::perm_options::remove);
+    fs::permissions(cache, fs::perms::group_write, fs::perm_options::add);
+    EXPECT_FALSE(isUsed());
+    EXPECT_TRUE(retrieve(server_.url("/other"), 0).ok) << "from the wire";
+    EXPECT_EQ(std::distance(fs::directory_iterator(cache), {}), 1) << "and not kept";
+    fs::permissions(cache, fs::perms::group_write, fs::perm_options::remove);
+    if (::geteuid() == 0) {
+        ASSERT_EQ(::chown(cache.c_str(), 65534, 65534), 0);
+        EXPECT_FALSE(isUsed());
+        ASSERT_EQ(::chown(cache.c_str(), 0, 0), 0);
+    }
+    fs::rename(entry, cache / "elsewhere");
+    fs::create_symlink(cache / "elsewhere", entry);
+    EXPECT_FALSE(isUsed());
+    fs::remove(entry);
+    ASSERT_EQ(::mkfifo(entry.c_str(), 0600), 0);
+    EXPECT_FALSE(isUsed());
+    EXPECT_TRUE(retrieve(server_.url(), 0).ok);
+    EXPECT_TRUE(isUsed()) << "written over";
+}
+
+TEST_F(Retrieve, KeepsABoundedNumberOfEntriesAndTouchesNothingElse) {
+    namespace fs = std::filesystem;
+    const std::string strange = folder_.write("cache/notes.txt", "keep me");
+    fs::permissions(folder_.path() / "cache", fs::perms::owner_all);
+    const tallow::platform::UrlCache cache(folder_.file("cache"));
+    for (int i = 0; i < 1023; ++i) {
+        std::string name = std::to_string(i);
+        name.insert(0, 64 - name.size(), '0');
+        folder_.write("cache/" + name, "");
+        fs::last_write_time(folder_.file("cache/" + name), fs::file_time_type::clock::now() - std::chrono::hours(1));
+    }
+    cache.keep("http://a/", kept_);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path() / "cache"), {}), 1025);
+    cache.keep("http://b/", kept_);
+    EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path() / "cache"), {}), 769);
+    EXPECT_TRUE(fs::exists(strange));
+    EXPECT_EQ(cache.find("http://a/", 60, nullptr), kept_);
+    EXPECT_EQ(cache.find("http://b/", 60, nullptr), kept_);
+}
+
+TEST_F(Retrieve, NeverShowsHalfAnEntryToAnotherProcess) {
+    const tallow::platform::UrlCache cache(folder_.file("cache"));
+    const Bytes small(100, 1);
+    const Bytes large(200000, 2);
+    cache.keep("http://a/", small);
+    const pid_t writer = ::fork();
+    ASSERT_GE(writer, 0);
+    if (writer == 0) {
+        for (int i = 0; i < 100; ++i) {
+            cache.keep("http://a/", i % 2 == 0 ? large : small);
+        }
+        ::_exit(0);
+    }
+    int status = 1;
+    while (::waitpid(writer, &status, WNOHANG) == 0) {
+        const auto found = cache.find("http://a/", 60, nullptr);
+        EXPECT_TRUE(found && (*found == small || *found == large));
+    }
+    EXPECT_EQ(status, 0);
+}
+
+TEST_F(Retrieve, ReportsTheHttpStatusAndHeedsTheTimeLimit) {
+    HttpServer failing([](const HttpRequest&) { return HttpReply{.status = 503}; });
+    const Result refused = retrieve(failing.url(), 0);
+    EXPECT_FALSE(refused.ok);
+    EXPECT_EQ(refused.httpStatus, 503u);
+    HttpServer slow([](const HttpRequest&) { return HttpReply{.delayMs = 3000}; });
+    const Result late = retrieve(slow.url(), 0, nullptr, 200);
+    EXPECT_FALSE(late.ok);
+    EXPECT_EQ(late.httpStatus, 0u);
+    EXPECT_EQ(GetLastError(), ERROR_INTERNET_TIMEOUT);
+    void* object = nullptr;
+    for (const wchar_t* url :
+         {L"", L"http://127.0.0.1", L"no slash?header", L"http://127.0.0.1/%4?h", L"http://h/%zz?h"}) {
+        EXPECT_FALSE(CryptRetrieveObjectByUrlW(url, CONTEXT_OID_OCSP_RESP, CRYPT_HTTP_POST_RETRIEVAL, 100, &object,
+                                               nullptr, nullptr, nullptr, nullptr));
+        EXPECT_EQ(GetLastError(), ERROR_INTERNET_INVALID_URL);
+    }
+}
+
+}  // namespace
+}  // namespace testkit
