@@ -11,9 +11,9 @@ bool isSameScope(const Crl& left, const Crl& right) {
            X509_NAME_cmp(left.issuer.get(), right.issuer.get()) == 0;
 }
 
-bool isNewer(const CrlCandidate* left, const CrlCandidate* right) {
-    const Crl& first = *left->crl;
-    const Crl& second = *right->crl;
+}  // namespace
+
+bool isNewer(const Crl& first, const Crl& second) {
     if (first.thisUpdate != second.thisUpdate) {
         return first.thisUpdate > second.thisUpdate;
     }
@@ -21,14 +21,14 @@ bool isNewer(const CrlCandidate* left, const CrlCandidate* right) {
                                          : first.number.has_value() && !second.number;
 }
 
-}  // namespace
-
 std::vector<CrlGroup> groupByScope(const CrlCandidates& candidates) {
     std::vector<const CrlCandidate*> sorted;
     for (const CrlCandidate& candidate : candidates) {
         sorted.push_back(&candidate);
     }
-    std::stable_sort(sorted.begin(), sorted.end(), isNewer);
+    std::stable_sort(sorted.begin(), sorted.end(), [](const CrlCandidate* left, const CrlCandidate* right) {
+        return isNewer(*left->crl, *right->crl);
+    });
     std::vector<CrlGroup> groups;
     for (const bool isDelta : {false, true}) {
         for (const CrlCandidate* const candidate : sorted) {

@@ -7,6 +7,9 @@
 
 namespace tallow::platform {
 
+// By thisUpdate, then by number.
+bool isNewer(const Crl& first, const Crl& second);
+
 // The CRLs of one issuer about the same set of certificates, newest first.
 struct CrlGroup {
     std::vector<const CrlCandidate*> completes;

@@ -127,24 +127,30 @@ CrlCheck::Outcome CrlCheck::judge(const Question& question, const CrlCandidates&
     return outcome;
 }
 
-// Of the CRLs that one key signed, the newest counts. A CA that changed its key may issue a CRL with each: then those
-// that list the certificate count too.
+// Of the CRLs that one key signed, the newest counts; of several that are equally new, one that lists the certificate.
+// A CA that changed its key may issue a CRL with each: then those that list the certificate count too.
 void CrlCheck::judgeGroup(const Question& question, const CrlGroup& group, Outcome& outcome) {
-    std::vector<CertificateRef> signers;
+    struct Newest {
+        CertificateRef signer;
+        const Crl* crl;
+    };
+    std::vector<Newest> judged;
     for (const CrlCandidate* const complete : group.completes) {
-        if (!signers.empty() && listing(*complete, question.subject) == kNotListed) {
+        if (!judged.empty() && listing(*complete, question.subject) == kNotListed) {
             continue;
         }
-        const auto isSignedBy = [&](const CertificateRef& signer) { return ledger_.verifies(*complete->crl, *signer); };
-        if (std::any_of(signers.begin(), signers.end(), isSignedBy)) {
-            continue;  // a newer one by the same key was seen
+        const auto isOutdatedBy = [&](const Newest& other) {
+            return isNewer(*other.crl, *complete->crl) && ledger_.verifies(*complete->crl, *other.signer);
+        };
+        if (std::any_of(judged.begin(), judged.end(), isOutdatedBy)) {
+            continue;
         }
         CertificateRef signer = signers_.signerOf(*complete->crl, question.path, question.index);
         if (!signer) {
             continue;
         }
         judgeComplete(question, *complete, group, *signer, outcome);
-        signers.push_back(std::move(signer));
+        judged.push_back({std::move(signer), complete->crl.get()});
     }
 }
 

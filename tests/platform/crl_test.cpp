@@ -348,6 +348,7 @@ TEST_F(Crls, CountFromTheNewestDownwards) {
                {"twelve expired ones before it", expired, kGood},
                {"hold that the newest no longer has", {held, crl({})}, kGood},
                {"same time, higher number", {crl({.number = Bytes{1}}), listing({.number = Bytes{2}})}, kRevoked},
+               {"two of the same time and number, listed in the second", {crl({}), listing()}, kRevoked},
                {"newest one with an unknown critical extension",
                 {crl({.lastUpdateSeconds = -60, .criticalExtensions = {{"1.2.3.4", tlv::null()}}}), held},
                 kRevoked}});
