@@ -77,6 +77,7 @@ protected:
     FailingProcess() {
         world_.add("CA/ca.pem", pki_.ca);
         world_.put("CA/ca.crl", makeCrl(pki_.ca, {{pki_.revoked.serial()}}));
+        world_.put("CA/earlier.crl", makeCrl(pki_.ca, {.lastUpdateSeconds = -7200}));
         world_.put("CA/root.crl", makeCrl(pki_.root, {}));
     }
     // The error status of the whole chain, or 1 when there is no chain.
@@ -119,7 +120,7 @@ int inChild(Body body) {
 }
 
 TEST_F(FailingProcess, JudgesRightAgainAfterAnyOneAllocationFailed) {
-    constexpr long kNumPlaces = 250;  // evenly among all: some 8,000
+    constexpr long kNumPlaces = 500;  // evenly among all: some 8,000
     enum { kRight, kWrongGood, kWrongAfterwards };
     auto* const numAllocations = static_cast<std::atomic<long>*>(
         ::mmap(nullptr, sizeof(std::atomic<long>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
