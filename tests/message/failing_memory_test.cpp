@@ -1,36 +1,16 @@
 // Each allocation of a call fails once: what leaves the call is the library's exception, and the object is as it was.
 #include <gmock/gmock.h>
 
-#include <cstdlib>
 #include <functional>
-#include <new>
 
 #include "asn1rt/memory_heap.h"
 #include "message/basic_response.h"
 #include "message/extensions.h"
 #include "message/response_message.h"
 #include "tests/message/message_fixture.h"
+#include "tests/support/failing_allocation.h"
 #include "tests/support/status_matcher.h"
 #include "tests/support/tlv.h"
-
-namespace {
-long numLeft = -1;  // allocations that succeed before one fails; below 0, all do
-
-bool isGranted() {
-    return numLeft < 0 || numLeft-- != 0;
-}
-}  // namespace
-
-void* operator new(std::size_t size) {
-    void* const block = isGranted() ? std::malloc(size == 0 ? 1 : size) : nullptr;
-    return block != nullptr ? block : throw std::bad_alloc();
-}
-void operator delete(void* block) noexcept {
-    std::free(block);
-}
-void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
-}
 
 namespace {
 
@@ -44,11 +24,11 @@ class FailingMemory : public testing::Test {
 protected:
     void SetUp() override {
         g_malloc_func = [](void* user, std::size_t size) {
-            return isGranted() ? rtDefaultMalloc(user, size) : nullptr;
+            return testkit::isAllocationGranted() ? rtDefaultMalloc(user, size) : nullptr;
         };
     }
     void TearDown() override {
-        numLeft = -1;
+        testkit::allocationsLeft = -1;
         g_malloc_func = rtDefaultMalloc;
     }
 
@@ -56,7 +36,7 @@ protected:
         for (long allowed = 0; allowed < 100000; ++allowed) {
             std::int32_t thrown = 0;
             bool isForeign = false;
-            numLeft = allowed;
+            testkit::allocationsLeft = allowed;
             try {
                 call();
             } catch (const ATL::CAtlException& exception) {
@@ -64,8 +44,8 @@ protected:
             } catch (...) {
                 isForeign = true;
             }
-            const bool hasFailed = numLeft < 0;
-            numLeft = -1;
+            const bool hasFailed = testkit::allocationsLeft < 0;
+            testkit::allocationsLeft = -1;
             ASSERT_FALSE(isForeign) << name << ", allocation " << allowed;
             if (!hasFailed) {
                 ASSERT_EQ(thrown, 0) << name;

@@ -8,25 +8,18 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <new>
 #include <thread>
 
 #include "tests/platform/trust_fixture.h"
+#include "tests/support/failing_allocation.h"
 
 namespace {
 
-// Counts down to the allocation that fails; below 0 none does.
-std::atomic<long> countdown{-1};
-
-bool isToFail() {
-    return countdown.load(std::memory_order_relaxed) >= 0 && countdown.fetch_sub(1) == 0;
-}
-
 void* allocateForOpenSsl(size_t size, const char* /*file*/, int /*line*/) {
-    return isToFail() ? nullptr : std::malloc(size);
+    return testkit::isAllocationGranted() ? std::malloc(size) : nullptr;
 }
 void* reallocateForOpenSsl(void* block, size_t size, const char* /*file*/, int /*line*/) {
-    return isToFail() ? nullptr : std::realloc(block, size);
+    return testkit::isAllocationGranted() ? std::realloc(block, size) : nullptr;
 }
 void freeForOpenSsl(void* block, const char* /*file*/, int /*line*/) {
     std::free(block);
@@ -37,37 +30,7 @@ void freeForOpenSsl(void* block, const char* /*file*/, int /*line*/) {
     CRYPTO_set_mem_functions(allocateForOpenSsl, reallocateForOpenSsl, freeForOpenSsl);
 }
 
-void* allocate(size_t size) {
-    void* const block = isToFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
-    if (block == nullptr) {
-        throw std::bad_alloc();
-    }
-    return block;
-}
-
 }  // namespace
-
-void* operator new(size_t size) {
-    return allocate(size);
-}
-void* operator new[](size_t size) {
-    return allocate(size);
-}
-void* operator new(size_t size, const std::nothrow_t& /*tag*/) noexcept {
-    return isToFail() ? nullptr : std::malloc(size == 0 ? 1 : size);
-}
-void operator delete(void* block) noexcept {
-    std::free(block);
-}
-void operator delete[](void* block) noexcept {
-    std::free(block);
-}
-void operator delete(void* block, size_t /*size*/) noexcept {
-    std::free(block);
-}
-void operator delete[](void* block, size_t /*size*/) noexcept {
-    std::free(block);
-}
 
 namespace testkit {
 namespace {
@@ -126,11 +89,11 @@ TEST_F(FailingProcess, JudgesRightAgainAfterAnyOneAllocationFailed) {
         ::mmap(nullptr, sizeof(std::atomic<long>), PROT_READ | PROT_WRITE, MAP_SHARED | MAP_ANONYMOUS, -1, 0));
     const auto sweep = [&](long place) {
         return inChild([&] {
-            countdown = place;
+            allocationsLeft = place;
             const DWORD revoked = judgeFresh(pki_.revoked);
             static_cast<void>(judgeFresh(pki_.good));
-            *numAllocations = place - countdown;
-            countdown = -1;
+            *numAllocations = place - allocationsLeft;
+            allocationsLeft = -1;
             return revoked == 0 ? kWrongGood : isRightNow() ? kRight : kWrongAfterwards;
         });
     };

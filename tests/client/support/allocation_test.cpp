@@ -1,35 +1,10 @@
 // One allocation after the other fails: what leaves the classes is the exception that their headers name, and the next
 // call works as if nothing had happened.
-#include <cstdlib>
 #include <functional>
-#include <new>
 
 #include "tests/client/support/client_test.h"
+#include "tests/support/failing_allocation.h"
 #include "tests/support/tlv.h"
-
-namespace {
-
-// Counts down to the allocation of this thread that fails; 0 lets all pass.
-thread_local unsigned long failingAllocation = 0;
-
-}  // namespace
-
-void* operator new(std::size_t size) {
-    if (failingAllocation != 0 && --failingAllocation == 0) {
-        throw std::bad_alloc();
-    }
-    if (void* const block = std::malloc(size != 0 ? size : 1)) {
-        return block;
-    }
-    throw std::bad_alloc();
-}
-// Not inlined: the compiler would compare free() with an operator new that it left as a call.
-[[gnu::noinline]] void operator delete(void* block) noexcept {
-    std::free(block);
-}
-[[gnu::noinline]] void operator delete(void* block, std::size_t) noexcept {
-    std::free(block);
-}
 
 namespace {
 
@@ -77,24 +52,25 @@ TEST_F(Allocation, ThatFailsIsThrownAsAStatus) {
              static_cast<void>(copy.get_SRIndexByCertID(copy.get_SRCertID(0)));
              static_cast<void>(copy.get_SRIndexByCert(good.get(), ca.get()));
              static_cast<void>(copy.Verify(nullptr, "1.2.3.4.5.6.7.8.9.10.11.12"));
+             static_cast<void>(copy.VerifyCertificate(nullptr, false, nullptr, 0));
          }},
     };
     for (const Row& row : rows) {
         row.act();  // what is made once for the process
         unsigned long failures = 0;
-        for (unsigned long next = 1; next < 100000; ++next) {
+        for (long next = 0; next < 100000; ++next) {
             SCOPED_TRACE(std::string(row.what) + ", allocation " + std::to_string(next));
-            failingAllocation = next;
+            allocationsLeft = next;
             try {
                 row.act();
             } catch (const ATL::CAtlException&) {
                 ++failures;
             } catch (...) {
-                failingAllocation = 0;
+                allocationsLeft = -1;
                 FAIL() << "another exception";
             }
-            const bool allPassed = failingAllocation != 0;
-            failingAllocation = 0;
+            const bool allPassed = allocationsLeft >= 0;
+            allocationsLeft = -1;
             if (allPassed) {
                 break;
             }
