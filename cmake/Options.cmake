@@ -53,5 +53,6 @@ function(tallow_test name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE tallow_options ${arg_LINK} GTest::gmock GTest::gtest_main)
   add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}/tests)
-  set_tests_properties(${name} PROPERTIES TIMEOUT 300)
+  # A program without tests succeeds by itself.
+  set_tests_properties(${name} PROPERTIES TIMEOUT 300 FAIL_REGULAR_EXPRESSION "Running 0 tests from")
 endfunction()
