@@ -17,10 +17,11 @@ HCERTCHAINENGINE engineFor(const CERT_REVOCATION_PARA* parameters) {
     return parameters != nullptr && parameters->pChainPara != nullptr ? parameters->pChainPara->hChainEngine : nullptr;
 }
 
-void addCrls(HCERTSTORE handle, std::vector<CrlRef>& crls) {
+void addCrls(HCERTSTORE handle, ChainSources& sources) {
     if (const Store* const store = Store::of(handle)) {
         const std::vector<CrlRef> more = store->crls();
-        crls.insert(crls.end(), more.begin(), more.end());
+        sources.crls.insert(sources.crls.end(), more.begin(), more.end());
+        sources.crlsIncomplete |= store->mayLackCrl();
     }
 }
 
@@ -30,11 +31,11 @@ ChainSources sourcesFor(const CERT_REVOCATION_PARA* parameters) {
         if (const Store* const store = Store::of(parameters->rgCertStore[i])) {
             const std::vector<CertificateRef> more = store->certificates();
             sources.others.insert(sources.others.begin(), more.begin(), more.end());
-            addCrls(parameters->rgCertStore[i], sources.crls);
+            addCrls(parameters->rgCertStore[i], sources);
         }
     }
     if (parameters != nullptr) {
-        addCrls(parameters->hCrlStore, sources.crls);
+        addCrls(parameters->hCrlStore, sources);
     }
     return sources;
 }

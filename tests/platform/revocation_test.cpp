@@ -296,5 +296,32 @@ TEST_F(Revocation, OfSingleCertificatesIsTheLastError) {
     }
 }
 
+TEST_F(Revocation, OfSingleCertificatesCountsOnWholeStoresOfTheCaller) {
+    world.put("Whole/ca.crl", caCrl);
+    world.put("Broken/ca.crl", caCrl);
+    world.put("Broken/new.crl", {0x30, 0x82});
+    const ContextPtr checked = context(pki.good.certificate);
+    const ContextPtr issuer = context(pki.ca.certificate);
+    for (const auto& [name, isKnown] : {std::pair("Whole", true), std::pair("Broken", false)}) {
+        const StorePtr store(CertOpenStore(CERT_STORE_PROV_SYSTEM_A, 0, 0, CERT_SYSTEM_STORE_LOCAL_MACHINE, name));
+        HCERTSTORE handle = store.get();
+        for (const bool asCrlStore : {false, true}) {
+            CERT_REVOCATION_PARA parameters{};
+            parameters.cbSize = sizeof parameters;
+            parameters.pIssuerCert = issuer.get();
+            parameters.hCrlStore = asCrlStore ? handle : nullptr;
+            parameters.cCertStore = asCrlStore ? 0 : 1;
+            parameters.rgCertStore = &handle;
+            CERT_REVOCATION_STATUS status{};
+            status.cbSize = sizeof status;
+            void* contexts[] = {const_cast<CERT_CONTEXT*>(checked.get())};
+            EXPECT_EQ(CertVerifyRevocation(X509_ASN_ENCODING, CERT_CONTEXT_REVOCATION_TYPE, 1, contexts, 0, &parameters,
+                                           &status) != FALSE,
+                      isKnown)
+                << name << asCrlStore;
+        }
+    }
+}
+
 }  // namespace
 }  // namespace testkit
