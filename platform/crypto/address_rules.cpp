@@ -54,6 +54,7 @@ constexpr Range6 kRanges6[] = {
     {{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 1}, 128, AddressClass::kPrivate, kNone, 0},  // loopback
     {{0, 0, 0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF}, 96, AddressClass::kPublic, 12, 0},             // mapped
     {{}, 96, AddressClass::kPublic, 12, 0},                                                     // compatible
+    {{0, 0, 0, 0, 0, 0, 0, 0, 0xFF, 0xFF}, 96, AddressClass::kPublic, 12, 0},                   // translated (SIIT)
     {{0x00, 0x64, 0xFF, 0x9B}, 96, AddressClass::kPublic, 12, 0},                               // NAT64
     {{0x00, 0x64, 0xFF, 0x9B, 0x00, 0x01}, 48, AddressClass::kPrivate, 12, 0},                  // local NAT64
     {{0x20, 0x02}, 16, AddressClass::kPublic, 2, 0},                                            // 6to4
@@ -108,8 +109,9 @@ AddressClass classOf(const sockaddr& address) noexcept {
 }
 
 AddressClass classOfHost(const std::string& host) {
+    const std::string name = host.substr(0, host.find_last_not_of('.') + 1);
     in_addr v4{};
-    if (::inet_aton(host.c_str(), &v4) != 0) {
+    if (::inet_aton(name.c_str(), &v4) != 0) {
         return classOf4(ntohl(v4.s_addr));
     }
     if (host.size() > 2 && host.front() == '[') {
@@ -117,7 +119,6 @@ AddressClass classOfHost(const std::string& host) {
         const std::string text = host.substr(1, host.find_first_of("]%") - 1);
         return ::inet_pton(AF_INET6, text.c_str(), octets.data()) == 1 ? classOf6(octets) : AddressClass::kSpecial;
     }
-    const std::string name = host.substr(0, host.find_last_not_of('.') + 1);
     constexpr std::string_view kLocal = "localhost";
     const bool isLocal = name.size() >= kLocal.size() &&
                          ::strcasecmp(name.c_str() + name.size() - kLocal.size(), kLocal.data()) == 0 &&

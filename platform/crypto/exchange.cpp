@@ -276,20 +276,19 @@ using namespace tallow::platform;
 
 BOOL CryptRetrieveObjectByUrlW(LPCWSTR pszUrl, LPCSTR pszObjectOid, DWORD dwRetrievalFlags, DWORD dwTimeout,
                                void** ppvObject, void* /*hAsyncRetrieve*/, void* /*pCredentials*/, void* /*pvVerify*/,
-                               CRYPT_RETRIEVE_AUX_INFO* pAuxInfo) try {
-    if (pszUrl == nullptr || ppvObject == nullptr || pszObjectOid != CONTEXT_OID_OCSP_RESP ||
-        (dwRetrievalFlags & CRYPT_HTTP_POST_RETRIEVAL) == 0) {
-        SetLastError(E_INVALIDARG);
-        return FALSE;
-    }
-    *ppvObject = nullptr;
-    return retrieve(narrow(pszUrl), dwRetrievalFlags, dwTimeout, ppvObject, pAuxInfo);
-} catch (const std::invalid_argument&) {
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return FALSE;
-} catch (...) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return FALSE;
+                               CRYPT_RETRIEVE_AUX_INFO* pAuxInfo) {
+    return serviceCall(FALSE, [&]() -> BOOL {
+        if (pszUrl == nullptr || ppvObject == nullptr || pszObjectOid != CONTEXT_OID_OCSP_RESP ||
+            (dwRetrievalFlags & CRYPT_HTTP_POST_RETRIEVAL) == 0) {
+            return fail(E_INVALIDARG);
+        }
+        *ppvObject = nullptr;
+        try {
+            return retrieve(narrow(pszUrl), dwRetrievalFlags, dwTimeout, ppvObject, pAuxInfo);
+        } catch (const std::invalid_argument&) {
+            return fail(ERROR_INVALID_PARAMETER);
+        }
+    });
 }
 
 BOOL crypto_forget_response(LPCWSTR pszUrl) {
@@ -303,25 +302,24 @@ BOOL crypto_forget_response(LPCWSTR pszUrl) {
 
 unsigned long SendPKIRequest(const wchar_t* url, const wchar_t* agent, const wchar_t* headers,
                              const wchar_t* proxyAddress, const wchar_t* proxyCredentials,
-                             const PKI_EXCHANGE_BUFFER* requestBuffer, PKI_EXCHANGE_BUFFER* responseBuffer) try {
-    if (url == nullptr || requestBuffer == nullptr || responseBuffer == nullptr) {
-        SetLastError(ERROR_INVALID_PARAMETER);
-        return 0;
-    }
-    HttpCall call;
-    call.url = narrow(url);
-    call.post = true;
-    call.body = ByteView(requestBuffer->data, requestBuffer->size);
-    call.headers = headerLines(narrow(headers));
-    call.userAgent = narrow(agent);
-    call.proxy = narrow(proxyAddress);
-    call.proxyCredentials = narrow(proxyCredentials);
-    followRules(call);
-    return post(call, *responseBuffer);
-} catch (const std::invalid_argument&) {
-    SetLastError(ERROR_INVALID_PARAMETER);
-    return 0;
-} catch (...) {
-    SetLastError(ERROR_NOT_ENOUGH_MEMORY);
-    return 0;
+                             const PKI_EXCHANGE_BUFFER* requestBuffer, PKI_EXCHANGE_BUFFER* responseBuffer) {
+    return serviceCall(0UL, [&]() -> unsigned long {
+        if (url == nullptr || requestBuffer == nullptr || responseBuffer == nullptr) {
+            return fail(ERROR_INVALID_PARAMETER);
+        }
+        try {
+            HttpCall call;
+            call.url = narrow(url);
+            call.post = true;
+            call.body = ByteView(requestBuffer->data, requestBuffer->size);
+            call.headers = headerLines(narrow(headers));
+            call.userAgent = narrow(agent);
+            call.proxy = narrow(proxyAddress);
+            call.proxyCredentials = narrow(proxyCredentials);
+            followRules(call);
+            return post(call, *responseBuffer);
+        } catch (const std::invalid_argument&) {
+            return fail(ERROR_INVALID_PARAMETER);
+        }
+    });
 }

@@ -1,6 +1,7 @@
 #include "platform/crypto/http_address.h"
 
 #include <curl/curl.h>
+#include <algorithm>
 
 #include <memory>
 
@@ -74,6 +75,10 @@ DWORD parseHttpAddress(const std::string& url, HttpAddress& address) {
     error = error != 0 ? error : takeLogin(parsed.get(), address.url, address.login);
     if (error == 0 && scheme != "https" && scheme != "http") {
         return ERROR_INTERNET_UNRECOGNIZED_SCHEME;
+    }
+    // libcurl may map such characters to ASCII ones after the host was judged. Names on the wire are ASCII.
+    if (std::any_of(address.host.begin(), address.host.end(), [](unsigned char c) { return c >= 0x80; })) {
+        return ERROR_INTERNET_INVALID_URL;
     }
     address.isHttps = scheme == "https";
     address.server = scheme + "://" + address.host + ':' + port;

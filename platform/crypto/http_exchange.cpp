@@ -81,22 +81,22 @@ bool isInflating(std::string_view line) {
     return coding && (coding->size() != kChunked.size() || !beginsWith(*coding, kChunked));
 }
 
-// A length that does not fit into 64 bits is one that libcurl would read as no length at all, and a body cut short
-// would then pass for a complete one. What does fit is libcurl's to check.
-bool isEndlessLength(std::string_view line) {
+// libcurl reads a length that is no number, or does not fit into 64 bits, as no length at all, and a body cut short
+// would then pass for a complete one.
+bool isNoLength(std::string_view line) {
     const std::optional<std::string_view> length = valueOf(line, "content-length:");
-    if (!length || length->empty() || length->find_first_not_of("0123456789") != std::string_view::npos) {
+    if (!length) {
         return false;
     }
     std::int64_t value = 0;
-    return std::from_chars(length->data(), length->data() + length->size(), value).ec != std::errc();
+    const auto [end, error] = std::from_chars(length->data(), length->data() + length->size(), value);
+    return error != std::errc() || end != length->data() + length->size() || value < 0;
 }
 
 std::size_t onHeader(char* data, std::size_t unit, std::size_t count, void* target) {
     auto& arrival = *static_cast<Arrival*>(target);
     const std::size_t size = unit * count;
-    if (size > arrival.maxHeaderSize - arrival.headerSize || isInflating({data, size}) ||
-        isEndlessLength({data, size})) {
+    if (size > arrival.maxHeaderSize - arrival.headerSize || isInflating({data, size}) || isNoLength({data, size})) {
         return 0;
     }
     arrival.headerSize += size;
@@ -222,6 +222,8 @@ bool isTlsOfOpenSsl() {
 
 void setCommonOptions(Options& options, const ExchangeLimits& limits, Arrival& arrival, Reach& reach) {
     options.set(CURLOPT_NOSIGNAL, 1L);
+    // A name lookup cannot be cancelled: its thread ends by itself, and nothing waits for it beyond the deadline.
+    options.set(CURLOPT_QUICK_EXIT, 1L);
     options.set(CURLOPT_PROTOCOLS_STR, isTlsOfOpenSsl() ? "http,https" : "http");
     options.set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
     options.set(CURLOPT_FOLLOWLOCATION, 0L);  // each hop is checked here before it is taken
@@ -392,6 +394,7 @@ HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
     }
     // Behind a proxy the name is resolved elsewhere, so only an address in the URL itself can be judged.
     reach_.isAnywhere = isNamed(address);
+    reach_.wasRefused = false;
     if (!call_.proxy.empty()) {
         if (reach_.refuses(classOfHost(address.host))) {
             return failure(ERROR_NETWORK_ACCESS_DENIED);

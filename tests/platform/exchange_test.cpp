@@ -102,6 +102,7 @@ TEST(SendPkiRequest, TellsFailuresFromAnswers) {
         {"no HTTP at all", {.rawReply = bytesOf("hello\r\n\r\n")}, 0, ERROR_HTTP_INVALID_SERVER_RESPONSE},
         {"length above 63 bits", length("9223372036854775808"), 0, ERROR_HTTP_INVALID_SERVER_RESPONSE},
         {"length above 64 bits", length("18446744073709551617"), 0, ERROR_HTTP_INVALID_SERVER_RESPONSE},
+        {"length that is no number", length("5;"), 0, ERROR_HTTP_INVALID_SERVER_RESPONSE},
         {"endless header", {.rawReply = bytesOf("HTTP/1.1 200 OK\r\nX: " + std::string(200000, 'a') + "\r\n\r\n")}, 0},
     };
     for (const Row& row : rows) {
@@ -229,6 +230,8 @@ TEST(AddressRules, KnowAddressesInEveryForm) {
         {"a.LocalHost.", kPrivate},
         {"notlocalhost", kPublic},
         {"2852039166", kSpecial},
+        {"0xa9fea9fe.", kSpecial},
+        {"[::ffff:0:a9fe:a9fe]", kSpecial},
     };
     for (const auto& [host, expected] : rows) {
         EXPECT_EQ(tallow::platform::classOfHost(host), expected) << host;
