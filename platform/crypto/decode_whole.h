@@ -22,7 +22,13 @@ inline void throwIfOutOfMemory() {
 template <auto Decode, auto Free>
 auto decodeWhole(ByteView der) {
     const unsigned char* position = der.data();
-    auto* const decoded = Decode(nullptr, &position, static_cast<long>(der.size()));
+    auto* decoded = Decode(nullptr, &position, static_cast<long>(der.size()));
+    if (decoded == nullptr) {
+        // Other errors can hide that memory ran out, so that only a second failure says that the value is malformed.
+        throwIfOutOfMemory();
+        position = der.data();
+        decoded = Decode(nullptr, &position, static_cast<long>(der.size()));
+    }
     using Object = std::remove_pointer_t<decltype(decoded)>;
     std::unique_ptr<std::remove_const_t<Object>, OpenSslFree<Free>> owner(decoded);
     if (owner == nullptr) {
