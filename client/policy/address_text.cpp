@@ -29,7 +29,7 @@ std::size_t authorityOf(std::wstring_view address) {
 // The end of the last "@", which may be escaped, even several times: "%40", "%2540". kNowhere when there is none.
 std::size_t endOfLastAt(std::wstring_view text) {
     for (std::size_t i = text.size(); i-- > 0;) {
-        if (text[i] == L'@') {
+        if (text[i] == L'@' || text[i] == L'\xFF20' || text[i] == L'\xFE6B') {  // wide forms that libcurl may map
             return i + 1;
         }
         if (text[i] != L'%') {

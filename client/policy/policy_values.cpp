@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "client/policy/address_text.h"
 #include "foundation/trace.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -106,7 +107,9 @@ void CGPString::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* n
         ATL::AtlThrowImpl(result);
     }
     value_ = widen(value).c_str();  // up to the first terminator
-    TALLOW_TRACE("Load", "Loading policy \"%s\" succeeded (%s).\n", utf8Name.c_str(), value.c_str());
+    // The value may be an address with a login.
+    TALLOW_TRACE("Load", "Loading policy \"%s\" succeeded (%s).\n", utf8Name.c_str(),
+                 toUtf8(OCSP::Client::withoutCredentials(widen(value)).c_str()).c_str());
 } catch (const std::bad_alloc&) {
     ATL::AtlThrowImpl(status::kOutOfMemory);
 }

@@ -5,6 +5,7 @@
 #include "client/request/request_impl.h"
 #include "client/request/signature_algorithm.h"
 #include "client/response/chain_building.h"
+#include "client/transport/network_check.h"
 #include "foundation/trace.h"
 #include "handles/exception.h"
 #include "handles/last_error.h"
@@ -121,6 +122,7 @@ CBlobList CRequest::Impl::includeCertificates(_CERT_CONTEXT const* signer, enumC
     if (included != CertsChainNoRoot && included != CertsChainWithRoot) {
         return certs;
     }
+    const NetworkCheck check(downloads());
     const ATL2::CCertChainContext chain = buildChain(signer, {.flags = CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE});
     if (chain->cChain == 0 || chain->rgpChain[0]->cElement < 2) {
         return certs;

@@ -1,12 +1,14 @@
 // The accessors of a response. The tasks live in files of their own.
 #include "client/response/response.h"
 
+#include <optional>
 #include <string>
 
 #include "asn1/rethrow_as_status.h"
 #include "client/response/export_bytes.h"
 #include "client/response/issuer_by_chain.h"
 #include "client/response/response_impl.h"
+#include "client/transport/network_check.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 #include "platform/crypto/crypto_service.h"
@@ -206,6 +208,10 @@ unsigned long CResponse::get_SRIndexByCert(_CERT_CONTEXT const* cert, _CERT_CONT
     impl_->requireSuccessful();
     if (cert == nullptr) {
         ATL::AtlThrowImpl(status::kInvalidArgument);
+    }
+    std::optional<NetworkCheck> network;
+    if (impl_->Downloads) {
+        network.emplace(*impl_->Downloads);
     }
     const ATL2::CCertContext held = issuer != nullptr ? ATL2::CCertContext::duplicate(issuer) : issuerByChain(cert);
     if (!held) {

@@ -3,7 +3,7 @@
 #include <utility>
 
 #include "foundation/trace.h"
-#include "handles/exception.h"
+#include "handles/last_error.h"
 
 // A service of somebody else's may lack these four; their addresses are null then.
 #pragma weak crypto_begin_check
@@ -39,7 +39,7 @@ NetworkCheck::NetworkCheck(DownloadRules downloads, const ResponderRules& respon
     record_.pfnOnRedirect = responder.onRedirect;
     record_.pvOnRedirect = responder.context;
     if (!crypto_begin_check(&record_)) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
 }
 

@@ -210,8 +210,8 @@ CResponse const& CRequest::Impl::sendToCandidates(Candidates const& candidates, 
         AddressIsNamed = !isOwn;
         numAskedOwn += isOwn ? 1 : 0;
         std::int32_t failure = 0;
-        refusal = 0;
         askPastCache([&] {
+            refusal = 0;
             failure = attempt();
             if (failure != 0) {
                 recordAttempt(failure);
