@@ -58,7 +58,7 @@ protected:
     }
 };
 
-TEST_F(FailingMemory, LeavesAsTheOneException) {
+TEST_F(FailingMemory, IsThrownAsOneExceptionType) {
     const Pki& pki = Pki::shared();
     testkit::ResponseSpec spec(pki.delegate);
     spec.entries.emplace_back(testkit::certIdOf(pki.good, pki.ca), testkit::EntryStatus::kRevoked);

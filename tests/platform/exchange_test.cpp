@@ -193,7 +193,7 @@ TEST(SendPkiRequest, SendsNoMoreHeadersThanItWasGiven) {
 
 // ---- The rules of a check -------------------------------------------------------------------------------------------
 
-TEST(AddressRules, KnowAddressesInEveryForm) {
+TEST(AddressRules, ClassifyAddressesInEveryForm) {
     using enum tallow::platform::AddressClass;
     const std::pair<const char*, tallow::platform::AddressClass> rows[] = {
         {"8.8.8.8", kPublic},

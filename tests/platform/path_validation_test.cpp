@@ -101,7 +101,7 @@ protected:
     TrustWorld world{{pki.root}};
 };
 
-TEST_F(PathValidation, FollowsPoliciesToTheEnd) {
+TEST_F(PathValidation, ProcessesPolicies) {
     struct Row {
         const char* name;
         const char* required;  // the setting; null for none
@@ -270,7 +270,7 @@ TEST_F(PathValidation, RefusesASignatureAlgorithmThatIsNotTheSignedOne) {
     EXPECT_EQ(errorOfPath({leaf, ca}), CERT_TRUST_IS_NOT_SIGNATURE_VALID);
 }
 
-TEST_F(PathValidation, CountsAndConstrainsAllButSelfIssuedCertificates) {
+TEST_F(PathValidation, ExemptsSelfIssuedCertificatesFromLengthAndNameConstraints) {
     struct Row {
         const char* name;
         std::vector<Change> path;
@@ -326,7 +326,7 @@ TEST_F(PathValidation, CountsAndConstrainsAllButSelfIssuedCertificates) {
     }
 }
 
-TEST_F(PathValidation, ComparesNamesAsTheyRead) {
+TEST_F(PathValidation, IgnoresCaseAndStringTypeOfNames) {
     const auto name = [](const Bytes& value) {
         return tlv::sequence({tlv::set({tlv::sequence({tlv::oid("2.5.4.3"), value})})});
     };
@@ -356,7 +356,7 @@ TEST_F(PathValidation, ComparesNamesAsTheyRead) {
     EXPECT_EQ(errorOfPath({issue(ca, spec), expired, ca}), 0U);
 }
 
-TEST_F(PathValidation, GoesFromOneKeyOfACaToItsNext) {
+TEST_F(PathValidation, AcceptsAChangeOfTheCaKey) {
     const Identity newRoot = rootCa("root");
     const auto reissued = [](const Identity& subject, const Identity& issuer) {
         return caUnder(issuer, [&](CertificateSpec& spec) {
@@ -374,7 +374,7 @@ TEST_F(PathValidation, GoesFromOneKeyOfACaToItsNext) {
 }
 
 // In each row some way leads to the root without a fault.
-TEST_F(PathValidation, FindsTheWayAmongOthers) {
+TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
     struct Row {
         const char* name;
         Identity issuer;
@@ -460,7 +460,7 @@ TEST_F(PathValidation, FindsTheWayAmongOthers) {
               CERT_TRUST_IS_REVOKED);
 }
 
-TEST_F(PathValidation, EndsAtTwelveCertificates) {
+TEST_F(PathValidation, LimitsAPathToTwelveCertificates) {
     const std::vector<Identity> longest = pathOf(std::vector<Change>(11, nothing));
     EXPECT_EQ(errorOfPath(longest), 0U);
     EXPECT_EQ(errorOfPath(pathOf(std::vector<Change>(12, nothing))), CERT_TRUST_IS_PARTIAL_CHAIN);

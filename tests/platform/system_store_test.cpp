@@ -135,7 +135,7 @@ bool mayLackCrl() {
     return tallow::platform::chainSources(nullptr, nullptr).crlsIncomplete;
 }
 
-TEST_F(SystemStore, NeverTakesAFileThatCannotBeReadForAnEmptyOne) {
+TEST_F(SystemStore, NeverTreatsAnUnreadableFileAsEmpty) {
     folder_.write("user/CA/a.crl", makeCrl(pki_.ca, {}));
     EXPECT_FALSE(mayLackCrl());
     {
@@ -164,7 +164,7 @@ TEST_F(SystemStore, NeverTakesAFileThatCannotBeReadForAnEmptyOne) {
     EXPECT_TRUE(mayLackCrl());
 }
 
-TEST_F(SystemStore, TrustsNoRootThatOthersCanHaveWritten) {
+TEST_F(SystemStore, IgnoresRootsThatOthersCanWrite) {
     std::string const root = folder_.write("machine/ROOT/a.pem", pki_.root.certificatePem());
     folder_.write("machine/CA/a.pem", pki_.root.certificatePem());
     std::string const side = folder_.write("machine/CA/a.toml", "ocsp = [\"http://127.0.0.1/\"]");
@@ -196,7 +196,7 @@ TEST_F(SystemStore, TrustsNoRootThatOthersCanHaveWritten) {
     EXPECT_TRUE(all(open("ROOT", kMachine)).empty()) << here;
 }
 
-TEST_F(SystemStore, TakesNothingFromTheHomeOfAnotherUser) {
+TEST_F(SystemStore, IgnoresTheHomeOfAnotherUser) {
     folder_.write("home/.local/share/tallow/stores/CA/a.pem", pki_.ca.certificatePem());
     SettingsFile const settings("[crypto]\nsystem_roots = false\nmachine_stores = \"\"\n");
     const char* const home = std::getenv("HOME");

@@ -383,7 +383,7 @@ TEST_F(Received, LooksForTheRequestorByNameInAFixedOrder) {
     EXPECT_THAT(signing.Verify(nullptr, nullptr, true), IsStatus(0));
 }
 
-TEST_F(Received, AsksNoAddressOfARequestorBeforeHisChainIsProven) {
+TEST_F(Received, ContactsAddressesOnlyForTrustedChains) {
     const Identity between = issueCa(pki_.ca, "between");
     const Bytes crl = makeCrl(between, {});
     const HttpServer server([&](const HttpRequest& request) {
