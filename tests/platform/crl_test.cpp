@@ -276,14 +276,8 @@ TEST_F(Crls, MayBeSignedWithAnotherKeyOfTheCa) {
 }
 
 TEST_F(Crls, OfTheNewKeyCoverCertificatesOfTheOldOne) {
-    const auto ca = [](const Identity& issuer, const Key& key) {
-        return caUnder(issuer, [&](CertificateSpec& spec) {
-            spec.commonName = "ca";
-            spec.key = key;
-        });
-    };
-    const Identity newCa = ca(pki.root, Key::make());
-    const Identity oldWithNew = ca(newCa, pki.ca.key);
+    const Identity newCa = caWithKey(pki.root, "ca", Key::make());
+    const Identity oldWithNew = caWithKey(newCa, "ca", pki.ca.key);
     for (const DWORD expected : {kGood, kRevoked}) {
         const CrlSpec spec = expected == kGood ? CrlSpec() : CrlSpec{.revokedSerials = {kSerial}};
         const ChainPtr chain =

@@ -2,7 +2,6 @@
 #include <sys/stat.h>
 
 #include <array>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -199,10 +198,7 @@ TEST_F(SystemStore, IgnoresRootsThatOthersCanWrite) {
 TEST_F(SystemStore, IgnoresTheHomeOfAnotherUser) {
     folder_.write("home/.local/share/tallow/stores/CA/a.pem", pki_.ca.certificatePem());
     SettingsFile const settings("[crypto]\nsystem_roots = false\nmachine_stores = \"\"\n");
-    const char* const home = std::getenv("HOME");
-    std::string const before = home == nullptr ? "" : home;
-    ::unsetenv("XDG_DATA_HOME");
-    ::setenv("HOME", folder_.file("home").c_str(), 1);
+    Environment const environment{{"XDG_DATA_HOME", ""}, {"HOME", folder_.file("home")}};
     EXPECT_EQ(all(open("CA")).size(), 1U);
     if (Changed const changed(folder_.file("home"), 0755, true); changed.isDone()) {
         EXPECT_EQ(open("CA"), nullptr);
@@ -213,7 +209,6 @@ TEST_F(SystemStore, IgnoresTheHomeOfAnotherUser) {
             &told);
         EXPECT_NE(told.find("another user"), std::string::npos) << told;
     }
-    ::setenv("HOME", before.c_str(), 1);
 }
 
 TEST_F(SystemStore, NeitherWaitsForNorFollowsWhatIsNoFile) {
