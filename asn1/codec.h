@@ -28,7 +28,7 @@ namespace Orvane::ASN1 {
     ATL::AtlThrowImpl(result == STATUS_NO_MEMORY ? status::kAsn1Memory : status::kAsn1Error);
 }
 
-/// Runs a part of the frame. Below it, exhausted memory is told by a status, by the runtime's own exception or by
+/// Runs a part of the frame. Below it, exhausted memory shows as a status, by the runtime's own exception or by
 /// std::bad_alloc, depending on who runs out of it.
 template <class Work>
 decltype(auto) withinFrame(Work&& work) {
@@ -93,7 +93,7 @@ CBlob asn1EncodeT(const typename Traits::ASN1_T& record) {
     });
 }
 
-/// Puts the limit of a heap back when it goes: decoding into a heap of somebody else's leaves one behind.
+/// Restores the heap's limit; decoding would leave its own limit set.
 class KeptMemoryLimit {
 public:
     explicit KeptMemoryLimit(ASN1CTXT* ctxt) : heap_(*ctxt->pTypeMemHeap), limit_(heap_.limit) {}

@@ -19,7 +19,7 @@ struct ASN1MEMHEAP {
     std::uint32_t defBlkSize;   ///< g_defBlkSize at creation; never consulted
     std::uint32_t refCount;
     std::uint32_t flags;       ///< MEM_HEAP_OWNS_RECORD or 0
-    std::uint32_t numRefused;  ///< allocations that found no memory; copying, which has no status, is told by it
+    std::uint32_t numRefused;  ///< refused allocations; copying returns no status and detects failures here
     void* pAllocUser;          ///< first argument of every allocator call on this heap
     std::uint64_t used;        ///< octets in live blocks, their headers included
     std::uint64_t limit;       ///< allocations that would bring `used` above it fail; MEM_HEAP_NO_LIMIT at creation

@@ -1,5 +1,5 @@
-// Distinguished names for people. Names are anybody's, so nothing of one is ever left out: what is no text of its type
-// is shown octet by octet, and an embedded NUL ends nothing.
+// Distinguished names for people. Names are untrusted and never shortened: invalid octets are escaped, and NUL does not
+// end the text.
 #pragma once
 
 #include <string>

@@ -1,5 +1,5 @@
 // The content of a file of a store, as crypto_read_store_content reads it: DER, PEM blocks, and the guess whether what
-// is neither may be a CRL. What is told must lie in the bounds that it names.
+// is neither may be a CRL. What is reported must lie in the bounds that it names.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

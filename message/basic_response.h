@@ -39,7 +39,7 @@ public:
     /// The version field; 0, v1, also when it is absent. RFC 6960 has no other.
     std::uint32_t get_version() const;
     /// How many octets stood behind the BasicOCSPResponse in what decode was given. They are not signed and not looked
-    /// at; who wants a whole response asks for 0.
+    /// at; callers that need a complete response require 0.
     unsigned long get_trailingSize() const;
 
     CSingleResponseList const& get_responses() const;

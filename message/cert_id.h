@@ -27,8 +27,8 @@ public:
     /// Computes the identifier of `certificate` (whole DER) under `issuerCertificate` (whole DER) with `hashAlgorithm`.
     /// The name hash is taken over the issuer's subject, the key hash over the content of its subjectPublicKey BIT
     /// STRING without the unused-bits octet. Throws the converted last error when either is no certificate, or the hash
-    /// algorithm is not to be had: entries of a response name algorithms of the responder's choice, and a search over
-    /// them has to go on behind one that cannot be computed.
+    /// algorithm is not available: entries of a response name algorithms of the responder's choice, and a search over
+    /// them has to continue after one that cannot be computed.
     CCertID(ASN1::CAlgorithmIdentifierEx const& hashAlgorithm, CBlob const& certificate,
             CBlob const& issuerCertificate);
 

@@ -98,7 +98,7 @@ std::string chooseHash(char const* hashOID, CRequestPolicy const& policy, _CERT_
     return kOidSha1;
 }
 
-// A certificate handed in without key information may be known to the user's own store with it. Not finding it there,
+// A certificate passed without key information may be known to the user's own store with it. Not finding it there,
 // for whatever reason, is no failure.
 ATL2::CCertContext sameOfUser(ATL2::CCertContext const& certificate) {
     try {

@@ -19,8 +19,8 @@ std::int32_t CResponse::Verify(_CERT_CONTEXT const* cert, char const* criticalOI
     if (cert == nullptr) {
         ATL::AtlThrowImpl(status::kCryptNotFound);
     }
-    // A certificate handed in is used as it stands: whether it is the responder named in the response is the caller's
-    // business here, and VerifyCertificate's.
+    // A certificate passed by the caller is used as it stands: whether it is the responder named in the response is the
+    // caller's business here, and VerifyCertificate's.
     if (!impl_->BasicResponse.verify(CBlob(cert->pbCertEncoded, cert->cbCertEncoded))) {
         return status::kBadSignature;
     }

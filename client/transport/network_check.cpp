@@ -5,7 +5,7 @@
 #include "foundation/trace.h"
 #include "handles/last_error.h"
 
-// A service of somebody else's may lack these four; their addresses are null then.
+// Another implementation may lack these four functions. Their addresses are null then.
 #pragma weak crypto_begin_check
 #pragma weak crypto_end_check
 #pragma weak crypto_check_time_left

@@ -253,7 +253,7 @@ X509* CertificateBody::x509() const noexcept {
     return x509_.get([this] {
         OpenSslErrors const errors;
         // OpenSSL remembers in the object that its key or its extensions could not be read, also when only memory was
-        // wanting. The second object shows a fault of the certificate.
+        // missing. The second object shows a fault of the certificate.
         X509Ptr made = parseX509(der_);
         if (made != nullptr && !readDeep(*made)) {
             made = parseX509(der_);

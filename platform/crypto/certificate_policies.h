@@ -1,5 +1,5 @@
 // Certificate policies of a path (RFC 5280 section 6.1). The standard describes a tree, which a hostile path can make
-// exponentially large. Only the newest level of it is needed to go on, and a policy has to stand there only once, so
+// exponentially large. Only the newest level of it is needed to continue, and each policy is kept once, so
 // this keeps one level of distinct policies: the work grows with the size of the certificates.
 #pragma once
 

@@ -14,7 +14,7 @@ Bytes packKeyProvInfo(const CRYPT_KEY_PROV_INFO& info);
 // Copies a packed block to `buffer`, which has its size, and turns the offsets into pointers into the buffer.
 void unpackKeyProvInfo(ByteView packed, void* buffer);
 
-// A hash by OpenSSL's name; false when it is not to be had.
+// A hash by OpenSSL's name; false when it is not available.
 bool hashBytes(const char* digest, ByteView bytes, Bytes& value);
 
 }  // namespace tallow::platform

@@ -135,7 +135,7 @@ DWORD faultsOf(const Certificate& certificate) {
     if (!hasStrictForm(X509_get0_notBefore(x509)) || !hasStrictForm(X509_get0_notAfter(x509))) {
         faults |= CERT_TRUST_IS_NOT_TIME_VALID;
     }
-    // A fault is not remembered: it may be want of memory.
+    // A fault is not remembered: memory may have run out.
     certificate.body().isFaultless() = faults == 0;
     return faults;
 }

@@ -7,11 +7,10 @@
 //   no way to any root, or OpenSSL saw another chain     CERT_E_CHAINING
 //   a root that is not trusted                           CERT_E_UNTRUSTEDROOT
 //
-// All else is told in the mask of the extra status, where every bit but the last refuses:
+// All else is reported in the mask of the extra status, where every bit but the last refuses:
 //
 //   OCSP_CHAIN_NOT_TIME_VALID       the responder's certificate is not valid at producedAt, or not at the time the
-//   chain
-//                                   was built for
+//                                   chain was built for
 //   OCSP_CHAIN_NOT_TIME_NESTED      the same for another certificate of the chain
 //   OCSP_CHAIN_REVOKED              the chain was built with a look at CRLs, and one lists a certificate of it
 //   OCSP_CHAIN_NOT_SIGNATURE_VALID  a signature of the chain does not verify, or its hash or key is too weak
@@ -22,8 +21,8 @@
 //                                   a delegate; for an issuer, or one whom the administrator names, also keyCertSign
 //                                   or cRLSign, since CAs commonly answer with a key that has these alone
 //   OCSP_CHAIN_INVALID              any other fault: basic constraints, path length, name constraints, a critical
-//                                   extension that nobody knows, a CA whose key usage forbids signing certificates
-//   OCSP_CHAIN_REVOCATION_UNKNOWN   the chain was built without a look at CRLs, or none was to be had; no refusal
+//                                   extension that is not known, a CA whose key usage forbids signing certificates
+//   OCSP_CHAIN_REVOCATION_UNKNOWN   the chain was built without a look at CRLs, or none was available; no refusal
 //
 // Both times count. The signer chooses producedAt, so the holder of the key of an expired certificate can write a time
 // at which it was still valid. The time of the chain is the caller's: whoever verifies a stored response for a past
@@ -36,9 +35,9 @@
 //   - the administrator names it (pfnIsOCSPAuthorized).
 // A CA has basicConstraints with cA (a trusted root of version 1 counts as well) and, if it has keyUsage, keyCertSign.
 // Without this rule the holder of a server certificate could "issue" certificates and answer for them. The hashes are
-// made with the hash algorithm of the entry; an algorithm that is not installed authorises nobody. Keys with parameters
-// outside of the hashed bits (DSA, curves given by parameters) authorise nobody either: other parameters make another
-// key with the same hash. The serial number plays no part.
+// made with the hash algorithm of the entry; an algorithm that is not installed authorises no responder. Keys with
+// parameters outside of the hashed bits (DSA, curves given by parameters) authorise none either: other parameters make
+// another key with the same hash. The serial number plays no part.
 //
 // fNoCheck is set for the no-check extension of a delegate. On the issuer itself the extension means nothing: a CA
 // cannot exempt itself from its own revocation.
@@ -54,7 +53,7 @@
 //   a CA that may not sign certificates                  CERT_E_WRONG_USAGE
 //   any other fault of an extension                      TRUST_E_FAIL
 //   not valid in time                                    CERT_E_EXPIRED
-//   the chain was built without a look at CRLs, or none was to be had    CRYPT_E_NO_REVOCATION_CHECK
+//   the chain was built without a look at CRLs, or none was available    CRYPT_E_NO_REVOCATION_CHECK
 #include <openssl/x509v3.h>
 
 #include <algorithm>

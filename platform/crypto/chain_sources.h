@@ -19,7 +19,7 @@ const ChainEngine* engineOf(HCERTCHAINENGINE handle) noexcept;
 
 struct ChainSources {
     std::vector<CertificateRef> roots;
-    std::vector<CertificateRef> others;  // what was handed in comes first, then the engine's and the CA stores
+    std::vector<CertificateRef> others;  // certificates passed by the caller come first, then the stores' (engine, CA)
     std::size_t numLocal = 0;            // of the others, at the end: those from stores, where somebody put them
     std::vector<CrlRef> crls;
     bool crlsIncomplete = false;  // a file that may hold a CRL could not be read: nothing counts as "not revoked"

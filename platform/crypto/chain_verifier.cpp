@@ -52,7 +52,7 @@ DWORD bitsOf(int error) {
     }
 }
 
-// OpenSSL fails at these calls for want of memory alone; none of them may go without its effect.
+// OpenSSL fails at these calls only because memory ran out; none of them may go without its effect.
 void require(bool succeeded) {
     if (!succeeded) {
         throw std::bad_alloc();

@@ -137,7 +137,7 @@ std::string narrow(const wchar_t* text) {
 
 using namespace tallow::platform;
 
-// Nothing here allocates: a check that could not begin for want of memory would have to fail as a whole.
+// Nothing here allocates: a check that could not begin because memory ran out would have to fail as a whole.
 BOOL crypto_begin_check(CRYPTO_CHECK* pCheck) {
     if (!isUsable(pCheck)) {
         SetLastError(E_INVALIDARG);

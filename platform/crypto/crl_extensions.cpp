@@ -15,7 +15,7 @@ constexpr std::size_t kMaxExtensions = 32;  // compared with each other; real li
 constexpr const char* kMalformed = "an extension is malformed";
 constexpr const char* kMalformedOfEntry = "an extension of an entry is malformed";
 
-// Identifiers of the certificate extensions arc, 2.5.29.n, are told by their last octet.
+// Identifiers of the certificate extensions arc, 2.5.29.n, differ in their last octet.
 enum ArcNumber {
     kIssuerAltName = 18,
     kCrlNumber = 20,

@@ -142,7 +142,7 @@ bool CrlSigners::hasValidPath(const CertificateRef& signer, const Path& path) {
     }
     bool vouched = false;
     DWORD error = errorOf(found, signer, false, vouched);
-    // Some CRL issuers are covered by nothing but their own CRL. It counts for them when nothing else says anything.
+    // Some CRL issuers are covered only by their own CRL. It counts for them when no other CRL covers them.
     if (error != 0 && (error & ~kUnknownRevocation) == 0 && vouched) {
         error = errorOf(found, signer, true, vouched);
     }

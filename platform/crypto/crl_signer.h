@@ -28,7 +28,7 @@ private:
     struct Frame {
         const CertificateBody* signer;
         bool mayVouchForItself;
-        bool vouched;  // whether that was needed
+        bool vouched;  // its own CRL was needed
     };
 
     std::vector<CertificateRef> candidatesFor(const Crl& crl, const Path& path, std::size_t index) const;

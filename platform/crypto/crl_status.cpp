@@ -82,7 +82,7 @@ RevocationStatus CrlCheck::lookUp(const Path& path, std::size_t index, const Crl
     return outcome.status;
 }
 
-// Fresher news than the complete CRL has, where the certificate or the CRL says that there may be some. Without them
+// Changes since the complete CRL, where the certificate or the CRL says that there may be some. Without them
 // the complete CRL counts, since it is current.
 CrlCheck::Outcome CrlCheck::askForDeltas(const Question& question, CrlCandidates& candidates, std::size_t maxRequests,
                                          Outcome outcome) {
@@ -112,7 +112,7 @@ CrlCheck::Outcome CrlCheck::askForDeltas(const Question& question, CrlCandidates
 CrlCheck::Outcome CrlCheck::judge(const Question& question, const CrlCandidates& candidates) {
     Outcome outcome;
     for (const CrlGroup& group : groupByScope(candidates)) {
-        // What covers nothing more can only matter when it lists the certificate.
+        // A CRL that adds no reasons matters only if it lists the certificate.
         const bool addsReasons = (reasonsOf(group) & ~outcome.covered) != 0;
         if (addsReasons || isListed(group.completes, question.subject) || isListed(group.deltas, question.subject)) {
             judgeGroup(question, group, outcome);

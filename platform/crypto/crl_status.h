@@ -2,8 +2,8 @@
 // divided by distribution point, by kind of certificate or by reason, signed by the CA or for it. OpenSSL parses values
 // and verifies signatures; its own processing of CRLs, which differs between its releases, is not used.
 //
-// A certificate is good only after CRLs that cover every reason were found, signed by someone who may, and do not list
-// it. Everything else is unknown, or revoked.
+// A certificate is good only after CRLs that cover every reason were found, signed by an authorised issuer, and do not
+// list it. Everything else is unknown, or revoked.
 #pragma once
 
 #include "platform/crypto/crl_selection.h"

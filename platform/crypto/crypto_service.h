@@ -57,7 +57,7 @@ TALLOW_EXPORT PCERT_EXTENSION CertFindExtension(LPCSTR pszObjId, DWORD cExtensio
 //   trust bundle unless the settings switch that off, and leaves out what others may write (docs/settings.md, "Who may
 //   define trust"). With CERT_STORE_OPEN_EXISTING_FLAG a store without any directory fails with ERROR_FILE_NOT_FOUND,
 //   else it is empty. A file that cannot be read or understood is left out and traced; if it may be a CRL, whatever is
-//   checked with this store then has no known revocation status. crypto_list_store tells of such files.
+//   checked with this store then has no known revocation status. crypto_list_store reports such files.
 // `hCryptProv` and `dwEncodingType` are not read. Certificates added to a system store stay in memory.
 // Null with ERROR_FILE_NOT_FOUND for another provider, E_INVALIDARG for a name that is empty or contains a slash or a
 // leading dot, ERROR_TOO_MANY_OPEN_FILES, E_OUTOFMEMORY or ERROR_ACCESS_DENIED for a directory that is there and cannot
@@ -96,11 +96,11 @@ TALLOW_EXPORT BOOL CertAddCertificateContextToStore(HCERTSTORE hCertStore, PCCER
 TALLOW_EXPORT BOOL CertAddEncodedCRLToStore(HCERTSTORE hCertStore, DWORD dwCertEncodingType, const BYTE* pbCrlEncoded,
                                             DWORD cbCrlEncoded, DWORD dwAddDisposition, PCCRL_CONTEXT* ppCrlContext);
 
-// Tells what the directory of one system store holds, as the library sees it: calls `pfnItem` for each certificate and
-// CRL in the order of the files, and for each thing that cannot be used or does not count. `dwFlags` chooses the user's
-// directory (CERT_SYSTEM_STORE_CURRENT_USER) or the machine's. A directory that does not exist holds nothing. FALSE
-// with E_INVALIDARG for a null argument or a name that CertOpenStore would not take, with the errors of CertOpenStore
-// for a directory that cannot be read. The callback must not throw.
+// Reports the contents of the directory of one system store as the library sees it: calls `pfnItem` for each
+// certificate and CRL in the order of the files, and for each thing that cannot be used or does not count. `dwFlags`
+// chooses the user's directory (CERT_SYSTEM_STORE_CURRENT_USER) or the machine's. A directory that does not exist holds
+// nothing. FALSE with E_INVALIDARG for a null argument or a name that CertOpenStore would not take, with the errors of
+// CertOpenStore for a directory that cannot be read. The callback must not throw.
 TALLOW_EXPORT BOOL crypto_list_store(LPCSTR szName, DWORD dwFlags, PFN_CRYPTO_STORE_ITEM pfnItem, void* pvContext);
 // The same for the content of one file, read as if it stood in a store: DER before PEM, every block of PEM text.
 // `szName` may be null; its ending decides whether content that is no certificate may have been a CRL. FALSE with
@@ -185,7 +185,7 @@ TALLOW_EXPORT BOOL CryptDestroyHash(HCRYPTHASH hHash);
 // which may then fail with the same codes; until then whatever needs the key fails with NTE_SILENT_CONTEXT. Nobody is
 // ever asked at a terminal. CRYPT_E_NO_KEY_PROPERTY when the property is missing, NTE_BAD_KEYSET when there is no key
 // where it says (no file, no regular one, more than 1 MiB, nothing in it that is a private key), NTE_BAD_PUBLIC_KEY
-// when none of the keys there belongs to the certificate, NTE_NOT_SUPPORTED for a scheme that nobody serves,
+// when none of the keys there belongs to the certificate, NTE_NOT_SUPPORTED for an unsupported scheme,
 // ERROR_NOT_SUPPORTED for a file that is encrypted in a way that OpenSSL does not open here or that asks for too much
 // work.
 TALLOW_EXPORT BOOL CryptAcquireCertificatePrivateKey(PCCERT_CONTEXT pCert, DWORD dwFlags, void* pvParameters,
@@ -256,10 +256,10 @@ TALLOW_EXPORT unsigned long SendPKIRequest(const wchar_t* url, const wchar_t* ag
                                            const PKI_EXCHANGE_BUFFER* requestBuffer,
                                            PKI_EXCHANGE_BUFFER* responseBuffer);
 
-// ---- Network rules of a check
-// ----------------------------------------------------------------------------------------- The four calls of this
-// section are optional for another implementation of the service: the library links them weakly and does without those
-// that are missing (docs/platform.md says what is lost).
+// ---- Network rules of a check ---------------------------------------------------------------------------------------
+// The four calls of this section are optional for another implementation of the service: the library links them weakly
+// and does without those that are missing. What is lost without them is in docs/platform.md, "Network rules of a
+// check".
 
 // Begins a check on the calling thread. Until crypto_end_check its exchanges and downloads share one deadline, the
 // setting check_timeout_ms; downloads of issuers and CRLs use the proxy given; and SendPKIRequest and

@@ -300,7 +300,7 @@ void setRequest(Options& options, const HttpCall& call, const curl_slist* header
     }
 }
 
-// A line break in one of these would add a line of somebody's choice to what is sent; libcurl passes it on.
+// A line break in one of these would inject a header line; libcurl does not reject it.
 bool isOneLine(const std::string& text) {
     return std::none_of(text.begin(), text.end(), [](unsigned char c) { return (c < 0x20 && c != '\t') || c == 0x7F; });
 }

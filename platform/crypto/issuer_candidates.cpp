@@ -71,7 +71,7 @@ void IssuerCandidates::collect(ByteView name, Spelling spelling, std::span<const
                         X509_NAME_cmp(parseName(subject).get(), parsed.get()) != 0)) {
             continue;
         }
-        // A copy of a root that was handed in adds nothing to the root itself.
+        // A copy of a root, passed by the caller, adds nothing to the root itself.
         if (issuer->x509() != nullptr && (origin == Origin::kRoot || !isRoot(issuer))) {
             found.push_back({issuer, origin == Origin::kRoot && !isSelfIssued(*issuer) ? Origin::kLocal : origin});
         }

@@ -29,8 +29,8 @@ public:
     IssuerCandidates(const ChainSources& sources, const FILETIME& when) : sources_(sources), when_(when) {}
 
     // Those for `subject`, at most 256, and only such as OpenSSL can read: roots, then what stores have, then what was
-    // downloaded, then what was handed in; within each first those that made the signature in an earlier call, whose
-    // key identifier fits, and that are valid.
+    // downloaded, then certificates passed by the caller; within each first those that made the signature in an earlier
+    // call, whose key identifier fits, and that are valid.
     std::vector<IssuerCandidate> of(const Certificate& subject, Spelling spelling) const;
     // Those among `certificates`, in either spelling.
     std::vector<IssuerCandidate> downloaded(const Certificate& subject,

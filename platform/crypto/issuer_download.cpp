@@ -61,7 +61,7 @@ std::vector<CertificateRef> certificatesIn(ByteView body, const Certificate& sub
     return fromMessage(body, X509_get_issuer_name(subject.x509()));
 }
 
-// Whether the address carries a user name or a password: a certificate has no business to send any.
+// Whether the address carries a user name or a password: addresses in certificates must not.
 bool hasCredentials(const std::string& url) {
     const std::size_t host = url.find("//");
     return host != std::string::npos &&

@@ -13,8 +13,8 @@ public:
     // `allowance` must outlive the object.
     IssuerDownload(bool useNetwork, FetchAllowance& allowance) : useNetwork_(useNetwork), allowance_(allowance) {}
 
-    // What lies at the address number `index` of the certificate: unverified candidates for its issuer, none when
-    // nothing can be had. A DER certificate, or of a certificates-only CMS message the first 16 with the issuer's name
+    // The certificates at address `index`; unverified, empty when there are none: candidates for the issuer of
+    // `certificate`. A DER certificate, or of a certificates-only CMS message the first 16 with the issuer's name
     // and the first 16 of the others. False when the certificate names no such address; those with credentials do not
     // count.
     //

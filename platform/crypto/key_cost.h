@@ -17,7 +17,7 @@ inline constexpr unsigned long long kMaximumRounds = 5000000;
 unsigned long long roundsIn(ByteView der);
 unsigned long long roundsOf(const X509_ALGOR* algorithm);
 
-// Whether OpenSSL, as it is set up here, can open what the password-based algorithm closed.
+// Whether this OpenSSL can decrypt data encrypted with the algorithm.
 bool canOpen(const X509_ALGOR* algorithm);
 
 }  // namespace tallow::platform

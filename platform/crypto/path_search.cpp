@@ -122,7 +122,7 @@ std::optional<Path> PathSearch::follow(std::size_t node, const IssuerCandidate& 
     return std::nullopt;
 }
 
-// Looks for more candidates; false when there are none to be had.
+// Looks for more candidates; false when none are available.
 bool PathSearch::widen(bool mayDownload) {
     if (otherSpellings_) {
         return mayDownload && download();

@@ -52,7 +52,7 @@ private:
             return BagsPtr(PKCS12_unpack_p7data(safe));
         }
         if (!PKCS7_type_is_encrypted(safe)) {
-            result_.isUnsupported = true;  // closed with somebody's public key
+            result_.isUnsupported = true;  // encrypted to a public key
             return nullptr;
         }
         if (!mayOpen(safe->d.encrypted->enc_data->algorithm)) {
@@ -93,7 +93,7 @@ private:
     Pkcs12Result& result_;
 };
 
-// Whether the hash that seals the file is one that OpenSSL computes here.
+// Whether this OpenSSL can compute the hash of the file's MAC.
 bool canVerifyMac(const PKCS12* container) {
     const X509_ALGOR* algorithm = nullptr;
     PKCS12_get0_mac(nullptr, &algorithm, nullptr, nullptr, container);
@@ -115,7 +115,7 @@ Pkcs12Result findPkcs12Key(ByteView file, const char* pin, EVP_PKEY* publicKey) 
     SafesPtr const safes(PKCS12_unpack_authsafes(container.get()));
     bool const hasMac = PKCS12_mac_present(container.get()) == 1;
     if (safes == nullptr || (hasMac && !canVerifyMac(container.get()))) {
-        result.isUnsupported = true;  // sealed with a signature, or in a way of later years
+        result.isUnsupported = true;  // public-key integrity mode or unknown MAC
         return result;
     }
     unsigned long long rounds = 0;
@@ -130,7 +130,7 @@ Pkcs12Result findPkcs12Key(ByteView file, const char* pin, EVP_PKEY* publicKey) 
         Search(text, publicKey, rounds, attempt).run(safes.get());
         result = std::move(attempt);
         if (hasMac || result.found != nullptr) {
-            break;  // the seal says that the password is right
+            break;  // the MAC says that the password is right
         }
     }
     return result;

@@ -10,9 +10,8 @@ namespace tallow::platform {
 struct Pkcs12Result {
     bool isPkcs12 = false;
     KeyPtr found = nullptr;
-    bool isLocked = false;  // the PIN does not open the file, or a key in it
-    bool isUnsupported =
-        false;  // something is closed in a way that OpenSSL does not open here, or asks for too much work
+    bool isLocked = false;       // the PIN does not open the file, or a key in it
+    bool isUnsupported = false;  // something uses unsupported encryption or too many rounds
     bool sawOtherKey = false;
 };
 

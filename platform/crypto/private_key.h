@@ -19,7 +19,7 @@ namespace tallow::platform {
 //   NTE_BAD_PUBLIC_KEY   there are other keys only, or `publicKey` is null since it could not be loaded
 //   NTE_BAD_KEYSET       there is no key: nothing there, no regular file, more than 1 MiB, or nothing that is a key
 //   ERROR_NOT_SUPPORTED  the file is encrypted in a way that OpenSSL does not open here, or asks for too much work
-//   NTE_NOT_SUPPORTED    nobody here knows the scheme of the URI, or the file is on another host
+//   NTE_NOT_SUPPORTED    the scheme of the URI is unsupported, or the file is on another host
 DWORD openPrivateKey(const std::string& uri, const char* pin, EVP_PKEY* publicKey, KeyPtr& key);
 
 // What people write for the place of a key, as a URI or an absolute path: a relative path counts from `folder`.

@@ -209,8 +209,8 @@ KeyPtr makePublicKey(const CERT_PUBLIC_KEY_INFO& info, ByteView whole) noexcept 
 
 KeyPtr loadPublicKey(const CERT_PUBLIC_KEY_INFO& info, ByteView whole) noexcept {
     KeyPtr key = makePublicKey(info, whole);
-    // OpenSSL measures a key while making it, and for want of memory notes a strength of 0 without a word. Keys of an
-    // engine have none to tell, which is a negative number.
+    // OpenSSL measures a key while making it, and records a strength of 0, without an error, when memory runs out.
+    // Keys of an engine have no strength, which is a negative number.
     return key != nullptr && EVP_PKEY_get_security_bits(key.get()) == 0 ? nullptr : std::move(key);
 }
 

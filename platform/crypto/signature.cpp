@@ -53,7 +53,7 @@ bool fitsKey(const Algorithm& signature, EVP_PKEY* key) {
 }
 
 bool isStrong(EVP_PKEY* key, KeyKind kind) {
-    // The engine of the GOST keys tells no strength; all sizes of the standard are good ones.
+    // The engine of the GOST keys reports no strength; all sizes of the standard are good ones.
     return kind == KeyKind::kGost || EVP_PKEY_get_security_bits(key) >= kMinimumSecurityBits;
 }
 

@@ -29,7 +29,7 @@ struct StoreFileContent {
     std::vector<CertificateRef> certificates;  // with the properties of the side file on the first
     std::vector<CrlRef> crls;
     std::vector<StoreProblem> problems;
-    // False when OpenSSL refused something, which it also does for want of memory: to be parsed again then.
+    // False when OpenSSL refused something, possibly because memory ran out: to be parsed again then.
     bool isFinal = true;
 
     bool mayLackCrl() const noexcept;

@@ -115,12 +115,12 @@ std::string sideFileOf(const std::string& path) {
     return path.substr(0, hasEnding ? dot : path.size()).append(kSideFileSuffix);
 }
 
-// The status of a file to read; false when there is none, or it is told as a problem.
+// The status of a file to read; false when there is none, or it was reported as a problem.
 bool lookAt(const std::string& path, StoreKind kind, struct stat& status, StoreFiles& found) {
     if (::stat(path.c_str(), &status) != 0) {
         int const systemError = errno;
         struct stat link {};
-        // What went away between two looks is gone; a link that leads nowhere stands for a file that is not to be had.
+        // A file deleted meanwhile is ignored; a dangling link is unreadable.
         if (systemError != ENOENT || ::lstat(path.c_str(), &link) == 0) {
             tell(found, path, readFailure(systemError), true);
         }
@@ -202,7 +202,7 @@ bool isAbsolute(const std::string& path) {
     return !path.empty() && path.front() == '/';
 }
 
-// Whether nobody else can have put roots there: into the directory, or another directory into its place.
+// Whether only trusted users can add or replace roots here.
 bool isTrusted(const std::string& folder, const struct stat& status, StoreFiles& found) {
     struct stat above {};
     std::string const stores = directoryOf(folder);

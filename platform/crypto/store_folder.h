@@ -1,7 +1,7 @@
 // The files of a system store. What was read is kept for the process and used again while a file looks unchanged, so
 // that opening a store costs a look at its directory, and so that a key once loaded stays with its certificate.
 //
-// What cannot be read is never taken for empty: it is told as a problem, nothing of it is kept, and the next call reads
+// What cannot be read is never taken for empty: it is reported and not cached, and the next call reads
 // again.
 #pragma once
 
@@ -15,7 +15,7 @@ namespace tallow::platform {
 
 struct StoreFile {
     std::string path;
-    // Never null. Shared by everybody who reads the file: not for a caller to change.
+    // Never null. Shared between readers; do not modify.
     std::shared_ptr<const StoreFileContent> content;
 };
 

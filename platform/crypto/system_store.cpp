@@ -34,7 +34,7 @@ std::string defaultUserStores(StoreFiles& found) {
         return {};
     }
     if (status.st_uid != ::geteuid()) {
-        tell(found, base, "is the directory of another user: no stores there count", false);
+        tell(found, base, "belongs to another user; its stores are ignored", false);
         return {};
     }
     return std::string(base) + (hasData ? "" : "/.local/share") + "/tallow/stores";

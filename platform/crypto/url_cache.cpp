@@ -57,8 +57,8 @@ std::uint64_t now() {
     return ticksOf(time);
 }
 
-// Whether nobody but the user of this process can have written it. Others could put an old answer in the place of a new
-// one, which its signature does not tell.
+// Whether only the user of this process can write it. Others could put an old answer in the place of a new one, which
+// its signature does not show.
 bool isOurs(int descriptor, mode_t kind, struct stat& status) {
     return ::fstat(descriptor, &status) == 0 && (status.st_mode & S_IFMT) == kind && status.st_uid == ::geteuid() &&
            (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;

@@ -1,5 +1,5 @@
-// Who may define trust: a settings file or a root certificate counts only when nobody but root and the user that the
-// process runs as can have written it.
+// Who may define trust: a settings file or a root certificate counts only when no user other than root and
+// the one that the process runs as can write it.
 #pragma once
 
 #include <sys/stat.h>
@@ -8,12 +8,12 @@
 
 namespace tallow::platform {
 
-// Why what has this status does not count, as words that follow its name; null when it counts. Neither its group nor
-// others may write it, and its owner is root or the effective user. Access control lists that let others write show in
-// the bits of the group.
+// Why a file with this status is not trusted; phrased to follow its name. Null when it is trusted: neither its group
+// nor others may write it, and its owner is root or the effective user. Access control lists that let others write show
+// in the bits of the group.
 const char* whyUntrusted(const struct stat& status) noexcept;
 
-// The same for a directory that other entries than ours may stand in: a sticky one, such as /tmp, keeps others from
+// The same for a directory that may contain other users' entries: a sticky one, such as /tmp, keeps others from
 // replacing ours and so may be writable.
 const char* whyUntrustedAbove(const struct stat& status) noexcept;
 

@@ -1,5 +1,5 @@
-// A value that is made when it is first needed and then kept. Only success is kept: a failure, such as one for want of
-// memory, is tried again by the next caller. Takes no lock, so a process forked at any moment can go on with it;
+// A value that is made when it is first needed and then kept. Only success is kept: after a failure, such as
+// exhausted memory, the next caller tries again. Takes no lock, so a process forked at any moment can still use it;
 // threads that come at the same moment may each make one, and one of them stays.
 #pragma once
 

@@ -162,7 +162,7 @@ void Settings::fail(int code, const toml::source_position& position, std::string
     if (error_.code != 0) {
         return;
     }
-    // First what counts: the words below take memory, which may be what is wanting.
+    // The state first: the message below takes memory, which may have run out.
     error_.code = code;
     error_.line = position.line;
     error_.column = position.column;

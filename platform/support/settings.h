@@ -29,10 +29,10 @@ public:
 
     bool broken() const noexcept { return broken_.load(std::memory_order_acquire); }
     SUPPORT_SETTINGS_ERROR error() const;
-    // From now on the file counts as broken: a value of the wrong kind, met by a reader who would go on with a default.
+    // From now on the file counts as broken: a value of the wrong kind, whose reader would use a default instead.
     void breakAt(const toml::node& node, std::string_view reason);
-    // The caller has told its own caller that the file is broken. If only a resource was wanting when the file was
-    // read, the next one to ask for the settings in force reads it again; until then nobody goes on with defaults.
+    // Called after the error was reported. If only a resource was missing, the next access reads the file again; no
+    // defaults are used meanwhile.
     void tryAgain() noexcept;
 
 private:

@@ -80,7 +80,7 @@ int readText(const char* path, size_t* size, char* buffer, const char* expected,
         }
         return copyOut(value, size, buffer);
     });
-    // A size query that fails for want of memory must not pass for an absent key either.
+    // A size query that fails because memory ran out must not pass for an absent key either.
     return result == code(ERROR_NOT_ENOUGH_MEMORY) && size != nullptr ? failText(result, size, buffer) : result;
 }
 

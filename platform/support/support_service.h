@@ -70,7 +70,7 @@ TALLOW_EXPORT void SetLastError(DWORD code);
 // A file that cannot be read, does not parse, or that others than root and the user running the process may write never
 // passes for an empty one. While it is in force, every read fails with ERROR_BAD_FORMAT, except that the size queries
 // of the two text reads succeed with size 0 and their second step fails: callers take a failing size query for an
-// absent key, and would go on with defaults. When only memory or a descriptor was wanting, the read after such a second
+// absent key, and would use defaults. When only memory or a descriptor was missing, the read after such a second
 // step reads the file again.
 
 // Reads the file `path` (UTF-8) and puts it in the place of the settings in force, for the whole process; null names

@@ -195,8 +195,8 @@ std::string withoutPasswords(std::string text) {
     return text;
 }
 
-// What stands in quotes is one address, and may be none that anybody could read: all between the colon behind its
-// scheme and its last '@' may be a password.
+// A quoted text counts as one address, even if malformed: all between the colon after its scheme and its last '@' may
+// be a password.
 std::string withoutQuotedPassword(std::string text) {
     size_t const close = text.rfind('"');
     size_t const at = text.rfind('@', close);

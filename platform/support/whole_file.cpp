@@ -67,7 +67,7 @@ std::optional<DirectoryListing> readDirectory(const std::string& path, int& syst
         systemError = errno;
         return std::nullopt;
     }
-    // The end and a failure look alike but for errno.
+    // Only errno distinguishes the end from a failure.
     errno = 0;
     while (const dirent* const entry = ::readdir(directory.get())) {
         if (entry->d_name[0] != '.' && entry->d_type != DT_DIR) {

@@ -189,7 +189,7 @@ TEST(Rules, LetOnlyARequestedHistoryBeOld) {
     }
 }
 
-TEST(Rules, WantTheNonceToTheLastOctet) {
+TEST(Rules, CompareTheWholeNonce) {
     const Command tallow;
     const std::string file = tallow.file("leaf.pem", certs().good);
     struct NonceRow {

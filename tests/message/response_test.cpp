@@ -252,7 +252,7 @@ TEST(BasicResponse, TakesTimesInUtcThatExist) {
     EXPECT_EQ(decoded(spec).get_producedAt(), CDateTime("20240229235959.25Z"));
 }
 
-TEST(BasicResponse, TakesWhatOthersWriteLoosely) {
+TEST(BasicResponse, AcceptsCommonDeviations) {
     ResponseSpec spec = bareSpec();
     spec.entries[0].raw = tlv::sequence({spec.entries[0].id.encode(), tlv::contextPrimitive(0, {}),
                                          tlv::generalizedTime("20260101000000Z"), tlv::context(1, tlv::sequence({}))});

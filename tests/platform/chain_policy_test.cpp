@@ -102,6 +102,13 @@ Identity withUnusedBit(const Identity& issuer) {
 // Nothing between the certificate and a root has been asked about revocation: set on every chain without CRLs.
 constexpr DWORD kOpen = OCSP_CHAIN_REVOCATION_UNKNOWN;
 
+// A certificate of version 1.
+CertificateSpec oldSpec() {
+    CertificateSpec spec;
+    spec.versionOne = true;
+    return spec;
+}
+
 class ResponderPolicy : public ::testing::Test {
 protected:
     const Pki& pki = Pki::shared();
@@ -149,11 +156,10 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
     const Identity delegateOfGood = delegateOf(pki.good);
     const Identity trustedServer = selfSigned({});
     crypto_add_trusted_root(context(trustedServer.certificate).get());
-    const Identity selfMadeCa = [] {
-        CertificateSpec spec;
-        spec.versionOne = true;
-        return selfSigned(spec);
-    }();
+    const Identity selfMadeCa = selfSigned(oldSpec());
+    const auto forIssued = [this](const Identity& responder) {
+        return Question{responder, {certIdOf(pki.good, responder)}};
+    };
     Question expiredSince = changed([](CertificateSpec& spec) { spec.notAfterSeconds = -60; });
     expiredSince.producedAtSeconds = -120;
     const Identity expiredCa = caUnder(pki.root, [](CertificateSpec& spec) { spec.notAfterSeconds = -60; });
@@ -190,23 +196,12 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
         {"a certificate that is no CA, for what it issued",
          {pki.good, {certIdOf(delegateOfGood, pki.good)}, {pki.ca}},
          OCSP_CHAIN_WRONG_USAGE},
-        {"a trusted certificate that is no CA, for what it issued",
-         {trustedServer, {certIdOf(pki.good, trustedServer)}},
-         OCSP_CHAIN_WRONG_USAGE},
+        {"a trusted certificate that is no CA, for what it issued", forIssued(trustedServer), OCSP_CHAIN_WRONG_USAGE},
         {"a delegate, for what it issued", {pki.delegate, {certIdOf(pki.good, pki.delegate)}, {pki.ca}}, kOpen},
-        {"a root of version 1 that nobody trusts",
-         {selfMadeCa, {certIdOf(pki.good, selfMadeCa)}},
-         0,
-         CERT_E_UNTRUSTEDROOT},
-        {"an issuer that may not sign certificates",
-         {notSigning, {certIdOf(pki.good, notSigning)}},
-         OCSP_CHAIN_WRONG_USAGE},
-        {"an issuer whose key is for encryption",
-         {encrypting, {certIdOf(pki.good, encrypting)}},
-         OCSP_CHAIN_WRONG_KEY_USAGE},
-        {"an issuer whose key hash leaves its parameters open",
-         {dsaCa, {certIdOf(pki.good, dsaCa)}},
-         OCSP_CHAIN_WRONG_USAGE},
+        {"a root of version 1 that nobody trusts", forIssued(selfMadeCa), 0, CERT_E_UNTRUSTEDROOT},
+        {"an issuer that may not sign certificates", forIssued(notSigning), OCSP_CHAIN_WRONG_USAGE},
+        {"an issuer whose key is for encryption", forIssued(encrypting), OCSP_CHAIN_WRONG_KEY_USAGE},
+        {"an issuer whose key hash leaves its parameters open", forIssued(dsaCa), OCSP_CHAIN_WRONG_USAGE},
         {"a delegate of such an issuer", {delegateOf(dsaCa), {certIdOf(pki.good, dsaCa)}, {dsaCa}}, kOpen},
         {"a CA below the issuer", by(pki.subCa), OCSP_CHAIN_WRONG_USAGE},
         {"sibling of the issuer", by(pki.sibling), OCSP_CHAIN_WRONG_USAGE},
@@ -252,10 +247,7 @@ TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames)
     const Identity strictCa =
         caUnder(pki.root, [](CertificateSpec& spec) { spec.keyUsage = "critical,keyCertSign,cRLSign"; });
     const Identity serverCa = caUnder(pki.root, [](CertificateSpec& spec) { spec.extendedKeyUsage = "serverAuth"; });
-    const Identity renewed = caUnder(pki.root, [&](CertificateSpec& spec) {
-        spec.commonName = "ca";
-        spec.key = pki.ca.key;
-    });
+    const Identity renewed = caWithKey(pki.root, "ca", pki.ca.key);
     const auto idWith = [&](const char* hash) { return certIdOf(pki.good, pki.ca, hash); };
     const Identity delegate = delegateOf(pki.ca);
     const Identity withFurtherUsages = delegateOf(pki.ca, [](CertificateSpec& spec) {
@@ -270,9 +262,7 @@ TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames)
     Question inTime{expired, {asked}, {pki.ca}};
     inTime.producedAtSeconds = -120;
     inTime.chainAtSeconds = -120;
-    CertificateSpec versionOne;
-    versionOne.versionOne = true;
-    const Identity oldRoot = selfSigned(versionOne);
+    const Identity oldRoot = selfSigned(oldSpec());
     crypto_add_trusted_root(context(oldRoot.certificate).get());
     Question named{pki.good, {asked, certIdOf(pki.ca, pki.root)}, {pki.ca}};
     named.isNamed = sayYes;

@@ -192,17 +192,11 @@ TEST_F(Chains, KeepsADownloadOnlyWhenAChainOverItIsValid) {
         crypto_forget_trusted_roots();
         crypto_add_trusted_root(context(root.certificate).get());
     };
-    const auto withKeyOfCa = [&](const Identity& issuer) {
-        CertificateSpec spec;
-        spec.commonName = "ca";
-        spec.key = pki.ca.key;
-        spec.ca = true;
-        return issue(issuer, spec);
-    };
     trust(pki.root);
     Files files;
     CertificateSpec spec;
-    spec.caIssuersUrls = {files.add("/ca", withKeyOfCa({pki.root.certificate, Key::make()}).certificate)};
+    spec.caIssuersUrls = {
+        files.add("/ca", caWithKey({pki.root.certificate, Key::make()}, "ca", pki.ca.key).certificate)};
     const Identity leaf = issue(pki.ca, spec);
     EXPECT_NE(errorOf(chainOf({.end = leaf, .flags = 0})), 0U);  // forged
     files.replace(pki.ca.certificate);
@@ -213,7 +207,7 @@ TEST_F(Chains, KeepsADownloadOnlyWhenAChainOverItIsValid) {
     // What is kept leads nowhere any more.
     const Identity next = rootCa("next");
     trust(next);
-    files.replace(withKeyOfCa(next).certificate);
+    files.replace(caWithKey(next, "ca", pki.ca.key).certificate);
     EXPECT_EQ(errorOf(chainOf({.end = leaf, .flags = 0})), 0U);
     EXPECT_EQ(files.requests(), 3U);
 }

@@ -115,7 +115,7 @@ protected:
     const Bytes rootCrl = makeCrl(pki.root, {});
 };
 
-TEST_F(Crls, ThatBreakARuleOfTheirFormProveNothing) {
+TEST_F(Crls, ProveNothingWhenMalformed) {
     const Bytes null = tlv::null();
     const std::pair<const char*, CrlSpec> rows[] = {
         {"version 1 with extensions", {.version = std::nullopt}},
@@ -153,7 +153,7 @@ TEST_F(Crls, ThatBreakARuleOfTheirFormProveNothing) {
                 kRevoked}});
 }
 
-TEST_F(Crls, SpeakAboutTheCertificatesOfTheirScope) {
+TEST_F(Crls, CoverOnlyTheirScope) {
     const Bytes rest = {0x1F, 0x80};  // affiliationChanged to aACompromise
     const auto some = [](Bytes flags, Bytes name = {}) {
         return tlv::sequence({name, reasonFlags(3, std::move(flags))});
@@ -275,15 +275,9 @@ TEST_F(Crls, MayBeSignedWithAnotherKeyOfTheCa) {
                 {issue(pki.root, renewed)}}});
 }
 
-TEST_F(Crls, OfTheNewKeySpeakAboutCertificatesOfTheOldOne) {
-    const auto ca = [](const Identity& issuer, const Key& key) {
-        return caUnder(issuer, [&](CertificateSpec& spec) {
-            spec.commonName = "ca";
-            spec.key = key;
-        });
-    };
-    const Identity newCa = ca(pki.root, Key::make());
-    const Identity oldWithNew = ca(newCa, pki.ca.key);
+TEST_F(Crls, OfTheNewKeyCoverCertificatesOfTheOldOne) {
+    const Identity newCa = caWithKey(pki.root, "ca", Key::make());
+    const Identity oldWithNew = caWithKey(newCa, "ca", pki.ca.key);
     for (const DWORD expected : {kGood, kRevoked}) {
         const CrlSpec spec = expected == kGood ? CrlSpec() : CrlSpec{.revokedSerials = {kSerial}};
         const ChainPtr chain =
@@ -334,7 +328,7 @@ TEST_F(Crls, AreUpdatedByDeltaCrls) {
     });
 }
 
-TEST_F(Crls, CountFromTheNewestDownwards) {
+TEST_F(Crls, AreReplacedByTheNewest) {
     std::vector<Bytes> weekly;
     std::vector<Bytes> expired;
     for (long week = 1; week <= 12; ++week) {

@@ -5,8 +5,12 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <cstdlib>
+#include <initializer_list>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace testkit {
 
@@ -24,6 +28,28 @@ public:
 
 private:
     rlimit before_{};
+};
+
+// Environment variables with other values.
+class Environment {
+public:
+    Environment(std::initializer_list<std::pair<const char*, std::string>> variables) {
+        for (const auto& [name, value] : variables) {
+            const char* const before = std::getenv(name);
+            before_.emplace_back(name, before == nullptr ? std::nullopt : std::optional<std::string>(before));
+            ::setenv(name, value.c_str(), 1);
+        }
+    }
+    ~Environment() {
+        for (const auto& [name, value] : before_) {
+            value ? ::setenv(name, value->c_str(), 1) : ::unsetenv(name);
+        }
+    }
+    Environment(const Environment&) = delete;
+    Environment& operator=(const Environment&) = delete;
+
+private:
+    std::vector<std::pair<const char*, std::optional<std::string>>> before_;
 };
 
 // A file with another mode, or of another user. Only root can give a file away: ask isDone().

@@ -12,6 +12,7 @@
 #include "platform/crypto/address_rules.h"
 #include "platform/crypto/crypto_service.h"
 #include "platform/crypto/fetch.h"
+#include "tests/platform/environment_fixture.h"
 #include "tests/platform/exchange_fixture.h"
 #include "tests/platform/settings_fixture.h"
 #include "tests/support/http_server.h"
@@ -194,7 +195,7 @@ TEST(SendPkiRequest, SendsNoMoreHeadersThanItWasGiven) {
 
 // ---- The rules of a check -------------------------------------------------------------------------------------------
 
-TEST(AddressRules, KnowAddressesInEveryForm) {
+TEST(AddressRules, ClassifyAddressesInEveryForm) {
     using enum tallow::platform::AddressClass;
     const std::pair<const char*, tallow::platform::AddressClass> rows[] = {
         {"8.8.8.8", kPublic},
@@ -411,27 +412,6 @@ TEST(SendPkiRequest, NoFailedAllocationBypassesTheProxy) {
         EXPECT_EQ(seen.body, bytesOf("request"));
     }
 }
-
-class Environment {
-public:
-    Environment(std::initializer_list<std::pair<const char*, std::string>> variables) {
-        for (const auto& [name, value] : variables) {
-            const char* const before = std::getenv(name);
-            before_.emplace_back(name, before == nullptr ? std::nullopt : std::optional<std::string>(before));
-            ::setenv(name, value.c_str(), 1);
-        }
-    }
-    ~Environment() {
-        for (const auto& [name, value] : before_) {
-            value ? ::setenv(name, value->c_str(), 1) : ::unsetenv(name);
-        }
-    }
-    Environment(const Environment&) = delete;
-    Environment& operator=(const Environment&) = delete;
-
-private:
-    std::vector<std::pair<const char*, std::optional<std::string>>> before_;
-};
 
 TEST(SendPkiRequest, IsNotSteeredByTheEnvironment) {
     const TempDir home;

@@ -1,5 +1,5 @@
-// What is left of the verdicts when memory is wanting at any one place, and in a child that was forked while other
-// threads were in the middle of something. A process of its own for each case: the caches of this one stay cold.
+// The verdicts when any one allocation fails, and in a child that was forked while other threads were in the middle of
+// something. A process of its own for each case: the caches of this one stay cold.
 #include <gtest/gtest.h>
 #include <openssl/crypto.h>
 #include <sys/mman.h>
@@ -82,7 +82,7 @@ int inChild(Body body) {
     return WIFEXITED(status) ? WEXITSTATUS(status) : 128 + WTERMSIG(status);
 }
 
-TEST_F(FailingProcess, JudgesRightAgainAfterAnyOneAllocationFailed) {
+TEST_F(FailingProcess, RecoversFromAnyFailedAllocation) {
     constexpr long kNumPlaces = 500;  // evenly among all: some 8,000
     enum { kRight, kWrongGood, kWrongAfterwards };
     auto* const numAllocations = static_cast<std::atomic<long>*>(
@@ -105,7 +105,7 @@ TEST_F(FailingProcess, JudgesRightAgainAfterAnyOneAllocationFailed) {
     }
 }
 
-TEST_F(FailingProcess, JudgesInAChildThatWasForkedWhileThreadsWereBusy) {
+TEST_F(FailingProcess, WorksInAChildForkedFromABusyProcess) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "the sanitizer's allocator leaves its locks held in a child";
 #endif

@@ -177,7 +177,7 @@ TEST_F(PrivateKey, IsPickedFromSeveralInOnePkcs12File) {
 }
 
 // A file chooses how its key is encrypted, and how much work opening it takes.
-TEST_F(PrivateKey, ThatCannotBeOpenedHereIsNotCalledAWrongPin) {
+TEST_F(PrivateKey, WithUnsupportedEncryptionIsNoWrongPin) {
     use(Pki::shared().good);
     auto const pfx = [&](const char* name, std::vector<std::string> more) {
         more.insert(more.begin(), {"pkcs12", "-export", "-inkey", plain_, "-in", own_, "-passout", "pass:1234"});
@@ -212,7 +212,7 @@ TEST_F(PrivateKey, ThatCannotBeOpenedHereIsNotCalledAWrongPin) {
 
 TEST_F(PrivateKey, OnATokenOpensWithOneTryOfThePin) {
     use(Pki::shared().good);
-    EXPECT_EQ(open("pkcs11:token=test"), NTE_NOT_SUPPORTED);  // nobody serves it
+    EXPECT_EQ(open("pkcs11:token=test"), NTE_NOT_SUPPORTED);  // unsupported scheme
     {
         TokenProvider const token({Pki::shared().revoked.key, identity_.key}, "1234");
         ASSERT_EQ(open("pkcs11:token=test"), 0U);

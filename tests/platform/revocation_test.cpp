@@ -25,6 +25,12 @@ protected:
         spec.crlUrls = {url};
         return issue(pki.ca, spec);
     }
+    // The error of the end certificate, with the CA, `crls` and the root's CRL at hand.
+    DWORD errorOfEnd(const Identity& end, std::vector<Bytes> crls = {}, DWORD flags = 0, FILETIME* resync = nullptr) {
+        crls.push_back(rootCrl);
+        return errorAt(
+            chainOf({.end = end, .extra = {pki.ca}, .crls = crls, .flags = kChain | flags, .resync = resync}), 0);
+    }
 
     const Pki& pki = Pki::shared();
     TrustWorld world{{pki.root}};
@@ -40,21 +46,20 @@ TEST_F(Revocation, IsToldForEachElementThatTheFlagsName) {
         DWORD flags;
         std::vector<DWORD> errors;
     };
+    const auto crl = [&](const CrlSpec& spec) { return makeCrl(pki.ca, spec); };
     // issuingDistributionPoint with onlyContainsCACerts.
     const auto partial = [&](const char* distributionPoint) {
-        return makeCrl(pki.ca, {.criticalExtensions = {{"2.5.29.28", fromHex(distributionPoint)}}});
+        return crl({.criticalExtensions = {{"2.5.29.28", fromHex(distributionPoint)}}});
     };
+    const Bytes withoutCa = makeCrl(pki.root, {.revokedSerials = {pki.ca.serial()}});
+    const Bytes bySubCa = makeCrl({pki.ca.certificate, pki.subCa.key}, {});
     const Bytes forCas = partial("30038201FF");
     const Row rows[] = {
         {"not asked", pki.revoked, {caCrl}, 0, {0, 0, 0}},
         {"all there", pki.good, {rootCrl, caCrl}, kChain, {0, 0, 0}},
         {"end certificate alone", pki.good, {caCrl}, CERT_CHAIN_REVOCATION_CHECK_END_CERT, {0, 0, 0}},
         {"revoked", pki.revoked, {rootCrl, caCrl}, kChain, {CERT_TRUST_IS_REVOKED, 0, 0}},
-        {"issuer revoked",
-         pki.good,
-         {makeCrl(pki.root, {.revokedSerials = {pki.ca.serial()}}), caCrl},
-         kChain,
-         {0, CERT_TRUST_IS_REVOKED, 0}},
+        {"issuer revoked", pki.good, {withoutCa, caCrl}, kChain, {0, CERT_TRUST_IS_REVOKED, 0}},
         {"no CRL of the root", pki.good, {caCrl}, kChain, {0, kUnknown, 0}},
         {"no CRL at all", pki.good, {}, kChain, {kUnknown, kUnknown, 0}},
         {"the anchor itself", pki.root, {}, kChain, {0}},
@@ -64,16 +69,8 @@ TEST_F(Revocation, IsToldForEachElementThatTheFlagsName) {
         {"for CA certificates alone", pki.good, {rootCrl, forCas}, kChain, {kUnknown, 0, 0}},
         {"for user certificates", pki.good, {rootCrl, partial("30038101FF")}, kChain, {0, 0, 0}},
         {"for attribute certificates", pki.good, {rootCrl, partial("30038501FF")}, kChain, {kUnknown, 0, 0}},
-        {"without an end",
-         pki.good,
-         {rootCrl, makeCrl(pki.ca, {.nextUpdateSeconds = std::nullopt})},
-         kChain,
-         {kUnknown, 0, 0}},
-        {"signed by a CA below",
-         pki.good,
-         {rootCrl, makeCrl({pki.ca.certificate, pki.subCa.key}, {})},
-         kChain,
-         {kUnknown, 0, 0}},
+        {"without an end", pki.good, {rootCrl, crl({.nextUpdateSeconds = std::nullopt})}, kChain, {kUnknown, 0, 0}},
+        {"signed by a CA below", pki.good, {rootCrl, bySubCa}, kChain, {kUnknown, 0, 0}},
         {"weakly signed", pki.good, {rootCrl, makeCrl(pki.ca, {.hash = "SHA1"})}, kChain, {kUnknown, 0, 0}},
     };
     for (const Row& row : rows) {
@@ -94,10 +91,7 @@ TEST_F(Revocation, FetchesFromTheDistributionPointAndKeepsWhatDecided) {
     Bytes served;
     HttpServer server([&](const HttpRequest&) { return HttpReply{.body = served}; });
     const Identity end = namingCrl("HTTP" + server.url("/ca.crl").substr(4));
-    const auto errorWith = [&](DWORD flags, FILETIME* resync = nullptr) {
-        return errorAt(
-            chainOf({.end = end, .extra = {pki.ca}, .crls = {rootCrl}, .flags = kChain | flags, .resync = resync}), 0);
-    };
+    const auto errorWith = [&](DWORD flags, FILETIME* resync = nullptr) { return errorOfEnd(end, {}, flags, resync); };
     // Genuine ones that say nothing about the certificate are not kept either: the next check asks again.
     const Bytes useless[] = {makeCrl(pki.sameNameCa, {}), makeCrl(pki.ca, {.nextUpdateSeconds = -60}),
                              makeCrl(pki.ca, {.criticalExtensions = {{"2.5.29.28", fromHex("30038201FF")}}}),
@@ -128,20 +122,16 @@ TEST_F(Revocation, TakesTheNewestOfLocalCachedAndDownloadedCrls) {
     Bytes served = makeCrl(pki.ca, {.lastUpdateSeconds = -1800});
     HttpServer server([&](const HttpRequest&) { return HttpReply{.body = served}; });
     const Identity end = namingCrl(server.url("/ca.crl"));
-    const auto errorWith = [&](std::vector<Bytes> crls) {
-        crls.push_back(rootCrl);
-        return errorAt(chainOf({.end = end, .extra = {pki.ca}, .crls = crls, .flags = kChain}), 0);
-    };
     const Bytes held = makeCrl(pki.ca, {.revokedSerials = {end.serial()}, .lastUpdateSeconds = -7200, .reason = 6});
     const Bytes newer = makeCrl(pki.ca, {.revokedSerials = {end.serial()}, .lastUpdateSeconds = -60});
-    EXPECT_EQ(errorWith({}), 0U);
-    EXPECT_EQ(errorWith({held}), 0U);  // the cached one is newer
-    EXPECT_EQ(errorWith({newer}), CERT_TRUST_IS_REVOKED);
+    EXPECT_EQ(errorOfEnd(end), 0U);
+    EXPECT_EQ(errorOfEnd(end, {held}), 0U);  // the cached one is newer
+    EXPECT_EQ(errorOfEnd(end, {newer}), CERT_TRUST_IS_REVOKED);
     EXPECT_EQ(server.requests().size(), 1U);
     std::this_thread::sleep_for(std::chrono::milliseconds(1100));
     served = newer;
     support_settings_open(world.settings("crl_cache_max_age = 0\n").c_str());
-    EXPECT_EQ(errorWith({}), CERT_TRUST_IS_REVOKED);  // the cached one is too old
+    EXPECT_EQ(errorOfEnd(end), CERT_TRUST_IS_REVOKED);  // the cached one is too old
     EXPECT_EQ(server.requests().size(), 2U);
 }
 
@@ -151,9 +141,7 @@ TEST_F(Revocation, AsksForDeltaCrlsWhereTheCompleteOneNamesThem) {
     const Identity end = namingCrl("ldap://nowhere/");
     const Bytes name = tlv::context(0, tlv::context(0, tlv::contextPrimitive(6, bytesOf(server.url("/delta")))));
     const Bytes complete = makeCrl(pki.ca, {.extensions = {{"2.5.29.46", tlv::sequence({tlv::sequence({name})})}}});
-    const auto error = [&] {
-        return errorAt(chainOf({.end = end, .extra = {pki.ca}, .crls = {rootCrl, complete}, .flags = kChain}), 0);
-    };
+    const auto error = [&] { return errorOfEnd(end, {complete}); };
     EXPECT_EQ(error(), 0U);  // there is none: the complete one is current
     served = makeCrl(
         pki.ca,
@@ -168,8 +156,7 @@ TEST_F(Revocation, NeverLogsInAtAnAddressOfACertificate) {
     HttpServer server([&](const HttpRequest&) { return HttpReply{.body = caCrl}; });
     const std::string url = server.url("/");
     for (const char* login : {"name:password@", "name@", "@"}) {
-        const Identity end = namingCrl(url.substr(0, 7) + login + url.substr(7));
-        EXPECT_EQ(errorAt(chainOf({.end = end, .extra = {pki.ca}, .crls = {rootCrl}, .flags = kChain}), 0), kUnknown);
+        EXPECT_EQ(errorOfEnd(namingCrl(url.substr(0, 7) + login + url.substr(7))), kUnknown);
     }
     EXPECT_EQ(server.requests().size(), 0U);
 }
@@ -222,8 +209,7 @@ TEST_F(Revocation, GoesOnToTheNextAddressAfterAStrangersCrl) {
         [&](const HttpRequest& request) { return HttpReply{.body = request.target == "/right" ? caCrl : strangers}; });
     CertificateSpec spec;
     spec.crlUrls = {server.url("/1"), server.url("/2"), server.url("/right")};
-    EXPECT_EQ(errorOf(chainOf({.end = issue(pki.ca, spec), .extra = {pki.ca}, .crls = {rootCrl}, .flags = kChain})),
-              0U);
+    EXPECT_EQ(errorOfEnd(issue(pki.ca, spec)), 0U);
     EXPECT_EQ(server.requests().size(), 3U);
 }
 
@@ -239,9 +225,7 @@ TEST_F(Revocation, AsksNoAddressOfAChainThatIsNotTrusted) {
 TEST_F(Revocation, RefusesACrlAboveTheLimit) {
     const TrustWorld bounded({pki.root}, "max_crl_bytes = 2000\n");
     HttpServer server([&](const HttpRequest&) { return HttpReply{.body = caCrl, .padBodyTo = 2001}; });
-    EXPECT_EQ(
-        errorAt(chainOf({.end = namingCrl(server.url()), .extra = {pki.ca}, .crls = {rootCrl}, .flags = kChain}), 0),
-        kUnknown);
+    EXPECT_EQ(errorOfEnd(namingCrl(server.url())), kUnknown);
 }
 
 TEST_F(Revocation, OfSingleCertificatesIsTheLastError) {

@@ -188,7 +188,7 @@ TEST(Settings, ThatNestTooDeepAreRefusedBeforeTheyAreParsed) {
     }
 }
 
-TEST(Settings, AreReadAgainWhenOnlyADescriptorWasWanting) {
+TEST(Settings, AreReadAgainAfterDescriptorsRanOut) {
     SettingsFile const settings("a = \"x\"\n");
     {
         NoDescriptors const none;

@@ -2,7 +2,6 @@
 #include <sys/stat.h>
 
 #include <array>
-#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string>
@@ -135,7 +134,7 @@ bool mayLackCrl() {
     return tallow::platform::chainSources(nullptr, nullptr).crlsIncomplete;
 }
 
-TEST_F(SystemStore, NeverTakesAFileThatCannotBeReadForAnEmptyOne) {
+TEST_F(SystemStore, NeverTreatsAnUnreadableFileAsEmpty) {
     folder_.write("user/CA/a.crl", makeCrl(pki_.ca, {}));
     EXPECT_FALSE(mayLackCrl());
     {
@@ -164,7 +163,7 @@ TEST_F(SystemStore, NeverTakesAFileThatCannotBeReadForAnEmptyOne) {
     EXPECT_TRUE(mayLackCrl());
 }
 
-TEST_F(SystemStore, TrustsNoRootThatOthersCanHaveWritten) {
+TEST_F(SystemStore, IgnoresRootsThatOthersCanWrite) {
     std::string const root = folder_.write("machine/ROOT/a.pem", pki_.root.certificatePem());
     folder_.write("machine/CA/a.pem", pki_.root.certificatePem());
     std::string const side = folder_.write("machine/CA/a.toml", "ocsp = [\"http://127.0.0.1/\"]");
@@ -196,13 +195,10 @@ TEST_F(SystemStore, TrustsNoRootThatOthersCanHaveWritten) {
     EXPECT_TRUE(all(open("ROOT", kMachine)).empty()) << here;
 }
 
-TEST_F(SystemStore, TakesNothingFromTheHomeOfAnotherUser) {
+TEST_F(SystemStore, IgnoresTheHomeOfAnotherUser) {
     folder_.write("home/.local/share/tallow/stores/CA/a.pem", pki_.ca.certificatePem());
     SettingsFile const settings("[crypto]\nsystem_roots = false\nmachine_stores = \"\"\n");
-    const char* const home = std::getenv("HOME");
-    std::string const before = home == nullptr ? "" : home;
-    ::unsetenv("XDG_DATA_HOME");
-    ::setenv("HOME", folder_.file("home").c_str(), 1);
+    Environment const environment{{"XDG_DATA_HOME", ""}, {"HOME", folder_.file("home")}};
     EXPECT_EQ(all(open("CA")).size(), 1U);
     if (Changed const changed(folder_.file("home"), 0755, true); changed.isDone()) {
         EXPECT_EQ(open("CA"), nullptr);
@@ -213,7 +209,6 @@ TEST_F(SystemStore, TakesNothingFromTheHomeOfAnotherUser) {
             &told);
         EXPECT_NE(told.find("another user"), std::string::npos) << told;
     }
-    ::setenv("HOME", before.c_str(), 1);
 }
 
 TEST_F(SystemStore, NeitherWaitsForNorFollowsWhatIsNoFile) {

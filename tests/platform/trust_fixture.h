@@ -29,6 +29,14 @@ Identity caUnder(const Identity& issuer, Change change) {
     return issue(issuer, spec);
 }
 
+// A CA under `issuer` with this name and key.
+inline Identity caWithKey(const Identity& issuer, const char* name, const Key& key) {
+    return caUnder(issuer, [&](CertificateSpec& spec) {
+        spec.commonName = name;
+        spec.key = key;
+    });
+}
+
 inline Identity leafUnder(const Identity& issuer) {
     CertificateSpec spec;
     spec.commonName = "leaf";

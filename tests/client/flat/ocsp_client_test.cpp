@@ -200,6 +200,8 @@ TEST_F(PlainFunctions, VerifyJudgesAResponseAboutOneCertificate) {
     const Bytes body =
         tlv::context(0, tlv::sequence({tlv::oid(kBasicResponseOid),
                                        tlv::octetString(changed([](ResponseSpec& s) { s.bare = true; }))}));
+    const Bytes overdue = changed([](ResponseSpec& s) { s.entries[0].nextUpdate = generalizedTimeText(-30); });
+    const auto by = [this](const Identity& signer) { return changed([&](ResponseSpec& s) { s.signer = signer; }); };
     struct Row {
         const char* what;
         Bytes response;
@@ -216,20 +218,14 @@ TEST_F(PlainFunctions, VerifyJudgesAResponseAboutOneCertificate) {
          }),
          {},
          status::kCryptRevoked},
-        {"a delegate of another CA",
-         changed([this](ResponseSpec& s) { s.signer = issue(pki_.sibling, delegateSpec("another's")); }),
-         {},
-         status::kWrongUsage},
+        {"a delegate of another CA", by(issue(pki_.sibling, delegateSpec("another's"))), {}, status::kWrongUsage},
         {"a delegate of another CA, behind an entry that it may answer",
          changed([&](ResponseSpec& s) { s.entries.emplace_back(certIdOf(underIt, withoutCrl)); }),
          {},
          status::kWrongUsage,
          underIt},
-        {"a delegate that is revoked",
-         changed([&](ResponseSpec& s) { s.signer = revokedDelegate; }),
-         {},
-         status::kCryptRevoked},
-        {"a delegate that is not", changed([&](ResponseSpec& s) { s.signer = issue(pki_.ca, checked); }), {}, 0},
+        {"a delegate that is revoked", by(revokedDelegate), {}, status::kCryptRevoked},
+        {"a delegate that is not", by(issue(pki_.ca, checked)), {}, 0},
         {"a delegate without a CRL", buildResponse(notToBeLearnt), {}, status::kNoRevocationCheck, underIt},
         {"a delegate that has expired since it answered",
          changed([&](ResponseSpec& s) {
@@ -238,10 +234,7 @@ TEST_F(PlainFunctions, VerifyJudgesAResponseAboutOneCertificate) {
          }),
          {},
          status::kCertExpired},
-        {"a nextUpdate that has passed",
-         changed([](ResponseSpec& s) { s.entries[0].nextUpdate = generalizedTimeText(-30); }),
-         {},
-         0},
+        {"a nextUpdate that has passed", overdue, {}, 0},
         {"a refusal with a good answer inside", tlv::sequence({tlv::enumerated(6), body}), {}, kFailed},
         {"no refusal", tlv::sequence({tlv::enumerated(0), body}), {}, 0},
         {"a nonce that goes on", withNonce, extensions({nonceExtension({1, 2, 3})}), status::kNoRevocationCheck},

@@ -110,7 +110,7 @@ TEST_F(ServiceFaults, AnEarlierAnswerDoesNotStandInForOneThatWasNotReceived) {
     EXPECT_THAT(thrownStatus([&] { request.Send(false); }), IsStatus(status::kFail));
 }
 
-TEST_F(ServiceFaults, TheEarlierAnswerStaysWhenThereIsNoRoomForTheNext) {
+TEST_F(ServiceFaults, KeepsTheEarlierAnswerWhenMemoryRunsOut) {
     CertificateSpec spec;
     spec.ocspUrls = {"http://first/", "http://second/"};
     const Identity leaf = issue(pki_.ca, spec);
