@@ -5,6 +5,8 @@
 #include <cstdlib>
 #include <exception>
 #include <iostream>
+#include <new>
+#include <string_view>
 
 #include "cli/check.h"
 #include "cli/input_files.h"
@@ -76,6 +78,24 @@ int finish(const Outcome& outcome) {
     return outcome.exitStatus;
 }
 
+int run(int argc, char** argv) {
+    try {
+        CommandOptions options;
+        if (const std::optional<int> end = readCommandLine(argc, argv, options)) {
+            return *end;
+        }
+        return finish(std::visit(Run(), options));
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const InputError& error) {
+        std::cerr << "tallow: " << safeLine(error.what()) << '\n';
+        return kExitUsage;
+    } catch (const std::exception& error) {
+        std::cerr << "tallow: " << safeLine(error.what()) << '\n';
+        return kExitNoAnswer;
+    }
+}
+
 }  // namespace
 
 int main(int argc, char** argv) {
@@ -84,16 +104,11 @@ int main(int argc, char** argv) {
     }
     forgetEnvironment();
     try {
-        CommandOptions options;
-        if (const std::optional<int> end = readCommandLine(argc, argv, options)) {
-            return *end;
-        }
-        return finish(std::visit(Run(), options));
-    } catch (const InputError& error) {
-        std::cerr << "tallow: " << safeLine(error.what()) << '\n';
-        return kExitUsage;
-    } catch (const std::exception& error) {
-        std::cerr << "tallow: " << safeLine(error.what()) << '\n';
+        return run(argc, argv);
+    } catch (...) {
+        // Memory was wanting, if not before then for the message: this one needs none.
+        constexpr std::string_view kMessage = "tallow: out of memory\n";
+        static_cast<void>(::write(STDERR_FILENO, kMessage.data(), kMessage.size()) == 0);
         return kExitNoAnswer;
     }
 }

@@ -1,11 +1,23 @@
 #include "platform/crypto/service_call.h"
 
+#include <openssl/crypto.h>
+
+#include <atomic>
 #include <memory>
 
 #include "platform/support/made_once.h"
 #include "platform/support/never_destroyed.h"
 
 namespace tallow::platform {
+
+bool isOpenSslReady() noexcept {
+    static std::atomic<bool> isReady{false};
+    if (!isReady.load(std::memory_order_relaxed)) {
+        isReady = OPENSSL_init_crypto(OPENSSL_INIT_LOAD_CRYPTO_STRINGS, nullptr) == 1 &&
+                  OSSL_LIB_CTX_get0_global_default() != nullptr;
+    }
+    return isReady.load(std::memory_order_relaxed);
+}
 
 std::string settingText(const char* path, std::string_view otherwise) {
     size_t size = 0;

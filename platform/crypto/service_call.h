@@ -35,8 +35,13 @@ public:
     OpenSslErrors& operator=(const OpenSslErrors&) = delete;
 };
 
+// Whether OpenSSL has what all its functions take for granted. It sets itself up once, when it is first used, remembers
+// a failure for good and then goes through null pointers.
+bool isOpenSslReady() noexcept;
+
 // Runs the body of an exported function; an exception becomes a last error and the value `failure`. A failure for which
-// the body sets no last error gets one: without, its caller might take it for success.
+// the body sets no last error gets one: without, its caller might take it for success. Where OpenSSL could not set itself
+// up, for want of memory, the body does not run.
 template <typename Result, typename Body>
 Result serviceCall(Result failure, Body body) noexcept {
     ForkGate const gate;
@@ -45,6 +50,9 @@ Result serviceCall(Result failure, Body body) noexcept {
     SetLastError(0);
     Result result = failure;
     try {
+        if (!isOpenSslReady()) {
+            throw std::bad_alloc();
+        }
         result = body();
     } catch (const std::bad_alloc&) {
         SetLastError(E_OUTOFMEMORY);

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cerrno>
+#include <ctime>
 #include <iterator>
 #include <map>
 #include <optional>
@@ -40,14 +41,19 @@ Stamp stampOf(const struct stat& status) {
     return {status.st_dev, status.st_ino, status.st_size, status.st_ctim};
 }
 
-// Whether a further change would show in the stamp: the clock of a file system ticks a few milliseconds at a time.
-bool isSettled(const Stamp& stamp) {
-    constexpr long kTick = 20000000;  // ns
-    constexpr long kSecond = 1000000000;
+constexpr long kTick = 20000000;  // ns; the clock of a file system ticks a few milliseconds at a time
+
+timespec currentTime() {
     timespec now{};
     ::clock_gettime(CLOCK_REALTIME, &now);
-    long const seconds = now.tv_sec - stamp.changed.tv_sec;
-    return seconds > 1 || seconds < -1 || seconds * kSecond + now.tv_nsec - stamp.changed.tv_nsec > kTick;
+    return now;
+}
+
+// Whether a change after `begun` would show in the stamp.
+bool isSettled(const Stamp& stamp, const timespec& begun) {
+    constexpr long kSecond = 1000000000;
+    long const seconds = begun.tv_sec - stamp.changed.tv_sec;
+    return seconds > 1 || seconds < -1 || seconds * kSecond + begun.tv_nsec - stamp.changed.tv_nsec > kTick;
 }
 
 // ---- What was read before ------------------------------------------------------------------------------------------
@@ -115,14 +121,24 @@ std::string sideFileOf(const std::string& path) {
     return path.substr(0, hasEnding ? dot : path.size()).append(kSideFileSuffix);
 }
 
+// What one reading of a directory or a bundle gave.
+struct Reading {
+    StoreFiles found;
+    // A file may be missing in `found` because its name changed meanwhile.
+    bool isDisturbed = false;
+};
+
 // The status of a file to read; false when there is none, or it was reported as a problem.
-bool lookAt(const std::string& path, StoreKind kind, struct stat& status, StoreFiles& found) {
+bool lookAt(const std::string& path, StoreKind kind, struct stat& status, Reading& reading) {
+    StoreFiles& found = reading.found;
     if (::stat(path.c_str(), &status) != 0) {
         int const systemError = errno;
         struct stat link {};
-        // A file deleted meanwhile is ignored; a dangling link is unreadable.
+        // A file that went away may have another name now; a dangling link is unreadable.
         if (systemError != ENOENT || ::lstat(path.c_str(), &link) == 0) {
             tell(found, path, readFailure(systemError), true);
+        } else {
+            reading.isDisturbed = true;
         }
         return false;
     }
@@ -157,14 +173,16 @@ void applySide(const std::string& path, StoreFileContent& content, Stamp& stamp)
 }
 
 // The content of a file, freshly read, and kept if a further change of it would show.
-std::shared_ptr<const StoreFileContent> readContent(const std::string& path, Stamp side, StoreFiles& found) {
+std::shared_ptr<const StoreFileContent> readContent(const std::string& path, Stamp side, Reading& reading) {
     forget(path);
     int systemError = 0;
+    timespec const begun = currentTime();
     std::optional<WholeFile> const file = readWholeFile(path, kMaximumFileSize, systemError);
     if (!file) {
         if (systemError != ENOENT) {
-            tell(found, path, readFailure(systemError), true);
+            tell(reading.found, path, readFailure(systemError), true);
         }
+        reading.isDisturbed |= systemError == ENOENT;
         return nullptr;
     }
     auto content = std::make_shared<StoreFileContent>(
@@ -176,25 +194,25 @@ std::shared_ptr<const StoreFileContent> readContent(const std::string& path, Sta
         TALLOW_CRYPTO_TRACE("%s: %s\n", (problem.path.empty() ? path : problem.path).c_str(), problem.reason.c_str());
     }
     Stamp const stamp = stampOf(file->status);
-    if (content->isFinal && isSettled(stamp) && (side.size < 0 || isSettled(side))) {
+    if (content->isFinal && isSettled(stamp, begun) && (side.size < 0 || isSettled(side, begun))) {
         keep(path, {stamp, side, content});
     }
     return content;
 }
 
-void addFile(const std::string& path, bool hasSide, StoreKind kind, StoreFiles& found) {
+void addFile(const std::string& path, bool hasSide, StoreKind kind, Reading& reading) {
     struct stat status {};
-    if (!lookAt(path, kind, status, found)) {
+    if (!lookAt(path, kind, status, reading)) {
         return;
     }
     struct stat side {};
     Stamp const sideStamp = hasSide && ::stat(sideFileOf(path).c_str(), &side) == 0 ? stampOf(side) : Stamp();
     std::shared_ptr<const StoreFileContent> content = keptContent(path, stampOf(status), sideStamp);
     if (content == nullptr) {
-        content = readContent(path, sideStamp, found);
+        content = readContent(path, sideStamp, reading);
     }
     if (content != nullptr) {
-        found.files.push_back({path, std::move(content)});
+        reading.found.files.push_back({path, std::move(content)});
     }
 }
 
@@ -222,6 +240,51 @@ bool isTrusted(const std::string& folder, const struct stat& status, StoreFiles&
     return true;
 }
 
+// Reads a directory once.
+Reading readFolder(const std::string& folder, StoreKind kind) {
+    Reading reading;
+    StoreFiles& found = reading.found;
+    int systemError = 0;
+    timespec const begun = currentTime();
+    std::optional<DirectoryListing> const listing = readDirectory(folder, systemError);
+    if (!listing) {
+        if (systemError != ENOENT) {
+            found.systemError = systemError;
+            tell(found, folder, readFailure(systemError), true);
+        }
+        // One that is being replaced is missing for a moment, which shows in the directory above.
+        struct stat above {};
+        reading.isDisturbed = systemError == ENOENT && ::stat(directoryOf(folder).c_str(), &above) == 0 &&
+                              !isSettled(stampOf(above), begun);
+        return reading;
+    }
+    found.exists = true;
+    forgetOthers(folder, listing->names);
+    if (kind == StoreKind::kRoots && !isTrusted(folder, listing->status, found)) {
+        return reading;
+    }
+    found.files.reserve(listing->names.size());
+    for (const std::string& name : listing->names) {
+        if (!name.ends_with(kSideFileSuffix)) {
+            std::string const path = std::string(folder).append(1, '/').append(name);
+            std::string const side = sideFileOf(path).substr(folder.size() + 1);
+            addFile(path, std::binary_search(listing->names.begin(), listing->names.end(), side), kind, reading);
+        }
+    }
+    Stamp const stamp = stampOf(listing->status);
+    struct stat after {};
+    reading.isDisturbed |=
+        !isSettled(stamp, begun) || ::stat(folder.c_str(), &after) != 0 || !(stampOf(after) == stamp);
+    return reading;
+}
+
+void append(StoreFiles&& read, StoreFiles& found) {
+    found.exists |= read.exists;
+    found.systemError = read.systemError != 0 ? read.systemError : found.systemError;
+    std::move(read.files.begin(), read.files.end(), std::back_inserter(found.files));
+    std::move(read.problems.begin(), read.problems.end(), std::back_inserter(found.problems));
+}
+
 }  // namespace
 
 bool StoreFiles::mayLackCrl() const noexcept {
@@ -236,28 +299,19 @@ void addStoreFolder(const std::string& folder, StoreKind kind, StoreFiles& found
         }
         return;
     }
-    int systemError = 0;
-    std::optional<DirectoryListing> const listing = readDirectory(folder, systemError);
-    if (!listing) {
-        if (systemError != ENOENT) {
-            found.systemError = systemError;
-            tell(found, folder, readFailure(systemError), true);
-        }
-        return;
+    // A file renamed meanwhile can have escaped the listing, and with it the newest CRL. Once a tick of the clock has
+    // passed without a change, every later change shows in the stamp of the directory.
+    constexpr int kMaximumReadings = 4;
+    Reading reading = readFolder(folder, kind);
+    for (int i = 1; reading.isDisturbed && i < kMaximumReadings; ++i) {
+        timespec const pause{0, kTick};
+        ::nanosleep(&pause, nullptr);
+        reading = readFolder(folder, kind);
     }
-    found.exists = true;
-    forgetOthers(folder, listing->names);
-    if (kind == StoreKind::kRoots && !isTrusted(folder, listing->status, found)) {
-        return;
+    if (reading.isDisturbed) {
+        tell(reading.found, folder, "changes while it is read", true);
     }
-    found.files.reserve(found.files.size() + listing->names.size());
-    for (const std::string& name : listing->names) {
-        if (!name.ends_with(kSideFileSuffix)) {
-            std::string const path = std::string(folder).append(1, '/').append(name);
-            std::string const side = sideFileOf(path).substr(folder.size() + 1);
-            addFile(path, std::binary_search(listing->names.begin(), listing->names.end(), side), kind, found);
-        }
-    }
+    append(std::move(reading.found), found);
 }
 
 void addBundle(const std::string& path, StoreFiles& found) {
@@ -279,9 +333,10 @@ void addBundle(const std::string& path, StoreFiles& found) {
         tell(found, folder, why, false);
         return;
     }
-    size_t const before = found.files.size();
-    addFile(path, false, StoreKind::kRoots, found);
-    found.exists |= found.files.size() > before;
+    Reading reading;
+    addFile(path, false, StoreKind::kRoots, reading);
+    reading.found.exists = !reading.found.files.empty();
+    append(std::move(reading.found), found);
 }
 
 }  // namespace tallow::platform

@@ -33,8 +33,9 @@ struct StoreFiles {
 enum class StoreKind { kSigned, kRoots };
 
 // Adds the certificate and CRL files of a directory in the order of their names. Hidden files, side files and
-// directories are passed over. A path that is not absolute adds nothing; nor does, among roots, a directory or a file
-// that others may write (see file_trust.h).
+// directories are passed over. A directory whose entries change meanwhile is read again, up to four times with a pause
+// of 20 ms, then told as a problem: a CRL that was renamed can have escaped each time. A path that is not absolute adds
+// nothing; nor does, among roots, a directory or a file that others may write (see file_trust.h).
 void addStoreFolder(const std::string& folder, StoreKind kind, StoreFiles& found);
 
 // Adds one file of many roots; nothing when it is missing.

@@ -2,9 +2,12 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <chrono>
+#include <cstdlib>
 #include <cstring>
 #include <filesystem>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "platform/crypto/chain_sources.h"
@@ -161,6 +164,27 @@ TEST_F(SystemStore, NeverTreatsAnUnreadableFileAsEmpty) {
     EXPECT_FALSE(mayLackCrl());
     folder_.write("user/CA", "in the way");
     EXPECT_TRUE(mayLackCrl());
+}
+
+TEST_F(SystemStore, NeverLosesACrlThatIsRenamedWhileItsFolderIsRead) {
+    std::string name = folder_.write("user/CA/a.crl", makeCrl(pki_.ca, {}));
+    std::jthread mover([&](const std::stop_token& stop) {
+        for (int i = 1; !stop.stop_requested(); ++i) {
+            std::string const next = folder_.file(i % 2 == 0 ? "user/CA/a.crl" : "user/CA/b.crl");
+            std::filesystem::rename(name, next);
+            name = next;
+            std::this_thread::sleep_for(std::chrono::microseconds(i % 100));
+        }
+    });
+    auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(600);
+    for (bool isLost = false; !isLost && std::chrono::steady_clock::now() < end;) {
+        auto const sources = tallow::platform::chainSources(nullptr, nullptr);
+        isLost = sources.crls.empty() && !sources.crlsIncomplete;
+        EXPECT_FALSE(isLost);
+    }
+    mover.request_stop();
+    mover.join();
+    EXPECT_FALSE(mayLackCrl());
 }
 
 TEST_F(SystemStore, IgnoresRootsThatOthersCanWrite) {

@@ -129,10 +129,12 @@ public:
         dir_.write("machine/" + file, identity.certificatePem());
     }
 
+    std::string file(const std::string& file) const { return dir_.file("machine/" + file); }
+
     // Puts a file there in one step, also over another one.
     void put(const std::string& file, const Bytes& content) const {
         const std::string part = dir_.write("part/" + file, content);
-        const std::filesystem::path target = dir_.file("machine/" + file);
+        const std::filesystem::path target = this->file(file);
         std::filesystem::create_directories(target.parent_path());
         std::filesystem::rename(part, target);
     }
