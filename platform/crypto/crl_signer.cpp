@@ -29,18 +29,37 @@ bool isSelfIssued(const Certificate& certificate) {
     return hasSubject(certificate, X509_get_issuer_name(certificate.x509()));
 }
 
-// Whether `signer`, which has the name of the CA above the element, but another key, speaks for that CA: the CA itself
-// certified it, or the one that certified the CA. Any other CA below the same root could write the name too.
-bool speaksForIssuer(const Certificate& signer, const Path& path, std::size_t index) {
-    const X509_NAME* const certifier = X509_get_issuer_name(signer.x509());
-    std::size_t above = index + 1;
-    if (hasSubject(*path.elements[above], certifier)) {
-        return true;
+bool isSameEntity(const Certificate& left, const Certificate& right) {
+    return hasSameKey(left, right) && hasSubject(left, X509_get_subject_name(right.x509()));
+}
+
+// Whether a signer with the name of the CA above the element, but another key, speaks for that CA: the CA itself
+// certified it, or the one that certified the CA, or either did with another of its keys. Any CA below the same root
+// could write the names too, so the keys on the signer's own path must be those on the path of the element.
+bool speaksForIssuer(const Path& ofSigner, const Path& path, std::size_t index) {
+    const CertificateRef& issuer = path.elements[index + 1];
+    std::size_t last = index + 1;
+    for (const bool certifierToo : {true, false}) {
+        while (last + 1 < path.elements.size() && isSelfIssued(*path.elements[last])) {
+            ++last;
+        }
+        last += certifierToo && last + 1 < path.elements.size() ? 1 : 0;
     }
-    while (above + 1 < path.elements.size() && isSelfIssued(*path.elements[above])) {
-        ++above;
+    const auto isKnown = [&](const CertificateRef& certifier) {
+        return std::any_of(path.elements.begin() + static_cast<std::ptrdiff_t>(index) + 1,
+                           path.elements.begin() + static_cast<std::ptrdiff_t>(last) + 1,
+                           [&](const CertificateRef& element) { return isSameEntity(*element, *certifier); });
+    };
+    for (std::size_t i = 1; i < ofSigner.elements.size(); ++i) {
+        const Certificate& certifier = *ofSigner.elements[i];
+        if (isKnown(ofSigner.elements[i])) {
+            return true;
+        }
+        if (!isSelfIssued(certifier) && !hasSubject(certifier, X509_get_subject_name(issuer->x509()))) {
+            return false;
+        }
     }
-    return X509_NAME_cmp(X509_get_issuer_name(path.elements[above]->x509()), certifier) == 0;
+    return false;
 }
 
 bool isNamedByKeyIdentifier(const Crl& crl, const Certificate& certificate) {
@@ -67,8 +86,7 @@ CertificateRef CrlSigners::signerOf(const Crl& crl, const Path& path, std::size_
     }
     const bool isDirect = hasSubject(*issuer, crl.issuer.get());
     for (const CertificateRef& candidate : candidatesFor(crl, path, index)) {
-        const bool speaks = !isDirect || hasSameKey(*candidate, *issuer) || speaksForIssuer(*candidate, path, index);
-        if (speaks && ledger_.verifies(crl, *candidate) && isTrusted(candidate, path, path.elements[index])) {
+        if (ledger_.verifies(crl, *candidate) && isTrusted(candidate, path, index, isDirect)) {
             return candidate;
         }
     }
@@ -106,39 +124,46 @@ std::vector<CertificateRef> CrlSigners::candidatesFor(const Crl& crl, const Path
     return found;
 }
 
-bool CrlSigners::isTrusted(const CertificateRef& signer, const Path& path, const CertificateRef& subject) {
+bool CrlSigners::isTrusted(const CertificateRef& signer, const Path& path, std::size_t index, bool isDirect) {
+    const CertificateBody* const body = &signer->body();
+    if (!frames_.empty() && frames_.back().signer == body && &path.elements[index]->body() == body) {
+        frames_.back().vouched = true;
+        return frames_.back().mayVouchForItself;
+    }
+    const Path found = validPathOf(signer, path);
+    return !found.elements.empty() &&
+           (!isDirect || hasSameKey(*signer, *path.elements[index + 1]) || speaksForIssuer(found, path, index));
+}
+
+Path CrlSigners::validPathOf(const CertificateRef& signer, const Path& path) {
     const CertificateBody* const body = &signer->body();
     if (const auto known = known_.find(body); known != known_.end()) {
         return known->second;
     }
-    if (!frames_.empty() && frames_.back().signer == body && &subject->body() == body) {
-        frames_.back().vouched = true;
-        return frames_.back().mayVouchForItself;
-    }
     const bool isRunning =
         std::any_of(frames_.begin(), frames_.end(), [&](const Frame& frame) { return frame.signer == body; });
     if (isRunning || frames_.size() >= kMaxNesting || pathsChecked_ >= kMaxPaths) {
-        return false;
+        return {};
     }
     ++pathsChecked_;
-    const bool trusted = hasValidPath(signer, path);
+    Path found = findValidPath(signer, path);
     if (frames_.empty()) {  // what was found in the middle of another check may have been cut short by it
-        known_.emplace(body, trusted);
+        known_.emplace(body, found);
     }
-    return trusted;
+    return found;
 }
 
-bool CrlSigners::hasValidPath(const CertificateRef& signer, const Path& path) {
+Path CrlSigners::findValidPath(const CertificateRef& signer, const Path& path) {
     if (!path.anchored) {
-        return false;
+        return {};
     }
     ChainSources sources;
     sources.roots = {path.elements.back()};
     sources.others = sources_.others;
     sources.others.insert(sources.others.end(), path.elements.begin() + 1, path.elements.end());
-    const Path found = findPath(signer, sources, when_, {}, ledger_);
+    Path found = findPath(signer, sources, when_, {}, ledger_);
     if (!isProven(found, ledger_)) {
-        return false;
+        return {};
     }
     bool vouched = false;
     DWORD error = errorOf(found, signer, false, vouched);
@@ -146,7 +171,7 @@ bool CrlSigners::hasValidPath(const CertificateRef& signer, const Path& path) {
     if (error != 0 && (error & ~kUnknownRevocation) == 0 && vouched) {
         error = errorOf(found, signer, true, vouched);
     }
-    return error == 0;
+    return error == 0 ? found : Path();
 }
 
 DWORD CrlSigners::errorOf(const Path& path, const CertificateRef& signer, bool mayVouchForItself, bool& vouched) {

@@ -32,16 +32,18 @@ private:
     };
 
     std::vector<CertificateRef> candidatesFor(const Crl& crl, const Path& path, std::size_t index) const;
-    // `subject` is the certificate that the CRL is wanted for.
-    bool isTrusted(const CertificateRef& signer, const Path& path, const CertificateRef& subject);
-    bool hasValidPath(const CertificateRef& signer, const Path& path);
+    // Whether the signer's CRLs may count for the element; a direct one names the element's issuer as its own.
+    bool isTrusted(const CertificateRef& signer, const Path& path, std::size_t index, bool isDirect);
+    // Its path to the trust anchor of `path`; one without elements when there is none without a fault.
+    Path validPathOf(const CertificateRef& signer, const Path& path);
+    Path findValidPath(const CertificateRef& signer, const Path& path);
     DWORD errorOf(const Path& path, const CertificateRef& signer, bool mayVouchForItself, bool& vouched);
 
     const ChainSources& sources_;
     const FILETIME& when_;
     SignatureLedger& ledger_;
     CrlCheck& check_;
-    std::map<const CertificateBody*, bool> known_;
+    std::map<const CertificateBody*, Path> known_;
     std::vector<Frame> frames_;
     int pathsChecked_ = 0;
 };

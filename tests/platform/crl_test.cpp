@@ -241,6 +241,12 @@ TEST_F(Crls, MayBeSignedWithAnotherKeyOfTheCa) {
     const Identity selfIssued = crlSigner(pki.ca, "ca");
     const Identity caBelow = caUnder(pki.ca, [](CertificateSpec& spec) { spec.commonName = "ca"; });
     const Identity belowThat = crlSigner(caBelow, "ca");
+    const Identity namesake = caUnder(pki.sibling, [](CertificateSpec& spec) { spec.commonName = "ca"; });
+    const Identity ofNamesake = crlSigner(namesake, "ca");
+    const Identity newKey = caUnder(pki.root, [](CertificateSpec& spec) { spec.commonName = "ca"; });
+    const Identity ofNewKey = crlSigner(newKey, "ca");
+    const std::vector<Bytes> byNamesake = {makeCrl(ofNamesake, {}), makeCrl(namesake, {}), makeCrl(pki.sibling, {})};
+    const std::vector<Bytes> byNewKey = {makeCrl(ofNewKey, {.revokedSerials = {kSerial}}), makeCrl(newKey, {})};
     const Bytes own = makeCrl(selfIssued, {});
     const Bytes revokesSigner = makeCrl(selfIssued, {.revokedSerials = {selfIssued.serial()}});
     const std::vector<Bytes> strangers = {makeCrl(bySibling, {}), makeCrl(pki.sibling, {})};
@@ -253,6 +259,8 @@ TEST_F(Crls, MayBeSignedWithAnotherKeyOfTheCa) {
         {"certified by the CA's issuer", {makeCrl(second, {})}, kGood, {}, {second}},
         {"the same, listed", {makeCrl(second, {.revokedSerials = {kSerial}})}, kRevoked, {}, {second}},
         {"certified by a stranger below the root", strangers, kUnknown, {}, {bySibling, pki.sibling}},
+        {"certified by a namesake", byNamesake, kUnknown, {}, {namesake, ofNamesake, pki.sibling}},
+        {"certified by another key of the CA, listed", byNewKey, kRevoked, {}, {newKey, ofNewKey}},
         {"revoked signer", revoked, kUnknown, {}, {second}},
         {"certified by the CA, covered by its own CRL alone", {own}, kGood, {}, {selfIssued}},
         {"the same, listed in it", {revokesSigner}, kUnknown, {}, {selfIssued}},
