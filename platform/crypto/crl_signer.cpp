@@ -1,6 +1,7 @@
 #include "platform/crypto/crl_signer.h"
 
 #include <algorithm>
+#include <span>
 
 #include "platform/crypto/chain_verifier.h"
 
@@ -8,7 +9,7 @@ namespace tallow::platform {
 
 namespace {
 
-constexpr std::size_t kMaxCandidates = 8;     // certificates tried as the signer of one CRL
+constexpr std::size_t kMaxCarried = 16;       // carried certificates tried as the signer of one CRL
 constexpr std::size_t kMaxNamesParsed = 512;  // certificates compared by parsed name when no name has the same bytes
 constexpr std::size_t kMaxNesting = 3;        // signers whose CRL was signed by a further signer
 constexpr int kMaxPaths = 16;                 // signers whose path is checked in one call
@@ -85,42 +86,53 @@ CertificateRef CrlSigners::signerOf(const Crl& crl, const Path& path, std::size_
         return issuer;
     }
     const bool isDirect = hasSubject(*issuer, crl.issuer.get());
-    for (const CertificateRef& candidate : candidatesFor(crl, path, index)) {
+    const Candidates candidates = candidatesFor(crl, path, index);
+    for (const CertificateRef& candidate : candidates.certificates) {
         if (ledger_.verifies(crl, *candidate) && isTrusted(candidate, path, index, isDirect)) {
             return candidate;
         }
     }
+    reachedLimit_ |= !candidates.complete;
     return {};
 }
 
-// The other certificates with the name of the CRL's issuer, those on the path and those with the key identifier first.
-std::vector<CertificateRef> CrlSigners::candidatesFor(const Crl& crl, const Path& path, std::size_t index) const {
-    const std::vector<CertificateRef>* const places[] = {&path.elements, &sources_.others, &sources_.roots};
-    std::vector<CertificateRef> found;
-    const auto collect = [&](const auto& hasName) {
-        for (const std::vector<CertificateRef>* const place : places) {
-            for (const CertificateRef& certificate : *place) {
-                const auto isSame = [&](const CertificateRef& other) {
-                    return sameBytes(other->der(), certificate->der());
-                };
-                if (hasName(*certificate) && maySignCrls(*certificate) && !isSame(path.elements[index + 1]) &&
-                    std::none_of(found.begin(), found.end(), isSame)) {
-                    found.push_back(certificate);
-                }
+// The other certificates with the name of the CRL's issuer, in each place those with the key identifier first. Anybody
+// can put certificates into a response, so carried ones come last, and only their number is limited.
+CrlSigners::Candidates CrlSigners::candidatesFor(const Crl& crl, const Path& path, std::size_t index) const {
+    using Place = std::span<const CertificateRef>;
+    const Place others(sources_.others);
+    const Place carried = others.first(others.size() - sources_.numLocal);
+    Candidates found;
+    std::size_t numCarried = 0;
+    std::size_t parsed = 0;
+    const auto hasName = [&](const Certificate& certificate) {
+        if (sameBytes(view(certificate.info().Subject), crl.issuerDer)) {
+            return true;
+        }
+        // The name may be written in another string type or case.
+        found.complete = found.complete && parsed < kMaxNamesParsed;
+        return parsed++ < kMaxNamesParsed && hasSubject(certificate, crl.issuer.get());
+    };
+    for (const Place& place : {Place(path.elements), Place(sources_.roots), others.last(sources_.numLocal), carried}) {
+        const std::size_t before = found.certificates.size();
+        for (const CertificateRef& certificate : place) {
+            const auto isSame = [&](const CertificateRef& other) {
+                return sameBytes(other->der(), certificate->der());
+            };
+            if (hasName(*certificate) && maySignCrls(*certificate) && !isSame(path.elements[index + 1]) &&
+                std::none_of(found.certificates.begin(), found.certificates.end(), isSame)) {
+                found.certificates.push_back(certificate);
             }
         }
-    };
-    collect([&](const Certificate& certificate) { return sameBytes(view(certificate.info().Subject), crl.issuerDer); });
-    if (found.empty()) {
-        // The name may be written in another string type or case.
-        std::size_t parsed = 0;
-        collect([&](const Certificate& certificate) {
-            return ++parsed <= kMaxNamesParsed && hasSubject(certificate, crl.issuer.get());
-        });
+        const auto first = found.certificates.begin() + static_cast<std::ptrdiff_t>(before);
+        std::stable_partition(first, found.certificates.end(),
+                              [&](const CertificateRef& candidate) { return isNamedByKeyIdentifier(crl, *candidate); });
+        numCarried = found.certificates.size() - before;  // right after the last place
     }
-    std::stable_partition(found.begin(), found.end(),
-                          [&](const CertificateRef& candidate) { return isNamedByKeyIdentifier(crl, *candidate); });
-    found.resize(std::min(found.size(), kMaxCandidates));
+    if (numCarried > kMaxCarried) {
+        found.certificates.resize(found.certificates.size() - numCarried + kMaxCarried);
+        found.complete = false;
+    }
     return found;
 }
 
@@ -142,7 +154,11 @@ Path CrlSigners::validPathOf(const CertificateRef& signer, const Path& path) {
     }
     const bool isRunning =
         std::any_of(frames_.begin(), frames_.end(), [&](const Frame& frame) { return frame.signer == body; });
-    if (isRunning || frames_.size() >= kMaxNesting || pathsChecked_ >= kMaxPaths) {
+    if (isRunning) {
+        return {};
+    }
+    if (frames_.size() >= kMaxNesting || pathsChecked_ >= kMaxPaths) {
+        reachedLimit_ = true;
         return {};
     }
     ++pathsChecked_;
@@ -160,7 +176,8 @@ Path CrlSigners::findValidPath(const CertificateRef& signer, const Path& path) {
     ChainSources sources;
     sources.roots = {path.elements.back()};
     sources.others = sources_.others;
-    sources.others.insert(sources.others.end(), path.elements.begin() + 1, path.elements.end());
+    sources.numLocal = sources_.numLocal;
+    sources.others.insert(sources.others.begin(), path.elements.begin() + 1, path.elements.end());
     Path found = findPath(signer, sources, when_, {}, ledger_);
     if (!isProven(found, ledger_)) {
         return {};

@@ -43,9 +43,11 @@ RevocationStatus CrlCheck::statusOf(const Path& path, std::size_t index) {
         return {};
     }
     const CrlSubject subject(*path.elements[index]);
+    const int refusedBefore = ledger_.checksRefused();
     RevocationStatus status = subject.isReadable() ? lookUp(path, index, subject) : RevocationStatus();
-    if (status.state == RevocationState::kGood && sources_.crlsIncomplete) {
-        return {};  // the CRL that could not be read may be the one that lists it
+    cutShort_ |= ledger_.checksRefused() != refusedBefore || signers_.reachedLimit();
+    if (status.state == RevocationState::kGood && (sources_.crlsIncomplete || cutShort_)) {
+        return {};  // the CRL that could not be read, or was left out, may be the one that lists it
     }
     return status;
 }

@@ -58,6 +58,7 @@ private:
     SignatureLedger& ledger_;
     CrlSource source_;
     CrlSigners signers_;
+    bool cutShort_ = false;  // a CRL was left out because of a limit: nothing counts as good any more
 };
 
 }  // namespace tallow::platform
