@@ -340,6 +340,8 @@ TEST_F(Crls, AreUpdatedByDeltaCrls) {
     const CrlSpec holds = {.revokedSerials = {kSerial}, .reason = kHold};
     const CrlSpec compromised = {.revokedSerials = {kSerial}, .reason = 1};
     const CrlSpec removes = {.revokedSerials = {kSerial}, .reason = kRemove};
+    const CrlSpec earlier = {.lastUpdateSeconds = -7200};
+    const CrlSpec earlierLists = {.revokedSerials = {kSerial}, .lastUpdateSeconds = -7200};
     CrlSpec expired = lists;
     expired.nextUpdateSeconds = -60;
     expectAll({
@@ -356,7 +358,11 @@ TEST_F(Crls, AreUpdatedByDeltaCrls) {
         {"newest of two", {complete({5}), crl(delta(5, {6}, holds)), crl(delta(5, {7}, removes))}, kGood},
         {"for a newer complete one, not listed", {complete({5}), crl(delta(6, {7}, {}))}, kGood},
         {"for a newer complete one, listed", {complete({5}), crl(delta(6, {7}, lists))}, kUnknown},
-        {"complete one without a number", {crl({.number = std::nullopt}), crl(delta(5, {6}, lists))}, kGood},
+        {"complete one without a number", {crl({.number = std::nullopt}), crl(delta(5, {6}, lists))}, kUnknown},
+        {"newer than the complete one, same number", {complete({6}, earlier), crl(delta(5, {6}, lists))}, kUnknown},
+        {"lower number and newer than one that fits",
+         {complete({5}), crl(delta(5, {9}, earlierLists)), crl(delta(5, {6}, {}))},
+         kUnknown},
         {"of another scope", {complete({5}), crl(scoped(tlv::sequence({kIndirect}), delta(5, {6}, lists)))}, kGood},
         {"not current", {complete({5}), crl(delta(5, {6}, expired))}, kGood},
         {"of another key", {complete({5}), makeCrl(pki.sameNameCa, delta(5, {6}, lists))}, kGood},
@@ -379,6 +385,9 @@ TEST_F(Crls, CountFromTheNewestDownwards) {
                {"twelve expired ones before it", expired, kGood},
                {"hold that the newest no longer has", {held, crl({})}, kGood},
                {"same time, higher number", {crl({.number = Bytes{1}}), listing({.number = Bytes{2}})}, kRevoked},
+               {"newer, lower number",
+                {listing({.lastUpdateSeconds = -7200, .number = Bytes{2}}), crl({.number = Bytes{1}})},
+                kRevoked},
                {"two of the same time and number, listed in the second", {crl({}), listing()}, kRevoked},
                {"newest one with an unknown critical extension",
                 {crl({.lastUpdateSeconds = -60, .criticalExtensions = {{"1.2.3.4", tlv::null()}}}), held},
