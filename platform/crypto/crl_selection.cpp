@@ -21,6 +21,13 @@ bool isNewer(const Crl& first, const Crl& second) {
                                          : first.number.has_value() && !second.number;
 }
 
+bool replaces(const Crl& newer, const Crl& older) {
+    const bool areNumbered = newer.number && older.number;
+    const bool isLower = areNumbered && isLess(*newer.number, *older.number);
+    const bool isHigher = areNumbered && isLess(*older.number, *newer.number);
+    return newer.thisUpdate >= older.thisUpdate && !isLower && (newer.thisUpdate > older.thisUpdate || isHigher);
+}
+
 std::vector<CrlGroup> groupByScope(const CrlCandidates& candidates) {
     std::vector<const CrlCandidate*> sorted;
     for (const CrlCandidate& candidate : candidates) {
@@ -48,11 +55,9 @@ std::vector<CrlGroup> groupByScope(const CrlCandidates& candidates) {
     return groups;
 }
 
-DeltaFit fitOf(const Crl& delta, const Crl& complete) {
-    if (!delta.number || !complete.number || !isLess(*complete.number, *delta.number)) {
-        return DeltaFit::kNone;
-    }
-    return isLess(*complete.number, *delta.baseNumber) ? DeltaFit::kBeyond : DeltaFit::kUpdates;
+bool canUpdate(const Crl& delta, const Crl& complete) {
+    return delta.number && complete.number && isLess(*complete.number, *delta.number) &&
+           !isLess(*complete.number, *delta.baseNumber);
 }
 
 }  // namespace tallow::platform

@@ -10,6 +10,10 @@ namespace tallow::platform {
 // By thisUpdate, then by number.
 bool isNewer(const Crl& first, const Crl& second);
 
+// Whether `newer`, a CRL of the same key, replaces `older`: by one of time and number, and the other does not object.
+// Two whose time and number contradict each other do not replace one another.
+bool replaces(const Crl& newer, const Crl& older);
+
 // The CRLs of one issuer about the same set of certificates, newest first.
 struct CrlGroup {
     std::vector<const CrlCandidate*> completes;
@@ -19,12 +23,8 @@ struct CrlGroup {
 // The groups with a complete CRL, that with the newest first. The candidates must outlive the result.
 std::vector<CrlGroup> groupByScope(const CrlCandidates& candidates);
 
-// How a delta CRL relates to a complete one of the same group.
-enum class DeltaFit {
-    kNone,     // it brings nothing new, or one of the two is not numbered
-    kUpdates,  // both together are the newest state
-    kBeyond    // it lists the changes since a complete CRL that is newer than the one at hand
-};
-DeltaFit fitOf(const Crl& delta, const Crl& complete);
+// Whether a delta CRL and a complete one of the same group together are a newer state. Not when one of them is not
+// numbered, and not when the delta lists the changes since a complete CRL that is newer than the one at hand.
+bool canUpdate(const Crl& delta, const Crl& complete);
 
 }  // namespace tallow::platform

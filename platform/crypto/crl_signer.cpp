@@ -1,6 +1,7 @@
 #include "platform/crypto/crl_signer.h"
 
 #include <algorithm>
+#include <span>
 
 #include "platform/crypto/chain_verifier.h"
 
@@ -8,7 +9,7 @@ namespace tallow::platform {
 
 namespace {
 
-constexpr std::size_t kMaxCandidates = 8;     // certificates tried as the signer of one CRL
+constexpr std::size_t kMaxCarried = 16;       // carried certificates tried as the signer of one CRL
 constexpr std::size_t kMaxNamesParsed = 512;  // certificates compared by parsed name when no name has the same bytes
 constexpr std::size_t kMaxNesting = 3;        // signers whose CRL was signed by a further signer
 constexpr int kMaxPaths = 16;                 // signers whose path is checked in one call
@@ -29,18 +30,37 @@ bool isSelfIssued(const Certificate& certificate) {
     return hasSubject(certificate, X509_get_issuer_name(certificate.x509()));
 }
 
-// Whether `signer`, which has the name of the CA above the element, but another key, speaks for that CA: the CA itself
-// certified it, or the one that certified the CA. Any other CA below the same root could write the name too.
-bool speaksForIssuer(const Certificate& signer, const Path& path, std::size_t index) {
-    const X509_NAME* const certifier = X509_get_issuer_name(signer.x509());
-    std::size_t above = index + 1;
-    if (hasSubject(*path.elements[above], certifier)) {
-        return true;
+bool isSameEntity(const Certificate& left, const Certificate& right) {
+    return hasSameKey(left, right) && hasSubject(left, X509_get_subject_name(right.x509()));
+}
+
+// Whether a signer with the name of the CA above the element, but another key, speaks for that CA: the CA itself
+// certified it, or the one that certified the CA, or either did with another of its keys. Any CA below the same root
+// could write the names too, so the keys on the signer's own path must be those on the path of the element.
+bool speaksForIssuer(const Path& ofSigner, const Path& path, std::size_t index) {
+    const CertificateRef& issuer = path.elements[index + 1];
+    std::size_t last = index + 1;
+    for (const bool certifierToo : {true, false}) {
+        while (last + 1 < path.elements.size() && isSelfIssued(*path.elements[last])) {
+            ++last;
+        }
+        last += certifierToo && last + 1 < path.elements.size() ? 1 : 0;
     }
-    while (above + 1 < path.elements.size() && isSelfIssued(*path.elements[above])) {
-        ++above;
+    const auto isKnown = [&](const CertificateRef& certifier) {
+        return std::any_of(path.elements.begin() + static_cast<std::ptrdiff_t>(index) + 1,
+                           path.elements.begin() + static_cast<std::ptrdiff_t>(last) + 1,
+                           [&](const CertificateRef& element) { return isSameEntity(*element, *certifier); });
+    };
+    for (std::size_t i = 1; i < ofSigner.elements.size(); ++i) {
+        const Certificate& certifier = *ofSigner.elements[i];
+        if (isKnown(ofSigner.elements[i])) {
+            return true;
+        }
+        if (!isSelfIssued(certifier) && !hasSubject(certifier, X509_get_subject_name(issuer->x509()))) {
+            return false;
+        }
     }
-    return X509_NAME_cmp(X509_get_issuer_name(path.elements[above]->x509()), certifier) == 0;
+    return false;
 }
 
 bool isNamedByKeyIdentifier(const Crl& crl, const Certificate& certificate) {
@@ -66,79 +86,101 @@ CertificateRef CrlSigners::signerOf(const Crl& crl, const Path& path, std::size_
         return issuer;
     }
     const bool isDirect = hasSubject(*issuer, crl.issuer.get());
-    for (const CertificateRef& candidate : candidatesFor(crl, path, index)) {
-        const bool speaks = !isDirect || hasSameKey(*candidate, *issuer) || speaksForIssuer(*candidate, path, index);
-        if (speaks && ledger_.verifies(crl, *candidate) && isTrusted(candidate, path, path.elements[index])) {
+    const Candidates candidates = candidatesFor(crl, path, index);
+    for (const CertificateRef& candidate : candidates.certificates) {
+        if (ledger_.verifies(crl, *candidate) && isTrusted(candidate, path, index, isDirect)) {
             return candidate;
         }
     }
+    reachedLimit_ |= !candidates.complete;
     return {};
 }
 
-// The other certificates with the name of the CRL's issuer, those on the path and those with the key identifier first.
-std::vector<CertificateRef> CrlSigners::candidatesFor(const Crl& crl, const Path& path, std::size_t index) const {
-    const std::vector<CertificateRef>* const places[] = {&path.elements, &sources_.others, &sources_.roots};
-    std::vector<CertificateRef> found;
-    const auto collect = [&](const auto& hasName) {
-        for (const std::vector<CertificateRef>* const place : places) {
-            for (const CertificateRef& certificate : *place) {
-                const auto isSame = [&](const CertificateRef& other) {
-                    return sameBytes(other->der(), certificate->der());
-                };
-                if (hasName(*certificate) && maySignCrls(*certificate) && !isSame(path.elements[index + 1]) &&
-                    std::none_of(found.begin(), found.end(), isSame)) {
-                    found.push_back(certificate);
-                }
+// The other certificates with the name of the CRL's issuer, in each place those with the key identifier first. Anybody
+// can put certificates into a response, so carried ones come last, and only their number is limited.
+CrlSigners::Candidates CrlSigners::candidatesFor(const Crl& crl, const Path& path, std::size_t index) const {
+    using Place = std::span<const CertificateRef>;
+    const Place others(sources_.others);
+    const Place carried = others.first(others.size() - sources_.numLocal);
+    Candidates found;
+    std::size_t numCarried = 0;
+    std::size_t parsed = 0;
+    const auto hasName = [&](const Certificate& certificate) {
+        if (sameBytes(view(certificate.info().Subject), crl.issuerDer)) {
+            return true;
+        }
+        // The name may be written in another string type or case.
+        found.complete = found.complete && parsed < kMaxNamesParsed;
+        return parsed++ < kMaxNamesParsed && hasSubject(certificate, crl.issuer.get());
+    };
+    for (const Place& place : {Place(path.elements), Place(sources_.roots), others.last(sources_.numLocal), carried}) {
+        const std::size_t before = found.certificates.size();
+        for (const CertificateRef& certificate : place) {
+            const auto isSame = [&](const CertificateRef& other) {
+                return sameBytes(other->der(), certificate->der());
+            };
+            if (hasName(*certificate) && maySignCrls(*certificate) && !isSame(path.elements[index + 1]) &&
+                std::none_of(found.certificates.begin(), found.certificates.end(), isSame)) {
+                found.certificates.push_back(certificate);
             }
         }
-    };
-    collect([&](const Certificate& certificate) { return sameBytes(view(certificate.info().Subject), crl.issuerDer); });
-    if (found.empty()) {
-        // The name may be written in another string type or case.
-        std::size_t parsed = 0;
-        collect([&](const Certificate& certificate) {
-            return ++parsed <= kMaxNamesParsed && hasSubject(certificate, crl.issuer.get());
-        });
+        const auto first = found.certificates.begin() + static_cast<std::ptrdiff_t>(before);
+        std::stable_partition(first, found.certificates.end(),
+                              [&](const CertificateRef& candidate) { return isNamedByKeyIdentifier(crl, *candidate); });
+        numCarried = found.certificates.size() - before;  // right after the last place
     }
-    std::stable_partition(found.begin(), found.end(),
-                          [&](const CertificateRef& candidate) { return isNamedByKeyIdentifier(crl, *candidate); });
-    found.resize(std::min(found.size(), kMaxCandidates));
+    if (numCarried > kMaxCarried) {
+        found.certificates.resize(found.certificates.size() - numCarried + kMaxCarried);
+        found.complete = false;
+    }
     return found;
 }
 
-bool CrlSigners::isTrusted(const CertificateRef& signer, const Path& path, const CertificateRef& subject) {
+bool CrlSigners::isTrusted(const CertificateRef& signer, const Path& path, std::size_t index, bool isDirect) {
+    const CertificateBody* const body = &signer->body();
+    if (!frames_.empty() && frames_.back().signer == body && &path.elements[index]->body() == body) {
+        frames_.back().vouched = true;
+        return frames_.back().mayVouchForItself;
+    }
+    const Path found = validPathOf(signer, path);
+    return !found.elements.empty() &&
+           (!isDirect || hasSameKey(*signer, *path.elements[index + 1]) || speaksForIssuer(found, path, index));
+}
+
+Path CrlSigners::validPathOf(const CertificateRef& signer, const Path& path) {
     const CertificateBody* const body = &signer->body();
     if (const auto known = known_.find(body); known != known_.end()) {
         return known->second;
     }
-    if (!frames_.empty() && frames_.back().signer == body && &subject->body() == body) {
-        frames_.back().vouched = true;
-        return frames_.back().mayVouchForItself;
-    }
     const bool isRunning =
         std::any_of(frames_.begin(), frames_.end(), [&](const Frame& frame) { return frame.signer == body; });
-    if (isRunning || frames_.size() >= kMaxNesting || pathsChecked_ >= kMaxPaths) {
-        return false;
+    if (isRunning) {
+        return {};
+    }
+    if (frames_.size() >= kMaxNesting || pathsChecked_ >= kMaxPaths) {
+        reachedLimit_ = true;
+        return {};
     }
     ++pathsChecked_;
-    const bool trusted = hasValidPath(signer, path);
+    Path found = findValidPath(signer, path);
     if (frames_.empty()) {  // what was found in the middle of another check may have been cut short by it
-        known_.emplace(body, trusted);
+        known_.emplace(body, found);
     }
-    return trusted;
+    return found;
 }
 
-bool CrlSigners::hasValidPath(const CertificateRef& signer, const Path& path) {
+Path CrlSigners::findValidPath(const CertificateRef& signer, const Path& path) {
     if (!path.anchored) {
-        return false;
+        return {};
     }
     ChainSources sources;
     sources.roots = {path.elements.back()};
     sources.others = sources_.others;
-    sources.others.insert(sources.others.end(), path.elements.begin() + 1, path.elements.end());
-    const Path found = findPath(signer, sources, when_, {}, ledger_);
+    sources.numLocal = sources_.numLocal;
+    sources.others.insert(sources.others.begin(), path.elements.begin() + 1, path.elements.end());
+    Path found = findPath(signer, sources, when_, {}, ledger_);
     if (!isProven(found, ledger_)) {
-        return false;
+        return {};
     }
     bool vouched = false;
     DWORD error = errorOf(found, signer, false, vouched);
@@ -146,7 +188,7 @@ bool CrlSigners::hasValidPath(const CertificateRef& signer, const Path& path) {
     if (error != 0 && (error & ~kUnknownRevocation) == 0 && vouched) {
         error = errorOf(found, signer, true, vouched);
     }
-    return error == 0;
+    return error == 0 ? found : Path();
 }
 
 DWORD CrlSigners::errorOf(const Path& path, const CertificateRef& signer, bool mayVouchForItself, bool& vouched) {

@@ -23,6 +23,9 @@ public:
     // CA's certificates is on the path, and what the CRL's authorityKeyIdentifier says, does not matter: the key does.
     CertificateRef signerOf(const Crl& crl, const Path& path, std::size_t index);
 
+    // Whether a possible signer was not tried because of a limit, so that a CRL may have been left out.
+    bool reachedLimit() const noexcept { return reachedLimit_; }
+
 private:
     // A signer whose path is being checked. Its own status may depend on a CRL that it signed itself.
     struct Frame {
@@ -31,19 +34,26 @@ private:
         bool vouched;  // its own CRL was needed
     };
 
-    std::vector<CertificateRef> candidatesFor(const Crl& crl, const Path& path, std::size_t index) const;
-    // `subject` is the certificate that the CRL is wanted for.
-    bool isTrusted(const CertificateRef& signer, const Path& path, const CertificateRef& subject);
-    bool hasValidPath(const CertificateRef& signer, const Path& path);
+    struct Candidates {
+        std::vector<CertificateRef> certificates;
+        bool complete = true;  // there are no more
+    };
+    Candidates candidatesFor(const Crl& crl, const Path& path, std::size_t index) const;
+    // Whether the signer's CRLs may count for the element; a direct one names the element's issuer as its own.
+    bool isTrusted(const CertificateRef& signer, const Path& path, std::size_t index, bool isDirect);
+    // Its path to the trust anchor of `path`; one without elements when there is none without a fault.
+    Path validPathOf(const CertificateRef& signer, const Path& path);
+    Path findValidPath(const CertificateRef& signer, const Path& path);
     DWORD errorOf(const Path& path, const CertificateRef& signer, bool mayVouchForItself, bool& vouched);
 
     const ChainSources& sources_;
     const FILETIME& when_;
     SignatureLedger& ledger_;
     CrlCheck& check_;
-    std::map<const CertificateBody*, bool> known_;
+    std::map<const CertificateBody*, Path> known_;
     std::vector<Frame> frames_;
     int pathsChecked_ = 0;
+    bool reachedLimit_ = false;
 };
 
 // Whether a chain of verified signatures leads to a trusted root. Until it does, the certificates may be anyone's, and

@@ -13,6 +13,12 @@ int listing(const CrlCandidate& candidate, const CrlSubject& subject) {
     return candidate.crl->reasonFor(subject.issuer(), subject.serial()).value_or(kNotListed);
 }
 
+// Whether the CRL says that the certificate is revoked, or was at its time.
+bool isListedBy(const CrlCandidate& candidate, const CrlSubject& subject) {
+    const int reason = listing(candidate, subject);
+    return reason != kNotListed && reason != kReasonRemoveFromCrl;
+}
+
 bool isListed(const std::vector<const CrlCandidate*>& candidates, const CrlSubject& subject) {
     return std::any_of(candidates.begin(), candidates.end(),
                        [&](const CrlCandidate* candidate) { return listing(*candidate, subject) != kNotListed; });
@@ -43,9 +49,11 @@ RevocationStatus CrlCheck::statusOf(const Path& path, std::size_t index) {
         return {};
     }
     const CrlSubject subject(*path.elements[index]);
+    const int refusedBefore = ledger_.checksRefused();
     RevocationStatus status = subject.isReadable() ? lookUp(path, index, subject) : RevocationStatus();
-    if (status.state == RevocationState::kGood && sources_.crlsIncomplete) {
-        return {};  // the CRL that could not be read may be the one that lists it
+    cutShort_ |= ledger_.checksRefused() != refusedBefore || signers_.reachedLimit();
+    if (status.state == RevocationState::kGood && (sources_.crlsIncomplete || cutShort_)) {
+        return {};  // the CRL that could not be read, or was left out, may be the one that lists it
     }
     return status;
 }
@@ -121,13 +129,13 @@ CrlCheck::Outcome CrlCheck::judge(const Question& question, const CrlCandidates&
             return outcome;
         }
     }
-    if (outcome.covered == kAllReasons) {
+    if (outcome.covered == kAllReasons && !outcome.isDisputed) {
         outcome.status.state = RevocationState::kGood;
     }
     return outcome;
 }
 
-// Of the CRLs that one key signed, the newest counts; of several that are equally new, one that lists the certificate.
+// Of the CRLs that one key signed, the newest counts; where none is the newest, one that lists the certificate.
 // A CA that changed its key may issue a CRL with each: then those that list the certificate count too.
 void CrlCheck::judgeGroup(const Question& question, const CrlGroup& group, Outcome& outcome) {
     struct Newest {
@@ -140,7 +148,7 @@ void CrlCheck::judgeGroup(const Question& question, const CrlGroup& group, Outco
             continue;
         }
         const auto isOutdatedBy = [&](const Newest& other) {
-            return isNewer(*other.crl, *complete->crl) && ledger_.verifies(*complete->crl, *other.signer);
+            return replaces(*other.crl, *complete->crl) && ledger_.verifies(*complete->crl, *other.signer);
         };
         if (std::any_of(judged.begin(), judged.end(), isOutdatedBy)) {
             continue;
@@ -154,27 +162,30 @@ void CrlCheck::judgeGroup(const Question& question, const CrlGroup& group, Outco
     }
 }
 
+// Delta CRLs that do not fit matter only when they list the certificate and the complete one does not replace them.
+CrlCheck::Change CrlCheck::updateOf(const Question& question, const Crl& complete, const CrlGroup& group,
+                                    const Certificate& signer) {
+    Change change;
+    for (const CrlCandidate* const delta : group.deltas) {
+        const bool fits = canUpdate(*delta->crl, complete);
+        const bool isFirst = fits && change.update == nullptr;
+        const Crl& base = change.update != nullptr ? *change.update->crl : complete;
+        const bool disputes = isListedBy(*delta, question.subject) && !replaces(base, *delta->crl);
+        if ((isFirst || disputes) && ledger_.verifies(*delta->crl, signer)) {
+            change.update = isFirst ? delta : change.update;
+            change.isDisputed |= !isFirst;
+        }
+    }
+    return change;
+}
+
 void CrlCheck::judgeComplete(const Question& question, const CrlCandidate& complete, const CrlGroup& group,
                              const Certificate& signer, Outcome& outcome) {
     int reason = listing(complete, question.subject);
     if (reason == kReasonRemoveFromCrl) {
         return;  // means something in a delta CRL only: this one contradicts itself
     }
-    const CrlCandidate* update = nullptr;
-    for (const CrlCandidate* const delta : group.deltas) {
-        const DeltaFit fit = fitOf(*delta->crl, *complete.crl);
-        if (fit == DeltaFit::kNone || !ledger_.verifies(*delta->crl, signer)) {
-            continue;
-        }
-        if (fit == DeltaFit::kUpdates) {
-            update = delta;
-            break;
-        }
-        const int later = listing(*delta, question.subject);
-        if (later != kNotListed && later != kReasonRemoveFromCrl) {
-            return;  // revoked since, by a CRL that cannot be combined with this one: not good by this one
-        }
-    }
+    const auto [update, isDisputed] = updateOf(question, *complete.crl, group, signer);
     if (update != nullptr) {
         const int change = listing(*update, question.subject);
         if (change == kReasonRemoveFromCrl) {
@@ -188,6 +199,7 @@ void CrlCheck::judgeComplete(const Question& question, const CrlCandidate& compl
     }
     outcome.used.push_back(&complete);
     outcome.covered |= complete.reasons;
+    outcome.isDisputed |= isDisputed;
     if (reason != kNotListed) {
         outcome.status = {RevocationState::kRevoked, static_cast<DWORD>(reason)};
     }

@@ -43,11 +43,19 @@ private:
     struct Outcome {
         RevocationStatus status;
         ReasonMask covered = 0;
+        bool isDisputed = false;  // by a CRL that cannot be combined with those used
         std::vector<const CrlCandidate*> used;
         std::vector<const Crl*> withoutDelta;  // complete CRLs that no delta CRL updated
     };
 
+    // What the delta CRLs say about a complete one.
+    struct Change {
+        const CrlCandidate* update = nullptr;  // the newest that fits; null when there is none
+        bool isDisputed = false;               // another one lists the certificate
+    };
+
     RevocationStatus lookUp(const Path& path, std::size_t index, const CrlSubject& subject);
+    Change updateOf(const Question& question, const Crl& complete, const CrlGroup& group, const Certificate& signer);
     Outcome judge(const Question& question, const CrlCandidates& candidates);
     void judgeGroup(const Question& question, const CrlGroup& group, Outcome& outcome);
     void judgeComplete(const Question& question, const CrlCandidate& complete, const CrlGroup& group,
@@ -58,6 +66,7 @@ private:
     SignatureLedger& ledger_;
     CrlSource source_;
     CrlSigners signers_;
+    bool cutShort_ = false;  // a CRL was left out because of a limit: nothing counts as good any more
 };
 
 }  // namespace tallow::platform

@@ -55,7 +55,11 @@ bool SignatureLedger::verifiesOnce(std::shared_ptr<const void> subject, KnownSig
     if (const auto entry = known_.find(pair); entry != known_.end()) {
         return entry->second;
     }
-    if (checksMade_ >= limit || issuer.publicKey() == nullptr) {
+    if (checksMade_ >= limit) {
+        ++checksRefused_;
+        return false;
+    }
+    if (issuer.publicKey() == nullptr) {
         return false;
     }
     ++checksMade_;

@@ -1,7 +1,7 @@
 // The signature checks of one call. What a hostile response can make us compute is bounded here: each check counts, a
 // pair that was checked before, in this call or with success in an earlier one, is not checked again, and when the
 // bound is reached every further check fails. A call costs at most 100 checks, of which the search for a path leaves 30
-// for CRLs; a CRL whose signature is not checked says nothing.
+// for CRLs. A check that was not made is counted: while a CRL is not checked, an older one must not decide instead.
 #pragma once
 
 #include <map>
@@ -22,6 +22,7 @@ public:
     bool verifies(const Crl& crl, const Certificate& signer);
 
     int checksMade() const noexcept { return checksMade_; }
+    int checksRefused() const noexcept { return checksRefused_; }
 
 private:
     // Shares what it remembers: another object at the address of one that is gone must not inherit its verdict. The
@@ -34,6 +35,7 @@ private:
 
     std::map<Pair, bool> known_;
     int checksMade_ = 0;
+    int checksRefused_ = 0;
 };
 
 // Whether the hash of a signature algorithm is too weak to be believed: MD5 and older always, SHA-1 unless the setting
