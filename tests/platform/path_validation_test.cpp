@@ -489,6 +489,27 @@ TEST_F(PathValidation, FindsTheWayAmongOthers) {
               CERT_TRUST_IS_REVOKED);
 }
 
+TEST_F(PathValidation, JudgesFewPathsThatAreDearOrProveNothing) {
+    const auto reissued = [&](const Identity& issuer, const Change& change) {
+        return caUnder(issuer, [&](CertificateSpec& spec) {
+            spec.commonName = "ca";
+            spec.key = pki.ca.key;
+            change(spec);
+        });
+    };
+    const Change large = all({saying("E0"), with("1.2.3.4", Bytes(100000))});
+    std::vector<Identity> path{pki.good, reissued(pki.root, large), reissued(pki.root, large), pki.ca};
+    EXPECT_EQ(errorOfPath(path), 0U);
+    path.insert(path.begin() + 1, reissued(pki.root, large));
+    EXPECT_NE(errorOfPath(path), 0U);
+
+    const Identity unknown = rootCa("unknown");
+    path = {pki.good, reissued(unknown, saying("E0")), reissued(unknown, nothing), unknown};
+    EXPECT_EQ(errorOfPath(path), CERT_TRUST_IS_UNTRUSTED_ROOT | kPolicyFault) << "of the first";
+    path.push_back(pki.ca);
+    EXPECT_EQ(errorOfPath(path), 0U);
+}
+
 TEST_F(PathValidation, EndsAtTwelveCertificates) {
     const std::vector<Identity> longest = pathOf(std::vector<Change>(11, nothing));
     EXPECT_EQ(errorOfPath(longest), 0U);
