@@ -23,8 +23,8 @@ bool CResponse::Impl::TryToAcceptOCSPCertificate(ATL2::CCertContext const& candi
     const CBlob encoded(candidate->pbCertEncoded, candidate->cbCertEncoded);
     CResponderID const& responder = BasicResponse.get_responderID();
     // The name or key hash alone proves nothing: anybody can put it into a certificate or a response.
-    if (!(CResponderID::fromCert(responder.get_type(), encoded) == responder) || numTried >= kMaxSignersTried ||
-        (++numTried, !BasicResponse.verify(encoded))) {
+    if (!(CResponderID::fromCert(responder.get_type(), encoded) == responder) || ++numTried > kMaxSignersTried ||
+        !BasicResponse.verify(encoded)) {
         return false;
     }
     OCSPCertificate = candidate;
