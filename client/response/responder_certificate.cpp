@@ -13,13 +13,18 @@ constexpr char const* kUserStores[] = {"AddressBook", "CA", "ROOT"};
 constexpr DWORD kUserStoreFlags =
     CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG | CERT_STORE_OPEN_EXISTING_FLAG;
 
+// Certificates that fit the responder id, of all stores together: for each the signature is checked. A responder has
+// one or two, or some dozens where it changes keys often and somebody keeps them all; a hostile response, a thousand.
+constexpr int kMaxSignersTried = 64;
+
 }  // namespace
 
-bool CResponse::Impl::TryToAcceptOCSPCertificate(ATL2::CCertContext const& candidate) {
+bool CResponse::Impl::TryToAcceptOCSPCertificate(ATL2::CCertContext const& candidate, int& numTried) {
     const CBlob encoded(candidate->pbCertEncoded, candidate->cbCertEncoded);
     CResponderID const& responder = BasicResponse.get_responderID();
     // The name or key hash alone proves nothing: anybody can put it into a certificate or a response.
-    if (!(CResponderID::fromCert(responder.get_type(), encoded) == responder) || !BasicResponse.verify(encoded)) {
+    if (!(CResponderID::fromCert(responder.get_type(), encoded) == responder) || ++numTried > kMaxSignersTried ||
+        !BasicResponse.verify(encoded)) {
         return false;
     }
     OCSPCertificate = candidate;
@@ -29,12 +34,12 @@ bool CResponse::Impl::TryToAcceptOCSPCertificate(ATL2::CCertContext const& candi
     return true;
 }
 
-bool CResponse::Impl::acceptFromStore(HCERTSTORE store) {
+bool CResponse::Impl::acceptFromStore(HCERTSTORE store, int& numTried) {
     ATL2::CCertContext candidate;
     // The enumeration frees the context it is given, so each step hands the last one back.
     while (_CERT_CONTEXT const* next = CertEnumCertificatesInStore(store, candidate.detach())) {
         candidate.reset(next);
-        if (TryToAcceptOCSPCertificate(candidate)) {
+        if (TryToAcceptOCSPCertificate(candidate, numTried)) {
             return true;
         }
     }
@@ -42,18 +47,20 @@ bool CResponse::Impl::acceptFromStore(HCERTSTORE store) {
 }
 
 _CERT_CONTEXT const* CResponse::Impl::findResponder(void** stores, unsigned long count) {
-    if (acceptFromStore(Certificates.get())) {
+    int numTried = 0;
+    if (acceptFromStore(Certificates.get(), numTried)) {
         return OCSPCertificate.get();
     }
     for (unsigned long i = 0; i < count; ++i) {
         ATL2::CCertStore store;
-        if (store.AttachWeak(stores[i]) == 0 && acceptFromStore(store.get())) {
+        if (store.AttachWeak(stores[i]) == 0 && acceptFromStore(store.get(), numTried)) {
             return OCSPCertificate.get();
         }
     }
     for (char const* name : kUserStores) {
         ATL2::CCertStore store;
-        if (store.Open(CERT_STORE_PROV_SYSTEM_A, 0, kUserStoreFlags, name) == 0 && acceptFromStore(store.get())) {
+        if (store.Open(CERT_STORE_PROV_SYSTEM_A, 0, kUserStoreFlags, name) == 0 &&
+            acceptFromStore(store.get(), numTried)) {
             return OCSPCertificate.get();
         }
     }

@@ -42,9 +42,9 @@ struct CResponse::Impl {
     CSingleResponse const& get_SingleResponse(unsigned long index) const { return Entries.at(index); }
 
     // True when `candidate` fits the responder id and its key verifies the signature; it is then kept, independent of
-    // its store, in OCSPCertificate.
-    bool TryToAcceptOCSPCertificate(ATL2::CCertContext const& candidate);
-    bool acceptFromStore(HCERTSTORE store);
+    // its store, in OCSPCertificate. `numTried` counts the signature checks of a search, which are bounded.
+    bool TryToAcceptOCSPCertificate(ATL2::CCertContext const& candidate, int& numTried);
+    bool acceptFromStore(HCERTSTORE store, int& numTried);
     _CERT_CONTEXT const* findResponder(void** stores, unsigned long count);
     int IsOCSPNocheck(_CERT_CONTEXT const* cert) const;
 

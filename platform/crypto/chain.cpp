@@ -1,6 +1,7 @@
 // Chains: what to build one from, the search for the path, the verifier's run over it, and the record for the caller.
 #include <algorithm>
 #include <memory>
+#include <numeric>
 #include <optional>
 
 #include "platform/crypto/chain_verifier.h"
@@ -12,6 +13,9 @@ namespace tallow::platform {
 namespace {
 
 constexpr int kMaxPaths = 8;  // judged in one call
+// Certificates of the paths judged before another one is. In use they have some kilobytes a path; dozens of times as
+// much is meant to make the rules for names and policies dear.
+constexpr std::size_t kMaxJudgedOctets = 256 * 1024;
 
 // What the caller holds: the chain context and all that it points to, in one block.
 struct ChainRecord : CERT_CHAIN_CONTEXT {
@@ -136,16 +140,27 @@ bool isDecided(const ChainVerdict& verdict) {
            ((verdict.elements[0].error & kOfEnd) != 0 && (verdict.error & kUnproven) == 0);
 }
 
+std::size_t octetsOf(const Path& path) {
+    return std::accumulate(path.elements.begin(), path.elements.end(), std::size_t{0},
+                           [](std::size_t sum, const CertificateRef& element) { return sum + element->der().size(); });
+}
+
 // The first path without a fault, else the best of those tried.
 template <typename Judge>
 JudgedPath bestPath(PathSearch& search, Judge judge) {
     JudgedPath best;
     bool mayDownload = true;
-    for (int tried = 0; tried < kMaxPaths; ++tried) {
+    std::size_t judgedOctets = 0;
+    for (int tried = 0; tried < kMaxPaths && judgedOctets < kMaxJudgedOctets; ++tried) {
         std::optional<Path> path = search.next(mayDownload);
         if (!path) {
             break;
         }
+        // Anybody can make paths to a root of their own that are dear to judge, and none of them proves anything.
+        if (tried > 0 && !path->anchored) {
+            continue;
+        }
+        judgedOctets += octetsOf(*path);
         ChainVerdict verdict = judge(*path);
         if (tried == 0 || isBetter(verdict, best.verdict)) {
             best = {std::move(*path), std::move(verdict)};

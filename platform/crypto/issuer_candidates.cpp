@@ -10,18 +10,18 @@ namespace tallow::platform {
 
 namespace {
 
-constexpr std::size_t kMaxCandidates = 256;   // for one certificate
-constexpr std::size_t kMaxNamesParsed = 256;  // of one origin, when looking for other spellings
-
-using NamePtr = std::unique_ptr<X509_NAME, OpenSslFree<X509_NAME_free>>;
+constexpr std::size_t kMaxCandidates = 256;  // for one certificate
+// Of one origin, when looking for other spellings. In use a name has some hundred octets.
+constexpr std::size_t kMaxNamesParsed = 256;
+constexpr std::size_t kMaxNameOctets = 256 * 1024;
 
 unsigned long long ticks(const FILETIME& time) noexcept {
     return static_cast<unsigned long long>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
 }
 
-NamePtr parseName(ByteView der) {
+X509NamePtr parseName(ByteView der) {
     const unsigned char* at = der.data();
-    return NamePtr(d2i_X509_NAME(nullptr, &at, static_cast<long>(der.size())));
+    return X509NamePtr(d2i_X509_NAME(nullptr, &at, static_cast<long>(der.size())));
 }
 
 // How well the key identifiers fit: 0 they match, 1 nothing is said, 2 they differ. A hint for the order alone.
@@ -57,18 +57,29 @@ bool isValidAt(const CERT_INFO& info, const FILETIME& when) noexcept {
     return ticks(info.NotBefore) <= ticks(when) && ticks(when) <= ticks(info.NotAfter);
 }
 
+// The certificate is kept with its name, so that no other one can come to stand at its address.
+const X509_NAME* IssuerCandidates::subjectOf(const CertificateRef& certificate) const {
+    const auto [entry, isNew] = subjects_.try_emplace(certificate.get(), certificate, nullptr);
+    if (isNew) {
+        entry->second.second = parseName(view(certificate->info().Subject));
+    }
+    return entry->second.second.get();
+}
+
 void IssuerCandidates::collect(ByteView name, Spelling spelling, std::span<const CertificateRef> from, Origin origin,
                                std::vector<Named>& found) const {
-    const NamePtr parsed = spelling == Spelling::kOther ? parseName(name) : nullptr;
-    std::size_t numParsed = 0;
+    const X509NamePtr parsed = spelling == Spelling::kOther ? parseName(name) : nullptr;
+    std::size_t numNames = 0;
+    std::size_t numOctets = 0;
     for (const CertificateRef& issuer : from) {
         const ByteView subject = view(issuer->info().Subject);
         const bool isSame = sameBytes(subject, name);
         if (isSame != (spelling == Spelling::kSame)) {
             continue;
         }
-        if (!isSame && (parsed == nullptr || ++numParsed > kMaxNamesParsed ||
-                        X509_NAME_cmp(parseName(subject).get(), parsed.get()) != 0)) {
+        if (!isSame &&
+            (parsed == nullptr || ++numNames > kMaxNamesParsed || (numOctets += subject.size()) > kMaxNameOctets ||
+             X509_NAME_cmp(subjectOf(issuer), parsed.get()) != 0)) {
             continue;
         }
         // A copy of a root, passed by the caller, adds nothing to the root itself.

@@ -4,6 +4,8 @@
 #include <map>
 #include <span>
 #include <string>
+#include <unordered_map>
+#include <utility>
 #include <vector>
 
 #include "platform/crypto/chain_sources.h"
@@ -51,6 +53,7 @@ private:
     using ByName = std::map<std::string, std::vector<Named>>;
 
     const std::vector<Named>& named(ByteView name, Spelling spelling) const;
+    const X509_NAME* subjectOf(const CertificateRef& certificate) const;
     void collect(ByteView name, Spelling spelling, std::span<const CertificateRef> from, Origin origin,
                  std::vector<Named>& found) const;
     void append(const Certificate& subject, const std::vector<Named>& named, std::vector<IssuerCandidate>& found) const;
@@ -60,6 +63,8 @@ private:
     std::vector<CertificateRef> fetched_;
     mutable ByName same_;  // what was looked up, since many certificates may name the same issuer
     mutable ByName other_;
+    // Parsed once each, however many names they are compared with: long ones cost a millisecond.
+    mutable std::unordered_map<const Certificate*, std::pair<CertificateRef, X509NamePtr>> subjects_;
 };
 
 bool sameCertificate(const CertificateRef& left, const CertificateRef& right) noexcept;

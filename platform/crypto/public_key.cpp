@@ -20,12 +20,13 @@ namespace {
 using ParameterBuilderPtr = std::unique_ptr<OSSL_PARAM_BLD, OpenSslFree<OSSL_PARAM_BLD_free>>;
 using ParametersPtr = std::unique_ptr<OSSL_PARAM, OpenSslFree<OSSL_PARAM_free>>;
 
-constexpr size_t kMaximumRsaSize = 2048;  // octets of the modulus: 16384 bits, OpenSSL's own limit for using a key
+// What is larger than any key in use costs a check many times as much, and a response can carry a thousand of them.
+constexpr size_t kMaximumRsaSize = 1024;  // octets of the modulus: 8192 bits
 // Octets of the exponent, four times what is in use. One as long as the modulus makes a check a hundred times dearer,
 // and a response can carry a thousand certificates.
 constexpr size_t kMaximumExponentSize = 8;
 
-constexpr int kMaximumDsaBits = 10000;        // of p, OpenSSL's own limit
+constexpr int kMaximumDsaBits = 4096;         // of p; FIPS 186-4 has 3072 at most
 constexpr int kMaximumDsaSubgroupBits = 256;  // of q
 constexpr int kMinimumDsaSubgroupBits = 160;
 

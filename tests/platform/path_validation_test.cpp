@@ -2,12 +2,25 @@
 // self-issued certificates, and the choice among several paths.
 #include <gtest/gtest.h>
 
+#include <openssl/asn1t.h>
+#include <openssl/x509.h>
+
 #include <algorithm>
+#include <atomic>
 #include <functional>
 #include <sstream>
 
 #include "tests/platform/trust_fixture.h"
 #include "tests/support/tlv.h"
+
+static std::atomic<int> numNamesRead = 0;
+
+// In place of OpenSSL's own, so that the calls can be counted.
+X509_NAME* d2i_X509_NAME(X509_NAME** name, const unsigned char** in, long size) {
+    ++numNamesRead;
+    return reinterpret_cast<X509_NAME*>(
+        ASN1_item_d2i(reinterpret_cast<ASN1_VALUE**>(name), in, size, ASN1_ITEM_rptr(X509_NAME)));
+}
 
 namespace testkit {
 namespace {
@@ -347,6 +360,22 @@ TEST_F(PathValidation, IgnoresCaseAndStringTypeOfNames) {
         old.notAfterSeconds = -60;
     });
     EXPECT_EQ(errorOfPath({issue(ca, spec), expired, ca}), 0U);
+
+    // Each name is read once for all that look for an issuer, and no more than 256 KiB of them.
+    const TrustWorld empty({});
+    const std::vector<Identity> untrusted = pathOf(std::vector<Change>(8, nothing));
+    numNamesRead = 0;
+    EXPECT_EQ(errorOfPath(untrusted), CERT_TRUST_IS_PARTIAL_CHAIN);
+    EXPECT_EQ(numNamesRead, 8 * 4 + 7);  // 8 names of issuers, for each origin, and 7 of certificates
+    const TrustWorld trusting({pki.root});
+    for (const int numLong : {4, 5}) {
+        std::vector<Identity> path{issue(ca, spec)};
+        for (int i = 0; i < numLong; ++i) {
+            path.push_back(caNamed(tlv::utf8String(std::string(60000, static_cast<char>('a' + i)))));
+        }
+        path.push_back(ca);
+        EXPECT_EQ(errorOfPath(path), numLong == 4 ? 0U : CERT_TRUST_IS_PARTIAL_CHAIN);
+    }
 }
 
 TEST_F(PathValidation, AcceptsAChangeOfTheCaKey) {
@@ -446,6 +475,27 @@ TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
     const std::vector<Bytes> revoking{makeCrl(pki.root, {}), makeCrl(pki.ca, {.revokedSerials = {pki.good.serial()}})};
     EXPECT_EQ(errorOf(chainOf({pki.good, {namesake(pki.ca.key, pki.root, saying("E0")), pki.ca}, revoking, kChecked})),
               CERT_TRUST_IS_REVOKED);
+}
+
+TEST_F(PathValidation, JudgesFewPathsThatAreDearOrProveNothing) {
+    const auto reissued = [&](const Identity& issuer, const Change& change) {
+        return caUnder(issuer, [&](CertificateSpec& spec) {
+            spec.commonName = "ca";
+            spec.key = pki.ca.key;
+            change(spec);
+        });
+    };
+    const Change large = all({saying("E0"), with("1.2.3.4", Bytes(100000))});
+    std::vector<Identity> path{pki.good, reissued(pki.root, large), reissued(pki.root, large), pki.ca};
+    EXPECT_EQ(errorOfPath(path), 0U);
+    path.insert(path.begin() + 1, reissued(pki.root, large));
+    EXPECT_NE(errorOfPath(path), 0U);
+
+    const Identity unknown = rootCa("unknown");
+    path = {pki.good, reissued(unknown, saying("E0")), reissued(unknown, nothing), unknown};
+    EXPECT_EQ(errorOfPath(path), CERT_TRUST_IS_UNTRUSTED_ROOT | kPolicyFault) << "of the first";
+    path.push_back(pki.ca);
+    EXPECT_EQ(errorOfPath(path), 0U);
 }
 
 TEST_F(PathValidation, LimitsAPathToTwelveCertificates) {

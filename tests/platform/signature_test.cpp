@@ -183,19 +183,23 @@ TEST(Signature, NeedsAKeyThatCannotBeForged) {
     Bytes minusOne448 = filled(57, 0xFF, 0xFE, 0);
     minusOne448[28] = 0xFE;
     Bytes const orderEight = fromHex("c7176a703d4dd84fba3c0b760d10670f2a2053fa2c39ccc64ec7fd7792ac037a");
-    // The powers of 2 modulo 2^1279 - 1 repeat after 1279; the order given is a multiple of that.
+    // The powers of 2 modulo 2^n - 1 repeat after n; the orders given are multiples of that.
     constexpr const char* kDsa = "1.2.840.10040.4.1";
-    auto const dsa = [](std::int64_t generator) {
-        return tlv::sequence({tlv::integer(fromHex("7F" + std::string(318, 'F'))),
-                              tlv::integer(fromHex("04FF" + std::string(40, '0'))), tlv::integer(generator)});
+    auto const dsaOf = [](const std::string& p, const std::string& q, std::int64_t generator) {
+        return tlv::sequence({tlv::integer(fromHex("7F" + p)), tlv::integer(fromHex(q + std::string(38, '0'))),
+                              tlv::integer(generator)});
     };
+    auto const dsa = [&](std::int64_t generator) { return dsaOf(std::string(318, 'F'), "04FF00", generator); };
     std::vector<Row> rows{
         {"DSA", kDsa, dsa(2), tlv::integer(4), true},
         {"DSA, key 1", kDsa, dsa(2), tlv::integer(1)},
         {"DSA, key outside of the subgroup", kDsa, dsa(2), tlv::integer(5)},
         {"DSA, generator 1", kDsa, dsa(1), tlv::integer(4)},
         {"DSA, parameters of another key", kDsa, {}, tlv::integer(4)},
+        {"DSA, 4423 bits", kDsa, dsaOf(std::string(1104, 'F'), "114700", 2), tlv::integer(4)},
         {"RSA", kRsa, tlv::null(), rsa(modulus, 65537), true},
+        {"RSA, 8192 bits", kRsa, tlv::null(), rsa(fromHex("00" + std::string(2047, 'C') + "1"), 65537), true},
+        {"RSA, 8193 bits", kRsa, tlv::null(), rsa(fromHex("01" + std::string(2047, 'C') + "1"), 65537)},
         {"RSA, exponent 1", kRsa, tlv::null(), rsa(modulus, 1)},
         {"RSA, even exponent", kRsa, tlv::null(), rsa(modulus, 65536)},
         {"RSA, exponent 0", kRsa, tlv::null(), rsa(modulus, 0)},

@@ -252,6 +252,28 @@ TEST_F(Verify, FindsTheSignerWhereverItIs) {
     EXPECT_THAT(response.VerifyCertificate(found, true, chainStores, 2), IsStatus(status::kChaining));
     EXPECT_THAT(response.VerifyCertificate(found, true, chainStores, 3), IsStatus(0));
 
+    // Of all stores together, 64 that fit the responder id are tried.
+    CertificateSpec sameName;
+    sameName.commonName = "responder";
+    sameName.key = Key::make();
+    for (int i = 0; i < 40; ++i) {
+        spec.exactCertificates->push_back(issue(pki_.ca, sameName).certificate);
+    }
+    for (const std::size_t more : {23, 24}) {
+        ATL2::CCertStore crowd;
+        ASSERT_EQ(crowd.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr), 0);
+        for (std::size_t i = 0; i <= more; ++i) {
+            const Identity added = i < more ? issue(pki_.ca, sameName) : responder_;
+            ASSERT_TRUE(
+                CertAddCertificateContextToStore(crowd.get(), contextOf(added).get(), CERT_STORE_ADD_ALWAYS, nullptr));
+        }
+        stores[0] = crowd.get();
+        CResponse crowded;
+        import(crowded, buildResponse(spec));
+        EXPECT_EQ(crowded.get_OCSPCertificate(stores, 1) != nullptr, more == 23) << more;
+    }
+
+    spec.exactCertificates = std::vector<Bytes>{};
     folder_.write("user/AddressBook/responder.pem", responder_.certificatePem());
     CResponse fromUserStore;
     import(fromUserStore, buildResponse(spec));
