@@ -49,9 +49,12 @@ bool RequestVerification::passes(std::int32_t status) {
     if (status == status::kOk) {
         return true;
     }
-    verdict_.status = "refused";
-    verdict_.exitStatus = kExitRefused;
     verdict_.error = explain(status, step_);
+    // Without settings nothing is trusted, which says nothing about the request.
+    if (settingsMistake().empty()) {
+        verdict_.status = "refused";
+        verdict_.exitStatus = kExitRefused;
+    }
     return false;
 }
 
