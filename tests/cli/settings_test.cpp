@@ -89,7 +89,7 @@ TEST(SettingsCommand, TellsSetFromDefaultAndWhatDoesNotCount) {
                                           "[config.cades.ocsppolicy]\n"
                                           "NonceLength = 16\n"
                                           "ResponseAccuracy = 429497\n"
-                                          "ThisUpdateAccuracyUnits = -1\n"
+                                          "ThisUpdateAccuracyUnits = 0\n"
                                           "UseNonceByDefault = 0\n"
                                           "DefaultProxy = \"a\\\"b\\\\c\\u001b\"\n"
                                           "AllowedOCSPs = [\"http://a/\", \"\"]\n"
@@ -107,13 +107,13 @@ TEST(SettingsCommand, TellsSetFromDefaultAndWhatDoesNotCount) {
           Row{"config.cades.ocsppolicy.UseNonceByDefault", "false", "set"},
           Row{"config.cades.ocsppolicy.ResponseAccuracy", "429497",
               "set; out of bounds and used all the same, so correct it: 0 to 429496"},
-          Row{"config.cades.ocsppolicy.ThisUpdateAccuracyUnits", "-1",
-              "set; out of bounds and used all the same, so correct it: 0 to 2147483647"},
+          Row{"config.cades.ocsppolicy.ThisUpdateAccuracyUnits", "0",
+              "set; out of bounds and used all the same, so correct it: 1 to 2147483647"},
           Row{"config.cades.ocsppolicy.DefaultProxy", "\"a\\\"b\\\\c\\u001B\"", "set"},
           Row{"config.cades.ocsppolicy.AllowedOCSPs", "[\"http://a/\", \"\"]", "set"},
           Row{"config.cades.ocsppolicy.NocheckOCSPs", "[]", "set"},
           Row{"config.cades.ocsppolicy.DeniedOCSPs", "", "default: absent"},
-          Row{"crypto.max_redirects", "3", "default; the number in the file is out of bounds and does not count"},
+          Row{"crypto.max_redirects", "3", "default; the number in the file is ignored: out of range 0 to 20"},
           Row{"trace.levels", "127", "default"}}) {
         SCOPED_TRACE(row.key);
         EXPECT_EQ(settings.at(row.key).value, row.value);
