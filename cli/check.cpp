@@ -9,6 +9,7 @@
 #include "cli/error_text.h"
 #include "cli/input_files.h"
 #include "cli/judge.h"
+#include "cli/network_scope.h"
 #include "cli/run_inputs.h"
 #include "cli/safe_text.h"
 #include "client/request/request.h"
@@ -54,6 +55,10 @@ void Check::run() {
         std::for_each(certificates.begin() + 1, certificates.end(), [this](const auto& next) { inputs_.add(next); });
         step_ = "reading the policy";
         CRequest request;
+        if (!options_.proxy.empty()) {
+            request.put_ProxyAddress(wide(options_.proxy).c_str());
+        }
+        const NetworkScope network(request);
         ask(request, fillRequest(request, certificate));
         if (options_.verifyChain && result_.state != CertificateState::kError) {
             verifyChain(certificate);
@@ -66,15 +71,13 @@ void Check::run() {
 Question Check::fillRequest(CRequest& request, _CERT_CONTEXT const* certificate) {
     step_ = "finding the issuer";
     issuer_ = inputs_.name(request, certificate);
+    inputs_.add(issuer_);  // proven by its signature, and the responder's chain goes through it as a rule
     step_ = "building the request";
     if (options_.nonce) {
         request.put_UseNonce(*options_.nonce);
     }
     if (!options_.url.empty()) {
         request.put_OCSPAddress(wide(options_.url).c_str());
-    }
-    if (!options_.proxy.empty()) {
-        request.put_ProxyAddress(wide(options_.proxy).c_str());
     }
     saveRequest(request);
     return {request.get_SRCertID(0), certificate, issuer_.get(), false};

@@ -72,6 +72,8 @@ public:
 
     /// The signer may not answer for it, or the entry cannot be understood.
     std::optional<Rejection> rejectAuthority() const;
+    /// It speaks about a certificate after its end.
+    std::optional<Rejection> rejectExpiry() const;
     /// It spoke about another time.
     std::optional<Rejection> rejectAge() const;
     /// Its times lie ahead of what is possible.
@@ -95,11 +97,17 @@ Rejection Entry::rejected(std::int32_t code, const std::string& text) const {
 }
 
 std::optional<Rejection> Entry::rejectAuthority() const {
-    // The library compares nextUpdate with the clock only for a response that has just arrived; rejectAge always does.
+    // The library compares nextUpdate with the clock only for a response that has just arrived; rejectAge always does,
+    // and rejectExpiry tells the date.
     if (const std::int32_t verdict = response_.VerifySR(index_, nullptr, nullptr);
-        verdict != status::kOk && verdict != status::kNotCurrent) {
+        verdict != status::kOk && verdict != status::kNotCurrent &&
+        !(verdict == status::kCertExpired && question_.certificate != nullptr)) {
         return Rejection{verdict, kStep};
     }
+    return std::nullopt;
+}
+
+std::optional<Rejection> Entry::rejectExpiry() const {
     if (question_.certificate == nullptr) {
         return std::nullopt;
     }
@@ -175,12 +183,13 @@ Entries entriesOn(CResponse const& response, Question const& question, RuleClock
 }
 
 bool isRevoked(Entry const& entry, bool isAlone) {
-    // Beside other entries even an old "revoked" counts: the responder contradicts itself.
+    // Responders may forget expired certificates, but one that says revoked has not forgotten. Beside other entries
+    // even an old "revoked" counts: the responder contradicts itself.
     return entry.status() == CCertStatus::kRevoked && !entry.rejectAuthority() && !(isAlone && entry.rejectAge());
 }
 
 std::optional<Rejection> rejectEntry(Entry const& entry) {
-    for (const auto reject : {&Entry::rejectAuthority, &Entry::rejectAge, &Entry::rejectFuture}) {
+    for (const auto reject : {&Entry::rejectAuthority, &Entry::rejectExpiry, &Entry::rejectAge, &Entry::rejectFuture}) {
         if (std::optional<Rejection> rejection = (entry.*reject)()) {
             return rejection;
         }

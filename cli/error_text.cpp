@@ -156,8 +156,9 @@ CheckError explainCaught(const std::string& step) {
     } catch (InputError const& failure) {
         return {failure.code(), step + ": " + failure.reason()};
     } catch (ATL::CAtlException const& failure) {
-        const std::string mistake = failure.status() == status::kNoPolicy ? settingsMistake() : std::string();
-        return mistake.empty() ? explain(failure.status(), step) : CheckError{failure.status(), step + ": " + mistake};
+        // Whatever it failed with: settings that cannot be read have many followers.
+        const std::string mistake = settingsMistake();
+        return mistake.empty() ? explain(failure.status(), step) : CheckError{status::kNoPolicy, step + ": " + mistake};
     } catch (std::exception const& failure) {
         return {status::kFail, step + ": " + failure.what()};
     }

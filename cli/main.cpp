@@ -7,12 +7,14 @@
 #include <iostream>
 #include <new>
 #include <string_view>
+#include <utility>
 
 #include "cli/check.h"
 #include "cli/input_files.h"
 #include "cli/options.h"
 #include "cli/outcome.h"
 #include "cli/request.h"
+#include "cli/run_inputs.h"
 #include "cli/safe_text.h"
 #include "cli/send.h"
 #include "cli/settings.h"
@@ -43,24 +45,39 @@ void forgetEnvironment() {
     }
 }
 
+// Settings that show to be broken only when a value is read are why nothing came of it, whatever failed then.
+Outcome withSettings(Outcome outcome) {
+    const std::string mistake = outcome.exitStatus == kExitNoAnswer ? safeLine(settingsMistake()) : std::string();
+    if (!mistake.empty() && outcome.err.find(mistake) == std::string::npos) {
+        outcome.err += "tallow: settings: " + mistake + '\n';
+    }
+    return outcome;
+}
+
 // Where no answer could be trusted, roots and CRLs that do not count may be why.
 Outcome withWarnings(Outcome outcome) {
     if (outcome.exitStatus == kExitNoAnswer) {
         outcome.err += storeWarnings();
     }
-    return outcome;
+    return withSettings(std::move(outcome));
 }
 
 struct Run {
     Outcome operator()(const CheckOptions& options) const {
         return withWarnings(outcomeOf(runCheck(options), options.json));
     }
-    Outcome operator()(const RequestOptions& options) const { return runRequest(options); }
-    Outcome operator()(const SendOptions& options) const { return runSend(options); }
+    Outcome operator()(const RequestOptions& options) const { return withSettings(runRequest(options)); }
+    Outcome operator()(const SendOptions& options) const { return withSettings(runSend(options)); }
     Outcome operator()(const VerifyOptions& options) const {
         return withWarnings(outcomeOf(runVerify(options), options.json));
     }
-    Outcome operator()(const VerifyRequestOptions& options) const { return withWarnings(runVerifyRequest(options)); }
+    Outcome operator()(const VerifyRequestOptions& options) const {
+        Outcome outcome = runVerifyRequest(options);
+        if (outcome.exitStatus == kExitRefused) {
+            outcome.err += storeWarnings();
+        }
+        return withWarnings(std::move(outcome));
+    }
     Outcome operator()(const ShowOptions& options) const { return runShow(options); }
     Outcome operator()(const StoreOptions& options) const { return runStore(options); }
     Outcome operator()(const SettingsOptions& options) const { return runSettings(options); }

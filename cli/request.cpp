@@ -6,6 +6,7 @@
 
 #include "cli/error_text.h"
 #include "cli/input_files.h"
+#include "cli/network_scope.h"
 #include "cli/pin.h"
 #include "cli/run_inputs.h"
 #include "client/request/request.h"
@@ -114,6 +115,7 @@ Outcome runRequest(const RequestOptions& options) {
     const char* step = "reading the policy";
     try {
         CRequest request;
+        const NetworkScope network(request);
         step = "finding the issuer";
         for (unsigned long i = 0; i < asked.size(); ++i) {
             subject = asked[i].file;

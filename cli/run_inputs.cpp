@@ -1,6 +1,8 @@
 #include "cli/run_inputs.h"
 
+#include <algorithm>
 #include <new>
+#include <vector>
 
 #include "cli/error_text.h"
 #include "cli/input_files.h"
@@ -26,6 +28,12 @@ void addCrls(void* store, const std::string& path) {
             throw InputError(path, "is not a CRL; name one in PEM or DER", status::kAsn1Error);
         }
     }
+}
+
+bool isSelfIssued(const ATL2::CCertContext& certificate) {
+    const CERT_NAME_BLOB& subject = certificate->pCertInfo->Subject;
+    const CERT_NAME_BLOB& issuer = certificate->pCertInfo->Issuer;
+    return std::equal(subject.pbData, subject.pbData + subject.cbData, issuer.pbData, issuer.pbData + issuer.cbData);
 }
 
 PCCRYPT_OID_INFO hashNamed(const std::string& name) {
@@ -81,7 +89,13 @@ RunInputs::RunInputs(const RunOptions& options) {
         throw std::bad_alloc();
     }
     for (const std::string& path : options.trust) {
-        for (const ATL2::CCertContext& root : readCertificates(path)) {
+        const std::vector<ATL2::CCertContext> roots = readCertificates(path);
+        if (std::none_of(roots.begin(), roots.end(), isSelfIssued)) {
+            throw InputError(path,
+                             "holds no root, that is, no certificate issued by itself; name the root (--trust), "
+                             "and the others with --certs");
+        }
+        for (const ATL2::CCertContext& root : roots) {
             crypto_add_trusted_root(root.get());
             add(root);
         }

@@ -20,10 +20,10 @@ std::string lineOf(const Setting& setting) {
     std::string line = value.toml.empty() ? std::string("# ") + setting.name : setting.name + (" = " + value.toml);
     line.resize(std::max(line.size(), kRemarkColumn), ' ');
     line += value.isSet ? " # set" : value.toml.empty() ? " # default: absent" : " # default";
-    line += value.ignored ? "; the number in the file is out of bounds and does not count" : "";
+    const std::string range = std::to_string(setting.lowest) + " to " + std::to_string(setting.highest);
+    line += value.ignored ? "; the number in the file is ignored: out of range " + range : "";
     if (value.isOdd) {
-        line += "; out of bounds and used all the same, so correct it: " + std::to_string(setting.lowest) + " to " +
-                std::to_string(setting.highest);
+        line += "; out of bounds and used all the same, so correct it: " + range;
     }
     return safeLine(line) + '\n';
 }

@@ -63,7 +63,7 @@ constexpr Setting kSettings[] = {
     flag(kPolicy, "DisableUnsignedRequests", "false"),
     flag(kPolicy, "DisableSignedRequests", "false"),
     policyNumber("ResponseAccuracy", "180000", 0, kLargestAccuracyMs),
-    policyNumber("ThisUpdateAccuracyUnits", "7", 0, std::numeric_limits<std::int32_t>::max()),
+    policyNumber("ThisUpdateAccuracyUnits", "7", 1, std::numeric_limits<std::int32_t>::max()),
     text(kPolicy, "ThisUpdateAccuracy", "\"\""),
     text(kPolicy, "DefaultOCSPURL", "\"\""),
     text(kPolicy, "DefaultProxy", "\"\""),

@@ -131,6 +131,34 @@ StoreFolder readFolder(const StoreOptions& options, const std::filesystem::path&
     return folder;
 }
 
+struct Obstacle {
+    std::string folder;
+    std::string path, reason;
+};
+
+// What is said of the folder itself, or of one above it, holds for all that is put there.
+void takeObstacle(const CRYPTO_STORE_ITEM* item, void* context) {
+    auto& obstacle = *static_cast<Obstacle*>(context);
+    const std::string path = item->szPath;
+    if (item->dwKind == CRYPTO_STORE_ITEM_BROKEN && (obstacle.folder + '/').starts_with(path + '/')) {
+        obstacle.path = path;
+        obstacle.reason = item->szProblem;
+    }
+}
+
+// Throws where nothing would count that is put there. A folder that cannot be read at all shows later.
+void requireCounting(const StoreOptions& options, const std::filesystem::path& folder) {
+    Obstacle obstacle{folder.string(), {}, {}};
+    const DWORD which = options.machine ? CERT_SYSTEM_STORE_LOCAL_MACHINE : CERT_SYSTEM_STORE_CURRENT_USER;
+    static_cast<void>(crypto_list_store(options.name.c_str(), which, takeObstacle, &obstacle));
+    if (const std::string mistake = settingsMistake(); !mistake.empty()) {
+        throw InputError("settings", mistake, status::kNoPolicy);
+    }
+    if (!obstacle.path.empty()) {
+        throw InputError(obstacle.path, obstacle.reason + "; nothing was added");
+    }
+}
+
 Outcome list(const StoreOptions& options, const std::filesystem::path& path) {
     Outcome outcome;
     const StoreFolder folder = readFolder(options, path);
@@ -163,6 +191,7 @@ Outcome add(const StoreOptions& options, const std::filesystem::path& folder) {
     if (options.name == "ROOT" && !std::all_of(items.begin(), items.end(), [](const Item& i) { return i.isRoot; })) {
         throw InputError(options.file, "holds what is no root: only self-signed certificates count in ROOT; use CA");
     }
+    requireCounting(options, folder);
     // Whatever the umask: roots that a group may write do not count.
     ::umask(::umask(0) | S_IWGRP | S_IWOTH);
     std::error_code error;
@@ -170,6 +199,7 @@ Outcome add(const StoreOptions& options, const std::filesystem::path& folder) {
     if (error) {
         throw InputError(folder.string(), "cannot be made: " + error.message());
     }
+    requireCounting(options, folder);  // once more, now that it is there
     const StoreFolder present = readFolder(options, folder);
     const std::vector<StoreFile>& files = present.files;
     Outcome outcome;
@@ -248,8 +278,10 @@ Outcome remove(const StoreOptions& options, const std::filesystem::path& folder)
 
 void takeWarning(const CRYPTO_STORE_ITEM* item, void* context) {
     if (item->dwKind == CRYPTO_STORE_ITEM_BROKEN) {
-        *static_cast<std::string*>(context) +=
-            "tallow: " + safeLine(std::string(item->szPath) + ": " + item->szProblem) + '\n';
+        auto& lines = *static_cast<std::string*>(context);
+        const std::string line = "tallow: " + safeLine(std::string(item->szPath) + ": " + item->szProblem) + '\n';
+        // What is wrong with the folder of all stores is told for each of them.
+        lines += lines.find(line) == std::string::npos ? line : "";
     }
 }
 
@@ -258,7 +290,7 @@ void takeWarning(const CRYPTO_STORE_ITEM* item, void* context) {
 std::string storeWarnings() {
     std::string lines;
     if (!settingsMistake().empty()) {
-        return lines;  // which is the reason then
+        return lines;  // there are none then; who asks tells the mistake itself
     }
     for (const char* name : {"ROOT", "CA"}) {
         for (const DWORD which : {CERT_SYSTEM_STORE_CURRENT_USER, CERT_SYSTEM_STORE_LOCAL_MACHINE}) {

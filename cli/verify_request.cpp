@@ -5,6 +5,7 @@
 #include "cli/certificate_text.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
+#include "cli/network_scope.h"
 #include "cli/output.h"
 #include "cli/run_inputs.h"
 #include "cli/show_values.h"
@@ -48,9 +49,12 @@ bool RequestVerification::passes(std::int32_t status) {
     if (status == status::kOk) {
         return true;
     }
-    verdict_.status = "refused";
-    verdict_.exitStatus = kExitRefused;
     verdict_.error = explain(status, step_);
+    // Without settings nothing is trusted, which says nothing about the request.
+    if (settingsMistake().empty()) {
+        verdict_.status = "refused";
+        verdict_.exitStatus = kExitRefused;
+    }
     return false;
 }
 
@@ -81,6 +85,7 @@ _CERT_CONTEXT const* RequestVerification::findRequestor(CRequest const& request)
 
 void RequestVerification::judge() {
     CRequest request;
+    const NetworkScope network(request);
     step_ = "reading the request";
     const Orvane::CBlob bytes = readMessage(options_.request);
     request.Import(bytes.pbData(), static_cast<unsigned long>(bytes.cbData()));

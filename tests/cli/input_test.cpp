@@ -75,8 +75,9 @@ TEST(OptionFile, ThatIsOfNoUseIsWrongUsage) {
     };
     for (const Row& row :
          {Row{"--issuer", key, "PRIVATE KEY"}, Row{"--issuer", missing, "No such file"}, Row{"--trust", key, "PRIVATE"},
-          Row{"--certs", missing, "No such file"}, Row{"--crl", leaf, "\"CERTIFICATE\"; name a file with a CRL"},
-          Row{"--crl", missing, "No such file"}, Row{"--save-request", missing + "/request", "cannot be written"},
+          Row{"--trust", leaf, "holds no root"}, Row{"--certs", missing, "No such file"},
+          Row{"--crl", leaf, "\"CERTIFICATE\"; name a file with a CRL"}, Row{"--crl", missing, "No such file"},
+          Row{"--save-request", missing + "/request", "cannot be written"},
           Row{"--save-response", missing + "/response", "cannot be written"}}) {
         SCOPED_TRACE(std::string(row.option) + " " + row.path);
         const ProcessResult run = tallow.check({"--url", server.url(), row.option, row.path, leaf});

@@ -207,6 +207,44 @@ TEST(ProxyOption, LeadsTheExchangeThroughTheProxy) {
     EXPECT_EQ(proxy.requests()[0].method, "POST");
 }
 
+// The issuer is downloaded before anybody is asked: through the same proxy, or not at all, and in the time of the
+// check. It then completes the chain of the responder, too.
+TEST(ProxyOption, HoldsForTheDownloadOfTheIssuer) {
+    const Identity ca = issueCa(certs().root, "downloaded CA");
+    CertificateSpec spec;
+    spec.commonName = "downloaded CA's responder";
+    spec.extendedKeyUsage = "OCSPSigning";
+    spec.ocspNoCheck = true;
+    const Identity responder = issue(ca, spec);
+    const HttpServer direct([&](const HttpRequest&) { return HttpReply{.body = ca.certificate, .delayMs = 1500}; });
+    spec = {};
+    spec.caIssuersUrls = {direct.url("/ca.der")};
+    const Identity below = issue(ca, spec);
+    const HttpServer proxy([&](const HttpRequest& request) {
+        ResponseSpec response(responder);
+        response.entries.emplace_back(certIdOf(below, ca));
+        return HttpReply{.body = request.method == "GET" ? ca.certificate : buildResponse(response)};
+    });
+    const Command tallow;
+    const std::vector<std::string> asking{"--no-nonce",
+                                          "--crl",
+                                          tallow.file("root.crl", makeCrl(certs().root, {})),
+                                          "--url",
+                                          "http://responder.invalid/",
+                                          tallow.file("leaf.pem", below)};
+    std::vector<std::string> proxied = asking;
+    proxied.insert(proxied.end(), {"--proxy", proxy.url("")});
+    const Command refusing("[config.cades.ocsppolicy]\nAllowedProxies = [\"\"]\n");
+    EXPECT_EQ(refusing.check(proxied).exitStatus, kExitNoAnswer);
+    EXPECT_TRUE(proxy.requests().empty());
+    const ProcessResult run = tallow.check(proxied);
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_EQ(proxy.requests().size(), 2U);
+    EXPECT_TRUE(direct.requests().empty());
+    const Command hurried("check_timeout_ms = 300\n");
+    EXPECT_THAT(hurried.check(asking).err, HasSubstr("0x8009100E")) << "what comes later is too late";
+}
+
 TEST(ProxyOption, KeepsThePasswordOfTheProxyToItself) {
     const Command tallow;
     const HttpServer proxy([](const HttpRequest&) {

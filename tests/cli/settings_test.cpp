@@ -7,6 +7,7 @@
 #include <sstream>
 
 #include "tests/cli/command.h"
+#include "tests/support/http_server.h"
 
 namespace {
 
@@ -88,7 +89,7 @@ TEST(SettingsCommand, TellsSetFromDefaultAndWhatDoesNotCount) {
                                           "[config.cades.ocsppolicy]\n"
                                           "NonceLength = 16\n"
                                           "ResponseAccuracy = 429497\n"
-                                          "ThisUpdateAccuracyUnits = -1\n"
+                                          "ThisUpdateAccuracyUnits = 0\n"
                                           "UseNonceByDefault = 0\n"
                                           "DefaultProxy = \"a\\\"b\\\\c\\u001b\"\n"
                                           "AllowedOCSPs = [\"http://a/\", \"\"]\n"
@@ -106,13 +107,13 @@ TEST(SettingsCommand, TellsSetFromDefaultAndWhatDoesNotCount) {
           Row{"config.cades.ocsppolicy.UseNonceByDefault", "false", "set"},
           Row{"config.cades.ocsppolicy.ResponseAccuracy", "429497",
               "set; out of bounds and used all the same, so correct it: 0 to 429496"},
-          Row{"config.cades.ocsppolicy.ThisUpdateAccuracyUnits", "-1",
-              "set; out of bounds and used all the same, so correct it: 0 to 2147483647"},
+          Row{"config.cades.ocsppolicy.ThisUpdateAccuracyUnits", "0",
+              "set; out of bounds and used all the same, so correct it: 1 to 2147483647"},
           Row{"config.cades.ocsppolicy.DefaultProxy", "\"a\\\"b\\\\c\\u001B\"", "set"},
           Row{"config.cades.ocsppolicy.AllowedOCSPs", "[\"http://a/\", \"\"]", "set"},
           Row{"config.cades.ocsppolicy.NocheckOCSPs", "[]", "set"},
           Row{"config.cades.ocsppolicy.DeniedOCSPs", "", "default: absent"},
-          Row{"crypto.max_redirects", "3", "default; the number in the file is out of bounds and does not count"},
+          Row{"crypto.max_redirects", "3", "default; the number in the file is ignored: out of range 0 to 20"},
           Row{"trace.levels", "127", "default"}}) {
         SCOPED_TRACE(row.key);
         EXPECT_EQ(settings.at(row.key).value, row.value);
@@ -130,6 +131,27 @@ TEST(SettingsCommand, RefusesAFileThatIsBrokenOrHoldsAValueOfTheWrongKind) {
     const TempDir folder;
     for (const char* content : {"[crypto\n", "[trace]\nlevels = \"all\"\n"}) {
         expectMistake(Command::plain({"settings", "--settings", folder.write("broken.toml", content)}), "broken.toml:");
+    }
+}
+
+// Whatever step reads the value first and whatever it makes of it, the settings are what is told, once.
+TEST(Settings, ThatProveBrokenWhileInUseAreToldAndGiveNoVerdict) {
+    const HttpServer server([](const HttpRequest&) { return HttpReply{.body = buildResponse(goodResponse())}; });
+    for (const char* content :
+         {"max_crl_age = 'x'", "max_responders = '8'", "max_redirects = 'x'",
+          "[config.cades.ocsppolicy]\nNocheckOCSPs = 5", "[config.cades.ocsppolicy]\nRequireNonce = 'yes'"}) {
+        SCOPED_TRACE(content);
+        const Command tallow(std::string(content) + '\n');
+        const std::string root = tallow.file("root.pem", certs().root);
+        const std::string response = tallow.file("response.der", buildResponse(goodResponse()));
+        for (const ProcessResult& run :
+             {tallow.check({"--no-nonce", "--url", server.url(), tallow.file("leaf.pem", certs().good)}),
+              tallow.with({"verify", "--trust", root, response})}) {
+            const std::size_t at = run.err.find("settings.toml:");
+            EXPECT_EQ(at == std::string::npos, run.exitStatus == 0) << run.err;
+            EXPECT_EQ(run.err.find("settings.toml:", at + 1), std::string::npos) << run.err;
+            EXPECT_TRUE(run.exitStatus == 0 || run.exitStatus == 3) << run.exitStatus;
+        }
     }
 }
 

@@ -74,6 +74,14 @@ TEST(Store, DoesNotCountWhereOthersMayWrite) {
     const ProcessResult list = tallow.with({"store", "list", "ROOT"});
     EXPECT_EQ(list.out, "");
     EXPECT_EQ(numLines(list.err), 1U) << list.err;
+    const std::string other = tallow.file("other.pem", rootCa("another root"));
+    expectMistake(tallow.with({"store", "add", "ROOT", other}), "nothing was added");
+    for (const auto& [content, words] :
+         {std::pair("user_stores = \"stores\"", "stores/ROOT"), std::pair("user_stores = 5", "own.toml:")}) {
+        const std::string own = tallow.file("own.toml", std::string("[crypto]\n") + content + '\n');
+        expectMistake(Command::plain({"store", "add", "ROOT", other, "--settings", own}), words);
+    }
+    EXPECT_FALSE(std::filesystem::exists("stores"));
 }
 
 // What somebody keeps together is not torn apart, and what is of no use is told and left alone.
@@ -105,7 +113,7 @@ TEST(Store, RefusesWhatCannotBeUsedInOneLine) {
              Mistake{{"store", "add", "ROOT", leaf}, "no root"},
              Mistake{{"store", "add", "CA", key}, "no certificate and no CRL"},
              Mistake{{"store", "add", "CA", "missing.pem"}, "No such file"},
-             Mistake{{"store", "add", "file", leaf}, "cannot be made"},
+             Mistake{{"store", "add", "file", leaf}, "nothing was added"},
              Mistake{{"store", "remove", "CA", leaf}, "is not in the store"},
              Mistake{{"store", "add", "CA"}, "FILE"},
              Mistake{{"store", "--machine"}, "subcommand"},

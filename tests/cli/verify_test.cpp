@@ -127,6 +127,12 @@ TEST(Verify, JudgesEachEntryForItself) {
                                                tallow.file("late.der", buildResponse(spec))});
     EXPECT_EQ(late.exitStatus, 3);
     EXPECT_THAT(late.err, testing::HasSubstr("entry: the certificate expired on 20"));
+    spec.entries[0].status = EntryStatus::kRevoked;
+    const HttpServer server([&](const HttpRequest&) { return HttpReply{.body = buildResponse(spec)}; });
+    const std::string revoked = tallow.file("revoked.der", buildResponse(spec));
+    EXPECT_EQ(verify(tallow, {"--cert", tallow.folder().file("expired.pem"), "--issuer", issuer, revoked}).exitStatus,
+              1);
+    EXPECT_EQ(tallow.check({"--no-nonce", "--url", server.url(), tallow.folder().file("expired.pem")}).exitStatus, 1);
 }
 
 TEST(Verify, AsksNobodyAndTakesCrlsFromFiles) {
