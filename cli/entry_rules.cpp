@@ -124,7 +124,9 @@ std::optional<Rejection> Entry::rejectAge() const {
         return std::nullopt;
     }
     const CDateTime* nextUpdate = response_.get_SRNextUpdate(index_);
-    if (nextUpdate != nullptr && *nextUpdate <= clock_.now) {
+    // The library may have met the end of the entry a moment later, and examines nothing more then.
+    const bool isOver = response_.VerifySR(index_, nullptr, nullptr) == status::kNotCurrent;
+    if (nextUpdate != nullptr && (isOver || *nextUpdate <= clock_.now)) {
         return rejected(status::kNotCurrent, "nextUpdate " + iso8601(nextUpdate) +
                                                  " has passed; check the clock, then ask the responder anew");
     }
