@@ -293,14 +293,17 @@ private:
     }
 
     void note(X509_STORE_CTX* context) {
-        const DWORD bits = bitsOf(X509_STORE_CTX_get_error(context));
+        const int error = X509_STORE_CTX_get_error(context);
+        const DWORD bits = bitsOf(error);
         const int depth = X509_STORE_CTX_get_error_depth(context);
         const std::size_t i = depth >= 0 ? static_cast<std::size_t>(depth) : size();
         if (i >= size()) {
             verdict_.error |= bits;
             return;
         }
-        verdict_.elements[i].error |= bits;
+        if (error != X509_V_ERR_UNHANDLED_CRITICAL_EXTENSION || !knowsCriticalExtensions(element(i))) {
+            verdict_.elements[i].error |= bits;
+        }
     }
 
     const Path& path_;

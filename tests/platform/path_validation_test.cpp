@@ -202,6 +202,12 @@ TEST_F(PathValidation, RefusesCertificatesThatBreakTheirProfile) {
     };
     const auto until = [](const char* text) { return [=](CertificateSpec& spec) { spec.notAfter = text; }; };
     const Change alternative = with("2.5.29.17", tlv::sequence({tlv::contextPrimitive(2, bytesOf("a.example"))}));
+    const auto critical = [](const char* oid, const Bytes& value) {
+        return [=](CertificateSpec& spec) { spec.criticalExtensions.emplace_back(oid, value); };
+    };
+    const Change harmless = all({critical("1.3.6.1.5.5.7.48.1.5", {5, 0}), critical("2.5.29.18", {0x30, 2, 0x82, 0}),
+                                 critical("2.16.840.1.113730.1.1", {3, 2, 7, 0x80})});
+    const Change oddMark = critical("1.3.6.1.5.5.7.48.1.5", {4, 0});
     const Change crowded = [](CertificateSpec& spec) {
         for (int i = 0; i < 65; ++i) {
             spec.extensions.emplace_back("1.2.3." + std::to_string(i), tlv::null());
@@ -230,6 +236,12 @@ TEST_F(PathValidation, RefusesCertificatesThatBreakTheirProfile) {
         {"an unknown extension twice", {nothing, all({with("1.2.3", {5, 0}), with("1.2.3", {4, 0})})}, kExtension},
         {"more than 64 extensions", {nothing, crowded}, kExtension},
         {"an unknown extension", {nothing, with("1.2.3", {5, 0})}, 0},
+        {"critical extensions that change nothing", {nothing, harmless}, 0},
+        {"critical no-check mark that is not NULL", {nothing, oddMark}, CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT},
+        {"critical unknown extension beside a no-check mark",
+         {nothing, all({harmless, critical("1.2.3", {5, 0})})},
+         CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT},
+        {"no alternative name in the list", {nothing, with("2.5.29.17", {0x30, 0})}, kExtension},
         {"alternative names that cannot be decoded", {nothing, with("2.5.29.17", {5, 0})}, kExtension},
         {"key usage that cannot be decoded", {nothing, with("2.5.29.15", {5, 0})}, kExtension},
         {"key usage for nothing", {nothing, with("2.5.29.15", tlv::bitString({}))}, kExtension},
