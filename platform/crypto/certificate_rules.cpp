@@ -37,6 +37,14 @@ constexpr ProcessedExtension kProcessed[] = {
     {NID_info_access, CERT_TRUST_INVALID_EXTENSION},
 };
 
+// Nothing here depends on what these say, so they may be critical as long as they can be decoded. OpenSSL's verifier
+// knows the first of them alone.
+constexpr int kHarmless[] = {NID_netscape_cert_type, NID_id_pkix_OCSP_noCheck, NID_issuer_alt_name};
+
+bool isHarmless(int nid) {
+    return std::find(std::begin(kHarmless), std::end(kHarmless), nid) != std::end(kHarmless);
+}
+
 using ConstraintsPtr = std::unique_ptr<BASIC_CONSTRAINTS, OpenSslFree<BASIC_CONSTRAINTS_free>>;
 using NameConstraintsPtr = std::unique_ptr<NAME_CONSTRAINTS, OpenSslFree<NAME_CONSTRAINTS_free>>;
 
@@ -62,8 +70,12 @@ DWORD faultOf(X509_EXTENSION* extension) {
         // OpenSSL checks the resources of RFC 3779, and says so itself where it cannot; proxies it refuses by name.
         const bool isOpenSsls =
             nid == NID_sbgp_ipAddrBlock || nid == NID_sbgp_autonomousSysNum || nid == NID_proxyCertInfo;
-        return X509_EXTENSION_get_critical(extension) != 0 && !isOpenSsls ? CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT
-                                                                          : 0U;
+        const bool isRefused = X509_EXTENSION_get_critical(extension) != 0 && !isOpenSsls &&
+                               !(isHarmless(nid) && isDecodable(nid, X509_EXTENSION_get_data(extension)));
+        return isRefused ? CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT : 0U;
+    }
+    if (nid == NID_subject_alt_name && ASN1_STRING_length(X509_EXTENSION_get_data(extension)) <= 2) {
+        return row->fault;  // names nobody
     }
     return isDecodable(nid, X509_EXTENSION_get_data(extension)) ? 0U : row->fault;
 }
@@ -138,6 +150,17 @@ DWORD faultsOf(const Certificate& certificate) {
     // A fault is not remembered: memory may have run out.
     certificate.body().isFaultless() = faults == 0;
     return faults;
+}
+
+bool knowsCriticalExtensions(const Certificate& certificate) {
+    for (int i = 0; i < X509_get_ext_count(certificate.x509()); ++i) {
+        X509_EXTENSION* const extension = X509_get_ext(certificate.x509(), i);
+        if (X509_EXTENSION_get_critical(extension) != 0 && X509_supported_extension(extension) == 0 &&
+            !isHarmless(OBJ_obj2nid(X509_EXTENSION_get_object(extension)))) {
+            return false;
+        }
+    }
+    return true;
 }
 
 bool isCa(const Certificate& certificate) noexcept {

@@ -10,7 +10,8 @@ namespace tallow::platform {
 //
 //   CERT_TRUST_INVALID_EXTENSION               an extension twice, or more than 64; extensions in a version 1 or 2
 //                                              certificate; a processed extension that cannot be decoded to its last
-//                                              octet; an empty key usage; an empty issuer name
+//                                              octet; an empty key usage; no alternative name in the list of them; an
+//                                              empty issuer name
 //   CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT  a critical extension that is not processed
 //   CERT_TRUST_INVALID_BASIC_CONSTRAINTS       a path length that is negative, or in a certificate that is no CA's
 //   CERT_TRUST_INVALID_NAME_CONSTRAINTS        name constraints that cannot be decoded, or constrain nothing
@@ -19,6 +20,10 @@ namespace tallow::platform {
 //
 // OpenSSL must have been able to read the certificate (x509() is not null).
 DWORD faultsOf(const Certificate& certificate);
+
+// Whether each critical extension is known to OpenSSL's verifier or is one that faultsOf lets be critical although
+// OpenSSL does not know it.
+bool knowsCriticalExtensions(const Certificate& certificate);
 
 // Whether the certificate may stand above another one in a path: version 3 with basicConstraints that say CA.
 bool isCa(const Certificate& certificate) noexcept;

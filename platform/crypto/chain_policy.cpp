@@ -39,8 +39,8 @@
 // parameters outside of the hashed bits (DSA, curves given by parameters) authorise none either: other parameters make
 // another key with the same hash. The serial number plays no part.
 //
-// fNoCheck is set for the no-check extension of a delegate. On the issuer itself the extension means nothing: a CA
-// cannot exempt itself from its own revocation.
+// fNoCheck is set for the no-check extension of a delegate, if its value is NULL. On the issuer itself it means
+// nothing: a CA cannot exempt itself from its own revocation.
 //
 // CERT_CHAIN_POLICY_OCSP_REQUESTOR. The chain must be sound, end in a trusted root, be valid now and at the time it was
 // built for, and have been found not revoked. The first of these that applies is the verdict:
@@ -232,7 +232,9 @@ public:
     }
 
     bool isExempt() const {
-        return isDelegate_ && !isAnyIssuer() && chain_.certificate(0).body().extension(kNoCheckExtension) != nullptr;
+        static constexpr unsigned char kNull[] = {V_ASN1_NULL, 0};
+        const CERT_EXTENSION* const mark = chain_.certificate(0).body().extension(kNoCheckExtension);
+        return isDelegate_ && !isAnyIssuer() && mark != nullptr && sameBytes(view(mark->Value), kNull);
     }
 
     bool mayAnswer(DWORD entry) {

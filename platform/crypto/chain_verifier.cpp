@@ -7,6 +7,7 @@
 
 #include "platform/crypto/certificate_policies.h"
 #include "platform/crypto/certificate_rules.h"
+#include "platform/crypto/name_forms.h"
 
 namespace tallow::platform {
 
@@ -70,6 +71,7 @@ public:
         judgePath();
         if (path_.elements[0]->x509() != nullptr) {
             judgePolicies();
+            judgeNameForms();
             verify();
         } else {
             verdict_.elements[0].error |= CERT_TRUST_INVALID_EXTENSION;
@@ -150,6 +152,22 @@ private:
         PolicyPath policies(below, required);
         for (std::size_t i = below; isAsked && i-- > 0;) {
             verdict_.elements[i].error |= policies.add(policyStatementsOf(element(i)));
+        }
+    }
+
+    // OpenSSL compares names with constraints, self-issued ones excepted as RFC 5280 says; here only whether it can.
+    void judgeNameForms() {
+        ConstrainedKinds kinds;
+        for (std::size_t i = size(); i-- > 0;) {
+            if (element(i).x509() == nullptr) {
+                continue;
+            }
+            if ((i == 0 || !isSelfIssued(element(i))) && !areNamesComparable(element(i), kinds)) {
+                verdict_.elements[i].error |= CERT_TRUST_HAS_NOT_SUPPORTED_NAME_CONSTRAINT;
+            }
+            if (i > 0) {
+                addConstrainedKinds(element(i), kinds);
+            }
         }
     }
 
@@ -275,14 +293,17 @@ private:
     }
 
     void note(X509_STORE_CTX* context) {
-        const DWORD bits = bitsOf(X509_STORE_CTX_get_error(context));
+        const int error = X509_STORE_CTX_get_error(context);
+        const DWORD bits = bitsOf(error);
         const int depth = X509_STORE_CTX_get_error_depth(context);
         const std::size_t i = depth >= 0 ? static_cast<std::size_t>(depth) : size();
         if (i >= size()) {
             verdict_.error |= bits;
             return;
         }
-        verdict_.elements[i].error |= bits;
+        if (error != X509_V_ERR_UNHANDLED_CRITICAL_EXTENSION || !knowsCriticalExtensions(element(i))) {
+            verdict_.elements[i].error |= bits;
+        }
     }
 
     const Path& path_;

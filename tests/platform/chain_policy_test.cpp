@@ -369,6 +369,10 @@ TEST_F(ResponderPolicy, TellsTheNoCheckMarkAndWhatCrlsSaid) {
     EXPECT_TRUE(judge({marked, {asked}, {pki.ca}}).noCheck);
     const Identity delegate = delegateOf(pki.ca);
     EXPECT_FALSE(judge({delegate, {asked}, {pki.ca}}).noCheck);
+    const Identity oddlyMarked = delegateOf(pki.ca, [](CertificateSpec& spec) {
+        spec.extensions.emplace_back("1.3.6.1.5.5.7.48.1.5", Bytes{4, 0});
+    });
+    EXPECT_FALSE(judge({oddlyMarked, {asked}, {pki.ca}}).noCheck) << "the value must be NULL";
     for (const char* const usage : {"", "OCSPSigning"}) {
         const Identity markedCa = caUnder(pki.root, [&](CertificateSpec& spec) {
             spec.ocspNoCheck = true;

@@ -215,6 +215,12 @@ TEST_F(PathValidation, RefusesCertificatesThatBreakTheirProfile) {
     };
     const auto until = [](const char* text) { return [=](CertificateSpec& spec) { spec.notAfter = text; }; };
     const Change alternative = with("2.5.29.17", tlv::sequence({tlv::contextPrimitive(2, bytesOf("a.example"))}));
+    const auto critical = [](const char* oid, const Bytes& value) {
+        return [=](CertificateSpec& spec) { spec.criticalExtensions.emplace_back(oid, value); };
+    };
+    const Change harmless = all({critical("1.3.6.1.5.5.7.48.1.5", {5, 0}), critical("2.5.29.18", {0x30, 2, 0x82, 0}),
+                                 critical("2.16.840.1.113730.1.1", {3, 2, 7, 0x80})});
+    const Change oddMark = critical("1.3.6.1.5.5.7.48.1.5", {4, 0});
     const Change crowded = [](CertificateSpec& spec) {
         for (int i = 0; i < 65; ++i) {
             spec.extensions.emplace_back("1.2.3." + std::to_string(i), tlv::null());
@@ -243,6 +249,12 @@ TEST_F(PathValidation, RefusesCertificatesThatBreakTheirProfile) {
         {"an unknown extension twice", {nothing, all({with("1.2.3", {5, 0}), with("1.2.3", {4, 0})})}, kExtension},
         {"more than 64 extensions", {nothing, crowded}, kExtension},
         {"an unknown extension", {nothing, with("1.2.3", {5, 0})}, 0},
+        {"critical extensions that change nothing", {nothing, harmless}, 0},
+        {"critical no-check mark that is not NULL", {nothing, oddMark}, CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT},
+        {"critical unknown extension beside a no-check mark",
+         {nothing, all({harmless, critical("1.2.3", {5, 0})})},
+         CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT},
+        {"no alternative name in the list", {nothing, with("2.5.29.17", {0x30, 0})}, kExtension},
         {"alternative names that cannot be decoded", {nothing, with("2.5.29.17", {5, 0})}, kExtension},
         {"key usage that cannot be decoded", {nothing, with("2.5.29.15", {5, 0})}, kExtension},
         {"key usage for nothing", {nothing, with("2.5.29.15", tlv::bitString({}))}, kExtension},
@@ -322,6 +334,9 @@ TEST_F(PathValidation, ExemptsSelfIssuedCertificatesFromLengthAndNameConstraints
         {"mail in the subject outside", {subtree(0, kind(1, "a.example")), mailInSubject}, kOutside},
         {"URI permitted", {subtree(0, kind(6, ".a.example")), alternative(6, "http://b.a.example/x")}},
         {"URI excluded", {subtree(1, kind(6, "a.example")), alternative(6, "https://a.example:8/")}, kExcluded},
+        {"odd DNS name beside a URI constraint", {subtree(1, kind(6, "a.example")), alternative(2, "a.example.")}},
+        {"wildcard permitted", {subtree(0, kind(2, ".b.example")), alternative(2, "*.b.example")}},
+        {"odd constraint without a name", {subtree(0, kind(2, "b.example.")), nothing}},
         {"range of a subtree",
          {subtree(0, kind(2, "example"), tlv::contextPrimitive(0, {1})), alternative(2, "a.example")},
          CERT_TRUST_HAS_NOT_SUPPORTED_NAME_CONSTRAINT},
@@ -329,6 +344,35 @@ TEST_F(PathValidation, ExemptsSelfIssuedCertificatesFromLengthAndNameConstraints
     for (const PathRow& row : rows) {
         SCOPED_TRACE(row.name);
         EXPECT_EQ(errorOfPath(pathOf(row.path)), row.error);
+    }
+
+    struct Odd {
+        unsigned kind;
+        std::string constraint;
+        std::vector<std::string> names;
+    };
+    const std::string mapped = std::string(10, '\0') + "\xFF\xFF";
+    const Odd oddities[] = {
+        {1, "x.test", {"a@x.test.", "a@x.test ", "\"a@b\"@x.test", "a b <a@x.test>", "x.test", "a@b@x.test"}},
+        {1, "", {"a@x.test"}},
+        {2, "x.test", {"x.test.", "a..x.test", "x.test ", "", "a.*.x.test"}},
+        {2, "x.test.", {"a.x.test"}},
+        {6,
+         "x.test",
+         {"http://x.test?q", "http://x.test#f", "http://x.test./", "http://x.test\\@a/", "http://%78.test/",
+          "http://u@x.test/", "http://x.test:80@evil.test/", "http://[::1]/", "http://10.1.2.3/", "http:x.test",
+          "http:///x.test", "//x.test/", "urn:x"}},
+        {6, "http://x.test", {"http://a.test/"}},
+        {7, {"\x0A\0\0\0\xFF\0\0\0", 8}, {mapped + "\x0A\x01\x02\x03"}},
+    };
+    for (const Odd& odd : oddities) {
+        for (const std::string& name : odd.names) {
+            SCOPED_TRACE(name);
+            const Change leaf = alternative(odd.kind, name);
+            EXPECT_EQ(errorOfPath(pathOf({nothing, leaf})), 0U);
+            const DWORD error = errorOfPath(pathOf({subtree(1, kind(odd.kind, odd.constraint)), leaf}));
+            EXPECT_NE(error & CERT_TRUST_HAS_NOT_SUPPORTED_NAME_CONSTRAINT, 0U);
+        }
     }
 }
 
