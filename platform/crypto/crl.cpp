@@ -115,7 +115,7 @@ private:
         }
         const std::optional<long long> issued = secondsOf(thisUpdate);
         demand(issued.has_value(), "its thisUpdate is malformed");
-        crl_.thisUpdate = issued.value_or(0);
+        crl_.thisUpdate = issued.value_or(kMalformedTime);
         return parseRest(fields, isSecondVersion);
     }
 

@@ -141,8 +141,13 @@ TEST_F(Crls, ThatBreakARuleOfTheirFormProveNothing) {
          scoped(tlv::sequence({kIndirect}),
                 {.entries = {{{0x07}, std::nullopt, {{kCertificateIssuer, tlv::sequence({uri("http://a/")})}}}}})},
     };
+    const Bytes earlier = crl({.lastUpdateSeconds = -7200});
+    const Bytes later = crl({.lastUpdateSeconds = -60});
     for (const auto& [name, spec] : rows) {
-        expectAll({{name, {crl(spec)}, kUnknown}, {name, {listing(spec)}, kUnknown}});
+        expectAll({{name, {crl(spec)}, kUnknown},
+                   {name, {listing(spec)}, kUnknown},
+                   {name, {earlier, crl(spec)}, kUnknown},
+                   {name, {later, crl(spec)}, kGood}});
     }
     expectAll({{"empty list", {crl({.emptyList = true})}, kUnknown},
                {"removed in a complete CRL", {listing({.reason = kRemove})}, kUnknown},
@@ -364,7 +369,7 @@ TEST_F(Crls, AreUpdatedByDeltaCrls) {
          {complete({5}), crl(delta(5, {9}, earlierLists)), crl(delta(5, {6}, {}))},
          kUnknown},
         {"of another scope", {complete({5}), crl(scoped(tlv::sequence({kIndirect}), delta(5, {6}, lists)))}, kGood},
-        {"not current", {complete({5}), crl(delta(5, {6}, expired))}, kGood},
+        {"not current", {complete({5}), crl(delta(5, {6}, expired))}, kUnknown},
         {"of another key", {complete({5}), makeCrl(pki.sameNameCa, delta(5, {6}, lists))}, kGood},
         {"wide numbers", {complete(wide), crl(delta(5, wider, lists))}, kRevoked},
         {"wide numbers, older", {complete(wider), crl(delta(5, wide, lists))}, kGood},
@@ -383,6 +388,7 @@ TEST_F(Crls, CountFromTheNewestDownwards) {
     const Bytes held = listing({.lastUpdateSeconds = -7200, .reason = kHold});
     expectAll({{"twelve older ones before it", weekly, kRevoked},
                {"twelve expired ones before it", expired, kGood},
+               {"newest one expired", {crl({.lastUpdateSeconds = -7200}), crl({.nextUpdateSeconds = -60})}, kUnknown},
                {"hold that the newest no longer has", {held, crl({})}, kGood},
                {"same time, higher number", {crl({.number = Bytes{1}}), listing({.number = Bytes{2}})}, kRevoked},
                {"newer, lower number",
