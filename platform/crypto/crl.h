@@ -35,7 +35,7 @@ struct Crl : std::enable_shared_from_this<Crl> {
     static std::shared_ptr<const Crl> parse(ByteView der);
 
     // The reason of the entry for a certificate, by its issuer's name and its serial number (as integerContent() gives
-    // it); nothing when it is not listed. Of several entries, one that is not removeFromCRL counts.
+    // it); nothing when it is not listed. Of several entries the most final counts: removeFromCRL least, then a hold.
     std::optional<int> reasonFor(const X509_NAME* certificateIssuer, ByteView serial) const;
     bool isDelta() const noexcept { return baseNumber.has_value(); }
     SignedBytes signedBytes() const;

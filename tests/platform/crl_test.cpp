@@ -347,6 +347,7 @@ TEST_F(Crls, AreUpdatedByDeltaCrls) {
     const CrlSpec removes = {.revokedSerials = {kSerial}, .reason = kRemove};
     const CrlSpec earlier = {.lastUpdateSeconds = -7200};
     const CrlSpec earlierLists = {.revokedSerials = {kSerial}, .lastUpdateSeconds = -7200};
+    const CrlSpec twice = {.entries = {{kSerial, kHold}, {kSerial, 1}}};
     CrlSpec expired = lists;
     expired.nextUpdateSeconds = -60;
     expectAll({
@@ -358,6 +359,7 @@ TEST_F(Crls, AreUpdatedByDeltaCrls) {
         {"hold lifted", {complete({5}, holds), crl(delta(5, {6}, removes))}, kGood},
         {"hold confirmed", {complete({5}, holds), crl(delta(5, {6}, compromised))}, kRevoked},
         {"removed without a hold", {complete({5}, compromised), crl(delta(5, {6}, removes))}, kRevoked},
+        {"hold lifted, and compromised", {complete({5}, twice), crl(delta(5, {6}, removes))}, kRevoked},
         {"removed, never listed", {complete({5}), crl(delta(5, {6}, removes))}, kGood},
         {"older than the complete one", {complete({7}), crl(delta(4, {6}, lists))}, kGood},
         {"newest of two", {complete({5}), crl(delta(5, {6}, holds)), crl(delta(5, {7}, removes))}, kGood},
