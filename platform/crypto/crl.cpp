@@ -45,6 +45,11 @@ std::optional<long long> secondsOf(const DerElement& time) {
     return days * 86400 + pair(6) * 3600 + pair(4) * 60 + pair(2);
 }
 
+// A hold can be taken back; an entry that takes one back says least.
+int finality(int reason) {
+    return reason == kReasonRemoveFromCrl ? 0 : reason == kReasonCertificateHold ? 1 : 2;
+}
+
 bool isBefore(ByteView left, ByteView right) {
     return left.size() != right.size() ? left.size() < right.size()
                                        : std::memcmp(left.data(), right.data(), left.size()) < 0;
@@ -115,7 +120,7 @@ private:
         }
         const std::optional<long long> issued = secondsOf(thisUpdate);
         demand(issued.has_value(), "its thisUpdate is malformed");
-        crl_.thisUpdate = issued.value_or(0);
+        crl_.thisUpdate = issued.value_or(kMalformedTime);
         return parseRest(fields, isSecondVersion);
     }
 
@@ -258,7 +263,7 @@ std::optional<int> Crl::reasonFor(const X509_NAME* certificateIssuer, ByteView s
                   : decodeWhole<d2i_GENERAL_NAMES, GENERAL_NAMES_free>(entryIssuers[entry->issuerPosition - 1]);
         const bool fits =
             isOwn ? X509_NAME_cmp(issuer.get(), certificateIssuer) == 0 : containsName(names.get(), certificateIssuer);
-        if (fits && (!reason || *reason == kReasonRemoveFromCrl)) {
+        if (fits && (!reason || finality(entry->reason) > finality(*reason))) {
             reason = entry->reason;
         }
     }

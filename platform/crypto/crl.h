@@ -1,11 +1,12 @@
 // A CRL: its bytes and what they say, read once (RFC 5280, section 5). Nothing here is trusted before the signature is
 // verified (crl_signer.h). A CRL that can be read but breaks a rule of the standard is kept with its defect: it proves
-// nothing, and does not harm the others.
+// nothing, but shows that there is a newer state than that of older ones.
 #pragma once
 
 #include <openssl/x509v3.h>
 
 #include <cstdint>
+#include <limits>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -34,7 +35,7 @@ struct Crl : std::enable_shared_from_this<Crl> {
     static std::shared_ptr<const Crl> parse(ByteView der);
 
     // The reason of the entry for a certificate, by its issuer's name and its serial number (as integerContent() gives
-    // it); nothing when it is not listed. Of several entries, one that is not removeFromCRL counts.
+    // it); nothing when it is not listed. Of several entries the most final counts: removeFromCRL least, then a hold.
     std::optional<int> reasonFor(const X509_NAME* certificateIssuer, ByteView serial) const;
     bool isDelta() const noexcept { return baseNumber.has_value(); }
     SignedBytes signedBytes() const;
@@ -48,7 +49,7 @@ struct Crl : std::enable_shared_from_this<Crl> {
     ByteView algorithmParameters;  // empty when absent
     X509NamePtr issuer;            // never null
     ByteView issuerDer;
-    long long thisUpdate = 0;                 // seconds since 1970
+    long long thisUpdate = 0;                 // seconds since 1970; kMalformedTime counts as newer than any other
     std::optional<long long> nextUpdate;      // likewise
     std::optional<ByteView> number;           // as integerContent() gives it
     std::optional<ByteView> baseNumber;       // of a delta CRL
@@ -78,6 +79,7 @@ bool isShort(const GENERAL_NAMES* names);
 // cannot be, when a list of full names is empty, or when it is not short. Call once per name.
 bool completePointName(DIST_POINT_NAME* name, const X509_NAME* base);
 
+constexpr long long kMalformedTime = std::numeric_limits<long long>::max();
 constexpr int kReasonRemoveFromCrl = 8;
 constexpr int kReasonCertificateHold = 6;
 

@@ -82,8 +82,11 @@ bool isScopeSound(const ISSUING_DIST_POINT& scope) {
 bool applyScope(ByteView value, Crl& crl) {
     crl.scopeDer = value;
     crl.scope = decodeWhole<d2i_ISSUING_DIST_POINT, ISSUING_DIST_POINT_free>(value);
-    return crl.scope != nullptr && isScopeSound(*crl.scope) &&
-           completePointName(crl.scope->distpoint, crl.issuer.get());
+    if (crl.scope != nullptr && isScopeSound(*crl.scope) && completePointName(crl.scope->distpoint, crl.issuer.get())) {
+        return true;
+    }
+    crl.scope.reset();  // it may be about any certificate
+    return false;
 }
 
 // False when the extension is not one of those known here.

@@ -6,9 +6,12 @@ namespace tallow::platform {
 
 namespace {
 
+bool isSameIssuer(const Crl& left, const Crl& right) {
+    return X509_NAME_cmp(left.issuer.get(), right.issuer.get()) == 0;
+}
+
 bool isSameScope(const Crl& left, const Crl& right) {
-    return std::ranges::equal(left.scopeDer, right.scopeDer) &&
-           X509_NAME_cmp(left.issuer.get(), right.issuer.get()) == 0;
+    return std::ranges::equal(left.scopeDer, right.scopeDer) && isSameIssuer(left, right);
 }
 
 }  // namespace
@@ -31,7 +34,9 @@ bool replaces(const Crl& newer, const Crl& older) {
 std::vector<CrlGroup> groupByScope(const CrlCandidates& candidates) {
     std::vector<const CrlCandidate*> sorted;
     for (const CrlCandidate& candidate : candidates) {
-        sorted.push_back(&candidate);
+        if (candidate.isUsable) {
+            sorted.push_back(&candidate);
+        }
     }
     std::stable_sort(sorted.begin(), sorted.end(), [](const CrlCandidate* left, const CrlCandidate* right) {
         return isNewer(*left->crl, *right->crl);
@@ -48,7 +53,14 @@ std::vector<CrlGroup> groupByScope(const CrlCandidates& candidates) {
             if (group != groups.end()) {
                 (isDelta ? group->deltas : group->completes).push_back(candidate);
             } else if (!isDelta) {
-                groups.push_back({{candidate}, {}});
+                groups.push_back({{candidate}, {}, {}});
+            }
+        }
+    }
+    for (const CrlCandidate& candidate : candidates) {
+        for (CrlGroup& group : groups) {
+            if (!candidate.isUsable && isSameIssuer(*group.completes.front()->crl, *candidate.crl)) {
+                group.unusable.push_back(&candidate);
             }
         }
     }

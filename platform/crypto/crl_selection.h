@@ -18,9 +18,10 @@ bool replaces(const Crl& newer, const Crl& older);
 struct CrlGroup {
     std::vector<const CrlCandidate*> completes;
     std::vector<const CrlCandidate*> deltas;
+    std::vector<const CrlCandidate*> unusable;  // of the same issuer, in any scope
 };
 
-// The groups with a complete CRL, that with the newest first. The candidates must outlive the result.
+// The groups with a usable complete CRL, that with the newest first. The candidates must outlive the result.
 std::vector<CrlGroup> groupByScope(const CrlCandidates& candidates);
 
 // Whether a delta CRL and a complete one of the same group together are a newer state. Not when one of them is not

@@ -57,10 +57,12 @@ bool CrlSource::add(CrlRef crl, const std::string& url, const CrlSubject& subjec
                                                                           : nullptr;
     if (objection != nullptr) {
         TALLOW_CRYPTO_TRACE("A CRL about the certificate is not used: %s\n", objection);
-        return false;
+        if (crl->thisUpdate != kMalformedTime && crl->thisUpdate > secondsSince1970(rules_.when)) {
+            return false;  // the check is about an earlier time
+        }
     }
-    candidates.push_back({std::move(crl), url, reasons});
-    return true;
+    candidates.push_back({std::move(crl), url, reasons, objection == nullptr});
+    return objection == nullptr;
 }
 
 void CrlSource::addLocal(const CrlSubject& subject, CrlCandidates& candidates) const {
@@ -69,10 +71,9 @@ void CrlSource::addLocal(const CrlSubject& subject, CrlCandidates& candidates) c
     }
 }
 
-void CrlSource::addCached(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) const {
-    if (const std::optional<Bytes> cached = UrlCache().find(url, rules_.cacheMaxAgeSeconds, rules_.resync)) {
-        add(Crl::parse(*cached), {}, subject, candidates);
-    }
+bool CrlSource::addCached(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) const {
+    const std::optional<Bytes> cached = UrlCache().find(url, rules_.cacheMaxAgeSeconds, rules_.resync);
+    return cached && add(Crl::parse(*cached), {}, subject, candidates);
 }
 
 bool CrlSource::addFetched(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) {

@@ -27,6 +27,7 @@ struct CrlCandidate {
     CrlRef crl;
     std::string url;         // where it was downloaded from just now; empty for one at hand
     ReasonMask reasons = 0;  // what it covers
+    bool isUsable = true;    // sound, current and signed with an accepted algorithm; else only a sign of a newer state
 };
 using CrlCandidates = std::deque<CrlCandidate>;  // one that grows leaves those in it where they are
 
@@ -36,11 +37,11 @@ public:
     CrlSource(const std::vector<CrlRef>& local, const CrlRules& rules, FetchAllowance& allowance)
         : local_(local), rules_(rules), allowance_(allowance) {}
 
-    // Each function adds the CRLs about `subject` that are sound, current and signed with an accepted algorithm. Their
-    // signatures are not verified here.
+    // Each function adds the CRLs about `subject` that were issued by the time of the check; true when a usable one was
+    // added. Their signatures are not verified here.
     void addLocal(const CrlSubject& subject, CrlCandidates& candidates) const;
-    void addCached(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) const;
-    // False when the network may not be used, or did not give one.
+    bool addCached(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) const;
+    // Also false when the network may not be used.
     bool addFetched(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates);
 
     // Keeps a CRL that was downloaded just now for later checks.

@@ -105,8 +105,9 @@ CrlCheck::Outcome CrlCheck::askForDeltas(const Question& question, CrlCandidates
     addresses.resize(std::min(addresses.size(), maxRequests));
     for (const std::string& url : addresses) {
         const std::size_t before = candidates.size();
-        source_.addCached(url, question.subject, candidates);
-        if (candidates.size() == before && !source_.addFetched(url, question.subject, candidates)) {
+        const bool isUsable = source_.addCached(url, question.subject, candidates) ||
+                              source_.addFetched(url, question.subject, candidates);
+        if (!isUsable && candidates.size() == before) {
             continue;
         }
         outcome = judge(question, candidates);
@@ -162,19 +163,27 @@ void CrlCheck::judgeGroup(const Question& question, const CrlGroup& group, Outco
     }
 }
 
-// Delta CRLs that do not fit matter only when they list the certificate and the complete one does not replace them.
-CrlCheck::Change CrlCheck::updateOf(const Question& question, const Crl& complete, const CrlGroup& group,
+// Delta CRLs that do not fit matter only when they list the certificate and what is used does not replace them. So do
+// CRLs that cannot be used; of these, a complete one also matters when it is newer: who knows what it lists.
+CrlCheck::Change CrlCheck::updateOf(const Question& question, const CrlCandidate& complete, const CrlGroup& group,
                                     const Certificate& signer) {
     Change change;
+    const Crl* state = complete.crl.get();
+    const auto lists = [&](const CrlCandidate& other) {
+        return isListedBy(other, question.subject) && !replaces(*state, *other.crl);
+    };
     for (const CrlCandidate* const delta : group.deltas) {
-        const bool fits = canUpdate(*delta->crl, complete);
-        const bool isFirst = fits && change.update == nullptr;
-        const Crl& base = change.update != nullptr ? *change.update->crl : complete;
-        const bool disputes = isListedBy(*delta, question.subject) && !replaces(base, *delta->crl);
-        if ((isFirst || disputes) && ledger_.verifies(*delta->crl, signer)) {
-            change.update = isFirst ? delta : change.update;
-            change.isDisputed |= !isFirst;
+        const bool isUpdate = change.update == nullptr && canUpdate(*delta->crl, *complete.crl);
+        if ((isUpdate || lists(*delta)) && ledger_.verifies(*delta->crl, signer)) {
+            change.update = isUpdate ? delta : change.update;
+            change.isDisputed |= !isUpdate;
+            state = isUpdate ? delta->crl.get() : state;
         }
+    }
+    for (const CrlCandidate* const other : group.unusable) {
+        const bool isNewer = !other->crl->isDelta() && other->crl->thisUpdate > state->thisUpdate;
+        change.isDisputed |= (other->reasons & complete.reasons) != 0 && (isNewer || lists(*other)) &&
+                             ledger_.verifies(*other->crl, signer);
     }
     return change;
 }
@@ -185,7 +194,7 @@ void CrlCheck::judgeComplete(const Question& question, const CrlCandidate& compl
     if (reason == kReasonRemoveFromCrl) {
         return;  // means something in a delta CRL only: this one contradicts itself
     }
-    const auto [update, isDisputed] = updateOf(question, *complete.crl, group, signer);
+    const auto [update, isDisputed] = updateOf(question, complete, group, signer);
     if (update != nullptr) {
         const int change = listing(*update, question.subject);
         if (change == kReasonRemoveFromCrl) {

@@ -48,14 +48,15 @@ private:
         std::vector<const Crl*> withoutDelta;  // complete CRLs that no delta CRL updated
     };
 
-    // What the delta CRLs say about a complete one.
+    // What delta CRLs, and CRLs that cannot be used, say about a complete one.
     struct Change {
         const CrlCandidate* update = nullptr;  // the newest that fits; null when there is none
-        bool isDisputed = false;               // another one lists the certificate
+        bool isDisputed = false;               // another one lists the certificate, or is a newer state
     };
 
     RevocationStatus lookUp(const Path& path, std::size_t index, const CrlSubject& subject);
-    Change updateOf(const Question& question, const Crl& complete, const CrlGroup& group, const Certificate& signer);
+    Change updateOf(const Question& question, const CrlCandidate& complete, const CrlGroup& group,
+                    const Certificate& signer);
     Outcome judge(const Question& question, const CrlCandidates& candidates);
     void judgeGroup(const Question& question, const CrlGroup& group, Outcome& outcome);
     void judgeComplete(const Question& question, const CrlCandidate& complete, const CrlGroup& group,

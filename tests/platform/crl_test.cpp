@@ -141,8 +141,13 @@ TEST_F(Crls, ProveNothingWhenMalformed) {
          scoped(tlv::sequence({kIndirect}),
                 {.entries = {{{0x07}, std::nullopt, {{kCertificateIssuer, tlv::sequence({uri("http://a/")})}}}}})},
     };
+    const Bytes earlier = crl({.lastUpdateSeconds = -7200});
+    const Bytes later = crl({.lastUpdateSeconds = -60});
     for (const auto& [name, spec] : rows) {
-        expectAll({{name, {crl(spec)}, kUnknown}, {name, {listing(spec)}, kUnknown}});
+        expectAll({{name, {crl(spec)}, kUnknown},
+                   {name, {listing(spec)}, kUnknown},
+                   {name, {earlier, crl(spec)}, kUnknown},
+                   {name, {later, crl(spec)}, kGood}});
     }
     expectAll({{"empty list", {crl({.emptyList = true})}, kUnknown},
                {"removed in a complete CRL", {listing({.reason = kRemove})}, kUnknown},
@@ -336,6 +341,7 @@ TEST_F(Crls, AreUpdatedByDeltaCrls) {
     const CrlSpec removes = {.revokedSerials = {kSerial}, .reason = kRemove};
     const CrlSpec earlier = {.lastUpdateSeconds = -7200};
     const CrlSpec earlierLists = {.revokedSerials = {kSerial}, .lastUpdateSeconds = -7200};
+    const CrlSpec twice = {.entries = {{kSerial, kHold}, {kSerial, 1}}};
     CrlSpec expired = lists;
     expired.nextUpdateSeconds = -60;
     expectAll({
@@ -347,6 +353,7 @@ TEST_F(Crls, AreUpdatedByDeltaCrls) {
         {"hold lifted", {complete({5}, holds), crl(delta(5, {6}, removes))}, kGood},
         {"hold confirmed", {complete({5}, holds), crl(delta(5, {6}, compromised))}, kRevoked},
         {"removed without a hold", {complete({5}, compromised), crl(delta(5, {6}, removes))}, kRevoked},
+        {"hold lifted, and compromised", {complete({5}, twice), crl(delta(5, {6}, removes))}, kRevoked},
         {"removed, never listed", {complete({5}), crl(delta(5, {6}, removes))}, kGood},
         {"older than the complete one", {complete({7}), crl(delta(4, {6}, lists))}, kGood},
         {"newest of two", {complete({5}), crl(delta(5, {6}, holds)), crl(delta(5, {7}, removes))}, kGood},
@@ -358,7 +365,7 @@ TEST_F(Crls, AreUpdatedByDeltaCrls) {
          {complete({5}), crl(delta(5, {9}, earlierLists)), crl(delta(5, {6}, {}))},
          kUnknown},
         {"of another scope", {complete({5}), crl(scoped(tlv::sequence({kIndirect}), delta(5, {6}, lists)))}, kGood},
-        {"not current", {complete({5}), crl(delta(5, {6}, expired))}, kGood},
+        {"not current", {complete({5}), crl(delta(5, {6}, expired))}, kUnknown},
         {"of another key", {complete({5}), makeCrl(pki.sameNameCa, delta(5, {6}, lists))}, kGood},
         {"wide numbers", {complete(wide), crl(delta(5, wider, lists))}, kRevoked},
         {"wide numbers, older", {complete(wider), crl(delta(5, wide, lists))}, kGood},
@@ -377,6 +384,7 @@ TEST_F(Crls, AreReplacedByTheNewest) {
     const Bytes held = listing({.lastUpdateSeconds = -7200, .reason = kHold});
     expectAll({{"twelve older ones before it", weekly, kRevoked},
                {"twelve expired ones before it", expired, kGood},
+               {"newest one expired", {crl({.lastUpdateSeconds = -7200}), crl({.nextUpdateSeconds = -60})}, kUnknown},
                {"hold that the newest no longer has", {held, crl({})}, kGood},
                {"same time, higher number", {crl({.number = Bytes{1}}), listing({.number = Bytes{2}})}, kRevoked},
                {"newer, lower number",
