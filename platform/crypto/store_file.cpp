@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cctype>
 
 #include "platform/crypto/der_reader.h"
 #include "platform/crypto/pem_blocks.h"
@@ -17,6 +16,13 @@ constexpr BYTE kSequence = 0x30;
 
 std::string_view textOf(ByteView bytes) {
     return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+std::string upperCase(std::string_view text) {
+    std::string upper(text);
+    std::transform(upper.begin(), upper.end(), upper.begin(),
+                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
+    return upper;
 }
 
 bool takeCertificate(ByteView der, StoreFileContent& content) {
@@ -70,28 +76,32 @@ bool mayBeBinaryCrl(ByteView content) {
     return toBeSigned.empty() || toBeSigned[0] != kVersion;
 }
 
-bool endsAsCrl(std::string_view name) {
-    size_t const dot = name.rfind('.');
-    if (dot == std::string_view::npos) {
-        return false;
-    }
-    std::string ending(name.substr(dot + 1));
-    std::transform(ending.begin(), ending.end(), ending.begin(), [](unsigned char c) { return std::tolower(c); });
-    // "a1b2c3d4.r0" is how a directory of hashed names holds CRLs.
-    return ending == "crl" ||
-           (ending.size() > 1 && ending[0] == 'r' && ending.find_first_not_of("0123456789", 1) == std::string::npos);
+// Whether there are octets that no text has, in whatever encoding without zeros: a structure in DER has them, and so
+// does what is compressed.
+bool hasBinary(ByteView content) {
+    return std::any_of(content.begin(), content.end(), [](BYTE octet) {
+        return octet < '\b' || (octet > '\r' && octet < 0x1A) || (octet > 0x1B && octet < ' ');
+    });
+}
+
+// Whether the text is a structure in hexadecimal digits.
+bool isHexForm(std::string_view text) {
+    return text.starts_with("30") && text.find_first_not_of("0123456789abcdefABCDEF: \t\r\n") == std::string_view::npos;
 }
 
 // Content that is neither DER nor PEM.
 bool mayHideCrl(ByteView content, std::string_view name) {
-    if (content.empty() || content[0] == 0 || endsAsCrl(name)) {
-        return true;  // an empty file, or one of zeros, is what a failed download or a crash leaves
+    if (content.empty() || endsAsCrl(name)) {
+        return true;  // an empty file is what a failed download or a crash leaves
     }
     if (isBinaryForm(content)) {
         return mayBeBinaryCrl(content);
     }
-    std::string_view const text = textOf(content);
-    return text.starts_with("MI") || text.find("-----") != std::string_view::npos;  // bare base64 of DER; a cut line
+    std::string_view text = textOf(content);
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n\xEF\xBB\xBF"), text.size()));
+    // Bare base64 of DER; a cut line.
+    return text.starts_with("MI") || text.find("-----") != std::string_view::npos || isHexForm(text) ||
+           hasBinary(content);
 }
 
 bool takeCrl(ByteView der, StoreFileContent& content) {
@@ -121,23 +131,34 @@ void addProblem(StoreFileContent& content, std::string_view label, const char* w
 }
 
 void takeBlock(const PemBlock& block, StoreFileContent& content) {
-    std::string_view const label = block.label;
+    std::string const label = upperCase(block.label);
     bool const isCertificate = label == "CERTIFICATE" || label == "X509 CERTIFICATE";
     bool const isCrl = label == "X509 CRL" || label == "CRL";
     bool const mayBeCrl = mayHoldCrl(label) || (!block.isComplete && std::string_view("X509 CRL").starts_with(label));
     Bytes der;
     if (!block.isComplete) {
-        addProblem(content, label, "which has no end: the file was cut", mayBeCrl);
+        addProblem(content, block.label, "which has no end: the file was cut", mayBeCrl);
     } else if (!isCertificate && !isCrl) {
-        addProblem(content, label, "which is neither a certificate nor a CRL", mayBeCrl, true);
+        addProblem(content, block.label, "which is neither a certificate nor a CRL", mayBeCrl, true);
     } else if (!decodeBlock(block, der)) {
-        addProblem(content, label, "which is no base64", mayBeCrl);
+        addProblem(content, block.label, "which is no base64", mayBeCrl);
     } else if (!(isCertificate && takeCertificate(der, content)) && !takeCrl(der, content)) {
-        addProblem(content, label, "which does not parse", isCrl || mayBeBinaryCrl(der));
+        addProblem(content, block.label, "which does not parse", isCrl || mayBeBinaryCrl(der));
     }
 }
 
 }  // namespace
+
+bool endsAsCrl(std::string_view name) {
+    size_t const dot = name.rfind('.');
+    if (dot == std::string_view::npos) {
+        return false;
+    }
+    std::string const ending = upperCase(name.substr(dot + 1));
+    // "a1b2c3d4.r0" is how a directory of hashed names holds CRLs.
+    return ending == "CRL" ||
+           (ending.size() > 1 && ending[0] == 'R' && ending.find_first_not_of("0123456789", 1) == std::string::npos);
+}
 
 bool StoreFileContent::mayLackCrl() const noexcept {
     return std::any_of(problems.begin(), problems.end(), [](const StoreProblem& problem) { return problem.mayBeCrl; });
@@ -156,6 +177,8 @@ StoreFileContent parseStoreFile(ByteView bytes, std::string_view name) {
         bool const mayBeCrl = mayHideCrl(bytes, name);
         const char* const reason = bytes.empty() ? "is empty" : "holds no certificate and no CRL in PEM or DER";
         content.problems.push_back({{}, reason, mayBeCrl, !mayBeCrl});
+    } else if (hasBinary(bytes)) {
+        content.problems.push_back({{}, "holds more than text beside its PEM blocks", true});
     }
     return content;
 }

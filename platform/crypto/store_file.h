@@ -4,7 +4,7 @@
 //   - DER comes first: a file that is one certificate or one CRL in DER is that and nothing else, whatever text its
 //     values hold.
 //   - Else the PEM blocks: CERTIFICATE and X509 CERTIFICATE hold a certificate (or, by mistake, a CRL, which then
-//     counts), X509 CRL and CRL a CRL.
+//     counts), X509 CRL and CRL a CRL. Capitals and small letters are the same in a label.
 //   - Everything else is a problem: named, and said whether a CRL may be lost with it.
 #pragma once
 
@@ -34,6 +34,9 @@ struct StoreFileContent {
 
     bool mayLackCrl() const noexcept;
 };
+
+// Whether a file of this name should hold a CRL.
+bool endsAsCrl(std::string_view name);
 
 // `name` is the file's, whose ending may say that it should hold a CRL. Throws std::bad_alloc.
 StoreFileContent parseStoreFile(ByteView content, std::string_view name);

@@ -144,7 +144,7 @@ bool lookAt(const std::string& path, StoreKind kind, struct stat& status, Readin
     }
     if (!S_ISREG(status.st_mode)) {
         if (!S_ISDIR(status.st_mode)) {
-            tell(found, path, "is no regular file", false);
+            tell(found, path, "is no regular file", endsAsCrl(path));
         }
         return false;
     }

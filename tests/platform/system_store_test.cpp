@@ -98,8 +98,17 @@ TEST_F(SystemStore, ReadsEveryFormOfAFileInOneWay) {
         }
         return lines;
     };
-    Bytes both = ca;
-    both.insert(both.end(), crl.begin(), crl.end());
+    auto const joined = [](Bytes front, const Bytes& back) {
+        front.insert(front.end(), back.begin(), back.end());
+        return front;
+    };
+    auto const wide = [](const std::string& narrow) {
+        Bytes octets{0xFF, 0xFE};
+        for (char const c : narrow) {
+            octets.insert(octets.end(), {static_cast<BYTE>(c), 0});
+        }
+        return octets;
+    };
     struct Row {
         const char* what;
         std::string expected;
@@ -120,7 +129,15 @@ TEST_F(SystemStore, ReadsEveryFormOfAFileInOneWay) {
              Row{"a CRL cut off behind a certificate", "1001 crl?", text(pem + crlPem.substr(0, 90))},
              Row{"a label cut off", "1001 crl?", text(pem + "-----BEGIN X5")},
              Row{"a CRL in DER, cut", "0001 crl?", cut(crl)},
-             Row{"DER behind DER", "0001 crl?", both},
+             Row{"DER behind DER", "0001 crl?", joined(ca, crl)},
+             Row{"DER behind PEM", "1001 crl?", joined(text(pem), crl)},
+             Row{"DER behind an empty line", "0001 crl?", joined(text("\r\n"), crl)},
+             Row{"UTF-16", "0001 crl?", wide(crlPem)},
+             Row{"what gzip makes", "0001 crl?", {0x1F, 0x8B, 0x08, 0x41}},
+             Row{"hexadecimal digits", "0001 crl?", text("\n30:82:01\n0A\n")},
+             Row{"base64 behind an empty line", "0001 crl?", text("\nMIIB")},
+             Row{"labels in small letters", "1100", text(toPem(ca, "certificate") + toPem(crl, "x509 crl"))},
+             Row{"a comment in Latin-1", "1000", text("Z\xFCrich\x1A\n" + pem)},
              Row{"a PKCS #7", "0010 crl?", text(toPem(crl, "PKCS7"))},
              Row{"a key", "0010", text(pki_.ca.key.pem())},
              Row{"text", "0010", text("hello")},
@@ -241,6 +258,9 @@ TEST_F(SystemStore, NeitherWaitsForNorFollowsWhatIsNoFile) {
     fs::path const folder = folder_.path() / "user" / "CA";
     ASSERT_EQ(::mkfifo((folder / "b.pem").c_str(), 0600), 0);
     ASSERT_EQ(::mkfifo((folder / "a.toml").c_str(), 0600), 0);
+    EXPECT_FALSE(mayLackCrl());
+    ASSERT_EQ(::mkfifo((folder / "b.crl").c_str(), 0600), 0);
+    EXPECT_TRUE(mayLackCrl());
     fs::create_symlink("/dev/zero", folder / "c.pem");
     fs::create_symlink(folder / "nothing", folder / "d.pem");
     fs::create_symlink(folder / "e.pem", folder / "e.pem");
