@@ -13,8 +13,8 @@ namespace tallow::platform {
 namespace {
 
 constexpr int kMaxPaths = 8;  // judged in one call
-// Certificates of the paths judged before another one is. In use they have some kilobytes a path; dozens of times as
-// much is meant to make the rules for names and policies dear.
+// Octets of the paths judged in one call; reaching it ends the search for a better path. A path has some kilobytes in
+// practice, and names and policies of dozens of times that size are expensive to judge.
 constexpr std::size_t kMaxJudgedOctets = 256 * 1024;
 
 // What the caller holds: the chain context and all that it points to, in one block.
@@ -156,7 +156,7 @@ JudgedPath bestPath(PathSearch& search, Judge judge) {
         if (!path) {
             break;
         }
-        // Anybody can make paths to a root of their own that are dear to judge, and none of them proves anything.
+        // Anybody can make paths to their own root that are expensive to judge, and none of them proves anything.
         if (tried > 0 && !path->anchored) {
             continue;
         }

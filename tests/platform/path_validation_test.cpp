@@ -521,7 +521,7 @@ TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
               CERT_TRUST_IS_REVOKED);
 }
 
-TEST_F(PathValidation, JudgesFewPathsThatAreDearOrProveNothing) {
+TEST_F(PathValidation, LimitsTheWorkOfJudgingPaths) {
     const auto reissued = [&](const Identity& issuer, const Change& change) {
         return caUnder(issuer, [&](CertificateSpec& spec) {
             spec.commonName = "ca";
