@@ -40,8 +40,8 @@ void ASN1TObjId_traits::copy(ASN1CTXT* /*ctxt*/, const ASN1OBJID& from, ASN1OBJI
 }
 
 int ASN1TObjId_traits::ASN1_C::EncodeTo(ASN1BEREncodeBuffer& buffer) {
-    buffer.init();
-    return xe_objid(buffer.getCtxtPtr(), &record_, TAG_EXPLICIT);
+    const int status = buffer.init();
+    return status != 0 ? status : xe_objid(buffer.getCtxtPtr(), &record_, TAG_EXPLICIT);
 }
 
 int ASN1TObjId_traits::ASN1_C::DecodeFrom(ASN1BERDecodeBuffer& buffer) {
@@ -143,8 +143,8 @@ void ASN1GeneralizedTime_traits::copy(ASN1CTXT* ctxt, const char* from, const ch
 }
 
 int ASN1GeneralizedTime_traits::encode(ASN1BEREncodeBuffer& buffer, const char* record) {
-    buffer.init();
-    return xe_charstr(buffer.getCtxtPtr(), record, TAG_EXPLICIT, kTagGeneralizedTime);
+    const int status = buffer.init();
+    return status != 0 ? status : xe_charstr(buffer.getCtxtPtr(), record, TAG_EXPLICIT, kTagGeneralizedTime);
 }
 
 int ASN1GeneralizedTime_traits::decode(ASN1BERDecodeBuffer& buffer, const char*& record) {
