@@ -40,8 +40,8 @@ public:
 bool isOpenSslReady() noexcept;
 
 // Runs the body of an exported function; an exception becomes a last error and the value `failure`. A failure for which
-// the body sets no last error gets one: without, its caller might take it for success. Where OpenSSL could not set itself
-// up, for want of memory, the body does not run.
+// the body sets no last error gets one: without, its caller might take it for success. Where OpenSSL could not set
+// itself up, for want of memory, the body does not run.
 template <typename Result, typename Body>
 Result serviceCall(Result failure, Body body) noexcept {
     ForkGate const gate;
