@@ -28,7 +28,7 @@ struct Fault {
 constexpr DWORD kNameConstraints = CERT_TRUST_INVALID_NAME_CONSTRAINTS | CERT_TRUST_HAS_NOT_SUPPORTED_NAME_CONSTRAINT |
                                    CERT_TRUST_HAS_NOT_PERMITTED_NAME_CONSTRAINT |
                                    CERT_TRUST_HAS_EXCLUDED_NAME_CONSTRAINT;
-// The first that fits is told.
+// Only the first matching row is reported.
 constexpr Fault kFaults[] = {
     {CERT_TRUST_IS_NOT_SIGNATURE_VALID, status::kCertSignature,
      "has a signature that does not verify with the key of its issuer; do not rely on it"},
@@ -91,7 +91,7 @@ std::optional<Rejection> rejectElements(CERT_SIMPLE_CHAIN const& chain) {
             return rejection;
         }
     }
-    // What is wrong with the chain as a whole is told of its last certificate.
+    // Faults of the whole chain are reported on its last certificate.
     return rejectErrors(chain.rgpElement[chain.cElement - 1]->pCertContext, chain.TrustStatus.dwErrorStatus);
 }
 

@@ -280,7 +280,7 @@ void takeWarning(const CRYPTO_STORE_ITEM* item, void* context) {
     if (item->dwKind == CRYPTO_STORE_ITEM_BROKEN) {
         auto& lines = *static_cast<std::string*>(context);
         const std::string line = "tallow: " + safeLine(std::string(item->szPath) + ": " + item->szProblem) + '\n';
-        // What is wrong with the folder of all stores is told for each of them.
+        // A fault of the directory of all stores is reported for each of them.
         lines += lines.find(line) == std::string::npos ? line : "";
     }
 }

@@ -14,7 +14,7 @@ constexpr DWORD kUserStoreFlags =
     CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG | CERT_STORE_OPEN_EXISTING_FLAG;
 
 // Certificates that fit the responder id, of all stores together: for each the signature is checked. A responder has
-// one or two, or some dozens where it changes keys often and somebody keeps them all; a hostile response, a thousand.
+// one or two, or some dozens where it changes keys often and keeps them all; a hostile response, a thousand.
 constexpr int kMaxSignersTried = 64;
 
 }  // namespace
