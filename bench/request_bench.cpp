@@ -1,8 +1,8 @@
 // Asking: identifiers, and requests with a fresh nonce.
 #include <vector>
 
-#include "asn1/big_integer.h"
-#include "asn1/octet_string.h"
+#include "asn1/algorithms/big_integer.h"
+#include "asn1/codec/octet_string.h"
 #include "bench/comparison.h"
 #include "bench/material.h"
 #include "bench/openssl_side.h"

@@ -4,7 +4,7 @@
 #include <cstdint>
 #include <string>
 
-#include "asn1/crl_reason.h"
+#include "asn1/extensions/crl_reason.h"
 #include "foundation/date_time.h"
 #include "platform/crypto/crypto_service.h"
 

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <optional>
 
-#include "asn1/attribute_register.h"
+#include "asn1/names/attribute_register.h"
 #include "cli/safe_text.h"
 #include "foundation/blob.h"
 

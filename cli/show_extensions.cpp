@@ -2,7 +2,7 @@
 
 #include <string_view>
 
-#include "asn1/typed_extensions.h"
+#include "asn1/extensions/typed_extensions.h"
 #include "cli/certificate_text.h"
 #include "cli/name_text.h"
 #include "cli/safe_text.h"

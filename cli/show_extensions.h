@@ -1,7 +1,7 @@
 // Extensions as shown fields: those that OCSP knows by name and with their values, others in hexadecimal.
 #pragma once
 
-#include "asn1/extensions.h"
+#include "asn1/extensions/extensions.h"
 #include "cli/shown.h"
 
 namespace tallow::cli {

@@ -3,7 +3,7 @@
 
 #include <string>
 
-#include "asn1/algorithm_identifier.h"
+#include "asn1/algorithms/algorithm_identifier.h"
 #include "cli/der_view.h"
 #include "cli/shown.h"
 #include "foundation/blob.h"

@@ -2,12 +2,12 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "asn1/attribute.h"
-#include "asn1/certificate_values.h"
-#include "asn1/content_info.h"
-#include "asn1/signer_info.h"
-#include "asn1/signing_certificate.h"
-#include "asn1/typed_attributes.h"
+#include "asn1/attributes/attribute.h"
+#include "asn1/attributes/certificate_values.h"
+#include "asn1/attributes/content_info.h"
+#include "asn1/attributes/signer_info.h"
+#include "asn1/attributes/signing_certificate.h"
+#include "asn1/attributes/typed_attributes.h"
 #include "fuzz/round_trip.h"
 
 using namespace Orvane::ASN1;

@@ -3,10 +3,10 @@
 #include <cstdlib>
 #include <cstring>
 
-#include "asn1/access_description.h"
-#include "asn1/distribution_point.h"
-#include "asn1/extensions.h"
-#include "asn1/typed_extensions.h"
+#include "asn1/extensions/access_description.h"
+#include "asn1/extensions/distribution_point.h"
+#include "asn1/extensions/extensions.h"
+#include "asn1/extensions/typed_extensions.h"
 #include "handles/exception.h"
 
 namespace {

@@ -2,14 +2,14 @@
 // decodes to the same.
 #include <cstdint>
 
-#include "asn1/algorithm_identifier.h"
-#include "asn1/big_integer.h"
-#include "asn1/char_string.h"
-#include "asn1/general_name.h"
-#include "asn1/issuer_serial.h"
-#include "asn1/name.h"
-#include "asn1/octet_string.h"
-#include "asn1/time_choice.h"
+#include "asn1/algorithms/algorithm_identifier.h"
+#include "asn1/algorithms/big_integer.h"
+#include "asn1/codec/octet_string.h"
+#include "asn1/names/general_name.h"
+#include "asn1/names/issuer_serial.h"
+#include "asn1/names/name.h"
+#include "asn1/text/char_string.h"
+#include "asn1/text/time_choice.h"
 #include "fuzz/round_trip.h"
 
 using namespace Orvane::ASN1;

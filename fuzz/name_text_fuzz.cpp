@@ -4,7 +4,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "asn1/name.h"
+#include "asn1/names/name.h"
 #include "handles/exception.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {

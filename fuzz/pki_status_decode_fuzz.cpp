@@ -1,9 +1,9 @@
 // Statuses of PKI messages with their texts, information items and revocation announcements.
 #include <cstdint>
 
-#include "asn1/info_type_and_value.h"
-#include "asn1/pki_status.h"
-#include "asn1/rev_ann_content.h"
+#include "asn1/status/info_type_and_value.h"
+#include "asn1/status/pki_status.h"
+#include "asn1/status/rev_ann_content.h"
 #include "fuzz/round_trip.h"
 
 using namespace Orvane::ASN1;

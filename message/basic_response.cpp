@@ -2,8 +2,8 @@
 
 #include <utility>
 
-#include "asn1/element.h"
-#include "asn1/time_text.h"
+#include "asn1/codec/element.h"
+#include "asn1/text/time_text.h"
 #include "message/cert_id_traits.h"
 #include "message/certificate_key.h"
 #include "message/extension_lists.h"

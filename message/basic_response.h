@@ -10,8 +10,8 @@
 #include <cstdint>
 #include <memory>
 
-#include "asn1/algorithm_identifier.h"
-#include "asn1/extensions.h"
+#include "asn1/algorithms/algorithm_identifier.h"
+#include "asn1/extensions/extensions.h"
 #include "export.h"
 #include "foundation/blob.h"
 #include "foundation/date_time.h"

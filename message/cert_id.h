@@ -11,8 +11,8 @@
 
 #include <optional>
 
-#include "asn1/algorithm_identifier.h"
-#include "asn1/big_integer.h"
+#include "asn1/algorithms/algorithm_identifier.h"
+#include "asn1/algorithms/big_integer.h"
 #include "export.h"
 #include "foundation/blob.h"
 

@@ -1,10 +1,10 @@
 // CertID and ReqCert to and from their schema records.
 #pragma once
 
-#include "asn1/algorithm_identifier_traits.h"
-#include "asn1/big_integer_traits.h"
-#include "asn1/codec.h"
-#include "asn1/primitive_traits.h"
+#include "asn1/algorithms/algorithm_identifier_traits.h"
+#include "asn1/algorithms/big_integer_traits.h"
+#include "asn1/codec/codec.h"
+#include "asn1/text/primitive_traits.h"
 #include "message/cert_id.h"
 #include "schema/generated/ocsp.h"
 

@@ -6,7 +6,7 @@
 
 #include <optional>
 
-#include "asn1/crl_reason.h"
+#include "asn1/extensions/crl_reason.h"
 #include "export.h"
 #include "foundation/date_time.h"
 

@@ -3,8 +3,8 @@
 
 #include <optional>
 
-#include "asn1/extensions.h"
-#include "asn1/extensions_traits.h"
+#include "asn1/extensions/extensions.h"
+#include "asn1/extensions/extensions_traits.h"
 #include "schema/generated/ocsp.h"
 
 namespace Orvane::PKI::OCSP {

@@ -3,12 +3,12 @@
 #include <string>
 #include <string_view>
 
-#include "asn1/access_description_traits.h"
-#include "asn1/codec.h"
-#include "asn1/distribution_point_traits.h"
-#include "asn1/name_traits.h"
-#include "asn1/primitive_traits.h"
-#include "asn1/time_text.h"
+#include "asn1/codec/codec.h"
+#include "asn1/extensions/access_description_traits.h"
+#include "asn1/extensions/distribution_point_traits.h"
+#include "asn1/names/name_traits.h"
+#include "asn1/text/primitive_traits.h"
+#include "asn1/text/time_text.h"
 #include "schema/generated/ocsp.h"
 
 namespace Orvane::PKI::OCSP {

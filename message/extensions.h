@@ -7,9 +7,9 @@
 
 #include <optional>
 
-#include "asn1/access_description.h"
-#include "asn1/distribution_point.h"
-#include "asn1/extensions.h"
+#include "asn1/extensions/access_description.h"
+#include "asn1/extensions/distribution_point.h"
+#include "asn1/extensions/extensions.h"
 #include "export.h"
 #include "foundation/blob.h"
 #include "foundation/date_time.h"

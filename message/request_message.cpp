@@ -4,9 +4,9 @@
 #include <string>
 #include <utility>
 
-#include "asn1/element.h"
-#include "asn1/general_name.h"
-#include "asn1/general_name_traits.h"
+#include "asn1/codec/element.h"
+#include "asn1/names/general_name.h"
+#include "asn1/names/general_name_traits.h"
 #include "handles/exception.h"
 #include "handles/last_error.h"
 #include "message/cert_id_traits.h"

@@ -7,8 +7,8 @@
 
 #include <memory>
 
-#include "asn1/algorithm_identifier.h"
-#include "asn1/extensions.h"
+#include "asn1/algorithms/algorithm_identifier.h"
+#include "asn1/extensions/extensions.h"
 #include "export.h"
 #include "foundation/blob.h"
 #include "message/single_request.h"

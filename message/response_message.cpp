@@ -2,9 +2,9 @@
 
 #include <utility>
 
-#include "asn1/codec.h"
-#include "asn1/element.h"
-#include "asn1/primitive_traits.h"
+#include "asn1/codec/codec.h"
+#include "asn1/codec/element.h"
+#include "asn1/text/primitive_traits.h"
 #include "schema/generated/ocsp.h"
 
 namespace Orvane::PKI::OCSP {

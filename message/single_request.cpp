@@ -2,7 +2,7 @@
 
 #include <utility>
 
-#include "asn1/codec.h"
+#include "asn1/codec/codec.h"
 
 namespace Orvane::PKI::OCSP {
 

@@ -6,7 +6,7 @@
 #include <list>
 #include <optional>
 
-#include "asn1/extensions.h"
+#include "asn1/extensions/extensions.h"
 #include "export.h"
 #include "message/cert_id.h"
 

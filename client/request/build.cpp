@@ -1,6 +1,6 @@
 // Turns the state of a request into the DER message.
-#include "asn1/big_integer.h"
-#include "asn1/octet_string.h"
+#include "asn1/algorithms/big_integer.h"
+#include "asn1/codec/octet_string.h"
 #include "client/request/request_impl.h"
 #include "foundation/trace.h"
 #include "handles/exception.h"

@@ -1,5 +1,5 @@
 // The checks of whoever receives requests: signature, critical extensions, the requestor and his certificate.
-#include "asn1/rethrow_as_status.h"
+#include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
 #include "client/response/chain_building.h"
 #include "client/response/critical_extensions.h"

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "asn1/rethrow_as_status.h"
+#include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
 #include "client/response/issuer_by_chain.h"
 #include "client/transport/ocsp_access.h"

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-#include "asn1/rethrow_as_status.h"
+#include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
 #include "client/response/export_bytes.h"
 #include "foundation/trace.h"

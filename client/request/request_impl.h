@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-#include "asn1/access_description.h"
+#include "asn1/extensions/access_description.h"
 #include "client/flat/verifying_response_handler.h"
 #include "client/policy/policy_binding.h"
 #include "client/policy/request_policy.h"

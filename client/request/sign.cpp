@@ -1,7 +1,7 @@
 // Signs a request while it is built.
 #include <cstring>
 
-#include "asn1/rethrow_as_status.h"
+#include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
 #include "client/request/signature_algorithm.h"
 #include "client/response/chain_building.h"

@@ -1,7 +1,7 @@
 // The two thumbprint policies about responders: who is authorised, and who needs no revocation check.
 #include <string>
 
-#include "asn1/rethrow_as_status.h"
+#include "asn1/codec/rethrow_as_status.h"
 #include "client/policy/policy_values.h"
 #include "client/response/response_impl.h"
 #include "foundation/blob.h"

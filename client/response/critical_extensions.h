@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-#include "asn1/extensions.h"
+#include "asn1/extensions/extensions.h"
 
 namespace Orvane::PKI::OCSP::Client {
 

@@ -2,7 +2,7 @@
 #include <cstring>
 #include <utility>
 
-#include "asn1/rethrow_as_status.h"
+#include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
 #include "client/response/chain_building.h"
 #include "client/response/response_impl.h"

@@ -1,5 +1,5 @@
 // The search for the certificate that signed a response.
-#include "asn1/rethrow_as_status.h"
+#include "asn1/codec/rethrow_as_status.h"
 #include "client/response/response_impl.h"
 #include "handles/crypto_handles.h"
 #include "handles/exception.h"

@@ -4,7 +4,7 @@
 #include <optional>
 #include <string>
 
-#include "asn1/rethrow_as_status.h"
+#include "asn1/codec/rethrow_as_status.h"
 #include "client/response/export_bytes.h"
 #include "client/response/issuer_by_chain.h"
 #include "client/response/response_impl.h"

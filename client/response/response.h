@@ -12,7 +12,7 @@
 #include <cstdint>
 #include <memory>
 
-#include "asn1/extensions.h"
+#include "asn1/extensions/extensions.h"
 #include "export.h"
 #include "foundation/blob.h"
 #include "foundation/date_time.h"

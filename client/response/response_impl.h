@@ -10,7 +10,7 @@
 #include <optional>
 #include <vector>
 
-#include "asn1/algorithm_identifier.h"
+#include "asn1/algorithms/algorithm_identifier.h"
 #include "client/policy/policy_binding.h"
 #include "client/policy/response_policy.h"
 #include "client/response/entry_index.h"

@@ -1,5 +1,5 @@
 // The judgement on a response as a whole and on one single response.
-#include "asn1/rethrow_as_status.h"
+#include "asn1/codec/rethrow_as_status.h"
 #include "client/response/critical_extensions.h"
 #include "client/response/response_impl.h"
 #include "handles/exception.h"

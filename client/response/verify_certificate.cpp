@@ -4,7 +4,7 @@
 #include <optional>
 #include <vector>
 
-#include "asn1/rethrow_as_status.h"
+#include "asn1/codec/rethrow_as_status.h"
 #include "client/response/chain_building.h"
 #include "client/response/response_impl.h"
 #include "foundation/trace.h"

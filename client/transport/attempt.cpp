@@ -4,7 +4,7 @@
 // 1 address policy, 2 exchange, 3 HTTP status, 4 decoding, 5 response status, 6 producedAt, 7 thisUpdate and beyond.
 #include <utility>
 
-#include "asn1/text_conversions.h"
+#include "asn1/text/text_conversions.h"
 #include "client/policy/address_masks.h"
 #include "client/policy/address_text.h"
 #include "client/policy/response_policy.h"

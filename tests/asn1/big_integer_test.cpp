@@ -1,4 +1,4 @@
-#include "asn1/big_integer.h"
+#include "asn1/algorithms/big_integer.h"
 
 #include <gmock/gmock.h>
 

@@ -1,8 +1,8 @@
-#include "asn1/char_string.h"
+#include "asn1/text/char_string.h"
 
 #include <gmock/gmock.h>
 
-#include "asn1/octet_string.h"
+#include "asn1/codec/octet_string.h"
 #include "asn1rt/memory_heap.h"
 #include "handles/status.h"
 #include "tests/asn1/blobs.h"

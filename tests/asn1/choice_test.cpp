@@ -1,12 +1,12 @@
-#include "asn1/choice.h"
+#include "asn1/codec/choice.h"
 
 #include <gmock/gmock.h>
 
 #include <string>
 
-#include "asn1/choice_holder.h"
-#include "asn1/other_hash.h"
-#include "asn1/time_choice.h"
+#include "asn1/attributes/other_hash.h"
+#include "asn1/codec/choice_holder.h"
+#include "asn1/text/time_choice.h"
 #include "handles/status.h"
 #include "tests/asn1/blobs.h"
 #include "tests/support/status_matcher.h"

@@ -1,8 +1,8 @@
-#include "asn1/extensions.h"
+#include "asn1/extensions/extensions.h"
 
 #include <gmock/gmock.h>
 
-#include "asn1/typed_extensions.h"
+#include "asn1/extensions/typed_extensions.h"
 #include "handles/status.h"
 #include "tests/asn1/blobs.h"
 #include "tests/support/status_matcher.h"

@@ -1,8 +1,8 @@
-#include "asn1/general_name.h"
+#include "asn1/names/general_name.h"
 
 #include <gmock/gmock.h>
 
-#include "asn1/name.h"
+#include "asn1/names/name.h"
 #include "handles/status.h"
 #include "tests/asn1/blobs.h"
 #include "tests/support/status_matcher.h"

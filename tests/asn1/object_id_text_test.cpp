@@ -1,4 +1,4 @@
-#include "asn1/object_id_text.h"
+#include "asn1/text/object_id_text.h"
 
 #include <gmock/gmock.h>
 

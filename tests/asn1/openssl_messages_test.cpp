@@ -3,14 +3,14 @@
 
 #include <stdexcept>
 
-#include "asn1/attribute.h"
-#include "asn1/certificate_values.h"
-#include "asn1/content_info.h"
-#include "asn1/element.h"
-#include "asn1/pki_status.h"
-#include "asn1/signer_info.h"
-#include "asn1/signing_certificate.h"
-#include "asn1/typed_attributes.h"
+#include "asn1/attributes/attribute.h"
+#include "asn1/attributes/certificate_values.h"
+#include "asn1/attributes/content_info.h"
+#include "asn1/attributes/signer_info.h"
+#include "asn1/attributes/signing_certificate.h"
+#include "asn1/attributes/typed_attributes.h"
+#include "asn1/codec/element.h"
+#include "asn1/status/pki_status.h"
 #include "tests/asn1/blobs.h"
 #include "tests/support/pki.h"
 #include "tests/support/process.h"

@@ -1,8 +1,8 @@
 #include <gmock/gmock.h>
 
-#include "asn1/info_type_and_value.h"
-#include "asn1/pki_status.h"
-#include "asn1/rev_ann_content.h"
+#include "asn1/status/info_type_and_value.h"
+#include "asn1/status/pki_status.h"
+#include "asn1/status/rev_ann_content.h"
 #include "handles/status.h"
 #include "tests/asn1/blobs.h"
 #include "tests/support/status_matcher.h"

@@ -1,6 +1,6 @@
 #include <gmock/gmock.h>
 
-#include "asn1/big_integer.h"
+#include "asn1/algorithms/big_integer.h"
 #include "handles/status.h"
 #include "tests/asn1/blobs.h"
 #include "tests/scripted_service/scripted_service.h"

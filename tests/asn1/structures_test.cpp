@@ -1,11 +1,11 @@
 #include <gmock/gmock.h>
 
-#include "asn1/access_description.h"
-#include "asn1/algorithm_identifier.h"
-#include "asn1/big_integer.h"
-#include "asn1/distribution_point.h"
-#include "asn1/issuer_serial.h"
-#include "asn1/name.h"
+#include "asn1/algorithms/algorithm_identifier.h"
+#include "asn1/algorithms/big_integer.h"
+#include "asn1/extensions/access_description.h"
+#include "asn1/extensions/distribution_point.h"
+#include "asn1/names/issuer_serial.h"
+#include "asn1/names/name.h"
 #include "handles/status.h"
 #include "tests/asn1/blobs.h"
 #include "tests/support/status_matcher.h"

@@ -1,7 +1,7 @@
 // The request object: what is asked, the life of its state, and the message that is built of it.
 #include <functional>
 
-#include "asn1/general_name.h"
+#include "asn1/names/general_name.h"
 #include "message/request_message.h"
 #include "tests/client/support/client_test.h"
 #include "tests/support/tlv.h"

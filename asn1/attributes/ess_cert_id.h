@@ -1,0 +1,98 @@
+// Certificates referred to by their hash in signed attributes (RFC 5035, sections 4 and 5):
+//
+//   ESSCertID   ::= SEQUENCE { certHash OCTET STRING, issuerSerial IssuerSerial OPTIONAL }
+//   ESSCertIDv2 ::= SEQUENCE { hashAlgorithm AlgorithmIdentifier DEFAULT { algorithm id-sha256 },
+//                              certHash OCTET STRING, issuerSerial IssuerSerial OPTIONAL }
+#pragma once
+
+#include <list>
+
+#include "asn1/algorithms/algorithm_identifier.h"
+#include "asn1/codec/owned_ptr.h"
+#include "asn1/names/issuer_serial.h"
+#include "export.h"
+#include "foundation/blob.h"
+
+namespace Orvane::ASN1 {
+
+struct CESSCertIDImpl;
+struct CESSCertIDv2Impl;
+
+/// A certificate by its SHA-1 hash. Copies are deep.
+class TALLOW_EXPORT CESSCertID {
+public:
+    /// Empty hash, no issuer and serial number.
+    CESSCertID();
+    explicit CESSCertID(const CBlob& certHash);
+    CESSCertID(const CESSCertID& other);
+    CESSCertID& operator=(const CESSCertID& other);
+    ~CESSCertID();
+
+    const CBlob& get_certHash() const;
+    void put_certHash(const CBlob& certHash);
+
+    /// Null when absent; owned by the object and valid until it is changed or destroyed. The setter copies, and null
+    /// removes.
+    const CIssuerSerial* get_issuerSerial() const;
+    void put_issuerSerial(const CIssuerSerial* issuerSerial);
+
+    CBlob encode() const;
+
+    /// Replaces the content. Throws Asn1Error when `data` is not of the type, and InvalidArgument for a general name of
+    /// a kind without support; the object is then unchanged.
+    void decode(const CBlob& data);
+
+    /// Equal hashes, and issuer and serial number equal or absent in both.
+    bool operator==(const CESSCertID& other) const;
+
+private:
+    copied_ptr<CESSCertIDImpl> impl_;
+};
+
+/// The same with any hash algorithm. Copies are deep.
+class TALLOW_EXPORT CESSCertIDv2 {
+public:
+    /// Empty hash, SHA-256 ("2.16.840.1.101.3.4.2.1"), no issuer and serial number.
+    CESSCertIDv2();
+    /// SHA-256.
+    explicit CESSCertIDv2(const CBlob& certHash);
+    CESSCertIDv2(const CBlob& certHash, const CAlgorithmIdentifier& hashAlgorithm);
+    CESSCertIDv2(const CESSCertIDv2& other);
+    CESSCertIDv2& operator=(const CESSCertIDv2& other);
+    ~CESSCertIDv2();
+
+    const CAlgorithmIdentifier& get_hashAlgorithm() const;
+    void put_hashAlgorithm(const CAlgorithmIdentifier& hashAlgorithm);
+
+    /// As for CESSCertID.
+    const CBlob& get_certHash() const;
+    void put_certHash(const CBlob& certHash);
+    const CIssuerSerial* get_issuerSerial() const;
+    void put_issuerSerial(const CIssuerSerial* issuerSerial);
+
+    /// The DER of the identifier. SHA-256 is left out as the default, whatever its parameters are: SHA-256 with a NULL
+    /// is read back without it, and is then another algorithm identifier.
+    CBlob encode() const;
+
+    /// As for CESSCertID. An absent algorithm is read as SHA-256 without parameters.
+    void decode(const CBlob& data);
+
+    /// Equal algorithms, parameters included, equal hashes, and issuer and serial number equal or absent in both.
+    bool operator==(const CESSCertIDv2& other) const;
+
+private:
+    copied_ptr<CESSCertIDv2Impl> impl_;
+};
+
+/// Identifiers in wire order; the first one of an attribute is that of the signer's certificate.
+class TALLOW_EXPORT CESSCertIDList : public std::list<CESSCertID> {
+public:
+    using std::list<CESSCertID>::list;
+};
+
+class TALLOW_EXPORT CESSCertIDv2List : public std::list<CESSCertIDv2> {
+public:
+    using std::list<CESSCertIDv2>::list;
+};
+
+}  // namespace Orvane::ASN1

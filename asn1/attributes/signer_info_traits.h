@@ -1,0 +1,20 @@
+// SignerInfo from record to value, and not back: the value has no place for the attributes.
+#pragma once
+
+#include "asn1/attributes/signer_info.h"
+#include "asn1/codec/codec.h"
+#include "schema/generated/cms.h"
+
+namespace Orvane::ASN1 {
+
+/// Throws Asn1Error for a signer who is not named by issuer and serial number.
+void ASN1T_SignerInfo_get(CSignerInfo& value, const asn1data::ASN1T_SignerInfo& record);
+
+struct ASN1T_SignerInfo_traits {
+    using ASN1_T = asn1data::ASN1T_SignerInfo;
+    using ASN1_C = asn1data::ASN1C_SignerInfo;
+
+    static void get(const ASN1_T& record, CSignerInfo& value) { ASN1T_SignerInfo_get(value, record); }
+};
+
+}  // namespace Orvane::ASN1

@@ -1,0 +1,97 @@
+// The attributes that bind a signature to the signer's certificate (RFC 5035, sections 3 and 4, RFC 5126, section
+// 5.7.3.3). All three have one shape, over identifiers of three kinds:
+//
+//   SigningCertificate ::= SEQUENCE { certs    SEQUENCE OF ESSCertID,   -- or ESSCertIDv2, OtherCertID
+//                                     policies SEQUENCE OF PolicyInformation OPTIONAL }
+//
+// Beside the decoded member stands its encoding, the value of the attribute. X() sets the identifier and leaves both
+// empty. X(certs) sets the member and encodes it. X(CBlob) takes the DER of the attribute's value and decodes it, and
+// throws what decode() throws.
+#pragma once
+
+#include "asn1/attributes/ess_cert_id.h"
+#include "asn1/attributes/other_cert_id.h"
+#include "asn1/codec/owned_ptr.h"
+#include "asn1/extensions/policy_information.h"
+#include "asn1/names/attr_value.h"
+#include "export.h"
+
+namespace Orvane::ASN1 {
+
+template <class CertIDList>
+struct SigningCertificateImpl;
+
+/// What the three attributes have in common. Copies are deep.
+template <class CertIDList>
+class TALLOW_EXPORT CSigningCertificateAttr : public CAttrValue {
+public:
+    const CertIDList& get_certs() const;
+    /// Sets the identifiers and encodes. When that throws, the value is as it was.
+    void put_certs(const CertIDList& certs);
+
+    /// Null when absent; owned by the object and valid until it is changed or destroyed.
+    const CPolicyInformationList* get_policies() const;
+
+    /// Makes the value the encoding of the member. An empty list of policies is left out, as one that is absent. Throws
+    /// Asn1Error or InvalidArgument for an identifier or a policy that cannot be encoded.
+    void encode();
+
+    /// Reads the member from the value. Throws Asn1Error when it is not of the type, and InvalidArgument for a general
+    /// name of a kind without support; the member is then unchanged.
+    void decode();
+
+protected:
+    explicit CSigningCertificateAttr(const char* oid);
+    CSigningCertificateAttr(const char* oid, const CBlob& value);
+    CSigningCertificateAttr(const char* oid, const CertIDList& certs);
+    CSigningCertificateAttr(const CSigningCertificateAttr& other);
+    CSigningCertificateAttr& operator=(const CSigningCertificateAttr& other);
+    ~CSigningCertificateAttr();
+
+    /// Copies the list, null removes; the value stays.
+    void storePolicies(const CPolicyInformationList* policies);
+
+private:
+    copied_ptr<SigningCertificateImpl<CertIDList>> impl_;
+};
+
+extern template class CSigningCertificateAttr<CESSCertIDList>;
+extern template class CSigningCertificateAttr<CESSCertIDv2List>;
+extern template class CSigningCertificateAttr<COtherCertIDList>;
+
+/// signingCertificate, 1.2.840.113549.1.9.16.2.12: certificates by SHA-1.
+class TALLOW_EXPORT CAttrSigningCertificate : public CSigningCertificateAttr<CESSCertIDList> {
+public:
+    CAttrSigningCertificate();
+    explicit CAttrSigningCertificate(const CBlob& value);
+    explicit CAttrSigningCertificate(const CESSCertIDList& certs);
+
+    /// Copies the list, null removes. The value stays as it is until encode() or put_certs: who sets both, policies
+    /// first, encodes once; who sets policies last must call encode().
+    void put_policies(const CPolicyInformationList* policies);
+};
+
+/// signingCertificateV2, 1.2.840.113549.1.9.16.2.47: certificates by any hash.
+class TALLOW_EXPORT CAttrSigningCertificateV2 : public CSigningCertificateAttr<CESSCertIDv2List> {
+public:
+    CAttrSigningCertificateV2();
+    explicit CAttrSigningCertificateV2(const CBlob& value);
+    explicit CAttrSigningCertificateV2(const CESSCertIDv2List& certs);
+
+    /// As for CAttrSigningCertificate: the value stays as it is.
+    void put_policies(const CPolicyInformationList* policies);
+};
+
+/// otherSigningCertificate, 1.2.840.113549.1.9.16.2.19: certificates by a hash of either form.
+class TALLOW_EXPORT CAttrOtherSigningCertificate : public CSigningCertificateAttr<COtherCertIDList> {
+public:
+    CAttrOtherSigningCertificate();
+    explicit CAttrOtherSigningCertificate(const CBlob& value);
+    explicit CAttrOtherSigningCertificate(const COtherCertIDList& certs);
+
+    /// Copies the list, null removes, and encodes at once, unlike its two relatives. When that throws, the value is as
+    /// it was.
+    void put_policies(const CPolicyInformationList* policies);
+};
+
+}  // namespace Orvane::ASN1

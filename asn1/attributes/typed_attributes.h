@@ -1,0 +1,79 @@
+// The signed attributes that every signature carries: signing time, content type and message digest (RFC 5652, sections
+// 11.1 to 11.3). The references to the signer's certificate are in asn1/signing_certificate.h.
+//
+// Beside the decoded member stands its encoding, the value of the attribute. X() sets the identifier and leaves both
+// empty. X(member) sets the member and encodes it. X(CBlob) takes the DER of the attribute's value and decodes it, and
+// throws what decode() throws. Each setter encodes at once; when that throws, it has set the member and left the value
+// as it was. decode(), for a value that was changed through value(), leaves the member as it was when it throws.
+#pragma once
+
+#include "asn1/codec/owned_ptr.h"
+#include "asn1/names/attr_value.h"
+#include "asn1/text/time_choice.h"
+#include "export.h"
+#include "foundation/blob.h"
+#include "foundation/date_time.h"
+#include "foundation/string_proxy.h"
+
+namespace Orvane::ASN1 {
+
+/// signingTime, 1.2.840.113549.1.9.5: UTCTime up to the year 2049, GeneralizedTime from 2050 on. Parts of a second are
+/// cut off in the encoding.
+class TALLOW_EXPORT CAttrSigningTime : public CAttrValue {
+public:
+    /// Throws Asn1Error for a year that cannot be shown, such as one before 1950.
+    explicit CAttrSigningTime(const CDateTime& time);
+    explicit CAttrSigningTime(const CBlob& value);
+    CAttrSigningTime(const CAttrSigningTime& other) = default;  // and no move, which would leave no time behind
+    CAttrSigningTime& operator=(const CAttrSigningTime& other) = default;
+    ~CAttrSigningTime() = default;
+
+    const CDateTime& get_time() const { return *time_->get_time(); }
+    void put_time(const CDateTime& time);
+
+    void encode();
+    /// Throws Asn1Error when the value is not a Time, and InvalidArgument for a year before 1601.
+    void decode();
+
+private:
+    copied_ptr<CTimeChoice> time_;
+};
+
+/// contentType, 1.2.840.113549.1.9.3: OBJECT IDENTIFIER, shown as dotted decimal text. A text that is none throws
+/// InvalidArgument when it is encoded.
+class TALLOW_EXPORT CAttrContentType : public CAttrValue {
+public:
+    CAttrContentType();
+    explicit CAttrContentType(const char* contentType);
+    explicit CAttrContentType(const CBlob& value);
+
+    const char* get_contentType() const { return contentType_.c_str(); }
+    void put_contentType(const char* contentType);
+
+    void encode();
+    /// Throws Asn1Error when the value is not an OBJECT IDENTIFIER.
+    void decode();
+
+private:
+    CStringProxy contentType_;
+};
+
+/// messageDigest, 1.2.840.113549.1.9.4: OCTET STRING.
+class TALLOW_EXPORT CAttrMessageDigest : public CAttrValue {
+public:
+    CAttrMessageDigest();
+    /// From the DER of the OCTET STRING. The digest itself is set by put_messageDigest.
+    explicit CAttrMessageDigest(const CBlob& value);
+
+    const CBlob& get_messageDigest() const { return messageDigest_; }
+    void put_messageDigest(const CBlob& messageDigest);
+
+    void encode();
+    /// Throws Asn1Error when the value is not an OCTET STRING.
+    void decode();
+
+private:
+    CBlob messageDigest_;
+};
+
+}  // namespace Orvane::ASN1

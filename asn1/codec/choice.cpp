@@ -1,0 +1,38 @@
+#include "asn1/codec/choice.h"
+
+#include "handles/exception.h"
+#include "handles/status.h"
+
+namespace Orvane::ASN1 {
+
+ChoiceValueTraits::~ChoiceValueTraits() = default;
+
+Choice::~Choice() = default;
+
+void Choice::put(unsigned int type, const void* argument) {
+    const ChoiceValueTraits* replacement = findTraits(type);
+    if (replacement == nullptr || !replacement->isType(type)) {
+        ATL::AtlThrowImpl(status::kInvalidArgument);
+    }
+    // The copy comes first, since the argument may be part of the value that goes.
+    void* value = replacement->newValue(argument);
+    destroyValue();
+    value_ = value;
+    type_ = type;
+}
+
+void Choice::copyFrom(const Choice& other) {
+    // An alternative without support carries no value of its own; the copy holds the word, and with it nothing to free.
+    void* value = other.value_ != nullptr ? findTraits(other.type_)->newValue(other.value_) : nullptr;
+    destroyValue();
+    value_ = value;
+    type_ = other.type_;
+}
+
+void Choice::destroyValue() {
+    findTraits(type_)->deleteValue(value_);
+    value_ = nullptr;
+    type_ = 0;
+}
+
+}  // namespace Orvane::ASN1

@@ -1,0 +1,26 @@
+// PolicyInformation between value and record.
+#pragma once
+
+#include "asn1/codec/codec.h"
+#include "asn1/codec/list_traits.h"
+#include "asn1/extensions/policy_information.h"
+#include "schema/generated/extensions.h"
+
+namespace Orvane::ASN1 {
+
+struct ASN1T_PolicyInformation_traits {
+    using ASN1_T = asn1data::ASN1T_PolicyInformation;
+    using ASN1_C = asn1data::ASN1C_PolicyInformation;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CPolicyInformation& value);
+    static void get(const ASN1_T& record, CPolicyInformation& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
+        asn1data::asn1Copy_PolicyInformation(ctxt, &from, &to);
+    }
+};
+
+using PolicyInformationListTraits =
+    ASN1TSeqOfList_traits<asn1data::ASN1T_PolicyInformation, ASN1T_PolicyInformation_traits, CPolicyInformation,
+                          CPolicyInformationList>;
+
+}  // namespace Orvane::ASN1

@@ -1,0 +1,40 @@
+// PKIStatusInfo, PKIFailureInfo and PKIFreeText between value and record.
+#pragma once
+
+#include "asn1/codec/codec.h"
+#include "asn1/status/pki_status.h"
+#include "schema/generated/cmp.h"
+
+namespace Orvane::ASN1 {
+
+/// Fills the record with the texts, each with its language in front, in memory from `ctxt`. Throws Asn1Error for a
+/// character that has no UTF-8 form.
+void CPKIFreeText_Encode(ASN1CTXT* ctxt, asn1data::ASN1T_PKIFreeText& record, const CPKIFreeText& text);
+
+/// Appends the texts of the record; languages may repeat. Throws BadUtf8 for a text that is not UTF-8, and
+/// InvalidArgument for a language without its end mark, with the texts before appended.
+void CPKIFreeText_Parse(ASN1CTXT* ctxt, CPKIFreeText& text, const asn1data::ASN1T_PKIFreeText& record);
+
+struct ASN1T_PKIFailureInfo_traits {
+    using ASN1_T = asn1data::ASN1T_PKIFailureInfo;
+    using ASN1_C = asn1data::ASN1C_PKIFailureInfo;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CPKIFailureInfo& value);
+    static void get(const ASN1_T& record, CPKIFailureInfo& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
+        asn1data::asn1Copy_PKIFailureInfo(ctxt, &from, &to);
+    }
+};
+
+struct ASN1T_PKIStatusInfo_traits {
+    using ASN1_T = asn1data::ASN1T_PKIStatusInfo;
+    using ASN1_C = asn1data::ASN1C_PKIStatusInfo;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CPKIStatusInfo& value);
+    static void get(const ASN1_T& record, CPKIStatusInfo& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
+        asn1data::asn1Copy_PKIStatusInfo(ctxt, &from, &to);
+    }
+};
+
+}  // namespace Orvane::ASN1

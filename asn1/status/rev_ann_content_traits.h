@@ -1,0 +1,21 @@
+// RevAnnContent between value and record.
+#pragma once
+
+#include "asn1/codec/codec.h"
+#include "asn1/status/rev_ann_content.h"
+#include "schema/generated/cmp.h"
+
+namespace Orvane::ASN1 {
+
+struct ASN1T_RevAnnContent_traits {
+    using ASN1_T = asn1data::ASN1T_RevAnnContent;
+    using ASN1_C = asn1data::ASN1C_RevAnnContent;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CRevAnnContent& value);
+    static void get(const ASN1_T& record, CRevAnnContent& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
+        asn1data::asn1Copy_RevAnnContent(ctxt, &from, &to);
+    }
+};
+
+}  // namespace Orvane::ASN1

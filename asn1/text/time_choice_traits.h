@@ -1,0 +1,29 @@
+// Time between value and record, and the holder behind CTimeChoice.
+#pragma once
+
+#include "asn1/codec/choice_holder.h"
+#include "asn1/codec/codec.h"
+#include "asn1/text/time_choice.h"
+#include "schema/generated/certificates.h"
+
+namespace Orvane::ASN1 {
+
+inline constexpr unsigned int kUtcTime = 1;
+inline constexpr unsigned int kGeneralTime = 2;
+
+class CTimeChoiceImpl final : public Choice {
+public:
+    ~CTimeChoiceImpl() override { destroyValue(); }
+    const ChoiceValueTraits* findTraits(unsigned int type) const override;
+};
+
+struct ASN1T_Time_traits {
+    using ASN1_T = asn1data::ASN1T_Time;
+    using ASN1_C = asn1data::ASN1C_Time;
+
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CTimeChoice& value);
+    static void get(const ASN1_T& record, CTimeChoice& value);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) { asn1data::asn1Copy_Time(ctxt, &from, &to); }
+};
+
+}  // namespace Orvane::ASN1

@@ -1,0 +1,84 @@
+#include "asn1/text/time_text.h"
+
+#include <cstring>
+
+#include "asn1/codec/context_memory.h"
+#include "asn1rt/time_scan.h"
+#include "platform/support/support_service.h"
+
+namespace Orvane::ASN1 {
+
+namespace {
+
+void check(int result) {
+    if (result != 0) {
+        ATL::AtlThrowImpl(status::kAsn1Error);
+    }
+}
+
+constexpr std::size_t kSizeDateAndHour = 10;
+constexpr std::size_t kSizeWholeSeconds = 14;
+constexpr int kFirstYear = 1601;  // where the count of CDateTime begins
+
+// Six digits of the fraction, fewer ones filled up; 0 without a fraction.
+unsigned int microsecondsOf(const char* text) {
+    unsigned int value = 0;
+    const char* digit = text[kSizeWholeSeconds] == 'Z' ? "" : text + kSizeWholeSeconds + 1;
+    for (int i = 0; i < 6; ++i) {
+        const bool isThere = *digit >= '0' && *digit <= '9';
+        value = value * 10 + (isThere ? static_cast<unsigned int>(*digit - '0') : 0);
+        digit += isThere ? 1 : 0;
+    }
+    return value;
+}
+
+}  // namespace
+
+CDateTime decodedUtcTime(const char* text) {
+    RtTime time;
+    const std::size_t size = text != nullptr ? std::strlen(text) : 0;
+    // The scanner itself takes blanks and signs in front of numbers, and a block of the decoder is the contents and a
+    // NUL.
+    if (text == nullptr || size + 1 != rtMemHeapBlockSize(text) || std::strspn(text, "0123456789") < kSizeDateAndHour ||
+        !scanGeneralizedTime(text, TimeReader::kControl, time) || time.utcFlag == 0 || time.year < kFirstYear) {
+        ATL::AtlThrowImpl(status::kAsn1Error);
+    }
+    const unsigned int microseconds = size > kSizeWholeSeconds ? microsecondsOf(text) : 0;
+    const auto field = [](std::int16_t value) { return static_cast<unsigned int>(value); };
+    return {field(time.year),   field(time.month),  field(time.day),     field(time.hour),
+            field(time.minute), field(time.second), microseconds / 1000, microseconds % 1000};
+}
+
+const char* DateToASN1GeneralizedTime(ASN1CTXT* ctxt, const CDateTime& time, bool trim) {
+    if (!trim) {
+        return copyText(ctxt, time.getGeneralizedTime().c_str());
+    }
+    // Cut and not rounded: responders and clients have seen this form, and a time rounded up would lie in the future.
+    const _SYSTEMTIME fields = time.getSystemTime();
+    const CDateTime wholeSeconds(fields.wYear, fields.wMonth, fields.wDay, fields.wHour, fields.wMinute, fields.wSecond,
+                                 0, 0);
+    return copyText(ctxt, wholeSeconds.getGeneralizedTime().c_str());
+}
+
+std::string GetASN1CTimeString(const CDateTime& time, ASN1CTime& target) {
+    const _SYSTEMTIME fields = time.getSystemTime();
+    check(target.setUTC(true));
+    check(target.setYear(fields.wYear));
+    check(target.setMonth(fields.wMonth));
+    check(target.setDay(fields.wDay));
+    check(target.setHour(fields.wHour));
+    check(target.setMinute(fields.wMinute));
+    check(target.setSecond(fields.wSecond));
+    const int length = target.getTimeStringLen();
+    if (length <= 0) {
+        ATL::AtlThrowImpl(status::kAsn1Error);
+    }
+    std::string text(static_cast<std::size_t>(length) + 1, '\0');
+    if (target.getTimeString(text.data(), static_cast<std::uint32_t>(text.size())) == nullptr) {
+        ATL::AtlThrowImpl(status::kAsn1Error);
+    }
+    text.resize(static_cast<std::size_t>(length));
+    return text;
+}
+
+}  // namespace Orvane::ASN1
