@@ -1,5 +1,5 @@
-# libtallow.so: the objects of the eleven subsystems behind one shared library that links the services and nothing else.
-set(tallow_subsystems asn1rt schema handles foundation asn1 message policy request transport response flat)
+# libtallow.so: the objects of the twelve subsystems behind one shared library that links the services and nothing else.
+set(tallow_subsystems asn1rt schema handles foundation asn1 message policy client_shared request transport response flat)
 set(tallow_objects)
 foreach(subsystem ${tallow_subsystems})
   list(APPEND tallow_objects $<TARGET_OBJECTS:tallow_${subsystem}>)

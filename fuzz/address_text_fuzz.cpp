@@ -6,8 +6,8 @@
 #include <string>
 
 #include "client/policy/address_text.h"
-#include "platform/crypto/address_rules.h"
-#include "platform/crypto/http_address.h"
+#include "platform/crypto/network/address_rules.h"
+#include "platform/crypto/network/http_address.h"
 
 using namespace Orvane::PKI::OCSP::Client;
 

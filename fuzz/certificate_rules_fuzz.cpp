@@ -3,8 +3,8 @@
 #include <cstddef>
 #include <cstdint>
 
-#include "platform/crypto/certificate_policies.h"
-#include "platform/crypto/certificate_rules.h"
+#include "platform/crypto/chains/certificate_policies.h"
+#include "platform/crypto/chains/certificate_rules.h"
 
 using namespace tallow::platform;
 

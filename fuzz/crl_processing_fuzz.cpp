@@ -2,7 +2,7 @@
 // no longer fits, so it must decide nothing; signed again by its CA, every rule about its content is reached.
 #include <cstdlib>
 
-#include "platform/crypto/crl_status.h"
+#include "platform/crypto/chains/crl_status.h"
 #include "tests/platform/trust_fixture.h"
 #include "tests/support/tlv.h"
 

@@ -1,8 +1,8 @@
 // The checks of whoever receives requests: signature, critical extensions, the requestor and his certificate.
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
-#include "client/response/chain_building.h"
-#include "client/response/critical_extensions.h"
+#include "client/shared/chain_building.h"
+#include "client/shared/critical_extensions.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 #include "message/request_message.h"

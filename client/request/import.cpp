@@ -4,7 +4,7 @@
 
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
-#include "client/response/chain_building.h"
+#include "client/shared/chain_building.h"
 #include "foundation/trace.h"
 #include "handles/exception.h"
 #include "handles/status.h"

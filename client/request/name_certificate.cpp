@@ -5,8 +5,8 @@
 
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
-#include "client/response/issuer_by_chain.h"
-#include "client/transport/ocsp_access.h"
+#include "client/shared/issuer_by_chain.h"
+#include "client/shared/ocsp_access.h"
 #include "foundation/trace.h"
 #include "handles/exception.h"
 #include "handles/status.h"

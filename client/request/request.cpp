@@ -6,7 +6,7 @@
 
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
-#include "client/response/export_bytes.h"
+#include "client/shared/export_bytes.h"
 #include "foundation/trace.h"
 #include "handles/exception.h"
 #include "handles/status.h"

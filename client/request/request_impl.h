@@ -17,8 +17,7 @@
 #include "client/policy/request_policy.h"
 #include "client/request/request.h"
 #include "client/request/win_http_params.h"
-#include "client/response/response.h"
-#include "client/transport/network_check.h"
+#include "client/shared/network_check.h"
 #include "handles/cert_context.h"
 #include "handles/cert_store.h"
 #include "handles/crypto_handles.h"
@@ -26,6 +25,11 @@
 #include "message/single_request.h"
 
 namespace Orvane::PKI::OCSP::Client {
+
+// Ends a response: responses know requests, and requests only that there are responses.
+struct ResponseDelete {
+    void operator()(CResponse* response) const noexcept;
+};
 
 struct CRequest::Impl {
     Impl(CRequest& owner, bool messageMode);
@@ -114,7 +118,7 @@ struct CRequest::Impl {
     WinHTTPParams HTTPParams;
     unsigned long Level = 0;         // how far the last attempt got, see client/transport/attempt.cpp
     bool ImportingResponse = false;  // tells CResponse::Import that the bytes have just come over the wire
-    std::unique_ptr<CResponse> Response;
+    std::unique_ptr<CResponse, ResponseDelete> Response;
     CBlob ResponseBytes;
     ATL::CCryptProv Provider;  // kept for making nonces
     PolicyBinding<CRequestPolicy> Policy;

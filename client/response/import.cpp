@@ -4,8 +4,8 @@
 
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
-#include "client/response/chain_building.h"
 #include "client/response/response_impl.h"
+#include "client/shared/chain_building.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 #include "message/response_message.h"

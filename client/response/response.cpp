@@ -5,10 +5,10 @@
 #include <string>
 
 #include "asn1/codec/rethrow_as_status.h"
-#include "client/response/export_bytes.h"
-#include "client/response/issuer_by_chain.h"
 #include "client/response/response_impl.h"
-#include "client/transport/network_check.h"
+#include "client/shared/export_bytes.h"
+#include "client/shared/issuer_by_chain.h"
+#include "client/shared/network_check.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 #include "platform/crypto/crypto_service.h"

@@ -15,7 +15,7 @@
 #include "client/policy/response_policy.h"
 #include "client/response/entry_index.h"
 #include "client/response/response.h"
-#include "client/transport/network_check.h"
+#include "client/shared/network_check.h"
 #include "handles/cert_chain_context.h"
 #include "handles/cert_context.h"
 #include "handles/cert_store.h"

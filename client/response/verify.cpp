@@ -1,7 +1,7 @@
 // The judgement on a response as a whole and on one single response.
 #include "asn1/codec/rethrow_as_status.h"
-#include "client/response/critical_extensions.h"
 #include "client/response/response_impl.h"
+#include "client/shared/critical_extensions.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 #include "platform/crypto/crypto_service.h"

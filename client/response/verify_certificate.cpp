@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "asn1/codec/rethrow_as_status.h"
-#include "client/response/chain_building.h"
 #include "client/response/response_impl.h"
+#include "client/shared/chain_building.h"
 #include "foundation/trace.h"
 #include "handles/crypto_handles.h"
 #include "handles/exception.h"

@@ -9,6 +9,7 @@
 #include "client/policy/address_text.h"
 #include "client/policy/response_policy.h"
 #include "client/request/request_impl.h"
+#include "client/response/response.h"
 #include "client/transport/http_exchange.h"
 #include "foundation/date_time.h"
 #include "foundation/trace.h"
@@ -32,6 +33,10 @@ std::string narrowForTrace(std::wstring const& address) {
 }
 
 }  // namespace
+
+void ResponseDelete::operator()(CResponse* response) const noexcept {
+    delete response;
+}
 
 // A certificate says where its responder is, not how to log in there. A login of the caller's is for policy to permit.
 void CRequest::Impl::requirePermittedLogin() const {
@@ -119,7 +124,7 @@ void CRequest::Impl::SendOCSPRequest() {
     // may have to return.
     auto fresh = std::make_unique<CResponse>();
     ResponseBytes = std::move(body);
-    Response = std::move(fresh);
+    Response.reset(fresh.release());
     Level = 4;
     // Stays raised when the import throws, until the next import succeeds.
     ImportingResponse = true;

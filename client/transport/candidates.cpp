@@ -1,7 +1,7 @@
 // Where a request can be sent: the certificate's own addresses, those kept for its issuer, and the policy's.
 #include "client/policy/policy_reading.h"
 #include "client/request/request_impl.h"
-#include "client/transport/ocsp_access.h"
+#include "client/shared/ocsp_access.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace Orvane::PKI::OCSP::Client {

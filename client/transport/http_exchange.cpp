@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-#include "client/transport/network_check.h"
+#include "client/shared/network_check.h"
 #include "handles/crypto_handles.h"
 #include "handles/exception.h"
 #include "handles/last_error.h"

@@ -4,8 +4,9 @@
 
 #include "client/policy/address_text.h"
 #include "client/request/request_impl.h"
+#include "client/response/response.h"
+#include "client/shared/ocsp_access.h"
 #include "client/transport/http_exchange.h"
-#include "client/transport/ocsp_access.h"
 #include "foundation/trace.h"
 #include "handles/exception.h"
 #include "handles/last_error.h"

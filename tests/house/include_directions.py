@@ -12,31 +12,50 @@ ROOT = Path(__file__).resolve().parents[2]
 
 SERVICES = {"platform/crypto/crypto_service.h", "platform/support/support_service.h"}
 STATUS = {"handles/status.h", "handles/exception.h", "handles/last_error.h"}
+# Directories divided into families, from the lowest up: each may include itself and those before it.
+FAMILIES = {
+    "asn1": ["codec", "text", "algorithms", "names", "extensions", "attributes", "status"],
+    "platform/crypto": ["base", "keys", "certificates", "signing", "network", "chains"],
+}
+BELOW_ASN1 = {"schema", "asn1rt", "foundation", "handles"} | SERVICES
+BELOW_CLIENT = {"message", "asn1", "foundation", "handles"} | SERVICES
 CLIENT = {"client/request", "client/transport", "client/response", "client/policy", "client/flat"}
-BELOW_CLIENT = {"message", "asn1", "foundation", "handles"}
 
-# Folder: the folders and files that it may include, besides itself, the standard library and export.h.
+# Directory: the directories and files that it may include, besides itself, the standard library and export.h.
 ALLOWED = {
     "asn1rt": set(),
     "schema": {"asn1rt"},
     "schema/compiler": set(),
     "handles": SERVICES,
     "foundation": STATUS | {"platform/support/support_service.h"},
-    "asn1": {"schema", "asn1rt", "foundation", "handles"} | SERVICES,
     "message": {"asn1", "foundation", "handles", "platform/crypto/crypto_service.h", "schema"},
     "client/policy": {"foundation", "handles", "platform/support/support_service.h"},
-    "client/request": BELOW_CLIENT | SERVICES | CLIENT,
-    "client/transport": BELOW_CLIENT | SERVICES | CLIENT,
-    "client/response": BELOW_CLIENT | SERVICES | CLIENT,
-    "client/flat": BELOW_CLIENT | SERVICES | CLIENT,
+    "client/shared": BELOW_CLIENT,
+    "client/request": BELOW_CLIENT | {"client/shared", "client/policy", "client/flat"},
+    "client/response": BELOW_CLIENT | {"client/shared", "client/policy", "client/request"},
+    "client/transport": BELOW_CLIENT | {"client/shared", "client/policy", "client/request", "client/response"},
+    "client/flat": BELOW_CLIENT | {"client/request", "client/response"},
     "platform/support": set(),
     "platform/crypto": {"platform/support"},
-    "cli": BELOW_CLIENT | SERVICES | CLIENT,
-    "examples": BELOW_CLIENT | SERVICES | CLIENT,
+    "cli": BELOW_CLIENT | CLIENT,
+    "examples": BELOW_CLIENT | CLIENT,
+    "bench": {"schema", "asn1rt", "tests/support"},
+    "fuzz": BELOW_CLIENT | CLIENT | {"schema", "asn1rt", "cli", "platform", "tests/support", "tests/platform/trust_fixture.h"},
+    "tests/support": set(),
+    "tests/scripted_service": {"tests/support"},
 }
+for parent, families in FAMILIES.items():
+    below = BELOW_ASN1 if parent == "asn1" else {"platform/support", "platform/crypto/crypto_service.h"}
+    for position, family in enumerate(families):
+        ALLOWED[f"{parent}/{family}"] = below | {f"{parent}/{lower}" for lower in families[:position]}
+# Tests see what they test, private headers included, and besides it what is installed.
+for subject in ("asn1rt", "schema", "handles", "foundation", "asn1", "message", "client", "platform", "cli", "package"):
+    ALLOWED[f"tests/{subject}"] = {subject, "tests/support", "tests/scripted_service", "tests/data", "schema", "asn1rt"}
 # Whoever uses the library from outside sees what is installed.
 OUTSIDE = {"cli", "examples"}
-# Third-party headers, and who alone may use them.
+# Code that is not delivered: any public header, and any third-party one.
+UNDELIVERED = {"tests", "fuzz", "bench"}
+# Third-party headers, and the only directories that may use them.
 FOREIGN = {
     "openssl/": {"platform/crypto"},
     "curl/": {"platform/crypto"},
@@ -69,10 +88,11 @@ def mistakes(path, folder, public):
         if first and path.endswith(".cpp") and (ROOT / own).exists() and target != own:
             yield f"{where}: a source includes its own header first"
         first = False
+        is_delivered = not is_below(folder, UNDELIVERED)
         for prefix, users in FOREIGN.items():
-            if target.startswith(prefix) and not is_below(folder, users):
+            if is_delivered and target.startswith(prefix) and not is_below(folder, users):
                 yield f"{where}: this library stays inside {', '.join(sorted(users))}"
-        if is_system or target == "export.h":
+        if is_system or target == "export.h" or (not is_delivered and target in public):
             continue
         home = folder_of(target)
         if home != folder and not is_below(target, ALLOWED[folder]):

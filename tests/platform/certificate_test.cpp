@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/crypto/certificate.h"
+#include "platform/crypto/certificates/certificate.h"
 #include "tests/platform/certificate_fixture.h"
 #include "tests/support/pki.h"
 #include "tests/support/tlv.h"

@@ -4,7 +4,7 @@
 #include <algorithm>
 #include <chrono>
 
-#include "platform/crypto/path_search.h"
+#include "platform/crypto/chains/path_search.h"
 #include "tests/platform/trust_fixture.h"
 #include "tests/support/http_server.h"
 #include "tests/support/process.h"

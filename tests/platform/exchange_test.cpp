@@ -9,9 +9,9 @@
 #include <string>
 #include <thread>
 
-#include "platform/crypto/address_rules.h"
 #include "platform/crypto/crypto_service.h"
-#include "platform/crypto/fetch.h"
+#include "platform/crypto/network/address_rules.h"
+#include "platform/crypto/network/fetch.h"
 #include "tests/platform/environment_fixture.h"
 #include "tests/platform/exchange_fixture.h"
 #include "tests/platform/settings_fixture.h"

@@ -13,7 +13,7 @@
 #include <thread>
 
 #include "platform/crypto/crypto_service.h"
-#include "platform/crypto/url_cache.h"
+#include "platform/crypto/network/url_cache.h"
 #include "tests/platform/exchange_fixture.h"
 #include "tests/support/http_server.h"
 #include "tests/support/temp_dir.h"

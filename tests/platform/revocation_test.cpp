@@ -5,7 +5,7 @@
 #include <chrono>
 #include <thread>
 
-#include "platform/crypto/crl_status.h"
+#include "platform/crypto/chains/crl_status.h"
 #include "tests/platform/trust_fixture.h"
 #include "tests/support/http_server.h"
 #include "tests/support/tlv.h"

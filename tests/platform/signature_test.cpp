@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "platform/crypto/public_key.h"
+#include "platform/crypto/keys/public_key.h"
 #include "tests/platform/provider_fixture.h"
 #include "tests/platform/settings_fixture.h"
 #include "tests/support/pki.h"

@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "platform/crypto/chain_sources.h"
+#include "platform/crypto/chains/chain_sources.h"
 #include "tests/platform/certificate_fixture.h"
 #include "tests/platform/environment_fixture.h"
 #include "tests/platform/settings_fixture.h"

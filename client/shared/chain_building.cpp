@@ -1,0 +1,93 @@
+#include "client/shared/chain_building.h"
+
+#include "foundation/trace.h"
+#include "handles/cert_context.h"
+#include "handles/exception.h"
+#include "handles/last_error.h"
+#include "handles/status.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+namespace {
+
+constexpr DWORD kEncoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
+
+void throwIfFailed(std::int32_t result) {
+    if (result != 0) {
+        ATL::AtlThrowImpl(result);
+    }
+}
+
+}  // namespace
+
+ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* cert, ChainOptions const& options) {
+    const ATL2::CCertContext own = ATL2::CCertContext::duplicate(cert);
+    if (!own) {
+        ATL::AtlThrowImpl(status::kFail);
+    }
+    CERT_CHAIN_PARA parameters{};
+    parameters.cbSize = sizeof parameters;
+    parameters.pftCacheResync = options.cacheResync;
+    ATL2::CCertChainContext chain;
+    if (!CertGetCertificateChain(options.engine, own.get(), nullptr, options.additional, &parameters, options.flags,
+                                 nullptr, chain.put())) {
+        ATL2::throwLastErrorOrFail();
+    }
+    return chain;
+}
+
+std::int32_t policyVerdict(BOOL judged, DWORD lastError, CERT_CHAIN_POLICY_STATUS const& policyStatus) {
+    if (!judged) {
+        TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy failed: 0x%X\n", lastError);
+        // A service that fails without a reason must not be thrown as the word for success.
+        ATL::AtlThrowImpl(lastError == 0 ? status::kFail : ATL2::convertLastError(lastError));
+    }
+    if (policyStatus.dwError != 0) {
+        TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy returned status.dwError = 0x%X\n",
+                     policyStatus.dwError);
+    }
+    return static_cast<std::int32_t>(policyStatus.dwError);
+}
+
+bool isProof(ATL2::CCertChainContext const& chain) {
+    return chain->cChain != 0 && chain->rgpChain[0]->cElement != 0;
+}
+
+ATL2::CCertStore collectStores(ATL2::CCertStore const& own, void** stores, unsigned long count) {
+    ATL2::CCertStore collection;
+    throwIfFailed(collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, nullptr));
+    throwIfFailed(collection.AddStoreToCollection(own, 0, 0));
+    for (unsigned long i = 0; i < count; ++i) {
+        if (stores[i] != nullptr) {
+            ATL2::CCertStore store;
+            throwIfFailed(store.AttachWeak(stores[i]));
+            throwIfFailed(collection.AddStoreToCollection(store, 0, 0));
+        }
+    }
+    return collection;
+}
+
+void addCertificate(ATL2::CCertStore const& store, _CERT_CONTEXT const* cert) {
+    if (!store) {
+        ATL::AtlThrowImpl(status::kFail);
+    }
+    if (!CertAddCertificateContextToStore(store.get(), cert, CERT_STORE_ADD_USE_EXISTING, nullptr)) {
+        ATL2::throwLastErrorOrFail();
+    }
+}
+
+void addCertificates(ATL2::CCertStore const& store, CBlobList const* certs) {
+    if (certs == nullptr) {
+        return;
+    }
+    for (CBlob const& encoded : *certs) {
+        const ATL2::CCertContext cert =
+            ATL2::CCertContext::adopt(CertCreateCertificateContext(kEncoding, encoded.pbData(), encoded.cbData()));
+        if (!cert) {
+            ATL2::throwLastErrorOrFail();
+        }
+        addCertificate(store, cert.get());
+    }
+}
+
+}  // namespace Orvane::PKI::OCSP::Client

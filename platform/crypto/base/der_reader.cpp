@@ -1,0 +1,89 @@
+#include "platform/crypto/base/der_reader.h"
+
+#include <openssl/objects.h>
+
+#include <array>
+#include <climits>
+
+namespace tallow::platform {
+
+namespace {
+
+constexpr int kHeaderError = 0x80;
+constexpr int kIndefiniteLength = 0x01;
+// OpenSSL's conversion of an identifier to text takes time quadratic in the size of an arc; no identifier in use comes
+// near this size.
+constexpr size_t kMaximumOidSize = 128;
+
+}  // namespace
+
+DerElement DerReader::next() noexcept {
+    DerElement element;
+    if (failed_ || rest_.empty() || rest_.size() > LONG_MAX) {
+        failed_ = true;
+        return element;
+    }
+    const unsigned char* position = rest_.data();
+    long length = 0;
+    int const header =
+        ASN1_get_object(&position, &length, &element.tag, &element.tagClass, static_cast<long>(rest_.size()));
+    if ((header & kHeaderError) != 0 || (header & kIndefiniteLength) != 0) {
+        failed_ = true;
+        return {};
+    }
+    size_t const sizeHeader = static_cast<size_t>(position - rest_.data());
+    element.constructed = (header & V_ASN1_CONSTRUCTED) != 0;
+    element.whole = rest_.first(sizeHeader + static_cast<size_t>(length));
+    element.content = element.whole.subspan(sizeHeader);
+    rest_ = rest_.subspan(element.whole.size());
+    return element;
+}
+
+DerElement DerReader::expect(int tag) noexcept {
+    DerElement const element = next();
+    bool const constructed = tag == V_ASN1_SEQUENCE || tag == V_ASN1_SET;
+    if (failed_ || element.tagClass != V_ASN1_UNIVERSAL || element.tag != tag || element.constructed != constructed) {
+        failed_ = true;
+        return {};
+    }
+    return element;
+}
+
+DerElement DerReader::optionalContext(int tag) noexcept {
+    if (failed_ || rest_.empty()) {
+        return {};
+    }
+    ByteView const before = rest_;
+    DerElement const element = next();
+    if (!failed_ && element.tagClass == V_ASN1_CONTEXT_SPECIFIC && element.tag == tag) {
+        return element;
+    }
+    rest_ = before;
+    return {};
+}
+
+std::string oidText(const DerElement& element) {
+    if (element.tag != V_ASN1_OBJECT || element.whole.size() > kMaximumOidSize) {
+        return {};
+    }
+    const unsigned char* position = element.whole.data();
+    ASN1_OBJECT* const object = d2i_ASN1_OBJECT(nullptr, &position, static_cast<long>(element.whole.size()));
+    if (object == nullptr) {
+        return {};
+    }
+    std::array<char, 512> text{};
+    int const length = OBJ_obj2txt(text.data(), text.size(), object, 1);
+    ASN1_OBJECT_free(object);
+    return length > 0 && static_cast<size_t>(length) < text.size() ? std::string(text.data()) : std::string();
+}
+
+bool readBitString(const DerElement& element, ByteView& octets, DWORD& unusedBits) noexcept {
+    if (element.content.empty() || element.content[0] > 7 || (element.content.size() == 1 && element.content[0] != 0)) {
+        return false;
+    }
+    unusedBits = element.content[0];
+    octets = element.content.subspan(1);
+    return true;
+}
+
+}  // namespace tallow::platform

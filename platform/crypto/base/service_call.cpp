@@ -1,0 +1,47 @@
+#include "platform/crypto/base/service_call.h"
+
+#include <openssl/crypto.h>
+
+#include <atomic>
+#include <memory>
+
+#include "platform/support/made_once.h"
+#include "platform/support/never_destroyed.h"
+
+namespace tallow::platform {
+
+bool isOpenSslReady() noexcept {
+    static std::atomic<bool> isReady{false};
+    if (!isReady.load(std::memory_order_relaxed)) {
+        isReady = OPENSSL_init_crypto(OPENSSL_INIT_LOAD_CRYPTO_STRINGS, nullptr) == 1 &&
+                  OSSL_LIB_CTX_get0_global_default() != nullptr;
+    }
+    return isReady.load(std::memory_order_relaxed);
+}
+
+std::string settingText(const char* path, std::string_view otherwise) {
+    size_t size = 0;
+    if (support_registry_get_string(path, &size, nullptr) != 0) {
+        return std::string(otherwise);
+    }
+    std::string text(size, '\0');
+    return support_registry_get_string(path, &size, text.data()) == 0 ? text : std::string();
+}
+
+bool settingFlag(const char* path, bool otherwise) noexcept {
+    int value = 0;
+    const int result = support_registry_get_bool(path, &value);
+    return result == static_cast<int>(ERROR_FILE_NOT_FOUND) ? otherwise : result == 0 && value != 0;
+}
+
+TSupportDbContext_* traceContext() noexcept {
+    struct Closer {
+        void operator()(TSupportDbContext_* context) const noexcept { support_print_done(context); }
+    };
+    // Never closed: static objects elsewhere may still call the service at the end of the process.
+    static NeverDestroyed<MadeOnce<std::unique_ptr<TSupportDbContext_, Closer>>> context;
+    return context->get(
+        [] { return std::unique_ptr<TSupportDbContext_, Closer>(support_print_init(0, "crypto", 0, 127)); });
+}
+
+}  // namespace tallow::platform

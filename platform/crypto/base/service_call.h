@@ -1,0 +1,102 @@
+// What every exported function of the Crypto service does around its work: report failures through the last error, let
+// no exception out, and leave OpenSSL's error queue as the application had it.
+#pragma once
+
+#include <openssl/err.h>
+
+#include <cstring>
+#include <new>
+#include <string>
+#include <string_view>
+
+#include "platform/crypto/base/bytes.h"
+#include "platform/crypto/crypto_service.h"
+#include "platform/support/fork_gate.h"
+
+namespace tallow::platform {
+
+// Sets the last error and gives FALSE.
+inline BOOL fail(DWORD code) noexcept {
+    SetLastError(code);
+    return FALSE;
+}
+
+// TRUE for 0, else FALSE with the code as last error.
+inline BOOL done(DWORD code) noexcept {
+    return code == 0 ? TRUE : fail(code);
+}
+
+// Drops what OpenSSL added to the error queue of this thread while the object lived.
+class OpenSslErrors {
+public:
+    OpenSslErrors() noexcept { ERR_set_mark(); }
+    ~OpenSslErrors() { ERR_pop_to_mark(); }
+    OpenSslErrors(const OpenSslErrors&) = delete;
+    OpenSslErrors& operator=(const OpenSslErrors&) = delete;
+};
+
+// Whether OpenSSL has what all its functions take for granted. It sets itself up once, when it is first used, remembers
+// a failure for good and then goes through null pointers.
+bool isOpenSslReady() noexcept;
+
+// Runs the body of an exported function; an exception becomes a last error and the value `failure`. A failure for which
+// the body sets no last error gets one: without, its caller might take it for success. Where OpenSSL could not set
+// itself up, for want of memory, the body does not run.
+template <typename Result, typename Body>
+Result serviceCall(Result failure, Body body) noexcept {
+    ForkGate const gate;
+    OpenSslErrors const errors;
+    DWORD const before = GetLastError();
+    SetLastError(0);
+    Result result = failure;
+    try {
+        if (!isOpenSslReady()) {
+            throw std::bad_alloc();
+        }
+        result = body();
+    } catch (const std::bad_alloc&) {
+        SetLastError(E_OUTOFMEMORY);
+    } catch (...) {
+        SetLastError(NTE_FAIL);
+    }
+    if (GetLastError() == 0) {
+        SetLastError(result == failure ? NTE_FAIL : before);
+    }
+    return result;
+}
+
+// The two-step protocol for octets: 0, or ERROR_MORE_DATA.
+inline DWORD giveBytes(ByteView value, void* buffer, DWORD* size) noexcept {
+    DWORD const room = *size;
+    *size = static_cast<DWORD>(value.size());
+    if (buffer == nullptr) {
+        return 0;
+    }
+    if (room < value.size()) {
+        return ERROR_MORE_DATA;
+    }
+    if (!value.empty()) {
+        std::memcpy(buffer, value.data(), value.size());
+    }
+    return 0;
+}
+
+// A setting of the service's own tables, such as "\crypto\system_roots"; `otherwise` when it is absent. While the
+// settings file is broken all of them are empty and false: what a default folder holds, or the system's own roots, may
+// be the very thing that the file was to switch off.
+std::string settingText(const char* path, std::string_view otherwise);
+bool settingFlag(const char* path, bool otherwise) noexcept;
+
+// The trace context "crypto" of this service.
+TSupportDbContext_* traceContext() noexcept;
+
+}  // namespace tallow::platform
+
+// One trace line; the arguments are computed only when it is written.
+#define TALLOW_CRYPTO_TRACE(format, ...)                                                  \
+    do {                                                                                  \
+        if (support_print_is(tallow::platform::traceContext(), 8) != 0) {                 \
+            support_dprint_print_(tallow::platform::traceContext(), format, "", __LINE__, \
+                                  __func__ __VA_OPT__(, ) __VA_ARGS__);                   \
+        }                                                                                 \
+    } while (false)

@@ -1,0 +1,274 @@
+// The fields of a certificate. The walk over the outer structure is ours, with OpenSSL's header reader: making
+// OpenSSL's whole object costs ten times as much, mostly for the public key, and a response may carry certificates that
+// nobody asks about.
+#include <openssl/asn1.h>
+#include <openssl/x509v3.h>
+
+#include <openssl/x509v3.h>
+#include <algorithm>
+
+#include <cstring>
+
+#include "platform/crypto/base/der_reader.h"
+#include "platform/crypto/base/openssl_handles.h"
+#include "platform/crypto/base/service_call.h"
+#include "platform/crypto/certificates/certificate.h"
+#include "platform/crypto/keys/public_key.h"
+
+namespace tallow::platform {
+
+namespace {
+
+constexpr int kFirstVersionWithExtensions = 2;
+
+CRYPT_DATA_BLOB blob(ByteView bytes) {
+    // The records of the service have no const, and nothing here writes through them.
+    return {static_cast<DWORD>(bytes.size()), const_cast<BYTE*>(bytes.data())};
+}
+
+// The number of `count` digits at `position`, or a value that is out of every range.
+WORD digitsAt(ByteView text, size_t position, size_t count) {
+    WORD number = 0;
+    for (size_t i = position; i < position + count; ++i) {
+        if (text[i] < '0' || text[i] > '9') {
+            return UINT16_MAX;
+        }
+        number = static_cast<WORD>(number * 10 + (text[i] - '0'));
+    }
+    return number;
+}
+
+// A time of a validity in the two forms that certificates may have (RFC 5280, section 4.1.2.5): to the second, in UTC.
+// False for any other, for a date that is none, and for years that the clock of the service cannot count.
+bool readTime(const DerElement& element, FILETIME& fileTime) {
+    constexpr WORD kFirstYearOfUtcTime = 1950;
+    bool const isShort = element.tag == V_ASN1_UTCTIME;
+    size_t const sizeYear = isShort ? 2 : 4;
+    ByteView const text = element.content;
+    if (text.size() != sizeYear + 11 || text.back() != 'Z') {
+        return false;
+    }
+    WORD year = digitsAt(text, 0, sizeYear);
+    if (isShort && year < 100) {
+        year = static_cast<WORD>(year + (year < kFirstYearOfUtcTime % 100 ? 2000 : 1900));
+    }
+    SYSTEMTIME const moment{year,
+                            digitsAt(text, sizeYear, 2),
+                            0,
+                            digitsAt(text, sizeYear + 2, 2),
+                            digitsAt(text, sizeYear + 4, 2),
+                            digitsAt(text, sizeYear + 6, 2),
+                            digitsAt(text, sizeYear + 8, 2),
+                            0};
+    return SystemTimeToFileTime(&moment, &fileTime) != FALSE;
+}
+
+bool isTime(const DerElement& element) {
+    return element.tagClass == V_ASN1_UNIVERSAL && !element.constructed &&
+           (element.tag == V_ASN1_UTCTIME || element.tag == V_ASN1_GENERALIZEDTIME);
+}
+
+X509Ptr parseX509(ByteView der) {
+    const unsigned char* position = der.data();
+    return X509Ptr(d2i_X509(nullptr, &position, static_cast<long>(der.size())));
+}
+
+// Has OpenSSL read extensions and key now, before threads share the object. Whether it could; a self-signed certificate
+// also passes for another one when its key could not be looked at.
+bool readDeep(X509& certificate) {
+    bool const isRead = X509_check_purpose(&certificate, -1, 0) == 1 && X509_get0_pubkey(&certificate) != nullptr;
+    return isRead && (X509_get_extension_flags(&certificate) & (EXFLAG_SI | EXFLAG_SS)) != EXFLAG_SI;
+}
+
+}  // namespace
+
+CertificateBody::CertificateBody(ByteView der) : der_(der.begin(), der.end()) {}
+
+CertificateBody::~CertificateBody() = default;
+
+std::shared_ptr<const CertificateBody> CertificateBody::parse(ByteView der) {
+    OpenSslErrors const errors;
+    if (der.empty() || der.size() > UINT32_MAX) {
+        return nullptr;
+    }
+    struct Parsed : CertificateBody {
+        explicit Parsed(ByteView bytes) : CertificateBody(bytes) {}
+    };
+    auto body = std::make_shared<Parsed>(der);
+    if (!body->parseOuter()) {
+        return nullptr;
+    }
+    return body;
+}
+
+bool CertificateBody::parseOuter() {
+    DerReader outer{ByteView(der_)};
+    DerReader parts = outer.sequence();
+    DerElement const tbs = parts.expect(V_ASN1_SEQUENCE);
+    CRYPT_ALGORITHM_IDENTIFIER outerAlgorithm{};
+    bool const algorithmRead = readAlgorithm(parts, outerAlgorithm);
+    DerElement const signature = parts.expect(V_ASN1_BIT_STRING);
+    DWORD unusedBits = 0;
+    if (outer.failed() || parts.failed() || !outer.atEnd() || !parts.atEnd() || !algorithmRead ||
+        !readBitString(signature, signature_, unusedBits)) {
+        return false;
+    }
+    tbs_ = tbs.whole;
+    return parseToBeSigned() && std::strcmp(outerAlgorithm.pszObjId, info_.SignatureAlgorithm.pszObjId) == 0;
+}
+
+bool CertificateBody::parseToBeSigned() {
+    DerReader outer(tbs_);
+    DerReader fields = outer.sequence();
+    if (DerElement const version = fields.optionalContext(0); version.tag == 0) {
+        DerReader inner(version.content);
+        DerElement const number = inner.expect(V_ASN1_INTEGER);
+        if (inner.failed() || number.content.size() != 1 || number.content[0] > kFirstVersionWithExtensions) {
+            return false;
+        }
+        info_.dwVersion = number.content[0];
+    }
+    DerElement const serial = fields.expect(V_ASN1_INTEGER);
+    serialReversed_.assign(serial.content.rbegin(), serial.content.rend());
+    info_.SerialNumber = blob(serialReversed_);
+    if (!readAlgorithm(fields, info_.SignatureAlgorithm)) {
+        return false;
+    }
+    info_.Issuer = blob(fields.expect(V_ASN1_SEQUENCE).whole);
+    DerReader validity = fields.sequence();
+    bool const timesRead = readValidity(validity);
+    info_.Subject = blob(fields.expect(V_ASN1_SEQUENCE).whole);
+    return timesRead && !serialReversed_.empty() && readPublicKeyInfo(fields) && parseTail(fields);
+}
+
+// False for what is no pair of times. Times that cannot be read leave a certificate that is never valid: another one of
+// the same message may be the one that counts.
+bool CertificateBody::readValidity(DerReader& validity) {
+    DerElement const notBefore = validity.next();
+    DerElement const notAfter = validity.next();
+    if (validity.failed() || !isTime(notBefore) || !isTime(notAfter)) {
+        return false;
+    }
+    hasTimes_ = readTime(notBefore, info_.NotBefore) && readTime(notAfter, info_.NotAfter);
+    if (!hasTimes_) {
+        info_.NotBefore = {UINT32_MAX, INT32_MAX};  // the last moment of the clock
+        info_.NotAfter = {};
+    }
+    return true;
+}
+
+bool CertificateBody::readPublicKeyInfo(DerReader& fields) {
+    DerElement const element = fields.expect(V_ASN1_SEQUENCE);
+    spki_ = element.whole;
+    DerReader parts(element.content);
+    CERT_PUBLIC_KEY_INFO& key = info_.SubjectPublicKeyInfo;
+    if (!readAlgorithm(parts, key.Algorithm)) {
+        return false;
+    }
+    ByteView octets;
+    if (!readBitString(parts.expect(V_ASN1_BIT_STRING), octets, key.PublicKey.cUnusedBits) || parts.failed()) {
+        return false;
+    }
+    key.PublicKey.cbData = static_cast<DWORD>(octets.size());
+    key.PublicKey.pbData = const_cast<BYTE*>(octets.data());
+    return true;
+}
+
+bool CertificateBody::parseTail(DerReader& fields) {
+    for (int tag : {1, 2}) {
+        DerElement const element = fields.optionalContext(tag);
+        if (element.tag != tag) {
+            continue;
+        }
+        CRYPT_BIT_BLOB& identifier = tag == 1 ? info_.IssuerUniqueId : info_.SubjectUniqueId;
+        ByteView octets;
+        if (!readBitString(element, octets, identifier.cUnusedBits)) {
+            return false;
+        }
+        identifier.cbData = static_cast<DWORD>(octets.size());
+        identifier.pbData = const_cast<BYTE*>(octets.data());
+    }
+    DerElement const extensions = fields.optionalContext(3);
+    bool const read = extensions.tag != 3 || parseExtensions(extensions.content);
+    return read && !fields.failed() && fields.atEnd();
+}
+
+bool CertificateBody::parseExtensions(ByteView explicitTag) {
+    DerReader outer(explicitTag);
+    DerReader list = outer.sequence();
+    while (!list.failed() && !list.atEnd()) {
+        if (!parseExtension(list)) {
+            return false;
+        }
+    }
+    info_.cExtension = static_cast<DWORD>(extensions_.size());
+    info_.rgExtension = extensions_.empty() ? nullptr : extensions_.data();
+    return !outer.failed() && outer.atEnd() && !list.failed();
+}
+
+bool CertificateBody::parseExtension(DerReader& list) {
+    DerReader fields = list.sequence();
+    CERT_EXTENSION extension{};
+    extension.pszObjId = keepText(oidText(fields.expect(V_ASN1_OBJECT)));
+    DerElement value = fields.next();
+    if (value.tag == V_ASN1_BOOLEAN && value.tagClass == V_ASN1_UNIVERSAL) {
+        if (value.content.size() != 1) {
+            return false;
+        }
+        extension.fCritical = value.content[0] != 0 ? TRUE : FALSE;
+        value = fields.next();
+    }
+    if (fields.failed() || !fields.atEnd() || value.tag != V_ASN1_OCTET_STRING || value.tagClass != V_ASN1_UNIVERSAL ||
+        value.constructed || extension.pszObjId[0] == '\0') {
+        return false;
+    }
+    extension.Value = blob(value.content);
+    extensions_.push_back(extension);
+    return true;
+}
+
+bool CertificateBody::readAlgorithm(DerReader& from, CRYPT_ALGORITHM_IDENTIFIER& algorithm) {
+    DerReader parts = from.sequence();
+    algorithm.pszObjId = keepText(oidText(parts.expect(V_ASN1_OBJECT)));
+    if (!parts.failed() && !parts.atEnd()) {
+        algorithm.Parameters = blob(parts.next().whole);
+    }
+    return !parts.failed() && parts.atEnd() && algorithm.pszObjId[0] != '\0';
+}
+
+LPSTR CertificateBody::keepText(std::string text) {
+    return texts_.emplace_back(std::move(text)).data();
+}
+
+const CERT_EXTENSION* CertificateBody::extension(const char* oid) const noexcept {
+    auto const found = std::find_if(extensions_.begin(), extensions_.end(), [oid](const CERT_EXTENSION& extension) {
+        return std::strcmp(extension.pszObjId, oid) == 0;
+    });
+    return found == extensions_.end() ? nullptr : &*found;
+}
+
+X509* CertificateBody::x509() const noexcept {
+    if (!hasTimes_) {
+        return nullptr;
+    }
+    return x509_.get([this] {
+        OpenSslErrors const errors;
+        // OpenSSL remembers in the object that its key or its extensions could not be read, also when only memory was
+        // missing. The second object shows a fault of the certificate.
+        X509Ptr made = parseX509(der_);
+        if (made != nullptr && !readDeep(*made)) {
+            made = parseX509(der_);
+            static_cast<void>(made != nullptr && readDeep(*made));
+        }
+        return made;
+    });
+}
+
+EVP_PKEY* CertificateBody::publicKey() const noexcept {
+    return key_.get([this] {
+        OpenSslErrors const errors;
+        return loadPublicKey(info_.SubjectPublicKeyInfo, spki_);
+    });
+}
+
+}  // namespace tallow::platform

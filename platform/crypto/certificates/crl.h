@@ -1,0 +1,87 @@
+// A CRL: its bytes and what they say, read once (RFC 5280, section 5). Nothing here is trusted before the signature is
+// verified (crl_signer.h). A CRL that can be read but breaks a rule of the standard is kept with its defect: it proves
+// nothing, but shows that there is a newer state than that of older ones.
+#pragma once
+
+#include <openssl/x509v3.h>
+
+#include <cstdint>
+#include <limits>
+#include <memory>
+#include <optional>
+#include <vector>
+
+#include "platform/crypto/base/known_signer.h"
+#include "platform/crypto/base/openssl_handles.h"
+#include "platform/crypto/certificates/certificate.h"
+#include "platform/crypto/keys/signature.h"
+
+namespace tallow::platform {
+
+using GeneralNamesPtr = std::unique_ptr<GENERAL_NAMES, OpenSslFree<GENERAL_NAMES_free>>;
+using X509NamePtr = std::unique_ptr<X509_NAME, OpenSslFree<X509_NAME_free>>;
+using DistributionPointsPtr = std::unique_ptr<CRL_DIST_POINTS, OpenSslFree<CRL_DIST_POINTS_free>>;
+using IssuingPointPtr = std::unique_ptr<ISSUING_DIST_POINT, OpenSslFree<ISSUING_DIST_POINT_free>>;
+using KeyIdentifierPtr = std::unique_ptr<AUTHORITY_KEYID, OpenSslFree<AUTHORITY_KEYID_free>>;
+
+struct CrlEntry {
+    ByteView serial;                   // as integerContent() gives it
+    std::uint32_t issuerPosition = 0;  // 0: the CRL's own issuer, else 1 + the position in Crl::entryIssuers
+    std::uint8_t reason = 0;           // CRLReason; 0 when the entry has none
+};
+
+// Immutable once made; safe for use from any thread. All views point into `der`.
+struct Crl : std::enable_shared_from_this<Crl> {
+    // Null when the bytes are not a CRL in DER.
+    static std::shared_ptr<const Crl> parse(ByteView der);
+
+    // The reason of the entry for a certificate, by its issuer's name and its serial number (as integerContent() gives
+    // it); nothing when it is not listed. Of several entries the most final counts: removeFromCRL least, then a hold.
+    std::optional<int> reasonFor(const X509_NAME* certificateIssuer, ByteView serial) const;
+    bool isDelta() const noexcept { return baseNumber.has_value(); }
+    SignedBytes signedBytes() const;
+
+    Bytes der;
+    const char* defect = nullptr;  // why nothing may be concluded from the CRL; null when it is sound
+    ByteView tbs;
+    ByteView signature;
+    X509AlgorithmPtr algorithm;
+    std::string algorithmOid;
+    ByteView algorithmParameters;  // empty when absent
+    X509NamePtr issuer;            // never null
+    ByteView issuerDer;
+    long long thisUpdate = 0;                 // seconds since 1970; kMalformedTime counts as newer than any other
+    std::optional<long long> nextUpdate;      // likewise
+    std::optional<ByteView> number;           // as integerContent() gives it
+    std::optional<ByteView> baseNumber;       // of a delta CRL
+    KeyIdentifierPtr authorityKeyIdentifier;  // null when absent
+    IssuingPointPtr scope;                    // null when absent: all certificates of the issuer
+    ByteView scopeDer;                        // empty when absent
+    DistributionPointsPtr freshest;           // where its delta CRLs are; null when absent
+    std::vector<CrlEntry> entries;            // by serial number
+    std::vector<ByteView> entryIssuers;       // GeneralNames; only in an indirect CRL
+    mutable KnownSigner knownSigner;
+};
+using CrlRef = std::shared_ptr<const Crl>;
+
+// The content of an INTEGER without redundant leading octets, so that equal numbers have equal bytes.
+ByteView integerContent(ByteView content) noexcept;
+
+// Whether `left` is less than `right`; both as integerContent() gives them, not negative.
+bool isLess(ByteView left, ByteView right) noexcept;
+
+// Whether one of the directory names among `names` is `name`.
+bool containsName(const GENERAL_NAMES* names, const X509_NAME* name);
+
+// Whether there are at most 32 names, so that comparing two lists is cheap; null is short.
+bool isShort(const GENERAL_NAMES* names);
+
+// Prepares the name of a distribution point (null: none): one that is relative to `base` is completed. False when it
+// cannot be, when a list of full names is empty, or when it is not short. Call once per name.
+bool completePointName(DIST_POINT_NAME* name, const X509_NAME* base);
+
+constexpr long long kMalformedTime = std::numeric_limits<long long>::max();
+constexpr int kReasonRemoveFromCrl = 8;
+constexpr int kReasonCertificateHold = 6;
+
+}  // namespace tallow::platform

@@ -1,0 +1,186 @@
+#include "platform/crypto/certificates/store_file.h"
+
+#include <openssl/asn1.h>
+
+#include <algorithm>
+#include <array>
+
+#include "platform/crypto/base/der_reader.h"
+#include "platform/crypto/base/pem_blocks.h"
+
+namespace tallow::platform {
+
+namespace {
+
+constexpr BYTE kSequence = 0x30;
+
+std::string_view textOf(ByteView bytes) {
+    return {reinterpret_cast<const char*>(bytes.data()), bytes.size()};
+}
+
+std::string upperCase(std::string_view text) {
+    std::string upper(text);
+    std::transform(upper.begin(), upper.end(), upper.begin(),
+                   [](char c) { return c >= 'a' && c <= 'z' ? static_cast<char>(c - 'a' + 'A') : c; });
+    return upper;
+}
+
+bool takeCertificate(ByteView der, StoreFileContent& content) {
+    CertificateRef certificate = Certificate::create(der);
+    if (certificate) {
+        content.certificates.push_back(std::move(certificate));
+        return true;
+    }
+    return false;
+}
+
+// ---- What may have been a CRL --------------------------------------------------------------------------------------
+
+// A header of DER or BER with a length of more than one octet. No text begins so: the second octet would have to follow
+// another one in UTF-8.
+bool isBinaryForm(ByteView content) {
+    constexpr BYTE kIndefinite = 0x80;
+    constexpr BYTE kLongest = 0x88;
+    return content.size() > 1 && content[0] == kSequence && content[1] >= kIndefinite && content[1] <= kLongest;
+}
+
+// The octet that follows a header, whatever length the header gives: the content may have been cut.
+ByteView afterHeader(ByteView header) {
+    constexpr BYTE kLongForm = 0x80;
+    size_t const sizeLength = header.size() > 1 && header[1] > kLongForm ? header[1] - kLongForm : 0U;
+    return header.subspan(std::min(header.size(), 2 + sizeLength));
+}
+
+// Whether more follows than the structure at the front, which may be another one.
+bool hasMore(ByteView content) {
+    size_t const sizeHeader = content.size() - afterHeader(content).size();
+    size_t size = content.size() > 1 && sizeHeader == 2 ? content[1] : 0;
+    for (size_t i = 2; i < sizeHeader; ++i) {
+        size = size << 8 | content[i];
+    }
+    return size < content.size() - sizeHeader;
+}
+
+// Whether binary content may be a CRL, also one that was cut or that does not parse. In a certificate the version of
+// the signed structure shows, and a key begins with a number.
+bool mayBeBinaryCrl(ByteView content) {
+    constexpr BYTE kVersion = 0xA0;
+    if (hasMore(content)) {
+        return true;
+    }
+    ByteView const outer = afterHeader(content);
+    if (outer.empty() || outer[0] != kSequence) {
+        return outer.empty() || outer[0] == V_ASN1_OBJECT;  // a PKCS #7 may hold one
+    }
+    ByteView const toBeSigned = afterHeader(outer);
+    return toBeSigned.empty() || toBeSigned[0] != kVersion;
+}
+
+// Whether there are octets that no text has, in whatever encoding without zeros: a structure in DER has them, and so
+// does what is compressed.
+bool hasBinary(ByteView content) {
+    return std::any_of(content.begin(), content.end(), [](BYTE octet) {
+        return octet < '\b' || (octet > '\r' && octet < 0x1A) || (octet > 0x1B && octet < ' ');
+    });
+}
+
+// Whether the text is a structure in hexadecimal digits.
+bool isHexForm(std::string_view text) {
+    return text.starts_with("30") && text.find_first_not_of("0123456789abcdefABCDEF: \t\r\n") == std::string_view::npos;
+}
+
+// Content that is neither DER nor PEM.
+bool mayHideCrl(ByteView content, std::string_view name) {
+    if (content.empty() || endsAsCrl(name)) {
+        return true;  // an empty file is what a failed download or a crash leaves
+    }
+    if (isBinaryForm(content)) {
+        return mayBeBinaryCrl(content);
+    }
+    std::string_view text = textOf(content);
+    text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n\xEF\xBB\xBF"), text.size()));
+    // Bare base64 of DER; a cut line.
+    return text.starts_with("MI") || text.find("-----") != std::string_view::npos || isHexForm(text) ||
+           hasBinary(content);
+}
+
+bool takeCrl(ByteView der, StoreFileContent& content) {
+    if (der.empty() || der[0] != kSequence || !mayBeBinaryCrl(der)) {
+        return false;
+    }
+    CrlRef crl = Crl::parse(der);
+    if (crl == nullptr) {
+        content.isFinal = false;
+        return false;
+    }
+    content.crls.push_back(std::move(crl));
+    return true;
+}
+
+bool mayHoldCrl(std::string_view label) {
+    constexpr std::array<std::string_view, 4> kContainers{"PKCS7", "PKCS #7 SIGNED DATA", "CMS", ""};
+    return label.find("CRL") != std::string_view::npos ||
+           std::find(kContainers.begin(), kContainers.end(), label) != kContainers.end();
+}
+
+// ---- PEM -----------------------------------------------------------------------------------------------------------
+
+void addProblem(StoreFileContent& content, std::string_view label, const char* what, bool mayBeCrl,
+                bool isOther = false) {
+    content.problems.push_back({{}, "holds the PEM block \"" + std::string(label) + "\", " + what, mayBeCrl, isOther});
+}
+
+void takeBlock(const PemBlock& block, StoreFileContent& content) {
+    std::string const label = upperCase(block.label);
+    bool const isCertificate = label == "CERTIFICATE" || label == "X509 CERTIFICATE";
+    bool const isCrl = label == "X509 CRL" || label == "CRL";
+    bool const mayBeCrl = mayHoldCrl(label) || (!block.isComplete && std::string_view("X509 CRL").starts_with(label));
+    Bytes der;
+    if (!block.isComplete) {
+        addProblem(content, block.label, "which has no end: the file was cut", mayBeCrl);
+    } else if (!isCertificate && !isCrl) {
+        addProblem(content, block.label, "which is neither a certificate nor a CRL", mayBeCrl, true);
+    } else if (!decodeBlock(block, der)) {
+        addProblem(content, block.label, "which is no base64", mayBeCrl);
+    } else if (!(isCertificate && takeCertificate(der, content)) && !takeCrl(der, content)) {
+        addProblem(content, block.label, "which does not parse", isCrl || mayBeBinaryCrl(der));
+    }
+}
+
+}  // namespace
+
+bool endsAsCrl(std::string_view name) {
+    size_t const dot = name.rfind('.');
+    if (dot == std::string_view::npos) {
+        return false;
+    }
+    std::string const ending = upperCase(name.substr(dot + 1));
+    // "a1b2c3d4.r0" is how a directory of hashed names holds CRLs.
+    return ending == "CRL" ||
+           (ending.size() > 1 && ending[0] == 'R' && ending.find_first_not_of("0123456789", 1) == std::string::npos);
+}
+
+bool StoreFileContent::mayLackCrl() const noexcept {
+    return std::any_of(problems.begin(), problems.end(), [](const StoreProblem& problem) { return problem.mayBeCrl; });
+}
+
+StoreFileContent parseStoreFile(ByteView bytes, std::string_view name) {
+    StoreFileContent content;
+    if (takeCertificate(bytes, content) || takeCrl(bytes, content)) {
+        return content;
+    }
+    std::vector<PemBlock> const blocks = isBinaryForm(bytes) ? std::vector<PemBlock>() : pemBlocks(textOf(bytes));
+    for (const PemBlock& block : blocks) {
+        takeBlock(block, content);
+    }
+    if (blocks.empty()) {
+        bool const mayBeCrl = mayHideCrl(bytes, name);
+        const char* const reason = bytes.empty() ? "is empty" : "holds no certificate and no CRL in PEM or DER";
+        content.problems.push_back({{}, reason, mayBeCrl, !mayBeCrl});
+    } else if (hasBinary(bytes)) {
+        content.problems.push_back({{}, "holds more than text beside its PEM blocks", true});
+    }
+    return content;
+}
+
+}  // namespace tallow::platform

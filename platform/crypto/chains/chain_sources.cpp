@@ -1,0 +1,131 @@
+#include "platform/crypto/chains/chain_sources.h"
+
+#include <memory>
+#include <mutex>
+
+#include "platform/crypto/base/service_call.h"
+#include "platform/crypto/certificates/system_store.h"
+#include "platform/support/never_destroyed.h"
+
+namespace tallow::platform {
+
+namespace {
+
+// HCCE_LOCAL_MACHINE, the one engine that is a number.
+constexpr std::uintptr_t kMachineEngine = 1;
+
+struct RunRoots {
+    std::mutex mutex;
+    std::vector<CertificateRef> roots;
+};
+
+RunRoots& runRoots() {
+    static NeverDestroyed<RunRoots> roots;
+    return *roots;
+}
+
+template <typename Item>
+void append(std::vector<Item>& target, std::vector<Item>&& items) {
+    target.insert(target.end(), std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()));
+}
+
+void addStore(ChainSources& sources, const Store* store) {
+    if (store != nullptr) {
+        append(sources.others, store->certificates());
+        append(sources.crls, store->crls());
+        sources.crlsIncomplete |= store->mayLackCrl();
+    }
+}
+
+// Takes the files' own records instead of a store filled with copies: a bundle of system roots has some 150.
+void addSystemStore(const char* name, StoreView storeView, std::vector<CertificateRef>& certificates,
+                    ChainSources& sources) {
+    StoreFiles const found = systemStoreFiles(name, storeView);
+    for (const StoreFile& file : found.files) {
+        const StoreFileContent& content = *file.content;
+        certificates.insert(certificates.end(), content.certificates.begin(), content.certificates.end());
+        sources.crls.insert(sources.crls.end(), content.crls.begin(), content.crls.end());
+    }
+    sources.crlsIncomplete |= found.mayLackCrl();
+}
+
+void addRoots(ChainSources& sources, const ChainEngine* engine, StoreView storeView) {
+    if (engine != nullptr && engine->exclusiveRoots) {
+        sources.roots = engine->exclusiveRoots->certificates();
+        append(sources.crls, engine->exclusiveRoots->crls());
+        sources.crlsIncomplete |= engine->exclusiveRoots->mayLackCrl();
+        return;
+    }
+    {
+        const std::lock_guard<std::mutex> lock(runRoots().mutex);
+        sources.roots = runRoots().roots;
+    }
+    addSystemStore("ROOT", storeView, sources.roots, sources);
+}
+
+}  // namespace
+
+const ChainEngine* engineOf(HCERTCHAINENGINE handle) noexcept {
+    return reinterpret_cast<std::uintptr_t>(handle) <= kMachineEngine ? nullptr : static_cast<ChainEngine*>(handle);
+}
+
+ChainSources chainSources(HCERTCHAINENGINE handle, HCERTSTORE additional) {
+    const ChainEngine* const engine = engineOf(handle);
+    const StoreView storeView =
+        reinterpret_cast<std::uintptr_t>(handle) == kMachineEngine ? StoreView::kMachine : StoreView::kUser;
+    ChainSources sources;
+    addRoots(sources, engine, storeView);
+    addStore(sources, Store::of(additional));
+    const std::size_t numHandedIn = sources.others.size();
+    if (engine != nullptr) {
+        for (const StoreRef& store : engine->additional) {
+            addStore(sources, store.get());
+        }
+    }
+    addSystemStore("CA", storeView, sources.others, sources);
+    sources.numLocal = sources.others.size() - numHandedIn;
+    return sources;
+}
+
+}  // namespace tallow::platform
+
+using namespace tallow::platform;
+
+BOOL crypto_add_trusted_root(PCCERT_CONTEXT pCertContext) {
+    return serviceCall(FALSE, [&] {
+        CertificateRef root = CertificateRef::share(pCertContext);
+        if (!root) {
+            return fail(E_INVALIDARG);
+        }
+        const std::lock_guard<std::mutex> lock(runRoots().mutex);
+        runRoots().roots.push_back(std::move(root));
+        return TRUE;
+    });
+}
+
+void crypto_forget_trusted_roots(void) {
+    const ForkGate gate;
+    const std::lock_guard<std::mutex> lock(runRoots().mutex);
+    runRoots().roots.clear();
+}
+
+BOOL CertCreateCertificateChainEngine(CERT_CHAIN_ENGINE_CONFIG* pConfig, HCERTCHAINENGINE* phChainEngine) {
+    return serviceCall(FALSE, [&] {
+        if (pConfig == nullptr || phChainEngine == nullptr || pConfig->cbSize != sizeof(CERT_CHAIN_ENGINE_CONFIG) ||
+            (pConfig->cAdditionalStore != 0 && pConfig->rghAdditionalStore == nullptr)) {
+            return fail(E_INVALIDARG);
+        }
+        auto engine = std::make_unique<ChainEngine>();
+        engine->exclusiveRoots = StoreRef::share(pConfig->hExclusiveRoot);
+        for (DWORD i = 0; i < pConfig->cAdditionalStore; ++i) {
+            engine->additional.push_back(StoreRef::share(pConfig->rghAdditionalStore[i]));
+        }
+        engine->fetchTimeoutMs = static_cast<long>(pConfig->dwUrlRetrievalTimeout);
+        *phChainEngine = engine.release();
+        return TRUE;
+    });
+}
+
+void CertFreeCertificateChainEngine(HCERTCHAINENGINE hChainEngine) {
+    const std::unique_ptr<const ChainEngine> engine(engineOf(hChainEngine));
+}

@@ -1,0 +1,31 @@
+// Where a chain may take its certificates and CRLs from: the engine behind a handle, the roots added for this run, and
+// the collection of all that one call may use.
+#pragma once
+
+#include <vector>
+
+#include "platform/crypto/certificates/store.h"
+
+namespace tallow::platform {
+
+struct ChainEngine {
+    StoreRef exclusiveRoots;  // empty: the ROOT store and the roots of this run
+    std::vector<StoreRef> additional;
+    long fetchTimeoutMs = 0;  // 0: the setting
+};
+
+// The engine behind a handle. The handles 0 (current user) and 1 (local machine) have no record: null.
+const ChainEngine* engineOf(HCERTCHAINENGINE handle) noexcept;
+
+struct ChainSources {
+    std::vector<CertificateRef> roots;
+    std::vector<CertificateRef> others;  // certificates passed by the caller come first, then the stores' (engine, CA)
+    std::size_t numLocal = 0;            // of the others, at the end: those from stores, where somebody put them
+    std::vector<CrlRef> crls;
+    bool crlsIncomplete = false;  // a file that may hold a CRL could not be read: nothing counts as "not revoked"
+};
+
+// `additional` may be null.
+ChainSources chainSources(HCERTCHAINENGINE engine, HCERTSTORE additional);
+
+}  // namespace tallow::platform

@@ -1,0 +1,89 @@
+#include "platform/crypto/chains/crl_source.h"
+
+#include <algorithm>
+#include <limits>
+
+#include "platform/crypto/base/limits.h"
+#include "platform/crypto/base/service_call.h"
+#include "platform/crypto/chains/signature_ledger.h"
+#include "platform/crypto/network/url_cache.h"
+
+namespace tallow::platform {
+
+namespace {
+
+constexpr long kAnyAge = std::numeric_limits<long>::max();  // offline, nextUpdate alone bounds the use of a CRL
+
+DWORD lowerLimit(DWORD left, DWORD right) {
+    return left == 0 || right == 0 ? std::max(left, right) : std::min(left, right);
+}
+
+}  // namespace
+
+long long secondsSince1970(const FILETIME& time) noexcept {
+    constexpr long long kSecondsFrom1601To1970 = 11644473600LL;
+    const auto ticks = static_cast<unsigned long long>(time.dwHighDateTime) << 32 | time.dwLowDateTime;
+    return static_cast<long long>(ticks / 10000000ULL) - kSecondsFrom1601To1970;
+}
+
+CrlRules crlRules(const FILETIME& when, bool useNetwork, const FILETIME* resync, DWORD maxAgeSeconds) {
+    const ChainLimits limits = chainLimits();
+    CrlRules rules;
+    rules.when = when;
+    rules.useNetwork = useNetwork;
+    rules.resync = resync;
+    rules.maxAgeSeconds = lowerLimit(maxAgeSeconds, static_cast<DWORD>(limits.maxCrlAgeSeconds));
+    rules.cacheMaxAgeSeconds = useNetwork ? limits.crlCacheMaxAgeSeconds : kAnyAge;
+    return rules;
+}
+
+bool CrlSource::isCurrent(const Crl& crl) const {
+    const long long now = secondsSince1970(rules_.when);
+    const bool isYoung = rules_.maxAgeSeconds == 0 || crl.thisUpdate >= now - rules_.maxAgeSeconds;
+    return crl.thisUpdate <= now && crl.nextUpdate && *crl.nextUpdate > now && isYoung;
+}
+
+bool CrlSource::add(CrlRef crl, const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) const {
+    if (!crl) {
+        return false;
+    }
+    const ReasonMask reasons = subject.reasonsCoveredBy(*crl);
+    if (reasons == 0) {
+        return false;
+    }
+    const char* const objection = crl->defect != nullptr                  ? crl->defect
+                                  : !isCurrent(*crl)                      ? "it is not current"
+                                  : isWeakSignature(crl->algorithm.get()) ? "its signature algorithm is weak"
+                                                                          : nullptr;
+    if (objection != nullptr) {
+        TALLOW_CRYPTO_TRACE("A CRL about the certificate is not used: %s\n", objection);
+        if (crl->thisUpdate != kMalformedTime && crl->thisUpdate > secondsSince1970(rules_.when)) {
+            return false;  // the check is about an earlier time
+        }
+    }
+    candidates.push_back({std::move(crl), url, reasons, objection == nullptr});
+    return objection == nullptr;
+}
+
+void CrlSource::addLocal(const CrlSubject& subject, CrlCandidates& candidates) const {
+    for (const CrlRef& crl : local_) {
+        add(crl, {}, subject, candidates);
+    }
+}
+
+bool CrlSource::addCached(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) const {
+    const std::optional<Bytes> cached = UrlCache().find(url, rules_.cacheMaxAgeSeconds, rules_.resync);
+    return cached && add(Crl::parse(*cached), {}, subject, candidates);
+}
+
+bool CrlSource::addFetched(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) {
+    const std::optional<Bytes> body =
+        rules_.useNetwork ? fetchObject(url, chainLimits().maxCrlSize, allowance_) : std::nullopt;
+    return body && add(Crl::parse(*body), url, subject, candidates);
+}
+
+void CrlSource::keep(const CrlCandidate& candidate) {
+    UrlCache().keep(candidate.url, candidate.crl->der);
+}
+
+}  // namespace tallow::platform

@@ -1,0 +1,118 @@
+#include "platform/crypto/chains/issuer_download.h"
+
+#include <openssl/pkcs7.h>
+
+#include <algorithm>
+#include <limits>
+#include <memory>
+
+#include "platform/crypto/base/openssl_handles.h"
+#include "platform/crypto/chains/crl_source.h"
+#include "platform/crypto/chains/issuer_candidates.h"
+#include "platform/crypto/network/url_cache.h"
+
+namespace tallow::platform {
+
+namespace {
+
+constexpr int kMaxCertificates = 16;  // taken from one message: with the issuer's name, and as many others
+constexpr long kSecondsInDay = 24 * 3600;
+constexpr long kAnyAge = std::numeric_limits<long>::max();
+
+struct Pkcs7Free {
+    void operator()(PKCS7* message) const noexcept { PKCS7_free(message); }
+};
+
+CertificateRef fromX509(X509* certificate) {
+    unsigned char* encoded = nullptr;
+    const int size = i2d_X509(certificate, &encoded);
+    const OpenSslBytesPtr owner(encoded);
+    return size > 0 ? Certificate::create({encoded, static_cast<std::size_t>(size)}) : CertificateRef();
+}
+
+// Those with the issuer's name come first; the others may be the issuers above it.
+std::vector<CertificateRef> fromMessage(ByteView der, const X509_NAME* issuer) {
+    const unsigned char* at = der.data();
+    const std::unique_ptr<PKCS7, Pkcs7Free> message(d2i_PKCS7(nullptr, &at, static_cast<long>(der.size())));
+    std::vector<CertificateRef> found;
+    if (!message || !PKCS7_type_is_signed(message.get()) || message->d.sign == nullptr) {
+        return found;
+    }
+    const STACK_OF(X509)* const certificates = message->d.sign->cert;
+    for (const bool named : {true, false}) {
+        int taken = 0;
+        for (int i = 0; i < sk_X509_num(certificates) && taken < kMaxCertificates; ++i) {
+            X509* const certificate = sk_X509_value(certificates, i);
+            if ((X509_NAME_cmp(X509_get_subject_name(certificate), issuer) == 0) != named) {
+                continue;
+            }
+            if (CertificateRef usable = fromX509(certificate)) {
+                found.push_back(std::move(usable));
+                ++taken;
+            }
+        }
+    }
+    return found;
+}
+
+std::vector<CertificateRef> certificatesIn(ByteView body, const Certificate& subject) {
+    if (CertificateRef certificate = Certificate::create(body)) {
+        return {certificate};
+    }
+    return fromMessage(body, X509_get_issuer_name(subject.x509()));
+}
+
+// Whether the address carries a user name or a password: addresses in certificates must not.
+bool hasCredentials(const std::string& url) {
+    const std::size_t host = url.find("//");
+    return host != std::string::npos &&
+           url.substr(host + 2, url.find_first_of("/?#", host + 2) - host - 2).find('@') != std::string::npos;
+}
+
+std::vector<std::string> addressesIn(const Certificate& certificate) {
+    std::vector<std::string> addresses = issuerAddresses(certificate);
+    std::erase_if(addresses, hasCredentials);
+    return addresses;
+}
+
+}  // namespace
+
+bool IssuerDownload::cached(const Certificate& certificate, std::size_t index,
+                            std::vector<CertificateRef>& found) const {
+    const std::vector<std::string> addresses = addressesIn(certificate);
+    if (index >= addresses.size()) {
+        return false;
+    }
+    const long maxAge = useNetwork_ ? kSecondsInDay : kAnyAge;
+    if (const std::optional<Bytes> body = UrlCache().find(addresses[index], maxAge, nullptr)) {
+        found = certificatesIn(*body, certificate);
+    }
+    return true;
+}
+
+bool IssuerDownload::fetched(const Certificate& certificate, std::size_t index, std::vector<CertificateRef>& found) {
+    const std::vector<std::string> addresses = useNetwork_ ? addressesIn(certificate) : std::vector<std::string>();
+    if (index >= addresses.size()) {
+        return false;
+    }
+    if (std::optional<Bytes> body = fetchObject(addresses[index], exchangeLimits().maxBodySize, allowance_)) {
+        found = certificatesIn(*body, certificate);
+        downloads_.push_back({addresses[index], std::move(*body), found});
+    }
+    return true;
+}
+
+void IssuerDownload::keep(const std::vector<CertificateRef>& used) const {
+    for (const Download& download : downloads_) {
+        const bool isUsed = std::any_of(used.begin(), used.end(), [&](const CertificateRef& element) {
+            return std::any_of(
+                download.certificates.begin(), download.certificates.end(),
+                [&](const CertificateRef& certificate) { return sameCertificate(certificate, element); });
+        });
+        if (isUsed) {
+            UrlCache().keep(download.url, download.body);
+        }
+    }
+}
+
+}  // namespace tallow::platform

@@ -1,0 +1,23 @@
+// What it takes to open an encrypted key: the number of rounds is the file's to choose, and a hostile file asks for
+// days of work.
+#pragma once
+
+#include <openssl/x509.h>
+
+#include "platform/crypto/base/bytes.h"
+
+namespace tallow::platform {
+
+// The rounds that one key file may cost altogether: seconds. Files in use ask for a few thousand to a million.
+inline constexpr unsigned long long kMaximumRounds = 5000000;
+
+// The rounds of all password-based algorithms that are named anywhere in DER (PKCS #5: PBES1, PBKDF2, scrypt; PKCS #12:
+// its own ones and the MAC), a number above the limit where one cannot be read. What is inside an encrypted part does
+// not show.
+unsigned long long roundsIn(ByteView der);
+unsigned long long roundsOf(const X509_ALGOR* algorithm);
+
+// Whether this OpenSSL can decrypt data encrypted with the algorithm.
+bool canOpen(const X509_ALGOR* algorithm);
+
+}  // namespace tallow::platform

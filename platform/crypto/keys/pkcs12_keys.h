@@ -1,0 +1,22 @@
+// The private keys of a PKCS #12 file. OpenSSL's store loader gives the first one alone, opens whatever the file asks
+// it to open, at any cost, and calls each failure a wrong PIN; so such files are read here.
+#pragma once
+
+#include "platform/crypto/base/bytes.h"
+#include "platform/crypto/base/openssl_handles.h"
+
+namespace tallow::platform {
+
+// What a search for one private key met.
+struct Pkcs12Result {
+    bool isPkcs12 = false;
+    KeyPtr found = nullptr;
+    bool isLocked = false;       // the PIN does not open the file, or a key in it
+    bool isUnsupported = false;  // something uses unsupported encryption or too many rounds
+    bool sawOtherKey = false;
+};
+
+// Looks for the private key of `publicKey` in a file that opens with `pin` (null: with none).
+Pkcs12Result findPkcs12Key(ByteView file, const char* pin, EVP_PKEY* publicKey);
+
+}  // namespace tallow::platform

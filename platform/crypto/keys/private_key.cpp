@@ -1,0 +1,244 @@
+#include "platform/crypto/keys/private_key.h"
+
+#include <fcntl.h>
+#include <openssl/crypto.h>
+#include <openssl/store.h>
+#include <openssl/ui.h>
+#include <strings.h>
+#include <sys/stat.h>
+
+#include <new>
+#include <string_view>
+
+#include "platform/crypto/base/pem_blocks.h"
+#include "platform/crypto/base/service_call.h"
+#include "platform/crypto/keys/key_cost.h"
+#include "platform/crypto/keys/pkcs12_keys.h"
+#include "platform/support/descriptor.h"
+
+namespace tallow::platform {
+
+namespace {
+
+constexpr off_t kLargestKeyFile = off_t{1} << 20;  // a key with its whole chain has some ten thousand octets
+// OpenSSL goes through a file that is no key in small steps, each as dear as a try of all its decoders.
+constexpr int kMaximumSteps = 256;
+
+using StorePtr = std::unique_ptr<OSSL_STORE_CTX, OpenSslFree<OSSL_STORE_close>>;
+using LoaderPtr = std::unique_ptr<OSSL_STORE_LOADER, OpenSslFree<OSSL_STORE_LOADER_free>>;
+using StoreInfoPtr = std::unique_ptr<OSSL_STORE_INFO, OpenSslFree<OSSL_STORE_INFO_free>>;
+
+struct Search {
+    EVP_PKEY* const publicKey;
+    const char* const pin;
+    int timesAsked = 0;          // for the PIN
+    bool isLocked = false;       // something is there that did not open
+    bool isUnsupported = false;  // or cannot be opened here
+    bool sawOtherKey = false;
+    KeyPtr found = nullptr;
+
+    void offer(KeyPtr key) {
+        if (EVP_PKEY_eq(key.get(), publicKey) == 1) {
+            found = std::move(key);
+        } else {
+            sawOtherKey = true;
+        }
+    }
+    DWORD verdict() const {
+        if (found != nullptr) {
+            return 0;
+        }
+        if (isUnsupported) {
+            return ERROR_NOT_SUPPORTED;
+        }
+        if (isLocked) {
+            return pin == nullptr ? NTE_SILENT_CONTEXT : SCARD_W_WRONG_CHV;
+        }
+        return sawOtherKey ? NTE_BAD_PUBLIC_KEY : NTE_BAD_KEYSET;
+    }
+};
+
+// Answers OpenSSL, straight into its own buffer, which it cleanses.
+int givePin(UI* dialogue, UI_STRING* question) {
+    UI_string_types const kind = UI_get_string_type(question);
+    if (kind != UIT_PROMPT && kind != UIT_VERIFY) {
+        return 1;  // a notice
+    }
+    auto& search = *static_cast<Search*>(UI_get0_user_data(dialogue));
+    ++search.timesAsked;
+    return search.pin != nullptr && UI_set_result(dialogue, question, search.pin) >= 0 ? 1 : -1;
+}
+
+// How OpenSSL asks for a PIN here; its own way is the terminal. Lives as long as the process.
+const UI_METHOD* pinDialogue() {
+    static const UI_METHOD* const method = [] {
+        UI_METHOD* const made = UI_create_method("tallow");
+        if (made == nullptr || UI_method_set_reader(made, givePin) != 0) {
+            throw std::bad_alloc();
+        }
+        return made;
+    }();
+    return method;
+}
+
+void searchStore(OSSL_STORE_CTX* store, Search& search) {
+    OSSL_STORE_expect(store, OSSL_STORE_INFO_PKEY);
+    int asked = 0;
+    for (int i = 0; i < kMaximumSteps && search.found == nullptr && OSSL_STORE_eof(store) != 1; ++i) {
+        StoreInfoPtr const object(OSSL_STORE_load(store));
+        if (KeyPtr key(object == nullptr ? nullptr : OSSL_STORE_INFO_get1_PKEY(object.get())); key != nullptr) {
+            search.offer(std::move(key));
+        } else if (search.timesAsked > asked && OSSL_STORE_error(store) == 1) {
+            search.isLocked = true;
+        }
+        asked = search.timesAsked;
+    }
+}
+
+// The content of a key file, cleansed when it goes.
+struct KeyFile {
+    Bytes content;
+
+    KeyFile() = default;
+    KeyFile(const KeyFile&) = delete;
+    KeyFile& operator=(const KeyFile&) = delete;
+    ~KeyFile() { OPENSSL_cleanse(content.data(), content.size()); }
+};
+
+bool readKeyFile(const std::string& path, KeyFile& file) {
+    // Neither a pipe nor a device may make the call wait.
+    Descriptor const descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    struct stat status {};
+    if (!descriptor.valid() || ::fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
+        status.st_size == 0 || status.st_size > kLargestKeyFile) {
+        return false;
+    }
+    file.content.resize(static_cast<size_t>(status.st_size));
+    return descriptor.readAll(file.content.data(), file.content.size());
+}
+
+// Why what is encrypted in the file is not opened whatever the PIN; null when it may be tried.
+const char* whyClosed(ByteView der) {
+    using SignaturePtr = std::unique_ptr<X509_SIG, OpenSslFree<X509_SIG_free>>;
+    const unsigned char* position = der.data();
+    SignaturePtr const encrypted(d2i_X509_SIG(nullptr, &position, static_cast<long>(der.size())));
+    const X509_ALGOR* algorithm = nullptr;
+    if (encrypted != nullptr) {
+        X509_SIG_get0(encrypted.get(), &algorithm, nullptr);
+    }
+    if (algorithm != nullptr && !canOpen(algorithm)) {
+        return "is encrypted in a way that OpenSSL does not open here";
+    }
+    return roundsIn(der) > kMaximumRounds ? "asks for too much work to open it" : nullptr;
+}
+
+// Looks at DER, or at each block of PEM text.
+const char* whyClosedIn(const KeyFile& file) {
+    const char* why = whyClosed(file.content);
+    KeyFile block;  // cleansed like the file
+    for (const PemBlock& pem : pemBlocks({reinterpret_cast<const char*>(file.content.data()), file.content.size()})) {
+        if (why == nullptr && pem.label == "ENCRYPTED PRIVATE KEY" && decodeBlock(pem, block.content)) {
+            why = whyClosed(block.content);
+        }
+    }
+    return why;
+}
+
+DWORD searchFile(const std::string& path, Search& search) {
+    KeyFile file;
+    if (!readKeyFile(path, file)) {
+        TALLOW_CRYPTO_TRACE("the key file %s cannot be read\n", path.c_str());
+        return NTE_BAD_KEYSET;
+    }
+    if (const char* const why = whyClosedIn(file)) {
+        TALLOW_CRYPTO_TRACE("the key file %s %s\n", path.c_str(), why);
+        return ERROR_NOT_SUPPORTED;
+    }
+    if (Pkcs12Result result = findPkcs12Key(file.content, search.pin, search.publicKey); result.isPkcs12) {
+        search.found = std::move(result.found);
+        search.isLocked = result.isLocked;
+        search.isUnsupported = result.isUnsupported;
+        search.sawOtherKey = result.sawOtherKey;
+        return search.verdict();
+    }
+    BioPtr const content(BIO_new_mem_buf(file.content.data(), static_cast<int>(file.content.size())));
+    StorePtr const store(content == nullptr ? nullptr
+                                            : OSSL_STORE_attach(content.get(), "file", nullptr, nullptr, pinDialogue(),
+                                                                &search, nullptr, nullptr, nullptr));
+    if (store == nullptr) {
+        return NTE_FAIL;
+    }
+    searchStore(store.get(), search);
+    return search.verdict();
+}
+
+DWORD searchToken(const std::string& uri, const std::string& scheme, Search& search) {
+    if (LoaderPtr const loader(OSSL_STORE_LOADER_fetch(nullptr, scheme.c_str(), nullptr)); loader == nullptr) {
+        TALLOW_CRYPTO_TRACE("no OpenSSL provider loads keys by %s:\n", scheme.c_str());
+        return NTE_NOT_SUPPORTED;
+    }
+    StorePtr const store(
+        OSSL_STORE_open_ex(uri.c_str(), nullptr, nullptr, pinDialogue(), &search, nullptr, nullptr, nullptr));
+    if (store != nullptr) {
+        searchStore(store.get(), search);
+    }
+    // Without its PIN a token shows no private key at all, which is no error to OpenSSL.
+    search.isLocked |= search.timesAsked > 0 && !search.sawOtherKey;
+    return search.verdict();
+}
+
+// Empty for a path.
+std::string schemeOf(std::string_view text) {
+    constexpr std::string_view kLetters = "abcdefghijklmnopqrstuvwxyzABCDEFGHIJKLMNOPQRSTUVWXYZ";
+    constexpr std::string_view kOthers = "0123456789+-.";
+    size_t size = 0;
+    while (size < text.size() && (kLetters.find(text[size]) != std::string_view::npos ||
+                                  (size > 0 && kOthers.find(text[size]) != std::string_view::npos))) {
+        ++size;
+    }
+    return size < text.size() && text[size] == ':' ? std::string(text.substr(0, size)) : std::string();
+}
+
+// The path in what follows "file:"; empty when it is on another host.
+std::string pathOf(std::string_view rest) {
+    constexpr std::string_view kAuthority = "//";
+    constexpr std::string_view kThisHost = "localhost/";
+    if (!rest.starts_with(kAuthority)) {
+        return std::string(rest);
+    }
+    rest.remove_prefix(kAuthority.size());
+    if (rest.starts_with(kThisHost)) {
+        rest.remove_prefix(kThisHost.size() - 1);
+    }
+    return rest.starts_with('/') ? std::string(rest) : std::string();
+}
+
+}  // namespace
+
+DWORD openPrivateKey(const std::string& uri, const char* pin, EVP_PKEY* publicKey, KeyPtr& key) {
+    OpenSslErrors const errors;
+    if (publicKey == nullptr) {
+        return NTE_BAD_PUBLIC_KEY;
+    }
+    std::string const scheme = schemeOf(uri);
+    bool const isFile = scheme.empty() || strcasecmp(scheme.c_str(), "file") == 0;
+    Search search{publicKey, pin};
+    if (!isFile) {
+        DWORD const code = searchToken(uri, scheme, search);
+        key = std::move(search.found);
+        return code;
+    }
+    std::string const path = scheme.empty() ? uri : pathOf(std::string_view(uri).substr(scheme.size() + 1));
+    if (path.empty()) {
+        return NTE_NOT_SUPPORTED;
+    }
+    DWORD const code = searchFile(path, search);
+    key = std::move(search.found);
+    return code;
+}
+
+std::string keyUri(const std::string& text, const std::filesystem::path& folder) {
+    return schemeOf(text).empty() ? (folder / text).string() : text;
+}
+
+}  // namespace tallow::platform

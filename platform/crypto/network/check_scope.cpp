@@ -1,0 +1,179 @@
+#include "platform/crypto/network/check_scope.h"
+
+#include <algorithm>
+#include <limits>
+#include <stdexcept>
+#include <string_view>
+
+#include "platform/crypto/base/limits.h"
+
+namespace tallow::platform {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+thread_local CRYPTO_CHECK* innermost = nullptr;
+
+Clock::time_point deadlineOf(const CRYPTO_CHECK& check) noexcept {
+    return Clock::time_point(Clock::duration(static_cast<Clock::rep>(check.qwDeadline)));
+}
+
+// ---- The policy's proxy, for downloads outside of a check -----------------------------------------------------------
+
+constexpr char kPolicy[] = "\\config\\cades\\ocsppolicy\\";
+
+enum class Presence { kAbsent, kPresent, kUnreadable };
+
+Presence readTexts(int (*read)(const char*, size_t*, char*), const char* path, std::string& value) {
+    size_t size = 0;
+    if (const int result = read(path, &size, nullptr); result != 0) {
+        return result == static_cast<int>(ERROR_FILE_NOT_FOUND) ? Presence::kAbsent : Presence::kUnreadable;
+    }
+    value.resize(size + 1);
+    if (read(path, &size, value.data()) != 0) {
+        return Presence::kUnreadable;
+    }
+    value.resize(size);
+    return Presence::kPresent;
+}
+
+// The list is one terminated text after the other.
+bool contains(std::string_view list, std::string_view wanted) {
+    while (!list.empty()) {
+        const std::string_view element = list.substr(0, list.find('\0'));
+        if (element == wanted) {
+            return true;
+        }
+        list.remove_prefix(std::min(element.size() + 1, list.size()));
+    }
+    return false;
+}
+
+struct Scheme {
+    long type;  // as ProxyAuthTypeDefault names it
+    DWORD bit;
+    const char* name;
+};
+constexpr Scheme kSchemes[] = {
+    {0, 0, "Anonym"},
+    {1, CRYPTO_AUTH_BASIC, "Basic"},
+    {2, CRYPTO_AUTH_NTLM, "NTLM"},
+    {8, CRYPTO_AUTH_DIGEST, "Digest"},
+    {16, 0, "Negotiate"},
+};
+
+// An absent word denies nothing, one that cannot be read denies.
+bool isDenied(const std::string& words, const char* name) {
+    int denied = 0;
+    const int result = support_registry_get_bool((kPolicy + words + "Deny" + name).c_str(), &denied);
+    return result != static_cast<int>(ERROR_FILE_NOT_FOUND) && (result != 0 || denied != 0);
+}
+
+// The same decision as that of the library's policy check on a new request.
+DownloadProxy proxyOfPolicy() {
+    DownloadProxy proxy;
+    std::string allowed;
+    const Presence address =
+        readTexts(support_registry_get_string, "\\config\\cades\\ocsppolicy\\DefaultProxy", proxy.address);
+    const Presence list =
+        readTexts(support_registry_get_multi_string, "\\config\\cades\\ocsppolicy\\AllowedProxies", allowed);
+    proxy.mayDownload = address != Presence::kUnreadable && list != Presence::kUnreadable &&
+                        (list == Presence::kAbsent || contains(allowed, proxy.address));
+    if (!proxy.mayDownload || proxy.address.empty()) {
+        return proxy;
+    }
+    const std::string words = proxy.address.starts_with("https://") ? "ProxyAuthSSL" : "ProxyAuth";
+    long type = 0;
+    static_cast<void>(support_registry_get_long((kPolicy + words + "TypeDefault").c_str(), &type));
+    const bool hasWords = proxy.address.starts_with("https://") || proxy.address.starts_with("http://");
+    for (const Scheme& scheme : kSchemes) {
+        const bool denied = isDenied(words, scheme.name);
+        proxy.authSchemes |= denied ? 0 : scheme.bit;
+        proxy.mayDownload = proxy.mayDownload && !(hasWords && denied && scheme.type == type);
+    }
+    return proxy;
+}
+
+bool isUsable(const CRYPTO_CHECK* check) noexcept {
+    return check != nullptr && check->cbSize == sizeof(CRYPTO_CHECK) && check->pwszProxy != nullptr &&
+           check->pwszProxyCredentials != nullptr;
+}
+
+}  // namespace
+
+CRYPTO_CHECK* currentCheck() noexcept {
+    return innermost;
+}
+
+Clock::time_point checkDeadline() noexcept {
+    return innermost == nullptr ? Clock::time_point::max() : deadlineOf(*innermost);
+}
+
+DownloadProxy downloadProxy() {
+    const CRYPTO_CHECK* const check = innermost;
+    if (check == nullptr) {
+        return proxyOfPolicy();
+    }
+    return {(check->dwFlags & CRYPTO_CHECK_NO_DOWNLOADS) == 0, narrow(check->pwszProxy),
+            narrow(check->pwszProxyCredentials), check->dwProxyAuthSchemes};
+}
+
+std::string narrow(const wchar_t* text) {
+    if (text == nullptr || *text == L'\0') {
+        return {};
+    }
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    if (size <= 1) {
+        throw std::invalid_argument("not a text");
+    }
+    std::string result(static_cast<std::size_t>(size), '\0');
+    WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr);
+    result.resize(static_cast<std::size_t>(size) - 1);
+    return result;
+}
+
+}  // namespace tallow::platform
+
+using namespace tallow::platform;
+
+// Nothing here allocates: a check that could not begin because memory ran out would have to fail as a whole.
+BOOL crypto_begin_check(CRYPTO_CHECK* pCheck) {
+    if (!isUsable(pCheck)) {
+        SetLastError(E_INVALIDARG);
+        return FALSE;
+    }
+    const CheckLimits limits = checkLimits();
+    const std::chrono::steady_clock::time_point own =
+        std::chrono::steady_clock::now() + std::chrono::milliseconds(limits.timeoutMs);
+    pCheck->cMaxResponders = limits.maxResponders;
+    pCheck->cSkippedDownloads = 0;
+    pCheck->fAnsweredFromCache = FALSE;
+    pCheck->qwDeadline = static_cast<unsigned long long>(std::min(own, checkDeadline()).time_since_epoch().count());
+    pCheck->pOuter = currentCheck();
+    innermost = pCheck;
+    return TRUE;
+}
+
+void crypto_end_check(CRYPTO_CHECK* pCheck) {
+    const CRYPTO_CHECK* check = innermost;
+    while (check != nullptr && check != pCheck) {
+        check = check->pOuter;
+    }
+    if (check == nullptr) {
+        return;  // was ended with one around it
+    }
+    innermost = pCheck->pOuter;
+    if (innermost != nullptr) {
+        innermost->cSkippedDownloads += pCheck->cSkippedDownloads;
+    }
+}
+
+DWORD crypto_check_time_left() {
+    if (currentCheck() == nullptr) {
+        return std::numeric_limits<DWORD>::max();
+    }
+    const auto left =
+        std::chrono::duration_cast<std::chrono::milliseconds>(checkDeadline() - std::chrono::steady_clock::now());
+    return left.count() <= 0 ? 0 : static_cast<DWORD>(left.count());
+}

@@ -1,0 +1,478 @@
+#include "platform/crypto/network/http_exchange.h"
+
+#include <curl/curl.h>
+#include <openssl/ssl.h>
+#include <strings.h>
+#include <sys/socket.h>
+
+#include <algorithm>
+#include <charconv>
+#include <chrono>
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string_view>
+
+#include "platform/crypto/certificates/system_store.h"
+#include "platform/crypto/network/address_rules.h"
+#include "platform/crypto/network/check_scope.h"
+#include "platform/crypto/network/http_address.h"
+#include "platform/support/fork_gate.h"
+
+namespace tallow::platform {
+
+namespace {
+
+using Clock = std::chrono::steady_clock;
+
+struct EasyFree {
+    void operator()(CURL* handle) const noexcept { curl_easy_cleanup(handle); }
+};
+using EasyPtr = std::unique_ptr<CURL, EasyFree>;
+
+struct ListFree {
+    void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
+};
+using HeaderList = std::unique_ptr<curl_slist, ListFree>;
+
+// What has arrived of one hop.
+struct Arrival {
+    Bytes body;
+    std::size_t headerSize = 0;
+    std::size_t maxBodySize = 0;
+    std::size_t maxHeaderSize = 0;
+};
+
+// Returning less than was offered makes libcurl end the transfer.
+std::size_t onBody(char* data, std::size_t unit, std::size_t count, void* target) {
+    auto& arrival = *static_cast<Arrival*>(target);
+    const std::size_t size = unit * count;
+    if (size > arrival.maxBodySize - arrival.body.size()) {
+        return 0;
+    }
+    try {
+        arrival.body.insert(arrival.body.end(), data, data + size);
+    } catch (...) {  // memory; nothing may be thrown through libcurl
+        return 0;
+    }
+    return size;
+}
+
+bool beginsWith(std::string_view text, std::string_view word) {
+    return text.size() >= word.size() && ::strncasecmp(text.data(), word.data(), word.size()) == 0;
+}
+
+// The value of a header line with this name, "name:" in lower case, without the blanks around it; null for others.
+std::optional<std::string_view> valueOf(std::string_view line, std::string_view name) {
+    constexpr std::string_view kBlanks = " \t\r\n";
+    if (!beginsWith(line, name)) {
+        return std::nullopt;
+    }
+    line.remove_prefix(std::min(line.find_first_not_of(kBlanks, name.size()), line.size()));
+    return line.substr(0, line.find_last_not_of(kBlanks) + 1);
+}
+
+// libcurl inflates what comes with a transfer coding such as gzip, asked for or not. Chunked is the only coding that is
+// accepted.
+bool isInflating(std::string_view line) {
+    constexpr std::string_view kChunked = "chunked";
+    const std::optional<std::string_view> coding = valueOf(line, "transfer-encoding:");
+    return coding && (coding->size() != kChunked.size() || !beginsWith(*coding, kChunked));
+}
+
+// libcurl reads a length that is no number, or does not fit into 64 bits, as no length at all, and a body cut short
+// would then pass for a complete one.
+bool isNoLength(std::string_view line) {
+    const std::optional<std::string_view> length = valueOf(line, "content-length:");
+    if (!length) {
+        return false;
+    }
+    std::int64_t value = 0;
+    const auto [end, error] = std::from_chars(length->data(), length->data() + length->size(), value);
+    return error != std::errc() || end != length->data() + length->size() || value < 0;
+}
+
+std::size_t onHeader(char* data, std::size_t unit, std::size_t count, void* target) {
+    auto& arrival = *static_cast<Arrival*>(target);
+    const std::size_t size = unit * count;
+    if (size > arrival.maxHeaderSize - arrival.headerSize || isInflating({data, size}) || isNoLength({data, size})) {
+        return 0;
+    }
+    arrival.headerSize += size;
+    return size;
+}
+
+DWORD errorOf(CURLcode code) {
+    switch (code) {
+        case CURLE_OK:
+            return 0;
+        case CURLE_OUT_OF_MEMORY:
+            return ERROR_NOT_ENOUGH_MEMORY;
+        case CURLE_OPERATION_TIMEDOUT:
+            return ERROR_INTERNET_TIMEOUT;
+        case CURLE_URL_MALFORMAT:
+            return ERROR_INTERNET_INVALID_URL;
+        case CURLE_COULDNT_RESOLVE_HOST:
+        case CURLE_COULDNT_RESOLVE_PROXY:
+            return ERROR_INTERNET_NAME_NOT_RESOLVED;
+        case CURLE_COULDNT_CONNECT:
+            return ERROR_INTERNET_CANNOT_CONNECT;
+        case CURLE_SEND_ERROR:
+        case CURLE_RECV_ERROR:
+        case CURLE_GOT_NOTHING:
+        case CURLE_PARTIAL_FILE:
+            return ERROR_INTERNET_CONNECTION_ABORTED;
+        case CURLE_SSL_CONNECT_ERROR:
+        case CURLE_PEER_FAILED_VERIFICATION:
+        case CURLE_SSL_CACERT_BADFILE:
+            return ERROR_INTERNET_SECURE_FAILURE;
+        case CURLE_WRITE_ERROR:  // our own bounds
+        case CURLE_FILESIZE_EXCEEDED:
+        case CURLE_UNSUPPORTED_PROTOCOL:  // HTTP/0.9: a server that does not speak HTTP; schemes were checked before
+        case CURLE_WEIRD_SERVER_REPLY:
+        case CURLE_HTTP_RETURNED_ERROR:
+        case CURLE_BAD_CONTENT_ENCODING:
+            return ERROR_HTTP_INVALID_SERVER_RESPONSE;
+        default:
+            return ERROR_INTERNET_INTERNAL_ERROR;
+    }
+}
+
+long millisecondsUntil(Clock::time_point deadline) {
+    return std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
+}
+
+// Sets the options of one handle and keeps the first failure. An option that was not set could mean an exchange without
+// the proxy, a time limit or the check of the peer, so the exchange must not begin then.
+class Options {
+public:
+    explicit Options(CURL* easy) : easy_(easy) {}
+
+    template <typename Value>
+    void set(CURLoption option, Value value) {
+        if (code_ == CURLE_OK) {
+            code_ = curl_easy_setopt(easy_, option, value);
+        }
+    }
+    CURLcode code() const { return code_; }
+
+private:
+    CURL* easy_;
+    CURLcode code_ = CURLE_OK;
+};
+
+// False when memory ran out: a header that is missing changes what is asked.
+bool makeHeaders(const HttpCall& call, HeaderList& list) {
+    const auto append = [&list](const char* line) {
+        curl_slist* const longer = curl_slist_append(list.get(), line);
+        if (longer != nullptr) {
+            static_cast<void>(list.release());
+            list.reset(longer);
+        }
+        return longer != nullptr;
+    };
+    for (const std::string& header : call.headers) {
+        if (!append(header.c_str())) {
+            return false;
+        }
+    }
+    // The body is small: waiting for a "100 Continue" would cost a second where none comes.
+    return !call.post || append("Expect:");
+}
+
+// ---- Connections ----------------------------------------------------------------------------------------------------
+
+// Which addresses the present hop may connect to.
+struct Reach {
+    bool isAnywhere = false;  // to the proxy, or to a server that the caller named
+    bool refusesPrivate = false;
+    bool wasRefused = false;
+
+    bool refuses(AddressClass found) const {
+        return !isAnywhere && (found == AddressClass::kSpecial || (found == AddressClass::kPrivate && refusesPrivate));
+    }
+};
+
+// Called with each address that a name resolves to.
+curl_socket_t onOpenSocket(void* target, curlsocktype /*purpose*/, curl_sockaddr* address) {
+    auto& reach = *static_cast<Reach*>(target);
+    if (reach.refuses(classOf(address->addr))) {
+        reach.wasRefused = true;
+        return CURL_SOCKET_BAD;
+    }
+    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
+// libcurl and some releases of OpenSSL write the keys of TLS connections to the file that SSLKEYLOGFILE names. This
+// runs after either has set its callback.
+CURLcode onTlsContext(CURL* /*easy*/, void* context, void* /*target*/) {
+    SSL_CTX_set_keylog_callback(static_cast<SSL_CTX*>(context), nullptr);
+    return CURLE_OK;
+}
+
+// The context above is OpenSSL's only in a libcurl built with OpenSSL. Another one is not used for TLS at all.
+bool isTlsOfOpenSsl() {
+    const curl_version_info_data* const info = curl_version_info(CURLVERSION_NOW);
+    return info != nullptr && info->ssl_version != nullptr &&
+           std::string_view(info->ssl_version).starts_with("OpenSSL/");
+}
+
+// ---- Options --------------------------------------------------------------------------------------------------------
+
+void setCommonOptions(Options& options, const ExchangeLimits& limits, Arrival& arrival, Reach& reach) {
+    options.set(CURLOPT_NOSIGNAL, 1L);
+    // A name lookup cannot be cancelled: its thread ends by itself, and nothing waits for it beyond the deadline.
+    options.set(CURLOPT_QUICK_EXIT, 1L);
+    options.set(CURLOPT_PROTOCOLS_STR, isTlsOfOpenSsl() ? "http,https" : "http");
+    options.set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
+    options.set(CURLOPT_FOLLOWLOCATION, 0L);  // each hop is checked here before it is taken
+    options.set(CURLOPT_DISALLOW_USERNAME_IN_URL, 1L);
+    options.set(CURLOPT_HTTP_CONTENT_DECODING, 0L);
+    options.set(CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
+    options.set(CURLOPT_SSL_VERIFYPEER, 1L);
+    options.set(CURLOPT_SSL_VERIFYHOST, 2L);
+    // Named here, so that it does not depend on how libcurl was built. Empty while the settings are broken: then no
+    // peer is trusted.
+    const std::string bundle = systemBundle();
+    options.set(CURLOPT_CAINFO, bundle.c_str());
+    options.set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
+    options.set(CURLOPT_PROXY_CAINFO, bundle.c_str());
+    options.set(CURLOPT_PROXY_CAPATH, static_cast<const char*>(nullptr));
+    if (isTlsOfOpenSsl()) {
+        options.set(CURLOPT_SSL_CTX_FUNCTION, onTlsContext);
+    }
+    options.set(CURLOPT_CONNECTTIMEOUT_MS, limits.connectTimeoutMs);
+    options.set(CURLOPT_OPENSOCKETFUNCTION, onOpenSocket);
+    options.set(CURLOPT_OPENSOCKETDATA, &reach);
+    options.set(CURLOPT_WRITEFUNCTION, onBody);
+    options.set(CURLOPT_WRITEDATA, &arrival);
+    options.set(CURLOPT_HEADERFUNCTION, onHeader);
+    options.set(CURLOPT_HEADERDATA, &arrival);
+}
+
+// With CURLAUTH_ONLY libcurl waits to be asked also where a single scheme is permitted.
+long schemesOf(DWORD bits) {
+    unsigned long schemes = (bits & CRYPTO_AUTH_BASIC) != 0 ? CURLAUTH_BASIC : 0;
+    schemes |= (bits & CRYPTO_AUTH_NTLM) != 0 ? CURLAUTH_NTLM : 0;
+    schemes |= (bits & CRYPTO_AUTH_DIGEST) != 0 ? CURLAUTH_DIGEST : 0;
+    return static_cast<long>(schemes | CURLAUTH_ONLY);
+}
+
+void setLogin(Options& options, const Login& login, DWORD schemes) {
+    const bool isUsed = !login.empty() && (schemes & CRYPTO_AUTH_ALL) != 0;
+    options.set(CURLOPT_USERNAME, isUsed ? login.name.c_str() : nullptr);
+    options.set(CURLOPT_PASSWORD, isUsed ? login.password.c_str() : nullptr);
+    options.set(CURLOPT_HTTPAUTH, isUsed ? schemesOf(schemes) : static_cast<long>(CURLAUTH_BASIC));
+}
+
+// Returns 0 or the error of an address that cannot be taken apart.
+DWORD setProxy(Options& options, const HttpCall& call) {
+    std::string proxy = call.proxy;
+    Login login;
+    if (const DWORD error = takeProxyLogin(proxy, login); error != 0) {
+        return error;
+    }
+    if (!call.proxyCredentials.empty()) {
+        const std::size_t colon = std::min(call.proxyCredentials.find(':'), call.proxyCredentials.size());
+        login.name = call.proxyCredentials.substr(0, colon);
+        login.password = colon < call.proxyCredentials.size() ? call.proxyCredentials.substr(colon + 1) : std::string();
+    }
+    options.set(CURLOPT_PROXY, proxy.c_str());  // empty, not unset: unset would ask the environment
+    options.set(CURLOPT_NOPROXY, "");
+    if (!login.empty() && (call.proxyAuthSchemes & CRYPTO_AUTH_ALL) != 0) {
+        options.set(CURLOPT_PROXYUSERNAME, login.name.c_str());
+        options.set(CURLOPT_PROXYPASSWORD, login.password.c_str());
+        options.set(CURLOPT_PROXYAUTH, schemesOf(call.proxyAuthSchemes));
+    }
+    return 0;
+}
+
+void setRequest(Options& options, const HttpCall& call, const curl_slist* headers) {
+    if (call.post) {
+        options.set(CURLOPT_POST, 1L);
+        options.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(call.body.size()));
+        options.set(CURLOPT_POSTFIELDS, call.body.empty() ? "" : reinterpret_cast<const char*>(call.body.data()));
+    }
+    options.set(CURLOPT_HTTPHEADER, headers);
+    if (!call.userAgent.empty()) {
+        options.set(CURLOPT_USERAGENT, call.userAgent.c_str());
+    }
+}
+
+// A line break in one of these would inject a header line; libcurl does not reject it.
+bool isOneLine(const std::string& text) {
+    return std::none_of(text.begin(), text.end(), [](unsigned char c) { return (c < 0x20 && c != '\t') || c == 0x7F; });
+}
+
+bool isSendable(const HttpCall& call) {
+    return isOneLine(call.userAgent) && isOneLine(call.proxyCredentials) &&
+           std::all_of(call.headers.begin(), call.headers.end(), isOneLine);
+}
+
+bool isRedirect(long status) {
+    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+}
+
+HttpAnswer failure(DWORD error) {
+    HttpAnswer answer;
+    answer.error = error;
+    return answer;
+}
+
+// libcurl's own state. A failure is not remembered: the next exchange tries again.
+bool isLibraryReady() {
+    static std::mutex mutex;
+    static bool ready = false;
+    const std::scoped_lock lock(mutex);
+    ready = ready || curl_global_init(CURL_GLOBAL_DEFAULT) == CURLE_OK;
+    return ready;
+}
+
+// One exchange, hop by hop.
+class Exchange {
+public:
+    Exchange(const HttpCall& call, const ExchangeLimits& limits)
+        : call_(call),
+          limits_(limits),
+          deadline_(std::min(Clock::now() + std::chrono::milliseconds(limits.deadlineMs), checkDeadline())),
+          easy_(curl_easy_init()) {
+        arrival_.maxBodySize = limits.maxBodySize;
+        arrival_.maxHeaderSize = limits.maxHeaderSize;
+        reach_.refusesPrivate = refusesPrivateAddresses();
+    }
+
+    HttpAnswer run();
+
+private:
+    DWORD prepare();
+    // `next` receives the target of a redirect, if any.
+    HttpAnswer hop(const HttpAddress& address, std::string& next);
+    bool mayFollow(const HttpAddress& from, const HttpAddress& to, long status) const;
+    DWORD follow(const std::string& next, long status, HttpAddress& address) const;
+    bool isNamed(const HttpAddress& address) const { return call_.addressIsNamed && address.server == first_.server; }
+
+    const HttpCall& call_;
+    const ExchangeLimits& limits_;
+    Clock::time_point deadline_;
+    EasyPtr easy_;
+    HeaderList headers_;
+    Arrival arrival_;
+    Reach reach_;
+    HttpAddress first_;
+};
+
+DWORD Exchange::prepare() {
+    if (const DWORD error = parseHttpAddress(call_.url, first_); error != 0) {
+        return error;
+    }
+    // A certificate says where its responder is, not how to log in there.
+    if (!first_.login.empty() && !call_.addressIsNamed) {
+        return ERROR_NETWORK_ACCESS_DENIED;
+    }
+    if (!isSendable(call_)) {
+        return ERROR_INVALID_PARAMETER;
+    }
+    if (!easy_ || !makeHeaders(call_, headers_)) {
+        return ERROR_NOT_ENOUGH_MEMORY;
+    }
+    Options options(easy_.get());
+    setCommonOptions(options, limits_, arrival_, reach_);
+    setRequest(options, call_, headers_.get());
+    const DWORD error = setProxy(options, call_);
+    return error != 0 ? error : errorOf(options.code());
+}
+
+HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
+    arrival_.body.clear();
+    arrival_.headerSize = 0;
+    next.clear();
+    HttpAnswer answer;
+    const long remainingMs = millisecondsUntil(deadline_);
+    if (remainingMs <= 0) {
+        return failure(ERROR_INTERNET_TIMEOUT);
+    }
+    // Behind a proxy the name is resolved elsewhere, so only an address in the URL itself can be judged.
+    reach_.isAnywhere = isNamed(address);
+    reach_.wasRefused = false;
+    if (!call_.proxy.empty()) {
+        if (reach_.refuses(classOfHost(address.host))) {
+            return failure(ERROR_NETWORK_ACCESS_DENIED);
+        }
+        reach_.isAnywhere = true;
+    }
+    Options options(easy_.get());
+    options.set(CURLOPT_URL, address.url.c_str());
+    options.set(CURLOPT_TIMEOUT_MS, remainingMs);
+    // The login is for the server it was given for, which a redirect may leave.
+    setLogin(options, address.server == first_.server ? first_.login : Login(), call_.authSchemes);
+    CURLcode code = options.code();
+    if (code == CURLE_OK) {
+        const ForkGate::Outside waiting;  // for the network: a fork does not wait until it answers
+        code = curl_easy_perform(easy_.get());
+    }
+    answer.error = code == CURLE_COULDNT_CONNECT && reach_.wasRefused ? ERROR_NETWORK_ACCESS_DENIED : errorOf(code);
+    if (answer.error != 0) {
+        return answer;
+    }
+    char* target = nullptr;
+    if (curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &answer.status) != CURLE_OK ||
+        curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &target) != CURLE_OK) {
+        return failure(ERROR_NOT_ENOUGH_MEMORY);
+    }
+    if (target != nullptr && isRedirect(answer.status)) {
+        next = target;
+    } else {
+        answer.body = std::move(arrival_.body);
+    }
+    return answer;
+}
+
+// Whether the hop may be taken: from https only to https, a POST never where it would have to become a GET, and never
+// with credentials that the redirecting server chose. (libcurl adds our own ones to a target on the same server.)
+bool Exchange::mayFollow(const HttpAddress& from, const HttpAddress& to, long status) const {
+    const bool keepsLogin = to.login.empty() || (to.server == first_.server && to.login == first_.login);
+    return (to.isHttps || !from.isHttps) && keepsLogin && (!call_.post || status != 303);
+}
+
+// Moves `address` on to the target of a redirect. Returns 0, or why that is not done.
+DWORD Exchange::follow(const std::string& next, long status, HttpAddress& address) const {
+    HttpAddress target;
+    const DWORD error = parseHttpAddress(next, target);
+    if (error == ERROR_NOT_ENOUGH_MEMORY) {
+        return error;
+    }
+    // The observer is told of every target, including one that the rules here refuse.
+    const bool isWanted = !call_.onRedirect || call_.onRedirect(error == 0 ? target.url : next, status);
+    if (error != 0 || !isWanted || !mayFollow(address, target, status)) {
+        return ERROR_HTTP_REDIRECT_FAILED;
+    }
+    address = std::move(target);
+    return 0;
+}
+
+HttpAnswer Exchange::run() {
+    if (const DWORD error = prepare(); error != 0) {
+        return failure(error);
+    }
+    HttpAddress address = first_;
+    std::string next;
+    for (long hops = 0; hops <= limits_.maxRedirects; ++hops) {
+        HttpAnswer answer = hop(address, next);
+        if (answer.error != 0 || next.empty()) {
+            return answer;
+        }
+        if (const DWORD error = follow(next, answer.status, address); error != 0) {
+            return failure(error);
+        }
+    }
+    return failure(ERROR_HTTP_REDIRECT_FAILED);
+}
+
+}  // namespace
+
+HttpAnswer exchangeHttp(const HttpCall& call, const ExchangeLimits& limits) {
+    return isLibraryReady() ? Exchange(call, limits).run() : failure(ERROR_NOT_ENOUGH_MEMORY);
+}
+
+}  // namespace tallow::platform

@@ -1,0 +1,43 @@
+// One bounded exchange over HTTP with libcurl.
+//
+// Rules for every exchange and every hop of it: http and https only, and never from https down to http; one deadline
+// for all hops together, and that of the check around it; sizes counted here as octets arrive; a body cut short is a
+// failure; nothing is inflated; no cookies, no netrc, nothing from the environment; credentials go only to the server
+// or proxy they are for, once it asks for them; TLS peers are verified; link-local, multicast and similar addresses are
+// contacted only when the caller or the administrator named them.
+#pragma once
+
+#include <functional>
+#include <string>
+#include <vector>
+
+#include "platform/crypto/base/limits.h"
+#include "platform/crypto/certificates/certificate.h"
+
+namespace tallow::platform {
+
+struct HttpCall {
+    std::string url;
+    bool addressIsNamed = false;  // the caller or the administrator chose the URL, not a certificate
+    bool post = false;
+    ByteView body;                     // of a POST; must outlive the call
+    std::vector<std::string> headers;  // "Name: value"
+    std::string userAgent;
+    DWORD authSchemes = 0;         // CRYPTO_AUTH_... bits for a login in the URL, which counts only when named
+    std::string proxy;             // empty: none, whatever the environment says
+    std::string proxyCredentials;  // "name:password"; empty: those in the proxy's address, if any
+    DWORD proxyAuthSchemes = 0;    // CRYPTO_AUTH_... bits for a login at the proxy
+    // Asked before a redirect is followed, with its target and status; may be empty.
+    std::function<bool(const std::string& target, long status)> onRedirect;
+};
+
+struct HttpAnswer {
+    DWORD error = 0;  // 0, or an error of crypto_constants.h: no complete answer came
+    long status = 0;  // HTTP status of the last hop; 0 when there is an error
+    Bytes body;       // empty when there is an error
+};
+
+// A redirect of a GET is followed; one of a POST is followed with the same POST (301, 302, 307, 308) or is an error.
+HttpAnswer exchangeHttp(const HttpCall& call, const ExchangeLimits& limits);
+
+}  // namespace tallow::platform

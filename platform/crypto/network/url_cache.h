@@ -1,0 +1,35 @@
+// Answers kept on disk by URL, for a limited time.
+//
+// The folder is the setting url_cache of the table [crypto], by default $XDG_CACHE_HOME/tallow/ocsp. An entry is one
+// file, named after the hash of its URL, that begins with the URL itself, so that two URLs can never share an answer.
+// It is written beside its place and renamed into it: a crash leaves the old entry, or none, never half of one. A cache
+// that cannot be read or written is no failure: the answer then comes from the wire. A folder or a file that somebody
+// else owns, or others may write, is not used, and no symbolic link is followed to an entry. The folder holds at most
+// 1024 entries and 256 MiB: the oldest go first.
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "platform/crypto/certificates/certificate.h"
+
+namespace tallow::platform {
+
+class UrlCache {
+public:
+    // In the folder of the settings; one named "" keeps nothing.
+    UrlCache();
+    explicit UrlCache(std::string folder) : folder_(std::move(folder)) {}
+
+    // The answer kept for `url`, unless it is older than `maxAgeSeconds`, from before `notBefore` (null: any time), or
+    // from the future.
+    std::optional<Bytes> find(const std::string& url, long maxAgeSeconds, const FILETIME* notBefore) const;
+    void keep(const std::string& url, ByteView answer) const;
+    // Removes the answer kept for `url`. True when there is none now.
+    bool forget(const std::string& url) const;
+
+private:
+    std::string folder_;
+};
+
+}  // namespace tallow::platform
