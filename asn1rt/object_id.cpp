@@ -45,7 +45,7 @@ int rtStrToOid(const char* text, ASN1OBJID* oid) noexcept {
     oid->numids = 0;
     while (oid->numids < ASN1_MAX_ARCS) {
         char* end = nullptr;
-        unsigned const long arc = std::strtoul(text, &end, 10);
+        const unsigned long arc = std::strtoul(text, &end, 10);
         if (end == text || arc > kMaxArc) {
             return 0;
         }

@@ -19,7 +19,7 @@ CertificateState stateOf(CCertStatus::Type status) {
     }
 }
 
-void describeEntry(CResponse const& response, unsigned long index, CheckResult& result) {
+void describeEntry(const CResponse& response, unsigned long index, CheckResult& result) {
     const CDateTime producedAt = response.get_ProducedAt();
     const CDateTime thisUpdate = response.get_SRThisUpdate(index);
     result.producedAt = iso8601(&producedAt);

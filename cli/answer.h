@@ -9,6 +9,6 @@ namespace tallow::cli {
 CertificateState stateOf(Orvane::PKI::OCSP::CCertStatus::Type status);
 
 /// Writes the times, and why and since when a certificate is revoked, into the result.
-void describeEntry(Orvane::PKI::OCSP::Client::CResponse const& response, unsigned long index, CheckResult& result);
+void describeEntry(const Orvane::PKI::OCSP::Client::CResponse& response, unsigned long index, CheckResult& result);
 
 }  // namespace tallow::cli

@@ -7,17 +7,17 @@
 
 namespace tallow::cli {
 
-std::string subjectOf(_CERT_CONTEXT const* certificate) {
-    CERT_NAME_BLOB const& subject = certificate->pCertInfo->Subject;
+std::string subjectOf(const _CERT_CONTEXT* certificate) {
+    const CERT_NAME_BLOB& subject = certificate->pCertInfo->Subject;
     return nameText(Octets(subject.pbData, subject.cbData));
 }
 
-std::string issuerNameOf(_CERT_CONTEXT const* certificate) {
-    CERT_NAME_BLOB const& issuer = certificate->pCertInfo->Issuer;
+std::string issuerNameOf(const _CERT_CONTEXT* certificate) {
+    const CERT_NAME_BLOB& issuer = certificate->pCertInfo->Issuer;
     return nameText(Octets(issuer.pbData, issuer.cbData));
 }
 
-std::string thumbprintOf(_CERT_CONTEXT const* certificate) {
+std::string thumbprintOf(const _CERT_CONTEXT* certificate) {
     unsigned char hash[64];
     DWORD size = sizeof hash;
     if (!CertGetCertificateContextProperty(certificate, CERT_SHA1_HASH_PROP_ID, hash, &size)) {
@@ -26,8 +26,8 @@ std::string thumbprintOf(_CERT_CONTEXT const* certificate) {
     return Orvane::CBlob(hash, size).writeToHexString(0).c_str();
 }
 
-std::string serialOf(_CERT_CONTEXT const* certificate) {
-    CRYPT_INTEGER_BLOB const& serial = certificate->pCertInfo->SerialNumber;
+std::string serialOf(const _CERT_CONTEXT* certificate) {
+    const CRYPT_INTEGER_BLOB& serial = certificate->pCertInfo->SerialNumber;
     Orvane::CBlob octets(serial.pbData, serial.cbData);
     octets.reverse();
     return octets.writeToHexString(0).c_str();

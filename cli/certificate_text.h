@@ -11,14 +11,14 @@
 namespace tallow::cli {
 
 /// The names as nameText shows them.
-std::string subjectOf(_CERT_CONTEXT const* certificate);
-std::string issuerNameOf(_CERT_CONTEXT const* certificate);
+std::string subjectOf(const _CERT_CONTEXT* certificate);
+std::string issuerNameOf(const _CERT_CONTEXT* certificate);
 
 /// SHA-1 of the certificate, hexadecimal.
-std::string thumbprintOf(_CERT_CONTEXT const* certificate);
+std::string thumbprintOf(const _CERT_CONTEXT* certificate);
 
 /// Hexadecimal, most significant octet first.
-std::string serialOf(_CERT_CONTEXT const* certificate);
+std::string serialOf(const _CERT_CONTEXT* certificate);
 
 /// "2026-01-02T03:04:05Z"; null gives an empty text.
 std::string iso8601(const Orvane::CDateTime* time);

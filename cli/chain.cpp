@@ -4,7 +4,7 @@
 
 namespace tallow::cli {
 
-ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* certificate, void* store, DWORD flags) {
+ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* certificate, void* store, DWORD flags) {
     CERT_CHAIN_PARA parameters{};
     parameters.cbSize = sizeof parameters;
     ATL2::CCertChainContext chain;

@@ -8,6 +8,6 @@ namespace tallow::cli {
 
 /// The chain of the certificate, now, with the certificates and CRLs of `store` beside those of the system; `flags` are
 /// those of CertGetCertificateChain. Throws the converted last error.
-ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* certificate, void* store, DWORD flags);
+ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* certificate, void* store, DWORD flags);
 
 }  // namespace tallow::cli

@@ -14,7 +14,7 @@ namespace {
 
 constexpr const char* kStep = "chain of the certificate";
 
-std::string named(_CERT_CONTEXT const* certificate) {
+std::string named(const _CERT_CONTEXT* certificate) {
     const std::string subject = subjectOf(certificate);
     return "certificate " + (subject.empty() ? "with serial number " + serialOf(certificate) : subject) + ' ';
 }
@@ -54,7 +54,7 @@ constexpr Fault kFaults[] = {
     {~CERT_TRUST_NO_ERROR, status::kTrustFail, "has a faulty extension; do not rely on it"},
 };
 
-std::optional<Rejection> rejectDates(_CERT_CONTEXT const* certificate) {
+std::optional<Rejection> rejectDates(const _CERT_CONTEXT* certificate) {
     const Orvane::CDateTime now = Orvane::CDateTime::Now();
     const Orvane::CDateTime notBefore(certificate->pCertInfo->NotBefore);
     const Orvane::CDateTime notAfter(certificate->pCertInfo->NotAfter);
@@ -70,7 +70,7 @@ std::optional<Rejection> rejectDates(_CERT_CONTEXT const* certificate) {
     return std::nullopt;
 }
 
-std::optional<Rejection> rejectErrors(_CERT_CONTEXT const* certificate, DWORD errors) {
+std::optional<Rejection> rejectErrors(const _CERT_CONTEXT* certificate, DWORD errors) {
     if (std::optional<Rejection> rejection = rejectDates(certificate)) {
         return rejection;
     }
@@ -83,9 +83,9 @@ std::optional<Rejection> rejectErrors(_CERT_CONTEXT const* certificate, DWORD er
 }
 
 // The certificate nearest to the one asked about comes first: its owner can do something about it.
-std::optional<Rejection> rejectElements(CERT_SIMPLE_CHAIN const& chain) {
+std::optional<Rejection> rejectElements(const CERT_SIMPLE_CHAIN& chain) {
     for (DWORD i = 0; i < chain.cElement; ++i) {
-        CERT_CHAIN_ELEMENT const& element = *chain.rgpElement[i];
+        const CERT_CHAIN_ELEMENT& element = *chain.rgpElement[i];
         if (std::optional<Rejection> rejection =
                 rejectErrors(element.pCertContext, element.TrustStatus.dwErrorStatus)) {
             return rejection;
@@ -96,17 +96,17 @@ std::optional<Rejection> rejectElements(CERT_SIMPLE_CHAIN const& chain) {
 }
 
 // The chain's only path; null when there is none.
-CERT_SIMPLE_CHAIN const* pathOf(ATL2::CCertChainContext const& chain) {
+const CERT_SIMPLE_CHAIN* pathOf(const ATL2::CCertChainContext& chain) {
     return chain->cChain == 0 || chain->rgpChain[0]->cElement == 0 ? nullptr : chain->rgpChain[0];
 }
 
-bool isSame(_CERT_CONTEXT const* left, _CERT_CONTEXT const* right) {
+bool isSame(const _CERT_CONTEXT* left, const _CERT_CONTEXT* right) {
     return std::equal(left->pbCertEncoded, left->pbCertEncoded + left->cbCertEncoded, right->pbCertEncoded,
                       right->pbCertEncoded + right->cbCertEncoded);
 }
 
 // Whether `upper` is `whole` without its first certificate.
-bool continues(CERT_SIMPLE_CHAIN const& upper, CERT_SIMPLE_CHAIN const& whole) {
+bool continues(const CERT_SIMPLE_CHAIN& upper, const CERT_SIMPLE_CHAIN& whole) {
     bool isSamePath = upper.cElement + 1 == whole.cElement;
     for (DWORD i = 0; isSamePath && i < upper.cElement; ++i) {
         isSamePath = isSame(upper.rgpElement[i]->pCertContext, whole.rgpElement[i + 1]->pCertContext);
@@ -122,9 +122,9 @@ Rejection rejectedPath() {
 
 // The chain as a whole is built without CRLs, and a second time from the issuer upwards with them. Both must take the
 // same path: one that is sound and one that is not revoked are of no use when they are not the same.
-std::optional<Rejection> rejectChain(_CERT_CONTEXT const* certificate, void* store) {
+std::optional<Rejection> rejectChain(const _CERT_CONTEXT* certificate, void* store) {
     const ATL2::CCertChainContext whole = buildChain(certificate, store, CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE);
-    CERT_SIMPLE_CHAIN const* path = pathOf(whole);
+    const CERT_SIMPLE_CHAIN* path = pathOf(whole);
     if (path == nullptr) {
         return rejectedPath();
     }
@@ -134,7 +134,7 @@ std::optional<Rejection> rejectChain(_CERT_CONTEXT const* certificate, void* sto
     const ATL2::CCertChainContext upper =
         buildChain(path->rgpElement[1]->pCertContext, store,
                    CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE | CERT_CHAIN_REVOCATION_CHECK_CHAIN);
-    CERT_SIMPLE_CHAIN const* upperPath = pathOf(upper);
+    const CERT_SIMPLE_CHAIN* upperPath = pathOf(upper);
     if (upperPath == nullptr) {
         return rejectedPath();
     }

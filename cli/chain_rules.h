@@ -12,6 +12,6 @@ namespace tallow::cli {
 /// one below, and CRLs show that none of the CAs is revoked. CRLs about the certificate itself are not looked for: its
 /// status is what the responder tells. `store` holds more certificates and CRLs; missing ones may be downloaded. The
 /// rejection names the certificate and the cause. Throws the converted last error when no chain can be built.
-std::optional<Rejection> rejectChain(_CERT_CONTEXT const* certificate, void* store);
+std::optional<Rejection> rejectChain(const _CERT_CONTEXT* certificate, void* store);
 
 }  // namespace tallow::cli

@@ -31,11 +31,11 @@ public:
     void run();
 
 private:
-    Question fillRequest(CRequest& request, _CERT_CONTEXT const* certificate);
+    Question fillRequest(CRequest& request, const _CERT_CONTEXT* certificate);
     void ask(CRequest& request, const Question& question);
-    void verifyChain(_CERT_CONTEXT const* certificate);
+    void verifyChain(const _CERT_CONTEXT* certificate);
     void saveRequest(CRequest& request) const;
-    void saveResponse(CRequest const& request);
+    void saveResponse(const CRequest& request);
     void fail(CheckError error);
 
     const CheckOptions& options_;
@@ -48,7 +48,7 @@ private:
 void Check::run() {
     try {
         const std::vector<ATL2::CCertContext> certificates = readCertificates(result_.file);
-        _CERT_CONTEXT const* certificate = certificates.front().get();
+        const _CERT_CONTEXT* certificate = certificates.front().get();
         result_.subject = subjectOf(certificate);
         result_.serial = serialOf(certificate);
         // What stands behind the certificate in its file are, as a rule, those above it.
@@ -68,7 +68,7 @@ void Check::run() {
     }
 }
 
-Question Check::fillRequest(CRequest& request, _CERT_CONTEXT const* certificate) {
+Question Check::fillRequest(CRequest& request, const _CERT_CONTEXT* certificate) {
     step_ = "finding the issuer";
     issuer_ = inputs_.name(request, certificate);
     inputs_.add(issuer_);  // proven by its signature, and the responder's chain goes through it as a rule
@@ -89,7 +89,7 @@ void Check::ask(CRequest& request, const Question& question) {
     std::int32_t failure = status::kOk;
     try {
         request.Send(false);
-    } catch (ATL::CAtlException const& thrown) {
+    } catch (const ATL::CAtlException& thrown) {
         failure = thrown.status();
     }
     // Send may also return an answer that the judge refused; nothing but the judge makes an answer count.
@@ -100,7 +100,7 @@ void Check::ask(CRequest& request, const Question& question) {
 }
 
 // What the responder says about the certificate holds, but it is of no use under a chain that is not sound.
-void Check::verifyChain(_CERT_CONTEXT const* certificate) {
+void Check::verifyChain(const _CERT_CONTEXT* certificate) {
     step_ = "chain of the certificate";
     result_.chain = "invalid";
     if (const std::optional<Rejection> rejection = rejectChain(certificate, inputs_.store())) {
@@ -119,14 +119,14 @@ void Check::saveRequest(CRequest& request) const {
 }
 
 // The answer stands by now, also when it cannot be kept.
-void Check::saveResponse(CRequest const& request) {
+void Check::saveResponse(const CRequest& request) {
     const Orvane::CBlob response = request.get_Response();
     if (options_.saveResponse.empty() || response.cbData() == 0) {
         return;
     }
     try {
         writeWhole(options_.saveResponse, response.pbData(), response.cbData());
-    } catch (InputError const& failure) {
+    } catch (const InputError& failure) {
         result_.unsaved = CheckError{failure.code(), failure.what()};
     }
 }

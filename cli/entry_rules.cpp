@@ -26,7 +26,7 @@ using Orvane::PKI::OCSP::Client::thisUpdateLimit;
 
 constexpr const char* kStep = "entry";
 
-CBlob encodingOf(_CERT_CONTEXT const* certificate) {
+CBlob encodingOf(const _CERT_CONTEXT* certificate) {
     return {certificate->pbCertEncoded, certificate->cbCertEncoded};
 }
 
@@ -38,7 +38,7 @@ enum class Relation {
     kExact,
 };
 
-Relation relationOf(Question const& question, CCertID const& entry) {
+Relation relationOf(const Question& question, const CCertID& entry) {
     if (!(question.id.get_serialNumber() == entry.get_serialNumber())) {
         return Relation::kOther;
     }
@@ -55,7 +55,7 @@ Relation relationOf(Question const& question, CCertID const& entry) {
         const bool isSame = named.get_issuerNameHash() == entry.get_issuerNameHash() &&
                             named.get_issuerKeyHash() == entry.get_issuerKeyHash();
         return isSame ? Relation::kExact : Relation::kOther;
-    } catch (ATL::CAtlException const&) {
+    } catch (const ATL::CAtlException&) {
         return Relation::kPerhaps;
     }
 }
@@ -64,7 +64,7 @@ Relation relationOf(Question const& question, CCertID const& entry) {
 
 class Entry {
 public:
-    Entry(CResponse const& response, unsigned long index, Question const& question, RuleClock const& clock)
+    Entry(const CResponse& response, unsigned long index, const Question& question, const RuleClock& clock)
         : response_(response), index_(index), question_(question), clock_(clock) {}
 
     CCertStatus::Type status() const { return response_.get_SRStatus(index_); }
@@ -85,10 +85,10 @@ private:
         return question_.wantsHistory && response_.get_SRHistoricalRequest(index_) != nullptr;
     }
 
-    CResponse const& response_;
+    const CResponse& response_;
     unsigned long index_;
-    Question const& question_;
-    RuleClock const& clock_;
+    const Question& question_;
+    const RuleClock& clock_;
 };
 
 Rejection Entry::rejected(std::int32_t code, const std::string& text) const {
@@ -166,7 +166,7 @@ struct Entries {
     std::vector<Entry> undecided;
 };
 
-Entries entriesOn(CResponse const& response, Question const& question, RuleClock const& clock) {
+Entries entriesOn(const CResponse& response, const Question& question, const RuleClock& clock) {
     Entries entries;
     bool isAnswered = false;
     for (unsigned long i = 0; i < response.get_SRNumber(); ++i) {
@@ -184,13 +184,13 @@ Entries entriesOn(CResponse const& response, Question const& question, RuleClock
     return isAnswered ? entries : Entries();
 }
 
-bool isRevoked(Entry const& entry, bool isAlone) {
+bool isRevoked(const Entry& entry, bool isAlone) {
     // Responders may forget expired certificates, but one that says revoked has not forgotten. Beside other entries
     // even an old "revoked" counts: the responder contradicts itself.
     return entry.status() == CCertStatus::kRevoked && !entry.rejectAuthority() && !(isAlone && entry.rejectAge());
 }
 
-std::optional<Rejection> rejectEntry(Entry const& entry) {
+std::optional<Rejection> rejectEntry(const Entry& entry) {
     for (const auto reject : {&Entry::rejectAuthority, &Entry::rejectExpiry, &Entry::rejectAge, &Entry::rejectFuture}) {
         if (std::optional<Rejection> rejection = (entry.*reject)()) {
             return rejection;
@@ -199,7 +199,7 @@ std::optional<Rejection> rejectEntry(Entry const& entry) {
     return std::nullopt;
 }
 
-std::optional<Rejection> rejectUndecided(Entry const& entry) {
+std::optional<Rejection> rejectUndecided(const Entry& entry) {
     if (entry.status() == CCertStatus::kGood) {
         return std::nullopt;
     }
@@ -210,13 +210,13 @@ std::optional<Rejection> rejectUndecided(Entry const& entry) {
 
 }  // namespace
 
-Question questionAbout(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer) {
+Question questionAbout(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer) {
     constexpr const char* kSha1 = "1.3.14.3.2.26";
     const Orvane::ASN1::CAlgorithmIdentifierEx algorithm(kSha1);
     return {CCertID(algorithm, encodingOf(certificate), encodingOf(issuer)), certificate, issuer, false};
 }
 
-bool isAbout(Question const& question, CCertID const& id) {
+bool isAbout(const Question& question, const CCertID& id) {
     return relationOf(question, id) == Relation::kExact;
 }
 
@@ -233,19 +233,19 @@ RuleClock clockOfPolicy() {
         CDateTimeSpan::fromTicks(static_cast<std::uint64_t>(isUsable ? accuracy : kDefaultAccuracyMs) * kTicksPerMs)};
 }
 
-std::variant<Finding, Rejection> findingOn(CResponse const& response, Question const& question,
-                                           RuleClock const& clock) {
+std::variant<Finding, Rejection> findingOn(const CResponse& response, const Question& question,
+                                           const RuleClock& clock) {
     const Entries entries = entriesOn(response, question, clock);
     if (entries.about.empty()) {
         return Rejection{status::kNotAnswered, kStep};
     }
-    for (Entry const& entry : entries.about) {
+    for (const Entry& entry : entries.about) {
         if (isRevoked(entry, entries.about.size() == 1)) {
             return Finding{CCertStatus::kRevoked, entry.index()};
         }
     }
     Finding strictest{CCertStatus::kGood, entries.about.front().index()};
-    for (Entry const& entry : entries.about) {
+    for (const Entry& entry : entries.about) {
         if (std::optional<Rejection> rejection = rejectEntry(entry)) {
             return *rejection;
         }
@@ -253,7 +253,7 @@ std::variant<Finding, Rejection> findingOn(CResponse const& response, Question c
             strictest = {entry.status(), entry.index()};
         }
     }
-    for (Entry const& entry : entries.undecided) {
+    for (const Entry& entry : entries.undecided) {
         if (std::optional<Rejection> rejection = rejectUndecided(entry)) {
             return *rejection;
         }

@@ -27,16 +27,16 @@ RuleClock clockOfPolicy();
 /// What was asked about one certificate.
 struct Question {
     Orvane::PKI::OCSP::CCertID id;
-    _CERT_CONTEXT const* certificate = nullptr;  // null when only the identifier is known
-    _CERT_CONTEXT const* issuer = nullptr;       // null when it is not known
+    const _CERT_CONTEXT* certificate = nullptr;  // null when only the identifier is known
+    const _CERT_CONTEXT* issuer = nullptr;       // null when it is not known
     bool wantsHistory = false;                   // the request asked for an earlier state
 };
 
 /// The question about this certificate. Throws what CCertID throws.
-Question questionAbout(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer);
+Question questionAbout(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer);
 
 /// Whether the identifier, with whatever hash algorithm, certainly names the certificate of the question.
-bool isAbout(Question const& question, Orvane::PKI::OCSP::CCertID const& id);
+bool isAbout(const Question& question, const Orvane::PKI::OCSP::CCertID& id);
 
 struct Finding {
     Orvane::PKI::OCSP::CCertStatus::Type status = Orvane::PKI::OCSP::CCertStatus::kUnknown;
@@ -55,7 +55,7 @@ struct Finding {
 /// good, it keeps the certificate from being good.
 ///
 /// proveResponse must have passed. Throws what reading the response throws.
-std::variant<Finding, Rejection> findingOn(Orvane::PKI::OCSP::Client::CResponse const& response,
-                                           Question const& question, RuleClock const& clock);
+std::variant<Finding, Rejection> findingOn(const Orvane::PKI::OCSP::Client::CResponse& response,
+                                           const Question& question, const RuleClock& clock);
 
 }  // namespace tallow::cli

@@ -47,7 +47,7 @@ std::string textOf(std::int32_t code) {
                       known == nullptr ? "status " + codeText(code) + "; ask the operator of the responder" : known);
 }
 
-const char* stepOf(CRequest::Attempt const& attempt) {
+const char* stepOf(const CRequest::Attempt& attempt) {
     constexpr const char* kSteps[] = {"asking",   "address policy",  "exchange",           "HTTP status",
                                       "decoding", "response status", "time of production", "verification"};
     return attempt.level < std::size(kSteps) ? kSteps[attempt.level] : "verification";
@@ -64,7 +64,7 @@ constexpr Silence kUnreached[] = {
     {status::kHttpTimeout, "no answer came in time; check address, proxy and network"},
 };
 
-const char* whyUnreached(CRequest::Attempt const& attempt) {
+const char* whyUnreached(const CRequest::Attempt& attempt) {
     for (const Silence& row : kUnreached) {
         if (attempt.status == status::kHttpStatus && attempt.httpStatus == 0 &&
             ATL2::convertLastError(attempt.lastError) == row.code) {
@@ -83,7 +83,7 @@ const char* remedyOfHttp(unsigned long httpStatus) {
     return httpStatus >= kFirstOfServerErrors ? "try again later, or ask its operator" : "check its address (--url)";
 }
 
-std::string describe(CRequest::Attempt const& attempt, const std::vector<RejectedResponse>& rejected) {
+std::string describe(const CRequest::Attempt& attempt, const std::vector<RejectedResponse>& rejected) {
     const std::string address = attempt.address.empty() ? "(empty address)" : utf8(attempt.address);
     if (attempt.kind == CRequest::kRedirected) {
         return address + ": redirected with HTTP status " + std::to_string(attempt.httpStatus);
@@ -107,9 +107,9 @@ std::string describe(CRequest::Attempt const& attempt, const std::vector<Rejecte
 }
 
 // The refusal of the attempt that came closest to an answer, the first of equals.
-std::int32_t deepestRefusal(std::vector<CRequest::Attempt> const& attempts) {
-    CRequest::Attempt const* best = nullptr;
-    for (CRequest::Attempt const& attempt : attempts) {
+std::int32_t deepestRefusal(const std::vector<CRequest::Attempt>& attempts) {
+    const CRequest::Attempt* best = nullptr;
+    for (const CRequest::Attempt& attempt : attempts) {
         if (attempt.kind == CRequest::kAsked && attempt.status != 0 &&
             (best == nullptr || attempt.level > best->level)) {
             best = &attempt;
@@ -118,9 +118,9 @@ std::int32_t deepestRefusal(std::vector<CRequest::Attempt> const& attempts) {
     return best == nullptr ? status::kFail : best->status;
 }
 
-std::string summary(std::vector<CRequest::Attempt> const& attempts) {
+std::string summary(const std::vector<CRequest::Attempt>& attempts) {
     std::size_t numAsked = 0;
-    for (CRequest::Attempt const& attempt : attempts) {
+    for (const CRequest::Attempt& attempt : attempts) {
         if (attempt.kind == CRequest::kAsked && whyUnreached(attempt) == nullptr) {
             return "no responder gave an answer to trust";
         }
@@ -153,19 +153,19 @@ std::string reasonOf(const Rejection& rejection) {
 CheckError explainCaught(const std::string& step) {
     try {
         throw;
-    } catch (InputError const& failure) {
+    } catch (const InputError& failure) {
         return {failure.code(), step + ": " + failure.reason()};
-    } catch (ATL::CAtlException const& failure) {
+    } catch (const ATL::CAtlException& failure) {
         // Whatever it failed with: settings that cannot be read have many followers.
         const std::string mistake = settingsMistake();
         return mistake.empty() ? explain(failure.status(), step) : CheckError{status::kNoPolicy, step + ": " + mistake};
-    } catch (std::exception const& failure) {
+    } catch (const std::exception& failure) {
         return {status::kFail, step + ": " + failure.what()};
     }
 }
 
-CheckError explainSend(std::int32_t code, CRequest const& request, const std::vector<RejectedResponse>& rejected) {
-    std::vector<CRequest::Attempt> const& attempts = request.get_Attempts();
+CheckError explainSend(std::int32_t code, const CRequest& request, const std::vector<RejectedResponse>& rejected) {
+    const std::vector<CRequest::Attempt>& attempts = request.get_Attempts();
     if (code == 0) {
         code = deepestRefusal(attempts);
     }
@@ -177,7 +177,7 @@ CheckError explainSend(std::int32_t code, CRequest const& request, const std::ve
     }
     std::string text = summary(attempts);
     std::size_t numSkipped = 0;
-    for (CRequest::Attempt const& attempt : attempts) {
+    for (const CRequest::Attempt& attempt : attempts) {
         if (attempt.kind == CRequest::kSkipped) {
             ++numSkipped;
         } else {

@@ -28,7 +28,7 @@ struct RejectedResponse {
 
 /// Explains a failed Send. `code` is what it failed with, 0 when it failed with nothing: the refusal of the attempt
 /// that came closest to an answer counts then. `rejected` says more of the attempts in which a rule had the last word.
-CheckError explainSend(std::int32_t code, Orvane::PKI::OCSP::Client::CRequest const& request,
+CheckError explainSend(std::int32_t code, const Orvane::PKI::OCSP::Client::CRequest& request,
                        const std::vector<RejectedResponse>& rejected = {});
 
 /// Explains the exception that is being handled, as explain does; only inside of a catch. A settings file that was

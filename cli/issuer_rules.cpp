@@ -15,7 +15,7 @@ namespace {
 constexpr const char* kStep = "finding the issuer";
 
 // The second element of the chain, or the certificate itself when it is self-signed.
-ATL2::CCertContext secondOf(CERT_SIMPLE_CHAIN const& chain) {
+ATL2::CCertContext secondOf(const CERT_SIMPLE_CHAIN& chain) {
     const CERT_CHAIN_ELEMENT& end = *chain.rgpElement[0];
     const bool isSelfSigned = (end.TrustStatus.dwInfoStatus & CERT_TRUST_IS_SELF_SIGNED) != 0;
     if (chain.cElement == 1 && !isSelfSigned) {
@@ -26,7 +26,7 @@ ATL2::CCertContext secondOf(CERT_SIMPLE_CHAIN const& chain) {
 
 }  // namespace
 
-std::optional<Rejection> rejectIssuer(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer) {
+std::optional<Rejection> rejectIssuer(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer) {
     const CERT_NAME_BLOB& name = issuer->pCertInfo->Subject;
     const CERT_NAME_BLOB& wanted = certificate->pCertInfo->Issuer;
     if (!std::equal(name.pbData, name.pbData + name.cbData, wanted.pbData, wanted.pbData + wanted.cbData)) {
@@ -49,10 +49,10 @@ std::optional<Rejection> rejectIssuer(_CERT_CONTEXT const* certificate, _CERT_CO
                          "certificate renewed"};
 }
 
-ATL2::CCertContext issuerIn(void* store, _CERT_CONTEXT const* certificate) {
+ATL2::CCertContext issuerIn(void* store, const _CERT_CONTEXT* certificate) {
     ATL2::CCertContext candidate;
     // The search frees the context it is given, so each step hands the last one back.
-    while (_CERT_CONTEXT const* next = CertFindCertificateInStore(store, X509_ASN_ENCODING, 0, CERT_FIND_ISSUER_OF,
+    while (const _CERT_CONTEXT* next = CertFindCertificateInStore(store, X509_ASN_ENCODING, 0, CERT_FIND_ISSUER_OF,
                                                                   certificate, candidate.detach())) {
         candidate.reset(next);
         if (!rejectIssuer(certificate, next)) {
@@ -62,7 +62,7 @@ ATL2::CCertContext issuerIn(void* store, _CERT_CONTEXT const* certificate) {
     return {};
 }
 
-ATL2::CCertContext findIssuer(void* store, _CERT_CONTEXT const* certificate) {
+ATL2::CCertContext findIssuer(void* store, const _CERT_CONTEXT* certificate) {
     for (const char* name : {"CA", "ROOT"}) {
         ATL2::CCertStore system;
         if (system.Open(CERT_STORE_PROV_SYSTEM_A, 0, CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG, name) ==

@@ -16,17 +16,17 @@ using Orvane::PKI::OCSP::Client::CRequest;
 using Orvane::PKI::OCSP::Client::CResponse;
 using Orvane::PKI::OCSP::Client::withoutCredentials;
 
-Judge::Judge(CRequest const& request, Question question, void* store, CheckResult& result)
+Judge::Judge(const CRequest& request, Question question, void* store, CheckResult& result)
     : request_(request), question_(std::move(question)), stores_{store}, result_(result) {}
 
-std::variant<Finding, Rejection> Judge::verdictOn(CResponse const& response) {
+std::variant<Finding, Rejection> Judge::verdictOn(const CResponse& response) {
     if (std::optional<Rejection> rejection = proveResponse(response, stores_, 1).rejection) {
         return *std::move(rejection);
     }
     return findingOn(response, question_, clockOfPolicy());
 }
 
-std::int32_t Judge::OnResponse(CResponse const& response) {
+std::int32_t Judge::OnResponse(const CResponse& response) {
     std::variant<Finding, Rejection> verdict = verdictOn(response);
     if (auto* rejection = std::get_if<Rejection>(&verdict)) {
         const std::int32_t code = rejection->code;
@@ -47,7 +47,7 @@ std::int32_t Judge::OnResponse(CResponse const& response) {
 
 // After "unknown" the next responder is asked, and what that one knows outweighs it; nothing else is followed by a
 // further answer.
-void Judge::accept(const Finding& finding, CResponse const& response) {
+void Judge::accept(const Finding& finding, const CResponse& response) {
     result_.responder = utf8(withoutCredentials(request_.get_OCSPAddress()));
     describeEntry(response, finding.entry, result_);
     result_.state = stateOf(finding.status);

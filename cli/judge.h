@@ -19,21 +19,21 @@ namespace tallow::cli {
 class Judge : public Orvane::PKI::OCSP::Client::IResponseHandler {
 public:
     /// All that is pointed or referred to stays the caller's and must outlive the judge.
-    Judge(Orvane::PKI::OCSP::Client::CRequest const& request, Question question, void* store, CheckResult& result);
+    Judge(const Orvane::PKI::OCSP::Client::CRequest& request, Question question, void* store, CheckResult& result);
 
     /// 0 for good, kCertificateUnknown, or the code of the rule that rejects. Throws kCertificateRevoked, which ends
     /// the walk over the responders.
-    std::int32_t OnResponse(Orvane::PKI::OCSP::Client::CResponse const& response) override;
+    std::int32_t OnResponse(const Orvane::PKI::OCSP::Client::CResponse& response) override;
 
     /// Whether the result holds a proven state.
     bool accepted() const { return accepted_; }
     const std::vector<RejectedResponse>& rejected() const { return rejected_; }
 
 private:
-    std::variant<Finding, Rejection> verdictOn(Orvane::PKI::OCSP::Client::CResponse const& response);
-    void accept(const Finding& finding, Orvane::PKI::OCSP::Client::CResponse const& response);
+    std::variant<Finding, Rejection> verdictOn(const Orvane::PKI::OCSP::Client::CResponse& response);
+    void accept(const Finding& finding, const Orvane::PKI::OCSP::Client::CResponse& response);
 
-    Orvane::PKI::OCSP::Client::CRequest const& request_;
+    const Orvane::PKI::OCSP::Client::CRequest& request_;
     Question question_;
     void* stores_[1];
     CheckResult& result_;

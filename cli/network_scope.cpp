@@ -9,7 +9,7 @@ namespace tallow::cli {
 using Orvane::PKI::OCSP::Client::CRequest;
 using Orvane::PKI::OCSP::Client::CRequestPolicy;
 
-NetworkScope::NetworkScope(CRequest const& request) : proxy_(request.get_ProxyAddress()) {
+NetworkScope::NetworkScope(const CRequest& request) : proxy_(request.get_ProxyAddress()) {
     const CRequestPolicy policy;
     const bool mayDownload = mayUseProxy(
         policy, {.proxyAddress = proxy_.c_str(), .proxyAuthType = static_cast<long>(request.get_ProxyAuthType())});

@@ -13,7 +13,7 @@ namespace tallow::cli {
 /// validating chains. Throws what the policy throws, and the converted last error when the rules cannot be set.
 class NetworkScope {
 public:
-    explicit NetworkScope(Orvane::PKI::OCSP::Client::CRequest const& request);
+    explicit NetworkScope(const Orvane::PKI::OCSP::Client::CRequest& request);
     ~NetworkScope() { crypto_end_check(&record_); }
     NetworkScope(const NetworkScope&) = delete;
     NetworkScope& operator=(const NetworkScope&) = delete;

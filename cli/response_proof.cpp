@@ -10,7 +10,7 @@ namespace {
 
 using Orvane::PKI::OCSP::Client::CResponse;
 
-Orvane::CBlob bytesOf(CResponse const& response) {
+Orvane::CBlob bytesOf(const CResponse& response) {
     unsigned long size = 0;
     response.Export(nullptr, &size);
     Orvane::CBlob bytes(size);
@@ -24,14 +24,14 @@ std::optional<Rejection> rejectUnless(const char* step, Check check) {
     try {
         const std::int32_t verdict = check();
         return verdict == status::kOk ? std::nullopt : std::optional(Rejection{verdict, step});
-    } catch (ATL::CAtlException const& failure) {
+    } catch (const ATL::CAtlException& failure) {
         return Rejection{failure.status() != status::kOk ? failure.status() : status::kFail, step};
     }
 }
 
 }  // namespace
 
-Proof proveResponse(CResponse const& response, void** stores, unsigned long count) {
+Proof proveResponse(const CResponse& response, void** stores, unsigned long count) {
     Proof proof;
     proof.rejection = rejectForm(bytesOf(response));
     const auto require = [&proof](const char* step, auto check) {

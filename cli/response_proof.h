@@ -9,13 +9,13 @@
 namespace tallow::cli {
 
 struct Proof {
-    _CERT_CONTEXT const* signer = nullptr;  // the response's own; null when it was not found
+    const _CERT_CONTEXT* signer = nullptr;  // the response's own; null when it was not found
     std::optional<Rejection> rejection;
 };
 
 /// Checks form, response status, signature and the signer's certificate, in this order. `stores` is an array of `count`
 /// stores with more certificates and CRLs. Afterwards CResponse::VerifySR knows for which entries the signer may
 /// answer. Nonces and entries are not examined.
-Proof proveResponse(Orvane::PKI::OCSP::Client::CResponse const& response, void** stores, unsigned long count);
+Proof proveResponse(const Orvane::PKI::OCSP::Client::CResponse& response, void** stores, unsigned long count);
 
 }  // namespace tallow::cli

@@ -123,17 +123,17 @@ void RunInputs::add(const ATL2::CCertContext& certificate) {
     }
 }
 
-ATL2::CCertContext RunInputs::issuerOf(_CERT_CONTEXT const* certificate) const {
+ATL2::CCertContext RunInputs::issuerOf(const _CERT_CONTEXT* certificate) const {
     return issuer_ ? issuer_ : issuerIn(extra_.get(), certificate);
 }
 
-void RunInputs::requireIssuer(_CERT_CONTEXT const* certificate) const {
+void RunInputs::requireIssuer(const _CERT_CONTEXT* certificate) const {
     if (const std::optional<Rejection> rejection = issuer_ ? rejectIssuer(certificate, issuer_.get()) : std::nullopt) {
         throw InputError("--issuer", reasonOf(*rejection), rejection->code);
     }
 }
 
-ATL2::CCertContext RunInputs::name(CRequest& request, _CERT_CONTEXT const* certificate) const {
+ATL2::CCertContext RunInputs::name(CRequest& request, const _CERT_CONTEXT* certificate) const {
     ATL2::CCertContext issuer = issuerOf(certificate);
     if (!issuer) {
         issuer = findIssuer(extra_.get(), certificate);

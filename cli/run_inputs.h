@@ -22,16 +22,16 @@ public:
 
     /// The issuer given, or the one among the certificates of the run whose key signed `certificate`; empty when there
     /// is neither.
-    ATL2::CCertContext issuerOf(_CERT_CONTEXT const* certificate) const;
+    ATL2::CCertContext issuerOf(const _CERT_CONTEXT* certificate) const;
 
     /// Throws InputError unless the issuer given, if one was given, is proven to have signed `certificate`: a responder
     /// would speak about a certificate of that issuer with the same serial number, and that is another one.
-    void requireIssuer(_CERT_CONTEXT const* certificate) const;
+    void requireIssuer(const _CERT_CONTEXT* certificate) const;
 
     /// Names the certificate in the first entry of the request, by its issuer and with the hash of this run, and
     /// returns the issuer: as issuerOf, else from the stores or the network. Throws InputError when the issuer given is
     /// not proven to have signed it, kNoSigner when no issuer is found, and what the request throws.
-    ATL2::CCertContext name(Orvane::PKI::OCSP::Client::CRequest& request, _CERT_CONTEXT const* certificate) const;
+    ATL2::CCertContext name(Orvane::PKI::OCSP::Client::CRequest& request, const _CERT_CONTEXT* certificate) const;
 
 private:
     ATL2::CCertStore extra_;

@@ -25,7 +25,7 @@ Shown showCertId(const char* field, const CCertID& id) {
     return shown;
 }
 
-Shown showFields(_CERT_CONTEXT const* certificate) {
+Shown showFields(const _CERT_CONTEXT* certificate) {
     Shown shown = Shown::object("");
     shown.add("subject", subjectOf(certificate));
     shown.add("issuer", issuerNameOf(certificate));

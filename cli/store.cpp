@@ -48,7 +48,7 @@ Octets octetsOf(const std::string& der) {
 
 Item itemOf(const ATL2::CCertContext& certificate) {
     const Orvane::CDateTime notAfter(certificate->pCertInfo->NotAfter);
-    CERT_INFO const& info = *certificate->pCertInfo;
+    const CERT_INFO& info = *certificate->pCertInfo;
     const std::string der(reinterpret_cast<const char*>(certificate->pbCertEncoded), certificate->cbCertEncoded);
     const bool isRoot = info.Subject.cbData == info.Issuer.cbData &&
                         std::equal(info.Subject.pbData, info.Subject.pbData + info.Subject.cbData, info.Issuer.pbData);

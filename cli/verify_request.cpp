@@ -35,7 +35,7 @@ public:
 
 private:
     void judge();
-    _CERT_CONTEXT const* findRequestor(CRequest const& request);
+    const _CERT_CONTEXT* findRequestor(const CRequest& request);
     // False, with the verdict written, when the status refuses.
     bool passes(std::int32_t status);
 
@@ -60,11 +60,11 @@ bool RequestVerification::passes(std::int32_t status) {
 
 // The signer, else a certificate with his name, so that the report can say that its key did not sign. The last place
 // where the library looks is the user's store My, and it fails when there is none.
-_CERT_CONTEXT const* findCertificate(CRequest const& request, void* store) {
+const _CERT_CONTEXT* findCertificate(const CRequest& request, void* store) {
     try {
-        _CERT_CONTEXT const* const signer = request.FindSigner(&store, 1);
+        const _CERT_CONTEXT* const signer = request.FindSigner(&store, 1);
         return signer != nullptr ? signer : request.get_RequestorCertificate(&store, 1);
-    } catch (ATL::CAtlException const& failure) {
+    } catch (const ATL::CAtlException& failure) {
         if (failure.status() == status::kFileNotFound) {
             return nullptr;
         }
@@ -72,9 +72,9 @@ _CERT_CONTEXT const* findCertificate(CRequest const& request, void* store) {
     }
 }
 
-_CERT_CONTEXT const* RequestVerification::findRequestor(CRequest const& request) {
+const _CERT_CONTEXT* RequestVerification::findRequestor(const CRequest& request) {
     step_ = "finding the requestor's certificate";
-    _CERT_CONTEXT const* requestor = findCertificate(request, inputs_.store());
+    const _CERT_CONTEXT* requestor = findCertificate(request, inputs_.store());
     if (requestor == nullptr) {
         verdict_.error = explain(status::kCryptNotFound, step_);
         return nullptr;
@@ -91,7 +91,7 @@ void RequestVerification::judge() {
     request.Import(bytes.pbData(), static_cast<unsigned long>(bytes.cbData()));
     const std::string algorithm = request.get_SignatureAlgorithmOID();
     const bool isSigned = !algorithm.empty();
-    _CERT_CONTEXT const* requestor = nullptr;
+    const _CERT_CONTEXT* requestor = nullptr;
     if (isSigned) {
         verdict_.signatureAlgorithm = algorithmOf(Orvane::ASN1::CAlgorithmIdentifier(algorithm.c_str()));
         requestor = findRequestor(request);

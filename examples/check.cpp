@@ -21,14 +21,14 @@ ATL2::CCertContext readCertificate(const char* path) {
 
 // 0 when the certificate is proven good, else why not. What Send returns is decoded and fresh; the verdict on it is the
 // handler's.
-std::int32_t check(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer) {
+std::int32_t check(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer) {
     using namespace Orvane::PKI::OCSP::Client;
     try {
         CRequest request(certificate, issuer);
-        CResponse const& response = request.Send(false);
+        const CResponse& response = request.Send(false);
         CVerifyingResponseHandler judge(request, nullptr, 0);
         return judge.OnResponse(response);
-    } catch (ATL::CAtlException const& failure) {
+    } catch (const ATL::CAtlException& failure) {
         return failure.status() != status::kOk ? failure.status() : status::kFail;
     }
 }
@@ -48,7 +48,7 @@ int main(int argc, char** argv) {
         const char* text = verdict == status::kOk ? "good" : status::text(verdict);
         std::printf("0x%08X %s\n", static_cast<unsigned int>(verdict), text == nullptr ? "" : text);
         return verdict == status::kOk ? 0 : 1;
-    } catch (ATL::CAtlException const& failure) {
+    } catch (const ATL::CAtlException& failure) {
         std::fprintf(stderr, "%s\n", failure.what());
         return 64;
     }

@@ -7,7 +7,7 @@
 #include "platform/crypto/crypto_service.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
-    PCCERT_CONTEXT const context = CertCreateCertificateContext(X509_ASN_ENCODING, data, static_cast<DWORD>(size));
+    const PCCERT_CONTEXT context = CertCreateCertificateContext(X509_ASN_ENCODING, data, static_cast<DWORD>(size));
     if (context == nullptr) {
         return 0;
     }

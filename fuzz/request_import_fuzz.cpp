@@ -68,11 +68,11 @@ void check(const CRequest& request) {
     const bool isSigned = request.get_SignatureAlgorithmOID()[0] != '\0';
     require(attempt([&] { request.get_SignatureAlgorithm(); }) == isSigned);
     attempt([&] {
-        _CERT_CONTEXT const* requestor = request.get_RequestorCertificate(nullptr, 0);
+        const _CERT_CONTEXT* requestor = request.get_RequestorCertificate(nullptr, 0);
         require(requestor == request.get_RequestorCertificate(nullptr, 0));
     });
     attempt([&] {
-        _CERT_CONTEXT const* signer = request.FindSigner(nullptr, 0);
+        const _CERT_CONTEXT* signer = request.FindSigner(nullptr, 0);
         require(signer == nullptr || request.Verify(signer, "*", false) == 0);
     });
     // No root is trusted here, so nobody may be.

@@ -55,7 +55,7 @@ void read(const CResponse& response) {
         attempt([&] { readEntry(response, index); });
     }
     attempt([&] {
-        if (_CERT_CONTEXT const* responder = response.get_OCSPCertificate(nullptr, 0); responder != nullptr) {
+        if (const _CERT_CONTEXT* responder = response.get_OCSPCertificate(nullptr, 0); responder != nullptr) {
             static_cast<void>(response.Verify(responder, nullptr));
         }
     });

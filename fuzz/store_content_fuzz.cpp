@@ -10,7 +10,7 @@
 namespace {
 
 void look(const CRYPTO_STORE_ITEM* item, void* /*context*/) {
-    bool const isFound = item->dwKind == CRYPTO_STORE_ITEM_CERTIFICATE || item->dwKind == CRYPTO_STORE_ITEM_CRL;
+    const bool isFound = item->dwKind == CRYPTO_STORE_ITEM_CERTIFICATE || item->dwKind == CRYPTO_STORE_ITEM_CRL;
     if (isFound != (item->cbEncoded != 0) || isFound != (item->szProblem == nullptr) ||
         (isFound && item->pbEncoded[0] != 0x30) || (!isFound && std::strlen(item->szProblem) == 0)) {
         std::abort();

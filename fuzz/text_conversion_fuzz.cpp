@@ -15,23 +15,23 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         return 0;
     }
     const char* const text = reinterpret_cast<const char*>(data);
-    int const sizeText = static_cast<int>(size);
+    const int sizeText = static_cast<int>(size);
     std::vector<wchar_t> wide(static_cast<size_t>(MultiByteToWideChar(CP_UTF8, 0, text, sizeText, nullptr, 0)));
-    int const sizeWide = static_cast<int>(wide.size());
+    const int sizeWide = static_cast<int>(wide.size());
     if (MultiByteToWideChar(CP_UTF8, 0, text, sizeText, wide.data(), sizeWide) != sizeWide) {
         abort();
     }
     std::vector<char> back(
         static_cast<size_t>(WideCharToMultiByte(CP_UTF8, 0, wide.data(), sizeWide, nullptr, 0, nullptr, nullptr)));
-    int const sizeBack = static_cast<int>(back.size());
+    const int sizeBack = static_cast<int>(back.size());
     if (WideCharToMultiByte(CP_UTF8, 0, wide.data(), sizeWide, back.data(), sizeBack, nullptr, nullptr) != sizeBack) {
         abort();
     }
-    bool const valid = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text, sizeText, nullptr, 0) != 0;
+    const bool valid = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, text, sizeText, nullptr, 0) != 0;
     if (valid && (back.size() != size || std::memcmp(back.data(), data, size) != 0)) {
         abort();
     }
-    std::string const terminated(text, size);
+    const std::string terminated(text, size);
     for (DWORD const form : {CRYPT_STRING_BASE64_ANY, CRYPT_STRING_ANY}) {
         std::vector<BYTE> bytes(size + 1);
         DWORD sizeBytes = static_cast<DWORD>(bytes.size());

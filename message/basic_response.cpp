@@ -21,7 +21,7 @@ struct CBasicResponse::Impl {
     ASN1::CAlgorithmIdentifier signatureAlgorithm;
     std::optional<CBlobList> certs;
 
-    static std::unique_ptr<Impl> read(CBlob const& data);
+    static std::unique_ptr<Impl> read(const CBlob& data);
 };
 
 namespace {
@@ -31,12 +31,12 @@ struct BasicResponseTraits {
     using ASN1_C = asn1data::ASN1C_BasicOCSPResponse;
 };
 
-CCertStatus certStatusOf(asn1data::ASN1T_CertStatus const& record) {
+CCertStatus certStatusOf(const asn1data::ASN1T_CertStatus& record) {
     switch (record.t) {
         case asn1data::ASN1T_CertStatus::T_good:
             return CCertStatus(CCertStatus::kGood);
         case asn1data::ASN1T_CertStatus::T_revoked: {
-            asn1data::ASN1T_RevokedInfo const& info = *record.u.revoked;
+            const asn1data::ASN1T_RevokedInfo& info = *record.u.revoked;
             const auto reason = static_cast<ASN1::CrlReason>(info.revocationReason);
             return {ASN1::decodedUtcTime(info.revocationTime), info.m.revocationReasonPresent ? &reason : nullptr};
         }
@@ -45,7 +45,7 @@ CCertStatus certStatusOf(asn1data::ASN1T_CertStatus const& record) {
     }
 }
 
-CSingleResponse singleResponseOf(asn1data::ASN1T_SingleResponse const& record) {
+CSingleResponse singleResponseOf(const asn1data::ASN1T_SingleResponse& record) {
     std::optional<CDateTime> nextUpdate;
     if (record.m.nextUpdatePresent) {
         nextUpdate = ASN1::decodedUtcTime(record.nextUpdate);
@@ -62,7 +62,7 @@ CSingleResponse singleResponseOf(asn1data::ASN1T_SingleResponse const& record) {
 constexpr std::uint32_t kVersion = 0;
 constexpr std::uint32_t kCerts = 0;
 
-CResponderID responderIdOf(asn1data::ASN1T_ResponderID const& record, ASN1::CElement const& responseData) {
+CResponderID responderIdOf(const asn1data::ASN1T_ResponderID& record, const ASN1::CElement& responseData) {
     if (record.t == asn1data::ASN1T_ResponderID::T_byKey) {
         return {CResponderID::kByKey, CBlob(record.u.byKey->data, record.u.byKey->numocts)};
     }
@@ -74,7 +74,7 @@ CResponderID responderIdOf(asn1data::ASN1T_ResponderID const& record, ASN1::CEle
     return {CResponderID::kByName, ASN1::CElementReader(member).next().whole()};
 }
 
-CBlobList certificatesOf(ASN1::CElement const& wrapper) {
+CBlobList certificatesOf(const ASN1::CElement& wrapper) {
     // The decoder does not hold the length of a wrapper against what is in it; here it is what says where to look.
     if (!ASN1::hasContextTag(wrapper, kCerts)) {
         ATL::AtlThrowImpl(status::kAsn1Error);
@@ -90,10 +90,10 @@ CBlobList certificatesOf(ASN1::CElement const& wrapper) {
 }  // namespace
 
 CBasicResponse::CBasicResponse() : impl_(ASN1::withinFrame([] { return std::make_unique<Impl>(); })) {}
-CBasicResponse::CBasicResponse(CBasicResponse const& other)
+CBasicResponse::CBasicResponse(const CBasicResponse& other)
     : impl_(ASN1::withinFrame([&] { return std::make_unique<Impl>(*other.impl_); })) {}
 CBasicResponse::CBasicResponse(CBasicResponse&&) noexcept = default;
-CBasicResponse& CBasicResponse::operator=(CBasicResponse const& other) {
+CBasicResponse& CBasicResponse::operator=(const CBasicResponse& other) {
     if (this != &other) {
         *this = CBasicResponse(other);
     }
@@ -102,11 +102,11 @@ CBasicResponse& CBasicResponse::operator=(CBasicResponse const& other) {
 CBasicResponse& CBasicResponse::operator=(CBasicResponse&&) noexcept = default;
 CBasicResponse::~CBasicResponse() = default;
 
-void CBasicResponse::decode(CBlob const& data) {
+void CBasicResponse::decode(const CBlob& data) {
     impl_ = ASN1::withinFrame([&] { return Impl::read(data); });
 }
 
-std::unique_ptr<CBasicResponse::Impl> CBasicResponse::Impl::read(CBlob const& data) {
+std::unique_ptr<CBasicResponse::Impl> CBasicResponse::Impl::read(const CBlob& data) {
     ASN1BERDecodeBuffer buffer(data.pbData(), ASN1::messageSize(data));
     rtCtxtSetFlag(buffer.getCtxtPtr(), CTX_FLAG_ZERO_COPY);  // all that is read is copied below
     asn1data::ASN1T_BasicOCSPResponse record{};
@@ -120,8 +120,8 @@ std::unique_ptr<CBasicResponse::Impl> CBasicResponse::Impl::read(CBlob const& da
     decoded->trailingSize = data.cbData() - decoded->encoded.cbData();
     decoded->responderID = responderIdOf(record.tbsResponseData.responderID, members.next());
     decoded->producedAt = ASN1::decodedUtcTime(record.tbsResponseData.producedAt);
-    for (_Asn1RTDListNode const* node = record.tbsResponseData.responses.pHead; node != nullptr; node = node->pNext) {
-        decoded->responses.push_back(singleResponseOf(*static_cast<asn1data::ASN1T_SingleResponse const*>(node->data)));
+    for (const _Asn1RTDListNode* node = record.tbsResponseData.responses.pHead; node != nullptr; node = node->pNext) {
+        decoded->responses.push_back(singleResponseOf(*static_cast<const asn1data::ASN1T_SingleResponse*>(node->data)));
     }
     decoded->responseExtensions =
         extensionsOf(record.tbsResponseData.m.responseExtensionsPresent, record.tbsResponseData.responseExtensions);
@@ -142,33 +142,33 @@ unsigned long CBasicResponse::get_trailingSize() const {
     return impl_->trailingSize;
 }
 
-CSingleResponseList const& CBasicResponse::get_responses() const {
+const CSingleResponseList& CBasicResponse::get_responses() const {
     return impl_->responses;
 }
 
-ASN1::CExtensions const* CBasicResponse::get_responseExtensions() const {
+const ASN1::CExtensions* CBasicResponse::get_responseExtensions() const {
     return impl_->responseExtensions ? &*impl_->responseExtensions : nullptr;
 }
 
-CBlobList const* CBasicResponse::get_certs() const {
+const CBlobList* CBasicResponse::get_certs() const {
     return impl_->certs ? &*impl_->certs : nullptr;
 }
 
-CDateTime const& CBasicResponse::get_producedAt() const {
+const CDateTime& CBasicResponse::get_producedAt() const {
     return impl_->producedAt;
 }
 
-CResponderID const& CBasicResponse::get_responderID() const {
+const CResponderID& CBasicResponse::get_responderID() const {
     return impl_->responderID;
 }
 
-ASN1::CAlgorithmIdentifier const& CBasicResponse::get_signatureAlgorithm() const {
+const ASN1::CAlgorithmIdentifier& CBasicResponse::get_signatureAlgorithm() const {
     return impl_->signatureAlgorithm;
 }
 
 // The whole message is handed over: the service reads the signed structure, the algorithm and the signature from its
 // front and does not look at the certificates behind them.
-bool CBasicResponse::verify(CBlob const& certificate) const {
+bool CBasicResponse::verify(const CBlob& certificate) const {
     CRYPT_DATA_BLOB subject{static_cast<DWORD>(impl_->encoded.cbData()), impl_->encoded.pbData()};
     return verifySignature(CRYPT_VERIFY_CERT_SIGN_SUBJECT_BLOB, &subject, openCertificate(certificate));
 }

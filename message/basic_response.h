@@ -24,9 +24,9 @@ namespace Orvane::PKI::OCSP {
 class TALLOW_EXPORT CBasicResponse {
 public:
     CBasicResponse();
-    CBasicResponse(CBasicResponse const&);
+    CBasicResponse(const CBasicResponse&);
     CBasicResponse(CBasicResponse&&) noexcept;
-    CBasicResponse& operator=(CBasicResponse const&);
+    CBasicResponse& operator=(const CBasicResponse&);
     CBasicResponse& operator=(CBasicResponse&&) noexcept;
     ~CBasicResponse();
 
@@ -34,7 +34,7 @@ public:
     /// over them and not over a new encoding. Throws kAsn1Error for malformed input, for a time that is not in UTC
     /// ("Z") or does not exist, and kAsn1Memory when memory is exhausted or the records would take more of it than 64
     /// times the size of `data` and 1 MiB; the object keeps its old content then.
-    void decode(CBlob const& data);
+    void decode(const CBlob& data);
 
     /// The version field; 0, v1, also when it is absent. RFC 6960 has no other.
     std::uint32_t get_version() const;
@@ -42,19 +42,19 @@ public:
     /// at; callers that need a complete response require 0.
     unsigned long get_trailingSize() const;
 
-    CSingleResponseList const& get_responses() const;
+    const CSingleResponseList& get_responses() const;
     /// Null when absent; wire order.
-    ASN1::CExtensions const* get_responseExtensions() const;
+    const ASN1::CExtensions* get_responseExtensions() const;
     /// The DER certificates carried, byte for byte; null when absent.
-    CBlobList const* get_certs() const;
-    CDateTime const& get_producedAt() const;
-    CResponderID const& get_responderID() const;
-    ASN1::CAlgorithmIdentifier const& get_signatureAlgorithm() const;
+    const CBlobList* get_certs() const;
+    const CDateTime& get_producedAt() const;
+    const CResponderID& get_responderID() const;
+    const ASN1::CAlgorithmIdentifier& get_signatureAlgorithm() const;
 
     /// True when the signature over tbsResponseData verifies with the public key of the DER `certificate`; false when
     /// it does not. Throws the converted last error when the check cannot be made: the bytes are no certificate, the
     /// algorithm is not known or refused.
-    [[nodiscard]] bool verify(CBlob const& certificate) const;
+    [[nodiscard]] bool verify(const CBlob& certificate) const;
 
 private:
     struct Impl;

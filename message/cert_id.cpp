@@ -9,62 +9,62 @@
 namespace Orvane::PKI::OCSP {
 
 CCertID::CCertID() = default;
-CCertID::CCertID(CCertID const&) = default;
+CCertID::CCertID(const CCertID&) = default;
 CCertID::CCertID(CCertID&&) noexcept = default;
-CCertID& CCertID::operator=(CCertID const&) = default;
+CCertID& CCertID::operator=(const CCertID&) = default;
 CCertID& CCertID::operator=(CCertID&&) noexcept = default;
 CCertID::~CCertID() = default;
 
-CCertID::CCertID(ASN1::CAlgorithmIdentifierEx const& hashAlgorithm, CBlob const& certificate,
-                 CBlob const& issuerCertificate)
+CCertID::CCertID(const ASN1::CAlgorithmIdentifierEx& hashAlgorithm, const CBlob& certificate,
+                 const CBlob& issuerCertificate)
     : hashAlgorithm_(hashAlgorithm) {
     ASN1::withinFrame([&] { compute(certificate, issuerCertificate); });
 }
 
-void CCertID::compute(CBlob const& certificate, CBlob const& issuerCertificate) {
+void CCertID::compute(const CBlob& certificate, const CBlob& issuerCertificate) {
     const ATL2::CCertContext subject = openCertificate(certificate);
     const ATL2::CCertContext issuer = openCertificate(issuerCertificate);
     const ALG_ID algorithm = CertOIDToAlgId(hashAlgorithm_.get_algorithm());
     if (algorithm == 0) {
         ATL2::throwLastErrorOrFail();
     }
-    CERT_INFO const& issuerInfo = *issuer->pCertInfo;
+    const CERT_INFO& issuerInfo = *issuer->pCertInfo;
     issuerNameHash_ = hashOf(algorithm, issuerInfo.Subject.pbData, issuerInfo.Subject.cbData);
-    CRYPT_BIT_BLOB const& key = issuerInfo.SubjectPublicKeyInfo.PublicKey;
+    const CRYPT_BIT_BLOB& key = issuerInfo.SubjectPublicKeyInfo.PublicKey;
     issuerKeyHash_ = hashOf(algorithm, key.pbData, key.cbData);
-    CRYPT_INTEGER_BLOB const& serial = subject->pCertInfo->SerialNumber;
+    const CRYPT_INTEGER_BLOB& serial = subject->pCertInfo->SerialNumber;
     serialNumber_ = ASN1::CBigInteger(serial.pbData, serial.cbData);
     serialNumber_.reverse();  // the service keeps numbers least significant octet first
 }
 
-void CCertID::put_hashAlgorithm(ASN1::CAlgorithmIdentifier const& value) {
+void CCertID::put_hashAlgorithm(const ASN1::CAlgorithmIdentifier& value) {
     hashAlgorithm_ = value;
 }
 
-void CCertID::put_issuerNameHash(CBlob const& value) {
+void CCertID::put_issuerNameHash(const CBlob& value) {
     issuerNameHash_ = value;
 }
 
-void CCertID::put_issuerKeyHash(CBlob const& value) {
+void CCertID::put_issuerKeyHash(const CBlob& value) {
     issuerKeyHash_ = value;
 }
 
-void CCertID::put_serialNumber(ASN1::CBigInteger const& value) {
+void CCertID::put_serialNumber(const ASN1::CBigInteger& value) {
     serialNumber_ = value;
 }
 
-bool namesSameCertificate(CCertID const& left, CCertID const& right) {
+bool namesSameCertificate(const CCertID& left, const CCertID& right) {
     return left.get_issuerKeyHash() == right.get_issuerKeyHash() &&
            left.get_issuerNameHash() == right.get_issuerNameHash() &&
            left.get_serialNumber() == right.get_serialNumber();
 }
 
 CReqCert::CReqCert() = default;
-CReqCert::CReqCert(CCertID const& certID) : certID_(certID) {}
+CReqCert::CReqCert(const CCertID& certID) : certID_(certID) {}
 CReqCert::CReqCert(CCertID&& certID) noexcept : certID_(std::move(certID)) {}
-CReqCert::CReqCert(CReqCert const&) = default;
+CReqCert::CReqCert(const CReqCert&) = default;
 CReqCert::CReqCert(CReqCert&&) noexcept = default;
-CReqCert& CReqCert::operator=(CReqCert const&) = default;
+CReqCert& CReqCert::operator=(const CReqCert&) = default;
 CReqCert& CReqCert::operator=(CReqCert&&) noexcept = default;
 CReqCert::~CReqCert() = default;
 
@@ -76,22 +76,22 @@ CReqCert CReqCert::fromOtherAlternative(CBlob encoded) {
 
 // ---- To and from the schema records ---------------------------------------------------------------------------------
 
-void CertIdTraits::set(ASN1CTXT* ctxt, ASN1_T& record, CCertID const& value) {
+void CertIdTraits::set(ASN1CTXT* ctxt, ASN1_T& record, const CCertID& value) {
     ASN1::ASN1T_AlgorithmIdentifier_traits::set(ctxt, record.hashAlgorithm, value.get_hashAlgorithm());
     ASN1::ASN1TDynOctStr_traits::set(ctxt, record.issuerNameHash, value.get_issuerNameHash());
     ASN1::ASN1TDynOctStr_traits::set(ctxt, record.issuerKeyHash, value.get_issuerKeyHash());
     record.serialNumber = ASN1::BigIntegerToASN1String(ctxt, value.get_serialNumber());
 }
 
-void CertIdTraits::get(ASN1_T const& record, CCertID& value) {
+void CertIdTraits::get(const ASN1_T& record, CCertID& value) {
     ASN1::ASN1T_AlgorithmIdentifier_traits::get(record.hashAlgorithm, value.hashAlgorithm_);
     ASN1::ASN1TDynOctStr_traits::get(record.issuerNameHash, value.issuerNameHash_);
     ASN1::ASN1TDynOctStr_traits::get(record.issuerKeyHash, value.issuerKeyHash_);
     ASN1::ASN1StringToBigInteger(record.serialNumber, value.serialNumber_);
 }
 
-void ReqCertTraits::set(ASN1CTXT* ctxt, ASN1_T& record, CReqCert const& value) {
-    if (CCertID const* certID = value.get_certID(); certID != nullptr) {
+void ReqCertTraits::set(ASN1CTXT* ctxt, ASN1_T& record, const CReqCert& value) {
+    if (const CCertID* certID = value.get_certID(); certID != nullptr) {
         record.u.certID = ASN1::allocateRecord<asn1data::ASN1T_CertID>(ctxt);
         record.t = ASN1_T::T_certID;
         CertIdTraits::set(ctxt, *record.u.certID, *certID);
@@ -100,7 +100,7 @@ void ReqCertTraits::set(ASN1CTXT* ctxt, ASN1_T& record, CReqCert const& value) {
     }
 }
 
-CReqCert ReqCertTraits::get(ASN1_T const& record) {
+CReqCert ReqCertTraits::get(const ASN1_T& record) {
     if (record.t != ASN1_T::T_certID) {
         return CReqCert::fromOtherAlternative(ASN1::asn1EncodeT<ReqCertTraits>(record));
     }

@@ -29,30 +29,30 @@ public:
     /// STRING without the unused-bits octet. Throws the converted last error when either is no certificate, or the hash
     /// algorithm is not available: entries of a response name algorithms of the responder's choice, and a search over
     /// them has to continue after one that cannot be computed.
-    CCertID(ASN1::CAlgorithmIdentifierEx const& hashAlgorithm, CBlob const& certificate,
-            CBlob const& issuerCertificate);
+    CCertID(const ASN1::CAlgorithmIdentifierEx& hashAlgorithm, const CBlob& certificate,
+            const CBlob& issuerCertificate);
 
-    CCertID(CCertID const&);
+    CCertID(const CCertID&);
     CCertID(CCertID&&) noexcept;
-    CCertID& operator=(CCertID const&);
+    CCertID& operator=(const CCertID&);
     CCertID& operator=(CCertID&&) noexcept;
     ~CCertID();
 
-    ASN1::CAlgorithmIdentifier const& get_hashAlgorithm() const { return hashAlgorithm_; }
-    CBlob const& get_issuerNameHash() const { return issuerNameHash_; }
-    CBlob const& get_issuerKeyHash() const { return issuerKeyHash_; }
+    const ASN1::CAlgorithmIdentifier& get_hashAlgorithm() const { return hashAlgorithm_; }
+    const CBlob& get_issuerNameHash() const { return issuerNameHash_; }
+    const CBlob& get_issuerKeyHash() const { return issuerKeyHash_; }
     /// Big-endian two's complement, exactly as the INTEGER's contents stand in DER.
-    ASN1::CBigInteger const& get_serialNumber() const { return serialNumber_; }
+    const ASN1::CBigInteger& get_serialNumber() const { return serialNumber_; }
 
-    void put_hashAlgorithm(ASN1::CAlgorithmIdentifier const& value);
-    void put_issuerNameHash(CBlob const& value);
-    void put_issuerKeyHash(CBlob const& value);
-    void put_serialNumber(ASN1::CBigInteger const& value);
+    void put_hashAlgorithm(const ASN1::CAlgorithmIdentifier& value);
+    void put_issuerNameHash(const CBlob& value);
+    void put_issuerKeyHash(const CBlob& value);
+    void put_serialNumber(const ASN1::CBigInteger& value);
 
 private:
     friend struct CertIdTraits;
 
-    void compute(CBlob const& certificate, CBlob const& issuerCertificate);
+    void compute(const CBlob& certificate, const CBlob& issuerCertificate);
 
     ASN1::CAlgorithmIdentifier hashAlgorithm_;
     CBlob issuerNameHash_;
@@ -62,23 +62,23 @@ private:
 
 /// True when issuer hashes and serial number are the same. The hash algorithm is not compared: within one message the
 /// hashes already tell entries apart, and responders are known to differ in the algorithm's parameters.
-[[nodiscard]] TALLOW_EXPORT bool namesSameCertificate(CCertID const& left, CCertID const& right);
+[[nodiscard]] TALLOW_EXPORT bool namesSameCertificate(const CCertID& left, const CCertID& right);
 
 /// One of the three ways to name a certificate. Alternatives other than certID are carried, not interpreted.
 class TALLOW_EXPORT CReqCert {
 public:
-    explicit CReqCert(CCertID const& certID);
+    explicit CReqCert(const CCertID& certID);
     explicit CReqCert(CCertID&& certID) noexcept;
-    CReqCert(CReqCert const&);
+    CReqCert(const CReqCert&);
     CReqCert(CReqCert&&) noexcept;
-    CReqCert& operator=(CReqCert const&);
+    CReqCert& operator=(const CReqCert&);
     CReqCert& operator=(CReqCert&&) noexcept;
     ~CReqCert();
 
     /// Null when another alternative is held.
-    CCertID const* get_certID() const { return certID_ ? &*certID_ : nullptr; }
+    const CCertID* get_certID() const { return certID_ ? &*certID_ : nullptr; }
     /// The whole encoding of an alternative other than certID; null when certID is held.
-    CBlob const* get_otherAlternative() const { return certID_ ? nullptr : &encoded_; }
+    const CBlob* get_otherAlternative() const { return certID_ ? nullptr : &encoded_; }
 
     /// Makes an object that holds the given encoding of fullCertificate or certIdWithSignature.
     static CReqCert fromOtherAlternative(CBlob encoded);

@@ -14,17 +14,17 @@ struct CertIdTraits {
     using ASN1_T = asn1data::ASN1T_CertID;
     using ASN1_C = asn1data::ASN1C_CertID;
 
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CCertID const& value);
-    static void get(ASN1_T const& record, CCertID& value);
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CCertID& value);
+    static void get(const ASN1_T& record, CCertID& value);
 };
 
 struct ReqCertTraits {
     using ASN1_T = asn1data::ASN1T_ReqCert;
     using ASN1_C = asn1data::ASN1C_ReqCert;
 
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CReqCert const& value);
-    static CReqCert get(ASN1_T const& record);
-    static void copy(ASN1CTXT* ctxt, ASN1_T const& from, ASN1_T& to) { asn1data::asn1Copy_ReqCert(ctxt, &from, &to); }
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CReqCert& value);
+    static CReqCert get(const ASN1_T& record);
+    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) { asn1data::asn1Copy_ReqCert(ctxt, &from, &to); }
 };
 
 }  // namespace Orvane::PKI::OCSP

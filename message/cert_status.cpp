@@ -2,7 +2,7 @@
 
 namespace Orvane::PKI::OCSP {
 
-CCertStatus::CCertStatus(CDateTime const& revocationTime, ASN1::CrlReason const* reason)
+CCertStatus::CCertStatus(const CDateTime& revocationTime, const ASN1::CrlReason* reason)
     : type_(kRevoked), revocationTime_(revocationTime) {
     if (reason != nullptr) {
         reason_ = *reason;

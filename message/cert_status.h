@@ -22,13 +22,13 @@ public:
     /// Good or unknown.
     explicit CCertStatus(Type type) : type_(type) {}
     /// Revoked; `reason` null when it is not stated.
-    CCertStatus(CDateTime const& revocationTime, ASN1::CrlReason const* reason);
+    CCertStatus(const CDateTime& revocationTime, const ASN1::CrlReason* reason);
 
     Type get_type() const { return type_; }
     /// Null unless revoked.
-    CDateTime const* get_revocationTime() const { return revocationTime_ ? &*revocationTime_ : nullptr; }
+    const CDateTime* get_revocationTime() const { return revocationTime_ ? &*revocationTime_ : nullptr; }
     /// Null unless revoked with a reason.
-    ASN1::CrlReason const* get_revocationReason() const { return reason_ ? &*reason_ : nullptr; }
+    const ASN1::CrlReason* get_revocationReason() const { return reason_ ? &*reason_ : nullptr; }
 
 private:
     Type type_ = kUnknown;

@@ -6,7 +6,7 @@
 
 namespace Orvane::PKI::OCSP {
 
-ATL2::CCertContext openCertificate(CBlob const& certificate) {
+ATL2::CCertContext openCertificate(const CBlob& certificate) {
     ATL2::CCertContext context = ATL2::CCertContext::adopt(CertCreateCertificateContext(
         X509_ASN_ENCODING, certificate.pbData(), static_cast<DWORD>(certificate.cbData())));
     if (!context) {
@@ -15,7 +15,7 @@ ATL2::CCertContext openCertificate(CBlob const& certificate) {
     return context;
 }
 
-CBlob hashOf(ALG_ID algorithm, unsigned char const* data, unsigned long size) {
+CBlob hashOf(ALG_ID algorithm, const unsigned char* data, unsigned long size) {
     unsigned char hash[128];
     DWORD hashSize = sizeof hash;
     if (!CryptHashCertificate(0, algorithm, 0, data, static_cast<DWORD>(size), hash, &hashSize)) {
@@ -24,7 +24,7 @@ CBlob hashOf(ALG_ID algorithm, unsigned char const* data, unsigned long size) {
     return {hash, hashSize};
 }
 
-bool verifySignature(DWORD subjectType, void* subject, ATL2::CCertContext const& certificate) {
+bool verifySignature(DWORD subjectType, void* subject, const ATL2::CCertContext& certificate) {
     if (CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, subjectType, subject,
                                           CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT,
                                           const_cast<_CERT_CONTEXT*>(certificate.get()), 0, nullptr)) {

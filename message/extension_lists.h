@@ -9,7 +9,7 @@
 
 namespace Orvane::PKI::OCSP {
 
-inline std::optional<ASN1::CExtensions> extensionsOf(bool present, asn1data::ASN1T_MessageExtensions const& record) {
+inline std::optional<ASN1::CExtensions> extensionsOf(bool present, const asn1data::ASN1T_MessageExtensions& record) {
     std::optional<ASN1::CExtensions> extensions;
     if (present) {
         ASN1::ASN1T_Extensions_traits::get(record, extensions.emplace());

@@ -19,15 +19,15 @@ struct AcceptableResponsesTraits {
     using ASN1_T = asn1data::ASN1T_AcceptableResponses;
     using ASN1_C = asn1data::ASN1C_AcceptableResponses;
 
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CStringList const& value) {
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CStringList& value) {
         record.n = static_cast<std::uint32_t>(value.size());
         record.elem = ASN1::allocateRecords<ASN1TObjId>(ctxt, value.size());
         ASN1TObjId* element = record.elem;
-        for (CStringProxy const& oid : value) {
+        for (const CStringProxy& oid : value) {
             ASN1::ASN1TObjId_traits::set(ctxt, *element++, oid.c_str());
         }
     }
-    static void get(ASN1_T const& record, CStringList& value) {
+    static void get(const ASN1_T& record, CStringList& value) {
         value.clear();
         for (std::uint32_t i = 0; i < record.n; ++i) {
             CStringProxy oid("");
@@ -41,7 +41,7 @@ struct ServiceLocatorTraits {
     using ASN1_T = asn1data::ASN1T_ServiceLocator;
     using ASN1_C = asn1data::ASN1C_ServiceLocator;
 
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CExtServiceLocator const& value) {
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CExtServiceLocator& value) {
         ASN1::ASN1T_Name_traits::set(ctxt, record.issuer, value.get_issuer());
         if (value.get_locator() != nullptr) {
             record.m.locatorPresent = 1;
@@ -54,7 +54,7 @@ struct ArchiveCutoffTraits {
     using ASN1_T = const char*;
     using ASN1_C = ASN1::ASN1GeneralizedTime_traits::ASN1_C;
 
-    static void set(ASN1CTXT* ctxt, const char*& record, CDateTime const& value) {
+    static void set(ASN1CTXT* ctxt, const char*& record, const CDateTime& value) {
         ASN1::ASN1GeneralizedTime_traits::set(ctxt, record, value);
     }
     static void get(const char* record, CDateTime& value) { value = ASN1::decodedUtcTime(record); }
@@ -89,9 +89,9 @@ struct CrlReferenceTraits {
 // ---- Nonce ----------------------------------------------------------------------------------------------------------
 
 CExtNonce::CExtNonce() : CExtValue(kOidNonce) {}
-CExtNonce::CExtNonce(CBlob const& extnValue) : CExtValue(kOidNonce, extnValue) {}
+CExtNonce::CExtNonce(const CBlob& extnValue) : CExtValue(kOidNonce, extnValue) {}
 
-void CExtNonce::put_nonce(CBlob const& nonce) {
+void CExtNonce::put_nonce(const CBlob& nonce) {
     ASN1::withinFrame([&] { value() = nonce; });
 }
 
@@ -99,12 +99,12 @@ void CExtNonce::put_nonce(CBlob const& nonce) {
 
 CExtAcceptableResponses::CExtAcceptableResponses() : CExtValue(kOidAcceptableResponses) {}
 
-CExtAcceptableResponses::CExtAcceptableResponses(CBlob const& extnValue)
+CExtAcceptableResponses::CExtAcceptableResponses(const CBlob& extnValue)
     : CExtValue(kOidAcceptableResponses, extnValue) {
     ASN1::asn1Decode<AcceptableResponsesTraits>(extnValue, responses_);
 }
 
-void CExtAcceptableResponses::put_acceptableResponses(CStringList const& responses) {
+void CExtAcceptableResponses::put_acceptableResponses(const CStringList& responses) {
     ASN1::withinFrame([&] {
         CStringList copy(responses);
         value() = ASN1::asn1Encode<AcceptableResponsesTraits>(responses);
@@ -115,10 +115,10 @@ void CExtAcceptableResponses::put_acceptableResponses(CStringList const& respons
 // ---- Service locator ------------------------------------------------------------------------------------------------
 
 CExtServiceLocator::CExtServiceLocator() : CExtValue(kOidServiceLocator) {}
-CExtServiceLocator::CExtServiceLocator(CExtServiceLocator const&) = default;
-CExtServiceLocator& CExtServiceLocator::operator=(CExtServiceLocator const&) = default;
+CExtServiceLocator::CExtServiceLocator(const CExtServiceLocator&) = default;
+CExtServiceLocator& CExtServiceLocator::operator=(const CExtServiceLocator&) = default;
 
-CExtServiceLocator::CExtServiceLocator(CBlob const& extnValue) : CExtValue(kOidServiceLocator, extnValue) {
+CExtServiceLocator::CExtServiceLocator(const CBlob& extnValue) : CExtValue(kOidServiceLocator, extnValue) {
     ASN1::withinFrame([&] {
         ASN1BERDecodeBuffer buffer(extnValue.pbData(), ASN1::messageSize(extnValue));
         asn1data::ASN1T_ServiceLocator record{};
@@ -130,12 +130,12 @@ CExtServiceLocator::CExtServiceLocator(CBlob const& extnValue) : CExtValue(kOidS
     });
 }
 
-void CExtServiceLocator::put_issuer(CBlob const& name) {
+void CExtServiceLocator::put_issuer(const CBlob& name) {
     ASN1::withinFrame([&] { issuer_ = name; });
     encodeValue();
 }
 
-void CExtServiceLocator::put_locator(ASN1::CAuthorityInfoAccessSyntax const* locator) {
+void CExtServiceLocator::put_locator(const ASN1::CAuthorityInfoAccessSyntax* locator) {
     ASN1::withinFrame([&] { locator_ = locator == nullptr ? std::nullopt : std::optional(*locator); });
     encodeValue();
 }
@@ -150,14 +150,14 @@ void CExtServiceLocator::encodeValue() {
 // ---- CRL locator ----------------------------------------------------------------------------------------------------
 
 CExtCRLLocator::CExtCRLLocator() : CExtValue(kOidCrlLocator) {}
-CExtCRLLocator::CExtCRLLocator(CExtCRLLocator const&) = default;
-CExtCRLLocator& CExtCRLLocator::operator=(CExtCRLLocator const&) = default;
+CExtCRLLocator::CExtCRLLocator(const CExtCRLLocator&) = default;
+CExtCRLLocator& CExtCRLLocator::operator=(const CExtCRLLocator&) = default;
 
-CExtCRLLocator::CExtCRLLocator(CBlob const& extnValue) : CExtValue(kOidCrlLocator, extnValue) {
+CExtCRLLocator::CExtCRLLocator(const CBlob& extnValue) : CExtValue(kOidCrlLocator, extnValue) {
     ASN1::asn1Decode<ASN1::ASN1T_CRLDistPointsSyntax_traits>(extnValue, locator_);
 }
 
-void CExtCRLLocator::put_locator(ASN1::CCRLDistPointsSyntax const& locator) {
+void CExtCRLLocator::put_locator(const ASN1::CCRLDistPointsSyntax& locator) {
     ASN1::withinFrame([&] {
         ASN1::CCRLDistPointsSyntax copy(locator);
         value() = ASN1::asn1Encode<ASN1::ASN1T_CRLDistPointsSyntax_traits>(locator);
@@ -169,7 +169,7 @@ void CExtCRLLocator::put_locator(ASN1::CCRLDistPointsSyntax const& locator) {
 
 CExtCrlIDBase::CExtCrlIDBase(const char* oid) : CExtValue(oid) {}
 
-CExtCrlIDBase::CExtCrlIDBase(const char* oid, CBlob const& extnValue) : CExtValue(oid, extnValue) {
+CExtCrlIDBase::CExtCrlIDBase(const char* oid, const CBlob& extnValue) : CExtValue(oid, extnValue) {
     decodeValue();
 }
 
@@ -178,12 +178,12 @@ void CExtCrlIDBase::put_crlUrl(const char* url) {
     encodeValue();
 }
 
-void CExtCrlIDBase::put_crlNum(int const* number) {
+void CExtCrlIDBase::put_crlNum(const int* number) {
     crlNum_ = number == nullptr ? std::nullopt : std::optional(*number);
     encodeValue();
 }
 
-void CExtCrlIDBase::put_crlTime(CDateTime const* time) {
+void CExtCrlIDBase::put_crlTime(const CDateTime* time) {
     crlTime_ = time == nullptr ? std::nullopt : std::optional(*time);
     encodeValue();
 }
@@ -234,7 +234,7 @@ void CExtCrlIDBase::decodeValue() {
 }
 
 template <class Record>
-void CExtCrlIDBase::take(Record const& record) {
+void CExtCrlIDBase::take(const Record& record) {
     if (record.m.crlUrlPresent) {
         crlUrl_ = CStringProxy(decodedUrl(record.crlUrl).c_str());
     }
@@ -244,21 +244,21 @@ void CExtCrlIDBase::take(Record const& record) {
 }
 
 CExtHistoricalRequest::CExtHistoricalRequest() : CExtCrlIDBase(kOidHistoricalRequest) {}
-CExtHistoricalRequest::CExtHistoricalRequest(CBlob const& extnValue)
+CExtHistoricalRequest::CExtHistoricalRequest(const CBlob& extnValue)
     : CExtCrlIDBase(kOidHistoricalRequest, extnValue) {}
 
 CExtCrlID::CExtCrlID() : CExtCrlIDBase(kOidCrlReference) {}
-CExtCrlID::CExtCrlID(CBlob const& extnValue) : CExtCrlIDBase(kOidCrlReference, extnValue) {}
+CExtCrlID::CExtCrlID(const CBlob& extnValue) : CExtCrlIDBase(kOidCrlReference, extnValue) {}
 
 // ---- Archive cutoff -------------------------------------------------------------------------------------------------
 
 CExtArchiveCutoff::CExtArchiveCutoff() : CExtValue(kOidArchiveCutoff) {}
 
-CExtArchiveCutoff::CExtArchiveCutoff(CBlob const& extnValue) : CExtValue(kOidArchiveCutoff, extnValue) {
+CExtArchiveCutoff::CExtArchiveCutoff(const CBlob& extnValue) : CExtValue(kOidArchiveCutoff, extnValue) {
     ASN1::asn1Decode<ArchiveCutoffTraits>(extnValue, archiveCutoff_);
 }
 
-void CExtArchiveCutoff::put_archiveCutoff(CDateTime const& time) {
+void CExtArchiveCutoff::put_archiveCutoff(const CDateTime& time) {
     value() = ASN1::asn1Encode<ASN1::ASN1GeneralizedTime_traits>(time);
     archiveCutoff_ = time;
 }

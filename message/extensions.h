@@ -31,21 +31,21 @@ inline constexpr char kOidHistoricalRequest[] = "1.2.643.2.2.47.5";
 class TALLOW_EXPORT CExtNonce : public ASN1::CExtValue {
 public:
     CExtNonce();
-    explicit CExtNonce(CBlob const& extnValue);
+    explicit CExtNonce(const CBlob& extnValue);
 
-    CBlob const& get_nonce() const { return get_value(); }
-    void put_nonce(CBlob const& nonce);
+    const CBlob& get_nonce() const { return get_value(); }
+    void put_nonce(const CBlob& nonce);
 };
 
 /// The response types that the client understands (RFC 6960, 4.4.3), as dotted OID texts.
 class TALLOW_EXPORT CExtAcceptableResponses : public ASN1::CExtValue {
 public:
     CExtAcceptableResponses();
-    explicit CExtAcceptableResponses(CBlob const& extnValue);
+    explicit CExtAcceptableResponses(const CBlob& extnValue);
 
-    CStringList const& get_acceptableResponses() const { return responses_; }
+    const CStringList& get_acceptableResponses() const { return responses_; }
     /// Throws kInvalidArgument for a text that is no OID.
-    void put_acceptableResponses(CStringList const& responses);
+    void put_acceptableResponses(const CStringList& responses);
 
 private:
     CStringList responses_;
@@ -55,17 +55,17 @@ private:
 class TALLOW_EXPORT CExtServiceLocator : public ASN1::CExtValue {
 public:
     CExtServiceLocator();
-    explicit CExtServiceLocator(CBlob const& extnValue);
-    CExtServiceLocator(CExtServiceLocator const&);
-    CExtServiceLocator& operator=(CExtServiceLocator const&);
+    explicit CExtServiceLocator(const CBlob& extnValue);
+    CExtServiceLocator(const CExtServiceLocator&);
+    CExtServiceLocator& operator=(const CExtServiceLocator&);
 
     /// A DER Name; empty until put. One that was read is encoded anew from its values.
-    CBlob const& get_issuer() const { return issuer_; }
-    void put_issuer(CBlob const& name);
+    const CBlob& get_issuer() const { return issuer_; }
+    void put_issuer(const CBlob& name);
     /// Null when absent.
-    ASN1::CAuthorityInfoAccessSyntax const* get_locator() const { return locator_ ? &*locator_ : nullptr; }
+    const ASN1::CAuthorityInfoAccessSyntax* get_locator() const { return locator_ ? &*locator_ : nullptr; }
     /// Copies; null removes.
-    void put_locator(ASN1::CAuthorityInfoAccessSyntax const* locator);
+    void put_locator(const ASN1::CAuthorityInfoAccessSyntax* locator);
 
 private:
     void encodeValue();
@@ -78,12 +78,12 @@ private:
 class TALLOW_EXPORT CExtCRLLocator : public ASN1::CExtValue {
 public:
     CExtCRLLocator();
-    explicit CExtCRLLocator(CBlob const& extnValue);
-    CExtCRLLocator(CExtCRLLocator const&);
-    CExtCRLLocator& operator=(CExtCRLLocator const&);
+    explicit CExtCRLLocator(const CBlob& extnValue);
+    CExtCRLLocator(const CExtCRLLocator&);
+    CExtCRLLocator& operator=(const CExtCRLLocator&);
 
-    ASN1::CCRLDistPointsSyntax const& get_locator() const { return locator_; }
-    void put_locator(ASN1::CCRLDistPointsSyntax const& locator);
+    const ASN1::CCRLDistPointsSyntax& get_locator() const { return locator_; }
+    void put_locator(const ASN1::CCRLDistPointsSyntax& locator);
 
 private:
     ASN1::CCRLDistPointsSyntax locator_;
@@ -97,23 +97,23 @@ public:
     /// Each null when absent; valid until the object changes. A NUL in the address shows as "%00". A number that does
     /// not fit 32 bits counts as absent; get_value has its octets, until a setter encodes the value anew without it.
     const char* get_crlUrl() const { return crlUrl_ ? crlUrl_->c_str() : nullptr; }
-    int const* get_crlNum() const { return crlNum_ ? &*crlNum_ : nullptr; }
-    CDateTime const* get_crlTime() const { return crlTime_ ? &*crlTime_ : nullptr; }
+    const int* get_crlNum() const { return crlNum_ ? &*crlNum_ : nullptr; }
+    const CDateTime* get_crlTime() const { return crlTime_ ? &*crlTime_ : nullptr; }
     /// Each copies; null removes.
     void put_crlUrl(const char* url);
-    void put_crlNum(int const* number);
-    void put_crlTime(CDateTime const* time);
+    void put_crlNum(const int* number);
+    void put_crlTime(const CDateTime* time);
 
 protected:
     explicit CExtCrlIDBase(const char* oid);
-    CExtCrlIDBase(const char* oid, CBlob const& extnValue);
+    CExtCrlIDBase(const char* oid, const CBlob& extnValue);
 
 private:
     void encodeValue();
     CBlob encoded() const;
     void decodeValue();
     template <class Record>
-    void take(Record const& record);
+    void take(const Record& record);
 
     std::optional<CStringProxy> crlUrl_;
     std::optional<int> crlNum_;
@@ -124,14 +124,14 @@ private:
 class TALLOW_EXPORT CExtHistoricalRequest : public CExtCrlIDBase {
 public:
     CExtHistoricalRequest();
-    explicit CExtHistoricalRequest(CBlob const& extnValue);
+    explicit CExtHistoricalRequest(const CBlob& extnValue);
 };
 
 /// The CRL on which an answer rests (RFC 6960, 4.4.2).
 class TALLOW_EXPORT CExtCrlID : public CExtCrlIDBase {
 public:
     CExtCrlID();
-    explicit CExtCrlID(CBlob const& extnValue);
+    explicit CExtCrlID(const CBlob& extnValue);
 };
 
 /// How far back a responder keeps revocation data (RFC 6960, 4.4.4). Decoding throws kAsn1Error for a time that is not
@@ -139,10 +139,10 @@ public:
 class TALLOW_EXPORT CExtArchiveCutoff : public ASN1::CExtValue {
 public:
     CExtArchiveCutoff();
-    explicit CExtArchiveCutoff(CBlob const& extnValue);
+    explicit CExtArchiveCutoff(const CBlob& extnValue);
 
-    CDateTime const& get_archiveCutoff() const { return archiveCutoff_; }
-    void put_archiveCutoff(CDateTime const& time);
+    const CDateTime& get_archiveCutoff() const { return archiveCutoff_; }
+    void put_archiveCutoff(const CDateTime& time);
 
 private:
     CDateTime archiveCutoff_{0, 0};

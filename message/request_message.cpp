@@ -33,10 +33,10 @@ struct CRequestMessage::Impl {
     // The whole message when it was decoded or signed; empty once the content was changed.
     CBlob encoded;
 
-    static std::unique_ptr<Impl> read(CBlob const& data);
+    static std::unique_ptr<Impl> read(const CBlob& data);
     void fill(ASN1CTXT* ctxt, asn1data::ASN1T_TBSRequest& record) const;
-    void sign(unsigned long long hProv, unsigned int keySpec, ASN1::CAlgorithmIdentifierEx const& signatureAlgorithm,
-              CBlobList const* certs);
+    void sign(unsigned long long hProv, unsigned int keySpec, const ASN1::CAlgorithmIdentifierEx& signatureAlgorithm,
+              const CBlobList* certs);
 
     // What was signed or read no longer stands for a content that changes.
     void contentChanges() {
@@ -67,9 +67,9 @@ constexpr std::uint32_t kCerts = 0;
 struct RequestTraits {
     using ASN1_T = asn1data::ASN1T_Request;
 
-    static void set(ASN1CTXT* ctxt, ASN1_T& record, CSingleRequest const& value) {
+    static void set(ASN1CTXT* ctxt, ASN1_T& record, const CSingleRequest& value) {
         ReqCertTraits::set(ctxt, record.reqCert, value.get_reqCert());
-        if (ASN1::CExtensions const* extensions = value.get_singleRequestExtensions(); extensions != nullptr) {
+        if (const ASN1::CExtensions* extensions = value.get_singleRequestExtensions(); extensions != nullptr) {
             record.m.singleRequestExtensionsPresent = 1;
             ASN1::ASN1T_Extensions_traits::set(ctxt, record.singleRequestExtensions, *extensions);
         }
@@ -79,7 +79,7 @@ struct RequestTraits {
 using RequestListTraits =
     ASN1::ASN1TSeqOfList_traits<asn1data::ASN1T_Request, RequestTraits, CSingleRequest, CSingleRequestList>;
 
-CSingleRequest singleRequestOf(asn1data::ASN1T_Request const& record) {
+CSingleRequest singleRequestOf(const asn1data::ASN1T_Request& record) {
     CSingleRequest request(ReqCertTraits::get(record.reqCert));
     const std::optional<ASN1::CExtensions> extensions =
         extensionsOf(record.m.singleRequestExtensionsPresent, record.singleRequestExtensions);
@@ -88,20 +88,20 @@ CSingleRequest singleRequestOf(asn1data::ASN1T_Request const& record) {
 }
 
 // A BIT STRING of whole octets.
-CBlob composeBitString(CBlob const& octets) {
+CBlob composeBitString(const CBlob& octets) {
     constexpr unsigned char kNoUnusedBits = 0;
     const CBlob unused(&kNoUnusedBits, 1);
     return ASN1::composeElement(0x00000003, {&unused, &octets});
 }
 
 // The OCSPSignature in its wrapper. The certificates go in as they are: encoding them anew could break them.
-CBlob composeSignature(ASN1::CAlgorithmIdentifier const& algorithm, CBlob const& signature, CBlobList const* certs) {
+CBlob composeSignature(const ASN1::CAlgorithmIdentifier& algorithm, const CBlob& signature, const CBlobList* certs) {
     const CBlob algorithmBytes = algorithm.encode();
     const CBlob signatureBytes = composeBitString(signature);
     CBlob certsBytes;
     if (certs != nullptr && !certs->empty()) {
         CBlob all;
-        for (CBlob const& cert : *certs) {
+        for (const CBlob& cert : *certs) {
             all += cert;
         }
         const CBlob sequence = ASN1::composeElement(ASN1::kTagSequenceWord, {&all});
@@ -114,14 +114,14 @@ CBlob composeSignature(ASN1::CAlgorithmIdentifier const& algorithm, CBlob const&
 
 // The content of an element that must be the wrapper [number]: the decoder does not hold the length of a wrapper
 // against what is in it, and here it is what says where to look.
-ASN1::CElementReader inside(ASN1::CElement const& wrapper, std::uint32_t number) {
+ASN1::CElementReader inside(const ASN1::CElement& wrapper, std::uint32_t number) {
     if (!ASN1::hasContextTag(wrapper, number)) {
         ATL::AtlThrowImpl(status::kAsn1Error);
     }
     return ASN1::CElementReader(ASN1::CElementReader(wrapper).next());
 }
 
-CBlobList certificatesOf(ASN1::CElement const& signatureWrapper) {
+CBlobList certificatesOf(const ASN1::CElement& signatureWrapper) {
     ASN1::CElementReader signature = inside(signatureWrapper, kSignature);
     signature.next();  // signatureAlgorithm
     signature.next();  // signature
@@ -141,10 +141,10 @@ CRequestMessage::CRequestMessage(bool writeVersion)
     impl_->writeVersion = writeVersion;
 }
 
-CRequestMessage::CRequestMessage(CRequestMessage const& other)
+CRequestMessage::CRequestMessage(const CRequestMessage& other)
     : impl_(ASN1::withinFrame([&] { return std::make_unique<Impl>(*other.impl_); })) {}
 
-CRequestMessage& CRequestMessage::operator=(CRequestMessage const& other) {
+CRequestMessage& CRequestMessage::operator=(const CRequestMessage& other) {
     if (this != &other) {
         impl_ = std::move(CRequestMessage(other).impl_);
     }
@@ -153,11 +153,11 @@ CRequestMessage& CRequestMessage::operator=(CRequestMessage const& other) {
 
 CRequestMessage::~CRequestMessage() = default;
 
-void CRequestMessage::decode(CBlob const& data) {
+void CRequestMessage::decode(const CBlob& data) {
     impl_ = ASN1::withinFrame([&] { return Impl::read(data); });
 }
 
-std::unique_ptr<CRequestMessage::Impl> CRequestMessage::Impl::read(CBlob const& data) {
+std::unique_ptr<CRequestMessage::Impl> CRequestMessage::Impl::read(const CBlob& data) {
     ASN1BERDecodeBuffer buffer(data.pbData(), ASN1::messageSize(data));
     rtCtxtSetFlag(buffer.getCtxtPtr(), CTX_FLAG_ZERO_COPY);  // all that is read is copied below
     asn1data::ASN1T_OCSPRequest record{};
@@ -166,11 +166,11 @@ std::unique_ptr<CRequestMessage::Impl> CRequestMessage::Impl::read(CBlob const& 
     auto decoded = std::make_unique<Impl>();
     const ASN1::CElement whole = ASN1::firstElement(data.pbData(), data.cbData());
     ASN1::CElementReader members(whole);
-    asn1data::ASN1T_TBSRequest const& tbs = record.tbsRequest;
+    const asn1data::ASN1T_TBSRequest& tbs = record.tbsRequest;
     decoded->encoded = whole.whole();
     decoded->writeVersion = tbs.m.versionPresent;
-    for (_Asn1RTDListNode const* node = tbs.requestList.pHead; node != nullptr; node = node->pNext) {
-        decoded->requestList.push_back(singleRequestOf(*static_cast<asn1data::ASN1T_Request const*>(node->data)));
+    for (const _Asn1RTDListNode* node = tbs.requestList.pHead; node != nullptr; node = node->pNext) {
+        decoded->requestList.push_back(singleRequestOf(*static_cast<const asn1data::ASN1T_Request*>(node->data)));
     }
     decoded->requestExtensions = extensionsOf(tbs.m.requestExtensionsPresent, tbs.requestExtensions);
     if (tbs.m.requestorNamePresent && tbs.requestorName.t == asn1data::ASN1T_GeneralName::T_directoryName) {
@@ -179,7 +179,7 @@ std::unique_ptr<CRequestMessage::Impl> CRequestMessage::Impl::read(CBlob const& 
         decoded->requestorName = *name.get_directoryName();
     }
     if (record.m.optionalSignaturePresent) {
-        asn1data::ASN1T_OCSPSignature const& signature = record.optionalSignature;
+        const asn1data::ASN1T_OCSPSignature& signature = record.optionalSignature;
         ASN1::ASN1T_AlgorithmIdentifier_traits::get(signature.signatureAlgorithm,
                                                     decoded->signatureAlgorithm.emplace());
         ASN1::ASN1TDynBitStr_traits::get(signature.signature, decoded->signature);
@@ -219,11 +219,11 @@ CBlob CRequestMessage::encode() const {
     });
 }
 
-CSingleRequestList const& CRequestMessage::get_requestList() const {
+const CSingleRequestList& CRequestMessage::get_requestList() const {
     return impl_->requestList;
 }
 
-void CRequestMessage::put_requestList(CSingleRequestList const& list) {
+void CRequestMessage::put_requestList(const CSingleRequestList& list) {
     put_requestList(ASN1::withinFrame([&] { return CSingleRequestList(list); }));
 }
 
@@ -232,17 +232,17 @@ void CRequestMessage::put_requestList(CSingleRequestList&& list) {
     impl_->requestList = std::move(list);
 }
 
-ASN1::CExtensions const* CRequestMessage::get_requestExtensions() const {
+const ASN1::CExtensions* CRequestMessage::get_requestExtensions() const {
     return impl_->requestExtensions ? &*impl_->requestExtensions : nullptr;
 }
 
-void CRequestMessage::put_requestExtensions(ASN1::CExtensions const* extensions) {
+void CRequestMessage::put_requestExtensions(const ASN1::CExtensions* extensions) {
     ASN1::withinFrame(
         [&] { impl_->requestExtensions = extensions == nullptr ? std::nullopt : std::optional(*extensions); });
     impl_->contentChanges();
 }
 
-CBlob const* CRequestMessage::get_requestorName() const {
+const CBlob* CRequestMessage::get_requestorName() const {
     if (impl_->requestorName) {
         return &*impl_->requestorName;
     }
@@ -250,32 +250,32 @@ CBlob const* CRequestMessage::get_requestorName() const {
     return impl_->signatureAlgorithm ? &impl_->noName : nullptr;
 }
 
-void CRequestMessage::put_requestorName(CBlob const* name) {
+void CRequestMessage::put_requestorName(const CBlob* name) {
     ASN1::withinFrame([&] { impl_->requestorName = name == nullptr ? std::nullopt : std::optional(*name); });
     impl_->contentChanges();
 }
 
-ASN1::CAlgorithmIdentifier const* CRequestMessage::get_signatureAlgorithm() const {
+const ASN1::CAlgorithmIdentifier* CRequestMessage::get_signatureAlgorithm() const {
     return impl_->signatureAlgorithm ? &*impl_->signatureAlgorithm : nullptr;
 }
 
-CBlobList const* CRequestMessage::get_signatureCerts() const {
+const CBlobList* CRequestMessage::get_signatureCerts() const {
     return impl_->signatureCerts ? &*impl_->signatureCerts : nullptr;
 }
 
 void CRequestMessage::sign(unsigned long long hProv, unsigned int keySpec,
-                           ASN1::CAlgorithmIdentifierEx const& signatureAlgorithm, CBlobList const* certs) {
+                           const ASN1::CAlgorithmIdentifierEx& signatureAlgorithm, const CBlobList* certs) {
     ASN1::withinFrame([&] { impl_->sign(hProv, keySpec, signatureAlgorithm, certs); });
 }
 
 void CRequestMessage::Impl::sign(unsigned long long hProv, unsigned int keySpec,
-                                 ASN1::CAlgorithmIdentifierEx const& chosen, CBlobList const* certs) {
+                                 const ASN1::CAlgorithmIdentifierEx& chosen, const CBlobList* certs) {
     ASN1BEREncodeBuffer buffer;
     asn1data::ASN1T_TBSRequest record{};
     fill(buffer.getCtxtPtr(), record);
     CBlob tbs = ASN1::encodeRecord<TbsRequestTraits>(buffer, record);
     std::string oid = chosen.get_algorithm();
-    CBlob const& parameters = chosen.get_parameters();
+    const CBlob& parameters = chosen.get_parameters();
     CRYPT_ALGORITHM_IDENTIFIER algorithm{
         oid.data(),
         {static_cast<DWORD>(parameters.cbData()), parameters.cbData() == 0 ? nullptr : parameters.pbData()}};
@@ -303,13 +303,13 @@ void CRequestMessage::Impl::sign(unsigned long long hProv, unsigned int keySpec,
     signatureCerts = std::move(certsCopy);
 }
 
-bool CRequestMessage::verify(CBlob const& certificate) const {
+bool CRequestMessage::verify(const CBlob& certificate) const {
     const ATL2::CCertContext context = openCertificate(certificate);
     if (!impl_->signatureAlgorithm || impl_->hasUnusedBits) {
         return false;
     }
     std::string oid = ASN1::withinFrame([this] { return std::string(impl_->signatureAlgorithm->get_algorithm()); });
-    CBlob const& parameters = impl_->signatureAlgorithm->get_parameters();
+    const CBlob& parameters = impl_->signatureAlgorithm->get_parameters();
     OCSP_BASIC_SIGNED_RESPONSE_INFO subject{};
     subject.ToBeSigned = {static_cast<DWORD>(impl_->signedBytes.cbData()), impl_->signedBytes.pbData()};
     subject.SignatureInfo.SignatureAlgorithm = {oid.data(),

@@ -23,46 +23,46 @@ public:
     /// `writeVersion` true writes the version field even though it holds its default, v1, for the few responders that
     /// insist on seeing it; false gives plain DER, which leaves the default out.
     explicit CRequestMessage(bool writeVersion);
-    CRequestMessage(CRequestMessage const&);
-    CRequestMessage& operator=(CRequestMessage const&);
+    CRequestMessage(const CRequestMessage&);
+    CRequestMessage& operator=(const CRequestMessage&);
     ~CRequestMessage();
 
     /// Replaces the content by a whole DER OCSPRequest. Throws kAsn1Error for malformed input, kAsn1Memory when memory
     /// is exhausted or the records would take more of it than 64 times the size of `data` and 1 MiB; the object keeps
     /// its old content then.
-    void decode(CBlob const& data);
+    void decode(const CBlob& data);
     /// The whole DER OCSPRequest. After decode or sign with the tbsRequest bytes that were read or signed.
     CBlob encode() const;
 
-    CSingleRequestList const& get_requestList() const;
-    void put_requestList(CSingleRequestList const& list);
+    const CSingleRequestList& get_requestList() const;
+    void put_requestList(const CSingleRequestList& list);
     void put_requestList(CSingleRequestList&& list);
 
     /// Null when absent; an empty list when the message has a list without an entry.
-    ASN1::CExtensions const* get_requestExtensions() const;
-    void put_requestExtensions(ASN1::CExtensions const* extensions);
+    const ASN1::CExtensions* get_requestExtensions() const;
+    void put_requestExtensions(const ASN1::CExtensions* extensions);
 
     /// The DER Name inside requestorName's directoryName. A name that was read is encoded anew from its values, so that
     /// one in lax BER comes back as DER. When requestorName is absent or of another kind: null for an
     /// unsigned request, an empty blob for a signed one.
-    CBlob const* get_requestorName() const;
-    void put_requestorName(CBlob const* name);
+    const CBlob* get_requestorName() const;
+    void put_requestorName(const CBlob* name);
 
     /// Null for an unsigned request.
-    ASN1::CAlgorithmIdentifier const* get_signatureAlgorithm() const;
+    const ASN1::CAlgorithmIdentifier* get_signatureAlgorithm() const;
     /// The DER certificates that travel with the signature; null when absent.
-    CBlobList const* get_signatureCerts() const;
+    const CBlobList* get_signatureCerts() const;
 
     /// Signs the TBSRequest with the private key behind the provider handle `hProv` (stays the caller's) and key
     /// specification `keySpec`. `certs` may be null or empty; the field is left out then. Call it after all put_
     /// operations: changing the content drops the signature. Throws the converted last error when the key cannot sign.
-    void sign(unsigned long long hProv, unsigned int keySpec, ASN1::CAlgorithmIdentifierEx const& signatureAlgorithm,
-              CBlobList const* certs);
+    void sign(unsigned long long hProv, unsigned int keySpec, const ASN1::CAlgorithmIdentifierEx& signatureAlgorithm,
+              const CBlobList* certs);
 
     /// True when the signature verifies with the public key of the DER `certificate`; false when it does not, and for
     /// an unsigned request. Throws the converted last error when the check cannot be made: the bytes are no
     /// certificate, the algorithm is not known or refused.
-    [[nodiscard]] bool verify(CBlob const& certificate) const;
+    [[nodiscard]] bool verify(const CBlob& certificate) const;
 
 private:
     struct Impl;

@@ -14,15 +14,15 @@ public:
     enum Type : unsigned int { kByName = 1, kByKey = 2 };
 
     CResponderID() = default;
-    CResponderID(Type type, CBlob const& value) : type_(type), value_(value) {}
+    CResponderID(Type type, const CBlob& value) : type_(type), value_(value) {}
 
     Type get_type() const { return type_; }
     /// The DER Name for kByName, the key hash (SHA-1 of the subjectPublicKey bits) for kByKey.
-    CBlob const& get_value() const { return value_; }
+    const CBlob& get_value() const { return value_; }
 
     /// The identifier that the DER `certificate` would have as `type`. Throws the converted last error for bytes that
     /// are no certificate, kInvalidArgument for a type that is neither.
-    static CResponderID fromCert(Type type, CBlob const& certificate);
+    static CResponderID fromCert(Type type, const CBlob& certificate);
 
 private:
     Type type_ = kByName;
@@ -30,6 +30,6 @@ private:
 };
 
 /// Same alternative and equal value.
-TALLOW_EXPORT bool operator==(CResponderID const& left, CResponderID const& right);
+TALLOW_EXPORT bool operator==(const CResponderID& left, const CResponderID& right);
 
 }  // namespace Orvane::PKI::OCSP

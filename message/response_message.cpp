@@ -21,11 +21,11 @@ struct ResponseTraits {
 CResponseMessage::CResponseMessage() = default;
 CResponseMessage::~CResponseMessage() = default;
 
-void CResponseMessage::decode(CBlob const& data) {
+void CResponseMessage::decode(const CBlob& data) {
     decodeWith(data, CTX_FLAG_ZERO_COPY);
 }
 
-void CResponseMessage::decodeEnvelope(CBlob const& data) {
+void CResponseMessage::decodeEnvelope(const CBlob& data) {
     CResponseMessage envelope;
     envelope.decodeWith(data, CTX_FLAG_ZERO_COPY | CTX_FLAG_RAW_VALUES);
     if (envelope.responseStatus_ != 0 && envelope.response_.cbData() != 0) {
@@ -35,7 +35,7 @@ void CResponseMessage::decodeEnvelope(CBlob const& data) {
     *this = std::move(envelope);
 }
 
-void CResponseMessage::decodeWith(CBlob const& data, std::uint16_t flags) {
+void CResponseMessage::decodeWith(const CBlob& data, std::uint16_t flags) {
     ASN1::withinFrame([&] {
         ASN1BERDecodeBuffer buffer(data.pbData(), ASN1::messageSize(data));
         rtCtxtSetFlag(buffer.getCtxtPtr(), flags);

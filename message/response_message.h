@@ -16,30 +16,30 @@ class TALLOW_EXPORT CResponseMessage {
 public:
     CResponseMessage();
     ~CResponseMessage();
-    CResponseMessage(CResponseMessage const&) = default;
+    CResponseMessage(const CResponseMessage&) = default;
     CResponseMessage(CResponseMessage&&) noexcept = default;
-    CResponseMessage& operator=(CResponseMessage const&) = default;
+    CResponseMessage& operator=(const CResponseMessage&) = default;
     CResponseMessage& operator=(CResponseMessage&&) noexcept = default;
 
     /// Replaces the content by a DER OCSPResponse. A malformed BasicOCSPResponse inside fails it too. Throws kAsn1Error
     /// or kAsn1Memory, as CBasicResponse::decode does, and leaves the old content.
-    void decode(CBlob const& data);
+    void decode(const CBlob& data);
 
     /// The same for a caller who goes on to decode get_response() itself: with status 0, what is inside is not looked
     /// at, so that it is not decoded twice. CBasicResponse::decode refuses what decode would have refused.
-    void decodeEnvelope(CBlob const& data);
+    void decodeEnvelope(const CBlob& data);
 
     /// The OCSPResponseStatus number as on the wire, 0 for successful.
     std::uint32_t get_responseStatus() const { return responseStatus_; }
     /// Dotted text; empty when responseBytes is absent. Valid until the object changes.
     const char* get_responseType() const { return responseType_.c_str(); }
     /// The content of the response OCTET STRING; empty when responseBytes is absent.
-    CBlob const& get_response() const { return response_; }
+    const CBlob& get_response() const { return response_; }
     /// How many octets stood behind the OCSPResponse in what decode was given; they are not looked at.
     unsigned long get_trailingSize() const { return trailingSize_; }
 
 private:
-    void decodeWith(CBlob const& data, std::uint16_t flags);
+    void decodeWith(const CBlob& data, std::uint16_t flags);
 
     std::uint32_t responseStatus_ = 0;
     CStringProxy responseType_{""};

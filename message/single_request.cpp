@@ -6,15 +6,15 @@
 
 namespace Orvane::PKI::OCSP {
 
-CSingleRequest::CSingleRequest(CReqCert const& reqCert) : reqCert_(reqCert) {}
+CSingleRequest::CSingleRequest(const CReqCert& reqCert) : reqCert_(reqCert) {}
 CSingleRequest::CSingleRequest(CReqCert&& reqCert) noexcept : reqCert_(std::move(reqCert)) {}
-CSingleRequest::CSingleRequest(CSingleRequest const&) = default;
+CSingleRequest::CSingleRequest(const CSingleRequest&) = default;
 CSingleRequest::CSingleRequest(CSingleRequest&&) noexcept = default;
-CSingleRequest& CSingleRequest::operator=(CSingleRequest const&) = default;
+CSingleRequest& CSingleRequest::operator=(const CSingleRequest&) = default;
 CSingleRequest& CSingleRequest::operator=(CSingleRequest&&) noexcept = default;
 CSingleRequest::~CSingleRequest() = default;
 
-void CSingleRequest::put_singleRequestExtensions(ASN1::CExtensions const* extensions) {
+void CSingleRequest::put_singleRequestExtensions(const ASN1::CExtensions* extensions) {
     ASN1::withinFrame([&] { extensions_ = extensions == nullptr ? std::nullopt : std::optional(*extensions); });
 }
 

@@ -14,19 +14,19 @@ namespace Orvane::PKI::OCSP {
 
 class TALLOW_EXPORT CSingleRequest {
 public:
-    explicit CSingleRequest(CReqCert const& reqCert);
+    explicit CSingleRequest(const CReqCert& reqCert);
     explicit CSingleRequest(CReqCert&& reqCert) noexcept;
-    CSingleRequest(CSingleRequest const&);
+    CSingleRequest(const CSingleRequest&);
     CSingleRequest(CSingleRequest&&) noexcept;
-    CSingleRequest& operator=(CSingleRequest const&);
+    CSingleRequest& operator=(const CSingleRequest&);
     CSingleRequest& operator=(CSingleRequest&&) noexcept;
     ~CSingleRequest();
 
-    CReqCert const& get_reqCert() const { return reqCert_; }
+    const CReqCert& get_reqCert() const { return reqCert_; }
     /// Null when absent; valid until the object changes.
-    ASN1::CExtensions const* get_singleRequestExtensions() const { return extensions_ ? &*extensions_ : nullptr; }
+    const ASN1::CExtensions* get_singleRequestExtensions() const { return extensions_ ? &*extensions_ : nullptr; }
     /// Copies; null removes.
-    void put_singleRequestExtensions(ASN1::CExtensions const* extensions);
+    void put_singleRequestExtensions(const ASN1::CExtensions* extensions);
 
 private:
     CReqCert reqCert_;

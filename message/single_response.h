@@ -18,21 +18,21 @@ namespace Orvane::PKI::OCSP {
 
 class TALLOW_EXPORT CSingleResponse {
 public:
-    CSingleResponse(CReqCert reqCert, CCertStatus certStatus, CDateTime const& thisUpdate,
+    CSingleResponse(CReqCert reqCert, CCertStatus certStatus, const CDateTime& thisUpdate,
                     std::optional<CDateTime> nextUpdate, std::optional<ASN1::CExtensions> singleExtensions);
-    CSingleResponse(CSingleResponse const&);
+    CSingleResponse(const CSingleResponse&);
     CSingleResponse(CSingleResponse&&) noexcept;
-    CSingleResponse& operator=(CSingleResponse const&);
+    CSingleResponse& operator=(const CSingleResponse&);
     CSingleResponse& operator=(CSingleResponse&&) noexcept;
     ~CSingleResponse();
 
-    CReqCert const& get_reqCert() const { return reqCert_; }
-    CCertStatus const& get_certStatus() const { return certStatus_; }
-    CDateTime const& get_thisUpdate() const { return thisUpdate_; }
+    const CReqCert& get_reqCert() const { return reqCert_; }
+    const CCertStatus& get_certStatus() const { return certStatus_; }
+    const CDateTime& get_thisUpdate() const { return thisUpdate_; }
     /// Null when absent.
-    CDateTime const* get_nextUpdate() const { return nextUpdate_ ? &*nextUpdate_ : nullptr; }
+    const CDateTime* get_nextUpdate() const { return nextUpdate_ ? &*nextUpdate_ : nullptr; }
     /// Null when absent; wire order.
-    ASN1::CExtensions const* get_singleExtensions() const { return extensions_ ? &*extensions_ : nullptr; }
+    const ASN1::CExtensions* get_singleExtensions() const { return extensions_ ? &*extensions_ : nullptr; }
 
 private:
     CReqCert reqCert_;

@@ -23,7 +23,7 @@ template <typename Body>
 std::int32_t guarded(Body body) noexcept {
     try {
         return body();
-    } catch (ATL::CAtlException const& failure) {
+    } catch (const ATL::CAtlException& failure) {
         // A service that fails without a reason is thrown as 0, which here would read as success.
         return failure.status() != 0 ? failure.status() : status::kInternalError;
     } catch (...) {
@@ -48,13 +48,13 @@ void exportTo(Message& message, unsigned char** bytes, unsigned long* size) {
 CResponse send(CRequest& request) {
     try {
         return request.Send(false);
-    } catch (ATL::CAtlException const& failure) {
+    } catch (const ATL::CAtlException& failure) {
         ATL::AtlThrowImpl(failure.status() == status::kNotSuccessful ? status::kInternalError : failure.status());
     }
 }
 
 // True when the extensions hold no nonce, or that of the response.
-bool nonceFits(CResponse const& response, CBlob const& extensions) {
+bool nonceFits(const CResponse& response, const CBlob& extensions) {
     ASN1::CExtensions list;
     list.decode(extensions);
     const auto nonce = list.find(kOidNonce);
@@ -62,13 +62,13 @@ bool nonceFits(CResponse const& response, CBlob const& extensions) {
            response.VerifyNonce(nonce->get_extnValue().pbData(), nonce->get_extnValue().cbData());
 }
 
-std::int32_t judge(CResponse const& response, _CERT_CONTEXT const* cert) {
+std::int32_t judge(const CResponse& response, const _CERT_CONTEXT* cert) {
     void* store = cert->hCertStore;
     const unsigned long index = response.get_SRIndexByCert(cert, nullptr);
     if (index == CResponse::kNoIndex) {
         return status::kNteFail;
     }
-    _CERT_CONTEXT const* responder =
+    const _CERT_CONTEXT* responder =
         store != nullptr ? response.get_OCSPCertificate(&store, 1) : response.get_OCSPCertificate(nullptr, 0);
     if (const std::int32_t verdict = response.Verify(responder, nullptr); verdict != 0) {
         return verdict;
@@ -91,7 +91,7 @@ std::int32_t judge(CResponse const& response, _CERT_CONTEXT const* cert) {
 
 }  // namespace
 
-std::int32_t ocspCreateRequest(_CERT_CHAIN_CONTEXT const* chain, unsigned char const* extensions,
+std::int32_t ocspCreateRequest(const _CERT_CHAIN_CONTEXT* chain, const unsigned char* extensions,
                                unsigned long extensionsSize, unsigned char** request, unsigned long* requestSize) {
     if (chain == nullptr) {
         return status::kNteFail;
@@ -117,7 +117,7 @@ std::int32_t ocspCreateRequest(_CERT_CHAIN_CONTEXT const* chain, unsigned char c
     });
 }
 
-std::int32_t ocspSendRequest(unsigned char const* request, unsigned long requestSize, unsigned char** response,
+std::int32_t ocspSendRequest(const unsigned char* request, unsigned long requestSize, unsigned char** response,
                              unsigned long* responseSize) {
     *response = nullptr;
     *responseSize = 0;
@@ -133,8 +133,8 @@ std::int32_t ocspSendRequest(unsigned char const* request, unsigned long request
     });
 }
 
-std::int32_t ocspVerifyResponse(_CERT_CONTEXT const* cert, unsigned char const* response, unsigned long responseSize,
-                                unsigned char const* extensions, std::uint32_t extensionsSize) {
+std::int32_t ocspVerifyResponse(const _CERT_CONTEXT* cert, const unsigned char* response, unsigned long responseSize,
+                                const unsigned char* extensions, std::uint32_t extensionsSize) {
     try {
         CResponse received;
         received.Import(response, static_cast<std::uint32_t>(responseSize), nullptr);

@@ -19,7 +19,7 @@ public:
     /// else to ask it throws the status (of the only responder: converted like a last error), but see there for the
     /// case in which a refused response is returned all the same. `response` belongs to the request and lives until the
     /// call returns. What is thrown leaves Send.
-    [[nodiscard]] virtual std::int32_t OnResponse(CResponse const& response) = 0;
+    [[nodiscard]] virtual std::int32_t OnResponse(const CResponse& response) = 0;
 };
 
 }  // namespace Orvane::PKI::OCSP::Client

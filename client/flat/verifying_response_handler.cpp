@@ -12,12 +12,12 @@ CVerifyingResponseHandler::CVerifyingResponseHandler(CRequest& request, void** s
 
 CVerifyingResponseHandler::~CVerifyingResponseHandler() = default;
 
-std::int32_t CVerifyingResponseHandler::OnResponse(CResponse const& response) {
+std::int32_t CVerifyingResponseHandler::OnResponse(const CResponse& response) {
     if (response.get_Status() != 0) {
         return status::kNotSuccessful;
     }
     // A null certificate goes on: Verify searches once more and throws the status that says what is missing.
-    _CERT_CONTEXT const* responder = response.get_OCSPCertificate(stores_, storeCount_);
+    const _CERT_CONTEXT* responder = response.get_OCSPCertificate(stores_, storeCount_);
     if (const std::int32_t verdict = response.Verify(responder, nullptr); verdict != 0) {
         return verdict;
     }

@@ -23,7 +23,7 @@ public:
     /// the response is silent about, kCertificateUnknown. **Throws** kCertificateRevoked for a revoked certificate, so
     /// that a walk over responders ends there; a caller needs both a catch and a look at the result. What the response
     /// operations throw passes through. Entries that nobody asked about are not examined.
-    [[nodiscard]] std::int32_t OnResponse(CResponse const& response) override;
+    [[nodiscard]] std::int32_t OnResponse(const CResponse& response) override;
 
 private:
     CRequest& request_;

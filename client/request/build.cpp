@@ -20,14 +20,14 @@ constexpr DWORD kNonceProviderType = 75;
 constexpr long kNonceMaxLength = 65535;
 
 // Deep copy through the encoding: what goes out is what a reader of the stored list would decode.
-ASN1::CExtensions copyThroughEncoding(ASN1::CExtensions const& source) {
+ASN1::CExtensions copyThroughEncoding(const ASN1::CExtensions& source) {
     ASN1::CExtensions copy;
     copy.decode(source.encode());
     return copy;
 }
 
 template <typename Map>
-void appendIfPresent(ASN1::CExtensions& extensions, Map const& map, unsigned long index, bool critical) {
+void appendIfPresent(ASN1::CExtensions& extensions, const Map& map, unsigned long index, bool critical) {
     if (const auto found = map.find(index); found != map.end()) {
         extensions.push_back(ASN1::CExtension(found->second, critical));
     }
@@ -35,8 +35,8 @@ void appendIfPresent(ASN1::CExtensions& extensions, Map const& map, unsigned lon
 
 }  // namespace
 
-void CRequest::Impl::MakeRequest(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude,
-                                 wchar_t const* password) {
+void CRequest::Impl::MakeRequest(const _CERT_CONTEXT* signer, enumCertToInclude certsToInclude,
+                                 const wchar_t* password) {
     if (Encoded.cbData() != 0) {
         return;
     }

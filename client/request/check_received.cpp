@@ -26,7 +26,7 @@ template <typename Accepts>
 ATL2::CCertContext findBySubject(HCERTSTORE store, CERT_NAME_BLOB name, Accepts accepts) {
     ATL2::CCertContext hit;
     // The search frees the context it is given, so each step hands the last one back.
-    while (_CERT_CONTEXT const* next =
+    while (const _CERT_CONTEXT* next =
                CertFindCertificateInStore(store, kEncoding, 0, CERT_FIND_SUBJECT_NAME, &name, hit.detach())) {
         hit.reset(next);
         if (accepts(hit)) {
@@ -36,13 +36,13 @@ ATL2::CCertContext findBySubject(HCERTSTORE store, CERT_NAME_BLOB name, Accepts 
     return {};
 }
 
-bool sameEncoding(ATL2::CCertContext const& left, ATL2::CCertContext const& right) {
+bool sameEncoding(const ATL2::CCertContext& left, const ATL2::CCertContext& right) {
     return CBlob(left->pbCertEncoded, left->cbCertEncoded) == CBlob(right->pbCertEncoded, right->cbCertEncoded);
 }
 
 // The same in the message, the given stores in their order, the user's store. Fails when the last cannot be opened.
 template <typename Accepts>
-ATL2::CCertContext findInStores(CERT_NAME_BLOB name, ATL2::CCertStore const& carried, void** stores,
+ATL2::CCertContext findInStores(CERT_NAME_BLOB name, const ATL2::CCertStore& carried, void** stores,
                                 unsigned long count, Accepts accepts) {
     if (ATL2::CCertContext hit = findBySubject(carried.get(), name, accepts)) {
         return hit;
@@ -64,7 +64,7 @@ ATL2::CCertContext findInStores(CERT_NAME_BLOB name, ATL2::CCertStore const& car
 }
 
 // Whether the chain leads to a trusted root by signatures that verify, and all of it is valid now.
-bool leadsToTrustedRoot(ATL2::CCertChainContext const& chain) {
+bool leadsToTrustedRoot(const ATL2::CCertChainContext& chain) {
     constexpr DWORD kUnproven = CERT_TRUST_IS_PARTIAL_CHAIN | CERT_TRUST_IS_UNTRUSTED_ROOT |
                                 CERT_TRUST_IS_EXPLICIT_DISTRUST | CERT_TRUST_IS_NOT_SIGNATURE_VALID |
                                 CERT_TRUST_IS_NOT_TIME_VALID;
@@ -72,7 +72,7 @@ bool leadsToTrustedRoot(ATL2::CCertChainContext const& chain) {
 }
 
 // The verdict of the service on the chain of a requestor.
-std::int32_t judgeRequestor(ATL2::CCertChainContext const& chain) {
+std::int32_t judgeRequestor(const ATL2::CCertChainContext& chain) {
     CERT_CHAIN_POLICY_PARA parameters{};
     parameters.cbSize = sizeof parameters;
     parameters.dwFlags = OCSP_REQUESTOR_POLICY_FLAG;
@@ -97,9 +97,9 @@ void CRequest::Impl::requireSigned() const {
 // Searches by name and keeps the hit, independent of its store, in RequestorCertificate. The same certificate found
 // again keeps the handle that callers already hold. Null when there is none; what was found before stays then.
 template <typename Accepts>
-_CERT_CONTEXT const* CRequest::Impl::searchRequestor(CRequestMessage const& message, void** stores, unsigned long count,
+const _CERT_CONTEXT* CRequest::Impl::searchRequestor(const CRequestMessage& message, void** stores, unsigned long count,
                                                      Accepts accepts) {
-    CBlob const* name = message.get_requestorName();
+    const CBlob* name = message.get_requestorName();
     if (name == nullptr) {
         return nullptr;  // an unsigned message in an object that still carries the mark of an earlier one
     }
@@ -118,24 +118,24 @@ _CERT_CONTEXT const* CRequest::Impl::searchRequestor(CRequestMessage const& mess
 }
 
 // The first certificate with the requestor's name.
-_CERT_CONTEXT const* CRequest::Impl::searchRequestor(void** stores, unsigned long count) {
+const _CERT_CONTEXT* CRequest::Impl::searchRequestor(void** stores, unsigned long count) {
     CRequestMessage message;
     message.decode(Encoded);
-    return searchRequestor(message, stores, count, [](ATL2::CCertContext const&) { return true; });
+    return searchRequestor(message, stores, count, [](const ATL2::CCertContext&) { return true; });
 }
 
 // The first of them whose key made the signature.
-_CERT_CONTEXT const* CRequest::Impl::searchSigner(void** stores, unsigned long count) {
+const _CERT_CONTEXT* CRequest::Impl::searchSigner(void** stores, unsigned long count) {
     CRequestMessage message;
     message.decode(Encoded);
     int tried = 0;
-    return searchRequestor(message, stores, count, [&](ATL2::CCertContext const& candidate) {
+    return searchRequestor(message, stores, count, [&](const ATL2::CCertContext& candidate) {
         return tried++ < kMaxSignersTried && message.verify(CBlob(candidate->pbCertEncoded, candidate->cbCertEncoded));
     });
 }
 
 // The certificate to check with (given, found earlier, or found now), as a new reference.
-ATL2::CCertContext CRequest::Impl::certificateToCheck(_CERT_CONTEXT const* given, void** stores, unsigned long count) {
+ATL2::CCertContext CRequest::Impl::certificateToCheck(const _CERT_CONTEXT* given, void** stores, unsigned long count) {
     if (given == nullptr) {
         given = RequestorCertificate.get();
     }
@@ -149,7 +149,7 @@ ATL2::CCertContext CRequest::Impl::certificateToCheck(_CERT_CONTEXT const* given
     return ATL2::CCertContext::duplicate(given);
 }
 
-std::int32_t CRequest::Verify(_CERT_CONTEXT const* certificate, char const* criticalList,
+std::int32_t CRequest::Verify(const _CERT_CONTEXT* certificate, const char* criticalList,
                               bool checkSingleRequests) const try {
     if (!impl_->SignatureAlgorithmOID.empty()) {
         CRequestMessage message;
@@ -178,7 +178,7 @@ std::int32_t CRequest::Verify(_CERT_CONTEXT const* certificate, char const* crit
     ASN1::rethrowAsStatus();
 }
 
-std::int32_t CRequest::VerifySR(unsigned long index, char const* criticalList) const try {
+std::int32_t CRequest::VerifySR(unsigned long index, const char* criticalList) const try {
     const CriticalExtensionRule rule(criticalList);
     if (rule.examinesNone()) {
         return status::kOk;  // before the index is looked at
@@ -188,7 +188,7 @@ std::int32_t CRequest::VerifySR(unsigned long index, char const* criticalList) c
     ASN1::rethrowAsStatus();
 }
 
-std::int32_t CRequest::VerifyCertificate(_CERT_CONTEXT const* certificate, void** stores,
+std::int32_t CRequest::VerifyCertificate(const _CERT_CONTEXT* certificate, void** stores,
                                          unsigned long storeCount) const try {
     const ATL2::CCertContext used = impl_->certificateToCheck(certificate, stores, storeCount);
     const ATL2::CCertStore collection = collectStores(impl_->Certificates, stores, storeCount);
@@ -208,7 +208,7 @@ std::int32_t CRequest::VerifyCertificate(_CERT_CONTEXT const* certificate, void*
     ASN1::rethrowAsStatus();
 }
 
-_CERT_CONTEXT const* CRequest::get_RequestorCertificate(void** stores, unsigned long storeCount) const try {
+const _CERT_CONTEXT* CRequest::get_RequestorCertificate(void** stores, unsigned long storeCount) const try {
     impl_->requireSigned();
     if (impl_->SignerCertificate) {
         return ATL2::CCertContext(impl_->SignerCertificate).detach();
@@ -218,10 +218,10 @@ _CERT_CONTEXT const* CRequest::get_RequestorCertificate(void** stores, unsigned 
     ASN1::rethrowAsStatus();
 }
 
-_CERT_CONTEXT const* CRequest::FindSigner(void** stores, unsigned long storeCount) const try {
+const _CERT_CONTEXT* CRequest::FindSigner(void** stores, unsigned long storeCount) const try {
     impl_->requireSigned();
     return impl_->SignerCertificate ? impl_->SignerCertificate.get() : impl_->searchSigner(stores, storeCount);
-} catch (ATL::CAtlException const& failure) {
+} catch (const ATL::CAtlException& failure) {
     if (failure.status() == status::kFileNotFound) {
         return nullptr;  // the user has no store, so the signer is not in it
     }

@@ -18,14 +18,14 @@ namespace {
     ATL::AtlThrowImpl(status::kDuplicateExtension);
 }
 
-bool names(ASN1::CExtension const& extension, char const* oid) {
+bool names(const ASN1::CExtension& extension, const char* oid) {
     return std::strcmp(extension.get_extnID(), oid) == 0;
 }
 
 // False, and no change, when the entry has such an extension already. Entries come in order, so each new key goes to
 // the end.
 template <typename Value>
-bool put(std::map<unsigned long, Value>& map, unsigned long index, ASN1::CExtension const& extension) {
+bool put(std::map<unsigned long, Value>& map, unsigned long index, const ASN1::CExtension& extension) {
     if (map.contains(index)) {
         return false;
     }
@@ -36,7 +36,7 @@ bool put(std::map<unsigned long, Value>& map, unsigned long index, ASN1::CExtens
 }  // namespace
 
 // There is no way back from a failure: what was read until then stays, and the bytes too.
-void CRequest::Impl::Import(unsigned char const* data, unsigned long size) {
+void CRequest::Impl::Import(const unsigned char* data, unsigned long size) {
     // Copied before clearing: the bytes may be this object's own, the value of an extension for one.
     CBlob input(data, size);
     ClearRequest();
@@ -46,12 +46,12 @@ void CRequest::Impl::Import(unsigned char const* data, unsigned long size) {
     CRequestMessage message;
     message.decode(Encoded);
     // An unsigned message leaves the mark of an object that was signed before.
-    if (ASN1::CAlgorithmIdentifier const* algorithm = message.get_signatureAlgorithm(); algorithm != nullptr) {
+    if (const ASN1::CAlgorithmIdentifier* algorithm = message.get_signatureAlgorithm(); algorithm != nullptr) {
         SignatureAlgorithmOID = algorithm->get_algorithm();
     }
     TALLOW_TRACE("Import", "Processing request extensions...\n");
-    if (ASN1::CExtensions const* extensions = message.get_requestExtensions(); extensions != nullptr) {
-        for (ASN1::CExtension const& extension : *extensions) {
+    if (const ASN1::CExtensions* extensions = message.get_requestExtensions(); extensions != nullptr) {
+        for (const ASN1::CExtension& extension : *extensions) {
             importRequestExtension(extension);
         }
     }
@@ -60,7 +60,7 @@ void CRequest::Impl::Import(unsigned char const* data, unsigned long size) {
     addCertificates(Certificates, message.get_signatureCerts());
 }
 
-void CRequest::Impl::importRequestExtension(ASN1::CExtension const& extension) {
+void CRequest::Impl::importRequestExtension(const ASN1::CExtension& extension) {
     if (names(extension, kOidNonce)) {
         if (UseNonce) {
             TALLOW_TRACE("Import", "Duplicated extension: Nonce\n");
@@ -79,11 +79,11 @@ void CRequest::Impl::importRequestExtension(ASN1::CExtension const& extension) {
     }
 }
 
-void CRequest::Impl::importRequestList(CSingleRequestList const& list) {
+void CRequest::Impl::importRequestList(const CSingleRequestList& list) {
     SRCertIDs.reserve(list.size());
     SRCertificates.reserve(list.size());
-    for (CSingleRequest const& request : list) {
-        CCertID const* certID = request.get_reqCert().get_certID();
+    for (const CSingleRequest& request : list) {
+        const CCertID* certID = request.get_reqCert().get_certID();
         if (certID == nullptr) {
             TALLOW_TRACE("Import", "reqCert is not certID...\n");
             ATL::AtlThrowImpl(status::kCryptNotFound);
@@ -91,15 +91,15 @@ void CRequest::Impl::importRequestList(CSingleRequestList const& list) {
         const unsigned long index = SRCertIDs.size();
         SRCertIDs.push_back(*certID);
         SRCertificates.emplace_back();
-        if (ASN1::CExtensions const* extensions = request.get_singleRequestExtensions(); extensions != nullptr) {
-            for (ASN1::CExtension const& extension : *extensions) {
+        if (const ASN1::CExtensions* extensions = request.get_singleRequestExtensions(); extensions != nullptr) {
+            for (const ASN1::CExtension& extension : *extensions) {
                 importSingleRequestExtension(index, extension);
             }
         }
     }
 }
 
-void CRequest::Impl::importSingleRequestExtension(unsigned long index, ASN1::CExtension const& extension) {
+void CRequest::Impl::importSingleRequestExtension(unsigned long index, const ASN1::CExtension& extension) {
     if (names(extension, kOidHistoricalRequest)) {
         if (!put(SRHistoricalRequests, index, extension)) {
             TALLOW_TRACE("Import", "Duplicated extension: Historical request\n");
@@ -120,7 +120,7 @@ void CRequest::Impl::importSingleRequestExtension(unsigned long index, ASN1::CEx
     }
 }
 
-void CRequest::Import(unsigned char const* data, unsigned long size) try { impl_->Import(data, size); } catch (...) {
+void CRequest::Import(const unsigned char* data, unsigned long size) try { impl_->Import(data, size); } catch (...) {
     ASN1::rethrowAsStatus();
 }
 

@@ -26,7 +26,7 @@ constexpr DWORD kMachineStoreFlags =
 // know no other; every other certificate with SHA-1, which all responders know.
 struct HashOfSignature {
     std::string_view signature;
-    char const* hash;
+    const char* hash;
 };
 constexpr HashOfSignature kHashesOfSignatures[] = {
     {"1.2.643.2.2.4", "1.2.643.2.2.9"},              // GOST R 34.11-94
@@ -38,32 +38,32 @@ constexpr HashOfSignature kHashesOfSignatures[] = {
     {"1.2.840.113549.1.1.4", "1.2.840.113549.2.5"},  // MD5
 };
 
-CERT_INFO const& infoOf(_CERT_CONTEXT const* certificate) {
+const CERT_INFO& infoOf(const _CERT_CONTEXT* certificate) {
     if (certificate == nullptr) {
         ATL::AtlThrowImpl(status::kInvalidArgument);
     }
     return *certificate->pCertInfo;
 }
 
-CBlob toBlob(CRYPT_DATA_BLOB const& blob) {
+CBlob toBlob(const CRYPT_DATA_BLOB& blob) {
     return {blob.pbData, blob.cbData};
 }
 
-CBlob encodingOf(ATL2::CCertContext const& cert) {
+CBlob encodingOf(const ATL2::CCertContext& cert) {
     return {cert->pbCertEncoded, cert->cbCertEncoded};
 }
 
-CERT_EXTENSION const* findExtension(_CERT_CONTEXT const* certificate, char const* oid) {
-    CERT_INFO const& info = infoOf(certificate);
+const CERT_EXTENSION* findExtension(const _CERT_CONTEXT* certificate, const char* oid) {
+    const CERT_INFO& info = infoOf(certificate);
     return info.cExtension == 0 ? nullptr : CertFindExtension(oid, info.cExtension, info.rgExtension);
 }
 
-bool isSha1(char const* hashOID) {
+bool isSha1(const char* hashOID) {
     return hashOID != nullptr && std::strcmp(hashOID, kOidSha1) == 0;
 }
 
 // The policy's text up to the first blank, narrow; empty when it names nothing.
-std::string hashOfPolicy(CRequestPolicy const& policy) {
+std::string hashOfPolicy(const CRequestPolicy& policy) {
     const std::wstring wide = policy.CertIDHashAlg.value().substr(0, policy.CertIDHashAlg.value().find(L' '));
     if (wide.empty()) {
         return {};
@@ -79,7 +79,7 @@ std::string hashOfPolicy(CRequestPolicy const& policy) {
 }
 
 // First match wins: an explicit hash other than SHA-1, the policy's, an explicit SHA-1, the certificate's family.
-std::string chooseHash(char const* hashOID, CRequestPolicy const& policy, _CERT_CONTEXT const* certificate) {
+std::string chooseHash(const char* hashOID, const CRequestPolicy& policy, const _CERT_CONTEXT* certificate) {
     const bool given = hashOID != nullptr && *hashOID != '\0';
     if (given && !isSha1(hashOID)) {
         return hashOID;
@@ -90,7 +90,7 @@ std::string chooseHash(char const* hashOID, CRequestPolicy const& policy, _CERT_
     if (given) {
         return hashOID;
     }
-    for (HashOfSignature const& row : kHashesOfSignatures) {
+    for (const HashOfSignature& row : kHashesOfSignatures) {
         if (row.signature == certificate->pCertInfo->SignatureAlgorithm.pszObjId) {
             return row.hash;
         }
@@ -100,7 +100,7 @@ std::string chooseHash(char const* hashOID, CRequestPolicy const& policy, _CERT_
 
 // A certificate passed without key information may be known to the user's own store with it. Not finding it there,
 // for whatever reason, is no failure.
-ATL2::CCertContext sameOfUser(ATL2::CCertContext const& certificate) {
+ATL2::CCertContext sameOfUser(const ATL2::CCertContext& certificate) {
     try {
         ATL2::CCertStore my;
         if (my.Open(CERT_STORE_PROV_SYSTEM_W, 0, CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG, L"My") ==
@@ -111,7 +111,7 @@ ATL2::CCertContext sameOfUser(ATL2::CCertContext const& certificate) {
                 return found;
             }
         }
-    } catch (ATL::CAtlException const&) {
+    } catch (const ATL::CAtlException&) {
         // A property that cannot be copied; the certificate stays as it came.
     }
     return {};
@@ -119,8 +119,8 @@ ATL2::CCertContext sameOfUser(ATL2::CCertContext const& certificate) {
 
 }  // namespace
 
-void CRequest::Impl::put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer,
-                                          unsigned long index, char const* hashOID) {
+void CRequest::Impl::put_SRCertIDFromCert(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer,
+                                          unsigned long index, const char* hashOID) {
     guardBoundRebuild(index);
     if (issuer != nullptr) {
         if (toBlob(infoOf(issuer).Subject) != toBlob(infoOf(certificate).Issuer)) {
@@ -138,7 +138,7 @@ void CRequest::Impl::put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CER
 
 // The slot is one for the whole object and what is there already wins: a second certificate named without its issuer is
 // taken to be of the first one's issuer, unchecked. Callers that ask about several issuers name each.
-void CRequest::Impl::findIssuerByChain(_CERT_CONTEXT const* certificate) {
+void CRequest::Impl::findIssuerByChain(const _CERT_CONTEXT* certificate) {
     const NetworkCheck check(downloads());
     ATL2::CCertContext found = issuerByChain(certificate);
     if (!IssuerCertificate) {
@@ -150,21 +150,21 @@ void CRequest::Impl::findIssuerByChain(_CERT_CONTEXT const* certificate) {
     }
 }
 
-bool CRequest::put_OCSPAddressFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index) try {
-    CERT_INFO const& info = infoOf(certificate);
+bool CRequest::put_OCSPAddressFromCertAIA(const _CERT_CONTEXT* certificate, unsigned long index) try {
+    const CERT_INFO& info = infoOf(certificate);
     for (DWORD i = 0; i < info.cExtension; ++i) {
-        CERT_EXTENSION const& extension = info.rgExtension[i];
+        const CERT_EXTENSION& extension = info.rgExtension[i];
         if (std::strcmp(extension.pszObjId, kOidAuthorityInfoAccess) != 0) {
             continue;
         }
         ASN1::CAuthorityInfoAccessSyntax access;
         access.decode(toBlob(extension.Value));
-        for (ASN1::CAccessDescription const& description : access) {
+        for (const ASN1::CAccessDescription& description : access) {
             if (std::strcmp(description.get_accessMethod(), kOidAccessMethodOcsp) != 0) {
                 continue;
             }
             if (index-- == 0) {
-                wchar_t const* address = description.get_accessLocation().get_uniformResourceIdentifier();
+                const wchar_t* address = description.get_accessLocation().get_uniformResourceIdentifier();
                 put_OCSPAddress(address == nullptr ? L"" : address);
                 impl_->AddressIsNamed = false;
                 return true;
@@ -176,11 +176,11 @@ bool CRequest::put_OCSPAddressFromCertAIA(_CERT_CONTEXT const* certificate, unsi
     ASN1::rethrowAsStatus();
 }
 
-void CRequest::put_SRServiceLocatorFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index) try {
+void CRequest::put_SRServiceLocatorFromCertAIA(const _CERT_CONTEXT* certificate, unsigned long index) try {
     impl_->guardBoundRebuild(index);
     CExtServiceLocator locator;
     locator.put_issuer(toBlob(infoOf(certificate).Issuer));
-    if (CERT_EXTENSION const* extension = findExtension(certificate, kOidAuthorityInfoAccess); extension != nullptr) {
+    if (const CERT_EXTENSION* extension = findExtension(certificate, kOidAuthorityInfoAccess); extension != nullptr) {
         ASN1::CAuthorityInfoAccessSyntax access;
         access.decode(toBlob(extension->Value));
         locator.put_locator(&access);
@@ -190,9 +190,9 @@ void CRequest::put_SRServiceLocatorFromCertAIA(_CERT_CONTEXT const* certificate,
     ASN1::rethrowAsStatus();
 }
 
-void CRequest::put_SRCRLLocatorFromCertCDP(_CERT_CONTEXT const* certificate, unsigned long index) try {
+void CRequest::put_SRCRLLocatorFromCertCDP(const _CERT_CONTEXT* certificate, unsigned long index) try {
     impl_->guardBoundRebuild(index);
-    CERT_EXTENSION const* extension = findExtension(certificate, kOidCrlDistributionPoints);
+    const CERT_EXTENSION* extension = findExtension(certificate, kOidCrlDistributionPoints);
     if (extension == nullptr) {
         ATL::AtlThrowImpl(status::kFileNotFound);
     }
@@ -201,7 +201,7 @@ void CRequest::put_SRCRLLocatorFromCertCDP(_CERT_CONTEXT const* certificate, uns
     ASN1::rethrowAsStatus();
 }
 
-void CRequest::put_ClientCertificate(_CERT_CONTEXT const* certificate) try {
+void CRequest::put_ClientCertificate(const _CERT_CONTEXT* certificate) try {
     ATL2::CCertContext chosen = ATL2::CCertContext::duplicate(certificate);
     if (ATL::CStringA keyInfo; chosen && chosen.GetKeyProvInfo(keyInfo) != 0) {
         if (ATL2::CCertContext known = sameOfUser(chosen)) {
@@ -220,7 +220,7 @@ ASN1::CAuthorityInfoAccessSyntax CRequest::Impl::GetOCSPAddressFromIssuerCertPro
     if (!IssuerCertificate || collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, nullptr) != 0) {
         return result;
     }
-    for (wchar_t const* name : {L"ROOT", L"Trust", L"TrustedPeople", L"CA"}) {
+    for (const wchar_t* name : {L"ROOT", L"Trust", L"TrustedPeople", L"CA"}) {
         ATL2::CCertStore store;
         if (store.Open(CERT_STORE_PROV_SYSTEM_W, 0, kMachineStoreFlags, name) == 0) {
             // A store that cannot be added is left out, like one that cannot be opened.
@@ -228,7 +228,7 @@ ASN1::CAuthorityInfoAccessSyntax CRequest::Impl::GetOCSPAddressFromIssuerCertPro
         }
     }
     ATL2::CCertContext hit;
-    while (_CERT_CONTEXT const* next = CertFindCertificateInStore(collection.get(), kEncoding, 0, CERT_FIND_EXISTING,
+    while (const _CERT_CONTEXT* next = CertFindCertificateInStore(collection.get(), kEncoding, 0, CERT_FIND_EXISTING,
                                                                   IssuerCertificate.get(), hit.detach())) {
         hit.reset(next);
         ATL::CStringA value;
@@ -236,7 +236,7 @@ ASN1::CAuthorityInfoAccessSyntax CRequest::Impl::GetOCSPAddressFromIssuerCertPro
             continue;
         }
         ASN1::CAuthorityInfoAccessSyntax access;
-        access.decode(CBlob(reinterpret_cast<unsigned char const*>(value.GetString()),
+        access.decode(CBlob(reinterpret_cast<const unsigned char*>(value.GetString()),
                             static_cast<unsigned long>(value.GetLength())));
         result.splice(result.end(), access);
     }

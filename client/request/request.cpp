@@ -16,13 +16,13 @@ namespace Orvane::PKI::OCSP::Client {
 namespace {
 
 template <typename Map>
-auto find(Map const& map, unsigned long index) -> typename Map::mapped_type const* {
+auto find(const Map& map, unsigned long index) -> const typename Map::mapped_type* {
     const auto found = map.find(index);
     return found == map.end() ? nullptr : &found->second;
 }
 
 template <typename Map>
-void putOrRemove(Map& map, unsigned long index, typename Map::mapped_type const* value) {
+void putOrRemove(Map& map, unsigned long index, const typename Map::mapped_type* value) {
     if (value == nullptr) {
         map.erase(index);
     } else {
@@ -31,7 +31,7 @@ void putOrRemove(Map& map, unsigned long index, typename Map::mapped_type const*
 }
 
 // Copying from a null pointer would end the process; the caller is told instead.
-wchar_t const* given(wchar_t const* text) {
+const wchar_t* given(const wchar_t* text) {
     if (text == nullptr) {
         ATL::AtlThrowImpl(status::kInvalidArgument);
     }
@@ -47,18 +47,18 @@ CRequest::CRequest(bool messageMode) try : impl_(std::make_unique<Impl>(*this, m
     ASN1::rethrowAsStatus();
 }
 
-CRequest::CRequest(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer) : CRequest(false) {
+CRequest::CRequest(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer) : CRequest(false) {
     put_SRCertIDFromCert(certificate, issuer, 0, nullptr);
 }
 
-CRequest::CRequest(CRequest const& source) try : impl_(std::make_unique<Impl>(*this)) {
+CRequest::CRequest(const CRequest& source) try : impl_(std::make_unique<Impl>(*this)) {
     *impl_ = *source.impl_;
 } catch (...) {
     ASN1::rethrowAsStatus();
 }
 
 // Self-assignment is not short-cut: the object is cleared first and then takes over what is left of itself.
-CRequest& CRequest::operator=(CRequest const& source) try {  // NOLINT(bugprone-unhandled-self-assignment)
+CRequest& CRequest::operator=(const CRequest& source) try {  // NOLINT(bugprone-unhandled-self-assignment)
     *impl_ = *source.impl_;
     return *this;
 } catch (...) {
@@ -80,8 +80,8 @@ unsigned long CRequest::get_SRNumber() const {
     return impl_->SRCertIDs.size();
 }
 
-void CRequest::put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer, unsigned long index,
-                                    char const* hashOID) try {
+void CRequest::put_SRCertIDFromCert(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer, unsigned long index,
+                                    const char* hashOID) try {
     impl_->put_SRCertIDFromCert(certificate, issuer, index, hashOID);
 } catch (...) {
     ASN1::rethrowAsStatus();
@@ -116,22 +116,22 @@ void CRequest::put_SRServiceLocator(CExtServiceLocator* extension, unsigned long
     ASN1::rethrowAsStatus();
 }
 
-CExtHistoricalRequest const* CRequest::get_SRHistoricalRequest(unsigned long index) const {
+const CExtHistoricalRequest* CRequest::get_SRHistoricalRequest(unsigned long index) const {
     impl_->bound(index);
     return find(impl_->SRHistoricalRequests, index);
 }
 
-CExtServiceLocator const* CRequest::get_SRServiceLocator(unsigned long index) const {
+const CExtServiceLocator* CRequest::get_SRServiceLocator(unsigned long index) const {
     impl_->bound(index);
     return find(impl_->SRServiceLocators, index);
 }
 
-CExtCRLLocator const* CRequest::get_SRCRLLocator(unsigned long index) const {
+const CExtCRLLocator* CRequest::get_SRCRLLocator(unsigned long index) const {
     impl_->bound(index);
     return find(impl_->SRCRLLocators, index);
 }
 
-ASN1::CExtensions const* CRequest::get_SRAdditionalExtensions(unsigned long index) const {
+const ASN1::CExtensions* CRequest::get_SRAdditionalExtensions(unsigned long index) const {
     impl_->bound(index);
     return find(impl_->SRAdditionalExtensions, index);
 }
@@ -197,13 +197,13 @@ void CRequest::put_AdditionalExtensions(ASN1::CExtensions* extensions) try {
     ASN1::rethrowAsStatus();
 }
 
-ASN1::CExtensions const* CRequest::get_AdditionalExtensions() const {
+const ASN1::CExtensions* CRequest::get_AdditionalExtensions() const {
     return &impl_->AdditionalExtensions;
 }
 
 // ---- How to reach the responder -------------------------------------------------------------------------------------
 
-void CRequest::put_OCSPAddress(wchar_t const* address) try {
+void CRequest::put_OCSPAddress(const wchar_t* address) try {
     impl_->HTTPParams.OCSPAddress = given(address);
     impl_->OCSPAddressSet = true;
     impl_->AddressIsNamed = true;
@@ -211,7 +211,7 @@ void CRequest::put_OCSPAddress(wchar_t const* address) try {
     ASN1::rethrowAsStatus();
 }
 
-wchar_t const* CRequest::get_OCSPAddress() const {
+const wchar_t* CRequest::get_OCSPAddress() const {
     return impl_->HTTPParams.OCSPAddress.c_str();
 }
 
@@ -223,32 +223,32 @@ enumAuthTypes CRequest::get_OCSPAuthType() const {
     return impl_->HTTPParams.OCSPAuthType;
 }
 
-void CRequest::put_OCSPUserName(wchar_t const* name) try { impl_->HTTPParams.OCSPUserName = given(name); } catch (...) {
+void CRequest::put_OCSPUserName(const wchar_t* name) try { impl_->HTTPParams.OCSPUserName = given(name); } catch (...) {
     ASN1::rethrowAsStatus();
 }
 
-wchar_t const* CRequest::get_OCSPUserName() const {
+const wchar_t* CRequest::get_OCSPUserName() const {
     return impl_->HTTPParams.OCSPUserName.c_str();
 }
 
-void CRequest::put_OCSPPassword(wchar_t const* password) try {
+void CRequest::put_OCSPPassword(const wchar_t* password) try {
     impl_->HTTPParams.OCSPPassword = given(password);
 } catch (...) {
     ASN1::rethrowAsStatus();
 }
 
-wchar_t const* CRequest::get_OCSPPassword() const {
+const wchar_t* CRequest::get_OCSPPassword() const {
     return impl_->HTTPParams.OCSPPassword.c_str();
 }
 
-void CRequest::put_ProxyAddress(wchar_t const* address) try {
+void CRequest::put_ProxyAddress(const wchar_t* address) try {
     impl_->HTTPParams.ProxyAddress = address == nullptr ? L"" : address;
     impl_->HTTPParams.ProxyAddressSet = true;
 } catch (...) {
     ASN1::rethrowAsStatus();
 }
 
-wchar_t const* CRequest::get_ProxyAddress() const {
+const wchar_t* CRequest::get_ProxyAddress() const {
     return impl_->HTTPParams.ProxyAddress.c_str();
 }
 
@@ -260,27 +260,27 @@ enumAuthTypes CRequest::get_ProxyAuthType() const {
     return impl_->HTTPParams.ProxyAuthType;
 }
 
-void CRequest::put_ProxyUserName(wchar_t const* name) try {
+void CRequest::put_ProxyUserName(const wchar_t* name) try {
     impl_->HTTPParams.ProxyUserName = given(name);
 } catch (...) {
     ASN1::rethrowAsStatus();
 }
 
-wchar_t const* CRequest::get_ProxyUserName() const {
+const wchar_t* CRequest::get_ProxyUserName() const {
     return impl_->HTTPParams.ProxyUserName.c_str();
 }
 
-void CRequest::put_ProxyPassword(wchar_t const* password) try {
+void CRequest::put_ProxyPassword(const wchar_t* password) try {
     impl_->HTTPParams.ProxyPassword = given(password);
 } catch (...) {
     ASN1::rethrowAsStatus();
 }
 
-wchar_t const* CRequest::get_ProxyPassword() const {
+const wchar_t* CRequest::get_ProxyPassword() const {
     return impl_->HTTPParams.ProxyPassword.c_str();
 }
 
-_CERT_CONTEXT const* CRequest::get_ClientCertificate() const {
+const _CERT_CONTEXT* CRequest::get_ClientCertificate() const {
     return impl_->HTTPParams.ClientCertificate;
 }
 
@@ -310,7 +310,7 @@ void CRequest::put_ResponseHandler(IResponseHandler* handler) {
 
 // ---- Ask, and what came back ----------------------------------------------------------------------------------------
 
-CResponse const& CRequest::Send(bool verify) try { return impl_->Send(verify); } catch (...) {
+const CResponse& CRequest::Send(bool verify) try { return impl_->Send(verify); } catch (...) {
     ASN1::rethrowAsStatus();
 }
 
@@ -335,7 +335,7 @@ bool CRequest::get_Proven() const {
     return impl_->Proven;
 }
 
-std::vector<CRequest::Attempt> const& CRequest::get_Attempts() const {
+const std::vector<CRequest::Attempt>& CRequest::get_Attempts() const {
     return impl_->Attempts;
 }
 
@@ -343,7 +343,7 @@ void* CRequest::get_Certificates() const {
     return impl_->Certificates.get();
 }
 
-char const* CRequest::get_SignatureAlgorithmOID() const {
+const char* CRequest::get_SignatureAlgorithmOID() const {
     return impl_->SignatureAlgorithmOID.c_str();
 }
 

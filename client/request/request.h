@@ -81,12 +81,12 @@ public:
     /// `messageMode` true writes the message's version field although it holds its default.
     explicit CRequest(bool messageMode);
     /// As CRequest(), then put_SRCertIDFromCert(certificate, issuer, 0, nullptr).
-    CRequest(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer);
+    CRequest(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer);
     /// A copy shares the certificate store of its source and takes over what was asked and how to reach the responder;
     /// it does not take over the issuer found, the last response and its bytes, or the nonce provider.
-    CRequest(CRequest const& source);
+    CRequest(const CRequest& source);
     /// Assigning an object to itself clears it first: its identifiers, extensions and nonce are lost.
-    CRequest& operator=(CRequest const& source);
+    CRequest& operator=(const CRequest& source);
     ~CRequest();
 
     // ---- What is asked ----------------------------------------------------------------------------------------------
@@ -105,8 +105,8 @@ public:
     /// subject is not the certificate's issuer name, kNoSigner when no issuer was found, what CCertID throws. A null
     /// certificate throws kInvalidArgument, or kFail when the issuer would have to be looked for; in the operations
     /// below kInvalidArgument.
-    void put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer, unsigned long index,
-                              char const* hashOID);
+    void put_SRCertIDFromCert(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer, unsigned long index,
+                              const char* hashOID);
     /// Names a certificate by its identifier alone. Its own responder addresses are not known then.
     void put_SRCertID(CCertID certID, unsigned long index);
     CCertID get_SRCertID(unsigned long index) const;
@@ -115,14 +115,14 @@ public:
     void put_SRHistoricalRequest(CExtHistoricalRequest* extension, unsigned long index);
     void put_SRServiceLocator(CExtServiceLocator* extension, unsigned long index);
     /// From the certificate's Authority Information Access; a certificate without it gives the issuer name alone.
-    void put_SRServiceLocatorFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index);
+    void put_SRServiceLocatorFromCertAIA(const _CERT_CONTEXT* certificate, unsigned long index);
     /// From the certificate's CRL distribution points; kFileNotFound when it has none.
-    void put_SRCRLLocatorFromCertCDP(_CERT_CONTEXT const* certificate, unsigned long index);
+    void put_SRCRLLocatorFromCertCDP(const _CERT_CONTEXT* certificate, unsigned long index);
     /// Null when absent; owned by the request, valid until the entry changes.
-    CExtHistoricalRequest const* get_SRHistoricalRequest(unsigned long index) const;
-    CExtServiceLocator const* get_SRServiceLocator(unsigned long index) const;
-    CExtCRLLocator const* get_SRCRLLocator(unsigned long index) const;
-    ASN1::CExtensions const* get_SRAdditionalExtensions(unsigned long index) const;
+    const CExtHistoricalRequest* get_SRHistoricalRequest(unsigned long index) const;
+    const CExtServiceLocator* get_SRServiceLocator(unsigned long index) const;
+    const CExtCRLLocator* get_SRCRLLocator(unsigned long index) const;
+    const ASN1::CExtensions* get_SRAdditionalExtensions(unsigned long index) const;
 
     void put_UseNonce(bool use);
     bool get_UseNonce() const;
@@ -134,7 +134,7 @@ public:
     /// kDuplicateExtension.
     void put_AdditionalExtensions(ASN1::CExtensions* extensions);
     /// Never null.
-    ASN1::CExtensions const* get_AdditionalExtensions() const;
+    const ASN1::CExtensions* get_AdditionalExtensions() const;
 
     // ---- How to reach the responder ---------------------------------------------------------------------------------
     // None of these is part of the message: they work on a signed request too. Texts are copied; a null text throws
@@ -142,34 +142,34 @@ public:
 
     /// Fixes the responder: Send then asks it alone. A user name and password in it are sent when the responder asks
     /// for them, with a scheme that policy does not deny (AuthDeny..., AuthSSLDeny...).
-    void put_OCSPAddress(wchar_t const* address);
+    void put_OCSPAddress(const wchar_t* address);
     /// Takes the `index`-th OCSP address of the certificate, which Send then trusts no more than one it finds by
     /// itself: it may not contain a user name or name a link-local address. False, and no change, when there are not
     /// that many; what the decoder throws for a malformed extension.
-    bool put_OCSPAddressFromCertAIA(_CERT_CONTEXT const* certificate, unsigned long index);
-    wchar_t const* get_OCSPAddress() const;
+    bool put_OCSPAddressFromCertAIA(const _CERT_CONTEXT* certificate, unsigned long index);
+    const wchar_t* get_OCSPAddress() const;
     void put_OCSPAuthType(enumAuthTypes type);
     enumAuthTypes get_OCSPAuthType() const;
     /// User name and password for the responder are kept and copied, and go nowhere.
-    void put_OCSPUserName(wchar_t const* name);
-    wchar_t const* get_OCSPUserName() const;
-    void put_OCSPPassword(wchar_t const* password);
-    wchar_t const* get_OCSPPassword() const;
+    void put_OCSPUserName(const wchar_t* name);
+    const wchar_t* get_OCSPUserName() const;
+    void put_OCSPPassword(const wchar_t* password);
+    const wchar_t* get_OCSPPassword() const;
     /// Null makes it empty. A proxy that is set is used.
-    void put_ProxyAddress(wchar_t const* address);
-    wchar_t const* get_ProxyAddress() const;
+    void put_ProxyAddress(const wchar_t* address);
+    const wchar_t* get_ProxyAddress() const;
     void put_ProxyAuthType(enumAuthTypes type);
     enumAuthTypes get_ProxyAuthType() const;
     /// Sent to the proxy once the name is not empty.
-    void put_ProxyUserName(wchar_t const* name);
-    wchar_t const* get_ProxyUserName() const;
-    void put_ProxyPassword(wchar_t const* password);
-    wchar_t const* get_ProxyPassword() const;
+    void put_ProxyUserName(const wchar_t* name);
+    const wchar_t* get_ProxyUserName() const;
+    void put_ProxyPassword(const wchar_t* password);
+    const wchar_t* get_ProxyPassword() const;
     /// Duplicated; null takes it away. A certificate without key information is replaced by the same one of the user's
     /// store "My", if it is there.
-    void put_ClientCertificate(_CERT_CONTEXT const* certificate);
+    void put_ClientCertificate(const _CERT_CONTEXT* certificate);
     /// Owned by the request; null when none was put.
-    _CERT_CONTEXT const* get_ClientCertificate() const;
+    const _CERT_CONTEXT* get_ClientCertificate() const;
     /// Flag bits.
     void put_Flags(unsigned int flags);
     unsigned int get_Flags() const;
@@ -208,7 +208,7 @@ public:
     /// Throws: policy refusals (0xC2110101 to 0xC2110111), kAddressHasCredentials, kCryptNotFound for an entry that
     /// names no certificate, kNoResponder, kHttpStatus, kNotSuccessful, kNotCurrent, kThisUpdateTooOld, what
     /// CResponse::Import throws, what the handlers refuse with, kCertificateRevoked for a revoked certificate.
-    CResponse const& Send(bool verify);
+    const CResponse& Send(bool verify);
 
     /// The DER request, built if needed. Writes its size to `*size`, which must not be null; with a non-null `buffer`
     /// also the bytes, when the room offered in `*size` suffices, else kMoreData is thrown.
@@ -228,7 +228,7 @@ public:
     /// key, the converted last error when the key (kNoKeyProperty, kBadKeyset, kBadPublicKey), the PIN (kPinMissing,
     /// kWrongPin) or the chain fails. The request then is unsigned and can be signed again; certificates that had been
     /// added stay in its store. A null signer builds the request unsigned.
-    void Sign(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude, wchar_t const* password);
+    void Sign(const _CERT_CONTEXT* signer, enumCertToInclude certsToInclude, const wchar_t* password);
 
     // ---- Receive ----------------------------------------------------------------------------------------------------
     // For the side that gets requests, and for sending on what somebody else made:
@@ -257,7 +257,7 @@ public:
     /// kDuplicateExtension for a second extension of one known by name, kCryptNotFound for an entry that does not name
     /// its certificate by CertID, the converted last error for a malformed certificate. The request is then filled in
     /// part: assign another or import again before using it.
-    void Import(unsigned char const* data, unsigned long size);
+    void Import(const unsigned char* data, unsigned long size);
 
     /// Signature and critical extensions, those of the entries too when `checkSingleRequests` is true. For entries null
     /// counts in place of `criticalList`, except that "*" leaves them out. An unsigned request passes without a
@@ -266,10 +266,10 @@ public:
     /// whether the certificate is to be trusted: VerifyCertificate does. Returns kBadSignature, kCertCritical. Throws
     /// kCryptNotFound when a signed request comes without a certificate to check it with, the converted last error when
     /// the check cannot be made (an algorithm unknown or too weak).
-    [[nodiscard]] std::int32_t Verify(_CERT_CONTEXT const* certificate, char const* criticalList,
+    [[nodiscard]] std::int32_t Verify(const _CERT_CONTEXT* certificate, const char* criticalList,
                                       bool checkSingleRequests) const;
     /// Critical extensions of one entry. Returns kCertCritical. Throws kInvalidIndex, except for the list "*".
-    [[nodiscard]] std::int32_t VerifySR(unsigned long index, char const* criticalList) const;
+    [[nodiscard]] std::int32_t VerifySR(unsigned long index, const char* criticalList) const;
 
     /// Whether the requestor's certificate has a chain to a trusted root, is in date and, like those above it but the
     /// root, not revoked. `certificate` null takes the requestor's as get_RequestorCertificate finds it. Certificates
@@ -278,7 +278,7 @@ public:
     /// (kChaining, kCertSignature, kUntrustedRoot, kCryptRevoked, kBasicConstraints, kWrongUsage, kTrustFail,
     /// kCertExpired, kNoRevocationCheck). Throws kCryptNotFound without a certificate, kRequestSigned when none is
     /// given for an unsigned request, converted last errors.
-    [[nodiscard]] std::int32_t VerifyCertificate(_CERT_CONTEXT const* certificate, void** stores,
+    [[nodiscard]] std::int32_t VerifyCertificate(const _CERT_CONTEXT* certificate, void** stores,
                                                  unsigned long storeCount) const;
 
     /// The certificate of whoever signed. **Who frees it differs**: on an object that signed by itself the result is a
@@ -289,13 +289,13 @@ public:
     /// message, those in `stores` (a store that cannot be used is passed over), the user's store "My". Null when there
     /// is none. A name proves nothing: only Verify tells whether the key fits. Throws kRequestSigned on an unsigned
     /// request, the converted last error (kFileNotFound) when "My" cannot be opened.
-    _CERT_CONTEXT const* get_RequestorCertificate(void** stores, unsigned long storeCount) const;
+    const _CERT_CONTEXT* get_RequestorCertificate(void** stores, unsigned long storeCount) const;
 
     /// The certificate whose key made the signature, of those with the requestor's name in the message, in `stores` and
     /// in the user's store "My"; the first 16 are tried. Null when none fits. The request owns it, on an object that
     /// signed by itself too, and keeps it as get_RequestorCertificate does: Verify and VerifyCertificate with a null
     /// certificate use it. Throws kRequestSigned on an unsigned request, and what Verify throws.
-    [[nodiscard]] _CERT_CONTEXT const* FindSigner(void** stores, unsigned long storeCount) const;
+    [[nodiscard]] const _CERT_CONTEXT* FindSigner(void** stores, unsigned long storeCount) const;
 
     /// The Crypto service's number of the signature algorithm; 0, with last error kBadAlgorithm, when it has none.
     /// Throws kRequestSigned on an unsigned request.
@@ -313,13 +313,13 @@ public:
     [[nodiscard]] bool get_Proven() const;
 
     /// The attempts of the last Send, in order, with every redirect; valid until the next one.
-    std::vector<Attempt> const& get_Attempts() const;
+    const std::vector<Attempt>& get_Attempts() const;
 
     /// The store handle of certificates that travelled with the request; owned by the request, and replaced when
     /// another one is imported or assigned to it.
     void* get_Certificates() const;
     /// Dotted text; empty for an unsigned request.
-    char const* get_SignatureAlgorithmOID() const;
+    const char* get_SignatureAlgorithmOID() const;
 
 private:
     friend class CResponse;

@@ -57,7 +57,7 @@ void CRequest::Impl::ClearRequest() {
 }
 
 // Assigning an object to itself clears it and takes nothing of the lists over again.
-CRequest::Impl& CRequest::Impl::operator=(Impl const& source) {
+CRequest::Impl& CRequest::Impl::operator=(const Impl& source) {
     ClearRequest();
     LoadGroupPolicy();
     const bool distinct = this != &source;

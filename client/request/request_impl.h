@@ -36,8 +36,8 @@ struct CRequest::Impl {
     // For copies: every member at its empty default; the assignment that follows fills it.
     explicit Impl(CRequest& owner);
     ~Impl();
-    Impl(Impl const&) = delete;
-    Impl& operator=(Impl const& source);
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl& source);
 
     void DefaultConstructorHelper();
     void ClearRequest();
@@ -56,38 +56,38 @@ struct CRequest::Impl {
 
     // Turns the members into the DER request in Encoded; does nothing when Encoded is there already. With a signer the
     // message is signed. A failure leaves Encoded empty and keeps the nonce for the next build.
-    void MakeRequest(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude, wchar_t const* password);
+    void MakeRequest(const _CERT_CONTEXT* signer, enumCertToInclude certsToInclude, const wchar_t* password);
     CSingleRequestList makeRequestList() const;
     ASN1::CExtensions makeSingleRequestExtensions(unsigned long index) const;
     ASN1::CExtensions makeRequestExtensions();
     void makeNonce();
 
-    void Sign(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude, wchar_t const* password);
-    void SignRequest(CRequestMessage& message, _CERT_CONTEXT const* signer, enumCertToInclude certsToInclude,
-                     wchar_t const* password);
-    CBlobList includeCertificates(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude);
-    void includeCertificate(CBlobList& certs, _CERT_CONTEXT const* cert);
+    void Sign(const _CERT_CONTEXT* signer, enumCertToInclude certsToInclude, const wchar_t* password);
+    void SignRequest(CRequestMessage& message, const _CERT_CONTEXT* signer, enumCertToInclude certsToInclude,
+                     const wchar_t* password);
+    CBlobList includeCertificates(const _CERT_CONTEXT* signer, enumCertToInclude certsToInclude);
+    void includeCertificate(CBlobList& certs, const _CERT_CONTEXT* cert);
 
-    void Import(unsigned char const* data, unsigned long size);
-    void importRequestExtension(ASN1::CExtension const& extension);
-    void importRequestList(CSingleRequestList const& list);
-    void importSingleRequestExtension(unsigned long index, ASN1::CExtension const& extension);
+    void Import(const unsigned char* data, unsigned long size);
+    void importRequestExtension(const ASN1::CExtension& extension);
+    void importRequestList(const CSingleRequestList& list);
+    void importSingleRequestExtension(unsigned long index, const ASN1::CExtension& extension);
 
     void requireSigned() const;  // throws kRequestSigned: guard() the other way round
     template <typename Accepts>
-    _CERT_CONTEXT const* searchRequestor(CRequestMessage const& message, void** stores, unsigned long count,
+    const _CERT_CONTEXT* searchRequestor(const CRequestMessage& message, void** stores, unsigned long count,
                                          Accepts accepts);
-    _CERT_CONTEXT const* searchRequestor(void** stores, unsigned long count);
-    _CERT_CONTEXT const* searchSigner(void** stores, unsigned long count);
-    ATL2::CCertContext certificateToCheck(_CERT_CONTEXT const* given, void** stores, unsigned long count);
+    const _CERT_CONTEXT* searchRequestor(void** stores, unsigned long count);
+    const _CERT_CONTEXT* searchSigner(void** stores, unsigned long count);
+    ATL2::CCertContext certificateToCheck(const _CERT_CONTEXT* given, void** stores, unsigned long count);
 
-    void put_SRCertIDFromCert(_CERT_CONTEXT const* certificate, _CERT_CONTEXT const* issuer, unsigned long index,
-                              char const* hashOID);
-    void findIssuerByChain(_CERT_CONTEXT const* certificate);
+    void put_SRCertIDFromCert(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer, unsigned long index,
+                              const char* hashOID);
+    void findIssuerByChain(const _CERT_CONTEXT* certificate);
     // The OCSP addresses that the local machine's stores keep for the issuer; possibly empty.
     ASN1::CAuthorityInfoAccessSyntax GetOCSPAddressFromIssuerCertProp() const;
 
-    CResponse const& Send(bool verify);
+    const CResponse& Send(bool verify);
     // How downloads that this request causes go: through its proxy, where policy permits it.
     DownloadRules downloads() const;
 
@@ -145,11 +145,11 @@ private:
     void SendOCSPRequest();
     CBlob exchange();
     void requirePermittedLogin() const;
-    static BOOL onRedirect(void* request, wchar_t const* target, DWORD httpStatus);
-    void takeRedirect(wchar_t const* target, DWORD httpStatus);
+    static BOOL onRedirect(void* request, const wchar_t* target, DWORD httpStatus);
+    void takeRedirect(const wchar_t* target, DWORD httpStatus);
     std::int32_t attempt();
     void recordAttempt(std::int32_t outcome);
-    void recordSkipped(wchar_t const* address);
+    void recordSkipped(const wchar_t* address);
     // Asks the handlers; their first refusal, or 0. What they throw is recorded and passes through.
     std::int32_t askHandlers(bool verify);
     // Runs `ask`, an attempt with its handlers, and runs it once more without the cache when a cached answer was
@@ -159,11 +159,11 @@ private:
     bool refutesCachedAnswer(std::int32_t outcome) const;
     void checkProducedAt() const;
     void checkThisUpdates() const;
-    CResponse const& sendDirect(bool verify);
-    CResponse const& sendToCandidates(Candidates const& candidates, bool verify);
+    const CResponse& sendDirect(bool verify);
+    const CResponse& sendToCandidates(const Candidates& candidates, bool verify);
     Candidates gatherCandidates() const;
 
-    NetworkCheck const* Check = nullptr;  // of the Send under way
+    const NetworkCheck* Check = nullptr;  // of the Send under way
     Progress Present;
     bool WireOnly = false;  // the cache was asked and its answer refused
 };

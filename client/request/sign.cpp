@@ -21,16 +21,16 @@ namespace {
 // What the policy value CertsToInclude says when nobody has set it.
 constexpr long kPolicySaysNothing = -1;
 
-CBlob encodingOf(_CERT_CONTEXT const* cert) {
+CBlob encodingOf(const _CERT_CONTEXT* cert) {
     return {cert->pbCertEncoded, cert->cbCertEncoded};
 }
 
 // The PIN as the provider takes it. The narrow copy is wiped: it is the only one that is ours.
 class Pin {
 public:
-    explicit Pin(wchar_t const* text) { narrow_ = text; }
-    Pin(Pin const&) = delete;
-    Pin& operator=(Pin const&) = delete;
+    explicit Pin(const wchar_t* text) { narrow_ = text; }
+    Pin(const Pin&) = delete;
+    Pin& operator=(const Pin&) = delete;
     ~Pin() {
         if (!narrow_.IsEmpty()) {
             // The block is not shared, so this gives the very place of the text.
@@ -38,7 +38,7 @@ public:
         }
     }
 
-    BYTE const* octets() const { return reinterpret_cast<BYTE const*>(narrow_.GetString()); }
+    const BYTE* octets() const { return reinterpret_cast<const BYTE*>(narrow_.GetString()); }
 
 private:
     ATL::CStringA narrow_;
@@ -47,7 +47,7 @@ private:
 // The private key behind a certificate.
 class SigningKey {
 public:
-    explicit SigningKey(_CERT_CONTEXT const* cert) {
+    explicit SigningKey(const _CERT_CONTEXT* cert) {
         BOOL callerFrees = FALSE;
         if (!CryptAcquireCertificatePrivateKey(cert, CRYPT_ACQUIRE_USE_PROV_INFO_FLAG, nullptr, &provider_, &keySpec_,
                                                &callerFrees)) {
@@ -60,7 +60,7 @@ public:
 
     HCRYPTPROV provider() const { return provider_; }
     DWORD keySpec() const { return keySpec_; }
-    void open(wchar_t const* password) const {
+    void open(const wchar_t* password) const {
         const Pin pin(password);
         if (!CryptSetProvParam(provider_, PP_SIGNATURE_PIN, pin.octets(), 0)) {
             ATL2::throwLastErrorOrFail();
@@ -77,7 +77,7 @@ private:
 
 // The order in which a caller does things matters: what Export or a failed Send has built stays unsigned here, until
 // something of the message changes.
-void CRequest::Impl::Sign(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude, wchar_t const* password) {
+void CRequest::Impl::Sign(const _CERT_CONTEXT* signer, enumCertToInclude certsToInclude, const wchar_t* password) {
     guard();
     if (Encoded.cbData() != 0) {
         return;
@@ -85,10 +85,10 @@ void CRequest::Impl::Sign(_CERT_CONTEXT const* signer, enumCertToInclude certsTo
     MakeRequest(signer, certsToInclude, password);
 }
 
-void CRequest::Impl::SignRequest(CRequestMessage& message, _CERT_CONTEXT const* signer,
-                                 enumCertToInclude certsToInclude, wchar_t const* password) {
+void CRequest::Impl::SignRequest(CRequestMessage& message, const _CERT_CONTEXT* signer,
+                                 enumCertToInclude certsToInclude, const wchar_t* password) {
     TALLOW_TRACE("SignRequest", "Signing request...\n");
-    CRYPT_DATA_BLOB const& subject = signer->pCertInfo->Subject;
+    const CRYPT_DATA_BLOB& subject = signer->pCertInfo->Subject;
     const CBlob name(subject.pbData, subject.cbData);
     message.put_requestorName(&name);
     const CBlobList certs = includeCertificates(signer, certsToInclude);
@@ -106,7 +106,7 @@ void CRequest::Impl::SignRequest(CRequestMessage& message, _CERT_CONTEXT const* 
 }
 
 // The encodings that go into the message; each is put into the store too.
-CBlobList CRequest::Impl::includeCertificates(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude) {
+CBlobList CRequest::Impl::includeCertificates(const _CERT_CONTEXT* signer, enumCertToInclude certsToInclude) {
     CBlobList certs;
     long included = certsToInclude;
     if (certsToInclude == CertsFromPolicy) {
@@ -128,7 +128,7 @@ CBlobList CRequest::Impl::includeCertificates(_CERT_CONTEXT const* signer, enumC
         return certs;
     }
     // The last element is taken for the root, also where the chain ends before one.
-    CERT_SIMPLE_CHAIN const& simple = *chain->rgpChain[0];
+    const CERT_SIMPLE_CHAIN& simple = *chain->rgpChain[0];
     const DWORD end = included == CertsChainWithRoot ? simple.cElement : simple.cElement - 1;
     for (DWORD i = 1; i < end; ++i) {
         includeCertificate(certs, simple.rgpElement[i]->pCertContext);
@@ -136,7 +136,7 @@ CBlobList CRequest::Impl::includeCertificates(_CERT_CONTEXT const* signer, enumC
     return certs;
 }
 
-void CRequest::Impl::includeCertificate(CBlobList& certs, _CERT_CONTEXT const* cert) {
+void CRequest::Impl::includeCertificate(CBlobList& certs, const _CERT_CONTEXT* cert) {
     certs.push_back(encodingOf(cert));
     ATL2::CCertContext detached = ATL2::CCertContext::duplicate(cert);
     if (const std::int32_t result = detached.DetachFromStore(); result != 0) {
@@ -145,7 +145,7 @@ void CRequest::Impl::includeCertificate(CBlobList& certs, _CERT_CONTEXT const* c
     addCertificate(Certificates, detached.get());
 }
 
-void CRequest::Sign(_CERT_CONTEXT const* signer, enumCertToInclude certsToInclude, wchar_t const* password) try {
+void CRequest::Sign(const _CERT_CONTEXT* signer, enumCertToInclude certsToInclude, const wchar_t* password) try {
     impl_->Sign(signer, certsToInclude, password);
 } catch (...) {
     ASN1::rethrowAsStatus();

@@ -20,8 +20,8 @@ ALG_ID signingForm(ALG_ID publicKey) {
 }
 
 // The signature of this hash with this kind of key; null when the number is no hash or the pair has none.
-CRYPT_OID_INFO const* signatureWith(ALG_ID algorithm, ALG_ID publicKey) {
-    CRYPT_OID_INFO const* hash = CryptFindOIDInfo(CRYPT_OID_INFO_ALGID_KEY, &algorithm, CRYPT_HASH_ALG_OID_GROUP_ID);
+const CRYPT_OID_INFO* signatureWith(ALG_ID algorithm, ALG_ID publicKey) {
+    const CRYPT_OID_INFO* hash = CryptFindOIDInfo(CRYPT_OID_INFO_ALGID_KEY, &algorithm, CRYPT_HASH_ALG_OID_GROUP_ID);
     if (hash == nullptr) {
         return nullptr;
     }
@@ -31,7 +31,7 @@ CRYPT_OID_INFO const* signatureWith(ALG_ID algorithm, ALG_ID publicKey) {
 
 }  // namespace
 
-std::string GetSignAlg(unsigned long long provider, _CERT_CONTEXT const* certificate) {
+std::string GetSignAlg(unsigned long long provider, const _CERT_CONTEXT* certificate) {
     const ALG_ID named = CertOIDToAlgId(certificate->pCertInfo->SubjectPublicKeyInfo.Algorithm.pszObjId);
     if (named == 0) {
         ATL::AtlThrowImpl(status::kBadAlgorithm);
@@ -43,7 +43,7 @@ std::string GetSignAlg(unsigned long long provider, _CERT_CONTEXT const* certifi
         if (!CryptGetProvParam(provider, PP_ENUMALGS, reinterpret_cast<BYTE*>(&algorithm), &size, flag)) {
             ATL::AtlThrowImpl(status::kBadAlgorithm);
         }
-        if (CRYPT_OID_INFO const* signature = signatureWith(algorithm.aiAlgid, publicKey); signature != nullptr) {
+        if (const CRYPT_OID_INFO* signature = signatureWith(algorithm.aiAlgid, publicKey); signature != nullptr) {
             return signature->pszOID;
         }
     }

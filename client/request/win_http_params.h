@@ -12,7 +12,7 @@ struct WinHTTPParams {
     enumAuthTypes OCSPAuthType = kAuthAnonymous;       // read by the policy checks alone
     std::wstring OCSPUserName;                         // kept and copied; nothing sends it
     std::wstring OCSPPassword;                         // kept and copied; nothing sends it
-    _CERT_CONTEXT const* ClientCertificate = nullptr;  // owned by the request's ClientCertificate; nothing sends it
+    const _CERT_CONTEXT* ClientCertificate = nullptr;  // owned by the request's ClientCertificate; nothing sends it
     std::wstring ProxyAddress;                         // used when not empty
     bool ProxyAddressSet = false;
     std::wstring ReservedText1;

@@ -14,7 +14,7 @@ namespace Orvane::PKI::OCSP::Client {
 namespace {
 
 // The SHA-1 thumbprint as the policies write it: upper-case hexadecimal without blanks.
-std::wstring thumbprint(_CERT_CONTEXT const* cert) {
+std::wstring thumbprint(const _CERT_CONTEXT* cert) {
     DWORD size = 0;
     if (!CertGetCertificateContextProperty(cert, CERT_SHA1_HASH_PROP_ID, nullptr, &size)) {
         ATL2::throwLastErrorOrFail();
@@ -30,7 +30,7 @@ std::wstring thumbprint(_CERT_CONTEXT const* cert) {
 
 }  // namespace
 
-int IsOCSPAuthorized(_CERT_CONTEXT const* cert) try {
+int IsOCSPAuthorized(const _CERT_CONTEXT* cert) try {
     wchar_t* reserved = nullptr;
     wchar_t sectionText[] = L"ocsppolicy";
     wchar_t* section = sectionText;
@@ -45,7 +45,7 @@ int IsOCSPAuthorized(_CERT_CONTEXT const* cert) try {
     ASN1::rethrowAsStatus();
 }
 
-int CResponse::Impl::IsOCSPNocheck(_CERT_CONTEXT const* cert) const {
+int CResponse::Impl::IsOCSPNocheck(const _CERT_CONTEXT* cert) const {
     return Policy->NocheckOCSPs.Find(thumbprint(cert).c_str()) ? 1 : 0;
 }
 

@@ -14,12 +14,12 @@ namespace {
 // Most messages are asked for one entry or two, and then a walk is cheaper than any preparation.
 constexpr unsigned long kScansBeforeSorting = 8;
 
-std::string_view textOf(CBlob const& blob) {
-    return {reinterpret_cast<char const*>(blob.pbData()), blob.cbData()};
+std::string_view textOf(const CBlob& blob) {
+    return {reinterpret_cast<const char*>(blob.pbData()), blob.cbData()};
 }
 
 // Two forms of one number differ in sign bytes that add nothing.
-std::string_view shortestForm(CBlob const& number) {
+std::string_view shortestForm(const CBlob& number) {
     std::string_view text = textOf(number);
     while (text.size() > 1) {
         const bool negative = (static_cast<unsigned char>(text[1]) & 0x80) != 0;
@@ -33,12 +33,12 @@ std::string_view shortestForm(CBlob const& number) {
 
 void append(std::string& key, std::string_view part) {
     const auto size = static_cast<std::uint64_t>(part.size());
-    key.append(reinterpret_cast<char const*>(&size), sizeof size);
+    key.append(reinterpret_cast<const char*>(&size), sizeof size);
     key.append(part);
 }
 
 // Equal exactly for identifiers that name the same certificate.
-std::string keyOf(CCertID const& id) {
+std::string keyOf(const CCertID& id) {
     std::string key;
     append(key, textOf(id.get_issuerKeyHash()));
     append(key, textOf(id.get_issuerNameHash()));
@@ -48,10 +48,10 @@ std::string keyOf(CCertID const& id) {
 
 }  // namespace
 
-void EntryIndex::reset(CSingleResponseList const& responses) {
+void EntryIndex::reset(const CSingleResponseList& responses) {
     clear();
     entries_.reserve(responses.size());
-    for (CSingleResponse const& entry : responses) {
+    for (const CSingleResponse& entry : responses) {
         entries_.push_back(&entry);
     }
 }
@@ -62,17 +62,17 @@ void EntryIndex::clear() {
     scans_ = 0;
 }
 
-CSingleResponse const& EntryIndex::at(unsigned long index) const {
+const CSingleResponse& EntryIndex::at(unsigned long index) const {
     if (index >= entries_.size()) {
         ATL::AtlThrowImpl(status::kInvalidIndex);
     }
     return *entries_[index];
 }
 
-unsigned long EntryIndex::find(CCertID const& certID) {
+unsigned long EntryIndex::find(const CCertID& certID) {
     if (scans_ < kScansBeforeSorting) {
         ++scans_;
-        const auto found = std::find_if(entries_.begin(), entries_.end(), [&certID](CSingleResponse const* entry) {
+        const auto found = std::find_if(entries_.begin(), entries_.end(), [&certID](const CSingleResponse* entry) {
             return namesSameCertificate(*entry->get_reqCert().get_certID(), certID);
         });
         return found == entries_.end() ? kNone : static_cast<unsigned long>(found - entries_.begin());
@@ -80,7 +80,7 @@ unsigned long EntryIndex::find(CCertID const& certID) {
     if (byKey_.empty()) {
         std::vector<Key> keys;
         keys.reserve(entries_.size());
-        for (CSingleResponse const* entry : entries_) {
+        for (const CSingleResponse* entry : entries_) {
             keys.emplace_back(keyOf(*entry->get_reqCert().get_certID()), keys.size());
         }
         std::sort(keys.begin(), keys.end());

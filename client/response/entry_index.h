@@ -19,19 +19,19 @@ public:
     static constexpr unsigned long kNone = CResponse::kNoIndex;
 
     /// Points into `responses`, which must stay as it is for as long as the index is used.
-    void reset(CSingleResponseList const& responses);
+    void reset(const CSingleResponseList& responses);
     void clear();
 
     unsigned long size() const { return entries_.size(); }
     /// Throws kInvalidIndex past the end.
-    CSingleResponse const& at(unsigned long index) const;
+    const CSingleResponse& at(unsigned long index) const;
     /// The first entry that names the same certificate, or kNone. Each entry must hold a CertID.
-    unsigned long find(CCertID const& certID);
+    unsigned long find(const CCertID& certID);
 
 private:
     using Key = std::pair<std::string, unsigned long>;  // what is compared of a CertID, position
 
-    std::vector<CSingleResponse const*> entries_;
+    std::vector<const CSingleResponse*> entries_;
     std::vector<Key> byKey_;  // in order; empty until it pays
     unsigned long scans_ = 0;
 };

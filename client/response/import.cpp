@@ -26,7 +26,7 @@ CResponse::Impl::Impl(CResponse& owner) : Owner(owner) {
 
 CResponse::Impl::~Impl() = default;
 
-CResponse::Impl& CResponse::Impl::operator=(Impl const& source) {
+CResponse::Impl& CResponse::Impl::operator=(const Impl& source) {
     if (this == &source) {
         return *this;  // importing begins by clearing
     }
@@ -69,7 +69,7 @@ void CResponse::Impl::clear() {
     Downloads.reset();
 }
 
-void CResponse::Impl::Import(unsigned char const* data, unsigned long size) {
+void CResponse::Impl::Import(const unsigned char* data, unsigned long size) {
     // Copied before clearing: the bytes may be this object's own.
     CBlob input(data, size);
     clear();
@@ -101,11 +101,11 @@ void CResponse::Impl::Import(unsigned char const* data, unsigned long size) {
 }
 
 void CResponse::Impl::readResponseExtensions() {
-    ASN1::CExtensions const* extensions = BasicResponse.get_responseExtensions();
+    const ASN1::CExtensions* extensions = BasicResponse.get_responseExtensions();
     if (extensions == nullptr) {
         return;
     }
-    for (ASN1::CExtension const& extension : *extensions) {
+    for (const ASN1::CExtension& extension : *extensions) {
         if (std::strcmp(extension.get_extnID(), kOidNonce) != 0) {
             AdditionalExtensions.push_back(extension);
             continue;
@@ -137,12 +137,12 @@ void CResponse::Impl::requireEntry(unsigned long index) const {
     }
 }
 
-void CResponse::Import(unsigned char const* data, unsigned long size, CRequest const* request) try {
+void CResponse::Import(const unsigned char* data, unsigned long size, const CRequest* request) try {
     impl_->Import(data, size);
     if (request == nullptr) {
         return;
     }
-    CRequest::Impl const& asked = *request->impl_;
+    const CRequest::Impl& asked = *request->impl_;
     // True only while the request's own Send imports, so that a stored response is never held against the clock.
     impl_->CheckNextUpdate = asked.ImportingResponse;
     impl_->Downloads = asked.downloads();

@@ -9,7 +9,7 @@ namespace Orvane::PKI::OCSP::Client {
 
 namespace {
 
-constexpr char const* kUserStores[] = {"AddressBook", "CA", "ROOT"};
+constexpr const char* kUserStores[] = {"AddressBook", "CA", "ROOT"};
 constexpr DWORD kUserStoreFlags =
     CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG | CERT_STORE_OPEN_EXISTING_FLAG;
 
@@ -19,9 +19,9 @@ constexpr int kMaxSignersTried = 64;
 
 }  // namespace
 
-bool CResponse::Impl::TryToAcceptOCSPCertificate(ATL2::CCertContext const& candidate, int& numTried) {
+bool CResponse::Impl::TryToAcceptOCSPCertificate(const ATL2::CCertContext& candidate, int& numTried) {
     const CBlob encoded(candidate->pbCertEncoded, candidate->cbCertEncoded);
-    CResponderID const& responder = BasicResponse.get_responderID();
+    const CResponderID& responder = BasicResponse.get_responderID();
     // The name or key hash alone proves nothing: anybody can put it into a certificate or a response.
     if (!(CResponderID::fromCert(responder.get_type(), encoded) == responder) || ++numTried > kMaxSignersTried ||
         !BasicResponse.verify(encoded)) {
@@ -37,7 +37,7 @@ bool CResponse::Impl::TryToAcceptOCSPCertificate(ATL2::CCertContext const& candi
 bool CResponse::Impl::acceptFromStore(HCERTSTORE store, int& numTried) {
     ATL2::CCertContext candidate;
     // The enumeration frees the context it is given, so each step hands the last one back.
-    while (_CERT_CONTEXT const* next = CertEnumCertificatesInStore(store, candidate.detach())) {
+    while (const _CERT_CONTEXT* next = CertEnumCertificatesInStore(store, candidate.detach())) {
         candidate.reset(next);
         if (TryToAcceptOCSPCertificate(candidate, numTried)) {
             return true;
@@ -46,7 +46,7 @@ bool CResponse::Impl::acceptFromStore(HCERTSTORE store, int& numTried) {
     return false;
 }
 
-_CERT_CONTEXT const* CResponse::Impl::findResponder(void** stores, unsigned long count) {
+const _CERT_CONTEXT* CResponse::Impl::findResponder(void** stores, unsigned long count) {
     int numTried = 0;
     if (acceptFromStore(Certificates.get(), numTried)) {
         return OCSPCertificate.get();
@@ -57,7 +57,7 @@ _CERT_CONTEXT const* CResponse::Impl::findResponder(void** stores, unsigned long
             return OCSPCertificate.get();
         }
     }
-    for (char const* name : kUserStores) {
+    for (const char* name : kUserStores) {
         ATL2::CCertStore store;
         if (store.Open(CERT_STORE_PROV_SYSTEM_A, 0, kUserStoreFlags, name) == 0 &&
             acceptFromStore(store.get(), numTried)) {
@@ -67,7 +67,7 @@ _CERT_CONTEXT const* CResponse::Impl::findResponder(void** stores, unsigned long
     return nullptr;
 }
 
-_CERT_CONTEXT const* CResponse::get_OCSPCertificate(void** stores, unsigned long count) const try {
+const _CERT_CONTEXT* CResponse::get_OCSPCertificate(void** stores, unsigned long count) const try {
     impl_->requireSuccessful();
     return impl_->findResponder(stores, count);
 } catch (...) {

@@ -18,7 +18,7 @@ namespace Orvane::PKI::OCSP::Client {
 namespace {
 
 template <typename Map>
-auto find(Map const& map, unsigned long index) -> typename Map::mapped_type const* {
+auto find(const Map& map, unsigned long index) -> const typename Map::mapped_type* {
     const auto found = map.find(index);
     return found == map.end() ? nullptr : &found->second;
 }
@@ -30,12 +30,12 @@ CResponse::CResponse() try : impl_(std::make_unique<Impl>(*this)) {
     ASN1::rethrowAsStatus();
 }
 
-CResponse::CResponse(CResponse const& source) try : CResponse() { *impl_ = *source.impl_; } catch (...) {
+CResponse::CResponse(const CResponse& source) try : CResponse() { *impl_ = *source.impl_; } catch (...) {
     ASN1::rethrowAsStatus();
 }
 
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): Impl's matter
-CResponse& CResponse::operator=(CResponse const& source) try {
+CResponse& CResponse::operator=(const CResponse& source) try {
     *impl_ = *source.impl_;
     return *this;
 } catch (...) {
@@ -85,7 +85,7 @@ CResponderID::Type CResponse::get_responderIDType() const {
     return impl_->BasicResponse.get_responderID().get_type();
 }
 
-CBlob const& CResponse::get_responderID() const {
+const CBlob& CResponse::get_responderID() const {
     impl_->requireSuccessful();
     return impl_->BasicResponse.get_responderID().get_value();
 }
@@ -111,12 +111,12 @@ std::uint32_t CResponse::get_SignatureAlgorithm() const {
     return number;
 }
 
-char const* CResponse::get_SignatureAlgorithmOID() const {
+const char* CResponse::get_SignatureAlgorithmOID() const {
     impl_->requireSuccessful();
     return impl_->BasicResponse.get_signatureAlgorithm().get_algorithm();
 }
 
-CBlob const& CResponse::get_SignatureAlgorithmParameters() const {
+const CBlob& CResponse::get_SignatureAlgorithmParameters() const {
     impl_->requireSuccessful();
     return impl_->BasicResponse.get_signatureAlgorithm().get_parameters();
 }
@@ -126,7 +126,7 @@ void* CResponse::get_Certificates() const {
     return impl_->Certificates.get();
 }
 
-ASN1::CExtensions const* CResponse::get_AdditionalExtensions() const {
+const ASN1::CExtensions* CResponse::get_AdditionalExtensions() const {
     impl_->requireSuccessful();
     return &impl_->AdditionalExtensions;
 }
@@ -145,12 +145,12 @@ CCertStatus::Type CResponse::get_SRStatus(unsigned long index) const {
     return impl_->get_SingleResponse(index).get_certStatus().get_type();
 }
 
-CDateTime const* CResponse::get_SRRevTime(unsigned long index) const {
+const CDateTime* CResponse::get_SRRevTime(unsigned long index) const {
     impl_->requireEntry(index);
     return impl_->get_SingleResponse(index).get_certStatus().get_revocationTime();
 }
 
-ASN1::CrlReason const* CResponse::get_SRRevReason(unsigned long index) const {
+const ASN1::CrlReason* CResponse::get_SRRevReason(unsigned long index) const {
     impl_->requireEntry(index);
     return impl_->get_SingleResponse(index).get_certStatus().get_revocationReason();
 }
@@ -160,42 +160,42 @@ CDateTime CResponse::get_SRThisUpdate(unsigned long index) const {
     return impl_->get_SingleResponse(index).get_thisUpdate();
 }
 
-CDateTime const* CResponse::get_SRNextUpdate(unsigned long index) const {
+const CDateTime* CResponse::get_SRNextUpdate(unsigned long index) const {
     impl_->requireEntry(index);
     return impl_->get_SingleResponse(index).get_nextUpdate();
 }
 
-CExtHistoricalRequest const* CResponse::get_SRHistoricalRequest(unsigned long index) const {
+const CExtHistoricalRequest* CResponse::get_SRHistoricalRequest(unsigned long index) const {
     impl_->requireEntry(index);
     return find(impl_->SRHistoricalRequests, index);
 }
 
-CDateTime const* CResponse::get_SRArchiveCutoff(unsigned long index) const {
+const CDateTime* CResponse::get_SRArchiveCutoff(unsigned long index) const {
     impl_->requireEntry(index);
-    CExtArchiveCutoff const* cutoff = find(impl_->SRArchiveCutoffs, index);
+    const CExtArchiveCutoff* cutoff = find(impl_->SRArchiveCutoffs, index);
     return cutoff == nullptr ? nullptr : &cutoff->get_archiveCutoff();
 }
 
-CExtCrlID const* CResponse::get_SRCRLReference(unsigned long index) const {
+const CExtCrlID* CResponse::get_SRCRLReference(unsigned long index) const {
     impl_->requireEntry(index);
     return find(impl_->SRCRLReferences, index);
 }
 
-ASN1::CExtensions const* CResponse::get_SRAdditionalExtensions(unsigned long index) const {
+const ASN1::CExtensions* CResponse::get_SRAdditionalExtensions(unsigned long index) const {
     impl_->requireEntry(index);
     return find(impl_->SRAdditionalExtensions, index);
 }
 
 // ---- Matching -------------------------------------------------------------------------------------------------------
 
-bool CResponse::VerifyNonce(unsigned char const* data, unsigned long size) const try {
+bool CResponse::VerifyNonce(const unsigned char* data, unsigned long size) const try {
     impl_->requireSuccessful();
     return CBlob(data, size) == impl_->Nonce;
 } catch (...) {
     ASN1::rethrowAsStatus();
 }
 
-unsigned long CResponse::get_SRIndexByCertID(CCertID const& certID) const try {
+unsigned long CResponse::get_SRIndexByCertID(const CCertID& certID) const try {
     impl_->requireSuccessful();
     return impl_->Entries.find(certID);
 } catch (...) {
@@ -204,7 +204,7 @@ unsigned long CResponse::get_SRIndexByCertID(CCertID const& certID) const try {
 
 // A hash of the issuer is computed once for each algorithm in use, not once for each entry: a response may hold many
 // entries, and computing the identifier is the costly part.
-unsigned long CResponse::get_SRIndexByCert(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer) const try {
+unsigned long CResponse::get_SRIndexByCert(const _CERT_CONTEXT* cert, const _CERT_CONTEXT* issuer) const try {
     impl_->requireSuccessful();
     if (cert == nullptr) {
         ATL::AtlThrowImpl(status::kInvalidArgument);
@@ -221,8 +221,8 @@ unsigned long CResponse::get_SRIndexByCert(_CERT_CONTEXT const* cert, _CERT_CONT
     const CBlob issuerBytes(held->pbCertEncoded, held->cbCertEncoded);
     std::map<std::string, CCertID> byAlgorithm;
     unsigned long index = 0;
-    for (CSingleResponse const& entry : impl_->BasicResponse.get_responses()) {
-        CCertID const& named = *entry.get_reqCert().get_certID();
+    for (const CSingleResponse& entry : impl_->BasicResponse.get_responses()) {
+        const CCertID& named = *entry.get_reqCert().get_certID();
         const std::string oid = named.get_hashAlgorithm().get_algorithm();
         auto own = byAlgorithm.find(oid);
         if (own == byAlgorithm.end()) {

@@ -42,15 +42,15 @@ public:
     /// (authorised entries, accepted responder) are not. Copying an object that was never imported throws what the
     /// decoder throws, and leaves the target of an assignment as never imported; assigning an object to itself changes
     /// nothing.
-    CResponse(CResponse const& source);
-    CResponse& operator=(CResponse const& source);
+    CResponse(const CResponse& source);
+    CResponse& operator=(const CResponse& source);
     ~CResponse();
 
     /// Replaces the content by a DER OCSPResponse, or by a bare BasicOCSPResponse. With a `request` the nonces of both
     /// are compared and the certificates asked about are matched to the entries. Clears the options below. Throws
     /// kUnsupportedType, kDuplicateExtension, kNonceMismatch, kNextBeforeThis, kThisUpdateTooOld, kCryptNotFound (an
     /// entry that does not name its certificate by CertID), kAsn1Error; the object then counts as never imported.
-    void Import(unsigned char const* data, unsigned long size, CRequest const* request);
+    void Import(const unsigned char* data, unsigned long size, const CRequest* request);
     /// The imported bytes: size protocol as CRequest::Export. Throws kNotImported.
     void Export(unsigned char* buffer, unsigned long* size) const;
 
@@ -72,40 +72,40 @@ public:
     unsigned long get_SRNumber() const;
     CDateTime get_ProducedAt() const;
     CResponderID::Type get_responderIDType() const;
-    CBlob const& get_responderID() const;
+    const CBlob& get_responderID() const;
     bool get_HasNonce() const;
     /// The Crypto service's number of the signature algorithm; 0, with last error kBadAlgorithm, when it has none.
     std::uint32_t get_SignatureAlgorithm() const;
-    char const* get_SignatureAlgorithmOID() const;
-    CBlob const& get_SignatureAlgorithmParameters() const;
+    const char* get_SignatureAlgorithmOID() const;
+    const CBlob& get_SignatureAlgorithmParameters() const;
     /// Store handle of the certificates carried; owned by the response.
     void* get_Certificates() const;
     /// Response-level extensions but the nonce. Never null.
-    ASN1::CExtensions const* get_AdditionalExtensions() const;
+    const ASN1::CExtensions* get_AdditionalExtensions() const;
 
     CCertID get_SRCertID(unsigned long index) const;
     CCertStatus::Type get_SRStatus(unsigned long index) const;
-    CDateTime const* get_SRRevTime(unsigned long index) const;
-    ASN1::CrlReason const* get_SRRevReason(unsigned long index) const;
+    const CDateTime* get_SRRevTime(unsigned long index) const;
+    const ASN1::CrlReason* get_SRRevReason(unsigned long index) const;
     CDateTime get_SRThisUpdate(unsigned long index) const;
-    CDateTime const* get_SRNextUpdate(unsigned long index) const;
-    CExtHistoricalRequest const* get_SRHistoricalRequest(unsigned long index) const;
-    CDateTime const* get_SRArchiveCutoff(unsigned long index) const;
-    CExtCrlID const* get_SRCRLReference(unsigned long index) const;
+    const CDateTime* get_SRNextUpdate(unsigned long index) const;
+    const CExtHistoricalRequest* get_SRHistoricalRequest(unsigned long index) const;
+    const CDateTime* get_SRArchiveCutoff(unsigned long index) const;
+    const CExtCrlID* get_SRCRLReference(unsigned long index) const;
     /// Extensions other than CRL reference and historical request; an archive cutoff shows here too.
-    ASN1::CExtensions const* get_SRAdditionalExtensions(unsigned long index) const;
+    const ASN1::CExtensions* get_SRAdditionalExtensions(unsigned long index) const;
 
     // ---- Match ------------------------------------------------------------------------------------------------------
 
     /// Position of the first entry with these hashes and serial number (the hash algorithm is not compared), or
     /// kNoIndex.
-    unsigned long get_SRIndexByCertID(CCertID const& certID) const;
+    unsigned long get_SRIndexByCertID(const CCertID& certID) const;
     /// Position of the first entry about `cert`, each tried with its own hash algorithm, or kNoIndex; the certificate
     /// found is remembered for VerifySR. `issuer` null builds a chain to find it: kNoSigner when there is none.
     /// A null `cert` throws kInvalidArgument.
-    unsigned long get_SRIndexByCert(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer) const;
+    unsigned long get_SRIndexByCert(const _CERT_CONTEXT* cert, const _CERT_CONTEXT* issuer) const;
     /// True when the response's nonce has exactly these bytes.
-    [[nodiscard]] bool VerifyNonce(unsigned char const* data, unsigned long size) const;
+    [[nodiscard]] bool VerifyNonce(const unsigned char* data, unsigned long size) const;
 
     // ---- Judge ------------------------------------------------------------------------------------------------------
     // Verdicts are returned, 0 for success; misuse is thrown as above. `criticalOIDs`: null refuses every critical
@@ -116,29 +116,29 @@ public:
     /// Null when there is none. Owned by the response and valid until the next search or assignment; an import does not
     /// forget it: as long as nothing else is accepted, Verify and VerifyCertificate with a null `cert` use it for the
     /// new content too, so search again after an import.
-    _CERT_CONTEXT const* get_OCSPCertificate(void** stores, unsigned long count) const;
+    const _CERT_CONTEXT* get_OCSPCertificate(void** stores, unsigned long count) const;
 
     /// Signature and response-level critical extensions. `cert` null takes the responder's certificate as above; a
     /// certificate given is used as it stands. Returns kBadSignature, kCertCritical. Throws kCryptNotFound when no
     /// responder certificate is to be found.
-    [[nodiscard]] std::int32_t Verify(_CERT_CONTEXT const* cert, char const* criticalOIDs) const;
+    [[nodiscard]] std::int32_t Verify(const _CERT_CONTEXT* cert, const char* criticalOIDs) const;
 
     /// The responder's certificate: chain, authorisation for each entry, revocation. With `verifySR` also VerifySR on
     /// every entry; without it, 0 says nothing about an entry until VerifySR is asked about it. Nor does it say
     /// anything about the signature: give Verify the same certificate. Returns kCertExpired, kWrongUsage, kTrustFail,
     /// kCryptRevoked, kNoRevocationCheck, or the status with which the chain was refused. Throws kCryptNotFound and
     /// converted last errors.
-    [[nodiscard]] std::int32_t VerifyCertificate(_CERT_CONTEXT const* cert, bool verifySR, void** stores,
+    [[nodiscard]] std::int32_t VerifyCertificate(const _CERT_CONTEXT* cert, bool verifySR, void** stores,
                                                  unsigned long count) const;
 
     /// One entry: authorisation, times, critical extensions; not its certificate status. `authorized` null uses what
     /// VerifyCertificate found (kNotSuccessful is thrown when it did not run), else the value pointed to. Returns
     /// kWrongUsage, kNextBeforeThis, kNotCurrent, kCertExpired, kCriticalSingleExtension.
-    [[nodiscard]] std::int32_t VerifySR(unsigned long index, char const* criticalOIDs, bool* authorized) const;
+    [[nodiscard]] std::int32_t VerifySR(unsigned long index, const char* criticalOIDs, bool* authorized) const;
 
     /// Revocation state of `cert` under `issuer` from the CRL stores and `store`: 0, or the converted last error of the
     /// service, kFail when it tells none. Offered for callers of their own; the checks above do not use it.
-    [[nodiscard]] std::int32_t VerifyRevocation(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer,
+    [[nodiscard]] std::int32_t VerifyRevocation(const _CERT_CONTEXT* cert, const _CERT_CONTEXT* issuer,
                                                 void* store) const;
 
 private:
@@ -148,6 +148,6 @@ private:
 
 /// Non-zero when the certificate's SHA-1 thumbprint stands in the policy list AuthorizedOCSPs, which is read anew at
 /// every call. Throws the converted last error when the thumbprint cannot be had.
-[[nodiscard]] TALLOW_EXPORT int IsOCSPAuthorized(_CERT_CONTEXT const* cert);
+[[nodiscard]] TALLOW_EXPORT int IsOCSPAuthorized(const _CERT_CONTEXT* cert);
 
 }  // namespace Orvane::PKI::OCSP::Client

@@ -26,11 +26,11 @@ namespace Orvane::PKI::OCSP::Client {
 struct CResponse::Impl {
     explicit Impl(CResponse& owner);
     ~Impl();
-    Impl(Impl const&) = delete;
-    Impl& operator=(Impl const& source);
+    Impl(const Impl&) = delete;
+    Impl& operator=(const Impl& source);
 
     void clear();
-    void Import(unsigned char const* data, unsigned long size);
+    void Import(const unsigned char* data, unsigned long size);
     void MakeSingleResponseList();
 
     // The guards of every accessor, in this order.
@@ -39,19 +39,19 @@ struct CResponse::Impl {
     void requireEntry(unsigned long index) const;  // the above, then kInvalidIndex
 
     // By position; kInvalidIndex past the end.
-    CSingleResponse const& get_SingleResponse(unsigned long index) const { return Entries.at(index); }
+    const CSingleResponse& get_SingleResponse(unsigned long index) const { return Entries.at(index); }
 
     // True when `candidate` fits the responder id and its key verifies the signature; it is then kept, independent of
     // its store, in OCSPCertificate. `numTried` counts the signature checks of a search, which are bounded.
-    bool TryToAcceptOCSPCertificate(ATL2::CCertContext const& candidate, int& numTried);
+    bool TryToAcceptOCSPCertificate(const ATL2::CCertContext& candidate, int& numTried);
     bool acceptFromStore(HCERTSTORE store, int& numTried);
-    _CERT_CONTEXT const* findResponder(void** stores, unsigned long count);
-    int IsOCSPNocheck(_CERT_CONTEXT const* cert) const;
+    const _CERT_CONTEXT* findResponder(void** stores, unsigned long count);
+    int IsOCSPNocheck(const _CERT_CONTEXT* cert) const;
 
     // The steps of VerifyCertificate.
-    ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* cert, ATL2::CCertStore const& collection,
+    ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* cert, const ATL2::CCertStore& collection,
                                        DWORD flags) const;
-    std::int32_t judgeChain(ATL2::CCertChainContext const& chain, bool& noCheck);
+    std::int32_t judgeChain(const ATL2::CCertChainContext& chain, bool& noCheck);
 
     CResponse& Owner;
     std::uint32_t Status = 0;
@@ -79,8 +79,8 @@ struct CResponse::Impl {
 private:
     void readResponseExtensions();
     void openCertificates();
-    void sortExtension(unsigned long index, CSingleResponse const& entry, ASN1::CExtension const& extension);
-    void takeHistoricalRequest(unsigned long index, CSingleResponse const& entry, ASN1::CExtension const& extension);
+    void sortExtension(unsigned long index, const CSingleResponse& entry, const ASN1::CExtension& extension);
+    void takeHistoricalRequest(unsigned long index, const CSingleResponse& entry, const ASN1::CExtension& extension);
 };
 
 }  // namespace Orvane::PKI::OCSP::Client

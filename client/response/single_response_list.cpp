@@ -9,15 +9,15 @@ namespace Orvane::PKI::OCSP::Client {
 
 void CResponse::Impl::MakeSingleResponseList() {
     unsigned long index = 0;
-    for (CSingleResponse const& entry : BasicResponse.get_responses()) {
+    for (const CSingleResponse& entry : BasicResponse.get_responses()) {
         if (entry.get_reqCert().get_certID() == nullptr) {
             ATL::AtlThrowImpl(status::kCryptNotFound);
         }
         if (entry.get_nextUpdate() != nullptr && *entry.get_nextUpdate() <= entry.get_thisUpdate()) {
             ATL::AtlThrowImpl(status::kNextBeforeThis);
         }
-        if (ASN1::CExtensions const* extensions = entry.get_singleExtensions(); extensions != nullptr) {
-            for (ASN1::CExtension const& extension : *extensions) {
+        if (const ASN1::CExtensions* extensions = entry.get_singleExtensions(); extensions != nullptr) {
+            for (const ASN1::CExtension& extension : *extensions) {
                 sortExtension(index, entry, extension);
             }
         }
@@ -25,10 +25,10 @@ void CResponse::Impl::MakeSingleResponseList() {
     }
 }
 
-void CResponse::Impl::sortExtension(unsigned long index, CSingleResponse const& entry,
-                                    ASN1::CExtension const& extension) {
+void CResponse::Impl::sortExtension(unsigned long index, const CSingleResponse& entry,
+                                    const ASN1::CExtension& extension) {
     const auto is = [&extension](const char* oid) { return std::strcmp(extension.get_extnID(), oid) == 0; };
-    const auto refuseDuplicate = [index](auto const& table) {
+    const auto refuseDuplicate = [index](const auto& table) {
         if (table.contains(index)) {
             ATL::AtlThrowImpl(status::kDuplicateExtension);
         }
@@ -52,11 +52,11 @@ void CResponse::Impl::sortExtension(unsigned long index, CSingleResponse const& 
 }
 
 // An answer about an earlier time must not rest on data older than that time by more than the accuracy allows.
-void CResponse::Impl::takeHistoricalRequest(unsigned long index, CSingleResponse const& entry,
-                                            ASN1::CExtension const& extension) {
+void CResponse::Impl::takeHistoricalRequest(unsigned long index, const CSingleResponse& entry,
+                                            const ASN1::CExtension& extension) {
     const CExtHistoricalRequest request(extension.get_extnValue());
     SRHistoricalRequests.emplace(index, request);
-    if (CDateTime const* crlTime = request.get_crlTime(); crlTime != nullptr) {
+    if (const CDateTime* crlTime = request.get_crlTime(); crlTime != nullptr) {
         if (entry.get_thisUpdate() <
             thisUpdateLimit(Policy->ThisUpdateAccuracy, Policy->ThisUpdateAccuracyUnits, *crlTime)) {
             ATL::AtlThrowImpl(status::kThisUpdateTooOld);

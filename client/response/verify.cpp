@@ -8,7 +8,7 @@
 
 namespace Orvane::PKI::OCSP::Client {
 
-std::int32_t CResponse::Verify(_CERT_CONTEXT const* cert, char const* criticalOIDs) const try {
+std::int32_t CResponse::Verify(const _CERT_CONTEXT* cert, const char* criticalOIDs) const try {
     impl_->requireSuccessful();
     if (cert == nullptr) {
         cert = impl_->OCSPCertificate.get();
@@ -33,7 +33,7 @@ std::int32_t CResponse::Verify(_CERT_CONTEXT const* cert, char const* criticalOI
     ASN1::rethrowAsStatus();
 }
 
-std::int32_t CResponse::VerifySR(unsigned long index, char const* criticalOIDs, bool* authorized) const try {
+std::int32_t CResponse::VerifySR(unsigned long index, const char* criticalOIDs, bool* authorized) const try {
     impl_->requireSuccessful();
     if (authorized == nullptr && impl_->SRAuthorized.empty()) {
         ATL::AtlThrowImpl(status::kNotSuccessful);
@@ -43,8 +43,8 @@ std::int32_t CResponse::VerifySR(unsigned long index, char const* criticalOIDs, 
     if (!mayAnswer) {
         return status::kWrongUsage;
     }
-    CSingleResponse const& entry = impl_->get_SingleResponse(index);
-    CDateTime const* nextUpdate = entry.get_nextUpdate();
+    const CSingleResponse& entry = impl_->get_SingleResponse(index);
+    const CDateTime* nextUpdate = entry.get_nextUpdate();
     // The import refuses such an entry already; this is the second line of defence.
     if (nextUpdate != nullptr && *nextUpdate <= entry.get_thisUpdate()) {
         return status::kNextBeforeThis;
@@ -56,7 +56,7 @@ std::int32_t CResponse::VerifySR(unsigned long index, char const* criticalOIDs, 
         return status::kNotCurrent;
     }
     // What is said about a certificate after its end counts as void: responders may forget expired certificates.
-    if (_CERT_CONTEXT const* cert = impl_->SRCertificates[index].get(); cert != nullptr) {
+    if (const _CERT_CONTEXT* cert = impl_->SRCertificates[index].get(); cert != nullptr) {
         if (entry.get_thisUpdate() >= CDateTime(cert->pCertInfo->NotAfter)) {
             return status::kCertExpired;
         }

@@ -22,7 +22,7 @@ constexpr DWORD kCacheOnly = CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY | CERT_CHAIN
 constexpr DWORD kUserStoreFlags =
     CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG | CERT_STORE_OPEN_EXISTING_FLAG;
 
-CRYPT_DATA_BLOB view(CBlob const& blob) {
+CRYPT_DATA_BLOB view(const CBlob& blob) {
     return {static_cast<DWORD>(blob.cbData()), blob.pbData()};
 }
 
@@ -42,12 +42,12 @@ extern "C" int isAuthorisedByPolicy(PCCERT_CONTEXT certificate) {
 // The entries in the form in which the chain policy takes them; valid as long as the response does not change.
 class PolicyEntries {
 public:
-    explicit PolicyEntries(CSingleResponseList const& responses) {
+    explicit PolicyEntries(const CSingleResponseList& responses) {
         // The records point into the serial numbers, so these must not move.
         serials_.reserve(responses.size());
         records_.reserve(responses.size());
-        for (CSingleResponse const& entry : responses) {
-            CCertID const& id = *entry.get_reqCert().get_certID();
+        for (const CSingleResponse& entry : responses) {
+            const CCertID& id = *entry.get_reqCert().get_certID();
             CBlob& serial = serials_.emplace_back(id.get_serialNumber());
             serial.reverse();  // the service wants the least significant octet first
             OCSP_CERT_ID& record = records_.emplace_back();
@@ -92,7 +92,7 @@ std::int32_t statusOfRevocation(DWORD errorStatus) {
 
 }  // namespace
 
-ATL2::CCertChainContext CResponse::Impl::buildChain(_CERT_CONTEXT const* cert, ATL2::CCertStore const& collection,
+ATL2::CCertChainContext CResponse::Impl::buildChain(const _CERT_CONTEXT* cert, const ATL2::CCertStore& collection,
                                                     DWORD flags) const {
     return Client::buildChain(
         cert, {.flags = flags, .engine = ChainEngine, .additional = collection.get(), .cacheResync = CacheResync});
@@ -100,7 +100,7 @@ ATL2::CCertChainContext CResponse::Impl::buildChain(_CERT_CONTEXT const* cert, A
 
 // Asks the responder policy of the service and fills SRAuthorized. Returns the verdict on the chain; `noCheck` says
 // whether the certificate carries the no-check mark.
-std::int32_t CResponse::Impl::judgeChain(ATL2::CCertChainContext const& chain, bool& noCheck) {
+std::int32_t CResponse::Impl::judgeChain(const ATL2::CCertChainContext& chain, bool& noCheck) {
     FILETIME producedAt = BasicResponse.get_producedAt().getFileTime();
     PolicyEntries entries(BasicResponse.get_responses());
     // What an earlier call found does not outlive the certificate it was found for.
@@ -137,7 +137,7 @@ std::int32_t CResponse::Impl::judgeChain(ATL2::CCertChainContext const& chain, b
     return statusOfMask(ocspStatus.dwError);
 }
 
-std::int32_t CResponse::VerifyCertificate(_CERT_CONTEXT const* cert, bool verifySR, void** stores,
+std::int32_t CResponse::VerifyCertificate(const _CERT_CONTEXT* cert, bool verifySR, void** stores,
                                           unsigned long count) const try {
     impl_->requireSuccessful();
     if (cert == nullptr) {
@@ -196,7 +196,7 @@ std::int32_t CResponse::VerifyCertificate(_CERT_CONTEXT const* cert, bool verify
     ASN1::rethrowAsStatus();
 }
 
-std::int32_t CResponse::VerifyRevocation(_CERT_CONTEXT const* cert, _CERT_CONTEXT const* issuer, void* store) const
+std::int32_t CResponse::VerifyRevocation(const _CERT_CONTEXT* cert, const _CERT_CONTEXT* issuer, void* store) const
     try {
     ATL2::CCertStore crls;
     if (const std::int32_t opened = crls.Open(CERT_STORE_PROV_SYSTEM_W, 0, kUserStoreFlags, L"CA"); opened != 0) {

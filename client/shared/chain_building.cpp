@@ -20,7 +20,7 @@ void throwIfFailed(std::int32_t result) {
 
 }  // namespace
 
-ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* cert, ChainOptions const& options) {
+ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* cert, const ChainOptions& options) {
     const ATL2::CCertContext own = ATL2::CCertContext::duplicate(cert);
     if (!own) {
         ATL::AtlThrowImpl(status::kFail);
@@ -36,7 +36,7 @@ ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* cert, ChainOptions const
     return chain;
 }
 
-std::int32_t policyVerdict(BOOL judged, DWORD lastError, CERT_CHAIN_POLICY_STATUS const& policyStatus) {
+std::int32_t policyVerdict(BOOL judged, DWORD lastError, const CERT_CHAIN_POLICY_STATUS& policyStatus) {
     if (!judged) {
         TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy failed: 0x%X\n", lastError);
         // A service that fails without a reason must not be thrown as the word for success.
@@ -49,11 +49,11 @@ std::int32_t policyVerdict(BOOL judged, DWORD lastError, CERT_CHAIN_POLICY_STATU
     return static_cast<std::int32_t>(policyStatus.dwError);
 }
 
-bool isProof(ATL2::CCertChainContext const& chain) {
+bool isProof(const ATL2::CCertChainContext& chain) {
     return chain->cChain != 0 && chain->rgpChain[0]->cElement != 0;
 }
 
-ATL2::CCertStore collectStores(ATL2::CCertStore const& own, void** stores, unsigned long count) {
+ATL2::CCertStore collectStores(const ATL2::CCertStore& own, void** stores, unsigned long count) {
     ATL2::CCertStore collection;
     throwIfFailed(collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, nullptr));
     throwIfFailed(collection.AddStoreToCollection(own, 0, 0));
@@ -67,7 +67,7 @@ ATL2::CCertStore collectStores(ATL2::CCertStore const& own, void** stores, unsig
     return collection;
 }
 
-void addCertificate(ATL2::CCertStore const& store, _CERT_CONTEXT const* cert) {
+void addCertificate(const ATL2::CCertStore& store, const _CERT_CONTEXT* cert) {
     if (!store) {
         ATL::AtlThrowImpl(status::kFail);
     }
@@ -76,11 +76,11 @@ void addCertificate(ATL2::CCertStore const& store, _CERT_CONTEXT const* cert) {
     }
 }
 
-void addCertificates(ATL2::CCertStore const& store, CBlobList const* certs) {
+void addCertificates(const ATL2::CCertStore& store, const CBlobList* certs) {
     if (certs == nullptr) {
         return;
     }
-    for (CBlob const& encoded : *certs) {
+    for (const CBlob& encoded : *certs) {
         const ATL2::CCertContext cert =
             ATL2::CCertContext::adopt(CertCreateCertificateContext(kEncoding, encoded.pbData(), encoded.cbData()));
         if (!cert) {

@@ -19,25 +19,25 @@ struct ChainOptions {
 };
 
 /// Throws kFail when the certificate cannot be duplicated, the converted last error when no chain can be built.
-[[nodiscard]] ATL2::CCertChainContext buildChain(_CERT_CONTEXT const* cert, ChainOptions const& options);
+[[nodiscard]] ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* cert, const ChainOptions& options);
 
 /// The verdict of a chain policy on what CertVerifyCertificateChainPolicy left, traced: dwError, 0 for no objection.
 /// `lastError` is that of a call that failed (`judged` FALSE) and is thrown converted.
-std::int32_t policyVerdict(BOOL judged, DWORD lastError, CERT_CHAIN_POLICY_STATUS const& policyStatus);
+std::int32_t policyVerdict(BOOL judged, DWORD lastError, const CERT_CHAIN_POLICY_STATUS& policyStatus);
 
 /// Whether the chain has a certificate in it. A policy that passes a chain of nothing proves nothing.
-[[nodiscard]] bool isProof(ATL2::CCertChainContext const& chain);
+[[nodiscard]] bool isProof(const ATL2::CCertChainContext& chain);
 
 /// A collection of `own` and the non-null ones of `count` store handles, for building chains. Throws the status of the
 /// step that failed.
-[[nodiscard]] ATL2::CCertStore collectStores(ATL2::CCertStore const& own, void** stores, unsigned long count);
+[[nodiscard]] ATL2::CCertStore collectStores(const ATL2::CCertStore& own, void** stores, unsigned long count);
 
 /// Keeps a copy of the certificate in `store`; one that is there already stays. Throws kFail when no store is open, the
 /// converted last error when the service refuses.
-void addCertificate(ATL2::CCertStore const& store, _CERT_CONTEXT const* cert);
+void addCertificate(const ATL2::CCertStore& store, const _CERT_CONTEXT* cert);
 
 /// The same for the DER certificates that a message carries; null for none. Throws the converted last error for one
 /// that is malformed.
-void addCertificates(ATL2::CCertStore const& store, CBlobList const* certs);
+void addCertificates(const ATL2::CCertStore& store, const CBlobList* certs);
 
 }  // namespace Orvane::PKI::OCSP::Client

@@ -12,7 +12,7 @@ namespace Orvane::PKI::OCSP::Client {
 /// the list is easily misread: what it does not name passes.
 class CriticalExtensionRule {
 public:
-    explicit CriticalExtensionRule(char const* refused) : refusesAll_(refused == nullptr) {
+    explicit CriticalExtensionRule(const char* refused) : refusesAll_(refused == nullptr) {
         if (refused != nullptr) {
             examinesNone_ = std::string_view(refused) == "*";
             list_ = ';' + std::string(refused) + ';';
@@ -21,11 +21,11 @@ public:
 
     bool examinesNone() const { return examinesNone_; }
     /// False for null.
-    bool refuses(ASN1::CExtensions const* extensions) const {
+    bool refuses(const ASN1::CExtensions* extensions) const {
         if (examinesNone_ || extensions == nullptr) {
             return false;
         }
-        for (ASN1::CExtension const& extension : *extensions) {
+        for (const ASN1::CExtension& extension : *extensions) {
             if (extension.get_critical() && (refusesAll_ || lists(extension.get_extnID()))) {
                 return true;
             }
@@ -35,7 +35,7 @@ public:
 
 private:
     // The separators around both keep an OID from matching the beginning of a longer one.
-    bool lists(char const* oid) const { return list_.find(';' + std::string(oid) + ';') != std::string::npos; }
+    bool lists(const char* oid) const { return list_.find(';' + std::string(oid) + ';') != std::string::npos; }
 
     bool refusesAll_;
     bool examinesNone_ = false;

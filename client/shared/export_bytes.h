@@ -11,7 +11,7 @@ namespace Orvane::PKI::OCSP::Client {
 
 /// Writes the size to `*size`; with a non-null `buffer` also the bytes, when the room that `*size` offered suffices,
 /// else throws kMoreData.
-inline void exportBytes(CBlob const& bytes, unsigned char* buffer, unsigned long* size) {
+inline void exportBytes(const CBlob& bytes, unsigned char* buffer, unsigned long* size) {
     const unsigned long room = *size;
     *size = bytes.cbData();
     if (buffer == nullptr) {

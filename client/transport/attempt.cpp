@@ -24,7 +24,7 @@ namespace {
 constexpr wchar_t kAgent[] = L"Orvane tallow.dll";
 
 // Tracing never changes behaviour: a text that does not convert is left out of the line.
-std::string narrowForTrace(std::wstring const& address) {
+std::string narrowForTrace(const std::wstring& address) {
     try {
         return ASN1::tostring(withoutCredentials(address).c_str());
     } catch (...) {
@@ -51,12 +51,12 @@ void CRequest::Impl::requirePermittedLogin() const {
     }
 }
 
-BOOL CRequest::Impl::onRedirect(void* request, wchar_t const* target, DWORD httpStatus) {
+BOOL CRequest::Impl::onRedirect(void* request, const wchar_t* target, DWORD httpStatus) {
     auto& self = *static_cast<Impl*>(request);
     try {
         self.takeRedirect(target, httpStatus);
         return TRUE;
-    } catch (ATL::CAtlException const& refusal) {
+    } catch (const ATL::CAtlException& refusal) {
         self.Present.hopRefusal = refusal.status();
     } catch (...) {  // the service is C: nothing may be thrown through it
         self.Present.hopRefusal = status::kFail;
@@ -65,7 +65,7 @@ BOOL CRequest::Impl::onRedirect(void* request, wchar_t const* target, DWORD http
 }
 
 // Records the address that redirects, and holds policy against the one it leads to.
-void CRequest::Impl::takeRedirect(wchar_t const* target, DWORD httpStatus) {
+void CRequest::Impl::takeRedirect(const wchar_t* target, DWORD httpStatus) {
     Attempt& redirected = Attempts.emplace_back();
     redirected.kind = kRedirected;
     redirected.address = withoutCredentials(Present.hop.empty() ? HTTPParams.OCSPAddress : Present.hop);
@@ -158,7 +158,7 @@ void CRequest::Impl::checkProducedAt() const {
 
 // An entry that the response does not contain is no failure here: whoever verifies the response reports it.
 void CRequest::Impl::checkThisUpdates() const {
-    for (CCertID const& asked : SRCertIDs) {
+    for (const CCertID& asked : SRCertIDs) {
         const unsigned long index = Response->get_SRIndexByCertID(asked);
         if (index == CResponse::kNoIndex || Response->get_SRHistoricalRequest(index) != nullptr) {
             continue;

@@ -9,9 +9,9 @@ namespace Orvane::PKI::OCSP::Client {
 CRequest::Impl::Candidates CRequest::Impl::gatherCandidates() const {
     Candidates gathered;
     ASN1::CAuthorityInfoAccessSyntax& candidates = gathered.list;
-    CERT_INFO const& info = *SRCertificates.front()->pCertInfo;
+    const CERT_INFO& info = *SRCertificates.front()->pCertInfo;
     if (info.cExtension != 0) {
-        CERT_EXTENSION const* access = CertFindExtension(kOidAuthorityInfoAccess, info.cExtension, info.rgExtension);
+        const CERT_EXTENSION* access = CertFindExtension(kOidAuthorityInfoAccess, info.cExtension, info.rgExtension);
         if (access != nullptr) {
             candidates.decode(CBlob(access->Value.pbData, access->Value.cbData));
         }

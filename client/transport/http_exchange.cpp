@@ -96,7 +96,7 @@ void setLastErrorOf(unsigned long httpStatus) {
     if (httpStatus == 200) {
         return;
     }
-    for (LastErrorOfStatus const& row : kLastErrors) {
+    for (const LastErrorOfStatus& row : kLastErrors) {
         if (row.status == httpStatus) {
             SetLastError(row.lastError);
             return;
@@ -107,7 +107,7 @@ void setLastErrorOf(unsigned long httpStatus) {
 
 // ---- The URL retrieval path -----------------------------------------------------------------------------------------
 
-std::wstring base64(CBlob const& data) {
+std::wstring base64(const CBlob& data) {
     const auto size = static_cast<DWORD>(data.cbData());
     DWORD length = 0;
     if (!CryptBinaryToStringW(data.pbData(), size, CRYPT_STRING_BASE64 | CRYPT_STRING_NOCRLF, nullptr, &length)) {
@@ -122,7 +122,7 @@ std::wstring base64(CBlob const& data) {
 }
 
 // Address, body and header in one text: how the service is told what to post.
-std::wstring retrievalUrl(std::wstring const& address, CBlob const& request) {
+std::wstring retrievalUrl(const std::wstring& address, const CBlob& request) {
     std::wstring url = address;
     url += L'/';
     for (const wchar_t c : base64(request)) {
@@ -149,7 +149,7 @@ struct FreeBlobArray {
     void operator()(CRYPT_BLOB_ARRAY* array) const noexcept { std::free(array); }
 };
 
-CBlob retrieve(WinHTTPParams& params, CBlob const& request, bool allowCache, _FILETIME* cacheResync, bool cacheOnly) {
+CBlob retrieve(WinHTTPParams& params, const CBlob& request, bool allowCache, _FILETIME* cacheResync, bool cacheOnly) {
     params.HTTPStatus = kHttpNoAnswer;
     const std::wstring url = retrievalUrl(params.OCSPAddress, request);
     CRYPT_RETRIEVE_AUX_INFO info{};
@@ -179,11 +179,11 @@ CBlob retrieve(WinHTTPParams& params, CBlob const& request, bool allowCache, _FI
 class ExchangeBuffer {
 public:
     ExchangeBuffer() = default;
-    ExchangeBuffer(ExchangeBuffer const&) = delete;
-    ExchangeBuffer& operator=(ExchangeBuffer const&) = delete;
+    ExchangeBuffer(const ExchangeBuffer&) = delete;
+    ExchangeBuffer& operator=(const ExchangeBuffer&) = delete;
     ~ExchangeBuffer() { std::unique_ptr<BYTE[]>(record_.data).reset(); }
 
-    void fill(CBlob const& bytes) {
+    void fill(const CBlob& bytes) {
         const auto size = static_cast<DWORD>(bytes.cbData());
         if (size == 0) {
             return;
@@ -210,7 +210,7 @@ private:
     PKI_EXCHANGE_BUFFER record_{};
 };
 
-CBlob exchange(WinHTTPParams& params, wchar_t const* agent, wchar_t const* headers, CBlob const& request) {
+CBlob exchange(WinHTTPParams& params, const wchar_t* agent, const wchar_t* headers, const CBlob& request) {
     std::wstring credentials;
     if (!params.ProxyUserName.empty()) {
         credentials = params.ProxyUserName + L':' + params.ProxyPassword;
@@ -226,14 +226,14 @@ CBlob exchange(WinHTTPParams& params, wchar_t const* agent, wchar_t const* heade
     return received.bytes();
 }
 
-bool isByRetrieval(WinHTTPParams const& params, wchar_t const* headers) {
+bool isByRetrieval(const WinHTTPParams& params, const wchar_t* headers) {
     return params.ProxyAddress.empty() && params.ProxyUserName.empty() && headers != nullptr &&
            std::wcscmp(headers, kOcspHeaders) == 0 && retrievalAvailable();
 }
 
 }  // namespace
 
-CBlob SendRequest(WinHTTPParams* params, wchar_t const* agent, wchar_t const* headers, CBlob const* request,
+CBlob SendRequest(WinHTTPParams* params, const wchar_t* agent, const wchar_t* headers, const CBlob* request,
                   bool /*ignored*/, bool allowCache, _FILETIME* cacheResync, bool cacheOnly) {
     if (isByRetrieval(*params, headers)) {
         return retrieve(*params, *request, allowCache, cacheResync, cacheOnly);
@@ -244,13 +244,13 @@ CBlob SendRequest(WinHTTPParams* params, wchar_t const* agent, wchar_t const* he
     return exchange(*params, agent, headers, *request);
 }
 
-void forgetCachedAnswer(WinHTTPParams const& params, CBlob const& request) {
+void forgetCachedAnswer(const WinHTTPParams& params, const CBlob& request) {
     if (!isByRetrieval(params, kOcspHeaders) || !canForgetResponses()) {
         return;
     }
     try {
         forgetResponse(retrievalUrl(params.OCSPAddress, request));
-    } catch (ATL::CAtlException const&) {
+    } catch (const ATL::CAtlException&) {
         // The URL cannot be made. What the caller has to report is why the answer was refused.
     }
 }

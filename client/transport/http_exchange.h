@@ -20,10 +20,10 @@ inline constexpr unsigned long kHttpNoAnswer = 456;
 /// result is empty and HTTPStatus stays as it was. `cacheResync`: what was cached before is not used; null for any age.
 /// `ignored` is read by nothing. Throws the converted last error when the URL cannot be made, kInvalidData for an
 /// answer of other than one block.
-CBlob SendRequest(WinHTTPParams* params, wchar_t const* agent, wchar_t const* headers, CBlob const* request,
+CBlob SendRequest(WinHTTPParams* params, const wchar_t* agent, const wchar_t* headers, const CBlob* request,
                   bool ignored, bool allowCache, _FILETIME* cacheResync, bool cacheOnly);
 
 /// Removes what the service's cache keeps as the answer to `request`, if SendRequest goes there at all.
-void forgetCachedAnswer(WinHTTPParams const& params, CBlob const& request);
+void forgetCachedAnswer(const WinHTTPParams& params, const CBlob& request);
 
 }  // namespace Orvane::PKI::OCSP::Client

@@ -28,7 +28,7 @@ struct BestAttempt {
     std::int32_t status = 0;
     std::optional<CResponse> response;
 
-    void keep(unsigned long reached, std::int32_t attemptStatus, CResponse const* received) {
+    void keep(unsigned long reached, std::int32_t attemptStatus, const CResponse* received) {
         if (reached <= level) {
             return;
         }
@@ -44,19 +44,19 @@ struct BestAttempt {
 // Makes a check that of the request. A handler may send with the same request again: the check before comes back.
 class CheckUnderWay {
 public:
-    CheckUnderWay(NetworkCheck const*& slot, NetworkCheck const& check) : slot_(slot), before_(slot) { slot = &check; }
+    CheckUnderWay(const NetworkCheck*& slot, const NetworkCheck& check) : slot_(slot), before_(slot) { slot = &check; }
     ~CheckUnderWay() { slot_ = before_; }
-    CheckUnderWay(CheckUnderWay const&) = delete;
-    CheckUnderWay& operator=(CheckUnderWay const&) = delete;
+    CheckUnderWay(const CheckUnderWay&) = delete;
+    CheckUnderWay& operator=(const CheckUnderWay&) = delete;
 
 private:
-    NetworkCheck const*& slot_;
-    NetworkCheck const* before_;
+    const NetworkCheck*& slot_;
+    const NetworkCheck* before_;
 };
 
 }  // namespace
 
-CResponse const& CRequest::Impl::Send(bool verify) {
+const CResponse& CRequest::Impl::Send(bool verify) {
     Attempts.clear();
     Proven = false;
     CheckPolicies(false);
@@ -90,7 +90,7 @@ void CRequest::Impl::recordAttempt(std::int32_t outcome) {
     attempt.skippedDownloads = Check->skippedDownloads() - Present.skippedDownloads;
 }
 
-void CRequest::Impl::recordSkipped(wchar_t const* address) {
+void CRequest::Impl::recordSkipped(const wchar_t* address) {
     Attempt& skipped = Attempts.emplace_back();
     skipped.kind = kSkipped;
     skipped.address = withoutCredentials(address);
@@ -105,7 +105,7 @@ std::int32_t CRequest::Impl::askHandlers(bool verify) {
         if (refusal == 0 && ResponseHandler != nullptr) {
             refusal = ResponseHandler->OnResponse(*Response);
         }
-    } catch (ATL::CAtlException const& failure) {
+    } catch (const ATL::CAtlException& failure) {
         recordAttempt(failure.status());
         throw;
     } catch (...) {
@@ -138,7 +138,7 @@ std::int32_t CRequest::Impl::askPastCache(Ask ask) {
         if (!refutesCachedAnswer(outcome)) {
             return outcome;
         }
-    } catch (ATL::CAtlException const& failure) {
+    } catch (const ATL::CAtlException& failure) {
         if (!refutesCachedAnswer(failure.status())) {
             throw;
         }
@@ -148,11 +148,11 @@ std::int32_t CRequest::Impl::askPastCache(Ask ask) {
 }
 
 // One attempt; whatever it throws reaches the caller unchanged.
-CResponse const& CRequest::Impl::sendDirect(bool verify) {
+const CResponse& CRequest::Impl::sendDirect(bool verify) {
     const std::int32_t refusal = askPastCache([&] {
         try {
             SendOCSPRequest();
-        } catch (ATL::CAtlException const& failure) {
+        } catch (const ATL::CAtlException& failure) {
             recordAttempt(failure.status());
             throw;
         } catch (...) {
@@ -176,7 +176,7 @@ std::int32_t CRequest::Impl::attempt() {
 #pragma GCC diagnostic pop
     try {
         SendOCSPRequest();
-    } catch (ATL::CAtlException const& failure) {
+    } catch (const ATL::CAtlException& failure) {
         TALLOW_TRACE("Send", "Error occurred: 0x%X. Level: %lu\n", static_cast<unsigned int>(failure.status()), Level);
         if (failure.status() < 0) {
             return failure.status();
@@ -191,18 +191,18 @@ std::int32_t CRequest::Impl::attempt() {
     return 0;
 }
 
-CResponse const& CRequest::Impl::sendToCandidates(Candidates const& candidates, bool verify) {
+const CResponse& CRequest::Impl::sendToCandidates(const Candidates& candidates, bool verify) {
     BestAttempt best;
     std::int32_t refusal = 0;
     std::size_t index = 0;
     std::uint32_t numAskedOwn = 0;
-    for (ASN1::CAccessDescription const& candidate : candidates.list) {
+    for (const ASN1::CAccessDescription& candidate : candidates.list) {
         const bool isOwn = index++ < candidates.numOwn;
         if (std::strcmp(candidate.get_accessMethod(), kOidAccessMethodOcsp) != 0) {
             refusal = 0;
             continue;
         }
-        wchar_t const* address = candidate.get_accessLocation().get_uniformResourceIdentifier();
+        const wchar_t* address = candidate.get_accessLocation().get_uniformResourceIdentifier();
         if ((isOwn && numAskedOwn >= Check->maxResponders()) || (best.level != 0 && isCheckOver())) {
             recordSkipped(address == nullptr ? L"" : address);
             continue;

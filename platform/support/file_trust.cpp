@@ -31,7 +31,7 @@ const char* whyUntrustedAbove(const struct stat& status) noexcept {
 }
 
 std::string directoryOf(const std::string& path) {
-    size_t const slash = path.rfind('/');
+    const size_t slash = path.rfind('/');
     if (slash == std::string::npos) {
         return ".";
     }

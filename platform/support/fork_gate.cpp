@@ -44,7 +44,7 @@ unsigned int ownShare() noexcept {
 
 void beforeFork() noexcept {
     forks.fetch_add(1);
-    auto const end = std::chrono::steady_clock::now() + kLongestWait;
+    const auto end = std::chrono::steady_clock::now() + kLongestWait;
     while (threadsInside.load() > ownShare() && std::chrono::steady_clock::now() < end) {
         std::this_thread::sleep_for(kPause);
     }

@@ -16,7 +16,7 @@ public:
     MadeOnce() noexcept = default;
     MadeOnce(const MadeOnce&) = delete;
     MadeOnce& operator=(const MadeOnce&) = delete;
-    ~MadeOnce() { Owner const last(value_.load(std::memory_order_relaxed)); }
+    ~MadeOnce() { const Owner last(value_.load(std::memory_order_relaxed)); }
 
     // The kept value, else what `make` gives now; null when that failed.
     template <typename Make>

@@ -93,15 +93,15 @@ std::shared_ptr<Settings> Settings::read(const std::string& path, bool mayBeMiss
 
 void Settings::readFile() {
     int systemError = 0;
-    std::optional<WholeFile> const file = readWholeFile(path_, kMaximumTomlSize, systemError);
+    const std::optional<WholeFile> file = readWholeFile(path_, kMaximumTomlSize, systemError);
     if (!file) {
-        if (int const code = codeOf(systemError); !mayBeMissing_ || code != static_cast<int>(ERROR_FILE_NOT_FOUND)) {
+        if (const int code = codeOf(systemError); !mayBeMissing_ || code != static_cast<int>(ERROR_FILE_NOT_FOUND)) {
             isPassing_ = isPassing(systemError);
             fail(code, {}, std::generic_category().message(systemError));
         }
         return;
     }
-    if (std::string const fault = faultOf(path_, file->status); !fault.empty()) {
+    if (const std::string fault = faultOf(path_, file->status); !fault.empty()) {
         fail(static_cast<int>(ERROR_ACCESS_DENIED), {}, fault);
         return;
     }
@@ -113,7 +113,7 @@ void Settings::readFile() {
 }
 
 std::shared_ptr<Settings> Settings::inForce() {
-    std::scoped_lock const lock(current.mutex);
+    const std::scoped_lock lock(current.mutex);
     if (current.settings == nullptr) {
         current.settings = new std::shared_ptr<Settings>;
     }
@@ -125,7 +125,7 @@ std::shared_ptr<Settings> Settings::inForce() {
 }
 
 void Settings::putInForce(std::shared_ptr<Settings> settings) {
-    std::scoped_lock const lock(current.mutex);
+    const std::scoped_lock lock(current.mutex);
     if (current.settings == nullptr) {
         current.settings = new std::shared_ptr<Settings>;
     }
@@ -140,7 +140,7 @@ const toml::node* Settings::find(std::string_view path) const {
     const toml::node* node = &table_;
     while (node != nullptr && !path.empty() && path.front() == '\\') {
         path.remove_prefix(1);
-        std::string_view const name = path.substr(0, path.find('\\'));
+        const std::string_view name = path.substr(0, path.find('\\'));
         const toml::table* const table = node->as_table();
         node = table == nullptr ? nullptr : table->get(name);
         path.remove_prefix(name.size());
@@ -149,7 +149,7 @@ const toml::node* Settings::find(std::string_view path) const {
 }
 
 SUPPORT_SETTINGS_ERROR Settings::error() const {
-    std::scoped_lock const lock(mutex_);
+    const std::scoped_lock lock(mutex_);
     return error_;
 }
 
@@ -158,7 +158,7 @@ void Settings::breakAt(const toml::node& node, std::string_view reason) {
 }
 
 void Settings::fail(int code, const toml::source_position& position, std::string_view reason) {
-    std::scoped_lock const lock(mutex_);
+    const std::scoped_lock lock(mutex_);
     if (error_.code != 0) {
         return;
     }
@@ -180,11 +180,11 @@ void Settings::fail(int code, const toml::source_position& position, std::string
 }  // namespace tallow::platform
 
 int support_settings_open(const char* path) {
-    tallow::platform::ForkGate const gate;
+    const tallow::platform::ForkGate gate;
     try {
         auto settings =
             tallow::platform::Settings::read(path == nullptr ? tallow::platform::kDefaultFile : path, path == nullptr);
-        int const code = settings->error().code;
+        const int code = settings->error().code;
         tallow::platform::Settings::putInForce(std::move(settings));
         tallow::platform::traceFollowsSettings();
         return code;
@@ -197,7 +197,7 @@ int support_settings_error(SUPPORT_SETTINGS_ERROR* error) {
     if (error == nullptr) {
         return static_cast<int>(ERROR_INVALID_PARAMETER);
     }
-    tallow::platform::ForkGate const gate;
+    const tallow::platform::ForkGate gate;
     try {
         *error = tallow::platform::Settings::inForce()->error();
         return error->code;

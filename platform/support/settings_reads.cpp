@@ -19,9 +19,9 @@ int withSettings(const char* path, const void* output, Read read) {
     if (path == nullptr || output == nullptr) {
         return code(ERROR_INVALID_PARAMETER);
     }
-    tallow::platform::ForkGate const gate;
+    const tallow::platform::ForkGate gate;
     try {
-        std::shared_ptr<Settings> const settings = Settings::inForce();
+        const std::shared_ptr<Settings> settings = Settings::inForce();
         return read(*settings);
     } catch (...) {
         return code(ERROR_NOT_ENOUGH_MEMORY);
@@ -63,7 +63,7 @@ int failText(int error, size_t* size, const char* buffer) {
 
 template <typename Fetch>
 int readText(const char* path, size_t* size, char* buffer, const char* expected, Fetch fetch) {
-    int const result = withSettings(path, size, [&](Settings& settings) {
+    const int result = withSettings(path, size, [&](Settings& settings) {
         if (settings.broken()) {
             if (buffer != nullptr) {
                 settings.tryAgain();

@@ -47,17 +47,17 @@ bool isFirstContinuation(BYTE lead, BYTE octet) {
 // The character at the front of `size` octets, at least one. What cannot go on becomes one replacement character for
 // the octets that still could have.
 Decoded decode(const BYTE* text, size_t size) {
-    BYTE const lead = text[0];
+    const BYTE lead = text[0];
     if (lead < 0x80) {
         return {static_cast<wchar_t>(lead), 1, true};
     }
     if (lead < 0xC2 || lead > 0xF4) {
         return {kReplacement, 1, false};
     }
-    size_t const length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
+    const size_t length = lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : 4;
     uint32_t value = lead & (0x7FU >> length);
     for (size_t i = 1; i < length; ++i) {
-        bool const fits = i < size && (i == 1 ? isFirstContinuation(lead, text[1]) : (text[i] & 0xC0) == 0x80);
+        const bool fits = i < size && (i == 1 ? isFirstContinuation(lead, text[1]) : (text[i] & 0xC0) == 0x80);
         if (!fits) {
             return {kReplacement, i, false};
         }
@@ -71,7 +71,7 @@ size_t encode(uint32_t value, BYTE (&octets)[4]) {
         octets[0] = static_cast<BYTE>(value);
         return 1;
     }
-    size_t const length = value < 0x800 ? 2 : value < 0x10000 ? 3 : 4;
+    const size_t length = value < 0x800 ? 2 : value < 0x10000 ? 3 : 4;
     for (size_t i = length - 1; i > 0; --i) {
         octets[i] = static_cast<BYTE>(0x80 | (value & 0x3F));
         value >>= 6;
@@ -95,15 +95,15 @@ int MultiByteToWideChar(UINT codePage, DWORD flags, const char* source, int size
     if ((flags & ~MB_ERR_INVALID_CHARS) != 0) {
         return fail(ERROR_INVALID_FLAGS);
     }
-    size_t const size = sizeSource == -1 ? std::strlen(source) + 1 : static_cast<size_t>(sizeSource);
+    const size_t size = sizeSource == -1 ? std::strlen(source) + 1 : static_cast<size_t>(sizeSource);
     if (size > kMaximumSize) {
         return fail(ERROR_INVALID_PARAMETER);
     }
     const BYTE* const octets = reinterpret_cast<const BYTE*>(source);
-    size_t const room = static_cast<size_t>(sizeTarget);
+    const size_t room = static_cast<size_t>(sizeTarget);
     size_t written = 0;
     for (size_t position = 0; position < size;) {
-        Decoded const next = decode(octets + position, size - position);
+        const Decoded next = decode(octets + position, size - position);
         if (!next.valid && (flags & MB_ERR_INVALID_CHARS) != 0) {
             return fail(ERROR_NO_UNICODE_TRANSLATION);
         }
@@ -128,8 +128,8 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, const wchar_t* source, int s
     if ((flags & ~WC_ERR_INVALID_CHARS) != 0) {
         return fail(ERROR_INVALID_FLAGS);
     }
-    size_t const size = sizeSource == -1 ? std::wcslen(source) + 1 : static_cast<size_t>(sizeSource);
-    size_t const room = static_cast<size_t>(sizeTarget);
+    const size_t size = sizeSource == -1 ? std::wcslen(source) + 1 : static_cast<size_t>(sizeSource);
+    const size_t room = static_cast<size_t>(sizeTarget);
     size_t written = 0;
     for (size_t i = 0; i < size; ++i) {
         // A wide unit below 0 is no character and becomes a number beyond the last.
@@ -142,7 +142,7 @@ int WideCharToMultiByte(UINT codePage, DWORD flags, const wchar_t* source, int s
             value = kReplacement;
         }
         BYTE octets[4];
-        size_t const length = encode(value, octets);
+        const size_t length = encode(value, octets);
         if (room != 0) {
             if (length > room - written) {
                 return fail(ERROR_INSUFFICIENT_BUFFER);

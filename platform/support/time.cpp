@@ -37,10 +37,10 @@ BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* systemTime) {
     if (fileTime == nullptr || systemTime == nullptr || ticksOf(*fileTime) > kLastTick) {
         return fail(ERROR_INVALID_PARAMETER);
     }
-    uint64_t const ticks = ticksOf(*fileTime);
-    auto const day = kEpoch + std::chrono::days{ticks / kTicksPerDay};
-    uint64_t const milliseconds = ticks % kTicksPerDay / kTicksPerMillisecond;
-    std::chrono::year_month_day const date{day};
+    const uint64_t ticks = ticksOf(*fileTime);
+    const auto day = kEpoch + std::chrono::days{ticks / kTicksPerDay};
+    const uint64_t milliseconds = ticks % kTicksPerDay / kTicksPerMillisecond;
+    const std::chrono::year_month_day date{day};
     systemTime->wYear = static_cast<WORD>(static_cast<int>(date.year()));
     systemTime->wMonth = static_cast<WORD>(static_cast<unsigned>(date.month()));
     systemTime->wDayOfWeek = static_cast<WORD>(std::chrono::weekday{day}.c_encoding());
@@ -57,15 +57,15 @@ BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime) {
         systemTime->wYear > kLastYear) {
         return fail(ERROR_INVALID_PARAMETER);
     }
-    std::chrono::year_month_day const date{std::chrono::year{systemTime->wYear}, std::chrono::month{systemTime->wMonth},
+    const std::chrono::year_month_day date{std::chrono::year{systemTime->wYear}, std::chrono::month{systemTime->wMonth},
                                            std::chrono::day{systemTime->wDay}};
     // The month and day types keep eight bits: what does not fit them must not pass by its remainder.
     if (systemTime->wMonth > 12 || systemTime->wDay > 31 || !date.ok() || systemTime->wHour > 23 ||
         systemTime->wMinute > 59 || systemTime->wSecond > 59 || systemTime->wMilliseconds > 999) {
         return fail(ERROR_INVALID_PARAMETER);
     }
-    uint64_t const days = static_cast<uint64_t>((std::chrono::sys_days{date} - kEpoch).count());
-    uint64_t const seconds = (systemTime->wHour * 60U + systemTime->wMinute) * 60U + systemTime->wSecond;
+    const uint64_t days = static_cast<uint64_t>((std::chrono::sys_days{date} - kEpoch).count());
+    const uint64_t seconds = (systemTime->wHour * 60U + systemTime->wMinute) * 60U + systemTime->wSecond;
     *fileTime =
         fileTimeOf(days * kTicksPerDay + seconds * kTicksPerSecond + systemTime->wMilliseconds * kTicksPerMillisecond);
     return TRUE;
@@ -74,8 +74,8 @@ BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime) {
 void GetSystemTimeAsFileTime(FILETIME* fileTime) {
     timespec now{};
     clock_gettime(CLOCK_REALTIME, &now);
-    uint64_t const daysToUnixEpoch = static_cast<uint64_t>(-kEpoch.time_since_epoch().count());
-    uint64_t const ticks = daysToUnixEpoch * kTicksPerDay + static_cast<uint64_t>(now.tv_sec) * kTicksPerSecond +
+    const uint64_t daysToUnixEpoch = static_cast<uint64_t>(-kEpoch.time_since_epoch().count());
+    const uint64_t ticks = daysToUnixEpoch * kTicksPerDay + static_cast<uint64_t>(now.tv_sec) * kTicksPerSecond +
                            static_cast<uint64_t>(now.tv_nsec) / 100;
     *fileTime = fileTimeOf(ticks);
 }

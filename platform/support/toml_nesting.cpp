@@ -11,9 +11,9 @@ constexpr size_t kMaximumNesting = 32;  // the settings nest three tables
 
 // The size of the string that begins at the front of `text`, its quotes included; up to the end when it is not closed.
 size_t sizeOfString(std::string_view text) noexcept {
-    char const quote = text[0];
-    bool const isLong = text.size() >= 3 && text[1] == quote && text[2] == quote;
-    size_t const sizeQuotes = isLong ? 3 : 1;
+    const char quote = text[0];
+    const bool isLong = text.size() >= 3 && text[1] == quote && text[2] == quote;
+    const size_t sizeQuotes = isLong ? 3 : 1;
     for (size_t i = sizeQuotes; i < text.size(); ++i) {
         if (text[i] == '\\' && quote == '"') {
             ++i;

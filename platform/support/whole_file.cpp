@@ -28,7 +28,7 @@ bool isSame(const timespec& left, const timespec& right) noexcept {
 
 std::optional<WholeFile> readWholeFile(const std::string& path, size_t largest, int& systemError) {
     WholeFile file;
-    Descriptor const descriptor(::open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
+    const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
     if (!descriptor.valid() || ::fstat(descriptor.get(), &file.status) != 0) {
         systemError = errno;
         return std::nullopt;
@@ -62,7 +62,7 @@ std::optional<WholeFile> readWholeFile(const std::string& path, size_t largest, 
 
 std::optional<DirectoryListing> readDirectory(const std::string& path, int& systemError) {
     DirectoryListing listing;
-    std::unique_ptr<DIR, CloseDirectory> const directory(::opendir(path.c_str()));
+    const std::unique_ptr<DIR, CloseDirectory> directory(::opendir(path.c_str()));
     if (directory == nullptr || ::fstat(::dirfd(directory.get()), &listing.status) != 0) {
         systemError = errno;
         return std::nullopt;

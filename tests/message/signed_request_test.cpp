@@ -90,7 +90,7 @@ TEST_F(SignedRequest, VerifiesWithTheSignersKeyAloneHereAndInOpenssl) {
 
 TEST_F(SignedRequest, FailsToVerifyOnceAnOctetOfWhatWasSignedChanges) {
     const Identity signer = signerWith(KeyKind::kEcP256);
-    CRequestMessage const made = signedBy(signer, "1.2.840.10045.4.3.2", nullptr);
+    const CRequestMessage made = signedBy(signer, "1.2.840.10045.4.3.2", nullptr);
     Bytes encoded = testkit::bytes(made.encode());
     const Bytes serial = Pki::shared().good.serial();
     const auto found = std::search(encoded.begin(), encoded.end(), serial.begin(), serial.end());

@@ -20,8 +20,8 @@ TEST(Certificate, ShowsItsFieldsAsTheyStandInTheBytes) {
     spec.serial = fromHex("00a1b2c3");
     spec.keyUsage = "critical,digitalSignature";
     spec.ocspUrls = {"http://127.0.0.1/ocsp"};
-    Identity const identity = issue(Pki::shared().ca, spec);
-    ContextPtr const context = testkit::context(identity.certificate);
+    const Identity identity = issue(Pki::shared().ca, spec);
+    const ContextPtr context = testkit::context(identity.certificate);
     ASSERT_NE(context, nullptr);
     EXPECT_EQ(encoded(context.get()), identity.certificate);
     const CERT_INFO& info = *context->pCertInfo;
@@ -37,16 +37,16 @@ TEST(Certificate, ShowsItsFieldsAsTheyStandInTheBytes) {
               identity.key.publicKeyBits());
     FILETIME now{};
     GetSystemTimeAsFileTime(&now);
-    auto const seconds = [](const FILETIME& time) {
+    const auto seconds = [](const FILETIME& time) {
         return static_cast<double>(std::uint64_t{time.dwHighDateTime} << 32U | time.dwLowDateTime) / 1e7;
     };
     EXPECT_NEAR(seconds(info.NotAfter) - seconds(now), static_cast<double>(spec.notAfterSeconds), 5);
 
-    PCERT_EXTENSION const usage = CertFindExtension("2.5.29.15", info.cExtension, info.rgExtension);
+    const PCERT_EXTENSION usage = CertFindExtension("2.5.29.15", info.cExtension, info.rgExtension);
     ASSERT_NE(usage, nullptr);
     EXPECT_TRUE(usage->fCritical);
     EXPECT_EQ(bytesOf(usage->Value), fromHex("03020780"));
-    PCERT_EXTENSION const access = CertFindExtension("1.3.6.1.5.5.7.1.1", info.cExtension, info.rgExtension);
+    const PCERT_EXTENSION access = CertFindExtension("1.3.6.1.5.5.7.1.1", info.cExtension, info.rgExtension);
     ASSERT_NE(access, nullptr);
     EXPECT_FALSE(access->fCritical);
     EXPECT_EQ(property(context.get(), CERT_AUTHORITY_INFO_ACCESS_PROP_ID), bytesOf(access->Value));
@@ -56,7 +56,7 @@ TEST(Certificate, ShowsItsFieldsAsTheyStandInTheBytes) {
 
 TEST(Certificate, ComputesHashesOnDemandAndListsThemFromThenOn) {
     const Bytes& der = Pki::shared().good.certificate;
-    ContextPtr const context = testkit::context(der);
+    const ContextPtr context = testkit::context(der);
     EXPECT_EQ(CertEnumCertificateContextProperties(context.get(), 0), 0U);
     Bytes sha1(20);
     SHA1(der.data(), der.size(), sha1.data());
@@ -73,11 +73,11 @@ TEST(Certificate, ComputesHashesOnDemandAndListsThemFromThenOn) {
 }
 
 TEST(Certificate, KeepsPropertiesForAllHoldersOfTheContext) {
-    ContextPtr const context = testkit::context(Pki::shared().good.certificate);
-    ContextPtr const duplicate(CertDuplicateCertificateContext(context.get()));
+    const ContextPtr context = testkit::context(Pki::shared().good.certificate);
+    const ContextPtr duplicate(CertDuplicateCertificateContext(context.get()));
     EXPECT_EQ(duplicate.get(), context.get());
-    Bytes const value = fromHex("0102");
-    CRYPT_DATA_BLOB const blob = blobOf(value);
+    const Bytes value = fromHex("0102");
+    const CRYPT_DATA_BLOB blob = blobOf(value);
     ASSERT_TRUE(CertSetCertificateContextProperty(context.get(), 81, 0, &blob));
     EXPECT_EQ(property(duplicate.get(), 81), value);
     DWORD size = 1;
@@ -90,7 +90,7 @@ TEST(Certificate, KeepsPropertiesForAllHoldersOfTheContext) {
 }
 
 TEST(Certificate, GivesKeyInformationAsOneBlockThatPointsIntoItself) {
-    ContextPtr const context = testkit::context(Pki::shared().good.certificate);
+    const ContextPtr context = testkit::context(Pki::shared().good.certificate);
     std::wstring container = L"file:///keys/" + std::wstring(300, L'k');
     std::wstring provider = L"name";
     BYTE parameterBytes[] = {1, 2, 3};
@@ -100,7 +100,7 @@ TEST(Certificate, GivesKeyInformationAsOneBlockThatPointsIntoItself) {
     container = L"gone";
     parameterBytes[0] = 9;
     // Read, set on another context from the block as it is, and read again there.
-    ContextPtr const other = testkit::context(Pki::shared().good.certificate);
+    const ContextPtr other = testkit::context(Pki::shared().good.certificate);
     Bytes block = property(context.get(), CERT_KEY_PROV_INFO_PROP_ID);
     ASSERT_TRUE(CertSetCertificateContextProperty(other.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, block.data()));
     block = property(other.get(), CERT_KEY_PROV_INFO_PROP_ID);
@@ -109,7 +109,7 @@ TEST(Certificate, GivesKeyInformationAsOneBlockThatPointsIntoItself) {
     EXPECT_EQ(std::wstring(info.pwszProvName), L"name");
     ASSERT_EQ(info.cProvParam, 1U);
     EXPECT_EQ(Bytes(info.rgProvParam->pbData, info.rgProvParam->pbData + info.rgProvParam->cbData), fromHex("010203"));
-    auto const inside = [&](const void* pointer) {
+    const auto inside = [&](const void* pointer) {
         return pointer >= block.data() && pointer < block.data() + block.size();
     };
     EXPECT_TRUE(inside(info.pwszContainerName) && inside(info.pwszProvName) && inside(info.rgProvParam) &&
@@ -118,7 +118,7 @@ TEST(Certificate, GivesKeyInformationAsOneBlockThatPointsIntoItself) {
 
 TEST(Certificate, RefusesWhatIsNoCertificate) {
     const Bytes& good = Pki::shared().good.certificate;
-    Bytes const trailing = concat({good, fromHex("00")});
+    const Bytes trailing = concat({good, fromHex("00")});
     for (const Bytes& row :
          {Bytes(), fromHex("30"), fromHex("3000"), fromHex("30800000"), trailing, Bytes(good.begin(), good.end() - 1),
           tlv::sequence({tlv::sequence({}), tlv::sequence({}), tlv::bitString({})})}) {
@@ -131,18 +131,18 @@ TEST(Certificate, RefusesWhatIsNoCertificate) {
 }
 
 TEST(Certificate, IsNeverValidWithTimesThatCannotBeRead) {
-    auto const withTimes = [](const char* to) {
+    const auto withTimes = [](const char* to) {
         Bytes bytes = Pki::shared().good.certificate;
-        Bytes const header = fromHex("170D");
-        auto const at = std::search(bytes.begin(), bytes.end(), header.begin(), header.end());
+        const Bytes header = fromHex("170D");
+        const auto at = std::search(bytes.begin(), bytes.end(), header.begin(), header.end());
         std::ranges::copy(std::string_view(to), at + 2);
         return bytes;
     };
     for (const Bytes& row : {withTimes("991301000000Z"), withTimes("990101000000+"), withTimes("99 101000000Z"),
                              withTimes("990230000000Z"), withTimes("990101006000Z")}) {
-        ContextPtr const context = testkit::context(row);
+        const ContextPtr context = testkit::context(row);
         ASSERT_NE(context, nullptr);
-        FILETIME const& last = context->pCertInfo->NotAfter;
+        const FILETIME& last = context->pCertInfo->NotAfter;
         EXPECT_EQ(std::uint64_t{last.dwHighDateTime} << 32U | last.dwLowDateTime, 0U);
         EXPECT_EQ(context->pCertInfo->NotBefore.dwHighDateTime, static_cast<DWORD>(INT32_MAX));
         EXPECT_EQ(tallow::platform::Certificate::of(context.get())->x509(), nullptr) << "and is in no chain";
@@ -159,7 +159,7 @@ TEST(Certificate, SurvivesEveryCutAndManyAlteredOctets) {
     for (int round = 0; round < 5000; ++round) {
         Bytes altered = good;
         altered[random() % altered.size()] = static_cast<std::uint8_t>(random());
-        ContextPtr const context = testkit::context(altered);
+        const ContextPtr context = testkit::context(altered);
         if (context != nullptr) {
             property(context.get(), CERT_KEY_IDENTIFIER_PROP_ID);
             property(context.get(), CERT_SIGNATURE_HASH_PROP_ID);

@@ -19,7 +19,7 @@ class NoDescriptors {
 public:
     NoDescriptors() {
         ::getrlimit(RLIMIT_NOFILE, &before_);
-        rlimit const none{3, before_.rlim_max};
+        const rlimit none{3, before_.rlim_max};
         ::setrlimit(RLIMIT_NOFILE, &none);
     }
     ~NoDescriptors() { ::setrlimit(RLIMIT_NOFILE, &before_); }

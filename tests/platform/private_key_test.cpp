@@ -44,7 +44,7 @@ protected:
     DWORD open(const std::string& uri, const char* pin = kNoPin) {
         EXPECT_TRUE(crypto_set_key_uri(certificate_.get(), uri.c_str()));
         provider_.reset();
-        DWORD const code = acquireKey(certificate_.get(), provider_);
+        const DWORD code = acquireKey(certificate_.get(), provider_);
         return code == 0 && pin != kNoPin ? givePin(provider_, pin) : code;
     }
     // 0, or the last error of using the key.
@@ -53,7 +53,7 @@ protected:
         CRYPT_ALGORITHM_IDENTIFIER algorithm{oid.data(), {}};
         BYTE signature[512];
         DWORD size = sizeof signature;
-        BOOL const made = CryptSignCertificate(provider_.get(), AT_SIGNATURE, X509_ASN_ENCODING, signature, 0,
+        const BOOL made = CryptSignCertificate(provider_.get(), AT_SIGNATURE, X509_ASN_ENCODING, signature, 0,
                                                &algorithm, nullptr, signature, &size);
         return made != FALSE ? 0 : GetLastError();
     }
@@ -79,21 +79,21 @@ protected:
 };
 
 TEST_F(PrivateKey, OpensFromEachFormThatOpensslWrites) {
-    Identity const other = Pki::shared().revoked;
-    std::string const otherPem = folder_.write("other.pem", other.key.pem());
-    for (auto const kind : {KeyKind::kRsa2048, KeyKind::kEcP256}) {
+    const Identity other = Pki::shared().revoked;
+    const std::string otherPem = folder_.write("other.pem", other.key.pem());
+    for (const auto kind : {KeyKind::kRsa2048, KeyKind::kEcP256}) {
         CertificateSpec spec;
         spec.key = Key::make(kind);
         use(selfSigned(spec));
-        std::string const bundle = folder_.write(
+        const std::string bundle = folder_.write(
             "bundle.pem", "A note\n" + identity_.certificatePem() + other.key.pem() + identity_.key.pem());
         struct Row {
             const char* name;
             std::string uri;
             const char* pin;  // null: opens without
         };
-        std::string const traditional = made("old.pem", {"pkey", "-traditional", "-in", plain_});
-        Row const rows[] = {
+        const std::string traditional = made("old.pem", {"pkey", "-traditional", "-in", plain_});
+        const Row rows[] = {
             {"PKCS #8", plain_, kNoPin},
             {"by URI", "file://" + plain_, kNoPin},
             {"by URI without authority", "FILE:" + plain_, kNoPin},
@@ -134,12 +134,12 @@ TEST_F(PrivateKey, OpensFromEachFormThatOpensslWrites) {
 
 TEST_F(PrivateKey, OfAnotherCertificateIsRefusedAsSoonAsItIsSeen) {
     use(Pki::shared().good);
-    Identity const& other = Pki::shared().revoked;
-    std::string const plain = folder_.write("other.pem", other.key.pem());
-    std::string const certificate = folder_.write("other.crt", other.certificatePem());
+    const Identity& other = Pki::shared().revoked;
+    const std::string plain = folder_.write("other.pem", other.key.pem());
+    const std::string certificate = folder_.write("other.crt", other.certificatePem());
     EXPECT_EQ(open(plain), NTE_BAD_PUBLIC_KEY);
-    std::string const locked = made("locked.pem", {"pkcs8", "-topk8", "-in", plain, "-passout", "pass:1234"});
-    std::string const pfx =
+    const std::string locked = made("locked.pem", {"pkcs8", "-topk8", "-in", plain, "-passout", "pass:1234"});
+    const std::string pfx =
         made("k.p12", {"pkcs12", "-export", "-inkey", plain, "-in", certificate, "-passout", "pass:1234"});
     for (const std::string& file : {locked, pfx}) {
         ASSERT_EQ(open(file), 0U) << file;
@@ -162,8 +162,8 @@ TEST_F(PrivateKey, IsPickedFromSeveralInOnePkcs12File) {
         PKCS12* const file = PKCS12_add_safes(safes, 0);
         ASSERT_EQ(PKCS12_set_mac(file, pin, -1, nullptr, 0, 2048, EVP_sha256()), 1);
         unsigned char* der = nullptr;
-        int const size = i2d_PKCS12(file, &der);
-        std::string const path = folder_.write("several.p12", std::string(der, der + size));
+        const int size = i2d_PKCS12(file, &der);
+        const std::string path = folder_.write("several.p12", std::string(der, der + size));
         OPENSSL_free(der);
         PKCS12_free(file);
         sk_PKCS7_pop_free(safes, PKCS7_free);
@@ -179,14 +179,14 @@ TEST_F(PrivateKey, IsPickedFromSeveralInOnePkcs12File) {
 // A file chooses how its key is encrypted, and how much work opening it takes.
 TEST_F(PrivateKey, WithUnsupportedEncryptionIsNoWrongPin) {
     use(Pki::shared().good);
-    auto const pfx = [&](const char* name, std::vector<std::string> more) {
+    const auto pfx = [&](const char* name, std::vector<std::string> more) {
         more.insert(more.begin(), {"pkcs12", "-export", "-inkey", plain_, "-in", own_, "-passout", "pass:1234"});
         return made(name, more);
     };
     // A million rounds become eight, of the MAC as well.
-    auto const costly = [&](const std::string& file) {
+    const auto costly = [&](const std::string& file) {
         Bytes bytes = readFile(file);
-        Bytes const million = {0x02, 0x03, 0x0F, 0x42, 0x40};
+        const Bytes million = {0x02, 0x03, 0x0F, 0x42, 0x40};
         auto at = std::search(bytes.begin(), bytes.end(), million.begin(), million.end());
         EXPECT_NE(at, bytes.end());
         for (; at != bytes.end(); at = std::search(at, bytes.end(), million.begin(), million.end())) {
@@ -194,18 +194,18 @@ TEST_F(PrivateKey, WithUnsupportedEncryptionIsNoWrongPin) {
         }
         return folder_.write("costly", bytes);
     };
-    std::string const weak = "PBE-SHA1-RC2-40";
+    const std::string weak = "PBE-SHA1-RC2-40";
     EXPECT_EQ(open(pfx("old.p12", {"-legacy"}), "1234"), 0U) << "its certificates alone are closed so";
     EXPECT_EQ(sign(), 0U);
     EXPECT_EQ(open(pfx("rc2.p12", {"-legacy", "-keypbe", weak, "-certpbe", weak}), "1234"), ERROR_NOT_SUPPORTED);
     EXPECT_EQ(open(pfx("rc2.p12", {"-legacy", "-keypbe", weak, "-certpbe", weak}), "wrong"), SCARD_W_WRONG_CHV);
     EXPECT_EQ(open(costly(pfx("much.p12", {"-iter", "1000000"})), "1234"), ERROR_NOT_SUPPORTED);
-    std::string const der = costly(made("much.der", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:1234", "-iter",
+    const std::string der = costly(made("much.der", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:1234", "-iter",
                                                      "1000000", "-outform", "DER"}));
     EXPECT_EQ(open(der, "1234"), ERROR_NOT_SUPPORTED);
     EXPECT_EQ(open(folder_.write("much.pem", toPem(readFile(der), "ENCRYPTED PRIVATE KEY")), "1234"),
               ERROR_NOT_SUPPORTED);
-    std::string const des = made("des.pem", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:1234", "-v1",
+    const std::string des = made("des.pem", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:1234", "-v1",
                                              "PBE-MD5-DES", "-provider", "legacy", "-provider", "default"});
     EXPECT_EQ(open(des, "1234"), ERROR_NOT_SUPPORTED);
 }
@@ -214,7 +214,7 @@ TEST_F(PrivateKey, OnATokenOpensWithOneTryOfThePin) {
     use(Pki::shared().good);
     EXPECT_EQ(open("pkcs11:token=test"), NTE_NOT_SUPPORTED);  // unsupported scheme
     {
-        TokenProvider const token({Pki::shared().revoked.key, identity_.key}, "1234");
+        const TokenProvider token({Pki::shared().revoked.key, identity_.key}, "1234");
         ASSERT_EQ(open("pkcs11:token=test"), 0U);
         EXPECT_EQ(sign(), NTE_SILENT_CONTEXT);
         EXPECT_EQ(token.numWrongPins(), 0);
@@ -223,22 +223,22 @@ TEST_F(PrivateKey, OnATokenOpensWithOneTryOfThePin) {
         EXPECT_EQ(givePin(provider_, "1234"), 0U);
         EXPECT_EQ(sign(), 0U);
     }
-    TokenProvider const others({Pki::shared().revoked.key}, "");
+    const TokenProvider others({Pki::shared().revoked.key}, "");
     EXPECT_EQ(open("pkcs11:token=test"), NTE_BAD_PUBLIC_KEY);
-    TokenProvider const empty({}, "");
+    const TokenProvider empty({}, "");
     EXPECT_EQ(open("pkcs11:token=test"), NTE_BAD_KEYSET);
 }
 
 TEST_F(PrivateKey, LeavesNoPinInTheTrace) {
     use(Pki::shared().good);
-    std::string const trace = folder_.file("trace.log");
-    SettingsFile const settings("[trace]\nenabled = true\nfile = \"" + trace + "\"\n");
-    std::string const locked = made("p8.pem", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:right-secret"});
+    const std::string trace = folder_.file("trace.log");
+    const SettingsFile settings("[trace]\nenabled = true\nfile = \"" + trace + "\"\n");
+    const std::string locked = made("p8.pem", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:right-secret"});
     EXPECT_EQ(open(locked, "wrong-secret"), SCARD_W_WRONG_CHV);
     EXPECT_EQ(givePin(provider_, "right-secret"), 0U);
     EXPECT_EQ(open("pkcs11:token=test?pin-value=third-secret"), NTE_NOT_SUPPORTED);
-    Bytes const bytes = readFile(trace);
-    std::string const text(bytes.begin(), bytes.end());
+    const Bytes bytes = readFile(trace);
+    const std::string text(bytes.begin(), bytes.end());
     EXPECT_NE(text.find("pkcs11"), std::string::npos);
     EXPECT_EQ(text.find("secret"), std::string::npos) << text;
 }
@@ -246,21 +246,21 @@ TEST_F(PrivateKey, LeavesNoPinInTheTrace) {
 TEST_F(PrivateKey, FailsWithTheReasonWhereThereIsNone) {
     use(Pki::shared().good);
     EXPECT_EQ(acquireKey(certificate_.get(), provider_), CRYPT_E_NO_KEY_PROPERTY);
-    std::string const pipe = folder_.file("pipe");
+    const std::string pipe = folder_.file("pipe");
     ASSERT_EQ(::mkfifo(pipe.c_str(), S_IRUSR), 0);
-    std::string const huge = folder_.write("huge.pem", identity_.key.pem());
+    const std::string huge = folder_.write("huge.pem", identity_.key.pem());
     std::filesystem::resize_file(huge, std::uintmax_t{1} << 40);
     std::string rubbish;
     for (unsigned int i = 0; rubbish.size() < 500000; ++i) {
         rubbish += static_cast<char>(i * i * 2654435761U >> 13U);
     }
-    std::string const certificates =
+    const std::string certificates =
         made("c.p12", {"pkcs12", "-export", "-nokeys", "-in", own_, "-passout", "pass:1234"});
     struct Row {
         std::string uri;
         DWORD error;
     };
-    Row const rows[] = {
+    const Row rows[] = {
         {folder_.file("missing.pem"), NTE_BAD_KEYSET},
         {folder_.path().string(), NTE_BAD_KEYSET},
         {pipe, NTE_BAD_KEYSET},

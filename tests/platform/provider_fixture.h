@@ -41,16 +41,16 @@ inline DWORD acquireKey(PCCERT_CONTEXT certificate, ProviderPtr& provider) {
 
 /// The signature algorithm that a signer takes: that of the first hash listed that makes a signature with the key.
 inline std::string chosenAlgorithm(const ProviderPtr& provider, PCCERT_CONTEXT certificate) {
-    DWORD const listed = CertOIDToAlgId(certificate->pCertInfo->SubjectPublicKeyInfo.Algorithm.pszObjId);
-    DWORD const key = listed == CALG_RSA_KEYX ? CALG_RSA_SIGN : listed;
+    const DWORD listed = CertOIDToAlgId(certificate->pCertInfo->SubjectPublicKeyInfo.Algorithm.pszObjId);
+    const DWORD key = listed == CALG_RSA_KEYX ? CALG_RSA_SIGN : listed;
     BYTE entry[32];
     DWORD size = sizeof entry;
     DWORD flag = CRYPT_FIRST;
     while (CryptGetProvParam(provider.get(), PP_ENUMALGS, entry, &size, flag) != FALSE) {
         flag = 0;
-        PCCRYPT_OID_INFO const hash = CryptFindOIDInfo(CRYPT_OID_INFO_ALGID_KEY, entry, CRYPT_HASH_ALG_OID_GROUP_ID);
+        const PCCRYPT_OID_INFO hash = CryptFindOIDInfo(CRYPT_OID_INFO_ALGID_KEY, entry, CRYPT_HASH_ALG_OID_GROUP_ID);
         ALG_ID pair[2] = {hash == nullptr ? 0 : hash->Algid, key};
-        PCCRYPT_OID_INFO const found =
+        const PCCRYPT_OID_INFO found =
             hash == nullptr ? nullptr : CryptFindOIDInfo(CRYPT_OID_INFO_SIGN_KEY, pair, CRYPT_SIGN_ALG_OID_GROUP_ID);
         if (found != nullptr) {
             return found->pszOID;

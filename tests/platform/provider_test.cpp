@@ -29,7 +29,7 @@ TEST(Provider, IsAcquiredWithoutKeysOnly) {
 TEST(Provider, MakesRandomOctetsAlsoThroughASecondReference) {
     ProviderPtr provider = acquire();
     ASSERT_TRUE(CryptContextAddRef(provider.get(), nullptr, 0));
-    ProviderPtr const second(provider.get());
+    const ProviderPtr second(provider.get());
     provider.reset();
     std::set<Bytes> seen;
     for (int i = 0; i < 20; ++i) {
@@ -42,7 +42,7 @@ TEST(Provider, MakesRandomOctetsAlsoThroughASecondReference) {
 }
 
 TEST(Provider, TellsItsVersionSoThatTheServiceSetsTheLastErrorOfAnExchange) {
-    ProviderPtr const provider = acquire(80);
+    const ProviderPtr provider = acquire(80);
     DWORD version = 0;
     DWORD size = sizeof version;
     ASSERT_TRUE(CryptGetProvParam(provider.get(), PP_VERSION, reinterpret_cast<BYTE*>(&version), &size, 0));
@@ -56,11 +56,11 @@ TEST(Provider, TellsItsVersionSoThatTheServiceSetsTheLastErrorOfAnExchange) {
 }
 
 TEST(Provider, ListsHashesInTheOrderInWhichASignerPrefersThem) {
-    ProviderPtr const provider = acquire();
+    const ProviderPtr provider = acquire();
     std::vector<ALG_ID> hashes;
     PROV_ENUMALGS entry{};
     DWORD size = sizeof entry;
-    auto const next = [&](DWORD flag) {
+    const auto next = [&](DWORD flag) {
         return CryptGetProvParam(provider.get(), PP_ENUMALGS, reinterpret_cast<BYTE*>(&entry), &size, flag) != FALSE;
     };
     ASSERT_TRUE(next(CRYPT_FIRST));
@@ -91,7 +91,7 @@ TEST(Provider, KnowsAlgorithmsByIdentifierNameAndNumber) {
     EXPECT_EQ(CertOIDToAlgId("1.2.840.113549"), 0U);
     EXPECT_EQ(CertOIDToAlgId(nullptr), 0U);
     char oid[] = "2.16.840.1.101.3.4.2.1";
-    PCCRYPT_OID_INFO const info = CryptFindOIDInfo(CRYPT_OID_INFO_OID_KEY, oid, 0);
+    const PCCRYPT_OID_INFO info = CryptFindOIDInfo(CRYPT_OID_INFO_OID_KEY, oid, 0);
     ASSERT_NE(info, nullptr);
     EXPECT_EQ(info->Algid, CALG_SHA_256);
     EXPECT_EQ(info->dwGroupId, CRYPT_HASH_ALG_OID_GROUP_ID);

@@ -19,11 +19,11 @@ constexpr int kBroken = ERROR_BAD_FORMAT;
 template <typename Read>
 std::string readText(Read read, const char* path) {
     size_t size = 0;
-    if (int const error = read(path, &size, nullptr); error != 0) {
+    if (const int error = read(path, &size, nullptr); error != 0) {
         return "<error " + std::to_string(error) + ">";
     }
     std::string buffer(size + 1, '#');
-    if (int const error = read(path, &size, buffer.data()); error != 0) {
+    if (const int error = read(path, &size, buffer.data()); error != 0) {
         return "<second error " + std::to_string(error) + ">";
     }
     EXPECT_EQ(buffer.size(), size + 1);
@@ -33,7 +33,7 @@ std::string readText(Read read, const char* path) {
 }
 
 TEST(Settings, AnswersTheFourReadsBySectionAndName) {
-    SettingsFile const settings(R"(
+    const SettingsFile settings(R"(
         plain = "top"
         [config.cades.ocsppolicy]
         NonceLength = 16
@@ -73,7 +73,7 @@ TEST(Settings, AnswersTheFourReadsBySectionAndName) {
 }
 
 TEST(Settings, TellAnAbsentKeyByTheFirstStepAndLeaveTheOutputAlone) {
-    SettingsFile const settings("[config.a]\nx = 1\n");
+    const SettingsFile settings("[config.a]\nx = 1\n");
     for (const char* path : {"\\config\\a\\y", "\\config\\b\\x", "\\config\\a\\x\\z", "\\config\\a\\X", "config\\a\\x",
                              "\\", "", "\\config\\\\a\\x", "\\config\\a\\x\\"}) {
         SCOPED_TRACE(path);
@@ -89,7 +89,7 @@ TEST(Settings, TellAnAbsentKeyByTheFirstStepAndLeaveTheOutputAlone) {
 }
 
 TEST(Settings, NeverWriteBeyondTheSizeTheCallerNames) {
-    SettingsFile const settings("text = \"12345\"\nlist = [\"12\", \"3\"]\n");
+    const SettingsFile settings("text = \"12345\"\nlist = [\"12\", \"3\"]\n");
     std::array<char, 8> buffer{};
     buffer.fill('#');
     size_t size = 4;
@@ -110,13 +110,13 @@ TEST(Settings, SayWhereAFileDoesNotParseAndLetNoTextReadPass) {
     for (const Row& row : {Row{"a = 1\nb = \n", 2, 5}, Row{"a = 1\na = 2\n", 2, 5},
                            Row{"\n\n[unclosed\nx = 1\n", 3, 10}, Row{"a = 9223372036854775808\n", 1, 24}}) {
         SCOPED_TRACE(row.content);
-        SettingsFile const settings(row.content);
+        const SettingsFile settings(row.content);
         EXPECT_EQ(settings.result(), kBroken);
         SUPPORT_SETTINGS_ERROR error{};
         EXPECT_EQ(support_settings_error(&error), kBroken);
         EXPECT_EQ(error.line, row.line);
         EXPECT_EQ(error.column, row.column) << error.message;
-        std::string const place = settings.path() + ":" + std::to_string(row.line) + ":";
+        const std::string place = settings.path() + ":" + std::to_string(row.line) + ":";
         EXPECT_EQ(std::string(error.message).rfind(place, 0), 0U) << error.message;
         EXPECT_EQ(std::string(error.message).find('\n'), std::string::npos);
         long number = 0;
@@ -128,22 +128,22 @@ TEST(Settings, SayWhereAFileDoesNotParseAndLetNoTextReadPass) {
 }
 
 TEST(Settings, ReportAFileThatCannotBeRead) {
-    TempDir const folder;
+    const TempDir folder;
     EXPECT_EQ(support_settings_open(folder.file("missing.toml").c_str()), kAbsent);
     EXPECT_EQ(support_settings_open(folder.path().c_str()), static_cast<int>(ERROR_ACCESS_DENIED));
     EXPECT_EQ(support_settings_open("/dev/zero"), static_cast<int>(ERROR_ACCESS_DENIED));
     SUPPORT_SETTINGS_ERROR error{};
     EXPECT_EQ(support_settings_error(&error), static_cast<int>(ERROR_ACCESS_DENIED));
     EXPECT_EQ(std::string(error.message).rfind("/dev/zero: ", 0), 0U) << error.message;
-    SettingsFile const settings("");
+    const SettingsFile settings("");
     EXPECT_EQ(support_settings_error(&error), 0);
     EXPECT_STREQ(error.message, "");
 }
 
 TEST(Settings, ThatOthersCanHaveWrittenCountAsBroken) {
-    TempDir const folder;
-    std::string const file = folder.write("d/settings.toml", "a = 1\n");
-    std::string const directory = folder.file("d");
+    const TempDir folder;
+    const std::string file = folder.write("d/settings.toml", "a = 1\n");
+    const std::string directory = folder.file("d");
     struct Row {
         std::string path;
         mode_t mode;
@@ -153,17 +153,17 @@ TEST(Settings, ThatOthersCanHaveWrittenCountAsBroken) {
     for (const Row& row : {Row{file, 0600, false, true}, Row{file, 0620, false, false}, Row{file, 0602, false, false},
                            Row{file, 0644, true, false}, Row{directory, 0777, false, false},
                            Row{directory, 01777, false, true}, Row{directory, 0755, true, false}}) {
-        Changed const changed(row.path, row.mode, row.ofAnother);
+        const Changed changed(row.path, row.mode, row.ofAnother);
         if (changed.isDone()) {
             EXPECT_EQ(support_settings_open(file.c_str()) == 0, row.counts) << row.path << std::oct << row.mode;
             EXPECT_EQ(readText(support_registry_get_string, "\\b") == "<second error 11>", !row.counts);
         }
     }
-    SettingsFile const restored("");
+    const SettingsFile restored("");
 }
 
 TEST(Settings, ThatNestTooDeepAreRefusedBeforeTheyAreParsed) {
-    auto const repeated = [](std::string_view text, int count) {
+    const auto repeated = [](std::string_view text, int count) {
         std::string all;
         for (int i = 0; i < count; ++i) {
             all += text;
@@ -183,15 +183,15 @@ TEST(Settings, ThatNestTooDeepAreRefusedBeforeTheyAreParsed) {
              Row{"a = '''" + repeated("[.\"\n", 1000) + "'''\nb = [1.5" + repeated(", 1.5", 1000) + "]\n", 0},
              Row{repeated("[[d.e]]\nx.y = [\n# [.\n]\n", 1000), 0},
          }) {
-        SettingsFile const settings(row.content);
+        const SettingsFile settings(row.content);
         EXPECT_EQ(settings.result(), row.result) << row.content.substr(0, 40);
     }
 }
 
 TEST(Settings, AreReadAgainAfterDescriptorsRanOut) {
-    SettingsFile const settings("a = \"x\"\n");
+    const SettingsFile settings("a = \"x\"\n");
     {
-        NoDescriptors const none;
+        const NoDescriptors none;
         EXPECT_EQ(support_settings_open(settings.path().c_str()), static_cast<int>(ERROR_ACCESS_DENIED));
     }
     // A caller is told first, so that no policy is made of defaults in part.
@@ -216,9 +216,9 @@ TEST(Settings, TakeAValueOfTheWrongKindForAMistakeInTheFile) {
                            Row{"flag", [] { return support_registry_get_bool("\\flag", &flag); }, 4},
                            Row{"zero", [] { return support_registry_get_string("\\zero", &size, nullptr); }, 5}}) {
         SCOPED_TRACE(row.key);
-        SettingsFile const settings(content);
+        const SettingsFile settings(content);
         ASSERT_EQ(settings.result(), 0);
-        int const result = row.read();
+        const int result = row.read();
         EXPECT_TRUE(result == 0 || result == kWrongKind) << result;
         SUPPORT_SETTINGS_ERROR error{};
         EXPECT_EQ(support_settings_error(&error), kWrongKind);
@@ -234,12 +234,12 @@ TEST(Settings, OfTheExampleFileAreReadable) {
     long number = 0;
     EXPECT_EQ(support_registry_get_long("\\config\\cades\\ocsppolicy\\ResponseAccuracy", &number), 0);
     EXPECT_EQ(number, 180000);
-    SettingsFile const restored("");
+    const SettingsFile restored("");
 }
 
 TEST(Settings, CanBeReadWhileTheyAreReplaced) {
-    SettingsFile const one("value = \"one\"\n");
-    std::string const other = one.folder().write("other.toml", "value = \"second\"\n");
+    const SettingsFile one("value = \"one\"\n");
+    const std::string other = one.folder().write("other.toml", "value = \"second\"\n");
     std::vector<std::thread> readers;
     for (int i = 0; i < 4; ++i) {
         readers.emplace_back([] {
@@ -247,7 +247,7 @@ TEST(Settings, CanBeReadWhileTheyAreReplaced) {
                 std::array<char, 16> buffer{};
                 size_t size = buffer.size() - 1;
                 ASSERT_EQ(support_registry_get_string("\\value", &size, buffer.data()), 0);
-                std::string const value = buffer.data();
+                const std::string value = buffer.data();
                 ASSERT_TRUE(value == "one" || value == "second") << value;
             }
         });

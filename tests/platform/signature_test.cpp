@@ -21,7 +21,7 @@ constexpr DWORD kGood = 0;
 DWORD verify(const Bytes& subject, PCCERT_CONTEXT issuer) {
     CRYPT_DATA_BLOB blob = blobOf(subject);
     SetLastError(0);
-    BOOL const good = CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_BLOB,
+    const BOOL good = CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_BLOB,
                                                         &blob, CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT,
                                                         const_cast<CERT_CONTEXT*>(issuer), 0, nullptr);
     EXPECT_EQ(good != FALSE, GetLastError() == 0);
@@ -34,7 +34,7 @@ DWORD verify(const Bytes& subject, const Bytes& issuer) {
 
 // The same for a self-signed certificate as the subject: did this key issue it?
 DWORD verifyIssuer(const Bytes& certificate) {
-    ContextPtr const context = testkit::context(certificate);
+    const ContextPtr context = testkit::context(certificate);
     auto* const handle = const_cast<CERT_CONTEXT*>(context.get());
     SetLastError(0);
     CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, handle,
@@ -62,8 +62,8 @@ TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
         DWORD expected;
         std::optional<DWORD> asCertificate = std::nullopt;  // where the question who issued it has another answer
     };
-    std::vector<std::string> const pss{"-newkey", "rsa:2048", "-sigopt", "rsa_padding_mode:pss", "-sigopt"};
-    auto const with = [](std::vector<std::string> options, const std::vector<std::string>& more) {
+    const std::vector<std::string> pss{"-newkey", "rsa:2048", "-sigopt", "rsa_padding_mode:pss", "-sigopt"};
+    const auto with = [](std::vector<std::string> options, const std::vector<std::string>& more) {
         options.insert(options.end(), more.begin(), more.end());
         return options;
     };
@@ -97,13 +97,13 @@ TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
              Row{"Ed448", {"-newkey", "ed448"}, kGood},
          }) {
         SCOPED_TRACE(row.name);
-        TempDir const folder;
-        Bytes const der = madeByCommand(folder, row.options);
+        const TempDir folder;
+        const Bytes der = madeByCommand(folder, row.options);
         ASSERT_FALSE(der.empty());
         EXPECT_EQ(verify(der, der), row.expected);
-        DWORD const issued = row.asCertificate.value_or(row.expected);
+        const DWORD issued = row.asCertificate.value_or(row.expected);
         EXPECT_EQ(verifyIssuer(der), issued);
-        for (size_t const octet : {size_t{20}, der.size() - 1}) {  // in the serial number, in the signature
+        for (const size_t octet : {size_t{20}, der.size() - 1}) {  // in the serial number, in the signature
             Bytes altered = der;
             altered[octet] ^= 1;
             EXPECT_EQ(verify(altered, der), row.expected == kGood ? NTE_BAD_SIGNATURE : row.expected);
@@ -116,11 +116,11 @@ TEST(Signature, AcceptsSha1OnlyWhenTheSettingSaysSo) {
     CertificateSpec spec;
     spec.key = Key::make(KeyKind::kRsa2048);
     spec.hash = "SHA1";
-    Bytes const weak = selfSigned(spec).certificate;
+    const Bytes weak = selfSigned(spec).certificate;
     spec.hash = "MD5";
-    Bytes const broken = selfSigned(spec).certificate;
+    const Bytes broken = selfSigned(spec).certificate;
     EXPECT_EQ(verify(weak, weak), NTE_BAD_ALGID);
-    SettingsFile const settings("[crypto]\naccept_sha1 = true\n");
+    const SettingsFile settings("[crypto]\naccept_sha1 = true\n");
     EXPECT_EQ(verify(weak, weak), kGood);
     EXPECT_EQ(verify(broken, broken), NTE_BAD_ALGID);
 }
@@ -141,10 +141,10 @@ TEST(Signature, OfAnotherKeyIsBadWhateverItsKind) {
 TEST(Signature, OfACertificateThatNamesTwoAlgorithmsIsBad) {
     const Bytes& root = Pki::shared().root.certificate;
     ASSERT_EQ(root[1], 0x82);
-    Bytes const algorithm = tlv::sequence({tlv::oid("1.2.840.10045.4.3.2")});
-    auto const outer = std::find_end(root.begin(), root.end(), algorithm.begin(), algorithm.end());
+    const Bytes algorithm = tlv::sequence({tlv::oid("1.2.840.10045.4.3.2")});
+    const auto outer = std::find_end(root.begin(), root.end(), algorithm.begin(), algorithm.end());
     ASSERT_NE(outer, root.end());
-    auto const withOuter = [&](const Bytes& identifier) {
+    const auto withOuter = [&](const Bytes& identifier) {
         return tlv::raw(0x30, concat({Bytes(root.begin() + 4, outer), identifier,
                                       Bytes(outer + static_cast<std::ptrdiff_t>(algorithm.size()), root.end())}));
     };
@@ -166,15 +166,15 @@ TEST(Signature, NeedsAKeyThatCannotBeForged) {
     constexpr const char* kRsa = "1.2.840.113549.1.1.1";
     constexpr const char* kEd25519 = "1.3.101.112";
     constexpr const char* kEd448 = "1.3.101.113";
-    Bytes const modulus = fromHex("00" + std::string(511, 'C') + "1");
+    const Bytes modulus = fromHex("00" + std::string(511, 'C') + "1");
     Bytes evenModulus = modulus;
     evenModulus.back() = 2;
-    auto const rsa = [](const Bytes& n, std::int64_t e) { return tlv::sequence({tlv::integer(n), tlv::integer(e)}); };
+    const auto rsa = [](const Bytes& n, std::int64_t e) { return tlv::sequence({tlv::integer(n), tlv::integer(e)}); };
     Bytes point = Key::make().publicKeyBits();
     Bytes hybrid = point;
     hybrid[0] = static_cast<std::uint8_t>(6 + point.back() % 2);
-    Bytes const curve = tlv::oid("1.2.840.10045.3.1.7");
-    auto const filled = [](std::size_t size, std::uint8_t octet, std::uint8_t first, std::uint8_t last) {
+    const Bytes curve = tlv::oid("1.2.840.10045.3.1.7");
+    const auto filled = [](std::size_t size, std::uint8_t octet, std::uint8_t first, std::uint8_t last) {
         Bytes octets(size, octet);
         octets.front() = first;
         octets.back() = last;
@@ -182,14 +182,14 @@ TEST(Signature, NeedsAKeyThatCannotBeForged) {
     };
     Bytes minusOne448 = filled(57, 0xFF, 0xFE, 0);
     minusOne448[28] = 0xFE;
-    Bytes const orderEight = fromHex("c7176a703d4dd84fba3c0b760d10670f2a2053fa2c39ccc64ec7fd7792ac037a");
+    const Bytes orderEight = fromHex("c7176a703d4dd84fba3c0b760d10670f2a2053fa2c39ccc64ec7fd7792ac037a");
     // The powers of 2 modulo 2^n - 1 repeat after n; the orders given are multiples of that.
     constexpr const char* kDsa = "1.2.840.10040.4.1";
-    auto const dsaOf = [](const std::string& p, const std::string& q, std::int64_t generator) {
+    const auto dsaOf = [](const std::string& p, const std::string& q, std::int64_t generator) {
         return tlv::sequence({tlv::integer(fromHex("7F" + p)), tlv::integer(fromHex(q + std::string(38, '0'))),
                               tlv::integer(generator)});
     };
-    auto const dsa = [&](std::int64_t generator) { return dsaOf(std::string(318, 'F'), "04FF00", generator); };
+    const auto dsa = [&](std::int64_t generator) { return dsaOf(std::string(318, 'F'), "04FF00", generator); };
     std::vector<Row> rows{
         {"DSA", kDsa, dsa(2), tlv::integer(4), true},
         {"DSA, key 1", kDsa, dsa(2), tlv::integer(1)},
@@ -221,7 +221,7 @@ TEST(Signature, NeedsAKeyThatCannotBeForged) {
         CERT_PUBLIC_KEY_INFO info{};
         info.Algorithm = {const_cast<char*>(row.algorithm), blobOf(row.parameters)};
         info.PublicKey = {static_cast<DWORD>(row.bits.size()), row.bits.data(), 0};
-        Bytes const algorithm = tlv::sequence({concat({tlv::oid(row.algorithm), row.parameters})});
+        const Bytes algorithm = tlv::sequence({concat({tlv::oid(row.algorithm), row.parameters})});
         EXPECT_EQ(
             tallow::platform::loadPublicKey(info, tlv::sequence({algorithm, tlv::bitString(row.bits)})) != nullptr,
             row.good);
@@ -232,27 +232,27 @@ TEST(Signature, LooksAtTheFirstThreePartsOfAStructureOnly) {
     const Pki& pki = Pki::shared();
     const Bytes& good = pki.good.certificate;
     ASSERT_EQ(good[1], 0x82);
-    Bytes const parts(good.begin() + 4, good.end());
-    Bytes const more = tlv::raw(0x30, concat({parts, tlv::context(0, tlv::null())}));
+    const Bytes parts(good.begin() + 4, good.end());
+    const Bytes more = tlv::raw(0x30, concat({parts, tlv::context(0, tlv::null())}));
     EXPECT_EQ(verify(more, pki.ca.certificate), kGood);
-    Bytes const fourth = tlv::sequence({tlv::null(), tlv::null(), tlv::bitString({})});
-    Bytes const noAlgorithm = tlv::sequence({tlv::null(), tlv::sequence({}), tlv::bitString({})});
-    Bytes const unused =
+    const Bytes fourth = tlv::sequence({tlv::null(), tlv::null(), tlv::bitString({})});
+    const Bytes noAlgorithm = tlv::sequence({tlv::null(), tlv::sequence({}), tlv::bitString({})});
+    const Bytes unused =
         tlv::sequence({tlv::null(), tlv::sequence({tlv::oid("1.3.101.112")}), tlv::bitString({0x80}, 3)});
-    Bytes const trailing = concat({good, {0}});
+    const Bytes trailing = concat({good, {0}});
     for (const Bytes& row :
          {Bytes(), Bytes{0x30}, fourth, noAlgorithm, unused, trailing, Bytes(good.begin(), good.end() - 1)}) {
         EXPECT_EQ(verify(row, pki.ca.certificate), CRYPT_E_ASN1_ERROR) << toHex(row);
     }
-    Bytes const unknown = tlv::sequence({tlv::null(), tlv::sequence({tlv::oid("1.2.3.4")}), tlv::bitString({1})});
+    const Bytes unknown = tlv::sequence({tlv::null(), tlv::sequence({tlv::oid("1.2.3.4")}), tlv::bitString({1})});
     EXPECT_EQ(verify(unknown, pki.ca.certificate), NTE_BAD_ALGID);
 }
 
 TEST(Signature, TakesEveryFormOfSubjectAndIssuer) {
     const Pki& pki = Pki::shared();
-    ContextPtr const subject = testkit::context(pki.good.certificate);
-    ContextPtr const issuer = testkit::context(pki.ca.certificate);
-    auto const check = [](DWORD subjectType, const void* what, DWORD issuerType, const void* who) {
+    const ContextPtr subject = testkit::context(pki.good.certificate);
+    const ContextPtr issuer = testkit::context(pki.ca.certificate);
+    const auto check = [](DWORD subjectType, const void* what, DWORD issuerType, const void* who) {
         SetLastError(0);
         CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, subjectType, const_cast<void*>(what), issuerType,
                                           const_cast<void*>(who), 0, nullptr);
@@ -291,7 +291,7 @@ TEST(Signature, MadeByTheAlgorithmThatASignerChoosesIsAcceptedByItsCertificate) 
         {"Ed25519", {"-newkey", "ed25519"}, "1.3.101.112", "1.2.840.113549.1.1.11"},
     };
     if (hasGost()) {
-        std::vector<std::string> const gost{"-engine", "gost", "-pkeyopt", "paramset:A", "-newkey"};
+        const std::vector<std::string> gost{"-engine", "gost", "-pkeyopt", "paramset:A", "-newkey"};
         rows.push_back({"GOST of 256 bits", gost, "1.2.643.7.1.1.3.2", "1.2.643.7.1.1.3.3"});
         rows.back().options.insert(rows.back().options.end(), {"gost2012_256", "-md_gost12_256"});
         rows.push_back({"GOST of 512 bits", gost, "1.2.643.7.1.1.3.3", "1.2.840.10045.4.3.2"});
@@ -299,18 +299,18 @@ TEST(Signature, MadeByTheAlgorithmThatASignerChoosesIsAcceptedByItsCertificate) 
     }
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        TempDir const folder;
-        ContextPtr const certificate = testkit::context(madeByCommand(folder, row.options));
+        const TempDir folder;
+        const ContextPtr certificate = testkit::context(madeByCommand(folder, row.options));
         ASSERT_NE(certificate, nullptr);
         ASSERT_TRUE(crypto_set_key_uri(certificate.get(), folder.file("key.pem").c_str()));
         ProviderPtr provider;
         ASSERT_EQ(acquireKey(certificate.get(), provider), 0U);
         std::string oid = chosenAlgorithm(provider, certificate.get());
         EXPECT_EQ(oid, row.chosen);
-        Bytes const message = tlv::sequence({tlv::integer(5)});
+        const Bytes message = tlv::sequence({tlv::integer(5)});
         CRYPT_ALGORITHM_IDENTIFIER algorithm{oid.data(), {}};
         DWORD size = 0;
-        auto const sign = [&](BYTE* buffer) {
+        const auto sign = [&](BYTE* buffer) {
             return CryptSignCertificate(provider.get(), AT_SIGNATURE, X509_ASN_ENCODING, message.data(),
                                         static_cast<DWORD>(message.size()), &algorithm, nullptr, buffer, &size);
         };
@@ -322,7 +322,7 @@ TEST(Signature, MadeByTheAlgorithmThatASignerChoosesIsAcceptedByItsCertificate) 
         made.ToBeSigned = blobOf(message);
         made.SignatureInfo.SignatureAlgorithm = algorithm;
         made.SignatureInfo.Signature = {size, signature.data(), 0};
-        auto const check = [&] {
+        const auto check = [&] {
             return CryptVerifyCertificateSignatureEx(
                 0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_OCSP_BASIC_SIGNED_RESPONSE, &made,
                 CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, const_cast<CERT_CONTEXT*>(certificate.get()), 0, nullptr);
@@ -347,7 +347,7 @@ TEST(Signature, HashesBySmallAndLargeAlgorithmsAlsoOldOnes) {
         ALG_ID algorithm;
         const char* expected;
     };
-    std::string const text = "abc";
+    const std::string text = "abc";
     for (const Row& row :
          {Row{CALG_SHA1, "a9993e364706816aba3e25717850c26c9cd0d89d"},
           Row{0, "a9993e364706816aba3e25717850c26c9cd0d89d"}, Row{CALG_MD5, "900150983cd24fb0d6963f7d28e17f72"},
@@ -375,7 +375,7 @@ TEST(Signature, HashesBySmallAndLargeAlgorithmsAlsoOldOnes) {
 
 // The vectors are those of the hash standard's own example M1 (RFC 6986).
 TEST(Signature, HashesByTheGostEngineWhenItIsInstalled) {
-    std::string const message = "012345678901234567890123456789012345678901234567890123456789012";
+    const std::string message = "012345678901234567890123456789012345678901234567890123456789012";
     Bytes hash(64);
     DWORD size = 64;
     if (!hasGost()) {

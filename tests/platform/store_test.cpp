@@ -39,14 +39,14 @@ std::vector<Bytes> walk(HCERTSTORE store, DWORD findType = CERT_FIND_ANY, const 
 }
 
 TEST(Store, FollowsTheDispositionForACertificateThatIsThere) {
-    StorePtr const store = memoryStore();
-    ContextPtr const first = testkit::context(Pki::shared().good.certificate);
-    Bytes const kept = fromHex("01");
-    Bytes const offered = fromHex("02");
+    const StorePtr store = memoryStore();
+    const ContextPtr first = testkit::context(Pki::shared().good.certificate);
+    const Bytes kept = fromHex("01");
+    const Bytes offered = fromHex("02");
     CRYPT_DATA_BLOB blob = blobOf(kept);
     CertSetCertificateContextProperty(first.get(), 81, 0, &blob);
     ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), first.get(), CERT_STORE_ADD_NEW, nullptr));
-    ContextPtr const second = testkit::context(Pki::shared().good.certificate);
+    const ContextPtr second = testkit::context(Pki::shared().good.certificate);
     blob = blobOf(offered);
     CertSetCertificateContextProperty(second.get(), 81, 0, &blob);
     CertSetCertificateContextProperty(second.get(), 11, 0, &blob);
@@ -55,7 +55,7 @@ TEST(Store, FollowsTheDispositionForACertificateThatIsThere) {
     EXPECT_EQ(GetLastError(), CRYPT_E_EXISTS);
     PCCERT_CONTEXT added = nullptr;
     ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), second.get(), CERT_STORE_ADD_USE_EXISTING, &added));
-    ContextPtr const stored(added);
+    const ContextPtr stored(added);
     EXPECT_NE(stored.get(), second.get());
     EXPECT_EQ(stored->hCertStore, store.get());
     EXPECT_EQ(property(stored.get(), 81), kept);
@@ -71,16 +71,16 @@ TEST(Store, FollowsTheDispositionForACertificateThatIsThere) {
 
 TEST(Store, FindsByWhatIsAsked) {
     const Pki& pki = Pki::shared();
-    StorePtr const store = memoryStore();
+    const StorePtr store = memoryStore();
     for (const Bytes& der : {pki.root.certificate, pki.ca.certificate, pki.sameNameCa.certificate, pki.good.certificate,
                              pki.revoked.certificate}) {
         add(store, der);
     }
-    ContextPtr const good = testkit::context(pki.good.certificate);
-    Bytes const thumbprint = property(good.get(), CERT_SHA1_HASH_PROP_ID);
-    CRYPT_DATA_BLOB const hash = blobOf(thumbprint);
-    Bytes const shortName = Bytes(good->pCertInfo->Subject.pbData, good->pCertInfo->Subject.pbData + 4);
-    CRYPT_DATA_BLOB const noName = blobOf(shortName);
+    const ContextPtr good = testkit::context(pki.good.certificate);
+    const Bytes thumbprint = property(good.get(), CERT_SHA1_HASH_PROP_ID);
+    const CRYPT_DATA_BLOB hash = blobOf(thumbprint);
+    const Bytes shortName = Bytes(good->pCertInfo->Subject.pbData, good->pCertInfo->Subject.pbData + 4);
+    const CRYPT_DATA_BLOB noName = blobOf(shortName);
     using List = std::vector<Bytes>;
     EXPECT_EQ(walk(store.get(), CERT_FIND_SUBJECT_NAME, &good->pCertInfo->Subject), List{pki.good.certificate});
     EXPECT_EQ(walk(store.get(), CERT_FIND_SUBJECT_NAME, &noName), List{});
@@ -100,10 +100,10 @@ TEST(Store, FindsByWhatIsAsked) {
 
 TEST(Store, AsACollectionShowsItsMembersByPriority) {
     const Pki& pki = Pki::shared();
-    StorePtr const first = memoryStore();
-    StorePtr const second = memoryStore();
-    StorePtr const both = collection();
-    ContextPtr const any = testkit::context(pki.good.certificate);
+    const StorePtr first = memoryStore();
+    const StorePtr second = memoryStore();
+    const StorePtr both = collection();
+    const ContextPtr any = testkit::context(pki.good.certificate);
     EXPECT_FALSE(CertAddCertificateContextToStore(both.get(), any.get(), CERT_STORE_ADD_USE_EXISTING, nullptr));
     add(first, pki.good.certificate);
     add(first, pki.ca.certificate);
@@ -111,11 +111,11 @@ TEST(Store, AsACollectionShowsItsMembersByPriority) {
     add(second, pki.good.certificate);
     ASSERT_TRUE(CertAddStoreToCollection(both.get(), first.get(), 0, 0));
     ASSERT_TRUE(CertAddStoreToCollection(both.get(), second.get(), 0, 5));
-    std::vector<Bytes> const expected{pki.root.certificate, pki.good.certificate, pki.good.certificate,
+    const std::vector<Bytes> expected{pki.root.certificate, pki.good.certificate, pki.good.certificate,
                                       pki.ca.certificate};
     EXPECT_EQ(walk(both.get()), expected);
     // A member twice, also by way of another collection, is still one.
-    StorePtr const outer = collection();
+    const StorePtr outer = collection();
     ASSERT_TRUE(CertAddStoreToCollection(outer.get(), both.get(), 0, 0));
     ASSERT_TRUE(CertAddStoreToCollection(outer.get(), first.get(), 0, 0));
     ASSERT_TRUE(CertAddStoreToCollection(outer.get(), first.get(), 0, 0));
@@ -135,8 +135,8 @@ TEST(Store, LeavesMembersAndContextsUsableWhenItGoes) {
     StorePtr both = collection();
     ASSERT_TRUE(CertAddStoreToCollection(both.get(), member.get(), 0, 0));
     member.reset();
-    ContextPtr const context(CertEnumCertificatesInStore(both.get(), nullptr));
-    StorePtr const duplicate(CertDuplicateStore(both.get()));
+    const ContextPtr context(CertEnumCertificatesInStore(both.get(), nullptr));
+    const StorePtr duplicate(CertDuplicateStore(both.get()));
     both.reset();
     EXPECT_EQ(walk(duplicate.get()).size(), 1U);
     EXPECT_EQ(property(context.get(), CERT_SHA1_HASH_PROP_ID).size(), 20U);
@@ -145,9 +145,9 @@ TEST(Store, LeavesMembersAndContextsUsableWhenItGoes) {
 }
 
 TEST(Store, TakesCrlsAndRefusesOtherBytes) {
-    StorePtr const store = memoryStore();
-    Bytes const crl = makeCrl(Pki::shared().ca, {});
-    DWORD const size = static_cast<DWORD>(crl.size());
+    const StorePtr store = memoryStore();
+    const Bytes crl = makeCrl(Pki::shared().ca, {});
+    const DWORD size = static_cast<DWORD>(crl.size());
     EXPECT_TRUE(
         CertAddEncodedCRLToStore(store.get(), X509_ASN_ENCODING, crl.data(), size, CERT_STORE_ADD_NEW, nullptr));
     EXPECT_FALSE(

@@ -51,7 +51,7 @@ TEST_F(SystemStore, ShowsTheFilesOfBothFoldersInPemAndDer) {
     EXPECT_EQ(all(open("CA")), (std::vector<Bytes>{pki_.subCa.certificate, pki_.ca.certificate,
                                                    pki_.sibling.certificate, pki_.root.certificate}));
     EXPECT_EQ(all(open("CA", kMachine)), std::vector<Bytes>{pki_.root.certificate});
-    StorePtr const wide(CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, kUser, L"CA"));
+    const StorePtr wide(CertOpenStore(CERT_STORE_PROV_SYSTEM_W, 0, 0, kUser, L"CA"));
     EXPECT_EQ(all(wide).size(), 4U);
 }
 
@@ -60,7 +60,7 @@ TEST_F(SystemStore, PassesOverWhatIsNeitherCertificateNorCrl) {
     folder_.write("user/CA/.hidden.pem", pki_.ca.certificatePem());
     folder_.write("user/CA/sub/e.pem", pki_.ca.certificatePem());
     // The one certificate that counts, between two blocks that do not, and with a side file that does not parse.
-    std::string const broken = "-----BEGIN CERTIFICATE-----\n????\n-----END CERTIFICATE-----\n";
+    const std::string broken = "-----BEGIN CERTIFICATE-----\n????\n-----END CERTIFICATE-----\n";
     folder_.write("user/CA/z.pem", broken + pki_.root.certificatePem() + "-----BEGIN CERTIFICATE-----\nMIIB\n");
     folder_.write("user/CA/z.toml", "ocsp = [\nkey = ");
     EXPECT_EQ(all(open("CA")), std::vector<Bytes>{pki_.root.certificate});
@@ -77,32 +77,32 @@ std::string read(const Bytes& content, const char* name) {
             met[0] |= item->fMayBeCrl;
         },
         &counts);
-    std::string const text =
+    const std::string text =
         std::to_string(counts[1]) + std::to_string(counts[2]) + std::to_string(counts[3]) + std::to_string(counts[4]);
     return text + (counts[0] != 0 ? " crl?" : "");
 }
 
 TEST_F(SystemStore, ReadsEveryFormOfAFileInOneWay) {
-    std::string const pem = pki_.ca.certificatePem();
-    Bytes const crl = makeCrl(pki_.ca, {});
-    std::string const crlPem = toPem(crl, "X509 CRL");
+    const std::string pem = pki_.ca.certificatePem();
+    const Bytes crl = makeCrl(pki_.ca, {});
+    const std::string crlPem = toPem(crl, "X509 CRL");
     CertificateSpec spec;
     spec.extensions = {{"1.2.3.4", bytesOf(std::string_view("\n" + pem))}};
-    Bytes const carrier = selfSigned(spec).certificate;
-    Bytes const& ca = pki_.ca.certificate;
-    auto const cut = [](const Bytes& bytes) { return Bytes(bytes.begin(), bytes.end() - 1); };
-    auto const text = [](const std::string& content) { return bytesOf(std::string_view(content)); };
-    auto const withCrLf = [](std::string lines) {
+    const Bytes carrier = selfSigned(spec).certificate;
+    const Bytes& ca = pki_.ca.certificate;
+    const auto cut = [](const Bytes& bytes) { return Bytes(bytes.begin(), bytes.end() - 1); };
+    const auto text = [](const std::string& content) { return bytesOf(std::string_view(content)); };
+    const auto withCrLf = [](std::string lines) {
         for (size_t at = lines.find('\n'); at != std::string::npos; at = lines.find('\n', at + 2)) {
             lines.insert(at, 1, '\r');
         }
         return lines;
     };
-    auto const joined = [](Bytes front, const Bytes& back) {
+    const auto joined = [](Bytes front, const Bytes& back) {
         front.insert(front.end(), back.begin(), back.end());
         return front;
     };
-    auto const wide = [](const std::string& narrow) {
+    const auto wide = [](const std::string& narrow) {
         Bytes octets{0xFF, 0xFE};
         for (char const c : narrow) {
             octets.insert(octets.end(), {static_cast<BYTE>(c), 0});
@@ -158,7 +158,7 @@ TEST_F(SystemStore, NeverTreatsAnUnreadableFileAsEmpty) {
     folder_.write("user/CA/a.crl", makeCrl(pki_.ca, {}));
     EXPECT_FALSE(mayLackCrl());
     {
-        NoDescriptors const none;
+        const NoDescriptors none;
         EXPECT_TRUE(mayLackCrl());
         EXPECT_EQ(open("CA"), nullptr);
         EXPECT_EQ(GetLastError(), ERROR_TOO_MANY_OPEN_FILES);
@@ -166,11 +166,11 @@ TEST_F(SystemStore, NeverTreatsAnUnreadableFileAsEmpty) {
     EXPECT_FALSE(mayLackCrl());
     EXPECT_EQ(tallow::platform::chainSources(nullptr, nullptr).crls.size(), 1U);
     // The directory opens, the file does not: a link to nowhere, and to itself.
-    std::filesystem::path const link = folder_.path() / "user" / "CA" / "b";
+    const std::filesystem::path link = folder_.path() / "user" / "CA" / "b";
     for (const auto& target : {folder_.path() / "nothing", link}) {
         std::filesystem::create_symlink(target, link);
         EXPECT_TRUE(mayLackCrl()) << target;
-        StorePtr const store = open("CA");
+        const StorePtr store = open("CA");
         EXPECT_TRUE(tallow::platform::Store::of(store.get())->mayLackCrl());
         std::filesystem::remove(link);
     }
@@ -187,15 +187,15 @@ TEST_F(SystemStore, NeverLosesACrlThatIsRenamedWhileItsFolderIsRead) {
     std::string name = folder_.write("user/CA/a.crl", makeCrl(pki_.ca, {}));
     std::jthread mover([&](const std::stop_token& stop) {
         for (int i = 1; !stop.stop_requested(); ++i) {
-            std::string const next = folder_.file(i % 2 == 0 ? "user/CA/a.crl" : "user/CA/b.crl");
+            const std::string next = folder_.file(i % 2 == 0 ? "user/CA/a.crl" : "user/CA/b.crl");
             std::filesystem::rename(name, next);
             name = next;
             std::this_thread::sleep_for(std::chrono::microseconds(i % 100));
         }
     });
-    auto const end = std::chrono::steady_clock::now() + std::chrono::milliseconds(600);
+    const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(600);
     for (bool isLost = false; !isLost && std::chrono::steady_clock::now() < end;) {
-        auto const sources = tallow::platform::chainSources(nullptr, nullptr);
+        const auto sources = tallow::platform::chainSources(nullptr, nullptr);
         isLost = sources.crls.empty() && !sources.crlsIncomplete;
         EXPECT_FALSE(isLost);
     }
@@ -205,12 +205,12 @@ TEST_F(SystemStore, NeverLosesACrlThatIsRenamedWhileItsFolderIsRead) {
 }
 
 TEST_F(SystemStore, IgnoresRootsThatOthersCanWrite) {
-    std::string const root = folder_.write("machine/ROOT/a.pem", pki_.root.certificatePem());
+    const std::string root = folder_.write("machine/ROOT/a.pem", pki_.root.certificatePem());
     folder_.write("machine/CA/a.pem", pki_.root.certificatePem());
-    std::string const side = folder_.write("machine/CA/a.toml", "ocsp = [\"http://127.0.0.1/\"]");
-    std::string const bundle = folder_.write("bundle.pem", pki_.ca.certificatePem());
-    std::string const roots = folder_.file("machine/ROOT");
-    std::string const stores = folder_.file("machine");
+    const std::string side = folder_.write("machine/CA/a.toml", "ocsp = [\"http://127.0.0.1/\"]");
+    const std::string bundle = folder_.write("bundle.pem", pki_.ca.certificatePem());
+    const std::string roots = folder_.file("machine/ROOT");
+    const std::string stores = folder_.file("machine");
     struct Row {
         std::string path;
         mode_t mode;
@@ -221,27 +221,27 @@ TEST_F(SystemStore, IgnoresRootsThatOthersCanWrite) {
                            Row{root, 0644, true, 1}, Row{roots, 0775, false, 1}, Row{roots, 01777, false, 1},
                            Row{roots, 0755, true, 1}, Row{stores, 0777, false, 1}, Row{stores, 01777, false, 2},
                            Row{stores, 01777, true, 1}, Row{bundle, 0666, false, 1}, Row{bundle, 0644, true, 1}}) {
-        Changed const changed(row.path, row.mode, row.ofAnother);
+        const Changed changed(row.path, row.mode, row.ofAnother);
         if (changed.isDone()) {
             EXPECT_EQ(all(open("ROOT", kMachine)).size(), row.numRoots) << row.path << std::oct << row.mode;
             EXPECT_EQ(all(open("CA", kMachine)).size(), 1U) << "what is signed needs no trust in its file";
         }
     }
-    Changed const changed(side, 0666, false);
-    StorePtr const cas = open("CA", kMachine);
-    ContextPtr const first(CertEnumCertificatesInStore(cas.get(), nullptr));
+    const Changed changed(side, 0666, false);
+    const StorePtr cas = open("CA", kMachine);
+    const ContextPtr first(CertEnumCertificatesInStore(cas.get(), nullptr));
     EXPECT_TRUE(property(first.get(), CERT_CA_OCSP_AUTHORITY_INFO_ACCESS_PROP_ID).empty());
-    std::string const here = std::filesystem::relative(stores).string();
-    SettingsFile const relative("[crypto]\nsystem_roots = false\nmachine_stores = \"" + here + "\"\n");
+    const std::string here = std::filesystem::relative(stores).string();
+    const SettingsFile relative("[crypto]\nsystem_roots = false\nmachine_stores = \"" + here + "\"\n");
     EXPECT_TRUE(all(open("ROOT", kMachine)).empty()) << here;
 }
 
 TEST_F(SystemStore, IgnoresTheHomeOfAnotherUser) {
     folder_.write("home/.local/share/tallow/stores/CA/a.pem", pki_.ca.certificatePem());
-    SettingsFile const settings("[crypto]\nsystem_roots = false\nmachine_stores = \"\"\n");
-    Environment const environment{{"XDG_DATA_HOME", ""}, {"HOME", folder_.file("home")}};
+    const SettingsFile settings("[crypto]\nsystem_roots = false\nmachine_stores = \"\"\n");
+    const Environment environment{{"XDG_DATA_HOME", ""}, {"HOME", folder_.file("home")}};
     EXPECT_EQ(all(open("CA")).size(), 1U);
-    if (Changed const changed(folder_.file("home"), 0755, true); changed.isDone()) {
+    if (const Changed changed(folder_.file("home"), 0755, true); changed.isDone()) {
         EXPECT_EQ(open("CA"), nullptr);
         std::string told;
         crypto_list_store(
@@ -255,7 +255,7 @@ TEST_F(SystemStore, IgnoresTheHomeOfAnotherUser) {
 TEST_F(SystemStore, NeitherWaitsForNorFollowsWhatIsNoFile) {
     namespace fs = std::filesystem;
     folder_.write("user/CA/a.pem", pki_.ca.certificatePem());
-    fs::path const folder = folder_.path() / "user" / "CA";
+    const fs::path folder = folder_.path() / "user" / "CA";
     ASSERT_EQ(::mkfifo((folder / "b.pem").c_str(), 0600), 0);
     ASSERT_EQ(::mkfifo((folder / "a.toml").c_str(), 0600), 0);
     EXPECT_FALSE(mayLackCrl());
@@ -299,7 +299,7 @@ TEST_F(SystemStore, ShowsTheSystemsRootsInRootUnlessSwitchedOff) {
     EXPECT_EQ(all(open("ROOT")), (std::vector<Bytes>{pki_.sameNameCa.certificate, pki_.root.certificate}));
     EXPECT_EQ(all(open("ROOT", kMachine)), std::vector<Bytes>{pki_.root.certificate});
     EXPECT_EQ(open("CA"), nullptr);
-    SettingsFile const without("[crypto]\nsystem_roots = false\nuser_stores = \"" + folder_.file("user") +
+    const SettingsFile without("[crypto]\nsystem_roots = false\nuser_stores = \"" + folder_.file("user") +
                                "\"\nsystem_bundle = \"" + folder_.file("bundle.pem") + "\"\n");
     EXPECT_EQ(all(open("ROOT")), std::vector<Bytes>{pki_.sameNameCa.certificate});
 }
@@ -307,7 +307,7 @@ TEST_F(SystemStore, ShowsTheSystemsRootsInRootUnlessSwitchedOff) {
 TEST_F(SystemStore, IsEmptyWhileTheSettingsAreBroken) {
     folder_.write("bundle.pem", pki_.root.certificatePem());
     folder_.write("machine/ROOT/mine.pem", pki_.sameNameCa.certificatePem());
-    SettingsFile const late("[crypto]\nsystem_roots = false\nmax_crl_bytes = \"many\"\nmachine_stores = \"" +
+    const SettingsFile late("[crypto]\nsystem_roots = false\nmax_crl_bytes = \"many\"\nmachine_stores = \"" +
                             folder_.file("machine") + "\"\nsystem_bundle = \"" + folder_.file("bundle.pem") + "\"\n");
     EXPECT_EQ(all(open("ROOT", kMachine)), std::vector<Bytes>{pki_.sameNameCa.certificate});
     long limit = 0;
@@ -317,11 +317,11 @@ TEST_F(SystemStore, IsEmptyWhileTheSettingsAreBroken) {
 }
 
 TEST_F(SystemStore, ReadsCrlsFromTheSameFolder) {
-    Bytes const crl = makeCrl(pki_.ca, {});
+    const Bytes crl = makeCrl(pki_.ca, {});
     folder_.write("user/CA/a.crl", crl);
     folder_.write("user/CA/b.pem", toPem(makeCrl(pki_.root, {}), "X509 CRL") + pki_.ca.certificatePem());
-    StorePtr const store = open("CA");
-    std::vector<tallow::platform::CrlRef> const crls = tallow::platform::Store::of(store.get())->crls();
+    const StorePtr store = open("CA");
+    const std::vector<tallow::platform::CrlRef> crls = tallow::platform::Store::of(store.get())->crls();
     ASSERT_EQ(crls.size(), 2U);
     EXPECT_EQ(crls[0]->der, crl);
     EXPECT_EQ(all(store).size(), 1U);
@@ -331,38 +331,38 @@ TEST_F(SystemStore, SetsWhatTheSideFileSaysOnTheFirstCertificate) {
     folder_.write("user/ROOT/ca.pem", pki_.ca.certificatePem() + pki_.root.certificatePem());
     folder_.write("user/ROOT/ca.toml",
                   "key = \"ca.key\"\nocsp = [\"http://127.0.0.1:1/a\", \"http://127.0.0.1:2/\"]\n");
-    StorePtr const store = open("ROOT");
-    ContextPtr const first(CertEnumCertificatesInStore(store.get(), nullptr));
-    auto const description = [](const char* url) {
+    const StorePtr store = open("ROOT");
+    const ContextPtr first(CertEnumCertificatesInStore(store.get(), nullptr));
+    const auto description = [](const char* url) {
         return tlv::sequence(
             {tlv::oid("1.3.6.1.5.5.7.48.1"), tlv::contextPrimitive(6, bytesOf(std::string_view(url)))});
     };
     EXPECT_EQ(property(first.get(), CERT_CA_OCSP_AUTHORITY_INFO_ACCESS_PROP_ID),
               tlv::sequence({description("http://127.0.0.1:1/a"), description("http://127.0.0.1:2/")}));
-    Bytes const block = property(first.get(), CERT_KEY_PROV_INFO_PROP_ID);
+    const Bytes block = property(first.get(), CERT_KEY_PROV_INFO_PROP_ID);
     CRYPT_KEY_PROV_INFO info{};
     ASSERT_GE(block.size(), sizeof info);
     std::memcpy(&info, block.data(), sizeof info);
-    std::string const key = folder_.file("user/ROOT/ca.key");
+    const std::string key = folder_.file("user/ROOT/ca.key");
     EXPECT_EQ(std::wstring(info.pwszContainerName), std::wstring(key.begin(), key.end()));
-    ContextPtr const second(CertEnumCertificatesInStore(store.get(), CertDuplicateCertificateContext(first.get())));
+    const ContextPtr second(CertEnumCertificatesInStore(store.get(), CertDuplicateCertificateContext(first.get())));
     ASSERT_NE(second, nullptr);
     EXPECT_TRUE(property(second.get(), CERT_KEY_PROV_INFO_PROP_ID).empty());
 }
 
 TEST_F(SystemStore, NoticesChangedAndRemovedFiles) {
-    std::string const file = folder_.write("user/CA/a.pem", pki_.ca.certificatePem());
+    const std::string file = folder_.write("user/CA/a.pem", pki_.ca.certificatePem());
     EXPECT_EQ(all(open("CA")), std::vector<Bytes>{pki_.ca.certificate});
     folder_.write("user/CA/a.pem", pki_.root.certificatePem() + "\n");
     EXPECT_EQ(all(open("CA")), std::vector<Bytes>{pki_.root.certificate});
     folder_.write("user/CA/a.toml", "ocsp = [\"http://127.0.0.1/\"]\n");
-    StorePtr const withSide = open("CA");
-    ContextPtr const context(CertEnumCertificatesInStore(withSide.get(), nullptr));
+    const StorePtr withSide = open("CA");
+    const ContextPtr context(CertEnumCertificatesInStore(withSide.get(), nullptr));
     EXPECT_FALSE(property(context.get(), 81).empty());
     // What a caller sets stays with the store he opened.
     EXPECT_TRUE(CertSetCertificateContextProperty(context.get(), 81, 0, nullptr));
-    StorePtr const again = open("CA");
-    ContextPtr const fresh(CertEnumCertificatesInStore(again.get(), nullptr));
+    const StorePtr again = open("CA");
+    const ContextPtr fresh(CertEnumCertificatesInStore(again.get(), nullptr));
     EXPECT_FALSE(property(fresh.get(), 81).empty());
     std::filesystem::remove(file);
     EXPECT_TRUE(all(open("CA")).empty());

@@ -33,8 +33,8 @@ TEST(TextForms, WriteBase64InOneLineOrInLines) {
          {Row{"", L""}, Row{"f", L"Zg=="}, Row{"fo", L"Zm8="}, Row{"foo", L"Zm9v"}, Row{"\xFB\xFF\xBF", L"+/+/"}}) {
         EXPECT_EQ(base64(bytesOf(std::string_view(row.bytes)), kPlain), row.expected);
     }
-    Bytes const lineAndMore(49, 0);
-    std::wstring const line(64, L'A');
+    const Bytes lineAndMore(49, 0);
+    const std::wstring line(64, L'A');
     EXPECT_EQ(base64(lineAndMore, CRYPT_STRING_BASE64), line + L"\r\nAA==\r\n");
     EXPECT_EQ(base64(lineAndMore, CRYPT_STRING_BASE64 | CRYPT_STRING_NOCR), line + L"\nAA==\n");
     EXPECT_EQ(base64(Bytes(48, 0), CRYPT_STRING_BASE64 | CRYPT_STRING_NOCR), line + L"\n");
@@ -49,7 +49,7 @@ TEST(TextForms, WriteBase64InOneLineOrInLines) {
 }
 
 TEST(TextForms, ReadPemBase64AndBytesAsAllowed) {
-    std::string const pem = toPem(fromHex("3003020105"), "CERTIFICATE");
+    const std::string pem = toPem(fromHex("3003020105"), "CERTIFICATE");
     struct Row {
         const char* name;
         std::string text;
@@ -72,7 +72,7 @@ TEST(TextForms, ReadPemBase64AndBytesAsAllowed) {
         DWORD size = 64;
         DWORD skip = 99;
         DWORD met = 99;
-        BOOL const read = CryptStringToBinaryA(row.text.c_str(), 0, row.form, bytes.data(), &size, &skip, &met);
+        const BOOL read = CryptStringToBinaryA(row.text.c_str(), 0, row.form, bytes.data(), &size, &skip, &met);
         if (row.expected == "-") {
             EXPECT_FALSE(read);
             EXPECT_EQ(GetLastError(), ERROR_INVALID_DATA);

@@ -10,7 +10,7 @@
 namespace {
 
 std::wstring widen(const std::string& text, DWORD flags = 0) {
-    int const size = MultiByteToWideChar(CP_UTF8, flags, text.data(), static_cast<int>(text.size()), nullptr, 0);
+    const int size = MultiByteToWideChar(CP_UTF8, flags, text.data(), static_cast<int>(text.size()), nullptr, 0);
     std::wstring wide(static_cast<size_t>(size), L'#');
     if (size != 0) {
         EXPECT_EQ(MultiByteToWideChar(CP_ACP, flags, text.data(), static_cast<int>(text.size()), wide.data(), size),
@@ -20,7 +20,7 @@ std::wstring widen(const std::string& text, DWORD flags = 0) {
 }
 
 std::string narrow(const std::wstring& text, DWORD flags = 0) {
-    int const size =
+    const int size =
         WideCharToMultiByte(CP_UTF8, flags, text.data(), static_cast<int>(text.size()), nullptr, 0, nullptr, nullptr);
     std::string narrowed(static_cast<size_t>(size), '#');
     if (size != 0) {
@@ -70,7 +70,7 @@ TEST(Text, ReplacesWhatIsNoTextOrRefusesIt) {
                   0);
         EXPECT_EQ(GetLastError(), ERROR_NO_UNICODE_TRANSLATION);
     }
-    for (wchar_t const unit : {wchar_t{0xD800}, wchar_t{0xDFFF}, wchar_t{0x110000}, wchar_t{-1}}) {
+    for (const wchar_t unit : {wchar_t{0xD800}, wchar_t{0xDFFF}, wchar_t{0x110000}, wchar_t{-1}}) {
         EXPECT_EQ(narrow({unit}), "\xEF\xBF\xBD");
         EXPECT_EQ(WideCharToMultiByte(CP_UTF8, WC_ERR_INVALID_CHARS, &unit, 1, nullptr, 0, nullptr, nullptr), 0);
     }

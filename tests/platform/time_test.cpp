@@ -34,7 +34,7 @@ TEST(Time, ConvertsCountsAndCalendarBothWays) {
           Row{116444736000000000 + 1709164800ULL * 10000000, "2024-02-29 (4) 00:00:00.000"},
           Row{0x7FFFFFFFFFFFFFFF, "30828-09-14 (4) 02:48:05.477"}}) {
         SYSTEMTIME calendar{};
-        FILETIME const time = fileTime(row.ticks);
+        const FILETIME time = fileTime(row.ticks);
         ASSERT_TRUE(FileTimeToSystemTime(&time, &calendar)) << row.expected;
         EXPECT_EQ(text(calendar), row.expected);
         FILETIME back{};
@@ -47,7 +47,7 @@ TEST(Time, ConvertsCountsAndCalendarBothWays) {
 }
 
 TEST(Time, RefusesWhatIsNoTime) {
-    FILETIME const beyond = fileTime(0x8000000000000000);
+    const FILETIME beyond = fileTime(0x8000000000000000);
     SYSTEMTIME calendar{};
     EXPECT_FALSE(FileTimeToSystemTime(&beyond, &calendar));
     EXPECT_EQ(GetLastError(), ERROR_INVALID_PARAMETER);

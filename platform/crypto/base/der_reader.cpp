@@ -25,13 +25,13 @@ DerElement DerReader::next() noexcept {
     }
     const unsigned char* position = rest_.data();
     long length = 0;
-    int const header =
+    const int header =
         ASN1_get_object(&position, &length, &element.tag, &element.tagClass, static_cast<long>(rest_.size()));
     if ((header & kHeaderError) != 0 || (header & kIndefiniteLength) != 0) {
         failed_ = true;
         return {};
     }
-    size_t const sizeHeader = static_cast<size_t>(position - rest_.data());
+    const size_t sizeHeader = static_cast<size_t>(position - rest_.data());
     element.constructed = (header & V_ASN1_CONSTRUCTED) != 0;
     element.whole = rest_.first(sizeHeader + static_cast<size_t>(length));
     element.content = element.whole.subspan(sizeHeader);
@@ -40,8 +40,8 @@ DerElement DerReader::next() noexcept {
 }
 
 DerElement DerReader::expect(int tag) noexcept {
-    DerElement const element = next();
-    bool const constructed = tag == V_ASN1_SEQUENCE || tag == V_ASN1_SET;
+    const DerElement element = next();
+    const bool constructed = tag == V_ASN1_SEQUENCE || tag == V_ASN1_SET;
     if (failed_ || element.tagClass != V_ASN1_UNIVERSAL || element.tag != tag || element.constructed != constructed) {
         failed_ = true;
         return {};
@@ -53,8 +53,8 @@ DerElement DerReader::optionalContext(int tag) noexcept {
     if (failed_ || rest_.empty()) {
         return {};
     }
-    ByteView const before = rest_;
-    DerElement const element = next();
+    const ByteView before = rest_;
+    const DerElement element = next();
     if (!failed_ && element.tagClass == V_ASN1_CONTEXT_SPECIFIC && element.tag == tag) {
         return element;
     }
@@ -72,7 +72,7 @@ std::string oidText(const DerElement& element) {
         return {};
     }
     std::array<char, 512> text{};
-    int const length = OBJ_obj2txt(text.data(), text.size(), object, 1);
+    const int length = OBJ_obj2txt(text.data(), text.size(), object, 1);
     ASN1_OBJECT_free(object);
     return length > 0 && static_cast<size_t>(length) < text.size() ? std::string(text.data()) : std::string();
 }

@@ -18,16 +18,16 @@ constexpr std::string_view kBlanks = " \t\r\n\v\f";
 // The block that begins at the front of `text`, which ends where the next one begins.
 PemBlock blockOf(std::string_view text) {
     PemBlock block;
-    std::string_view const rest = text.substr(kBegin.size());
-    size_t const sizeLabel = std::min(rest.find(kDashes), rest.find('\n'));
+    const std::string_view rest = text.substr(kBegin.size());
+    const size_t sizeLabel = std::min(rest.find(kDashes), rest.find('\n'));
     block.label = rest.substr(0, sizeLabel);
     block.whole = text;
     if (sizeLabel >= rest.size() || rest[sizeLabel] == '\n') {
         return block;
     }
-    std::string_view const body = rest.substr(sizeLabel + kDashes.size());
-    std::string const end = std::string(kEnd).append(block.label).append(kDashes);
-    size_t const endAt = body.find(end);
+    const std::string_view body = rest.substr(sizeLabel + kDashes.size());
+    const std::string end = std::string(kEnd).append(block.label).append(kDashes);
+    const size_t endAt = body.find(end);
     if (endAt != std::string_view::npos) {
         block.body = body.substr(0, endAt);
         block.whole = text.substr(0, text.size() - body.size() + endAt + end.size());
@@ -38,13 +38,13 @@ PemBlock blockOf(std::string_view text) {
 
 // Without the headers of RFC 1421, "Name: value" lines that an empty line ends.
 std::string_view withoutHeaders(std::string_view body) {
-    size_t const start = std::min(body.find_first_not_of(kBlanks), body.size());
+    const size_t start = std::min(body.find_first_not_of(kBlanks), body.size());
     body.remove_prefix(start);
     if (body.substr(0, body.find('\n')).find(':') == std::string_view::npos) {
         return body;
     }
     for (std::string_view const gap : {"\n\n", "\r\n\r\n"}) {
-        if (size_t const at = body.find(gap); at != std::string_view::npos) {
+        if (const size_t at = body.find(gap); at != std::string_view::npos) {
             return body.substr(at + gap.size());
         }
     }
@@ -56,7 +56,7 @@ std::string_view withoutHeaders(std::string_view body) {
 std::vector<PemBlock> pemBlocks(std::string_view text) {
     std::vector<PemBlock> blocks;
     for (size_t begin = text.find(kBegin); begin != std::string_view::npos;) {
-        size_t const next = text.find(kBegin, begin + kBegin.size());
+        const size_t next = text.find(kBegin, begin + kBegin.size());
         blocks.push_back(blockOf(text.substr(begin, next - begin)));
         begin = next;
     }
@@ -67,13 +67,13 @@ bool decodeBase64(std::string_view text, Bytes& bytes) {
     constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
     std::string digits(text);
     std::erase_if(digits, [](char c) { return kBlanks.find(c) != std::string_view::npos; });
-    size_t const sizeData = std::min(digits.find_last_not_of('=') + 1, digits.size());
+    const size_t sizeData = std::min(digits.find_last_not_of('=') + 1, digits.size());
     if (digits.empty() || digits.size() > INT_MAX || digits.size() % 4 != 0 || digits.size() - sizeData > 2 ||
         std::string_view(digits).substr(0, sizeData).find_first_not_of(kDigits) != std::string_view::npos) {
         return false;
     }
     bytes.resize(digits.size() / 4 * 3);
-    int const size = EVP_DecodeBlock(bytes.data(), reinterpret_cast<const unsigned char*>(digits.data()),
+    const int size = EVP_DecodeBlock(bytes.data(), reinterpret_cast<const unsigned char*>(digits.data()),
                                      static_cast<int>(digits.size()));
     if (size < 0) {
         return false;

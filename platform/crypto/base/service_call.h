@@ -44,9 +44,9 @@ bool isOpenSslReady() noexcept;
 // itself up, for want of memory, the body does not run.
 template <typename Result, typename Body>
 Result serviceCall(Result failure, Body body) noexcept {
-    ForkGate const gate;
-    OpenSslErrors const errors;
-    DWORD const before = GetLastError();
+    const ForkGate gate;
+    const OpenSslErrors errors;
+    const DWORD before = GetLastError();
     SetLastError(0);
     Result result = failure;
     try {
@@ -67,7 +67,7 @@ Result serviceCall(Result failure, Body body) noexcept {
 
 // The two-step protocol for octets: 0, or ERROR_MORE_DATA.
 inline DWORD giveBytes(ByteView value, void* buffer, DWORD* size) noexcept {
-    DWORD const room = *size;
+    const DWORD room = *size;
     *size = static_cast<DWORD>(value.size());
     if (buffer == nullptr) {
         return 0;

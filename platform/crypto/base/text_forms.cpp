@@ -20,7 +20,7 @@ constexpr size_t kLineSize = 64;
 
 std::string base64(ByteView bytes) {
     std::string text((bytes.size() + 2) / 3 * 4 + 1, '\0');
-    int const size =
+    const int size =
         EVP_EncodeBlock(reinterpret_cast<unsigned char*>(text.data()), bytes.data(), static_cast<int>(bytes.size()));
     text.resize(static_cast<size_t>(size));
     return text;
@@ -49,8 +49,8 @@ bool readPem(std::string_view text, Bytes& bytes, size_t& position) {
 
 // Reads text in the forms that `form` allows; gives the one met, or an empty result for none.
 bool readText(std::string_view text, DWORD form, Bytes& bytes, DWORD& met, size_t& position) {
-    bool const pemAllowed = form == CRYPT_STRING_BASE64HEADER || form >= CRYPT_STRING_BASE64_ANY;
-    bool const base64Allowed = form == CRYPT_STRING_BASE64 || form >= CRYPT_STRING_BASE64_ANY;
+    const bool pemAllowed = form == CRYPT_STRING_BASE64HEADER || form >= CRYPT_STRING_BASE64_ANY;
+    const bool base64Allowed = form == CRYPT_STRING_BASE64 || form >= CRYPT_STRING_BASE64_ANY;
     if (pemAllowed && text.find("-----BEGIN ") != std::string_view::npos) {
         met = CRYPT_STRING_BASE64HEADER;
         return readPem(text, bytes, position);
@@ -86,8 +86,8 @@ BOOL CryptBinaryToStringW(const BYTE* pbBinary, DWORD cbBinary, DWORD dwFlags, L
         if ((dwFlags & CRYPT_STRING_NOCRLF) == 0) {
             text = inLines(text, (dwFlags & CRYPT_STRING_NOCR) != 0 ? "\n" : "\r\n");
         }
-        DWORD const room = *pcchString;
-        DWORD const size = static_cast<DWORD>(text.size());
+        const DWORD room = *pcchString;
+        const DWORD size = static_cast<DWORD>(text.size());
         *pcchString = size + 1;
         if (pszString == nullptr) {
             return TRUE;
@@ -110,7 +110,7 @@ BOOL CryptStringToBinaryA(LPCSTR pszString, DWORD cchString, DWORD dwFlags, BYTE
         if (!isReadForm(dwFlags)) {
             return fail(NTE_BAD_FLAGS);
         }
-        std::string_view const text(pszString, cchString == 0 ? std::strlen(pszString) : cchString);
+        const std::string_view text(pszString, cchString == 0 ? std::strlen(pszString) : cchString);
         Bytes bytes;
         DWORD met = 0;
         size_t position = 0;

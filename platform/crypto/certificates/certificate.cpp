@@ -82,13 +82,13 @@ const Certificate* Certificate::of(PCCERT_CONTEXT context) noexcept {
 
 void Certificate::dropReference() const noexcept {
     if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-        std::unique_ptr<const Certificate> const last(this);
+        const std::unique_ptr<const Certificate> last(this);
     }
 }
 
 bool Certificate::property(DWORD id, Bytes& value) const {
-    std::scoped_lock const lock(mutex_);
-    auto const found = properties_.find(id);
+    const std::scoped_lock lock(mutex_);
+    const auto found = properties_.find(id);
     if (found != properties_.end()) {
         value = found->second;
         return true;
@@ -102,18 +102,18 @@ bool Certificate::property(DWORD id, Bytes& value) const {
 
 void Certificate::setProperty(DWORD id, ByteView value) const {
     Bytes copied(value.begin(), value.end());
-    std::scoped_lock const lock(mutex_);
+    const std::scoped_lock lock(mutex_);
     properties_[id] = std::move(copied);
 }
 
 void Certificate::removeProperty(DWORD id) const {
-    std::scoped_lock const lock(mutex_);
+    const std::scoped_lock lock(mutex_);
     properties_.erase(id);
 }
 
 DWORD Certificate::propertyAfter(DWORD id) const {
-    std::scoped_lock const lock(mutex_);
-    auto const next = properties_.upper_bound(id);
+    const std::scoped_lock lock(mutex_);
+    const auto next = properties_.upper_bound(id);
     return next == properties_.end() ? 0 : next->first;
 }
 
@@ -123,10 +123,10 @@ void Certificate::addMissingProperties(const Certificate& source) const {
     }
     std::map<DWORD, Bytes> theirs;
     {
-        std::scoped_lock const lock(source.mutex_);
+        const std::scoped_lock lock(source.mutex_);
         theirs = source.properties_;
     }
-    std::scoped_lock const lock(mutex_);
+    const std::scoped_lock lock(mutex_);
     properties_.merge(theirs);
 }
 
@@ -136,10 +136,10 @@ void Certificate::replaceProperties(const Certificate& source) const {
     }
     std::map<DWORD, Bytes> theirs;
     {
-        std::scoped_lock const lock(source.mutex_);
+        const std::scoped_lock lock(source.mutex_);
         theirs = source.properties_;
     }
-    std::scoped_lock const lock(mutex_);
+    const std::scoped_lock lock(mutex_);
     properties_.swap(theirs);
 }
 

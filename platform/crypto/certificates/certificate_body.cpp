@@ -42,9 +42,9 @@ WORD digitsAt(ByteView text, size_t position, size_t count) {
 // False for any other, for a date that is none, and for years that the clock of the service cannot count.
 bool readTime(const DerElement& element, FILETIME& fileTime) {
     constexpr WORD kFirstYearOfUtcTime = 1950;
-    bool const isShort = element.tag == V_ASN1_UTCTIME;
-    size_t const sizeYear = isShort ? 2 : 4;
-    ByteView const text = element.content;
+    const bool isShort = element.tag == V_ASN1_UTCTIME;
+    const size_t sizeYear = isShort ? 2 : 4;
+    const ByteView text = element.content;
     if (text.size() != sizeYear + 11 || text.back() != 'Z') {
         return false;
     }
@@ -52,7 +52,7 @@ bool readTime(const DerElement& element, FILETIME& fileTime) {
     if (isShort && year < 100) {
         year = static_cast<WORD>(year + (year < kFirstYearOfUtcTime % 100 ? 2000 : 1900));
     }
-    SYSTEMTIME const moment{year,
+    const SYSTEMTIME moment{year,
                             digitsAt(text, sizeYear, 2),
                             0,
                             digitsAt(text, sizeYear + 2, 2),
@@ -76,7 +76,7 @@ X509Ptr parseX509(ByteView der) {
 // Has OpenSSL read extensions and key now, before threads share the object. Whether it could; a self-signed certificate
 // also passes for another one when its key could not be looked at.
 bool readDeep(X509& certificate) {
-    bool const isRead = X509_check_purpose(&certificate, -1, 0) == 1 && X509_get0_pubkey(&certificate) != nullptr;
+    const bool isRead = X509_check_purpose(&certificate, -1, 0) == 1 && X509_get0_pubkey(&certificate) != nullptr;
     return isRead && (X509_get_extension_flags(&certificate) & (EXFLAG_SI | EXFLAG_SS)) != EXFLAG_SI;
 }
 
@@ -87,7 +87,7 @@ CertificateBody::CertificateBody(ByteView der) : der_(der.begin(), der.end()) {}
 CertificateBody::~CertificateBody() = default;
 
 std::shared_ptr<const CertificateBody> CertificateBody::parse(ByteView der) {
-    OpenSslErrors const errors;
+    const OpenSslErrors errors;
     if (der.empty() || der.size() > UINT32_MAX) {
         return nullptr;
     }
@@ -104,10 +104,10 @@ std::shared_ptr<const CertificateBody> CertificateBody::parse(ByteView der) {
 bool CertificateBody::parseOuter() {
     DerReader outer{ByteView(der_)};
     DerReader parts = outer.sequence();
-    DerElement const tbs = parts.expect(V_ASN1_SEQUENCE);
+    const DerElement tbs = parts.expect(V_ASN1_SEQUENCE);
     CRYPT_ALGORITHM_IDENTIFIER outerAlgorithm{};
-    bool const algorithmRead = readAlgorithm(parts, outerAlgorithm);
-    DerElement const signature = parts.expect(V_ASN1_BIT_STRING);
+    const bool algorithmRead = readAlgorithm(parts, outerAlgorithm);
+    const DerElement signature = parts.expect(V_ASN1_BIT_STRING);
     DWORD unusedBits = 0;
     if (outer.failed() || parts.failed() || !outer.atEnd() || !parts.atEnd() || !algorithmRead ||
         !readBitString(signature, signature_, unusedBits)) {
@@ -120,15 +120,15 @@ bool CertificateBody::parseOuter() {
 bool CertificateBody::parseToBeSigned() {
     DerReader outer(tbs_);
     DerReader fields = outer.sequence();
-    if (DerElement const version = fields.optionalContext(0); version.tag == 0) {
+    if (const DerElement version = fields.optionalContext(0); version.tag == 0) {
         DerReader inner(version.content);
-        DerElement const number = inner.expect(V_ASN1_INTEGER);
+        const DerElement number = inner.expect(V_ASN1_INTEGER);
         if (inner.failed() || number.content.size() != 1 || number.content[0] > kFirstVersionWithExtensions) {
             return false;
         }
         info_.dwVersion = number.content[0];
     }
-    DerElement const serial = fields.expect(V_ASN1_INTEGER);
+    const DerElement serial = fields.expect(V_ASN1_INTEGER);
     serialReversed_.assign(serial.content.rbegin(), serial.content.rend());
     info_.SerialNumber = blob(serialReversed_);
     if (!readAlgorithm(fields, info_.SignatureAlgorithm)) {
@@ -136,7 +136,7 @@ bool CertificateBody::parseToBeSigned() {
     }
     info_.Issuer = blob(fields.expect(V_ASN1_SEQUENCE).whole);
     DerReader validity = fields.sequence();
-    bool const timesRead = readValidity(validity);
+    const bool timesRead = readValidity(validity);
     info_.Subject = blob(fields.expect(V_ASN1_SEQUENCE).whole);
     return timesRead && !serialReversed_.empty() && readPublicKeyInfo(fields) && parseTail(fields);
 }
@@ -144,8 +144,8 @@ bool CertificateBody::parseToBeSigned() {
 // False for what is no pair of times. Times that cannot be read leave a certificate that is never valid: another one of
 // the same message may be the one that counts.
 bool CertificateBody::readValidity(DerReader& validity) {
-    DerElement const notBefore = validity.next();
-    DerElement const notAfter = validity.next();
+    const DerElement notBefore = validity.next();
+    const DerElement notAfter = validity.next();
     if (validity.failed() || !isTime(notBefore) || !isTime(notAfter)) {
         return false;
     }
@@ -158,7 +158,7 @@ bool CertificateBody::readValidity(DerReader& validity) {
 }
 
 bool CertificateBody::readPublicKeyInfo(DerReader& fields) {
-    DerElement const element = fields.expect(V_ASN1_SEQUENCE);
+    const DerElement element = fields.expect(V_ASN1_SEQUENCE);
     spki_ = element.whole;
     DerReader parts(element.content);
     CERT_PUBLIC_KEY_INFO& key = info_.SubjectPublicKeyInfo;
@@ -176,7 +176,7 @@ bool CertificateBody::readPublicKeyInfo(DerReader& fields) {
 
 bool CertificateBody::parseTail(DerReader& fields) {
     for (int tag : {1, 2}) {
-        DerElement const element = fields.optionalContext(tag);
+        const DerElement element = fields.optionalContext(tag);
         if (element.tag != tag) {
             continue;
         }
@@ -188,8 +188,8 @@ bool CertificateBody::parseTail(DerReader& fields) {
         identifier.cbData = static_cast<DWORD>(octets.size());
         identifier.pbData = const_cast<BYTE*>(octets.data());
     }
-    DerElement const extensions = fields.optionalContext(3);
-    bool const read = extensions.tag != 3 || parseExtensions(extensions.content);
+    const DerElement extensions = fields.optionalContext(3);
+    const bool read = extensions.tag != 3 || parseExtensions(extensions.content);
     return read && !fields.failed() && fields.atEnd();
 }
 
@@ -241,7 +241,7 @@ LPSTR CertificateBody::keepText(std::string text) {
 }
 
 const CERT_EXTENSION* CertificateBody::extension(const char* oid) const noexcept {
-    auto const found = std::find_if(extensions_.begin(), extensions_.end(), [oid](const CERT_EXTENSION& extension) {
+    const auto found = std::find_if(extensions_.begin(), extensions_.end(), [oid](const CERT_EXTENSION& extension) {
         return std::strcmp(extension.pszObjId, oid) == 0;
     });
     return found == extensions_.end() ? nullptr : &*found;
@@ -252,7 +252,7 @@ X509* CertificateBody::x509() const noexcept {
         return nullptr;
     }
     return x509_.get([this] {
-        OpenSslErrors const errors;
+        const OpenSslErrors errors;
         // OpenSSL remembers in the object that its key or its extensions could not be read, also when only memory was
         // missing. The second object shows a fault of the certificate.
         X509Ptr made = parseX509(der_);
@@ -266,7 +266,7 @@ X509* CertificateBody::x509() const noexcept {
 
 EVP_PKEY* CertificateBody::publicKey() const noexcept {
     return key_.get([this] {
-        OpenSslErrors const errors;
+        const OpenSslErrors errors;
         return loadPublicKey(info_.SubjectPublicKeyInfo, spki_);
     });
 }

@@ -25,7 +25,7 @@ PCCERT_CONTEXT CertDuplicateCertificateContext(PCCERT_CONTEXT pCertContext) {
 }
 
 BOOL CertFreeCertificateContext(PCCERT_CONTEXT pCertContext) {
-    CertificateRef const dropped = CertificateRef::adopt(Certificate::of(pCertContext));
+    const CertificateRef dropped = CertificateRef::adopt(Certificate::of(pCertContext));
     return TRUE;
 }
 
@@ -38,7 +38,7 @@ BOOL CertGetCertificateContextProperty(PCCERT_CONTEXT pCertContext, DWORD dwProp
         if (!Certificate::of(pCertContext)->property(dwPropId, value)) {
             return fail(CRYPT_E_NOT_FOUND);
         }
-        DWORD const code = giveBytes(value, pvData, pcbData);
+        const DWORD code = giveBytes(value, pvData, pcbData);
         if (code == 0 && pvData != nullptr && dwPropId == CERT_KEY_PROV_INFO_PROP_ID) {
             unpackKeyProvInfo(value, pvData);
         }

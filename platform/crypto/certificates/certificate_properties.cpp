@@ -22,7 +22,7 @@ bool extensionValue(const CertificateBody& body, const char* oid, Bytes& value) 
     if (extension == nullptr) {
         return false;
     }
-    ByteView const bytes = view(extension->Value);
+    const ByteView bytes = view(extension->Value);
     value.assign(bytes.begin(), bytes.end());
     return true;
 }
@@ -31,7 +31,7 @@ bool extensionValue(const CertificateBody& body, const char* oid, Bytes& value) 
 bool keyIdentifier(const CertificateBody& body, Bytes& value) {
     if (const CERT_EXTENSION* const extension = body.extension(kSubjectKeyIdentifier)) {
         DerReader reader(view(extension->Value));
-        DerElement const element = reader.expect(V_ASN1_OCTET_STRING);
+        const DerElement element = reader.expect(V_ASN1_OCTET_STRING);
         value.assign(element.content.begin(), element.content.end());
         return !reader.failed();
     }
@@ -49,7 +49,7 @@ bool signatureHash(const CertificateBody& body, Bytes& value) {
 }  // namespace
 
 bool hashBytes(const char* digest, ByteView bytes, Bytes& value) {
-    OpenSslErrors const errors;
+    const OpenSslErrors errors;
     value.resize(EVP_MAX_MD_SIZE);
     size_t size = 0;
     if (EVP_Q_digest(nullptr, digest, nullptr, bytes.data(), bytes.size(), value.data(), &size) != 1) {
@@ -96,7 +96,7 @@ public:
         if (bytes == nullptr) {
             return 0;
         }
-        size_t const offset = (block_.size() + alignof(void*) - 1) / alignof(void*) * alignof(void*);
+        const size_t offset = (block_.size() + alignof(void*) - 1) / alignof(void*) * alignof(void*);
         block_.resize(offset + size);
         if (size != 0) {
             std::memcpy(block_.data() + offset, bytes, size);
@@ -134,9 +134,9 @@ void relocate(T*& pointer, BYTE* base) {
 Bytes packKeyProvInfo(const CRYPT_KEY_PROV_INFO& info) {
     Packer packer(sizeof info);
     CRYPT_KEY_PROV_INFO head = info;
-    DWORD const count = info.rgProvParam == nullptr ? 0 : info.cProvParam;
+    const DWORD count = info.rgProvParam == nullptr ? 0 : info.cProvParam;
     head.cProvParam = count;
-    uintptr_t const parameters = packer.append(info.rgProvParam, count * sizeof(CRYPT_KEY_PROV_PARAM));
+    const uintptr_t parameters = packer.append(info.rgProvParam, count * sizeof(CRYPT_KEY_PROV_PARAM));
     for (DWORD i = 0; i < count; ++i) {
         CRYPT_KEY_PROV_PARAM parameter = info.rgProvParam[i];
         setOffset(parameter.pbData, packer.append(parameter.pbData, parameter.cbData));
@@ -168,7 +168,7 @@ void unpackKeyProvInfo(ByteView packed, void* buffer) {
 }
 
 bool nameKey(const Certificate& certificate, const std::string& uri) {
-    int const size = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, uri.c_str(), -1, nullptr, 0);
+    const int size = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, uri.c_str(), -1, nullptr, 0);
     if (size <= 0) {
         return false;
     }

@@ -243,7 +243,7 @@ bool completePointName(DIST_POINT_NAME* name, const X509_NAME* base) {
 }
 
 std::shared_ptr<const Crl> Crl::parse(ByteView der) {
-    OpenSslErrors const errors;
+    const OpenSslErrors errors;
     if (der.empty() || der.size() > INT32_MAX) {
         return nullptr;
     }

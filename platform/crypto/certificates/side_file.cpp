@@ -37,9 +37,9 @@ DescriptionPtr ocspDescription(const std::string& address) {
 
 // The addresses as the DER of an AuthorityInfoAccessSyntax; empty when there are none.
 Bytes accessInformation(const toml::array& addresses) {
-    AccessPtr const access(AUTHORITY_INFO_ACCESS_new());
+    const AccessPtr access(AUTHORITY_INFO_ACCESS_new());
     for (const toml::node& node : addresses) {
-        std::string const address = node.value_or(std::string());
+        const std::string address = node.value_or(std::string());
         if (address.empty()) {
             continue;
         }
@@ -50,9 +50,9 @@ Bytes accessInformation(const toml::array& addresses) {
         static_cast<void>(description.release());
     }
     unsigned char* encoded = nullptr;
-    int const size =
+    const int size =
         sk_ACCESS_DESCRIPTION_num(access.get()) > 0 ? i2d_AUTHORITY_INFO_ACCESS(access.get(), &encoded) : 0;
-    OpenSslBytesPtr const owner(encoded);
+    const OpenSslBytesPtr owner(encoded);
     if (size < 0) {
         throw std::bad_alloc();
     }
@@ -62,12 +62,12 @@ Bytes accessInformation(const toml::array& addresses) {
 // Empty, or what is wrong with the text.
 std::string applyText(const std::string& text, const std::string& path, const Certificate& certificate) {
     try {
-        toml::table const table = toml::parse(text, path);
-        if (auto const key = table["key"].value<std::string>(); key && !key->empty()) {
+        const toml::table table = toml::parse(text, path);
+        if (const auto key = table["key"].value<std::string>(); key && !key->empty()) {
             nameKey(certificate, keyUri(*key, std::filesystem::path(path).parent_path()));
         }
         if (const toml::array* const addresses = table["ocsp"].as_array()) {
-            if (Bytes const access = accessInformation(*addresses); !access.empty()) {
+            if (const Bytes access = accessInformation(*addresses); !access.empty()) {
                 certificate.setProperty(CERT_CA_OCSP_AUTHORITY_INFO_ACCESS_PROP_ID, access);
             }
         }
@@ -87,7 +87,7 @@ SideFileResult applySideFile(const std::string& path, const Certificate& certifi
     if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
         return result;
     }
-    std::optional<WholeFile> const file = readWholeFile(path, kMaximumTomlSize, systemError);
+    const std::optional<WholeFile> file = readWholeFile(path, kMaximumTomlSize, systemError);
     if (!file) {
         result.problem = "cannot be read: " + std::generic_category().message(systemError);
         return result;

@@ -23,7 +23,7 @@ bool sameBytes(ByteView left, ByteView right) {
 
 void Store::dropReference() noexcept {
     if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-        std::unique_ptr<Store> const last(this);
+        const std::unique_ptr<Store> last(this);
     }
 }
 
@@ -71,12 +71,12 @@ namespace {
 class MemoryStore final : public Store {
 public:
     std::vector<CertificateRef> certificates() const override {
-        std::scoped_lock const lock(mutex_);
+        const std::scoped_lock lock(mutex_);
         return certificates_;
     }
 
     std::vector<CrlRef> crls() const override {
-        std::scoped_lock const lock(mutex_);
+        const std::scoped_lock lock(mutex_);
         return crls_;
     }
 
@@ -84,10 +84,10 @@ public:
     void noteMissingCrl() override { lacksCrl_ = true; }
 
     CertificateRef after(const Certificate* previous) const override {
-        std::scoped_lock const lock(mutex_);
+        const std::scoped_lock lock(mutex_);
         size_t position = 0;
         if (previous != nullptr) {
-            auto const found = positions_.find(previous);
+            const auto found = positions_.find(previous);
             position = found == positions_.end() ? certificates_.size() : found->second + 1;
         }
         return position < certificates_.size() ? certificates_[position] : CertificateRef();
@@ -98,7 +98,7 @@ public:
     DWORD addMember(Store& /*member*/, DWORD /*priority*/) override { return E_INVALIDARG; }
     bool contains(const Store& other) const override { return &other == this; }
     bool holds(const Certificate* certificate) const override {
-        std::scoped_lock const lock(mutex_);
+        const std::scoped_lock lock(mutex_);
         return positions_.count(certificate) != 0;
     }
     void appendLeaves(std::vector<StoreRef>& leaves) override { leaves.push_back(StoreRef::share(handle())); }
@@ -117,8 +117,8 @@ private:
 
 // All three or none: a certificate that is not found again would end every walk.
 void MemoryStore::append(const CertificateRef& certificate, size_t hash) {
-    size_t const position = certificates_.size();
-    auto const byHash = byHash_.emplace(hash, position);
+    const size_t position = certificates_.size();
+    const auto byHash = byHash_.emplace(hash, position);
     try {
         positions_.emplace(certificate.get(), position);
         certificates_.push_back(certificate);
@@ -130,7 +130,7 @@ void MemoryStore::append(const CertificateRef& certificate, size_t hash) {
 }
 
 CertificateRef MemoryStore::find(const Certificate& certificate, size_t hash) const {
-    auto const [first, last] = byHash_.equal_range(hash);
+    const auto [first, last] = byHash_.equal_range(hash);
     for (auto candidate = first; candidate != last; ++candidate) {
         if (sameBytes(certificates_[candidate->second]->der(), certificate.der())) {
             return certificates_[candidate->second];
@@ -140,8 +140,8 @@ CertificateRef MemoryStore::find(const Certificate& certificate, size_t hash) co
 }
 
 DWORD MemoryStore::add(const Certificate& certificate, DWORD disposition, CertificateRef* added) {
-    size_t const hash = hashOf(certificate.der());
-    std::scoped_lock const lock(mutex_);
+    const size_t hash = hashOf(certificate.der());
+    const std::scoped_lock lock(mutex_);
     CertificateRef stored = disposition == CERT_STORE_ADD_ALWAYS ? CertificateRef() : find(certificate, hash);
     if (stored && disposition == CERT_STORE_ADD_NEW) {
         return CRYPT_E_EXISTS;
@@ -161,8 +161,8 @@ DWORD MemoryStore::add(const Certificate& certificate, DWORD disposition, Certif
 }
 
 DWORD MemoryStore::add(CrlRef crl, DWORD disposition) {
-    std::scoped_lock const lock(mutex_);
-    bool const present =
+    const std::scoped_lock lock(mutex_);
+    const bool present =
         std::any_of(crls_.begin(), crls_.end(), [&](const CrlRef& held) { return held->der == crl->der; });
     if (present && disposition == CERT_STORE_ADD_NEW) {
         return CRYPT_E_EXISTS;
@@ -180,7 +180,7 @@ public:
     std::vector<CertificateRef> certificates() const override {
         std::vector<CertificateRef> all;
         for (const StoreRef& leaf : leaves()) {
-            std::vector<CertificateRef> const some = leaf->certificates();
+            const std::vector<CertificateRef> some = leaf->certificates();
             all.insert(all.end(), some.begin(), some.end());
         }
         return all;
@@ -189,14 +189,14 @@ public:
     std::vector<CrlRef> crls() const override {
         std::vector<CrlRef> all;
         for (const StoreRef& leaf : leaves()) {
-            std::vector<CrlRef> const some = leaf->crls();
+            const std::vector<CrlRef> some = leaf->crls();
             all.insert(all.end(), some.begin(), some.end());
         }
         return all;
     }
 
     bool mayLackCrl() const override {
-        std::vector<StoreRef> const all = leaves();
+        const std::vector<StoreRef> all = leaves();
         return std::any_of(all.begin(), all.end(), [](const StoreRef& leaf) { return leaf->mayLackCrl(); });
     }
     void noteMissingCrl() override {
@@ -208,11 +208,11 @@ public:
     CertificateRef after(const Certificate* previous) const override;
 
     DWORD add(const Certificate& certificate, DWORD disposition, CertificateRef* added) override {
-        StoreRef const member = first();
+        const StoreRef member = first();
         return member ? member->add(certificate, disposition, added) : ERROR_ACCESS_DENIED;
     }
     DWORD add(CrlRef crl, DWORD disposition) override {
-        StoreRef const member = first();
+        const StoreRef member = first();
         return member ? member->add(std::move(crl), disposition) : ERROR_ACCESS_DENIED;
     }
 
@@ -221,12 +221,12 @@ public:
         if (&other == this) {
             return true;
         }
-        std::vector<Member> const members = snapshot();
+        const std::vector<Member> members = snapshot();
         return std::any_of(members.begin(), members.end(),
                            [&](const Member& member) { return member.store->contains(other); });
     }
     bool holds(const Certificate* certificate) const override {
-        std::vector<StoreRef> const all = leaves();
+        const std::vector<StoreRef> all = leaves();
         return std::any_of(all.begin(), all.end(), [&](const StoreRef& leaf) { return leaf->holds(certificate); });
     }
     void appendLeaves(std::vector<StoreRef>& leaves) override {
@@ -242,11 +242,11 @@ private:
     };
 
     std::vector<Member> snapshot() const {
-        std::scoped_lock const lock(mutex_);
+        const std::scoped_lock lock(mutex_);
         return members_;
     }
     StoreRef first() const {
-        std::scoped_lock const lock(mutex_);
+        const std::scoped_lock lock(mutex_);
         return members_.empty() ? StoreRef() : members_.front().store;
     }
     std::vector<StoreRef> leaves() const;
@@ -268,7 +268,7 @@ std::vector<StoreRef> Collection::leaves() const {
 }
 
 CertificateRef Collection::after(const Certificate* previous) const {
-    std::vector<StoreRef> const all = leaves();
+    const std::vector<StoreRef> all = leaves();
     auto leaf = all.begin();
     if (previous != nullptr) {
         leaf = std::find_if(all.begin(), all.end(), [&](const StoreRef& store) { return store->holds(previous); });
@@ -285,8 +285,8 @@ DWORD Collection::addMember(Store& member, DWORD priority) {
     if (member.contains(*this)) {
         return E_INVALIDARG;
     }
-    std::scoped_lock const lock(mutex_);
-    auto const place = std::find_if(members_.begin(), members_.end(),
+    const std::scoped_lock lock(mutex_);
+    const auto place = std::find_if(members_.begin(), members_.end(),
                                     [priority](const Member& held) { return held.priority < priority; });
     members_.insert(place, {StoreRef::share(member.handle()), priority});
     return 0;

@@ -13,7 +13,7 @@ using namespace tallow::platform;
 namespace {
 
 std::string narrowText(const wchar_t* text) {
-    int const size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
+    const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
     std::string narrow(size > 0 ? static_cast<size_t>(size) : 1, '\0');
     WideCharToMultiByte(CP_UTF8, 0, text, -1, narrow.data(), size, nullptr, nullptr);
     narrow.pop_back();
@@ -21,7 +21,7 @@ std::string narrowText(const wchar_t* text) {
 }
 
 StoreView viewOf(DWORD flags) {
-    bool const isMachine = (flags & CERT_SYSTEM_STORE_LOCATION_MASK) == CERT_SYSTEM_STORE_LOCAL_MACHINE;
+    const bool isMachine = (flags & CERT_SYSTEM_STORE_LOCATION_MASK) == CERT_SYSTEM_STORE_LOCAL_MACHINE;
     return isMachine ? StoreView::kMachine : StoreView::kUser;
 }
 
@@ -34,7 +34,7 @@ StoreRef openSystem(const std::string& name, DWORD flags) {
 }
 
 StoreRef openStore(uintptr_t provider, DWORD flags, const void* name) {
-    bool const system = provider == reinterpret_cast<uintptr_t>(CERT_STORE_PROV_SYSTEM_A) ||
+    const bool system = provider == reinterpret_cast<uintptr_t>(CERT_STORE_PROV_SYSTEM_A) ||
                         provider == reinterpret_cast<uintptr_t>(CERT_STORE_PROV_SYSTEM_W);
     if (provider == reinterpret_cast<uintptr_t>(CERT_STORE_PROV_MEMORY)) {
         return makeMemoryStore();
@@ -84,7 +84,7 @@ bool fits(const Certificate& certificate, DWORD findType, const void* wanted) {
         case CERT_FIND_ISSUER_OF:
             return same(info.Subject, static_cast<PCCERT_CONTEXT>(wanted)->pCertInfo->Issuer);
         case CERT_FIND_EXISTING: {
-            PCCERT_CONTEXT const other = static_cast<PCCERT_CONTEXT>(wanted);
+            const PCCERT_CONTEXT other = static_cast<PCCERT_CONTEXT>(wanted);
             return same({certificate.context()->cbCertEncoded, certificate.context()->pbCertEncoded},
                         {other->cbCertEncoded, other->pbCertEncoded});
         }
@@ -117,7 +117,7 @@ struct Listener {
     void* context;
 
     void tell(DWORD kind, const std::string& path, ByteView der, const StoreProblem* problem) const {
-        CRYPTO_STORE_ITEM const item{sizeof item,
+        const CRYPTO_STORE_ITEM item{sizeof item,
                                      kind,
                                      path.c_str(),
                                      der.data(),
@@ -150,8 +150,8 @@ BOOL crypto_list_store(LPCSTR szName, DWORD dwFlags, PFN_CRYPTO_STORE_ITEM pfnIt
         if (szName == nullptr || pfnItem == nullptr || !isStoreName(szName)) {
             return fail(E_INVALIDARG);
         }
-        StoreFiles const found = systemStoreFolder(szName, viewOf(dwFlags));
-        Listener const listener{pfnItem, pvContext};
+        const StoreFiles found = systemStoreFolder(szName, viewOf(dwFlags));
+        const Listener listener{pfnItem, pvContext};
         for (const StoreFile& file : found.files) {
             listener.tell(*file.content, file.path);
         }
@@ -168,7 +168,7 @@ BOOL crypto_read_store_content(const BYTE* pbContent, DWORD cbContent, LPCSTR sz
         if (pfnItem == nullptr || (pbContent == nullptr && cbContent != 0)) {
             return fail(E_INVALIDARG);
         }
-        std::string const name = szName == nullptr ? "" : szName;
+        const std::string name = szName == nullptr ? "" : szName;
         Listener{pfnItem, pvContext}.tell(parseStoreFile({pbContent, cbContent}, name), name);
         return TRUE;
     });
@@ -192,7 +192,7 @@ HCERTSTORE CertDuplicateStore(HCERTSTORE hCertStore) {
 }
 
 BOOL CertCloseStore(HCERTSTORE hCertStore, DWORD /*dwFlags*/) {
-    StoreRef const dropped = StoreRef::adopt(Store::of(hCertStore));
+    const StoreRef dropped = StoreRef::adopt(Store::of(hCertStore));
     return TRUE;
 }
 
@@ -231,7 +231,7 @@ BOOL CertAddCertificateContextToStore(HCERTSTORE hCertStore, PCCERT_CONTEXT pCer
             return fail(E_INVALIDARG);
         }
         CertificateRef added;
-        DWORD const code = Store::of(hCertStore)->add(*Certificate::of(pCertContext), dwAddDisposition, &added);
+        const DWORD code = Store::of(hCertStore)->add(*Certificate::of(pCertContext), dwAddDisposition, &added);
         if (code == 0 && ppStoreContext != nullptr) {
             *ppStoreContext = added.releaseContext();
         }

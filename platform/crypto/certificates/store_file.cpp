@@ -47,13 +47,13 @@ bool isBinaryForm(ByteView content) {
 // The octet that follows a header, whatever length the header gives: the content may have been cut.
 ByteView afterHeader(ByteView header) {
     constexpr BYTE kLongForm = 0x80;
-    size_t const sizeLength = header.size() > 1 && header[1] > kLongForm ? header[1] - kLongForm : 0U;
+    const size_t sizeLength = header.size() > 1 && header[1] > kLongForm ? header[1] - kLongForm : 0U;
     return header.subspan(std::min(header.size(), 2 + sizeLength));
 }
 
 // Whether more follows than the structure at the front, which may be another one.
 bool hasMore(ByteView content) {
-    size_t const sizeHeader = content.size() - afterHeader(content).size();
+    const size_t sizeHeader = content.size() - afterHeader(content).size();
     size_t size = content.size() > 1 && sizeHeader == 2 ? content[1] : 0;
     for (size_t i = 2; i < sizeHeader; ++i) {
         size = size << 8 | content[i];
@@ -68,11 +68,11 @@ bool mayBeBinaryCrl(ByteView content) {
     if (hasMore(content)) {
         return true;
     }
-    ByteView const outer = afterHeader(content);
+    const ByteView outer = afterHeader(content);
     if (outer.empty() || outer[0] != kSequence) {
         return outer.empty() || outer[0] == V_ASN1_OBJECT;  // a PKCS #7 may hold one
     }
-    ByteView const toBeSigned = afterHeader(outer);
+    const ByteView toBeSigned = afterHeader(outer);
     return toBeSigned.empty() || toBeSigned[0] != kVersion;
 }
 
@@ -131,10 +131,10 @@ void addProblem(StoreFileContent& content, std::string_view label, const char* w
 }
 
 void takeBlock(const PemBlock& block, StoreFileContent& content) {
-    std::string const label = upperCase(block.label);
-    bool const isCertificate = label == "CERTIFICATE" || label == "X509 CERTIFICATE";
-    bool const isCrl = label == "X509 CRL" || label == "CRL";
-    bool const mayBeCrl = mayHoldCrl(label) || (!block.isComplete && std::string_view("X509 CRL").starts_with(label));
+    const std::string label = upperCase(block.label);
+    const bool isCertificate = label == "CERTIFICATE" || label == "X509 CERTIFICATE";
+    const bool isCrl = label == "X509 CRL" || label == "CRL";
+    const bool mayBeCrl = mayHoldCrl(label) || (!block.isComplete && std::string_view("X509 CRL").starts_with(label));
     Bytes der;
     if (!block.isComplete) {
         addProblem(content, block.label, "which has no end: the file was cut", mayBeCrl);
@@ -150,11 +150,11 @@ void takeBlock(const PemBlock& block, StoreFileContent& content) {
 }  // namespace
 
 bool endsAsCrl(std::string_view name) {
-    size_t const dot = name.rfind('.');
+    const size_t dot = name.rfind('.');
     if (dot == std::string_view::npos) {
         return false;
     }
-    std::string const ending = upperCase(name.substr(dot + 1));
+    const std::string ending = upperCase(name.substr(dot + 1));
     // "a1b2c3d4.r0" is how a directory of hashed names holds CRLs.
     return ending == "CRL" ||
            (ending.size() > 1 && ending[0] == 'R' && ending.find_first_not_of("0123456789", 1) == std::string::npos);
@@ -169,12 +169,12 @@ StoreFileContent parseStoreFile(ByteView bytes, std::string_view name) {
     if (takeCertificate(bytes, content) || takeCrl(bytes, content)) {
         return content;
     }
-    std::vector<PemBlock> const blocks = isBinaryForm(bytes) ? std::vector<PemBlock>() : pemBlocks(textOf(bytes));
+    const std::vector<PemBlock> blocks = isBinaryForm(bytes) ? std::vector<PemBlock>() : pemBlocks(textOf(bytes));
     for (const PemBlock& block : blocks) {
         takeBlock(block, content);
     }
     if (blocks.empty()) {
-        bool const mayBeCrl = mayHideCrl(bytes, name);
+        const bool mayBeCrl = mayHideCrl(bytes, name);
         const char* const reason = bytes.empty() ? "is empty" : "holds no certificate and no CRL in PEM or DER";
         content.problems.push_back({{}, reason, mayBeCrl, !mayBeCrl});
     } else if (hasBinary(bytes)) {

@@ -52,7 +52,7 @@ timespec currentTime() {
 // Whether a change after `begun` would show in the stamp.
 bool isSettled(const Stamp& stamp, const timespec& begun) {
     constexpr long kSecond = 1000000000;
-    long const seconds = begun.tv_sec - stamp.changed.tv_sec;
+    const long seconds = begun.tv_sec - stamp.changed.tv_sec;
     return seconds > 1 || seconds < -1 || seconds * kSecond + begun.tv_nsec - stamp.changed.tv_nsec > kTick;
 }
 
@@ -75,30 +75,30 @@ Cache& cache() {
 }
 
 std::shared_ptr<const StoreFileContent> keptContent(const std::string& path, const Stamp& file, const Stamp& side) {
-    std::scoped_lock const lock(cache().mutex);
-    auto const found = cache().files.find(path);
+    const std::scoped_lock lock(cache().mutex);
+    const auto found = cache().files.find(path);
     return found != cache().files.end() && found->second.file == file && found->second.side == side
                ? found->second.content
                : nullptr;
 }
 
 void keep(const std::string& path, Kept kept) {
-    std::scoped_lock const lock(cache().mutex);
+    const std::scoped_lock lock(cache().mutex);
     cache().files.insert_or_assign(path, std::move(kept));
 }
 
 void forget(const std::string& path) {
-    std::scoped_lock const lock(cache().mutex);
+    const std::scoped_lock lock(cache().mutex);
     cache().files.erase(path);
 }
 
 // Forgets the files of a directory that are no longer there; `names` is sorted.
 void forgetOthers(const std::string& folder, const std::vector<std::string>& names) {
-    std::string const prefix = folder + '/';
-    std::scoped_lock const lock(cache().mutex);
+    const std::string prefix = folder + '/';
+    const std::scoped_lock lock(cache().mutex);
     auto& files = cache().files;
     for (auto file = files.lower_bound(prefix); file != files.end() && file->first.starts_with(prefix);) {
-        std::string_view const name = std::string_view(file->first).substr(prefix.size());
+        const std::string_view name = std::string_view(file->first).substr(prefix.size());
         file = std::binary_search(names.begin(), names.end(), name) ? std::next(file) : files.erase(file);
     }
 }
@@ -115,9 +115,9 @@ std::string readFailure(int systemError) {
 }
 
 std::string sideFileOf(const std::string& path) {
-    size_t const slash = path.rfind('/');
-    size_t const dot = path.rfind('.');
-    bool const hasEnding = dot != std::string::npos && (slash == std::string::npos || dot > slash + 1);
+    const size_t slash = path.rfind('/');
+    const size_t dot = path.rfind('.');
+    const bool hasEnding = dot != std::string::npos && (slash == std::string::npos || dot > slash + 1);
     return path.substr(0, hasEnding ? dot : path.size()).append(kSideFileSuffix);
 }
 
@@ -132,7 +132,7 @@ struct Reading {
 bool lookAt(const std::string& path, StoreKind kind, struct stat& status, Reading& reading) {
     StoreFiles& found = reading.found;
     if (::stat(path.c_str(), &status) != 0) {
-        int const systemError = errno;
+        const int systemError = errno;
         struct stat link {};
         // A file that went away may have another name now; a dangling link is unreadable.
         if (systemError != ENOENT || ::lstat(path.c_str(), &link) == 0) {
@@ -164,7 +164,7 @@ void applySide(const std::string& path, StoreFileContent& content, Stamp& stamp)
     if (content.certificates.empty()) {
         return;
     }
-    SideFileResult const result = applySideFile(path, *content.certificates.front());
+    const SideFileResult result = applySideFile(path, *content.certificates.front());
     stamp = result.wasRead ? stampOf(result.status) : stamp;
     if (!result.problem.empty()) {
         content.problems.push_back({path, result.problem, false});
@@ -176,8 +176,8 @@ void applySide(const std::string& path, StoreFileContent& content, Stamp& stamp)
 std::shared_ptr<const StoreFileContent> readContent(const std::string& path, Stamp side, Reading& reading) {
     forget(path);
     int systemError = 0;
-    timespec const begun = currentTime();
-    std::optional<WholeFile> const file = readWholeFile(path, kMaximumFileSize, systemError);
+    const timespec begun = currentTime();
+    const std::optional<WholeFile> file = readWholeFile(path, kMaximumFileSize, systemError);
     if (!file) {
         if (systemError != ENOENT) {
             tell(reading.found, path, readFailure(systemError), true);
@@ -193,7 +193,7 @@ std::shared_ptr<const StoreFileContent> readContent(const std::string& path, Sta
     for (const StoreProblem& problem : content->problems) {
         TALLOW_CRYPTO_TRACE("%s: %s\n", (problem.path.empty() ? path : problem.path).c_str(), problem.reason.c_str());
     }
-    Stamp const stamp = stampOf(file->status);
+    const Stamp stamp = stampOf(file->status);
     if (content->isFinal && isSettled(stamp, begun) && (side.size < 0 || isSettled(side, begun))) {
         keep(path, {stamp, side, content});
     }
@@ -206,7 +206,7 @@ void addFile(const std::string& path, bool hasSide, StoreKind kind, Reading& rea
         return;
     }
     struct stat side {};
-    Stamp const sideStamp = hasSide && ::stat(sideFileOf(path).c_str(), &side) == 0 ? stampOf(side) : Stamp();
+    const Stamp sideStamp = hasSide && ::stat(sideFileOf(path).c_str(), &side) == 0 ? stampOf(side) : Stamp();
     std::shared_ptr<const StoreFileContent> content = keptContent(path, stampOf(status), sideStamp);
     if (content == nullptr) {
         content = readContent(path, sideStamp, reading);
@@ -223,7 +223,7 @@ bool isAbsolute(const std::string& path) {
 // Whether only trusted users can add or replace roots here.
 bool isTrusted(const std::string& folder, const struct stat& status, StoreFiles& found) {
     struct stat above {};
-    std::string const stores = directoryOf(folder);
+    const std::string stores = directoryOf(folder);
     const char* const why = whyUntrusted(status);
     if (why != nullptr) {
         tell(found, folder, why, true);
@@ -245,8 +245,8 @@ Reading readFolder(const std::string& folder, StoreKind kind) {
     Reading reading;
     StoreFiles& found = reading.found;
     int systemError = 0;
-    timespec const begun = currentTime();
-    std::optional<DirectoryListing> const listing = readDirectory(folder, systemError);
+    const timespec begun = currentTime();
+    const std::optional<DirectoryListing> listing = readDirectory(folder, systemError);
     if (!listing) {
         if (systemError != ENOENT) {
             found.systemError = systemError;
@@ -266,12 +266,12 @@ Reading readFolder(const std::string& folder, StoreKind kind) {
     found.files.reserve(listing->names.size());
     for (const std::string& name : listing->names) {
         if (!name.ends_with(kSideFileSuffix)) {
-            std::string const path = std::string(folder).append(1, '/').append(name);
-            std::string const side = sideFileOf(path).substr(folder.size() + 1);
+            const std::string path = std::string(folder).append(1, '/').append(name);
+            const std::string side = sideFileOf(path).substr(folder.size() + 1);
             addFile(path, std::binary_search(listing->names.begin(), listing->names.end(), side), kind, reading);
         }
     }
-    Stamp const stamp = stampOf(listing->status);
+    const Stamp stamp = stampOf(listing->status);
     struct stat after {};
     reading.isDisturbed |=
         !isSettled(stamp, begun) || ::stat(folder.c_str(), &after) != 0 || !(stampOf(after) == stamp);
@@ -304,7 +304,7 @@ void addStoreFolder(const std::string& folder, StoreKind kind, StoreFiles& found
     constexpr int kMaximumReadings = 4;
     Reading reading = readFolder(folder, kind);
     for (int i = 1; reading.isDisturbed && i < kMaximumReadings; ++i) {
-        timespec const pause{0, kTick};
+        const timespec pause{0, kTick};
         ::nanosleep(&pause, nullptr);
         reading = readFolder(folder, kind);
     }
@@ -322,7 +322,7 @@ void addBundle(const std::string& path, StoreFiles& found) {
         }
         return;
     }
-    std::string const folder = directoryOf(path);
+    const std::string folder = directoryOf(path);
     if (::stat(folder.c_str(), &directory) != 0) {
         if (errno != ENOENT && errno != ENOTDIR) {
             tell(found, folder, readFailure(errno), false);

@@ -27,7 +27,7 @@ void tell(StoreFiles& found, const std::string& path, const char* reason, bool m
 std::string defaultUserStores(StoreFiles& found) {
     const char* const data = secure_getenv("XDG_DATA_HOME");
     const char* const home = secure_getenv("HOME");
-    bool const hasData = data != nullptr && *data == '/';
+    const bool hasData = data != nullptr && *data == '/';
     const char* const base = hasData ? data : home;
     struct stat status {};
     if (base == nullptr || *base != '/' || ::stat(base, &status) != 0) {
@@ -46,12 +46,12 @@ std::string storesOf(StoreView storeView, StoreFiles& found) {
         return settingText("\\crypto\\machine_stores", kDefaultMachineStores);
     }
     size_t size = 0;
-    bool const isSet = support_registry_get_string(kUserStores, &size, nullptr) == 0;
+    const bool isSet = support_registry_get_string(kUserStores, &size, nullptr) == 0;
     return isSet ? settingText(kUserStores, {}) : defaultUserStores(found);
 }
 
 void addFolderOf(const std::string& name, StoreView storeView, StoreFiles& found) {
-    std::string const stores = storesOf(storeView, found);
+    const std::string stores = storesOf(storeView, found);
     SUPPORT_SETTINGS_ERROR error{};
     if (!stores.empty()) {
         addStoreFolder(stores + '/' + name, name == kRootStore ? StoreKind::kRoots : StoreKind::kSigned, found);
@@ -101,7 +101,7 @@ StoreFiles systemStoreFiles(const std::string& name, StoreView storeView) {
 }
 
 StoreRef openSystemStore(const std::string& name, StoreView storeView, bool mustExist) {
-    StoreFiles const found = systemStoreFiles(name, storeView);
+    const StoreFiles found = systemStoreFiles(name, storeView);
     if (found.systemError != 0 || (!found.exists && mustExist)) {
         SetLastError(found.systemError != 0 ? lastErrorOf(found.systemError) : ERROR_FILE_NOT_FOUND);
         return {};

@@ -40,7 +40,7 @@ void addStore(ChainSources& sources, const Store* store) {
 // Takes the files' own records instead of a store filled with copies: a bundle of system roots has some 150.
 void addSystemStore(const char* name, StoreView storeView, std::vector<CertificateRef>& certificates,
                     ChainSources& sources) {
-    StoreFiles const found = systemStoreFiles(name, storeView);
+    const StoreFiles found = systemStoreFiles(name, storeView);
     for (const StoreFile& file : found.files) {
         const StoreFileContent& content = *file.content;
         certificates.insert(certificates.end(), content.certificates.begin(), content.certificates.end());

@@ -104,7 +104,7 @@ PCCRYPT_OID_INFO publicRecord(const Algorithm* row) noexcept {
 
 template <typename Predicate>
 const Algorithm* findRow(Predicate predicate) noexcept {
-    auto const* const row = std::find_if(kAlgorithms.begin(), kAlgorithms.end(), predicate);
+    const auto* const row = std::find_if(kAlgorithms.begin(), kAlgorithms.end(), predicate);
     return row == kAlgorithms.end() ? nullptr : row;
 }
 
@@ -141,7 +141,7 @@ const EVP_MD* digestOf(const Algorithm& algorithm) noexcept {
     }
     static NeverDestroyed<std::array<MadeOnce<DigestPtr>, kAlgorithms.size()>> digests;
     return (*digests)[static_cast<size_t>(&algorithm - kAlgorithms.data())].get([&] {
-        OpenSslErrors const errors;
+        const OpenSslErrors errors;
         return DigestPtr(EVP_MD_fetch(nullptr, algorithm.digest, nullptr));
     });
 }
@@ -160,10 +160,10 @@ DWORD CertOIDToAlgId(LPCSTR pszObjId) {
 }
 
 PCCRYPT_OID_INFO CryptFindOIDInfo(DWORD dwKeyType, void* pvKey, DWORD dwGroupId) {
-    ForkGate const gate;
+    const ForkGate gate;
     // The upper half of the group holds search flags that mean nothing here.
-    DWORD const group = dwGroupId & 0xFFFFU;
-    auto const inGroup = [group](const Algorithm& row) { return group == 0 || row.group == group; };
+    const DWORD group = dwGroupId & 0xFFFFU;
+    const auto inGroup = [group](const Algorithm& row) { return group == 0 || row.group == group; };
     if (pvKey == nullptr) {
         SetLastError(E_INVALIDARG);
         return nullptr;

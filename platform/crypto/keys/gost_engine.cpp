@@ -28,7 +28,7 @@ using FunctionalPtr = std::unique_ptr<ENGINE, OpenSslFree<ENGINE_finish>>;
 // fifty.
 bool isInstalled() {
     const char* const directory = OPENSSL_info(OPENSSL_INFO_ENGINES_DIR);
-    std::string const path = std::string(directory == nullptr ? "" : directory) + "/gost.so";
+    const std::string path = std::string(directory == nullptr ? "" : directory) + "/gost.so";
     return ::access(path.c_str(), F_OK) == 0;
 }
 
@@ -42,12 +42,12 @@ bool isListed() {
 }
 
 ENGINE* load() {
-    OpenSslErrors const errors;
+    const OpenSslErrors errors;
     if (!isInstalled() && !isListed()) {
         TALLOW_CRYPTO_TRACE("the gost engine is not installed\n");
         return nullptr;
     }
-    StructuralPtr const engine(ENGINE_by_id("gost"));
+    const StructuralPtr engine(ENGINE_by_id("gost"));
     FunctionalPtr started(engine != nullptr && ENGINE_init(engine.get()) == 1 ? engine.get() : nullptr);
     if (started == nullptr || ENGINE_set_default(started.get(), ENGINE_METHOD_DIGESTS | ENGINE_METHOD_PKEY_METHS |
                                                                     ENGINE_METHOD_PKEY_ASN1_METHS) != 1) {
@@ -62,7 +62,7 @@ ENGINE* gostEngine() noexcept {
     static constinit std::mutex mutex;
     static ENGINE* engine = nullptr;
     try {
-        std::scoped_lock const lock(mutex);
+        const std::scoped_lock lock(mutex);
         engine = engine == nullptr ? load() : engine;
         return engine;
     } catch (...) {

@@ -52,11 +52,11 @@ unsigned long long roundsOfParameters(ByteView parameters, int count) {
 
 unsigned long long roundsAfter(std::string_view oid, ByteView der, size_t sizeEnd, int count) {
     unsigned long long rounds = 0;
-    std::string_view const text = textOf(der);
+    const std::string_view text = textOf(der);
     for (size_t at = text.find(oid); at != std::string_view::npos; at = text.find(oid, at + 1)) {
-        size_t const end = at + oid.size();
+        const size_t end = at + oid.size();
         // The ends of PBES1 (1 to 11) stand beside those of PBES2 (13) and PBKDF2 (12), which has a search of its own.
-        bool const isOther = sizeEnd == 1 && (end >= der.size() || der[end] == 0 || der[end] > 11);
+        const bool isOther = sizeEnd == 1 && (end >= der.size() || der[end] == 0 || der[end] > 11);
         if (!isOther) {
             rounds = std::min(rounds + roundsOfParameters(der.subspan(std::min(end + sizeEnd, der.size())), count),
                               kTooMany);
@@ -67,7 +67,7 @@ unsigned long long roundsAfter(std::string_view oid, ByteView der, size_t sizeEn
 
 unsigned long long roundsOfMac(ByteView der) {
     const unsigned char* position = der.data();
-    Pkcs12Ptr const container(d2i_PKCS12(nullptr, &position, static_cast<long>(der.size())));
+    const Pkcs12Ptr container(d2i_PKCS12(nullptr, &position, static_cast<long>(der.size())));
     if (container == nullptr || PKCS12_mac_present(container.get()) != 1) {
         return 0;
     }
@@ -93,8 +93,8 @@ unsigned long long roundsIn(ByteView der) {
 
 unsigned long long roundsOf(const X509_ALGOR* algorithm) {
     unsigned char* encoded = nullptr;
-    int const size = i2d_X509_ALGOR(algorithm, &encoded);
-    OpenSslBytesPtr const owner(encoded);
+    const int size = i2d_X509_ALGOR(algorithm, &encoded);
+    const OpenSslBytesPtr owner(encoded);
     return size <= 0 ? kTooMany : roundsIn({encoded, static_cast<size_t>(size)});
 }
 
@@ -114,11 +114,11 @@ bool canOpen(const X509_ALGOR* algorithm) {
     }
     const auto* const sequence = static_cast<const ASN1_STRING*>(value);
     const unsigned char* position = ASN1_STRING_get0_data(sequence);
-    Pbes2Ptr const parameters(d2i_PBE2PARAM(nullptr, &position, ASN1_STRING_length(sequence)));
+    const Pbes2Ptr parameters(d2i_PBE2PARAM(nullptr, &position, ASN1_STRING_length(sequence)));
     if (parameters == nullptr) {
         return false;
     }
-    int const derivation = OBJ_obj2nid(parameters->keyfunc->algorithm);
+    const int derivation = OBJ_obj2nid(parameters->keyfunc->algorithm);
     return (derivation == NID_id_pbkdf2 || derivation == NID_id_scrypt) &&
            isFetchable(OBJ_obj2nid(parameters->encryption->algorithm));
 }

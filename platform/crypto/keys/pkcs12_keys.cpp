@@ -31,7 +31,7 @@ public:
 
     void run(const STACK_OF(PKCS7) * safes) {
         for (int i = 0; i < sk_PKCS7_num(safes) && result_.found == nullptr; ++i) {
-            BagsPtr const bags = bagsOf(sk_PKCS7_value(safes, i));
+            const BagsPtr bags = bagsOf(sk_PKCS7_value(safes, i));
             for (int j = 0; j < sk_PKCS12_SAFEBAG_num(bags.get()) && result_.found == nullptr; ++j) {
                 offer(keyOf(sk_PKCS12_SAFEBAG_value(bags.get(), j)));
             }
@@ -42,7 +42,7 @@ private:
     // Whether the password may be tried on what the algorithm closed.
     bool mayOpen(const X509_ALGOR* algorithm) {
         rounds_ += roundsOf(algorithm);
-        bool const may = rounds_ <= kMaximumRounds && canOpen(algorithm);
+        const bool may = rounds_ <= kMaximumRounds && canOpen(algorithm);
         result_.isUnsupported |= !may;
         return may;
     }
@@ -75,7 +75,7 @@ private:
         if (!mayOpen(algorithm)) {
             return nullptr;
         }
-        Pkcs8Ptr const opened(PKCS12_decrypt_skey(bag, pin_, kWholeText));
+        const Pkcs8Ptr opened(PKCS12_decrypt_skey(bag, pin_, kWholeText));
         result_.isLocked |= opened == nullptr;
         return KeyPtr(opened == nullptr ? nullptr : EVP_PKCS82PKEY(opened.get()));
     }
@@ -107,13 +107,13 @@ bool canVerifyMac(const PKCS12* container) {
 Pkcs12Result findPkcs12Key(ByteView file, const char* pin, EVP_PKEY* publicKey) {
     Pkcs12Result result;
     const unsigned char* position = file.data();
-    Pkcs12Ptr const container(d2i_PKCS12(nullptr, &position, static_cast<long>(file.size())));
+    const Pkcs12Ptr container(d2i_PKCS12(nullptr, &position, static_cast<long>(file.size())));
     result.isPkcs12 = container != nullptr;
     if (container == nullptr) {
         return result;
     }
-    SafesPtr const safes(PKCS12_unpack_authsafes(container.get()));
-    bool const hasMac = PKCS12_mac_present(container.get()) == 1;
+    const SafesPtr safes(PKCS12_unpack_authsafes(container.get()));
+    const bool hasMac = PKCS12_mac_present(container.get()) == 1;
     if (safes == nullptr || (hasMac && !canVerifyMac(container.get()))) {
         result.isUnsupported = true;  // public-key integrity mode or unknown MAC
         return result;

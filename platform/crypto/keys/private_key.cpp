@@ -60,7 +60,7 @@ struct Search {
 
 // Answers OpenSSL, straight into its own buffer, which it cleanses.
 int givePin(UI* dialogue, UI_STRING* question) {
-    UI_string_types const kind = UI_get_string_type(question);
+    const UI_string_types kind = UI_get_string_type(question);
     if (kind != UIT_PROMPT && kind != UIT_VERIFY) {
         return 1;  // a notice
     }
@@ -85,7 +85,7 @@ void searchStore(OSSL_STORE_CTX* store, Search& search) {
     OSSL_STORE_expect(store, OSSL_STORE_INFO_PKEY);
     int asked = 0;
     for (int i = 0; i < kMaximumSteps && search.found == nullptr && OSSL_STORE_eof(store) != 1; ++i) {
-        StoreInfoPtr const object(OSSL_STORE_load(store));
+        const StoreInfoPtr object(OSSL_STORE_load(store));
         if (KeyPtr key(object == nullptr ? nullptr : OSSL_STORE_INFO_get1_PKEY(object.get())); key != nullptr) {
             search.offer(std::move(key));
         } else if (search.timesAsked > asked && OSSL_STORE_error(store) == 1) {
@@ -107,7 +107,7 @@ struct KeyFile {
 
 bool readKeyFile(const std::string& path, KeyFile& file) {
     // Neither a pipe nor a device may make the call wait.
-    Descriptor const descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
+    const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     struct stat status {};
     if (!descriptor.valid() || ::fstat(descriptor.get(), &status) != 0 || !S_ISREG(status.st_mode) ||
         status.st_size == 0 || status.st_size > kLargestKeyFile) {
@@ -121,7 +121,7 @@ bool readKeyFile(const std::string& path, KeyFile& file) {
 const char* whyClosed(ByteView der) {
     using SignaturePtr = std::unique_ptr<X509_SIG, OpenSslFree<X509_SIG_free>>;
     const unsigned char* position = der.data();
-    SignaturePtr const encrypted(d2i_X509_SIG(nullptr, &position, static_cast<long>(der.size())));
+    const SignaturePtr encrypted(d2i_X509_SIG(nullptr, &position, static_cast<long>(der.size())));
     const X509_ALGOR* algorithm = nullptr;
     if (encrypted != nullptr) {
         X509_SIG_get0(encrypted.get(), &algorithm, nullptr);
@@ -161,8 +161,8 @@ DWORD searchFile(const std::string& path, Search& search) {
         search.sawOtherKey = result.sawOtherKey;
         return search.verdict();
     }
-    BioPtr const content(BIO_new_mem_buf(file.content.data(), static_cast<int>(file.content.size())));
-    StorePtr const store(content == nullptr ? nullptr
+    const BioPtr content(BIO_new_mem_buf(file.content.data(), static_cast<int>(file.content.size())));
+    const StorePtr store(content == nullptr ? nullptr
                                             : OSSL_STORE_attach(content.get(), "file", nullptr, nullptr, pinDialogue(),
                                                                 &search, nullptr, nullptr, nullptr));
     if (store == nullptr) {
@@ -173,11 +173,11 @@ DWORD searchFile(const std::string& path, Search& search) {
 }
 
 DWORD searchToken(const std::string& uri, const std::string& scheme, Search& search) {
-    if (LoaderPtr const loader(OSSL_STORE_LOADER_fetch(nullptr, scheme.c_str(), nullptr)); loader == nullptr) {
+    if (const LoaderPtr loader(OSSL_STORE_LOADER_fetch(nullptr, scheme.c_str(), nullptr)); loader == nullptr) {
         TALLOW_CRYPTO_TRACE("no OpenSSL provider loads keys by %s:\n", scheme.c_str());
         return NTE_NOT_SUPPORTED;
     }
-    StorePtr const store(
+    const StorePtr store(
         OSSL_STORE_open_ex(uri.c_str(), nullptr, nullptr, pinDialogue(), &search, nullptr, nullptr, nullptr));
     if (store != nullptr) {
         searchStore(store.get(), search);
@@ -216,23 +216,23 @@ std::string pathOf(std::string_view rest) {
 }  // namespace
 
 DWORD openPrivateKey(const std::string& uri, const char* pin, EVP_PKEY* publicKey, KeyPtr& key) {
-    OpenSslErrors const errors;
+    const OpenSslErrors errors;
     if (publicKey == nullptr) {
         return NTE_BAD_PUBLIC_KEY;
     }
-    std::string const scheme = schemeOf(uri);
-    bool const isFile = scheme.empty() || strcasecmp(scheme.c_str(), "file") == 0;
+    const std::string scheme = schemeOf(uri);
+    const bool isFile = scheme.empty() || strcasecmp(scheme.c_str(), "file") == 0;
     Search search{publicKey, pin};
     if (!isFile) {
-        DWORD const code = searchToken(uri, scheme, search);
+        const DWORD code = searchToken(uri, scheme, search);
         key = std::move(search.found);
         return code;
     }
-    std::string const path = scheme.empty() ? uri : pathOf(std::string_view(uri).substr(scheme.size() + 1));
+    const std::string path = scheme.empty() ? uri : pathOf(std::string_view(uri).substr(scheme.size() + 1));
     if (path.empty()) {
         return NTE_NOT_SUPPORTED;
     }
-    DWORD const code = searchFile(path, search);
+    const DWORD code = searchFile(path, search);
     key = std::move(search.found);
     return code;
 }

@@ -102,8 +102,8 @@ bool isSound448(ByteView octets) {
 }
 
 KeyPtr makeKey(const char* kind, OSSL_PARAM_BLD* builder) {
-    ParametersPtr const parameters(OSSL_PARAM_BLD_to_param(builder));
-    KeyContextPtr const context(EVP_PKEY_CTX_new_from_name(nullptr, kind, nullptr));
+    const ParametersPtr parameters(OSSL_PARAM_BLD_to_param(builder));
+    const KeyContextPtr context(EVP_PKEY_CTX_new_from_name(nullptr, kind, nullptr));
     EVP_PKEY* key = nullptr;
     if (parameters == nullptr || context == nullptr || EVP_PKEY_fromdata_init(context.get()) != 1 ||
         EVP_PKEY_fromdata(context.get(), &key, EVP_PKEY_PUBLIC_KEY, parameters.get()) != 1) {
@@ -123,9 +123,9 @@ BignumPtr positiveInteger(const DerElement& element, size_t maximumSize) {
 KeyPtr rsaKey(ByteView octets) {
     DerReader outer(octets);
     DerReader numbers = outer.sequence();
-    BignumPtr const modulus = positiveInteger(numbers.expect(V_ASN1_INTEGER), kMaximumRsaSize);
-    BignumPtr const exponent = positiveInteger(numbers.expect(V_ASN1_INTEGER), kMaximumExponentSize);
-    ParameterBuilderPtr const builder(OSSL_PARAM_BLD_new());
+    const BignumPtr modulus = positiveInteger(numbers.expect(V_ASN1_INTEGER), kMaximumRsaSize);
+    const BignumPtr exponent = positiveInteger(numbers.expect(V_ASN1_INTEGER), kMaximumExponentSize);
+    const ParameterBuilderPtr builder(OSSL_PARAM_BLD_new());
     if (numbers.failed() || !numbers.atEnd() || !outer.atEnd() || modulus == nullptr || exponent == nullptr ||
         !isSoundRsa(modulus.get(), exponent.get()) || builder == nullptr ||
         OSSL_PARAM_BLD_push_BN(builder.get(), OSSL_PKEY_PARAM_RSA_N, modulus.get()) != 1 ||
@@ -137,11 +137,11 @@ KeyPtr rsaKey(ByteView octets) {
 
 KeyPtr curveKey(const CRYPT_OBJID_BLOB& curveParameters, ByteView point) {
     DerReader parameters(view(curveParameters));
-    std::string const curve = oidText(parameters.expect(V_ASN1_OBJECT));
-    int const nid = curve.empty() ? NID_undef : OBJ_txt2nid(curve.c_str());
-    ParameterBuilderPtr const builder(OSSL_PARAM_BLD_new());
+    const std::string curve = oidText(parameters.expect(V_ASN1_OBJECT));
+    const int nid = curve.empty() ? NID_undef : OBJ_txt2nid(curve.c_str());
+    const ParameterBuilderPtr builder(OSSL_PARAM_BLD_new());
     // RFC 5480 section 2.2 has compressed and uncompressed points. The point at infinity is a zero.
-    bool const isPoint = !point.empty() && point[0] >= 2 && point[0] <= 4;
+    const bool isPoint = !point.empty() && point[0] >= 2 && point[0] <= 4;
     if (nid == NID_undef || !isPoint || builder == nullptr ||
         OSSL_PARAM_BLD_push_utf8_string(builder.get(), OSSL_PKEY_PARAM_GROUP_NAME, OBJ_nid2sn(nid), 0) != 1 ||
         OSSL_PARAM_BLD_push_octet_string(builder.get(), OSSL_PKEY_PARAM_PUB_KEY, point.data(), point.size()) != 1) {
@@ -157,9 +157,9 @@ KeyPtr genericKey(ByteView whole) {
 
 KeyPtr pssKey(ByteView whole) {
     KeyPtr key = genericKey(whole);
-    BignumPtr const modulus = key ? numberOf(key.get(), OSSL_PKEY_PARAM_RSA_N) : nullptr;
-    BignumPtr const exponent = key ? numberOf(key.get(), OSSL_PKEY_PARAM_RSA_E) : nullptr;
-    bool const isSound = modulus != nullptr && exponent != nullptr && isSoundRsa(modulus.get(), exponent.get()) &&
+    const BignumPtr modulus = key ? numberOf(key.get(), OSSL_PKEY_PARAM_RSA_N) : nullptr;
+    const BignumPtr exponent = key ? numberOf(key.get(), OSSL_PKEY_PARAM_RSA_E) : nullptr;
+    const bool isSound = modulus != nullptr && exponent != nullptr && isSoundRsa(modulus.get(), exponent.get()) &&
                          BN_num_bytes(modulus.get()) <= static_cast<int>(kMaximumRsaSize) &&
                          BN_num_bytes(exponent.get()) <= static_cast<int>(kMaximumExponentSize);
     return isSound ? std::move(key) : nullptr;
@@ -171,14 +171,14 @@ KeyPtr dsaKey(ByteView whole) {
 }
 
 KeyPtr edwardsKey(int type, ByteView octets) {
-    bool const isSound = type == EVP_PKEY_ED25519 ? isSound25519(octets) : isSound448(octets);
+    const bool isSound = type == EVP_PKEY_ED25519 ? isSound25519(octets) : isSound448(octets);
     return KeyPtr(isSound ? EVP_PKEY_new_raw_public_key(type, nullptr, octets.data(), octets.size()) : nullptr);
 }
 
 KeyPtr makePublicKey(const CERT_PUBLIC_KEY_INFO& info, ByteView whole) noexcept {
     try {
-        std::string_view const oid = info.Algorithm.pszObjId;
-        ByteView const octets(info.PublicKey.pbData, info.PublicKey.cbData);
+        const std::string_view oid = info.Algorithm.pszObjId;
+        const ByteView octets(info.PublicKey.pbData, info.PublicKey.cbData);
         const Algorithm* const algorithm = findAlgorithm(oid, CRYPT_PUBKEY_ALG_OID_GROUP_ID);
         if (algorithm == nullptr || info.PublicKey.cUnusedBits != 0) {
             return nullptr;

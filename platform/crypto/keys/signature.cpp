@@ -79,7 +79,7 @@ const Algorithm* hashOf(const X509_ALGOR* algorithm) {
     const ASN1_OBJECT* object = nullptr;
     X509_ALGOR_get0(&object, nullptr, nullptr, algorithm);
     char text[64];
-    int const size = OBJ_obj2txt(text, sizeof text, object, 1);
+    const int size = OBJ_obj2txt(text, sizeof text, object, 1);
     return size > 0 && size < static_cast<int>(sizeof text) ? findAlgorithm(text, CRYPT_HASH_ALG_OID_GROUP_ID)
                                                             : nullptr;
 }
@@ -98,17 +98,17 @@ const Algorithm* maskHashOf(const X509_ALGOR* mask) {
     }
     const auto* const sequence = static_cast<const ASN1_STRING*>(value);
     const unsigned char* position = ASN1_STRING_get0_data(sequence);
-    X509AlgorithmPtr const inner(d2i_X509_ALGOR(nullptr, &position, ASN1_STRING_length(sequence)));
+    const X509AlgorithmPtr inner(d2i_X509_ALGOR(nullptr, &position, ASN1_STRING_length(sequence)));
     return inner == nullptr ? nullptr : hashOf(inner.get());
 }
 
 bool readPss(ByteView der, PssParameters& parameters) {
     const unsigned char* position = der.data();
-    PssPtr const pss(d2i_RSA_PSS_PARAMS(nullptr, &position, static_cast<long>(der.size())));
+    const PssPtr pss(d2i_RSA_PSS_PARAMS(nullptr, &position, static_cast<long>(der.size())));
     if (pss == nullptr || position != der.data() + der.size()) {
         return false;
     }
-    bool const trailerFits = pss->trailerField == nullptr || ASN1_INTEGER_get(pss->trailerField) == 1;
+    const bool trailerFits = pss->trailerField == nullptr || ASN1_INTEGER_get(pss->trailerField) == 1;
     int64_t sizeSalt = parameters.sizeSalt;
     if (pss->saltLength != nullptr && ASN1_INTEGER_get_int64(&sizeSalt, pss->saltLength) != 1) {
         return false;
@@ -168,9 +168,9 @@ bool applyPss(const Scheme& scheme, EVP_PKEY_CTX* context) {
 }  // namespace
 
 DWORD verifySignature(const SignedBytes& what, EVP_PKEY* key, Sha1 sha1) {
-    OpenSslErrors const errors;
+    const OpenSslErrors errors;
     Scheme scheme;
-    if (DWORD const code = findScheme(what.algorithm, sha1, scheme); code != 0) {
+    if (const DWORD code = findScheme(what.algorithm, sha1, scheme); code != 0) {
         return code;
     }
     if (key == nullptr) {
@@ -182,7 +182,7 @@ DWORD verifySignature(const SignedBytes& what, EVP_PKEY* key, Sha1 sha1) {
     if (!isStrong(key, scheme.row->kind)) {
         return NTE_BAD_PUBLIC_KEY;
     }
-    DigestContextPtr const context(EVP_MD_CTX_new());
+    const DigestContextPtr context(EVP_MD_CTX_new());
     EVP_PKEY_CTX* keyContext = nullptr;  // the digest context's
     if (context == nullptr || EVP_DigestVerifyInit(context.get(), &keyContext, scheme.digest, nullptr, key) != 1 ||
         !applyPss(scheme, keyContext)) {
@@ -202,11 +202,11 @@ bool splitSigned(ByteView encoded, SignedBytes& parts, std::string& oid) {
     oid = oidText(algorithm.expect(V_ASN1_OBJECT));
     parts.algorithm.pszObjId = oid.data();
     if (!algorithm.failed() && !algorithm.atEnd()) {
-        ByteView const parameters = algorithm.next().whole;
+        const ByteView parameters = algorithm.next().whole;
         parts.algorithm.Parameters = {static_cast<DWORD>(parameters.size()), const_cast<BYTE*>(parameters.data())};
     }
     DWORD unusedBits = 0;
-    bool const bitsRead = readBitString(fields.expect(V_ASN1_BIT_STRING), parts.signature, unusedBits);
+    const bool bitsRead = readBitString(fields.expect(V_ASN1_BIT_STRING), parts.signature, unusedBits);
     return bitsRead && unusedBits == 0 && !outer.failed() && outer.atEnd() && !fields.failed() && !algorithm.failed() &&
            algorithm.atEnd() && !oid.empty();
 }
@@ -216,15 +216,15 @@ DWORD maximumSignatureSize(EVP_PKEY* key) {
 }
 
 DWORD makeSignature(ByteView message, const CRYPT_ALGORITHM_IDENTIFIER& algorithm, EVP_PKEY* key, Bytes& signature) {
-    OpenSslErrors const errors;
+    const OpenSslErrors errors;
     Scheme scheme;
-    if (DWORD const code = findScheme(algorithm, Sha1::kBySetting, scheme); code != 0) {
+    if (const DWORD code = findScheme(algorithm, Sha1::kBySetting, scheme); code != 0) {
         return code;
     }
     if (!fitsKey(*scheme.row, key) || !isStrong(key, scheme.row->kind)) {
         return NTE_BAD_ALGID;
     }
-    DigestContextPtr const context(EVP_MD_CTX_new());
+    const DigestContextPtr context(EVP_MD_CTX_new());
     EVP_PKEY_CTX* keyContext = nullptr;  // the digest context's
     size_t size = 0;
     if (context == nullptr || EVP_DigestSignInit(context.get(), &keyContext, scheme.digest, nullptr, key) != 1 ||

@@ -22,13 +22,13 @@ HCRYPTPROV Provider::handle() const noexcept {
 
 void Provider::dropReference() noexcept {
     if (references_.fetch_sub(1, std::memory_order_acq_rel) == 1) {
-        std::unique_ptr<Provider> const last(this);
+        const std::unique_ptr<Provider> last(this);
     }
 }
 
 bool Provider::nextAlgorithm(bool first, PROV_ENUMALGS& entry) {
-    std::scoped_lock const lock(mutex_);
-    std::span<const Algorithm> const all = algorithms();
+    const std::scoped_lock lock(mutex_);
+    const std::span<const Algorithm> all = algorithms();
     listPosition_ = first ? 0 : listPosition_;
     while (listPosition_ < all.size()) {
         const Algorithm& row = all[listPosition_++];
@@ -46,7 +46,7 @@ bool Provider::nextAlgorithm(bool first, PROV_ENUMALGS& entry) {
 }
 
 DWORD Provider::openKey(const char* pin) {
-    std::scoped_lock const lock(mutex_);
+    const std::scoped_lock lock(mutex_);
     if (key_ != nullptr) {
         return 0;
     }
@@ -59,7 +59,7 @@ DWORD Provider::openKey(const char* pin) {
 }
 
 DWORD Provider::privateKey(EVP_PKEY*& key) {
-    std::scoped_lock const lock(mutex_);
+    const std::scoped_lock lock(mutex_);
     if (key_ == nullptr) {
         return certificate_ ? NTE_SILENT_CONTEXT : NTE_NO_KEY;
     }

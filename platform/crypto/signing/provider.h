@@ -41,9 +41,9 @@ public:
 
 private:
     std::atomic<unsigned int> references_{1};
-    DWORD const type_;
-    std::string const keyUri_;
-    CertificateRef const certificate_;
+    const DWORD type_;
+    const std::string keyUri_;
+    const CertificateRef certificate_;
     std::mutex mutex_;  // guards what follows
     size_t listPosition_ = 0;
     KeyPtr key_;

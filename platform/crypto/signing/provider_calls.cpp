@@ -33,13 +33,13 @@ DWORD listAlgorithm(Provider& provider, DWORD flags, BYTE* data, DWORD* size) {
     if (data == nullptr || *size < sizeof entry) {
         return giveBytes(octetsOf(entry), data, size);  // the place in the list is kept
     }
-    bool const first = (flags & CRYPT_FIRST) != 0;
+    const bool first = (flags & CRYPT_FIRST) != 0;
     return provider.nextAlgorithm(first, entry) ? giveBytes(octetsOf(entry), data, size) : ERROR_NO_MORE_ITEMS;
 }
 
 DWORD readParameter(Provider& provider, DWORD parameter, DWORD flags, BYTE* data, DWORD* size) {
-    DWORD const type = provider.type();
-    PROV_VERSION_EX const version{};
+    const DWORD type = provider.type();
+    const PROV_VERSION_EX version{};
     switch (parameter) {
         case PP_ENUMALGS:
             return listAlgorithm(provider, flags, data, size);
@@ -66,7 +66,7 @@ bool readKeyProperty(const Certificate& certificate, std::string& uri, CRYPT_KEY
     unpackKeyProvInfo(packed, block.data());
     std::memcpy(&info, block.data(), sizeof info);
     if (info.pwszContainerName != nullptr) {
-        int const size = WideCharToMultiByte(CP_UTF8, 0, info.pwszContainerName, -1, nullptr, 0, nullptr, nullptr);
+        const int size = WideCharToMultiByte(CP_UTF8, 0, info.pwszContainerName, -1, nullptr, 0, nullptr, nullptr);
         uri.resize(static_cast<size_t>(std::max(size, 1)));
         WideCharToMultiByte(CP_UTF8, 0, info.pwszContainerName, -1, uri.data(), size, nullptr, nullptr);
         uri.pop_back();
@@ -86,7 +86,7 @@ DWORD acquirePrivateKey(const Certificate& certificate, HCRYPTPROV* handle, DWOR
     auto provider = std::make_unique<Provider>(info.dwProvType == 0 ? kDefaultType : info.dwProvType, uri,
                                                CertificateRef::share(certificate.context()));
     // A key that waits for its PIN is no failure: the PIN comes later.
-    if (DWORD const code = provider->openKey(nullptr); code != 0 && code != NTE_SILENT_CONTEXT) {
+    if (const DWORD code = provider->openKey(nullptr); code != 0 && code != NTE_SILENT_CONTEXT) {
         return code;
     }
     *keySpec = info.dwKeySpec == 0 ? AT_SIGNATURE : info.dwKeySpec;
@@ -183,7 +183,7 @@ BOOL CryptAcquireCertificatePrivateKey(PCCERT_CONTEXT pCert, DWORD /*dwFlags*/, 
             return fail(E_INVALIDARG);
         }
         DWORD keySpec = 0;
-        DWORD const code = acquirePrivateKey(*Certificate::of(pCert), phCryptProv, &keySpec);
+        const DWORD code = acquirePrivateKey(*Certificate::of(pCert), phCryptProv, &keySpec);
         if (code == 0 && pdwKeySpec != nullptr) {
             *pdwKeySpec = keySpec;
         }
@@ -199,7 +199,7 @@ BOOL crypto_set_key_uri(PCCERT_CONTEXT pCertContext, LPCSTR szKeyUri) {
         if (pCertContext == nullptr || szKeyUri == nullptr || *szKeyUri == '\0') {
             return fail(E_INVALIDARG);
         }
-        std::string const uri = keyUri(szKeyUri, std::filesystem::current_path());
+        const std::string uri = keyUri(szKeyUri, std::filesystem::current_path());
         return nameKey(*Certificate::of(pCertContext), uri) ? TRUE : fail(E_INVALIDARG);
     });
 }

@@ -54,18 +54,18 @@ using PublicKeyPtr = std::unique_ptr<X509_PUBKEY, OpenSslFree<X509_PUBKEY_free>>
 // The parameters of an algorithm when they are a SEQUENCE, as they are for every kind of key that needs this.
 StringPtr sequenceParameters(const CRYPT_OBJID_BLOB& parameters) {
     const unsigned char* position = parameters.pbData;
-    TypePtr const type(parameters.cbData == 0 ? nullptr : d2i_ASN1_TYPE(nullptr, &position, parameters.cbData));
+    const TypePtr type(parameters.cbData == 0 ? nullptr : d2i_ASN1_TYPE(nullptr, &position, parameters.cbData));
     return StringPtr(type == nullptr || type->type != V_ASN1_SEQUENCE ? nullptr
                                                                       : ASN1_STRING_dup(type->value.sequence));
 }
 
 // The whole SubjectPublicKeyInfo of a record: the kinds of key that are not made from their numbers are read from it.
 Bytes encodePublicKeyInfo(const CERT_PUBLIC_KEY_INFO& info) {
-    PublicKeyPtr const key(X509_PUBKEY_new());
+    const PublicKeyPtr key(X509_PUBKEY_new());
     ObjectPtr object(OBJ_txt2obj(info.Algorithm.pszObjId, 1));
     StringPtr parameters = sequenceParameters(info.Algorithm.Parameters);
     OpenSslBytesPtr bits(static_cast<unsigned char*>(OPENSSL_memdup(info.PublicKey.pbData, info.PublicKey.cbData)));
-    int const type = parameters == nullptr ? V_ASN1_UNDEF : V_ASN1_SEQUENCE;
+    const int type = parameters == nullptr ? V_ASN1_UNDEF : V_ASN1_SEQUENCE;
     if (key == nullptr || object == nullptr || bits == nullptr ||
         X509_PUBKEY_set0_param(key.get(), object.get(), type, parameters.get(), bits.get(),
                                static_cast<int>(info.PublicKey.cbData)) != 1) {
@@ -76,8 +76,8 @@ Bytes encodePublicKeyInfo(const CERT_PUBLIC_KEY_INFO& info) {
     static_cast<void>(parameters.release());
     static_cast<void>(bits.release());
     unsigned char* encoded = nullptr;
-    int const size = i2d_X509_PUBKEY(key.get(), &encoded);
-    OpenSslBytesPtr const owner(encoded);
+    const int size = i2d_X509_PUBKEY(key.get(), &encoded);
+    const OpenSslBytesPtr owner(encoded);
     return size > 0 ? Bytes(encoded, encoded + size) : Bytes();
 }
 
@@ -92,7 +92,7 @@ DWORD verifyWithIssuer(const SignedBytes& parts, DWORD type, const void* issuer,
             if (info.Algorithm.pszObjId == nullptr) {
                 return E_INVALIDARG;
             }
-            KeyPtr const key = loadPublicKey(info, encodePublicKeyInfo(info));
+            const KeyPtr key = loadPublicKey(info, encodePublicKeyInfo(info));
             return verifySignature(parts, key.get(), sha1);
         }
         case CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT:
@@ -141,7 +141,7 @@ BOOL CryptSignCertificate(HCRYPTPROV hCryptProv, DWORD /*dwKeySpec*/, DWORD /*dw
             return fail(E_INVALIDARG);
         }
         EVP_PKEY* key = nullptr;
-        if (DWORD const code = Provider::of(hCryptProv)->privateKey(key); code != 0) {
+        if (const DWORD code = Provider::of(hCryptProv)->privateKey(key); code != 0) {
             return fail(code);
         }
         if (pbSignature == nullptr) {
@@ -149,7 +149,7 @@ BOOL CryptSignCertificate(HCRYPTPROV hCryptProv, DWORD /*dwKeySpec*/, DWORD /*dw
             return TRUE;
         }
         Bytes signature;
-        DWORD const code =
+        const DWORD code =
             makeSignature({pbEncodedToBeSigned, cbEncodedToBeSigned}, *pSignatureAlgorithm, key, signature);
         return done(code != 0 ? code : giveBytes(signature, pbSignature, pcbSignature));
     });
@@ -164,7 +164,7 @@ BOOL CryptVerifyCertificateSignatureEx(HCRYPTPROV /*hCryptProv*/, DWORD /*dwCert
         }
         SignedBytes parts;
         std::string oid;
-        if (DWORD const code = readSubject(dwSubjectType, pvSubject, parts, oid); code != 0) {
+        if (const DWORD code = readSubject(dwSubjectType, pvSubject, parts, oid); code != 0) {
             return fail(code);
         }
         // For a certificate the question is who issued it. Whether its hash deserves trust is decided by its chain.

@@ -311,7 +311,7 @@ TEST_F(PlainFunctions, VerifyFindsTheResponderInTheStoreOfTheCertificate) {
     EXPECT_THAT(verified(pki_.good, response, {}), IsStatus(1));
     ATL2::CCertStore store;
     ASSERT_EQ(store.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr), 0);
-    _CERT_CONTEXT const* stored = nullptr;
+    const _CERT_CONTEXT* stored = nullptr;
     for (const Identity* identity : std::initializer_list<const Identity*>{&responder_, &pki_.good}) {
         CertFreeCertificateContext(stored);
         ASSERT_TRUE(

@@ -338,7 +338,7 @@ TEST_F(Received, LooksForTheRequestorByNameInAFixedOrder) {
 
     CRequest carrying;
     import(carrying, signedBy(requestor_));
-    _CERT_CONTEXT const* found = carrying.get_RequestorCertificate(stores, 2);
+    const _CERT_CONTEXT* found = carrying.get_RequestorCertificate(stores, 2);
     EXPECT_EQ(encodingOf(found), requestor_.certificate);
     EXPECT_EQ(carrying.get_RequestorCertificate(nullptr, 0), found) << "the request's own, not to be freed";
 

@@ -20,10 +20,10 @@ protected:
         message.decode(toBlob(exported(request)));
         return message;
     }
-    static std::vector<std::string> oidsOf(CExtensions const* extensions) {
+    static std::vector<std::string> oidsOf(const CExtensions* extensions) {
         std::vector<std::string> oids;
         if (extensions != nullptr) {
-            for (CExtension const& extension : *extensions) {
+            for (const CExtension& extension : *extensions) {
                 oids.push_back(extension.get_extnID() + std::string(extension.get_critical() ? " critical" : ""));
             }
         }
@@ -242,7 +242,7 @@ TEST_F(RequestTest, NullArgumentsAreRefused) {
 }
 
 TEST_F(RequestTest, TakesAClientCertificateFromTheUsersStoreForItsKey) {
-    const auto hasKey = [](_CERT_CONTEXT const* cert) {
+    const auto hasKey = [](const _CERT_CONTEXT* cert) {
         DWORD size = 0;
         return CertGetCertificateContextProperty(cert, CERT_KEY_PROV_INFO_PROP_ID, nullptr, &size) != FALSE;
     };

@@ -96,7 +96,7 @@ TEST_F(RequestorService, AnEmptyChainAddsNothingToTheSigner) {
             chain.cChain = count;
             CRequest request(request_);
             request.Sign(signer_.get(), include, nullptr);
-            _CERT_CONTEXT const* const first = CertEnumCertificatesInStore(request.get_Certificates(), nullptr);
+            const _CERT_CONTEXT* const first = CertEnumCertificatesInStore(request.get_Certificates(), nullptr);
             ASSERT_NE(first, nullptr);
             EXPECT_EQ(CertEnumCertificatesInStore(request.get_Certificates(), first), nullptr) << "the signer alone";
         }

@@ -222,7 +222,7 @@ TEST_F(ResponseImport, FindsEntriesByIdentifierAndByCertificate) {
     const ATL2::CCertContext ca = contextOf(pki_.ca);
     EXPECT_EQ(response.get_SRIndexByCert(good.get(), ca.get()), 1u) << "each entry by its own hash, first match";
     EXPECT_EQ(response.get_SRIndexByCert(contextOf(pki_.unknown).get(), ca.get()), CResponse::kNoIndex);
-    for (_CERT_CONTEXT const* issuer : {ca.get(), static_cast<_CERT_CONTEXT const*>(nullptr)}) {
+    for (const _CERT_CONTEXT* issuer : {ca.get(), static_cast<const _CERT_CONTEXT*>(nullptr)}) {
         EXPECT_THAT(thrownStatus([&] { response.get_SRIndexByCert(nullptr, issuer); }),
                     IsStatus(status::kInvalidArgument));
     }

@@ -117,7 +117,7 @@ TEST_F(ServiceFaults, KeepsTheEarlierAnswerWhenMemoryRunsOut) {
     CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
     request.put_UseNonce(false);
     struct Refusing : ocsp::Client::IResponseHandler {
-        std::int32_t OnResponse(CResponse const&) override { return 7; }
+        std::int32_t OnResponse(const CResponse&) override { return 7; }
     } handler;
     request.put_ResponseHandler(&handler);
     int exchanges = 0;

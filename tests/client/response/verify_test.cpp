@@ -32,7 +32,7 @@ protected:
     static std::int32_t judge(const Bytes& der) {
         CResponse response;
         import(response, der);
-        _CERT_CONTEXT const* signer = response.get_OCSPCertificate(nullptr, 0);
+        const _CERT_CONTEXT* signer = response.get_OCSPCertificate(nullptr, 0);
         std::int32_t verdict = response.Verify(signer, nullptr);
         if (verdict == 0) {
             verdict = response.VerifyCertificate(signer, true, nullptr, 0);
@@ -242,7 +242,7 @@ TEST_F(Verify, FindsTheSignerWhereverItIs) {
                                                      CERT_STORE_ADD_USE_EXISTING, nullptr));
     }
     void* stores[] = {store.get()};
-    _CERT_CONTEXT const* found = response.get_OCSPCertificate(stores, 1);
+    const _CERT_CONTEXT* found = response.get_OCSPCertificate(stores, 1);
     EXPECT_EQ(encodingOf(found), responder_.certificate);
     // Its issuer is in a store of the caller's alone.
     ATL2::CCertStore issuers;

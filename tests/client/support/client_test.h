@@ -80,10 +80,10 @@ protected:
     }
 
     static void import(CRequest& request, const Bytes& der) { request.Import(der.data(), der.size()); }
-    static void import(CResponse& response, const Bytes& der, CRequest const* request = nullptr) {
+    static void import(CResponse& response, const Bytes& der, const CRequest* request = nullptr) {
         response.Import(der.data(), der.size(), request);
     }
-    static std::int32_t importStatus(const Bytes& der, CRequest const* request = nullptr) {
+    static std::int32_t importStatus(const Bytes& der, const CRequest* request = nullptr) {
         CResponse response;
         return thrownStatus([&] { import(response, der, request); });
     }
@@ -107,13 +107,13 @@ protected:
         return spec;
     }
 
-    static Bytes encodingOf(_CERT_CONTEXT const* cert) {
+    static Bytes encodingOf(const _CERT_CONTEXT* cert) {
         return cert == nullptr ? Bytes() : Bytes{cert->pbCertEncoded, cert->pbCertEncoded + cert->cbCertEncoded};
     }
     /// What a store holds, in its order.
     static std::vector<Bytes> contentOf(HCERTSTORE store) {
         std::vector<Bytes> all;
-        _CERT_CONTEXT const* cert = nullptr;
+        const _CERT_CONTEXT* cert = nullptr;
         while ((cert = CertEnumCertificatesInStore(store, cert)) != nullptr) {
             all.push_back(encodingOf(cert));
         }

@@ -39,7 +39,7 @@ protected:
         params_.HTTPStatus = 77;
     }
 
-    Orvane::CBlob send(bool allowCache, bool cacheOnly, wchar_t const* headers = kOcspHeaders) {
+    Orvane::CBlob send(bool allowCache, bool cacheOnly, const wchar_t* headers = kOcspHeaders) {
         return SendRequest(&params_, L"agent", headers, &request_, false, allowCache, nullptr, cacheOnly);
     }
 

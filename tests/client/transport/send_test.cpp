@@ -55,7 +55,7 @@ struct Asking : CRequest {
 struct Handler : ocsp::Client::IResponseHandler {
     std::function<std::int32_t(int)> verdict = [](int) { return 0; };
     int calls = 0;
-    std::int32_t OnResponse(CResponse const&) override { return verdict(++calls); }
+    std::int32_t OnResponse(const CResponse&) override { return verdict(++calls); }
 };
 
 TEST_F(Send, AsksARealResponderAndProvesTheAnswer) {
@@ -116,7 +116,7 @@ TEST_F(Send, GoesOnToTheNextResponderUntilOneAnswerPasses) {
     Asking request(leaf);
     replies_ = {
         {"/down", {.status = 503}}, {"/wrong", reply(answerAbout(pki_.good))}, {"/good", reply(answerAbout(leaf))}};
-    CResponse const& response = request.Send(true);
+    const CResponse& response = request.Send(true);
     EXPECT_EQ(response.get_SRStatus(0), ocsp::CCertStatus::kGood);
     EXPECT_EQ(server_.requests().size(), 3u);
     EXPECT_EQ(toBytes(request.get_Response()), replies_.at("/good").body);
@@ -381,7 +381,7 @@ TEST_F(Send, HoldsPolicyAgainstEveryRedirect) {
         settings(row.policy);
         Asking request(pki_.good, server_.url("/old"));
         EXPECT_THAT(request.send(), IsStatus(row.expected == 0 ? 0 : status::kHttpStatus));
-        auto const& attempts = request.get_Attempts();
+        const auto& attempts = request.get_Attempts();
         ASSERT_EQ(attempts.size(), 2u);
         EXPECT_EQ(attempts[0].kind, CRequest::kRedirected);
         EXPECT_EQ(attempts[0].address, wide(server_.url("/old")));
@@ -397,9 +397,9 @@ TEST_F(Send, HoldsPolicyAgainstEveryRedirect) {
 }
 
 TEST_F(Send, EndsAtTheLimitsOfOneCheckAndTellsWhatItLeftOut) {
-    const auto kindsOf = [](CRequest const& request) {
+    const auto kindsOf = [](const CRequest& request) {
         std::string kinds;
-        for (auto const& attempt : request.get_Attempts()) {
+        for (const auto& attempt : request.get_Attempts()) {
             kinds += attempt.kind == CRequest::kSkipped && attempt.status == status::kNotAsked ? 's' : 'a';
         }
         return kinds;
@@ -442,7 +442,7 @@ TEST_F(Send, VerifiesWithinTheTimeAndThroughTheProxyOfItsRequest) {
     const std::string address = "DefaultProxy = \"" + proxy.url("") + "\"\n";
     Asking request(pki_.good, "http://ocsp.invalid/");
     request.put_ProxyAddress(wide(proxy.url("")).c_str());
-    CResponse const& response = request.Send(true);
+    const CResponse& response = request.Send(true);
     EXPECT_EQ(numFetched(), 2u) << "answer and CRL";
     EXPECT_THAT(response.VerifyCertificate(nullptr, false, nullptr, 0), IsStatus(0));
     EXPECT_EQ(numFetched(), 1u) << "after Send too";
