@@ -76,8 +76,10 @@ DWORD parseHttpAddress(const std::string& url, HttpAddress& address) {
     if (error == 0 && scheme != "https" && scheme != "http") {
         return ERROR_INTERNET_UNRECOGNIZED_SCHEME;
     }
-    // libcurl may map such characters to ASCII ones after the host was judged. Names on the wire are ASCII.
-    if (std::any_of(address.host.begin(), address.host.end(), [](unsigned char c) { return c >= 0x80; })) {
+    // libcurl decodes escapes in a host name once, so what is left of them (or a control character) may read as another
+    // host the next time; and it may map characters above ASCII after the host was checked.
+    constexpr auto isUnfit = [](unsigned char c) { return c <= 0x20 || c >= 0x7F || c == '%'; };
+    if (std::any_of(address.host.begin(), address.host.end(), isUnfit)) {
         return ERROR_INTERNET_INVALID_URL;
     }
     address.isHttps = scheme == "https";
