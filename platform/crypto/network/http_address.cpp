@@ -55,9 +55,7 @@ DWORD takeLogin(CURLU* parsed, std::string& url, Login& login) {
     return readPart(parsed, CURLUPART_URL, 0, url);
 }
 
-}  // namespace
-
-DWORD parseHttpAddress(const std::string& url, HttpAddress& address) {
+DWORD parseOnce(const std::string& url, HttpAddress& address) {
     const UrlPtr parsed(curl_url());
     if (!parsed) {
         return ERROR_NOT_ENOUGH_MEMORY;
@@ -85,6 +83,24 @@ DWORD parseHttpAddress(const std::string& url, HttpAddress& address) {
     address.isHttps = scheme == "https";
     address.server = scheme + "://" + address.host + ':' + port;
     return error;
+}
+
+}  // namespace
+
+DWORD parseHttpAddress(const std::string& url, HttpAddress& address) {
+    DWORD error = parseOnce(url, address);
+    if (error != 0 || address.url == url) {
+        return error;
+    }
+    // The address was written anew without its login. It must not read as that of another server, or as one with
+    // another login, which an "@" in the zone of an IPv6 address can bring about.
+    HttpAddress again;
+    error = parseOnce(address.url, again);
+    if (error != 0) {
+        return error;
+    }
+    const bool isSame = again.url == address.url && again.server == address.server && again.login.empty();
+    return isSame ? 0 : ERROR_INTERNET_INVALID_URL;
 }
 
 DWORD takeProxyLogin(std::string& proxy, Login& login) {

@@ -24,7 +24,8 @@ struct HttpAddress {
 };
 
 // Returns 0, or an error: ERROR_INTERNET_UNRECOGNIZED_SCHEME for a text that is no http or https address,
-// ERROR_NOT_ENOUGH_MEMORY. `address` is complete only when the result is 0.
+// ERROR_INTERNET_INVALID_URL for a host that could be read as another one, ERROR_NOT_ENOUGH_MEMORY. `address` is
+// complete only when the result is 0.
 [[nodiscard]] DWORD parseHttpAddress(const std::string& url, HttpAddress& address);
 
 // Takes the login out of a proxy's address, which may have any scheme or none. Returns 0 or an error as above;
