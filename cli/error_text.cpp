@@ -16,6 +16,7 @@ namespace tallow::cli {
 namespace {
 
 using Orvane::PKI::OCSP::Client::CRequest;
+using Orvane::PKI::OCSP::Client::stageName;
 
 // Where the command has an option that helps.
 struct Remedy {
@@ -45,12 +46,6 @@ std::string textOf(std::int32_t code) {
     const char* known = status::text(code);
     return withRemedy(code,
                       known == nullptr ? "status " + codeText(code) + "; ask the operator of the responder" : known);
-}
-
-const char* stepOf(const CRequest::Attempt& attempt) {
-    constexpr const char* kSteps[] = {"asking",   "address policy",  "exchange",           "HTTP status",
-                                      "decoding", "response status", "time of production", "verification"};
-    return attempt.level < std::size(kSteps) ? kSteps[attempt.level] : "verification";
 }
 
 // Last errors of an exchange that say more here than in general, where they also stand for an HTTP status.
@@ -94,7 +89,7 @@ std::string describe(const CRequest::Attempt& attempt, const std::vector<Rejecte
         }
     }
     if (attempt.status != status::kHttpStatus) {
-        return address + ": " + stepOf(attempt) + ": " + textOf(attempt.status);
+        return address + ": " + stageName(attempt.stage) + ": " + textOf(attempt.status);
     }
     if (attempt.httpStatus != 0) {
         return address + ": answered with HTTP status " + std::to_string(attempt.httpStatus) + "; " +
@@ -111,7 +106,7 @@ std::int32_t deepestRefusal(const std::vector<CRequest::Attempt>& attempts) {
     const CRequest::Attempt* best = nullptr;
     for (const CRequest::Attempt& attempt : attempts) {
         if (attempt.kind == CRequest::kAsked && attempt.status != 0 &&
-            (best == nullptr || attempt.level > best->level)) {
+            (best == nullptr || attempt.stage > best->stage)) {
             best = &attempt;
         }
     }

@@ -30,11 +30,13 @@ struct DeniedAuthType {
 
 using P = CRequestPolicy;
 constexpr std::array<DeniedAuthType, 5> kDeniedAuthTypes = {{
-    {0, &P::AuthSSLDenyAnonym, &P::AuthDenyAnonym, &P::ProxyAuthSSLDenyAnonym, &P::ProxyAuthDenyAnonym},
-    {1, &P::AuthSSLDenyBasic, &P::AuthDenyBasic, &P::ProxyAuthSSLDenyBasic, &P::ProxyAuthDenyBasic},
-    {8, &P::AuthSSLDenyDigest, &P::AuthDenyDigest, &P::ProxyAuthSSLDenyDigest, &P::ProxyAuthDenyDigest},
-    {2, &P::AuthSSLDenyNTLM, &P::AuthDenyNTLM, &P::ProxyAuthSSLDenyNTLM, &P::ProxyAuthDenyNTLM},
-    {16, &P::AuthSSLDenyNegotiate, &P::AuthDenyNegotiate, &P::ProxyAuthSSLDenyNegotiate, &P::ProxyAuthDenyNegotiate},
+    {kAuthTypeAnonymous, &P::AuthSSLDenyAnonym, &P::AuthDenyAnonym, &P::ProxyAuthSSLDenyAnonym,
+     &P::ProxyAuthDenyAnonym},
+    {kAuthTypeBasic, &P::AuthSSLDenyBasic, &P::AuthDenyBasic, &P::ProxyAuthSSLDenyBasic, &P::ProxyAuthDenyBasic},
+    {kAuthTypeDigest, &P::AuthSSLDenyDigest, &P::AuthDenyDigest, &P::ProxyAuthSSLDenyDigest, &P::ProxyAuthDenyDigest},
+    {kAuthTypeNtlm, &P::AuthSSLDenyNTLM, &P::AuthDenyNTLM, &P::ProxyAuthSSLDenyNTLM, &P::ProxyAuthDenyNTLM},
+    {kAuthTypeNegotiate, &P::AuthSSLDenyNegotiate, &P::AuthDenyNegotiate, &P::ProxyAuthSSLDenyNegotiate,
+     &P::ProxyAuthDenyNegotiate},
 }};
 
 bool isAuthDenied(const CRequestPolicy& policy, Word DeniedAuthType::*kind, long authType) {
@@ -105,7 +107,7 @@ std::uint32_t permittedAuthSchemes(const CRequestPolicy& policy, const wchar_t* 
                                                  : &DeniedAuthType::httpResponder;
     std::uint32_t schemes = 0;
     for (const DeniedAuthType& row : kDeniedAuthTypes) {
-        schemes |= policy.*(row.*kind) ? 0 : static_cast<std::uint32_t>(row.authType);  // the numbers are bits
+        schemes |= policy.*(row.*kind) ? 0 : static_cast<std::uint32_t>(row.authType);
     }
     return schemes;
 }

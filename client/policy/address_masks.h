@@ -9,7 +9,14 @@
 
 namespace Orvane::PKI::OCSP::Client {
 
-/// Where one exchange goes. Texts are not null; the numbers are those of enumAuthTypes.
+/// The ways to authenticate, by the numbers that settings use. The bits are those of CRYPTO_AUTH_...
+inline constexpr long kAuthTypeAnonymous = 0;
+inline constexpr long kAuthTypeBasic = 1;
+inline constexpr long kAuthTypeNtlm = 2;
+inline constexpr long kAuthTypeDigest = 8;
+inline constexpr long kAuthTypeNegotiate = 16;
+
+/// Where one exchange goes. Texts are not null; authentication types as above.
 struct ExchangeTraits {
     const wchar_t* ocspAddress = L"";
     long ocspAuthType = 0;

@@ -14,6 +14,8 @@
 #include <string>
 #include <vector>
 
+#include "client/policy/address_masks.h"
+#include "client/request/attempt_stage.h"
 #include "export.h"
 #include "foundation/blob.h"
 #include "message/cert_id.h"
@@ -25,13 +27,14 @@ namespace Orvane::PKI::OCSP::Client {
 class CResponse;
 class IResponseHandler;
 
-/// How to authenticate; the numbers are those of the HTTP schemes. Only policy checks read them.
+/// How to authenticate, by the numbers that settings use. Only policy checks read them: a login is sent with whatever
+/// scheme the server asks for and policy permits.
 enum enumAuthTypes : std::uint32_t {
-    kAuthAnonymous = 0,
-    kAuthBasic = 1,
-    kAuthNtlm = 2,
-    kAuthDigest = 8,
-    kAuthNegotiate = 16,
+    kAuthAnonymous = kAuthTypeAnonymous,
+    kAuthBasic = kAuthTypeBasic,
+    kAuthNtlm = kAuthTypeNtlm,
+    kAuthDigest = kAuthTypeDigest,
+    kAuthNegotiate = kAuthTypeNegotiate,
 };
 
 class TALLOW_EXPORT CRequest {
@@ -62,14 +65,13 @@ public:
     /// One attempt of the last Send at one responder, or one address on the way to it.
     struct Attempt {
         AttemptKind kind = kAsked;
-        std::wstring address;          ///< without user name and password
-        std::int32_t status = 0;       ///< 0 when the attempt passed, else why it failed or was refused; never 0 for
-                                       ///< another kind: kHttpStatus (redirected), kNotAsked (skipped)
-        unsigned long level = 0;       ///< how far it got: 1 address policy, 2 exchange, 3 HTTP status, 4 decoding, 5
-                                       ///< response status, 6 producedAt, 7 thisUpdate and verification
-        unsigned long httpStatus = 0;  ///< 0 when no answer came
-        std::uint32_t lastError = 0;   ///< the service's last error in this attempt when no answer came, else 0
-        bool fromCache = false;        ///< the answer came from the service's cache
+        std::wstring address;     ///< without user name and password
+        std::int32_t status = 0;  ///< 0 when the attempt passed, else why it failed or was refused; never 0 for
+                                  ///< another kind: kHttpStatus (redirected), kNotAsked (skipped)
+        AttemptStage stage = AttemptStage::kNotAsked;  ///< how far it got
+        unsigned long httpStatus = 0;                  ///< 0 when no answer came
+        std::uint32_t lastError = 0;         ///< the service's last error in this attempt when no answer came, else 0
+        bool fromCache = false;              ///< the answer came from the service's cache
         std::uint32_t skippedDownloads = 0;  ///< issuer certificates and CRLs not fetched because a limit was reached
     };
 

@@ -116,8 +116,10 @@ struct CRequest::Impl {
     ATL2::CCertContext IssuerCertificate;  // one for the whole object; the first one found stays
     ATL2::CCertContext ClientCertificate;
     WinHTTPParams HTTPParams;
-    unsigned long Level = 0;         // how far the last attempt got, see client/transport/attempt.cpp
-    bool ImportingResponse = false;  // tells CResponse::Import that the bytes have just come over the wire
+    AttemptStage Level = AttemptStage::kNotAsked;  // how far the last attempt got
+    // Raised while Send imports a response. After an import that threw it stays raised until one succeeds: a response
+    // that a caller imports for this request meanwhile must be current too.
+    bool ImportingResponse = false;
     std::unique_ptr<CResponse, ResponseDelete> Response;
     CBlob ResponseBytes;
     ATL::CCryptProv Provider;  // kept for making nonces
@@ -142,24 +144,42 @@ private:
         std::uint32_t skippedDownloads = 0;  // of the check, when the attempt began
     };
 
+    // How one candidate ended: at most one of the two is not 0.
+    struct Outcome {
+        std::int32_t failure = 0;  // status of an attempt without an answer
+        std::int32_t refusal = 0;  // of a handler
+    };
+
+    // One attempt (attempt.cpp).
     void SendOCSPRequest();
     CBlob exchange();
+    void importReceived(CBlob body);
     void requirePermittedLogin() const;
     static BOOL onRedirect(void* request, const wchar_t* target, DWORD httpStatus);
     void takeRedirect(const wchar_t* target, DWORD httpStatus);
+    void checkProducedAt() const;
+    void checkThisUpdates() const;
+    // SendOCSPRequest with the negative status it threw as the result, 0 for none.
     std::int32_t attempt();
+    // Asks the handlers; returns their first refusal, or 0. What they throw is recorded and passes through.
+    std::int32_t askHandlers(bool verify);
+    // Runs a step; what it throws is recorded as the outcome of the attempt and passes through.
+    template <typename Step>
+    void recordFailureOf(Step step);
     void recordAttempt(std::int32_t outcome);
     void recordSkipped(const wchar_t* address);
-    // Asks the handlers; their first refusal, or 0. What they throw is recorded and passes through.
-    std::int32_t askHandlers(bool verify);
+    // Drops an answer with this outcome from the cache if the outcome refuses it. Returns whether it came from there,
+    // so that the responder is to be asked again.
+    bool forgetRefusedAnswer(std::int32_t outcome) const;
+
+    // The sequence of attempts (send.cpp, candidates.cpp).
     // Runs `ask`, an attempt with its handlers, and runs it once more without the cache when a cached answer was
     // refused. Returns or throws what the last run did.
     template <typename Ask>
     std::int32_t askPastCache(Ask ask);
-    bool refutesCachedAnswer(std::int32_t outcome) const;
-    void checkProducedAt() const;
-    void checkThisUpdates() const;
+    void attemptDirectly();
     const CResponse& sendDirect(bool verify);
+    Outcome askCandidate(const wchar_t* address, bool isOwn, bool verify);
     const CResponse& sendToCandidates(const Candidates& candidates, bool verify);
     Candidates gatherCandidates() const;
 

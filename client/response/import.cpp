@@ -137,14 +137,10 @@ void CResponse::Impl::requireEntry(unsigned long index) const {
     }
 }
 
-void CResponse::Import(const unsigned char* data, unsigned long size, const CRequest* request) try {
+void CResponse::importFor(const CRequest& request, const unsigned char* data, unsigned long size, bool isFromWire) try {
     impl_->Import(data, size);
-    if (request == nullptr) {
-        return;
-    }
-    const CRequest::Impl& asked = *request->impl_;
-    // True only while the request's own Send imports, so that a stored response is never held against the clock.
-    impl_->CheckNextUpdate = asked.ImportingResponse;
+    const CRequest::Impl& asked = *request.impl_;
+    impl_->CheckNextUpdate = isFromWire;
     impl_->Downloads = asked.downloads();
     if (impl_->Status != 0) {
         return;
@@ -155,10 +151,20 @@ void CResponse::Import(const unsigned char* data, unsigned long size, const CReq
         ATL::AtlThrowImpl(status::kNonceMismatch);
     }
     for (unsigned long i = 0; i < asked.SRCertificates.size(); ++i) {
-        // An entry that was asked and not answered is left to whoever judges the response.
+        // An entry without an answer is no failure here: verifying the response reports it.
         if (const unsigned long index = impl_->Entries.find(asked.SRCertIDs[i]); index != EntryIndex::kNone) {
             impl_->SRCertificates[index] = asked.SRCertificates[i];
         }
+    }
+} catch (...) {
+    ASN1::rethrowAsStatus();
+}
+
+void CResponse::Import(const unsigned char* data, unsigned long size, const CRequest* request) try {
+    if (request == nullptr) {
+        impl_->Import(data, size);
+    } else {
+        importFor(*request, data, size, request->impl_->ImportingResponse);
     }
 } catch (...) {
     ASN1::rethrowAsStatus();

@@ -142,7 +142,13 @@ public:
                                                 void* store) const;
 
 private:
+    friend class CRequest;
     struct Impl;
+
+    // Import with a request. `isFromWire`: the bytes were received just now, so VerifySR requires nextUpdate to lie in
+    // the future; a stored response is never compared with the clock.
+    void importFor(const CRequest& request, const unsigned char* data, unsigned long size, bool isFromWire);
+
     std::unique_ptr<Impl> impl_;
 };
 

@@ -1,7 +1,7 @@
-// One attempt at one responder: exchange, decoding, and the checks of what came back.
+// One attempt at one responder: exchange, decoding, the checks of what came back, the handlers, and the record of it.
 //
-// Level counts the stages, so that of several failed attempts the one that came closest to an answer is reported:
-// 1 address policy, 2 exchange, 3 HTTP status, 4 decoding, 5 response status, 6 producedAt, 7 thisUpdate and beyond.
+// Level is set before each stage begins, so it names the stage at which a failed attempt ended. Of several failed
+// attempts, the one that came closest to an answer is reported (send.cpp).
 #include <utility>
 
 #include "asn1/text/text_conversions.h"
@@ -70,7 +70,7 @@ void CRequest::Impl::takeRedirect(const wchar_t* target, DWORD httpStatus) {
     redirected.kind = kRedirected;
     redirected.address = withoutCredentials(Present.hop.empty() ? HTTPParams.OCSPAddress : Present.hop);
     redirected.status = status::kHttpStatus;
-    redirected.level = 3;
+    redirected.stage = AttemptStage::kHttpStatus;
     redirected.httpStatus = httpStatus;
     Present.hop = target;
     checkRedirectPolicies(*Policy, {.ocspAddress = target,
@@ -106,39 +106,42 @@ CBlob CRequest::Impl::exchange() {
 void CRequest::Impl::SendOCSPRequest() {
     Present = Progress();
     Present.skippedDownloads = Check->skippedDownloads();
-    Level = 1;
+    Level = AttemptStage::kAddressPolicy;
     CheckPolicies(true);
     requirePermittedLogin();
-    Level = 2;
+    Level = AttemptStage::kExchange;
     if (HTTPParams.OCSPAddress.empty()) {
         ATL::AtlThrowImpl(status::kNoResponder);
     }
     TALLOW_TRACE("SendOCSPRequest", "Sending request to \"%s\"...\n", narrowForTrace(HTTPParams.OCSPAddress).c_str());
     CBlob body = exchange();
-    Level = 3;
-    if (HTTPParams.HTTPStatus != 200) {
+    Level = AttemptStage::kHttpStatus;
+    if (HTTPParams.HTTPStatus != kHttpOk) {
         TALLOW_TRACE("SendOCSPRequest", "HTTP STATUS: %lu\n", HTTPParams.HTTPStatus);
         ATL::AtlThrowImpl(status::kHttpStatus);
     }
-    // The new response is there before the old one goes: without the resources for it the old one stays, which the walk
-    // may have to return.
-    auto fresh = std::make_unique<CResponse>();
-    ResponseBytes = std::move(body);
-    Response.reset(fresh.release());
-    Level = 4;
-    // Stays raised when the import throws, until the next import succeeds.
-    ImportingResponse = true;
-    Response->Import(ResponseBytes.pbData(), ResponseBytes.cbData(), &Owner);
-    ImportingResponse = false;
-    Response->put_CacheResync(CacheResync);
-    Level = 5;
+    importReceived(std::move(body));
+    Level = AttemptStage::kResponseStatus;
     if (Response->get_Status() != 0) {
         ATL::AtlThrowImpl(status::kNotSuccessful);
     }
-    Level = 6;
+    Level = AttemptStage::kProducedAt;
     checkProducedAt();
-    Level = 7;
+    Level = AttemptStage::kVerification;
     checkThisUpdates();
+}
+
+void CRequest::Impl::importReceived(CBlob body) {
+    // The new response is made before the old one is deleted: if memory runs out, the old one stays, which the walk may
+    // have to return.
+    auto fresh = std::make_unique<CResponse>();
+    ResponseBytes = std::move(body);
+    Response.reset(fresh.release());
+    Level = AttemptStage::kDecoding;
+    ImportingResponse = true;
+    Response->importFor(Owner, ResponseBytes.pbData(), ResponseBytes.cbData(), true);
+    ImportingResponse = false;
+    Response->put_CacheResync(CacheResync);
 }
 
 // A nonce, asked or answered, proves freshness better than a clock: the window counts only without one.
@@ -169,6 +172,97 @@ void CRequest::Impl::checkThisUpdates() const {
             ATL::AtlThrowImpl(status::kThisUpdateTooOld);
         }
     }
+}
+
+// ---- What becomes of an attempt -------------------------------------------------------------------------------------
+
+template <typename Step>
+void CRequest::Impl::recordFailureOf(Step step) {
+    try {
+        step();
+    } catch (const ATL::CAtlException& failure) {
+        recordAttempt(failure.status());
+        throw;
+    } catch (...) {
+        recordAttempt(status::kFail);
+        throw;
+    }
+}
+
+void CRequest::Impl::attemptDirectly() {
+    recordFailureOf([this] { SendOCSPRequest(); });
+}
+
+std::int32_t CRequest::Impl::attempt() {
+    // "%S" is what the trace service takes for wide text; as a printf format it is an extension.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Wformat"
+    TALLOW_TRACE("Send", "Sending request to \"%S\"...\n", withoutCredentials(HTTPParams.OCSPAddress).c_str());
+#pragma GCC diagnostic pop
+    try {
+        SendOCSPRequest();
+    } catch (const ATL::CAtlException& failure) {
+        TALLOW_TRACE("Send", "Error occurred: 0x%X. Level: %lu\n", static_cast<unsigned int>(failure.status()),
+                     static_cast<unsigned long>(Level));
+        if (failure.status() < 0) {
+            return failure.status();
+        }
+        // A status that is not negative is no failure: the walk continues as after success. But only with an answer of
+        // this attempt: until it is decoded, Response is what an earlier attempt left, or was not read to its end.
+        return Level > AttemptStage::kDecoding ? 0 : status::kFail;
+    } catch (...) {
+        TALLOW_TRACE("Send", "Unknown error occurred. Level: %lu\n", static_cast<unsigned long>(Level));
+        return status::kFail;
+    }
+    return 0;
+}
+
+std::int32_t CRequest::Impl::askHandlers(bool verify) {
+    std::int32_t refusal = 0;
+    recordFailureOf([&] {
+        refusal = verify ? VerifyingHandler.OnResponse(*Response) : 0;
+        if (refusal == 0 && ResponseHandler != nullptr) {
+            refusal = ResponseHandler->OnResponse(*Response);
+        }
+    });
+    recordAttempt(refusal);
+    Proven = verify && refusal == 0;
+    return refusal;
+}
+
+void CRequest::Impl::recordAttempt(std::int32_t outcome) {
+    const bool wasHopRefused = Present.hopRefusal != 0;
+    Attempt& attempt = Attempts.emplace_back();
+    attempt.address = withoutCredentials(Present.hop.empty() ? HTTPParams.OCSPAddress : Present.hop);
+    attempt.status = wasHopRefused ? Present.hopRefusal : outcome;
+    attempt.stage = wasHopRefused ? AttemptStage::kAddressPolicy : Level;
+    // Until the exchange has ended, HTTPStatus is still that of the exchange before.
+    const bool answered = Level > AttemptStage::kExchange && HTTPParams.HTTPStatus != kHttpNoAnswer;
+    attempt.httpStatus = answered ? HTTPParams.HTTPStatus : 0;
+    attempt.lastError = attempt.httpStatus == 0 ? Present.lastError : 0;
+    attempt.fromCache = Present.fromCache;
+    attempt.skippedDownloads = Check->skippedDownloads() - Present.skippedDownloads;
+}
+
+void CRequest::Impl::recordSkipped(const wchar_t* address) {
+    Attempt& skipped = Attempts.emplace_back();
+    skipped.kind = kSkipped;
+    skipped.address = withoutCredentials(address);
+    skipped.status = status::kNotAsked;
+    TALLOW_TRACE("Send", "Not asked, the limits of one check were reached.\n");
+}
+
+// "Revoked" is a verified answer and stays in the cache. A revocation status that could not be established says nothing
+// against the answer, so it stays too, but a fresh one may have another signer.
+bool CRequest::Impl::forgetRefusedAnswer(std::int32_t outcome) const {
+    if (outcome == status::kOk || Level < AttemptStage::kDecoding || outcome == status::kCertificateRevoked ||
+        outcome == status::kHandlerRevoked) {
+        return false;
+    }
+    if (outcome != status::kNoRevocationCheck && outcome != status::kRevocationOffline) {
+        forgetCachedAnswer(HTTPParams, Encoded);
+    }
+    return Present.fromCache && (Flags & kFlagCacheOnly) == 0;
 }
 
 }  // namespace Orvane::PKI::OCSP::Client

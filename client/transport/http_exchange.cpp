@@ -77,23 +77,49 @@ bool serviceSetsLastError() {
     return CspVersion > 0x500 || (CspVersion == 0x500 && CspBuild > 13300);
 }
 
+// The status that CRequest::Send and its callers report for an HTTP status is the converted last error, 0x8007nnnn.
+constexpr DWORD lastErrorOf(std::int32_t converted) {
+    return static_cast<DWORD>(converted) & 0xFFFF;
+}
+
 struct LastErrorOfStatus {
-    unsigned long status;
+    unsigned long httpStatus;
     DWORD lastError;
 };
 constexpr LastErrorOfStatus kLastErrors[] = {
-    {400, 12009}, {505, 12009}, {508, 12009}, {401, 12015}, {403, 12175}, {404, 12007}, {405, 12011}, {406, 12029},
-    {409, 12029}, {410, 12029}, {503, 12029}, {407, 12187}, {408, 12002}, {504, 12002}, {411, 12153}, {412, 12153},
-    {413, 12154}, {414, 12005}, {429, 12030}, {500, 12030}, {501, 12030}, {502, 12188}, {506, 12017}, {507, 8},
+    {400, lastErrorOf(status::kHttpBadRequest)},
+    {401, lastErrorOf(status::kHttpLoginFailed)},
+    {403, lastErrorOf(status::kHttpForbidden)},
+    {404, lastErrorOf(status::kHttpNotFound)},
+    {405, lastErrorOf(status::kHttpMethodRefused)},
+    {406, lastErrorOf(status::kHttpCannotConnect)},
+    {407, lastErrorOf(status::kHttpProxyLogin)},
+    {408, lastErrorOf(status::kHttpTimeout)},
+    {409, lastErrorOf(status::kHttpCannotConnect)},
+    {410, lastErrorOf(status::kHttpCannotConnect)},
+    {411, lastErrorOf(status::kHttpBadHeader)},
+    {412, lastErrorOf(status::kHttpBadHeader)},
+    {413, lastErrorOf(status::kHttpTooLarge)},
+    {414, lastErrorOf(status::kHttpBadUrl)},
+    {429, lastErrorOf(status::kHttpConnectionLost)},
+    {500, lastErrorOf(status::kHttpConnectionLost)},
+    {501, lastErrorOf(status::kHttpConnectionLost)},
+    {502, lastErrorOf(status::kHttpBadGateway)},
+    {503, lastErrorOf(status::kHttpCannotConnect)},
+    {504, lastErrorOf(status::kHttpTimeout)},
+    {505, lastErrorOf(status::kHttpBadRequest)},
+    {506, lastErrorOf(status::kHttpCancelled)},
+    {507, ERROR_NOT_ENOUGH_MEMORY},
+    {508, lastErrorOf(status::kHttpBadRequest)},
 };
-constexpr DWORD kLastErrorOfOtherStatus = 12004;
+constexpr DWORD kLastErrorOfOtherStatus = lastErrorOf(status::kHttpInternal);
 
 void setLastErrorOf(unsigned long httpStatus) {
-    if (httpStatus == 200) {
+    if (httpStatus == kHttpOk) {
         return;
     }
     for (const LastErrorOfStatus& row : kLastErrors) {
-        if (row.status == httpStatus) {
+        if (row.httpStatus == httpStatus) {
             SetLastError(row.lastError);
             return;
         }
@@ -165,7 +191,7 @@ CBlob retrieve(WinHTTPParams& params, const CBlob& request, bool allowCache, _FI
     if (blobs->cBlob != 1) {
         ATL::AtlThrowImpl(status::kInvalidData);
     }
-    params.HTTPStatus = 200;
+    params.HTTPStatus = kHttpOk;
     return {blobs->rgBlob[0].pbData, blobs->rgBlob[0].cbData};
 }
 

@@ -8,6 +8,8 @@ namespace Orvane::PKI::OCSP::Client {
 
 inline constexpr wchar_t kOcspHeaders[] = L"Content-type: application/ocsp-request";
 
+inline constexpr unsigned long kHttpOk = 200;
+
 /// What HTTPStatus shows when a cached exchange was tried and no answer came.
 inline constexpr unsigned long kHttpNoAnswer = 456;
 

@@ -13,6 +13,7 @@
 namespace {
 
 using namespace testkit;
+using Stage = ocsp::Client::AttemptStage;
 
 class Send : public ResponderTest {
 protected:
@@ -86,17 +87,21 @@ TEST_F(Send, RanksFailuresByHowFarTheyGot) {
         const char* what;
         HttpReply first, second;
         std::int32_t expected;
-        unsigned long levels[2];
+        Stage stages[2];
     };
     const HttpReply error500{.status = 500};
     const HttpReply rubbish{.body = bytesOf("rubbish")};
     const HttpReply closed{.closeAtOnce = true};
     const HttpReply tryLater{.body = fromHex("30030A0103")};
     const Row rows[] = {
-        {"HTTP 500, then rubbish", error500, rubbish, status::kAsn1Error, {3, 4}},
-        {"rubbish, then HTTP 500", rubbish, error500, status::kAsn1Error, {4, 3}},
-        {"refusal, then rubbish", tryLater, rubbish, status::kNotSuccessful, {5, 4}},
-        {"nobody answers", closed, closed, status::kHttpStatus, {3, 3}},
+        {"HTTP 500, then rubbish", error500, rubbish, status::kAsn1Error, {Stage::kHttpStatus, Stage::kDecoding}},
+        {"rubbish, then HTTP 500", rubbish, error500, status::kAsn1Error, {Stage::kDecoding, Stage::kHttpStatus}},
+        {"refusal, then rubbish",
+         tryLater,
+         rubbish,
+         status::kNotSuccessful,
+         {Stage::kResponseStatus, Stage::kDecoding}},
+        {"nobody answers", closed, closed, status::kHttpStatus, {Stage::kHttpStatus, Stage::kHttpStatus}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
@@ -105,8 +110,8 @@ TEST_F(Send, RanksFailuresByHowFarTheyGot) {
         Asking request(leaf);
         EXPECT_THAT(request.send(), IsStatus(row.expected));
         ASSERT_EQ(request.get_Attempts().size(), 2u);
-        EXPECT_EQ(request.get_Attempts()[0].level, row.levels[0]);
-        EXPECT_EQ(request.get_Attempts()[1].level, row.levels[1]);
+        EXPECT_EQ(request.get_Attempts()[0].stage, row.stages[0]);
+        EXPECT_EQ(request.get_Attempts()[1].stage, row.stages[1]);
         EXPECT_EQ(request.get_OCSPAddress(), wide(server_.url("/2"))) << "the last one asked";
     }
 }
@@ -390,7 +395,7 @@ TEST_F(Send, HoldsPolicyAgainstEveryRedirect) {
         EXPECT_EQ(attempts[1].kind, CRequest::kAsked);
         EXPECT_EQ(attempts[1].address, wide(server_.url("/new")));
         EXPECT_THAT(attempts[1].status, IsStatus(row.expected));
-        EXPECT_EQ(attempts[1].level, row.expected == 0 ? 7u : 1u);
+        EXPECT_EQ(attempts[1].stage, row.expected == 0 ? Stage::kVerification : Stage::kAddressPolicy);
         reached += row.expected == 0 ? 2 : 1;
         EXPECT_EQ(server_.requests().size(), reached);
     }
