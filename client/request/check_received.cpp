@@ -1,6 +1,7 @@
 // The checks of whoever receives requests: signature, critical extensions, the requestor and his certificate.
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
+#include "client/shared/certificate_access.h"
 #include "client/shared/chain_building.h"
 #include "client/shared/critical_extensions.h"
 #include "handles/exception.h"
@@ -14,9 +15,6 @@ namespace {
 
 constexpr DWORD kAtHand = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY |
                           CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE;
-constexpr DWORD kEncoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
-constexpr DWORD kUserStoreFlags =
-    CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG | CERT_STORE_OPEN_EXISTING_FLAG;
 
 // A hostile request can carry any number of certificates with the requestor's name; real ones carry one or two.
 constexpr int kMaxSignersTried = 16;
@@ -26,8 +24,8 @@ template <typename Accepts>
 ATL2::CCertContext findBySubject(HCERTSTORE store, CERT_NAME_BLOB name, Accepts accepts) {
     ATL2::CCertContext hit;
     // The search frees the context it is given, so each step hands the last one back.
-    while (const _CERT_CONTEXT* next =
-               CertFindCertificateInStore(store, kEncoding, 0, CERT_FIND_SUBJECT_NAME, &name, hit.detach())) {
+    while (const _CERT_CONTEXT* next = CertFindCertificateInStore(store, kCertificateEncoding, 0,
+                                                                  CERT_FIND_SUBJECT_NAME, &name, hit.detach())) {
         hit.reset(next);
         if (accepts(hit)) {
             return hit;
@@ -37,7 +35,7 @@ ATL2::CCertContext findBySubject(HCERTSTORE store, CERT_NAME_BLOB name, Accepts 
 }
 
 bool sameEncoding(const ATL2::CCertContext& left, const ATL2::CCertContext& right) {
-    return CBlob(left->pbCertEncoded, left->cbCertEncoded) == CBlob(right->pbCertEncoded, right->cbCertEncoded);
+    return encodingOf(left.get()) == encodingOf(right.get());
 }
 
 // The same in the message, the given stores in their order, the user's store. Fails when the last cannot be opened.
@@ -130,7 +128,7 @@ const _CERT_CONTEXT* CRequest::Impl::searchSigner(void** stores, unsigned long c
     message.decode(Encoded);
     int tried = 0;
     return searchRequestor(message, stores, count, [&](const ATL2::CCertContext& candidate) {
-        return tried++ < kMaxSignersTried && message.verify(CBlob(candidate->pbCertEncoded, candidate->cbCertEncoded));
+        return tried++ < kMaxSignersTried && message.verify(encodingOf(candidate.get()));
     });
 }
 
@@ -155,7 +153,7 @@ std::int32_t CRequest::Verify(const _CERT_CONTEXT* certificate, const char* crit
         CRequestMessage message;
         message.decode(impl_->Encoded);
         const ATL2::CCertContext used = impl_->certificateToCheck(certificate, nullptr, 0);
-        if (!message.verify(CBlob(used->pbCertEncoded, used->cbCertEncoded))) {
+        if (!message.verify(encodingOf(used.get()))) {
             return status::kBadSignature;
         }
     }

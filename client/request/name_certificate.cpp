@@ -5,6 +5,7 @@
 
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
+#include "client/shared/certificate_access.h"
 #include "client/shared/issuer_by_chain.h"
 #include "client/shared/ocsp_access.h"
 #include "foundation/trace.h"
@@ -18,7 +19,6 @@ namespace {
 
 constexpr char kOidCrlDistributionPoints[] = "2.5.29.31";
 constexpr char kOidSha1[] = "1.3.14.3.2.26";
-constexpr DWORD kEncoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 constexpr DWORD kMachineStoreFlags =
     CERT_SYSTEM_STORE_LOCAL_MACHINE | CERT_STORE_READONLY_FLAG | CERT_STORE_SHARE_CONTEXT_FLAG;
 
@@ -47,10 +47,6 @@ const CERT_INFO& infoOf(const _CERT_CONTEXT* certificate) {
 
 CBlob toBlob(const CRYPT_DATA_BLOB& blob) {
     return {blob.pbData, blob.cbData};
-}
-
-CBlob encodingOf(const ATL2::CCertContext& cert) {
-    return {cert->pbCertEncoded, cert->cbCertEncoded};
 }
 
 const CERT_EXTENSION* findExtension(const _CERT_CONTEXT* certificate, const char* oid) {
@@ -105,8 +101,8 @@ ATL2::CCertContext sameOfUser(const ATL2::CCertContext& certificate) {
         ATL2::CCertStore my;
         if (my.Open(CERT_STORE_PROV_SYSTEM_W, 0, CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG, L"My") ==
             0) {
-            ATL2::CCertContext found = ATL2::CCertContext::adopt(
-                CertFindCertificateInStore(my.get(), kEncoding, 0, CERT_FIND_EXISTING, certificate.get(), nullptr));
+            ATL2::CCertContext found = ATL2::CCertContext::adopt(CertFindCertificateInStore(
+                my.get(), kCertificateEncoding, 0, CERT_FIND_EXISTING, certificate.get(), nullptr));
             if (found && found.DetachFromStore() == 0) {
                 return found;
             }
@@ -132,7 +128,7 @@ void CRequest::Impl::put_SRCertIDFromCert(const _CERT_CONTEXT* certificate, cons
     }
     const ASN1::CAlgorithmIdentifierEx algorithm(chooseHash(hashOID, *Policy, certificate).c_str());
     SRCertIDs[index] = CCertID(algorithm, CBlob(certificate->pbCertEncoded, certificate->cbCertEncoded),
-                               encodingOf(IssuerCertificate));
+                               encodingOf(IssuerCertificate.get()));
     SRCertificates[index] = ATL2::CCertContext::duplicate(certificate);
 }
 
@@ -228,8 +224,8 @@ ASN1::CAuthorityInfoAccessSyntax CRequest::Impl::GetOCSPAddressFromIssuerCertPro
         }
     }
     ATL2::CCertContext hit;
-    while (const _CERT_CONTEXT* next = CertFindCertificateInStore(collection.get(), kEncoding, 0, CERT_FIND_EXISTING,
-                                                                  IssuerCertificate.get(), hit.detach())) {
+    while (const _CERT_CONTEXT* next = CertFindCertificateInStore(
+               collection.get(), kCertificateEncoding, 0, CERT_FIND_EXISTING, IssuerCertificate.get(), hit.detach())) {
         hit.reset(next);
         ATL::CStringA value;
         if (hit.GetProperty(CERT_CA_OCSP_AUTHORITY_INFO_ACCESS_PROP_ID, value) != 0 || value.GetLength() == 0) {

@@ -6,6 +6,7 @@
 
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
+#include "client/shared/entry_table.h"
 #include "client/shared/export_bytes.h"
 #include "foundation/trace.h"
 #include "handles/exception.h"
@@ -14,12 +15,6 @@
 namespace Orvane::PKI::OCSP::Client {
 
 namespace {
-
-template <typename Map>
-auto find(const Map& map, unsigned long index) -> const typename Map::mapped_type* {
-    const auto found = map.find(index);
-    return found == map.end() ? nullptr : &found->second;
-}
 
 template <typename Map>
 void putOrRemove(Map& map, unsigned long index, const typename Map::mapped_type* value) {
@@ -118,22 +113,22 @@ void CRequest::put_SRServiceLocator(CExtServiceLocator* extension, unsigned long
 
 const CExtHistoricalRequest* CRequest::get_SRHistoricalRequest(unsigned long index) const {
     impl_->bound(index);
-    return find(impl_->SRHistoricalRequests, index);
+    return findEntry(impl_->SRHistoricalRequests, index);
 }
 
 const CExtServiceLocator* CRequest::get_SRServiceLocator(unsigned long index) const {
     impl_->bound(index);
-    return find(impl_->SRServiceLocators, index);
+    return findEntry(impl_->SRServiceLocators, index);
 }
 
 const CExtCRLLocator* CRequest::get_SRCRLLocator(unsigned long index) const {
     impl_->bound(index);
-    return find(impl_->SRCRLLocators, index);
+    return findEntry(impl_->SRCRLLocators, index);
 }
 
 const ASN1::CExtensions* CRequest::get_SRAdditionalExtensions(unsigned long index) const {
     impl_->bound(index);
-    return find(impl_->SRAdditionalExtensions, index);
+    return findEntry(impl_->SRAdditionalExtensions, index);
 }
 
 void CRequest::put_UseNonce(bool use) {

@@ -4,6 +4,7 @@
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
 #include "client/request/signature_algorithm.h"
+#include "client/shared/certificate_access.h"
 #include "client/shared/chain_building.h"
 #include "client/shared/network_check.h"
 #include "foundation/trace.h"
@@ -20,10 +21,6 @@ namespace {
 
 // What the policy value CertsToInclude says when nobody has set it.
 constexpr long kPolicySaysNothing = -1;
-
-CBlob encodingOf(const _CERT_CONTEXT* cert) {
-    return {cert->pbCertEncoded, cert->cbCertEncoded};
-}
 
 // The PIN as the provider takes it. The narrow copy is wiped: it is the only one that is ours.
 class Pin {

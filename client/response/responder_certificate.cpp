@@ -1,8 +1,10 @@
 // The search for the certificate that signed a response.
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/response/response_impl.h"
+#include "client/shared/certificate_access.h"
 #include "handles/crypto_handles.h"
 #include "handles/exception.h"
+#include "handles/status.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace Orvane::PKI::OCSP::Client {
@@ -10,8 +12,6 @@ namespace Orvane::PKI::OCSP::Client {
 namespace {
 
 constexpr const char* kUserStores[] = {"AddressBook", "CA", "ROOT"};
-constexpr DWORD kUserStoreFlags =
-    CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG | CERT_STORE_OPEN_EXISTING_FLAG;
 
 // Certificates that fit the responder id, of all stores together: for each the signature is checked. A responder has
 // one or two, or some dozens where it changes keys often and keeps them all; a hostile response, a thousand.
@@ -20,7 +20,7 @@ constexpr int kMaxSignersTried = 64;
 }  // namespace
 
 bool CResponse::Impl::TryToAcceptOCSPCertificate(const ATL2::CCertContext& candidate, int& numTried) {
-    const CBlob encoded(candidate->pbCertEncoded, candidate->cbCertEncoded);
+    const CBlob encoded = encodingOf(candidate.get());
     const CResponderID& responder = BasicResponse.get_responderID();
     // The name or key hash alone proves nothing: anybody can put it into a certificate or a response.
     if (!(CResponderID::fromCert(responder.get_type(), encoded) == responder) || ++numTried > kMaxSignersTried ||
@@ -65,6 +65,20 @@ const _CERT_CONTEXT* CResponse::Impl::findResponder(void** stores, unsigned long
         }
     }
     return nullptr;
+}
+
+const _CERT_CONTEXT* CResponse::Impl::responderToCheck(const _CERT_CONTEXT* given, void** stores, unsigned long count) {
+    requireSuccessful();
+    if (given == nullptr) {
+        given = OCSPCertificate.get();
+    }
+    if (given == nullptr) {
+        given = findResponder(stores, count);
+    }
+    if (given == nullptr) {
+        ATL::AtlThrowImpl(status::kCryptNotFound);
+    }
+    return given;
 }
 
 const _CERT_CONTEXT* CResponse::get_OCSPCertificate(void** stores, unsigned long count) const try {

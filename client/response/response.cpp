@@ -1,11 +1,12 @@
 // The accessors of a response. The tasks live in files of their own.
 #include "client/response/response.h"
 
-#include <optional>
 #include <string>
 
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/response/response_impl.h"
+#include "client/shared/certificate_access.h"
+#include "client/shared/entry_table.h"
 #include "client/shared/export_bytes.h"
 #include "client/shared/issuer_by_chain.h"
 #include "client/shared/network_check.h"
@@ -14,16 +15,6 @@
 #include "platform/crypto/crypto_service.h"
 
 namespace Orvane::PKI::OCSP::Client {
-
-namespace {
-
-template <typename Map>
-auto find(const Map& map, unsigned long index) -> const typename Map::mapped_type* {
-    const auto found = map.find(index);
-    return found == map.end() ? nullptr : &found->second;
-}
-
-}  // namespace
 
 CResponse::CResponse() try : impl_(std::make_unique<Impl>(*this)) {
 } catch (...) {
@@ -167,23 +158,23 @@ const CDateTime* CResponse::get_SRNextUpdate(unsigned long index) const {
 
 const CExtHistoricalRequest* CResponse::get_SRHistoricalRequest(unsigned long index) const {
     impl_->requireEntry(index);
-    return find(impl_->SRHistoricalRequests, index);
+    return findEntry(impl_->SRHistoricalRequests, index);
 }
 
 const CDateTime* CResponse::get_SRArchiveCutoff(unsigned long index) const {
     impl_->requireEntry(index);
-    const CExtArchiveCutoff* cutoff = find(impl_->SRArchiveCutoffs, index);
+    const CExtArchiveCutoff* cutoff = findEntry(impl_->SRArchiveCutoffs, index);
     return cutoff == nullptr ? nullptr : &cutoff->get_archiveCutoff();
 }
 
 const CExtCrlID* CResponse::get_SRCRLReference(unsigned long index) const {
     impl_->requireEntry(index);
-    return find(impl_->SRCRLReferences, index);
+    return findEntry(impl_->SRCRLReferences, index);
 }
 
 const ASN1::CExtensions* CResponse::get_SRAdditionalExtensions(unsigned long index) const {
     impl_->requireEntry(index);
-    return find(impl_->SRAdditionalExtensions, index);
+    return findEntry(impl_->SRAdditionalExtensions, index);
 }
 
 // ---- Matching -------------------------------------------------------------------------------------------------------
@@ -209,16 +200,13 @@ unsigned long CResponse::get_SRIndexByCert(const _CERT_CONTEXT* cert, const _CER
     if (cert == nullptr) {
         ATL::AtlThrowImpl(status::kInvalidArgument);
     }
-    std::optional<NetworkCheck> network;
-    if (impl_->Downloads) {
-        network.emplace(*impl_->Downloads);
-    }
+    const OptionalNetworkCheck network(impl_->Downloads);
     const ATL2::CCertContext held = issuer != nullptr ? ATL2::CCertContext::duplicate(issuer) : issuerByChain(cert);
     if (!held) {
         ATL::AtlThrowImpl(status::kNoSigner);
     }
-    const CBlob certBytes(cert->pbCertEncoded, cert->cbCertEncoded);
-    const CBlob issuerBytes(held->pbCertEncoded, held->cbCertEncoded);
+    const CBlob certBytes = encodingOf(cert);
+    const CBlob issuerBytes = encodingOf(held.get());
     std::map<std::string, CCertID> byAlgorithm;
     unsigned long index = 0;
     for (const CSingleResponse& entry : impl_->BasicResponse.get_responses()) {

@@ -46,12 +46,16 @@ struct CResponse::Impl {
     bool TryToAcceptOCSPCertificate(const ATL2::CCertContext& candidate, int& numTried);
     bool acceptFromStore(HCERTSTORE store, int& numTried);
     const _CERT_CONTEXT* findResponder(void** stores, unsigned long count);
+    // The certificate to check with: the one given, the one accepted, or the one found now. Throws kCryptNotFound when
+    // there is none, and first what requireSuccessful throws.
+    const _CERT_CONTEXT* responderToCheck(const _CERT_CONTEXT* given, void** stores, unsigned long count);
     int IsOCSPNocheck(const _CERT_CONTEXT* cert) const;
 
     // The steps of VerifyCertificate.
     ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* cert, const ATL2::CCertStore& collection,
                                        DWORD flags) const;
     std::int32_t judgeChain(const ATL2::CCertChainContext& chain, bool& noCheck);
+    std::int32_t checkRevocation(const _CERT_CONTEXT* first, const ATL2::CCertStore& collection, DWORD flags) const;
 
     CResponse& Owner;
     std::uint32_t Status = 0;

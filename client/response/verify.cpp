@@ -1,6 +1,7 @@
 // The judgement on a response as a whole and on one single response.
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/response/response_impl.h"
+#include "client/shared/certificate_access.h"
 #include "client/shared/critical_extensions.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -9,19 +10,10 @@
 namespace Orvane::PKI::OCSP::Client {
 
 std::int32_t CResponse::Verify(const _CERT_CONTEXT* cert, const char* criticalOIDs) const try {
-    impl_->requireSuccessful();
-    if (cert == nullptr) {
-        cert = impl_->OCSPCertificate.get();
-    }
-    if (cert == nullptr) {
-        cert = get_OCSPCertificate(nullptr, 0);
-    }
-    if (cert == nullptr) {
-        ATL::AtlThrowImpl(status::kCryptNotFound);
-    }
+    cert = impl_->responderToCheck(cert, nullptr, 0);
     // A certificate passed by the caller is used as it stands: whether it is the responder named in the response is the
     // caller's business here, and VerifyCertificate's.
-    if (!impl_->BasicResponse.verify(CBlob(cert->pbCertEncoded, cert->cbCertEncoded))) {
+    if (!impl_->BasicResponse.verify(encodingOf(cert))) {
         return status::kBadSignature;
     }
     // The message's own list is walked, so a critical nonce counts like any other critical extension.

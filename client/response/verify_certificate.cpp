@@ -1,11 +1,12 @@
 // The judgement on the responder's certificate: chain, authorisation for each entry, revocation.
 #include <algorithm>
 #include <exception>
-#include <optional>
+#include <utility>
 #include <vector>
 
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/response/response_impl.h"
+#include "client/shared/certificate_access.h"
 #include "client/shared/chain_building.h"
 #include "foundation/trace.h"
 #include "handles/crypto_handles.h"
@@ -19,8 +20,6 @@ namespace Orvane::PKI::OCSP::Client {
 namespace {
 
 constexpr DWORD kCacheOnly = CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY | CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
-constexpr DWORD kUserStoreFlags =
-    CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG | CERT_STORE_OPEN_EXISTING_FLAG;
 
 CRYPT_DATA_BLOB view(const CBlob& blob) {
     return {static_cast<DWORD>(blob.cbData()), blob.pbData()};
@@ -137,30 +136,26 @@ std::int32_t CResponse::Impl::judgeChain(const ATL2::CCertChainContext& chain, b
     return statusOfMask(ocspStatus.dwError);
 }
 
+// The second chain, from `first` up, with revocation.
+std::int32_t CResponse::Impl::checkRevocation(const _CERT_CONTEXT* first, const ATL2::CCertStore& collection,
+                                              DWORD flags) const {
+    const ATL2::CCertChainContext chain = buildChain(first, collection, flags | CERT_CHAIN_REVOCATION_CHECK_CHAIN);
+    if (chain->cChain == 0) {
+        return status::kNoRevocationCheck;
+    }
+    return statusOfRevocation(chain->rgpChain[0]->TrustStatus.dwErrorStatus);
+}
+
 std::int32_t CResponse::VerifyCertificate(const _CERT_CONTEXT* cert, bool verifySR, void** stores,
                                           unsigned long count) const try {
-    impl_->requireSuccessful();
-    if (cert == nullptr) {
-        cert = impl_->OCSPCertificate.get();
-    }
-    if (cert == nullptr) {
-        cert = get_OCSPCertificate(stores, count);
-    }
-    if (cert == nullptr) {
-        ATL::AtlThrowImpl(status::kCryptNotFound);
-    }
+    cert = impl_->responderToCheck(cert, stores, count);
     const ATL2::CCertStore collection = collectStores(impl_->Certificates, stores, count);
-    std::optional<NetworkCheck> network;
-    if (impl_->Downloads) {
-        network.emplace(*impl_->Downloads);
-    }
+    const OptionalNetworkCheck network(impl_->Downloads);
     TALLOW_TRACE("VerifyCertificate", "Building a chain...\n");
     const DWORD cacheFlags = (impl_->Flags & kFlagCacheOnly) != 0 ? kCacheOnly : 0;
-    // This first chain asks for no revocation: the policy decides first whether the responder may speak at all.
+    // The first chain is built without revocation: the policy decides first whether the responder may answer at all.
     ATL2::CCertChainContext chain =
-        impl_->buildChain(cert, collection,
-                          cacheFlags != 0 ? kCacheOnly | CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE
-                                          : CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE);
+        impl_->buildChain(cert, collection, cacheFlags | CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE);
     bool exempt = false;
     if (const std::int32_t verdict = impl_->judgeChain(chain, exempt); verdict != 0) {
         return verdict;
@@ -186,12 +181,7 @@ std::int32_t CResponse::VerifyCertificate(const _CERT_CONTEXT* cert, bool verify
     }
     const ATL2::CCertContext first = ATL2::CCertContext::duplicate(chain->rgpChain[0]->rgpElement[start]->pCertContext);
     chain.reset();
-    const ATL2::CCertChainContext checked =
-        impl_->buildChain(first.get(), collection, cacheFlags | CERT_CHAIN_REVOCATION_CHECK_CHAIN);
-    if (checked->cChain == 0) {
-        return status::kNoRevocationCheck;
-    }
-    return statusOfRevocation(checked->rgpChain[0]->TrustStatus.dwErrorStatus);
+    return impl_->checkRevocation(first.get(), collection, cacheFlags);
 } catch (...) {
     ASN1::rethrowAsStatus();
 }
@@ -217,10 +207,7 @@ std::int32_t CResponse::VerifyRevocation(const _CERT_CONTEXT* cert, const _CERT_
     revocation.cbSize = sizeof revocation;
     void* contexts[] = {const_cast<_CERT_CONTEXT*>(cert)};
     const DWORD flags = (impl_->Flags & kFlagCacheOnly) != 0 ? CERT_VERIFY_CACHE_ONLY_BASED_REVOCATION : 0;
-    std::optional<NetworkCheck> network;
-    if (impl_->Downloads) {
-        network.emplace(*impl_->Downloads);
-    }
+    const OptionalNetworkCheck network(impl_->Downloads);
     const BOOL checked = CertVerifyRevocation(X509_ASN_ENCODING, CERT_CONTEXT_REVOCATION_TYPE, 1, contexts, flags,
                                               &parameters, &revocation);
     const DWORD result = checked ? 0 : GetLastError();

@@ -1,5 +1,6 @@
 #include "client/shared/chain_building.h"
 
+#include "client/shared/certificate_access.h"
 #include "foundation/trace.h"
 #include "handles/cert_context.h"
 #include "handles/exception.h"
@@ -9,8 +10,6 @@
 namespace Orvane::PKI::OCSP::Client {
 
 namespace {
-
-constexpr DWORD kEncoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 
 void throwIfFailed(std::int32_t result) {
     if (result != 0) {
@@ -81,8 +80,8 @@ void addCertificates(const ATL2::CCertStore& store, const CBlobList* certs) {
         return;
     }
     for (const CBlob& encoded : *certs) {
-        const ATL2::CCertContext cert =
-            ATL2::CCertContext::adopt(CertCreateCertificateContext(kEncoding, encoded.pbData(), encoded.cbData()));
+        const ATL2::CCertContext cert = ATL2::CCertContext::adopt(
+            CertCreateCertificateContext(kCertificateEncoding, encoded.pbData(), encoded.cbData()));
         if (!cert) {
             ATL2::throwLastErrorOrFail();
         }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
 #include "platform/crypto/crypto_service.h"
@@ -43,6 +44,19 @@ public:
 private:
     DownloadRules downloads_;
     CRYPTO_CHECK record_{};
+};
+
+/// A NetworkCheck if there are rules, else nothing: the service then follows its own settings.
+class OptionalNetworkCheck {
+public:
+    explicit OptionalNetworkCheck(const std::optional<DownloadRules>& rules) {
+        if (rules) {
+            check_.emplace(*rules);
+        }
+    }
+
+private:
+    std::optional<NetworkCheck> check_;
 };
 
 /// Whether the check of this thread has used up its time.
