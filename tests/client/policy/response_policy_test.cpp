@@ -36,7 +36,7 @@ TEST(ResponsePolicy, LimitsTheAgeOfThisUpdateByCountAndLetter) {
     }
 }
 
-TEST(ResponsePolicy, ComplainsAboutAnIntervalOnlyWhenItIsUsed) {
+TEST(ResponsePolicy, RejectsAnUnknownIntervalOnlyWhenItIsUsed) {
     const SettingsFile settings("ThisUpdateAccuracy = 'x'\n");
     const CResponsePolicy policy;
     const CDateTime reference("20240331120000Z");
@@ -46,15 +46,6 @@ TEST(ResponsePolicy, ComplainsAboutAnIntervalOnlyWhenItIsUsed) {
                 IsStatus(status::kFail));
     EXPECT_THAT(thrownStatus([&] { static_cast<void>(thisUpdateLimit({}, INT_MIN, reference)); }),
                 IsStatus(status::kFail));
-}
-
-TEST(ResponsePolicy, FindsThumbprintsHoweverTheyWerePasted) {
-    const SettingsFile settings("NocheckOCSPs = ['01 ab cd ef', 'FF00']\n");
-    const CResponsePolicy policy;
-    EXPECT_TRUE(policy.NocheckOCSPs.Find(L"01ABCDEF"));
-    EXPECT_TRUE(policy.NocheckOCSPs.Find(L"FF00"));
-    EXPECT_FALSE(policy.NocheckOCSPs.Find(L"01ab cd ef"));
-    EXPECT_FALSE(policy.NocheckOCSPs.Find(L""));
 }
 
 }  // namespace

@@ -12,19 +12,13 @@ namespace {
 
 using namespace testkit;
 
-class Received : public ClientTest {
+class CheckReceived : public ClientTest {
 protected:
-    Received() {
+    CheckReceived() {
         requestor_ = issue(pki_.ca, named("requestor"));
         folder_.write("user/CA/ca.pem", pki_.ca.certificatePem());
         folder_.write("user/My/other.pem", pki_.good.certificatePem());
         putCrls({});
-    }
-
-    static CertificateSpec named(const char* name) {
-        CertificateSpec spec;
-        spec.commonName = name;
-        return spec;
     }
 
     void putCrls(const std::vector<Bytes>& revoked) const {
@@ -57,21 +51,16 @@ protected:
     }
 
     // The first objection of a receiver, returned or thrown; 0 for none.
-    static std::int32_t judge(const Bytes& der) {
-        std::int32_t verdict = 0;
-        const std::int32_t thrown = thrownStatus([&] {
+    static std::int32_t objection(const Bytes& der) {
+        return outcomeOf([&] {
             CRequest request;
             import(request, der);
             if (request.get_SignatureAlgorithmOID()[0] == '\0') {
-                verdict = status::kBadSignature;
-                return;
+                return status::kBadSignature;
             }
-            verdict = request.Verify(nullptr, nullptr, true);
-            if (verdict == 0) {
-                verdict = request.VerifyCertificate(nullptr, nullptr, 0);
-            }
+            const std::int32_t verdict = request.Verify(nullptr, nullptr, true);
+            return verdict != 0 ? verdict : request.VerifyCertificate(nullptr, nullptr, 0);
         });
-        return thrown != 0 ? thrown : verdict;
     }
 
     // ---- Requests by hand: entries and extensions in any order and number ------------------------------------------
@@ -104,7 +93,7 @@ const char* const kServiceLocator = "1.3.6.1.5.5.7.48.1.7";
 const char* const kCrlLocator = "1.2.643.2.2.47.2";
 const char* const kHistorical = "1.2.643.2.2.47.5";
 
-TEST_F(Received, ImportsWhatExportGives) {
+TEST_F(CheckReceived, ImportsWhatExportGives) {
     CRequest made;
     ask(made, pki_.good, pki_.ca);
     made.AddSingleRequest();
@@ -149,7 +138,7 @@ TEST_F(Received, ImportsWhatExportGives) {
     EXPECT_EQ(exported(again), der) << "bytes that went when the object was cleared";
 }
 
-TEST_F(Received, TellsWhatCannotBeImported) {
+TEST_F(CheckReceived, ReportsWhyARequestIsNotImported) {
     const Bytes historical = extension(kHistorical, true, tlv::sequence(std::vector<Bytes>{}));
     const Bytes locator = extension(kServiceLocator, false, tlv::sequence({pki_.ca.subject()}));
     const Bytes crls = extension(
@@ -190,7 +179,7 @@ TEST_F(Received, TellsWhatCannotBeImported) {
     EXPECT_THAT(empty.Verify(nullptr, nullptr, true), IsStatus(0));
 }
 
-TEST_F(Received, ManyEntriesAndExtensionsTakeTimeInProportion) {
+TEST_F(CheckReceived, ManyEntriesAndExtensionsTakeTimeInProportion) {
     constexpr std::size_t kFew = 10000;
     constexpr std::size_t kMany = 8 * kFew;
     const Bytes one = extension("1.2.3.4");
@@ -219,7 +208,7 @@ TEST_F(Received, ManyEntriesAndExtensionsTakeTimeInProportion) {
 
 // ---- Checks ---------------------------------------------------------------------------------------------------------
 
-TEST_F(Received, CriticalExtensionsAreRefusedAsTheListSays) {
+TEST_F(CheckReceived, CriticalExtensionsAreRefusedAsTheListSays) {
     CRequest request;
     import(request, message({entry(), entry({extension("1.2.5", true),
                                              extension(kHistorical, true, tlv::sequence(std::vector<Bytes>{}))})},
@@ -247,7 +236,7 @@ TEST_F(Received, CriticalExtensionsAreRefusedAsTheListSays) {
     EXPECT_THAT(thrownStatus([&] { return request.VerifySR(100, nullptr); }), IsStatus(status::kInvalidIndex));
 }
 
-TEST_F(Received, ChecksWhatOthersSigned) {
+TEST_F(CheckReceived, ChecksWhatOthersSigned) {
     const std::string ca = folder_.write("ca.pem", pki_.ca.certificatePem());
     for (const Identity& signer : {requestor_, rsaRequestor()}) {
         for (const std::vector<std::string>& options :
@@ -276,18 +265,18 @@ TEST_F(Received, ChecksWhatOthersSigned) {
 }
 
 // Name, list, extension, algorithm, signature, certificate, and the lengths between them: no octet may change unseen.
-TEST_F(Received, RefusesEveryAlteredOctet) {
+TEST_F(CheckReceived, RefusesEveryAlteredOctet) {
     for (const Bytes& der : {signedBy(requestor_), signedByOpenssl(rsaRequestor(), {})}) {
-        ASSERT_THAT(judge(der), IsStatus(0));
+        ASSERT_THAT(objection(der), IsStatus(0));
         for (std::size_t i = 0; i < der.size(); ++i) {
             Bytes altered = der;
             altered[i] ^= 1;
-            EXPECT_NE(judge(altered), 0) << "octet " << i << " of " << toHex(der);
+            EXPECT_NE(objection(altered), 0) << "octet " << i << " of " << toHex(der);
         }
     }
 }
 
-TEST_F(Received, JudgesTheRequestorsCertificate) {
+TEST_F(CheckReceived, ChecksTheRequestorsCertificate) {
     CertificateSpec old = named("old");
     old.notBeforeSeconds = -7200;
     old.notAfterSeconds = -3600;
@@ -302,7 +291,7 @@ TEST_F(Received, JudgesTheRequestorsCertificate) {
     const Row rows[] = {
         {"trusted", requestor_, [] {}, 0},
         {"expired", expired, [] {}, status::kCertExpired},
-        {"of nobody", stranger, [] {}, status::kUntrustedRoot},
+        {"self-signed", stranger, [] {}, status::kUntrustedRoot},
         {"revoked", requestor_, [this] { putCrls({requestor_.serial()}); }, status::kCryptRevoked},
         {"no CRL", requestor_, [this] { std::filesystem::remove(folder_.file("user/CA/ca.crl")); },
          status::kNoRevocationCheck},
@@ -323,17 +312,11 @@ TEST_F(Received, JudgesTheRequestorsCertificate) {
                 IsStatus(status::kRequestSigned));
 }
 
-TEST_F(Received, LooksForTheRequestorByNameInAFixedOrder) {
+TEST_F(CheckReceived, LooksForTheRequestorByNameInAFixedOrder) {
     const Identity given = issue(pki_.ca, named("requestor"));
     const Identity own = issue(pki_.ca, named("requestor"));
     folder_.write("user/My/own.pem", own.certificatePem());
-    ATL2::CCertStore memory;
-    ASSERT_EQ(memory.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr), 0);
-    const auto add = [](const ATL2::CCertStore& store, const Identity& identity) {
-        EXPECT_TRUE(
-            CertAddCertificateContextToStore(store.get(), contextOf(identity).get(), CERT_STORE_ADD_NEW, nullptr));
-    };
-    add(memory, given);
+    const ATL2::CCertStore memory = storeOf({given});
     void* stores[] = {nullptr, memory.get()};
 
     CRequest carrying;
@@ -349,26 +332,25 @@ TEST_F(Received, LooksForTheRequestorByNameInAFixedOrder) {
     EXPECT_THAT(bare.Verify(nullptr, nullptr, true), IsStatus(status::kBadSignature))
         << "the name alone proves nothing";
     EXPECT_EQ(bare.FindSigner(stores, 2), nullptr);
-    add(memory, requestor_);
+    const ATL2::CCertStore both = storeOf({given, requestor_});
+    stores[1] = both.get();
     EXPECT_EQ(encodingOf(bare.get_RequestorCertificate(stores, 2)), given.certificate) << "the first of the name";
     EXPECT_EQ(encodingOf(bare.FindSigner(stores, 2)), requestor_.certificate) << "of those, the one that signed";
     EXPECT_THAT(bare.Verify(nullptr, nullptr, true), IsStatus(0));
     EXPECT_THAT(bare.VerifyCertificate(nullptr, nullptr, 0), IsStatus(0));
-    ATL2::CCertStore crowd;
-    ASSERT_EQ(crowd.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr), 0);
-    for (int i = 0; i < 17; ++i) {
-        add(crowd, i == 16 ? requestor_ : issue(pki_.ca, named("requestor")));
-    }
+    std::vector<Identity> sameName(16, given);
+    sameName.push_back(requestor_);
+    const ATL2::CCertStore crowd = storeOf(sameName);
     void* crowded[] = {crowd.get()};
     EXPECT_EQ(bare.FindSigner(crowded, 1), nullptr) << "the number of tries is bounded";
     std::filesystem::remove_all(folder_.file("user/My"));
-    CRequest nobody;
-    import(nobody, signedBy(requestor_, CRequest::CertsNone));
-    EXPECT_THAT(thrownStatus([&] { nobody.get_RequestorCertificate(nullptr, 0); }), IsStatus(status::kFileNotFound))
+    CRequest unknown;
+    import(unknown, signedBy(requestor_, CRequest::CertsNone));
+    EXPECT_THAT(thrownStatus([&] { unknown.get_RequestorCertificate(nullptr, 0); }), IsStatus(status::kFileNotFound))
         << "no store of the user";
     folder_.write("user/My/other.pem", pki_.good.certificatePem());
-    EXPECT_EQ(nobody.get_RequestorCertificate(nullptr, 0), nullptr);
-    EXPECT_THAT(thrownStatus([&] { return nobody.Verify(nullptr, nullptr, true); }), IsStatus(status::kCryptNotFound));
+    EXPECT_EQ(unknown.get_RequestorCertificate(nullptr, 0), nullptr);
+    EXPECT_THAT(thrownStatus([&] { return unknown.Verify(nullptr, nullptr, true); }), IsStatus(status::kCryptNotFound));
 
     CRequest signing;
     ask(signing, pki_.good, pki_.ca);
@@ -384,7 +366,7 @@ TEST_F(Received, LooksForTheRequestorByNameInAFixedOrder) {
     EXPECT_THAT(signing.Verify(nullptr, nullptr, true), IsStatus(0));
 }
 
-TEST_F(Received, ContactsAddressesOnlyForTrustedChains) {
+TEST_F(CheckReceived, ContactsAddressesOnlyForTrustedChains) {
     const Identity between = issueCa(pki_.ca, "between");
     const Bytes crl = makeCrl(between, {});
     const HttpServer server([&](const HttpRequest& request) {

@@ -26,12 +26,10 @@ class Sign : public ClientTest {
 protected:
     Sign() { folder_.write("user/CA/ca.pem", pki_.ca.certificatePem()); }
 
-    Identity requestor(KeyKind kind = KeyKind::kEcP256) const { return issue(pki_.ca, named("requestor", kind)); }
-    static CertificateSpec named(const char* name, KeyKind kind = KeyKind::kEcP256) {
-        CertificateSpec spec;
-        spec.commonName = name;
+    Identity requestor(KeyKind kind = KeyKind::kEcP256) const {
+        CertificateSpec spec = named("requestor");
         spec.key = Key::make(kind);
-        return spec;
+        return issue(pki_.ca, spec);
     }
 
     static std::vector<Bytes> certificatesIn(const Bytes& der) {

@@ -7,6 +7,7 @@
 #include <cstdlib>
 #include <cstring>
 #include <string>
+#include <vector>
 
 #include "client/request/request.h"
 #include "client/response/response.h"
@@ -55,6 +56,25 @@ inline void* blobArray(const Bytes& body, DWORD count = 1) {
     return block;
 }
 
+/// A memory store with these certificates, in this order.
+inline ATL2::CCertStore storeOf(const std::vector<Identity>& identities) {
+    ATL2::CCertStore store;
+    EXPECT_EQ(store.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr), 0);
+    for (const Identity& identity : identities) {
+        EXPECT_TRUE(
+            CertAddCertificateContextToStore(store.get(), contextOf(identity).get(), CERT_STORE_ADD_ALWAYS, nullptr));
+    }
+    return store;
+}
+
+/// The verdict that `check` returns, or the status that it throws.
+template <typename Check>
+std::int32_t outcomeOf(Check check) {
+    std::int32_t verdict = 0;
+    const std::int32_t thrown = thrownStatus([&] { verdict = check(); });
+    return thrown != 0 ? thrown : verdict;
+}
+
 class ClientTest : public testing::Test {
 protected:
     ClientTest() {
@@ -98,10 +118,14 @@ protected:
         return context;
     }
 
-    /// A delegate of its issuer that needs no revocation check.
-    static CertificateSpec delegateSpec(const char* name) {
+    static CertificateSpec named(const char* name) {
         CertificateSpec spec;
         spec.commonName = name;
+        return spec;
+    }
+    /// A delegate of its issuer that needs no revocation check.
+    static CertificateSpec delegateSpec(const char* name) {
+        CertificateSpec spec = named(name);
         spec.extendedKeyUsage = "OCSPSigning";
         spec.ocspNoCheck = true;
         return spec;
