@@ -1,6 +1,10 @@
-/* Asks with a ready request whether a certificate is still good: check REQUEST CERTIFICATE ISSUER SETTINGS, the first
- * three in DER. The setting DefaultOCSPURL names the responder, whose chain must end in a root of the store ROOT. The
- * answer is not matched with a nonce: that would take the request's extensions as ocspVerifyResponse's fourth argument.
+/* Sends an existing request and checks whether the certificate is still good:
+ *
+ *   check REQUEST CERTIFICATE ISSUER SETTINGS
+ *
+ * The first three are DER files. The setting DefaultOCSPURL names the responder, whose chain must end in a root of the
+ * store ROOT. Nonces are not compared: that would need the request's extensions as the fourth argument of
+ * ocspVerifyResponse.
  */
 #include <stdio.h>
 #include <stdlib.h>
@@ -12,13 +16,15 @@
 static unsigned char* readFile(const char* path, unsigned long* size) {
     unsigned char* bytes = NULL;
     FILE* file = fopen(path, "rb");
-    if (file == NULL)
+    if (file == NULL) {
         return NULL;
+    }
     if (fseek(file, 0, SEEK_END) == 0) {
         const long length = ftell(file);
         rewind(file);
-        if (length > 0)
+        if (length > 0) {
             bytes = malloc((size_t)length);
+        }
         if (bytes != NULL && fread(bytes, 1, (size_t)length, file) != (size_t)length) {
             free(bytes);
             bytes = NULL;
@@ -29,14 +35,15 @@ static unsigned char* readFile(const char* path, unsigned long* size) {
     return bytes;
 }
 
-/* Puts the certificate of a file into `store`; null when there is none. */
+/* Adds the certificate in a file to `store`; null when the file cannot be read or is no certificate. */
 static PCCERT_CONTEXT addCertificate(HCERTSTORE store, const char* path) {
     unsigned long size = 0;
     unsigned char* bytes = readFile(path, &size);
     PCCERT_CONTEXT kept = NULL;
     PCCERT_CONTEXT read = bytes == NULL ? NULL : CertCreateCertificateContext(X509_ASN_ENCODING, bytes, (DWORD)size);
-    if (read != NULL)
+    if (read != NULL) {
         CertAddCertificateContextToStore(store, read, CERT_STORE_ADD_USE_EXISTING, &kept);
+    }
     CertFreeCertificateContext(read);
     free(bytes);
     return kept;
@@ -49,19 +56,20 @@ int main(int argc, char** argv) {
     }
     unsigned long requestSize = 0;
     unsigned char* request = readFile(argv[1], &requestSize);
-    /* The verdict looks for the issuer where the certificate is. */
+    /* ocspVerifyResponse looks for the issuer in the store of the certificate. */
     HCERTSTORE store = CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, NULL);
     PCCERT_CONTEXT certificate = addCertificate(store, argv[2]);
     PCCERT_CONTEXT issuer = addCertificate(store, argv[3]);
     int exitStatus = 64;
     if (request == NULL || certificate == NULL || issuer == NULL) {
-        fprintf(stderr, "%s: a file is not there or is not DER\n", argv[0]);
+        fprintf(stderr, "%s: a file does not exist or is not DER\n", argv[0]);
     } else {
         unsigned char* response = NULL;
         unsigned long responseSize = 0;
         int32_t status = ocspSendRequest(request, requestSize, &response, &responseSize);
-        if (status == 0)
+        if (status == 0) {
             status = ocspVerifyResponse(certificate, response, responseSize, NULL, 0);
+        }
         printf("0x%08X %s\n", (unsigned int)status, status == 0 ? "good" : "not proven good");
         exitStatus = status == 0 ? 0 : 1;
         free(response);

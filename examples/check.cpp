@@ -1,5 +1,5 @@
-// Asks whether a certificate is still good: check CERTIFICATE ISSUER, both DER. The responder's address comes from the
-// certificate; the responder's chain must end in a root of the store ROOT.
+// Checks whether a certificate is still good: check CERTIFICATE ISSUER, both DER. The responder's address comes from
+// the certificate; the responder's chain must end in a root of the store ROOT.
 #include <cstdio>
 
 #include "client/flat/verifying_response_handler.h"
@@ -19,8 +19,8 @@ ATL2::CCertContext readCertificate(const char* path) {
         CertCreateCertificateContext(X509_ASN_ENCODING, der.pbData(), static_cast<DWORD>(der.cbData())));
 }
 
-// 0 when the certificate is proven good, else why not. What Send returns is decoded and fresh; the verdict on it is the
-// handler's.
+// Returns 0 when the certificate is proven good, else the reason. Send checks that the response is current; the handler
+// verifies it.
 std::int32_t check(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer) {
     using namespace Orvane::PKI::OCSP::Client;
     try {

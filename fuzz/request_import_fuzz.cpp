@@ -1,4 +1,4 @@
-// CRequest::Import and everything that can be asked of an imported request without a network, under default policies.
+// CRequest::Import and every operation on an imported request that needs no network, with default policies.
 #include <algorithm>
 #include <cstdint>
 #include <cstdlib>
@@ -14,7 +14,7 @@ using namespace Orvane;
 using namespace Orvane::PKI::OCSP::Client;
 using testkit::Bytes;
 
-// Settings of its own: stores in a folder of its own, and no downloads for chains.
+// Private settings: stores in a temporary directory, and no downloads for chains.
 struct World {
     World() {
         const std::string stores = folder.file("stores");
@@ -75,11 +75,11 @@ void check(const CRequest& request) {
         const _CERT_CONTEXT* signer = request.FindSigner(nullptr, 0);
         require(signer == nullptr || request.Verify(signer, "*", false) == 0);
     });
-    // No root is trusted here, so nobody may be.
+    // No root is trusted here, so no requestor is.
     attempt([&] { require(request.VerifyCertificate(nullptr, nullptr, 0) != 0); });
 }
 
-// What is built of the parts must be a request with the same questions; a value that cannot be encoded is refused.
+// Building the parts again must give a request with the same entries; a value that cannot be encoded is refused.
 void rebuild(CRequest& request) {
     attempt([&] {
         request.put_UseNonce(!request.get_UseNonce());
@@ -94,7 +94,7 @@ void rebuild(CRequest& request) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const World world;
-    CRequest request;  // not reused: the mark of a signed message outlives the next import
+    CRequest request;  // not reused: importing an unsigned request does not clear the signed flag
     if (attempt([&] { request.Import(data, size); })) {
         require(std::equal(data, data + size, exported(request).begin()));
         check(request);

@@ -10,8 +10,8 @@ namespace {
 using namespace Orvane;
 using namespace Orvane::PKI::OCSP;
 
-// What was read can be put into a new message; that it was read says that it can be written, but for a few records that
-// the reader takes and the writer refuses.
+// The content can be put into a new message. Most of what was read can also be written; the writer refuses a few
+// records that the reader accepts.
 void buildAnew(const CRequestMessage& read) {
     CRequestMessage made(true);
     made.put_requestList(read.get_requestList());

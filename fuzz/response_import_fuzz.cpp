@@ -1,4 +1,4 @@
-// CResponse::Import and all that can be asked of an imported response without a network, under default policies.
+// CResponse::Import and every operation on an imported response that needs no network, with default policies.
 #include <cstdint>
 #include <cstdlib>
 
@@ -12,7 +12,7 @@ using namespace Orvane;
 using namespace Orvane::PKI::OCSP;
 using namespace Orvane::PKI::OCSP::Client;
 
-// Settings from an empty file, so that the machine's do not matter.
+// Settings from an empty file, not from the machine.
 const int kSettings = support_settings_open("/dev/null");
 
 template <class Action>
@@ -68,7 +68,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (kSettings != 0) {
         std::abort();
     }
-    static CResponse response;  // reused, so that nothing of one import shows in the next
+    static CResponse response;  // reused: an import must not depend on the one before
     attempt([&] {
         response.Import(data, size, nullptr);
         if (response.get_Status() == 0) {

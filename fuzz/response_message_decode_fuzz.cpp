@@ -1,4 +1,4 @@
-// CResponseMessage::decode; what it takes as a basic response must be one.
+// CResponseMessage::decode, and the decoder of the basic response inside.
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>

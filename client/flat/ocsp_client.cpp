@@ -62,7 +62,7 @@ bool nonceFits(const CResponse& response, const CBlob& extensions) {
            response.VerifyNonce(nonce->get_extnValue().pbData(), nonce->get_extnValue().cbData());
 }
 
-std::int32_t judge(const CResponse& response, const _CERT_CONTEXT* cert) {
+std::int32_t verdictOn(const CResponse& response, const _CERT_CONTEXT* cert) {
     void* store = cert->hCertStore;
     const unsigned long index = response.get_SRIndexByCert(cert, nullptr);
     if (index == CResponse::kNoIndex) {
@@ -144,7 +144,7 @@ std::int32_t ocspVerifyResponse(const _CERT_CONTEXT* cert, const unsigned char* 
         if (extensions != nullptr && extensionsSize != 0 && !nonceFits(received, CBlob(extensions, extensionsSize))) {
             return status::kNoRevocationCheck;
         }
-        return judge(received, cert);
+        return verdictOn(received, cert);
     } catch (...) {
         return kNotVerified;
     }

@@ -21,7 +21,7 @@
 struct _CERT_CHAIN_CONTEXT;
 struct _CERT_CONTEXT;
 
-/// Makes the compiler warn when a status is not looked at.
+/// Makes the compiler warn when a status is ignored.
 #if defined(__cplusplus) || (defined(__STDC_VERSION__) && __STDC_VERSION__ >= 202311L)
 #define TALLOW_CHECKED [[nodiscard]]
 #elif defined(__GNUC__)
@@ -34,52 +34,51 @@ struct _CERT_CONTEXT;
 extern "C" {
 #endif
 
-/// Would make a request about every certificate of the first simple chain in `chain`, with the DER Extensions in
-/// `extensions` (null or size 0: none; of the size the low 32 bits count) and without a nonce unless they contain one.
-///
-/// It makes none: each certificate goes into entry 0 and leaves an empty entry behind, which cannot be encoded. With a
-/// chain the call ends in 0x80092004, unless a step before that fails; that is how the function has always behaved, and
-/// callers rely on nothing else. Use CRequest to make requests.
+/// Always fails: use CRequest to make requests. It was meant to make a request about every certificate of the first
+/// simple chain in `chain`, with the DER Extensions in `extensions` (null or size 0: none; only the low 32 bits of the
+/// size are used) and without a nonce unless they contain one. But it writes each certificate into entry 0 and adds an
+/// empty entry, which cannot be encoded. With a chain the call therefore returns 0x80092004, unless an earlier step
+/// fails. This behaviour is kept because callers may rely on it.
 ///
 /// Returns 0x80090020 for a null chain, with the outputs untouched. Otherwise both outputs, which must not be null, are
-/// set to null and 0 at once; *request would be the caller's, to be released with free(), also after a failure. The
-/// status of a step that fails (an unusable extension: 0x80093101; a nonce extension behind another extension:
-/// 0x80071392), 0x8007000E for exhausted memory, 0x80090304 for another failure inside or when the block for the
-/// result cannot be allocated.
+/// set to null and 0 first; the caller releases *request with free(), which accepts null. The status of the step that
+/// failed (a malformed extension: 0x80093101; a nonce extension after another extension: 0x80071392), 0x8007000E when
+/// memory is exhausted, 0x80090304 for another internal failure or when the result cannot be allocated.
 TALLOW_CHECKED TALLOW_EXPORT int32_t ocspCreateRequest(const struct _CERT_CHAIN_CONTEXT* chain,
                                                        const unsigned char* extensions, unsigned long extensionsSize,
                                                        unsigned char** request, unsigned long* requestSize);
 
-/// Sends a DER OCSPRequest of `requestSize` octets, byte for byte, to the responder that the setting DefaultOCSPURL
-/// names, and hands out the response as it came. **Nothing is proven by a result of 0**: verify the response.
+/// Sends a DER OCSPRequest of `requestSize` octets, byte for byte, to the responder in the setting DefaultOCSPURL, and
+/// returns the response as received. **A result of 0 proves nothing**: verify the response.
 ///
-/// Both outputs, which must not be null, are set to null and 0 at once. On success *response holds *responseSize octets
-/// and is the caller's, to be released with free(). Blocks for the time of the exchange.
+/// Both outputs, which must not be null, are set to null and 0 first. On success *response points to *responseSize
+/// octets, which the caller releases with free(). Blocks for the time of the exchange.
 ///
-/// Returns 0 for an answer whose first entry is good or revoked; 0x80090304 for a response status other than
-/// successful, a first entry that is unknown, another failure inside or when the block for the result cannot be
-/// allocated; 0x8007000E for exhausted memory; 0x80091008 for an answer without entries; otherwise what
+/// Returns 0 for a response whose first entry is good or revoked; 0x80090304 for a response status other than
+/// successful, a first entry that is unknown, another internal failure or when the result cannot be allocated;
+/// 0x8007000E when memory is exhausted; 0x80091008 for a response without entries; otherwise what
 /// CRequest::Import and CRequest::Send report (0x80093101: the bytes are no request, or no response; 0xC2110121: no
 /// responder is configured; 0xC2110120: another nonce; 0xC2110100: HTTP status; policy refusals).
 TALLOW_CHECKED TALLOW_EXPORT int32_t ocspSendRequest(const unsigned char* request, unsigned long requestSize,
                                                      unsigned char** response, unsigned long* responseSize);
 
-/// Judges a DER OCSPResponse (or a bare BasicOCSPResponse) about `cert`, which must not be null and stays the caller's:
-/// the responder's certificate and its chain, the signature, the times and critical extensions of the entry, and the
-/// certificate status. Certificates for the search come from the response, the store of `cert` (which must be open if
-/// `cert` came from one) and the user's stores, the issuer of `cert` from a chain built for it.
+/// Verifies a DER OCSPResponse (or a bare BasicOCSPResponse) about `cert`, which must not be null and remains the
+/// caller's: the responder's certificate and its chain, the signature, the times and critical extensions of the entry,
+/// and the certificate status. The responder's certificate is searched for in the response, the store of `cert` (which
+/// must be open if `cert` came from one) and the user's stores; the issuer of `cert` comes from a chain built for it.
 ///
-/// **How old the response is does not count**: `producedAt`, `thisUpdate` and `nextUpdate` are not compared with the
+/// **The age of the response is not checked**: `producedAt`, `thisUpdate` and `nextUpdate` are not compared with the
 /// current time, so a response whose `nextUpdate` has passed can give 0. The certificates of the responder must be
-/// valid now and at `producedAt`. A caller who needs a current answer compares these times itself, or uses
+/// valid now and at `producedAt`. A caller that needs a current response compares these times itself, or uses
 /// CRequest::Send.
 ///
-/// `extensions`, when given, are the DER Extensions of the request. A nonce among them must be the one in the response,
-/// byte for byte as both stand in extnValue; without one no nonce is compared. Of `responseSize` the low 32 bits count.
+/// `extensions`, when given, are the DER Extensions of the request. A nonce among them must equal the nonce of the
+/// response, byte for byte in extnValue; without one no nonce is compared. Only the low 32 bits of `responseSize` are
+/// used.
 ///
 /// Returns 0 when the certificate is proven good; 0x80092010 when it is revoked; 0x80092012 when its status is unknown
 /// or the nonces differ (also: the revocation state of the responder could not be established); 0x80090020 when the
-/// response does not speak about `cert`; what CResponse::Verify, VerifyCertificate and VerifySR return (0x80090006,
+/// response has no entry for `cert`; what CResponse::Verify, VerifyCertificate and VerifySR return (0x80090006,
 /// 0x800B0101, 0x800B0105, 0x800B0109, 0x800B010A, 0x800B010B, 0x800B0110, 0xC2110124, 0xC2110129, 0x80092010 for a
 /// revoked responder); 1 for every other failure: bytes that do not import, a response status other than successful, no
 /// responder certificate, anything thrown.

@@ -9,16 +9,24 @@ namespace Orvane::PKI::OCSP::Client {
 
 class CResponse;
 
-/// Implement it to judge responses while CRequest::Send walks the responders.
+/// Implement it to accept or refuse each response that CRequest::Send receives.
+///
+///   struct OnlyFresh : IResponseHandler {
+///       std::int32_t OnResponse(const CResponse& response) override {
+///           return response.get_SRNextUpdate(0) != nullptr ? 0 : kMyRefusal;
+///       }
+///   };
+///   request.put_ResponseHandler(&handler);  // must outlive Send
+///   request.Send(true);
 class TALLOW_EXPORT IResponseHandler {
 public:
     virtual ~IResponseHandler();
 
-    /// Runs on the thread that called Send. Returns 0 to accept the response, any other status to refuse it: Send then
-    /// asks the next responder it knows, except for kHandlerRevoked (0x800B010C), which ends the search; with nobody
-    /// else to ask it throws the status (of the only responder: converted like a last error), but see there for the
-    /// case in which a refused response is returned all the same. `response` belongs to the request and lives until the
-    /// call returns. What is thrown leaves Send.
+    /// Runs on the thread that called Send. Returns 0 to accept the response, any other status to refuse it. After a
+    /// refusal Send asks the next responder, except after kHandlerRevoked (0x800B010C), which ends the search. With no
+    /// responder left, Send throws the status (that of the only responder converted like a last error), or returns the
+    /// refused response in the case described there. `response` belongs to the request and is valid until the call
+    /// returns. Exceptions leave Send.
     [[nodiscard]] virtual std::int32_t OnResponse(const CResponse& response) = 0;
 };
 

@@ -16,7 +16,7 @@ std::int32_t CVerifyingResponseHandler::OnResponse(const CResponse& response) {
     if (response.get_Status() != 0) {
         return status::kNotSuccessful;
     }
-    // A null certificate goes on: Verify searches once more and throws the status that says what is missing.
+    // A null certificate is passed on: Verify searches once more and throws the status that names what is missing.
     const _CERT_CONTEXT* responder = response.get_OCSPCertificate(stores_, storeCount_);
     if (const std::int32_t verdict = response.Verify(responder, nullptr); verdict != 0) {
         return verdict;

@@ -57,7 +57,7 @@ bool isProxyAuthDenied(const CRequestPolicy& policy, const ExchangeTraits& excha
                         &DeniedAuthType::httpProxy);
 }
 
-// It does not matter whether a proxy is used at all: with the list set, an exchange without one is refused unless the
+// Applies also when no proxy is used: with the list set, an exchange without one is refused unless the
 // list holds the empty text. The list thus also forces a proxy.
 bool isProxyListed(const CRequestPolicy& policy, const ExchangeTraits& exchange) {
     return !policy.AllowedProxies.setted() || policy.AllowedProxies.Find(exchange.proxyAddress);

@@ -1,5 +1,5 @@
-// How a request or a response comes by its policy: the process's one object, made at the first use, or in legacy mode
-// one of its own. Private to the library.
+// How a request or a response gets its policy: from the process's one object, made at the first use, or in legacy mode
+// from an object that it owns. Private to the library.
 //
 //   PolicyBinding<CRequestPolicy> policy;
 //   policy.bind();
@@ -33,7 +33,7 @@ private:
         try {
             singleton_ = std::make_unique<const Policy>();
         } catch (...) {
-            // Stays null; whoever asks for the policy reports it.
+            // Stays null; each use of the policy reports the failure.
         }
     }
 
@@ -41,7 +41,7 @@ private:
     static inline constinit std::unique_ptr<const Policy> singleton_;
 };
 
-/// What a request or a response keeps of its policy: a pointer to the process's object, or an object of its own when
+/// What a request or a response keeps of its policy: a pointer to the process's object, or an object that it owns when
 /// policy reading is legacy. It is not copied with the object that holds it: each binds its own.
 template <class Policy>
 class PolicyBinding {
@@ -55,7 +55,7 @@ public:
     void bind();
 
     [[nodiscard]] const Policy* get() const noexcept { return policy_; }
-    /// Throws 0x8007045A when no policy is bound: an object whose last bind failed judges nothing by chance.
+    /// Throws 0x8007045A when no policy is bound: an object that failed to bind never applies a stale policy.
     const Policy* operator->() const { return &**this; }
     const Policy& operator*() const {
         if (policy_ == nullptr) {

@@ -10,7 +10,7 @@
 
 namespace Orvane::PKI::OCSP::Client {
 
-/// One row. `Default` is what an absent key stands for.
+/// One row. `byDefault` is the value when the key is absent.
 template <typename Default>
 struct PolicySetting {
     const char* table;

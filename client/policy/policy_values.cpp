@@ -19,13 +19,13 @@ namespace {
 
 constexpr std::size_t kSizePath = 100;
 
-// The bare last error, unlike everywhere else: who configures a store knows its numbers.
+// The last error unconverted, unlike everywhere else: an administrator knows the numbers of the settings store.
 [[noreturn]] void throwLastError() {
     const auto lastError = static_cast<std::int32_t>(GetLastError());
     ATL::AtlThrowImpl(lastError == 0 ? status::kFail : lastError);
 }
 
-// The key's path as the settings store takes it. Not a std::string: its room is part of the contract.
+// The key's path in the form of the settings store. Not a std::string: its size is part of the contract.
 using Path = std::array<char, kSizePath>;
 
 Path makePath(const wchar_t* section, const wchar_t* name) {
@@ -52,7 +52,7 @@ std::string toUtf8(const wchar_t* text) {
     return narrow;
 }
 
-// Takes the text with the terminator that stands behind it, and so does the result.
+// Both the text and the result include a terminator.
 std::wstring widen(const std::string& text) {
     const auto sizeSource = static_cast<int>(text.size());
     const int size = MultiByteToWideChar(CP_ACP, 0, text.data(), sizeSource, nullptr, 0);
@@ -68,7 +68,7 @@ std::wstring widen(const std::string& text) {
 
 using ReadText = int (*)(const char* path, std::size_t* size, char* buffer);
 
-// The second reading of a text key: its octets and one terminator behind them. Not 0 for the store's error.
+// The second reading of a text key: its octets and one terminator after them. Returns the store's error, 0 for none.
 int readText(ReadText read, const Path& path, std::size_t size, std::string& value) {
     value.assign(size + 1, '\0');
     const std::size_t room = size;
@@ -79,7 +79,7 @@ int readText(ReadText read, const Path& path, std::size_t size, std::string& val
     return result;
 }
 
-// A thumbprint as people print it, in the form in which it is looked up.
+// A thumbprint in the form in which it is looked up.
 std::wstring normalized(std::wstring_view element) {
     std::wstring text;
     text.reserve(element.size());

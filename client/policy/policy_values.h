@@ -3,8 +3,8 @@
 //
 // A key is "\config\cades\<section>\<name>". Every Load takes the same first arguments: `reserved`, which is passed as
 // null and not read, `section`, in practice "ocsppolicy", and the key's `name`. The whole path, converted to code page
-// 0 and terminated, must fit 100 octets: if not, the last error of the conversion is thrown as it stands. All throws
-// are ATL::CAtlException. An absent key is no failure.
+// 0 and terminated, must fit 100 octets: if not, the last error of the conversion is thrown unconverted. Only
+// ATL::CAtlException is thrown. An absent key is no failure.
 #pragma once
 
 #include <functional>
@@ -52,14 +52,15 @@ private:
     bool value_ = false;
 };
 
-/// A set of texts. setted() tells a list that is empty from one that was never configured.
+/// A set of texts. setted() distinguishes an empty list from one that was never configured.
 class TALLOW_EXPORT CGPStrings {
 public:
     using Set = std::set<std::wstring, std::less<>>;
 
     /// `partnerName` is part of the interface and not read: a configuration that sets only the partner key has no
     /// effect. With `normalize`, blanks are removed from each element and its letters made upper case, so that a
-    /// thumbprint may be pasted as people print it. An absent key empties the set. Throws as CGPString::Load.
+    /// thumbprint may be written with blanks, or in lower case. An absent key empties the set. Throws as
+    /// CGPString::Load.
     void Load(wchar_t*& reserved, wchar_t*& section, const wchar_t* name, const wchar_t* partnerName, bool normalize);
 
     /// Whether the key itself was found and read.

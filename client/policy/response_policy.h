@@ -13,15 +13,15 @@ struct TALLOW_EXPORT CResponsePolicy {
     /// Reads all keys; throws what their Load throws. A malformed interval does not fail here but when it is used.
     CResponsePolicy();
 
-    // The names say the reverse of what the two are: Units is the number, the other the unit.
+    // The names are misleading: ThisUpdateAccuracyUnits is the number, ThisUpdateAccuracy the unit.
     CGPLong ThisUpdateAccuracyUnits;  ///< how many intervals; default 7
     CGPString ThisUpdateAccuracy;     ///< the interval's letter as DateAddW takes it; default empty, days
     CGPStrings NocheckOCSPs;          ///< SHA-1 thumbprints, upper-case hexadecimal, of responders not checked
 };
 
-/// The earliest thisUpdate that is accepted beside `reference`: `units` (taken as a signed 32-bit number) intervals
-/// before it. Throws as DateAddW: 0x80070057 for an unknown interval letter, and 0x80004005 (by months and years
-/// 0x80070057) when the limit lies before 1601.
+/// The earliest thisUpdate that is accepted for `reference`: `units` (taken as a signed 32-bit number) intervals before
+/// it. Throws as DateAddW: 0x80070057 for an unknown interval letter, and 0x80004005 (by months and years
+/// 0x80070057) when the limit is before 1601.
 [[nodiscard]] TALLOW_EXPORT CDateTime thisUpdateLimit(const CGPString& interval, long units,
                                                       const CDateTime& reference);
 

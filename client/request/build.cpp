@@ -16,10 +16,10 @@ namespace {
 // The provider type and flags under which random numbers are drawn: no key container is opened.
 constexpr DWORD kNonceProviderType = 75;
 
-// A setting beyond this many octets is a mistake: no responder takes such a nonce, and RFC 9654 ends at 128.
+// A longer nonce is a mistake in the settings: no responder accepts it, and RFC 9654 allows at most 128 octets.
 constexpr long kNonceMaxLength = 65535;
 
-// Deep copy through the encoding: what goes out is what a reader of the stored list would decode.
+// Deep copy through the encoding: the request contains what a reader of the stored list would decode.
 ASN1::CExtensions copyThroughEncoding(const ASN1::CExtensions& source) {
     ASN1::CExtensions copy;
     copy.decode(source.encode());
@@ -110,8 +110,8 @@ ASN1::CExtensions CRequest::Impl::makeRequestExtensions() {
     return extensions;
 }
 
-// The nonce is the whole DER OCTET STRING around the random bytes: this form goes into extnValue, comes back in the
-// response, and is compared byte by byte.
+// The nonce is the whole DER OCTET STRING around the random bytes: extnValue contains this form, the response returns
+// it, and it is compared byte by byte.
 void CRequest::Impl::makeNonce() {
     if (!Provider) {
         HCRYPTPROV provider = 0;

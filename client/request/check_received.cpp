@@ -1,4 +1,4 @@
-// The checks of whoever receives requests: signature, critical extensions, the requestor and his certificate.
+// The checks on the receiving side: signature, critical extensions, the requestor and its certificate.
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/request/request_impl.h"
 #include "client/shared/certificate_access.h"
@@ -38,7 +38,8 @@ bool sameEncoding(const ATL2::CCertContext& left, const ATL2::CCertContext& righ
     return encodingOf(left.get()) == encodingOf(right.get());
 }
 
-// The same in the message, the given stores in their order, the user's store. Fails when the last cannot be opened.
+// The same in the message, then in the given stores in their order, then in the user's store "My". Throws when "My"
+// cannot be opened.
 template <typename Accepts>
 ATL2::CCertContext findInStores(CERT_NAME_BLOB name, const ATL2::CCertStore& carried, void** stores,
                                 unsigned long count, Accepts accepts) {
@@ -165,8 +166,8 @@ std::int32_t CRequest::Verify(const _CERT_CONTEXT* certificate, const char* crit
         return status::kOk;
     }
     for (unsigned long i = 0; i < get_SRNumber(); ++i) {
-        // Not the caller's list: at this level a critical extension that nobody handles is always refused, and only a
-        // call of VerifySR with a list lets one pass.
+        // Not the caller's list: this call always refuses an unknown critical extension in an entry. A caller that
+        // accepts one calls VerifySR with a list.
         if (const std::int32_t verdict = VerifySR(i, nullptr); verdict != 0) {
             return verdict;
         }
@@ -192,7 +193,7 @@ std::int32_t CRequest::VerifyCertificate(const _CERT_CONTEXT* certificate, void*
     const ATL2::CCertStore collection = collectStores(impl_->Certificates, stores, storeCount);
     const NetworkCheck check(impl_->downloads());
     // The requestor wrote the addresses in these certificates. They are contacted only for a chain that leads to a
-    // trusted root without them, or requests from anybody could make this side send requests to internal addresses.
+    // trusted root without them, or any sender of requests could make this side contact internal addresses.
     const ATL2::CCertChainContext atHand = buildChain(used.get(), {.flags = kAtHand, .additional = collection.get()});
     if (!leadsToTrustedRoot(atHand)) {
         const std::int32_t verdict = judgeRequestor(atHand);

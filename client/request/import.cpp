@@ -1,4 +1,4 @@
-// Takes in a request that somebody else made: hostile bytes, of which every step is linear in their number.
+// Imports a request made elsewhere. The bytes are hostile: every step takes time linear in their number.
 #include <cstring>
 #include <utility>
 
@@ -22,8 +22,8 @@ bool names(const ASN1::CExtension& extension, const char* oid) {
     return std::strcmp(extension.get_extnID(), oid) == 0;
 }
 
-// False, and no change, when the entry has such an extension already. Entries come in order, so each new key goes to
-// the end.
+// Returns false, without a change, when the entry already has such an extension. Entries are read in order, so each
+// new key is the last one.
 template <typename Value>
 bool put(std::map<unsigned long, Value>& map, unsigned long index, const ASN1::CExtension& extension) {
     if (map.contains(index)) {
@@ -35,7 +35,7 @@ bool put(std::map<unsigned long, Value>& map, unsigned long index, const ASN1::C
 
 }  // namespace
 
-// There is no way back from a failure: what was read until then stays, and the bytes too.
+// A failure is not undone: what was read before it stays, and so do the bytes.
 void CRequest::Impl::Import(const unsigned char* data, unsigned long size) {
     // Copied before clearing: the bytes may be this object's own, the value of an extension for one.
     CBlob input(data, size);
@@ -45,7 +45,7 @@ void CRequest::Impl::Import(const unsigned char* data, unsigned long size) {
     Encoded = std::move(input);
     CRequestMessage message;
     message.decode(Encoded);
-    // An unsigned message leaves the mark of an object that was signed before.
+    // An unsigned message does not clear the algorithm of an earlier signed one: the object stays frozen.
     if (const ASN1::CAlgorithmIdentifier* algorithm = message.get_signatureAlgorithm(); algorithm != nullptr) {
         SignatureAlgorithmOID = algorithm->get_algorithm();
     }

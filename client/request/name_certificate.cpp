@@ -22,8 +22,8 @@ constexpr char kOidSha1[] = "1.3.14.3.2.26";
 constexpr DWORD kMachineStoreFlags =
     CERT_SYSTEM_STORE_LOCAL_MACHINE | CERT_STORE_READONLY_FLAG | CERT_STORE_SHARE_CONTEXT_FLAG;
 
-// A certificate of one of these signature algorithms is named with the hash of its own family, since its responder may
-// know no other; every other certificate with SHA-1, which all responders know.
+// A certificate with one of these signature algorithms is named with the hash of the same family, since its responder
+// may support no other; every other certificate with SHA-1, which all responders support.
 struct HashOfSignature {
     std::string_view signature;
     const char* hash;

@@ -1,5 +1,5 @@
-// The accessors of a request. The tasks live in files of their own: build, sign, import, check_received,
-// name_certificate, and the transport folder.
+// The accessors of a request. Each task has its own file: build, sign, import, check_received, name_certificate, and
+// those in client/transport.
 #include "client/request/request.h"
 
 #include <cstring>
@@ -25,7 +25,7 @@ void putOrRemove(Map& map, unsigned long index, const typename Map::mapped_type*
     }
 }
 
-// Copying from a null pointer would end the process; the caller is told instead.
+// Copying from a null pointer would end the process, so it is reported.
 const wchar_t* given(const wchar_t* text) {
     if (text == nullptr) {
         ATL::AtlThrowImpl(status::kInvalidArgument);
@@ -166,9 +166,9 @@ void CRequest::put_AdditionalExtensions(ASN1::CExtensions* extensions) try {
     if (extensions != &own) {
         own = *extensions;
     }
-    // A nonce taken over sends the walk to the second element of the given list, wherever the nonce stood. So a nonce
-    // in first place is taken over; one further down a list of the caller's own is met again and refused as a
-    // duplicate. The first element is never looked at twice.
+    // After taking over a nonce, the walk continues at the second element of the given list, wherever the nonce was. So
+    // a nonce in the first place is taken over, while one further down a caller's list is found again and refused as a
+    // duplicate. The first element is never examined twice.
     auto extension = extensions->begin();
     while (extension != extensions->end()) {
         if (std::strcmp(extension->get_extnID(), kOidNonce) != 0) {
@@ -181,7 +181,7 @@ void CRequest::put_AdditionalExtensions(ASN1::CExtensions* extensions) try {
         }
         impl_->Nonce = CExtNonce(extension->get_extnValue()).get_nonce();
         impl_->UseNonce = true;
-        // In the object's own list this removes the very element the walk stands on, hence the restart from the list.
+        // If the list is the object's own, this removes the current element, so the walk restarts from the list.
         own.erase(kOidNonce);
         extension = extensions->begin();
         if (extension != extensions->end()) {

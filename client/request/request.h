@@ -1,8 +1,8 @@
 // An OCSP request: what is asked about which certificates, how to reach a responder, and what came back.
 //
-//   CRequest request(certificate, issuer);               // both _CERT_CONTEXT const*
+//   CRequest request(certificate, issuer);               // both const _CERT_CONTEXT*
 //   request.put_OCSPAddress(L"http://ocsp.example/");    // or leave it to the certificate's own addresses
-//   CResponse const& response = request.Send(true);      // throws when nobody answers
+//   const CResponse& response = request.Send(true);      // throws when no responder answers
 //   if (!request.get_Proven()) ...                       // Send may also return a response that was refused
 //
 // A request starts open; building it (Send, Export) fixes its bytes until something of the message changes; signing it
@@ -52,7 +52,7 @@ public:
     enum Flag : std::uint32_t {
         kFlagReserved = 0x1,    ///< accepted, without effect
         kFlagAllowCache = 0x2,  ///< an answer may come from the service's cache
-        kFlagCacheOnly = 0x4,   ///< nothing goes to the network
+        kFlagCacheOnly = 0x4,   ///< the network is not used
     };
 
     /// What an entry of get_Attempts is about.
@@ -109,14 +109,14 @@ public:
     /// below kInvalidArgument.
     void put_SRCertIDFromCert(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer, unsigned long index,
                               const char* hashOID);
-    /// Names a certificate by its identifier alone. Its own responder addresses are not known then.
+    /// Names a certificate only by its identifier. Its own responder addresses are then not known.
     void put_SRCertID(CCertID certID, unsigned long index);
     CCertID get_SRCertID(unsigned long index) const;
 
-    /// Per-entry extensions; null removes. The historical request goes out as critical.
+    /// Per-entry extensions; null removes. The historical request is sent as critical.
     void put_SRHistoricalRequest(CExtHistoricalRequest* extension, unsigned long index);
     void put_SRServiceLocator(CExtServiceLocator* extension, unsigned long index);
-    /// From the certificate's Authority Information Access; a certificate without it gives the issuer name alone.
+    /// From the certificate's Authority Information Access; a certificate without it gives only the issuer name.
     void put_SRServiceLocatorFromCertAIA(const _CERT_CONTEXT* certificate, unsigned long index);
     /// From the certificate's CRL distribution points; kFileNotFound when it has none.
     void put_SRCRLLocatorFromCertCDP(const _CERT_CONTEXT* certificate, unsigned long index);
@@ -142,7 +142,7 @@ public:
     // None of these is part of the message: they work on a signed request too. Texts are copied; a null text throws
     // kInvalidArgument, except for the proxy's address. Getters return pointers that live until the value changes.
 
-    /// Fixes the responder: Send then asks it alone. A user name and password in it are sent when the responder asks
+    /// Fixes the responder: Send then asks no other. A user name and password in it are sent when the responder asks
     /// for them, with a scheme that policy does not deny (AuthDeny..., AuthSSLDeny...).
     void put_OCSPAddress(const wchar_t* address);
     /// Takes the `index`-th OCSP address of the certificate, which Send then trusts no more than one it finds by
@@ -152,7 +152,7 @@ public:
     const wchar_t* get_OCSPAddress() const;
     void put_OCSPAuthType(enumAuthTypes type);
     enumAuthTypes get_OCSPAuthType() const;
-    /// User name and password for the responder are kept and copied, and go nowhere.
+    /// User name and password for the responder are kept and copied, but never sent.
     void put_OCSPUserName(const wchar_t* name);
     const wchar_t* get_OCSPUserName() const;
     void put_OCSPPassword(const wchar_t* password);
@@ -177,7 +177,7 @@ public:
     unsigned int get_Flags() const;
     /// Cached answers and CRLs from before this time are not used. The object keeps the pointer, not the time: the
     /// record stays the caller's and must live as long as the request, its copies, or any response obtained from them
-    /// is used, since VerifyCertificate of a response reads it again. Null for no such time.
+    /// is used, since VerifyCertificate of a response reads it again. Null accepts any age.
     void put_CacheResync(_FILETIME* time);
     /// True leaves out the check of producedAt against the present time.
     void put_DisableProducedAtCheck(bool disable);
@@ -196,11 +196,11 @@ public:
     ///
     /// `verify` true proves every answer (see CVerifyingResponseHandler::OnResponse); false leaves that to the caller.
     ///
-    /// **A return is no proof; get_Proven() tells.** An ordinary certificate names its responder first and then, as an
-    /// entry of another kind, its issuer's certificate. When the responder's answer is refused, by the verification or
-    /// by the handler, the list ends with an entry that is no responder, and the refused answer is returned as the best
-    /// at hand, without an exception. The same happens when the last of several responders fails. So use the response
-    /// only if get_Proven() is true, or verify it yourself.
+    /// **A returned response is not necessarily proven: check get_Proven().** An ordinary certificate names its
+    /// responder first and then, as an entry of another kind, its issuer's certificate. When the responder's answer is
+    /// refused, by the verification or by the handler, the list ends with an entry that is not a responder, and the
+    /// refused response is returned as the best one available, without an exception. The same happens when the last of
+    /// several responders fails. So use the response only if get_Proven() is true, or verify it yourself.
     ///
     /// All of it is one check (docs/security.md): the exchanges, redirects, downloads and the verification end after
     /// check_timeout_ms, and at most max_responders addresses of the certificate are asked. What was left out is listed
@@ -222,10 +222,10 @@ public:
     /// (CERT_KEY_PROV_INFO_PROP_ID). The subject of `signer` becomes the requestorName (RFC 6960, 4.1.2); the hash is
     /// the first of the key's provider that fits the key. The certificates asked for travel in the message and show in
     /// get_Certificates; a value other than those listed counts as CertsSigner. `password` opens the key, null when it
-    /// needs none. Afterwards the message is frozen, for good: only importing or assigning changes it.
+    /// needs none. Afterwards the message is frozen: only importing or assigning changes it.
     ///
-    /// **A request that is built already stays unsigned**, without a word: sign before Export and Send, or change
-    /// something of the message first; get_SignatureAlgorithmOID tells. Throws kRequestSigned on a signed request, what
+    /// **A request that is already built silently stays unsigned**: sign before Export and Send, or change the message
+    /// first; get_SignatureAlgorithmOID shows whether it is signed. Throws kRequestSigned on a signed request, what
     /// the build throws (kCryptNotFound for an entry without certificate), kBadAlgorithm when no algorithm fits the
     /// key, the converted last error when the key (kNoKeyProperty, kBadKeyset, kBadPublicKey), the PIN (kPinMissing,
     /// kWrongPin) or the chain fails. The request then is unsigned and can be signed again; certificates that had been
@@ -233,15 +233,15 @@ public:
     void Sign(const _CERT_CONTEXT* signer, enumCertToInclude certsToInclude, const wchar_t* password);
 
     // ---- Receive ----------------------------------------------------------------------------------------------------
-    // For the side that gets requests, and for sending on what somebody else made:
+    // For the side that receives requests, and for forwarding requests made elsewhere:
     //
     //   CRequest received;
     //   received.Import(bytes, size);
-    //   _CERT_CONTEXT const* signer = received.FindSigner(nullptr, 0);
+    //   const _CERT_CONTEXT* signer = received.FindSigner(nullptr, 0);
     //   if (signer != nullptr && received.Verify(signer, nullptr, true) == 0 &&
     //       received.VerifyCertificate(signer, nullptr, 0) == 0) ...
     //
-    // Ask in this order: the signature first, then the certificate. VerifyCertificate may contact addresses that the
+    // Check in this order: the signature first, then the certificate. VerifyCertificate may contact addresses that the
     // certificates name.
     //
     // Verdicts are returned, 0 for no objection; misuse is thrown. `criticalList` names the critical extensions that
@@ -261,11 +261,11 @@ public:
     /// part: assign another or import again before using it.
     void Import(const unsigned char* data, unsigned long size);
 
-    /// Signature and critical extensions, those of the entries too when `checkSingleRequests` is true. For entries null
-    /// counts in place of `criticalList`, except that "*" leaves them out. An unsigned request passes without a
-    /// signature. `certificate` null takes the requestor's as get_RequestorCertificate(nullptr, 0) finds it, by name
-    /// alone: where several certificates bear the name, give the one that FindSigner returns. Says nothing about
-    /// whether the certificate is to be trusted: VerifyCertificate does. Returns kBadSignature, kCertCritical. Throws
+    /// Signature and critical extensions, those of the entries too when `checkSingleRequests` is true. Entries are
+    /// checked with null instead of `criticalList`, except that "*" leaves them out. An unsigned request passes without
+    /// a signature. `certificate` null takes the requestor's as get_RequestorCertificate(nullptr, 0) finds it, by name
+    /// only: where several certificates have that name, pass the one that FindSigner returns. Whether the certificate
+    /// can be trusted is not checked here, but by VerifyCertificate. Returns kBadSignature, kCertCritical. Throws
     /// kCryptNotFound when a signed request comes without a certificate to check it with, the converted last error when
     /// the check cannot be made (an algorithm unknown or too weak).
     [[nodiscard]] std::int32_t Verify(const _CERT_CONTEXT* certificate, const char* criticalList,
@@ -276,32 +276,33 @@ public:
     /// Whether the requestor's certificate has a chain to a trusted root, is in date and, like those above it but the
     /// root, not revoked. `certificate` null takes the requestor's as get_RequestorCertificate finds it. Certificates
     /// between come from the message, `stores` and the service. Addresses in certificates are contacted (for CRLs)
-    /// only when the chain leads to a trusted root by the certificates at hand. Returns the status of the chain policy
+    /// only when the certificates already available lead to a trusted root. Returns the status of the chain policy
     /// (kChaining, kCertSignature, kUntrustedRoot, kCryptRevoked, kBasicConstraints, kWrongUsage, kTrustFail,
     /// kCertExpired, kNoRevocationCheck). Throws kCryptNotFound without a certificate, kRequestSigned when none is
     /// given for an unsigned request, converted last errors.
     [[nodiscard]] std::int32_t VerifyCertificate(const _CERT_CONTEXT* certificate, void** stores,
                                                  unsigned long storeCount) const;
 
-    /// The certificate of whoever signed. **Who frees it differs**: on an object that signed by itself the result is a
-    /// new reference to its signer, which the caller frees with CertFreeCertificateContext, each time; otherwise it is
+    /// The requestor's certificate. **Ownership differs**: on an object that signed the request the result is a new
+    /// reference to its signer, which the caller frees with CertFreeCertificateContext, each time; otherwise it is
     /// the request's own, valid until the next search, import or assignment, and the caller does not free it.
     ///
-    /// Without a signer of its own it is the first certificate whose subject is the requestorName, of those in the
-    /// message, those in `stores` (a store that cannot be used is passed over), the user's store "My". Null when there
-    /// is none. A name proves nothing: only Verify tells whether the key fits. Throws kRequestSigned on an unsigned
+    /// On an object that did not sign, it is the first certificate whose subject is the requestorName, of those in the
+    /// message, those in `stores` (a store that cannot be used is skipped), the user's store "My". Null when there
+    /// is none. A name proves nothing: Verify checks whether the key fits. Throws kRequestSigned on an unsigned
     /// request, the converted last error (kFileNotFound) when "My" cannot be opened.
     const _CERT_CONTEXT* get_RequestorCertificate(void** stores, unsigned long storeCount) const;
 
     /// The certificate whose key made the signature, of those with the requestor's name in the message, in `stores` and
-    /// in the user's store "My"; the first 16 are tried. Null when none fits. The request owns it, on an object that
-    /// signed by itself too, and keeps it as get_RequestorCertificate does: Verify and VerifyCertificate with a null
+    /// in the user's store "My"; the first 16 are tried. Null when none fits. The request owns it, also on an object
+    /// that signed the request, and keeps it as get_RequestorCertificate does: Verify and VerifyCertificate with a null
     /// certificate use it. Throws kRequestSigned on an unsigned request, and what Verify throws.
     [[nodiscard]] const _CERT_CONTEXT* FindSigner(void** stores, unsigned long storeCount) const;
 
     /// The Crypto service's number of the signature algorithm; 0, with last error kBadAlgorithm, when it has none.
     /// Throws kRequestSigned on an unsigned request.
     std::uint32_t get_SignatureAlgorithm() const;
+
     // ---- What came back ---------------------------------------------------------------------------------------------
 
     /// The HTTP body last accepted.

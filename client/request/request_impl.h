@@ -1,6 +1,6 @@
 // What a CRequest holds. Invariants:
 // - SRCertIDs and SRCertificates are parallel and have one entry for each single request; a fresh object has one.
-// - A CCertID whose serial number has length 0 stands for an entry not yet specified.
+// - A CCertID whose serial number has length 0 is an entry that is not yet specified.
 // - An Encoded that is not empty is current: whatever changes the message clears it together with Nonce.
 // - SignatureAlgorithmOID not empty freezes the message.
 // - Certificates holds an open store between operations.
@@ -26,7 +26,7 @@
 
 namespace Orvane::PKI::OCSP::Client {
 
-// Ends a response: responses know requests, and requests only that there are responses.
+// Deletes a response. CResponse is incomplete here: responses include requests, not the reverse.
 struct ResponseDelete {
     void operator()(CResponse* response) const noexcept;
 };

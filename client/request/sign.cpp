@@ -19,7 +19,7 @@ namespace Orvane::PKI::OCSP::Client {
 
 namespace {
 
-// What the policy value CertsToInclude says when nobody has set it.
+// The policy value CertsToInclude when it is not set.
 constexpr long kPolicySaysNothing = -1;
 
 // The PIN as the provider takes it. The narrow copy is wiped: it is the only one that is ours.
@@ -41,7 +41,7 @@ private:
     ATL::CStringA narrow_;
 };
 
-// The private key behind a certificate.
+// The private key of a certificate.
 class SigningKey {
 public:
     explicit SigningKey(const _CERT_CONTEXT* cert) {
@@ -72,8 +72,7 @@ private:
 
 }  // namespace
 
-// The order in which a caller does things matters: what Export or a failed Send has built stays unsigned here, until
-// something of the message changes.
+// The order of calls matters: what Export or a failed Send has built stays unsigned here until the message changes.
 void CRequest::Impl::Sign(const _CERT_CONTEXT* signer, enumCertToInclude certsToInclude, const wchar_t* password) {
     guard();
     if (Encoded.cbData() != 0) {

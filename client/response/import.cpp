@@ -1,4 +1,4 @@
-// Takes an encoded response in: decoding, the tables, the certificates carried, and the match against a request.
+// Imports an encoded response: decoding, the tables, its certificates, and matching it with a request.
 #include <cstring>
 #include <utility>
 
@@ -78,8 +78,7 @@ void CResponse::Impl::Import(const unsigned char* data, unsigned long size) {
     try {
         message.decodeEnvelope(input);
     } catch (...) {
-        // Whatever went wrong only says that this is no OCSPResponse; it may still be a bare BasicOCSPResponse, whose
-        // decoder has the last word.
+        // The bytes are no OCSPResponse. They may still be a bare BasicOCSPResponse, whose decoder reports the failure.
         isMessage = false;
     }
     Status = isMessage ? message.get_responseStatus() : 0;

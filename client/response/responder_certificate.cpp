@@ -22,7 +22,7 @@ constexpr int kMaxSignersTried = 64;
 bool CResponse::Impl::TryToAcceptOCSPCertificate(const ATL2::CCertContext& candidate, int& numTried) {
     const CBlob encoded = encodingOf(candidate.get());
     const CResponderID& responder = BasicResponse.get_responderID();
-    // The name or key hash alone proves nothing: anybody can put it into a certificate or a response.
+    // The name or key hash proves nothing: an attacker can put it into any certificate or response.
     if (!(CResponderID::fromCert(responder.get_type(), encoded) == responder) || ++numTried > kMaxSignersTried ||
         !BasicResponse.verify(encoded)) {
         return false;

@@ -1,4 +1,4 @@
-// The accessors of a response. The tasks live in files of their own.
+// The accessors of a response. Each task has its own file.
 #include "client/response/response.h"
 
 #include <string>
@@ -25,7 +25,7 @@ CResponse::CResponse(const CResponse& source) try : CResponse() { *impl_ = *sour
     ASN1::rethrowAsStatus();
 }
 
-// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): Impl's matter
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): Impl handles it
 CResponse& CResponse::operator=(const CResponse& source) try {
     *impl_ = *source.impl_;
     return *this;

@@ -1,8 +1,8 @@
-// An OCSP response: decoded, matched against what was asked, and judged.
+// An OCSP response: decoding it, matching it with what was asked, and verifying it.
 //
 //   CResponse response;
 //   response.Import(bytes, size, nullptr);
-//   _CERT_CONTEXT const* responder = response.get_OCSPCertificate(nullptr, 0);
+//   const _CERT_CONTEXT* responder = response.get_OCSPCertificate(nullptr, 0);
 //   if (response.Verify(responder, nullptr) == 0 && response.VerifyCertificate(responder, true, nullptr, 0) == 0) ...
 //
 // Single responses are addressed by their position in the message, from 0. A response is used by one thread at a time,
@@ -32,7 +32,7 @@ public:
     static constexpr unsigned long kNoIndex = ~0UL;
 
     /// Option bits of put_Flags.
-    enum Flag : std::uint32_t { kFlagCacheOnly = 0x4 };  ///< chains and revocation checks use cached data alone
+    enum Flag : std::uint32_t { kFlagCacheOnly = 0x4 };  ///< chains and revocation checks use only cached data
 
     // ---- Make and fill ----------------------------------------------------------------------------------------------
 
@@ -107,7 +107,7 @@ public:
     /// True when the response's nonce has exactly these bytes.
     [[nodiscard]] bool VerifyNonce(const unsigned char* data, unsigned long size) const;
 
-    // ---- Judge ------------------------------------------------------------------------------------------------------
+    // ---- Verify -----------------------------------------------------------------------------------------------------
     // Verdicts are returned, 0 for success; misuse is thrown as above. `criticalOIDs`: null refuses every critical
     // extension, "*" examines none, a list "1.2.3;4.5.6" names the OIDs that are **refused** when critical.
 
@@ -119,8 +119,8 @@ public:
     const _CERT_CONTEXT* get_OCSPCertificate(void** stores, unsigned long count) const;
 
     /// Signature and response-level critical extensions. `cert` null takes the responder's certificate as above; a
-    /// certificate given is used as it stands. Returns kBadSignature, kCertCritical. Throws kCryptNotFound when no
-    /// responder certificate is to be found.
+    /// certificate given is used without checking that it fits the responder id. Returns kBadSignature, kCertCritical.
+    /// Throws kCryptNotFound when no responder certificate is to be found.
     [[nodiscard]] std::int32_t Verify(const _CERT_CONTEXT* cert, const char* criticalOIDs) const;
 
     /// The responder's certificate: chain, authorisation for each entry, revocation. With `verifySR` also VerifySR on
@@ -137,7 +137,7 @@ public:
     [[nodiscard]] std::int32_t VerifySR(unsigned long index, const char* criticalOIDs, bool* authorized) const;
 
     /// Revocation state of `cert` under `issuer` from the CRL stores and `store`: 0, or the converted last error of the
-    /// service, kFail when it tells none. Offered for callers of their own; the checks above do not use it.
+    /// service, kFail when it sets none. A service for callers; the checks above do not use it.
     [[nodiscard]] std::int32_t VerifyRevocation(const _CERT_CONTEXT* cert, const _CERT_CONTEXT* issuer,
                                                 void* store) const;
 
@@ -152,8 +152,8 @@ private:
     std::unique_ptr<Impl> impl_;
 };
 
-/// Non-zero when the certificate's SHA-1 thumbprint stands in the policy list AuthorizedOCSPs, which is read anew at
-/// every call. Throws the converted last error when the thumbprint cannot be had.
+/// Non-zero when the certificate's SHA-1 thumbprint is in the policy list AuthorizedOCSPs, which is read anew at
+/// every call. Throws the converted last error when the thumbprint cannot be computed.
 [[nodiscard]] TALLOW_EXPORT int IsOCSPAuthorized(const _CERT_CONTEXT* cert);
 
 }  // namespace Orvane::PKI::OCSP::Client

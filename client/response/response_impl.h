@@ -2,7 +2,8 @@
 // - Encoded is written last in an import: while it is empty the object counts as one that was never imported.
 // - After an import with status 0, SRCertificates has one slot for each single response.
 // - The keys of the maps are positions in BasicResponse.get_responses().
-// - clear() leaves OCSPCertificate alone: a certificate accepted for an earlier import stays until another is accepted.
+// - clear() does not change OCSPCertificate: a certificate accepted for an earlier import stays until another is
+// accepted.
 #pragma once
 
 #include <map>

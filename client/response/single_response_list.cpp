@@ -51,7 +51,7 @@ void CResponse::Impl::sortExtension(unsigned long index, const CSingleResponse& 
     SRAdditionalExtensions[index].push_back(extension);
 }
 
-// An answer about an earlier time must not rest on data older than that time by more than the accuracy allows.
+// An answer about an earlier time must not be based on data that is older than that time by more than policy allows.
 void CResponse::Impl::takeHistoricalRequest(unsigned long index, const CSingleResponse& entry,
                                             const ASN1::CExtension& extension) {
     const CExtHistoricalRequest request(extension.get_extnValue());

@@ -1,4 +1,4 @@
-// The judgement on a response as a whole and on one single response.
+// Verifies a response as a whole, and one single response.
 #include "asn1/codec/rethrow_as_status.h"
 #include "client/response/response_impl.h"
 #include "client/shared/certificate_access.h"
@@ -11,8 +11,8 @@ namespace Orvane::PKI::OCSP::Client {
 
 std::int32_t CResponse::Verify(const _CERT_CONTEXT* cert, const char* criticalOIDs) const try {
     cert = impl_->responderToCheck(cert, nullptr, 0);
-    // A certificate passed by the caller is used as it stands: whether it is the responder named in the response is the
-    // caller's business here, and VerifyCertificate's.
+    // A certificate from the caller is used without comparing it with the responder id: VerifyCertificate decides
+    // whether it may answer.
     if (!impl_->BasicResponse.verify(encodingOf(cert))) {
         return status::kBadSignature;
     }
@@ -37,23 +37,22 @@ std::int32_t CResponse::VerifySR(unsigned long index, const char* criticalOIDs, 
     }
     const CSingleResponse& entry = impl_->get_SingleResponse(index);
     const CDateTime* nextUpdate = entry.get_nextUpdate();
-    // The import refuses such an entry already; this is the second line of defence.
+    // The import already refuses such an entry; this is a second line of defence.
     if (nextUpdate != nullptr && *nextUpdate <= entry.get_thisUpdate()) {
         return status::kNextBeforeThis;
     }
-    // Only what has just come over the wire must be current: a stored response, or an answer about an earlier time,
-    // may have been overtaken.
+    // Only a response just received must be current: a stored response, or one about an earlier time, may be older.
     const bool mustBeCurrent = impl_->CheckNextUpdate && !impl_->SRHistoricalRequests.contains(index);
     if (mustBeCurrent && nextUpdate != nullptr && *nextUpdate <= CDateTime::Now()) {
         return status::kNotCurrent;
     }
-    // What is said about a certificate after its end counts as void: responders may forget expired certificates.
+    // An entry made after the certificate expired proves nothing: responders may forget expired certificates.
     if (const _CERT_CONTEXT* cert = impl_->SRCertificates[index].get(); cert != nullptr) {
         if (entry.get_thisUpdate() >= CDateTime(cert->pCertInfo->NotAfter)) {
             return status::kCertExpired;
         }
     }
-    // The raw list of the entry: extensions that were sorted into tables count as well.
+    // The raw list of the entry also contains the extensions that were sorted into tables.
     if (CriticalExtensionRule(criticalOIDs).refuses(entry.get_singleExtensions())) {
         return status::kCriticalSingleExtension;
     }

@@ -1,4 +1,4 @@
-// The judgement on the responder's certificate: chain, authorisation for each entry, revocation.
+// Verifies the responder's certificate: chain, authorisation for each entry, revocation.
 #include <algorithm>
 #include <exception>
 #include <utility>
@@ -26,7 +26,7 @@ CRYPT_DATA_BLOB view(const CBlob& blob) {
 }
 
 // The chain policy calls back through a C interface, which no exception may cross: what IsOCSPAuthorized throws is kept
-// for the thread and thrown again when the policy has returned. Nobody is authorised by a failure.
+// for the thread and thrown again after the policy has returned. A failure authorises no responder.
 thread_local std::exception_ptr authorisationFailure;
 
 extern "C" int isAuthorisedByPolicy(PCCERT_CONTEXT certificate) {
@@ -38,7 +38,7 @@ extern "C" int isAuthorisedByPolicy(PCCERT_CONTEXT certificate) {
     }
 }
 
-// The entries in the form in which the chain policy takes them; valid as long as the response does not change.
+// The entries in the form that the chain policy takes; valid as long as the response does not change.
 class PolicyEntries {
 public:
     explicit PolicyEntries(const CSingleResponseList& responses) {
@@ -77,7 +77,7 @@ std::int32_t statusOfMask(DWORD mask) {
     return status::kTrustFail;
 }
 
-// Of a chain that was asked for revocation: anything beside a plain "revoked" means that the state is not known.
+// For a chain built with revocation: every error except a plain "revoked" means that the status is not known.
 std::int32_t statusOfRevocation(DWORD errorStatus) {
     switch (errorStatus) {
         case CERT_TRUST_NO_ERROR:
@@ -102,7 +102,7 @@ ATL2::CCertChainContext CResponse::Impl::buildChain(const _CERT_CONTEXT* cert, c
 std::int32_t CResponse::Impl::judgeChain(const ATL2::CCertChainContext& chain, bool& noCheck) {
     FILETIME producedAt = BasicResponse.get_producedAt().getFileTime();
     PolicyEntries entries(BasicResponse.get_responses());
-    // What an earlier call found does not outlive the certificate it was found for.
+    // Results of an earlier call are for another certificate.
     SRAuthorized.assign(Entries.size(), 0);
     OCSPChainPolicyPara extra{};
     extra.cbSize = sizeof extra;
@@ -212,7 +212,7 @@ std::int32_t CResponse::VerifyRevocation(const _CERT_CONTEXT* cert, const _CERT_
                                               &parameters, &revocation);
     const DWORD result = checked ? 0 : GetLastError();
     TALLOW_TRACE("VerifyRevocation", "Revocation Provider returned 0x%.8X.\n", result);
-    // A service that fails without a reason must not read as a certificate that is not revoked.
+    // A service that fails without a last error must not read as a certificate that is not revoked.
     return !checked && result == 0 ? status::kFail : ATL2::convertLastError(result);
 } catch (...) {
     ASN1::rethrowAsStatus();

@@ -38,7 +38,7 @@ ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* cert, const ChainOptions
 std::int32_t policyVerdict(BOOL judged, DWORD lastError, const CERT_CHAIN_POLICY_STATUS& policyStatus) {
     if (!judged) {
         TALLOW_TRACE("VerifyCertificate", "CertVerifyCertificateChainPolicy failed: 0x%X\n", lastError);
-        // A service that fails without a reason must not be thrown as the word for success.
+        // A service that fails without a last error must not be thrown as status 0, success.
         ATL::AtlThrowImpl(lastError == 0 ? status::kFail : ATL2::convertLastError(lastError));
     }
     if (policyStatus.dwError != 0) {

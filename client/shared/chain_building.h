@@ -22,10 +22,10 @@ struct ChainOptions {
 [[nodiscard]] ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* cert, const ChainOptions& options);
 
 /// The verdict of a chain policy on what CertVerifyCertificateChainPolicy left, traced: dwError, 0 for no objection.
-/// `lastError` is that of a call that failed (`judged` FALSE) and is thrown converted.
+/// When the call itself failed (`judged` FALSE), its `lastError` is thrown converted.
 std::int32_t policyVerdict(BOOL judged, DWORD lastError, const CERT_CHAIN_POLICY_STATUS& policyStatus);
 
-/// Whether the chain has a certificate in it. A policy that passes a chain of nothing proves nothing.
+/// Whether the chain has a certificate in it. An empty chain that passes a policy proves nothing.
 [[nodiscard]] bool isProof(const ATL2::CCertChainContext& chain);
 
 /// A collection of `own` and the non-null ones of `count` store handles, for building chains. Throws the status of the

@@ -17,7 +17,7 @@ struct DownloadRules {
     bool mayDownload = true;             ///< false: policy refuses the proxy, or going without one
 };
 
-/// What holds for one exchange with a responder besides.
+/// The additional rules for one exchange with a responder.
 struct ResponderRules {
     bool isNamed = false;           ///< the caller or the administrator chose the address
     std::uint32_t authSchemes = 0;  ///< CRYPTO_AUTH_... bits for a login in the address
@@ -25,7 +25,7 @@ struct ResponderRules {
     void* context = nullptr;  ///< of onRedirect
 };
 
-/// The rules of the calling thread for as long as the object lives. They nest; the time limit is that of the outermost.
+/// Sets the rules of the calling thread until the object is destroyed. They nest; the outermost time limit applies.
 /// Without effect on a service that does not offer them. Throws the converted last error when they cannot be set.
 class NetworkCheck {
 public:

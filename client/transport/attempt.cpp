@@ -23,7 +23,7 @@ namespace {
 
 constexpr wchar_t kAgent[] = L"Orvane tallow.dll";
 
-// Tracing never changes behaviour: a text that does not convert is left out of the line.
+// Tracing never changes behaviour: a text that cannot be converted is left out.
 std::string narrowForTrace(const std::wstring& address) {
     try {
         return ASN1::tostring(withoutCredentials(address).c_str());
@@ -38,7 +38,7 @@ void ResponseDelete::operator()(CResponse* response) const noexcept {
     delete response;
 }
 
-// A certificate says where its responder is, not how to log in there. A login of the caller's is for policy to permit.
+// A certificate names its responder, but must not bring a login. For a login of the caller, policy decides.
 void CRequest::Impl::requirePermittedLogin() const {
     if (!hasCredentials(HTTPParams.OCSPAddress)) {
         return;
@@ -64,7 +64,7 @@ BOOL CRequest::Impl::onRedirect(void* request, const wchar_t* target, DWORD http
     return FALSE;
 }
 
-// Records the address that redirects, and holds policy against the one it leads to.
+// Records the address that redirects, and checks the target against policy.
 void CRequest::Impl::takeRedirect(const wchar_t* target, DWORD httpStatus) {
     Attempt& redirected = Attempts.emplace_back();
     redirected.kind = kRedirected;
@@ -80,7 +80,7 @@ void CRequest::Impl::takeRedirect(const wchar_t* target, DWORD httpStatus) {
 }
 
 CBlob CRequest::Impl::exchange() {
-    // An address that the administrator lists is as good as one that the caller names.
+    // An address in the administrator's list is trusted like one that the caller names.
     const bool isListed = Policy->AllowedOCSPs.setted() && Policy->AllowedOCSPs.Find(HTTPParams.OCSPAddress.c_str());
     const ResponderRules rules{
         .isNamed = AddressIsNamed || isListed,
@@ -90,7 +90,7 @@ CBlob CRequest::Impl::exchange() {
     };
     const NetworkCheck check(downloads(), rules);
     const bool allowCache = (Flags & kFlagAllowCache) != 0 && !WireOnly;
-    SetLastError(0);  // what an earlier call left is no error of this attempt
+    SetLastError(0);  // an error of an earlier call is not one of this attempt
     try {
         CBlob body = SendRequest(&HTTPParams, kAgent, kOcspHeaders, &Encoded, (Flags & kFlagReserved) != 0, allowCache,
                                  CacheResync, (Flags & kFlagCacheOnly) != 0);
@@ -144,7 +144,7 @@ void CRequest::Impl::importReceived(CBlob body) {
     Response->put_CacheResync(CacheResync);
 }
 
-// A nonce, asked or answered, proves freshness better than a clock: the window counts only without one.
+// A nonce on either side proves freshness better than a clock, so the window is checked only without one.
 void CRequest::Impl::checkProducedAt() const {
     const long accuracy = Policy->ResponseAccuracy;
     if (Response->get_HasNonce() || Nonce.cbData() != 0 || accuracy == 0 || DisableProducedAtCheck) {
@@ -159,7 +159,7 @@ void CRequest::Impl::checkProducedAt() const {
     }
 }
 
-// An entry that the response does not contain is no failure here: whoever verifies the response reports it.
+// A missing entry is no failure here: verifying the response reports it.
 void CRequest::Impl::checkThisUpdates() const {
     for (const CCertID& asked : SRCertIDs) {
         const unsigned long index = Response->get_SRIndexByCertID(asked);

@@ -70,7 +70,7 @@ void SetCspVersion() {
     }
 }
 
-// Services up to this build leave the last error alone after an exchange.
+// Services up to this build do not set the last error after an exchange.
 bool serviceSetsLastError() {
     static pthread_once_t once = PTHREAD_ONCE_INIT;
     pthread_once(&once, SetCspVersion);
@@ -143,7 +143,7 @@ std::wstring base64(const CBlob& data) {
     return text;
 }
 
-// Address, body and header in one text: how the service is told what to post.
+// Address, body and header in one text, the form in which the service takes them.
 std::wstring retrievalUrl(const std::wstring& address, const CBlob& request) {
     std::wstring url = address;
     url += L'/';
@@ -273,7 +273,7 @@ void forgetCachedAnswer(const WinHTTPParams& params, const CBlob& request) {
     try {
         forgetResponse(retrievalUrl(params.OCSPAddress, request));
     } catch (const ATL::CAtlException&) {
-        // The URL cannot be made. What the caller has to report is why the answer was refused.
+        // The URL cannot be made. The caller reports why the answer was refused, not this.
     }
 }
 

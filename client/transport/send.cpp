@@ -1,4 +1,5 @@
-// The way from a prepared request to an accepted response: whom to ask, in which order, and what the caller sees.
+// From a prepared request to an accepted response: which responders are asked, in which order, and what the caller
+// sees.
 #include <cstring>
 #include <optional>
 

@@ -13,12 +13,12 @@ namespace {
 
 ScriptedService* active = nullptr;
 
-// The function that the dynamic linker would have chosen without the script.
+// The function that the dynamic linker would choose without the script.
 template <class Function>
 Function* real(const char* name) {
     void* const symbol = dlsym(RTLD_NEXT, name);
     if (symbol == nullptr) {
-        throw std::runtime_error(std::string("no platform behind the script for ") + name);
+        throw std::runtime_error(std::string("no real platform to answer ") + name);
     }
     return reinterpret_cast<Function*>(symbol);
 }
@@ -31,7 +31,7 @@ bool mayComeWithoutScript(std::string_view name) {
 template <class Result>
 Result withoutScript(const char* name) {
     if (!mayComeWithoutScript(name)) {
-        ADD_FAILURE() << name << " was called while no script was there";
+        ADD_FAILURE() << name << " was called without a script";
     }
     return Result();
 }
@@ -77,7 +77,7 @@ void support_dprint_print_(TSupportDbContext_*, const char* format, const char*,
     std::va_list arguments;
     va_start(arguments, function);
     char text[1024] = "";
-    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start stands above
+    // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): va_start is above
     std::vsnprintf(text, sizeof text, format, arguments);
     va_end(arguments);
     testkit::active->trace(function, text);

@@ -1,15 +1,15 @@
-// A platform that plays a script: in a program that links tallow_scripted_service, the services' functions ask the
-// object that is alive at the moment.
+// A platform that plays a script: in a program that links tallow_scripted_service, the services' functions call the
+// ScriptedService that currently exists.
 //
 //   Script service;                                   // every call must be in the script
 //   testing::InSequence order;
 //   EXPECT_CALL(service, CertDuplicateStore(given)).WillOnce(failing(nullptr, ERROR_NOT_ENOUGH_MEMORY));
 //
-//   Overlay service;                                  // the real platform answers, but for ...
+//   Overlay service;                                  // the real platform answers, except for ...
 //   EXPECT_CALL(service, SendPKIRequest).WillOnce(Return(503));
 //
-// A call that is not in the script fails the test by name, and so does a script that was not played to its end. A call
-// while no object is alive fails too; only the trace calls that load and unload of the library make are let through.
+// A call that is not in the script fails the test and is named, and so does an expected call that never came. A call
+// while no ScriptedService exists fails too, except the trace calls made while the library is loaded and unloaded.
 #pragma once
 
 #include <gmock/gmock.h>
@@ -33,8 +33,7 @@ public:
     /// One trace line: the function's label and the text as formatted.
     MOCK_METHOD(void, trace, (const std::string& function, const std::string& text));
 
-    /// Lets the platform behind the script answer whatever has no expectation. The program must link it as a shared
-    /// library.
+    /// Passes calls without an expectation on to the real platform. The program must link it as a shared library.
     void answerByPlatform();
 };
 
@@ -45,7 +44,7 @@ public:
     Overlay() { answerByPlatform(); }
 };
 
-/// Sets the last error and answers with `result`.
+/// An action that sets the last error and returns `result`.
 template <class Result>
 auto failing(Result result, DWORD lastError) {
     return testing::DoAll(testing::InvokeWithoutArgs([lastError] { SetLastError(lastError); }),
