@@ -15,7 +15,7 @@ using namespace Orvane;
 using namespace Orvane::PKI::OCSP;
 using namespace Orvane::PKI::OCSP::Client;
 
-// The one word of ocspVerifyResponse for every failure that is no verdict.
+// What ocspVerifyResponse returns for every failure that is no verdict.
 constexpr std::int32_t kNotVerified = 1;
 
 // No exception leaves a plain function.
@@ -24,15 +24,14 @@ std::int32_t guarded(Body body) noexcept {
     try {
         return body();
     } catch (const ATL::CAtlException& failure) {
-        // A service that fails without a reason is thrown as 0, which here would read as success.
+        // A service that fails without a last error is thrown as 0, which would read as success here.
         return failure.status() != 0 ? failure.status() : status::kInternalError;
     } catch (...) {
         return status::kInternalError;
     }
 }
 
-// Hands the bytes of a request or response out in a block that the caller frees. When the second step fails the block
-// stays the caller's, as after success.
+// Copies the bytes of a request or response into a block that the caller frees, also when the second step fails.
 template <typename Message>
 void exportTo(Message& message, unsigned char** bytes, unsigned long* size) {
     message.Export(nullptr, size);
@@ -43,8 +42,7 @@ void exportTo(Message& message, unsigned char** bytes, unsigned long* size) {
     message.Export(*bytes, size);
 }
 
-// A responder that refuses to answer makes Send throw. To the caller of a plain function that is an answer of no use,
-// like a response whose status says so.
+// A responder that refuses to answer makes Send throw. The plain function reports that like an unusable response.
 CResponse send(CRequest& request) {
     try {
         return request.Send(false);
@@ -102,8 +100,8 @@ std::int32_t ocspCreateRequest(const _CERT_CHAIN_CONTEXT* chain, const unsigned 
         CRequest built;
         built.put_UseNonce(false);  // so that a nonce among the extensions is taken over
         for (DWORD i = 0; chain->cChain != 0 && i < chain->rgpChain[0]->cElement; ++i) {
-            // Always entry 0, and always one more empty entry: the build below ends at the first empty one. Callers
-            // have known this function no other way; repairing the index would change what it answers to them.
+            // Always entry 0, and always one more empty entry, so the build below fails at the first empty one. This is
+            // kept on purpose: with a correct index the function would return something else to existing callers.
             built.put_SRCertIDFromCert(chain->rgpChain[0]->rgpElement[i]->pCertContext, nullptr, 0, nullptr);
             built.AddSingleRequest();
         }

@@ -19,7 +19,7 @@ constexpr std::wstring_view kHttp = L"http://";
 
 using Word = CGPBool CRequestPolicy::*;
 
-// The word that refuses one way of authenticating, for each kind of server.
+// The setting that refuses one way of authenticating, for each kind of server.
 struct DeniedAuthType {
     long authType;
     Word httpsResponder;
@@ -44,7 +44,7 @@ bool isAuthDenied(const CRequestPolicy& policy, Word DeniedAuthType::*kind, long
                        [&](const DeniedAuthType& row) { return row.authType == authType && policy.*(row.*kind); });
 }
 
-// The scheme of an address is read exactly, case included; an address of any other form has no words.
+// The scheme of an address is compared exactly, case included; no setting applies to an address of another form.
 bool isAuthDenied(const CRequestPolicy& policy, std::wstring_view address, long authType, Word DeniedAuthType::*https,
                   Word DeniedAuthType::*http) {
     return address.starts_with(kHttps)  ? isAuthDenied(policy, https, authType)
@@ -58,7 +58,7 @@ bool isProxyAuthDenied(const CRequestPolicy& policy, const ExchangeTraits& excha
 }
 
 // Applies also when no proxy is used: with the list set, an exchange without one is refused unless the
-// list holds the empty text. The list thus also forces a proxy.
+// list contains the empty text. So the list can also force a proxy.
 bool isProxyListed(const CRequestPolicy& policy, const ExchangeTraits& exchange) {
     return !policy.AllowedProxies.setted() || policy.AllowedProxies.Find(exchange.proxyAddress);
 }

@@ -1,5 +1,8 @@
 // The check of one exchange against the request policy, once the responder's address is known: the three address lists,
 // and the refused authentication schemes by kind of server.
+//
+//   checkHttpPolicies(policy, {.ocspAddress = L"http://ocsp.example/"});   // throws what policy refuses
+//   if (mayUseProxy(policy, {.proxyAddress = L"http://proxy:3128/"})) ...
 #pragma once
 
 #include <cstdint>
@@ -18,10 +21,10 @@ inline constexpr long kAuthTypeNegotiate = 16;
 
 /// Where one exchange goes. Texts are not null; authentication types as above.
 struct ExchangeTraits {
-    const wchar_t* ocspAddress = L"";
-    long ocspAuthType = 0;
-    const wchar_t* proxyAddress = L"";
-    long proxyAuthType = 0;
+    const wchar_t* ocspAddress = L"";   ///< of the responder, as the request names it
+    long ocspAuthType = 0;              ///< kAuthType... for the responder
+    const wchar_t* proxyAddress = L"";  ///< empty: no proxy
+    long proxyAuthType = 0;             ///< kAuthType... for the proxy
 };
 
 /// Throws the first violation as ATL::CAtlException: 0xC2110103 for an address, 0xC2110101 for the responder's scheme,

@@ -13,10 +13,12 @@ namespace Orvane::PKI::OCSP::Client {
 /// path hides the host.
 [[nodiscard]] TALLOW_EXPORT std::wstring withoutCredentials(std::wstring_view address);
 
-/// Whether a user name or password precedes the host, also in an address that is not well-formed.
+/// Whether a user name or password precedes the host, also in an address that is not well-formed. An "@" in the path
+/// or query does not count.
 [[nodiscard]] bool hasCredentials(std::wstring_view address);
 
-/// The address with scheme and host in lower case, without a default port, a dot after the host or a fragment, and with
+/// One form for all spellings of an address, for comparing two of them: the address with scheme and host in lower case,
+/// without a default port, a dot after the host or a fragment, and with
 /// "/" for an empty path. A text of another form comes back as it is.
 [[nodiscard]] std::wstring normalForm(std::wstring_view address);
 

@@ -19,7 +19,7 @@ bool loadSwitch(const settings::Flag& setting) {
     return value;
 }
 
-// A switch that cannot be read stays as it starts, for the life of the process.
+// A switch that cannot be read keeps its default until the process ends.
 void SetPolicyReading() noexcept {
     try {
         isLegacyPolicyReading = loadSwitch(settings::LegacyPolicyReading) ? 1 : 0;

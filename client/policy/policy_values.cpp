@@ -73,7 +73,7 @@ int readText(ReadText read, const Path& path, std::size_t size, std::string& val
     value.assign(size + 1, '\0');
     const std::size_t room = size;
     const int result = read(path.data(), &size, value.data());
-    // The key may have become shorter between the two readings, but not longer than the room it was given.
+    // The key may have become shorter between the two readings, but not longer than its buffer.
     value.resize((size < room ? size : room) + 1);
     value.back() = '\0';
     return result;
@@ -158,7 +158,8 @@ void CGPStrings::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* 
     Setted = true;
     values_.clear();
     const std::wstring wide = widen(value);
-    // The last unit is the terminator that readText added; it ends no element, or each list would hold the empty text.
+    // The last unit is the terminator that readText added. It ends no element, or each list would contain an empty
+    // text.
     std::wstring_view rest = std::wstring_view(wide).substr(0, wide.size() - 1);
     for (std::size_t end = rest.find(L'\0'); end != std::wstring_view::npos; end = rest.find(L'\0')) {
         const std::wstring_view element = rest.substr(0, end);

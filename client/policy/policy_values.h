@@ -1,6 +1,10 @@
 // The four kinds of administrator setting. Each reads its key once, when Load runs, and is a plain value afterwards; a
 // later change in the settings store is not seen.
 //
+//   wchar_t name[] = L"ocsppolicy", *section = name, *reserved = nullptr;
+//   CGPLong length;
+//   length.Load(reserved, section, L"NonceLength", 8);    // 8 when the key is absent
+//
 // A key is "\config\cades\<section>\<name>". Every Load takes the same first arguments: `reserved`, which is passed as
 // null and not read, `section`, in practice "ocsppolicy", and the key's `name`. The whole path, converted to code page
 // 0 and terminated, must fit 100 octets: if not, the last error of the conversion is thrown unconverted. Only
@@ -22,6 +26,7 @@ public:
     /// read, and the last error when its text cannot be converted.
     void Load(wchar_t*& reserved, wchar_t*& section, const wchar_t* name);
 
+    /// The value as text; both stay valid until the next Load or the end of the object.
     [[nodiscard]] const std::wstring& value() const noexcept { return value_; }
     [[nodiscard]] const wchar_t* c_str() const noexcept { return value_.c_str(); }
     [[nodiscard]] bool empty() const noexcept { return value_.empty(); }
@@ -30,9 +35,10 @@ private:
     std::wstring value_;
 };
 
-/// A whole number.
+/// A whole number. A key that cannot be read as a number counts as absent; the range is not checked.
 class TALLOW_EXPORT CGPLong {
 public:
+    /// Takes `defaultValue` when the key is absent. Throws only for the path.
     void Load(wchar_t*& reserved, wchar_t*& section, const wchar_t* name, long defaultValue);
 
     operator long() const noexcept { return value_; }  // NOLINT(google-explicit-constructor): it is a number
@@ -41,9 +47,10 @@ private:
     long value_ = 0;
 };
 
-/// A switch.
+/// A switch. In the file an integer counts as a switch too: 0 is false.
 class TALLOW_EXPORT CGPBool {
 public:
+    /// Takes `defaultValue` when the key is absent or is no switch. Throws only for the path.
     void Load(wchar_t*& reserved, wchar_t*& section, const wchar_t* name, bool defaultValue);
 
     operator bool() const noexcept { return value_; }  // NOLINT(google-explicit-constructor): it is a switch
@@ -67,6 +74,7 @@ public:
     [[nodiscard]] bool setted() const noexcept { return Setted; }
     /// Whether `value`, which must not be null, is in the set, by exact comparison of whole texts.
     [[nodiscard]] bool Find(const wchar_t* value) const;
+    /// All elements, sorted by code units.
     [[nodiscard]] const Set& values() const noexcept { return values_; }
 
 private:

@@ -5,7 +5,7 @@
 
 namespace Orvane::PKI::OCSP::Client {
 
-// The order of reading shows in a trace and is kept for those who compare traces; it is not that of the fields.
+// The order of reading appears in traces and is kept so that traces can be compared. It is not that of the fields.
 CRequestPolicy::CRequestPolicy() {
     TALLOW_TRACE("CRequestPolicy", "Loading GP...\n");
     load(CertIDHashAlg, settings::CertIDHashAlg);

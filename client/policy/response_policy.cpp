@@ -13,7 +13,7 @@ CResponsePolicy::CResponsePolicy() {
 }
 
 CDateTime thisUpdateLimit(const CGPString& interval, long units, const CDateTime& reference) {
-    // Negated in unsigned arithmetic, where the lowest number has a negative too: itself.
+    // Negated in unsigned arithmetic: negating the lowest signed number would overflow.
     const auto back = static_cast<std::int32_t>(0U - static_cast<std::uint32_t>(units));
     return DateAddW(interval.c_str(), back, reference);
 }

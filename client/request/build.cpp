@@ -13,7 +13,7 @@ namespace Orvane::PKI::OCSP::Client {
 
 namespace {
 
-// The provider type and flags under which random numbers are drawn: no key container is opened.
+// The provider type for random numbers; no key container is opened.
 constexpr DWORD kNonceProviderType = 75;
 
 // A longer nonce is a mistake in the settings: no responder accepts it, and RFC 9654 allows at most 128 octets.
@@ -73,8 +73,8 @@ CSingleRequestList CRequest::Impl::makeRequestList() const {
     return list;
 }
 
-// Additional extensions, CRL locator, historical request, service locator. The historical request is the one that goes
-// out as critical: a responder that does not know it would answer about the wrong time.
+// Additional extensions, CRL locator, historical request, service locator. Only the historical request is
+// critical: a responder that ignored it would answer about the wrong time.
 ASN1::CExtensions CRequest::Impl::makeSingleRequestExtensions(unsigned long index) const {
     ASN1::CExtensions extensions;
     if (const auto found = SRAdditionalExtensions.find(index); found != SRAdditionalExtensions.end()) {

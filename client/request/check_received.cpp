@@ -13,8 +13,8 @@ namespace Orvane::PKI::OCSP::Client {
 
 namespace {
 
-constexpr DWORD kAtHand = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY |
-                          CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE;
+constexpr DWORD kCachedOnly = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY |
+                              CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE;
 
 // A hostile request can carry any number of certificates with the requestor's name; real ones carry one or two.
 constexpr int kMaxSignersTried = 16;
@@ -23,7 +23,7 @@ constexpr int kMaxSignersTried = 16;
 template <typename Accepts>
 ATL2::CCertContext findBySubject(HCERTSTORE store, CERT_NAME_BLOB name, Accepts accepts) {
     ATL2::CCertContext hit;
-    // The search frees the context it is given, so each step hands the last one back.
+    // The search frees the context passed to it, so each step passes the last one.
     while (const _CERT_CONTEXT* next = CertFindCertificateInStore(store, kCertificateEncoding, 0,
                                                                   CERT_FIND_SUBJECT_NAME, &name, hit.detach())) {
         hit.reset(next);
@@ -70,8 +70,8 @@ bool leadsToTrustedRoot(const ATL2::CCertChainContext& chain) {
     return isProof(chain) && (chain->rgpChain[0]->TrustStatus.dwErrorStatus & kUnproven) == 0;
 }
 
-// The verdict of the service on the chain of a requestor.
-std::int32_t judgeRequestor(const ATL2::CCertChainContext& chain) {
+// Applies the requestor policy of the service to a chain.
+std::int32_t checkRequestorPolicy(const ATL2::CCertChainContext& chain) {
     CERT_CHAIN_POLICY_PARA parameters{};
     parameters.cbSize = sizeof parameters;
     parameters.dwFlags = OCSP_REQUESTOR_POLICY_FLAG;
@@ -93,14 +93,14 @@ void CRequest::Impl::requireSigned() const {
     }
 }
 
-// Searches by name and keeps the hit, independent of its store, in RequestorCertificate. The same certificate found
-// again keeps the handle that callers already hold. Null when there is none; what was found before stays then.
+// Searches by name and keeps the hit, independent of its store, in RequestorCertificate. When the same certificate is
+// found again, the handle that callers already have stays valid. Null when there is none; an earlier hit then stays.
 template <typename Accepts>
 const _CERT_CONTEXT* CRequest::Impl::searchRequestor(const CRequestMessage& message, void** stores, unsigned long count,
                                                      Accepts accepts) {
     const CBlob* name = message.get_requestorName();
     if (name == nullptr) {
-        return nullptr;  // an unsigned message in an object that still carries the mark of an earlier one
+        return nullptr;  // an unsigned message in an object that was signed before
     }
     ATL2::CCertContext hit =
         findInStores({static_cast<DWORD>(name->cbData()), name->pbData()}, Certificates, stores, count, accepts);
@@ -194,15 +194,16 @@ std::int32_t CRequest::VerifyCertificate(const _CERT_CONTEXT* certificate, void*
     const NetworkCheck check(impl_->downloads());
     // The requestor wrote the addresses in these certificates. They are contacted only for a chain that leads to a
     // trusted root without them, or any sender of requests could make this side contact internal addresses.
-    const ATL2::CCertChainContext atHand = buildChain(used.get(), {.flags = kAtHand, .additional = collection.get()});
-    if (!leadsToTrustedRoot(atHand)) {
-        const std::int32_t verdict = judgeRequestor(atHand);
+    const ATL2::CCertChainContext cached =
+        buildChain(used.get(), {.flags = kCachedOnly, .additional = collection.get()});
+    if (!leadsToTrustedRoot(cached)) {
+        const std::int32_t verdict = checkRequestorPolicy(cached);
         return verdict != 0 ? verdict : status::kTrustFail;
     }
     const ATL2::CCertChainContext chain = buildChain(
         used.get(), {.flags = CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT | CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE,
                      .additional = collection.get()});
-    return judgeRequestor(chain);
+    return checkRequestorPolicy(chain);
 } catch (...) {
     ASN1::rethrowAsStatus();
 }

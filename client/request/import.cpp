@@ -37,7 +37,7 @@ bool put(std::map<unsigned long, Value>& map, unsigned long index, const ASN1::C
 
 // A failure is not undone: what was read before it stays, and so do the bytes.
 void CRequest::Impl::Import(const unsigned char* data, unsigned long size) {
-    // Copied before clearing: the bytes may be this object's own, the value of an extension for one.
+    // Copied before clearing: the bytes may belong to this object, for example to one of its extensions.
     CBlob input(data, size);
     ClearRequest();
     SRCertIDs.clear();
@@ -73,7 +73,7 @@ void CRequest::Impl::importRequestExtension(const ASN1::CExtension& extension) {
             TALLOW_TRACE("Import", "Duplicated extension: AcceptableResponses\n");
             refuseDuplicate();
         }
-        UseAcceptableResponses = true;  // the types are not read: there is only one that could be meant
+        UseAcceptableResponses = true;  // the types are not read: only one is defined
     } else {
         AdditionalExtensions.push_back(extension);
     }

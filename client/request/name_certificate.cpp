@@ -58,7 +58,7 @@ bool isSha1(const char* hashOID) {
     return hashOID != nullptr && std::strcmp(hashOID, kOidSha1) == 0;
 }
 
-// The policy's text up to the first blank, narrow; empty when it names nothing.
+// The policy's text up to the first blank, as narrow text; empty when there is none.
 std::string hashOfPolicy(const CRequestPolicy& policy) {
     const std::wstring wide = policy.CertIDHashAlg.value().substr(0, policy.CertIDHashAlg.value().find(L' '));
     if (wide.empty()) {
@@ -94,8 +94,8 @@ std::string chooseHash(const char* hashOID, const CRequestPolicy& policy, const 
     return kOidSha1;
 }
 
-// A certificate passed without key information may be known to the user's own store with it. Not finding it there,
-// for whatever reason, is no failure.
+// The user's store may have the key information of a certificate that was passed without it. Not finding it there is
+// never a failure.
 ATL2::CCertContext sameOfUser(const ATL2::CCertContext& certificate) {
     try {
         ATL2::CCertStore my;
@@ -108,7 +108,7 @@ ATL2::CCertContext sameOfUser(const ATL2::CCertContext& certificate) {
             }
         }
     } catch (const ATL::CAtlException&) {
-        // A property that cannot be copied; the certificate stays as it came.
+        // A property cannot be copied: the certificate is used as given.
     }
     return {};
 }
@@ -132,8 +132,8 @@ void CRequest::Impl::put_SRCertIDFromCert(const _CERT_CONTEXT* certificate, cons
     SRCertificates[index] = ATL2::CCertContext::duplicate(certificate);
 }
 
-// The slot is one for the whole object and what is there already wins: a second certificate named without its issuer is
-// taken to be of the first one's issuer, unchecked. Callers that ask about several issuers name each.
+// One issuer is kept for the whole object, the first one found: a second certificate named without its issuer is
+// assumed to have the same issuer, unchecked. Callers that ask about several issuers pass each.
 void CRequest::Impl::findIssuerByChain(const _CERT_CONTEXT* certificate) {
     const NetworkCheck check(downloads());
     ATL2::CCertContext found = issuerByChain(certificate);

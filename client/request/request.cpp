@@ -52,7 +52,7 @@ CRequest::CRequest(const CRequest& source) try : impl_(std::make_unique<Impl>(*t
     ASN1::rethrowAsStatus();
 }
 
-// Self-assignment is not short-cut: the object is cleared first and then takes over what is left of itself.
+// Self-assignment is not skipped: the object is cleared first, and then copies what is left.
 CRequest& CRequest::operator=(const CRequest& source) try {  // NOLINT(bugprone-unhandled-self-assignment)
     *impl_ = *source.impl_;
     return *this;

@@ -1,4 +1,4 @@
-// The life of a request's state: defaults, clearing, copying, and the policy in force.
+// The state of a request: defaults, clearing, copying, and the current policy.
 #include "client/request/request_impl.h"
 
 #include "client/policy/address_masks.h"
@@ -31,8 +31,8 @@ void CRequest::Impl::DefaultConstructorHelper() {
                                                                            : Policy->ProxyAuthTypeDefault));
 }
 
-// What stays: the address and the other connection parameters, flags, signer and signature algorithm, the issuer, the
-// client certificate, the last response bytes. An object once signed stays frozen.
+// Not cleared: the address and the other connection parameters, flags, signer and signature algorithm, the issuer, the
+// client certificate, the last response bytes. A signed object stays frozen.
 void CRequest::Impl::ClearRequest() {
     Response.reset();
     Encoded.clear();
@@ -56,7 +56,7 @@ void CRequest::Impl::ClearRequest() {
     appendEmptyEntry();
 }
 
-// Assigning an object to itself clears it and takes nothing of the lists over again.
+// Assigning an object to itself clears it, and the lists stay empty.
 CRequest::Impl& CRequest::Impl::operator=(const Impl& source) {
     ClearRequest();
     LoadGroupPolicy();

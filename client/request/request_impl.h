@@ -33,7 +33,7 @@ struct ResponseDelete {
 
 struct CRequest::Impl {
     Impl(CRequest& owner, bool messageMode);
-    // For copies: every member at its empty default; the assignment that follows fills it.
+    // For copies: every member has its empty default; the assignment that follows fills it.
     explicit Impl(CRequest& owner);
     ~Impl();
     Impl(const Impl&) = delete;
@@ -45,7 +45,7 @@ struct CRequest::Impl {
     // The check before building and sending (false), and the one before each exchange, once the address is known.
     void CheckPolicies(bool http) const;
 
-    // The three words of every accessor that touches the message.
+    // Called first by every accessor that changes the message.
     void guard() const;                     // throws kRequestSigned
     void bound(unsigned long index) const;  // throws kInvalidIndex
     void rebuild();                         // drops Encoded and Nonce
@@ -73,7 +73,7 @@ struct CRequest::Impl {
     void importRequestList(const CSingleRequestList& list);
     void importSingleRequestExtension(unsigned long index, const ASN1::CExtension& extension);
 
-    void requireSigned() const;  // throws kRequestSigned: guard() the other way round
+    void requireSigned() const;  // throws kRequestSigned for an unsigned request
     template <typename Accepts>
     const _CERT_CONTEXT* searchRequestor(const CRequestMessage& message, void** stores, unsigned long count,
                                          Accepts accepts);
@@ -88,7 +88,7 @@ struct CRequest::Impl {
     ASN1::CAuthorityInfoAccessSyntax GetOCSPAddressFromIssuerCertProp() const;
 
     const CResponse& Send(bool verify);
-    // How downloads that this request causes go: through its proxy, where policy permits it.
+    // The rules for downloads that this request causes: through its proxy, if policy permits it.
     DownloadRules downloads() const;
 
     CRequest& Owner;
@@ -135,7 +135,7 @@ private:
         std::size_t numOwn = 0;  // of the certificate itself, at the front; the others are the administrator's
     };
 
-    // What is known of the attempt under way, beyond Level and HTTPParams.
+    // The state of the current attempt, besides Level and HTTPParams.
     struct Progress {
         std::wstring hop;                    // the address a redirect led to; empty before any
         std::int32_t hopRefusal = 0;         // why policy refused that address
@@ -183,7 +183,7 @@ private:
     const CResponse& sendToCandidates(const Candidates& candidates, bool verify);
     Candidates gatherCandidates() const;
 
-    const NetworkCheck* Check = nullptr;  // of the Send under way
+    const NetworkCheck* Check = nullptr;  // of the current Send
     Progress Present;
     bool WireOnly = false;  // the cache was asked and its answer refused
 };

@@ -22,7 +22,7 @@ namespace {
 // The policy value CertsToInclude when it is not set.
 constexpr long kPolicySaysNothing = -1;
 
-// The PIN as the provider takes it. The narrow copy is wiped: it is the only one that is ours.
+// The PIN in the form that the provider takes. The narrow copy is wiped; the other belongs to the caller.
 class Pin {
 public:
     explicit Pin(const wchar_t* text) { narrow_ = text; }
@@ -30,7 +30,7 @@ public:
     Pin& operator=(const Pin&) = delete;
     ~Pin() {
         if (!narrow_.IsEmpty()) {
-            // The block is not shared, so this gives the very place of the text.
+            // The block is not shared, so this is the text itself, not a copy.
             ::explicit_bzero(narrow_.GetBuffer(0), static_cast<std::size_t>(narrow_.GetLength()));
         }
     }
@@ -101,7 +101,7 @@ void CRequest::Impl::SignRequest(CRequestMessage& message, const _CERT_CONTEXT* 
     TALLOW_TRACE("SignRequest", "Signing request... OK.\n");
 }
 
-// The encodings that go into the message; each is put into the store too.
+// The encodings that the message contains; each is added to the store too.
 CBlobList CRequest::Impl::includeCertificates(const _CERT_CONTEXT* signer, enumCertToInclude certsToInclude) {
     CBlobList certs;
     long included = certsToInclude;
@@ -123,7 +123,7 @@ CBlobList CRequest::Impl::includeCertificates(const _CERT_CONTEXT* signer, enumC
     if (chain->cChain == 0 || chain->rgpChain[0]->cElement < 2) {
         return certs;
     }
-    // The last element is taken for the root, also where the chain ends before one.
+    // The last element is treated as the root, even if the chain ends below one.
     const CERT_SIMPLE_CHAIN& simple = *chain->rgpChain[0];
     const DWORD end = included == CertsChainWithRoot ? simple.cElement : simple.cElement - 1;
     for (DWORD i = 1; i < end; ++i) {

@@ -11,14 +11,14 @@ namespace Orvane::PKI::OCSP::Client {
 
 namespace {
 
-// Most messages are asked for one entry or two, and then a walk is cheaper than any preparation.
+// Most callers look up one or two entries, and then a scan is cheaper than sorting.
 constexpr unsigned long kScansBeforeSorting = 8;
 
 std::string_view textOf(const CBlob& blob) {
     return {reinterpret_cast<const char*>(blob.pbData()), blob.cbData()};
 }
 
-// Two forms of one number differ in sign bytes that add nothing.
+// Two encodings of one number differ only in redundant sign octets.
 std::string_view shortestForm(const CBlob& number) {
     std::string_view text = textOf(number);
     while (text.size() > 1) {
@@ -86,7 +86,7 @@ unsigned long EntryIndex::find(const CCertID& certID) {
         std::sort(keys.begin(), keys.end());
         byKey_ = std::move(keys);
     }
-    // Of entries with one key the lowest position comes first.
+    // Of entries with equal keys the lowest position is found.
     const Key wanted(keyOf(certID), 0);
     const auto found = std::lower_bound(byKey_.begin(), byKey_.end(), wanted);
     return found == byKey_.end() || found->first != wanted.first ? kNone : found->second;

@@ -1,6 +1,6 @@
-// The single responses of a message by position and by what they are about. A message may hold as many entries as fit
-// into it, and callers walk them by position or look up one for each entry of a request: neither may cost a walk over
-// the whole list every time.
+// The single responses of a message by position and by the certificate they name. A message may contain very many
+// entries, and callers walk them by position or look up one for each entry of a request: neither may scan the whole
+// list every time.
 #pragma once
 
 #include <string>
@@ -32,7 +32,7 @@ private:
     using Key = std::pair<std::string, unsigned long>;  // what is compared of a CertID, position
 
     std::vector<const CSingleResponse*> entries_;
-    std::vector<Key> byKey_;  // in order; empty until it pays
+    std::vector<Key> byKey_;  // sorted; built only after several scans
     unsigned long scans_ = 0;
 };
 

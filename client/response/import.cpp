@@ -70,7 +70,7 @@ void CResponse::Impl::clear() {
 }
 
 void CResponse::Impl::Import(const unsigned char* data, unsigned long size) {
-    // Copied before clearing: the bytes may be this object's own.
+    // Copied before clearing: the bytes may belong to this object.
     CBlob input(data, size);
     clear();
     CResponseMessage message;

@@ -13,8 +13,8 @@ namespace {
 
 constexpr const char* kUserStores[] = {"AddressBook", "CA", "ROOT"};
 
-// Certificates that fit the responder id, of all stores together: for each the signature is checked. A responder has
-// one or two, or some dozens where it changes keys often and keeps them all; a hostile response, a thousand.
+// The number of certificates, from all stores together, for which the signature is checked. A responder has one or two
+// that fit its id, or some dozens if it changes keys often; a hostile response may contain a thousand.
 constexpr int kMaxSignersTried = 64;
 
 }  // namespace
@@ -36,7 +36,7 @@ bool CResponse::Impl::TryToAcceptOCSPCertificate(const ATL2::CCertContext& candi
 
 bool CResponse::Impl::acceptFromStore(HCERTSTORE store, int& numTried) {
     ATL2::CCertContext candidate;
-    // The enumeration frees the context it is given, so each step hands the last one back.
+    // The enumeration frees the context passed to it, so each step passes the last one.
     while (const _CERT_CONTEXT* next = CertEnumCertificatesInStore(store, candidate.detach())) {
         candidate.reset(next);
         if (TryToAcceptOCSPCertificate(candidate, numTried)) {

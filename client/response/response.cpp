@@ -86,8 +86,8 @@ bool CResponse::get_HasNonce() const {
     return impl_->Nonce.cbData() != 0;
 }
 
-// The one read of the basic response that works whatever the response status is: callers that log refused answers ask
-// for it without looking at the status first.
+// Unlike the other getters it works for every response status: callers that log refused responses use it without
+// checking the status first.
 std::uint32_t CResponse::get_SignatureAlgorithm() const {
     impl_->requireImported();
     ASN1::CAlgorithmIdentifierEx& algorithm = impl_->SignatureAlgorithm;
@@ -193,8 +193,8 @@ unsigned long CResponse::get_SRIndexByCertID(const CCertID& certID) const try {
     ASN1::rethrowAsStatus();
 }
 
-// A hash of the issuer is computed once for each algorithm in use, not once for each entry: a response may hold many
-// entries, and computing the identifier is the costly part.
+// The identifier is computed once for each hash algorithm, not for each entry: computing it is expensive, and a
+// response may contain many entries.
 unsigned long CResponse::get_SRIndexByCert(const _CERT_CONTEXT* cert, const _CERT_CONTEXT* issuer) const try {
     impl_->requireSuccessful();
     if (cert == nullptr) {

@@ -1,5 +1,5 @@
 // What a CResponse holds. Invariants:
-// - Encoded is written last in an import: while it is empty the object counts as one that was never imported.
+// - Encoded is written last in an import: while it is empty, the object counts as never imported.
 // - After an import with status 0, SRCertificates has one slot for each single response.
 // - The keys of the maps are positions in BasicResponse.get_responses().
 // - clear() does not change OCSPCertificate: a certificate accepted for an earlier import stays until another is
@@ -55,7 +55,7 @@ struct CResponse::Impl {
     // The steps of VerifyCertificate.
     ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* cert, const ATL2::CCertStore& collection,
                                        DWORD flags) const;
-    std::int32_t judgeChain(const ATL2::CCertChainContext& chain, bool& noCheck);
+    std::int32_t applyResponderPolicy(const ATL2::CCertChainContext& chain, bool& noCheck);
     std::int32_t checkRevocation(const _CERT_CONTEXT* first, const ATL2::CCertStore& collection, DWORD flags) const;
 
     CResponse& Owner;
@@ -67,13 +67,13 @@ struct CResponse::Impl {
     std::map<unsigned long, CExtArchiveCutoff> SRArchiveCutoffs;
     std::map<unsigned long, CExtHistoricalRequest> SRHistoricalRequests;
     std::map<unsigned long, ASN1::CExtensions> SRAdditionalExtensions;
-    std::vector<std::int32_t> SRAuthorized;          // one an entry once VerifyCertificate ran, non-zero: authorised
+    std::vector<std::int32_t> SRAuthorized;          // by entry, filled by VerifyCertificate; non-zero: authorised
     std::vector<ATL2::CCertContext> SRCertificates;  // the certificate asked about, where known
     ATL2::CCertStore Certificates;                   // carried in the response
     ATL2::CCertContext OCSPCertificate;
     CBlob Nonce;
     CBlob Encoded;
-    bool CheckNextUpdate = false;      // only for a response fresh from the wire
+    bool CheckNextUpdate = false;      // only for a response just received
     _FILETIME* CacheResync = nullptr;  // the caller's
     void* ChainEngine = nullptr;       // the caller's
     std::uint32_t Flags = 0;

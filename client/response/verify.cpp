@@ -16,7 +16,7 @@ std::int32_t CResponse::Verify(const _CERT_CONTEXT* cert, const char* criticalOI
     if (!impl_->BasicResponse.verify(encodingOf(cert))) {
         return status::kBadSignature;
     }
-    // The message's own list is walked, so a critical nonce counts like any other critical extension.
+    // The message's own list is checked, so a critical nonce counts like any other critical extension.
     if (CriticalExtensionRule(criticalOIDs).refuses(impl_->BasicResponse.get_responseExtensions())) {
         return status::kCertCritical;
     }

@@ -48,7 +48,7 @@ public:
         for (const CSingleResponse& entry : responses) {
             const CCertID& id = *entry.get_reqCert().get_certID();
             CBlob& serial = serials_.emplace_back(id.get_serialNumber());
-            serial.reverse();  // the service wants the least significant octet first
+            serial.reverse();  // the service takes the least significant octet first
             OCSP_CERT_ID& record = records_.emplace_back();
             record.HashAlgorithm.pszObjId = const_cast<char*>(id.get_hashAlgorithm().get_algorithm());
             record.IssuerNameHash = view(id.get_issuerNameHash());
@@ -66,7 +66,7 @@ private:
 
 std::int32_t statusOfMask(DWORD mask) {
     if ((mask & ~OCSP_CHAIN_REVOCATION_UNKNOWN) == 0) {
-        return status::kOk;  // the revocation state is what is found out next
+        return status::kOk;  // the revocation status is checked next
     }
     if ((mask & (OCSP_CHAIN_NOT_TIME_VALID | OCSP_CHAIN_NOT_TIME_NESTED)) != 0) {
         return status::kCertExpired;
@@ -97,9 +97,9 @@ ATL2::CCertChainContext CResponse::Impl::buildChain(const _CERT_CONTEXT* cert, c
         cert, {.flags = flags, .engine = ChainEngine, .additional = collection.get(), .cacheResync = CacheResync});
 }
 
-// Asks the responder policy of the service and fills SRAuthorized. Returns the verdict on the chain; `noCheck` says
-// whether the certificate carries the no-check mark.
-std::int32_t CResponse::Impl::judgeChain(const ATL2::CCertChainContext& chain, bool& noCheck) {
+// Applies the responder policy of the service and fills SRAuthorized. Returns the verdict on the chain; `noCheck` is
+// set to whether the certificate has the no-check extension.
+std::int32_t CResponse::Impl::applyResponderPolicy(const ATL2::CCertChainContext& chain, bool& noCheck) {
     FILETIME producedAt = BasicResponse.get_producedAt().getFileTime();
     PolicyEntries entries(BasicResponse.get_responses());
     // Results of an earlier call are for another certificate.
@@ -136,7 +136,7 @@ std::int32_t CResponse::Impl::judgeChain(const ATL2::CCertChainContext& chain, b
     return statusOfMask(ocspStatus.dwError);
 }
 
-// The second chain, from `first` up, with revocation.
+// Builds a second chain, from `first` up, with revocation.
 std::int32_t CResponse::Impl::checkRevocation(const _CERT_CONTEXT* first, const ATL2::CCertStore& collection,
                                               DWORD flags) const {
     const ATL2::CCertChainContext chain = buildChain(first, collection, flags | CERT_CHAIN_REVOCATION_CHECK_CHAIN);
@@ -157,7 +157,7 @@ std::int32_t CResponse::VerifyCertificate(const _CERT_CONTEXT* cert, bool verify
     ATL2::CCertChainContext chain =
         impl_->buildChain(cert, collection, cacheFlags | CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE);
     bool exempt = false;
-    if (const std::int32_t verdict = impl_->judgeChain(chain, exempt); verdict != 0) {
+    if (const std::int32_t verdict = impl_->applyResponderPolicy(chain, exempt); verdict != 0) {
         return verdict;
     }
     if (!exempt && impl_->IsOCSPNocheck(cert) != 0) {

@@ -8,8 +8,8 @@
 
 namespace Orvane::PKI::OCSP::Client {
 
-/// With null every critical extension, with "*" none, with a list "1.2.3;4.5.6" exactly those it names. The sense of
-/// the list is easily misread: what it does not name passes.
+/// Refuses every critical extension with null, none with "*", and with a list "1.2.3;4.5.6" exactly those named.
+/// Mind the direction: a critical extension that is not in the list passes.
 class CriticalExtensionRule {
 public:
     explicit CriticalExtensionRule(const char* refused) : refusesAll_(refused == nullptr) {

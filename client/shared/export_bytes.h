@@ -1,4 +1,4 @@
-// How requests and responses hand out their bytes: one size protocol for both.
+// How requests and responses export their bytes: one size protocol for both.
 #pragma once
 
 #include <cstring>
@@ -9,7 +9,7 @@
 
 namespace Orvane::PKI::OCSP::Client {
 
-/// Writes the size to `*size`; with a non-null `buffer` also the bytes, when the room that `*size` offered suffices,
+/// Writes the size to `*size`; with a non-null `buffer` also the bytes, when `*size` octets are enough for them,
 /// else throws kMoreData.
 inline void exportBytes(const CBlob& bytes, unsigned char* buffer, unsigned long* size) {
     const unsigned long room = *size;

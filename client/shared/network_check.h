@@ -36,7 +36,7 @@ public:
 
     /// How many responders of one certificate may be asked.
     std::uint32_t maxResponders() const { return record_.cMaxResponders; }
-    /// How many downloads were left out so far because a limit was reached.
+    /// How many downloads were skipped so far because a limit was reached.
     std::uint32_t skippedDownloads() const { return record_.cSkippedDownloads; }
     /// Whether the last retrieval was answered by the cache.
     bool answeredFromCache() const { return record_.fAnsweredFromCache != FALSE; }

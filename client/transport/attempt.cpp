@@ -58,7 +58,7 @@ BOOL CRequest::Impl::onRedirect(void* request, const wchar_t* target, DWORD http
         return TRUE;
     } catch (const ATL::CAtlException& refusal) {
         self.Present.hopRefusal = refusal.status();
-    } catch (...) {  // the service is C: nothing may be thrown through it
+    } catch (...) {  // no exception may pass through the service, which is C
         self.Present.hopRefusal = status::kFail;
     }
     return FALSE;
@@ -174,7 +174,7 @@ void CRequest::Impl::checkThisUpdates() const {
     }
 }
 
-// ---- What becomes of an attempt -------------------------------------------------------------------------------------
+// ---- The outcome of an attempt --------------------------------------------------------------------------------------
 
 template <typename Step>
 void CRequest::Impl::recordFailureOf(Step step) {

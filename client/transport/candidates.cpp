@@ -1,4 +1,4 @@
-// Where a request can be sent: the certificate's own addresses, those kept for its issuer, and the policy's.
+// The addresses of a request's responders: the certificate's own, those stored for its issuer, and the policy's.
 #include "client/policy/policy_reading.h"
 #include "client/request/request_impl.h"
 #include "client/shared/ocsp_access.h"

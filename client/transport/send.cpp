@@ -107,7 +107,7 @@ std::int32_t CRequest::Impl::askPastCache(Ask ask) {
     return ask();
 }
 
-// One attempt; whatever it throws reaches the caller unchanged.
+// One attempt; its exceptions reach the caller unchanged.
 const CResponse& CRequest::Impl::sendDirect(bool verify) {
     const std::int32_t refusal = askPastCache([&] {
         attemptDirectly();

@@ -26,7 +26,7 @@ std::int32_t verdict(const std::string& settings, const ExchangeTraits& exchange
     return thrownStatus([&] { checkHttpPolicies(policy, exchange); });
 }
 
-TEST(AddressMasks, ListsAdmitWholeAddressesOnly) {
+TEST(AddressMasks, ListsMatchOnlyWholeAddresses) {
     struct Row {
         const char* settings;
         const wchar_t* responder;
@@ -45,7 +45,7 @@ TEST(AddressMasks, ListsAdmitWholeAddressesOnly) {
         {"AllowedProxies = ['http://p/']", L"http://a/", L"http://p/", status::kOk},
         {"AllowedProxies = ['http://p/']", L"http://a/", L"", status::kAddressRefused},
         {"AllowedProxies = ['http://p/', '']", L"http://a/", L"", status::kOk},
-        // An address counts before its authentication.
+        // The address is checked before its authentication.
         {"DeniedOCSPs = ['http://a/']\nAuthDenyAnonym = true", L"http://a/", L"", status::kAddressRefused},
     };
     for (const Row& row : rows) {
@@ -86,7 +86,7 @@ TEST(AddressText, GivesOneFormToSpellingsOfOneAddress) {
     EXPECT_EQ(ocsp::normalForm(L"ftp://H"), L"ftp://H");
 }
 
-TEST(AddressMasks, EachWordRefusesOneSchemeAtOneKindOfServer) {
+TEST(AddressMasks, EachSettingRefusesOneSchemeAtOneKindOfServer) {
     struct Kind {
         const char* prefix;
         const wchar_t* address;
@@ -129,7 +129,7 @@ TEST(AddressMasks, SchemesOfAddressesAreReadExactly) {
     for (const wchar_t* address : {L"HTTPS://a/", L"Http://a/", L"https:/a/", L"http:/a", L"ftp://a/", L"http", L""}) {
         EXPECT_THAT(verdict(all, {.ocspAddress = address, .proxyAddress = address}), IsStatus(status::kOk));
     }
-    // The responder is judged before the proxy.
+    // The responder is checked before the proxy.
     EXPECT_THAT(verdict(all, {.ocspAddress = L"https://a", .proxyAddress = L"http://p"}),
                 IsStatus(status::kResponderAuthRefused));
     EXPECT_THAT(verdict(all, {.ocspAddress = L"https://a", .ocspAuthType = 1, .proxyAddress = L"http://p"}),

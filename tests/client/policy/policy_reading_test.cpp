@@ -1,4 +1,4 @@
-// How policy is read is settled once per process, so each test runs in a process of its own.
+// The way of reading policy is chosen once per process, so each test runs in a separate process.
 #include "client/policy/policy_reading.h"
 
 #include <gtest/gtest.h>
@@ -61,7 +61,7 @@ TEST(PolicyReading, OneObjectServesTheWholeProcess) {
     });
 }
 
-TEST(PolicyReading, LegacyReadingGivesEachObjectItsOwnAndReadsItAnew) {
+TEST(PolicyReading, LegacyReadingReadsThePolicyForEachObject) {
     inOwnProcess([](SettingsFile& settings) {
         settings.write("LegacyPolicyReading = true\nThisUpdateAccuracyUnits = 1\n");
         RequestBinding request;
@@ -76,7 +76,7 @@ TEST(PolicyReading, LegacyReadingGivesEachObjectItsOwnAndReadsItAnew) {
         EXPECT_EQ(later->ThisUpdateAccuracyUnits, 2L);
         response.bind();
         EXPECT_EQ(response->ThisUpdateAccuracyUnits, 2L);
-        // A failure comes through as it is, and leaves nothing bound.
+        // A failure is thrown unconverted and leaves nothing bound.
         settings.breakFile();
         EXPECT_EQ(thrownStatus([&] { request.bind(); }), static_cast<std::int32_t>(ERROR_BAD_FORMAT));
         EXPECT_EQ(request.get(), nullptr);
@@ -86,7 +86,7 @@ TEST(PolicyReading, LegacyReadingGivesEachObjectItsOwnAndReadsItAnew) {
     });
 }
 
-TEST(PolicyReading, AFailureToMakeTheObjectIsFinalForItsSide) {
+TEST(PolicyReading, AFailureToReadThePolicyIsFinal) {
     inOwnProcess([](SettingsFile& settings) {
         settings.breakFile();
         RequestBinding request;
@@ -100,7 +100,7 @@ TEST(PolicyReading, AFailureToMakeTheObjectIsFinalForItsSide) {
     });
 }
 
-TEST(PolicyReading, IssuerPropertyIsAskedUnlessSwitchedOff) {
+TEST(PolicyReading, UsesTheIssuerPropertyUnlessDisabled) {
     inOwnProcess([](SettingsFile& settings) {
         settings.write("IssuerPropAIADisabled = true\n");
         EXPECT_FALSE(IssuerPropAIAEnabled());

@@ -36,7 +36,7 @@ TEST(PolicyValues, AbsentKeysGiveTheDefaults) {
     EXPECT_EQ(loaded<CGPLong>(L"Number", -7L), -7L);
     EXPECT_TRUE(loaded<CGPBool>(L"Switch", true));
     EXPECT_TRUE(loaded<CGPString>(L"Text").empty());
-    EXPECT_FALSE(loadedList(L"List", true).setted());  // the partner key alone says nothing
+    EXPECT_FALSE(loadedList(L"List", true).setted());  // the partner key has no effect
 
     wchar_t sectionText[] = L"ocsppolicy";
     wchar_t* section = sectionText;

@@ -1,4 +1,4 @@
-// Requests that others made: what an import tells of them, and the checks of whoever receives them.
+// Requests made elsewhere: importing them, and the checks on the receiving side.
 #include <ctime>
 #include <filesystem>
 #include <functional>
@@ -135,7 +135,7 @@ TEST_F(CheckReceived, ImportsWhatExportGives) {
     import(again, message({entry({extension("1.2.3", false, der)})}));
     const Orvane::CBlob& carried = again.get_SRAdditionalExtensions(0)->front().get_extnValue();
     again.Import(carried.pbData(), carried.cbData());
-    EXPECT_EQ(exported(again), der) << "bytes that went when the object was cleared";
+    EXPECT_EQ(exported(again), der) << "bytes that were deleted when the object was cleared";
 }
 
 TEST_F(CheckReceived, ReportsWhyARequestIsNotImported) {
@@ -164,8 +164,7 @@ TEST_F(CheckReceived, ReportsWhyARequestIsNotImported) {
         {"historical twice", message({entry({historical, historical})}), status::kDuplicateExtension},
         {"service locator twice", message({entry({locator, unknown, locator})}), status::kDuplicateExtension},
         {"CRL locator twice", message({entry({crls, crls})}), status::kDuplicateExtension},
-        {"a certificate in place of its identifier", message({entry(), entry(certificate, {})}),
-         status::kCryptNotFound},
+        {"a certificate instead of its identifier", message({entry(), entry(certificate, {})}), status::kCryptNotFound},
         {"a broken locator", message({entry({extension(kServiceLocator)})}), status::kAsn1Error},
         {"cut off", {whole.begin(), whole.end() - 1}, status::kAsn1Error},
         {"nothing", {}, status::kAsn1Error},
@@ -208,7 +207,7 @@ TEST_F(CheckReceived, ManyEntriesAndExtensionsTakeTimeInProportion) {
 
 // ---- Checks ---------------------------------------------------------------------------------------------------------
 
-TEST_F(CheckReceived, CriticalExtensionsAreRefusedAsTheListSays) {
+TEST_F(CheckReceived, RejectsCriticalExtensionsAsTheListSays) {
     CRequest request;
     import(request, message({entry(), entry({extension("1.2.5", true),
                                              extension(kHistorical, true, tlv::sequence(std::vector<Bytes>{}))})},
@@ -228,7 +227,7 @@ TEST_F(CheckReceived, CriticalExtensionsAreRefusedAsTheListSays) {
         SCOPED_TRACE(row.list != nullptr ? row.list : "null");
         EXPECT_THAT(request.Verify(nullptr, row.list, false), IsStatus(row.request));
         EXPECT_THAT(request.Verify(nullptr, row.list, true), IsStatus(row.withEntries))
-            << "null counts for the entries";
+            << "entries are checked with null";
         EXPECT_THAT(request.VerifySR(1, row.list), IsStatus(row.entry));
         EXPECT_THAT(request.VerifySR(0, row.list), IsStatus(0));
     }
@@ -236,7 +235,7 @@ TEST_F(CheckReceived, CriticalExtensionsAreRefusedAsTheListSays) {
     EXPECT_THAT(thrownStatus([&] { return request.VerifySR(100, nullptr); }), IsStatus(status::kInvalidIndex));
 }
 
-TEST_F(CheckReceived, ChecksWhatOthersSigned) {
+TEST_F(CheckReceived, ChecksRequestsSignedByOpenssl) {
     const std::string ca = folder_.write("ca.pem", pki_.ca.certificatePem());
     for (const Identity& signer : {requestor_, rsaRequestor()}) {
         for (const std::vector<std::string>& options :
@@ -265,7 +264,7 @@ TEST_F(CheckReceived, ChecksWhatOthersSigned) {
 }
 
 // Name, list, extension, algorithm, signature, certificate, and the lengths between them: no octet may change unseen.
-TEST_F(CheckReceived, RefusesEveryAlteredOctet) {
+TEST_F(CheckReceived, RejectsEveryAlteredOctet) {
     for (const Bytes& der : {signedBy(requestor_), signedByOpenssl(rsaRequestor(), {})}) {
         ASSERT_THAT(objection(der), IsStatus(0));
         for (std::size_t i = 0; i < der.size(); ++i) {
@@ -329,8 +328,7 @@ TEST_F(CheckReceived, LooksForTheRequestorByNameInAFixedOrder) {
     import(bare, signedBy(requestor_, CRequest::CertsNone));
     EXPECT_EQ(encodingOf(bare.get_RequestorCertificate(stores, 2)), given.certificate);
     EXPECT_EQ(encodingOf(bare.get_RequestorCertificate(nullptr, 0)), own.certificate);
-    EXPECT_THAT(bare.Verify(nullptr, nullptr, true), IsStatus(status::kBadSignature))
-        << "the name alone proves nothing";
+    EXPECT_THAT(bare.Verify(nullptr, nullptr, true), IsStatus(status::kBadSignature)) << "a name proves nothing";
     EXPECT_EQ(bare.FindSigner(stores, 2), nullptr);
     const ATL2::CCertStore both = storeOf({given, requestor_});
     stores[1] = both.get();

@@ -37,7 +37,7 @@ protected:
     }
 };
 
-TEST_F(Request, AFreshObjectHasOneEmptyEntryAndThePolicysDefaults) {
+TEST_F(Request, StartsWithOneEmptyEntryAndThePolicysDefaults) {
     settings(
         "DefaultOCSPURL = \"https://o/\"\nDefaultProxy = \"http://p/\"\nAuthSSLTypeDefault = 8\n"
         "ProxyAuthTypeDefault = 1\nUseNonceByDefault = false\nUseAcceptRespByDefault = true\n");
@@ -122,7 +122,7 @@ TEST_F(Request, TakesOverANonceOnlyFromTheFirstPlace) {
     const Row rows[] = {
         {"first", {nonce("04021122"), extension("1.2.3")}, false, 0, "04021122"},
         {"second", {extension("1.2.3"), nonce("04021122")}, false, status::kDuplicateExtension, nullptr},
-        {"with a nonce of its own", {nonce("04021122")}, true, status::kDuplicateExtension, nullptr},
+        {"with a nonce in use", {nonce("04021122")}, true, status::kDuplicateExtension, nullptr},
         {"none", {extension("1.2.3")}, false, 0, nullptr},
     };
     for (const Row& row : rows) {
@@ -209,7 +209,7 @@ TEST_F(Request, IsUnusableWithoutAPolicy) {
     EXPECT_FALSE(exported(request).empty());
 }
 
-TEST_F(Request, NullArgumentsAreRefused) {
+TEST_F(Request, RejectsNullArguments) {
     CRequest request;
     request.put_OCSPAddress(L"http://o/");
     const ATL2::CCertContext ca = contextOf(pki_.ca);
@@ -265,7 +265,7 @@ TEST_F(Request, ChoosesTheHashByArgumentPolicyAndCertificate) {
         {kSha1Oid, "", kSha1Oid},
         {kSha256Oid, "", kSha256Oid},
         {nullptr, "2.16.840.1.101.3.4.2.3 and a word", kSha512Oid},
-        {kSha1Oid, "2.16.840.1.101.3.4.2.3", kSha512Oid},  // an explicit SHA-1 does not stand against the policy
+        {kSha1Oid, "2.16.840.1.101.3.4.2.3", kSha512Oid},  // an explicit SHA-1 yields to the policy
         {kSha256Oid, "2.16.840.1.101.3.4.2.3", kSha256Oid},
         {nullptr, " 2.16.840.1.101.3.4.2.3", kSha1Oid},  // up to the first blank there is nothing
     };

@@ -1,4 +1,4 @@
-// What signing and judging requestors ask of the services, and what becomes of answers that no healthy one gives.
+// Which service calls signing and checking requestors make, and how they treat answers that no healthy service gives.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -32,17 +32,18 @@ protected:
     ATL2::CCertContext signer_ = contextOf(pki_.good);
 };
 
-TEST_F(RequestorService, TheFirstHashOfTheProviderThatFitsTheKeySigns) {
+TEST_F(RequestorService, SignsWithTheFirstHashThatFitsTheKey) {
     struct Row {
         const char* what;
         std::vector<ALG_ID> listed;
         std::string expected;  // empty: none fits
     };
-    for (const Row& row :
-         {Row{"the provider's order counts", {CALG_SHA_384, CALG_SHA_256}, "1.2.840.10045.4.3.3"},
-          Row{"what is no hash is passed over", {CALG_ECDSA, CALG_SHA_512, CALG_SHA_256}, "1.2.840.10045.4.3.4"},
-          Row{"a hash without a signature too", {CALG_MD5, CALG_SHA_256}, "1.2.840.10045.4.3.2"},
-          Row{"none fits", {CALG_MD5, CALG_ECDSA}, ""}}) {
+    for (const Row& row : {Row{"the provider's order counts", {CALG_SHA_384, CALG_SHA_256}, "1.2.840.10045.4.3.3"},
+                           Row{"algorithms that are no hash are skipped",
+                               {CALG_ECDSA, CALG_SHA_512, CALG_SHA_256},
+                               "1.2.840.10045.4.3.4"},
+                           Row{"a hash without a signature too", {CALG_MD5, CALG_SHA_256}, "1.2.840.10045.4.3.2"},
+                           Row{"none fits", {CALG_MD5, CALG_ECDSA}, ""}}) {
         SCOPED_TRACE(row.what);
         std::size_t next = 0;
         EXPECT_CALL(service_, CryptAcquireCertificatePrivateKey(signer_.get(), 2, nullptr, _, _, _))
@@ -98,7 +99,7 @@ TEST_F(RequestorService, AnEmptyChainAddsNothingToTheSigner) {
             request.Sign(signer_.get(), include, nullptr);
             const _CERT_CONTEXT* const first = CertEnumCertificatesInStore(request.get_Certificates(), nullptr);
             ASSERT_NE(first, nullptr);
-            EXPECT_EQ(CertEnumCertificatesInStore(request.get_Certificates(), first), nullptr) << "the signer alone";
+            EXPECT_EQ(CertEnumCertificatesInStore(request.get_Certificates(), first), nullptr) << "only the signer";
         }
     }
 }
@@ -121,17 +122,17 @@ TEST_F(RequestorService, RejectsChainsThatThePolicyDidNotCheck) {
           Row{"no chain", 0, 0, TRUE, 0, 0, status::kTrustFail},
           Row{"an empty chain", 1, 0, TRUE, 0, 0, status::kTrustFail},
           Row{"failed", 1, 1, FALSE, 5, 0, static_cast<std::int32_t>(0x80070005)},
-          Row{"failed without a reason", 1, 1, FALSE, 0, 0, status::kFail}}) {
+          Row{"failed without a last error", 1, 1, FALSE, 0, 0, status::kFail}}) {
         chain.cChain = row.chains;
         simple.cElement = row.elements;
         constexpr DWORD kFlags =
             CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT | CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE;
-        constexpr DWORD kAtHand = CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY | CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL |
+        constexpr DWORD kCached = CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY | CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL |
                                   CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE;
-        // First the certificates at hand; the network only for a chain that is sound by them.
+        // First with cached data only; the network is used only when that gives a sound chain.
         const bool isSound = row.elements != 0;
         testing::InSequence order;
-        for (const DWORD flags : isSound ? std::vector<DWORD>{kAtHand, kFlags} : std::vector<DWORD>{kAtHand}) {
+        for (const DWORD flags : isSound ? std::vector<DWORD>{kCached, kFlags} : std::vector<DWORD>{kCached}) {
             EXPECT_CALL(service_, CertGetCertificateChain(nullptr, _, nullptr, _, _, flags, nullptr, _))
                 .WillOnce([&](auto, auto, auto, auto, auto, auto, auto, PCCERT_CHAIN_CONTEXT* made) {
                     *made = &chain;
@@ -153,7 +154,7 @@ TEST_F(RequestorService, RejectsChainsThatThePolicyDidNotCheck) {
     }
 }
 
-TEST_F(RequestorService, AFailureWithoutAReasonIsNoSuccessOfAPlainFunction) {
+TEST_F(RequestorService, APlainFunctionReportsAFailureWithoutALastError) {
     const Bytes request = readFile("data/schema/request-signed.der");
     EXPECT_CALL(service_, CertCreateCertificateContext).WillOnce(failing(nullptr, 0));
     unsigned char* response = nullptr;

@@ -1,4 +1,4 @@
-// Signing: what goes into a signed request, what becomes of the object, and that others understand and verify it.
+// Signing: the content of a signed request, the state of the object, and that other programs read and verify it.
 #include <openssl/ocsp.h>
 
 #include <functional>
@@ -44,7 +44,7 @@ protected:
         return all;
     }
 
-    // The verdict of OpenSSL on signature and chain, with the signer to hand when the message does not carry it.
+    // Whether OpenSSL accepts signature and chain, with the signer given in case the message does not contain it.
     bool verifiesElsewhere(const Bytes& der, const Bytes& signer) const {
         const auto parsed = [](const Bytes& cert) {
             const unsigned char* position = cert.data();
@@ -84,10 +84,10 @@ TEST_F(Sign, IncludesTheCertificatesAskedFor) {
         {"three with root", ofCa, 3, "", {three, ca, root}},
         {"two with root", ofRoot, 3, "", {two, root}},
         {"self-signed with root", alone, 3, "", {alone.certificate}},
-        {"a value of no meaning", ofCa, 7, "", {three}},
+        {"an unknown value", ofCa, 7, "", {three}},
         {"policy that is not set", ofCa, 255, "", {}},
         {"policy: chain", ofCa, 255, "CertsToInclude = 2", {three, ca}},
-        {"policy, and a value of its own", ofCa, 1, "CertsToInclude = 3", {three}},
+        {"policy, and an explicit value", ofCa, 1, "CertsToInclude = 3", {three}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
@@ -107,7 +107,7 @@ TEST_F(Sign, IncludesTheCertificatesAskedFor) {
     }
 }
 
-TEST_F(Sign, OthersUnderstandAndVerifyWhatIsSignedHere) {
+TEST_F(Sign, OtherProgramsReadAndVerifySignedRequests) {
     struct Row {
         KeyKind kind;
         const char* oid;
@@ -130,7 +130,7 @@ TEST_F(Sign, OthersUnderstandAndVerifyWhatIsSignedHere) {
 
         const std::string file = folder_.write("request.der", der);
         const std::string serial = toHex(pki_.good.serial());
-        // As a responder that answers a request from a file, with an index that lists nobody.
+        // openssl as a responder: it answers a request from a file, with an empty index.
         const ProcessResult openssl =
             run({"openssl", "ocsp", "-reqin", file, "-req_text", "-index", folder_.write("index", ""), "-CA",
                  folder_.write("ca.pem", pki_.ca.certificatePem()), "-rsigner",
@@ -151,7 +151,7 @@ TEST_F(Sign, OthersUnderstandAndVerifyWhatIsSignedHere) {
     }
 }
 
-TEST_F(Sign, FreezesTheRequestForGood) {
+TEST_F(Sign, FreezesTheRequest) {
     const ATL2::CCertContext signer = withKey(requestor());
     CRequest request;
     ask(request, pki_.good, pki_.ca);
@@ -183,18 +183,18 @@ TEST_F(Sign, FreezesTheRequestForGood) {
     CRequest copy(request);
     EXPECT_EQ(exported(copy), der);
     EXPECT_THAT(thrownStatus([&] { copy.put_UseNonce(false); }), IsStatus(status::kRequestSigned));
-    // Importing an unsigned message clears everything but the mark; assigning an unsigned object takes that away too.
+    // Importing an unsigned message does not clear the signed flag; assigning an unsigned object does.
     CRequest unsignedRequest;
     ask(unsignedRequest, pki_.good, pki_.ca);
     import(copy, exported(unsignedRequest));
     EXPECT_STREQ(copy.get_SignatureAlgorithmOID(), "1.2.840.10045.4.3.2");
-    EXPECT_THAT(copy.Verify(nullptr, nullptr, true), IsStatus(status::kBadSignature)) << "a mark is no signature";
+    EXPECT_THAT(copy.Verify(nullptr, nullptr, true), IsStatus(status::kBadSignature)) << "the flag is no signature";
     copy = unsignedRequest;
     EXPECT_STREQ(copy.get_SignatureAlgorithmOID(), "");
     copy.put_UseNonce(false);
 }
 
-TEST_F(Sign, LeavesARequestThatIsBuiltUnsigned) {
+TEST_F(Sign, LeavesABuiltRequestUnsigned) {
     const ATL2::CCertContext signer = withKey(requestor());
     CRequest request;
     ask(request, pki_.good, pki_.ca);

@@ -17,7 +17,7 @@ protected:
     }
 };
 
-// CrlID with crlTime alone.
+// A CrlID with only crlTime.
 Bytes crlIdWithTime(const std::string& time) {
     return tlv::sequence({tlv::context(2, tlv::generalizedTime(time))});
 }
@@ -73,7 +73,7 @@ TEST_F(ResponseImport, ReadsEveryField) {
     EXPECT_EQ(copy, der);
 }
 
-TEST_F(ResponseImport, AcceptsBothFormsAndRefusesTheRest) {
+TEST_F(ResponseImport, AcceptsBothFormsAndRejectsTheRest) {
     struct Row {
         const char* what;
         std::function<void(ResponseSpec&)> change;
@@ -81,7 +81,7 @@ TEST_F(ResponseImport, AcceptsBothFormsAndRefusesTheRest) {
     };
     const Row rows[] = {
         {"a whole response", [](ResponseSpec&) {}, 0},
-        {"the basic response alone", [](ResponseSpec& s) { s.bare = true; }, 0},
+        {"only the basic response", [](ResponseSpec& s) { s.bare = true; }, 0},
         {"the version written out", [](ResponseSpec& s) { s.version = 0; }, 0},
         {"no entries", [](ResponseSpec& s) { s.entries.clear(); }, 0},
         {"responder by key", [](ResponseSpec& s) { s.responderIdKind = ResponderIdKind::kByKey; }, 0},
@@ -128,7 +128,7 @@ TEST_F(ResponseImport, AcceptsBothFormsAndRefusesTheRest) {
     }
 }
 
-TEST_F(ResponseImport, ARefusalOfTheResponderIsReadableAndNothingElse) {
+TEST_F(ResponseImport, OnlyTheStatusOfARefusalIsReadable) {
     ResponseSpec spec = good();
     spec.responseStatus = 3;
     CResponse response;
@@ -165,7 +165,7 @@ TEST_F(ResponseImport, SortsTheExtensionsOfAnEntry) {
     EXPECT_EQ(response.get_SRCRLReference(0), nullptr);
 }
 
-TEST_F(ResponseImport, HoldsAHistoricalAnswerAgainstItsTime) {
+TEST_F(ResponseImport, ComparesAHistoricalAnswerWithItsTime) {
     struct Row {
         const char* thisUpdate;
         const char* policy;
@@ -230,7 +230,7 @@ TEST_F(ResponseImport, FindsEntriesByIdentifierAndByCertificate) {
     CRequest request;
     ask(request, pki_.good, pki_.ca);
     EXPECT_EQ(response.get_SRIndexByCertID(request.get_SRCertID(0)), 2u);
-    // A copy reads the same and has to be verified afresh.
+    // A copy reads the same, and is verified again.
     CResponse copy(response);
     EXPECT_EQ(copy.get_SRIndexByCertID(request.get_SRCertID(0)), 2u);
     CResponse& self = copy;
@@ -240,8 +240,8 @@ TEST_F(ResponseImport, FindsEntriesByIdentifierAndByCertificate) {
     EXPECT_THAT(thrownStatus([&] { copy.get_SRNumber(); }), IsStatus(status::kNotImported));
 }
 
-TEST_F(ResponseImport, LooksUpManyEntriesAsItLooksUpOne) {
-    // Serial numbers 0 to 299, each a second time behind them under a sign octet more, and one of another issuer.
+TEST_F(ResponseImport, FindsEachOfManyEntries) {
+    // Serial numbers 0 to 299, then each again with one more sign octet, and one of another issuer.
     ResponseSpec spec = good();
     const CertIdSpec sample = certIdOf(pki_.good, pki_.ca);
     spec.entries.clear();

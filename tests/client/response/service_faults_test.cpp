@@ -1,4 +1,4 @@
-// What becomes of a verdict when a service fails in a way that no healthy one does: never a success.
+// A service that fails in a way that no healthy one does never leads to success.
 #include <gtest/gtest.h>
 
 #include <utility>
@@ -38,7 +38,7 @@ protected:
     TempDir folder_;
 };
 
-TEST_F(ServiceFaults, AChainOfNothingIsNotBelieved) {
+TEST_F(ServiceFaults, AnEmptyChainIsNotTrusted) {
     const Bytes der = answerAbout(pki_.good);
     CERT_SIMPLE_CHAIN withoutElements{};
     CERT_SIMPLE_CHAIN* chains[] = {&withoutElements};
@@ -60,7 +60,7 @@ TEST_F(ServiceFaults, AChainOfNothingIsNotBelieved) {
     }
 }
 
-TEST_F(ServiceFaults, AFailureWithoutAReasonIsThrownAsAFailure) {
+TEST_F(ServiceFaults, AFailureWithoutALastErrorIsThrown) {
     const Bytes der = answerAbout(pki_.good);
     const ATL2::CCertContext good = contextOf(pki_.good);
     CResponse response;
@@ -77,7 +77,7 @@ TEST_F(ServiceFaults, AFailureWithoutAReasonIsThrownAsAFailure) {
     EXPECT_THAT(thrownStatus([&] { return response.Verify(good.get(), nullptr); }), IsStatus(status::kFail));
 }
 
-TEST_F(ServiceFaults, ARevocationCheckThatFailsWithoutAReasonFails) {
+TEST_F(ServiceFaults, ARevocationCheckWithoutALastErrorFails) {
     struct Row {
         BOOL result;
         DWORD lastError;
@@ -94,7 +94,7 @@ TEST_F(ServiceFaults, ARevocationCheckThatFailsWithoutAReasonFails) {
     }
 }
 
-TEST_F(ServiceFaults, AnEarlierAnswerDoesNotStandInForOneThatWasNotReceived) {
+TEST_F(ServiceFaults, AnEarlierResponseIsNotReturnedForAFailedExchange) {
     CertificateSpec spec;
     spec.ocspUrls = {"http://first/", "http://second/"};
     const Identity leaf = issue(pki_.ca, spec);
@@ -192,7 +192,7 @@ TEST_F(ServiceFaults, ARefusedAnswerLeavesTheCacheAndTheResponderIsAskedAgain) {
 
     EXPECT_THAT(send(forged, 0, false), IsStatus(0));
     EXPECT_THAT(send(good, kOnly), IsStatus(status::kCryptNotFound));
-    EXPECT_EQ(numAsked(), 1u) << "nothing goes to the network";
+    EXPECT_EQ(numAsked(), 1u) << "the network is not used";
     EXPECT_THAT(send(good, kOnly), IsStatus(status::kHttpStatus)) << "but the forged one is gone";
 
     EXPECT_THAT(send(revoked, kCache), IsStatus(status::kCertificateRevoked));

@@ -1,5 +1,5 @@
-// One exchange: which way is chosen, what each way is given, and how its outcome is read. Statuses and blob counts that
-// no healthy service gives come from a script; the settings are the process's own, so this is a program of its own.
+// One exchange: which way is chosen, its arguments, and how its outcome is read. Statuses and blob counts that
+// no healthy service gives come from a script; the settings are read once per process, so this is a separate program.
 #include "client/transport/http_exchange.h"
 
 #include <gtest/gtest.h>
@@ -20,7 +20,7 @@ using ocsp::Client::WinHTTPParams;
 using testing::_;
 using testing::StrEq;
 
-// A service that tells no version. It is asked once in a process, by the first direct exchange, so every test with one
+// A service without a version. It is read once per process, by the first direct exchange, so every test with one
 // plays it.
 class OldService : public Overlay {
 public:
@@ -45,7 +45,7 @@ protected:
 
     TempDir folder_;
     WinHTTPParams params_;
-    Orvane::CBlob request_ = toBlob(fromHex("FBEFFF01"));  // "++//AQ==": every character that has to be escaped
+    Orvane::CBlob request_ = toBlob(fromHex("FBEFFF01"));  // "++//AQ==": every character that must be escaped
 };
 
 TEST_F(HttpExchange, RetrievesByAUrlThatCarriesBodyAndHeader) {
@@ -70,13 +70,14 @@ TEST_F(HttpExchange, RetrievesByAUrlThatCarriesBodyAndHeader) {
 }
 
 TEST_F(HttpExchange, ReadsTheOutcomeOfARetrieval) {
-    for (const auto& [told, shown] : {std::pair{503u, 503u}, std::pair{0u, 456u}}) {
+    for (const auto& [reported, shown] : {std::pair{503u, 503u}, std::pair{0u, 456u}}) {
         Overlay service;
         EXPECT_CALL(service, CryptRetrieveObjectByUrlW)
-            .WillOnce([told = told](auto, auto, auto, auto, auto, auto, auto, auto, CRYPT_RETRIEVE_AUX_INFO* info) {
-                info->dwHttpStatusCode = told;
-                return FALSE;
-            });
+            .WillOnce(
+                [reported = reported](auto, auto, auto, auto, auto, auto, auto, auto, CRYPT_RETRIEVE_AUX_INFO* info) {
+                    info->dwHttpStatusCode = reported;
+                    return FALSE;
+                });
         EXPECT_EQ(send(false, false).cbData(), 0u);
         EXPECT_EQ(params_.HTTPStatus, shown);
     }
@@ -122,7 +123,7 @@ TEST_F(HttpExchange, GoesDirectlyWithAProxyOrOtherHeaders) {
     }
 }
 
-TEST_F(HttpExchange, SaysByLastErrorWhatAnOlderServiceLeavesUnsaid) {
+TEST_F(HttpExchange, SetsTheLastErrorThatAnOlderServiceDoesNotSet) {
     params_.ProxyAddress = L"http://p/";
     for (const auto& [status, lastError] : {std::pair{200UL, 5U},
                                             {404UL, 12007U},

@@ -101,7 +101,7 @@ TEST_F(Send, RanksFailuresByHowFarTheyGot) {
          rubbish,
          status::kNotSuccessful,
          {Stage::kResponseStatus, Stage::kDecoding}},
-        {"nobody answers", closed, closed, status::kHttpStatus, {Stage::kHttpStatus, Stage::kHttpStatus}},
+        {"no responder answers", closed, closed, status::kHttpStatus, {Stage::kHttpStatus, Stage::kHttpStatus}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
@@ -116,7 +116,7 @@ TEST_F(Send, RanksFailuresByHowFarTheyGot) {
     }
 }
 
-TEST_F(Send, GoesOnToTheNextResponderUntilOneAnswerPasses) {
+TEST_F(Send, AsksTheNextResponderUntilAnAnswerPasses) {
     const Identity leaf = leafFor(server_, {"/down", "/wrong", "/good", "/never"});
     Asking request(leaf);
     replies_ = {
@@ -170,7 +170,7 @@ TEST_F(Send, HandlersRefuseAndTheDeepestAnswerStays) {
 }
 
 TEST_F(Send, ReturnsARefusedAnswerOnlyWithItsRefusalOnRecord) {
-    // The usual certificate: its responder first, then where its issuer's certificate is. Nobody is left to ask behind
+    // The usual certificate: its responder first, then where its issuer's certificate is. No responder is left after
     // the refused answer, and the last address is no responder's, so the answer comes back.
     CertificateSpec spec;
     spec.ocspUrls = {server_.url("/1")};
@@ -219,7 +219,7 @@ TEST_F(Send, AsksTheCertificatesThenTheIssuersThenThePolicysResponder) {
     EXPECT_EQ(asked, paths);
 }
 
-TEST_F(Send, TracesItsWayInOrder) {
+TEST_F(Send, TracesItsSteps) {
     const Identity leaf = leafFor(server_, {"/down", "/good"});
     replies_ = {{"/down", {.status = 503}}, {"/good", reply(answerAbout(leaf))}};
     Asking request(leaf);
@@ -248,7 +248,7 @@ TEST_F(Send, TracesItsWayInOrder) {
     EXPECT_EQ(traced, expected);
 }
 
-TEST_F(Send, KnowsNoResponderWithoutAnAddress) {
+TEST_F(Send, ReportsThatNoResponderIsKnown) {
     Asking bare(pki_.good);
     EXPECT_THAT(bare.send(), IsStatus(status::kNoResponder));
     CertificateSpec spec;
@@ -446,7 +446,7 @@ TEST_F(Send, VerifiesWithinTheTimeAndThroughTheProxyOfItsRequest) {
     EXPECT_THAT(late.send(), IsStatus(status::kNoRevocationCheck));
 }
 
-TEST_F(Send, TakesNeitherLoginsNorSpecialAddressesFromCertificates) {
+TEST_F(Send, RejectsLoginsAndSpecialAddressesFromCertificates) {
     const std::string port = std::to_string(server_.port());
     replies_ = {{"/", {.status = 401, .headers = {{"WWW-Authenticate", "Basic realm=\"r\""}}}}};
     const auto asking = [](const std::string& address) {
