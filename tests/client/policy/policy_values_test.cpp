@@ -3,8 +3,10 @@
 #include <gtest/gtest.h>
 
 #include <cstdint>
+#include <optional>
 #include <string>
 
+#include "client/policy/policy_settings.h"
 #include "tests/client/policy/settings_file.h"
 #include "tests/support/status_matcher.h"
 
@@ -112,6 +114,19 @@ TEST(PolicyValues, TextsThatCannotBeReadThrowTheStoresResult) {
     EXPECT_EQ(thrownStatus([] { loaded<CGPString>(L"Text"); }), kBroken);
     EXPECT_EQ(thrownStatus([] { loadedList(L"List", false); }), kBroken);
     EXPECT_EQ(loaded<CGPLong>(L"Number", 5L), 5L);
+}
+
+TEST(PolicySettings, NumbersOutOfRangeCountAsAbsent) {
+    namespace settings = Orvane::PKI::OCSP::Client::settings;
+    using Orvane::PKI::OCSP::Client::readNumber;
+    SettingsFile file("CertsToInclude = 3\nNonceLength = 65535\n");
+    EXPECT_EQ(readNumber(settings::CertsToInclude), 3);
+    EXPECT_EQ(readNumber(settings::NonceLength), 65535);
+    EXPECT_EQ(readNumber(settings::ResponseAccuracy), 180000) << "absent";
+    file.write("CertsToInclude = -2\nNonceLength = 65536\n");
+    EXPECT_EQ(readNumber(settings::CertsToInclude), -1);
+    EXPECT_EQ(readNumber(settings::NonceLength), 8);
+    EXPECT_EQ(readNumber(settings::OcspValiditySeconds), std::nullopt);
 }
 
 }  // namespace

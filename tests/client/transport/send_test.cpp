@@ -300,6 +300,21 @@ TEST_F(Send, ChecksFreshnessAgainstTheClock) {
     }
 }
 
+TEST_F(Send, ComparesStoredResponsesWithTheClockOnlyAfterAFailedImport) {
+    ResponseSpec overdue = answerAbout(pki_.good);
+    overdue.entries[0].nextUpdate = generalizedTimeText(-30);
+    Asking request(pki_.good, server_.url("/"));
+    for (const auto& [body, expected] : {std::pair{bytesOf("rubbish"), status::kNotCurrent},
+                                         std::pair{buildResponse(answerAbout(pki_.good)), std::int32_t{0}}}) {
+        replies_ = {{"/", {.body = body}}};
+        EXPECT_THAT(request.send(), IsStatus(expected == 0 ? 0 : status::kAsn1Error));
+        CResponse stored;
+        import(stored, buildResponse(overdue), &request);
+        bool authorised = true;
+        EXPECT_THAT(stored.VerifySR(0, nullptr, &authorised), IsStatus(expected));
+    }
+}
+
 TEST_F(Send, ChecksPolicyBeforeAnythingIsSent) {
     for (const auto& [policy, expected] : {std::pair{"RequireNonce = true\n", status::kOptionAgainstPolicy},
                                            {"AllowedOCSPs = []\n", status::kAddressRefused},
