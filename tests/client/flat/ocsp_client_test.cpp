@@ -145,6 +145,7 @@ TEST_F(OcspClient, VerifyChecksAResponseAboutOneCertificate) {
     const Bytes sameNonce = extensions({{"1.2.3", false, tlv::null()}, nonceExtension({1, 2})});
     const Bytes bareNonce = extensions({{kNonceOid, false, {1, 2}}});
     constexpr std::int32_t kFailed = 1;
+    const ExtensionSpec critical{"1.2.3", true, tlv::null()};
     const Bytes overdue = changed([](ResponseSpec& s) { s.entries[0].nextUpdate = generalizedTimeText(-30); });
     struct Row {
         const char* what;
@@ -169,6 +170,15 @@ TEST_F(OcspClient, VerifyChecksAResponseAboutOneCertificate) {
          {},
          status::kNoRevocationCheck},
         {"about another", buildResponse(about(pki_.revoked)), {}, status::kNteFail},
+        {"a critical extension",
+         changed([&](ResponseSpec& s) { s.extensions = {critical}; }),
+         {},
+         status::kCertCritical},
+        {"a critical extension of the entry",
+         changed([&](ResponseSpec& s) { s.entries[0].extensions = {critical}; }),
+         {},
+         status::kCriticalSingleExtension},
+        {"not authorised", changed([this](ResponseSpec& s) { s.signer = pki_.good; }), {}, status::kWrongUsage},
         {"the nonce", withNonce, sameNonce, 0},
         {"extensions without a nonce", withNonce, extensions({{"1.2.3", false, tlv::null()}}), 0},
         {"no nonce in the response", good, sameNonce, status::kNoRevocationCheck},

@@ -335,6 +335,7 @@ TEST_F(CheckReceived, LooksForTheRequestorByNameInAFixedOrder) {
     EXPECT_EQ(encodingOf(bare.get_RequestorCertificate(stores, 2)), given.certificate) << "the first of the name";
     EXPECT_EQ(encodingOf(bare.FindSigner(stores, 2)), requestor_.certificate) << "of those, the one that signed";
     EXPECT_THAT(bare.Verify(nullptr, nullptr, true), IsStatus(0));
+    EXPECT_THAT(CRequest(bare).Verify(nullptr, nullptr, true), IsStatus(0)) << "a copy keeps the requestor found";
     EXPECT_THAT(bare.VerifyCertificate(nullptr, nullptr, 0), IsStatus(0));
     std::vector<Identity> sameName(16, given);
     sameName.push_back(requestor_);

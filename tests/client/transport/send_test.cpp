@@ -92,6 +92,9 @@ TEST_F(Send, RanksFailuresByHowFarTheyGot) {
     const HttpReply error500{.status = 500};
     const HttpReply rubbish{.body = bytesOf("rubbish")};
     const HttpReply closed{.closeAtOnce = true};
+    ResponseSpec unsupported = answerAbout(pki_.good);
+    unsupported.responseType = "1.2.3";
+    const HttpReply otherType = reply(unsupported);
     const HttpReply tryLater{.body = fromHex("30030A0103")};
     const Row rows[] = {
         {"HTTP 500, then rubbish", error500, rubbish, status::kAsn1Error, {Stage::kHttpStatus, Stage::kDecoding}},
@@ -101,6 +104,12 @@ TEST_F(Send, RanksFailuresByHowFarTheyGot) {
          rubbish,
          status::kNotSuccessful,
          {Stage::kResponseStatus, Stage::kDecoding}},
+        {"rubbish, then another type", rubbish, otherType, status::kAsn1Error, {Stage::kDecoding, Stage::kDecoding}},
+        {"another type, then rubbish",
+         otherType,
+         rubbish,
+         status::kUnsupportedType,
+         {Stage::kDecoding, Stage::kDecoding}},
         {"no responder answers", closed, closed, status::kHttpStatus, {Stage::kHttpStatus, Stage::kHttpStatus}},
     };
     for (const Row& row : rows) {
