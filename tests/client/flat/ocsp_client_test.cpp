@@ -145,6 +145,10 @@ TEST_F(OcspClient, VerifyChecksAResponseAboutOneCertificate) {
     const Bytes sameNonce = extensions({{"1.2.3", false, tlv::null()}, nonceExtension({1, 2})});
     const Bytes bareNonce = extensions({{kNonceOid, false, {1, 2}}});
     constexpr std::int32_t kFailed = 1;
+    CertificateSpec checked = delegateSpec("checked");
+    checked.ocspNoCheck = false;
+    const Identity revoked = issue(pki_.ca, checked);
+    folder_.write("user/CA/ca.crl", makeCrl(pki_.ca, {.revokedSerials = {revoked.serial()}}));
     const ExtensionSpec critical{"1.2.3", true, tlv::null()};
     const Bytes overdue = changed([](ResponseSpec& s) { s.entries[0].nextUpdate = generalizedTimeText(-30); });
     struct Row {
@@ -178,7 +182,7 @@ TEST_F(OcspClient, VerifyChecksAResponseAboutOneCertificate) {
          changed([&](ResponseSpec& s) { s.entries[0].extensions = {critical}; }),
          {},
          status::kCriticalSingleExtension},
-        {"not authorised", changed([this](ResponseSpec& s) { s.signer = pki_.good; }), {}, status::kWrongUsage},
+        {"a revoked delegate", changed([&](ResponseSpec& s) { s.signer = revoked; }), {}, status::kCryptRevoked},
         {"the nonce", withNonce, sameNonce, 0},
         {"extensions without a nonce", withNonce, extensions({{"1.2.3", false, tlv::null()}}), 0},
         {"no nonce in the response", good, sameNonce, status::kNoRevocationCheck},

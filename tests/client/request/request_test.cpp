@@ -215,6 +215,9 @@ TEST_F(Request, RejectsNullArguments) {
     const ATL2::CCertContext ca = contextOf(pki_.ca);
     const std::function<void()> calls[] = {
         [&] { request.put_OCSPAddress(nullptr); },
+        [&] { request.put_OCSPUserName(nullptr); },
+        [&] { request.put_OCSPPassword(nullptr); },
+        [&] { request.put_ProxyUserName(nullptr); },
         [&] { request.put_ProxyPassword(nullptr); },
         [&] { request.Import(nullptr, 1); },
         [&] { request.put_SRCertIDFromCert(nullptr, ca.get(), 0, nullptr); },

@@ -135,7 +135,13 @@ TEST_F(Send, AsksTheNextResponderUntilAnAnswerPasses) {
     EXPECT_EQ(server_.requests().size(), 3u);
     EXPECT_EQ(toBytes(request.get_Response()), replies_.at("/good").body);
 
-    // An answer whose signer is nowhere to be found is a failure of the check, not a verdict: it ends the search.
+    ResponseSpec critical = answerAbout(leaf);
+    critical.extensions = {{"1.2.3", true, fromHex("0500")}};
+    replies_["/down"] = reply(critical);
+    EXPECT_THAT(request.send(), IsStatus(0));
+    EXPECT_THAT(request.get_Attempts()[0].status, IsStatus(status::kCertCritical));
+
+    // Not finding the signer of an answer is a failure of the check, not a verdict: it ends the search.
     ResponseSpec forged = answerAbout(leaf);
     forged.corruptSignature = true;
     replies_["/wrong"] = reply(forged);
@@ -326,7 +332,9 @@ TEST_F(Send, ComparesStoredResponsesWithTheClockOnlyAfterAFailedImport) {
 
 TEST_F(Send, ChecksPolicyBeforeAnythingIsSent) {
     for (const auto& [policy, expected] : {std::pair{"RequireNonce = true\n", status::kOptionAgainstPolicy},
+                                           {"RequireAcceptResp = true\n", status::kOptionAgainstPolicy},
                                            {"AllowedOCSPs = []\n", status::kAddressRefused},
+                                           {"AllowedProxies = [\"http://p/\"]\n", status::kAddressRefused},
                                            {"AuthDenyAnonym = true\n", status::kResponderAuthRefused}}) {
         settings(policy);
         Asking request(pki_.good, server_.url("/"));
