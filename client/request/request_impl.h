@@ -97,6 +97,10 @@ struct CRequest::Impl {
     bool UseNonce = false;
     bool DisableProducedAtCheck = false;
     bool UseAcceptableResponses = false;
+    AttemptStage Level = AttemptStage::kNotAsked;  // how far the last attempt got
+    // Raised while Send imports a response. After an import that threw it stays raised until one succeeds: a response
+    // that a caller imports for this request meanwhile must be current too.
+    bool ImportingResponse = false;
     std::uint32_t Flags = 0;
     _FILETIME* CacheResync = nullptr;  // the caller's
     CBlob Nonce;                       // the whole DER OCTET STRING when made here
@@ -116,18 +120,14 @@ struct CRequest::Impl {
     ATL2::CCertContext IssuerCertificate;  // one for the whole object; the first one found stays
     ATL2::CCertContext ClientCertificate;
     WinHTTPParams HTTPParams;
-    AttemptStage Level = AttemptStage::kNotAsked;  // how far the last attempt got
-    // Raised while Send imports a response. After an import that threw it stays raised until one succeeds: a response
-    // that a caller imports for this request meanwhile must be current too.
-    bool ImportingResponse = false;
     std::unique_ptr<CResponse, ResponseDelete> Response;
     CBlob ResponseBytes;
     ATL::CCryptProv Provider;  // kept for making nonces
     PolicyBinding<CRequestPolicy> Policy;
     CVerifyingResponseHandler VerifyingHandler;
     bool MessageMode = false;
-    std::vector<Attempt> Attempts;  // of the last Send, to explain its outcome
     bool Proven = false;            // the response that the last Send returned passed the verifying handler
+    std::vector<Attempt> Attempts;  // of the last Send, to explain its outcome
 
 private:
     struct Candidates {
