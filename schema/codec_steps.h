@@ -47,9 +47,17 @@ inline void* slotOf(const MemberInfo& member, void* record) {
     return (member.flags & kPointer) != 0 ? at<void*>(record, member.offset) : &at<std::uint8_t>(record, member.offset);
 }
 
-/// The octet that begins a member whose tag number is 30 or less, without the constructed bit.
+/// Tag numbers from 31 on follow their first octet, which has all five low bits set (X.690, clause 8.1.2.4).
+inline constexpr std::uint32_t kFirstLongTagNumber = 31;
+
+inline bool hasLongTag(const MemberInfo& member) {
+    return (member.tag & kTagNumberMask) >= kFirstLongTagNumber;
+}
+
+/// The first octet of the member's tag, without the constructed bit. It identifies the tag unless hasLongTag().
 inline std::uint8_t tagOctet(const MemberInfo& member) {
-    return static_cast<std::uint8_t>((member.tag >> 24 & 0xDFU) | (member.tag & 0x1FU));
+    const std::uint32_t number = hasLongTag(member) ? kFirstLongTagNumber : member.tag & kTagNumberMask;
+    return static_cast<std::uint8_t>((member.tag >> 24 & 0xC0U) | number);
 }
 
 /// The end test of a constructed value whose contents begin at the position of the context. The two zeros that end an
@@ -69,8 +77,6 @@ public:
         return buffer.size - buffer.byteIndex < 2 ||
                (buffer.data[buffer.byteIndex] == 0 && buffer.data[buffer.byteIndex + 1] == 0);
     }
-
-    [[nodiscard]] ASN1ExtPosition position(const ASN1CTXT* ctxt) const { return {ctxt->buffer.data + start_, length_}; }
 
 private:
     std::uint32_t start_;
@@ -145,7 +151,10 @@ void freeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
 [[nodiscard]] int encodeArray(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
 [[nodiscard]] int decodeArray(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
 
-/// Members of a SEQUENCE or SET in reverse order, extension additions first; the answer is the octets of all.
+/// Appends the next element to the unknown additions of an extensible SEQUENCE or SET.
+[[nodiscard]] int decodeAddition(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+/// Writes the members of a SEQUENCE or SET in reverse order, with the unknown additions in their place. Returns the
+/// number of octets.
 [[nodiscard]] int encodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
 /// A SEQUENCE or SET, the open value of a table constraint first; `tag` is written unless the caller writes another.
 [[nodiscard]] int encodeRecord(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, ASN1TAG tag);

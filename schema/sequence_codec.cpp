@@ -12,7 +12,6 @@ namespace {
 
 constexpr std::uint8_t kMayBeAbsent = kOptional | kDefaultFalse | kDefaultTrue;
 constexpr std::uint8_t kSequenceOctet = 0x10;
-constexpr std::uint32_t kAnyTag = 0xFFFFFFFF;
 
 bool isWritten(const TypeInfo& type, const MemberInfo& member, const void* record) {
     if ((member.flags & kOptional) != 0) {
@@ -35,17 +34,29 @@ bool isAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
     return xd_tag_len(ctxt, &tag, &length, 0) != 0 || acceptsTag(member, tag);
 }
 
+/// Whether the next element has the member's own tag, the constructed bit aside.
+bool isOwnTagAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
+    if ((ctxt->buffer.data[ctxt->buffer.byteIndex] & 0xDFU) != tagOctet(member)) {
+        return false;
+    }
+    std::uint32_t tag = 0;
+    int length = 0;
+    // A header that cannot be read counts as a match, so that decoding the member reports why.
+    return !hasLongTag(member) || xd_tag_len(ctxt, &tag, &length, 0) != 0 ||
+           ((tag ^ member.tag) & ~kTagConstructed) == 0;
+}
+
 /// The member at this position when it is there: sets `isThere`. An untagged OPTIONAL member is tried, and a mismatch
 /// anywhere in it counts as its absence; the position in the input is not taken back.
 int decodeAtPosition(ASN1CTXT* ctxt, const MemberInfo& member, void* record, bool& isThere) {
     isThere = true;
     const bool mayBeAbsent = (member.flags & kMayBeAbsent) != 0;
     if ((member.flags & kOwnTag) != 0) {
-        if (mayBeAbsent && (ctxt->buffer.data[ctxt->buffer.byteIndex] & 0xDFU) != tagOctet(member)) {
+        if (mayBeAbsent && !isOwnTagAhead(ctxt, member)) {
             isThere = false;
             return 0;
         }
-        if (mayBeAbsent && (member.flags & kExplicit) != 0) {
+        if (mayBeAbsent && (member.flags & kExplicit) != 0 && !hasLongTag(member)) {
             int length = 0;
             const int status = xd_Tag1AndLen(ctxt, &length);
             return status != 0 ? status : decodeMember(ctxt, member, record, TAG_EXPLICIT, length);
@@ -65,24 +76,57 @@ int decodeAtPosition(ASN1CTXT* ctxt, const MemberInfo& member, void* record, boo
     return status;
 }
 
+/// Whether the next element begins the second root, the members behind the additions.
+bool isSecondRootAhead(ASN1CTXT* ctxt, const TypeInfo& type) {
+    std::uint32_t tag = 0;
+    int length = 0;
+    if (type.numBeforeAdditions == type.numMembers || xd_tag_len(ctxt, &tag, &length, 0) != 0) {
+        return false;
+    }
+    for (unsigned i = type.numBeforeAdditions; i < type.numMembers; ++i) {
+        const MemberInfo& member = type.members[i];
+        if (acceptsTag(member, tag) || acceptsTag(member, tag ^ kTagConstructed)) {
+            return true;
+        }
+        if ((member.flags & kMayBeAbsent) == 0) {
+            return false;
+        }
+    }
+    return false;
+}
+
+/// Additions of later versions of the type. They are kept and written again.
+int decodeAdditions(ASN1CTXT* ctxt, const TypeInfo& type, void* record, const ContentsEnd& end) {
+    while (!end.isReached(ctxt) && !isSecondRootAhead(ctxt, type)) {
+        const int status = decodeAddition(ctxt, type, record);
+        if (status != 0) {
+            return status;
+        }
+    }
+    return 0;
+}
+
 int decodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record, int length) {
     const ContentsEnd end(ctxt, length);
     const MemberInfo* member = type.members;
     const MemberInfo* const last = type.members + type.numMembers;
+    // Where no further member is known: in front of the additions, later at the end.
+    const MemberInfo* stop = type.extensible ? type.members + type.numBeforeAdditions : last;
+    bool takesAdditions = type.extensible;
     std::uint32_t present = 0;
     unsigned numRequired = 0;
     while (!end.isReached(ctxt)) {
-        if (member == last) {
-            if (!type.extensible) {
+        if (member == stop) {
+            if (!takesAdditions) {
                 return STATUS_EXTRA_ELEMENT;
             }
-            const ASN1ExtPosition position = end.position(ctxt);
-            const int status =
-                xd_OpenTypeExt(ctxt, &position, kAnyTag, &at<ASN1TSeqOfList>(record, type.extensionOffset));
+            const int status = decodeAdditions(ctxt, type, record, end);
             if (status != 0) {
                 return status;
             }
-            break;
+            takesAdditions = false;
+            stop = last;
+            continue;
         }
         bool isThere = false;
         const int status = decodeAtPosition(ctxt, *member, record, isThere);
@@ -131,21 +175,25 @@ void clearRecord(const TypeInfo& type, void* record) {
     }
 }
 
+int decodeAddition(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
+    const std::uint32_t before = ctxt->buffer.byteIndex;
+    const int status = xd_OpenTypeAppend(ctxt, &at<ASN1TSeqOfList>(record, type.extensionOffset));
+    // An open type whose header is cut off reads nothing and fails nowhere.
+    return status == 0 && ctxt->buffer.byteIndex == before ? STATUS_END_OF_BUFFER : status;
+}
+
 int encodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
     int total = 0;
-    if (type.extensible) {
-        auto& additions = at<ASN1TSeqOfList>(record, type.extensionOffset);
-        if (additions.count != 0) {
-            total = xe_OpenTypeExt(ctxt, &additions);
-            if (total < 0) {
-                return total;
+    for (unsigned i = type.numMembers + 1U; i-- > 0;) {
+        if (type.extensible && i == type.numBeforeAdditions) {
+            const int length = xe_OpenTypeExt(ctxt, &at<ASN1TSeqOfList>(record, type.extensionOffset));
+            if (length < 0) {
+                return length;
             }
+            total += length;
         }
-    }
-    for (unsigned i = type.numMembers; i-- > 0;) {
-        const MemberInfo& member = type.members[i];
-        if (isWritten(type, member, record)) {
-            const int length = encodeMember(ctxt, member, record);
+        if (i != 0 && isWritten(type, type.members[i - 1], record)) {
+            const int length = encodeMember(ctxt, type.members[i - 1], record);
             if (length < 0) {
                 return length;
             }

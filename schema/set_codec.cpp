@@ -1,4 +1,6 @@
 // SET: members in any order on the way in, each at most once; on the way out in reverse definition order, unsorted.
+#include <algorithm>
+
 #include "asn1rt/encode.h"
 #include "asn1rt/open_type.h"
 #include "schema/codec_steps.h"
@@ -9,6 +11,19 @@ namespace {
 
 constexpr std::uint8_t kSetOctet = 0x11;
 constexpr std::uint8_t kMayBeAbsent = kOptional | kDefaultFalse | kDefaultTrue;
+
+/// Which members have been decoded. One word of bits covers 64 of them, and few SETs have more.
+class SeenMembers {
+public:
+    explicit SeenMembers(unsigned numMembers) { std::fill_n(words_, (numMembers + kBits - 1) / kBits, 0); }
+
+    [[nodiscard]] bool contains(unsigned member) const { return (words_[member / kBits] >> member % kBits & 1U) != 0; }
+    void add(unsigned member) { words_[member / kBits] |= std::uint64_t{1} << member % kBits; }
+
+private:
+    static constexpr unsigned kBits = 64;
+    std::uint64_t words_[kMaxMembers / kBits];
+};
 
 /// The member that an element with this tag is, or null.
 const MemberInfo* findMember(const TypeInfo& type, std::uint32_t tag) {
@@ -28,7 +43,7 @@ int decodeFound(ASN1CTXT* ctxt, const MemberInfo& member, void* record, int leng
     return decodeMember(ctxt, member, record, (member.flags & kExplicit) != 0 ? TAG_EXPLICIT : TAG_IMPLICIT, length);
 }
 
-int decodeElement(ASN1CTXT* ctxt, const TypeInfo& type, void* record, std::uint64_t& seen) {
+int decodeElement(ASN1CTXT* ctxt, const TypeInfo& type, void* record, SeenMembers& seen) {
     std::uint32_t tag = 0;
     int length = 0;
     const int status = xd_tag_len(ctxt, &tag, &length, MATCH_ADVANCE);
@@ -41,21 +56,21 @@ int decodeElement(ASN1CTXT* ctxt, const TypeInfo& type, void* record, std::uint6
             return STATUS_SET_UNKNOWN_ELEMENT;
         }
         xu_RestoreBufferState(ctxt, nullptr);
-        return xd_OpenTypeAppend(ctxt, &at<ASN1TSeqOfList>(record, type.extensionOffset));
+        return decodeAddition(ctxt, type, record);
     }
-    const std::uint64_t mask = std::uint64_t{1} << (member - type.members);
-    if ((seen & mask) != 0) {
+    const auto number = static_cast<unsigned>(member - type.members);
+    if (seen.contains(number)) {
         return STATUS_SET_DUPLICATE;
     }
-    seen |= mask;
+    seen.add(number);
     return decodeFound(ctxt, *member, record, length);
 }
 
-int finish(const TypeInfo& type, void* record, std::uint64_t seen) {
+int finish(const TypeInfo& type, void* record, const SeenMembers& seen) {
     std::uint32_t present = 0;
     for (unsigned i = 0; i < type.numMembers; ++i) {
         const MemberInfo& member = type.members[i];
-        const bool isThere = (seen >> i & 1U) != 0;
+        const bool isThere = seen.contains(i);
         if (!isThere && (member.flags & kMayBeAbsent) == 0) {
             return STATUS_MISSING_ELEMENT;
         }
@@ -73,7 +88,7 @@ int finish(const TypeInfo& type, void* record, std::uint64_t seen) {
 
 int decodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record, int length) {
     const ContentsEnd end(ctxt, length);
-    std::uint64_t seen = 0;
+    SeenMembers seen(type.numMembers);
     while (!end.isReached(ctxt)) {
         const std::uint32_t before = ctxt->buffer.byteIndex;
         const int status = decodeElement(ctxt, type, record, seen);

@@ -13,6 +13,17 @@ ASN1TagType innerTagType(const MemberInfo& member) {
     return (member.flags & kExplicit) != 0 ? TAG_EXPLICIT : TAG_IMPLICIT;
 }
 
+/// As xd_match1, for a tag of several octets.
+int matchLongTag(ASN1CTXT* ctxt, const MemberInfo& member, int& length) {
+    ASN1TAG tag = 0;
+    const int status = xd_tag_len(ctxt, &tag, &length, MATCH_ADVANCE);
+    if (status == 0 && ((tag ^ member.tag) & ~kTagConstructed) != 0) {
+        xu_RestoreBufferState(ctxt, nullptr);
+        return STATUS_TAG_MISMATCH;
+    }
+    return status;
+}
+
 }  // namespace
 
 int encodeValue(ASN1CTXT* ctxt, const TypeInfo& type, void* value, ASN1TagType tagType) {
@@ -105,7 +116,8 @@ int decodePointer(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1Ta
 int decodeOwnTag(ASN1CTXT* ctxt, const MemberInfo& member, void* record) {
     int length = 0;
     // Not xd_Tag1AndLen for an implicit tag: the form of a string shows in the octet that is read.
-    const int status = xd_match1(ctxt, tagOctet(member), &length);
+    const int status =
+        hasLongTag(member) ? matchLongTag(ctxt, member, length) : xd_match1(ctxt, tagOctet(member), &length);
     if (status != 0) {
         return status;
     }

@@ -15,6 +15,7 @@ namespace schemac {
 namespace {
 
 constexpr std::size_t kMaxPresenceBits = 32;  // `m` is one word
+constexpr std::size_t kMaxMembers = 1024;     // schema::kMaxMembers
 
 bool isRecord(const Type& type) {
     return type.use.kind == Kind::Sequence || type.use.kind == Kind::Set;
@@ -65,7 +66,7 @@ public:
 private:
     void visit(const Type& type, const Member& member) {
         const Type* const inner = underlyingType(member.use);
-        if (member.presence != Presence::Required || inner == nullptr || !isRecord(*inner)) {
+        if (!isAlwaysPresent(member) || inner == nullptr || !isRecord(*inner)) {
             return;
         }
         if (open_.count(inner) != 0) {
@@ -97,11 +98,12 @@ void checkMemberNames(const Type& type, Diagnostics& diagnostics) {
     }
 }
 
-void checkPresenceBits(const Type& type, Diagnostics& diagnostics) {
-    const auto numBits =
-        static_cast<std::size_t>(std::count_if(type.members.begin(), type.members.end(), [](const Member& member) {
-            return member.presence != Presence::Required;
-        }));
+void checkNumMembers(const Type& type, Diagnostics& diagnostics) {
+    if (type.members.size() > kMaxMembers) {
+        diagnostics.error(type.span, quoted(type.name) + " has more than " + std::to_string(kMaxMembers) + " members");
+    }
+    const auto numBits = static_cast<std::size_t>(std::count_if(
+        type.members.begin(), type.members.end(), [](const Member& member) { return !isAlwaysPresent(member); }));
     if (numBits > kMaxPresenceBits) {
         diagnostics.error(type.span, quoted(type.name) + " has more than 32 optional members");
     }
@@ -150,7 +152,7 @@ void reportTwins(const Member& member, std::set<TagKey>& seen, Diagnostics& diag
 void checkTagsDiffer(const Type& type, Diagnostics& diagnostics) {
     std::set<TagKey> seen;
     for (const Member& member : type.members) {
-        const bool endsRun = type.use.kind == Kind::Sequence && member.presence == Presence::Required;
+        const bool endsRun = type.use.kind == Kind::Sequence && isAlwaysPresent(member);
         reportTwins(member, seen, diagnostics);
         if (endsRun) {
             seen.clear();
@@ -238,7 +240,7 @@ void checkTable(const Type& type, Diagnostics& diagnostics) {
     if (kind != Kind::ObjectIdentifier && kind != Kind::Unresolved) {
         diagnostics.error(key.span, "the key of a table constraint is an OBJECT IDENTIFIER");
     }
-    if (key.presence != Presence::Required) {
+    if (!isAlwaysPresent(key)) {
         diagnostics.error(key.span, "the key of a table constraint cannot be left out");
     }
 }
@@ -265,7 +267,7 @@ void checkType(const Type& type, Diagnostics& diagnostics) {
     checkMemberNames(type, diagnostics);
     checkNumbers(type, diagnostics);
     checkTagsDiffer(type, diagnostics);
-    checkPresenceBits(type, diagnostics);
+    checkNumMembers(type, diagnostics);
     checkTable(type, diagnostics);
     checkElement(type, diagnostics);
     if (type.element) {

@@ -155,7 +155,7 @@ private:
         if (type.table && !type.table->objectMember.empty()) {
             out_.line("Asn1TObject " + type.table->objectMember + ";");
         }
-        if (type.isExtensible) {
+        if (type.numBeforeAdditions) {
             out_.line("ASN1TSeqOfList extensionAdditions;  // of ASN1TOpenType");
         }
     }

@@ -161,7 +161,7 @@ private:
         const std::string record = "ASN1T_" + type.name;
         Initializer info;
         info.add("kind", "Kind::" + type.kind);
-        if (type.isExtensible) {
+        if (type.numBeforeAdditions) {
             info.add("extensible", "true");
         }
         if (type.lower || type.upper) {
@@ -176,11 +176,14 @@ private:
         if (type.numRequired != 0) {
             info.add("numRequired", std::to_string(type.numRequired));
         }
+        if (type.numBeforeAdditions) {
+            info.add("numBeforeAdditions", std::to_string(*type.numBeforeAdditions));
+        }
         info.add("size", "sizeof(" + record + ")");
         if (!type.presenceBits.empty()) {
             info.add("presenceOffset", "offsetof(" + record + ", m)");
         }
-        if (type.isExtensible) {
+        if (type.numBeforeAdditions) {
             info.add("extensionOffset", "offsetof(" + record + ", extensionAdditions)");
         }
         if (type.form == TypeForm::Array) {

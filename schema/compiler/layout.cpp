@@ -221,7 +221,12 @@ private:
         const bool isChoice = type.use.kind == Kind::Choice;
         layout.form = isChoice ? TypeForm::Choice : TypeForm::Record;
         layout.kind = isChoice ? "Choice" : type.use.kind == Kind::Set ? "Set" : "Sequence";
-        layout.isExtensible = type.isExtensible && !isChoice;
+        if (type.isExtensible && !isChoice) {
+            const auto behind = std::find_if(type.members.begin(), type.members.end(), [](const Member& member) {
+                return member.part == MemberPart::SecondRoot;
+            });
+            layout.numBeforeAdditions = static_cast<std::size_t>(behind - type.members.begin());
+        }
         for (const Member& member : type.members) {
             layout.members.push_back(isChoice ? layOutAlternative(member) : layOutField(type, member, layout));
         }
@@ -238,7 +243,7 @@ private:
         if (member.presence == Presence::Default && isBoolean) {
             const bool isTrue = member.defaultValue.text == "TRUE";
             result.flags.emplace(result.flags.begin(), isTrue ? "kDefaultTrue" : "kDefaultFalse");
-        } else if (member.presence != Presence::Required) {
+        } else if (!isAlwaysPresent(member)) {
             result.flags.emplace(result.flags.begin(), "kOptional");
             result.bit = static_cast<unsigned>(layout.presenceBits.size());
             layout.presenceBits.push_back(member.cppName + "Present");

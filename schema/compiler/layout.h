@@ -64,8 +64,8 @@ struct TypeLayout {
     std::vector<MemberLayout> members;
     std::vector<std::string> presenceBits;
     std::size_t numRequired = 0;
-    bool isExtensible = false;
-    std::optional<std::uint32_t> lower;  // sizes of a list
+    std::optional<std::size_t> numBeforeAdditions;  // members in front of unknown additions, when extensible
+    std::optional<std::uint32_t> lower;             // sizes of a list
     std::optional<std::uint32_t> upper;
     std::optional<TableLayout> table;
     std::optional<MemberLayout> tag;  // the tag in the definition of a type with a record

@@ -102,6 +102,7 @@ struct Member {
     Span span;
     Use use;
     Presence presence = Presence::Required;
+    MemberPart part = MemberPart::FirstRoot;
     ValueNode defaultValue;
 };
 

@@ -273,22 +273,34 @@ void Parser::parseNamedNumbers(TypeNode& type) {
 
 void Parser::parseComponents(TypeNode& type, bool isChoice) {
     expect("{");
+    MemberPart part = MemberPart::FirstRoot;
     while (!peek().is("}")) {
-        if (accept("...")) {
-            type.isExtensible = true;
-            if (accept("!")) {
-                parseValue();  // the exception identifier changes nothing on the wire
-            }
+        if (peek().is("...")) {
+            parseExtensionMarker(type, part);
         } else if (peek().is("[") && peek(1).is("[")) {
             fail("version brackets are not carried");
         } else {
             type.components.push_back(parseComponent(isChoice));
+            type.components.back().part = part;
         }
         if (!accept(",")) {
             break;
         }
     }
     expect("}");
+}
+
+// The first marker begins the additions, the second one ends them.
+void Parser::parseExtensionMarker(TypeNode& type, MemberPart& part) {
+    if (part == MemberPart::SecondRoot) {
+        fail("a third extension marker");
+    }
+    next();
+    part = part == MemberPart::FirstRoot ? MemberPart::Additions : MemberPart::SecondRoot;
+    type.isExtensible = true;
+    if (accept("!")) {
+        parseValue();  // the exception identifier changes nothing on the wire
+    }
 }
 
 ComponentNode Parser::parseComponent(bool isChoice) {

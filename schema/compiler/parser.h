@@ -60,6 +60,7 @@ private:
     void parseInstanceOf(TypeNode& type);
     void parseListOrComponents(TypeNode& type, bool isSet);
     void parseComponents(TypeNode& type, bool isChoice);
+    void parseExtensionMarker(TypeNode& type, MemberPart& part);
     ComponentNode parseComponent(bool isChoice);
     void parseNamedNumbers(TypeNode& type);
     void parseConstraints(TypeNode& type);

@@ -82,6 +82,10 @@ WireTags wireTags(const Use& use) {
     return result;
 }
 
+bool isAlwaysPresent(const Member& member) {
+    return member.presence == Presence::Required && member.part != MemberPart::Additions;
+}
+
 std::uint32_t universalTag(Kind kind) {
     switch (kind) {
         case Kind::Boolean:

@@ -30,6 +30,9 @@ struct WireTags {
 };
 WireTags wireTags(const Use& use);
 
+// True when no value lacks the member. An addition is missing from messages of the type's older versions.
+bool isAlwaysPresent(const Member& member);
+
 // The number of the universal tag; 0 for a kind that has none.
 std::uint32_t universalTag(Kind kind);
 bool isConstructed(Kind kind);

@@ -188,7 +188,7 @@ void Resolver::placeSharedLists() {
     }
 }
 
-// "COMPONENTS OF X" becomes the members of X.
+// "COMPONENTS OF X" becomes the members of X without its additions (X.680, clause 25.5).
 void Resolver::replaceComponentsOf(Type& type, int depth) {
     const auto isPlaceholder = [](const Member& member) { return member.name.text.empty(); };
     if (std::none_of(type.members.begin(), type.members.end(), isPlaceholder)) {
@@ -209,7 +209,12 @@ void Resolver::replaceComponentsOf(Type& type, int depth) {
         }
         member.use.kind = Kind::Unresolved;  // a circle finds this and stops
         replaceComponentsOf(*source, depth + 1);
-        members.insert(members.end(), source->members.begin(), source->members.end());
+        for (const Member& copied : source->members) {
+            if (copied.part != MemberPart::Additions) {
+                members.push_back(copied);
+                members.back().part = member.part;
+            }
+        }
     }
     type.members = std::move(members);
     type.members.erase(std::remove_if(type.members.begin(), type.members.end(), isPlaceholder), type.members.end());

@@ -138,13 +138,15 @@ Member Resolver::makeMember(const ComponentNode& node, const Place& place) {
     member.cppName = annotations.name.empty() ? cppIdentifier(node.name.text) : annotations.name;
     member.span = node.span;
     member.presence = node.presence;
+    member.part = node.part;
     member.defaultValue = node.defaultValue;
     const std::string path = place.path + "_" + std::string(node.name.text);
     member.use = resolveUse(*node.type, {place.module, path, place.depth + 1}, annotations);
     return member;
 }
 
-// AUTOMATIC TAGS number the members from 0, unless one of them has a tag.
+// AUTOMATIC TAGS number the members from 0, unless one of them has a tag: those of both roots, then the additions
+// (X.680, clause 25).
 void Resolver::tagAutomatically(Type& type, const TypeNode& node) {
     std::uint32_t number = 0;
     for (const ComponentNode& component : node.components) {
@@ -155,8 +157,13 @@ void Resolver::tagAutomatically(Type& type, const TypeNode& node) {
             return;
         }
     }
-    for (Member& member : type.members) {
-        member.use.tags.insert(member.use.tags.begin(), {TagClass::Context, number++, false, false, member.span});
+    for (const bool isForAdditions : {false, true}) {
+        for (Member& member : type.members) {
+            if ((member.part == MemberPart::Additions) == isForAdditions) {
+                const Tag tag = {TagClass::Context, number++, false, false, member.span};
+                member.use.tags.insert(member.use.tags.begin(), tag);
+            }
+        }
     }
 }
 

@@ -71,12 +71,16 @@ struct NamedNumberNode {
 
 enum class Presence { Required, Optional, Default };
 
+// Which part of its type a member belongs to. Extension markers separate the parts.
+enum class MemberPart { FirstRoot, Additions, SecondRoot };
+
 struct ComponentNode {
     Name name;
     Span span;
     Annotations annotations;
     std::unique_ptr<TypeNode> type;
     Presence presence = Presence::Required;
+    MemberPart part = MemberPart::FirstRoot;
     ValueNode defaultValue;
     bool isComponentsOf = false;
 };

@@ -1,9 +1,12 @@
 // The shared codecs over the tables of sample.asn1: one type of every form.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstring>
 #include <memory>
+#include <numeric>
 #include <string>
+#include <vector>
 
 #include "schema/generated/identifiers.h"
 #include "schema/generated/sample.h"
@@ -109,6 +112,14 @@ TEST_F(SampleCodec, SetTakesMembersInAnyOrderOnce) {
     for (const Row& row : rows) {
         EXPECT_EQ(again(asn1D_Pair, asn1E_Pair, row.input), row.result) << row.name;
     }
+    const Row growing[] = {
+        {"older message", "31 03 80 01 05", "31 03 80 01 05"},
+        {"later message", "31 09 81 01 61 82 01 06 80 01 05", "31 09 80 01 05 81 01 61 82 01 06"},
+        {"root member missing", "31 03 81 01 61", "decode -8"},
+    };
+    for (const Row& row : growing) {
+        EXPECT_EQ(again(asn1D_GrowingSet, asn1E_GrowingSet, row.input), row.result) << row.name;
+    }
 }
 
 // The same members under the tag of a SET.
@@ -178,6 +189,92 @@ TEST_F(SampleCodec, ExtensionAdditionsSurvive) {
     EXPECT_EQ(again(asn1D_Blob, asn1E_Blob, "30 00"), "decode -8");
     EXPECT_EQ(again(asn1D_Blob, asn1E_Blob, "30 02 04 00"), "decode -23");
     EXPECT_EQ(again(asn1D_Blob, asn1E_Blob, "30 0B 04 09 00 00 00 00 00 00 00 00 00"), "decode -17");
+}
+
+TEST_F(SampleCodec, KnownAdditionsMayBeAbsentAndUnknownOnesSurvive) {
+    const Row rows[] = {
+        {"older message", "30 03 02 01 05", "30 03 02 01 05"},
+        {"this version", "30 0B 02 01 05 0C 01 61 A0 03 13 01 62", "30 0B 02 01 05 0C 01 61 A0 03 13 01 62"},
+        {"later message", "30 0A 02 01 05 0C 01 61 05 00 05 00", "30 0A 02 01 05 0C 01 61 05 00 05 00"},
+        {"later message without the known additions", "30 05 02 01 05 05 00", "30 05 02 01 05 05 00"},
+        {"indefinite length", "30 80 02 01 05 0C 01 61 05 00 00 00", "30 08 02 01 05 0C 01 61 05 00"},
+        {"root member missing", "30 03 0C 01 61", "decode -3"},
+        {"unknown addition cut off", "30 80 02 01 05 04 7F 61", "decode -18"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(again(asn1D_Growing, asn1E_Growing, row.input), row.result) << row.name;
+    }
+    ASN1T_Growing growing;
+    ASSERT_EQ(decode(asn1D_Growing, growing, std::string("30 06 02 01 05 0C 01 61")), 0);
+    EXPECT_TRUE(growing.m.secondPresent && !growing.m.thirdPresent);
+    ASSERT_EQ(decode(asn1D_Growing, growing, std::string("30 03 02 01 05")), 0);
+    EXPECT_FALSE(growing.m.secondPresent);
+}
+
+TEST_F(SampleCodec, AdditionsEndWhereTheSecondRootBegins) {
+    const Row rows[] = {
+        {"older message", "30 08 02 01 05 0C 01 61 05 00", "30 08 02 01 05 0C 01 61 05 00"},
+        {"optional root member absent", "30 08 02 01 05 80 01 FF 05 00", "30 08 02 01 05 80 01 FF 05 00"},
+        {"known and unknown addition", "30 0B 02 01 05 80 01 FF 04 01 07 05 00",
+         "30 0B 02 01 05 80 01 FF 04 01 07 05 00"},
+        {"unknown additions", "30 0C 02 01 05 04 00 04 01 07 0C 00 05 00", "30 0C 02 01 05 04 00 04 01 07 0C 00 05 00"},
+        {"root member missing", "30 06 02 01 05 80 01 FF", "decode -8"},
+        {"an element behind the last", "30 07 02 01 05 05 00 04 00", "decode -10"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(again(asn1D_Split, asn1E_Split, row.input), row.result) << row.name;
+    }
+}
+
+TEST_F(SampleCodec, TagNumbersAbove30AreReadAndWritten) {
+    const char* const all =
+        "30 23 9F 1F 01 05 BF 81 48 03 02 01 06 9F 81 9C 20 01 61 7F 1F 06 9F 81 9C 20 01 62 30 07 FF 81 00 03 02 01 "
+        "07";
+    const Row rows[] = {
+        {"all members", all, all},
+        {"optional members absent", "30 06 9F 81 9C 20 01 61", "30 06 9F 81 9C 20 01 61"},
+        {"explicit tag without its constructed bit", "30 0D 9F 81 48 03 02 01 06 9F 81 9C 20 01 61",
+         "30 0D BF 81 48 03 02 01 06 9F 81 9C 20 01 61"},
+        {"another number", "30 06 9F 81 9C 21 01 61", "decode -3"},
+        {"another class", "30 06 DF 81 9C 20 01 61", "decode -3"},
+        {"number 30", "30 06 9E 04 9C 20 01 61", "decode -3"},
+        {"number cut off", "30 03 9F 81 9C", "decode -2"},
+    };
+    for (const Row& row : rows) {
+        EXPECT_EQ(again(asn1D_LongTags, asn1E_LongTags, row.input), row.result) << row.name;
+    }
+}
+
+TEST_F(SampleCodec, SetsMayHaveMoreThan64Members) {
+    const auto member = [](int number) {
+        const auto octet = static_cast<std::uint8_t>(number);
+        return number < 31 ? Octets{static_cast<std::uint8_t>(0x80 + number), 1, octet} : Octets{0x9F, octet, 1, octet};
+    };
+    const auto set = [&](const std::vector<int>& numbers) {
+        Octets contents;
+        for (const int number : numbers) {
+            const Octets one = member(number);
+            contents.insert(contents.end(), one.begin(), one.end());
+        }
+        const auto size = static_cast<std::uint8_t>(contents.size());
+        contents.insert(contents.begin(), {0x31, 0x81, size});
+        return contents;
+    };
+    std::vector<int> numbers(70);
+    std::iota(numbers.begin(), numbers.end(), 0);
+    const Octets inOrder = set(numbers);
+    std::reverse(numbers.begin(), numbers.end());
+    ASN1T_LargeSet value;
+    ASSERT_EQ(decode(asn1D_LargeSet, value, set(numbers)), 0);
+    EXPECT_EQ(value.m69, 69);
+    EXPECT_EQ(encoded(asn1E_LargeSet, value), inOrder);
+    for (const int number : {5, 63, 64, 69}) {
+        std::vector<int> others = numbers;
+        others.push_back(number);
+        EXPECT_EQ(decode(asn1D_LargeSet, value, set(others)), STATUS_SET_DUPLICATE) << number;
+        others.erase(std::remove(others.begin(), others.end(), number), others.end());
+        EXPECT_EQ(decode(asn1D_LargeSet, value, set(others)), STATUS_MISSING_ELEMENT) << number;
+    }
 }
 
 TEST_F(SampleCodec, OpenValuesAreDecodedWhereTheKeyIsKnown) {

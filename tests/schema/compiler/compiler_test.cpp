@@ -175,6 +175,18 @@ TEST(SchemaCompiler, LongChainsOfDefinitionsCompile) {
     EXPECT_TRUE(compileText(text + "A2000 ::= SEQUENCE { last INTEGER }\nEND\n").isAccepted);
 }
 
+TEST(SchemaCompiler, RecordsHaveAtMost1024Members) {
+    std::string members = "m0 [0] INTEGER";
+    for (int i = 1; i < 1024; ++i) {
+        members += ", m" + std::to_string(i) + " [" + std::to_string(i) + "] INTEGER";
+    }
+    for (const char* kind : {"SEQUENCE", "SET", "CHOICE"}) {
+        const std::string text = std::string("M DEFINITIONS ::= BEGIN A ::= ") + kind + " { " + members;
+        EXPECT_TRUE(compileText(text + " } END").isAccepted) << kind;
+        EXPECT_FALSE(compileText(text + ", last [1024] INTEGER } END").isAccepted) << kind;
+    }
+}
+
 TEST(SchemaCompiler, ManySourcesHoldTogetherWhatOneWould) {
     schemac::Sources sources;
     sources.add("lists.asn1", readFile(kModules / "accept_lists.asn1"));
