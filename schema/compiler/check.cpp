@@ -109,37 +109,41 @@ void checkNumMembers(const Type& type, Diagnostics& diagnostics) {
     }
 }
 
-// Every tag by which a use can begin; none for a value of any type, which begins with any.
+// The tags by which a use can begin.
 using TagKey = std::pair<TagClass, std::uint32_t>;
-void collectFirstTags(const Use& use, std::vector<TagKey>& keys, int depth) {
+struct FirstTags {
+    std::vector<TagKey> keys;
+    bool isAny = false;  // an open type: any tag at all
+};
+
+void collectFirstTags(const Use& use, FirstTags& first, int depth) {
     const WireTags tags = wireTags(use);
     if (!tags.written.empty()) {
-        keys.emplace_back(tags.written.front().tagClass, tags.written.front().number);
+        first.keys.emplace_back(tags.written.front().tagClass, tags.written.front().number);
         return;
     }
     const Use* const base = underlying(use);
     if (const Type* const keptRaw = typeKeptRaw(use)) {
-        collectFirstTags(keptRaw->use, keys, depth);
+        collectFirstTags(keptRaw->use, first, depth);
         return;
     }
     if (universalTag(base->kind) != 0) {
-        keys.emplace_back(TagClass::Universal, universalTag(base->kind));
+        first.keys.emplace_back(TagClass::Universal, universalTag(base->kind));
         return;
     }
+    first.isAny = first.isAny || base->kind == Kind::Open;
     const Type* const choice = underlyingType(use);
-    if (base->kind != Kind::Choice || choice == nullptr || depth >= 8 || keys.size() > 1000) {
+    if (base->kind != Kind::Choice || choice == nullptr || depth >= 8 || first.keys.size() > 1000) {
         return;
     }
     for (const Member& alternative : choice->members) {
-        collectFirstTags(alternative.use, keys, depth + 1);
+        collectFirstTags(alternative.use, first, depth + 1);
     }
 }
 
-void reportTwins(const Member& member, std::set<TagKey>& seen, Diagnostics& diagnostics) {
-    std::vector<TagKey> keys;
-    collectFirstTags(member.use, keys, 0);
+void reportTwins(const Member& member, const FirstTags& first, std::set<TagKey>& seen, Diagnostics& diagnostics) {
     bool isTwin = false;
-    for (const TagKey& key : keys) {
+    for (const TagKey& key : first.keys) {
         isTwin = !seen.insert(key).second || isTwin;
     }
     if (isTwin) {
@@ -148,15 +152,23 @@ void reportTwins(const Member& member, std::set<TagKey>& seen, Diagnostics& diag
 }
 
 // Alternatives of a CHOICE, members of a SET, and members of a SEQUENCE up to the next one that is always there must
-// be told apart by their first tag.
+// be told apart by their first tag. A value of any type takes what belongs to those behind it.
 void checkTagsDiffer(const Type& type, Diagnostics& diagnostics) {
     std::set<TagKey> seen;
+    const Member* any = nullptr;
     for (const Member& member : type.members) {
+        if (any != nullptr) {
+            diagnostics.error(any->span, quoted(any->name.text) + " takes any element, also one meant for " +
+                                             quoted(member.name.text));
+        }
         const bool endsRun = type.use.kind == Kind::Sequence && isAlwaysPresent(member);
-        reportTwins(member, seen, diagnostics);
+        FirstTags first;
+        collectFirstTags(member.use, first, 0);
+        reportTwins(member, first, seen, diagnostics);
         if (endsRun) {
             seen.clear();
         }
+        any = first.isAny && !endsRun ? &member : nullptr;
     }
 }
 

@@ -25,7 +25,9 @@ Model Resolver::run() {
     }
     for (const ModuleNode& node : nodes_) {
         for (const AssignmentNode& assignment : node.assignments) {
-            declare(model_.modules[node.file], assignment);
+            if (!scope_.isRepeated(assignment)) {
+                declare(model_.modules[node.file], assignment);
+            }
         }
     }
     for (const ModuleNode& node : nodes_) {
@@ -114,6 +116,10 @@ void Resolver::makeClass(const AssignmentNode& node, const ClassNode& body) {
 // A value's governor tells what it is: an object of a class, an object identifier, or a number.
 void Resolver::declareValue(Module& module, const AssignmentNode& node) {
     const TypeNode& governor = *node.type;
+    if (governor.syntax == TypeSyntax::Reference && scope_.leadsNowhere(governor.name)) {
+        scope_.find(governor.name);  // for its message: what the value should be cannot be known
+        return;
+    }
     if (governor.syntax == TypeSyntax::Reference && findClass(governor.name, true) != nullptr) {
         const AnnotationSet annotations = readAnnotations(node.annotations, AnnotationPlace::Object, diagnostics_);
         Object& object = model_.objects.emplace_back();
@@ -146,8 +152,6 @@ void Resolver::declareValue(Module& module, const AssignmentNode& node) {
         }
     } else if (governor.builtin == "INTEGER") {
         values_.integer(node.value);
-    } else if (governor.syntax == TypeSyntax::Reference) {
-        scope_.find(governor.name);
     }
 }
 

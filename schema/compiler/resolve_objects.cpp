@@ -12,6 +12,20 @@ namespace {
 // Sets that name sets that name sets could be followed for ever; no real schema comes near this.
 constexpr std::size_t kMaxSetSteps = 1u << 16;
 
+// The brace that closes the one at `open`. The parser has paired all braces before `end`.
+const Token* endOfBraces(const Token* open, const Token* end) {
+    std::size_t depth = 0;
+    const Token* at = open;
+    for (; at + 1 != end; ++at) {
+        depth += at->is("{") ? 1 : 0;
+        depth -= at->is("}") ? 1 : 0;
+        if (depth == 0) {
+            break;
+        }
+    }
+    return at;
+}
+
 }  // namespace
 
 // What an object says about the fields that matter; the others are read and forgotten.
@@ -24,7 +38,7 @@ struct Resolver::ObjectFields {
 const Class* Resolver::findClass(const Name& name, bool isQuiet) {
     const AssignmentNode* found = isQuiet ? scope_.findQuietly(name) : scope_.find(name);
     const AssignmentNode* alias = nullptr;
-    const bool isKnown = found != nullptr;
+    const bool isKnown = !scope_.leadsNowhere(name);
     for (int hops = 0; found != nullptr && hops < kMaxDepth; ++hops) {
         if (found->kind == AssignmentNode::Kind::Class) {
             return classOf(*found, alias);
@@ -201,9 +215,12 @@ void Resolver::defineSet(ObjectSet& set, const AssignmentNode& node, int depth) 
             isNameExpected = true;
         } else if (at->is("...")) {
             isNameExpected = false;
+        } else if (isNameExpected && at->is("{")) {
+            diagnostics_.error(at->span, "an object in a set needs a name of its own");
+            isNameExpected = false;
+            at = endOfBraces(at, node.value.inside.end);
         } else if (!isNameExpected || (at->kind != TokenKind::Word && at->kind != TokenKind::TypeWord)) {
-            diagnostics_.error(at->span, at->is("{") ? "an object in a set needs a name of its own"
-                                                     : "the name of an object expected");
+            diagnostics_.error(at->span, "the name of an object expected");
             return;
         } else {
             isNameExpected = false;
@@ -220,6 +237,11 @@ void Resolver::addToSet(ObjectSet& set, const Name& name, int depth) {
     if (const auto object = objects_.find(found); object != objects_.end()) {
         set.objects.push_back({object->second, name.span});
     } else if (sets_.find(found) == sets_.end()) {
+        const bool isReported = found->kind == AssignmentNode::Kind::Value &&
+                                found->type->syntax == TypeSyntax::Reference && scope_.leadsNowhere(found->type->name);
+        if (isReported) {
+            return;
+        }
         diagnostics_.error(name.span, quoted(name.text) + " is neither an object nor a set");
     } else if (depth >= kMaxDepth) {
         diagnostics_.error(name.span, "this set contains itself");

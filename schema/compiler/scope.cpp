@@ -27,6 +27,7 @@ Scope::Scope(const std::vector<ModuleNode>& modules, Diagnostics& diagnostics)
             Entry& entry = entries_[module.file][assignment.name.text];
             if (entry.own != nullptr) {
                 diagnostics.error(assignment.name.span, quoted(assignment.name.text) + " is already defined");
+                repeated_.insert(&assignment);
             } else {
                 entry.own = &assignment;
             }
@@ -78,6 +79,19 @@ const AssignmentNode* Scope::findFrom(std::uint32_t file, std::string_view name)
 
 const AssignmentNode* Scope::findQuietly(const Name& name) const {
     return findFrom(name.span.file, name.text);
+}
+
+bool Scope::leadsNowhere(const Name& name) const {
+    const AssignmentNode* found = findQuietly(name);
+    for (int hops = 0; found != nullptr && hops < kMaxDepth; ++hops) {
+        const bool isAlias = found->kind == AssignmentNode::Kind::Type && found->type != nullptr &&
+                             found->type->syntax == TypeSyntax::Reference && found->type->module.text.empty();
+        if (!isAlias) {
+            break;
+        }
+        found = findQuietly(found->type->name);
+    }
+    return found == nullptr;
 }
 
 const AssignmentNode* Scope::find(const Name& name) const {

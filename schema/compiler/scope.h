@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <string_view>
 #include <unordered_map>
+#include <unordered_set>
 #include <vector>
 
 #include "schema/compiler/tree.h"
@@ -21,6 +22,12 @@ public:
     const AssignmentNode* findQuietly(const Name& name) const;
     const AssignmentNode* findIn(const Name& module, const Name& name) const;
 
+    // True for the second definition of a name, which is reported and otherwise ignored.
+    bool isRepeated(const AssignmentNode& node) const { return repeated_.count(&node) != 0; }
+
+    // True when the name, or one that it stands for, is not defined. That is reported where the missing name stands.
+    bool leadsNowhere(const Name& name) const;
+
     const ModuleNode& moduleOf(Span span) const { return modules_[span.file]; }
 
 private:
@@ -36,6 +43,7 @@ private:
     std::uint32_t builtin_ = 0;
     std::unordered_map<std::string_view, const ModuleNode*> byName_;
     std::vector<std::unordered_map<std::string_view, Entry>> entries_;
+    std::unordered_set<const AssignmentNode*> repeated_;
 };
 
 }  // namespace schemac
