@@ -47,17 +47,14 @@ inline void* slotOf(const MemberInfo& member, void* record) {
     return (member.flags & kPointer) != 0 ? at<void*>(record, member.offset) : &at<std::uint8_t>(record, member.offset);
 }
 
-/// Tag numbers from 31 on follow their first octet, which has all five low bits set (X.690, clause 8.1.2.4).
-inline constexpr std::uint32_t kFirstLongTagNumber = 31;
-
+/// Whether the member's tag takes several octets (X.690, clause 8.1.2.4).
 inline bool hasLongTag(const MemberInfo& member) {
-    return (member.tag & kTagNumberMask) >= kFirstLongTagNumber;
+    return (member.tag & kTagNumberMask) > 30;
 }
 
-/// The first octet of the member's tag, without the constructed bit. It identifies the tag unless hasLongTag().
+/// The octet of a tag that is not long, without the constructed bit.
 inline std::uint8_t tagOctet(const MemberInfo& member) {
-    const std::uint32_t number = hasLongTag(member) ? kFirstLongTagNumber : member.tag & kTagNumberMask;
-    return static_cast<std::uint8_t>((member.tag >> 24 & 0xC0U) | number);
+    return static_cast<std::uint8_t>((member.tag >> 24 & 0xDFU) | (member.tag & 0x1FU));
 }
 
 /// The end test of a constructed value whose contents begin at the position of the context. The two zeros that end an

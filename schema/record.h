@@ -103,14 +103,15 @@ struct TableInfo {
 /// A type. `members` points to the member table, to the alternatives of a CHOICE, to the one element of a SEQUENCE OF,
 /// SET OF or array, and for an alias of a primitive to the one MemberInfo (offset 0) that describes it.
 struct TypeInfo {
-    Kind kind;                             ///< Sequence to Array, or the kind of the primitive that is aliased
-    bool extensible = false;               ///< has an extension marker: unknown additions are kept
-    bool bounded = false;                  ///< SIZE constraint of a list: `lower` and `upper` are checked
-    bool rawIfTooBig = false;              ///< an open value of this type stays undecoded on STATUS_TOO_BIG
-    std::uint16_t numMembers = 0;          ///
-    std::uint16_t numRequired = 0;         ///< members that are neither OPTIONAL nor DEFAULT nor an addition
-    std::uint16_t numBeforeAdditions = 0;  ///< members in front of the unknown additions, when extensible
-    std::uint32_t size = 0;                ///< sizeof the record
+    Kind kind;                      ///< Sequence to Array, or the kind of the primitive that is aliased
+    bool extensible = false;        ///< has an extension marker: unknown additions are kept
+    bool bounded = false;           ///< SIZE constraint of a list: `lower` and `upper` are checked
+    bool rawIfTooBig = false;       ///< an open value of this type stays undecoded on STATUS_TOO_BIG
+    std::uint16_t numMembers = 0;   ///
+    std::uint16_t numRequired = 0;  ///< members that are neither OPTIONAL nor DEFAULT nor an addition
+    std::uint16_t numBeforeAdditions =
+        0;                             ///< members in front of unknown additions; all, unless there is a second root
+    std::uint32_t size = 0;            ///< sizeof the record
     std::uint32_t presenceOffset = 0;  ///< of `m`; 0 when no member is OPTIONAL. The `t` of a CHOICE comes first always
     std::uint32_t extensionOffset = 0;  ///< of `extensionAdditions` when extensible
     std::uint32_t listOffset = 0;       ///< of the ASN1TSeqOfList in the record of a list; of `n` in that of an array

@@ -34,16 +34,19 @@ bool isAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
     return xd_tag_len(ctxt, &tag, &length, 0) != 0 || acceptsTag(member, tag);
 }
 
-/// Whether the next element has the member's own tag, the constructed bit aside.
-bool isOwnTagAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
-    if ((ctxt->buffer.data[ctxt->buffer.byteIndex] & 0xDFU) != tagOctet(member)) {
-        return false;
-    }
+[[gnu::noinline]] bool isLongTagAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
     std::uint32_t tag = 0;
     int length = 0;
     // A header that cannot be read counts as a match, so that decoding the member reports why.
-    return !hasLongTag(member) || xd_tag_len(ctxt, &tag, &length, 0) != 0 ||
-           ((tag ^ member.tag) & ~kTagConstructed) == 0;
+    return xd_tag_len(ctxt, &tag, &length, 0) != 0 || ((tag ^ member.tag) & ~kTagConstructed) == 0;
+}
+
+/// Whether the next element has the member's own tag, the constructed bit aside.
+bool isOwnTagAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
+    if (hasLongTag(member)) [[unlikely]] {
+        return isLongTagAhead(ctxt, member);
+    }
+    return (ctxt->buffer.data[ctxt->buffer.byteIndex] & 0xDFU) == tagOctet(member);
 }
 
 /// The member at this position when it is there: sets `isThere`. An untagged OPTIONAL member is tried, and a mismatch
@@ -96,7 +99,7 @@ bool isSecondRootAhead(ASN1CTXT* ctxt, const TypeInfo& type) {
 }
 
 /// Additions of later versions of the type. They are kept and written again.
-int decodeAdditions(ASN1CTXT* ctxt, const TypeInfo& type, void* record, const ContentsEnd& end) {
+[[gnu::noinline]] int decodeAdditions(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ContentsEnd end) {
     while (!end.isReached(ctxt) && !isSecondRootAhead(ctxt, type)) {
         const int status = decodeAddition(ctxt, type, record);
         if (status != 0) {
@@ -110,21 +113,20 @@ int decodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record, int length
     const ContentsEnd end(ctxt, length);
     const MemberInfo* member = type.members;
     const MemberInfo* const last = type.members + type.numMembers;
-    // Where no further member is known: in front of the additions, later at the end.
-    const MemberInfo* stop = type.extensible ? type.members + type.numBeforeAdditions : last;
-    bool takesAdditions = type.extensible;
+    // In front of the unknown additions; behind them, the end.
+    const MemberInfo* stop = type.members + type.numBeforeAdditions;
     std::uint32_t present = 0;
     unsigned numRequired = 0;
     while (!end.isReached(ctxt)) {
         if (member == stop) {
-            if (!takesAdditions) {
+            const bool hadAdditions = stop == last && type.numBeforeAdditions != type.numMembers;
+            if (!type.extensible || hadAdditions) {
                 return STATUS_EXTRA_ELEMENT;
             }
             const int status = decodeAdditions(ctxt, type, record, end);
             if (status != 0) {
                 return status;
             }
-            takesAdditions = false;
             stop = last;
             continue;
         }

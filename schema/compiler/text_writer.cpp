@@ -3,9 +3,51 @@
 
 namespace schemac {
 
+namespace {
+
+// Where a line of code is best broken: behind a comma, else at a blank; never inside a literal or a comment. The number
+// of characters on the first line; all of them when they fit, or when they cannot be broken.
+std::size_t breakingPoint(std::string_view text, std::size_t room) {
+    if (text.size() <= room || text.front() == '#') {
+        return text.size();
+    }
+    std::size_t atBlank = 0;
+    std::size_t behindComma = 0;
+    bool isInLiteral = false;
+    for (std::size_t i = 1; i < text.size() && (i <= room || atBlank == 0); ++i) {
+        if (text.substr(i, 2) == "//" && !isInLiteral) {
+            break;
+        }
+        isInLiteral = isInLiteral != (text[i] == '"');
+        if (text[i] == ' ' && !isInLiteral) {
+            atBlank = i;
+            behindComma = text[i - 1] == ',' ? i : behindComma;
+        }
+    }
+    const std::size_t best = behindComma != 0 ? behindComma : atBlank;
+    return best != 0 ? best : text.size();
+}
+
+}  // namespace
+
 void TextWriter::line(std::string_view text) {
+    std::size_t indentation = depth_ * 4;
+    while (!text.empty()) {
+        const std::size_t room = kMaxColumns > indentation ? kMaxColumns - indentation : 1;
+        const std::size_t size = breakingPoint(text, room);
+        add(text.substr(0, size), indentation);
+        if (size == text.size()) {
+            return;
+        }
+        text.remove_prefix(size + 1);
+        indentation = (depth_ + 1) * 4;
+    }
+    add({}, 0);
+}
+
+void TextWriter::add(std::string_view text, std::size_t indentation) {
     if (!text.empty()) {
-        text_.append(depth_ * 4, ' ');
+        text_.append(indentation, ' ');
         text_.append(text);
     }
     text_ += '\n';
@@ -20,7 +62,7 @@ void TextWriter::comment(std::string_view text) {
             one.remove_suffix(1);
         }
         const bool swallowsNext = !one.empty() && one.back() == '\\';  // would carry the comment on
-        line(std::string(one.empty() ? "//" : "// ") + std::string(one) + (swallowsNext ? "." : ""));
+        add(std::string(one.empty() ? "//" : "// ") + std::string(one) + (swallowsNext ? "." : ""), depth_ * 4);
         text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
     }
 }

@@ -9,7 +9,10 @@ namespace schemac {
 
 class TextWriter {
 public:
-    // An empty line stays without indentation.
+    static constexpr std::size_t kMaxColumns = 160;
+
+    // A line of code. One that is too long goes on in further lines, which are indented; it has to hold blanks where
+    // C++ allows a new line.
     void line(std::string_view text = {});
     void indent() { ++depth_; }
     void outdent() { --depth_; }
@@ -20,6 +23,9 @@ public:
     const std::string& text() const { return text_; }
 
 private:
+    // One line; an empty one stays without indentation.
+    void add(std::string_view text, std::size_t indentation);
+
     std::string text_;
     std::size_t depth_ = 0;
     std::size_t numLines_ = 0;
