@@ -8,8 +8,8 @@
 
 #include "schema/record.h"
 
-// Records have a base with a data member; the compilers define offsetof for them nevertheless. The generated sources use
-// it for their members, hence for the rest of the file.
+// Records have a base with a data member; the compilers define offsetof for them nevertheless. The generated sources
+// use it for their members, hence for the rest of the file.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace schema {

@@ -28,29 +28,6 @@ namespace {
 
 using namespace asn1data;
 
-template <class Base, class Record, const schema::TypeInfo& type>
-const schema::TypeInfo* infoOf(const schema::Control<Base, Record, type>* /*control*/) {
-    return &type;
-}
-
-template <class Record, class Control, auto encode, auto decode, auto copy, auto free>
-TypeRow typeRow(const char* name) {
-    static_assert(std::is_base_of_v<ASN1CType, Control>);
-    return {name,
-            infoOf(static_cast<const Control*>(nullptr)),
-            sizeof(Record),
-            [](ASN1CTXT* ctxt, void* value, ASN1TagType tagType) {
-                return encode(ctxt, static_cast<Record*>(value), tagType);
-            },
-            [](ASN1CTXT* ctxt, void* value, ASN1TagType tagType, int length) {
-                return decode(ctxt, static_cast<Record*>(value), tagType, length);
-            },
-            [](ASN1CTXT* ctxt, const void* from, void* to) {
-                copy(ctxt, static_cast<const Record*>(from), static_cast<Record*>(to));
-            },
-            [](ASN1CTXT* ctxt, void* value) { free(ctxt, static_cast<Record*>(value)); }};
-}
-
 // What an object's base says about its value.
 template <template <class> class Class, class Record, class Control, const schema::TypeInfo& type>
 void setValue(const Class<schema::ValueOf<Record, Control, type>>& /*object*/, ObjectRow& row) {
@@ -102,13 +79,10 @@ Catalogue::Catalogue() {
 #define GROUP(title, count) groups.push_back({title, count});
 #define TYPE(name)            \
     ++groups.back().numNames; \
-    types.push_back(          \
-        typeRow<ASN1T_##name, ASN1C_##name, asn1E_##name, asn1D_##name, asn1Copy_##name, asn1Free_##name>(#name));
-#define NULL_TYPE(name)                                                                                                \
-    groups.back().numNames += 2;                                                                                       \
-    types.push_back(                                                                                                   \
-        typeRow<ASN1T_##name, ASN1C_##name, asn1E_##name##_, asn1D_##name##_, asn1Copy_##name##_, asn1Free_##name##_>( \
-            #name));
+    types.push_back(TYPE_ROW(name, name));
+#define NULL_TYPE(name)          \
+    groups.back().numNames += 2; \
+    types.push_back(TYPE_ROW(name, name##_));
 #define OBJECT(name)          \
     ++groups.back().numNames; \
     static_assert(!std::is_abstract_v<name>);

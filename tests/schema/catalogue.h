@@ -7,19 +7,9 @@
 
 #include "asn1rt/object_id.h"
 #include "schema/record.h"
+#include "tests/schema/type_row.h"
 
 namespace schematest {
-
-/// A type with its functions, whatever its record is.
-struct TypeRow {
-    const char* name;
-    const schema::TypeInfo* info;  // what its control class works with
-    std::size_t sizeRecord;
-    int (*encode)(ASN1CTXT*, void*, ASN1TagType);
-    int (*decode)(ASN1CTXT*, void*, ASN1TagType, int);
-    void (*copy)(ASN1CTXT*, const void*, void*);
-    void (*free)(ASN1CTXT*, void*);
-};
 
 /// Names listed under one title, and how many there must be.
 struct GroupRow {

@@ -10,7 +10,8 @@
 #include "schema/generated/cmp.h"
 #include "schema/generated/cms.h"
 #include "schema/generated/extensions.h"
-#include "tests/schema/catalogue_fixture.h"
+#include "tests/schema/catalogue.h"
+#include "tests/schema/codec_fixture.h"
 #include "tests/support/pki.h"
 #include "tests/support/process.h"
 #include "tests/support/temp_dir.h"
@@ -58,16 +59,25 @@ Bytes behind(const Bytes& der, const char* identifier) {
     return found == der.end() ? Bytes() : elementAt(der, static_cast<std::size_t>(found - der.begin()) + oid.size());
 }
 
-class RealMessages : public schematest::CatalogueTest {
+class RealMessages : public schematest::CodecTest {
 protected:
     void SetUp() override {
-        CatalogueTest::SetUp();
+        CodecTest::SetUp();
         CertificateSpec spec;
         spec.key = Key::make(KeyKind::kRsa2048);
         addIdentity("rsa", issue(Pki::shared().ca, spec));
         addIdentity("ec", Pki::shared().good);
         addIdentity("ca", Pki::shared().ca);
         dir_.write("data", "what is sent");
+    }
+
+    /// The octets are read by the type of this name, and come out again as they were.
+    void comesBack(const std::string& typeName, const Bytes& der) {
+        SCOPED_TRACE(typeName + " " + toHex(der).substr(0, 100));
+        const schematest::TypeRow* type = findType(schematest::catalogue().types, typeName);
+        ASSERT_NE(type, nullptr);
+        EXPECT_EQ(again(*type, der), "same");
+        EXPECT_TRUE(isHeapEmpty());
     }
 
     void addIdentity(const std::string& name, const Identity& identity) const {
