@@ -17,6 +17,7 @@ using RoundTrip = schematest::CodecTest;
 
 TEST_F(RoundTrip, RandomValuesComeBack) {
     for (const TypeRow& type : schematest::catalogue().types) {
+        EXPECT_EQ(type.info->size, type.sizeRecord) << type.name;
         for (std::uint32_t seed = 1; seed <= kNumSeeds; ++seed) {
             SCOPED_TRACE(std::string(type.name) + ", seed " + std::to_string(seed));
             std::vector<std::uint64_t> value(type.sizeRecord / sizeof(std::uint64_t) + 1);

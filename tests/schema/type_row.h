@@ -43,7 +43,7 @@ TypeRow typeRow(const char* name) {
 }
 
 // The row of a type; `function` is the name behind asn1E_, which ends in "_" for a NULL type.
-#define TYPE_ROW(name, function)                                                                              \
+#define TYPE_ROW(name, function)                                                                             \
     schematest::typeRow<ASN1T_##name, ASN1C_##name, asn1E_##function, asn1D_##function, asn1Copy_##function, \
                         asn1Free_##function>(#name)
 

@@ -25,7 +25,8 @@ public:
 private:
     static std::string word(std::istream& in) {
         std::string text;
-        for (in >> std::ws; in.peek() != EOF && std::string(" {}'").find(static_cast<char>(in.peek())) == std::string::npos;) {
+        for (in >> std::ws;
+             in.peek() != EOF && std::string(" {}'").find(static_cast<char>(in.peek())) == std::string::npos;) {
             text += static_cast<char>(in.get());
         }
         return text;
