@@ -16,7 +16,7 @@ namespace {
 using namespace asn1data;
 using namespace testkit;
 
-class Certificates : public schematest::CodecTest {
+class CertificatesModule : public schematest::CodecTest {
 protected:
     /// The extension with this key, or null.
     static ASN1T_Extension* find(const ASN1T_Certificate& certificate, const ASN1OBJID& key) {
@@ -34,7 +34,7 @@ Bytes extension(const char* key, const Bytes& value) {
     return tlv::sequence({tlv::oid(key), tlv::octetString(value)});
 }
 
-TEST_F(Certificates, KnownExtensionsAreDecodedAndOthersStayRaw) {
+TEST_F(CertificatesModule, KnownExtensionsAreDecodedAndOthersStayRaw) {
     ASN1T_Certificate certificate;
     ASSERT_EQ(decode(asn1D_Certificate, certificate, file("leaf.der")), 0);
     EXPECT_STREQ(certificate.tbsCertificate.serialNumber, "0x0c0ffee00c0ffee00c0ffee");
@@ -69,7 +69,7 @@ public:
     static inline std::size_t total = 0;
 };
 
-TEST_F(Certificates, ManySmallKnownValuesAreEncodedInLittleMemory) {
+TEST_F(CertificatesModule, ManySmallKnownValuesAreEncodedInLittleMemory) {
     const Bytes small = extension("2.5.29.19", tlv::sequence({}));
     const Bytes grows = extension("2.5.29.15", fromHex("03 00"));  // comes out as 03 01 00
     for (const Bytes& one : {small, grows}) {
@@ -85,7 +85,7 @@ TEST_F(Certificates, ManySmallKnownValuesAreEncodedInLittleMemory) {
     }
 }
 
-TEST_F(Certificates, DamagedOnesAreSafe) {
+TEST_F(CertificatesModule, DamagedOnesAreSafe) {
     survivesDamage(asn1D_Certificate, asn1E_Certificate, file("leaf.der"));
 }
 

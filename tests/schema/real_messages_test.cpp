@@ -59,7 +59,7 @@ Bytes behind(const Bytes& der, const char* identifier) {
     return found == der.end() ? Bytes() : elementAt(der, static_cast<std::size_t>(found - der.begin()) + oid.size());
 }
 
-class RealMessages : public schematest::CodecTest {
+class SchemaModules : public schematest::CodecTest {
 protected:
     void SetUp() override {
         CodecTest::SetUp();
@@ -108,7 +108,7 @@ protected:
     TempDir dir_;
 };
 
-TEST_F(RealMessages, KeptFilesComeOutAsTheyWere) {
+TEST_F(SchemaModules, KeptFilesComeOutAsTheyWere) {
     for (const char* name : {"root.der", "leaf.der", "ec.der", "ed25519.der", "constraints.der"}) {
         comesBack("Certificate", file(name));
     }
@@ -121,7 +121,7 @@ TEST_F(RealMessages, KeptFilesComeOutAsTheyWere) {
     }
 }
 
-TEST_F(RealMessages, CryptographicMessagesComeOutAsTheyWere) {
+TEST_F(SchemaModules, CryptographicMessagesComeOutAsTheyWere) {
     const std::string key = "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f";
     const struct {
         const char* name;
@@ -164,7 +164,7 @@ TEST_F(RealMessages, CryptographicMessagesComeOutAsTheyWere) {
     }
 }
 
-TEST_F(RealMessages, SignedDataInsideSignedDataIsRead) {
+TEST_F(SchemaModules, SignedDataInsideSignedDataIsRead) {
     const Bytes der = cms("-sign -nodetach -signer @ec.pem -inkey @ec.key");
     dir_.write("data", inside(behind(der, kSignedData)));
     const Bytes outer = cms("-sign -nodetach -econtent_type 1.2.840.113549.1.7.2 -signer @rsa.pem -inkey @rsa.key");
@@ -177,7 +177,7 @@ TEST_F(RealMessages, SignedDataInsideSignedDataIsRead) {
 }
 
 // No tool at hand makes these two: real parts in frames that are written here octet by octet.
-TEST_F(RealMessages, AuthenticatedDataAndAttributeCertificatesAreRead) {
+TEST_F(SchemaModules, AuthenticatedDataAndAttributeCertificatesAreRead) {
     const Bytes envelopedData = inside(behind(cms("-encrypt -aes128 -recip @rsa.pem"), kEnvelopedData));
     const Bytes recipients = elementAt(contentsOf(envelopedData), tlv::integer(0).size());
     const Bytes hash = tlv::sequence({tlv::oid("2.16.840.1.101.3.4.2.1")});
@@ -199,7 +199,7 @@ TEST_F(RealMessages, AuthenticatedDataAndAttributeCertificatesAreRead) {
     comesBack("AttributeCertificate", tlv::sequence({info, algorithm, tlv::bitString(fromHex("30 00"))}));
 }
 
-TEST_F(RealMessages, ParametersAndAttributesInMessagesHaveTheirTypes) {
+TEST_F(SchemaModules, ParametersAndAttributesInMessagesHaveTheirTypes) {
     const Bytes cades = cms("-sign -nodetach -cades -signer @rsa.pem -inkey @rsa.key -keyopt rsa_padding_mode:pss");
     comesBack("SigningCertificateV2", inside(behind(cades, "1.2.840.113549.1.9.16.2.47")));
     comesBack("SMIMECapabilities", inside(behind(cades, "1.2.840.113549.1.9.15")));
@@ -222,7 +222,7 @@ TEST_F(RealMessages, ParametersAndAttributesInMessagesHaveTheirTypes) {
     comesBack("DigestInfo", openssl("pkeyutl -verifyrecover -in @signature -inkey @rsa.key -out @out"));
 }
 
-TEST_F(RealMessages, CertificationRequestsAndRevocationListsComeOutAsTheyWere) {
+TEST_F(SchemaModules, CertificationRequestsAndRevocationListsComeOutAsTheyWere) {
     dir_.write("req.cnf",
                "[req]\ndistinguished_name=dn\nattributes=attrs\nreq_extensions=ext\nprompt=no\n"
                "[dn]\nC=AQ\nO=Test\nCN=device\nemailAddress=a@b.test\n"
@@ -240,7 +240,7 @@ TEST_F(RealMessages, CertificationRequestsAndRevocationListsComeOutAsTheyWere) {
     }
 }
 
-TEST_F(RealMessages, TimeStampsComeOutAsTheyWere) {
+TEST_F(SchemaModules, TimeStampsComeOutAsTheyWere) {
     CertificateSpec spec;
     spec.keyUsage = "critical,digitalSignature";
     spec.extendedKeyUsage = "critical,timeStamping";
@@ -271,7 +271,7 @@ TEST_F(RealMessages, TimeStampsComeOutAsTheyWere) {
 }
 
 /// What openssl and its own mock server say to each other about certificates.
-class CertificateManagement : public RealMessages {
+class CmpModule : public SchemaModules {
 protected:
     using Messages = std::vector<Bytes>;
 
@@ -296,7 +296,7 @@ protected:
     }
 };
 
-TEST_F(CertificateManagement, MessagesComeOutAsTheyWere) {
+TEST_F(CmpModule, MessagesComeOutAsTheyWere) {
     dir_.write("empty", "");
     (void)openssl("req -new -key @ec.key -subj /CN=client -out @out");
     std::filesystem::rename(dir_.file("out"), dir_.file("csr"));
@@ -332,7 +332,7 @@ TEST_F(CertificateManagement, MessagesComeOutAsTheyWere) {
     }
 }
 
-TEST_F(CertificateManagement, AnExtensionMayHoldAMessage) {
+TEST_F(CmpModule, AnExtensionMayHoldAMessage) {
     dir_.write("empty", "");
     const Bytes message = exchange("-cmd rr -revreason 1").at(0);
     for (const char* key : {"1.2.643.2.2.47.3", "1.2.643.2.2.47.4"}) {

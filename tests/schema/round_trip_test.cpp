@@ -13,9 +13,9 @@ using schematest::TypeRow;
 
 constexpr std::uint32_t kNumSeeds = 20;
 
-using RoundTrip = schematest::CodecTest;
+using ValueCodec = schematest::CodecTest;
 
-TEST_F(RoundTrip, RandomValuesComeBack) {
+TEST_F(ValueCodec, RandomValuesComeBack) {
     for (const TypeRow& type : schematest::catalogue().types) {
         EXPECT_EQ(type.info->size, type.sizeRecord) << type.name;
         for (std::uint32_t seed = 1; seed <= kNumSeeds; ++seed) {
@@ -31,7 +31,7 @@ TEST_F(RoundTrip, RandomValuesComeBack) {
     }
 }
 
-TEST_F(RoundTrip, VectorsGiveTheirResults) {
+TEST_F(ValueCodec, VectorsGiveTheirResults) {
     runVectors("vectors.txt", schematest::catalogue().types);
 }
 

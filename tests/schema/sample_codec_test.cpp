@@ -12,14 +12,14 @@
 namespace {
 
 using namespace asn1data;
-using SampleCodec = schematest::CodecTest;
+using ValueCodec = schematest::CodecTest;
 using schematest::Octets;
 
 const std::string kEveryForm =
     "30 47 A0 03 02 01 07 02 01 05 01 01 FF 0A 01 01 30 1C 13 01 61 80 01 05 81 01 AA A2 0B 02 01 06 0A 01 00 30 03 0C "
     "01 62 A4 04 03 02 06 40 81 02 06 40 30 08 06 03 88 37 01 0C 01 61 A2 0B 02 01 06 0A 01 00 30 03 13 01 62";
 
-TEST_F(SampleCodec, VectorsGiveTheirResults) {
+TEST_F(ValueCodec, VectorsGiveTheirResults) {
     runVectors(
         "sample_vectors.txt",
         {TYPE_ROW(Blob, Blob), TYPE_ROW(BlobSet, BlobSet), TYPE_ROW(Growing, Growing), TYPE_ROW(GrowingSet, GrowingSet),
@@ -28,7 +28,7 @@ TEST_F(SampleCodec, VectorsGiveTheirResults) {
          TYPE_ROW(Split, Split), TYPE_ROW(Typed, Typed), TYPE_ROW(TypedList, TypedList), TYPE_ROW(TypedSet, TypedSet)});
 }
 
-TEST_F(SampleCodec, AbsentAdditionsAreToldByTheirBits) {
+TEST_F(ValueCodec, AbsentAdditionsAreToldByTheirBits) {
     ASN1T_Growing growing;
     ASSERT_EQ(decode(asn1D_Growing, growing, "30 06 02 01 05 0C 01 61"), 0);
     EXPECT_TRUE(growing.m.secondPresent && !growing.m.thirdPresent);
@@ -36,7 +36,7 @@ TEST_F(SampleCodec, AbsentAdditionsAreToldByTheirBits) {
     EXPECT_FALSE(growing.m.secondPresent);
 }
 
-TEST_F(SampleCodec, ValuesThatCannotExistAreNotWritten) {
+TEST_F(ValueCodec, ValuesThatCannotExistAreNotWritten) {
     ASN1T_Label label;
     for (const std::uint32_t t : {0U, 8U}) {
         label.t = t;
@@ -53,7 +53,7 @@ TEST_F(SampleCodec, ValuesThatCannotExistAreNotWritten) {
     EXPECT_EQ(encode(asn1E_Label, label), STATUS_BAD_VALUE);
 }
 
-TEST_F(SampleCodec, OpenValuesAreDecodedWhereTheKeyIsKnown) {
+TEST_F(ValueCodec, OpenValuesAreDecodedWhereTheKeyIsKnown) {
     const struct {
         const char* name;
         const char* input;
@@ -68,14 +68,18 @@ TEST_F(SampleCodec, OpenValuesAreDecodedWhereTheKeyIsKnown) {
     for (const auto& row : rows) {
         ASN1T_Typed typed;
         EXPECT_EQ(decode(asn1D_Typed, typed, row.input), 0) << row.name;
-        EXPECT_EQ(typed.valueObject.decoded != nullptr, row.isDecoded) << row.name;
+        ASN1T_Typed copy;
+        asn1Copy_Typed(&writer_, &typed, &copy);
+        for (const void* decoded : {typed.valueObject.decoded, copy.valueObject.decoded}) {
+            EXPECT_EQ(decoded != nullptr, row.isDecoded) << row.name;
+        }
     }
     ASN1T_TypedList list;
     ASSERT_EQ(decode(asn1D_TypedList, list, "30 0A 06 03 88 37 01 31 03 0C 01 62"), 0);
     EXPECT_NE(static_cast<const Asn1TObject*>(list.values.pHead->data)->decoded, nullptr);
 }
 
-TEST_F(SampleCodec, DecodedFormOfAnOpenValueIsWhatIsWritten) {
+TEST_F(ValueCodec, DecodedFormOfAnOpenValueIsWhatIsWritten) {
     const Octets expected = testkit::fromHex("30 0A 06 03 88 37 01 0C 03 6E 65 77");
     ASN1T_Typed typed;
     ASSERT_EQ(decode(asn1D_Typed, typed, "30 08 06 03 88 37 01 0C 01 61"), 0);
@@ -85,7 +89,7 @@ TEST_F(SampleCodec, DecodedFormOfAnOpenValueIsWhatIsWritten) {
     EXPECT_EQ(encoded(asn1E_Typed, typed), expected);
 }
 
-TEST_F(SampleCodec, CopyingAValueOntoItselfDoesNothing) {
+TEST_F(ValueCodec, CopyingAValueOntoItselfDoesNothing) {
     ASN1T_Message message;
     ASSERT_EQ(decode(asn1D_Message, message, kEveryForm), 0);
     asn1Copy_Message(&ctxt_, &message, &message);
@@ -94,7 +98,7 @@ TEST_F(SampleCodec, CopyingAValueOntoItselfDoesNothing) {
     EXPECT_EQ(message.m.innerPresent, 0U);
 }
 
-TEST_F(SampleCodec, FreeingTwiceDoesNoHarm) {
+TEST_F(ValueCodec, FreeingTwiceDoesNoHarm) {
     ASN1T_Message message;
     ASSERT_EQ(decode(asn1D_Message, message, kEveryForm), 0);
     ASSERT_FALSE(isHeapEmpty());
@@ -104,7 +108,7 @@ TEST_F(SampleCodec, FreeingTwiceDoesNoHarm) {
     }
 }
 
-TEST_F(SampleCodec, ValuesDecodedInPlaceAreNotFreed) {
+TEST_F(ValueCodec, ValuesDecodedInPlaceAreNotFreed) {
     rtCtxtSetFlag(&ctxt_, CTX_FLAG_ZERO_COPY);
     ASN1T_Typed typed;
     ASSERT_EQ(decode(asn1D_Typed, typed, "30 08 06 03 88 37 05 02 01 61"), 0);
@@ -113,7 +117,7 @@ TEST_F(SampleCodec, ValuesDecodedInPlaceAreNotFreed) {
     EXPECT_EQ(typed.value.data, nullptr);
 }
 
-TEST_F(SampleCodec, NestingBeyondTheLimitIsRefused) {
+TEST_F(ValueCodec, NestingBeyondTheLimitIsRefused) {
     // Message in Message by [2]: each takes a level, and its list of labels another one inside
     const auto nested = [](unsigned levels) {
         Octets octets;
@@ -138,11 +142,11 @@ TEST_F(SampleCodec, NestingBeyondTheLimitIsRefused) {
     EXPECT_EQ(ctxt_.levelDepth, 0U);
 }
 
-TEST_F(SampleCodec, DamagedValuesAreSafe) {
+TEST_F(ValueCodec, DamagedValuesAreSafe) {
     survivesDamage(asn1D_Message, asn1E_Message, testkit::fromHex(kEveryForm));
 }
 
-TEST_F(SampleCodec, ControlObjectsEncodeDecodeAndCopy) {
+TEST_F(ValueCodec, ControlObjectsEncodeDecodeAndCopy) {
     const Octets input = testkit::fromHex("30 0B 02 01 05 0A 01 01 30 03 13 01 61");
     std::unique_ptr<ASN1T_Message> kept;
     {

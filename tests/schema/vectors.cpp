@@ -84,6 +84,10 @@ std::vector<std::string> columns(const std::string& line) {
 
 }  // namespace
 
+Bytes octets(const std::string& notation) {
+    return Notation().read(notation);
+}
+
 std::vector<Vector> readVectors(const std::string& file) {
     const Bytes text = testkit::readFile("data/schema/" + file);
     std::istringstream lines(std::string(text.begin(), text.end()));

@@ -23,6 +23,9 @@ struct Vector {
     testkit::Bytes input;
 };
 
+/// Octets in the notation above, without names.
+testkit::Bytes octets(const std::string& notation);
+
 /// The values of a file of tests/data/schema. A line that cannot be read ends the test program.
 std::vector<Vector> readVectors(const std::string& file);
 
