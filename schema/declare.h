@@ -1,4 +1,4 @@
-// The parts of generated headers that are alike for all types and all classes of objects.
+// The parts of generated headers that are the same for all types and for all object classes.
 //
 // These are macros because the fixed names (asn1E_T, constructASN1TExtnType) contain the name of the type or of the
 // class's field, and only the preprocessor can compose a name:
@@ -10,7 +10,7 @@
 //     };
 //     SCHEMA_RECORD(CertID, schema::RecordBase)
 //
-// Every use stands on one line of a generated header, behind the definition of its type in ASN.1.
+// Each use takes one line of a generated header, below the ASN.1 definition of its type.
 #pragma once
 
 #include "schema/control.h"
@@ -28,7 +28,7 @@
         }                                                        \
     }
 
-/// The four functions on values of one type. `function` is the name behind asn1E_, `info` the table of the type.
+/// The four functions on values of one type. `function` is the name after asn1E_, `info` the table of the type.
 #define SCHEMA_FUNCTIONS(function, name, info)                                                                        \
     [[nodiscard]] inline int asn1E_##function(ASN1CTXT* ctxt, ASN1T_##name* value, ASN1TagType tagType) {             \
         return schema::encodeValue(ctxt, info, value, tagType);                                                       \
@@ -82,9 +82,9 @@
         using ASN1C_##target::ASN1C_##target;      \
     };
 
-/// A class of information objects whose field for the value's type is called `Field`: the abstract class; the bridge
-/// for schema::kAccess; and the template behind its objects. The destructor of the template is defined in sources, as
-/// those of objects: an inline one would draw in all operations where the type of the value is only named.
+/// A class of information objects whose type field is called `Field`: the abstract class, the functions that
+/// schema::kAccess calls, and the template of its objects. The destructors of the template and of the objects are
+/// defined in sources: inline ones would instantiate all operations where only the name of the value's type is known.
 #define SCHEMA_OBJECT_CLASS(name, Field)                                                                           \
     class name {                                                                                                   \
     public:                                                                                                        \
@@ -132,7 +132,7 @@
         using name::name;                                                                                          \
     };
 
-/// An object of the class: its value's operations come from schema::ValueOf or its siblings.
+/// An object of the class. schema::ValueOf or a similar class provides the operations on its value.
 #define SCHEMA_OBJECT(name, objectClass, ...)           \
     class name : public objectClass##_of<__VA_ARGS__> { \
     public:                                             \

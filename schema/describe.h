@@ -1,5 +1,4 @@
-// Makes the TypeInfo of a type from its record and its member table. Generated sources only; all of it happens when
-// they are compiled.
+// Derives the TypeInfo of a type from its record and its member table, at compile time. For generated sources only.
 //
 //     const TypeInfo kType_CertID = describe<ASN1T_CertID>(Kind::Sequence, kMembers_CertID);
 #pragma once
@@ -8,8 +7,8 @@
 
 #include "schema/record.h"
 
-// Records have a base with a data member; the compilers define offsetof for them nevertheless. The generated sources
-// use it for their members, hence for the rest of the file.
+// offsetof is only conditionally supported for records, which have a base class with a data member. GCC and clang
+// support it. The generated sources use it too, so the warning stays off for the rest of the file.
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
 
 namespace schema {

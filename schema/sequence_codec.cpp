@@ -1,4 +1,4 @@
-// SEQUENCE: members in reverse order on the way out; on the way in one pass over the member positions.
+// SEQUENCE: encoded in reverse order; decoded in one pass over the member positions.
 #include <cstring>
 
 #include "asn1rt/encode.h"
@@ -26,8 +26,8 @@ bool isWritten(const TypeInfo& type, const MemberInfo& member, const void* recor
     return true;
 }
 
-/// Whether an untagged CHOICE or a raw value that may be absent is there. Other types are tried instead; a CHOICE would
-/// answer STATUS_BAD_CHOICE for its own absence, and a raw value would take any element for itself.
+/// Whether an untagged CHOICE or raw value that may be absent is present. Members of other types are simply tried, but
+/// an absent CHOICE would report STATUS_BAD_CHOICE, and a raw value would accept any element.
 bool isAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
     std::uint32_t tag = 0;
     int length = 0;
@@ -41,7 +41,7 @@ bool isAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
     return xd_tag_len(ctxt, &tag, &length, 0) != 0 || ((tag ^ member.tag) & ~kTagConstructed) == 0;
 }
 
-/// Whether the next element has the member's own tag, the constructed bit aside.
+/// Whether the next element has the member's own tag, ignoring the constructed bit.
 bool isOwnTagAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
     if (hasLongTag(member)) [[unlikely]] {
         return isLongTagAhead(ctxt, member);
@@ -49,8 +49,8 @@ bool isOwnTagAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
     return (ctxt->buffer.data[ctxt->buffer.byteIndex] & 0xDFU) == tagOctet(member);
 }
 
-/// The member at this position when it is there: sets `isThere`. An untagged OPTIONAL member is tried, and a mismatch
-/// anywhere in it counts as its absence; the position in the input is not taken back.
+/// Decodes the member at this position and sets `isThere`. An untagged OPTIONAL member is tried: any tag mismatch
+/// inside it means that it is absent, and the input position is not restored.
 int decodeAtPosition(ASN1CTXT* ctxt, const MemberInfo& member, void* record, bool& isThere) {
     isThere = true;
     const bool mayBeAbsent = (member.flags & kMayBeAbsent) != 0;
@@ -79,7 +79,7 @@ int decodeAtPosition(ASN1CTXT* ctxt, const MemberInfo& member, void* record, boo
     return status;
 }
 
-/// Whether the next element begins the second root, the members behind the additions.
+/// Whether the next element belongs to the second root, the members after the additions.
 bool isSecondRootAhead(ASN1CTXT* ctxt, const TypeInfo& type) {
     std::uint32_t tag = 0;
     int length = 0;
@@ -98,7 +98,7 @@ bool isSecondRootAhead(ASN1CTXT* ctxt, const TypeInfo& type) {
     return false;
 }
 
-/// Additions of later versions of the type. They are kept and written again.
+/// Keeps the additions of later versions of the type. They are encoded again unchanged.
 [[gnu::noinline]] int decodeAdditions(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ContentsEnd end) {
     while (!end.isReached(ctxt) && !isSecondRootAhead(ctxt, type)) {
         const int status = decodeAddition(ctxt, type, record);
@@ -113,7 +113,7 @@ int decodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record, int length
     const ContentsEnd end(ctxt, length);
     const MemberInfo* member = type.members;
     const MemberInfo* const last = type.members + type.numMembers;
-    // In front of the unknown additions; behind them, the end.
+    // First the place of unknown additions, then the end.
     const MemberInfo* stop = type.members + type.numBeforeAdditions;
     std::uint32_t present = 0;
     unsigned numRequired = 0;
@@ -159,7 +159,7 @@ void setDefault(const MemberInfo& member, void* record) {
     if ((member.flags & (kDefaultFalse | kDefaultTrue)) != 0) {
         at<std::uint8_t>(record, member.offset) = (member.flags & kDefaultTrue) != 0 ? 1 : 0;
     } else if (member.kind == Kind::Unsigned && (member.flags & kOptional) != 0) {
-        // An absent version is 0, v1, also in a record that held another one before.
+        // An absent version is 0 (v1), even if the record was used before.
         at<std::uint32_t>(record, member.offset) = 0;
     }
 }
@@ -180,7 +180,7 @@ void clearRecord(const TypeInfo& type, void* record) {
 int decodeAddition(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
     const std::uint32_t before = ctxt->buffer.byteIndex;
     const int status = xd_OpenTypeAppend(ctxt, &at<ASN1TSeqOfList>(record, type.extensionOffset));
-    // An open type whose header is cut off reads nothing and fails nowhere.
+    // A truncated open type reads nothing and reports no error.
     return status == 0 && ctxt->buffer.byteIndex == before ? STATUS_END_OF_BUFFER : status;
 }
 

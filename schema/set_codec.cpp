@@ -1,4 +1,4 @@
-// SET: members in any order on the way in, each at most once; on the way out in reverse definition order, unsorted.
+// SET: decoded in any order, each member at most once; encoded in reverse definition order, unsorted.
 #include <algorithm>
 
 #include "asn1rt/encode.h"
@@ -12,7 +12,7 @@ namespace {
 constexpr std::uint8_t kSetOctet = 0x11;
 constexpr std::uint8_t kMayBeAbsent = kOptional | kDefaultFalse | kDefaultTrue;
 
-/// Which members have been decoded. One word of bits covers 64 of them, and few SETs have more.
+/// The members decoded so far, one bit each. Only the words that the SET needs are initialised.
 class SeenMembers {
 public:
     explicit SeenMembers(unsigned numMembers) { std::fill_n(words_, (numMembers + kBits - 1) / kBits, 0); }
@@ -25,7 +25,7 @@ private:
     std::uint64_t words_[kMaxMembers / kBits];
 };
 
-/// The member that an element with this tag is, or null.
+/// Returns the member with this tag, or null.
 const MemberInfo* findMember(const TypeInfo& type, std::uint32_t tag) {
     for (unsigned i = 0; i < type.numMembers; ++i) {
         if (acceptsTag(type.members[i], tag)) {
@@ -96,7 +96,7 @@ int decodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record, int length
             return status;
         }
         if (ctxt->buffer.byteIndex == before) {
-            return STATUS_END_OF_BUFFER;  // an open type whose header is cut off reads nothing and fails nowhere
+            return STATUS_END_OF_BUFFER;  // a truncated open type reads nothing and reports no error
         }
     }
     return finish(type, record, seen);
