@@ -1,4 +1,4 @@
-// Rules on types and members; those on objects, identifiers and names are in check_names.cpp.
+// Rules for types and members. Rules for objects, identifiers and names are in check_names.cpp.
 #include "schema/compiler/check.h"
 
 #include <algorithm>
@@ -38,12 +38,12 @@ void checkAlias(const Type& type, Diagnostics& diagnostics) {
     }
 }
 
-// A record that holds itself whole through members that are always there can never be written.
+// A record that always contains itself can never be encoded.
 class EmbeddingCheck {
 public:
     explicit EmbeddingCheck(Diagnostics& diagnostics) : diagnostics_(diagnostics) {}
 
-    // An own stack in place of recursion: a chain of records may be as long as the schema.
+    // An explicit stack instead of recursion: a chain of records may be as long as the schema.
     void run(const Type& root) {
         if (!isRecord(root) || done_.count(&root) != 0) {
             return;
@@ -109,7 +109,7 @@ void checkNumMembers(const Type& type, Diagnostics& diagnostics) {
     }
 }
 
-// The tags by which a use can begin.
+// The tags that can start a use.
 using TagKey = std::pair<TagClass, std::uint32_t>;
 struct FirstTags {
     std::vector<TagKey> keys;
@@ -151,8 +151,8 @@ void reportTwins(const Member& member, const FirstTags& first, std::set<TagKey>&
     }
 }
 
-// Alternatives of a CHOICE, members of a SET, and members of a SEQUENCE up to the next one that is always there must
-// be told apart by their first tag. A value of any type takes what belongs to those behind it.
+// The alternatives of a CHOICE, the members of a SET, and the members of a SEQUENCE up to the next one that is always
+// present must differ in their first tag. An open value of any type matches the elements of the members after it.
 void checkTagsDiffer(const Type& type, Diagnostics& diagnostics) {
     std::set<TagKey> seen;
     const Member* any = nullptr;
@@ -172,7 +172,7 @@ void checkTagsDiffer(const Type& type, Diagnostics& diagnostics) {
     }
 }
 
-// A tag around a tag around a type: one of them has to be a type of its own.
+// A tag around a tag around a type: one of them must be defined as a separate type.
 void checkTagDepth(const Use& use, Diagnostics& diagnostics) {
     const WireTags tags = wireTags(use);
     const bool isWrapped = tags.written.size() == 1 && !tags.written.front().isExplicit;
@@ -239,7 +239,7 @@ void checkDefault(const Member& member, Diagnostics& diagnostics) {
     }
 }
 
-// With a table constraint, the key is what tells the type.
+// The key of a table constraint selects the type of the open value.
 void checkTable(const Type& type, Diagnostics& diagnostics) {
     if (type.takesAnyString && (!type.table || type.table->form == TableForm::InOctetString)) {
         diagnostics.error(type.span, quoted(type.name) + " has no open value that could be any string");

@@ -1,4 +1,4 @@
-// The header of a module: records, functions, control classes, classes of objects, objects and sets.
+// Emits the header of a module: records, functions, control classes, object classes, objects and sets.
 #include <algorithm>
 #include <string>
 
@@ -71,7 +71,7 @@ private:
                   ";");
     }
 
-    // The definition as it stands in the schema, with its place at the end of the first line.
+    // The ASN.1 definition, with its source position at the end of the first line.
     void comment(std::string_view lead, Span span) {
         const std::string place =
             "  [" + sources_.stem(span.file) + ".asn1:" + std::to_string(sources_.position(span).line) + "]";
@@ -104,7 +104,7 @@ private:
     }
 
     static std::string octetFields(std::uint32_t maxOctets) {
-        // An array of no octets does not exist in C++.
+        // C++ has no empty arrays.
         return "std::uint32_t numocts = 0; std::uint8_t data[" + std::to_string(maxOctets == 0 ? 1 : maxOctets) +
                "] = {};";
     }

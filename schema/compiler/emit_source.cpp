@@ -1,4 +1,4 @@
-// The sources of a module: member tables, table constraints, TypeInfos, objects and sets.
+// Emits the sources of a module: member tables, table constraints, TypeInfos, objects and sets.
 #include <cstdio>
 #include <set>
 #include <string>
@@ -66,7 +66,7 @@ std::string memberEntry(const MemberLayout& member, const std::string& offset) {
     return entry.text();
 }
 
-// What belongs together stays in one source.
+// Collects chunks of lines; each chunk must stay in one source.
 class SourceEmitter {
 public:
     explicit SourceEmitter(const ModuleLayout& module) : module_(module) {}

@@ -1,4 +1,4 @@
-// Following names through the model.
+// Follows names through the model.
 #include "schema/compiler/queries.h"
 
 #include <algorithm>
@@ -6,7 +6,7 @@
 namespace schemac {
 namespace {
 
-// Longer chains of aliases are taken for circles; check reports them.
+// Longer chains of aliases are treated as cycles; check() reports them.
 constexpr int kMaxAliases = 100;
 
 const Use kNoUse;

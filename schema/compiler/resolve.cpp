@@ -1,4 +1,4 @@
-// Declares everything under its name, lets the parts define themselves, and ties them together.
+// Declares all names, defines their types, objects and sets, and links them.
 #include "schema/compiler/resolve.h"
 
 #include <algorithm>
@@ -80,7 +80,7 @@ void Resolver::declare(Module& module, const AssignmentNode& node) {
 
 void Resolver::declareType(Module& module, const AssignmentNode& node) {
     if (node.hasParameters || findClass(node.name, true) != nullptr) {
-        // A pattern for types, or another name for a class: nothing is made of it by itself.
+        // A parameterized type or another name for a class generates nothing by itself.
         readAnnotations(node.annotations, AnnotationPlace::Other, diagnostics_);
         return;
     }
@@ -95,7 +95,7 @@ void Resolver::declareType(Module& module, const AssignmentNode& node) {
 void Resolver::declareClass(const AssignmentNode& node) {
     if (node.hasParameters) {
         diagnostics_.error(node.name.span, "a class with parameters is not carried");
-    } else if (classes_.find(&node) == classes_.end()) {  // a definition further up may have asked for it already
+    } else if (classes_.find(&node) == classes_.end()) {  // an earlier definition may have requested it
         makeClass(node, *node.objectClass);
     }
 }
@@ -113,11 +113,11 @@ void Resolver::makeClass(const AssignmentNode& node, const ClassNode& body) {
     classes_.emplace(&node, &objectClass);
 }
 
-// A value's governor tells what it is: an object of a class, an object identifier, or a number.
+// The governor of a value determines its kind: an object of a class, an object identifier, or a number.
 void Resolver::declareValue(Module& module, const AssignmentNode& node) {
     const TypeNode& governor = *node.type;
     if (governor.syntax == TypeSyntax::Reference && scope_.leadsNowhere(governor.name)) {
-        scope_.find(governor.name);  // for its message: what the value should be cannot be known
+        scope_.find(governor.name);  // reports the undefined name; the kind of the value is unknown
         return;
     }
     if (governor.syntax == TypeSyntax::Reference && findClass(governor.name, true) != nullptr) {
@@ -175,7 +175,7 @@ void Resolver::declareSet(Module& module, const AssignmentNode& node) {
     sets_.emplace(&node, &set);
 }
 
-// A shared list follows the type that it lists, in that type's module: whoever uses the list knows its elements.
+// A shared list follows its element type, in that type's module.
 void Resolver::placeSharedLists() {
     for (Module& module : model_.modules) {
         std::vector<Type*> placed;
@@ -211,7 +211,7 @@ void Resolver::replaceComponentsOf(Type& type, int depth) {
             }
             continue;
         }
-        member.use.kind = Kind::Unresolved;  // a circle finds this and stops
+        member.use.kind = Kind::Unresolved;  // ends a cycle
         replaceComponentsOf(*source, depth + 1);
         for (const Member& copied : source->members) {
             if (copied.part != MemberPart::Additions) {
@@ -240,7 +240,7 @@ void Resolver::linkTables(Type& type) {
 
 void Resolver::linkTable(Type& type, std::size_t memberIndex, const TableUse& table, TableForm form) {
     if (table.key.text.empty()) {
-        return;  // only limits the keys, which changes nothing here
+        return;  // only limits the keys; has no effect here
     }
     const AssignmentNode* const found = scope_.find(table.setName);
     const auto set = found == nullptr ? sets_.end() : sets_.find(found);
@@ -263,7 +263,7 @@ void Resolver::linkTable(Type& type, std::size_t memberIndex, const TableUse& ta
     }
 }
 
-// What has no tag of its own cannot be tagged implicitly: the tag is explicit whatever the module's default.
+// An untagged CHOICE or open type cannot be tagged implicitly: its tag is explicit, whatever the module's default.
 void Resolver::settleTags(Use& use) {
     if (use.tags.empty() || use.tags.back().isExplicit) {
         return;

@@ -1,4 +1,4 @@
-// Object classes, objects and sets of objects.
+// Object classes, objects and object sets.
 #include <algorithm>
 #include <utility>
 
@@ -9,10 +9,10 @@ namespace schemac {
 
 namespace {
 
-// Sets that name sets that name sets could be followed for ever; no real schema comes near this.
+// Limits the expansion of sets that include each other. Far above any real schema.
 constexpr std::size_t kMaxSetSteps = 1u << 16;
 
-// The brace that closes the one at `open`. The parser has paired all braces before `end`.
+// The brace that closes the one at `open`. The parser has matched all braces before `end`.
 const Token* endOfBraces(const Token* open, const Token* end) {
     std::size_t depth = 0;
     const Token* at = open;
@@ -28,13 +28,13 @@ const Token* endOfBraces(const Token* open, const Token* end) {
 
 }  // namespace
 
-// What an object says about the fields that matter; the others are read and forgotten.
+// The relevant fields of an object. Other fields are parsed and ignored.
 struct Resolver::ObjectFields {
     std::optional<ValueNode> key;
     std::unique_ptr<TypeNode> value;
 };
 
-// The class that the name means, through other names for it. Quiet: null when it is no class, without a message.
+// The class with this name or alias. If `isQuiet`, returns null without a report when it is not a class.
 const Class* Resolver::findClass(const Name& name, bool isQuiet) {
     const AssignmentNode* found = isQuiet ? scope_.findQuietly(name) : scope_.find(name);
     const AssignmentNode* alias = nullptr;
@@ -54,8 +54,7 @@ const Class* Resolver::findClass(const Name& name, bool isQuiet) {
     return nullptr;
 }
 
-// What ASN.1 itself defines becomes a class under the first name that a module gives it; all other names for a class
-// are only that.
+// A built-in class becomes a class under the first name that a module gives it. All other aliases generate nothing.
 const Class* Resolver::classOf(const AssignmentNode& node, const AssignmentNode* alias) {
     const bool isBuiltin = scope_.moduleOf(node.name.span).isBuiltin;
     const AssignmentNode& owner = isBuiltin && alias != nullptr ? *alias : node;
@@ -77,7 +76,7 @@ void Resolver::defineClass(Class& objectClass) {
     }
 }
 
-// Reads along the class's own syntax. A group that does not begin with its first word is absent.
+// Parses an object by the syntax of its class. A group whose first word is missing is absent.
 bool Resolver::readSyntax(Parser& parser, const std::vector<SyntaxNode>& syntax, const Class& objectClass,
                           ObjectFields& fields) {
     for (const SyntaxNode& node : syntax) {
@@ -117,7 +116,7 @@ bool Resolver::readField(Parser& parser, const Name& name, const Class& objectCl
             fields.value = std::move(type);
         }
     } else if (name.text.size() > 1 && bare[0] >= 'A' && bare[0] <= 'Z') {
-        // A field that holds a set: a braced list or the name of one.
+        // A set field: a braced list or the name of a set.
         if (parser.peek().is("{")) {
             parser.takeBraced();
         } else {
@@ -186,7 +185,7 @@ void Resolver::defineObject(Object& object, const AssignmentNode& node) {
     }
 }
 
-// A named type stays what it is, NULL needs nothing; all else is lifted.
+// Named types and NULL are used as they are; all other types are lifted.
 Use Resolver::objectValue(const Object& object, const TypeNode& node) {
     const bool isPlain = node.tags.empty() && node.constraints.empty();
     const Place place{object.module, "_" + std::string(object.name.text) + "_" + object.objectClass->typeField, 0};
@@ -203,7 +202,7 @@ Use Resolver::objectValue(const Object& object, const TypeNode& node) {
     return use;
 }
 
-// "{ a | b, ..., c | OtherSet }": commas and bars both only separate.
+// "{ a | b, ..., c | OtherSet }": commas and bars are equivalent separators.
 void Resolver::defineSet(ObjectSet& set, const AssignmentNode& node, int depth) {
     if (node.value.kind != ValueNode::Kind::Braced) {
         diagnostics_.error(node.value.span, "a set in braces expected");
@@ -245,7 +244,7 @@ void Resolver::addToSet(ObjectSet& set, const Name& name, int depth) {
         diagnostics_.error(name.span, quoted(name.text) + " is neither an object nor a set");
     } else if (depth >= kMaxDepth) {
         diagnostics_.error(name.span, "this set contains itself");
-        numSetSteps_ = kMaxSetSteps;  // the other ways round the circle lead nowhere new
+        numSetSteps_ = kMaxSetSteps;  // other paths around the cycle find nothing new
     } else {
         defineSet(set, *found, depth + 1);
     }

@@ -1,4 +1,4 @@
-// Types: what is spelled out, what is lifted, and the bounds and tags of each use.
+// Types: inline and lifted definitions, and the bounds and tags of each use.
 #include <algorithm>
 #include <limits>
 #include <utility>
@@ -9,7 +9,7 @@
 namespace schemac {
 namespace {
 
-// All expansions of types with parameters together make no more tokens than this.
+// The most tokens that all expansions of parameterized types may produce together.
 constexpr std::size_t kMaxExpandedTokens = 1u << 20;
 
 struct BuiltinKind {
@@ -64,7 +64,7 @@ Type& Resolver::newType(Module& module, std::string name, std::string cppName, S
     return type;
 }
 
-// Fills a type that has a name, with the tags and bounds that stand in its definition.
+// Defines a named type, with the tags and bounds in its definition.
 void Resolver::define(Type& type, const TypeNode& node, const Place& place, const AnnotationSet& annotations) {
     if (node.hasActuals && !annotations.isOpen) {
         if (const TypeNode* const body = expand(node, place)) {
@@ -182,7 +182,7 @@ void Resolver::defineNumbers(Type& type, const TypeNode& node) {
     type.isExtensible = node.isExtensible;
 }
 
-// A type where it is used: spelled out, by name, or lifted and then by name.
+// Resolves a type where it is used: inline, by name, or lifted and then by name.
 Use Resolver::resolveUse(const TypeNode& node, const Place& place, const AnnotationSet& annotations) {
     Use use;
     if (annotations.isOpen) {
@@ -266,7 +266,7 @@ Type& Resolver::sharedList(Type& element, bool isSet, Span span) {
     return *list;
 }
 
-// Kept raw; a name is looked up all the same, since it tells by which tag an optional one is recognised.
+// A type kept raw. Its name is still resolved, since its tag identifies an optional value.
 Use Resolver::openUse(const TypeNode& node) {
     Use use;
     use.span = node.span;
@@ -316,7 +316,7 @@ Use Resolver::referenceUse(const TypeNode& node) {
     return use;
 }
 
-// "CLASS.&Type" is an open type; a field with a type of its own is that type.
+// "CLASS.&Type" is an open type; a value field has its own type.
 Use Resolver::fieldUse(const TypeNode& node, const Place& place) {
     Use use;
     use.span = node.span;
@@ -343,7 +343,7 @@ Use Resolver::fieldUse(const TypeNode& node, const Place& place) {
     return use;
 }
 
-// The tokens of the pattern with the parameters replaced, read as a type.
+// Replaces the parameters in the tokens of a parameterized type and parses the result.
 const TypeNode* Resolver::expand(const TypeNode& node, const Place& place) {
     const AssignmentNode* const found = scope_.find(node.name);
     if (found == nullptr) {
@@ -377,7 +377,7 @@ const TypeNode* Resolver::expand(const TypeNode& node, const Place& place) {
     numExpandedTokens_ += tokens.size();
     if (numExpandedTokens_ > kMaxExpandedTokens || place.depth >= kMaxDepth) {
         diagnostics_.error(node.name.span, "parameters expand without end");
-        numExpandedTokens_ = kMaxExpandedTokens;  // the other ways round the circle lead nowhere new
+        numExpandedTokens_ = kMaxExpandedTokens;  // other paths around the cycle find nothing new
         return nullptr;
     }
     expandedTokens_.push_back(std::move(tokens));

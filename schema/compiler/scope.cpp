@@ -61,8 +61,8 @@ const ModuleNode* Scope::findModule(std::string_view name) const {
     return found == byName_.end() ? nullptr : found->second;
 }
 
-// A module may pass on what it imports itself; the bound breaks circles of such imports.
-// A name that a module does not know may be one that ASN.1 defines itself.
+// A module may re-export an import; the bound ends cycles of such imports. A name unknown to the module may be built
+// in.
 const AssignmentNode* Scope::findFrom(std::uint32_t file, std::string_view name) const {
     for (int hops = 0; hops < kMaxDepth; ++hops) {
         const auto found = entries_[file].find(name);
@@ -97,7 +97,7 @@ bool Scope::leadsNowhere(const Name& name) const {
 const AssignmentNode* Scope::find(const Name& name) const {
     const AssignmentNode* const found = findQuietly(name);
     const auto& entries = entries_[name.span.file];
-    if (found == nullptr && entries.find(name.text) == entries.end()) {  // a failed import has its own message
+    if (found == nullptr && entries.find(name.text) == entries.end()) {  // a failed import has been reported
         diagnostics_.error(name.span, quoted(name.text) + " is not defined here, nor imported");
     }
     return found;

@@ -1,4 +1,4 @@
-// Which definition a name means, over all modules: the module's own, else what it imports.
+// Resolves names across modules: a module's own definitions first, then its imports.
 #pragma once
 
 #include <cstdint>
@@ -13,19 +13,20 @@ namespace schemac {
 
 class Scope {
 public:
-    // Reports names defined twice, modules given twice and imports of what is not there. `modules` must outlive this.
+    // Reports repeated definitions, repeated modules and imports of undefined names. `modules` must outlive this
+    // object.
     Scope(const std::vector<ModuleNode>& modules, Diagnostics& diagnostics);
 
-    // The definition that the name means in the file it stands in; null, with a mistake reported, when there is none.
+    // The definition of the name in its file. Reports an error and returns null if there is none.
     const AssignmentNode* find(const Name& name) const;
-    // The same, silent.
+    // The same without a report.
     const AssignmentNode* findQuietly(const Name& name) const;
     const AssignmentNode* findIn(const Name& module, const Name& name) const;
 
-    // True for the second definition of a name, which is reported and otherwise ignored.
+    // True for a repeated definition, which has been reported and is otherwise ignored.
     bool isRepeated(const AssignmentNode& node) const { return repeated_.count(&node) != 0; }
 
-    // True when the name, or one that it stands for, is not defined. That is reported where the missing name stands.
+    // True when the name or one that it renames is undefined. The error is reported where the undefined name appears.
     bool leadsNowhere(const Name& name) const;
 
     const ModuleNode& moduleOf(Span span) const { return modules_[span.file]; }

@@ -5,8 +5,8 @@ namespace schemac {
 
 namespace {
 
-// Where a line of code is best broken: behind a comma, else at a blank; never inside a literal or a comment. The number
-// of characters on the first line; all of them when they fit, or when they cannot be broken.
+// The number of characters to put on the first line: up to the last comma that fits, else the last blank; never inside
+// a literal or a comment. All characters if they fit or cannot be broken.
 std::size_t breakingPoint(std::string_view text, std::size_t room) {
     if (text.size() <= room || text.front() == '#') {
         return text.size();
@@ -61,7 +61,7 @@ void TextWriter::comment(std::string_view text) {
         while (!one.empty() && (one.back() == ' ' || one.back() == '\r' || one.back() == '\t')) {
             one.remove_suffix(1);
         }
-        const bool swallowsNext = !one.empty() && one.back() == '\\';  // would carry the comment on
+        const bool swallowsNext = !one.empty() && one.back() == '\\';  // would continue the comment
         add(std::string(one.empty() ? "//" : "// ") + std::string(one) + (swallowsNext ? "." : ""), depth_ * 4);
         text = end == std::string_view::npos ? std::string_view() : text.substr(end + 1);
     }
