@@ -24,7 +24,7 @@ namespace {
 
 using namespace asn1data;
 
-// What an object's base says about its value.
+// Reads the value type of an object from its base class.
 template <template <class> class Class, class Record, class Control, const schema::TypeInfo& type>
 void setValue(const Class<schema::ValueOf<Record, Control, type>>& /*object*/, ObjectRow& row) {
     row.value = &type;

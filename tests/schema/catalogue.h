@@ -1,5 +1,5 @@
 // The types and object sets of the library's schema, bound to what the build provides. The names come from
-// tests/data/schema/catalogue.inc, and a name without its artefacts does not compile or link.
+// tests/data/schema/catalogue.inc, and a name that is missing from the build does not compile or link.
 #pragma once
 
 #include <vector>

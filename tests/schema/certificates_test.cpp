@@ -1,4 +1,4 @@
-// The certificate types on certificates made by openssl, and on what no tool would make.
+// Tests of the certificate types with certificates made by openssl.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -18,7 +18,7 @@ using namespace testkit;
 
 class CertificatesModule : public schematest::CodecTest {
 protected:
-    /// The extension with this key, or null.
+    /// Returns the extension with this key, or null.
     static ASN1T_Extension* find(const ASN1T_Certificate& certificate, const ASN1OBJID& key) {
         for (auto* node = certificate.tbsCertificate.extensions.pHead; node != nullptr; node = node->pNext) {
             auto* extension = static_cast<ASN1T_Extension*>(node->data);
@@ -34,7 +34,7 @@ Bytes extension(const char* key, const Bytes& value) {
     return tlv::sequence({tlv::oid(key), tlv::octetString(value)});
 }
 
-TEST_F(CertificatesModule, KnownExtensionsAreDecodedAndOthersStayRaw) {
+TEST_F(CertificatesModule, DecodesKnownExtensionsAndKeepsOthersRaw) {
     ASN1T_Certificate certificate;
     ASSERT_EQ(decode(asn1D_Certificate, certificate, file("leaf.der")), 0);
     EXPECT_STREQ(certificate.tbsCertificate.serialNumber, "0x0c0ffee00c0ffee00c0ffee");
@@ -52,7 +52,7 @@ TEST_F(CertificatesModule, KnownExtensionsAreDecodedAndOthersStayRaw) {
     EXPECT_EQ(point->distributionPoint.t, static_cast<unsigned>(ASN1T_DistributionPointName::T_fullName));
 }
 
-/// Octets asked for while it lives.
+/// Counts the octets requested during its lifetime.
 class AllocationCount {
 public:
     AllocationCount() {
@@ -69,9 +69,9 @@ public:
     static inline std::size_t total = 0;
 };
 
-TEST_F(CertificatesModule, ManySmallKnownValuesAreEncodedInLittleMemory) {
+TEST_F(CertificatesModule, EncodesManySmallKnownValuesInLittleMemory) {
     const Bytes small = extension("2.5.29.19", tlv::sequence({}));
-    const Bytes grows = extension("2.5.29.15", fromHex("03 00"));  // comes out as 03 01 00
+    const Bytes grows = extension("2.5.29.15", fromHex("03 00"));  // encoded as 03 01 00
     for (const Bytes& one : {small, grows}) {
         Bytes all;
         for (unsigned i = 0; i < 1000; ++i) {
@@ -85,7 +85,7 @@ TEST_F(CertificatesModule, ManySmallKnownValuesAreEncodedInLittleMemory) {
     }
 }
 
-TEST_F(CertificatesModule, DamagedOnesAreSafe) {
+TEST_F(CertificatesModule, DamagedInputIsSafe) {
     survivesDamage(asn1D_Certificate, asn1E_Certificate, file("leaf.der"));
 }
 

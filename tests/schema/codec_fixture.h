@@ -1,4 +1,4 @@
-// Contexts for one test, for tests of encoders and decoders.
+// The fixture for tests of encoders and decoders.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -19,8 +19,8 @@ namespace schematest {
 
 using Octets = testkit::Bytes;
 
-/// Values are read in one context, and copied and written in another. The input is copied, so that the sanitizer sees a
-/// read past its end.
+/// Decodes in one context; copies and encodes in another. Input is copied to a block of its exact size, so that the
+/// sanitizer detects reads past its end.
 class CodecTest : public testing::Test {
 protected:
     void SetUp() override {
@@ -32,7 +32,7 @@ protected:
         rtFreeContext(&ctxt_);
     }
 
-    /// Drops all that the context holds, also what a failed decoder has left.
+    /// Releases all memory of the context, including that of failed decodes.
     static void renew(ASN1CTXT& ctxt) {
         rtFreeContext(&ctxt);
         ASSERT_EQ(rtInitContext(&ctxt, nullptr), 0);
@@ -54,7 +54,7 @@ protected:
         return decode(decoder, record, testkit::fromHex(hex));
     }
 
-    /// The octets written, or a status.
+    /// Returns the number of octets, or a status.
     template <class Record>
     int encode(int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), Record& record) {
         rtErrReset(&ctxt_.errInfo);
@@ -62,7 +62,7 @@ protected:
         return status != 0 ? status : encoder(&ctxt_, &record, TAG_EXPLICIT);
     }
 
-    /// The octets of a record that can be encoded.
+    /// Encodes a valid record.
     template <class Record>
     Octets encoded(int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), Record& record) {
         const int length = encode(encoder, record);
@@ -70,8 +70,8 @@ protected:
         return length > 0 ? Octets(xe_getp(&ctxt_), xe_getp(&ctxt_) + length) : Octets();
     }
 
-    /// Reads the octets by the type, copies and frees the value, and writes the copy. Returns "same" when that gives
-    /// the same octets, the octets when it does not, or the status that stopped it.
+    /// Decodes the octets by the type, copies and frees the value, and encodes the copy. Returns "same" if that gives
+    /// the same octets, otherwise the octets, or the status of a failed decode.
     std::string again(const TypeRow& type, const Octets& octets) {
         renew(ctxt_);
         std::vector<std::uint64_t> read(type.sizeRecord / sizeof(std::uint64_t) + 1);
@@ -89,7 +89,7 @@ protected:
         return result == octets ? "same" : testkit::toHex(result);
     }
 
-    /// The value of the type in the writing context; no octets when it cannot be encoded.
+    /// Encodes the value in the writing context. Returns no octets if that fails.
     Octets write(const TypeRow& type, void* value) {
         EXPECT_EQ(xe_setp(&writer_, nullptr, 0), 0);
         const int length = type.encode(&writer_, value, TAG_EXPLICIT);
@@ -97,7 +97,7 @@ protected:
         return length > 0 ? Octets(xe_getp(&writer_), xe_getp(&writer_) + length) : Octets();
     }
 
-    /// Every value of the file gives its result.
+    /// Checks the result of every value in the file.
     void runVectors(const std::string& file, const std::vector<TypeRow>& types) {
         for (const Vector& vector : readVectors(file)) {
             SCOPED_TRACE(vector.type + ": " + vector.name);
@@ -113,7 +113,7 @@ protected:
         return type != types.end() ? &*type : nullptr;
     }
 
-    /// Decodes every prefix, which fails, and the octets with one of them damaged, with any result.
+    /// Decodes the octets with each of them damaged in turn, with any result, and every prefix, which must fail.
     template <class Record>
     void survivesDamage(int (*decoder)(ASN1CTXT*, Record*, ASN1TagType, int),
                         int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), const Octets& whole) {
@@ -130,10 +130,10 @@ protected:
         }
     }
 
-    /// A file of tests/data/schema.
+    /// Reads a file of tests/data/schema.
     static Octets file(const std::string& name) { return testkit::readFile("data/schema/" + name); }
 
-    /// True when all that was decoded has been freed.
+    /// True when all decoded memory has been freed.
     [[nodiscard]] bool isHeapEmpty() const { return ctxt_.pTypeMemHeap->pFirstBlock == nullptr; }
 
     ASN1CTXT ctxt_;

@@ -1,4 +1,4 @@
-// Messages that hold messages, and values that keep their octets inside them.
+// Messages inside messages, and values that stay raw.
 #include <gtest/gtest.h>
 
 #include "schema/codec_steps.h"
@@ -49,7 +49,7 @@ Bytes contentInfo(const Bytes& content) {
     return tlv::sequence({tlv::oid("1.2.840.113549.1.7.2"), tlv::context(0, content)});
 }
 
-TEST_F(OpenTypeCodec, NestedMessagesAreReadToTheLimitAndNoFurther) {
+TEST_F(OpenTypeCodec, DecodesNestedMessagesUpToTheLimit) {
     const struct {
         const char* type;
         Bytes innermost;
@@ -76,7 +76,7 @@ TEST_F(OpenTypeCodec, NestedMessagesAreReadToTheLimitAndNoFurther) {
     }
 }
 
-TEST_F(OpenTypeCodec, MessagesAreReadInTheExtensionOfAResponse) {
+TEST_F(OpenTypeCodec, DecodesAMessageInAnExtensionOfAResponse) {
     const auto response = [](const Bytes& value) {
         const Bytes algorithm = tlv::sequence({tlv::oid("1.3.14.3.2.26"), tlv::null()});
         const Bytes id = tlv::sequence({algorithm, tlv::octetString({1}), tlv::octetString({2}), tlv::integer(200)});
@@ -100,7 +100,7 @@ TEST_F(OpenTypeCodec, MessagesAreReadInTheExtensionOfAResponse) {
     EXPECT_EQ(decode(asn1D_BasicOCSPResponse, damaged, response(message(18, tlv::null()))), STATUS_TAG_MISMATCH);
 }
 
-TEST_F(OpenTypeCodec, RawValuesAreToldByTheirTags) {
+TEST_F(OpenTypeCodec, IdentifiesRawValuesByTheirTags) {
     const struct {
         const char* name;
         const char* type;

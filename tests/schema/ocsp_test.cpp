@@ -1,5 +1,5 @@
-// What the OCSP types keep of a message beyond its octets, and how large messages may be. Messages of other programs
-// are in real_messages_test.cpp, single values in vectors.txt.
+// Decoded members and size limits of the OCSP types. Messages of other programs are tested in real_messages_test.cpp,
+// single values in vectors.txt.
 #include "schema/generated/ocsp.h"
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@ using schematest::octets;
 
 using OcspModule = schematest::CodecTest;
 
-TEST_F(OcspModule, ExtensionsAreDecodedWhereTheirKeyIsKnown) {
+TEST_F(OcspModule, DecodesExtensionsWithAKnownKey) {
     const std::string crl = "30{1.3.6.1.5.5.7.48.1.3 04{30{A1";
     const std::string wrapping = "30{060D2B0601050507300190808080 03 04";
     const struct {
@@ -32,7 +32,7 @@ TEST_F(OcspModule, ExtensionsAreDecodedWhereTheirKeyIsKnown) {
     ASN1T_ResponseData value;
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
-        value.version = 7;  // as a record that is used again has it
+        value.version = 7;  // as in a reused record
         const auto input = octets("30{A2{04{03*20}} 18{'20260102030405Z'} 3000 A1{30{" + row.extension + "}}}");
         EXPECT_EQ(decode(asn1D_ResponseData, value, input), row.status);
         if (row.status == 0) {
@@ -45,14 +45,14 @@ TEST_F(OcspModule, ExtensionsAreDecodedWhereTheirKeyIsKnown) {
     }
 }
 
-// Identifiers of three octets fill records of half a kilobyte.
-TEST_F(OcspModule, MessagesThatTakeTooMuchMemoryAreRejected) {
+// An identifier of three octets takes a record of half a kilobyte.
+TEST_F(OcspModule, RejectsMessagesThatNeedTooMuchMemory) {
     ASN1T_AcceptableResponses value;
     EXPECT_EQ(decode(asn1D_AcceptableResponses, value, octets("30{06012A*2000}")), 0);
     EXPECT_EQ(decode(asn1D_AcceptableResponses, value, octets("30{06012A*100000}")), STATUS_NO_MEMORY);
 }
 
-TEST_F(OcspModule, SmallValuesAreWrittenAsTheyAre) {
+TEST_F(OcspModule, EncodesSmallValues) {
     ASN1T_TBSRequest request;
     EXPECT_EQ(encoded(asn1E_TBSRequest, request), octets("30{3000}"));
     request.m.versionPresent = 1;
@@ -68,7 +68,7 @@ TEST_F(OcspModule, SmallValuesAreWrittenAsTheyAre) {
     EXPECT_TRUE(locator.m.locatorPresent);
 }
 
-TEST_F(OcspModule, AHundredThousandEntriesAreRead) {
+TEST_F(OcspModule, DecodesAHundredThousandEntries) {
     const auto entry = octets("30{30{30{1.3.14.3.2.26} 04{01*20} 04{02*20} 02{05}} 8000 18{'20260102030405Z'}}");
     const auto input = octets("30{0A{00} A0{30{1.3.6.1.5.5.7.48.1.1 04{30{30{A2{04{03*20}} 18{'20260102030405Z'} 30{" +
                               testkit::toHex(entry) + "*100000}} 30{1.3.14.3.2.26} 03{0001}}}}}}");
@@ -78,7 +78,7 @@ TEST_F(OcspModule, AHundredThousandEntriesAreRead) {
     EXPECT_EQ(value->tbsResponseData.responses.count, 100000U);
 }
 
-TEST_F(OcspModule, DamagedMessagesAreSafe) {
+TEST_F(OcspModule, DamagedInputIsSafe) {
     survivesDamage(asn1D_OCSPResponse, asn1E_OCSPResponse, file("response-many.der"));
 }
 

@@ -1,4 +1,4 @@
-// Messages that another program made: each is read by its type, and comes out again octet for octet.
+// Messages made by another program. Each is decoded by its type and encoded to the same octets.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -28,7 +28,7 @@ constexpr const char* kTstInfo = "1.2.840.113549.1.9.16.1.4";
 constexpr const char* kPbkdf2 = "1.2.840.113549.1.5.12";
 constexpr const char* kPbes2 = "1.2.840.113549.1.5.13";
 
-/// The element that begins at `at`, definite lengths only.
+/// Returns the element that starts at `at`. Definite lengths only.
 Bytes elementAt(const Bytes& der, std::size_t at) {
     std::size_t sizeHeader = 2;
     std::size_t length = der.at(at + 1);
@@ -43,7 +43,7 @@ Bytes elementAt(const Bytes& der, std::size_t at) {
     return {begin, begin + static_cast<std::ptrdiff_t>(sizeHeader + length)};
 }
 
-/// What stands inside the element `der`, and the first element of it.
+/// Returns the contents of the element `der`, or the first element in them.
 Bytes contentsOf(const Bytes& der) {
     return {der.begin() + (der.at(1) >= 0x80 ? 2 + (der[1] & 0x7F) : 2), der.end()};
 }
@@ -51,7 +51,7 @@ Bytes inside(const Bytes& der) {
     return elementAt(contentsOf(der), 0);
 }
 
-/// The element behind the first occurrence of the object identifier: parameters, a value, the SET of an attribute.
+/// Returns the element after the first occurrence of the object identifier: parameters, a value, or an attribute's SET.
 Bytes behind(const Bytes& der, const char* identifier) {
     const Bytes oid = tlv::oid(identifier);
     const auto found = std::search(der.begin(), der.end(), oid.begin(), oid.end());
@@ -71,7 +71,7 @@ protected:
         dir_.write("data", "what is sent");
     }
 
-    /// The octets are read by the type of this name, and come out again as they were.
+    /// Decodes the octets by the named type and expects the same octets when they are encoded again.
     void comesBack(const std::string& typeName, const Bytes& der) {
         SCOPED_TRACE(typeName + " " + toHex(der).substr(0, 100));
         const schematest::TypeRow* type = findType(schematest::catalogue().types, typeName);
@@ -85,7 +85,8 @@ protected:
         dir_.write(name + ".key", identity.key.pem());
     }
 
-    /// Runs openssl with words that are separated by blanks; "@" stands for the folder. Answers the file "out".
+    /// Runs openssl with arguments separated by blanks; "@" is the test's directory. Returns the contents of the file
+    /// "out".
     [[nodiscard]] Bytes openssl(const std::string& words) const {
         std::vector<std::string> arguments = {"openssl"};
         std::istringstream stream(words);
@@ -108,7 +109,7 @@ protected:
     TempDir dir_;
 };
 
-TEST_F(SchemaModules, KeptFilesComeOutAsTheyWere) {
+TEST_F(SchemaModules, StoredFilesRoundTrip) {
     for (const char* name : {"root.der", "leaf.der", "ec.der", "ed25519.der", "constraints.der"}) {
         comesBack("Certificate", file(name));
     }
@@ -121,7 +122,7 @@ TEST_F(SchemaModules, KeptFilesComeOutAsTheyWere) {
     }
 }
 
-TEST_F(SchemaModules, CryptographicMessagesComeOutAsTheyWere) {
+TEST_F(SchemaModules, CryptographicMessagesRoundTrip) {
     const std::string key = "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f";
     const struct {
         const char* name;
@@ -164,7 +165,7 @@ TEST_F(SchemaModules, CryptographicMessagesComeOutAsTheyWere) {
     }
 }
 
-TEST_F(SchemaModules, SignedDataInsideSignedDataIsRead) {
+TEST_F(SchemaModules, SignedDataInsideSignedDataIsDecoded) {
     const Bytes der = cms("-sign -nodetach -signer @ec.pem -inkey @ec.key");
     dir_.write("data", inside(behind(der, kSignedData)));
     const Bytes outer = cms("-sign -nodetach -econtent_type 1.2.840.113549.1.7.2 -signer @rsa.pem -inkey @rsa.key");
@@ -176,8 +177,8 @@ TEST_F(SchemaModules, SignedDataInsideSignedDataIsRead) {
     EXPECT_NE(content.encapContentInfo.eContentObject.decoded, nullptr);
 }
 
-// No tool at hand makes these two: real parts in frames that are written here octet by octet.
-TEST_F(SchemaModules, AuthenticatedDataAndAttributeCertificatesAreRead) {
+// openssl does not create these two. Their parts come from real messages.
+TEST_F(SchemaModules, AuthenticatedDataAndAttributeCertificatesRoundTrip) {
     const Bytes envelopedData = inside(behind(cms("-encrypt -aes128 -recip @rsa.pem"), kEnvelopedData));
     const Bytes recipients = elementAt(contentsOf(envelopedData), tlv::integer(0).size());
     const Bytes hash = tlv::sequence({tlv::oid("2.16.840.1.101.3.4.2.1")});
@@ -199,7 +200,7 @@ TEST_F(SchemaModules, AuthenticatedDataAndAttributeCertificatesAreRead) {
     comesBack("AttributeCertificate", tlv::sequence({info, algorithm, tlv::bitString(fromHex("30 00"))}));
 }
 
-TEST_F(SchemaModules, ParametersAndAttributesInMessagesHaveTheirTypes) {
+TEST_F(SchemaModules, ParametersAndAttributesInMessagesRoundTrip) {
     const Bytes cades = cms("-sign -nodetach -cades -signer @rsa.pem -inkey @rsa.key -keyopt rsa_padding_mode:pss");
     comesBack("SigningCertificateV2", inside(behind(cades, "1.2.840.113549.1.9.16.2.47")));
     comesBack("SMIMECapabilities", inside(behind(cades, "1.2.840.113549.1.9.15")));
@@ -222,7 +223,7 @@ TEST_F(SchemaModules, ParametersAndAttributesInMessagesHaveTheirTypes) {
     comesBack("DigestInfo", openssl("pkeyutl -verifyrecover -in @signature -inkey @rsa.key -out @out"));
 }
 
-TEST_F(SchemaModules, CertificationRequestsAndRevocationListsComeOutAsTheyWere) {
+TEST_F(SchemaModules, CertificationRequestsAndRevocationListsRoundTrip) {
     dir_.write("req.cnf",
                "[req]\ndistinguished_name=dn\nattributes=attrs\nreq_extensions=ext\nprompt=no\n"
                "[dn]\nC=AQ\nO=Test\nCN=device\nemailAddress=a@b.test\n"
@@ -240,7 +241,7 @@ TEST_F(SchemaModules, CertificationRequestsAndRevocationListsComeOutAsTheyWere) 
     }
 }
 
-TEST_F(SchemaModules, TimeStampsComeOutAsTheyWere) {
+TEST_F(SchemaModules, TimeStampsRoundTrip) {
     CertificateSpec spec;
     spec.keyUsage = "critical,digitalSignature";
     spec.extendedKeyUsage = "critical,timeStamping";
@@ -270,12 +271,12 @@ TEST_F(SchemaModules, TimeStampsComeOutAsTheyWere) {
     }
 }
 
-/// What openssl and its own mock server say to each other about certificates.
+/// Certificate management messages between openssl and its mock server.
 class CmpModule : public SchemaModules {
 protected:
     using Messages = std::vector<Bytes>;
 
-    /// Requests and responses in turn.
+    /// Returns requests and responses alternately.
     [[nodiscard]] Messages exchange(const std::string& words) const {
         for (const char* name : {"q1", "q2", "q3", "q4", "r1", "r2", "r3", "r4"}) {
             std::filesystem::remove(dir_.file(name));
@@ -296,7 +297,7 @@ protected:
     }
 };
 
-TEST_F(CmpModule, MessagesComeOutAsTheyWere) {
+TEST_F(CmpModule, MessagesRoundTrip) {
     dir_.write("empty", "");
     (void)openssl("req -new -key @ec.key -subj /CN=client -out @out");
     std::filesystem::rename(dir_.file("out"), dir_.file("csr"));
@@ -332,7 +333,7 @@ TEST_F(CmpModule, MessagesComeOutAsTheyWere) {
     }
 }
 
-TEST_F(CmpModule, AnExtensionMayHoldAMessage) {
+TEST_F(CmpModule, AnExtensionMayContainAMessage) {
     dir_.write("empty", "");
     const Bytes message = exchange("-cmd rr -revreason 1").at(0);
     for (const char* key : {"1.2.643.2.2.47.3", "1.2.643.2.2.47.4"}) {

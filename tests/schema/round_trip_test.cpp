@@ -1,4 +1,4 @@
-// Random values of every generated type: written, read back, copied, and freed to the last block.
+// Encodes, decodes, copies and frees random values of every generated type, and the values of vectors.txt.
 #include <gtest/gtest.h>
 
 #include <vector>
@@ -15,7 +15,7 @@ constexpr std::uint32_t kNumSeeds = 20;
 
 using ValueCodec = schematest::CodecTest;
 
-TEST_F(ValueCodec, RandomValuesComeBack) {
+TEST_F(ValueCodec, RandomValuesRoundTrip) {
     for (const TypeRow& type : schematest::catalogue().types) {
         EXPECT_EQ(type.info->size, type.sizeRecord) << type.name;
         for (std::uint32_t seed = 1; seed <= kNumSeeds; ++seed) {
@@ -31,7 +31,7 @@ TEST_F(ValueCodec, RandomValuesComeBack) {
     }
 }
 
-TEST_F(ValueCodec, VectorsGiveTheirResults) {
+TEST_F(ValueCodec, GivesTheResultsOfTheVectors) {
     runVectors("vectors.txt", schematest::catalogue().types);
 }
 

@@ -1,4 +1,4 @@
-// The shared codecs over the tables of sample.asn1: one type of every form.
+// Tests of the shared codecs with the types of sample.asn1, which has one type of every form.
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -19,7 +19,7 @@ const std::string kEveryForm =
     "30 47 A0 03 02 01 07 02 01 05 01 01 FF 0A 01 01 30 1C 13 01 61 80 01 05 81 01 AA A2 0B 02 01 06 0A 01 00 30 03 0C "
     "01 62 A4 04 03 02 06 40 81 02 06 40 30 08 06 03 88 37 01 0C 01 61 A2 0B 02 01 06 0A 01 00 30 03 13 01 62";
 
-TEST_F(ValueCodec, VectorsGiveTheirResults) {
+TEST_F(ValueCodec, GivesTheResultsOfTheVectors) {
     runVectors(
         "sample_vectors.txt",
         {TYPE_ROW(Blob, Blob), TYPE_ROW(BlobSet, BlobSet), TYPE_ROW(Growing, Growing), TYPE_ROW(GrowingSet, GrowingSet),
@@ -28,7 +28,7 @@ TEST_F(ValueCodec, VectorsGiveTheirResults) {
          TYPE_ROW(Split, Split), TYPE_ROW(Typed, Typed), TYPE_ROW(TypedList, TypedList), TYPE_ROW(TypedSet, TypedSet)});
 }
 
-TEST_F(ValueCodec, AbsentAdditionsAreToldByTheirBits) {
+TEST_F(ValueCodec, PresenceBitsShowWhichAdditionsArePresent) {
     ASN1T_Growing growing;
     ASSERT_EQ(decode(asn1D_Growing, growing, "30 06 02 01 05 0C 01 61"), 0);
     EXPECT_TRUE(growing.m.secondPresent && !growing.m.thirdPresent);
@@ -36,7 +36,7 @@ TEST_F(ValueCodec, AbsentAdditionsAreToldByTheirBits) {
     EXPECT_FALSE(growing.m.secondPresent);
 }
 
-TEST_F(ValueCodec, ValuesThatCannotExistAreNotWritten) {
+TEST_F(ValueCodec, DoesNotEncodeInvalidValues) {
     ASN1T_Label label;
     for (const std::uint32_t t : {0U, 8U}) {
         label.t = t;
@@ -48,12 +48,12 @@ TEST_F(ValueCodec, ValuesThatCannotExistAreNotWritten) {
     ASN1T_Purposes purposes;
     purposes.n = 1;
     EXPECT_EQ(encode(asn1E_Purposes, purposes), STATUS_BAD_VALUE);
-    label.t = ASN1T_Label::T_octets;  // and no value behind the pointer
+    label.t = ASN1T_Label::T_octets;  // with a null pointer
     label.u.octets = nullptr;
     EXPECT_EQ(encode(asn1E_Label, label), STATUS_BAD_VALUE);
 }
 
-TEST_F(ValueCodec, OpenValuesAreDecodedWhereTheKeyIsKnown) {
+TEST_F(ValueCodec, DecodesOpenValuesWithAKnownKey) {
     const struct {
         const char* name;
         const char* input;
@@ -79,13 +79,13 @@ TEST_F(ValueCodec, OpenValuesAreDecodedWhereTheKeyIsKnown) {
     EXPECT_NE(static_cast<const Asn1TObject*>(list.values.pHead->data)->decoded, nullptr);
 }
 
-TEST_F(ValueCodec, DecodedFormOfAnOpenValueIsWhatIsWritten) {
+TEST_F(ValueCodec, EncodesTheDecodedFormOfAnOpenValue) {
     const Octets expected = testkit::fromHex("30 0A 06 03 88 37 01 0C 03 6E 65 77");
     ASN1T_Typed typed;
     ASSERT_EQ(decode(asn1D_Typed, typed, "30 08 06 03 88 37 01 0C 01 61"), 0);
     *static_cast<const char**>(typed.valueObject.decoded) = "new";
     EXPECT_EQ(encoded(asn1E_Typed, typed), expected);
-    typed.valueObject.decoded = nullptr;  // now the raw octets stand, as they were made
+    typed.valueObject.decoded = nullptr;  // now the raw octets are encoded
     EXPECT_EQ(encoded(asn1E_Typed, typed), expected);
 }
 
@@ -108,7 +108,7 @@ TEST_F(ValueCodec, FreeingTwiceDoesNoHarm) {
     }
 }
 
-TEST_F(ValueCodec, ValuesDecodedInPlaceAreNotFreed) {
+TEST_F(ValueCodec, DoesNotFreeZeroCopyValues) {
     rtCtxtSetFlag(&ctxt_, CTX_FLAG_ZERO_COPY);
     ASN1T_Typed typed;
     ASSERT_EQ(decode(asn1D_Typed, typed, "30 08 06 03 88 37 05 02 01 61"), 0);
@@ -117,8 +117,8 @@ TEST_F(ValueCodec, ValuesDecodedInPlaceAreNotFreed) {
     EXPECT_EQ(typed.value.data, nullptr);
 }
 
-TEST_F(ValueCodec, NestingBeyondTheLimitIsRefused) {
-    // Message in Message by [2]: each takes a level, and its list of labels another one inside
+TEST_F(ValueCodec, RejectsNestingBeyondTheLimit) {
+    // Messages nested by [2]. Each takes one level; the list of labels in the innermost takes another
     const auto nested = [](unsigned levels) {
         Octets octets;
         for (unsigned i = 0; i < levels; ++i) {
@@ -142,7 +142,7 @@ TEST_F(ValueCodec, NestingBeyondTheLimitIsRefused) {
     EXPECT_EQ(ctxt_.levelDepth, 0U);
 }
 
-TEST_F(ValueCodec, DamagedValuesAreSafe) {
+TEST_F(ValueCodec, DamagedInputIsSafe) {
     survivesDamage(asn1D_Message, asn1E_Message, testkit::fromHex(kEveryForm));
 }
 
@@ -162,7 +162,7 @@ TEST_F(ValueCodec, ControlObjectsEncodeDecodeAndCopy) {
         EXPECT_EQ(record.getContext(), control.getContext());
         EXPECT_STREQ(record.serial, "0x05");
     }
-    // the copy keeps the context in which its members live
+    // the copy keeps the context of its members alive
     ASN1C_Message control(*kept);
     ASN1BEREncodeBuffer buffer;
     const int length = control.EncodeTo(buffer);

@@ -1,4 +1,4 @@
-// A generated type with its functions, whatever its record is: what tables of types consist of.
+// A generated type with its functions, independent of its record type, for tables of types.
 #pragma once
 
 #include <cstddef>
@@ -11,7 +11,7 @@ namespace schematest {
 
 struct TypeRow {
     const char* name;
-    const schema::TypeInfo* info;  // what the control class works with
+    const schema::TypeInfo* info;  // used by the control class
     std::size_t sizeRecord;
     int (*encode)(ASN1CTXT*, void*, ASN1TagType);
     int (*decode)(ASN1CTXT*, void*, ASN1TagType, int);
@@ -42,7 +42,7 @@ TypeRow typeRow(const char* name) {
             [](ASN1CTXT* ctxt, void* value) { free(ctxt, static_cast<Record*>(value)); }};
 }
 
-// The row of a type; `function` is the name behind asn1E_, which ends in "_" for a NULL type.
+// The row of a type; `function` is the name after asn1E_, which ends in "_" for a NULL type.
 #define TYPE_ROW(name, function)                                                                             \
     schematest::typeRow<ASN1T_##name, ASN1C_##name, asn1E_##function, asn1D_##function, asn1Copy_##function, \
                         asn1Free_##function>(#name)

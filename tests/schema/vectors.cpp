@@ -13,7 +13,7 @@ namespace {
 
 using testkit::Bytes;
 
-/// Reads octets written in the notation of vectors.h.
+/// Parses the notation of vectors.h.
 class Notation {
 public:
     Bytes read(const std::string& text) {
@@ -48,7 +48,7 @@ private:
         return all;
     }
 
-    /// Up to the brace that ends them.
+    /// Parses up to the closing brace or the end.
     Bytes contents(std::istream& in) const {
         Bytes all;
         const auto append = [&](const Bytes& more) { all.insert(all.end(), more.begin(), more.end()); };

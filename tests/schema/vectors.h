@@ -1,12 +1,13 @@
-// Encoded values as text tables in tests/data/schema. A line holds one value:
+// Encoded values in text tables in tests/data/schema, one value per line:
 //
 //     [Extension]
 //     same | known, well formed | 30{2.5.29.19 04{30{}}}
 //     -3 | known, not what it should be | 30{2.5.29.19 04{02{05}}}
 //
-// The result is "same" when the value is written as it was read, the octets when they differ, or the status of the
-// decoder. Octets are hexadecimal; braces enclose contents, whose length is computed; 2.5.29.19 is a whole object
-// identifier, 'abc' text, AA*64 a repetition, and $name what a line "let name = ..." has defined. "#" begins a comment.
+// The result is "same" if the decoded value is encoded to the same octets, the octets if they differ, or the status of
+// the decoder. Octets are hexadecimal. Braces enclose contents, whose length is computed. 2.5.29.19 is a complete
+// object identifier element, 'abc' is text, AA*64 a repetition, and $name was defined by "let name = ...". "#" starts a
+// comment.
 #pragma once
 
 #include <string>
@@ -23,10 +24,10 @@ struct Vector {
     testkit::Bytes input;
 };
 
-/// Octets in the notation above, without names.
+/// Converts octets in the notation above, without names.
 testkit::Bytes octets(const std::string& notation);
 
-/// The values of a file of tests/data/schema. A line that cannot be read ends the test program.
+/// Reads the values of a file of tests/data/schema. Ends the test program on a malformed line.
 std::vector<Vector> readVectors(const std::string& file);
 
 }  // namespace schematest

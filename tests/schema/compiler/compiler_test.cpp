@@ -1,6 +1,6 @@
-// The schema compiler over small modules. Each file of modules/ shows one construct; its name begins with the verdict,
-// and beside it stands what is expected: the generated text, or the messages. With TALLOW_REWRITE=1 in the environment
-// the expectations are written anew, and the change is reviewed as a difference of text.
+// Tests of the schema compiler with small modules. Each file in modules/ shows one construct; its name starts with the
+// verdict, and the expected output or errors are next to it. With TALLOW_REWRITE=1 in the environment, the tests
+// rewrite all expectations; review the difference.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -31,7 +31,7 @@ std::string readFile(const fs::path& path) {
 
 struct Outcome {
     bool isAccepted = false;
-    std::string text;  // the generated files one after the other, or the messages
+    std::string text;  // the concatenated generated files, or the errors
 };
 
 Outcome compileTexts(schemac::Sources& sources) {
@@ -57,7 +57,7 @@ Outcome compileTexts(schemac::Sources& sources) {
     return {true, out.str()};
 }
 
-// NAME.asn1, and NAME_second.asn1 when the construct takes two modules.
+// NAME_second.asn1 is the second module of the case NAME.asn1.
 bool isSecond(const fs::path& path) {
     return path.stem().string().find("_second") != std::string::npos;
 }
@@ -77,8 +77,8 @@ std::vector<fs::path> cases() {
     return modulesIn(kModules);
 }
 
-// Without the lines that are the same around every module and type, so that what the construct makes stands out. One
-// module shows them all.
+// Removes the lines that are the same for every module and type, so that the expectations show the construct. One
+// module keeps them.
 std::string withoutFrames(const std::string& text) {
     static const auto kIsFrame = testing::Matches(
         testing::MatchesRegex(R"((    SCHEMA_SPECIAL_MEMBERS\(\w+\))"
@@ -114,7 +114,7 @@ Outcome compileText(const std::string& text) {
     return compileTexts(sources);
 }
 
-// With TALLOW_REWRITE=1 in the environment, the text becomes what is expected.
+// Compares, or rewrites the expectation.
 void expectText(const std::string& text, const fs::path& expected) {
     if (std::getenv("TALLOW_REWRITE") != nullptr) {
         std::ofstream(expected, std::ios::binary) << text;
@@ -122,7 +122,7 @@ void expectText(const std::string& text, const fs::path& expected) {
     EXPECT_EQ(text, readFile(expected)) << expected;
 }
 
-TEST(SchemaCompiler, EveryModuleGivesWhatStandsBesideIt) {
+TEST(SchemaCompiler, EveryModuleGivesTheExpectedOutput) {
     ASSERT_FALSE(cases().empty());
     for (const fs::path& path : cases()) {
         const Outcome outcome = compileCase(path);
@@ -176,9 +176,8 @@ std::string describe(const schemac::ModuleLayout& module) {
     return out.str();
 }
 
-// The golden file of the library's own modules: a change of a module shows in it, and test_schema takes its types from
-// it.
-TEST(SchemaModules, DefineWhatTheCatalogueLists) {
+// The golden file of the library's modules shows every change of a module. test_schema takes its types from it.
+TEST(SchemaModules, MatchTheGoldenFile) {
     schemac::Sources sources;
     for (const fs::path& path : modulesIn("../schema/modules")) {
         ASSERT_TRUE(sources.load(path.string()));
@@ -198,8 +197,8 @@ TEST(SchemaModules, DefineWhatTheCatalogueLists) {
     expectText(text, "data/schema/catalogue.inc");
 }
 
-// Whatever is cut off or lost on the way, the answer is a message, never a crash, and nothing is made of it.
-TEST(SchemaCompiler, DamagedModulesAreRefusedOrStillMeanSomething) {
+// Truncated modules are rejected; modules with missing text are rejected or compile. Neither crashes.
+TEST(SchemaCompiler, DamagedModulesAreSafe) {
     for (const fs::path& path : cases()) {
         const std::string whole = readFile(path);
         const std::size_t end = whole.rfind("END");
@@ -213,7 +212,7 @@ TEST(SchemaCompiler, DamagedModulesAreRefusedOrStillMeanSomething) {
     }
 }
 
-TEST(SchemaCompiler, NestingBeyondTheLimitIsAMistakeAndNoOverflow) {
+TEST(SchemaCompiler, RejectsNestingBeyondTheLimit) {
     const auto repeat = [](const std::string& text, std::size_t count) {
         std::string all;
         for (std::size_t i = 0; i < count; ++i) {
@@ -241,7 +240,7 @@ TEST(SchemaCompiler, NestingBeyondTheLimitIsAMistakeAndNoOverflow) {
     }
 }
 
-// A chain of records, each embedding the next, is long but no circle.
+// A long chain of records, each embedding the next, is not a cycle.
 TEST(SchemaCompiler, LongChainsOfDefinitionsCompile) {
     std::string text = "M DEFINITIONS ::= BEGIN\n";
     for (int i = 0; i < 2000; ++i) {
@@ -262,7 +261,7 @@ TEST(SchemaCompiler, RecordsHaveAtMost1024Members) {
     }
 }
 
-TEST(SchemaCompiler, ManySourcesHoldTogetherWhatOneWould) {
+TEST(SchemaCompiler, SplitSourcesContainTheSameDefinitions) {
     schemac::Sources sources;
     sources.add("lists.asn1", readFile(kModules / "accept_lists.asn1"));
     schemac::Diagnostics diagnostics;
