@@ -164,6 +164,23 @@ void clearRecord(const TypeInfo& type, void* record);
 /// encodeTable and decodeTable, which save and restore the buffer of the context.
 [[nodiscard]] int encodeTableAside(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
 [[nodiscard]] int decodeTableAside(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+/// Reads a SEQUENCE or SET: its header if the caller has not, the members with `decodeMembers`, then its open values.
+template <class DecodeMembers>
+[[nodiscard]] int decodeRecord(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TAG tag, ASN1TagType tagType,
+                               int length, DecodeMembers decodeMembers) {
+    if (tagType == TAG_EXPLICIT) {
+        const int status = xd_match1(ctxt, static_cast<std::uint8_t>(tag & 0x1FU), &length);
+        if (status != 0) {
+            return fail(ctxt, status);
+        }
+    }
+    clearRecord(type, record);
+    int status = decodeMembers(ctxt, type, record, length);
+    if (status == 0 && type.table != nullptr) {
+        status = decodeTableAside(ctxt, type, record);
+    }
+    return status != 0 ? fail(ctxt, status) : 0;
+}
 /// Copies the decoded form of open values. Their raw octets are copied as members.
 void copyTable(ASN1CTXT* ctxt, const TypeInfo& type, const void* from, void* to);
 /// Frees the decoded form of open values. Call it before freeing the members: it restores raw octets that can be freed.

@@ -11,7 +11,6 @@ namespace schema {
 namespace {
 
 constexpr std::uint8_t kMayBeAbsent = kOptional | kDefaultFalse | kDefaultTrue;
-constexpr std::uint8_t kSequenceOctet = 0x10;
 
 bool isWritten(const TypeInfo& type, const MemberInfo& member, const void* record) {
     if ((member.flags & kOptional) != 0) {
@@ -224,18 +223,7 @@ int encodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagTy
 }
 
 int decodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length) {
-    if (tagType == TAG_EXPLICIT) {
-        const int status = xd_match1(ctxt, kSequenceOctet, &length);
-        if (status != 0) {
-            return fail(ctxt, status);
-        }
-    }
-    clearRecord(type, record);
-    int status = decodeMembers(ctxt, type, record, length);
-    if (status == 0 && type.table != nullptr) {
-        status = decodeTableAside(ctxt, type, record);
-    }
-    return status != 0 ? fail(ctxt, status) : 0;
+    return decodeRecord(ctxt, type, record, kTagSequence, tagType, length, decodeMembers);
 }
 
 }  // namespace schema

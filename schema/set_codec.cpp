@@ -9,7 +9,6 @@ namespace schema {
 
 namespace {
 
-constexpr std::uint8_t kSetOctet = 0x11;
 constexpr std::uint8_t kMayBeAbsent = kOptional | kDefaultFalse | kDefaultTrue;
 
 /// The members decoded so far, one bit each. Only the words that the SET needs are initialised.
@@ -109,18 +108,7 @@ int encodeSet(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType ta
 }
 
 int decodeSet(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length) {
-    if (tagType == TAG_EXPLICIT) {
-        const int status = xd_match1(ctxt, kSetOctet, &length);
-        if (status != 0) {
-            return fail(ctxt, status);
-        }
-    }
-    clearRecord(type, record);
-    int status = decodeMembers(ctxt, type, record, length);
-    if (status == 0 && type.table != nullptr) {
-        status = decodeTableAside(ctxt, type, record);
-    }
-    return status != 0 ? fail(ctxt, status) : 0;
+    return decodeRecord(ctxt, type, record, kTagSet, tagType, length, decodeMembers);
 }
 
 }  // namespace schema

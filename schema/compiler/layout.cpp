@@ -222,10 +222,10 @@ private:
         layout.form = isChoice ? TypeForm::Choice : TypeForm::Record;
         layout.kind = isChoice ? "Choice" : type.use.kind == Kind::Set ? "Set" : "Sequence";
         if (type.isExtensible && !isChoice) {
-            const auto behind = std::find_if(type.members.begin(), type.members.end(), [](const Member& member) {
+            const auto second = std::find_if(type.members.begin(), type.members.end(), [](const Member& member) {
                 return member.part == MemberPart::SecondRoot;
             });
-            layout.numBeforeAdditions = static_cast<std::size_t>(behind - type.members.begin());
+            layout.numBeforeAdditions = static_cast<std::size_t>(second - type.members.begin());
         }
         for (const Member& member : type.members) {
             layout.members.push_back(isChoice ? layOutAlternative(member) : layOutField(type, member, layout));

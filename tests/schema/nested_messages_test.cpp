@@ -134,12 +134,12 @@ TEST_F(OpenTypeCodec, IdentifiesRawValuesByTheirTags) {
             EXPECT_EQ(write(type(row.type), value.data()), row.octets);
         }
     }
-    ASN1T_TimeStampRespRaw answer;
-    ASSERT_EQ(decode(asn1D_TimeStampRespRaw, answer, "30 05 30 03 02 01 02"), 0);
-    EXPECT_EQ(answer.m.timeStampTokenPresent, 0U);
-    ASSERT_EQ(decode(asn1D_TimeStampRespRaw, answer, "30 07 30 03 02 01 00 30 00"), 0);
-    EXPECT_EQ(answer.timeStampToken.numocts, 2U);
-    EXPECT_EQ(decode(asn1D_TimeStampRespRaw, answer, "30 07 30 03 02 01 00 05 00"), STATUS_EXTRA_ELEMENT);
+    ASN1T_TimeStampRespRaw response;
+    ASSERT_EQ(decode(asn1D_TimeStampRespRaw, response, "30 05 30 03 02 01 02"), 0);
+    EXPECT_EQ(response.m.timeStampTokenPresent, 0U);
+    ASSERT_EQ(decode(asn1D_TimeStampRespRaw, response, "30 07 30 03 02 01 00 30 00"), 0);
+    EXPECT_EQ(response.timeStampToken.numocts, 2U);
+    EXPECT_EQ(decode(asn1D_TimeStampRespRaw, response, "30 07 30 03 02 01 00 05 00"), STATUS_EXTRA_ELEMENT);
 }
 
 }  // namespace

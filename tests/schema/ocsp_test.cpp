@@ -72,9 +72,9 @@ TEST_F(OcspModule, DecodesAHundredThousandEntries) {
     const auto entry = octets("30{30{30{1.3.14.3.2.26} 04{01*20} 04{02*20} 02{05}} 8000 18{'20260102030405Z'}}");
     const auto input = octets("30{0A{00} A0{30{1.3.6.1.5.5.7.48.1.1 04{30{30{A2{04{03*20}} 18{'20260102030405Z'} 30{" +
                               testkit::toHex(entry) + "*100000}} 30{1.3.14.3.2.26} 03{0001}}}}}}");
-    ASN1T_OCSPResponse answer;
-    ASSERT_EQ(decode(asn1D_OCSPResponse, answer, input), 0);
-    const auto* value = static_cast<ASN1T_BasicOCSPResponse*>(answer.responseBytes.responseObject.decoded);
+    ASN1T_OCSPResponse response;
+    ASSERT_EQ(decode(asn1D_OCSPResponse, response, input), 0);
+    const auto* value = static_cast<ASN1T_BasicOCSPResponse*>(response.responseBytes.responseObject.decoded);
     EXPECT_EQ(value->tbsResponseData.responses.count, 100000U);
 }
 

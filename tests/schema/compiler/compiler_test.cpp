@@ -207,7 +207,7 @@ TEST(SchemaCompiler, DamagedModulesAreSafe) {
         }
         for (std::size_t at = 0; at < whole.size(); at += 13) {
             const Outcome outcome = compileText(whole.substr(0, at) + whole.substr(std::min(at + 3, whole.size())));
-            EXPECT_FALSE(outcome.text.empty()) << path << " without what stands at " << at;
+            EXPECT_FALSE(outcome.text.empty()) << path << " without the text at " << at;
         }
     }
 }
