@@ -48,6 +48,9 @@ TEST_F(ValueCodec, DoesNotEncodeInvalidValues) {
     ASN1T_Purposes purposes;
     purposes.n = 1;
     EXPECT_EQ(encode(asn1E_Purposes, purposes), STATUS_BAD_VALUE);
+    label.t = ASN1T_Label::T_printable;  // too short without text
+    label.u.printable = nullptr;
+    EXPECT_EQ(encode(asn1E_Label, label), STATUS_CONSTRAINT);
     label.t = ASN1T_Label::T_octets;  // with a null pointer
     label.u.octets = nullptr;
     EXPECT_EQ(encode(asn1E_Label, label), STATUS_BAD_VALUE);
