@@ -1,14 +1,14 @@
 # tallow_schema_modules(VARIABLE MODULES name... [PARTS name=N...])
-# Compiles schema/modules/name.asn1, all in one run since they import from each other, into
-# ${PROJECT_BINARY_DIR}/generated/schema/generated, and lists the generated sources in VARIABLE. PARTS spreads a module
-# over N sources: the compiler says so when one grows too long. The module `identifiers` holds values alone; its source
-# is the one with the identifiers of all modules. A generated file that comes out as before is left as it is, so that
-# what includes it is not built again.
+# Compiles all schema/modules/name.asn1 in one run, since they import from each other, into
+# ${PROJECT_BINARY_DIR}/generated/schema/generated, and lists the generated sources in VARIABLE. PARTS splits a module
+# into N sources; the compiler reports when this is necessary. The module `identifiers` contains only values; its source
+# holds the identifiers of all modules. Unchanged generated files are not rewritten, so that their dependents are not
+# rebuilt.
 function(tallow_schema_modules variable)
   cmake_parse_arguments(arg "" "" "MODULES;PARTS" ${ARGN})
-  set(folder ${PROJECT_BINARY_DIR}/generated/schema/generated)
-  set(headers ${folder}/identifiers.h)
-  set(sources ${folder}/identifiers.cpp)
+  set(directory ${PROJECT_BINARY_DIR}/generated/schema/generated)
+  set(headers ${directory}/identifiers.h)
+  set(sources ${directory}/identifiers.cpp)
   set(inputs)
   set(options)
   foreach(module ${arg_MODULES})
@@ -16,7 +16,7 @@ function(tallow_schema_modules variable)
     if(module STREQUAL "identifiers")
       continue()
     endif()
-    list(APPEND headers ${folder}/${module}.h)
+    list(APPEND headers ${directory}/${module}.h)
     set(parts 1)
     foreach(pair ${arg_PARTS})
       if(pair MATCHES "^${module}=([0-9]+)$")
@@ -25,16 +25,16 @@ function(tallow_schema_modules variable)
       endif()
     endforeach()
     if(parts EQUAL 1)
-      list(APPEND sources ${folder}/${module}.cpp)
+      list(APPEND sources ${directory}/${module}.cpp)
     else()
       foreach(part RANGE 1 ${parts})
-        list(APPEND sources ${folder}/${module}_${part}.cpp)
+        list(APPEND sources ${directory}/${module}_${part}.cpp)
       endforeach()
     endif()
   endforeach()
   add_custom_command(
     OUTPUT ${headers} ${sources}
-    COMMAND tallow-schema --out ${folder} ${options} ${inputs}
+    COMMAND tallow-schema --out ${directory} ${options} ${inputs}
     DEPENDS tallow-schema ${inputs}
     COMMENT "Compiling the schema modules"
     VERBATIM)

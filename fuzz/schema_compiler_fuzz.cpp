@@ -1,5 +1,5 @@
-// The schema compiler over any text: a message or generated text, never a crash. A byte 0 splits the input into two
-// modules, so that imports are reached.
+// Compiles any text: the result is an error or generated code, never a crash. A NUL byte splits the input into two
+// modules, so that imports are covered.
 #include <cstddef>
 #include <cstdint>
 #include <sstream>

@@ -1,5 +1,5 @@
-// What every fuzz target over a schema type does with its input: decode, copy, encode the copy, free. What was encoded
-// must decode, and then encode to the same octets again.
+// Common part of the fuzz targets for schema types: decode, copy, encode the copy, free. The encoding must decode and
+// encode to the same octets again.
 #pragma once
 
 #include <cstdint>
@@ -28,7 +28,7 @@ int encode(ASN1CTXT& ctxt, const schema::TypeInfo& type, Record& record, std::ve
 
 template <class Record>
 void run(const schema::TypeInfo& type, const std::uint8_t* data, std::size_t size) {
-    const std::vector<std::uint8_t> input(data, data + size);  // of exactly its size, so that a read past it shows
+    const std::vector<std::uint8_t> input(data, data + size);  // exact size, so that reads past the end are detected
     if (input.empty()) {
         return;
     }
@@ -44,8 +44,8 @@ void run(const schema::TypeInfo& type, const std::uint8_t* data, std::size_t siz
         std::vector<std::uint8_t> once;
         std::vector<std::uint8_t> twice;
         if (encode(ctxt, type, copy, once) > 0) {
-            // Read and written once more for the memory's sake alone. The octets need not be the same, nor readable: a
-            // member that its parent's length cuts off reads as one without octets, and is missing when read again.
+            // Decoded and encoded again only to check memory use. The octets may differ or not decode: a member
+            // truncated by its parent's length is decoded without octets, and is missing the next time.
             Record again;
             if (decode(ctxt, type, once, again) == 0) {
                 encode(ctxt, type, again, twice);

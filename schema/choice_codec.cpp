@@ -1,4 +1,4 @@
-// CHOICE: the alternative's number in `t`, its value in the union behind it. A CHOICE has no tag of its own.
+// CHOICE: `t` holds the number of the alternative, the union after it the value. A CHOICE has no tag of its own.
 #include "schema/codec_steps.h"
 
 namespace schema {

@@ -1,4 +1,4 @@
-// The steps that the codecs of all forms share: reaching members, the end test, one member's contents. Private to
+// Steps shared by the codecs of all forms: reaching members, the end test, the contents of one member. Private to
 // schema/.
 #pragma once
 
@@ -12,10 +12,10 @@
 
 namespace schema {
 
-/// A tag of the member's own, around or in place of the tag of its type.
+/// Set when the member has a tag of its own, around or instead of the tag of its type.
 inline constexpr std::uint8_t kOwnTag = kExplicit | kImplicit;
 
-/// Enters the status in the context, where the first one stays, and answers it.
+/// Records the status in the context unless one is already set, and returns it.
 inline int fail(ASN1CTXT* ctxt, int status) {
     return rtErrSetData(&ctxt->errInfo, status, nullptr, 0);
 }
@@ -29,12 +29,12 @@ const T& at(const void* record, std::uint32_t offset) {
     return *reinterpret_cast<const T*>(static_cast<const std::uint8_t*>(record) + offset);
 }
 
-/// The presence bits begin with the lowest bit of the word at `m`.
+/// The presence bits start at the lowest bit of the word at `m`.
 inline bool isPresent(const TypeInfo& type, const MemberInfo& member, const void* record) {
     return (at<std::uint32_t>(record, type.presenceOffset) >> member.bit & 1U) != 0;
 }
 
-/// The number of the alternative of a CHOICE, which stands directly behind the context pointer.
+/// The number of a CHOICE's alternative. It follows the context pointer in every CHOICE record.
 inline std::uint32_t& alternativeOf(void* record) {
     return at<std::uint32_t>(record, sizeof(ASN1TPDU));
 }
@@ -42,18 +42,23 @@ inline const std::uint32_t& alternativeOf(const void* record) {
     return at<std::uint32_t>(record, sizeof(ASN1TPDU));
 }
 
-/// Where the value of the member lies: in the record, or behind its pointer, which may be null.
+/// The storage of the member's value: in the record, or where the record's pointer leads. May be null.
 inline void* slotOf(const MemberInfo& member, void* record) {
     return (member.flags & kPointer) != 0 ? at<void*>(record, member.offset) : &at<std::uint8_t>(record, member.offset);
 }
 
-/// The octet that begins a member whose tag number is 30 or less, without the constructed bit.
+/// Whether the member's tag takes several octets (X.690, clause 8.1.2.4).
+inline bool hasLongTag(const MemberInfo& member) {
+    return (member.tag & kTagNumberMask) > 30;
+}
+
+/// The identifier octet of a tag that is not long, without the constructed bit.
 inline std::uint8_t tagOctet(const MemberInfo& member) {
     return static_cast<std::uint8_t>((member.tag >> 24 & 0xDFU) | (member.tag & 0x1FU));
 }
 
-/// The end test of a constructed value whose contents begin at the position of the context. The two zeros that end an
-/// indefinite length are seen and left unread.
+/// Detects the end of a constructed value whose contents start at the current position. The end-of-contents octets of
+/// an indefinite length are detected but not consumed.
 class ContentsEnd {
 public:
     ContentsEnd(const ASN1CTXT* ctxt, int length) : start_(ctxt->buffer.byteIndex), length_(length) {}
@@ -70,38 +75,36 @@ public:
                (buffer.data[buffer.byteIndex] == 0 && buffer.data[buffer.byteIndex + 1] == 0);
     }
 
-    [[nodiscard]] ASN1ExtPosition position(const ASN1CTXT* ctxt) const { return {ctxt->buffer.data + start_, length_}; }
-
 private:
     std::uint32_t start_;
     int length_;
 };
 
-/// The record of an array as the codecs see it, at the offset of `n`.
+/// The codecs' view of an array record, at the offset of `n`.
 struct ArrayRecord {
     std::uint32_t n;
     void* elem;
 };
 
-/// An untagged CHOICE and a value that is kept raw read their header themselves, also when the tag has been looked at.
+/// True for an untagged CHOICE and a raw value: their decoders read the header again, even if the caller has read it.
 inline bool readsOwnHeader(const MemberInfo& member) {
     return member.tag == 0 || (member.kind == Kind::OpenType && (member.flags & kOwnTag) == 0);
 }
 
-/// Octets that the value of the member takes, behind a pointer or as an element.
+/// The size in octets of the member's value when it is allocated separately or as a list element.
 std::size_t storageSize(const MemberInfo& member);
 
-/// Records the path and the count for the report; answers STATUS_CONSTRAINT.
+/// Records the path and the count for the error report; returns STATUS_CONSTRAINT.
 [[nodiscard]] int failConstraint(ASN1CTXT* ctxt, const char* path, std::uint32_t count);
 
-/// The value of a primitive member at `slot`, bounds checked.
+/// Codecs for the value of a primitive member at `slot`. They check the bounds.
 [[nodiscard]] int encodePrimitive(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType);
 [[nodiscard]] int decodePrimitive(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType,
                                   int length);
 void copyPrimitive(ASN1CTXT* ctxt, const MemberInfo& member, const void* from, void* to);
 void freePrimitive(ASN1CTXT* ctxt, const MemberInfo& member, void* slot);
 
-/// The value of any member at `slot`, without a tag of the member's own.
+/// Codecs for the value of any member at `slot`, without the member's own tag.
 [[nodiscard]] int encodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType);
 [[nodiscard]] inline int decodeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1TagType tagType,
                                         int length) {
@@ -111,8 +114,8 @@ void freePrimitive(ASN1CTXT* ctxt, const MemberInfo& member, void* slot);
 void copyContents(ASN1CTXT* ctxt, const MemberInfo& member, const void* from, void* to);
 void freeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot);
 
-/// A member of a record with its own tag, found behind its pointer or allocated for it. For decoding, a tag of its own
-/// has been read, and `length` behind it. A pointer is set once its value is decoded.
+/// Codecs for a member of a record. encodeMember writes the member's own tag; the decoders expect that the caller has
+/// read it and its `length`. A value held by pointer is allocated, and the pointer is set after decoding succeeds.
 [[nodiscard]] int encodeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
 [[nodiscard]] int decodePointer(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1TagType tagType,
                                 int length);
@@ -122,18 +125,18 @@ void freeContents(ASN1CTXT* ctxt, const MemberInfo& member, void* slot);
                ? decodePointer(ctxt, member, record, tagType, length)
                : decodeContents(ctxt, member, &at<std::uint8_t>(record, member.offset), tagType, length);
 }
-/// A required member with a tag of its own: reads the tag, then the member.
+/// Reads the member's own tag, then the member.
 [[nodiscard]] int decodeOwnTag(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
-/// std::bad_alloc when the value behind a pointer finds no memory.
+/// Throws std::bad_alloc when the value of a pointer cannot be allocated.
 void copyMember(ASN1CTXT* ctxt, const MemberInfo& member, const void* from, void* to);
 void freeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
 
-/// Whether a value of the CHOICE can begin with this tag word.
+/// Whether a value of the CHOICE can start with this tag word.
 [[nodiscard]] bool acceptsTag(const TypeInfo& choice, std::uint32_t tag);
-/// The same for a member or alternative without a tag of its own to compare.
+/// Whether the member or alternative can start with this tag word.
 [[nodiscard]] bool acceptsTag(const MemberInfo& member, std::uint32_t tag);
 
-// One form each; the depth of nesting has been counted.
+// One pair per form. The caller has counted the nesting depth.
 [[nodiscard]] int encodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
 [[nodiscard]] int decodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
 [[nodiscard]] int encodeSet(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
@@ -145,24 +148,45 @@ void freeMember(ASN1CTXT* ctxt, const MemberInfo& member, void* record);
 [[nodiscard]] int encodeArray(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType);
 [[nodiscard]] int decodeArray(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length);
 
-/// Members of a SEQUENCE or SET in reverse order, extension additions first; the answer is the octets of all.
+/// Appends the next element to the unknown additions of an extensible SEQUENCE or SET.
+[[nodiscard]] int decodeAddition(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
+/// Writes the members of a SEQUENCE or SET in reverse order, with the unknown additions in their place. Returns the
+/// number of octets.
 [[nodiscard]] int encodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
-/// A SEQUENCE or SET, the open value of a table constraint first; `tag` is written unless the caller writes another.
+/// Writes a SEQUENCE or SET, after encoding its open value if it has one. Writes `tag` unless the caller writes
+/// another.
 [[nodiscard]] int encodeRecord(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, ASN1TAG tag);
-/// What an absent member leaves in the record.
+/// Sets the value that an absent member has in the record.
 void setDefault(const MemberInfo& member, void* record);
-/// A record as decoding begins: no member present, open values empty.
+/// Prepares a record for decoding: no member present, open values empty.
 void clearRecord(const TypeInfo& type, void* record);
 
-/// encodeTable and decodeTable with the buffer saved and restored.
+/// encodeTable and decodeTable, which save and restore the buffer of the context.
 [[nodiscard]] int encodeTableAside(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
 [[nodiscard]] int decodeTableAside(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
-/// The decoded part of open values; their raw octets are copied and freed as members.
+/// Reads a SEQUENCE or SET: its header if the caller has not, the members with `decodeMembers`, then its open values.
+template <class DecodeMembers>
+[[nodiscard]] int decodeRecord(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TAG tag, ASN1TagType tagType,
+                               int length, DecodeMembers decodeMembers) {
+    if (tagType == TAG_EXPLICIT) {
+        const int status = xd_match1(ctxt, static_cast<std::uint8_t>(tag & 0x1FU), &length);
+        if (status != 0) {
+            return fail(ctxt, status);
+        }
+    }
+    clearRecord(type, record);
+    int status = decodeMembers(ctxt, type, record, length);
+    if (status == 0 && type.table != nullptr) {
+        status = decodeTableAside(ctxt, type, record);
+    }
+    return status != 0 ? fail(ctxt, status) : 0;
+}
+/// Copies the decoded form of open values. Their raw octets are copied as members.
 void copyTable(ASN1CTXT* ctxt, const TypeInfo& type, const void* from, void* to);
-/// Before the members: frees decoded values, and makes the raw octets safe to be freed.
+/// Frees the decoded form of open values. Call it before freeing the members: it restores raw octets that can be freed.
 void freeTable(ASN1CTXT* ctxt, const TypeInfo& type, void* record);
 
-/// Gives a block back to the type heap and clears the pointer.
+/// Returns a block to the type heap and clears the pointer.
 template <class T>
 void freeBlock(ASN1CTXT* ctxt, T*& block) {
     if (block != nullptr && rtMemHeapCheckPtr(&ctxt->pTypeMemHeap, block) != 0) {

@@ -1,8 +1,8 @@
-// The control classes: one short derivation ASN1C_T a type from the templates here.
+// Templates of the control classes. Each type's class ASN1C_T is a short derivation from them.
 //
-// A control object binds a record to a context. It stands alone (own context) or shares the context of a message
-// buffer; EncodeTo and DecodeFrom work on the buffer that they are given. Copies are deep, in the context of the
-// control object, and live as long as that.
+// A control object binds a record to a context: its own, or that of a message buffer. EncodeTo and DecodeFrom work on
+// the buffer they are given. Copies are deep; they belong to the context of the control object and live as long as it
+// does.
 #pragma once
 
 #include <memory>
@@ -18,7 +18,7 @@
 
 namespace schema {
 
-/// Control classes of records, arrays and plain values have no behaviour of their own.
+/// Control classes of records, arrays and plain values add no behaviour.
 class RecordBase : public ASN1CType {
 protected:
     template <class Value>
@@ -34,35 +34,35 @@ using BitStringBase = ASN1CBitStr;
 using GeneralizedTimeBase = ASN1CGeneralizedTime;
 using UtcTimeBase = ASN1CUTCTime;
 
-/// setMsgBuf, init, encode: answers the octets written or a negative status.
+/// Binds the control object to the buffer and encodes. Returns the number of octets written or a negative status.
 [[nodiscard]] int encodeTo(ASN1CType& control, ASN1MessageBufferIF& buffer, const TypeInfo& type, void* value);
-/// setMsgBuf, init, decode: answers a status.
+/// Binds the control object to the buffer and decodes. Returns a status.
 [[nodiscard]] int decodeFrom(ASN1CType& control, ASN1MessageBufferIF& buffer, const TypeInfo& type, void* value);
-/// Deep copy into a zeroed record from the heap of the context; null when there is no memory.
+/// Returns a deep copy on the heap of the context, or null when out of memory.
 void* copyToHeap(ASN1CType& control, const TypeInfo& type, const void* value);
 
-/// Deep copy of the record of a control object into `record`, which then keeps the context alive.
+/// Copies the record of a control object into `record`, which then keeps the context alive.
 template <class Record>
 void copyFromControl(Record& record, const TypeInfo& type, ASN1CType& control, const void* value) {
     record.setContext(control.getContext());
     copyValue(control.getCtxtPtr(), type, value, &record);
 }
 
-/// Control class over `Base`, which is constructed from the value with nothing, a buffer or a context in front.
+/// Control class over `Base`, whose constructors take the value, or a buffer or context and the value.
 template <class Base, class Record, const TypeInfo& type>
 class Control : public Base {
 public:
     Record& msgData;
 
-    /// In a new context.
+    /// Uses a new context.
     explicit Control(Record& value) : Base(value), msgData(value) {}
-    /// In the context of the buffer, which must outlive this object.
+    /// Uses the context of the buffer, which must outlive this object.
     Control(ASN1MessageBufferIF& buffer, Record& value) : Base(buffer, value), msgData(value) {}
-    /// Works on a deep copy of the record, in the same context. std::bad_alloc when there is no memory.
+    /// Works on a deep copy of the record, in the same context. Throws std::bad_alloc when out of memory.
     Control(Control& original) : Control(original, original.getCopy(nullptr)) {}
     Control& operator=(const Control&) = delete;
 
-    /// Deep copy into `target`, or into a new record from the heap for null. Null when there is no memory.
+    /// Copies into `target`, or into a new record on the heap when `target` is null. Returns null when out of memory.
     Record* getCopy(Record* target) {
         if (target == nullptr) {
             return static_cast<Record*>(copyToHeap(*this, type, &msgData));
@@ -71,7 +71,7 @@ public:
         return target;
     }
 
-    /// Deep copy in a record from `new` that keeps the context alive; the caller deletes it.
+    /// Returns a deep copy that keeps the context alive. The caller deletes it.
     Record* newCopy() requires std::is_base_of_v<ASN1TPDU, Record> {
         auto copy = std::make_unique<Record>();
         copyFromControl(*copy, type, *this, &msgData);

@@ -52,7 +52,7 @@ void noteElement(ASN1CTXT* ctxt, rtSList& descriptors, int length) {
     }
 }
 
-/// The elements in canonical order. One element needs no sorting, and most sets, those of names, have one.
+/// Writes the elements in canonical order. A single element needs no sorting; most sets, those in names, have one.
 int encodeSorted(ASN1CTXT* ctxt, const MemberInfo& element, const ASN1TSeqOfList& list) {
     if (list.count < 2) {
         return encodeElements(ctxt, element, list);
@@ -86,7 +86,7 @@ int decodeElement(ASN1CTXT* ctxt, const MemberInfo& element, std::size_t size, A
         return status;
     }
     if (ctxt->buffer.byteIndex == before) {
-        return STATUS_END_OF_BUFFER;  // an open type whose header is cut off reads nothing and fails nowhere
+        return STATUS_END_OF_BUFFER;  // a truncated open type reads nothing and reports no error
     }
     rtDListAppendNode(ctxt, &list, node + 1);
     return 0;

@@ -1,9 +1,9 @@
-// Information objects and their sets: the templates from which the classes of the generated modules derive, and the
-// bridge over which the shared codecs reach them without knowing the ASN.1 class.
+// Templates for information objects and object sets, and the interface through which the shared codecs use them without
+// knowing the ASN.1 class.
 //
-// An ASN.1 class becomes an abstract C++ class with a key and the operations on the value type; an object is a subclass
-// whose operations come from ValueOf<>. A set is an array of pointers in the order in which the objects are defined;
-// the first object with the key wins. Sets are built once, on first use, and never freed.
+// An ASN.1 class becomes an abstract C++ class with a key and operations on the value type. An object is a subclass
+// whose operations come from ValueOf<>. A set is an array of pointers in definition order; the first object with the
+// key wins. Sets are built on first use and never freed.
 #pragma once
 
 #include <pthread.h>
@@ -16,17 +16,17 @@
 
 namespace schema {
 
-/// A zero-filled value of `size` octets from the context's heap; std::bad_alloc when there is no memory.
+/// Returns a zero-filled value of `size` octets from the context's heap. Throws std::bad_alloc when out of memory.
 void* constructValue(ASN1CTXT* ctxt, std::size_t size);
-/// Reads a fresh value at the position of `ctxt` and stores it in `object.decoded`, whatever the status. A number that
-/// does not fit its member is no failure of a type that says so: the value is then not stored.
+/// Decodes a new value at the current position and stores it in `object.decoded`, whatever the status. For a type with
+/// `rawIfTooBig`, a number that does not fit its member is not a failure; the value is then not stored.
 int decodeObject(ASN1CTXT* ctxt, const TypeInfo& type, Asn1TObject& object);
-/// Copies `from.decoded` into a fresh value and stores that in `to.decoded`.
+/// Copies `from.decoded` into a new value and stores it in `to.decoded`.
 void copyObject(ASN1CTXT* ctxt, const TypeInfo& type, const Asn1TObject& from, Asn1TObject& to);
 /// Frees `object.decoded` and clears it.
 void freeObject(ASN1CTXT* ctxt, const TypeInfo& type, Asn1TObject& object);
 
-/// The operations on the value type of an object, for any type with a record (or variable) and a control class.
+/// The operations on the value of an object, for any type with a record (or variable) and a control class.
 template <class Record, class Control, const TypeInfo& type>
 struct ValueOf {
     static void* construct(ASN1CTXT* ctxt) { return constructValue(ctxt, sizeof(Record)); }
@@ -43,7 +43,7 @@ struct ValueOf {
     static void free(ASN1CTXT* ctxt, Asn1TObject& object) { freeObject(ctxt, type, object); }
 };
 
-/// The operations of an object without a value record: all trivial.
+/// The trivial operations of an object without a value record.
 struct NoValue {
     static void* construct(ASN1CTXT*) { return nullptr; }
     static ASN1CType* constructControl(ASN1MessageBufferIF&, void*) { return nullptr; }
@@ -52,13 +52,13 @@ struct NoValue {
     static void free(ASN1CTXT*, Asn1TObject& object) { object.decoded = nullptr; }
 };
 
-/// The value type is NULL: it is written and read, and nothing is held.
+/// For a value of type NULL, which is written and read but not stored.
 struct NullValue : NoValue {
     static int encode(ASN1CTXT* ctxt, Asn1TObject& object);
     static int decode(ASN1CTXT* ctxt, Asn1TObject& object);
 };
 
-/// The object names no value type: its value is carried raw.
+/// For an object without a value type; its value stays raw.
 struct RawValue : NoValue {
     static int encode(ASN1CTXT*, Asn1TObject&) { return 0; }
     static int decode(ASN1CTXT*, Asn1TObject&) { return 0; }
@@ -69,7 +69,7 @@ template <class Class, std::size_t count>
 class ObjectSet {
 public:
     /// The first object with exactly this key, or null.
-    // NOLINTNEXTLINE(performance-unnecessary-value-param): callers hand over identifiers of any kind by value
+    // NOLINTNEXTLINE(performance-unnecessary-value-param): callers pass several kinds of identifiers by value
     Class* lookupObject(ASN1TObjId key) const { return find(key); }
     [[nodiscard]] Class* find(const ASN1OBJID& key) const {
         if (key.numids == 0 || key.numids > ASN1_MAX_ARCS) {
@@ -77,7 +77,7 @@ public:
         }
         const std::uint32_t last = key.numids - 1;
         for (Class* object : mObjects) {
-            // Keys of one registry differ in their last arc, so that it settles most comparisons.
+            // Keys of one registry differ in their last arc, so comparing it first settles most cases.
             if (object->id.numids == key.numids && object->id.subid[last] == key.subid[last] && object->id == key) {
                 return object;
             }
@@ -89,7 +89,7 @@ protected:
     Class* mObjects[count] = {};
 };
 
-/// A class none of whose objects is in the set.
+/// An empty set.
 template <class Class>
 class ObjectSet<Class, 0> {
 public:
@@ -98,8 +98,8 @@ public:
     [[nodiscard]] Class* find(const ASN1OBJID&) const { return nullptr; }
 };
 
-/// The bridge: `Class` has the static functions encodeValue, decodeValue, copyValue and freeValue, which call its
-/// operations whatever its field is named.
+/// The set as the codecs use it. The static functions encodeValue, decodeValue, copyValue and freeValue of `Class` call
+/// its operations, whatever its type field is called.
 template <class Set, class Class>
 inline constexpr ObjectSetAccess kAccess = {
     [](const ASN1OBJID& key) -> void* { return Set::instance(nullptr)->find(key); },

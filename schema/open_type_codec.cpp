@@ -1,5 +1,5 @@
-// Open types under a table constraint: the raw octets stand in the message, the decoded value beside them when the key
-// is known. Writing the decoded value, and reading it, rebinds the context to the raw octets for a while.
+// Open types with a table constraint: the record holds the raw octets and, when the key is known, the decoded value.
+// Encoding and decoding the value rebinds the context to the raw octets temporarily.
 #include <cstring>
 #include <new>
 
@@ -21,7 +21,7 @@ void* lookup(const TypeInfo& type, const void* record) {
     return type.table->set->lookup(keyOf(type, record));
 }
 
-/// The elements of a list of open values, as a range for `for`.
+/// Calls `visit` for each open value of a list until it returns a failure.
 template <class Visit>
 int forEachValue(ASN1TSeqOfList& list, Visit visit) {
     for (_Asn1RTDListNode* node = list.pHead; node != nullptr; node = node->pNext) {
@@ -33,17 +33,17 @@ int forEachValue(ASN1TSeqOfList& list, Visit visit) {
     return 0;
 }
 
-/// Room for the encoding of a value that was read from `numocts` octets, the unused octet of the buffer included; 0,
-/// the usual room, for a value that was not read. What comes out again may be longer by what a lax writer left out:
-/// an empty BIT STRING gains its count of unused bits.
+/// The buffer size for encoding a value that was decoded from `numocts` octets, including the unused octet of the
+/// buffer; 0 (the default size) for a value that was not decoded. The encoding can be longer than the input, since some
+/// encoders omit octets: an empty BIT STRING gains its count of unused bits.
 int roomToEncode(std::uint32_t numocts) {
     constexpr std::uint32_t kLargest = 1 << 20;
     constexpr std::uint32_t kSlack = 16;
     return numocts == 0 || numocts > kLargest ? 0 : static_cast<int>(numocts + numocts / 2 + kSlack);
 }
 
-/// Encodes the decoded value into a fresh buffer; `raw` then points into it. The buffer stays in the heap until the
-/// context ends. A message may hold a hundred thousand small values, so the buffer is made to measure.
+/// Encodes the decoded value into a new buffer, and makes `raw` point into it. The buffer lives as long as the context.
+/// It is sized to fit, since a message may contain a hundred thousand small values.
 int encodeValueAside(ASN1CTXT* ctxt, const TypeInfo& type, void* object, Asn1TObject& value, ASN1TOpenType& raw) {
     int length = xe_setp(ctxt, nullptr, roomToEncode(value.encoded.numocts));
     if (length == 0) {
@@ -56,7 +56,7 @@ int encodeValueAside(ASN1CTXT* ctxt, const TypeInfo& type, void* object, Asn1TOb
     return 0;
 }
 
-/// The same for an element of a list, where the raw octets are all there is to free later: they get their own block.
+/// The same for an element of a list. Its raw octets get their own block, so that they can be freed later.
 int encodeListedValue(ASN1CTXT* ctxt, const TypeInfo& type, void* object, Asn1TObject& value) {
     ASN1TOpenType raw = {};
     const int status = encodeValueAside(ctxt, type, object, value, raw);
@@ -72,7 +72,7 @@ int encodeListedValue(ASN1CTXT* ctxt, const TypeInfo& type, void* object, Asn1TO
     return 0;
 }
 
-/// Whether these octets are a primitive string of one of the universal types.
+/// Whether these octets are a primitive string of a universal type.
 bool isString(const ASN1TOpenType& raw) {
     constexpr std::uint32_t kStrings = 1U << kTagUtf8String | 1U << kTagNumericString | 1U << kTagPrintableString |
                                        1U << kTagTeletexString | 1U << kTagIa5String | 1U << kTagVisibleString |
@@ -80,7 +80,7 @@ bool isString(const ASN1TOpenType& raw) {
     return raw.numocts != 0 && raw.data[0] < 32 && (kStrings >> raw.data[0] & 1U) != 0;
 }
 
-/// Whether a value that its type did not take is carried undecoded, as one of an unknown type is.
+/// Whether a value that does not match its type stays raw instead of failing the message.
 bool staysRaw(const TableInfo& table, const ASN1TOpenType& raw, int status) {
     return table.anyString && (status == STATUS_TAG_MISMATCH || status == STATUS_BAD_CHOICE) && isString(raw);
 }
@@ -156,7 +156,7 @@ int decodeTableAside(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
 
 namespace {
 
-/// `to.encoded` is there already.
+/// `to.encoded` is already set.
 void copyDecoded(ASN1CTXT* ctxt, const TypeInfo& type, const Asn1TObject& from, Asn1TObject& to, void* object) {
     to.decoded = nullptr;
     to.object = object;
@@ -184,7 +184,7 @@ void copyTable(ASN1CTXT* ctxt, const TypeInfo& type, const void* from, void* to)
         copyDecoded(ctxt, type, source, target, object);
         return;
     }
-    // The elements and their octets have been copied with the members, one for one while memory lasted.
+    // The list and the raw octets have been copied with the members; the copy is shorter if memory ran out.
     const _Asn1RTDListNode* source = at<ASN1TSeqOfList>(from, type.table->rawOffset).pHead;
     const _Asn1RTDListNode* target = at<ASN1TSeqOfList>(to, type.table->rawOffset).pHead;
     for (; source != nullptr && target != nullptr; source = source->pNext, target = target->pNext) {
@@ -205,7 +205,7 @@ void freeTable(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
     auto& value = at<Asn1TObject>(record, type.table->objectOffset);
     auto& raw = at<ASN1TOpenType>(record, type.table->rawOffset);
     if (value.decoded != nullptr && raw.data != value.encoded.data) {
-        // The encoder made these octets: they lie inside its buffer and are no block. What was read is in `encoded`.
+        // The encoder made these octets: they are part of its buffer, not a block. `encoded` holds what was decoded.
         raw = value.encoded;
     }
     freeDecoded(ctxt, type, value, object);

@@ -1,5 +1,5 @@
-// Values of primitive types: one switch for each direction over the runtime's readers and writers, with the bounds that
-// the schema declares.
+// Values of primitive types: one switch per direction over the runtime's readers and writers, plus the checks of the
+// bounds that the schema declares.
 #include <cstring>
 
 #include "asn1rt/decode_core.h"
@@ -14,7 +14,7 @@ namespace schema {
 
 namespace {
 
-/// FixedOctetString: the octets lie behind their count.
+/// FixedOctetString: the octets follow their count.
 struct FixedOctets {
     std::uint32_t numocts;
     std::uint8_t data[1];
@@ -28,7 +28,7 @@ std::uint32_t countCharacters(const char* text) {
     return count;
 }
 
-/// What the bounds of the member count.
+/// The quantity that the bounds of the member limit.
 std::uint32_t measure(const MemberInfo& member, const void* slot) {
     switch (member.kind) {
         case Kind::CharString: {
@@ -40,8 +40,7 @@ std::uint32_t measure(const MemberInfo& member, const void* slot) {
             return text == nullptr ? 0 : countCharacters(text);
         }
         default:
-            return *static_cast<const std::uint32_t*>(
-                slot);  // a number, or the count that all other strings begin with
+            return *static_cast<const std::uint32_t*>(slot);  // a number, or the count at the start of any other string
     }
 }
 
@@ -98,7 +97,7 @@ int encodeUnchecked(ASN1CTXT* ctxt, const MemberInfo& member, void* slot, ASN1Ta
         case Kind::UniversalString:
             return xe_32BitCharStr(ctxt, static_cast<ASN1T32BitCharStr*>(slot), tagType, kTagUniversalString);
         case Kind::OpenType:
-        case Kind::TypedValue: {  // which begins with its raw octets
+        case Kind::TypedValue: {  // which starts with its raw octets
             const auto* value = static_cast<ASN1TOpenType*>(slot);
             return xe_OpenType(ctxt, value->data, value->numocts);
         }

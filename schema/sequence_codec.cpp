@@ -1,4 +1,4 @@
-// SEQUENCE: members in reverse order on the way out; on the way in one pass over the member positions.
+// SEQUENCE: encoded in reverse order; decoded in one pass over the member positions.
 #include <cstring>
 
 #include "asn1rt/encode.h"
@@ -11,8 +11,6 @@ namespace schema {
 namespace {
 
 constexpr std::uint8_t kMayBeAbsent = kOptional | kDefaultFalse | kDefaultTrue;
-constexpr std::uint8_t kSequenceOctet = 0x10;
-constexpr std::uint32_t kAnyTag = 0xFFFFFFFF;
 
 bool isWritten(const TypeInfo& type, const MemberInfo& member, const void* record) {
     if ((member.flags & kOptional) != 0) {
@@ -27,25 +25,40 @@ bool isWritten(const TypeInfo& type, const MemberInfo& member, const void* recor
     return true;
 }
 
-/// Whether an untagged CHOICE or a raw value that may be absent is there. Other types are tried instead; a CHOICE would
-/// answer STATUS_BAD_CHOICE for its own absence, and a raw value would take any element for itself.
+/// Whether an untagged CHOICE or raw value that may be absent is present. Members of other types are simply tried, but
+/// an absent CHOICE would report STATUS_BAD_CHOICE, and a raw value would accept any element.
 bool isAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
     std::uint32_t tag = 0;
     int length = 0;
     return xd_tag_len(ctxt, &tag, &length, 0) != 0 || acceptsTag(member, tag);
 }
 
-/// The member at this position when it is there: sets `isThere`. An untagged OPTIONAL member is tried, and a mismatch
-/// anywhere in it counts as its absence; the position in the input is not taken back.
+[[gnu::noinline]] bool isLongTagAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
+    std::uint32_t tag = 0;
+    int length = 0;
+    // A header that cannot be read counts as a match, so that decoding the member reports why.
+    return xd_tag_len(ctxt, &tag, &length, 0) != 0 || ((tag ^ member.tag) & ~kTagConstructed) == 0;
+}
+
+/// Whether the next element has the member's own tag, ignoring the constructed bit.
+bool isOwnTagAhead(ASN1CTXT* ctxt, const MemberInfo& member) {
+    if (hasLongTag(member)) [[unlikely]] {
+        return isLongTagAhead(ctxt, member);
+    }
+    return (ctxt->buffer.data[ctxt->buffer.byteIndex] & 0xDFU) == tagOctet(member);
+}
+
+/// Decodes the member at this position and sets `isThere`. An untagged OPTIONAL member is tried: any tag mismatch
+/// inside it means that it is absent, and the input position is not restored.
 int decodeAtPosition(ASN1CTXT* ctxt, const MemberInfo& member, void* record, bool& isThere) {
     isThere = true;
     const bool mayBeAbsent = (member.flags & kMayBeAbsent) != 0;
     if ((member.flags & kOwnTag) != 0) {
-        if (mayBeAbsent && (ctxt->buffer.data[ctxt->buffer.byteIndex] & 0xDFU) != tagOctet(member)) {
+        if (mayBeAbsent && !isOwnTagAhead(ctxt, member)) {
             isThere = false;
             return 0;
         }
-        if (mayBeAbsent && (member.flags & kExplicit) != 0) {
+        if (mayBeAbsent && (member.flags & kExplicit) != 0 && !hasLongTag(member)) {
             int length = 0;
             const int status = xd_Tag1AndLen(ctxt, &length);
             return status != 0 ? status : decodeMember(ctxt, member, record, TAG_EXPLICIT, length);
@@ -65,24 +78,56 @@ int decodeAtPosition(ASN1CTXT* ctxt, const MemberInfo& member, void* record, boo
     return status;
 }
 
+/// Whether the next element belongs to the second root, the members after the additions.
+bool isSecondRootAhead(ASN1CTXT* ctxt, const TypeInfo& type) {
+    std::uint32_t tag = 0;
+    int length = 0;
+    if (type.numBeforeAdditions == type.numMembers || xd_tag_len(ctxt, &tag, &length, 0) != 0) {
+        return false;
+    }
+    for (unsigned i = type.numBeforeAdditions; i < type.numMembers; ++i) {
+        const MemberInfo& member = type.members[i];
+        if (acceptsTag(member, tag) || acceptsTag(member, tag ^ kTagConstructed)) {
+            return true;
+        }
+        if ((member.flags & kMayBeAbsent) == 0) {
+            return false;
+        }
+    }
+    return false;
+}
+
+/// Keeps the additions of later versions of the type. They are encoded again unchanged.
+[[gnu::noinline]] int decodeAdditions(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ContentsEnd end) {
+    while (!end.isReached(ctxt) && !isSecondRootAhead(ctxt, type)) {
+        const int status = decodeAddition(ctxt, type, record);
+        if (status != 0) {
+            return status;
+        }
+    }
+    return 0;
+}
+
 int decodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record, int length) {
     const ContentsEnd end(ctxt, length);
     const MemberInfo* member = type.members;
     const MemberInfo* const last = type.members + type.numMembers;
+    // First the place of unknown additions, then the end.
+    const MemberInfo* stop = type.members + type.numBeforeAdditions;
     std::uint32_t present = 0;
     unsigned numRequired = 0;
     while (!end.isReached(ctxt)) {
-        if (member == last) {
-            if (!type.extensible) {
+        if (member == stop) {
+            const bool hadAdditions = stop == last && type.numBeforeAdditions != type.numMembers;
+            if (!type.extensible || hadAdditions) {
                 return STATUS_EXTRA_ELEMENT;
             }
-            const ASN1ExtPosition position = end.position(ctxt);
-            const int status =
-                xd_OpenTypeExt(ctxt, &position, kAnyTag, &at<ASN1TSeqOfList>(record, type.extensionOffset));
+            const int status = decodeAdditions(ctxt, type, record, end);
             if (status != 0) {
                 return status;
             }
-            break;
+            stop = last;
+            continue;
         }
         bool isThere = false;
         const int status = decodeAtPosition(ctxt, *member, record, isThere);
@@ -113,7 +158,7 @@ void setDefault(const MemberInfo& member, void* record) {
     if ((member.flags & (kDefaultFalse | kDefaultTrue)) != 0) {
         at<std::uint8_t>(record, member.offset) = (member.flags & kDefaultTrue) != 0 ? 1 : 0;
     } else if (member.kind == Kind::Unsigned && (member.flags & kOptional) != 0) {
-        // An absent version is 0, v1, also in a record that held another one before.
+        // An absent version is 0 (v1), even if the record was used before.
         at<std::uint32_t>(record, member.offset) = 0;
     }
 }
@@ -131,21 +176,25 @@ void clearRecord(const TypeInfo& type, void* record) {
     }
 }
 
+int decodeAddition(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
+    const std::uint32_t before = ctxt->buffer.byteIndex;
+    const int status = xd_OpenTypeAppend(ctxt, &at<ASN1TSeqOfList>(record, type.extensionOffset));
+    // A truncated open type reads nothing and reports no error.
+    return status == 0 && ctxt->buffer.byteIndex == before ? STATUS_END_OF_BUFFER : status;
+}
+
 int encodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record) {
     int total = 0;
-    if (type.extensible) {
-        auto& additions = at<ASN1TSeqOfList>(record, type.extensionOffset);
-        if (additions.count != 0) {
-            total = xe_OpenTypeExt(ctxt, &additions);
-            if (total < 0) {
-                return total;
+    for (unsigned i = type.numMembers + 1U; i-- > 0;) {
+        if (type.extensible && i == type.numBeforeAdditions) {
+            const int length = xe_OpenTypeExt(ctxt, &at<ASN1TSeqOfList>(record, type.extensionOffset));
+            if (length < 0) {
+                return length;
             }
+            total += length;
         }
-    }
-    for (unsigned i = type.numMembers; i-- > 0;) {
-        const MemberInfo& member = type.members[i];
-        if (isWritten(type, member, record)) {
-            const int length = encodeMember(ctxt, member, record);
+        if (i != 0 && isWritten(type, type.members[i - 1], record)) {
+            const int length = encodeMember(ctxt, type.members[i - 1], record);
             if (length < 0) {
                 return length;
             }
@@ -174,18 +223,7 @@ int encodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagTy
 }
 
 int decodeSequence(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length) {
-    if (tagType == TAG_EXPLICIT) {
-        const int status = xd_match1(ctxt, kSequenceOctet, &length);
-        if (status != 0) {
-            return fail(ctxt, status);
-        }
-    }
-    clearRecord(type, record);
-    int status = decodeMembers(ctxt, type, record, length);
-    if (status == 0 && type.table != nullptr) {
-        status = decodeTableAside(ctxt, type, record);
-    }
-    return status != 0 ? fail(ctxt, status) : 0;
+    return decodeRecord(ctxt, type, record, kTagSequence, tagType, length, decodeMembers);
 }
 
 }  // namespace schema

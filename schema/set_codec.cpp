@@ -1,4 +1,6 @@
-// SET: members in any order on the way in, each at most once; on the way out in reverse definition order, unsorted.
+// SET: decoded in any order, each member at most once; encoded in reverse definition order, unsorted.
+#include <algorithm>
+
 #include "asn1rt/encode.h"
 #include "asn1rt/open_type.h"
 #include "schema/codec_steps.h"
@@ -7,10 +9,22 @@ namespace schema {
 
 namespace {
 
-constexpr std::uint8_t kSetOctet = 0x11;
 constexpr std::uint8_t kMayBeAbsent = kOptional | kDefaultFalse | kDefaultTrue;
 
-/// The member that an element with this tag is, or null.
+/// The members decoded so far, one bit each. Only the words that the SET needs are initialised.
+class SeenMembers {
+public:
+    explicit SeenMembers(unsigned numMembers) { std::fill_n(words_, (numMembers + kBits - 1) / kBits, 0); }
+
+    [[nodiscard]] bool contains(unsigned member) const { return (words_[member / kBits] >> member % kBits & 1U) != 0; }
+    void add(unsigned member) { words_[member / kBits] |= std::uint64_t{1} << member % kBits; }
+
+private:
+    static constexpr unsigned kBits = 64;
+    std::uint64_t words_[kMaxMembers / kBits];
+};
+
+/// Returns the member with this tag, or null.
 const MemberInfo* findMember(const TypeInfo& type, std::uint32_t tag) {
     for (unsigned i = 0; i < type.numMembers; ++i) {
         if (acceptsTag(type.members[i], tag)) {
@@ -28,7 +42,7 @@ int decodeFound(ASN1CTXT* ctxt, const MemberInfo& member, void* record, int leng
     return decodeMember(ctxt, member, record, (member.flags & kExplicit) != 0 ? TAG_EXPLICIT : TAG_IMPLICIT, length);
 }
 
-int decodeElement(ASN1CTXT* ctxt, const TypeInfo& type, void* record, std::uint64_t& seen) {
+int decodeElement(ASN1CTXT* ctxt, const TypeInfo& type, void* record, SeenMembers& seen) {
     std::uint32_t tag = 0;
     int length = 0;
     const int status = xd_tag_len(ctxt, &tag, &length, MATCH_ADVANCE);
@@ -41,21 +55,21 @@ int decodeElement(ASN1CTXT* ctxt, const TypeInfo& type, void* record, std::uint6
             return STATUS_SET_UNKNOWN_ELEMENT;
         }
         xu_RestoreBufferState(ctxt, nullptr);
-        return xd_OpenTypeAppend(ctxt, &at<ASN1TSeqOfList>(record, type.extensionOffset));
+        return decodeAddition(ctxt, type, record);
     }
-    const std::uint64_t mask = std::uint64_t{1} << (member - type.members);
-    if ((seen & mask) != 0) {
+    const auto number = static_cast<unsigned>(member - type.members);
+    if (seen.contains(number)) {
         return STATUS_SET_DUPLICATE;
     }
-    seen |= mask;
+    seen.add(number);
     return decodeFound(ctxt, *member, record, length);
 }
 
-int finish(const TypeInfo& type, void* record, std::uint64_t seen) {
+int finish(const TypeInfo& type, void* record, const SeenMembers& seen) {
     std::uint32_t present = 0;
     for (unsigned i = 0; i < type.numMembers; ++i) {
         const MemberInfo& member = type.members[i];
-        const bool isThere = (seen >> i & 1U) != 0;
+        const bool isThere = seen.contains(i);
         if (!isThere && (member.flags & kMayBeAbsent) == 0) {
             return STATUS_MISSING_ELEMENT;
         }
@@ -73,7 +87,7 @@ int finish(const TypeInfo& type, void* record, std::uint64_t seen) {
 
 int decodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record, int length) {
     const ContentsEnd end(ctxt, length);
-    std::uint64_t seen = 0;
+    SeenMembers seen(type.numMembers);
     while (!end.isReached(ctxt)) {
         const std::uint32_t before = ctxt->buffer.byteIndex;
         const int status = decodeElement(ctxt, type, record, seen);
@@ -81,7 +95,7 @@ int decodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record, int length
             return status;
         }
         if (ctxt->buffer.byteIndex == before) {
-            return STATUS_END_OF_BUFFER;  // an open type whose header is cut off reads nothing and fails nowhere
+            return STATUS_END_OF_BUFFER;  // a truncated open type reads nothing and reports no error
         }
     }
     return finish(type, record, seen);
@@ -94,18 +108,7 @@ int encodeSet(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType ta
 }
 
 int decodeSet(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ASN1TagType tagType, int length) {
-    if (tagType == TAG_EXPLICIT) {
-        const int status = xd_match1(ctxt, kSetOctet, &length);
-        if (status != 0) {
-            return fail(ctxt, status);
-        }
-    }
-    clearRecord(type, record);
-    int status = decodeMembers(ctxt, type, record, length);
-    if (status == 0 && type.table != nullptr) {
-        status = decodeTableAside(ctxt, type, record);
-    }
-    return status != 0 ? fail(ctxt, status) : 0;
+    return decodeRecord(ctxt, type, record, kTagSet, tagType, length, decodeMembers);
 }
 
 }  // namespace schema

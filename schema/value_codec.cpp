@@ -1,4 +1,4 @@
-// The dispatch over the forms of types, and the way from a member to its value.
+// Dispatches on the form of the type, and finds the value of a member.
 #include "schema/value_codec.h"
 
 #include "asn1rt/encode.h"
@@ -8,9 +8,20 @@ namespace schema {
 
 namespace {
 
-/// Whether the type of a member keeps its own tag behind the member's.
+/// TAG_EXPLICIT when the member's type keeps its own tag inside the member's tag.
 ASN1TagType innerTagType(const MemberInfo& member) {
     return (member.flags & kExplicit) != 0 ? TAG_EXPLICIT : TAG_IMPLICIT;
+}
+
+/// Like xd_match1, for a tag of several octets.
+int matchLongTag(ASN1CTXT* ctxt, const MemberInfo& member, int& length) {
+    ASN1TAG tag = 0;
+    const int status = xd_tag_len(ctxt, &tag, &length, MATCH_ADVANCE);
+    if (status == 0 && ((tag ^ member.tag) & ~kTagConstructed) != 0) {
+        xu_RestoreBufferState(ctxt, nullptr);
+        return STATUS_TAG_MISMATCH;
+    }
+    return status;
 }
 
 }  // namespace
@@ -29,7 +40,7 @@ int encodeValue(ASN1CTXT* ctxt, const TypeInfo& type, void* value, ASN1TagType t
         case Kind::Array:
             return encodeArray(ctxt, type, value, tagType);
         case Kind::Tagged: {
-            // With TAG_IMPLICIT a tag of the caller's takes the place of this one.
+            // With TAG_IMPLICIT, the caller's tag replaces this one.
             const MemberInfo& inner = *type.members;
             return tagType == TAG_EXPLICIT ? encodeMember(ctxt, inner, value)
                                            : encodeContents(ctxt, inner, value, innerTagType(inner));
@@ -104,8 +115,9 @@ int decodePointer(ASN1CTXT* ctxt, const MemberInfo& member, void* record, ASN1Ta
 
 int decodeOwnTag(ASN1CTXT* ctxt, const MemberInfo& member, void* record) {
     int length = 0;
-    // Not xd_Tag1AndLen for an implicit tag: the form of a string shows in the octet that is read.
-    const int status = xd_match1(ctxt, tagOctet(member), &length);
+    // Not xd_Tag1AndLen: the identifier octet also tells whether an implicitly tagged string is constructed.
+    const int status =
+        hasLongTag(member) ? matchLongTag(ctxt, member, length) : xd_match1(ctxt, tagOctet(member), &length);
     if (status != 0) {
         return status;
     }

@@ -1,5 +1,5 @@
-// Deep copies over the same tables. A copy has no status: what finds no memory is left empty, except for the
-// alternative of a CHOICE and typed open values, which throw.
+// Deep copies. A copy has no status: members that cannot be allocated are left empty, but the alternative of a CHOICE
+// and typed open values throw.
 #include <cstring>
 #include <new>
 
@@ -102,7 +102,7 @@ void copyPrimitive(ASN1CTXT* ctxt, const MemberInfo& member, const void* from, v
             rtCopy32BitCharStr(ctxt, static_cast<const ASN1T32BitCharStr*>(from), static_cast<ASN1T32BitCharStr*>(to));
             break;
         case Kind::OpenType:
-        case Kind::TypedValue:  // which begins with its raw octets
+        case Kind::TypedValue:  // which starts with its raw octets
             rtCopyOpenType(ctxt, static_cast<const ASN1TOpenType*>(from), static_cast<ASN1TOpenType*>(to));
             break;
         case Kind::Null:
@@ -144,7 +144,7 @@ void copyValue(ASN1CTXT* ctxt, const TypeInfo& type, const void* from, void* to)
     if (from == to) {
         return;
     }
-    // A copy has no status to tell that a limit on decoding was met.
+    // The memory limit applies to decoding. A copy has no status to report that it was reached.
     rtMemHeapRemoveLimit(&ctxt->pTypeMemHeap);
     switch (type.kind) {
         case Kind::Sequence:

@@ -1,5 +1,5 @@
-// Freeing over the same tables, members first. Values that were decoded without copying may point into the input:
-// their octets are left to the heap.
+// Frees values, members first. Values decoded in zero-copy mode may point into the input; their octets are left to the
+// heap.
 #include "schema/codec_steps.h"
 #include "schema/value_codec.h"
 
@@ -85,7 +85,7 @@ void freePrimitive(ASN1CTXT* ctxt, const MemberInfo& member, void* slot) {
             freeOctets<ASN1TDynBitStr>(ctxt, slot);
             break;
         case Kind::OpenType:
-        case Kind::TypedValue:  // which begins with its raw octets
+        case Kind::TypedValue:  // which starts with its raw octets
             freeOctets<ASN1TOpenType>(ctxt, slot);
             break;
         case Kind::BmpString:

@@ -1,4 +1,4 @@
-// One table of the words that are known, where each may stand and how many arguments it has.
+// One table of the annotations, with their allowed places and numbers of arguments.
 #include "schema/compiler/annotations.h"
 
 #include <algorithm>

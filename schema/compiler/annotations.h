@@ -1,4 +1,4 @@
-// What the annotations in front of a definition or member say.
+// The meaning of the annotations before a definition or member.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 
 namespace schemac {
 
-// Where annotations stand; each word is allowed in some of these places.
+// Where an annotation appears. Each annotation is allowed in some of these places.
 enum class AnnotationPlace { Type, Member, Value, Object, Other };
 
 struct AnnotationSet {
@@ -24,7 +24,7 @@ struct AnnotationSet {
     std::string name;
     std::string control;
     std::optional<Name> key;
-    Span span;  // of the first one, for messages
+    Span span;  // of the first annotation, for messages
 };
 
 AnnotationSet readAnnotations(const Annotations& annotations, AnnotationPlace place, Diagnostics& diagnostics);

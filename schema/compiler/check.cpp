@@ -1,4 +1,4 @@
-// Rules on types and members; those on objects, identifiers and names are in check_names.cpp.
+// Rules for types and members. Rules for objects, identifiers and names are in check_names.cpp.
 #include "schema/compiler/check.h"
 
 #include <algorithm>
@@ -15,6 +15,7 @@ namespace schemac {
 namespace {
 
 constexpr std::size_t kMaxPresenceBits = 32;  // `m` is one word
+constexpr std::size_t kMaxMembers = 1024;     // schema::kMaxMembers
 
 bool isRecord(const Type& type) {
     return type.use.kind == Kind::Sequence || type.use.kind == Kind::Set;
@@ -37,12 +38,12 @@ void checkAlias(const Type& type, Diagnostics& diagnostics) {
     }
 }
 
-// A record that holds itself whole through members that are always there can never be written.
+// A record that always contains itself can never be encoded.
 class EmbeddingCheck {
 public:
     explicit EmbeddingCheck(Diagnostics& diagnostics) : diagnostics_(diagnostics) {}
 
-    // An own stack in place of recursion: a chain of records may be as long as the schema.
+    // An explicit stack instead of recursion: a chain of records may be as long as the schema.
     void run(const Type& root) {
         if (!isRecord(root) || done_.count(&root) != 0) {
             return;
@@ -65,7 +66,7 @@ public:
 private:
     void visit(const Type& type, const Member& member) {
         const Type* const inner = underlyingType(member.use);
-        if (member.presence != Presence::Required || inner == nullptr || !isRecord(*inner)) {
+        if (!isAlwaysPresent(member) || inner == nullptr || !isRecord(*inner)) {
             return;
         }
         if (open_.count(inner) != 0) {
@@ -97,47 +98,52 @@ void checkMemberNames(const Type& type, Diagnostics& diagnostics) {
     }
 }
 
-void checkPresenceBits(const Type& type, Diagnostics& diagnostics) {
-    const auto numBits =
-        static_cast<std::size_t>(std::count_if(type.members.begin(), type.members.end(), [](const Member& member) {
-            return member.presence != Presence::Required;
-        }));
+void checkNumMembers(const Type& type, Diagnostics& diagnostics) {
+    if (type.members.size() > kMaxMembers) {
+        diagnostics.error(type.span, quoted(type.name) + " has more than " + std::to_string(kMaxMembers) + " members");
+    }
+    const auto numBits = static_cast<std::size_t>(std::count_if(
+        type.members.begin(), type.members.end(), [](const Member& member) { return !isAlwaysPresent(member); }));
     if (numBits > kMaxPresenceBits) {
         diagnostics.error(type.span, quoted(type.name) + " has more than 32 optional members");
     }
 }
 
-// Every tag by which a use can begin; none for a value of any type, which begins with any.
+// The tags that can start a use.
 using TagKey = std::pair<TagClass, std::uint32_t>;
-void collectFirstTags(const Use& use, std::vector<TagKey>& keys, int depth) {
+struct FirstTags {
+    std::vector<TagKey> keys;
+    bool isAny = false;  // an open type: any tag at all
+};
+
+void collectFirstTags(const Use& use, FirstTags& first, int depth) {
     const WireTags tags = wireTags(use);
     if (!tags.written.empty()) {
-        keys.emplace_back(tags.written.front().tagClass, tags.written.front().number);
+        first.keys.emplace_back(tags.written.front().tagClass, tags.written.front().number);
         return;
     }
     const Use* const base = underlying(use);
     if (const Type* const keptRaw = typeKeptRaw(use)) {
-        collectFirstTags(keptRaw->use, keys, depth);
+        collectFirstTags(keptRaw->use, first, depth);
         return;
     }
     if (universalTag(base->kind) != 0) {
-        keys.emplace_back(TagClass::Universal, universalTag(base->kind));
+        first.keys.emplace_back(TagClass::Universal, universalTag(base->kind));
         return;
     }
+    first.isAny = first.isAny || base->kind == Kind::Open;
     const Type* const choice = underlyingType(use);
-    if (base->kind != Kind::Choice || choice == nullptr || depth >= 8 || keys.size() > 1000) {
+    if (base->kind != Kind::Choice || choice == nullptr || depth >= 8 || first.keys.size() > 1000) {
         return;
     }
     for (const Member& alternative : choice->members) {
-        collectFirstTags(alternative.use, keys, depth + 1);
+        collectFirstTags(alternative.use, first, depth + 1);
     }
 }
 
-void reportTwins(const Member& member, std::set<TagKey>& seen, Diagnostics& diagnostics) {
-    std::vector<TagKey> keys;
-    collectFirstTags(member.use, keys, 0);
+void reportTwins(const Member& member, const FirstTags& first, std::set<TagKey>& seen, Diagnostics& diagnostics) {
     bool isTwin = false;
-    for (const TagKey& key : keys) {
+    for (const TagKey& key : first.keys) {
         isTwin = !seen.insert(key).second || isTwin;
     }
     if (isTwin) {
@@ -145,20 +151,28 @@ void reportTwins(const Member& member, std::set<TagKey>& seen, Diagnostics& diag
     }
 }
 
-// Alternatives of a CHOICE, members of a SET, and members of a SEQUENCE up to the next one that is always there must
-// be told apart by their first tag.
+// The alternatives of a CHOICE, the members of a SET, and the members of a SEQUENCE up to the next one that is always
+// present must differ in their first tag. An open value of any type matches the elements of the members after it.
 void checkTagsDiffer(const Type& type, Diagnostics& diagnostics) {
     std::set<TagKey> seen;
+    const Member* any = nullptr;
     for (const Member& member : type.members) {
-        const bool endsRun = type.use.kind == Kind::Sequence && member.presence == Presence::Required;
-        reportTwins(member, seen, diagnostics);
+        if (any != nullptr) {
+            diagnostics.error(any->span, quoted(any->name.text) + " takes any element, also one meant for " +
+                                             quoted(member.name.text));
+        }
+        const bool endsRun = type.use.kind == Kind::Sequence && isAlwaysPresent(member);
+        FirstTags first;
+        collectFirstTags(member.use, first, 0);
+        reportTwins(member, first, seen, diagnostics);
         if (endsRun) {
             seen.clear();
         }
+        any = first.isAny && !endsRun ? &member : nullptr;
     }
 }
 
-// A tag around a tag around a type: one of them has to be a type of its own.
+// A tag around a tag around a type: one of them must be defined as a separate type.
 void checkTagDepth(const Use& use, Diagnostics& diagnostics) {
     const WireTags tags = wireTags(use);
     const bool isWrapped = tags.written.size() == 1 && !tags.written.front().isExplicit;
@@ -225,7 +239,7 @@ void checkDefault(const Member& member, Diagnostics& diagnostics) {
     }
 }
 
-// With a table constraint, the key is what tells the type.
+// The key of a table constraint selects the type of the open value.
 void checkTable(const Type& type, Diagnostics& diagnostics) {
     if (type.takesAnyString && (!type.table || type.table->form == TableForm::InOctetString)) {
         diagnostics.error(type.span, quoted(type.name) + " has no open value that could be any string");
@@ -238,7 +252,7 @@ void checkTable(const Type& type, Diagnostics& diagnostics) {
     if (kind != Kind::ObjectIdentifier && kind != Kind::Unresolved) {
         diagnostics.error(key.span, "the key of a table constraint is an OBJECT IDENTIFIER");
     }
-    if (key.presence != Presence::Required) {
+    if (!isAlwaysPresent(key)) {
         diagnostics.error(key.span, "the key of a table constraint cannot be left out");
     }
 }
@@ -265,7 +279,7 @@ void checkType(const Type& type, Diagnostics& diagnostics) {
     checkMemberNames(type, diagnostics);
     checkNumbers(type, diagnostics);
     checkTagsDiffer(type, diagnostics);
-    checkPresenceBits(type, diagnostics);
+    checkNumMembers(type, diagnostics);
     checkTable(type, diagnostics);
     checkElement(type, diagnostics);
     if (type.element) {

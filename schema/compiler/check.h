@@ -1,4 +1,4 @@
-// The rules that a resolved model must keep before anything is made of it. One function a rule.
+// The rules that a resolved model must satisfy before code is generated. One function per rule.
 #pragma once
 
 #include "schema/compiler/model.h"

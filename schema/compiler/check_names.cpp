@@ -13,7 +13,7 @@
 namespace schemac {
 namespace {
 
-// The words that a member or an object could be called in ASN.1. Sorted.
+// C++ keywords that are valid ASN.1 names. Sorted.
 constexpr std::string_view kKeywords[] = {
     "alignas",  "alignof",  "and",     "asm",     "auto",     "bool",     "break",    "case",      "catch",
     "char",     "class",    "compl",   "concept", "const",    "continue", "decltype", "default",   "delete",
@@ -53,7 +53,7 @@ void checkSet(const ObjectSet& set, Diagnostics& diagnostics) {
     }
 }
 
-// The set's class decides about the names of the operations that the codecs call.
+// The set's class determines the names of the operations that the codecs call.
 void checkClassIsUsable(const ObjectSet& set, Diagnostics& diagnostics) {
     if (set.objectClass == nullptr) {
         return;
@@ -99,7 +99,7 @@ void checkObjects(const Model& model, Diagnostics& diagnostics) {
     }
 }
 
-// Types have prefixes of their own; classes, objects, sets and identifiers share one set of names over all modules.
+// Types have their own prefixes. Classes, objects, sets and identifiers of all modules share one name space.
 void checkGlobalNames(const Model& model, Diagnostics& diagnostics) {
     std::unordered_map<std::string, Span> types;
     for (const Type& type : model.types) {
@@ -123,7 +123,7 @@ void checkGlobalNames(const Model& model, Diagnostics& diagnostics) {
     for (const ObjectSet& set : model.sets) {
         claim(set.cppName, set.name.span);
     }
-    std::map<std::string, Arcs> constants;  // a module may repeat another's constant, with the same value
+    std::map<std::string, Arcs> constants;  // modules may repeat a constant with the same value
     for (const Module& module : model.modules) {
         for (const ObjectId& id : module.objectIds) {
             checkArcs(id.arcs, id.name.span, diagnostics);

@@ -1,4 +1,4 @@
-// Rules on objects, sets, identifiers and the names that all of them have in C++. Part of check().
+// Rules for objects, sets, identifiers and C++ names. Part of check().
 #pragma once
 
 #include <string>
@@ -8,7 +8,7 @@
 
 namespace schemac {
 
-// A keyword of C++ cannot be the name of anything.
+// Reports names that are C++ keywords.
 void checkCppName(const std::string& name, Span where, Diagnostics& diagnostics);
 void checkObjects(const Model& model, Diagnostics& diagnostics);
 void checkGlobalNames(const Model& model, Diagnostics& diagnostics);

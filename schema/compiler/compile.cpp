@@ -1,4 +1,4 @@
-// Source to checked model.
+// From source text to checked model.
 #include "schema/compiler/compile.h"
 
 #include "schema/compiler/check.h"
@@ -8,7 +8,7 @@
 namespace schemac {
 namespace {
 
-// What X.681 defines: one class, and the type behind INSTANCE OF (clause C.7).
+// The definitions of X.681: one class, and the type of INSTANCE OF (clause C.7).
 constexpr const char* kBuiltin =
     "Builtin DEFINITIONS ::= BEGIN\n"
     "TYPE-IDENTIFIER ::= CLASS { &id OBJECT IDENTIFIER UNIQUE, &Type } WITH SYNTAX { &Type IDENTIFIED BY &id }\n"

@@ -1,4 +1,4 @@
-// The stages up to a checked model, for the program, the tests and the fuzz target alike.
+// The stages up to a checked model, used by the program, the tests and the fuzz target.
 #pragma once
 
 #include <memory>
@@ -7,14 +7,14 @@
 
 namespace schemac {
 
-// A model with all that it points into. Good for use only when `diagnostics` stayed empty.
+// A model and everything it points into. Only valid if `diagnostics` is empty.
 struct Compilation {
     std::vector<TokenList> tokens;
     std::vector<ModuleNode> modules;
     Model model;
 };
 
-// Takes what `sources` holds; adds the definitions of ASN.1 itself to them.
+// Compiles all texts in `sources`. Adds the built-in definitions of ASN.1 to `sources`.
 std::unique_ptr<Compilation> compile(Sources& sources, Diagnostics& diagnostics);
 
 }  // namespace schemac

@@ -1,4 +1,4 @@
-// Sorting and printing of mistakes.
+// Sorts and prints errors.
 #include "schema/compiler/diagnostics.h"
 
 #include <algorithm>

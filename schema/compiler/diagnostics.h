@@ -1,4 +1,4 @@
-// Collects mistakes over all stages, so that one run reports every one of them, in the order of the files.
+// Collects the errors of all stages, so that one run reports all of them in source order.
 #pragma once
 
 #include <iosfwd>
@@ -14,7 +14,7 @@ public:
     void error(Span where, std::string text);
     bool empty() const { return errors_.empty(); }
     std::size_t count() const { return errors_.size(); }
-    // One line a mistake, "file:line:column: error: text", sorted by place; the same mistake at one place once.
+    // Prints one line per error, "file:line:column: error: text", sorted by position and without duplicates.
     void print(std::ostream& out, const Sources& sources) const;
 
 private:

@@ -1,4 +1,4 @@
-// Which records would embed themselves: there a pointer takes the place of the embedded record. Part of layOut().
+// Finds records that would embed themselves. There a pointer replaces the embedded record. Part of layOut().
 #pragma once
 
 #include <cstddef>
@@ -9,8 +9,8 @@
 
 namespace schemac {
 
-// Records that reach each other by embedding form one circle. Tarjan's algorithm finds all circles in one walk, here
-// without recursion, since a chain of records may be as long as the schema.
+// Records that embed each other form a cycle. Tarjan's algorithm finds all cycles in one pass. It is not recursive
+// here, since a chain of records may be as long as the schema.
 class Embedding {
 public:
     explicit Embedding(const Model& model);
@@ -20,9 +20,9 @@ public:
 
 private:
     struct State {
-        std::size_t number = 0;        // in the order of the walk
-        std::size_t lowest = 0;        // the smallest number on an open path that is reached from here
-        const Type* circle = nullptr;  // one record stands for all of a circle; null while still open
+        std::size_t number = 0;        // in visiting order
+        std::size_t lowest = 0;        // the smallest number on the open path that is reachable from here
+        const Type* circle = nullptr;  // one record represents the whole cycle; null while open
     };
     struct Step {
         const Type* type;

@@ -1,4 +1,4 @@
-// Prints a layout as C++: one header and one or more sources a module, and the constants of all modules.
+// Prints a layout as C++: one header and one or more sources per module, and the constants of all modules.
 #pragma once
 
 #include <cstddef>
@@ -9,12 +9,12 @@
 
 namespace schemac {
 
-// No source is longer than this; a module that needs more is spread over several.
+// The longest source. A longer module must be split into several sources.
 constexpr std::size_t kMaxLines = 2000;
 
 std::string emitHeader(const ModuleLayout& module, const Sources& sources);
 
-// The lines of the module spread evenly over `numParts` sources.
+// Splits the module evenly into `numParts` sources.
 std::vector<std::string> emitSources(const ModuleLayout& module, std::size_t numParts);
 
 std::string emitIdentifiersHeader(const std::vector<ConstantLayout>& constants);

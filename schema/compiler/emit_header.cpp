@@ -1,4 +1,4 @@
-// The header of a module: records, functions, control classes, classes of objects, objects and sets.
+// Emits the header of a module: records, functions, control classes, object classes, objects and sets.
 #include <algorithm>
 #include <string>
 
@@ -17,8 +17,7 @@ public:
                   ".asn1; changes made here are lost.");
         out_.line("#pragma once");
         out_.line();
-        out_.line("#include \"schema/control.h\"");
-        out_.line("#include \"schema/object_set.h\"");
+        out_.line("#include \"schema/declare.h\"");
         for (const std::string& stem : module_.headerIncludes) {
             out_.line("#include \"schema/generated/" + stem + ".h\"");
         }
@@ -72,7 +71,7 @@ private:
                   ";");
     }
 
-    // The definition as it stands in the schema, with its place at the end of the first line.
+    // The ASN.1 definition, with its source position at the end of the first line.
     void comment(std::string_view lead, Span span) {
         const std::string place =
             "  [" + sources_.stem(span.file) + ".asn1:" + std::to_string(sources_.position(span).line) + "]";
@@ -100,13 +99,12 @@ private:
                 emitStruct(type);
         }
         emitNamedNumbers(type);
-        emitFunctions(type);
-        emitControl(type);
+        emitArtefacts(type);
         out_.line();
     }
 
     static std::string octetFields(std::uint32_t maxOctets) {
-        // An array of no octets does not exist in C++.
+        // C++ has no empty arrays.
         return "std::uint32_t numocts = 0; std::uint8_t data[" + std::to_string(maxOctets == 0 ? 1 : maxOctets) +
                "] = {};";
     }
@@ -130,11 +128,7 @@ private:
             out_.line("std::uint32_t n = 0;");
             out_.line(type.cppType + "* elem = nullptr;");
         }
-        out_.line(name + "() = default;");
-        out_.line("explicit " + name + "(ASN1C_" + type.name + "& control);");
-        out_.line(name + "(const " + name + "&) = default; " + name + "& operator=(const " + name + "&) = default;");
-        out_.line("~" + name + "() { if (getContext() != nullptr) schema::freeValue(getContext(), " + type.typeInfo +
-                  ", this); }");
+        out_.line("SCHEMA_SPECIAL_MEMBERS(" + type.name + ")");
         out_.outdent();
         out_.line("};");
     }
@@ -155,7 +149,7 @@ private:
         if (type.table && !type.table->objectMember.empty()) {
             out_.line("Asn1TObject " + type.table->objectMember + ";");
         }
-        if (type.isExtensible) {
+        if (type.numBeforeAdditions) {
             out_.line("ASN1TSeqOfList extensionAdditions;  // of ASN1TOpenType");
         }
     }
@@ -202,131 +196,37 @@ private:
         out_.line(std::string("enum : ") + (isUnsigned ? "std::uint32_t" : "std::int64_t") + " { " + numbers + " };");
     }
 
-    void emitFunctions(const TypeLayout& type) {
-        const std::string& name = type.functionName;
-        const std::string record = "ASN1T_" + type.name;
-        const std::string& info = type.typeInfo;
-        out_.line("[[nodiscard]] inline int asn1E_" + name + "(ASN1CTXT* ctxt, " + record +
-                  "* value, ASN1TagType tagType) { return schema::encodeValue(ctxt, " + info + ", value, tagType); }");
-        out_.line("[[nodiscard]] inline int asn1D_" + name + "(ASN1CTXT* ctxt, " + record +
-                  "* value, ASN1TagType tagType, int length) { return schema::decodeValue(ctxt, " + info +
-                  ", value, tagType, length); }");
-        out_.line("inline void asn1Copy_" + name + "(ASN1CTXT* ctxt, const " + record + "* source, " + record +
-                  "* destination) { schema::copyValue(ctxt, " + info + ", source, destination); }");
-        out_.line("inline void asn1Free_" + name + "(ASN1CTXT* ctxt, " + record +
-                  "* value) { schema::freeValue(ctxt, " + info + ", value); }");
-        if (type.table) {
-            out_.line("[[nodiscard]] inline int asn1ETC_" + name + "(ASN1CTXT* ctxt, " + record +
-                      "* value) { return schema::encodeTable(ctxt, " + type.shape + ", value); }");
-            out_.line("[[nodiscard]] inline int asn1DTC_" + name + "(ASN1CTXT* ctxt, " + record +
-                      "* value) { return schema::decodeTable(ctxt, " + type.shape + ", value); }");
-        }
-    }
-
-    void emitControl(const TypeLayout& type) {
+    void emitArtefacts(const TypeLayout& type) {
+        const std::string base = "(" + type.name + ", " + type.controlBase + ")";
         if (type.form == TypeForm::Alias) {
-            out_.line("class ASN1C_" + type.name + " : public ASN1C_" + type.aliasOf + " { using ASN1C_" +
-                      type.aliasOf + "::ASN1C_" + type.aliasOf + "; };");
-            return;
+            out_.line("SCHEMA_ALIAS(" + type.functionName + ", " + type.name + ", " + type.aliasOf + ", " +
+                      type.typeInfo + ")");
+        } else if (type.hasStruct()) {
+            out_.line("SCHEMA_RECORD" + base);
+        } else {
+            out_.line((type.functionName == type.name ? "SCHEMA_PLAIN" : "SCHEMA_NULL") + base);
         }
-        out_.line("class ASN1C_" + type.name + " : public schema::Control<" + type.controlBase + ", ASN1T_" +
-                  type.name + ", " + type.typeInfo + "> { using Control::Control; };");
+        if (type.table) {
+            out_.line("SCHEMA_TABLE_FUNCTIONS(" + type.name + ", " + type.shape + ")");
+        }
     }
 
     void emitClass(const ClassLayout& layout) {
-        const std::string& name = layout.name;
-        const std::string& what = layout.operation;
         comment("", layout.objectClass->span);
-        out_.line("class " + name + " {");
-        out_.line("public:");
-        out_.indent();
-        out_.line("ASN1TObjId id;");
-        out_.line("virtual void* constructASN1T" + what + "(ASN1CTXT* ctxt) = 0;");
-        out_.line("virtual ASN1CType* constructASN1C" + what + "(ASN1MessageBufferIF& buffer, void* record) = 0;");
-        out_.line("virtual void destructASN1C" + what + "(ASN1CType* control) = 0;");
-        out_.line("virtual ~" + name + "() = default;");
-        out_.line("virtual int encodeBER" + what + "(ASN1CTXT* ctxt, Asn1TObject& object) = 0;");
-        out_.line("virtual int decodeBER" + what + "(ASN1CTXT* ctxt, Asn1TObject& object) = 0;");
-        out_.line("virtual void copy" + what + "(ASN1CTXT* ctxt, const Asn1TObject& from, Asn1TObject& to) = 0;");
-        out_.line("virtual void free" + what + "(ASN1CTXT* ctxt, Asn1TObject& object) = 0;");
+        out_.line("SCHEMA_OBJECT_CLASS(" + layout.name + ", " + layout.operation + ")");
         out_.line();
-        emitBridge(name, what);
-        out_.line();
-        out_.outdent();
-        out_.line("protected:");
-        out_.indent();
-        out_.line("explicit " + name + "(const ASN1OBJID& key) : id(key) {}");
-        out_.outdent();
-        out_.line("};");
-        emitClassTemplate(name, what);
-        out_.line();
-    }
-
-    // What schema::kAccess calls, whatever the operations are named.
-    void emitBridge(const std::string& name, const std::string& what) {
-        out_.line("static int encodeValue(" + name +
-                  "& self, ASN1CTXT* ctxt, Asn1TObject& object) { return self.encodeBER" + what + "(ctxt, object); }");
-        out_.line("static int decodeValue(" + name +
-                  "& self, ASN1CTXT* ctxt, Asn1TObject& object) { return self.decodeBER" + what + "(ctxt, object); }");
-        out_.line("static void copyValue(" + name +
-                  "& self, ASN1CTXT* ctxt, const Asn1TObject& from, Asn1TObject& to) { self.copy" + what +
-                  "(ctxt, from, to); }");
-        out_.line("static void freeValue(" + name + "& self, ASN1CTXT* ctxt, Asn1TObject& object) { self.free" + what +
-                  "(ctxt, object); }");
-    }
-
-    void emitClassTemplate(const std::string& name, const std::string& what) {
-        out_.line("template <class Value>");
-        out_.line("class " + name + "_of : public " + name + " {");
-        out_.line("public:");
-        out_.indent();
-        // Defined in sources, as those of objects: an inline one would draw in all operations, where the type of the
-        // value is only named.
-        out_.line("~" + name + "_of() override;");
-        out_.line("void* constructASN1T" + what + "(ASN1CTXT* ctxt) override { return Value::construct(ctxt); }");
-        out_.line("ASN1CType* constructASN1C" + what +
-                  "(ASN1MessageBufferIF& buffer, void* record) override { return Value::constructControl(buffer, "
-                  "record); }");
-        out_.line("void destructASN1C" + what + "(ASN1CType* control) override { Value::destructControl(control); }");
-        out_.line("int encodeBER" + what +
-                  "(ASN1CTXT* ctxt, Asn1TObject& object) override { return Value::encode(ctxt, object); }");
-        out_.line("int decodeBER" + what +
-                  "(ASN1CTXT* ctxt, Asn1TObject& object) override { return Value::decode(ctxt, object); }");
-        out_.line("void copy" + what +
-                  "(ASN1CTXT* ctxt, const Asn1TObject& from, Asn1TObject& to) override { Value::copy(ctxt, from, "
-                  "to); }");
-        out_.line("void free" + what + "(ASN1CTXT* ctxt, Asn1TObject& object) override { Value::free(ctxt, object); }");
-        out_.line();
-        out_.outdent();
-        out_.line("protected:");
-        out_.indent();
-        out_.line("using " + name + "::" + name + ";");
-        out_.outdent();
-        out_.line("};");
     }
 
     void emitObject(const ObjectLayout& object) {
         comment("", object.object->span);
-        out_.line("class " + object.name + " : public " + object.className + "_of<" + object.value +
-                  "> { public: " + object.name + "(); ~" + object.name + "() override; };");
+        out_.line("SCHEMA_OBJECT(" + object.name + ", " + object.className + ", " + object.value + ")");
         out_.line();
     }
 
     void emitSet(const SetLayout& set) {
         comment("", set.set->span);
-        out_.line("class " + set.name + " : public schema::ObjectSet<" + set.className + ", " +
-                  std::to_string(set.objects.size()) + "> {");
-        out_.line("public:");
-        out_.indent();
-        out_.line("static " + set.name + "* instance(ASN1CTXT* ctxt);");
-        out_.line("static " + set.name + "* mpInstance;");
-        out_.line();
-        out_.outdent();
-        out_.line("private:");
-        out_.indent();
-        out_.line("friend void " + set.name + "Once();");
-        out_.outdent();
-        out_.line("};");
+        out_.line("SCHEMA_OBJECT_SET(" + set.name + ", " + set.className + ", " + std::to_string(set.objects.size()) +
+                  ")");
         out_.line();
     }
 

@@ -1,4 +1,4 @@
-// The object identifier constants of all modules in one header and one source.
+// Emits the object identifier constants of all modules.
 #include <string>
 
 #include "schema/compiler/emit.h"

@@ -1,4 +1,4 @@
-// The sources of a module: member tables, table constraints, TypeInfos, objects and sets.
+// Emits the sources of a module: member tables, table constraints, TypeInfos, objects and sets.
 #include <cstdio>
 #include <set>
 #include <string>
@@ -22,6 +22,7 @@ public:
     void add(const std::string& field, const std::string& value) {
         text_ += (text_.empty() ? "." : ", .") + field + " = " + value;
     }
+    bool isEmpty() const { return text_.empty(); }
     std::string text() const { return "{" + text_ + "}"; }
 
 private:
@@ -65,7 +66,7 @@ std::string memberEntry(const MemberLayout& member, const std::string& offset) {
     return entry.text();
 }
 
-// What belongs together stays in one source.
+// Collects chunks of lines; each chunk must stay in one source.
 class SourceEmitter {
 public:
     explicit SourceEmitter(const ModuleLayout& module) : module_(module) {}
@@ -95,13 +96,13 @@ private:
     }
 
     void emitType(const TypeLayout& type) {
-        const std::string record = "ASN1T_" + type.name;
         if (!type.members.empty()) {
             out_.line("static constexpr MemberInfo kMembers_" + type.name + "[] = {");
             out_.indent();
             for (const MemberLayout& member : type.members) {
-                const std::string margin = member.name.empty() ? "" : "/* " + member.name + " */ ";
-                out_.line(margin + memberEntry(member, offsetOf(type, member)) + ",");
+                const std::string offset = offsetOf(type, member);
+                const bool isNamed = !offset.empty() || member.name.empty();
+                out_.line((isNamed ? "" : "/* " + member.name + " */ ") + memberEntry(member, offset) + ",");
             }
             out_.outdent();
             out_.line("};");
@@ -114,10 +115,6 @@ private:
         }
         if (!type.tag || type.kind != "Tagged") {
             out_.line("const TypeInfo " + type.shape + " = " + typeInfo(type) + ";");
-        }
-        if (type.hasStruct()) {
-            out_.line(record + "::" + record + "(ASN1C_" + type.name + "& control) { schema::copyFromControl(*this, " +
-                      type.typeInfo + ", control, &control.msgData); }");
         }
     }
 
@@ -148,59 +145,34 @@ private:
     }
 
     void emitTag(const TypeLayout& type) {
-        out_.line("static constexpr MemberInfo kTag_" + type.name + " = " + memberEntry(*type.tag, "") + ";");
-        Initializer info;
-        info.add("kind", "Kind::Tagged");
-        info.add("numMembers", "1");
-        info.add("size", "sizeof(ASN1T_" + type.name + ")");
-        info.add("members", "&kTag_" + type.name);
-        out_.line("const TypeInfo kType_" + type.name + " = " + info.text() + ";");
+        out_.line("static constexpr MemberInfo kTag_" + type.name + "[] = {" + memberEntry(*type.tag, "") + "};");
+        out_.line("const TypeInfo kType_" + type.name + " = describe<ASN1T_" + type.name + ">(Kind::Tagged, kTag_" +
+                  type.name + ");");
     }
 
     static std::string typeInfo(const TypeLayout& type) {
-        const std::string record = "ASN1T_" + type.name;
-        Initializer info;
-        info.add("kind", "Kind::" + type.kind);
-        if (type.isExtensible) {
-            info.add("extensible", "true");
+        Initializer traits;
+        if (type.type->isRawIfTooBig) {
+            traits.add("rawIfTooBig", "true");
         }
         if (type.lower || type.upper) {
-            info.add("bounded", "true");
-        }
-        if (type.type->isRawIfTooBig) {
-            info.add("rawIfTooBig", "true");
-        }
-        if (!type.members.empty()) {
-            info.add("numMembers", std::to_string(type.members.size()));
-        }
-        if (type.numRequired != 0) {
-            info.add("numRequired", std::to_string(type.numRequired));
-        }
-        info.add("size", "sizeof(" + record + ")");
-        if (!type.presenceBits.empty()) {
-            info.add("presenceOffset", "offsetof(" + record + ", m)");
-        }
-        if (type.isExtensible) {
-            info.add("extensionOffset", "offsetof(" + record + ", extensionAdditions)");
-        }
-        if (type.form == TypeForm::Array) {
-            info.add("listOffset", "offsetof(" + record + ", n)");
-        } else if (type.form == TypeForm::List) {
-            info.add("listOffset", "offsetof(" + record + ", count)");
+            traits.add("bounded", "true");
         }
         if (type.lower.value_or(0) != 0) {
-            info.add("lower", std::to_string(*type.lower) + "u");
+            traits.add("lower", std::to_string(*type.lower) + "u");
         }
         if (type.upper.value_or(SizeBounds::kNone) != SizeBounds::kNone) {
-            info.add("upper", std::to_string(*type.upper) + "u");
+            traits.add("upper", std::to_string(*type.upper) + "u");
         }
-        if (!type.members.empty()) {
-            info.add("members", "kMembers_" + type.name);
+        if (type.numBeforeAdditions) {
+            traits.add("numBeforeAdditions", std::to_string(*type.numBeforeAdditions));
         }
         if (type.table) {
-            info.add("table", "&kTable_" + type.name);
+            traits.add("table", "&kTable_" + type.name);
         }
-        return info.text();
+        return "describe<ASN1T_" + type.name + ">(Kind::" + type.kind +
+               (type.members.empty() ? "" : ", kMembers_" + type.name) +
+               (traits.isEmpty() ? "" : ", " + traits.text()) + ")";
     }
 
     void emitObjects() {
@@ -251,15 +223,11 @@ std::string heading(const ModuleLayout& module) {
              ".asn1; changes made here are lost.");
     out.line("#include \"schema/generated/" + module.stem + ".h\"");
     out.line();
-    out.line("#include <cstddef>");
-    out.line();
+    out.line("#include \"schema/describe.h\"");
     out.line("#include \"schema/generated/identifiers.h\"");
     for (const std::string& stem : module.sourceIncludes) {
         out.line("#include \"schema/generated/" + stem + ".h\"");
     }
-    out.line();
-    out.line("// Records have a base with a data member; offsetof is defined for them by the compilers all the same.");
-    out.line("#pragma GCC diagnostic ignored \"-Winvalid-offsetof\"");
     out.line();
     out.line("// clang-format off");
     out.line("namespace asn1data {");

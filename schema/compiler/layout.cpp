@@ -1,4 +1,4 @@
-// Modules, types, objects and the order of everything; single members are in layout_member.cpp.
+// Lays out modules, types and objects and their order. Members are laid out in layout_member.cpp.
 #include "schema/compiler/layout.h"
 
 #include <algorithm>
@@ -110,7 +110,7 @@ private:
             source_.insert(module);
         }
     }
-    // A pointer to the record is held: its name is enough.
+    // The record is held by pointer, so a forward declaration is enough.
     void needName(const Use& use) {
         const Type* const record = isStructuredUse(use) ? underlyingType(use) : nullptr;
         if (record == nullptr) {
@@ -124,8 +124,8 @@ private:
             foreign_.insert(record);
         }
     }
-    // The value of an object: what the object does with it stands in the sources alone. A module with objects for
-    // values of all kinds would draw all their headers into its own otherwise.
+    // The value type of an object. Only the sources use its definition. Otherwise a module with objects of many types
+    // would include all their headers.
     void needValue(const Type& type) {
         const bool isDeclarable = type.use.kind != Kind::Named && isStructuredUse(type.use) && hasStruct(type);
         if (type.module == current_.module || !isDeclarable) {
@@ -137,7 +137,7 @@ private:
     }
     static bool hasStruct(const Type& record) { return !isList(record) || record.isArray || !record.isLifted; }
 
-    // Puts the type behind those that its C++ definition needs complete. An own stack in place of recursion: a chain of
+    // Places the type after those whose definitions it needs. An explicit stack instead of recursion: a chain of
     // records may be as long as the schema.
     void place(const Type& root) {
         struct Step {
@@ -210,7 +210,7 @@ private:
         return layout;
     }
 
-    // The functions of NULL types end in "_", which sets them apart from the control class.
+    // The names of functions of NULL types end in "_".
     static void setFunctionName(const Type& type, TypeLayout& layout) {
         if (underlyingKind(type.use) == Kind::Null) {
             layout.functionName += "_";
@@ -221,7 +221,12 @@ private:
         const bool isChoice = type.use.kind == Kind::Choice;
         layout.form = isChoice ? TypeForm::Choice : TypeForm::Record;
         layout.kind = isChoice ? "Choice" : type.use.kind == Kind::Set ? "Set" : "Sequence";
-        layout.isExtensible = type.isExtensible && !isChoice;
+        if (type.isExtensible && !isChoice) {
+            const auto second = std::find_if(type.members.begin(), type.members.end(), [](const Member& member) {
+                return member.part == MemberPart::SecondRoot;
+            });
+            layout.numBeforeAdditions = static_cast<std::size_t>(second - type.members.begin());
+        }
         for (const Member& member : type.members) {
             layout.members.push_back(isChoice ? layOutAlternative(member) : layOutField(type, member, layout));
         }
@@ -238,7 +243,7 @@ private:
         if (member.presence == Presence::Default && isBoolean) {
             const bool isTrue = member.defaultValue.text == "TRUE";
             result.flags.emplace(result.flags.begin(), isTrue ? "kDefaultTrue" : "kDefaultFalse");
-        } else if (member.presence != Presence::Required) {
+        } else if (!isAlwaysPresent(member)) {
             result.flags.emplace(result.flags.begin(), "kOptional");
             result.bit = static_cast<unsigned>(layout.presenceBits.size());
             layout.presenceBits.push_back(member.cppName + "Present");
@@ -262,7 +267,7 @@ private:
         return result;
     }
 
-    // Octets held in place that no type names get a struct of their own in the record.
+    // Inline octets without a named type get a struct inside the record.
     static void nameOctets(MemberLayout& member) {
         if (member.kind == "FixedOctetString" && member.cppType.empty()) {
             member.octetsStruct = member.name + "Octets";
@@ -271,7 +276,7 @@ private:
         }
     }
 
-    // Numbers and text stand in the union by value, all else by pointer.
+    // The union holds numbers and text by value, everything else by pointer.
     MemberLayout layOutAlternative(const Member& member) {
         const bool isStructured = isStructuredUse(member.use);
         const Kind kind = underlyingKind(member.use);
@@ -414,7 +419,7 @@ private:
         return layout;
     }
 
-    // Headers that include each other could not be compiled.
+    // Headers that include each other would not compile.
     void reportIncludeCircles(const Layout& layout) {
         std::map<std::string, const ModuleLayout*> byStem;
         for (const ModuleLayout& module : layout.modules) {

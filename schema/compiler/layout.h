@@ -1,5 +1,5 @@
-// How everything in the model looks in C++: names, forms of records, presence bits, member kinds, table entries, files
-// and the order in them. The emitters print what stands here and decide nothing.
+// The C++ form of the model: names, record forms, presence bits, member kinds, table entries, files and their order.
+// The emitters print the layout and make no decisions.
 #pragma once
 
 #include <cstdint>
@@ -11,12 +11,12 @@
 
 namespace schemac {
 
-// One entry of a member table, and the field that it describes.
+// One entry of a member table and the field it describes.
 struct MemberLayout {
     std::string name;
     std::string cppType;          // empty when nothing is stored
     std::string initializer;      // " = 0", " = nullptr" or empty
-    std::string octetsStruct;     // a struct for octets held in place that `cppType` points to; empty for most
+    std::string octetsStruct;     // a struct of inline octets that `cppType` names; usually empty
     std::uint32_t maxOctets = 0;  // of octetsStruct
     std::string kind;
     std::vector<std::string> flags;
@@ -30,12 +30,12 @@ struct MemberLayout {
 };
 
 enum class TypeForm {
-    Plain,   // another name for a C++ type
-    Octets,  // octets held in place
+    Plain,   // a C++ type under another name
+    Octets,  // inline octets
     Record,  // SEQUENCE, SET
     Choice,
-    List,        // a linked list of its own name
-    LiftedList,  // a linked list that is only another name for the list of the runtime
+    List,        // a linked list with its own name
+    LiftedList,  // another name for the runtime's list
     Array,       // count and pointer
     Alias,       // another type's record, table and control class
 };
@@ -53,22 +53,22 @@ struct TypeLayout {
     const Type* type = nullptr;
     TypeForm form = TypeForm::Plain;
     std::string name;
-    std::string functionName;  // behind asn1E_ and its like
+    std::string functionName;  // after asn1E_, asn1D_, ...
     std::string kind;
     std::string cppType;      // Plain; Array: of an element
     std::string aliasOf;      // Alias: name of the other type
-    std::string typeInfo;     // what the functions pass on
-    std::string controlBase;  // what stands behind schema::Control<
+    std::string typeInfo;     // passed by the functions
+    std::string controlBase;  // first argument of schema::Control
     std::string shape;        // name of the TypeInfo of the record; differs from typeInfo for a tagged type
     std::uint32_t maxOctets = 0;
     std::vector<MemberLayout> members;
     std::vector<std::string> presenceBits;
     std::size_t numRequired = 0;
-    bool isExtensible = false;
-    std::optional<std::uint32_t> lower;  // sizes of a list
+    std::optional<std::size_t> numBeforeAdditions;  // members in front of unknown additions, when extensible
+    std::optional<std::uint32_t> lower;             // sizes of a list
     std::optional<std::uint32_t> upper;
     std::optional<TableLayout> table;
-    std::optional<MemberLayout> tag;  // the tag in the definition of a type with a record
+    std::optional<MemberLayout> tag;  // the tag in the definition of a record type
     std::string elementName;          // lists, for the comment
 
     bool hasStruct() const {
@@ -80,7 +80,7 @@ struct TypeLayout {
 struct ClassLayout {
     const Class* objectClass = nullptr;
     std::string name;
-    std::string operation;  // what ends the names of the operations: "Type", "ExtnType"
+    std::string operation;  // the suffix of the operations' names: "Type", "ExtnType"
 };
 
 struct ObjectLayout {
@@ -88,7 +88,7 @@ struct ObjectLayout {
     std::string name;
     std::string className;
     std::string value;  // the class with the operations on the value
-    std::string key;    // a constant, or the value itself
+    std::string key;    // a constant or the literal value
 };
 
 struct SetLayout {
@@ -103,9 +103,9 @@ struct ModuleLayout {
     std::string stem;
     std::vector<std::string> headerIncludes;  // stems
     std::vector<std::string> sourceIncludes;
-    std::vector<std::string> foreignStructs;  // records of other modules that only pointers lead to
-    std::vector<std::string> foreignValues;   // types of other modules that are the values of objects, without ASN1T_
-    std::vector<TypeLayout> types;            // an embedded record stands before the one that embeds it
+    std::vector<std::string> foreignStructs;  // records of other modules used only by pointer
+    std::vector<std::string> foreignValues;   // value types of objects from other modules, without ASN1T_
+    std::vector<TypeLayout> types;            // embedded records before those that embed them
     std::vector<ClassLayout> classes;
     std::vector<ObjectLayout> objects;
     std::vector<SetLayout> sets;
@@ -123,7 +123,7 @@ struct Layout {
     std::vector<ConstantLayout> constants;
 };
 
-// For a model that passed check. Reports modules whose records embed each other in a circle.
+// Expects a model that passed check(). Reports modules that embed each other's records.
 Layout layOut(const Model& model, const Sources& sources, Diagnostics& diagnostics);
 
 }  // namespace schemac

@@ -10,7 +10,7 @@ namespace {
 
 constexpr int kMaxAliases = 100;
 
-// The bounds nearest to the place of use count.
+// The bounds nearest to the use apply.
 template <class Bounds>
 const Bounds* nearest(const Use& use, std::optional<Bounds> Use::*bounds) {
     const Use* at = &use;
@@ -46,7 +46,7 @@ void describeInteger(const Use& use, Plain& plain) {
     }
 }
 
-// Without an extension marker, nothing above the largest value passes.
+// Without an extension marker, values above the largest one are rejected.
 void describeEnumerated(const Use& use, Plain& plain) {
     plain.kind = "Enumerated";
     plain.cppType = "std::uint32_t";
@@ -259,7 +259,7 @@ std::string pointeeType(const Use& use) {
     if (plain.kind != "FixedOctetString" || use.kind != Kind::Named) {
         return plain.cppType;
     }
-    // The struct belongs to the type in which the size stands.
+    // The struct belongs to the type that states the size.
     const Type* type = use.type;
     while (type->use.kind == Kind::Named && !type->use.size) {
         type = type->use.type;

@@ -56,7 +56,7 @@ private:
         waiting_.clear();
     }
 
-    // A comment ends at the end of the line, or at the next pair of hyphens.
+    // A comment ends at the end of the line or at the next pair of hyphens.
     void lineComment() {
         const bool isAnnotation = startsWith("--@");
         const std::size_t begin = at_ + (isAnnotation ? 3 : 2);
@@ -137,7 +137,7 @@ private:
         }
     }
 
-    // Letters, digits and single hyphens; a hyphen is never last, and two of them begin a comment.
+    // Letters, digits and single hyphens. A hyphen is never last; two hyphens start a comment.
     void word() {
         while (isWordPart(peek(0)) || (peek(0) == '-' && isWordPart(peek(1)))) {
             ++at_;

@@ -1,5 +1,5 @@
-// Cuts a text into tokens. Comments vanish, except our annotations (`--@ word arguments`), which hang on the token that
-// follows them.
+// Splits a text into tokens. Comments are dropped, except annotations (`--@ word arguments`), which are attached to the
+// next token.
 #pragma once
 
 #include <deque>
@@ -12,8 +12,8 @@
 namespace schemac {
 
 enum class TokenKind {
-    Word,        // begins with a small letter
-    TypeWord,    // begins with a capital letter; keywords too
+    Word,        // starts with a lower-case letter
+    TypeWord,    // starts with an upper-case letter; includes keywords
     Number,      // digits
     Text,        // "..."
     Bits,        // '...'B or '...'H
@@ -32,7 +32,7 @@ struct AnnotationWord {
 struct Annotation {
     AnnotationWord word;
     std::vector<AnnotationWord> arguments;
-    bool isUsed = false;  // set by whoever takes it; one that stays unused is a mistake
+    bool isUsed = false;  // an unused annotation is an error
 };
 
 struct Token {
@@ -48,7 +48,7 @@ struct Token {
 
 struct TokenList {
     std::vector<Token> tokens;           // without an end token
-    std::deque<Annotation> annotations;  // in the order of the text; never move
+    std::deque<Annotation> annotations;  // in source order; never move
 };
 
 TokenList lex(const Sources& sources, std::uint32_t file, Diagnostics& diagnostics);

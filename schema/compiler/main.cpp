@@ -1,10 +1,10 @@
-// tallow-schema: reads all modules of the schema and writes C++.
+// tallow-schema: compiles all schema modules to C++.
 //
-//   tallow-schema --out FOLDER [--parts STEM=N]... MODULE.asn1...
+//   tallow-schema --out DIRECTORY [--parts STEM=N]... MODULE.asn1...
 //
 // Writes STEM.h and STEM.cpp for each module that defines more than values (STEM_1.cpp to STEM_N.cpp with --parts), and
-// identifiers.h and identifiers.cpp for the object identifiers of all. Exit status 0; 1 when a module has a mistake,
-// with all of them on standard error and nothing written; 2 for wrong usage or a file that cannot be read or written.
+// identifiers.h and identifiers.cpp for all object identifiers. Exit status: 0; 1 when a module has errors, which are
+// reported on standard error (nothing is written); 2 for wrong usage or a file that cannot be read or written.
 #include <algorithm>
 #include <charconv>
 #include <filesystem>
@@ -22,7 +22,7 @@
 namespace {
 
 struct Arguments {
-    std::filesystem::path folder;
+    std::filesystem::path directory;
     std::map<std::string, std::size_t> parts;
     std::vector<std::string> modules;
 };
@@ -47,7 +47,7 @@ bool readArguments(int argc, char** argv, Arguments& arguments) {
             return false;
         }
         if (word == "--out") {
-            arguments.folder = argv[++i];
+            arguments.directory = argv[++i];
         } else if (word == "--parts") {
             if (!readParts(argv[++i], arguments)) {
                 return false;
@@ -58,10 +58,10 @@ bool readArguments(int argc, char** argv, Arguments& arguments) {
             arguments.modules.push_back(word);
         }
     }
-    return !arguments.folder.empty() && !arguments.modules.empty();
+    return !arguments.directory.empty() && !arguments.modules.empty();
 }
 
-// All texts by file name; empty, with a message, when a source grew too long.
+// All texts by file name. Reports a source that is too long and returns nothing.
 bool emitAll(const schemac::Layout& layout, const schemac::Sources& sources, const Arguments& arguments,
              std::map<std::string, std::string>& files) {
     files["identifiers.h"] = schemac::emitIdentifiersHeader(layout.constants);
@@ -87,7 +87,7 @@ bool emitAll(const schemac::Layout& layout, const schemac::Sources& sources, con
     return true;
 }
 
-// Leaves a file alone that holds the text already: what depends on it need not be built again.
+// Does not touch a file that already has this text, so that its dependents are not rebuilt.
 bool write(const std::filesystem::path& path, const std::string& text) {
     std::ifstream old(path, std::ios::binary);
     const std::string present{std::istreambuf_iterator<char>(old), std::istreambuf_iterator<char>()};
@@ -126,9 +126,9 @@ int run(const Arguments& arguments) {
         return 1;
     }
     std::error_code ignored;
-    std::filesystem::create_directories(arguments.folder, ignored);
+    std::filesystem::create_directories(arguments.directory, ignored);
     for (const auto& [name, text] : files) {
-        if (!write(arguments.folder / name, text)) {
+        if (!write(arguments.directory / name, text)) {
             return 2;
         }
     }
@@ -140,7 +140,7 @@ int run(const Arguments& arguments) {
 int main(int argc, char** argv) {
     Arguments arguments;
     if (!readArguments(argc, argv, arguments)) {
-        std::cerr << "usage: tallow-schema --out FOLDER [--parts STEM=N]... MODULE.asn1...\n";
+        std::cerr << "usage: tallow-schema --out DIRECTORY [--parts STEM=N]... MODULE.asn1...\n";
         return 2;
     }
     return run(arguments);

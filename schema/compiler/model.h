@@ -1,4 +1,4 @@
-// What the modules mean: every name looked up, every nested type lifted out, every number evaluated. No behaviour.
+// The meaning of the modules: names resolved, nested types lifted out, numbers evaluated. Data only.
 #pragma once
 
 #include <cstddef>
@@ -38,7 +38,7 @@ enum class Kind {
     SequenceOf,
     SetOf,
     Named,       // another type, by name
-    Unresolved,  // a mistake has been reported; nothing more is said about it
+    Unresolved,  // an error has been reported; causes no further errors
 };
 
 struct Type;
@@ -49,7 +49,7 @@ struct Tag {
     TagClass tagClass = TagClass::Context;
     std::uint32_t number = 0;
     bool isExplicit = true;
-    bool isWritten = false;  // EXPLICIT or IMPLICIT stands there, it is not the module's default
+    bool isWritten = false;  // EXPLICIT or IMPLICIT is written, not the module's default
     Span span;
 };
 
@@ -61,8 +61,8 @@ struct SizeBounds {
 };
 
 struct ValueBounds {
-    std::optional<std::int64_t> low;   // none: MIN
-    std::optional<std::int64_t> high;  // none: MAX
+    std::optional<std::int64_t> low;   // MIN when absent
+    std::optional<std::int64_t> high;  // MAX when absent
     Span span;
 };
 
@@ -76,7 +76,7 @@ struct Class {
     std::string typeField;  // the field that holds a type, without &; empty when there is none
 };
 
-// The constraint that lets a key choose the type of an open value.
+// The constraint by which a key selects the type of an open value.
 struct TableUse {
     Name setName;
     Name key;  // the member that holds the key
@@ -84,24 +84,25 @@ struct TableUse {
     const ObjectSet* set = nullptr;
 };
 
-// A type where it is used: by name, or spelled out when it needs no name.
+// A type where it is used: by name, or written in place.
 struct Use {
     Span span;
     Kind kind = Kind::Unresolved;
-    Type* type = nullptr;   // Named; for Open what would stand here were it not kept raw, if known
+    Type* type = nullptr;   // Named; for Open the type that is kept raw, if known
     std::vector<Tag> tags;  // outermost first, over those of the type itself
     std::optional<SizeBounds> size;
     std::optional<ValueBounds> range;
-    std::optional<TableUse> table;  // Open, or OctetString around the open value
+    std::optional<TableUse> table;  // Open, or OctetString that contains the open value
     bool isBig = false;             // Integer as text
 };
 
 struct Member {
-    Name name;  // empty text for COMPONENTS OF until it is replaced
+    Name name;  // empty for COMPONENTS OF until it is replaced
     std::string cppName;
     Span span;
     Use use;
     Presence presence = Presence::Required;
+    MemberPart part = MemberPart::FirstRoot;
     ValueNode defaultValue;
 };
 
@@ -110,7 +111,7 @@ struct NamedNumber {
     std::int64_t value = 0;
 };
 
-// How the octets of an open value are held.
+// How the octets of an open value are stored.
 enum class TableForm { Element, InOctetString, ListOfElements };
 
 struct TypeTable {
@@ -121,10 +122,10 @@ struct TypeTable {
 };
 
 struct Type {
-    std::string name;  // as in ASN.1, or made up for a lifted type
+    std::string name;  // as in ASN.1, or generated for a lifted type
     std::string cppName;
     Module* module = nullptr;
-    Span span;  // the definition, or the place where a lifted type stands
+    Span span;  // the definition, or where a lifted type is written
     bool isLifted = false;
     Use use;                      // its own kind, tags and bounds; Named for T ::= U
     std::vector<Member> members;  // Sequence, Set, Choice
@@ -132,11 +133,11 @@ struct Type {
     std::optional<Use> element;  // SequenceOf, SetOf
     bool isArray = false;
     std::vector<NamedNumber> named;     // Integer, Enumerated, BitString
-    std::optional<std::int64_t> below;  // Enumerated: every value under this one passes
+    std::optional<std::int64_t> below;  // Enumerated: accepts all values below this one
     std::string control;                // base of the control class, when the schema names it
     std::optional<TypeTable> table;
-    bool takesAnyString = false;  // an open value of the table may be a string of another type, and stays raw then
-    bool isRawIfTooBig = false;   // as an open value, it stays raw when a number does not fit its member
+    bool takesAnyString = false;  // open values that are strings of another type stay raw
+    bool isRawIfTooBig = false;   // as an open value, stays raw when a number does not fit
 };
 
 using Arcs = std::vector<std::uint32_t>;
@@ -148,7 +149,7 @@ struct Object {
     Span span;
     const Class* objectClass = nullptr;
     std::optional<Arcs> key;
-    std::string keyName;  // in C++, when the key is given by one name
+    std::string keyName;  // in C++, when the key is a single name
     Use value;            // Unresolved when the object has no type
     bool hasValue = false;
     bool isLeftOut = false;
@@ -171,14 +172,14 @@ struct ObjectId {
     Name name;
     std::string cppName;
     Arcs arcs;
-    bool isLocal = false;  // no constant is made
+    bool isLocal = false;  // no constant is generated
 };
 
 struct Module {
     Name name;
     std::uint32_t file = 0;
-    bool isBuiltin = false;    // what ASN.1 itself defines: nothing is made of it
-    std::vector<Type*> types;  // in the order of definition, lifted ones before those they were lifted from
+    bool isBuiltin = false;    // definitions of ASN.1 itself: generates nothing
+    std::vector<Type*> types;  // in definition order, lifted types before their parents
     std::vector<Class*> classes;
     std::vector<Object*> objects;
     std::vector<ObjectSet*> sets;
@@ -186,7 +187,7 @@ struct Module {
 };
 
 struct Model {
-    std::deque<Module> modules;  // in the order of the files
+    std::deque<Module> modules;  // in file order
     std::deque<Type> types;
     std::deque<Class> classes;
     std::deque<Object> objects;

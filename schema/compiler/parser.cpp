@@ -9,7 +9,7 @@
 namespace schemac {
 namespace {
 
-// Types that are a single word.
+// Types named by a single word.
 constexpr std::string_view kOneWordTypes[] = {"BOOLEAN",         "INTEGER",         "NULL",           "REAL",
                                               "EXTERNAL",        "RELATIVE-OID",    "NumericString",  "TeletexString",
                                               "PrintableString", "VisibleString",   "IA5String",      "UTF8String",
@@ -160,7 +160,7 @@ bool Parser::parseConstructed(TypeNode& type) {
     return true;
 }
 
-// A use of the built-in pattern with the class as its one parameter.
+// A use of the built-in parameterized type, with the class as its parameter.
 void Parser::parseInstanceOf(TypeNode& type) {
     type.syntax = TypeSyntax::Reference;
     type.hasActuals = true;
@@ -183,7 +183,7 @@ void Parser::parseListOrComponents(TypeNode& type, bool isSet) {
     }
     expect("OF");
     if (peek().kind == TokenKind::Word) {
-        next();  // an element may have a name, which changes nothing
+        next();  // the name of an element has no effect
     }
     type.element = parseType();
 }
@@ -273,22 +273,34 @@ void Parser::parseNamedNumbers(TypeNode& type) {
 
 void Parser::parseComponents(TypeNode& type, bool isChoice) {
     expect("{");
+    MemberPart part = MemberPart::FirstRoot;
     while (!peek().is("}")) {
-        if (accept("...")) {
-            type.isExtensible = true;
-            if (accept("!")) {
-                parseValue();  // the exception identifier changes nothing on the wire
-            }
+        if (peek().is("...")) {
+            parseExtensionMarker(type, part);
         } else if (peek().is("[") && peek(1).is("[")) {
             fail("version brackets are not carried");
         } else {
             type.components.push_back(parseComponent(isChoice));
+            type.components.back().part = part;
         }
         if (!accept(",")) {
             break;
         }
     }
     expect("}");
+}
+
+// The first marker starts the additions, the second one ends them.
+void Parser::parseExtensionMarker(TypeNode& type, MemberPart& part) {
+    if (part == MemberPart::SecondRoot) {
+        fail("a third extension marker");
+    }
+    next();
+    part = part == MemberPart::FirstRoot ? MemberPart::Additions : MemberPart::SecondRoot;
+    type.isExtensible = true;
+    if (accept("!")) {
+        parseValue();  // the exception identifier does not affect the encoding
+    }
 }
 
 ComponentNode Parser::parseComponent(bool isChoice) {
@@ -317,7 +329,7 @@ ComponentNode Parser::parseComponent(bool isChoice) {
 
 ValueNode Parser::parseValue() {
     while (peek().kind == TokenKind::Word && peek(1).is(":")) {
-        next();  // "alternative : value"; only the value can matter to us
+        next();  // "alternative : value"; only the value is relevant
         next();
     }
     ValueNode value;
@@ -405,7 +417,7 @@ void Parser::parseConstraintElement(std::vector<ConstraintNode>& constraints) {
     constraints.push_back(std::move(constraint));
 }
 
-// One side of a range. `open` is the word for "no bound" on this side.
+// One side of a range. `open` is the keyword for "no bound".
 bool Parser::parseBound(std::optional<ValueNode>& bound, std::string_view open) {
     if (accept(open)) {
         return true;
@@ -417,7 +429,7 @@ bool Parser::parseBound(std::optional<ValueNode>& bound, std::string_view open) 
     return isValue;
 }
 
-// Single values and ranges, joined by bars; false when something else stands here.
+// Values and ranges separated by bars. Returns false for anything else.
 bool Parser::parseRanges(ConstraintNode& constraint) {
     do {
         RangeNode range;
@@ -455,7 +467,7 @@ void Parser::parseTable(ConstraintNode& constraint) {
     expect("}");
 }
 
-// A constraint that puts no check into the code: everything up to the bracket that closes it.
+// Skips a constraint without a check in the generated code, up to its closing bracket.
 void Parser::skipUncarried(ConstraintNode& constraint) {
     constraint.kind = ConstraintNode::Kind::Uncarried;
     constraint.ranges.clear();

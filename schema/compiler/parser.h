@@ -1,6 +1,6 @@
-// Reads tokens into the tree. A mistake ends the assignment it stands in; reading goes on with the next one.
+// Parses tokens into the tree. An error ends the assignment; parsing continues with the next one.
 //
-// Nesting is limited to kMaxDepth levels, so that no text, however made, exhausts the stack.
+// Nesting is limited to kMaxDepth levels, so that no input can exhaust the stack.
 #pragma once
 
 #include <memory>
@@ -13,10 +13,10 @@ namespace schemac {
 
 constexpr int kMaxDepth = 64;
 
-// Thrown after the mistake has been reported; caught where reading can go on.
+// Thrown after the error has been reported; caught where parsing can continue.
 struct SyntaxFailure {};
 
-// The module of one file; without a name when the heading could not be read.
+// Parses the module of one file. Its name is empty if the heading could not be parsed.
 ModuleNode parseModule(const Sources& sources, std::uint32_t file, const TokenList& tokens, Diagnostics& diagnostics);
 
 class Parser {
@@ -34,14 +34,14 @@ public:
     const Token& next();
     bool accept(std::string_view symbol);
     const Token& expect(std::string_view symbol);
-    // The tokens between a brace at the front and the one that closes it; both are passed.
+    // Consumes a braced range and returns the tokens between the braces.
     TokenRange takeBraced();
     [[noreturn]] void fail(const std::string& text);
 
     AssignmentNode parseAssignment();
 
 private:
-    // Counts the nesting; unwinding gives the level back.
+    // Counts the nesting level for the lifetime of the object.
     class Depth {
     public:
         explicit Depth(Parser& parser);
@@ -60,6 +60,7 @@ private:
     void parseInstanceOf(TypeNode& type);
     void parseListOrComponents(TypeNode& type, bool isSet);
     void parseComponents(TypeNode& type, bool isChoice);
+    void parseExtensionMarker(TypeNode& type, MemberPart& part);
     ComponentNode parseComponent(bool isChoice);
     void parseNamedNumbers(TypeNode& type);
     void parseConstraints(TypeNode& type);
@@ -83,7 +84,7 @@ private:
     int depth_ = 0;
 };
 
-// The annotations of a token, marked as used.
+// Returns the annotations of a token and marks them as used.
 Annotations takeAnnotations(const Token& token);
 
 }  // namespace schemac

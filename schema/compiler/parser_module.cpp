@@ -66,7 +66,7 @@ private:
         parser_.expect("BEGIN");
     }
 
-    // Everything is exported, whatever is listed.
+    // Everything is exported; the list is ignored.
     void parseExports() {
         if (parser_.accept("EXPORTS")) {
             while (!parser_.isAtEnd() && !parser_.accept(";")) {
@@ -92,7 +92,7 @@ private:
             parser_.next();
             symbols.push_back({symbol.text, symbol.span});
             if (parser_.peek().is("{")) {
-                parser_.takeBraced();  // the mark of a type with parameters
+                parser_.takeBraced();  // marks a type with parameters
             }
             parser_.accept(",");
         }
@@ -129,7 +129,7 @@ private:
         }
     }
 
-    // Goes on with the next thing that looks like the head of an assignment behind the place of the mistake.
+    // Continues after an error with the next tokens that look like the start of an assignment.
     void skipToAssignment() {
         const Token* const from = parser_.position();
         for (const Token* at = from; at != range_.end; ++at) {
@@ -146,7 +146,7 @@ private:
         parser_.seek(range_.end);
     }
 
-    // The first token of the assignment whose "::=" is given: the first token on its line.
+    // The first token of the assignment with this "::=": the first token on its line.
     const Token* headBefore(const Token* assign, const Token* from) const {
         const Token* head = assign;
         const std::size_t line = sources_.position(assign->span).line;
@@ -208,7 +208,7 @@ AssignmentNode Parser::parseAssignment() {
     return assignment;
 }
 
-// "{Name, Governor:name, ...}": only the names matter, since the body is read again for every use.
+// "{Name, Governor:name, ...}": only the names matter, since the body is parsed again for each use.
 std::vector<Name> Parser::parseParameters() {
     const TokenRange inside = takeBraced();
     std::vector<Name> names;

@@ -1,4 +1,4 @@
-// Following names through the model.
+// Follows names through the model.
 #include "schema/compiler/queries.h"
 
 #include <algorithm>
@@ -6,7 +6,7 @@
 namespace schemac {
 namespace {
 
-// Longer chains of aliases are taken for circles; check reports them.
+// Longer chains of aliases are treated as cycles; check() reports them.
 constexpr int kMaxAliases = 100;
 
 const Use kNoUse;
@@ -80,6 +80,10 @@ WireTags wireTags(const Use& use) {
     }
     result.isUniversalKept = !isReplaced && universalTag(at->kind) != 0;
     return result;
+}
+
+bool isAlwaysPresent(const Member& member) {
+    return member.presence == Presence::Required && member.part != MemberPart::Additions;
 }
 
 std::uint32_t universalTag(Kind kind) {

@@ -1,4 +1,4 @@
-// Questions about the model that several stages ask.
+// Queries about the model for several stages.
 #pragma once
 
 #include <string>
@@ -9,26 +9,28 @@
 
 namespace schemac {
 
-// What a use comes down to when names are followed: never Named; Unresolved for a name that leads back to itself.
-// Answers the use that spells the kind out.
+// Follows names to the use that states the kind. The kind is never Named, and Unresolved for a cyclic name.
 const Use* underlying(const Use& use);
 Kind underlyingKind(const Use& use);
 
-// The type that is structured in the end (its own kind is not Named), or null.
+// Follows names to the type whose own kind is not Named, or null.
 const Type* underlyingType(const Use& use);
 
-// What would stand in place of an open type were it not kept raw; null when that is any type, or spelled out in place.
+// The type that an open type keeps raw; null if that can be any type or is written in place.
 const Type* typeKeptRaw(const Use& use);
 
-// True when the use itself has no tag to be told by: a CHOICE or an open type under no tag.
+// True for a use without a tag of its own: an untagged CHOICE or open type.
 bool isUntagged(const Use& use);
 
-// The tags that go on the wire, outermost first: an implicit one takes the place of the next.
+// The encoded tags, outermost first. An implicit tag replaces the next one.
 struct WireTags {
     std::vector<Tag> written;     // without the universal tag
     bool isUniversalKept = true;  // false when an implicit tag replaced it, or the kind has none
 };
 WireTags wireTags(const Use& use);
+
+// True when every value has the member. Messages of older versions lack additions.
+bool isAlwaysPresent(const Member& member);
 
 // The number of the universal tag; 0 for a kind that has none.
 std::uint32_t universalTag(Kind kind);

@@ -1,4 +1,4 @@
-// Declares everything under its name, lets the parts define themselves, and ties them together.
+// Declares all names, defines their types, objects and sets, and links them.
 #include "schema/compiler/resolve.h"
 
 #include <algorithm>
@@ -25,7 +25,9 @@ Model Resolver::run() {
     }
     for (const ModuleNode& node : nodes_) {
         for (const AssignmentNode& assignment : node.assignments) {
-            declare(model_.modules[node.file], assignment);
+            if (!scope_.isRepeated(assignment)) {
+                declare(model_.modules[node.file], assignment);
+            }
         }
     }
     for (const ModuleNode& node : nodes_) {
@@ -78,7 +80,7 @@ void Resolver::declare(Module& module, const AssignmentNode& node) {
 
 void Resolver::declareType(Module& module, const AssignmentNode& node) {
     if (node.hasParameters || findClass(node.name, true) != nullptr) {
-        // A pattern for types, or another name for a class: nothing is made of it by itself.
+        // A parameterized type or another name for a class generates nothing by itself.
         readAnnotations(node.annotations, AnnotationPlace::Other, diagnostics_);
         return;
     }
@@ -93,7 +95,7 @@ void Resolver::declareType(Module& module, const AssignmentNode& node) {
 void Resolver::declareClass(const AssignmentNode& node) {
     if (node.hasParameters) {
         diagnostics_.error(node.name.span, "a class with parameters is not carried");
-    } else if (classes_.find(&node) == classes_.end()) {  // a definition further up may have asked for it already
+    } else if (classes_.find(&node) == classes_.end()) {  // an earlier definition may have requested it
         makeClass(node, *node.objectClass);
     }
 }
@@ -111,9 +113,13 @@ void Resolver::makeClass(const AssignmentNode& node, const ClassNode& body) {
     classes_.emplace(&node, &objectClass);
 }
 
-// A value's governor tells what it is: an object of a class, an object identifier, or a number.
+// The governor of a value determines its kind: an object of a class, an object identifier, or a number.
 void Resolver::declareValue(Module& module, const AssignmentNode& node) {
     const TypeNode& governor = *node.type;
+    if (governor.syntax == TypeSyntax::Reference && scope_.leadsNowhere(governor.name)) {
+        scope_.find(governor.name);  // reports the undefined name; the kind of the value is unknown
+        return;
+    }
     if (governor.syntax == TypeSyntax::Reference && findClass(governor.name, true) != nullptr) {
         const AnnotationSet annotations = readAnnotations(node.annotations, AnnotationPlace::Object, diagnostics_);
         Object& object = model_.objects.emplace_back();
@@ -146,8 +152,6 @@ void Resolver::declareValue(Module& module, const AssignmentNode& node) {
         }
     } else if (governor.builtin == "INTEGER") {
         values_.integer(node.value);
-    } else if (governor.syntax == TypeSyntax::Reference) {
-        scope_.find(governor.name);
     }
 }
 
@@ -171,7 +175,7 @@ void Resolver::declareSet(Module& module, const AssignmentNode& node) {
     sets_.emplace(&node, &set);
 }
 
-// A shared list follows the type that it lists, in that type's module: whoever uses the list knows its elements.
+// A shared list follows its element type, in that type's module.
 void Resolver::placeSharedLists() {
     for (Module& module : model_.modules) {
         std::vector<Type*> placed;
@@ -188,7 +192,7 @@ void Resolver::placeSharedLists() {
     }
 }
 
-// "COMPONENTS OF X" becomes the members of X.
+// "COMPONENTS OF X" becomes the members of X without its additions (X.680, clause 25.5).
 void Resolver::replaceComponentsOf(Type& type, int depth) {
     const auto isPlaceholder = [](const Member& member) { return member.name.text.empty(); };
     if (std::none_of(type.members.begin(), type.members.end(), isPlaceholder)) {
@@ -207,9 +211,14 @@ void Resolver::replaceComponentsOf(Type& type, int depth) {
             }
             continue;
         }
-        member.use.kind = Kind::Unresolved;  // a circle finds this and stops
+        member.use.kind = Kind::Unresolved;  // ends a cycle
         replaceComponentsOf(*source, depth + 1);
-        members.insert(members.end(), source->members.begin(), source->members.end());
+        for (const Member& copied : source->members) {
+            if (copied.part != MemberPart::Additions) {
+                members.push_back(copied);
+                members.back().part = member.part;
+            }
+        }
     }
     type.members = std::move(members);
     type.members.erase(std::remove_if(type.members.begin(), type.members.end(), isPlaceholder), type.members.end());
@@ -231,7 +240,7 @@ void Resolver::linkTables(Type& type) {
 
 void Resolver::linkTable(Type& type, std::size_t memberIndex, const TableUse& table, TableForm form) {
     if (table.key.text.empty()) {
-        return;  // only limits the keys, which changes nothing here
+        return;  // only limits the keys; has no effect here
     }
     const AssignmentNode* const found = scope_.find(table.setName);
     const auto set = found == nullptr ? sets_.end() : sets_.find(found);
@@ -254,7 +263,7 @@ void Resolver::linkTable(Type& type, std::size_t memberIndex, const TableUse& ta
     }
 }
 
-// What has no tag of its own cannot be tagged implicitly: the tag is explicit whatever the module's default.
+// An untagged CHOICE or open type cannot be tagged implicitly: its tag is explicit, whatever the module's default.
 void Resolver::settleTags(Use& use) {
     if (use.tags.empty() || use.tags.back().isExplicit) {
         return;

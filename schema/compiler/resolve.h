@@ -1,8 +1,8 @@
-// Looks up every name and makes the model.
+// Resolves all names and builds the model.
 //
 // Types written inside others are lifted out and named: `Parent_member` for the type of a member, `Parent_element` for
-// that of an element, `_object_Field` for the type an object carries, and `_SeqOfX` and `_SetOfX` for a plain list of a
-// named type, which all members that write the same list share.
+// that of an element, `_object_Field` for the type of an object, and `_SeqOfX` and `_SetOfX` for a plain list of a
+// named type. Members with the same list share one type.
 #pragma once
 
 #include <vector>
@@ -11,7 +11,7 @@
 
 namespace schemac {
 
-// Mistakes are reported and leave Kind::Unresolved behind. The model points into `modules`, which must outlive it.
+// Errors are reported and leave Kind::Unresolved in the model. `modules` must outlive the model, which points into it.
 Model resolve(const std::vector<ModuleNode>& modules, Diagnostics& diagnostics);
 
 }  // namespace schemac

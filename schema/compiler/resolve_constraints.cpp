@@ -1,4 +1,4 @@
-// Constraints of a use: sizes, ranges, table constraints and what octets contain.
+// Constraints of a use: sizes, ranges, table constraints and contents.
 #include <algorithm>
 #include <limits>
 
@@ -28,10 +28,10 @@ void Resolver::applyConstraints(const TypeNode& node, Use& use, const std::vecto
     }
 }
 
-// Of several ranges the smallest and the largest number count; what lies between passes, too.
+// Several ranges are treated as one from the smallest to the largest bound.
 void Resolver::applySize(const ConstraintNode& constraint, Use& use) {
     if (constraint.isExtensible) {
-        return;  // other sizes may come, so none can be refused
+        return;  // extensible: other sizes must be accepted
     }
     SizeBounds bounds{SizeBounds::kNone, 0, constraint.span};
     for (const RangeNode& range : constraint.ranges) {
@@ -53,7 +53,7 @@ void Resolver::applySize(const ConstraintNode& constraint, Use& use) {
 void Resolver::applyRange(const ConstraintNode& constraint, Use& use, const std::vector<NamedNumber>* named) {
     const Kind kind = underlyingKind(use);
     if (constraint.isExtensible || (kind != Kind::Integer && kind != Kind::Unresolved)) {
-        return;  // on other types it limits values, which carries no check
+        return;  // limits values of other types, which are not checked
     }
     const auto evaluate = [&](const ValueNode& value) -> std::optional<std::int64_t> {
         if (named != nullptr && value.kind == ValueNode::Kind::Reference) {
@@ -88,7 +88,7 @@ void Resolver::applyTable(const ConstraintNode& constraint, Use& use) {
         --set.end;
     }
     if (!use.table) {
-        return;  // on the key it says nothing that the value's constraint does not say
+        return;  // on the key, it repeats the constraint of the value
     }
     if (set.end - set.begin != 1 || set.begin->kind != TokenKind::TypeWord) {
         diagnostics_.error(constraint.span, "the name of a set of objects expected");
@@ -102,7 +102,7 @@ void Resolver::applyTable(const ConstraintNode& constraint, Use& use) {
     }
 }
 
-// "OCTET STRING (CONTAINING CLASS.&Type (...))": the open value in octets. What else is contained changes nothing.
+// "OCTET STRING (CONTAINING CLASS.&Type (...))": an open value in an OCTET STRING. Other contents have no effect.
 void Resolver::applyContaining(const ConstraintNode& constraint, Use& use) {
     if (constraint.containing->syntax != TypeSyntax::ClassField || use.kind != Kind::OctetString) {
         return;

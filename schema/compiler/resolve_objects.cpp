@@ -1,4 +1,4 @@
-// Object classes, objects and sets of objects.
+// Object classes, objects and object sets.
 #include <algorithm>
 #include <utility>
 
@@ -9,22 +9,36 @@ namespace schemac {
 
 namespace {
 
-// Sets that name sets that name sets could be followed for ever; no real schema comes near this.
+// Limits the expansion of sets that include each other. Far above any real schema.
 constexpr std::size_t kMaxSetSteps = 1u << 16;
+
+// The brace that closes the one at `open`. The parser has matched all braces before `end`.
+const Token* endOfBraces(const Token* open, const Token* end) {
+    std::size_t depth = 0;
+    const Token* at = open;
+    for (; at + 1 != end; ++at) {
+        depth += at->is("{") ? 1 : 0;
+        depth -= at->is("}") ? 1 : 0;
+        if (depth == 0) {
+            break;
+        }
+    }
+    return at;
+}
 
 }  // namespace
 
-// What an object says about the fields that matter; the others are read and forgotten.
+// The relevant fields of an object. Other fields are parsed and ignored.
 struct Resolver::ObjectFields {
     std::optional<ValueNode> key;
     std::unique_ptr<TypeNode> value;
 };
 
-// The class that the name means, through other names for it. Quiet: null when it is no class, without a message.
+// The class with this name or alias. If `isQuiet`, returns null without a report when it is not a class.
 const Class* Resolver::findClass(const Name& name, bool isQuiet) {
     const AssignmentNode* found = isQuiet ? scope_.findQuietly(name) : scope_.find(name);
     const AssignmentNode* alias = nullptr;
-    const bool isKnown = found != nullptr;
+    const bool isKnown = !scope_.leadsNowhere(name);
     for (int hops = 0; found != nullptr && hops < kMaxDepth; ++hops) {
         if (found->kind == AssignmentNode::Kind::Class) {
             return classOf(*found, alias);
@@ -40,8 +54,7 @@ const Class* Resolver::findClass(const Name& name, bool isQuiet) {
     return nullptr;
 }
 
-// What ASN.1 itself defines becomes a class under the first name that a module gives it; all other names for a class
-// are only that.
+// A built-in class becomes a class under the first name that a module gives it. All other aliases generate nothing.
 const Class* Resolver::classOf(const AssignmentNode& node, const AssignmentNode* alias) {
     const bool isBuiltin = scope_.moduleOf(node.name.span).isBuiltin;
     const AssignmentNode& owner = isBuiltin && alias != nullptr ? *alias : node;
@@ -63,7 +76,7 @@ void Resolver::defineClass(Class& objectClass) {
     }
 }
 
-// Reads along the class's own syntax. A group that does not begin with its first word is absent.
+// Parses an object by the syntax of its class. A group whose first word is missing is absent.
 bool Resolver::readSyntax(Parser& parser, const std::vector<SyntaxNode>& syntax, const Class& objectClass,
                           ObjectFields& fields) {
     for (const SyntaxNode& node : syntax) {
@@ -103,7 +116,7 @@ bool Resolver::readField(Parser& parser, const Name& name, const Class& objectCl
             fields.value = std::move(type);
         }
     } else if (name.text.size() > 1 && bare[0] >= 'A' && bare[0] <= 'Z') {
-        // A field that holds a set: a braced list or the name of one.
+        // A set field: a braced list or the name of a set.
         if (parser.peek().is("{")) {
             parser.takeBraced();
         } else {
@@ -172,7 +185,7 @@ void Resolver::defineObject(Object& object, const AssignmentNode& node) {
     }
 }
 
-// A named type stays what it is, NULL needs nothing; all else is lifted.
+// Named types and NULL are used as they are; all other types are lifted.
 Use Resolver::objectValue(const Object& object, const TypeNode& node) {
     const bool isPlain = node.tags.empty() && node.constraints.empty();
     const Place place{object.module, "_" + std::string(object.name.text) + "_" + object.objectClass->typeField, 0};
@@ -189,7 +202,7 @@ Use Resolver::objectValue(const Object& object, const TypeNode& node) {
     return use;
 }
 
-// "{ a | b, ..., c | OtherSet }": commas and bars both only separate.
+// "{ a | b, ..., c | OtherSet }": commas and bars are equivalent separators.
 void Resolver::defineSet(ObjectSet& set, const AssignmentNode& node, int depth) {
     if (node.value.kind != ValueNode::Kind::Braced) {
         diagnostics_.error(node.value.span, "a set in braces expected");
@@ -201,9 +214,12 @@ void Resolver::defineSet(ObjectSet& set, const AssignmentNode& node, int depth) 
             isNameExpected = true;
         } else if (at->is("...")) {
             isNameExpected = false;
+        } else if (isNameExpected && at->is("{")) {
+            diagnostics_.error(at->span, "an object in a set needs a name of its own");
+            isNameExpected = false;
+            at = endOfBraces(at, node.value.inside.end);
         } else if (!isNameExpected || (at->kind != TokenKind::Word && at->kind != TokenKind::TypeWord)) {
-            diagnostics_.error(at->span, at->is("{") ? "an object in a set needs a name of its own"
-                                                     : "the name of an object expected");
+            diagnostics_.error(at->span, "the name of an object expected");
             return;
         } else {
             isNameExpected = false;
@@ -220,10 +236,15 @@ void Resolver::addToSet(ObjectSet& set, const Name& name, int depth) {
     if (const auto object = objects_.find(found); object != objects_.end()) {
         set.objects.push_back({object->second, name.span});
     } else if (sets_.find(found) == sets_.end()) {
+        const bool isReported = found->kind == AssignmentNode::Kind::Value &&
+                                found->type->syntax == TypeSyntax::Reference && scope_.leadsNowhere(found->type->name);
+        if (isReported) {
+            return;
+        }
         diagnostics_.error(name.span, quoted(name.text) + " is neither an object nor a set");
     } else if (depth >= kMaxDepth) {
         diagnostics_.error(name.span, "this set contains itself");
-        numSetSteps_ = kMaxSetSteps;  // the other ways round the circle lead nowhere new
+        numSetSteps_ = kMaxSetSteps;  // other paths around the cycle find nothing new
     } else {
         defineSet(set, *found, depth + 1);
     }

@@ -1,4 +1,4 @@
-// Types: what is spelled out, what is lifted, and the bounds and tags of each use.
+// Types: inline and lifted definitions, and the bounds and tags of each use.
 #include <algorithm>
 #include <limits>
 #include <utility>
@@ -9,7 +9,7 @@
 namespace schemac {
 namespace {
 
-// All expansions of types with parameters together make no more tokens than this.
+// The most tokens that all expansions of parameterized types may produce together.
 constexpr std::size_t kMaxExpandedTokens = 1u << 20;
 
 struct BuiltinKind {
@@ -64,7 +64,7 @@ Type& Resolver::newType(Module& module, std::string name, std::string cppName, S
     return type;
 }
 
-// Fills a type that has a name, with the tags and bounds that stand in its definition.
+// Defines a named type, with the tags and bounds in its definition.
 void Resolver::define(Type& type, const TypeNode& node, const Place& place, const AnnotationSet& annotations) {
     if (node.hasActuals && !annotations.isOpen) {
         if (const TypeNode* const body = expand(node, place)) {
@@ -138,13 +138,15 @@ Member Resolver::makeMember(const ComponentNode& node, const Place& place) {
     member.cppName = annotations.name.empty() ? cppIdentifier(node.name.text) : annotations.name;
     member.span = node.span;
     member.presence = node.presence;
+    member.part = node.part;
     member.defaultValue = node.defaultValue;
     const std::string path = place.path + "_" + std::string(node.name.text);
     member.use = resolveUse(*node.type, {place.module, path, place.depth + 1}, annotations);
     return member;
 }
 
-// AUTOMATIC TAGS number the members from 0, unless one of them has a tag.
+// AUTOMATIC TAGS number the members from 0, unless one of them has a tag: those of both roots, then the additions
+// (X.680, clause 25).
 void Resolver::tagAutomatically(Type& type, const TypeNode& node) {
     std::uint32_t number = 0;
     for (const ComponentNode& component : node.components) {
@@ -155,8 +157,13 @@ void Resolver::tagAutomatically(Type& type, const TypeNode& node) {
             return;
         }
     }
-    for (Member& member : type.members) {
-        member.use.tags.insert(member.use.tags.begin(), {TagClass::Context, number++, false, false, member.span});
+    for (const bool isForAdditions : {false, true}) {
+        for (Member& member : type.members) {
+            if ((member.part == MemberPart::Additions) == isForAdditions) {
+                const Tag tag = {TagClass::Context, number++, false, false, member.span};
+                member.use.tags.insert(member.use.tags.begin(), tag);
+            }
+        }
     }
 }
 
@@ -175,7 +182,7 @@ void Resolver::defineNumbers(Type& type, const TypeNode& node) {
     type.isExtensible = node.isExtensible;
 }
 
-// A type where it is used: spelled out, by name, or lifted and then by name.
+// Resolves a type where it is used: inline, by name, or lifted and then by name.
 Use Resolver::resolveUse(const TypeNode& node, const Place& place, const AnnotationSet& annotations) {
     Use use;
     if (annotations.isOpen) {
@@ -259,7 +266,7 @@ Type& Resolver::sharedList(Type& element, bool isSet, Span span) {
     return *list;
 }
 
-// Kept raw; a name is looked up all the same, since it tells by which tag an optional one is recognised.
+// A type kept raw. Its name is still resolved, since its tag identifies an optional value.
 Use Resolver::openUse(const TypeNode& node) {
     Use use;
     use.span = node.span;
@@ -309,7 +316,7 @@ Use Resolver::referenceUse(const TypeNode& node) {
     return use;
 }
 
-// "CLASS.&Type" is an open type; a field with a type of its own is that type.
+// "CLASS.&Type" is an open type; a value field has its own type.
 Use Resolver::fieldUse(const TypeNode& node, const Place& place) {
     Use use;
     use.span = node.span;
@@ -336,7 +343,7 @@ Use Resolver::fieldUse(const TypeNode& node, const Place& place) {
     return use;
 }
 
-// The tokens of the pattern with the parameters replaced, read as a type.
+// Replaces the parameters in the tokens of a parameterized type and parses the result.
 const TypeNode* Resolver::expand(const TypeNode& node, const Place& place) {
     const AssignmentNode* const found = scope_.find(node.name);
     if (found == nullptr) {
@@ -370,7 +377,7 @@ const TypeNode* Resolver::expand(const TypeNode& node, const Place& place) {
     numExpandedTokens_ += tokens.size();
     if (numExpandedTokens_ > kMaxExpandedTokens || place.depth >= kMaxDepth) {
         diagnostics_.error(node.name.span, "parameters expand without end");
-        numExpandedTokens_ = kMaxExpandedTokens;  // the other ways round the circle lead nowhere new
+        numExpandedTokens_ = kMaxExpandedTokens;  // other paths around the cycle find nothing new
         return nullptr;
     }
     expandedTokens_.push_back(std::move(tokens));

@@ -1,4 +1,4 @@
-// The state of one run of resolve(): private to resolve.cpp, resolve_types.cpp and resolve_objects.cpp.
+// The state of one run of resolve(). Private to the resolve*.cpp files.
 #pragma once
 
 #include <deque>
@@ -21,7 +21,7 @@ public:
     Model run();
 
 private:
-    // Where a type stands: what a type lifted from there is called, and how many expansions led there.
+    // The position of a type: the name of a type lifted from here, and the number of expansions that led here.
     struct Place {
         Module* module = nullptr;
         std::string path;

@@ -27,6 +27,7 @@ Scope::Scope(const std::vector<ModuleNode>& modules, Diagnostics& diagnostics)
             Entry& entry = entries_[module.file][assignment.name.text];
             if (entry.own != nullptr) {
                 diagnostics.error(assignment.name.span, quoted(assignment.name.text) + " is already defined");
+                repeated_.insert(&assignment);
             } else {
                 entry.own = &assignment;
             }
@@ -60,8 +61,8 @@ const ModuleNode* Scope::findModule(std::string_view name) const {
     return found == byName_.end() ? nullptr : found->second;
 }
 
-// A module may pass on what it imports itself; the bound breaks circles of such imports.
-// A name that a module does not know may be one that ASN.1 defines itself.
+// A module may re-export an import; the bound ends cycles of such imports. A name unknown to the module may be built
+// in.
 const AssignmentNode* Scope::findFrom(std::uint32_t file, std::string_view name) const {
     for (int hops = 0; hops < kMaxDepth; ++hops) {
         const auto found = entries_[file].find(name);
@@ -80,10 +81,23 @@ const AssignmentNode* Scope::findQuietly(const Name& name) const {
     return findFrom(name.span.file, name.text);
 }
 
+bool Scope::leadsNowhere(const Name& name) const {
+    const AssignmentNode* found = findQuietly(name);
+    for (int hops = 0; found != nullptr && hops < kMaxDepth; ++hops) {
+        const bool isAlias = found->kind == AssignmentNode::Kind::Type && found->type != nullptr &&
+                             found->type->syntax == TypeSyntax::Reference && found->type->module.text.empty();
+        if (!isAlias) {
+            break;
+        }
+        found = findQuietly(found->type->name);
+    }
+    return found == nullptr;
+}
+
 const AssignmentNode* Scope::find(const Name& name) const {
     const AssignmentNode* const found = findQuietly(name);
     const auto& entries = entries_[name.span.file];
-    if (found == nullptr && entries.find(name.text) == entries.end()) {  // a failed import has its own message
+    if (found == nullptr && entries.find(name.text) == entries.end()) {  // a failed import has been reported
         diagnostics_.error(name.span, quoted(name.text) + " is not defined here, nor imported");
     }
     return found;

@@ -1,4 +1,4 @@
-// Files, and the way from an offset to line and column.
+// Loads files, and converts offsets to lines and columns.
 #include "schema/compiler/source.h"
 
 #include <algorithm>

@@ -1,8 +1,7 @@
-// The texts that are compiled, and how a place in them is named.
+// The source texts and positions in them.
 //
-// Everything the later stages make points back into a text by a Span, so that a mistake found late is still reported
-// with the line it comes from. A file holds one module: the file of a name is therefore also the scope it is looked up
-// in.
+// All later data carries a Span, so that every error can be reported with its line. A file holds one module, so the
+// file of a name is also its scope.
 #pragma once
 
 #include <cstddef>
@@ -14,17 +13,17 @@
 
 namespace schemac {
 
-// A stretch of one file, in octets from its start; `end` is the octet behind the last.
+// A range of octets in one file; `end` is exclusive.
 struct Span {
     std::uint32_t file = 0;
     std::uint32_t begin = 0;
     std::uint32_t end = 0;
 };
 
-// The stretch from the start of `first` to the end of `last`, which are in one file.
+// The range from the start of `first` to the end of `last`, in the same file.
 Span join(Span first, Span last);
 
-// Both count from 1; the column counts octets.
+// Both start at 1. Columns count octets.
 struct Position {
     std::size_t line = 1;
     std::size_t column = 1;
@@ -32,17 +31,17 @@ struct Position {
 
 class Sources {
 public:
-    // The largest text that is taken: offsets have to fit 32 bits with room to spare.
+    // The largest accepted text. Offsets must fit in 32 bits with room to spare.
     static constexpr std::size_t kMaxTextSize = 64u << 20;
 
-    // Adds a text under the name that messages show; answers its number. A text beyond kMaxTextSize is cut.
+    // Adds a text under the name used in messages and returns its number. Truncates texts longer than kMaxTextSize.
     std::uint32_t add(std::string name, std::string text);
-    // Reads a file; false when it cannot be read.
+    // Reads a file. Returns false if it cannot be read.
     bool load(const std::string& path);
 
     std::uint32_t count() const { return static_cast<std::uint32_t>(files_.size()); }
     const std::string& name(std::uint32_t file) const { return files_[file].name; }
-    // The name without folders and extension; what the generated files are called.
+    // The name without directories and extension; the generated files have this name.
     std::string stem(std::uint32_t file) const;
     std::string_view text(std::uint32_t file) const { return files_[file].text; }
     std::string_view text(Span span) const;
@@ -54,7 +53,7 @@ private:
         std::string text;
         std::vector<std::uint32_t> lineStarts;
     };
-    std::deque<File> files_;  // texts never move: tokens hold views into them
+    std::deque<File> files_;  // texts never move: tokens contain views of them
 };
 
 }  // namespace schemac

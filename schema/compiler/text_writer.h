@@ -1,4 +1,4 @@
-// Collects the lines of a generated file, indented by the nesting of the blocks that are open.
+// Collects the lines of a generated file, indented by the number of open blocks.
 #pragma once
 
 #include <cstddef>
@@ -9,17 +9,23 @@ namespace schemac {
 
 class TextWriter {
 public:
-    // An empty line stays without indentation.
+    static constexpr std::size_t kMaxColumns = 160;
+
+    // A line of code. A long one is continued on further, indented lines, so blanks must be where C++ allows a line
+    // break.
     void line(std::string_view text = {});
     void indent() { ++depth_; }
     void outdent() { --depth_; }
-    // A comment of any number of lines; the first is given, `more` follows as it stands in its file.
+    // A comment with one line for each line of the text.
     void comment(std::string_view text);
 
     std::size_t numLines() const { return numLines_; }
     const std::string& text() const { return text_; }
 
 private:
+    // One line; an empty one is not indented.
+    void add(std::string_view text, std::size_t indentation);
+
     std::string text_;
     std::size_t depth_ = 0;
     std::size_t numLines_ = 0;

@@ -1,7 +1,7 @@
-// What the parser makes of a text: the definitions as they are written, names not yet looked up.
+// The parser's output: definitions as written, with unresolved names.
 //
-// What can only be read once a name is known (an object follows its class's own syntax, a braced value its type) stays
-// a range of tokens and is read during resolution.
+// Parts that can only be parsed once a name is known (an object follows the syntax of its class, a braced value its
+// type) are kept as token ranges and parsed during resolution.
 #pragma once
 
 #include <memory>
@@ -33,14 +33,14 @@ struct ValueNode {
     Name name;              // Reference
     std::string_view text;  // Number (digits), Boolean, Text
     bool isNegative = false;
-    TokenRange inside;  // Braced: what stands between the braces
+    TokenRange inside;  // Braced: the tokens between the braces
 };
 
 struct TypeNode;
 
 struct RangeNode {
-    std::optional<ValueNode> low;   // none: MIN
-    std::optional<ValueNode> high;  // none: MAX
+    std::optional<ValueNode> low;   // MIN when absent
+    std::optional<ValueNode> high;  // MAX when absent
 };
 
 struct ConstraintNode {
@@ -50,7 +50,7 @@ struct ConstraintNode {
     std::vector<RangeNode> ranges;  // Size, Range
     bool isExtensible = false;
     TokenRange set;                        // Table: between the braces
-    std::vector<Name> key;                 // Table: the path behind @
+    std::vector<Name> key;                 // Table: the path after @
     std::unique_ptr<TypeNode> containing;  // Containing
 };
 
@@ -71,12 +71,16 @@ struct NamedNumberNode {
 
 enum class Presence { Required, Optional, Default };
 
+// The part of a type that a member belongs to. Extension markers separate the parts.
+enum class MemberPart { FirstRoot, Additions, SecondRoot };
+
 struct ComponentNode {
     Name name;
     Span span;
     Annotations annotations;
     std::unique_ptr<TypeNode> type;
     Presence presence = Presence::Required;
+    MemberPart part = MemberPart::FirstRoot;
     ValueNode defaultValue;
     bool isComponentsOf = false;
 };
@@ -88,7 +92,7 @@ struct TypeNode {
     Span span;
     std::vector<TagNode> tags;  // outermost first
     std::string_view builtin;   // Builtin: "INTEGER", "OCTET STRING", ...
-    Name module;                // Reference with a module in front; else empty
+    Name module;                // Reference with a module prefix; else empty
     Name name;                  // Reference, class of a ClassField
     Name field;                 // ClassField
     bool hasActuals = false;
@@ -102,7 +106,7 @@ struct TypeNode {
 
 struct FieldNode {
     Name name;            // with the &
-    bool isType = false;  // a field that holds a type: &Type without a type behind it
+    bool isType = false;  // a type field: &Type without a type after it
     bool isUnique = false;
     std::unique_ptr<TypeNode> type;  // of a value, set or object field
     Presence presence = Presence::Required;
@@ -112,12 +116,12 @@ struct SyntaxNode {
     enum class Kind { Literal, Field, Group };
     Kind kind = Kind::Literal;
     Name word;                       // Literal, Field
-    std::vector<SyntaxNode> inside;  // Group: may be left out as a whole
+    std::vector<SyntaxNode> inside;  // Group: optional as a whole
 };
 
 struct ClassNode {
     std::vector<FieldNode> fields;
-    std::vector<SyntaxNode> syntax;  // empty: the default syntax, every field named
+    std::vector<SyntaxNode> syntax;  // empty for the default syntax, which names every field
 };
 
 struct AssignmentNode {
@@ -128,7 +132,7 @@ struct AssignmentNode {
     Annotations annotations;
     bool hasParameters = false;
     std::vector<Name> parameters;
-    TokenRange body;                 // with parameters: the tokens of the type, read again for each use
+    TokenRange body;                 // with parameters: the tokens of the type, parsed again for each use
     std::unique_ptr<TypeNode> type;  // Type; the governor of Value and Set
     ValueNode value;                 // Value and Set
     std::unique_ptr<ClassNode> objectClass;
@@ -144,7 +148,7 @@ struct ModuleNode {
     std::uint32_t file = 0;
     TagMode tagDefault = TagMode::Explicit;
     bool hasAutomaticTags = false;
-    bool isBuiltin = false;  // what ASN.1 itself defines; every module sees it
+    bool isBuiltin = false;  // definitions of ASN.1 itself; visible in every module
     std::vector<ImportNode> imports;
     std::vector<AssignmentNode> assignments;
 };

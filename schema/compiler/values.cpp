@@ -11,7 +11,7 @@
 namespace schemac {
 namespace {
 
-// The arcs that may be written by their name alone, by the arcs before them.
+// Arcs that may be written by name only, by the arcs before them.
 struct KnownArc {
     std::string_view name;
     std::size_t depth;
@@ -81,7 +81,7 @@ std::optional<Arcs> Values::objectId(const ValueNode& value, int depth) {
     return arcs;
 }
 
-// "5", "name(5)", "name(other)", or a name alone: another identifier at the front, or one of the known arcs.
+// "5", "name(5)", "name(other)", or a name alone: another identifier at the start, or one of the known arcs.
 bool Values::appendComponent(Arcs& arcs, const TokenRange& range, const Token*& at, int depth) {
     const Token& token = *at++;
     ValueNode number;

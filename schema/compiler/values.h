@@ -12,11 +12,11 @@ namespace schemac {
 
 class Values {
 public:
-    static constexpr std::size_t kMaxArcs = 128;  // as many as the library's record of an identifier holds
+    static constexpr std::size_t kMaxArcs = 128;  // the capacity of the library's identifier record
 
     Values(const Scope& scope, Diagnostics& diagnostics) : scope_(scope), diagnostics_(diagnostics) {}
 
-    // None when the value is no integer, or does not fit; the mistake is reported.
+    // Reports an error and returns nothing if the value is not an integer or does not fit.
     std::optional<std::int64_t> integer(const ValueNode& value);
     std::optional<Arcs> objectId(const ValueNode& value);
 

@@ -1,8 +1,5 @@
 #include "tests/schema/catalogue.h"
 
-#include <type_traits>
-#include <typeinfo>
-
 #include "schema/generated/attribute_certificates.h"
 #include "schema/generated/attributes.h"
 #include "schema/generated/cmp.h"
@@ -12,7 +9,6 @@
 #include "schema/generated/electronic_signatures.h"
 #include "schema/generated/enrollment.h"
 #include "schema/generated/extensions.h"
-#include "schema/generated/identifiers.h"
 #include "schema/generated/key_transport.h"
 #include "schema/generated/matching_rules.h"
 #include "schema/generated/ocsp.h"
@@ -28,30 +24,7 @@ namespace {
 
 using namespace asn1data;
 
-template <class Base, class Record, const schema::TypeInfo& type>
-const schema::TypeInfo* infoOf(const schema::Control<Base, Record, type>* /*control*/) {
-    return &type;
-}
-
-template <class Record, class Control, auto encode, auto decode, auto copy, auto free>
-TypeRow typeRow(const char* name) {
-    static_assert(std::is_base_of_v<ASN1CType, Control>);
-    return {name,
-            infoOf(static_cast<const Control*>(nullptr)),
-            sizeof(Record),
-            [](ASN1CTXT* ctxt, void* value, ASN1TagType tagType) {
-                return encode(ctxt, static_cast<Record*>(value), tagType);
-            },
-            [](ASN1CTXT* ctxt, void* value, ASN1TagType tagType, int length) {
-                return decode(ctxt, static_cast<Record*>(value), tagType, length);
-            },
-            [](ASN1CTXT* ctxt, const void* from, void* to) {
-                copy(ctxt, static_cast<const Record*>(from), static_cast<Record*>(to));
-            },
-            [](ASN1CTXT* ctxt, void* value) { free(ctxt, static_cast<Record*>(value)); }};
-}
-
-// What an object's base says about its value.
+// Reads the value type of an object from its base class.
 template <template <class> class Class, class Record, class Control, const schema::TypeInfo& type>
 void setValue(const Class<schema::ValueOf<Record, Control, type>>& /*object*/, ObjectRow& row) {
     row.value = &type;
@@ -63,79 +36,21 @@ void setValue(const Class<schema::NullValue>& /*object*/, ObjectRow& row) {
 template <template <class> class Class>
 void setValue(const Class<schema::RawValue>& /*object*/, ObjectRow& /*row*/) {}
 
-template <class Set>
-constexpr bool kIsSet = std::is_same_v<decltype(Set::instance(nullptr)), Set*>;
-
-// A set is empty or has an array that only what derives from it may see.
-template <class Set>
-struct Contents : Set {
-    template <class Object>
-    static bool isAt(std::size_t place) {
-        auto& objects = Set::instance(nullptr)->*(&Contents::mObjects);
-        return place < std::size(objects) && typeid(*objects[place]) == typeid(Object);
-    }
-};
-
 template <class Object>
-ObjectRow objectRow(const char* name, const char* key) {
+ObjectRow objectRow() {
     const Object object;
-    ObjectRow row = {name, key, object.id, nullptr, false, true};
+    ObjectRow row = {object.id};
     setValue(object, row);
     return row;
-}
-
-template <class Set, class Object>
-ObjectRow memberRow(const char* name, const char* key, std::size_t place) {
-    ObjectRow row = objectRow<Object>(name, key);
-    row.isInPlace = Contents<Set>::template isAt<Object>(place);
-    return row;
-}
-
-template <class Class, std::size_t count>
-constexpr std::size_t sizeOf(const schema::ObjectSet<Class, count>* /*set*/) {
-    return count;
 }
 
 }  // namespace
 
 Catalogue::Catalogue() {
-#define GROUP(title, count) groups.push_back({title, count});
-#define TYPE(name)            \
-    ++groups.back().numNames; \
-    types.push_back(          \
-        typeRow<ASN1T_##name, ASN1C_##name, asn1E_##name, asn1D_##name, asn1Copy_##name, asn1Free_##name>(#name));
-#define NULL_TYPE(name)                                                                                                \
-    groups.back().numNames += 2;                                                                                       \
-    types.push_back(                                                                                                   \
-        typeRow<ASN1T_##name, ASN1C_##name, asn1E_##name##_, asn1D_##name##_, asn1Copy_##name##_, asn1Free_##name##_>( \
-            #name));
-#define OBJECT(name)          \
-    ++groups.back().numNames; \
-    static_assert(!std::is_abstract_v<name>);
-#define SET(name)             \
-    ++groups.back().numNames; \
-    static_assert(kIsSet<name>);
-#define CLASS(name)           \
-    ++groups.back().numNames; \
-    static_assert(std::is_abstract_v<name>);
-#include "tests/data/schema/names.inc"
-#undef SET
-
-#define SET(name, class, count)                                                 \
-    static_assert(sizeOf(static_cast<const name*>(nullptr)) == (count), #name); \
-    sets.push_back({#name, &schema::kAccess<name, class>, count});
-#define USED_BY(type)                                                       \
-    static_cast<void>(&asn1ETC_##type), static_cast<void>(&asn1DTC_##type); \
-    sets.back().users.push_back(kType_##type.table);
-#define MEMBER(set, object, key) \
-    sets.back().objects.push_back(memberRow<set, object>(#object, key, sets.back().objects.size()));
-#define IN_NO_SET(count) sets.push_back({"no set", nullptr, count});
-#define LOOSE(object, key) sets.back().objects.push_back(objectRow<object>(#object, key));
-#define VALUE(type) sets.back().objects.back().expectedValue = infoOf(static_cast<const ASN1C_##type*>(nullptr));
-#include "tests/data/schema/sets.inc"
-
-#define IDENTIFIER(name, value) identifiers.push_back({#name, value, &(name)});
-#include "tests/data/schema/identifiers.inc"
+#define TYPE(name, function) types.push_back(TYPE_ROW(name, function));
+#define SET(name, class) sets.push_back({&schema::kAccess<name, class>});
+#define MEMBER(name) sets.back().objects.push_back(objectRow<name>());
+#include "tests/data/schema/catalogue.inc"
 }
 
 const Catalogue& catalogue() {

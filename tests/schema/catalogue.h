@@ -1,63 +1,29 @@
-// Everything that the schema must provide, bound to what the build provides: the names come from tests/data/schema, and
-// a name without its artefacts does not compile or link.
+// The types and object sets of the library's schema, bound to what the build provides. The names come from
+// tests/data/schema/catalogue.inc, and a name that is missing from the build does not compile or link.
 #pragma once
 
-#include <cstddef>
 #include <vector>
 
 #include "asn1rt/object_id.h"
 #include "schema/record.h"
+#include "tests/schema/type_row.h"
 
 namespace schematest {
 
-/// A type with its functions, whatever its record is.
-struct TypeRow {
-    const char* name;
-    const schema::TypeInfo* info;  // what its control class works with
-    std::size_t sizeRecord;
-    int (*encode)(ASN1CTXT*, void*, ASN1TagType);
-    int (*decode)(ASN1CTXT*, void*, ASN1TagType, int);
-    void (*copy)(ASN1CTXT*, const void*, void*);
-    void (*free)(ASN1CTXT*, void*);
-};
-
-/// Names listed under one title, and how many there must be.
-struct GroupRow {
-    const char* title;
-    unsigned numExpected;
-    unsigned numNames = 0;
-};
-
-/// An object as listed, and as the build has it.
 struct ObjectRow {
-    const char* name;
-    const char* expectedKey;
     ASN1TObjId key;
-    const schema::TypeInfo* value;  // null: a NULL, or kept raw
-    bool isNull;
-    bool isInPlace;  // the set holds this very class at this place; true for an object in no set
-    const schema::TypeInfo* expectedValue = nullptr;  // null where none is listed
+    const schema::TypeInfo* value = nullptr;  // null: a NULL, or kept raw
+    bool isNull = false;
 };
 
 struct SetRow {
-    const char* name;
-    const schema::ObjectSetAccess* access;  // null for what is in no set
-    std::size_t numExpected;
+    const schema::ObjectSetAccess* access;
     std::vector<ObjectRow> objects = {};
-    std::vector<const schema::TableInfo*> users = {};  // of the types that look their values up in it
-};
-
-struct IdentifierRow {
-    const char* name;
-    const char* expected;
-    const ASN1OBJID* value;
 };
 
 struct Catalogue {
-    std::vector<GroupRow> groups;
     std::vector<TypeRow> types;
     std::vector<SetRow> sets;
-    std::vector<IdentifierRow> identifiers;
 
     Catalogue();
 };

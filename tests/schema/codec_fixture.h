@@ -1,13 +1,17 @@
-// A context for one test, and octets as text, for tests of encoders and decoders.
+// The fixture for tests of encoders and decoders.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <string>
+#include <vector>
 
 #include "asn1rt/decode.h"
 #include "asn1rt/encode.h"
 #include "schema/value_codec.h"
+#include "tests/schema/type_row.h"
+#include "tests/schema/vectors.h"
 #include "tests/support/bytes.h"
 #include "tests/support/temp_dir.h"
 
@@ -15,52 +19,50 @@ namespace schematest {
 
 using Octets = testkit::Bytes;
 
-/// Octets as the rows spell them: "30 03 02 01 05".
-inline std::string spell(const std::uint8_t* data, std::size_t size) {
-    static const char* const kDigits = "0123456789ABCDEF";
-    std::string text;
-    for (std::size_t i = 0; i < size; ++i) {
-        text += (i != 0 ? " " : "");
-        text += kDigits[data[i] >> 4];
-        text += kDigits[data[i] & 15];
-    }
-    return text;
-}
-
-/// A context for one test; the input of `decode` is copied so that a read past its end shows under the sanitizer.
+/// Decodes in one context; copies and encodes in another. Input is copied to a block of its exact size, so that the
+/// sanitizer detects reads past its end.
 class CodecTest : public testing::Test {
 protected:
-    void SetUp() override { ASSERT_EQ(rtInitContext(&ctxt_, nullptr), 0); }
-    void TearDown() override { rtFreeContext(&ctxt_); }
+    void SetUp() override {
+        ASSERT_EQ(rtInitContext(&ctxt_, nullptr), 0);
+        ASSERT_EQ(rtInitContext(&writer_, nullptr), 0);
+    }
+    void TearDown() override {
+        rtFreeContext(&writer_);
+        rtFreeContext(&ctxt_);
+    }
 
-    template <class Record>
-    int decode(int (*decoder)(ASN1CTXT*, Record*, ASN1TagType, int), Record& record, const std::string& octets) {
-        return decode(decoder, record, testkit::fromHex(octets));
+    /// Releases all memory of the context, including that of failed decodes.
+    static void renew(ASN1CTXT& ctxt) {
+        rtFreeContext(&ctxt);
+        ASSERT_EQ(rtInitContext(&ctxt, nullptr), 0);
+    }
+
+    int bind(const Octets& octets) {
+        input_ = octets;
+        rtErrReset(&ctxt_.errInfo);
+        return xd_setp(&ctxt_, input_.data(), static_cast<int>(input_.size()), nullptr, nullptr);
     }
 
     template <class Record>
     int decode(int (*decoder)(ASN1CTXT*, Record*, ASN1TagType, int), Record& record, const Octets& octets) {
-        input_ = octets;
-        rtErrReset(&ctxt_.errInfo);
-        const int status = xd_setp(&ctxt_, input_.data(), static_cast<int>(input_.size()), nullptr, nullptr);
+        const int status = bind(octets);
         return status != 0 ? status : decoder(&ctxt_, &record, TAG_EXPLICIT, 0);
     }
-
     template <class Record>
-    int encode(int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), Record& record, std::string* octets = nullptr) {
-        rtErrReset(&ctxt_.errInfo);
-        const int status = xe_setp(&ctxt_, nullptr, 0);
-        if (status != 0) {
-            return status;
-        }
-        const int length = encoder(&ctxt_, &record, TAG_EXPLICIT);
-        if (length >= 0 && octets != nullptr) {
-            *octets = spell(xe_getp(&ctxt_), static_cast<std::size_t>(length));
-        }
-        return length;
+    int decode(int (*decoder)(ASN1CTXT*, Record*, ASN1TagType, int), Record& record, const std::string& hex) {
+        return decode(decoder, record, testkit::fromHex(hex));
     }
 
-    /// The octets of a record that can be encoded.
+    /// Returns the number of octets, or a status.
+    template <class Record>
+    int encode(int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), Record& record) {
+        rtErrReset(&ctxt_.errInfo);
+        const int status = xe_setp(&ctxt_, nullptr, 0);
+        return status != 0 ? status : encoder(&ctxt_, &record, TAG_EXPLICIT);
+    }
+
+    /// Encodes a valid record.
     template <class Record>
     Octets encoded(int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), Record& record) {
         const int length = encode(encoder, record);
@@ -68,8 +70,50 @@ protected:
         return length > 0 ? Octets(xe_getp(&ctxt_), xe_getp(&ctxt_) + length) : Octets();
     }
 
-    /// Decodes every prefix, which fails, and what is left of the octets with one of them damaged, whatever comes of
-    /// it.
+    /// Decodes the octets by the type, copies and frees the value, and encodes the copy. Returns "same" if that gives
+    /// the same octets, otherwise the octets, or the status of a failed decode.
+    std::string again(const TypeRow& type, const Octets& octets) {
+        renew(ctxt_);
+        std::vector<std::uint64_t> read(type.sizeRecord / sizeof(std::uint64_t) + 1);
+        std::vector<std::uint64_t> copied(read.size());
+        int status = bind(octets);
+        status = status != 0 ? status : type.decode(&ctxt_, read.data(), TAG_EXPLICIT, 0);
+        if (status != 0) {
+            EXPECT_EQ(ctxt_.errInfo.status, status);
+            return std::to_string(status);
+        }
+        type.copy(&writer_, read.data(), copied.data());
+        type.free(&ctxt_, read.data());
+        const Octets result = write(type, copied.data());
+        type.free(&writer_, copied.data());
+        return result == octets ? "same" : testkit::toHex(result);
+    }
+
+    /// Encodes the value in the writing context. Returns no octets if that fails.
+    Octets write(const TypeRow& type, void* value) {
+        EXPECT_EQ(xe_setp(&writer_, nullptr, 0), 0);
+        const int length = type.encode(&writer_, value, TAG_EXPLICIT);
+        EXPECT_GT(length, 0);
+        return length > 0 ? Octets(xe_getp(&writer_), xe_getp(&writer_) + length) : Octets();
+    }
+
+    /// Checks the result of every value in the file.
+    void runVectors(const std::string& file, const std::vector<TypeRow>& types) {
+        for (const Vector& vector : readVectors(file)) {
+            SCOPED_TRACE(vector.type + ": " + vector.name);
+            const TypeRow* type = findType(types, vector.type);
+            ASSERT_NE(type, nullptr);
+            EXPECT_EQ(again(*type, vector.input), vector.result);
+        }
+    }
+
+    static const TypeRow* findType(const std::vector<TypeRow>& types, const std::string& name) {
+        const auto type =
+            std::find_if(types.begin(), types.end(), [&](const TypeRow& row) { return row.name == name; });
+        return type != types.end() ? &*type : nullptr;
+    }
+
+    /// Decodes the octets with each of them damaged in turn, with any result, and every prefix, which must fail.
     template <class Record>
     void survivesDamage(int (*decoder)(ASN1CTXT*, Record*, ASN1TagType, int),
                         int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), const Octets& whole) {
@@ -80,34 +124,20 @@ protected:
             if (decode(decoder, record, damaged) == 0) {
                 encode(encoder, record);
             }
-            rtFreeContext(&ctxt_);
-            ASSERT_EQ(rtInitContext(&ctxt_, nullptr), 0);
+            renew(ctxt_);
             Record cut;
             EXPECT_LT(decode(decoder, cut, Octets(whole.begin(), whole.begin() + static_cast<long>(i))), 0) << i;
         }
     }
 
-    /// A file of tests/data/schema.
+    /// Reads a file of tests/data/schema.
     static Octets file(const std::string& name) { return testkit::readFile("data/schema/" + name); }
 
-    /// Decodes, encodes again, and answers the octets, or the status as text.
-    template <class Record>
-    std::string again(int (*decoder)(ASN1CTXT*, Record*, ASN1TagType, int),
-                      int (*encoder)(ASN1CTXT*, Record*, ASN1TagType), const std::string& octets) {
-        Record record = {};
-        int status = decode(decoder, record, octets);
-        if (status != 0) {
-            return "decode " + std::to_string(status);
-        }
-        std::string text;
-        status = encode(encoder, record, &text);
-        return status < 0 ? "encode " + std::to_string(status) : text;
-    }
-
-    /// Blocks in the type heap: what has been decoded and not been freed.
+    /// True when all decoded memory has been freed.
     [[nodiscard]] bool isHeapEmpty() const { return ctxt_.pTypeMemHeap->pFirstBlock == nullptr; }
 
     ASN1CTXT ctxt_;
+    ASN1CTXT writer_;
     Octets input_;
 };
 

@@ -1,11 +1,13 @@
-// Messages that hold messages, and values that keep their octets inside them.
+// Messages inside messages, and values that stay raw.
 #include <gtest/gtest.h>
 
+#include "schema/codec_steps.h"
 #include "schema/generated/cmp.h"
 #include "schema/generated/cms.h"
 #include "schema/generated/dvcs.h"
 #include "schema/generated/ocsp.h"
 #include "schema/generated/tsp.h"
+#include "tests/schema/catalogue.h"
 #include "tests/schema/codec_fixture.h"
 #include "tests/support/tlv.h"
 
@@ -14,21 +16,9 @@ namespace {
 using namespace asn1data;
 using namespace testkit;
 
-class NestedMessages : public schematest::CodecTest {
+class OpenTypeCodec : public schematest::CodecTest {
 protected:
-    int decodeValue(const schema::TypeInfo& type, void* value, const Bytes& octets) {
-        input_ = octets;
-        rtErrReset(&ctxt_.errInfo);
-        const int status = xd_setp(&ctxt_, input_.data(), static_cast<int>(input_.size()), nullptr, nullptr);
-        return status != 0 ? status : schema::decodeValue(&ctxt_, type, value, TAG_EXPLICIT, 0);
-    }
-
-    Bytes encodeValue(const schema::TypeInfo& type, void* value) {
-        EXPECT_EQ(xe_setp(&ctxt_, nullptr, 0), 0);
-        const int length = schema::encodeValue(&ctxt_, type, value, TAG_EXPLICIT);
-        EXPECT_GT(length, 0) << "status " << length;
-        return length > 0 ? Bytes(xe_getp(&ctxt_), xe_getp(&ctxt_) + length) : Bytes();
-    }
+    static const schematest::TypeRow& type(const char* name) { return *findType(schematest::catalogue().types, name); }
 };
 
 constexpr const char* kInstantRevocation = "1.2.643.2.2.47.3";
@@ -59,41 +49,34 @@ Bytes contentInfo(const Bytes& content) {
     return tlv::sequence({tlv::oid("1.2.840.113549.1.7.2"), tlv::context(0, content)});
 }
 
-TEST_F(NestedMessages, AreReadToTheLimitAndNoFurther) {
+TEST_F(OpenTypeCodec, DecodesNestedMessagesUpToTheLimit) {
     const struct {
-        const char* name;
-        const schema::TypeInfo* type;
+        const char* type;
         Bytes innermost;
         Bytes (*wrap)(const Bytes&);
         Bytes (*finish)(const Bytes&);
     } rows[] = {
-        {"management messages", &kType_PKIMessage, message(19, tlv::null()),
-         [](const Bytes& inner) { return message(20, tlv::sequence({inner})); }, [](const Bytes& all) { return all; }},
-        {"management messages in extensions", &kType_PKIMessage, revocation({}),
-         [](const Bytes& inner) { return revocation(instantRevocation(inner)); }, [](const Bytes& all) { return all; }},
-        {"signed data in signed data", &kType_ContentInfo, signedData("1.2.840.113549.1.7.1", {1, 2}),
+        {"PKIMessage", message(19, tlv::null()), [](const Bytes& inner) { return message(20, tlv::sequence({inner})); },
+         [](const Bytes& all) { return all; }},
+        {"PKIMessage", revocation({}), [](const Bytes& inner) { return revocation(instantRevocation(inner)); },
+         [](const Bytes& all) { return all; }},
+        {"ContentInfo", signedData("1.2.840.113549.1.7.1", {1, 2}),
          [](const Bytes& inner) { return signedData("1.2.840.113549.1.7.2", inner); }, contentInfo},
     };
     for (const auto& row : rows) {
         for (const int depth : {1, 10, 64, 2000}) {
-            SCOPED_TRACE(std::string(row.name) + ", " + std::to_string(depth));
             Bytes octets = row.innermost;
             for (int i = 1; i < depth; ++i) {
                 octets = row.wrap(octets);
             }
-            octets = row.finish(octets);
-            std::vector<std::uint64_t> value(row.type->size / 8 + 1);
-            const int status = decodeValue(*row.type, value.data(), octets);
-            EXPECT_EQ(status, depth <= 10 ? 0 : STATUS_BAD_VALUE);
-            if (status == 0) {
-                EXPECT_EQ(encodeValue(*row.type, value.data()), octets);
-                schema::freeValue(&ctxt_, *row.type, value.data());
-            }
+            EXPECT_EQ(again(type(row.type), row.finish(octets)),
+                      depth <= 10 ? "same" : std::to_string(STATUS_BAD_VALUE))
+                << row.type << ", " << depth;
         }
     }
 }
 
-TEST_F(NestedMessages, AreReadInTheExtensionOfAResponse) {
+TEST_F(OpenTypeCodec, DecodesAMessageInAnExtensionOfAResponse) {
     const auto response = [](const Bytes& value) {
         const Bytes algorithm = tlv::sequence({tlv::oid("1.3.14.3.2.26"), tlv::null()});
         const Bytes id = tlv::sequence({algorithm, tlv::octetString({1}), tlv::octetString({2}), tlv::integer(200)});
@@ -112,47 +95,51 @@ TEST_F(NestedMessages, AreReadInTheExtensionOfAResponse) {
     ASSERT_EQ(decoded->body.t, ASN1T_PKIBody::T_rann);
     EXPECT_STREQ(decoded->body.u.rann->certId.serialNumber, "0x0c8");
     EXPECT_EQ(decoded->body.u.rann->status, PKIStatus_revocationNotification);
-    EXPECT_EQ(encodeValue(kType_BasicOCSPResponse, &basic), octets);
+    EXPECT_EQ(encoded(asn1E_BasicOCSPResponse, basic), octets);
     ASN1T_BasicOCSPResponse damaged;
     EXPECT_EQ(decode(asn1D_BasicOCSPResponse, damaged, response(message(18, tlv::null()))), STATUS_TAG_MISMATCH);
 }
 
-TEST_F(NestedMessages, KeptRawAreToldByTheirTags) {
-    struct Row {
+TEST_F(OpenTypeCodec, IdentifiesRawValuesByTheirTags) {
+    const struct {
         const char* name;
-        const schema::TypeInfo* type;
+        const char* type;
         Bytes octets;
-        std::uint32_t t;  // 0: refused
+        std::uint32_t t;  // 0: rejected
+    } rows[] = {
+        {"a revocation list", "RevocationInfoChoice", tlv::sequence({tlv::null()}), 1},
+        {"another form", "RevocationInfoChoice", tlv::context(1, tlv::oid("1.2.3")), 0},
+        {"another form with its value", "RevocationInfoChoice", fromHex("A1 06 06 02 2A 03 05 00"), 2},
+        {"neither", "RevocationInfoChoice", tlv::null(), 0},
+        {"a certificate", "CertificateChoicesRaw", tlv::sequence({tlv::null()}), 1},
+        {"an attribute certificate of the first version", "CertificateChoicesRaw", tlv::context(1, {}), 0},
+        {"one of the second version", "CertificateChoicesRaw", tlv::context(2, tlv::null()), 4},
+        {"one in another format", "CertificateChoicesRaw", tlv::context(3, tlv::null()), 5},
+        {"another tag", "CertificateChoicesRaw", tlv::context(4, tlv::null()), 0},
+        {"a certificate that is read", "CertificateChoices", tlv::sequence({tlv::null()}), 0},
+        {"one of the second version, beside those that are read", "CertificateChoices", tlv::context(2, {}), 4},
+        {"another tag, beside those that are read", "CertificateChoices", tlv::null(), 0},
+        {"a confirmation", "PKIBody", tlv::context(24, tlv::sequence({})), 25},
+        {"a digest", "Data", tlv::sequence({tlv::sequence({tlv::oid("1.2.3")}), tlv::octetString({1})}), 2},
+        {"chains of certificates", "Data", fromHex("A0 06 30 04 A5 02 80 00"), 3},
     };
-    const Row rows[] = {
-        {"a revocation list", &kType_RevocationInfoChoice, tlv::sequence({tlv::null()}), 1},
-        {"another form", &kType_RevocationInfoChoice, tlv::context(1, tlv::oid("1.2.3")), 0},
-        {"another form with its value", &kType_RevocationInfoChoice, fromHex("A1 06 06 02 2A 03 05 00"), 2},
-        {"neither", &kType_RevocationInfoChoice, tlv::null(), 0},
-        {"a certificate", &kType_CertificateChoicesRaw, tlv::sequence({tlv::null()}), 1},
-        {"an attribute certificate of the first version", &kType_CertificateChoicesRaw, tlv::context(1, {}), 0},
-        {"one of the second version", &kType_CertificateChoicesRaw, tlv::context(2, tlv::null()), 4},
-        {"a certificate that is read", &kType_CertificateChoices, tlv::sequence({tlv::null()}), 0},
-        {"a confirmation", &kType_PKIBody, tlv::context(24, tlv::sequence({})), 25},
-        {"a digest", &kType_Data, tlv::sequence({tlv::sequence({tlv::oid("1.2.3")}), tlv::octetString({1})}), 2},
-        {"chains of certificates", &kType_Data, fromHex("A0 06 30 04 A5 02 80 00"), 3},
-    };
-    for (const Row& row : rows) {
-        std::vector<std::uint64_t> value(row.type->size / 8 + 1);
-        const int status = decodeValue(*row.type, value.data(), row.octets);
-        EXPECT_EQ(status == 0, row.t != 0) << row.name << ": " << status;
-        if (status == 0) {
-            const std::uint32_t t = *reinterpret_cast<std::uint32_t*>(&value[1]);
-            EXPECT_EQ(t, row.t) << row.name;
-            EXPECT_EQ(encodeValue(*row.type, value.data()), row.octets) << row.name;
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        std::vector<std::uint64_t> value(type(row.type).sizeRecord / sizeof(std::uint64_t) + 1);
+        ASSERT_EQ(bind(row.octets), 0);
+        const bool isRead = type(row.type).decode(&ctxt_, value.data(), TAG_EXPLICIT, 0) == 0;
+        EXPECT_EQ(isRead, row.t != 0);
+        if (isRead) {
+            EXPECT_EQ(schema::alternativeOf(value.data()), row.t);
+            EXPECT_EQ(write(type(row.type), value.data()), row.octets);
         }
     }
-    ASN1T_TimeStampRespRaw answer;
-    ASSERT_EQ(decode(asn1D_TimeStampRespRaw, answer, "30 05 30 03 02 01 02"), 0);
-    EXPECT_EQ(answer.m.timeStampTokenPresent, 0U);
-    ASSERT_EQ(decode(asn1D_TimeStampRespRaw, answer, "30 07 30 03 02 01 00 30 00"), 0);
-    EXPECT_EQ(answer.timeStampToken.numocts, 2U);
-    EXPECT_EQ(decode(asn1D_TimeStampRespRaw, answer, "30 07 30 03 02 01 00 05 00"), STATUS_EXTRA_ELEMENT);
+    ASN1T_TimeStampRespRaw response;
+    ASSERT_EQ(decode(asn1D_TimeStampRespRaw, response, "30 05 30 03 02 01 02"), 0);
+    EXPECT_EQ(response.m.timeStampTokenPresent, 0U);
+    ASSERT_EQ(decode(asn1D_TimeStampRespRaw, response, "30 07 30 03 02 01 00 30 00"), 0);
+    EXPECT_EQ(response.timeStampToken.numocts, 2U);
+    EXPECT_EQ(decode(asn1D_TimeStampRespRaw, response, "30 07 30 03 02 01 00 05 00"), STATUS_EXTRA_ELEMENT);
 }
 
 }  // namespace

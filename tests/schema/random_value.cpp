@@ -17,7 +17,7 @@ namespace {
 
 constexpr unsigned kDeep = 12;
 constexpr unsigned kManyValues = 150;
-constexpr std::uint32_t kLongString = 300;  // beyond one length octet
+constexpr std::uint32_t kLongString = 300;  // needs more than one length octet
 constexpr std::uint8_t kElement[] = {0x04, 0x02, 0x12, 0x34};
 constexpr std::uint8_t kNull[] = {0x05, 0x00};
 
@@ -35,7 +35,7 @@ std::uint8_t* RandomValue::octets(std::uint32_t size) {
     return data;
 }
 
-/// Unused bits are zero: they would be written as they are.
+/// Unused bits are zero, since they are encoded unchanged.
 std::uint8_t* RandomValue::bits(std::uint32_t size) {
     std::uint8_t* data = octets(size / 8);
     data[size / 8] &= static_cast<std::uint8_t>(0xFF00U >> size % 8);
@@ -99,7 +99,7 @@ void RandomValue::fillPrimitive(const MemberInfo& member, void* slot) {
             break;
         case Kind::Null:
             break;
-        case Kind::Integer:  // bounds are signed; what lies between them wraps round in the same way
+        case Kind::Integer:  // bounds are signed; unsigned arithmetic wraps correctly
         case Kind::Unsigned:
         case Kind::Enumerated:
             *static_cast<std::uint32_t*>(slot) =
@@ -117,7 +117,7 @@ void RandomValue::fillPrimitive(const MemberInfo& member, void* slot) {
             auto& value = *static_cast<ASN1TObjId*>(slot);
             value.numids = 3 + below(5);
             value.subid[0] = 2;
-            value.subid[1] = 999;  // no registered identifier: open values stay raw
+            value.subid[1] = 999;  // not registered: open values stay raw
             for (std::uint32_t i = 2; i < value.numids; ++i) {
                 value.subid[i] = static_cast<std::uint32_t>(engine_());
             }
@@ -128,7 +128,7 @@ void RandomValue::fillPrimitive(const MemberInfo& member, void* slot) {
             std::uint8_t* element = octets(sizeof kElement);
             std::memcpy(element, kElement, sizeof kElement);
             if (member.tag != 0 && (member.flags & schema::kOwnTag) == 0) {
-                // told by the tag of the type that is kept raw
+                // identified by the tag of the type that stays raw
                 element[0] = static_cast<std::uint8_t>(member.tag >> 24 | (member.tag & 0x1FU));
             }
             *static_cast<ASN1TOpenType*>(slot) = {sizeof kElement, element};
@@ -157,7 +157,7 @@ void RandomValue::fillMember(const MemberInfo& member, void* record) {
     fillContents(member, slot);
 }
 
-/// An object of the set, or null for a value of a type that nothing tells.
+/// Returns an object of the set, or null for a value of unknown type.
 const ObjectRow* RandomValue::chooseObject(const schema::ObjectSetAccess* set) {
     for (const SetRow& row : catalogue().sets) {
         if (row.access == set && !row.objects.empty() && !isLargeEnough() && below(2) == 0) {
@@ -167,7 +167,7 @@ const ObjectRow* RandomValue::chooseObject(const schema::ObjectSetAccess* set) {
     return nullptr;
 }
 
-/// A value of the object's type to be written into `raw`, or what stands there when the object decodes nothing.
+/// Sets a value of the object's type, or `raw` if the object has no value type.
 void RandomValue::fillObject(const ObjectRow& object, Asn1TObject& value, ASN1TOpenType& raw) {
     if (object.value != nullptr) {
         value.decoded = rtMemHeapAllocZ(&ctxt_->pTypeMemHeap, object.value->size);
@@ -177,7 +177,7 @@ void RandomValue::fillObject(const ObjectRow& object, Asn1TObject& value, ASN1TO
     }
 }
 
-/// Gives the key of an object to a record whose members are there, and a value of the object's type.
+/// Sets the key of an object and a value of its type in a filled record.
 void RandomValue::fillTable(const TypeInfo& type, void* record) {
     const schema::TableInfo& table = *type.table;
     const ObjectRow* object = chooseObject(table.set);

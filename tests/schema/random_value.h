@@ -1,5 +1,5 @@
-// Fills a value of any type with random contents that its table allows: what the codecs, which read the same table,
-// must be able to write, read, copy and free. Half of the open values that a set tells the type of are of such a type.
+// Fills a value of any type with random contents that its table allows. The codecs use the same table and must be able
+// to encode, decode, copy and free the value. Half of the open values with a table constraint have a type of the set.
 #pragma once
 
 #include <cstdint>
@@ -38,7 +38,7 @@ private:
     std::uint32_t size(const schema::MemberInfo& member);
     std::uint32_t count(const schema::TypeInfo& type);
 
-    /// Recursive and wide types are kept small: from here on, what may be absent is.
+    /// Limits recursive and wide types: once true, optional members stay absent.
     [[nodiscard]] bool isLargeEnough() const;
 
     ASN1CTXT* ctxt_;

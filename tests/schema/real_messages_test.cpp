@@ -1,4 +1,4 @@
-// Messages that another program made: each is read by its type, and comes out again octet for octet.
+// Messages made by another program. Each is decoded by its type and encoded to the same octets.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -10,7 +10,8 @@
 #include "schema/generated/cmp.h"
 #include "schema/generated/cms.h"
 #include "schema/generated/extensions.h"
-#include "tests/schema/catalogue_fixture.h"
+#include "tests/schema/catalogue.h"
+#include "tests/schema/codec_fixture.h"
 #include "tests/support/pki.h"
 #include "tests/support/process.h"
 #include "tests/support/temp_dir.h"
@@ -27,7 +28,7 @@ constexpr const char* kTstInfo = "1.2.840.113549.1.9.16.1.4";
 constexpr const char* kPbkdf2 = "1.2.840.113549.1.5.12";
 constexpr const char* kPbes2 = "1.2.840.113549.1.5.13";
 
-/// The element that begins at `at`, definite lengths only.
+/// Returns the element that starts at `at`. Definite lengths only.
 Bytes elementAt(const Bytes& der, std::size_t at) {
     std::size_t sizeHeader = 2;
     std::size_t length = der.at(at + 1);
@@ -42,26 +43,26 @@ Bytes elementAt(const Bytes& der, std::size_t at) {
     return {begin, begin + static_cast<std::ptrdiff_t>(sizeHeader + length)};
 }
 
-/// What stands inside the element `der`, and the first element of it.
+/// Returns the contents of the element `der`, or the first element in them.
 Bytes contentsOf(const Bytes& der) {
     return {der.begin() + (der.at(1) >= 0x80 ? 2 + (der[1] & 0x7F) : 2), der.end()};
 }
-Bytes inside(const Bytes& der) {
+Bytes firstInside(const Bytes& der) {
     return elementAt(contentsOf(der), 0);
 }
 
-/// The element behind the first occurrence of the object identifier: parameters, a value, the SET of an attribute.
-Bytes behind(const Bytes& der, const char* identifier) {
+/// Returns the element after the first occurrence of the object identifier: parameters, a value, or an attribute's SET.
+Bytes elementAfter(const Bytes& der, const char* identifier) {
     const Bytes oid = tlv::oid(identifier);
     const auto found = std::search(der.begin(), der.end(), oid.begin(), oid.end());
     EXPECT_NE(found, der.end()) << identifier;
     return found == der.end() ? Bytes() : elementAt(der, static_cast<std::size_t>(found - der.begin()) + oid.size());
 }
 
-class RealMessages : public schematest::CatalogueTest {
+class SchemaModules : public schematest::CodecTest {
 protected:
     void SetUp() override {
-        CatalogueTest::SetUp();
+        CodecTest::SetUp();
         CertificateSpec spec;
         spec.key = Key::make(KeyKind::kRsa2048);
         addIdentity("rsa", issue(Pki::shared().ca, spec));
@@ -70,12 +71,22 @@ protected:
         dir_.write("data", "what is sent");
     }
 
+    /// Decodes the octets by the named type and expects the same octets when they are encoded again.
+    void expectRoundTrip(const std::string& typeName, const Bytes& der) {
+        SCOPED_TRACE(typeName + " " + toHex(der).substr(0, 100));
+        const schematest::TypeRow* type = findType(schematest::catalogue().types, typeName);
+        ASSERT_NE(type, nullptr);
+        EXPECT_EQ(again(*type, der), "same");
+        EXPECT_TRUE(isHeapEmpty());
+    }
+
     void addIdentity(const std::string& name, const Identity& identity) const {
         dir_.write(name + ".pem", identity.certificatePem());
         dir_.write(name + ".key", identity.key.pem());
     }
 
-    /// Runs openssl with words that are separated by blanks; "@" stands for the folder. Answers the file "out".
+    /// Runs openssl with arguments separated by blanks; "@" is the test's directory. Returns the contents of the file
+    /// "out".
     [[nodiscard]] Bytes openssl(const std::string& words) const {
         std::vector<std::string> arguments = {"openssl"};
         std::istringstream stream(words);
@@ -98,20 +109,20 @@ protected:
     TempDir dir_;
 };
 
-TEST_F(RealMessages, KeptFilesComeOutAsTheyWere) {
+TEST_F(SchemaModules, StoredFilesRoundTrip) {
     for (const char* name : {"root.der", "leaf.der", "ec.der", "ed25519.der", "constraints.der"}) {
-        comesBack("Certificate", file(name));
+        expectRoundTrip("Certificate", file(name));
     }
     for (const char* name : {"request.der", "request-signed.der"}) {
-        comesBack("OCSPRequest", file(name));
+        expectRoundTrip("OCSPRequest", file(name));
     }
     for (const char* name : {"response-good.der", "response-revoked.der", "response-unknown.der", "response-many.der",
                              "response-refused.der"}) {
-        comesBack("OCSPResponse", file(name));
+        expectRoundTrip("OCSPResponse", file(name));
     }
 }
 
-TEST_F(RealMessages, CryptographicMessagesComeOutAsTheyWere) {
+TEST_F(SchemaModules, CryptographicMessagesRoundTrip) {
     const std::string key = "000102030405060708090a0b0c0d0e0f101112131415161718191a1b1c1d1e1f";
     const struct {
         const char* name;
@@ -146,19 +157,19 @@ TEST_F(RealMessages, CryptographicMessagesComeOutAsTheyWere) {
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
         const Bytes der = cms(row.words);
-        comesBack("ContentInfo", der);
-        comesBack("ContentInfoLegacy", der);
+        expectRoundTrip("ContentInfo", der);
+        expectRoundTrip("ContentInfoLegacy", der);
         asn1data::ASN1T_ContentInfo message;
         ASSERT_EQ(decode(asn1data::asn1D_ContentInfo, message, der), 0);
         EXPECT_EQ(message.contentObject.decoded != nullptr, row.isKnown);
     }
 }
 
-TEST_F(RealMessages, SignedDataInsideSignedDataIsRead) {
+TEST_F(SchemaModules, SignedDataInsideSignedDataIsDecoded) {
     const Bytes der = cms("-sign -nodetach -signer @ec.pem -inkey @ec.key");
-    dir_.write("data", inside(behind(der, kSignedData)));
+    dir_.write("data", firstInside(elementAfter(der, kSignedData)));
     const Bytes outer = cms("-sign -nodetach -econtent_type 1.2.840.113549.1.7.2 -signer @rsa.pem -inkey @rsa.key");
-    comesBack("ContentInfo", outer);
+    expectRoundTrip("ContentInfo", outer);
     asn1data::ASN1T_ContentInfo message;
     ASSERT_EQ(decode(asn1data::asn1D_ContentInfo, message, outer), 0);
     ASSERT_NE(message.contentObject.decoded, nullptr);
@@ -166,9 +177,9 @@ TEST_F(RealMessages, SignedDataInsideSignedDataIsRead) {
     EXPECT_NE(content.encapContentInfo.eContentObject.decoded, nullptr);
 }
 
-// No tool at hand makes these two: real parts in frames that are written here octet by octet.
-TEST_F(RealMessages, AuthenticatedDataAndAttributeCertificatesAreRead) {
-    const Bytes envelopedData = inside(behind(cms("-encrypt -aes128 -recip @rsa.pem"), kEnvelopedData));
+// openssl does not create these two. Their parts come from real messages.
+TEST_F(SchemaModules, AuthenticatedDataAndAttributeCertificatesRoundTrip) {
+    const Bytes envelopedData = firstInside(elementAfter(cms("-encrypt -aes128 -recip @rsa.pem"), kEnvelopedData));
     const Bytes recipients = elementAt(contentsOf(envelopedData), tlv::integer(0).size());
     const Bytes hash = tlv::sequence({tlv::oid("2.16.840.1.101.3.4.2.1")});
     const Bytes attribute = tlv::sequence({tlv::oid("1.2.840.113549.1.9.3"), tlv::set({tlv::oid(kData)})});
@@ -177,8 +188,9 @@ TEST_F(RealMessages, AuthenticatedDataAndAttributeCertificatesAreRead) {
          tlv::context(1, contentsOf(hash)),
          tlv::sequence({tlv::oid(kData), tlv::context(0, tlv::octetString(bytesOf("what is sent")))}),
          tlv::context(2, attribute), tlv::octetString(fromHex("00 01 02 03")), tlv::context(3, attribute)});
-    comesBack("AuthenticatedData", authenticated);
-    comesBack("ContentInfo", tlv::sequence({tlv::oid("1.2.840.113549.1.9.16.1.2"), tlv::context(0, authenticated)}));
+    expectRoundTrip("AuthenticatedData", authenticated);
+    expectRoundTrip("ContentInfo",
+                    tlv::sequence({tlv::oid("1.2.840.113549.1.9.16.1.2"), tlv::context(0, authenticated)}));
 
     const Bytes algorithm = tlv::sequence({tlv::oid("1.2.840.10045.4.3.2")});
     const Bytes names = tlv::context(4, Pki::shared().ca.subject());
@@ -186,51 +198,51 @@ TEST_F(RealMessages, AuthenticatedDataAndAttributeCertificatesAreRead) {
         {tlv::context(1, tlv::sequence({names})), tlv::sequence({names}), algorithm, tlv::integer(7),
          tlv::sequence({tlv::generalizedTime("20260101000000Z"), tlv::generalizedTime("20270101000000Z")}),
          tlv::sequence({tlv::sequence({tlv::oid("2.5.4.72"), tlv::set({tlv::utf8String("clerk")})})})});
-    comesBack("AttributeCertificate", tlv::sequence({info, algorithm, tlv::bitString(fromHex("30 00"))}));
+    expectRoundTrip("AttributeCertificate", tlv::sequence({info, algorithm, tlv::bitString(fromHex("30 00"))}));
 }
 
-TEST_F(RealMessages, ParametersAndAttributesInMessagesHaveTheirTypes) {
+TEST_F(SchemaModules, ParametersAndAttributesInMessagesRoundTrip) {
     const Bytes cades = cms("-sign -nodetach -cades -signer @rsa.pem -inkey @rsa.key -keyopt rsa_padding_mode:pss");
-    comesBack("SigningCertificateV2", inside(behind(cades, "1.2.840.113549.1.9.16.2.47")));
-    comesBack("SMIMECapabilities", inside(behind(cades, "1.2.840.113549.1.9.15")));
-    comesBack("SigningTime", inside(behind(cades, "1.2.840.113549.1.9.5")));
-    comesBack("RSASSA_PSS_params", behind(cades, "1.2.840.113549.1.1.10"));
+    expectRoundTrip("SigningCertificateV2", firstInside(elementAfter(cades, "1.2.840.113549.1.9.16.2.47")));
+    expectRoundTrip("SMIMECapabilities", firstInside(elementAfter(cades, "1.2.840.113549.1.9.15")));
+    expectRoundTrip("SigningTime", firstInside(elementAfter(cades, "1.2.840.113549.1.9.5")));
+    expectRoundTrip("RSASSA_PSS_params", elementAfter(cades, "1.2.840.113549.1.1.10"));
     const Bytes oaep = cms("-encrypt -aes128 -recip @rsa.pem -keyopt rsa_padding_mode:oaep -keyopt rsa_oaep_md:sha256");
-    comesBack("RSAES_OAEP_params", behind(oaep, "1.2.840.113549.1.1.7"));
-    comesBack("AES_IV", behind(oaep, "2.16.840.1.101.3.4.1.2"));
-    comesBack("PBKDF2_params", behind(cms("-encrypt -aes256 -pwri_password secret"), kPbkdf2));
+    expectRoundTrip("RSAES_OAEP_params", elementAfter(oaep, "1.2.840.113549.1.1.7"));
+    expectRoundTrip("AES_IV", elementAfter(oaep, "2.16.840.1.101.3.4.1.2"));
+    expectRoundTrip("PBKDF2_params", elementAfter(cms("-encrypt -aes256 -pwri_password secret"), kPbkdf2));
     const Bytes key = openssl(
         "pkcs8 -topk8 -in @ec.key -v2 aes-256-cbc -v2prf hmacWithSHA512 -passout pass:secret "
         "-outform DER -out @out");
-    comesBack("PBES2_params", behind(key, kPbes2));
-    comesBack("PBKDF2_params", behind(key, kPbkdf2));
-    comesBack("RsaPubKey", openssl("rsa -in @rsa.key -RSAPublicKey_out -outform DER -out @out"));
-    comesBack("Dss_Sig_Value", openssl("dgst -sha256 -sign @ec.key -out @out @data"));
+    expectRoundTrip("PBES2_params", elementAfter(key, kPbes2));
+    expectRoundTrip("PBKDF2_params", elementAfter(key, kPbkdf2));
+    expectRoundTrip("RsaPubKey", openssl("rsa -in @rsa.key -RSAPublicKey_out -outform DER -out @out"));
+    expectRoundTrip("Dss_Sig_Value", openssl("dgst -sha256 -sign @ec.key -out @out @data"));
     const Bytes dh = openssl("genpkey -algorithm DHX -pkeyopt dh_rfc5114:1 -outform DER -out @out");
-    comesBack("DomainParameters", behind(dh, "1.2.840.10046.2.1"));
+    expectRoundTrip("DomainParameters", elementAfter(dh, "1.2.840.10046.2.1"));
     dir_.write("signature", openssl("dgst -sha256 -sign @rsa.key -out @out @data"));
-    comesBack("DigestInfo", openssl("pkeyutl -verifyrecover -in @signature -inkey @rsa.key -out @out"));
+    expectRoundTrip("DigestInfo", openssl("pkeyutl -verifyrecover -in @signature -inkey @rsa.key -out @out"));
 }
 
-TEST_F(RealMessages, CertificationRequestsAndRevocationListsComeOutAsTheyWere) {
+TEST_F(SchemaModules, CertificationRequestsAndRevocationListsRoundTrip) {
     dir_.write("req.cnf",
                "[req]\ndistinguished_name=dn\nattributes=attrs\nreq_extensions=ext\nprompt=no\n"
                "[dn]\nC=AQ\nO=Test\nCN=device\nemailAddress=a@b.test\n"
                "[attrs]\nchallengePassword=secret\nunstructuredName=device 7\n"
                "[ext]\nsubjectAltName=DNS:device.test,IP:127.0.0.1\nkeyUsage=digitalSignature\n");
-    comesBack("CertificationRequest", openssl("req -new -key @ec.key -config @req.cnf -outform DER -out @out"));
-    comesBack("CertificationRequest", openssl("req -new -key @rsa.key -subj /CN=a -config @req.cnf -outform DER "
-                                              "-reqexts ext -sigopt rsa_padding_mode:pss -out @out"));
+    expectRoundTrip("CertificationRequest", openssl("req -new -key @ec.key -config @req.cnf -outform DER -out @out"));
+    expectRoundTrip("CertificationRequest", openssl("req -new -key @rsa.key -subj /CN=a -config @req.cnf -outform DER "
+                                                    "-reqexts ext -sigopt rsa_padding_mode:pss -out @out"));
     const Identity& ca = Pki::shared().ca;
     for (const CrlSpec& spec :
          {CrlSpec{}, CrlSpec{.revokedSerials = {{0x01}, {0x00, 0xC0}}, .reason = 1},
           CrlSpec{.nextUpdateSeconds = std::nullopt, .criticalExtensions = {{"2.5.29.27", tlv::integer(7)}}}}) {
-        comesBack("CertificateListLegacy", makeCrl(ca, spec));
-        comesBack("CertificateList", makeCrl(ca, spec));
+        expectRoundTrip("CertificateListLegacy", makeCrl(ca, spec));
+        expectRoundTrip("CertificateList", makeCrl(ca, spec));
     }
 }
 
-TEST_F(RealMessages, TimeStampsComeOutAsTheyWere) {
+TEST_F(SchemaModules, TimeStampsRoundTrip) {
     CertificateSpec spec;
     spec.keyUsage = "critical,digitalSignature";
     spec.extendedKeyUsage = "critical,timeStamping";
@@ -243,29 +255,29 @@ TEST_F(RealMessages, TimeStampsComeOutAsTheyWere) {
         SCOPED_TRACE(words);
         const bool isGranted = std::string(words).find(".9") == std::string::npos;
         const Bytes request = openssl(std::string("ts -query -data @data -sha256 -out @out ") + words);
-        comesBack("TimeStampReq", request);
+        expectRoundTrip("TimeStampReq", request);
         dir_.write("query", request);
         const Bytes reply = openssl(
             "ts -reply -config @ts.cnf -queryfile @query -signer @tsa.pem -inkey @tsa.key "
             "-out @out");
-        comesBack("TimeStampResp", reply);
-        comesBack("TimeStampRespRaw", reply);
+        expectRoundTrip("TimeStampResp", reply);
+        expectRoundTrip("TimeStampRespRaw", reply);
         if (isGranted) {
             dir_.write("reply", reply);
-            comesBack("TimeStampToken", openssl("ts -reply -in @reply -token_out -out @out"));
-            const Bytes info = inside(inside(behind(reply, kTstInfo)));
-            comesBack("TSTInfo", info);
-            comesBack("TSTInfoRaw", info);
+            expectRoundTrip("TimeStampToken", openssl("ts -reply -in @reply -token_out -out @out"));
+            const Bytes info = firstInside(firstInside(elementAfter(reply, kTstInfo)));
+            expectRoundTrip("TSTInfo", info);
+            expectRoundTrip("TSTInfoRaw", info);
         }
     }
 }
 
-/// What openssl and its own mock server say to each other about certificates.
-class CertificateManagement : public RealMessages {
+/// Certificate management messages between openssl and its mock server.
+class CmpModule : public SchemaModules {
 protected:
     using Messages = std::vector<Bytes>;
 
-    /// Requests and responses in turn.
+    /// Returns requests and responses alternately.
     [[nodiscard]] Messages exchange(const std::string& words) const {
         for (const char* name : {"q1", "q2", "q3", "q4", "r1", "r2", "r3", "r4"}) {
             std::filesystem::remove(dir_.file(name));
@@ -286,7 +298,7 @@ protected:
     }
 };
 
-TEST_F(CertificateManagement, MessagesComeOutAsTheyWere) {
+TEST_F(CmpModule, MessagesRoundTrip) {
     dir_.write("empty", "");
     (void)openssl("req -new -key @ec.key -subj /CN=client -out @out");
     std::filesystem::rename(dir_.file("out"), dir_.file("csr"));
@@ -313,7 +325,7 @@ TEST_F(CertificateManagement, MessagesComeOutAsTheyWere) {
         SCOPED_TRACE(row.words);
         std::vector<std::uint32_t> bodies;
         for (const Bytes& der : exchange(row.words)) {
-            comesBack("PKIMessage", der);
+            expectRoundTrip("PKIMessage", der);
             asn1data::ASN1T_PKIMessage message;
             ASSERT_EQ(decode(asn1data::asn1D_PKIMessage, message, der), 0);
             bodies.push_back(message.body.t);
@@ -322,12 +334,12 @@ TEST_F(CertificateManagement, MessagesComeOutAsTheyWere) {
     }
 }
 
-TEST_F(CertificateManagement, AnExtensionMayHoldAMessage) {
+TEST_F(CmpModule, AnExtensionMayContainAMessage) {
     dir_.write("empty", "");
     const Bytes message = exchange("-cmd rr -revreason 1").at(0);
     for (const char* key : {"1.2.643.2.2.47.3", "1.2.643.2.2.47.4"}) {
         const Bytes der = tlv::sequence({tlv::oid(key), tlv::octetString(message)});
-        comesBack("Extension", der);
+        expectRoundTrip("Extension", der);
         asn1data::ASN1T_Extension extension;
         ASSERT_EQ(decode(asn1data::asn1D_Extension, extension, der), 0);
         EXPECT_NE(extension.extnValueObject.decoded, nullptr);
