@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Holds the documents against the code: the page of statuses, and every setting in the example and on its page."""
+"""Compares documents with the code: the samples of the README, the page of statuses, the settings, and links."""
 import re
 import subprocess
 import sys
@@ -32,14 +32,16 @@ def settings_told(page):
     return names
 
 
-def example_in_readme():
-    """What the README shows must stand in a program that is built."""
-    block = re.search(r"```cpp\n(.*?)```", (ROOT / "README.md").read_text(), re.S)
-    return block is not None and block[1] in (ROOT / "examples/check.cpp").read_text()
+def samples_of_readme():
+    """The code in the README must be part of an example, which is built."""
+    examples = "".join(path.read_text() for path in (ROOT / "examples").glob("*.c*"))
+    samples = re.findall(r"```(?:cpp|c)\n(.*?)```", (ROOT / "README.md").read_text(), re.S)
+    missing = [f"README.md: no example contains: {sample.splitlines()[-2]}" for sample in samples if sample not in examples]
+    return missing if samples else ["README.md: shows no code"]
 
 
 def main():
-    errors = [] if example_in_readme() else ["README.md: its C++ does not stand in examples/check.cpp"]
+    errors = samples_of_readme()
     page = subprocess.run([ROOT / "scripts/update-errors", "--check"], text=True, capture_output=True, check=False)
     if page.returncode != 0:
         errors.append((page.stdout + page.stderr).strip())
