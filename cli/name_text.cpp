@@ -13,6 +13,8 @@ namespace tallow::cli {
 namespace {
 
 using Orvane::ASN1::CATAVRegister;
+using Orvane::ASN1::TlvElement;
+using Orvane::ASN1::TlvReader;
 
 constexpr char32_t kLastCodePoint = 0x10FFFF;
 constexpr char32_t kFirstSurrogate = 0xD800;
@@ -83,7 +85,7 @@ std::string universalText(Octets octets) {
     return text;
 }
 
-std::string valueText(const DerElement& value) {
+std::string valueText(const TlvElement& value) {
     constexpr unsigned kUtf8String = 0x0C;
     constexpr unsigned kNumericString = 0x12;
     constexpr unsigned kPrintableString = 0x13;
@@ -97,7 +99,7 @@ std::string valueText(const DerElement& value) {
         case kNumericString:
         case kPrintableString:
         case kTeletexString:
-        case kTagIa5String:
+        case TlvElement::kIa5String:
         case kVisibleString:
             return narrowText(value.content);
         case kBmpString:
@@ -110,11 +112,11 @@ std::string valueText(const DerElement& value) {
 }
 
 // AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY }
-std::optional<std::string> attributeText(const DerElement& attribute) {
-    DerView members(attribute);
-    const std::optional<DerElement> type = members.nextIf(kTagObjectIdentifier);
-    const std::optional<DerElement> value = members.next();
-    if (!attribute.is(kTagSequence) || !type || !value || !members.rest().empty()) {
+std::optional<std::string> attributeText(const TlvElement& attribute) {
+    TlvReader members(attribute);
+    const std::optional<TlvElement> type = members.nextIf(TlvElement::kObjectIdentifier);
+    const std::optional<TlvElement> value = members.next();
+    if (attribute.tag != TlvElement::kSequence || !type || !value || !members.rest().empty()) {
         return std::nullopt;
     }
     const std::string oid = oidText(type->content);
@@ -125,10 +127,10 @@ std::optional<std::string> attributeText(const DerElement& attribute) {
 
 // The texts of all elements, with a separator between; empty when one is not what it should be.
 template <typename ElementText>
-std::optional<std::string> joined(DerView elements, char separator, ElementText elementText) {
+std::optional<std::string> joined(TlvReader elements, char separator, ElementText elementText) {
     std::string text;
     while (!elements.rest().empty()) {
-        const std::optional<DerElement> element = elements.next();
+        const std::optional<TlvElement> element = elements.next();
         const std::optional<std::string> part = element ? elementText(*element) : std::nullopt;
         if (!part) {
             return std::nullopt;
@@ -138,8 +140,8 @@ std::optional<std::string> joined(DerView elements, char separator, ElementText 
     return text;
 }
 
-std::optional<std::string> rdnText(const DerElement& rdn) {
-    return rdn.is(kTagSet) ? joined(DerView(rdn.content), '+', attributeText) : std::nullopt;
+std::optional<std::string> rdnText(const TlvElement& rdn) {
+    return rdn.tag == TlvElement::kSet ? joined(TlvReader(rdn.content), '+', attributeText) : std::nullopt;
 }
 
 }  // namespace
@@ -184,10 +186,10 @@ std::string oidText(Octets content) {
 }
 
 std::string nameText(Octets der) {
-    DerView view(der);
-    const std::optional<DerElement> name = view.nextIf(kTagSequence);
+    TlvReader view(der);
+    const std::optional<TlvElement> name = view.nextIf(TlvElement::kSequence);
     const std::optional<std::string> text =
-        name && view.rest().empty() ? joined(DerView(name->content), ',', rdnText) : std::nullopt;
+        name && view.rest().empty() ? joined(TlvReader(name->content), ',', rdnText) : std::nullopt;
     return text ? *text : hexText(der);
 }
 

@@ -5,10 +5,14 @@
 
 #include <string>
 
-#include "cli/der_view.h"
+#include "asn1/codec/tlv_reader.h"
 #include "cli/shown.h"
 
 namespace tallow::cli {
+
+using Orvane::ASN1::Octets;
+using Orvane::ASN1::TlvElement;
+using Orvane::ASN1::TlvReader;
 
 /// A DER Name as nameText shows it; an empty one in hexadecimal.
 std::string nameOf(Octets name);
@@ -22,8 +26,8 @@ Shown showAccess(const char* field, Octets access);
 Shown showDistributionPoints(const char* field, Octets points);
 
 /// The next element of a walk. Throws kAsn1Error when there is none, or when it has another tag.
-DerElement required(DerView& view, unsigned tag);
+TlvElement required(TlvReader& reader, std::uint32_t tag);
 /// Throws kAsn1Error unless the walk is at its end.
-void requireEnd(const DerView& view);
+void requireEnd(const TlvReader& reader);
 
 }  // namespace tallow::cli

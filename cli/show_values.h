@@ -4,12 +4,14 @@
 #include <string>
 
 #include "asn1/algorithms/algorithm_identifier.h"
-#include "cli/der_view.h"
+#include "asn1/codec/tlv_reader.h"
 #include "cli/shown.h"
 #include "foundation/blob.h"
 #include "message/cert_id.h"
 
 namespace tallow::cli {
+
+using Orvane::ASN1::Octets;
 
 std::string hexOf(Octets octets);
 std::string hexOf(const Orvane::CBlob& octets);

@@ -7,8 +7,8 @@
 #include <optional>
 #include <vector>
 
+#include "asn1/codec/tlv_reader.h"
 #include "cli/certificate_text.h"
-#include "cli/der_view.h"
 #include "cli/input_files.h"
 #include "cli/name_text.h"
 #include "cli/run_inputs.h"
@@ -57,10 +57,11 @@ Item itemOf(const ATL2::CCertContext& certificate) {
 }
 
 std::string crlIssuer(const std::string& der) {
-    DerView tbsCertList(DerView(DerView(octetsOf(der)).next()).next());
-    tbsCertList.nextIf(kTagInteger);   // version
-    tbsCertList.nextIf(kTagSequence);  // signature
-    const std::optional<DerElement> issuer = tbsCertList.next();
+    using namespace Orvane::ASN1;
+    TlvReader tbsCertList(TlvReader(TlvReader(octetsOf(der)).next()).next());
+    static_cast<void>(tbsCertList.nextIf(TlvElement::kInteger));  // version
+    tbsCertList.skip();                                           // signature
+    const std::optional<TlvElement> issuer = tbsCertList.next();
     return issuer ? nameText(issuer->whole) : "";
 }
 
