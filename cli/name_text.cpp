@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 
 #include "asn1/names/attribute_register.h"
@@ -19,7 +20,7 @@ using Orvane::ASN1::TlvReader;
 constexpr char32_t kLastCodePoint = 0x10FFFF;
 constexpr char32_t kFirstSurrogate = 0xD800;
 constexpr char32_t kFirstLowSurrogate = 0xDC00;
-constexpr char32_t kBehindSurrogates = 0xE000;
+constexpr char32_t kAfterSurrogates = 0xE000;
 
 std::string hexText(Octets octets) {
     return std::string("#") + Orvane::CBlob(octets.data(), octets.size()).writeToHexString(0).c_str();
@@ -32,10 +33,16 @@ std::string escaped(const char* format, char32_t value) {
 }
 
 bool isCodePoint(char32_t c) {
-    return c <= kLastCodePoint && (c < kFirstSurrogate || c >= kBehindSurrogates);
+    return c <= kLastCodePoint && (c < kFirstSurrogate || c >= kAfterSurrogates);
+}
+
+// RFC 4514, section 2.4. A backslash that is not escaped therefore comes from this file.
+bool isSpecial(char32_t c) {
+    return c < 0x80 && std::strchr("\"+,;<>=\\", static_cast<int>(c)) != nullptr && c != 0;
 }
 
 void addCodePoint(std::string& text, char32_t c) {
+    text += isSpecial(c) ? "\\" : "";
     text += isCodePoint(c) ? utf8(std::wstring(1, static_cast<wchar_t>(c))) : escaped("\\u{%X}", c);
 }
 
@@ -65,9 +72,9 @@ std::string bmpText(Octets octets) {
         };
         char32_t c = unitAt(i);
         const char32_t following = unitAt(i + 2);
-        // Two halves of one character, which the type does not know and many write.
+        // A surrogate pair: BMPString has none, but many programs write them.
         if (c >= kFirstSurrogate && c < kFirstLowSurrogate && following >= kFirstLowSurrogate &&
-            following < kBehindSurrogates) {
+            following < kAfterSurrogates) {
             c = 0x10000 + ((c - kFirstSurrogate) << 10U) + (following - kFirstLowSurrogate);
             i += 2;
         }
@@ -83,6 +90,29 @@ std::string universalText(Octets octets) {
                                static_cast<char32_t>(octets[i + 2]) << 8U | octets[i + 3]);
     }
     return text;
+}
+
+std::string narrow(Octets octets, bool isNameValue) {
+    std::string text;
+    while (!octets.empty()) {
+        const std::size_t size = sizeOfCharacter(octets);
+        if (size == 0) {
+            text += escaped("\\x{%02X}", octets[0]);
+        } else {
+            text += isNameValue && isSpecial(octets[0]) ? "\\" : "";
+            text.append(reinterpret_cast<const char*>(octets.data()), size);
+        }
+        octets = octets.subspan(size == 0 ? 1 : size);
+    }
+    return text;
+}
+
+// A space at either end and a '#' at the beginning are special too.
+std::string withEscapedEnds(std::string text) {
+    if (text.ends_with(' ')) {
+        text.insert(text.size() - 1, 1, '\\');
+    }
+    return text.starts_with(' ') || text.starts_with('#') ? '\\' + text : text;
 }
 
 std::string valueText(const TlvElement& value) {
@@ -101,11 +131,11 @@ std::string valueText(const TlvElement& value) {
         case kTeletexString:
         case TlvElement::kIa5String:
         case kVisibleString:
-            return narrowText(value.content);
+            return withEscapedEnds(narrow(value.content, true));
         case kBmpString:
-            return size % 2 == 0 ? bmpText(value.content) : hexText(value.whole);
+            return size % 2 == 0 ? withEscapedEnds(bmpText(value.content)) : hexText(value.whole);
         case kUniversalString:
-            return size % 4 == 0 ? universalText(value.content) : hexText(value.whole);
+            return size % 4 == 0 ? withEscapedEnds(universalText(value.content)) : hexText(value.whole);
         default:
             return hexText(value.whole);
     }
@@ -147,17 +177,7 @@ std::optional<std::string> rdnText(const TlvElement& rdn) {
 }  // namespace
 
 std::string narrowText(Octets octets) {
-    std::string text;
-    while (!octets.empty()) {
-        const std::size_t size = sizeOfCharacter(octets);
-        if (size == 0) {
-            text += escaped("\\x{%02X}", octets[0]);
-        } else {
-            text.append(reinterpret_cast<const char*>(octets.data()), size);
-        }
-        octets = octets.subspan(size == 0 ? 1 : size);
-    }
-    return text;
+    return narrow(octets, false);
 }
 
 std::string oidText(Octets content) {
@@ -186,10 +206,10 @@ std::string oidText(Octets content) {
 }
 
 std::string nameText(Octets der) {
-    TlvReader view(der);
-    const std::optional<TlvElement> name = view.nextIf(TlvElement::kSequence);
+    TlvReader reader(der);
+    const std::optional<TlvElement> name = reader.nextIf(TlvElement::kSequence);
     const std::optional<std::string> text =
-        name && view.rest().empty() ? joined(TlvReader(name->content), ',', rdnText) : std::nullopt;
+        name && reader.rest().empty() ? joined(TlvReader(name->content), ',', rdnText) : std::nullopt;
     return text ? *text : hexText(der);
 }
 

@@ -10,7 +10,8 @@ namespace tallow::cli {
 
 using Orvane::ASN1::Octets;
 
-/// A DER Name as "CN=Ivan+OU=Lab,O=Org", in the order of the encoding. The text is UTF-8 and may contain any character, NUL and controls included:
+/// A DER Name as "CN=Ivan+OU=Lab,O=Org", in the order of the encoding. Special characters of values are escaped as in
+/// RFC 4514, section 2.4: "O=Smith\, Ltd". The text is UTF-8 and may contain any character, NUL and controls included:
 /// safeLine makes it printable. An octet that is not valid in its string type is "\x{FF}", a code point that does not
 /// exist "\u{D800}". A value of another type, or of an attribute without a short name, is '#' and its hexadecimal DER;
 /// octets that are no Name are '#' and hexadecimal too. Empty for an empty name.

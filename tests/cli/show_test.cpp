@@ -198,7 +198,9 @@ TEST(Show, ShowsNamesWhole) {
         {"1.3.6.1.5.5.7.48.1.3", false, tlv::sequence({tlv::context(0, tlv::raw(0x16, url))})},
         {"2.5.29.29", false, tlv::sequence({tlv::contextPrimitive(2, bytesOf("h\xFFx")), otherName})},
         {"2.5.29.29", false,
-         tlv::sequence({tlv::context(4, nameOf(tlv::raw(0x1E, {0xD8, 0x3D, 0xDE, 0x00, 0xDC, 0x00})))})}};
+         tlv::sequence({tlv::context(4, nameOf(tlv::raw(0x1E, {0xD8, 0x3D, 0xDE, 0x00, 0xDC, 0x00}))),
+                        tlv::context(4, nameOf(tlv::raw(0x13, bytesOf("#a,b+c=d\\x ")))),
+                        tlv::context(4, nameOf(tlv::raw(0x1E, {0x00, 0x20, 0x00, 0x3B})))})}};
     const std::string evil("CN=evil\0.good", 13);
     const std::string at = "OCSPResponse.response.responses.0.singleExtensions.";
     const Fields fields = shown(tallow.file("response.der", buildResponse(spec)));
@@ -210,7 +212,9 @@ TEST(Show, ShowsNamesWhole) {
                       {at + "2.crlUrl", std::string("http://***@b\0c", 14)},
                       {at + "3.certificateIssuer.0", "dNSName: h\\x{FF}x"},
                       {at + "3.certificateIssuer.1", upperHex(otherName)},
-                      {at + "4.certificateIssuer.0", "directoryName: CN=\xF0\x9F\x98\x80\\u{DC00}"}});
+                      {at + "4.certificateIssuer.0", "directoryName: CN=\xF0\x9F\x98\x80\\u{DC00}"},
+                      {at + "4.certificateIssuer.1", "directoryName: CN=\\#a\\,b\\+c\\=d\\\\x\\ "},
+                      {at + "4.certificateIssuer.2", "directoryName: CN=\\ \\;"}});
 }
 
 TEST(Show, ShowsRefusalsForeignAnswersAndBareOnes) {
