@@ -2,28 +2,27 @@
 
 #include <pthread.h>
 
-#include "client/policy/policy_values.h"
+#include "client/policy/policy_settings.h"
 
 namespace {
+
+namespace settings = Orvane::PKI::OCSP::Client::settings;
 
 pthread_once_t oncePolicyReading = PTHREAD_ONCE_INIT;
 pthread_once_t onceIssuerPropAIAEnabled = PTHREAD_ONCE_INIT;
 int isLegacyPolicyReading = 0;
 bool isIssuerPropAIAEnabled = true;
 
-bool loadSwitch(const wchar_t* name) {
-    wchar_t sectionText[] = L"ocsppolicy";
-    wchar_t* section = sectionText;
-    wchar_t* reserved = nullptr;
+bool loadSwitch(const settings::Flag& setting) {
     Orvane::PKI::CGPBool value;
-    value.Load(reserved, section, name, false);
+    load(value, setting);
     return value;
 }
 
 // A switch that cannot be read stays as it starts, for the life of the process.
 void SetPolicyReading() noexcept {
     try {
-        isLegacyPolicyReading = loadSwitch(L"LegacyPolicyReading") ? 1 : 0;
+        isLegacyPolicyReading = loadSwitch(settings::LegacyPolicyReading) ? 1 : 0;
     } catch (...) {
         isLegacyPolicyReading = 0;
     }
@@ -31,7 +30,7 @@ void SetPolicyReading() noexcept {
 
 void SetIssuerPropAIAEnabled() noexcept {
     try {
-        isIssuerPropAIAEnabled = !loadSwitch(L"IssuerPropAIADisabled");
+        isIssuerPropAIAEnabled = !loadSwitch(settings::IssuerPropAIADisabled);
     } catch (...) {
         isIssuerPropAIAEnabled = true;
     }

@@ -2,15 +2,14 @@
 
 #include <cstdint>
 
+#include "client/policy/policy_settings.h"
+
 namespace Orvane::PKI::OCSP::Client {
 
 CResponsePolicy::CResponsePolicy() {
-    wchar_t sectionText[] = L"ocsppolicy";
-    wchar_t* section = sectionText;
-    wchar_t* reserved = nullptr;
-    ThisUpdateAccuracyUnits.Load(reserved, section, L"ThisUpdateAccuracyUnits", 7);
-    ThisUpdateAccuracy.Load(reserved, section, L"ThisUpdateAccuracy");
-    NocheckOCSPs.Load(reserved, section, L"NocheckOCSPs", L"NocheckOCSPs", true);
+    load(ThisUpdateAccuracyUnits, settings::ThisUpdateAccuracyUnits);
+    load(ThisUpdateAccuracy, settings::ThisUpdateAccuracy);
+    loadThumbprints(NocheckOCSPs, settings::NocheckOCSPs);
 }
 
 CDateTime thisUpdateLimit(const CGPString& interval, long units, const CDateTime& reference) {

@@ -2,7 +2,7 @@
 #include <string>
 
 #include "asn1/codec/rethrow_as_status.h"
-#include "client/policy/policy_values.h"
+#include "client/policy/policy_settings.h"
 #include "client/response/response_impl.h"
 #include "foundation/blob.h"
 #include "foundation/trace.h"
@@ -31,11 +31,8 @@ std::wstring thumbprint(const _CERT_CONTEXT* cert) {
 }  // namespace
 
 int IsOCSPAuthorized(const _CERT_CONTEXT* cert) try {
-    wchar_t* reserved = nullptr;
-    wchar_t sectionText[] = L"ocsppolicy";
-    wchar_t* section = sectionText;
     CGPStrings authorized;
-    authorized.Load(reserved, section, L"AuthorizedOCSPs", L"AuthorizedOCSPsSetted", true);
+    loadThumbprints(authorized, settings::AuthorizedOCSPs);
     const std::wstring print = thumbprint(cert);
     const bool listed = authorized.Find(print.c_str());
     TALLOW_TRACE("IsOCSPAuthorized", "Check OCSP operator certificate %s against AuthorizedOCSPs policy, result: %s \n",

@@ -7,6 +7,7 @@
 #include <memory>
 #include <string>
 
+#include "client/policy/policy_settings.h"
 #include "client/shared/network_check.h"
 #include "handles/crypto_handles.h"
 #include "handles/exception.h"
@@ -19,8 +20,6 @@ namespace Orvane::PKI::OCSP::Client {
 
 namespace {
 
-constexpr char kValiditySeconds[] = "\\config\\Basalt\\cache_settings\\OcspValiditySeconds";
-constexpr char kTimeoutMilliseconds[] = "\\config\\Basalt\\SendRequestTimeoutMilliseconds";
 constexpr DWORD kVersionedProviderType = 80;
 
 // ---- Settings of the process, each read once, on first use ----------------------------------------------------------
@@ -28,8 +27,7 @@ constexpr DWORD kVersionedProviderType = 80;
 bool RetrieveObjByUrlOcspAvailable = false;
 
 void SetRetrieveObjByUrlOcspAvailable() {
-    long seconds = 0;
-    RetrieveObjByUrlOcspAvailable = support_registry_get_long(kValiditySeconds, &seconds) == 0 && seconds >= 1;
+    RetrieveObjByUrlOcspAvailable = readNumber(settings::OcspValiditySeconds).has_value();
 }
 
 bool retrievalAvailable() {
@@ -38,13 +36,11 @@ bool retrievalAvailable() {
     return RetrieveObjByUrlOcspAvailable;
 }
 
-unsigned int SendRequestTimeoutMilliseconds = 5000;
+unsigned int SendRequestTimeoutMilliseconds = 0;
 
 void SetSendRequestTimeoutMilliseconds() {
-    long milliseconds = 0;
-    if (support_registry_get_long(kTimeoutMilliseconds, &milliseconds) == 0 && milliseconds >= 0) {
-        SendRequestTimeoutMilliseconds = static_cast<unsigned int>(milliseconds);
-    }
+    SendRequestTimeoutMilliseconds =
+        static_cast<unsigned int>(readNumber(settings::SendRequestTimeoutMilliseconds).value());
 }
 
 unsigned int requestTimeout() {

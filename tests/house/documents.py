@@ -10,17 +10,16 @@ LONGEST_PAGE = 250
 
 
 def settings_read():
-    """The names of the keys that the code reads, from the literals it reads them by."""
+    """The names of the keys that the code reads, from its tables of settings and the paths it reads."""
     keys = set()
-    listing = subprocess.run(["git", "ls-files", "*.cpp", "*.h"], cwd=ROOT, text=True, capture_output=True, check=True)
+    listing = subprocess.run(["git", "ls-files", "*.cpp", "*.h", "*settings*.inc"], cwd=ROOT, text=True, capture_output=True, check=True)
     for path in listing.stdout.split():
         if path.startswith(("tests/", "fuzz/", "bench/", "examples/")):
             continue
         text = (ROOT / path).read_text()
         paths = re.findall(r'"(\\\\\w[\w\\]*\w)"', text)  # what ends in a backslash is a table
+        keys.update(re.findall(r'^TALLOW_\w+_SETTING\("[\w.]+", "?(\w+)', text, re.M))
         keys.update(p.split("\\\\")[-1] for p in paths if "\\\\" in p[2:])
-        if path.startswith(("client/policy/", "client/response/")):
-            keys.update(re.findall(r'load\w*\([^;]*?L"(\w+)"', text, re.I))
     return keys - {"ocsppolicy"}
 
 
