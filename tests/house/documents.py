@@ -18,7 +18,7 @@ def settings_read():
             continue
         text = (ROOT / path).read_text()
         paths = re.findall(r'"(\\\\\w[\w\\]*\w)"', text)  # what ends in a backslash is a table
-        keys.update(re.findall(r'^TALLOW_\w+_SETTING\("[\w.]+", "?(\w+)', text, re.M))
+        keys.update(re.findall(r'^TALLOW_(?:\w+_)?SETTING\("[\w.]+", "?(\w+)', text, re.M))
         keys.update(p.split("\\\\")[-1] for p in paths if "\\\\" in p[2:])
     return keys - {"ocsppolicy"}
 
