@@ -1,6 +1,6 @@
 #include "cli/chain.h"
 
-#include "handles/exception.h"
+#include "handles/last_error.h"
 
 namespace tallow::cli {
 
@@ -9,7 +9,7 @@ ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* certificate, void* store
     parameters.cbSize = sizeof parameters;
     ATL2::CCertChainContext chain;
     if (!CertGetCertificateChain(nullptr, certificate, nullptr, store, &parameters, flags, nullptr, chain.put())) {
-        ATL::AtlThrowLastWin32();
+        ATL2::throwLastErrorOrFail();
     }
     return chain;
 }

@@ -6,8 +6,8 @@
 
 namespace tallow::cli {
 
-/// The chain of the certificate, now, with the certificates and CRLs of `store` beside those of the system; `flags` are
-/// those of CertGetCertificateChain. Throws the converted last error.
+/// Builds the chain of the certificate for the current time, with the certificates and CRLs of `store` and of the
+/// system; `flags` are those of CertGetCertificateChain. Throws the converted last error, never 0.
 ATL2::CCertChainContext buildChain(const _CERT_CONTEXT* certificate, void* store, DWORD flags);
 
 }  // namespace tallow::cli

@@ -18,7 +18,7 @@ namespace {
 using Orvane::PKI::OCSP::Client::CRequest;
 using Orvane::PKI::OCSP::Client::stageName;
 
-// Where the command has an option that helps.
+// Statuses for which an option of the command helps.
 struct Remedy {
     std::int32_t code;
     const char* option;
@@ -48,7 +48,7 @@ std::string textOf(std::int32_t code) {
                       known == nullptr ? "status " + codeText(code) + "; ask the operator of the responder" : known);
 }
 
-// Last errors of an exchange that say more here than in general, where they also stand for an HTTP status.
+// Last errors of an exchange that mean more here than in general, where they also represent an HTTP status.
 struct Silence {
     std::int32_t code;
     const char* text;
@@ -151,7 +151,7 @@ CheckError explainCaught(const std::string& step) {
     } catch (const InputError& failure) {
         return {failure.code(), step + ": " + failure.reason()};
     } catch (const ATL::CAtlException& failure) {
-        // Whatever it failed with: settings that cannot be read have many followers.
+        // Whatever the status is: unreadable settings cause many failures.
         const std::string mistake = settingsMistake();
         return mistake.empty() ? explain(failure.status(), step) : CheckError{status::kNoPolicy, step + ": " + mistake};
     } catch (const std::exception& failure) {

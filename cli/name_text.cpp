@@ -2,6 +2,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 #include <optional>
 
 #include "asn1/names/attribute_register.h"
@@ -13,11 +14,13 @@ namespace tallow::cli {
 namespace {
 
 using Orvane::ASN1::CATAVRegister;
+using Orvane::ASN1::TlvElement;
+using Orvane::ASN1::TlvReader;
 
 constexpr char32_t kLastCodePoint = 0x10FFFF;
 constexpr char32_t kFirstSurrogate = 0xD800;
 constexpr char32_t kFirstLowSurrogate = 0xDC00;
-constexpr char32_t kBehindSurrogates = 0xE000;
+constexpr char32_t kAfterSurrogates = 0xE000;
 
 std::string hexText(Octets octets) {
     return std::string("#") + Orvane::CBlob(octets.data(), octets.size()).writeToHexString(0).c_str();
@@ -30,14 +33,20 @@ std::string escaped(const char* format, char32_t value) {
 }
 
 bool isCodePoint(char32_t c) {
-    return c <= kLastCodePoint && (c < kFirstSurrogate || c >= kBehindSurrogates);
+    return c <= kLastCodePoint && (c < kFirstSurrogate || c >= kAfterSurrogates);
+}
+
+// RFC 4514, section 2.4. A backslash that is not escaped therefore comes from this file.
+bool isSpecial(char32_t c) {
+    return c < 0x80 && std::strchr("\"+,;<>=\\", static_cast<int>(c)) != nullptr && c != 0;
 }
 
 void addCodePoint(std::string& text, char32_t c) {
+    text += isSpecial(c) ? "\\" : "";
     text += isCodePoint(c) ? utf8(std::wstring(1, static_cast<wchar_t>(c))) : escaped("\\u{%X}", c);
 }
 
-// The length of the UTF-8 character at the front, in its shortest form; 0 when there is none.
+// The size of the first UTF-8 character, which must be in its shortest form; 0 when it is invalid.
 std::size_t sizeOfCharacter(Octets octets) {
     constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};  // by length
     const unsigned char first = octets[0];
@@ -63,9 +72,9 @@ std::string bmpText(Octets octets) {
         };
         char32_t c = unitAt(i);
         const char32_t following = unitAt(i + 2);
-        // Two halves of one character, which the type does not know and many write.
+        // A surrogate pair: BMPString has none, but many programs write them.
         if (c >= kFirstSurrogate && c < kFirstLowSurrogate && following >= kFirstLowSurrogate &&
-            following < kBehindSurrogates) {
+            following < kAfterSurrogates) {
             c = 0x10000 + ((c - kFirstSurrogate) << 10U) + (following - kFirstLowSurrogate);
             i += 2;
         }
@@ -83,7 +92,30 @@ std::string universalText(Octets octets) {
     return text;
 }
 
-std::string valueText(const DerElement& value) {
+std::string narrow(Octets octets, bool isNameValue) {
+    std::string text;
+    while (!octets.empty()) {
+        const std::size_t size = sizeOfCharacter(octets);
+        if (size == 0) {
+            text += escaped("\\x{%02X}", octets[0]);
+        } else {
+            text += isNameValue && isSpecial(octets[0]) ? "\\" : "";
+            text.append(reinterpret_cast<const char*>(octets.data()), size);
+        }
+        octets = octets.subspan(size == 0 ? 1 : size);
+    }
+    return text;
+}
+
+// A space at either end and a '#' at the beginning are special too.
+std::string withEscapedEnds(std::string text) {
+    if (text.ends_with(' ')) {
+        text.insert(text.size() - 1, 1, '\\');
+    }
+    return text.starts_with(' ') || text.starts_with('#') ? '\\' + text : text;
+}
+
+std::string valueText(const TlvElement& value) {
     constexpr unsigned kUtf8String = 0x0C;
     constexpr unsigned kNumericString = 0x12;
     constexpr unsigned kPrintableString = 0x13;
@@ -97,24 +129,24 @@ std::string valueText(const DerElement& value) {
         case kNumericString:
         case kPrintableString:
         case kTeletexString:
-        case kTagIa5String:
+        case TlvElement::kIa5String:
         case kVisibleString:
-            return narrowText(value.content);
+            return withEscapedEnds(narrow(value.content, true));
         case kBmpString:
-            return size % 2 == 0 ? bmpText(value.content) : hexText(value.whole);
+            return size % 2 == 0 ? withEscapedEnds(bmpText(value.content)) : hexText(value.whole);
         case kUniversalString:
-            return size % 4 == 0 ? universalText(value.content) : hexText(value.whole);
+            return size % 4 == 0 ? withEscapedEnds(universalText(value.content)) : hexText(value.whole);
         default:
             return hexText(value.whole);
     }
 }
 
 // AttributeTypeAndValue ::= SEQUENCE { type OBJECT IDENTIFIER, value ANY }
-std::optional<std::string> attributeText(const DerElement& attribute) {
-    DerView members(attribute);
-    const std::optional<DerElement> type = members.nextIf(kTagObjectIdentifier);
-    const std::optional<DerElement> value = members.next();
-    if (!attribute.is(kTagSequence) || !type || !value || !members.rest().empty()) {
+std::optional<std::string> attributeText(const TlvElement& attribute) {
+    TlvReader members(attribute);
+    const std::optional<TlvElement> type = members.nextIf(TlvElement::kObjectIdentifier);
+    const std::optional<TlvElement> value = members.next();
+    if (attribute.tag != TlvElement::kSequence || !type || !value || !members.rest().empty()) {
         return std::nullopt;
     }
     const std::string oid = oidText(type->content);
@@ -123,12 +155,12 @@ std::optional<std::string> attributeText(const DerElement& attribute) {
                                                       : utf8(known->name()) + '=' + valueText(*value);
 }
 
-// The texts of all elements, with a separator between; empty when one is not what it should be.
+// The texts of all elements, separated; empty when one of them is malformed.
 template <typename ElementText>
-std::optional<std::string> joined(DerView elements, char separator, ElementText elementText) {
+std::optional<std::string> joined(TlvReader elements, char separator, ElementText elementText) {
     std::string text;
     while (!elements.rest().empty()) {
-        const std::optional<DerElement> element = elements.next();
+        const std::optional<TlvElement> element = elements.next();
         const std::optional<std::string> part = element ? elementText(*element) : std::nullopt;
         if (!part) {
             return std::nullopt;
@@ -138,24 +170,14 @@ std::optional<std::string> joined(DerView elements, char separator, ElementText 
     return text;
 }
 
-std::optional<std::string> rdnText(const DerElement& rdn) {
-    return rdn.is(kTagSet) ? joined(DerView(rdn.content), '+', attributeText) : std::nullopt;
+std::optional<std::string> rdnText(const TlvElement& rdn) {
+    return rdn.tag == TlvElement::kSet ? joined(TlvReader(rdn.content), '+', attributeText) : std::nullopt;
 }
 
 }  // namespace
 
 std::string narrowText(Octets octets) {
-    std::string text;
-    while (!octets.empty()) {
-        const std::size_t size = sizeOfCharacter(octets);
-        if (size == 0) {
-            text += escaped("\\x{%02X}", octets[0]);
-        } else {
-            text.append(reinterpret_cast<const char*>(octets.data()), size);
-        }
-        octets = octets.subspan(size == 0 ? 1 : size);
-    }
-    return text;
+    return narrow(octets, false);
 }
 
 std::string oidText(Octets content) {
@@ -184,10 +206,10 @@ std::string oidText(Octets content) {
 }
 
 std::string nameText(Octets der) {
-    DerView view(der);
-    const std::optional<DerElement> name = view.nextIf(kTagSequence);
+    TlvReader reader(der);
+    const std::optional<TlvElement> name = reader.nextIf(TlvElement::kSequence);
     const std::optional<std::string> text =
-        name && view.rest().empty() ? joined(DerView(name->content), ',', rdnText) : std::nullopt;
+        name && reader.rest().empty() ? joined(TlvReader(name->content), ',', rdnText) : std::nullopt;
     return text ? *text : hexText(der);
 }
 

@@ -1,4 +1,4 @@
-// Whether the octets of a response are one whole message of version 1, with nothing behind any part of it.
+// Checks that a response is one DER message of version 1, with nothing after any part of it.
 #pragma once
 
 #include <optional>
@@ -8,10 +8,10 @@
 
 namespace tallow::cli {
 
-/// Rejects octets after the response or after the basic response inside its OCTET STRING, and a version of ResponseData
-/// other than v1 (RFC 6960, section 4.2.1). They are not signed, or not understood, so another reader of the same file
-/// later might read something else. `bytes` is a response or a bare basic response that was decoded before; a failed
-/// status needs no basic response. Nothing else is examined.
+/// Rejects octets after the response or after the basic response inside its OCTET STRING, a version of ResponseData
+/// other than v1 (RFC 6960, section 4.2.1), and an envelope that is not DER. Such octets are not signed, or not
+/// understood, so that another reader of the same file might read something else. `bytes` is a response or a bare basic
+/// response; a failed status needs no basic response. Throws kAsn1Error when it cannot be decoded.
 std::optional<Rejection> rejectForm(const Orvane::CBlob& bytes);
 
 }  // namespace tallow::cli

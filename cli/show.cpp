@@ -2,8 +2,8 @@
 
 #include <optional>
 
+#include "asn1/codec/tlv_reader.h"
 #include "cli/certificate_text.h"
-#include "cli/der_view.h"
 #include "cli/input_files.h"
 #include "cli/output.h"
 #include "cli/show_extensions.h"
@@ -19,20 +19,22 @@ namespace tallow::cli {
 
 using namespace Orvane;
 using namespace Orvane::PKI::OCSP;
+using ASN1::TlvElement;
+using ASN1::TlvReader;
 
 namespace {
 
-// A field takes up to some tens of times the room of its octets until it is printed.
+// A field needs up to some tens of times the memory of its octets until it is printed.
 constexpr std::size_t kLargestShown = 4U << 20;
 
-std::string versionOf(const std::optional<DerElement>& wrapper) {
-    const std::optional<DerElement> number = DerView(wrapper).next();
+std::string versionOf(const std::optional<TlvElement>& wrapper) {
+    const std::optional<TlvElement> number = TlvReader(wrapper).next();
     const bool isV1 = !number || (number->content.size() == 1 && number->content[0] == 0);
     return isV1 ? "v1" : hexOf(number->content);
 }
 
-std::string signatureOf(const std::optional<DerElement>& bitString) {
-    constexpr std::size_t kUnusedBits = 1;  // the octet that tells their number comes first
+std::string signatureOf(const std::optional<TlvElement>& bitString) {
+    constexpr std::size_t kUnusedBits = 1;  // the first octet is their number
     return !bitString || bitString->content.empty() ? "" : hexOf(bitString->content.subspan(kUnusedBits));
 }
 
@@ -44,10 +46,10 @@ void addExtensions(Shown& shown, const char* field, const ASN1::CExtensions* ext
 
 // ---- Request --------------------------------------------------------------------------------------------------------
 
-Shown showSignature(const CRequestMessage& message, DerView members) {
-    members = DerView(members.nextIf(contextTag(0)));  // optionalSignature
-    members = DerView(members.next());
-    members.next();  // its algorithm
+Shown showSignature(const CRequestMessage& message, TlvReader members) {
+    members = TlvReader(members.nextIf(TlvElement::context(0)));  // optionalSignature
+    members = TlvReader(members.next());
+    members.skip();  // its algorithm
     Shown shown = Shown::object("optionalSignature");
     shown.add("signatureAlgorithm", algorithmOf(*message.get_signatureAlgorithm()));
     shown.add("signature", signatureOf(members.next()));
@@ -61,10 +63,10 @@ Shown showRequest(const CBlob& bytes) {
     CRequestMessage message;
     message.decode(bytes);
     Shown shown = Shown::object("OCSPRequest");
-    DerView members(DerView(octetsOf(bytes)).next());
-    DerView tbsRequest(members.next());
-    shown.add("version", versionOf(tbsRequest.nextIf(contextTag(0))));
-    if (const std::optional<DerElement> name = tbsRequest.nextIf(contextTag(1))) {
+    TlvReader members(TlvReader(bytes).next());
+    TlvReader tbsRequest(members.next());
+    shown.add("version", versionOf(tbsRequest.nextIf(TlvElement::context(0))));
+    if (const std::optional<TlvElement> name = tbsRequest.nextIf(TlvElement::context(1))) {
         shown.add("requestorName", generalNameOf(name->content));
     }
     Shown list = Shown::list("requestList");
@@ -118,12 +120,12 @@ Shown showBasic(const CBlob& bytes, const char* field) {
     CBasicResponse message;
     message.decode(bytes);
     Shown shown = Shown::object(field);
-    DerView members(DerView(octetsOf(bytes)).next());
-    DerView data(members.next());
-    members.next();  // signatureAlgorithm
+    TlvReader members(TlvReader(bytes).next());
+    TlvReader data(members.next());
+    members.skip();  // signatureAlgorithm
     const CResponderID& responder = message.get_responderID();
     const bool isByName = responder.get_type() == CResponderID::kByName;
-    shown.add("version", versionOf(data.nextIf(contextTag(0))));
+    shown.add("version", versionOf(data.nextIf(TlvElement::context(0))));
     shown.add("responderID", isByName ? "byName: " + nameOf(octetsOf(responder.get_value()))
                                       : "byKey: " + hexOf(responder.get_value()));
     shown.add("producedAt", iso8601(&message.get_producedAt()));
@@ -156,7 +158,7 @@ Shown showResponse(const CBlob& bytes) {
         try {
             shown.add(showBasic(message.get_response(), "response"));
         } catch (const ATL::CAtlException&) {
-            shown.add("response", hexOf(message.get_response()));  // the envelope is sound, what is inside is not
+            shown.add("response", hexOf(message.get_response()));  // only the envelope can be decoded
         }
     } else if (!type.empty()) {
         shown.add("responseType", type);
@@ -167,18 +169,18 @@ Shown showResponse(const CBlob& bytes) {
 
 }  // namespace
 
-// The three look different from their first members on: what one of them decodes is no other.
+// The three types differ in their first members: at most one of them can be decoded.
 std::optional<Shown> shownOf(const CBlob& bytes) {
     for (Shown (*show)(const CBlob&) : {showRequest, showResponse, showBareBasic}) {
         try {
             Shown shown = show(bytes);
-            const std::optional<DerElement> whole = DerView(octetsOf(bytes)).next();
+            const std::optional<TlvElement> whole = TlvReader(bytes).next();
             if (whole && whole->whole.size() < bytes.cbData()) {
                 shown.add("trailingOctets", hexOf(octetsOf(bytes).subspan(whole->whole.size())));
             }
             return shown;
         } catch (const ATL::CAtlException&) {
-            continue;  // another kind, then
+            continue;  // try the next type
         }
     }
     return std::nullopt;

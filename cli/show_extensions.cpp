@@ -18,7 +18,7 @@ using namespace Orvane::PKI::OCSP;
 
 namespace {
 
-// Each shows the content of extnValue in the fields of its extension, and throws when it does not fit the type.
+// Each adds the fields of extnValue to its extension, and throws when it cannot be decoded.
 
 void showNothing(const CBlob& /*value*/, Shown& /*extension*/) {}
 
@@ -26,19 +26,19 @@ void showHex(const CBlob& value, Shown& extension) {
     extension.add("value", hexOf(value));
 }
 
-// An OCTET STRING as a rule, but older responders put the octets there as they are.
+// Usually an OCTET STRING, but older responders omit its header.
 void showNonce(const CBlob& value, Shown& extension) {
-    DerView view(octetsOf(value));
-    const std::optional<DerElement> inner = view.nextIf(kTagOctetString);
+    TlvReader view(value);
+    const std::optional<TlvElement> inner = view.nextIf(TlvElement::kOctetString);
     extension.add("nonce", inner && view.rest().empty() ? hexOf(inner->content) : hexOf(value));
 }
 
 template <typename Extension>
 void showCrlId(const CBlob& value, Shown& extension) {
     const Extension decoded(value);
-    DerView members(DerView(octetsOf(value)).next());
-    if (DerView url(members.nextIf(contextTag(0))); !url.rest().empty()) {
-        extension.add("crlUrl", withoutLogin(narrowText(required(url, kTagIa5String).content)));
+    TlvReader members(TlvReader(value).next());
+    if (TlvReader url(members.nextIf(TlvElement::context(0))); !url.rest().empty()) {
+        extension.add("crlUrl", withoutLogin(narrowText(required(url, TlvElement::kIa5String).content)));
     }
     if (decoded.get_crlNum() != nullptr) {
         extension.add("crlNum", std::to_string(*decoded.get_crlNum()));
@@ -64,10 +64,10 @@ void showArchiveCutoff(const CBlob& value, Shown& extension) {
 
 // ServiceLocator ::= SEQUENCE { issuer Name, locator AuthorityInfoAccessSyntax OPTIONAL }
 void showServiceLocator(const CBlob& value, Shown& extension) {
-    DerView outer(octetsOf(value));
-    DerView members(required(outer, kTagSequence).content);
+    TlvReader outer(value);
+    TlvReader members(required(outer, TlvElement::kSequence).content);
     requireEnd(outer);
-    extension.add("issuer", nameOf(required(members, kTagSequence).whole));
+    extension.add("issuer", nameOf(required(members, TlvElement::kSequence).whole));
     if (!members.rest().empty()) {
         extension.add(showAccess("locator", members.rest()));
     }
@@ -141,7 +141,7 @@ Shown showExtension(const CExtension& extension) {
     try {
         (known == nullptr ? showHex : known->show)(extension.get_extnValue(), shown);
     } catch (...) {
-        // A value that is not of its type is shown as what it is.
+        // A value that cannot be decoded is shown in hexadecimal.
         shown.parts.resize(numCommon);
         showHex(extension.get_extnValue(), shown);
     }

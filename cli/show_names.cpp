@@ -39,12 +39,12 @@ std::string reasonsOf(Octets bits) {
 // Calls `show` with each element of the SEQUENCE that `octets` are.
 template <typename Show>
 Shown showList(const char* field, Octets octets, Show show) {
-    DerView outer(octets);
-    DerView elements(required(outer, kTagSequence).content);
+    TlvReader outer(octets);
+    TlvReader elements(required(outer, TlvElement::kSequence).content);
     requireEnd(outer);
     Shown shown = Shown::list(field);
     while (!elements.rest().empty()) {
-        const std::optional<DerElement> element = elements.next();
+        const std::optional<TlvElement> element = elements.next();
         if (!element) {
             ATL::AtlThrowImpl(status::kAsn1Error);
         }
@@ -53,12 +53,12 @@ Shown showList(const char* field, Octets octets, Show show) {
     return shown;
 }
 
-// The same where a context tag stands in place of that of the SEQUENCE.
+// The same for a SEQUENCE with an implicit context tag, from its contents.
 Shown showTaggedNames(const char* field, Octets content) {
-    DerView elements(content);
+    TlvReader elements(content);
     Shown shown = Shown::list(field);
     while (!elements.rest().empty()) {
-        const std::optional<DerElement> name = elements.next();
+        const std::optional<TlvElement> name = elements.next();
         if (!name) {
             ATL::AtlThrowImpl(status::kAsn1Error);
         }
@@ -69,32 +69,32 @@ Shown showTaggedNames(const char* field, Octets content) {
 
 // DistributionPoint ::= SEQUENCE { distributionPoint [0] CHOICE { fullName [0], nameRelativeToCRLIssuer [1] } OPTIONAL,
 // reasons [1] OPTIONAL, cRLIssuer [2] OPTIONAL }
-Shown showPoint(const DerElement& point) {
-    DerView members(point.content);
+Shown showPoint(const TlvElement& point) {
+    TlvReader members(point.content);
     Shown shown = Shown::object("");
-    if (const std::optional<DerElement> name = members.nextIf(contextTag(0))) {
-        DerView choice(name);
-        if (const std::optional<DerElement> fullName = choice.nextIf(contextTag(0))) {
+    if (const std::optional<TlvElement> name = members.nextIf(TlvElement::context(0))) {
+        TlvReader choice(name);
+        if (const std::optional<TlvElement> fullName = choice.nextIf(TlvElement::context(0))) {
             shown.add(showTaggedNames("fullName", fullName->content));
         } else {
-            shown.add("nameRelativeToCRLIssuer", hexOf(required(choice, contextTag(1)).content));
+            shown.add("nameRelativeToCRLIssuer", hexOf(required(choice, TlvElement::context(1)).content));
         }
     }
-    if (const std::optional<DerElement> reasons = members.nextIf(contextTag(1))) {
+    if (const std::optional<TlvElement> reasons = members.nextIf(TlvElement::context(1))) {
         shown.add("reasons", reasonsOf(reasons->content));
     }
-    if (const std::optional<DerElement> issuer = members.nextIf(contextTag(2))) {
+    if (const std::optional<TlvElement> issuer = members.nextIf(TlvElement::context(2))) {
         shown.add(showTaggedNames("cRLIssuer", issuer->content));
     }
     requireEnd(members);
     return shown;
 }
 
-Shown showDescription(const DerElement& description) {
+Shown showDescription(const TlvElement& description) {
     constexpr const char* kOcsp = "1.3.6.1.5.5.7.48.1";
     constexpr const char* kCaIssuers = "1.3.6.1.5.5.7.48.2";
-    DerView members(description.content);
-    const std::string oid = oidText(required(members, kTagObjectIdentifier).content);
+    TlvReader members(description.content);
+    const std::string oid = oidText(required(members, TlvElement::kObjectIdentifier).content);
     Shown entry = Shown::object("");
     entry.add("accessMethod", oid == kOcsp        ? "ocsp (" + oid + ")"
                               : oid == kCaIssuers ? "caIssuers (" + oid + ")"
@@ -105,16 +105,16 @@ Shown showDescription(const DerElement& description) {
 
 }  // namespace
 
-DerElement required(DerView& view, unsigned tag) {
-    const std::optional<DerElement> element = view.nextIf(tag);
+TlvElement required(TlvReader& reader, std::uint32_t tag) {
+    const std::optional<TlvElement> element = reader.nextIf(tag);
     if (!element) {
         ATL::AtlThrowImpl(status::kAsn1Error);
     }
     return *element;
 }
 
-void requireEnd(const DerView& view) {
-    if (!view.rest().empty()) {
+void requireEnd(const TlvReader& reader) {
+    if (!reader.rest().empty()) {
         ATL::AtlThrowImpl(status::kAsn1Error);
     }
 }
@@ -125,23 +125,23 @@ std::string nameOf(Octets name) {
 }
 
 std::string generalNameOf(Octets name) {
-    DerView view(name);
-    const std::optional<DerElement> element = view.next();
-    if (!element || !view.rest().empty()) {
+    TlvReader reader(name);
+    const std::optional<TlvElement> element = reader.next();
+    if (!element || !reader.rest().empty()) {
         return hexOf(name);
     }
     switch (element->tag) {
-        case contextTag(1):
+        case TlvElement::context(1):
             return "rfc822Name: " + narrowText(element->content);
-        case contextTag(2):
+        case TlvElement::context(2):
             return "dNSName: " + narrowText(element->content);
-        case contextTag(4):
+        case TlvElement::context(4):
             return "directoryName: " + nameOf(element->content);
-        case contextTag(6):
+        case TlvElement::context(6):
             return "URI: " + withoutLogin(narrowText(element->content));
-        case contextTag(7):
+        case TlvElement::context(7):
             return "iPAddress: " + addressOf(element->content);
-        case contextTag(8):
+        case TlvElement::context(8):
             return "registeredID: " + oidText(element->content);
         default:
             return hexOf(name);
@@ -149,7 +149,7 @@ std::string generalNameOf(Octets name) {
 }
 
 Shown showGeneralNames(const char* field, Octets names) {
-    return showList(field, names, [](const DerElement& name) { return Shown::field("", generalNameOf(name.whole)); });
+    return showList(field, names, [](const TlvElement& name) { return Shown::field("", generalNameOf(name.whole)); });
 }
 
 Shown showAccess(const char* field, Octets access) {

@@ -78,10 +78,10 @@ Shown showReqCert(const char* field, const CReqCert& reqCert) {
     if (const CCertID* id = reqCert.get_certID(); id != nullptr) {
         return showCertId(field, *id);
     }
-    constexpr unsigned kFullCertificate = contextTag(0);
-    const std::optional<DerElement> element = DerView(octetsOf(*reqCert.get_otherAlternative())).next();
+    constexpr unsigned kFullCertificate = TlvElement::context(0);
+    const std::optional<TlvElement> element = TlvReader(*reqCert.get_otherAlternative()).next();
     Shown shown = Shown::object(field);
-    shown.add(element && element->is(kFullCertificate) ? "fullCertificate" : "certIdWithSignature",
+    shown.add(element && element->tag == kFullCertificate ? "fullCertificate" : "certIdWithSignature",
               hexOf(*reqCert.get_otherAlternative()));
     return shown;
 }

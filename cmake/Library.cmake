@@ -1,4 +1,4 @@
-# libtallow.so: the objects of the twelve subsystems behind one shared library that links the services and nothing else.
+# libtallow.so: the objects of the twelve subsystems in one shared library that links the services and nothing else.
 set(tallow_subsystems asn1rt schema handles foundation asn1 message policy client_shared request transport response flat)
 set(tallow_objects)
 foreach(subsystem ${tallow_subsystems})
@@ -16,11 +16,12 @@ else()
   target_link_libraries(tallow INTERFACE $<INSTALL_INTERFACE:tallow::tallow-platform>)
 endif()
 target_compile_features(tallow INTERFACE cxx_std_20)
-target_include_directories(tallow INTERFACE $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}/tallow>)
-# Calls inside the library stay inside it: no detour over the table that would let another object step in. The schema
+target_include_directories(tallow INTERFACE $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>
+                                            $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
+# Calls inside the library are bound to it directly: no other object can replace its functions. The schema
 # describes more types than the library reads; sections of their own let the linker drop the others.
 target_link_options(tallow PRIVATE -Wl,-Bsymbolic-functions -Wl,--gc-sections)
 if(NOT TALLOW_SANITIZE)
-  # Not so under a sanitizer: clang leaves its runtime to the program.
+  # Not with a sanitizer: clang links its runtime only into programs.
   target_link_options(tallow PRIVATE -Wl,--no-undefined)
 endif()

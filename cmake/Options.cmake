@@ -1,4 +1,5 @@
-# Build options and the one interface target that carries warnings, visibility and instrumentation to all our code.
+# Build options, and two interface targets: tallow_flags carries warnings, visibility and instrumentation to all our
+# code; tallow_options adds the root of the sources, from which all but the examples include.
 option(TALLOW_WERROR "Treat warnings as errors" OFF)
 option(TALLOW_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 option(TALLOW_COVERAGE "Build with coverage counters" OFF)
@@ -8,32 +9,35 @@ option(TALLOW_BENCH "Build the benchmarks" ON)
 set(TALLOW_PLATFORM_LIBRARY "" CACHE FILEPATH
     "Another implementation of the Crypto and Support services to link in place of libtallow-platform")
 
-add_library(tallow_options INTERFACE)
-target_compile_features(tallow_options INTERFACE cxx_std_20)
-target_compile_options(tallow_options INTERFACE -Wall -Wextra -Wpedantic -fvisibility=hidden
-                                                $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>
-                                                -fno-strict-aliasing
-                                                "$<$<CONFIG:Release>:-fno-semantic-interposition;-ffunction-sections;-fdata-sections>")
-target_include_directories(tallow_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
+add_library(tallow_flags INTERFACE)
+target_compile_features(tallow_flags INTERFACE cxx_std_20)
+target_compile_options(tallow_flags INTERFACE -Wall -Wextra -Wpedantic -fvisibility=hidden
+                                              $<$<COMPILE_LANGUAGE:CXX>:-fvisibility-inlines-hidden>
+                                              -fno-strict-aliasing
+                                              "$<$<CONFIG:Release>:-fno-semantic-interposition;-ffunction-sections;-fdata-sections>")
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  # GCC 12 sees overlapping copies in every std::string concatenation that it inlines (its bug 105651).
-  target_compile_options(tallow_options INTERFACE -Wno-restrict)
+  # GCC 12 reports overlapping copies in inlined std::string concatenations (GCC bug 105651).
+  target_compile_options(tallow_flags INTERFACE -Wno-restrict)
 endif()
 if(TALLOW_WERROR)
-  target_compile_options(tallow_options INTERFACE -Werror)
+  target_compile_options(tallow_flags INTERFACE -Werror)
 endif()
 if(TALLOW_SANITIZE)
-  target_compile_options(tallow_options INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
-                                                  -fno-omit-frame-pointer)
-  target_link_options(tallow_options INTERFACE -fsanitize=address,undefined)
+  target_compile_options(tallow_flags INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+                                                -fno-omit-frame-pointer)
+  target_link_options(tallow_flags INTERFACE -fsanitize=address,undefined)
 endif()
 if(TALLOW_FUZZ)
-  target_compile_options(tallow_options INTERFACE -fsanitize=fuzzer-no-link)
+  target_compile_options(tallow_flags INTERFACE -fsanitize=fuzzer-no-link)
 endif()
 if(TALLOW_COVERAGE)
-  target_compile_options(tallow_options INTERFACE --coverage)
-  target_link_options(tallow_options INTERFACE --coverage)
+  target_compile_options(tallow_flags INTERFACE --coverage)
+  target_link_options(tallow_flags INTERFACE --coverage)
 endif()
+
+add_library(tallow_options INTERFACE)
+target_link_libraries(tallow_options INTERFACE tallow_flags)
+target_include_directories(tallow_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
 
 # tallow_subsystem(NAME SOURCES ... [PUBLIC_HEADERS ...] [LINK ...])
 # One subsystem: an archive tallow_NAME for the tests, whose objects also go into the shared library. PUBLIC_HEADERS
@@ -53,6 +57,6 @@ function(tallow_test name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE tallow_options ${arg_LINK} GTest::gmock GTest::gtest_main)
   add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}/tests)
-  # A program without tests succeeds by itself.
+  # A program without tests would succeed.
   set_tests_properties(${name} PROPERTIES TIMEOUT 300 FAIL_REGULAR_EXPRESSION "Running 0 tests from")
 endfunction()

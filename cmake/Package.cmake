@@ -1,5 +1,5 @@
-# What an installation is: the command, the two libraries, the public headers below include/tallow, and what
-# find_package(tallow) and pkg-config read. Programs include headers from that root, as our own code does.
+# What is installed: the command, the two libraries, the public headers below include/tallow, and what
+# find_package(tallow) and pkg-config read.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS tallow EXPORT tallow-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -7,11 +7,26 @@ if(NOT TALLOW_PLATFORM_LIBRARY)
   install(TARGETS tallow-platform EXPORT tallow-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 endif()
 
+# Programs write #include <tallow/client/request/request.h>, so that no directory named "client" or "message" is on their
+# include path. Our own code includes the same headers in quotes, from the root of the sources. The copies below
+# ${PROJECT_BINARY_DIR}/include, which the examples use and which are installed, differ only in their #include lines.
 get_property(public_headers GLOBAL PROPERTY TALLOW_PUBLIC_HEADERS)
-foreach(header ${public_headers} ${PROJECT_SOURCE_DIR}/export.h)
+list(APPEND public_headers ${PROJECT_SOURCE_DIR}/export.h ${PROJECT_SOURCE_DIR}/tallow.h)
+set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${public_headers})
+foreach(header ${public_headers})
   cmake_path(RELATIVE_PATH header BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE relative)
   cmake_path(GET relative PARENT_PATH folder)
-  install(FILES ${header} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tallow/${folder})
+  set(copy ${PROJECT_BINARY_DIR}/include/tallow/${relative})
+  file(READ ${header} text)
+  string(REGEX REPLACE "#include \"([^\"\n]+)\"" "#include <tallow/\\1>" text "${text}")
+  set(present "")
+  if(EXISTS ${copy})
+    file(READ ${copy} present)
+  endif()
+  if(NOT text STREQUAL present) # a copy that is written anew is compiled anew
+    file(WRITE ${copy} "${text}")
+  endif()
+  install(FILES ${copy} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tallow/${folder})
 endforeach()
 
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/tallow)
@@ -19,7 +34,7 @@ install(EXPORT tallow-targets NAMESPACE tallow:: DESTINATION ${package_folder})
 configure_package_config_file(cmake/tallow-config.cmake.in ${PROJECT_BINARY_DIR}/tallow-config.cmake
                               INSTALL_DESTINATION ${package_folder} NO_SET_AND_CHECK_MACRO
                               NO_CHECK_REQUIRED_COMPONENTS_MACRO)
-# Below 1.0 a minor version may change what programs were built against.
+# Before 1.0 a minor version may be incompatible.
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/tallow-config-version.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/tallow-config.cmake ${PROJECT_BINARY_DIR}/tallow-config-version.cmake
         DESTINATION ${package_folder})

@@ -1,18 +1,25 @@
-/* Sends an existing request and checks whether the certificate is still good:
- *
- *   check REQUEST CERTIFICATE ISSUER SETTINGS
- *
- * The first three are DER files. The setting DefaultOCSPURL names the responder, whose chain must end in a root of the
- * store ROOT. Nonces are not compared: that would need the request's extensions as the fourth argument of
- * ocspVerifyResponse.
+/* Asks with an existing request whether a certificate is still good: check REQUEST CERTIFICATE ISSUER SETTINGS, the
+ * first three in DER. The setting DefaultOCSPURL names the responder, whose chain must end in a root of the store ROOT.
  */
 #include <stdio.h>
+
 #include <stdlib.h>
+#include <tallow/tallow.h>
 
-#include "client/flat/ocsp_client.h"
-#include "platform/crypto/crypto_service.h"
+/* Returns 0 when the certificate is proven good. The response is not matched with a nonce: pass the request's
+ * extensions as the last two arguments of ocspVerifyResponse to do that. */
+static int32_t check(PCCERT_CONTEXT certificate, const unsigned char* request, unsigned long requestSize) {
+    unsigned char* response = NULL;
+    unsigned long responseSize = 0;
+    int32_t status = ocspSendRequest(request, requestSize, &response, &responseSize);
+    if (status == 0) {
+        status = ocspVerifyResponse(certificate, response, responseSize, NULL, 0);
+    }
+    free(response);
+    return status;
+}
 
-/* The bytes of a file, to be released with free(); null when it cannot be read. */
+/* Returns the bytes of a file, which the caller frees; null when it cannot be read. */
 static unsigned char* readFile(const char* path, unsigned long* size) {
     unsigned char* bytes = NULL;
     FILE* file = fopen(path, "rb");
@@ -35,7 +42,7 @@ static unsigned char* readFile(const char* path, unsigned long* size) {
     return bytes;
 }
 
-/* Adds the certificate in a file to `store`; null when the file cannot be read or is no certificate. */
+/* Adds the certificate in a file to `store` and returns it; null when the file contains none. */
 static PCCERT_CONTEXT addCertificate(HCERTSTORE store, const char* path) {
     unsigned long size = 0;
     unsigned char* bytes = readFile(path, &size);
@@ -56,23 +63,17 @@ int main(int argc, char** argv) {
     }
     unsigned long requestSize = 0;
     unsigned char* request = readFile(argv[1], &requestSize);
-    /* ocspVerifyResponse looks for the issuer in the store of the certificate. */
+    /* The issuer is looked for in the store that contains the certificate. */
     HCERTSTORE store = CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, NULL);
     PCCERT_CONTEXT certificate = addCertificate(store, argv[2]);
     PCCERT_CONTEXT issuer = addCertificate(store, argv[3]);
     int exitStatus = 64;
     if (request == NULL || certificate == NULL || issuer == NULL) {
-        fprintf(stderr, "%s: a file does not exist or is not DER\n", argv[0]);
+        fprintf(stderr, "%s: a file is missing or is not DER\n", argv[0]);
     } else {
-        unsigned char* response = NULL;
-        unsigned long responseSize = 0;
-        int32_t status = ocspSendRequest(request, requestSize, &response, &responseSize);
-        if (status == 0) {
-            status = ocspVerifyResponse(certificate, response, responseSize, NULL, 0);
-        }
+        const int32_t status = check(certificate, request, requestSize);
         printf("0x%08X %s\n", (unsigned int)status, status == 0 ? "good" : "not proven good");
         exitStatus = status == 0 ? 0 : 1;
-        free(response);
     }
     CertFreeCertificateContext(issuer);
     CertFreeCertificateContext(certificate);

@@ -1,14 +1,22 @@
-// Checks whether a certificate is still good: check CERTIFICATE ISSUER, both DER. The responder's address comes from
-// the certificate; the responder's chain must end in a root of the store ROOT.
+// Asks the responder that a certificate names whether it is still good: check CERTIFICATE ISSUER, both in DER. The
+// responder's chain must end in a root of the store ROOT.
 #include <cstdio>
 
-#include "client/flat/verifying_response_handler.h"
-#include "client/request/request.h"
-#include "client/response/response.h"
-#include "foundation/blob.h"
-#include "handles/cert_context.h"
-#include "handles/exception.h"
-#include "handles/status.h"
+#include <tallow/tallow.h>
+
+// Returns 0 when the certificate is proven good, otherwise the reason as a status. Send returns a response that is
+// decoded and current; the verdict on it is the handler's.
+std::int32_t check(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer) {
+    using namespace Orvane::PKI::OCSP::Client;
+    try {
+        CRequest request(certificate, issuer);
+        const CResponse& response = request.Send(false);
+        CVerifyingResponseHandler handler(request, nullptr, 0);
+        return handler.OnResponse(response);
+    } catch (const ATL::CAtlException& failure) {
+        return failure.status() != status::kOk ? failure.status() : status::kFail;
+    }
+}
 
 namespace {
 
@@ -17,20 +25,6 @@ ATL2::CCertContext readCertificate(const char* path) {
     der.readFromFile(path);
     return ATL2::CCertContext::adopt(
         CertCreateCertificateContext(X509_ASN_ENCODING, der.pbData(), static_cast<DWORD>(der.cbData())));
-}
-
-// Returns 0 when the certificate is proven good, else the reason. Send checks that the response is current; the handler
-// verifies it.
-std::int32_t check(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer) {
-    using namespace Orvane::PKI::OCSP::Client;
-    try {
-        CRequest request(certificate, issuer);
-        const CResponse& response = request.Send(false);
-        CVerifyingResponseHandler judge(request, nullptr, 0);
-        return judge.OnResponse(response);
-    } catch (const ATL::CAtlException& failure) {
-        return failure.status() != status::kOk ? failure.status() : status::kFail;
-    }
 }
 
 }  // namespace

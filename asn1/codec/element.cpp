@@ -4,6 +4,7 @@
 #include <limits>
 
 #include "asn1/codec/codec.h"
+#include "asn1/codec/tlv_reader.h"
 #include "asn1rt/decode_core.h"
 #include "asn1rt/encode.h"
 #include "asn1rt/message_buffer.h"
@@ -13,21 +14,15 @@
 namespace Orvane::ASN1 {
 
 CElement firstElement(const unsigned char* data, unsigned long size) {
-    if (size > static_cast<unsigned long>(std::numeric_limits<std::int32_t>::max())) {
+    const std::optional<TlvElement> first = TlvReader(Octets(data, size)).next();
+    if (!first) {
         ATL::AtlThrowImpl(status::kAsn1Error);
     }
-    ASN1CTXT reader = decoding::readOnlyContext();
-    // The buffer is only read; the runtime's record has one pointer for both directions.
-    reader.buffer.data = const_cast<std::uint8_t*>(data);
-    reader.buffer.size = static_cast<std::uint32_t>(size);
     CElement element;
-    int length = 0;
-    if (decoding::readHeader(&reader, &element.tag, &length, MATCH_ADVANCE) != 0 || !decoding::holds(&reader, length)) {
-        ATL::AtlThrowImpl(status::kAsn1Error);
-    }
+    element.tag = first->tag | (first->isConstructed ? 0x20000000U : 0U);
     element.begin = data;
-    element.headerSize = reader.buffer.byteIndex;
-    element.contentSize = static_cast<unsigned long>(length);
+    element.headerSize = first->whole.size() - first->content.size();
+    element.contentSize = first->content.size();
     return element;
 }
 

@@ -1,6 +1,9 @@
-// Installs into a temporary prefix, builds the examples against what is there, by find_package and by pkg-config, and
-// asks a real responder with each of the programs.
+// Installs into a temporary prefix, builds the examples against it with find_package and with pkg-config, and runs them
+// against a real responder.
 #include <gmock/gmock.h>
+
+#include <filesystem>
+#include <fstream>
 
 #include "tests/support/pki.h"
 #include "tests/support/process.h"
@@ -55,7 +58,7 @@ protected:
     static ProcessResult ask(const std::vector<std::string>& command) {
         return run(command, 60000, {"XDG_DATA_HOME=" + folder_->file("home")});
     }
-    // Under the same serial number, so that the responder takes it for the one it knows.
+    // With the serial number of a certificate that the responder knows, so that it gives that one's status.
     static std::string leafNaming(const Responder& responder, const Identity& known) {
         CertificateSpec spec;
         spec.serial = known.serial();
@@ -131,6 +134,37 @@ TEST_F(InstalledPackage, ServesTheExampleWithPlainFunctions) {
             EXPECT_EQ(run.out, row.out);
         }
     }
+}
+
+TEST_F(InstalledPackage, ServesTheExampleOfSignedRequests) {
+    folder_->write("home/tallow/stores/CA/root.crl", makeCrl(root_, {}));
+    const std::string leaf = folder_->write("leaf.der", good_.certificate);
+    const std::string key = folder_->write("key.pem", good_.key.pem());
+    const ProcessResult run = ask({program("cmake/example-signed-request"), leaf, folder_->file("root.der"), leaf, key,
+                                   folder_->file("signed-request.der")});
+    EXPECT_EQ(run.exitStatus, 0) << run.err;
+    EXPECT_EQ(run.out, "trusted requestor\n");
+}
+
+// A quoted include would need directories named "client" or "message" on the include path of every program.
+TEST_F(InstalledPackage, HeadersIncludeEachOtherByTheirInstalledPaths) {
+    const std::filesystem::path include = prefix() + "/include";
+    int numHeaders = 0;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(include)) {
+        if (!entry.is_regular_file()) {
+            continue;
+        }
+        ++numHeaders;
+        std::ifstream header(entry.path());
+        for (std::string line; std::getline(header, line);) {
+            EXPECT_THAT(line, testing::Not(HasSubstr("#include \""))) << entry.path();
+            if (line.starts_with("#include <tallow/")) {
+                const std::string target = line.substr(10, line.find('>') - 10);
+                EXPECT_TRUE(exists(include / target)) << entry.path() << " includes " << target;
+            }
+        }
+    }
+    EXPECT_GT(numHeaders, 100);
 }
 
 TEST_F(InstalledPackage, HasACommandThatFindsItsLibraries) {
