@@ -22,6 +22,7 @@
 #include <utility>
 
 #include "platform/support/fork_gate.h"
+#include "platform/support/settings_table.h"
 #include "platform/support/support_service.h"
 
 struct TSupportDbContext_ {
@@ -31,9 +32,9 @@ struct TSupportDbContext_ {
 namespace {
 
 using tallow::platform::ForkGate;
+namespace setting = tallow::platform::setting;
 
 constexpr unsigned int kAskSettings = 0x80000000U;  // no level bit: the settings have not been looked at
-constexpr unsigned int kAllLevels = 127;
 
 constinit std::atomic<unsigned int> activeLevels{kAskSettings};
 constinit std::mutex sinkMutex;  // guards the three below
@@ -62,23 +63,10 @@ int openFile(const char* path) {
     return descriptor;
 }
 
-std::string settingText(const char* path) {
-    size_t size = 0;
-    if (support_registry_get_string(path, &size, nullptr) != 0) {
-        return {};
-    }
-    std::string text(size, '\0');
-    return support_registry_get_string(path, &size, text.data()) == 0 ? text : std::string();
-}
-
 unsigned int levelsOfSettings() {
-    int enabled = 0;
-    if (support_registry_get_bool("\\trace\\enabled", &enabled) != 0 || enabled == 0) {
-        return 0;
-    }
-    long levels = kAllLevels;
-    support_registry_get_long("\\trace\\levels", &levels);
-    return static_cast<unsigned int>(levels) & ~kAskSettings;
+    using tallow::platform::flagOf;
+    using tallow::platform::numberOf;
+    return flagOf(setting::enabled, false) ? static_cast<unsigned int>(numberOf(setting::levels)) & ~kAskSettings : 0;
 }
 
 // The first question after a change of the settings comes here.
@@ -89,7 +77,7 @@ unsigned int askSettings() {
         return levels;
     }
     levels = levelsOfSettings();
-    const std::string file = levels == 0 ? std::string() : settingText("\\trace\\file");
+    const std::string file = levels == 0 ? std::string() : tallow::platform::textOf(setting::file);
     const int descriptor = file.empty() ? -1 : openFile(file.c_str());
     replaceSink(descriptor == -1 ? STDERR_FILENO : descriptor);
     activeLevels.store(levels, std::memory_order_release);

@@ -21,6 +21,8 @@ def settings_read():
         keys.update(p.split("\\\\")[-1] for p in paths if "\\\\" in p[2:])
         if path.startswith(("client/policy/", "client/response/")):
             keys.update(re.findall(r'load\w*\([^;]*?L"(\w+)"', text, re.I))
+    table = (ROOT / "platform/support/settings_table.inc").read_text()
+    keys.update(re.findall(r'^TALLOW_SETTING\("[\w.]+", (\w+),', table, re.M))
     return keys - {"ocsppolicy"}
 
 

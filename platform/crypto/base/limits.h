@@ -1,5 +1,5 @@
-// The bounds of the Crypto service's work, each a setting of the table [crypto] with a default. A value outside its
-// range is ignored, so that no setting can switch a bound off.
+// The bounds of the Crypto service's work, each a setting of the table [crypto]; platform/support/settings_table.inc has
+// their defaults. A value outside of its range is ignored, so that no setting can switch a bound off.
 #pragma once
 
 #include <cstddef>
@@ -8,36 +8,36 @@ namespace tallow::platform {
 
 // Of one exchange over HTTP, redirects included.
 struct ExchangeLimits {
-    long connectTimeoutMs = 5000;          // connect_timeout_ms
-    long deadlineMs = 15000;               // exchange_timeout_ms: all hops together
-    std::size_t maxBodySize = 1 << 20;     // max_response_bytes: octets of the body, before anything is decoded
-    std::size_t maxHeaderSize = 64 << 10;  // max_header_bytes: octets of the header lines of one hop
-    long maxRedirects = 3;                 // max_redirects
+    long connectTimeoutMs = 0;
+    long deadlineMs = 0;            // all hops together
+    std::size_t maxBodySize = 0;    // octets of the body, before anything is decoded
+    std::size_t maxHeaderSize = 0;  // octets of the header lines of one hop
+    long maxRedirects = 0;
 };
 ExchangeLimits exchangeLimits();
 
 // Of one chain, all its certificates together.
 struct ChainLimits {
-    long fetchTimeoutMs = 15000;              // chain_fetch_timeout_ms: all downloads together
-    long maxFetches = 8;                      // max_chain_fetches: issuer certificates and CRLs together
-    std::size_t maxCrlSize = 16 << 20;        // max_crl_bytes
-    long maxCrlAgeSeconds = 0;                // max_crl_age: since thisUpdate; 0: nextUpdate alone decides
-    long crlCacheMaxAgeSeconds = 24L * 3600;  // crl_cache_max_age: until a downloaded CRL is asked for again
+    long fetchTimeoutMs = 0;  // all downloads together
+    long maxFetches = 0;      // issuer certificates and CRLs together
+    std::size_t maxCrlSize = 0;
+    long maxCrlAgeSeconds = 0;       // since thisUpdate; 0: only nextUpdate decides
+    long crlCacheMaxAgeSeconds = 0;  // how long a downloaded CRL is used from the cache
 };
 ChainLimits chainLimits();
 
 // Of one check: everything that one Send does, verification included.
 struct CheckLimits {
-    long timeoutMs = 60000;      // check_timeout_ms: all attempts, redirects and downloads together
-    unsigned maxResponders = 8;  // max_responders: addresses of one certificate that are asked
+    long timeoutMs = 0;          // all attempts, redirects and downloads together
+    unsigned maxResponders = 0;  // addresses of one certificate that are asked
 };
 CheckLimits checkLimits();
 
-// Whether loopback and private addresses are refused where only a certificate or a redirect names them:
-// refuse_private_addresses, default false. True while the settings are broken.
+// Whether loopback and private addresses are refused where only a certificate or a redirect names them. True while the
+// settings are broken.
 bool refusesPrivateAddresses();
 
-// Whether signatures made with SHA-1 are accepted: accept_sha1, default false.
+// Whether signatures made with SHA-1 are accepted. False while the settings are broken.
 bool acceptsSha1();
 
 }  // namespace tallow::platform

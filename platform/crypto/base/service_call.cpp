@@ -19,21 +19,6 @@ bool isOpenSslReady() noexcept {
     return isReady.load(std::memory_order_relaxed);
 }
 
-std::string settingText(const char* path, std::string_view otherwise) {
-    size_t size = 0;
-    if (support_registry_get_string(path, &size, nullptr) != 0) {
-        return std::string(otherwise);
-    }
-    std::string text(size, '\0');
-    return support_registry_get_string(path, &size, text.data()) == 0 ? text : std::string();
-}
-
-bool settingFlag(const char* path, bool otherwise) noexcept {
-    int value = 0;
-    const int result = support_registry_get_bool(path, &value);
-    return result == static_cast<int>(ERROR_FILE_NOT_FOUND) ? otherwise : result == 0 && value != 0;
-}
-
 TSupportDbContext_* traceContext() noexcept {
     struct Closer {
         void operator()(TSupportDbContext_* context) const noexcept { support_print_done(context); }

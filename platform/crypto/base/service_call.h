@@ -6,8 +6,6 @@
 
 #include <cstring>
 #include <new>
-#include <string>
-#include <string_view>
 
 #include "platform/crypto/base/bytes.h"
 #include "platform/crypto/crypto_service.h"
@@ -80,12 +78,6 @@ inline DWORD giveBytes(ByteView value, void* buffer, DWORD* size) noexcept {
     }
     return 0;
 }
-
-// A setting of the service's own tables, such as "\crypto\system_roots"; `otherwise` when it is absent. While the
-// settings file is broken all of them are empty and false: what a default folder holds, or the system's own roots, may
-// be the very thing that the file was to switch off.
-std::string settingText(const char* path, std::string_view otherwise);
-bool settingFlag(const char* path, bool otherwise) noexcept;
 
 // The trace context "crypto" of this service.
 TSupportDbContext_* traceContext() noexcept;

@@ -6,15 +6,15 @@
 #include <cerrno>
 #include <cstdlib>
 #include <string_view>
+#include <utility>
 
 #include "platform/crypto/base/service_call.h"
+#include "platform/support/settings_table.h"
 
 namespace tallow::platform {
 
 namespace {
 
-constexpr const char* kDefaultMachineStores = "/etc/tallow/stores";
-constexpr const char* kDefaultSystemBundle = "/etc/ssl/certs/ca-certificates.crt";
 constexpr const char* kRootStore = "ROOT";
 
 void tell(StoreFiles& found, const std::string& path, const char* reason, bool mayBeCrl) {
@@ -41,13 +41,11 @@ std::string defaultUserStores(StoreFiles& found) {
 }
 
 std::string storesOf(StoreView storeView, StoreFiles& found) {
-    constexpr const char* kUserStores = "\\crypto\\user_stores";
     if (storeView == StoreView::kMachine) {
-        return settingText("\\crypto\\machine_stores", kDefaultMachineStores);
+        return textOf(setting::machine_stores);
     }
-    size_t size = 0;
-    const bool isSet = support_registry_get_string(kUserStores, &size, nullptr) == 0;
-    return isSet ? settingText(kUserStores, {}) : defaultUserStores(found);
+    TextValue stores = textValueOf(setting::user_stores);
+    return stores.source == TextValue::Source::kDefault ? defaultUserStores(found) : std::move(stores.text);
 }
 
 void addFolderOf(const std::string& name, StoreView storeView, StoreFiles& found) {
@@ -79,7 +77,7 @@ bool isStoreName(const std::string& name) {
 }
 
 std::string systemBundle() {
-    return settingText("\\crypto\\system_bundle", kDefaultSystemBundle);
+    return textOf(setting::system_bundle);
 }
 
 StoreFiles systemStoreFolder(const std::string& name, StoreView storeView) {
@@ -94,7 +92,7 @@ StoreFiles systemStoreFiles(const std::string& name, StoreView storeView) {
         addFolderOf(name, StoreView::kUser, found);
     }
     addFolderOf(name, StoreView::kMachine, found);
-    if (name == kRootStore && settingFlag("\\crypto\\system_roots", true)) {
+    if (name == kRootStore && flagOf(setting::system_roots, false)) {
         addBundle(systemBundle(), found);
     }
     return found;

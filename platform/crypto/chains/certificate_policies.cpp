@@ -7,14 +7,13 @@
 
 #include "platform/crypto/base/openssl_handles.h"
 #include "platform/crypto/chains/certificate_rules.h"
-#include "platform/support/support_service.h"
+#include "platform/support/settings_table.h"
 
 namespace tallow::platform {
 
 namespace {
 
 constexpr std::string_view kAnyPolicy("\x55\x1D\x20\x00", 4);  // 2.5.29.32.0
-constexpr const char* kSetting = "\\crypto\\required_policies";
 
 using PoliciesPtr = std::unique_ptr<CERTIFICATEPOLICIES, OpenSslFree<CERTIFICATEPOLICIES_free>>;
 inline void freeMappings(POLICY_MAPPINGS* mappings) noexcept {
@@ -119,18 +118,11 @@ PolicyStatements policyStatementsOf(const Certificate& certificate) {
 
 RequiredPolicies requiredPolicies() {
     RequiredPolicies required;
-    std::size_t size = 0;
-    const int result = support_registry_get_multi_string(kSetting, &size, nullptr);
-    if (result != 0) {
-        required.isMalformed = result != static_cast<int>(ERROR_FILE_NOT_FOUND);
-        return required;
-    }
-    std::string list(size + 1, '\0');
-    std::size_t room = list.size();
-    required.isMalformed = support_registry_get_multi_string(kSetting, &room, list.data()) != 0;
-    required.isRequired = size > 0;
-    required.any = size == 0;
-    std::string_view rest(list.data(), size);
+    const TextValue policies = textValueOf(setting::required_policies);
+    required.isMalformed = policies.source == TextValue::Source::kUnreadable;
+    required.isRequired = !policies.text.empty();
+    required.any = policies.text.empty();
+    std::string_view rest(policies.text);
     while (!required.isMalformed && !rest.empty()) {
         const std::size_t end = std::min(rest.find('\0'), rest.size());
         required.isMalformed = !addRequired(rest.substr(0, end), required);

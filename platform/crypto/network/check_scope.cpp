@@ -6,6 +6,7 @@
 #include <string_view>
 
 #include "platform/crypto/base/limits.h"
+#include "platform/support/settings_table.h"
 
 namespace tallow::platform {
 
@@ -20,23 +21,6 @@ Clock::time_point deadlineOf(const CRYPTO_CHECK& check) noexcept {
 }
 
 // ---- The policy's proxy, for downloads outside of a check -----------------------------------------------------------
-
-constexpr char kPolicy[] = "\\config\\cades\\ocsppolicy\\";
-
-enum class Presence { kAbsent, kPresent, kUnreadable };
-
-Presence readTexts(int (*read)(const char*, size_t*, char*), const char* path, std::string& value) {
-    size_t size = 0;
-    if (const int result = read(path, &size, nullptr); result != 0) {
-        return result == static_cast<int>(ERROR_FILE_NOT_FOUND) ? Presence::kAbsent : Presence::kUnreadable;
-    }
-    value.resize(size + 1);
-    if (read(path, &size, value.data()) != 0) {
-        return Presence::kUnreadable;
-    }
-    value.resize(size);
-    return Presence::kPresent;
-}
 
 // The list is one terminated text after the other.
 bool contains(std::string_view list, std::string_view wanted) {
@@ -53,42 +37,34 @@ bool contains(std::string_view list, std::string_view wanted) {
 struct Scheme {
     long type;  // as ProxyAuthTypeDefault names it
     DWORD bit;
-    const char* name;
+    const setting::Flag& isDenied;
+    const setting::Flag& isDeniedOverTls;
 };
 constexpr Scheme kSchemes[] = {
-    {0, 0, "Anonym"},
-    {1, CRYPTO_AUTH_BASIC, "Basic"},
-    {2, CRYPTO_AUTH_NTLM, "NTLM"},
-    {8, CRYPTO_AUTH_DIGEST, "Digest"},
-    {16, 0, "Negotiate"},
+    {0, 0, setting::ProxyAuthDenyAnonym, setting::ProxyAuthSSLDenyAnonym},
+    {1, CRYPTO_AUTH_BASIC, setting::ProxyAuthDenyBasic, setting::ProxyAuthSSLDenyBasic},
+    {2, CRYPTO_AUTH_NTLM, setting::ProxyAuthDenyNTLM, setting::ProxyAuthSSLDenyNTLM},
+    {8, CRYPTO_AUTH_DIGEST, setting::ProxyAuthDenyDigest, setting::ProxyAuthSSLDenyDigest},
+    {16, 0, setting::ProxyAuthDenyNegotiate, setting::ProxyAuthSSLDenyNegotiate},
 };
-
-// An absent word denies nothing, one that cannot be read denies.
-bool isDenied(const std::string& words, const char* name) {
-    int denied = 0;
-    const int result = support_registry_get_bool((kPolicy + words + "Deny" + name).c_str(), &denied);
-    return result != static_cast<int>(ERROR_FILE_NOT_FOUND) && (result != 0 || denied != 0);
-}
 
 // The same decision as that of the library's policy check on a new request.
 DownloadProxy proxyOfPolicy() {
+    using Source = TextValue::Source;
     DownloadProxy proxy;
-    std::string allowed;
-    const Presence address =
-        readTexts(support_registry_get_string, "\\config\\cades\\ocsppolicy\\DefaultProxy", proxy.address);
-    const Presence list =
-        readTexts(support_registry_get_multi_string, "\\config\\cades\\ocsppolicy\\AllowedProxies", allowed);
-    proxy.mayDownload = address != Presence::kUnreadable && list != Presence::kUnreadable &&
-                        (list == Presence::kAbsent || contains(allowed, proxy.address));
+    const TextValue address = textValueOf(setting::DefaultProxy);
+    const TextValue allowed = textValueOf(setting::AllowedProxies);
+    proxy.address = address.text;
+    proxy.mayDownload = address.source != Source::kUnreadable && allowed.source != Source::kUnreadable &&
+                        (allowed.source == Source::kDefault || contains(allowed.text, proxy.address));
     if (!proxy.mayDownload || proxy.address.empty()) {
         return proxy;
     }
-    const std::string words = proxy.address.starts_with("https://") ? "ProxyAuthSSL" : "ProxyAuth";
-    long type = 0;
-    static_cast<void>(support_registry_get_long((kPolicy + words + "TypeDefault").c_str(), &type));
-    const bool hasWords = proxy.address.starts_with("https://") || proxy.address.starts_with("http://");
+    const bool overTls = proxy.address.starts_with("https://");
+    const long type = numberOf(overTls ? setting::ProxyAuthSSLTypeDefault : setting::ProxyAuthTypeDefault);
+    const bool hasWords = overTls || proxy.address.starts_with("http://");
     for (const Scheme& scheme : kSchemes) {
-        const bool denied = isDenied(words, scheme.name);
+        const bool denied = flagOf(overTls ? scheme.isDeniedOverTls : scheme.isDenied, true);
         proxy.authSchemes |= denied ? 0 : scheme.bit;
         proxy.mayDownload = proxy.mayDownload && !(hasWords && denied && scheme.type == type);
     }

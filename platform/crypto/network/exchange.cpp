@@ -16,12 +16,12 @@
 #include "platform/crypto/network/check_scope.h"
 #include "platform/crypto/network/http_exchange.h"
 #include "platform/crypto/network/url_cache.h"
+#include "platform/support/settings_table.h"
 
 namespace tallow::platform {
 
 namespace {
 
-constexpr char kValiditySeconds[] = "\\config\\Basalt\\cache_settings\\OcspValiditySeconds";
 constexpr char kAgent[] = "tallow";
 constexpr long kOk = 200;
 
@@ -212,10 +212,9 @@ BOOL retrieve(const std::string& url, DWORD flags, DWORD timeout, void** object,
     const bool cacheOnly = (flags & CRYPT_CACHE_ONLY_RETRIEVAL) != 0;
     // Asked for both at once, "cache only" rules: a caller who must stay off the network is obeyed.
     if (cacheOnly || (flags & CRYPT_WIRE_ONLY_RETRIEVAL) == 0) {
-        long maxAge = 0;
-        const bool cached = support_registry_get_long(kValiditySeconds, &maxAge) == 0 && maxAge >= 1;
+        const long maxAge = numberOf(setting::OcspValiditySeconds);
         const FILETIME* resync = info == nullptr ? nullptr : info->pftCacheResync;
-        if (const auto answer = cached ? cache.find(url, maxAge, resync) : std::nullopt) {
+        if (const auto answer = maxAge > 0 ? cache.find(url, maxAge, resync) : std::nullopt) {
             noteCached(true);
             return deliver(*answer, object);
         }

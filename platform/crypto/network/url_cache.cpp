@@ -16,9 +16,10 @@
 #include <memory>
 #include <string_view>
 #include <system_error>
+#include <utility>
 
-#include "platform/crypto/base/service_call.h"
 #include "platform/support/descriptor.h"
+#include "platform/support/settings_table.h"
 
 namespace tallow::platform {
 
@@ -152,7 +153,10 @@ std::string nameOf(const std::string& url) {
 
 }  // namespace
 
-UrlCache::UrlCache() : folder_(settingText("\\crypto\\url_cache", defaultFolder())) {}
+UrlCache::UrlCache() {
+    TextValue folder = textValueOf(setting::url_cache);
+    folder_ = folder.source == TextValue::Source::kDefault ? defaultFolder() : std::move(folder.text);
+}
 
 std::optional<Bytes> UrlCache::find(const std::string& url, long maxAgeSeconds, const FILETIME* notBefore) const {
     const std::string name = nameOf(url);

@@ -1,0 +1,44 @@
+#include "platform/support/settings_table.h"
+
+#include "platform/support/support_service.h"
+
+namespace tallow::platform {
+
+long numberOf(const setting::Number& number) noexcept {
+    long value = 0;
+    const bool isRead = support_registry_get_long(number.path.text(), &value) == 0;
+    const bool fits = number.type == SettingType::kAnyNumber || (value >= number.minimum && value <= number.maximum);
+    return isRead && fits ? value : number.byDefault.value_or(0);
+}
+
+bool flagOf(const setting::Flag& flag, bool whenUnreadable) noexcept {
+    int value = 0;
+    const int error = support_registry_get_bool(flag.path.text(), &value);
+    if (error == static_cast<int>(ERROR_FILE_NOT_FOUND)) {
+        return flag.byDefault.value_or(false);
+    }
+    return error == 0 ? value != 0 : whenUnreadable;
+}
+
+TextValue textValueOf(const setting::Text& text) {
+    using Source = TextValue::Source;
+    const auto read =
+        text.type == SettingType::kTexts ? support_registry_get_multi_string : support_registry_get_string;
+    std::size_t size = 0;
+    if (const int error = read(text.path.text(), &size, nullptr); error != 0) {
+        const bool isAbsent = error == static_cast<int>(ERROR_FILE_NOT_FOUND);
+        return {isAbsent ? Source::kDefault : Source::kUnreadable,
+                std::string(isAbsent ? text.byDefault.value_or("") : "")};
+    }
+    std::string value(size, '\0');  // one byte more is there for the last terminator
+    if (read(text.path.text(), &size, value.data()) != 0) {
+        return {};
+    }
+    return {Source::kFile, value};
+}
+
+std::string textOf(const setting::Text& text) {
+    return textValueOf(text).text;
+}
+
+}  // namespace tallow::platform
