@@ -34,18 +34,22 @@ bool contains(std::string_view list, std::string_view wanted) {
     return false;
 }
 
+// The authentication types of ProxyAuthTypeDefault; those that are sent are numbered like their bits in CRYPTO_CHECK.
+constexpr long kAnonymous = 0;
+constexpr long kNegotiate = 16;
+
 struct Scheme {
-    long type;  // as ProxyAuthTypeDefault names it
-    DWORD bit;
+    long type;
+    DWORD bit;  // in CRYPTO_CHECK; 0 when nothing is sent
     const setting::Flag& isDenied;
     const setting::Flag& isDeniedOverTls;
 };
 constexpr Scheme kSchemes[] = {
-    {0, 0, setting::ProxyAuthDenyAnonym, setting::ProxyAuthSSLDenyAnonym},
-    {1, CRYPTO_AUTH_BASIC, setting::ProxyAuthDenyBasic, setting::ProxyAuthSSLDenyBasic},
-    {2, CRYPTO_AUTH_NTLM, setting::ProxyAuthDenyNTLM, setting::ProxyAuthSSLDenyNTLM},
-    {8, CRYPTO_AUTH_DIGEST, setting::ProxyAuthDenyDigest, setting::ProxyAuthSSLDenyDigest},
-    {16, 0, setting::ProxyAuthDenyNegotiate, setting::ProxyAuthSSLDenyNegotiate},
+    {kAnonymous, 0, setting::ProxyAuthDenyAnonym, setting::ProxyAuthSSLDenyAnonym},
+    {CRYPTO_AUTH_BASIC, CRYPTO_AUTH_BASIC, setting::ProxyAuthDenyBasic, setting::ProxyAuthSSLDenyBasic},
+    {CRYPTO_AUTH_NTLM, CRYPTO_AUTH_NTLM, setting::ProxyAuthDenyNTLM, setting::ProxyAuthSSLDenyNTLM},
+    {CRYPTO_AUTH_DIGEST, CRYPTO_AUTH_DIGEST, setting::ProxyAuthDenyDigest, setting::ProxyAuthSSLDenyDigest},
+    {kNegotiate, 0, setting::ProxyAuthDenyNegotiate, setting::ProxyAuthSSLDenyNegotiate},
 };
 
 // The same decision as that of the library's policy check on a new request.

@@ -15,6 +15,7 @@
 #include "platform/crypto/crypto_service.h"
 #include "platform/crypto/network/check_scope.h"
 #include "platform/crypto/network/http_exchange.h"
+#include "platform/crypto/network/http_status.h"
 #include "platform/crypto/network/url_cache.h"
 #include "platform/support/settings_table.h"
 
@@ -23,7 +24,6 @@ namespace tallow::platform {
 namespace {
 
 constexpr char kAgent[] = "tallow";
-constexpr long kOk = 200;
 
 // Empty when the text cannot be converted.
 std::wstring widen(const std::string& text) {
@@ -51,22 +51,22 @@ std::vector<std::string> headerLines(const std::string& text) {
     return lines;
 }
 
-// What the last error says of an HTTP status other than 200.
+// The last error for an HTTP status other than 200.
 DWORD errorOfStatus(long status) {
     switch (status) {
-        case 401:
-        case 407:
+        case kUnauthorized:
+        case kProxyAuthenticationRequired:
             return ERROR_INTERNET_LOGIN_FAILURE;
-        case 403:
+        case kForbidden:
             return ERROR_ACCESS_DENIED;
-        case 404:
-        case 410:
+        case kNotFound:
+        case kGone:
             return ERROR_FILE_NOT_FOUND;
-        case 408:
-        case 504:
+        case kRequestTimeout:
+        case kGatewayTimeout:
             return ERROR_INTERNET_TIMEOUT;
-        case 502:
-        case 503:
+        case kBadGateway:
+        case kServiceUnavailable:
             return ERROR_INTERNET_CANNOT_CONNECT;
         default:
             return ERROR_HTTP_INVALID_SERVER_RESPONSE;

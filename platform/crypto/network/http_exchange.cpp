@@ -18,6 +18,7 @@
 #include "platform/crypto/network/address_rules.h"
 #include "platform/crypto/network/check_scope.h"
 #include "platform/crypto/network/http_address.h"
+#include "platform/crypto/network/http_status.h"
 #include "platform/support/fork_gate.h"
 
 namespace tallow::platform {
@@ -311,7 +312,16 @@ bool isSendable(const HttpCall& call) {
 }
 
 bool isRedirect(long status) {
-    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+    switch (status) {
+        case kMovedPermanently:
+        case kFound:
+        case kSeeOther:
+        case kTemporaryRedirect:
+        case kPermanentRedirect:
+            return true;
+        default:
+            return false;
+    }
 }
 
 HttpAnswer failure(DWORD error) {
@@ -432,7 +442,7 @@ HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
 // with credentials that the redirecting server chose. (libcurl adds our own ones to a target on the same server.)
 bool Exchange::mayFollow(const HttpAddress& from, const HttpAddress& to, long status) const {
     const bool keepsLogin = to.login.empty() || (to.server == first_.server && to.login == first_.login);
-    return (to.isHttps || !from.isHttps) && keepsLogin && (!call_.post || status != 303);
+    return (to.isHttps || !from.isHttps) && keepsLogin && (!call_.post || status != kSeeOther);
 }
 
 // Moves `address` on to the target of a redirect. Returns 0, or why that is not done.
