@@ -273,14 +273,5 @@ TEST_F(Chains, BoundsTheSignatureChecks) {
     EXPECT_FALSE(ledger.verifies(*refOf(leaf), *refOf(pki.ca)));  // true, but no longer looked at
 }
 
-TEST_F(Chains, TakesNoMalformedCall) {
-    const ContextPtr end = context(pki.good.certificate);
-    PCCERT_CHAIN_CONTEXT chain = nullptr;
-    CERT_CHAIN_PARA parameters{};
-    EXPECT_FALSE(CertGetCertificateChain(nullptr, end.get(), nullptr, nullptr, &parameters, 0, nullptr, &chain));
-    EXPECT_EQ(GetLastError(), E_INVALIDARG);
-    CertFreeCertificateChain(nullptr);
-}
-
 }  // namespace
 }  // namespace testkit

@@ -150,6 +150,9 @@ TEST_F(Crls, ProveNothingWhenMalformed) {
                    {name, {later, crl(spec)}, kGood}});
     }
     expectAll({{"empty list", {crl({.emptyList = true})}, kUnknown},
+               {"weakly signed", {crl({.hash = "SHA1"})}, kUnknown},
+               {"without nextUpdate", {crl({.nextUpdateSeconds = std::nullopt})}, kUnknown},
+               {"from the future", {crl({.lastUpdateSeconds = 600})}, kUnknown},
                {"removed in a complete CRL", {listing({.reason = kRemove})}, kUnknown},
                {"version 1", {crl({.number = std::nullopt, .version = std::nullopt})}, kGood},
                {"version 1, listed", {listing({.number = std::nullopt, .version = std::nullopt})}, kRevoked},
@@ -184,6 +187,9 @@ TEST_F(Crls, CoverOnlyTheirScope) {
         {"relative in the certificate", {named}, kGood, points({points({relativeName("x")})})},
         {"relative, another", {relative}, kUnknown, points({points({relativeName("y")})})},
         {"points that cannot be read", {crl({})}, kUnknown | CERT_TRUST_INVALID_EXTENSION, tlv::null()},
+        {"for CA certificates", {crl(scoped(tlv::sequence({tlv::contextPrimitive(2, {0xFF})})))}, kUnknown},
+        {"for user certificates", {crl(scoped(tlv::sequence({tlv::contextPrimitive(1, {0xFF})})))}, kGood},
+        {"for attribute certificates", {crl(scoped(tlv::sequence({tlv::contextPrimitive(5, {0xFF})})))}, kUnknown},
         {"some reasons", {compromise}, kUnknown},
         {"all reasons in two parts", {compromise, crl(scoped(some(rest)))}, kGood},
         {"listed in the second part", {compromise, listing(scoped(some(rest)))}, kRevoked},

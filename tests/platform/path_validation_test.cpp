@@ -300,11 +300,11 @@ TEST_F(PathValidation, ExemptsSelfIssuedCertificatesFromLengthAndNameConstraints
     const auto subtree = [](unsigned list, const Bytes& base, const Bytes& range = {}) {
         return with("2.5.29.30", tlv::sequence({tlv::context(list, tlv::sequence({concat({base, range})}))}));
     };
-    const auto alternative = [](unsigned kind, const std::string& value) {
-        return with("2.5.29.17", tlv::sequence({tlv::contextPrimitive(kind, bytesOf(value))}));
-    };
     const auto kind = [](unsigned number, const std::string& value) {
         return tlv::contextPrimitive(number, bytesOf(value));
+    };
+    const auto alternative = [&](unsigned number, const std::string& value) {
+        return with("2.5.29.17", tlv::sequence({kind(number, value)}));
     };
     const Change mailInSubject = [](CertificateSpec& spec) {
         spec.subject = tlv::sequence(
@@ -328,9 +328,7 @@ TEST_F(PathValidation, ExemptsSelfIssuedCertificatesFromLengthAndNameConstraints
         {"name in another case", {subtree(0, tlv::context(4, named("ELEMENT  1"))), nothing}},
         {"DNS name permitted", {subtree(0, kind(2, "b.example")), alternative(2, "a.B.example")}},
         {"DNS name outside", {subtree(0, kind(2, "b.example")), alternative(2, "ab.example")}, kOutside},
-        {"DNS name excluded", {subtree(1, kind(2, "b.example")), alternative(2, "a.b.example")}, kExcluded},
         {"mail permitted", {subtree(0, kind(1, "a.example")), alternative(1, "me@a.example")}},
-        {"mail outside", {subtree(0, kind(1, "a.example")), alternative(1, "me@b.a.example")}, kOutside},
         {"mail in the subject outside", {subtree(0, kind(1, "a.example")), mailInSubject}, kOutside},
         {"URI permitted", {subtree(0, kind(6, ".a.example")), alternative(6, "http://b.a.example/x")}},
         {"URI excluded", {subtree(1, kind(6, "a.example")), alternative(6, "https://a.example:8/")}, kExcluded},
@@ -422,18 +420,6 @@ TEST_F(PathValidation, IgnoresCaseAndStringTypeOfNames) {
     }
 }
 
-TEST_F(PathValidation, AcceptsAChangeOfTheCaKey) {
-    const Identity newRoot = rootCa("root");
-    const Identity newWithOld = caWithKey(pki.root, "root", newRoot.key);
-    const Identity oldWithNew = caWithKey(newRoot, "root", pki.root.key);
-    const Identity leaf = leafUnder(newRoot);
-    EXPECT_EQ(simple(chainOf({leaf, {newRoot, newWithOld}})).cElement, 3U);
-    EXPECT_EQ(errorOf(chainOf({leaf, {newRoot, newWithOld}})), 0U);
-    EXPECT_EQ(errorOf(chainOf({leaf, {newRoot}})), CERT_TRUST_IS_UNTRUSTED_ROOT);
-    const TrustWorld later({newRoot});
-    EXPECT_EQ(errorOf(chainOf({pki.good, {pki.ca, pki.root, oldWithNew}})), 0U);
-}
-
 // In each row some way leads to the root without a fault.
 TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
     struct Row {
@@ -452,6 +438,7 @@ TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
     const Identity forgedRoot{pki.root.certificate, Key::make()};
     const Identity forged = namesake(pki.ca.key, forgedRoot);
     const Change old = [](CertificateSpec& spec) { spec.notAfterSeconds = -60; };
+    const Identity below = issueCa(pki.ca, "below");
     const Identity narrow = caUnder(pki.root, pathLength(0));
     const Change other = [&](CertificateSpec& spec) {
         spec.criticalExtensions = {
@@ -481,20 +468,18 @@ TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
     const std::vector<Identity> some(many.begin(), many.begin() + 60);
     const Row rows[] = {
         {"the CA's key in a forged certificate", pki.ca, {forged, pki.ca}},
-        {"the same, the CA in a store", pki.ca, {forged}, {pki.ca}},
         {"forty of them", pki.ca, then(crowd(40, [&] { return pki.ca.key; }), {pki.ca})},
         {"namesakes", pki.ca, then(some, {pki.ca})},
         {"namesakes, above another CA", pki.subCa, then(some, {pki.subCa, pki.ca})},
-        {"namesakes behind the CA", pki.ca, then({pki.ca}, many)},
+        {"namesakes after the CA", pki.ca, then({pki.ca}, many)},
         {"namesakes, the CA in a store", pki.ca, many, {pki.ca}},
         {"namesakes with one key", pki.ca, then(crowd(90, [&] { return wrong; }), {pki.ca})},
         {"expired certificate of the CA", pki.ca, {namesake(pki.ca.key, pki.root, old), pki.ca}},
-        {"the same in a store", pki.ca, {pki.ca}, {namesake(pki.ca.key, pki.root, old)}},
         {"cross certificate of an unknown root", pki.ca, {namesake(pki.ca.key, rootCa("unknown")), pki.ca}},
+        {"loop of two CAs", pki.ca, {namesake(pki.ca.key, below), below, pki.ca}},
         {"cross certificate over a CA that may have none below",
          pki.ca,
          {namesake(pki.ca.key, narrow), narrow, pki.ca}},
-        {"the same in a store", pki.ca, {pki.ca}, {namesake(pki.ca.key, narrow), narrow}},
         {"certificate of the CA for other names", pki.ca, {namesake(pki.ca.key, pki.root, other), pki.ca}},
         {"certificate of the CA that needs a policy", pki.ca, {namesake(pki.ca.key, pki.root, saying("E0")), pki.ca}},
     };
@@ -533,30 +518,16 @@ TEST_F(PathValidation, LimitsTheWorkOfJudgingPaths) {
     std::vector<Identity> path{pki.good, reissued(pki.root, large), reissued(pki.root, large), pki.ca};
     EXPECT_EQ(errorOfPath(path), 0U);
     path.insert(path.begin() + 1, reissued(pki.root, large));
-    EXPECT_NE(errorOfPath(path), 0U);
+    EXPECT_EQ(errorOfPath(path), kPolicyFault);
 
     const Identity unknown = rootCa("unknown");
     path = {pki.good, reissued(unknown, saying("E0")), reissued(unknown, nothing), unknown};
     EXPECT_EQ(errorOfPath(path), CERT_TRUST_IS_UNTRUSTED_ROOT | kPolicyFault) << "of the first";
     path.push_back(pki.ca);
     EXPECT_EQ(errorOfPath(path), 0U);
-}
 
-TEST_F(PathValidation, LimitsAPathToTwelveCertificates) {
-    const std::vector<Identity> longest = pathOf(std::vector<Change>(11, nothing));
-    EXPECT_EQ(errorOfPath(longest), 0U);
+    EXPECT_EQ(errorOfPath(pathOf(std::vector<Change>(11, nothing))), 0U) << "twelve certificates";
     EXPECT_EQ(errorOfPath(pathOf(std::vector<Change>(12, nothing))), CERT_TRUST_IS_PARTIAL_CHAIN);
-}
-
-TEST_F(PathValidation, TrustsARootOfVersion1ForItsKeyAndName) {
-    CertificateSpec spec;
-    spec.commonName = "old root";
-    spec.version = 1;
-    spec.keyIdentifiers = false;
-    const Identity old = selfSigned(spec);
-    const TrustWorld own({old});
-    const Identity ca = issueCa(old, "ca of the old root");
-    EXPECT_EQ(errorOfPath({leafUnder(ca), ca}), 0U);
 }
 
 }  // namespace

@@ -41,6 +41,7 @@ protected:
         Bytes body;
         DWORD httpStatus = 0;
     };
+    // Retrieves from the cache, the network or both, as the flags say.
     static Result retrieve(const std::string& address, DWORD flags, FILETIME* resync = nullptr, DWORD timeout = 5000) {
         CRYPT_RETRIEVE_AUX_INFO info{};
         info.cbSize = sizeof info;

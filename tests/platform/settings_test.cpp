@@ -2,7 +2,6 @@
 
 #include <array>
 #include <string>
-#include <thread>
 #include <vector>
 
 #include "tests/platform/environment_fixture.h"
@@ -226,37 +225,6 @@ TEST(Settings, TakeAValueOfTheWrongKindForAMistakeInTheFile) {
         EXPECT_NE(std::string(error.message).find(row.key), std::string::npos) << error.message;
         // From now on nobody goes on with defaults.
         EXPECT_EQ(readText(support_registry_get_string, "\\anything"), "<second error 11>");
-    }
-}
-
-TEST(Settings, OfTheExampleFileAreReadable) {
-    EXPECT_EQ(support_settings_open("../settings.example.toml"), 0);
-    long number = 0;
-    EXPECT_EQ(support_registry_get_long("\\config\\cades\\ocsppolicy\\ResponseAccuracy", &number), 0);
-    EXPECT_EQ(number, 180000);
-    const SettingsFile restored("");
-}
-
-TEST(Settings, CanBeReadWhileTheyAreReplaced) {
-    const SettingsFile one("value = \"one\"\n");
-    const std::string other = one.folder().write("other.toml", "value = \"second\"\n");
-    std::vector<std::thread> readers;
-    for (int i = 0; i < 4; ++i) {
-        readers.emplace_back([] {
-            for (int round = 0; round < 500; ++round) {
-                std::array<char, 16> buffer{};
-                size_t size = buffer.size() - 1;
-                ASSERT_EQ(support_registry_get_string("\\value", &size, buffer.data()), 0);
-                const std::string value = buffer.data();
-                ASSERT_TRUE(value == "one" || value == "second") << value;
-            }
-        });
-    }
-    for (int round = 0; round < 50; ++round) {
-        ASSERT_EQ(support_settings_open((round % 2 == 0 ? other : one.path()).c_str()), 0);
-    }
-    for (std::thread& reader : readers) {
-        reader.join();
     }
 }
 

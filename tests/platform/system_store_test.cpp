@@ -269,14 +269,6 @@ TEST_F(SystemStore, NeitherWaitsForNorFollowsWhatIsNoFile) {
     EXPECT_EQ(all(open("CA")), std::vector<Bytes>{pki_.ca.certificate});
 }
 
-TEST_F(SystemStore, OpensAFolderOfThousandsOfFiles) {
-    for (int i = 0; i < 3000; ++i) {
-        folder_.write("user/CA/" + std::to_string(i) + ".der", i % 3 == 0 ? pki_.ca.certificate : Bytes{0x30, 0x01});
-    }
-    EXPECT_EQ(all(open("CA")), std::vector<Bytes>{pki_.ca.certificate});
-    EXPECT_EQ(all(open("CA")), std::vector<Bytes>{pki_.ca.certificate});
-}
-
 TEST_F(SystemStore, MustExistOnlyWhenAskedTo) {
     EXPECT_EQ(open("My"), nullptr);
     EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
