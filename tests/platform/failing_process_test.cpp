@@ -144,7 +144,7 @@ TEST_F(FailingProcess, WorksInAChildForkedFromABusyProcess) {
     }
     const std::string crl = world_.file("CA/root.crl");
     std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (std::size_t thread = 0; thread < 3; ++thread) {
         threads.emplace_back([&, thread] {
             for (std::size_t round = thread; !stop; round += 3) {
@@ -158,9 +158,6 @@ TEST_F(FailingProcess, WorksInAChildForkedFromABusyProcess) {
         EXPECT_EQ(inChild([&] { return isRightNow() ? 0 : 1; }), 0) << i;
     }
     stop = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
 }
 
 }  // namespace

@@ -25,13 +25,10 @@ std::wstring base64(const Bytes& bytes, DWORD flags) {
 }
 
 TEST(TextForms, WriteBase64InOneLineOrInLines) {
-    struct Row {
-        const char* bytes;
-        const wchar_t* expected;
-    };
-    for (const Row& row :
-         {Row{"", L""}, Row{"f", L"Zg=="}, Row{"fo", L"Zm8="}, Row{"foo", L"Zm9v"}, Row{"\xFB\xFF\xBF", L"+/+/"}}) {
-        EXPECT_EQ(base64(bytesOf(std::string_view(row.bytes)), kPlain), row.expected);
+    const std::pair<std::string_view, const wchar_t*> rows[] = {
+        {"", L""}, {"f", L"Zg=="}, {"fo", L"Zm8="}, {"foo", L"Zm9v"}, {"\xFB\xFF\xBF", L"+/+/"}};
+    for (const auto& [bytes, expected] : rows) {
+        EXPECT_EQ(base64(bytesOf(bytes), kPlain), expected);
     }
     const Bytes lineAndMore(49, 0);
     const std::wstring line(64, L'A');
@@ -73,12 +70,11 @@ TEST(TextForms, ReadPemBase64AndBytesAsAllowed) {
         DWORD skip = 99;
         DWORD met = 99;
         const BOOL read = CryptStringToBinaryA(row.text.c_str(), 0, row.form, bytes.data(), &size, &skip, &met);
-        if (row.expected == "-") {
-            EXPECT_FALSE(read);
+        ASSERT_EQ(read != FALSE, row.expected != "-");
+        if (!read) {
             EXPECT_EQ(GetLastError(), ERROR_INVALID_DATA);
             continue;
         }
-        ASSERT_TRUE(read);
         bytes.resize(size);
         EXPECT_EQ(toHex(bytes), row.expected);
         EXPECT_EQ(met, row.met);
