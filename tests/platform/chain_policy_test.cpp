@@ -28,11 +28,10 @@ struct Question {
 };
 
 struct Verdict {
-    DWORD error = 0;
-    DWORD mask = 0;
-    bool noCheck = false;
+    DWORD error;
+    DWORD mask;
+    bool noCheck;
     std::vector<int> authorized;
-    LONG element = -2;
 };
 
 Verdict judge(const Question& question) {
@@ -48,22 +47,17 @@ Verdict judge(const Question& question) {
                            blobOf(id.issuerKeyHash),
                            blobOf(id.serial)});
     }
-    Verdict verdict;
-    verdict.authorized.assign(entries.size(), 7);  // whatever the policy does not write shows
+    std::vector<int> authorized(entries.size(), 7);  // whatever the policy does not write shows
     FILETIME producedAt = fileTime(question.producedAtSeconds);
     OCSPChainPolicyPara extra{sizeof extra, &producedAt, static_cast<DWORD>(entries.size()), entries.data(),
                               question.isNamed};
     OCSPChainPolicyStatus result{};
     result.cbSize = sizeof result;
-    result.rgAuthorized = verdict.authorized.data();
+    result.rgAuthorized = authorized.data();
     CERT_CHAIN_POLICY_PARA parameters{sizeof parameters, 0, &extra};
     CERT_CHAIN_POLICY_STATUS status{sizeof status, 0, 0, 0, &result};
     EXPECT_TRUE(CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_OCSP_RESPONDER, chain.get(), &parameters, &status));
-    verdict.error = status.dwError;
-    verdict.mask = result.dwError;
-    verdict.noCheck = result.fNoCheck != 0;
-    verdict.element = status.lElementIndex;
-    return verdict;
+    return {status.dwError, result.dwError, result.fNoCheck != 0, authorized};
 }
 
 CertificateSpec delegateSpec() {
@@ -74,14 +68,12 @@ CertificateSpec delegateSpec() {
     return spec;
 }
 
-template <typename Change>
-Identity delegateOf(const Identity& issuer, Change change) {
+Identity delegateOf(const Identity& issuer, const std::function<void(CertificateSpec&)>& change = nullptr) {
     CertificateSpec spec = delegateSpec();
-    change(spec);
+    if (change) {
+        change(spec);
+    }
     return issue(issuer, spec);
-}
-Identity delegateOf(const Identity& issuer) {
-    return issue(issuer, delegateSpec());
 }
 
 // A delegate whose signature claims one bit less than it has; the bit is 0, so that the octets stay what they are.
@@ -282,22 +274,15 @@ TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames)
 }
 
 TEST_F(ResponderPolicy, BelievesNoHashThatItCannotMakeOrThatIsNotWhole) {
-    CertIdSpec unknownHash = asked;
-    unknownHash.hashOid = "1.2.3.4";
-    CertIdSpec otherHash = asked;
-    otherHash.hashOid = kSha256Oid;
-    CertIdSpec shortened = asked;
-    shortened.issuerKeyHash.pop_back();
-    CertIdSpec empty = asked;
-    empty.issuerKeyHash.clear();
-    empty.issuerNameHash.clear();
-    CertIdSpec nameAlone = asked;
-    nameAlone.issuerKeyHash.back() ^= 1;
-    CertIdSpec keyAlone = asked;
-    keyAlone.issuerNameHash.back() ^= 1;
-    const Verdict verdict =
-        judge({delegateOf(pki.ca), {unknownHash, otherHash, shortened, empty, nameAlone, keyAlone, asked}, {pki.ca}});
-    EXPECT_EQ(verdict.authorized, (std::vector<int>{0, 0, 0, 0, 0, 0, 1}));
+    std::vector<CertIdSpec> entries(7, asked);
+    entries[0].hashOid = "1.2.3.4";
+    entries[1].hashOid = kSha256Oid;
+    entries[2].issuerKeyHash.pop_back();
+    entries[3].issuerKeyHash.clear();
+    entries[3].issuerNameHash.clear();
+    entries[4].issuerKeyHash.back() ^= 1;
+    entries[5].issuerNameHash.back() ^= 1;
+    EXPECT_EQ(judge({delegateOf(pki.ca), entries, {pki.ca}}).authorized, (std::vector<int>{0, 0, 0, 0, 0, 0, 1}));
 }
 
 TEST_F(ResponderPolicy, TellsTheNoCheckMarkAndWhatCrlsSaid) {
@@ -330,19 +315,18 @@ TEST_F(ResponderPolicy, TellsTheNoCheckMarkAndWhatCrlsSaid) {
     EXPECT_EQ(revoked.authorized, std::vector<int>{0});
 }
 
-TEST_F(ResponderPolicy, TakesNoMalformedQuestion) {
+TEST_F(ResponderPolicy, RejectsMalformedParametersAndOtherPolicies) {
     const ChainPtr chain = chainOf({.end = pki.delegate, .extra = {pki.ca}});
     OCSPChainPolicyPara noTime{sizeof noTime, nullptr, 0, nullptr, nullptr};
     OCSPChainPolicyStatus result{sizeof result, 0, {}, 0, nullptr};
     CERT_CHAIN_POLICY_PARA parameters{sizeof parameters, 0, &noTime};
     CERT_CHAIN_POLICY_STATUS status{sizeof status, 0, 0, 0, &result};
-    const auto lastErrorFor = [&](const char* policy) {
+    for (const auto& [policy, error] : {std::pair(CERT_CHAIN_POLICY_OCSP_RESPONDER, E_INVALIDARG),
+                                        std::pair("{00000000-0000-0000-0000-000000000000}", ERROR_FILE_NOT_FOUND),
+                                        std::pair(reinterpret_cast<const char*>(1), ERROR_FILE_NOT_FOUND)}) {
         EXPECT_FALSE(CertVerifyCertificateChainPolicy(policy, chain.get(), &parameters, &status));
-        return GetLastError();
-    };
-    EXPECT_EQ(lastErrorFor(CERT_CHAIN_POLICY_OCSP_RESPONDER), E_INVALIDARG);
-    EXPECT_EQ(lastErrorFor("{00000000-0000-0000-0000-000000000000}"), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(lastErrorFor(reinterpret_cast<const char*>(1)), ERROR_FILE_NOT_FOUND);
+        EXPECT_EQ(GetLastError(), error);
+    }
 }
 
 }  // namespace

@@ -82,6 +82,11 @@ Change saying(const std::string& text) {
 
 void nothing(CertificateSpec& /*spec*/) {}
 
+// A name of one attribute.
+Bytes nameOf(const char* type, const Bytes& value) {
+    return tlv::sequence({tlv::set({tlv::sequence({tlv::oid(type), value})})});
+}
+
 Change pathLength(int length) {
     return [=](CertificateSpec& spec) { spec.pathLength = length; };
 }
@@ -294,9 +299,7 @@ TEST_F(PathValidation, RefusesASignatureAlgorithmThatIsNotTheSignedOne) {
 }
 
 TEST_F(PathValidation, ExemptsSelfIssuedCertificatesFromLengthAndNameConstraints) {
-    const auto named = [](const std::string& text) {
-        return tlv::sequence({tlv::set({tlv::sequence({tlv::oid("2.5.4.3"), tlv::utf8String(text)})})});
-    };
+    const auto named = [](const std::string& text) { return nameOf("2.5.4.3", tlv::utf8String(text)); };
     const auto subtree = [](unsigned list, const Bytes& base, const Bytes& range = {}) {
         return with("2.5.29.30", tlv::sequence({tlv::context(list, tlv::sequence({concat({base, range})}))}));
     };
@@ -307,8 +310,7 @@ TEST_F(PathValidation, ExemptsSelfIssuedCertificatesFromLengthAndNameConstraints
         return with("2.5.29.17", tlv::sequence({kind(number, value)}));
     };
     const Change mailInSubject = [](CertificateSpec& spec) {
-        spec.subject = tlv::sequence(
-            {tlv::set({tlv::sequence({tlv::oid("1.2.840.113549.1.9.1"), tlv::ia5String("me@other.example")})})});
+        spec.subject = nameOf("1.2.840.113549.1.9.1", tlv::ia5String("me@other.example"));
     };
     constexpr DWORD kBasic = CERT_TRUST_INVALID_BASIC_CONSTRAINTS;
     constexpr DWORD kOutside = CERT_TRUST_HAS_NOT_PERMITTED_NAME_CONSTRAINT;
@@ -375,9 +377,7 @@ TEST_F(PathValidation, ExemptsSelfIssuedCertificatesFromLengthAndNameConstraints
 }
 
 TEST_F(PathValidation, IgnoresCaseAndStringTypeOfNames) {
-    const auto name = [](const Bytes& value) {
-        return tlv::sequence({tlv::set({tlv::sequence({tlv::oid("2.5.4.3"), value})})});
-    };
+    const auto name = [](const Bytes& value) { return nameOf("2.5.4.3", value); };
     const auto caNamed = [&](const Bytes& value) {
         return caUnder(pki.root, [&](CertificateSpec& spec) { spec.subject = name(value); });
     };
