@@ -14,7 +14,7 @@
 namespace testkit {
 namespace {
 
-TEST(Certificate, ShowsItsFieldsAsTheyStandInTheBytes) {
+TEST(Certificate, ExposesItsFields) {
     CertificateSpec spec;
     spec.commonName = "fields";
     spec.serial = fromHex("00a1b2c3");
@@ -53,7 +53,7 @@ TEST(Certificate, ShowsItsFieldsAsTheyStandInTheBytes) {
     EXPECT_EQ(GetLastError(), CRYPT_E_NOT_FOUND);
 }
 
-TEST(Certificate, ComputesHashesOnDemandAndListsThemFromThenOn) {
+TEST(Certificate, ComputesHashesOnDemandAndThenListsThem) {
     const Bytes& der = Pki::shared().good.certificate;
     const ContextPtr context = testkit::context(der);
     EXPECT_EQ(CertEnumCertificateContextProperties(context.get(), 0), 0U);
@@ -69,7 +69,7 @@ TEST(Certificate, ComputesHashesOnDemandAndListsThemFromThenOn) {
     EXPECT_EQ(GetLastError(), CRYPT_E_NOT_FOUND);
 }
 
-TEST(Certificate, KeepsPropertiesForAllHoldersOfTheContext) {
+TEST(Certificate, SharesPropertiesBetweenReferences) {
     const ContextPtr context = testkit::context(Pki::shared().good.certificate);
     const ContextPtr duplicate(CertDuplicateCertificateContext(context.get()));
     EXPECT_EQ(duplicate.get(), context.get());
@@ -86,7 +86,7 @@ TEST(Certificate, KeepsPropertiesForAllHoldersOfTheContext) {
     EXPECT_TRUE(property(context.get(), 81).empty());
 }
 
-TEST(Certificate, GivesKeyInformationAsOneBlockThatPointsIntoItself) {
+TEST(Certificate, ReturnsKeyInformationAsOneBlockThatPointsIntoItself) {
     const ContextPtr context = testkit::context(Pki::shared().good.certificate);
     const std::wstring name = L"file:///keys/" + std::wstring(300, L'k');
     std::wstring container = name;
@@ -97,7 +97,7 @@ TEST(Certificate, GivesKeyInformationAsOneBlockThatPointsIntoItself) {
     ASSERT_TRUE(CertSetCertificateContextProperty(context.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, &info));
     container = L"gone";
     parameterBytes[0] = 9;
-    // Read, set on another context from the block as it is, and read again there.
+    // Copied to another context from the unchanged block, and read again there.
     const ContextPtr other = testkit::context(Pki::shared().good.certificate);
     Bytes block = property(context.get(), CERT_KEY_PROV_INFO_PROP_ID);
     ASSERT_TRUE(CertSetCertificateContextProperty(other.get(), CERT_KEY_PROV_INFO_PROP_ID, 0, block.data()));
@@ -114,7 +114,7 @@ TEST(Certificate, GivesKeyInformationAsOneBlockThatPointsIntoItself) {
                 inside(info.rgProvParam->pbData));
 }
 
-TEST(Certificate, RefusesWhatIsNoCertificate) {
+TEST(Certificate, RejectsMalformedInput) {
     const Bytes& good = Pki::shared().good.certificate;
     const Bytes trailing = concat({good, fromHex("00")});
     for (const Bytes& row :
@@ -128,7 +128,7 @@ TEST(Certificate, RefusesWhatIsNoCertificate) {
     EXPECT_EQ(GetLastError(), E_INVALIDARG);
 }
 
-TEST(Certificate, IsNeverValidWithTimesThatCannotBeRead) {
+TEST(Certificate, IsNeverValidWithUnreadableTimes) {
     const auto withTimes = [](const char* to) {
         Bytes bytes = Pki::shared().good.certificate;
         const Bytes header = fromHex("170D");
@@ -143,12 +143,12 @@ TEST(Certificate, IsNeverValidWithTimesThatCannotBeRead) {
         const FILETIME& last = context->pCertInfo->NotAfter;
         EXPECT_EQ(std::uint64_t{last.dwHighDateTime} << 32U | last.dwLowDateTime, 0U);
         EXPECT_EQ(context->pCertInfo->NotBefore.dwHighDateTime, static_cast<DWORD>(INT32_MAX));
-        EXPECT_EQ(tallow::platform::Certificate::of(context.get())->x509(), nullptr) << "and is in no chain";
+        EXPECT_EQ(tallow::platform::Certificate::of(context.get())->x509(), nullptr) << "in no chain";
     }
 }
 
-// Under the sanitizers this finds a read outside the bytes; else it finds a crash.
-TEST(Certificate, SurvivesEveryCutAndManyAlteredOctets) {
+// Finds crashes, and under the sanitizers reads out of bounds.
+TEST(Certificate, SurvivesTruncationAndRandomChanges) {
     const Bytes& good = Pki::shared().delegate.certificate;
     for (size_t size = 0; size < good.size(); ++size) {
         EXPECT_EQ(testkit::context(Bytes(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size))), nullptr);

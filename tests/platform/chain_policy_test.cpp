@@ -1,4 +1,4 @@
-// The trust decision: who may answer for whom. Each refusal here is a mistake that has been made by real clients.
+// The trust decision: which responders may answer for which certificates.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -47,7 +47,7 @@ Verdict judge(const Question& question) {
                            blobOf(id.issuerKeyHash),
                            blobOf(id.serial)});
     }
-    std::vector<int> authorized(entries.size(), 7);  // whatever the policy does not write shows
+    std::vector<int> authorized(entries.size(), 7);  // to notice entries that the policy does not write
     FILETIME producedAt = fileTime(question.producedAtSeconds);
     OCSPChainPolicyPara extra{sizeof extra, &producedAt, static_cast<DWORD>(entries.size()), entries.data(),
                               question.isNamed};
@@ -76,7 +76,7 @@ Identity delegateOf(const Identity& issuer, const std::function<void(Certificate
     return issue(issuer, spec);
 }
 
-// A delegate whose signature claims one bit less than it has; the bit is 0, so that the octets stay what they are.
+// A delegate whose signature has one unused bit. The bit is 0, so the octets do not change.
 Identity withUnusedBit(const Identity& issuer) {
     Identity delegate = delegateOf(issuer);
     while ((delegate.certificate.back() & 1) != 0) {
@@ -91,7 +91,7 @@ Identity withUnusedBit(const Identity& issuer) {
     return delegate;
 }
 
-// Nothing between the certificate and a root has been asked about revocation: set on every chain without CRLs.
+// Revocation was not checked: set on every chain without CRLs.
 constexpr DWORD kOpen = OCSP_CHAIN_REVOCATION_UNKNOWN;
 
 // A certificate of version 1.
@@ -111,11 +111,11 @@ protected:
 struct RefusalRow {
     const char* name;
     Question question;
-    DWORD mask;       // with kOpen alone the refusal is in rgAuthorized
-    DWORD error = 0;  // status.dwError, beside which the mask does not count
+    DWORD mask;       // with only kOpen, rgAuthorized rejects
+    DWORD error = 0;  // status.dwError; the mask is ignored when it is set
 };
 
-TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
+TEST_F(ResponderPolicy, RejectsUnauthorisedResponders) {
     const auto by = [&](Identity responder, std::vector<Identity> extra = {}) {
         extra.push_back(pki.ca);
         return Question{std::move(responder), {asked}, std::move(extra)};
@@ -214,7 +214,7 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
     }
 }
 
-TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames) {
+TEST_F(ResponderPolicy, AcceptsIssuersDelegatesAndNamedResponders) {
     struct Row {
         const char* name;
         Question question;
@@ -244,7 +244,7 @@ TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames)
         {"the issuer, with a key for certificates and CRLs alone", {strictCa, {certIdOf(pki.good, strictCa)}}},
         {"the root for what it issued", {pki.root, {certIdOf(pki.ca, pki.root)}}},
         {"a delegate with further usages and nonRepudiation", {withFurtherUsages, {asked}, {pki.ca}}},
-        // Whoever could answer himself gives away nothing that is not his.
+        // An issuer that may answer itself may also delegate.
         {"a delegate of a CA that is itself for servers alone",
          {delegateOf(serverCa), {certIdOf(pki.good, serverCa)}, {serverCa}}},
         {"a delegate, when the issuer has two certificates", {delegate, {asked}, {renewed, pki.ca}}},
@@ -273,7 +273,7 @@ TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames)
     }
 }
 
-TEST_F(ResponderPolicy, BelievesNoHashThatItCannotMakeOrThatIsNotWhole) {
+TEST_F(ResponderPolicy, RejectsUnknownAndIncompleteHashes) {
     std::vector<CertIdSpec> entries(7, asked);
     entries[0].hashOid = "1.2.3.4";
     entries[1].hashOid = kSha256Oid;
@@ -285,7 +285,7 @@ TEST_F(ResponderPolicy, BelievesNoHashThatItCannotMakeOrThatIsNotWhole) {
     EXPECT_EQ(judge({delegateOf(pki.ca), entries, {pki.ca}}).authorized, (std::vector<int>{0, 0, 0, 0, 0, 0, 1}));
 }
 
-TEST_F(ResponderPolicy, TellsTheNoCheckMarkAndWhatCrlsSaid) {
+TEST_F(ResponderPolicy, ReportsNoCheckAndRevocation) {
     const Identity marked = delegateOf(pki.ca, [](CertificateSpec& spec) { spec.ocspNoCheck = true; });
     EXPECT_TRUE(judge({marked, {asked}, {pki.ca}}).noCheck);
     const Identity delegate = delegateOf(pki.ca);

@@ -1,4 +1,4 @@
-// Chains: what they are built from, how their faults are told, and what they may cost.
+// Chains: their sources, the faults reported, and the limits on their cost.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -14,18 +14,18 @@ namespace {
 
 constexpr DWORD kOffline = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
 
-class Chains : public ::testing::Test {
+class Chain : public ::testing::Test {
 protected:
     const Pki& pki = Pki::shared();
     TrustWorld world{{pki.root}};
 };
 
-TEST_F(Chains, AlwaysGivesAContextWithTheFaultsWhereTheyAre) {
+TEST_F(Chain, ReportsEachFaultAtItsElement) {
     struct Row {
         const char* name;
         ChainRequest request;
-        std::vector<DWORD> errors;  // one an element
-        DWORD chainError = 0;       // beside those
+        std::vector<DWORD> errors;  // one per element
+        DWORD chainError = 0;       // in addition to those
     };
     const Identity mayNotSign = caUnder(pki.root, [](CertificateSpec& spec) { spec.keyUsage = "cRLSign"; });
     const Identity shortPath = caUnder(pki.root, [](CertificateSpec& spec) { spec.pathLength = 0; });
@@ -70,7 +70,7 @@ TEST_F(Chains, AlwaysGivesAContextWithTheFaultsWhereTheyAre) {
     }
 }
 
-TEST_F(Chains, TrustsTheRootStoreTheRootsOfThisRunOrThoseOfAnEngine) {
+TEST_F(Chain, TrustsRootsOfTheStoreTheRunOrTheEngine) {
     const Identity own = rootCa("own root");
     const Identity leaf = leafUnder(own);
     EXPECT_EQ(errorOf(chainOf({leaf, {own}})), CERT_TRUST_IS_UNTRUSTED_ROOT);
@@ -92,7 +92,7 @@ TEST_F(Chains, TrustsTheRootStoreTheRootsOfThisRunOrThoseOfAnEngine) {
     EXPECT_EQ(errorOf(chainOf({leaf})), CERT_TRUST_IS_PARTIAL_CHAIN);
     world.add("ROOT/own.pem", own);
     EXPECT_EQ(errorOf(chainOf({leaf})), 0U);
-    // What is not self-signed leads on and is no end.
+    // A root that is not self-signed does not end the chain.
     ASSERT_TRUE(crypto_add_trusted_root(context(pki.sibling.certificate).get()));
     EXPECT_EQ(simple(chainOf({leafUnder(pki.sibling)})).cElement, 3U);
 }
@@ -127,7 +127,7 @@ Bytes certificatesOnly(const std::vector<Identity>& certificates) {
     return readFile(dir.file("out.p7c"));
 }
 
-TEST_F(Chains, TakesIssuersFromStoresAndFromTheirAddresses) {
+TEST_F(Chain, FindsIssuersInStoresAndAtTheirAddresses) {
     Files files;
     const auto leafNaming = [&](const std::string& url) {
         CertificateSpec spec;
@@ -139,13 +139,13 @@ TEST_F(Chains, TakesIssuersFromStoresAndFromTheirAddresses) {
     const Identity rubbish = leafNaming(files.add("/rubbish", bytesOf("no certificate")));
 
     EXPECT_EQ(errorOf(chainOf({single})), CERT_TRUST_IS_PARTIAL_CHAIN);
-    EXPECT_EQ(files.requests(), 0U);  // the flags of these requests confine them to what is cached
+    EXPECT_EQ(files.requests(), 0U);  // these requests may only use the cache
     EXPECT_EQ(errorOf(chainOf({.end = single, .flags = 0})), 0U);
     EXPECT_EQ(errorOf(chainOf({.end = message, .flags = 0})), 0U);
     EXPECT_EQ(files.requests(), 2U);
     EXPECT_EQ(errorOf(chainOf({.end = single, .flags = 0})), 0U);
     EXPECT_EQ(errorOf(chainOf({single})), 0U);
-    EXPECT_EQ(files.requests(), 2U);  // kept
+    EXPECT_EQ(files.requests(), 2U);  // cached
     EXPECT_EQ(errorOf(chainOf({.end = rubbish, .flags = 0})), CERT_TRUST_IS_PARTIAL_CHAIN);
     constexpr DWORD kOfRequestor = CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT;
     chainOf({.end = rubbish, .flags = kOfRequestor});
@@ -153,10 +153,10 @@ TEST_F(Chains, TakesIssuersFromStoresAndFromTheirAddresses) {
 
     world.add("CA/ca.pem", pki.ca);
     EXPECT_EQ(errorOf(chainOf({.end = rubbish, .flags = 0})), 0U);
-    EXPECT_EQ(files.requests(), 3U);  // no address is asked when a store has the issuer
+    EXPECT_EQ(files.requests(), 3U);  // no download when a store has the issuer
 }
 
-TEST_F(Chains, AsksEachAddressUntilOneHasTheIssuer) {
+TEST_F(Chain, TriesEachAddressUntilOneHasTheIssuer) {
     Files files;
     std::vector<Identity> crowd(40, pki.sibling);
     crowd.push_back(pki.ca);
@@ -178,7 +178,7 @@ TEST_F(Chains, AsksEachAddressUntilOneHasTheIssuer) {
     EXPECT_EQ(files.requests(), 3U);
 }
 
-TEST_F(Chains, KeepsADownloadOnlyWhenAChainOverItIsValid) {
+TEST_F(Chain, KeepsADownloadOnlyWhenAChainOverItIsValid) {
     const TrustWorld empty({});
     const auto trust = [](const Identity& root) {
         crypto_forget_trusted_roots();
@@ -190,14 +190,13 @@ TEST_F(Chains, KeepsADownloadOnlyWhenAChainOverItIsValid) {
     spec.caIssuersUrls = {
         files.add("/ca", caWithKey({pki.root.certificate, Key::make()}, "ca", pki.ca.key).certificate)};
     const Identity leaf = issue(pki.ca, spec);
-    EXPECT_EQ(errorOf(chainOf({.end = leaf, .flags = 0})), CERT_TRUST_IS_NOT_SIGNATURE_VALID)
-        << "forged";
+    EXPECT_EQ(errorOf(chainOf({.end = leaf, .flags = 0})), CERT_TRUST_IS_NOT_SIGNATURE_VALID) << "forged";
     files.replace(pki.ca.certificate);
     EXPECT_EQ(errorOf(chainOf({leaf})), CERT_TRUST_IS_PARTIAL_CHAIN);
     EXPECT_EQ(errorOf(chainOf({.end = leaf, .flags = 0})), 0U);
     EXPECT_EQ(files.requests(), 2U);
     EXPECT_EQ(errorOf(chainOf({leaf})), 0U);
-    // What is kept leads nowhere any more.
+    // The cached certificate no longer leads to a trusted root.
     const Identity next = rootCa("next");
     trust(next);
     files.replace(caWithKey(next, "ca", pki.ca.key).certificate);
@@ -205,8 +204,8 @@ TEST_F(Chains, KeepsADownloadOnlyWhenAChainOverItIsValid) {
     EXPECT_EQ(files.requests(), 3U);
 }
 
-TEST_F(Chains, BoundsTheDownloadsInNumberAndTime) {
-    // Each certificate leads to one more, signed by the next: a ladder without an end.
+TEST_F(Chain, LimitsNumberAndTimeOfDownloads) {
+    // An endless ladder: each certificate leads to another one.
     std::vector<Identity> ladder;
     int requests = 0;
     HttpServer endless([&](const HttpRequest&) {
@@ -238,7 +237,7 @@ TEST_F(Chains, BoundsTheDownloadsInNumberAndTime) {
     EXPECT_LT(slow.requests().size(), 3U);
 }
 
-TEST_F(Chains, BoundsTheSignatureChecks) {
+TEST_F(Chain, LimitsSignatureChecks) {
     namespace service = tallow::platform;
     const Identity leaf = leafUnder(pki.ca);
     const auto refOf = [](const Identity& identity) { return service::Certificate::create(identity.certificate); };
@@ -248,7 +247,7 @@ TEST_F(Chains, BoundsTheSignatureChecks) {
     namesake.commonName = "ca";
     namesake.ca = true;
     namesake.keyIdentifiers = false;
-    // Each is signed by each, as far as the names go.
+    // By their names, each could have issued each.
     for (int i = 0; i < 300; ++i) {
         namesake.key = Key::make();
         sources.others.push_back(refOf(issue(pki.sameNameCa, namesake)));
@@ -261,7 +260,7 @@ TEST_F(Chains, BoundsTheSignatureChecks) {
         EXPECT_FALSE(ledger.verifies(*refOf(leaf), *other));
     }
     EXPECT_EQ(ledger.checksMade(), service::SignatureLedger::kMaxChecks);
-    EXPECT_FALSE(ledger.verifies(*refOf(leaf), *refOf(pki.ca)));  // true, but no longer looked at
+    EXPECT_FALSE(ledger.verifies(*refOf(leaf), *refOf(pki.ca)));  // correct, but no longer checked
 }
 
 }  // namespace

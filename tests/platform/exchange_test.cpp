@@ -1,4 +1,4 @@
-// The service's exchange with a responder, over real sockets: what is sent, what counts as an answer, and the bounds.
+// The service's exchange with a responder over real sockets: what is sent, which responses are accepted, the limits.
 #include <curl/curl.h>
 #include <gtest/gtest.h>
 
@@ -66,7 +66,7 @@ PostResult post(const std::string& url, Bytes request, const std::string& proxy 
     return result;
 }
 
-TEST(SendPkiRequest, PostsTheBytesAsTheyAreAndGivesTheAnswerBack) {
+TEST(SendPkiRequest, PostsUnchangedBytesAndReturnsTheBody) {
     HttpServer server([](const HttpRequest&) { return HttpReply{.body = bytesOf("answer")}; });
     const Bytes request = bytesOf(std::string("\0\x30\xFF body", 8));
     const PostResult result = post(server.url("/ocsp"), request);
@@ -81,7 +81,7 @@ TEST(SendPkiRequest, PostsTheBytesAsTheyAreAndGivesTheAnswerBack) {
     EXPECT_EQ(seen.header("accept-encoding"), "");
 }
 
-TEST(SendPkiRequest, TellsFailuresFromAnswers) {
+TEST(SendPkiRequest, ReportsFailuresAndStatuses) {
     struct Row {
         const char* what;
         HttpReply reply;
@@ -120,7 +120,7 @@ TEST(SendPkiRequest, TellsFailuresFromAnswers) {
     EXPECT_EQ(post("file:///etc/passwd", bytesOf("x")).lastError, ERROR_INTERNET_UNRECOGNIZED_SCHEME);
 }
 
-TEST(SendPkiRequest, InflatesNothing) {
+TEST(SendPkiRequest, DecompressesNothing) {
     const Bytes packed = fromHex("1F8B08000000000002034BCC2B2E4F2D0200254ADDDA06000000");
     HttpReply reply{.headers = {{"Content-Encoding", "gzip"}}, .body = packed};
     HttpServer server([&](const HttpRequest&) { return reply; });
@@ -157,7 +157,7 @@ TEST(SendPkiRequest, FollowsARedirectWithTheWholePostOrNotAtAll) {
     EXPECT_EQ(target.requests().size(), reached);
 }
 
-TEST(SendPkiRequest, GivesProxyCredentialsToTheProxyAlone) {
+TEST(SendPkiRequest, SendsProxyCredentialsOnlyToTheProxy) {
     HttpServer proxy([](const HttpRequest& request) {
         return request.header("proxy-authorization").empty()
                    ? HttpReply{.status = 407, .headers = {{"Proxy-Authenticate", "Basic realm=\"p\""}}}
@@ -171,7 +171,7 @@ TEST(SendPkiRequest, GivesProxyCredentialsToTheProxyAlone) {
     EXPECT_EQ(seen.header("authorization"), "");
 }
 
-TEST(SendPkiRequest, SendsNoMoreHeadersThanItWasGiven) {
+TEST(SendPkiRequest, RejectsHeaderInjection) {
     HttpServer server([](const HttpRequest&) { return HttpReply{}; });
     const Bytes body = bytesOf("request");
     EXPECT_EQ(post(server.url(), body, {}, {}, L"agent\r\nX-Smuggled: 1").lastError, ERROR_INVALID_PARAMETER);
@@ -186,7 +186,7 @@ TEST(SendPkiRequest, SendsNoMoreHeadersThanItWasGiven) {
 
 // ---- The rules of a check -------------------------------------------------------------------------------------------
 
-TEST(AddressRules, ClassifyAddressesInEveryForm) {
+TEST(AddressRules, ClassifiesAddressesInEveryForm) {
     using enum tallow::platform::AddressClass;
     const std::pair<tallow::platform::AddressClass, std::vector<const char*>> rows[] = {
         {kPublic,
@@ -219,7 +219,7 @@ TEST(SendPkiRequest, ContactsUnusualAddressesOnlyWhenTheyWereNamed) {
         const Check check(flags, proxy);
         return post(url, bytesOf("x"), proxy).lastError;
     };
-    EXPECT_EQ(post(at("0.0.0.0"), bytesOf("x")).status, 200u) << "outside of a check the caller named it";
+    EXPECT_EQ(post(at("0.0.0.0"), bytesOf("x")).status, 200u) << "outside of a check the caller chose it";
     EXPECT_EQ(errorOf(at("0.0.0.0"), CRYPTO_CHECK_ADDRESS_NAMED), 0u);
     EXPECT_EQ(errorOf(at("127.0.0.1"), 0), 0u);
     std::size_t reached = server.requests().size();
@@ -241,7 +241,7 @@ TEST(SendPkiRequest, ContactsUnusualAddressesOnlyWhenTheyWereNamed) {
     EXPECT_EQ(server.requests().size(), reached);
 }
 
-TEST(SendPkiRequest, AsksBeforeItFollowsARedirect) {
+TEST(SendPkiRequest, CallsTheObserverBeforeARedirect) {
     HttpServer target([](const HttpRequest&) { return HttpReply{.body = bytesOf("answer")}; });
     HttpServer server([&](const HttpRequest&) { return redirectTo(target.url("/next"), 307); });
     for (const bool permits : {true, false}) {
@@ -260,7 +260,7 @@ TEST(SendPkiRequest, AsksBeforeItFollowsARedirect) {
     EXPECT_EQ(target.requests().size(), 1u);
 }
 
-TEST(SendPkiRequest, SendsALoginOnlyToTheServerItIsForAndOnlyWhenAsked) {
+TEST(SendPkiRequest, SendsALoginOnlyToItsServerAfterAChallenge) {
     HttpServer target([](const HttpRequest&) { return HttpReply{.body = bytesOf("answer")}; });
     HttpServer server([&](const HttpRequest& request) {
         if (request.target != "/open" && request.header("authorization").empty()) {
@@ -287,7 +287,7 @@ TEST(SendPkiRequest, SendsALoginOnlyToTheServerItIsForAndOnlyWhenAsked) {
     }
     EXPECT_EQ(sent("/back", kNamed, CRYPTO_AUTH_ALL).lastError, ERROR_HTTP_REDIRECT_FAILED);
     EXPECT_EQ(sent("/open", kNamed, CRYPTO_AUTH_ALL).status, 200u);
-    EXPECT_EQ(server.requests().back().header("authorization"), "") << "nobody asked for it";
+    EXPECT_EQ(server.requests().back().header("authorization"), "") << "no challenge";
     EXPECT_EQ(sent("/end", kNamed, CRYPTO_AUTH_DIGEST).status, 401u);
     EXPECT_EQ(server.requests().back().header("authorization"), "") << "Basic is not permitted";
     const std::size_t reached = server.requests().size();
@@ -295,7 +295,7 @@ TEST(SendPkiRequest, SendsALoginOnlyToTheServerItIsForAndOnlyWhenAsked) {
     EXPECT_EQ(server.requests().size(), reached);
 }
 
-TEST(Check, BoundsAllExchangesOfItsThreadTogether) {
+TEST(Check, LimitsTheTimeOfAllExchangesOfItsThread) {
     const SettingsFile settings("[crypto]\ncheck_timeout_ms = 300\n");
     HttpServer silent([](const HttpRequest&) { return HttpReply{.delayMs = 2000}; });
     const auto start = std::chrono::steady_clock::now();
@@ -317,7 +317,7 @@ TEST(Check, BoundsAllExchangesOfItsThreadTogether) {
     EXPECT_EQ(silent.requests().size(), 1u);
 }
 
-TEST(Download, UsesTheProxyOfTheCheckOrOfPolicy) {
+TEST(FetchObject, UsesTheProxyOfTheCheckOrOfPolicy) {
     HttpServer proxy([](const HttpRequest&) { return HttpReply{.body = bytesOf("through")}; });
     HttpServer server([](const HttpRequest& request) {
         return HttpReply{.status = std::stoi(request.target.substr(1)), .body = bytesOf("direct")};
@@ -381,7 +381,7 @@ TEST(SendPkiRequest, NoFailedAllocationBypassesTheProxy) {
     }
 }
 
-TEST(SendPkiRequest, IsNotSteeredByTheEnvironment) {
+TEST(SendPkiRequest, IgnoresTheEnvironment) {
     const TempDir home;
     home.write(".netrc", "default login somebody password secret\n");
     std::filesystem::permissions(home.file(".netrc"), std::filesystem::perms::owner_read);
@@ -399,7 +399,7 @@ TEST(SendPkiRequest, IsNotSteeredByTheEnvironment) {
     EXPECT_EQ(post(server.url(), bytesOf("request"), proxy.url("")).body, bytesOf("through"));
 }
 
-TEST(SendPkiRequest, EndsAtItsDeadlineHoweverSlowlyTheAnswerDrips) {
+TEST(SendPkiRequest, EndsAtItsDeadlineDuringASlowResponse) {
     const SettingsFile settings("[crypto]\nexchange_timeout_ms = 300\n");
     const std::string header = "HTTP/1.1 200 OK\r\n";
     const HttpReply drips[] = {{.padBodyTo = 60000, .pauseEachKilobyteMs = 100},
@@ -419,7 +419,7 @@ TEST(SendPkiRequest, EndsAtItsDeadlineHoweverSlowlyTheAnswerDrips) {
     EXPECT_EQ(post(slow.url(), bytesOf("request")).lastError, ERROR_INTERNET_TIMEOUT);
 }
 
-TEST(SendPkiRequest, TalksTlsToTheServerItMeantAlone) {
+TEST(SendPkiRequest, VerifiesTheTlsServer) {
     const Identity root = rootCa("tls root");
     const auto certificateFor = [&](const Identity& issuer, Bytes address) {
         CertificateSpec spec;
@@ -456,7 +456,7 @@ TEST(SendPkiRequest, TalksTlsToTheServerItMeantAlone) {
     const auto sizeKeyLog = std::filesystem::file_size(libcurl.keyLog(), missing);
     EXPECT_TRUE(missing || sizeKeyLog == 0) << "no key of the connections above may be written to SSLKEYLOGFILE";
 
-    // A server that goes away in the middle of a request larger than it takes must not end the process by a signal.
+    // A server that closes the connection during a large request must not end the process by a signal.
     HttpServer closing([](const HttpRequest&) { return HttpReply{}; }, &good);
     auto* const before = std::signal(SIGPIPE, SIG_DFL);
     EXPECT_EQ(post(closing.url(), Bytes(8 << 20, 1)).status, 0u);

@@ -1,5 +1,5 @@
-// The rules of RFC 5280 section 6.1, on paths made for them: what each certificate may say, policies, names,
-// self-issued certificates, and the choice among several paths.
+// The rules of RFC 5280 section 6.1: the profile of each certificate, policies, names, self-issued certificates, and
+// the choice among several paths.
 #include <gtest/gtest.h>
 
 #include <openssl/asn1t.h>
@@ -15,7 +15,7 @@
 
 static std::atomic<int> numNamesRead = 0;
 
-// In place of OpenSSL's own, so that the calls can be counted.
+// Replaces OpenSSL's function to count the calls.
 X509_NAME* d2i_X509_NAME(X509_NAME** name, const unsigned char** in, long size) {
     ++numNamesRead;
     return reinterpret_cast<X509_NAME*>(
@@ -43,7 +43,7 @@ Change with(const char* oid, const Bytes& value) {
     return [=](CertificateSpec& spec) { spec.extensions.emplace_back(oid, value); };
 }
 
-// What a certificate says about policies, in words: "1" or "any" is a policy, "1>2" a mapping, E0
+// The policies of a certificate, in words: "1" or "any" is a policy, "1>2" a mapping, E0
 // requireExplicitPolicy, M0 inhibitPolicyMapping and A0 inhibitAnyPolicy with a number, "self" makes it self-issued.
 Change saying(const std::string& text) {
     const auto oidOf = [](const std::string& word) {
@@ -99,7 +99,7 @@ struct PathRow {
 
 class PathValidation : public ::testing::Test {
 protected:
-    // CAs under the root and an end certificate under the last, each as its change wants it; the end certificate first.
+    // CAs under the root and an end certificate under the last, each with its change; the end certificate first.
     std::vector<Identity> pathOf(const std::vector<Change>& changes) const {
         std::vector<Identity> path{pki.root};
         std::string issuerName = "root";
@@ -206,7 +206,7 @@ TEST_F(PathValidation, ProcessesPolicies) {
     }
 }
 
-TEST_F(PathValidation, RefusesCertificatesThatBreakTheirProfile) {
+TEST_F(PathValidation, RejectsCertificatesOutsideTheProfile) {
     const Change notCa = [](CertificateSpec& spec) { spec.ca = false; };
     const auto basic = [](std::initializer_list<Bytes> parts) {
         return with("2.5.29.19", tlv::sequence(std::vector<Bytes>(parts)));
@@ -284,7 +284,7 @@ TEST_F(PathValidation, RefusesCertificatesThatBreakTheirProfile) {
 }
 
 // The outer algorithm with other parameters than the signed one.
-TEST_F(PathValidation, RefusesASignatureAlgorithmThatIsNotTheSignedOne) {
+TEST_F(PathValidation, RejectsDifferentOuterAndInnerAlgorithms) {
     CertificateSpec spec;
     spec.ca = true;
     spec.key = Key::make(KeyKind::kRsa2048);
@@ -298,7 +298,7 @@ TEST_F(PathValidation, RefusesASignatureAlgorithmThatIsNotTheSignedOne) {
     EXPECT_EQ(errorOfPath({leaf, ca}), CERT_TRUST_IS_NOT_SIGNATURE_VALID);
 }
 
-TEST_F(PathValidation, ExemptsSelfIssuedCertificatesFromLengthAndNameConstraints) {
+TEST_F(PathValidation, AppliesPathLengthAndNameConstraints) {
     const auto named = [](const std::string& text) { return nameOf("2.5.4.3", tlv::utf8String(text)); };
     const auto subtree = [](unsigned list, const Bytes& base, const Bytes& range = {}) {
         return with("2.5.29.30", tlv::sequence({tlv::context(list, tlv::sequence({concat({base, range})}))}));
@@ -392,7 +392,7 @@ TEST_F(PathValidation, IgnoresCaseAndStringTypeOfNames) {
     EXPECT_EQ(errorWith(tlv::utf8String("\xD0\xA6\xD0\x90"), tlv::raw(0x1E, {0x04, 0x26, 0x04, 0x10})), 0U);
     EXPECT_EQ(errorWith(plain, tlv::utf8String("A CertificationAuthority")), CERT_TRUST_IS_PARTIAL_CHAIN);
 
-    // A certificate of the very spelling that has expired does not hide the other.
+    // An expired certificate with the same spelling does not hide the valid one.
     CertificateSpec spec;
     spec.issuer = name(tlv::utf8String("a certification authority"));
     const Identity ca = caNamed(plain);
@@ -403,7 +403,7 @@ TEST_F(PathValidation, IgnoresCaseAndStringTypeOfNames) {
     });
     EXPECT_EQ(errorOfPath({issue(ca, spec), expired, ca}), 0U);
 
-    // Each name is read once for all that look for an issuer, and no more than 256 KiB of them.
+    // Each name is parsed once, and at most 256 KiB of them.
     const TrustWorld empty({});
     const std::vector<Identity> untrusted = pathOf(std::vector<Change>(8, nothing));
     numNamesRead = 0;
@@ -420,7 +420,7 @@ TEST_F(PathValidation, IgnoresCaseAndStringTypeOfNames) {
     }
 }
 
-// In each row some way leads to the root without a fault.
+// In each row there is a path without a fault.
 TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
     struct Row {
         const char* name;
@@ -489,7 +489,7 @@ TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
         for (std::size_t i = 0; i < row.stored.size(); ++i) {
             own.add("CA/" + std::to_string(i) + ".pem", row.stored[i]);
         }
-        // A certificate that was never seen: which key signed a known one is remembered.
+        // A new certificate each time, since the signers of known ones are cached.
         EXPECT_EQ(errorOf(chainOf({leafUnder(row.issuer), row.extra})), 0U);
     }
     // The certificate of the CA itself is revoked; its cross certificate is not.
@@ -500,13 +500,13 @@ TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
     constexpr DWORD kChecked = CERT_CHAIN_REVOCATION_CHECK_CHAIN | CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
     EXPECT_EQ(errorOf(chainOf({pki.good, {pki.ca}, crls, kChecked})), CERT_TRUST_IS_REVOKED);
     EXPECT_EQ(errorOf(chainOf({pki.good, {pki.ca, cross, pki.sibling}, crls, kChecked})), 0U);
-    // Revoked over each of two ways, one of which has another fault too.
+    // Revoked on both paths, one of which has another fault too.
     const std::vector<Bytes> revoking{makeCrl(pki.root, {}), makeCrl(pki.ca, {.revokedSerials = {pki.good.serial()}})};
     EXPECT_EQ(errorOf(chainOf({pki.good, {namesake(pki.ca.key, pki.root, saying("E0")), pki.ca}, revoking, kChecked})),
               CERT_TRUST_IS_REVOKED);
 }
 
-TEST_F(PathValidation, LimitsTheWorkOfJudgingPaths) {
+TEST_F(PathValidation, LimitsTheSizeOfPaths) {
     const auto reissued = [&](const Identity& issuer, const Change& change) {
         return caUnder(issuer, [&](CertificateSpec& spec) {
             spec.commonName = "ca";

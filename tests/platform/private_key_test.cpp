@@ -1,4 +1,4 @@
-// Private keys in files as the openssl command writes them: each form opens, nothing else does, and nobody is asked.
+// Private keys in files written by the openssl command: each form opens, nothing else does, and there is no prompt.
 #include <gtest/gtest.h>
 #include <openssl/pkcs12.h>
 #include <openssl/ui.h>
@@ -27,9 +27,9 @@ DWORD givePin(const ProviderPtr& provider, const char* pin) {
                : GetLastError();
 }
 
-// In the place of OpenSSL's default dialogue, which asks at the terminal.
+// Replaces OpenSSL's default prompt at the terminal.
 int askTerminal(UI* /*dialogue*/, UI_STRING* /*question*/) {
-    ADD_FAILURE() << "somebody was asked at the terminal";
+    ADD_FAILURE() << "prompt at the terminal";
     return -1;
 }
 
@@ -57,7 +57,7 @@ protected:
                                                &algorithm, nullptr, signature, &size);
         return made != FALSE ? 0 : GetLastError();
     }
-    // Runs "openssl ..." and gives the file it wrote.
+    // Runs "openssl ..." and returns the file it wrote.
     std::string made(const std::string& name, std::vector<std::string> command) const {
         command.insert(command.begin(), "openssl");
         command.insert(command.end(), {"-out", folder_.file(name)});
@@ -78,7 +78,7 @@ protected:
     ProviderPtr provider_;
 };
 
-TEST_F(PrivateKey, OpensFromEachFormThatOpensslWrites) {
+TEST_F(PrivateKey, OpensEveryFormWrittenByOpenssl) {
     const Identity other = Pki::shared().revoked;
     const std::string otherPem = folder_.write("other.pem", other.key.pem());
     for (const auto kind : {KeyKind::kRsa2048, KeyKind::kEcP256}) {
@@ -125,7 +125,7 @@ TEST_F(PrivateKey, OpensFromEachFormThatOpensslWrites) {
     }
 }
 
-TEST_F(PrivateKey, OfAnotherCertificateIsRefusedAsSoonAsItIsSeen) {
+TEST_F(PrivateKey, OfAnotherCertificateIsRejected) {
     use(Pki::shared().good);
     const Identity& other = Pki::shared().revoked;
     const std::string plain = folder_.write("other.pem", other.key.pem());
@@ -141,8 +141,8 @@ TEST_F(PrivateKey, OfAnotherCertificateIsRefusedAsSoonAsItIsSeen) {
     }
 }
 
-// The openssl command writes no such file, as keystores with several entries are.
-TEST_F(PrivateKey, IsPickedFromSeveralInOnePkcs12File) {
+// A file like those of keystores with several entries; the openssl command cannot write one.
+TEST_F(PrivateKey, IsFoundAmongSeveralInAPkcs12File) {
     use(Pki::shared().good);
     for (const char* pin : {"1234", kNoPin}) {
         STACK_OF(PKCS12_SAFEBAG)* bags = nullptr;
@@ -170,7 +170,7 @@ TEST_F(PrivateKey, IsPickedFromSeveralInOnePkcs12File) {
 }
 
 // A file chooses how its key is encrypted, and how much work opening it takes.
-TEST_F(PrivateKey, WithUnsupportedEncryptionIsNoWrongPin) {
+TEST_F(PrivateKey, WithUnsupportedEncryptionIsReportedAsSuch) {
     use(Pki::shared().good);
     const auto pfx = [&](const char* name, std::vector<std::string> more) {
         more.insert(more.begin(), {"pkcs12", "-export", "-inkey", plain_, "-in", own_, "-passout", "pass:1234"});
@@ -203,7 +203,7 @@ TEST_F(PrivateKey, WithUnsupportedEncryptionIsNoWrongPin) {
     EXPECT_EQ(open(des, "1234"), ERROR_NOT_SUPPORTED);
 }
 
-TEST_F(PrivateKey, OnATokenOpensWithOneTryOfThePin) {
+TEST_F(PrivateKey, OnATokenOpensWithOneAttempt) {
     use(Pki::shared().good);
     EXPECT_EQ(open("pkcs11:token=test"), NTE_NOT_SUPPORTED);  // unsupported scheme
     {
@@ -222,7 +222,7 @@ TEST_F(PrivateKey, OnATokenOpensWithOneTryOfThePin) {
     EXPECT_EQ(open("pkcs11:token=test"), NTE_BAD_KEYSET);
 }
 
-TEST_F(PrivateKey, LeavesNoPinInTheTrace) {
+TEST_F(PrivateKey, NeverShowsThePinInTheTrace) {
     use(Pki::shared().good);
     const std::string trace = folder_.file("trace.log");
     const SettingsFile settings("[trace]\nenabled = true\nfile = \"" + trace + "\"\n");
@@ -236,7 +236,7 @@ TEST_F(PrivateKey, LeavesNoPinInTheTrace) {
     EXPECT_EQ(text.find("secret"), std::string::npos) << text;
 }
 
-TEST_F(PrivateKey, FailsWithTheReasonWhereThereIsNone) {
+TEST_F(PrivateKey, ReportsWhyThereIsNoKey) {
     use(Pki::shared().good);
     EXPECT_EQ(acquireKey(certificate_.get(), provider_), CRYPT_E_NO_KEY_PROPERTY);
     const std::string pipe = folder_.file("pipe");

@@ -1,4 +1,4 @@
-// The policy for whoever signs a request: a sound chain to a trusted root, valid now, found not revoked.
+// The policy for the signer of a request: a correct chain to a trusted root, valid now and not revoked.
 #include <gtest/gtest.h>
 
 #include "tests/platform/trust_fixture.h"
@@ -6,7 +6,7 @@
 namespace testkit {
 namespace {
 
-TEST(RequestorPolicy, WantsATrustedChainValidNowAndNotRevoked) {
+TEST(RequestorPolicy, RequiresATrustedChainValidNowAndNotRevoked) {
     const Pki& pki = Pki::shared();
     const TrustWorld world({pki.root});
     const Bytes rootCrl = makeCrl(pki.root, {});

@@ -1,4 +1,4 @@
-// Revocation by CRLs: where they come from, which of them count, and how the outcome is told.
+// Revocation by CRLs: their sources, which of them count, and how the result is reported.
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -43,7 +43,7 @@ protected:
         spec.crlUrls = {url};
         return issue(pki.ca, spec);
     }
-    // The error of the end certificate, with the CA, `crls` and the root's CRL at hand.
+    // The error of the end certificate, with the CA, `crls` and the root's CRL given.
     DWORD errorOfEnd(const Identity& end, std::vector<Bytes> crls = {}, DWORD flags = 0, FILETIME* resync = nullptr) {
         crls.push_back(rootCrl);
         return errorAt(
@@ -56,7 +56,7 @@ protected:
     const Bytes caCrl = makeCrl(pki.ca, {.revokedSerials = {pki.revoked.serial()}});
 };
 
-TEST_F(Revocation, IsToldForEachElementThatTheFlagsName) {
+TEST_F(Revocation, IsReportedForEachElementThatTheFlagsName) {
     struct Row {
         const char* name;
         Identity end;
@@ -92,12 +92,12 @@ TEST_F(Revocation, IsToldForEachElementThatTheFlagsName) {
     }
 }
 
-TEST_F(Revocation, FetchesFromTheDistributionPointAndKeepsWhatDecided) {
+TEST_F(Revocation, CachesDownloadedCrlsThatDecide) {
     Bytes served;
     HttpServer server([&](const HttpRequest&) { return HttpReply{.body = served}; });
     const Identity end = namingCrl("HTTP" + server.url("/ca.crl").substr(4));
     const auto errorWith = [&](DWORD flags, FILETIME* resync = nullptr) { return errorOfEnd(end, {}, flags, resync); };
-    // Genuine ones that say nothing about the certificate are not kept either: the next check asks again.
+    // Genuine CRLs that do not cover the certificate are not cached either.
     const Bytes useless[] = {makeCrl(pki.sameNameCa, {}), makeCrl(pki.ca, {.nextUpdateSeconds = -60}),
                              makeCrl(pki.ca, {.criticalExtensions = {{"2.5.29.28", fromHex("30038201FF")}}}),
                              makeCrl(pki.ca, {.criticalExtensions = {{"1.2.3.4", fromHex("0500")}}})};
@@ -123,7 +123,7 @@ TEST_F(Revocation, FetchesFromTheDistributionPointAndKeepsWhatDecided) {
     EXPECT_EQ(server.requests().size(), 6U);
 }
 
-TEST_F(Revocation, TakesTheNewestOfLocalCachedAndDownloadedCrls) {
+TEST_F(Revocation, UsesTheNewestOfLocalCachedAndDownloadedCrls) {
     Bytes served = makeCrl(pki.ca, {.lastUpdateSeconds = -1800});
     HttpServer server([&](const HttpRequest&) { return HttpReply{.body = served}; });
     const Identity end = namingCrl(server.url("/ca.crl"));
@@ -140,14 +140,14 @@ TEST_F(Revocation, TakesTheNewestOfLocalCachedAndDownloadedCrls) {
     EXPECT_EQ(server.requests().size(), 2U);
 }
 
-TEST_F(Revocation, AsksForDeltaCrlsWhereTheCompleteOneNamesThem) {
+TEST_F(Revocation, DownloadsDeltaCrlsNamedByTheCompleteOne) {
     Bytes served = fromHex("0500");
     HttpServer server([&](const HttpRequest&) { return HttpReply{.body = served}; });
     const Identity end = namingCrl("ldap://nowhere/");
     const Bytes name = tlv::context(0, tlv::context(0, tlv::contextPrimitive(6, bytesOf(server.url("/delta")))));
     const Bytes complete = makeCrl(pki.ca, {.extensions = {{"2.5.29.46", tlv::sequence({tlv::sequence({name})})}}});
     const auto error = [&] { return errorOfEnd(end, {complete}); };
-    EXPECT_EQ(error(), 0U);  // there is none: the complete one is current
+    EXPECT_EQ(error(), 0U);  // there is no delta CRL, and the complete one is current
     served = makeCrl(
         pki.ca,
         {.revokedSerials = {end.serial()}, .criticalExtensions = {{"2.5.29.27", tlv::integer(1)}}, .number = Bytes{2}});
@@ -157,7 +157,7 @@ TEST_F(Revocation, AsksForDeltaCrlsWhereTheCompleteOneNamesThem) {
     EXPECT_EQ(server.requests().size(), 2U);  // kept
 }
 
-TEST_F(Revocation, NeverLogsInAtAnAddressOfACertificate) {
+TEST_F(Revocation, IgnoresCrlAddressesWithALogin) {
     HttpServer server([&](const HttpRequest&) { return HttpReply{.body = caCrl}; });
     const std::string url = server.url("/");
     for (const char* login : {"name:password@", "name@", "@"}) {
@@ -166,8 +166,8 @@ TEST_F(Revocation, NeverLogsInAtAnAddressOfACertificate) {
     EXPECT_EQ(server.requests().size(), 0U);
 }
 
-// Whatever ends a check early, a status that was not looked up is unknown.
-TEST_F(Revocation, IsUnknownWhereItWasNotLookedUp) {
+// If a check ends early, the statuses not looked up are unknown.
+TEST_F(Revocation, IsUnknownWhenNotLookedUp) {
     const auto errorsOf = [&](const Identity& end, const Identity& issuer, const std::vector<Bytes>& crls) {
         const ChainPtr chain =
             chainOf({.end = end, .extra = {issuer, pki.ca}, .crls = crls, .flags = kChain | kOffline});
@@ -208,7 +208,7 @@ TEST_F(Revocation, IsUnknownWhereItWasNotLookedUp) {
     EXPECT_EQ(stateOf(pki.revoked, 0), service::RevocationState::kRevoked);
 }
 
-TEST_F(Revocation, GoesOnToTheNextAddressAfterAStrangersCrl) {
+TEST_F(Revocation, TriesTheNextAddressAfterAnUnrelatedCrl) {
     const Bytes strangers = makeCrl(pki.sameNameCa, {});
     HttpServer server(
         [&](const HttpRequest& request) { return HttpReply{.body = request.target == "/right" ? caCrl : strangers}; });
@@ -218,7 +218,7 @@ TEST_F(Revocation, GoesOnToTheNextAddressAfterAStrangersCrl) {
     EXPECT_EQ(server.requests().size(), 3U);
 }
 
-TEST_F(Revocation, AsksNoAddressOfAChainThatIsNotTrusted) {
+TEST_F(Revocation, ContactsNoAddressOfAnUntrustedChain) {
     HttpServer server([](const HttpRequest&) { return HttpReply{}; });
     CertificateSpec spec;
     spec.crlUrls = {server.url()};
@@ -227,13 +227,13 @@ TEST_F(Revocation, AsksNoAddressOfAChainThatIsNotTrusted) {
     EXPECT_EQ(server.requests().size(), 0U);
 }
 
-TEST_F(Revocation, RefusesACrlAboveTheLimit) {
+TEST_F(Revocation, RejectsACrlAboveTheLimit) {
     const TrustWorld bounded({pki.root}, "max_crl_bytes = 2000\n");
     HttpServer server([&](const HttpRequest&) { return HttpReply{.body = caCrl, .padBodyTo = 2001}; });
     EXPECT_EQ(errorOfEnd(namingCrl(server.url())), kUnknown);
 }
 
-TEST_F(Revocation, OfSingleCertificatesIsTheLastError) {
+TEST_F(Revocation, OfOneCertificateIsTheLastError) {
     struct Row {
         const char* name;
         Identity certificate;
@@ -242,7 +242,7 @@ TEST_F(Revocation, OfSingleCertificatesIsTheLastError) {
         DWORD error;
     };
     const Bytes withReason = makeCrl(pki.ca, {.revokedSerials = {pki.revoked.serial()}, .reason = 4});
-    // A subject that is a SEQUENCE of something else than a name's parts.
+    // A subject whose SEQUENCE does not contain the parts of a name.
     Identity unreadable = pki.ca;
     const Bytes subject = pki.ca.subject();
     auto at = std::search(unreadable.certificate.begin(), unreadable.certificate.end(), subject.begin(), subject.end());
@@ -271,7 +271,7 @@ TEST_F(Revocation, OfSingleCertificatesIsTheLastError) {
     }
 }
 
-TEST_F(Revocation, OfSingleCertificatesCountsOnWholeStoresOfTheCaller) {
+TEST_F(Revocation, OfOneCertificateNeedsACompleteStore) {
     world.put("Whole/ca.crl", caCrl);
     world.put("Broken/ca.crl", caCrl);
     world.put("Broken/new.crl", {0x30, 0x82});

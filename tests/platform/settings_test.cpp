@@ -15,7 +15,7 @@ constexpr int kAbsent = ERROR_FILE_NOT_FOUND;
 constexpr int kWrongKind = ERROR_INVALID_DATA;
 constexpr int kBroken = ERROR_BAD_FORMAT;
 
-// The bytes of a text value read in the two steps, with the terminator that stands behind it; "<error N>" else.
+// The bytes of a text value, read in the two steps; "<error N>" on failure. Checks the terminator.
 template <typename Read>
 std::string readText(Read read, const char* path) {
     size_t size = 0;
@@ -32,7 +32,7 @@ std::string readText(Read read, const char* path) {
     return buffer;
 }
 
-TEST(Settings, AnswersTheFourReadsBySectionAndName) {
+TEST(Settings, ReadsValuesByTableAndKey) {
     const SettingsFile settings(R"(
         plain = "top"
         [config.cades.ocsppolicy]
@@ -73,7 +73,7 @@ TEST(Settings, AnswersTheFourReadsBySectionAndName) {
     EXPECT_EQ(readText(readAll, (policy + "One").c_str()), std::string("http://one\0", 11));
 }
 
-TEST(Settings, TellAnAbsentKeyByTheFirstStepAndLeaveTheOutputAlone) {
+TEST(Settings, ReportsAnAbsentKeyAndLeavesTheOutputUnchanged) {
     const SettingsFile settings("[config.a]\nx = 1\n");
     for (const char* path : {"\\config\\a\\y", "\\config\\b\\x", "\\config\\a\\x\\z", "\\config\\a\\X", "config\\a\\x",
                              "\\", "", "\\config\\\\a\\x", "\\config\\a\\x\\"}) {
@@ -89,7 +89,7 @@ TEST(Settings, TellAnAbsentKeyByTheFirstStepAndLeaveTheOutputAlone) {
     }
 }
 
-TEST(Settings, NeverWriteBeyondTheSizeTheCallerNames) {
+TEST(Settings, NeverWritesBeyondTheGivenSize) {
     const SettingsFile settings("text = \"12345\"\nlist = [\"12\", \"3\"]\n");
     std::array<char, 8> buffer{};
     buffer.fill('#');
@@ -102,7 +102,7 @@ TEST(Settings, NeverWriteBeyondTheSizeTheCallerNames) {
     EXPECT_EQ(std::string(buffer.data(), buffer.size()), std::string("12345\0##", 8));
 }
 
-TEST(Settings, SayWhereAFileDoesNotParseAndLetNoTextReadPass) {
+TEST(Settings, ReportsWhereAFileDoesNotParse) {
     struct Row {
         const char* content;
         unsigned int line;
@@ -122,13 +122,13 @@ TEST(Settings, SayWhereAFileDoesNotParseAndLetNoTextReadPass) {
         EXPECT_EQ(std::string(error.message).find('\n'), std::string::npos);
         long number = 0;
         EXPECT_EQ(support_registry_get_long("\\a", &number), kBroken);
-        // A caller takes a failing first step for an absent key and would go on with a default.
+        // A caller treats a failing first step as an absent key and would use a default.
         EXPECT_EQ(readText(support_registry_get_string, "\\a"), "<second error 11>");
         EXPECT_EQ(readText(support_registry_get_multi_string, "\\a"), "<second error 11>");
     }
 }
 
-TEST(Settings, ReportAFileThatCannotBeRead) {
+TEST(Settings, ReportsAnUnreadableFile) {
     const TempDir folder;
     EXPECT_EQ(support_settings_open(folder.file("missing.toml").c_str()), kAbsent);
     EXPECT_EQ(support_settings_open(folder.path().c_str()), static_cast<int>(ERROR_ACCESS_DENIED));
@@ -141,7 +141,7 @@ TEST(Settings, ReportAFileThatCannotBeRead) {
     EXPECT_STREQ(error.message, "");
 }
 
-TEST(Settings, ThatOthersCanHaveWrittenCountAsBroken) {
+TEST(Settings, RejectsAFileThatOthersMayWrite) {
     const TempDir folder;
     const std::string file = folder.write("d/settings.toml", "a = 1\n");
     const std::string directory = folder.file("d");
@@ -163,7 +163,7 @@ TEST(Settings, ThatOthersCanHaveWrittenCountAsBroken) {
     const SettingsFile restored("");
 }
 
-TEST(Settings, ThatNestTooDeepAreRefusedBeforeTheyAreParsed) {
+TEST(Settings, RejectsDeepNestingBeforeParsing) {
     using Row = std::pair<std::string, int>;
     const auto repeated = [](std::string_view text, int count) {
         std::string all;
@@ -186,18 +186,18 @@ TEST(Settings, ThatNestTooDeepAreRefusedBeforeTheyAreParsed) {
     }
 }
 
-TEST(Settings, AreReadAgainAfterDescriptorsRanOut) {
+TEST(Settings, ReadsAgainAfterDescriptorsRanOut) {
     const SettingsFile settings("a = \"x\"\n");
     {
         const NoDescriptors none;
         EXPECT_EQ(support_settings_open(settings.path().c_str()), static_cast<int>(ERROR_ACCESS_DENIED));
     }
-    // A caller is told first, so that no policy is made of defaults in part.
+    // One read reports the failure first, so that no policy is partly made of defaults.
     EXPECT_EQ(readText(support_registry_get_string, "\\a"), "<second error 11>");
     EXPECT_EQ(readText(support_registry_get_string, "\\a"), "x");
 }
 
-TEST(Settings, TakeAValueOfTheWrongKindForAMistakeInTheFile) {
+TEST(Settings, ReportsAValueOfTheWrongKind) {
     const char* const content =
         "list = [\"a\", 1]\ntext = 5\nnumber = \"five\"\nflag = \"yes\"\nzero = \"a\\u0000b\"\n";
     size_t size = 0;
@@ -222,7 +222,7 @@ TEST(Settings, TakeAValueOfTheWrongKindForAMistakeInTheFile) {
         EXPECT_EQ(support_settings_error(&error), kWrongKind);
         EXPECT_EQ(error.line, ++line);
         EXPECT_NE(std::string(error.message).find(row.key), std::string::npos) << error.message;
-        // From now on nobody goes on with defaults.
+        // From now on no caller uses defaults.
         EXPECT_EQ(readText(support_registry_get_string, "\\anything"), "<second error 11>");
     }
 }

@@ -60,7 +60,7 @@ TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
         const char* name;
         std::vector<std::string> options;
         DWORD expected;
-        std::optional<DWORD> asCertificate = std::nullopt;  // where the question who issued it has another answer
+        std::optional<DWORD> asCertificate = std::nullopt;  // if the check of the issuer has another result
     };
     const std::vector<std::string> pss{"-newkey", "rsa:2048", "-sigopt", "rsa_padding_mode:pss", "-sigopt"};
     const auto with = [](std::vector<std::string> options, const std::vector<std::string>& more) {
@@ -112,7 +112,7 @@ TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
     }
 }
 
-TEST(Signature, AcceptsSha1OnlyWhenTheSettingSaysSo) {
+TEST(Signature, AcceptsSha1OnlyWithTheSetting) {
     CertificateSpec spec;
     spec.key = Key::make(KeyKind::kRsa2048);
     spec.hash = "SHA1";
@@ -125,7 +125,7 @@ TEST(Signature, AcceptsSha1OnlyWhenTheSettingSaysSo) {
     EXPECT_EQ(verify(broken, broken), NTE_BAD_ALGID);
 }
 
-TEST(Signature, OfAnotherKeyIsBadWhateverItsKind) {
+TEST(Signature, OfAnotherKeyIsBad) {
     const Pki& pki = Pki::shared();
     EXPECT_EQ(verify(pki.good.certificate, pki.ca.certificate), kGood);
     CertificateSpec rsa;
@@ -138,7 +138,7 @@ TEST(Signature, OfAnotherKeyIsBadWhateverItsKind) {
     }
 }
 
-TEST(Signature, OfACertificateThatNamesTwoAlgorithmsIsBad) {
+TEST(Signature, OfACertificateWithTwoAlgorithmsIsBad) {
     const Bytes& root = Pki::shared().root.certificate;
     ASSERT_EQ(root[1], 0x82);
     const Bytes algorithm = tlv::sequence({tlv::oid("1.2.840.10045.4.3.2")});
@@ -153,9 +153,9 @@ TEST(Signature, OfACertificateThatNamesTwoAlgorithmsIsBad) {
               NTE_BAD_SIGNATURE);
 }
 
-// Public numbers for which a signature can be made without a private key, or that no key has. Each row differs from a
-// good key in the part that its name tells.
-TEST(Signature, NeedsAKeyThatCannotBeForged) {
+// Public keys that allow signatures without a private key, or that are malformed. Each row differs from a good key in
+// the part that its name gives.
+TEST(Signature, RejectsForgeableAndMalformedKeys) {
     struct Row {
         const char* name;
         const char* algorithm;
@@ -228,7 +228,7 @@ TEST(Signature, NeedsAKeyThatCannotBeForged) {
     }
 }
 
-TEST(Signature, LooksAtTheFirstThreePartsOfAStructureOnly) {
+TEST(Signature, UsesOnlyTheFirstThreePartsOfAStructure) {
     const Pki& pki = Pki::shared();
     const Bytes& good = pki.good.certificate;
     ASSERT_EQ(good[1], 0x82);
@@ -248,7 +248,7 @@ TEST(Signature, LooksAtTheFirstThreePartsOfAStructureOnly) {
     EXPECT_EQ(verify(unknown, pki.ca.certificate), NTE_BAD_ALGID);
 }
 
-TEST(Signature, TakesEveryFormOfSubjectAndIssuer) {
+TEST(Signature, AcceptsEveryFormOfSubjectAndIssuer) {
     const Pki& pki = Pki::shared();
     const ContextPtr subject = testkit::context(pki.good.certificate);
     const ContextPtr issuer = testkit::context(pki.ca.certificate);
@@ -269,13 +269,13 @@ TEST(Signature, TakesEveryFormOfSubjectAndIssuer) {
     EXPECT_EQ(check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, nullptr, 2, issuer.get()), E_INVALIDARG);
 }
 
-// Whether the gost engine is installed, without which no hash of that family can be made.
+// Whether the gost engine is installed.
 bool hasGost() {
     DWORD size = 0;
     return CryptHashCertificate(0, CALG_GR3411_2012_256, 0, nullptr, 0, nullptr, &size) != FALSE;
 }
 
-TEST(Signature, MadeByTheAlgorithmThatASignerChoosesIsAcceptedByItsCertificate) {
+TEST(Signature, ByTheChosenAlgorithmVerifies) {
     struct Row {
         const char* name;
         std::vector<std::string> options;
@@ -340,7 +340,7 @@ TEST(Signature, MadeByTheAlgorithmThatASignerChoosesIsAcceptedByItsCertificate) 
     }
 }
 
-TEST(Signature, HashesBySmallAndLargeAlgorithmsAlsoOldOnes) {
+TEST(Signature, HashesWithEveryAlgorithm) {
     struct Row {
         ALG_ID algorithm;
         std::string message;

@@ -33,7 +33,7 @@ std::vector<Bytes> walk(HCERTSTORE store, DWORD findType = CERT_FIND_ANY, const 
     return met;
 }
 
-TEST(Store, FollowsTheDispositionForACertificateThatIsThere) {
+TEST(Store, FollowsTheDispositionForADuplicate) {
     const StorePtr store = memoryStore();
     const ContextPtr first = testkit::context(Pki::shared().good.certificate);
     const Bytes kept = fromHex("01");
@@ -63,7 +63,7 @@ TEST(Store, FollowsTheDispositionForACertificateThatIsThere) {
     EXPECT_FALSE(CertAddCertificateContextToStore(store.get(), second.get(), 0, nullptr));
 }
 
-TEST(Store, FindsByWhatIsAsked) {
+TEST(Store, FindsByEachCriterion) {
     const Pki& pki = Pki::shared();
     const StorePtr store = memoryStore();
     for (const Bytes& der : {pki.root.certificate, pki.ca.certificate, pki.sameNameCa.certificate, pki.good.certificate,
@@ -91,7 +91,7 @@ TEST(Store, FindsByWhatIsAsked) {
     EXPECT_EQ(CertFindCertificateInStore(store.get(), 65537, 0, CERT_FIND_EXISTING, nullptr, nullptr), nullptr);
 }
 
-TEST(Store, AsACollectionShowsItsMembersByPriority) {
+TEST(Store, EnumeratesACollectionByPriority) {
     const Pki& pki = Pki::shared();
     const StorePtr first = memoryStore();
     const StorePtr second = memoryStore();
@@ -122,7 +122,7 @@ TEST(Store, AsACollectionShowsItsMembersByPriority) {
     EXPECT_EQ(GetLastError(), E_INVALIDARG);
 }
 
-TEST(Store, LeavesMembersAndContextsUsableWhenItGoes) {
+TEST(Store, LeavesMembersAndContextsUsableWhenClosed) {
     StorePtr member = memoryStore();
     add(member, Pki::shared().good.certificate);
     StorePtr both = collection();
@@ -137,7 +137,7 @@ TEST(Store, LeavesMembersAndContextsUsableWhenItGoes) {
     EXPECT_TRUE(CertCloseStore(nullptr, 0));
 }
 
-TEST(Store, TakesCrlsAndRefusesOtherBytes) {
+TEST(Store, AcceptsCrlsAndRejectsOtherBytes) {
     const StorePtr store = memoryStore();
     const Bytes crl = makeCrl(Pki::shared().ca, {});
     const auto addNew = [&](std::size_t size) {

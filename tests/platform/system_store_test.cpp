@@ -45,7 +45,7 @@ protected:
                            folder_.file("user") + "\"\nsystem_bundle = \"" + folder_.file("bundle.pem") + "\"\n"};
 };
 
-TEST_F(SystemStore, ShowsTheFilesOfBothFoldersInPemAndDer) {
+TEST_F(SystemStore, ReadsBothDirectoriesInPemAndDer) {
     folder_.write("user/CA/b.pem", "a comment\n" + pki_.ca.certificatePem() + pki_.sibling.certificatePem());
     folder_.write("user/CA/a.der", pki_.subCa.certificate);
     folder_.write("machine/CA/c.crt", pki_.root.certificatePem());
@@ -56,7 +56,7 @@ TEST_F(SystemStore, ShowsTheFilesOfBothFoldersInPemAndDer) {
     EXPECT_EQ(all(wide).size(), 4U);
 }
 
-TEST_F(SystemStore, PassesOverWhatIsNeitherCertificateNorCrl) {
+TEST_F(SystemStore, IgnoresOtherFiles) {
     folder_.write("user/CA/c.der", "hello");
     folder_.write("user/CA/.hidden.pem", pki_.ca.certificatePem());
     folder_.write("user/CA/sub/e.pem", pki_.ca.certificatePem());
@@ -83,7 +83,7 @@ std::string read(const Bytes& content, const char* name) {
     return text + (counts[0] != 0 ? " crl?" : "");
 }
 
-TEST_F(SystemStore, ReadsEveryFormOfAFileInOneWay) {
+TEST_F(SystemStore, ReadsEveryFormOfAFile) {
     const std::string pem = pki_.ca.certificatePem();
     const Bytes crl = makeCrl(pki_.ca, {});
     const std::string crlPem = toPem(crl, "X509 CRL");
@@ -168,7 +168,7 @@ TEST_F(SystemStore, NeverTreatsAnUnreadableFileAsEmpty) {
     EXPECT_TRUE(mayLackCrl());
 }
 
-TEST_F(SystemStore, NeverLosesACrlThatIsRenamedWhileItsFolderIsRead) {
+TEST_F(SystemStore, NeverLosesACrlThatIsRenamedMeanwhile) {
     std::string name = folder_.write("user/CA/a.crl", makeCrl(pki_.ca, {}));
     std::jthread mover([&](const std::stop_token& stop) {
         for (int i = 1; !stop.stop_requested(); ++i) {
@@ -189,7 +189,7 @@ TEST_F(SystemStore, NeverLosesACrlThatIsRenamedWhileItsFolderIsRead) {
     EXPECT_FALSE(mayLackCrl());
 }
 
-TEST_F(SystemStore, IgnoresRootsThatOthersCanWrite) {
+TEST_F(SystemStore, IgnoresRootsThatOthersMayWrite) {
     const std::string root = folder_.write("machine/ROOT/a.pem", pki_.root.certificatePem());
     folder_.write("machine/CA/a.pem", pki_.root.certificatePem());
     const std::string side = folder_.write("machine/CA/a.toml", "ocsp = [\"http://127.0.0.1/\"]");
@@ -237,7 +237,7 @@ TEST_F(SystemStore, IgnoresTheHomeOfAnotherUser) {
     }
 }
 
-TEST_F(SystemStore, NeitherWaitsForNorFollowsWhatIsNoFile) {
+TEST_F(SystemStore, IgnoresPipesDevicesAndDanglingLinks) {
     namespace fs = std::filesystem;
     folder_.write("user/CA/a.pem", pki_.ca.certificatePem());
     const fs::path folder = folder_.path() / "user" / "CA";
@@ -254,7 +254,7 @@ TEST_F(SystemStore, NeitherWaitsForNorFollowsWhatIsNoFile) {
     EXPECT_EQ(all(open("CA")), std::vector<Bytes>{pki_.ca.certificate});
 }
 
-TEST_F(SystemStore, MustExistOnlyWhenAskedTo) {
+TEST_F(SystemStore, MustExistOnlyWithTheFlag) {
     EXPECT_EQ(open("My"), nullptr);
     EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
     EXPECT_NE(open("My", CERT_SYSTEM_STORE_CURRENT_USER), nullptr);
@@ -270,7 +270,7 @@ TEST_F(SystemStore, MustExistOnlyWhenAskedTo) {
     EXPECT_EQ(GetLastError(), ERROR_FILE_NOT_FOUND);
 }
 
-TEST_F(SystemStore, ShowsTheSystemsRootsInRootUnlessSwitchedOff) {
+TEST_F(SystemStore, IncludesTheSystemRootsUnlessSwitchedOff) {
     folder_.write("bundle.pem", pki_.root.certificatePem());
     folder_.write("user/ROOT/mine.pem", pki_.sameNameCa.certificatePem());
     EXPECT_EQ(all(open("ROOT")), (std::vector<Bytes>{pki_.sameNameCa.certificate, pki_.root.certificate}));
@@ -293,7 +293,7 @@ TEST_F(SystemStore, IsEmptyWhileTheSettingsAreBroken) {
     EXPECT_TRUE(all(open("ROOT", kMachine)).empty());
 }
 
-TEST_F(SystemStore, ReadsCrlsFromTheSameFolder) {
+TEST_F(SystemStore, ReadsCrlsFromTheSameDirectory) {
     const Bytes crl = makeCrl(pki_.ca, {});
     folder_.write("user/CA/a.crl", crl);
     folder_.write("user/CA/b.pem", toPem(makeCrl(pki_.root, {}), "X509 CRL") + pki_.ca.certificatePem());
@@ -304,7 +304,7 @@ TEST_F(SystemStore, ReadsCrlsFromTheSameFolder) {
     EXPECT_EQ(all(store).size(), 1U);
 }
 
-TEST_F(SystemStore, SetsWhatTheSideFileSaysOnTheFirstCertificate) {
+TEST_F(SystemStore, AppliesTheSideFileToTheFirstCertificate) {
     folder_.write("user/ROOT/ca.pem", pki_.ca.certificatePem() + pki_.root.certificatePem());
     folder_.write("user/ROOT/ca.toml",
                   "key = \"ca.key\"\nocsp = [\"http://127.0.0.1:1/a\", \"http://127.0.0.1:2/\"]\n");

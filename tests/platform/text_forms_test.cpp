@@ -24,7 +24,7 @@ std::wstring base64(const Bytes& bytes, DWORD flags) {
     return text;
 }
 
-TEST(TextForms, WriteBase64InOneLineOrInLines) {
+TEST(TextForms, WritesBase64) {
     const std::pair<std::string_view, const wchar_t*> rows[] = {
         {"", L""}, {"f", L"Zg=="}, {"fo", L"Zm8="}, {"foo", L"Zm9v"}, {"\xFB\xFF\xBF", L"+/+/"}};
     for (const auto& [bytes, expected] : rows) {
@@ -45,7 +45,7 @@ TEST(TextForms, WriteBase64InOneLineOrInLines) {
     EXPECT_EQ(small[0], L'#');
 }
 
-TEST(TextForms, ReadPemBase64AndBytesAsAllowed) {
+TEST(TextForms, ReadsThePermittedForms) {
     const std::string pem = toPem(fromHex("3003020105"), "CERTIFICATE");
     struct Row {
         const char* name;

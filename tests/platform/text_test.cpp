@@ -32,7 +32,7 @@ std::string narrow(const std::wstring& text, DWORD flags = 0) {
     return narrowed;
 }
 
-TEST(Text, ConvertsEveryLengthOfCharacterBothWays) {
+TEST(Text, ConvertsEveryLengthInBothDirections) {
     const std::pair<std::string, std::wstring> rows[] = {
         {"a", L"a"},
         {"\x7F\xC2\x80\xDF\xBF\xE0\xA0\x80", L"\x7F\x80\x7FF\x800"},
@@ -45,7 +45,7 @@ TEST(Text, ConvertsEveryLengthOfCharacterBothWays) {
     }
 }
 
-TEST(Text, ReplacesWhatIsNoTextOrRefusesIt) {
+TEST(Text, ReplacesOrRejectsInvalidText) {
     // Each "?" is a U+FFFD in the result.
     const std::pair<std::string, std::string> rows[] = {
         {"\x80", "?"},           {"q\xFFz", "q?z"},       {"\xC0\x80", "??"},
@@ -65,7 +65,7 @@ TEST(Text, ReplacesWhatIsNoTextOrRefusesIt) {
     }
 }
 
-TEST(Text, IsStrictAboutSizes) {
+TEST(Text, ChecksSizes) {
     std::array<wchar_t, 4> wide{9, 9, 9, 9};
     EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, "ab", -1, nullptr, 0), 3);  // the terminator counts
     EXPECT_EQ(MultiByteToWideChar(CP_ACP, 0, "ab", -1, wide.data(), 3), 3);

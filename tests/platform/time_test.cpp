@@ -23,7 +23,7 @@ std::string text(const SYSTEMTIME& time) {
     return buffer;
 }
 
-TEST(Time, ConvertsCountsAndCalendarBothWays) {
+TEST(Time, ConvertsInBothDirections) {
     const std::pair<uint64_t, const char*> rows[] = {{0, "1601-01-01 (1) 00:00:00.000"},
                                                      {116444736000000000, "1970-01-01 (4) 00:00:00.000"},
                                                      {125963423999990000, "2000-02-29 (2) 23:59:59.999"},
@@ -44,7 +44,7 @@ TEST(Time, ConvertsCountsAndCalendarBothWays) {
     }
 }
 
-TEST(Time, RefusesWhatIsNoTime) {
+TEST(Time, RejectsInvalidTimes) {
     const FILETIME beyond = fileTime(0x8000000000000000);
     SYSTEMTIME calendar{};
     EXPECT_FALSE(FileTimeToSystemTime(&beyond, &calendar));

@@ -34,7 +34,7 @@ std::vector<std::string> linesOf(const std::string& path) {
     return lines;
 }
 
-TEST(Trace, FollowsTheSettingsAlsoWhenTheyChange) {
+TEST(Trace, FollowsChangesOfTheSettings) {
     const TracePtr trace = openTrace();
     const std::pair<const char*, unsigned int> rows[] = {{"", 0},
                                                          {"[trace]\nenabled = false\nlevels = 127\n", 0},
@@ -50,7 +50,7 @@ TEST(Trace, FollowsTheSettingsAlsoWhenTheyChange) {
     }
 }
 
-TEST(Trace, WritesOneLineWithItsPlaceAndNothingThatSteersATerminal) {
+TEST(Trace, WritesOneEscapedLine) {
     const TempDir folder;
     const std::string file = folder.file("trace.log");
     const SettingsFile settings("[trace]\nenabled = true\nfile = \"" + file + "\"\n");
@@ -70,7 +70,7 @@ TEST(Trace, WritesOneLineWithItsPlaceAndNothingThatSteersATerminal) {
         << lines[1];
 }
 
-TEST(Trace, ShowsNoPasswordOfAnAddress) {
+TEST(Trace, HidesPasswordsOfAddresses) {
     const TempDir folder;
     const std::string file = folder.file("trace.log");
     ASSERT_EQ(support_trace_open(8, file.c_str()), 0);
@@ -99,7 +99,7 @@ TEST(Trace, ShowsNoPasswordOfAnAddress) {
     }
 }
 
-TEST(Trace, GoesToStandardErrorWhereItsFileCannotBeUsed) {
+TEST(Trace, FallsBackToStandardError) {
     const TempDir folder;
     ASSERT_EQ(::mkfifo(folder.file("pipe").c_str(), 0600), 0);
     const int reader = ::open(folder.file("pipe").c_str(), O_RDONLY | O_NONBLOCK);
@@ -115,7 +115,7 @@ TEST(Trace, GoesToStandardErrorWhereItsFileCannotBeUsed) {
     }
 }
 
-TEST(Trace, KeepsTheLinesOfManyThreadsApart) {
+TEST(Trace, KeepsLinesOfThreadsApart) {
     const TempDir folder;
     const std::string file = folder.file("trace.log");
     ASSERT_EQ(support_trace_open(8, file.c_str()), 0);
