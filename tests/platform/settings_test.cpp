@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "platform/support/settings_table.h"
 #include "tests/platform/environment_fixture.h"
 #include "tests/platform/settings_fixture.h"
 
@@ -225,6 +226,31 @@ TEST(Settings, ReportsAValueOfTheWrongKind) {
         // From now on no caller uses defaults.
         EXPECT_EQ(readText(support_registry_get_string, "\\anything"), "<second error 11>");
     }
+}
+
+// A limit that is out of range or unreadable keeps its default, so that no value can switch it off.
+TEST(SettingsTable, AppliesDefaultsAndBounds) {
+    namespace platform = tallow::platform;
+    const std::pair<const char*, std::array<long, 3>> rows[] = {
+        {"", {3, 5000, 0}},
+        {"max_redirects = 0\nconnect_timeout_ms = 600000\nmax_crl_age = 7", {0, 600000, 7}},
+        {"max_redirects = -1\nconnect_timeout_ms = 600001\nmax_crl_age = 0", {3, 5000, 0}},
+        {"max_redirects = 'x'\nconnect_timeout_ms = 7", {3, 5000, 0}},
+    };
+    for (const auto& [content, expected] : rows) {
+        const SettingsFile settings("[crypto]\n" + std::string(content));
+        EXPECT_EQ(platform::numberOf(platform::setting::max_redirects), expected[0]) << content;
+        EXPECT_EQ(platform::numberOf(platform::setting::connect_timeout_ms), expected[1]) << content;
+        EXPECT_EQ(platform::numberOf(platform::setting::max_crl_age), expected[2]) << content;
+    }
+    for (const auto& [content, isOn] : {std::pair("", true), std::pair("system_roots = false", false)}) {
+        const SettingsFile settings("[crypto]\n" + std::string(content));
+        EXPECT_EQ(platform::flagOf(platform::setting::system_roots, false), isOn);
+    }
+    const SettingsFile broken("[crypto]\nsystem_roots = 'no'\n");
+    EXPECT_FALSE(platform::flagOf(platform::setting::system_roots, false));
+    EXPECT_TRUE(platform::flagOf(platform::setting::refuse_private_addresses, true));
+    EXPECT_EQ(platform::textOf(platform::setting::machine_stores), "");
 }
 
 }  // namespace
