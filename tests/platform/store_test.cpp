@@ -2,6 +2,7 @@
 
 #include <vector>
 
+#include "platform/crypto/certificates/store.h"
 #include "tests/platform/certificate_fixture.h"
 #include "tests/support/pki.h"
 
@@ -107,6 +108,7 @@ TEST(Store, EnumeratesACollectionByPriority) {
     const std::vector<Bytes> expected{pki.root.certificate, pki.good.certificate, pki.good.certificate,
                                       pki.ca.certificate};
     EXPECT_EQ(walk(both.get()), expected);
+    EXPECT_EQ(tallow::platform::Store::of(both.get())->certificates().size(), expected.size());
     // A member twice, also by way of another collection, is still one.
     const StorePtr outer = collection();
     ASSERT_TRUE(CertAddStoreToCollection(outer.get(), both.get(), 0, 0));
