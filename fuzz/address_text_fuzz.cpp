@@ -1,5 +1,5 @@
-// Addresses as certificates and redirects bring them: a login that the exchange would find is seen by the check before
-// it, and none of its password is shown.
+// Addresses as in certificates and redirects: the check before an exchange finds every login that the exchange would
+// find, and the password is never shown.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
@@ -14,7 +14,7 @@ using namespace Orvane::PKI::OCSP::Client;
 extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
     std::string text;
     for (size_t i = 0; i < size && data[i] != 0; ++i) {
-        text += static_cast<char>(data[i] & 0x7F);  // of another character the two sides may have different views
+        text += static_cast<char>(data[i] & 0x7F);  // the two sides may read other characters differently
     }
     text.resize(text.find('\0') == std::string::npos ? text.size() : text.find('\0'));
     const std::wstring wide(text.begin(), text.end());

@@ -1,6 +1,6 @@
-// A responder's certificate and its issuer with edits of the input's choice, through chain and policy. Random bytes
-// seldom get past the signatures, so the harness starts from a good chain; and it knows the answer: whatever was
-// edited, the responder must not come out authorised.
+// A responder's certificate and its issuer, edited by the input, through chain and policy. Random bytes rarely pass the
+// signatures, so the harness starts from a good chain. It also knows the result: after any edit the responder must not
+// be authorised.
 #include <cstdlib>
 
 #include "tests/platform/trust_fixture.h"

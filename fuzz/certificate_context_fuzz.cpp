@@ -1,5 +1,4 @@
-// Certificates as they come out of a response: fields, properties, key, and a signature check of the certificate with
-// its own key.
+// Certificates as in a response: fields, properties, key, and a signature check of the certificate with its own key.
 #include <cstddef>
 #include <cstdint>
 #include <initializer_list>

@@ -1,5 +1,5 @@
-// One certificate through the checks that a path makes of each: its own faults, what it says about policies, and these
-// followed over a path that is made of it alone.
+// One certificate through the checks of each path element: its own faults, its policies, and the policies of a path
+// that consists of only this certificate.
 #include <cstddef>
 #include <cstdint>
 

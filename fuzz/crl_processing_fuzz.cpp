@@ -1,5 +1,5 @@
-// A CRL with edits of the input's choice, from its bytes to the status of a certificate. As it is edited, the signature
-// no longer fits, so it must decide nothing; signed again by its CA, every rule about its content is reached.
+// A CRL edited by the input, from its bytes to the status of a certificate. With its old signature the edited CRL must
+// decide nothing; signed again by its CA, every rule about its content is reached.
 #include <cstdlib>
 
 #include "platform/crypto/chains/crl_status.h"

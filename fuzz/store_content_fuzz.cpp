@@ -1,5 +1,5 @@
-// The content of a file of a store, as crypto_read_store_content reads it: DER, PEM blocks, and the guess whether what
-// is neither may be a CRL. What is reported must lie in the bounds that it names.
+// The content of a store file, read by crypto_read_store_content: DER, PEM blocks, and the check whether anything else
+// may be a CRL. The reported items must lie within their bounds.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>

@@ -1,5 +1,5 @@
 // The records of the Crypto service: the public CryptoAPI shapes with native pointers, so that an implementation made
-// elsewhere fits. Who owns what a pointer shows is said at the function that hands the record out (crypto_service.h).
+// elsewhere fits. The function that returns a record documents who owns what it points to (crypto_service.h).
 // Records that grow carry their size in a first field cbSize; the sizes are checked at the end.
 #pragma once
 
@@ -16,7 +16,7 @@ typedef unsigned long long HCRYPTHASH;
 typedef void* HCERTSTORE;
 typedef void* HCERTCHAINENGINE;  // null: the engine of the settings
 
-// Bytes with their number.
+// Bytes and their number.
 typedef struct _CRYPTOAPI_BLOB {
     DWORD cbData;
     BYTE* pbData;
@@ -51,7 +51,7 @@ typedef struct _CERT_INFO {
     DWORD dwVersion;                  // 0 for v1, 2 for v3
     CRYPT_INTEGER_BLOB SerialNumber;  // least significant byte first
     CRYPT_ALGORITHM_IDENTIFIER SignatureAlgorithm;
-    CERT_NAME_BLOB Issuer;  // the whole DER Name, as it stands in the certificate
+    CERT_NAME_BLOB Issuer;  // the whole DER Name, as in the certificate
     FILETIME NotBefore;
     FILETIME NotAfter;
     CERT_NAME_BLOB Subject;
@@ -71,7 +71,7 @@ typedef struct _CERT_CONTEXT {
 } CERT_CONTEXT, *PCERT_CONTEXT;
 typedef const CERT_CONTEXT* PCCERT_CONTEXT;
 
-typedef struct _CRL_CONTEXT CRL_CONTEXT;  // opaque: CRLs are put into stores and never handed out
+typedef struct _CRL_CONTEXT CRL_CONTEXT;  // opaque: CRLs can be added to stores but are never returned
 typedef const CRL_CONTEXT* PCCRL_CONTEXT;
 
 typedef struct _CRYPT_KEY_PROV_PARAM {
@@ -108,7 +108,7 @@ typedef struct _CRYPT_OID_INFO {
 } CRYPT_OID_INFO, *PCRYPT_OID_INFO;
 typedef const CRYPT_OID_INFO* PCCRYPT_OID_INFO;
 
-// One answer of CryptGetProvParam(PP_ENUMALGS).
+// One result of CryptGetProvParam(PP_ENUMALGS).
 typedef struct _PROV_ENUMALGS {
     ALG_ID aiAlgid;
     DWORD dwBitLen;
@@ -116,7 +116,7 @@ typedef struct _PROV_ENUMALGS {
     char szName[20];
 } PROV_ENUMALGS;
 
-// The answer of CryptGetProvParam(PP_VERSION_EX).
+// The result of CryptGetProvParam(PP_VERSION_EX).
 typedef struct PROV_VERSION_EX_ {
     DWORD dwBuild;
     DWORD dwReserved[4];
@@ -178,7 +178,7 @@ typedef struct _CERT_CHAIN_ELEMENT {
     DWORD cbSize;
     PCCERT_CONTEXT pCertContext;
     CERT_TRUST_STATUS TrustStatus;
-    PCERT_REVOCATION_INFO pRevocationInfo;  // null when revocation was not asked for
+    PCERT_REVOCATION_INFO pRevocationInfo;  // null when revocation was not checked
     CERT_ENHKEY_USAGE* pIssuanceUsage;
     CERT_ENHKEY_USAGE* pApplicationUsage;  // null: any
     LPCWSTR pwszExtendedErrorInfo;
@@ -223,12 +223,12 @@ typedef struct _CERT_CHAIN_ENGINE_CONFIG {
     HCERTSTORE hRestrictedTrust;
     HCERTSTORE hRestrictedOther;
     DWORD cAdditionalStore;
-    HCERTSTORE* rghAdditionalStore;  // certificates and CRLs for the way between
+    HCERTSTORE* rghAdditionalStore;  // intermediate certificates and CRLs
     DWORD dwFlags;
     DWORD dwUrlRetrievalTimeout;
     DWORD MaximumCachedCertificates;
     DWORD CycleDetectionModulus;
-    HCERTSTORE hExclusiveRoot;  // when not null, its certificates alone are trusted roots
+    HCERTSTORE hExclusiveRoot;  // when not null, only its certificates are trusted roots
     HCERTSTORE hExclusiveTrustedPeople;
     DWORD dwExclusiveFlags;
 } CERT_CHAIN_ENGINE_CONFIG;
@@ -241,13 +241,13 @@ typedef struct _CERT_CHAIN_POLICY_PARA {
 
 typedef struct _CERT_CHAIN_POLICY_STATUS {
     DWORD cbSize;
-    DWORD dwError;  // 0, or why the policy refuses
+    DWORD dwError;  // 0, or why the policy rejects the chain
     LONG lChainIndex;
     LONG lElementIndex;
     void* pvExtraPolicyStatus;
 } CERT_CHAIN_POLICY_STATUS;
 
-// One entry that an OCSP responder speaks about.
+// One entry of an OCSP response.
 typedef struct _OCSP_CERT_ID {
     CRYPT_ALGORITHM_IDENTIFIER HashAlgorithm;
     CRYPT_HASH_BLOB IssuerNameHash;
@@ -255,7 +255,7 @@ typedef struct _OCSP_CERT_ID {
     CRYPT_INTEGER_BLOB SerialNumber;  // least significant byte first
 } OCSP_CERT_ID, *POCSP_CERT_ID;
 
-// Says whether the administrator names this certificate as a responder for all issuers: non-zero for yes.
+// Non-zero if the administrator names this certificate as a responder for all issuers.
 typedef int (*PFN_IS_OCSP_AUTHORIZED)(PCCERT_CONTEXT certificate);
 
 // pvExtraPolicyPara of CERT_CHAIN_POLICY_OCSP_RESPONDER.
@@ -264,7 +264,7 @@ typedef struct OCSPChainPolicyPara_ {
     FILETIME* pProducedAt;
     DWORD cCertID;
     OCSP_CERT_ID* rgCertID;
-    PFN_IS_OCSP_AUTHORIZED pfnIsOCSPAuthorized;  // null: nobody is
+    PFN_IS_OCSP_AUTHORIZED pfnIsOCSPAuthorized;  // null: none is
 } OCSPChainPolicyPara;
 
 // pvExtraPolicyStatus of CERT_CHAIN_POLICY_OCSP_RESPONDER.
@@ -316,15 +316,15 @@ typedef struct _CERT_REVOCATION_STATUS {
 
 // ---- Store files ---------------------------------------------------------------------------------------------------
 
-// One thing that was met in a store or in the content of a file. All pointers are valid during the callback only.
+// One item of a store or of the content of a file. All pointers are valid during the callback only.
 typedef struct CRYPTO_STORE_ITEM_ {
     DWORD cbSize;
     DWORD dwKind;           // CRYPTO_STORE_ITEM_...
     LPCSTR szPath;          // the file, or the directory that a problem concerns; empty for content without a name
     const BYTE* pbEncoded;  // of a certificate or CRL: its DER; else null
     DWORD cbEncoded;
-    BOOL fMayBeCrl;    // of a problem: revocations may be lost with it, so while it is there no revocation is excluded
-    LPCSTR szProblem;  // of a problem: what is wrong, words that follow the name of the file; else null
+    BOOL fMayBeCrl;    // of a problem: it may be a CRL, so no certificate counts as "not revoked"
+    LPCSTR szProblem;  // of a problem: what is wrong, phrased to follow the name of the file; else null
 } CRYPTO_STORE_ITEM;
 
 typedef void (*PFN_CRYPTO_STORE_ITEM)(const CRYPTO_STORE_ITEM* pItem, void* pvContext);
@@ -338,7 +338,7 @@ typedef struct _CRYPT_BLOB_ARRAY {
 
 typedef struct _CRYPT_RETRIEVE_AUX_INFO {
     DWORD cbSize;
-    FILETIME* pLastSyncTime;  // receives the time at which the answer came over the wire; null: not asked
+    FILETIME* pLastSyncTime;  // receives the time at which the response arrived from the network; may be null
     DWORD dwMaxUrlRetrievalByteCount;
     void* pPreFetchInfo;
     void* pFlushInfo;
@@ -346,12 +346,12 @@ typedef struct _CRYPT_RETRIEVE_AUX_INFO {
     LPWSTR pwszCacheFileNamePrefix;
     FILETIME* pftCacheResync;
     BOOL fProxyCacheRetrieval;
-    DWORD dwHttpStatusCode;  // receives the HTTP status; 0 when no answer came
+    DWORD dwHttpStatusCode;  // receives the HTTP status; 0 when no response arrived
     LPWSTR* ppwszErrorResponseHeaders;
     CRYPT_DATA_BLOB** ppErrorContentBlob;
 } CRYPT_RETRIEVE_AUX_INFO;
 
-// The bytes that cross SendPKIRequest, one record a direction.
+// The bytes of SendPKIRequest, one record for each direction.
 typedef struct PKI_EXCHANGE_BUFFER_ {
     DWORD size;      // bytes in use
     BYTE* data;      // from the array form of new; null when empty
@@ -373,7 +373,7 @@ typedef struct _CRYPTO_CHECK {
     PFN_CRYPTO_ON_REDIRECT pfnOnRedirect;  // null: every redirect is followed
     void* pvOnRedirect;
     DWORD cMaxResponders;           // receives max_responders
-    DWORD cSkippedDownloads;        // receives how many downloads were left out because a limit was reached
+    DWORD cSkippedDownloads;        // receives how many downloads were skipped because a limit was reached
     BOOL fAnsweredFromCache;        // receives whether the last CryptRetrieveObjectByUrlW of the check used the cache
     unsigned long long qwDeadline;  // the service's own, as is the next
     struct _CRYPTO_CHECK* pOuter;

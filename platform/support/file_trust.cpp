@@ -11,7 +11,7 @@ bool isOwnerTrusted(const struct stat& status) noexcept {
 }
 
 bool isWritableByOthers(const struct stat& status) noexcept {
-    // A device of root's, such as /dev/null, does not give back what others write to it.
+    // A device owned by root, such as /dev/null, does not return what others write to it.
     return !S_ISCHR(status.st_mode) && (status.st_mode & (S_IWGRP | S_IWOTH)) != 0;
 }
 

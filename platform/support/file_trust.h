@@ -1,5 +1,5 @@
-// Who may define trust: a settings file or a root certificate counts only when no user other than root and
-// the one that the process runs as can write it.
+// Who may define trust: a settings file or a root certificate is used only when no user other than root and the user of
+// the process can write it.
 #pragma once
 
 #include <sys/stat.h>

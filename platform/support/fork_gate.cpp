@@ -17,7 +17,7 @@ constexpr auto kPause = 50us;
 
 // Constant-initialised and never destroyed: calls come from static objects of other libraries.
 constinit std::atomic<unsigned int> threadsInside{0};
-constinit std::atomic<unsigned int> forks{0};  // under way
+constinit std::atomic<unsigned int> forks{0};  // in progress
 constinit thread_local unsigned int depth = 0;
 
 void enter() noexcept {

@@ -1,9 +1,9 @@
 // Lets fork() happen only while no thread is inside a service call, so that the child never inherits a lock, ours or
 // OpenSSL's, whose owner does not exist there.
 //
-// Every exported function that locks or leads into OpenSSL holds a gate; gates nest. fork() waits for the threads
-// inside, for a second at most: a thread may be waiting for the very one that forks. A call that waits for a network
-// opens the gate meanwhile with ForkGate::Outside. After the second fork() goes ahead, and the child must not use the
+// Every exported function that locks or calls OpenSSL holds a gate; gates nest. fork() waits for the threads inside,
+// for at most one second, since a thread may be waiting for the one that forks. A call that waits for the network
+// leaves the gate meanwhile with ForkGate::Outside. After the second fork() proceeds, and the child must not use the
 // services.
 #pragma once
 

@@ -1,6 +1,6 @@
-// A value that is made when it is first needed and then kept. Only success is kept: after a failure, such as
+// A value that is made on first use and then kept. Only success is kept: after a failure, such as
 // exhausted memory, the next caller tries again. Takes no lock, so a process forked at any moment can still use it;
-// threads that come at the same moment may each make one, and one of them stays.
+// concurrent callers may each make one, and one of them is kept.
 #pragma once
 
 #include <atomic>
@@ -18,7 +18,7 @@ public:
     MadeOnce& operator=(const MadeOnce&) = delete;
     ~MadeOnce() { const Owner last(value_.load(std::memory_order_relaxed)); }
 
-    // The kept value, else what `make` gives now; null when that failed.
+    // The kept value, or the result of `make`; null when that failed.
     template <typename Make>
     Pointer get(Make make) {
         Pointer kept = value_.load(std::memory_order_acquire);

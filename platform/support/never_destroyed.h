@@ -1,5 +1,5 @@
-// A function-local object that lives to the very end of the process: the services are called from destructors of static
-// objects elsewhere, after the statics of this library may have gone.
+// A function-local object that lives until the process ends: destructors of static objects elsewhere call the services,
+// possibly after the statics of this library were destroyed.
 #pragma once
 
 #include <cstddef>

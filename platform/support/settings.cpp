@@ -42,7 +42,7 @@ int codeOf(int systemError) {
     }
 }
 
-// Whether reading the same file again may well succeed.
+// Whether reading the same file again may succeed.
 bool isPassing(int systemError) {
     return systemError == EMFILE || systemError == ENFILE || systemError == ENOMEM || systemError == EIO ||
            systemError == EAGAIN || systemError == ESTALE;
@@ -50,7 +50,7 @@ bool isPassing(int systemError) {
 
 // ---- Who may write the settings ------------------------------------------------------------------------------------
 
-// Why a file must not decide what this process trusts; empty when it may.
+// Why the file is not trusted; empty when it is.
 std::string faultOf(const std::string& path, const struct stat& file) {
     if (const char* const why = whyUntrusted(file)) {
         return why;
@@ -67,7 +67,7 @@ std::string faultOf(const std::string& path, const struct stat& file) {
     return why == nullptr ? std::string() : std::string("its directory ") + why;
 }
 
-// The message is one line whatever stands in the file.
+// Keeps the message on one line, whatever the file contains.
 std::string oneLine(std::string text) {
     std::replace_if(
         text.begin(), text.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
@@ -162,7 +162,7 @@ void Settings::fail(int code, const toml::source_position& position, std::string
     if (error_.code != 0) {
         return;
     }
-    // The state first: the message below takes memory, which may have run out.
+    // Sets the state first: the message below needs memory, which may be exhausted.
     error_.code = code;
     error_.line = position.line;
     error_.column = position.column;

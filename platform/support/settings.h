@@ -16,8 +16,8 @@ namespace tallow::platform {
 
 class Settings {
 public:
-    // Reads a file; a file that is missing is an empty one when `mayBeMissing`. One that cannot be read, that others
-    // may write, or that is no TOML gives settings that count as broken.
+    // Reads a file; a missing file is an empty one if `mayBeMissing`. A file that cannot be read, that others may
+    // write, or that is not TOML gives broken settings.
     static std::shared_ptr<Settings> read(const std::string& path, bool mayBeMissing);
 
     // The settings of the process, read from the default file when none were opened before.
@@ -29,7 +29,7 @@ public:
 
     bool broken() const noexcept { return broken_.load(std::memory_order_acquire); }
     SUPPORT_SETTINGS_ERROR error() const;
-    // From now on the file counts as broken: a value of the wrong kind, whose reader would use a default instead.
+    // Marks the file as broken because a value has the wrong kind; otherwise its reader would use a default.
     void breakAt(const toml::node& node, std::string_view reason);
     // Called after the error was reported. If only a resource was missing, the next access reads the file again; no
     // defaults are used meanwhile.
@@ -41,7 +41,7 @@ private:
 
     std::string path_;
     bool mayBeMissing_ = false;
-    bool isPassing_ = false;  // what broke the file was no fault of its content
+    bool isPassing_ = false;  // the file broke for lack of memory or descriptors, not by its content
     std::atomic<bool> wantsAnotherTry_{false};
     toml::table table_;
     std::atomic<bool> broken_{false};

@@ -13,7 +13,7 @@ constexpr int code(DWORD error) {
     return static_cast<int>(error);
 }
 
-// Runs one read on the settings in force; whatever goes wrong inside is out of memory.
+// Runs one read on the settings in force; any exception means out of memory.
 template <typename Read>
 int withSettings(const char* path, const void* output, Read read) {
     if (path == nullptr || output == nullptr) {
@@ -28,8 +28,8 @@ int withSettings(const char* path, const void* output, Read read) {
     }
 }
 
-// A value of another kind than its reader expects breaks the file: the reader would take a default and nobody would
-// learn of the mistake.
+// A value of the wrong kind breaks the file: otherwise its reader would use a default and the mistake would go
+// unnoticed.
 int wrongKind(Settings& settings, const toml::node& node, const char* path, const char* expected) {
     settings.breakAt(node, std::string(path) + " should be " + expected);
     return code(ERROR_INVALID_DATA);
@@ -80,7 +80,7 @@ int readText(const char* path, size_t* size, char* buffer, const char* expected,
         }
         return copyOut(value, size, buffer);
     });
-    // A size query that fails because memory ran out must not pass for an absent key either.
+    // A size query that fails because memory ran out must not look like an absent key either.
     return result == code(ERROR_NOT_ENOUGH_MEMORY) && size != nullptr ? failText(result, size, buffer) : result;
 }
 

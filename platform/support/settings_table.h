@@ -5,7 +5,7 @@
 //
 // A key cannot be read while the settings file is broken, or when its value has the wrong kind. A bound then keeps its
 // default. Directories and files are then empty: a default directory, or the system's own roots, may be just what the
-// file was to switch off.
+// file is meant to switch off.
 #pragma once
 
 #include <climits>
@@ -47,7 +47,7 @@ struct Setting {
     SettingType type;
     SettingPath path;
     std::optional<Value> byDefault;
-    long minimum;  // the bounds count for a kNumber only
+    long minimum;  // the bounds apply only to a kNumber
     long maximum;
 };
 
@@ -72,7 +72,7 @@ inline constexpr std::nullopt_t absent = std::nullopt;
 // default. Does not allocate.
 long numberOf(const setting::Number& number) noexcept;
 
-// `whenUnreadable` counts for a key that cannot be read.
+// `whenUnreadable` is returned for a key that cannot be read.
 bool flagOf(const setting::Flag& flag, bool whenUnreadable) noexcept;
 
 // A text, or the texts of an array in order, each with its terminator.

@@ -1,13 +1,13 @@
 // The Support service: settings, trace output, the last error of a thread, calendar time and text conversion, as plain
-// functions and records that a C compiler accepts. The library reaches the machine through this header and through
-// platform/crypto/crypto_service.h and through nothing else; whoever has another implementation of these functions can
-// link it in the place of libtallow-platform.
+// functions and records that a C compiler accepts. The library uses the machine only through this header and
+// platform/crypto/crypto_service.h; another implementation of these functions can be linked instead of
+// libtallow-platform.
 //
 // Rules that hold for every function of both headers:
 //   - no exception leaves a function; a function that fails sets the last error of its thread before it returns, except
 //     where its result is the error itself;
 //   - every function may be called from several threads at once, on different objects;
-//   - text is UTF-8 when narrow and one 32-bit code point a unit when wide.
+//   - narrow text is UTF-8; a wide character is one 32-bit code point.
 #pragma once
 
 #include <stddef.h>
@@ -37,7 +37,7 @@ typedef const wchar_t* LPCWSTR;
 #define FALSE 0
 #endif
 
-// Last errors of the general kind. Values of the other kinds stand in crypto_service.h.
+// General last errors. The others are in crypto_constants.h.
 #define ERROR_SUCCESS 0U
 #define ERROR_FILE_NOT_FOUND 2U
 #define ERROR_TOO_MANY_OPEN_FILES 4U
@@ -56,8 +56,8 @@ typedef const wchar_t* LPCWSTR;
 
 // ---- Last error ----------------------------------------------------------------------------------------------------
 
-// The last error of the calling thread: 0 before the first failure. A call that succeeds leaves it as it was, unless
-// its own description says otherwise.
+// The last error of the calling thread: 0 before the first failure. A call that succeeds does not change it, unless
+// its description says otherwise.
 TALLOW_EXPORT DWORD GetLastError(void);
 TALLOW_EXPORT void SetLastError(DWORD code);
 
@@ -67,20 +67,21 @@ TALLOW_EXPORT void SetLastError(DWORD code);
 // support_settings_open. The path "\config\cades\ocsppolicy\NonceLength" names the value NonceLength of the table
 // [config.cades.ocsppolicy]; names are compared exactly. A missing default file is an empty one.
 //
-// A file that cannot be read, does not parse, or that others than root and the user running the process may write never
-// passes for an empty one. While it is in force, every read fails with ERROR_BAD_FORMAT, except that the size queries
+// A file that cannot be read, does not parse, or that users other than root and the user of the process may write is
+// never treated as empty. While it is in force, every read fails with ERROR_BAD_FORMAT, except that the size queries
 // of the two text reads succeed with size 0 and their second step fails: callers take a failing size query for an
 // absent key, and would use defaults. When only memory or a descriptor was missing, the read after such a second
 // step reads the file again.
 
-// Reads the file `path` (UTF-8) and puts it in the place of the settings in force, for the whole process; null names
-// the default file. Returns 0, or an error (ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_BAD_FORMAT), which
-// support_settings_error then explains; the failed file stays in force as a broken one. Values read earlier keep.
+// Reads the file `path` (UTF-8) and replaces the settings in force with it, for the whole process; null names the
+// default file. Returns 0, or an error (ERROR_FILE_NOT_FOUND, ERROR_ACCESS_DENIED, ERROR_BAD_FORMAT), which
+// support_settings_error then explains; the failed file stays in force as a broken one. Values read earlier do not
+// change.
 TALLOW_EXPORT int support_settings_open(const char* path);
 
 // What is wrong with the settings file in force.
 typedef struct SUPPORT_SETTINGS_ERROR_ {
-    int code;             // 0: nothing is wrong, all else is 0 and empty then
+    int code;             // 0: no error; the other fields are 0 and empty
     unsigned int line;    // from 1; 0 when the file could not be read
     unsigned int column;  // from 1; 0 when the file could not be read
     char message[512];    // "path:line:column: reason", one line, terminated, cut if need be
@@ -91,19 +92,19 @@ TALLOW_EXPORT int support_settings_error(SUPPORT_SETTINGS_ERROR* error);
 
 // The four reads. Each returns 0, ERROR_FILE_NOT_FOUND when the key is absent, ERROR_INVALID_DATA when the value has
 // another type, ERROR_INVALID_PARAMETER for a null argument, ERROR_BAD_FORMAT when the file is broken. Any result but 0
-// leaves the output as it was. The last error is not touched.
+// leaves the output unchanged. The last error is not changed.
 
-// With `buffer` null: writes the size of the value in bytes, without terminator, to `size`. Else `*size` must be at
-// least that size and `buffer` has room for one byte more; writes the value and its terminator, and the size of the
-// value to `size`. ERROR_MORE_DATA when `*size` is too small.
+// With `buffer` null: writes the size of the value in bytes, without terminator, to `size`. Otherwise `*size` must be
+// at least that size and `buffer` must have room for one byte more; writes the value and its terminator, and the size
+// of the value to `size`. ERROR_MORE_DATA when `*size` is too small.
 TALLOW_EXPORT int support_registry_get_string(const char* path, size_t* size, char* buffer);
 // An integer.
 TALLOW_EXPORT int support_registry_get_long(const char* path, long* value);
 // A boolean, or an integer taken as 0 or not; writes 0 or 1.
 TALLOW_EXPORT int support_registry_get_bool(const char* path, int* value);
 // An array of strings, or one string taken as an array of one. The value is the strings in order, each with its
-// terminator, and the size counts the terminators: 0 for an empty array. The sizes work as for a string; the one byte
-// more receives a further terminator. A string that contains a zero byte is ERROR_INVALID_DATA.
+// terminator, and the size counts the terminators: 0 for an empty array. The sizes work as for a string; the extra
+// byte receives another terminator. A string that contains a zero byte is ERROR_INVALID_DATA.
 TALLOW_EXPORT int support_registry_get_multi_string(const char* path, size_t* size, char* buffer);
 
 // ---- Trace ---------------------------------------------------------------------------------------------------------
@@ -114,23 +115,23 @@ TALLOW_EXPORT int support_registry_get_multi_string(const char* path, size_t* si
 typedef struct TSupportDbContext_ TSupportDbContext_;
 
 // Opens the trace of the module `name`. `reserved` is 0. `first` and `second` are the lowest and the highest level that
-// the module will use. Returns null when memory is exhausted. The context follows the settings in force: nothing is
-// read here, so that it can be called while a library is loaded.
+// the module will use. Returns null when memory is exhausted. The context follows the settings in force. Reads
+// nothing, so it can be called while a library is being loaded.
 TALLOW_EXPORT TSupportDbContext_* support_print_init(unsigned int reserved, const char* name, unsigned int first,
                                                      unsigned int second);
 // Closes a context; null is accepted.
 TALLOW_EXPORT void support_print_done(TSupportDbContext_* context);
 // Non-zero when lines of `level` are written. Cheap: two loads when the trace is off. Null gives 0.
 TALLOW_EXPORT int support_print_is(TSupportDbContext_* context, unsigned int level);
-// Writes one line: time, module, `function`, `line`, and the text made of `format` and what follows `function`, as one
-// write, so that lines of several threads never mix. Control characters in the text are written as \xNN, and a missing
-// line feed is added. The last error is kept.
+// Writes one line: time, module, `function`, `line`, and the text made of `format` and the arguments after `function`,
+// in one write, so that lines of several threads never mix. Control characters in the text are written as \xNN, and a
+// missing line feed is added. The last error is not changed.
 TALLOW_EXPORT void support_dprint_print_(TSupportDbContext_* context, const char* format, const char* file, int line,
                                          const char* function, ...) __attribute__((format(printf, 2, 6)));
 
 // Turns the trace on for this process, whatever the settings say: to the file `path` (appended to), or to standard
-// error when null, with the levels of the mask `levels`; 0 gives the choice back to the settings. Returns 0, or the
-// error that kept the file from being opened.
+// error when null, with the levels of the mask `levels`; 0 returns to the settings. Returns 0, or the error from
+// opening the file.
 TALLOW_EXPORT int support_trace_open(unsigned int levels, const char* path);
 
 // ---- Time ----------------------------------------------------------------------------------------------------------
@@ -156,9 +157,9 @@ typedef struct _SYSTEMTIME {
 // top bit set.
 TALLOW_EXPORT BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* systemTime);
 // The reverse; `wDayOfWeek` is not read. Returns FALSE with ERROR_INVALID_PARAMETER for a null argument and for fields
-// that are no date of the calendar or no time of the day; `fileTime` is left as it was.
+// that are not a valid date or time of day; `fileTime` is then unchanged.
 TALLOW_EXPORT BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime);
-// The present time.
+// The current time.
 TALLOW_EXPORT void GetSystemTimeAsFileTime(FILETIME* fileTime);
 
 // ---- Text ----------------------------------------------------------------------------------------------------------
@@ -174,8 +175,8 @@ TALLOW_EXPORT void GetSystemTimeAsFileTime(FILETIME* fileTime);
 // units needed; else the result is the number written. Returns 0 on failure, with the last error
 // ERROR_INSUFFICIENT_BUFFER (the target is too small; its content is then undefined), ERROR_INVALID_PARAMETER (another
 // code page, a size of 0 or below -1, a null pointer with a size, a default character), ERROR_INVALID_FLAGS, or, with
-// the flag ..._ERR_INVALID_CHARS, ERROR_NO_UNICODE_TRANSLATION for what is no UTF-8 or no code point. Without the flag
-// such input becomes U+FFFD, one for each maximal part that cannot begin a character.
+// the flag ..._ERR_INVALID_CHARS, ERROR_NO_UNICODE_TRANSLATION for input that is not UTF-8 or not a code point. Without
+// the flag such input becomes U+FFFD, one for each maximal part that cannot begin a character.
 TALLOW_EXPORT int MultiByteToWideChar(UINT codePage, DWORD flags, const char* source, int sizeSource, wchar_t* target,
                                       int sizeTarget);
 TALLOW_EXPORT int WideCharToMultiByte(UINT codePage, DWORD flags, const wchar_t* source, int sizeSource, char* target,

@@ -1,5 +1,5 @@
-// UTF-8 to and from 32-bit characters. The C library's converters follow the locale of the process, which is not ours
-// to set, so the two directions stand here.
+// UTF-8 to and from 32-bit characters. The C library's converters depend on the locale of the process, which a library
+// must not set, so both directions are implemented here.
 #include <climits>
 #include <cstdint>
 #include <cstring>
@@ -23,7 +23,7 @@ bool isCodePoint(uint32_t value) {
 
 struct Decoded {
     wchar_t character;
-    size_t size;  // octets taken
+    size_t size;  // octets consumed
     bool valid;
 };
 

@@ -59,7 +59,7 @@ BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime) {
     }
     const std::chrono::year_month_day date{std::chrono::year{systemTime->wYear}, std::chrono::month{systemTime->wMonth},
                                            std::chrono::day{systemTime->wDay}};
-    // The month and day types keep eight bits: what does not fit them must not pass by its remainder.
+    // The month and day types have eight bits: out-of-range values must not wrap into range.
     if (systemTime->wMonth > 12 || systemTime->wDay > 31 || !date.ok() || systemTime->wHour > 23 ||
         systemTime->wMinute > 59 || systemTime->wSecond > 59 || systemTime->wMilliseconds > 999) {
         return fail(ERROR_INVALID_PARAMETER);

@@ -20,7 +20,7 @@ size_t sizeOfString(std::string_view text) noexcept {
         } else if (text[i] == '\n' && !isLong) {
             return i;
         } else if (text[i] == quote && (!isLong || text.substr(i, 3).find_first_not_of(quote) >= 3)) {
-            // Up to two quotes may stand before the three that close.
+            // Up to two quotes may precede the closing three.
             size_t end = i + sizeQuotes;
             while (isLong && end < text.size() && end < i + 5 && text[end] == quote) {
                 ++end;
@@ -31,7 +31,7 @@ size_t sizeOfString(std::string_view text) noexcept {
     return text.size();
 }
 
-// Dots of the keys on the way to the place reached, for each bracket that is open, and their sum.
+// The dots of the current keys, for each open bracket, and their sum.
 class Nesting {
 public:
     bool open() noexcept { return ++depth_ < dots_.size() && grow(); }

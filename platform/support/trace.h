@@ -1,9 +1,9 @@
-// What the settings tell the trace.
+// How the trace follows the settings.
 #pragma once
 
 namespace tallow::platform {
 
-// The settings in force have changed: look at [trace] again when the next line is asked about.
+// Call after the settings in force changed: [trace] is read again before the next line.
 void traceFollowsSettings() noexcept;
 
 }  // namespace tallow::platform

@@ -1,5 +1,5 @@
-// Reading files and directories whole, with the system's own error when that fails. A failure is never an empty result:
-// callers decide what a file that cannot be read means.
+// Reads whole files and directories, with the system's error on failure. A failure never looks like an empty result:
+// callers decide what an unreadable file means.
 #pragma once
 
 #include <sys/stat.h>
@@ -18,8 +18,8 @@ struct WholeFile {
     struct stat status {};  // of the file that was opened, taken before the first octet was read
 };
 
-// The content, or nothing and the errno value: EFBIG above `largest`, so that no device fills the memory, ESTALE for a
-// file that changed while it was read.
+// The content, or nothing and the errno value: EFBIG above `largest`, so that a device cannot exhaust memory; ESTALE
+// for a file that changed while it was read.
 std::optional<WholeFile> readWholeFile(const std::string& path, size_t largest, int& systemError);
 
 struct DirectoryListing {

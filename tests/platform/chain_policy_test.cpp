@@ -1,4 +1,4 @@
-// The trust decision: who may answer for whom. Each refusal here is a mistake that has been made by real clients.
+// The trust decision: which responders may answer for which certificates.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -28,11 +28,10 @@ struct Question {
 };
 
 struct Verdict {
-    DWORD error = 0;
-    DWORD mask = 0;
-    bool noCheck = false;
+    DWORD error;
+    DWORD mask;
+    bool noCheck;
     std::vector<int> authorized;
-    LONG element = -2;
 };
 
 Verdict judge(const Question& question) {
@@ -48,22 +47,17 @@ Verdict judge(const Question& question) {
                            blobOf(id.issuerKeyHash),
                            blobOf(id.serial)});
     }
-    Verdict verdict;
-    verdict.authorized.assign(entries.size(), 7);  // whatever the policy does not write shows
+    std::vector<int> authorized(entries.size(), 7);  // to notice entries that the policy does not write
     FILETIME producedAt = fileTime(question.producedAtSeconds);
     OCSPChainPolicyPara extra{sizeof extra, &producedAt, static_cast<DWORD>(entries.size()), entries.data(),
                               question.isNamed};
     OCSPChainPolicyStatus result{};
     result.cbSize = sizeof result;
-    result.rgAuthorized = verdict.authorized.data();
+    result.rgAuthorized = authorized.data();
     CERT_CHAIN_POLICY_PARA parameters{sizeof parameters, 0, &extra};
     CERT_CHAIN_POLICY_STATUS status{sizeof status, 0, 0, 0, &result};
     EXPECT_TRUE(CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_OCSP_RESPONDER, chain.get(), &parameters, &status));
-    verdict.error = status.dwError;
-    verdict.mask = result.dwError;
-    verdict.noCheck = result.fNoCheck != 0;
-    verdict.element = status.lElementIndex;
-    return verdict;
+    return {status.dwError, result.dwError, result.fNoCheck != 0, authorized};
 }
 
 CertificateSpec delegateSpec() {
@@ -74,17 +68,15 @@ CertificateSpec delegateSpec() {
     return spec;
 }
 
-template <typename Change>
-Identity delegateOf(const Identity& issuer, Change change) {
+Identity delegateOf(const Identity& issuer, const std::function<void(CertificateSpec&)>& change = nullptr) {
     CertificateSpec spec = delegateSpec();
-    change(spec);
+    if (change) {
+        change(spec);
+    }
     return issue(issuer, spec);
 }
-Identity delegateOf(const Identity& issuer) {
-    return issue(issuer, delegateSpec());
-}
 
-// A delegate whose signature claims one bit less than it has; the bit is 0, so that the octets stay what they are.
+// A delegate whose signature has one unused bit. The bit is 0, so the octets do not change.
 Identity withUnusedBit(const Identity& issuer) {
     Identity delegate = delegateOf(issuer);
     while ((delegate.certificate.back() & 1) != 0) {
@@ -99,7 +91,7 @@ Identity withUnusedBit(const Identity& issuer) {
     return delegate;
 }
 
-// Nothing between the certificate and a root has been asked about revocation: set on every chain without CRLs.
+// Revocation was not checked: set on every chain without CRLs.
 constexpr DWORD kOpen = OCSP_CHAIN_REVOCATION_UNKNOWN;
 
 // A certificate of version 1.
@@ -119,11 +111,11 @@ protected:
 struct RefusalRow {
     const char* name;
     Question question;
-    DWORD mask;       // with kOpen alone the refusal is in rgAuthorized
-    DWORD error = 0;  // status.dwError, beside which the mask does not count
+    DWORD mask;       // with only kOpen, rgAuthorized rejects
+    DWORD error = 0;  // status.dwError; the mask is ignored when it is set
 };
 
-TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
+TEST_F(ResponderPolicy, RejectsUnauthorisedResponders) {
     const auto by = [&](Identity responder, std::vector<Identity> extra = {}) {
         extra.push_back(pki.ca);
         return Question{std::move(responder), {asked}, std::move(extra)};
@@ -143,12 +135,6 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
     const Identity rootedNamesake = issueCa(pki.root, "ca");
     const Identity renamedCa = caUnder(pki.root, [&](CertificateSpec& spec) { spec.key = pki.ca.key; });
     const Identity madeUp = rootCa("made up");
-    const Identity last = caUnder(pki.root, [](CertificateSpec& spec) { spec.pathLength = 0; });
-    const Identity belowLast = issueCa(last, "one too many");
-    const Identity limited = caUnder(pki.root, [&](CertificateSpec& spec) {
-        const Bytes permitted = tlv::context(0, tlv::sequence({tlv::context(4, pki.sibling.subject())}));
-        spec.criticalExtensions = {{"2.5.29.30", tlv::sequence({permitted})}};
-    });
     const Identity notSigning =
         caUnder(pki.root, [](CertificateSpec& spec) { spec.keyUsage = "critical,digitalSignature,cRLSign"; });
     const Identity encrypting = caUnder(pki.root, [](CertificateSpec& spec) { spec.keyUsage = "keyEncipherment"; });
@@ -171,8 +157,6 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
     const RefusalRow rows[] = {
         {"delegate without extended key usage", withUsage(""), OCSP_CHAIN_WRONG_USAGE},
         {"anyExtendedKeyUsage", withUsage("2.5.29.37.0"), OCSP_CHAIN_WRONG_USAGE},
-        {"a usage below OCSPSigning", withUsage("1.3.6.1.5.5.7.3.9.1"), OCSP_CHAIN_WRONG_USAGE},
-        {"a usage whose text begins alike", withUsage("1.3.6.1.5.5.7.3.99"), OCSP_CHAIN_WRONG_USAGE},
         {"other usages", withUsage("serverAuth,clientAuth"), OCSP_CHAIN_WRONG_USAGE},
 
         {"namesake of the issuer, self-made, in the response", by(delegateOf(pki.sameNameCa), {pki.sameNameCa}), 0,
@@ -185,11 +169,12 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
         {"issuer not to be had", by(delegateOf(pki.subCa)), 0, CERT_E_CHAINING},
 
         {"delegate of the grandparent", by(delegateOf(pki.root)), kOpen},
-        {"delegate of a sibling", by(delegateOf(pki.sibling), {pki.sibling}), kOpen},
         {"delegate of a CA below", by(delegateOf(pki.subCa), {pki.subCa}), kOpen},
         {"delegate that an end certificate issued", by(delegateOf(pki.good), {pki.good}), OCSP_CHAIN_INVALID},
-        {"path too long", forOwnIssuer(belowLast, {belowLast, last}), OCSP_CHAIN_INVALID},
-        {"outside of the names that the issuer may give", forOwnIssuer(limited, {limited}), OCSP_CHAIN_INVALID},
+        {"weakly signed delegate", changed([](CertificateSpec& spec) { spec.hash = "SHA1"; }),
+         OCSP_CHAIN_NOT_SIGNATURE_VALID},
+        {"weak key", changed([](CertificateSpec& spec) { spec.key = Key::make(KeyKind::kRsa512); }),
+         OCSP_CHAIN_NOT_SIGNATURE_VALID},
         {"issuer that may not sign certificates", forOwnIssuer(notSigning, {notSigning}), OCSP_CHAIN_INVALID},
         {"signature that does not end at an octet", by(withUnusedBit(pki.ca)), OCSP_CHAIN_NOT_SIGNATURE_VALID},
 
@@ -204,7 +189,6 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
         {"an issuer whose key hash leaves its parameters open", forIssued(dsaCa), OCSP_CHAIN_WRONG_USAGE},
         {"a delegate of such an issuer", {delegateOf(dsaCa), {certIdOf(pki.good, dsaCa)}, {dsaCa}}, kOpen},
         {"a CA below the issuer", by(pki.subCa), OCSP_CHAIN_WRONG_USAGE},
-        {"sibling of the issuer", by(pki.sibling), OCSP_CHAIN_WRONG_USAGE},
         {"the root above the issuer", by(pki.root), OCSP_CHAIN_WRONG_USAGE},
         {"the asked certificate", by(pki.good), OCSP_CHAIN_WRONG_USAGE},
 
@@ -217,14 +201,6 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
         {"issuer not yet valid at producedAt", tooEarly, OCSP_CHAIN_NOT_TIME_NESTED},
         {"key usage for encryption", withKeyUsage("critical,keyEncipherment"), OCSP_CHAIN_WRONG_KEY_USAGE},
         {"key that may sign certificates alone", withKeyUsage("keyCertSign,cRLSign"), OCSP_CHAIN_WRONG_KEY_USAGE},
-        {"critical extension that nobody knows", changed([](CertificateSpec& spec) {
-             spec.criticalExtensions.push_back({"1.2.3.4", {5, 0}});
-         }),
-         OCSP_CHAIN_INVALID},
-        {"two extended key usages extensions", changed([](CertificateSpec& spec) {
-             spec.extensions.push_back({"2.5.29.37", fromHex("300A06082B06010505070309")});
-         }),
-         OCSP_CHAIN_WRONG_USAGE},
     };
     for (const RefusalRow& row : rows) {
         SCOPED_TRACE(row.name);
@@ -238,7 +214,7 @@ TEST_F(ResponderPolicy, RefusesWhoeverMayNotAnswer) {
     }
 }
 
-TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames) {
+TEST_F(ResponderPolicy, AcceptsIssuersDelegatesAndNamedResponders) {
     struct Row {
         const char* name;
         Question question;
@@ -254,10 +230,6 @@ TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames)
         spec.extendedKeyUsage = "critical,serverAuth,OCSPSigning";
         spec.keyUsage = "nonRepudiation";
     });
-    const Identity thatIsACa = delegateOf(pki.ca, [](CertificateSpec& spec) {
-        spec.ca = true;
-        spec.keyUsage = "critical,digitalSignature,keyCertSign";
-    });
     const Identity expired = delegateOf(pki.ca, [](CertificateSpec& spec) { spec.notAfterSeconds = -60; });
     Question inTime{expired, {asked}, {pki.ca}};
     inTime.producedAtSeconds = -120;
@@ -272,8 +244,7 @@ TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames)
         {"the issuer, with a key for certificates and CRLs alone", {strictCa, {certIdOf(pki.good, strictCa)}}},
         {"the root for what it issued", {pki.root, {certIdOf(pki.ca, pki.root)}}},
         {"a delegate with further usages and nonRepudiation", {withFurtherUsages, {asked}, {pki.ca}}},
-        {"a delegate that is a CA as well", {thatIsACa, {asked}, {pki.ca}}},
-        // Whoever could answer himself gives away nothing that is not his.
+        // An issuer that may answer itself may also delegate.
         {"a delegate of a CA that is itself for servers alone",
          {delegateOf(serverCa), {certIdOf(pki.good, serverCa)}, {serverCa}}},
         {"a delegate, when the issuer has two certificates", {delegate, {asked}, {renewed, pki.ca}}},
@@ -288,14 +259,10 @@ TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames)
         {"entries of several issuers",
          {delegate, {asked, certIdOf(pki.good, pki.sibling), asked, certIdOf(pki.ca, pki.root)}, {pki.ca}},
          {1, 0, 1, 0}},
-        {"a CA for what it issued, but not for what its own issuer issued",
-         {pki.ca, {asked, certIdOf(pki.sibling, pki.root)}},
-         {1, 0}},
         {"an issuer without the usage, for its own entry alone",
          {pki.sibling, {certIdOf(pki.good, pki.sibling), asked}, {pki.ca}},
          {1, 0}},
         {"named by the administrator, whoever issued it", named, {1, 1}},
-        {"no entries", {delegate, {}, {pki.ca}}, {}},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
@@ -306,65 +273,19 @@ TEST_F(ResponderPolicy, AcceptsTheIssuerItsDelegateAndWhomTheAdministratorNames)
     }
 }
 
-TEST_F(ResponderPolicy, BelievesNoHashThatItCannotMakeOrThatIsNotWhole) {
-    CertIdSpec unknownHash = asked;
-    unknownHash.hashOid = "1.2.3.4";
-    CertIdSpec otherHash = asked;
-    otherHash.hashOid = kSha256Oid;
-    CertIdSpec shortened = asked;
-    shortened.issuerKeyHash.pop_back();
-    CertIdSpec empty = asked;
-    empty.issuerKeyHash.clear();
-    empty.issuerNameHash.clear();
-    CertIdSpec nameAlone = asked;
-    nameAlone.issuerKeyHash.back() ^= 1;
-    CertIdSpec keyAlone = asked;
-    keyAlone.issuerNameHash.back() ^= 1;
-    const Verdict verdict =
-        judge({delegateOf(pki.ca), {unknownHash, otherHash, shortened, empty, nameAlone, keyAlone, asked}, {pki.ca}});
-    EXPECT_EQ(verdict.authorized, (std::vector<int>{0, 0, 0, 0, 0, 0, 1}));
+TEST_F(ResponderPolicy, RejectsUnknownAndIncompleteHashes) {
+    std::vector<CertIdSpec> entries(7, asked);
+    entries[0].hashOid = "1.2.3.4";
+    entries[1].hashOid = kSha256Oid;
+    entries[2].issuerKeyHash.pop_back();
+    entries[3].issuerKeyHash.clear();
+    entries[3].issuerNameHash.clear();
+    entries[4].issuerKeyHash.back() ^= 1;
+    entries[5].issuerNameHash.back() ^= 1;
+    EXPECT_EQ(judge({delegateOf(pki.ca), entries, {pki.ca}}).authorized, (std::vector<int>{0, 0, 0, 0, 0, 0, 1}));
 }
 
-TEST_F(ResponderPolicy, FindsTheWayThroughExtraAndLoopingCertificatesInAnyOrder) {
-    // ca signed by b, b signed by ca, a cross certificate of ca under a root that nobody trusts, and namesakes.
-    const Identity stranger = rootCa("stranger");
-    const auto caSignedBy = [&](const Identity& issuer) {
-        return caUnder(issuer, [&](CertificateSpec& spec) {
-            spec.commonName = "ca";
-            spec.key = pki.ca.key;
-        });
-    };
-    const Identity b = issueCa(pki.ca, "b");
-    std::vector<Identity> extra = {stranger, caSignedBy(stranger), caSignedBy(b), b, pki.sameNameCa, pki.good, pki.ca};
-    const Identity delegate = delegateOf(pki.ca, [](CertificateSpec& spec) { spec.keyIdentifiers = false; });
-    for (std::size_t turn = 0; turn < extra.size(); ++turn) {
-        SCOPED_TRACE(turn);
-        std::rotate(extra.begin(), extra.begin() + 1, extra.end());
-        for (const std::vector<Identity>& order : {extra, std::vector<Identity>(extra.rbegin(), extra.rend())}) {
-            const Verdict verdict = judge({delegate, {asked}, order});
-            EXPECT_EQ(verdict.error, 0U);
-            EXPECT_EQ(verdict.mask, kOpen);
-            EXPECT_EQ(verdict.authorized, std::vector<int>{1});
-        }
-    }
-}
-
-TEST_F(ResponderPolicy, FindsTheIssuerBehindHundredsOfNamesakes) {
-    CertificateSpec namesake;
-    namesake.commonName = "ca";
-    namesake.ca = true;
-    namesake.key = pki.sameNameCa.key;
-    std::vector<Identity> extra;
-    for (int i = 0; i < 500; ++i) {
-        extra.push_back(issue(pki.sameNameCa, namesake));
-    }
-    extra.push_back(pki.ca);
-    const Verdict verdict = judge({pki.delegate, {asked}, extra});
-    EXPECT_EQ(verdict.error, 0U);
-    EXPECT_EQ(verdict.authorized, std::vector<int>{1});
-}
-
-TEST_F(ResponderPolicy, TellsTheNoCheckMarkAndWhatCrlsSaid) {
+TEST_F(ResponderPolicy, ReportsNoCheckAndRevocation) {
     const Identity marked = delegateOf(pki.ca, [](CertificateSpec& spec) { spec.ocspNoCheck = true; });
     EXPECT_TRUE(judge({marked, {asked}, {pki.ca}}).noCheck);
     const Identity delegate = delegateOf(pki.ca);
@@ -373,15 +294,11 @@ TEST_F(ResponderPolicy, TellsTheNoCheckMarkAndWhatCrlsSaid) {
         spec.extensions.emplace_back("1.3.6.1.5.5.7.48.1.5", Bytes{4, 0});
     });
     EXPECT_FALSE(judge({oddlyMarked, {asked}, {pki.ca}}).noCheck) << "the value must be NULL";
-    for (const char* const usage : {"", "OCSPSigning"}) {
-        const Identity markedCa = caUnder(pki.root, [&](CertificateSpec& spec) {
-            spec.ocspNoCheck = true;
-            spec.extendedKeyUsage = usage;
-        });
-        const Verdict verdict = judge({markedCa, {certIdOf(pki.good, markedCa)}});
-        EXPECT_EQ(verdict.authorized, std::vector<int>{1});
-        EXPECT_FALSE(verdict.noCheck) << "the mark is a delegate's";
-    }
+    const Identity markedCa = caUnder(pki.root, [](CertificateSpec& spec) {
+        spec.ocspNoCheck = true;
+        spec.extendedKeyUsage = "OCSPSigning";
+    });
+    EXPECT_FALSE(judge({markedCa, {certIdOf(pki.good, markedCa)}}).noCheck) << "only a delegate may carry the mark";
     const Identity named = delegateOf(pki.ca, [](CertificateSpec& spec) {
         spec.ocspNoCheck = true;
         spec.extendedKeyUsage = "";
@@ -398,49 +315,70 @@ TEST_F(ResponderPolicy, TellsTheNoCheckMarkAndWhatCrlsSaid) {
     EXPECT_EQ(revoked.authorized, std::vector<int>{0});
 }
 
-TEST_F(ResponderPolicy, RefusesWeakSignaturesAndKeys) {
-    const Identity rsaCa = caUnder(pki.root, [](CertificateSpec& spec) { spec.key = Key::make(KeyKind::kRsa2048); });
-    const auto maskOf = [&](const char* hash, bool pss = false) {
-        const Identity delegate = delegateOf(rsaCa, [&](CertificateSpec& spec) {
-            spec.hash = hash;
-            spec.pss = pss;
-        });
-        return judge({delegate, {certIdOf(pki.good, rsaCa)}, {rsaCa}}).mask;
-    };
-    constexpr DWORD kRefused = kOpen | OCSP_CHAIN_NOT_SIGNATURE_VALID;
-    EXPECT_EQ(maskOf("SHA256"), kOpen);
-    EXPECT_EQ(maskOf("SHA256", true), kOpen);
-    EXPECT_EQ(maskOf("MD5"), kRefused);
-    EXPECT_EQ(maskOf("SHA1"), kRefused);
-    EXPECT_EQ(maskOf("SHA1", true), kRefused);
-    const Identity weak = delegateOf(pki.ca, [](CertificateSpec& spec) { spec.key = Key::make(KeyKind::kRsa512); });
-    EXPECT_EQ(judge({weak, {asked}, {pki.ca}}).mask, kRefused);
-
-    const TrustWorld lenient({pki.root}, "accept_sha1 = true\n");
-    EXPECT_EQ(maskOf("SHA1"), kOpen);
-    EXPECT_EQ(maskOf("MD5"), kRefused);
-}
-
-TEST_F(ResponderPolicy, RefusesAChainWithoutTheRequiredPolicy) {
-    const TrustWorld asking({pki.root}, "required_policies = [\"1.2.3.4\"]\n");
-    const Verdict verdict = judge({pki.delegate, {asked}, {pki.ca}});
-    EXPECT_EQ(verdict.mask, kOpen | OCSP_CHAIN_INVALID);
-    EXPECT_EQ(verdict.authorized, std::vector<int>{0});
-}
-
-TEST_F(ResponderPolicy, TakesNoMalformedQuestion) {
+TEST_F(ResponderPolicy, RejectsMalformedParametersAndOtherPolicies) {
     const ChainPtr chain = chainOf({.end = pki.delegate, .extra = {pki.ca}});
     OCSPChainPolicyPara noTime{sizeof noTime, nullptr, 0, nullptr, nullptr};
     OCSPChainPolicyStatus result{sizeof result, 0, {}, 0, nullptr};
     CERT_CHAIN_POLICY_PARA parameters{sizeof parameters, 0, &noTime};
     CERT_CHAIN_POLICY_STATUS status{sizeof status, 0, 0, 0, &result};
-    const auto lastErrorFor = [&](const char* policy) {
+    for (const auto& [policy, error] : {std::pair(CERT_CHAIN_POLICY_OCSP_RESPONDER, E_INVALIDARG),
+                                        std::pair("{00000000-0000-0000-0000-000000000000}", ERROR_FILE_NOT_FOUND),
+                                        std::pair(reinterpret_cast<const char*>(1), ERROR_FILE_NOT_FOUND)}) {
         EXPECT_FALSE(CertVerifyCertificateChainPolicy(policy, chain.get(), &parameters, &status));
-        return GetLastError();
+        EXPECT_EQ(GetLastError(), error);
+    }
+}
+
+// The signer of a request needs a correct chain to a trusted root, valid now and not revoked.
+TEST(RequestorPolicy, RequiresATrustedChainValidNowAndNotRevoked) {
+    const Pki& pki = Pki::shared();
+    const TrustWorld world({pki.root});
+    const Bytes rootCrl = makeCrl(pki.root, {});
+    const Identity revokedCa = issueCa(pki.ca, "revoked CA");
+    const Identity underRevokedCa = issue(revokedCa, {});
+    const Bytes caCrl = makeCrl(pki.ca, {.revokedSerials = {pki.revoked.serial(), revokedCa.serial()}});
+    const Bytes revokedCaCrl = makeCrl(revokedCa, {});
+    constexpr long kNextYear = 365L * 24 * 3600;
+    CertificateSpec expired;
+    expired.notAfterSeconds = -60;
+    struct Row {
+        const char* name;
+        ChainRequest request;
+        DWORD error;
     };
-    EXPECT_EQ(lastErrorFor(CERT_CHAIN_POLICY_OCSP_RESPONDER), E_INVALIDARG);
-    EXPECT_EQ(lastErrorFor("{00000000-0000-0000-0000-000000000000}"), ERROR_FILE_NOT_FOUND);
-    EXPECT_EQ(lastErrorFor(reinterpret_cast<const char*>(1)), ERROR_FILE_NOT_FOUND);
+    constexpr DWORD kOffline = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
+    constexpr DWORD kChecked = kOffline | CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT;
+    const Row rows[] = {
+        {"good", {pki.good, {pki.ca}, {rootCrl, caCrl}, kChecked}, 0},
+        {"revoked", {pki.revoked, {pki.ca}, {rootCrl, caCrl}, kChecked}, CRYPT_E_REVOKED},
+        {"no CRL", {pki.good, {pki.ca}, {caCrl}, kChecked}, CRYPT_E_NO_REVOCATION_CHECK},
+        {"revocation not asked", {pki.good, {pki.ca}, {rootCrl, caCrl}, kOffline}, CRYPT_E_NO_REVOCATION_CHECK},
+        {"revoked CA",
+         {underRevokedCa, {revokedCa, pki.ca}, {rootCrl, caCrl, revokedCaCrl}, kChecked},
+         CRYPT_E_REVOKED},
+        {"the trusted root itself", {pki.root, {}, {}, kChecked}, 0},
+        {"expired", {issue(pki.ca, expired), {pki.ca}, {rootCrl, caCrl}, kChecked}, CERT_E_EXPIRED},
+        {"expired, judged for a time before",
+         {issue(pki.ca, expired), {pki.ca}, {rootCrl, caCrl}, kChecked, -120},
+         CERT_E_EXPIRED},
+        {"good, judged for a time after", {pki.good, {pki.ca}, {rootCrl, caCrl}, kChecked, kNextYear}, CERT_E_EXPIRED},
+        {"untrusted", {issue(pki.sameNameCa, {}), {pki.sameNameCa}, {}, kChecked}, CERT_E_UNTRUSTEDROOT},
+        {"no issuer", {pki.good, {}, {}, kChecked}, CERT_E_CHAINING},
+        {"bad signature", {issue(pki.sameNameCa, {}), {pki.ca}, {}, kChecked}, TRUST_E_CERT_SIGNATURE},
+        {"issued by an end certificate",
+         {issue(pki.good, {}), {pki.good, pki.ca}, {rootCrl, caCrl}, kChecked},
+         TRUST_E_BASIC_CONSTRAINTS},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const ChainPtr chain = chainOf(row.request);
+        CERT_CHAIN_POLICY_PARA parameters{sizeof parameters, OCSP_REQUESTOR_POLICY_FLAG, nullptr};
+        CERT_CHAIN_POLICY_STATUS status{sizeof status, 0, 0, 0, nullptr};
+        ASSERT_NE(chain, nullptr);
+        EXPECT_TRUE(
+            CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_OCSP_REQUESTOR, chain.get(), &parameters, &status));
+        EXPECT_EQ(status.dwError, row.error);
+    }
 }
 
 }  // namespace

@@ -1,5 +1,5 @@
 // What CRLs say about a certificate, rule by rule (RFC 5280, sections 5 and 6.3). Each row issues a certificate below
-// pki.ca, with the distribution points it names, and asks for its status with the CRLs it names.
+// pki.ca with its distribution points and checks it with its CRLs.
 #include <gtest/gtest.h>
 
 #include "tests/platform/trust_fixture.h"
@@ -72,11 +72,11 @@ struct Row {
     std::vector<Bytes> crls;
     DWORD expected;
     Bytes distributionPoints = {};
-    std::vector<Identity> extra = {};  // further certificates at hand
-    DWORD ofCa = kGood;                // expected of the CA
+    std::vector<Identity> extra = {};  // further local certificates
+    DWORD ofCa = kGood;                // expected for the CA
 };
 
-class Crls : public ::testing::Test {
+class Crl : public ::testing::Test {
 protected:
     Identity leaf(const Bytes& distributionPoints = {}) const {
         CertificateSpec spec;
@@ -116,7 +116,7 @@ protected:
     const Bytes rootCrl = makeCrl(pki.root, {});
 };
 
-TEST_F(Crls, ProveNothingWhenMalformed) {
+TEST_F(Crl, ProvesNothingWhenMalformed) {
     const Bytes null = tlv::null();
     const std::pair<const char*, CrlSpec> rows[] = {
         {"version 1 with extensions", {.version = std::nullopt}},
@@ -150,6 +150,9 @@ TEST_F(Crls, ProveNothingWhenMalformed) {
                    {name, {later, crl(spec)}, kGood}});
     }
     expectAll({{"empty list", {crl({.emptyList = true})}, kUnknown},
+               {"weakly signed", {crl({.hash = "SHA1"})}, kUnknown},
+               {"without nextUpdate", {crl({.nextUpdateSeconds = std::nullopt})}, kUnknown},
+               {"from the future", {crl({.lastUpdateSeconds = 600})}, kUnknown},
                {"removed in a complete CRL", {listing({.reason = kRemove})}, kUnknown},
                {"version 1", {crl({.number = std::nullopt, .version = std::nullopt})}, kGood},
                {"version 1, listed", {listing({.number = std::nullopt, .version = std::nullopt})}, kRevoked},
@@ -159,7 +162,7 @@ TEST_F(Crls, ProveNothingWhenMalformed) {
                 kRevoked}});
 }
 
-TEST_F(Crls, CoverOnlyTheirScope) {
+TEST_F(Crl, CoversOnlyItsScope) {
     const Bytes rest = {0x1F, 0x80};  // affiliationChanged to aACompromise
     const auto some = [](Bytes flags, Bytes name = {}) {
         return tlv::sequence({name, reasonFlags(3, std::move(flags))});
@@ -184,6 +187,9 @@ TEST_F(Crls, CoverOnlyTheirScope) {
         {"relative in the certificate", {named}, kGood, points({points({relativeName("x")})})},
         {"relative, another", {relative}, kUnknown, points({points({relativeName("y")})})},
         {"points that cannot be read", {crl({})}, kUnknown | CERT_TRUST_INVALID_EXTENSION, tlv::null()},
+        {"for CA certificates", {crl(scoped(tlv::sequence({tlv::contextPrimitive(2, {0xFF})})))}, kUnknown},
+        {"for user certificates", {crl(scoped(tlv::sequence({tlv::contextPrimitive(1, {0xFF})})))}, kGood},
+        {"for attribute certificates", {crl(scoped(tlv::sequence({tlv::contextPrimitive(5, {0xFF})})))}, kUnknown},
         {"some reasons", {compromise}, kUnknown},
         {"all reasons in two parts", {compromise, crl(scoped(some(rest)))}, kGood},
         {"listed in the second part", {compromise, listing(scoped(some(rest)))}, kRevoked},
@@ -196,7 +202,7 @@ TEST_F(Crls, CoverOnlyTheirScope) {
     });
 }
 
-TEST_F(Crls, OfOtherIssuersCountWhereTheCertificateNamesThem) {
+TEST_F(Crl, OfAnotherIssuerCountsOnlyWhenTheCertificateNamesIt) {
     const Identity agent = crlSigner(pki.root, "agent");
     const Bytes named = points({points({crlIssuer(agent)})});
     const Bytes indirect = tlv::sequence({kIndirect});
@@ -241,7 +247,7 @@ TEST_F(Crls, OfOtherIssuersCountWhereTheCertificateNamesThem) {
     });
 }
 
-TEST_F(Crls, MayBeSignedWithAnotherKeyOfTheCa) {
+TEST_F(Crl, MayBeSignedWithAnotherKeyOfTheCa) {
     const Identity second = crlSigner(pki.root, "ca");
     const Identity bySibling = crlSigner(pki.sibling, "ca");
     const Identity selfIssued = crlSigner(pki.ca, "ca");
@@ -274,7 +280,7 @@ TEST_F(Crls, MayBeSignedWithAnotherKeyOfTheCa) {
         {"own CRL for the CA above the signer", {makeCrl(belowThat, {})}, kUnknown, {}, {caBelow, belowThat}},
         {"each key lists its own", {makeCrl(second, {.lastUpdateSeconds = -60}), listing()}, kRevoked, {}, {second}},
     });
-    // The very certificate of the CA on the path does not matter: a renewed one, with the key that it had before.
+    // Only the key of the CA matters, not which of its certificates is on the path: here a renewed one.
     CertificateSpec renewed;
     renewed.commonName = "ca";
     renewed.ca = true;
@@ -289,7 +295,7 @@ TEST_F(Crls, MayBeSignedWithAnotherKeyOfTheCa) {
                 {issue(pki.root, renewed)}}});
 }
 
-TEST_F(Crls, ThatALimitLeavesOutAreNotReplacedByOlderOnes) {
+TEST_F(Crl, SkippedByALimitIsNotReplacedByAnOlderOne) {
     const Identity second = crlSigner(pki.root, "ca");
     std::vector<Identity> crowd(17, crlSigner(pki.root, "ca"));
     for (Identity& namesake : crowd) {
@@ -301,7 +307,7 @@ TEST_F(Crls, ThatALimitLeavesOutAreNotReplacedByOlderOnes) {
     expectAll({{"signer behind too many carried namesakes", crls, kUnknown, {}, crowd, kUnknown}});
     world.add("CA/second.pem", second);
     expectAll({{"signer in a store", crls, kRevoked, {}, crowd}});
-    // The signature of the earlier one is known from the check before, so it costs none of the checks.
+    // The signature of the earlier one was verified before, so it costs no check.
     world.put("CA/earlier.crl", earlier);
     expectAll({{"earlier one alone", {}, kGood}});
     std::vector<Bytes> junk = {listing()};
@@ -311,7 +317,7 @@ TEST_F(Crls, ThatALimitLeavesOutAreNotReplacedByOlderOnes) {
     expectAll({{"after a hundred that do not verify", junk, kUnknown, {}, {}, kUnknown}});
 }
 
-TEST_F(Crls, OfTheNewKeyCoverCertificatesOfTheOldOne) {
+TEST_F(Crl, OfANewKeyCoversCertificatesOfTheOldKey) {
     const Identity newCa = caWithKey(pki.root, "ca", Key::make());
     const Identity oldWithNew = caWithKey(newCa, "ca", pki.ca.key);
     for (const DWORD expected : {kGood, kRevoked}) {
@@ -327,7 +333,7 @@ TEST_F(Crls, OfTheNewKeyCoverCertificatesOfTheOldOne) {
     }
 }
 
-TEST_F(Crls, AreUpdatedByDeltaCrls) {
+TEST_F(Crl, IsUpdatedByDeltaCrls) {
     const Bytes wide(40, 0x11);
     Bytes wider = wide;
     wider.back() = 0x12;
@@ -372,7 +378,7 @@ TEST_F(Crls, AreUpdatedByDeltaCrls) {
     });
 }
 
-TEST_F(Crls, AreReplacedByTheNewest) {
+TEST_F(Crl, IsReplacedByTheNewest) {
     std::vector<Bytes> weekly;
     std::vector<Bytes> expired;
     for (long week = 1; week <= 12; ++week) {

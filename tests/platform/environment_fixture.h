@@ -1,4 +1,4 @@
-// What goes wrong around a process, for as long as an object lives.
+// Adverse conditions of a process, during the life of an object.
 #pragma once
 
 #include <sys/resource.h>
@@ -14,7 +14,7 @@
 
 namespace testkit {
 
-// No descriptor is left for the process.
+// The process has no free descriptor.
 class NoDescriptors {
 public:
     NoDescriptors() {

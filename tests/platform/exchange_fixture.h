@@ -1,4 +1,4 @@
-// What the tests of exchanges share: wide text, and the scope of one check.
+// For tests of exchanges: wide text, and the scope of one check.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -13,7 +13,7 @@ inline std::wstring wide(const std::string& text) {
     return {text.begin(), text.end()};
 }
 
-// A check on this thread for as long as the object lives.
+// A check on this thread during the life of the object.
 struct Check : CRYPTO_CHECK {
     explicit Check(DWORD flags = 0, const std::string& proxy = {}, DWORD schemes = CRYPTO_AUTH_ALL)
         : CRYPTO_CHECK{}, proxyText(wide(proxy)) {

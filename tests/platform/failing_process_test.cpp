@@ -1,5 +1,5 @@
-// The verdicts when any one allocation fails, and in a child that was forked while other threads were in the middle of
-// something. A process of its own for each case: the caches of this one stay cold.
+// The verdicts when any one allocation fails, and in a child that was forked while other threads were inside the
+// services. Each case runs in its own process, so that the caches of this one stay cold.
 #include <gtest/gtest.h>
 #include <openssl/crypto.h>
 #include <sys/mman.h>
@@ -50,7 +50,7 @@ int inChild(Body body) {
 }
 
 // The first test: OpenSSL has not been used yet, so each child sets it up anew.
-TEST(OpenSslSetUp, ThatFailsEndsInAnErrorNotInACrash) {
+TEST(ServiceCall, FailsWithAnErrorWhenMemoryRunsOut) {
     enum { kDone, kNeverFailed, kWrong };
     const auto sweep = [](long place) {
         return inChild([&] {
@@ -131,7 +131,7 @@ TEST_F(FailingProcess, RecoversFromAnyFailedAllocation) {
     }
 }
 
-TEST_F(FailingProcess, WorksInAChildForkedFromABusyProcess) {
+TEST_F(FailingProcess, WorksInAForkedChild) {
 #ifdef __SANITIZE_ADDRESS__
     GTEST_SKIP() << "the sanitizer's allocator leaves its locks held in a child";
 #endif
@@ -144,12 +144,12 @@ TEST_F(FailingProcess, WorksInAChildForkedFromABusyProcess) {
     }
     const std::string crl = world_.file("CA/root.crl");
     std::atomic<bool> stop{false};
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (std::size_t thread = 0; thread < 3; ++thread) {
         threads.emplace_back([&, thread] {
             for (std::size_t round = thread; !stop; round += 3) {
                 EXPECT_EQ(judge(context(ends[round % ends.size()])), 0U);
-                // A changed file is read anew; a changed directory could not be trusted to be whole.
+                // A changed file is read again; a changed directory would make the revocation status unknown.
                 ::chmod(crl.c_str(), round % 2 == 0 ? 0600 : 0644);
             }
         });
@@ -158,9 +158,6 @@ TEST_F(FailingProcess, WorksInAChildForkedFromABusyProcess) {
         EXPECT_EQ(inChild([&] { return isRightNow() ? 0 : 1; }), 0) << i;
     }
     stop = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
 }
 
 }  // namespace

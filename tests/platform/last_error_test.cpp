@@ -1,5 +1,4 @@
-// Whatever call of the services fails, the last error says why: a caller that finds 0 there could take the failure for
-// success.
+// Every failing call of the services sets the last error: with 0, a caller could mistake the failure for success.
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -12,7 +11,7 @@ namespace {
 
 void ignore(const CRYPTO_STORE_ITEM* /*item*/, void* /*context*/) {}
 
-TEST(LastError, IsSetByEveryCallThatFails) {
+TEST(LastError, IsSetByEveryFailingCall) {
     const TrustWorld world({});
     const ContextPtr good = context(Pki::shared().good.certificate);
     const StorePtr store = storeOf({Pki::shared().good});

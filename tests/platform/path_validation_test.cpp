@@ -1,5 +1,5 @@
-// The rules of RFC 5280 section 6.1, on paths made for them: what each certificate may say, policies, names,
-// self-issued certificates, and the choice among several paths.
+// The rules of RFC 5280 section 6.1: the profile of each certificate, policies, names, self-issued certificates, and
+// the choice among several paths.
 #include <gtest/gtest.h>
 
 #include <openssl/asn1t.h>
@@ -15,7 +15,7 @@
 
 static std::atomic<int> numNamesRead = 0;
 
-// In place of OpenSSL's own, so that the calls can be counted.
+// Replaces OpenSSL's function to count the calls.
 X509_NAME* d2i_X509_NAME(X509_NAME** name, const unsigned char** in, long size) {
     ++numNamesRead;
     return reinterpret_cast<X509_NAME*>(
@@ -43,7 +43,7 @@ Change with(const char* oid, const Bytes& value) {
     return [=](CertificateSpec& spec) { spec.extensions.emplace_back(oid, value); };
 }
 
-// What a certificate says about policies, in words: "1" or "any" is a policy, "1>2" a mapping, E0
+// The policies of a certificate, in words: "1" or "any" is a policy, "1>2" a mapping, E0
 // requireExplicitPolicy, M0 inhibitPolicyMapping and A0 inhibitAnyPolicy with a number, "self" makes it self-issued.
 Change saying(const std::string& text) {
     const auto oidOf = [](const std::string& word) {
@@ -82,6 +82,11 @@ Change saying(const std::string& text) {
 
 void nothing(CertificateSpec& /*spec*/) {}
 
+// A name of one attribute.
+Bytes nameOf(const char* type, const Bytes& value) {
+    return tlv::sequence({tlv::set({tlv::sequence({tlv::oid(type), value})})});
+}
+
 Change pathLength(int length) {
     return [=](CertificateSpec& spec) { spec.pathLength = length; };
 }
@@ -94,7 +99,7 @@ struct PathRow {
 
 class PathValidation : public ::testing::Test {
 protected:
-    // CAs under the root and an end certificate under the last, each as its change wants it; the end certificate first.
+    // CAs under the root and an end certificate under the last, each with its change; the end certificate first.
     std::vector<Identity> pathOf(const std::vector<Change>& changes) const {
         std::vector<Identity> path{pki.root};
         std::string issuerName = "root";
@@ -201,7 +206,7 @@ TEST_F(PathValidation, ProcessesPolicies) {
     }
 }
 
-TEST_F(PathValidation, RefusesCertificatesThatBreakTheirProfile) {
+TEST_F(PathValidation, RejectsCertificatesOutsideTheProfile) {
     const Change notCa = [](CertificateSpec& spec) { spec.ca = false; };
     const auto basic = [](std::initializer_list<Bytes> parts) {
         return with("2.5.29.19", tlv::sequence(std::vector<Bytes>(parts)));
@@ -279,7 +284,7 @@ TEST_F(PathValidation, RefusesCertificatesThatBreakTheirProfile) {
 }
 
 // The outer algorithm with other parameters than the signed one.
-TEST_F(PathValidation, RefusesASignatureAlgorithmThatIsNotTheSignedOne) {
+TEST_F(PathValidation, RejectsDifferentOuterAndInnerAlgorithms) {
     CertificateSpec spec;
     spec.ca = true;
     spec.key = Key::make(KeyKind::kRsa2048);
@@ -293,22 +298,19 @@ TEST_F(PathValidation, RefusesASignatureAlgorithmThatIsNotTheSignedOne) {
     EXPECT_EQ(errorOfPath({leaf, ca}), CERT_TRUST_IS_NOT_SIGNATURE_VALID);
 }
 
-TEST_F(PathValidation, ExemptsSelfIssuedCertificatesFromLengthAndNameConstraints) {
-    const auto named = [](const std::string& text) {
-        return tlv::sequence({tlv::set({tlv::sequence({tlv::oid("2.5.4.3"), tlv::utf8String(text)})})});
-    };
+TEST_F(PathValidation, AppliesPathLengthAndNameConstraints) {
+    const auto named = [](const std::string& text) { return nameOf("2.5.4.3", tlv::utf8String(text)); };
     const auto subtree = [](unsigned list, const Bytes& base, const Bytes& range = {}) {
         return with("2.5.29.30", tlv::sequence({tlv::context(list, tlv::sequence({concat({base, range})}))}));
-    };
-    const auto alternative = [](unsigned kind, const std::string& value) {
-        return with("2.5.29.17", tlv::sequence({tlv::contextPrimitive(kind, bytesOf(value))}));
     };
     const auto kind = [](unsigned number, const std::string& value) {
         return tlv::contextPrimitive(number, bytesOf(value));
     };
+    const auto alternative = [&](unsigned number, const std::string& value) {
+        return with("2.5.29.17", tlv::sequence({kind(number, value)}));
+    };
     const Change mailInSubject = [](CertificateSpec& spec) {
-        spec.subject = tlv::sequence(
-            {tlv::set({tlv::sequence({tlv::oid("1.2.840.113549.1.9.1"), tlv::ia5String("me@other.example")})})});
+        spec.subject = nameOf("1.2.840.113549.1.9.1", tlv::ia5String("me@other.example"));
     };
     constexpr DWORD kBasic = CERT_TRUST_INVALID_BASIC_CONSTRAINTS;
     constexpr DWORD kOutside = CERT_TRUST_HAS_NOT_PERMITTED_NAME_CONSTRAINT;
@@ -328,9 +330,7 @@ TEST_F(PathValidation, ExemptsSelfIssuedCertificatesFromLengthAndNameConstraints
         {"name in another case", {subtree(0, tlv::context(4, named("ELEMENT  1"))), nothing}},
         {"DNS name permitted", {subtree(0, kind(2, "b.example")), alternative(2, "a.B.example")}},
         {"DNS name outside", {subtree(0, kind(2, "b.example")), alternative(2, "ab.example")}, kOutside},
-        {"DNS name excluded", {subtree(1, kind(2, "b.example")), alternative(2, "a.b.example")}, kExcluded},
         {"mail permitted", {subtree(0, kind(1, "a.example")), alternative(1, "me@a.example")}},
-        {"mail outside", {subtree(0, kind(1, "a.example")), alternative(1, "me@b.a.example")}, kOutside},
         {"mail in the subject outside", {subtree(0, kind(1, "a.example")), mailInSubject}, kOutside},
         {"URI permitted", {subtree(0, kind(6, ".a.example")), alternative(6, "http://b.a.example/x")}},
         {"URI excluded", {subtree(1, kind(6, "a.example")), alternative(6, "https://a.example:8/")}, kExcluded},
@@ -377,9 +377,7 @@ TEST_F(PathValidation, ExemptsSelfIssuedCertificatesFromLengthAndNameConstraints
 }
 
 TEST_F(PathValidation, IgnoresCaseAndStringTypeOfNames) {
-    const auto name = [](const Bytes& value) {
-        return tlv::sequence({tlv::set({tlv::sequence({tlv::oid("2.5.4.3"), value})})});
-    };
+    const auto name = [](const Bytes& value) { return nameOf("2.5.4.3", value); };
     const auto caNamed = [&](const Bytes& value) {
         return caUnder(pki.root, [&](CertificateSpec& spec) { spec.subject = name(value); });
     };
@@ -394,7 +392,7 @@ TEST_F(PathValidation, IgnoresCaseAndStringTypeOfNames) {
     EXPECT_EQ(errorWith(tlv::utf8String("\xD0\xA6\xD0\x90"), tlv::raw(0x1E, {0x04, 0x26, 0x04, 0x10})), 0U);
     EXPECT_EQ(errorWith(plain, tlv::utf8String("A CertificationAuthority")), CERT_TRUST_IS_PARTIAL_CHAIN);
 
-    // A certificate of the very spelling that has expired does not hide the other.
+    // An expired certificate with the same spelling does not hide the valid one.
     CertificateSpec spec;
     spec.issuer = name(tlv::utf8String("a certification authority"));
     const Identity ca = caNamed(plain);
@@ -405,7 +403,7 @@ TEST_F(PathValidation, IgnoresCaseAndStringTypeOfNames) {
     });
     EXPECT_EQ(errorOfPath({issue(ca, spec), expired, ca}), 0U);
 
-    // Each name is read once for all that look for an issuer, and no more than 256 KiB of them.
+    // Each name is parsed once, and at most 256 KiB of them.
     const TrustWorld empty({});
     const std::vector<Identity> untrusted = pathOf(std::vector<Change>(8, nothing));
     numNamesRead = 0;
@@ -422,19 +420,7 @@ TEST_F(PathValidation, IgnoresCaseAndStringTypeOfNames) {
     }
 }
 
-TEST_F(PathValidation, AcceptsAChangeOfTheCaKey) {
-    const Identity newRoot = rootCa("root");
-    const Identity newWithOld = caWithKey(pki.root, "root", newRoot.key);
-    const Identity oldWithNew = caWithKey(newRoot, "root", pki.root.key);
-    const Identity leaf = leafUnder(newRoot);
-    EXPECT_EQ(simple(chainOf({leaf, {newRoot, newWithOld}})).cElement, 3U);
-    EXPECT_EQ(errorOf(chainOf({leaf, {newRoot, newWithOld}})), 0U);
-    EXPECT_EQ(errorOf(chainOf({leaf, {newRoot}})), CERT_TRUST_IS_UNTRUSTED_ROOT);
-    const TrustWorld later({newRoot});
-    EXPECT_EQ(errorOf(chainOf({pki.good, {pki.ca, pki.root, oldWithNew}})), 0U);
-}
-
-// In each row some way leads to the root without a fault.
+// In each row there is a path without a fault.
 TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
     struct Row {
         const char* name;
@@ -452,6 +438,7 @@ TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
     const Identity forgedRoot{pki.root.certificate, Key::make()};
     const Identity forged = namesake(pki.ca.key, forgedRoot);
     const Change old = [](CertificateSpec& spec) { spec.notAfterSeconds = -60; };
+    const Identity below = issueCa(pki.ca, "below");
     const Identity narrow = caUnder(pki.root, pathLength(0));
     const Change other = [&](CertificateSpec& spec) {
         spec.criticalExtensions = {
@@ -481,20 +468,18 @@ TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
     const std::vector<Identity> some(many.begin(), many.begin() + 60);
     const Row rows[] = {
         {"the CA's key in a forged certificate", pki.ca, {forged, pki.ca}},
-        {"the same, the CA in a store", pki.ca, {forged}, {pki.ca}},
         {"forty of them", pki.ca, then(crowd(40, [&] { return pki.ca.key; }), {pki.ca})},
         {"namesakes", pki.ca, then(some, {pki.ca})},
         {"namesakes, above another CA", pki.subCa, then(some, {pki.subCa, pki.ca})},
-        {"namesakes behind the CA", pki.ca, then({pki.ca}, many)},
+        {"namesakes after the CA", pki.ca, then({pki.ca}, many)},
         {"namesakes, the CA in a store", pki.ca, many, {pki.ca}},
         {"namesakes with one key", pki.ca, then(crowd(90, [&] { return wrong; }), {pki.ca})},
         {"expired certificate of the CA", pki.ca, {namesake(pki.ca.key, pki.root, old), pki.ca}},
-        {"the same in a store", pki.ca, {pki.ca}, {namesake(pki.ca.key, pki.root, old)}},
         {"cross certificate of an unknown root", pki.ca, {namesake(pki.ca.key, rootCa("unknown")), pki.ca}},
+        {"loop of two CAs", pki.ca, {namesake(pki.ca.key, below), below, pki.ca}},
         {"cross certificate over a CA that may have none below",
          pki.ca,
          {namesake(pki.ca.key, narrow), narrow, pki.ca}},
-        {"the same in a store", pki.ca, {pki.ca}, {namesake(pki.ca.key, narrow), narrow}},
         {"certificate of the CA for other names", pki.ca, {namesake(pki.ca.key, pki.root, other), pki.ca}},
         {"certificate of the CA that needs a policy", pki.ca, {namesake(pki.ca.key, pki.root, saying("E0")), pki.ca}},
     };
@@ -504,7 +489,7 @@ TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
         for (std::size_t i = 0; i < row.stored.size(); ++i) {
             own.add("CA/" + std::to_string(i) + ".pem", row.stored[i]);
         }
-        // A certificate that was never seen: which key signed a known one is remembered.
+        // A new certificate each time, since the signers of known ones are cached.
         EXPECT_EQ(errorOf(chainOf({leafUnder(row.issuer), row.extra})), 0U);
     }
     // The certificate of the CA itself is revoked; its cross certificate is not.
@@ -515,13 +500,13 @@ TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
     constexpr DWORD kChecked = CERT_CHAIN_REVOCATION_CHECK_CHAIN | CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
     EXPECT_EQ(errorOf(chainOf({pki.good, {pki.ca}, crls, kChecked})), CERT_TRUST_IS_REVOKED);
     EXPECT_EQ(errorOf(chainOf({pki.good, {pki.ca, cross, pki.sibling}, crls, kChecked})), 0U);
-    // Revoked over each of two ways, one of which has another fault too.
+    // Revoked on both paths, one of which has another fault too.
     const std::vector<Bytes> revoking{makeCrl(pki.root, {}), makeCrl(pki.ca, {.revokedSerials = {pki.good.serial()}})};
     EXPECT_EQ(errorOf(chainOf({pki.good, {namesake(pki.ca.key, pki.root, saying("E0")), pki.ca}, revoking, kChecked})),
               CERT_TRUST_IS_REVOKED);
 }
 
-TEST_F(PathValidation, LimitsTheWorkOfJudgingPaths) {
+TEST_F(PathValidation, LimitsTheSizeOfPaths) {
     const auto reissued = [&](const Identity& issuer, const Change& change) {
         return caUnder(issuer, [&](CertificateSpec& spec) {
             spec.commonName = "ca";
@@ -533,30 +518,16 @@ TEST_F(PathValidation, LimitsTheWorkOfJudgingPaths) {
     std::vector<Identity> path{pki.good, reissued(pki.root, large), reissued(pki.root, large), pki.ca};
     EXPECT_EQ(errorOfPath(path), 0U);
     path.insert(path.begin() + 1, reissued(pki.root, large));
-    EXPECT_NE(errorOfPath(path), 0U);
+    EXPECT_EQ(errorOfPath(path), kPolicyFault);
 
     const Identity unknown = rootCa("unknown");
     path = {pki.good, reissued(unknown, saying("E0")), reissued(unknown, nothing), unknown};
     EXPECT_EQ(errorOfPath(path), CERT_TRUST_IS_UNTRUSTED_ROOT | kPolicyFault) << "of the first";
     path.push_back(pki.ca);
     EXPECT_EQ(errorOfPath(path), 0U);
-}
 
-TEST_F(PathValidation, LimitsAPathToTwelveCertificates) {
-    const std::vector<Identity> longest = pathOf(std::vector<Change>(11, nothing));
-    EXPECT_EQ(errorOfPath(longest), 0U);
+    EXPECT_EQ(errorOfPath(pathOf(std::vector<Change>(11, nothing))), 0U) << "twelve certificates";
     EXPECT_EQ(errorOfPath(pathOf(std::vector<Change>(12, nothing))), CERT_TRUST_IS_PARTIAL_CHAIN);
-}
-
-TEST_F(PathValidation, TrustsARootOfVersion1ForItsKeyAndName) {
-    CertificateSpec spec;
-    spec.commonName = "old root";
-    spec.version = 1;
-    spec.keyIdentifiers = false;
-    const Identity old = selfSigned(spec);
-    const TrustWorld own({old});
-    const Identity ca = issueCa(old, "ca of the old root");
-    EXPECT_EQ(errorOfPath({leafUnder(ca), ca}), 0U);
 }
 
 }  // namespace

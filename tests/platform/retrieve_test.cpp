@@ -1,4 +1,4 @@
-// The retrieval that can answer from the cache, and the cache it keeps on disk.
+// Retrieval through the cache, and the cache on disk.
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 #include <sys/wait.h>
@@ -22,14 +22,14 @@
 namespace testkit {
 namespace {
 
-class Retrieve : public testing::Test {
+class RetrieveObjectByUrl : public testing::Test {
 protected:
-    Retrieve() {
+    RetrieveObjectByUrl() {
         folder_.write("settings.toml", "[crypto]\nurl_cache = \"" + folder_.file("cache") +
                                            "\"\n[config.Basalt.cache_settings]\nOcspValiditySeconds = 60\n");
         EXPECT_EQ(support_settings_open(folder_.file("settings.toml").c_str()), 0);
     }
-    ~Retrieve() override { support_settings_open(folder_.write("empty.toml", "").c_str()); }
+    ~RetrieveObjectByUrl() override { support_settings_open(folder_.write("empty.toml", "").c_str()); }
 
     // The URL of the request "request" for `address`.
     static std::wstring urlFor(const std::string& address) {
@@ -41,15 +41,18 @@ protected:
         Bytes body;
         DWORD httpStatus = 0;
     };
+    // Uses the cache, the network or both, as the flags say.
     static Result retrieve(const std::string& address, DWORD flags, FILETIME* resync = nullptr, DWORD timeout = 5000) {
+        return retrieveUrl(urlFor(address), flags, resync, timeout);
+    }
+    static Result retrieveUrl(const std::wstring& url, DWORD flags, FILETIME* resync = nullptr, DWORD timeout = 5000) {
         CRYPT_RETRIEVE_AUX_INFO info{};
         info.cbSize = sizeof info;
         info.pftCacheResync = resync;
         void* object = nullptr;
         Result result;
-        result.ok =
-            CryptRetrieveObjectByUrlW(urlFor(address).c_str(), CONTEXT_OID_OCSP_RESP, CRYPT_HTTP_POST_RETRIEVAL | flags,
-                                      timeout, &object, nullptr, nullptr, nullptr, &info);
+        result.ok = CryptRetrieveObjectByUrlW(url.c_str(), CONTEXT_OID_OCSP_RESP, CRYPT_HTTP_POST_RETRIEVAL | flags,
+                                              timeout, &object, nullptr, nullptr, nullptr, &info);
         const std::unique_ptr<void, decltype(&std::free)> owner(object, std::free);
         result.httpStatus = info.dwHttpStatusCode;
         if (result.ok) {
@@ -66,15 +69,15 @@ protected:
     HttpServer server_{[this](const HttpRequest&) { return HttpReply{.body = answer_}; }};
 };
 
-TEST_F(Retrieve, AnswersFromTheCacheAsTheFlagsSay) {
+TEST_F(RetrieveObjectByUrl, UsesTheCacheAsTheFlagsSay) {
     EXPECT_FALSE(retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL).ok) << "nothing is kept yet";
     EXPECT_EQ(server_.requests().size(), 0u) << "cache only never goes to the network";
     EXPECT_TRUE(retrieve(server_.url("/ocsp"), 0).ok);
     ASSERT_EQ(server_.requests().size(), 1u);
-    EXPECT_EQ(server_.requests()[0].method, "POST");
-    EXPECT_EQ(server_.requests()[0].target, "/ocsp");
-    EXPECT_EQ(server_.requests()[0].body, bytesOf("request")) << "the body that the URL carries";
-    EXPECT_EQ(server_.requests()[0].header("content-type"), "application/ocsp-request");
+    const HttpRequest sent = server_.requests()[0];
+    EXPECT_EQ(sent.method + sent.target, "POST/ocsp");
+    EXPECT_EQ(sent.body, bytesOf("request")) << "the body that the URL carries";
+    EXPECT_EQ(sent.header("content-type"), "application/ocsp-request");
     EXPECT_EQ(retrieve(server_.url("/ocsp"), 0).body, kept_);
     EXPECT_EQ(retrieve(server_.url("/ocsp"), CRYPT_CACHE_ONLY_RETRIEVAL | CRYPT_WIRE_ONLY_RETRIEVAL).body, kept_);
     EXPECT_EQ(server_.requests().size(), 1u) << "answered from the cache";
@@ -85,24 +88,21 @@ TEST_F(Retrieve, AnswersFromTheCacheAsTheFlagsSay) {
     EXPECT_FALSE(retrieve(server_.url("/ocsp"), CRYPT_CACHE_ONLY_RETRIEVAL, &future).ok) << "older than resync time";
 }
 
-TEST_F(Retrieve, KeepsAnswersByAddressAndRequestUntilTheyAreForgotten) {
+TEST_F(RetrieveObjectByUrl, CachesByAddressAndRequest) {
     const Check check;
     EXPECT_TRUE(retrieve(server_.url("/a"), 0).ok);
     EXPECT_FALSE(check.fAnsweredFromCache);
     EXPECT_TRUE(retrieve(server_.url("/a"), 0).ok);
     EXPECT_TRUE(check.fAnsweredFromCache);
-    void* object = nullptr;
     const std::wstring otherRequest = wide(server_.url("/a") + "/b3RoZXI%3D?Content-type: application/ocsp-request");
-    EXPECT_FALSE(CryptRetrieveObjectByUrlW(otherRequest.c_str(), CONTEXT_OID_OCSP_RESP,
-                                           CRYPT_HTTP_POST_RETRIEVAL | CRYPT_CACHE_ONLY_RETRIEVAL, 0, &object, nullptr,
-                                           nullptr, nullptr, nullptr));
+    EXPECT_FALSE(retrieveUrl(otherRequest, CRYPT_CACHE_ONLY_RETRIEVAL).ok);
     EXPECT_TRUE(crypto_forget_response(otherRequest.c_str())) << "nothing was kept";
     EXPECT_TRUE(retrieve(server_.url("/a"), CRYPT_CACHE_ONLY_RETRIEVAL).ok);
     EXPECT_TRUE(crypto_forget_response(urlFor(server_.url("/a")).c_str()));
     EXPECT_FALSE(retrieve(server_.url("/a"), CRYPT_CACHE_ONLY_RETRIEVAL).ok);
 }
 
-TEST_F(Retrieve, KeepsNeitherRefusalsNorRubbish) {
+TEST_F(RetrieveObjectByUrl, CachesOnlySuccessfulResponses) {
     for (const Bytes& answer : {Bytes{0x30, 0x03, 0x0A, 0x01, 0x03}, bytesOf("<html>")}) {
         answer_ = answer;
         EXPECT_EQ(retrieve(server_.url(), 0).body, answer);
@@ -110,7 +110,7 @@ TEST_F(Retrieve, KeepsNeitherRefusalsNorRubbish) {
     }
 }
 
-TEST_F(Retrieve, PassesOverEntriesThatAreNotWhole) {
+TEST_F(RetrieveObjectByUrl, IgnoresTruncatedEntries) {
     EXPECT_TRUE(retrieve(server_.url(), 0).ok);
     for (const auto& entry : std::filesystem::directory_iterator(folder_.path() / "cache")) {
         const auto size = std::filesystem::file_size(entry.path());
@@ -121,7 +121,7 @@ TEST_F(Retrieve, PassesOverEntriesThatAreNotWhole) {
     }
 }
 
-TEST_F(Retrieve, UsesNoEntryOrFolderThatOthersCouldHaveWritten) {
+TEST_F(RetrieveObjectByUrl, IgnoresEntriesThatOthersMayWrite) {
     namespace fs = std::filesystem;
     ASSERT_TRUE(retrieve(server_.url(), 0).ok);
     const fs::path cache = folder_.path() / "cache";
@@ -153,7 +153,7 @@ TEST_F(Retrieve, UsesNoEntryOrFolderThatOthersCouldHaveWritten) {
     EXPECT_TRUE(isUsed()) << "written over";
 }
 
-TEST_F(Retrieve, KeepsABoundedNumberOfEntriesAndTouchesNothingElse) {
+TEST_F(RetrieveObjectByUrl, LimitsTheNumberOfEntries) {
     namespace fs = std::filesystem;
     const std::string strange = folder_.write("cache/notes.txt", "keep me");
     fs::permissions(folder_.path() / "cache", fs::perms::owner_all);
@@ -173,7 +173,7 @@ TEST_F(Retrieve, KeepsABoundedNumberOfEntriesAndTouchesNothingElse) {
     EXPECT_EQ(cache.find("http://b/", 60, nullptr), kept_);
 }
 
-TEST_F(Retrieve, NeverShowsHalfAnEntryToAnotherProcess) {
+TEST_F(RetrieveObjectByUrl, ReplacesEntriesAtomically) {
     const tallow::platform::UrlCache cache(folder_.file("cache"));
     const Bytes small(100, 1);
     const Bytes large(200000, 2);
@@ -194,21 +194,18 @@ TEST_F(Retrieve, NeverShowsHalfAnEntryToAnotherProcess) {
     EXPECT_EQ(status, 0);
 }
 
-TEST_F(Retrieve, ReportsTheHttpStatusAndHeedsTheTimeLimit) {
+TEST_F(RetrieveObjectByUrl, ReportsTheHttpStatusAndKeepsTheTimeLimit) {
     HttpServer failing([](const HttpRequest&) { return HttpReply{.status = 503}; });
-    const Result refused = retrieve(failing.url(), 0);
-    EXPECT_FALSE(refused.ok);
-    EXPECT_EQ(refused.httpStatus, 503u);
+    EXPECT_EQ(retrieve(failing.url(), 0).httpStatus, 503u);
+    EXPECT_EQ(GetLastError(), ERROR_INTERNET_CANNOT_CONNECT);
     HttpServer slow([](const HttpRequest&) { return HttpReply{.delayMs = 3000}; });
     const Result late = retrieve(slow.url(), 0, nullptr, 200);
     EXPECT_FALSE(late.ok);
     EXPECT_EQ(late.httpStatus, 0u);
     EXPECT_EQ(GetLastError(), ERROR_INTERNET_TIMEOUT);
-    void* object = nullptr;
     for (const wchar_t* url :
          {L"", L"http://127.0.0.1", L"no slash?header", L"http://127.0.0.1/%4?h", L"http://h/%zz?h"}) {
-        EXPECT_FALSE(CryptRetrieveObjectByUrlW(url, CONTEXT_OID_OCSP_RESP, CRYPT_HTTP_POST_RETRIEVAL, 100, &object,
-                                               nullptr, nullptr, nullptr, nullptr));
+        EXPECT_FALSE(retrieveUrl(url, 0).ok);
         EXPECT_EQ(GetLastError(), ERROR_INTERNET_INVALID_URL);
     }
 }

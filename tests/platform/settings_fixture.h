@@ -1,4 +1,4 @@
-// A settings file for one test; the settings go back to an empty file afterwards.
+// A settings file for one test; afterwards an empty file is in force.
 #pragma once
 
 #include <string>

@@ -1,10 +1,11 @@
 #include <gtest/gtest.h>
 
 #include <array>
+#include <functional>
 #include <string>
-#include <thread>
 #include <vector>
 
+#include "platform/support/settings_table.h"
 #include "tests/platform/environment_fixture.h"
 #include "tests/platform/settings_fixture.h"
 
@@ -15,7 +16,7 @@ constexpr int kAbsent = ERROR_FILE_NOT_FOUND;
 constexpr int kWrongKind = ERROR_INVALID_DATA;
 constexpr int kBroken = ERROR_BAD_FORMAT;
 
-// The bytes of a text value read in the two steps, with the terminator that stands behind it; "<error N>" else.
+// The bytes of a text value, read in the two steps; "<error N>" on failure. Checks the terminator.
 template <typename Read>
 std::string readText(Read read, const char* path) {
     size_t size = 0;
@@ -32,7 +33,7 @@ std::string readText(Read read, const char* path) {
     return buffer;
 }
 
-TEST(Settings, AnswersTheFourReadsBySectionAndName) {
+TEST(Settings, ReadsValuesByTableAndKey) {
     const SettingsFile settings(R"(
         plain = "top"
         [config.cades.ocsppolicy]
@@ -49,30 +50,31 @@ TEST(Settings, AnswersTheFourReadsBySectionAndName) {
         OcspValiditySeconds = 60
     )");
     ASSERT_EQ(settings.result(), 0);
-    long number = 0;
-    int flag = -1;
-    EXPECT_EQ(support_registry_get_long("\\config\\cades\\ocsppolicy\\NonceLength", &number), 0);
-    EXPECT_EQ(number, 16);
-    EXPECT_EQ(support_registry_get_long("\\config\\cades\\ocsppolicy\\Negative", &number), 0);
-    EXPECT_EQ(number, -1);
-    EXPECT_EQ(support_registry_get_long("\\config\\Basalt\\cache_settings\\OcspValiditySeconds", &number), 0);
-    EXPECT_EQ(number, 60);
-    EXPECT_EQ(support_registry_get_bool("\\config\\cades\\ocsppolicy\\DisableNonce", &flag), 0);
-    EXPECT_EQ(flag, 1);
-    EXPECT_EQ(support_registry_get_bool("\\config\\cades\\ocsppolicy\\AsNumber", &flag), 0);
-    EXPECT_EQ(flag, 1);
+    const std::string policy = "\\config\\cades\\ocsppolicy\\";
+    const auto numberAt = [](const std::string& path) {
+        long number = 0;
+        return support_registry_get_long(path.c_str(), &number) == 0 ? number : 77;
+    };
+    const auto flagAt = [](const std::string& path) {
+        int flag = 77;
+        return support_registry_get_bool(path.c_str(), &flag) == 0 ? flag : 77;
+    };
+    EXPECT_EQ(numberAt(policy + "NonceLength"), 16);
+    EXPECT_EQ(numberAt(policy + "Negative"), -1);
+    EXPECT_EQ(numberAt("\\config\\Basalt\\cache_settings\\OcspValiditySeconds"), 60);
+    EXPECT_EQ(flagAt(policy + "DisableNonce"), 1);
+    EXPECT_EQ(flagAt(policy + "AsNumber"), 1);
     auto* const read = support_registry_get_string;
     EXPECT_EQ(readText(read, "\\plain"), "top");
-    EXPECT_EQ(readText(read, "\\config\\cades\\ocsppolicy\\DefaultOCSPURL"), "http://responder.example/\xC3\xA9");
-    EXPECT_EQ(readText(read, "\\config\\cades\\ocsppolicy\\Empty"), "");
+    EXPECT_EQ(readText(read, (policy + "DefaultOCSPURL").c_str()), "http://responder.example/\xC3\xA9");
+    EXPECT_EQ(readText(read, (policy + "Empty").c_str()), "");
     auto* const readAll = support_registry_get_multi_string;
-    EXPECT_EQ(readText(readAll, "\\config\\cades\\ocsppolicy\\AllowedOCSPs"),
-              std::string("http://a\0\0http://b\0", 19));
-    EXPECT_EQ(readText(readAll, "\\config\\cades\\ocsppolicy\\NobodyAllowed"), "");
-    EXPECT_EQ(readText(readAll, "\\config\\cades\\ocsppolicy\\One"), std::string("http://one\0", 11));
+    EXPECT_EQ(readText(readAll, (policy + "AllowedOCSPs").c_str()), std::string("http://a\0\0http://b\0", 19));
+    EXPECT_EQ(readText(readAll, (policy + "NobodyAllowed").c_str()), "");
+    EXPECT_EQ(readText(readAll, (policy + "One").c_str()), std::string("http://one\0", 11));
 }
 
-TEST(Settings, TellAnAbsentKeyByTheFirstStepAndLeaveTheOutputAlone) {
+TEST(Settings, ReportsAnAbsentKeyAndLeavesTheOutputUnchanged) {
     const SettingsFile settings("[config.a]\nx = 1\n");
     for (const char* path : {"\\config\\a\\y", "\\config\\b\\x", "\\config\\a\\x\\z", "\\config\\a\\X", "config\\a\\x",
                              "\\", "", "\\config\\\\a\\x", "\\config\\a\\x\\"}) {
@@ -88,7 +90,7 @@ TEST(Settings, TellAnAbsentKeyByTheFirstStepAndLeaveTheOutputAlone) {
     }
 }
 
-TEST(Settings, NeverWriteBeyondTheSizeTheCallerNames) {
+TEST(Settings, NeverWritesBeyondTheGivenSize) {
     const SettingsFile settings("text = \"12345\"\nlist = [\"12\", \"3\"]\n");
     std::array<char, 8> buffer{};
     buffer.fill('#');
@@ -101,7 +103,7 @@ TEST(Settings, NeverWriteBeyondTheSizeTheCallerNames) {
     EXPECT_EQ(std::string(buffer.data(), buffer.size()), std::string("12345\0##", 8));
 }
 
-TEST(Settings, SayWhereAFileDoesNotParseAndLetNoTextReadPass) {
+TEST(Settings, ReportsWhereAFileDoesNotParse) {
     struct Row {
         const char* content;
         unsigned int line;
@@ -121,13 +123,13 @@ TEST(Settings, SayWhereAFileDoesNotParseAndLetNoTextReadPass) {
         EXPECT_EQ(std::string(error.message).find('\n'), std::string::npos);
         long number = 0;
         EXPECT_EQ(support_registry_get_long("\\a", &number), kBroken);
-        // A caller takes a failing first step for an absent key and would go on with a default.
+        // A caller treats a failing first step as an absent key and would use a default.
         EXPECT_EQ(readText(support_registry_get_string, "\\a"), "<second error 11>");
         EXPECT_EQ(readText(support_registry_get_multi_string, "\\a"), "<second error 11>");
     }
 }
 
-TEST(Settings, ReportAFileThatCannotBeRead) {
+TEST(Settings, ReportsAnUnreadableFile) {
     const TempDir folder;
     EXPECT_EQ(support_settings_open(folder.file("missing.toml").c_str()), kAbsent);
     EXPECT_EQ(support_settings_open(folder.path().c_str()), static_cast<int>(ERROR_ACCESS_DENIED));
@@ -140,7 +142,7 @@ TEST(Settings, ReportAFileThatCannotBeRead) {
     EXPECT_STREQ(error.message, "");
 }
 
-TEST(Settings, ThatOthersCanHaveWrittenCountAsBroken) {
+TEST(Settings, RejectsAFileThatOthersMayWrite) {
     const TempDir folder;
     const std::string file = folder.write("d/settings.toml", "a = 1\n");
     const std::string directory = folder.file("d");
@@ -162,7 +164,8 @@ TEST(Settings, ThatOthersCanHaveWrittenCountAsBroken) {
     const SettingsFile restored("");
 }
 
-TEST(Settings, ThatNestTooDeepAreRefusedBeforeTheyAreParsed) {
+TEST(Settings, RejectsDeepNestingBeforeParsing) {
+    using Row = std::pair<std::string, int>;
     const auto repeated = [](std::string_view text, int count) {
         std::string all;
         for (int i = 0; i < count; ++i) {
@@ -170,11 +173,7 @@ TEST(Settings, ThatNestTooDeepAreRefusedBeforeTheyAreParsed) {
         }
         return all;
     };
-    struct Row {
-        std::string content;
-        int result;
-    };
-    for (const Row& row : {
+    for (const auto& [content, result] : {
              Row{"[" + repeated("a.", 100000) + "a]\n", kBroken},
              Row{repeated("a.", 100000) + "a = 1\n", kBroken},
              Row{"x = {" + repeated("a.b = {", 50000) + repeated("}", 50001) + "\n", kBroken},
@@ -183,81 +182,75 @@ TEST(Settings, ThatNestTooDeepAreRefusedBeforeTheyAreParsed) {
              Row{"a = '''" + repeated("[.\"\n", 1000) + "'''\nb = [1.5" + repeated(", 1.5", 1000) + "]\n", 0},
              Row{repeated("[[d.e]]\nx.y = [\n# [.\n]\n", 1000), 0},
          }) {
-        const SettingsFile settings(row.content);
-        EXPECT_EQ(settings.result(), row.result) << row.content.substr(0, 40);
+        const SettingsFile settings(content);
+        EXPECT_EQ(settings.result(), result) << content.substr(0, 40);
     }
 }
 
-TEST(Settings, AreReadAgainAfterDescriptorsRanOut) {
+TEST(Settings, ReadsAgainAfterDescriptorsRanOut) {
     const SettingsFile settings("a = \"x\"\n");
     {
         const NoDescriptors none;
         EXPECT_EQ(support_settings_open(settings.path().c_str()), static_cast<int>(ERROR_ACCESS_DENIED));
     }
-    // A caller is told first, so that no policy is made of defaults in part.
+    // One read reports the failure first, so that no policy is partly made of defaults.
     EXPECT_EQ(readText(support_registry_get_string, "\\a"), "<second error 11>");
     EXPECT_EQ(readText(support_registry_get_string, "\\a"), "x");
 }
 
-TEST(Settings, TakeAValueOfTheWrongKindForAMistakeInTheFile) {
+TEST(Settings, ReportsAValueOfTheWrongKind) {
     const char* const content =
         "list = [\"a\", 1]\ntext = 5\nnumber = \"five\"\nflag = \"yes\"\nzero = \"a\\u0000b\"\n";
+    size_t size = 0;
+    long number = 0;
+    int flag = 0;
     struct Row {
         const char* key;
-        int (*read)();
-        unsigned int line;
+        std::function<int()> read;
+        int result;  // 0 of a size query: the second step fails
     };
-    static size_t size = 0;
-    static long number = 0;
-    static int flag = 0;
-    for (const Row& row : {Row{"list", [] { return support_registry_get_multi_string("\\list", &size, nullptr); }, 1},
-                           Row{"text", [] { return support_registry_get_string("\\text", &size, nullptr); }, 2},
-                           Row{"number", [] { return support_registry_get_long("\\number", &number); }, 3},
-                           Row{"flag", [] { return support_registry_get_bool("\\flag", &flag); }, 4},
-                           Row{"zero", [] { return support_registry_get_string("\\zero", &size, nullptr); }, 5}}) {
+    unsigned int line = 0;
+    for (const Row& row : {Row{"list", [&] { return support_registry_get_multi_string("\\list", &size, nullptr); }, 0},
+                           Row{"text", [&] { return support_registry_get_string("\\text", &size, nullptr); }, 0},
+                           Row{"number", [&] { return support_registry_get_long("\\number", &number); }, kWrongKind},
+                           Row{"flag", [&] { return support_registry_get_bool("\\flag", &flag); }, kWrongKind},
+                           Row{"zero", [&] { return support_registry_get_string("\\zero", &size, nullptr); }, 0}}) {
         SCOPED_TRACE(row.key);
         const SettingsFile settings(content);
         ASSERT_EQ(settings.result(), 0);
-        const int result = row.read();
-        EXPECT_TRUE(result == 0 || result == kWrongKind) << result;
+        EXPECT_EQ(row.read(), row.result);
         SUPPORT_SETTINGS_ERROR error{};
         EXPECT_EQ(support_settings_error(&error), kWrongKind);
-        EXPECT_EQ(error.line, row.line);
+        EXPECT_EQ(error.line, ++line);
         EXPECT_NE(std::string(error.message).find(row.key), std::string::npos) << error.message;
-        // From now on nobody goes on with defaults.
+        // From now on no caller uses defaults.
         EXPECT_EQ(readText(support_registry_get_string, "\\anything"), "<second error 11>");
     }
 }
 
-TEST(Settings, OfTheExampleFileAreReadable) {
-    EXPECT_EQ(support_settings_open("../settings.example.toml"), 0);
-    long number = 0;
-    EXPECT_EQ(support_registry_get_long("\\config\\cades\\ocsppolicy\\ResponseAccuracy", &number), 0);
-    EXPECT_EQ(number, 180000);
-    const SettingsFile restored("");
-}
-
-TEST(Settings, CanBeReadWhileTheyAreReplaced) {
-    const SettingsFile one("value = \"one\"\n");
-    const std::string other = one.folder().write("other.toml", "value = \"second\"\n");
-    std::vector<std::thread> readers;
-    for (int i = 0; i < 4; ++i) {
-        readers.emplace_back([] {
-            for (int round = 0; round < 500; ++round) {
-                std::array<char, 16> buffer{};
-                size_t size = buffer.size() - 1;
-                ASSERT_EQ(support_registry_get_string("\\value", &size, buffer.data()), 0);
-                const std::string value = buffer.data();
-                ASSERT_TRUE(value == "one" || value == "second") << value;
-            }
-        });
+// A limit that is out of range or unreadable keeps its default, so that no value can switch it off.
+TEST(SettingsTable, AppliesDefaultsAndBounds) {
+    namespace platform = tallow::platform;
+    const std::pair<const char*, std::array<long, 3>> rows[] = {
+        {"", {3, 5000, 0}},
+        {"max_redirects = 0\nconnect_timeout_ms = 600000\nmax_crl_age = 7", {0, 600000, 7}},
+        {"max_redirects = -1\nconnect_timeout_ms = 600001\nmax_crl_age = 0", {3, 5000, 0}},
+        {"max_redirects = 'x'\nconnect_timeout_ms = 7", {3, 5000, 0}},
+    };
+    for (const auto& [content, expected] : rows) {
+        const SettingsFile settings("[crypto]\n" + std::string(content));
+        EXPECT_EQ(platform::numberOf(platform::setting::max_redirects), expected[0]) << content;
+        EXPECT_EQ(platform::numberOf(platform::setting::connect_timeout_ms), expected[1]) << content;
+        EXPECT_EQ(platform::numberOf(platform::setting::max_crl_age), expected[2]) << content;
     }
-    for (int round = 0; round < 50; ++round) {
-        ASSERT_EQ(support_settings_open((round % 2 == 0 ? other : one.path()).c_str()), 0);
+    for (const auto& [content, isOn] : {std::pair("", true), std::pair("system_roots = false", false)}) {
+        const SettingsFile settings("[crypto]\n" + std::string(content));
+        EXPECT_EQ(platform::flagOf(platform::setting::system_roots, false), isOn);
     }
-    for (std::thread& reader : readers) {
-        reader.join();
-    }
+    const SettingsFile broken("[crypto]\nsystem_roots = 'no'\n");
+    EXPECT_FALSE(platform::flagOf(platform::setting::system_roots, false));
+    EXPECT_TRUE(platform::flagOf(platform::setting::refuse_private_addresses, true));
+    EXPECT_EQ(platform::textOf(platform::setting::machine_stores), "");
 }
 
 }  // namespace

@@ -60,7 +60,7 @@ TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
         const char* name;
         std::vector<std::string> options;
         DWORD expected;
-        std::optional<DWORD> asCertificate = std::nullopt;  // where the question who issued it has another answer
+        std::optional<DWORD> asCertificate = std::nullopt;  // if the check of the issuer has another result
     };
     const std::vector<std::string> pss{"-newkey", "rsa:2048", "-sigopt", "rsa_padding_mode:pss", "-sigopt"};
     const auto with = [](std::vector<std::string> options, const std::vector<std::string>& more) {
@@ -112,7 +112,7 @@ TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
     }
 }
 
-TEST(Signature, AcceptsSha1OnlyWhenTheSettingSaysSo) {
+TEST(Signature, AcceptsSha1OnlyWithTheSetting) {
     CertificateSpec spec;
     spec.key = Key::make(KeyKind::kRsa2048);
     spec.hash = "SHA1";
@@ -125,7 +125,7 @@ TEST(Signature, AcceptsSha1OnlyWhenTheSettingSaysSo) {
     EXPECT_EQ(verify(broken, broken), NTE_BAD_ALGID);
 }
 
-TEST(Signature, OfAnotherKeyIsBadWhateverItsKind) {
+TEST(Signature, OfAnotherKeyIsBad) {
     const Pki& pki = Pki::shared();
     EXPECT_EQ(verify(pki.good.certificate, pki.ca.certificate), kGood);
     CertificateSpec rsa;
@@ -138,7 +138,7 @@ TEST(Signature, OfAnotherKeyIsBadWhateverItsKind) {
     }
 }
 
-TEST(Signature, OfACertificateThatNamesTwoAlgorithmsIsBad) {
+TEST(Signature, OfACertificateWithTwoAlgorithmsIsBad) {
     const Bytes& root = Pki::shared().root.certificate;
     ASSERT_EQ(root[1], 0x82);
     const Bytes algorithm = tlv::sequence({tlv::oid("1.2.840.10045.4.3.2")});
@@ -153,9 +153,9 @@ TEST(Signature, OfACertificateThatNamesTwoAlgorithmsIsBad) {
               NTE_BAD_SIGNATURE);
 }
 
-// Public numbers for which a signature can be made without a private key, or that no key has. Each row differs from a
-// good key in the part that its name tells.
-TEST(Signature, NeedsAKeyThatCannotBeForged) {
+// Public keys that allow signatures without a private key, or that are malformed. Each row differs from a good key in
+// the part that its name gives.
+TEST(Signature, RejectsForgeableAndMalformedKeys) {
     struct Row {
         const char* name;
         const char* algorithm;
@@ -228,7 +228,7 @@ TEST(Signature, NeedsAKeyThatCannotBeForged) {
     }
 }
 
-TEST(Signature, LooksAtTheFirstThreePartsOfAStructureOnly) {
+TEST(Signature, UsesOnlyTheFirstThreePartsOfAStructure) {
     const Pki& pki = Pki::shared();
     const Bytes& good = pki.good.certificate;
     ASSERT_EQ(good[1], 0x82);
@@ -248,7 +248,7 @@ TEST(Signature, LooksAtTheFirstThreePartsOfAStructureOnly) {
     EXPECT_EQ(verify(unknown, pki.ca.certificate), NTE_BAD_ALGID);
 }
 
-TEST(Signature, TakesEveryFormOfSubjectAndIssuer) {
+TEST(Signature, AcceptsEveryFormOfSubjectAndIssuer) {
     const Pki& pki = Pki::shared();
     const ContextPtr subject = testkit::context(pki.good.certificate);
     const ContextPtr issuer = testkit::context(pki.ca.certificate);
@@ -259,25 +259,23 @@ TEST(Signature, TakesEveryFormOfSubjectAndIssuer) {
         return GetLastError();
     };
     const CERT_PUBLIC_KEY_INFO* const key = &issuer->pCertInfo->SubjectPublicKeyInfo;
-    EXPECT_EQ(
-        check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, subject.get(), CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, issuer.get()),
-        kGood);
-    EXPECT_EQ(check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, subject.get(), CRYPT_VERIFY_CERT_SIGN_ISSUER_PUBKEY, key),
-              kGood);
-    EXPECT_EQ(check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, issuer.get(), CRYPT_VERIFY_CERT_SIGN_ISSUER_PUBKEY, key),
-              NTE_BAD_SIGNATURE);
+    constexpr DWORD kSubject = CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT;
+    constexpr DWORD kKey = CRYPT_VERIFY_CERT_SIGN_ISSUER_PUBKEY;
+    EXPECT_EQ(check(kSubject, subject.get(), CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, issuer.get()), kGood);
+    EXPECT_EQ(check(kSubject, subject.get(), kKey, key), kGood);
+    EXPECT_EQ(check(kSubject, issuer.get(), kKey, key), NTE_BAD_SIGNATURE);
     EXPECT_EQ(check(9, subject.get(), CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, issuer.get()), E_INVALIDARG);
     EXPECT_EQ(check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, subject.get(), 4, issuer.get()), E_INVALIDARG);
     EXPECT_EQ(check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, nullptr, 2, issuer.get()), E_INVALIDARG);
 }
 
-// Whether the gost engine is installed, without which no hash of that family can be made.
+// Whether the gost engine is installed.
 bool hasGost() {
     DWORD size = 0;
     return CryptHashCertificate(0, CALG_GR3411_2012_256, 0, nullptr, 0, nullptr, &size) != FALSE;
 }
 
-TEST(Signature, MadeByTheAlgorithmThatASignerChoosesIsAcceptedByItsCertificate) {
+TEST(Signature, ByTheChosenAlgorithmVerifies) {
     struct Row {
         const char* name;
         std::vector<std::string> options;
@@ -342,21 +340,30 @@ TEST(Signature, MadeByTheAlgorithmThatASignerChoosesIsAcceptedByItsCertificate) 
     }
 }
 
-TEST(Signature, HashesBySmallAndLargeAlgorithmsAlsoOldOnes) {
+TEST(Signature, HashesWithEveryAlgorithm) {
     struct Row {
         ALG_ID algorithm;
+        std::string message;
         const char* expected;
     };
-    const std::string text = "abc";
-    for (const Row& row :
-         {Row{CALG_SHA1, "a9993e364706816aba3e25717850c26c9cd0d89d"},
-          Row{0, "a9993e364706816aba3e25717850c26c9cd0d89d"}, Row{CALG_MD5, "900150983cd24fb0d6963f7d28e17f72"},
-          Row{CALG_SHA_224, "23097d223405d8228642a477bda255b32aadbce4bda0b3f7e36c9da7"},
-          Row{CALG_SHA_256, "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"}}) {
+    std::vector<Row> rows{
+        {CALG_SHA1, "abc", "a9993e364706816aba3e25717850c26c9cd0d89d"},
+        {0, "abc", "a9993e364706816aba3e25717850c26c9cd0d89d"},
+        {CALG_MD5, "abc", "900150983cd24fb0d6963f7d28e17f72"},
+        {CALG_SHA_224, "abc", "23097d223405d8228642a477bda255b32aadbce4bda0b3f7e36c9da7"},
+        {CALG_SHA_256, "abc", "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
+    };
+    if (hasGost()) {  // example M1 of RFC 6986
+        rows.push_back({CALG_GR3411_2012_256, "012345678901234567890123456789012345678901234567890123456789012",
+                        "9d151eefd8590b89daa6ba6cb74af9275dd051026bb149a452fd84e5e57b5500"});
+    } else {
+        EXPECT_EQ(GetLastError(), NTE_BAD_ALGID);
+    }
+    for (const Row& row : rows) {
         Bytes hash(64);
         DWORD size = 64;
-        ASSERT_TRUE(CryptHashCertificate(0, row.algorithm, 0, reinterpret_cast<const BYTE*>(text.data()), 3,
-                                         hash.data(), &size));
+        ASSERT_TRUE(CryptHashCertificate(0, row.algorithm, 0, reinterpret_cast<const BYTE*>(row.message.data()),
+                                         static_cast<DWORD>(row.message.size()), hash.data(), &size));
         hash.resize(size);
         EXPECT_EQ(toHex(hash), row.expected);
     }
@@ -371,21 +378,6 @@ TEST(Signature, HashesBySmallAndLargeAlgorithmsAlsoOldOnes) {
         EXPECT_FALSE(CryptHashCertificate(0, unknown, 0, nullptr, 0, nullptr, &size));
         EXPECT_EQ(GetLastError(), NTE_BAD_ALGID);
     }
-}
-
-// The vectors are those of the hash standard's own example M1 (RFC 6986).
-TEST(Signature, HashesByTheGostEngineWhenItIsInstalled) {
-    const std::string message = "012345678901234567890123456789012345678901234567890123456789012";
-    Bytes hash(64);
-    DWORD size = 64;
-    if (!hasGost()) {
-        EXPECT_EQ(GetLastError(), NTE_BAD_ALGID);
-        GTEST_SKIP() << "the gost engine is not installed";
-    }
-    ASSERT_TRUE(CryptHashCertificate(0, CALG_GR3411_2012_256, 0, reinterpret_cast<const BYTE*>(message.data()),
-                                     static_cast<DWORD>(message.size()), hash.data(), &size));
-    hash.resize(size);
-    EXPECT_EQ(toHex(hash), "9d151eefd8590b89daa6ba6cb74af9275dd051026bb149a452fd84e5e57b5500");
 }
 
 }  // namespace

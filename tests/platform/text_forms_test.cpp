@@ -24,14 +24,11 @@ std::wstring base64(const Bytes& bytes, DWORD flags) {
     return text;
 }
 
-TEST(TextForms, WriteBase64InOneLineOrInLines) {
-    struct Row {
-        const char* bytes;
-        const wchar_t* expected;
-    };
-    for (const Row& row :
-         {Row{"", L""}, Row{"f", L"Zg=="}, Row{"fo", L"Zm8="}, Row{"foo", L"Zm9v"}, Row{"\xFB\xFF\xBF", L"+/+/"}}) {
-        EXPECT_EQ(base64(bytesOf(std::string_view(row.bytes)), kPlain), row.expected);
+TEST(TextForms, WritesBase64) {
+    const std::pair<std::string_view, const wchar_t*> rows[] = {
+        {"", L""}, {"f", L"Zg=="}, {"fo", L"Zm8="}, {"foo", L"Zm9v"}, {"\xFB\xFF\xBF", L"+/+/"}};
+    for (const auto& [bytes, expected] : rows) {
+        EXPECT_EQ(base64(bytesOf(bytes), kPlain), expected);
     }
     const Bytes lineAndMore(49, 0);
     const std::wstring line(64, L'A');
@@ -48,7 +45,7 @@ TEST(TextForms, WriteBase64InOneLineOrInLines) {
     EXPECT_EQ(small[0], L'#');
 }
 
-TEST(TextForms, ReadPemBase64AndBytesAsAllowed) {
+TEST(TextForms, ReadsThePermittedForms) {
     const std::string pem = toPem(fromHex("3003020105"), "CERTIFICATE");
     struct Row {
         const char* name;
@@ -73,12 +70,11 @@ TEST(TextForms, ReadPemBase64AndBytesAsAllowed) {
         DWORD skip = 99;
         DWORD met = 99;
         const BOOL read = CryptStringToBinaryA(row.text.c_str(), 0, row.form, bytes.data(), &size, &skip, &met);
-        if (row.expected == "-") {
-            EXPECT_FALSE(read);
+        ASSERT_EQ(read != FALSE, row.expected != "-");
+        if (!read) {
             EXPECT_EQ(GetLastError(), ERROR_INVALID_DATA);
             continue;
         }
-        ASSERT_TRUE(read);
         bytes.resize(size);
         EXPECT_EQ(toHex(bytes), row.expected);
         EXPECT_EQ(met, row.met);

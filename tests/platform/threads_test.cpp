@@ -12,12 +12,9 @@ namespace {
 
 template <typename Work>
 void onThreads(int count, Work work) {
-    std::vector<std::thread> threads;
+    std::vector<std::jthread> threads;
     for (int i = 0; i < count; ++i) {
         threads.emplace_back([&work, i] { work(i); });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
     }
 }
 

@@ -1,5 +1,5 @@
-// A token for tests: a provider of OpenSSL that serves keys by "pkcs11:" URIs once its PIN is given, as those for real
-// tokens do, and counts wrong ones. Beside the default provider for as long as the object lives; one at a time.
+// A token for tests: an OpenSSL provider that serves keys for "pkcs11:" URIs after its PIN is given, as those for real
+// tokens do, and counts wrong PINs. Loaded during the life of the object; one at a time.
 #pragma once
 
 #include <openssl/provider.h>
@@ -13,7 +13,7 @@ namespace testkit {
 
 class TokenProvider {
 public:
-    /// `keys` are private and come in this order. An empty PIN: they are shown to everybody.
+    /// The private `keys` appear in this order. With an empty PIN no login is needed.
     TokenProvider(const std::vector<Key>& keys, const std::string& pin);
     ~TokenProvider();
     TokenProvider(const TokenProvider&) = delete;

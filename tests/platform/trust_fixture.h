@@ -1,5 +1,5 @@
-// A machine that trusts what a test says: stores, cache and settings in a temporary folder, and short forms of the
-// chain calls.
+// A machine with the trust that a test chooses: stores, cache and settings in a temporary directory, and short forms of
+// the chain calls.
 #pragma once
 
 #include <memory>
@@ -19,7 +19,7 @@ struct FreeChain {
 };
 using ChainPtr = std::unique_ptr<const CERT_CHAIN_CONTEXT, FreeChain>;
 
-// A CA under `issuer` as `change` wants it.
+// A CA under `issuer` with `change` applied.
 template <typename Change>
 Identity caUnder(const Identity& issuer, Change change) {
     CertificateSpec spec;
@@ -100,7 +100,7 @@ inline DWORD errorAt(const ChainPtr& chain, DWORD element) {
     return simple(chain).rgpElement[element]->TrustStatus.dwErrorStatus;
 }
 
-// Settings and system stores of its own; trusts the roots given and no other.
+// Has its own settings and system stores; trusts only the given roots.
 class TrustWorld {
 public:
     explicit TrustWorld(const std::vector<Identity>& roots, const std::string& moreSettings = "") {
@@ -131,7 +131,7 @@ public:
 
     std::string file(const std::string& file) const { return dir_.file("machine/" + file); }
 
-    // Puts a file there in one step, also over another one.
+    // Creates or replaces a file atomically.
     void put(const std::string& file, const Bytes& content) const {
         const std::string part = dir_.write("part/" + file, content);
         const std::filesystem::path target = this->file(file);

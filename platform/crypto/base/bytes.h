@@ -1,4 +1,4 @@
-// Octets, owned and viewed, as every part of the Crypto service passes them on.
+// Owned octets and views of octets.
 #pragma once
 
 #include <span>

@@ -11,8 +11,7 @@
 
 namespace tallow::platform {
 
-// After a failed call into OpenSSL: running out of memory says nothing about the input, and must not be taken for a
-// malformed one.
+// Call after a failed call into OpenSSL. Exhausted memory must not be mistaken for malformed input.
 inline void throwIfOutOfMemory() {
     if (ERR_GET_REASON(ERR_peek_last_error()) == ERR_R_MALLOC_FAILURE) {
         throw std::bad_alloc();
@@ -25,7 +24,7 @@ auto decodeWhole(ByteView der) {
     const unsigned char* position = der.data();
     auto* decoded = Decode(nullptr, &position, static_cast<long>(der.size()));
     if (decoded == nullptr) {
-        // Other errors can hide that memory ran out, so that only a second failure says that the value is malformed.
+        // Other errors can hide that memory ran out, so only a second failure means that the value is malformed.
         throwIfOutOfMemory();
         position = der.data();
         decoded = Decode(nullptr, &position, static_cast<long>(der.size()));

@@ -25,7 +25,7 @@ public:
     bool failed() const noexcept { return failed_; }
     bool atEnd() const noexcept { return rest_.empty(); }
 
-    // The next element, of any kind. An empty one after a failure.
+    // The next element, of any kind; empty after a failure.
     DerElement next() noexcept;
     // The next element, which must be of this universal kind.
     DerElement expect(int tag) noexcept;
@@ -41,7 +41,7 @@ private:
     bool failed_ = false;
 };
 
-// The dotted text of an OBJECT IDENTIFIER element, empty when it is none or longer than any in use.
+// The dotted text of an OBJECT IDENTIFIER element; empty when it is malformed or longer than any in use.
 std::string oidText(const DerElement& element);
 
 // The octets of a BIT STRING and the number of unused bits in the last; false when malformed.

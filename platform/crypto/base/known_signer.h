@@ -1,5 +1,5 @@
-// Remembers by which key the signature of a certificate or a CRL was found to be made. Such a fact never changes:
-// bytes, signature and key are what they are. What an algorithm is worth is judged elsewhere, each time anew.
+// Remembers which key made the signature of a certificate or CRL. That never changes, since bytes, signature and key
+// are fixed. Whether the algorithm is strong enough is checked elsewhere, each time.
 #pragma once
 
 #include <algorithm>

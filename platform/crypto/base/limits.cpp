@@ -6,7 +6,7 @@ namespace tallow::platform {
 
 namespace {
 
-// For numbers that their minimum keeps from being negative.
+// Only for numbers whose minimum is not negative.
 std::size_t sizeOf(const setting::Number& number) {
     return static_cast<std::size_t>(numberOf(number));
 }

@@ -1,12 +1,12 @@
-// The bounds of the Crypto service's work, each a setting of the table [crypto]; platform/support/settings_table.inc has
-// their defaults. A value outside of its range is ignored, so that no setting can switch a bound off.
+// The bounds of the Crypto service's work, each a setting of the table [crypto]; platform/support/settings_table.inc
+// has their defaults. A value outside of its range is ignored, so that no setting can switch a bound off.
 #pragma once
 
 #include <cstddef>
 
 namespace tallow::platform {
 
-// Of one exchange over HTTP, redirects included.
+// Limits of one exchange over HTTP, redirects included.
 struct ExchangeLimits {
     long connectTimeoutMs = 0;
     long deadlineMs = 0;            // all hops together
@@ -16,7 +16,7 @@ struct ExchangeLimits {
 };
 ExchangeLimits exchangeLimits();
 
-// Of one chain, all its certificates together.
+// Limits of one chain, all its certificates together.
 struct ChainLimits {
     long fetchTimeoutMs = 0;  // all downloads together
     long maxFetches = 0;      // issuer certificates and CRLs together
@@ -26,7 +26,7 @@ struct ChainLimits {
 };
 ChainLimits chainLimits();
 
-// Of one check: everything that one Send does, verification included.
+// Limits of one check: everything that one Send does, verification included.
 struct CheckLimits {
     long timeoutMs = 0;          // all attempts, redirects and downloads together
     unsigned maxResponders = 0;  // addresses of one certificate that are asked

@@ -15,7 +15,7 @@ constexpr std::string_view kEnd = "-----END ";
 constexpr std::string_view kDashes = "-----";
 constexpr std::string_view kBlanks = " \t\r\n\v\f";
 
-// The block that begins at the front of `text`, which ends where the next one begins.
+// The block at the front of `text`; it ends where the next one begins.
 PemBlock blockOf(std::string_view text) {
     PemBlock block;
     const std::string_view rest = text.substr(kBegin.size());
@@ -36,7 +36,7 @@ PemBlock blockOf(std::string_view text) {
     return block;
 }
 
-// Without the headers of RFC 1421, "Name: value" lines that an empty line ends.
+// Skips the headers of RFC 1421: "Name: value" lines, ended by an empty line.
 std::string_view withoutHeaders(std::string_view body) {
     const size_t start = std::min(body.find_first_not_of(kBlanks), body.size());
     body.remove_prefix(start);

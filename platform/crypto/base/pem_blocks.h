@@ -1,5 +1,5 @@
-// The blocks of PEM text (RFC 7468), as every reader here sees them: text may stand before, between and behind them,
-// lines may end in CR LF or in nothing, and a block may follow another on the same line.
+// The blocks of PEM text (RFC 7468), as every reader here sees them: other text may appear before, between and after
+// them, the line ends may be CR LF or missing, and a block may follow another one on the same line.
 #pragma once
 
 #include <string_view>
@@ -10,19 +10,19 @@
 namespace tallow::platform {
 
 struct PemBlock {
-    std::string_view label;   // as far as it goes in a block that is cut off inside it
+    std::string_view label;   // incomplete if the block is cut off inside it
     std::string_view whole;   // from "-----BEGIN" to the end of its last line
-    std::string_view body;    // what stands between the two lines
+    std::string_view body;    // what is between the two lines
     bool isComplete = false;  // it has the line that ends it, before the next one begins
 };
 
 // The blocks in order, cut ones too. They point into `text`.
 std::vector<PemBlock> pemBlocks(std::string_view text);
 
-// Decodes base64, blanks and line ends aside; false when it is none.
+// Decodes base64, ignoring blanks and line ends; false when the text is not base64.
 bool decodeBase64(std::string_view text, Bytes& bytes);
 
-// Decodes the body of a block. False when it is no base64, as the body of an encrypted one is not.
+// Decodes the body of a block. False when it is not base64, as in an encrypted block with headers.
 bool decodeBlock(const PemBlock& block, Bytes& bytes);
 
 }  // namespace tallow::platform

@@ -1,5 +1,5 @@
-// What every exported function of the Crypto service does around its work: report failures through the last error, let
-// no exception out, and leave OpenSSL's error queue as the application had it.
+// The frame around every exported function of the Crypto service: failures set the last error, no exception leaves, and
+// OpenSSL's error queue stays as the application had it.
 #pragma once
 
 #include <openssl/err.h>
@@ -13,7 +13,7 @@
 
 namespace tallow::platform {
 
-// Sets the last error and gives FALSE.
+// Sets the last error and returns FALSE.
 inline BOOL fail(DWORD code) noexcept {
     SetLastError(code);
     return FALSE;
@@ -24,7 +24,7 @@ inline BOOL done(DWORD code) noexcept {
     return code == 0 ? TRUE : fail(code);
 }
 
-// Drops what OpenSSL added to the error queue of this thread while the object lived.
+// Removes what OpenSSL added to the error queue of this thread during the life of the object.
 class OpenSslErrors {
 public:
     OpenSslErrors() noexcept { ERR_set_mark(); }
@@ -33,13 +33,13 @@ public:
     OpenSslErrors& operator=(const OpenSslErrors&) = delete;
 };
 
-// Whether OpenSSL has what all its functions take for granted. It sets itself up once, when it is first used, remembers
-// a failure for good and then goes through null pointers.
+// Whether OpenSSL is initialised. It initialises itself once, on first use; after a failure it would dereference null
+// pointers for the rest of the process.
 bool isOpenSslReady() noexcept;
 
 // Runs the body of an exported function; an exception becomes a last error and the value `failure`. A failure for which
-// the body sets no last error gets one: without, its caller might take it for success. Where OpenSSL could not set
-// itself up, for want of memory, the body does not run.
+// the body sets no last error gets one, since callers take 0 for success. The body does not run if OpenSSL could not
+// initialise itself.
 template <typename Result, typename Body>
 Result serviceCall(Result failure, Body body) noexcept {
     const ForkGate gate;

@@ -36,7 +36,7 @@ std::string inLines(const std::string& text, std::string_view lineEnd) {
     return lines;
 }
 
-// The first block that is whole; `position` is where it begins.
+// The first complete block; `position` is where it begins.
 bool readPem(std::string_view text, Bytes& bytes, size_t& position) {
     for (const PemBlock& block : pemBlocks(text)) {
         if (block.isComplete) {
@@ -47,7 +47,7 @@ bool readPem(std::string_view text, Bytes& bytes, size_t& position) {
     return false;
 }
 
-// Reads text in the forms that `form` allows; gives the one met, or an empty result for none.
+// Reads text in the forms that `form` allows. Returns the form found; empty when none fits.
 bool readText(std::string_view text, DWORD form, Bytes& bytes, DWORD& met, size_t& position) {
     const bool pemAllowed = form == CRYPT_STRING_BASE64HEADER || form >= CRYPT_STRING_BASE64_ANY;
     const bool base64Allowed = form == CRYPT_STRING_BASE64 || form >= CRYPT_STRING_BASE64_ANY;

@@ -117,28 +117,20 @@ DWORD Certificate::propertyAfter(DWORD id) const {
     return next == properties_.end() ? 0 : next->first;
 }
 
+std::map<DWORD, Bytes> Certificate::copiedProperties() const {
+    const std::scoped_lock lock(mutex_);
+    return properties_;
+}
+
+// Both copy first: holding two locks at once could deadlock with a call in the other direction.
 void Certificate::addMissingProperties(const Certificate& source) const {
-    if (&source == this) {
-        return;
-    }
-    std::map<DWORD, Bytes> theirs;
-    {
-        const std::scoped_lock lock(source.mutex_);
-        theirs = source.properties_;
-    }
+    std::map<DWORD, Bytes> theirs = source.copiedProperties();
     const std::scoped_lock lock(mutex_);
     properties_.merge(theirs);
 }
 
 void Certificate::replaceProperties(const Certificate& source) const {
-    if (&source == this) {
-        return;
-    }
-    std::map<DWORD, Bytes> theirs;
-    {
-        const std::scoped_lock lock(source.mutex_);
-        theirs = source.properties_;
-    }
+    std::map<DWORD, Bytes> theirs = source.copiedProperties();
     const std::scoped_lock lock(mutex_);
     properties_.swap(theirs);
 }

@@ -1,7 +1,6 @@
 // The record behind a certificate context. The handle is the address of its base; a reference count and the properties
-// stand behind it. What follows from the bytes alone (the bytes, the parsed fields, the key) is a
-// CertificateBody, shared by every context made from it, so that a copy in another store costs neither a parse nor a
-// load of the key.
+// follow. Everything that depends only on the bytes (the bytes, the parsed fields, the key) is in a CertificateBody,
+// which all contexts made from it share, so a copy in another store costs neither a parse nor a load of the key.
 #pragma once
 
 #include <atomic>
@@ -26,7 +25,8 @@ class DerReader;
 // The immutable part: safe for use from any thread.
 class CertificateBody : public std::enable_shared_from_this<CertificateBody> {
 public:
-    // Null when the bytes are no certificate. Parses the outer structure only; X.509 object and key are made on demand.
+    // Null when the bytes are not a certificate. Parses only the outer structure; the X.509 object and the key are made
+    // on demand.
     static std::shared_ptr<const CertificateBody> parse(ByteView der);
 
     ByteView der() const noexcept { return der_; }
@@ -41,14 +41,14 @@ public:
     const CERT_EXTENSION* extension(const char* oid) const noexcept;
 
     // OpenSSL's view of the certificate, owned by the body and kept once made; null when OpenSSL refuses it, when
-    // memory is exhausted (the next call tries again), and for a certificate whose times cannot be read: such a one is
-    // in no chain.
+    // memory is exhausted (the next call tries again), and when the times cannot be read, so that the certificate is in
+    // no chain.
     X509* x509() const noexcept;
     // The public key, owned by the body and kept once loaded; null when it cannot be used.
     EVP_PKEY* publicKey() const noexcept;
 
     KnownSigner& knownSigner() const noexcept { return knownSigner_; }
-    // Set once the certificate was found to have no fault by itself (certificate_rules.h).
+    // Set once the certificate was found to have no fault of its own (certificate_rules.h).
     std::atomic<bool>& isFaultless() const noexcept { return isFaultless_; }
 
     CertificateBody(const CertificateBody&) = delete;
@@ -97,7 +97,7 @@ public:
 
     // Takes over a reference that the caller holds.
     static CertificateRef adopt(const Certificate* certificate) noexcept;
-    // Adds a reference to what the caller goes on holding; null gives an empty one.
+    // Adds a reference; the caller keeps its own. Null gives an empty one.
     static CertificateRef share(PCCERT_CONTEXT context) noexcept;
 
     const Certificate* get() const noexcept { return certificate_; }
@@ -118,14 +118,14 @@ class Certificate : private CERT_CONTEXT {
 
 public:
     Certificate(Maker maker, std::shared_ptr<const CertificateBody> body, HCERTSTORE store);
-    // Null when the bytes are no certificate.
+    // Null when the bytes are not a certificate.
     static CertificateRef create(ByteView der);
     // A context of a certificate parsed before; empty for null.
     static CertificateRef make(std::shared_ptr<const CertificateBody> body, HCERTSTORE store);
     // Another context for the same certificate, with a copy of the properties.
     static CertificateRef copy(const Certificate& source, HCERTSTORE store);
 
-    // The record behind a handle that this service gave out; null for null.
+    // The record behind a handle of this service; null for null.
     static const Certificate* of(PCCERT_CONTEXT context) noexcept;
     PCCERT_CONTEXT context() const noexcept { return this; }
 
@@ -135,25 +135,27 @@ public:
     X509* x509() const noexcept { return body_->x509(); }
     EVP_PKEY* publicKey() const noexcept { return body_->publicKey(); }
 
-    // Properties. A computed one is kept when it was first asked for. False when there is none.
+    // Properties. A computed one is kept once read. False when there is none.
     bool property(DWORD id, Bytes& value) const;
     void setProperty(DWORD id, ByteView value) const;
     void removeProperty(DWORD id) const;
     DWORD propertyAfter(DWORD id) const;
-    // Takes the properties of `source` that this one lacks.
+    // Copies the properties of `source` that are missing here.
     void addMissingProperties(const Certificate& source) const;
 
-    // Takes the properties of `source` in the place of its own.
+    // Replaces the properties with those of `source`.
     void replaceProperties(const Certificate& source) const;
 
     Certificate(const Certificate&) = delete;
     Certificate& operator=(const Certificate&) = delete;
-    ~Certificate() = default;  // of the last reference: nobody else destroys one
+    ~Certificate() = default;  // only the last reference destroys it
 
     void addReference() const noexcept { references_.fetch_add(1, std::memory_order_relaxed); }
     void dropReference() const noexcept;
 
 private:
+    std::map<DWORD, Bytes> copiedProperties() const;
+
     mutable std::atomic<unsigned int> references_{1};
     std::shared_ptr<const CertificateBody> body_;
     mutable std::mutex mutex_;

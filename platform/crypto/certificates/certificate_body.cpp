@@ -1,6 +1,6 @@
-// The fields of a certificate. The walk over the outer structure is ours, with OpenSSL's header reader: making
-// OpenSSL's whole object costs ten times as much, mostly for the public key, and a response may carry certificates that
-// nobody asks about.
+// The fields of a certificate. The outer structure is parsed here, with OpenSSL's header reader: building OpenSSL's
+// whole object costs ten times as much, mostly for the public key, and a response may carry certificates that are never
+// used.
 #include <openssl/asn1.h>
 #include <openssl/x509v3.h>
 
@@ -22,11 +22,11 @@ namespace {
 constexpr int kFirstVersionWithExtensions = 2;
 
 CRYPT_DATA_BLOB blob(ByteView bytes) {
-    // The records of the service have no const, and nothing here writes through them.
+    // The records have no const; nothing here writes through them.
     return {static_cast<DWORD>(bytes.size()), const_cast<BYTE*>(bytes.data())};
 }
 
-// The number of `count` digits at `position`, or a value that is out of every range.
+// The number of `count` digits at `position`; a value out of every range when they are not digits.
 WORD digitsAt(ByteView text, size_t position, size_t count) {
     WORD number = 0;
     for (size_t i = position; i < position + count; ++i) {
@@ -39,7 +39,7 @@ WORD digitsAt(ByteView text, size_t position, size_t count) {
 }
 
 // A time of a validity in the two forms that certificates may have (RFC 5280, section 4.1.2.5): to the second, in UTC.
-// False for any other, for a date that is none, and for years that the clock of the service cannot count.
+// False for other forms, for dates that do not exist, and for years that the service's clock cannot express.
 bool readTime(const DerElement& element, FILETIME& fileTime) {
     constexpr WORD kFirstYearOfUtcTime = 1950;
     const bool isShort = element.tag == V_ASN1_UTCTIME;
@@ -73,8 +73,8 @@ X509Ptr parseX509(ByteView der) {
     return X509Ptr(d2i_X509(nullptr, &position, static_cast<long>(der.size())));
 }
 
-// Has OpenSSL read extensions and key now, before threads share the object. Whether it could; a self-signed certificate
-// also passes for another one when its key could not be looked at.
+// Makes OpenSSL read extensions and key now, before threads share the object; returns whether it could. OpenSSL treats
+// a self-signed certificate as another one when its key could not be read.
 bool readDeep(X509& certificate) {
     const bool isRead = X509_check_purpose(&certificate, -1, 0) == 1 && X509_get0_pubkey(&certificate) != nullptr;
     return isRead && (X509_get_extension_flags(&certificate) & (EXFLAG_SI | EXFLAG_SS)) != EXFLAG_SI;
@@ -141,8 +141,8 @@ bool CertificateBody::parseToBeSigned() {
     return timesRead && !serialReversed_.empty() && readPublicKeyInfo(fields) && parseTail(fields);
 }
 
-// False for what is no pair of times. Times that cannot be read leave a certificate that is never valid: another one of
-// the same message may be the one that counts.
+// False when there is no pair of times. Times that cannot be read make the certificate never valid and are no failure:
+// the message may carry another certificate that matters.
 bool CertificateBody::readValidity(DerReader& validity) {
     const DerElement notBefore = validity.next();
     const DerElement notAfter = validity.next();

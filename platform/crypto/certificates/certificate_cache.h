@@ -1,6 +1,6 @@
-// Certificates that were met before. The same responder and CA certificates come with every response, and most of what
-// a certificate costs is OpenSSL's view of it: some 100 microseconds go into the search for a decoder of its key. So a
-// body, which never changes, is found again by its bytes.
+// A cache of certificates. The same responder and CA certificates come with every response, and most of the cost of a
+// certificate is OpenSSL's object: some 100 microseconds go into the search for a decoder of its key. A body never
+// changes, so it is looked up by its bytes.
 #pragma once
 
 #include <memory>
@@ -9,8 +9,8 @@
 
 namespace tallow::platform {
 
-// The body of these bytes, from the cache or freshly parsed; null when they are no certificate. Certificates of unusual
-// size are not kept, and a later one can take the place of an earlier one, so the cache stays within a few megabytes.
+// The body of these bytes, from the cache or newly parsed; null when they are not a certificate. Certificates of
+// unusual size are not kept, and a new one can replace an old one, so the cache stays within a few megabytes.
 std::shared_ptr<const CertificateBody> sharedBody(ByteView der);
 
 }  // namespace tallow::platform

@@ -4,9 +4,11 @@
 #include <cstdint>
 #include <cstring>
 #include <cwchar>
+#include <optional>
 
 #include "platform/crypto/base/der_reader.h"
 #include "platform/crypto/base/service_call.h"
+#include "platform/crypto/base/wide_text.h"
 #include "platform/crypto/keys/algorithms.h"
 
 namespace tallow::platform {
@@ -38,7 +40,7 @@ bool keyIdentifier(const CertificateBody& body, Bytes& value) {
     return hashBytes("SHA1", body.publicKeyInfo(), value);
 }
 
-// What was signed, hashed as it was hashed for signing.
+// The signed bytes, hashed as for the signature.
 bool signatureHash(const CertificateBody& body, Bytes& value) {
     const Algorithm* const signature =
         findAlgorithm(body.info().SignatureAlgorithm.pszObjId, CRYPT_SIGN_ALG_OID_GROUP_ID);
@@ -116,7 +118,7 @@ private:
     Bytes block_;
 };
 
-// Offsets travel in the pointer fields; 0 stays null, since the head stands at offset 0.
+// The pointer fields contain offsets; 0 stays null, since the head is at offset 0.
 template <typename T>
 void setOffset(T*& pointer, uintptr_t offset) {
     pointer = reinterpret_cast<T*>(offset);  // NOLINT(performance-no-int-to-ptr)
@@ -168,14 +170,12 @@ void unpackKeyProvInfo(ByteView packed, void* buffer) {
 }
 
 bool nameKey(const Certificate& certificate, const std::string& uri) {
-    const int size = MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, uri.c_str(), -1, nullptr, 0);
-    if (size <= 0) {
+    std::optional<std::wstring> container = widen(uri, MB_ERR_INVALID_CHARS);
+    if (!container) {
         return false;
     }
-    std::wstring container(static_cast<size_t>(size), L'\0');
-    MultiByteToWideChar(CP_UTF8, 0, uri.c_str(), -1, container.data(), size);
     CRYPT_KEY_PROV_INFO info{};
-    info.pwszContainerName = container.data();
+    info.pwszContainerName = container->data();
     info.dwKeySpec = AT_SIGNATURE;
     certificate.setProperty(CERT_KEY_PROV_INFO_PROP_ID, packKeyProvInfo(info));
     return true;

@@ -1,4 +1,4 @@
-// Values of certificate properties: those that follow from the certificate, and the packed form of the one that is a
+// Values of certificate properties: those computed from the certificate, and the packed form of the property that is a
 // record with pointers.
 #pragma once
 
@@ -8,7 +8,7 @@
 
 namespace tallow::platform {
 
-// Hashes, key identifier and the like; false for a property that does not follow from the certificate.
+// Hashes, key identifier and the like; false for a property that is not computed from the certificate.
 bool computeProperty(const CertificateBody& body, DWORD id, Bytes& value);
 
 // A CRYPT_KEY_PROV_INFO with all that it points to in one block, in which each pointer is an offset from the start.
@@ -16,7 +16,7 @@ Bytes packKeyProvInfo(const CRYPT_KEY_PROV_INFO& info);
 // Copies a packed block to `buffer`, which has its size, and turns the offsets into pointers into the buffer.
 void unpackKeyProvInfo(ByteView packed, void* buffer);
 
-// Names the place of the private key: sets the property CERT_KEY_PROV_INFO_PROP_ID. False when the URI is not valid
+// Sets the location of the private key: sets the property CERT_KEY_PROV_INFO_PROP_ID. False when the URI is not valid
 // UTF-8.
 bool nameKey(const Certificate& certificate, const std::string& uri);
 

@@ -45,7 +45,7 @@ std::optional<long long> secondsOf(const DerElement& time) {
     return days * 86400 + pair(6) * 3600 + pair(4) * 60 + pair(2);
 }
 
-// A hold can be taken back; an entry that takes one back says least.
+// Rank of a reason: a hold can be lifted, and an entry that lifts one ranks lowest.
 int finality(int reason) {
     return reason == kReasonRemoveFromCrl ? 0 : reason == kReasonCertificateHold ? 1 : 2;
 }
@@ -59,7 +59,7 @@ class CrlParser {
 public:
     explicit CrlParser(Crl& crl) : crl_(crl) {}
 
-    // False when the structure is not that of a CRL.
+    // False when the structure is not a CRL.
     bool parse() {
         DerReader outer{ByteView(crl_.der)};
         DerReader parts = outer.sequence();
@@ -130,7 +130,7 @@ private:
             crl_.nextUpdate = secondsOf(element);
             element = nextIn(fields);
         }
-        // One that never ends would count forever, even after a newer one was issued.
+        // Without nextUpdate the CRL would stay valid forever, even after a newer one was issued.
         demand(crl_.nextUpdate.has_value(), "it has no nextUpdate, or a malformed one");
         if (isUniversal(element, V_ASN1_SEQUENCE)) {
             demand(!element.content.empty(), "its list of revoked certificates is empty instead of absent");

@@ -1,6 +1,6 @@
-// A CRL: its bytes and what they say, read once (RFC 5280, section 5). Nothing here is trusted before the signature is
+// A CRL: its bytes and its parsed fields (RFC 5280, section 5). Nothing here is trusted before the signature is
 // verified (crl_signer.h). A CRL that can be read but breaks a rule of the standard is kept with its defect: it proves
-// nothing, but shows that there is a newer state than that of older ones.
+// nothing, but shows that older CRLs are out of date.
 #pragma once
 
 #include <openssl/x509v3.h>
@@ -36,13 +36,14 @@ struct Crl : std::enable_shared_from_this<Crl> {
     static std::shared_ptr<const Crl> parse(ByteView der);
 
     // The reason of the entry for a certificate, by its issuer's name and its serial number (as integerContent() gives
-    // it); nothing when it is not listed. Of several entries the most final counts: removeFromCRL least, then a hold.
+    // it); empty when it is not listed. Of several entries the most final one counts: removeFromCRL ranks lowest, then
+    // a hold.
     std::optional<int> reasonFor(const X509_NAME* certificateIssuer, ByteView serial) const;
     bool isDelta() const noexcept { return baseNumber.has_value(); }
     SignedBytes signedBytes() const;
 
     Bytes der;
-    const char* defect = nullptr;  // why nothing may be concluded from the CRL; null when it is sound
+    const char* defect = nullptr;  // why the CRL proves nothing; null when it has no defect
     ByteView tbs;
     ByteView signature;
     X509AlgorithmPtr algorithm;

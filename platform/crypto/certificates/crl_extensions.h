@@ -19,10 +19,10 @@ struct EntryExtensions {
 };
 
 // Reads the content of an Extensions value. False when malformed. An empty list, one of more than 32, and one with an
-// identifier twice are defects, as is everything the other functions object to: the first defect stays in `defect`.
+// identifier twice are defects, as are the faults found by the other functions; the first one stays in `defect`.
 bool readCrlExtensions(ByteView content, std::vector<CrlExtension>& extensions, const char*& defect);
 
-// Fills the fields of `crl` that stand in its extensions. `crl.issuer` is read before.
+// Fills the fields of `crl` that come from its extensions. `crl.issuer` must be set before.
 void applyCrlExtensions(const std::vector<CrlExtension>& extensions, Crl& crl);
 
 EntryExtensions readEntryExtensions(const std::vector<CrlExtension>& extensions, const char*& defect);

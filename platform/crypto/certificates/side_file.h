@@ -1,5 +1,5 @@
-// The NAME.toml beside a certificate file of a system store: what the certificate itself cannot say.
-//   key = "file:///path/key.pem"     where its private key is; a relative path counts from the directory of the file
+// The NAME.toml next to a certificate file of a system store: what the certificate itself cannot contain.
+//   key = "file:///path/key.pem"     its private key; a relative path starts at the directory of the file
 //   ocsp = ["http://ocsp.example"]   responders for the certificates that it issues
 #pragma once
 
@@ -12,12 +12,12 @@
 namespace tallow::platform {
 
 struct SideFileResult {
-    std::string problem;    // why the file does not count; empty when it does, or when there is none
+    std::string problem;    // why the file is ignored; empty when it is used or absent
     bool wasRead = false;   // false also when the next try may succeed
     struct stat status {};  // of what was read
 };
 
-// Sets the properties that the file names. A file that others may write does not count: it names keys and addresses.
+// Sets the properties that the file names. Ignores a file that others may write, since it names keys and addresses.
 SideFileResult applySideFile(const std::string& path, const Certificate& certificate);
 
 }  // namespace tallow::platform

@@ -115,7 +115,7 @@ private:
     std::atomic<bool> lacksCrl_{false};
 };
 
-// All three or none: a certificate that is not found again would end every walk.
+// All three or none: a certificate that cannot be found again would end every enumeration.
 void MemoryStore::append(const CertificateRef& certificate, size_t hash) {
     const size_t position = certificates_.size();
     const auto byHash = byHash_.emplace(hash, position);
@@ -177,23 +177,8 @@ DWORD MemoryStore::add(CrlRef crl, DWORD disposition) {
 
 class Collection final : public Store {
 public:
-    std::vector<CertificateRef> certificates() const override {
-        std::vector<CertificateRef> all;
-        for (const StoreRef& leaf : leaves()) {
-            const std::vector<CertificateRef> some = leaf->certificates();
-            all.insert(all.end(), some.begin(), some.end());
-        }
-        return all;
-    }
-
-    std::vector<CrlRef> crls() const override {
-        std::vector<CrlRef> all;
-        for (const StoreRef& leaf : leaves()) {
-            const std::vector<CrlRef> some = leaf->crls();
-            all.insert(all.end(), some.begin(), some.end());
-        }
-        return all;
-    }
+    std::vector<CertificateRef> certificates() const override { return joined(&Store::certificates); }
+    std::vector<CrlRef> crls() const override { return joined(&Store::crls); }
 
     bool mayLackCrl() const override {
         const std::vector<StoreRef> all = leaves();
@@ -251,12 +236,23 @@ private:
     }
     std::vector<StoreRef> leaves() const;
 
+    // The lists of all memory stores below, in order.
+    template <typename List>
+    List joined(List (Store::*listOf)() const) const {
+        List all;
+        for (const StoreRef& leaf : leaves()) {
+            const List some = (leaf.get()->*listOf)();
+            all.insert(all.end(), some.begin(), some.end());
+        }
+        return all;
+    }
+
     mutable std::mutex mutex_;
-    std::vector<Member> members_;  // by falling priority
+    std::vector<Member> members_;  // by descending priority
 };
 
-// The memory stores below, each once: a store that is a member in two ways would else be walked in circles, since a
-// walk finds its place again by the certificate it stands at.
+// The memory stores below, each once. An enumeration continues after the certificate it returned last, so a store that
+// is a member twice would make it run in circles.
 std::vector<StoreRef> Collection::leaves() const {
     std::vector<StoreRef> all;
     for (const Member& member : snapshot()) {

@@ -1,6 +1,6 @@
-// Stores behind the handles of CertOpenStore: a memory store holds certificates and CRLs, a collection shows its
-// members. A system store is a memory store that was filled from folders (system_store.h). Every member function may be
-// called from any thread.
+// The stores of CertOpenStore: a memory store holds certificates and CRLs, a collection shows its members. A system
+// store is a memory store filled from directories (system_store.h). Every member function may be called from any
+// thread.
 #pragma once
 
 #include <atomic>
@@ -26,13 +26,13 @@ public:
     void addReference() noexcept { references_.fetch_add(1, std::memory_order_relaxed); }
     void dropReference() noexcept;
 
-    // All certificates now in the store, of a collection those of its members in order.
+    // All certificates in the store; for a collection, those of its members in order.
     virtual std::vector<CertificateRef> certificates() const = 0;
     virtual std::vector<CrlRef> crls() const = 0;
-    // Whether a CRL may be missing from it, since a file could not be read when it was filled; and saying so.
+    // Whether a CRL may be missing because a file could not be read when the store was filled, and how to record that.
     virtual bool mayLackCrl() const = 0;
     virtual void noteMissingCrl() = 0;
-    // The certificate that stands after `previous` (null begins), empty at the end.
+    // The certificate after `previous` (null: the first); empty at the end.
     virtual CertificateRef after(const Certificate* previous) const = 0;
 
     // 0, or the last error to set. `added` receives the store's own context when not null.
@@ -42,15 +42,15 @@ public:
     virtual DWORD addMember(Store& member, DWORD priority) = 0;
     // Whether `other` is this store or a member at any depth.
     virtual bool contains(const Store& other) const = 0;
-    // Whether this very context stands in the store.
+    // Whether the store contains this context itself, not only an equal one.
     virtual bool holds(const Certificate* certificate) const = 0;
-    // Appends the memory stores that this store is made of, in order; one may come twice.
+    // Appends the memory stores of this store in order; one may appear twice.
     virtual void appendLeaves(std::vector<StoreRef>& leaves) = 0;
 
     Store(const Store&) = delete;
     Store& operator=(const Store&) = delete;
 
-    virtual ~Store() = default;  // of the last reference: nobody else destroys one
+    virtual ~Store() = default;  // only the last reference destroys it
 
 protected:
     Store() = default;

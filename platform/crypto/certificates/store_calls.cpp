@@ -4,6 +4,7 @@
 #include <cstring>
 
 #include "platform/crypto/base/service_call.h"
+#include "platform/crypto/base/wide_text.h"
 #include "platform/crypto/certificates/certificate_properties.h"
 #include "platform/crypto/certificates/store.h"
 #include "platform/crypto/certificates/system_store.h"
@@ -11,14 +12,6 @@
 using namespace tallow::platform;
 
 namespace {
-
-std::string narrowText(const wchar_t* text) {
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    std::string narrow(size > 0 ? static_cast<size_t>(size) : 1, '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text, -1, narrow.data(), size, nullptr, nullptr);
-    narrow.pop_back();
-    return narrow;
-}
 
 StoreView viewOf(DWORD flags) {
     const bool isMachine = (flags & CERT_SYSTEM_STORE_LOCATION_MASK) == CERT_SYSTEM_STORE_LOCAL_MACHINE;
@@ -48,7 +41,7 @@ StoreRef openStore(uintptr_t provider, DWORD flags, const void* name) {
     }
     return provider == reinterpret_cast<uintptr_t>(CERT_STORE_PROV_SYSTEM_A)
                ? openSystem(static_cast<const char*>(name), flags)
-               : openSystem(narrowText(static_cast<const wchar_t*>(name)), flags);
+               : openSystem(narrow(static_cast<const wchar_t*>(name)), flags);
 }
 
 bool same(const CRYPT_DATA_BLOB& left, const CRYPT_DATA_BLOB& right) {
@@ -97,7 +90,7 @@ bool isDisposition(DWORD disposition) {
     return disposition >= CERT_STORE_ADD_NEW && disposition <= CERT_STORE_ADD_ALWAYS;
 }
 
-// Walks on from `previous`, whose reference is the caller's to give, to the first certificate that `accept` likes.
+// Continues after `previous`, taking over its reference, to the first certificate that `accept` accepts.
 template <typename Accept>
 PCCERT_CONTEXT findNext(HCERTSTORE store, PCCERT_CONTEXT previous, Accept accept) {
     CertificateRef current = CertificateRef::adopt(Certificate::of(previous));
@@ -110,7 +103,8 @@ PCCERT_CONTEXT findNext(HCERTSTORE store, PCCERT_CONTEXT previous, Accept accept
     return current.releaseContext();
 }
 
-// ---- Telling what files hold ---------------------------------------------------------------------------------------
+// ---- Listing the contents of files
+// ------------------------------------------------------------------------------------
 
 struct Listener {
     PFN_CRYPTO_STORE_ITEM tellItem;

@@ -36,8 +36,8 @@ bool takeCertificate(ByteView der, StoreFileContent& content) {
 
 // ---- What may have been a CRL --------------------------------------------------------------------------------------
 
-// A header of DER or BER with a length of more than one octet. No text begins so: the second octet would have to follow
-// another one in UTF-8.
+// A header of DER or BER with a length of more than one octet. Text cannot begin like this: the second octet is a
+// continuation octet in UTF-8.
 bool isBinaryForm(ByteView content) {
     constexpr BYTE kIndefinite = 0x80;
     constexpr BYTE kLongest = 0x88;
@@ -51,7 +51,7 @@ ByteView afterHeader(ByteView header) {
     return header.subspan(std::min(header.size(), 2 + sizeLength));
 }
 
-// Whether more follows than the structure at the front, which may be another one.
+// Whether something follows the structure at the front; it may be another one.
 bool hasMore(ByteView content) {
     const size_t sizeHeader = content.size() - afterHeader(content).size();
     size_t size = content.size() > 1 && sizeHeader == 2 ? content[1] : 0;
@@ -61,8 +61,8 @@ bool hasMore(ByteView content) {
     return size < content.size() - sizeHeader;
 }
 
-// Whether binary content may be a CRL, also one that was cut or that does not parse. In a certificate the version of
-// the signed structure shows, and a key begins with a number.
+// Whether binary content may be a CRL, even a truncated or malformed one. Certificates are recognised by the version in
+// the signed structure, keys by the number at their beginning.
 bool mayBeBinaryCrl(ByteView content) {
     constexpr BYTE kVersion = 0xA0;
     if (hasMore(content)) {
@@ -70,14 +70,14 @@ bool mayBeBinaryCrl(ByteView content) {
     }
     const ByteView outer = afterHeader(content);
     if (outer.empty() || outer[0] != kSequence) {
-        return outer.empty() || outer[0] == V_ASN1_OBJECT;  // a PKCS #7 may hold one
+        return outer.empty() || outer[0] == V_ASN1_OBJECT;  // a PKCS #7 message may contain one
     }
     const ByteView toBeSigned = afterHeader(outer);
     return toBeSigned.empty() || toBeSigned[0] != kVersion;
 }
 
-// Whether there are octets that no text has, in whatever encoding without zeros: a structure in DER has them, and so
-// does what is compressed.
+// Whether there are octets that never appear in text, in any encoding without zeros: DER and compressed content have
+// them.
 bool hasBinary(ByteView content) {
     return std::any_of(content.begin(), content.end(), [](BYTE octet) {
         return octet < '\b' || (octet > '\r' && octet < 0x1A) || (octet > 0x1B && octet < ' ');
@@ -92,14 +92,14 @@ bool isHexForm(std::string_view text) {
 // Content that is neither DER nor PEM.
 bool mayHideCrl(ByteView content, std::string_view name) {
     if (content.empty() || endsAsCrl(name)) {
-        return true;  // an empty file is what a failed download or a crash leaves
+        return true;  // a failed download or a crash leaves an empty file
     }
     if (isBinaryForm(content)) {
         return mayBeBinaryCrl(content);
     }
     std::string_view text = textOf(content);
     text.remove_prefix(std::min(text.find_first_not_of(" \t\r\n\xEF\xBB\xBF"), text.size()));
-    // Bare base64 of DER; a cut line.
+    // Bare base64 of DER, or a truncated line.
     return text.starts_with("MI") || text.find("-----") != std::string_view::npos || isHexForm(text) ||
            hasBinary(content);
 }
@@ -155,7 +155,7 @@ bool endsAsCrl(std::string_view name) {
         return false;
     }
     const std::string ending = upperCase(name.substr(dot + 1));
-    // "a1b2c3d4.r0" is how a directory of hashed names holds CRLs.
+    // CRLs in a directory of hashed names are called "a1b2c3d4.r0".
     return ending == "CRL" ||
            (ending.size() > 1 && ending[0] == 'R' && ending.find_first_not_of("0123456789", 1) == std::string::npos);
 }

@@ -1,11 +1,11 @@
-// What the content of one store file holds. The library and, through crypto_read_store_content, every program read such
-// content here, so that what a program shows is what the library trusts.
+// Reads the content of one store file. The library and, through crypto_read_store_content, all programs read it here,
+// so that programs show what the library uses.
 //
-//   - DER comes first: a file that is one certificate or one CRL in DER is that and nothing else, whatever text its
-//     values hold.
-//   - Else the PEM blocks: CERTIFICATE and X509 CERTIFICATE hold a certificate (or, by mistake, a CRL, which then
-//     counts), X509 CRL and CRL a CRL. Capitals and small letters are the same in a label.
-//   - Everything else is a problem: named, and said whether a CRL may be lost with it.
+//   - DER comes first: a file that is one certificate or one CRL in DER is not searched for PEM, whatever text its
+//     values contain.
+//   - Otherwise the PEM blocks are read: CERTIFICATE and X509 CERTIFICATE contain a certificate (or, by mistake, a CRL,
+//     which is used), X509 CRL and CRL a CRL. The case of a label does not matter.
+//   - Everything else is reported as a problem, with whether a CRL may be lost with it.
 #pragma once
 
 #include <memory>
@@ -20,9 +20,9 @@ namespace tallow::platform {
 // Something in a store that cannot be used.
 struct StoreProblem {
     std::string path;      // of the file or directory; empty in the content of a file
-    std::string reason;    // words that follow its name
-    bool mayBeCrl;         // revocations may be lost with it, so nothing counts as "not revoked"
-    bool isOther = false;  // it is whole, and of another kind
+    std::string reason;    // phrased to follow its name
+    bool mayBeCrl;         // it may be a CRL, so no certificate counts as "not revoked"
+    bool isOther = false;  // complete, but of another kind
 };
 
 struct StoreFileContent {

@@ -23,9 +23,9 @@ namespace {
 
 constexpr std::string_view kSideFileSuffix = ".toml";
 
-// ---- Telling a changed file from an unchanged one without reading it -----------------------------------------------
+// ---- Detecting changed files without reading them ------------------------------------------------------------------
 
-// The time that counts is that of the last change of any kind: that of the last writing can be set back.
+// Uses the time of the last change of any kind (ctime): the time of the last write can be set back.
 struct Stamp {
     dev_t device = 0;
     ino_t inode = 0;
@@ -49,7 +49,7 @@ timespec currentTime() {
     return now;
 }
 
-// Whether a change after `begun` would show in the stamp.
+// Whether a change after `begun` would alter the stamp.
 bool isSettled(const Stamp& stamp, const timespec& begun) {
     constexpr long kSecond = 1000000000;
     const long seconds = begun.tv_sec - stamp.changed.tv_sec;
@@ -220,7 +220,7 @@ bool isAbsolute(const std::string& path) {
     return !path.empty() && path.front() == '/';
 }
 
-// Whether only trusted users can add or replace roots here.
+// Whether only trusted users can add or replace roots in the directory.
 bool isTrusted(const std::string& folder, const struct stat& status, StoreFiles& found) {
     struct stat above {};
     const std::string stores = directoryOf(folder);

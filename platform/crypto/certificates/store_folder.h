@@ -1,8 +1,7 @@
-// The files of a system store. What was read is kept for the process and used again while a file looks unchanged, so
-// that opening a store costs a look at its directory, and so that a key once loaded stays with its certificate.
+// The files of a system store. Their content is cached for the process while a file looks unchanged: opening a store
+// then only reads its directory, and a loaded key stays with its certificate.
 //
-// What cannot be read is never taken for empty: it is reported and not cached, and the next call reads
-// again.
+// A file that cannot be read is never treated as empty: it is reported and not cached, and the next call reads again.
 #pragma once
 
 #include <memory>
@@ -19,7 +18,7 @@ struct StoreFile {
     std::shared_ptr<const StoreFileContent> content;
 };
 
-// What files and directories gave together.
+// The combined result of files and directories.
 struct StoreFiles {
     bool exists = false;  // there is a directory, or a bundle
     int systemError = 0;  // of a directory that is there and cannot be read
@@ -29,13 +28,13 @@ struct StoreFiles {
     bool mayLackCrl() const noexcept;
 };
 
-// Whose files count. Certificates and CRLs prove themselves by their signatures, roots do not.
+// Which files are accepted. Certificates and CRLs are proven by their signatures, roots are not.
 enum class StoreKind { kSigned, kRoots };
 
 // Adds the certificate and CRL files of a directory in the order of their names. Hidden files, side files and
-// directories are passed over. A directory whose entries change meanwhile is read again, up to four times with a pause
-// of 20 ms, then told as a problem: a CRL that was renamed can have escaped each time. A path that is not absolute adds
-// nothing; nor does, among roots, a directory or a file that others may write (see file_trust.h).
+// directories are skipped. A directory whose entries change meanwhile is read again, up to four times with a pause of
+// 20 ms, then reported as a problem: a renamed CRL may have been missed each time. A path that is not absolute adds
+// nothing; among roots, neither does a directory or a file that others may write (see file_trust.h).
 void addStoreFolder(const std::string& folder, StoreKind kind, StoreFiles& found);
 
 // Adds one file of many roots; nothing when it is missing.

@@ -22,8 +22,8 @@ void tell(StoreFiles& found, const std::string& path, const char* reason, bool m
     found.problems.push_back({path, reason, mayBeCrl});
 }
 
-// Where the user's stores are unless the settings say it. A program that runs with another's rights takes nothing from
-// its caller's environment. With the home of another user, as sudo may leave it, that user would choose the roots.
+// The default directory of the user's stores. A set-user-ID program ignores its caller's environment. The home of
+// another user, which sudo may leave in place, is rejected: that user would choose the roots.
 std::string defaultUserStores(StoreFiles& found) {
     const char* const data = secure_getenv("XDG_DATA_HOME");
     const char* const home = secure_getenv("HOME");

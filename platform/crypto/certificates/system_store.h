@@ -1,4 +1,4 @@
-// System stores: folders of certificate and CRL files. See CertOpenStore for what a store shows.
+// System stores: directories of certificate and CRL files. CertOpenStore describes what a store shows.
 #pragma once
 
 #include <string>
@@ -9,24 +9,24 @@
 
 namespace tallow::platform {
 
-enum class StoreView { kUser, kMachine };  // kUser: the user's folder, then the machine's
+enum class StoreView { kUser, kMachine };  // kUser: the user's directory, then the machine's
 
 // The files that a store of the name shows.
 StoreFiles systemStoreFiles(const std::string& name, StoreView storeView);
-// Those of the user's directory alone, or of the machine's.
+// Only those of the user's directory, or only those of the machine's.
 StoreFiles systemStoreFolder(const std::string& name, StoreView storeView);
 
 // The last error for the errno value of a directory that cannot be read.
 DWORD lastErrorOf(int systemError);
 
-// Whether the name is one of a store: it becomes a directory's and must not lead out of that of the stores.
+// Whether this may be the name of a store: as a file name it must not lead out of the directory of the stores.
 bool isStoreName(const std::string& name);
 
 // The file of the system's trusted certificates; empty while the settings are broken.
 std::string systemBundle();
 
-// A store filled from the folders of the name, empty with the last error set on failure. With `mustExist`, a store
-// without any folder is a failure, and so is a folder that is there and cannot be read.
+// A store filled from the directories of that name. Empty with the last error set on failure: an existing directory
+// that cannot be read, and with `mustExist` a store without a directory.
 StoreRef openSystemStore(const std::string& name, StoreView storeView, bool mustExist);
 
 }  // namespace tallow::platform

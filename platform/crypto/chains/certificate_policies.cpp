@@ -40,7 +40,7 @@ Owner extensionOf(const Certificate& certificate, int nid, bool& isReadable) {
     return value;
 }
 
-// A number of certificates. What is larger than any path means no limit.
+// A number of certificates. A number larger than any path means no limit.
 int countOf(const ASN1_INTEGER* number, bool& isReadable) {
     std::int64_t value = 0;
     if (number == nullptr) {
@@ -149,7 +149,7 @@ DWORD PolicyPath::add(const PolicyStatements& statements) {
 
 // Steps (d) and (e) of section 6.1.3.
 void PolicyPath::follow(const PolicyStatements& statements, bool isEnd) {
-    std::map<PolicyOid, bool> expected;  // with whether an accepted policy expects it
+    std::map<PolicyOid, bool> expected;  // whether an accepted policy expects it
     for (const auto& [oid, policy] : policies_) {
         for (const PolicyOid& next : policy.expected) {
             bool& isAccepted = expected[next];
@@ -203,7 +203,7 @@ void PolicyPath::count(const PolicyStatements& statements) {
     limit(inhibitAny_, statements.inhibitAnyPolicy);
 }
 
-// Step (g) of section 6.1.5: what is left of the policies that the setting accepts.
+// Step (g) of section 6.1.5: the accepted policies that remain.
 DWORD PolicyPath::verdictAtEnd() const {
     const bool isAnyLeft = hasAny_ || std::any_of(policies_.begin(), policies_.end(),
                                                   [](const auto& entry) { return entry.second.isAccepted; });

@@ -32,11 +32,11 @@ struct PolicyStatements {
 };
 PolicyStatements policyStatementsOf(const Certificate& certificate);
 
-// The policies of which a path has to be valid for one: the setting required_policies.
+// The setting required_policies: a path must be valid for one of these policies.
 struct RequiredPolicies {
     bool isMalformed = false;  // then no path is valid
-    bool any = true;           // every policy will do: no list, or anyPolicy in it
-    bool isRequired = false;   // there is a list: a path without any policy is not valid
+    bool any = true;           // every policy is accepted: no list, or anyPolicy in it
+    bool isRequired = false;   // there is a list, so a path without any policy is not valid
     std::set<PolicyOid> accepted;
 };
 RequiredPolicies requiredPolicies();
@@ -54,7 +54,7 @@ public:
 
 private:
     struct Policy {
-        bool isAccepted = false;       // stands below a policy that the setting accepts
+        bool isAccepted = false;       // below a policy that the setting accepts
         std::set<PolicyOid> expected;  // the policies that continue it in the next certificate
     };
 

@@ -38,8 +38,8 @@ constexpr ProcessedExtension kProcessed[] = {
     {NID_info_access, CERT_TRUST_INVALID_EXTENSION},
 };
 
-// Nothing here depends on what these say, so they may be critical as long as they can be decoded. OpenSSL's verifier
-// knows the first of them alone.
+// The verifier does not use the content of these, so they may be critical if they can be decoded. OpenSSL's verifier
+// knows only the first of them.
 constexpr int kHarmless[] = {NID_netscape_cert_type, NID_id_pkix_OCSP_noCheck, NID_issuer_alt_name};
 
 bool isHarmless(int nid) {
@@ -68,7 +68,7 @@ DWORD faultOf(X509_EXTENSION* extension) {
     const auto* const row = std::find_if(std::begin(kProcessed), std::end(kProcessed),
                                          [nid](const ProcessedExtension& known) { return known.nid == nid; });
     if (row == std::end(kProcessed)) {
-        // OpenSSL checks the resources of RFC 3779, and says so itself where it cannot; proxies it refuses by name.
+        // OpenSSL checks the resources of RFC 3779 and reports when it cannot; it rejects proxy certificates itself.
         const bool isOpenSsls =
             nid == NID_sbgp_ipAddrBlock || nid == NID_sbgp_autonomousSysNum || nid == NID_proxyCertInfo;
         const bool isRefused = X509_EXTENSION_get_critical(extension) != 0 && !isOpenSsls &&
@@ -76,7 +76,7 @@ DWORD faultOf(X509_EXTENSION* extension) {
         return isRefused ? CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT : 0U;
     }
     if (nid == NID_subject_alt_name && ASN1_STRING_length(X509_EXTENSION_get_data(extension)) <= 2) {
-        return row->fault;  // names nobody
+        return row->fault;  // contains no name
     }
     return isDecodable(nid, X509_EXTENSION_get_data(extension)) ? 0U : row->fault;
 }
@@ -148,7 +148,7 @@ DWORD faultsOf(const Certificate& certificate) {
     if (!hasStrictForm(X509_get0_notBefore(x509)) || !hasStrictForm(X509_get0_notAfter(x509))) {
         faults |= CERT_TRUST_IS_NOT_TIME_VALID;
     }
-    // A fault is not remembered: memory may have run out.
+    // A fault is not cached: memory may have run out.
     certificate.body().isFaultless() = faults == 0;
     return faults;
 }

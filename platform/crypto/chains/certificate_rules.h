@@ -1,12 +1,12 @@
-// What RFC 5280 demands of a certificate whatever path it stands on, beside signature, names and trust. OpenSSL checks
-// some of this only with its strict flag, which also refuses certificates in common use and differs between releases.
+// What RFC 5280 requires of a certificate in any path, in addition to signature, names and trust. OpenSSL checks some
+// of this only with its strict flag, which also rejects certificates in common use and differs between releases.
 #pragma once
 
 #include "platform/crypto/certificates/certificate.h"
 
 namespace tallow::platform {
 
-// CERT_TRUST_... error bits of the certificate by itself; 0 when there is no fault:
+// CERT_TRUST_... error bits of the certificate alone; 0 when there is no fault:
 //
 //   CERT_TRUST_INVALID_EXTENSION               an extension twice, or more than 64; extensions in a version 1 or 2
 //                                              certificate; a processed extension that cannot be decoded to its last
@@ -21,11 +21,11 @@ namespace tallow::platform {
 // OpenSSL must have been able to read the certificate (x509() is not null).
 DWORD faultsOf(const Certificate& certificate);
 
-// Whether each critical extension is known to OpenSSL's verifier or is one that faultsOf lets be critical although
-// OpenSSL does not know it.
+// Whether each critical extension is known to OpenSSL's verifier, or accepted by faultsOf although OpenSSL does not
+// know it.
 bool knowsCriticalExtensions(const Certificate& certificate);
 
-// Whether the certificate may stand above another one in a path: version 3 with basicConstraints that say CA.
+// Whether the certificate may be above another one in a path: version 3 and basicConstraints with cA.
 bool isCa(const Certificate& certificate) noexcept;
 
 // Whether subject and issuer are the same name.

@@ -1,4 +1,4 @@
-// Chains: what to build one from, the search for the path, the verifier's run over it, and the record for the caller.
+// Chains: collects the sources, searches for paths, verifies them, and fills the record for the caller.
 #include <algorithm>
 #include <memory>
 #include <numeric>
@@ -12,12 +12,12 @@ namespace tallow::platform {
 
 namespace {
 
-constexpr int kMaxPaths = 8;  // judged in one call
-// Octets of the paths judged in one call; reaching it ends the search for a better path. A path has some kilobytes in
-// practice, and names and policies of dozens of times that size are expensive to judge.
+constexpr int kMaxPaths = 8;  // verified in one call
+// Octets of the paths verified in one call; reaching it ends the search for a better path. A path usually has a few
+// kilobytes, and names and policies of dozens of times that size are expensive to verify.
 constexpr std::size_t kMaxJudgedOctets = 256 * 1024;
 
-// What the caller holds: the chain context and all that it points to, in one block.
+// The chain context for the caller with everything that it points to, in one block.
 struct ChainRecord : CERT_CHAIN_CONTEXT {
     CERT_SIMPLE_CHAIN simple{};
     PCERT_SIMPLE_CHAIN simplePointer = nullptr;
@@ -103,7 +103,7 @@ struct JudgedPath {
     ChainVerdict verdict;
 };
 
-// Faults, worst first: of two paths, the one counts that is free of the first fault in which they differ.
+// Faults, worst first. Of two paths, the one without the first fault in which they differ is better.
 constexpr DWORD kUnproven =
     CERT_TRUST_IS_PARTIAL_CHAIN | CERT_TRUST_IS_NOT_SIGNATURE_VALID | CERT_TRUST_IS_UNTRUSTED_ROOT;
 constexpr DWORD kFaults[] = {
@@ -115,7 +115,7 @@ constexpr DWORD kFaults[] = {
     CERT_TRUST_IS_NOT_TIME_VALID,
 };
 
-// Whether the end certificate is revoked by what a trusted path has: no other path takes that back.
+// Whether a trusted path shows that the end certificate is revoked: no other path changes that.
 bool isEndRevoked(const ChainVerdict& verdict) {
     return (verdict.elements[0].error & CERT_TRUST_IS_REVOKED) != 0 && (verdict.error & kUnproven) == 0;
 }
@@ -132,7 +132,7 @@ bool isBetter(const ChainVerdict& one, const ChainVerdict& other) {
     return (one.error & kUnknownRevocation) == 0 && (other.error & kUnknownRevocation) != 0;
 }
 
-// Whether another path cannot be better.
+// Whether no other path can be better.
 bool isDecided(const ChainVerdict& verdict) {
     constexpr DWORD kOfEnd = CERT_TRUST_IS_NOT_TIME_VALID | CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT;
     const bool isOnlyRevoked = isEndRevoked(verdict) && (verdict.error & ~CERT_TRUST_IS_REVOKED) == 0;
@@ -156,7 +156,7 @@ JudgedPath bestPath(PathSearch& search, Judge judge) {
         if (!path) {
             break;
         }
-        // Anybody can make paths to their own root that are expensive to judge, and none of them proves anything.
+        // Anyone can make paths to their own root that are expensive to verify, and none of them proves anything.
         if (tried > 0 && !path->anchored) {
             continue;
         }
@@ -168,7 +168,7 @@ JudgedPath bestPath(PathSearch& search, Judge judge) {
         if (isDecided(best.verdict)) {
             break;
         }
-        // Where all that is missing is a CRL, another issuer is not worth a download.
+        // If only a CRL is missing, another issuer is not worth a download.
         mayDownload = (best.verdict.error & ~kUnknownRevocation) != 0;
     }
     return best;

@@ -37,7 +37,7 @@ void addStore(ChainSources& sources, const Store* store) {
     }
 }
 
-// Takes the files' own records instead of a store filled with copies: a bundle of system roots has some 150.
+// Uses the records of the files, not a store filled with copies: a bundle of system roots has some 150.
 void addSystemStore(const char* name, StoreView storeView, std::vector<CertificateRef>& certificates,
                     ChainSources& sources) {
     const StoreFiles found = systemStoreFiles(name, storeView);

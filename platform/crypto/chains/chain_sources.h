@@ -1,5 +1,5 @@
-// Where a chain may take its certificates and CRLs from: the engine behind a handle, the roots added for this run, and
-// the collection of all that one call may use.
+// The sources of certificates and CRLs for a chain: the engine, the roots added for this run, and the collection of
+// everything that one call may use.
 #pragma once
 
 #include <vector>
@@ -20,9 +20,9 @@ const ChainEngine* engineOf(HCERTCHAINENGINE handle) noexcept;
 struct ChainSources {
     std::vector<CertificateRef> roots;
     std::vector<CertificateRef> others;  // certificates passed by the caller come first, then the stores' (engine, CA)
-    std::size_t numLocal = 0;            // of the others, at the end: those from stores, where somebody put them
+    std::size_t numLocal = 0;            // how many of `others`, at the end, come from stores and not from the caller
     std::vector<CrlRef> crls;
-    bool crlsIncomplete = false;  // a file that may hold a CRL could not be read: nothing counts as "not revoked"
+    bool crlsIncomplete = false;  // a file that may be a CRL could not be read, so nothing counts as "not revoked"
 };
 
 // `additional` may be null.

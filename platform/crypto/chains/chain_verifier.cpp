@@ -16,8 +16,8 @@ namespace {
 
 constexpr const char* kPolicyConstraints = "2.5.29.36";
 
-// OpenSSL's errors as bits. Trust, signatures and times are not here: the path and the ledger know them (see below),
-// and a fault that is counted twice would still be one. OpenSSL is not asked about revocation.
+// OpenSSL's errors as bits. Trust, signatures and times are not included: the path and the ledger report them (see
+// below). OpenSSL does not check revocation here.
 DWORD bitsOf(int error) {
     switch (error) {
         case X509_V_ERR_INVALID_CA:
@@ -48,13 +48,13 @@ DWORD bitsOf(int error) {
         case X509_V_ERR_DEPTH_ZERO_SELF_SIGNED_CERT:
         case X509_V_ERR_SELF_SIGNED_CERT_IN_CHAIN:
         case X509_V_ERR_CERT_UNTRUSTED:
-            return 0;  // said by the path
+            return 0;  // reported by the path
         default:
-            return CERT_TRUST_INVALID_EXTENSION;  // whatever else OpenSSL objects to is an objection
+            return CERT_TRUST_INVALID_EXTENSION;  // every other error of OpenSSL is a fault
     }
 }
 
-// OpenSSL fails at these calls only because memory ran out; none of them may go without its effect.
+// These calls fail only when memory is exhausted, and none of them may be skipped.
 void require(bool succeeded) {
     if (!succeeded) {
         throw std::bad_alloc();
@@ -98,7 +98,7 @@ private:
         return inScope && !(isLast(i) && path_.selfSigned);
     }
 
-    // Whatever else is wrong with the path: what was not looked up is unknown.
+    // A status that was not looked up is unknown, whatever other faults the path has.
     void judgeRevocation(std::size_t i) {
         const RevocationStatus status = crls_ != nullptr ? crls_->statusOf(path_, i) : RevocationStatus();
         ElementVerdict& verdict = verdict_.elements[i];
@@ -111,7 +111,7 @@ private:
         }
     }
 
-    // What the path says without OpenSSL: where it ends, who signed whom, and when each certificate is valid.
+    // Faults found without OpenSSL: where the path ends, the signatures, and the validity of each certificate.
     void judgePath() {
         if (!path_.selfSigned) {
             verdict_.error |= CERT_TRUST_IS_PARTIAL_CHAIN;
@@ -138,7 +138,7 @@ private:
         }
     }
 
-    // From below the root down to the end certificate. A root alone has no policies to follow.
+    // From below the root down to the end certificate. A path of only a root has no policies.
     void judgePolicies() {
         const RequiredPolicies required = requiredPolicies();
         const std::size_t below = size() - (path_.selfSigned ? 1 : 0);
@@ -156,7 +156,8 @@ private:
         }
     }
 
-    // OpenSSL compares names with constraints, self-issued ones excepted as RFC 5280 says; here only whether it can.
+    // OpenSSL compares names with constraints, except for self-issued certificates (RFC 5280); this only checks that it
+    // can.
     void judgeNameForms() {
         ConstrainedKinds kinds;
         for (std::size_t i = size(); i-- > 0;) {
@@ -172,7 +173,7 @@ private:
         }
     }
 
-    // The signature and the key of a root are believed for what they are, not for their strength.
+    // The signature and the key of a root need not be strong: the root is trusted as it is.
     void judgeStrength(std::size_t i) {
         const X509_ALGOR* algorithm = nullptr;
         X509_get0_signature(nullptr, &algorithm, element(i).x509());
@@ -194,7 +195,7 @@ private:
         }
     }
 
-    // Whether OpenSSL would complete the key with the parameters of the issuer's: in an object that other threads read.
+    // Whether OpenSSL would copy key parameters from the issuer, into an object that other threads read.
     bool hasIncompleteKey() const {
         return std::any_of(path_.elements.begin(), path_.elements.end(), [](const CertificateRef& element) {
             const EVP_PKEY* const key = X509_get0_pubkey(element->x509());
@@ -223,14 +224,14 @@ private:
         X509_VERIFY_PARAM* const parameters = X509_STORE_CTX_get0_param(context.get());
         X509_VERIFY_PARAM_set_time(parameters, static_cast<std::time_t>(secondsSince1970(when_)));
         X509_VERIFY_PARAM_set_depth(parameters, static_cast<int>(size()));
-        X509_VERIFY_PARAM_set_auth_level(parameters, 0);  // strength is judged above, by our own settings
+        X509_VERIFY_PARAM_set_auth_level(parameters, 0);  // strength is checked above, by our own settings
         if (X509_verify_cert(context.get()) != 1) {
             require(X509_STORE_CTX_get_error(context.get()) != X509_V_ERR_OUT_OF_MEM);
             verdict_.error |= CERT_TRUST_IS_PARTIAL_CHAIN;  // it did not come to its end: nothing is proven
         }
         if (X509_STORE_CTX* const done = context.get();
             static_cast<std::size_t>(sk_X509_num(X509_STORE_CTX_get0_chain(done))) != size()) {
-            verdict_.error |= CERT_TRUST_IS_PARTIAL_CHAIN;  // OpenSSL saw another chain than the one that is shown
+            verdict_.error |= CERT_TRUST_IS_PARTIAL_CHAIN;  // OpenSSL built another chain than the one reported
         }
     }
 
@@ -283,7 +284,7 @@ private:
         return 1;
     }
 
-    // Signatures and times of the path were judged already.
+    // Signatures and times of the path are already checked.
     static int onVerifySignatures(X509_STORE_CTX*) { return 1; }
 
     static int onFinding(int ok, X509_STORE_CTX* context) {

@@ -1,4 +1,4 @@
-// Runs OpenSSL's verifier over one path, to its end: every fault is noted where it was met, none stops the run.
+// Runs OpenSSL's verifier over a whole path: every fault is recorded at its element, and none stops the run.
 #pragma once
 
 #include <vector>
@@ -22,7 +22,7 @@ struct ChainVerdict {
     DWORD error = 0;                       // of the chain as a whole, those of the elements included
 };
 
-// `crls` is asked when the scope is not kNone; without it every status is unknown. A self-signed last element is never
+// `crls` is used unless the scope is kNone; without it every status is unknown. A self-signed last element is never
 // checked for revocation.
 ChainVerdict verifyPath(const Path& path, const FILETIME& when, RevocationScope scope, CrlCheck* crls,
                         SignatureLedger& ledger);

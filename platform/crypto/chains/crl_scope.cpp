@@ -141,7 +141,7 @@ bool CrlSubject::namesCrlIssuer(const X509_NAME* name) const {
     return false;
 }
 
-// Step b: whether the CRL is one that this distribution point means.
+// Step b: whether the distribution point refers to this CRL.
 bool CrlSubject::isCovered(const DIST_POINT& point, const Crl& crl) const {
     const ISSUING_DIST_POINT* const scope = crl.scope.get();
     const bool isIndirect = scope != nullptr && scope->indirectCRL > 0;
@@ -162,7 +162,7 @@ bool CrlSubject::isCovered(const DIST_POINT& point, const Crl& crl) const {
                : scope->distpoint->dpname != nullptr && containsName(point.CRLissuer, scope->distpoint->dpname);
 }
 
-// The CRLs of the certificate's issuer count without being named in it.
+// CRLs of the certificate's own issuer need not be named in it.
 bool CrlSubject::isCoveredByIssuer(const Crl& crl) const {
     const DIST_POINT_NAME* const point = crl.scope != nullptr ? crl.scope->distpoint : nullptr;
     return X509_NAME_cmp(crl.issuer.get(), issuer()) == 0 && (point == nullptr || hasName(*point, issuer()));

@@ -1,4 +1,4 @@
-// Which CRLs speak about a certificate, and for which reasons of revocation (RFC 5280, 6.3.3 steps b and d).
+// Which CRLs cover a certificate, and for which reasons of revocation (RFC 5280, 6.3.3 steps b and d).
 #pragma once
 
 #include <string>
@@ -12,23 +12,23 @@ namespace tallow::platform {
 using ReasonMask = unsigned;
 constexpr ReasonMask kAllReasons = 0x1FE;  // keyCompromise (1) to aACompromise (8)
 
-constexpr std::size_t kMaxCrlAddresses = 4;  // asked for the CRLs of one certificate
+constexpr std::size_t kMaxCrlAddresses = 4;  // contacted for the CRLs of one certificate
 
-// The certificate in question, with its distribution points. The certificate must outlive the object.
+// The certificate to check, with its distribution points. The certificate must outlive the object.
 class CrlSubject {
 public:
     // `certificate.x509()` must not be null.
     explicit CrlSubject(const Certificate& certificate);
 
-    // False when its distribution points cannot be read: then nothing can be said about its CRLs.
+    // False when its distribution points cannot be read: its CRLs are then unknown.
     bool isReadable() const noexcept { return readable_; }
 
-    // The reasons that a CRL of this issuer and scope covers for the certificate; 0 when it does not speak about it.
+    // The reasons that a CRL of this issuer and scope covers for the certificate; 0 when it does not cover it.
     ReasonMask reasonsCoveredBy(const Crl& crl) const;
 
     const X509_NAME* issuer() const;
     ByteView serial() const noexcept { return serial_; }  // as integerContent() gives it
-    // Whether a distribution point says that this name issues CRLs for the certificate.
+    // Whether a distribution point names this issuer of CRLs for the certificate.
     bool namesCrlIssuer(const X509_NAME* name) const;
 
     // Where its CRLs are, and where its delta CRLs are: at most kMaxCrlAddresses each.

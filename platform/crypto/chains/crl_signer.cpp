@@ -34,9 +34,9 @@ bool isSameEntity(const Certificate& left, const Certificate& right) {
     return hasSameKey(left, right) && hasSubject(left, X509_get_subject_name(right.x509()));
 }
 
-// Whether a signer with the name of the CA above the element, but another key, speaks for that CA: the CA itself
-// certified it, or the one that certified the CA, or either did with another of its keys. Any CA below the same root
-// could write the names too, so the keys on the signer's own path must be those on the path of the element.
+// Whether a signer with the name of the CA above the element, but with another key, may sign for that CA: the CA itself
+// or the CA's issuer certified it, with any of their keys. Any CA below the same root could use the same names, so the
+// keys on the signer's path must be those on the path of the element.
 bool speaksForIssuer(const Path& ofSigner, const Path& path, std::size_t index) {
     const CertificateRef& issuer = path.elements[index + 1];
     std::size_t last = index + 1;
@@ -96,8 +96,8 @@ CertificateRef CrlSigners::signerOf(const Crl& crl, const Path& path, std::size_
     return {};
 }
 
-// The other certificates with the name of the CRL's issuer, in each place those with the key identifier first. Anybody
-// can put certificates into a response, so carried ones come last, and only their number is limited.
+// The other certificates with the name of the CRL's issuer, in each source those with a matching key identifier first.
+// Anyone can put certificates into a response, so carried ones come last, and only their number is limited.
 CrlSigners::Candidates CrlSigners::candidatesFor(const Crl& crl, const Path& path, std::size_t index) const {
     using Place = std::span<const CertificateRef>;
     const Place others(sources_.others);
@@ -163,7 +163,7 @@ Path CrlSigners::validPathOf(const CertificateRef& signer, const Path& path) {
     }
     ++pathsChecked_;
     Path found = findValidPath(signer, path);
-    if (frames_.empty()) {  // what was found in the middle of another check may have been cut short by it
+    if (frames_.empty()) {  // results found inside another check may have been cut short by it
         known_.emplace(body, found);
     }
     return found;

@@ -1,6 +1,6 @@
-// Who signed a CRL, and whether it may count (RFC 5280, 6.3.3 steps f to h). Usually that is the CA on the path. Else
-// it is a certificate whose own path leads to the same trust anchor and is checked like any other, its revocation
-// included.
+// Finds who signed a CRL, and whether the CRL may be used (RFC 5280, 6.3.3 steps f to h). The signer is usually the CA
+// on the path. Any other signer needs a path to the same trust anchor, which is checked like any path, including
+// revocation.
 #pragma once
 
 #include <map>
@@ -15,12 +15,12 @@ class CrlCheck;
 
 class CrlSigners {
 public:
-    // All that is given must outlive the object. `check` is asked for the revocation of signers.
+    // All arguments must outlive the object. `check` determines the revocation status of signers.
     CrlSigners(const ChainSources& sources, const FILETIME& when, SignatureLedger& ledger, CrlCheck& check)
         : sources_(sources), when_(when), ledger_(ledger), check_(check) {}
 
-    // The certificate that signed a CRL about the element `index` of the path, empty when none may have. Which of the
-    // CA's certificates is on the path, and what the CRL's authorityKeyIdentifier says, does not matter: the key does.
+    // The certificate that signed a CRL about the element `index` of the path; empty when there is no authorised one.
+    // Only the key matters, not which of the CA's certificates is on the path, nor the CRL's authorityKeyIdentifier.
     CertificateRef signerOf(const Crl& crl, const Path& path, std::size_t index);
 
     // Whether a possible signer was not tried because of a limit, so that a CRL may have been left out.
@@ -36,12 +36,12 @@ private:
 
     struct Candidates {
         std::vector<CertificateRef> certificates;
-        bool complete = true;  // there are no more
+        bool complete = true;  // all were found
     };
     Candidates candidatesFor(const Crl& crl, const Path& path, std::size_t index) const;
     // Whether the signer's CRLs may count for the element; a direct one names the element's issuer as its own.
     bool isTrusted(const CertificateRef& signer, const Path& path, std::size_t index, bool isDirect);
-    // Its path to the trust anchor of `path`; one without elements when there is none without a fault.
+    // Its path to the trust anchor of `path`; without elements when every path has a fault.
     Path validPathOf(const CertificateRef& signer, const Path& path);
     Path findValidPath(const CertificateRef& signer, const Path& path);
     DWORD errorOf(const Path& path, const CertificateRef& signer, bool mayVouchForItself, bool& vouched);

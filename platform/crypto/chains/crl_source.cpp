@@ -12,7 +12,7 @@ namespace tallow::platform {
 
 namespace {
 
-constexpr long kAnyAge = std::numeric_limits<long>::max();  // offline, nextUpdate alone bounds the use of a CRL
+constexpr long kAnyAge = std::numeric_limits<long>::max();  // offline, only nextUpdate limits the use of a CRL
 
 DWORD lowerLimit(DWORD left, DWORD right) {
     return left == 0 || right == 0 ? std::max(left, right) : std::min(left, right);

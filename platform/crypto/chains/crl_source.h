@@ -14,26 +14,26 @@ namespace tallow::platform {
 struct CrlRules {
     FILETIME when{};  // the time at which a CRL must be current
     bool useNetwork = false;
-    const FILETIME* resync = nullptr;  // what was cached before this time does not count; null for none
+    const FILETIME* resync = nullptr;  // entries cached before this time are ignored; null: none
     DWORD maxAgeSeconds = 0;           // a CRL issued earlier is not current; 0: any age
-    long cacheMaxAgeSeconds = 0;       // what was downloaded earlier does not count where the network may be used
+    long cacheMaxAgeSeconds = 0;       // older downloads are ignored where the network may be used
 };
 
 // The rules from the settings, for a call with its own limit on the age of a CRL (0: none).
 CrlRules crlRules(const FILETIME& when, bool useNetwork, const FILETIME* resync, DWORD maxAgeSeconds);
 
-// A CRL that may say something about the certificate in question.
+// A CRL that may cover the certificate.
 struct CrlCandidate {
     CrlRef crl;
-    std::string url;         // where it was downloaded from just now; empty for one at hand
+    std::string url;         // where this call downloaded it; empty for a local one
     ReasonMask reasons = 0;  // what it covers
-    bool isUsable = true;    // sound, current and signed with an accepted algorithm; else only a sign of a newer state
+    bool isUsable = true;    // no defect, current, accepted algorithm; else it only outdates older CRLs
 };
-using CrlCandidates = std::deque<CrlCandidate>;  // one that grows leaves those in it where they are
+using CrlCandidates = std::deque<CrlCandidate>;  // growing does not move the elements
 
 class CrlSource {
 public:
-    // All that is given must outlive the object.
+    // All arguments must outlive the object.
     CrlSource(const std::vector<CrlRef>& local, const CrlRules& rules, FetchAllowance& allowance)
         : local_(local), rules_(rules), allowance_(allowance) {}
 
@@ -44,7 +44,7 @@ public:
     // Also false when the network may not be used.
     bool addFetched(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates);
 
-    // Keeps a CRL that was downloaded just now for later checks.
+    // Caches a CRL that this call downloaded.
     static void keep(const CrlCandidate& candidate);
 
 private:

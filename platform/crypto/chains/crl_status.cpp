@@ -32,7 +32,7 @@ ReasonMask reasonsOf(const CrlGroup& group) {
     return reasons;
 }
 
-// CRLs are issued for certificates with an issuer. Those made with an ordinary certificate (proxies) are in none.
+// CRLs cover certificates that a CA issued. Those made with an end certificate (proxies) are in none.
 bool canBeLookedUp(const Path& path, std::size_t index) {
     if (index + 1 >= path.elements.size()) {
         return false;
@@ -53,7 +53,7 @@ RevocationStatus CrlCheck::statusOf(const Path& path, std::size_t index) {
     RevocationStatus status = subject.isReadable() ? lookUp(path, index, subject) : RevocationStatus();
     cutShort_ |= ledger_.checksRefused() != refusedBefore || signers_.reachedLimit();
     if (status.state == RevocationState::kGood && (sources_.crlsIncomplete || cutShort_)) {
-        return {};  // the CRL that could not be read, or was left out, may be the one that lists it
+        return {};  // a CRL that could not be read, or was skipped, may list it
     }
     return status;
 }
@@ -121,7 +121,7 @@ CrlCheck::Outcome CrlCheck::askForDeltas(const Question& question, CrlCandidates
 CrlCheck::Outcome CrlCheck::judge(const Question& question, const CrlCandidates& candidates) {
     Outcome outcome;
     for (const CrlGroup& group : groupByScope(candidates)) {
-        // A CRL that adds no reasons matters only if it lists the certificate.
+        // A CRL that covers no further reasons matters only if it lists the certificate.
         const bool addsReasons = (reasonsOf(group) & ~outcome.covered) != 0;
         if (addsReasons || isListed(group.completes, question.subject) || isListed(group.deltas, question.subject)) {
             judgeGroup(question, group, outcome);
@@ -136,8 +136,8 @@ CrlCheck::Outcome CrlCheck::judge(const Question& question, const CrlCandidates&
     return outcome;
 }
 
-// Of the CRLs that one key signed, the newest counts; where none is the newest, one that lists the certificate.
-// A CA that changed its key may issue a CRL with each: then those that list the certificate count too.
+// Of the CRLs that one key signed, the newest counts; if none is the newest, one that lists the certificate. A CA that
+// changed its key may issue a CRL with each key: then those that list the certificate count too.
 void CrlCheck::judgeGroup(const Question& question, const CrlGroup& group, Outcome& outcome) {
     struct Newest {
         CertificateRef signer;
@@ -163,8 +163,8 @@ void CrlCheck::judgeGroup(const Question& question, const CrlGroup& group, Outco
     }
 }
 
-// Delta CRLs that do not fit matter only when they list the certificate and what is used does not replace them. So do
-// CRLs that cannot be used; of these, a complete one also matters when it is newer: who knows what it lists.
+// Delta CRLs that do not fit, and unusable CRLs, matter only when they list the certificate and the used CRLs do not
+// replace them. An unusable complete CRL also matters when it is newer, since its content is unknown.
 CrlCheck::Change CrlCheck::updateOf(const Question& question, const CrlCandidate& complete, const CrlGroup& group,
                                     const Certificate& signer) {
     Change change;
@@ -192,13 +192,13 @@ void CrlCheck::judgeComplete(const Question& question, const CrlCandidate& compl
                              const Certificate& signer, Outcome& outcome) {
     int reason = listing(complete, question.subject);
     if (reason == kReasonRemoveFromCrl) {
-        return;  // means something in a delta CRL only: this one contradicts itself
+        return;  // allowed only in a delta CRL: this one contradicts itself
     }
     const auto [update, isDisputed] = updateOf(question, complete, group, signer);
     if (update != nullptr) {
         const int change = listing(*update, question.subject);
         if (change == kReasonRemoveFromCrl) {
-            reason = reason == kReasonCertificateHold ? kNotListed : reason;  // nothing else can be taken back
+            reason = reason == kReasonCertificateHold ? kNotListed : reason;  // only a hold can be lifted
         } else if (change != kNotListed) {
             reason = change;
         }

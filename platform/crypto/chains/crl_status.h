@@ -21,17 +21,17 @@ struct RevocationStatus {
     DWORD reason = 0;  // CRLReason, when revoked
 };
 
-// For one call and one thread.
+// For use in one call and on one thread.
 class CrlCheck {
 public:
-    // All that is given must outlive the object.
+    // All arguments must outlive the object.
     CrlCheck(const ChainSources& sources, const CrlRules& rules, FetchAllowance& allowance, SignatureLedger& ledger)
         : sources_(sources),
           ledger_(ledger),
           source_(sources.crls, rules, allowance),
           signers_(sources, rules.when, ledger, *this) {}
 
-    // Of the element `index` of the path. The last element of a path has no issuer there, so its status is unknown.
+    // The status of the element `index` of the path. The last element has no issuer in the path, so it is unknown.
     RevocationStatus statusOf(const Path& path, std::size_t index);
 
 private:
@@ -43,15 +43,15 @@ private:
     struct Outcome {
         RevocationStatus status;
         ReasonMask covered = 0;
-        bool isDisputed = false;  // by a CRL that cannot be combined with those used
+        bool isDisputed = false;  // a CRL contradicts those used
         std::vector<const CrlCandidate*> used;
         std::vector<const Crl*> withoutDelta;  // complete CRLs that no delta CRL updated
     };
 
-    // What delta CRLs, and CRLs that cannot be used, say about a complete one.
+    // How delta CRLs and unusable CRLs affect a complete one.
     struct Change {
-        const CrlCandidate* update = nullptr;  // the newest that fits; null when there is none
-        bool isDisputed = false;               // another one lists the certificate, or is a newer state
+        const CrlCandidate* update = nullptr;  // the newest delta CRL that fits; null when there is none
+        bool isDisputed = false;               // another CRL lists the certificate, or is newer
     };
 
     RevocationStatus lookUp(const Path& path, std::size_t index, const CrlSubject& subject);
@@ -67,7 +67,7 @@ private:
     SignatureLedger& ledger_;
     CrlSource source_;
     CrlSigners signers_;
-    bool cutShort_ = false;  // a CRL was left out because of a limit: nothing counts as good any more
+    bool cutShort_ = false;  // a CRL was skipped because of a limit, so nothing counts as good
 };
 
 }  // namespace tallow::platform

@@ -11,7 +11,7 @@ namespace tallow::platform {
 namespace {
 
 constexpr std::size_t kMaxCandidates = 256;  // for one certificate
-// Of one origin, when looking for other spellings. In use a name has some hundred octets.
+// Octets of names of one origin, when looking for other spellings. A name usually has some hundred octets.
 constexpr std::size_t kMaxNamesParsed = 256;
 constexpr std::size_t kMaxNameOctets = 256 * 1024;
 
@@ -24,7 +24,7 @@ X509NamePtr parseName(ByteView der) {
     return X509NamePtr(d2i_X509_NAME(nullptr, &at, static_cast<long>(der.size())));
 }
 
-// How well the key identifiers fit: 0 they match, 1 nothing is said, 2 they differ. A hint for the order alone.
+// How well the key identifiers fit: 0 equal, 1 one is absent, 2 different. Only a hint for the order.
 int keyIdentifierRank(const Certificate& subject, const Certificate& issuer) {
     const ASN1_OCTET_STRING* const wanted = X509_get0_authority_key_id(subject.x509());
     const ASN1_OCTET_STRING* const offered = X509_get0_subject_key_id(issuer.x509());
@@ -34,7 +34,7 @@ int keyIdentifierRank(const Certificate& subject, const Certificate& issuer) {
     return ASN1_OCTET_STRING_cmp(wanted, offered) == 0 ? 0 : 2;
 }
 
-// Cut after sorting: a crowd of namesakes in a response must not keep out the one that fits best.
+// Cut after sorting: many namesakes in a response must not keep out the one that fits best.
 std::vector<IssuerCandidate> sorted(std::vector<IssuerCandidate>&& found) {
     std::stable_sort(found.begin(), found.end(), [](const IssuerCandidate& left, const IssuerCandidate& right) {
         return left.order < right.order;
@@ -57,7 +57,7 @@ bool isValidAt(const CERT_INFO& info, const FILETIME& when) noexcept {
     return ticks(info.NotBefore) <= ticks(when) && ticks(when) <= ticks(info.NotAfter);
 }
 
-// The certificate is kept with its name, so that no other one can come to stand at its address.
+// Keeps the certificate with its name, so that no other one can get its address.
 const X509_NAME* IssuerCandidates::subjectOf(const CertificateRef& certificate) const {
     const auto [entry, isNew] = subjects_.try_emplace(certificate.get(), certificate, nullptr);
     if (isNew) {

@@ -1,4 +1,4 @@
-// The certificates that may have issued another one, as far as their names go, in the order in which to try them.
+// The certificates whose name fits that of an issuer, in the order in which to try them.
 #pragma once
 
 #include <map>
@@ -12,7 +12,7 @@
 
 namespace tallow::platform {
 
-// Where a candidate comes from, the most trusted first: anybody can put certificates into a response.
+// Where a candidate comes from, the most trusted first: anyone can put certificates into a response.
 enum class Origin { kRoot, kLocal, kFetched, kCarried };
 
 struct IssuerCandidate {
@@ -27,18 +27,18 @@ enum class Spelling { kSame, kOther };
 
 class IssuerCandidates {
 public:
-    // What is given must outlive the object.
+    // All arguments must outlive the object.
     IssuerCandidates(const ChainSources& sources, const FILETIME& when) : sources_(sources), when_(when) {}
 
-    // Those for `subject`, at most 256, and only such as OpenSSL can read: roots, then what stores have, then what was
-    // downloaded, then certificates passed by the caller; within each first those that made the signature in an earlier
+    // The candidates for `subject`, at most 256, and only those that OpenSSL can read: roots, then certificates from
+    // stores, from downloads, and from the caller. Within each, those come first that made the signature in an earlier
     // call, whose key identifier fits, and that are valid.
     std::vector<IssuerCandidate> of(const Certificate& subject, Spelling spelling) const;
-    // Those among `certificates`, in either spelling.
+    // The same among `certificates`, in either spelling.
     std::vector<IssuerCandidate> downloaded(const Certificate& subject,
                                             const std::vector<CertificateRef>& certificates) const;
 
-    // Adds what was downloaded to the candidates for all certificates.
+    // Adds downloaded certificates to the candidates for all certificates.
     void add(const std::vector<CertificateRef>& downloaded);
 
     // Whether the certificate is a trusted root: self-issued, and among the roots.
@@ -63,7 +63,7 @@ private:
     std::vector<CertificateRef> fetched_;
     mutable ByName same_;  // what was looked up, since many certificates may name the same issuer
     mutable ByName other_;
-    // Parsed once each, however many names they are compared with: long ones cost a millisecond.
+    // Each is parsed only once: a long one costs a millisecond.
     mutable std::unordered_map<const Certificate*, std::pair<CertificateRef, X509NamePtr>> subjects_;
 };
 

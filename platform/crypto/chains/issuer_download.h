@@ -18,12 +18,12 @@ public:
     // and the first 16 of the others. False when the certificate names no such address; those with credentials do not
     // count.
     //
-    // From the cache; where the network may be used, only entries of the last day.
+    // Reads the cache; where the network may be used, only entries of the last day.
     bool cached(const Certificate& certificate, std::size_t index, std::vector<CertificateRef>& found) const;
-    // From the address itself, unless the network may not be used.
+    // Downloads, unless the network may not be used.
     bool fetched(const Certificate& certificate, std::size_t index, std::vector<CertificateRef>& found);
 
-    // Keeps the downloads of which a certificate stands among `used`, the elements of a path that was found valid.
+    // Caches the downloads with a certificate among `used`, the elements of a valid path.
     void keep(const std::vector<CertificateRef>& used) const;
 
 private:

@@ -29,7 +29,7 @@ bool isLetter(char c) {
 bool isInLabel(char c) {
     return isLetter(c) || isDigit(c) || c == '-' || c == '_';
 }
-// Of an address whose host or local part may be international.
+// For an address whose host or local part may be international.
 bool isInWideLabel(char c) {
     return isInLabel(c) || static_cast<unsigned char>(c) >= 0x80;
 }
@@ -113,8 +113,8 @@ bool isPlainName(const GENERAL_NAME& name) {
     }
 }
 
-// A constraint names a host or, with a dot in front, what is below it. An empty one covers every DNS name; for the
-// other kinds it means nothing that RFC 5280 would know.
+// A constraint names a host or, with a leading dot, the names below it. An empty one covers every DNS name; for the
+// other kinds RFC 5280 gives it no meaning.
 bool isPlainConstraint(const GENERAL_NAME& name) {
     const std::string_view text = textOf(name);
     switch (name.type) {
@@ -170,7 +170,7 @@ void addConstrainedKinds(const Certificate& ca, ConstrainedKinds& kinds) {
     if (constraints != nullptr) {
         addKinds(constraints->permittedSubtrees, kinds);
         addKinds(constraints->excludedSubtrees, kinds);
-    } else if (found != -1) {  // there, and not readable, perhaps for want of memory
+    } else if (found != -1) {  // present but not readable, perhaps because memory ran out
         kinds = {kAllKinds, kAllKinds};
     }
 }

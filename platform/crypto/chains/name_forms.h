@@ -1,7 +1,7 @@
-// Whether names can be compared with name constraints (RFC 5280 section 4.2.1.10). OpenSSL compares the text as it
-// stands, while the software that later connects to the name reads it with a parser of its own: a final dot, user
-// information, an escape or a quote would make them see two names. Where a CA above constrains names of a kind, names
-// of that kind must therefore have the plain form, which everybody reads alike.
+// Whether names can be compared with name constraints (RFC 5280 section 4.2.1.10). OpenSSL compares the text unchanged,
+// while the software that later connects to the name uses its own parser: a final dot, user information, an escape or a
+// quote would make them see two names. If a CA above constrains names of a kind, names of that kind must therefore have
+// the plain form, which all software reads alike.
 #pragma once
 
 #include "platform/crypto/certificates/certificate.h"

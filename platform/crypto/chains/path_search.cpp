@@ -11,10 +11,10 @@ namespace {
 
 constexpr std::size_t kMaxElements = 12;     // of a path; real ones have two to five
 constexpr std::size_t kMaxNodes = 64;        // certificates followed, each once for every way that leads to it
-constexpr std::size_t kMaxWays = 4;          // to one certificate
+constexpr std::size_t kMaxWays = 4;          // that lead to one certificate
 constexpr std::size_t kMaxDownloaded = 256;  // certificates, all downloads of the search together
 constexpr int kMaxSearchChecks = 70;         // signature checks; the rest is left for CRLs
-constexpr int kMaxFailuresInARow = 8;        // before other certificates get their turn
+constexpr int kMaxFailuresInARow = 8;        // before other certificates are tried
 
 }  // namespace
 
@@ -53,8 +53,8 @@ std::optional<Path> PathSearch::walk() {
     return std::nullopt;
 }
 
-// Tries the candidates for the issuer up to the first that made the signature. The others have to wait until the way
-// over this one was followed: junk in a response must not use up the signature checks below a good issuer.
+// Tries the candidates for the issuer up to the first that made the signature. The others wait until the way over this
+// one is followed: junk in a response must not use up the signature checks below a good issuer.
 std::optional<Path> PathSearch::visit(std::size_t node) {
     open(node);
     for (int failures = 0; failures < kMaxFailuresInARow && nodes_[node].tried < nodes_[node].candidates.size();) {
@@ -149,8 +149,8 @@ bool PathSearch::download() {
     return false;
 }
 
-// Those near the end certificate come first, and carried ones last, so that certificates which anybody put into a
-// response do not use up the downloads.
+// Certificates near the end certificate come first, and carried ones last, so that certificates in a response, which
+// anyone may have put there, do not use up the downloads.
 std::vector<std::size_t> PathSearch::nodesToAsk(bool all) const {
     std::vector<std::size_t> found;
     for (std::size_t i = 0; i < nodes_.size(); ++i) {
@@ -183,7 +183,7 @@ bool PathSearch::ask(std::size_t node, std::size_t fetcher) {
     return true;
 }
 
-// The paths with a fault, trusted ones first; when there was no path at all, one that does not hold.
+// The paths with a fault, trusted ones first; if there was no path at all, an incomplete one.
 std::optional<Path> PathSearch::leftover() {
     if (held_.empty()) {
         return std::exchange(given_, true) ? std::nullopt : std::optional(unsoundPath());

@@ -1,7 +1,7 @@
-// Finds ways from a certificate to a root. OpenSSL's own builder takes the first issuer whose name fits and does not
-// come back from a dead end, so that a certificate of the same name, or a cross certificate of an unknown root, thrown
-// into a response would spoil a good chain. Here an issuer counts only together with the signature it made, and there
-// may be several ways: OpenSSL and our own rules judge one after the other (chain_verifier.h) until one has no fault.
+// Finds paths from a certificate to a root. OpenSSL's own builder takes the first issuer whose name fits and does not
+// backtrack, so a certificate of the same name in a response, or a cross certificate of an unknown root, would spoil a
+// good chain. Here an issuer is accepted only with the signature it made, and there may be several paths: they are
+// verified one after the other (chain_verifier.h) until one has no fault.
 #pragma once
 
 #include <functional>
@@ -23,30 +23,29 @@ struct Path {
 // when it names no such address.
 using IssuerFetcher =
     std::function<bool(const Certificate& subject, std::size_t index, std::vector<CertificateRef>& found)>;
-// Asked in this order.
+// Used in this order.
 using IssuerFetchers = std::vector<IssuerFetcher>;
 
-// Gives the paths one by one. First those to a trusted root with valid certificates above the end certificate and
-// signatures that verify: over certificates of stores before carried ones. When these have run out, names in other
-// spellings are looked for, and then addresses are asked, first for certificates without an issuer in a store. Then
-// come paths to a trusted root that are not valid in time, and those to another self-signed certificate. Where there is
-// none of all this, there is one path more, so that the caller sees what is wrong: as far as signatures lead, and on by
-// name alone.
+// Returns the paths one by one. First those to a trusted root with valid certificates above the end certificate and
+// signatures that verify: over certificates of stores before carried ones. Then names in other spellings are tried, and
+// then downloads, first for certificates without an issuer in a store. Then come paths to a trusted root that are not
+// valid in time, and those to another self-signed certificate. If there is no such path, one incomplete path shows the
+// caller what is wrong: as far as signatures lead, and then by name only.
 //
-// Nothing is asked for a certificate unless all signatures below it verify.
+// Nothing is downloaded for a certificate unless all signatures below it verify.
 class PathSearch {
 public:
-    // What is given must outlive the object.
+    // All arguments must outlive the object.
     PathSearch(const CertificateRef& end, const ChainSources& sources, const FILETIME& when,
                const IssuerFetchers& fetchers, SignatureLedger& ledger);
 
-    // The next path; the first call always gives one. Fetchers are asked only when `mayDownload`.
+    // The next path; the first call always returns one. Fetchers are used only when `mayDownload`.
     std::optional<Path> next(bool mayDownload);
 
 private:
     static constexpr std::size_t kNoAddress = static_cast<std::size_t>(-1);
 
-    // A certificate together with the way on which the search came to it: all signatures on that way verify.
+    // A certificate and the way that led to it: all signatures on that way verify.
     struct Node {
         CertificateRef certificate;
         std::size_t parent;  // towards the end certificate

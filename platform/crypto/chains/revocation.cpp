@@ -40,8 +40,7 @@ ChainSources sourcesFor(const CERT_REVOCATION_PARA* parameters) {
     return sources;
 }
 
-// The certificate, its issuer (the one given, or the one that is found), and where that leads: to a trusted root or
-// not.
+// The certificate, its issuer (given or found), and the path from there, to a trusted root or not.
 Path pathFor(const CertificateRef& certificate, const CertificateRef& issuer, const ChainSources& sources,
              const FILETIME& when, SignatureLedger& ledger) {
     if (sameBytes(view(certificate->info().Subject), view(certificate->info().Issuer)) &&
@@ -93,7 +92,7 @@ DWORD checkOne(const CertificateRef& certificate, const CertificateRef& issuer, 
     if (result.state == RevocationState::kGood) {
         return 0;
     }
-    // Where the certificate names a place for its CRL, the CRL exists and was out of reach.
+    // If the certificate names an address for its CRL, the CRL exists and could not be reached.
     return CrlSubject(*certificate).addresses().empty() ? CRYPT_E_NO_REVOCATION_CHECK : CRYPT_E_REVOCATION_OFFLINE;
 }
 

@@ -31,7 +31,7 @@ bool isWeak(const Algorithm* algorithm) {
            (algorithm->strength == Strength::kSha1 && !acceptsSha1());
 }
 
-// By the hash that RSASSA-PSS parameters name; it is SHA-1 when they name none.
+// By the hash in the RSASSA-PSS parameters; SHA-1 when they name none.
 bool isWeakPss(const ASN1_TYPE* parameters) {
     const std::unique_ptr<RSA_PSS_PARAMS, PssFree> pss(static_cast<RSA_PSS_PARAMS*>(
         parameters != nullptr ? ASN1_TYPE_unpack_sequence(ASN1_ITEM_rptr(RSA_PSS_PARAMS), parameters) : nullptr));
@@ -94,7 +94,7 @@ bool isWeakSignature(const X509_ALGOR* algorithm) {
 }
 
 bool isWeakKey(EVP_PKEY* key) {
-    // Keys of an engine may have no strength to tell, which is a negative number here.
+    // Keys of an engine may report no strength, which is a negative number here.
     const int bits = EVP_PKEY_get_security_bits(key);
     return bits >= 0 && bits < kMinKeySecurityBits;
 }

@@ -1,7 +1,7 @@
-// The signature checks of one call. What a hostile response can make us compute is bounded here: each check counts, a
-// pair that was checked before, in this call or with success in an earlier one, is not checked again, and when the
-// bound is reached every further check fails. A call costs at most 100 checks, of which the search for a path leaves 30
-// for CRLs. A check that was not made is counted: while a CRL is not checked, an older one must not decide instead.
+// The signature checks of one call, which limits what a hostile response can make us compute. A pair that was checked
+// in this call, or successfully in an earlier one, is not checked again. When the limit is reached every further check
+// fails. A call makes at most 100 checks, of which the search for a path leaves 30 for CRLs. Skipped checks are
+// counted: while a CRL is unchecked, an older one must not decide instead.
 #pragma once
 
 #include <map>
@@ -16,8 +16,8 @@ class SignatureLedger {
 public:
     static constexpr int kMaxChecks = 100;
 
-    // Whether the signature of `subject` verifies with the key of `issuer`. Names and usages are not looked at. Makes
-    // no further check when `limit` of them were made.
+    // Whether the signature of `subject` verifies with the key of `issuer`. Names and usages are not compared. Makes no
+    // further check once `limit` were made.
     bool verifies(const Certificate& subject, const Certificate& issuer, int limit = kMaxChecks);
     bool verifies(const Crl& crl, const Certificate& signer);
 
@@ -25,8 +25,8 @@ public:
     int checksRefused() const noexcept { return checksRefused_; }
 
 private:
-    // Shares what it remembers: another object at the address of one that is gone must not inherit its verdict. The
-    // issuer counts by its key: any number of certificates with the same one cost one check.
+    // Owns the objects it remembers, so that no other object can get the address of one and inherit its verdict.
+    // Issuers are compared by key: any number of certificates with the same key cost one check.
     using Pair = std::pair<std::shared_ptr<const void>, Bytes>;
 
     template <typename Check>
@@ -38,7 +38,7 @@ private:
     int checksRefused_ = 0;
 };
 
-// Whether the hash of a signature algorithm is too weak to be believed: MD5 and older always, SHA-1 unless the setting
+// Whether the hash of a signature algorithm is too weak: MD5 and older always, SHA-1 unless the setting
 // accept_sha1 is on; an algorithm that is not in the table counts as weak.
 bool isWeakSignature(const X509_ALGOR* algorithm);
 

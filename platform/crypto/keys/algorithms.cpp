@@ -22,7 +22,7 @@ constexpr DWORD kSignature = CRYPT_SIGN_ALG_OID_GROUP_ID;
 using enum KeyKind;
 using enum Strength;
 
-// The order of the hashes is the order in which a provider lists them, and so the one in which a signer prefers them.
+// A provider lists the hashes in this order, and signers prefer them in the order listed.
 // clang-format off
 constexpr std::array kAlgorithms{
     Algorithm{"2.16.840.1.101.3.4.2.1", L"sha256", kHash, CALG_SHA_256, 0, kNone, "SHA256", kGood, false, 256, "SHA-256"},
@@ -62,7 +62,7 @@ constexpr std::array kAlgorithms{
     Algorithm{"1.2.840.10045.4.3.4", L"sha512ECDSA", kSignature, CALG_SHA_512, CALG_ECDSA, kEllipticCurve, "SHA512", kGood, false, 0, nullptr},
     Algorithm{"1.2.840.10045.4.3.1", L"sha224ECDSA", kSignature, CALG_SHA_224, CALG_ECDSA, kEllipticCurve, "SHA224", kGood, false, 0, nullptr},
     Algorithm{"1.2.840.10045.4.1", L"sha1ECDSA", kSignature, CALG_SHA1, CALG_ECDSA, kEllipticCurve, "SHA1", kSha1, false, 0, nullptr},
-    // Their hash is part of the scheme; the number says under which hash a signer finds them.
+    // Their hash is part of the scheme; the number is the hash under which a signer finds them.
     Algorithm{"1.3.101.112", L"Ed25519", kSignature, CALG_SHA_512, CALG_ED25519, kEd25519, nullptr, kGood, false, 0, nullptr},
     Algorithm{"1.3.101.113", L"Ed448", kSignature, CALG_SHA_512, CALG_ED448, kEd448, nullptr, kGood, false, 0, nullptr},
     Algorithm{"2.16.840.1.101.3.4.3.2", L"sha256DSA", kSignature, CALG_SHA_256, CALG_DSS_SIGN, kDsa, "SHA256", kGood, false, 0, nullptr},

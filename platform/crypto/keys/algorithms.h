@@ -1,5 +1,5 @@
-// The one table of algorithms: hashes, public keys and signatures with their identifiers, numbers, names and what
-// stands behind them. Look-ups, the provider's list, hashing and signature checks all read it.
+// The table of algorithms: hashes, public keys and signatures with their identifiers, numbers, names and
+// implementations. Look-ups, the provider's list, hashing and signature checks all read it.
 #pragma once
 
 #include <openssl/evp.h>
@@ -27,7 +27,7 @@ struct Algorithm {
     Strength strength;
     bool engine;            // comes with the gost engine
     DWORD bits;             // of a hash: its size; of a public key: the usual size
-    const char* shortName;  // for the provider's list; null keeps it off
+    const char* shortName;  // for the provider's list; null: not listed
 };
 
 std::span<const Algorithm> algorithms() noexcept;

@@ -1,7 +1,6 @@
-// The engine interface is deprecated, and there is no other way to GOST signatures with OpenSSL 3.0: the provider made
-// of the same code has no signatures. The engine fails when it is loaded twice in a process, so this is the one place,
-// and it is set up for keys and hashes alone: as the default for random numbers or ciphers it would change what the
-// application gets from OpenSSL.
+// The engine interface is deprecated, but OpenSSL 3.0 has no other GOST signatures: the provider made from the same
+// code lacks them. The engine fails when it is loaded twice in a process, so only this file loads it. It is registered
+// only for keys and hashes: as the default for random numbers or ciphers it would change OpenSSL for the application.
 #define OPENSSL_SUPPRESS_DEPRECATED
 #include "platform/crypto/keys/gost_engine.h"
 
@@ -24,8 +23,7 @@ namespace {
 using StructuralPtr = std::unique_ptr<ENGINE, OpenSslFree<ENGINE_free>>;
 using FunctionalPtr = std::unique_ptr<ENGINE, OpenSslFree<ENGINE_finish>>;
 
-// Whether the file of the engine is where OpenSSL looks for it. The look costs a microsecond, and a search in vain
-// fifty.
+// Whether the engine's file is where OpenSSL looks for it. This costs a microsecond, a failing load fifty.
 bool isInstalled() {
     const char* const directory = OPENSSL_info(OPENSSL_INFO_ENGINES_DIR);
     const std::string path = std::string(directory == nullptr ? "" : directory) + "/gost.so";
@@ -57,7 +55,7 @@ ENGINE* load() {
     return started.release();
 }
 
-// Held to the end of the process, as are the methods that OpenSSL takes from it. A failure is not kept.
+// Kept to the end of the process, like the methods that OpenSSL takes from it. A failure is not cached.
 ENGINE* gostEngine() noexcept {
     static constinit std::mutex mutex;
     static ENGINE* engine = nullptr;

@@ -55,7 +55,7 @@ unsigned long long roundsAfter(std::string_view oid, ByteView der, size_t sizeEn
     const std::string_view text = textOf(der);
     for (size_t at = text.find(oid); at != std::string_view::npos; at = text.find(oid, at + 1)) {
         const size_t end = at + oid.size();
-        // The ends of PBES1 (1 to 11) stand beside those of PBES2 (13) and PBKDF2 (12), which has a search of its own.
+        // The ends of PBES1 (1 to 11); PBES2 (13) and PBKDF2 (12) share the prefix, and PBKDF2 has its own search.
         const bool isOther = sizeEnd == 1 && (end >= der.size() || der[end] == 0 || der[end] > 11);
         if (!isOther) {
             rounds = std::min(rounds + roundsOfParameters(der.subspan(std::min(end + sizeEnd, der.size())), count),
@@ -86,7 +86,7 @@ bool isFetchable(int cipher) {
 }  // namespace
 
 unsigned long long roundsIn(ByteView der) {
-    // scrypt works on memory that OpenSSL bounds; cost, block size and parallelism multiply.
+    // OpenSSL limits the memory of scrypt; cost, block size and parallelism multiply.
     return roundsAfter(kPbkdf2, der, 0, 1) + roundsAfter(kPbes1, der, 1, 1) + roundsAfter(kPkcs12Pbe, der, 1, 1) +
            roundsAfter(kScrypt, der, 0, 3) + roundsOfMac(der);
 }

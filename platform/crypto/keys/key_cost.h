@@ -1,5 +1,5 @@
-// What it takes to open an encrypted key: the number of rounds is the file's to choose, and a hostile file asks for
-// days of work.
+// The cost of opening an encrypted key. The file chooses the number of rounds, and a hostile file asks for days of
+// work.
 #pragma once
 
 #include <openssl/x509.h>
@@ -8,12 +8,11 @@
 
 namespace tallow::platform {
 
-// The rounds that one key file may cost altogether: seconds. Files in use ask for a few thousand to a million.
+// The rounds that one key file may cost in total: some seconds. Real files ask for a few thousand to a million.
 inline constexpr unsigned long long kMaximumRounds = 5000000;
 
-// The rounds of all password-based algorithms that are named anywhere in DER (PKCS #5: PBES1, PBKDF2, scrypt; PKCS #12:
-// its own ones and the MAC), a number above the limit where one cannot be read. What is inside an encrypted part does
-// not show.
+// The rounds of all password-based algorithms that appear anywhere in DER (PKCS #5: PBES1, PBKDF2, scrypt; PKCS #12:
+// its own ones and the MAC); above the limit when one cannot be read. Encrypted parts are not examined.
 unsigned long long roundsIn(ByteView der);
 unsigned long long roundsOf(const X509_ALGOR* algorithm);
 

@@ -39,7 +39,7 @@ public:
     }
 
 private:
-    // Whether the password may be tried on what the algorithm closed.
+    // Whether the password may be tried on data encrypted with the algorithm.
     bool mayOpen(const X509_ALGOR* algorithm) {
         rounds_ += roundsOf(algorithm);
         const bool may = rounds_ <= kMaximumRounds && canOpen(algorithm);
@@ -119,7 +119,7 @@ Pkcs12Result findPkcs12Key(ByteView file, const char* pin, EVP_PKEY* publicKey) 
         return result;
     }
     unsigned long long rounds = 0;
-    // Two ways to write that there is no PIN are in use; a file without one opens whatever PIN is given.
+    // "No PIN" is encoded in two ways; a file without one opens with any PIN.
     for (const char* const text : {pin, "", static_cast<const char*>(nullptr)}) {
         if (hasMac && PKCS12_verify_mac(container.get(), text, kWholeText) != 1) {
             result.isLocked = true;

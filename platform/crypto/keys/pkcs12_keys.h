@@ -1,5 +1,5 @@
-// The private keys of a PKCS #12 file. OpenSSL's store loader gives the first one alone, opens whatever the file asks
-// it to open, at any cost, and calls each failure a wrong PIN; so such files are read here.
+// The private keys of a PKCS #12 file. OpenSSL's store loader returns only the first one, decrypts at any cost that the
+// file asks for, and reports every failure as a wrong PIN, so these files are read here.
 #pragma once
 
 #include "platform/crypto/base/bytes.h"
@@ -7,7 +7,7 @@
 
 namespace tallow::platform {
 
-// What a search for one private key met.
+// The result of a search for one private key.
 struct Pkcs12Result {
     bool isPkcs12 = false;
     KeyPtr found = nullptr;

@@ -21,7 +21,7 @@ namespace tallow::platform {
 namespace {
 
 constexpr off_t kLargestKeyFile = off_t{1} << 20;  // a key with its whole chain has some ten thousand octets
-// OpenSSL goes through a file that is no key in small steps, each as dear as a try of all its decoders.
+// OpenSSL reads a file that is not a key in small steps, each as expensive as trying all its decoders.
 constexpr int kMaximumSteps = 256;
 
 using StorePtr = std::unique_ptr<OSSL_STORE_CTX, OpenSslFree<OSSL_STORE_close>>;
@@ -32,8 +32,8 @@ struct Search {
     EVP_PKEY* const publicKey;
     const char* const pin;
     int timesAsked = 0;          // for the PIN
-    bool isLocked = false;       // something is there that did not open
-    bool isUnsupported = false;  // or cannot be opened here
+    bool isLocked = false;       // something did not open
+    bool isUnsupported = false;  // something cannot be opened here
     bool sawOtherKey = false;
     KeyPtr found = nullptr;
 
@@ -58,7 +58,7 @@ struct Search {
     }
 };
 
-// Answers OpenSSL, straight into its own buffer, which it cleanses.
+// Gives the PIN to OpenSSL, directly into its buffer, which it cleanses.
 int givePin(UI* dialogue, UI_STRING* question) {
     const UI_string_types kind = UI_get_string_type(question);
     if (kind != UIT_PROMPT && kind != UIT_VERIFY) {
@@ -69,7 +69,7 @@ int givePin(UI* dialogue, UI_STRING* question) {
     return search.pin != nullptr && UI_set_result(dialogue, question, search.pin) >= 0 ? 1 : -1;
 }
 
-// How OpenSSL asks for a PIN here; its own way is the terminal. Lives as long as the process.
+// How OpenSSL asks for a PIN here, instead of at the terminal. Lives as long as the process.
 const UI_METHOD* pinDialogue() {
     static const UI_METHOD* const method = [] {
         UI_METHOD* const made = UI_create_method("tallow");
@@ -95,7 +95,7 @@ void searchStore(OSSL_STORE_CTX* store, Search& search) {
     }
 }
 
-// The content of a key file, cleansed when it goes.
+// The content of a key file, cleansed on destruction.
 struct KeyFile {
     Bytes content;
 
@@ -117,7 +117,7 @@ bool readKeyFile(const std::string& path, KeyFile& file) {
     return descriptor.readAll(file.content.data(), file.content.size());
 }
 
-// Why what is encrypted in the file is not opened whatever the PIN; null when it may be tried.
+// Why the encrypted parts of the file are not opened with any PIN; null when they may be tried.
 const char* whyClosed(ByteView der) {
     using SignaturePtr = std::unique_ptr<X509_SIG, OpenSslFree<X509_SIG_free>>;
     const unsigned char* position = der.data();

@@ -1,6 +1,6 @@
 // OpenSSL's generic reader of public keys tries its decoders one after the other and takes some hundred microseconds;
 // making RSA and elliptic curve keys from their numbers takes a tenth of that. OpenSSL also loads numbers for which a
-// signature can be made without any private key; those are no keys here.
+// signature can be made without any private key; those are rejected here.
 #include "platform/crypto/keys/public_key.h"
 
 #include <openssl/core_names.h>
@@ -20,7 +20,7 @@ namespace {
 using ParameterBuilderPtr = std::unique_ptr<OSSL_PARAM_BLD, OpenSslFree<OSSL_PARAM_BLD_free>>;
 using ParametersPtr = std::unique_ptr<OSSL_PARAM, OpenSslFree<OSSL_PARAM_free>>;
 
-// What is larger than any key in use costs a check many times as much, and a response can carry a thousand of them.
+// A larger key than any in use makes a check many times as expensive, and a response can carry a thousand of them.
 constexpr size_t kMaximumRsaSize = 1024;  // octets of the modulus: 8192 bits
 // Octets of the exponent, four times what is in use. One as long as the modulus makes a check a hundred times dearer,
 // and a response can carry a thousand certificates.
@@ -30,7 +30,7 @@ constexpr int kMaximumDsaBits = 4096;         // of p; FIPS 186-4 has 3072 at mo
 constexpr int kMaximumDsaSubgroupBits = 256;  // of q
 constexpr int kMinimumDsaSubgroupBits = 160;
 
-// A power of 1 is 1, and half of the powers of an even exponent have no inverse.
+// Every power of 1 is 1, and an even exponent has no inverse.
 bool isSoundRsa(const BIGNUM* modulus, const BIGNUM* exponent) {
     return BN_is_odd(modulus) == 1 && BN_is_odd(exponent) == 1 && BN_is_one(exponent) == 0;
 }
@@ -48,8 +48,8 @@ bool isInSubgroup(const BIGNUM* number, const BIGNUM* p, const BIGNUM* q) {
            BN_mod_exp(power.get(), number, q, p, context.get()) == 1 && BN_is_one(power.get()) == 1;
 }
 
-// A key without parameters of its own would have to take those of its issuer's key (RFC 3279 section 2.3.2): it is not
-// supported, since nothing but old test data does so.
+// A key without parameters inherits those of its issuer's key (RFC 3279 section 2.3.2). That is not supported: only old
+// test data does so.
 bool isSoundDsa(const EVP_PKEY* key) {
     const BignumPtr p = numberOf(key, OSSL_PKEY_PARAM_FFC_P);
     const BignumPtr q = numberOf(key, OSSL_PKEY_PARAM_FFC_Q);

@@ -15,10 +15,10 @@ namespace tallow::platform {
 
 namespace {
 
-constexpr int kMaximumSalt = 2048;        // octets; OpenSSL holds it against the modulus
+constexpr int kMaximumSalt = 2048;        // octets; OpenSSL compares it with the modulus
 constexpr int kMinimumSecurityBits = 80;  // an RSA modulus of 1024 bits
 
-// The three kinds of GOST keys share a kind in the table, which tells them apart by number.
+// The three kinds of GOST keys share a kind in the table; their numbers differ.
 ALG_ID gostNumber(EVP_PKEY* key) {
     switch (EVP_PKEY_get_base_id(key)) {
         case NID_id_GostR3410_2001:
@@ -54,7 +54,7 @@ bool fitsKey(const Algorithm& signature, EVP_PKEY* key) {
 }
 
 bool isStrong(EVP_PKEY* key, KeyKind kind) {
-    // The engine of the GOST keys reports no strength; all sizes of the standard are good ones.
+    // The engine of the GOST keys reports no strength; all sizes of the standard are strong enough.
     return kind == KeyKind::kGost || EVP_PKEY_get_security_bits(key) >= kMinimumSecurityBits;
 }
 
@@ -120,7 +120,7 @@ bool readPss(ByteView der, PssParameters& parameters) {
            parameters.maskHash != nullptr;
 }
 
-// Whatever else stood there would be neither signed nor read: a place to alter a message without being seen.
+// Anything else there would be neither signed nor read, so a message could be altered unnoticed.
 bool areAbsentOrNull(ByteView parameters) {
     constexpr BYTE kNull[] = {V_ASN1_NULL, 0};
     return parameters.empty() || std::equal(parameters.begin(), parameters.end(), std::begin(kNull), std::end(kNull));

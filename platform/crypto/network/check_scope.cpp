@@ -2,10 +2,10 @@
 
 #include <algorithm>
 #include <limits>
-#include <stdexcept>
 #include <string_view>
 
 #include "platform/crypto/base/limits.h"
+#include "platform/crypto/base/wide_text.h"
 #include "platform/support/settings_table.h"
 
 namespace tallow::platform {
@@ -34,21 +34,25 @@ bool contains(std::string_view list, std::string_view wanted) {
     return false;
 }
 
+// The authentication types of ProxyAuthTypeDefault; those that are sent are numbered like their bits in CRYPTO_CHECK.
+constexpr long kAnonymous = 0;
+constexpr long kNegotiate = 16;
+
 struct Scheme {
-    long type;  // as ProxyAuthTypeDefault names it
-    DWORD bit;
+    long type;
+    DWORD bit;  // in CRYPTO_CHECK; 0 when nothing is sent
     const setting::Flag& isDenied;
     const setting::Flag& isDeniedOverTls;
 };
 constexpr Scheme kSchemes[] = {
-    {0, 0, setting::ProxyAuthDenyAnonym, setting::ProxyAuthSSLDenyAnonym},
-    {1, CRYPTO_AUTH_BASIC, setting::ProxyAuthDenyBasic, setting::ProxyAuthSSLDenyBasic},
-    {2, CRYPTO_AUTH_NTLM, setting::ProxyAuthDenyNTLM, setting::ProxyAuthSSLDenyNTLM},
-    {8, CRYPTO_AUTH_DIGEST, setting::ProxyAuthDenyDigest, setting::ProxyAuthSSLDenyDigest},
-    {16, 0, setting::ProxyAuthDenyNegotiate, setting::ProxyAuthSSLDenyNegotiate},
+    {kAnonymous, 0, setting::ProxyAuthDenyAnonym, setting::ProxyAuthSSLDenyAnonym},
+    {CRYPTO_AUTH_BASIC, CRYPTO_AUTH_BASIC, setting::ProxyAuthDenyBasic, setting::ProxyAuthSSLDenyBasic},
+    {CRYPTO_AUTH_NTLM, CRYPTO_AUTH_NTLM, setting::ProxyAuthDenyNTLM, setting::ProxyAuthSSLDenyNTLM},
+    {CRYPTO_AUTH_DIGEST, CRYPTO_AUTH_DIGEST, setting::ProxyAuthDenyDigest, setting::ProxyAuthSSLDenyDigest},
+    {kNegotiate, 0, setting::ProxyAuthDenyNegotiate, setting::ProxyAuthSSLDenyNegotiate},
 };
 
-// The same decision as that of the library's policy check on a new request.
+// The same decision as the library's policy check on a new request.
 DownloadProxy proxyOfPolicy() {
     using Source = TextValue::Source;
     DownloadProxy proxy;
@@ -95,25 +99,11 @@ DownloadProxy downloadProxy() {
             narrow(check->pwszProxyCredentials), check->dwProxyAuthSchemes};
 }
 
-std::string narrow(const wchar_t* text) {
-    if (text == nullptr || *text == L'\0') {
-        return {};
-    }
-    const int size = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-    if (size <= 1) {
-        throw std::invalid_argument("not a text");
-    }
-    std::string result(static_cast<std::size_t>(size), '\0');
-    WideCharToMultiByte(CP_UTF8, 0, text, -1, result.data(), size, nullptr, nullptr);
-    result.resize(static_cast<std::size_t>(size) - 1);
-    return result;
-}
-
 }  // namespace tallow::platform
 
 using namespace tallow::platform;
 
-// Nothing here allocates: a check that could not begin because memory ran out would have to fail as a whole.
+// Does not allocate: a check that could not begin because memory ran out would fail as a whole.
 BOOL crypto_begin_check(CRYPTO_CHECK* pCheck) {
     if (!isUsable(pCheck)) {
         SetLastError(E_INVALIDARG);
@@ -137,7 +127,7 @@ void crypto_end_check(CRYPTO_CHECK* pCheck) {
         check = check->pOuter;
     }
     if (check == nullptr) {
-        return;  // was ended with one around it
+        return;  // already ended together with an outer one
     }
     innermost = pCheck->pOuter;
     if (innermost != nullptr) {

@@ -11,7 +11,7 @@ namespace tallow::platform {
 // The innermost check of this thread; null outside of one.
 CRYPTO_CHECK* currentCheck() noexcept;
 
-// When the check of this thread has to be over; the end of time outside of one.
+// The deadline of the check of this thread; the end of time outside of one.
 std::chrono::steady_clock::time_point checkDeadline() noexcept;
 
 // The proxy for downloads of issuers and CRLs: that of the check, else the policy's DefaultProxy.
@@ -22,9 +22,5 @@ struct DownloadProxy {
     DWORD authSchemes = 0;     // CRYPTO_AUTH_... bits
 };
 DownloadProxy downloadProxy();
-
-// UTF-8 of a wide text; empty for null. Throws std::invalid_argument for a text that cannot be converted: a proxy must
-// not be lost that way.
-std::string narrow(const wchar_t* text);
 
 }  // namespace tallow::platform

@@ -7,14 +7,17 @@
 #include <cstring>
 #include <memory>
 #include <new>
+#include <optional>
 #include <stdexcept>
 #include <string>
 
 #include "platform/crypto/base/limits.h"
 #include "platform/crypto/base/service_call.h"
+#include "platform/crypto/base/wide_text.h"
 #include "platform/crypto/crypto_service.h"
 #include "platform/crypto/network/check_scope.h"
 #include "platform/crypto/network/http_exchange.h"
+#include "platform/crypto/network/http_status.h"
 #include "platform/crypto/network/url_cache.h"
 #include "platform/support/settings_table.h"
 
@@ -23,20 +26,8 @@ namespace tallow::platform {
 namespace {
 
 constexpr char kAgent[] = "tallow";
-constexpr long kOk = 200;
 
-// Empty when the text cannot be converted.
-std::wstring widen(const std::string& text) {
-    const int size = MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, nullptr, 0);
-    std::wstring result(static_cast<std::size_t>(std::max(size, 1)), L'\0');
-    if (size > 1) {
-        MultiByteToWideChar(CP_UTF8, 0, text.c_str(), -1, result.data(), size);
-    }
-    result.pop_back();
-    return result;
-}
-
-// One header a line. A line break inside a value would smuggle in another header, so every kind of break ends a line.
+// One header per line. A line break inside a value would inject another header, so every kind of break ends a line.
 std::vector<std::string> headerLines(const std::string& text) {
     std::vector<std::string> lines;
     std::string line;
@@ -51,22 +42,22 @@ std::vector<std::string> headerLines(const std::string& text) {
     return lines;
 }
 
-// What the last error says of an HTTP status other than 200.
+// The last error for an HTTP status other than 200.
 DWORD errorOfStatus(long status) {
     switch (status) {
-        case 401:
-        case 407:
+        case kUnauthorized:
+        case kProxyAuthenticationRequired:
             return ERROR_INTERNET_LOGIN_FAILURE;
-        case 403:
+        case kForbidden:
             return ERROR_ACCESS_DENIED;
-        case 404:
-        case 410:
+        case kNotFound:
+        case kGone:
             return ERROR_FILE_NOT_FOUND;
-        case 408:
-        case 504:
+        case kRequestTimeout:
+        case kGatewayTimeout:
             return ERROR_INTERNET_TIMEOUT;
-        case 502:
-        case 503:
+        case kBadGateway:
+        case kServiceUnavailable:
             return ERROR_INTERNET_CANNOT_CONNECT;
         default:
             return ERROR_HTTP_INVALID_SERVER_RESPONSE;
@@ -129,8 +120,8 @@ bool decodeBase64(const std::string& text, Bytes& bytes) {
     return true;
 }
 
-// Address, "/", the body in base64 with its special characters escaped, "?", one header line. The escaped body holds
-// neither a slash nor a question mark, so the last of each is the mark that is meant.
+// Address, "/", the body in base64 with its special characters escaped, "?", one header line. The escaped body contains
+// neither a slash nor a question mark, so the last of each is the separator.
 bool split(const std::string& url, CarriedRequest& request) {
     const std::size_t question = url.rfind('?');
     const std::size_t slash = question == std::string::npos ? question : url.rfind('/', question);
@@ -143,9 +134,9 @@ bool split(const std::string& url, CarriedRequest& request) {
     return unescape(body) && decodeBase64(body, request.body);
 }
 
-// ---- Answers --------------------------------------------------------------------------------------------------------
+// ---- Responses ------------------------------------------------------------------------------------------------------
 
-// A refusal of the responder ("try later") must not be repeated from the cache until it expires.
+// An error response ("tryLater") must not be repeated from the cache.
 bool isWorthKeeping(const Bytes& answer) {
     const unsigned char* next = answer.data();
     const std::unique_ptr<OCSP_RESPONSE, decltype(&OCSP_RESPONSE_free)> response(
@@ -181,7 +172,7 @@ BOOL deliver(const Bytes& answer, void** object) {
     return TRUE;
 }
 
-// Gives an exchange the rules of the check of this thread. Without one the address is the caller's own.
+// Applies the rules of the check of this thread. Without a check the caller chose the address.
 void followRules(HttpCall& call) {
     const CRYPTO_CHECK* const check = currentCheck();
     call.addressIsNamed = check == nullptr || (check->dwFlags & CRYPTO_CHECK_ADDRESS_NAMED) != 0;
@@ -189,9 +180,9 @@ void followRules(HttpCall& call) {
     call.proxyAuthSchemes = check == nullptr ? CRYPTO_AUTH_ALL : check->dwProxyAuthSchemes;
     if (check != nullptr && check->pfnOnRedirect != nullptr) {
         call.onRedirect = [check](const std::string& target, long status) {
-            const std::wstring text = widen(target);
-            return !text.empty() &&
-                   check->pfnOnRedirect(check->pvOnRedirect, text.c_str(), static_cast<DWORD>(status)) != FALSE;
+            const std::optional<std::wstring> text = widen(target);
+            return text &&
+                   check->pfnOnRedirect(check->pvOnRedirect, text->c_str(), static_cast<DWORD>(status)) != FALSE;
         };
     }
 }
@@ -202,26 +193,14 @@ void noteCached(bool fromCache) {
     }
 }
 
-BOOL retrieve(const std::string& url, DWORD flags, DWORD timeout, void** object, CRYPT_RETRIEVE_AUX_INFO* info) {
-    noteCached(false);
-    CarriedRequest carried;
-    if (!split(url, carried)) {
-        return fail(ERROR_INTERNET_INVALID_URL);
-    }
-    const UrlCache cache;
-    const bool cacheOnly = (flags & CRYPT_CACHE_ONLY_RETRIEVAL) != 0;
-    // Asked for both at once, "cache only" rules: a caller who must stay off the network is obeyed.
-    if (cacheOnly || (flags & CRYPT_WIRE_ONLY_RETRIEVAL) == 0) {
-        const long maxAge = numberOf(setting::OcspValiditySeconds);
-        const FILETIME* resync = info == nullptr ? nullptr : info->pftCacheResync;
-        if (const auto answer = maxAge > 0 ? cache.find(url, maxAge, resync) : std::nullopt) {
-            noteCached(true);
-            return deliver(*answer, object);
-        }
-    }
-    if (cacheOnly) {
-        return fail(ERROR_FILE_NOT_FOUND);
-    }
+// The cached response, unless the setting does not allow it or it is from before the resynchronisation time.
+std::optional<Bytes> cachedResponse(const UrlCache& cache, const std::string& url,
+                                    const CRYPT_RETRIEVE_AUX_INFO* info) {
+    const long maxAge = numberOf(setting::OcspValiditySeconds);
+    return maxAge > 0 ? cache.find(url, maxAge, info == nullptr ? nullptr : info->pftCacheResync) : std::nullopt;
+}
+
+HttpAnswer postCarried(const CarriedRequest& carried, DWORD timeout) {
     HttpCall call;
     call.url = carried.address;
     call.post = true;
@@ -233,7 +212,28 @@ BOOL retrieve(const std::string& url, DWORD flags, DWORD timeout, void** object,
     if (timeout != 0) {
         limits.deadlineMs = static_cast<long>(timeout);
     }
-    const HttpAnswer answer = exchangeHttp(call, limits);
+    return exchangeHttp(call, limits);
+}
+
+BOOL retrieve(const std::string& url, DWORD flags, DWORD timeout, void** object, CRYPT_RETRIEVE_AUX_INFO* info) {
+    noteCached(false);
+    CarriedRequest carried;
+    if (!split(url, carried)) {
+        return fail(ERROR_INTERNET_INVALID_URL);
+    }
+    const UrlCache cache;
+    const bool cacheOnly = (flags & CRYPT_CACHE_ONLY_RETRIEVAL) != 0;
+    // If both flags are set, "cache only" wins: such a caller must not use the network.
+    if (cacheOnly || (flags & CRYPT_WIRE_ONLY_RETRIEVAL) == 0) {
+        if (const std::optional<Bytes> response = cachedResponse(cache, url, info)) {
+            noteCached(true);
+            return deliver(*response, object);
+        }
+    }
+    if (cacheOnly) {
+        return fail(ERROR_FILE_NOT_FOUND);
+    }
+    const HttpAnswer answer = postCarried(carried, timeout);
     if (info != nullptr) {
         info->dwHttpStatusCode = static_cast<DWORD>(answer.status);
     }

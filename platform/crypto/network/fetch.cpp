@@ -4,6 +4,7 @@
 
 #include "platform/crypto/base/service_call.h"
 #include "platform/crypto/network/check_scope.h"
+#include "platform/crypto/network/http_status.h"
 
 namespace tallow::platform {
 
@@ -55,7 +56,7 @@ std::optional<Bytes> fetchObject(const std::string& url, std::size_t maxSize, Fe
     call.proxyCredentials = proxy.credentials;
     call.proxyAuthSchemes = proxy.authSchemes;
     HttpAnswer answer = exchangeHttp(call, limits);
-    if (answer.error != 0 || answer.status != 200) {
+    if (answer.error != 0 || answer.status != kOk) {
         return std::nullopt;
     }
     return std::move(answer.body);

@@ -9,13 +9,12 @@
 
 namespace tallow::platform {
 
-// What the downloads of one chain may cost together; never more than the check around it has left. Not for use from
-// several threads.
+// The limit on all downloads of one chain, never more than the enclosing check has left. For one thread only.
 class FetchAllowance {
 public:
     FetchAllowance(long maxFetches, long timeoutMs);
 
-    // Counts one download; false when none is left or the time is over.
+    // Counts one download; false when the number or the time is used up.
     bool take();
     long remainingMs() const;
 
@@ -24,8 +23,8 @@ private:
     std::chrono::steady_clock::time_point deadline_;
 };
 
-// GET `url`, when the allowance lets it: the body of an answer with status 200, else nothing. Goes through the proxy of
-// the check or of policy. `url` is taken to come from a certificate: see HttpCall::addressIsNamed.
+// GETs `url` if the allowance permits: the body of a response with status 200, else nothing. Uses the proxy of the
+// check or of policy. `url` is treated as coming from a certificate: see HttpCall::addressIsNamed.
 std::optional<Bytes> fetchObject(const std::string& url, std::size_t maxSize, FetchAllowance& allowance);
 
 }  // namespace tallow::platform

@@ -22,8 +22,8 @@ DWORD errorOf(CURLUcode code, DWORD otherwise) {
     return code == CURLUE_OUT_OF_MEMORY ? ERROR_NOT_ENOUGH_MEMORY : otherwise;
 }
 
-// Reads one part; an absent one is empty. A part that could not be read must not pass for one that is absent, or a
-// login would stay in the address.
+// Reads one part; an absent one is empty. A part that could not be read must not be treated as absent, or a login would
+// stay in the address.
 DWORD readPart(CURLU* url, CURLUPart part, unsigned flags, std::string& value) {
     char* text = nullptr;
     const CURLUcode code = curl_url_get(url, part, &text, flags);
@@ -37,7 +37,7 @@ DWORD readPart(CURLU* url, CURLUPart part, unsigned flags, std::string& value) {
     return isAbsent ? 0 : errorOf(code, ERROR_INTERNET_UNRECOGNIZED_SCHEME);
 }
 
-// Moves the login out of `parsed`; `url` is written anew only if there was one.
+// Moves the login out of `parsed`; changes `url` only if there was one.
 DWORD takeLogin(CURLU* parsed, std::string& url, Login& login) {
     std::string name;
     std::string password;
@@ -111,7 +111,7 @@ DWORD takeProxyLogin(std::string& proxy, Login& login) {
     if (!parsed) {
         return ERROR_NOT_ENOUGH_MEMORY;
     }
-    // A proxy without a scheme is one that speaks plain HTTP.
+    // A proxy without a scheme uses plain HTTP.
     const std::string full = proxy.find("://") == std::string::npos ? "http://" + proxy : proxy;
     if (const CURLUcode code = curl_url_set(parsed.get(), CURLUPART_URL, full.c_str(), CURLU_NON_SUPPORT_SCHEME);
         code != CURLUE_OK) {

@@ -1,4 +1,4 @@
-// An http or https address taken apart, with its login removed: credentials never travel inside of a URL from here on.
+// Splits an http or https address and removes its login: after this, no URL contains credentials.
 #pragma once
 
 #include <string>
@@ -23,13 +23,13 @@ struct HttpAddress {
     Login login;         // decoded
 };
 
-// Returns 0, or an error: ERROR_INTERNET_UNRECOGNIZED_SCHEME for a text that is no http or https address,
+// Returns 0, or an error: ERROR_INTERNET_UNRECOGNIZED_SCHEME for a text that is not an http or https address,
 // ERROR_INTERNET_INVALID_URL for a host that could be read as another one, ERROR_NOT_ENOUGH_MEMORY. `address` is
 // complete only when the result is 0.
 [[nodiscard]] DWORD parseHttpAddress(const std::string& url, HttpAddress& address);
 
-// Takes the login out of a proxy's address, which may have any scheme or none. Returns 0 or an error as above;
-// ERROR_INVALID_PARAMETER for a text that cannot be taken apart.
+// Removes the login from a proxy's address, which may have any scheme or none. Returns 0 or an error as above;
+// ERROR_INVALID_PARAMETER for a text that cannot be parsed.
 [[nodiscard]] DWORD takeProxyLogin(std::string& proxy, Login& login);
 
 }  // namespace tallow::platform

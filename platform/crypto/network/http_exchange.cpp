@@ -18,6 +18,7 @@
 #include "platform/crypto/network/address_rules.h"
 #include "platform/crypto/network/check_scope.h"
 #include "platform/crypto/network/http_address.h"
+#include "platform/crypto/network/http_status.h"
 #include "platform/support/fork_gate.h"
 
 namespace tallow::platform {
@@ -53,7 +54,7 @@ std::size_t onBody(char* data, std::size_t unit, std::size_t count, void* target
     }
     try {
         arrival.body.insert(arrival.body.end(), data, data + size);
-    } catch (...) {  // memory; nothing may be thrown through libcurl
+    } catch (...) {  // out of memory; nothing may be thrown through libcurl
         return 0;
     }
     return size;
@@ -73,16 +74,15 @@ std::optional<std::string_view> valueOf(std::string_view line, std::string_view 
     return line.substr(0, line.find_last_not_of(kBlanks) + 1);
 }
 
-// libcurl inflates what comes with a transfer coding such as gzip, asked for or not. Chunked is the only coding that is
-// accepted.
+// libcurl decompresses any transfer coding such as gzip, even if not asked for. Only chunked is accepted.
 bool isInflating(std::string_view line) {
     constexpr std::string_view kChunked = "chunked";
     const std::optional<std::string_view> coding = valueOf(line, "transfer-encoding:");
     return coding && (coding->size() != kChunked.size() || !beginsWith(*coding, kChunked));
 }
 
-// libcurl reads a length that is no number, or does not fit into 64 bits, as no length at all, and a body cut short
-// would then pass for a complete one.
+// libcurl ignores a length that is not a number or does not fit into 64 bits; a truncated body would then look
+// complete.
 bool isNoLength(std::string_view line) {
     const std::optional<std::string_view> length = valueOf(line, "content-length:");
     if (!length) {
@@ -127,7 +127,7 @@ DWORD errorOf(CURLcode code) {
         case CURLE_PEER_FAILED_VERIFICATION:
         case CURLE_SSL_CACERT_BADFILE:
             return ERROR_INTERNET_SECURE_FAILURE;
-        case CURLE_WRITE_ERROR:  // our own bounds
+        case CURLE_WRITE_ERROR:  // our own limits
         case CURLE_FILESIZE_EXCEEDED:
         case CURLE_UNSUPPORTED_PROTOCOL:  // HTTP/0.9: a server that does not speak HTTP; schemes were checked before
         case CURLE_WEIRD_SERVER_REPLY:
@@ -162,7 +162,7 @@ private:
     CURLcode code_ = CURLE_OK;
 };
 
-// False when memory ran out: a header that is missing changes what is asked.
+// False when memory ran out: a missing header would change the request.
 bool makeHeaders(const HttpCall& call, HeaderList& list) {
     const auto append = [&list](const char* line) {
         curl_slist* const longer = curl_slist_append(list.get(), line);
@@ -183,7 +183,7 @@ bool makeHeaders(const HttpCall& call, HeaderList& list) {
 
 // ---- Connections ----------------------------------------------------------------------------------------------------
 
-// Which addresses the present hop may connect to.
+// Which addresses the current hop may connect to.
 struct Reach {
     bool isAnywhere = false;  // to the proxy, or to a server that the caller named
     bool refusesPrivate = false;
@@ -226,7 +226,7 @@ void setCommonOptions(Options& options, const ExchangeLimits& limits, Arrival& a
     options.set(CURLOPT_QUICK_EXIT, 1L);
     options.set(CURLOPT_PROTOCOLS_STR, isTlsOfOpenSsl() ? "http,https" : "http");
     options.set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-    options.set(CURLOPT_FOLLOWLOCATION, 0L);  // each hop is checked here before it is taken
+    options.set(CURLOPT_FOLLOWLOCATION, 0L);  // each hop is checked here first
     options.set(CURLOPT_DISALLOW_USERNAME_IN_URL, 1L);
     options.set(CURLOPT_HTTP_CONTENT_DECODING, 0L);
     options.set(CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
@@ -251,7 +251,7 @@ void setCommonOptions(Options& options, const ExchangeLimits& limits, Arrival& a
     options.set(CURLOPT_HEADERDATA, &arrival);
 }
 
-// With CURLAUTH_ONLY libcurl waits to be asked also where a single scheme is permitted.
+// With CURLAUTH_ONLY libcurl waits for a challenge even if only one scheme is permitted.
 long schemesOf(DWORD bits) {
     unsigned long schemes = (bits & CRYPTO_AUTH_BASIC) != 0 ? CURLAUTH_BASIC : 0;
     schemes |= (bits & CRYPTO_AUTH_NTLM) != 0 ? CURLAUTH_NTLM : 0;
@@ -311,7 +311,16 @@ bool isSendable(const HttpCall& call) {
 }
 
 bool isRedirect(long status) {
-    return status == 301 || status == 302 || status == 303 || status == 307 || status == 308;
+    switch (status) {
+        case kMovedPermanently:
+        case kFound:
+        case kSeeOther:
+        case kTemporaryRedirect:
+        case kPermanentRedirect:
+            return true;
+        default:
+            return false;
+    }
 }
 
 HttpAnswer failure(DWORD error) {
@@ -346,8 +355,9 @@ public:
 
 private:
     DWORD prepare();
-    // `next` receives the target of a redirect, if any.
+    // `next` receives the target of a redirect, if any. The second reads what the hop received.
     HttpAnswer hop(const HttpAddress& address, std::string& next);
+    HttpAnswer arrived(std::string& next);
     bool mayFollow(const HttpAddress& from, const HttpAddress& to, long status) const;
     DWORD follow(const std::string& next, long status, HttpAddress& address) const;
     bool isNamed(const HttpAddress& address) const { return call_.addressIsNamed && address.server == first_.server; }
@@ -387,12 +397,11 @@ HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
     arrival_.body.clear();
     arrival_.headerSize = 0;
     next.clear();
-    HttpAnswer answer;
     const long remainingMs = millisecondsUntil(deadline_);
     if (remainingMs <= 0) {
         return failure(ERROR_INTERNET_TIMEOUT);
     }
-    // Behind a proxy the name is resolved elsewhere, so only an address in the URL itself can be judged.
+    // A proxy resolves the name itself, so only an address in the URL can be checked.
     reach_.isAnywhere = isNamed(address);
     reach_.wasRefused = false;
     if (!call_.proxy.empty()) {
@@ -408,13 +417,20 @@ HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
     setLogin(options, address.server == first_.server ? first_.login : Login(), call_.authSchemes);
     CURLcode code = options.code();
     if (code == CURLE_OK) {
-        const ForkGate::Outside waiting;  // for the network: a fork does not wait until it answers
+        const ForkGate::Outside waiting;  // a fork does not wait for the network
         code = curl_easy_perform(easy_.get());
     }
-    answer.error = code == CURLE_COULDNT_CONNECT && reach_.wasRefused ? ERROR_NETWORK_ACCESS_DENIED : errorOf(code);
-    if (answer.error != 0) {
-        return answer;
+    if (code == CURLE_COULDNT_CONNECT && reach_.wasRefused) {
+        return failure(ERROR_NETWORK_ACCESS_DENIED);
     }
+    if (const DWORD error = errorOf(code); error != 0) {
+        return failure(error);
+    }
+    return arrived(next);
+}
+
+HttpAnswer Exchange::arrived(std::string& next) {
+    HttpAnswer answer;
     char* target = nullptr;
     if (curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &answer.status) != CURLE_OK ||
         curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &target) != CURLE_OK) {
@@ -432,7 +448,7 @@ HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
 // with credentials that the redirecting server chose. (libcurl adds our own ones to a target on the same server.)
 bool Exchange::mayFollow(const HttpAddress& from, const HttpAddress& to, long status) const {
     const bool keepsLogin = to.login.empty() || (to.server == first_.server && to.login == first_.login);
-    return (to.isHttps || !from.isHttps) && keepsLogin && (!call_.post || status != 303);
+    return (to.isHttps || !from.isHttps) && keepsLogin && (!call_.post || status != kSeeOther);
 }
 
 // Moves `address` on to the target of a redirect. Returns 0, or why that is not done.
@@ -442,7 +458,7 @@ DWORD Exchange::follow(const std::string& next, long status, HttpAddress& addres
     if (error == ERROR_NOT_ENOUGH_MEMORY) {
         return error;
     }
-    // The observer is told of every target, including one that the rules here refuse.
+    // The observer sees every target, including one that the rules here reject.
     const bool isWanted = !call_.onRedirect || call_.onRedirect(error == 0 ? target.url : next, status);
     if (error != 0 || !isWanted || !mayFollow(address, target, status)) {
         return ERROR_HTTP_REDIRECT_FAILED;

@@ -1,10 +1,10 @@
 // One bounded exchange over HTTP with libcurl.
 //
 // Rules for every exchange and every hop of it: http and https only, and never from https down to http; one deadline
-// for all hops together, and that of the check around it; sizes counted here as octets arrive; a body cut short is a
-// failure; nothing is inflated; no cookies, no netrc, nothing from the environment; credentials go only to the server
-// or proxy they are for, once it asks for them; TLS peers are verified; link-local, multicast and similar addresses are
-// contacted only when the caller or the administrator named them.
+// for all hops together, and that of the enclosing check; sizes counted as octets arrive; a truncated body is a
+// failure; nothing is decompressed; no cookies, no netrc, nothing from the environment; credentials go only to the
+// server or proxy they are for, once it asks for them; TLS peers are verified; link-local, multicast and similar
+// addresses are contacted only when the caller or the administrator named them.
 #pragma once
 
 #include <functional>
@@ -23,16 +23,16 @@ struct HttpCall {
     ByteView body;                     // of a POST; must outlive the call
     std::vector<std::string> headers;  // "Name: value"
     std::string userAgent;
-    DWORD authSchemes = 0;         // CRYPTO_AUTH_... bits for a login in the URL, which counts only when named
+    DWORD authSchemes = 0;         // CRYPTO_AUTH_... bits for a login in the URL, used only when named
     std::string proxy;             // empty: none, whatever the environment says
     std::string proxyCredentials;  // "name:password"; empty: those in the proxy's address, if any
     DWORD proxyAuthSchemes = 0;    // CRYPTO_AUTH_... bits for a login at the proxy
-    // Asked before a redirect is followed, with its target and status; may be empty.
+    // Called before a redirect is followed, with its target and status; may be empty.
     std::function<bool(const std::string& target, long status)> onRedirect;
 };
 
 struct HttpAnswer {
-    DWORD error = 0;  // 0, or an error of crypto_constants.h: no complete answer came
+    DWORD error = 0;  // 0, or an error of crypto_constants.h: no complete response arrived
     long status = 0;  // HTTP status of the last hop; 0 when there is an error
     Bytes body;       // empty when there is an error
 };

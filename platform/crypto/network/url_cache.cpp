@@ -31,7 +31,7 @@ constexpr std::size_t kMaxEntries = 1024;
 constexpr off_t kMaxTotalSize = off_t{256} << 20;
 constexpr std::size_t kNameSize = 64;  // of an entry: a hash in hexadecimal digits
 
-// Little more than a length-prefixed pair; the version is part of the mark.
+// A length-prefixed pair; the version is part of the mark.
 struct EntryHeader {
     char mark[8] = {'t', 'a', 'l', 'l', 'o', 'w', 'c', '1'};
     std::uint64_t storedAt = 0;  // ticks of a FILETIME
@@ -39,7 +39,7 @@ struct EntryHeader {
     std::uint64_t sizeAnswer = 0;
 };
 
-// A program that runs with another's rights takes no folder from its caller.
+// A set-user-ID program ignores its caller's environment.
 std::string defaultFolder() {
     if (const char* const cache = secure_getenv("XDG_CACHE_HOME"); cache != nullptr && *cache == '/') {
         return std::string(cache) + "/tallow/ocsp";
@@ -58,8 +58,8 @@ std::uint64_t now() {
     return ticksOf(time);
 }
 
-// Whether only the user of this process can write it. Others could put an old answer in the place of a new one, which
-// its signature does not show.
+// Whether only the user of this process can write it. Another user could replace a response with an older one, which a
+// signature check does not detect.
 bool isOurs(int descriptor, mode_t kind, struct stat& status) {
     return ::fstat(descriptor, &status) == 0 && (status.st_mode & S_IFMT) == kind && status.st_uid == ::geteuid() &&
            (status.st_mode & (S_IWGRP | S_IWOTH)) == 0;
@@ -82,7 +82,7 @@ bool isFresh(std::uint64_t storedAt, long maxAgeSeconds, const FILETIME* notBefo
     return (present - storedAt) / kTicksPerSecond <= static_cast<std::uint64_t>(maxAgeSeconds);
 }
 
-// The name of an entry, or of one that was being written. Nothing else in the folder is ever removed.
+// The name of an entry, or of one being written. Nothing else in the directory is ever removed.
 bool isEntryName(std::string_view name) {
     return name.size() >= kNameSize && name.find_first_not_of("0123456789abcdef") >= kNameSize &&
            (name.size() == kNameSize || name[kNameSize] == '.');
@@ -110,8 +110,8 @@ std::vector<Kept> entriesOf(const std::string& folder, const Descriptor& descrip
     return entries;
 }
 
-// A request with a nonce has a URL of its own, so that without a bound the folder would grow with every question.
-// Removes the oldest entries until there is room for a while.
+// Every request with a nonce has a new URL, so without a limit the directory would grow with each request. Removes the
+// oldest entries down to three quarters of the limits.
 void prune(const std::string& folder, const Descriptor& descriptor) {
     std::vector<Kept> entries = entriesOf(folder, descriptor);
     off_t total = 0;
@@ -199,7 +199,7 @@ void UrlCache::keep(const std::string& url, ByteView answer) const {
         return;
     }
     std::string temporary = folder_ + '/' + name + ".XXXXXX";
-    const Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));  // readable for its owner alone
+    const Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));  // readable only by its owner
     if (!file.valid()) {
         return;
     }

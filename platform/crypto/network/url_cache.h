@@ -1,11 +1,11 @@
-// Answers kept on disk by URL, for a limited time.
+// Responses and downloads kept on disk by URL, for a limited time.
 //
-// The folder is the setting url_cache of the table [crypto], by default $XDG_CACHE_HOME/tallow/ocsp. An entry is one
+// The directory is the setting url_cache of the table [crypto], by default $XDG_CACHE_HOME/tallow/ocsp. An entry is one
 // file, named after the hash of its URL, that begins with the URL itself, so that two URLs can never share an answer.
-// It is written beside its place and renamed into it: a crash leaves the old entry, or none, never half of one. A cache
-// that cannot be read or written is no failure: the answer then comes from the wire. A folder or a file that somebody
-// else owns, or others may write, is not used, and no symbolic link is followed to an entry. The folder holds at most
-// 1024 entries and 256 MiB: the oldest go first.
+// It is written to a temporary file and renamed: a crash leaves the old entry or none, never half of one. A cache that
+// cannot be read or written is not a failure: the response then comes from the network. A directory or file that
+// another user owns or may write is not used, and no symbolic link is followed to an entry. The directory holds at most
+// 1024 entries and 256 MiB: the oldest are removed first.
 #pragma once
 
 #include <optional>
@@ -17,7 +17,7 @@ namespace tallow::platform {
 
 class UrlCache {
 public:
-    // In the folder of the settings; one named "" keeps nothing.
+    // Uses the directory of the settings; "" keeps nothing.
     UrlCache();
     explicit UrlCache(std::string folder) : folder_(std::move(folder)) {}
 

@@ -19,9 +19,9 @@ public:
     Provider(DWORD type, std::string keyUri, CertificateRef certificate);
     Provider(const Provider&) = delete;
     Provider& operator=(const Provider&) = delete;
-    ~Provider() = default;  // of the last reference: nobody else destroys one
+    ~Provider() = default;  // only the last reference destroys it
 
-    // The provider behind a handle, which is not 0.
+    // The provider of a handle, which must not be 0.
     static Provider* of(HCRYPTPROV handle) noexcept;
     HCRYPTPROV handle() const noexcept;
 
@@ -33,8 +33,9 @@ public:
     // The next line of the list of algorithms; false at its end.
     bool nextAlgorithm(bool first, PROV_ENUMALGS& entry);
 
-    // Opens the key, with the PIN if it is not null, unless it is open. 0, or the last error to set, NTE_SILENT_CONTEXT
-    // for a key that waits for its PIN. Each call reads the key's place anew, so a wrong PIN does no lasting harm.
+    // Opens the key, with the PIN if it is not null, unless it is open. Returns 0, or the last error to set:
+    // NTE_SILENT_CONTEXT for a key that waits for its PIN. Each call reads the file again, so a wrong PIN has no
+    // lasting effect.
     DWORD openKey(const char* pin);
     // The private key, the provider's own. 0, or the last error to set.
     DWORD privateKey(EVP_PKEY*& key);

@@ -8,6 +8,7 @@
 #include <filesystem>
 
 #include "platform/crypto/base/service_call.h"
+#include "platform/crypto/base/wide_text.h"
 #include "platform/crypto/certificates/certificate_properties.h"
 #include "platform/crypto/keys/private_key.h"
 #include "platform/crypto/signing/provider.h"
@@ -19,7 +20,7 @@ namespace {
 constexpr std::array<DWORD, 5> kProviderTypes{PROV_RSA_FULL, PROV_RSA_AES, PROV_GOST_2001, PROV_GOST_2012_256,
                                               PROV_GOST_2012_512};
 constexpr DWORD kDefaultType = PROV_RSA_AES;
-// High enough that callers leave the last error of an exchange to the service, which sets it with more knowledge.
+// High enough that callers keep the last error that the service sets after an exchange, which is more precise.
 constexpr DWORD kVersion = 0x600;
 constexpr char kProviderName[] = "tallow";
 
@@ -56,7 +57,7 @@ DWORD readParameter(Provider& provider, DWORD parameter, DWORD flags, BYTE* data
     }
 }
 
-// What the property says about the private key of a certificate: its URI and the kind of provider. False without one.
+// The private key property of a certificate: the URI and the type of provider. False when it is absent.
 bool readKeyProperty(const Certificate& certificate, std::string& uri, CRYPT_KEY_PROV_INFO& info) {
     Bytes packed;
     if (!certificate.property(CERT_KEY_PROV_INFO_PROP_ID, packed)) {
@@ -65,13 +66,8 @@ bool readKeyProperty(const Certificate& certificate, std::string& uri, CRYPT_KEY
     Bytes block(packed.size());
     unpackKeyProvInfo(packed, block.data());
     std::memcpy(&info, block.data(), sizeof info);
-    if (info.pwszContainerName != nullptr) {
-        const int size = WideCharToMultiByte(CP_UTF8, 0, info.pwszContainerName, -1, nullptr, 0, nullptr, nullptr);
-        uri.resize(static_cast<size_t>(std::max(size, 1)));
-        WideCharToMultiByte(CP_UTF8, 0, info.pwszContainerName, -1, uri.data(), size, nullptr, nullptr);
-        uri.pop_back();
-    }
-    info.pwszContainerName = nullptr;  // the block goes
+    uri = narrow(info.pwszContainerName);
+    info.pwszContainerName = nullptr;  // the block is freed
     info.pwszProvName = nullptr;
     info.rgProvParam = nullptr;
     return true;
@@ -85,7 +81,7 @@ DWORD acquirePrivateKey(const Certificate& certificate, HCRYPTPROV* handle, DWOR
     }
     auto provider = std::make_unique<Provider>(info.dwProvType == 0 ? kDefaultType : info.dwProvType, uri,
                                                CertificateRef::share(certificate.context()));
-    // A key that waits for its PIN is no failure: the PIN comes later.
+    // A key that waits for its PIN is not a failure: the PIN may come later.
     if (const DWORD code = provider->openKey(nullptr); code != 0 && code != NTE_SILENT_CONTEXT) {
         return code;
     }

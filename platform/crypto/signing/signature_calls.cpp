@@ -51,7 +51,7 @@ using StringPtr = std::unique_ptr<ASN1_STRING, OpenSslFree<ASN1_STRING_free>>;
 using TypePtr = std::unique_ptr<ASN1_TYPE, OpenSslFree<ASN1_TYPE_free>>;
 using PublicKeyPtr = std::unique_ptr<X509_PUBKEY, OpenSslFree<X509_PUBKEY_free>>;
 
-// The parameters of an algorithm when they are a SEQUENCE, as they are for every kind of key that needs this.
+// The parameters of an algorithm if they are a SEQUENCE, as for every kind of key that needs this.
 StringPtr sequenceParameters(const CRYPT_OBJID_BLOB& parameters) {
     const unsigned char* position = parameters.pbData;
     const TypePtr type(parameters.cbData == 0 ? nullptr : d2i_ASN1_TYPE(nullptr, &position, parameters.cbData));
@@ -167,7 +167,7 @@ BOOL CryptVerifyCertificateSignatureEx(HCRYPTPROV /*hCryptProv*/, DWORD /*dwCert
         if (const DWORD code = readSubject(dwSubjectType, pvSubject, parts, oid); code != 0) {
             return fail(code);
         }
-        // For a certificate the question is who issued it. Whether its hash deserves trust is decided by its chain.
+        // For a certificate the question is only who issued it. Its chain decides whether the hash is strong enough.
         const Sha1 sha1 = dwSubjectType == CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT ? Sha1::kAlways : Sha1::kBySetting;
         return done(verifyWithIssuer(parts, dwIssuerType, pvIssuer, sha1));
     });
