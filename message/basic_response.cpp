@@ -26,10 +26,7 @@ struct CBasicResponse::Impl {
 
 namespace {
 
-struct BasicResponseTraits {
-    using ASN1_T = asn1data::ASN1T_BasicOCSPResponse;
-    using ASN1_C = asn1data::ASN1C_BasicOCSPResponse;
-};
+using BasicResponseTraits = ASN1::RecordTraits<asn1data::ASN1C_BasicOCSPResponse, asn1data::asn1Copy_BasicOCSPResponse>;
 
 CCertStatus certStatusOf(const asn1data::ASN1T_CertStatus& record) {
     switch (record.t) {

@@ -51,15 +51,9 @@ struct CRequestMessage::Impl {
 
 namespace {
 
-struct TbsRequestTraits {
-    using ASN1_T = asn1data::ASN1T_TBSRequest;
-    using ASN1_C = asn1data::ASN1C_TBSRequest;
-};
+using TbsRequestTraits = ASN1::RecordTraits<asn1data::ASN1C_TBSRequest, asn1data::asn1Copy_TBSRequest>;
 
-struct OcspRequestTraits {
-    using ASN1_T = asn1data::ASN1T_OCSPRequest;
-    using ASN1_C = asn1data::ASN1C_OCSPRequest;
-};
+using OcspRequestTraits = ASN1::RecordTraits<asn1data::ASN1C_OCSPRequest, asn1data::asn1Copy_OCSPRequest>;
 
 constexpr std::uint32_t kSignature = 0;
 constexpr std::uint32_t kCerts = 0;
@@ -69,10 +63,8 @@ struct RequestTraits {
 
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CSingleRequest& value) {
         ReqCertTraits::set(ctxt, record.reqCert, value.get_reqCert());
-        if (const ASN1::CExtensions* extensions = value.get_singleRequestExtensions(); extensions != nullptr) {
-            record.m.singleRequestExtensionsPresent = 1;
-            ASN1::ASN1T_Extensions_traits::set(ctxt, record.singleRequestExtensions, *extensions);
-        }
+        record.m.singleRequestExtensionsPresent = ASN1::setIf<ASN1::ASN1T_Extensions_traits>(
+            ctxt, record.singleRequestExtensions, value.get_singleRequestExtensions());
     }
 };
 

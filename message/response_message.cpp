@@ -11,10 +11,7 @@ namespace Orvane::PKI::OCSP {
 
 namespace {
 
-struct ResponseTraits {
-    using ASN1_T = asn1data::ASN1T_OCSPResponse;
-    using ASN1_C = asn1data::ASN1C_OCSPResponse;
-};
+using ResponseTraits = ASN1::RecordTraits<asn1data::ASN1C_OCSPResponse, asn1data::asn1Copy_OCSPResponse>;
 
 }  // namespace
 

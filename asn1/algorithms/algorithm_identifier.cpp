@@ -59,7 +59,11 @@ CBlob CAlgorithmIdentifier::encode() const {
 }
 
 void CAlgorithmIdentifier::decode(const CBlob& data) {
-    asn1Decode<ASN1T_AlgorithmIdentifier_traits>(data, *this);
+    CAlgorithmIdentifier decoded;
+    asn1Decode<ASN1T_AlgorithmIdentifier_traits>(data, decoded);
+    // Not by assignment: in a derived object, put_algorithm resets the cached number.
+    withinFrame([&] { put_algorithm(decoded.get_algorithm()); });
+    put_parameters(std::move(decoded.parameters_));
 }
 
 bool CAlgorithmIdentifier::operator==(const CAlgorithmIdentifier& other) const {
@@ -107,12 +111,9 @@ void ASN1T_AlgorithmIdentifier_set(ASN1CTXT* ctxt, asn1data::ASN1T_AlgorithmIden
 }
 
 void ASN1T_AlgorithmIdentifier_get(CAlgorithmIdentifier& value, const asn1data::ASN1T_AlgorithmIdentifier& record) {
-    CBlob parameters;
-    if (record.m.parametersPresent != 0) {
-        ASN1TOpenType_traits::get(record.parameters, parameters);
-    }
     value.put_algorithm(toOID(record.algorithm).c_str());
-    value.put_parameters(std::move(parameters));
+    value.put_parameters(record.m.parametersPresent ? valueOf<ASN1TOpenType_traits, CBlob>(record.parameters)
+                                                    : CBlob());
 }
 
 }  // namespace Orvane::ASN1
