@@ -12,20 +12,19 @@ namespace {
 
 TEST(ObjectId, TextIsReadUpToTheFirstBadPiece) {
     std::string longest = "1";
-    for (int i = 1; i < 128; ++i)
+    for (int i = 1; i < 128; ++i) {
         longest += ".2";
-    const std::tuple<std::string, int, std::uint32_t> rows[] = {
-        {"1.2.840", 1, 3},
-        {"", 0, 0},
-        {"1..2", 0, 1},
-        {"1.2.", 0, 2},
-        {".1", 0, 0},
-        {"1.4294967296.3", 0, 1},
-        {"1.-1", 0, 1},
-        {longest, 1, 128},
-        {longest + ".3", 0, 128},
-        {"1.99999999999999999999999", 0, 1},
-    };
+    }
+    const std::tuple<std::string, int, std::uint32_t> rows[] = {{"1.2.840", 1, 3},
+                                                                {"", 0, 0},
+                                                                {"1..2", 0, 1},
+                                                                {"1.2.", 0, 2},
+                                                                {".1", 0, 0},
+                                                                {"1.4294967296.3", 0, 1},
+                                                                {"1.-1", 0, 1},
+                                                                {longest, 1, 128},
+                                                                {longest + ".3", 0, 128},
+                                                                {"1.99999999999999999999999", 0, 1}};
     for (const auto& [text, answer, arcs] : rows) {
         ASN1OBJID oid{};
         EXPECT_EQ(rtStrToOid(text.c_str(), &oid), answer) << text;
