@@ -34,14 +34,6 @@ struct FailureInfo : CPKIFailureInfo {
     FailureInfo() : CPKIFailureInfo(0) {}
 };
 
-/// What `action` returns, or the name of the status that it throws.
-template <class Action>
-std::string answered(Action action) {
-    std::string answer;
-    const std::int32_t thrown = thrownStatus([&] { answer = action(); });
-    return thrown == status::kOk ? answer : status::symbol(thrown);
-}
-
 template <class Value>
 std::string again(const std::string& hex) {
     static CBlob lastEncoded;
