@@ -111,9 +111,12 @@ void ASN1T_AlgorithmIdentifier_set(ASN1CTXT* ctxt, asn1data::ASN1T_AlgorithmIden
 }
 
 void ASN1T_AlgorithmIdentifier_get(CAlgorithmIdentifier& value, const asn1data::ASN1T_AlgorithmIdentifier& record) {
+    CBlob parameters;
+    if (record.m.parametersPresent != 0) {
+        ASN1TOpenType_traits::get(record.parameters, parameters);
+    }
     value.put_algorithm(toOID(record.algorithm).c_str());
-    value.put_parameters(record.m.parametersPresent ? valueOf<ASN1TOpenType_traits, CBlob>(record.parameters)
-                                                    : CBlob());
+    value.put_parameters(std::move(parameters));
 }
 
 }  // namespace Orvane::ASN1
