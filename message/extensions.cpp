@@ -55,7 +55,7 @@ struct ArchiveCutoffTraits {
 
 using CrlIdTraits = ASN1::RecordTraits<asn1data::ASN1C_CrlID, asn1data::asn1Copy_CrlID>;
 
-// The address that the decoder has read, where a NUL is an octet like others and must not hide what comes after it.
+// The address that the decoder has read, in which a NUL must not hide the octets after it.
 std::string decodedUrl(const char* text) {
     std::string url;
     for (const char c : std::string_view(text, rtMemHeapBlockSize(text) - 1)) {
@@ -128,7 +128,7 @@ void CExtServiceLocator::put_locator(const ASN1::CAuthorityInfoAccessSyntax* loc
 }
 
 void CExtServiceLocator::encodeValue() {
-    // Without an issuer there is nothing to encode yet; put_issuer comes first or last, as the caller likes.
+    // Without an issuer there is nothing to encode yet; the setters may be called in any order.
     if (issuer_.cbData() != 0) {
         value() = ASN1::asn1Encode<ServiceLocatorTraits>(*this);
     }

@@ -30,7 +30,7 @@
 
 namespace Orvane::ASN1 {
 
-/// The part of a traits class that follows from the schema type alone: its control class and its copy function.
+/// The part of a traits class that follows from the schema type: its control class and its copy function.
 template <class Control, auto copyRecord>
 struct RecordTraits;
 
@@ -88,7 +88,7 @@ CBlob encodeRecord(ASN1BEREncodeBuffer& buffer, typename Traits::ASN1_T& record)
     return withinFrame([&] {
         typename Traits::ASN1_C control(buffer, record);
         const int length = control.EncodeTo(buffer);
-        // A copy that ran out of memory is incomplete, and only the heap tells.
+        // A copy that ran out of memory is incomplete, and only the heap records it.
         if (buffer.getCtxtPtr()->pTypeMemHeap->numRefused != 0) {
             throwFailure(STATUS_NO_MEMORY);
         }
@@ -99,7 +99,7 @@ CBlob encodeRecord(ASN1BEREncodeBuffer& buffer, typename Traits::ASN1_T& record)
     });
 }
 
-/// Decodes the bytes behind `buffer` into a record whose memory belongs to the buffer's context. Bytes behind the first
+/// Decodes the input of `buffer` into a record whose memory belongs to the buffer's context. Bytes after the first
 /// element are ignored.
 template <class Traits>
 void decodeRecord(ASN1BERDecodeBuffer& buffer, typename Traits::ASN1_T& record) {
@@ -121,11 +121,11 @@ inline int messageSize(const CBlob& data) {
     return static_cast<int>(data.cbData());
 }
 
-/// Encodes a record that is already filled, and leaves it alone.
+/// Encodes a record that is already filled, and leaves it unchanged.
 template <class Traits>
 CBlob asn1EncodeT(const typename Traits::ASN1_T& record) {
-    // The encoder makes the raw octets of decoded open values point into its own buffer, which goes with the context
-    // here: only a copy may be given to it.
+    // The encoder makes the raw octets of decoded open values point into its own buffer, which is freed with the
+    // context here: only a copy may be given to it.
     return withinFrame([&] {
         ASN1BEREncodeBuffer buffer;
         typename Traits::ASN1_T copy{};

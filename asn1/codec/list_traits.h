@@ -9,7 +9,7 @@ namespace Orvane::ASN1 {
 /// Adapts the traits of an element. `ListValue` is a standard list of `ElemValue`, and the record a list of `ElemT`.
 template <class ElemT, class ElemTraits, class ElemValue, class ListValue>
 struct ASN1TSeqOfList_traits {
-    /// Fills the list anew, an element for each value in order. Node and element share one block, as in decoded lists.
+    /// Fills an empty list, an element for each value in order. Node and element share one block, as in decoded lists.
     static void set(ASN1CTXT* ctxt, _Asn1RTDList& list, const ListValue& values) {
         rtDListInit(&list);
         for (const ElemValue& value : values) {
@@ -51,7 +51,7 @@ const List* unlessEmpty(const List* list) {
     return list != nullptr && !list->empty() ? list : nullptr;
 }
 
-/// The traits of a list that is a schema type of its own.
+/// The traits of a list that is its own schema type.
 template <class Record, class Control, class ElemTraits, class ListValue>
 struct ListTraits
     : ASN1TSeqOfList_traits<typename ElemTraits::ASN1_T, ElemTraits, typename ListValue::value_type, ListValue> {

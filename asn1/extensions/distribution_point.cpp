@@ -10,7 +10,7 @@ namespace Orvane::ASN1 {
 
 namespace {
 
-// What goes out of a CReasonFlags: the nine reasons and room for some to come.
+// The bits that are written: the nine reasons and room for some to come.
 constexpr unsigned int kReasonBits = 16;
 constexpr unsigned int kReasonOctets = kReasonBits / 8;
 

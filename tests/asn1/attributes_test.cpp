@@ -30,7 +30,7 @@ CIssuerSerial issuerSerial() {
     return result;
 }
 
-TEST(Attribute, GivesItsIdentifierToValuesThatHaveNone) {
+TEST(Attribute, GivesItsIdentifierToPlainValues) {
     CAttribute attribute("1.2.3");
     attribute.add(blob(tlv::null()));
     attribute.add(CAttrValue("1.2.4", blob(tlv::integer(1))));
@@ -56,7 +56,7 @@ TEST(Attribute, RefusesToEncodeWhatDoesNotFitItsType) {
     EXPECT_THAT(thrownStatus([&] { digest.encode(); }), IsStatus(status::kAsn1Error));
 }
 
-TEST(Attributes, GoByTheFirstOfAnIdentifier) {
+TEST(Attributes, FindTheFirstOfAnIdentifier) {
     const auto one = [](const char* oid, int value) {
         return tlv::sequence({tlv::oid(oid), tlv::set({tlv::integer(value)})});
     };
@@ -105,7 +105,7 @@ TEST(CertificateIdentifiers, CompareWithoutHashParameters) {
     EXPECT_FALSE(plain.compare_noHashParam(other)) << "absent matches absent only";
 }
 
-TEST(ValueClasses, DecodeWhatTheyHoldThemselves) {
+TEST(ValueClasses, DecodeBytesThatTheyHold) {
     const Bytes digest = tlv::sequence({tlv::oid("1.2.3"), tlv::set({tlv::octetString(Bytes(4096, 0x5A))})});
     CAttributes attributes;
     attributes.emplace_back("1.2.4").add(blob(tlv::set({digest})));
@@ -123,7 +123,7 @@ TEST(ValueClasses, DecodeWhatTheyHoldThemselves) {
          [](const COtherCertID& value) -> const CBlob& { return *value.get_otherCertHash().get_sha1Hash(); });
 }
 
-/// One list of one identifier and two policies, set behind each other in a fresh attribute.
+/// One list of one identifier and two policies, set one after the other in a fresh attribute.
 template <class Attribute, class CertID>
 void expectPolicies(const char* oid, const CertID& id, bool encodedAtOnce) {
     SCOPED_TRACE(oid);

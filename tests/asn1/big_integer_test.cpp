@@ -23,7 +23,7 @@ TEST(BigInteger, IncrementsBeforeOrAfter) {
     EXPECT_EQ(hexOf(++value), "0101");
 }
 
-TEST(BigInteger, AddsNumbersOfEqualLengthAndAnswersTheCarry) {
+TEST(BigInteger, AddsNumbersOfEqualLengthAndReturnsTheCarry) {
     CBigInteger sum = number("01ff");
     EXPECT_EQ(sum.add(number("0002")), 0U);
     EXPECT_EQ(hexOf(sum), "0201");

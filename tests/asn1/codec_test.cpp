@@ -165,7 +165,7 @@ CBlob decodedAndEncodedStatus(const CBlob& data) {
     return status.encode();
 }
 
-TEST_F(Codec, TellsExhaustedMemoryByItsOwnStatuses) {
+TEST_F(Codec, ReportsExhaustedMemoryByItsOwnStatuses) {
     const Bytes names = tlv::sequence({tlv::context(4, Pki::shared().good.subject())});
     const Bytes extension = tlv::sequence({tlv::oid("2.5.29.17"), tlv::octetString(names)});
     const struct {

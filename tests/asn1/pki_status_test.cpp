@@ -57,7 +57,7 @@ TEST(FreeText, KeepsOneTextForEachLanguageAndAnyNumberWithoutOne) {
     EXPECT_TRUE(text.empty());
 }
 
-TEST(FreeText, StandsForItsFirstEntry) {
+TEST(FreeText, ConvertsToItsFirstEntry) {
     CPKIFreeText text(L"a", CLanguageTagRuRu());
     text.insert({"b", CLanguageTagEnUs()});
     const CPKIFreeTextString first = text;

@@ -78,7 +78,7 @@ TEST(DecodeStrings, ReadsItsVectors) {
                              }}});
 }
 
-TEST(DecodeStrings, ALengthAloneNeverAllocates) {
+TEST(DecodeStrings, ALengthNeverAllocates) {
     // Without length checks a header may claim anything, and the caller may too.
     for (const char* hex : {"0484 7fffff00 aa", "2484 7fffff00 0401aa", "0384 7fffff00 00aa", "2384 7fffff00 030200aa",
                             "2484 ffffffff"}) {

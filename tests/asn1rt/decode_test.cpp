@@ -35,8 +35,9 @@ std::string tagAndLength(ASN1TAG tag, int length) {
 /// An element of indefinite length with `depth` levels of the same inside.
 Bytes nestedIndefinite(std::size_t depth) {
     Bytes octets;
-    for (std::size_t i = 0; i < depth; ++i)
+    for (std::size_t i = 0; i < depth; ++i) {
         octets.insert(octets.end(), {0x30, 0x80});
+    }
     octets.insert(octets.end(), 2 * depth, 0x00);
     return octets;
 }

@@ -41,7 +41,7 @@ TEST(ObjectId, TextIsWrittenInWholeArcs) {
         {16, 1, full}, {15, 0, "1.2.4294967295"}, {13, 0, "1.2"}, {2, 0, "1"}, {0, 0, ""},
     };
     for (const auto& [size, answer, text] : rows) {
-        // One octet behind the room for the text takes the NUL.
+        // One octet after the room for the text takes the NUL.
         std::vector<char> buffer(size + 1, '#');
         EXPECT_EQ(rtOidToStr(&oid, buffer.data(), size), answer) << size;
         EXPECT_STREQ(buffer.data(), text.c_str());

@@ -33,7 +33,7 @@ public:
 };
 
 /// The octets of `hex` as a decoder's input, in a block of exactly their size so that AddressSanitizer sees any read
-/// behind them.
+/// after them.
 class Input : public Context {
 public:
     explicit Input(std::string_view hex) : Input(fromHex(hex)) {}
@@ -57,7 +57,7 @@ public:
     Output() { EXPECT_EQ(xe_setp(&record, nullptr, 0), 0); }
 
     std::uint32_t size() const { return record.buffer.size - 1 - record.buffer.byteIndex; }
-    /// Whether an answer is the number of octets that stand there now.
+    /// Whether a result is the number of octets that are there now.
     bool counts(int answer) const { return answer >= 0 && static_cast<std::uint32_t>(answer) == size(); }
     Bytes octets() const {
         const std::uint8_t* first = record.buffer.data + record.buffer.byteIndex;

@@ -23,7 +23,7 @@ std::string describe(const RtTime& t) {
 
 template <typename Parser>
 std::string parsed(Parser parser, const std::string& text) {
-    // Exactly as long as the text, so that AddressSanitizer sees any look behind its NUL.
+    // Exactly as long as the text, so that AddressSanitizer sees any read past its NUL.
     auto block = std::make_unique<char[]>(text.size() + 1);
     std::memcpy(block.get(), text.c_str(), text.size() + 1);
     Context ctx;
@@ -65,8 +65,9 @@ TEST(TimeText, TextIsMadeFromFieldsInRange) {
         char* copy = nullptr;
         const int status = rtMakeGeneralizedTime(ctx, &row.time, &copy, 0);
         EXPECT_EQ(status, row.text == nullptr ? STATUS_BAD_DATETIME : 0) << describe(row.time);
-        if (row.text == nullptr || status != 0)
+        if (row.text == nullptr || status != 0) {
             continue;
+        }
         EXPECT_STREQ(copy, row.text);
         const auto length = static_cast<std::uint32_t>(std::strlen(row.text));
         auto block = std::make_unique<char[]>(length + 1);

@@ -24,7 +24,7 @@ TEST(BlobText, WritesHexadecimalInGroups) {
     EXPECT_STREQ(CBlob().writeToHexString(2).c_str(), "");
 }
 
-TEST(BlobText, FilesComeBackAsTheyWereWritten) {
+TEST(BlobText, ReadsFilesAsTheyWereWritten) {
     const testkit::TempDir folder;
     const CBlob content = blobOf({0x00, 0x0D, 0x0A, 0x1A, 0xFF});
     const std::string narrow = folder.file("content.der");
@@ -41,7 +41,7 @@ TEST(BlobText, FilesComeBackAsTheyWereWritten) {
     EXPECT_EQ(read.pbData(), nullptr);
 }
 
-TEST(BlobText, FileFailuresEmptyTheBlobThatWasToBeRead) {
+TEST(BlobText, FailedReadsEmptyTheBlob) {
     const testkit::TempDir folder;
     for (const auto& [path, expected] :
          {std::pair{folder.file("absent"), status::kFileNotFound}, std::pair{folder.file(""), status::kFileCorrupt}}) {

@@ -22,7 +22,7 @@ TEST(DateTimeSpan, ShowsTheSameTextEverywhere) {
     EXPECT_EQ(CDateTimeSpan("0000000001Z"), CDateTimeSpan::OneHour());
 }
 
-TEST(DateTimeSpan, DividesByNothingWithoutAnError) {
+TEST(DateTimeSpan, DividesByZeroWithoutAnError) {
     const CDateTimeSpan span = CDateTimeSpan::fromTicks(0x5'0000'0007);
     EXPECT_EQ((span / 0U).ticks(), 0U);
     EXPECT_EQ((span % 0U).ticks(), 7U);  // the low half alone
@@ -32,7 +32,7 @@ TEST(DateTimeSpan, DividesByNothingWithoutAnError) {
     EXPECT_EQ(CDateTimeSpan::OneYear() % CDateTimeSpan::OneMonth(), CDateTimeSpan::OneDay() * 5);
 }
 
-TEST(DateTimeSpan, WrapsUpwardsAndRefusesToGoBelowZero) {
+TEST(DateTimeSpan, WrapsUpwardsAndRejectsNegativeResults) {
     const CDateTimeSpan most = CDateTimeSpan::fromTicks(UINT64_MAX);
     EXPECT_EQ((most + CDateTimeSpan::fromTicks(2)).ticks(), 1U);
     EXPECT_EQ((most * 2).ticks(), UINT64_MAX - 1);

@@ -24,7 +24,7 @@ TEST(CryptHandles, AreReleasedOnce) {
     EXPECT_EQ(given.detach(), 6U);
 }
 
-TEST(CryptHandles, AProviderThatIsNotTakenBackIsKept) {
+TEST(CryptHandles, KeepsAProviderThatCannotBeReleased) {
     Script service;
     EXPECT_CALL(service, CryptReleaseContext(7, 0)).WillOnce(Return(FALSE)).WillOnce(Return(TRUE));
     ATL::CCryptProv provider;

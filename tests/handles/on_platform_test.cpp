@@ -72,7 +72,7 @@ TEST(OnPlatform, DetachedCertificatesOutliveTheirStore) {
     EXPECT_EQ(std::memcmp(value.GetString(), before.GetString(), 20), 0);
 }
 
-TEST(OnPlatform, CollectionsShowTheirMembersAfterTheOthersLetGo) {
+TEST(OnPlatform, CollectionsKeepMembersThatTheirOwnersReleased) {
     Overlay service;
     CCertStore collection;
     ASSERT_THAT(collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, nullptr), IsStatus(status::kOk));
