@@ -258,7 +258,7 @@ int octetsToText(const RtBigInteger& big, int radix, char* text, std::int64_t ca
     return 0;
 }
 
-// Divides the number in `limbs` (most significant first) and answers the remainder.
+// Divides the number in `limbs` (most significant first) and returns the remainder.
 std::uint32_t divide(std::uint32_t* limbs, std::size_t count, std::uint32_t divisor) {
     std::uint64_t remainder = 0;
     for (std::size_t i = 0; i < count; ++i) {

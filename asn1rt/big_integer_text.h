@@ -11,7 +11,7 @@
 //   rtBigIntFree(ctx, &big);
 //
 // Text in radix 2 and 16 is two's complement in whole octets ("0xFF" is -1, "0x00FF" is 255); decimal text is a sign
-// and digits. Failures are answered and entered in the context.
+// and digits. Failures are returned and recorded in the context.
 #pragma once
 
 #include <cstdint>
@@ -50,7 +50,7 @@ TALLOW_EXPORT void rtBigIntFree(ASN1CTXT* ctx, RtBigInteger* big) noexcept;
 /// The octets of the minimal two's complement form, at least 1.
 [[nodiscard]] TALLOW_EXPORT std::int32_t rtBigIntGetDataLen(const RtBigInteger* big) noexcept;
 
-/// Writes the two's complement form, most significant octet first, and answers its length (rtBigIntGetDataLen), or
+/// Writes the two's complement form, most significant octet first, and returns its length (rtBigIntGetDataLen), or
 /// STATUS_STRING_OVERFLOW when `capacity` is smaller.
 [[nodiscard]] TALLOW_EXPORT std::int32_t rtBigIntGetData(ASN1CTXT* ctx, const RtBigInteger* big,
                                                          std::uint8_t* destination, std::int32_t capacity) noexcept;
@@ -59,7 +59,7 @@ TALLOW_EXPORT void rtBigIntFree(ASN1CTXT* ctx, RtBigInteger* big) noexcept;
 /// 10, 16.
 [[nodiscard]] TALLOW_EXPORT std::int32_t rtBigIntDigitsNum(const RtBigInteger* big, int radix) noexcept;
 
-/// Writes NUL-terminated text without a prefix and answers 0. `capacity` counts the NUL. Radix 2 and 16 give the two's
+/// Writes NUL-terminated text without a prefix and returns 0. `capacity` counts the NUL. Radix 2 and 16 give the two's
 /// complement form in whole octets, lowercase; radix 8 the digits of the two's complement form; radix 10 the magnitude
 /// with a "-" in front when negative. Zero has no text in radix 8 and 10: STATUS_BAD_ARGUMENT, as for any other radix.
 /// Too little room gives STATUS_STRING_OVERFLOW, a radix 8 and 10 beyond kMaxConvertedOctets STATUS_TOO_BIG;

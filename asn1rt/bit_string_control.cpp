@@ -17,7 +17,7 @@ std::uint32_t sizeOfBits(std::uint32_t numbits) {
     return numbits / 8 + (numbits % 8 != 0 ? 1 : 0);
 }
 
-// The octet `i` of `numbits` bits; what lies behind the last bit reads 0.
+// The octet `i` of `numbits` bits; what lies after the last bit reads 0.
 std::uint32_t octetOf(const std::uint8_t* data, std::uint32_t numbits, std::uint32_t i) {
     const std::uint32_t whole = numbits / 8;
     if (i < whole) {
@@ -358,7 +358,7 @@ int ASN1CBitStr::checkOperand(const std::uint8_t* data) const {
 }
 
 // The operand may lie in the string's own memory, which growing moves: it is then found again by its distance from the
-// start, and has no bits behind the end of the string. Each step writes in front of what later steps read of it.
+// start, and has no bits after the end of the string. Each step writes in front of what later steps read of it.
 template <class Combine>
 int ASN1CBitStr::combine(const std::uint8_t* data, std::uint32_t numbits, bool grows, Combine combined) {
     int status = checkOperand(data);
@@ -414,7 +414,7 @@ int ASN1CBitStr::shiftLeft(std::uint32_t count) {
     }
     const std::uint32_t octets = sizeOfBits(*mpNumBits);
     const std::uint32_t shift = count % 8;
-    // Toward the front: what is read lies at or behind what is written.
+    // Toward the front: what is read lies at or after what is written.
     for (std::uint32_t i = 0; i < octets; ++i) {
         const std::uint32_t j = i + count / 8;
         units()[i] = static_cast<std::uint8_t>((octet(j) << shift) | (octet(j + 1) >> (8 - shift)));

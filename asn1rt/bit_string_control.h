@@ -1,6 +1,6 @@
 // ASN1CBitStr: the single bits of a BIT STRING. Bit 0 is the most significant bit of the first octet, as in X.680.
 //
-// It works on the caller's array, on a bit string record, or on memory of its own. A string over a record or without a
+// It works on the caller's array, on a bit string record, or on its own memory. A string over a record or without a
 // maximum grows: its octets then move to the type heap of the context, and the record is made to point there.
 #pragma once
 
@@ -16,33 +16,33 @@ public:
     static constexpr std::uint32_t kUnbounded = 0xFFFFFFFFU;
 
     /// Over the caller's array and count, which must outlive the object. The array holds `maxNumBits` bits in whole
-    /// octets. The caller's data are changed: `numbits` is cut to the maximum, and every bit of the array behind it is
+    /// octets. The caller's data are changed: `numbits` is cut to the maximum, and every bit of the array after it is
     /// cleared.
     ASN1CBitStr(std::uint8_t* data, std::uint32_t& numbits, std::uint32_t maxNumBits);
     ASN1CBitStr(ASN1MessageBufferIF& buffer, std::uint8_t* data, std::uint32_t& numbits, std::uint32_t maxNumBits);
     ASN1CBitStr(ASN1Context& context, std::uint8_t* data, std::uint32_t& numbits, std::uint32_t maxNumBits);
 
     /// Over a record, which must outlive the object; changes are made in its octets and its count, so the octets must
-    /// be writable as decoded ones are, unless CTX_FLAG_ZERO_COPY left them in the input. Bits of its last octet behind
+    /// be writable as decoded ones are, unless CTX_FLAG_ZERO_COPY left them in the input. Bits of its last octet after
     /// the count are cleared.
     explicit ASN1CBitStr(ASN1TDynBitStr& value);
     ASN1CBitStr(ASN1MessageBufferIF& buffer, ASN1TDynBitStr& value);
     ASN1CBitStr(ASN1Context& context, ASN1TDynBitStr& value);
 
-    /// An empty string in zeroed memory of its own. `maxNumBits` 0 means no maximum. Throws
+    /// An empty string in its own zeroed memory. `maxNumBits` 0 means no maximum. Throws
     /// ASN1MessageBuffer::RTLError with STATUS_NO_MEMORY when memory runs out.
     explicit ASN1CBitStr(std::uint32_t maxNumBits);
     ASN1CBitStr(ASN1MessageBufferIF& buffer, std::uint32_t maxNumBits);
     ASN1CBitStr(ASN1Context& context, std::uint32_t maxNumBits);
 
-    /// A copy in memory of its own, in the same context and with the same maximum. Throws as above.
+    /// A copy in its own memory, in the same context and with the same maximum. Throws as above.
     ASN1CBitStr(const ASN1CBitStr& other);
-    /// The same; `extendable` tells whether the copy may grow or has the size of `other` as its maximum.
+    /// The same; `extendable` says whether the copy may grow or has the size of `other` as its maximum.
     ASN1CBitStr(const ASN1CBitStr& other, bool extendable);
     ASN1CBitStr& operator=(const ASN1CBitStr&) = delete;
     ~ASN1CBitStr() override;
 
-    // Single bits. An index above the maximum gives STATUS_BIT_INDEX; a string that would have to grow and must not,
+    // Single bits. An index above the maximum gives STATUS_BIT_INDEX; a string that would have to grow but may not,
     // STATUS_BAD_LENGTH; STATUS_NO_MEMORY. set and invert make the string as long as the index asks, clear never does.
     [[nodiscard]] int set(std::uint32_t index);
     [[nodiscard]] int clear(std::uint32_t index);
@@ -121,7 +121,7 @@ private:
     std::uint32_t* mpNumBits = &mNumBitsStorage;     // own count, or the caller's
     std::uint32_t mMaxNumBits = kUnbounded;
 
-    // What is known of the octets; a decoding into the caller's record replaces them behind the back of this object.
+    // What is known of the octets; a decoding into the caller's record replaces them without notice.
     mutable const std::uint8_t* mpKnownUnits = nullptr;
     mutable std::uint32_t mUnitsAllocated = 0;  // octets there is room for
     mutable bool mDynAlloc = false;             // the octets are heap memory of this object

@@ -13,16 +13,18 @@ std::uint8_t maskOf(std::uint32_t index) {
 extern "C" {
 
 int rtSetBit(std::uint8_t* bits, std::uint32_t numbits, std::uint32_t index) noexcept {
-    if (index >= numbits)
+    if (index >= numbits) {
         return STATUS_BIT_INDEX;
+    }
     const int previous = bits[index / 8] & maskOf(index);
     bits[index / 8] |= maskOf(index);
     return previous;
 }
 
 int rtClearBit(std::uint8_t* bits, std::uint32_t numbits, std::uint32_t index) noexcept {
-    if (index >= numbits)
+    if (index >= numbits) {
         return STATUS_BIT_INDEX;
+    }
     const int previous = bits[index / 8] & maskOf(index);
     bits[index / 8] &= static_cast<std::uint8_t>(~maskOf(index));
     return previous;

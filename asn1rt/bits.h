@@ -7,7 +7,7 @@
 
 extern "C" {
 
-/// Set or clear bit `index` of `numbits`. Answer the previous state of the bit as its mask (non-zero when it was set),
+/// Set or clear bit `index` of `numbits`. Return the previous state of the bit as its mask (non-zero when it was set),
 /// or STATUS_BIT_INDEX, with nothing changed, when `index` is not below `numbits`.
 TALLOW_EXPORT int rtSetBit(std::uint8_t* bits, std::uint32_t numbits, std::uint32_t index) noexcept;
 TALLOW_EXPORT int rtClearBit(std::uint8_t* bits, std::uint32_t numbits, std::uint32_t index) noexcept;

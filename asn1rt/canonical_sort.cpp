@@ -18,14 +18,15 @@ bool comesBefore(const Member& a, const Member& b) {
     return difference != 0 ? difference > 0 : a.numocts > b.numocts;
 }
 
-/// Fills `members`, one for each node, and answers their octets or STATUS_BAD_VALUE.
+/// Fills `members`, one for each node, and returns their octets or STATUS_BAD_VALUE.
 std::int64_t collect(const ASN1Buffer& buffer, const rtSList* list, Member* members) {
     const std::uint32_t last = buffer.size - 1;
     std::int64_t total = 0;
     for (const rtSListNode* node = list->pHead; node != nullptr; node = node->pNext) {
         const auto* descriptor = static_cast<const ASN1BufLocDescr*>(node->data);
-        if (descriptor->offset > last || descriptor->numocts > descriptor->offset)
+        if (descriptor->offset > last || descriptor->numocts > descriptor->offset) {
             return STATUS_BAD_VALUE;
+        }
         *members++ = Member{buffer.data + last - descriptor->offset, descriptor->numocts};
         total += descriptor->numocts;
     }
@@ -42,8 +43,9 @@ void freeDescriptors(ASN1CTXT* ctx, rtSList* list) {
 /// Writes the members in their new order over the old ones, which lie in `total` octets at the start of the message.
 int rearrange(ASN1CTXT* ctx, const Member* members, std::uint32_t count, std::size_t total) {
     auto* block = static_cast<std::uint8_t*>(rtMemHeapAlloc(&ctx->pTypeMemHeap, total));
-    if (block == nullptr)
+    if (block == nullptr) {
         return STATUS_NO_MEMORY;
+    }
     std::uint8_t* end = block + total;
     for (const Member* member = members; member != members + count; ++member) {
         end -= member->numocts;
@@ -56,13 +58,15 @@ int rearrange(ASN1CTXT* ctx, const Member* members, std::uint32_t count, std::si
 
 int sortMembers(ASN1CTXT* ctx, const rtSList* list, Member* members) {
     const std::int64_t total = collect(ctx->buffer, list, members);
-    if (total < 0)
+    if (total < 0) {
         return static_cast<int>(total);
+    }
     if (!std::is_sorted(members, members + list->count, comesBefore)) {
         std::stable_sort(members, members + list->count, comesBefore);
         const int status = rearrange(ctx, members, list->count, static_cast<std::size_t>(total));
-        if (status != 0)
+        if (status != 0) {
             return status;
+        }
     }
     return static_cast<int>(total);
 }
@@ -72,11 +76,13 @@ int sortMembers(ASN1CTXT* ctx, const rtSList* list, Member* members) {
 extern "C" {
 
 int xe_derCanonicalSort(ASN1CTXT* ctx, rtSList* list) noexcept {
-    if (list->count == 0)
+    if (list->count == 0) {
         return 0;
+    }
     auto* members = static_cast<Member*>(rtMemHeapAlloc(&ctx->pTypeMemHeap, std::size_t{list->count} * sizeof(Member)));
-    if (members == nullptr)
+    if (members == nullptr) {
         return STATUS_NO_MEMORY;
+    }
     const int answer = sortMembers(ctx, list, members);
     rtMemHeapFreePtr(&ctx->pTypeMemHeap, members);
     freeDescriptors(ctx, list);

@@ -10,8 +10,9 @@ namespace {
 
 /// Makes `field` refer to the heap of `other`.
 void shareHeap(ASN1MEMHEAP** field, ASN1MEMHEAP** other) {
-    if (*field == *other)
+    if (*field == *other) {
         return;
+    }
     rtMemHeapAddRef(other);
     rtMemHeapRelease(field);
     *field = *other;
@@ -25,8 +26,9 @@ int rtInitContext(ASN1CTXT* ctx, void* allocUser) noexcept {
     *ctx = ASN1CTXT{};
     ctx->initCode = ASN1_INIT_CODE;
     const int status = rtMemHeapCreate(&ctx->pTypeMemHeap, allocUser);
-    if (status != 0)
+    if (status != 0) {
         return status;
+    }
     ctx->pAllocUser = allocUser;
     ctx->pMsgMemHeap = ctx->pTypeMemHeap;
     rtMemHeapAddRef(&ctx->pMsgMemHeap);
@@ -36,18 +38,21 @@ int rtInitContext(ASN1CTXT* ctx, void* allocUser) noexcept {
 }
 
 int rtInitContextBuffer(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t size) noexcept {
-    if (ctx->initCode != ASN1_INIT_CODE)
+    if (ctx->initCode != ASN1_INIT_CODE) {
         return STATUS_NOT_INITIALIZED;
+    }
     ASN1Buffer& buffer = ctx->buffer;
     if (data != nullptr) {
         buffer.data = const_cast<std::uint8_t*>(data);
         buffer.dynamic = 0;
     } else {
-        if (size == 0)
+        if (size == 0) {
             size = ASN1_DEFAULT_BUFFER_SIZE;
+        }
         void* memory = rtMemHeapAlloc(&ctx->pMsgMemHeap, size);
-        if (memory == nullptr)
+        if (memory == nullptr) {
             return STATUS_NO_MEMORY;
+        }
         buffer.data = static_cast<std::uint8_t*>(memory);
         buffer.dynamic = 1;
     }
@@ -58,8 +63,9 @@ int rtInitContextBuffer(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t s
 }
 
 void rtFreeContext(ASN1CTXT* ctx) noexcept {
-    if (ctx->initCode != ASN1_INIT_CODE)
+    if (ctx->initCode != ASN1_INIT_CODE) {
         return;
+    }
     if (ctx->buffer.dynamic != 0 && ctx->buffer.data != nullptr && (ctx->flags & CTX_FLAG_KEEP_BUFFER) == 0) {
         rtMemHeapFreePtr(&ctx->pMsgMemHeap, ctx->buffer.data);
     }
@@ -81,25 +87,29 @@ void rtCtxtSetFlag(ASN1CTXT* ctx, std::uint16_t mask) noexcept {
 }
 
 void rtCtxtSetMemHeap(ASN1CTXT* ctx, ASN1CTXT* other) noexcept {
-    if (ctx != nullptr && other != nullptr)
+    if (ctx != nullptr && other != nullptr) {
         shareHeap(&ctx->pTypeMemHeap, &other->pTypeMemHeap);
+    }
 }
 
 void rtCtxtSetMsgMemHeap(ASN1CTXT* ctx, ASN1CTXT* other) noexcept {
-    if (ctx != nullptr && other != nullptr)
+    if (ctx != nullptr && other != nullptr) {
         shareHeap(&ctx->pMsgMemHeap, &other->pMsgMemHeap);
+    }
 }
 
 int rtEnterLevel(ASN1CTXT* ctx) noexcept {
-    if (ctx->levelDepth >= ASN1_MAX_LEVELS)
+    if (ctx->levelDepth >= ASN1_MAX_LEVELS) {
         return rtErrSetData(&ctx->errInfo, STATUS_BAD_VALUE, nullptr, 0);
+    }
     ++ctx->levelDepth;
     return 0;
 }
 
 void rtLeaveLevel(ASN1CTXT* ctx) noexcept {
-    if (ctx->levelDepth != 0)
+    if (ctx->levelDepth != 0) {
         --ctx->levelDepth;
+    }
 }
 
 }  // extern "C"

@@ -25,7 +25,7 @@ inline constexpr std::uint16_t CTX_FLAG_CONSTRUCTED = 0x0400;
 /// Primitive octet and bit strings and open types are not copied: decoded pointers point into the input, which must
 /// outlive the values.
 inline constexpr std::uint16_t CTX_FLAG_ZERO_COPY = 0x0800;
-/// With CTX_FLAG_OUTER_INDEFINITE every tag reader answers STATUS_END_OF_BUFFER. Only an application sets it.
+/// With CTX_FLAG_OUTER_INDEFINITE every tag reader returns STATUS_END_OF_BUFFER. Only an application sets it.
 inline constexpr std::uint16_t CTX_FLAG_END_REACHED = 0x1000;
 /// Open values under a table constraint stay as they are: decoders take their octets and do not look inside.
 inline constexpr std::uint16_t CTX_FLAG_RAW_VALUES = 0x2000;
@@ -83,7 +83,7 @@ extern "C" {
                                                     std::uint32_t size) noexcept;
 
 /// Frees the dynamic buffer, the stream record and the lists, drops both heaps and makes the context dead. Everything
-/// decoded goes too unless someone else holds the heap. No effect on a dead context.
+/// decoded goes too unless another context holds the heap. No effect on a dead context.
 TALLOW_EXPORT void rtFreeContext(ASN1CTXT* ctx) noexcept;
 
 /// Copies the buffer record and the flags, nothing else: saves and restores a position around an excursion into another
@@ -99,7 +99,7 @@ TALLOW_EXPORT void rtCtxtSetFlag(ASN1CTXT* ctx, std::uint16_t mask) noexcept;
 TALLOW_EXPORT void rtCtxtSetMemHeap(ASN1CTXT* ctx, ASN1CTXT* other) noexcept;
 TALLOW_EXPORT void rtCtxtSetMsgMemHeap(ASN1CTXT* ctx, ASN1CTXT* other) noexcept;
 
-/// Opens a level of a recursive type. STATUS_BAD_VALUE, entered in the context, when ASN1_MAX_LEVELS are open already;
+/// Opens a level of a recursive type. STATUS_BAD_VALUE, recorded in the context, when ASN1_MAX_LEVELS are open already;
 /// the level is then not opened and must not be left. Messages nest as deep as their sender likes, the stack does not.
 [[nodiscard]] TALLOW_EXPORT int rtEnterLevel(ASN1CTXT* ctx) noexcept;
 /// Leaves the level opened last.
@@ -112,8 +112,9 @@ class ASN1Level {
 public:
     explicit ASN1Level(ASN1CTXT* ctx) noexcept : status(rtEnterLevel(ctx)), ctx_(ctx) {}
     ~ASN1Level() {
-        if (status == 0)
+        if (status == 0) {
             rtLeaveLevel(ctx_);
+        }
     }
     ASN1Level(const ASN1Level&) = delete;
     ASN1Level& operator=(const ASN1Level&) = delete;

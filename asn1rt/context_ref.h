@@ -1,6 +1,6 @@
 // The shared context of the class layer: a counted ASN1Context and the pointer that counts it. Everything decoded into
-// a context lives in its type heap and goes with the last reference. The count is a plain integer: a context and all
-// that shares it belong to one thread.
+// a context lives in its type heap and is freed with the last reference. The count is a plain integer: a context and
+// all that shares it belong to one thread.
 #pragma once
 
 #include <cstdint>

@@ -19,9 +19,9 @@ public:
     /// EncodeTo and DecodeFrom with the buffer kept. STATUS_BAD_ARGUMENT without one.
     [[nodiscard]] virtual int Encode();
     [[nodiscard]] virtual int Decode();
-    /// Encodes the value and answers its octets, or a negative status. Answers 0 and does nothing here.
+    /// Encodes the value and returns its octets, or a negative status. Returns 0 and does nothing here.
     [[nodiscard]] virtual int EncodeTo(ASN1MessageBufferIF& buffer);
-    /// Decodes the value and answers a status. Answers 0 and does nothing here.
+    /// Decodes the value and returns a status. Returns 0 and does nothing here.
     [[nodiscard]] virtual int DecodeFrom(ASN1MessageBufferIF& buffer);
 
     /// Keeps the buffer, and shares its type heap, so that what is decoded from it lives as long as this object.
@@ -31,10 +31,10 @@ public:
     [[nodiscard]] ASN1CTXT* getCtxtPtr() const { return mpContext.get(); }
 
 protected:
-    /// Works in a new context of its own.
+    /// Works in its own new context.
     ASN1CType();
 
-    /// Enters a failure in the context and answers it.
+    /// Records a failure in the context and returns it.
     int fail(int status) const;
 
     ASN1CtxtPtr mpContext;

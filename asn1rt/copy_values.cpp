@@ -24,7 +24,7 @@ void* copyBlock(ASN1CTXT* ctx, const void* source, std::uint64_t size) {
     return copy;
 }
 
-// Copies `count` units of `unitSize` octets behind a count and a pointer. No units give a null pointer.
+// Copies `count` units of `unitSize` octets after a count and a pointer. No units give a null pointer.
 template <typename Count, typename Pointer>
 int copyCounted(ASN1CTXT* ctx, Count count, Pointer data, std::uint64_t size, Count& countOut, Pointer& dataOut) {
     countOut = 0;
@@ -99,7 +99,7 @@ int rtCopyOpenTypeExt(ASN1CTXT* ctx, const _Asn1RTDList* source, _Asn1RTDList* d
     if (ctx == nullptr || source == nullptr || destination == nullptr) {
         return 0;
     }
-    // Built aside, so that the source may be the destination.
+    // Built in a separate list, so that the source may be the destination.
     _Asn1RTDList copies;
     rtDListInit(&copies);
     for (const _Asn1RTDListNode* node = source->pHead; node != nullptr; node = node->pNext) {

@@ -1,5 +1,5 @@
 // Copies of values into the type heap of a context: what the copy functions of the schema types are made of. Each
-// answers 1, or 0 for null arguments and when memory runs out; after 0 the destination holds no memory of its own.
+// returns 1, or 0 for null arguments and when memory runs out; after 0 the destination holds no memory.
 #pragma once
 
 #include <cstdint>
@@ -12,14 +12,14 @@
 extern "C" {
 
 /// Copies `numbits` bits, in whole octets, into the caller's array, which must have room for them, and stores the
-/// count. No bits: the count is stored and the answer is 0.
+/// count. No bits: the count is stored and the result is 0.
 TALLOW_EXPORT int rtCopyBitStr(ASN1CTXT* ctx, std::uint32_t numbits, const std::uint8_t* data,
                                std::uint32_t* numbitsOut, std::uint8_t* dataOut) noexcept;
 /// Copies a bit string into new memory. No bits: null data.
 TALLOW_EXPORT int rtCopyDynBitStr(ASN1CTXT* ctx, const ASN1TDynBitStr* source, ASN1TDynBitStr* destination) noexcept;
 
 /// Copies `numocts` octets into the caller's array, which must have room for them, and stores the count. No octets: the
-/// count is stored and the answer is 0.
+/// count is stored and the result is 0.
 TALLOW_EXPORT int rtCopyOctStr(ASN1CTXT* ctx, std::uint32_t numocts, const std::uint8_t* data,
                                std::uint32_t* numoctsOut, std::uint8_t* dataOut) noexcept;
 /// Copies an octet string into new memory. No octets: null data.

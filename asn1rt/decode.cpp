@@ -16,30 +16,35 @@ constexpr int kMaxTagOctets = 9;
 int readTagNumber(ASN1CTXT* ctx, ASN1TAG* number) {
     *number = 0;
     for (int taken = 0;; ++taken) {
-        if (remaining(ctx) == 0)
+        if (remaining(ctx) == 0) {
             return STATUS_END_OF_BUFFER;
+        }
         // Seven more bits must not push the number beyond bit 28, where class and form begin.
-        if ((*number >> 22) != 0 || taken == kMaxTagOctets)
+        if ((*number >> 22) != 0 || taken == kMaxTagOctets) {
             return STATUS_BAD_TAG;
+        }
         const std::uint8_t octet = *position(ctx);
         ++ctx->buffer.byteIndex;
         *number = (*number << 7) | (octet & 0x7FU);
-        if ((octet & 0x80) == 0)
+        if ((octet & 0x80) == 0) {
             return 0;
+        }
     }
 }
 
 int readTag(ASN1CTXT* ctx, ASN1TAG* tag) {
-    if (remaining(ctx) == 0)
+    if (remaining(ctx) == 0) {
         return STATUS_END_OF_BUFFER;
+    }
     const std::uint8_t identifier = *position(ctx);
     ++ctx->buffer.byteIndex;
     setConstructed(ctx, (identifier & kConstructedBit) != 0);
     ASN1TAG number = identifier & 0x1FU;
     if (number == 0x1F) {
         const int status = readTagNumber(ctx, &number);
-        if (status != 0)
+        if (status != 0) {
             return status;
+        }
     }
     *tag = (ASN1TAG{identifier & 0xE0U} << 24) | number;
     return 0;
@@ -47,10 +52,12 @@ int readTag(ASN1CTXT* ctx, ASN1TAG* tag) {
 
 int readTagAndLength(ASN1CTXT* ctx, ASN1TAG* tag, int* length) {
     int status = readTag(ctx, tag);
-    if (status == 0)
+    if (status == 0) {
         status = readLength(ctx, length);
-    if (status != 0)
+    }
+    if (status != 0) {
         return status;
+    }
     return *length == LEN_INDEFINITE && (*tag & kTagConstructed) == 0 ? STATUS_BAD_LENGTH : 0;
 }
 
@@ -61,8 +68,9 @@ int walkToEndOfContents(ASN1CTXT* ctx, int depth) {
         ASN1TAG tag = 0;
         int length = 0;
         const int status = readHeader(ctx, &tag, &length, MATCH_ADVANCE);
-        if (status != 0)
+        if (status != 0) {
             return status;
+        }
         if (length == LEN_INDEFINITE) {
             ++depth;
         } else if (length != 0) {
@@ -74,7 +82,7 @@ int walkToEndOfContents(ASN1CTXT* ctx, int depth) {
     return 0;
 }
 
-/// What a search answers for the end of the input: the tag is not there.
+/// What a search returns for the end of the input: the tag is not there.
 int notFound(int status) {
     return status == STATUS_END_OF_BUFFER ? STATUS_TAG_MISMATCH : status;
 }
@@ -88,8 +96,9 @@ int skipFirst(ASN1CTXT* ctx) {
         return notFound(status);
     }
     // A constructed element is not skipped: the search goes on inside it.
-    if ((tag & kTagConstructed) == 0)
+    if ((tag & kTagConstructed) == 0) {
         skip(ctx, length);
+    }
     return 0;
 }
 
@@ -103,14 +112,18 @@ int seek(ASN1CTXT* ctx, ASN1TAG tag, int* length, bool seekOn, std::uint32_t* st
         ASN1TAG found = 0;
         *start = ctx->buffer.byteIndex;
         const int status = readHeader(ctx, &found, length, MATCH_ADVANCE);
-        if (status != 0)
+        if (status != 0) {
             return notFound(status);
-        if (sameTag(found, tag))
+        }
+        if (sameTag(found, tag)) {
             return 0;
-        if (!seekOn)
+        }
+        if (!seekOn) {
             return STATUS_TAG_MISMATCH;
-        if ((found & kTagConstructed) == 0)
+        }
+        if ((found & kTagConstructed) == 0) {
             skip(ctx, *length);
+        }
     }
 }
 
@@ -123,28 +136,32 @@ int readLongLength(ASN1CTXT* ctx, int* length) {
         *length = LEN_INDEFINITE;
         return 0;
     }
-    if (count > 4)
+    if (count > 4) {
         return STATUS_BAD_LENGTH;
+    }
     if (remaining(ctx) < count) {
         ctx->buffer.byteIndex = ctx->buffer.size;
         return STATUS_END_OF_BUFFER;
     }
     std::uint32_t value = 0;
-    for (std::uint32_t i = 0; i < count; ++i)
+    for (std::uint32_t i = 0; i < count; ++i) {
         value = (value << 8) | position(ctx)[i];
+    }
     ctx->buffer.byteIndex += count;
     // The four octets FF FF D8 F1 are the number that stands for the indefinite form, and are taken for it: an element
     // that claims this length must end with end-of-contents.
     *length = static_cast<int>(value);
-    if (*length == LEN_INDEFINITE || (ctx->flags & CTX_FLAG_NO_LENGTH_CHECK) != 0)
+    if (*length == LEN_INDEFINITE || (ctx->flags & CTX_FLAG_NO_LENGTH_CHECK) != 0) {
         return 0;
+    }
     return holds(ctx, *length) ? 0 : STATUS_BAD_LENGTH;
 }
 
 int readHeader(ASN1CTXT* ctx, ASN1TAG* tag, int* length, int options) {
     if (outerIndefinite(ctx)) {
-        if ((ctx->flags & CTX_FLAG_END_REACHED) != 0)
+        if ((ctx->flags & CTX_FLAG_END_REACHED) != 0) {
             return STATUS_END_OF_BUFFER;
+        }
     } else if (remaining(ctx) == 0) {
         return STATUS_END_OF_BUFFER;
     }
@@ -165,10 +182,12 @@ int skipElement(ASN1CTXT* ctx) {
     ASN1TAG tag = 0;
     int length = 0;
     const int status = readHeader(ctx, &tag, &length, MATCH_ADVANCE);
-    if (status != 0)
+    if (status != 0) {
         return status;
-    if (length == LEN_INDEFINITE)
+    }
+    if (length == LEN_INDEFINITE) {
         return movePastEndOfContents(ctx);
+    }
     skip(ctx, length);
     return 0;
 }
@@ -176,8 +195,9 @@ int skipElement(ASN1CTXT* ctx) {
 int match(ASN1CTXT* ctx, ASN1TAG tag, int* length, int options) {
     if ((options & MATCH_SKIP_FIRST) != 0) {
         const int status = skipFirst(ctx);
-        if (status != 0)
+        if (status != 0) {
             return status;
+        }
     }
     ASN1BufferState before;
     xu_SaveBufferState(ctx, &before);
@@ -188,23 +208,28 @@ int match(ASN1CTXT* ctx, ASN1TAG tag, int* length, int options) {
         xu_RestoreBufferState(ctx, &before);
         return status;
     }
-    if (length != nullptr)
+    if (length != nullptr) {
         *length = found;
-    if ((options & MATCH_ADVANCE) == 0)
+    }
+    if ((options & MATCH_ADVANCE) == 0) {
         ctx->buffer.byteIndex = start;
+    }
     return 0;
 }
 
 int indefiniteLength(const std::uint8_t* data, int size) {
-    if (data == nullptr)
+    if (data == nullptr) {
         return STATUS_BAD_ARGUMENT;
+    }
     ASN1CTXT reader = readOnlyContext();
     int length = 0;
     int status = xd_setp(&reader, data, size, nullptr, &length);
-    if (status != 0)
+    if (status != 0) {
         return status;
-    if (length != LEN_INDEFINITE)
+    }
+    if (length != LEN_INDEFINITE) {
         return STATUS_BAD_LENGTH;
+    }
     status = walkToEndOfContents(&reader, 0);
     return status != 0 ? status : static_cast<int>(reader.buffer.byteIndex);
 }
@@ -223,8 +248,9 @@ namespace {
 int clipToElement(ASN1CTXT* ctx, int length, int* elementLength) {
     if (length == LEN_INDEFINITE) {
         ctx->flags |= CTX_FLAG_OUTER_INDEFINITE;
-        if (elementLength != nullptr)
+        if (elementLength != nullptr) {
             *elementLength = LEN_INDEFINITE;
+        }
         return 0;
     }
     const std::uint64_t end = std::uint64_t{ctx->buffer.byteIndex} + static_cast<std::uint32_t>(length);
@@ -240,12 +266,14 @@ int clipToElement(ASN1CTXT* ctx, int length, int* elementLength) {
 
 int countElements(ASN1CTXT* ctx, int length, std::uint32_t* count) {
     const std::uint32_t start = ctx->buffer.byteIndex;
-    if (length != LEN_INDEFINITE && length <= 0)
+    if (length != LEN_INDEFINITE && length <= 0) {
         return 0;
+    }
     while (!decoding::atEndOfValue(ctx, start, length)) {
         const int status = decoding::skipElement(ctx);
-        if (status != 0)
+        if (status != 0) {
             return status;
+        }
         ++*count;
     }
     return 0;
@@ -258,11 +286,13 @@ namespace decoding {
 int bind(ASN1CTXT* ctx, const std::uint8_t* data, int size, ASN1TAG* tag, int* length) {
     const auto sizeInput = static_cast<std::uint32_t>(size > 0 ? size : std::numeric_limits<int>::max());
     int status = rtInitContextBuffer(ctx, data, sizeInput);
-    if (status != 0)
+    if (status != 0) {
         return status;
+    }
     // Without data the input is a fresh block, whose octets must not depend on what the memory held before.
-    if (data == nullptr)
+    if (data == nullptr) {
         std::memset(ctx->buffer.data, 0, ctx->buffer.size);
+    }
     ctx->flags &= static_cast<std::uint16_t>(~(CTX_FLAG_OUTER_INDEFINITE | CTX_FLAG_END_REACHED));
     ASN1TAG firstTag = 0;
     int firstLength = 0;
@@ -270,8 +300,9 @@ int bind(ASN1CTXT* ctx, const std::uint8_t* data, int size, ASN1TAG* tag, int* l
     if (status == 0) {
         status = clipToElement(ctx, firstLength, length);
         ctx->buffer.byteIndex = 0;
-        if (tag != nullptr)
+        if (tag != nullptr) {
             *tag = firstTag;
+        }
     } else if (status == STATUS_BAD_LENGTH) {
         ctx->buffer.byteIndex = 0;
     }
@@ -285,8 +316,9 @@ extern "C" {
 int xd_setp(ASN1CTXT* ctx, const std::uint8_t* data, int size, ASN1TAG* tag, int* length) noexcept {
     const int status = decoding::bind(ctx, data, size, tag, length);
     // Also after a failure: a caller may go on reading what is bound now.
-    if (ctx->initCode == ASN1_INIT_CODE)
+    if (ctx->initCode == ASN1_INIT_CODE) {
         rtMemHeapLimitToInput(&ctx->pTypeMemHeap, ctx->buffer.size);
+    }
     return status;
 }
 
@@ -303,8 +335,9 @@ int xd_len(ASN1CTXT* ctx, int* length) noexcept {
 }
 
 int xd_Tag1AndLen(ASN1CTXT* ctx, int* length) noexcept {
-    if (decoding::remaining(ctx) == 0)
+    if (decoding::remaining(ctx) == 0) {
         return decoding::enter(ctx, STATUS_END_OF_BUFFER);
+    }
     decoding::setConstructed(ctx, true);
     ++ctx->buffer.byteIndex;
     return decoding::enter(ctx, decoding::readLength(ctx, length));
@@ -322,8 +355,9 @@ int xd_count(ASN1CTXT* ctx, int length, std::uint32_t* count) noexcept {
     const ASN1Buffer before = ctx->buffer;
     *count = 0;
     const int status = countElements(ctx, length, count);
-    if (status == 0)
+    if (status == 0) {
         ctx->buffer = before;
+    }
     return decoding::enter(ctx, status);
 }
 
@@ -340,25 +374,29 @@ int xd_indeflen_ex(const std::uint8_t* data, int bufferSize) noexcept {
 }
 
 int xd_memcpy(ASN1CTXT* ctx, void* destination, int length) noexcept {
-    if (!decoding::holds(ctx, length))
+    if (!decoding::holds(ctx, length)) {
         return decoding::enter(ctx, STATUS_END_OF_BUFFER);
-    if (length != 0)
+    }
+    if (length != 0) {
         std::memcpy(destination, decoding::position(ctx), static_cast<std::size_t>(length));
+    }
     ctx->buffer.byteIndex += static_cast<std::uint32_t>(length);
     return 0;
 }
 
 void xu_SaveBufferState(ASN1CTXT* ctx, ASN1BufferState* state) noexcept {
-    if (state == nullptr)
+    if (state == nullptr) {
         state = &ctx->savedInfo;
+    }
     state->byteIndex = ctx->buffer.byteIndex;
     state->bitOffset = static_cast<std::uint16_t>(ctx->buffer.bitOffset);
     state->flags = ctx->flags;
 }
 
 void xu_RestoreBufferState(ASN1CTXT* ctx, const ASN1BufferState* state) noexcept {
-    if (state == nullptr)
+    if (state == nullptr) {
         state = &ctx->savedInfo;
+    }
     ctx->buffer.byteIndex = state->byteIndex;
     ctx->buffer.bitOffset = static_cast<std::int16_t>(state->bitOffset);
     ctx->flags = state->flags & static_cast<std::uint16_t>(~CTX_FLAG_END_REACHED);

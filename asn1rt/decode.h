@@ -1,14 +1,14 @@
 // BER decoder: binding an input, tags and lengths, skipping and searching.
 //
 // The reader is lenient, as BER allows: long forms with leading zeros, indefinite lengths, constructed strings, and
-// octets behind the first complete element, which are out of reach. It is strict where a wrong value would derail it.
+// octets after the first complete element, which are out of reach. It is strict where a wrong value would derail it.
 // No call reads outside the octets given to xd_setp, whatever the lengths claim and the flags say.
 //
 //     int length;
 //     int status = xd_setp(ctx, data, size, nullptr, nullptr);
 //     if (status == 0) status = xd_match1(ctx, 0x10, &length);   // SEQUENCE, the position now at its first member
 //
-// Every reader answers 0 or a negative status and enters a failure in the context's errInfo. The position after a
+// Every reader returns 0 or a negative status and records a failure in the context's errInfo. The position after a
 // failure is undefined unless it says otherwise; a STATUS_TAG_MISMATCH never moves it.
 #pragma once
 
@@ -27,13 +27,13 @@ extern "C" {
 /// element is longer than the input, STATUS_NOT_INITIALIZED on a dead context; otherwise as xd_tag_len. Null `data`
 /// stands for `size` zero octets, which the heap must have room for (STATUS_NO_MEMORY).
 ///
-/// From here on, the type heap may grow by 64 times the element's size and 1 MiB; decoders then answer
+/// From here on, the type heap may grow by 64 times the element's size and 1 MiB; decoders then return
 /// STATUS_NO_MEMORY.
 [[nodiscard]] TALLOW_EXPORT int xd_setp(ASN1CTXT* ctx, const std::uint8_t* data, int size, ASN1TAG* tag,
                                         int* length) noexcept;
 
-/// Reads one tag and length. With MATCH_ADVANCE the position is left behind them (after a failure where it failed),
-/// otherwise it goes back to the start of the element. STATUS_END_OF_BUFFER, STATUS_BAD_TAG for a tag number above 29
+/// Reads one tag and length. With MATCH_ADVANCE the position is left after them (after a failure where it failed),
+/// otherwise it returns to the start of the element. STATUS_END_OF_BUFFER, STATUS_BAD_TAG for a tag number above 29
 /// bits, STATUS_BAD_LENGTH for an indefinite primitive or as xd_len.
 [[nodiscard]] TALLOW_EXPORT int xd_tag_len(ASN1CTXT* ctx, ASN1TAG* tag, int* length, int options) noexcept;
 
@@ -50,10 +50,10 @@ extern "C" {
 /// Reads one tag octet, compared without its constructed bit, and the length (may be null).
 [[nodiscard]] TALLOW_EXPORT int xd_match1(ASN1CTXT* ctx, std::uint8_t tagOctet, int* length) noexcept;
 
-/// Looks for `tag`, compared without its constructed bit, at the position, or with MATCH_SEEK anywhere behind it, depth
-/// first through constructed elements. On success the position is at the element, or behind its header with
+/// Looks for `tag`, compared without its constructed bit, at the position, or with MATCH_SEEK anywhere after it, depth
+/// first through constructed elements. On success the position is at the element, or after its header with
 /// MATCH_ADVANCE, and `length` (may be null) receives its length. STATUS_TAG_MISMATCH when it is not there, with the
-/// position as before (with MATCH_SKIP_FIRST: behind what was skipped, or where nothing is left to skip, at the element
+/// position as before (with MATCH_SKIP_FIRST: after what was skipped, or where nothing is left to skip, at the element
 /// read last). Otherwise as xd_tag_len.
 [[nodiscard]] TALLOW_EXPORT int xd_match(ASN1CTXT* ctx, ASN1TAG tag, int* length, int options) noexcept;
 
@@ -64,7 +64,7 @@ extern "C" {
 /// Skips one element. The contents of a definite one are not compared with what is left; the next read notices.
 [[nodiscard]] TALLOW_EXPORT int xd_NextElement(ASN1CTXT* ctx) noexcept;
 
-/// Skips to behind the end-of-contents of the indefinite element whose contents begin at the position. Any depth of
+/// Skips past the end-of-contents of the indefinite element whose contents begin at the position. Any depth of
 /// nesting, in time linear to the octets and without recursion.
 [[nodiscard]] TALLOW_EXPORT int xd_MovePastEOC(ASN1CTXT* ctx) noexcept;
 
@@ -72,7 +72,7 @@ extern "C" {
 /// when it is of definite length, STATUS_BAD_ARGUMENT for null, 0 when `bufferSize` is below 5.
 [[nodiscard]] TALLOW_EXPORT int xd_indeflen_ex(const std::uint8_t* data, int bufferSize) noexcept;
 
-/// Copies input to `destination` and moves behind it. STATUS_END_OF_BUFFER, with nothing copied.
+/// Copies input to `destination` and moves past it. STATUS_END_OF_BUFFER, with nothing copied.
 [[nodiscard]] TALLOW_EXPORT int xd_memcpy(ASN1CTXT* ctx, void* destination, int length) noexcept;
 
 /// Save and restore the position and the flags in `state`, or for null in the context's own slot, which every

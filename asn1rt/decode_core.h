@@ -1,5 +1,5 @@
 // Through these functions every octet of input is read: the bounds checks stand here and nowhere else. None of them
-// enters a failure in the context; the public readers do that for the status they answer.
+// records a failure in the context; the public readers do that for the status they return.
 #pragma once
 
 #include <cstdint>
@@ -10,7 +10,7 @@ namespace decoding {
 
 inline constexpr std::uint8_t kConstructedBit = 0x20;
 
-/// Octets between the position and the end of the input. The position may stand behind the end, since skipping does not
+/// Octets between the position and the end of the input. The position may be past the end, since skipping does not
 /// look.
 inline std::uint32_t remaining(const ASN1CTXT* ctx) {
     return ctx->buffer.size > ctx->buffer.byteIndex ? ctx->buffer.size - ctx->buffer.byteIndex : 0;
@@ -24,7 +24,7 @@ inline const std::uint8_t* position(const ASN1CTXT* ctx) {
     return ctx->buffer.data + ctx->buffer.byteIndex;
 }
 
-/// Moves on without looking; a length beyond what 32 bits can count stops there, which is behind any input.
+/// Moves on without looking; a length beyond what 32 bits can count stops there, which is past any input.
 inline void skip(ASN1CTXT* ctx, int length) {
     const auto octets = static_cast<std::uint32_t>(length);
     const std::uint32_t room = UINT32_MAX - ctx->buffer.byteIndex;
@@ -47,7 +47,7 @@ inline bool outerIndefinite(const ASN1CTXT* ctx) {
     return (ctx->flags & CTX_FLAG_OUTER_INDEFINITE) != 0;
 }
 
-/// Enters a failure; `status` is answered in any case.
+/// Records a failure; `status` is returned in any case.
 inline int enter(ASN1CTXT* ctx, int status) {
     return status == 0 ? 0 : rtErrSetData(&ctx->errInfo, status, nullptr, 0);
 }
@@ -59,8 +59,9 @@ inline bool atEndOfContents(const ASN1CTXT* ctx) {
 
 /// The end of a value of `length` octets, or LEN_INDEFINITE, whose contents began at index `start`.
 inline bool atEndOfValue(const ASN1CTXT* ctx, std::uint32_t start, int length) {
-    if (length == LEN_INDEFINITE)
+    if (length == LEN_INDEFINITE) {
         return remaining(ctx) < 2 || atEndOfContents(ctx);
+    }
     return remaining(ctx) == 0 || std::int64_t{ctx->buffer.byteIndex} - start >= length;
 }
 
@@ -68,11 +69,13 @@ inline bool atEndOfValue(const ASN1CTXT* ctx, std::uint32_t start, int length) {
 
 /// Length octets, see xd_len.
 inline int readLength(ASN1CTXT* ctx, int* length) {
-    if (remaining(ctx) == 0)
+    if (remaining(ctx) == 0) {
         return STATUS_END_OF_BUFFER;
+    }
     const std::uint8_t first = *position(ctx);
-    if (first >= 0x80)
+    if (first >= 0x80) {
         return readLongLength(ctx, length);
+    }
     ++ctx->buffer.byteIndex;
     *length = first;
     return 0;
@@ -86,26 +89,31 @@ inline int readLength(ASN1CTXT* ctx, int* length) {
 
 /// One tag octet that must equal `octet` (the bits of `ignored` aside), and the length, see xd_match1.
 inline int readOctetHeader(ASN1CTXT* ctx, std::uint8_t octet, std::uint8_t ignored, int* length) {
-    if (remaining(ctx) == 0)
+    if (remaining(ctx) == 0) {
         return STATUS_END_OF_BUFFER;
+    }
     const std::uint8_t found = *position(ctx);
-    if (((found ^ octet) & ~ignored & 0xFF) != 0)
+    if (((found ^ octet) & ~ignored & 0xFF) != 0) {
         return STATUS_TAG_MISMATCH;
+    }
     const bool constructed = (found & kConstructedBit) != 0;
     setConstructed(ctx, constructed);
     ++ctx->buffer.byteIndex;
     int read = 0;
     const int status = readLength(ctx, &read);
-    if (status != 0)
+    if (status != 0) {
         return status;
-    if (read == LEN_INDEFINITE && !constructed)
+    }
+    if (read == LEN_INDEFINITE && !constructed) {
         return STATUS_BAD_LENGTH;
-    if (length != nullptr)
+    }
+    if (length != nullptr) {
         *length = read;
+    }
     return 0;
 }
 
-/// Behind the end-of-contents, see xd_MovePastEOC.
+/// After the end-of-contents, see xd_MovePastEOC.
 [[nodiscard]] int movePastEndOfContents(ASN1CTXT* ctx);
 
 /// Over one element, see xd_NextElement.

@@ -29,16 +29,20 @@ int measureSegments(ASN1CTXT* ctx, ASN1TAG segmentTag, int* contentLength, int* 
         ASN1TAG tag = 0;
         int length = 0;
         const int status = decoding::readHeader(ctx, &tag, &length, MATCH_ADVANCE);
-        if (status != 0)
+        if (status != 0) {
             return status;
-        if (tag != 0 && tag != segmentTag)
+        }
+        if (tag != 0 && tag != segmentTag) {
             return STATUS_BAD_TAG;
-        if (tag == 0 && length == 0)
+        }
+        if (tag == 0 && length == 0) {
             break;
+        }
         if (length > 0) {
             // Segments that run past the input cannot be followed by end-of-contents, so the sum stays below its size.
-            if (!decoding::holds(ctx, length))
+            if (!decoding::holds(ctx, length)) {
                 return STATUS_END_OF_BUFFER;
+            }
             decoding::skip(ctx, length);
             sum += length;
         }
@@ -53,8 +57,9 @@ int measure(ASN1CTXT* ctx, ASN1TAG segmentTag, int* contentLength, int* encodedL
     ASN1BufferState state;
     xu_SaveBufferState(ctx, &state);
     const int status = measureSegments(ctx, segmentTag, contentLength, encodedLength);
-    if (status == 0)
+    if (status == 0) {
         xu_RestoreBufferState(ctx, &state);
+    }
     return status;
 }
 
@@ -63,12 +68,14 @@ int measure(ASN1CTXT* ctx, ASN1TAG segmentTag, int* contentLength, int* encodedL
 int readExtent(ASN1CTXT* ctx, std::uint8_t octet, ASN1TAG segmentTag, ASN1TagType tagType, int length, Extent* extent) {
     if (tagType == TAG_EXPLICIT) {
         const int status = decoding::readOctetHeader(ctx, octet, decoding::kConstructedBit, &length);
-        if (status != 0)
+        if (status != 0) {
             return status;
+        }
     }
     *extent = Extent{decoding::isConstructed(ctx), length == LEN_INDEFINITE, length, length};
-    if (extent->indefinite)
+    if (extent->indefinite) {
         return measure(ctx, segmentTag, &extent->contents, &extent->encoded);
+    }
     return extent->constructed || length < 0 || decoding::holds(ctx, length) ? 0 : STATUS_END_OF_BUFFER;
 }
 
@@ -80,48 +87,58 @@ std::uint32_t roomFor(const ASN1CTXT* ctx, const Extent& extent) {
 
 /// The strings consume their own end-of-contents.
 int finish(ASN1CTXT* ctx, const Extent& extent) {
-    if (!extent.constructed || !extent.indefinite)
+    if (!extent.constructed || !extent.indefinite) {
         return 0;
-    if (!decoding::atEndOfContents(ctx))
+    }
+    if (!decoding::atEndOfContents(ctx)) {
         return STATUS_BAD_LENGTH;
+    }
     ctx->buffer.byteIndex += 2;
     return 0;
 }
 
 int copyInput(ASN1CTXT* ctx, std::uint8_t* destination, int length) {
-    if (!decoding::holds(ctx, length))
+    if (!decoding::holds(ctx, length)) {
         return STATUS_END_OF_BUFFER;
-    if (length != 0)
+    }
+    if (length != 0) {
         std::memcpy(destination, position(ctx), static_cast<std::size_t>(length));
+    }
     ctx->buffer.byteIndex += static_cast<std::uint32_t>(length);
     return 0;
 }
 
 /// The header of a string that must be primitive. When the length cannot be read, the failure is entered and `length`
-/// stays what the caller gave: the reading goes on with that, and its outcome is the answer, while the context
+/// stays what the caller gave: the reading goes on with that, and its outcome is the result, while the context
 /// remembers the first failure.
 int readPrimitiveHeader(ASN1CTXT* ctx, std::uint8_t octet, int* length) {
-    if (remaining(ctx) == 0)
+    if (remaining(ctx) == 0) {
         return STATUS_END_OF_BUFFER;
-    if (*position(ctx) != octet)
+    }
+    if (*position(ctx) != octet) {
         return STATUS_TAG_MISMATCH;
+    }
     decoding::setConstructed(ctx, false);
     ++ctx->buffer.byteIndex;
     int read = 0;
-    if (enter(ctx, decoding::readLength(ctx, &read)) == 0)
+    if (enter(ctx, decoding::readLength(ctx, &read)) == 0) {
         *length = read;
+    }
     return 0;
 }
 
-/// Contents of `length` octets that must fit `room`; answers the octets copied.
+/// Contents of `length` octets that must fit `room`; returns the octets copied.
 int primitiveOctets(ASN1CTXT* ctx, std::uint8_t* destination, std::uint32_t room, int length, std::uint32_t* count) {
-    if (length < 0)
+    if (length < 0) {
         return STATUS_BAD_LENGTH;
-    if (static_cast<std::uint32_t>(length) > room)
+    }
+    if (static_cast<std::uint32_t>(length) > room) {
         return STATUS_STRING_OVERFLOW;
+    }
     const int status = copyInput(ctx, destination, length);
-    if (status == 0)
+    if (status == 0) {
         *count = static_cast<std::uint32_t>(length);
+    }
     return status;
 }
 
@@ -138,10 +155,12 @@ int segmentedOctets(ASN1CTXT* ctx, std::uint8_t* destination, std::uint32_t room
         int segment = static_cast<int>(room - gathered);
         int status = segmentStatus(readPrimitiveHeader(ctx, kOctetStringOctet, &segment));
         std::uint32_t copied = 0;
-        if (status == 0)
+        if (status == 0) {
             status = primitiveOctets(ctx, destination + gathered, room - gathered, segment, &copied);
-        if (status != 0)
+        }
+        if (status != 0) {
             return status;
+        }
         gathered += copied;
     }
     *count = gathered;
@@ -154,24 +173,29 @@ int octetContents(ASN1CTXT* ctx, std::uint8_t* destination, std::uint32_t room, 
                        : primitiveOctets(ctx, destination, room, length, count);
 }
 
-/// A heap block with the contents and `extra` zero octets behind them; nothing is allocated for a negative length.
+/// A heap block with the contents and `extra` zero octets after them; nothing is allocated for a negative length.
 int allocateContents(ASN1CTXT* ctx, const Extent& extent, std::uint32_t extra, std::uint8_t** block,
                      std::uint32_t* count) {
     const std::uint32_t room = extent.contents >= 0 ? roomFor(ctx, extent) : 0;
     auto* made = static_cast<std::uint8_t*>(rtMemHeapAlloc(&ctx->pTypeMemHeap, std::size_t{room} + extra));
-    if (made == nullptr)
+    if (made == nullptr) {
         return STATUS_NO_MEMORY;
+    }
     *block = made;
     int status = 0;
-    if (extent.contents >= 0)
+    if (extent.contents >= 0) {
         status = octetContents(ctx, made, room, extent.constructed, extent.encoded, count);
-    if (status != 0)
+    }
+    if (status != 0) {
         return status;
-    if (extra != 0)
+    }
+    if (extra != 0) {
         std::memset(made + *count, 0, extra);
+    }
     // Segment headers took part in the measure; the size of the block is to tell the octets of the string.
-    if (*count < room)
+    if (*count < room) {
         static_cast<void>(rtMemHeapRealloc(&ctx->pTypeMemHeap, made, std::size_t{*count} + extra));
+    }
     return finish(ctx, extent);
 }
 
@@ -182,8 +206,9 @@ bool zeroCopy(const ASN1CTXT* ctx, const Extent& extent) {
 int readOctets(ASN1CTXT* ctx, const std::uint8_t** data, std::uint32_t* numocts, const Extent& extent) {
     *data = nullptr;
     *numocts = 0;
-    if (extent.contents < 0)
+    if (extent.contents < 0) {
         return 0;
+    }
     if (zeroCopy(ctx, extent)) {
         *data = position(ctx);
         *numocts = static_cast<std::uint32_t>(extent.contents);
@@ -204,8 +229,9 @@ std::uint8_t octetOf(ASN1TAG tag) {
 template <typename Character>
 Character toHost(const std::uint8_t* octets) {
     std::uint32_t value = 0;
-    for (std::size_t i = 0; i < sizeof(Character); ++i)
+    for (std::size_t i = 0; i < sizeof(Character); ++i) {
         value = (value << 8) | octets[i];
+    }
     return static_cast<Character>(value);
 }
 
@@ -216,15 +242,18 @@ int readWide(ASN1CTXT* ctx, String* string, ASN1TagType tagType, ASN1TAG tag, in
     string->data = nullptr;
     Extent extent{};
     const int status = readExtent(ctx, octetOf(tag), kTagOctetString, tagType, length, &extent);
-    if (status != 0)
+    if (status != 0) {
         return status;
-    if (extent.contents == 0 && extent.encoded == 0)
+    }
+    if (extent.contents == 0 && extent.encoded == 0) {
         return finish(ctx, extent);
+    }
     std::uint8_t* block = nullptr;
     std::uint32_t count = 0;
     const int read = allocateContents(ctx, extent, 0, &block, &count);
-    if (read != 0 || count == 0)
+    if (read != 0 || count == 0) {
         return read;
+    }
     string->nchars = count / sizeof(Character);
     string->data = static_cast<Character*>(static_cast<void*>(block));
     for (std::uint32_t i = 0; i < string->nchars; ++i) {
@@ -239,10 +268,12 @@ std::uint32_t octetsOf(std::uint32_t numbits) {
 }
 
 int bitCount(std::uint32_t octets, std::uint8_t unused, std::uint32_t* numbits) {
-    if (unused > 7)
+    if (unused > 7) {
         return STATUS_BAD_VALUE;
-    if (octets == 0 && unused != 0)
+    }
+    if (octets == 0 && unused != 0) {
         return STATUS_BAD_LENGTH;
+    }
     *numbits = octets * 8 - unused;
     return 0;
 }
@@ -250,21 +281,27 @@ int bitCount(std::uint32_t octets, std::uint8_t unused, std::uint32_t* numbits) 
 int primitiveBits(ASN1CTXT* ctx, std::uint8_t* destination, std::uint32_t capacity, int length,
                   std::uint32_t* numbits) {
     *numbits = 0;
-    if (length == 0)
+    if (length == 0) {
         return 0;
-    if (length < 0)
+    }
+    if (length < 0) {
         return STATUS_BAD_LENGTH;
-    if (remaining(ctx) == 0)
+    }
+    if (remaining(ctx) == 0) {
         return STATUS_END_OF_BUFFER;
+    }
     const std::uint8_t unused = *position(ctx);
     ++ctx->buffer.byteIndex;
-    if (length == 1)
+    if (length == 1) {
         return unused == 0 ? 0 : STATUS_BAD_LENGTH;
+    }
     const int octets = length - 1;
-    if (unused > 7)
+    if (unused > 7) {
         return STATUS_BAD_VALUE;
-    if (static_cast<std::uint32_t>(octets) > capacity)
+    }
+    if (static_cast<std::uint32_t>(octets) > capacity) {
         return STATUS_STRING_OVERFLOW;
+    }
     const int status = copyInput(ctx, destination, octets);
     return status != 0 ? status : bitCount(static_cast<std::uint32_t>(octets), unused, numbits);
 }
@@ -277,10 +314,12 @@ public:
     BitSegments(std::uint8_t* destination, std::uint32_t capacity) : destination_(destination), capacity_(capacity) {}
 
     int add(ASN1CTXT* ctx, int length) {
-        if (length < 0)
+        if (length < 0) {
             return STATUS_BAD_LENGTH;
-        if (!decoding::holds(ctx, length))
+        }
+        if (!decoding::holds(ctx, length)) {
             return STATUS_END_OF_BUFFER;
+        }
         const std::uint64_t total = std::uint64_t{gathered_} + static_cast<std::uint32_t>(length);
         if (!unusedFound_ && length > 0 && total == std::uint64_t{capacity_} + 1) {
             unused_ = *position(ctx);
@@ -321,12 +360,14 @@ int segmentedBits(ASN1CTXT* ctx, std::uint8_t* destination, std::uint32_t capaci
         int segment = 0;
         int status = decoding::readOctetHeader(ctx, kBitStringOctet, decoding::kConstructedBit, &segment);
         status = status == 0 ? segments.add(ctx, segment) : segmentStatus(status);
-        if (status != 0)
+        if (status != 0) {
             return status;
+        }
     }
     const int status = segments.finish(numbits);
-    if (status != 0 || length == LEN_INDEFINITE)
+    if (status != 0 || length == LEN_INDEFINITE) {
         return status;
+    }
     return ctx->buffer.byteIndex - start == static_cast<std::uint32_t>(length) ? 0 : STATUS_BAD_LENGTH;
 }
 
@@ -340,8 +381,9 @@ int bitContents(ASN1CTXT* ctx, std::uint8_t* destination, std::uint32_t capacity
 int bitsInInput(ASN1CTXT* ctx, const std::uint8_t** data, std::uint32_t* numbits, int contents) {
     const std::uint8_t* octets = position(ctx);
     const int status = bitCount(static_cast<std::uint32_t>(contents - 1), *octets, numbits);
-    if (status != 0)
+    if (status != 0) {
         return status;
+    }
     *data = octets + 1;
     decoding::skip(ctx, contents);
     return 0;
@@ -354,10 +396,12 @@ int noBits(ASN1CTXT* ctx, const Extent& extent) {
     if (extent.constructed && extent.indefinite && extent.encoded > 0) {
         return bitContents(ctx, &none, 0, true, extent.encoded, &numbits);
     }
-    if (extent.contents != 1)
+    if (extent.contents != 1) {
         return 0;
-    if (remaining(ctx) == 0)
+    }
+    if (remaining(ctx) == 0) {
         return STATUS_END_OF_BUFFER;
+    }
     const bool zero = *position(ctx) == 0;
     ++ctx->buffer.byteIndex;
     return zero ? 0 : STATUS_BAD_LENGTH;
@@ -366,18 +410,22 @@ int noBits(ASN1CTXT* ctx, const Extent& extent) {
 int readBits(ASN1CTXT* ctx, const std::uint8_t** data, std::uint32_t* numbits, const Extent& extent) {
     *data = nullptr;
     *numbits = 0;
-    if (extent.contents < 2)
+    if (extent.contents < 2) {
         return noBits(ctx, extent);
+    }
     // The count of bits has 32 of them.
-    if (static_cast<std::uint32_t>(extent.contents) > UINT32_MAX / 8)
+    if (static_cast<std::uint32_t>(extent.contents) > UINT32_MAX / 8) {
         return STATUS_BAD_LENGTH;
-    if (zeroCopy(ctx, extent))
+    }
+    if (zeroCopy(ctx, extent)) {
         return bitsInInput(ctx, data, numbits, extent.contents);
+    }
     const std::uint32_t capacity = static_cast<std::uint32_t>(extent.contents) - 1;
     const std::uint32_t room = std::min(capacity, remaining(ctx));
     auto* block = static_cast<std::uint8_t*>(rtMemHeapAlloc(&ctx->pTypeMemHeap, room));
-    if (block == nullptr)
+    if (block == nullptr) {
         return STATUS_NO_MEMORY;
+    }
     *data = block;
     return bitContents(ctx, block, room, extent.constructed, extent.encoded, numbits);
 }
@@ -390,8 +438,9 @@ int xd_octstr(ASN1CTXT* ctx, const std::uint8_t** data, std::uint32_t* numocts, 
               int length) noexcept {
     Extent extent{};
     int status = readExtent(ctx, kOctetStringOctet, kTagOctetString, tagType, length, &extent);
-    if (status == 0)
+    if (status == 0) {
         status = readOctets(ctx, data, numocts, extent);
+    }
     return enter(ctx, status);
 }
 
@@ -399,14 +448,17 @@ int xd_octstr_s(ASN1CTXT* ctx, std::uint8_t* destination, std::uint32_t* numocts
                 int length) noexcept {
     if (tagType == TAG_EXPLICIT) {
         const int status = readPrimitiveHeader(ctx, kOctetStringOctet, &length);
-        if (status != 0)
+        if (status != 0) {
             return enter(ctx, status);
+        }
     }
-    if (length < 0)
+    if (length < 0) {
         return enter(ctx, STATUS_BAD_LENGTH);
+    }
     const std::uint32_t capacity = *numocts;
-    if (static_cast<std::uint32_t>(length) > capacity)
+    if (static_cast<std::uint32_t>(length) > capacity) {
         return enter(ctx, STATUS_STRING_OVERFLOW);
+    }
     return enter(ctx, octetContents(ctx, destination, capacity, decoding::isConstructed(ctx), length, numocts));
 }
 
@@ -414,10 +466,12 @@ int xd_bitstr(ASN1CTXT* ctx, const std::uint8_t** data, std::uint32_t* numbits, 
               int length) noexcept {
     Extent extent{};
     int status = readExtent(ctx, kBitStringOctet, kTagBitString, tagType, length, &extent);
-    if (status == 0)
+    if (status == 0) {
         status = readBits(ctx, data, numbits, extent);
-    if (status == 0)
+    }
+    if (status == 0) {
         status = finish(ctx, extent);
+    }
     return enter(ctx, status);
 }
 
@@ -425,8 +479,9 @@ int xd_bitstr_s(ASN1CTXT* ctx, std::uint8_t* destination, std::uint32_t* numbits
                 int length) noexcept {
     if (tagType == TAG_EXPLICIT) {
         const int status = decoding::readOctetHeader(ctx, kBitStringOctet, 0, &length);
-        if (status != 0)
+        if (status != 0) {
             return enter(ctx, status);
+        }
     }
     const std::uint32_t capacity = octetsOf(*numbits);
     return enter(ctx, bitContents(ctx, destination, capacity, decoding::isConstructed(ctx), length, numbits));
@@ -435,8 +490,9 @@ int xd_bitstr_s(ASN1CTXT* ctx, std::uint8_t* destination, std::uint32_t* numbits
 int xd_charstr(ASN1CTXT* ctx, const char** text, ASN1TagType tagType, ASN1TAG tag, int length) noexcept {
     Extent extent{};
     int status = readExtent(ctx, octetOf(tag), kTagOctetString, tagType, length, &extent);
-    if (status != 0)
+    if (status != 0) {
         return enter(ctx, status);
+    }
     std::uint8_t* block = nullptr;
     std::uint32_t count = 0;
     status = allocateContents(ctx, extent, 1, &block, &count);

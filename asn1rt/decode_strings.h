@@ -1,8 +1,8 @@
 // BER decoder, the readers of octet, bit and character strings, in primitive and constructed form. What holds for all
-// readers is told in "asn1rt/decode.h", the use of `tagType` and `length` in "asn1rt/decode_values.h".
+// readers is described in "asn1rt/decode.h", the use of `tagType` and `length` in "asn1rt/decode_values.h".
 //
 // A caller who passes TAG_IMPLICIT must have read the tag with a call of this runtime just before, since
-// CTX_FLAG_CONSTRUCTED tells the form. Strings of indefinite length are measured first, then copied; they are the one
+// CTX_FLAG_CONSTRUCTED gives the form. Strings of indefinite length are measured first, then copied; they are the one
 // kind of value that consumes its own end-of-contents. Values come from the type heap (STATUS_NO_MEMORY), or point into
 // the input for primitive octet and bit strings under CTX_FLAG_ZERO_COPY.
 #pragma once
@@ -20,7 +20,7 @@ extern "C" {
 /// Into an array of the caller's, whose capacity in octets `numocts` holds on entry, and the octets read on return.
 /// STATUS_STRING_OVERFLOW when the length (in constructed form the segment headers count too) is above the capacity,
 /// STATUS_BAD_LENGTH for an indefinite one. With TAG_EXPLICIT only the primitive form is accepted; a length that cannot
-/// be read is then entered in the context, and the call goes on with the length it was given.
+/// be read is then recorded in the context, and the call goes on with the length it was given.
 [[nodiscard]] TALLOW_EXPORT int xd_octstr_s(ASN1CTXT* ctx, std::uint8_t* destination, std::uint32_t* numocts,
                                             ASN1TagType tagType, int length) noexcept;
 

@@ -29,12 +29,12 @@ extern "C" {
 [[nodiscard]] TALLOW_EXPORT int xd_uint16(ASN1CTXT* ctx, std::uint16_t* value, ASN1TagType tagType,
                                           int length) noexcept;
 
-/// As xd_integer. A STATUS_TAG_MISMATCH is answered only, and not entered in the context.
+/// As xd_integer. A STATUS_TAG_MISMATCH is returned only, and not recorded in the context.
 [[nodiscard]] TALLOW_EXPORT int xd_enum(ASN1CTXT* ctx, std::int32_t* value, ASN1TagType tagType, int length) noexcept;
 
 /// An INTEGER of any size as hexadecimal text that xe_bigint reads back: "0x7f"; "0x080" for 128; "0xff" for -1; "0x0"
-/// for 0 and for empty contents. The text belongs to the type heap. STATUS_END_OF_BUFFER is answered only, and not
-/// entered in the context. STATUS_NO_MEMORY.
+/// for 0 and for empty contents. The text belongs to the type heap. STATUS_END_OF_BUFFER is returned only, and not
+/// recorded in the context. STATUS_NO_MEMORY.
 [[nodiscard]] TALLOW_EXPORT int xd_bigint(ASN1CTXT* ctx, const char** text, ASN1TagType tagType, int length) noexcept;
 
 /// STATUS_BAD_LENGTH for contents. With TAG_IMPLICIT it does nothing: contents that should not be there stay unread,

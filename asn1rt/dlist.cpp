@@ -8,12 +8,13 @@ namespace {
 
 _Asn1RTDListNode* newNode(ASN1CTXT* ctx, void* data) {
     auto* node = static_cast<_Asn1RTDListNode*>(rtMemHeapAlloc(&ctx->pTypeMemHeap, sizeof(_Asn1RTDListNode)));
-    if (node != nullptr)
+    if (node != nullptr) {
         *node = _Asn1RTDListNode{data, nullptr, nullptr};
+    }
     return node;
 }
 
-/// Links `node` in behind `previous`; null prepends.
+/// Links `node` in after `previous`; null prepends.
 _Asn1RTDListNode* linkBehind(_Asn1RTDList* list, _Asn1RTDListNode* previous, _Asn1RTDListNode* node) {
     node->pPrev = previous;
     node->pNext = previous != nullptr ? previous->pNext : list->pHead;
@@ -33,8 +34,9 @@ _Asn1RTDListNode* insertBehind(ASN1CTXT* ctx, _Asn1RTDList* list, _Asn1RTDListNo
 extern "C" {
 
 void rtDListInit(_Asn1RTDList* list) noexcept {
-    if (list != nullptr)
+    if (list != nullptr) {
         *list = _Asn1RTDList{0, nullptr, nullptr};
+    }
 }
 
 _Asn1RTDListNode* rtDListAppend(ASN1CTXT* ctx, _Asn1RTDList* list, void* data) noexcept {
@@ -42,8 +44,9 @@ _Asn1RTDListNode* rtDListAppend(ASN1CTXT* ctx, _Asn1RTDList* list, void* data) n
 }
 
 _Asn1RTDListNode* rtDListInsert(ASN1CTXT* ctx, _Asn1RTDList* list, int index, void* data) noexcept {
-    if (index < 0 || static_cast<std::uint32_t>(index) > list->count)
+    if (index < 0 || static_cast<std::uint32_t>(index) > list->count) {
         return nullptr;
+    }
     return insertBehind(ctx, list, index == 0 ? nullptr : rtDListFindByIndex(list, index - 1), data);
 }
 
@@ -62,26 +65,30 @@ _Asn1RTDListNode* rtDListAppendNode(ASN1CTXT* /*ctx*/, _Asn1RTDList* list, void*
 }
 
 _Asn1RTDListNode* rtDListFindByIndex(const _Asn1RTDList* list, int index) noexcept {
-    if (index >= 0 && static_cast<std::uint32_t>(index) >= list->count)
+    if (index >= 0 && static_cast<std::uint32_t>(index) >= list->count) {
         return nullptr;
+    }
     _Asn1RTDListNode* node = list->pHead;
-    for (int position = 0; position < index; ++position)
+    for (int position = 0; position < index; ++position) {
         node = node->pNext;
+    }
     return node;
 }
 
 _Asn1RTDListNode* rtDListFindByData(const _Asn1RTDList* list, const void* data) noexcept {
     _Asn1RTDListNode* node = list->pHead;
-    while (node != nullptr && node->data != data)
+    while (node != nullptr && node->data != data) {
         node = node->pNext;
+    }
     return node;
 }
 
 int rtDListFindIndexByData(const _Asn1RTDList* list, const void* data) noexcept {
     int index = 0;
     for (const _Asn1RTDListNode* node = list->pHead; node != nullptr; node = node->pNext, ++index) {
-        if (node->data == data)
+        if (node->data == data) {
             return index;
+        }
     }
     return -1;
 }
@@ -104,8 +111,9 @@ void rtDListFreeNodes(ASN1CTXT* ctx, _Asn1RTDList* list) noexcept {
 
 void rtDListFreeAll(ASN1CTXT* ctx, _Asn1RTDList* list) noexcept {
     for (_Asn1RTDListNode* node = list->pHead; node != nullptr; node = node->pNext) {
-        if (node->data != node + 1)
+        if (node->data != node + 1) {
             rtMemHeapFreePtr(&ctx->pTypeMemHeap, node->data);
+        }
     }
     rtDListFreeNodes(ctx, list);
 }
@@ -115,10 +123,12 @@ int rtDListToArray(ASN1CTXT* ctx, const _Asn1RTDList* list, void** array, std::u
     const std::size_t size = std::size_t{list->count} * elementSize;
     if (*array == nullptr || (capacity != nullptr && *capacity < list->count)) {
         *array = rtMemHeapAlloc(&ctx->pTypeMemHeap, size);
-        if (*array == nullptr)
+        if (*array == nullptr) {
             return 0;
-        if (capacity != nullptr)
+        }
+        if (capacity != nullptr) {
             *capacity = list->count;
+        }
     }
     auto* out = static_cast<std::uint8_t*>(*array);
     for (const _Asn1RTDListNode* node = list->pHead; node != nullptr; node = node->pNext, out += elementSize) {
@@ -133,23 +143,27 @@ int rtDListToArray(ASN1CTXT* ctx, const _Asn1RTDList* list, void** array, std::u
 
 void rtDListAppendArray(ASN1CTXT* ctx, _Asn1RTDList* list, void* array, int count, std::uint32_t elementSize) noexcept {
     auto* element = static_cast<std::uint8_t*>(array);
-    for (int i = 0; i < count; ++i, element += elementSize)
+    for (int i = 0; i < count; ++i, element += elementSize) {
         rtDListAppend(ctx, list, element);
+    }
 }
 
 void rtDListAppendArrayCopy(ASN1CTXT* ctx, _Asn1RTDList* list, const void* array, int count,
                             std::uint32_t elementSize) noexcept {
-    if (elementSize == 0)
+    if (elementSize == 0) {
         return;
+    }
     const auto* elements = static_cast<const std::uint8_t*>(array);
     // Callers count in octets here: the counter steps by the size of an element and stops at `count`.
     for (std::int64_t offset = 0; offset < count; offset += elementSize) {
         void* copy = rtMemHeapAlloc(&ctx->pTypeMemHeap, elementSize);
-        if (copy == nullptr)
+        if (copy == nullptr) {
             continue;
+        }
         std::memcpy(copy, elements + offset, elementSize);
-        if (rtDListAppend(ctx, list, copy) == nullptr)
+        if (rtDListAppend(ctx, list, copy) == nullptr) {
             rtMemHeapFreePtr(&ctx->pTypeMemHeap, copy);
+        }
     }
 }
 

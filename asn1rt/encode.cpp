@@ -7,16 +7,18 @@
 
 namespace {
 
-/// Gives the context a larger buffer and answers the old block, which the caller frees once nothing refers to it.
+/// Gives the context a larger buffer and returns the old block, which the caller frees once nothing refers to it.
 int growBuffer(ASN1CTXT* ctx, std::uint32_t length, std::uint8_t** old) {
     ASN1Buffer& buffer = ctx->buffer;
-    if (buffer.dynamic == 0)
+    if (buffer.dynamic == 0) {
         return STATUS_BUFFER_FULL;
+    }
     const std::uint32_t grow = std::max(length, ASN1_DEFAULT_BUFFER_SIZE);
     const std::uint64_t size = std::uint64_t{buffer.size} + grow;
     auto* data = static_cast<std::uint8_t*>(rtMemHeapAlloc(&ctx->pTypeMemHeap, size));
-    if (data == nullptr)
+    if (data == nullptr) {
         return STATUS_NO_MEMORY;
+    }
     const std::uint32_t written = buffer.size - std::min(buffer.byteIndex, buffer.size);
     std::memcpy(data + size - written, buffer.data + buffer.byteIndex, written);
     *old = buffer.data;
@@ -31,11 +33,13 @@ int growBuffer(ASN1CTXT* ctx, std::uint32_t length, std::uint8_t** old) {
 extern "C" {
 
 int xe_setp(ASN1CTXT* ctx, std::uint8_t* data, int size) noexcept {
-    if (ctx->initCode == ASN1_INIT_CODE)
+    if (ctx->initCode == ASN1_INIT_CODE) {
         rtMemHeapRemoveLimit(&ctx->pTypeMemHeap);
+    }
     const int status = rtInitContextBuffer(ctx, data, static_cast<std::uint32_t>(std::max(size, 0)));
-    if (status != 0)
+    if (status != 0) {
         return status;
+    }
     // The last octet is never written. A buffer of the caller's without any octet has no room from the start.
     ctx->buffer.byteIndex = ctx->buffer.size != 0 ? ctx->buffer.size - 1 : 0;
     return 0;
@@ -46,8 +50,9 @@ std::uint8_t* xe_getp(const ASN1CTXT* ctx) noexcept {
 }
 
 void xe_free(ASN1CTXT* ctx) noexcept {
-    if (ctx->buffer.dynamic == 0 || ctx->buffer.data == nullptr)
+    if (ctx->buffer.dynamic == 0 || ctx->buffer.data == nullptr) {
         return;
+    }
     rtMemHeapFreePtr(&ctx->pTypeMemHeap, ctx->buffer.data);
     // Without a block there is no room and nothing written: a writer that comes next must not trust the old counts.
     ctx->buffer.data = nullptr;
@@ -59,14 +64,16 @@ void xe_free(ASN1CTXT* ctx) noexcept {
 int xe_expandBuffer(ASN1CTXT* ctx, std::uint32_t length) noexcept {
     std::uint8_t* old = nullptr;
     const int status = growBuffer(ctx, length, &old);
-    if (status == 0)
+    if (status == 0) {
         rtMemHeapFreePtr(&ctx->pTypeMemHeap, old);
+    }
     return status;
 }
 
 int xe_memcpy(ASN1CTXT* ctx, const void* source, std::uint32_t length) noexcept {
-    if (source == nullptr)
+    if (source == nullptr) {
         return STATUS_BAD_VALUE;
+    }
     if (ctx->buffer.byteIndex >= length) {
         std::uint8_t* place = encoding::claim(ctx, length);
         if (length == 1) {
@@ -79,8 +86,9 @@ int xe_memcpy(ASN1CTXT* ctx, const void* source, std::uint32_t length) noexcept 
     // The source may be part of the message itself, so the old block goes last.
     std::uint8_t* old = nullptr;
     const int status = growBuffer(ctx, length, &old);
-    if (status != 0)
+    if (status != 0) {
         return status;
+    }
     std::memcpy(encoding::claim(ctx, length), source, length);
     rtMemHeapFreePtr(&ctx->pTypeMemHeap, old);
     return static_cast<int>(length);
@@ -113,8 +121,9 @@ int xe_len(ASN1CTXT* ctx, int length) noexcept {
 }
 
 int xe_tag_len(ASN1CTXT* ctx, ASN1TAG tag, int length) noexcept {
-    if (length < 0 && length != LEN_INDEFINITE)
+    if (length < 0 && length != LEN_INDEFINITE) {
         return length;
+    }
     std::uint8_t octets[encoding::kMaxHeader];
     std::uint8_t* const end = octets + sizeof octets;
     std::uint8_t* first = end;
@@ -126,8 +135,9 @@ int xe_tag_len(ASN1CTXT* ctx, ASN1TAG tag, int length) noexcept {
     }
     first = encoding::placeTag(first, tag);
     const int header = encoding::prepend(ctx, first, static_cast<std::uint32_t>(end - first));
-    if (header < 0)
+    if (header < 0) {
         return header;
+    }
     return length <= std::numeric_limits<int>::max() - header ? length + header : STATUS_BAD_LENGTH;
 }
 

@@ -17,7 +17,7 @@ inline int reserve(ASN1CTXT* ctx, std::uint32_t length) {
     return ctx->buffer.byteIndex >= length ? 0 : xe_expandBuffer(ctx, length);
 }
 
-/// Moves the start of the message back by `length` octets, which must have been reserved, and answers where they go.
+/// Moves the start of the message back by `length` octets, which must have been reserved, and returns where they go.
 inline std::uint8_t* claim(ASN1CTXT* ctx, std::uint32_t length) {
     ctx->buffer.byteIndex -= length;
     return ctx->buffer.data + ctx->buffer.byteIndex;
@@ -26,13 +26,14 @@ inline std::uint8_t* claim(ASN1CTXT* ctx, std::uint32_t length) {
 /// Puts a few octets in front.
 inline int prepend(ASN1CTXT* ctx, const std::uint8_t* octets, std::uint32_t length) {
     const int status = reserve(ctx, length);
-    if (status != 0)
+    if (status != 0) {
         return status;
+    }
     std::memcpy(claim(ctx, length), octets, length);
     return static_cast<int>(length);
 }
 
-// Each of these places octets before `end` and answers the first one.
+// Each of these places octets before `end` and returns the first one.
 
 inline std::uint8_t* placeLength(std::uint8_t* end, std::uint32_t length) {
     std::uint8_t* first = end;
@@ -40,8 +41,9 @@ inline std::uint8_t* placeLength(std::uint8_t* end, std::uint32_t length) {
         *--first = static_cast<std::uint8_t>(length);
         return first;
     }
-    for (; length != 0; length >>= 8)
+    for (; length != 0; length >>= 8) {
         *--first = static_cast<std::uint8_t>(length);
+    }
     const auto count = static_cast<std::uint8_t>(end - first);
     *--first = 0x80 | count;
     return first;
@@ -50,8 +52,9 @@ inline std::uint8_t* placeLength(std::uint8_t* end, std::uint32_t length) {
 inline std::uint8_t* placeBase128(std::uint8_t* end, std::uint64_t value) {
     std::uint8_t* first = end;
     *--first = static_cast<std::uint8_t>(value & 0x7F);
-    while ((value >>= 7) != 0)
+    while ((value >>= 7) != 0) {
         *--first = static_cast<std::uint8_t>(0x80 | (value & 0x7F));
+    }
     return first;
 }
 

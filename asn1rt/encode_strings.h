@@ -1,4 +1,4 @@
-// BER encoder, the writers of octet, bit and character strings, always in the primitive form. How writers answer is
+// BER encoder, the writers of octet, bit and character strings, always in the primitive form. What writers return is
 // told in "asn1rt/encode.h". Alphabets and size constraints are the schema's concern and not checked here.
 #pragma once
 
@@ -14,7 +14,7 @@ extern "C" {
 
 /// The octets are written as they are: for DER the caller must have cleared the unused bits of the last one. 0 bits
 /// give one contents octet 0x00 and `data` is not read; null `data` with bits writes nothing at all, not even a tag,
-/// and answers 0.
+/// and returns 0.
 [[nodiscard]] TALLOW_EXPORT int xe_bitstr(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t numbits,
                                           ASN1TagType tagType) noexcept;
 

@@ -7,8 +7,9 @@ namespace {
 
 /// Contents of at most 8 octets, and their header, written in one piece.
 int writeSmall(ASN1CTXT* ctx, const std::uint8_t* contents, std::uint8_t length, ASN1TAG tag, ASN1TagType tagType) {
-    if (tagType != TAG_EXPLICIT)
+    if (tagType != TAG_EXPLICIT) {
         return encoding::prepend(ctx, contents, length);
+    }
     std::uint8_t element[10];
     element[0] = static_cast<std::uint8_t>(tag);
     element[1] = length;
@@ -26,10 +27,12 @@ int writeSigned(ASN1CTXT* ctx, std::int32_t value, ASN1TAG tag, ASN1TagType tagT
         rest >>= 8;
     } while (rest != 0 && rest != -1);
     const bool topBit = (*first & 0x80) != 0;
-    if (value > 0 && topBit)
+    if (value > 0 && topBit) {
         *--first = 0x00;
-    if (value < 0 && !topBit)
+    }
+    if (value < 0 && !topBit) {
         *--first = 0xFF;
+    }
     return writeSmall(ctx, first, static_cast<std::uint8_t>(end - first), tag, tagType);
 }
 
@@ -41,8 +44,9 @@ int writeUnsigned(ASN1CTXT* ctx, std::uint32_t value, ASN1TagType tagType) {
         *--first = static_cast<std::uint8_t>(value);
         value >>= 8;
     } while (value != 0);
-    if ((*first & 0x80) != 0)
+    if ((*first & 0x80) != 0) {
         *--first = 0x00;
+    }
     return writeSmall(ctx, first, static_cast<std::uint8_t>(end - first), kTagInteger, tagType);
 }
 
@@ -59,19 +63,23 @@ struct Digits {
 /// The digit's value, or -1.
 int digitValue(char digit, int perOctet) {
     int value = -1;
-    if (digit >= '0' && digit <= '9')
+    if (digit >= '0' && digit <= '9') {
         value = digit - '0';
-    if (digit >= 'a' && digit <= 'f')
+    }
+    if (digit >= 'a' && digit <= 'f') {
         value = digit - 'a' + 10;
-    if (digit >= 'A' && digit <= 'F')
+    }
+    if (digit >= 'A' && digit <= 'F') {
         value = digit - 'A' + 10;
+    }
     return value <= (perOctet == 2 ? 15 : 1) ? value : -1;
 }
 
-/// True for text with one of the two prefixes and something behind it.
+/// True for text with one of the two prefixes and something after it.
 bool readPrefix(const char* text, Digits* digits) {
-    if (text[0] != '0' || (text[1] != 'x' && text[1] != 'b') || text[2] == '\0')
+    if (text[0] != '0' || (text[1] != 'x' && text[1] != 'b') || text[2] == '\0') {
         return false;
+    }
     *digits = Digits{text + 2, text + std::strlen(text), text[1] == 'x' ? 2 : 8};
     return true;
 }
@@ -82,25 +90,28 @@ bool firstDigitHasTopBit(const Digits& digits) {
 
 bool firstOctetIsAllOnes(const Digits& digits) {
     for (int i = 0; i < digits.perOctet; ++i) {
-        if (digitValue(digits.first[i], digits.perOctet) != (digits.perOctet == 2 ? 15 : 1))
+        if (digitValue(digits.first[i], digits.perOctet) != (digits.perOctet == 2 ? 15 : 1)) {
             return false;
+        }
     }
     return true;
 }
 
 void dropZeros(Digits* digits) {
-    while (!digits->empty() && *digits->first == '0')
+    while (!digits->empty() && *digits->first == '0') {
         ++digits->first;
+    }
 }
 
 int writeOctet(ASN1CTXT* ctx, std::uint8_t octet) {
     const int status = encoding::reserve(ctx, 1);
-    if (status == 0)
+    if (status == 0) {
         *encoding::claim(ctx, 1) = octet;
+    }
     return status;
 }
 
-/// Writes the digits from the last to the first, the topmost octet perhaps from fewer of them. Answers the octets
+/// Writes the digits from the last to the first, the topmost octet perhaps from fewer of them. Returns the octets
 /// written; `top` receives the topmost.
 int writeDigits(ASN1CTXT* ctx, const Digits& digits, std::uint8_t* top) {
     const int bitsPerDigit = 8 / digits.perOctet;
@@ -109,14 +120,16 @@ int writeDigits(ASN1CTXT* ctx, const Digits& digits, std::uint8_t* top) {
         unsigned octet = 0;
         for (int shift = 0; shift != 8 && position != digits.first; shift += bitsPerDigit) {
             const int value = digitValue(*--position, digits.perOctet);
-            if (value < 0)
+            if (value < 0) {
                 return STATUS_BAD_VALUE;
+            }
             octet |= static_cast<unsigned>(value) << shift;
         }
         *top = static_cast<std::uint8_t>(octet);
         const int status = writeOctet(ctx, *top);
-        if (status != 0)
+        if (status != 0) {
             return status;
+        }
         ++written;
     }
     return written;
@@ -131,15 +144,17 @@ int withOctet(ASN1CTXT* ctx, int contents, std::uint8_t octet) {
 int writeTwosComplement(ASN1CTXT* ctx, Digits digits) {
     const bool negative = digits.wholeOctets() && firstDigitHasTopBit(digits);
     if (negative) {
-        while (!digits.empty() && firstOctetIsAllOnes(digits))
+        while (!digits.empty() && firstOctetIsAllOnes(digits)) {
             digits.first += digits.perOctet;
+        }
     } else {
         dropZeros(&digits);
     }
     std::uint8_t top = 0;
     const int written = writeDigits(ctx, digits, &top);
-    if (written < 0 || !digits.wholeOctets())
+    if (written < 0 || !digits.wholeOctets()) {
         return written;
+    }
     const bool signShows = !digits.empty() && ((top & 0x80) != 0) == negative;
     return signShows ? written : withOctet(ctx, written, negative ? 0xFF : 0x00);
 }
@@ -149,8 +164,9 @@ int writeMagnitude(ASN1CTXT* ctx, Digits digits) {
     dropZeros(&digits);
     std::uint8_t top = 0;
     const int written = writeDigits(ctx, digits, &top);
-    if (written < 0 || !digits.wholeOctets())
+    if (written < 0 || !digits.wholeOctets()) {
         return written;
+    }
     // The writer of the text decides by a leading zero whether the top bit is protected; "0xFF" stays one octet.
     const bool protect = digits.first != given || digits.empty();
     return protect ? withOctet(ctx, written, 0x00) : written;
@@ -160,8 +176,9 @@ int writeBigInteger(ASN1CTXT* ctx, const RtBigInteger& big) {
     const std::int32_t length = rtBigIntGetDataLen(&big);
     if (std::int64_t{ctx->buffer.byteIndex} - length < 2) {
         const int status = xe_expandBuffer(ctx, static_cast<std::uint32_t>(length));
-        if (status != 0)
+        if (status != 0) {
             return status;
+        }
     }
     std::uint8_t* place = encoding::claim(ctx, static_cast<std::uint32_t>(length));
     return rtBigIntGetData(ctx, &big, place, length);
@@ -181,14 +198,16 @@ int writeNumberText(ASN1CTXT* ctx, const char* text) {
 
 /// Tags the contents of a big integer, or enters the failure.
 int finishBig(ASN1CTXT* ctx, int written, ASN1TagType tagType) {
-    if (written >= 0 && tagType == TAG_EXPLICIT)
+    if (written >= 0 && tagType == TAG_EXPLICIT) {
         written = xe_tag_len(ctx, kTagInteger, written);
+    }
     return written >= 0 ? written : rtErrSetData(&ctx->errInfo, written, nullptr, 0);
 }
 
 bool validObjectId(const ASN1OBJID* oid) {
-    if (oid == nullptr || oid->numids < 2 || oid->numids > ASN1_MAX_ARCS)
+    if (oid == nullptr || oid->numids < 2 || oid->numids > ASN1_MAX_ARCS) {
         return false;
+    }
     return oid->subid[0] <= 2 && (oid->subid[1] <= 39 || oid->subid[0] == 2);
 }
 
@@ -197,8 +216,9 @@ bool validObjectId(const ASN1OBJID* oid) {
 extern "C" {
 
 int xe_boolean(ASN1CTXT* ctx, const std::uint8_t* value, ASN1TagType tagType) noexcept {
-    if (value == nullptr)
+    if (value == nullptr) {
         return STATUS_BAD_VALUE;
+    }
     const std::uint8_t contents = *value != 0 ? 0xFF : 0x00;
     return writeSmall(ctx, &contents, 1, kTagBoolean, tagType);
 }
@@ -250,14 +270,16 @@ int xe_null(ASN1CTXT* ctx, ASN1TagType tagType) noexcept {
 }
 
 int xe_objid(ASN1CTXT* ctx, const ASN1OBJID* oid, ASN1TagType tagType) noexcept {
-    if (!validObjectId(oid))
+    if (!validObjectId(oid)) {
         return STATUS_BAD_OBJECT_ID;
+    }
     // Five octets at most for each arc; the first two share one value, which may exceed 32 bits.
     std::uint8_t octets[ASN1_MAX_ARCS * 5];
     std::uint8_t* const end = octets + sizeof octets;
     std::uint8_t* first = end;
-    for (std::uint32_t arc = oid->numids - 1; arc >= 2; --arc)
+    for (std::uint32_t arc = oid->numids - 1; arc >= 2; --arc) {
         first = encoding::placeBase128(first, oid->subid[arc]);
+    }
     first = encoding::placeBase128(first, std::uint64_t{oid->subid[0]} * 40 + oid->subid[1]);
     const int length = encoding::prepend(ctx, first, static_cast<std::uint32_t>(end - first));
     return length >= 0 && tagType == TAG_EXPLICIT ? xe_tag_len(ctx, kTagObjectId, length) : length;

@@ -1,5 +1,6 @@
-// BER encoder, the writers of BOOLEAN, INTEGER, ENUMERATED, NULL and OBJECT IDENTIFIER. How writers answer is told in
-// "asn1rt/encode.h". With TAG_EXPLICIT each adds its universal tag and length, with TAG_IMPLICIT contents only.
+// BER encoder, the writers of BOOLEAN, INTEGER, ENUMERATED, NULL and OBJECT IDENTIFIER. What writers return is
+// described in "asn1rt/encode.h". With TAG_EXPLICIT each adds its universal tag and length, with TAG_IMPLICIT contents
+// only.
 #pragma once
 
 #include <cstdint>
@@ -21,7 +22,7 @@ extern "C" {
 /// complement form: whole octets with the top bit set are negative ("0x80" is -128, "0x0080" is 128), an incomplete top
 /// octet is positive. Any other text is read as rtBigIntSetStr reads it with radix 0: "0o" introduces octal, else it is
 /// decimal. STATUS_BAD_VALUE for null, empty or malformed text, STATUS_TOO_BIG for octal and decimal text beyond
-/// kMaxConvertedOctets; failures are entered in the context.
+/// kMaxConvertedOctets; failures are recorded in the context.
 [[nodiscard]] TALLOW_EXPORT int xe_bigint(ASN1CTXT* ctx, const char* text, ASN1TagType tagType) noexcept;
 
 /// The same for a magnitude, from "0" or text that begins with "0x" or "0b" only; decimal text is STATUS_BAD_VALUE. The

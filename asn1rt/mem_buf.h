@@ -30,7 +30,7 @@ TALLOW_EXPORT void rtMemBufReset(ASN1MemBuf* buf) noexcept;
 /// Frees the memory when it is owned, and leaves an empty buffer.
 TALLOW_EXPORT void rtMemBufFree(ASN1MemBuf* buf) noexcept;
 
-// Each answers 0, or STATUS_NO_MEMORY with the buffer as it was. Length 0 does nothing. When an unowned buffer has to
+// Each returns 0, or STATUS_NO_MEMORY with the buffer as it was. Length 0 does nothing. When an unowned buffer must
 // grow, it is replaced by an owned, zero-filled one: the old contents are not carried over.
 
 /// Appends `length` octets, which may be the buffer's own; with null `data` they are counted as used but not written.
@@ -41,7 +41,7 @@ TALLOW_EXPORT void rtMemBufFree(ASN1MemBuf* buf) noexcept;
 /// Makes room for `length` more octets without using them.
 [[nodiscard]] TALLOW_EXPORT int rtMemBufPreAllocate(ASN1MemBuf* buf, std::uint32_t length) noexcept;
 
-/// The contents behind `startIndex`; `length` (may be null) receives their octets. Valid until the next change.
+/// The contents after `startIndex`; `length` (may be null) receives their octets. Valid until the next change.
 TALLOW_EXPORT std::uint8_t* rtMemBufGetData(const ASN1MemBuf* buf, std::uint32_t* length) noexcept;
 
 }  // extern "C"

@@ -39,8 +39,9 @@ void uncount(ASN1MEMHEAP* heap, std::uint64_t octets) {
 void unlinkAndFree(ASN1MEMHEAP* heap, ASN1MemBlock* block) {
     uncount(heap, costOf(static_cast<std::uint64_t>(block->size)));
     *block->pPrev = block->pNext;
-    if (block->pNext != nullptr)
+    if (block->pNext != nullptr) {
         block->pNext->pPrev = block->pPrev;
+    }
     g_free_func(heap->pAllocUser, block);
 }
 
@@ -82,21 +83,25 @@ void OV_free(void* ptr) {
 }
 
 int rtMemHeapCreate(ASN1MEMHEAP** heap, void* allocUser) noexcept {
-    if (heap == nullptr)
+    if (heap == nullptr) {
         return STATUS_BAD_ARGUMENT;
+    }
     auto* made = static_cast<ASN1MEMHEAP*>(g_malloc_func(allocUser, sizeof(ASN1MEMHEAP)));
-    if (made == nullptr)
+    if (made == nullptr) {
         return STATUS_NO_MEMORY;
+    }
     *made = ASN1MEMHEAP{nullptr, g_defBlkSize, 1, MEM_HEAP_OWNS_RECORD, 0, allocUser, 0, MEM_HEAP_NO_LIMIT};
     *heap = made;
     return 0;
 }
 
 void* rtMemHeapAlloc(ASN1MEMHEAP** heap, std::size_t size) noexcept {
-    if (heap == nullptr || size > MEM_HEAP_MAX_REQUEST)
+    if (heap == nullptr || size > MEM_HEAP_MAX_REQUEST) {
         return nullptr;
-    if (*heap == nullptr && rtMemHeapCreate(heap, nullptr) != 0)
+    }
+    if (*heap == nullptr && rtMemHeapCreate(heap, nullptr) != 0) {
         return nullptr;
+    }
     ASN1MEMHEAP* owner = *heap;
     const std::uint64_t used = owner->used + costOf(size);
     void* memory = used <= owner->limit ? g_malloc_func(owner->pAllocUser, sizeof(ASN1MemBlock) + size) : nullptr;
@@ -108,8 +113,9 @@ void* rtMemHeapAlloc(ASN1MEMHEAP** heap, std::size_t size) noexcept {
     block->pNext = owner->pFirstBlock;
     block->pPrev = &owner->pFirstBlock;
     block->size = static_cast<std::int64_t>(size);
-    if (block->pNext != nullptr)
+    if (block->pNext != nullptr) {
         block->pNext->pPrev = &block->pNext;
+    }
     owner->pFirstBlock = block;
     owner->used = used;
     return octetsOf(block);
@@ -117,16 +123,19 @@ void* rtMemHeapAlloc(ASN1MEMHEAP** heap, std::size_t size) noexcept {
 
 void* rtMemHeapAllocZ(ASN1MEMHEAP** heap, std::size_t size) noexcept {
     void* ptr = rtMemHeapAlloc(heap, size);
-    if (ptr != nullptr)
+    if (ptr != nullptr) {
         std::memset(ptr, 0, size);
+    }
     return ptr;
 }
 
 void* rtMemHeapRealloc(ASN1MEMHEAP** heap, void* ptr, std::size_t size) noexcept {
-    if (heap == nullptr || *heap == nullptr)
+    if (heap == nullptr || *heap == nullptr) {
         return nullptr;
-    if (ptr == nullptr)
+    }
+    if (ptr == nullptr) {
         return rtMemHeapAlloc(heap, size);
+    }
     ASN1MemBlock* old = blockOf(ptr);
     const auto oldSize = static_cast<std::size_t>(old->size);
     if (oldSize >= size) {
@@ -136,16 +145,18 @@ void* rtMemHeapRealloc(ASN1MEMHEAP** heap, void* ptr, std::size_t size) noexcept
         return ptr;
     }
     void* grown = rtMemHeapAlloc(heap, size);
-    if (grown == nullptr)
+    if (grown == nullptr) {
         return nullptr;
+    }
     std::memcpy(grown, ptr, oldSize);
     unlinkAndFree(*heap, old);
     return grown;
 }
 
 void rtMemHeapFreePtr(ASN1MEMHEAP** heap, const void* ptr) noexcept {
-    if (heap == nullptr || *heap == nullptr || ptr == nullptr)
+    if (heap == nullptr || *heap == nullptr || ptr == nullptr) {
         return;
+    }
     unlinkAndFree(*heap, blockOf(const_cast<void*>(ptr)));
 }
 
@@ -158,16 +169,19 @@ int rtMemHeapMarkSaved(ASN1CTXT* /*ctx*/) noexcept {
 }
 
 void rtMemHeapAddRef(ASN1MEMHEAP** heap) noexcept {
-    if (heap != nullptr && *heap != nullptr)
+    if (heap != nullptr && *heap != nullptr) {
         ++(*heap)->refCount;
+    }
 }
 
 void rtMemHeapRelease(ASN1MEMHEAP** heap) noexcept {
-    if (heap == nullptr || *heap == nullptr)
+    if (heap == nullptr || *heap == nullptr) {
         return;
+    }
     ASN1MEMHEAP* released = *heap;
-    if (--released->refCount != 0)
+    if (--released->refCount != 0) {
         return;
+    }
     void* const allocUser = released->pAllocUser;
     ASN1MemBlock* block = released->pFirstBlock;
     while (block != nullptr) {
@@ -175,16 +189,18 @@ void rtMemHeapRelease(ASN1MEMHEAP** heap) noexcept {
         g_free_func(allocUser, block);
         block = next;
     }
-    if ((released->flags & MEM_HEAP_OWNS_RECORD) != 0)
+    if ((released->flags & MEM_HEAP_OWNS_RECORD) != 0) {
         g_free_func(allocUser, released);
+    }
     *heap = nullptr;
 }
 
 void rtMemFreeOpenSeqExt(ASN1CTXT* ctx, _Asn1RTDList* list) noexcept {
     for (_Asn1RTDListNode* node = list->pHead; node != nullptr; node = node->pNext) {
         auto* element = static_cast<ASN1TOpenType*>(node->data);
-        if (element != nullptr)
+        if (element != nullptr) {
             rtMemHeapFreePtr(&ctx->pTypeMemHeap, element->data);
+        }
     }
     rtDListFreeAll(ctx, list);
 }
@@ -192,13 +208,15 @@ void rtMemFreeOpenSeqExt(ASN1CTXT* ctx, _Asn1RTDList* list) noexcept {
 }  // extern "C"
 
 void rtMemHeapLimitToInput(ASN1MEMHEAP** heap, std::uint32_t sizeInput) noexcept {
-    if (*heap != nullptr)
+    if (*heap != nullptr) {
         (*heap)->limit = (*heap)->used + sizeInput * MEM_HEAP_DECODE_FACTOR + MEM_HEAP_DECODE_BASE;
+    }
 }
 
 void rtMemHeapRemoveLimit(ASN1MEMHEAP** heap) noexcept {
-    if (*heap != nullptr)
+    if (*heap != nullptr) {
         (*heap)->limit = MEM_HEAP_NO_LIMIT;
+    }
 }
 
 std::size_t rtMemHeapBlockSize(const void* ptr) noexcept {

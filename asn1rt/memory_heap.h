@@ -1,8 +1,8 @@
 // The heap from which all decoded values, list nodes and encode buffers come, and the allocator underneath it.
 //
-// A heap is a list of blocks, one allocator call each, and goes as a whole when its last reference is released. It is
-// always addressed through the field that holds it, as in rtMemHeapAlloc(&ctx->pTypeMemHeap, size). A heap and all who
-// share it belong to one thread. Blocks must be given back to the heap they came from.
+// A heap is a list of blocks, one allocator call each, and is freed as a whole when its last reference is released. It
+// is always addressed through the field that holds it, as in rtMemHeapAlloc(&ctx->pTypeMemHeap, size). A heap and all
+// who share it belong to one thread. Blocks must be given back to the heap they came from.
 #pragma once
 
 #include <cstddef>
@@ -82,7 +82,7 @@ TALLOW_EXPORT void rtMemHeapFreePtr(ASN1MEMHEAP** heap, const void* ptr) noexcep
 /// Always 1: this heap keeps no marks. Schema code asks before every free, so that a checking heap can be substituted.
 TALLOW_EXPORT int rtMemHeapCheckPtr(ASN1MEMHEAP** heap, const void* ptr) noexcept;
 
-/// Does nothing and answers 0.
+/// Does nothing and returns 0.
 TALLOW_EXPORT int rtMemHeapMarkSaved(ASN1CTXT* ctx) noexcept;
 
 /// Adds a reference; null and empty fields are tolerated.

@@ -5,7 +5,7 @@
 //   if (size >= 0) use(buffer.getMsgPtr(), size);
 //
 // Constructors throw ASN1MessageBuffer::RTLError, operator<< and operator>> throw ASN1RTLException; everything else
-// answers a status. A buffer and all that shares its context belong to one thread.
+// returns a status. A buffer and all that shares its context belong to one thread.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@
 
 class ASN1CType;
 
-/// A failure of the runtime with its status, thrown where no status can be answered.
+/// A failure of the runtime with its status, thrown where no status can be returned.
 class TALLOW_EXPORT ASN1RTLException {
 public:
     explicit ASN1RTLException(std::int32_t failure) noexcept : status(failure) {}
@@ -52,7 +52,7 @@ public:
     virtual std::uint8_t* getMsgPtr() = 0;
     /// Makes the buffer ready for an encoding or decoding. Does nothing here.
     [[nodiscard]] virtual int init();
-    /// Binds the context to the octets of a memory buffer, which must live as long as they are read. Answers
+    /// Binds the context to the octets of a memory buffer, which must live as long as they are read. Returns
     /// STATUS_BAD_ARGUMENT when it holds none.
     [[nodiscard]] virtual int initBuffer(ASN1MemBuf& memory) = 0;
     /// Texts in characters cannot be bound: STATUS_NOT_SUPPORTED.
@@ -62,7 +62,7 @@ public:
     virtual bool isA(Type type) const = 0;
 };
 
-/// A buffer with a context of its own.
+/// A buffer with its own context.
 class TALLOW_EXPORT ASN1MessageBuffer : public ASN1MessageBufferIF {
 public:
     /// Thrown by constructors.
@@ -97,7 +97,7 @@ protected:
 };
 
 /// A buffer to encode into. It fills from its end toward its start: take getMsgPtr() after the encoding. The length of
-/// the message is what EncodeTo answered.
+/// the message is what EncodeTo returned.
 class TALLOW_EXPORT ASN1BEREncodeBuffer : public ASN1BERMessageBuffer {
 public:
     /// A buffer that grows.
@@ -106,7 +106,7 @@ public:
     /// `data` gives a buffer that grows, of `size` octets at first.
     ASN1BEREncodeBuffer(std::uint8_t* data, std::uint32_t size);
 
-    /// Binds another array, as the constructor does. Answers a status: STATUS_BAD_ARGUMENT for an array without an
+    /// Binds another array, as the constructor does. Returns a status: STATUS_BAD_ARGUMENT for an array without an
     /// octet or a size above 2,147,483,647, STATUS_NO_MEMORY.
     [[nodiscard]] int setBuffer(std::uint8_t* data, std::uint32_t size);
 
@@ -116,8 +116,8 @@ public:
     /// Empties the buffer.
     [[nodiscard]] int init() override;
 
-    /// Encodes with EncodeTo. Throws ASN1RTLException for any answer but 0 - which includes the length that a
-    /// successful encoding answers, so this operator only suits control classes that answer 0; use EncodeTo.
+    /// Encodes with EncodeTo. Throws ASN1RTLException for any result but 0 - which includes the length that a
+    /// successful encoding returns, so this operator only suits control classes that return 0; use EncodeTo.
     ASN1BEREncodeBuffer& operator<<(ASN1CType& value);
 };
 
@@ -128,17 +128,17 @@ public:
     /// `size` is in octets. Nothing is read before init(), which every DecodeFrom calls.
     ASN1BERDecodeBuffer(const std::uint8_t* data, std::int32_t size);
 
-    /// Binds the octets and reads the header of the first element; octets behind that element are out of reach. Bound
-    /// already: answers 0 at once and the position stays, so that one DecodeFrom after another reads consecutive
-    /// values. Without input answers 0 and binds nothing.
+    /// Binds the octets and reads the header of the first element; octets after that element are out of reach. Bound
+    /// already: returns 0 at once and the position stays, so that one DecodeFrom after another reads consecutive
+    /// values. Without input returns 0 and binds nothing.
     [[nodiscard]] int init() override;
 
     /// Takes other octets and binds them. With `keepIfSame`, octets that are bound already are left as they are,
-    /// position included. Answers a status; STATUS_NOT_SUPPORTED for null or a size below 1.
+    /// position included. Returns a status; STATUS_NOT_SUPPORTED for null or a size below 1.
     [[nodiscard]] int setBuffer(const std::uint8_t* data, std::int32_t size, bool keepIfSame = false);
 
     /// Looks for the next element with this tag, depth first through all levels, from the start when `first` is true,
-    /// otherwise behind the header of the current element. Answers its first octet, inside the buffer, and the length
+    /// otherwise after the header of the current element. Returns its first octet, inside the buffer, and the length
     /// of its contents or LEN_INDEFINITE; null when there is none or the octets are malformed.
     const std::uint8_t* findElement(ASN1TAG tag, std::int32_t& length, bool first = true);
 

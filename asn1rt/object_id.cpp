@@ -81,7 +81,7 @@ int rtOidToStr(const ASN1OBJID* oid, char* buffer, std::uint32_t size) noexcept 
         writeDigits(buffer + digits, oid->subid[i]);
         buffer += digits;
     }
-    // May be the octet behind the room for the text, which the caller provides.
+    // May be the octet after the room for the text, which the caller provides.
     *buffer = '\0';
     return 1;
 }

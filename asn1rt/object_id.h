@@ -10,12 +10,12 @@
 
 extern "C" {
 
-/// Reads dotted decimal text ("1.2.840") into `oid`. Answers 1, or 0 when a piece is empty, holds anything but a
+/// Reads dotted decimal text ("1.2.840") into `oid`. Returns 1, or 0 when a piece is empty, holds anything but a
 /// number, does not fit 32 bits, or would be the 129th. The arcs in front of the bad piece stay in `oid`.
 [[nodiscard]] TALLOW_EXPORT int rtStrToOid(const char* text, ASN1OBJID* oid) noexcept;
 
-/// Writes `oid` as dotted decimal with a closing NUL. `size` is the room for the text alone: the buffer must be one
-/// octet larger, since text of exactly `size` octets is accepted and its NUL comes behind it. Answers 1, or 0 when the
+/// Writes `oid` as dotted decimal with a closing NUL. `size` is the room for the text only: the buffer must be one
+/// octet larger, since text of exactly `size` octets is accepted and its NUL comes after it. Returns 1, or 0 when the
 /// text does not fit; the buffer then holds the whole arcs that do. An identifier without arcs gives the empty text
 /// and 1.
 [[nodiscard]] TALLOW_EXPORT int rtOidToStr(const ASN1OBJID* oid, char* buffer, std::uint32_t size) noexcept;
@@ -23,8 +23,8 @@ extern "C" {
 /// The length of the dotted text of `oid` without its NUL.
 [[nodiscard]] TALLOW_EXPORT std::uint32_t rtOidToStrLen(const ASN1OBJID* oid) noexcept;
 
-/// Answers 1 when both identifiers have the same arcs. Otherwise answers 0 and sets `*flag` to 0; `*flag` is left alone
-/// on equality, so that a chain of comparisons can share it. `flag` may be null. The context is not used.
+/// Returns 1 when both identifiers have the same arcs. Otherwise returns 0 and sets `*flag` to 0; `*flag` is left
+/// unchanged on equality, so that a chain of comparisons can share it. `flag` may be null. The context is not used.
 [[nodiscard]] TALLOW_EXPORT int rtCmpOID(ASN1CTXT* ctx, const ASN1OBJID* a, const ASN1OBJID* b, int* flag) noexcept;
 /// The same as rtCmpOID.
 [[nodiscard]] TALLOW_EXPORT int rtCmpOIDValue(ASN1CTXT* ctx, const ASN1OBJID* a, const ASN1OBJID* b,
@@ -33,7 +33,7 @@ extern "C" {
 /// Copies the count as it is, and at most 128 arcs. Null arguments are ignored.
 TALLOW_EXPORT void rtSetOID(ASN1OBJID* destination, const ASN1OBJID* source) noexcept;
 
-/// Copies the arcs in use. Answers 1, or 0 for null arguments. The context is not used.
+/// Copies the arcs in use. Returns 1, or 0 for null arguments. The context is not used.
 [[nodiscard]] TALLOW_EXPORT int rtCopyOID(ASN1CTXT* ctx, const ASN1OBJID* source, ASN1OBJID* destination) noexcept;
 
 }  // extern "C"

@@ -29,12 +29,15 @@ int elementLength(const std::uint8_t* data, std::uint32_t numocts) {
     ASN1TAG tag = 0;
     int length = 0;
     int status = xd_setp(&reader, data, size, &tag, &length);
-    if (status != 0)
+    if (status != 0) {
         return status;
-    if (length == LEN_INDEFINITE)
+    }
+    if (length == LEN_INDEFINITE) {
         return decoding::indefiniteLength(data, size);
-    if (tag != 0)
+    }
+    if (tag != 0) {
         return length;
+    }
     // An end-of-contents in front, in whatever form its length is written, is no element.
     int contents = 0;
     status = decoding::readHeader(&reader, &tag, &contents, MATCH_ADVANCE);
@@ -43,12 +46,15 @@ int elementLength(const std::uint8_t* data, std::uint32_t numocts) {
 
 /// Moves over the contents of the element with this header, whatever it is.
 int passContents(ASN1CTXT* ctx, ASN1TAG tag, int length) {
-    if (length == LEN_INDEFINITE)
+    if (length == LEN_INDEFINITE) {
         return decoding::movePastEndOfContents(ctx);
-    if (tag == 0 && length == 0)
+    }
+    if (tag == 0 && length == 0) {
         return STATUS_BAD_VALUE;
-    if (!decoding::holds(ctx, length))
+    }
+    if (!decoding::holds(ctx, length)) {
         return STATUS_BAD_VALUE;
+    }
     decoding::skip(ctx, length);
     return 0;
 }
@@ -59,10 +65,12 @@ int takeOctets(ASN1CTXT* ctx, const std::uint8_t* start, std::uint32_t numocts, 
         return 0;
     }
     void* copy = rtMemHeapAlloc(&ctx->pTypeMemHeap, numocts);
-    if (copy == nullptr)
+    if (copy == nullptr) {
         return STATUS_NO_MEMORY;
-    if (numocts != 0)
+    }
+    if (numocts != 0) {
         std::memcpy(copy, start, numocts);
+    }
     *data = static_cast<const std::uint8_t*>(copy);
     return 0;
 }
@@ -75,26 +83,31 @@ int readOpenType(ASN1CTXT* ctx, const std::uint8_t** data, std::uint32_t* numoct
     int length = 0;
     int status = decoding::readHeader(ctx, &tag, &length, MATCH_ADVANCE);
     const bool begun = status == 0;
-    if (begun)
+    if (begun) {
         status = passContents(ctx, tag, length);
-    // A truncated element at the very end of the input does not fail the message. What there is behind its header is
-    // taken with it, so that it fails whoever reads it and is not mistaken for an absent one. Without a header the
+    }
+    // A truncated element at the very end of the input does not fail the message. What there is after its header is
+    // taken with it, so that reading it fails and it is not mistaken for an absent one. Without a header the
     // count stays what it was, zero for all callers here. Neither reaches beyond the input.
-    if (status != 0 && status != STATUS_END_OF_BUFFER)
+    if (status != 0 && status != STATUS_END_OF_BUFFER) {
         return status;
+    }
     *numocts = std::min(begun ? ctx->buffer.byteIndex - start : *numocts, available);
     return takeOctets(ctx, ctx->buffer.data + start, *numocts, data);
 }
 
 int appendOpenType(ASN1CTXT* ctx, _Asn1RTDList* list) {
-    if (list == nullptr)
+    if (list == nullptr) {
         return decoding::skipElement(ctx);
+    }
     auto* entry = static_cast<OpenTypeEntry*>(rtMemHeapAllocZ(&ctx->pTypeMemHeap, sizeof(OpenTypeEntry)));
-    if (entry == nullptr)
+    if (entry == nullptr) {
         return STATUS_NO_MEMORY;
+    }
     const int status = readOpenType(ctx, &entry->value.data, &entry->value.numocts);
-    if (status != 0)
+    if (status != 0) {
         return status;
+    }
     rtDListAppendNode(ctx, list, &entry->value);
     return 0;
 }
@@ -105,18 +118,22 @@ int appendAdditions(ASN1CTXT* ctx, const ASN1ExtPosition* position, ASN1TAG tag,
     for (;;) {
         if (!takeAll) {
             const int found = decoding::match(ctx, tag, nullptr, 0);
-            if (found != STATUS_TAG_MISMATCH)
+            if (found != STATUS_TAG_MISMATCH) {
                 return found;
+            }
         }
-        if (decoding::atEndOfValue(ctx, valueStart, position->length))
+        if (decoding::atEndOfValue(ctx, valueStart, position->length)) {
             return takeAll ? 0 : STATUS_END_OF_BUFFER;
+        }
         const std::uint32_t before = ctx->buffer.byteIndex;
         const int status = appendOpenType(ctx, list);
-        if (status != 0)
+        if (status != 0) {
             return status;
-        // The reader answers 0 for an input that ended; without progress it would do so for ever.
-        if (ctx->buffer.byteIndex == before)
+        }
+        // The reader returns 0 for an input that ended; without progress it would do so for ever.
+        if (ctx->buffer.byteIndex == before) {
             return STATUS_END_OF_BUFFER;
+        }
     }
 }
 
@@ -125,14 +142,17 @@ int appendAdditions(ASN1CTXT* ctx, const ASN1ExtPosition* position, ASN1TAG tag,
 extern "C" {
 
 int xe_OpenType(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t numocts) noexcept {
-    if (numocts == 0)
+    if (numocts == 0) {
         return 0;
-    if (data == nullptr)
+    }
+    if (data == nullptr) {
         return STATUS_BAD_VALUE;
+    }
     const int length = elementLength(data, numocts);
     // An open type that was encoded in place stands where it belongs already.
-    if (length < 0 || data == xe_getp(ctx))
+    if (length < 0 || data == xe_getp(ctx)) {
         return length;
+    }
     return xe_memcpy(ctx, data, static_cast<std::uint32_t>(length));
 }
 
@@ -140,11 +160,13 @@ int xe_OpenTypeExt(ASN1CTXT* ctx, const _Asn1RTDList* list) noexcept {
     int total = 0;
     for (const _Asn1RTDListNode* node = list != nullptr ? list->pTail : nullptr; node != nullptr; node = node->pPrev) {
         const auto* value = static_cast<const ASN1TOpenType*>(node->data);
-        if (value == nullptr)
+        if (value == nullptr) {
             continue;
+        }
         const int length = xe_OpenType(ctx, value->data, value->numocts);
-        if (length < 0)
+        if (length < 0) {
             return length;
+        }
         total += length;
     }
     return total;

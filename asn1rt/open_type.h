@@ -1,4 +1,4 @@
-// Open types: complete elements, header included, that are carried without being understood, and lists of them behind
+// Open types: complete elements, header included, that are carried without being understood, and lists of them after
 // an extension marker.
 #pragma once
 
@@ -11,14 +11,14 @@
 
 extern "C" {
 
-/// Places the first element of `numocts` octets at `data` in front of what has been written; octets behind it are
-/// dropped. Answers the element's length; nothing is copied when it stands there already (`data` is xe_getp). 0 octets
-/// answer 0. STATUS_BAD_VALUE for null or an end-of-contents pair, a decoder's status when the octets do not hold one
+/// Places the first element of `numocts` octets at `data` in front of what has been written; octets after it are
+/// dropped. Returns the element's length; nothing is copied when it is there already (`data` is xe_getp). 0 octets
+/// return 0. STATUS_BAD_VALUE for null or an end-of-contents pair, a decoder's status when the octets do not hold one
 /// complete element, else the statuses of "asn1rt/encode.h".
 [[nodiscard]] TALLOW_EXPORT int xe_OpenType(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t numocts) noexcept;
 
 /// Places every ASN1TOpenType of the list, in list order. A null list is empty, null entries are skipped, the first
-/// failure ends it. Answers the octets of all.
+/// failure ends it. Returns the octets of all.
 [[nodiscard]] TALLOW_EXPORT int xe_OpenTypeExt(ASN1CTXT* ctx, const _Asn1RTDList* list) noexcept;
 
 /// Reads one element as it is into the type heap, or under CTX_FLAG_ZERO_COPY as a pointer into the input.
@@ -33,8 +33,8 @@ extern "C" {
 [[nodiscard]] TALLOW_EXPORT int xd_OpenTypeAppend(ASN1CTXT* ctx, _Asn1RTDList* list) noexcept;
 
 /// Appends extension additions to the list (may be null) up to the element with `tag`, which is left unread with the
-/// answer 0; STATUS_END_OF_BUFFER when the enclosing value, described by `position`, ends without it. With `tag`
-/// 0xFFFFFFFF or 0xFFFFFFFE everything up to the end of the value is taken, and the answer is 0.
+/// return 0; STATUS_END_OF_BUFFER when the enclosing value, described by `position`, ends without it. With `tag`
+/// 0xFFFFFFFF or 0xFFFFFFFE everything up to the end of the value is taken, and the result is 0.
 [[nodiscard]] TALLOW_EXPORT int xd_OpenTypeExt(ASN1CTXT* ctx, const ASN1ExtPosition* position, ASN1TAG tag,
                                                _Asn1RTDList* list) noexcept;
 

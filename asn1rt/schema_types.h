@@ -37,7 +37,7 @@ struct TALLOW_EXPORT ASN1TObjId64 : ASN1OID64 {
 };
 
 /// The base of records that may keep their context alive. Null, the normal case, means that the record's memory goes
-/// with a context somebody else holds. With a context, the destructor of the derived record frees its members through
+/// with a context another owner holds. With a context, the destructor of the derived record frees its members through
 /// its free function, and then this one drops the reference.
 ///
 /// A copy of a record shares the members and so takes no reference: it is a view that must not outlive the original,

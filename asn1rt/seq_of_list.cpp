@@ -241,7 +241,7 @@ bool ASN1CSeqOfListIterator::isStale() {
     return true;
 }
 
-// Makes `node` the current element and `next` the one that next() answers.
+// Makes `node` the current element and `next` the one that next() returns.
 void* ASN1CSeqOfListIterator::stepTo(_Asn1RTDListNode* node, _Asn1RTDListNode* next) {
     if (node == nullptr) {
         mLastStatus = STATUS_MISSING_ELEMENT;

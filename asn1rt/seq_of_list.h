@@ -3,8 +3,8 @@
 //   ASN1CSeqOfList list(buffer, record);
 //   for (auto* i = list.iterator(); i->hasNext();) use(static_cast<ASN1T_Extension*>(i->next()));
 //
-// The list holds pointers to value records. Nodes come from the type heap of the context; the records belong to whoever
-// made them. Positions count from 0.
+// The list holds pointers to value records. Nodes come from the type heap of the context; the records belong to
+// the caller. Positions count from 0.
 #pragma once
 
 #include <cstdint>
@@ -39,7 +39,7 @@ public:
     ASN1CSeqOfList& operator=(const ASN1CSeqOfList&) = delete;
     ~ASN1CSeqOfList() override;
 
-    // Adding answers 0, STATUS_NO_MEMORY, or STATUS_BAD_ARGUMENT for an index beyond the end. A null node means the end
+    // Adding returns 0, STATUS_NO_MEMORY, or STATUS_BAD_ARGUMENT for an index beyond the end. A null node means the end
     // of the list for insertBefore, its start for insertAfter; any other node must be of this list.
     [[nodiscard]] int append(void* data);
     [[nodiscard]] int insert(std::int32_t index, void* data);
@@ -64,7 +64,7 @@ public:
     [[nodiscard]] void* getLast() const;
     [[nodiscard]] std::uint32_t size() const { return mpList->count; }
     [[nodiscard]] bool isEmpty() const { return mpList->count == 0; }
-    /// Replaces the data at a position and answers the old; null beyond the end.
+    /// Replaces the data at a position and returns the old; null beyond the end.
     void* set(std::int32_t index, void* data);
 
     /// Frees the nodes and leaves the data.
@@ -72,19 +72,19 @@ public:
     /// Frees nodes and data; the data must be from the type heap of the context.
     void freeAll();
 
-    /// The elements copied one behind the other into a new array in the heap, `size()` of them; null without a context,
+    /// The elements copied one after the other into a new array in the heap, `size()` of them; null without a context,
     /// for an empty list, or when memory runs out.
     [[nodiscard]] void* toArray(std::uint32_t elementSize) const;
-    /// The same into `array` when its `capacity`, in elements, is enough, otherwise into a new array. Answers the array
+    /// The same into `array` when its `capacity`, in elements, is enough, otherwise into a new array. Returns the array
     /// that was filled.
     void* toArray(void* array, std::uint32_t capacity, std::uint32_t elementSize) const;
 
     // New iterators in the heap of the context; they go with it. Null without a context, or when memory runs out.
     /// In front of the first element.
     [[nodiscard]] ASN1CSeqOfListIterator* iterator();
-    /// Behind the last element: prev() answers it.
+    /// After the last element: prev() returns it.
     [[nodiscard]] ASN1CSeqOfListIterator* iteratorFromLast();
-    /// In front of the element with this data pointer: next() answers it. Null when there is none.
+    /// In front of the element with this data pointer: next() returns it. Null when there is none.
     [[nodiscard]] ASN1CSeqOfListIterator* iteratorFrom(const void* data);
 
     [[nodiscard]] _Asn1RTDList& getList() const { return *mpList; }
@@ -113,7 +113,7 @@ public:
     [[nodiscard]] bool hasNext() const;
     [[nodiscard]] bool hasPrev() const;
 
-    // Step over an element and answer its data, which becomes the current element. Null at the end, with
+    // Step over an element and return its data, which becomes the current element. Null at the end, with
     // STATUS_MISSING_ELEMENT as the status, and after a change of the list, with STATUS_LIST_CHANGED.
     void* next();
     void* prev();
@@ -123,10 +123,10 @@ public:
     [[nodiscard]] int remove();
     [[nodiscard]] int set(void* data);
 
-    /// Puts an element in front of the one that next() would answer. STATUS_LIST_CHANGED, STATUS_NO_MEMORY.
+    /// Puts an element in front of the one that next() would return. STATUS_LIST_CHANGED, STATUS_NO_MEMORY.
     [[nodiscard]] int insert(void* data);
 
-    /// The status of the last call of next() or prev() that answered null, or of a failed change; 0 before any.
+    /// The status of the last call of next() or prev() that returned null, or of a failed change; 0 before any.
     [[nodiscard]] int getStatus() const { return mLastStatus; }
 
 private:
@@ -136,8 +136,8 @@ private:
     void* stepTo(_Asn1RTDListNode* node, _Asn1RTDListNode* next);
 
     ASN1CSeqOfList* mpOwner;
-    _Asn1RTDListNode* mpNext;               // the element next() answers; null at the end
-    _Asn1RTDListNode* mpCurrent = nullptr;  // the element answered last
+    _Asn1RTDListNode* mpNext;               // the element next() returns; null at the end
+    _Asn1RTDListNode* mpCurrent = nullptr;  // the element returned last
     std::int32_t mExpectedModCount;
     std::int32_t mLastStatus = 0;
 };

@@ -5,16 +5,18 @@
 extern "C" {
 
 void rtSListInitEx(ASN1CTXT* owner, rtSList* list) noexcept {
-    if (list != nullptr)
+    if (list != nullptr) {
         *list = rtSList{0, nullptr, nullptr, owner};
+    }
 }
 
 rtSListNode* rtSListAppend(rtSList* list, void* data) noexcept {
     void* memory = list->pOwner != nullptr ? rtMemHeapAlloc(&list->pOwner->pTypeMemHeap, sizeof(rtSListNode))
                                            : OV_malloc(sizeof(rtSListNode));
     auto* node = static_cast<rtSListNode*>(memory);
-    if (node == nullptr)
+    if (node == nullptr) {
         return nullptr;
+    }
     *node = rtSListNode{data, nullptr};
     (list->pTail != nullptr ? list->pTail->pNext : list->pHead) = node;
     list->pTail = node;

@@ -25,7 +25,7 @@ extern "C" {
 /// Makes the list empty and records its owner (may be null). Nodes that it held are not freed.
 TALLOW_EXPORT void rtSListInitEx(ASN1CTXT* owner, rtSList* list) noexcept;
 
-/// Appends; answers the new node, or null when it cannot be allocated.
+/// Appends; returns the new node, or null when it cannot be allocated.
 TALLOW_EXPORT rtSListNode* rtSListAppend(rtSList* list, void* data) noexcept;
 
 /// Frees the nodes, not the data. The owner is forgotten too: a list that is used again takes its nodes from malloc.

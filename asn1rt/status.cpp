@@ -5,8 +5,9 @@
 extern "C" {
 
 int rtErrSetData(ASN1ErrInfo* errInfo, int status, const char* /*moduleName*/, int /*lineNumber*/) noexcept {
-    if (errInfo->status == 0)
+    if (errInfo->status == 0) {
         errInfo->status = status;
+    }
     return status;
 }
 

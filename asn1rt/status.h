@@ -1,6 +1,6 @@
 // Status numbers of the ASN.1 runtime, and the error record in which the first failure of a context stays.
 //
-// Success is 0. An encoder answers the octets it added (0 or more) or one of these negative numbers; a decoder answers
+// Success is 0. An encoder returns the octets it added (0 or more) or one of these negative numbers; a decoder returns
 // 0 or one of them. No status has a text: what went wrong is told to people further up, where the message is known.
 #pragma once
 
@@ -17,7 +17,7 @@ inline constexpr int STATUS_BAD_ENUM = -6;             ///< enumerated value out
 inline constexpr int STATUS_SET_DUPLICATE = -7;        ///< a SET member came twice
 inline constexpr int STATUS_MISSING_ELEMENT = -8;      ///< SEQUENCE or SET ended before its required members
 inline constexpr int STATUS_SET_UNKNOWN_ELEMENT = -9;  ///< a tag that belongs to no member of the SET
-inline constexpr int STATUS_EXTRA_ELEMENT = -10;       ///< elements behind the last member, or too many of them
+inline constexpr int STATUS_EXTRA_ELEMENT = -10;       ///< elements after the last member, or too many of them
 inline constexpr int STATUS_BAD_CHOICE = -11;          ///< unknown alternative of a CHOICE
 inline constexpr int STATUS_NO_MEMORY = -12;           ///< an allocation failed, or would have exceeded a limit
 inline constexpr int STATUS_STRING_OVERFLOW = -17;     ///< the value does not fit the given destination
@@ -42,18 +42,18 @@ struct ASN1ErrInfo {
 
 extern "C" {
 
-/// Stores `status` when no status is stored yet, and answers `status` in any case: the first failure survives while
-/// each caller on the way up may answer its own. `moduleName` and `lineNumber` are ignored; pass null and 0.
+/// Stores `status` when no status is stored yet, and returns `status` in any case: the first failure survives while
+/// each caller on the way up may return its own. `moduleName` and `lineNumber` are ignored; pass null and 0.
 TALLOW_EXPORT int rtErrSetData(ASN1ErrInfo* errInfo, int status, const char* moduleName, int lineNumber) noexcept;
 
-/// Forgets the stored status; answers 0. A decoder calls it after a STATUS_TAG_MISMATCH that meant only that an
+/// Forgets the stored status; returns 0. A decoder calls it after a STATUS_TAG_MISMATCH that meant only that an
 /// OPTIONAL element is absent.
 TALLOW_EXPORT int rtErrReset(ASN1ErrInfo* errInfo) noexcept;
 
-/// Copies the stored status, and answers it.
+/// Copies the stored status, and returns it.
 TALLOW_EXPORT int rtErrCopyData(const ASN1ErrInfo* from, ASN1ErrInfo* to) noexcept;
 
-/// Accept a parameter for the report of a failure (a field's path, a count). This runtime keeps none; the answer is 1.
+/// Accept a parameter for the report of a failure (a field's path, a count). This runtime keeps none; the result is 1.
 TALLOW_EXPORT int rtErrAddStrParm(ASN1ErrInfo* errInfo, const char* text) noexcept;
 TALLOW_EXPORT int rtErrAddIntParm(ASN1ErrInfo* errInfo, int value) noexcept;
 

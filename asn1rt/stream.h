@@ -9,7 +9,7 @@
 
 struct ASN1CTXT;
 
-/// Both operations answer 0 or a negative status.
+/// Both operations return 0 or a negative status.
 struct ASN1Stream {
     int (*write)(ASN1Stream* stream, const std::uint8_t* data, std::uint32_t length);
     int (*flush)(ASN1Stream* stream);
@@ -45,7 +45,7 @@ TALLOW_EXPORT void rtStreamRelease(ASN1CTXT* ctx) noexcept;
 /// STATUS_BUFFER_FULL when neither gives enough, STATUS_NO_MEMORY.
 [[nodiscard]] TALLOW_EXPORT int rtCheckBuffer(ASN1CTXT* ctx, std::uint32_t extra) noexcept;
 
-/// Appends octets behind the position, through the calls above.
+/// Appends octets after the position, through the calls above.
 [[nodiscard]] TALLOW_EXPORT int rtWriteBytes(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t length) noexcept;
 
 }  // extern "C"

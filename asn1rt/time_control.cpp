@@ -21,7 +21,7 @@ std::int16_t narrow(int value) {
     return static_cast<std::int16_t>(value);
 }
 
-// A fraction holds the digits behind the point: 5, 50 and 500 are all half a second.
+// A fraction holds the digits after the point: 5, 50 and 500 are all half a second.
 int fractionMillis(int fraction) {
     if (fraction < 10) {
         return fraction * 100;
@@ -61,7 +61,7 @@ ASN1CTime::ASN1CTime(ASN1Context& context, const char*& text, std::int32_t size,
 ASN1CTime::~ASN1CTime() = default;
 
 void ASN1CTime::attach(std::int32_t size) {
-    // By its size the caller declares the array writable.
+    // A given size means that the array is writable.
     mpArray = size >= kTextSize ? const_cast<char*>(*mpTimeStr) : nullptr;
 }
 
@@ -71,7 +71,7 @@ int ASN1CTime::ensureParsed() const {
         return 0;
     }
     if (*mpTimeStr == nullptr || **mpTimeStr == '\0') {
-        // Fields that came from a text which is no longer there.
+        // The fields come from a text that was replaced.
         mFields = Fields();
         mParsed = false;
         return 0;
@@ -162,7 +162,7 @@ int ASN1CTime::changeToLocal(std::time_t time, bool withOffset) {
     fields.diffHour = 0;
     fields.diffMin = 0;
     if (withOffset) {
-        // Both read as local time under the same daylight saving, their difference is the offset.
+        // Both are read as local time with the same daylight saving, so their difference is the offset.
         utc.tm_isdst = local.tm_isdst;
         const auto minutes = static_cast<int>((std::mktime(&local) - std::mktime(&utc)) / 60);
         if (std::abs(minutes / 60) > kMaxDiffHour && !isZulu()) {

@@ -19,7 +19,7 @@
 
 class TALLOW_EXPORT ASN1CTime : public ASN1CType {
 public:
-    /// What a getter answers for a field that nothing has set.
+    /// What a getter returns for a field that nothing has set.
     static constexpr int kNotSet = -3;
     /// The longest text with its NUL.
     static constexpr std::int32_t kTextSize = 30;
@@ -28,15 +28,15 @@ public:
     ASN1CTime& operator=(const ASN1CTime&) = delete;
     ~ASN1CTime() override;
 
-    // The fields; the offset counts positive east of Greenwich. A getter that has to read the text and cannot answers
-    // STATUS_BAD_DATETIME and enters it in the context.
+    // The fields; the offset counts positive east of Greenwich. A getter that must read the text and cannot returns
+    // STATUS_BAD_DATETIME and records it in the context.
     [[nodiscard]] virtual int getYear() const;
     [[nodiscard]] virtual int getMonth() const;
     [[nodiscard]] virtual int getDay() const;
     [[nodiscard]] virtual int getHour() const;
     [[nodiscard]] virtual int getMinute() const;
     [[nodiscard]] virtual int getSecond() const;
-    /// The digits behind the point taken as a number: 5 for ".5" and for ".05", 500 for ".500". At most nine digits are
+    /// The digits after the point taken as a number: 5 for ".5" and for ".05", 500 for ".500". At most nine digits are
     /// read.
     [[nodiscard]] virtual int getFraction() const;
     [[nodiscard]] virtual int getDiffHour() const;
@@ -50,7 +50,7 @@ public:
     /// STATUS_BAD_DATETIME for a time that is not set or cannot be represented.
     virtual std::time_t getTime() const;
 
-    // Setters answer 0, or STATUS_BAD_DATETIME for a value out of range and for a text that cannot be read; nothing is
+    // Setters return 0, or STATUS_BAD_DATETIME for a value out of range and for a text that cannot be read; nothing is
     // changed then.
     /// Whether the text ends in "Z". Set with an offset, the fields are moved to UTC and the offset becomes zero.
     [[nodiscard]] virtual int setUTC(bool utc);
@@ -63,7 +63,7 @@ public:
     [[nodiscard]] virtual int setHour(int hour);
     [[nodiscard]] virtual int setMinute(int minute);
     [[nodiscard]] virtual int setSecond(int second);
-    /// The digits behind the point, 0 (none) to 999,999,999.
+    /// The digits after the point, 0 (none) to 999,999,999.
     [[nodiscard]] virtual int setFraction(int fraction);
     /// The fields from seconds since 1970, as local time of this process; with `diff`, or when the value is always
     /// shown in Zulu form, with its offset.
@@ -75,7 +75,7 @@ public:
     /// -720 to 720 minutes.
     [[nodiscard]] virtual int setDiff(int minutes);
 
-    /// Reads the fields from a text, which need not be the caller's. Answers 0 or STATUS_BAD_DATETIME, with the fields
+    /// Reads the fields from a text, which need not be the caller's. Returns 0 or STATUS_BAD_DATETIME, with the fields
     /// unchanged.
     [[nodiscard]] virtual int parseString(const char* text) = 0;
     /// Unsets all fields and empties the text.
@@ -97,7 +97,7 @@ public:
 
     /// The length of the text without NUL, 0 when there is none.
     [[nodiscard]] int getTimeStringLen() const;
-    /// Copies the text with its NUL and answers `destination`; null when there is no text or it does not fit
+    /// Copies the text with its NUL and returns `destination`; null when there is no text or it does not fit
     /// `capacity`.
     char* getTimeString(char* destination, std::uint32_t capacity) const;
 
@@ -200,7 +200,7 @@ public:
     [[nodiscard]] int setYear(int year) override;
     /// Always 0.
     int getFraction() const override;
-    /// Answers STATUS_NOT_SUPPORTED; the value has no fraction afterward.
+    /// Returns STATUS_NOT_SUPPORTED; the value has no fraction afterward.
     [[nodiscard]] int setFraction(int fraction) override;
     /// Clearing the flag acts only when there is an offset, since a text needs one of the two endings.
     [[nodiscard]] int setUTC(bool utc) override;

@@ -1,4 +1,4 @@
-// The one reader of time texts, behind the plain functions and the control classes, and the calendar both rest on.
+// The one reader of time texts, used by the plain functions and the control classes, and the calendar both rest on.
 #pragma once
 
 #include "asn1rt/time_text.h"
@@ -10,7 +10,7 @@ enum class TimeReader {
     kControlZulu,  // the same; "," and any ending but "Z" are refused
 };
 
-// Both leave `time` alone when they answer false.
+// Both leave `time` unchanged when they return false.
 bool scanGeneralizedTime(const char* text, TimeReader reader, RtTime& time);
 bool scanUtcTime(const char* text, RtTime& time);
 

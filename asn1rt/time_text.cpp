@@ -36,7 +36,7 @@ bool isBlank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-// A text that can be asked for any position: behind its end it reads as NUL.
+// A text that can be asked for any position: after its end it reads as NUL.
 class TimeText {
 public:
     explicit TimeText(const char* text) : text_(text), size_(std::strlen(text)) {}
@@ -90,7 +90,7 @@ bool readField(const TimeText& text, std::size_t i, int limit, std::int16_t& fie
     return value < limit;
 }
 
-// The digits behind a point at `i`; `i` moves behind what was read.
+// The digits after a point at `i`; `i` moves after what was read.
 bool readFraction(const TimeText& text, std::size_t& i, TimeReader reader, RtTime& time) {
     if (!text.digitAt(++i)) {
         return false;

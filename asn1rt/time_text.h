@@ -1,6 +1,6 @@
 // GeneralizedTime and UTCTime texts (X.680 46 and 47) and the plain record of their fields. The texts are read
 // leniently, as BER allows: minutes, seconds and the ending may be missing where the standard lets them. Failures are
-// answered and entered in the context.
+// returned and recorded in the context.
 #pragma once
 
 #include <cstdint>
@@ -18,7 +18,7 @@ struct RtTime {
     std::int16_t second = 0;    // 0 to 59
     std::int16_t diffHour = 0;  // offset from UTC, -12 to 12
     std::int16_t diffMin = 0;   // -59 to 59, with the sign of the offset
-    char fraction[21] = {};     // up to 20 digits behind the point, NUL-terminated; leading zeros are not kept
+    char fraction[21] = {};     // up to 20 digits after the point, NUL-terminated; leading zeros are not kept
     std::uint8_t utcFlag = 0;   // 1 for the ending "Z"
 };
 
@@ -33,15 +33,15 @@ TALLOW_EXPORT extern const std::uint8_t rtCtypeTable[256];
 /// Reads GeneralizedTime text. Seconds, or minutes and seconds, may be missing; a fraction needs seconds. An ending
 /// other than "Z" or an offset means local time, and what follows then is not examined. Leading zeros of the fraction
 /// are dropped, so ".05" is kept as "5": the fraction must not be taken for a number. Every failure is
-/// STATUS_BAD_DATETIME and leaves `record` alone.
+/// STATUS_BAD_DATETIME and leaves `record` unchanged.
 [[nodiscard]] TALLOW_EXPORT int rtParseGeneralizedTime(ASN1CTXT* ctx, const char* text, RtTime* record) noexcept;
 
 /// Reads UTCTime text: a year below 50 is 20yy, others 19yy; seconds may be missing; the ending is required and is "Z"
-/// or an offset of four digits. Every failure is STATUS_BAD_DATETIME and leaves `record` alone.
+/// or an offset of four digits. Every failure is STATUS_BAD_DATETIME and leaves `record` unchanged.
 [[nodiscard]] TALLOW_EXPORT int rtParseUTCTime(ASN1CTXT* ctx, const char* text, RtTime* record) noexcept;
 
 /// Writes GeneralizedTime text with all of date, hour, minutes and seconds. With `capacity` 0, `*text` receives a copy
-/// from the type heap; otherwise `*text` is the caller's array of `capacity` octets, NUL included. Answers 0,
+/// from the type heap; otherwise `*text` is the caller's array of `capacity` octets, NUL included. Returns 0,
 /// STATUS_BAD_DATETIME for a field out of range, STATUS_STRING_OVERFLOW for a small array, STATUS_BAD_ARGUMENT for a
 /// null argument or array, STATUS_NO_MEMORY.
 [[nodiscard]] TALLOW_EXPORT int rtMakeGeneralizedTime(ASN1CTXT* ctx, const RtTime* record, char** text,

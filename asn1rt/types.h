@@ -48,7 +48,7 @@ inline constexpr int LEN_INDEFINITE = -9999;
 
 // Options of xd_match and xd_tag_len, a bit set.
 inline constexpr int MATCH_SEEK = 1;        ///< look forward through the following elements for the tag
-inline constexpr int MATCH_ADVANCE = 2;     ///< leave the position behind tag and length; else at the element's start
+inline constexpr int MATCH_ADVANCE = 2;     ///< leave the position after tag and length; else at the element's start
 inline constexpr int MATCH_SKIP_FIRST = 8;  ///< step over the current element before matching
 
 /// Most arcs that an object identifier can hold here.

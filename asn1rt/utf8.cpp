@@ -147,7 +147,7 @@ int rtUTF8Len(const char* text) noexcept {
     if (text == nullptr) {
         return 0;
     }
-    // A last lead may promise octets behind the NUL; stepping by lead stops at the true end.
+    // A last lead may promise octets after the NUL; stepping by lead stops at the true end.
     const std::size_t end = std::strlen(text);
     int count = 0;
     for (std::size_t i = 0; i < end; ++count) {

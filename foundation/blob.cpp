@@ -87,7 +87,7 @@ CBlob& CBlob::operator+=(const CBlob& other) {
         return *this;
     }
     if (&other == this) {
-        // The content is not repeated; zeros, so that no old memory shows through the new half.
+        // The content is not repeated; the new half is zeroed, so that it shows no old memory.
         std::memset(pbData_.get() + sizeOld, 0, sizeAdded);
     } else {
         std::memcpy(pbData_.get() + sizeOld, other.pbData_.get(), sizeAdded);

@@ -1,7 +1,7 @@
 // The byte string of the library: DER messages, hashes, serial numbers, certificates and extension values travel in it.
 //
 // A blob owns its bytes; a copy is always deep, a move hands the buffer over. There is no separate capacity: the buffer
-// may be larger than size after clear() or a shrinking resize_to(), and growing again allocates anew.
+// may be larger than size after clear() or a shrinking resize_to(), and growing again allocates.
 //
 //   CBlob request(bytes, size);
 //   request += CBlob(tail, sizeTail);
@@ -72,11 +72,11 @@ public:
     void writeToFile(const wchar_t* path) const;
 
     /// Replaces the content by the bytes named in `text`, two hexadecimal digits of either case a byte. White space may
-    /// stand before and between the pairs, not inside one. The first character that does not fit ends the reading
-    /// without an error, so that what was read so far stands and a lone last digit is dropped. Not null.
+    /// may appear before and between the pairs, not inside one. The first character that does not fit ends the reading
+    /// without an error, so that what was read so far is kept and a lone last digit is dropped. Not null.
     void readFromHexString(const char* text);
-    /// The content in upper-case hexadecimal digits. With `group` above 0 a blank stands before every byte whose index
-    /// is a non-zero multiple of it.
+    /// The content in upper-case hexadecimal digits. With `group` above 0 a blank is written before every byte whose
+    /// index is a non-zero multiple of it.
     [[nodiscard]] CStringProxy writeToHexString(unsigned long group) const;
 
 private:

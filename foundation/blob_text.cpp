@@ -15,7 +15,7 @@ namespace Orvane {
 namespace {
 
 struct FileCloser {
-    // Whether a file closes is nobody's concern: what was to be read was read, and a failing write is not reported.
+    // fclose errors are ignored: reads are complete, and failing writes are not reported.
     void operator()(std::FILE* file) const noexcept { static_cast<void>(std::fclose(file)); }
 };
 using File = std::unique_ptr<std::FILE, FileCloser>;

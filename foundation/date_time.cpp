@@ -73,7 +73,7 @@ SYSTEMTIME calendarOrEnd(const CDateTime& time) noexcept {  // NOLINT(bugprone-e
     return time.getSystemTime();
 }
 
-// Seconds that the process's zone lies west of UTC at this moment, whatever date is being converted.
+// Seconds that the process's zone is west of UTC at this moment, whatever date is being converted.
 std::int64_t secondsWest() noexcept {
     const std::time_t now = std::time(nullptr);
     std::tm local{};
@@ -135,7 +135,7 @@ CDateTime moved(const CDateTime& from, const CDateTimeSpan& unit, int count) {
 
 CDateTime movedByYears(const CDateTime& from, int years) {
     constexpr int kMonths = 12;
-    // Months that no int counts lead to no year that there is.
+    // A count of months that overflows an int cannot lead to a valid year.
     if (years > std::numeric_limits<int>::max() / kMonths || years < std::numeric_limits<int>::min() / kMonths) {
         ATL::AtlThrowImpl(status::kInvalidArgument);
     }
@@ -314,7 +314,7 @@ CDateTime DateAddA(const char* unit, int count, const CDateTime& from) {
 }
 
 CDateTime DateAddW(const wchar_t* unit, int count, const CDateTime& from) {
-    // Any character beyond ASCII is as wrong as any other that is no unit.
+    // Characters beyond ASCII are rejected like any other unknown unit.
     const std::array<char, 2> narrow = {*unit > 0 && *unit < 0x80 ? static_cast<char>(*unit) : '?', '\0'};
     return DateAddA(*unit == L'\0' ? "" : narrow.data(), count, from);
 }

@@ -63,7 +63,7 @@ public:
     /// "YYYYMMDDHHMMSS", a fraction of 1 to 6 digits that never ends in 0 if there is one, 'Z'. A time that the
     /// platform cannot convert ends the process.
     [[nodiscard]] CStringProxy getGeneralizedTime() const;
-    /// Despite its name the display form "DD.MM.YYYY" with the locale's time of day behind it. Callers rely on this
+    /// Despite its name the display form "DD.MM.YYYY" with the locale's time of day after it. Callers rely on this
     /// form. Throws 0x80004005 when it cannot be made.
     [[nodiscard]] CStringProxy getGeneralizedTimeTrimMicroseconds() const;
     /// "DD.MM.YYYY HH:MM:SS", followed by '.' and 3 or 6 digits when milliseconds or microseconds are not 0. Throws

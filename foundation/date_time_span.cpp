@@ -17,7 +17,7 @@ constexpr std::uint64_t kSecond = 10'000'000;
 
 }  // namespace
 
-// Constant-initialised, so that they stand before any code of the library runs.
+// Constant-initialised, so that they are set before any code of the library runs.
 constinit const CDateTimeSpan CDateTimeSpan::oneYear = fromTicks(365 * 86400 * kSecond);
 constinit const CDateTimeSpan CDateTimeSpan::oneMonth = fromTicks(30 * 86400 * kSecond);
 constinit const CDateTimeSpan CDateTimeSpan::oneDay = fromTicks(86400 * kSecond);

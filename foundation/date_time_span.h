@@ -48,7 +48,7 @@ public:
     CDateTimeSpan& operator*=(unsigned int factor) noexcept;
     /// A divisor of 0 gives 0.
     CDateTimeSpan& operator/=(unsigned int divisor) noexcept;
-    /// The remainder fits 32 bits. A divisor of 0 leaves the low 32 bits alone and clears the high ones.
+    /// The remainder fits 32 bits. A divisor of 0 leaves the low 32 bits unchanged and clears the high ones.
     CDateTimeSpan& operator%=(unsigned int divisor) noexcept;
     void swap(CDateTimeSpan& other) noexcept;
 
@@ -77,7 +77,7 @@ constexpr CDateTimeSpan CDateTimeSpan::fromTicks(std::uint64_t ticks) noexcept {
 [[nodiscard]] TALLOW_EXPORT CDateTimeSpan operator*(CDateTimeSpan span, unsigned int factor) noexcept;
 [[nodiscard]] TALLOW_EXPORT CDateTimeSpan operator/(CDateTimeSpan span, unsigned int divisor) noexcept;
 [[nodiscard]] TALLOW_EXPORT CDateTimeSpan operator%(CDateTimeSpan span, unsigned int divisor) noexcept;
-/// How often `divisor` goes into `span`; a divisor of 0 gives 0.
+/// The quotient of `span` and `divisor`; a divisor of 0 gives 0.
 [[nodiscard]] TALLOW_EXPORT std::uint64_t operator/(const CDateTimeSpan& span, const CDateTimeSpan& divisor) noexcept;
 /// The rest of that division; a divisor of 0 gives `span` unchanged.
 [[nodiscard]] TALLOW_EXPORT CDateTimeSpan operator%(const CDateTimeSpan& span, const CDateTimeSpan& divisor) noexcept;

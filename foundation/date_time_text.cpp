@@ -36,7 +36,7 @@ unsigned int readField(std::string_view text, std::size_t offset, std::size_t le
     return value;
 }
 
-// The fraction begins behind the character at offset 14, which may be anything; what is missing of its six digits is
+// The fraction begins after the character at offset 14, which may be anything; what is missing of its six digits is
 // zeros, and what is more is cut.
 unsigned int readMicroseconds(std::string_view text) {
     constexpr std::size_t kFractionOffset = 15;
@@ -71,7 +71,7 @@ CDateTimeSpan readOffset(const char* text) {
     return offset;
 }
 
-// What stands behind the seconds, taken apart: the part that goes on as text, and the zone.
+// The text after the seconds in two parts: the fraction, and the zone.
 struct XsdTail {
     std::string text;
     CDateTimeSpan offset;
@@ -87,7 +87,7 @@ XsdTail splitTail(std::string_view whole) {
         }
         return tail;
     }
-    // A '-' comes before a '+' wherever the two stand.
+    // A '-' is used before a '+', whatever their order.
     const std::size_t minus = whole.find('-');
     const std::size_t sign = minus != std::string_view::npos ? minus : whole.find('+');
     if (sign != std::string_view::npos) {

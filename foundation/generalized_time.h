@@ -1,11 +1,11 @@
-// The parser behind every date and span that is read from text. Private: the public form is GeneralizedTimeToTm.
+// The parser of every date and span that is read from text. Private: the public form is GeneralizedTimeToTm.
 #pragma once
 
 #include <string_view>
 
 namespace Orvane {
 
-/// The fields as they stand in the text; those that the text is too short for are 0.
+/// The fields as written in the text; those that the text is too short for are 0.
 struct GeneralizedTimeFields {
     unsigned int year = 0;   // up to 9999
     unsigned int month = 0;  // up to 99, and so on

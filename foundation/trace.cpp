@@ -27,8 +27,8 @@ namespace {
 constexpr unsigned int kFirstLevel = 0;
 constexpr unsigned int kLastLevel = 127;
 
-// Opened with the library and closed when it goes. A trace point of another static object that comes earlier or later
-// meets a null context and is silent.
+// Opened with the library and closed when it is unloaded. A trace point of another static object that comes earlier or
+// later meets a null context and is silent.
 DbTraceInitializer log_inter("ocsp", ocsp_db_ctx, kFirstLevel, kLastLevel);
 
 }  // namespace

@@ -13,9 +13,9 @@ namespace {
 
 constexpr DWORD kEncoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 
-// Properties that stay behind when a certificate leaves its store: those that the service derives from the certificate
-// whenever they are asked for (3, 4, 15, 18, 20, 24, 25: hashes, key identifier and the like) and those that say
-// something about the place it came from (7, 8, 17, 27).
+// Properties that are not copied when a certificate leaves its store: those that the service derives from the
+// certificate whenever they are asked for (3, 4, 15, 18, 20, 24, 25: hashes, key identifier and the like) and those
+// that say something about the place it came from (7, 8, 17, 27).
 constexpr std::array<DWORD, 11> kPropertiesLeftBehind = {3, 4, 7, 8, 15, 17, 18, 20, 24, 25, 27};
 
 bool isLeftBehind(DWORD id) noexcept {

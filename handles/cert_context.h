@@ -14,14 +14,14 @@ struct _CERT_CONTEXT;
 
 namespace ATL2 {
 
-/// Holds one reference to a certificate, null when empty. A copy takes a reference of its own, a move hands it over.
-/// The operations return their status, 0 or a negative word; they throw only what is named.
+/// Holds one reference to a certificate, null when empty. A copy takes its own reference, a move hands it over.
+/// The operations return their status, 0 or a negative number; they throw only what is named.
 class TALLOW_EXPORT CCertContext {
 public:
     constexpr CCertContext() noexcept = default;
     /// Takes over the caller's reference; null gives an empty object.
     [[nodiscard]] static CCertContext adopt(const _CERT_CONTEXT* context) noexcept { return CCertContext(context); }
-    /// Takes a reference of its own and leaves the caller's alone; null gives an empty object.
+    /// Takes its own reference; the caller keeps its own; null gives an empty object.
     [[nodiscard]] static CCertContext duplicate(const _CERT_CONTEXT* context) noexcept;
     CCertContext(const CCertContext& other) noexcept;
     CCertContext(CCertContext&& other) noexcept : context_(other.detach()) {}
@@ -35,12 +35,12 @@ public:
     explicit operator bool() const noexcept { return context_ != nullptr; }
     /// Releases what is held and takes over `context`.
     void reset(const _CERT_CONTEXT* context = nullptr) noexcept;
-    /// Gives the handle away; the caller now has to free it.
+    /// Gives the handle away; the caller must free it.
     [[nodiscard]] const _CERT_CONTEXT* detach() noexcept;
     void swap(CCertContext& other) noexcept;
 
     /// Makes the certificate independent of the store it came from: a new context with the same bytes and the same
-    /// properties, but for those that the service derives anew or that mean nothing on a copy (thumbprints and the
+    /// properties, but for those that the service derives again or that mean nothing on a copy (thumbprints and the
     /// like). Returns 0x80004005 on an empty object and otherwise the converted last error of the step that failed; the
     /// object then keeps its old context.
     [[nodiscard]] std::int32_t DetachFromStore();

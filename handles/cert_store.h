@@ -17,7 +17,7 @@ namespace ATL2 {
 /// Closes the store in a cell, if there is one, and frees the cell.
 class TALLOW_EXPORT CCertStoreDeleter {
 public:
-    /// `checking` asks the service to tell whether somebody still uses the store; no place in the library does.
+    /// `checking` asks the service to report whether the store is still in use; the library never asks.
     explicit CCertStoreDeleter(bool checking) noexcept : checking_(checking) {}
     void operator()(void** cell) const noexcept;
 
@@ -36,7 +36,7 @@ private:
 };
 
 /// The cell holds the raw store handle, null when no store is open; a new object has a cell with a null handle. The
-/// operations return their status, 0 or a negative word, and do not throw. Copies may be destroyed on different
+/// operations return their status, 0 or a negative number, and do not throw. Copies may be destroyed on different
 /// threads.
 class TALLOW_EXPORT CCertStore {
 public:
@@ -56,7 +56,7 @@ public:
     /// error if none could be opened.
     [[nodiscard]] std::int32_t Open(const char* provider, unsigned int encoding, unsigned int flags,
                                     const void* parameter) noexcept;
-    /// Shares an existing store. This object takes a reference of its own, so the store stays open as long as it does;
+    /// Shares an existing store. This object takes its own reference, so the store stays open as long as it does;
     /// the caller's handle stays the caller's. Returns 0x80004005 if a store is open in this object, 0x80070057 for
     /// null, the last error if the service refuses, 0x8007000E when memory is exhausted.
     [[nodiscard]] std::int32_t AttachWeak(void* handle) noexcept;

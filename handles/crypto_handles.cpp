@@ -22,7 +22,7 @@ typename CryptHandle<Traits>::Handle* CryptHandle<Traits>::put() noexcept {
 
 template <class Traits>
 void CryptHandle<Traits>::reset(Handle handle) noexcept {
-    // A handle that the service did not take back is kept by an object that gets no other in its place.
+    // A handle that the service failed to release is kept, unless a new one replaces it.
     if (handle_ != 0 && (Traits::release(handle_) || handle != 0)) {
         handle_ = 0;
     }

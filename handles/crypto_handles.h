@@ -30,7 +30,7 @@ public:
     [[nodiscard]] Handle* put() noexcept;
     /// Releases what is held and takes `handle` over.
     void reset(Handle handle = 0) noexcept;
-    /// Gives the handle away; the caller now has to release it.
+    /// Gives the handle away; the caller must release it.
     [[nodiscard]] Handle detach() noexcept;
 
 private:

@@ -14,7 +14,7 @@ namespace ATL2 {
 /// convertLastError(GetLastError()); call it directly after the failing service call.
 [[nodiscard]] TALLOW_EXPORT std::int32_t convertedLastError() noexcept;
 
-/// The same where a call has failed for certain: 0x80004005 if the service tells no reason, so that 0 always means
+/// The same where a call is known to have failed: 0x80004005 if the service gives no reason, so that 0 always means
 /// success.
 [[nodiscard]] TALLOW_EXPORT std::int32_t convertedLastErrorOrFail() noexcept;
 

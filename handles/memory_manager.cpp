@@ -19,7 +19,7 @@ std::size_t roundedChars(int nChars, int nCharSize) noexcept {
     return (static_cast<std::size_t>(nChars) & ~std::size_t{7}) + 8;
 }
 
-// Made before any code runs and out of every destructor's reach: strings in static objects of other files may be older
+// Constant-initialised and never destroyed: strings in static objects of other files may be older
 // or outlast those of this one.
 union DefaultManager {
     struct Parts {
@@ -28,7 +28,7 @@ union DefaultManager {
     } parts;
 
     constexpr DefaultManager() noexcept : parts() {}
-    ~DefaultManager() {}  // NOLINT(modernize-use-equals-default): leaves the parts alone on purpose
+    ~DefaultManager() {}  // NOLINT(modernize-use-equals-default): leaves the members unset on purpose
 };
 
 constinit DefaultManager defaultManager;
@@ -47,7 +47,7 @@ void* CCRTHeap::Reallocate(void* block, std::size_t size) noexcept {
     return std::realloc(block, size);
 }
 
-// Throwing out of a noexcept function ends the process, which is the contract of a call that nothing can answer.
+// Throwing out of a noexcept function ends the process, which is the contract of a call that cannot report a failure.
 std::size_t CCRTHeap::GetSize(void*) noexcept {  // NOLINT(bugprone-exception-escape)
     AtlThrowImpl(status::kFail);
 }

@@ -2,7 +2,7 @@
 
 namespace status {
 
-// Switches, so that a number that stands twice in the table does not compile.
+// Switches, so that a number that appears twice in the table does not compile.
 const char* text(std::int32_t status) noexcept {
     switch (status) {
         case kOk:

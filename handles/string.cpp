@@ -120,7 +120,7 @@ void CSimpleStringT<Char, mfc>::ReleaseBufferSetLength(int length) {
     if (length < 0 || length > GetAllocLength()) {
         AtlThrowImpl(status::kInvalidArgument);
     }
-    // The empty block is shared by all; a buffer of no length that was never asked for has nothing to write to.
+    // The empty block is shared and read-only; an empty string has no buffer to write to.
     if (header()->IsShared()) {
         if (length != GetLength()) {
             AtlThrowImpl(status::kInvalidArgument);

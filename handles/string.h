@@ -17,7 +17,7 @@
 
 namespace ATL {
 
-/// One pointer to the characters, with CStringData in front of them. `mfc` tells a variant that is not used here.
+/// One pointer to the characters, with CStringData in front of them. `mfc` selects a variant that is not used here.
 template <class Char, bool mfc = false>
 class TALLOW_EXPORT CSimpleStringT {
 public:

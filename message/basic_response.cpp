@@ -26,10 +26,7 @@ struct CBasicResponse::Impl {
 
 namespace {
 
-struct BasicResponseTraits {
-    using ASN1_T = asn1data::ASN1T_BasicOCSPResponse;
-    using ASN1_C = asn1data::ASN1C_BasicOCSPResponse;
-};
+using BasicResponseTraits = ASN1::RecordTraits<asn1data::ASN1C_BasicOCSPResponse, asn1data::asn1Copy_BasicOCSPResponse>;
 
 CCertStatus certStatusOf(const asn1data::ASN1T_CertStatus& record) {
     switch (record.t) {
@@ -55,7 +52,7 @@ CSingleResponse singleResponseOf(const asn1data::ASN1T_SingleResponse& record) {
             extensionsOf(record.m.singleExtensionsPresent, record.singleExtensions)};
 }
 
-// The names and certificates are cut out of the message instead of being encoded anew from the records: a certificate
+// The names and certificates are cut out of the message instead of being encoded again from the records: a certificate
 // whose encoding is not canonical would lose its signature that way, and a name would no longer be the one that its
 // owner's certificate shows.
 
@@ -75,7 +72,7 @@ CResponderID responderIdOf(const asn1data::ASN1T_ResponderID& record, const ASN1
 }
 
 CBlobList certificatesOf(const ASN1::CElement& wrapper) {
-    // The decoder does not hold the length of a wrapper against what is in it; here it is what says where to look.
+    // The decoder does not compare the length of a wrapper with its contents; here that length decides where to look.
     if (!ASN1::hasContextTag(wrapper, kCerts)) {
         ATL::AtlThrowImpl(status::kAsn1Error);
     }
@@ -167,7 +164,7 @@ const ASN1::CAlgorithmIdentifier& CBasicResponse::get_signatureAlgorithm() const
 }
 
 // The whole message is handed over: the service reads the signed structure, the algorithm and the signature from its
-// front and does not look at the certificates behind them.
+// front and does not look at the certificates after them.
 bool CBasicResponse::verify(const CBlob& certificate) const {
     CRYPT_DATA_BLOB subject{static_cast<DWORD>(impl_->encoded.cbData()), impl_->encoded.pbData()};
     return verifySignature(CRYPT_VERIFY_CERT_SIGN_SUBJECT_BLOB, &subject, openCertificate(certificate));

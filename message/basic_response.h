@@ -1,4 +1,4 @@
-// The signed answer of a responder (RFC 6960, 4.2.1).
+// The signed response of a responder (RFC 6960, 4.2.1).
 //
 //   BasicOCSPResponse ::= SEQUENCE { tbsResponseData ResponseData, signatureAlgorithm AlgorithmIdentifier,
 //                                    signature BIT STRING, certs [0] EXPLICIT SEQUENCE OF Certificate OPTIONAL }
@@ -20,7 +20,8 @@
 
 namespace Orvane::PKI::OCSP {
 
-/// Pointers and references from getters live until the object changes.
+/// A decoded basic response. Decoding checks only the encoding: the signature is checked by verify(), and times, nonce
+/// and responder by the caller. Copies are deep. Pointers and references from getters live until the object changes.
 class TALLOW_EXPORT CBasicResponse {
 public:
     CBasicResponse();
@@ -38,17 +39,21 @@ public:
 
     /// The version field; 0, v1, also when it is absent. RFC 6960 has no other.
     std::uint32_t get_version() const;
-    /// How many octets stood behind the BasicOCSPResponse in what decode was given. They are not signed and not looked
+    /// How many octets followed the BasicOCSPResponse in what decode was given. They are not signed and not looked
     /// at; callers that need a complete response require 0.
     unsigned long get_trailingSize() const;
 
+    /// The entries in wire order; several may name the same certificate.
     const CSingleResponseList& get_responses() const;
     /// Null when absent; wire order.
     const ASN1::CExtensions* get_responseExtensions() const;
     /// The DER certificates carried, byte for byte; null when absent.
     const CBlobList* get_certs() const;
+    /// When the responder signed the response, in UTC.
     const CDateTime& get_producedAt() const;
+    /// The responder as it names itself, by Name or key hash. Proves nothing before verify().
     const CResponderID& get_responderID() const;
+    /// The algorithm that the response names, accepted or not: verify() decides.
     const ASN1::CAlgorithmIdentifier& get_signatureAlgorithm() const;
 
     /// True when the signature over tbsResponseData verifies with the public key of the DER `certificate`; false when

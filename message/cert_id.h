@@ -5,7 +5,7 @@
 //   ReqCert ::= CHOICE { certID CertID, fullCertificate [0] FullCertificate,
 //                        certIdWithSignature [1] CertIdWithSignature }
 //
-// ReqCert stands where RFC 6960 has a plain CertID; its first alternative has no tag of its own, so plain messages are
+// ReqCert replaces the plain CertID of RFC 6960; its first alternative has no tag, so plain messages are
 // that alternative.
 #pragma once
 
@@ -28,7 +28,7 @@ public:
     /// The name hash is taken over the issuer's subject, the key hash over the content of its subjectPublicKey BIT
     /// STRING without the unused-bits octet. Throws the converted last error when either is no certificate, or the hash
     /// algorithm is not available: entries of a response name algorithms of the responder's choice, and a search over
-    /// them has to continue after one that cannot be computed.
+    /// them must continue after one that cannot be computed.
     CCertID(const ASN1::CAlgorithmIdentifierEx& hashAlgorithm, const CBlob& certificate,
             const CBlob& issuerCertificate);
 
@@ -41,7 +41,7 @@ public:
     const ASN1::CAlgorithmIdentifier& get_hashAlgorithm() const { return hashAlgorithm_; }
     const CBlob& get_issuerNameHash() const { return issuerNameHash_; }
     const CBlob& get_issuerKeyHash() const { return issuerKeyHash_; }
-    /// Big-endian two's complement, exactly as the INTEGER's contents stand in DER.
+    /// Big-endian two's complement, exactly the contents of the DER INTEGER.
     const ASN1::CBigInteger& get_serialNumber() const { return serialNumber_; }
 
     void put_hashAlgorithm(const ASN1::CAlgorithmIdentifier& value);

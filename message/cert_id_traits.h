@@ -10,21 +10,14 @@
 
 namespace Orvane::PKI::OCSP {
 
-struct CertIdTraits {
-    using ASN1_T = asn1data::ASN1T_CertID;
-    using ASN1_C = asn1data::ASN1C_CertID;
-
+struct CertIdTraits : ASN1::RecordTraits<asn1data::ASN1C_CertID, asn1data::asn1Copy_CertID> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CCertID& value);
     static void get(const ASN1_T& record, CCertID& value);
 };
 
-struct ReqCertTraits {
-    using ASN1_T = asn1data::ASN1T_ReqCert;
-    using ASN1_C = asn1data::ASN1C_ReqCert;
-
+struct ReqCertTraits : ASN1::RecordTraits<asn1data::ASN1C_ReqCert, asn1data::asn1Copy_ReqCert> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CReqCert& value);
     static CReqCert get(const ASN1_T& record);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) { asn1data::asn1Copy_ReqCert(ctxt, &from, &to); }
 };
 
 }  // namespace Orvane::PKI::OCSP

@@ -17,7 +17,7 @@ public:
     /// The context tags of the alternatives on the wire.
     enum Type : unsigned int { kGood = 0, kRevoked = 1, kUnknown = 2 };
 
-    /// Unknown, so that an object nobody filled never counts as good.
+    /// Unknown, so that an unfilled object never counts as good.
     CCertStatus() = default;
     /// Good or unknown.
     explicit CCertStatus(Type type) : type_(type) {}

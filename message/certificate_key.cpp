@@ -31,7 +31,7 @@ bool verifySignature(DWORD subjectType, void* subject, const ATL2::CCertContext&
         return true;
     }
     const DWORD lastError = GetLastError();
-    // A key that cannot be used verifies nothing. Carried certificates are anybody's: one with a broken key must not
+    // A key that cannot be used verifies nothing. Carried certificates are untrusted: one with a broken key must not
     // keep the search from going on to the responder's own.
     if (lastError == NTE_BAD_SIGNATURE || lastError == NTE_BAD_PUBLIC_KEY) {
         return false;

@@ -15,10 +15,8 @@ namespace Orvane::PKI::OCSP {
 
 namespace {
 
-struct AcceptableResponsesTraits {
-    using ASN1_T = asn1data::ASN1T_AcceptableResponses;
-    using ASN1_C = asn1data::ASN1C_AcceptableResponses;
-
+struct AcceptableResponsesTraits
+    : ASN1::RecordTraits<asn1data::ASN1C_AcceptableResponses, asn1data::asn1Copy_AcceptableResponses> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CStringList& value) {
         record.n = static_cast<std::uint32_t>(value.size());
         record.elem = ASN1::allocateRecords<ASN1TObjId>(ctxt, value.size());
@@ -37,16 +35,11 @@ struct AcceptableResponsesTraits {
     }
 };
 
-struct ServiceLocatorTraits {
-    using ASN1_T = asn1data::ASN1T_ServiceLocator;
-    using ASN1_C = asn1data::ASN1C_ServiceLocator;
-
+struct ServiceLocatorTraits : ASN1::RecordTraits<asn1data::ASN1C_ServiceLocator, asn1data::asn1Copy_ServiceLocator> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CExtServiceLocator& value) {
         ASN1::ASN1T_Name_traits::set(ctxt, record.issuer, value.get_issuer());
-        if (value.get_locator() != nullptr) {
-            record.m.locatorPresent = 1;
-            ASN1::ASN1T_AuthorityInfoAccessSyntax_traits::set(ctxt, record.locator, *value.get_locator());
-        }
+        record.m.locatorPresent =
+            ASN1::setIf<ASN1::ASN1T_AuthorityInfoAccessSyntax_traits>(ctxt, record.locator, value.get_locator());
     }
 };
 
@@ -60,12 +53,9 @@ struct ArchiveCutoffTraits {
     static void get(const char* record, CDateTime& value) { value = ASN1::decodedUtcTime(record); }
 };
 
-struct CrlIdTraits {
-    using ASN1_T = asn1data::ASN1T_CrlID;
-    using ASN1_C = asn1data::ASN1C_CrlID;
-};
+using CrlIdTraits = ASN1::RecordTraits<asn1data::ASN1C_CrlID, asn1data::asn1Copy_CrlID>;
 
-// The address that the decoder has read, where a NUL is an octet like others and must not hide what comes after it.
+// The address that the decoder has read, in which a NUL must not hide the octets after it.
 std::string decodedUrl(const char* text) {
     std::string url;
     for (const char c : std::string_view(text, rtMemHeapBlockSize(text) - 1)) {
@@ -79,10 +69,7 @@ std::string decodedUrl(const char* text) {
 }
 
 // For a number that CrlID has no room for.
-struct CrlReferenceTraits {
-    using ASN1_T = asn1data::ASN1T_CrlReference;
-    using ASN1_C = asn1data::ASN1C_CrlReference;
-};
+using CrlReferenceTraits = ASN1::RecordTraits<asn1data::ASN1C_CrlReference, asn1data::asn1Copy_CrlReference>;
 
 }  // namespace
 
@@ -141,7 +128,7 @@ void CExtServiceLocator::put_locator(const ASN1::CAuthorityInfoAccessSyntax* loc
 }
 
 void CExtServiceLocator::encodeValue() {
-    // Without an issuer there is nothing to encode yet; put_issuer comes first or last, as the caller likes.
+    // Without an issuer there is nothing to encode yet; the setters may be called in any order.
     if (issuer_.cbData() != 0) {
         value() = ASN1::asn1Encode<ServiceLocatorTraits>(*this);
     }

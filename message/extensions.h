@@ -1,7 +1,7 @@
 // The extensions of OCSP messages as typed values (RFC 6960, 4.4, and the arc 1.2.643.2.2.47).
 //
 // Each derives from ASN1::CExtValue and keeps its value current: every setter encodes at once. The default constructor
-// sets the OID alone; the one from a CBlob takes the content of extnValue and decodes it, throwing kAsn1Error for
+// sets only the OID; the one from a CBlob takes the content of extnValue and decodes it, throwing kAsn1Error for
 // malformed bytes.
 #pragma once
 
@@ -26,8 +26,8 @@ inline constexpr char kOidServiceLocator[] = "1.3.6.1.5.5.7.48.1.7";
 inline constexpr char kOidCrlLocator[] = "1.2.643.2.2.47.2";
 inline constexpr char kOidHistoricalRequest[] = "1.2.643.2.2.47.5";
 
-/// The nonce (RFC 6960, 4.4.1). The content of extnValue is taken and handed back as it stands, whatever it is: the
-/// OCTET STRING that RFC 6960 puts inside is the business of whoever makes the nonce.
+/// The nonce (RFC 6960, 4.4.1). The content of extnValue is taken and handed back as it is, whatever it is: the
+/// OCTET STRING that RFC 6960 puts inside is left to the caller.
 class TALLOW_EXPORT CExtNonce : public ASN1::CExtValue {
 public:
     CExtNonce();
@@ -59,7 +59,7 @@ public:
     CExtServiceLocator(const CExtServiceLocator&);
     CExtServiceLocator& operator=(const CExtServiceLocator&);
 
-    /// A DER Name; empty until put. One that was read is encoded anew from its values.
+    /// A DER Name; empty until put. One that was read is encoded again from its values.
     const CBlob& get_issuer() const { return issuer_; }
     void put_issuer(const CBlob& name);
     /// Null when absent.
@@ -95,7 +95,7 @@ private:
 class TALLOW_EXPORT CExtCrlIDBase : public ASN1::CExtValue {
 public:
     /// Each null when absent; valid until the object changes. A NUL in the address shows as "%00". A number that does
-    /// not fit 32 bits counts as absent; get_value has its octets, until a setter encodes the value anew without it.
+    /// not fit 32 bits counts as absent; get_value has its octets, until a setter encodes the value again without it.
     const char* get_crlUrl() const { return crlUrl_ ? crlUrl_->c_str() : nullptr; }
     const int* get_crlNum() const { return crlNum_ ? &*crlNum_ : nullptr; }
     const CDateTime* get_crlTime() const { return crlTime_ ? &*crlTime_ : nullptr; }
@@ -127,7 +127,7 @@ public:
     explicit CExtHistoricalRequest(const CBlob& extnValue);
 };
 
-/// The CRL on which an answer rests (RFC 6960, 4.4.2).
+/// The CRL on which an answer is based (RFC 6960, 4.4.2).
 class TALLOW_EXPORT CExtCrlID : public CExtCrlIDBase {
 public:
     CExtCrlID();

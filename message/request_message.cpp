@@ -38,7 +38,7 @@ struct CRequestMessage::Impl {
     void sign(unsigned long long hProv, unsigned int keySpec, const ASN1::CAlgorithmIdentifierEx& signatureAlgorithm,
               const CBlobList* certs);
 
-    // What was signed or read no longer stands for a content that changes.
+    // What was signed or read does not apply to changed content.
     void contentChanges() {
         signatureAlgorithm.reset();
         signature.clear();
@@ -51,15 +51,9 @@ struct CRequestMessage::Impl {
 
 namespace {
 
-struct TbsRequestTraits {
-    using ASN1_T = asn1data::ASN1T_TBSRequest;
-    using ASN1_C = asn1data::ASN1C_TBSRequest;
-};
+using TbsRequestTraits = ASN1::RecordTraits<asn1data::ASN1C_TBSRequest, asn1data::asn1Copy_TBSRequest>;
 
-struct OcspRequestTraits {
-    using ASN1_T = asn1data::ASN1T_OCSPRequest;
-    using ASN1_C = asn1data::ASN1C_OCSPRequest;
-};
+using OcspRequestTraits = ASN1::RecordTraits<asn1data::ASN1C_OCSPRequest, asn1data::asn1Copy_OCSPRequest>;
 
 constexpr std::uint32_t kSignature = 0;
 constexpr std::uint32_t kCerts = 0;
@@ -69,10 +63,8 @@ struct RequestTraits {
 
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CSingleRequest& value) {
         ReqCertTraits::set(ctxt, record.reqCert, value.get_reqCert());
-        if (const ASN1::CExtensions* extensions = value.get_singleRequestExtensions(); extensions != nullptr) {
-            record.m.singleRequestExtensionsPresent = 1;
-            ASN1::ASN1T_Extensions_traits::set(ctxt, record.singleRequestExtensions, *extensions);
-        }
+        record.m.singleRequestExtensionsPresent = ASN1::setIf<ASN1::ASN1T_Extensions_traits>(
+            ctxt, record.singleRequestExtensions, value.get_singleRequestExtensions());
     }
 };
 
@@ -94,7 +86,8 @@ CBlob composeBitString(const CBlob& octets) {
     return ASN1::composeElement(0x00000003, {&unused, &octets});
 }
 
-// The OCSPSignature in its wrapper. The certificates go in as they are: encoding them anew could break them.
+// The OCSPSignature in its wrapper. The certificates go in as they are: encoding them again could break their
+// signatures.
 CBlob composeSignature(const ASN1::CAlgorithmIdentifier& algorithm, const CBlob& signature, const CBlobList* certs) {
     const CBlob algorithmBytes = algorithm.encode();
     const CBlob signatureBytes = composeBitString(signature);
@@ -112,8 +105,8 @@ CBlob composeSignature(const ASN1::CAlgorithmIdentifier& algorithm, const CBlob&
     return ASN1::composeElement(ASN1::contextTag(kSignature), {&sequence});
 }
 
-// The content of an element that must be the wrapper [number]: the decoder does not hold the length of a wrapper
-// against what is in it, and here it is what says where to look.
+// The content of an element that must be the wrapper [number]: the decoder does not compare the length of a
+// wrapper with its contents, and here that length decides where to look.
 ASN1::CElementReader inside(const ASN1::CElement& wrapper, std::uint32_t number) {
     if (!ASN1::hasContextTag(wrapper, number)) {
         ATL::AtlThrowImpl(status::kAsn1Error);
@@ -246,7 +239,7 @@ const CBlob* CRequestMessage::get_requestorName() const {
     if (impl_->requestorName) {
         return &*impl_->requestorName;
     }
-    // The signer is looked up by this name without a test for null. An empty name finds nobody.
+    // The signer is looked up by this name without a test for null. An empty name matches no certificate.
     return impl_->signatureAlgorithm ? &impl_->noName : nullptr;
 }
 

@@ -42,9 +42,9 @@ public:
     const ASN1::CExtensions* get_requestExtensions() const;
     void put_requestExtensions(const ASN1::CExtensions* extensions);
 
-    /// The DER Name inside requestorName's directoryName. A name that was read is encoded anew from its values, so that
-    /// one in lax BER comes back as DER. When requestorName is absent or of another kind: null for an
-    /// unsigned request, an empty blob for a signed one.
+    /// The DER Name inside requestorName's directoryName. A name that was read is encoded again from its values, so
+    /// that one in lax BER comes back as DER. When requestorName is absent or of another kind: null for an unsigned
+    /// request, an empty blob for a signed one.
     const CBlob* get_requestorName() const;
     void put_requestorName(const CBlob* name);
 
@@ -53,7 +53,7 @@ public:
     /// The DER certificates that travel with the signature; null when absent.
     const CBlobList* get_signatureCerts() const;
 
-    /// Signs the TBSRequest with the private key behind the provider handle `hProv` (stays the caller's) and key
+    /// Signs the TBSRequest with the private key of the provider handle `hProv` (stays the caller's) and key
     /// specification `keySpec`. `certs` may be null or empty; the field is left out then. Call it after all put_
     /// operations: changing the content drops the signature. Throws the converted last error when the key cannot sign.
     void sign(unsigned long long hProv, unsigned int keySpec, const ASN1::CAlgorithmIdentifierEx& signatureAlgorithm,

@@ -13,7 +13,8 @@ CResponderID CResponderID::fromCert(Type type, const CBlob& certificate) {
         case kByName:
             return {type, CBlob(info.Subject.pbData, info.Subject.cbData)};
         case kByKey: {
-            // Always SHA-1 (RFC 6960, 4.2.1), whatever the message is signed with: a name for the key, no protection.
+            // Always SHA-1 (RFC 6960, 4.2.1), whatever the message is signed with: it names the key and protects
+            // nothing.
             const CRYPT_BIT_BLOB& key = info.SubjectPublicKeyInfo.PublicKey;
             return {type, hashOf(CALG_SHA1, key.pbData, key.cbData)};
         }

@@ -1,4 +1,4 @@
-// Who answered (RFC 6960, 4.2.1).
+// Who signed the response (RFC 6960, 4.2.1).
 //
 //   ResponderID ::= CHOICE { byName [1] EXPLICIT Name, byKey [2] EXPLICIT OCTET STRING }
 #pragma once

@@ -11,10 +11,7 @@ namespace Orvane::PKI::OCSP {
 
 namespace {
 
-struct ResponseTraits {
-    using ASN1_T = asn1data::ASN1T_OCSPResponse;
-    using ASN1_C = asn1data::ASN1C_OCSPResponse;
-};
+using ResponseTraits = ASN1::RecordTraits<asn1data::ASN1C_OCSPResponse, asn1data::asn1Copy_OCSPResponse>;
 
 }  // namespace
 
@@ -29,7 +26,7 @@ void CResponseMessage::decodeEnvelope(const CBlob& data) {
     CResponseMessage envelope;
     envelope.decodeWith(data, CTX_FLAG_ZERO_COPY | CTX_FLAG_RAW_VALUES);
     if (envelope.responseStatus_ != 0 && envelope.response_.cbData() != 0) {
-        decode(data);  // nobody will look at what comes with a refusal, so it is checked here
+        decode(data);  // the content of a refusal is not read later, so it is checked here
         return;
     }
     *this = std::move(envelope);

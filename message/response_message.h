@@ -25,7 +25,7 @@ public:
     /// or kAsn1Memory, as CBasicResponse::decode does, and leaves the old content.
     void decode(const CBlob& data);
 
-    /// The same for a caller who goes on to decode get_response() itself: with status 0, what is inside is not looked
+    /// The same for a caller that decodes get_response() itself: with status 0, what is inside is not looked
     /// at, so that it is not decoded twice. CBasicResponse::decode refuses what decode would have refused.
     void decodeEnvelope(const CBlob& data);
 
@@ -35,7 +35,7 @@ public:
     const char* get_responseType() const { return responseType_.c_str(); }
     /// The content of the response OCTET STRING; empty when responseBytes is absent.
     const CBlob& get_response() const { return response_; }
-    /// How many octets stood behind the OCSPResponse in what decode was given; they are not looked at.
+    /// How many octets followed the OCSPResponse in what decode was given; they are not looked at.
     unsigned long get_trailingSize() const { return trailingSize_; }
 
 private:

@@ -1,4 +1,4 @@
-// One answer of an OCSP response (RFC 6960, 4.2.1).
+// One entry of an OCSP response (RFC 6960, 4.2.1).
 //
 //   SingleResponse ::= SEQUENCE { reqCert ReqCert, certStatus CertStatus, thisUpdate GeneralizedTime,
 //                                 nextUpdate [0] EXPLICIT GeneralizedTime OPTIONAL,

@@ -59,7 +59,11 @@ CBlob CAlgorithmIdentifier::encode() const {
 }
 
 void CAlgorithmIdentifier::decode(const CBlob& data) {
-    asn1Decode<ASN1T_AlgorithmIdentifier_traits>(data, *this);
+    CAlgorithmIdentifier decoded;
+    asn1Decode<ASN1T_AlgorithmIdentifier_traits>(data, decoded);
+    // Not by assignment: in a derived object, put_algorithm resets the cached number.
+    withinFrame([&] { put_algorithm(decoded.get_algorithm()); });
+    put_parameters(std::move(decoded.parameters_));
 }
 
 bool CAlgorithmIdentifier::operator==(const CAlgorithmIdentifier& other) const {

@@ -51,8 +51,8 @@ private:
     CBlob parameters_;
 };
 
-/// An algorithm identifier that remembers the Crypto service's number of the algorithm (an ALG_ID) once somebody has
-/// looked it up. The number goes when the identifier changes.
+/// An algorithm identifier that remembers the Crypto service's number of the algorithm (an ALG_ID) once it was
+/// looked up. The number is reset when the identifier changes.
 class TALLOW_EXPORT CAlgorithmIdentifierEx : public CAlgorithmIdentifier {
 public:
     CAlgorithmIdentifierEx();

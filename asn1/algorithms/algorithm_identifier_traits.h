@@ -16,17 +16,12 @@ void ASN1T_AlgorithmIdentifier_set(ASN1CTXT* ctxt, asn1data::ASN1T_AlgorithmIden
 /// put_parameters.
 void ASN1T_AlgorithmIdentifier_get(CAlgorithmIdentifier& value, const asn1data::ASN1T_AlgorithmIdentifier& record);
 
-struct ASN1T_AlgorithmIdentifier_traits {
-    using ASN1_T = asn1data::ASN1T_AlgorithmIdentifier;
-    using ASN1_C = asn1data::ASN1C_AlgorithmIdentifier;
-
+struct ASN1T_AlgorithmIdentifier_traits
+    : RecordTraits<asn1data::ASN1C_AlgorithmIdentifier, asn1data::asn1Copy_AlgorithmIdentifier> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CAlgorithmIdentifier& value) {
         ASN1T_AlgorithmIdentifier_set(ctxt, record, value.get_algorithm(), &value.get_parameters());
     }
     static void get(const ASN1_T& record, CAlgorithmIdentifier& value) { ASN1T_AlgorithmIdentifier_get(value, record); }
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-        asn1data::asn1Copy_AlgorithmIdentifier(ctxt, &from, &to);
-    }
 };
 
 }  // namespace Orvane::ASN1

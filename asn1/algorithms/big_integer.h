@@ -11,7 +11,7 @@ namespace Orvane::ASN1 {
 /// equal as integers. Slicing to CBlob gives the bytes.
 class TALLOW_EXPORT CBigInteger : public CBlob {
 public:
-    /// No bytes at all; equal only to another such number.
+    /// No bytes; equal only to another such number.
     CBigInteger();
     CBigInteger(const unsigned char* data, unsigned long size);
     /// `size` zero bytes.
@@ -23,7 +23,7 @@ public:
     CBigInteger& operator++();
     CBigInteger operator++(int);
 
-    /// Adds a number of equal length and answers the final carry, 0 or 1. Other lengths throw InvalidArgument.
+    /// Adds a number of equal length and returns the final carry, 0 or 1. Other lengths throw InvalidArgument.
     unsigned int add(const CBigInteger& other);
 
     /// A copy whose top bit is cleared. Not the absolute value: the other bits of a negative number stay.

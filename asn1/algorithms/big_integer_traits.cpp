@@ -18,7 +18,7 @@ const char* DWORDToASN1BigInteger(ASN1CTXT* ctxt, unsigned int value) {
     try {
         return BigIntegerToASN1String(ctxt, CBigInteger(bytes, sizeof(bytes)));
     } catch (const ATL::CAtlException&) {
-        // The system's word for exhausted memory and not the runtime's: the callers of this function test for it.
+        // The system's status for exhausted memory, not the runtime's: the callers of this function test for it.
         ATL::AtlThrowImpl(status::kOutOfMemory);
     }
 }

@@ -6,30 +6,19 @@
 
 namespace Orvane::ASN1 {
 
-struct ASN1T_Certificate_traits {
-    using ASN1_T = asn1data::ASN1T_Certificate;
-    using ASN1_C = asn1data::ASN1C_Certificate;
-
+struct ASN1T_Certificate_traits : RecordTraits<asn1data::ASN1C_Certificate, asn1data::asn1Copy_Certificate> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& value) {
         asn1DecodeT<ASN1T_Certificate_traits>(value, ctxt, record);
     }
     static void get(const ASN1_T& record, CBlob& value) { value = asn1EncodeT<ASN1T_Certificate_traits>(record); }
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-        asn1data::asn1Copy_Certificate(ctxt, &from, &to);
-    }
 };
 
-struct ASN1T_CertificateList_traits {
-    using ASN1_T = asn1data::ASN1T_CertificateList;
-    using ASN1_C = asn1data::ASN1C_CertificateList;
-
+struct ASN1T_CertificateList_traits
+    : RecordTraits<asn1data::ASN1C_CertificateList, asn1data::asn1Copy_CertificateList> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& value) {
         asn1DecodeT<ASN1T_CertificateList_traits>(value, ctxt, record);
     }
     static void get(const ASN1_T& record, CBlob& value) { value = asn1EncodeT<ASN1T_CertificateList_traits>(record); }
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-        asn1data::asn1Copy_CertificateList(ctxt, &from, &to);
-    }
 };
 
 }  // namespace Orvane::ASN1

@@ -2,7 +2,6 @@
 
 #include <cstring>
 #include <string>
-#include <utility>
 
 #include "asn1/attributes/attribute_traits.h"
 #include "asn1/codec/find_oid.h"
@@ -124,13 +123,10 @@ void ASN1T_Attribute_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CAttribut
 }
 
 void ASN1T_Attribute_traits::get(const ASN1_T& record, CAttribute& value) {
-    CAttribute attribute(toOID(record.type).c_str());
+    value = CAttribute(toOID(record.type).c_str());
     for (const _Asn1RTDListNode* node = record.values.pHead; node != nullptr; node = node->pNext) {
-        CBlob content;
-        Asn1TObject_traits::get(*static_cast<const Asn1TObject*>(node->data), content);
-        attribute.add(content);
+        value.add(valueOf<Asn1TObject_traits, CBlob>(*static_cast<const Asn1TObject*>(node->data)));
     }
-    value = std::move(attribute);
 }
 
 }  // namespace Orvane::ASN1

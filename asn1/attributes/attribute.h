@@ -1,10 +1,10 @@
-// Attributes with any number of values, as they stand beside signatures and in requests for certificates (RFC 5652,
+// Attributes with any number of values, as used in signatures and in requests for certificates (RFC 5652,
 // section 5.3):
 //
 //   Attributes ::= SET OF Attribute
 //   Attribute  ::= SEQUENCE { attrType OBJECT IDENTIFIER, attrValues SET OF AttributeValue }
 //
-// A typed attribute (asn1/typed_attributes.h, asn1/signing_certificate.h) goes into a list and comes out so:
+// A typed attribute (asn1/typed_attributes.h, asn1/signing_certificate.h) is added to a list and read back:
 //
 //   CAttributes attributes;
 //   attributes.emplace_back(contentType.get_oid()).add(contentType);
@@ -49,7 +49,7 @@ public:
 
     /// Appends a value, the whole DER of it, under the identifier of the attribute.
     void add(const CBlob& value);
-    /// Appends a copy as it stands: it keeps its identifier, also a foreign one, which shows in get_oid() of the value
+    /// Appends a copy as it is: it keeps its identifier, also a foreign one, which shows in get_oid() of the value
     /// and in comparisons, but is not encoded.
     void add(const CAttrValue& value);
     /// Removes the value, which must be one of this attribute's.
@@ -88,7 +88,7 @@ public:
     /// The DER SET of the attributes, also of none; failures as for CAttribute::encode.
     CBlob encode() const;
 
-    /// Replaces the whole content by that of a SET OF Attribute. Signed attributes stand in a SignerInfo under the tag
+    /// Replaces the whole content by that of a SET OF Attribute. A SignerInfo has its signed attributes under the tag
     /// [0] in place of that of SET; their first octet must be made 0x31 before (as for the digest that is signed).
     /// Throws Asn1Error, with the list unchanged, when `data` is no such SET.
     void decode(const CBlob& data);

@@ -20,7 +20,7 @@ public:
 
     const CBlob& get_certificate() const { return certificate_; }
 
-    /// The DER of the certificate, encoded afresh from what it says. Throws Asn1Error when it is none.
+    /// The DER of the certificate, encoded again. Throws Asn1Error when it is none.
     CBlob encode() const;
 
     /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is no certificate. A certificate

@@ -14,16 +14,11 @@ struct CertificateValueTraits : ASN1T_Certificate_traits {
         ASN1T_Certificate_traits::set(ctxt, record, value.get_certificate());
     }
     static void get(const ASN1_T& record, CCertificateValue& value) {
-        CBlob certificate;
-        ASN1T_Certificate_traits::get(record, certificate);
-        value = CCertificateValue(certificate);
+        value = CCertificateValue(valueOf<ASN1T_Certificate_traits, CBlob>(record));
     }
 };
 
-struct ASN1T_CertificateValues_traits : ASN1TSeqOfList_traits<asn1data::ASN1T_Certificate, CertificateValueTraits,
-                                                              CCertificateValue, CCertificateValues> {
-    using ASN1_T = asn1data::ASN1T_CertificateValues;
-    using ASN1_C = asn1data::ASN1C_CertificateValues;
-};
+struct ASN1T_CertificateValues_traits : ListTraits<asn1data::ASN1T_CertificateValues, asn1data::ASN1C_CertificateValues,
+                                                   CertificateValueTraits, CCertificateValues> {};
 
 }  // namespace Orvane::ASN1

@@ -34,9 +34,8 @@ void ASN1T_ContentInfo_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CConten
 }
 
 void ASN1T_ContentInfo_traits::get(const ASN1_T& record, CContentInfo& value) {
-    CBlob content;
-    ASN1TOpenType_traits::get(record.content, content);
-    value = CContentInfo(toOID(record.contentType).c_str(), content);
+    value.put_contentType(toOID(record.contentType).c_str());
+    value.put_content(valueOf<ASN1TOpenType_traits, CBlob>(record.content));
 }
 
 void ASN1T_ContentInfo_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& value) {

@@ -120,31 +120,27 @@ bool CESSCertIDv2::operator==(const CESSCertIDv2& other) const {
 }
 
 void ASN1T_ESSCertID_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CESSCertID& value) {
-    record.m = {};
     ASN1TDynOctStr_traits::set(ctxt, record.certHash, value.get_certHash());
-    setIssuerSerial(ctxt, record, value.get_issuerSerial());
+    record.m.issuerSerialPresent =
+        setIf<ASN1T_IssuerSerial_traits>(ctxt, record.issuerSerial, value.get_issuerSerial());
 }
 
 void ASN1T_ESSCertID_traits::get(const ASN1_T& record, CESSCertID& value) {
-    CBlob certHash;
-    ASN1TDynOctStr_traits::get(record.certHash, certHash);
-    const std::unique_ptr<CIssuerSerial> issuerSerial = getIssuerSerial(record);
-    value.put_certHash(certHash);
-    value.put_issuerSerial(issuerSerial.get());
+    value.put_certHash(valueOf<ASN1TDynOctStr_traits, CBlob>(record.certHash));
+    value.put_issuerSerial(
+        valueIf<ASN1T_IssuerSerial_traits, CIssuerSerial>(record.m.issuerSerialPresent, record.issuerSerial).get());
 }
 
 void ASN1T_ESSCertIDv2_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CESSCertIDv2& value) {
-    record.m = {};
     const CAlgorithmIdentifier& hashAlgorithm = value.get_hashAlgorithm();
-    // By the identifier alone: to DER, SHA-256 with a NULL is not the default and would have to stay, but receivers
-    // know SHA-256 here as an absent field. The NULL is lost.
-    if (std::strcmp(hashAlgorithm.get_algorithm(), kDefaultHash) != 0) {
-        record.m.hashAlgorithmPresent = 1;
-        ASN1T_AlgorithmIdentifier_set(ctxt, record.hashAlgorithm, hashAlgorithm.get_algorithm(),
-                                      &hashAlgorithm.get_parameters());
-    }
+    // Only the identifier is compared. In DER, SHA-256 with NULL parameters differs from the default and would be
+    // written, but receivers expect an absent field for SHA-256. The NULL is lost.
+    const bool isDefault = std::strcmp(hashAlgorithm.get_algorithm(), kDefaultHash) == 0;
+    record.m.hashAlgorithmPresent =
+        setIf<ASN1T_AlgorithmIdentifier_traits>(ctxt, record.hashAlgorithm, isDefault ? nullptr : &hashAlgorithm);
     ASN1TDynOctStr_traits::set(ctxt, record.certHash, value.get_certHash());
-    setIssuerSerial(ctxt, record, value.get_issuerSerial());
+    record.m.issuerSerialPresent =
+        setIf<ASN1T_IssuerSerial_traits>(ctxt, record.issuerSerial, value.get_issuerSerial());
 }
 
 void ASN1T_ESSCertIDv2_traits::get(const ASN1_T& record, CESSCertIDv2& value) {
@@ -152,12 +148,10 @@ void ASN1T_ESSCertIDv2_traits::get(const ASN1_T& record, CESSCertIDv2& value) {
     if (record.m.hashAlgorithmPresent != 0) {
         ASN1T_AlgorithmIdentifier_get(hashAlgorithm, record.hashAlgorithm);
     }
-    CBlob certHash;
-    ASN1TDynOctStr_traits::get(record.certHash, certHash);
-    const std::unique_ptr<CIssuerSerial> issuerSerial = getIssuerSerial(record);
     value.put_hashAlgorithm(hashAlgorithm);
-    value.put_certHash(certHash);
-    value.put_issuerSerial(issuerSerial.get());
+    value.put_certHash(valueOf<ASN1TDynOctStr_traits, CBlob>(record.certHash));
+    value.put_issuerSerial(
+        valueIf<ASN1T_IssuerSerial_traits, CIssuerSerial>(record.m.issuerSerialPresent, record.issuerSerial).get());
 }
 
 }  // namespace Orvane::ASN1

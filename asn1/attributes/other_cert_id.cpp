@@ -62,17 +62,15 @@ bool COtherCertID::compare_noHashParam(const COtherCertID& other) const {
 }
 
 void ASN1T_OtherCertID_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const COtherCertID& value) {
-    record.m = {};
     ASN1T_OtherHash_traits::set(ctxt, record.otherCertHash, value.get_otherCertHash());
-    setIssuerSerial(ctxt, record, value.get_issuerSerial());
+    record.m.issuerSerialPresent =
+        setIf<ASN1T_IssuerSerial_traits>(ctxt, record.issuerSerial, value.get_issuerSerial());
 }
 
 void ASN1T_OtherCertID_traits::get(const ASN1_T& record, COtherCertID& value) {
-    COtherHash otherCertHash;
-    ASN1T_OtherHash_traits::get(record.otherCertHash, otherCertHash);
-    const std::unique_ptr<CIssuerSerial> issuerSerial = getIssuerSerial(record);
-    value.put_otherCertHash(otherCertHash);
-    value.put_issuerSerial(issuerSerial.get());
+    value.put_otherCertHash(valueOf<ASN1T_OtherHash_traits, COtherHash>(record.otherCertHash));
+    value.put_issuerSerial(
+        valueIf<ASN1T_IssuerSerial_traits, CIssuerSerial>(record.m.issuerSerialPresent, record.issuerSerial).get());
 }
 
 }  // namespace Orvane::ASN1

@@ -7,15 +7,9 @@
 
 namespace Orvane::ASN1 {
 
-struct ASN1T_OtherCertID_traits {
-    using ASN1_T = asn1data::ASN1T_OtherCertID;
-    using ASN1_C = asn1data::ASN1C_OtherCertID;
-
+struct ASN1T_OtherCertID_traits : RecordTraits<asn1data::ASN1C_OtherCertID, asn1data::asn1Copy_OtherCertID> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const COtherCertID& value);
     static void get(const ASN1_T& record, COtherCertID& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-        asn1data::asn1Copy_OtherCertID(ctxt, &from, &to);
-    }
 };
 
 }  // namespace Orvane::ASN1

@@ -122,11 +122,8 @@ void ASN1T_OtherHashAlgAndValue_traits::set(ASN1CTXT* ctxt, ASN1_T& record, cons
 }
 
 void ASN1T_OtherHashAlgAndValue_traits::get(const ASN1_T& record, COtherHashAlgAndValue& value) {
-    CAlgorithmIdentifier hashAlgorithm;
-    CBlob hashValue;
-    ASN1T_AlgorithmIdentifier_traits::get(record.hashAlgorithm, hashAlgorithm);
-    ASN1TDynOctStr_traits::get(record.hashValue, hashValue);
-    value = COtherHashAlgAndValue(hashAlgorithm, hashValue);
+    value.put_hashAlgorithm(valueOf<ASN1T_AlgorithmIdentifier_traits, CAlgorithmIdentifier>(record.hashAlgorithm));
+    value.put_hashValue(valueOf<ASN1TDynOctStr_traits, CBlob>(record.hashValue));
 }
 
 void ASN1T_OtherHash_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const COtherHash& value) {
@@ -143,18 +140,12 @@ void ASN1T_OtherHash_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const COtherHas
 
 void ASN1T_OtherHash_traits::get(const ASN1_T& record, COtherHash& value) {
     switch (record.t) {
-        case kSha1Hash: {
-            CBlob sha1Hash;
-            ASN1TDynOctStr_traits::get(*record.u.sha1Hash, sha1Hash);
-            value.put_sha1Hash(sha1Hash);
+        case kSha1Hash:
+            value.put_sha1Hash(valueOf<ASN1TDynOctStr_traits, CBlob>(*record.u.sha1Hash));
             break;
-        }
-        case kOtherHash: {
-            COtherHashAlgAndValue otherHash;
-            ASN1T_OtherHashAlgAndValue_traits::get(*record.u.otherHash, otherHash);
-            value.put_otherHash(otherHash);
+        case kOtherHash:
+            value.put_otherHash(valueOf<ASN1T_OtherHashAlgAndValue_traits, COtherHashAlgAndValue>(*record.u.otherHash));
             break;
-        }
         default:
             ATL::AtlThrowImpl(status::kAsn1Error);
     }

@@ -17,24 +17,15 @@ public:
     const ChoiceValueTraits* findTraits(unsigned int type) const override;
 };
 
-struct ASN1T_OtherHashAlgAndValue_traits {
-    using ASN1_T = asn1data::ASN1T_OtherHashAlgAndValue;
-    using ASN1_C = asn1data::ASN1C_OtherHashAlgAndValue;
-
+struct ASN1T_OtherHashAlgAndValue_traits
+    : RecordTraits<asn1data::ASN1C_OtherHashAlgAndValue, asn1data::asn1Copy_OtherHashAlgAndValue> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const COtherHashAlgAndValue& value);
     static void get(const ASN1_T& record, COtherHashAlgAndValue& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-        asn1data::asn1Copy_OtherHashAlgAndValue(ctxt, &from, &to);
-    }
 };
 
-struct ASN1T_OtherHash_traits {
-    using ASN1_T = asn1data::ASN1T_OtherHash;
-    using ASN1_C = asn1data::ASN1C_OtherHash;
-
+struct ASN1T_OtherHash_traits : RecordTraits<asn1data::ASN1C_OtherHash, asn1data::asn1Copy_OtherHash> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const COtherHash& value);
     static void get(const ASN1_T& record, COtherHash& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) { asn1data::asn1Copy_OtherHash(ctxt, &from, &to); }
 };
 
 }  // namespace Orvane::ASN1

@@ -50,23 +50,13 @@ void ASN1T_SignerInfo_get(CSignerInfo& value, const asn1data::ASN1T_SignerInfo& 
         ATL::AtlThrowImpl(status::kAsn1Error);
     }
     const asn1data::ASN1T_IssuerAndSerialNumber& sid = *record.sid.u.issuerAndSerialNumber;
-    CBlob issuer;
-    ASN1TOpenType_traits::get(sid.issuer, issuer);
-    CBigInteger serialNumber;
-    ASN1StringToBigInteger(sid.serialNumber, serialNumber);
-    CAlgorithmIdentifier digestAlgorithm;
-    ASN1T_AlgorithmIdentifier_get(digestAlgorithm, record.digestAlgorithm);
-    CAlgorithmIdentifier signatureAlgorithm;
-    ASN1T_AlgorithmIdentifier_get(signatureAlgorithm, record.signatureAlgorithm);
-    CBlob signature;
-    ASN1TDynOctStr_traits::get(record.signature, signature);
-
     value.put_version(static_cast<unsigned int>(record.version));
-    value.put_issuer(issuer);
-    value.put_serialNumber(serialNumber);
-    value.put_digestAlgorithm(digestAlgorithm);
-    value.put_signatureAlgorithm(signatureAlgorithm);
-    value.put_signature(signature);
+    value.put_issuer(valueOf<ASN1TOpenType_traits, CBlob>(sid.issuer));
+    value.put_serialNumber(valueOf<ASN1T_CertificateSerialNumber_traits, CBigInteger>(sid.serialNumber));
+    value.put_digestAlgorithm(valueOf<ASN1T_AlgorithmIdentifier_traits, CAlgorithmIdentifier>(record.digestAlgorithm));
+    value.put_signatureAlgorithm(
+        valueOf<ASN1T_AlgorithmIdentifier_traits, CAlgorithmIdentifier>(record.signatureAlgorithm));
+    value.put_signature(valueOf<ASN1TDynOctStr_traits, CBlob>(record.signature));
 }
 
 }  // namespace Orvane::ASN1

@@ -10,10 +10,7 @@ namespace Orvane::ASN1 {
 /// Throws Asn1Error for a signer who is not named by issuer and serial number.
 void ASN1T_SignerInfo_get(CSignerInfo& value, const asn1data::ASN1T_SignerInfo& record);
 
-struct ASN1T_SignerInfo_traits {
-    using ASN1_T = asn1data::ASN1T_SignerInfo;
-    using ASN1_C = asn1data::ASN1C_SignerInfo;
-
+struct ASN1T_SignerInfo_traits : RecordTraits<asn1data::ASN1C_SignerInfo, asn1data::asn1Copy_SignerInfo> {
     static void get(const ASN1_T& record, CSignerInfo& value) { ASN1T_SignerInfo_get(value, record); }
 };
 

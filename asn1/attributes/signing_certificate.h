@@ -4,7 +4,7 @@
 //   SigningCertificate ::= SEQUENCE { certs    SEQUENCE OF ESSCertID,   -- or ESSCertIDv2, OtherCertID
 //                                     policies SEQUENCE OF PolicyInformation OPTIONAL }
 //
-// Beside the decoded member stands its encoding, the value of the attribute. X() sets the identifier and leaves both
+// The value of the attribute is the encoding of the decoded member. X() sets the identifier and leaves both
 // empty. X(certs) sets the member and encodes it. X(CBlob) takes the DER of the attribute's value and decodes it, and
 // throws what decode() throws.
 #pragma once

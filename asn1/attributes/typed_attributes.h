@@ -1,7 +1,7 @@
 // The signed attributes that every signature carries: signing time, content type and message digest (RFC 5652, sections
 // 11.1 to 11.3). The references to the signer's certificate are in asn1/signing_certificate.h.
 //
-// Beside the decoded member stands its encoding, the value of the attribute. X() sets the identifier and leaves both
+// The value of the attribute is the encoding of the decoded member. X() sets the identifier and leaves both
 // empty. X(member) sets the member and encodes it. X(CBlob) takes the DER of the attribute's value and decodes it, and
 // throws what decode() throws. Each setter encodes at once; when that throws, it has set the member and left the value
 // as it was. decode(), for a value that was changed through value(), leaves the member as it was when it throws.
@@ -24,7 +24,7 @@ public:
     /// Throws Asn1Error for a year that cannot be shown, such as one before 1950.
     explicit CAttrSigningTime(const CDateTime& time);
     explicit CAttrSigningTime(const CBlob& value);
-    CAttrSigningTime(const CAttrSigningTime& other) = default;  // and no move, which would leave no time behind
+    CAttrSigningTime(const CAttrSigningTime& other) = default;  // and no move, which would leave no time
     CAttrSigningTime& operator=(const CAttrSigningTime& other) = default;
     ~CAttrSigningTime() = default;
 

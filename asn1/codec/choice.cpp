@@ -14,7 +14,7 @@ void Choice::put(unsigned int type, const void* argument) {
     if (replacement == nullptr || !replacement->isType(type)) {
         ATL::AtlThrowImpl(status::kInvalidArgument);
     }
-    // The copy comes first, since the argument may be part of the value that goes.
+    // The copy comes first, since the argument may be part of the old value.
     void* value = replacement->newValue(argument);
     destroyValue();
     value_ = value;
@@ -22,7 +22,7 @@ void Choice::put(unsigned int type, const void* argument) {
 }
 
 void Choice::copyFrom(const Choice& other) {
-    // An alternative without support carries no value of its own; the copy holds the word, and with it nothing to free.
+    // An alternative without support owns no value; the copy takes over the word, which is never freed.
     void* value = other.value_ != nullptr ? findTraits(other.type_)->newValue(other.value_) : nullptr;
     destroyValue();
     value_ = value;

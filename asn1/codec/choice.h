@@ -1,7 +1,7 @@
 // The mechanism shared by the value classes of CHOICE types: a holder that keeps one alternative at a time behind one
 // untyped pointer, and for each alternative a stateless object that knows how to make, copy and destroy its value.
 //
-// A holder derives from Choice and answers findTraits(n) from the constant instances ChoiceValueTraitsT<T, n>. A public
+// A holder derives from Choice and returns findTraits(n) from the constant instances ChoiceValueTraitsT<T, n>. A public
 // class owns its holder through one pointer and puts typed getters and setters in front.
 #pragma once
 

@@ -1,4 +1,4 @@
-// The one path between value classes and schema records. A traits class for each schema type T moves data between a
+// The frame that encodes and decodes all value classes. A traits class for each schema type T moves data between a
 // value and its record:
 //
 //   using ASN1_T = the record, and ASN1_C = the control class that encodes and decodes it;
@@ -6,13 +6,20 @@
 //   static void get(const ASN1_T& record, Value& value);                   the value owns its data afterwards
 //   static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to);      memory from `ctxt`
 //
-// A value class encodes and decodes itself by asn1Encode<Traits>(*this) and asn1Decode<Traits>(data, *this). Whatever
-// the runtime has to say against a message comes out as the one status Asn1Error: its own numbers tell a caller nothing
-// that he could act upon. Memory that is exhausted, or that a message may not have, is Asn1Memory.
+// RecordTraits provides all but `set` and `get`, which have one line for each member:
+//
+//   record.m.reasonsPresent = setIf<ReasonFlagsTraits>(ctxt, record.reasons, value.get_reasons());
+//   value.put_reasons(valueIf<ReasonFlagsTraits, CReasonFlags>(record.m.reasonsPresent, record.reasons).get());
+//
+// A value class encodes and decodes itself with asn1Encode<Traits>(*this) and asn1Decode<Traits>(data, *this). Every
+// encoding or decoding failure is reported as Asn1Error; exhausted memory, and messages over the memory limit, as
+// Asn1Memory.
 #pragma once
 
 #include <limits>
+#include <memory>
 #include <new>
+#include <utility>
 
 #include "asn1/codec/context_memory.h"
 #include "asn1rt/context.h"
@@ -23,7 +30,41 @@
 
 namespace Orvane::ASN1 {
 
-/// Throws what a negative status of the runtime means to callers.
+/// The part of a traits class that follows from the schema type: its control class and its copy function.
+template <class Control, auto copyRecord>
+struct RecordTraits;
+
+template <class Control, class Record, void (*copyRecord)(ASN1CTXT*, const Record*, Record*)>
+struct RecordTraits<Control, copyRecord> {
+    using ASN1_T = Record;
+    using ASN1_C = Control;
+
+    static void copy(ASN1CTXT* ctxt, const Record& from, Record& to) { copyRecord(ctxt, &from, &to); }
+};
+
+/// Sets an optional member unless `value` is null. Returns whether the member is present.
+template <class Traits, class Record, class Value>
+bool setIf(ASN1CTXT* ctxt, Record& member, const Value* value) {
+    if (value != nullptr) {
+        Traits::set(ctxt, member, *value);
+    }
+    return value != nullptr;
+}
+
+/// The value of a member. `value` is what it starts from, for types without a default constructor.
+template <class Traits, class Value, class Record>
+Value valueOf(const Record& member, Value value = Value()) {
+    Traits::get(member, value);
+    return value;
+}
+
+/// The value of an optional member; null when absent.
+template <class Traits, class Value, class Record>
+std::unique_ptr<Value> valueIf(bool present, const Record& member, Value value = Value()) {
+    return present ? std::make_unique<Value>(valueOf<Traits>(member, std::move(value))) : nullptr;
+}
+
+/// Throws the status that callers see for a negative status of the runtime.
 [[noreturn]] inline void throwFailure(int result) {
     ATL::AtlThrowImpl(result == STATUS_NO_MEMORY ? status::kAsn1Memory : status::kAsn1Error);
 }
@@ -47,7 +88,7 @@ CBlob encodeRecord(ASN1BEREncodeBuffer& buffer, typename Traits::ASN1_T& record)
     return withinFrame([&] {
         typename Traits::ASN1_C control(buffer, record);
         const int length = control.EncodeTo(buffer);
-        // A copy that ran out of memory is incomplete, and only the heap tells.
+        // A copy that ran out of memory is incomplete, and only the heap records it.
         if (buffer.getCtxtPtr()->pTypeMemHeap->numRefused != 0) {
             throwFailure(STATUS_NO_MEMORY);
         }
@@ -58,7 +99,7 @@ CBlob encodeRecord(ASN1BEREncodeBuffer& buffer, typename Traits::ASN1_T& record)
     });
 }
 
-/// Decodes the bytes behind `buffer` into a record whose memory belongs to the buffer's context. Bytes behind the first
+/// Decodes the input of `buffer` into a record whose memory belongs to the buffer's context. Bytes after the first
 /// element are ignored.
 template <class Traits>
 void decodeRecord(ASN1BERDecodeBuffer& buffer, typename Traits::ASN1_T& record) {
@@ -80,11 +121,11 @@ inline int messageSize(const CBlob& data) {
     return static_cast<int>(data.cbData());
 }
 
-/// Encodes a record that is already filled, and leaves it alone.
+/// Encodes a record that is already filled, and leaves it unchanged.
 template <class Traits>
 CBlob asn1EncodeT(const typename Traits::ASN1_T& record) {
-    // The encoder makes the raw octets of decoded open values point into its own buffer, which goes with the context
-    // here: only a copy may be given to it.
+    // The encoder makes the raw octets of decoded open values point into its own buffer, which is freed with the
+    // context here: only a copy may be given to it.
     return withinFrame([&] {
         ASN1BEREncodeBuffer buffer;
         typename Traits::ASN1_T copy{};
@@ -129,17 +170,19 @@ CBlob asn1Encode(const V& value) {
     });
 }
 
-/// Replaces `value` by what `data` holds. A failure of the decoder leaves it unchanged; what Traits::get throws can
-/// leave it half filled.
+/// Replaces `value` with the decoded `data`, which may belong to `value`. Every failure leaves `value` unchanged: the
+/// members are read into a copy, which takes its place at the end.
 template <class Traits, class V>
 void asn1Decode(const CBlob& data, V& value) {
     withinFrame([&] {
         ASN1BERDecodeBuffer buffer(data.pbData(), messageSize(data));
-        // The record goes before `data` does, and the value copies: octets need not be copied on the way between.
+        // The record may point into `data`: it does not outlive it, and values copy what they keep.
         rtCtxtSetFlag(buffer.getCtxtPtr(), CTX_FLAG_ZERO_COPY);
         typename Traits::ASN1_T record{};
         decodeRecord<Traits>(buffer, record);
-        Traits::get(record, value);
+        V decoded = value;
+        Traits::get(record, decoded);
+        value = std::move(decoded);
     });
 }
 

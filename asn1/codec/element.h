@@ -1,4 +1,4 @@
-// Elements of a DER message as they stand, for what must keep its bytes: what was signed, certificates, names.
+// Elements of a DER message byte for byte, for what must not be encoded again: what was signed, certificates, names.
 #pragma once
 
 #include <cstdint>
@@ -8,7 +8,7 @@
 
 namespace Orvane::ASN1 {
 
-/// One element inside bytes that somebody else holds.
+/// One element inside bytes that another owner holds.
 struct CElement {
     std::uint32_t tag = 0;  ///< tag word: class in bits 31 and 30, constructed in bit 29, number below
     CBlob whole() const { return CBlob(begin, headerSize + contentSize); }
@@ -36,7 +36,7 @@ CElement firstElement(const unsigned char* data, unsigned long size);
 /// missing.
 unsigned long sizeOfFirst(const CBlob& data);
 
-/// Reads the elements that follow one another inside a constructed element. Takes no memory of its own; the bytes must
+/// Reads the elements that follow one another inside a constructed element. Allocates nothing; the bytes must
 /// outlive it.
 class CElementReader {
 public:

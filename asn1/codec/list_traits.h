@@ -9,7 +9,7 @@ namespace Orvane::ASN1 {
 /// Adapts the traits of an element. `ListValue` is a standard list of `ElemValue`, and the record a list of `ElemT`.
 template <class ElemT, class ElemTraits, class ElemValue, class ListValue>
 struct ASN1TSeqOfList_traits {
-    /// Fills the list anew, an element for each value in order. Node and element share one block, as in decoded lists.
+    /// Fills an empty list, an element for each value in order. Node and element share one block, as in decoded lists.
     static void set(ASN1CTXT* ctxt, _Asn1RTDList& list, const ListValue& values) {
         rtDListInit(&list);
         for (const ElemValue& value : values) {
@@ -18,14 +18,12 @@ struct ASN1TSeqOfList_traits {
         }
     }
 
-    /// Replaces `values`, which a failure in an element leaves unchanged. The old values go last: the octets of the
-    /// record may lie in one of them, when a list is decoded from what an entry of it holds.
+    /// Replaces `values`.
     static void get(const _Asn1RTDList& list, ListValue& values) {
-        ListValue read;
+        values.clear();
         for (const _Asn1RTDListNode* node = list.pHead; node != nullptr; node = node->pNext) {
-            ElemTraits::get(*static_cast<const ElemT*>(node->data), read.emplace_back());
+            ElemTraits::get(*static_cast<const ElemT*>(node->data), values.emplace_back());
         }
-        values.swap(read);
     }
 
     static void copy(ASN1CTXT* ctxt, const _Asn1RTDList& from, _Asn1RTDList& to) {
@@ -44,6 +42,21 @@ private:
         rtDListAppendNode(ctxt, &list, element);
         return element;
     }
+};
+
+/// For optional lists that the standard does not allow to be empty: they are omitted. Null when `list` is empty or
+/// null.
+template <class List>
+const List* unlessEmpty(const List* list) {
+    return list != nullptr && !list->empty() ? list : nullptr;
+}
+
+/// The traits of a list that is its own schema type.
+template <class Record, class Control, class ElemTraits, class ListValue>
+struct ListTraits
+    : ASN1TSeqOfList_traits<typename ElemTraits::ASN1_T, ElemTraits, typename ListValue::value_type, ListValue> {
+    using ASN1_T = Record;
+    using ASN1_C = Control;
 };
 
 }  // namespace Orvane::ASN1

@@ -11,7 +11,7 @@ namespace Orvane::ASN1 {
 TALLOW_EXPORT CBlob toOctetString(const CBlob& content);
 
 /// The content of an OCTET STRING. Throws Asn1Error for an empty blob and for one that does not begin with an OCTET
-/// STRING; bytes behind it are not looked at.
+/// STRING; bytes after it are not looked at.
 TALLOW_EXPORT CBlob fromOctetString(const CBlob& data);
 
 }  // namespace Orvane::ASN1

@@ -48,10 +48,8 @@ void ASN1T_AccessDescription_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const C
 }
 
 void ASN1T_AccessDescription_traits::get(const ASN1_T& record, CAccessDescription& value) {
-    CGeneralName location;
-    ASN1T_GeneralName_traits::get(record.accessLocation, location);
     value.put_accessMethod(toOID(record.accessMethod).c_str());
-    value.put_accessLocation(location);
+    value.put_accessLocation(valueOf<ASN1T_GeneralName_traits, CGeneralName>(record.accessLocation));
 }
 
 }  // namespace Orvane::ASN1

@@ -18,12 +18,15 @@ namespace Orvane::ASN1 {
 class TALLOW_EXPORT CAccessDescription {
 public:
     CAccessDescription();
+    /// Copies both; a null method gives the empty text. The method is checked by encode().
     CAccessDescription(const char* accessMethod, const CGeneralName& accessLocation);
 
-    /// Dotted decimal text, never null.
+    /// The OID of the service in dotted decimal (1.3.6.1.5.5.7.48.1 for OCSP), never null. Valid until the object
+    /// changes. The setter copies; null gives the empty text.
     const char* get_accessMethod() const { return accessMethod_.c_str(); }
     void put_accessMethod(const char* accessMethod);
 
+    /// Where the service is, usually a URI. Valid until the object changes; the setter copies.
     const CGeneralName& get_accessLocation() const { return accessLocation_; }
     void put_accessLocation(const CGeneralName& accessLocation);
 
@@ -31,8 +34,8 @@ public:
     /// that cannot be encoded.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error, and leaves the object unchanged, when `data` is not an
-    /// AccessDescription; throws InvalidArgument for a location of a kind without support, with the method unchanged.
+    /// Replaces the content. Throws Asn1Error when `data` is not an AccessDescription, and InvalidArgument for a
+    /// location of a kind without support; the object is then unchanged.
     void decode(const CBlob& data);
 
     /// Equal method text and, by the rule of CGeneralName, equal location.
@@ -46,6 +49,7 @@ private:
 /// Access descriptions in wire order.
 class TALLOW_EXPORT CAuthorityInfoAccessSyntax : public std::list<CAccessDescription> {
 public:
+    /// The DER of the list, also of an empty one. Throws what CAccessDescription::encode throws.
     CBlob encode() const;
 
     /// Replaces the whole content. Throws Asn1Error when `data` is not of the type, and InvalidArgument for a location

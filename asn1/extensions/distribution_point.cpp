@@ -10,7 +10,7 @@ namespace Orvane::ASN1 {
 
 namespace {
 
-// What goes out of a CReasonFlags: the nine reasons and room for some to come.
+// The bits that are written: the nine reasons and room for some to come.
 constexpr unsigned int kReasonBits = 16;
 constexpr unsigned int kReasonOctets = kReasonBits / 8;
 
@@ -174,46 +174,26 @@ void ASN1T_DistributionPointName_traits::set(ASN1CTXT* ctxt, ASN1_T& record, con
 void ASN1T_DistributionPointName_traits::get(const ASN1_T& record, CDistributionPointName& value) {
     value.clear();
     if (record.t == kFullName) {
-        CGeneralNames fullName;
-        ASN1T_GeneralNames_traits::get(*record.u.fullName, fullName);
-        value.put_fullName(fullName);
+        value.put_fullName(valueOf<ASN1T_GeneralNames_traits, CGeneralNames>(*record.u.fullName));
     }
 }
 
 void ASN1T_DistributionPoint_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CDistributionPoint& value) {
-    record.m = {};
-    if (const CDistributionPointName* name = value.get_distributionPoint()) {
-        record.m.distributionPointPresent = 1;
-        ASN1T_DistributionPointName_traits::set(ctxt, record.distributionPoint, *name);
-    }
-    if (const CReasonFlags* reasons = value.get_reasons()) {
-        record.m.reasonsPresent = 1;
-        ASN1T_ReasonFlags_traits::set(ctxt, record.reasons, *reasons);
-    }
-    // An empty list would be no GeneralNames at all by the standard: it is left off the wire.
-    if (const CGeneralNames* issuer = value.get_cRLIssuer(); issuer != nullptr && !issuer->empty()) {
-        record.m.cRLIssuerPresent = 1;
-        ASN1T_GeneralNames_traits::set(ctxt, record.cRLIssuer, *issuer);
-    }
+    record.m.distributionPointPresent =
+        setIf<ASN1T_DistributionPointName_traits>(ctxt, record.distributionPoint, value.get_distributionPoint());
+    record.m.reasonsPresent = setIf<ASN1T_ReasonFlags_traits>(ctxt, record.reasons, value.get_reasons());
+    record.m.cRLIssuerPresent =
+        setIf<ASN1T_GeneralNames_traits>(ctxt, record.cRLIssuer, unlessEmpty(value.get_cRLIssuer()));
 }
 
 void ASN1T_DistributionPoint_traits::get(const ASN1_T& record, CDistributionPoint& value) {
-    value.clear();
-    if (record.m.distributionPointPresent != 0) {
-        CDistributionPointName name;
-        ASN1T_DistributionPointName_traits::get(record.distributionPoint, name);
-        value.put_distributionPoint(&name);
-    }
-    if (record.m.reasonsPresent != 0) {
-        CReasonFlags reasons(0);
-        ASN1T_ReasonFlags_traits::get(record.reasons, reasons);
-        value.put_reasons(&reasons);
-    }
-    if (record.m.cRLIssuerPresent != 0) {
-        CGeneralNames issuer;
-        ASN1T_GeneralNames_traits::get(record.cRLIssuer, issuer);
-        value.put_cRLIssuer(&issuer);
-    }
+    value.put_distributionPoint(valueIf<ASN1T_DistributionPointName_traits, CDistributionPointName>(
+                                    record.m.distributionPointPresent, record.distributionPoint)
+                                    .get());
+    value.put_reasons(
+        valueIf<ASN1T_ReasonFlags_traits>(record.m.reasonsPresent, record.reasons, CReasonFlags(0)).get());
+    value.put_cRLIssuer(
+        valueIf<ASN1T_GeneralNames_traits, CGeneralNames>(record.m.cRLIssuerPresent, record.cRLIssuer).get());
 }
 
 }  // namespace Orvane::ASN1

@@ -80,11 +80,12 @@ public:
     void put_reasons(const CReasonFlags* reasons);
     void put_cRLIssuer(const CGeneralNames* cRLIssuer);
 
-    /// The DER of the distribution point. An empty cRLIssuer is left out, as one that is absent.
+    /// The DER of the distribution point. An empty cRLIssuer is omitted like an absent one. Throws Asn1Error for a name
+    /// that holds nothing, and InvalidArgument for a general name that cannot be encoded.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is not of the type; throws
-    /// InvalidArgument for a general name of a kind without support, with the members before it filled.
+    /// Replaces the content. Throws Asn1Error when `data` is not of the type, and InvalidArgument for a general name of
+    /// a kind without support; the object is then unchanged.
     void decode(const CBlob& data);
 
     bool operator==(const CDistributionPoint& other) const;

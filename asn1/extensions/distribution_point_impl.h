@@ -1,4 +1,4 @@
-// What stands behind the owned pointers of the distribution point classes.
+// The objects behind the pointers of the distribution point classes.
 #pragma once
 
 #include <memory>

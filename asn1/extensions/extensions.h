@@ -1,10 +1,10 @@
-// Extensions as they stand in requests, responses, certificates and CRL entries (RFC 5280, section 4.1):
+// Extensions of requests, responses, certificates and CRL entries (RFC 5280, section 4.1):
 //
 //   Extensions ::= SEQUENCE SIZE (1..MAX) OF Extension
 //   Extension  ::= SEQUENCE { extnID OBJECT IDENTIFIER, critical BOOLEAN DEFAULT FALSE, extnValue OCTET STRING }
 //
-// CExtValue is the pair of identifier and value, on which the typed extensions stand (asn1/typed_extensions.h), and
-// CExtension adds `critical`. A typed extension goes into a list so:
+// CExtValue is the pair of identifier and value, from which the typed extensions derive (asn1/typed_extensions.h), and
+// CExtension adds `critical`. To add a typed extension to a list:
 //
 //   CExtensions list;
 //   list.insert(CExtension(CExtCRLReason(kReasonKeyCompromise), false));
@@ -76,7 +76,7 @@ public:
     iterator find(const char* oid);
     const_iterator find(const char* oid) const;
 
-    /// Overwrites the entry with the same identifier where it stands, `critical` included, or appends a copy.
+    /// Overwrites the entry with the same identifier where it is, `critical` included, or appends a copy.
     void insert(const CExtension& extension);
 
     /// Removes the first entry with this identifier, if there is one.

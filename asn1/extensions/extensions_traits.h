@@ -8,19 +8,12 @@
 
 namespace Orvane::ASN1 {
 
-struct ASN1T_Extension_traits {
-    using ASN1_T = asn1data::ASN1T_Extension;
-    using ASN1_C = asn1data::ASN1C_Extension;
-
+struct ASN1T_Extension_traits : RecordTraits<asn1data::ASN1C_Extension, asn1data::asn1Copy_Extension> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CExtension& value);
     static void get(const ASN1_T& record, CExtension& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) { asn1data::asn1Copy_Extension(ctxt, &from, &to); }
 };
 
 struct ASN1T_Extensions_traits
-    : ASN1TSeqOfList_traits<asn1data::ASN1T_Extension, ASN1T_Extension_traits, CExtension, CExtensions> {
-    using ASN1_T = asn1data::ASN1T_Extensions;
-    using ASN1_C = asn1data::ASN1C_Extensions;
-};
+    : ListTraits<asn1data::ASN1T_Extensions, asn1data::ASN1C_Extensions, ASN1T_Extension_traits, CExtensions> {};
 
 }  // namespace Orvane::ASN1

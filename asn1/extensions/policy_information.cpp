@@ -23,7 +23,6 @@ void CPolicyInformation::decode(const CBlob& data) {
 }
 
 void ASN1T_PolicyInformation_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CPolicyInformation& value) {
-    record.m = {};
     ASN1TObjId_traits::set(ctxt, record.policyIdentifier, value.get_policyIdentifier());
 }
 

@@ -8,15 +8,10 @@
 
 namespace Orvane::ASN1 {
 
-struct ASN1T_PolicyInformation_traits {
-    using ASN1_T = asn1data::ASN1T_PolicyInformation;
-    using ASN1_C = asn1data::ASN1C_PolicyInformation;
-
+struct ASN1T_PolicyInformation_traits
+    : RecordTraits<asn1data::ASN1C_PolicyInformation, asn1data::asn1Copy_PolicyInformation> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CPolicyInformation& value);
     static void get(const ASN1_T& record, CPolicyInformation& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-        asn1data::asn1Copy_PolicyInformation(ctxt, &from, &to);
-    }
 };
 
 using PolicyInformationListTraits =

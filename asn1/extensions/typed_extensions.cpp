@@ -15,18 +15,6 @@ constexpr const char* kInvalidityDateOid = "2.5.29.24";
 constexpr const char* kCertificateIssuerOid = "2.5.29.29";
 constexpr const char* kPrivateKeyUsagePeriodOid = "2.5.29.16";
 
-// One of the two times of a period; null when absent.
-void getTime(bool present, const char* record, CExtPrivateKeyUsagePeriod& value,
-             void (CExtPrivateKeyUsagePeriod::*put)(const CDateTime*)) {
-    if (!present) {
-        (value.*put)(nullptr);
-        return;
-    }
-    CDateTime time(0, 0);
-    ASN1GeneralizedTime_traits::get(record, time);
-    (value.*put)(&time);
-}
-
 }  // namespace
 
 CExtCRLReason::CExtCRLReason() : CExtValue(kReasonCodeOid) {}
@@ -163,26 +151,18 @@ void CExtPrivateKeyUsagePeriod::encode() {
 }
 
 void CExtPrivateKeyUsagePeriod::decode() {
-    // The setters behind the traits encode, and so replace the bytes that are being read.
-    const CBlob data = get_value();
-    asn1Decode<ASN1T_PrivateKeyUsagePeriod_traits>(data, *this);
+    asn1Decode<ASN1T_PrivateKeyUsagePeriod_traits>(get_value(), *this);
 }
 
 void ASN1T_PrivateKeyUsagePeriod_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CExtPrivateKeyUsagePeriod& value) {
-    record.m = {};
-    if (value.get_notBefore() != nullptr) {
-        record.m.notBeforePresent = 1;
-        ASN1GeneralizedTime_traits::set(ctxt, record.notBefore, *value.get_notBefore());
-    }
-    if (value.get_notAfter() != nullptr) {
-        record.m.notAfterPresent = 1;
-        ASN1GeneralizedTime_traits::set(ctxt, record.notAfter, *value.get_notAfter());
-    }
+    record.m.notBeforePresent = setIf<ASN1GeneralizedTime_traits>(ctxt, record.notBefore, value.get_notBefore());
+    record.m.notAfterPresent = setIf<ASN1GeneralizedTime_traits>(ctxt, record.notAfter, value.get_notAfter());
 }
 
 void ASN1T_PrivateKeyUsagePeriod_traits::get(const ASN1_T& record, CExtPrivateKeyUsagePeriod& value) {
-    getTime(record.m.notBeforePresent != 0, record.notBefore, value, &CExtPrivateKeyUsagePeriod::put_notBefore);
-    getTime(record.m.notAfterPresent != 0, record.notAfter, value, &CExtPrivateKeyUsagePeriod::put_notAfter);
+    const CDateTime none(0, 0);
+    value.put_notBefore(valueIf<ASN1GeneralizedTime_traits>(record.m.notBeforePresent, record.notBefore, none).get());
+    value.put_notAfter(valueIf<ASN1GeneralizedTime_traits>(record.m.notAfterPresent, record.notAfter, none).get());
 }
 
 }  // namespace Orvane::ASN1

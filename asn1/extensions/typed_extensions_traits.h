@@ -17,15 +17,10 @@ struct ASN1T_CRLReason_traits {
     static void copy(ASN1CTXT* /*ctxt*/, const ASN1_T& from, ASN1_T& to) { to = from; }
 };
 
-struct ASN1T_PrivateKeyUsagePeriod_traits {
-    using ASN1_T = asn1data::ASN1T_PrivateKeyUsagePeriod;
-    using ASN1_C = asn1data::ASN1C_PrivateKeyUsagePeriod;
-
+struct ASN1T_PrivateKeyUsagePeriod_traits
+    : RecordTraits<asn1data::ASN1C_PrivateKeyUsagePeriod, asn1data::asn1Copy_PrivateKeyUsagePeriod> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CExtPrivateKeyUsagePeriod& value);
     static void get(const ASN1_T& record, CExtPrivateKeyUsagePeriod& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-        asn1data::asn1Copy_PrivateKeyUsagePeriod(ctxt, &from, &to);
-    }
 };
 
 }  // namespace Orvane::ASN1

@@ -24,7 +24,7 @@ const wchar_t* orEmpty(const wchar_t* text) {
 
 }  // namespace
 
-// Stands in front of the constants, whose constructors append to it, in one file: the order is then certain.
+// Defined before the constants, whose constructors append to it, in one file: the order is then certain.
 CATAVRegister::List CATAVRegister::registered_;
 
 const CATAVRegister commonNameAttribute("2.5.4.3", L"CN", kStringTypeUTF8, kMaxLength);

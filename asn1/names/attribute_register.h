@@ -14,7 +14,7 @@
 namespace Orvane::ASN1 {
 
 /// One known attribute type. The list of all is complete before the library is in use and only read afterwards, so
-/// that any thread may read it; whoever adds a type does so before that.
+/// that any thread may read it; types are added before that.
 class TALLOW_EXPORT CATAVRegister {
 public:
     using List = std::list<CATAVRegister>;
@@ -45,7 +45,7 @@ public:
 
     /// The DER of a text, in the string type given or, with kStringTypeDefault, in the registered one. Throws
     /// InvalidArgument for a text longer than the type allows. For a type that is not known, the first character
-    /// stands for '#' and is not looked at, and the hexadecimal digits behind it are the DER; reading stops quietly at
+    /// stands for '#' and is not looked at, and the hexadecimal digits after it are the DER; reading stops quietly at
     /// the first character that is none. An empty text then throws std::out_of_range.
     static CBlob valueFromStr(const char* oid, const wchar_t* text, StringType type);
 

@@ -19,7 +19,7 @@ class CGeneralNameImpl;
 /// One general name: holds one alternative at a time. Copies are deep.
 class TALLOW_EXPORT CGeneralName {
 public:
-    /// What get_type answers: the position of the alternative, from 1. Position 1, 4 and 6 (otherName, x400Address,
+    /// What get_type returns: the position of the alternative, from 1. Position 1, 4 and 6 (otherName, x400Address,
     /// ediPartyName) cannot be held.
     enum Type : unsigned int {
         kNone = 0,
@@ -44,7 +44,7 @@ public:
 
     unsigned int get_type() const;
 
-    /// Each getter answers null when another alternative is held; the pointer is valid until the object is changed or
+    /// Each getter returns null when another alternative is held; the pointer is valid until the object is changed or
     /// destroyed. registeredID is dotted decimal text.
     const wchar_t* get_rfc822Name() const;
     const wchar_t* get_dNSName() const;
@@ -53,7 +53,7 @@ public:
 
     /// The DER Name.
     const CBlob* get_directoryName() const;
-    /// The address bytes as they stand: 4 or 16, or twice that with a mask.
+    /// The address bytes unchanged: 4 or 16, or twice that with a mask.
     const CBlob* get_iPAddress() const;
 
     /// Each setter copies its argument and forgets the alternative held before. A null text counts as empty.

@@ -70,18 +70,12 @@ void ASN1T_GeneralName_traits::get(const ASN1_T& record, CGeneralName& value) {
         case CGeneralName::kUniformResourceIdentifier:
             value.put_uniformResourceIdentifier(towstring(record.u.uniformResourceIdentifier).c_str());
             break;
-        case CGeneralName::kDirectoryName: {
-            CBlob name;
-            ASN1T_Name_traits::get(*record.u.directoryName, name);
-            value.put_directoryName(name);
+        case CGeneralName::kDirectoryName:
+            value.put_directoryName(valueOf<ASN1T_Name_traits, CBlob>(*record.u.directoryName));
             break;
-        }
-        case CGeneralName::kIPAddress: {
-            CBlob address;
-            ASN1TDynOctStr_traits::get(*record.u.iPAddress, address);
-            value.put_iPAddress(address);
+        case CGeneralName::kIPAddress:
+            value.put_iPAddress(valueOf<ASN1TDynOctStr_traits, CBlob>(*record.u.iPAddress));
             break;
-        }
         case CGeneralName::kRegisteredID:
             value.put_registeredID(towstring(toOID(*record.u.registeredID).c_str()).c_str());
             break;

@@ -16,21 +16,13 @@ public:
 };
 
 /// Other alternatives than those that CGeneralName can hold throw InvalidArgument both ways.
-struct ASN1T_GeneralName_traits {
-    using ASN1_T = asn1data::ASN1T_GeneralName;
-    using ASN1_C = asn1data::ASN1C_GeneralName;
-
+struct ASN1T_GeneralName_traits : RecordTraits<asn1data::ASN1C_GeneralName, asn1data::asn1Copy_GeneralName> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CGeneralName& value);
     static void get(const ASN1_T& record, CGeneralName& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-        asn1data::asn1Copy_GeneralName(ctxt, &from, &to);
-    }
 };
 
 struct ASN1T_GeneralNames_traits
-    : ASN1TSeqOfList_traits<asn1data::ASN1T_GeneralName, ASN1T_GeneralName_traits, CGeneralName, CGeneralNames> {
-    using ASN1_T = asn1data::ASN1T_GeneralNames;
-    using ASN1_C = asn1data::ASN1C_GeneralNames;
+    : ListTraits<asn1data::ASN1T_GeneralNames, asn1data::ASN1C_GeneralNames, ASN1T_GeneralName_traits, CGeneralNames> {
 };
 
 }  // namespace Orvane::ASN1

@@ -32,18 +32,13 @@ bool CIssuerSerial::operator==(const CIssuerSerial& other) const {
 }
 
 void ASN1T_IssuerSerial_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CIssuerSerial& value) {
-    record.m = {};
     ASN1T_GeneralNames_traits::set(ctxt, record.issuer, value.get_issuer());
     record.serial = BigIntegerToASN1String(ctxt, value.get_serialNumber());
 }
 
 void ASN1T_IssuerSerial_traits::get(const ASN1_T& record, CIssuerSerial& value) {
-    CGeneralNames issuer;
-    CBigInteger serialNumber;
-    ASN1T_GeneralNames_traits::get(record.issuer, issuer);
-    ASN1StringToBigInteger(record.serial, serialNumber);
-    value.put_issuer(issuer);
-    value.put_serialNumber(serialNumber);
+    value.put_issuer(valueOf<ASN1T_GeneralNames_traits, CGeneralNames>(record.issuer));
+    value.put_serialNumber(valueOf<ASN1T_CertificateSerialNumber_traits, CBigInteger>(record.serial));
 }
 
 }  // namespace Orvane::ASN1

@@ -7,7 +7,7 @@
 //
 // The text form is for people and for configuration: "CN=Ivan+OU=Lab,O=Org". RDNs are joined by ',' and their elements
 // by '+', first on the wire first. There is no quoting: a ',' or '+' inside a value always splits, and blanks are part
-// of the text that they stand in. Lists keep the order in which they were made or decoded; nothing is sorted here.
+// of the text they are in. Lists keep the order in which they were made or decoded; nothing is sorted here.
 #pragma once
 
 #include <list>

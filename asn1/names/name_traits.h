@@ -8,34 +8,22 @@
 
 namespace Orvane::ASN1 {
 
-struct ASN1T_AttributeTypeAndValue_traits {
-    using ASN1_T = asn1data::ASN1T_AttributeTypeAndValue;
-    using ASN1_C = asn1data::ASN1C_AttributeTypeAndValue;
-
+struct ASN1T_AttributeTypeAndValue_traits
+    : RecordTraits<asn1data::ASN1C_AttributeTypeAndValue, asn1data::asn1Copy_AttributeTypeAndValue> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CAttributeTypeAndValue& value);
     static void get(const ASN1_T& record, CAttributeTypeAndValue& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-        asn1data::asn1Copy_AttributeTypeAndValue(ctxt, &from, &to);
-    }
 };
 
 struct ASN1T_RelativeDistinguishedName_traits
-    : ASN1TSeqOfList_traits<asn1data::ASN1T_AttributeTypeAndValue, ASN1T_AttributeTypeAndValue_traits,
-                            CAttributeTypeAndValue, CAttributeTypeAndValueSet> {
-    using ASN1_T = asn1data::ASN1T_RelativeDistinguishedName;
-    using ASN1_C = asn1data::ASN1C_RelativeDistinguishedName;
-};
+    : ListTraits<asn1data::ASN1T_RelativeDistinguishedName, asn1data::ASN1C_RelativeDistinguishedName,
+                 ASN1T_AttributeTypeAndValue_traits, CAttributeTypeAndValueSet> {};
 
 /// A whole name, as an object or as its DER.
-struct ASN1T_Name_traits {
-    using ASN1_T = asn1data::ASN1T_Name;
-    using ASN1_C = asn1data::ASN1C_Name;
-
+struct ASN1T_Name_traits : RecordTraits<asn1data::ASN1C_Name, asn1data::asn1Copy_Name> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CName& value);
     static void get(const ASN1_T& record, CName& value);
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CBlob& value);
     static void get(const ASN1_T& record, CBlob& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) { asn1data::asn1Copy_Name(ctxt, &from, &to); }
 };
 
 }  // namespace Orvane::ASN1

@@ -37,11 +37,8 @@ void ASN1T_CertId_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CCertId& val
 }
 
 void ASN1T_CertId_traits::get(const ASN1_T& record, CCertId& value) {
-    CGeneralName issuer;
-    CBigInteger serialNumber;
-    ASN1T_GeneralName_traits::get(record.issuer, issuer);
-    ASN1StringToBigInteger(record.serialNumber, serialNumber);
-    value = CCertId(issuer, serialNumber);
+    value.put_issuer(valueOf<ASN1T_GeneralName_traits, CGeneralName>(record.issuer));
+    value.put_serialNumber(valueOf<ASN1T_CertificateSerialNumber_traits, CBigInteger>(record.serialNumber));
 }
 
 }  // namespace Orvane::ASN1

@@ -7,13 +7,9 @@
 
 namespace Orvane::ASN1 {
 
-struct ASN1T_CertId_traits {
-    using ASN1_T = asn1data::ASN1T_CertId;
-    using ASN1_C = asn1data::ASN1C_CertId;
-
+struct ASN1T_CertId_traits : RecordTraits<asn1data::ASN1C_CertId, asn1data::asn1Copy_CertId> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CCertId& value);
     static void get(const ASN1_T& record, CCertId& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) { asn1data::asn1Copy_CertId(ctxt, &from, &to); }
 };
 
 }  // namespace Orvane::ASN1

@@ -35,11 +35,8 @@ struct ItemTraits {
 using ItemsTraits =
     ASN1TSeqOfList_traits<asn1data::ASN1T_InfoTypeAndValue, ItemTraits, CInfoTypeAndValue, CInfoTypeAndValueList>;
 
-// Items stand in the bodies of general messages.
-struct MessageTraits {
-    using ASN1_T = asn1data::ASN1T_GenMsgContent;
-    using ASN1_C = asn1data::ASN1C_GenMsgContent;
-
+// Items are the bodies of general messages.
+struct MessageTraits : RecordTraits<asn1data::ASN1C_GenMsgContent, asn1data::asn1Copy_GenMsgContent> {
     static void get(const ASN1_T& record, CInfoTypeAndValueList& values) { ASN1TavList_Parse(record, values); }
 };
 

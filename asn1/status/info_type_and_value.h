@@ -52,7 +52,7 @@ public:
     iterator find(const char* oid);
     const_iterator find(const char* oid) const;
 
-    /// Overwrites the item with the same identifier where it stands, or appends a copy.
+    /// Overwrites the item with the same identifier where it is, or appends a copy.
     void insert(const CInfoTypeAndValue& item);
 
     /// Removes the first item with this identifier. There must be one: that none is there fails an assertion in debug

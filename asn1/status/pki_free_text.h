@@ -6,7 +6,7 @@
 //   text.insert(CPKIFreeTextString(L"\u0441\u0435\u0440\u0442\u0438\u0444\u0438\u043a\u0430\u0442",
 //   CLanguageTagRuRu()));
 //
-// On the wire the language stands in the text itself, in front: U+0E01, a character U+0E00 + c for each octet c of the
+// On the wire the language is a prefix of the text: U+0E01, a character U+0E00 + c for each octet c of the
 // tag, U+0E7E. A text of language "*" has nothing in front. These are not the tag characters of RFC 2482: other
 // software takes them for Thai letters, and a text that begins with U+0E01 in earnest cannot be read here without a
 // tag. A '~' in a tag is the end mark itself, and what follows it is read as text.
@@ -56,7 +56,7 @@ public:
     iterator find(const CLanguageTag& language);
     const_iterator find(const CLanguageTag& language) const;
 
-    /// Replaces the text of the first entry of the same language where it stands, or appends a copy. A text of language
+    /// Replaces the text of the first entry of the same language where it is, or appends a copy. A text of language
     /// "*" is always appended.
     void insert(const CPKIFreeTextString& text);
 

@@ -15,26 +15,14 @@ void CPKIFreeText_Encode(ASN1CTXT* ctxt, asn1data::ASN1T_PKIFreeText& record, co
 /// InvalidArgument for a language without its end mark, with the texts before appended.
 void CPKIFreeText_Parse(ASN1CTXT* ctxt, CPKIFreeText& text, const asn1data::ASN1T_PKIFreeText& record);
 
-struct ASN1T_PKIFailureInfo_traits {
-    using ASN1_T = asn1data::ASN1T_PKIFailureInfo;
-    using ASN1_C = asn1data::ASN1C_PKIFailureInfo;
-
+struct ASN1T_PKIFailureInfo_traits : RecordTraits<asn1data::ASN1C_PKIFailureInfo, asn1data::asn1Copy_PKIFailureInfo> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CPKIFailureInfo& value);
     static void get(const ASN1_T& record, CPKIFailureInfo& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-        asn1data::asn1Copy_PKIFailureInfo(ctxt, &from, &to);
-    }
 };
 
-struct ASN1T_PKIStatusInfo_traits {
-    using ASN1_T = asn1data::ASN1T_PKIStatusInfo;
-    using ASN1_C = asn1data::ASN1C_PKIStatusInfo;
-
+struct ASN1T_PKIStatusInfo_traits : RecordTraits<asn1data::ASN1C_PKIStatusInfo, asn1data::asn1Copy_PKIStatusInfo> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CPKIStatusInfo& value);
     static void get(const ASN1_T& record, CPKIStatusInfo& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-        asn1data::asn1Copy_PKIStatusInfo(ctxt, &from, &to);
-    }
 };
 
 }  // namespace Orvane::ASN1

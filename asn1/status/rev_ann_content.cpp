@@ -81,32 +81,22 @@ void CRevAnnContent::decode(const CBlob& data) {
 }
 
 void ASN1T_RevAnnContent_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CRevAnnContent& value) {
-    record.m = {};
     record.status = value.get_status();
     ASN1T_CertId_traits::set(ctxt, record.certId, value.get_certId());
     ASN1GeneralizedTime_traits::set(ctxt, record.willBeRevokedAt, value.get_willBeRevokedAt());
     ASN1GeneralizedTime_traits::set(ctxt, record.badSinceDate, value.get_badSinceDate());
-    // The standard knows no empty list of extensions: it is left off the wire.
-    if (value.get_crlDetails() != nullptr && !value.get_crlDetails()->empty()) {
-        record.m.crlDetailsPresent = 1;
-        ASN1T_Extensions_traits::set(ctxt, record.crlDetails, *value.get_crlDetails());
-    }
+    record.m.crlDetailsPresent =
+        setIf<ASN1T_Extensions_traits>(ctxt, record.crlDetails, unlessEmpty(value.get_crlDetails()));
 }
 
 void ASN1T_RevAnnContent_traits::get(const ASN1_T& record, CRevAnnContent& value) {
-    CCertId certId;
-    CDateTime willBeRevokedAt(0, 0);
-    CDateTime badSinceDate(0, 0);
-    ASN1T_CertId_traits::get(record.certId, certId);
-    ASN1GeneralizedTime_traits::get(record.willBeRevokedAt, willBeRevokedAt);
-    ASN1GeneralizedTime_traits::get(record.badSinceDate, badSinceDate);
-    CRevAnnContent content(static_cast<PKIStatusEnum>(record.status), certId, willBeRevokedAt, badSinceDate);
-    if (record.m.crlDetailsPresent != 0) {
-        CExtensions crlDetails;
-        ASN1T_Extensions_traits::get(record.crlDetails, crlDetails);
-        content.put_crlDetails(&crlDetails);
-    }
-    value = content;
+    const CDateTime none(0, 0);
+    value.put_status(static_cast<PKIStatusEnum>(record.status));
+    value.put_certId(valueOf<ASN1T_CertId_traits, CCertId>(record.certId));
+    value.put_willBeRevokedAt(valueOf<ASN1GeneralizedTime_traits>(record.willBeRevokedAt, none));
+    value.put_badSinceDate(valueOf<ASN1GeneralizedTime_traits>(record.badSinceDate, none));
+    value.put_crlDetails(
+        valueIf<ASN1T_Extensions_traits, CExtensions>(record.m.crlDetailsPresent, record.crlDetails).get());
 }
 
 }  // namespace Orvane::ASN1

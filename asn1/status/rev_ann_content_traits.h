@@ -7,15 +7,9 @@
 
 namespace Orvane::ASN1 {
 
-struct ASN1T_RevAnnContent_traits {
-    using ASN1_T = asn1data::ASN1T_RevAnnContent;
-    using ASN1_C = asn1data::ASN1C_RevAnnContent;
-
+struct ASN1T_RevAnnContent_traits : RecordTraits<asn1data::ASN1C_RevAnnContent, asn1data::asn1Copy_RevAnnContent> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CRevAnnContent& value);
     static void get(const ASN1_T& record, CRevAnnContent& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) {
-        asn1data::asn1Copy_RevAnnContent(ctxt, &from, &to);
-    }
 };
 
 }  // namespace Orvane::ASN1

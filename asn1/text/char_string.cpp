@@ -16,7 +16,7 @@ namespace Orvane::ASN1 {
 
 namespace {
 
-// Each writer answers the length of the encoding, or a negative status.
+// Each writer returns the length of the encoding, or a negative status.
 
 int encodeUtf8(ASN1CTXT* ctxt, const wchar_t* text) {
     const std::size_t count = std::wcslen(text);
@@ -72,7 +72,7 @@ int encodeText(ASN1CTXT* ctxt, const wchar_t* text, StringType type) {
     }
 }
 
-// Throws Asn1Error for a negative answer of the runtime.
+// Throws Asn1Error for a negative return of the runtime.
 int checked(int answer) {
     if (answer < 0) {
         ATL::AtlThrowImpl(status::kAsn1Error);

@@ -53,7 +53,7 @@ const char* readArc(const char* text, ASN1OBJID& oid, unsigned long& arc) {
     return skipWhiteSpace(end);
 }
 
-// Writes the terminated text and answers its size without the terminator.
+// Writes the terminated text and returns its size without the terminator.
 std::size_t write(const ASN1OBJID& oid, OidText& text) {
     char* out = text.data();
     for (unsigned int index = 0; index < std::min<unsigned int>(oid.numids, kMaxArcs); ++index) {

@@ -13,7 +13,7 @@ ASN1OBJID toASN1OBJID(const char* oid);
 CStringProxy toOID(const ASN1OBJID& oid);
 
 /// 0 on success, 1 on failure: no digits in a part, more than 128 arcs, a last arc of 0xFFFFFFFF or above, or anything
-/// but white space behind a number. A single arc is legal text, though no legal identifier. Null fails.
+/// but white space after a number. A single arc is legal text, though no legal identifier. Null fails.
 [[nodiscard]] int str2oid(const char* text, ASN1OBJID* oid);
 
 /// Replaces `text` by the dotted text with its terminator; just that for an identifier without arcs. Always 1.

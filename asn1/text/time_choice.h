@@ -26,7 +26,7 @@ public:
     CTimeChoice& operator=(CTimeChoice&& other) noexcept;
     ~CTimeChoice();
 
-    /// Forgets the value held: type 0, and get_time answers null.
+    /// Forgets the value held: type 0, and get_time returns null.
     void clear();
 
     /// 1 for utcTime, 2 for generalTime, 0 after clear.

@@ -17,13 +17,9 @@ public:
     const ChoiceValueTraits* findTraits(unsigned int type) const override;
 };
 
-struct ASN1T_Time_traits {
-    using ASN1_T = asn1data::ASN1T_Time;
-    using ASN1_C = asn1data::ASN1C_Time;
-
+struct ASN1T_Time_traits : RecordTraits<asn1data::ASN1C_Time, asn1data::asn1Copy_Time> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CTimeChoice& value);
     static void get(const ASN1_T& record, CTimeChoice& value);
-    static void copy(ASN1CTXT* ctxt, const ASN1_T& from, ASN1_T& to) { asn1data::asn1Copy_Time(ctxt, &from, &to); }
 };
 
 }  // namespace Orvane::ASN1

@@ -58,41 +58,20 @@ TEST(Choice, RefusesAnAlternativeWithoutSupport) {
 }
 
 TEST(TimeChoice, FollowsTheYear) {
-    const struct {
-        CDateTime time;
-        unsigned int type;
-        Bytes der;
-    } rows[] = {
-        {CDateTime(0, 0), 1, tlv::utcTime("700101000000Z")},
-        {CDateTime(1950, 1, 1, 0, 0, 0, 0, 0), 1, tlv::utcTime("500101000000Z")},
-        {CDateTime(2049, 12, 31, 23, 59, 59, 0, 0), 1, tlv::utcTime("491231235959Z")},
-        {CDateTime(2050, 1, 1, 0, 0, 0, 0, 0), 2, tlv::generalizedTime("20500101000000Z")},
-        {CDateTime(2024, 2, 29, 12, 0, 0, 700, 0), 1, tlv::utcTime("240229120000Z")},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(toHex(row.der));
-        const CTimeChoice choice(row.time);
-        EXPECT_EQ(choice.get_type(), row.type);
-        EXPECT_EQ(hexOf(choice.encode()), toHex(row.der));
-        CTimeChoice decoded;
-        decoded.decode(blob(row.der));
-        EXPECT_EQ(decoded.get_type(), row.type);
-        EXPECT_EQ(decoded.get_time()->getTime(), row.time.getTime());
-    }
-    CTimeChoice early;  // is read in either form, and written as the rule says
-    early.decode(blob(tlv::generalizedTime("20240229120000Z")));
-    EXPECT_EQ(hexOf(early.encode()), toHex(tlv::utcTime("240229120000Z")));
+    const CTimeChoice last(CDateTime(2049, 12, 31, 23, 59, 59, 700, 0));
+    EXPECT_EQ(last.get_type(), 1U);
+    EXPECT_EQ(hexOf(last.encode()), toHex(tlv::utcTime("491231235959Z"))) << "cut to seconds";
+    const CTimeChoice next(CDateTime(2050, 1, 1, 0, 0, 0, 0, 0));
+    EXPECT_EQ(next.get_type(), 2U);
+    EXPECT_EQ(hexOf(next.encode()), toHex(tlv::generalizedTime("20500101000000Z")));
+    CTimeChoice decoded;
+    EXPECT_EQ(decoded.get_time()->getTime(), 0);
+    decoded.decode(blob(tlv::generalizedTime("20240229120000Z")));
+    EXPECT_EQ(decoded.get_type(), 1U) << "by the rule, whatever it was read from";
+    EXPECT_EQ(*decoded.get_time(), CDateTime(2024, 2, 29, 12, 0, 0, 0, 0));
 }
 
-TEST(TimeChoice, RefusesWhatIsNoTime) {
-    for (const Bytes& der : {tlv::utcTime("241331120000Z"), tlv::utcTime(""), tlv::utcTime("2402291200"),
-                             tlv::generalizedTime("20230229120000Z"), tlv::integer(1)}) {
-        CTimeChoice choice(CDateTime(2024, 1, 1, 0, 0, 0, 0, 0));
-        EXPECT_THAT(thrownStatus([&] { choice.decode(blob(der)); }), IsStatus(status::kAsn1Error)) << toHex(der);
-        EXPECT_EQ(choice.get_time()->year(), 2024U);
-    }
-    EXPECT_THAT(thrownStatus([] { CTimeChoice(CDateTime(1949, 1, 1, 0, 0, 0, 0, 0)).encode(); }),
-                IsStatus(status::kAsn1Error));
+TEST(TimeChoice, RefusesToEncodeNothing) {
     CTimeChoice cleared;
     cleared.clear();
     EXPECT_EQ(cleared.get_time(), nullptr);

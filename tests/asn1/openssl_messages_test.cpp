@@ -39,7 +39,7 @@ CBlob elementAt(const CBlob& data, std::initializer_list<unsigned> path) {
     return element.whole();
 }
 
-/// The octets of the first hex dump behind `label` in printed text: "0000 - 58 91 b5-b5 22   X...", line by line.
+/// The octets of the first hex dump after `label` in printed text: "0000 - 58 91 b5-b5 22   X...", line by line.
 std::string dumpAfter(const std::string& text, const std::string& label) {
     std::string result;
     std::size_t line = text.find(" 0000 - ", text.find(label));
@@ -189,7 +189,7 @@ TEST_F(OpensslMessages, RefuseASignerWithoutIssuerAndSerialNumber) {
 
 class OpensslTimestamps : public OpensslMessages {
 protected:
-    /// The answer of a time-stamp authority that knows SHA-256 only, to a request with `hash`.
+    /// The reply of a time-stamp authority that knows SHA-256 only, to a request with `hash`.
     CBlob answer(const std::string& hash) const {
         CertificateSpec spec;
         spec.extendedKeyUsage = "critical,timeStamping";
@@ -234,7 +234,7 @@ TEST_F(OpensslTimestamps, CarryTheFirstFormOfTheCertificateReference) {
     EXPECT_EQ(again.front().encode(), elementAt(token.get_content(), {3, 0}));
 }
 
-TEST_F(OpensslTimestamps, SayWhyTheyRefuse) {
+TEST_F(OpensslTimestamps, ReportWhyTheyRefuse) {
     const CBlob encoded = elementAt(answer("sha512"), {0});
     CPKIStatusInfo status(kStatusAccepted);
     status.decode(encoded);

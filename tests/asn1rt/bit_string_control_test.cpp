@@ -14,8 +14,9 @@ using rttest::hexOf;
 
 std::string bitsOf(const ASN1CBitStr& string) {
     std::string bits;
-    for (std::uint32_t i = 0; i < string.size(); ++i)
+    for (std::uint32_t i = 0; i < string.size(); ++i) {
         bits += string.get(i) ? '1' : '0';
+    }
     return bits;
 }
 
@@ -32,7 +33,7 @@ struct Bits {
     ASN1CBitStr string;
 };
 
-TEST(BitStringControl, TheCallersArrayIsCutAndCleaned) {
+TEST(BitStringControl, CutsAndCleansTheCallersArray) {
     std::uint8_t data[] = {0xAB, 0xFF, 0xFF, 0xFF};
     std::uint32_t numbits = 12;
     const ASN1CBitStr string(data, numbits, 20);
@@ -45,7 +46,7 @@ TEST(BitStringControl, TheCallersArrayIsCutAndCleaned) {
     EXPECT_EQ(cut.cardinality(), 4U);
 }
 
-TEST(BitStringControl, ABoundedStringNeverLeavesItsOctets) {
+TEST(BitStringControl, BoundedStringsStayInsideTheirOctets) {
     std::vector<std::uint8_t> data(2, 0);
     std::uint32_t numbits = 0;
     ASN1CBitStr string(data.data(), numbits, 16);
@@ -58,11 +59,11 @@ TEST(BitStringControl, ABoundedStringNeverLeavesItsOctets) {
     const std::uint8_t operand[] = {1, 1, 1};
     EXPECT_EQ(string.doOr(operand, 24), STATUS_BAD_LENGTH);
     EXPECT_EQ(hexOf(data.data(), 2), "0001");
-    numbits = 4000;  // a count set behind its back
+    numbits = 4000;  // a count that was changed from outside
     EXPECT_EQ(string.cardinality(), 1U);
 }
 
-TEST(BitStringControl, AnUnboundedStringGrows) {
+TEST(BitStringControl, UnboundedStringsGrow) {
     Bits bits("");
     EXPECT_EQ(bits.string.set(100), 0);
     EXPECT_EQ(bits.string.size(), 101U);
@@ -72,7 +73,7 @@ TEST(BitStringControl, AnUnboundedStringGrows) {
     EXPECT_EQ(bits.string.set(0xFFFFFFFF), STATUS_BIT_INDEX);
 }
 
-TEST(BitStringControl, ARecordFollowsWhereItsOctetsGo) {
+TEST(BitStringControl, FollowsTheOctetsOfItsRecord) {
     static const std::uint8_t data[] = {0x80};  // constant: clean octets are not written
     ASN1TDynBitStr record{1, data};
     ASN1CBitStr string(record);
@@ -81,7 +82,7 @@ TEST(BitStringControl, ARecordFollowsWhereItsOctetsGo) {
     EXPECT_NE(record.data, data);
     EXPECT_EQ(hexOf(record.data, 2), "8040");
     EXPECT_EQ(data[0], 0x80);
-    // A decoder puts other octets there, with noise behind the last bit.
+    // A decoder puts other octets there, with noise after the last bit.
     std::vector<std::uint8_t> decoded = {0xFF, 0xFF};
     record = {9, decoded.data()};
     EXPECT_EQ(bitsOf(string), "111111111");
@@ -152,8 +153,8 @@ TEST(BitStringControl, OperandsCombineAndTheSizeIsRecounted) {
     EXPECT_EQ(bits.string.size(), 0U);
 }
 
-// Growing moves the octets and frees where they were, and the string has no bits behind its end.
-TEST(BitStringControl, AnOperandMayLieInsideTheString) {
+// Growing moves the octets and frees where they were, and the string has no bits after its end.
+TEST(BitStringControl, AcceptsOperandsInsideTheString) {
     struct Row {
         int (ASN1CBitStr::*operation)(const std::uint8_t*, std::uint32_t);
         std::string after;
@@ -175,7 +176,7 @@ TEST(BitStringControl, AnOperandMayLieInsideTheString) {
     }
 }
 
-TEST(BitStringControl, ShiftsLoseWhatLeavesTheString) {
+TEST(BitStringControl, ShiftsDropBitsBeyondTheEnds) {
     const std::string before = "110100000000000101";
     struct Row {
         int (ASN1CBitStr::*shift)(std::uint32_t);

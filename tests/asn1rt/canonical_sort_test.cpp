@@ -45,8 +45,9 @@ TEST(CanonicalSort, AscendingWithPrefixesFirst) {
     };
     for (const Row& row : rows) {
         std::vector<Bytes> members;
-        for (const char* member : row.members)
+        for (const char* member : row.members) {
             members.push_back(rttest::fromHex(member));
+        }
         int answer = 0;
         const Bytes octets = sorted(members, &answer);
         EXPECT_EQ(rttest::toHex(octets), std::string(row.hex) + "7461696c");
@@ -59,15 +60,17 @@ TEST(CanonicalSort, ManyMembersInAnyOrder) {
     std::vector<Bytes> members(20000);
     for (Bytes& member : members) {
         member.resize(1 + random() % 6);
-        for (std::uint8_t& octet : member)
+        for (std::uint8_t& octet : member) {
             octet = static_cast<std::uint8_t>(random() % 4);
+        }
     }
     int answer = 0;
     const Bytes octets = sorted(members, &answer);
     std::sort(members.begin(), members.end());
     Bytes expected;
-    for (const Bytes& member : members)
+    for (const Bytes& member : members) {
         expected.insert(expected.end(), member.begin(), member.end());
+    }
     EXPECT_EQ(answer, static_cast<int>(expected.size()));
     EXPECT_TRUE(std::equal(expected.begin(), expected.end(), octets.begin()));
 }

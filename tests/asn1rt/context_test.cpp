@@ -55,7 +55,7 @@ TEST(ContextTest, BufferThatGrewOnAnotherHeapIsFreedWhole) {
     EXPECT_EQ(heap->pFirstBlock, nullptr);
 }
 
-TEST(ContextTest, CopyLeavesStatusAndHeapsBehind) {
+TEST(ContextTest, CopyLeavesOutStatusAndHeaps) {
     Context ctx;
     rtCtxtSetFlag(ctx, CTX_FLAG_ZERO_COPY);
     rtErrSetData(&ctx->errInfo, STATUS_BAD_TAG, nullptr, 0);
@@ -66,7 +66,7 @@ TEST(ContextTest, CopyLeavesStatusAndHeapsBehind) {
     EXPECT_EQ(saved.initCode, 0U);
 }
 
-TEST(ContextTest, FirstFailureStays) {
+TEST(ContextTest, KeepsTheFirstFailure) {
     ASN1ErrInfo info{};
     EXPECT_EQ(rtErrSetData(&info, STATUS_TAG_MISMATCH, nullptr, 0), STATUS_TAG_MISMATCH);
     EXPECT_EQ(rtErrSetData(&info, STATUS_BAD_LENGTH, nullptr, 0), STATUS_BAD_LENGTH);
@@ -80,7 +80,7 @@ TEST(ContextTest, FirstFailureStays) {
     EXPECT_EQ(info.status, 0);
 }
 
-/// Opens levels until the limit refuses; answers how many were open.
+/// Opens levels until the limit refuses; returns how many were open.
 int openLevels(ASN1CTXT* ctx, int depth) {
     const ASN1Level level(ctx);
     return level.status == 0 ? openLevels(ctx, depth + 1) : depth;
@@ -138,8 +138,9 @@ TEST(ContextTest, BitsCountFromTheMostSignificant) {
     EXPECT_EQ(rtClearBit(bits, 12, 0), 0x80);
     EXPECT_EQ(rtClearBit(bits, 12, 99), STATUS_BIT_INDEX);
     EXPECT_EQ(hexOf(bits, 2), "0010");
-    for (const auto& [octet, length] : {std::pair{0, 0}, {1, 8}, {2, 7}, {4, 6}, {0x80, 1}})
+    for (const auto& [octet, length] : {std::pair{0, 0}, {1, 8}, {2, 7}, {4, 6}, {0x80, 1}}) {
         EXPECT_EQ(rtOctetBitLen(static_cast<std::uint8_t>(octet)), length) << octet;
+    }
 }
 
 }  // namespace

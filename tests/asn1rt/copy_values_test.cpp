@@ -12,7 +12,7 @@ namespace {
 using rttest::Context;
 using rttest::hexOf;
 
-TEST(CopyValues, CountedValuesGetMemoryOfTheirOwn) {
+TEST(CopyValues, CountedValuesGetTheirOwnMemory) {
     Context ctx;
     const std::uint8_t octets[] = {1, 2, 3};
     const ASN1TDynBitStr bits{17, octets};
@@ -48,7 +48,7 @@ TEST(CopyValues, AFailedCopyClaimsNoOctets) {
     EXPECT_EQ(octets.numocts, 0U);
 }
 
-TEST(CopyValues, EmptyStringsIntoArraysStoreTheCountAndAnswerZero) {
+TEST(CopyValues, EmptyStringsIntoArraysStoreTheCountAndReturnZero) {
     Context ctx;
     const std::uint8_t from[] = {0xAB, 0xCD};
     std::uint8_t to[2] = {};

@@ -4,7 +4,7 @@
 
 #include "asn1rt/open_type.h"
 #include "tests/asn1rt/runtime_fixture.h"
-#include "tests/support/tlv.h"
+#include "tests/support/vectors.h"
 
 namespace {
 std::uint64_t numSteps = 0;
@@ -26,49 +26,76 @@ int bindInput(ASN1CTXT* ctx, const Bytes& octets, int* length = nullptr, ASN1TAG
     return xd_setp(ctx, octets.data(), static_cast<int>(octets.size()), tag, length);
 }
 
+std::string tagAndLength(ASN1TAG tag, int length) {
+    char text[48];
+    std::snprintf(text, sizeof text, "%08x %d", static_cast<unsigned>(tag), length);
+    return length == LEN_INDEFINITE ? std::string(text, 8) + " indefinite" : text;
+}
+
 /// An element of indefinite length with `depth` levels of the same inside.
 Bytes nestedIndefinite(std::size_t depth) {
     Bytes octets;
-    for (std::size_t i = 0; i < depth; ++i)
+    for (std::size_t i = 0; i < depth; ++i) {
         octets.insert(octets.end(), {0x30, 0x80});
+    }
     octets.insert(octets.end(), 2 * depth, 0x00);
     return octets;
 }
 
-TEST(Decode, BindsToTheFirstElement) {
-    struct Row {
-        const char* what;
-        const char* hex;
-        int status;
-        int length;
-        ASN1TAG tag;
-        std::uint32_t size;
-    };
-    const Row rows[] = {
-        {"octets behind are cut off", "3003020105aabbcc", 0, 5, kTagSequence, 5},
-        {"indefinite", "30800201050000ff", 0, LEN_INDEFINITE, kTagSequence, 8},
-        {"end-of-contents pair", "000030", 0, 2, 0, 2},
-        {"short form one too many", "30040201", STATUS_BAD_LENGTH, 0, 0, 4},
-        {"length cut off", "308201", STATUS_END_OF_BUFFER, 0, 0, 3},
-        {"indefinite primitive", "0480", STATUS_BAD_LENGTH, 0, 0, 2},
-        {"length of five octets", "30850000000001aa", STATUS_BAD_LENGTH, 0, 0, 8},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
-        Context ctx;
-        const Bytes octets = fromHex(row.hex);
-        int length = 0;
-        ASN1TAG tag = 0;
-        EXPECT_EQ(bindInput(ctx, octets, &length, &tag), row.status);
-        EXPECT_EQ(ctx->errInfo.status, row.status);
-        EXPECT_EQ(ctx->buffer.size, row.size);
-        if (row.status != 0)
-            continue;
-        EXPECT_EQ(length, row.length);
-        EXPECT_EQ(tag, row.tag);
-        EXPECT_EQ(ctx->buffer.byteIndex, 0U);
-        EXPECT_EQ((ctx->flags & CTX_FLAG_OUTER_INDEFINITE) != 0, row.length == LEN_INDEFINITE);
+std::string bound(const std::string& hex) {
+    Context ctx;
+    const Bytes octets = fromHex(hex);
+    int length = 0;
+    ASN1TAG tag = 0;
+    const int status = bindInput(ctx, octets, &length, &tag);
+    EXPECT_EQ(ctx->errInfo.status, status) << hex;
+    const std::string size = " size " + std::to_string(ctx->buffer.size);
+    if (status != 0) {
+        return rttest::statusName(status) + size;
     }
+    EXPECT_EQ(ctx->buffer.byteIndex, 0U) << hex;
+    EXPECT_EQ((ctx->flags & CTX_FLAG_OUTER_INDEFINITE) != 0, length == LEN_INDEFINITE) << hex;
+    return tagAndLength(tag, length) + size;
+}
+
+std::string header(const std::string& hex) {
+    ASN1TAG tag = 0;
+    int length = 0;
+    Input peek(hex);
+    const std::uint16_t flags = peek->flags;
+    const int peeked = xd_tag_len(peek, &tag, &length, 0);
+    EXPECT_EQ(peek.at(), 0U) << hex;
+    EXPECT_EQ(peek->flags, flags) << hex;
+    Input in(hex);
+    EXPECT_EQ(xd_tag_len(in, &tag, &length, MATCH_ADVANCE), peeked) << hex;
+    const std::string position = " @" + std::to_string(in.at());
+    if (peeked != 0) {
+        return rttest::statusName(peeked) + position;
+    }
+    EXPECT_EQ((in->flags & CTX_FLAG_CONSTRUCTED) != 0, (tag & kTagConstructed) != 0) << hex;
+    return tagAndLength(tag, length) + position;
+}
+
+std::string matched(const std::string& hex) {
+    Input in(hex);
+    int length = 0;
+    const int status = xd_match1(in, 0x10, &length);
+    EXPECT_TRUE(status != 0 || ((in->flags & CTX_FLAG_CONSTRUCTED) != 0) == (hex[0] == '3')) << hex;
+    return rttest::reported(in, status, std::to_string(length));
+}
+
+std::string counted(const std::string& row) {
+    Input in(row.substr(row.find(':') + 1));
+    std::uint32_t count = 99;
+    const int length = std::stoi(row);
+    const int status = xd_count(in, length < 0 ? LEN_INDEFINITE : length, &count);
+    EXPECT_TRUE(status != 0 || in.at() == 0) << row;
+    return status == 0 ? std::to_string(count) : rttest::statusName(status);
+}
+
+TEST(Decode, AnswersItsVectors) {
+    testkit::expectVectors("asn1rt/decode.txt",
+                           {{"bind", bound}, {"header", header}, {"match1", matched}, {"count", counted}});
 }
 
 TEST(Decode, LengthCheckCanBeTurnedOff) {
@@ -105,66 +132,7 @@ TEST(Decode, RebindingClearsTheFlagsOfTheMessageBefore) {
     EXPECT_EQ(xd_tag_len(ctx, &tag, &length, MATCH_ADVANCE), 0);
 }
 
-TEST(Decode, ReadsTagsAndLengths) {
-    struct Row {
-        const char* hex;
-        int status;
-        ASN1TAG tag;
-        int length;
-        std::uint32_t position;  // after MATCH_ADVANCE
-    };
-    const Row rows[] = {
-        {"02810100", 0, kTagInteger, 1, 3},
-        {"028400000001ff", 0, kTagInteger, 1, 6},
-        {"9f1f00", 0, kTagContext | 31, 0, 3},
-        {"9f80808080808080800500", 0, kTagContext | 5, 0, 11},  // eight leading zero groups
-        {"9f8080808080808080800500", STATUS_BAD_TAG, 0, 0, 10},
-        {"ff81ffffff7f00", 0, kTagPrivate | kTagConstructed | kTagNumberMask, 0, 7},
-        {"9f828080800000", STATUS_BAD_TAG, 0, 0, 5},  // 2 to the 29th
-        {"9f908080800000", STATUS_BAD_TAG, 0, 0, 5},  // 2 to the 32nd
-        {"9f81", STATUS_END_OF_BUFFER, 0, 0, 2},
-        {"3084ffffd8f1", 0, kTagSequence, LEN_INDEFINITE, 6},  // the number that means indefinite
-        {"0484ffffd8f1", STATUS_BAD_LENGTH, 0, 0, 6},
-        {"3084ffffffff", STATUS_BAD_LENGTH, 0, 0, 6},
-        {"30820003aabb", STATUS_BAD_LENGTH, 0, 0, 4},
-        {"", STATUS_END_OF_BUFFER, 0, 0, 0},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.hex);
-        ASN1TAG tag = 0;
-        int length = 0;
-        Input in(row.hex);
-        EXPECT_EQ(xd_tag_len(in, &tag, &length, MATCH_ADVANCE), row.status);
-        EXPECT_EQ(in.at(), row.position);
-        if (row.status == 0) {
-            EXPECT_EQ(tag, row.tag);
-            EXPECT_EQ(length, row.length);
-            EXPECT_EQ((in->flags & CTX_FLAG_CONSTRUCTED) != 0, (row.tag & kTagConstructed) != 0);
-        }
-
-        Input peek(row.hex);
-        const std::uint16_t flags = peek->flags;
-        EXPECT_EQ(xd_tag_len(peek, &tag, &length, 0), row.status);
-        EXPECT_EQ(peek.at(), 0U);
-        EXPECT_EQ(peek->flags, flags);
-    }
-}
-
-TEST(Decode, MatchesOneTagOctetInEitherForm) {
-    for (const auto& [hex, status] : {std::pair{"100155", 0}, std::pair{"300155", 0},
-                                      std::pair{"0201", STATUS_TAG_MISMATCH}, std::pair{"", STATUS_END_OF_BUFFER},
-                                      std::pair{"30", STATUS_END_OF_BUFFER}, std::pair{"1080", STATUS_BAD_LENGTH}}) {
-        SCOPED_TRACE(hex);
-        Input in(hex);
-        int length = 0;
-        EXPECT_EQ(xd_match1(in, 0x10, &length), status);
-        EXPECT_EQ(in->errInfo.status, status);
-        EXPECT_TRUE(status != STATUS_TAG_MISMATCH || in.at() == 0);
-        if (status == 0) {
-            EXPECT_EQ(length, 1);
-            EXPECT_EQ((in->flags & CTX_FLAG_CONSTRUCTED) != 0, hex[0] == '3');
-        }
-    }
+TEST(Decode, ReadsAOneOctetTagAndItsLength) {
     Input wrapper("a003020105");
     int length = 0;
     EXPECT_EQ(xd_Tag1AndLen(wrapper, &length), 0);
@@ -195,33 +163,6 @@ TEST(Decode, FindsTagsDepthFirst) {
         int length = 0;
         EXPECT_EQ(xd_match(in, row.tag, &length, row.options), row.status) << row.what;
         EXPECT_EQ(in.at(), row.position) << row.what;
-    }
-}
-
-TEST(Decode, CountsWithoutMoving) {
-    struct Row {
-        const char* hex;
-        int length;
-        int status;
-        std::uint32_t count;
-    };
-    const Row rows[] = {
-        {"020101 020102 3080 0500 0000", 12, 0, 3},
-        {"020101 020102 0000 0500", LEN_INDEFINITE, 0, 2},
-        {"020101 020102", 3, 0, 1},
-        {"020101 0201", 5, 0, 2},  // the last one passes the end; only its own reader would notice
-        {"020101", 0, 0, 0},
-        {"020101 1f", LEN_INDEFINITE, 0, 1},
-        {"020101 1fff ff", LEN_INDEFINITE, STATUS_END_OF_BUFFER, 0},
-    };
-    for (const Row& row : rows) {
-        Input in(row.hex);
-        std::uint32_t count = 99;
-        EXPECT_EQ(xd_count(in, row.length, &count), row.status) << row.hex;
-        if (row.status != 0)
-            continue;
-        EXPECT_EQ(count, row.count) << row.hex;
-        EXPECT_EQ(in.at(), 0U);
     }
 }
 

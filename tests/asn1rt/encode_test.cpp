@@ -45,7 +45,7 @@ TEST(Encode, WritesTagAndShortestLength) {
     }
 }
 
-TEST(Encode, PassesAFailedAnswerThroughWithoutWriting) {
+TEST(Encode, PassesAFailedResultThroughWithoutWriting) {
     Output out;
     EXPECT_EQ(xe_tag_len(out, kTagSequence, STATUS_BAD_LENGTH), STATUS_BAD_LENGTH);
     EXPECT_EQ(xe_len(out, -5), 0);

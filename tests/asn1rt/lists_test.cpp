@@ -46,7 +46,7 @@ TEST(SList, WorksAgainWithoutItsOwner) {
     EXPECT_EQ(list.count, 0U);
 }
 
-TEST(DList, InsertsAtEveryPlace) {
+TEST(DList, InsertsAtEveryPosition) {
     Context ctx;
     _Asn1RTDList list;
     rtDListInit(&list);
@@ -109,7 +109,7 @@ TEST(DList, FreesAnElementInItsNodesBlockOnce) {
     EXPECT_EQ(ctx->pTypeMemHeap->pFirstBlock, nullptr);
 }
 
-TEST(DList, ArraysThereAndBack) {
+TEST(DList, CopiesArraysBothWays) {
     Context ctx;
     _Asn1RTDList list{};
     char letters[] = "aabbccdd";

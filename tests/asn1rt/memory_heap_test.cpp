@@ -18,8 +18,9 @@ protected:
         g_malloc_func = [](void* user, std::size_t size) -> void* {
             auto* self = static_cast<MemoryHeapTest*>(user);
             self->requests_.push_back(size);
-            if (self->refuse_)
+            if (self->refuse_) {
                 return nullptr;
+            }
             ++self->live_;
             return std::malloc(size);
         };
@@ -80,8 +81,9 @@ TEST_F(MemoryHeapTest, FreesBlocksInAnyOrderAndTheRestAtTheEnd) {
     ASN1MEMHEAP* heap = nullptr;
     ASSERT_EQ(rtMemHeapCreate(&heap, this), 0);
     void* blocks[5];
-    for (void*& block : blocks)
+    for (void*& block : blocks) {
         block = rtMemHeapAllocZ(&heap, 100);
+    }
     for (const int index : {4, 0, 2}) {
         EXPECT_EQ(rtMemHeapCheckPtr(&heap, blocks[index]), 1);
         rtMemHeapFreePtr(&heap, blocks[index]);

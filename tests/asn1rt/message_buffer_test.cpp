@@ -94,7 +94,7 @@ TEST(EncodeBuffer, AnArrayHoldsOneOctetLessThanItsSize) {
     EXPECT_EQ(buffer.setBuffer(area, 0), STATUS_BAD_ARGUMENT);
 }
 
-TEST(EncodeBuffer, TheOperatorThrowsTheLengthToo) {
+TEST(EncodeBuffer, OperatorThrowsTheLength) {
     ASN1BEREncodeBuffer buffer;
     std::int32_t value = 5;
     IntegerControl control(value);
@@ -171,7 +171,7 @@ TEST(DecodeBuffer, ReadsWhatAMemoryBufferHolds) {
     EXPECT_EQ(buffer.initBuffer(static_cast<unsigned short*>(nullptr)), STATUS_NOT_SUPPORTED);
 }
 
-TEST(ControlType, WhatWasDecodedOutlivesTheBuffer) {
+TEST(ControlType, DecodedMemoryOutlivesTheBuffer) {
     std::int32_t value = 0;
     IntegerControl control(value);
     EXPECT_EQ(control.Encode(), STATUS_BAD_ARGUMENT);

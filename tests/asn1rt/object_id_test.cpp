@@ -12,20 +12,19 @@ namespace {
 
 TEST(ObjectId, TextIsReadUpToTheFirstBadPiece) {
     std::string longest = "1";
-    for (int i = 1; i < 128; ++i)
+    for (int i = 1; i < 128; ++i) {
         longest += ".2";
-    const std::tuple<std::string, int, std::uint32_t> rows[] = {
-        {"1.2.840", 1, 3},
-        {"", 0, 0},
-        {"1..2", 0, 1},
-        {"1.2.", 0, 2},
-        {".1", 0, 0},
-        {"1.4294967296.3", 0, 1},
-        {"1.-1", 0, 1},
-        {longest, 1, 128},
-        {longest + ".3", 0, 128},
-        {"1.99999999999999999999999", 0, 1},
-    };
+    }
+    const std::tuple<std::string, int, std::uint32_t> rows[] = {{"1.2.840", 1, 3},
+                                                                {"", 0, 0},
+                                                                {"1..2", 0, 1},
+                                                                {"1.2.", 0, 2},
+                                                                {".1", 0, 0},
+                                                                {"1.4294967296.3", 0, 1},
+                                                                {"1.-1", 0, 1},
+                                                                {longest, 1, 128},
+                                                                {longest + ".3", 0, 128},
+                                                                {"1.99999999999999999999999", 0, 1}};
     for (const auto& [text, answer, arcs] : rows) {
         ASN1OBJID oid{};
         EXPECT_EQ(rtStrToOid(text.c_str(), &oid), answer) << text;
@@ -42,7 +41,7 @@ TEST(ObjectId, TextIsWrittenInWholeArcs) {
         {16, 1, full}, {15, 0, "1.2.4294967295"}, {13, 0, "1.2"}, {2, 0, "1"}, {0, 0, ""},
     };
     for (const auto& [size, answer, text] : rows) {
-        // One octet behind the room for the text takes the NUL.
+        // One octet after the room for the text takes the NUL.
         std::vector<char> buffer(size + 1, '#');
         EXPECT_EQ(rtOidToStr(&oid, buffer.data(), size), answer) << size;
         EXPECT_STREQ(buffer.data(), text.c_str());

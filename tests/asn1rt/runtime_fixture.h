@@ -6,9 +6,11 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "asn1rt/decode.h"
 #include "asn1rt/encode.h"
+#include "asn1rt/status.h"
 #include "tests/support/bytes.h"
 
 namespace rttest {
@@ -31,7 +33,7 @@ public:
 };
 
 /// The octets of `hex` as a decoder's input, in a block of exactly their size so that AddressSanitizer sees any read
-/// behind them.
+/// after them.
 class Input : public Context {
 public:
     explicit Input(std::string_view hex) : Input(fromHex(hex)) {}
@@ -55,7 +57,7 @@ public:
     Output() { EXPECT_EQ(xe_setp(&record, nullptr, 0), 0); }
 
     std::uint32_t size() const { return record.buffer.size - 1 - record.buffer.byteIndex; }
-    /// Whether an answer is the number of octets that stand there now.
+    /// Whether a result is the number of octets that are there now.
     bool counts(int answer) const { return answer >= 0 && static_cast<std::uint32_t>(answer) == size(); }
     Bytes octets() const {
         const std::uint8_t* first = record.buffer.data + record.buffer.byteIndex;
@@ -63,6 +65,47 @@ public:
     }
     std::string hex() const { return toHex(octets()); }
 };
+
+/// The name without STATUS_, for vectors.
+inline std::string statusName(int status) {
+    static constexpr std::pair<int, const char*> kNames[] = {
+        {STATUS_BUFFER_FULL, "BUFFER_FULL"},
+        {STATUS_END_OF_BUFFER, "END_OF_BUFFER"},
+        {STATUS_TAG_MISMATCH, "TAG_MISMATCH"},
+        {STATUS_BAD_OBJECT_ID, "BAD_OBJECT_ID"},
+        {STATUS_BAD_LENGTH, "BAD_LENGTH"},
+        {STATUS_NO_MEMORY, "NO_MEMORY"},
+        {STATUS_STRING_OVERFLOW, "STRING_OVERFLOW"},
+        {STATUS_BAD_VALUE, "BAD_VALUE"},
+        {STATUS_BAD_TAG, "BAD_TAG"},
+        {STATUS_BAD_UTF8, "BAD_UTF8"},
+        {STATUS_BAD_ARGUMENT, "BAD_ARGUMENT"},
+        {STATUS_BAD_DATETIME, "BAD_DATETIME"},
+        {STATUS_TOO_BIG, "TOO_BIG"},
+    };
+    for (const auto& [number, name] : kNames) {
+        if (number == status) {
+            return name;
+        }
+    }
+    return std::to_string(status);
+}
+
+/// What a decoder returned, for vectors: the value, and where it stopped unless at the end of the input; or the status,
+/// and the one in the context if that differs.
+inline std::string reported(Input& in, int status, const std::string& value) {
+    if (status == 0) {
+        const std::string recorded = in->errInfo.status != 0 ? " recorded " + statusName(in->errInfo.status) : "";
+        return value + (in.at() == in->buffer.size ? "" : " @" + std::to_string(in.at())) + recorded;
+    }
+    EXPECT_TRUE(status != STATUS_TAG_MISMATCH || in.at() == 0) << "a mismatch must not move the position";
+    return statusName(status) + (in->errInfo.status != status ? " recorded " + statusName(in->errInfo.status) : "");
+}
+
+/// What an encoder returned, for vectors: the octets, whose number it must have returned, or the status.
+inline std::string reported(const Output& out, int answer) {
+    return out.counts(answer) ? out.hex() : statusName(answer);
+}
 
 inline std::string hexOf(const std::uint8_t* data, std::size_t size) {
     return toHex(Bytes(data, data + size));

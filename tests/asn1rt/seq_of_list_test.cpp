@@ -12,8 +12,9 @@ namespace {
 // The elements as the list holds them: pointers to numbers.
 std::vector<int> valuesOf(const ASN1CSeqOfList& list) {
     std::vector<int> values;
-    for (std::uint32_t i = 0; i < list.size(); ++i)
+    for (std::uint32_t i = 0; i < list.size(); ++i) {
         values.push_back(*static_cast<int*>(list.get(static_cast<std::int32_t>(i))));
+    }
     return values;
 }
 
@@ -27,7 +28,7 @@ struct Numbers : testing::Test {
     ASN1CSeqOfList list{record};
 };
 
-TEST_F(Numbers, ElementsGoWhereTheyAreToldTo) {
+TEST_F(Numbers, PutsElementsAtTheGivenPositions) {
     EXPECT_EQ(list.append(&number[2]), 0);
     EXPECT_EQ(list.insert(0, &number[0]), 0);
     EXPECT_EQ(list.insert(2, &number[5]), 0);
@@ -50,7 +51,7 @@ TEST_F(Numbers, ElementsGoWhereTheyAreToldTo) {
     EXPECT_EQ(list.getFirst(), nullptr);
 }
 
-TEST_F(Numbers, ArraysComeAndGo) {
+TEST_F(Numbers, AppendsAndReturnsArrays) {
     EXPECT_EQ(list.appendArray(number, 3, sizeof(int)), 0);
     EXPECT_EQ(list.get(1), &number[1]);
     // The count of copies is in octets.
@@ -67,12 +68,14 @@ TEST_F(Numbers, AnIteratorWalksBothWays) {
     ASSERT_EQ(list.appendArray(number, 3, sizeof(int)), 0);
     ASN1CSeqOfListIterator* i = list.iterator();
     EXPECT_FALSE(i->hasPrev());
-    for (const int expected : {0, 1, 2})
+    for (const int expected : {0, 1, 2}) {
         EXPECT_EQ(valueOf(i->next()), expected);
+    }
     EXPECT_EQ(i->next(), nullptr);
     EXPECT_EQ(i->getStatus(), STATUS_MISSING_ELEMENT);
-    for (const int expected : {2, 1, 0})
+    for (const int expected : {2, 1, 0}) {
         EXPECT_EQ(valueOf(i->prev()), expected);
+    }
     EXPECT_EQ(i->prev(), nullptr);
     EXPECT_EQ(valueOf(list.iteratorFromLast()->prev()), 2);
     EXPECT_EQ(valueOf(list.iteratorFrom(&number[1])->next()), 1);
@@ -116,7 +119,7 @@ TEST_F(Numbers, AnIteratorRefusesAListThatChangedUnderIt) {
     EXPECT_EQ(valuesOf(list), (std::vector<int>{0, 1}));
 }
 
-TEST(SeqOfList, AListOfItsOwnLivesInTheHeapAndARecordMayStartUninitialised) {
+TEST(SeqOfList, OwnListsLiveInTheHeapAndRecordsMayStartUninitialised) {
     ASN1CSeqOfList own;
     int number = 7;
     EXPECT_EQ(own.append(&number), 0);

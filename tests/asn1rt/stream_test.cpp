@@ -9,7 +9,7 @@
 
 namespace {
 
-/// A context whose stream collects what is written, behind a buffer of 8 octets.
+/// A context whose stream collects what is written, after a buffer of 8 octets.
 class StreamTest : public testing::Test {
 protected:
     void SetUp() override {

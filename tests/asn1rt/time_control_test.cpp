@@ -49,7 +49,7 @@ TEST(TimeControl, FieldsAreReadFromTheTextOnDemand) {
     EXPECT_EQ(Utc("491231235959Z").control.getYear(), 2049);
 }
 
-TEST(TimeControl, ABadTextIsAnsweredByGettersAndSetters) {
+TEST(TimeControl, GettersAndSettersReportABadText) {
     for (const char* text : {"20230229120000Z", "x", "20240101"}) {
         Generalized t(text);
         EXPECT_EQ(t.control.getYear(), STATUS_BAD_DATETIME) << text;
@@ -62,8 +62,9 @@ TEST(TimeControl, ABadTextIsAnsweredByGettersAndSetters) {
 }
 
 TEST(TimeControl, ZuluFormIsDemandedOfTheTextToo) {
-    for (const char* text : {"20240229120000,5Z", "20240229120000", "20240229120000+0100"})
+    for (const char* text : {"20240229120000,5Z", "20240229120000", "20240229120000+0100"}) {
         EXPECT_EQ(Generalized(text, true).control.getYear(), STATUS_BAD_DATETIME) << text;
+    }
     EXPECT_EQ(Generalized("20240229120000.5Z", true).control.getYear(), 2024);
 }
 
@@ -160,8 +161,9 @@ TEST(TimeControl, ValuesOutOfRangeChangeNothing) {
     EXPECT_STREQ(leap.text, "1600022912Z");
     Utc utc("240229120000Z");
     EXPECT_EQ(utc.control.setFraction(5), STATUS_NOT_SUPPORTED);
-    for (const int year : {2050, 1949, 23})
+    for (const int year : {2050, 1949, 23}) {
         EXPECT_EQ(utc.control.setYear(year), STATUS_BAD_DATETIME) << year;
+    }
     EXPECT_EQ(utc.control.setYear(52), 0);
     EXPECT_EQ(utc.control.getYear(), 1952);
 }
@@ -210,7 +212,7 @@ TEST(TimeControl, SecondsAreLocalTime) {
     EXPECT_STREQ(utc.text, "2402291500+0300");
 }
 
-TEST(TimeControl, ATextPutThereByADecoderIsReadAgain) {
+TEST(TimeControl, RereadsATextReplacedByADecoder) {
     Generalized t("20240229120000Z");
     EXPECT_EQ(t.control.getHour(), 12);
     t.text = "20250101010000Z";
@@ -219,7 +221,7 @@ TEST(TimeControl, ATextPutThereByADecoderIsReadAgain) {
     EXPECT_STREQ(t.text, "202501010105Z");
     EXPECT_EQ(t.text, t.area);
     t.text = "20250101010203Z";
-    EXPECT_EQ(t.control.compileString(), 0);  // of the text that stands there now
+    EXPECT_EQ(t.control.compileString(), 0);  // of the text that is there now
     EXPECT_STREQ(t.area, "20250101010203Z");
     t.text = nullptr;
     EXPECT_EQ(t.control.getHour(), ASN1CTime::kNotSet);

@@ -45,8 +45,9 @@ TEST(Utf8, LengthLooksAtLeadsAndStopsAtTheNul) {
         {"\x80", STATUS_BAD_UTF8},
         {"a\xFE", STATUS_BAD_UTF8},
     };
-    for (const auto& [text, length] : rows)
+    for (const auto& [text, length] : rows) {
         EXPECT_EQ(rtUTF8Len(exactly(text).get()), length) << testing::PrintToString(text);
+    }
 }
 
 TEST(Utf8, WideTextIsCountedFilledOrRefused) {

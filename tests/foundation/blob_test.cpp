@@ -14,7 +14,7 @@ CBlob blobOf(std::initializer_list<unsigned char> bytes) {
     return {bytes.size() == 0 ? nullptr : bytes.begin(), bytes.size()};
 }
 
-TEST(Blob, EmptyOnesDifferInTheirPointerAlone) {
+TEST(Blob, EmptyOnesDifferOnlyInTheirPointer) {
     const CBlob none;
     const CBlob allocated(0UL);
     CBlob cleared = blobOf({1, 2});
@@ -54,7 +54,7 @@ TEST(Blob, CopiesAreDeepAndMovesTakeTheBuffer) {
     EXPECT_EQ(source.pbData(), buffer);
 }
 
-TEST(Blob, GrowsByTheSizeAndNotByTheRoom) {
+TEST(Blob, GrowsByTheSizeAndNotByTheCapacity) {
     CBlob blob = blobOf({1, 2, 3, 4});
     const unsigned char* const first = blob.pbData();
     blob.resize_to(2);

@@ -17,23 +17,6 @@ CBlob blobOf(const testkit::Bytes& bytes) {
     return {bytes.data(), bytes.size()};
 }
 
-TEST(BlobText, ReadsHexadecimalPairsUntilSomethingElseComes) {
-    const std::pair<const char*, const char*> rows[] = {
-        {"", ""},
-        {" \t\r\n\v\f0a 1B zz", "0a1b"},
-        {"abc", "ab"},
-        {"a bcd", ""},  // a blank inside a pair
-        {"00ff\n\n11g2", "00ff11"},
-        {"0@1`", ""},  // the neighbours of the digits and letters
-    };
-    for (const auto& [text, bytes] : rows) {
-        for (CBlob blob : {CBlob(), CBlob(1), CBlob(100)}) {
-            blob.readFromHexString(text);
-            EXPECT_EQ(blob, blobOf(testkit::fromHex(bytes))) << text;
-        }
-    }
-}
-
 TEST(BlobText, WritesHexadecimalInGroups) {
     const CBlob blob = blobOf({0x01, 0x02, 0x03, 0xAB, 0x05});
     EXPECT_STREQ(blob.writeToHexString(0).c_str(), "010203AB05");
@@ -41,7 +24,7 @@ TEST(BlobText, WritesHexadecimalInGroups) {
     EXPECT_STREQ(CBlob().writeToHexString(2).c_str(), "");
 }
 
-TEST(BlobText, FilesComeBackAsTheyWereWritten) {
+TEST(BlobText, ReadsFilesAsTheyWereWritten) {
     const testkit::TempDir folder;
     const CBlob content = blobOf({0x00, 0x0D, 0x0A, 0x1A, 0xFF});
     const std::string narrow = folder.file("content.der");
@@ -58,7 +41,7 @@ TEST(BlobText, FilesComeBackAsTheyWereWritten) {
     EXPECT_EQ(read.pbData(), nullptr);
 }
 
-TEST(BlobText, FileFailuresEmptyTheBlobThatWasToBeRead) {
+TEST(BlobText, FailedReadsEmptyTheBlob) {
     const testkit::TempDir folder;
     for (const auto& [path, expected] :
          {std::pair{folder.file("absent"), status::kFileNotFound}, std::pair{folder.file(""), status::kFileCorrupt}}) {

@@ -52,7 +52,7 @@ TEST(DateTime, RoundsThePlatformsRecordsDownToMicroseconds) {
     EXPECT_EQ(CDateTime(time.getSystemTime()), CDateTime(2024, 2, 29, 23, 59, 58, 987, 0));
 }
 
-TEST(DateTime, RefusesWhatIsNoDate) {
+TEST(DateTime, RejectsInvalidDates) {
     struct Row {
         unsigned int year, month, day, hour;
     };
@@ -79,7 +79,7 @@ TEST(DateTime, AddsAndSubtractsSpans) {
     EXPECT_LT(CDateTime::fromTicks(UINT32_MAX), CDateTime::fromTicks(0x1'0000'0000));
 }
 
-TEST(DateAdd, MovesByTheUnitsLetter) {
+TEST(DateAdd, AddsTheUnitOfTheLetter) {
     struct Row {
         const char* unit;
         int count;
@@ -108,7 +108,7 @@ TEST(DateAdd, MovesByTheUnitsLetter) {
     }
 }
 
-TEST(DateAdd, RefusesOtherUnitsAndResultsBeforeTheEpoch) {
+TEST(DateAdd, RejectsOtherUnitsAndResultsBeforeTheEpoch) {
     const CDateTime from = day(2024, 1, 1);
     for (const char* unit : {"x", "D", " d", static_cast<const char*>(nullptr)}) {
         EXPECT_THAT(thrownStatus([&] { static_cast<void>(DateAddA(unit, 1, from)); }),

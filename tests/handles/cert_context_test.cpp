@@ -145,7 +145,7 @@ TEST_F(CertContext, KeyProviderInformationIsReadInOneStepWhenItIsSmall) {
     }
 }
 
-TEST_F(CertContext, ReadingReportsTheServicesErrorAndRefusesASizeThatCannotBe) {
+TEST_F(CertContext, ReadingReportsTheServicesErrorAndRejectsImpossibleSizes) {
     CCertContext certificate = CCertContext::adopt(&old_);
     ATL::CStringA value("old");
     EXPECT_CALL(service_, CertGetCertificateContextProperty(&old_, kKeyProvInfo, _, _))

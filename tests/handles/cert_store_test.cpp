@@ -26,7 +26,7 @@ void open(Script& service, CCertStore& target, std::uintptr_t number) {
     ASSERT_THAT(target.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr), IsStatus(status::kOk));
 }
 
-TEST(CertStore, ClosesWithItsLastCopyAndWithoutTheCheckingFlag) {
+TEST(CertStore, ClosesWithItsLastCopyWithoutTheCheckingFlag) {
     Script service;
     CCertStore first;
     const CCertStore sharing = first;  // shares the cell before a store is in it
@@ -38,7 +38,7 @@ TEST(CertStore, ClosesWithItsLastCopyAndWithoutTheCheckingFlag) {
     open(service, first, 2);
     EXPECT_EQ(sharing.get(), store(1));
     EXPECT_CALL(service, CertCloseStore(store(1), 0)).WillOnce(Return(TRUE));
-    EXPECT_CALL(service, CertCloseStore(store(2), 0)).WillOnce(Return(FALSE));  // nobody hears of it
+    EXPECT_CALL(service, CertCloseStore(store(2), 0)).WillOnce(Return(FALSE));  // ignored
 }
 
 TEST(CertStore, OpensOnlyWhatIsNotOpen) {
@@ -55,7 +55,7 @@ TEST(CertStore, OpensOnlyWhatIsNotOpen) {
     EXPECT_CALL(service, CertCloseStore(store(1), 0)).WillOnce(Return(TRUE));
 }
 
-TEST(CertStore, AttachedStoresGetAReferenceOfTheirOwn) {
+TEST(CertStore, AttachedStoresGetTheirOwnReference) {
     Script service;
     CCertStore target;
     const CCertStore other = target;
@@ -72,7 +72,7 @@ TEST(CertStore, AttachedStoresGetAReferenceOfTheirOwn) {
     EXPECT_CALL(service, CertCloseStore(store(2), 0)).WillOnce(Return(TRUE));
 }
 
-TEST(CertStore, CollectionsKeepTheirMembersAndCloseBeforeThem) {
+TEST(CertStore, CollectionsCloseBeforeTheirMembers) {
     Script service;
     CCertStore collection;
     const CCertStore unopened;
@@ -81,10 +81,7 @@ TEST(CertStore, CollectionsKeepTheirMembersAndCloseBeforeThem) {
     {
         CCertStore member;
         open(service, member, 2);
-        EXPECT_CALL(service, CertAddStoreToCollection(store(1), store(2), 3, 4))
-            .WillOnce(failing(FALSE, ERROR_INVALID_PARAMETER))
-            .WillOnce(Return(TRUE));
-        EXPECT_THAT(collection.AddStoreToCollection(member, 3, 4), IsStatus(status::kInvalidArgument));
+        EXPECT_CALL(service, CertAddStoreToCollection(store(1), store(2), 3, 4)).WillOnce(Return(TRUE));
         EXPECT_THAT(collection.AddStoreToCollection(member, 3, 4), IsStatus(status::kOk));
     }
     const testing::InSequence order;

@@ -72,19 +72,7 @@ TEST(OnPlatform, DetachedCertificatesOutliveTheirStore) {
     EXPECT_EQ(std::memcmp(value.GetString(), before.GetString(), 20), 0);
 }
 
-TEST(OnPlatform, FailedDetachingLeavesACertificateThatStillWorks) {
-    Overlay service;
-    const CCertStore store = openMemoryStore();
-    CCertContext certificate = addedTo(store);
-    const auto* const before = certificate.get();
-    EXPECT_CALL(service, CertSetCertificateContextProperty(_, kFriendlyName, _, _))
-        .WillOnce(failing(FALSE, ERROR_NOT_ENOUGH_MEMORY));
-    EXPECT_THAT(certificate.DetachFromStore(), IsStatus(status::kNotEnoughMemory));
-    EXPECT_EQ(certificate.get(), before);
-    EXPECT_EQ(properties(certificate), (std::vector<DWORD>{kSha1, kFriendlyName}));
-}
-
-TEST(OnPlatform, CollectionsShowTheirMembersAfterTheOthersLetGo) {
+TEST(OnPlatform, CollectionsKeepMembersThatTheirOwnersReleased) {
     Overlay service;
     CCertStore collection;
     ASSERT_THAT(collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, nullptr), IsStatus(status::kOk));

@@ -15,7 +15,7 @@ namespace {
 using testkit::IsStatus;
 using testkit::thrownStatus;
 
-TEST(LastError, BecomesAStatusByItsSign) {
+TEST(LastError, IsConvertedByItsSign) {
     struct Row {
         std::uint32_t lastError;
         std::uint32_t status;
@@ -31,7 +31,7 @@ TEST(LastError, BecomesAStatusByItsSign) {
     }
 }
 
-TEST(Status, HasATextInOneLineOrNone) {
+TEST(Status, HasATextForKnownNumbersOnly) {
     EXPECT_EQ(status::text(0x12345678), nullptr);
     EXPECT_EQ(status::symbol(0x12345678), nullptr);
     EXPECT_STREQ(ATL::CAtlException(status::kNoSigner).what(), status::text(status::kNoSigner));

@@ -114,14 +114,11 @@ TEST(SimpleString, LockedBlocksAreCopiedAndKeepTheirMemory) {
 TEST(SimpleString, OwnersOfOneBlockMayLiveOnManyThreads) {
     const CStringA shared("text");
     std::vector<std::thread> threads;
-    threads.reserve(4);
     for (int i = 0; i < 4; ++i) {
         threads.emplace_back([shared] {
             for (int round = 0; round < 2000; ++round) {
                 CStringA copy(shared);
-                CStringA empty;
                 copy.GetBuffer(4)[0] = 'T';
-                empty = copy;
             }
         });
     }

@@ -36,7 +36,7 @@ TEST(CertId, HoldsTheHashesThatOpensslComputes) {
     }
 }
 
-TEST(CertId, HoldsTheSerialNumberAsItStandsInTheCertificate) {
+TEST(CertId, KeepsTheSerialNumberByteForByte) {
     const Pki& pki = Pki::shared();
     for (const Bytes& serial : {Bytes{0x01}, Bytes{0x00, 0x80}, Bytes{0x80}, Bytes{0xFF, 0x7F}, Bytes(20, 0x5A)}) {
         CertificateSpec spec;
@@ -46,7 +46,7 @@ TEST(CertId, HoldsTheSerialNumberAsItStandsInTheCertificate) {
     }
 }
 
-TEST(CertId, FailsForWhatIsNoCertificateAndForAnUnknownHash) {
+TEST(CertId, RejectsInvalidCertificatesAndUnknownHashes) {
     const Pki& pki = Pki::shared();
     const CBlob good = testkit::blob(pki.good.certificate);
     const CBlob rubbish = testkit::blob({0x30, 0x03, 0x02, 0x01, 0x05});
@@ -57,7 +57,7 @@ TEST(CertId, FailsForWhatIsNoCertificateAndForAnUnknownHash) {
     EXPECT_THROW(CCertID(ASN1::CAlgorithmIdentifierEx("1.2.3.4"), good, good), ATL::CAtlException);
 }
 
-TEST(CertId, TellsIdentifiersApartByHashesAndSerialNumberNotByTheAlgorithm) {
+TEST(CertId, ComparesHashesAndSerialNumberButNotTheAlgorithm) {
     const Pki& pki = Pki::shared();
     const CCertID id = testkit::identifierOf(pki.good, pki.ca);
     CCertID other = id;

@@ -26,7 +26,7 @@ Bytes value(const ASN1::CExtValue& extension) {
     return testkit::bytes(extension.get_value());
 }
 
-TEST(MessageExtensions, HandTheNonceBackAsItStands) {
+TEST(MessageExtensions, ReturnTheNonceUnchanged) {
     for (const Bytes& nonce : {tlv::octetString({1, 2, 3}), Bytes{0xFF, 0x00}, Bytes{}}) {
         CExtNonce made;
         made.put_nonce(testkit::blob(nonce));

@@ -40,7 +40,7 @@ protected:
     }
 };
 
-TEST_F(FailingMemory, IsThrownAsOneExceptionType) {
+TEST_F(FailingMemory, ThrowsOneExceptionType) {
     const Pki& pki = Pki::shared();
     testkit::ResponseSpec spec(pki.delegate);
     spec.entries.emplace_back(testkit::certIdOf(pki.good, pki.ca), testkit::EntryStatus::kRevoked);

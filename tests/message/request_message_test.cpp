@@ -166,7 +166,7 @@ TEST(RequestMessage, RefusesMalformedBytesAndKeepsItsContent) {
     }
     message.decode(testkit::blob(expectedRequest({}, tlv::sequence({request}), tlv::context(2, tlv::sequence({})))));
     EXPECT_THAT(message.get_requestExtensions(), testing::Pointee(testing::IsEmpty()));
-    message.decode(testkit::blob(testkit::concat({good, {0xDE, 0xAD}})));  // what lies behind is not part of it
+    message.decode(testkit::blob(testkit::concat({good, {0xDE, 0xAD}})));  // what lies after is not part of it
     EXPECT_EQ(testkit::bytes(message.encode()), good);
 }
 

@@ -127,7 +127,7 @@ TEST(BasicResponse, KeepsNamesAndCertificatesByteForByte) {
     EXPECT_EQ(decoded(spec).get_certs(), nullptr);
 }
 
-TEST(BasicResponse, VerifiesWithTheSignersKeyAlone) {
+TEST(BasicResponse, VerifiesOnlyWithTheSignersKey) {
     struct Row {
         KeyKind key;
         const char* hash;
@@ -157,7 +157,7 @@ TEST(BasicResponse, VerifiesWithTheSignersKeyAlone) {
     EXPECT_THROW(static_cast<void>(decoded(spec).verify(testkit::blob(spec.signer.certificate))), ATL::CAtlException);
 }
 
-TEST(BasicResponse, LeavesTrailingBytesOutAndKeepsItsContentOnFailure) {
+TEST(BasicResponse, IgnoresTrailingBytesAndKeepsItsContentOnFailure) {
     ResponseSpec spec = bareSpec();
     spec.trailing = {0x00, 0x00, 0xFF};
     CBasicResponse response = decoded(spec);
@@ -198,14 +198,14 @@ TEST(BasicResponse, LeavesTrailingBytesOutAndKeepsItsContentOnFailure) {
 }
 
 // The bit that marks a wrapper as constructed is not looked at, so its absence must not shift what is taken for whom.
-TEST(BasicResponse, FindsTheResponderBehindAVersionWhateverItsForm) {
+TEST(BasicResponse, FindsTheResponderAfterAVersionInAnyForm) {
     ResponseSpec spec = bareSpec();
     spec.responderId =
         testkit::concat({tlv::contextPrimitive(0, tlv::integer(0)), tlv::context(1, spec.signer.subject())});
     EXPECT_EQ(testkit::bytes(decoded(spec).get_responderID().get_value()), spec.signer.subject());
 }
 
-TEST(BasicResponse, TakesTimesInUtcThatExist) {
+TEST(BasicResponse, AcceptsOnlyExistingTimesInUtc) {
     struct Row {
         std::string time;
         bool isRead;
@@ -256,7 +256,7 @@ TEST(BasicResponse, AcceptsCommonDeviations) {
     ResponseSpec spec = bareSpec();
     spec.entries[0].raw = tlv::sequence({spec.entries[0].id.encode(), tlv::contextPrimitive(0, {}),
                                          tlv::generalizedTime("20260101000000Z"), tlv::context(1, tlv::sequence({}))});
-    // A CRL number of 20 octets, an identifier that wraps to the nonce's, and a hash that nobody knows.
+    // A CRL number of 20 octets, an identifier that wraps to the nonce's, and an unknown hash.
     EntrySpec loose(spec.entries[0].id);
     loose.id.hashOid = "1.2.3.4";
     const Bytes crlId = tlv::sequence({tlv::context(0, tlv::ia5String(std::string("http://a\0b", 10))),
@@ -276,7 +276,7 @@ TEST(BasicResponse, AcceptsCommonDeviations) {
     EXPECT_EQ(testkit::bytes(reference.get_value()), crlId);
 }
 
-TEST(BasicResponse, CarriesEntriesThatNameTheirCertificateInAnotherWay) {
+TEST(BasicResponse, KeepsEntriesWithOtherCertificateIdentifiers) {
     ResponseSpec spec = bareSpec();
     const Bytes alternative = tlv::context(0, tlv::context(0, Pki::shared().good.certificate));
     spec.entries[0].raw =
@@ -308,7 +308,7 @@ TEST(ResponseMessage, ShowsStatusTypeAndContent) {
         EXPECT_STREQ(message.get_responseType(), "");
         EXPECT_EQ(message.get_response().cbData(), 0U);
     }
-    // A type that nobody here knows: its content is nobody's business.
+    // The content of an unknown type is not looked at.
     const Bytes foreign = tlv::sequence(
         {tlv::enumerated(0), tlv::context(0, tlv::sequence({tlv::oid("1.2.3.4"), tlv::octetString({9})}))});
     message.decode(testkit::blob(foreign));
@@ -316,7 +316,7 @@ TEST(ResponseMessage, ShowsStatusTypeAndContent) {
     EXPECT_EQ(testkit::bytes(message.get_response()), Bytes{9});
 }
 
-TEST(ResponseMessage, RefusesWhatIsNoneAndKeepsItsContent) {
+TEST(ResponseMessage, RejectsMalformedBytesAndKeepsItsContent) {
     ResponseSpec spec = bareSpec();
     const Bytes bare = testkit::buildResponse(spec);
     spec.bare = false;

@@ -64,7 +64,7 @@ constexpr Scheme kSchemes[] = {{KeyKind::kRsa2048, "1.2.840.113549.1.1.11"},
                                {KeyKind::kEcP384, "1.2.840.10045.4.3.3"},
                                {KeyKind::kEd25519, "1.3.101.112"}};
 
-TEST_F(SignedRequest, VerifiesWithTheSignersKeyAloneHereAndInOpenssl) {
+TEST_F(SignedRequest, VerifiesOnlyWithTheSignersKeyHereAndInOpenssl) {
     for (const Scheme& scheme : kSchemes) {
         const Identity signer = signerWith(scheme.key);
         const CBlobList certs{testkit::blob(signer.certificate), testkit::blob(Pki::shared().ca.certificate)};

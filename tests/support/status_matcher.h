@@ -60,4 +60,12 @@ std::int32_t thrownStatus(Action&& action) {
     return status::kOk;
 }
 
+/// The text that `action` returns, or the symbol of the status that it throws.
+template <typename Action>
+std::string answered(Action&& action) {
+    std::string answer;
+    const std::int32_t thrown = thrownStatus([&] { answer = action(); });
+    return thrown == status::kOk ? answer : status::symbol(thrown);
+}
+
 }  // namespace testkit
