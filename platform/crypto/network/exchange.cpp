@@ -116,7 +116,7 @@ bool decodeBase64(const std::string& text, Bytes& bytes) {
         EVP_DecodeFinal(decoder.get(), bytes.data() + size, &last) != 1) {
         return false;
     }
-    bytes.resize(static_cast<std::size_t>(size + last));
+    bytes.resize(static_cast<std::size_t>(size) + static_cast<std::size_t>(last));
     return true;
 }
 
