@@ -1,8 +1,8 @@
 #include "cli/settings_table.h"
 
-#include <cstdint>
+#include <algorithm>
+#include <climits>
 #include <cstdlib>
-#include <limits>
 #include <string_view>
 #include <vector>
 
@@ -13,117 +13,46 @@ namespace tallow::cli {
 
 namespace {
 
-constexpr const char* kPolicy = "config.cades.ocsppolicy";
-constexpr const char* kBasalt = "config.Basalt";
-constexpr const char* kCache = "config.Basalt.cache_settings";
-constexpr const char* kCrypto = "crypto";
-constexpr const char* kTrace = "trace";
+constexpr std::string_view kPolicy = "config.cades.ocsppolicy";
 
-constexpr long kLowest = std::numeric_limits<long>::min();
-constexpr long kHighest = std::numeric_limits<long>::max();
-constexpr long kLongestMs = 600000;
-constexpr long kLargestBody = 256L << 20;
-constexpr long kTenYears = 10L * 365 * 24 * 3600;  // in seconds
-
-constexpr long kLongestNonce = 65535;
-constexpr long kHighestAuthType = 16;
-constexpr long kLargestAccuracyMs = 429496;  // in units of 100 nanoseconds it fits 32 bits
-
-constexpr const char* kUserStores = "user_stores";
-constexpr const char* kUrlCache = "url_cache";
-
-constexpr Setting number(const char* table, const char* name, const char* byDefault, long lowest = kLowest,
-                         long highest = kHighest) {
-    return {table, name, SettingKind::kNumber, byDefault, lowest, highest};
-}
-// What policy prescribes is taken as it stands, whatever the bounds.
-constexpr Setting policyNumber(const char* name, const char* byDefault, long lowest, long highest) {
-    return {kPolicy, name, SettingKind::kNumber, byDefault, lowest, highest, true};
-}
-constexpr Setting flag(const char* table, const char* name, const char* byDefault) {
-    return {table, name, SettingKind::kFlag, byDefault, 0, 0};
-}
-constexpr Setting text(const char* table, const char* name, const char* byDefault) {
-    return {table, name, SettingKind::kText, byDefault, 0, 0};
-}
-constexpr Setting texts(const char* table, const char* name) {
-    return {table, name, SettingKind::kTexts, nullptr, 0, 0};
+// `byDefault` is the text of the table's field: what TOML writes, or the word absent.
+constexpr Setting row(const char* table, const char* name, SettingKind kind, std::string_view byDefault, long lowest,
+                      long highest) {
+    const bool isPolicyNumber = kind == SettingKind::kNumber && table == kPolicy;
+    return {table,
+            name,
+            isPolicyNumber ? SettingKind::kAnyNumber : kind,
+            byDefault == "absent" ? nullptr : byDefault.data(),
+            lowest,
+            highest};
 }
 
-constexpr Setting kSettings[] = {
-    text(kPolicy, "CertIDHashAlg", "\"\""),
-    policyNumber("CertsToInclude", "-1", -1, 3),
-    policyNumber("NonceLength", "8", 0, kLongestNonce),
-    flag(kPolicy, "UseNonceByDefault", "true"),
-    flag(kPolicy, "DisableNonce", "false"),
-    flag(kPolicy, "RequireNonce", "false"),
-    flag(kPolicy, "UseAcceptRespByDefault", "false"),
-    flag(kPolicy, "DisableAcceptResp", "false"),
-    flag(kPolicy, "RequireAcceptResp", "false"),
-    flag(kPolicy, "DisableUnsignedRequests", "false"),
-    flag(kPolicy, "DisableSignedRequests", "false"),
-    policyNumber("ResponseAccuracy", "180000", 0, kLargestAccuracyMs),
-    policyNumber("ThisUpdateAccuracyUnits", "7", 1, std::numeric_limits<std::int32_t>::max()),
-    text(kPolicy, "ThisUpdateAccuracy", "\"\""),
-    text(kPolicy, "DefaultOCSPURL", "\"\""),
-    text(kPolicy, "DefaultProxy", "\"\""),
-    texts(kPolicy, "AllowedOCSPs"),
-    texts(kPolicy, "DeniedOCSPs"),
-    texts(kPolicy, "AllowedProxies"),
-    flag(kPolicy, "IssuerPropAIADisabled", "false"),
-    texts(kPolicy, "AuthorizedOCSPs"),
-    texts(kPolicy, "NocheckOCSPs"),
-    policyNumber("AuthTypeDefault", "0", 0, kHighestAuthType),
-    policyNumber("AuthSSLTypeDefault", "0", 0, kHighestAuthType),
-    policyNumber("ProxyAuthTypeDefault", "0", 0, kHighestAuthType),
-    policyNumber("ProxyAuthSSLTypeDefault", "0", 0, kHighestAuthType),
-    flag(kPolicy, "AuthSSLDenyAnonym", "false"),
-    flag(kPolicy, "AuthSSLDenyBasic", "false"),
-    flag(kPolicy, "AuthSSLDenyDigest", "false"),
-    flag(kPolicy, "AuthSSLDenyNTLM", "false"),
-    flag(kPolicy, "AuthSSLDenyNegotiate", "false"),
-    flag(kPolicy, "AuthDenyAnonym", "false"),
-    flag(kPolicy, "AuthDenyBasic", "false"),
-    flag(kPolicy, "AuthDenyDigest", "false"),
-    flag(kPolicy, "AuthDenyNTLM", "false"),
-    flag(kPolicy, "AuthDenyNegotiate", "false"),
-    flag(kPolicy, "ProxyAuthSSLDenyAnonym", "false"),
-    flag(kPolicy, "ProxyAuthSSLDenyBasic", "false"),
-    flag(kPolicy, "ProxyAuthSSLDenyDigest", "false"),
-    flag(kPolicy, "ProxyAuthSSLDenyNTLM", "false"),
-    flag(kPolicy, "ProxyAuthSSLDenyNegotiate", "false"),
-    flag(kPolicy, "ProxyAuthDenyAnonym", "false"),
-    flag(kPolicy, "ProxyAuthDenyBasic", "false"),
-    flag(kPolicy, "ProxyAuthDenyDigest", "false"),
-    flag(kPolicy, "ProxyAuthDenyNTLM", "false"),
-    flag(kPolicy, "ProxyAuthDenyNegotiate", "false"),
-    flag(kPolicy, "LegacyPolicyReading", "false"),
-    number(kBasalt, "SendRequestTimeoutMilliseconds", "5000", 0),
-    number(kCache, "OcspValiditySeconds", nullptr, 1),
-    text(kCrypto, "machine_stores", "\"/etc/tallow/stores\""),
-    text(kCrypto, kUserStores, nullptr),
-    flag(kCrypto, "system_roots", "true"),
-    text(kCrypto, "system_bundle", "\"/etc/ssl/certs/ca-certificates.crt\""),
-    flag(kCrypto, "accept_sha1", "false"),
-    texts(kCrypto, "required_policies"),
-    text(kCrypto, kUrlCache, nullptr),
-    number(kCrypto, "connect_timeout_ms", "5000", 1, kLongestMs),
-    number(kCrypto, "exchange_timeout_ms", "15000", 1, kLongestMs),
-    number(kCrypto, "max_response_bytes", "1048576", 1, kLargestBody),
-    number(kCrypto, "max_header_bytes", "65536", 1, kLargestBody),
-    number(kCrypto, "max_redirects", "3", 0, 20),
-    number(kCrypto, "chain_fetch_timeout_ms", "15000", 1, kLongestMs),
-    number(kCrypto, "max_chain_fetches", "8", 0, 100),
-    number(kCrypto, "max_crl_bytes", "16777216", 1, kLargestBody),
-    number(kCrypto, "max_crl_age", nullptr, 1, kTenYears),
-    number(kCrypto, "crl_cache_max_age", "86400", 0, kTenYears),
-    number(kCrypto, "check_timeout_ms", "60000", 1, kLongestMs),
-    number(kCrypto, "max_responders", "8", 1, 100),
-    flag(kCrypto, "refuse_private_addresses", "false"),
-    flag(kTrace, "enabled", "false"),
-    number(kTrace, "levels", "127"),
-    text(kTrace, "file", "\"\""),
+#define TALLOW_SETTING(table, key, kind, byDefault, lowest, highest, unit, description) \
+    row(table, #key, SettingKind::k##kind, #byDefault, lowest, highest),
+#define TALLOW_POLICY_SETTING TALLOW_SETTING
+constexpr Setting kOfLibrary[] = {
+#include "client/policy/policy_settings.inc"
 };
+constexpr Setting kOfServices[] = {
+#include "platform/support/settings_table.inc"
+};
+#undef TALLOW_POLICY_SETTING
+#undef TALLOW_SETTING
+
+bool isSameKey(const Setting& a, const Setting& b) {
+    return std::string_view(a.table) == b.table && std::string_view(a.name) == b.name;
+}
+
+// The services read some of the library's settings too.
+std::vector<Setting> mergedSettings() {
+    std::vector<Setting> all(std::begin(kOfLibrary), std::end(kOfLibrary));
+    for (const Setting& setting : kOfServices) {
+        if (std::none_of(all.begin(), all.end(), [&](const Setting& known) { return isSameKey(known, setting); })) {
+            all.push_back(setting);
+        }
+    }
+    return all;
+}
 
 // ---- Reading --------------------------------------------------------------------------------------------------------
 
@@ -181,8 +110,8 @@ SettingValue readNumber(const Setting& setting) {
         return {};
     }
     const bool fits = value >= setting.lowest && value <= setting.highest;
-    const bool isTaken = fits || setting.takesAny;
-    return {isTaken ? std::to_string(value) : "", isTaken, !isTaken, isTaken && !fits};
+    const bool isUsed = fits || setting.kind == SettingKind::kAnyNumber;
+    return {isUsed ? std::to_string(value) : "", isUsed, !isUsed, isUsed && !fits};
 }
 
 SettingValue readFlag(const Setting& setting) {
@@ -206,6 +135,7 @@ SettingValue readTexts(const Setting& setting) {
 SettingValue read(const Setting& setting) {
     switch (setting.kind) {
         case SettingKind::kNumber:
+        case SettingKind::kAnyNumber:
             return readNumber(setting);
         case SettingKind::kFlag:
             return readFlag(setting);
@@ -214,25 +144,25 @@ SettingValue read(const Setting& setting) {
     }
 }
 
-// A folder of the user's by the rules for base directories, as the Crypto service takes it.
-std::string userFolder(const char* variable, const char* inHome, const char* folder) {
+// A directory of the user's by the rules for base directories, as the Crypto service finds it.
+std::string userDirectory(const char* variable, const char* inHome, const char* directory) {
     if (const char* base = secure_getenv(variable); base != nullptr && *base == '/') {
-        return std::string(base) + folder;
+        return std::string(base) + directory;
     }
     const char* home = secure_getenv("HOME");
-    return home == nullptr || *home != '/' ? std::string() : std::string(home) + inHome + folder;
+    return home == nullptr || *home != '/' ? std::string() : std::string(home) + inHome + directory;
 }
 
 std::string defaultStores() {
-    return userFolder("XDG_DATA_HOME", "/.local/share", "/tallow/stores");
+    return userDirectory("XDG_DATA_HOME", "/.local/share", "/tallow/stores");
 }
 
 std::string defaultToml(const Setting& setting) {
     const std::string_view name = setting.name;
-    if (name == kUserStores || name == kUrlCache) {
-        const std::string folder =
-            name == kUserStores ? defaultStores() : userFolder("XDG_CACHE_HOME", "/.cache", "/tallow/ocsp");
-        return folder.empty() ? "" : quoted(folder);
+    if (name == "user_stores" || name == "url_cache") {
+        const std::string directory =
+            name == "user_stores" ? defaultStores() : userDirectory("XDG_CACHE_HOME", "/.cache", "/tallow/ocsp");
+        return directory.empty() ? "" : quoted(directory);
     }
     return setting.byDefault == nullptr ? "" : setting.byDefault;
 }
@@ -240,7 +170,8 @@ std::string defaultToml(const Setting& setting) {
 }  // namespace
 
 std::span<const Setting> allSettings() {
-    return kSettings;
+    static const std::vector<Setting> all = mergedSettings();
+    return all;
 }
 
 SettingValue valueOf(const Setting& setting) {
@@ -252,9 +183,19 @@ SettingValue valueOf(const Setting& setting) {
 }
 
 std::string storesFolder(bool machine) {
-    const std::optional<std::string> folder =
-        readBytes(support_registry_get_string, machine ? "\\crypto\\machine_stores" : "\\crypto\\user_stores");
-    return folder ? *folder : (machine ? std::string("/etc/tallow/stores") : defaultStores());
+    const std::string_view name = machine ? "machine_stores" : "user_stores";
+    for (const Setting& setting : kOfServices) {
+        if (name != setting.name) {
+            continue;
+        }
+        if (const std::optional<std::string> folder = readBytes(support_registry_get_string, pathOf(setting))) {
+            return *folder;
+        }
+        const std::string_view byDefault = setting.byDefault == nullptr ? "" : setting.byDefault;
+        return byDefault.empty() ? defaultStores()
+                                 : std::string(byDefault.substr(1, byDefault.size() - 2));  // unquoted
+    }
+    return "";
 }
 
 }  // namespace tallow::cli
