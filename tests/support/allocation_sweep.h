@@ -11,11 +11,11 @@
 
 namespace testkit {
 
-/// Runs `call` with its first allocation failing, then its second, until none fails: the statuses that were thrown, 0
-/// for a run that threw nothing. Any other exception is a failure of the test.
+/// Runs `call` with its first allocation failing, then its second, until none fails. Returns the thrown statuses, 0 for
+/// a run that threw nothing. Any other exception fails the test.
 template <typename Call>
 std::vector<std::int32_t> statusesOfFailures(const char* what, const Call& call) {
-    call();  // makes what is made once for the process
+    call();  // creates what exists once in the process
     std::vector<std::int32_t> statuses;
     for (bool hasFailed = true; hasFailed && statuses.size() < 100000;) {
         std::int32_t thrown = 0;

@@ -53,7 +53,7 @@ Bytes bytesOf(std::string_view text) {
     return Bytes(text.begin(), text.end());
 }
 
-Bytes concat(std::initializer_list<Bytes> parts) {
+Bytes concat(const std::vector<Bytes>& parts) {
     Bytes all;
     for (const Bytes& part : parts) {
         all.insert(all.end(), part.begin(), part.end());

@@ -1,8 +1,7 @@
-// The byte string that all test helpers pass around, and a few conversions.
+// The byte string that all test helpers use, and a few conversions.
 #pragma once
 
 #include <cstdint>
-#include <initializer_list>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -11,17 +10,17 @@ namespace testkit {
 
 using Bytes = std::vector<std::uint8_t>;
 
-/// The octets that `hex` spells; blanks between them are skipped. Anything else ends the test program.
+/// The octets of `hex`, in which spaces are ignored. Throws for anything else.
 Bytes fromHex(std::string_view hex);
 
-/// Lower-case hexadecimal without blanks.
+/// Lower-case hexadecimal without spaces.
 std::string toHex(const Bytes& bytes);
 
 /// The characters of `text` as octets.
 Bytes bytesOf(std::string_view text);
 
-/// The parts one behind the other.
-Bytes concat(std::initializer_list<Bytes> parts);
+/// The parts one after the other.
+Bytes concat(const std::vector<Bytes>& parts);
 
 /// PEM text with the given label ("CERTIFICATE", "X509 CRL", ...) around `der`.
 std::string toPem(const Bytes& der, const char* label);

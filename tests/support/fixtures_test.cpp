@@ -1,5 +1,4 @@
-// The fixtures themselves, held against the openssl and curl commands: what they make wrongly would make every other
-// test prove nothing.
+// The fixtures, checked with the openssl and curl commands: with a faulty fixture, no other test would prove anything.
 #include <gmock/gmock.h>
 
 #include "tests/support/http_server.h"

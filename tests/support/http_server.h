@@ -1,5 +1,6 @@
-// A small HTTP server on 127.0.0.1 that does as it is told, also wrongly: wrong status, redirects, chunked bodies, cut
-// or endless bodies, slow or closed connections. Each connection is served once, on its own thread, and closed.
+// A small HTTP server on 127.0.0.1 that can also send faulty replies: wrong status, redirects, chunked bodies,
+// truncated or endless bodies, slow or closed connections. Each connection serves one request, on its own thread, and
+// is closed.
 //
 //   HttpServer server([](const HttpRequest&) { return HttpReply{.body = crl}; });
 //   fetch(server.url("/ca.crl"));
@@ -39,11 +40,11 @@ struct HttpReply {
     Bytes body = {};
     BodyFraming framing = BodyFraming::kContentLength;
     std::optional<std::size_t> cutBodyAfter = std::nullopt;  // close the connection after so many octets of the body
-    std::size_t padBodyTo = 0;                     // zero octets behind the body up to this size, made while sending
+    std::size_t padBodyTo = 0;                     // zero octets after the body up to this size, made while sending
     bool closeAtOnce = false;                      // close without a single octet
     int delayMs = 0;                               // before the first octet
     int pauseEachKilobyteMs = 0;                   // after each 1024 octets of the body, or of rawReply
-    std::optional<Bytes> rawReply = std::nullopt;  // in place of everything: status line, headers and body as they are
+    std::optional<Bytes> rawReply = std::nullopt;  // status line, headers and body, sent unchanged
 };
 
 /// A reply that redirects to `location`.
@@ -63,7 +64,7 @@ public:
     /// "http://127.0.0.1:port" and `path`.
     std::string url(const std::string& path = "/") const;
 
-    /// All requests that were read whole so far.
+    /// All requests that were read completely so far.
     std::vector<HttpRequest> requests() const;
 
 private:
@@ -82,7 +83,7 @@ private:
     std::thread acceptor_;
 };
 
-/// A port of 127.0.0.1 on which nobody listens.
+/// A port of 127.0.0.1 without a listener.
 int closedPort();
 
 }  // namespace testkit

@@ -1,7 +1,5 @@
 #include "tests/support/ocsp_builder.h"
 
-#include <openssl/core_names.h>
-
 #include <utility>
 
 #include "tests/support/openssl_ptr.h"
@@ -11,11 +9,11 @@ namespace testkit {
 
 namespace {
 
-Bytes extensionList(const std::vector<ExtensionSpec>& extensions) {
+template <typename Spec>
+Bytes sequenceOf(const std::vector<Spec>& specs) {
     std::vector<Bytes> encoded;
-    encoded.reserve(extensions.size());
-    for (const ExtensionSpec& extension : extensions) {
-        encoded.push_back(extension.encode());
+    for (const Spec& spec : specs) {
+        encoded.push_back(spec.encode());
     }
     return tlv::sequence(encoded);
 }
@@ -47,32 +45,6 @@ Bytes responderId(const ResponseSpec& spec) {
     return tlv::context(2, tlv::octetString(digest(kSha1Oid, spec.signer.key.publicKeyBits())));
 }
 
-struct Signature {
-    Bytes algorithm;
-    Bytes octets;
-};
-
-// The algorithm is told by libcrypto, as certificates name it.
-Signature sign(const ResponseSpec& spec, const Bytes& data) {
-    EVP_PKEY_CTX* keyContext = nullptr;
-    const MdCtxPtr context = signingContext(spec.signer.key.get(), spec.hash, spec.pss, &keyContext);
-    Signature signature{Bytes(512), {}};
-    OSSL_PARAM told[] = {OSSL_PARAM_construct_octet_string(OSSL_SIGNATURE_PARAM_ALGORITHM_ID,
-                                                           signature.algorithm.data(), signature.algorithm.size()),
-                         OSSL_PARAM_construct_end()};
-    require(EVP_PKEY_CTX_get_params(keyContext, told) == 1, "naming an algorithm");
-    signature.algorithm.resize(told[0].return_size);
-    std::size_t size = 0;
-    require(EVP_DigestSign(context.get(), nullptr, &size, data.data(), data.size()) == 1, "sizing a signature");
-    signature.octets.resize(size);
-    require(EVP_DigestSign(context.get(), signature.octets.data(), &size, data.data(), data.size()) == 1, "signing");
-    signature.octets.resize(size);
-    if (spec.corruptSignature) {
-        signature.octets.back() ^= 0x01;
-    }
-    return signature;
-}
-
 Bytes certificateList(const ResponseSpec& spec) {
     std::vector<Bytes> list;
     if (spec.exactCertificates) {
@@ -88,19 +60,15 @@ Bytes certificateList(const ResponseSpec& spec) {
 
 // The bytes under the signature.
 Bytes responseData(const ResponseSpec& spec) {
-    std::vector<Bytes> entries;
-    entries.reserve(spec.entries.size());
-    for (const EntrySpec& entry : spec.entries) {
-        entries.push_back(entry.encode());
-    }
     return tlv::sequence({spec.version ? tlv::context(0, tlv::integer(*spec.version)) : Bytes{}, responderId(spec),
-                          tlv::generalizedTime(spec.producedAt), tlv::sequence(entries),
-                          spec.extensions.empty() ? Bytes{} : tlv::context(1, extensionList(spec.extensions))});
+                          tlv::generalizedTime(spec.producedAt), sequenceOf(spec.entries),
+                          spec.extensions.empty() ? Bytes{} : tlv::context(1, sequenceOf(spec.extensions))});
 }
 
 Bytes basicResponse(const ResponseSpec& spec) {
     const Bytes data = responseData(spec);
-    const Signature signature = sign(spec, data);
+    Signature signature = sign(data, spec.signer.key.get(), spec.hash, spec.pss);
+    signature.octets.back() ^= spec.corruptSignature ? 1 : 0;
     return tlv::sequence({data, spec.signatureAlgorithm.value_or(signature.algorithm), tlv::bitString(signature.octets),
                           certificateList(spec)});
 }
@@ -143,7 +111,7 @@ Bytes EntrySpec::encode() const {
     }
     return tlv::sequence({id.encode(), certStatus(*this), tlv::generalizedTime(thisUpdate),
                           nextUpdate ? tlv::context(0, tlv::generalizedTime(*nextUpdate)) : Bytes{},
-                          extensions.empty() ? Bytes{} : tlv::context(1, extensionList(extensions))});
+                          extensions.empty() ? Bytes{} : tlv::context(1, sequenceOf(extensions))});
 }
 
 ResponseSpec::ResponseSpec(Identity responseSigner) : signer(std::move(responseSigner)) {}

@@ -1,5 +1,5 @@
-// OCSP requests' counterparts: responses in which every field can be set, also wrongly. Written with the TLV writer,
-// signed with libcrypto.
+// OCSP responses in which every field can be set, also to invalid values. Written with the TLV writer, signed with
+// libcrypto.
 //
 //   ResponseSpec spec(pki.delegate);
 //   spec.entries.push_back(EntrySpec(certIdOf(pki.good, pki.ca)));
@@ -23,7 +23,7 @@ inline constexpr const char* kSha512Oid = "2.16.840.1.101.3.4.2.3";
 inline constexpr const char* kBasicResponseOid = "1.3.6.1.5.5.7.48.1.1";
 inline constexpr const char* kNonceOid = "1.3.6.1.5.5.7.48.1.2";
 
-/// A digest by its OID; an unknown OID ends the test with an exception.
+/// A digest by its OID; throws for an unknown OID.
 Bytes digest(const std::string& hashOid, const Bytes& data);
 
 struct CertIdSpec {
@@ -59,7 +59,7 @@ struct EntrySpec {
     std::string thisUpdate = generalizedTimeText(-60);
     std::optional<std::string> nextUpdate = generalizedTimeText(3600);
     std::vector<ExtensionSpec> extensions;
-    std::optional<Bytes> raw;  // stands in place of the whole SingleResponse
+    std::optional<Bytes> raw;  // replaces the whole SingleResponse
 
     Bytes encode() const;
 };
@@ -72,8 +72,8 @@ struct ResponseSpec {
     // Outermost.
     int responseStatus = 0;  // responseBytes are written for 0 only
     std::string responseType = kBasicResponseOid;
-    bool bare = false;  // BasicOCSPResponse alone
-    Bytes trailing;     // behind the whole message
+    bool bare = false;  // only the BasicOCSPResponse
+    Bytes trailing;     // after the whole message
 
     // ResponseData.
     std::optional<int> version;  // [0] left out when absent

@@ -11,6 +11,8 @@
 #include <stdexcept>
 #include <string>
 
+#include "tests/support/bytes.h"
+
 namespace testkit {
 
 template <auto Free>
@@ -26,13 +28,11 @@ using PkeyCtxPtr = std::unique_ptr<EVP_PKEY_CTX, FreeWith<EVP_PKEY_CTX_free>>;
 using MdCtxPtr = std::unique_ptr<EVP_MD_CTX, FreeWith<EVP_MD_CTX_free>>;
 using X509Ptr = std::unique_ptr<X509, FreeWith<X509_free>>;
 using X509NamePtr = std::unique_ptr<X509_NAME, FreeWith<X509_NAME_free>>;
-using X509CrlPtr = std::unique_ptr<X509_CRL, FreeWith<X509_CRL_free>>;
 using X509ExtensionPtr = std::unique_ptr<X509_EXTENSION, FreeWith<X509_EXTENSION_free>>;
 using Asn1IntegerPtr = std::unique_ptr<ASN1_INTEGER, FreeWith<ASN1_INTEGER_free>>;
-using Asn1TimePtr = std::unique_ptr<ASN1_TIME, FreeWith<ASN1_TIME_free>>;
 using Asn1OctetStringPtr = std::unique_ptr<ASN1_OCTET_STRING, FreeWith<ASN1_OCTET_STRING_free>>;
 
-/// Ends the test with OpenSSL's reason when a fixture cannot be made.
+/// Throws with OpenSSL's reason when a fixture cannot be made.
 inline void require(bool condition, const char* what) {
     if (!condition) {
         char reason[256];
@@ -43,5 +43,11 @@ inline void require(bool condition, const char* what) {
 
 /// A context that signs with the digest (none for Ed25519) and, for RSASSA-PSS, its padding; it owns `keyContext`.
 MdCtxPtr signingContext(EVP_PKEY* key, const std::string& hash, bool pss, EVP_PKEY_CTX** keyContext = nullptr);
+
+struct Signature {
+    Bytes algorithm;  // AlgorithmIdentifier, as libcrypto writes it
+    Bytes octets;
+};
+Signature sign(const Bytes& data, EVP_PKEY* key, const std::string& hash, bool pss = false);
 
 }  // namespace testkit

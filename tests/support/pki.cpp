@@ -1,5 +1,6 @@
 #include "tests/support/pki.h"
 
+#include <openssl/core_names.h>
 #include <openssl/dsa.h>
 #include <openssl/ec.h>
 #include <openssl/pem.h>
@@ -80,11 +81,16 @@ Bytes toDer(Object* object, Encoder encoder) {
     return bytes;
 }
 
-X509Ptr parseCertificate(const Bytes& der) {
+template <typename Ptr, typename Decoder>
+Ptr fromDer(const Bytes& der, Decoder decoder) {
     const unsigned char* at = der.data();
-    X509Ptr certificate(d2i_X509(nullptr, &at, static_cast<long>(der.size())));
-    require(certificate != nullptr, "reading a certificate");
-    return certificate;
+    Ptr object(decoder(nullptr, &at, static_cast<long>(der.size())));
+    require(object != nullptr, "decoding");
+    return object;
+}
+
+X509Ptr parseCertificate(const Bytes& der) {
+    return fromDer<X509Ptr>(der, d2i_X509);
 }
 
 X509NamePtr makeName(const std::string& commonName) {
@@ -93,13 +99,6 @@ X509NamePtr makeName(const std::string& commonName) {
                                        reinterpret_cast<const unsigned char*>(commonName.data()),
                                        static_cast<int>(commonName.size()), -1, 0) == 1,
             "making a name");
-    return name;
-}
-
-X509NamePtr parseName(const Bytes& der) {
-    const unsigned char* at = der.data();
-    X509NamePtr name(d2i_X509_NAME(nullptr, &at, static_cast<long>(der.size())));
-    require(name != nullptr, "reading a name");
     return name;
 }
 
@@ -114,21 +113,23 @@ Asn1IntegerPtr makeSerial(const std::optional<Bytes>& serial) {
         RAND_bytes(content.data(), static_cast<int>(content.size()));
         content[0] = static_cast<std::uint8_t>((content[0] & 0x3F) | 0x40);  // positive, and of full length
     }
-    const Bytes der = tlv::integer(content);
-    const unsigned char* at = der.data();
-    Asn1IntegerPtr integer(d2i_ASN1_INTEGER(nullptr, &at, static_cast<long>(der.size())));
-    require(integer != nullptr, "making a serial number");
-    return integer;
+    return fromDer<Asn1IntegerPtr>(tlv::integer(content), d2i_ASN1_INTEGER);
 }
 
-X509ExtensionPtr rawExtension(const std::string& oid, const Bytes& value, bool critical = false) {
-    Asn1OctetStringPtr content(ASN1_OCTET_STRING_new());
-    require(ASN1_OCTET_STRING_set(content.get(), value.data(), static_cast<int>(value.size())) == 1, "extension value");
-    ASN1_OBJECT* object = OBJ_txt2obj(oid.c_str(), 1);
-    require(object != nullptr, "extension identifier");
-    X509ExtensionPtr extension(X509_EXTENSION_create_by_OBJ(nullptr, object, critical ? 1 : 0, content.get()));
-    ASN1_OBJECT_free(object);
-    return extension;
+std::vector<Bytes> encoded(const ExtensionList& extensions, const ExtensionList& critical) {
+    std::vector<Bytes> list;
+    for (const auto& [oid, value] : extensions) {
+        list.push_back(tlv::sequence({tlv::oid(oid), tlv::octetString(value)}));
+    }
+    for (const auto& [oid, value] : critical) {
+        list.push_back(tlv::sequence({tlv::oid(oid), tlv::boolean(true), tlv::octetString(value)}));
+    }
+    return list;
+}
+
+Bytes extensionList(const ExtensionList& extensions, const ExtensionList& critical) {
+    const std::vector<Bytes> list = encoded(extensions, critical);
+    return list.empty() ? Bytes() : tlv::sequence(list);
 }
 
 void addExtension(X509* certificate, X509* issuer, int nid, const std::string& value) {
@@ -142,24 +143,11 @@ void addExtension(X509* certificate, X509* issuer, int nid, const std::string& v
     require(extension != nullptr && X509_add_ext(certificate, extension.get(), -1) == 1, value.c_str());
 }
 
-std::string accessList(const CertificateSpec& spec) {
-    std::string list;
-    const auto append = [&list](const char* method, const std::string& url) {
-        list += (list.empty() ? "" : ",") + std::string(method) + ";URI:" + url;
-    };
-    for (const std::string& url : spec.ocspUrls) {
-        append("OCSP", url);
-    }
-    for (const std::string& url : spec.caIssuersUrls) {
-        append("caIssuers", url);
-    }
-    return list;
-}
-
-std::string pointList(const std::vector<std::string>& urls) {
+// "OCSP;URI:http://a/,OCSP;URI:http://b/" for the kind "OCSP;".
+std::string uriList(const std::string& kind, const std::vector<std::string>& urls) {
     std::string list;
     for (const std::string& url : urls) {
-        list += (list.empty() ? "URI:" : ",URI:") + url;
+        list += (list.empty() ? "" : ",") + kind + "URI:" + url;
     }
     return list;
 }
@@ -173,18 +161,19 @@ void addExtensions(X509* certificate, X509* issuer, const CertificateSpec& spec)
                  spec.keyUsage.value_or(spec.ca ? "critical,keyCertSign,cRLSign,digitalSignature" : ""));
     addExtension(certificate, issuer, NID_ext_key_usage, spec.extendedKeyUsage);
     addExtension(certificate, issuer, NID_id_pkix_OCSP_noCheck, spec.ocspNoCheck ? "ignored" : "");
-    addExtension(certificate, issuer, NID_info_access, accessList(spec));
-    addExtension(certificate, issuer, NID_crl_distribution_points, pointList(spec.crlUrls));
+    const std::string ocsp = uriList("OCSP;", spec.ocspUrls);
+    const std::string caIssuers = uriList("caIssuers;", spec.caIssuersUrls);
+    addExtension(certificate, issuer, NID_info_access,
+                 ocsp + (ocsp.empty() || caIssuers.empty() ? "" : ",") + caIssuers);
+    addExtension(certificate, issuer, NID_crl_distribution_points, uriList("", spec.crlUrls));
     if (spec.keyIdentifiers) {
         addExtension(certificate, issuer, NID_subject_key_identifier, "hash");
         const bool isNamed = X509_get_ext_by_NID(issuer, NID_subject_key_identifier, -1) >= 0;
         addExtension(certificate, issuer, NID_authority_key_identifier, isNamed ? "keyid" : "");
     }
-    for (const bool critical : {false, true}) {
-        for (const auto& [oid, value] : critical ? spec.criticalExtensions : spec.extensions) {
-            const X509ExtensionPtr extension = rawExtension(oid, value, critical);
-            require(X509_add_ext(certificate, extension.get(), -1) == 1, oid.c_str());
-        }
+    for (const Bytes& der : encoded(spec.extensions, spec.criticalExtensions)) {
+        const auto extension = fromDer<X509ExtensionPtr>(der, d2i_X509_EXTENSION);
+        require(X509_add_ext(certificate, extension.get(), -1) == 1, "adding an extension");
     }
 }
 
@@ -196,9 +185,10 @@ Identity make(const Identity* issuer, const CertificateSpec& spec) {
 
     X509_set_version(certificate.get(), spec.versionOne ? X509_VERSION_1 : spec.version - 1);
     X509_set_serialNumber(certificate.get(), makeSerial(spec.serial).get());
-    const X509NamePtr subject = spec.subject ? parseName(*spec.subject) : makeName(spec.commonName);
+    const X509NamePtr subject =
+        spec.subject ? fromDer<X509NamePtr>(*spec.subject, d2i_X509_NAME) : makeName(spec.commonName);
     X509_set_subject_name(certificate.get(), subject.get());
-    const X509NamePtr issuerName = spec.issuer ? parseName(*spec.issuer) : nullptr;
+    const X509NamePtr issuerName = spec.issuer ? fromDer<X509NamePtr>(*spec.issuer, d2i_X509_NAME) : nullptr;
     X509_set_issuer_name(certificate.get(), issuerName ? issuerName.get() : X509_get_subject_name(issuerOrSelf));
     X509_gmtime_adj(X509_getm_notBefore(certificate.get()), spec.notBeforeSeconds);
     X509_gmtime_adj(X509_getm_notAfter(certificate.get()), spec.notAfterSeconds);
@@ -214,38 +204,6 @@ Identity make(const Identity* issuer, const CertificateSpec& spec) {
     require(X509_sign_ctx(certificate.get(), signingContext(signer, spec.hash, spec.pss).get()) > 0,
             "signing a certificate");
     return {toDer(certificate.get(), i2d_X509), key};
-}
-
-Bytes extensionList(const ExtensionList& extensions, const ExtensionList& critical) {
-    std::vector<Bytes> list;
-    for (const auto& [oid, value] : extensions) {
-        list.push_back(tlv::sequence({tlv::oid(oid), tlv::octetString(value)}));
-    }
-    for (const auto& [oid, value] : critical) {
-        list.push_back(tlv::sequence({tlv::oid(oid), tlv::boolean(true), tlv::octetString(value)}));
-    }
-    return list.empty() ? Bytes() : tlv::sequence(list);
-}
-
-// The AlgorithmIdentifier of a signature, as libcrypto writes it.
-Bytes signatureAlgorithm(EVP_PKEY* key, const std::string& hash) {
-    const X509CrlPtr signedOnce(X509_CRL_new());
-    const Asn1TimePtr time(X509_gmtime_adj(nullptr, 0));
-    X509_CRL_set1_lastUpdate(signedOnce.get(), time.get());
-    require(X509_CRL_sign_ctx(signedOnce.get(), signingContext(key, hash, false).get()) > 0, "signing");
-    const X509_ALGOR* algorithm = nullptr;
-    X509_CRL_get0_signature(signedOnce.get(), nullptr, &algorithm);
-    return toDer(algorithm, i2d_X509_ALGOR);
-}
-
-Bytes sign(const Bytes& message, EVP_PKEY* key, const std::string& hash) {
-    const MdCtxPtr context = signingContext(key, hash, false);
-    std::size_t size = 0;
-    require(EVP_DigestSign(context.get(), nullptr, &size, message.data(), message.size()) == 1, "signing");
-    Bytes signature(size);
-    require(EVP_DigestSign(context.get(), signature.data(), &size, message.data(), message.size()) == 1, "signing");
-    signature.resize(size);
-    return signature;
 }
 
 CertificateSpec caSpec(const std::string& commonName) {
@@ -293,6 +251,23 @@ MdCtxPtr signingContext(EVP_PKEY* key, const std::string& hash, bool pss, EVP_PK
         *keyContext = ofKey;
     }
     return context;
+}
+
+Signature sign(const Bytes& data, EVP_PKEY* key, const std::string& hash, bool pss) {
+    EVP_PKEY_CTX* keyContext = nullptr;
+    const MdCtxPtr context = signingContext(key, hash, pss, &keyContext);
+    Signature signature{Bytes(512), {}};
+    OSSL_PARAM reported[] = {OSSL_PARAM_construct_octet_string(OSSL_SIGNATURE_PARAM_ALGORITHM_ID,
+                                                               signature.algorithm.data(), signature.algorithm.size()),
+                             OSSL_PARAM_construct_end()};
+    require(EVP_PKEY_CTX_get_params(keyContext, reported) == 1, "naming an algorithm");
+    signature.algorithm.resize(reported[0].return_size);
+    std::size_t size = 0;
+    require(EVP_DigestSign(context.get(), nullptr, &size, data.data(), data.size()) == 1, "sizing a signature");
+    signature.octets.resize(size);
+    require(EVP_DigestSign(context.get(), signature.octets.data(), &size, data.data(), data.size()) == 1, "signing");
+    signature.octets.resize(size);
+    return signature;
 }
 
 Key Key::make(KeyKind kind) {
@@ -374,14 +349,14 @@ Bytes makeCrl(const Identity& issuer, const CrlSpec& spec) {
         extensions.emplace_back("2.5.29.20", tlv::integer(*spec.number));
     }
     const Bytes list = extensionList(extensions, spec.criticalExtensions);
-    const Bytes algorithm = signatureAlgorithm(issuer.key.get(), spec.hash);
+    const Bytes algorithm = sign({}, issuer.key.get(), spec.hash).algorithm;
     const Bytes tbs =
         tlv::sequence({spec.version ? tlv::integer(*spec.version) : Bytes(), spec.innerAlgorithm.value_or(algorithm),
                        issuer.subject(), time(spec.lastUpdateSeconds),
                        spec.nextUpdateSeconds ? time(*spec.nextUpdateSeconds) : Bytes(),
                        revoked.empty() && !spec.emptyList ? Bytes() : tlv::sequence(revoked),
                        list.empty() ? Bytes() : tlv::context(0, list)});
-    return tlv::sequence({tbs, algorithm, tlv::bitString(sign(tbs, issuer.key.get(), spec.hash))});
+    return tlv::sequence({tbs, algorithm, tlv::bitString(sign(tbs, issuer.key.get(), spec.hash).octets)});
 }
 
 Bytes signedAgain(const Bytes& der, const Identity& issuer, const std::function<Bytes(const Bytes&)>& change) {
@@ -393,8 +368,8 @@ Bytes signedAgain(const Bytes& der, const Identity& issuer, const std::function<
     const unsigned char* const begin = at;
     ASN1_get_object(&at, &size, &tag, &tagClass, size);
     const Bytes tbs = change(Bytes(begin, at + size));
-    return tlv::sequence(
-        {tbs, signatureAlgorithm(issuer.key.get(), "SHA256"), tlv::bitString(sign(tbs, issuer.key.get(), "SHA256"))});
+    const Signature signature = sign(tbs, issuer.key.get(), "SHA256");
+    return tlv::sequence({tbs, signature.algorithm, tlv::bitString(signature.octets)});
 }
 
 const Pki& Pki::shared() {

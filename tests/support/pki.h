@@ -1,5 +1,5 @@
-// Keys, certificates and CRLs for tests, made in process with libcrypto (a whole PKI takes a few milliseconds), and one
-// ready PKI that a test program makes once.
+// Keys, certificates and CRLs for tests, made in process with libcrypto (a whole PKI takes a few milliseconds), and a
+// PKI that a test program makes once.
 //
 //   const Pki& pki = Pki::shared();
 //   CertificateSpec spec;
@@ -53,7 +53,7 @@ struct Identity {
     Bytes serial() const;
 };
 
-/// What a certificate says. Extension texts are those of OpenSSL's configuration; an empty text leaves it out.
+/// The fields of a certificate. Extensions have the text form of OpenSSL's configuration; empty: left out.
 struct CertificateSpec {
     std::string commonName = "subject";
     std::optional<Key> key;                  // a fresh P-256 key when absent
@@ -62,7 +62,7 @@ struct CertificateSpec {
     long notAfterSeconds = 30L * 24 * 3600;  // from now
     bool versionOne = false;                 // version 1, without any extension
     int version = 3;                         // 1 to 3, whatever else is in the certificate
-    std::optional<Bytes> subject, issuer;    // DER of the names, in the place of commonName and the issuer's subject
+    std::optional<Bytes> subject, issuer;    // DER of the names, instead of commonName and the issuer's subject
     std::optional<std::string> notAfter;     // text of a UTCTime, or of a GeneralizedTime when 15 octets or more
     bool ca = false;                         // basicConstraints CA:TRUE, keyUsage keyCertSign and cRLSign by default
     std::optional<int> pathLength;
@@ -107,18 +107,18 @@ struct CrlSpec {
     std::vector<CrlEntrySpec> entries = {};              // after those for revokedSerials
     std::optional<int> version = 1;                      // left out when absent, which is version 1
     bool emptyList = false;                              // revokedCertificates without an entry
-    std::optional<Bytes> innerAlgorithm = std::nullopt;  // in place of the true one
+    std::optional<Bytes> innerAlgorithm = std::nullopt;  // instead of the correct one
 };
 
 /// DER of a CRL signed by `issuer`.
 Bytes makeCrl(const Identity& issuer, const CrlSpec& spec);
 
-/// The certificate or CRL with its signed part as `change` wants it, signed by `issuer` with ECDSA and SHA-256.
+/// The certificate or CRL after `change` of its signed part, signed again by `issuer` with ECDSA and SHA-256.
 Bytes signedAgain(const Bytes& der, const Identity& issuer, const std::function<Bytes(const Bytes&)>& change);
 
-/// The PKI most tests need. All names are in `commonName`s as the members are called.
+/// The PKI that most tests use. Common names are the names of the members.
 struct Pki {
-    Identity root;                    // trusted by nobody until a test says so
+    Identity root;                    // not trusted until a test adds it
     Identity ca;                      // under root; issuer of all that follows unless said otherwise
     Identity sibling;                 // another CA under root
     Identity subCa;                   // a CA under ca

@@ -33,7 +33,7 @@ std::vector<char*> pointers(const std::vector<std::string>& texts) {
     return result;
 }
 
-// Ours first: the C library's look-ups take the first entry of a name.
+// The added ones first: the C library uses the first entry of a name.
 std::vector<std::string> mergedEnvironment(const std::vector<std::string>& added) {
     std::vector<std::string> all = added;
     for (char** entry = environ; *entry != nullptr; ++entry) {
@@ -50,7 +50,7 @@ pid_t spawn(const std::vector<std::string>& arguments, const std::string& outPat
     posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0);
     posix_spawn_file_actions_addopen(&actions, STDOUT_FILENO, outPath.c_str(), kFlags, 0600);
     posix_spawn_file_actions_addopen(&actions, STDERR_FILENO, errPath.c_str(), kFlags, 0600);
-    // A process group of its own, so that what the program starts is ended with it.
+    // A new process group, so that children of the program are ended with it.
     posix_spawnattr_t attributes;
     posix_spawnattr_init(&attributes);
     posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETPGROUP);
@@ -91,7 +91,7 @@ std::string textOf(const std::string& path) {
     return {bytes.begin(), bytes.end()};
 }
 
-// The system ends the process when the test program ends, however that happens: nobody may be left to do it.
+// The system kills the process when the test program ends, even when that was killed.
 std::vector<std::string> dyingWithUs(const std::vector<std::string>& arguments) {
     std::vector<std::string> all = {"setpriv", "--pdeathsig", "KILL"};
     all.insert(all.end(), arguments.begin(), arguments.end());

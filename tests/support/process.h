@@ -1,5 +1,5 @@
-// Child processes of a test: run one to its end, or keep one until its object goes. Always by process id, always with
-// a time limit.
+// Child processes of a test: run one to its end, or keep one until its object is destroyed. Always with a time limit,
+// and ended by process id.
 #pragma once
 
 #include <sys/types.h>
@@ -19,11 +19,11 @@ struct ProcessResult {
 ProcessResult run(const std::vector<std::string>& arguments, int timeoutMs = 30000,
                   const std::vector<std::string>& environment = {});
 
-/// What makes a program take another time for now: "-2h", or "@2050-01-01 00:00:00" (UTC) for when it starts.
+/// Environment that sets the clock of a program: "-2h", or "@2050-01-01 00:00:00" (UTC) for when it starts.
 std::vector<std::string> clockEnvironment(const std::string& clock);
 
-/// A process that runs beside the test and is killed, with all that it started, with its object; also when the thread
-/// that made it ends without a word.
+/// A process that runs in the background. The destructor kills it and its children; the system does when the thread
+/// that started it ends.
 class BackgroundProcess {
 public:
     /// Standard output and error go to the file `outputPath`. `environment` holds further "NAME=value" entries.
@@ -33,7 +33,7 @@ public:
     BackgroundProcess(const BackgroundProcess&) = delete;
     BackgroundProcess& operator=(const BackgroundProcess&) = delete;
 
-    /// Waits until the output holds `text`, and returns all output so far. An exception when it does not in time.
+    /// Waits until the output contains `text`, and returns all output so far. Throws after the time limit.
     std::string waitForOutput(const std::string& text, int timeoutMs = 10000) const;
 
     void stop();

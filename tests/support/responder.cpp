@@ -10,7 +10,7 @@ namespace testkit {
 namespace {
 
 // One line of the index: state, end of validity, time and reason of revocation, serial number, file, subject. The
-// responder looks at the state, the serial number and the revocation only; the rest has to be well formed.
+// responder uses only the state, the serial number and the revocation; the rest must be well-formed.
 std::string indexLine(const IndexEntry& entry) {
     const bool isRevoked = entry.state == 'R';
     const std::string shortTime = generalizedTimeText(-7200).substr(2);
@@ -54,7 +54,7 @@ std::string Responder::url() const {
 
 void Responder::stop() {
     process_->stop();
-    // What libfaketime leaves when its program is killed, and cannot do with when the process id comes round again.
+    // libfaketime leaves these behind when its program is killed, and fails when the process id is used again.
     for (const char* name : {"/dev/shm/faketime_shm_", "/dev/shm/sem.faketime_sem_"}) {
         std::error_code ignored;
         std::filesystem::remove(name + pid_, ignored);

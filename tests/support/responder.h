@@ -1,5 +1,5 @@
 // A real responder: `openssl ocsp` on a free port of this machine, ended by its process id. It serves one connection
-// at a time and knows the certificates of the index alone.
+// at a time and knows only the certificates of the index.
 //
 //   Responder responder({.ca = pki.ca, .signer = pki.delegate, .index = {{pki.good, 'V'}, {pki.revoked, 'R'}}});
 //   request.put_OCSPAddress(responder.url());
@@ -26,7 +26,7 @@ struct ResponderOptions {
     Identity signer;
     std::vector<IndexEntry> index;
     std::vector<std::string> arguments;  // further ones, such as {"-nmin", "5"} or {"-resp_key_id"}
-    std::string clock;                   // as for clockEnvironment; empty: the true time
+    std::string clock;                   // as for clockEnvironment; empty: the real time
 };
 
 class Responder {

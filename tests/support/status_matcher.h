@@ -3,7 +3,7 @@
 //   EXPECT_THAT(response.Verify(nullptr, nullptr), IsStatus(status::kBadSignature));
 //   EXPECT_THAT(thrownStatus([&] { response.get_Status(); }), IsStatus(status::kNotImported));
 //
-// Programs that use it link tallow_handles, where the names stand.
+// Programs that use it link tallow_handles, which contains the names.
 #pragma once
 
 #include <gmock/gmock.h>

@@ -11,7 +11,7 @@
 namespace testkit {
 
 TempDir::TempDir() {
-    ::umask(::umask(0) | S_IWGRP | S_IWOTH);  // settings and roots that a group may write do not count
+    ::umask(::umask(0) | S_IWGRP | S_IWOTH);  // settings and roots that a group can write are ignored
     std::string pattern = (std::filesystem::temp_directory_path() / "tallow-test-XXXXXX").string();
     if (::mkdtemp(pattern.data()) == nullptr) {
         throw std::runtime_error("cannot make a temporary folder");

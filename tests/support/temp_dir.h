@@ -1,4 +1,4 @@
-// A folder under the system's temporary folder that lives as long as its object.
+// A directory in the system's temporary directory; the destructor removes it.
 #pragma once
 
 #include <filesystem>
@@ -18,10 +18,10 @@ public:
 
     const std::filesystem::path& path() const { return path_; }
 
-    /// Full path of `name` in the folder, as text; nothing is created.
+    /// The full path of `name` in the directory; nothing is created.
     std::string file(std::string_view name) const;
 
-    /// Writes the file (folders on the way are made) and returns its full path.
+    /// Writes the file, creates its directories, and returns its full path.
     std::string write(std::string_view name, std::string_view content) const;
     std::string write(std::string_view name, const Bytes& content) const;
 
@@ -29,7 +29,7 @@ private:
     std::filesystem::path path_;
 };
 
-/// The whole content of a file; a file that cannot be read ends the test with an exception.
+/// The whole content of a file; throws when it cannot be read.
 Bytes readFile(const std::string& path);
 
 }  // namespace testkit

@@ -31,14 +31,6 @@ Bytes lengthOctets(std::size_t length, int forced = 0) {
     return octets;
 }
 
-Bytes joined(const std::vector<Bytes>& parts) {
-    Bytes all;
-    for (const Bytes& part : parts) {
-        all.insert(all.end(), part.begin(), part.end());
-    }
-    return all;
-}
-
 Bytes signedOctets(std::int64_t value) {
     Bytes octets;
     for (int i = 7; i >= 0; --i) {
@@ -60,44 +52,12 @@ Bytes rawLongLength(std::uint8_t identifier, const Bytes& content, int octets) {
     return concat({{identifier}, lengthOctets(content.size(), octets), content});
 }
 
-Bytes sequence(std::initializer_list<Bytes> parts) {
-    return raw(0x30, concat(parts));
-}
-
-Bytes sequence(const std::vector<Bytes>& parts) {
-    return raw(0x30, joined(parts));
-}
-
-Bytes set(std::initializer_list<Bytes> parts) {
-    return raw(0x31, concat(parts));
-}
-
-Bytes context(unsigned number, const Bytes& content) {
-    return raw(static_cast<std::uint8_t>(0xA0 | number), content);
-}
-
-Bytes contextPrimitive(unsigned number, const Bytes& content) {
-    return raw(static_cast<std::uint8_t>(0x80 | number), content);
-}
-
 Bytes integer(std::int64_t value) {
     return raw(0x02, signedOctets(value));
 }
 
-Bytes integer(const Bytes& contentOctets) {
-    return raw(0x02, contentOctets);
-}
-
 Bytes enumerated(std::int64_t value) {
     return raw(0x0A, signedOctets(value));
-}
-
-Bytes boolean(bool value) {
-    return raw(0x01, {static_cast<std::uint8_t>(value ? 0xFF : 0x00)});
-}
-
-Bytes null() {
-    return {0x05, 0x00};
 }
 
 Bytes oid(std::string_view dotted) {
@@ -122,32 +82,8 @@ Bytes oid(std::string_view dotted) {
     return raw(0x06, content);
 }
 
-Bytes octetString(const Bytes& content) {
-    return raw(0x04, content);
-}
-
 Bytes bitString(const Bytes& content, unsigned unusedBits) {
     return raw(0x03, concat({{static_cast<std::uint8_t>(unusedBits)}, content}));
-}
-
-Bytes utf8String(std::string_view text) {
-    return raw(0x0C, bytesOf(text));
-}
-
-Bytes printableString(std::string_view text) {
-    return raw(0x13, bytesOf(text));
-}
-
-Bytes ia5String(std::string_view text) {
-    return raw(0x16, bytesOf(text));
-}
-
-Bytes generalizedTime(std::string_view text) {
-    return raw(0x18, bytesOf(text));
-}
-
-Bytes utcTime(std::string_view text) {
-    return raw(0x17, bytesOf(text));
 }
 
 }  // namespace testkit::tlv
