@@ -1,4 +1,4 @@
-// `check --verify-chain`: what a responder says counts only for a certificate whose chain is sound.
+// `check --verify-chain`: a verified response counts only for a certificate whose chain is valid.
 #include <gmock/gmock.h>
 
 #include "tests/cli/command.h"
@@ -32,8 +32,8 @@ CertificateSpec caSpec() {
     return spec;
 }
 
-// The responder may answer for every CA, so that nothing but the leaf's own chain makes a difference.
-TEST(VerifyChainOption, RefusesGoodUnderAChainThatIsNotSoundAndNamesTheCause) {
+// The responder is authorised for every CA, so that only the chain of the leaf makes a difference.
+TEST(VerifyChainOption, RejectsGoodUnderAnInvalidChainAndNamesTheCause) {
     const std::string thumbprint = upperHex(digest(kSha1Oid, certs().delegate.certificate));
     const Command tallow("[config.cades.ocsppolicy]\nAuthorizedOCSPs = [\"" + thumbprint + "\"]\n");
     CertificateSpec leaf;
@@ -80,15 +80,11 @@ TEST(VerifyChainOption, RefusesGoodUnderAChainThatIsNotSoundAndNamesTheCause) {
          }) {
         const bool isSound = row.code == kNoFailure;
         SCOPED_TRACE(row.words);
-        const HttpServer server([&row](const HttpRequest&) {
-            ResponseSpec spec(certs().delegate);
-            spec.entries.emplace_back(certIdOf(row.chain.leaf, row.chain.ca), row.chain.status);
-            return HttpReply{.body = buildResponse(spec)};
-        });
-        std::vector<std::string> arguments{"--json",   "--no-nonce",
-                                           "--url",    server.url(),
-                                           "--certs",  tallow.file("root.pem", row.chain.root),
-                                           "--issuer", tallow.file("ca.pem", row.chain.ca)};
+        const HttpServer server = serverOf(responseAbout(row.chain.leaf, row.chain.status, row.chain.ca));
+        Arguments arguments{"--json",   "--no-nonce",
+                            "--url",    server.url(),
+                            "--certs",  tallow.file("root.pem", row.chain.root),
+                            "--issuer", tallow.file("ca.pem", row.chain.ca)};
         for (std::size_t i = 0; i < row.crls.size(); ++i) {
             arguments.insert(arguments.end(), {"--crl", tallow.file(std::to_string(i) + ".crl", row.crls[i])});
         }

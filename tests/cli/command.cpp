@@ -53,16 +53,33 @@ ResponderOptions responderOptions(const Identity& signer) {
             .clock = ""};
 }
 
-ResponseSpec goodResponse() {
+ResponseSpec responseAbout(const Identity& identity, EntryStatus status, const Identity& issuer) {
     ResponseSpec spec(certs().delegate);
-    spec.entries.emplace_back(certIdOf(certs().good, certs().root));
+    spec.entries.emplace_back(certIdOf(identity, issuer), status);
     return spec;
+}
+
+ResponseSpec goodResponse() {
+    return responseAbout(certs().good, EntryStatus::kGood);
+}
+
+HttpServer serverOf(HttpReply reply) {
+    return HttpServer([reply = std::move(reply)](const HttpRequest&) { return reply; });
+}
+
+HttpServer serverOf(const ResponseSpec& response) {
+    return serverOf(HttpReply{.body = buildResponse(response)});
+}
+
+Arguments joined(Arguments first, const Arguments& second) {
+    first.insert(first.end(), second.begin(), second.end());
+    return first;
 }
 
 Identity withUnknownAlgorithm(Identity identity) {
     const Bytes algorithm = tlv::oid("1.2.840.10045.4.3.2");
     auto at = identity.certificate.begin();
-    // It stands inside of what is signed and before the signature.
+    // It occurs in tbsCertificate and before the signature.
     for (int i = 0; i < 2; ++i) {
         at = std::search(at, identity.certificate.end(), algorithm.begin(), algorithm.end());
         at += static_cast<long>(algorithm.size()) - 1;
@@ -79,27 +96,20 @@ Command::Command(const std::string& moreSettings) {
     root_ = file("trusted-root.pem", certs().root);
 }
 
-ProcessResult Command::checkUntrusting(const std::vector<std::string>& arguments) const {
-    std::vector<std::string> all{"check", "--settings", settings_};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    return plain(all);
+ProcessResult Command::checkUntrusting(const Arguments& arguments) const {
+    return plain(joined({"check", "--settings", settings_}, arguments));
 }
 
-ProcessResult Command::check(const std::vector<std::string>& arguments) const {
-    std::vector<std::string> all{"--trust", root_};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    return checkUntrusting(all);
+ProcessResult Command::check(const Arguments& arguments) const {
+    return checkUntrusting(joined({"--trust", root_}, arguments));
 }
 
-ProcessResult Command::plain(const std::vector<std::string>& arguments) {
-    std::vector<std::string> all{TALLOW_COMMAND};
-    all.insert(all.end(), arguments.begin(), arguments.end());
-    return run(all, kTimeoutMs);
+ProcessResult Command::plain(const Arguments& arguments) {
+    return run(joined({TALLOW_COMMAND}, arguments), kTimeoutMs);
 }
 
-ProcessResult Command::with(std::vector<std::string> arguments) const {
-    arguments.insert(arguments.end(), {"--settings", settings_});
-    return plain(arguments);
+ProcessResult Command::with(Arguments arguments) const {
+    return plain(joined(std::move(arguments), {"--settings", settings_}));
 }
 
 std::string Command::file(const std::string& name, const Identity& identity) const {
@@ -112,12 +122,19 @@ std::string upperHex(const Bytes& octets) {
     return hex;
 }
 
-void expectMistake(const ProcessResult& run, const std::string& words) {
-    SCOPED_TRACE(run.err);
-    EXPECT_EQ(run.exitStatus, 64);
-    EXPECT_EQ(run.out, "");
+void expectOneLine(const ProcessResult& run, int exitStatus, const std::vector<std::string>& words) {
+    SCOPED_TRACE(run.out + run.err);
+    EXPECT_EQ(run.exitStatus, exitStatus);
     EXPECT_EQ(numLines(run.err), 1U);
-    EXPECT_THAT(run.err, testing::AllOf(testing::StartsWith("tallow: "), testing::HasSubstr(words)));
+    for (const std::string& word : words) {
+        EXPECT_THAT(run.err, testing::HasSubstr(word));
+    }
+}
+
+void expectMistake(const ProcessResult& run, const std::string& words) {
+    expectOneLine(run, 64, {words});
+    EXPECT_EQ(run.out, "");
+    EXPECT_THAT(run.err, testing::StartsWith("tallow: "));
 }
 
 std::size_t numLines(const std::string& text) {

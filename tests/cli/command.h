@@ -1,4 +1,4 @@
-// The command as its users have it: the built program as a child process, with settings and files of its own.
+// The built command as a child process, with its own settings and files.
 //
 //   Command tallow;
 //   Responder responder(...);
@@ -8,6 +8,7 @@
 #include <string>
 #include <vector>
 
+#include "tests/support/http_server.h"
 #include "tests/support/ocsp_builder.h"
 #include "tests/support/pki.h"
 #include "tests/support/process.h"
@@ -16,11 +17,11 @@
 
 namespace testkit {
 
-/// A root that issues everything itself, so that nothing but the responder's certificate needs a CRL.
+/// A root that issues everything, so that only the responder's certificate needs a CRL.
 struct CommandPki {
     Identity root;
-    Identity delegate;  // OCSPSigning and the no-check mark
-    Identity markless;  // OCSPSigning alone: its revocation counts
+    Identity delegate;  // OCSPSigning and no-check
+    Identity markless;  // OCSPSigning without no-check: its revocation is checked
     Identity good, revoked, unknown;
 };
 
@@ -33,26 +34,37 @@ Identity leafWith(const std::vector<std::string>& ocspUrls);
 /// `openssl ocsp` for certs(), signing as `signer`.
 ResponderOptions responderOptions(const Identity& signer = certs().delegate);
 
-/// A response that says "good" about certs().good, signed by certs().delegate; nothing is wrong with it.
+/// A valid response about `identity`, a certificate of `issuer`, signed by certs().delegate.
+ResponseSpec responseAbout(const Identity& identity, EntryStatus status, const Identity& issuer = certs().root);
+/// A valid response that certs().good is good.
 ResponseSpec goodResponse();
+
+/// A server that gives every request the same reply.
+HttpServer serverOf(HttpReply reply);
+HttpServer serverOf(const ResponseSpec& response);
 
 /// The same certificate with a signature algorithm that does not exist.
 Identity withUnknownAlgorithm(Identity identity);
 
+using Arguments = std::vector<std::string>;
+
+/// All of the first, then all of the second.
+Arguments joined(Arguments first, const Arguments& second);
+
 class Command {
 public:
-    /// Trusts nobody and asks nobody until told so; `moreSettings` is TOML behind the table [crypto].
+    /// No trusted root and no responder address by default; `moreSettings` is TOML in and after the table [crypto].
     explicit Command(const std::string& moreSettings = "");
 
-    /// "tallow check --settings (ours) ..." without any root.
-    ProcessResult checkUntrusting(const std::vector<std::string>& arguments) const;
+    /// "tallow check --settings (of this object) ..." without a root.
+    ProcessResult checkUntrusting(const Arguments& arguments) const;
     /// The same with --trust certs().root.
-    ProcessResult check(const std::vector<std::string>& arguments) const;
-    /// "tallow ..." and nothing added.
-    static ProcessResult plain(const std::vector<std::string>& arguments);
+    ProcessResult check(const Arguments& arguments) const;
+    /// "tallow ..." with nothing added.
+    static ProcessResult plain(const Arguments& arguments);
 
-    /// "tallow ... --settings (ours)".
-    ProcessResult with(std::vector<std::string> arguments) const;
+    /// "tallow ... --settings (of this object)".
+    ProcessResult with(Arguments arguments) const;
 
     /// Writes a certificate as PEM and returns its path.
     std::string file(const std::string& name, const Identity& identity) const;
@@ -66,15 +78,17 @@ private:
     std::string root_;
 };
 
-/// Hexadecimal as the command writes it.
+/// Hexadecimal in the form that the command prints.
 std::string upperHex(const Bytes& octets);
 
-/// Arguments, and words of the line that tells what is wrong with them.
+/// Wrong arguments, and words of the line that reports them.
 struct Mistake {
-    std::vector<std::string> arguments;
+    Arguments arguments;
     const char* words;
 };
 
+/// This exit status, and one line on standard error that contains all these words.
+void expectOneLine(const ProcessResult& run, int exitStatus, const std::vector<std::string>& words);
 /// Wrong usage: exit status 64, one line on standard error with these words, nothing on standard output.
 void expectMistake(const ProcessResult& run, const std::string& words);
 

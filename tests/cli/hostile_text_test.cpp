@@ -1,5 +1,5 @@
-// Names in certificates, addresses and file names are anybody's: what drives a terminal or turns the direction of
-// writing never reaches the output raw, and what is no UTF-8 never breaks the JSON.
+// Untrusted names in certificates, addresses and file names: control characters and bidirectional control characters
+// are escaped in the output, and octets that are not UTF-8 leave the JSON valid.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -36,7 +36,7 @@ void expectHarmless(const std::string& text) {
     }
 }
 
-// Replaces the common name by other octets of the same number; the signature over it is then wrong, and nobody asks.
+// Replaces the common name by other octets of the same number; the signature is then wrong, but is not verified here.
 Identity withSubject(const std::string& octets) {
     CertificateSpec spec;
     spec.commonName = std::string(octets.size(), '@');
@@ -47,7 +47,7 @@ Identity withSubject(const std::string& octets) {
     return identity;
 }
 
-TEST(HostileText, InTheSubjectReachesNobodyRaw) {
+TEST(HostileText, InTheSubjectIsEscaped) {
     const Command tallow;
     const std::string url = "http://127.0.0.1:9/";
     const std::string issuer = tallow.file("root.pem", certs().root);
@@ -75,7 +75,7 @@ TEST(HostileText, InTheSubjectReachesNobodyRaw) {
     }
 }
 
-TEST(HostileText, InNamesOfFilesAndAddressesReachesNobodyRaw) {
+TEST(HostileText, InFileNamesAndAddressesIsEscaped) {
     const Command tallow;
     for (const std::string& name : {std::string("a\x1B[2Jb"), std::string("a\nb: good"), std::string("a\xFF\xFE") + "b",
                                     std::string("a") + kOverride + "mep.b"}) {

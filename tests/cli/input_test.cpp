@@ -1,4 +1,4 @@
-// Whatever a person gives the command: one clear line on standard error, the right exit status, no verdict.
+// Unusable input: one clear line on standard error, the right exit status, no verdict.
 #include <gmock/gmock.h>
 
 #include <filesystem>
@@ -10,9 +10,7 @@
 namespace {
 
 using namespace testkit;
-using testing::AllOf;
 using testing::HasSubstr;
-using testing::StartsWith;
 
 constexpr int kExitUsage = 64;
 constexpr int kExitNoAnswer = 3;
@@ -21,7 +19,7 @@ std::string textOf(const Bytes& bytes) {
     return {bytes.begin(), bytes.end()};
 }
 
-TEST(CertificateFile, ThatIsNoneIsToldInOneLineThatNamesIt) {
+TEST(CertificateFile, IsNamedInOneLineWhenItIsUnusable) {
     const Command tallow;
     const std::string pem = certs().good.certificatePem();
     const Bytes& der = certs().good.certificate;
@@ -51,9 +49,7 @@ TEST(CertificateFile, ThatIsNoneIsToldInOneLineThatNamesIt) {
             tallow.file(row.name, row.content);
         }
         const ProcessResult run = tallow.check({"--json", path});
-        EXPECT_EQ(run.exitStatus, kExitNoAnswer);
-        EXPECT_EQ(numLines(run.err), 1U) << run.err;
-        EXPECT_THAT(run.err, AllOf(StartsWith("tallow: " + path + ": "), HasSubstr(row.words), HasSubstr(row.code)));
+        expectOneLine(run, kExitNoAnswer, {"tallow: " + path + ": ", row.words, row.code});
         const auto results = parseResults(run.out);
         ASSERT_EQ(results.size(), 1U);
         EXPECT_EQ(results[0].at("status"), "error");
@@ -61,10 +57,10 @@ TEST(CertificateFile, ThatIsNoneIsToldInOneLineThatNamesIt) {
     }
 }
 
-// What is given beside the certificates belongs to the whole run: nobody is asked when it is of no use.
-TEST(OptionFile, ThatIsOfNoUseIsWrongUsage) {
+// Options apply to the whole run: no responder is asked when a file of theirs is unusable.
+TEST(OptionFile, IsWrongUsageWhenItIsUnusable) {
     const Command tallow;
-    const HttpServer server([](const HttpRequest&) { return HttpReply{}; });
+    const HttpServer server = serverOf(HttpReply{});
     const std::string leaf = tallow.file("leaf.pem", certs().good);
     const std::string key = tallow.file("key.pem", certs().good.key.pem());
     const std::string missing = tallow.folder().file("missing");
@@ -87,7 +83,7 @@ TEST(OptionFile, ThatIsOfNoUseIsWrongUsage) {
     EXPECT_EQ(server.requests().size(), 0U);
 }
 
-TEST(CommandLine, ThatIsWrongIsToldInOneLine) {
+TEST(CommandLine, ReportsMistakesInOneLine) {
     const Command tallow;
     const std::string leaf = tallow.file("leaf.pem", certs().good);
     for (const Mistake& row : {
@@ -112,7 +108,7 @@ TEST(CommandLine, ThatIsWrongIsToldInOneLine) {
     }
 }
 
-TEST(CommandLine, AnswersHelpAndVersionOnStandardOutput) {
+TEST(CommandLine, PrintsHelpAndVersionOnStandardOutput) {
     for (const auto& [arguments, words] : {std::pair(std::vector<std::string>{"--help"}, "check"),
                                            std::pair(std::vector<std::string>{"--version"}, "0."),
                                            std::pair(std::vector<std::string>{"check", "--help"}, "Exit status"),
@@ -124,7 +120,7 @@ TEST(CommandLine, AnswersHelpAndVersionOnStandardOutput) {
     }
 }
 
-TEST(Settings, ThatAreBrokenNameLineAndColumnBeforeAnythingIsAsked) {
+TEST(Settings, NameLineAndColumnOfAMistakeBeforeAResponderIsAsked) {
     const Command tallow;
     const std::string leaf = tallow.file("leaf.pem", certs().good);
     struct Row {
@@ -138,10 +134,7 @@ TEST(Settings, ThatAreBrokenNameLineAndColumnBeforeAnythingIsAsked) {
         const std::string settings = tallow.file("broken.toml", std::string(row.content));
         const ProcessResult run =
             Command::plain({"check", "--settings", settings, "--url", "http://127.0.0.1:9/", leaf});
-        SCOPED_TRACE(run.err);
-        EXPECT_EQ(run.exitStatus, row.exitStatus);
-        EXPECT_EQ(numLines(run.err), 1U);
-        EXPECT_THAT(run.err, HasSubstr(settings + row.place));
+        expectOneLine(run, row.exitStatus, {settings + row.place});
     }
 }
 

@@ -5,27 +5,6 @@
 
 namespace testkit {
 
-std::vector<std::map<std::string, std::string>> parseResults(const std::string& json) {
-    const nlohmann::json document = nlohmann::json::parse(json);  // refuses what is no UTF-8, and text behind the end
-    if (document.size() != 1) {
-        throw std::runtime_error("more than the list of certificates: " + json);
-    }
-    std::vector<std::map<std::string, std::string>> results;
-    for (const nlohmann::json& certificate : document.at("certificates")) {
-        std::map<std::string, std::string>& fields = results.emplace_back();
-        for (const auto& [name, value] : certificate.items()) {
-            if (name != "error") {
-                fields[name] = value.get<std::string>();
-                continue;
-            }
-            for (const auto& [part, text] : value.items()) {
-                fields["error." + part] = text.get<std::string>();
-            }
-        }
-    }
-    return results;
-}
-
 namespace {
 
 void flatten(const nlohmann::json& value, const std::string& path, std::map<std::string, std::string>& texts) {
@@ -34,9 +13,7 @@ void flatten(const nlohmann::json& value, const std::string& path, std::map<std:
         return;
     }
     for (const auto& [name, part] : value.items()) {
-        std::string partPath = path.empty() ? "" : path + ".";
-        partPath += name;
-        flatten(part, partPath, texts);
+        flatten(part, path.empty() ? name : path + "." + name, texts);
     }
 }
 
@@ -44,8 +21,20 @@ void flatten(const nlohmann::json& value, const std::string& path, std::map<std:
 
 std::map<std::string, std::string> parseTree(const std::string& json) {
     std::map<std::string, std::string> texts;
-    flatten(nlohmann::json::parse(json), "", texts);
+    flatten(nlohmann::json::parse(json), "", texts);  // rejects invalid UTF-8, and text after the document
     return texts;
+}
+
+std::vector<std::map<std::string, std::string>> parseResults(const std::string& json) {
+    const nlohmann::json document = nlohmann::json::parse(json);
+    if (document.size() != 1) {
+        throw std::runtime_error("more than the list of certificates: " + json);
+    }
+    std::vector<std::map<std::string, std::string>> results;
+    for (const nlohmann::json& certificate : document.at("certificates")) {
+        flatten(certificate, "", results.emplace_back());
+    }
+    return results;
 }
 
 }  // namespace testkit

@@ -1,5 +1,5 @@
-// What the command's own rules make of responses that a responder with the right to answer has signed, received and
-// stored. The policy leaves the time of production to these rules.
+// The command's own rules for responses of an authorised responder, received and stored. The policy leaves the time of
+// production to these rules.
 #include <gmock/gmock.h>
 
 #include <algorithm>
@@ -61,7 +61,7 @@ Bytes produced(long producedAt, long thisUpdate) {
     });
 }
 
-// The basic response of a good response with octets behind it, in a message as it should be.
+// A good response with octets after the basic response, inside the OCTET STRING.
 Bytes withOctetsInside() {
     const Bytes basic = responseWith([](ResponseSpec& spec) { spec.bare = true; });
     return tlv::sequence(
@@ -69,7 +69,7 @@ Bytes withOctetsInside() {
                                                             tlv::octetString(concat({basic, tlv::null()}))}))});
 }
 
-// A failure with the body of a good response.
+// A failed response status with the body of a good response.
 Bytes withStatus(unsigned char status) {
     Bytes response = buildResponse(goodResponse());
     const Bytes successful{0x0A, 0x01, 0x00};
@@ -118,7 +118,7 @@ std::vector<Row> rows() {
         {"good beside revoked", entries({entryOn(certs().revoked, revoked), leaf(good)}), 0, ""},
         {"good beside stale", entries({leaf(good), stale(leaf(good, kSha256Oid))}), 3, "entry: number 2: nextUpdate "},
         {"unknown hash", entries({leafWithUnknownHash(good), leaf(good)}), 0, ""},
-        {"unknown hash alone", entries({leafWithUnknownHash(good)}), 3, "entry: "},
+        {"only an unknown hash", entries({leafWithUnknownHash(good)}), 3, "entry: "},
         {"unknown hash, revoked", entries({leaf(good), leafWithUnknownHash(revoked)}), 3,
          "entry: number 2: it has the serial number"},
         {"unrequested historical marker", entries({historical}), 3, "nextUpdate "},
@@ -127,7 +127,7 @@ std::vector<Row> rows() {
         {"produced tomorrow", produced(kDay, -60), 3, "producedAt "},
         {"thisUpdate ahead", produced(170, 3000), 3, "thisUpdate "},
         {"thisUpdate after producedAt", produced(-600, -60), 3, "is later than producedAt"},
-        {"octets behind", responseWith([](ResponseSpec& s) { s.trailing = tlv::null(); }), 3,
+        {"octets after", responseWith([](ResponseSpec& s) { s.trailing = tlv::null(); }), 3,
          "octets follow the response"},
         {"octets inside", withOctetsInside(), 3, "octets follow the basic response"},
         {"version 1 in words", responseWith([](ResponseSpec& spec) { spec.version = 0; }), 0, ""},
@@ -135,14 +135,14 @@ std::vector<Row> rows() {
         {"delegate of another trusted CA",
          responseWith([](ResponseSpec& spec) { spec.signer = delegateOfOtherRoot(); }), 3, "0x800B0110"},
     };
-    for (unsigned char status = 1; status <= 6; ++status) {
+    for (const unsigned char status : {1, 6}) {
         all.push_back({"failed", withStatus(status), 3, "response status: "});
     }
     return all;
 }
 
-// Received or stored, asked about by certificate or by identifier: the same verdict.
-TEST(Rules, GiveTheStrictestVerdictThatAResponseAllows) {
+// Received or stored, by certificate or by identifier: the same verdict.
+TEST(ResponseRules, GiveTheStrictestVerdictThatAResponseAllows) {
     const Command tallow(kWithoutAccuracy);
     const std::string root = tallow.file("root.pem", certs().root.certificatePem() + otherRoot().certificatePem());
     const std::string issuer = tallow.file("issuer.pem", certs().root);
@@ -151,7 +151,7 @@ TEST(Rules, GiveTheStrictestVerdictThatAResponseAllows) {
     ASSERT_EQ(tallow.with({"request", "--no-nonce", "--issuer", issuer, "-o", request, file}).exitStatus, 0);
     for (const Row& row : rows()) {
         SCOPED_TRACE(row.name);
-        const HttpServer server([&row](const HttpRequest&) { return HttpReply{.body = row.response}; });
+        const HttpServer server = serverOf(HttpReply{.body = row.response});
         const std::string response = tallow.file("response.der", row.response);
         for (const ProcessResult& run : {tallow.check({"--trust", root, "--no-nonce", "--url", server.url(), file}),
                                          tallow.with({"verify", "--trust", root, "--cert", file, response}),
@@ -162,8 +162,8 @@ TEST(Rules, GiveTheStrictestVerdictThatAResponseAllows) {
     }
 }
 
-// `check` never asks about an earlier state, but a request that `verify` is given may.
-TEST(Rules, LetOnlyARequestedHistoryBeOld) {
+// `check` never asks about an earlier state, but a request given to `verify` may.
+TEST(ResponseRules, AcceptOldEntriesOnlyWhenHistoryWasRequested) {
     const Command tallow;
     const std::string root = tallow.file("root.pem", certs().root);
     const ExtensionSpec marker{kHistoricalRequestOid, true, tlv::sequence(std::vector<Bytes>())};
@@ -181,33 +181,9 @@ TEST(Rules, LetOnlyARequestedHistoryBeOld) {
     const std::string file = tallow.file("leaf.pem", certs().good);
     for (const auto& [request, response, exitStatus] :
          {std::tuple(plain, marked, 3), std::tuple(asking, unmarked, 3), std::tuple(asking, marked, 0)}) {
-        const std::vector<std::string> verify{"verify", "--trust", root, "--request", request, response};
+        const Arguments verify{"verify", "--trust", root, "--request", request, response};
         EXPECT_EQ(tallow.with(verify).exitStatus, exitStatus) << request << response;
-        std::vector<std::string> byCertificate = verify;
-        byCertificate.insert(byCertificate.end(), {"--cert", file});
-        EXPECT_EQ(tallow.with(byCertificate).exitStatus, exitStatus) << request << response;
-    }
-}
-
-TEST(Rules, CompareTheWholeNonce) {
-    const Command tallow;
-    const std::string file = tallow.file("leaf.pem", certs().good);
-    struct NonceRow {
-        std::size_t size;
-        int exitStatus;
-    };
-    for (const NonceRow& row : {NonceRow{8, 0}, {7, 3}, {9, 3}, {0, 3}}) {
-        SCOPED_TRACE(row.size);
-        const HttpServer server([&row](const HttpRequest& request) {
-            constexpr std::size_t kDefaultSize = 8;
-            const Bytes head = concat({tlv::oid(kNonceOid), {0x04, 0x0A, 0x04, 0x08}});
-            const auto at = std::search(request.body.begin(), request.body.end(), head.begin(), head.end());
-            Bytes nonce(at + static_cast<long>(head.size()), at + static_cast<long>(head.size() + kDefaultSize));
-            nonce.resize(row.size);
-            return HttpReply{.body =
-                                 responseWith([&](ResponseSpec& spec) { spec.extensions = {nonceExtension(nonce)}; })};
-        });
-        EXPECT_EQ(tallow.check({"--nonce", "--url", server.url(), file}).exitStatus, row.exitStatus);
+        EXPECT_EQ(tallow.with(joined(verify, {"--cert", file})).exitStatus, exitStatus) << request << response;
     }
 }
 

@@ -1,4 +1,4 @@
-// `send` to a real responder and to servers that answer otherwise.
+// `send` to a real responder and to faulty servers.
 #include <gmock/gmock.h>
 
 #include <filesystem>
@@ -14,13 +14,13 @@ using testing::AllOf;
 using testing::HasSubstr;
 using testing::StartsWith;
 
-TEST(Send, HandsTheOctetsOverAsTheyAreAndKeepsTheAnswer) {
+TEST(Send, SendsTheOctetsUnchangedAndWritesTheResponse) {
     const Command tallow;
     const Bytes id = certIdOf(certs().good, certs().root).encode();
-    // A length longer than need be: built anew, it would be another message.
+    // A length in more octets than needed: encoded anew, the message would differ.
     const Bytes request = tlv::sequence({tlv::rawLongLength(0x30, tlv::sequence({tlv::sequence({id})}), 4)});
     const Bytes answer = buildResponse(goodResponse());
-    const HttpServer server([&answer](const HttpRequest&) { return HttpReply{.body = answer}; });
+    const HttpServer server = serverOf(HttpReply{.body = answer});
     const std::string output = tallow.folder().file("response.der");
     const ProcessResult run =
         tallow.with({"send", "--url", server.url(), "-o", output, tallow.file("request.der", request)});
@@ -31,7 +31,7 @@ TEST(Send, HandsTheOctetsOverAsTheyAreAndKeepsTheAnswer) {
     EXPECT_EQ(readFile(output), answer);
 }
 
-TEST(Send, BringsWhatVerifyThenProves) {
+TEST(Send, WritesAResponseThatVerifyAccepts) {
     const Command tallow;
     const Responder responder(responderOptions());
     const std::string request = tallow.folder().file("request.der");
@@ -48,7 +48,7 @@ TEST(Send, BringsWhatVerifyThenProves) {
     EXPECT_THAT(run.out, AllOf(HasSubstr(": good\n"), HasSubstr(": revoked since ")));
 }
 
-TEST(Send, TellsWhatCameAndThatItIsNoSuccess) {
+TEST(Send, ReportsAFailureAndWhatWasReceived) {
     const Command tallow;
     const std::string request = tallow.folder().file("request.der");
     ASSERT_EQ(tallow
@@ -65,30 +65,25 @@ TEST(Send, TellsWhatCameAndThatItIsNoSuccess) {
                            Row{{.body = bytesOf("garbage")}, "no OCSP response, 7 octets\n", "0x8009310"},
                            Row{{.body = buildResponse(goodResponse())}, "successful, ", "0xC2110120"},
                            Row{{.status = 500}, "", "HTTP status 500"}}) {
-        const HttpServer server([&row](const HttpRequest&) { return row.reply; });
+        const HttpServer server = serverOf(row.reply);
         const std::string output = tallow.folder().file("response.der");
         std::filesystem::remove(output);
         const ProcessResult run = tallow.with({"send", "--url", server.url(), "-o", output, request});
-        SCOPED_TRACE(run.out + run.err);
-        EXPECT_EQ(run.exitStatus, 3);
-        EXPECT_EQ(numLines(run.err), 1U);
-        EXPECT_THAT(run.err, HasSubstr(row.err));
+        expectOneLine(run, 3, {row.err});
         EXPECT_THAT(run.out, StartsWith(*row.out == '\0' ? "" : server.url() + ": " + row.out));
         EXPECT_EQ(std::filesystem::exists(output), *row.out != '\0');
     }
 }
 
-TEST(Send, WantsARequestAndAnAddress) {
+TEST(Send, RequiresARequestAndAnAddress) {
     const Command tallow;
-    const HttpServer server([](const HttpRequest&) { return HttpReply{}; });
+    const HttpServer server = serverOf(HttpReply{});
     const std::string response = tallow.file("response.der", buildResponse(goodResponse()));
     for (const Mistake& row : {Mistake{{response}, "--url"}, Mistake{{"--url", server.url()}, "REQUEST"},
                                Mistake{{"--url", server.url(), response}, "no request"},
                                Mistake{{"--url", server.url(), "missing"}, "No such file"},
                                Mistake{{"--url", server.url(), "-o", "no/folder", response}, "cannot be written"}}) {
-        std::vector<std::string> arguments = row.arguments;
-        arguments.insert(arguments.begin(), "send");
-        expectMistake(tallow.with(arguments), row.words);
+        expectMistake(tallow.with(joined({"send"}, row.arguments)), row.words);
     }
     EXPECT_TRUE(server.requests().empty());
 }

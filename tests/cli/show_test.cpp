@@ -1,4 +1,4 @@
-// What `show` tells of messages that openssl made, of built ones, and of hostile ones.
+// `show` on messages made by openssl, on built ones, and on hostile ones.
 #include <gmock/gmock.h>
 
 #include "tests/cli/command.h"
@@ -32,8 +32,8 @@ Fields shown(const std::string& file) {
     return parseTree(run.out);
 }
 
-// Each word that stands behind the label.
-std::vector<std::string> wordsBehind(const std::string& text, const std::string& label) {
+// Each word that follows the label.
+std::vector<std::string> wordsAfter(const std::string& text, const std::string& label) {
     std::vector<std::string> words;
     for (auto at = text.find(label); at != std::string::npos; at = text.find(label, at + 1)) {
         const auto begin = at + label.size();
@@ -42,7 +42,7 @@ std::vector<std::string> wordsBehind(const std::string& text, const std::string&
     return words;
 }
 
-TEST(Show, TellsOfARequestWhatOpensslTells) {
+TEST(Show, PrintsTheSameFieldsOfARequestAsOpenssl) {
     const Command tallow;
     const std::string path = tallow.folder().file("request.der");
     const std::string signer = tallow.file("signer.pem", certs().good);
@@ -54,10 +54,10 @@ TEST(Show, TellsOfARequestWhatOpensslTells) {
               0);
     const std::string text = run({"openssl", "ocsp", "-reqin", path, "-req_text"}).out;
     const Fields fields = shown(path);
-    const auto serials = wordsBehind(text, "Serial Number: ");
-    const auto names = wordsBehind(text, "Issuer Name Hash: ");
-    const auto keys = wordsBehind(text, "Issuer Key Hash: ");
-    const auto hashes = wordsBehind(text, "Hash Algorithm: ");
+    const auto serials = wordsAfter(text, "Serial Number: ");
+    const auto names = wordsAfter(text, "Issuer Name Hash: ");
+    const auto keys = wordsAfter(text, "Issuer Key Hash: ");
+    const auto hashes = wordsAfter(text, "Hash Algorithm: ");
     ASSERT_GE(serials.size(), 2U);
     for (std::size_t i = 0; i < 2; ++i) {
         const std::string at = "OCSPRequest.requestList." + std::to_string(i) + ".reqCert.";
@@ -92,7 +92,7 @@ Bytes explicitTime(unsigned number, const std::string& text) {
     return tlv::context(number, tlv::generalizedTime(text));
 }
 
-// One response with all that a response may hold.
+// A response with every field.
 ResponseSpec fullResponse() {
     ResponseSpec spec(certs().delegate);
     spec.version = 0;
@@ -166,7 +166,7 @@ TEST(Show, NamesEveryFieldAndExtensionOfAResponse) {
                                 HasSubstr("          crlUrl: http://crl.example/1\n")));
 }
 
-// The decoders take lengths that are longer than need be; the walk for what they do not hand out has to follow.
+// The decoders accept lengths in more octets than needed, so must the reader of further fields.
 TEST(Show, FollowsLongLengthsAndUnusualNames) {
     const Command tallow;
     const Bytes id = certIdOf(certs().good, certs().root).encode();
@@ -178,8 +178,8 @@ TEST(Show, FollowsLongLengthsAndUnusualNames) {
     expectIn(fields, {{"OCSPRequest.version", "02"}, {"OCSPRequest.requestorName", "URI: http://requestor.example/"}});
 }
 
-// A NUL ends nothing, and octets that are no text are not left out.
-TEST(Show, ShowsNamesWhole) {
+// A NUL does not end a name, invalid octets are not left out, and special characters are escaped.
+TEST(Show, PrintsNamesCompletely) {
     const Command tallow;
     const auto nameOf = [](const Bytes& value) {
         return tlv::sequence({tlv::raw(0x31, tlv::sequence({tlv::oid("2.5.4.3"), value}))});
@@ -217,7 +217,7 @@ TEST(Show, ShowsNamesWhole) {
                       {at + "4.certificateIssuer.2", "directoryName: CN=\\ \\;"}});
 }
 
-TEST(Show, ShowsRefusalsForeignAnswersAndBareOnes) {
+TEST(Show, PrintsFailuresForeignTypesAndBareResponses) {
     const Command tallow;
     ResponseSpec bare = goodResponse();
     bare.bare = true;
@@ -238,7 +238,7 @@ TEST(Show, ShowsRefusalsForeignAnswersAndBareOnes) {
     }
 }
 
-TEST(Show, NeutralisesHostileTextAndRefusesWhatIsNoMessageInOneLine) {
+TEST(Show, EscapesHostileTextAndRejectsOtherFilesInOneLine) {
     const Command tallow;
     ResponseSpec spec = goodResponse();
     spec.entries[0].extensions = {{"1.3.6.1.5.5.7.48.1.3", false,

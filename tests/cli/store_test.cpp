@@ -1,4 +1,4 @@
-// `store` on folders of its own: what it adds the library trusts, what it removes no longer.
+// `store` on temporary directories: the library trusts what is added, until it is removed.
 #include <gmock/gmock.h>
 #include <sys/stat.h>
 
@@ -20,7 +20,7 @@ std::string thumbprint(const Identity& identity) {
     return upperHex(digest(kSha1Oid, identity.certificate));
 }
 
-TEST(Store, GivesTheLibraryWhatIsAddedUntilItIsRemoved) {
+TEST(Store, IsUsedByTheLibraryUntilAnItemIsRemoved) {
     const Command tallow;
     const Responder responder(responderOptions(certs().markless));
     const std::string root = tallow.file("root.pem", certs().root);
@@ -30,19 +30,19 @@ TEST(Store, GivesTheLibraryWhatIsAddedUntilItIsRemoved) {
         const ProcessResult run = tallow.with({"store", "add", store, file});
         EXPECT_EQ(run.exitStatus, 0) << run.err;
     }
-    EXPECT_EQ(checkGood(tallow, responder.url()), 0);  // which takes both: this responder has no mark
+    EXPECT_EQ(checkGood(tallow, responder.url()), 0);  // both are needed: this responder is without no-check
     EXPECT_THAT(tallow.with({"store", "list", "ROOT"}).out,
                 AllOf(HasSubstr(thumbprint(certs().root)), HasSubstr("CN=command root")));
     const std::string listed = tallow.with({"store", "list", "CA"}).out;
     EXPECT_THAT(listed, HasSubstr("CRL of CN=command root"));
-    EXPECT_EQ(numLines(listed), 2U) << "the second time it was there already";
+    EXPECT_EQ(numLines(listed), 2U) << "added twice, stored once";
     EXPECT_EQ(tallow.with({"store", "remove", "ROOT", thumbprint(certs().root)}).exitStatus, 0);
     EXPECT_EQ(checkGood(tallow, responder.url()), 3);
     EXPECT_EQ(tallow.with({"store", "remove", "CA", crl}).exitStatus, 0);
     EXPECT_EQ(tallow.with({"store", "list", "CA"}).out, "");
 }
 
-TEST(Store, IsTheUsersOrTheMachinesWhereTheSettingsOrTheHomeSay) {
+TEST(Store, IsInTheDirectoryOfTheUserOrTheMachine) {
     const Command tallow;
     const std::string root = tallow.file("root.pem", certs().root);
     const std::string name = thumbprint(certs().root) + ".der";
@@ -56,15 +56,15 @@ TEST(Store, IsTheUsersOrTheMachinesWhereTheSettingsOrTheHomeSay) {
     EXPECT_TRUE(std::filesystem::exists(tallow.folder().file("data/tallow/stores/CA/" + name)));
 }
 
-// A root that others can write is no root, and whoever wonders why nothing is trusted is told.
-TEST(Store, DoesNotCountWhereOthersMayWrite) {
+// A root that others can write is not trusted, and `check` reports that as a possible cause.
+TEST(Store, IsIgnoredWhereOthersCanWrite) {
     const Command tallow;
     const Responder responder(responderOptions(certs().markless));
     tallow.with({"store", "add", "CA", tallow.file("root.crl", makeCrl(certs().root, {}))});
     const mode_t before = ::umask(0);
     tallow.with({"store", "add", "ROOT", tallow.file("root.pem", certs().root)});
     ::umask(before);
-    EXPECT_EQ(checkGood(tallow, responder.url()), 0) << "whatever the umask of whoever added it";
+    EXPECT_EQ(checkGood(tallow, responder.url()), 0) << "independent of the umask";
     const std::string roots = tallow.folder().file("user/ROOT");
     ASSERT_EQ(::chmod(roots.c_str(), 0777), 0);
     const ProcessResult check =
@@ -84,8 +84,8 @@ TEST(Store, DoesNotCountWhereOthersMayWrite) {
     EXPECT_FALSE(std::filesystem::exists("stores"));
 }
 
-// What somebody keeps together is not torn apart, and what is of no use is told and left alone.
-TEST(Store, ListsFilesThatPeoplePutThereAndLeavesMixedOnesAlone) {
+// Files with several certificates are kept whole, and unusable files are reported.
+TEST(Store, ListsOtherFilesAndKeepsMixedOnes) {
     const Command tallow;
     tallow.file("user/CA/bundle.pem", certs().good.certificatePem() + certs().root.certificatePem());
     tallow.file("user/CA/notes.txt", std::string("no certificate"));
@@ -100,7 +100,7 @@ TEST(Store, ListsFilesThatPeoplePutThereAndLeavesMixedOnesAlone) {
     EXPECT_FALSE(std::filesystem::exists(tallow.folder().file("user/CA/bundle.pem")));
 }
 
-TEST(Store, RefusesWhatCannotBeUsedInOneLine) {
+TEST(Store, ReportsUnusableInputInOneLine) {
     const Command tallow;
     const std::string leaf = tallow.file("leaf.pem", certs().good);
     const std::string key = tallow.file("key.pem", certs().good.key.pem());

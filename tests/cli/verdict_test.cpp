@@ -1,4 +1,4 @@
-// What is printed, where, and with which exit status, when responders answer as they should.
+// Output and exit status of `check` with healthy responders.
 #include <gmock/gmock.h>
 
 #include "tests/cli/command.h"
@@ -18,7 +18,7 @@ using testing::StartsWith;
 
 constexpr const char* kIso8601 = "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z";
 
-TEST(Verdict, StandsFirstOnStandardOutputAndInTheExitStatus) {
+TEST(Verdict, IsPrintedFirstAndDecidesTheExitStatus) {
     const Command tallow;
     const Responder responder(responderOptions());
     struct Row {
@@ -40,7 +40,7 @@ TEST(Verdict, StandsFirstOnStandardOutputAndInTheExitStatus) {
     }
 }
 
-TEST(Verdict, OfAListTakesTheWorstByItsPrecedence) {
+TEST(Verdict, OfAListIsTheMostSevere) {
     const Command tallow;
     const Responder responder(responderOptions());
     const std::string good = tallow.file("good.pem", certs().good);
@@ -66,7 +66,7 @@ TEST(Verdict, OfAListTakesTheWorstByItsPrecedence) {
     }
 }
 
-TEST(Verdict, AsJsonHasEveryFieldThatAppliesAndNoOther) {
+TEST(Verdict, AsJsonHasExactlyTheFieldsThatApply) {
     const Command tallow;
     const Responder responder(responderOptions());
     const ProcessResult run = tallow.check({"--json", "--url", responder.url(), tallow.file("good", certs().good),
@@ -86,22 +86,8 @@ TEST(Verdict, AsJsonHasEveryFieldThatAppliesAndNoOther) {
                                         Pair("file", EndsWith("none")), Pair("status", "error")));
 }
 
-TEST(Verdict, LeavesOutTheRevocationReasonAndNextUpdateThatNobodyStated) {
-    const Command tallow;
-    ResponderOptions options = responderOptions();
-    options.index[1].reason = "";
-    options.arguments.clear();
-    const Responder responder(options);
-    const ProcessResult run =
-        tallow.check({"--json", "--url", responder.url(), tallow.file("revoked.der", certs().revoked.certificate)});
-    EXPECT_EQ(run.exitStatus, 1);
-    EXPECT_THAT(parseResults(run.out),
-                ElementsAre(ElementsAre(Key("file"), Key("producedAt"), Key("responder"), Key("revocationTime"),
-                                        Key("serial"), Pair("status", "revoked"), Key("subject"), Key("thisUpdate"))));
-}
-
-// An answer that nobody received must not end in success.
-TEST(Verdict, ThatCannotBeWrittenIsNotGood) {
+// A result that was not written must not end with success.
+TEST(Verdict, IsNotGoodWhenItCannotBeWritten) {
     const Command tallow;
     const Responder responder(responderOptions());
     for (const auto& [certificate, exitStatus] : {std::pair(certs().good, 3), std::pair(certs().revoked, 1)}) {

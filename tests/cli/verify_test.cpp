@@ -1,4 +1,4 @@
-// `verify` on responses that were kept, real and made, without any network.
+// `verify` on stored responses, real and made, without any network.
 #include <gmock/gmock.h>
 
 #include "tests/cli/command.h"
@@ -10,15 +10,11 @@ namespace {
 
 using namespace testkit;
 
-using Arguments = std::vector<std::string>;
-
-ProcessResult verify(const Command& tallow, Arguments arguments) {
-    arguments.insert(arguments.begin(), {"verify", "--json", "--trust", tallow.file("root.pem", certs().root)});
-    return tallow.with(arguments);
+ProcessResult verify(const Command& tallow, const Arguments& arguments) {
+    return tallow.with(joined({"verify", "--json", "--trust", tallow.file("root.pem", certs().root)}, arguments));
 }
 
-// Everything that `check` proved is proven again from what it kept.
-TEST(Verify, GivesTheVerdictOfTheCheckThatKeptTheResponse) {
+TEST(Verify, GivesTheVerdictOfTheCheckThatSavedTheResponse) {
     const Command tallow;
     const Responder responder(responderOptions());
     const std::string issuer = tallow.file("issuer.pem", certs().root);
@@ -53,51 +49,33 @@ TEST(Verify, GivesTheVerdictOfTheCheckThatKeptTheResponse) {
             EXPECT_EQ(results[0].at("responder"), "CN=responder");
             EXPECT_EQ(results[0].count("revocationTime"), expected.count("revocationTime"));
         }
-        // The nonce of one request is not that of another about the same certificate.
+        // Another request about the same certificate has another nonce.
         const ProcessResult other = verify(tallow, {"--request", otherRequest, response});
         EXPECT_EQ(other.exitStatus, 3);
         EXPECT_EQ(parseResults(other.out).at(0).at("error.code"), "0xC2110120");
     }
 }
 
-TEST(Verify, RefusesWhatIsTamperedStaleOrNotTheResponders) {
+TEST(Verify, RejectsTamperedAndStaleResponses) {
     const Command tallow;
-    const auto changed = [](const std::function<void(ResponseSpec&)>& change) {
-        ResponseSpec spec = goodResponse();
-        change(spec);
-        return buildResponse(spec);
-    };
-    const Bytes good = changed([](ResponseSpec&) {});
-    struct Row {
-        const char* name;
-        Bytes response;
-        const char* code;
-    };
-    for (const Row& row : {
-             Row{"signature", changed([](auto& s) { s.corruptSignature = true; }), "0x80092004"},
-             Row{"stale and revoked", changed([](auto& s) {
-                     s.entries[0].status = EntryStatus::kRevoked;
-                     s.entries[0].nextUpdate = generalizedTimeText(-30);
-                 }),
-                 "0xC2110122"},
-             Row{"no entry", changed([](auto& s) { s.entries.clear(); }), "0xC2110125"},
-             Row{"half", Bytes(good.begin(), good.begin() + 200), "0x80093101"},
-             Row{"empty", Bytes(), "0x8007000D"},
-         }) {
-        SCOPED_TRACE(row.name);
-        const ProcessResult run = verify(tallow, {tallow.file("response.der", row.response)});
-        SCOPED_TRACE(run.err);
-        EXPECT_EQ(run.exitStatus, 3);
-        EXPECT_EQ(numLines(run.err), 1U);
+    ResponseSpec tampered = goodResponse();
+    tampered.corruptSignature = true;
+    ResponseSpec stale = responseAbout(certs().good, EntryStatus::kRevoked);
+    stale.entries[0].nextUpdate = generalizedTimeText(-30);
+    for (const auto& [response, code] :
+         {std::pair(buildResponse(tampered), "0x80092004"), std::pair(buildResponse(stale), "0xC2110122"),
+          std::pair(bytesOf("garbage"), "0x80093101"), std::pair(Bytes(), "0x8007000D")}) {
+        const ProcessResult run = verify(tallow, {tallow.file("response.der", response)});
+        expectOneLine(run, 3, {code});
         const auto results = parseResults(run.out);
         ASSERT_EQ(results.size(), 1U);
         EXPECT_EQ(results[0].at("status"), "error");
-        EXPECT_EQ(results[0].at("error.code"), row.code);
+        EXPECT_EQ(results[0].at("error.code"), code);
         EXPECT_EQ(results[0].count("thisUpdate"), 0U);
     }
 }
 
-TEST(Verify, JudgesEachEntryForItself) {
+TEST(Verify, ReportsEachEntry) {
     const Command tallow;
     ResponseSpec spec = goodResponse();
     spec.entries.emplace_back(certIdOf(certs().unknown, certs().root), EntryStatus::kUnknown);
@@ -128,16 +106,16 @@ TEST(Verify, JudgesEachEntryForItself) {
     EXPECT_EQ(late.exitStatus, 3);
     EXPECT_THAT(late.err, testing::HasSubstr("entry: the certificate expired on 20"));
     spec.entries[0].status = EntryStatus::kRevoked;
-    const HttpServer server([&](const HttpRequest&) { return HttpReply{.body = buildResponse(spec)}; });
+    const HttpServer server = serverOf(spec);
     const std::string revoked = tallow.file("revoked.der", buildResponse(spec));
     EXPECT_EQ(verify(tallow, {"--cert", tallow.folder().file("expired.pem"), "--issuer", issuer, revoked}).exitStatus,
               1);
     EXPECT_EQ(tallow.check({"--no-nonce", "--url", server.url(), tallow.folder().file("expired.pem")}).exitStatus, 1);
 }
 
-TEST(Verify, AsksNobodyAndTakesCrlsFromFiles) {
+TEST(Verify, UsesNoNetworkAndTakesCrlsFromFiles) {
     const Command tallow;
-    const HttpServer server([](const HttpRequest&) { return HttpReply{.body = makeCrl(certs().root, {})}; });
+    const HttpServer server = serverOf(HttpReply{.body = makeCrl(certs().root, {})});
     CertificateSpec signer;
     signer.commonName = "delegate with addresses";
     signer.extendedKeyUsage = "OCSPSigning";
@@ -155,7 +133,7 @@ TEST(Verify, AsksNobodyAndTakesCrlsFromFiles) {
     EXPECT_TRUE(server.requests().empty());
 }
 
-TEST(Verify, WantsWhatIsGivenBesideTheResponseToBeOfUse) {
+TEST(Verify, ReportsUnusableOptionFiles) {
     const Command tallow;
     const std::string response = tallow.file("response.der", buildResponse(goodResponse()));
     const std::string leaf = tallow.file("leaf.pem", leafWith({}));
