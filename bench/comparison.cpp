@@ -26,7 +26,7 @@ bool ComparisonReporter::ReportContext(const Context& context) {
     return true;
 }
 
-// Of several repetitions the fastest counts: what else the machine does only adds.
+// The fastest repetition counts: other load only adds time.
 void ComparisonReporter::ReportRuns(const std::vector<Run>& runs) {
     for (const Run& run : runs) {
         const std::string name = run.benchmark_name().substr(0, run.benchmark_name().find("/repeats:"));

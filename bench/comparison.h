@@ -13,13 +13,13 @@
 
 namespace bench {
 
-/// The contender that all others of a task are measured against.
+/// The contender that all others of a task are compared with.
 inline constexpr const char* kOpenssl = "OpenSSL";
 
 /// Registers `action` as one way to do `task`.
 void addContender(const std::string& task, const std::string& contender, std::function<void()> action);
 
-/// Collects the runs, and prints a line a task: the time of OpenSSL, then time and ratio of each other contender.
+/// Collects the runs, and prints a line for each task: the time of OpenSSL, then time and ratio of the others.
 class ComparisonReporter : public benchmark::BenchmarkReporter {
 public:
     bool ReportContext(const Context& context) override;

@@ -1,4 +1,4 @@
-// Reading: responses of several sizes until every entry's identifier, status and times can be had, and certificates.
+// Decoding: responses of several sizes until identifier, status and times of every entry are available; certificates.
 #include <string>
 
 #include "asn1rt/decode.h"

@@ -1,5 +1,4 @@
-// The bytes that all contenders work on: a root, a certificate under it, a responder of its own, and responses about
-// them, made once.
+// The bytes that all contenders use: a root, a certificate under it, a delegated responder, and responses, made once.
 #pragma once
 
 #include "foundation/blob.h"
@@ -12,7 +11,7 @@ namespace bench {
 struct Material {
     testkit::Identity root;       // RSA, trusted by the settings below
     testkit::Identity leaf;       // asked about
-    testkit::Identity responder;  // RSA, entitled by the root, not to be checked for revocation
+    testkit::Identity responder;  // RSA, delegated by the root, with no-check
 
     /// Made on first use, and put into the settings in force as the only trusted root.
     static const Material& shared();

@@ -1,4 +1,4 @@
-// Owners of OpenSSL's OCSP objects, and its readers with a check of what came out.
+// Owners of OpenSSL's OCSP objects, and its decoders with a check of the result.
 #pragma once
 
 #include <openssl/ocsp.h>

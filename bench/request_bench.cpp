@@ -1,4 +1,4 @@
-// Asking: identifiers, and requests with a fresh nonce.
+// Requests: identifiers, and requests with a new nonce.
 #include <vector>
 
 #include "asn1/algorithms/big_integer.h"

@@ -1,4 +1,4 @@
-// Judging: from the bytes of a response to the verdict about one certificate, without a network.
+// Verification: from the bytes of a response to the verdict about one certificate, without a network.
 #include "bench/comparison.h"
 #include "bench/material.h"
 #include "bench/openssl_side.h"

@@ -1,4 +1,4 @@
-// What one entry of a response says, as part of a result.
+// One entry of a response as part of a result.
 #pragma once
 
 #include "cli/check_result.h"
@@ -8,7 +8,7 @@ namespace tallow::cli {
 
 CertificateState stateOf(Orvane::PKI::OCSP::CCertStatus::Type status);
 
-/// Writes the times, and why and since when a certificate is revoked, into the result.
+/// Writes the times, and the time and reason of a revocation, into the result.
 void describeEntry(const Orvane::PKI::OCSP::Client::CResponse& response, unsigned long index, CheckResult& result);
 
 }  // namespace tallow::cli

@@ -1,4 +1,4 @@
-// What the command shows of certificates and answers, as text.
+// Values of certificates and responses as text.
 #pragma once
 
 #include <cstdint>
@@ -23,10 +23,10 @@ std::string serialOf(const _CERT_CONTEXT* certificate);
 /// "2026-01-02T03:04:05Z"; null gives an empty text.
 std::string iso8601(const Orvane::CDateTime* time);
 
-/// As RFC 5280 section 5.3.1 spells it; the number for one without a name. Null gives an empty text.
+/// The name in RFC 5280, section 5.3.1; the number if there is none. Null gives an empty text.
 std::string reasonText(const Orvane::ASN1::CrlReason* reason);
 
-/// As RFC 6960 section 4.2.1 spells it; the number for one without a name.
+/// The name in RFC 6960, section 4.2.1; the number if there is none.
 std::string responseStatusText(std::uint32_t status);
 
 }  // namespace tallow::cli

@@ -19,7 +19,7 @@ std::string named(const _CERT_CONTEXT* certificate) {
     return "certificate " + (subject.empty() ? "with serial number " + serialOf(certificate) : subject) + ' ';
 }
 
-// Bits of a trust status, and what they say about the certificate.
+// Bits of a trust status, and the words for them.
 struct Fault {
     DWORD bits;
     std::int32_t code;
@@ -82,7 +82,7 @@ std::optional<Rejection> rejectErrors(const _CERT_CONTEXT* certificate, DWORD er
     return Rejection{fault->code, kStep, named(certificate) + fault->text};
 }
 
-// The certificate nearest to the one asked about comes first: its owner can do something about it.
+// The fault nearest to the certificate is reported first: its owner can fix that.
 std::optional<Rejection> rejectElements(const CERT_SIMPLE_CHAIN& chain) {
     for (DWORD i = 0; i < chain.cElement; ++i) {
         const CERT_CHAIN_ELEMENT& element = *chain.rgpElement[i];
@@ -120,8 +120,8 @@ Rejection rejectedPath() {
 
 }  // namespace
 
-// The chain as a whole is built without CRLs, and a second time from the issuer upwards with them. Both must take the
-// same path: one that is sound and one that is not revoked are of no use when they are not the same.
+// The whole chain is built without CRLs, and again from the issuer upwards with them. Both must take the same path: a
+// valid path and another, unrevoked one prove nothing together.
 std::optional<Rejection> rejectChain(const _CERT_CONTEXT* certificate, void* store) {
     const ATL2::CCertChainContext whole = buildChain(certificate, store, CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE);
     const CERT_SIMPLE_CHAIN* path = pathOf(whole);

@@ -1,4 +1,4 @@
-// Whether the chain of a certificate that is asked about is sound, from the certificate up to a trusted root.
+// Whether a certificate to check has a valid chain up to a trusted root.
 #pragma once
 
 #include <optional>
@@ -9,8 +9,8 @@
 namespace tallow::cli {
 
 /// Nothing when the certificate has a chain to a trusted root in which every certificate is valid now and may issue the
-/// one below, and CRLs show that none of the CAs is revoked. CRLs about the certificate itself are not looked for: its
-/// status is what the responder tells. `store` holds more certificates and CRLs; missing ones may be downloaded. The
+/// one below, and CRLs show that none of the CAs is revoked. CRLs about the certificate itself are not used: the
+/// responder reports its status. `store` contains more certificates and CRLs; missing ones may be downloaded. The
 /// rejection names the certificate and the cause. Throws the converted last error when no chain can be built.
 std::optional<Rejection> rejectChain(const _CERT_CONTEXT* certificate, void* store);
 

@@ -22,7 +22,7 @@ namespace {
 
 using Orvane::PKI::OCSP::Client::CRequest;
 
-// One certificate: each step either brings the result further or throws what step() explains.
+// One certificate: each step adds to the result or throws an exception that step() explains.
 class Check {
 public:
     Check(const CheckOptions& options, RunInputs& inputs, CheckResult& result)
@@ -51,7 +51,7 @@ void Check::run() {
         const _CERT_CONTEXT* certificate = certificates.front().get();
         result_.subject = subjectOf(certificate);
         result_.serial = serialOf(certificate);
-        // What stands behind the certificate in its file are, as a rule, those above it.
+        // Further certificates in its file are usually those above it.
         std::for_each(certificates.begin() + 1, certificates.end(), [this](const auto& next) { inputs_.add(next); });
         step_ = "reading the policy";
         CRequest request;
@@ -71,7 +71,7 @@ void Check::run() {
 Question Check::fillRequest(CRequest& request, const _CERT_CONTEXT* certificate) {
     step_ = "finding the issuer";
     issuer_ = inputs_.name(request, certificate);
-    inputs_.add(issuer_);  // proven by its signature, and the responder's chain goes through it as a rule
+    inputs_.add(issuer_);  // proven by its signature, and usually part of the responder's chain
     step_ = "building the request";
     if (options_.nonce) {
         request.put_UseNonce(*options_.nonce);
@@ -92,14 +92,14 @@ void Check::ask(CRequest& request, const Question& question) {
     } catch (const ATL::CAtlException& thrown) {
         failure = thrown.status();
     }
-    // Send may also return an answer that the judge refused; nothing but the judge makes an answer count.
+    // Send may also return a response that the handler rejected; only the handler decides whether one counts.
     if (!judge.accepted()) {
         fail(explainSend(failure, request, judge.rejected()));
     }
     saveResponse(request);
 }
 
-// What the responder says about the certificate holds, but it is of no use under a chain that is not sound.
+// The response is verified, but a good certificate with an invalid chain is not good.
 void Check::verifyChain(const _CERT_CONTEXT* certificate) {
     step_ = "chain of the certificate";
     result_.chain = "invalid";
@@ -118,7 +118,7 @@ void Check::saveRequest(CRequest& request) const {
     writeWhole(options_.saveRequest, bytes.pbData(), bytes.cbData());
 }
 
-// The answer stands by now, also when it cannot be kept.
+// The verdict is known here; it stays when the response cannot be written.
 void Check::saveResponse(const CRequest& request) {
     const Orvane::CBlob response = request.get_Response();
     if (options_.saveResponse.empty() || response.cbData() == 0) {
@@ -131,7 +131,7 @@ void Check::saveResponse(const CRequest& request) {
     }
 }
 
-// Nothing that goes wrong later takes back that a certificate is revoked.
+// A later failure does not change that a certificate is revoked.
 void Check::fail(CheckError error) {
     if (result_.state != CertificateState::kRevoked) {
         result_.state = CertificateState::kError;

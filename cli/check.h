@@ -1,4 +1,4 @@
-// tallow check: asks about each certificate and says what came out.
+// tallow check: asks responders about certificates.
 #pragma once
 
 #include <vector>
@@ -8,8 +8,8 @@
 
 namespace tallow::cli {
 
-/// Checks each certificate. Throws InputError for something given that cannot be used, other than a certificate asked
-/// about: nothing was asked then.
+/// Checks each certificate. Throws InputError for unusable input other than a certificate to check, before any
+/// responder is asked.
 std::vector<CheckResult> runCheck(const CheckOptions& options);
 
 }  // namespace tallow::cli

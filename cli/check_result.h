@@ -1,4 +1,4 @@
-// What came out for one certificate, as plain data: whoever prints it decides nothing.
+// The result for one certificate as plain data. Printing it decides nothing.
 #pragma once
 
 #include <cstdint>
@@ -15,11 +15,11 @@ const char* nameOf(CertificateState state);
 
 struct CheckError {
     std::int32_t code = 0;
-    std::string text;  // one line: which responder, which step, what happened, what to do
+    std::string text;  // one line: responder, step, failure and remedy
 };
 
-/// Texts are UTF-8; what comes from certificates and responders may hold anything and is made safe when printed. Times
-/// are ISO 8601 in UTC. Absent is empty.
+/// Texts are UTF-8; those from certificates and responders may contain any character and are made safe when printed.
+/// Times are ISO 8601 in UTC. Empty means absent.
 struct CheckResult {
     std::string file;
     std::string subject;
@@ -33,11 +33,11 @@ struct CheckResult {
     std::string revocationReason;
     std::string chain;                  // "valid" or "invalid"; empty when it was not validated
     std::optional<CheckError> error;    // always with kError
-    std::optional<CheckError> unsaved;  // why request or response were not written to the file wanted
+    std::optional<CheckError> unsaved;  // why request or response were not written to their file
 };
 
-/// 1 when one is revoked, else 3 when for one no trusted answer was had (or an answer could not be saved as wanted),
-/// else 2 when one is unknown, else 0. No result at all is no trusted answer.
+/// 1 when one is revoked, else 3 when one has no verified answer (or a file could not be written), else 2 when one is
+/// unknown, else 0. An empty list gives 3.
 int exitStatusOf(const std::vector<CheckResult>& results);
 
 }  // namespace tallow::cli

@@ -60,7 +60,7 @@ Relation relationOf(const Question& question, const CCertID& entry) {
     }
 }
 
-// ---- What speaks against one entry ----------------------------------------------------------------------------------
+// ---- Rules for one entry --------------------------------------------------------------------------------------------
 
 class Entry {
 public:
@@ -72,11 +72,11 @@ public:
 
     /// The signer may not answer for it, or the entry cannot be understood.
     std::optional<Rejection> rejectAuthority() const;
-    /// It speaks about a certificate after its end.
+    /// It is about a certificate that had expired.
     std::optional<Rejection> rejectExpiry() const;
-    /// It spoke about another time.
+    /// It is about another time.
     std::optional<Rejection> rejectAge() const;
-    /// Its times lie ahead of what is possible.
+    /// Its times are in the future.
     std::optional<Rejection> rejectFuture() const;
     Rejection rejected(std::int32_t code, const std::string& text) const;
 
@@ -98,7 +98,7 @@ Rejection Entry::rejected(std::int32_t code, const std::string& text) const {
 
 std::optional<Rejection> Entry::rejectAuthority() const {
     // The library compares nextUpdate with the clock only for a response that has just arrived; rejectAge always does,
-    // and rejectExpiry tells the date.
+    // and rejectExpiry reports the date.
     if (const std::int32_t verdict = response_.VerifySR(index_, nullptr, nullptr);
         verdict != status::kOk && verdict != status::kNotCurrent &&
         !(verdict == status::kCertExpired && question_.certificate != nullptr)) {
@@ -124,7 +124,7 @@ std::optional<Rejection> Entry::rejectAge() const {
         return std::nullopt;
     }
     const CDateTime* nextUpdate = response_.get_SRNextUpdate(index_);
-    // The library may have met the end of the entry a moment later, and examines nothing more then.
+    // The library compares with a later clock, may find the entry expired, and then examines nothing else.
     const bool isOver = response_.VerifySR(index_, nullptr, nullptr) == status::kNotCurrent;
     if (nextUpdate != nullptr && (isOver || *nextUpdate <= clock_.now)) {
         return rejected(status::kNotCurrent, "nextUpdate " + iso8601(nextUpdate) +
@@ -160,7 +160,7 @@ std::optional<Rejection> Entry::rejectFuture() const {
 
 // ---- All entries together -------------------------------------------------------------------------------------------
 
-// Entries about the certificate, and those of which that cannot be told.
+// Entries about the certificate, and those that may be about it.
 struct Entries {
     std::vector<Entry> about;
     std::vector<Entry> undecided;
@@ -176,8 +176,8 @@ Entries entriesOn(const CResponse& response, const Question& question, const Rul
         }
         const Entry entry(response, i, question, clock);
         isAnswered = isAnswered || relation == Relation::kExact;
-        // Where the issuer is not known, a signer who may answer for both entries is as a rule the delegate of one CA,
-        // so that both are about the same certificate.
+        // Without the issuer: a signer that may answer for both entries is usually the delegate of one CA, so that both
+        // are about the same certificate.
         const bool isAbout = relation == Relation::kExact || (question.issuer == nullptr && !entry.rejectAuthority());
         (isAbout ? entries.about : entries.undecided).push_back(entry);
     }
@@ -185,8 +185,8 @@ Entries entriesOn(const CResponse& response, const Question& question, const Rul
 }
 
 bool isRevoked(const Entry& entry, bool isAlone) {
-    // Responders may forget expired certificates, but one that says revoked has not forgotten. Beside other entries
-    // even an old "revoked" counts: the responder contradicts itself.
+    // Responders may drop expired certificates; one that says revoked has not. Among other entries even an old
+    // "revoked" counts: the responder contradicts itself.
     return entry.status() == CCertStatus::kRevoked && !entry.rejectAuthority() && !(isAlone && entry.rejectAge());
 }
 

@@ -17,7 +17,7 @@ namespace {
 
 using Orvane::PKI::OCSP::Client::CRequest;
 
-// Where the command has an option that helps.
+// Statuses for which an option of the command helps.
 struct Remedy {
     std::int32_t code;
     const char* option;
@@ -53,7 +53,7 @@ const char* stepOf(const CRequest::Attempt& attempt) {
     return attempt.level < std::size(kSteps) ? kSteps[attempt.level] : "verification";
 }
 
-// Last errors of an exchange that say more here than in general, where they also stand for an HTTP status.
+// Last errors of an exchange that mean more here than in general, where they also represent an HTTP status.
 struct Silence {
     std::int32_t code;
     const char* text;
@@ -156,7 +156,7 @@ CheckError explainCaught(const std::string& step) {
     } catch (const InputError& failure) {
         return {failure.code(), step + ": " + failure.reason()};
     } catch (const ATL::CAtlException& failure) {
-        // Whatever it failed with: settings that cannot be read have many followers.
+        // Whatever the status is: unreadable settings cause many failures.
         const std::string mistake = settingsMistake();
         return mistake.empty() ? explain(failure.status(), step) : CheckError{status::kNoPolicy, step + ": " + mistake};
     } catch (const std::exception& failure) {

@@ -49,8 +49,8 @@ struct Block {
     std::string der;
 };
 
-// A SEQUENCE whose length takes more than one octet. Text may stand before the first PEM block and begin with the same
-// character, but its second octet is no such length; and a name inside DER may hold the text that opens a PEM block.
+// A SEQUENCE with a long length. Text before the first PEM block may begin with the same character, but its second
+// octet is no such length; and a name inside DER may contain the text that opens a PEM block.
 bool isDer(std::string_view content) {
     constexpr unsigned char kSequence = 0x30;
     constexpr unsigned char kLongLength = 0x80;
@@ -80,7 +80,7 @@ bool isOneOf(std::string_view label, Labels labels) {
 }
 
 // The PEM blocks of the content, or all of it as one block without a label. Only blocks with a wanted label are
-// decoded; of others the label is all that is needed, to say what the file holds instead.
+// decoded; the labels of others are reported.
 std::vector<Block> splitBlocks(const std::string& path, const std::string& content, Labels wanted) {
     std::vector<Block> blocks;
     std::size_t begin = isDer(content) ? std::string::npos : content.find(kBegin);
@@ -109,7 +109,7 @@ std::vector<Block> splitBlocks(const std::string& path, const std::string& conte
     return blocks;
 }
 
-// One thing that the service's reader of store files met.
+// One finding of the service's reader of store files.
 void take(const CRYPTO_STORE_ITEM* item, void* context) {
     auto& content = *static_cast<StoreContent*>(context);
     const std::string der(reinterpret_cast<const char*>(item->pbEncoded), item->cbEncoded);
@@ -123,7 +123,7 @@ void take(const CRYPTO_STORE_ITEM* item, void* context) {
     }
 }
 
-// Throws for a block that is broken, and when nothing of the wanted kind is there: the first reason tells what is.
+// Throws for a malformed block, and when there is none of the wanted kind: the first reason says what there is.
 void requireUsable(const std::string& path, const StoreContent& content, std::size_t numFound, const char* what) {
     constexpr std::string_view kOfBlock = "holds the PEM block";
     for (const StoreContent::Problem& problem : content.problems) {
@@ -172,13 +172,13 @@ std::string messageIn(const std::string& path, std::string content) {
         throw InputError(path, "holds \"" + blocks.front().label + "\"; name a file with an OCSP request or response",
                          status::kInvalidData);
     }
-    constexpr char kSequence = 0x30;  // no base64 of a message begins so: its first octet would be another
+    constexpr char kSequence = 0x30;  // base64 of a message cannot begin with this character
     std::string der = content.front() == kSequence ? std::string() : decodeBase64(content);
     return der.empty() ? std::move(content) : std::move(der);
 }
 
-// Where the octets go first. A device or a pipe is written to as it is: renaming would put a file in its place. What a
-// link leads to is replaced, not the link.
+// The path to write first. A device or a pipe is written directly: renaming would replace it by a file. The target of a
+// link is replaced, not the link.
 struct Target {
     std::string path;
     std::string written;

@@ -1,4 +1,4 @@
-// Files that a person names: read whole, PEM or DER, each failure told in words.
+// Files named on the command line: PEM or DER, every failure with its reason.
 #pragma once
 
 #include <cstdint>
@@ -12,10 +12,10 @@
 
 namespace tallow::cli {
 
-/// A bundle of all public roots is well below one of these.
+/// The largest file in octets; a bundle of all public roots is far smaller.
 inline constexpr std::size_t kLargestFile = 64U << 20;
 
-/// Something given on the command line that cannot be used; what() is one line, "name: reason".
+/// Unusable input from the command line; what() is one line, "name: reason".
 class InputError : public std::runtime_error {
 public:
     InputError(const std::string& name, std::string reason, std::int32_t code = status::kInvalidArgument)
@@ -29,11 +29,11 @@ private:
     std::int32_t code_;
 };
 
-/// What a file holds, in PEM or DER, by the reader that the library uses for its stores.
+/// The content of a file in PEM or DER, as the library reads the files of its stores.
 struct StoreContent {
     struct Problem {
         std::string reason;
-        bool isBroken = false;  // else it is of another kind
+        bool isBroken = false;  // otherwise it is of another kind
     };
     std::vector<ATL2::CCertContext> certificates;
     std::vector<std::string> crls;  // DER
@@ -42,26 +42,26 @@ struct StoreContent {
 /// Throws InputError when the file cannot be read.
 StoreContent readStoreContent(const std::string& path);
 
-/// All certificates of a file, in order, at least one. Throws InputError when the file cannot be read, holds none, or
-/// holds something that is broken.
+/// All certificates of a file, in order, at least one. Throws InputError when the file cannot be read, contains none,
+/// or contains a malformed one.
 std::vector<ATL2::CCertContext> readCertificates(const std::string& path);
 
-/// The DER CRLs of a file, in the same manner.
+/// The same for CRLs, in DER.
 std::vector<std::string> readCrls(const std::string& path);
 
-/// Whether the PEM text of the file holds a private key, encrypted or not. Throws InputError for a file that
+/// Whether the PEM text of the file contains a private key, encrypted or not. Throws InputError for a file that
 /// cannot be read.
 bool holdsPrivateKey(const std::string& path);
 
-/// The octets of an OCSP message: DER, the first OCSP REQUEST or OCSP RESPONSE block of PEM text, or base64 alone. What
-/// they mean is not examined. Throws InputError when the file cannot be read, holds other PEM blocks only, or is larger
-/// than `largest` octets.
+/// The octets of an OCSP message: DER, the first OCSP REQUEST or OCSP RESPONSE block of PEM text, or bare base64. They
+/// are not decoded. Throws InputError when the file cannot be read, contains only other PEM blocks, or is larger than
+/// `largest` octets.
 Orvane::CBlob readMessage(const std::string& path, std::size_t largest = kLargestFile);
 
-/// Writes the octets beside the file and renames: the file is there whole or as it was. Throws InputError.
+/// Writes a temporary file and renames it, so that the file is complete or unchanged. Throws InputError.
 void writeWhole(const std::string& path, const unsigned char* data, std::size_t size);
 
-/// Throws InputError when writeWhole is bound to fail, so that nobody is asked for an answer that cannot be kept.
+/// Throws InputError when writeWhole would fail, so that no responder is asked for a response that cannot be written.
 void requireWritable(const std::string& path);
 
 }  // namespace tallow::cli

@@ -51,7 +51,7 @@ std::optional<Rejection> rejectIssuer(const _CERT_CONTEXT* certificate, const _C
 
 ATL2::CCertContext issuerIn(void* store, const _CERT_CONTEXT* certificate) {
     ATL2::CCertContext candidate;
-    // The search frees the context it is given, so each step hands the last one back.
+    // The search frees the previous context, so each step passes it on.
     while (const _CERT_CONTEXT* next = CertFindCertificateInStore(store, X509_ASN_ENCODING, 0, CERT_FIND_ISSUER_OF,
                                                                   certificate, candidate.detach())) {
         candidate.reset(next);

@@ -45,7 +45,7 @@ std::int32_t Judge::OnResponse(const CResponse& response) {
     }
 }
 
-// After "unknown" the next responder is asked, and what that one knows outweighs it; nothing else is followed by a
+// After "unknown" the next responder is asked, and its answer replaces this one. No other status is followed by a
 // further answer.
 void Judge::accept(const Finding& finding, const CResponse& response) {
     result_.responder = utf8(withoutCredentials(request_.get_OCSPAddress()));

@@ -1,4 +1,4 @@
-// The verdict on each response that a request receives.
+// The command's verdict on each response that a request receives.
 #pragma once
 
 #include <vector>
@@ -12,20 +12,19 @@
 
 namespace tallow::cli {
 
-/// Applies the command's rules to each response, with the extra certificates of the run, and writes what the first
-/// trusted one says into the result. A handler of its own, since after a refusal the request may go on to further
-/// responders, and what it returns in the end may be an answer refused earlier: only what came through here as accepted
-/// counts.
+/// Applies the command's rules to each response, with the extra certificates of the run, and writes the first accepted
+/// one into the result. Send may ask further responders after a rejection and finally return a response that was
+/// rejected earlier: only a response that this handler accepted counts.
 class Judge : public Orvane::PKI::OCSP::Client::IResponseHandler {
 public:
-    /// All that is pointed or referred to stays the caller's and must outlive the judge.
+    /// All arguments stay the caller's and must outlive the object.
     Judge(const Orvane::PKI::OCSP::Client::CRequest& request, Question question, void* store, CheckResult& result);
 
-    /// 0 for good, kCertificateUnknown, or the code of the rule that rejects. Throws kCertificateRevoked, which ends
-    /// the walk over the responders.
+    /// 0 for good, kCertificateUnknown, or the code of the rule that rejects. Throws kCertificateRevoked, so that no
+    /// further responder is asked.
     std::int32_t OnResponse(const Orvane::PKI::OCSP::Client::CResponse& response) override;
 
-    /// Whether the result holds a proven state.
+    /// Whether the result contains a verified status.
     bool accepted() const { return accepted_; }
     const std::vector<RejectedResponse>& rejected() const { return rejected_; }
 

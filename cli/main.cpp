@@ -1,4 +1,4 @@
-// The command: reads the command line, runs what it names, prints. Nothing but the result goes to standard output.
+// The command: reads the command line, runs the subcommand, prints. Only the result is written to standard output.
 #include <fcntl.h>
 #include <unistd.h>
 
@@ -27,8 +27,8 @@ namespace {
 
 using namespace tallow::cli;
 
-// A stream that the caller closed would be opened anew as a file or a socket of ours, and the result written there.
-// Open for reading alone, so that writing the result fails and is noticed.
+// If the caller closed a standard stream, a file or socket opened later would get its descriptor, and the result would
+// be written there. Opened only for reading, so that writing the result fails and is noticed.
 bool occupyStandardStreams() {
     int opened = 0;
     while (opened >= 0 && opened <= 2) {
@@ -37,7 +37,7 @@ bool occupyStandardStreams() {
     return opened > 2 && ::close(opened) == 0;
 }
 
-// Nothing in the environment decides what is trusted, which code OpenSSL loads, or who learns a secret.
+// The environment must not decide what is trusted, which code OpenSSL loads, or where secrets are written.
 void forgetEnvironment() {
     for (const char* name : {"OPENSSL_CONF", "OPENSSL_CONF_INCLUDE", "OPENSSL_ENGINES", "OPENSSL_MODULES",
                              "SSL_CERT_FILE", "SSL_CERT_DIR", "CURL_CA_BUNDLE", "CURL_SSL_BACKEND", "SSLKEYLOGFILE"}) {
@@ -45,7 +45,7 @@ void forgetEnvironment() {
     }
 }
 
-// Settings that show to be broken only when a value is read are why nothing came of it, whatever failed then.
+// Settings that were found broken when a value was read are the cause, whatever failed then.
 Outcome withSettings(Outcome outcome) {
     const std::string mistake = outcome.exitStatus == kExitNoAnswer ? safeLine(settingsMistake()) : std::string();
     if (!mistake.empty() && outcome.err.find(mistake) == std::string::npos) {
@@ -54,7 +54,7 @@ Outcome withSettings(Outcome outcome) {
     return outcome;
 }
 
-// Where no answer could be trusted, roots and CRLs that do not count may be why.
+// Without a verified answer: roots and CRLs that are ignored may be the cause.
 Outcome withWarnings(Outcome outcome) {
     if (outcome.exitStatus == kExitNoAnswer) {
         outcome.err += storeWarnings();
@@ -89,7 +89,7 @@ int finish(const Outcome& outcome) {
     std::cerr << outcome.err;
     if (!std::cout) {
         std::cerr << "tallow: standard output cannot be written\n";
-        // Whoever did not get the answer has none; that one is revoked shows all the same.
+        // A result that was not written is no result; the exit status for revoked stays.
         return outcome.exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
     }
     return outcome.exitStatus;
@@ -123,7 +123,7 @@ int main(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (...) {
-        // Memory was wanting, if not before then for the message: this one needs none.
+        // Memory is exhausted: this message needs none.
         constexpr std::string_view kMessage = "tallow: out of memory\n";
         static_cast<void>(::write(STDERR_FILENO, kMessage.data(), kMessage.size()) == 0);
         return kExitNoAnswer;

@@ -46,7 +46,7 @@ void addCodePoint(std::string& text, char32_t c) {
     text += isCodePoint(c) ? utf8(std::wstring(1, static_cast<wchar_t>(c))) : escaped("\\u{%X}", c);
 }
 
-// The length of the UTF-8 character at the front, in its shortest form; 0 when there is none.
+// The size of the first UTF-8 character, which must be in its shortest form; 0 when it is invalid.
 std::size_t sizeOfCharacter(Octets octets) {
     constexpr char32_t kSmallest[] = {0, 0, 0x80, 0x800, 0x10000};  // by length
     const unsigned char first = octets[0];
@@ -155,7 +155,7 @@ std::optional<std::string> attributeText(const TlvElement& attribute) {
                                                       : utf8(known->name()) + '=' + valueText(*value);
 }
 
-// The texts of all elements, with a separator between; empty when one is not what it should be.
+// The texts of all elements, separated; empty when one of them is malformed.
 template <typename ElementText>
 std::optional<std::string> joined(TlvReader elements, char separator, ElementText elementText) {
     std::string text;

@@ -16,7 +16,7 @@ NetworkScope::NetworkScope(const CRequest& request) : proxy_(request.get_ProxyAd
     record_.cbSize = sizeof record_;
     record_.dwFlags = mayDownload ? 0 : CRYPTO_CHECK_NO_DOWNLOADS;
     record_.pwszProxy = proxy_.c_str();
-    record_.pwszProxyCredentials = L"";  // those of a command stand in the address
+    record_.pwszProxyCredentials = L"";  // a command takes them from the address
     record_.dwProxyAuthSchemes = permittedAuthSchemes(policy, proxy_.c_str(), true);
     if (!crypto_begin_check(&record_)) {
         ATL::AtlThrowLastWin32();

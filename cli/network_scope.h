@@ -1,4 +1,4 @@
-// The network rules under which a command does all its work for one certificate or message.
+// The network rules for all work of a command on one certificate or message.
 #pragma once
 
 #include <string>
@@ -8,9 +8,9 @@
 
 namespace tallow::cli {
 
-/// While it lives, downloads of the calling thread go through the proxy of the request, or are left out where policy
-/// refuses that proxy, and everything together has the time limit of one check: looking for issuers, asking, and
-/// validating chains. Throws what the policy throws, and the converted last error when the rules cannot be set.
+/// During its lifetime, downloads of the calling thread use the proxy of the request, or are skipped where policy
+/// refuses that proxy; and finding issuers, asking responders and validating chains together have the time limit of one
+/// check. Throws what the policy throws, and the converted last error when the rules cannot be set.
 class NetworkScope {
 public:
     explicit NetworkScope(const Orvane::PKI::OCSP::Client::CRequest& request);

@@ -25,7 +25,7 @@ CLI::Option* addUrl(CLI::App& command, const char* name, std::string& url, const
     return command.add_option(name, url, what)->type_name("URL");
 }
 
-// A repeatable option takes one value at a time, so that it never swallows an argument behind it.
+// A repeatable option takes one value at a time, so that it never takes an argument after it.
 void addFiles(CLI::App& command, const char* name, std::vector<std::string>& paths, const char* what) {
     command.add_option(name, paths, what)->type_name("FILE")->allow_extra_args(false);
 }
@@ -39,7 +39,7 @@ void addSettings(CLI::App& command, RunOptions& options) {
     command.add_flag("--trace", options.trace, "Write a trace to standard error");
 }
 
-// What a chain may be built of.
+// Certificates and CRLs for chains.
 void addChainFiles(CLI::App& command, RunOptions& options) {
     addFiles(command, "--trust", options.trust, "Trust the roots in this file, for this run (repeatable)");
     addFiles(command, "--certs", options.certs, "More certificates for building chains (repeatable)");
@@ -50,13 +50,13 @@ void addNaming(CLI::App& command, RunOptions& options, std::optional<bool>& nonc
     addFile(command, "--issuer", options.issuer, "Certificate of their issuer");
     command.add_option("--hash", options.hash, "Hash that names the issuer: sha1, sha256, sha384, sha512 or an OID")
         ->type_name("NAME|OID");
-    // Not as a flag with a variable: that would set it to false when neither is given, and policy would not be heard.
+    // Not as a flag with a variable: that would set it to false when neither is given, and policy would be ignored.
     command.add_flag_function(
         "--nonce,!--no-nonce", [&nonce](std::int64_t given) { nonce = given > 0; },
         "Ask with or without a nonce; policy decides otherwise");
 }
 
-// An empty text is a variable that was not set, and must not pass for an option that was not given.
+// An empty text comes from a variable that is not set; it must not count as an option that is not given.
 void refuseEmptyTexts(CLI::App& command) {
     for (CLI::Option* option : command.get_options([](const CLI::Option* o) { return o->get_type_size() > 0; })) {
         option->check([](const std::string& value) { return value.empty() ? "an empty text names nothing" : ""; }, "");
@@ -188,7 +188,7 @@ int usage(const std::string& message, const std::string& command) {
     return kExitUsage;
 }
 
-// The parser repeats what it does not understand, and that may be an address with a password.
+// The parser repeats unknown arguments, which may be addresses with a password.
 std::string withoutLogins(std::string message, int argc, char** argv) {
     for (int i = 1; i < argc; ++i) {
         const std::string_view argument = argv[i];
@@ -202,7 +202,7 @@ std::string withoutLogins(std::string message, int argc, char** argv) {
     return message;
 }
 
-// The command line as a whole: each command's options, and which command was meant.
+// The whole command line: each command's options, and the chosen command.
 class CommandLine {
 public:
     CommandLine() {
@@ -240,7 +240,7 @@ private:
         command->callback([this, &options] { take_ = [&options](CommandOptions& given) { given = options; }; });
     }
 
-    // "check " or, before any command was met, "".
+    // "check ", or "" without a command.
     std::string commandGiven() const {
         const std::vector<CLI::App*> given = app_.get_subcommands();
         return given.empty() ? std::string() : given.front()->get_name() + ' ';
@@ -258,7 +258,7 @@ private:
     std::function<void(CommandOptions&)> take_;
 };
 
-// What the parser cannot see for itself; empty when all is well.
+// Mistakes that the parser does not find; empty when there are none.
 std::string mistakeIn(const CommandOptions& options) {
     const auto* check = std::get_if<CheckOptions>(&options);
     if (check != nullptr && check->certificates.size() > 1 &&

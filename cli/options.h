@@ -8,7 +8,7 @@
 
 namespace tallow::cli {
 
-/// What several commands share: settings, and the files that a judgement may lean on.
+/// Options that several commands share: settings, and files with certificates and CRLs.
 struct RunOptions {
     std::string issuer;
     std::vector<std::string> trust;
@@ -23,7 +23,7 @@ struct CheckOptions : RunOptions {
     std::vector<std::string> certificates;
     std::string url;
     std::string proxy;
-    std::optional<bool> nonce;  // absent: what policy says
+    std::optional<bool> nonce;  // absent: policy decides
     bool verifyChain = false;
     std::string saveRequest;
     std::string saveResponse;
@@ -32,7 +32,7 @@ struct CheckOptions : RunOptions {
 
 struct RequestOptions : RunOptions {
     std::vector<std::string> certificates;
-    std::optional<bool> nonce;  // absent: what policy says
+    std::optional<bool> nonce;  // absent: policy decides
     std::string sign;
     std::string key;
     std::string pinFile;
@@ -85,8 +85,8 @@ inline constexpr int kExitUnknown = 2;
 inline constexpr int kExitNoAnswer = 3;
 inline constexpr int kExitUsage = 64;
 
-/// Reads the command line. A value is an exit status at which to end: 0 after --help and --version, which print to
-/// standard output, kExitUsage after a mistake, told in one line on standard error.
+/// Reads the command line. A value is the exit status to end with: 0 after --help and --version, which print to
+/// standard output, kExitUsage after a mistake, which is reported in one line on standard error.
 std::optional<int> readCommandLine(int argc, char** argv, CommandOptions& options);
 
 }  // namespace tallow::cli

@@ -1,4 +1,4 @@
-// What a command leaves behind, before anything is printed.
+// The result of a command, before it is printed.
 #pragma once
 
 #include <string>
@@ -10,14 +10,14 @@ namespace tallow::cli {
 
 struct Outcome {
     std::string out;  // the result, for standard output
-    std::string err;  // whole lines, safe for a terminal
+    std::string err;  // complete lines, safe for a terminal
     int exitStatus = 0;
 };
 
-/// The results as text or JSON, their failures, and the exit status of them all.
+/// The results as text or JSON, their failures, and the exit status for all of them.
 Outcome outcomeOf(const std::vector<CheckResult>& results, bool json);
 
-/// Nothing came out of it: the failure of what `name` names, and kExitNoAnswer.
+/// No result: a failure that concerns `name`, and kExitNoAnswer.
 Outcome failed(const std::string& name, const CheckError& error);
 
 }  // namespace tallow::cli

@@ -1,4 +1,4 @@
-// The results, for people and for programs.
+// Results as text and as JSON.
 #pragma once
 
 #include <string>
@@ -9,13 +9,13 @@
 
 namespace tallow::cli {
 
-/// For people: the verdict of each certificate first, then what is known about it.
+/// Text: for each certificate the verdict, then the details.
 std::string toText(const std::vector<CheckResult>& results);
 
 /// {"certificates":[...]} with absent fields left out.
 std::string toJson(const std::vector<CheckResult>& results);
 
-/// One field a line, with what belongs to it indented below.
+/// One field in a line, its parts indented below.
 std::string toText(const Shown& shown);
 
 /// {"name of the root":{...}}
@@ -24,7 +24,7 @@ std::string toJson(const Shown& shown);
 /// "tallow: name: what happened (0x...)", for standard error.
 std::string failureLine(const std::string& name, const CheckError& error);
 
-/// One line a failure, for standard error; empty when there is none.
+/// One line for each failure, for standard error; empty when there is none.
 std::string failureLines(const std::vector<CheckResult>& results);
 
 }  // namespace tallow::cli

@@ -44,8 +44,8 @@ nlohmann::ordered_json toValue(const Shown& shown) {
     return value;
 }
 
-// Bytes that are no UTF-8, in a file name for one, become U+FFFD instead of breaking the document. All but ASCII is
-// escaped, since JSON lets pass what turns the direction of writing or drives a terminal.
+// Bytes that are not UTF-8, for example in a file name, become U+FFFD. All but ASCII is escaped, since JSON allows
+// bidirectional control characters and terminal controls.
 std::string print(const nlohmann::ordered_json& document) {
     return document.dump(2, ' ', true, nlohmann::ordered_json::error_handler_t::replace) + '\n';
 }

@@ -17,7 +17,7 @@ namespace {
 
 constexpr std::size_t kLongestLine = 1024;
 
-// Room for the line that is wiped however it is left. No stream reads the file: it would keep a copy of its own.
+// A buffer for the line, wiped on every way out. No stream reads the file: it would keep a copy.
 class Line {
 public:
     Line() = default;
@@ -79,7 +79,7 @@ Pin::Pin(const std::string& path) {
     Line line;
     const std::string_view pin = line.read(path);
     const auto size = static_cast<int>(pin.size());
-    text_.resize(pin.size() + 1);  // never grows: no unit is left behind elsewhere
+    text_.resize(pin.size() + 1);  // never grows, so that no copy is left in freed memory
     if (MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, pin.data(), size, text_.data(), size) == 0) {
         throw InputError(path, "its first line is no PIN: it is not UTF-8", status::kInvalidData);
     }

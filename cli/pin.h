@@ -1,4 +1,4 @@
-// The PIN of a private key, from the first line of a file, and wiped from memory when its object goes.
+// The PIN of a private key, from the first line of a file; wiped from memory by the destructor.
 #pragma once
 
 #include <string>
@@ -10,7 +10,7 @@ class Pin {
 public:
     /// No PIN.
     Pin() = default;
-    /// Throws InputError when the file cannot be read, or its first line is empty, too long or no UTF-8.
+    /// Throws InputError when the file cannot be read, or its first line is empty, too long or not UTF-8.
     explicit Pin(const std::string& path);
     Pin(const Pin&) = delete;
     Pin& operator=(const Pin&) = delete;

@@ -1,4 +1,4 @@
-// What a checking rule objects to. The rules know neither options nor output: error_text.h turns this into a line.
+// Why a rule rejects a response. The rules know neither options nor output: error_text.h turns this into a line.
 #pragma once
 
 #include <cstdint>
@@ -8,8 +8,8 @@ namespace tallow::cli {
 
 struct Rejection {
     std::int32_t code = 0;  // a status word of handles/status.h
-    const char* step = "";  // what was being checked, "signature"
-    std::string text = {};  // object, cause and remedy; empty when the text of the status says it all
+    const char* step = "";  // what was checked, "signature"
+    std::string text = {};  // object, cause and remedy; empty when the text of the status suffices
 };
 
 }  // namespace tallow::cli

@@ -23,11 +23,11 @@ using Orvane::PKI::OCSP::Client::CRequest;
 
 void nameKey(const ATL2::CCertContext& signer, const std::string& key) {
     if (!crypto_set_key_uri(signer.get(), key.c_str())) {
-        throw InputError("--key", "is no path and no URI");  // and is not repeated: a URI may hold a PIN
+        throw InputError("--key", "is no path and no URI");  // not repeated: a URI may contain a PIN
     }
 }
 
-// The same certificate in the user's store, where a side file may say where its key is. Empty when it is not there.
+// The same certificate in the user's store, where a side file may name its key; empty when it is not there.
 ATL2::CCertContext ownCertificate(const ATL2::CCertContext& signer) {
     ATL2::CCertStore store;
     if (store.Open(CERT_STORE_PROV_SYSTEM_A, 0, CERT_SYSTEM_STORE_CURRENT_USER | CERT_STORE_READONLY_FLAG, "My") != 0) {
@@ -41,8 +41,8 @@ ATL2::CCertContext ownCertificate(const ATL2::CCertContext& signer) {
     return hasKey ? own : ATL2::CCertContext();
 }
 
-// The signer with its key named: as given, else in the file of the certificate, else in the file of the same name with
-// the ending .key, else as the store My says.
+// The signer with the location of its key: given, else the file of the certificate, else the file of the same name that
+// ends in .key, else the store My.
 ATL2::CCertContext findSigner(const RequestOptions& options) {
     ATL2::CCertContext signer = readCertificates(options.sign).front();
     const std::filesystem::path beside = std::filesystem::path(options.sign).replace_extension(".key");
@@ -86,14 +86,13 @@ std::vector<Asked> readAsked(const RequestOptions& options, RunInputs& inputs) {
     for (const std::string& file : options.certificates) {
         const std::vector<ATL2::CCertContext> certificates = readCertificates(file);
         asked.push_back({file, certificates.front()});
-        // What stands behind the certificate in its file are, as a rule, those above it.
+        // Further certificates in its file are usually those above it.
         std::for_each(certificates.begin() + 1, certificates.end(), [&](const auto& next) { inputs.add(next); });
     }
     return asked;
 }
 
-// Each identifier is made by a request of its own: an issuer that had to be looked for would be taken for that of the
-// next certificate too.
+// Each identifier is made by a separate request: an issuer that was found would be used for the next certificate too.
 void addEntry(CRequest& request, unsigned long index, const Asked& asked, const RunInputs& inputs) {
     CRequest single;
     inputs.name(single, asked.certificate.get());

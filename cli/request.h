@@ -1,4 +1,4 @@
-// tallow request: builds a request, signed if wanted, and writes it to a file.
+// tallow request: builds a request, signs it on request, and writes it to a file.
 #pragma once
 
 #include "cli/options.h"
@@ -6,8 +6,8 @@
 
 namespace tallow::cli {
 
-/// Exit status 0 when the request is written, kExitNoAnswer when it cannot be built or signed. Throws InputError for a
-/// file or option that cannot be used.
+/// Exit status 0 when the request is written, kExitNoAnswer when it cannot be built or signed. Throws InputError for an
+/// unusable file or option.
 Outcome runRequest(const RequestOptions& options);
 
 }  // namespace tallow::cli

@@ -18,7 +18,7 @@ Orvane::CBlob bytesOf(const CResponse& response) {
     return bytes;
 }
 
-// A check that fails to give a verdict proves nothing, like one that objects.
+// A check without a verdict proves nothing, like one that rejects.
 template <typename Check>
 std::optional<Rejection> rejectUnless(const char* step, Check check) {
     try {

@@ -1,4 +1,4 @@
-// Whether a response is what a responder with the right to answer signed: all that comes before its entries.
+// Whether an authorised responder signed a response: all checks that come before its entries.
 #pragma once
 
 #include <optional>
@@ -9,7 +9,7 @@
 namespace tallow::cli {
 
 struct Proof {
-    const _CERT_CONTEXT* signer = nullptr;  // the response's own; null when it was not found
+    const _CERT_CONTEXT* signer = nullptr;  // owned by the response; null when it was not found
     std::optional<Rejection> rejection;
 };
 

@@ -41,7 +41,7 @@ PCCRYPT_OID_INFO hashNamed(const std::string& name) {
     return CryptFindOIDInfo(CRYPT_OID_INFO_NAME_KEY, key.data(), CRYPT_HASH_ALG_OID_GROUP_ID);
 }
 
-// "SHA-256" is what people write and "sha256" what the service calls it.
+// Users write "SHA-256"; the service calls it "sha256".
 std::string plainName(const std::string& name) {
     std::string plain;
     for (const char c : name) {
@@ -110,7 +110,7 @@ RunInputs::RunInputs(const RunOptions& options) {
     }
     if (!options.issuer.empty()) {
         issuer_ = readCertificates(options.issuer).front();
-        add(issuer_);  // the responder's chain goes through it as a rule
+        add(issuer_);  // usually part of the responder's chain
     }
     if (!options.hash.empty()) {
         hashOid_ = toHashOid(options.hash);

@@ -1,4 +1,4 @@
-// What all checks of one run share: settings, trusted roots, further certificates and CRLs, the issuer, the hash.
+// The inputs that all checks of one run share: settings, trusted roots, more certificates and CRLs, issuer, hash.
 #pragma once
 
 #include <string>
@@ -12,7 +12,7 @@ namespace tallow::cli {
 
 class RunInputs {
 public:
-    /// Opens the settings and reads every file named by an option. Throws InputError for one that cannot be used.
+    /// Opens the settings and reads every file that an option names. Throws InputError for an unusable one.
     explicit RunInputs(const RunOptions& options);
 
     /// Store handle of the certificates and CRLs of this run; owned by this object.
@@ -20,17 +20,16 @@ public:
 
     void add(const ATL2::CCertContext& certificate);
 
-    /// The issuer given, or the one among the certificates of the run whose key signed `certificate`; empty when there
-    /// is neither.
+    /// The given issuer, or the certificate of the run whose key signed `certificate`; empty when there is neither.
     ATL2::CCertContext issuerOf(const _CERT_CONTEXT* certificate) const;
 
-    /// Throws InputError unless the issuer given, if one was given, is proven to have signed `certificate`: a responder
-    /// would speak about a certificate of that issuer with the same serial number, and that is another one.
+    /// Throws InputError when an issuer is given that is not proven to have signed `certificate`: a responder would
+    /// answer about another certificate, the one of that issuer with the same serial number.
     void requireIssuer(const _CERT_CONTEXT* certificate) const;
 
-    /// Names the certificate in the first entry of the request, by its issuer and with the hash of this run, and
-    /// returns the issuer: as issuerOf, else from the stores or the network. Throws InputError when the issuer given is
-    /// not proven to have signed it, kNoSigner when no issuer is found, and what the request throws.
+    /// Names the certificate in the first entry of the request, by its issuer and with the hash of this run. Returns
+    /// the issuer: that of issuerOf, else one from the stores or the network. Throws InputError when the given issuer
+    /// is not proven to have signed it, kNoSigner when no issuer is found, and what the request throws.
     ATL2::CCertContext name(Orvane::PKI::OCSP::Client::CRequest& request, const _CERT_CONTEXT* certificate) const;
 
 private:
@@ -42,14 +41,14 @@ private:
 /// Opens the settings file and the trace that the options name. Throws InputError for a file that cannot be used.
 void openSettings(const RunOptions& options);
 
-/// Takes in what was read from the file `path`. Throws InputError when it is no request.
+/// Imports the content of the file `path`. Throws InputError when it is no request.
 void importRequest(Orvane::PKI::OCSP::Client::CRequest& request, const Orvane::CBlob& bytes, const std::string& path);
 
 /// The whole DER request, built if needed.
 Orvane::CBlob exported(Orvane::PKI::OCSP::Client::CRequest& request);
 
-/// What is wrong with the settings file, with its line and column; empty when nothing is. A value of the wrong kind
-/// shows only when it has been read.
+/// The mistake in the settings file, with line and column; empty when there is none. A value of the wrong type is found
+/// when it is read.
 std::string settingsMistake();
 
 }  // namespace tallow::cli

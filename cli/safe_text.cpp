@@ -14,8 +14,8 @@ bool isHarmful(wchar_t c) {
     const auto code = static_cast<char32_t>(c);
     return code < 0x20 || (code >= 0x7F && code < 0xA0)  // controls of ASCII and Latin-1
            || code == 0x00AD || code == 0x061C || code == 0x180E ||
-           (code >= 0x200B && code <= 0x200F)     // invisible, and marks of direction
-           || (code >= 0x2028 && code <= 0x202E)  // line breaks, and overrides of direction
+           (code >= 0x200B && code <= 0x200F)     // invisible characters, and direction marks
+           || (code >= 0x2028 && code <= 0x202E)  // line breaks, and direction overrides
            || (code >= 0x2060 && code <= 0x206F) || code == 0xFEFF || (code >= 0xE0000 && code <= 0xE007F);
 }
 

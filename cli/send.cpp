@@ -18,7 +18,7 @@ namespace {
 using Orvane::PKI::OCSP::CResponseMessage;
 using Orvane::PKI::OCSP::Client::CRequest;
 
-// What the octets are, in a few words.
+// A short description of the octets.
 std::string whatAnswered(const Orvane::CBlob& answer) {
     const std::string size = std::to_string(answer.cbData()) + " octets";
     try {
@@ -31,7 +31,7 @@ std::string whatAnswered(const Orvane::CBlob& answer) {
     }
 }
 
-// What was answered stands by now, also when it cannot be kept.
+// The response is known here; it is reported even when it cannot be written.
 void keep(const Orvane::CBlob& answer, const std::string& path, Outcome& outcome) {
     if (path.empty()) {
         return;
@@ -44,13 +44,13 @@ void keep(const Orvane::CBlob& answer, const std::string& path, Outcome& outcome
     }
 }
 
-// What the request's Send failed with; 0 when a response came that fits the request so far as can be told unverified.
+// The status of the failed Send; 0 for a response that matches the request, as far as that is known unverified.
 std::int32_t ask(CRequest& request) {
     try {
         request.Send(false);
         return request.get_Attempts().back().status;
     } catch (const ATL::CAtlException& failure) {
-        // A service that fails without a reason is thrown as 0.
+        // A service that fails without a reason throws 0.
         return failure.status() != status::kOk ? failure.status() : status::kFail;
     }
 }

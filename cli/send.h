@@ -1,4 +1,4 @@
-// tallow send: hands a request to a responder as it is, and says what was answered.
+// tallow send: sends an existing request to a responder and reports the response.
 #pragma once
 
 #include "cli/options.h"
@@ -6,8 +6,8 @@
 
 namespace tallow::cli {
 
-/// Exit status 0 when a successful response came, kExitNoAnswer when none did or it does not fit the request. Nothing
-/// is verified. Throws InputError for a file that cannot be used.
+/// Exit status 0 after a successful response, kExitNoAnswer after none, or one that does not match the request. Nothing
+/// is verified. Throws InputError for an unusable file.
 Outcome runSend(const SendOptions& options);
 
 }  // namespace tallow::cli

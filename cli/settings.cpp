@@ -14,7 +14,7 @@ namespace {
 
 constexpr std::size_t kRemarkColumn = 48;
 
-// A line of TOML that says the same as the settings in force; a key without a value is commented out.
+// A line of TOML with the value in force; a key without a value is commented out.
 std::string lineOf(const Setting& setting) {
     const SettingValue value = valueOf(setting);
     std::string line = value.toml.empty() ? std::string("# ") + setting.name : setting.name + (" = " + value.toml);
@@ -41,7 +41,7 @@ Outcome runSettings(const SettingsOptions& options) {
         }
         text += lineOf(setting);
     }
-    // A value of the wrong kind has shown by now.
+    // Values of the wrong type have been found by now.
     if (const std::string mistake = settingsMistake(); !mistake.empty()) {
         throw InputError("settings", mistake, status::kNoPolicy);
     }

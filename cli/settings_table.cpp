@@ -56,7 +56,7 @@ std::vector<Setting> mergedSettings() {
 
 // ---- Reading --------------------------------------------------------------------------------------------------------
 
-// "config.Basalt" and "Name" are "\config\Basalt\Name" to the service.
+// The service calls the key Name of [config.Basalt] "\config\Basalt\Name".
 std::string pathOf(const Setting& setting) {
     std::string path = std::string("\\") + setting.table + "\\" + setting.name;
     for (char& c : path) {
@@ -78,7 +78,7 @@ std::optional<std::string> readBytes(int (*read)(const char*, size_t*, char*), c
     return value;
 }
 
-// A basic string: what TOML does not allow in it as it stands is escaped. The password of an address is left out.
+// A TOML basic string, escaped where needed. The password of an address is left out.
 std::string quoted(std::string_view value) {
     constexpr const char* kDigits = "0123456789ABCDEF";
     std::string toml = "\"";
@@ -93,7 +93,7 @@ std::string quoted(std::string_view value) {
     return toml + '"';
 }
 
-// Strings one behind the other, each with its terminator.
+// Strings one after the other, each with its terminator.
 std::string quotedList(std::string_view value) {
     std::string toml = "[";
     while (!value.empty()) {

@@ -24,7 +24,7 @@ using ASN1::TlvReader;
 
 namespace {
 
-// A field takes up to some tens of times the room of its octets until it is printed.
+// A field needs up to some tens of times the memory of its octets until it is printed.
 constexpr std::size_t kLargestShown = 4U << 20;
 
 std::string versionOf(const std::optional<TlvElement>& wrapper) {
@@ -34,7 +34,7 @@ std::string versionOf(const std::optional<TlvElement>& wrapper) {
 }
 
 std::string signatureOf(const std::optional<TlvElement>& bitString) {
-    constexpr std::size_t kUnusedBits = 1;  // the octet that tells their number comes first
+    constexpr std::size_t kUnusedBits = 1;  // the first octet is their number
     return !bitString || bitString->content.empty() ? "" : hexOf(bitString->content.subspan(kUnusedBits));
 }
 
@@ -158,7 +158,7 @@ Shown showResponse(const CBlob& bytes) {
         try {
             shown.add(showBasic(message.get_response(), "response"));
         } catch (const ATL::CAtlException&) {
-            shown.add("response", hexOf(message.get_response()));  // the envelope is sound, what is inside is not
+            shown.add("response", hexOf(message.get_response()));  // only the envelope can be decoded
         }
     } else if (!type.empty()) {
         shown.add("responseType", type);
@@ -169,7 +169,7 @@ Shown showResponse(const CBlob& bytes) {
 
 }  // namespace
 
-// The three look different from their first members on: what one of them decodes is no other.
+// The three types differ in their first members: at most one of them can be decoded.
 std::optional<Shown> shownOf(const CBlob& bytes) {
     for (Shown (*show)(const CBlob&) : {showRequest, showResponse, showBareBasic}) {
         try {
@@ -180,7 +180,7 @@ std::optional<Shown> shownOf(const CBlob& bytes) {
             }
             return shown;
         } catch (const ATL::CAtlException&) {
-            continue;  // another kind, then
+            continue;  // try the next type
         }
     }
     return std::nullopt;

@@ -10,10 +10,10 @@
 
 namespace tallow::cli {
 
-/// The message in the octets, whichever it is; empty when it is none. The octets may be anything.
+/// The request or response in the octets, which are untrusted; empty when they are neither.
 std::optional<Shown> shownOf(const Orvane::CBlob& bytes);
 
-/// Throws InputError for a file that holds no OCSP message.
+/// Throws InputError for a file without an OCSP message.
 Outcome runShow(const ShowOptions& options);
 
 }  // namespace tallow::cli

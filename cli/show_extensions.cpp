@@ -18,7 +18,7 @@ using namespace Orvane::PKI::OCSP;
 
 namespace {
 
-// Each shows the content of extnValue in the fields of its extension, and throws when it does not fit the type.
+// Each adds the fields of extnValue to its extension, and throws when it cannot be decoded.
 
 void showNothing(const CBlob& /*value*/, Shown& /*extension*/) {}
 
@@ -26,7 +26,7 @@ void showHex(const CBlob& value, Shown& extension) {
     extension.add("value", hexOf(value));
 }
 
-// An OCTET STRING as a rule, but older responders put the octets there as they are.
+// Usually an OCTET STRING, but older responders omit its header.
 void showNonce(const CBlob& value, Shown& extension) {
     TlvReader view(value);
     const std::optional<TlvElement> inner = view.nextIf(TlvElement::kOctetString);
@@ -141,7 +141,7 @@ Shown showExtension(const CExtension& extension) {
     try {
         (known == nullptr ? showHex : known->show)(extension.get_extnValue(), shown);
     } catch (...) {
-        // A value that is not of its type is shown as what it is.
+        // A value that cannot be decoded is shown in hexadecimal.
         shown.parts.resize(numCommon);
         showHex(extension.get_extnValue(), shown);
     }

@@ -1,4 +1,4 @@
-// Extensions as shown fields: those that OCSP knows by name and with their values, others in hexadecimal.
+// Extensions as shown fields: those of OCSP by name and with their values, others in hexadecimal.
 #pragma once
 
 #include "asn1/extensions/extensions.h"

@@ -53,7 +53,7 @@ Shown showList(const char* field, Octets octets, Show show) {
     return shown;
 }
 
-// The same where a context tag stands in place of that of the SEQUENCE.
+// The same for a SEQUENCE with an implicit context tag, from its contents.
 Shown showTaggedNames(const char* field, Octets content) {
     TlvReader elements(content);
     Shown shown = Shown::list(field);

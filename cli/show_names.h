@@ -1,6 +1,6 @@
-// Names of every kind as shown fields. They are read from the DER itself, since the value classes of the library end a
-// text at a NUL character. All throw kAsn1Error for what is not of its type to the last octet, except where they say
-// that they show it in hexadecimal.
+// Names of every kind as shown fields. They are read from the DER, since the library's value classes end a text at a
+// NUL character. All throw kAsn1Error for octets that are not completely of their type, except where hexadecimal is
+// mentioned.
 #pragma once
 
 #include <string>
@@ -25,9 +25,9 @@ Shown showGeneralNames(const char* field, Octets names);
 Shown showAccess(const char* field, Octets access);
 Shown showDistributionPoints(const char* field, Octets points);
 
-/// The next element of a walk. Throws kAsn1Error when there is none, or when it has another tag.
+/// The next element. Throws kAsn1Error when there is none, or when it has another tag.
 TlvElement required(TlvReader& reader, std::uint32_t tag);
-/// Throws kAsn1Error unless the walk is at its end.
+/// Throws kAsn1Error unless all elements are read.
 void requireEnd(const TlvReader& reader);
 
 }  // namespace tallow::cli

@@ -17,10 +17,10 @@ std::string hexOf(Octets octets);
 std::string hexOf(const Orvane::CBlob& octets);
 Octets octetsOf(const Orvane::CBlob& blob);
 
-/// "sha256 (2.16.840.1.101.3.4.2.1)", with parameters other than NULL behind it.
+/// "sha256 (2.16.840.1.101.3.4.2.1)", followed by parameters other than NULL.
 std::string algorithmOf(const Orvane::ASN1::CAlgorithmIdentifier& algorithm);
 Shown showReqCert(const char* field, const Orvane::PKI::OCSP::CReqCert& reqCert);
-/// What tells one certificate from another.
+/// The fields that identify each certificate.
 Shown showCertificates(const char* field, const Orvane::CBlobList& certificates);
 
 }  // namespace tallow::cli

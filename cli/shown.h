@@ -1,4 +1,4 @@
-// What `show` knows of a message: a tree of named fields, which is printed for people or as JSON by somebody else.
+// A message as `show` prints it: a tree of named fields. output.h turns it into text or JSON.
 #pragma once
 
 #include <string>
@@ -7,8 +7,8 @@
 
 namespace tallow::cli {
 
-/// A text, or an object of named fields, or a list. Texts are UTF-8 and may hold anything: they are made safe when
-/// printed. Names are those of the standard, constant texts.
+/// A text, an object of named fields, or a list. Texts are UTF-8 and may contain any character: they are made safe when
+/// printed. Names are those of the standard, and constants.
 struct Shown {
     enum class Kind { kText, kObject, kList };
 

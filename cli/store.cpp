@@ -30,7 +30,7 @@ struct Item {
     bool isRoot = false;
 };
 
-// One file of the folder. The service reads these and has no call that writes one.
+// One file of the store. The service reads these, but has no call that writes one.
 struct StoreFile {
     std::filesystem::path path;
     std::vector<Item> items;
@@ -39,7 +39,7 @@ struct StoreFile {
 
 struct StoreFolder {
     std::vector<StoreFile> files;
-    std::string problems;  // whole lines: what does not count, and why
+    std::string problems;  // complete lines: what is ignored, and why
 };
 
 Octets octetsOf(const std::string& der) {
@@ -122,7 +122,7 @@ void take(const CRYPTO_STORE_ITEM* item, void* context) {
     }
 }
 
-// As the library sees it.
+// As the library reads it.
 StoreFolder readFolder(const StoreOptions& options, const std::filesystem::path& path) {
     StoreFolder folder;
     const DWORD which = options.machine ? CERT_SYSTEM_STORE_LOCAL_MACHINE : CERT_SYSTEM_STORE_CURRENT_USER;
@@ -137,7 +137,7 @@ struct Obstacle {
     std::string path, reason;
 };
 
-// What is said of the folder itself, or of one above it, holds for all that is put there.
+// A problem of the directory, or of one above it, affects everything in it.
 void takeObstacle(const CRYPTO_STORE_ITEM* item, void* context) {
     auto& obstacle = *static_cast<Obstacle*>(context);
     const std::string path = item->szPath;
@@ -147,7 +147,7 @@ void takeObstacle(const CRYPTO_STORE_ITEM* item, void* context) {
     }
 }
 
-// Throws where nothing would count that is put there. A folder that cannot be read at all shows later.
+// Throws when everything in the directory would be ignored. A directory that cannot be read is found later.
 void requireCounting(const StoreOptions& options, const std::filesystem::path& folder) {
     Obstacle obstacle{folder.string(), {}, {}};
     const DWORD which = options.machine ? CERT_SYSTEM_STORE_LOCAL_MACHINE : CERT_SYSTEM_STORE_CURRENT_USER;
@@ -185,22 +185,21 @@ bool holds(const StoreFile& file, const std::string& thumbprint) {
                        [&](const Item& item) { return item.thumbprint == thumbprint; });
 }
 
-// One file each, named by its thumbprint: what is there already is found again, and no name of somebody else's file
-// gets in.
+// One file each, named by its thumbprint: an existing file is found again, and no untrusted file name is used.
 Outcome add(const StoreOptions& options, const std::filesystem::path& folder) {
     const std::vector<Item> items = itemsToUse(options.file);
     if (options.name == "ROOT" && !std::all_of(items.begin(), items.end(), [](const Item& i) { return i.isRoot; })) {
         throw InputError(options.file, "holds what is no root: only self-signed certificates count in ROOT; use CA");
     }
     requireCounting(options, folder);
-    // Whatever the umask: roots that a group may write do not count.
+    // Independent of the umask: roots that a group can write are ignored.
     ::umask(::umask(0) | S_IWGRP | S_IWOTH);
     std::error_code error;
     std::filesystem::create_directories(folder, error);
     if (error) {
         throw InputError(folder.string(), "cannot be made: " + error.message());
     }
-    requireCounting(options, folder);  // once more, now that it is there
+    requireCounting(options, folder);  // again, now that it exists
     const StoreFolder present = readFolder(options, folder);
     const std::vector<StoreFile>& files = present.files;
     Outcome outcome;
@@ -239,7 +238,7 @@ std::vector<std::string> thumbprintsToRemove(const std::string& file) {
     return thumbprints;
 }
 
-// The files to delete. One that also holds something else stays: nobody asked to take that out.
+// The files to delete. One that also contains other certificates stays.
 std::vector<const StoreFile*> filesToRemove(const std::vector<StoreFile>& files,
                                             const std::vector<std::string>& thumbprints) {
     std::vector<const StoreFile*> found;
@@ -291,7 +290,7 @@ void takeWarning(const CRYPTO_STORE_ITEM* item, void* context) {
 std::string storeWarnings() {
     std::string lines;
     if (!settingsMistake().empty()) {
-        return lines;  // there are none then; who asks tells the mistake itself
+        return lines;  // there are none then; the caller reports the mistake
     }
     for (const char* name : {"ROOT", "CA"}) {
         for (const DWORD which : {CERT_SYSTEM_STORE_CURRENT_USER, CERT_SYSTEM_STORE_LOCAL_MACHINE}) {

@@ -1,4 +1,4 @@
-// tallow store: what stands in the folders of a system store, put there and taken out.
+// tallow store: lists, adds and removes the files of a system store.
 #pragma once
 
 #include <string>
@@ -8,11 +8,11 @@
 
 namespace tallow::cli {
 
-/// Throws InputError for a store or a file that cannot be used; nothing has changed then, unless it says so.
+/// Throws InputError for a store or a file that cannot be used; unless its text says otherwise, nothing has changed.
 Outcome runStore(const StoreOptions& options);
 
-/// What is in the stores of roots and CAs and cannot be used, or does not count since others may write it: whole lines
-/// for standard error, empty when nothing is wrong.
+/// What the stores of roots and CAs contain that is unusable, or ignored because others can write it: complete lines
+/// for standard error, empty when there is nothing to report.
 std::string storeWarnings();
 
 }  // namespace tallow::cli

@@ -59,7 +59,7 @@ void Verification::readRequest() {
     }
 }
 
-// Without the issuer at hand it would be looked for, and that may go to the network.
+// Without a local issuer, one would be searched for, possibly on the network.
 void Verification::readCertificate() {
     if (options_.certificate.empty()) {
         return;
@@ -72,7 +72,7 @@ void Verification::readCertificate() {
     inputs_.requireIssuer(certificate_.get());
 }
 
-// What a verdict is owed for before anything is known of the response.
+// What to report when the response is rejected as a whole.
 void Verification::expectAsked() {
     const unsigned long numAsked = certificate_ || !request_ ? 1 : request_->get_SRNumber();
     for (unsigned long i = 0; i < numAsked; ++i) {
@@ -148,7 +148,7 @@ std::optional<Rejection> Verification::judge(CheckResult& result, const Question
     return std::nullopt;
 }
 
-// What a step objects to or fails with.
+// The rejection or failure of a step.
 template <typename Step>
 std::optional<CheckError> Verification::failureOf(Step step) const {
     try {
@@ -177,7 +177,7 @@ std::vector<CheckResult> runVerify(const VerifyOptions& options) {
     try {
         return Verification(options).run();
     } catch (const ATL::CAtlException&) {
-        // The policy could not be loaded, before anything was looked at.
+        // The policy could not be loaded.
         CheckResult result;
         result.file = options.response;
         result.error = explainCaught("reading the policy");

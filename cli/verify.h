@@ -1,4 +1,4 @@
-// tallow verify: judges a stored response, without any network.
+// tallow verify: verifies a stored response, without any network.
 #pragma once
 
 #include <vector>
@@ -8,9 +8,9 @@
 
 namespace tallow::cli {
 
-/// One result for the certificate given, else one for each entry of the request given, else one for each entry of the
-/// response; a response that is of no use as a whole gives that for each. Throws InputError for what is given beside
-/// the response and cannot be used.
+/// One result for the given certificate, else one for each entry of the given request, else one for each entry of the
+/// response. A response that is rejected as a whole gives the same error for each. Throws InputError for unusable input
+/// other than the response.
 std::vector<CheckResult> runVerify(const VerifyOptions& options);
 
 }  // namespace tallow::cli

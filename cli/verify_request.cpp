@@ -36,7 +36,7 @@ public:
 private:
     void judge();
     const _CERT_CONTEXT* findRequestor(const CRequest& request);
-    // False, with the verdict written, when the status refuses.
+    // False, with the verdict written, for a failure status.
     bool passes(std::int32_t status);
 
     const VerifyRequestOptions& options_;
@@ -50,7 +50,7 @@ bool RequestVerification::passes(std::int32_t status) {
         return true;
     }
     verdict_.error = explain(status, step_);
-    // Without settings nothing is trusted, which says nothing about the request.
+    // Without settings there are no trusted roots, so that there is no verdict.
     if (settingsMistake().empty()) {
         verdict_.status = "refused";
         verdict_.exitStatus = kExitRefused;
@@ -58,8 +58,8 @@ bool RequestVerification::passes(std::int32_t status) {
     return false;
 }
 
-// The signer, else a certificate with his name, so that the report can say that its key did not sign. The last place
-// where the library looks is the user's store My, and it fails when there is none.
+// The signer, else a certificate with its name, so that the report can say that its key did not sign. The library reads
+// the user's store My last, and fails when there is none.
 const _CERT_CONTEXT* findCertificate(const CRequest& request, void* store) {
     try {
         const _CERT_CONTEXT* const signer = request.FindSigner(&store, 1);

@@ -1,4 +1,4 @@
-// tallow verify-request: judges a request as its receiver would.
+// tallow verify-request: verifies a received request.
 #pragma once
 
 #include "cli/options.h"
@@ -6,12 +6,12 @@
 
 namespace tallow::cli {
 
-// Exit statuses of their own beside kExitNoAnswer, no verdict could be made.
+// Exit statuses besides kExitNoAnswer, which means that there is no verdict.
 inline constexpr int kExitValid = 0;
 inline constexpr int kExitRefused = 1;
 inline constexpr int kExitUnsigned = 2;
 
-/// Throws InputError for what is given beside the request and cannot be used.
+/// Throws InputError for unusable input other than the request.
 Outcome runVerifyRequest(const VerifyRequestOptions& options);
 
 }  // namespace tallow::cli

@@ -18,10 +18,10 @@ endif()
 target_compile_features(tallow INTERFACE cxx_std_20)
 target_include_directories(tallow INTERFACE $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>
                                             $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-# Calls inside the library stay inside it: no detour over the table that would let another object step in. The schema
+# Calls inside the library are bound to it directly: no other object can replace its functions. The schema
 # describes more types than the library reads; sections of their own let the linker drop the others.
 target_link_options(tallow PRIVATE -Wl,-Bsymbolic-functions -Wl,--gc-sections)
 if(NOT TALLOW_SANITIZE)
-  # Not so under a sanitizer: clang leaves its runtime to the program.
+  # Not with a sanitizer: clang links its runtime only into programs.
   target_link_options(tallow PRIVATE -Wl,--no-undefined)
 endif()

@@ -16,7 +16,7 @@ target_compile_options(tallow_flags INTERFACE -Wall -Wextra -Wpedantic -fvisibil
                                               -fno-strict-aliasing
                                               "$<$<CONFIG:Release>:-fno-semantic-interposition;-ffunction-sections;-fdata-sections>")
 if(CMAKE_CXX_COMPILER_ID STREQUAL GNU AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
-  # GCC 12 sees overlapping copies in every std::string concatenation that it inlines (its bug 105651).
+  # GCC 12 reports overlapping copies in inlined std::string concatenations (GCC bug 105651).
   target_compile_options(tallow_flags INTERFACE -Wno-restrict)
 endif()
 if(TALLOW_WERROR)
@@ -57,6 +57,6 @@ function(tallow_test name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE tallow_options ${arg_LINK} GTest::gmock GTest::gtest_main)
   add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}/tests)
-  # A program without tests succeeds by itself.
+  # A program without tests would succeed.
   set_tests_properties(${name} PROPERTIES TIMEOUT 300 FAIL_REGULAR_EXPRESSION "Running 0 tests from")
 endfunction()

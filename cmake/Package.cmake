@@ -34,7 +34,7 @@ install(EXPORT tallow-targets NAMESPACE tallow:: DESTINATION ${package_folder})
 configure_package_config_file(cmake/tallow-config.cmake.in ${PROJECT_BINARY_DIR}/tallow-config.cmake
                               INSTALL_DESTINATION ${package_folder} NO_SET_AND_CHECK_MACRO
                               NO_CHECK_REQUIRED_COMPONENTS_MACRO)
-# Below 1.0 a minor version may change what programs were built against.
+# Before 1.0 a minor version may be incompatible.
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/tallow-config-version.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/tallow-config.cmake ${PROJECT_BINARY_DIR}/tallow-config-version.cmake
         DESTINATION ${package_folder})
