@@ -61,12 +61,11 @@ Bytes produced(long producedAt, long thisUpdate) {
     });
 }
 
-// A good response with octets after the basic response, inside the OCTET STRING.
-Bytes withOctetsInside() {
+// A response around an encoded OCTET STRING, from the encoding of a good basic response.
+Bytes wrapping(Bytes (*octetString)(const Bytes& basic)) {
     const Bytes basic = responseWith([](ResponseSpec& spec) { spec.bare = true; });
     return tlv::sequence(
-        {tlv::enumerated(0), tlv::context(0, tlv::sequence({tlv::oid(kBasicResponseOid),
-                                                            tlv::octetString(concat({basic, tlv::null()}))}))});
+        {tlv::enumerated(0), tlv::context(0, tlv::sequence({tlv::oid(kBasicResponseOid), octetString(basic)}))});
 }
 
 // A failed response status with the body of a good response.
@@ -129,7 +128,12 @@ std::vector<Row> rows() {
         {"thisUpdate after producedAt", produced(-600, -60), 3, "is later than producedAt"},
         {"octets after", responseWith([](ResponseSpec& s) { s.trailing = tlv::null(); }), 3,
          "octets follow the response"},
-        {"octets inside", withOctetsInside(), 3, "octets follow the basic response"},
+        {"octets inside", wrapping([](const Bytes& basic) {
+             return tlv::octetString(concat({basic, tlv::null()}));
+         }),
+         3, "octets follow the basic response"},
+        {"octet string in parts", wrapping([](const Bytes& basic) { return tlv::raw(0x24, tlv::octetString(basic)); }),
+         3, "not one DER structure"},
         {"version 1 in words", responseWith([](ResponseSpec& spec) { spec.version = 0; }), 0, ""},
         {"version 2", responseWith([](ResponseSpec& spec) { spec.version = 1; }), 3, "not of version 1"},
         {"delegate of another trusted CA",
