@@ -1,5 +1,5 @@
-// The bounds of the Crypto service's work, each a setting of the table [crypto]; platform/support/settings_table.inc has
-// their defaults. A value outside of its range is ignored, so that no setting can switch a bound off.
+// The bounds of the Crypto service's work, each a setting of the table [crypto]; platform/support/settings_table.inc
+// has their defaults. A value outside of its range is ignored, so that no setting can switch a bound off.
 #pragma once
 
 #include <cstddef>
