@@ -37,7 +37,7 @@ ALLOWED = {
     "client/flat": BELOW_CLIENT | {"client/request", "client/response"},
     "platform/support": set(),
     "platform/crypto": {"platform/support"},
-    "cli": BELOW_CLIENT | CLIENT,
+    "cli": BELOW_CLIENT | CLIENT | {"platform/support/settings_table.inc"},
     "examples": BELOW_CLIENT | CLIENT,
     "bench": {"schema", "asn1rt", "tests/support"},
     "fuzz": BELOW_CLIENT | CLIENT | {"schema", "asn1rt", "cli", "platform", "tests/support", "tests/platform/trust_fixture.h"},
