@@ -28,14 +28,21 @@ std::optional<Rejection> rejectBasic(const Orvane::CBlob& bytes) {
     if (!data) {
         return notDer();
     }
+    const Rejection otherVersion = rejected("the response is not of version 1; ask another responder");
+    // The decoders read a version without octets, or with too many, as 0. Another reader may not.
+    TlvReader members(data);
+    if (const std::optional<TlvElement> wrapper = members.nextIf(TlvElement::context(0))) {
+        const std::optional<TlvElement> version = TlvReader(wrapper).nextIf(TlvElement::kInteger);
+        if (!version || version->content.size() != 1) {
+            return otherVersion;
+        }
+    }
     CBasicResponse message;
     message.decode(bytes);
     if (message.get_trailingSize() != 0) {
         return rejected("octets follow the basic response; ask another responder");
     }
-    return message.get_version() == 0
-               ? std::nullopt
-               : std::optional(rejected("the response is not of version 1; ask another responder"));
+    return message.get_version() == 0 ? std::nullopt : std::optional(otherVersion);
 }
 
 }  // namespace

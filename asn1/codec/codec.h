@@ -170,6 +170,21 @@ CBlob asn1Encode(const V& value) {
     });
 }
 
+/// What the members of a decoded value are read into: a copy of the old value, since a record may leave some of them
+/// as they were. Lists are replaced as a whole, so they start empty: copying a long one would cost more than decoding.
+template <class V>
+V startOf(const V& value) {
+    if constexpr (requires(V list) {
+                      V();
+                      list.clear();
+                      list.emplace_back();
+                  }) {
+        return V();
+    } else {
+        return value;
+    }
+}
+
 /// Replaces `value` with the decoded `data`, which may belong to `value`. Every failure leaves `value` unchanged: the
 /// members are read into a copy, which takes its place at the end.
 template <class Traits, class V>
@@ -180,7 +195,7 @@ void asn1Decode(const CBlob& data, V& value) {
         rtCtxtSetFlag(buffer.getCtxtPtr(), CTX_FLAG_ZERO_COPY);
         typename Traits::ASN1_T record{};
         decodeRecord<Traits>(buffer, record);
-        V decoded = value;
+        V decoded = startOf(value);
         Traits::get(record, decoded);
         value = std::move(decoded);
     });

@@ -6,6 +6,17 @@
 
 namespace Orvane::ASN1 {
 
+namespace {
+
+// Whether a tag number takes no more octets than it needs (X.690, 8.1.2.4), so that no other form passes for a known
+// tag.
+bool isMinimal(Octets header) {
+    constexpr unsigned char kLongForm = 0x1F;
+    return (header[0] & kLongForm) != kLongForm || header[1] > 0x80 || (header[1] >= kLongForm && header[1] < 0x80);
+}
+
+}  // namespace
+
 std::optional<TlvElement> TlvReader::next() noexcept {
     constexpr std::uint32_t kConstructedBit = 0x20000000;
     const Octets octets = rest_;
@@ -23,6 +34,9 @@ std::optional<TlvElement> TlvReader::next() noexcept {
         return std::nullopt;
     }
     const std::size_t headerSize = reader.buffer.byteIndex;
+    if (!isMinimal(octets.first(headerSize))) {
+        return std::nullopt;
+    }
     const auto contentSize = static_cast<std::size_t>(length);
     rest_ = octets.subspan(headerSize + contentSize);
     return TlvElement{tag & ~kConstructedBit, (tag & kConstructedBit) != 0, octets.first(headerSize + contentSize),

@@ -5,8 +5,9 @@
 //   TlvReader members(outer.nextIf(TlvElement::kSequence));   // empty when there is no such element
 //   while (const std::optional<TlvElement> member = members.next()) ...
 //
-// Accepts headers as the decoders do (X.690, 8.1), lengths in more octets than needed included, but not the indefinite
-// form: its elements end where they contain one. Nothing is copied, allocated or thrown.
+// Accepts headers as the decoders do (X.690, 8.1), lengths in more octets than needed included, but neither the
+// indefinite form (its elements end where they contain one) nor tag numbers in more octets than needed (8.1.2.4).
+// Nothing is copied, allocated or thrown.
 #pragma once
 
 #include <cstdint>
@@ -45,6 +46,7 @@ class TALLOW_EXPORT TlvReader {
 public:
     explicit TlvReader(Octets octets) noexcept : rest_(octets) {}
     explicit TlvReader(const CBlob& octets) noexcept : rest_(octets.pbData(), octets.cbData()) {}
+    explicit TlvReader(CBlob&&) = delete;  // its octets would be gone with the end of the statement
     /// Reads the contents of an element; nothing when it is empty.
     explicit TlvReader(const std::optional<TlvElement>& element) noexcept
         : rest_(element ? element->content : Octets()) {}

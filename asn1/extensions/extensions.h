@@ -3,8 +3,8 @@
 //   Extensions ::= SEQUENCE SIZE (1..MAX) OF Extension
 //   Extension  ::= SEQUENCE { extnID OBJECT IDENTIFIER, critical BOOLEAN DEFAULT FALSE, extnValue OCTET STRING }
 //
-// CExtValue is the pair of identifier and value, from which the typed extensions derive (asn1/typed_extensions.h), and
-// CExtension adds `critical`. To add a typed extension to a list:
+// CExtValue is the pair of identifier and value, from which the typed extensions derive
+// (asn1/extensions/typed_extensions.h), and CExtension adds `critical`. To add a typed extension to a list:
 //
 //   CExtensions list;
 //   list.insert(CExtension(CExtCRLReason(kReasonKeyCompromise), false));

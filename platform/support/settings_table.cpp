@@ -34,6 +34,7 @@ TextValue textValueOf(const setting::Text& text) {
     if (read(text.path.text(), &size, value.data()) != 0) {
         return {};
     }
+    value.resize(size);  // another thread may have opened a file with a shorter text meanwhile
     return {Source::kFile, value};
 }
 

@@ -79,7 +79,7 @@ def includes(path):
         match = re.match(r'\s*#\s*include\s+(["<])([^">]+)[">]', line)
         if match:
             is_installed = path.startswith("examples/") and match[2].startswith("tallow/")
-            yield number, match[1] == "<" and not is_installed, match[2].removeprefix("tallow/")
+            yield number, match[1] == "<" and not is_installed, match[2][len("tallow/") * is_installed:]
 
 
 def mistakes(path, folder, public):
@@ -90,6 +90,8 @@ def mistakes(path, folder, public):
         if first and path.endswith(".cpp") and (ROOT / own).exists() and target != own:
             yield f"{where}: a source includes its own header first"
         first = False
+        if is_system and target.startswith("tallow/"):
+            yield f"{where}: code of this tree includes by the path from its root"
         is_delivered = not is_below(folder, UNDELIVERED)
         for prefix, users in FOREIGN.items():
             if is_delivered and target.startswith(prefix) and not is_below(folder, users):
