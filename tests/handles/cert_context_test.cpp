@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <map>
 #include <string>
 #include <utility>
 
@@ -22,20 +23,17 @@ using testkit::Script;
 
 constexpr DWORD kKeyProvInfo = 2;
 
-// A property read in two steps: its size, then its bytes.
-void expectProperty(Script& service, PCCERT_CONTEXT certificate, DWORD id, const std::string& value) {
-    EXPECT_CALL(service, CertGetCertificateContextProperty(certificate, id, _, _))
-        .WillRepeatedly([value](PCCERT_CONTEXT, DWORD, void* data, DWORD* size) {
-            const bool fits = data == nullptr || *size >= value.size();
-            if (data != nullptr && fits) {
-                std::memcpy(data, value.data(), value.size());
-            }
-            *size = static_cast<DWORD>(value.size());
-            if (!fits) {
-                SetLastError(ERROR_MORE_DATA);
-            }
-            return fits ? TRUE : FALSE;
-        });
+// A property as the service gives it: its size without room for it, and otherwise its bytes when they fit.
+auto property(const std::string& value) {
+    return [value](PCCERT_CONTEXT, DWORD, void* data, DWORD* size) {
+        const bool fits = data == nullptr || *size >= value.size();
+        if (data != nullptr) {
+            std::memcpy(data, value.data(), fits ? value.size() : *size);
+        }
+        *size = static_cast<DWORD>(value.size());
+        SetLastError(ERROR_MORE_DATA);
+        return fits ? TRUE : FALSE;
+    };
 }
 
 class CertContext : public testing::Test {
@@ -74,28 +72,24 @@ TEST_F(CertContext, DetachingCopiesWhatTheServiceCannotDerive) {
         .WillRepeatedly([&](PCCERT_CONTEXT, DWORD id) {
             return id == 0 ? kIds[0] : *(std::find(kIds.begin(), kIds.end(), id) + 1);
         });
-    expectProperty(service_, &old_, 2, std::string(600, 'k'));
-    expectProperty(service_, &old_, 5, "");
-    expectProperty(service_, &old_, 81, std::string("a\0b", 3));
-    const auto blobHolds = [](const std::string& expected) {
-        return testing::ResultOf(
-            [](const void* data) {
-                const auto* blob = static_cast<const CRYPT_DATA_BLOB*>(data);
-                return std::string(reinterpret_cast<const char*>(blob->pbData), blob->cbData);
-            },
-            expected);
-    };
-    const auto isKeyRecord = testing::ResultOf(
-        [](const void* data) { return std::string(static_cast<const char*>(data), 600); }, std::string(600, 'k'));
-    EXPECT_CALL(service_, CertSetCertificateContextProperty(&new_, 2, 0, isKeyRecord)).WillOnce(Return(TRUE));
-    EXPECT_CALL(service_, CertSetCertificateContextProperty(&new_, 5, 0, blobHolds(""))).WillOnce(Return(TRUE));
-    EXPECT_CALL(service_, CertSetCertificateContextProperty(&new_, 81, 0, blobHolds(std::string("a\0b", 3))))
-        .WillOnce(Return(TRUE));
-
+    const std::map<DWORD, std::string> copied = {{2, std::string(600, 'k')}, {5, ""}, {81, std::string("a\0b", 3)}};
+    for (const auto& [id, value] : copied) {
+        EXPECT_CALL(service_, CertGetCertificateContextProperty(&old_, id, _, _)).WillRepeatedly(property(value));
+    }
+    std::map<DWORD, std::string> set;
+    EXPECT_CALL(service_, CertSetCertificateContextProperty(&new_, _, 0, _))
+        .Times(3)
+        .WillRepeatedly([&set](auto, DWORD id, auto, const void* data) {
+            const auto* blob = static_cast<const CRYPT_DATA_BLOB*>(data);  // except for the record of the key
+            set[id] = id == 2 ? std::string(static_cast<const char*>(data), 600)
+                              : std::string(reinterpret_cast<const char*>(blob->pbData), blob->cbData);
+            return TRUE;
+        });
     CCertContext certificate = CCertContext::adopt(&old_);
     EXPECT_CALL(service_, CertFreeCertificateContext(&old_)).WillOnce(Return(TRUE));
     EXPECT_THAT(certificate.DetachFromStore(), IsStatus(status::kOk));
     EXPECT_EQ(certificate.get(), &new_);
+    EXPECT_EQ(set, copied);
     EXPECT_CALL(service_, CertFreeCertificateContext(&new_)).WillOnce(Return(TRUE));
 }
 
@@ -112,7 +106,7 @@ TEST_F(CertContext, FailedDetachingKeepsTheOldContext) {
         .WillOnce(failing(FALSE, 0x80092004));
     EXPECT_THAT(certificate.DetachFromStore(), IsStatus(status::kCryptNotFound));
 
-    expectProperty(service_, &old_, 11, "name");
+    EXPECT_CALL(service_, CertGetCertificateContextProperty(&old_, 11, _, _)).WillRepeatedly(property("name"));
     EXPECT_CALL(service_, CertSetCertificateContextProperty(&new_, 11, 0, _))
         .WillOnce(failing(FALSE, ERROR_INVALID_PARAMETER));
     EXPECT_THAT(certificate.DetachFromStore(), IsStatus(status::kInvalidArgument));
@@ -130,13 +124,7 @@ TEST_F(CertContext, KeyProviderInformationIsReadInOneStepWhenItIsSmall) {
         CCertContext certificate = CCertContext::adopt(&old_);
         EXPECT_CALL(service_, CertGetCertificateContextProperty(&old_, kKeyProvInfo, testing::NotNull(), _))
             .Times(row.numReads)
-            .WillRepeatedly([&](PCCERT_CONTEXT, DWORD, void* data, DWORD* size) {
-                const bool fits = *size >= row.size;
-                std::memset(data, 'k', fits ? row.size : *size);
-                *size = static_cast<DWORD>(row.size);
-                SetLastError(ERROR_MORE_DATA);
-                return fits ? TRUE : FALSE;
-            });
+            .WillRepeatedly(property(std::string(row.size, 'k')));
         ATL::CStringA value;
         EXPECT_THAT(certificate.GetKeyProvInfo(value), IsStatus(status::kOk));
         EXPECT_EQ(std::string(value.GetString(), static_cast<std::size_t>(value.GetLength())),
