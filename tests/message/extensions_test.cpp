@@ -19,6 +19,7 @@ using testkit::IsStatus;
 using testkit::thrownStatus;
 namespace tlv = testkit::tlv;
 
+const CDateTime kDate("20260102030405Z");
 const Bytes kTime = tlv::generalizedTime("20260102030405Z");
 const Bytes kUri = tlv::contextPrimitive(6, testkit::bytesOf("http://ca.example/a.crl"));
 
@@ -26,100 +27,79 @@ Bytes value(const ASN1::CExtValue& extension) {
     return testkit::bytes(extension.get_value());
 }
 
-TEST(MessageExtensions, ReturnTheNonceUnchanged) {
+// Reads `der`, puts each field of it into a new object and expects the same octets from that. Returns what was read.
+template <class Extension, class Copy>
+Extension copied(const Bytes& der, Copy copy, const char* oid) {
+    Extension read(testkit::blob(der));
+    Extension made;
+    copy(read, made);
+    EXPECT_EQ(value(made), der) << oid;
+    EXPECT_STREQ(made.get_oid(), oid);
+    return read;
+}
+
+TEST(MessageExtensions, AreWrittenAsTheyAreRead) {
     for (const Bytes& nonce : {tlv::octetString({1, 2, 3}), Bytes{0xFF, 0x00}, Bytes{}}) {
-        CExtNonce made;
-        made.put_nonce(testkit::blob(nonce));
-        EXPECT_EQ(value(made), nonce);
-        EXPECT_EQ(testkit::bytes(CExtNonce(made.get_value()).get_nonce()), nonce);
-        EXPECT_STREQ(made.get_oid(), testkit::kNonceOid);
+        const auto copy = [](const CExtNonce& read, CExtNonce& made) { made.put_nonce(read.get_nonce()); };
+        copied<CExtNonce>(nonce, copy, testkit::kNonceOid);
     }
+    const auto points = copied<CExtCRLLocator>(
+        // { distributionPoint [0] { fullName [0] { URI } } }
+        tlv::sequence({tlv::sequence({tlv::context(0, tlv::context(0, kUri))})}),
+        [](const auto& read, auto& made) { made.put_locator(read.get_locator()); }, "1.2.643.2.2.47.2");
+    EXPECT_EQ(points.get_locator().size(), 1U);
+    const auto cutoff = copied<CExtArchiveCutoff>(
+        kTime, [](const auto& read, auto& made) { made.put_archiveCutoff(read.get_archiveCutoff()); },
+        "1.3.6.1.5.5.7.48.1.6");
+    EXPECT_EQ(cutoff.get_archiveCutoff(), kDate);
+    const auto types = copied<CExtAcceptableResponses>(
+        tlv::sequence({tlv::oid(kOidBasicResponse), tlv::oid("1.2.643.2.2.47.9")}),
+        [](const auto& read, auto& made) { made.put_acceptableResponses(read.get_acceptableResponses()); },
+        "1.3.6.1.5.5.7.48.1.4");
+    CStringList list = types.get_acceptableResponses();
+    EXPECT_STREQ(list.back().c_str(), "1.2.643.2.2.47.9");
+    list.push_back(CStringProxy("one.two"));
+    CExtAcceptableResponses kept(types);
+    EXPECT_THAT(thrownStatus([&] { kept.put_acceptableResponses(list); }), IsStatus(status::kInvalidArgument));
+    EXPECT_EQ(value(kept), value(types));
 }
 
-TEST(MessageExtensions, WriteAndReadAcceptableResponses) {
-    CStringList types;
-    types.push_back(CStringProxy(kOidBasicResponse));
-    types.push_back(CStringProxy("1.2.643.2.2.47.9"));
-    CExtAcceptableResponses made;
-    made.put_acceptableResponses(types);
-    EXPECT_EQ(value(made), tlv::sequence({tlv::oid(kOidBasicResponse), tlv::oid("1.2.643.2.2.47.9")}));
-    const CExtAcceptableResponses read(made.get_value());
-    ASSERT_EQ(read.get_acceptableResponses().size(), 2U);
-    EXPECT_STREQ(read.get_acceptableResponses().back().c_str(), "1.2.643.2.2.47.9");
-
-    const Bytes before = value(made);
-    types.push_back(CStringProxy("one.two"));
-    EXPECT_THAT(thrownStatus([&] { made.put_acceptableResponses(types); }), IsStatus(status::kInvalidArgument));
-    EXPECT_EQ(value(made), before);
-}
-
-TEST(MessageExtensions, WriteAndReadTheServiceLocator) {
+TEST(MessageExtensions, TheServiceLocatorIsWrittenOnceItsIssuerIsKnown) {
     const Bytes issuer = testkit::Pki::shared().ca.subject();
-    ASN1::CGeneralName location;
-    location.put_uniformResourceIdentifier(L"http://ca.example/a.crl");
-    ASN1::CAuthorityInfoAccessSyntax locator;
-    locator.push_back(ASN1::CAccessDescription("1.3.6.1.5.5.7.48.1", location));
-    CExtServiceLocator made;
-    made.put_locator(&locator);  // before the issuer: nothing to encode yet
-    EXPECT_TRUE(value(made).empty());
-    made.put_issuer(testkit::blob(issuer));
-    EXPECT_EQ(value(made),
-              tlv::sequence({issuer, tlv::sequence({tlv::sequence({tlv::oid("1.3.6.1.5.5.7.48.1"), kUri})})}));
-    const CExtServiceLocator read(made.get_value());
+    const Bytes location = tlv::sequence({tlv::oid("1.3.6.1.5.5.7.48.1"), kUri});
+    const auto read = copied<CExtServiceLocator>(
+        tlv::sequence({issuer, tlv::sequence({location})}),
+        [](const auto& from, auto& made) {
+            made.put_locator(from.get_locator());
+            EXPECT_TRUE(value(made).empty()) << "nothing to encode yet";
+            made.put_issuer(from.get_issuer());
+        },
+        "1.3.6.1.5.5.7.48.1.7");
     EXPECT_EQ(testkit::bytes(read.get_issuer()), issuer);
-    ASSERT_NE(read.get_locator(), nullptr);
-    EXPECT_STREQ(read.get_locator()->front().get_accessLocation().get_uniformResourceIdentifier(),
-                 L"http://ca.example/a.crl");
+    CExtServiceLocator made(read);
     made.put_locator(nullptr);
     EXPECT_EQ(value(made), tlv::sequence({issuer}));
     EXPECT_EQ(CExtServiceLocator(made.get_value()).get_locator(), nullptr);
 }
 
-TEST(MessageExtensions, ReadTheCrlLocatorFromACertificatesDistributionPoints) {
-    // { distributionPoint [0] { fullName [0] { URI } } }
-    const Bytes points = tlv::sequence({tlv::sequence({tlv::context(0, tlv::context(0, kUri))})});
-    const CExtCRLLocator read(testkit::blob(points));
-    ASSERT_EQ(read.get_locator().size(), 1U);
-    EXPECT_EQ(value(read), points);
-    CExtCRLLocator made;
-    made.put_locator(read.get_locator());
-    EXPECT_EQ(value(made), points);
-    EXPECT_STREQ(made.get_oid(), "1.2.643.2.2.47.2");
-}
-
-TEST(MessageExtensions, WriteAndReadEachFieldOfCrlId) {
-    const CDateTime time("20260102030405Z");
-    const int number = 4711;
-    CExtHistoricalRequest made;
-    made.put_crlTime(&time);
-    EXPECT_EQ(value(made), tlv::sequence({tlv::context(2, kTime)}));
-    made.put_crlNum(&number);
-    made.put_crlUrl("http://x/");
-    EXPECT_EQ(value(made), tlv::sequence({tlv::context(0, tlv::ia5String("http://x/")),
-                                          tlv::context(1, tlv::integer(number)), tlv::context(2, kTime)}));
-    const CExtCrlID read(made.get_value());
+TEST(MessageExtensions, EachFieldOfCrlIdIsOptional) {
+    const Bytes url = tlv::context(0, tlv::ia5String("http://x/"));
+    const Bytes number = tlv::context(1, tlv::integer(4711));
+    const Bytes time = tlv::context(2, kTime);
+    const auto copy = [](const auto& read, auto& made) {
+        made.put_crlUrl(read.get_crlUrl());
+        made.put_crlNum(read.get_crlNum());
+        made.put_crlTime(read.get_crlTime());
+    };
+    for (const Bytes& der : {tlv::sequence({}), tlv::sequence({url}), tlv::sequence({number}), tlv::sequence({time})}) {
+        copied<CExtCrlID>(der, copy, kOidCrlReference);
+    }
+    auto read = copied<CExtHistoricalRequest>(tlv::sequence({url, number, time}), copy, kOidHistoricalRequest);
     EXPECT_STREQ(read.get_crlUrl(), "http://x/");
-    EXPECT_THAT(read.get_crlNum(), testing::Pointee(number));
-    EXPECT_THAT(read.get_crlTime(), testing::Pointee(time));
-    EXPECT_STREQ(read.get_oid(), kOidCrlReference);
-    EXPECT_STREQ(made.get_oid(), kOidHistoricalRequest);
-
-    CExtHistoricalRequest empty(testkit::blob(tlv::sequence({})));
-    EXPECT_EQ(empty.get_crlUrl(), nullptr);
-    EXPECT_EQ(empty.get_crlNum(), nullptr);
-    EXPECT_EQ(empty.get_crlTime(), nullptr);
-    made.put_crlUrl(nullptr);
-    made.put_crlNum(nullptr);
-    made.put_crlTime(nullptr);
-    EXPECT_EQ(value(made), tlv::sequence({}));
-}
-
-TEST(MessageExtensions, WriteAndReadTheArchiveCutoff) {
-    const CDateTime time("20260102030405Z");
-    CExtArchiveCutoff made;
-    made.put_archiveCutoff(time);
-    EXPECT_EQ(value(made), kTime);
-    EXPECT_EQ(CExtArchiveCutoff(made.get_value()).get_archiveCutoff(), time);
+    EXPECT_THAT(read.get_crlNum(), testing::Pointee(4711));
+    EXPECT_THAT(read.get_crlTime(), testing::Pointee(kDate));
+    copy(CExtCrlID(testkit::blob(tlv::sequence({}))), read);
+    EXPECT_EQ(value(read), tlv::sequence({})) << "fields are taken away with null";
 }
 
 TEST(MessageExtensions, RefuseMalformedValues) {

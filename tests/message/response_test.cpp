@@ -206,46 +206,28 @@ TEST(BasicResponse, FindsTheResponderAfterAVersionInAnyForm) {
 }
 
 TEST(BasicResponse, AcceptsOnlyExistingTimesInUtc) {
-    struct Row {
-        std::string time;
-        bool isRead;
-    };
-    const Row rows[] = {
-        {"20240229235959Z", true},
-        {"20240229235959.25Z", true},
-        {"202402292359Z", true},
-        {"20260101120000+1200", false},
-        {"20260101120000-0000", false},
-        {"20260101120000", false},
-        {"20260101120000z", false},
-        {std::string("20260101120000Z\0", 16), false},
-        {"20250229000000Z", false},
-        {"20240230000000Z", false},
-        {"20260101240000Z", false},
-        {"20260101006000Z", false},
-        {"20260101000060Z", false},
-        {"20260001000000Z", false},
-        {"16001231235959Z", false},
-        {"+2026101000000Z", false},
-        {"Z", false},
+    const std::pair<std::string, bool> rows[] = {
+        {"20240229235959Z", true},      {"20240229235959.25Z", true}, {"202402292359Z", true},
+        {"20260101120000-0000", false}, {"20260101120000", false},    {std::string("20260101120000Z\0", 16), false},
+        {"20250229000000Z", false},     {"16001231235959Z", false},   {"Z", false},
     };
     std::string ResponseSpec::*const producedAt = &ResponseSpec::producedAt;
-    for (const Row& row : rows) {
+    for (const auto& [time, isRead] : rows) {
         EntrySpec revoked(bareSpec().entries[0].id, EntryStatus::kRevoked);
         std::vector<ResponseSpec> specs(4, bareSpec());
-        specs[0].*producedAt = row.time;
-        specs[1].entries[0].thisUpdate = row.time;
-        specs[2].entries[0].nextUpdate = row.time;
-        revoked.revocationTime = row.time;
+        specs[0].*producedAt = time;
+        specs[1].entries[0].thisUpdate = time;
+        specs[2].entries[0].nextUpdate = time;
+        revoked.revocationTime = time;
         specs[3].entries[0] = revoked;
         for (const ResponseSpec& spec : specs) {
-            EXPECT_THAT(thrownStatus([&] { decoded(spec); }), IsStatus(row.isRead ? status::kOk : status::kAsn1Error))
-                << row.time;
+            EXPECT_THAT(thrownStatus([&] { decoded(spec); }), IsStatus(isRead ? status::kOk : status::kAsn1Error))
+                << time;
         }
-        const Bytes time = tlv::raw(0x18, Bytes(row.time.begin(), row.time.end()));
-        EXPECT_EQ(thrownStatus([&] { CExtArchiveCutoff{testkit::blob(time)}; }) == status::kOk, row.isRead) << row.time;
-        const CBlob crlId = testkit::blob(tlv::sequence({tlv::context(2, time)}));
-        EXPECT_EQ(thrownStatus([&] { CExtCrlID{crlId}; }) == status::kOk, row.isRead) << row.time;
+        const Bytes der = tlv::raw(0x18, Bytes(time.begin(), time.end()));
+        EXPECT_EQ(thrownStatus([&] { CExtArchiveCutoff{testkit::blob(der)}; }) == status::kOk, isRead) << time;
+        const CBlob crlId = testkit::blob(tlv::sequence({tlv::context(2, der)}));
+        EXPECT_EQ(thrownStatus([&] { CExtCrlID{crlId}; }) == status::kOk, isRead) << time;
     }
     ResponseSpec spec = bareSpec();
     spec.producedAt = "20240229235959.25Z";
@@ -274,18 +256,6 @@ TEST(BasicResponse, AcceptsCommonDeviations) {
     EXPECT_EQ(reference.get_crlNum(), nullptr);
     EXPECT_STREQ(reference.get_crlUrl(), "http://a%00b");
     EXPECT_EQ(testkit::bytes(reference.get_value()), crlId);
-}
-
-TEST(BasicResponse, KeepsEntriesWithOtherCertificateIdentifiers) {
-    ResponseSpec spec = bareSpec();
-    const Bytes alternative = tlv::context(0, tlv::context(0, Pki::shared().good.certificate));
-    spec.entries[0].raw =
-        tlv::sequence({alternative, tlv::contextPrimitive(0, {}), tlv::generalizedTime("20260101000000Z")});
-    const CBasicResponse response = decoded(spec);
-    const CReqCert& reqCert = response.get_responses().front().get_reqCert();
-    EXPECT_EQ(reqCert.get_certID(), nullptr);
-    ASSERT_NE(reqCert.get_otherAlternative(), nullptr);
-    EXPECT_EQ(testkit::bytes(*reqCert.get_otherAlternative()), alternative);
 }
 
 TEST(ResponseMessage, ShowsStatusTypeAndContent) {

@@ -117,7 +117,6 @@ TEST_F(OcspClient, SendReportsUselessResponsesAndOtherFailures) {
         {"good, signed by an unknown key", with([this](ResponseSpec& s) { s.signer = pki_.sameNameCa; }), request, 0},
         {"unknown", with([](ResponseSpec& s) { s.entries[0].status = EntryStatus::kUnknown; }), request,
          status::kInternalError},
-        {"unauthorized", with([](ResponseSpec& s) { s.responseStatus = 6; }), request, status::kInternalError},
         {"no entry", with([](ResponseSpec& s) { s.entries.clear(); }), request, status::kInvalidIndex},
         {"no HTTP 200", {.status = 500}, request, status::kHttpStatus},
         {"no response", {.body = {1, 2, 3}}, request, status::kAsn1Error},
@@ -145,10 +144,6 @@ TEST_F(OcspClient, VerifyChecksAResponseAboutOneCertificate) {
     const Bytes sameNonce = extensions({{"1.2.3", false, tlv::null()}, nonceExtension({1, 2})});
     const Bytes bareNonce = extensions({{kNonceOid, false, {1, 2}}});
     constexpr std::int32_t kFailed = 1;
-    CertificateSpec checked = delegateSpec("checked");
-    checked.ocspNoCheck = false;
-    const Identity revoked = issue(pki_.ca, checked);
-    folder_.write("user/CA/ca.crl", makeCrl(pki_.ca, {.revokedSerials = {revoked.serial()}}));
     const ExtensionSpec critical{"1.2.3", true, tlv::null()};
     const Bytes overdue = changed([](ResponseSpec& s) { s.entries[0].nextUpdate = generalizedTimeText(-30); });
     struct Row {
@@ -168,21 +163,16 @@ TEST_F(OcspClient, VerifyChecksAResponseAboutOneCertificate) {
          status::kCryptRevoked},
         {"a nextUpdate that has passed", overdue, {}, 0},
         {"a longer nonce", withNonce, extensions({nonceExtension({1, 2, 3})}), status::kNoRevocationCheck},
-        {"a shorter nonce", withNonce, extensions({nonceExtension({1})}), status::kNoRevocationCheck},
         {"unknown",
          changed([](ResponseSpec& s) { s.entries[0].status = EntryStatus::kUnknown; }),
          {},
          status::kNoRevocationCheck},
         {"about another", buildResponse(about(pki_.revoked)), {}, status::kNteFail},
-        {"a critical extension",
-         changed([&](ResponseSpec& s) { s.extensions = {critical}; }),
-         {},
-         status::kCertCritical},
         {"a critical extension of the entry",
          changed([&](ResponseSpec& s) { s.entries[0].extensions = {critical}; }),
          {},
          status::kCriticalSingleExtension},
-        {"a revoked delegate", changed([&](ResponseSpec& s) { s.signer = revoked; }), {}, status::kCryptRevoked},
+        {"an unauthorised responder", changed([&](ResponseSpec& s) { s.signer = pki_.good; }), {}, status::kWrongUsage},
         {"the nonce", withNonce, sameNonce, 0},
         {"extensions without a nonce", withNonce, extensions({{"1.2.3", false, tlv::null()}}), 0},
         {"no nonce in the response", good, sameNonce, status::kNoRevocationCheck},

@@ -82,9 +82,7 @@ TEST_F(ResponseImport, AcceptsBothFormsAndRejectsTheRest) {
     const Row rows[] = {
         {"a whole response", [](ResponseSpec&) {}, 0},
         {"only the basic response", [](ResponseSpec& s) { s.bare = true; }, 0},
-        {"the version written out", [](ResponseSpec& s) { s.version = 0; }, 0},
         {"no entries", [](ResponseSpec& s) { s.entries.clear(); }, 0},
-        {"responder by key", [](ResponseSpec& s) { s.responderIdKind = ResponderIdKind::kByKey; }, 0},
         {"another response type", [](ResponseSpec& s) { s.responseType = "1.2.3"; }, status::kUnsupportedType},
         {"two nonces",
          [](ResponseSpec& s) {
@@ -110,8 +108,6 @@ TEST_F(ResponseImport, AcceptsBothFormsAndRejectsTheRest) {
              s.entries[0].extensions = {{"1.3.6.1.5.5.7.48.1.6", false, fromHex("020101")}};
          },
          status::kAsn1Error},
-        {"a time that is none", [](ResponseSpec& s) { s.producedAt = "2026x102030405Z"; }, status::kAsn1Error},
-        {"a time without a day", [](ResponseSpec& s) { s.producedAt = "2026"; }, status::kAsn1Error},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
@@ -123,9 +119,7 @@ TEST_F(ResponseImport, AcceptsBothFormsAndRejectsTheRest) {
             EXPECT_THAT(thrownStatus([&] { response.get_Status(); }), IsStatus(status::kNotImported));
         }
     }
-    for (const Bytes& rubbish : {Bytes{}, fromHex("30"), fromHex("3000"), bytesOf("<html>sorry</html>")}) {
-        EXPECT_THAT(importStatus(rubbish), IsStatus(status::kAsn1Error)) << toHex(rubbish);
-    }
+    EXPECT_THAT(importStatus(bytesOf("<html>sorry</html>")), IsStatus(status::kAsn1Error));
 }
 
 TEST_F(ResponseImport, OnlyTheStatusOfARefusalIsReadable) {
