@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 #include <utility>
+#include <vector>
 
 #include "client/policy/address_text.h"
 #include "tests/client/policy/settings_file.h"
@@ -87,39 +88,27 @@ TEST(AddressText, GivesOneFormToSpellingsOfOneAddress) {
 }
 
 TEST(AddressMasks, EachSettingRefusesOneSchemeAtOneKindOfServer) {
-    struct Kind {
-        const char* prefix;
-        const wchar_t* address;
+    struct Case {
+        std::string key;
+        ExchangeTraits exchange;
         std::int32_t refusal;
-        bool isProxy;
     };
-    const Kind kinds[] = {
-        {"AuthSSLDeny", L"https://a/", status::kResponderAuthRefused, false},
-        {"AuthDeny", L"http://a/", status::kResponderAuthRefused, false},
-        {"ProxyAuthSSLDeny", L"https://a/", status::kProxyAuthRefused, true},
-        {"ProxyAuthDeny", L"http://a/", status::kProxyAuthRefused, true},
-    };
-    struct Scheme {
-        const char* name;
-        long number;
-    };
-    const Scheme schemes[] = {{"Anonym", 0}, {"Basic", 1}, {"Digest", 8}, {"NTLM", 2}, {"Negotiate", 16}};
-    for (const Kind& denied : kinds) {
-        for (const Scheme& word : schemes) {
-            const std::string key = std::string(denied.prefix) + word.name;
-            const SettingsFile file(key + " = true");
-            const CRequestPolicy policy;
-            for (const Kind& kind : kinds) {
-                for (const Scheme& used : schemes) {
-                    SCOPED_TRACE(key + " with scheme " + used.name + " where " + kind.prefix + " counts");
-                    ExchangeTraits exchange{L"", 99, L"", 99};
-                    (kind.isProxy ? exchange.proxyAddress : exchange.ocspAddress) = kind.address;
-                    (kind.isProxy ? exchange.proxyAuthType : exchange.ocspAuthType) = used.number;
-                    const bool isRefused = &kind == &denied && &used == &word;
-                    EXPECT_THAT(thrownStatus([&] { checkHttpPolicies(policy, exchange); }),
-                                IsStatus(isRefused ? denied.refusal : status::kOk));
-                }
-            }
+    std::vector<Case> cases;
+    for (const auto& [scheme, number] :
+         {std::pair{"Anonym", 0L}, {"Basic", 1L}, {"Digest", 8L}, {"NTLM", 2L}, {"Negotiate", 16L}}) {
+        for (const auto& [ssl, address] : {std::pair{"SSL", L"https://a/"}, {"", L"http://a/"}}) {
+            const std::string key = std::string("Auth") + ssl + "Deny" + scheme;
+            cases.push_back({key, {address, number, L"", 99}, status::kResponderAuthRefused});
+            cases.push_back({"Proxy" + key, {L"", 99, address, number}, status::kProxyAuthRefused});
+        }
+    }
+    for (const Case& denied : cases) {
+        const SettingsFile file(denied.key + " = true");
+        const CRequestPolicy policy;
+        for (const Case& used : cases) {
+            EXPECT_THAT(thrownStatus([&] { checkHttpPolicies(policy, used.exchange); }),
+                        IsStatus(&used == &denied ? denied.refusal : status::kOk))
+                << denied.key << " where " << used.key << " counts";
         }
     }
 }

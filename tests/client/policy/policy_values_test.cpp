@@ -33,17 +33,23 @@ CGPStrings loadedList(const wchar_t* name, bool normalize) {
     return loaded<CGPStrings>(name, L"ListSetted", normalize);
 }
 
-TEST(PolicyValues, AbsentKeysGiveTheDefaults) {
-    const SettingsFile settings("ListSetted = true\n");
-    EXPECT_EQ(loaded<CGPLong>(L"Number", -7L), -7L);
-    EXPECT_TRUE(loaded<CGPBool>(L"Switch", true));
-    EXPECT_TRUE(loaded<CGPString>(L"Text").empty());
+TEST(PolicyValues, AreTheDefaultsWithoutAKeyAndAreReadOnceWithOne) {
+    SettingsFile settings(
+        "Number = -9000000000\nSwitch = false\nOne = 1\nText = 'p\xc3\xafn \xf0\x9f\x94\x92'\nListSetted = true\n");
+    EXPECT_EQ(loaded<CGPLong>(L"Absent", -7L), -7L);
+    EXPECT_TRUE(loaded<CGPBool>(L"Absent", true));
+    EXPECT_TRUE(loaded<CGPString>(L"Absent").empty());
     EXPECT_FALSE(loadedList(L"List", true).setted());  // the partner key has no effect
+    EXPECT_FALSE(loaded<CGPBool>(L"Switch", true));
+    EXPECT_TRUE(loaded<CGPBool>(L"One", false));
+    EXPECT_STREQ(loaded<CGPString>(L"Text").c_str(), L"p\u00efn \U0001F512");
+    const auto number = loaded<CGPLong>(L"Number", 1L);
+    settings.write("Number = 1\nText = 'first'\nList = ['first']\n");
+    EXPECT_EQ(number, -9'000'000'000L);
 
     wchar_t sectionText[] = L"ocsppolicy";
     wchar_t* section = sectionText;
     wchar_t* reserved = nullptr;
-    SettingsFile later("Text = 'first'\nList = ['first']\n");
     auto text = loaded<CGPString>(L"Text");
     CGPStrings list = loadedList(L"List", false);
     text.Load(reserved, section, L"Absent");
@@ -51,16 +57,6 @@ TEST(PolicyValues, AbsentKeysGiveTheDefaults) {
     EXPECT_STREQ(text.c_str(), L"first");
     EXPECT_TRUE(list.values().empty());
     EXPECT_FALSE(list.setted());
-}
-
-TEST(PolicyValues, KeysThatAreThereAreReadOnce) {
-    SettingsFile settings("Number = -9000000000\nSwitch = false\nOne = 1\nText = 'p\xc3\xafn \xf0\x9f\x94\x92'\n");
-    const auto number = loaded<CGPLong>(L"Number", 1L);
-    EXPECT_FALSE(loaded<CGPBool>(L"Switch", true));
-    EXPECT_TRUE(loaded<CGPBool>(L"One", false));
-    EXPECT_STREQ(loaded<CGPString>(L"Text").c_str(), L"p\u00efn \U0001F512");
-    settings.write("Number = 1\n");
-    EXPECT_EQ(number, -9'000'000'000L);
 }
 
 TEST(PolicyValues, ListsAreSetsOfWholeTexts) {

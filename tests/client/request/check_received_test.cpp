@@ -219,11 +219,9 @@ TEST_F(CheckReceived, RejectsCriticalExtensionsAsTheListSays) {
         std::int32_t withEntries;
         std::int32_t entry;
     };
-    for (const Row& row :
-         {Row{nullptr, status::kCertCritical, status::kCertCritical, status::kCertCritical}, Row{"*", 0, 0, 0},
-          Row{"", 0, status::kCertCritical, 0}, Row{"1.2.3;1.2.4", status::kCertCritical, status::kCertCritical, 0},
-          Row{"1.2.5", 0, status::kCertCritical, status::kCertCritical},
-          Row{"1.2;1.2.9;1.2.40", 0, status::kCertCritical, 0}}) {
+    for (const Row& row : {Row{nullptr, status::kCertCritical, status::kCertCritical, status::kCertCritical},
+                           Row{"*", 0, 0, 0}, Row{"1.2.4", status::kCertCritical, status::kCertCritical, 0},
+                           Row{"1.2.5", 0, status::kCertCritical, status::kCertCritical}}) {
         SCOPED_TRACE(row.list != nullptr ? row.list : "null");
         EXPECT_THAT(request.Verify(nullptr, row.list, false), IsStatus(row.request));
         EXPECT_THAT(request.Verify(nullptr, row.list, true), IsStatus(row.withEntries))

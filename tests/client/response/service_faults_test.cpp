@@ -32,6 +32,11 @@ protected:
         spec.entries.emplace_back(certIdOf(leaf, pki.ca));
         return buildResponse(spec);
     }
+    static Identity withTwoResponders() {
+        CertificateSpec spec;
+        spec.ocspUrls = {"http://first/", "http://second/"};
+        return issue(Pki::shared().ca, spec);
+    }
 
     Overlay service_;  // outlives the handles of the tests
     const Pki& pki_ = Pki::shared();
@@ -95,9 +100,7 @@ TEST_F(ServiceFaults, ARevocationCheckWithoutALastErrorFails) {
 }
 
 TEST_F(ServiceFaults, AnEarlierResponseIsNotReturnedForAFailedExchange) {
-    CertificateSpec spec;
-    spec.ocspUrls = {"http://first/", "http://second/"};
-    const Identity leaf = issue(pki_.ca, spec);
+    const Identity leaf = withTwoResponders();
     CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
     request.put_UseNonce(false);
     EXPECT_CALL(service_, CryptRetrieveObjectByUrlW).WillOnce([&](auto, auto, auto, auto, void** object, auto...) {
@@ -111,9 +114,7 @@ TEST_F(ServiceFaults, AnEarlierResponseIsNotReturnedForAFailedExchange) {
 }
 
 TEST_F(ServiceFaults, KeepsTheEarlierAnswerWhenMemoryRunsOut) {
-    CertificateSpec spec;
-    spec.ocspUrls = {"http://first/", "http://second/"};
-    const Identity leaf = issue(pki_.ca, spec);
+    const Identity leaf = withTwoResponders();
     CRequest request(contextOf(leaf).get(), contextOf(pki_.ca).get());
     request.put_UseNonce(false);
     struct Refusing : ocsp::Client::IResponseHandler {
