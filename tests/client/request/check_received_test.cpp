@@ -33,15 +33,13 @@ protected:
         return exported(request);
     }
 
-    Bytes signedByOpenssl(const Identity& signer, const std::vector<std::string>& options) {
-        std::vector<std::string> command = {"openssl",  "ocsp",
-                                            "-issuer",  folder_.write("ca.pem", pki_.ca.certificatePem()),
-                                            "-cert",    folder_.write("good.pem", pki_.good.certificatePem()),
-                                            "-signer",  folder_.write("signer.pem", signer.certificatePem()),
-                                            "-signkey", folder_.write("signer.key", signer.key.pem()),
-                                            "-reqout",  folder_.file("request.der")};
-        command.insert(command.end(), options.begin(), options.end());
-        EXPECT_EQ(run(command).exitStatus, 0);
+    Bytes signedByOpenssl(const Identity& signer) {
+        const ProcessResult made =
+            run({"openssl", "ocsp", "-issuer", folder_.write("ca.pem", pki_.ca.certificatePem()), "-cert",
+                 folder_.write("good.pem", pki_.good.certificatePem()), "-signer",
+                 folder_.write("signer.pem", signer.certificatePem()), "-signkey",
+                 folder_.write("signer.key", signer.key.pem()), "-reqout", folder_.file("request.der")});
+        EXPECT_EQ(made.exitStatus, 0) << made.err;
         return readFile(folder_.file("request.der"));
     }
     Identity rsaRequestor() const {
@@ -233,36 +231,9 @@ TEST_F(CheckReceived, RejectsCriticalExtensionsAsTheListSays) {
     EXPECT_THAT(thrownStatus([&] { return request.VerifySR(100, nullptr); }), IsStatus(status::kInvalidIndex));
 }
 
-TEST_F(CheckReceived, ChecksRequestsSignedByOpenssl) {
-    const std::string ca = folder_.write("ca.pem", pki_.ca.certificatePem());
-    for (const Identity& signer : {requestor_, rsaRequestor()}) {
-        for (const std::vector<std::string>& options :
-             {std::vector<std::string>{"-nonce"}, {"-no_nonce", "-sign_other", ca}, {"-no_certs"}}) {
-            SCOPED_TRACE(options.back());
-            CRequest request;
-            import(request, signedByOpenssl(signer, options));
-            EXPECT_EQ(toBytes(request.get_SRCertID(0).get_serialNumber()), pki_.good.serial());
-            EXPECT_EQ(request.get_UseNonce(), options.front() != "-no_nonce");
-            const ATL2::CCertContext known = contextOf(signer);
-            if (options.front() == "-no_certs") {
-                EXPECT_THAT(thrownStatus([&] { return request.Verify(nullptr, nullptr, true); }),
-                            IsStatus(status::kCryptNotFound));
-                EXPECT_THAT(request.Verify(known.get(), nullptr, true), IsStatus(0));
-                EXPECT_THAT(request.VerifyCertificate(known.get(), nullptr, 0), IsStatus(0));
-                continue;
-            }
-            EXPECT_EQ(encodingOf(request.get_RequestorCertificate(nullptr, 0)), signer.certificate);
-            EXPECT_THAT(request.Verify(nullptr, nullptr, true), IsStatus(0));
-            EXPECT_THAT(request.Verify(contextOf(pki_.revoked).get(), "*", false), IsStatus(status::kBadSignature))
-                << "first of all the signature";
-            EXPECT_THAT(request.VerifyCertificate(nullptr, nullptr, 0), IsStatus(0));
-        }
-    }
-}
-
 // Name, list, extension, algorithm, signature, certificate, and the lengths between them: no octet may change unseen.
 TEST_F(CheckReceived, RejectsEveryAlteredOctet) {
-    for (const Bytes& der : {signedBy(requestor_), signedByOpenssl(rsaRequestor(), {})}) {
+    for (const Bytes& der : {signedBy(requestor_), signedByOpenssl(rsaRequestor())}) {
         ASSERT_THAT(objection(der), IsStatus(0));
         for (std::size_t i = 0; i < der.size(); ++i) {
             Bytes altered = der;
@@ -298,6 +269,7 @@ TEST_F(CheckReceived, ChecksTheRequestorsCertificate) {
         CRequest request;
         import(request, signedBy(row.signer));
         EXPECT_THAT(request.Verify(nullptr, nullptr, true), IsStatus(0)) << "the signature is another question";
+        EXPECT_THAT(request.Verify(contextOf(pki_.revoked).get(), "*", true), IsStatus(status::kBadSignature));
         row.change();
         EXPECT_THAT(request.VerifyCertificate(nullptr, nullptr, 0), IsStatus(row.expected));
         putCrls({});

@@ -106,8 +106,7 @@ TEST_F(Request, DrawsANonceForEachBuildAndKeepsItUntilTheMessageChanges) {
         EXPECT_EQ(toHex({made.begin(), made.begin() + 2}), expected);
     }
     settings("NonceLength = -1\n");
-    CRequest mistaken;
-    ask(mistaken, pki_.good, pki_.ca);
+    CRequest mistaken(contextOf(pki_.good).get(), contextOf(pki_.ca).get());
     EXPECT_THAT(thrownStatus([&] { exported(mistaken); }), IsStatus(status::kInvalidArgument));
 }
 

@@ -59,44 +59,34 @@ struct Handler : ocsp::Client::IResponseHandler {
 };
 
 TEST_F(Send, RanksFailuresByHowFarTheyGot) {
-    struct Row {
+    struct Fault {
         const char* what;
-        HttpReply first, second;
-        std::int32_t expected;
-        Stage stages[2];
+        HttpReply reply;
+        Stage stage;
     };
-    const HttpReply error500{.status = 500};
-    const HttpReply rubbish{.body = bytesOf("rubbish")};
-    const HttpReply closed{.closeAtOnce = true};
     ResponseSpec unsupported = answerAbout(pki_.good);
     unsupported.responseType = "1.2.3";
-    const HttpReply otherType = reply(unsupported);
-    const HttpReply tryLater{.body = fromHex("30030A0103")};
-    const Row rows[] = {
-        {"HTTP 500, then rubbish", error500, rubbish, status::kAsn1Error, {Stage::kHttpStatus, Stage::kDecoding}},
-        {"rubbish, then HTTP 500", rubbish, error500, status::kAsn1Error, {Stage::kDecoding, Stage::kHttpStatus}},
-        {"refusal, then rubbish",
-         tryLater,
-         rubbish,
-         status::kNotSuccessful,
-         {Stage::kResponseStatus, Stage::kDecoding}},
-        {"rubbish, then another type", rubbish, otherType, status::kAsn1Error, {Stage::kDecoding, Stage::kDecoding}},
-        {"another type, then rubbish",
-         otherType,
-         rubbish,
-         status::kUnsupportedType,
-         {Stage::kDecoding, Stage::kDecoding}},
-        {"no responder answers", closed, closed, status::kHttpStatus, {Stage::kHttpStatus, Stage::kHttpStatus}},
+    const Fault error500{"HTTP 500", {.status = 500}, Stage::kHttpStatus};
+    const Fault closed{"nothing", {.closeAtOnce = true}, Stage::kHttpStatus};
+    const Fault rubbish{"rubbish", {.body = bytesOf("rubbish")}, Stage::kDecoding};
+    const Fault otherType{"another type", reply(unsupported), Stage::kDecoding};
+    const Fault tryLater{"a refusal", {.body = fromHex("30030A0103")}, Stage::kResponseStatus};
+    struct Row {
+        const Fault &first, &second;
+        std::int32_t expected;
     };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.what);
+    for (const Row& row :
+         {Row{error500, rubbish, status::kAsn1Error}, Row{rubbish, error500, status::kAsn1Error},
+          Row{tryLater, rubbish, status::kNotSuccessful}, Row{rubbish, otherType, status::kAsn1Error},
+          Row{otherType, rubbish, status::kUnsupportedType}, Row{closed, closed, status::kHttpStatus}}) {
+        SCOPED_TRACE(row.first.what + std::string(", then ") + row.second.what);
         const Identity leaf = leafFor(server_, {"/1", "/2"});
-        replies_ = {{"/1", row.first}, {"/2", row.second}};
+        replies_ = {{"/1", row.first.reply}, {"/2", row.second.reply}};
         Asking request(leaf);
         EXPECT_THAT(request.send(), IsStatus(row.expected));
         ASSERT_EQ(request.get_Attempts().size(), 2u);
-        EXPECT_EQ(request.get_Attempts()[0].stage, row.stages[0]);
-        EXPECT_EQ(request.get_Attempts()[1].stage, row.stages[1]);
+        EXPECT_EQ(request.get_Attempts()[0].stage, row.first.stage);
+        EXPECT_EQ(request.get_Attempts()[1].stage, row.second.stage);
         EXPECT_EQ(request.get_OCSPAddress(), wide(server_.url("/2"))) << "the last one asked";
     }
 }
