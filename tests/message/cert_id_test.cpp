@@ -9,18 +9,15 @@ namespace {
 
 using namespace Orvane;
 using namespace Orvane::PKI::OCSP;
-using testkit::Bytes;
-using testkit::CertificateSpec;
-using testkit::Identity;
-using testkit::Pki;
+using namespace testkit;
 
 TEST(CertId, HoldsTheHashesThatOpensslComputes) {
     const Pki& pki = Pki::shared();
-    for (const char* hash : {testkit::kSha1Oid, testkit::kSha256Oid, testkit::kSha384Oid, testkit::kSha512Oid}) {
-        const CCertID id = testkit::identifierOf(pki.good, pki.ca, hash);
-        const testkit::CertIdSpec expected = testkit::certIdOf(pki.good, pki.ca, hash);
-        EXPECT_EQ(testkit::bytes(id.get_issuerNameHash()), expected.issuerNameHash) << hash;
-        EXPECT_EQ(testkit::bytes(id.get_issuerKeyHash()), expected.issuerKeyHash) << hash;
+    for (const char* hash : {kSha1Oid, kSha256Oid, kSha384Oid, kSha512Oid}) {
+        const CCertID id = identifierOf(pki.good, pki.ca, hash);
+        const CertIdSpec expected = certIdOf(pki.good, pki.ca, hash);
+        EXPECT_EQ(bytes(id.get_issuerNameHash()), expected.issuerNameHash) << hash;
+        EXPECT_EQ(bytes(id.get_issuerKeyHash()), expected.issuerKeyHash) << hash;
         EXPECT_STREQ(id.get_hashAlgorithm().get_algorithm(), hash);
     }
 }
@@ -30,16 +27,16 @@ TEST(CertId, KeepsTheSerialNumberByteForByte) {
     for (const Bytes& serial : {Bytes{0x01}, Bytes{0x00, 0x80}, Bytes{0x80}, Bytes{0xFF, 0x7F}, Bytes(20, 0x5A)}) {
         CertificateSpec spec;
         spec.serial = serial;
-        const CCertID id = testkit::identifierOf(testkit::issue(pki.ca, spec), pki.ca);
-        EXPECT_EQ(testkit::bytes(id.get_serialNumber()), serial) << testkit::toHex(serial);
+        const CCertID id = identifierOf(issue(pki.ca, spec), pki.ca);
+        EXPECT_EQ(bytes(id.get_serialNumber()), serial) << toHex(serial);
     }
 }
 
 TEST(CertId, RejectsInvalidCertificatesAndUnknownHashes) {
     const Pki& pki = Pki::shared();
-    const CBlob good = testkit::blob(pki.good.certificate);
-    const CBlob rubbish = testkit::blob({0x30, 0x03, 0x02, 0x01, 0x05});
-    const ASN1::CAlgorithmIdentifierEx sha1(testkit::kSha1Oid);
+    const CBlob good = blob(pki.good.certificate);
+    const CBlob rubbish = blob({0x30, 0x03, 0x02, 0x01, 0x05});
+    const ASN1::CAlgorithmIdentifierEx sha1(kSha1Oid);
     EXPECT_THROW(CCertID(sha1, rubbish, good), ATL::CAtlException);
     EXPECT_THROW(CCertID(sha1, good, rubbish), ATL::CAtlException);
     EXPECT_THROW(CCertID(sha1, good, CBlob()), ATL::CAtlException);
@@ -48,20 +45,20 @@ TEST(CertId, RejectsInvalidCertificatesAndUnknownHashes) {
 
 TEST(CertId, ComparesHashesAndSerialNumberButNotTheAlgorithm) {
     const Pki& pki = Pki::shared();
-    const CCertID id = testkit::identifierOf(pki.good, pki.ca);
+    const CCertID id = identifierOf(pki.good, pki.ca);
     CCertID other = id;
-    other.put_hashAlgorithm(ASN1::CAlgorithmIdentifier(testkit::kSha1Oid));
+    other.put_hashAlgorithm(ASN1::CAlgorithmIdentifier(kSha1Oid));
     EXPECT_TRUE(namesSameCertificate(id, other));
-    EXPECT_FALSE(namesSameCertificate(id, testkit::identifierOf(pki.revoked, pki.ca)));
+    EXPECT_FALSE(namesSameCertificate(id, identifierOf(pki.revoked, pki.ca)));
     // Same name, another key: only the key hash differs.
-    EXPECT_FALSE(namesSameCertificate(id, testkit::identifierOf(pki.good, pki.sameNameCa)));
+    EXPECT_FALSE(namesSameCertificate(id, identifierOf(pki.good, pki.sameNameCa)));
     other.put_issuerNameHash(CBlob());
     EXPECT_FALSE(namesSameCertificate(id, other));
     // Neither a beginning nor a continuation is the same number or hash.
     const auto with = [&](const Bytes& serial, const Bytes& keyHash) {
         CCertID made = id;
         made.put_serialNumber(ASN1::CBigInteger(serial.data(), serial.size()));
-        made.put_issuerKeyHash(testkit::blob(keyHash));
+        made.put_issuerKeyHash(blob(keyHash));
         return made;
     };
     const Bytes hash(20, 7);

@@ -14,23 +14,20 @@ namespace {
 
 using namespace Orvane;
 using namespace Orvane::PKI::OCSP;
-using testkit::Bytes;
-using testkit::IsStatus;
-using testkit::thrownStatus;
-namespace tlv = testkit::tlv;
+using namespace testkit;
 
 const CDateTime kDate("20260102030405Z");
 const Bytes kTime = tlv::generalizedTime("20260102030405Z");
-const Bytes kUri = tlv::contextPrimitive(6, testkit::bytesOf("http://ca.example/a.crl"));
+const Bytes kUri = tlv::contextPrimitive(6, bytesOf("http://ca.example/a.crl"));
 
 Bytes value(const ASN1::CExtValue& extension) {
-    return testkit::bytes(extension.get_value());
+    return bytes(extension.get_value());
 }
 
 // Reads `der`, puts each field of it into a new object and expects the same octets from that. Returns what was read.
 template <class Extension, class Copy>
 Extension copied(const Bytes& der, Copy copy, const char* oid) {
-    Extension read(testkit::blob(der));
+    Extension read(blob(der));
     Extension made;
     copy(read, made);
     EXPECT_EQ(value(made), der) << oid;
@@ -41,7 +38,7 @@ Extension copied(const Bytes& der, Copy copy, const char* oid) {
 TEST(MessageExtensions, AreWrittenAsTheyAreRead) {
     for (const Bytes& nonce : {tlv::octetString({1, 2, 3}), Bytes{0xFF, 0x00}, Bytes{}}) {
         const auto copy = [](const CExtNonce& read, CExtNonce& made) { made.put_nonce(read.get_nonce()); };
-        copied<CExtNonce>(nonce, copy, testkit::kNonceOid);
+        copied<CExtNonce>(nonce, copy, kNonceOid);
     }
     const auto points = copied<CExtCRLLocator>(
         // { distributionPoint [0] { fullName [0] { URI } } }
@@ -65,7 +62,7 @@ TEST(MessageExtensions, AreWrittenAsTheyAreRead) {
 }
 
 TEST(MessageExtensions, TheServiceLocatorIsWrittenOnceItsIssuerIsKnown) {
-    const Bytes issuer = testkit::Pki::shared().ca.subject();
+    const Bytes issuer = Pki::shared().ca.subject();
     const Bytes location = tlv::sequence({tlv::oid("1.3.6.1.5.5.7.48.1"), kUri});
     const auto read = copied<CExtServiceLocator>(
         tlv::sequence({issuer, tlv::sequence({location})}),
@@ -75,7 +72,7 @@ TEST(MessageExtensions, TheServiceLocatorIsWrittenOnceItsIssuerIsKnown) {
             made.put_issuer(from.get_issuer());
         },
         "1.3.6.1.5.5.7.48.1.7");
-    EXPECT_EQ(testkit::bytes(read.get_issuer()), issuer);
+    EXPECT_EQ(bytes(read.get_issuer()), issuer);
     CExtServiceLocator made(read);
     made.put_locator(nullptr);
     EXPECT_EQ(value(made), tlv::sequence({issuer}));
@@ -98,14 +95,13 @@ TEST(MessageExtensions, EachFieldOfCrlIdIsOptional) {
     EXPECT_STREQ(read.get_crlUrl(), "http://x/");
     EXPECT_THAT(read.get_crlNum(), testing::Pointee(4711));
     EXPECT_THAT(read.get_crlTime(), testing::Pointee(kDate));
-    copy(CExtCrlID(testkit::blob(tlv::sequence({}))), read);
+    copy(CExtCrlID(blob(tlv::sequence({}))), read);
     EXPECT_EQ(value(read), tlv::sequence({})) << "fields are taken away with null";
 }
 
 TEST(MessageExtensions, RefuseMalformedValues) {
     const auto refuses = [](auto make, const Bytes& malformed) {
-        EXPECT_THAT(thrownStatus([&] { make(testkit::blob(malformed)); }), IsStatus(status::kAsn1Error))
-            << testkit::toHex(malformed);
+        EXPECT_THAT(thrownStatus([&] { make(blob(malformed)); }), IsStatus(status::kAsn1Error)) << toHex(malformed);
     };
     for (const Bytes& row :
          {Bytes{}, Bytes{0x30}, Bytes{0x30, 0x05, 0x06}, tlv::octetString({1}), tlv::sequence({tlv::integer(1)})}) {

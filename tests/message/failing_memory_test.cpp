@@ -16,53 +16,51 @@ namespace {
 
 using namespace Orvane;
 using namespace Orvane::PKI::OCSP;
-using testkit::Bytes;
-using testkit::Pki;
-namespace tlv = testkit::tlv;
+using namespace testkit;
 
 class FailingMemory : public testing::Test {
 protected:
     void SetUp() override {
         g_malloc_func = [](void* user, std::size_t size) {
-            return testkit::isAllocationGranted() ? rtDefaultMalloc(user, size) : nullptr;
+            return isAllocationGranted() ? rtDefaultMalloc(user, size) : nullptr;
         };
     }
     void TearDown() override {
-        testkit::allocationsLeft = -1;
+        allocationsLeft = -1;
         g_malloc_func = rtDefaultMalloc;
     }
 
     static void sweep(const char* name, const std::function<void()>& call) {
-        for (const std::int32_t thrown : testkit::statusesOfFailures(name, call)) {
+        for (const std::int32_t thrown : statusesOfFailures(name, call)) {
             EXPECT_TRUE(thrown == status::kAsn1Memory || thrown == status::kOutOfMemory)
-                << name << ": " << testkit::statusName(thrown);
+                << name << ": " << statusName(thrown);
         }
     }
 };
 
 TEST_F(FailingMemory, ThrowsOneExceptionType) {
     const Pki& pki = Pki::shared();
-    testkit::ResponseSpec spec(pki.delegate);
-    spec.entries.emplace_back(testkit::certIdOf(pki.good, pki.ca), testkit::EntryStatus::kRevoked);
+    ResponseSpec spec(pki.delegate);
+    spec.entries.emplace_back(certIdOf(pki.good, pki.ca), EntryStatus::kRevoked);
     spec.entries[0].extensions.push_back({"1.2.3.4", false, {0x05, 0x00}});
-    spec.extensions.push_back(testkit::nonceExtension({1, 2, 3}));
-    const CBlob whole = testkit::blob(testkit::buildResponse(spec));
+    spec.extensions.push_back(nonceExtension({1, 2, 3}));
+    const CBlob whole = blob(buildResponse(spec));
     spec.bare = true;
-    const CBlob bare = testkit::blob(testkit::buildResponse(spec));
+    const CBlob bare = blob(buildResponse(spec));
     CBasicResponse basic;
     sweep("a basic response", [&] { basic.decode(bare); });
     sweep("its copy", [&] { CBasicResponse{basic}; });
     CResponseMessage message;
     sweep("a response", [&] { message.decode(whole); });
 
-    const CCertID id = testkit::identifierOf(pki.good, pki.ca);
-    const ASN1::CAlgorithmIdentifierEx sha1(testkit::kSha1Oid);
-    const CBlob subject = testkit::blob(pki.good.certificate);
-    const CBlob issuer = testkit::blob(pki.ca.certificate);
+    const CCertID id = identifierOf(pki.good, pki.ca);
+    const ASN1::CAlgorithmIdentifierEx sha1(kSha1Oid);
+    const CBlob subject = blob(pki.good.certificate);
+    const CBlob issuer = blob(pki.ca.certificate);
     sweep("an identifier", [&] { CCertID(sha1, subject, issuer); });
-    const CSingleRequestList list = testkit::requestListFor(id);
+    const CSingleRequestList list = requestListFor(id);
     CRequestMessage request;
-    const CBlob name = testkit::blob(pki.good.subject());
+    const CBlob name = blob(pki.good.subject());
     sweep("a request that is filled", [&] {
         request.put_requestList(list);
         request.put_requestorName(&name);
@@ -73,14 +71,14 @@ TEST_F(FailingMemory, ThrowsOneExceptionType) {
     sweep("a request that is read", [&] { request.decode(encoded); });
 
     const Bytes url = tlv::contextPrimitive(6, {'h', ':', '/'});
-    const CBlob points = testkit::blob(tlv::sequence({tlv::sequence({tlv::context(0, tlv::context(0, url))})}));
+    const CBlob points = blob(tlv::sequence({tlv::sequence({tlv::context(0, tlv::context(0, url))})}));
     sweep("a CRL locator", [&] { CExtCRLLocator().put_locator(CExtCRLLocator(points).get_locator()); });
     sweep("a CRL reference", [&] {
         CExtCrlID made;
         made.put_crlUrl("http://a.long.name.example/that/needs/memory.crl");
         CExtCrlID{made.get_value()};
     });
-    const CBlob locator = testkit::blob(tlv::sequence({pki.good.subject()}));
+    const CBlob locator = blob(tlv::sequence({pki.good.subject()}));
     sweep("a service locator", [&] { CExtServiceLocator(locator).put_issuer(name); });
 }
 

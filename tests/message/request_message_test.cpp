@@ -14,17 +14,13 @@ namespace {
 
 using namespace Orvane;
 using namespace Orvane::PKI::OCSP;
-using testkit::Bytes;
-using testkit::IsStatus;
-using testkit::Pki;
-using testkit::thrownStatus;
-namespace tlv = testkit::tlv;
+using namespace testkit;
 
 const Bytes kNonce = tlv::octetString({0x01, 0x02, 0x03, 0x04, 0x05, 0x06, 0x07, 0x08});
 
 ASN1::CExtensions nonceList() {
     CExtNonce nonce;
-    nonce.put_nonce(testkit::blob(kNonce));
+    nonce.put_nonce(blob(kNonce));
     ASN1::CExtensions list;
     list.push_back(ASN1::CExtension(nonce, false));
     return list;
@@ -37,24 +33,23 @@ Bytes expectedRequest(const Bytes& version, const Bytes& requests, const Bytes& 
 
 TEST(RequestMessage, IsWrittenAsDerAndReadByOpenssl) {
     const Pki& pki = Pki::shared();
-    CSingleRequestList list = testkit::requestListFor(testkit::identifierOf(pki.good, pki.ca));
-    list.emplace_back(CReqCert(testkit::identifierOf(pki.revoked, pki.ca, testkit::kSha256Oid)));
+    CSingleRequestList list = requestListFor(identifierOf(pki.good, pki.ca));
+    list.emplace_back(CReqCert(identifierOf(pki.revoked, pki.ca, kSha256Oid)));
     const ASN1::CExtensions extensions = nonceList();
     list.back().put_singleRequestExtensions(&extensions);
-    const Bytes nonce = tlv::sequence({testkit::ExtensionSpec{testkit::kNonceOid, false, kNonce}.encode()});
+    const Bytes nonce = tlv::sequence({ExtensionSpec{kNonceOid, false, kNonce}.encode()});
     const Bytes requests =
-        tlv::sequence({tlv::sequence({testkit::certIdOf(pki.good, pki.ca).encode()}),
-                       tlv::sequence({testkit::certIdOf(pki.revoked, pki.ca, testkit::kSha256Oid).encode(),
-                                      tlv::context(0, nonce)})});
+        tlv::sequence({tlv::sequence({certIdOf(pki.good, pki.ca).encode()}),
+                       tlv::sequence({certIdOf(pki.revoked, pki.ca, kSha256Oid).encode(), tlv::context(0, nonce)})});
     for (const bool writeVersion : {false, true}) {
         CRequestMessage message(writeVersion);
         message.put_requestList(list);
         message.put_requestExtensions(&extensions);
         const CBlob encoded = message.encode();
         const Bytes version = writeVersion ? tlv::context(0, tlv::integer(0)) : Bytes{};
-        EXPECT_EQ(testkit::bytes(encoded), expectedRequest(version, requests, tlv::context(2, nonce)));
+        EXPECT_EQ(bytes(encoded), expectedRequest(version, requests, tlv::context(2, nonce)));
 
-        const testkit::OcspRequestPtr read = testkit::parseRequest(encoded);
+        const OcspRequestPtr read = parseRequest(encoded);
         ASSERT_NE(read, nullptr) << writeVersion;
         EXPECT_EQ(OCSP_request_onereq_count(read.get()), 2);
         EXPECT_GE(OCSP_REQUEST_get_ext_by_NID(read.get(), NID_id_pkix_OCSP_Nonce, -1), 0);
@@ -63,9 +58,9 @@ TEST(RequestMessage, IsWrittenAsDerAndReadByOpenssl) {
 
 TEST(RequestMessage, ReadsBackTheRequestorsNameAndWhatTheListHolds) {
     const Pki& pki = Pki::shared();
-    const CBlob name = testkit::blob(pki.good.subject());
+    const CBlob name = blob(pki.good.subject());
     const ASN1::CExtensions extensions = nonceList();
-    CSingleRequestList list = testkit::requestListFor(testkit::identifierOf(pki.good, pki.ca));
+    CSingleRequestList list = requestListFor(identifierOf(pki.good, pki.ca));
     list.front().put_singleRequestExtensions(&extensions);
     CRequestMessage message;
     message.put_requestList(list);
@@ -77,7 +72,7 @@ TEST(RequestMessage, ReadsBackTheRequestorsNameAndWhatTheListHolds) {
     EXPECT_EQ(read.get_requestExtensions(), nullptr);
     EXPECT_EQ(read.get_signatureAlgorithm(), nullptr);
     EXPECT_EQ(read.get_signatureCerts(), nullptr);
-    EXPECT_FALSE(read.verify(testkit::blob(pki.good.certificate))) << "unsigned";
+    EXPECT_FALSE(read.verify(blob(pki.good.certificate))) << "unsigned";
 
     message.put_requestorName(nullptr);
     list.front().put_singleRequestExtensions(nullptr);
@@ -97,25 +92,25 @@ TEST(RequestMessage, CarriesOtherWaysToNameACertificate) {
           tlv::context(1, tlv::sequence({issuerAndSerial, tlv::bitString({0xCD}), signature}))}) {
         const Bytes encoded = expectedRequest({}, tlv::sequence({tlv::sequence({alternative})}), {});
         CRequestMessage read;
-        read.decode(testkit::blob(encoded));
+        read.decode(blob(encoded));
         const CReqCert& reqCert = read.get_requestList().front().get_reqCert();
         EXPECT_EQ(reqCert.get_certID(), nullptr);
         ASSERT_NE(reqCert.get_otherAlternative(), nullptr);
-        EXPECT_EQ(testkit::bytes(*reqCert.get_otherAlternative()), alternative);
+        EXPECT_EQ(bytes(*reqCert.get_otherAlternative()), alternative);
         CRequestMessage again;
         again.put_requestList(read.get_requestList());
-        EXPECT_EQ(testkit::bytes(again.encode()), encoded);
+        EXPECT_EQ(bytes(again.encode()), encoded);
     }
 }
 
 TEST(RequestMessage, RefusesMalformedBytesAndKeepsItsContent) {
     const Pki& pki = Pki::shared();
-    const Bytes request = tlv::sequence({testkit::certIdOf(pki.good, pki.ca).encode()});
+    const Bytes request = tlv::sequence({certIdOf(pki.good, pki.ca).encode()});
     const Bytes good = expectedRequest({}, tlv::sequence({request}), {});
     const Bytes algorithm = tlv::sequence({tlv::oid("1.2.840.10045.4.3.2")});
     const Bytes& cert = pki.good.certificate;
     CRequestMessage message;
-    message.decode(testkit::blob(good));
+    message.decode(blob(good));
     std::vector<Bytes> rows = {
         {},
         {0x30, 0x00},
@@ -133,15 +128,14 @@ TEST(RequestMessage, RefusesMalformedBytesAndKeepsItsContent) {
         rows.emplace_back(good.begin(), good.begin() + static_cast<std::ptrdiff_t>(size));
     }
     for (const Bytes& row : rows) {
-        EXPECT_THAT(thrownStatus([&] { message.decode(testkit::blob(row)); }), IsStatus(status::kAsn1Error))
-            << testkit::toHex(row);
-        EXPECT_EQ(testkit::bytes(message.encode()), good);
+        EXPECT_THAT(thrownStatus([&] { message.decode(blob(row)); }), IsStatus(status::kAsn1Error)) << toHex(row);
+        EXPECT_EQ(bytes(message.encode()), good);
         EXPECT_EQ(message.get_requestList().size(), 1U);
     }
-    message.decode(testkit::blob(expectedRequest({}, tlv::sequence({request}), tlv::context(2, tlv::sequence({})))));
+    message.decode(blob(expectedRequest({}, tlv::sequence({request}), tlv::context(2, tlv::sequence({})))));
     EXPECT_THAT(message.get_requestExtensions(), testing::Pointee(testing::IsEmpty()));
-    message.decode(testkit::blob(testkit::concat({good, {0xDE, 0xAD}})));  // what lies after is not part of it
-    EXPECT_EQ(testkit::bytes(message.encode()), good);
+    message.decode(blob(concat({good, {0xDE, 0xAD}})));  // what lies after is not part of it
+    EXPECT_EQ(bytes(message.encode()), good);
 }
 
 }  // namespace

@@ -15,10 +15,7 @@ namespace {
 
 using namespace Orvane;
 using namespace Orvane::PKI::OCSP;
-using testkit::Bytes;
-using testkit::Identity;
-using testkit::KeyKind;
-using testkit::Pki;
+using namespace testkit;
 
 class SignedRequest : public testing::Test {
 protected:
@@ -34,23 +31,23 @@ protected:
     }
 
     static Identity signerWith(KeyKind kind) {
-        testkit::CertificateSpec spec;
+        CertificateSpec spec;
         spec.commonName = "requestor";
-        spec.key = testkit::Key::make(kind);
-        return testkit::issue(Pki::shared().ca, spec);
+        spec.key = Key::make(kind);
+        return issue(Pki::shared().ca, spec);
     }
 
     CRequestMessage signedBy(const Identity& signer, const char* algorithm, const CBlobList* certs) {
         const Pki& pki = Pki::shared();
         CRequestMessage message;
-        message.put_requestList(testkit::requestListFor(testkit::identifierOf(pki.good, pki.ca)));
-        const CBlob name = testkit::blob(signer.subject());
+        message.put_requestList(requestListFor(identifierOf(pki.good, pki.ca)));
+        const CBlob name = blob(signer.subject());
         message.put_requestorName(&name);
         message.sign(providerFor(signer).get(), keySpec_, ASN1::CAlgorithmIdentifierEx(algorithm), certs);
         return message;
     }
 
-    testkit::TempDir folder_;
+    TempDir folder_;
     DWORD keySpec_ = 0;
 };
 
@@ -66,9 +63,9 @@ constexpr Scheme kSchemes[] = {{KeyKind::kRsa2048, "1.2.840.113549.1.1.11"},
 TEST_F(SignedRequest, VerifiesOnlyWithTheSignersKeyHereAndInOpenssl) {
     for (const Scheme& scheme : kSchemes) {
         const Identity signer = signerWith(scheme.key);
-        const CBlobList certs{testkit::blob(signer.certificate), testkit::blob(Pki::shared().ca.certificate)};
+        const CBlobList certs{blob(signer.certificate), blob(Pki::shared().ca.certificate)};
         const CRequestMessage made = signedBy(signer, scheme.algorithm, &certs);
-        const testkit::OcspRequestPtr elsewhere = testkit::parseRequest(made.encode());
+        const OcspRequestPtr elsewhere = parseRequest(made.encode());
         ASSERT_NE(elsewhere, nullptr) << scheme.algorithm;
         if (scheme.key != KeyKind::kEd25519) {  // OpenSSL 3.0 refuses the scheme in requests
             EXPECT_EQ(OCSP_request_verify(elsewhere.get(), nullptr, nullptr, OCSP_NOVERIFY), 1) << scheme.algorithm;
@@ -79,10 +76,10 @@ TEST_F(SignedRequest, VerifiesOnlyWithTheSignersKeyHereAndInOpenssl) {
             ASSERT_NE(message->get_signatureAlgorithm(), nullptr) << scheme.algorithm;
             EXPECT_STREQ(message->get_signatureAlgorithm()->get_algorithm(), scheme.algorithm);
             EXPECT_THAT(message->get_signatureCerts(), testing::Pointee(certs));
-            EXPECT_EQ(testkit::bytes(*message->get_requestorName()), signer.subject());
-            EXPECT_TRUE(message->verify(testkit::blob(signer.certificate))) << scheme.algorithm;
-            EXPECT_FALSE(message->verify(testkit::blob(signerWith(scheme.key).certificate))) << scheme.algorithm;
-            EXPECT_FALSE(message->verify(testkit::blob(Pki::shared().good.certificate))) << scheme.algorithm;
+            EXPECT_EQ(bytes(*message->get_requestorName()), signer.subject());
+            EXPECT_TRUE(message->verify(blob(signer.certificate))) << scheme.algorithm;
+            EXPECT_FALSE(message->verify(blob(signerWith(scheme.key).certificate))) << scheme.algorithm;
+            EXPECT_FALSE(message->verify(blob(Pki::shared().good.certificate))) << scheme.algorithm;
         }
     }
 }
@@ -95,7 +92,7 @@ TEST_F(SignedRequest, LeavesEmptyCertificatesOutAndLosesItsSignatureWhenItsConte
         read.decode(made.encode());
         EXPECT_EQ(made.get_signatureCerts(), nullptr);
         EXPECT_EQ(read.get_signatureCerts(), nullptr);
-        EXPECT_THROW(static_cast<void>(read.verify(testkit::blob({0x30, 0x00}))), ATL::CAtlException);
+        EXPECT_THROW(static_cast<void>(read.verify(blob({0x30, 0x00}))), ATL::CAtlException);
         made.put_requestExtensions(nullptr);
         EXPECT_EQ(made.get_signatureAlgorithm(), nullptr);
         read.decode(made.encode());
@@ -108,14 +105,14 @@ TEST_F(SignedRequest, AlwaysShowsARequestorsName) {
     const Identity signer = signerWith(KeyKind::kEcP256);
     const Pki& pki = Pki::shared();
     CRequestMessage message;
-    message.put_requestList(testkit::requestListFor(testkit::identifierOf(pki.good, pki.ca)));
+    message.put_requestList(requestListFor(identifierOf(pki.good, pki.ca)));
     EXPECT_EQ(message.get_requestorName(), nullptr);
     message.sign(providerFor(signer).get(), keySpec_, ASN1::CAlgorithmIdentifierEx("1.2.840.10045.4.3.2"), nullptr);
     CRequestMessage read;
     read.decode(message.encode());
     ASSERT_NE(read.get_requestorName(), nullptr);
     EXPECT_EQ(read.get_requestorName()->cbData(), 0U);
-    EXPECT_EQ(testkit::bytes(read.encode()), testkit::bytes(message.encode()));
+    EXPECT_EQ(bytes(read.encode()), bytes(message.encode()));
 }
 
 TEST_F(SignedRequest, FailsForAKeyThatCannotSign) {

@@ -13,13 +13,8 @@
 
 namespace {
 
-using Orvane::PKI::OCSP::Client::checkHttpPolicies;
-using Orvane::PKI::OCSP::Client::CRequestPolicy;
-using Orvane::PKI::OCSP::Client::ExchangeTraits;
-namespace ocsp = Orvane::PKI::OCSP::Client;
-using testkit::IsStatus;
-using testkit::SettingsFile;
-using testkit::thrownStatus;
+using namespace Orvane::PKI::OCSP::Client;
+using namespace testkit;
 
 std::int32_t verdict(const std::string& settings, const ExchangeTraits& exchange) {
     const SettingsFile file(settings);
@@ -70,21 +65,21 @@ TEST(AddressText, HidesWhatCouldBeALoginInAnyForm) {
         {L"ftp://u:p@host", L"***@host"},
     };
     for (const auto& [address, shown] : rows) {
-        EXPECT_EQ(ocsp::withoutCredentials(address), shown);
+        EXPECT_EQ(withoutCredentials(address), shown);
     }
     for (const wchar_t* address : {L"http://u@h/", L"HTTP:u:p@h", L"https:\\\\u:p@h/", L"http:///:p@h?", L"u:p@h"}) {
-        EXPECT_TRUE(ocsp::hasCredentials(address)) << address;
+        EXPECT_TRUE(hasCredentials(address)) << address;
     }
-    EXPECT_FALSE(ocsp::hasCredentials(L"http://host/path@x?y@z"));
+    EXPECT_FALSE(hasCredentials(L"http://host/path@x?y@z"));
 }
 
 TEST(AddressText, GivesOneFormToSpellingsOfOneAddress) {
     for (const wchar_t* spelling : {L"http://host/", L"HTTP://Host", L"http://host.:80/#x", L"http://HOST:80"}) {
-        EXPECT_EQ(ocsp::normalForm(spelling), L"http://host/");
+        EXPECT_EQ(normalForm(spelling), L"http://host/");
     }
-    EXPECT_EQ(ocsp::normalForm(L"https://h:443?q"), L"https://h/?q");
-    EXPECT_EQ(ocsp::normalForm(L"http://h:443/A"), L"http://h:443/A");
-    EXPECT_EQ(ocsp::normalForm(L"ftp://H"), L"ftp://H");
+    EXPECT_EQ(normalForm(L"https://h:443?q"), L"https://h/?q");
+    EXPECT_EQ(normalForm(L"http://h:443/A"), L"http://h:443/A");
+    EXPECT_EQ(normalForm(L"ftp://H"), L"ftp://H");
 }
 
 TEST(AddressMasks, EachSettingRefusesOneSchemeAtOneKindOfServer) {

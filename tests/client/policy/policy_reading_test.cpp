@@ -15,13 +15,8 @@
 
 namespace {
 
-using Orvane::PKI::OCSP::Client::CRequestPolicy;
-using Orvane::PKI::OCSP::Client::CResponsePolicy;
-using Orvane::PKI::OCSP::Client::IssuerPropAIAEnabled;
-using Orvane::PKI::OCSP::Client::PolicyBinding;
-using testkit::IsStatus;
-using testkit::SettingsFile;
-using testkit::thrownStatus;
+using namespace Orvane::PKI::OCSP::Client;
+using namespace testkit;
 
 using RequestBinding = PolicyBinding<CRequestPolicy>;
 using ResponseBinding = PolicyBinding<CResponsePolicy>;
@@ -56,7 +51,7 @@ TEST(PolicyReading, OneObjectServesTheWholeProcess) {
             thread.join();
         }
         EXPECT_EQ(first->NonceLength, 16L);
-        EXPECT_EQ(first.get(), Orvane::PKI::OCSP::Client::sharedRequestPolicy());
+        EXPECT_EQ(first.get(), sharedRequestPolicy());
         EXPECT_EQ(IsLegacyPolicyReading(), 0);
     });
 }

@@ -12,12 +12,12 @@
 
 namespace {
 
+using namespace Orvane::PKI::OCSP::Client;
+using namespace testkit;
 using Orvane::PKI::CGPBool;
 using Orvane::PKI::CGPLong;
 using Orvane::PKI::CGPString;
 using Orvane::PKI::CGPStrings;
-using testkit::SettingsFile;
-using testkit::thrownStatus;
 
 template <class Value, class... Rest>
 Value loaded(const wchar_t* name, Rest... rest) {
@@ -113,8 +113,6 @@ TEST(PolicyValues, TextsThatCannotBeReadThrowTheStoresResult) {
 }
 
 TEST(PolicySettings, NumbersOutOfRangeCountAsAbsent) {
-    namespace settings = Orvane::PKI::OCSP::Client::settings;
-    using Orvane::PKI::OCSP::Client::readNumber;
     SettingsFile file("CertsToInclude = 3\nNonceLength = 65535\n");
     EXPECT_EQ(readNumber(settings::CertsToInclude), 3);
     EXPECT_EQ(readNumber(settings::NonceLength), 65535);

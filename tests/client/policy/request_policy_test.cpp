@@ -11,11 +11,8 @@
 
 namespace {
 
-using Orvane::PKI::OCSP::Client::checkPolicies;
-using Orvane::PKI::OCSP::Client::CRequestPolicy;
-using testkit::IsStatus;
-using testkit::SettingsFile;
-using testkit::thrownStatus;
+using namespace Orvane::PKI::OCSP::Client;
+using namespace testkit;
 
 TEST(RequestPolicy, ReadsItsKeysInTheOrderThatATraceShows) {
     const SettingsFile settings;
@@ -33,7 +30,7 @@ TEST(RequestPolicy, ReadsItsKeysInTheOrderThatATraceShows) {
             keys += line.substr(start, line.find('"', start) - start) + "\n";
         }
     }
-    const testkit::Bytes expected = testkit::readFile("data/client/request_policy_keys.txt");
+    const Bytes expected = readFile("data/client/request_policy_keys.txt");
     EXPECT_EQ(keys, std::string(expected.begin(), expected.end()));
 }
 

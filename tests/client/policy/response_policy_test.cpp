@@ -10,12 +10,9 @@
 
 namespace {
 
+using namespace Orvane::PKI::OCSP::Client;
+using namespace testkit;
 using Orvane::CDateTime;
-using Orvane::PKI::OCSP::Client::CResponsePolicy;
-using Orvane::PKI::OCSP::Client::thisUpdateLimit;
-using testkit::IsStatus;
-using testkit::SettingsFile;
-using testkit::thrownStatus;
 
 TEST(ResponsePolicy, LimitsTheAgeOfThisUpdateByCountAndLetter) {
     const std::pair<const char*, const char*> rows[] = {

@@ -174,6 +174,9 @@ TEST_F(Send, ReturnsARefusedAnswerOnlyWithItsRefusalOnRecord) {
     EXPECT_TRUE(request.get_Proven());
     request.Send(false);
     EXPECT_FALSE(request.get_Proven());
+    request.Send(true);
+    import(request, exported(request));
+    EXPECT_FALSE(request.get_Proven()) << "about the message before";
 }
 
 TEST_F(Send, AsksTheCertificatesThenTheIssuersThenThePolicysResponder) {
