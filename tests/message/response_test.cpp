@@ -196,9 +196,23 @@ TEST(BasicResponse, FindsTheResponderAfterAVersionInAnyForm) {
 
 TEST(BasicResponse, AcceptsOnlyExistingTimesInUtc) {
     const std::pair<std::string, bool> rows[] = {
-        {"20240229235959Z", true},      {"20240229235959.25Z", true}, {"202402292359Z", true},
-        {"20260101120000-0000", false}, {"20260101120000", false},    {std::string("20260101120000Z\0", 16), false},
-        {"20250229000000Z", false},     {"16001231235959Z", false},   {"Z", false},
+        {"20240229235959Z", true},
+        {"20240229235959.25Z", true},
+        {"202402292359Z", true},
+        {"20260101120000+1200", false},
+        {"20260101120000-0000", false},
+        {"20260101120000", false},
+        {"20260101120000z", false},
+        {"20250229000000Z", false},
+        {"20240230000000Z", false},
+        {"20260101240000Z", false},
+        {"20260101006000Z", false},
+        {"20260101000060Z", false},
+        {"20260001000000Z", false},
+        {"16001231235959Z", false},
+        {"+2026101000000Z", false},
+        {"Z", false},
+        {std::string("20260101120000Z\0", 16), false},
     };
     std::string ResponseSpec::*const producedAt = &ResponseSpec::producedAt;
     for (const auto& [time, isRead] : rows) {
