@@ -3,6 +3,7 @@
 #include <functional>
 #include <map>
 #include <sstream>
+#include <tuple>
 #include <utility>
 
 #include "client/flat/response_handler.h"
