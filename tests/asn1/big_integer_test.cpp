@@ -1,10 +1,6 @@
 #include "asn1/algorithms/big_integer.h"
 
-#include <gmock/gmock.h>
-
-#include "handles/status.h"
-#include "tests/asn1/blobs.h"
-#include "tests/support/status_matcher.h"
+#include "tests/asn1/value_fixture.h"
 
 namespace {
 
@@ -17,10 +13,12 @@ CBigInteger number(std::string_view hex) {
     return CBigInteger(bytes.data(), bytes.size());
 }
 
-TEST(BigInteger, IncrementsBeforeOrAfter) {
+TEST(BigInteger, IncrementsBeforeOrAfterAndTakesAbsoluteValues) {
     CBigInteger value = number("00ff");
     EXPECT_EQ(hexOf(value++), "00ff");
     EXPECT_EQ(hexOf(++value), "0101");
+    EXPECT_EQ(hexOf(number("8001").abs()), "0001") << "only clears the sign bit";
+    EXPECT_EQ(hexOf(CBigInteger().abs()), "");
 }
 
 TEST(BigInteger, AddsNumbersOfEqualLengthAndReturnsTheCarry) {
@@ -30,11 +28,6 @@ TEST(BigInteger, AddsNumbersOfEqualLengthAndReturnsTheCarry) {
     EXPECT_EQ(sum.add(number("fdff")), 1U);
     EXPECT_EQ(hexOf(sum), "0000");
     EXPECT_THAT(thrownStatus([&] { sum.add(number("01")); }), IsStatus(status::kInvalidArgument));
-}
-
-TEST(BigInteger, AbsOnlyClearsTheSignBit) {
-    EXPECT_EQ(hexOf(number("8001").abs()), "0001");
-    EXPECT_EQ(hexOf(CBigInteger().abs()), "");
 }
 
 TEST(BigInteger, WritesTheTextFormOfTheRuntime) {

@@ -1,12 +1,8 @@
 #include "asn1/text/char_string.h"
 
-#include <gmock/gmock.h>
-
 #include "asn1/codec/octet_string.h"
 #include "asn1rt/memory_heap.h"
-#include "handles/status.h"
-#include "tests/asn1/blobs.h"
-#include "tests/support/status_matcher.h"
+#include "tests/asn1/value_fixture.h"
 
 namespace {
 

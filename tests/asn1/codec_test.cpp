@@ -1,7 +1,5 @@
 #include "asn1/codec/codec.h"
 
-#include <gmock/gmock.h>
-
 #include "asn1/algorithms/big_integer_traits.h"
 #include "asn1/algorithms/certificate_traits.h"
 #include "asn1/attributes/attribute.h"
@@ -12,10 +10,8 @@
 #include "asn1/text/primitive_traits.h"
 #include "asn1/text/time_text.h"
 #include "asn1rt/memory_heap.h"
-#include "tests/asn1/blobs.h"
+#include "tests/asn1/value_fixture.h"
 #include "tests/support/pki.h"
-#include "tests/support/status_matcher.h"
-#include "tests/support/tlv.h"
 
 namespace {
 
@@ -123,46 +119,24 @@ TEST_F(Codec, MovesPrimitiveValuesBothWays) {
     EXPECT_EQ(bits.numbits, 16U) << "unused bits are lost";
 }
 
-TEST_F(Codec, CopiesTimesInWholeSeconds) {
+TEST_F(Codec, CopiesTimesInWholeSecondsAndHoldsBigIntegersAsText) {
     const CDateTime time(2024, 2, 29, 12, 0, 0, 700, 0);
     EXPECT_STREQ(DateToASN1GeneralizedTime(ctxt(), time, false), "20240229120000.7Z");
     const char* copy = nullptr;
     ASN1GeneralizedTime_traits::copy(ctxt(), "20240229120000.7Z", copy);
     EXPECT_STREQ(copy, "20240229120000Z");
-}
-
-TEST_F(Codec, HoldsBigIntegersAsText) {
     EXPECT_STREQ(DWORDToASN1BigInteger(ctxt(), 0x01020304), "0x01020304");
     EXPECT_NE(ASN1BigIntegerToDWORD(DWORDToASN1BigInteger(ctxt(), 0x0102)), 0x0102U) << "not each other's inverse";
 }
 
-/// From the `numGranted`th request on, the runtime gets no memory.
-class MemoryLimit {
-public:
-    explicit MemoryLimit(int numGranted) {
-        numLeft = numGranted;
-        g_malloc_func = [](void* user, std::size_t size) {
-            return numLeft-- > 0 ? rtDefaultMalloc(user, size) : nullptr;
-        };
-    }
-    ~MemoryLimit() { g_malloc_func = rtDefaultMalloc; }
-    MemoryLimit(const MemoryLimit&) = delete;
-    MemoryLimit& operator=(const MemoryLimit&) = delete;
+/// How often the runtime still gets memory.
+int numLeft = 0;
 
-    static inline int numLeft = 0;
-};
-
-template <class Value>
+template <class Value, auto... kArguments>
 CBlob decodedAndEncoded(const CBlob& data) {
-    Value value;
+    Value value(kArguments...);
     value.decode(data);
     return value.encode();
-}
-
-CBlob decodedAndEncodedStatus(const CBlob& data) {
-    CPKIStatusInfo status(kStatusAccepted);
-    status.decode(data);
-    return status.encode();
 }
 
 TEST_F(Codec, ReportsExhaustedMemoryByItsOwnStatuses) {
@@ -182,7 +156,7 @@ TEST_F(Codec, ReportsExhaustedMemoryByItsOwnStatuses) {
          decodedAndEncoded<CAttributes>},
         {blob(tlv::sequence({tlv::integer(2), tlv::sequence({tlv::utf8String("a"), tlv::utf8String("b")}),
                              tlv::bitString(fromHex("80"), 7)})),
-         decodedAndEncodedStatus},
+         decodedAndEncoded<CPKIStatusInfo, kStatusAccepted>},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(hexOf(row.data));
@@ -190,10 +164,12 @@ TEST_F(Codec, ReportsExhaustedMemoryByItsOwnStatuses) {
         int numGranted = 0;
         for (; thrown != status::kOk && numGranted < 200; ++numGranted) {
             CBlob again;
-            {
-                const MemoryLimit limit(numGranted);
-                ASSERT_NO_THROW(thrown = thrownStatus([&] { again = row.again(row.data); })) << numGranted;
-            }
+            numLeft = numGranted;
+            g_malloc_func = [](void* user, std::size_t size) {
+                return numLeft-- > 0 ? rtDefaultMalloc(user, size) : nullptr;
+            };
+            EXPECT_NO_THROW(thrown = thrownStatus([&] { again = row.again(row.data); })) << numGranted;
+            g_malloc_func = rtDefaultMalloc;
             ASSERT_THAT(thrown, testing::AnyOf(IsStatus(status::kOk), IsStatus(status::kAsn1Memory),
                                                IsStatus(status::kAsn1Error)))
                 << numGranted;

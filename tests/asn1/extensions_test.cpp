@@ -1,12 +1,7 @@
 #include "asn1/extensions/extensions.h"
 
-#include <gmock/gmock.h>
-
 #include "asn1/extensions/typed_extensions.h"
-#include "handles/status.h"
-#include "tests/asn1/blobs.h"
-#include "tests/support/status_matcher.h"
-#include "tests/support/tlv.h"
+#include "tests/asn1/value_fixture.h"
 
 namespace {
 

@@ -1,14 +1,10 @@
-#include <gmock/gmock.h>
-
 #include <stdexcept>
 #include <string>
 
 #include "asn1/names/attr_string_values.h"
 #include "asn1/names/attribute_register.h"
 #include "asn1/names/name.h"
-#include "handles/status.h"
-#include "tests/asn1/blobs.h"
-#include "tests/support/status_matcher.h"
+#include "tests/asn1/value_fixture.h"
 
 namespace {
 

@@ -1,12 +1,7 @@
-#include <gmock/gmock.h>
-
-#include "asn1/status/info_type_and_value.h"
 #include "asn1/status/pki_status.h"
+#include "asn1/status/info_type_and_value.h"
 #include "asn1/status/rev_ann_content.h"
-#include "handles/status.h"
-#include "tests/asn1/blobs.h"
-#include "tests/support/status_matcher.h"
-#include "tests/support/tlv.h"
+#include "tests/asn1/value_fixture.h"
 
 namespace {
 
@@ -77,16 +72,6 @@ TEST(FreeText, ConvertsToItsFirstEntry) {
 #endif
 }
 
-/// A status of 0 with these texts.
-Bytes statusWith(const std::vector<std::string>& texts) {
-    std::vector<Bytes> strings;
-    strings.reserve(texts.size());
-    for (const std::string& text : texts) {
-        strings.push_back(tlv::utf8String(text));
-    }
-    return tlv::sequence({tlv::integer(0), tlv::sequence(strings)});
-}
-
 TEST(FreeText, CarriesTheLanguageInFrontOfTheText) {
     // U+0E01, U+0E72, U+0E75, U+0E2D, U+0E72, U+0E75, U+0E7E
     const std::string russian = "\u0E01\u0E72\u0E75\u0E2D\u0E72\u0E75\u0E7E\u041D\u0435\u0442";
@@ -95,7 +80,9 @@ TEST(FreeText, CarriesTheLanguageInFrontOfTheText) {
     text.insert({L"\u0E7E\U0001F600", CLanguageTag()});
     CPKIStatusInfo info(kStatusAccepted);
     info.put_statusString(text);
-    const Bytes encoded = statusWith({russian, "no", "\u0E01\u0E7E\u0E7E\U0001F600"});
+    const Bytes texts = tlv::sequence(
+        {tlv::utf8String(russian), tlv::utf8String("no"), tlv::utf8String("\u0E01\u0E7E\u0E7E\U0001F600")});
+    const Bytes encoded = tlv::sequence({tlv::integer(0), texts});
     EXPECT_EQ(hexOf(info.encode()), toHex(encoded));
     CPKIStatusInfo again(kStatusRejection);
     again.decode(blob(encoded));

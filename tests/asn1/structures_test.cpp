@@ -1,5 +1,3 @@
-#include <gmock/gmock.h>
-
 #include <functional>
 #include <utility>
 
@@ -18,10 +16,7 @@
 #include "asn1/status/info_type_and_value.h"
 #include "asn1/status/rev_ann_content.h"
 #include "asn1/text/time_choice.h"
-#include "handles/status.h"
-#include "tests/asn1/blobs.h"
-#include "tests/support/status_matcher.h"
-#include "tests/support/tlv.h"
+#include "tests/asn1/value_fixture.h"
 
 namespace {
 
@@ -30,6 +25,12 @@ using namespace Orvane::ASN1;
 using namespace testkit;
 
 constexpr const char* kOcspMethod = "1.3.6.1.5.5.7.48.1";
+
+CAttribute digestAttribute(const Bytes& value) {
+    CAttribute attribute("1.2.840.113549.1.9.4");
+    attribute.add(blob(value));
+    return attribute;
+}
 
 TEST(ValueClasses, RefuseToEncodeWhatIsIncompleteOrMalformed) {
     const std::pair<std::int32_t, std::function<void()>> rows[] = {
@@ -41,6 +42,7 @@ TEST(ValueClasses, RefuseToEncodeWhatIsIncompleteOrMalformed) {
         {status::kAsn1Error, [] { CRelativeDistinguishedName().encode(); }},
         {status::kInvalidArgument, [] { CPolicyInformation("policy").encode(); }},
         {status::kInvalidArgument, [] { CAttribute("name").encode(); }},
+        {status::kAsn1Error, [] { digestAttribute(tlv::integer(1)).encode(); }},
         {status::kInvalidArgument, [] { CContentInfo("data", blob(tlv::null())).encode(); }},
         {status::kAsn1Error, [] { CCertificateValue(blob(tlv::null())).encode(); }},
         {status::kAsn1Error, [] { COtherCertID().encode(); }},

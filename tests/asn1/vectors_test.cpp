@@ -1,6 +1,5 @@
 // The value classes and text conversions against text tables.
-#include <gmock/gmock.h>
-
+#include "tests/support/vectors.h"
 #include "asn1/algorithms/algorithm_identifier.h"
 #include "asn1/attributes/attribute.h"
 #include "asn1/attributes/content_info.h"
@@ -17,9 +16,7 @@
 #include "asn1/text/object_id_text.h"
 #include "asn1/text/text_conversions.h"
 #include "asn1/text/time_choice.h"
-#include "tests/asn1/blobs.h"
-#include "tests/support/status_matcher.h"
-#include "tests/support/vectors.h"
+#include "tests/asn1/value_fixture.h"
 
 namespace {
 
@@ -149,6 +146,19 @@ TEST(Texts, AnswerTheirVectors) {
          {"attribute", [](const std::string& text) {
               return hexOf(CAttributeTypeAndValue(towstring(text.c_str()).c_str(), kStringTypeDefault).get_value());
           }}});
+}
+
+TEST(ObjectIdText, WritesTheLongestIdentifierAndTheEmptyOne) {
+    ASN1OBJID oid{};
+    EXPECT_EQ(str2oid(nullptr, &oid), 1);
+    CBlob text;
+    EXPECT_EQ(oid2str(text, &oid), 1);
+    EXPECT_EQ(text.cbData(), 1U);
+    oid.numids = 1000;  // a record that claims more than it can hold
+    std::fill(std::begin(oid.subid), std::end(oid.subid), 0xFFFFFFFF);
+    EXPECT_EQ(oid2str(text, &oid), 1);
+    EXPECT_EQ(text.cbData(), 128U * 11U);
+    EXPECT_EQ(text.pbData()[text.cbData() - 1], 0);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "asn1rt/big_integer_text.h"
 
-#include <gtest/gtest.h>
-
 #include <string>
 #include <vector>
 
@@ -10,8 +8,7 @@
 
 namespace {
 
-using rttest::Context;
-using rttest::hexOf;
+using namespace rttest;
 
 // A number that frees itself; its magnitude begins in an area of `areaSize` octets.
 class Number {
@@ -68,7 +65,7 @@ TEST(BigIntegerText, AnswersItsVectors) {
                                      const std::string value =
                                          std::to_string(number.big.sign) + " " + number.magnitude();
                                      EXPECT_TRUE(status == 0 || value == "0 ") << row;
-                                     const std::string now = status == 0 ? value : rttest::statusName(status);
+                                     const std::string now = status == 0 ? value : statusName(status);
                                      EXPECT_TRUE(answer.empty() || answer == now) << row << ": depends on the area";
                                      answer = now;
                                  }
@@ -104,31 +101,7 @@ TEST(BigIntegerText, RefusesOtherRadices) {
     EXPECT_EQ(rtBigIntDigitsNum(&five.big, 30), STATUS_BAD_ARGUMENT);
 }
 
-TEST(BigIntegerText, LongNumbersSurviveEveryRadix) {
-    const std::string hex =
-        "00ecad4a268d116ece1738f7d93d9c172411e20b8f6b0d549b6f03675a1600a35a099950d836f675cc81e74ef5e8e25d940e"
-        "d904759531985d5d9dc9f81818e811892f902bd23f0824128b2f330c5c7fd0a6a3a4506513270e269e0d37f2a74de452e6b4"
-        "38";
-    const std::string decimal =
-        "6164707303910638874494947538687451755690069719578964650808427905819908723937345545536743359289716109"
-        "9506377140207306896080907415338521266605711972440357427078391450756374814876806548155092525564339207"
-        "87825427053294669585325307320619548193848";
-    const std::string octal =
-        "3545324504643210556634134707575447547013444043610134366541525115557006635320540024326404631241540667"
-        "5472714403635167536434227312016662021654523063027256635623740300616402142227620127510770202202242627"
-        "4630305617764123243510501450462341611517015157712472336212271532070";
-    Number number;
-    ASSERT_EQ(number.read("0x" + hex, 0), 0);
-    EXPECT_EQ(number.text(10), decimal);
-    EXPECT_EQ(number.text(8), octal);
-    EXPECT_EQ(number.text(16), hex);
-    for (const auto& [text, radix] : {std::pair{decimal, 10}, std::pair{octal, 8}}) {
-        ASSERT_EQ(number.read(text, radix), 0);
-        EXPECT_EQ("00" + number.magnitude(), hex);
-    }
-}
-
-TEST(BigIntegerText, RejectsHugeNumbersOnlyWhereConversionIsQuadratic) {
+TEST(BigIntegerText, LimitsTheSizeOnlyWhereConversionIsQuadratic) {
     Number number;
     EXPECT_EQ(number.read(std::string(1'000'000, '7'), 10), STATUS_TOO_BIG);
     ASSERT_EQ(number.read("0x" + std::string(2'000'000, '7'), 0), 0);
@@ -136,12 +109,8 @@ TEST(BigIntegerText, RejectsHugeNumbersOnlyWhereConversionIsQuadratic) {
     std::vector<char> text(4'000'000);
     EXPECT_EQ(rtBigIntToString(number.ctx, &number.big, 10, text.data(), 4'000'000), STATUS_TOO_BIG);
     EXPECT_EQ(rtBigIntToString(number.ctx, &number.big, 16, text.data(), 4'000'000), 0);
-}
-
-TEST(BigIntegerText, LongNumbersAreComparedWhole) {
-    Context ctx;
     const std::string big = "0x7" + std::string(999, '0');
-    EXPECT_EQ(rtBigIntStrCompare(ctx, (big + "1").c_str(), (big + "0").c_str()), 1);
+    EXPECT_EQ(rtBigIntStrCompare(number.ctx, (big + "1").c_str(), (big + "0").c_str()), 1);
 }
 
 }  // namespace

@@ -1,15 +1,12 @@
 #include "asn1rt/context.h"
 
-#include <gtest/gtest.h>
-
 #include "asn1rt/bits.h"
 #include "asn1rt/mem_buf.h"
 #include "tests/asn1rt/runtime_fixture.h"
 
 namespace {
 
-using rttest::Context;
-using rttest::hexOf;
+using namespace rttest;
 
 TEST(ContextTest, LivesFromInitToFree) {
     ASN1CTXT ctx{};

@@ -1,7 +1,5 @@
 #include "asn1rt/copy_values.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 
 #include "asn1rt/schema_types.h"
@@ -9,8 +7,7 @@
 
 namespace {
 
-using rttest::Context;
-using rttest::hexOf;
+using namespace rttest;
 
 TEST(CopyValues, CountedValuesGetTheirOwnMemory) {
     Context ctx;

@@ -1,7 +1,5 @@
 #include "asn1rt/decode_strings.h"
 
-#include <gtest/gtest.h>
-
 #include <vector>
 
 #include "tests/asn1rt/runtime_fixture.h"
@@ -9,19 +7,31 @@
 
 namespace {
 
-using rttest::hexOf;
-using rttest::Input;
-using rttest::reported;
+using namespace rttest;
 
-template <class Character>
-std::string hexOfCharacters(const Character* data, std::uint32_t count) {
-    std::string text;
-    for (std::uint32_t i = 0; i < count; ++i) {
+template <class Text>
+std::string readWide(int (*reader)(ASN1CTXT*, Text*, ASN1TagType, ASN1TAG, int), ASN1TAG tag, const std::string& hex) {
+    Input in(hex);
+    Text text{};
+    const int status = reader(in, &text, TAG_EXPLICIT, tag, 0);
+    std::string characters;
+    for (std::uint32_t i = 0; i < text.nchars; ++i) {
         char number[16];
-        std::snprintf(number, sizeof number, i == 0 ? "%04x" : " %04x", static_cast<unsigned>(data[i]));
-        text += number;
+        std::snprintf(number, sizeof number, i == 0 ? "%04x" : " %04x", static_cast<unsigned>(text.data[i]));
+        characters += number;
     }
-    return text;
+    return reported(in, status, characters);
+}
+
+template <class Reader>
+std::string readString(const std::string& hex, std::uint32_t bitsPerUnit, Reader reader) {
+    Input in(hex);
+    const std::uint8_t* data = nullptr;
+    std::uint32_t count = 0;
+    const int status = reader(in, &data, &count, TAG_EXPLICIT, 0);
+    EXPECT_TRUE(status != 0 || data != nullptr || bitsPerUnit == 1) << hex;
+    const std::string octets = status == 0 ? hexOf(data, (count * bitsPerUnit + 7) / 8) : "";
+    return reported(in, status, bitsPerUnit == 1 ? std::to_string(count) + ":" + octets : octets);
 }
 
 // "12:0403aabbcc" is an array of 12 octets or bits, and the input.
@@ -35,47 +45,21 @@ std::string readIntoArray(const std::string& row, std::uint32_t bitsPerUnit, Rea
 }
 
 TEST(DecodeStrings, ReadsItsVectors) {
-    testkit::expectVectors("asn1rt/decode_strings.txt",
-                           {{"octets",
-                             [](const std::string& hex) {
-                                 Input in(hex);
-                                 const std::uint8_t* data = nullptr;
-                                 std::uint32_t numocts = 0;
-                                 const int status = xd_octstr(in, &data, &numocts, TAG_EXPLICIT, 0);
-                                 EXPECT_TRUE(status != 0 || data != nullptr) << hex;
-                                 return reported(in, status, hexOf(data, numocts));
-                             }},
-                            {"bits",
-                             [](const std::string& hex) {
-                                 Input in(hex);
-                                 const std::uint8_t* data = nullptr;
-                                 std::uint32_t numbits = 0;
-                                 const int status = xd_bitstr(in, &data, &numbits, TAG_EXPLICIT, 0);
-                                 return reported(in, status,
-                                                 std::to_string(numbits) + ":" + hexOf(data, (numbits + 7) / 8));
-                             }},
-                            {"octet array", [](const std::string& row) { return readIntoArray(row, 8, xd_octstr_s); }},
-                            {"bit array", [](const std::string& row) { return readIntoArray(row, 1, xd_bitstr_s); }},
-                            {"text",
-                             [](const std::string& hex) {
-                                 Input in(hex);
-                                 const char* text = nullptr;
-                                 const int status = xd_charstr(in, &text, TAG_EXPLICIT, kTagIa5String, 0);
-                                 return reported(in, status, text != nullptr ? text : "null");
-                             }},
-                            {"16 bits",
-                             [](const std::string& hex) {
-                                 Input in(hex);
-                                 ASN1T16BitCharStr text{};
-                                 const int status = xd_16BitCharStr(in, &text, TAG_EXPLICIT, kTagBmpString, 0);
-                                 return reported(in, status, hexOfCharacters(text.data, text.nchars));
-                             }},
-                            {"32 bits", [](const std::string& hex) {
-                                 Input in(hex);
-                                 ASN1T32BitCharStr text{};
-                                 const int status = xd_32BitCharStr(in, &text, TAG_EXPLICIT, kTagUniversalString, 0);
-                                 return reported(in, status, hexOfCharacters(text.data, text.nchars));
-                             }}});
+    testkit::expectVectors(
+        "asn1rt/decode_strings.txt",
+        {{"octets", [](const std::string& hex) { return readString(hex, 8, xd_octstr); }},
+         {"bits", [](const std::string& hex) { return readString(hex, 1, xd_bitstr); }},
+         {"octet array", [](const std::string& row) { return readIntoArray(row, 8, xd_octstr_s); }},
+         {"bit array", [](const std::string& row) { return readIntoArray(row, 1, xd_bitstr_s); }},
+         {"text",
+          [](const std::string& hex) {
+              Input in(hex);
+              const char* text = nullptr;
+              const int status = xd_charstr(in, &text, TAG_EXPLICIT, kTagIa5String, 0);
+              return reported(in, status, text != nullptr ? text : "null");
+          }},
+         {"16 bits", [](const std::string& hex) { return readWide(xd_16BitCharStr, kTagBmpString, hex); }},
+         {"32 bits", [](const std::string& hex) { return readWide(xd_32BitCharStr, kTagUniversalString, hex); }}});
 }
 
 TEST(DecodeStrings, ALengthNeverAllocates) {

@@ -1,7 +1,5 @@
 #include "asn1rt/decode.h"
 
-#include <gtest/gtest.h>
-
 #include "asn1rt/open_type.h"
 #include "tests/asn1rt/runtime_fixture.h"
 #include "tests/support/vectors.h"
@@ -17,10 +15,7 @@ extern "C" void __sanitizer_cov_trace_pc() {  // NOLINT(bugprone-reserved-identi
 
 namespace {
 
-using rttest::Bytes;
-using rttest::Context;
-using rttest::fromHex;
-using rttest::Input;
+using namespace rttest;
 
 int bindInput(ASN1CTXT* ctx, const Bytes& octets, int* length = nullptr, ASN1TAG* tag = nullptr) {
     return xd_setp(ctx, octets.data(), static_cast<int>(octets.size()), tag, length);
@@ -51,7 +46,7 @@ std::string bound(const std::string& hex) {
     EXPECT_EQ(ctx->errInfo.status, status) << hex;
     const std::string size = " size " + std::to_string(ctx->buffer.size);
     if (status != 0) {
-        return rttest::statusName(status) + size;
+        return statusName(status) + size;
     }
     EXPECT_EQ(ctx->buffer.byteIndex, 0U) << hex;
     EXPECT_EQ((ctx->flags & CTX_FLAG_OUTER_INDEFINITE) != 0, length == LEN_INDEFINITE) << hex;
@@ -70,7 +65,7 @@ std::string header(const std::string& hex) {
     EXPECT_EQ(xd_tag_len(in, &tag, &length, MATCH_ADVANCE), peeked) << hex;
     const std::string position = " @" + std::to_string(in.at());
     if (peeked != 0) {
-        return rttest::statusName(peeked) + position;
+        return statusName(peeked) + position;
     }
     EXPECT_EQ((in->flags & CTX_FLAG_CONSTRUCTED) != 0, (tag & kTagConstructed) != 0) << hex;
     return tagAndLength(tag, length) + position;
@@ -81,7 +76,7 @@ std::string matched(const std::string& hex) {
     int length = 0;
     const int status = xd_match1(in, 0x10, &length);
     EXPECT_TRUE(status != 0 || ((in->flags & CTX_FLAG_CONSTRUCTED) != 0) == (hex[0] == '3')) << hex;
-    return rttest::reported(in, status, std::to_string(length));
+    return reported(in, status, std::to_string(length));
 }
 
 std::string counted(const std::string& row) {
@@ -90,7 +85,7 @@ std::string counted(const std::string& row) {
     const int length = std::stoi(row);
     const int status = xd_count(in, length < 0 ? LEN_INDEFINITE : length, &count);
     EXPECT_TRUE(status != 0 || in.at() == 0) << row;
-    return status == 0 ? std::to_string(count) : rttest::statusName(status);
+    return status == 0 ? std::to_string(count) : statusName(status);
 }
 
 TEST(Decode, AnswersItsVectors) {

@@ -1,7 +1,5 @@
 #include "asn1rt/decode_values.h"
 
-#include <gtest/gtest.h>
-
 #include "asn1rt/decode_core.h"
 #include "asn1rt/encode_values.h"
 #include "tests/asn1rt/runtime_fixture.h"
@@ -9,9 +7,7 @@
 
 namespace {
 
-using rttest::Input;
-using rttest::Output;
-using rttest::reported;
+using namespace rttest;
 
 template <class Number>
 std::string readNumber(int (*reader)(ASN1CTXT*, Number*, ASN1TagType, int), const std::string& hex) {
@@ -21,47 +17,40 @@ std::string readNumber(int (*reader)(ASN1CTXT*, Number*, ASN1TagType, int), cons
     return reported(in, status, std::to_string(value));
 }
 
-std::string arcs(const ASN1OBJID& oid) {
+std::string readObjectId(int (*reader)(ASN1CTXT*, ASN1OBJID*, ASN1TagType, int), const std::string& hex) {
+    Input in(hex);
+    ASN1OBJID oid{};
+    const int status = reader(in, &oid, TAG_EXPLICIT, 0);
     std::string text;
     for (std::uint32_t i = 0; i < oid.numids; ++i) {
         text += (i != 0 ? "." : "") + std::to_string(oid.subid[i]);
     }
-    return text;
+    return reported(in, status, text);
 }
 
 TEST(DecodeValues, ReadsItsVectors) {
-    testkit::expectVectors("asn1rt/decode_values.txt",
-                           {{"integer", [](const std::string& hex) { return readNumber(xd_integer, hex); }},
-                            {"unsigned", [](const std::string& hex) { return readNumber(xd_unsigned, hex); }},
-                            {"uint16", [](const std::string& hex) { return readNumber(xd_uint16, hex); }},
-                            {"boolean", [](const std::string& hex) { return readNumber(xd_boolean, hex); }},
-                            {"null",
-                             [](const std::string& hex) {
-                                 Input in(hex);
-                                 return reported(in, xd_null(in, TAG_EXPLICIT), "null");
-                             }},
-                            {"bigint",  // from contents to text, and what xe_bigint makes of the text
-                             [](const std::string& hex) {
-                                 Input in(hex);
-                                 Output out;
-                                 const char* text = nullptr;
-                                 EXPECT_EQ(xd_bigint(in, &text, TAG_IMPLICIT, static_cast<int>(in->buffer.size)), 0);
-                                 EXPECT_TRUE(out.counts(xe_bigint(out, text, TAG_IMPLICIT)));
-                                 return text + (" " + out.hex());
-                             }},
-                            {"objid",
-                             [](const std::string& hex) {
-                                 Input in(hex);
-                                 ASN1OBJID oid{};
-                                 const int status = xd_objid(in, &oid, TAG_EXPLICIT, 0);
-                                 return reported(in, status, arcs(oid));
-                             }},
-                            {"record objid", [](const std::string& hex) {
-                                 Input in(hex);
-                                 ASN1OBJID oid{};
-                                 const int status = decoding::readObjectId(in, &oid, TAG_EXPLICIT, 0);
-                                 return reported(in, status, arcs(oid));
-                             }}});
+    testkit::expectVectors(
+        "asn1rt/decode_values.txt",
+        {{"integer", [](const std::string& hex) { return readNumber(xd_integer, hex); }},
+         {"unsigned", [](const std::string& hex) { return readNumber(xd_unsigned, hex); }},
+         {"uint16", [](const std::string& hex) { return readNumber(xd_uint16, hex); }},
+         {"boolean", [](const std::string& hex) { return readNumber(xd_boolean, hex); }},
+         {"null",
+          [](const std::string& hex) {
+              Input in(hex);
+              return reported(in, xd_null(in, TAG_EXPLICIT), "null");
+          }},
+         {"bigint",  // from contents to text, and what xe_bigint makes of the text
+          [](const std::string& hex) {
+              Input in(hex);
+              Output out;
+              const char* text = nullptr;
+              EXPECT_EQ(xd_bigint(in, &text, TAG_IMPLICIT, static_cast<int>(in->buffer.size)), 0);
+              EXPECT_TRUE(out.counts(xe_bigint(out, text, TAG_IMPLICIT)));
+              return text + (" " + out.hex());
+          }},
+         {"objid", [](const std::string& hex) { return readObjectId(xd_objid, hex); }},
+         {"record objid", [](const std::string& hex) { return readObjectId(decoding::readObjectId, hex); }}});
 }
 
 TEST(DecodeValues, ReadsContentsWithAGivenLength) {
@@ -77,7 +66,7 @@ TEST(DecodeValues, ReadsContentsWithAGivenLength) {
     EXPECT_EQ(xd_boolean(implicit, &value, TAG_IMPLICIT, 1), 0);
     EXPECT_EQ(value, 0xAA);
     for (const int more : {126, 127}) {  // each octet after the first is an arc, and 128 arcs are allowed
-        Input in(rttest::Bytes(static_cast<std::size_t>(more) + 1, 0x01));
+        Input in(Bytes(static_cast<std::size_t>(more) + 1, 0x01));
         ASN1OBJID oid{};
         EXPECT_EQ(xd_objid(in, &oid, TAG_IMPLICIT, more + 1), more == 126 ? 0 : STATUS_BAD_OBJECT_ID);
         EXPECT_EQ(oid.numids, 128U);

@@ -1,7 +1,5 @@
 #include "asn1rt/encode.h"
 
-#include <gtest/gtest.h>
-
 #include <functional>
 
 #include "asn1rt/encode_strings.h"
@@ -9,9 +7,7 @@
 
 namespace {
 
-using rttest::Bytes;
-using rttest::Context;
-using rttest::Output;
+using namespace rttest;
 
 TEST(Encode, WritesTagAndShortestLength) {
     struct Row {
@@ -62,7 +58,7 @@ TEST(Encode, NeverUsesTheLastOctetOfACallersBuffer) {
     EXPECT_EQ(xe_memcpy(ctx, octets, 3), 3);
     EXPECT_EQ(xe_memcpy(ctx, octets, 1), STATUS_BUFFER_FULL);
     EXPECT_EQ(xe_getp(ctx), buffer);
-    EXPECT_EQ(rttest::hexOf(buffer, 4), "010203ee");
+    EXPECT_EQ(hexOf(buffer, 4), "010203ee");
 
     ASSERT_EQ(xe_setp(ctx, buffer, 0), 0);
     EXPECT_EQ(xe_memcpy(ctx, octets, 1), STATUS_BUFFER_FULL);

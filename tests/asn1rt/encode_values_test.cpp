@@ -1,7 +1,5 @@
 #include "asn1rt/encode_values.h"
 
-#include <gtest/gtest.h>
-
 #include <algorithm>
 #include <iterator>
 
@@ -11,8 +9,7 @@
 
 namespace {
 
-using rttest::Output;
-using rttest::reported;
+using namespace rttest;
 
 template <class Number>
 std::string written(int (*writer)(ASN1CTXT*, const Number*, ASN1TagType), const std::string& text) {
@@ -69,7 +66,7 @@ TEST(EncodeValues, BigIntegersGrowTheBufferOrFail) {
     EXPECT_EQ(xe_bigint(out, digits.c_str(), TAG_EXPLICIT), 20004);
     EXPECT_EQ(out.hex(), "02824e20" + digits.substr(2));
 
-    rttest::Context fixed;
+    Context fixed;
     std::uint8_t buffer[3];
     ASSERT_EQ(xe_setp(fixed, buffer, sizeof buffer), 0);
     EXPECT_EQ(xe_bigint(fixed, "0x112233", TAG_IMPLICIT), STATUS_BUFFER_FULL);

@@ -1,7 +1,5 @@
 #include "asn1rt/memory_heap.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 
 #include "asn1rt/decode.h"

@@ -1,18 +1,11 @@
 #include "asn1rt/open_type.h"
 
-#include <gtest/gtest.h>
-
 #include "tests/asn1rt/runtime_fixture.h"
 #include "tests/support/vectors.h"
 
 namespace {
 
-using rttest::Bytes;
-using rttest::fromHex;
-using rttest::hexOf;
-using rttest::Input;
-using rttest::Output;
-using rttest::reported;
+using namespace rttest;
 
 std::string decoded(const std::string& hex, std::uint16_t flags) {
     Input in(hex);

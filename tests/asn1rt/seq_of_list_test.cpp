@@ -9,12 +9,18 @@
 
 namespace {
 
-// The elements as the list holds them: pointers to numbers.
-std::vector<int> valuesOf(const ASN1CSeqOfList& list) {
+// The numbers that the elements point to, read in both directions.
+std::vector<int> valuesOf(const _Asn1RTDList& list) {
     std::vector<int> values;
-    for (std::uint32_t i = 0; i < list.size(); ++i) {
-        values.push_back(*static_cast<int*>(list.get(static_cast<std::int32_t>(i))));
+    std::vector<int> backward;
+    for (const _Asn1RTDListNode* node = list.pHead; node != nullptr; node = node->pNext) {
+        values.push_back(*static_cast<int*>(node->data));
     }
+    for (const _Asn1RTDListNode* node = list.pTail; node != nullptr; node = node->pPrev) {
+        backward.insert(backward.begin(), *static_cast<int*>(node->data));
+    }
+    EXPECT_EQ(values, backward);
+    EXPECT_EQ(values.size(), list.count);
     return values;
 }
 
@@ -28,23 +34,32 @@ struct Numbers : testing::Test {
     ASN1CSeqOfList list{record};
 };
 
-TEST_F(Numbers, PutsElementsAtTheGivenPositions) {
+TEST_F(Numbers, PutsAndFindsElementsAtAnyPosition) {
     EXPECT_EQ(list.append(&number[2]), 0);
     EXPECT_EQ(list.insert(0, &number[0]), 0);
     EXPECT_EQ(list.insert(2, &number[5]), 0);
     EXPECT_EQ(list.insert(4, &number[1]), STATUS_BAD_ARGUMENT);
+    EXPECT_EQ(list.insert(-1, &number[1]), STATUS_BAD_ARGUMENT);
+    EXPECT_EQ(rtDListInsert(list.getCtxtPtr(), &record, 4, &number[1]), nullptr);
+    EXPECT_EQ(rtDListInsert(list.getCtxtPtr(), &record, -1, &number[1]), nullptr);
     EXPECT_EQ(list.insertBefore(&number[1], record.pHead->pNext), 0);
     EXPECT_EQ(list.insertAfter(&number[3], record.pTail->pPrev), 0);
-    EXPECT_EQ(valuesOf(list), (std::vector<int>{0, 1, 2, 3, 5}));
-    EXPECT_EQ(list.indexOf(&number[3]), 3);
-    EXPECT_EQ(list.set(1, &number[4]), &number[1]);
+    EXPECT_EQ(list.insertBefore(&number[4], nullptr), 0);
+    EXPECT_EQ(list.insertAfter(&number[4], nullptr), 0);
+    EXPECT_EQ(valuesOf(record), (std::vector<int>{4, 0, 1, 2, 3, 5, 4}));
+    EXPECT_EQ(list.indexOf(&number[3]), 4);
+    EXPECT_EQ(rtDListFindIndexByData(&record, &list), -1);
+    EXPECT_EQ(rtDListFindByIndex(&record, 7), nullptr);
+    EXPECT_EQ(rtDListFindByIndex(&record, -3), record.pHead);
+    EXPECT_EQ(list.set(1, &number[4]), &number[0]);
     EXPECT_EQ(list.set(9, &number[4]), nullptr);
     EXPECT_EQ(list.remove(0), 0);
     EXPECT_EQ(list.remove(&number[5]), 0);
     EXPECT_EQ(list.remove(&number[5]), STATUS_BAD_ARGUMENT);
-    EXPECT_EQ(list.remove(record.pHead), 0);
+    EXPECT_EQ(list.remove(record.pTail), 0);
     EXPECT_EQ(list.remove(7), STATUS_BAD_ARGUMENT);
-    EXPECT_EQ(list.getFirst(), &number[2]);
+    EXPECT_EQ(valuesOf(record), (std::vector<int>{4, 1, 2, 3}));
+    EXPECT_EQ(list.getFirst(), &number[4]);
     EXPECT_EQ(list.getLast(), &number[3]);
     list.clear();
     EXPECT_TRUE(list.isEmpty());
@@ -54,14 +69,19 @@ TEST_F(Numbers, PutsElementsAtTheGivenPositions) {
 TEST_F(Numbers, AppendsAndReturnsArrays) {
     EXPECT_EQ(list.appendArray(number, 3, sizeof(int)), 0);
     EXPECT_EQ(list.get(1), &number[1]);
-    // The count of copies is in octets.
-    EXPECT_EQ(list.appendArrayCopy(number + 4, 2 * sizeof(int), sizeof(int)), 0);
+    // The count of copies is in octets, of which each started element takes its size.
+    EXPECT_EQ(list.appendArrayCopy(number + 4, sizeof(int) + 1, sizeof(int)), 0);
     EXPECT_NE(list.get(3), &number[4]);
+    EXPECT_EQ(list.size(), 5U);
     int room[5] = {};
     EXPECT_NE(list.toArray(room, 4, sizeof(int)), static_cast<void*>(room));
+    EXPECT_EQ(list.toArray(room, 5, sizeof(int)), static_cast<void*>(room));
     const auto* all = static_cast<int*>(list.toArray(sizeof(int)));
     EXPECT_EQ(std::vector<int>(all, all + 5), (std::vector<int>{0, 1, 2, 4, 5}));
+    EXPECT_EQ(std::vector<int>(room, room + 5), (std::vector<int>{0, 1, 2, 4, 5}));
     EXPECT_EQ(list.appendArray(nullptr, 3, sizeof(int)), STATUS_BAD_ARGUMENT);
+    rtDListAppendArrayCopy(list.getCtxtPtr(), &record, number, 4, 0);
+    EXPECT_EQ(list.size(), 5U);
 }
 
 TEST_F(Numbers, AnIteratorWalksBothWays) {
@@ -91,7 +111,7 @@ TEST_F(Numbers, AnIteratorChangesTheListAndGoesOn) {
     i->next();
     EXPECT_EQ(i->set(&number[4]), 0);
     EXPECT_EQ(i->insert(&number[5]), 0);
-    EXPECT_EQ(valuesOf(list), (std::vector<int>{4, 5, 1, 2}));
+    EXPECT_EQ(valuesOf(record), (std::vector<int>{4, 5, 1, 2}));
     EXPECT_EQ(valueOf(i->next()), 1);
     EXPECT_EQ(i->remove(), 0);
     EXPECT_EQ(i->remove(), STATUS_ITERATOR_STATE);
@@ -99,7 +119,7 @@ TEST_F(Numbers, AnIteratorChangesTheListAndGoesOn) {
     EXPECT_EQ(i->remove(), 0);
     EXPECT_EQ(valueOf(i->next()), 2);
     EXPECT_EQ(i->insert(&number[3]), 0);
-    EXPECT_EQ(valuesOf(list), (std::vector<int>{4, 2, 3}));
+    EXPECT_EQ(valuesOf(record), (std::vector<int>{4, 2, 3}));
 }
 
 TEST_F(Numbers, AnIteratorRefusesAListThatChangedUnderIt) {
@@ -116,7 +136,7 @@ TEST_F(Numbers, AnIteratorRefusesAListThatChangedUnderIt) {
     EXPECT_EQ(i->remove(), STATUS_LIST_CHANGED);
     EXPECT_EQ(i->set(&number[2]), STATUS_LIST_CHANGED);
     EXPECT_EQ(i->insert(&number[2]), STATUS_LIST_CHANGED);
-    EXPECT_EQ(valuesOf(list), (std::vector<int>{0, 1}));
+    EXPECT_EQ(valuesOf(record), (std::vector<int>{0, 1}));
 }
 
 TEST(SeqOfList, OwnListsLiveInTheHeapAndRecordsMayStartUninitialised) {

@@ -1,7 +1,5 @@
 #include "asn1rt/stream.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <string>
 

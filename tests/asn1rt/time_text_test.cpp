@@ -1,7 +1,5 @@
 #include "asn1rt/time_text.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <memory>
 #include <string>
@@ -11,7 +9,7 @@
 
 namespace {
 
-using rttest::Context;
+using namespace rttest;
 
 // All fields in one line: date, time, fraction, offset in minutes, Z.
 std::string describe(const RtTime& t) {

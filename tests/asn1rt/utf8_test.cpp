@@ -1,7 +1,5 @@
 #include "asn1rt/utf8.h"
 
-#include <gtest/gtest.h>
-
 #include <cstring>
 #include <memory>
 #include <string>
@@ -10,7 +8,7 @@
 
 namespace {
 
-using rttest::Context;
+using namespace rttest;
 
 // The text in a block of exactly its size, so that AddressSanitizer sees any step over its NUL.
 std::unique_ptr<char[]> exactly(const std::string& text) {
@@ -108,11 +106,11 @@ TEST(Utf8, FilteringKeepsWhatRangeAndListAllow) {
 TEST(Utf8, CharactersAboveSixteenBitsAreDroppedAndTheNulNeedsRoom) {
     std::uint32_t characters[] = {'a', 0x10000, 'b'};
     const ASN1T32BitCharStr string{3, characters};
-    wchar_t wide[3] = {L'#', L'#', L'#'};
-    EXPECT_EQ(std::wstring(rtUCSToWCSString(&string, wide, 3)), L"ab");
-    wchar_t full[3] = {L'#', L'#', L'#'};
-    rtUCSToWCSString(&string, full, 2);
-    EXPECT_EQ(std::wstring(full, 3), L"ab#");
+    for (const std::uint32_t room : {3U, 2U}) {
+        wchar_t wide[] = L"###";
+        rtUCSToWCSString(&string, wide, room);
+        EXPECT_EQ(std::wstring(wide), room == 3 ? L"ab" : L"ab#");
+    }
 }
 
 }  // namespace

@@ -1,9 +1,5 @@
 // `check --verify-chain`: a verified response counts only for a certificate whose chain is valid.
-#include <gmock/gmock.h>
-
 #include "tests/cli/command.h"
-#include "tests/cli/json_result.h"
-#include "tests/support/http_server.h"
 
 namespace {
 
@@ -34,7 +30,7 @@ CertificateSpec caSpec() {
 
 // The responder is authorised for every CA, so that only the chain of the leaf makes a difference.
 TEST(VerifyChainOption, RejectsGoodUnderAnInvalidChainAndNamesTheCause) {
-    const std::string thumbprint = upperHex(digest(kSha1Oid, certs().delegate.certificate));
+    const std::string thumbprint = toUpperHex(digest(kSha1Oid, certs().delegate.certificate));
     const Command tallow("[config.cades.ocsppolicy]\nAuthorizedOCSPs = [\"" + thumbprint + "\"]\n");
     CertificateSpec leaf;
     leaf.commonName = "chain leaf";

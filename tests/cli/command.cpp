@@ -1,9 +1,6 @@
 #include "tests/cli/command.h"
 
-#include <gmock/gmock.h>
-
 #include <algorithm>
-#include <cctype>
 
 #include "tests/support/tlv.h"
 
@@ -116,10 +113,9 @@ std::string Command::file(const std::string& name, const Identity& identity) con
     return dir_.write(name, identity.certificatePem());
 }
 
-std::string upperHex(const Bytes& octets) {
-    std::string hex = toHex(octets);
-    std::transform(hex.begin(), hex.end(), hex.begin(), [](unsigned char c) { return std::toupper(c); });
-    return hex;
+std::string responderUrl() {
+    static const Responder responder(responderOptions());
+    return responder.url();
 }
 
 void expectOneLine(const ProcessResult& run, int exitStatus, const std::vector<std::string>& words) {
@@ -135,6 +131,19 @@ void expectMistake(const ProcessResult& run, const std::string& words) {
     expectOneLine(run, 64, {words});
     EXPECT_EQ(run.out, "");
     EXPECT_THAT(run.err, testing::StartsWith("tallow: "));
+}
+
+void expectError(const ProcessResult& run, const std::string& code, const std::vector<std::string>& words) {
+    expectOneLine(run, 3, joined({code}, words));
+    const auto results = parseResults(run.out);
+    ASSERT_EQ(results.size(), 1U);
+    EXPECT_EQ(results[0].at("status"), "error");
+    EXPECT_EQ(results[0].at("error.code"), code);
+    EXPECT_EQ(results[0].count("producedAt") + results[0].count("thisUpdate"), 0U);
+}
+
+std::string deadUrl() {
+    return "http://127.0.0.1:" + std::to_string(closedPort()) + "/";
 }
 
 std::size_t numLines(const std::string& text) {

@@ -5,9 +5,12 @@
 //   const ProcessResult run = tallow.check({"--url", responder.url(), tallow.file("good", certs().good)});
 #pragma once
 
+#include <gmock/gmock.h>
+
 #include <string>
 #include <vector>
 
+#include "tests/cli/json_result.h"
 #include "tests/support/http_server.h"
 #include "tests/support/ocsp_builder.h"
 #include "tests/support/pki.h"
@@ -78,8 +81,18 @@ private:
     std::string root_;
 };
 
-/// Hexadecimal in the form that the command prints.
-std::string upperHex(const Bytes& octets);
+/// A command of its own for each test, and files that most need.
+class CommandTest : public testing::Test {
+protected:
+    const Command tallow;
+    const std::string leaf = tallow.file("leaf.pem", certs().good);
+    const std::string root = tallow.file("root.pem", certs().root);
+    const std::string request = tallow.folder().file("request.der");    // only the path
+    const std::string response = tallow.folder().file("response.der");  // only the path
+};
+
+/// The address of a responder with responderOptions() that all tests use; started on first use.
+std::string responderUrl();
 
 /// Wrong arguments, and words of the line that reports them.
 struct Mistake {
@@ -89,8 +102,14 @@ struct Mistake {
 
 /// This exit status, and one line on standard error that contains all these words.
 void expectOneLine(const ProcessResult& run, int exitStatus, const std::vector<std::string>& words);
+/// No verdict: exit status 3, one line on standard error with the code and these words, and a JSON result that holds
+/// the error and no time of a response.
+void expectError(const ProcessResult& run, const std::string& code, const std::vector<std::string>& words = {});
 /// Wrong usage: exit status 64, one line on standard error with these words, nothing on standard output.
 void expectMistake(const ProcessResult& run, const std::string& words);
+
+/// Where no responder listens.
+std::string deadUrl();
 
 std::size_t numLines(const std::string& text);
 

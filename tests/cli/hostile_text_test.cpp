@@ -1,11 +1,8 @@
 // Untrusted names in certificates, addresses and file names: control characters and bidirectional control characters
 // are escaped in the output, and octets that are not UTF-8 leave the JSON valid.
-#include <gmock/gmock.h>
-
 #include <algorithm>
 
 #include "tests/cli/command.h"
-#include "tests/cli/json_result.h"
 
 namespace {
 
@@ -13,6 +10,7 @@ using namespace testkit;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
+using HostileText = CommandTest;
 
 constexpr const char* kOverride = "\xE2\x80\xAE";       // U+202E, right to left
 constexpr const char* kIsolate = "\xE2\x81\xA6";        // U+2066
@@ -47,10 +45,8 @@ Identity withSubject(const std::string& octets) {
     return identity;
 }
 
-TEST(HostileText, InTheSubjectIsEscaped) {
-    const Command tallow;
+TEST_F(HostileText, InTheSubjectIsEscaped) {
     const std::string url = "http://127.0.0.1:9/";
-    const std::string issuer = tallow.file("root.pem", certs().root);
     struct Row {
         const char* name;
         std::string subject;
@@ -75,8 +71,7 @@ TEST(HostileText, InTheSubjectIsEscaped) {
     }
 }
 
-TEST(HostileText, InFileNamesAndAddressesIsEscaped) {
-    const Command tallow;
+TEST_F(HostileText, InFileNamesAndAddressesIsEscaped) {
     for (const std::string& name : {std::string("a\x1B[2Jb"), std::string("a\nb: good"), std::string("a\xFF\xFE") + "b",
                                     std::string("a") + kOverride + "mep.b"}) {
         const std::string file = tallow.file(name, certs().good);

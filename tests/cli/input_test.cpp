@@ -1,16 +1,15 @@
 // Unusable input: one clear line on standard error, the right exit status, no verdict.
-#include <gmock/gmock.h>
-
 #include <filesystem>
 
 #include "tests/cli/command.h"
-#include "tests/cli/json_result.h"
-#include "tests/support/http_server.h"
 
 namespace {
 
 using namespace testkit;
 using testing::HasSubstr;
+using CertificateFile = CommandTest;
+using OptionFile = CommandTest;
+using CommandLine = CommandTest;
 
 constexpr int kExitUsage = 64;
 constexpr int kExitNoAnswer = 3;
@@ -19,8 +18,7 @@ std::string textOf(const Bytes& bytes) {
     return {bytes.begin(), bytes.end()};
 }
 
-TEST(CertificateFile, IsNamedInOneLineWhenItIsUnusable) {
-    const Command tallow;
+TEST_F(CertificateFile, IsNamedInOneLineWhenItIsUnusable) {
     const std::string pem = certs().good.certificatePem();
     const Bytes& der = certs().good.certificate;
     std::filesystem::create_directory(tallow.folder().file("folder"));
@@ -49,19 +47,13 @@ TEST(CertificateFile, IsNamedInOneLineWhenItIsUnusable) {
             tallow.file(row.name, row.content);
         }
         const ProcessResult run = tallow.check({"--json", path});
-        expectOneLine(run, kExitNoAnswer, {"tallow: " + path + ": ", row.words, row.code});
-        const auto results = parseResults(run.out);
-        ASSERT_EQ(results.size(), 1U);
-        EXPECT_EQ(results[0].at("status"), "error");
-        EXPECT_EQ(results[0].at("error.code"), row.code);
+        expectError(run, row.code, {"tallow: " + path + ": ", row.words});
     }
 }
 
 // Options apply to the whole run: no responder is asked when a file of theirs is unusable.
-TEST(OptionFile, IsWrongUsageWhenItIsUnusable) {
-    const Command tallow;
+TEST_F(OptionFile, IsWrongUsageWhenItIsUnusable) {
     const HttpServer server = serverOf(HttpReply{});
-    const std::string leaf = tallow.file("leaf.pem", certs().good);
     const std::string key = tallow.file("key.pem", certs().good.key.pem());
     const std::string missing = tallow.folder().file("missing");
     struct Row {
@@ -83,9 +75,7 @@ TEST(OptionFile, IsWrongUsageWhenItIsUnusable) {
     EXPECT_EQ(server.requests().size(), 0U);
 }
 
-TEST(CommandLine, ReportsMistakesInOneLine) {
-    const Command tallow;
-    const std::string leaf = tallow.file("leaf.pem", certs().good);
+TEST_F(CommandLine, ReportsMistakesInOneLine) {
     for (const Mistake& row : {
              Mistake{{}, "subcommand"},
              Mistake{{"chekc", leaf}, "subcommand"},
@@ -108,7 +98,7 @@ TEST(CommandLine, ReportsMistakesInOneLine) {
     }
 }
 
-TEST(CommandLine, PrintsHelpAndVersionOnStandardOutput) {
+TEST_F(CommandLine, PrintsHelpAndVersionOnStandardOutput) {
     for (const auto& [arguments, words] : {std::pair(std::vector<std::string>{"--help"}, "check"),
                                            std::pair(std::vector<std::string>{"--version"}, "0."),
                                            std::pair(std::vector<std::string>{"check", "--help"}, "Exit status"),
@@ -120,9 +110,7 @@ TEST(CommandLine, PrintsHelpAndVersionOnStandardOutput) {
     }
 }
 
-TEST(Settings, NameLineAndColumnOfAMistakeBeforeAResponderIsAsked) {
-    const Command tallow;
-    const std::string leaf = tallow.file("leaf.pem", certs().good);
+TEST_F(OptionFile, OfSettingsIsReportedWithLineAndColumn) {
     struct Row {
         const char* content;
         const char* place;

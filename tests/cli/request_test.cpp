@@ -1,11 +1,8 @@
 // `request` and `verify-request`, compared with openssl: each reads and verifies what the other signs.
-#include <gmock/gmock.h>
-
 #include <algorithm>
 #include <filesystem>
 
 #include "tests/cli/command.h"
-#include "tests/cli/json_result.h"
 #include "tests/support/tlv.h"
 
 namespace {
@@ -14,6 +11,7 @@ using namespace testkit;
 using testing::AllOf;
 using testing::HasSubstr;
 using testing::Not;
+using VerifyRequest = CommandTest;
 
 // A requestor below an intermediate CA.
 struct RequestorPki {
@@ -46,32 +44,29 @@ std::string withKey(const Identity& identity) {
     return identity.certificatePem() + identity.key.pem();
 }
 
-// "tallow request" about certs().good with its issuer.
-ProcessResult request(const Command& tallow, const std::string& output, const Arguments& more) {
-    return tallow.with(joined({"request", "--issuer", tallow.file("issuer.pem", certs().root), "-o", output,
-                               tallow.file("good.pem", certs().good)},
-                              more));
-}
+class Request : public CommandTest {
+protected:
+    // "tallow request" about certs().good with its issuer.
+    ProcessResult ask(const Command& command, const Arguments& more) const {
+        return command.with(joined({"request", "--issuer", root, "-o", request, leaf}, more));
+    }
+};
 
-TEST(Request, ContainsAnEntryForEachCertificate) {
-    const Command tallow;
-    const std::string output = tallow.folder().file("request.der");
+TEST_F(Request, ContainsAnEntryForEachCertificate) {
     const Identity other = leafWith({});
-    const ProcessResult run =
-        request(tallow, output, {"--hash", "sha256", tallow.file("other.pem", other), "--no-nonce"});
+    const ProcessResult run = ask(tallow, {"--hash", "sha256", tallow.file("other.pem", other), "--no-nonce"});
     ASSERT_EQ(run.exitStatus, 0) << run.err;
     EXPECT_EQ(run.out + run.err, "");
-    const std::string text = testkit::run({"openssl", "ocsp", "-reqin", output, "-req_text"}).out;
+    const std::string text = testkit::run({"openssl", "ocsp", "-reqin", request, "-req_text"}).out;
     EXPECT_THAT(text, AllOf(HasSubstr("Hash Algorithm: sha256"), Not(HasSubstr("Nonce")), Not(HasSubstr("Signature"))));
     for (const Identity& asked : {certs().good, other}) {
-        EXPECT_THAT(text, HasSubstr("Serial Number: " + upperHex(asked.serial())));
+        EXPECT_THAT(text, HasSubstr("Serial Number: " + toUpperHex(asked.serial())));
     }
 }
 
-TEST(Request, ContainsTheChosenCertificatesAndVerifies) {
-    const Command tallow("[config.cades.ocsppolicy]\nCertsToInclude = 1\n");
-    fillStores(tallow);
-    const std::string output = tallow.folder().file("request.der");
+TEST_F(Request, ContainsTheChosenCertificatesAndVerifies) {
+    const Command including("[config.cades.ocsppolicy]\nCertsToInclude = 1\n");
+    fillStores(including);
     struct Row {
         const char* include;
         const Identity& signer;
@@ -82,24 +77,23 @@ TEST(Request, ContainsTheChosenCertificatesAndVerifies) {
           Row{"chain-root", requestors().rsa, 3}, Row{"policy", requestors().signer, 1}}) {
         SCOPED_TRACE(row.include);
         const std::string signer = tallow.file("signer.pem", withKey(row.signer));
-        const ProcessResult run = request(tallow, output, {"--sign", signer, "--include", row.include});
+        const ProcessResult run = ask(including, {"--sign", signer, "--include", row.include});
         ASSERT_EQ(run.exitStatus, 0) << run.err;
-        const std::string text = testkit::run({"openssl", "ocsp", "-reqin", output, "-req_text"}).out;
+        const std::string text = testkit::run({"openssl", "ocsp", "-reqin", request, "-req_text"}).out;
         EXPECT_THAT(text, AllOf(HasSubstr("Requestor Name: DirName:CN = requestor"), HasSubstr("Nonce")));
         std::size_t numCertificates = 0;
         for (auto at = text.find("-----BEGIN"); at != std::string::npos; at = text.find("-----BEGIN", at + 1)) {
             ++numCertificates;
         }
         EXPECT_EQ(numCertificates, row.numCertificates);
-        const ProcessResult verdict = tallow.with({"verify-request", "--json", "--certs", signer, output});
+        const ProcessResult verdict = including.with({"verify-request", "--json", "--certs", signer, request});
         EXPECT_EQ(verdict.exitStatus, 0) << verdict.err;
         EXPECT_EQ(parseTree(verdict.out).at("request.status"), "valid");
         EXPECT_EQ(parseTree(verdict.out).at("request.requestor"), "CN=requestor");
     }
 }
 
-TEST(Request, FindsTheKeyInEachPlace) {
-    const Command tallow;
+TEST_F(Request, FindsTheKeyInEachPlace) {
     const Identity& signer = requestors().rsa;
     const std::string plain = tallow.file("plain/key.pem", signer.key.pem());
     const std::string inFile = tallow.file("in/signer.pem", withKey(signer));
@@ -114,24 +108,22 @@ TEST(Request, FindsTheKeyInEachPlace) {
         run({"openssl", "pkcs12", "-export", "-in", inFile, "-passout", "pass:\xC3\xA4 1", "-out", archive}).exitStatus,
         0);
     const std::string pin = tallow.file("pin", std::string("\xC3\xA4 1\r\nsecond line"));
-    const std::string output = tallow.folder().file("request.der");
     for (const Arguments& row :
          {Arguments{"--sign", inFile}, Arguments{"--sign", beside}, Arguments{"--sign", alone, "--key", plain},
           Arguments{"--sign", alone, "--key", "file://" + plain},
           Arguments{"--sign", alone, "--key", locked, "--pin-file", pin},
           Arguments{"--sign", alone, "--key", archive, "--pin-file", pin}}) {
         SCOPED_TRACE(testing::PrintToString(row));
-        std::filesystem::remove(output);
-        EXPECT_EQ(request(tallow, output, row).err, "");
-        EXPECT_TRUE(std::filesystem::exists(output));
+        std::filesystem::remove(request);
+        EXPECT_EQ(ask(tallow, row).err, "");
+        EXPECT_TRUE(std::filesystem::exists(request));
     }
     tallow.file("user/My/own.der", signer.certificate);
     tallow.file("user/My/own.toml", "key = \"" + plain + "\"");
-    EXPECT_EQ(request(tallow, output, {"--sign", alone}).err, "");
+    EXPECT_EQ(ask(tallow, {"--sign", alone}).err, "");
 }
 
-TEST(Request, ReportsAFailureInOneLineAndLeavesNoFile) {
-    const Command tallow;
+TEST_F(Request, ReportsAFailureInOneLineAndLeavesNoFile) {
     const std::string signer = tallow.file("signer.pem", requestors().signer);
     const std::string foreign = tallow.file("foreign.pem", certs().good.key.pem());
     const std::string locked = tallow.folder().file("locked.pem");
@@ -139,7 +131,6 @@ TEST(Request, ReportsAFailureInOneLineAndLeavesNoFile) {
     ASSERT_EQ(run({"openssl", "pkey", "-in", key, "-aes256", "-passout", "pass:secret", "-out", locked}).exitStatus, 0);
     const std::string wrong = tallow.file("wrong", std::string("xyzzy-secret\n"));
     const std::string empty = tallow.file("empty", std::string("\nsecret\n"));
-    const std::string output = tallow.folder().file("request.der");
     struct Row {
         Arguments arguments;
         int exitStatus;
@@ -161,10 +152,10 @@ TEST(Request, ReportsAFailureInOneLineAndLeavesNoFile) {
              Row{{"missing.pem"}, 64, "No such file"},
              Row{{tallow.file("issuerless.pem", requestors().signer)}, 3, "issuer"},
          }) {
-        const ProcessResult run = request(tallow, output, row.arguments);
+        const ProcessResult run = ask(tallow, row.arguments);
         expectOneLine(run, row.exitStatus, {row.words});
         EXPECT_THAT(run.err, Not(HasSubstr("xyzzy")));
-        EXPECT_FALSE(std::filesystem::exists(output));
+        EXPECT_FALSE(std::filesystem::exists(request));
     }
 }
 
@@ -191,8 +182,7 @@ std::string signedByOpenssl(const Command& tallow, const std::string& name, cons
     return file;
 }
 
-TEST(VerifyRequest, ReportsStatusAndCode) {
-    const Command tallow;
+TEST_F(VerifyRequest, ReportsStatusAndCode) {
     fillStores(tallow);
     const std::string good = signedByOpenssl(tallow, "good.der", requestors().rsa);
     struct Row {
@@ -209,7 +199,7 @@ TEST(VerifyRequest, ReportsStatusAndCode) {
     const std::string revoked = signedByOpenssl(tallow, "revoked", certs().revoked);
     const std::string bare = signedByOpenssl(tallow, "bare", requestors().rsa, {"-no_certs"});
     const auto trusting = [&](const CrlSpec& crl) {
-        return Arguments{"--trust", tallow.file("root.pem", certs().root), "--crl",
+        return Arguments{"--trust", root, "--crl",
                          tallow.file(std::to_string(crl.revokedSerials.size()) + ".crl", makeCrl(certs().root, crl))};
     };
     const auto holding = [&](const Identity& signer) {
@@ -241,8 +231,7 @@ TEST(VerifyRequest, ReportsStatusAndCode) {
     }
 }
 
-TEST(VerifyRequest, ReportsUnusableOptionFiles) {
-    const Command tallow;
+TEST_F(VerifyRequest, ReportsUnusableOptionFiles) {
     const std::string file = tallow.file("request", requestWith({}));
     for (const char* option : {"--trust", "--certs", "--crl", "--settings"}) {
         const std::string missing = tallow.folder().file("missing");

@@ -1,19 +1,16 @@
 // The command's own rules for responses of an authorised responder, received and stored. The policy leaves the time of
 // production to these rules.
-#include <gmock/gmock.h>
-
 #include <algorithm>
 #include <functional>
 
 #include "tests/cli/command.h"
-#include "tests/cli/json_result.h"
-#include "tests/support/http_server.h"
 #include "tests/support/tlv.h"
 
 namespace {
 
 using namespace testkit;
 using testing::HasSubstr;
+using ResponseRules = CommandTest;
 
 constexpr const char* kWithoutAccuracy = "[config.cades.ocsppolicy]\nResponseAccuracy = 0\n";
 constexpr const char* kHistoricalRequestOid = "1.2.643.2.2.47.5";
@@ -24,12 +21,12 @@ EntrySpec entryOn(const Identity& certificate, EntryStatus status, const std::st
     return EntrySpec(certIdOf(certificate, certs().root, hash), status);
 }
 
-EntrySpec leaf(EntryStatus status, const std::string& hash = kSha1Oid) {
+EntrySpec entryOnLeaf(EntryStatus status, const std::string& hash = kSha1Oid) {
     return entryOn(certs().good, status, hash);
 }
 
 EntrySpec leafWithUnknownHash(EntryStatus status) {
-    EntrySpec entry = leaf(status);
+    EntrySpec entry = entryOnLeaf(status);
     entry.id.hashOid = kUnknownHashOid;
     return entry;
 }
@@ -99,26 +96,27 @@ std::vector<Row> rows() {
     const auto good = EntryStatus::kGood;
     const auto revoked = EntryStatus::kRevoked;
     const auto unknown = EntryStatus::kUnknown;
-    EntrySpec historical = aged(leaf(good), -400 * kDay, -399 * kDay);
+    EntrySpec historical = aged(entryOnLeaf(good), -400 * kDay, -399 * kDay);
     historical.extensions = {{kHistoricalRequestOid, false, tlv::sequence(std::vector<Bytes>())}};
     EntrySpec endless = historical;
     endless.nextUpdate.reset();
     std::vector<Row> all{
-        {"good", entries({leaf(good)}), 0, ""},
-        {"good twice", entries({leaf(good), leaf(good, kSha256Oid)}), 0, ""},
-        {"good, revoked", entries({leaf(good), leaf(revoked)}), 1, ""},
-        {"revoked, good", entries({leaf(revoked), leaf(good)}), 1, ""},
-        {"revoked under another hash", entries({leaf(good), leaf(revoked, kSha256Oid)}), 1, ""},
-        {"revoked long ago", entries({leaf(good), stale(leaf(revoked, kSha384Oid))}), 1, ""},
-        {"good, unknown", entries({leaf(good), leaf(unknown)}), 2, ""},
-        {"unknown, good", entries({leaf(unknown, kSha512Oid), leaf(good)}), 2, ""},
-        {"unknown, good, revoked", entries({leaf(unknown), leaf(good), leaf(revoked)}), 1, ""},
-        {"second and revoked", entries({entryOn(certs().unknown, good), leaf(revoked)}), 1, ""},
-        {"good beside revoked", entries({entryOn(certs().revoked, revoked), leaf(good)}), 0, ""},
-        {"good beside stale", entries({leaf(good), stale(leaf(good, kSha256Oid))}), 3, "entry: number 2: nextUpdate "},
-        {"unknown hash", entries({leafWithUnknownHash(good), leaf(good)}), 0, ""},
+        {"good", entries({entryOnLeaf(good)}), 0, ""},
+        {"good twice", entries({entryOnLeaf(good), entryOnLeaf(good, kSha256Oid)}), 0, ""},
+        {"good, revoked", entries({entryOnLeaf(good), entryOnLeaf(revoked)}), 1, ""},
+        {"revoked, good", entries({entryOnLeaf(revoked), entryOnLeaf(good)}), 1, ""},
+        {"revoked under another hash", entries({entryOnLeaf(good), entryOnLeaf(revoked, kSha256Oid)}), 1, ""},
+        {"revoked long ago", entries({entryOnLeaf(good), stale(entryOnLeaf(revoked, kSha384Oid))}), 1, ""},
+        {"good, unknown", entries({entryOnLeaf(good), entryOnLeaf(unknown)}), 2, ""},
+        {"unknown, good", entries({entryOnLeaf(unknown, kSha512Oid), entryOnLeaf(good)}), 2, ""},
+        {"unknown, good, revoked", entries({entryOnLeaf(unknown), entryOnLeaf(good), entryOnLeaf(revoked)}), 1, ""},
+        {"second and revoked", entries({entryOn(certs().unknown, good), entryOnLeaf(revoked)}), 1, ""},
+        {"good beside revoked", entries({entryOn(certs().revoked, revoked), entryOnLeaf(good)}), 0, ""},
+        {"good beside stale", entries({entryOnLeaf(good), stale(entryOnLeaf(good, kSha256Oid))}), 3,
+         "entry: number 2: nextUpdate "},
+        {"unknown hash", entries({leafWithUnknownHash(good), entryOnLeaf(good)}), 0, ""},
         {"only an unknown hash", entries({leafWithUnknownHash(good)}), 3, "entry: "},
-        {"unknown hash, revoked", entries({leaf(good), leafWithUnknownHash(revoked)}), 3,
+        {"unknown hash, revoked", entries({entryOnLeaf(good), leafWithUnknownHash(revoked)}), 3,
          "entry: number 2: it has the serial number"},
         {"unrequested historical marker", entries({historical}), 3, "nextUpdate "},
         {"the same without nextUpdate", entries({endless}), 3, "thisUpdate "},
@@ -146,20 +144,22 @@ std::vector<Row> rows() {
 }
 
 // Received or stored, by certificate or by identifier: the same verdict.
-TEST(ResponseRules, GiveTheStrictestVerdictThatAResponseAllows) {
-    const Command tallow(kWithoutAccuracy);
-    const std::string root = tallow.file("root.pem", certs().root.certificatePem() + otherRoot().certificatePem());
-    const std::string issuer = tallow.file("issuer.pem", certs().root);
-    const std::string file = tallow.file("leaf.pem", certs().good);
-    const std::string request = tallow.folder().file("request.der");
-    ASSERT_EQ(tallow.with({"request", "--no-nonce", "--issuer", issuer, "-o", request, file}).exitStatus, 0);
+TEST_F(ResponseRules, GiveTheStrictestVerdictThatAResponseAllows) {
+    const Command withoutAccuracy(kWithoutAccuracy);
+    tallow.file("root.pem", certs().root.certificatePem() + otherRoot().certificatePem());
+    ASSERT_EQ(
+        withoutAccuracy
+            .with({"request", "--no-nonce", "--issuer", tallow.file("issuer.pem", certs().root), "-o", request, leaf})
+            .exitStatus,
+        0);
     for (const Row& row : rows()) {
         SCOPED_TRACE(row.name);
         const HttpServer server = serverOf(HttpReply{.body = row.response});
-        const std::string response = tallow.file("response.der", row.response);
-        for (const ProcessResult& run : {tallow.check({"--trust", root, "--no-nonce", "--url", server.url(), file}),
-                                         tallow.with({"verify", "--trust", root, "--cert", file, response}),
-                                         tallow.with({"verify", "--trust", root, "--request", request, response})}) {
+        tallow.file("response.der", row.response);
+        for (const ProcessResult& run :
+             {withoutAccuracy.check({"--trust", root, "--no-nonce", "--url", server.url(), leaf}),
+              withoutAccuracy.with({"verify", "--trust", root, "--cert", leaf, response}),
+              withoutAccuracy.with({"verify", "--trust", root, "--request", request, response})}) {
             EXPECT_EQ(run.exitStatus, row.exitStatus) << run.out << run.err;
             EXPECT_THAT(run.err, HasSubstr(row.words));
         }
@@ -167,27 +167,25 @@ TEST(ResponseRules, GiveTheStrictestVerdictThatAResponseAllows) {
 }
 
 // `check` never asks about an earlier state, but a request given to `verify` may.
-TEST(ResponseRules, AcceptOldEntriesOnlyWhenHistoryWasRequested) {
-    const Command tallow;
-    const std::string root = tallow.file("root.pem", certs().root);
+TEST_F(ResponseRules, AcceptOldEntriesOnlyWhenHistoryWasRequested) {
     const ExtensionSpec marker{kHistoricalRequestOid, true, tlv::sequence(std::vector<Bytes>())};
     const auto requestWith = [&](const Bytes& extensions) {
-        return tlv::sequence({tlv::sequence({tlv::sequence({tlv::sequence({leaf({}).id.encode(), extensions})})})});
+        return tlv::sequence(
+            {tlv::sequence({tlv::sequence({tlv::sequence({entryOnLeaf({}).id.encode(), extensions})})})});
     };
     const std::string plain = tallow.file("plain.der", requestWith({}));
     const std::string asking =
         tallow.file("asking.der", requestWith(tlv::context(0, tlv::sequence({marker.encode()}))));
     ResponseSpec spec = goodResponse();
-    spec.entries = {aged(leaf(EntryStatus::kGood), -400 * kDay, -399 * kDay)};
+    spec.entries = {aged(entryOnLeaf(EntryStatus::kGood), -400 * kDay, -399 * kDay)};
     const std::string unmarked = tallow.file("unmarked.der", buildResponse(spec));
     spec.entries[0].extensions = {{kHistoricalRequestOid, false, marker.value}};
     const std::string marked = tallow.file("marked.der", buildResponse(spec));
-    const std::string file = tallow.file("leaf.pem", certs().good);
-    for (const auto& [request, response, exitStatus] :
+    for (const auto& [asked, answer, exitStatus] :
          {std::tuple(plain, marked, 3), std::tuple(asking, unmarked, 3), std::tuple(asking, marked, 0)}) {
-        const Arguments verify{"verify", "--trust", root, "--request", request, response};
-        EXPECT_EQ(tallow.with(verify).exitStatus, exitStatus) << request << response;
-        EXPECT_EQ(tallow.with(joined(verify, {"--cert", file})).exitStatus, exitStatus) << request << response;
+        const Arguments verify{"verify", "--trust", root, "--request", asked, answer};
+        EXPECT_EQ(tallow.with(verify).exitStatus, exitStatus) << asked << answer;
+        EXPECT_EQ(tallow.with(joined(verify, {"--cert", leaf})).exitStatus, exitStatus) << asked << answer;
     }
 }
 

@@ -1,11 +1,8 @@
 // What `settings` prints, and what the other commands do when the settings are broken.
-#include <gmock/gmock.h>
-
 #include <map>
 #include <sstream>
 
 #include "tests/cli/command.h"
-#include "tests/support/http_server.h"
 
 namespace {
 

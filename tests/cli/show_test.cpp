@@ -1,8 +1,5 @@
 // `show` on messages made by openssl, on built ones, and on hostile ones.
-#include <gmock/gmock.h>
-
 #include "tests/cli/command.h"
-#include "tests/cli/json_result.h"
 #include "tests/support/tlv.h"
 
 namespace {
@@ -13,6 +10,7 @@ using testing::Contains;
 using testing::HasSubstr;
 using testing::Not;
 using testing::Pair;
+using Show = CommandTest;
 
 using Fields = std::map<std::string, std::string>;
 using Rows = std::vector<std::pair<const std::string, std::string>>;
@@ -42,18 +40,15 @@ std::vector<std::string> wordsAfter(const std::string& text, const std::string& 
     return words;
 }
 
-TEST(Show, PrintsTheSameFieldsOfARequestAsOpenssl) {
-    const Command tallow;
-    const std::string path = tallow.folder().file("request.der");
+TEST_F(Show, PrintsTheSameFieldsOfARequestAsOpenssl) {
     const std::string signer = tallow.file("signer.pem", certs().good);
-    const std::string issuer = tallow.file("issuer.pem", certs().root);
-    ASSERT_EQ(run({"openssl", "ocsp", "-issuer", issuer, "-sha256", "-cert", signer, "-sha1", "-cert",
+    ASSERT_EQ(run({"openssl", "ocsp", "-issuer", root, "-sha256", "-cert", signer, "-sha1", "-cert",
                    tallow.file("other.pem", certs().revoked), "-signer", signer, "-signkey",
-                   tallow.file("key.pem", certs().good.key.pem()), "-reqout", path})
+                   tallow.file("key.pem", certs().good.key.pem()), "-reqout", request})
                   .exitStatus,
               0);
-    const std::string text = run({"openssl", "ocsp", "-reqin", path, "-req_text"}).out;
-    const Fields fields = shown(path);
+    const std::string text = run({"openssl", "ocsp", "-reqin", request, "-req_text"}).out;
+    const Fields fields = shown(request);
     const auto serials = wordsAfter(text, "Serial Number: ");
     const auto names = wordsAfter(text, "Issuer Name Hash: ");
     const auto keys = wordsAfter(text, "Issuer Key Hash: ");
@@ -72,11 +67,10 @@ TEST(Show, PrintsTheSameFieldsOfARequestAsOpenssl) {
                       {"OCSPRequest.optionalSignature.signatureAlgorithm", "sha256ECDSA (1.2.840.10045.4.3.2)"},
                       {"OCSPRequest.optionalSignature.certs.0.subject", "CN=good"}});
     const std::string signature = fields.at("OCSPRequest.optionalSignature.signature");
-    EXPECT_THAT(upperHex(readFile(path)), HasSubstr(signature));
+    EXPECT_THAT(toUpperHex(readFile(request)), HasSubstr(signature));
 }
 
-TEST(Show, ReadsDerPemAndBase64Alike) {
-    const Command tallow;
+TEST_F(Show, ReadsDerPemAndBase64Alike) {
     const Bytes der = buildResponse(goodResponse());
     const std::string plain = tallow.file("plain", der);
     const std::string lines = run({"openssl", "base64", "-in", plain}).out;
@@ -122,8 +116,7 @@ ResponseSpec fullResponse() {
     return spec;
 }
 
-TEST(Show, NamesEveryFieldAndExtensionOfAResponse) {
-    const Command tallow;
+TEST_F(Show, NamesEveryFieldAndExtensionOfAResponse) {
     const Fields fields = shown(tallow.file("response.der", buildResponse(fullResponse())));
     const std::string at = "OCSPResponse.response.";
     const std::string first = at + "responses.0.";
@@ -134,7 +127,7 @@ TEST(Show, NamesEveryFieldAndExtensionOfAResponse) {
                          {"OCSPResponse.trailingOctets", "656E64"},
                          {at + "version", "v1"},
                          {at + "producedAt", "2026-01-02T03:04:05Z"},
-                         {first + "certID.serialNumber", upperHex(certs().revoked.serial())},
+                         {first + "certID.serialNumber", toUpperHex(certs().revoked.serial())},
                          {first + "certStatus", "revoked"},
                          {first + "revocationTime", "2025-01-02T03:04:05Z"},
                          {first + "revocationReason", "keyCompromise"},
@@ -167,8 +160,7 @@ TEST(Show, NamesEveryFieldAndExtensionOfAResponse) {
 }
 
 // The decoders accept lengths in more octets than needed, so must the reader of further fields.
-TEST(Show, FollowsLongLengthsAndUnusualNames) {
-    const Command tallow;
+TEST_F(Show, FollowsLongLengthsAndUnusualNames) {
     const Bytes id = certIdOf(certs().good, certs().root).encode();
     const Bytes list = tlv::sequence({tlv::sequence({id})});
     const Bytes version = tlv::rawLongLength(0xA0, tlv::integer(2), 3);
@@ -179,8 +171,7 @@ TEST(Show, FollowsLongLengthsAndUnusualNames) {
 }
 
 // A NUL does not end a name, invalid octets are not left out, and special characters are escaped.
-TEST(Show, PrintsNamesCompletely) {
-    const Command tallow;
+TEST_F(Show, PrintsNamesCompletely) {
     const auto nameOf = [](const Bytes& value) {
         return tlv::sequence({tlv::raw(0x31, tlv::sequence({tlv::oid("2.5.4.3"), value}))});
     };
@@ -211,14 +202,13 @@ TEST(Show, PrintsNamesCompletely) {
                       {at + "1.distributionPoints.0.reasons", "keyCompromise, cACompromise"},
                       {at + "2.crlUrl", std::string("http://***@b\0c", 14)},
                       {at + "3.certificateIssuer.0", "dNSName: h\\x{FF}x"},
-                      {at + "3.certificateIssuer.1", upperHex(otherName)},
+                      {at + "3.certificateIssuer.1", toUpperHex(otherName)},
                       {at + "4.certificateIssuer.0", "directoryName: CN=\xF0\x9F\x98\x80\\u{DC00}"},
                       {at + "4.certificateIssuer.1", "directoryName: CN=\\#a\\,b\\+c\\=d\\\\x\\ "},
                       {at + "4.certificateIssuer.2", "directoryName: CN=\\ \\;"}});
 }
 
-TEST(Show, PrintsFailuresForeignTypesAndBareResponses) {
-    const Command tallow;
+TEST_F(Show, PrintsFailuresForeignTypesAndBareResponses) {
     ResponseSpec bare = goodResponse();
     bare.bare = true;
     ResponseSpec foreign = goodResponse();
@@ -238,8 +228,7 @@ TEST(Show, PrintsFailuresForeignTypesAndBareResponses) {
     }
 }
 
-TEST(Show, EscapesHostileTextAndRejectsOtherFilesInOneLine) {
-    const Command tallow;
+TEST_F(Show, EscapesHostileTextAndRejectsOtherFilesInOneLine) {
     ResponseSpec spec = goodResponse();
     spec.entries[0].extensions = {{"1.3.6.1.5.5.7.48.1.3", false,
                                    tlv::sequence({tlv::context(0, tlv::ia5String("x\x1B]0;owned\x07\ny: good"))})}};

@@ -1,5 +1,4 @@
 // `store` on temporary directories: the library trusts what is added, until it is removed.
-#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include <filesystem>
@@ -11,19 +10,18 @@ namespace {
 using namespace testkit;
 using testing::AllOf;
 using testing::HasSubstr;
+using Store = CommandTest;
 
 int checkGood(const Command& tallow, const std::string& url) {
     return tallow.checkUntrusting({"--url", url, tallow.file("good.pem", certs().good)}).exitStatus;
 }
 
 std::string thumbprint(const Identity& identity) {
-    return upperHex(digest(kSha1Oid, identity.certificate));
+    return toUpperHex(digest(kSha1Oid, identity.certificate));
 }
 
-TEST(Store, IsUsedByTheLibraryUntilAnItemIsRemoved) {
-    const Command tallow;
+TEST_F(Store, IsUsedByTheLibraryUntilAnItemIsRemoved) {
     const Responder responder(responderOptions(certs().markless));
-    const std::string root = tallow.file("root.pem", certs().root);
     const std::string crl = tallow.file("root.crl", makeCrl(certs().root, {}));
     EXPECT_EQ(checkGood(tallow, responder.url()), 3);
     for (const auto& [store, file] : {std::pair("ROOT", root), std::pair("CA", crl), std::pair("CA", crl)}) {
@@ -42,9 +40,7 @@ TEST(Store, IsUsedByTheLibraryUntilAnItemIsRemoved) {
     EXPECT_EQ(tallow.with({"store", "list", "CA"}).out, "");
 }
 
-TEST(Store, IsInTheDirectoryOfTheUserOrTheMachine) {
-    const Command tallow;
-    const std::string root = tallow.file("root.pem", certs().root);
+TEST_F(Store, IsInTheDirectoryOfTheUserOrTheMachine) {
     const std::string name = thumbprint(certs().root) + ".der";
     ASSERT_EQ(tallow.with({"store", "add", "ROOT", root, "--machine"}).exitStatus, 0);
     EXPECT_EQ(readFile(tallow.folder().file("machine/ROOT/" + name)), certs().root.certificate);
@@ -57,12 +53,11 @@ TEST(Store, IsInTheDirectoryOfTheUserOrTheMachine) {
 }
 
 // A root that others can write is not trusted, and `check` reports that as a possible cause.
-TEST(Store, IsIgnoredWhereOthersCanWrite) {
-    const Command tallow;
+TEST_F(Store, IsIgnoredWhereOthersCanWrite) {
     const Responder responder(responderOptions(certs().markless));
     tallow.with({"store", "add", "CA", tallow.file("root.crl", makeCrl(certs().root, {}))});
     const mode_t before = ::umask(0);
-    tallow.with({"store", "add", "ROOT", tallow.file("root.pem", certs().root)});
+    tallow.with({"store", "add", "ROOT", root});
     ::umask(before);
     EXPECT_EQ(checkGood(tallow, responder.url()), 0) << "independent of the umask";
     const std::string roots = tallow.folder().file("user/ROOT");
@@ -85,8 +80,7 @@ TEST(Store, IsIgnoredWhereOthersCanWrite) {
 }
 
 // Files with several certificates are kept whole, and unusable files are reported.
-TEST(Store, ListsOtherFilesAndKeepsMixedOnes) {
-    const Command tallow;
+TEST_F(Store, ListsOtherFilesAndKeepsMixedOnes) {
     tallow.file("user/CA/bundle.pem", certs().good.certificatePem() + certs().root.certificatePem());
     tallow.file("user/CA/notes.txt", std::string("no certificate"));
     tallow.file("user/CA/bundle.toml", std::string("ocsp = []"));
@@ -95,14 +89,12 @@ TEST(Store, ListsOtherFilesAndKeepsMixedOnes) {
     EXPECT_EQ(list.exitStatus, 0);
     EXPECT_EQ(numLines(list.out), 4U) << list.out;
     EXPECT_THAT(list.err, AllOf(HasSubstr("notes.txt"), testing::Not(HasSubstr("toml"))));
-    expectMistake(tallow.with({"store", "remove", "CA", tallow.file("root.pem", certs().root)}), "bundle.pem");
+    expectMistake(tallow.with({"store", "remove", "CA", root}), "bundle.pem");
     EXPECT_EQ(tallow.with({"store", "remove", "CA", tallow.folder().file("user/CA/bundle.pem")}).exitStatus, 0);
     EXPECT_FALSE(std::filesystem::exists(tallow.folder().file("user/CA/bundle.pem")));
 }
 
-TEST(Store, ReportsUnusableInputInOneLine) {
-    const Command tallow;
-    const std::string leaf = tallow.file("leaf.pem", certs().good);
+TEST_F(Store, ReportsUnusableInputInOneLine) {
     const std::string key = tallow.file("key.pem", certs().good.key.pem());
     tallow.file("user/file", std::string("in the way"));
     for (const Mistake& row : {

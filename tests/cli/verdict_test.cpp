@@ -1,8 +1,5 @@
 // Output and exit status of `check` with healthy responders.
-#include <gmock/gmock.h>
-
 #include "tests/cli/command.h"
-#include "tests/cli/json_result.h"
 
 namespace {
 
@@ -15,12 +12,11 @@ using testing::Key;
 using testing::MatchesRegex;
 using testing::Pair;
 using testing::StartsWith;
+using Verdict = CommandTest;
 
 constexpr const char* kIso8601 = "[0-9]{4}-[0-9]{2}-[0-9]{2}T[0-9]{2}:[0-9]{2}:[0-9]{2}Z";
 
-TEST(Verdict, IsPrintedFirstAndDecidesTheExitStatus) {
-    const Command tallow;
-    const Responder responder(responderOptions());
+TEST_F(Verdict, IsPrintedFirstAndDecidesTheExitStatus) {
     struct Row {
         const char* name;
         const Identity& certificate;
@@ -32,17 +28,15 @@ TEST(Verdict, IsPrintedFirstAndDecidesTheExitStatus) {
           Row{"unknown.pem", certs().unknown, ": unknown\n", 2}}) {
         SCOPED_TRACE(row.name);
         const std::string file = tallow.file(row.name, row.certificate);
-        const ProcessResult run = tallow.check({"--url", responder.url(), file});
+        const ProcessResult run = tallow.check({"--url", responderUrl(), file});
         EXPECT_EQ(run.exitStatus, row.exitStatus);
         EXPECT_THAT(run.out, StartsWith(file + row.verdict));
-        EXPECT_THAT(run.out, AllOf(HasSubstr("responder:    " + responder.url()), HasSubstr("this update:")));
+        EXPECT_THAT(run.out, AllOf(HasSubstr("responder:    " + responderUrl()), HasSubstr("this update:")));
         EXPECT_EQ(run.err, "");
     }
 }
 
-TEST(Verdict, OfAListIsTheMostSevere) {
-    const Command tallow;
-    const Responder responder(responderOptions());
+TEST_F(Verdict, OfAListIsTheMostSevere) {
     const std::string good = tallow.file("good.pem", certs().good);
     const std::string revoked = tallow.file("revoked.pem", certs().revoked);
     const std::string unknown = tallow.file("unknown.pem", certs().unknown);
@@ -54,7 +48,7 @@ TEST(Verdict, OfAListIsTheMostSevere) {
     for (const Row& row : {Row{{good, good}, 0}, Row{{good, unknown}, 2}, Row{{unknown, broken, good}, 3},
                            Row{{broken, unknown, revoked, good}, 1}}) {
         SCOPED_TRACE(row.exitStatus);
-        std::vector<std::string> arguments{"--json", "--url", responder.url()};
+        std::vector<std::string> arguments{"--json", "--url", responderUrl()};
         arguments.insert(arguments.end(), row.files.begin(), row.files.end());
         const ProcessResult run = tallow.check(arguments);
         EXPECT_EQ(run.exitStatus, row.exitStatus);
@@ -66,17 +60,15 @@ TEST(Verdict, OfAListIsTheMostSevere) {
     }
 }
 
-TEST(Verdict, AsJsonHasExactlyTheFieldsThatApply) {
-    const Command tallow;
-    const Responder responder(responderOptions());
-    const ProcessResult run = tallow.check({"--json", "--url", responder.url(), tallow.file("good", certs().good),
+TEST_F(Verdict, AsJsonHasExactlyTheFieldsThatApply) {
+    const ProcessResult run = tallow.check({"--json", "--url", responderUrl(), tallow.file("good", certs().good),
                                             tallow.file("revoked", certs().revoked), tallow.folder().file("none")});
     EXPECT_EQ(run.exitStatus, 1);
     const auto results = parseResults(run.out);
     ASSERT_EQ(results.size(), 3U);
     EXPECT_THAT(results[0],
                 ElementsAre(Key("file"), Pair("nextUpdate", MatchesRegex(kIso8601)),
-                            Pair("producedAt", MatchesRegex(kIso8601)), Pair("responder", responder.url()),
+                            Pair("producedAt", MatchesRegex(kIso8601)), Pair("responder", responderUrl()),
                             Pair("serial", testing::StrCaseEq(toHex(certs().good.serial()))), Pair("status", "good"),
                             Pair("subject", HasSubstr("good")), Pair("thisUpdate", MatchesRegex(kIso8601))));
     EXPECT_EQ(results[1].at("status"), "revoked");
@@ -87,13 +79,11 @@ TEST(Verdict, AsJsonHasExactlyTheFieldsThatApply) {
 }
 
 // A result that was not written must not end with success.
-TEST(Verdict, IsNotGoodWhenItCannotBeWritten) {
-    const Command tallow;
-    const Responder responder(responderOptions());
+TEST_F(Verdict, IsNotGoodWhenItCannotBeWritten) {
     for (const auto& [certificate, exitStatus] : {std::pair(certs().good, 3), std::pair(certs().revoked, 1)}) {
         const std::string command = std::string(TALLOW_COMMAND) + " check --settings " +
                                     tallow.folder().file("settings.toml") + " --trust " +
-                                    tallow.folder().file("trusted-root.pem") + " --url " + responder.url() + " " +
+                                    tallow.folder().file("trusted-root.pem") + " --url " + responderUrl() + " " +
                                     tallow.file("leaf.pem", certificate) + " >";
         for (const char* nowhere : {"/dev/full", "&-"}) {
             const ProcessResult run = testkit::run({"sh", "-c", command + nowhere});

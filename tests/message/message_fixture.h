@@ -5,9 +5,9 @@
 
 #include <memory>
 
-#include "foundation/blob.h"
 #include "message/cert_id.h"
 #include "message/request_message.h"
+#include "tests/support/blobs.h"
 #include "tests/support/bytes.h"
 #include "tests/support/ocsp_builder.h"
 #include "tests/support/openssl_ptr.h"
@@ -16,14 +16,6 @@
 namespace testkit {
 
 using OcspRequestPtr = std::unique_ptr<OCSP_REQUEST, FreeWith<OCSP_REQUEST_free>>;
-
-inline Orvane::CBlob blob(const Bytes& bytes) {
-    return {bytes.data(), bytes.size()};
-}
-
-inline Bytes bytes(const Orvane::CBlob& data) {
-    return {data.pbData(), data.pbData() + data.cbData()};
-}
 
 /// Null when OpenSSL does not read all of it as one request.
 inline OcspRequestPtr parseRequest(const Orvane::CBlob& der) {

@@ -1,40 +1,29 @@
 #include "tests/support/bytes.h"
 
-#include <openssl/evp.h>
+#include <openssl/pem.h>
 
+#include <algorithm>
 #include <cctype>
+#include <charconv>
+#include <iterator>
 #include <stdexcept>
+
+#include "tests/support/openssl_ptr.h"
 
 namespace testkit {
 
-namespace {
-
-int hexDigit(char c) {
-    if (c >= '0' && c <= '9') {
-        return c - '0';
-    }
-    const char lower = static_cast<char>(c | 0x20);
-    if (lower >= 'a' && lower <= 'f') {
-        return lower - 'a' + 10;
-    }
-    throw std::invalid_argument("not a hexadecimal digit");
-}
-
-}  // namespace
-
 Bytes fromHex(std::string_view hex) {
     std::string digits;
-    for (const char c : hex) {
-        if (std::isspace(static_cast<unsigned char>(c)) == 0) {
-            digits.push_back(c);
+    std::copy_if(hex.begin(), hex.end(), std::back_inserter(digits),
+                 [](unsigned char c) { return std::isspace(c) == 0; });
+    Bytes bytes((digits.size() + 1) / 2);
+    const char* at = digits.data();
+    for (std::uint8_t& byte : bytes) {
+        const char* const end = at + 2;
+        if (digits.size() % 2 != 0 || std::from_chars(at, end, byte, 16).ptr != end) {
+            throw std::invalid_argument("not hexadecimal: " + digits);
         }
-    }
-    if (digits.size() % 2 != 0) {
-        throw std::invalid_argument("odd number of hexadecimal digits");
-    }
-    Bytes bytes;
-    for (std::size_t i = 0; i < digits.size(); i += 2) {
-        bytes.push_back(static_cast<std::uint8_t>(hexDigit(digits[i]) * 16 + hexDigit(digits[i + 1])));
+        at = end;
     }
     return bytes;
 }
@@ -46,6 +35,12 @@ std::string toHex(const Bytes& bytes) {
         text.push_back(kDigits[byte >> 4]);
         text.push_back(kDigits[byte & 15]);
     }
+    return text;
+}
+
+std::string toUpperHex(const Bytes& bytes) {
+    std::string text = toHex(bytes);
+    std::transform(text.begin(), text.end(), text.begin(), [](unsigned char c) { return std::toupper(c); });
     return text;
 }
 
@@ -62,15 +57,9 @@ Bytes concat(const std::vector<Bytes>& parts) {
 }
 
 std::string toPem(const Bytes& der, const char* label) {
-    std::string base64(4 * ((der.size() + 2) / 3) + 1, '\0');
-    const int size =
-        EVP_EncodeBlock(reinterpret_cast<unsigned char*>(base64.data()), der.data(), static_cast<int>(der.size()));
-    base64.resize(static_cast<std::size_t>(size));
-    std::string pem = std::string("-----BEGIN ") + label + "-----\n";
-    for (std::size_t i = 0; i < base64.size(); i += 64) {
-        pem += base64.substr(i, 64) + "\n";
-    }
-    return pem + "-----END " + label + "-----\n";
+    const BioPtr bio(BIO_new(BIO_s_mem()));
+    require(PEM_write_bio(bio.get(), label, "", der.data(), static_cast<long>(der.size())) > 0, "writing PEM");
+    return textIn(bio.get());
 }
 
 }  // namespace testkit

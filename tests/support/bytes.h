@@ -15,6 +15,7 @@ Bytes fromHex(std::string_view hex);
 
 /// Lower-case hexadecimal without spaces.
 std::string toHex(const Bytes& bytes);
+std::string toUpperHex(const Bytes& bytes);
 
 /// The characters of `text` as octets.
 Bytes bytesOf(std::string_view text);

@@ -1,9 +1,9 @@
-// The fixtures, checked with the openssl and curl commands: with a faulty fixture, no other test would prove anything.
+// Built responses, checked with the openssl command: with a faulty builder, no other test would prove anything.
 #include <gmock/gmock.h>
 
-#include "tests/support/http_server.h"
 #include "tests/support/ocsp_builder.h"
-#include "tests/support/responder.h"
+#include "tests/support/process.h"
+#include "tests/support/temp_dir.h"
 
 namespace testkit {
 namespace {
@@ -47,41 +47,6 @@ TEST(Fixtures, BuiltResponsesPassTheOpensslCommand) {
              dir.write("ca", pki.ca.certificatePem()), "-cert", dir.write("revoked", pki.revoked.certificatePem())});
         EXPECT_THAT(result.err, HasSubstr("Response verify OK"));
         EXPECT_THAT(result.out, HasSubstr("revoked"));
-    }
-}
-
-TEST(Fixtures, TheResponderKnowsWhatItsIndexLists) {
-    const Pki& pki = Pki::shared();
-    Responder responder({pki.ca, pki.delegate, {{pki.good}, {pki.revoked, 'R'}}, {"-nmin", "5"}, ""});
-    const TempDir dir;
-    const std::string ca = dir.write("ca", pki.ca.certificatePem());
-    const ProcessResult result =
-        run({"openssl", "ocsp", "-url", responder.url(), "-issuer", ca, "-cert",
-             dir.write("good", pki.good.certificatePem()), "-cert", dir.write("revoked", pki.revoked.certificatePem()),
-             "-cert", dir.write("unknown", pki.unknown.certificatePem()), "-CAfile",
-             dir.write("root", pki.root.certificatePem()), "-verify_other", ca});
-    EXPECT_THAT(result.err, HasSubstr("Response verify OK"));
-    EXPECT_THAT(result.out, HasSubstr("good: good"));
-    EXPECT_THAT(result.out, HasSubstr("revoked: revoked"));
-    EXPECT_THAT(result.out, HasSubstr("unknown: unknown"));
-}
-
-TEST(Fixtures, TheServerSpeaksHttpPlainAndOverTls) {
-    const Identity tls = rootCa("127.0.0.1");
-    for (const Identity* identity : {static_cast<const Identity*>(nullptr), &tls}) {
-        HttpServer server(
-            [](const HttpRequest& request) {
-                HttpReply reply;
-                reply.body = request.body;
-                reply.framing = BodyFraming::kChunked;
-                return reply;
-            },
-            identity);
-        const ProcessResult result =
-            run({"curl", "-sk", "--noproxy", "*", "--data-binary", "question", server.url("/path")});
-        EXPECT_EQ(result.out, "question");
-        ASSERT_EQ(server.requests().size(), 1U);
-        EXPECT_EQ(server.requests()[0].target, "/path");
     }
 }
 

@@ -159,30 +159,17 @@ bool writePiece(Connection& connection, const HttpReply& reply, const std::strin
 
 void writeReply(Connection& connection, const HttpReply& reply) {
     sleepMs(reply.delayMs);
-    if (reply.closeAtOnce) {
+    const Bytes& body = reply.rawReply ? *reply.rawReply : reply.body;
+    const std::size_t bodySize = std::max(body.size(), reply.padBodyTo);
+    if (reply.closeAtOnce || (!reply.rawReply && !connection.write(headerText(reply, bodySize)))) {
         return;
     }
-    if (reply.rawReply) {
-        const Bytes& raw = *reply.rawReply;
-        const std::size_t step = reply.pauseEachKilobyteMs > 0 ? 1024 : raw.size();
-        for (std::size_t at = 0; at < raw.size(); at += step) {
-            if (!connection.write(raw.data() + at, std::min(step, raw.size() - at))) {
-                return;
-            }
-            sleepMs(reply.pauseEachKilobyteMs);
-        }
-        return;
-    }
-    const std::size_t bodySize = std::max(reply.body.size(), reply.padBodyTo);
     const std::size_t end = std::min(bodySize, reply.cutBodyAfter.value_or(bodySize));
-    if (!connection.write(headerText(reply, bodySize))) {
-        return;
-    }
     const std::size_t step = reply.pauseEachKilobyteMs > 0 ? 1024 : 16384;
     for (std::size_t at = 0; at < end; at += step) {
         std::string piece(std::min(step, end - at), '\0');
-        if (at < reply.body.size()) {
-            std::memcpy(piece.data(), reply.body.data() + at, std::min(piece.size(), reply.body.size() - at));
+        if (at < body.size()) {
+            std::memcpy(piece.data(), body.data() + at, std::min(piece.size(), body.size() - at));
         }
         if (!writePiece(connection, reply, piece)) {
             return;
@@ -200,9 +187,7 @@ struct HttpServer::Tls {
     std::unique_ptr<SSL_CTX, FreeWith<SSL_CTX_free>> context{SSL_CTX_new(TLS_server_method())};
 
     explicit Tls(const Identity& identity) {
-        const unsigned char* at = identity.certificate.data();
-        const X509Ptr certificate(d2i_X509(nullptr, &at, static_cast<long>(identity.certificate.size())));
-        require(SSL_CTX_use_certificate(context.get(), certificate.get()) == 1 &&
+        require(SSL_CTX_use_certificate(context.get(), parseCertificate(identity.certificate).get()) == 1 &&
                     SSL_CTX_use_PrivateKey(context.get(), identity.key.get()) == 1,
                 "setting up TLS");
         std::signal(SIGPIPE, SIG_IGN);  // libssl writes without MSG_NOSIGNAL

@@ -76,9 +76,7 @@ Bytes basicResponse(const ResponseSpec& spec) {
 }  // namespace
 
 Bytes digest(const std::string& hashOid, const Bytes& data) {
-    ASN1_OBJECT* const object = OBJ_txt2obj(hashOid.c_str(), 1);
-    const EVP_MD* const hash = EVP_get_digestbyobj(object);
-    ASN1_OBJECT_free(object);
+    const EVP_MD* const hash = EVP_get_digestbyobj(Asn1ObjectPtr(OBJ_txt2obj(hashOid.c_str(), 1)).get());
     require(hash != nullptr, "looking up a digest");
     Bytes result(static_cast<std::size_t>(EVP_MD_get_size(hash)));
     require(EVP_Digest(data.data(), data.size(), result.data(), nullptr, hash, nullptr) == 1, "hashing");

@@ -31,6 +31,7 @@ using X509NamePtr = std::unique_ptr<X509_NAME, FreeWith<X509_NAME_free>>;
 using X509ExtensionPtr = std::unique_ptr<X509_EXTENSION, FreeWith<X509_EXTENSION_free>>;
 using Asn1IntegerPtr = std::unique_ptr<ASN1_INTEGER, FreeWith<ASN1_INTEGER_free>>;
 using Asn1OctetStringPtr = std::unique_ptr<ASN1_OCTET_STRING, FreeWith<ASN1_OCTET_STRING_free>>;
+using Asn1ObjectPtr = std::unique_ptr<ASN1_OBJECT, FreeWith<ASN1_OBJECT_free>>;
 
 /// Throws with OpenSSL's reason when a fixture cannot be made.
 inline void require(bool condition, const char* what) {
@@ -39,6 +40,35 @@ inline void require(bool condition, const char* what) {
         ERR_error_string_n(ERR_get_error(), reason, sizeof reason);
         throw std::runtime_error(std::string(what) + ": " + reason);
     }
+}
+
+/// The text that was written to a memory BIO.
+inline std::string textIn(BIO* bio) {
+    char* text = nullptr;
+    const long size = BIO_get_mem_data(bio, &text);
+    return {text, static_cast<std::size_t>(size)};
+}
+
+template <typename Object, typename Encoder>
+Bytes toDer(Object* object, Encoder encoder) {
+    unsigned char* der = nullptr;
+    const int size = encoder(object, &der);
+    require(size > 0, "encoding");
+    Bytes bytes(der, der + size);
+    OPENSSL_free(der);
+    return bytes;
+}
+
+template <typename Ptr, typename Decoder>
+Ptr fromDer(const Bytes& der, Decoder decoder) {
+    const unsigned char* at = der.data();
+    Ptr object(decoder(nullptr, &at, static_cast<long>(der.size())));
+    require(object != nullptr, "decoding");
+    return object;
+}
+
+inline X509Ptr parseCertificate(const Bytes& der) {
+    return fromDer<X509Ptr>(der, d2i_X509);
 }
 
 /// A context that signs with the digest (none for Ed25519) and, for RSASSA-PSS, its padding; it owns `keyContext`.

@@ -35,27 +35,12 @@ EVP_PKEY* generateDsa() {
 }
 
 std::shared_ptr<EVP_PKEY> generate(KeyKind kind) {
-    EVP_PKEY* key = nullptr;
-    switch (kind) {
-        case KeyKind::kEcP256:
-            key = EVP_EC_gen("P-256");
-            break;
-        case KeyKind::kEcP384:
-            key = EVP_EC_gen("P-384");
-            break;
-        case KeyKind::kRsa2048:
-            key = EVP_RSA_gen(2048U);
-            break;
-        case KeyKind::kRsa512:
-            key = EVP_RSA_gen(512U);
-            break;
-        case KeyKind::kEd25519:
-            key = EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519");
-            break;
-        case KeyKind::kDsa1024:
-            key = generateDsa();
-            break;
-    }
+    EVP_PKEY* const key = kind == KeyKind::kEcP256    ? EVP_EC_gen("P-256")
+                          : kind == KeyKind::kEcP384  ? EVP_EC_gen("P-384")
+                          : kind == KeyKind::kRsa2048 ? EVP_RSA_gen(2048U)
+                          : kind == KeyKind::kRsa512  ? EVP_RSA_gen(512U)
+                          : kind == KeyKind::kEd25519 ? EVP_PKEY_Q_keygen(nullptr, nullptr, "ED25519")
+                                                      : generateDsa();
     require(key != nullptr, "making a key");
     return {key, EVP_PKEY_free};
 }
@@ -69,28 +54,6 @@ std::shared_ptr<EVP_PKEY> pooledRsa(KeyKind kind) {
         pool.push_back(generate(kind));
     }
     return pool[slot];
-}
-
-template <typename Object, typename Encoder>
-Bytes toDer(Object* object, Encoder encoder) {
-    unsigned char* der = nullptr;
-    const int size = encoder(object, &der);
-    require(size > 0, "encoding");
-    Bytes bytes(der, der + size);
-    OPENSSL_free(der);
-    return bytes;
-}
-
-template <typename Ptr, typename Decoder>
-Ptr fromDer(const Bytes& der, Decoder decoder) {
-    const unsigned char* at = der.data();
-    Ptr object(decoder(nullptr, &at, static_cast<long>(der.size())));
-    require(object != nullptr, "decoding");
-    return object;
-}
-
-X509Ptr parseCertificate(const Bytes& der) {
-    return fromDer<X509Ptr>(der, d2i_X509);
 }
 
 X509NamePtr makeName(const std::string& commonName) {
@@ -118,11 +81,11 @@ Asn1IntegerPtr makeSerial(const std::optional<Bytes>& serial) {
 
 std::vector<Bytes> encoded(const ExtensionList& extensions, const ExtensionList& critical) {
     std::vector<Bytes> list;
-    for (const auto& [oid, value] : extensions) {
-        list.push_back(tlv::sequence({tlv::oid(oid), tlv::octetString(value)}));
-    }
-    for (const auto& [oid, value] : critical) {
-        list.push_back(tlv::sequence({tlv::oid(oid), tlv::boolean(true), tlv::octetString(value)}));
+    for (const ExtensionList* from : {&extensions, &critical}) {
+        for (const auto& [oid, value] : *from) {
+            const Bytes mark = from == &critical ? tlv::boolean(true) : Bytes();
+            list.push_back(tlv::sequence({tlv::oid(oid), mark, tlv::octetString(value)}));
+        }
     }
     return list;
 }
@@ -281,9 +244,7 @@ std::string Key::pem() const {
     const BioPtr bio(BIO_new(BIO_s_mem()));
     require(PEM_write_bio_PKCS8PrivateKey(bio.get(), key_.get(), nullptr, nullptr, 0, nullptr, nullptr) == 1,
             "writing a key");
-    char* text = nullptr;
-    const long size = BIO_get_mem_data(bio.get(), &text);
-    return {text, static_cast<std::size_t>(size)};
+    return textIn(bio.get());
 }
 
 Bytes Key::publicKeyBits() const {

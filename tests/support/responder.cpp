@@ -1,7 +1,5 @@
 #include "tests/support/responder.h"
 
-#include <algorithm>
-#include <cctype>
 #include <cstdlib>
 #include <filesystem>
 
@@ -14,8 +12,7 @@ namespace {
 std::string indexLine(const IndexEntry& entry) {
     const bool isRevoked = entry.state == 'R';
     const std::string shortTime = generalizedTimeText(-7200).substr(2);
-    std::string upper = toHex(entry.certificate.serial());
-    std::transform(upper.begin(), upper.end(), upper.begin(), [](unsigned char c) { return std::toupper(c); });
+    const std::string upper = toUpperHex(entry.certificate.serial());
     return std::string(1, entry.state) + "\t" + generalizedTimeText(24 * 3600).substr(2) + "\t" +
            (isRevoked ? shortTime + "," + entry.reason : "") + "\t" + upper + "\tunknown\t/CN=entry" + upper + "\n";
 }

@@ -10,7 +10,6 @@
 
 #include <cstdint>
 #include <cstdio>
-#include <ostream>
 #include <string>
 
 #include "handles/exception.h"
@@ -26,27 +25,9 @@ inline std::string statusName(std::int32_t value) {
     return std::string(symbol != nullptr ? symbol : "no status of ours") + " (" + number + ")";
 }
 
-class StatusMatcher {
-public:
-    using is_gtest_matcher = void;
-
-    explicit StatusMatcher(std::int32_t expected) : expected_(expected) {}
-
-    bool MatchAndExplain(std::int32_t actual, std::ostream* explanation) const {
-        if (explanation != nullptr) {
-            *explanation << "which is " << statusName(actual);
-        }
-        return actual == expected_;
-    }
-    void DescribeTo(std::ostream* out) const { *out << "is " << statusName(expected_); }
-    void DescribeNegationTo(std::ostream* out) const { *out << "is not " << statusName(expected_); }
-
-private:
-    std::int32_t expected_;
-};
-
-inline StatusMatcher IsStatus(std::int32_t expected) {
-    return StatusMatcher(expected);
+MATCHER_P(IsStatus, expected, (negation ? "is not " : "is ") + statusName(expected)) {
+    *result_listener << "which is " << statusName(arg);
+    return static_cast<std::int32_t>(arg) == static_cast<std::int32_t>(expected);
 }
 
 /// The status that `action` throws as ATL::CAtlException, 0 when it returns. Other exceptions pass.

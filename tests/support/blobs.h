@@ -9,16 +9,17 @@
 namespace testkit {
 
 inline Orvane::CBlob blob(const Bytes& bytes) {
-    return Orvane::CBlob(bytes.data(), bytes.size());
+    return {bytes.data(), bytes.size()};
 }
-
 inline Orvane::CBlob blobFromHex(std::string_view hex) {
     return blob(fromHex(hex));
 }
-
+inline Bytes bytes(const Orvane::CBlob& data) {
+    return {data.pbData(), data.pbData() + data.cbData()};
+}
 /// Lower-case hexadecimal.
 inline std::string hexOf(const Orvane::CBlob& data) {
-    return toHex(Bytes(data.pbData(), data.pbData() + data.cbData()));
+    return toHex(bytes(data));
 }
 
 }  // namespace testkit
