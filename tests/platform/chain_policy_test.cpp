@@ -140,6 +140,7 @@ TEST_F(ResponderPolicy, RejectsUnauthorisedResponders) {
     const Identity encrypting = caUnder(pki.root, [](CertificateSpec& spec) { spec.keyUsage = "keyEncipherment"; });
     const Identity dsaCa = caUnder(pki.root, [](CertificateSpec& spec) { spec.key = Key::make(KeyKind::kDsa1024); });
     const Identity delegateOfGood = delegateOf(pki.good);
+    const Key weakKey = Key::make(KeyKind::kRsa512);
     const Identity trustedServer = selfSigned({});
     crypto_add_trusted_root(context(trustedServer.certificate).get());
     const Identity selfMadeCa = selfSigned(oldSpec());
@@ -171,10 +172,8 @@ TEST_F(ResponderPolicy, RejectsUnauthorisedResponders) {
         {"delegate of the grandparent", by(delegateOf(pki.root)), kOpen},
         {"delegate of a CA below", by(delegateOf(pki.subCa), {pki.subCa}), kOpen},
         {"delegate that an end certificate issued", by(delegateOf(pki.good), {pki.good}), OCSP_CHAIN_INVALID},
-        {"weakly signed delegate", changed([](CertificateSpec& spec) { spec.hash = "SHA1"; }),
-         OCSP_CHAIN_NOT_SIGNATURE_VALID},
-        {"weak key", changed([](CertificateSpec& spec) { spec.key = Key::make(KeyKind::kRsa512); }),
-         OCSP_CHAIN_NOT_SIGNATURE_VALID},
+        {"weak signature", changed([](CertificateSpec& spec) { spec.hash = "SHA1"; }), OCSP_CHAIN_NOT_SIGNATURE_VALID},
+        {"weak key", changed([&](CertificateSpec& spec) { spec.key = weakKey; }), OCSP_CHAIN_NOT_SIGNATURE_VALID},
         {"issuer that may not sign certificates", forOwnIssuer(notSigning, {notSigning}), OCSP_CHAIN_INVALID},
         {"signature that does not end at an octet", by(withUnusedBit(pki.ca)), OCSP_CHAIN_NOT_SIGNATURE_VALID},
 
@@ -241,12 +240,11 @@ TEST_F(ResponderPolicy, AcceptsIssuersDelegatesAndNamedResponders) {
 
     const Row rows[] = {
         {"the issuer", {pki.ca, {asked}}},
-        {"the issuer, with a key for certificates and CRLs alone", {strictCa, {certIdOf(pki.good, strictCa)}}},
+        {"the issuer, with a key for certificates and CRLs only", {strictCa, {certIdOf(pki.good, strictCa)}}},
         {"the root for what it issued", {pki.root, {certIdOf(pki.ca, pki.root)}}},
         {"a delegate with further usages and nonRepudiation", {withFurtherUsages, {asked}, {pki.ca}}},
         // An issuer that may answer itself may also delegate.
-        {"a delegate of a CA that is itself for servers alone",
-         {delegateOf(serverCa), {certIdOf(pki.good, serverCa)}, {serverCa}}},
+        {"a delegate of a CA for servers", {delegateOf(serverCa), {certIdOf(pki.good, serverCa)}, {serverCa}}},
         {"a delegate, when the issuer has two certificates", {delegate, {asked}, {renewed, pki.ca}}},
         {"a trusted root of version 1, for what it issued", {oldRoot, {certIdOf(pki.good, oldRoot)}}},
         {"its delegate",
@@ -259,7 +257,7 @@ TEST_F(ResponderPolicy, AcceptsIssuersDelegatesAndNamedResponders) {
         {"entries of several issuers",
          {delegate, {asked, certIdOf(pki.good, pki.sibling), asked, certIdOf(pki.ca, pki.root)}, {pki.ca}},
          {1, 0, 1, 0}},
-        {"an issuer without the usage, for its own entry alone",
+        {"an issuer, for its own entry only",
          {pki.sibling, {certIdOf(pki.good, pki.sibling), asked}, {pki.ca}},
          {1, 0}},
         {"named by the administrator, whoever issued it", named, {1, 1}},
@@ -286,25 +284,28 @@ TEST_F(ResponderPolicy, RejectsUnknownAndIncompleteHashes) {
 }
 
 TEST_F(ResponderPolicy, ReportsNoCheckAndRevocation) {
-    const Identity marked = delegateOf(pki.ca, [](CertificateSpec& spec) { spec.ocspNoCheck = true; });
-    EXPECT_TRUE(judge({marked, {asked}, {pki.ca}}).noCheck);
-    const Identity delegate = delegateOf(pki.ca);
-    EXPECT_FALSE(judge({delegate, {asked}, {pki.ca}}).noCheck);
-    const Identity oddlyMarked = delegateOf(pki.ca, [](CertificateSpec& spec) {
-        spec.extensions.emplace_back("1.3.6.1.5.5.7.48.1.5", Bytes{4, 0});
-    });
-    EXPECT_FALSE(judge({oddlyMarked, {asked}, {pki.ca}}).noCheck) << "the value must be NULL";
+    const auto mark = [](CertificateSpec& spec) { spec.ocspNoCheck = true; };
+    const auto noCheckOf = [&](const std::function<void(CertificateSpec&)>& change, PFN_IS_OCSP_AUTHORIZED isNamed) {
+        return judge(
+                   {.responder = delegateOf(pki.ca, change), .entries = {asked}, .extra = {pki.ca}, .isNamed = isNamed})
+            .noCheck;
+    };
+    EXPECT_TRUE(noCheckOf(mark, sayNo));
+    EXPECT_FALSE(noCheckOf(nullptr, sayNo));
+    const auto oddly = [](CertificateSpec& spec) { spec.extensions = {{"1.3.6.1.5.5.7.48.1.5", Bytes{4, 0}}}; };
+    EXPECT_FALSE(noCheckOf(oddly, sayNo)) << "the value must be NULL";
+    const auto withoutUsage = [](CertificateSpec& spec) {
+        spec.ocspNoCheck = true;
+        spec.extendedKeyUsage = "";
+    };
+    EXPECT_FALSE(noCheckOf(withoutUsage, sayYes)) << "named by the administrator";
     const Identity markedCa = caUnder(pki.root, [](CertificateSpec& spec) {
         spec.ocspNoCheck = true;
         spec.extendedKeyUsage = "OCSPSigning";
     });
     EXPECT_FALSE(judge({markedCa, {certIdOf(pki.good, markedCa)}}).noCheck) << "only a delegate may carry the mark";
-    const Identity named = delegateOf(pki.ca, [](CertificateSpec& spec) {
-        spec.ocspNoCheck = true;
-        spec.extendedKeyUsage = "";
-    });
-    EXPECT_FALSE(judge({.responder = named, .entries = {asked}, .extra = {pki.ca}, .isNamed = sayYes}).noCheck);
 
+    const Identity delegate = delegateOf(pki.ca);
     const Bytes rootCrl = makeCrl(pki.root, {});
     Question question{delegate, {asked}, {pki.ca}, {rootCrl, makeCrl(pki.ca, {})}};
     question.chainFlags |= CERT_CHAIN_REVOCATION_CHECK_CHAIN;
@@ -333,40 +334,35 @@ TEST_F(ResponderPolicy, RejectsMalformedParametersAndOtherPolicies) {
 TEST(RequestorPolicy, RequiresATrustedChainValidNowAndNotRevoked) {
     const Pki& pki = Pki::shared();
     const TrustWorld world({pki.root});
-    const Bytes rootCrl = makeCrl(pki.root, {});
     const Identity revokedCa = issueCa(pki.ca, "revoked CA");
-    const Identity underRevokedCa = issue(revokedCa, {});
     const Bytes caCrl = makeCrl(pki.ca, {.revokedSerials = {pki.revoked.serial(), revokedCa.serial()}});
-    const Bytes revokedCaCrl = makeCrl(revokedCa, {});
+    const std::vector<Bytes> crls{makeCrl(pki.root, {}), caCrl, makeCrl(revokedCa, {})};
     constexpr long kNextYear = 365L * 24 * 3600;
-    CertificateSpec expired;
-    expired.notAfterSeconds = -60;
+    CertificateSpec ended;
+    ended.notAfterSeconds = -60;
+    const Identity expired = issue(pki.ca, ended);
+    const Identity forged = issue(pki.sameNameCa, {});
     struct Row {
         const char* name;
         ChainRequest request;
         DWORD error;
     };
-    constexpr DWORD kOffline = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
-    constexpr DWORD kChecked = kOffline | CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT;
+    constexpr DWORD kChecked = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT;
     const Row rows[] = {
-        {"good", {pki.good, {pki.ca}, {rootCrl, caCrl}, kChecked}, 0},
-        {"revoked", {pki.revoked, {pki.ca}, {rootCrl, caCrl}, kChecked}, CRYPT_E_REVOKED},
+        {"good", {pki.good, {pki.ca}, crls, kChecked}, 0},
+        {"revoked", {pki.revoked, {pki.ca}, crls, kChecked}, CRYPT_E_REVOKED},
         {"no CRL", {pki.good, {pki.ca}, {caCrl}, kChecked}, CRYPT_E_NO_REVOCATION_CHECK},
-        {"revocation not asked", {pki.good, {pki.ca}, {rootCrl, caCrl}, kOffline}, CRYPT_E_NO_REVOCATION_CHECK},
-        {"revoked CA",
-         {underRevokedCa, {revokedCa, pki.ca}, {rootCrl, caCrl, revokedCaCrl}, kChecked},
-         CRYPT_E_REVOKED},
+        {"revocation not asked", {pki.good, {pki.ca}, crls}, CRYPT_E_NO_REVOCATION_CHECK},
+        {"revoked CA", {issue(revokedCa, {}), {revokedCa, pki.ca}, crls, kChecked}, CRYPT_E_REVOKED},
         {"the trusted root itself", {pki.root, {}, {}, kChecked}, 0},
-        {"expired", {issue(pki.ca, expired), {pki.ca}, {rootCrl, caCrl}, kChecked}, CERT_E_EXPIRED},
-        {"expired, judged for a time before",
-         {issue(pki.ca, expired), {pki.ca}, {rootCrl, caCrl}, kChecked, -120},
-         CERT_E_EXPIRED},
-        {"good, judged for a time after", {pki.good, {pki.ca}, {rootCrl, caCrl}, kChecked, kNextYear}, CERT_E_EXPIRED},
-        {"untrusted", {issue(pki.sameNameCa, {}), {pki.sameNameCa}, {}, kChecked}, CERT_E_UNTRUSTEDROOT},
+        {"expired", {expired, {pki.ca}, crls, kChecked}, CERT_E_EXPIRED},
+        {"expired, at a time before", {expired, {pki.ca}, crls, kChecked, -120}, CERT_E_EXPIRED},
+        {"good, at a time after", {pki.good, {pki.ca}, crls, kChecked, kNextYear}, CERT_E_EXPIRED},
+        {"untrusted", {forged, {pki.sameNameCa}, {}, kChecked}, CERT_E_UNTRUSTEDROOT},
         {"no issuer", {pki.good, {}, {}, kChecked}, CERT_E_CHAINING},
-        {"bad signature", {issue(pki.sameNameCa, {}), {pki.ca}, {}, kChecked}, TRUST_E_CERT_SIGNATURE},
+        {"bad signature", {forged, {pki.ca}, {}, kChecked}, TRUST_E_CERT_SIGNATURE},
         {"issued by an end certificate",
-         {issue(pki.good, {}), {pki.good, pki.ca}, {rootCrl, caCrl}, kChecked},
+         {issue(pki.good, {}), {pki.good, pki.ca}, crls, kChecked},
          TRUST_E_BASIC_CONSTRAINTS},
     };
     for (const Row& row : rows) {

@@ -84,17 +84,10 @@ protected:
     }
     // The error status of the whole chain, or 1 when there is no chain.
     DWORD judge(const ContextPtr& end) const {
-        CERT_CHAIN_PARA parameters{};
-        parameters.cbSize = sizeof parameters;
-        PCCERT_CHAIN_CONTEXT chain = nullptr;
-        if (CertGetCertificateChain(
-                nullptr, end.get(), nullptr, nullptr, &parameters,
-                CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT, nullptr,
-                &chain) == FALSE) {
-            EXPECT_NE(GetLastError(), 0U);
-            return 1;
-        }
-        return errorOf(ChainPtr(chain));
+        const ChainPtr chain = chainFor(
+            end.get(), nullptr, CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT);
+        EXPECT_TRUE(chain != nullptr || GetLastError() != 0);
+        return chain == nullptr ? 1 : errorOf(chain);
     }
     DWORD judgeFresh(const Identity& identity) const {
         const ContextPtr end = context(identity.certificate);

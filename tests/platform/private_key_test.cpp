@@ -58,11 +58,15 @@ protected:
         return made != FALSE ? 0 : GetLastError();
     }
     // Runs "openssl ..." and returns the file it wrote.
-    std::string made(const std::string& name, std::vector<std::string> command) const {
-        command.insert(command.begin(), "openssl");
-        command.insert(command.end(), {"-out", folder_.file(name)});
-        EXPECT_EQ(run(command).exitStatus, 0) << name;
+    std::string made(const std::string& name, const std::string& command) const {
+        EXPECT_EQ(run(words("openssl " + command + " -out " + folder_.file(name))).exitStatus, 0) << name;
         return folder_.file(name);
+    }
+    std::string pkcs8(const std::string& name, const std::string& options) const {
+        return made(name, "pkcs8 -topk8 -in " + plain_ + options);
+    }
+    std::string pkcs12(const std::string& name, const std::string& options) const {
+        return made(name, "pkcs12 -export -inkey " + plain_ + " -in " + own_ + options);
     }
     void use(const Identity& identity) {
         identity_ = identity;
@@ -92,24 +96,20 @@ TEST_F(PrivateKey, OpensEveryFormWrittenByOpenssl) {
             std::string uri;
             const char* pin;  // null: opens without
         };
-        const std::string traditional = made("old.pem", {"pkey", "-traditional", "-in", plain_});
+        const std::string traditional = "pkey -traditional -in " + plain_;
         const Row rows[] = {
             {"PKCS #8", plain_, kNoPin},
             {"by URI without authority", "FILE:" + plain_, kNoPin},
             {"by URI with this host", "file://localhost" + plain_, kNoPin},
             {"by relative path", std::filesystem::relative(plain_).string(), kNoPin},
-            {"PKCS #8, DER", made("p8.der", {"pkcs8", "-topk8", "-nocrypt", "-in", plain_, "-outform", "DER"}), kNoPin},
-            {"traditional", traditional, kNoPin},
-            {"traditional, DER", made("old.der", {"pkey", "-traditional", "-in", plain_, "-outform", "DER"}), kNoPin},
-            {"traditional, encrypted",
-             made("old2.pem", {"pkey", "-traditional", "-in", plain_, "-aes128", "-passout", "pass:12 ä"}), "12 ä"},
-            {"PKCS #8, encrypted", made("p8.pem", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:12 ä"}), "12 ä"},
-            {"PKCS #8, encrypted, DER",
-             made("p82.der", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:1234", "-outform", "DER"}), "1234"},
-            {"PKCS #12", made("k.p12", {"pkcs12", "-export", "-inkey", plain_, "-in", own_, "-passout", "pass:1ä"}),
-             "1ä"},
-            {"PKCS #12 without password",
-             made("n.p12", {"pkcs12", "-export", "-inkey", plain_, "-in", own_, "-passout", "pass:"}), kNoPin},
+            {"PKCS #8, DER", pkcs8("p8.der", " -nocrypt -outform DER"), kNoPin},
+            {"traditional", made("old.pem", traditional), kNoPin},
+            {"traditional, DER", made("old.der", traditional + " -outform DER"), kNoPin},
+            {"traditional, encrypted", made("old2.pem", traditional + " -aes128 -passout pass:12ä"), "12ä"},
+            {"PKCS #8, encrypted", pkcs8("p8.pem", " -passout pass:12ä"), "12ä"},
+            {"PKCS #8, encrypted, DER", pkcs8("p82.der", " -passout pass:1234 -outform DER"), "1234"},
+            {"PKCS #12", pkcs12("k.p12", " -passout pass:1ä"), "1ä"},
+            {"PKCS #12 without password", pkcs12("n.p12", " -passout pass:"), kNoPin},
             {"behind another key", bundle, kNoPin},
         };
         for (const Row& row : rows) {
@@ -126,14 +126,11 @@ TEST_F(PrivateKey, OpensEveryFormWrittenByOpenssl) {
 }
 
 TEST_F(PrivateKey, OfAnotherCertificateIsRejected) {
-    use(Pki::shared().good);
-    const Identity& other = Pki::shared().revoked;
-    const std::string plain = folder_.write("other.pem", other.key.pem());
-    const std::string certificate = folder_.write("other.crt", other.certificatePem());
-    EXPECT_EQ(open(plain), NTE_BAD_PUBLIC_KEY);
-    const std::string locked = made("locked.pem", {"pkcs8", "-topk8", "-in", plain, "-passout", "pass:1234"});
-    const std::string pfx =
-        made("k.p12", {"pkcs12", "-export", "-inkey", plain, "-in", certificate, "-passout", "pass:1234"});
+    use(Pki::shared().revoked);
+    const std::string locked = pkcs8("locked.pem", " -passout pass:1234");
+    const std::string pfx = pkcs12("k.p12", " -passout pass:1234");
+    certificate_ = testkit::context(Pki::shared().good.certificate);
+    EXPECT_EQ(open(plain_), NTE_BAD_PUBLIC_KEY);
     for (const std::string& file : {locked, pfx}) {
         ASSERT_EQ(open(file), 0U) << file;
         EXPECT_EQ(givePin(provider_, "1234"), NTE_BAD_PUBLIC_KEY) << file;
@@ -172,35 +169,31 @@ TEST_F(PrivateKey, IsFoundAmongSeveralInAPkcs12File) {
 // A file chooses how its key is encrypted, and how much work opening it takes.
 TEST_F(PrivateKey, WithUnsupportedEncryptionIsReportedAsSuch) {
     use(Pki::shared().good);
-    const auto pfx = [&](const char* name, std::vector<std::string> more) {
-        more.insert(more.begin(), {"pkcs12", "-export", "-inkey", plain_, "-in", own_, "-passout", "pass:1234"});
-        return made(name, more);
-    };
     // A million rounds become eight, of the MAC as well.
     const auto costly = [&](const std::string& file) {
         Bytes bytes = readFile(file);
         const Bytes million = {0x02, 0x03, 0x0F, 0x42, 0x40};
-        auto at = std::search(bytes.begin(), bytes.end(), million.begin(), million.end());
-        EXPECT_NE(at, bytes.end());
-        for (; at != bytes.end(); at = std::search(at, bytes.end(), million.begin(), million.end())) {
-            *(at + 2) = 0x7F;
+        auto found = std::ranges::search(bytes, million);
+        EXPECT_FALSE(found.empty());
+        for (; !found.empty(); found = std::ranges::search(bytes, million)) {
+            found.begin()[2] = 0x7F;
         }
-        return folder_.write("costly", bytes);
+        return folder_.write("costly" + std::to_string(bytes.size()), bytes);
     };
-    const std::string weak = "PBE-SHA1-RC2-40";
-    EXPECT_EQ(open(pfx("old.p12", {"-legacy"}), "1234"), 0U) << "its certificates alone are closed so";
+    const std::string legacy = pkcs12("old.p12", " -passout pass:1234 -legacy");
+    EXPECT_EQ(open(legacy, "1234"), 0U) << "its certificates alone are closed so";
     EXPECT_EQ(sign(), 0U);
-    EXPECT_EQ(open(pfx("rc2.p12", {"-legacy", "-keypbe", weak, "-certpbe", weak}), "1234"), ERROR_NOT_SUPPORTED);
-    EXPECT_EQ(open(pfx("rc2.p12", {"-legacy", "-keypbe", weak, "-certpbe", weak}), "wrong"), SCARD_W_WRONG_CHV);
-    EXPECT_EQ(open(costly(pfx("much.p12", {"-iter", "1000000"})), "1234"), ERROR_NOT_SUPPORTED);
-    const std::string der = costly(made("much.der", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:1234", "-iter",
-                                                     "1000000", "-outform", "DER"}));
-    EXPECT_EQ(open(der, "1234"), ERROR_NOT_SUPPORTED);
-    EXPECT_EQ(open(folder_.write("much.pem", toPem(readFile(der), "ENCRYPTED PRIVATE KEY")), "1234"),
-              ERROR_NOT_SUPPORTED);
-    const std::string des = made("des.pem", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:1234", "-v1",
-                                             "PBE-MD5-DES", "-provider", "legacy", "-provider", "default"});
-    EXPECT_EQ(open(des, "1234"), ERROR_NOT_SUPPORTED);
+    const std::string weak =
+        pkcs12("rc2.p12", " -passout pass:1234 -legacy -keypbe PBE-SHA1-RC2-40 -certpbe PBE-SHA1-RC2-40");
+    EXPECT_EQ(open(weak, "wrong"), SCARD_W_WRONG_CHV);
+    const std::string rounds = " -passout pass:1234 -iter 1000000";
+    const std::string der = costly(pkcs8("much.der", rounds + " -outform DER"));
+    for (const std::string& file :
+         {weak, der, folder_.write("much.pem", toPem(readFile(der), "ENCRYPTED PRIVATE KEY")),
+          costly(pkcs12("much.p12", rounds)),
+          pkcs8("des.pem", " -passout pass:1234 -v1 PBE-MD5-DES -provider legacy -provider default")}) {
+        EXPECT_EQ(open(file, "1234"), ERROR_NOT_SUPPORTED) << file;
+    }
 }
 
 TEST_F(PrivateKey, OnATokenOpensWithOneAttempt) {
@@ -226,8 +219,7 @@ TEST_F(PrivateKey, NeverShowsThePinInTheTrace) {
     use(Pki::shared().good);
     const std::string trace = folder_.file("trace.log");
     const SettingsFile settings("[trace]\nenabled = true\nfile = \"" + trace + "\"\n");
-    const std::string locked = made("p8.pem", {"pkcs8", "-topk8", "-in", plain_, "-passout", "pass:right-secret"});
-    EXPECT_EQ(open(locked, "wrong-secret"), SCARD_W_WRONG_CHV);
+    EXPECT_EQ(open(pkcs8("p8.pem", " -passout pass:right-secret"), "wrong-secret"), SCARD_W_WRONG_CHV);
     EXPECT_EQ(givePin(provider_, "right-secret"), 0U);
     EXPECT_EQ(open("pkcs11:token=test?pin-value=third-secret"), NTE_NOT_SUPPORTED);
     const Bytes bytes = readFile(trace);
@@ -247,8 +239,7 @@ TEST_F(PrivateKey, ReportsWhyThereIsNoKey) {
     for (unsigned int i = 0; rubbish.size() < 500000; ++i) {
         rubbish += static_cast<char>(i * i * 2654435761U >> 13U);
     }
-    const std::string certificates =
-        made("c.p12", {"pkcs12", "-export", "-nokeys", "-in", own_, "-passout", "pass:1234"});
+    const std::string certificates = made("c.p12", "pkcs12 -export -nokeys -passout pass:1234 -in " + own_);
     const std::pair<std::string, DWORD> rows[] = {
         {folder_.file("missing.pem"), NTE_BAD_KEYSET},
         {folder_.path().string(), NTE_BAD_KEYSET},

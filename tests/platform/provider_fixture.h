@@ -1,12 +1,21 @@
 // Providers for tests, used as a signer does.
 #pragma once
 
+#include <iterator>
+#include <sstream>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tests/platform/certificate_fixture.h"
 
 namespace testkit {
+
+/// The words of a command line.
+inline std::vector<std::string> words(const std::string& line) {
+    std::istringstream text(line);
+    return {std::istream_iterator<std::string>(text), {}};
+}
 
 // Handles of providers are numbers, so no smart pointer fits.
 class ProviderPtr {

@@ -7,14 +7,15 @@
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <memory>
 #include <string>
-#include <thread>
+#include <tuple>
 
 #include "platform/crypto/crypto_service.h"
 #include "platform/crypto/network/url_cache.h"
+#include "tests/platform/environment_fixture.h"
 #include "tests/platform/exchange_fixture.h"
+#include "tests/platform/settings_fixture.h"
 #include "tests/support/http_server.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/tlv.h"
@@ -24,13 +25,6 @@ namespace {
 
 class RetrieveObjectByUrl : public testing::Test {
 protected:
-    RetrieveObjectByUrl() {
-        folder_.write("settings.toml", "[crypto]\nurl_cache = \"" + folder_.file("cache") +
-                                           "\"\n[config.Basalt.cache_settings]\nOcspValiditySeconds = 60\n");
-        EXPECT_EQ(support_settings_open(folder_.file("settings.toml").c_str()), 0);
-    }
-    ~RetrieveObjectByUrl() override { support_settings_open(folder_.write("empty.toml", "").c_str()); }
-
     // The URL of the request "request" for `address`.
     static std::wstring urlFor(const std::string& address) {
         return wide(address + "/cmVxdWVzdA%3D%3D?Content-type: application/ocsp-request");
@@ -64,6 +58,8 @@ protected:
     }
 
     TempDir folder_;
+    SettingsFile settings_{"[crypto]\nurl_cache = \"" + folder_.file("cache") +
+                           "\"\n[config.Basalt.cache_settings]\nOcspValiditySeconds = 60\n"};
     const Bytes kept_ = {0x30, 0x0C, 0x0A, 0x01, 0x00, 0xA0, 0x07, 0x30, 0x05, 0x06, 0x01, 0x2A, 0x04, 0x00};
     Bytes answer_ = kept_;
     HttpServer server_{[this](const HttpRequest&) { return HttpReply{.body = answer_}; }};
@@ -74,10 +70,9 @@ TEST_F(RetrieveObjectByUrl, UsesTheCacheAsTheFlagsSay) {
     EXPECT_EQ(server_.requests().size(), 0u) << "cache only never goes to the network";
     EXPECT_TRUE(retrieve(server_.url("/ocsp"), 0).ok);
     ASSERT_EQ(server_.requests().size(), 1u);
-    const HttpRequest sent = server_.requests()[0];
-    EXPECT_EQ(sent.method + sent.target, "POST/ocsp");
-    EXPECT_EQ(sent.body, bytesOf("request")) << "the body that the URL carries";
-    EXPECT_EQ(sent.header("content-type"), "application/ocsp-request");
+    EXPECT_EQ(server_.requests()[0].target, "/ocsp");
+    EXPECT_EQ(server_.requests()[0].body, bytesOf("request")) << "the body that the URL carries";
+    EXPECT_EQ(server_.requests()[0].header("content-type"), "application/ocsp-request");
     EXPECT_EQ(retrieve(server_.url("/ocsp"), 0).body, kept_);
     EXPECT_EQ(retrieve(server_.url("/ocsp"), CRYPT_CACHE_ONLY_RETRIEVAL | CRYPT_WIRE_ONLY_RETRIEVAL).body, kept_);
     EXPECT_EQ(server_.requests().size(), 1u) << "answered from the cache";
@@ -110,18 +105,7 @@ TEST_F(RetrieveObjectByUrl, CachesOnlySuccessfulResponses) {
     }
 }
 
-TEST_F(RetrieveObjectByUrl, IgnoresTruncatedEntries) {
-    EXPECT_TRUE(retrieve(server_.url(), 0).ok);
-    for (const auto& entry : std::filesystem::directory_iterator(folder_.path() / "cache")) {
-        const auto size = std::filesystem::file_size(entry.path());
-        for (const std::uintmax_t cut : {size - 1, std::uintmax_t{33}, std::uintmax_t{5}, std::uintmax_t{0}}) {
-            std::filesystem::resize_file(entry.path(), cut);
-            EXPECT_FALSE(retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL).ok) << cut;
-        }
-    }
-}
-
-TEST_F(RetrieveObjectByUrl, IgnoresEntriesThatOthersMayWrite) {
+TEST_F(RetrieveObjectByUrl, IgnoresEntriesThatAreTruncatedOrThatOthersMayWrite) {
     namespace fs = std::filesystem;
     ASSERT_TRUE(retrieve(server_.url(), 0).ok);
     const fs::path cache = folder_.path() / "cache";
@@ -130,19 +114,15 @@ TEST_F(RetrieveObjectByUrl, IgnoresEntriesThatOthersMayWrite) {
     ASSERT_TRUE(isUsed());
     EXPECT_EQ(fs::status(cache).permissions(), fs::perms::owner_all);
 
-    fs::permissions(entry, fs::perms::others_write, fs::perm_options::add);
-    EXPECT_FALSE(isUsed());
-    fs::permissions(entry, fs::perms::others_write, fs::perm_options::remove);
-    fs::permissions(cache, fs::perms::group_write, fs::perm_options::add);
-    EXPECT_FALSE(isUsed());
-    EXPECT_TRUE(retrieve(server_.url("/other"), 0).ok) << "from the wire";
-    EXPECT_EQ(std::distance(fs::directory_iterator(cache), {}), 1) << "and not kept";
-    fs::permissions(cache, fs::perms::group_write, fs::perm_options::remove);
-    if (::geteuid() == 0) {
-        ASSERT_EQ(::chown(cache.c_str(), 65534, 65534), 0);
-        EXPECT_FALSE(isUsed());
-        ASSERT_EQ(::chown(cache.c_str(), 0, 0), 0);
+    using Row = std::tuple<fs::path, mode_t, bool>;
+    for (const auto& [path, mode, ofAnother] :
+         {Row(entry, 0602, false), Row(cache, 0720, false), Row(cache, 0700, true)}) {
+        if (const Changed changed(path, mode, ofAnother); changed.isDone()) {
+            EXPECT_FALSE(isUsed());
+            EXPECT_TRUE(path == entry || retrieve(server_.url("/other"), 0).ok) << "from the wire";
+        }
     }
+    EXPECT_EQ(std::distance(fs::directory_iterator(cache), {}), 1) << "and not kept";
     fs::rename(entry, cache / "elsewhere");
     fs::create_symlink(cache / "elsewhere", entry);
     EXPECT_FALSE(isUsed());
@@ -151,6 +131,10 @@ TEST_F(RetrieveObjectByUrl, IgnoresEntriesThatOthersMayWrite) {
     EXPECT_FALSE(isUsed());
     EXPECT_TRUE(retrieve(server_.url(), 0).ok);
     EXPECT_TRUE(isUsed()) << "written over";
+    for (const std::uintmax_t cut : {fs::file_size(entry) - 1, std::uintmax_t{33}, std::uintmax_t{0}}) {
+        fs::resize_file(entry, cut);
+        EXPECT_FALSE(isUsed()) << cut;
+    }
 }
 
 TEST_F(RetrieveObjectByUrl, LimitsTheNumberOfEntries) {

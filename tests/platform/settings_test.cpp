@@ -3,6 +3,7 @@
 #include <array>
 #include <functional>
 #include <string>
+#include <tuple>
 #include <vector>
 
 #include "platform/support/settings_table.h"
@@ -146,19 +147,14 @@ TEST(Settings, RejectsAFileThatOthersMayWrite) {
     const TempDir folder;
     const std::string file = folder.write("d/settings.toml", "a = 1\n");
     const std::string directory = folder.file("d");
-    struct Row {
-        std::string path;
-        mode_t mode;
-        bool ofAnother;
-        bool counts;
-    };
-    for (const Row& row : {Row{file, 0600, false, true}, Row{file, 0620, false, false}, Row{file, 0602, false, false},
-                           Row{file, 0644, true, false}, Row{directory, 0777, false, false},
-                           Row{directory, 01777, false, true}, Row{directory, 0755, true, false}}) {
-        const Changed changed(row.path, row.mode, row.ofAnother);
-        if (changed.isDone()) {
-            EXPECT_EQ(support_settings_open(file.c_str()) == 0, row.counts) << row.path << std::oct << row.mode;
-            EXPECT_EQ(readText(support_registry_get_string, "\\b") == "<second error 11>", !row.counts);
+    using Row = std::tuple<std::string, mode_t, bool, bool>;
+    for (const auto& [path, mode, ofAnother, counts] :
+         {Row(file, 0600, false, true), Row(file, 0620, false, false), Row(file, 0602, false, false),
+          Row(file, 0644, true, false), Row(directory, 0777, false, false), Row(directory, 01777, false, true),
+          Row(directory, 0755, true, false)}) {
+        if (const Changed changed(path, mode, ofAnother); changed.isDone()) {
+            EXPECT_EQ(support_settings_open(file.c_str()) == 0, counts) << path << std::oct << mode;
+            EXPECT_EQ(readText(support_registry_get_string, "\\b") == "<second error 11>", !counts);
         }
     }
     const SettingsFile restored("");
@@ -204,25 +200,23 @@ TEST(Settings, ReportsAValueOfTheWrongKind) {
     size_t size = 0;
     long number = 0;
     int flag = 0;
-    struct Row {
-        const char* key;
-        std::function<int()> read;
-        int result;  // 0 of a size query: the second step fails
-    };
+    using Row =
+        std::tuple<const char*, std::function<int()>, int>;  // the result 0 of a size query: the next step fails
     unsigned int line = 0;
-    for (const Row& row : {Row{"list", [&] { return support_registry_get_multi_string("\\list", &size, nullptr); }, 0},
-                           Row{"text", [&] { return support_registry_get_string("\\text", &size, nullptr); }, 0},
-                           Row{"number", [&] { return support_registry_get_long("\\number", &number); }, kWrongKind},
-                           Row{"flag", [&] { return support_registry_get_bool("\\flag", &flag); }, kWrongKind},
-                           Row{"zero", [&] { return support_registry_get_string("\\zero", &size, nullptr); }, 0}}) {
-        SCOPED_TRACE(row.key);
+    for (const auto& [key, read, result] :
+         {Row{"list", [&] { return support_registry_get_multi_string("\\list", &size, nullptr); }, 0},
+          Row{"text", [&] { return support_registry_get_string("\\text", &size, nullptr); }, 0},
+          Row{"number", [&] { return support_registry_get_long("\\number", &number); }, kWrongKind},
+          Row{"flag", [&] { return support_registry_get_bool("\\flag", &flag); }, kWrongKind},
+          Row{"zero", [&] { return support_registry_get_string("\\zero", &size, nullptr); }, 0}}) {
+        SCOPED_TRACE(key);
         const SettingsFile settings(content);
         ASSERT_EQ(settings.result(), 0);
-        EXPECT_EQ(row.read(), row.result);
+        EXPECT_EQ(read(), result);
         SUPPORT_SETTINGS_ERROR error{};
         EXPECT_EQ(support_settings_error(&error), kWrongKind);
         EXPECT_EQ(error.line, ++line);
-        EXPECT_NE(std::string(error.message).find(row.key), std::string::npos) << error.message;
+        EXPECT_NE(std::string(error.message).find(key), std::string::npos) << error.message;
         // From now on no caller uses defaults.
         EXPECT_EQ(readText(support_registry_get_string, "\\anything"), "<second error 11>");
     }

@@ -17,84 +17,64 @@ namespace {
 
 constexpr DWORD kGood = 0;
 
-// 0, or the last error of checking the signature of `subject` with the key of `issuer`.
-DWORD verify(const Bytes& subject, PCCERT_CONTEXT issuer) {
-    CRYPT_DATA_BLOB blob = blobOf(subject);
+// 0, or the last error of the check.
+DWORD check(DWORD subjectType, const void* subject, DWORD issuerType, const void* issuer) {
     SetLastError(0);
-    const BOOL good = CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_BLOB,
-                                                        &blob, CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT,
-                                                        const_cast<CERT_CONTEXT*>(issuer), 0, nullptr);
+    const BOOL good = CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, subjectType, const_cast<void*>(subject),
+                                                        issuerType, const_cast<void*>(issuer), 0, nullptr);
     EXPECT_EQ(good != FALSE, GetLastError() == 0);
     return GetLastError();
 }
 
 DWORD verify(const Bytes& subject, const Bytes& issuer) {
-    return verify(subject, testkit::context(issuer).get());
+    const CRYPT_DATA_BLOB blob = blobOf(subject);
+    const ContextPtr context = testkit::context(issuer);
+    return check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_BLOB, &blob, CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, context.get());
 }
 
 // The same for a self-signed certificate as the subject: did this key issue it?
 DWORD verifyIssuer(const Bytes& certificate) {
     const ContextPtr context = testkit::context(certificate);
-    auto* const handle = const_cast<CERT_CONTEXT*>(context.get());
-    SetLastError(0);
-    CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, handle,
-                                      CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, handle, 0, nullptr);
-    return GetLastError();
+    return check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, context.get(), CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, context.get());
 }
 
 // A self-signed certificate made by the openssl command; empty when it could not be made.
-Bytes madeByCommand(const TempDir& folder, const std::vector<std::string>& options) {
-    std::vector<std::string> command{"openssl",  "req",
-                                     "-x509",    "-nodes",
-                                     "-days",    "2",
-                                     "-subj",    "/CN=signature",
-                                     "-outform", "DER",
-                                     "-keyout",  folder.file("key.pem"),
-                                     "-out",     folder.file("c.der")};
-    command.insert(command.end(), options.begin(), options.end());
-    return run(command).exitStatus == 0 ? readFile(folder.file("c.der")) : Bytes();
+Bytes madeByCommand(const TempDir& folder, const std::string& options) {
+    return run(words("openssl req -x509 -nodes -days 2 -subj /CN=signature -outform DER -keyout " +
+                     folder.file("key.pem") + " -out " + folder.file("c.der") + " -newkey " + options))
+                       .exitStatus == 0
+               ? readFile(folder.file("c.der"))
+               : Bytes();
 }
 
 TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
     struct Row {
         const char* name;
-        std::vector<std::string> options;
+        std::string options;
         DWORD expected;
         std::optional<DWORD> asCertificate = std::nullopt;  // if the check of the issuer has another result
     };
-    const std::vector<std::string> pss{"-newkey", "rsa:2048", "-sigopt", "rsa_padding_mode:pss", "-sigopt"};
-    const auto with = [](std::vector<std::string> options, const std::vector<std::string>& more) {
-        options.insert(options.end(), more.begin(), more.end());
-        return options;
-    };
+    const std::string pss = "rsa:2048 -sigopt rsa_padding_mode:pss -sigopt ";
+    const std::string exponent = "rsa:2048 -sha256 -pkeyopt rsa_keygen_pubexp:";
+    const std::string curve = "ec -pkeyopt ec_paramgen_curve:";
     for (const Row& row : {
-             Row{"RSA SHA-256", {"-newkey", "rsa:2048", "-sha256"}, kGood},
-             Row{"RSA SHA-224", {"-newkey", "rsa:2048", "-sha224"}, kGood},
-             Row{"RSA SHA-1", {"-newkey", "rsa:2048", "-sha1"}, NTE_BAD_ALGID, kGood},
-             Row{"RSA MD5", {"-newkey", "rsa:2048", "-md5"}, NTE_BAD_ALGID},
-             Row{"RSA of 512 bits", {"-newkey", "rsa:512", "-sha256"}, NTE_BAD_PUBLIC_KEY},
-             Row{"RSA with an exponent of 65 bits",
-                 {"-newkey", "rsa:2048", "-pkeyopt", "rsa_keygen_pubexp:18446744073709551629", "-sha256"},
-                 NTE_BAD_PUBLIC_KEY},
-             Row{"RSA with an exponent of 64 bits",
-                 {"-newkey", "rsa:2048", "-pkeyopt", "rsa_keygen_pubexp:18446744073709551557", "-sha256"},
-                 kGood},
-             Row{"PSS SHA-384 with another salt", with(pss, {"rsa_pss_saltlen:20", "-sha384"}), kGood},
-             Row{"PSS with another mask hash", with(pss, {"rsa_mgf1_md:sha512", "-sha256"}), kGood},
-             Row{"PSS SHA-1", with(pss, {"rsa_pss_saltlen:digest", "-sha1"}), NTE_BAD_ALGID, kGood},
-             Row{"PSS key", {"-newkey", "rsa-pss", "-pkeyopt", "rsa_keygen_bits:2048", "-sha256"}, kGood},
-             Row{"P-256", {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-sha256"}, kGood},
-             Row{"P-521 SHA-512", {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-521", "-sha512"}, kGood},
-             Row{"P-256 SHA-1",
-                 {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-sha1"},
-                 NTE_BAD_ALGID,
-                 kGood},
-             Row{"curve spelt out",
-                 {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256", "-pkeyopt", "ec_param_enc:explicit",
-                  "-sha256"},
-                 NTE_BAD_PUBLIC_KEY},
-             Row{"Ed25519", {"-newkey", "ed25519"}, kGood},
-             Row{"Ed448", {"-newkey", "ed448"}, kGood},
+             Row{"RSA SHA-256", "rsa:2048 -sha256", kGood},
+             Row{"RSA SHA-224", "rsa:2048 -sha224", kGood},
+             Row{"RSA SHA-1", "rsa:2048 -sha1", NTE_BAD_ALGID, kGood},
+             Row{"RSA MD5", "rsa:2048 -md5", NTE_BAD_ALGID},
+             Row{"RSA of 512 bits", "rsa:512 -sha256", NTE_BAD_PUBLIC_KEY},
+             Row{"RSA with an exponent of 65 bits", exponent + "18446744073709551629", NTE_BAD_PUBLIC_KEY},
+             Row{"RSA with an exponent of 64 bits", exponent + "18446744073709551557", kGood},
+             Row{"PSS SHA-384 with another salt", pss + "rsa_pss_saltlen:20 -sha384", kGood},
+             Row{"PSS with another mask hash", pss + "rsa_mgf1_md:sha512 -sha256", kGood},
+             Row{"PSS SHA-1", pss + "rsa_pss_saltlen:digest -sha1", NTE_BAD_ALGID, kGood},
+             Row{"PSS key", "rsa-pss -pkeyopt rsa_keygen_bits:2048 -sha256", kGood},
+             Row{"P-256", curve + "P-256 -sha256", kGood},
+             Row{"P-521 SHA-512", curve + "P-521 -sha512", kGood},
+             Row{"P-256 SHA-1", curve + "P-256 -sha1", NTE_BAD_ALGID, kGood},
+             Row{"curve spelt out", curve + "P-256 -pkeyopt ec_param_enc:explicit -sha256", NTE_BAD_PUBLIC_KEY},
+             Row{"Ed25519", "ed25519", kGood},
+             Row{"Ed448", "ed448", kGood},
          }) {
         SCOPED_TRACE(row.name);
         const TempDir folder;
@@ -252,21 +232,14 @@ TEST(Signature, AcceptsEveryFormOfSubjectAndIssuer) {
     const Pki& pki = Pki::shared();
     const ContextPtr subject = testkit::context(pki.good.certificate);
     const ContextPtr issuer = testkit::context(pki.ca.certificate);
-    const auto check = [](DWORD subjectType, const void* what, DWORD issuerType, const void* who) {
-        SetLastError(0);
-        CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, subjectType, const_cast<void*>(what), issuerType,
-                                          const_cast<void*>(who), 0, nullptr);
-        return GetLastError();
-    };
     const CERT_PUBLIC_KEY_INFO* const key = &issuer->pCertInfo->SubjectPublicKeyInfo;
     constexpr DWORD kSubject = CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT;
     constexpr DWORD kKey = CRYPT_VERIFY_CERT_SIGN_ISSUER_PUBKEY;
-    EXPECT_EQ(check(kSubject, subject.get(), CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, issuer.get()), kGood);
     EXPECT_EQ(check(kSubject, subject.get(), kKey, key), kGood);
     EXPECT_EQ(check(kSubject, issuer.get(), kKey, key), NTE_BAD_SIGNATURE);
-    EXPECT_EQ(check(9, subject.get(), CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, issuer.get()), E_INVALIDARG);
-    EXPECT_EQ(check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, subject.get(), 4, issuer.get()), E_INVALIDARG);
-    EXPECT_EQ(check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, nullptr, 2, issuer.get()), E_INVALIDARG);
+    EXPECT_EQ(check(9, subject.get(), kKey, key), E_INVALIDARG);
+    EXPECT_EQ(check(kSubject, subject.get(), 4, issuer.get()), E_INVALIDARG);
+    EXPECT_EQ(check(kSubject, nullptr, kKey, key), E_INVALIDARG);
 }
 
 // Whether the gost engine is installed.
@@ -277,26 +250,23 @@ bool hasGost() {
 
 TEST(Signature, ByTheChosenAlgorithmVerifies) {
     struct Row {
-        const char* name;
-        std::vector<std::string> options;
+        std::string options;
         const char* chosen;
         const char* other;  // fits another kind of key
     };
     std::vector<Row> rows{
-        {"RSA", {"-newkey", "rsa:2048"}, "1.2.840.113549.1.1.11", "1.2.840.10045.4.3.2"},
-        {"P-256", {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-256"}, "1.2.840.10045.4.3.2", "1.3.101.112"},
-        {"P-384", {"-newkey", "ec", "-pkeyopt", "ec_paramgen_curve:P-384"}, "1.2.840.10045.4.3.2", "1.3.101.112"},
-        {"Ed25519", {"-newkey", "ed25519"}, "1.3.101.112", "1.2.840.113549.1.1.11"},
+        {"rsa:2048", "1.2.840.113549.1.1.11", "1.2.840.10045.4.3.2"},
+        {"ec -pkeyopt ec_paramgen_curve:P-256", "1.2.840.10045.4.3.2", "1.3.101.112"},
+        {"ec -pkeyopt ec_paramgen_curve:P-384", "1.2.840.10045.4.3.2", "1.3.101.112"},
+        {"ed25519", "1.3.101.112", "1.2.840.113549.1.1.11"},
     };
     if (hasGost()) {
-        const std::vector<std::string> gost{"-engine", "gost", "-pkeyopt", "paramset:A", "-newkey"};
-        rows.push_back({"GOST of 256 bits", gost, "1.2.643.7.1.1.3.2", "1.2.643.7.1.1.3.3"});
-        rows.back().options.insert(rows.back().options.end(), {"gost2012_256", "-md_gost12_256"});
-        rows.push_back({"GOST of 512 bits", gost, "1.2.643.7.1.1.3.3", "1.2.840.10045.4.3.2"});
-        rows.back().options.insert(rows.back().options.end(), {"gost2012_512", "-md_gost12_512"});
+        const std::string gost = " -engine gost -pkeyopt paramset:A -md_gost12_";
+        rows.push_back({"gost2012_256" + gost + "256", "1.2.643.7.1.1.3.2", "1.2.643.7.1.1.3.3"});
+        rows.push_back({"gost2012_512" + gost + "512", "1.2.643.7.1.1.3.3", "1.2.840.10045.4.3.2"});
     }
     for (const Row& row : rows) {
-        SCOPED_TRACE(row.name);
+        SCOPED_TRACE(row.options);
         const TempDir folder;
         const ContextPtr certificate = testkit::context(madeByCommand(folder, row.options));
         ASSERT_NE(certificate, nullptr);
@@ -320,17 +290,16 @@ TEST(Signature, ByTheChosenAlgorithmVerifies) {
         made.ToBeSigned = blobOf(message);
         made.SignatureInfo.SignatureAlgorithm = algorithm;
         made.SignatureInfo.Signature = {size, signature.data(), 0};
-        const auto check = [&] {
-            return CryptVerifyCertificateSignatureEx(
-                0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_OCSP_BASIC_SIGNED_RESPONSE, &made,
-                CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, const_cast<CERT_CONTEXT*>(certificate.get()), 0, nullptr);
+        const auto isGood = [&] {
+            return check(CRYPT_VERIFY_CERT_SIGN_SUBJECT_OCSP_BASIC_SIGNED_RESPONSE, &made,
+                         CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, certificate.get()) == kGood;
         };
-        EXPECT_TRUE(check());
+        EXPECT_TRUE(isGood());
         signature.back() ^= 1;
-        EXPECT_FALSE(check());
+        EXPECT_FALSE(isGood());
         signature.back() ^= 1;
         made.SignatureInfo.Signature.cUnusedBits = 1;
-        EXPECT_FALSE(check());
+        EXPECT_FALSE(isGood());
         for (const char* refused : {row.other, "1.2.840.113549.1.1.4", "1.2.840.113549.1.1.5", "1.2.3"}) {
             std::string other = refused;
             algorithm.pszObjId = other.data();
@@ -341,31 +310,17 @@ TEST(Signature, ByTheChosenAlgorithmVerifies) {
 }
 
 TEST(Signature, HashesWithEveryAlgorithm) {
-    struct Row {
-        ALG_ID algorithm;
-        std::string message;
-        const char* expected;
+    const std::pair<ALG_ID, const char*> rows[] = {
+        {0, "a9993e364706816aba3e25717850c26c9cd0d89d"},
+        {CALG_SHA1, "a9993e364706816aba3e25717850c26c9cd0d89d"},
+        {CALG_SHA_256, "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
     };
-    std::vector<Row> rows{
-        {CALG_SHA1, "abc", "a9993e364706816aba3e25717850c26c9cd0d89d"},
-        {0, "abc", "a9993e364706816aba3e25717850c26c9cd0d89d"},
-        {CALG_MD5, "abc", "900150983cd24fb0d6963f7d28e17f72"},
-        {CALG_SHA_224, "abc", "23097d223405d8228642a477bda255b32aadbce4bda0b3f7e36c9da7"},
-        {CALG_SHA_256, "abc", "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
-    };
-    if (hasGost()) {  // example M1 of RFC 6986
-        rows.push_back({CALG_GR3411_2012_256, "012345678901234567890123456789012345678901234567890123456789012",
-                        "9d151eefd8590b89daa6ba6cb74af9275dd051026bb149a452fd84e5e57b5500"});
-    } else {
-        EXPECT_EQ(GetLastError(), NTE_BAD_ALGID);
-    }
-    for (const Row& row : rows) {
+    for (const auto& [algorithm, expected] : rows) {
         Bytes hash(64);
         DWORD size = 64;
-        ASSERT_TRUE(CryptHashCertificate(0, row.algorithm, 0, reinterpret_cast<const BYTE*>(row.message.data()),
-                                         static_cast<DWORD>(row.message.size()), hash.data(), &size));
+        ASSERT_TRUE(CryptHashCertificate(0, algorithm, 0, bytesOf("abc").data(), 3, hash.data(), &size));
         hash.resize(size);
-        EXPECT_EQ(toHex(hash), row.expected);
+        EXPECT_EQ(toHex(hash), expected);
     }
     DWORD size = 0;
     EXPECT_TRUE(CryptHashCertificate(0, CALG_SHA_256, 0, nullptr, 0, nullptr, &size));

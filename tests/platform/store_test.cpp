@@ -3,23 +3,13 @@
 #include <vector>
 
 #include "platform/crypto/certificates/store.h"
-#include "tests/platform/certificate_fixture.h"
-#include "tests/support/pki.h"
+#include "tests/platform/trust_fixture.h"
 
 namespace testkit {
 namespace {
 
-StorePtr memoryStore() {
-    return StorePtr(CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr));
-}
-
 StorePtr collection() {
     return StorePtr(CertOpenStore(CERT_STORE_PROV_COLLECTION, 0, 0, 0, nullptr));
-}
-
-void add(const StorePtr& store, const Bytes& der) {
-    ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), testkit::context(der).get(), CERT_STORE_ADD_USE_EXISTING,
-                                                 nullptr));
 }
 
 // The encodings met on a walk; the walk must end with the last error that says so.
@@ -35,14 +25,14 @@ std::vector<Bytes> walk(HCERTSTORE store, DWORD findType = CERT_FIND_ANY, const 
 }
 
 TEST(Store, FollowsTheDispositionForADuplicate) {
-    const StorePtr store = memoryStore();
-    const ContextPtr first = testkit::context(Pki::shared().good.certificate);
+    const StorePtr store = storeOf({});
+    const ContextPtr first = context(Pki::shared().good.certificate);
     const Bytes kept = fromHex("01");
     const Bytes offered = fromHex("02");
     CRYPT_DATA_BLOB blob = blobOf(kept);
     CertSetCertificateContextProperty(first.get(), 81, 0, &blob);
     ASSERT_TRUE(CertAddCertificateContextToStore(store.get(), first.get(), CERT_STORE_ADD_NEW, nullptr));
-    const ContextPtr second = testkit::context(Pki::shared().good.certificate);
+    const ContextPtr second = context(Pki::shared().good.certificate);
     blob = blobOf(offered);
     CertSetCertificateContextProperty(second.get(), 81, 0, &blob);
     CertSetCertificateContextProperty(second.get(), 11, 0, &blob);
@@ -66,11 +56,7 @@ TEST(Store, FollowsTheDispositionForADuplicate) {
 
 TEST(Store, FindsByEachCriterion) {
     const Pki& pki = Pki::shared();
-    const StorePtr store = memoryStore();
-    for (const Bytes& der : {pki.root.certificate, pki.ca.certificate, pki.sameNameCa.certificate, pki.good.certificate,
-                             pki.revoked.certificate}) {
-        add(store, der);
-    }
+    const StorePtr store = storeOf({pki.root, pki.ca, pki.sameNameCa, pki.good, pki.revoked});
     const ContextPtr good = testkit::context(pki.good.certificate);
     const Bytes thumbprint = property(good.get(), CERT_SHA1_HASH_PROP_ID);
     const CRYPT_DATA_BLOB hash = blobOf(thumbprint);
@@ -94,15 +80,11 @@ TEST(Store, FindsByEachCriterion) {
 
 TEST(Store, EnumeratesACollectionByPriority) {
     const Pki& pki = Pki::shared();
-    const StorePtr first = memoryStore();
-    const StorePtr second = memoryStore();
+    const StorePtr first = storeOf({pki.good, pki.ca});
+    const StorePtr second = storeOf({pki.root, pki.good});
     const StorePtr both = collection();
     const ContextPtr any = testkit::context(pki.good.certificate);
     EXPECT_FALSE(CertAddCertificateContextToStore(both.get(), any.get(), CERT_STORE_ADD_USE_EXISTING, nullptr));
-    add(first, pki.good.certificate);
-    add(first, pki.ca.certificate);
-    add(second, pki.root.certificate);
-    add(second, pki.good.certificate);
     ASSERT_TRUE(CertAddStoreToCollection(both.get(), first.get(), 0, 0));
     ASSERT_TRUE(CertAddStoreToCollection(both.get(), second.get(), 0, 5));
     const std::vector<Bytes> expected{pki.root.certificate, pki.good.certificate, pki.good.certificate,
@@ -115,7 +97,8 @@ TEST(Store, EnumeratesACollectionByPriority) {
     ASSERT_TRUE(CertAddStoreToCollection(outer.get(), first.get(), 0, 0));
     ASSERT_TRUE(CertAddStoreToCollection(outer.get(), first.get(), 0, 0));
     EXPECT_EQ(walk(outer.get()), expected);
-    add(outer, pki.revoked.certificate);
+    ASSERT_TRUE(CertAddCertificateContextToStore(outer.get(), context(pki.revoked.certificate).get(),
+                                                 CERT_STORE_ADD_USE_EXISTING, nullptr));
     EXPECT_EQ(walk(second.get()).back(), pki.revoked.certificate);
 
     EXPECT_FALSE(CertAddStoreToCollection(both.get(), outer.get(), 0, 0));
@@ -125,8 +108,7 @@ TEST(Store, EnumeratesACollectionByPriority) {
 }
 
 TEST(Store, LeavesMembersAndContextsUsableWhenClosed) {
-    StorePtr member = memoryStore();
-    add(member, Pki::shared().good.certificate);
+    StorePtr member = storeOf({Pki::shared().good});
     StorePtr both = collection();
     ASSERT_TRUE(CertAddStoreToCollection(both.get(), member.get(), 0, 0));
     member.reset();
@@ -140,7 +122,7 @@ TEST(Store, LeavesMembersAndContextsUsableWhenClosed) {
 }
 
 TEST(Store, AcceptsCrlsAndRejectsOtherBytes) {
-    const StorePtr store = memoryStore();
+    const StorePtr store = storeOf({});
     const Bytes crl = makeCrl(Pki::shared().ca, {});
     const auto addNew = [&](std::size_t size) {
         SetLastError(0);

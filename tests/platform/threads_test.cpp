@@ -35,14 +35,10 @@ TEST(Threads, ShareContextsAndStores) {
             DWORD size = 0;
             CertGetCertificateContextProperty(own.get(), CERT_SHA1_HASH_PROP_ID, nullptr, &size);
             CertAddCertificateContextToStore(store.get(), own.get(), CERT_STORE_ADD_ALWAYS, nullptr);
-            CERT_CHAIN_PARA parameters{};
-            parameters.cbSize = sizeof parameters;
-            PCCERT_CHAIN_CONTEXT chain = nullptr;
-            ASSERT_TRUE(CertGetCertificateChain(nullptr, shared.get(), nullptr, collection.get(), &parameters,
-                                                CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CHAIN,
-                                                nullptr, &chain));
-            const ChainPtr owner(chain);
-            trusted += errorOf(owner) == 0 ? 1 : 0;
+            const ChainPtr chain = chainFor(shared.get(), collection.get(),
+                                            CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CHAIN);
+            ASSERT_NE(chain, nullptr);
+            trusted += errorOf(chain) == 0 ? 1 : 0;
             int met = 0;
             for (PCCERT_CONTEXT at = nullptr; (at = CertEnumCertificatesInStore(collection.get(), at)) != nullptr;) {
                 ++met;

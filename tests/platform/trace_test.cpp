@@ -4,8 +4,8 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <fstream>
 #include <memory>
-#include <sstream>
 #include <string>
 #include <thread>
 #include <vector>
@@ -25,8 +25,7 @@ TracePtr openTrace() {
 }
 
 std::vector<std::string> linesOf(const std::string& path) {
-    const Bytes bytes = readFile(path);
-    std::istringstream text(std::string(bytes.begin(), bytes.end()));
+    std::ifstream text(path);
     std::vector<std::string> lines;
     for (std::string line; std::getline(text, line);) {
         lines.push_back(line);

@@ -2,7 +2,9 @@
 // the chain calls.
 #pragma once
 
+#include <functional>
 #include <memory>
+#include <numeric>
 #include <optional>
 #include <string>
 #include <vector>
@@ -76,18 +78,21 @@ struct ChainRequest {
     FILETIME* resync = nullptr;
 };
 
-inline ChainPtr chainOf(const ChainRequest& request) {
-    const ContextPtr end = context(request.end.certificate);
-    const StorePtr store = storeOf(request.extra, request.crls);
-    CERT_CHAIN_PARA parameters{};
+inline ChainPtr chainFor(PCCERT_CONTEXT end, HCERTSTORE store, DWORD flags, CERT_CHAIN_PARA parameters = {},
+                         HCERTCHAINENGINE engine = nullptr, FILETIME* time = nullptr) {
     parameters.cbSize = sizeof parameters;
+    PCCERT_CHAIN_CONTEXT chain = nullptr;
+    CertGetCertificateChain(engine, end, time, store, &parameters, flags, nullptr, &chain);
+    return ChainPtr(chain);
+}
+
+inline ChainPtr chainOf(const ChainRequest& request) {
+    CERT_CHAIN_PARA parameters{};
     parameters.dwUrlRetrievalTimeout = request.timeoutMs;
     parameters.pftCacheResync = request.resync;
     FILETIME time = fileTime(request.atSeconds.value_or(0));
-    PCCERT_CHAIN_CONTEXT chain = nullptr;
-    CertGetCertificateChain(request.engine, end.get(), request.atSeconds ? &time : nullptr, store.get(), &parameters,
-                            request.flags, nullptr, &chain);
-    return ChainPtr(chain);
+    return chainFor(context(request.end.certificate).get(), storeOf(request.extra, request.crls).get(), request.flags,
+                    parameters, request.engine, request.atSeconds ? &time : nullptr);
 }
 
 inline const CERT_SIMPLE_CHAIN& simple(const ChainPtr& chain) {
@@ -98,6 +103,18 @@ inline DWORD errorOf(const ChainPtr& chain) {
 }
 inline DWORD errorAt(const ChainPtr& chain, DWORD element) {
     return simple(chain).rgpElement[element]->TrustStatus.dwErrorStatus;
+}
+
+inline std::vector<DWORD> errorsOf(const ChainPtr& chain) {
+    std::vector<DWORD> errors(chain == nullptr ? 0 : simple(chain).cElement);
+    for (DWORD i = 0; i < errors.size(); ++i) {
+        errors[i] = errorAt(chain, i);
+    }
+    return errors;
+}
+// All errors of the elements and `more`: what the whole chain must report.
+inline DWORD allOf(const std::vector<DWORD>& errors, DWORD more = 0) {
+    return std::reduce(errors.begin(), errors.end(), more, std::bit_or<DWORD>());
 }
 
 // Has its own settings and system stores; trusts only the given roots.
