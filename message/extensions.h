@@ -142,8 +142,8 @@ public:
     const char* get_crlUrl() const { return crlUrl_ ? crlUrl_->c_str() : nullptr; }
     const int* get_crlNum() const { return crlNum_ ? &*crlNum_ : nullptr; }
     const CDateTime* get_crlTime() const { return crlTime_ ? &*crlTime_ : nullptr; }
-    /// Each setter copies; null removes the member. The value is encoded again at once; an address outside ASCII throws
-    /// kAsn1Error, and the member is then set while the value is unchanged.
+    /// Each setter copies; null removes the member, and the value is encoded again at once. The octets of the address
+    /// are written as an IA5String without a test: one outside ASCII goes out as it is.
     void put_crlUrl(const char* url);
     void put_crlNum(const int* number);
     void put_crlTime(const CDateTime* time);
