@@ -1,4 +1,4 @@
-// Language tags (RFC 3066) of texts for people, such as "en-us".
+// Language tags of texts for people, such as "en-us" (RFC 3066).
 #pragma once
 
 #include <string>
@@ -8,16 +8,17 @@
 
 namespace Orvane::ASN1 {
 
-/// A language tag in lower case. "*" means any language. Copies are deep.
+/// A language tag in lower case. "*" means any language. The text is not checked against the grammar of RFC 3066.
+/// Copies are deep.
 class TALLOW_EXPORT CLanguageTag : public CStringProxy {
 public:
-    /// Empty text.
+    /// Empty text, which is a language like any other, not "*".
     CLanguageTag();
-    /// The text in lower case; null gives the empty text. The wide form throws what tostring throws.
+    /// Copies the text in lower case; null counts as empty. The wide form throws what tostring throws.
     explicit CLanguageTag(const char* text);
     explicit CLanguageTag(const wchar_t* text);
 
-    /// The text with 'A' to 'Z' made small, whatever the locale; null gives the empty text.
+    /// The text with 'A' to 'Z' made lower case, whatever the locale; null gives the empty text.
     static std::string normalize(const char* text);
 
     void assign(const CLanguageTag& other);
