@@ -23,11 +23,13 @@ public:
     /// Missing fields are 0. A character other than a digit inside a field throws 0x8007076D. Not null.
     explicit CDateTimeSpan(const char* text);
 
+    /// From and to the raw count of ticks; ticks() / 10000000 are whole seconds.
     [[nodiscard]] static constexpr CDateTimeSpan fromTicks(std::uint64_t ticks) noexcept;
     [[nodiscard]] constexpr std::uint64_t ticks() const noexcept { return std::uint64_t{high_} << 32 | low_; }
     [[nodiscard]] constexpr std::uint32_t getHighPart() const noexcept { return high_; }
     [[nodiscard]] constexpr std::uint32_t getLowPart() const noexcept { return low_; }
 
+    /// The units. As a span has no calendar, a month is 30 days and a year 365; DateAddMonth moves by calendar months.
     static const CDateTimeSpan oneYear;   ///< 365 days exactly
     static const CDateTimeSpan oneMonth;  ///< 30 days exactly
     static const CDateTimeSpan oneDay;
@@ -43,6 +45,8 @@ public:
     static const CDateTimeSpan& OneSecond() noexcept { return oneSecond; }
     static const CDateTimeSpan& OneMillisecond() noexcept { return oneMillisecond; }
 
+    /// Arithmetic on the ticks. -= throws 0x80004005 for a negative result, with the object unchanged; sums and
+    /// products wrap.
     CDateTimeSpan& operator+=(const CDateTimeSpan& span) noexcept;
     CDateTimeSpan& operator-=(const CDateTimeSpan& span);
     CDateTimeSpan& operator*=(unsigned int factor) noexcept;
@@ -56,7 +60,7 @@ public:
     /// then every trailing '0' and '.' of the whole is cut, those of the integer part too, and 'Z' is appended. One
     /// hour is "0000000001Z", 0 is "Z". Only a text whose cut falls between two fields reads back.
     [[nodiscard]] CStringProxy getGeneralizedTime() const;
-    /// The same text.
+    /// The same text as getGeneralizedTime, narrow and wide.
     [[nodiscard]] CStringProxy tostring() const;
     [[nodiscard]] CWStringProxy towstring() const;
 
