@@ -41,7 +41,7 @@ private:
     Handle handle_ = 0;
 };
 
-/// How each kind is released. Only a provider can refuse.
+/// How each kind is released. Only the release of a provider can fail.
 struct TALLOW_EXPORT CryptProvTraits {
     static bool release(unsigned long long handle) noexcept;
 };

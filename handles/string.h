@@ -18,9 +18,9 @@
 
 namespace ATL {
 
-/// One pointer to the characters, with CStringData in front of them. `mfc` selects a variant that is not used here.
+/// One pointer to the characters, with CStringData directly before them. `mfc` selects a variant that is not used here.
 template <class Char, bool mfc = false>
-/// One pointer to the characters, with CStringData in front of them. `mfc` selects a variant that is not used here.
+/// One pointer to the characters, with CStringData directly before them. `mfc` selects a variant that is not used here.
 class TALLOW_EXPORT CSimpleStringT {
 public:
     /// An empty string, which allocates nothing. `manager` must outlive the string and its copies.

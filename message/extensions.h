@@ -143,7 +143,7 @@ public:
     const int* get_crlNum() const { return crlNum_ ? &*crlNum_ : nullptr; }
     const CDateTime* get_crlTime() const { return crlTime_ ? &*crlTime_ : nullptr; }
     /// Each setter copies; null removes the member, and the value is encoded again at once. The octets of the address
-    /// are written as an IA5String without a test: one outside ASCII goes out as it is.
+    /// are written as an IA5String without a test: one outside ASCII is written as it is.
     void put_crlUrl(const char* url);
     void put_crlNum(const int* number);
     void put_crlTime(const CDateTime* time);
