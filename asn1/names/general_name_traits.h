@@ -1,4 +1,4 @@
-// GeneralName and GeneralNames between value and record, and the holder behind CGeneralName.
+// GeneralName and GeneralNames between value and record, and the holder of CGeneralName.
 #pragma once
 
 #include "asn1/codec/choice_holder.h"

@@ -7,7 +7,7 @@
 
 namespace Orvane::ASN1 {
 
-/// Fills the record with the texts, each with its language in front, in memory from `ctxt`. Throws kAsn1Error for a
+/// Fills the record with the texts, each preceded by its language, in memory from `ctxt`. Throws kAsn1Error for a
 /// character that has no UTF-8 form.
 void CPKIFreeText_Encode(ASN1CTXT* ctxt, asn1data::ASN1T_PKIFreeText& record, const CPKIFreeText& text);
 

@@ -1,4 +1,4 @@
-// Traits of the primitive schema types. Where a type has no control class of its own, the small ones here run the
+// Traits of the primitive schema types. Where a type has no own control class, the small ones here run the
 // runtime's reader and writer on the message buffer.
 #pragma once
 
