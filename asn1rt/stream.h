@@ -26,7 +26,7 @@ extern "C" {
 /// Frees the stream record through the message heap. Nothing is flushed.
 TALLOW_EXPORT void rtStreamRelease(ASN1CTXT* ctx) noexcept;
 
-/// Hands octets to the write operation. STATUS_NOT_INITIALIZED when there is none, or the stream is not for output.
+/// Passes octets to the write operation. STATUS_NOT_INITIALIZED when there is none, or the stream is not for output.
 [[nodiscard]] TALLOW_EXPORT int rtStreamWrite(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t length) noexcept;
 
 /// Calls the flush operation; STATUS_BAD_ARGUMENT when there is none.
