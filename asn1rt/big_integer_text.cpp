@@ -338,8 +338,8 @@ int digitsToText(ASN1CTXT* ctx, const RtBigInteger& big, int radix, char* text, 
     return 0;
 }
 
-// The top octet of the two's complement form. Whether the octets below carry into it is judged by the second octet
-// alone, and that is kept: a magnitude such as 0x800001 counts as negated in three octets and is written as 0x7FFFFF, a
+// The top octet of the two's complement form. Whether the octets below carry into it depends on the second octet
+// only, and that is kept: a magnitude such as 0x800001 counts as negated in three octets and is written as 0x7FFFFF, a
 // positive number. Negative decimal text can lead here; hexadecimal text, the form that messages are decoded into, is
 // encoded without this record.
 std::uint8_t topOfComplement(const RtBigInteger& big) {

@@ -103,8 +103,8 @@ private:
     bool mOwnsList = false;
 };
 
-/// A position between two elements. It notices when the list was changed by other means than itself, and then refuses
-/// to work: null or STATUS_LIST_CHANGED. The list must outlive it.
+/// A position between two elements. It notices when the list was changed by other means, and then every operation
+/// fails: null or STATUS_LIST_CHANGED. The list must outlive it.
 class TALLOW_EXPORT ASN1CSeqOfListIterator {
 public:
     ASN1CSeqOfListIterator(ASN1CSeqOfList& owner, _Asn1RTDListNode* next);

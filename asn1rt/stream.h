@@ -9,7 +9,7 @@
 
 struct ASN1CTXT;
 
-/// Both operations return 0 or a negative status.
+/// A sink for encoded octets. Both operations return 0 or a negative status, which the calls below return unchanged.
 struct ASN1Stream {
     int (*write)(ASN1Stream* stream, const std::uint8_t* data, std::uint32_t length);
     int (*flush)(ASN1Stream* stream);
@@ -18,6 +18,7 @@ struct ASN1Stream {
     void* pUser;                 ///< the application's own; the runtime does not touch it
 };
 
+/// rtStreamWrite needs STREAM_FLAG_OUTPUT; rtStreamBufFlush accepts a stream with either flag.
 inline constexpr std::uint32_t STREAM_FLAG_OUTPUT = 0x0002;
 inline constexpr std::uint32_t STREAM_FLAG_BUFFERED = 0x8000;
 
