@@ -85,7 +85,7 @@
 
 // Failures of an exchange with a responder or server, and of downloads.
 //
-// The rules forbid to contact this address: a private or local network, or a login in an address from a certificate.
+// The rules forbid contacting this address: a private or local network, or a login in an address from a certificate.
 #define ERROR_NETWORK_ACCESS_DENIED 65U
 // The time limit of the exchange or of the whole check is over.
 #define ERROR_INTERNET_TIMEOUT 12002U
