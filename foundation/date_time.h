@@ -36,8 +36,13 @@ public:
     /// cut), then optionally 'Z'. Missing fields are 0. Another time zone is not recognised. Throws 0x8007076D for a
     /// character other than a digit in a field, 0x80004005 for a date that does not exist. Not null.
     explicit CDateTime(const char* generalizedTime);
+    /// From the platform's records, rounded down to a whole microsecond. A _SYSTEMTIME that is not a valid date throws
+    /// the converted last error.
     explicit CDateTime(_FILETIME time) noexcept;
     explicit CDateTime(_SYSTEMTIME time);
+    /// From calendar fields in UTC; month and day count from 1, millisecond is within the second, microsecond within
+    /// the millisecond. Fields that are not a valid date throw the
+    /// converted last error; `microsecond` is added without a check.
     CDateTime(unsigned int year, unsigned int month, unsigned int day, unsigned int hour, unsigned int minute,
               unsigned int second, unsigned int millisecond, unsigned int microsecond);
 
@@ -82,6 +87,7 @@ public:
     /// Move the time. += wraps; -= throws 0x80004005 for a result before 1601, with the object unchanged.
     CDateTime& operator+=(const CDateTimeSpan& span) noexcept;
     CDateTime& operator-=(const CDateTimeSpan& span);
+    /// Exchanges the two times.
     void swap(CDateTime& other) noexcept;
 
 private:

@@ -1,6 +1,8 @@
 // A non-negative length of time, the companion of CDateTime.
 //
 //   CDateTimeSpan window = CDateTimeSpan::OneMinute() * 3;
+//   if (now - response.get_producedAt() > window) ...        // throws if producedAt is later than now
+//   unsigned seconds = static_cast<unsigned>(window.ticks() / 10000000);
 #pragma once
 
 #include <compare>
@@ -15,6 +17,7 @@ namespace Orvane {
 /// test; a difference below 0 throws ATL::CAtlException with 0x80004005.
 class TALLOW_EXPORT CDateTimeSpan {
 public:
+    /// A span of 0.
     constexpr CDateTimeSpan() noexcept = default;
     /// Both products are unsigned; seconds are counted in 64 bits, but microseconds * 10 is taken in 32 and wraps above
     /// some 429 seconds.
@@ -26,6 +29,7 @@ public:
     /// From and to the raw count of ticks; ticks() / 10000000 are whole seconds.
     [[nodiscard]] static constexpr CDateTimeSpan fromTicks(std::uint64_t ticks) noexcept;
     [[nodiscard]] constexpr std::uint64_t ticks() const noexcept { return std::uint64_t{high_} << 32 | low_; }
+    /// The halves of the count, as in a _FILETIME.
     [[nodiscard]] constexpr std::uint32_t getHighPart() const noexcept { return high_; }
     [[nodiscard]] constexpr std::uint32_t getLowPart() const noexcept { return low_; }
 
@@ -76,6 +80,7 @@ constexpr CDateTimeSpan CDateTimeSpan::fromTicks(std::uint64_t ticks) noexcept {
     return span;
 }
 
+/// The operators as new spans; wrapping, failures and divisors of 0 as above.
 [[nodiscard]] TALLOW_EXPORT CDateTimeSpan operator+(CDateTimeSpan left, const CDateTimeSpan& right) noexcept;
 [[nodiscard]] TALLOW_EXPORT CDateTimeSpan operator-(CDateTimeSpan left, const CDateTimeSpan& right);
 [[nodiscard]] TALLOW_EXPORT CDateTimeSpan operator*(CDateTimeSpan span, unsigned int factor) noexcept;

@@ -20,6 +20,7 @@ public:
     CStringProxy(const char* text);  // NOLINT(google-explicit-constructor): text is meant to convert
     /// Takes over `text` without copying its characters.
     explicit CStringProxy(std::string&& text);
+    /// Copies; a source that was moved from gives an empty string.
     CStringProxy(const CStringProxy& other);
     CStringProxy(CStringProxy&& other) noexcept = default;
     /// Assigns the content to the string this object owns; pointers got from c_str() before are stale afterwards.

@@ -18,6 +18,7 @@ public:
     constexpr CCertChainContext() noexcept = default;
     /// Takes ownership of `chain`; null gives an empty object.
     explicit CCertChainContext(const _CERT_CHAIN_CONTEXT* chain) noexcept : chain_(chain) {}
+    /// A move leaves `other` empty.
     CCertChainContext(CCertChainContext&& other) noexcept;
     CCertChainContext& operator=(CCertChainContext&& other) noexcept;
     CCertChainContext(const CCertChainContext&) = delete;
@@ -28,6 +29,7 @@ public:
     /// operator-> only on an object that is not empty.
     [[nodiscard]] const _CERT_CHAIN_CONTEXT* get() const noexcept { return chain_; }
     const _CERT_CHAIN_CONTEXT* operator->() const noexcept { return chain_; }
+    /// Whether a chain is held.
     explicit operator bool() const noexcept { return chain_ != nullptr; }
     /// Frees the present chain and returns the place for a service call to write a new one into. The place belongs to
     /// this object and is valid as long as it.

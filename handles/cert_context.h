@@ -33,6 +33,7 @@ public:
     /// operator-> only on an object that is not empty.
     [[nodiscard]] const _CERT_CONTEXT* get() const noexcept { return context_; }
     const _CERT_CONTEXT* operator->() const noexcept { return context_; }
+    /// Whether a certificate is held.
     explicit operator bool() const noexcept { return context_ != nullptr; }
     /// Releases the present reference and takes over `context`.
     void reset(const _CERT_CONTEXT* context = nullptr) noexcept;

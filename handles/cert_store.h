@@ -49,6 +49,7 @@ public:
 
     /// The store handle (HCERTSTORE), which stays this object's; null when no store is open.
     [[nodiscard]] void* get() const noexcept { return Store ? *Store : nullptr; }
+    /// Whether a store is open.
     explicit operator bool() const noexcept { return get() != nullptr; }
 
     /// Opens a store with CertOpenStore into the cell, which all copies share. `provider` is one of CERT_STORE_PROV_*,

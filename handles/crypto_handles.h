@@ -2,24 +2,27 @@
 //
 //   ATL::CCryptProv provider;
 //   if (!CryptAcquireContextA(provider.put(), nullptr, nullptr, type, flags)) ATL2::throwLastErrorOrFail();
+//   if (!CryptGenRandom(provider.get(), size, octets)) ATL2::throwLastErrorOrFail();
+//
+// A handle is a number of the service, not a pointer; 0 is none. An owner belongs to one thread at a time.
 #pragma once
 
 #include "export.h"
 
 namespace ATL {
 
-/// Owns one handle, 0 when empty, and gives it back to the service when destroyed. A failing release has no effect on
-/// the program. Moved, not copied.
-template <class Traits>
 /// Owns one handle, 0 when empty, and releases it when destroyed. Moved, not copied; no member throws.
 /// `Traits::release` releases one kind of handle and returns whether that succeeded.
+template <class Traits>
 class TALLOW_EXPORT CryptHandle {
 public:
     using Handle = unsigned long long;
 
+    /// An empty object.
     constexpr CryptHandle() noexcept = default;
     /// Takes ownership of `handle`; 0 gives an empty object.
     explicit constexpr CryptHandle(Handle handle) noexcept : handle_(handle) {}
+    /// A move leaves `other` empty; a move assignment releases the present handle first.
     CryptHandle(CryptHandle&& other) noexcept : handle_(other.detach()) {}
     CryptHandle& operator=(CryptHandle&& other) noexcept;
     CryptHandle(const CryptHandle&) = delete;
@@ -28,6 +31,7 @@ public:
 
     /// The handle, which stays this object's; 0 when empty.
     [[nodiscard]] Handle get() const noexcept { return handle_; }
+    /// Whether a handle is held.
     explicit operator bool() const noexcept { return handle_ != 0; }
     /// Releases the present handle and returns the place for a service call to write a new one into.
     [[nodiscard]] Handle* put() noexcept;

@@ -20,7 +20,6 @@ namespace ATL {
 
 /// One pointer to the characters, with CStringData directly before them. `mfc` selects a variant that is not used here.
 template <class Char, bool mfc = false>
-/// One pointer to the characters, with CStringData directly before them. `mfc` selects a variant that is not used here.
 class TALLOW_EXPORT CSimpleStringT {
 public:
     /// An empty string, which allocates nothing. `manager` must outlive the string and its copies.
@@ -74,9 +73,8 @@ private:
     Char* text_;
 };
 
-/// Adds what callers do with whole strings.
-template <class Char>
 /// Adds what callers do with whole strings. Null text counts as empty.
+template <class Char>
 class TALLOW_EXPORT CStringT : public CSimpleStringT<Char> {
 public:
     CStringT() noexcept = default;
