@@ -38,10 +38,11 @@ public:
     const CBigInteger& get_serialNumber() const { return serialNumber_; }
     void put_serialNumber(const CBigInteger& serialNumber);
 
-    /// The algorithms as the message states them: that of the signature, and that of the digest over the content.
+    /// The algorithm of the signature, as the message states it.
     const CAlgorithmIdentifier& get_signatureAlgorithm() const { return signatureAlgorithm_; }
     void put_signatureAlgorithm(const CAlgorithmIdentifier& signatureAlgorithm);
 
+    /// The algorithm of the digest over the content and the signed attributes.
     const CAlgorithmIdentifier& get_digestAlgorithm() const { return digestAlgorithm_; }
     void put_digestAlgorithm(const CAlgorithmIdentifier& digestAlgorithm);
 
@@ -54,7 +55,7 @@ public:
     /// number.
     void decode(const CBlob& data);
 
-    /// All fields equal; serial numbers compare as integers.
+    /// All fields equal; serial numbers are compared as integers.
     bool operator==(const CSignerInfo& other) const;
 
 private:

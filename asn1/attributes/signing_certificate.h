@@ -23,8 +23,6 @@ namespace Orvane::ASN1 {
 template <class CertIDList>
 struct SigningCertificateImpl;
 
-/// What the three attributes have in common. Copies are deep.
-template <class CertIDList>
 /// What the three attributes have in common:
 ///
 ///   SigningCertificate ::= SEQUENCE {
@@ -32,6 +30,7 @@ template <class CertIDList>
 ///       policies SEQUENCE OF PolicyInformation OPTIONAL }
 ///
 /// Copies are deep.
+template <class CertIDList>
 class TALLOW_EXPORT CSigningCertificateAttr : public CAttrValue {
 public:
     /// The identifiers in wire order, the signer's certificate first; empty until set. Valid until the object changes.

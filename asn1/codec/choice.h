@@ -65,9 +65,8 @@ public:
     unsigned int type() const { return type_; }
     const void* value() const { return value_; }
 
-    /// The value when alternative `type` is held, otherwise null.
-    template <class T>
     /// The value when alternative `type` is held, otherwise null. T must be the type of that alternative.
+    template <class T>
     const T* get(unsigned int type) const {
         return type_ == type ? static_cast<const T*>(value_) : nullptr;
     }

@@ -31,9 +31,9 @@ public:
     const char* get_oid() const { return oid_.c_str(); }
 
     /// The content of extnValue: the DER of the extension's own type, without the OCTET STRING around it. Valid until
-    /// the object changes. value() allows to change it in place, which does not update the members of a typed
-    /// extension.
+    /// the object changes.
     const CBlob& get_value() const { return value_; }
+    /// The same for changing it in place, which does not update the members of a typed extension.
     CBlob& value() { return value_; }
 
 private:

@@ -24,9 +24,14 @@
 
 namespace Orvane::ASN1 {
 
-/// reasonCode, 2.5.29.21: a CRLReason. A number above 10 throws kAsn1Error. Never critical.
+/// reasonCode, 2.5.29.21, of CRL entries (RFC 5280, section 5.3.1):
+///
+///   reasonCode ::= { CRLReason }
+///
+/// A number above 10 throws kAsn1Error, read or written. Not critical.
 class TALLOW_EXPORT CExtCRLReason : public CExtValue {
 public:
+    /// Without an argument the value is empty although get_reason returns kReasonUnspecified.
     CExtCRLReason();
     explicit CExtCRLReason(CrlReason reason);
     explicit CExtCRLReason(const CBlob& value);
@@ -43,8 +48,11 @@ private:
     CrlReason reason_ = kReasonUnspecified;
 };
 
-/// holdInstructionCode, 2.5.29.23: an OBJECT IDENTIFIER that says what to do with a certificate on hold. RFC 5280 no
-/// longer contains it; it is read for old CRLs.
+/// holdInstructionCode, 2.5.29.23, of CRL entries (RFC 3280, section 5.3.2): what to do with a certificate on hold.
+///
+///   holdInstructionCode ::= OBJECT IDENTIFIER
+///
+/// RFC 5280 no longer contains it; it is read for old CRLs. Not critical.
 class TALLOW_EXPORT CExtHoldInstructionCode : public CExtValue {
 public:
     CExtHoldInstructionCode();
@@ -63,8 +71,12 @@ private:
     CStringProxy code_;
 };
 
-/// invalidityDate, 2.5.29.24: the GeneralizedTime since when the key is suspected or known to be invalid, earlier than
-/// the revocation. Fractions of a second are cut off in the encoding.
+/// invalidityDate, 2.5.29.24, of CRL entries (RFC 5280, section 5.3.2): since when the key is suspected or known to be
+/// invalid, usually earlier than the revocation.
+///
+///   InvalidityDate ::= GeneralizedTime
+///
+/// Fractions of a second are cut off in the encoding. Not critical.
 class TALLOW_EXPORT CExtInvalidityDate : public CExtValue {
 public:
     /// X(CBlob) reads the time as CDateTime does, and throws as its constructor: 0x8007076D or 0x80004005. A time zone
@@ -84,8 +96,12 @@ private:
     CDateTime invalidityDate_;
 };
 
-/// certificateIssuer, 2.5.29.29: the GeneralNames of the issuer of the entry's certificate, in CRLs that cover several
-/// issuers. Always critical. X(CBlob) throws kInvalidArgument for a general name of a kind without support.
+/// certificateIssuer, 2.5.29.29, of CRL entries (RFC 5280, section 5.3.3): the issuer of the entry's certificate, in
+/// CRLs that cover several issuers.
+///
+///   CertificateIssuer ::= GeneralNames
+///
+/// Always critical. X(CBlob) throws kInvalidArgument for a general name of a kind without support.
 class TALLOW_EXPORT CExtCertificateIssuer : public CExtValue {
 public:
     CExtCertificateIssuer();
@@ -104,7 +120,8 @@ private:
     CGeneralNames issuer_;
 };
 
-/// privateKeyUsagePeriod, 2.5.29.16: when the private key may sign, a shorter time than the certificate is valid:
+/// privateKeyUsagePeriod, 2.5.29.16, of certificates (RFC 3280, section 4.2.1.4): when the private key may sign, a
+/// shorter time than the certificate is valid.
 ///
 ///   PrivateKeyUsagePeriod ::= SEQUENCE {
 ///       notBefore [0] GeneralizedTime OPTIONAL,

@@ -26,9 +26,9 @@ public:
 
     /// Dotted decimal text, never null. Valid until the object is changed or destroyed.
     const char* get_oid() const { return oid_.c_str(); }
-    /// The DER of the value; empty until set. Valid until the object changes. value() allows to change it in place; in
-    /// typed attributes, call decode() afterwards to update the decoded member.
+    /// The DER of the value; empty until set. Valid until the object changes.
     const CBlob& get_value() const { return value_; }
+    /// The same for changing it in place; in typed attributes, call decode() afterwards to update the decoded member.
     CBlob& value() { return value_; }
 
     /// Equal identifier text and equal octets of the value: the same text in two string types is unequal.

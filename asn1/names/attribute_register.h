@@ -29,6 +29,8 @@ public:
     /// found.
     CATAVRegister(const char* oid, const wchar_t* name, StringType type, unsigned long maxLength);
 
+    /// The fields as given to the constructor: object identifier, short name, default string type, and the longest
+    /// value in characters. References live as long as the entry.
     const std::string& oid() const { return oid_; }
     const std::wstring& name() const { return name_; }
     StringType type() const { return type_; }

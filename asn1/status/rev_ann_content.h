@@ -34,9 +34,11 @@ public:
     CRevAnnContent& operator=(const CRevAnnContent& other);
     ~CRevAnnContent();
 
+    /// The number on the wire; one outside the enumeration is kept.
     PKIStatusEnum get_status() const;
     void put_status(const PKIStatusEnum& status);
 
+    /// The certificate that will be revoked.
     const CCertId& get_certId() const;
     void put_certId(const CCertId& certId);
 
