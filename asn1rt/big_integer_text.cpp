@@ -66,7 +66,7 @@ void dropLeadingZeros(RtBigInteger& big) {
     std::memmove(big.mag, first, static_cast<std::size_t>(big.numocts));
 }
 
-// The value of a digit of any radix; 16 for a character that is none.
+// The value of a digit of any radix; 16 for any other character.
 unsigned digitValue(char c) {
     if (c >= '0' && c <= '9') {
         return static_cast<unsigned>(c - '0');
@@ -100,8 +100,8 @@ int packDigits(ASN1CTXT* ctx, RtBigInteger& big, const char* digits, std::size_t
     return 0;
 }
 
-// One step of digits. As lenient as strtoul: inside a number, blanks or a "+" in front of a step's last digit are
-// passed over, so "1 2+3" is read as 10203.
+// One step of digits. As lenient as strtoul: inside a number, blanks or a "+" before a step's last digit are
+// skipped, so "1 2+3" is read as 10203.
 bool readStep(const char* digits, std::size_t count, int radix, std::uint64_t& value) {
     char step[3] = {};
     std::copy_n(digits, count, step);
@@ -170,7 +170,7 @@ int convertDigits(ASN1CTXT* ctx, RtBigInteger& big, const char* digits, std::siz
     return 0;
 }
 
-// The radix that a prefix tells, which is passed over.
+// The radix given by a prefix, which is skipped.
 int radixByPrefix(const char*& text) {
     constexpr struct {
         char letter;
@@ -211,7 +211,7 @@ int readText(ASN1CTXT* ctx, RtBigInteger& big, const char* text, int radix) {
         big.sign = -big.sign;
         negate(big.mag, static_cast<std::size_t>(big.numocts));
     }
-    // A number of zeros alone keeps its sign here; a decimal zero has sign 0.
+    // A number of only zeros keeps its sign here; a decimal zero has sign 0.
     dropLeadingZeros(big);
     return 0;
 }
@@ -338,8 +338,8 @@ int digitsToText(ASN1CTXT* ctx, const RtBigInteger& big, int radix, char* text, 
     return 0;
 }
 
-// The top octet of the two's complement form. Whether the octets below carry into it is judged by the second octet
-// alone, and that is kept: a magnitude such as 0x800001 counts as negated in three octets and is written as 0x7FFFFF, a
+// The top octet of the two's complement form. Whether the octets below carry into it depends on the second octet
+// only, and that is kept: a magnitude such as 0x800001 counts as negated in three octets and is written as 0x7FFFFF, a
 // positive number. Negative decimal text can lead here; hexadecimal text, the form that messages are decoded into, is
 // encoded without this record.
 std::uint8_t topOfComplement(const RtBigInteger& big) {

@@ -358,7 +358,7 @@ int ASN1CBitStr::checkOperand(const std::uint8_t* data) const {
 }
 
 // The operand may lie in the string's own memory, which growing moves: it is then found again by its distance from the
-// start, and has no bits after the end of the string. Each step writes in front of what later steps read of it.
+// start, and has no bits after the end of the string. Each step writes before the octets that later steps read.
 template <class Combine>
 int ASN1CBitStr::combine(const std::uint8_t* data, std::uint32_t numbits, bool grows, Combine combined) {
     int status = checkOperand(data);

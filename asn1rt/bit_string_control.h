@@ -87,8 +87,8 @@ public:
     [[nodiscard]] int shiftLeft(std::uint32_t count);
     [[nodiscard]] int shiftRight(std::uint32_t count);
 
-    /// A view of the octets with the size up to the last set bit. Valid until the string grows; octets of its own live
-    /// as long as the context.
+    /// A view of the octets with the size up to the last set bit. Valid until the string grows; octets that it owns
+    /// live as long as the context.
     operator ASN1TDynBitStr() const;  // NOLINT(google-explicit-constructor): stands in for the record
     /// A copy from the type heap; null when memory runs out.
     operator ASN1TDynBitStr*() const;  // NOLINT(google-explicit-constructor): as above
@@ -115,9 +115,9 @@ private:
     int combine(const std::uint8_t* data, std::uint32_t numbits, bool grows, Combine combined);
     void recalculateSize();
 
-    const std::uint8_t* mpUnitsStorage = nullptr;    // used when the caller has no pointer of his own
+    const std::uint8_t* mpUnitsStorage = nullptr;    // used when the caller has no pointer
     const std::uint8_t** mpUnits = &mpUnitsStorage;  // own pointer, or the one of the caller's record
-    std::uint32_t mNumBitsStorage = 0;               // used when the caller has no count of his own
+    std::uint32_t mNumBitsStorage = 0;               // used when the caller has no count
     std::uint32_t* mpNumBits = &mNumBitsStorage;     // own count, or the caller's
     std::uint32_t mMaxNumBits = kUnbounded;
 

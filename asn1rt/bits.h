@@ -7,8 +7,9 @@
 
 extern "C" {
 
-/// Set or clear bit `index` of `numbits`. Return the previous state of the bit as its mask (non-zero when it was set),
-/// or STATUS_BIT_INDEX, with nothing changed, when `index` is not below `numbits`.
+/// Set or clear bit `index` of `numbits`, which is in bits; `bits` must have that many, in whole octets. Return the
+/// previous state of the bit as its mask (non-zero when it was set), or STATUS_BIT_INDEX, with nothing changed, when
+/// `index` is not below `numbits`.
 TALLOW_EXPORT int rtSetBit(std::uint8_t* bits, std::uint32_t numbits, std::uint32_t index) noexcept;
 TALLOW_EXPORT int rtClearBit(std::uint8_t* bits, std::uint32_t numbits, std::uint32_t index) noexcept;
 

@@ -1,6 +1,12 @@
 // The context record: what every encoder and decoder call receives. It holds the buffer being written or read, the two
 // heaps, the first failure and the flags.
 //
+//   ASN1CTXT ctx;
+//   if (rtInitContext(&ctx, nullptr) != 0) ...       // live
+//   xd_setp(&ctx, data, size, nullptr, nullptr);     // bound to a message
+//   ...                                              // decode; values live in the type heap
+//   rtFreeContext(&ctx);                             // dead: the values are gone, too
+//
 // A context is dead until rtInitContext, live and without a buffer after it, and bound to a message by xe_setp or
 // xd_setp, which may be called again to rebind it. rtFreeContext makes it dead again. It belongs to one thread.
 #pragma once
@@ -32,6 +38,8 @@ inline constexpr std::uint16_t CTX_FLAG_RAW_VALUES = 0x2000;
 /// The outermost element has indefinite length; set and cleared by xd_setp.
 inline constexpr std::uint16_t CTX_FLAG_OUTER_INDEFINITE = 0x4000;
 
+/// The octets being read or written. A decoder moves `byteIndex` up from 0, an encoder down from `size`; the stream
+/// calls move it up.
 struct ASN1Buffer {
     std::uint8_t* data;
     std::uint32_t byteIndex;  ///< decoding: next octet to read; encoding: first octet written
@@ -47,6 +55,8 @@ struct ASN1BufferState {
     std::uint16_t flags;
 };
 
+/// The record itself. Do not copy it: rtCopyContext saves and restores what may be copied. Functions that take a
+/// context expect a live one unless they say otherwise.
 struct ASN1CTXT {
     ASN1MEMHEAP* pMsgMemHeap;   ///< owns the dynamic encode buffer
     ASN1MEMHEAP* pTypeMemHeap;  ///< owns every decoded value and every list node

@@ -1,6 +1,10 @@
-// The shared context of the class layer: a counted ASN1Context and the pointer that counts it. Everything decoded into
-// a context lives in its type heap and is freed with the last reference. The count is a plain integer: a context and
-// all that shares it belong to one thread.
+// The shared context of the class layer: a counted ASN1Context and the pointer that counts it.
+//
+//   ASN1CtxtPtr context(new ASN1Context);           // count 1
+//   ASN1CtxtPtr shared = context;                   // count 2; the last one frees everything
+//
+// Everything decoded into a context lives in its type heap and is freed with the last reference. The count is a plain
+// integer: a context and all that shares it belong to one thread.
 #pragma once
 
 #include <cstdint>
@@ -17,9 +21,11 @@ public:
     ASN1Context(const ASN1Context&) = delete;
     ASN1Context& operator=(const ASN1Context&) = delete;
 
+    /// Adds a reference; pair it with _unref, or use ASN1CtxtPtr, which does both.
     void _ref() noexcept { ++refCount; }
     /// Drops a reference; the last one frees the context with everything in its heaps and deletes the object.
     void _unref() noexcept;
+    /// The number of references; 0 directly after new.
     [[nodiscard]] std::uint32_t getRefCount() const noexcept { return refCount; }
 
     /// Prints the stored status on standard output.
@@ -31,7 +37,8 @@ private:
     std::uint32_t refCount = 0;
 };
 
-/// Holds one reference to a context, or none.
+/// Holds one reference to a context, or none. A copy adds a reference, a move construction transfers it, a move
+/// assignment exchanges the two; no member throws.
 class TALLOW_EXPORT ASN1CtxtPtr {
 public:
     ASN1CtxtPtr() noexcept = default;
@@ -43,6 +50,7 @@ public:
     ASN1CtxtPtr& operator=(ASN1Context* context) noexcept;
     ~ASN1CtxtPtr();
 
+    /// The context, null when none is held. The pointer adds no reference: it is valid as long as some reference is.
     [[nodiscard]] ASN1Context* get() const noexcept { return mPointer; }
     operator ASN1Context*() const noexcept { return mPointer; }  // NOLINT(google-explicit-constructor): as above
     ASN1Context* operator->() const noexcept { return mPointer; }

@@ -1,10 +1,17 @@
 // The base of all control classes: an object over a value record that encodes it to, or decodes it from, a buffer.
+//
+//   ASN1BERDecodeBuffer buffer(data, size);
+//   asn1data::ASN1T_CertID record{};
+//   asn1data::ASN1C_CertID control(buffer, record);
+//   if (int status = control.Decode(); status != 0) ...
 #pragma once
 
 #include "asn1rt/context_ref.h"
 #include "asn1rt/message_buffer.h"
 #include "export.h"
 
+/// Neither the record nor the buffer is owned: both must outlive the object. What is decoded belongs to the type heap
+/// of the context, which the object keeps alive.
 class TALLOW_EXPORT ASN1CType {
 public:
     /// Works in the context of the buffer. The buffer is kept for Encode() and Decode() and must outlive them.
@@ -16,17 +23,21 @@ public:
     ASN1CType& operator=(const ASN1CType&) = delete;
     virtual ~ASN1CType();
 
-    /// EncodeTo and DecodeFrom with the buffer kept. STATUS_BAD_ARGUMENT without one.
+    /// EncodeTo and DecodeFrom with the buffer that was kept. STATUS_BAD_ARGUMENT, recorded in the context, without
+    /// one.
     [[nodiscard]] virtual int Encode();
     [[nodiscard]] virtual int Decode();
-    /// Encodes the value and returns its octets, or a negative status. Returns 0 and does nothing here.
+    /// Encodes the value and returns its octets, or a negative status. The generated classes override it; here it does
+    /// nothing and returns 0.
     [[nodiscard]] virtual int EncodeTo(ASN1MessageBufferIF& buffer);
-    /// Decodes the value and returns a status. Returns 0 and does nothing here.
+    /// Decodes the value and returns 0 or a negative status, with the record then partly filled. Here it does nothing
+    /// and returns 0.
     [[nodiscard]] virtual int DecodeFrom(ASN1MessageBufferIF& buffer);
 
     /// Keeps the buffer, and shares its type heap, so that what is decoded from it lives as long as this object.
     void setMsgBuf(ASN1MessageBufferIF& buffer);
 
+    /// The context, as a new reference or as the plain record, which is valid as long as this object.
     [[nodiscard]] ASN1CtxtPtr getContext() const { return mpContext; }
     [[nodiscard]] ASN1CTXT* getCtxtPtr() const { return mpContext.get(); }
 

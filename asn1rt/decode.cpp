@@ -148,7 +148,7 @@ int readLongLength(ASN1CTXT* ctx, int* length) {
         value = (value << 8) | position(ctx)[i];
     }
     ctx->buffer.byteIndex += count;
-    // The four octets FF FF D8 F1 are the number that stands for the indefinite form, and are taken for it: an element
+    // The four octets FF FF D8 F1 are the number that means the indefinite form, and are taken for it: an element
     // that claims this length must end with end-of-contents.
     *length = static_cast<int>(value);
     if (*length == LEN_INDEFINITE || (ctx->flags & CTX_FLAG_NO_LENGTH_CHECK) != 0) {

@@ -25,7 +25,7 @@ extern "C" {
 /// element, header included, or LEN_INDEFINITE. A `size` of 0 or below means that the caller vouches for the element
 /// being complete: without a size nothing bounds the reading but the element's own length. STATUS_BAD_LENGTH when the
 /// element is longer than the input, STATUS_NOT_INITIALIZED on a dead context; otherwise as xd_tag_len. Null `data`
-/// stands for `size` zero octets, which the heap must have room for (STATUS_NO_MEMORY).
+/// means `size` zero octets, which the heap must have room for (STATUS_NO_MEMORY).
 ///
 /// From here on, the type heap may grow by 64 times the element's size and 1 MiB; decoders then return
 /// STATUS_NO_MEMORY.
@@ -44,7 +44,7 @@ extern "C" {
 /// a short form is not compared with what is left, the reader of the contents does that.
 [[nodiscard]] TALLOW_EXPORT int xd_len(ASN1CTXT* ctx, int* length) noexcept;
 
-/// Steps over a tag octet that the caller has looked at already, marks it as constructed and reads the length.
+/// Steps over a tag octet that the caller has already read, marks it as constructed and reads the length.
 [[nodiscard]] TALLOW_EXPORT int xd_Tag1AndLen(ASN1CTXT* ctx, int* length) noexcept;
 
 /// Reads one tag octet, compared without its constructed bit, and the length (may be null).

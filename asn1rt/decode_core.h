@@ -1,4 +1,4 @@
-// Through these functions every octet of input is read: the bounds checks stand here and nowhere else. None of them
+// These functions read every octet of input: all bounds checks are here. None of them
 // records a failure in the context; the public readers do that for the status they return.
 #pragma once
 

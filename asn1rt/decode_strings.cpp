@@ -192,7 +192,7 @@ int allocateContents(ASN1CTXT* ctx, const Extent& extent, std::uint32_t extra, s
     if (extra != 0) {
         std::memset(made + *count, 0, extra);
     }
-    // Segment headers took part in the measure; the size of the block is to tell the octets of the string.
+    // Segment headers were measured, too; the size of the block must be that of the string.
     if (*count < room) {
         static_cast<void>(rtMemHeapRealloc(&ctx->pTypeMemHeap, made, std::size_t{*count} + extra));
     }

@@ -40,7 +40,7 @@ TALLOW_EXPORT _Asn1RTDListNode* rtDListInsertBefore(ASN1CTXT* ctx, _Asn1RTDList*
 TALLOW_EXPORT _Asn1RTDListNode* rtDListInsertAfter(ASN1CTXT* ctx, _Asn1RTDList* list, _Asn1RTDListNode* node,
                                                    void* data) noexcept;
 
-/// Links in the node that lies directly in front of `element`, and returns it. Nothing is allocated.
+/// Links in the node that lies directly before `element`, and returns it. Nothing is allocated.
 TALLOW_EXPORT _Asn1RTDListNode* rtDListAppendNode(ASN1CTXT* ctx, _Asn1RTDList* list, void* element) noexcept;
 
 /// The node at `index`; null when `index` reaches `count`, the head for a negative one.

@@ -1,7 +1,7 @@
 // BER encoder, the buffer, tags and lengths.
 //
 // A message is written back to front: a constructed value writes its last member first, each writer returns how many
-// octets it added, and the sum goes into the length in front of them. Nothing is computed in advance or moved. What is
+// octets it added, and the sum goes into the length before them. Nothing is computed in advance or moved. What is
 // written is DER wherever the value allows it.
 //
 //     xe_setp(ctx, nullptr, 0);
@@ -49,7 +49,7 @@ TALLOW_EXPORT void xe_getBufLocDescr(const ASN1CTXT* ctx, std::uint32_t numocts,
 /// and returns 0.
 [[nodiscard]] TALLOW_EXPORT int xe_len(ASN1CTXT* ctx, int length) noexcept;
 
-/// Writes tag and length in front of the `length` octets written before, and returns `length` plus the header. A
+/// Writes tag and length before the `length` octets written before, and returns `length` plus the header. A
 /// negative length is the failed result of another writer: it is returned as it is, and nothing is written. With
 /// LEN_INDEFINITE the length octet is 0x80 and the result counts only the header.
 [[nodiscard]] TALLOW_EXPORT int xe_tag_len(ASN1CTXT* ctx, ASN1TAG tag, int length) noexcept;

@@ -12,7 +12,7 @@ namespace encoding {
 /// Most octets of a header: 6 identifier octets (29-bit tag number) and 5 length octets.
 inline constexpr std::uint32_t kMaxHeader = 11;
 
-/// Makes at least `length` octets of room in front of what has been written.
+/// Makes at least `length` octets of room before what has been written.
 inline int reserve(ASN1CTXT* ctx, std::uint32_t length) {
     return ctx->buffer.byteIndex >= length ? 0 : xe_expandBuffer(ctx, length);
 }

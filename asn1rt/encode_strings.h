@@ -1,5 +1,9 @@
-// BER encoder, the writers of octet, bit and character strings, always in the primitive form. What writers return is
-// told in "asn1rt/encode.h". Alphabets and size constraints are the schema's concern and not checked here.
+// BER encoder: octet, bit and character strings, always in the primitive form (X.690, clauses 8.6, 8.7 and 8.23).
+//
+//   int length = xe_octstr(ctx, data, size, TAG_EXPLICIT);     // writes 04, length and contents
+//
+// "asn1rt/encode.h" describes what writers return. Alphabets and size constraints are checked by the schema code, not
+// here.
 #pragma once
 
 #include <cstdint>

@@ -26,7 +26,7 @@ extern "C" {
 [[nodiscard]] TALLOW_EXPORT int xe_bigint(ASN1CTXT* ctx, const char* text, ASN1TagType tagType) noexcept;
 
 /// The same for a magnitude, from "0" or text that begins with "0x" or "0b" only; decimal text is STATUS_BAD_VALUE. The
-/// digits are written as they stand: "0xFF" gives the single octet 0xFF, which readers take as -1, and a leading zero
+/// digits are written unchanged: "0xFF" gives the single octet 0xFF, which readers take as -1, and a leading zero
 /// digit that completes octets gives one 0x00 in front, needed or not. The text decides whether the top bit is
 /// protected.
 [[nodiscard]] TALLOW_EXPORT int xe_biguint(ASN1CTXT* ctx, const char* text, ASN1TagType tagType) noexcept;

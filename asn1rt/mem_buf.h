@@ -1,4 +1,11 @@
 // A buffer that grows at its end, in steps of a segment size, with memory from the type heap of its context.
+//
+//   ASN1MemBuf buffer;
+//   rtMemBufInit(ctx, &buffer, 1024);
+//   if (int status = rtMemBufAppend(&buffer, data, size); status != 0) return status;
+//   std::uint32_t length;
+//   const std::uint8_t* octets = rtMemBufGetData(&buffer, &length);
+//   rtMemBufFree(&buffer);                          // or leave it to the heap
 #pragma once
 
 #include <cstdint>
@@ -7,6 +14,8 @@
 
 struct ASN1CTXT;
 
+/// The buffer. Read its fields through the functions below; sizes are in octets. A caller that puts its own memory into
+/// `data` sets `capacity` and clears `owned`.
 struct ASN1MemBuf {
     ASN1CTXT* pCtxt;
     std::uint32_t segSize;     ///< the capacity is a multiple of it
@@ -24,7 +33,7 @@ extern "C" {
 /// Makes an empty buffer. A segment size of 0 counts as 1.
 TALLOW_EXPORT void rtMemBufInit(ASN1CTXT* ctx, ASN1MemBuf* buf, std::uint32_t segSize) noexcept;
 
-/// Forgets the contents, and keeps the memory.
+/// Removes the contents and keeps the memory, which is not overwritten.
 TALLOW_EXPORT void rtMemBufReset(ASN1MemBuf* buf) noexcept;
 
 /// Frees the memory when it is owned, and leaves an empty buffer.

@@ -8,7 +8,7 @@
 #include "asn1rt/dlist.h"
 #include "asn1rt/types.h"
 
-// The header in front of each block's octets. pPrev names the field that points at the block, in the heap record for
+// The header before each block's octets. pPrev names the field that points at the block, in the heap record for
 // the newest block and in the neighbour for the others. Unlinking is thus right even when the block is given back
 // through another heap, as happens to an encode buffer that grew while a context's two heaps differed.
 struct alignas(std::max_align_t) ASN1MemBlock {

@@ -30,7 +30,7 @@ int ASN1MessageBuffer::initBuffer(ASN1MemBuf& memory) {
     std::uint32_t size = 0;
     const std::uint8_t* data = memory.data == nullptr ? nullptr : rtMemBufGetData(&memory, &size);
     if (data == nullptr) {
-        // A context without octets would ask for a buffer of its own, and a decoder would read what happens to be in
+        // A context without octets would request a new buffer, and a decoder would read what happens to be in
         // it.
         return rtErrSetData(&getCtxtPtr()->errInfo, STATUS_BAD_ARGUMENT, nullptr, 0);
     }

@@ -11,7 +11,7 @@
 extern "C" {
 
 /// Reads dotted decimal text ("1.2.840") into `oid`. Returns 1, or 0 when a piece is empty, holds anything but a
-/// number, does not fit 32 bits, or would be the 129th. The arcs in front of the bad piece stay in `oid`.
+/// number, does not fit 32 bits, or would be the 129th. The arcs before the bad piece stay in `oid`.
 [[nodiscard]] TALLOW_EXPORT int rtStrToOid(const char* text, ASN1OBJID* oid) noexcept;
 
 /// Writes `oid` as dotted decimal with a closing NUL. `size` is the room for the text only: the buffer must be one

@@ -149,7 +149,7 @@ int xe_OpenType(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t numocts) 
         return STATUS_BAD_VALUE;
     }
     const int length = elementLength(data, numocts);
-    // An open type that was encoded in place stands where it belongs already.
+    // An open type that was encoded in place is already where it belongs.
     if (length < 0 || data == xe_getp(ctx)) {
         return length;
     }

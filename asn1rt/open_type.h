@@ -11,7 +11,7 @@
 
 extern "C" {
 
-/// Places the first element of `numocts` octets at `data` in front of what has been written; octets after it are
+/// Places the first element of `numocts` octets at `data` before what has been written; octets after it are
 /// dropped. Returns the element's length; nothing is copied when it is there already (`data` is xe_getp). 0 octets
 /// return 0. STATUS_BAD_VALUE for null or an end-of-contents pair, a decoder's status when the octets do not hold one
 /// complete element, else the statuses of "asn1rt/encode.h".

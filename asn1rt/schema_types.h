@@ -69,10 +69,10 @@ struct TALLOW_EXPORT ASN1TPDUSeqOfList : ASN1TSeqOfList, ASN1TPDU {};
 /// A complete encoded element under its plain name.
 using ASN1OpenType = ASN1TOpenType;
 
-/// An open type whose type a table constraint may tell.
+/// An open type whose type may follow from a table constraint.
 struct Asn1TObject {
-    ASN1TOpenType encoded = {};  ///< the octets as they stand in the message
+    ASN1TOpenType encoded = {};  ///< the octets as they are in the message
     void* decoded = nullptr;     ///< the value record; null while not decoded
-    void* object = nullptr;      ///< the information object that tells the type; null when none is known
+    void* object = nullptr;      ///< the information object that gives the type; null when none is known
 };
 using Asn1Object = Asn1TObject;

@@ -224,7 +224,7 @@ ASN1CSeqOfListIterator* ASN1CSeqOfList::iteratorFrom(const void* data) {
 ASN1CSeqOfListIterator::ASN1CSeqOfListIterator(ASN1CSeqOfList& owner, _Asn1RTDListNode* next)
     : mpOwner(&owner), mpNext(next), mExpectedModCount(owner.mModCount) {}
 
-// After a change of the list the next element may be gone, so it is not looked at.
+// After a change of the list the next element may be gone, so it is not read.
 bool ASN1CSeqOfListIterator::hasNext() const {
     return isInStep() && mpNext != nullptr;
 }

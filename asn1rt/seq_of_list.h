@@ -51,7 +51,7 @@ public:
     /// rounded up, are copied.
     [[nodiscard]] int appendArrayCopy(const void* array, std::uint32_t count, std::uint32_t elementSize);
 
-    // Unlink an element; neither node nor data is freed. STATUS_BAD_ARGUMENT when there is none such.
+    // Unlink an element; neither node nor data is freed. STATUS_BAD_ARGUMENT when it is not in the list.
     [[nodiscard]] int remove(std::int32_t index);
     [[nodiscard]] int remove(void* data);
     [[nodiscard]] int remove(_Asn1RTDListNode* node);
@@ -80,11 +80,11 @@ public:
     void* toArray(void* array, std::uint32_t capacity, std::uint32_t elementSize) const;
 
     // New iterators in the heap of the context; they go with it. Null without a context, or when memory runs out.
-    /// In front of the first element.
+    /// Before the first element.
     [[nodiscard]] ASN1CSeqOfListIterator* iterator();
     /// After the last element: prev() returns it.
     [[nodiscard]] ASN1CSeqOfListIterator* iteratorFromLast();
-    /// In front of the element with this data pointer: next() returns it. Null when there is none.
+    /// Before the element with this data pointer: next() returns it. Null when there is none.
     [[nodiscard]] ASN1CSeqOfListIterator* iteratorFrom(const void* data);
 
     [[nodiscard]] _Asn1RTDList& getList() const { return *mpList; }
@@ -103,8 +103,8 @@ private:
     bool mOwnsList = false;
 };
 
-/// A position between two elements. It notices when the list was changed by other means than itself, and then refuses
-/// to work: null or STATUS_LIST_CHANGED. The list must outlive it.
+/// A position between two elements. It notices when the list was changed by other means, and then every operation
+/// fails: null or STATUS_LIST_CHANGED. The list must outlive it.
 class TALLOW_EXPORT ASN1CSeqOfListIterator {
 public:
     ASN1CSeqOfListIterator(ASN1CSeqOfList& owner, _Asn1RTDListNode* next);
@@ -123,7 +123,7 @@ public:
     [[nodiscard]] int remove();
     [[nodiscard]] int set(void* data);
 
-    /// Puts an element in front of the one that next() would return. STATUS_LIST_CHANGED, STATUS_NO_MEMORY.
+    /// Puts an element before the one that next() would return. STATUS_LIST_CHANGED, STATUS_NO_MEMORY.
     [[nodiscard]] int insert(void* data);
 
     /// The status of the last call of next() or prev() that returned null, or of a failed change; 0 before any.

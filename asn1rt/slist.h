@@ -1,5 +1,11 @@
 // Singly linked list of pointers that it does not own. Nodes come from the type heap of the owning context, or from
 // malloc when the list has no owner.
+//
+//   rtSList list;
+//   rtSListInitEx(ctx, &list);
+//   if (rtSListAppend(&list, item) == nullptr) return STATUS_NO_MEMORY;
+//   for (rtSListNode* node = list.pHead; node != nullptr; node = node->pNext) ...
+//   rtSListFree(&list);
 #pragma once
 
 #include <cstdint>
@@ -8,11 +14,14 @@
 
 struct ASN1CTXT;
 
+/// One element. `data` is the caller's; `pNext` is null in the last node.
 struct rtSListNode {
     void* data;
     rtSListNode* pNext;
 };
 
+/// The list. Both ends are null when it is empty. Copying the record does not copy the nodes: only one of the two may
+/// be changed or freed.
 struct rtSList {
     std::uint32_t count;
     rtSListNode* pHead;

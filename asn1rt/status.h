@@ -1,13 +1,18 @@
 // Status numbers of the ASN.1 runtime, and the error record in which the first failure of a context stays.
 //
+//   int length = xe_octstr(ctx, data, size, TAG_EXPLICIT);
+//   if (length < 0) return length;                  // ctx->errInfo.status holds the first failure
+//
 // Success is 0. An encoder returns the octets it added (0 or more) or one of these negative numbers; a decoder returns
-// 0 or one of them. No status has a text: what went wrong is told to people further up, where the message is known.
+// 0 or one of them. A status has no text: callers report what went wrong, where the message is known. The value classes
+// of asn1/ turn STATUS_NO_MEMORY into kAsn1Memory and every other number into kAsn1Error.
 #pragma once
 
 #include <cstdint>
 
 #include "export.h"
 
+// Numbers that are missing are not used.
 inline constexpr int STATUS_BUFFER_FULL = -1;          ///< no room left in a buffer that the context does not own
 inline constexpr int STATUS_END_OF_BUFFER = -2;        ///< a decoder would have run past the end of its input
 inline constexpr int STATUS_TAG_MISMATCH = -3;         ///< the tag at the position is not the expected one
@@ -46,7 +51,7 @@ extern "C" {
 /// each caller on the way up may return its own. `moduleName` and `lineNumber` are ignored; pass null and 0.
 TALLOW_EXPORT int rtErrSetData(ASN1ErrInfo* errInfo, int status, const char* moduleName, int lineNumber) noexcept;
 
-/// Forgets the stored status; returns 0. A decoder calls it after a STATUS_TAG_MISMATCH that meant only that an
+/// Removes the stored status; returns 0. A decoder calls it after a STATUS_TAG_MISMATCH that meant only that an
 /// OPTIONAL element is absent.
 TALLOW_EXPORT int rtErrReset(ASN1ErrInfo* errInfo) noexcept;
 

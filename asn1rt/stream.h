@@ -9,7 +9,7 @@
 
 struct ASN1CTXT;
 
-/// Both operations return 0 or a negative status.
+/// A sink for encoded octets. Both operations return 0 or a negative status, which the calls below return unchanged.
 struct ASN1Stream {
     int (*write)(ASN1Stream* stream, const std::uint8_t* data, std::uint32_t length);
     int (*flush)(ASN1Stream* stream);
@@ -18,6 +18,7 @@ struct ASN1Stream {
     void* pUser;                 ///< the application's own; the runtime does not touch it
 };
 
+/// rtStreamWrite needs STREAM_FLAG_OUTPUT; rtStreamBufFlush accepts a stream with either flag.
 inline constexpr std::uint32_t STREAM_FLAG_OUTPUT = 0x0002;
 inline constexpr std::uint32_t STREAM_FLAG_BUFFERED = 0x8000;
 
@@ -26,7 +27,7 @@ extern "C" {
 /// Frees the stream record through the message heap. Nothing is flushed.
 TALLOW_EXPORT void rtStreamRelease(ASN1CTXT* ctx) noexcept;
 
-/// Hands octets to the write operation. STATUS_NOT_INITIALIZED when there is none, or the stream is not for output.
+/// Passes octets to the write operation. STATUS_NOT_INITIALIZED when there is none, or the stream is not for output.
 [[nodiscard]] TALLOW_EXPORT int rtStreamWrite(ASN1CTXT* ctx, const std::uint8_t* data, std::uint32_t length) noexcept;
 
 /// Calls the flush operation; STATUS_BAD_ARGUMENT when there is none.

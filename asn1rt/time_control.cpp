@@ -100,7 +100,7 @@ int ASN1CTime::checkDate(int day, int month, int year) const {
     }
     int last = daysInMonth[1];
     if (month != kNotSet) {
-        // A leap day stands until the year is known.
+        // A leap day is accepted until the year is known.
         const bool leapDay = month == 2 && (year == kNotSet || isLeapYear(year));
         last = daysInMonth[month] + (leapDay ? 1 : 0);
     }
@@ -246,7 +246,7 @@ std::time_t ASN1CTime::getTime() const {
     fields.tm_min = std::max<int>(mFields.minute, 0);
     fields.tm_sec = std::max<int>(mFields.second, 0);
     fields.tm_isdst = -1;
-    // The offset is added, not taken off, and "Z" is not looked at: see the header for what that is good for.
+    // The offset is added, not taken off, and "Z" is ignored: see the header for what that is good for.
     return std::mktime(&fields) + std::time_t{60} * (mFields.diffHour * 60 + mFields.diffMin);
 }
 

@@ -56,7 +56,7 @@ public:
     [[nodiscard]] virtual int setUTC(bool utc);
     /// 0 to 9999. 29 February must exist in the new year.
     [[nodiscard]] virtual int setYear(int year);
-    /// 1 to 12. The day is not looked at, so that a date can be changed field by field.
+    /// 1 to 12. The day is not checked, so that a date can be changed field by field.
     [[nodiscard]] virtual int setMonth(int month);
     /// Within the month, as far as month and year are set.
     [[nodiscard]] virtual int setDay(int day);
@@ -152,7 +152,7 @@ protected:
     static void addDays(Fields& fields, std::int64_t days);
 
     static const std::int16_t daysInMonth[13];     // of a common year, from index 1
-    static const std::int16_t daysAfterMonth[13];  // days of a common year in front of the month, from index 1
+    static const std::int16_t daysAfterMonth[13];  // days of a common year before the month, from index 1
 
     mutable Fields mFields;                     // filled by the first getter, hence changed in const objects too
     mutable bool mParsed = false;               // the fields are known
@@ -189,7 +189,7 @@ public:
     [[nodiscard]] int compileString() override;
 };
 
-/// UTCTime, X.680 47: two digits of year, which stand for 1950 to 2049, and no fraction.
+/// UTCTime, X.680 47: two digits of year, which mean 1950 to 2049, and no fraction.
 class TALLOW_EXPORT ASN1CUTCTime : public ASN1CTime {
 public:
     explicit ASN1CUTCTime(const char*& text, std::int32_t size = 0, bool forceUTC = false);

@@ -1,4 +1,4 @@
-// The two forms of time text: what each reads, writes and refuses.
+// The two forms of time text: what each reads, writes and rejects.
 #include "asn1rt/time_control.h"
 
 #include <algorithm>

@@ -42,7 +42,7 @@ public:
     explicit TimeText(const char* text) : text_(text), size_(std::strlen(text)) {}
     [[nodiscard]] char at(std::size_t i) const { return i < size_ ? text_[i] : '\0'; }
     [[nodiscard]] bool digitAt(std::size_t i) const { return isDigit(at(i)); }
-    // The one or two digits from position `i`, where one stands.
+    // The one or two digits from position `i`, if there is one.
     [[nodiscard]] int number(std::size_t i) const {
         const int first = at(i) - '0';
         return digitAt(i + 1) ? first * 10 + (at(i + 1) - '0') : first;
@@ -53,8 +53,8 @@ private:
     std::size_t size_;
 };
 
-// A number of at most `width` characters. Blanks in front are passed over and a sign is taken, as in a formatted read;
-// the fixed positions of what follows then refuse most such texts.
+// A number of at most `width` characters. Leading blanks are skipped and a sign is accepted, as in a formatted read;
+// the fixed positions of what follows then reject most such texts.
 bool readNumber(const TimeText& text, std::size_t& i, int width, int& value) {
     while (isBlank(text.at(i))) {
         ++i;

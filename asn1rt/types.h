@@ -7,10 +7,12 @@
 
 #include <cstdint>
 
-/// A tag: class in bits 31 and 30, constructed bit 29, tag number in bits 28 to 0.
-/// 0x20000010 is SEQUENCE, 0xA0000001 context [1] constructed, 0x80000002 context [2] primitive.
+/// A tag word: class in bits 31 and 30, constructed bit 29, tag number in bits 28 to 0 (X.690, clause 8.1.2).
+/// 0x20000010 is SEQUENCE, 0xA0000001 context [1] constructed, 0x80000002 context [2] primitive. Not the identifier
+/// octet of the wire: 0x30 for SEQUENCE is another number.
 using ASN1TAG = std::uint32_t;
 
+// The classes, the constructed bit, and the bits of the number; combine with |.
 inline constexpr ASN1TAG kTagUniversal = 0;
 inline constexpr ASN1TAG kTagApplication = 0x40000000;
 inline constexpr ASN1TAG kTagContext = 0x80000000;
@@ -54,6 +56,8 @@ inline constexpr int MATCH_SKIP_FIRST = 8;  ///< step over the current element b
 /// Most arcs that an object identifier can hold here.
 inline constexpr std::uint32_t ASN1_MAX_ARCS = 128;
 
+/// An OBJECT IDENTIFIER as numbers: arcs of 32 bits, the first two separate (X.690, clause 8.19). Arcs from `numids` on
+/// are undefined. The second record has arcs of 64 bits, for identifiers that need them.
 struct ASN1OBJID {
     std::uint32_t numids;  ///< arcs in use, at most ASN1_MAX_ARCS
     std::uint32_t subid[ASN1_MAX_ARCS];
@@ -64,17 +68,19 @@ struct ASN1OID64 {
     std::int64_t subid[ASN1_MAX_ARCS];
 };
 
+/// The contents of an OCTET STRING; null `data` with 0 octets for an empty one.
 struct ASN1TDynOctStr {
     std::uint32_t numocts;  ///< octets at `data`
     const std::uint8_t* data;
 };
 
+/// The contents of a BIT STRING without the octet that counts unused bits.
 struct ASN1TDynBitStr {
     std::uint32_t numbits;     ///< bits at `data`, the first one the most significant of the first octet
     const std::uint8_t* data;  ///< (numbits + 7) / 8 octets
 };
 
-/// A complete encoded element, header included.
+/// A complete encoded element, header included, for a value whose type is not decoded here.
 struct ASN1TOpenType {
     std::uint32_t numocts;
     const std::uint8_t* data;
@@ -99,7 +105,7 @@ struct ASN1BufLocDescr {
     std::uint32_t offset;   ///< octets from the last octet of the buffer back to the member's first
 };
 
-/// The value that encloses extension additions.
+/// The value that encloses extension additions, as a decoder notes it before reading them.
 struct ASN1ExtPosition {
     const std::uint8_t* start;  ///< first contents octet of the value
     int length;                 ///< its length, or LEN_INDEFINITE

@@ -37,7 +37,7 @@ TALLOW_EXPORT std::int32_t rtUTF8DecodeChar(ASN1CTXT* ctx, const std::uint8_t* t
 /// STATUS_BAD_UTF8 at an octet that cannot lead, 0 for null.
 TALLOW_EXPORT int rtUTF8Len(const char* text) noexcept;
 
-/// The octets in front of the NUL; 0 for null.
+/// The octets before the NUL; 0 for null.
 TALLOW_EXPORT std::uint32_t rtUTF8LenBytes(const char* text) noexcept;
 
 /// A copy in the type heap with its NUL; null when memory runs out. Null text gives an empty copy.

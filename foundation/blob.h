@@ -18,7 +18,7 @@
 namespace Orvane {
 
 /// Size and owned bytes. If cbData() is above 0, pbData() is valid for that many bytes; it may be non-null while
-/// cbData() is 0. Memory that cannot be had is reported by std::bad_alloc, with the blob unchanged.
+/// cbData() is 0. Exhausted memory is reported by std::bad_alloc, with the blob unchanged.
 class TALLOW_EXPORT CBlob {
 public:
     /// No bytes and a null pointer.
@@ -39,7 +39,7 @@ public:
     CBlob& operator=(CBlob&& other) noexcept;
     ~CBlob() = default;
 
-    /// The number of valid bytes.
+    /// The number of valid octets.
     [[nodiscard]] unsigned long cbData() const noexcept { return cbData_; }
     /// The bytes, writable also through a const blob; null or not when cbData() is 0. Valid until the blob is changed
     /// in any way but through this pointer, or destroyed.
@@ -48,16 +48,18 @@ public:
     /// Replaces the content by a copy. `data` may lie inside this blob's own bytes. Size 0 frees the buffer and leaves
     /// a null pointer. Throws as the constructor, with the blob unchanged.
     void assign(const unsigned char* data, unsigned long size);
-    /// Sets the size. Growing allocates exactly `size` bytes and keeps the old ones; the new tail is not initialised.
-    /// Shrinking keeps the buffer.
+    /// Sets the size. Growing allocates exactly `size` bytes and keeps the old ones; the new tail is not initialised:
+    /// write it before anything reads it. Shrinking keeps the buffer. Throws std::bad_alloc, with the blob unchanged.
     void resize_to(unsigned long size);
+    /// Exchanges the contents; pointers from pbData() then belong to the other blob.
     void swap(CBlob& other) noexcept;
     /// Reverses the bytes in place, as between a big-endian serial number and a little-endian integer.
     void reverse() noexcept;
     /// Appends the bytes of `other`. A blob appended to itself doubles its size but does not repeat its content: the
     /// new half is of no use until it is written.
     CBlob& operator+=(const CBlob& other);
-    /// Sets the size to 0 and nothing else: the buffer is kept, and no byte of it is overwritten.
+    /// Sets the size to 0 and nothing else: the buffer is kept, and its bytes are not overwritten. Not a way to erase
+    /// secrets.
     void clear() noexcept { cbData_ = 0; }
 
     /// Replaces the content by that of a whole file; an empty file gives an empty blob with a null pointer. Throws
@@ -66,14 +68,15 @@ public:
     /// last error of the conversion, the blob then being unchanged.
     void readFromFile(const char* path);
     void readFromFile(const wchar_t* path);
-    /// Writes the content to a file, which is truncated or made. Throws as readFromFile when the path cannot be
-    /// converted, and 0x80070002 when the file cannot be opened. A write that fails later is not reported.
+    /// Writes the content to a file, which is truncated or made with the permissions of the umask. Throws as
+    /// readFromFile when the path cannot be converted, and 0x80070002 when the file cannot be opened. A write that
+    /// fails later is not reported.
     void writeToFile(const char* path) const;
     void writeToFile(const wchar_t* path) const;
 
     /// Replaces the content by the bytes named in `text`, two hexadecimal digits of either case a byte. White space may
-    /// may appear before and between the pairs, not inside one. The first character that does not fit ends the reading
-    /// without an error, so that what was read so far is kept and a lone last digit is dropped. Not null.
+    /// appear before and between the pairs, not inside one. Reading stops without an error at the first other
+    /// character: what was read so far is kept, and a single last digit is dropped. Not null.
     void readFromHexString(const char* text);
     /// The content in upper-case hexadecimal digits. With `group` above 0 a blank is written before every byte whose
     /// index is a non-zero multiple of it.

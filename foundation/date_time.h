@@ -36,17 +36,24 @@ public:
     /// cut), then optionally 'Z'. Missing fields are 0. Another time zone is not recognised. Throws 0x8007076D for a
     /// character other than a digit in a field, 0x80004005 for a date that does not exist. Not null.
     explicit CDateTime(const char* generalizedTime);
+    /// From the platform's records, rounded down to a whole microsecond. A _SYSTEMTIME that is not a valid date throws
+    /// the converted last error.
     explicit CDateTime(_FILETIME time) noexcept;
     explicit CDateTime(_SYSTEMTIME time);
+    /// From calendar fields in UTC; month and day count from 1, millisecond is within the second, microsecond within
+    /// the millisecond. Fields that are not a valid date throw the
+    /// converted last error; `microsecond` is added without a check.
     CDateTime(unsigned int year, unsigned int month, unsigned int day, unsigned int hour, unsigned int minute,
               unsigned int second, unsigned int millisecond, unsigned int microsecond);
 
+    /// From and to the raw count of ticks.
     [[nodiscard]] static constexpr CDateTime fromTicks(std::uint64_t ticks) noexcept { return CDateTime(ticks); }
     [[nodiscard]] constexpr std::uint64_t ticks() const noexcept { return std::uint64_t{high_} << 32 | low_; }
-    /// The present moment.
+    /// The current time, in UTC.
     [[nodiscard]] static CDateTime Now();
 
-    /// Calendar fields, computed on every call.
+    /// Calendar fields in UTC, computed on every call. They throw as described above when the platform cannot convert
+    /// the time: counts with the top bit set.
     [[nodiscard]] unsigned int year() const;
     [[nodiscard]] unsigned int month() const;  ///< 1 to 12
     [[nodiscard]] unsigned int day() const;
@@ -55,6 +62,7 @@ public:
     [[nodiscard]] unsigned int second() const;
     [[nodiscard]] unsigned int millisecond() const noexcept;  ///< within the second
     [[nodiscard]] unsigned int microsecond() const noexcept;  ///< within the millisecond
+    /// The platform's records: calendar fields down to milliseconds, and the count of ticks.
     [[nodiscard]] _SYSTEMTIME getSystemTime() const;
     [[nodiscard]] _FILETIME getFileTime() const noexcept;
     /// Whole seconds since 1970-01-01, cut towards 0.
@@ -76,8 +84,10 @@ public:
     [[nodiscard]] CDateTime utcToLocal() const;
     [[nodiscard]] CDateTime localToUtc() const;
 
+    /// Move the time. += wraps; -= throws 0x80004005 for a result before 1601, with the object unchanged.
     CDateTime& operator+=(const CDateTimeSpan& span) noexcept;
     CDateTime& operator-=(const CDateTimeSpan& span);
+    /// Exchanges the two times.
     void swap(CDateTime& other) noexcept;
 
 private:
@@ -88,9 +98,10 @@ private:
     std::uint32_t low_;
 };
 
+/// A moved copy; wrapping and failure as for += and -=.
 [[nodiscard]] TALLOW_EXPORT CDateTime operator+(CDateTime time, const CDateTimeSpan& span) noexcept;
 [[nodiscard]] TALLOW_EXPORT CDateTime operator-(CDateTime time, const CDateTimeSpan& span);
-/// 0x80004005 if `right` is later than `left`.
+/// The time from `right` to `left`. Throws 0x80004005 if `right` is later than `left`.
 [[nodiscard]] TALLOW_EXPORT CDateTimeSpan operator-(const CDateTime& left, const CDateTime& right);
 
 [[nodiscard]] constexpr bool operator==(const CDateTime& left, const CDateTime& right) noexcept {

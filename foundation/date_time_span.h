@@ -1,6 +1,8 @@
 // A non-negative length of time, the companion of CDateTime.
 //
 //   CDateTimeSpan window = CDateTimeSpan::OneMinute() * 3;
+//   if (now - response.get_producedAt() > window) ...        // throws if producedAt is later than now
+//   unsigned seconds = static_cast<unsigned>(window.ticks() / 10000000);
 #pragma once
 
 #include <compare>
@@ -15,6 +17,7 @@ namespace Orvane {
 /// test; a difference below 0 throws ATL::CAtlException with 0x80004005.
 class TALLOW_EXPORT CDateTimeSpan {
 public:
+    /// A span of 0.
     constexpr CDateTimeSpan() noexcept = default;
     /// Both products are unsigned; seconds are counted in 64 bits, but microseconds * 10 is taken in 32 and wraps above
     /// some 429 seconds.
@@ -23,11 +26,14 @@ public:
     /// Missing fields are 0. A character other than a digit inside a field throws 0x8007076D. Not null.
     explicit CDateTimeSpan(const char* text);
 
+    /// From and to the raw count of ticks; ticks() / 10000000 are whole seconds.
     [[nodiscard]] static constexpr CDateTimeSpan fromTicks(std::uint64_t ticks) noexcept;
     [[nodiscard]] constexpr std::uint64_t ticks() const noexcept { return std::uint64_t{high_} << 32 | low_; }
+    /// The halves of the count, as in a _FILETIME.
     [[nodiscard]] constexpr std::uint32_t getHighPart() const noexcept { return high_; }
     [[nodiscard]] constexpr std::uint32_t getLowPart() const noexcept { return low_; }
 
+    /// The units. As a span has no calendar, a month is 30 days and a year 365; DateAddMonth moves by calendar months.
     static const CDateTimeSpan oneYear;   ///< 365 days exactly
     static const CDateTimeSpan oneMonth;  ///< 30 days exactly
     static const CDateTimeSpan oneDay;
@@ -43,6 +49,8 @@ public:
     static const CDateTimeSpan& OneSecond() noexcept { return oneSecond; }
     static const CDateTimeSpan& OneMillisecond() noexcept { return oneMillisecond; }
 
+    /// Arithmetic on the ticks. -= throws 0x80004005 for a negative result, with the object unchanged; sums and
+    /// products wrap.
     CDateTimeSpan& operator+=(const CDateTimeSpan& span) noexcept;
     CDateTimeSpan& operator-=(const CDateTimeSpan& span);
     CDateTimeSpan& operator*=(unsigned int factor) noexcept;
@@ -56,7 +64,7 @@ public:
     /// then every trailing '0' and '.' of the whole is cut, those of the integer part too, and 'Z' is appended. One
     /// hour is "0000000001Z", 0 is "Z". Only a text whose cut falls between two fields reads back.
     [[nodiscard]] CStringProxy getGeneralizedTime() const;
-    /// The same text.
+    /// The same text as getGeneralizedTime, narrow and wide.
     [[nodiscard]] CStringProxy tostring() const;
     [[nodiscard]] CWStringProxy towstring() const;
 
@@ -72,6 +80,7 @@ constexpr CDateTimeSpan CDateTimeSpan::fromTicks(std::uint64_t ticks) noexcept {
     return span;
 }
 
+/// The operators as new spans; wrapping, failures and divisors of 0 as above.
 [[nodiscard]] TALLOW_EXPORT CDateTimeSpan operator+(CDateTimeSpan left, const CDateTimeSpan& right) noexcept;
 [[nodiscard]] TALLOW_EXPORT CDateTimeSpan operator-(CDateTimeSpan left, const CDateTimeSpan& right);
 [[nodiscard]] TALLOW_EXPORT CDateTimeSpan operator*(CDateTimeSpan span, unsigned int factor) noexcept;

@@ -1,5 +1,5 @@
 // The string values of the interfaces of the value classes: an owning narrow string, an owning wide one, and a list of
-// the first. They exist so that a getter can hand out text whose lifetime is its holder's, without a null in sight.
+// the first. Getters return text that lives as long as its holder and is never null.
 //
 //   CStringProxy name("ocsp");
 //   std::puts(name.c_str());
@@ -20,6 +20,7 @@ public:
     CStringProxy(const char* text);  // NOLINT(google-explicit-constructor): text is meant to convert
     /// Takes over `text` without copying its characters.
     explicit CStringProxy(std::string&& text);
+    /// Copies; a source that was moved from gives an empty string.
     CStringProxy(const CStringProxy& other);
     CStringProxy(CStringProxy&& other) noexcept = default;
     /// Assigns the content to the string this object owns; pointers got from c_str() before are stale afterwards.
@@ -27,7 +28,7 @@ public:
     CStringProxy& operator=(CStringProxy&& other) noexcept = default;
     ~CStringProxy() = default;
 
-    /// Never null; valid until this object is changed or destroyed.
+    /// The text, terminated, never null; valid until this object is changed, moved from or destroyed.
     [[nodiscard]] const char* c_str() const noexcept { return text_ ? text_->c_str() : ""; }
 
 private:
@@ -48,14 +49,14 @@ public:
     CWStringProxy& operator=(CWStringProxy&& other) noexcept = default;
     ~CWStringProxy() = default;
 
-    /// Never null; valid until this object is changed or destroyed.
+    /// The text, terminated, never null; valid until this object is changed, moved from or destroyed.
     [[nodiscard]] const wchar_t* c_str() const noexcept { return text_ ? text_->c_str() : L""; }
 
 private:
     std::unique_ptr<std::wstring> text_;
 };
 
-/// A list of narrow strings, in the order in which they were appended.
+/// Narrow strings in the order in which they were appended, such as OIDs and addresses.
 class TALLOW_EXPORT CStringList : public std::list<CStringProxy> {
 public:
     using std::list<CStringProxy>::list;

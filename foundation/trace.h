@@ -14,7 +14,7 @@ extern TALLOW_EXPORT TSupportDbContext_* ocsp_db_ctx;
 
 namespace Orvane {
 
-/// The level of every trace point.
+/// The level of every trace point; a bit of the setting `levels`.
 inline constexpr unsigned int kTraceLevel = 8;
 
 /// Opens a trace context into a pointer and closes it again.

@@ -1,4 +1,8 @@
 // Owner of a certificate chain of the Crypto service.
+//
+//   ATL2::CCertChainContext chain;
+//   if (!CertGetCertificateChain(..., chain.put())) ATL2::throwLastErrorOrFail();
+//   const DWORD errors = chain->TrustStatus.dwErrorStatus;
 #pragma once
 
 #include "export.h"
@@ -8,27 +12,29 @@ struct _CERT_CHAIN_CONTEXT;
 
 namespace ATL2 {
 
-/// Holds one chain, null when empty, and frees it when destroyed. Moved, not copied.
-///
-///   ATL2::CCertChainContext chain;
-///   if (!CertGetCertificateChain(..., chain.put())) ATL::AtlThrowLastWin32();
+/// Holds one chain, null when empty, and frees it when destroyed. Moved, not copied; no member throws.
 class TALLOW_EXPORT CCertChainContext {
 public:
     constexpr CCertChainContext() noexcept = default;
-    /// Takes `chain` over.
+    /// Takes ownership of `chain`; null gives an empty object.
     explicit CCertChainContext(const _CERT_CHAIN_CONTEXT* chain) noexcept : chain_(chain) {}
+    /// A move leaves `other` empty.
     CCertChainContext(CCertChainContext&& other) noexcept;
     CCertChainContext& operator=(CCertChainContext&& other) noexcept;
     CCertChainContext(const CCertChainContext&) = delete;
     CCertChainContext& operator=(const CCertChainContext&) = delete;
     ~CCertChainContext() { reset(); }
 
+    /// The chain, which stays this object's; null when empty. Valid until the object is changed or destroyed. Use
+    /// operator-> only on an object that is not empty.
     [[nodiscard]] const _CERT_CHAIN_CONTEXT* get() const noexcept { return chain_; }
     const _CERT_CHAIN_CONTEXT* operator->() const noexcept { return chain_; }
+    /// Whether a chain is held.
     explicit operator bool() const noexcept { return chain_ != nullptr; }
-    /// Frees what is held and gives the place for a service call to write a new chain into.
+    /// Frees the present chain and returns the place for a service call to write a new one into. The place belongs to
+    /// this object and is valid as long as it.
     [[nodiscard]] const _CERT_CHAIN_CONTEXT** put() noexcept;
-    /// Frees what is held and takes `chain` over.
+    /// Frees the present chain and takes ownership of `chain`, which must not be the present one.
     void reset(const _CERT_CHAIN_CONTEXT* chain = nullptr) noexcept;
 
 private:

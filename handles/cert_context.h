@@ -14,14 +14,14 @@ struct _CERT_CONTEXT;
 
 namespace ATL2 {
 
-/// Holds one reference to a certificate, null when empty. A copy takes its own reference, a move hands it over.
-/// The operations return their status, 0 or a negative number; they throw only what is named.
+/// Holds one reference to a certificate, null when empty. A copy takes another reference, a move transfers it. The
+/// operations return their status, 0 or a negative number (handles/status.h); they throw only what is named.
 class TALLOW_EXPORT CCertContext {
 public:
     constexpr CCertContext() noexcept = default;
     /// Takes over the caller's reference; null gives an empty object.
     [[nodiscard]] static CCertContext adopt(const _CERT_CONTEXT* context) noexcept { return CCertContext(context); }
-    /// Takes its own reference; the caller keeps its own; null gives an empty object.
+    /// Takes another reference; the caller keeps the one passed in. Null gives an empty object.
     [[nodiscard]] static CCertContext duplicate(const _CERT_CONTEXT* context) noexcept;
     CCertContext(const CCertContext& other) noexcept;
     CCertContext(CCertContext&& other) noexcept : context_(other.detach()) {}
@@ -29,25 +29,31 @@ public:
     CCertContext& operator=(CCertContext&& other) noexcept;
     ~CCertContext() { reset(); }
 
-    /// The handle held, which stays this object's; null when empty.
+    /// The handle, which stays this object's; null when empty. Valid until the object is changed or destroyed. Use
+    /// operator-> only on an object that is not empty.
     [[nodiscard]] const _CERT_CONTEXT* get() const noexcept { return context_; }
     const _CERT_CONTEXT* operator->() const noexcept { return context_; }
+    /// Whether a certificate is held.
     explicit operator bool() const noexcept { return context_ != nullptr; }
-    /// Releases what is held and takes over `context`.
+    /// Releases the present reference and takes over `context`.
     void reset(const _CERT_CONTEXT* context = nullptr) noexcept;
-    /// Gives the handle away; the caller must free it.
+    /// Returns the handle and leaves this object empty; the caller must free it with CertFreeCertificateContext.
     [[nodiscard]] const _CERT_CONTEXT* detach() noexcept;
     void swap(CCertContext& other) noexcept;
 
     /// Makes the certificate independent of the store it came from: a new context with the same bytes and the same
-    /// properties, but for those that the service derives again or that mean nothing on a copy (thumbprints and the
-    /// like). Returns 0x80004005 on an empty object and otherwise the converted last error of the step that failed; the
-    /// object then keeps its old context.
+    /// properties, except those that the service derives again or that mean nothing on a copy (thumbprints and the
+    /// like). Returns 0x80004005 for an empty object, otherwise the converted last error of the step that failed; the
+    /// object then keeps its old context. Throws 0x8007000E when memory for a property is exhausted, with the same
+    /// state.
     [[nodiscard]] std::int32_t DetachFromStore();
-    /// Reads property `id` into `value` as octets. Returns 0x80004005 on an empty object, or the converted last error;
-    /// `value` is then without meaning. Throws 0x80070057 for a size that the string cannot hold.
+    /// Reads the property `id` (a CERT_..._PROP_ID) into `value` as octets. Returns 0x80004005 for an empty object, or
+    /// the converted last error, 0x80092004 when the certificate does not have the property; the content of `value` is
+    /// then undefined. Throws 0x80070057 for a size that the string cannot hold, and 0x8007000E when memory is
+    /// exhausted.
     [[nodiscard]] std::int32_t GetProperty(unsigned int id, ATL::CStringA& value) const;
-    /// Reads the key provider information (property 2); one reading does for up to 512 octets. Fails as GetProperty.
+    /// Reads the key provider information (property 2, a CRYPT_KEY_PROV_INFO whose pointers refer into the octets); one
+    /// call of the service is enough for up to 512 octets. Fails as GetProperty; `value` is then empty.
     [[nodiscard]] std::int32_t GetKeyProvInfo(ATL::CStringA& value) const;
 
 private:

@@ -14,10 +14,10 @@
 
 namespace ATL2 {
 
-/// Closes the store in a cell, if there is one, and frees the cell.
+/// Closes the store in a cell, if there is one, and frees the cell. An implementation detail of CCertStore.
 class TALLOW_EXPORT CCertStoreDeleter {
 public:
-    /// `checking` asks the service to report whether the store is still in use; the library never asks.
+    /// With `checking` the service is asked to report whether the store is still in use; the library never asks.
     explicit CCertStoreDeleter(bool checking) noexcept : checking_(checking) {}
     void operator()(void** cell) const noexcept;
 
@@ -35,36 +35,40 @@ private:
     bool checking_;
 };
 
-/// The cell holds the raw store handle, null when no store is open; a new object has a cell with a null handle. The
-/// operations return their status, 0 or a negative number, and do not throw. Copies may be destroyed on different
-/// threads.
+/// A shared store handle. Copies share one cell with the raw handle, null while no store is open; a store opened
+/// through one copy is open in all. The operations return their status, 0 or a negative number, and do not throw.
+/// Copies may be used and destroyed on different threads only if none of them opens, attaches or adds meanwhile.
 class TALLOW_EXPORT CCertStore {
 public:
-    /// Throws std::bad_alloc.
+    /// No store open. Throws std::bad_alloc.
     CCertStore();
     CCertStore(const CCertStore& other) = default;
     CCertStore& operator=(const CCertStore& other) = default;
-    /// A collection is closed before its members.
+    /// Closes the store if no other copy shares it; a collection is closed before its members.
     ~CCertStore();
 
-    /// The store handle, which stays this object's; null when no store is open.
+    /// The store handle (HCERTSTORE), which stays this object's; null when no store is open.
     [[nodiscard]] void* get() const noexcept { return Store ? *Store : nullptr; }
+    /// Whether a store is open.
     explicit operator bool() const noexcept { return get() != nullptr; }
 
     /// Opens a store with CertOpenStore into the cell, which all copies share. `provider` is one of CERT_STORE_PROV_*,
     /// `parameter` is what that provider takes. Returns 0x80004005 if a store is open already, and the converted last
-    /// error if none could be opened.
+    /// error if the service fails; nothing is open then.
     [[nodiscard]] std::int32_t Open(const char* provider, unsigned int encoding, unsigned int flags,
                                     const void* parameter) noexcept;
-    /// Shares an existing store. This object takes its own reference, so the store stays open as long as it does;
-    /// the caller's handle stays the caller's. Returns 0x80004005 if a store is open in this object, 0x80070057 for
-    /// null, the last error if the service refuses, 0x8007000E when memory is exhausted.
+    /// Shares an existing store. This object takes another reference, so the store stays open as long as this object;
+    /// the caller's handle stays the caller's. Other copies of this object are not affected: they keep the old cell.
+    /// Returns 0x80004005 if a store is open in this object, 0x80070057 for null, the converted last error if the
+    /// service fails, 0x8007000E when memory is exhausted; the object is then unchanged.
     [[nodiscard]] std::int32_t AttachWeak(void* handle) noexcept;
-    /// Adds `child` to the collection that is open in this object and keeps it alive as long as this object. Returns
-    /// 0x80004005 if no store is open here, the last error if the service refuses, 0x8007000E when memory is exhausted.
+    /// Adds `child` to the collection that is open in this object and keeps it alive as long as this object. Of several
+    /// stores, the one with the higher `priority` is searched first. Returns 0x80004005 if no store is open here, the
+    /// converted last error if the service fails, and 0x8007000E when memory is exhausted: the service then has the
+    /// child, but this object does not keep it alive.
     [[nodiscard]] std::int32_t AddStoreToCollection(const CCertStore& child, unsigned int updateFlags,
                                                     unsigned int priority) noexcept;
-    /// Back to the state of a new object. The store closes when no copy holds it. Throws std::bad_alloc.
+    /// Returns to the state of a new object. The store closes when no copy shares it. Throws std::bad_alloc.
     void Destroy();
 
 private:

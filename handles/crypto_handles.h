@@ -1,43 +1,51 @@
 // Owners of the Crypto service's provider, key and hash handles.
 //
 //   ATL::CCryptProv provider;
-//   if (!CryptAcquireContextA(provider.put(), nullptr, nullptr, type, flags)) ATL::AtlThrowLastWin32();
+//   if (!CryptAcquireContextA(provider.put(), nullptr, nullptr, type, flags)) ATL2::throwLastErrorOrFail();
+//   if (!CryptGenRandom(provider.get(), size, octets)) ATL2::throwLastErrorOrFail();
+//
+// A handle is a number of the service, not a pointer; 0 is none. An owner belongs to one thread at a time.
 #pragma once
 
 #include "export.h"
 
 namespace ATL {
 
-/// Owns one handle, 0 when empty, and gives it back to the service when destroyed. A failing release has no effect on
-/// the program. Moved, not copied.
+/// Owns one handle, 0 when empty, and releases it when destroyed. Moved, not copied; no member throws.
+/// `Traits::release` releases one kind of handle and returns whether that succeeded.
 template <class Traits>
 class TALLOW_EXPORT CryptHandle {
 public:
     using Handle = unsigned long long;
 
+    /// An empty object.
     constexpr CryptHandle() noexcept = default;
-    /// Takes `handle` over.
+    /// Takes ownership of `handle`; 0 gives an empty object.
     explicit constexpr CryptHandle(Handle handle) noexcept : handle_(handle) {}
+    /// A move leaves `other` empty; a move assignment releases the present handle first.
     CryptHandle(CryptHandle&& other) noexcept : handle_(other.detach()) {}
     CryptHandle& operator=(CryptHandle&& other) noexcept;
     CryptHandle(const CryptHandle&) = delete;
     CryptHandle& operator=(const CryptHandle&) = delete;
     ~CryptHandle() { reset(); }
 
+    /// The handle, which stays this object's; 0 when empty.
     [[nodiscard]] Handle get() const noexcept { return handle_; }
+    /// Whether a handle is held.
     explicit operator bool() const noexcept { return handle_ != 0; }
-    /// Releases what is held and gives the place for a service call to write a new handle into.
+    /// Releases the present handle and returns the place for a service call to write a new one into.
     [[nodiscard]] Handle* put() noexcept;
-    /// Releases what is held and takes `handle` over.
+    /// Releases the present handle and takes ownership of `handle`. Without a new handle, one that the service fails to
+    /// release is kept, and the next reset tries again.
     void reset(Handle handle = 0) noexcept;
-    /// Gives the handle away; the caller must release it.
+    /// Returns the handle and leaves this object empty; the caller must release it.
     [[nodiscard]] Handle detach() noexcept;
 
 private:
     Handle handle_ = 0;
 };
 
-/// How each kind is given back; true when the service has taken it.
+/// How each kind is released. Only the release of a provider can fail.
 struct TALLOW_EXPORT CryptProvTraits {
     static bool release(unsigned long long handle) noexcept;
 };
@@ -52,14 +60,17 @@ extern template class CryptHandle<CryptProvTraits>;
 extern template class CryptHandle<CryptKeyTraits>;
 extern template class CryptHandle<CryptHashTraits>;
 
+/// A provider: access to private keys and random numbers.
 using CCryptProv = CryptHandle<CryptProvTraits>;
 
+/// A key of a provider.
 class TALLOW_EXPORT CCryptKey : public CryptHandle<CryptKeyTraits> {
 public:
     using CryptHandle::CryptHandle;
     static CCryptKey EmptyKey;  ///< holds 0 for the whole process; for calls that want a key and are given none
 };
 
+/// A hash object of a provider.
 class TALLOW_EXPORT CCryptHash : public CryptHandle<CryptHashTraits> {
 public:
     using CryptHandle::CryptHandle;

@@ -1,4 +1,7 @@
-// The one rule that turns a last-error value of the services into a status.
+// The one rule that turns a last-error value of the services into a status. Call these functions directly after the
+// failing service call, on the same thread: every other call may change the last error.
+//
+//   if (!CryptGenRandom(provider, size, octets)) ATL2::throwLastErrorOrFail();
 #pragma once
 
 #include <cstdint>
@@ -8,18 +11,19 @@
 
 namespace ATL2 {
 
-/// A value of 1 or more becomes 0x80070000 with its low 16 bits; 0 and negative values stay as they are.
+/// A value of 1 or more becomes 0x80070000 with its low 16 bits; 0 and negative values (as a signed number) stay as
+/// they are. So 2 (file not found) becomes 0x80070002, and NTE_BAD_SIGNATURE stays 0x80090006.
 [[nodiscard]] TALLOW_EXPORT std::int32_t convertLastError(std::uint32_t lastError) noexcept;
 
-/// convertLastError(GetLastError()); call it directly after the failing service call.
+/// convertLastError(GetLastError()).
 [[nodiscard]] TALLOW_EXPORT std::int32_t convertedLastError() noexcept;
 
-/// The same where a call is known to have failed: 0x80004005 if the service gives no reason, so that 0 always means
-/// success.
+/// The same after a call that is known to have failed: 0x80004005 if the service gives no reason, so that 0 always
+/// means success.
 [[nodiscard]] TALLOW_EXPORT std::int32_t convertedLastErrorOrFail() noexcept;
 
-/// Throws convertedLastErrorOrFail(): a failed call is never thrown as 0, which callers would read as success.
-/// ATL::AtlThrowLastWin32 makes no such exception.
+/// Throws convertedLastErrorOrFail(): a failed call never throws 0, which callers would read as success.
+/// ATL::AtlThrowLastWin32 does not make this substitution.
 [[noreturn]] inline void throwLastErrorOrFail() {
     ATL::AtlThrowImpl(convertedLastErrorOrFail());
 }

@@ -1,5 +1,6 @@
-// Where the strings of handles/string.h get their memory: a memory manager, and above it a string manager that hands
-// out blocks of characters with their header.
+// Where the strings of handles/string.h get their memory: a memory manager for raw blocks, and on top of it a string
+// manager that returns blocks of characters with their header. Callers need this file only to give strings another
+// heap.
 #pragma once
 
 #include <atomic>
@@ -9,14 +10,17 @@
 
 namespace ATL {
 
-/// Raw memory. The order of the operations is part of the interface.
+/// Raw memory. The order of the operations is part of the binary interface. Sizes are in octets.
 class TALLOW_EXPORT IAtlMemMgr {
 public:
-    /// Null when memory is exhausted.
+    /// Returns a block to be released with Free; null when memory is exhausted.
     virtual void* Allocate(std::size_t size) noexcept = 0;
+    /// Releases a block of this manager.
     virtual void Free(void* block) noexcept = 0;
-    /// Null when memory is exhausted; the old block then stays.
+    /// Returns the block, possibly moved, with its content; null when memory is exhausted, and the old block is then
+    /// unchanged.
     virtual void* Reallocate(void* block, std::size_t size) noexcept = 0;
+    /// The size that was allocated, if the manager knows it.
     virtual std::size_t GetSize(void* block) noexcept = 0;
 
 protected:
@@ -35,14 +39,16 @@ public:
 
 class IAtlStringMgr;
 
-/// The header of a block; the characters follow it, always terminated.
+/// The header of a block; the characters follow it directly, always terminated.
 struct TALLOW_EXPORT CStringData {
     IAtlStringMgr* pStringMgr = nullptr;  ///< who allocated this block
     int nDataLength = 0;                  ///< characters in use, without the terminator
     int nAllocLength = 0;                 ///< characters available, without the terminator
     std::atomic<int> nRefs{1};            ///< owners; negative marks a locked block, which is never shared
 
+    /// The characters after the header.
     [[nodiscard]] void* data() noexcept { return this + 1; }
+    /// Whether LockBuffer forbids sharing the block, and whether several strings own it.
     [[nodiscard]] bool IsLocked() const noexcept { return nRefs.load(std::memory_order_relaxed) < 0; }
     [[nodiscard]] bool IsShared() const noexcept { return nRefs.load(std::memory_order_acquire) > 1; }
     void AddRef() noexcept { nRefs.fetch_add(1, std::memory_order_relaxed); }
@@ -50,25 +56,28 @@ struct TALLOW_EXPORT CStringData {
     void Release() noexcept;
 };
 
-/// Blocks of characters. The order of the operations is part of the interface.
+/// Blocks of characters. The order of the operations is part of the binary interface.
 class TALLOW_EXPORT IAtlStringMgr {
 public:
-    /// A block for at least `nChars` characters of `nCharSize` octets: length 0, one owner, not terminated yet. Null
-    /// for a negative or too large count, and when memory is exhausted.
+    /// Returns a block for at least `nChars` characters of `nCharSize` octets and a terminator: length 0, one owner,
+    /// not terminated yet. Null for a negative or too large count, and when memory is exhausted.
     virtual CStringData* Allocate(int nChars, int nCharSize) noexcept = 0;
+    /// Releases a block of this manager that has no owner left.
     virtual void Free(CStringData* block) noexcept = 0;
-    /// The same block with room for at least `nChars` characters; null as for Allocate, the old block then stays.
+    /// The block, possibly moved, with room for at least `nChars` characters; null as for Allocate, and the old block
+    /// is then unchanged.
     virtual CStringData* Reallocate(CStringData* block, int nChars, int nCharSize) noexcept = 0;
     /// The empty block, with one more owner.
     virtual CStringData* GetNilString() noexcept = 0;
-    /// The manager that a copy of a string is to use.
+    /// The manager that a copy of a string uses.
     virtual IAtlStringMgr* Clone() noexcept = 0;
 
 protected:
     ~IAtlStringMgr() = default;
 };
 
-/// Rounds a block up to the next multiple of eight characters above what is asked, on top of a memory manager.
+/// A string manager on top of a memory manager. Rounds the characters of a block, terminator included, up to the next
+/// multiple of eight.
 class TALLOW_EXPORT CAtlStringMgr : public IAtlStringMgr {
 public:
     /// `memory` must outlive the manager and all its strings.
@@ -93,8 +102,8 @@ private:
     } nil_;
 };
 
-/// The manager of every string that is not given another, on a heap of its own. Set up when the library is loaded and
-/// usable until the process ends, in destructors of static objects too.
+/// The manager of every string that is not given another, on the C library's heap. Set up when the library is loaded
+/// and usable until the process ends, in destructors of static objects too. Threads may share it.
 extern TALLOW_EXPORT CAtlStringMgr& g_defaultStrMgr;
 
 /// Kept for its name; nothing reads the pointer.

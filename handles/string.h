@@ -6,8 +6,9 @@
 //   char* room = bytes.GetBuffer(512); // write up to 512 octets, then
 //   bytes.ReleaseBufferSetLength(used);
 //
+// Lengths are counted in characters: octets of a narrow string, 32-bit units of a wide one. Content may contain NULs.
 // Strings that share a block may live on different threads; one string belongs to one thread. Exhausted memory throws
-// ATL::CAtlException with 0x8007000E, a bad length 0x80070057.
+// ATL::CAtlException with 0x8007000E, a bad length 0x80070057; the string is then unchanged.
 #pragma once
 
 #include <type_traits>
@@ -17,10 +18,11 @@
 
 namespace ATL {
 
-/// One pointer to the characters, with CStringData in front of them. `mfc` selects a variant that is not used here.
+/// One pointer to the characters, with CStringData directly before them. `mfc` selects a variant that is not used here.
 template <class Char, bool mfc = false>
 class TALLOW_EXPORT CSimpleStringT {
 public:
+    /// An empty string, which allocates nothing. `manager` must outlive the string and its copies.
     CSimpleStringT() noexcept : CSimpleStringT(&g_defaultStrMgr) {}
     explicit CSimpleStringT(IAtlStringMgr* manager) noexcept;
     /// Shares the block of `other`, unless that is locked: then the characters are copied.
@@ -29,6 +31,7 @@ public:
     CSimpleStringT& operator=(const CSimpleStringT& other);
     ~CSimpleStringT() { header()->Release(); }
 
+    /// Characters in use, without the terminator.
     [[nodiscard]] int GetLength() const noexcept { return header()->nDataLength; }
     /// Characters that fit without a new block, without the terminator.
     [[nodiscard]] int GetAllocLength() const noexcept { return header()->nAllocLength; }
@@ -41,17 +44,20 @@ public:
     void SetString(const Char* text, int length);
     /// The same up to the terminator; null empties the string.
     void SetString(const Char* text);
-    /// A shared block is left to its other owners; a locked one keeps its memory.
+    /// Sets the length to 0. A shared block is left to its other owners; a locked one keeps its memory.
     void Empty() noexcept;
 
     /// A private, writable buffer of at least `minLength` characters and a terminator, with the old content in it.
-    /// Follow with ReleaseBufferSetLength.
+    /// Valid until the next change of the string; follow with ReleaseBufferSetLength, as the string does not notice
+    /// what is written.
     [[nodiscard]] Char* GetBuffer(int minLength) { return PrepareWrite(minLength); }
-    /// States how many characters of the buffer are in use and terminates them. A negative length, or one above the
-    /// capacity, throws 0x80070057.
+    /// Sets the length after writing to the buffer, and terminates it. Throws 0x80070057 for a negative length and for
+    /// one above the capacity.
     void ReleaseBufferSetLength(int length);
-    /// Makes the block unshareable and private until UnlockBuffer.
+    /// Makes the block private and keeps it from being shared until UnlockBuffer: copies made meanwhile copy the
+    /// characters. Returns the characters.
     Char* LockBuffer();
+    /// Allows sharing again; without effect when not locked.
     void UnlockBuffer() noexcept;
 
 protected:
@@ -67,7 +73,7 @@ private:
     Char* text_;
 };
 
-/// Adds what callers do with whole strings.
+/// Adds what callers do with whole strings. Null text counts as empty.
 template <class Char>
 class TALLOW_EXPORT CStringT : public CSimpleStringT<Char> {
 public:
@@ -75,6 +81,7 @@ public:
     CStringT(const Char* text) { this->SetString(text); }  // NOLINT(google-explicit-constructor): text converts
     CStringT(const Char* text, int length) { this->SetString(text, length); }
 
+    /// Copies up to the terminator; `text` may lie inside this string.
     CStringT& operator=(const Char* text);
     /// A narrow string also takes wide text, converted in code page 0; null or empty text empties the string. Text that
     /// cannot be converted throws the converted last error and leaves the string as it was.
@@ -88,7 +95,9 @@ public:
     }
 };
 
+/// Octets; text is UTF-8 (code page 0).
 using CStringA = CStringT<char>;
+/// 32-bit characters.
 using CStringW = CStringT<wchar_t>;
 
 extern template class CSimpleStringT<char>;

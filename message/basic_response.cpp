@@ -13,7 +13,7 @@ namespace Orvane::PKI::OCSP {
 struct CBasicResponse::Impl {
     std::uint32_t version = 0;
     unsigned long trailingSize = 0;
-    CBlob encoded;  // the whole BasicOCSPResponse as it came: what the signature is checked on
+    CBlob encoded;  // the whole BasicOCSPResponse as received: the signature is checked over it
     CResponderID responderID;
     CDateTime producedAt{0, 0};
     CSingleResponseList responses;
@@ -163,7 +163,7 @@ const ASN1::CAlgorithmIdentifier& CBasicResponse::get_signatureAlgorithm() const
     return impl_->signatureAlgorithm;
 }
 
-// The whole message is handed over: the service reads the signed structure, the algorithm and the signature from its
+// The whole message is passed on: the service reads the signed structure, the algorithm and the signature from its
 // front and does not look at the certificates after them.
 bool CBasicResponse::verify(const CBlob& certificate) const {
     CRYPT_DATA_BLOB subject{static_cast<DWORD>(impl_->encoded.cbData()), impl_->encoded.pbData()};

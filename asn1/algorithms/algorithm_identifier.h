@@ -1,6 +1,8 @@
-// Algorithm identifiers (RFC 5280, section 4.1.1.2):
+// Algorithm identifiers: which hash or signature was used, with its parameters (RFC 5280, section 4.1.1.2).
 //
-//   AlgorithmIdentifier ::= SEQUENCE { algorithm OBJECT IDENTIFIER, parameters ANY DEFINED BY algorithm OPTIONAL }
+//   CAlgorithmIdentifier sha1("1.3.14.3.2.26");
+//   sha1.put_parameters(CBlob(kNull, 2));            // 05 00; without this line the field is absent
+//   if (received == sha1) ...                        // false for a responder that leaves the NULL out
 #pragma once
 
 #include "export.h"
@@ -9,41 +11,54 @@
 
 namespace Orvane::ASN1 {
 
-/// Identifier of an algorithm and the DER of its parameters. Copies are deep.
+/// Identifier of an algorithm and the DER of its parameters:
+///
+///   AlgorithmIdentifier ::= SEQUENCE {
+///       algorithm  OBJECT IDENTIFIER,
+///       parameters ANY DEFINED BY algorithm OPTIONAL }
+///
+/// Copies are deep and throw kAsn1Memory when memory is exhausted. References and pointers from getters live until the
+/// object changes.
 class TALLOW_EXPORT CAlgorithmIdentifier {
 public:
     /// Empty identifier, no parameters.
     CAlgorithmIdentifier();
-    /// No parameters: the field is left out. A NULL parameter is the two bytes 05 00 given to put_parameters.
+    /// Copies dotted decimal text; null counts as empty. The parameters are absent. A NULL parameter is the two octets
+    /// 05 00 given to put_parameters.
     explicit CAlgorithmIdentifier(const char* algorithm);
     CAlgorithmIdentifier(const CAlgorithmIdentifier& other);
     CAlgorithmIdentifier(CAlgorithmIdentifier&& other) noexcept;
-    /// A failure leaves the target whole.
+    /// On failure the target keeps its old content.
     CAlgorithmIdentifier& operator=(const CAlgorithmIdentifier& other);
     CAlgorithmIdentifier& operator=(CAlgorithmIdentifier&& other) noexcept;
     virtual ~CAlgorithmIdentifier();
 
-    /// Member by member: a failure may leave the target with the new identifier and the old parameters.
+    /// Copies member by member: on failure (std::bad_alloc) the target may have the new identifier and the old
+    /// parameters.
     void assign(const CAlgorithmIdentifier& other);
     void swap(CAlgorithmIdentifier& other) noexcept;
 
-    /// Dotted decimal text, never null.
+    /// Dotted decimal text, never null; empty in a new object. The setter copies; null counts as empty; encode() checks
+    /// the text.
     const char* get_algorithm() const { return algorithm_.c_str(); }
     virtual void put_algorithm(const char* algorithm);
 
-    /// Empty when absent.
+    /// The whole DER of the parameters; empty when absent. The setters replace it by copy or move; an empty blob
+    /// removes the field.
     const CBlob& get_parameters() const { return parameters_; }
     void put_parameters(const CBlob& parameters);
     void put_parameters(CBlob&& parameters) noexcept;
 
-    /// The DER of the identifier. Throws Asn1Error when the identifier is not dotted decimal text or the parameters of
-    /// a known algorithm are not the DER of their type.
+    /// The DER of the identifier. Throws kAsn1Error when the identifier is not dotted decimal text, when the parameters
+    /// of a known algorithm are not the DER of their type, and when those of an unknown one are not DER. Octets after
+    /// the first element of the parameters are dropped.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is not of the type.
+    /// Replaces the content. Throws kAsn1Error, with the object unchanged, when `data` is not of the type.
     void decode(const CBlob& data);
 
-    /// Equal identifier text and parameter bytes: absent parameters and a NULL differ.
+    /// Equal identifier text and equal octets of the parameters: absent parameters and a NULL differ. To compare only
+    /// the algorithm, compare get_algorithm().
     bool operator==(const CAlgorithmIdentifier& other) const;
 
 private:
@@ -51,8 +66,8 @@ private:
     CBlob parameters_;
 };
 
-/// An algorithm identifier that remembers the Crypto service's number of the algorithm (an ALG_ID) once it was
-/// looked up. The number is reset when the identifier changes.
+/// An algorithm identifier that remembers the Crypto service's number of the algorithm (an ALG_ID) after it was looked
+/// up. The number is reset when the identifier changes; copies keep it.
 class TALLOW_EXPORT CAlgorithmIdentifierEx : public CAlgorithmIdentifier {
 public:
     CAlgorithmIdentifierEx();
@@ -64,13 +79,14 @@ public:
     CAlgorithmIdentifierEx& operator=(CAlgorithmIdentifierEx&& other) noexcept = default;
     ~CAlgorithmIdentifierEx() override;
 
+    /// As in the base class, with the number.
     void assign(const CAlgorithmIdentifierEx& other);
     void swap(CAlgorithmIdentifierEx& other) noexcept;
 
-    /// Does nothing when the text equals the present one; otherwise forgets the number too.
+    /// Does nothing when the text equals the present one; otherwise resets the number, too.
     void put_algorithm(const char* algorithm) override;
 
-    /// 0 when not known.
+    /// The number; 0 until put. Nothing checks that it belongs to the identifier.
     unsigned int get_algId() const { return algId_; }
     void put_algId(unsigned int algId) { algId_ = algId; }
 

@@ -7,7 +7,7 @@
 
 namespace Orvane::ASN1 {
 
-/// Fills a record from its parts, with memory from `ctxt`; null or empty parameters are left out. Throws Asn1Error for
+/// Fills a record from its parts, with memory from `ctxt`; null or empty parameters are left out. Throws kAsn1Error for
 /// an identifier that is not dotted decimal text, and for parameters that do not fit a known algorithm.
 void ASN1T_AlgorithmIdentifier_set(ASN1CTXT* ctxt, asn1data::ASN1T_AlgorithmIdentifier& record, const char* oid,
                                    const CBlob* parameters);

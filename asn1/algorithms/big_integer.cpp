@@ -125,7 +125,7 @@ void StringToBigInteger(const char* text, CBigInteger& value) {
         ATL::AtlThrowImpl(status::kAsn1Error);
     }
     const char* digits = text + 2;
-    // The runtime writes one '0' in front of a positive number whose top bit is set; a second one keeps the pairs of
+    // The runtime writes one '0' before a positive number whose top bit is set; a second one keeps the pairs of
     // digits in step.
     if (digits[0] == '0' && std::strlen(digits) % 2 != 0) {
         value.readFromHexString(("0" + std::string(digits)).c_str());

@@ -13,7 +13,7 @@ const char* BigIntegerToASN1String(ASN1CTXT* ctxt, const CBigInteger& value);
 /// As StringToBigInteger.
 void ASN1StringToBigInteger(const char* text, CBigInteger& value);
 
-/// Four big-endian bytes in the same text form, in memory from `ctxt`. Throws OutOfMemory when there is none.
+/// Four big-endian bytes in the same text form, in memory from `ctxt`. Throws kOutOfMemory when memory is exhausted.
 const char* DWORDToASN1BigInteger(ASN1CTXT* ctxt, unsigned int value);
 
 struct ASN1T_CertificateSerialNumber_traits

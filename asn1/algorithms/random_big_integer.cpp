@@ -21,8 +21,8 @@ CBigInteger MakeRandomBigInteger(unsigned long long hProv, unsigned long length)
         }
         provider.reset(acquired);
     } else if (CryptContextAddRef(hProv, nullptr, 0)) {
-        // Holds its own reference during the call, so that the caller may release his on another thread. A provider
-        // that refuses one is used all the same.
+        // Holds its own reference during the call, so that the caller may release its own on another thread. A provider
+        // that does not give one is used nevertheless.
         provider.reset(hProv);
     }
     CBigInteger result(length);

@@ -1,6 +1,8 @@
-// A CMS message of any type (RFC 5652, section 3):
+// A CMS message of any type, such as signed data (RFC 5652, section 3).
 //
-//   ContentInfo ::= SEQUENCE { contentType OBJECT IDENTIFIER, content [0] EXPLICIT ANY DEFINED BY contentType }
+//   CContentInfo message;
+//   message.decode(der);
+//   if (std::strcmp(message.get_contentType(), "1.2.840.113549.1.7.2") == 0) ...     // signed data
 #pragma once
 
 #include "export.h"
@@ -9,26 +11,34 @@
 
 namespace Orvane::ASN1 {
 
-/// Content type and content. Copies are deep.
+/// Content type and content:
+///
+///   ContentInfo ::= SEQUENCE {
+///       contentType OBJECT IDENTIFIER,
+///       content     [0] EXPLICIT ANY DEFINED BY contentType }
+///
+/// Copies are deep. References and pointers from getters live until the object changes.
 class TALLOW_EXPORT CContentInfo {
 public:
     /// Empty type and content; cannot be encoded.
     CContentInfo();
+    /// Copies both; a null type counts as empty. encode() checks them.
     CContentInfo(const char* contentType, const CBlob& content);
 
-    /// Dotted decimal text, never null. Valid until the object is changed or destroyed.
+    /// Dotted decimal text, never null. The setter copies; null counts as empty.
     const char* get_contentType() const { return contentType_.c_str(); }
     void put_contentType(const char* contentType);
 
-    /// The whole DER of the content, without the tag [0] around it.
+    /// The whole DER of the content, without the tag [0] around it. The setter copies.
     const CBlob& get_content() const { return content_; }
     void put_content(const CBlob& content);
 
-    /// The DER of the message. Throws InvalidArgument when the type is not dotted decimal text, and Asn1Error when the
-    /// content of a known type is not the DER of it. Empty content is not checked: the tag [0] then holds nothing.
+    /// The DER of the message. Throws kInvalidArgument when the type is not dotted decimal text, and kAsn1Error when
+    /// the content of a known type is not the DER of it. Empty content is not checked: the tag [0] then contains
+    /// nothing.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is not of the type, or its
+    /// Replaces the content. Throws kAsn1Error, with the object unchanged, when `data` is not of the type, or its
     /// content does not fit a known content type.
     void decode(const CBlob& data);
 

@@ -1,8 +1,10 @@
-// Certificates referred to by their hash in signed attributes (RFC 5035, sections 4 and 5):
+// Certificates referred to by their hash in signed attributes (RFC 5035, sections 4 and 5).
 //
-//   ESSCertID   ::= SEQUENCE { certHash OCTET STRING, issuerSerial IssuerSerial OPTIONAL }
-//   ESSCertIDv2 ::= SEQUENCE { hashAlgorithm AlgorithmIdentifier DEFAULT { algorithm id-sha256 },
-//                              certHash OCTET STRING, issuerSerial IssuerSerial OPTIONAL }
+//   CESSCertIDv2List certs;
+//   certs.emplace_back(sha256OfCertificate);         // the hash of the whole DER certificate
+//   CAttrSigningCertificateV2 attribute(certs);
+//
+// The hash is given, not computed, and its length is not checked.
 #pragma once
 
 #include <list>
@@ -18,28 +20,38 @@ namespace Orvane::ASN1 {
 struct CESSCertIDImpl;
 struct CESSCertIDv2Impl;
 
-/// A certificate by its SHA-1 hash. Copies are deep.
+/// A certificate by its SHA-1 hash:
+///
+///   ESSCertID ::= SEQUENCE {
+///       certHash     OCTET STRING,
+///       issuerSerial IssuerSerial OPTIONAL }
+///
+/// Copies are deep.
 class TALLOW_EXPORT CESSCertID {
 public:
     /// Empty hash, no issuer and serial number.
     CESSCertID();
+    /// Copies the 20 octets of the hash.
     explicit CESSCertID(const CBlob& certHash);
     CESSCertID(const CESSCertID& other);
     CESSCertID& operator=(const CESSCertID& other);
     ~CESSCertID();
 
+    /// The octets of the hash; empty in a new object. Valid until the object changes; the setter copies.
     const CBlob& get_certHash() const;
     void put_certHash(const CBlob& certHash);
 
-    /// Null when absent; owned by the object and valid until it is changed or destroyed. The setter copies, and null
+    /// Null when absent; owned by the object and valid until it is changed or destroyed. The setter copies; null
     /// removes.
     const CIssuerSerial* get_issuerSerial() const;
     void put_issuerSerial(const CIssuerSerial* issuerSerial);
 
+    /// The DER of the identifier; throws what CIssuerSerial::encode throws. An empty hash is written as an empty OCTET
+    /// STRING.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error when `data` is not of the type, and InvalidArgument for a general name of
-    /// a kind without support; the object is then unchanged.
+    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, and kInvalidArgument for a general name
+    /// of a kind without support; the object is then unchanged.
     void decode(const CBlob& data);
 
     /// Equal hashes, and issuer and serial number equal or absent in both.
@@ -49,18 +61,26 @@ private:
     copied_ptr<CESSCertIDImpl> impl_;
 };
 
-/// The same with any hash algorithm. Copies are deep.
+/// The same with any hash algorithm:
+///
+///   ESSCertIDv2 ::= SEQUENCE {
+///       hashAlgorithm AlgorithmIdentifier DEFAULT { algorithm id-sha256 },
+///       certHash      OCTET STRING,
+///       issuerSerial  IssuerSerial OPTIONAL }
+///
+/// Copies are deep.
 class TALLOW_EXPORT CESSCertIDv2 {
 public:
-    /// Empty hash, SHA-256 ("2.16.840.1.101.3.4.2.1"), no issuer and serial number.
+    /// Empty hash, SHA-256 (2.16.840.1.101.3.4.2.1) without parameters, no issuer and serial number.
     CESSCertIDv2();
-    /// SHA-256.
+    /// A SHA-256 hash, 32 octets; in the next constructor a hash of the given algorithm.
     explicit CESSCertIDv2(const CBlob& certHash);
     CESSCertIDv2(const CBlob& certHash, const CAlgorithmIdentifier& hashAlgorithm);
     CESSCertIDv2(const CESSCertIDv2& other);
     CESSCertIDv2& operator=(const CESSCertIDv2& other);
     ~CESSCertIDv2();
 
+    /// Never absent: the default is returned as SHA-256. Valid until the object changes; the setter copies.
     const CAlgorithmIdentifier& get_hashAlgorithm() const;
     void put_hashAlgorithm(const CAlgorithmIdentifier& hashAlgorithm);
 
@@ -70,8 +90,9 @@ public:
     const CIssuerSerial* get_issuerSerial() const;
     void put_issuerSerial(const CIssuerSerial* issuerSerial);
 
-    /// The DER of the identifier. SHA-256 is left out as the default, whatever its parameters are: SHA-256 with a NULL
-    /// is read back without it, and is then another algorithm identifier.
+    /// The DER of the identifier; throws what CIssuerSerial::encode and CAlgorithmIdentifier::encode throw. SHA-256 is
+    /// omitted as the default, whatever its parameters are: SHA-256 with a NULL is read back without it, and is then
+    /// another algorithm identifier.
     CBlob encode() const;
 
     /// As for CESSCertID. An absent algorithm is read as SHA-256 without parameters.
@@ -84,12 +105,14 @@ private:
     copied_ptr<CESSCertIDv2Impl> impl_;
 };
 
-/// Identifiers in wire order; the first one of an attribute is that of the signer's certificate.
+/// Identifiers in wire order; the first one of an attribute is that of the signer's certificate (RFC 5035, section
+/// 5.4).
 class TALLOW_EXPORT CESSCertIDList : public std::list<CESSCertID> {
 public:
     using std::list<CESSCertID>::list;
 };
 
+/// As CESSCertIDList.
 class TALLOW_EXPORT CESSCertIDv2List : public std::list<CESSCertIDv2> {
 public:
     using std::list<CESSCertIDv2>::list;

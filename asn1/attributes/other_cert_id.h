@@ -1,6 +1,5 @@
-// Certificates referred to by a hash of either form in signed attributes (RFC 5126, section 5.7.3.3):
-//
-//   OtherCertID ::= SEQUENCE { otherCertHash OtherHash, issuerSerial IssuerSerial OPTIONAL }
+// Certificates referred to in signed attributes by a plain SHA-1 hash or by a hash with its algorithm (RFC 5126,
+// section 5.7.3.3).
 #pragma once
 
 #include <list>
@@ -15,39 +14,46 @@ namespace Orvane::ASN1 {
 
 struct COtherCertIDImpl;
 
-/// A certificate by its SHA-1 hash, or by a hash with its algorithm. Copies are deep.
+/// A certificate by its hash and, optionally, its issuer and serial number:
+///
+///   OtherCertID ::= SEQUENCE {
+///       otherCertHash OtherHash,
+///       issuerSerial  IssuerSerial OPTIONAL }
+///
+/// Copies are deep. References and pointers from getters live until the object changes.
 class TALLOW_EXPORT COtherCertID {
 public:
     /// A hash of type 0, which cannot be encoded; no issuer and serial number.
     COtherCertID();
-    /// The alternative sha1Hash.
+    /// The alternative sha1Hash, 20 octets; the length is not checked.
     explicit COtherCertID(const CBlob& hash);
-    /// The alternative otherHash, also for SHA-1.
+    /// The alternative otherHash, for SHA-1 as well.
     COtherCertID(const CBlob& hash, const CAlgorithmIdentifier& hashAlgorithm);
     COtherCertID(const COtherCertID& other);
     COtherCertID& operator=(const COtherCertID& other);
     ~COtherCertID();
 
+    /// The hash; type 0 in a new object. The setter copies.
     const COtherHash& get_otherCertHash() const;
     void put_otherCertHash(const COtherHash& otherCertHash);
 
-    /// Null when absent; owned by the object and valid until it is changed or destroyed. The setter copies, and null
-    /// removes.
+    /// Null when absent. The setter copies; null removes.
     const CIssuerSerial* get_issuerSerial() const;
     void put_issuerSerial(const CIssuerSerial* issuerSerial);
 
-    /// The DER of the identifier. Throws Asn1Error while no hash is held.
+    /// The DER of the identifier. Throws kAsn1Error while no hash is held, and what CIssuerSerial::encode and
+    /// CAlgorithmIdentifier::encode throw.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error when `data` is not of the type, and InvalidArgument for a general name of
-    /// a kind without support; the object is then unchanged.
+    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, and kInvalidArgument for a general name
+    /// of a kind without support; the object is then unchanged.
     void decode(const CBlob& data);
 
     /// Equal hashes, algorithm and parameters included, and issuer and serial number equal or absent in both.
     bool operator==(const COtherCertID& other) const;
 
-    /// As operator==, but of the hash only the alternative and the bytes are compared: algorithms and their parameters
-    /// are not looked at, since one signer writes a NULL where another leaves the parameters out.
+    /// As operator==, but of the hash only the alternative and the octets are compared: algorithms and their parameters
+    /// are ignored, since one signer writes a NULL where another omits the parameters.
     [[nodiscard]] bool compare_noHashParam(const COtherCertID& other) const;
 
 private:

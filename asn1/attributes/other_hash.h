@@ -1,7 +1,4 @@
-// The hash by which a certificate is referred to (RFC 5126, section 5.7.3.3):
-//
-//   OtherHash           ::= CHOICE   { sha1Hash OCTET STRING, otherHash OtherHashAlgAndValue }
-//   OtherHashAlgAndValue ::= SEQUENCE { hashAlgorithm AlgorithmIdentifier, hashValue OCTET STRING }
+// The hash by which a certificate is referred to (RFC 5126, section 5.7.3.3): SHA-1, or a hash with its algorithm.
 #pragma once
 
 #include <memory>
@@ -14,26 +11,37 @@ namespace Orvane::ASN1 {
 
 class COtherHashImpl;
 
-/// Hash algorithm and hash. Copies are deep.
+/// Hash algorithm and hash:
+///
+///   OtherHashAlgAndValue ::= SEQUENCE {
+///       hashAlgorithm AlgorithmIdentifier,
+///       hashValue     OCTET STRING }
+///
+/// Copies are deep. References from getters live until the object changes.
 class TALLOW_EXPORT COtherHashAlgAndValue {
 public:
+    /// Both empty; cannot be encoded, since the algorithm has no identifier.
     COtherHashAlgAndValue();
     COtherHashAlgAndValue(const CAlgorithmIdentifier& hashAlgorithm, const CBlob& hashValue);
 
+    /// The algorithm of the hash. The setter copies.
     const CAlgorithmIdentifier& get_hashAlgorithm() const { return hashAlgorithm_; }
     void put_hashAlgorithm(const CAlgorithmIdentifier& hashAlgorithm);
 
+    /// The octets of the hash, whose length is not checked. The setter copies.
     const CBlob& get_hashValue() const { return hashValue_; }
     void put_hashValue(const CBlob& hashValue);
 
+    /// The DER of the pair. Throws what CAlgorithmIdentifier::encode throws.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is not of the type.
+    /// Replaces the content. Throws kAsn1Error, with the object unchanged, when `data` is not of the type.
     void decode(const CBlob& data);
 
+    /// Equal algorithms, parameters included, and equal hashes.
     bool operator==(const COtherHashAlgAndValue& other) const;
 
-    /// Equal hash bytes; the algorithms are not looked at.
+    /// Equal octets of the hash; the algorithms are ignored.
     bool compare_hashValue(const COtherHashAlgAndValue& other) const;
 
 private:
@@ -41,11 +49,18 @@ private:
     CBlob hashValue_;
 };
 
-/// The choice between a plain SHA-1 hash and a hash with its algorithm. Copies are deep.
+/// One of the two forms:
+///
+///   OtherHash ::= CHOICE {
+///       sha1Hash  OCTET STRING,
+///       otherHash OtherHashAlgAndValue }
+///
+/// Copies are deep.
 class TALLOW_EXPORT COtherHash {
 public:
     /// Holds nothing: type 0.
     COtherHash();
+    /// Holds a copy of the argument as the alternative that its type names.
     explicit COtherHash(const CBlob& sha1Hash);
     explicit COtherHash(const COtherHashAlgAndValue& otherHash);
     COtherHash(const COtherHash& other);
@@ -54,27 +69,30 @@ public:
     COtherHash& operator=(COtherHash&& other) noexcept;
     virtual ~COtherHash();
 
-    /// Forgets the value held; the object is as after the default constructor.
+    /// Removes the value; the object is as after the default constructor.
     void clear();
 
     /// 0 when nothing is held, 1 for sha1Hash, 2 for otherHash.
     unsigned int get_type() const;
 
-    /// Null when another alternative is held; valid until the object is changed or destroyed.
+    /// Null when another alternative is held; valid until the object is changed or destroyed. The setters copy and
+    /// remove the other alternative.
     const CBlob* get_sha1Hash() const;
     const COtherHashAlgAndValue* get_otherHash() const;
     void put_sha1Hash(const CBlob& sha1Hash);
     void put_otherHash(const COtherHashAlgAndValue& otherHash);
 
-    /// The DER of the choice. Throws Asn1Error when nothing is held.
+    /// The DER of the choice. Throws kAsn1Error when nothing is held, and what COtherHashAlgAndValue::encode throws.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is not of the type.
+    /// Replaces the content. Throws kAsn1Error, with the object unchanged, when `data` is not of the type.
     void decode(const CBlob& data);
 
+    /// Same alternative and equal values, or nothing held in both. A SHA-1 hash in one form is unequal to the same in
+    /// the other.
     bool operator==(const COtherHash& other) const;
 
-    /// Same alternative and equal hash bytes; the algorithms are not looked at.
+    /// Same alternative and equal octets of the hash; the algorithms are ignored.
     bool compare_hashValue(const COtherHash& other) const;
 
 private:

@@ -1,4 +1,4 @@
-// OtherHash and OtherHashAlgAndValue between value and record, and the holder behind COtherHash.
+// OtherHash and OtherHashAlgAndValue between value and record, and the holder of COtherHash.
 #pragma once
 
 #include "asn1/attributes/other_hash.h"

@@ -1,9 +1,4 @@
-// The part of a signed CMS message that belongs to one signer (RFC 5652, section 5.3):
-//
-//   SignerInfo ::= SEQUENCE { version CMSVersion, sid SignerIdentifier, digestAlgorithm AlgorithmIdentifier,
-//                             signedAttrs [0] IMPLICIT SignedAttributes OPTIONAL,
-//                             signatureAlgorithm AlgorithmIdentifier, signature OCTET STRING,
-//                             unsignedAttrs [1] IMPLICIT UnsignedAttributes OPTIONAL }
+// The part of a signed CMS message that belongs to one signer (RFC 5652, section 5.3).
 #pragma once
 
 #include "asn1/algorithms/algorithm_identifier.h"
@@ -13,37 +8,54 @@
 
 namespace Orvane::ASN1 {
 
-/// Who signed, and how. The attributes have no place here, so there is no encode(). Copies are deep.
+/// Who signed, and how:
+///
+///   SignerInfo ::= SEQUENCE {
+///       version            CMSVersion,
+///       sid                SignerIdentifier,
+///       digestAlgorithm    DigestAlgorithmIdentifier,
+///       signedAttrs        [0] IMPLICIT SignedAttributes OPTIONAL,
+///       signatureAlgorithm SignatureAlgorithmIdentifier,
+///       signature          SignatureValue,
+///       unsignedAttrs      [1] IMPLICIT UnsignedAttributes OPTIONAL }
+///
+/// The attributes are not kept, so there is no encode(). Nothing is verified. Copies are deep; references from getters
+/// live until the object changes, and setters copy.
 class TALLOW_EXPORT CSignerInfo {
 public:
-    /// Version 0, all else empty.
+    /// Version 0, everything else empty.
     CSignerInfo();
 
+    /// The number on the wire: 1 for a signer named by issuer and serial number.
     unsigned int get_version() const { return version_; }
     void put_version(unsigned int version);
 
-    /// The DER of the name of the issuer of the signer's certificate.
+    /// The issuer of the signer's certificate as a DER Name, byte for byte as received.
     const CBlob& get_issuer() const { return issuer_; }
     void put_issuer(const CBlob& issuer);
 
-    /// The serial number of the signer's certificate.
+    /// The serial number of the signer's certificate, big-endian.
     const CBigInteger& get_serialNumber() const { return serialNumber_; }
     void put_serialNumber(const CBigInteger& serialNumber);
 
+    /// The algorithm of the signature, as the message states it.
     const CAlgorithmIdentifier& get_signatureAlgorithm() const { return signatureAlgorithm_; }
     void put_signatureAlgorithm(const CAlgorithmIdentifier& signatureAlgorithm);
 
+    /// The algorithm of the digest over the content and the signed attributes.
     const CAlgorithmIdentifier& get_digestAlgorithm() const { return digestAlgorithm_; }
     void put_digestAlgorithm(const CAlgorithmIdentifier& digestAlgorithm);
 
+    /// The octets of the signature, in the form that the algorithm defines.
     const CBlob& get_signature() const { return signature_; }
     void put_signature(const CBlob& signature);
 
-    /// Replaces the content by that of a DER SignerInfo. Throws Asn1Error, with the object unchanged, when `data` is
-    /// not of the type, and when it names the signer's certificate by another thing than issuer and serial number.
+    /// Replaces the content by that of a DER SignerInfo. Throws kAsn1Error, with the object unchanged, when `data` is
+    /// not of the type, or identifies the signer's certificate by its key identifier instead of issuer and serial
+    /// number.
     void decode(const CBlob& data);
 
-    /// All fields equal; serial numbers compare as integers.
+    /// All fields equal; serial numbers are compared as integers.
     bool operator==(const CSignerInfo& other) const;
 
 private:

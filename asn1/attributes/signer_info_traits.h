@@ -7,7 +7,7 @@
 
 namespace Orvane::ASN1 {
 
-/// Throws Asn1Error for a signer who is not named by issuer and serial number.
+/// Throws kAsn1Error for a signer who is not named by issuer and serial number.
 void ASN1T_SignerInfo_get(CSignerInfo& value, const asn1data::ASN1T_SignerInfo& record);
 
 struct ASN1T_SignerInfo_traits : RecordTraits<asn1data::ASN1C_SignerInfo, asn1data::asn1Copy_SignerInfo> {

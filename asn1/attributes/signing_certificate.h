@@ -1,12 +1,14 @@
 // The attributes that bind a signature to the signer's certificate (RFC 5035, sections 3 and 4, RFC 5126, section
-// 5.7.3.3). All three have one shape, over identifiers of three kinds:
+// 5.7.3.3), so that the certificate cannot be exchanged for another one with the same key.
 //
-//   SigningCertificate ::= SEQUENCE { certs    SEQUENCE OF ESSCertID,   -- or ESSCertIDv2, OtherCertID
-//                                     policies SEQUENCE OF PolicyInformation OPTIONAL }
+//   CAttrSigningCertificateV2 attribute;
+//   attribute.put_policies(&policies);               // optional; before put_certs
+//   attribute.put_certs(certs);                      // encodes both
+//   attributes.emplace_back(attribute.get_oid()).add(attribute);
 //
-// The value of the attribute is the encoding of the decoded member. X() sets the identifier and leaves both
-// empty. X(certs) sets the member and encodes it. X(CBlob) takes the DER of the attribute's value and decodes it, and
-// throws what decode() throws.
+// The value of the attribute is the encoding of the decoded member. X() sets the identifier and leaves both empty.
+// X(certs) sets the member and encodes it. X(CBlob) takes the DER of the attribute's value and decodes it, and throws
+// what decode() throws.
 #pragma once
 
 #include "asn1/attributes/ess_cert_id.h"
@@ -21,23 +23,31 @@ namespace Orvane::ASN1 {
 template <class CertIDList>
 struct SigningCertificateImpl;
 
-/// What the three attributes have in common. Copies are deep.
+/// What the three attributes have in common:
+///
+///   SigningCertificate ::= SEQUENCE {
+///       certs    SEQUENCE OF ESSCertID,              -- or ESSCertIDv2, OtherCertID
+///       policies SEQUENCE OF PolicyInformation OPTIONAL }
+///
+/// Copies are deep.
 template <class CertIDList>
 class TALLOW_EXPORT CSigningCertificateAttr : public CAttrValue {
 public:
+    /// The identifiers in wire order, the signer's certificate first; empty until set. Valid until the object changes.
     const CertIDList& get_certs() const;
-    /// Sets the identifiers and encodes. When that throws, the value is as it was.
+    /// Sets the identifiers and encodes. When that throws, the identifiers are set and the value is as it was.
     void put_certs(const CertIDList& certs);
 
     /// Null when absent; owned by the object and valid until it is changed or destroyed.
     const CPolicyInformationList* get_policies() const;
 
-    /// Makes the value the encoding of the member. An empty list of policies is left out, as one that is absent. Throws
-    /// Asn1Error or InvalidArgument for an identifier or a policy that cannot be encoded.
+    /// Makes the value the encoding of the member. An empty list of policies is omitted like an absent one; an empty
+    /// list of identifiers is written as an empty SEQUENCE. Throws kAsn1Error or kInvalidArgument for an identifier or
+    /// a policy that cannot be encoded; the value is then as it was.
     void encode();
 
-    /// Reads the member from the value. Throws Asn1Error when it is not of the type, and InvalidArgument for a general
-    /// name of a kind without support; the member is then unchanged.
+    /// Reads the member from the value; call it after changing value(). Throws kAsn1Error when it is not of the type,
+    /// and kInvalidArgument for a general name of a kind without support; the member is then unchanged.
     void decode();
 
 protected:
@@ -66,8 +76,8 @@ public:
     explicit CAttrSigningCertificate(const CBlob& value);
     explicit CAttrSigningCertificate(const CESSCertIDList& certs);
 
-    /// Copies the list, null removes. The value stays as it is until encode() or put_certs: who sets both, policies
-    /// first, encodes once; who sets policies last must call encode().
+    /// Copies the list, null removes. The value stays as it is until encode() or put_certs: set policies first and
+    /// certs last to encode once; after setting policies last, call encode().
     void put_policies(const CPolicyInformationList* policies);
 };
 
@@ -89,8 +99,8 @@ public:
     explicit CAttrOtherSigningCertificate(const CBlob& value);
     explicit CAttrOtherSigningCertificate(const COtherCertIDList& certs);
 
-    /// Copies the list, null removes, and encodes at once, unlike its two relatives. When that throws, the value is as
-    /// it was.
+    /// Copies the list, null removes, and encodes at once, unlike the other two. When that throws, the list is set and
+    /// the value is as it was.
     void put_policies(const CPolicyInformationList* policies);
 };
 

@@ -1,5 +1,5 @@
 // SigningCertificate, SigningCertificateV2 and OtherSigningCertificate between value and record. The value is what
-// is behind the pointer of the typed attribute.
+// is owned by the typed attribute.
 #pragma once
 
 #include "asn1/attributes/ess_cert_id_traits.h"

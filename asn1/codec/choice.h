@@ -1,8 +1,14 @@
-// The mechanism shared by the value classes of CHOICE types: a holder that keeps one alternative at a time behind one
-// untyped pointer, and for each alternative a stateless object that knows how to make, copy and destroy its value.
+// The mechanism shared by the value classes of CHOICE types: a holder that keeps one alternative at a time through one
+// untyped pointer, and for each alternative a stateless object that makes, copies and destroys its value.
 //
-// A holder derives from Choice and returns findTraits(n) from the constant instances ChoiceValueTraitsT<T, n>. A public
-// class owns its holder through one pointer and puts typed getters and setters in front.
+//   class NameHolder : public Choice {
+//       const ChoiceValueTraits* findTraits(unsigned int type) const override {
+//           return type == 2 ? &ChoiceValueTraitsT<std::wstring, 2>::instance : &NoChoiceValue::instance;
+//       }
+//       ~NameHolder() override { destroyValue(); }
+//   };
+//
+// A public class owns its holder through one pointer and offers typed getters and setters.
 #pragma once
 
 #include "export.h"
@@ -13,11 +19,13 @@ namespace Orvane::ASN1 {
 class TALLOW_EXPORT ChoiceValueTraits {
 public:
     virtual ~ChoiceValueTraits();
+    /// Whether this object handles alternative `type`.
     virtual bool isType(unsigned int type) const = 0;
     /// Destroys and frees `value`; null is allowed.
     virtual void deleteValue(void* value) const = 0;
-    /// A new copy of `source`, which must not be null.
+    /// A new copy of `source`, which must not be null; free it with deleteValue. Throws what the copy throws.
     virtual void* newValue(const void* source) const = 0;
+    /// Assigns; neither may be null.
     virtual void copyValue(void* target, const void* source) const = 0;
 };
 
@@ -38,11 +46,11 @@ public:
 template <class T, unsigned int n>
 inline const ChoiceValueTraitsT<T, n> ChoiceValueTraitsT<T, n>::instance{};
 
-/// Nothing held, or an alternative without support. Its copy is that of the one pointer-sized word at `source`.
+/// For nothing held, and for alternatives without support. Its copy is that of the one pointer-sized word at `source`.
 using NoChoiceValue = ChoiceValueTraitsT<void*, 0>;
 
-/// Holder of one alternative. Owns `value`. Derived classes call destroyValue from their destructors, since
-/// findTraits is theirs.
+/// Holder of one alternative. Owns `value`. Derived classes call destroyValue from their destructors, since findTraits
+/// is theirs.
 class TALLOW_EXPORT Choice {
 public:
     Choice() = default;
@@ -53,23 +61,27 @@ public:
     /// The operations for a value of this type; never null.
     virtual const ChoiceValueTraits* findTraits(unsigned int type) const = 0;
 
+    /// The alternative held, 0 for none; and its value, null for none, valid until the holder changes.
     unsigned int type() const { return type_; }
     const void* value() const { return value_; }
 
-    /// The value when alternative `type` is held, otherwise null.
+    /// The value when alternative `type` is held, otherwise null. T must be the type of that alternative.
     template <class T>
     const T* get(unsigned int type) const {
         return type_ == type ? static_cast<const T*>(value_) : nullptr;
     }
 
-    /// Replaces the value by a copy of `argument`, which must be of the type of alternative `type`. Throws
-    /// InvalidArgument when the alternative is not supported. A failed copy leaves the holder as it was.
+    /// Replaces the value by a copy of `argument`, which must be of the type of alternative `type` and may be part of
+    /// the old value. Throws kInvalidArgument when the alternative is not supported, and what the copy throws; the
+    /// holder is then unchanged.
     void put(unsigned int type, const void* argument);
 
-    /// Replaces the value by a copy of that of `other`, a holder of the same class.
+    /// Replaces the value by a copy of that of `other`, a holder of the same class. A failed copy leaves the holder
+    /// unchanged.
     void copyFrom(const Choice& other);
 
 protected:
+    /// Frees the value; type() is 0 afterwards.
     void destroyValue();
 
 private:

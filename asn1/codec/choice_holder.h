@@ -1,4 +1,4 @@
-// What the public choice classes do with the holder behind their one pointer. A null pointer, as clear() and a move
+// What the public choice classes do with the holder that their one pointer owns. A null pointer, as clear() and a move
 // leave it, counts as a holder of nothing.
 #pragma once
 

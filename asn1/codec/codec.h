@@ -12,8 +12,8 @@
 //   value.put_reasons(valueIf<ReasonFlagsTraits, CReasonFlags>(record.m.reasonsPresent, record.reasons).get());
 //
 // A value class encodes and decodes itself with asn1Encode<Traits>(*this) and asn1Decode<Traits>(data, *this). Every
-// encoding or decoding failure is reported as Asn1Error; exhausted memory, and messages over the memory limit, as
-// Asn1Memory.
+// encoding or decoding failure is reported as kAsn1Error; exhausted memory, and messages over the memory limit, as
+// kAsn1Memory.
 #pragma once
 
 #include <limits>
@@ -158,7 +158,7 @@ void asn1DecodeT(const CBlob& data, ASN1CTXT* ctxt, typename Traits::ASN1_T& rec
     });
 }
 
-/// The DER of a value. Throws what Traits::set throws, and Asn1Error when the record cannot be encoded.
+/// The DER of a value. Throws what Traits::set throws, and kAsn1Error when the record cannot be encoded.
 template <class Traits, class V>
 CBlob asn1Encode(const V& value) {
     // One context serves the message and the memory of the record: both go together at the end.

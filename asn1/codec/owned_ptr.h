@@ -1,4 +1,6 @@
 // How a value class holds an optional member that is itself a class: one owned pointer, null when absent.
+//
+//   void CDistributionPoint::put_reasons(const CReasonFlags* reasons) { copy_to_auto_ptr(reasons_, reasons); }
 #pragma once
 
 #include <memory>

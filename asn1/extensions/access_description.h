@@ -1,7 +1,11 @@
-// Authority information access (RFC 5280, section 4.2.2.1):
+// Authority information access: where a certificate says its responder and its issuer's certificate are (RFC 5280,
+// section 4.2.2.1).
 //
-//   AuthorityInfoAccessSyntax ::= SEQUENCE SIZE (1..MAX) OF AccessDescription
-//   AccessDescription         ::= SEQUENCE { accessMethod OBJECT IDENTIFIER, accessLocation GeneralName }
+//   CAuthorityInfoAccessSyntax access;
+//   access.decode(extnValue);
+//   for (const CAccessDescription& entry : access) {
+//       if (std::strcmp(entry.get_accessMethod(), "1.3.6.1.5.5.7.48.1") == 0) ...    // OCSP
+//   }
 #pragma once
 
 #include <list>
@@ -13,28 +17,35 @@
 
 namespace Orvane::ASN1 {
 
-/// One way of reaching a service of the issuer. Copies are deep. An empty object has no method and a general name of
-/// type 0, and cannot be encoded.
+/// One way of reaching a service of the issuer:
+///
+///   AccessDescription ::= SEQUENCE {
+///       accessMethod   OBJECT IDENTIFIER,
+///       accessLocation GeneralName }
+///
+/// Copies are deep. An empty object has no method and a general name of type 0, and cannot be encoded.
 class TALLOW_EXPORT CAccessDescription {
 public:
+    /// Empty method and location.
     CAccessDescription();
     /// Copies both; a null method gives the empty text. The method is checked by encode().
     CAccessDescription(const char* accessMethod, const CGeneralName& accessLocation);
 
-    /// The OID of the service in dotted decimal (1.3.6.1.5.5.7.48.1 for OCSP), never null. Valid until the object
-    /// changes. The setter copies; null gives the empty text.
+    /// The service as dotted decimal text, never null: 1.3.6.1.5.5.7.48.1 for OCSP, 1.3.6.1.5.5.7.48.2 for the issuer's
+    /// certificates. Valid until the object changes. The setter copies; null counts as empty.
     const char* get_accessMethod() const { return accessMethod_.c_str(); }
     void put_accessMethod(const char* accessMethod);
 
-    /// Where the service is, usually a URI. Valid until the object changes; the setter copies.
+    /// Where the service is, usually a URI. It comes from the certificate and is not trusted: check scheme and host
+    /// before connecting. Valid until the object changes; the setter copies.
     const CGeneralName& get_accessLocation() const { return accessLocation_; }
     void put_accessLocation(const CGeneralName& accessLocation);
 
-    /// The DER of the description. Throws InvalidArgument for a method that is not dotted decimal text or a location
-    /// that cannot be encoded.
+    /// The DER of the description. Throws kInvalidArgument for a method that is not dotted decimal text, and what
+    /// CGeneralName::encode throws for the location.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error when `data` is not an AccessDescription, and InvalidArgument for a
+    /// Replaces the content. Throws kAsn1Error when `data` is not an AccessDescription, and kInvalidArgument for a
     /// location of a kind without support; the object is then unchanged.
     void decode(const CBlob& data);
 
@@ -46,14 +57,18 @@ private:
     CGeneralName accessLocation_;
 };
 
-/// Access descriptions in wire order.
+/// Access descriptions in wire order:
+///
+///   AuthorityInfoAccessSyntax ::= SEQUENCE SIZE (1..MAX) OF AccessDescription
+///
+/// The minimum is not enforced: an empty list is read and written as an empty SEQUENCE.
 class TALLOW_EXPORT CAuthorityInfoAccessSyntax : public std::list<CAccessDescription> {
 public:
     /// The DER of the list, also of an empty one. Throws what CAccessDescription::encode throws.
     CBlob encode() const;
 
-    /// Replaces the whole content. Throws Asn1Error when `data` is not of the type, and InvalidArgument for a location
-    /// of a kind without support; the list is then unchanged.
+    /// Replaces the whole content. Throws kAsn1Error when `data` is not of the type, and kInvalidArgument for a
+    /// location of a kind without support; the list is then unchanged.
     void decode(const CBlob& data);
 };
 

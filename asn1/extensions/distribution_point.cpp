@@ -163,7 +163,7 @@ void ASN1T_ReasonFlags_traits::get(const ASN1_T& record, CReasonFlags& value) {
 }
 
 void ASN1T_DistributionPointName_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CDistributionPointName& value) {
-    // Any other type leaves the choice unset, and the encoder refuses it.
+    // Any other type leaves the choice unset, and the encoder rejects it.
     if (const CGeneralNames* fullName = value.get_fullName()) {
         record.t = kFullName;
         record.u.fullName = allocateRecord<asn1data::ASN1T_GeneralNames>(ctxt);

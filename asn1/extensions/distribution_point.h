@@ -1,11 +1,9 @@
-// CRL distribution points (RFC 5280, section 4.2.1.13):
+// CRL distribution points: where the CRLs for a certificate are published (RFC 5280, section 4.2.1.13).
 //
-//   CRLDistPointsSyntax   ::= SEQUENCE SIZE (1..MAX) OF DistributionPoint
-//   DistributionPoint     ::= SEQUENCE { distributionPoint [0] DistributionPointName OPTIONAL,
-//                                        reasons           [1] ReasonFlags OPTIONAL,
-//                                        cRLIssuer         [2] GeneralNames OPTIONAL }
-//   DistributionPointName ::= CHOICE   { fullName                [0] GeneralNames,
-//                                        nameRelativeToCRLIssuer [1] RelativeDistinguishedName }
+//   CCRLDistPointsSyntax points;
+//   points.decode(extnValue);
+//   const CDistributionPointName* name = points.front().get_distributionPoint();
+//   if (name != nullptr && name->get_fullName() != nullptr) ...
 #pragma once
 
 #include <list>
@@ -21,12 +19,18 @@ namespace Orvane::ASN1 {
 class CDistributionPointNameImpl;
 class CDistributionPointImpl;
 
-/// Where the CRL is to be had. Only fullName can be held: a decoded nameRelativeToCRLIssuer gives type 0. Copies are
-/// deep.
+/// The place of publication:
+///
+///   DistributionPointName ::= CHOICE {
+///       fullName                [0] GeneralNames,
+///       nameRelativeToCRLIssuer [1] RelativeDistinguishedName }
+///
+/// Only fullName can be held: a decoded nameRelativeToCRLIssuer gives type 0 and is lost. Copies are deep.
 class TALLOW_EXPORT CDistributionPointName {
 public:
     /// Holds nothing: type 0.
     CDistributionPointName();
+    /// Holds a copy of the names.
     explicit CDistributionPointName(const CGeneralNames& fullName);
     CDistributionPointName(const CDistributionPointName& other);
     CDistributionPointName(CDistributionPointName&& other) noexcept;
@@ -34,29 +38,39 @@ public:
     CDistributionPointName& operator=(CDistributionPointName&& other) noexcept;
     ~CDistributionPointName();
 
-    /// Forgets the value held; the object is as after the default constructor.
+    /// Removes the value; the object is as after the default constructor.
     void clear();
 
     /// 0 when nothing is held, 1 for fullName.
     unsigned int get_type() const;
 
-    /// Null unless fullName is held; valid until the object is changed or destroyed.
+    /// All names lead to the same CRL. Null unless fullName is held; valid until the object is changed or destroyed.
+    /// The setter copies.
     const CGeneralNames* get_fullName() const;
     void put_fullName(const CGeneralNames& fullName);
 
-    /// The DER of the choice. Throws Asn1Error when nothing is held.
+    /// The DER of the choice. Throws kAsn1Error when nothing is held, and what CGeneralName::encode throws for a name.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is not of the type.
+    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, and kInvalidArgument for a general name
+    /// of a kind without support; the object is then unchanged.
     void decode(const CBlob& data);
 
+    /// Equal names by the lenient rule of CGeneralName, or nothing held in both.
     bool operator==(const CDistributionPointName& other) const;
 
 private:
     std::unique_ptr<CDistributionPointNameImpl> impl_;
 };
 
-/// One distribution point. One pointer wide, so that lists stay small. Copies are deep.
+/// One distribution point:
+///
+///   DistributionPoint ::= SEQUENCE {
+///       distributionPoint [0] DistributionPointName OPTIONAL,
+///       reasons           [1] ReasonFlags OPTIONAL,
+///       cRLIssuer         [2] GeneralNames OPTIONAL }
+///
+/// One pointer wide, so that lists stay small. Copies are deep.
 class TALLOW_EXPORT CDistributionPoint {
 public:
     /// All three members absent.
@@ -70,24 +84,27 @@ public:
     /// Removes all three members.
     void clear();
 
-    /// Null when absent; owned by the object and valid until it is changed or destroyed.
+    /// Each returns null when absent; the pointer is owned by the object and valid until it is changed or destroyed.
+    /// Without reasons, the CRL covers all of them; without cRLIssuer, the issuer of the certificate signs the CRL.
     const CDistributionPointName* get_distributionPoint() const;
     const CReasonFlags* get_reasons() const;
     const CGeneralNames* get_cRLIssuer() const;
 
-    /// Copy; null removes.
+    /// Each copies; null removes. The argument may be what the getter returned.
     void put_distributionPoint(const CDistributionPointName* distributionPoint);
     void put_reasons(const CReasonFlags* reasons);
     void put_cRLIssuer(const CGeneralNames* cRLIssuer);
 
-    /// The DER of the distribution point. An empty cRLIssuer is omitted like an absent one. Throws Asn1Error for a name
-    /// that holds nothing, and InvalidArgument for a general name that cannot be encoded.
+    /// The DER of the distribution point. An empty cRLIssuer is omitted like an absent one, and reasons above bit 15
+    /// are not written. Throws kAsn1Error for a name that holds nothing, and what CGeneralName::encode throws. A point
+    /// with no member is encoded, although RFC 5280 requires distributionPoint or cRLIssuer.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error when `data` is not of the type, and InvalidArgument for a general name of
-    /// a kind without support; the object is then unchanged.
+    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, and kInvalidArgument for a general name
+    /// of a kind without support; the object is then unchanged.
     void decode(const CBlob& data);
 
+    /// Each member equal or absent in both; general names by the lenient rule of CGeneralName.
     bool operator==(const CDistributionPoint& other) const;
 
 private:
@@ -96,9 +113,14 @@ private:
     std::unique_ptr<CDistributionPointImpl> impl_;
 };
 
-/// Distribution points in wire order.
+/// Distribution points in wire order:
+///
+///   CRLDistributionPoints ::= SEQUENCE SIZE (1..MAX) OF DistributionPoint
+///
+/// The minimum is not enforced: an empty list is read and written as an empty SEQUENCE.
 class TALLOW_EXPORT CCRLDistPointsSyntax : public std::list<CDistributionPoint> {
 public:
+    /// The DER of the list; failures as for CDistributionPoint::encode.
     CBlob encode() const;
 
     /// Replaces the whole content; failures as for CDistributionPoint::decode.

@@ -1,4 +1,4 @@
-// The objects behind the pointers of the distribution point classes.
+// The objects that the distribution point classes own through their pointers.
 #pragma once
 
 #include <memory>

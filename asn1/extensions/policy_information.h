@@ -1,6 +1,5 @@
-// Certificate policies by their identifiers (RFC 5280, section 4.2.1.4):
-//
-//   PolicyInformation ::= SEQUENCE { policyIdentifier CertPolicyId, policyQualifiers ... OPTIONAL }
+// Certificate policies by their identifiers (RFC 5280, section 4.2.1.4), as in the attributes that name a signing
+// certificate.
 #pragma once
 
 #include <list>
@@ -11,22 +10,32 @@
 
 namespace Orvane::ASN1 {
 
-/// One policy. Qualifiers have no place here: they are passed over when a policy is decoded, and so are gone when it
-/// is encoded again.
+/// One policy:
+///
+///   PolicyInformation ::= SEQUENCE {
+///       policyIdentifier CertPolicyId,
+///       policyQualifiers SEQUENCE SIZE (1..MAX) OF PolicyQualifierInfo OPTIONAL }
+///
+///   CertPolicyId ::= OBJECT IDENTIFIER
+///
+/// Qualifiers are not kept: they are skipped when a policy is decoded, and are gone when it is encoded again. Copies
+/// are deep.
 class TALLOW_EXPORT CPolicyInformation {
 public:
     /// Empty identifier, which cannot be encoded.
     CPolicyInformation();
+    /// Copies dotted decimal text; null counts as empty. encode() checks it.
     explicit CPolicyInformation(const char* policyIdentifier);
 
-    /// Dotted decimal text, never null. Valid until the object is changed or destroyed.
+    /// Dotted decimal text, never null; 2.5.29.32.0 is anyPolicy. Valid until the object is changed or destroyed. The
+    /// setter copies; null counts as empty.
     const char* get_policyIdentifier() const { return policyIdentifier_.c_str(); }
     void put_policyIdentifier(const char* policyIdentifier);
 
-    /// The DER of the policy. Throws InvalidArgument when the identifier is not dotted decimal text.
+    /// The DER of the policy. Throws kInvalidArgument when the identifier is not dotted decimal text.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is not of the type.
+    /// Replaces the content. Throws kAsn1Error, with the object unchanged, when `data` is not of the type.
     void decode(const CBlob& data);
 
 private:

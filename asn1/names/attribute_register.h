@@ -1,5 +1,9 @@
 // The attribute types that distinguished names know by a short name, and the two text forms of a value: plain text for
-// these, '#' and hexadecimal DER for all others.
+// these types, '#' and hexadecimal DER for all others (RFC 4514, section 2.4).
+//
+//   CATAVRegister::typeFromStr(L"CN");                                        // "2.5.4.3"
+//   CATAVRegister::valueFromStr("2.5.4.3", L"Ivan", kStringTypeDefault);      // 0C 04 49 76 61 6E
+//   CATAVRegister::valueToStr("1.2.3", nullValue);                            // L"#0500"
 #pragma once
 
 #include <list>
@@ -13,45 +17,54 @@
 
 namespace Orvane::ASN1 {
 
-/// One known attribute type. The list of all is complete before the library is in use and only read afterwards, so
-/// that any thread may read it; types are added before that.
+/// One known attribute type, and as static functions the list of all. The list is filled when the library is loaded and
+/// only read afterwards, so any thread may read it. A program that adds types must do so before it starts threads.
 class TALLOW_EXPORT CATAVRegister {
 public:
     using List = std::list<CATAVRegister>;
 
-    /// Fills the fields and appends a copy to the list. `maxLength` is the longest value in characters.
+    /// Fills the fields and appends a copy to the list; the copy stays until the process ends. `oid` is dotted decimal
+    /// text, `name` the short name, `type` the string type that valueFromStr uses by default, `maxLength` the longest
+    /// value in characters. Null counts as empty. An entry with the identifier or name of an earlier one is never
+    /// found.
     CATAVRegister(const char* oid, const wchar_t* name, StringType type, unsigned long maxLength);
 
+    /// The fields as given to the constructor: object identifier, short name, default string type, and the longest
+    /// value in characters. References live as long as the entry.
     const std::string& oid() const { return oid_; }
     const std::wstring& name() const { return name_; }
     StringType type() const { return type_; }
     unsigned long maxLength() const { return maxLength_; }
 
-    /// All known attribute types, in the order in which they were made known.
+    /// All known attribute types in the order of registration. The list lives as long as the process.
     static const List& registered() { return registered_; }
 
-    /// The first entry with this object identifier, or with exactly this short name; registered().end() for none.
+    /// The first entry with this object identifier, or with exactly this short name (upper and lower case differ);
+    /// registered().end() when there is none. Null finds an empty identifier or name.
     static List::const_iterator find(const char* oid);
     static List::const_iterator find(const wchar_t* name);
 
-    /// The short name, or the object identifier itself for a type that is not known.
+    /// The short name, or the object identifier itself for an unknown type.
     static CWStringProxy typeToStr(const char* oid);
-    /// The object identifier, or the text itself for a short name that is not known.
+    /// The object identifier, or the text itself for an unknown short name, which is not checked to be an identifier.
     static CStringProxy typeFromStr(const wchar_t* name);
 
-    /// The text of a value: of a known type as decodeCharString reads it (and throws), of any other '#' and upper-case
-    /// hexadecimal.
+    /// The text of a value given as DER. For a known type it is what decodeCharString reads, and throws: kAsn1Error for
+    /// a value that is not a character string. For an unknown type: '#' and upper-case hexadecimal digits.
     static CWStringProxy valueToStr(const char* oid, const CBlob& value);
 
-    /// The DER of a text, in the string type given or, with kStringTypeDefault, in the registered one. Throws
-    /// InvalidArgument for a text longer than the type allows. For a type that is not known, the first character
-    /// stands for '#' and is not looked at, and the hexadecimal digits after it are the DER; reading stops quietly at
-    /// the first character that is none. An empty text then throws std::out_of_range.
+    /// The DER of a text, in the given string type or, with kStringTypeDefault, in the registered one. Throws
+    /// kInvalidArgument for a text longer than maxLength, and what encodeCharString throws.
+    ///
+    /// For an unknown type the first character is skipped as the '#', and the hexadecimal digits after it are the DER;
+    /// reading stops without an error at the first character that is not a digit. An empty text then throws
+    /// std::out_of_range.
     static CBlob valueFromStr(const char* oid, const wchar_t* text, StringType type);
 
-    /// Identifier and value from their texts, as typeFromStr and valueFromStr do.
+    /// Identifier and value from their texts, by typeFromStr and valueFromStr.
     static CAttrValue makeATAV(const wchar_t* type, const wchar_t* value, StringType stringType);
-    /// The same from "type=value", split at the first '='. Without one: InvalidArgument.
+    /// The same from "type=value", split at the first '='; blanks are kept. Throws kInvalidArgument when there is no
+    /// '='.
     static CAttrValue makeATAV(const wchar_t* text, StringType stringType);
 
 private:
@@ -63,6 +76,18 @@ private:
     static List registered_;
 };
 
+/// The types known from the start: short name, object identifier, and the string type where it is not UTF8String. Each
+/// allows 32768 characters.
+///
+///   CN      2.5.4.3     C   2.5.4.6  (PrintableString)    L   2.5.4.7     ST  2.5.4.8
+///   E       1.2.840.113549.1.9.1 (IA5String)              O   2.5.4.10    OU  2.5.4.11
+///   T       2.5.4.12    GN  2.5.4.42    I   2.5.4.43      SN  2.5.4.4     PS  2.5.4.65
+///   OGRN    1.2.643.100.1               OGRNIP  1.2.643.100.5             SNILS  1.2.643.100.3
+///   INNLE   1.2.643.100.4               INN     1.2.643.3.131.1.1         STREET 2.5.4.9
+///   DC      0.9.2342.19200300.100.1.25 (IA5String)        UnstructuredName  1.2.840.113549.1.9.2
+///   PostalCode  2.5.4.17                SERIALNUMBER      2.5.4.5 (PrintableString)
+///
+/// The list holds copies: find() returns another object with the same fields.
 extern TALLOW_EXPORT const CATAVRegister commonNameAttribute;
 extern TALLOW_EXPORT const CATAVRegister countryNameAttribute;
 extern TALLOW_EXPORT const CATAVRegister localityNameAttribute;

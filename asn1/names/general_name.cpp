@@ -21,7 +21,7 @@ const wchar_t* getText(const std::unique_ptr<CGeneralNameImpl>& holder, unsigned
     return value != nullptr ? value->c_str() : nullptr;
 }
 
-// The text of whichever of the four text alternatives is held; null when it is none of them.
+// The text of the alternative held, if it is one of the four text alternatives; else null.
 const wchar_t* heldText(const std::unique_ptr<CGeneralNameImpl>& holder) {
     switch (heldType(holder)) {
         case CGeneralName::kRfc822Name:
@@ -173,7 +173,7 @@ bool CGeneralName::operator==(const CGeneralName& other) const {
         return false;
     }
     if (const wchar_t* text = heldText(impl_)) {
-        // In keeping with toString: the rest of the text is not looked at, and an empty one counts as the character 0.
+        // In keeping with toString: the rest of the text is ignored, and an empty one counts as the character 0.
         return *text == *heldText(other.impl_);
     }
     return equalOrBothAbsent(get_directoryName(), other.get_directoryName()) &&

@@ -1,4 +1,4 @@
-// GeneralName and GeneralNames between value and record, and the holder behind CGeneralName.
+// GeneralName and GeneralNames between value and record, and the holder of CGeneralName.
 #pragma once
 
 #include "asn1/codec/choice_holder.h"
@@ -15,7 +15,7 @@ public:
     const ChoiceValueTraits* findTraits(unsigned int type) const override;
 };
 
-/// Other alternatives than those that CGeneralName can hold throw InvalidArgument both ways.
+/// Other alternatives than those that CGeneralName can hold throw kInvalidArgument both ways.
 struct ASN1T_GeneralName_traits : RecordTraits<asn1data::ASN1C_GeneralName, asn1data::asn1Copy_GeneralName> {
     static void set(ASN1CTXT* ctxt, ASN1_T& record, const CGeneralName& value);
     static void get(const ASN1_T& record, CGeneralName& value);

@@ -1,6 +1,5 @@
-// A certificate named by its issuer and serial number (RFC 5755, section 4.1):
-//
-//   IssuerSerial ::= SEQUENCE { issuer GeneralNames, serialNumber CertificateSerialNumber }
+// A certificate named by its issuer and serial number, as in references to signing certificates (RFC 5755, section 4.1,
+// and RFC 5035, section 5).
 #pragma once
 
 #include "asn1/algorithms/big_integer.h"
@@ -10,26 +9,39 @@
 
 namespace Orvane::ASN1 {
 
-/// Issuer and serial number. Copies are deep. An empty object has no names and a number without bytes, and cannot be
+/// Issuer and serial number:
+///
+///   IssuerSerial ::= SEQUENCE {
+///       issuer    GeneralNames,
+///       serial    CertificateSerialNumber,
+///       issuerUID UniqueIdentifier OPTIONAL }
+///
+/// issuerUID is not kept. Copies are deep. An empty object has no names and a number without octets, and cannot be
 /// encoded.
 class TALLOW_EXPORT CIssuerSerial {
 public:
     CIssuerSerial();
     CIssuerSerial(const CGeneralNames& issuer, const CBigInteger& serialNumber);
 
+    /// The names of the issuer; RFC 5035 wants exactly one, a directoryName. The reference lives until the object
+    /// changes; the setter copies.
     const CGeneralNames& get_issuer() const { return issuer_; }
     void put_issuer(const CGeneralNames& issuer);
 
+    /// Big-endian two's complement, as in DER. The reference lives until the object changes; the setter copies.
     const CBigInteger& get_serialNumber() const { return serialNumber_; }
     void put_serialNumber(const CBigInteger& serialNumber);
 
+    /// The DER of the pair. An empty list of names is written as an empty SEQUENCE. Throws kAsn1Error for a number
+    /// without octets and what CGeneralName::encode throws.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error when `data` is not of the type, and InvalidArgument for a general name of
-    /// a kind without support; the object is then unchanged.
+    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, and kInvalidArgument for a general name
+    /// of a kind without support; the object is then unchanged.
     void decode(const CBlob& data);
 
-    /// Issuers equal element by element in order, and serial numbers equal as integers.
+    /// Issuers equal element by element in order, by the lenient rule of CGeneralName, and serial numbers equal as
+    /// integers.
     bool operator==(const CIssuerSerial& other) const;
 
 private:

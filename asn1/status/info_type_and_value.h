@@ -1,6 +1,8 @@
-// Information items of PKI messages (RFC 4210, section 5.3.19):
+// Information items of PKI messages: pairs of identifier and value (RFC 4210, section 5.3.19).
 //
-//   InfoTypeAndValue ::= SEQUENCE { infoType OBJECT IDENTIFIER, infoValue ANY DEFINED BY infoType OPTIONAL }
+//   CInfoTypeAndValueList items;
+//   items.insert(CInfoTypeAndValue("1.3.6.1.5.5.7.4.4", value));
+//   const auto found = items.find("1.3.6.1.5.5.7.4.4");
 #pragma once
 
 #include <list>
@@ -12,15 +14,24 @@
 
 namespace Orvane::ASN1 {
 
-/// Identifier of an item and the DER of its value, empty when absent. Copies are deep.
+/// One item:
+///
+///   InfoTypeAndValue ::= SEQUENCE {
+///       infoType  OBJECT IDENTIFIER,
+///       infoValue ANY DEFINED BY infoType OPTIONAL }
+///
+/// Copies are deep. Immutable except by assignment.
 class TALLOW_EXPORT CInfoTypeAndValue {
 public:
+    /// Copies the arguments; those not given are empty, and a null identifier counts as empty. encode() of the list
+    /// checks them.
     CInfoTypeAndValue();
     explicit CInfoTypeAndValue(const char* infoType);
     CInfoTypeAndValue(const char* infoType, const CBlob& infoValue);
 
     /// Dotted decimal text, never null. Valid until the object is changed or destroyed.
     const char* get_infoType() const { return infoType_.c_str(); }
+    /// The whole DER of the value; empty when absent. Valid until the object is changed or destroyed.
     const CBlob& get_infoValue() const { return infoValue_; }
 
     /// Equal identifier text and value bytes.
@@ -31,10 +42,10 @@ private:
     CBlob infoValue_;
 };
 
-/// Whether an item has exactly this identifier text, for the algorithms of the standard library.
+/// A predicate for the algorithms of the standard library: whether an item has exactly this identifier text.
 class TALLOW_EXPORT findByOid {
 public:
-    /// Null finds an empty identifier.
+    /// Copies the text; null finds an empty identifier.
     explicit findByOid(const char* oid);
     bool operator()(const CInfoTypeAndValue& item) const { return oid_ == item.get_infoType(); }
 
@@ -42,29 +53,33 @@ private:
     std::string oid_;
 };
 
-/// Items in wire order. insert keeps one for each identifier; a decoded list may hold several, and then the first one
-/// counts.
+/// Items in wire order:
+///
+///   GenMsgContent ::= SEQUENCE OF InfoTypeAndValue
+///
+/// insert keeps one for each identifier; a decoded list may contain several, and then the operations by identifier mean
+/// the first.
 class TALLOW_EXPORT CInfoTypeAndValueList : public std::list<CInfoTypeAndValue> {
 public:
     using std::list<CInfoTypeAndValue>::list;
 
-    /// The first item with exactly this identifier text, or end().
+    /// The first item with exactly this identifier text, or end(). Null finds an empty identifier.
     iterator find(const char* oid);
     const_iterator find(const char* oid) const;
 
     /// Overwrites the item with the same identifier where it is, or appends a copy.
     void insert(const CInfoTypeAndValue& item);
 
-    /// Removes the first item with this identifier. There must be one: that none is there fails an assertion in debug
-    /// builds, and has no effect in release builds.
+    /// Removes the first item with this identifier, which must exist: otherwise an assertion fails in debug builds, and
+    /// nothing happens in release builds.
     void remove(const char* oid);
 
-    /// The DER of the items as a SEQUENCE, also of none. Throws InvalidArgument when an identifier is not dotted
-    /// decimal text, and Asn1Error when the value of a known item is not the DER of its type.
+    /// The DER of the items as a SEQUENCE, empty when there are none. Throws kInvalidArgument when an identifier is not
+    /// dotted decimal text, and kAsn1Error when the value of a known item is not the DER of its type.
     CBlob encode() const;
 
-    /// Replaces the whole content by that of a SEQUENCE OF InfoTypeAndValue. Throws Asn1Error, with the list unchanged,
-    /// when `data` is none.
+    /// Replaces the whole content. Throws kAsn1Error, with the list unchanged, when `data` is not a SEQUENCE OF
+    /// InfoTypeAndValue.
     void decode(const CBlob& data);
 };
 

@@ -8,7 +8,7 @@
 namespace Orvane::ASN1 {
 
 /// Fills an empty record list, an element for each item in order, with memory from the buffer's context. Throws
-/// InvalidArgument for an identifier that is not dotted decimal text, and Asn1Error for a value that does not fit it.
+/// kInvalidArgument for an identifier that is not dotted decimal text, and kAsn1Error for a value that does not fit it.
 void ASN1TavList_Encode(const CInfoTypeAndValueList& values, ASN1TSeqOfList& list, ASN1MessageBufferIF& buffer);
 
 /// Replaces `values`.

@@ -1,15 +1,13 @@
-// Texts for people in PKI messages, one for each of several languages (RFC 4210, section 5.1.1):
-//
-//   PKIFreeText ::= SEQUENCE SIZE (1..MAX) OF UTF8String
+// Texts for people in PKI messages, in one or several languages (RFC 4210, section 5.1.1).
 //
 //   CPKIFreeText text(L"no such certificate", CLanguageTagEnUs());
-//   text.insert(CPKIFreeTextString(L"\u0441\u0435\u0440\u0442\u0438\u0444\u0438\u043a\u0430\u0442",
-//   CLanguageTagRuRu()));
+//   text.insert(CPKIFreeTextString(L"certificat inconnu", CLanguageTag("fr")));
+//   const wchar_t* shown = text.find(CLanguageTagEnUs())->get_value();
 //
-// On the wire the language is a prefix of the text: U+0E01, a character U+0E00 + c for each octet c of the
-// tag, U+0E7E. A text of language "*" has nothing in front. These are not the tag characters of RFC 2482: other
-// software takes them for Thai letters, and a text that begins with U+0E01 in earnest cannot be read here without a
-// tag. A '~' in a tag is the end mark itself, and what follows it is read as text.
+// On the wire the language is a prefix of the text: U+0E01, a character U+0E00 + c for each octet c of the tag, U+0E7E.
+// A text of language "*" has no prefix. These are not the tag characters of RFC 2482: other software takes them for
+// Thai letters, and a text that really begins with U+0E01 cannot be read here without a tag. A '~' in a tag is the end
+// mark itself, and what follows it is read as text.
 #pragma once
 
 #include <list>
@@ -20,23 +18,23 @@
 
 namespace Orvane::ASN1 {
 
-/// A text and its language. Copies are deep.
+/// A text and its language. Copies are deep. Pointers and references from getters live until the object changes.
 class TALLOW_EXPORT CPKIFreeTextString {
 public:
     /// Empty text.
     explicit CPKIFreeTextString(const CLanguageTag& language);
-    /// Null gives the empty text. The narrow form throws what towstring throws.
+    /// Copies both; a null text counts as empty. The narrow form takes UTF-8 and throws what towstring throws.
     CPKIFreeTextString(const wchar_t* value, const CLanguageTag& language);
     CPKIFreeTextString(const char* value, const CLanguageTag& language);
 
     void assign(const CPKIFreeTextString& other);
 
-    /// Never null. Valid until the object is changed or destroyed.
+    /// The text, never null. The setter copies and keeps the language; null counts as empty.
     const wchar_t* get_value() const { return value_.c_str(); }
     void set_value(const wchar_t* value);
     const CLanguageTag& get_language() const { return language_; }
 
-    /// Equal language, then equal text.
+    /// Equal language and equal text.
     bool operator==(const CPKIFreeTextString& other) const;
 
 private:
@@ -44,10 +42,15 @@ private:
     CLanguageTag language_;
 };
 
-/// Texts in wire order. insert keeps one for each language but "*"; a decoded list may hold several, and then the first
-/// one counts.
+/// Texts in wire order:
+///
+///   PKIFreeText ::= SEQUENCE SIZE (1..MAX) OF UTF8String
+///
+/// insert keeps one for each language except "*"; a decoded list may contain several, and then find returns the first.
+/// Texts from a message are not signed unless the message is, and are meant for display: do not parse them.
 class TALLOW_EXPORT CPKIFreeText : public std::list<CPKIFreeTextString> {
 public:
+    /// An empty list, or a list of one text.
     CPKIFreeText();
     CPKIFreeText(const wchar_t* value, const CLanguageTag& language);
     explicit CPKIFreeText(const CPKIFreeTextString& text);
@@ -63,8 +66,8 @@ public:
     /// Removes every text of the language; "*" empties the list.
     void remove(const CLanguageTag& language);
 
-    /// The first text. The list must not be empty: that fails an assertion in debug builds, and throws InvalidArgument
-    /// in release builds.
+    /// The first text, as a copy or by reference. The list must not be empty: otherwise an assertion fails in debug
+    /// builds, and kInvalidArgument is thrown in release builds.
     operator CPKIFreeTextString() const;  // NOLINT(google-explicit-constructor): where one text is wanted, it is this
     operator CPKIFreeTextString&();       // NOLINT(google-explicit-constructor): likewise
 };

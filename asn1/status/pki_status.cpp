@@ -14,7 +14,7 @@ namespace {
 constexpr unsigned int kFailureBits = 32;
 constexpr unsigned int kFailureOctets = kFailureBits / 8;
 
-// A language in front of a text: the first mark, the octets of the tag on the page of Thai, the second mark.
+// The language before a text: the first mark, the octets of the tag on the page of Thai, the second mark.
 constexpr wchar_t kTagBegin = 0x0E01;
 constexpr wchar_t kTagEnd = 0x0E7E;
 constexpr wchar_t kTagPage = 0x0E00;

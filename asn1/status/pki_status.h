@@ -1,9 +1,9 @@
 // The status part of PKI management messages and time-stamp responses (RFC 4210, section 5.2.3, RFC 3161, section
-// 2.4.2):
+// 2.4.2).
 //
-//   PKIStatusInfo  ::= SEQUENCE { status PKIStatus, statusString PKIFreeText OPTIONAL,
-//                                 failInfo PKIFailureInfo OPTIONAL }
-//   PKIFailureInfo ::= BIT STRING { badAlg (0), badMessageCheck (1), badRequest (2), ... }
+//   CPKIStatusInfo info(kStatusRejection);
+//   info.decode(der);
+//   if (info.get_pkiStatus() > kStatusGrantedWithMods) report(info.get_failureInfo(), info.get_statusString());
 #pragma once
 
 #include "asn1/status/pki_free_text.h"
@@ -12,7 +12,18 @@
 
 namespace Orvane::ASN1 {
 
-/// The wire number of PKIStatus, unchanged.
+/// The wire number of PKIStatus, unchanged:
+///
+///   PKIStatus ::= INTEGER {
+///       accepted               (0),
+///       grantedWithMods        (1),
+///       rejection              (2),
+///       waiting                (3),
+///       revocationWarning      (4),
+///       revocationNotification (5),
+///       keyUpdateWarning       (6) }
+///
+/// Only the first two mean success. A decoded number outside the list is kept, so a switch needs a default.
 enum PKIStatusEnum : int {
     kStatusAccepted = 0,
     kStatusGrantedWithMods = 1,
@@ -23,22 +34,32 @@ enum PKIStatusEnum : int {
     kStatusKeyUpdateWarning = 6
 };
 
-/// Reasons of a failure. Bit n of the value is bit n of the BIT STRING; bits above 31 of a decoded one are dropped.
+/// Reasons of a failure:
+///
+///   PKIFailureInfo ::= BIT STRING {
+///       badAlg          (0),
+///       badMessageCheck (1),
+///       badRequest      (2),
+///       ... }
+///
+/// Bit n of the value is bit n of the BIT STRING; bits above 31 of a decoded one are dropped.
 class TALLOW_EXPORT CPKIFailureInfo {
 public:
+    /// The set whose bits are given; 0 is the empty set.
     explicit CPKIFailureInfo(unsigned int value) : value_(value) {}
 
+    /// All bits combined.
     unsigned int get_value() const { return value_; }
     void put_value(unsigned int value) { value_ = value; }
 
-    /// By bit number; one of 32 or above throws InvalidArgument.
+    /// By bit number, 0 to 31; a larger number throws kInvalidArgument.
     bool get_bit(unsigned int n) const;
     void put_bit(unsigned int n, bool on);
 
     /// The DER of the BIT STRING, which ends at the last bit that is set.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error, with the object unchanged, when `data` is no BIT STRING.
+    /// Replaces the content. Throws kAsn1Error, with the object unchanged, when `data` is not a BIT STRING.
     void decode(const CBlob& data);
 
     bool operator==(const CPKIFailureInfo& other) const { return value_ == other.value_; }
@@ -47,29 +68,36 @@ private:
     unsigned int value_;
 };
 
-/// Status, reasons of a failure, and texts for people. Copies are deep.
+/// Status, texts for people, and reasons of a failure:
+///
+///   PKIStatusInfo ::= SEQUENCE {
+///       status       PKIStatus,
+///       statusString PKIFreeText OPTIONAL,
+///       failInfo     PKIFailureInfo OPTIONAL }
+///
+/// Copies are deep; references from getters live until the object changes, and setters copy.
 class TALLOW_EXPORT CPKIStatusInfo {
 public:
-    /// No failure bits and no text.
+    /// No failure bits and no texts.
     explicit CPKIStatusInfo(PKIStatusEnum status);
 
     PKIStatusEnum get_pkiStatus() const { return status_; }
     void put_pkiStatus(PKIStatusEnum status);
 
-    /// 0 when absent.
+    /// The value is 0 when the field is absent.
     const CPKIFailureInfo& get_failureInfo() const { return failureInfo_; }
     void put_failureInfo(const CPKIFailureInfo& failureInfo);
 
-    /// Empty when absent.
+    /// Empty when the field is absent.
     const CPKIFreeText& get_statusString() const { return statusString_; }
     void put_statusString(const CPKIFreeText& statusString);
 
-    /// The DER of the status. No failure bits and no texts are left out as absent. Throws Asn1Error for a text with a
-    /// character that has no UTF-8 form.
+    /// The DER of the status. Failure bits of 0 and an empty list of texts are omitted. Throws kAsn1Error for a text
+    /// with a character that has no UTF-8 form.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error when `data` is not of the type, BadUtf8 for a text that is not UTF-8, and
-    /// InvalidArgument for a text whose language tag does not end; the object is then unchanged.
+    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, kBadUtf8 for a text that is not UTF-8,
+    /// and kInvalidArgument for a text whose language tag does not end; the object is then unchanged.
     void decode(const CBlob& data);
 
 private:

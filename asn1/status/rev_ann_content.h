@@ -1,7 +1,4 @@
-// The announcement that a certificate is going to be revoked (RFC 4210, section 5.3.14):
-//
-//   RevAnnContent ::= SEQUENCE { status PKIStatus, certId CertId, willBeRevokedAt GeneralizedTime,
-//                                badSinceDate GeneralizedTime, crlDetails Extensions OPTIONAL }
+// The announcement that a certificate is going to be revoked (RFC 4210, section 5.3.14).
 #pragma once
 
 #include "asn1/codec/owned_ptr.h"
@@ -16,11 +13,20 @@ namespace Orvane::ASN1 {
 
 struct CRevAnnContentImpl;
 
-/// One announcement. Times go out in whole seconds, parts are cut off; a time zone in a time that is read is passed
-/// over. Copies are deep.
+/// One announcement:
+///
+///   RevAnnContent ::= SEQUENCE {
+///       status          PKIStatus,
+///       certId          CertId,
+///       willBeRevokedAt GeneralizedTime,
+///       badSinceDate    GeneralizedTime,
+///       crlDetails      Extensions OPTIONAL }
+///
+/// Times are encoded in whole seconds; fractions are cut off. A time zone in a time that is read is ignored: the fields
+/// count as UTC. Copies are deep; references and pointers from getters live until the object changes, and setters copy.
 class TALLOW_EXPORT CRevAnnContent {
 public:
-    /// Status 0, an empty certId, which cannot be encoded, both times CDateTime(0, 0), no crlDetails.
+    /// Status 0, an empty certId, which cannot be encoded, both times 1970-01-01, no crlDetails.
     CRevAnnContent();
     CRevAnnContent(const PKIStatusEnum& status, const CCertId& certId, const CDateTime& willBeRevokedAt,
                    const CDateTime& badSinceDate);
@@ -28,28 +34,30 @@ public:
     CRevAnnContent& operator=(const CRevAnnContent& other);
     ~CRevAnnContent();
 
+    /// The number on the wire; one outside the enumeration is kept.
     PKIStatusEnum get_status() const;
     void put_status(const PKIStatusEnum& status);
 
+    /// The certificate that will be revoked.
     const CCertId& get_certId() const;
     void put_certId(const CCertId& certId);
 
+    /// When the certificate will be revoked, and since when its key is suspected to be invalid, both in UTC.
     const CDateTime& get_willBeRevokedAt() const;
     void put_willBeRevokedAt(const CDateTime& willBeRevokedAt);
 
     const CDateTime& get_badSinceDate() const;
     void put_badSinceDate(const CDateTime& badSinceDate);
 
-    /// Null when absent; owned by the object and valid until it is changed or destroyed. The setter copies, and null
-    /// removes.
+    /// Extensions for the CRL entry; null when absent. The setter copies; null removes.
     const CExtensions* get_crlDetails() const;
     void put_crlDetails(const CExtensions* crlDetails);
 
-    /// The DER of the announcement. Empty crlDetails are left out, as absent ones. Throws as CCertId::encode and
-    /// CExtension::encode. The form of times has four digits for the year: of one above 9999 the last four go out.
+    /// The DER of the announcement. Empty crlDetails are omitted like absent ones. Throws as CCertId::encode and
+    /// CExtension::encode. Years have four digits: of a year above 9999 the last four are written.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error when `data` is not of the type, InvalidArgument for a general name of a
+    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, kInvalidArgument for a general name of a
     /// kind without support, and for a malformed time what the constructor of CDateTime throws; the object is then
     /// unchanged.
     void decode(const CBlob& data);

@@ -72,7 +72,7 @@ int encodeText(ASN1CTXT* ctxt, const wchar_t* text, StringType type) {
     }
 }
 
-// Throws Asn1Error for a negative return of the runtime.
+// Throws kAsn1Error for a negative return of the runtime.
 int checked(int answer) {
     if (answer < 0) {
         ATL::AtlThrowImpl(status::kAsn1Error);

@@ -1,4 +1,7 @@
-// Language tags (RFC 3066) of texts for people, such as "en-us".
+// Language tags of texts for people, such as "en-us" (RFC 3066).
+//
+//   CLanguageTag language("en-US");                  // c_str() is "en-us"
+//   bool same = language == CLanguageTagEnUs();      // true
 #pragma once
 
 #include <string>
@@ -8,39 +11,43 @@
 
 namespace Orvane::ASN1 {
 
-/// A language tag in lower case. "*" means any language. Copies are deep.
+/// A language tag in lower case. "*" means any language. The text is not checked against the grammar of RFC 3066.
+/// Copies are deep.
 class TALLOW_EXPORT CLanguageTag : public CStringProxy {
 public:
-    /// Empty text.
+    /// Empty text, which is a language like any other, not "*".
     CLanguageTag();
-    /// The text in lower case; null gives the empty text. The wide form throws what tostring throws.
+    /// Copies the text in lower case; null counts as empty. The wide form throws what tostring throws.
     explicit CLanguageTag(const char* text);
     explicit CLanguageTag(const wchar_t* text);
 
-    /// The text with 'A' to 'Z' made small, whatever the locale; null gives the empty text.
+    /// The text with 'A' to 'Z' made lower case, whatever the locale; null gives the empty text.
     static std::string normalize(const char* text);
 
+    /// Copies the text of `other`.
     void assign(const CLanguageTag& other);
 
     /// Exactly the same text: "en" and "en-us" differ, and so do "*" and any language.
     bool operator==(const CLanguageTag& other) const;
 
+    /// A copy of the text.
     CStringProxy tostring() const { return *this; }
 };
 
-/// "ru-ru"
+/// The tag "ru-ru".
 class TALLOW_EXPORT CLanguageTagRuRu : public CLanguageTag {
 public:
     CLanguageTagRuRu();
 };
 
-/// "en-us"
+/// The tag "en-us".
 class TALLOW_EXPORT CLanguageTagEnUs : public CLanguageTag {
 public:
     CLanguageTagEnUs();
 };
 
-/// "*": for reading, whichever text comes first; for writing, a text without a tag.
+/// The tag "*". For reading it selects the first text, whatever its language; for writing it means a text without a
+/// language.
 class TALLOW_EXPORT CLanguageTagDefaultRead : public CLanguageTag {
 public:
     CLanguageTagDefaultRead();

@@ -27,7 +27,7 @@ const char* skipWhiteSpace(const char* text) {
 }
 
 // What strtoul reads of a number that is nothing but a few digits, which is what identifiers are made of. The full
-// reading is left to strtoul: white space and signs in front, and numbers beyond 18 digits.
+// reading is left to strtoul: leading white space and signs, and numbers beyond 18 digits.
 const char* readDigits(const char* text, unsigned long& number) {
     constexpr int kSafeDigits = 18;
     const char* end = text;

@@ -7,7 +7,7 @@
 
 namespace Orvane::ASN1 {
 
-/// Throws InvalidArgument for a text that str2oid refuses.
+/// Throws kInvalidArgument for a text that str2oid rejects.
 ASN1OBJID toASN1OBJID(const char* oid);
 
 CStringProxy toOID(const ASN1OBJID& oid);

@@ -1,4 +1,4 @@
-// Traits of the primitive schema types. Where a type has no control class of its own, the small ones here run the
+// Traits of the primitive schema types. Where a type has no own control class, the small ones here run the
 // runtime's reader and writer on the message buffer.
 #pragma once
 
@@ -11,7 +11,7 @@
 
 namespace Orvane::ASN1 {
 
-/// OBJECT IDENTIFIER and dotted decimal text. Text that does not convert throws InvalidArgument.
+/// OBJECT IDENTIFIER and dotted decimal text. Text that does not convert throws kInvalidArgument.
 struct ASN1TObjId_traits {
     using ASN1_T = ASN1TObjId;
     class ASN1_C;
@@ -41,7 +41,7 @@ struct ASN1IA5String_traits {
     static void copy(ASN1CTXT* ctxt, const char* from, const char*& to);
 };
 
-/// UTF8String and wide text. A character that has no UTF-8 form throws InvalidArgument, malformed UTF-8 Asn1Error.
+/// UTF8String and wide text. A character that has no UTF-8 form throws kInvalidArgument, malformed UTF-8 kAsn1Error.
 struct ASN1UTF8String_traits {
     using ASN1_T = const char*;
 

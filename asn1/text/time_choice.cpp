@@ -104,7 +104,7 @@ void ASN1T_Time_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CTimeChoice& v
             record.t = kGeneralTime;
             break;
         default:
-            break;  // the record stays unset, and the encoder refuses it
+            break;  // the record stays unset, and the encoder rejects it
     }
 }
 

@@ -1,6 +1,7 @@
-// A time as certificates carry it (RFC 5280, section 4.1.2.5):
+// A time as certificates and signatures carry it (RFC 5280, section 4.1.2.5).
 //
-//   Time ::= CHOICE { utcTime UTCTime, generalTime GeneralizedTime }
+//   CTimeChoice time(CDateTime(2050, 1, 1, 0, 0, 0, 0, 0));       // type 2, generalTime
+//   CBlob der = time.encode();
 #pragma once
 
 #include <memory>
@@ -13,11 +14,17 @@ namespace Orvane::ASN1 {
 
 class CTimeChoiceImpl;
 
-/// One point in time. The alternative follows the year: generalTime above 2049, utcTime up to it, and cannot be chosen
+/// One point in time, in UTC:
+///
+///   Time ::= CHOICE {
+///       utcTime     UTCTime,
+///       generalTime GeneralizedTime }
+///
+/// The alternative follows the year, as RFC 5280 demands: generalTime from 2050, utcTime before; it cannot be chosen
 /// otherwise. The encoding has whole seconds only. Copies are deep.
 class TALLOW_EXPORT CTimeChoice {
 public:
-    /// Holds CDateTime(0, 0), the first of January 1970.
+    /// Holds 1970-01-01 00:00:00.
     CTimeChoice();
     explicit CTimeChoice(const CDateTime& time);
     CTimeChoice(const CTimeChoice& other);
@@ -26,22 +33,24 @@ public:
     CTimeChoice& operator=(CTimeChoice&& other) noexcept;
     ~CTimeChoice();
 
-    /// Forgets the value held: type 0, and get_time returns null.
+    /// Removes the value: type 0, and get_time returns null.
     void clear();
 
     /// 1 for utcTime, 2 for generalTime, 0 after clear.
     unsigned int get_type() const;
 
-    /// Null after clear; otherwise valid until the object is changed or destroyed.
+    /// In UTC. Null after clear and after a move from the object; otherwise valid until the object is changed or
+    /// destroyed. The setter copies.
     const CDateTime* get_time() const;
     void put_time(const CDateTime& time);
 
-    /// The DER of the choice. Throws Asn1Error after clear, and for a year that the alternative cannot show.
+    /// The DER of the choice. Throws kAsn1Error after clear, and for a year that the alternative cannot express:
+    /// utcTime begins with 1950.
     CBlob encode() const;
 
-    /// Replaces the content. Throws Asn1Error when `data` is not a Time, and InvalidArgument for a year before 1601;
-    /// the object is then unchanged. Parts of a second and a time zone other than Z are passed over: the fields count
-    /// as UTC.
+    /// Replaces the content. Fractions of a second and a time zone other than Z are ignored: the fields count as UTC.
+    /// Throws kAsn1Error when `data` is not a Time, and kInvalidArgument for a year before 1601; the object is then
+    /// unchanged.
     void decode(const CBlob& data);
 
 private:

@@ -1,4 +1,4 @@
-// Time between value and record, and the holder behind CTimeChoice.
+// Time between value and record, and the holder of CTimeChoice.
 #pragma once
 
 #include "asn1/codec/choice_holder.h"

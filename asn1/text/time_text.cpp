@@ -37,7 +37,7 @@ unsigned int microsecondsOf(const char* text) {
 CDateTime decodedUtcTime(const char* text) {
     RtTime time;
     const std::size_t size = text != nullptr ? std::strlen(text) : 0;
-    // The scanner itself takes blanks and signs in front of numbers, and a block of the decoder is the contents and a
+    // The scanner itself accepts blanks and signs before numbers, and a block of the decoder is the contents and a
     // NUL.
     if (text == nullptr || size + 1 != rtMemHeapBlockSize(text) || std::strspn(text, "0123456789") < kSizeDateAndHour ||
         !scanGeneralizedTime(text, TimeReader::kControl, time) || time.utcFlag == 0 || time.year < kFirstYear) {

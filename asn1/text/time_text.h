@@ -13,12 +13,12 @@ namespace Orvane::ASN1 {
 /// rounded, at .5 and above either.
 const char* DateToASN1GeneralizedTime(ASN1CTXT* ctxt, const CDateTime& time, bool trim);
 
-/// The text of `time` under `target`, a UTCTime or GeneralizedTime, in Zulu form and in whole seconds. Throws Asn1Error
-/// for a time that the type cannot show.
+/// The text of `time` under `target`, a UTCTime or GeneralizedTime, in Zulu form and in whole seconds. Throws
+/// kAsn1Error for a time that the type cannot show.
 std::string GetASN1CTimeString(const CDateTime& time, ASN1CTime& target);
 
 /// The point in time of a GeneralizedTime `text` that the runtime has decoded. Unlike CDateTime, it takes nothing but
-/// UTC: throws Asn1Error for a text that does not end in "Z" or holds a NUL, for a date or time of day that does not
+/// UTC: throws kAsn1Error for a text that does not end in "Z" or holds a NUL, for a date or time of day that does not
 /// exist, and for a year before 1601. Minutes and seconds may be missing; of a fraction, six digits count.
 CDateTime decodedUtcTime(const char* text);
 

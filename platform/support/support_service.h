@@ -18,6 +18,7 @@
 extern "C" {
 #endif
 
+// The integers of both services, of fixed size: 8, 16 and 32 bits. BOOL is 0 or not; text types end in a terminator.
 typedef unsigned char BYTE;
 typedef unsigned short WORD;
 typedef unsigned int DWORD;
@@ -37,7 +38,21 @@ typedef const wchar_t* LPCWSTR;
 #define FALSE 0
 #endif
 
-// General last errors. The others are in crypto_constants.h.
+// General last errors and results of this header's functions; the others are in crypto_constants.h. A status made of
+// one is 0x80070000 plus the number (handles/last_error.h).
+//
+//   FILE_NOT_FOUND            an absent file, settings key or store
+//   TOO_MANY_OPEN_FILES       no file descriptor is left: the result is unknown, not "absent"
+//   ACCESS_DENIED             a file or directory that exists but may not be read
+//   INVALID_HANDLE            a key or hash handle other than 0
+//   NOT_ENOUGH_MEMORY         exhausted memory in an exchange
+//   BAD_FORMAT                the settings file is broken; support_settings_error explains it
+//   INVALID_DATA              a value of another type, or text that is not in the expected form
+//   INVALID_PARAMETER         a null or impossible argument
+//   INSUFFICIENT_BUFFER       text conversion: the target is too small
+//   MORE_DATA                 the second step of a read: the buffer is too small, and the size needed was written
+//   NO_MORE_ITEMS             the end of an enumeration
+//   NO_UNICODE_TRANSLATION    text conversion with ..._ERR_INVALID_CHARS: invalid input
 #define ERROR_SUCCESS 0U
 #define ERROR_FILE_NOT_FOUND 2U
 #define ERROR_TOO_MANY_OPEN_FILES 4U
@@ -59,6 +74,7 @@ typedef const wchar_t* LPCWSTR;
 // The last error of the calling thread: 0 before the first failure. A call that succeeds does not change it, unless
 // its description says otherwise.
 TALLOW_EXPORT DWORD GetLastError(void);
+// Sets it, for implementations and tests.
 TALLOW_EXPORT void SetLastError(DWORD code);
 
 // ---- Settings ------------------------------------------------------------------------------------------------------
@@ -98,7 +114,7 @@ TALLOW_EXPORT int support_settings_error(SUPPORT_SETTINGS_ERROR* error);
 // at least that size and `buffer` must have room for one byte more; writes the value and its terminator, and the size
 // of the value to `size`. ERROR_MORE_DATA when `*size` is too small.
 TALLOW_EXPORT int support_registry_get_string(const char* path, size_t* size, char* buffer);
-// An integer.
+// Writes an integer of 64 bits.
 TALLOW_EXPORT int support_registry_get_long(const char* path, long* value);
 // A boolean, or an integer taken as 0 or not; writes 0 or 1.
 TALLOW_EXPORT int support_registry_get_bool(const char* path, int* value);
@@ -142,6 +158,7 @@ typedef struct _FILETIME {
     DWORD dwHighDateTime;
 } FILETIME, *PFILETIME, *LPFILETIME;
 
+// Calendar fields in UTC.
 typedef struct _SYSTEMTIME {
     WORD wYear;       // 1601 to 30827
     WORD wMonth;      // 1 to 12
@@ -164,9 +181,11 @@ TALLOW_EXPORT void GetSystemTimeAsFileTime(FILETIME* fileTime);
 
 // ---- Text ----------------------------------------------------------------------------------------------------------
 
+// Code pages of the text conversion.
 #define CP_ACP 0U  // the same as CP_UTF8 here
 #define CP_UTF8 65001U
 
+// Flags of the text conversion: fail for invalid input instead of writing U+FFFD.
 #define MB_ERR_INVALID_CHARS 0x00000008U
 #define WC_ERR_INVALID_CHARS 0x00000080U
 
