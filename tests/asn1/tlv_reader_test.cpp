@@ -23,6 +23,8 @@ TEST(TlvReader, ReturnsElementsUntilOneIsMalformed) {
              Row{"two", concat({null, tlv::integer(7)}), {2, 3}},
              Row{"long length", tlv::rawLongLength(0x30, null, 4), {8}},
              Row{"tag number 31", {0x5F, 0x1F, 0x01, 0x00}, {4}},
+             Row{"padded tag number", {0x5F, 0x80, 0x1F, 0x01, 0x00}, {}},
+             Row{"low tag number in the long form", {0x1F, 0x04, 0x01, 0x00}, {}},
              Row{"identifier only", concat({null, {0x30}}), {2}},
              Row{"more contents than octets", {0x04, 0x02, 0x00}, {}},
              Row{"length octets cut", {0x04, 0x82, 0x01}, {}},

@@ -134,6 +134,12 @@ std::vector<Row> rows() {
          3, "not one DER structure"},
         {"version 1 in words", responseWith([](ResponseSpec& spec) { spec.version = 0; }), 0, ""},
         {"version 2", responseWith([](ResponseSpec& spec) { spec.version = 1; }), 3, "not of version 1"},
+        {"version without octets", responseWith([](ResponseSpec& spec) { spec.versionContents = Bytes{}; }), 3,
+         "not of version 1"},
+        {"version in two octets", responseWith([](ResponseSpec& spec) {
+             spec.versionContents = Bytes{0, 0};
+         }),
+         3, "not of version 1"},
         {"delegate of another trusted CA",
          responseWith([](ResponseSpec& spec) { spec.signer = delegateOfOtherRoot(); }), 3, "0x800B0110"},
     };

@@ -58,10 +58,17 @@ Bytes certificateList(const ResponseSpec& spec) {
     return list.empty() ? Bytes{} : tlv::context(0, tlv::sequence(list));
 }
 
+Bytes version(const ResponseSpec& spec) {
+    if (spec.versionContents) {
+        return tlv::context(0, tlv::raw(0x02, *spec.versionContents));
+    }
+    return spec.version ? tlv::context(0, tlv::integer(*spec.version)) : Bytes{};
+}
+
 // The bytes under the signature.
 Bytes responseData(const ResponseSpec& spec) {
-    return tlv::sequence({spec.version ? tlv::context(0, tlv::integer(*spec.version)) : Bytes{}, responderId(spec),
-                          tlv::generalizedTime(spec.producedAt), sequenceOf(spec.entries),
+    return tlv::sequence({version(spec), responderId(spec), tlv::generalizedTime(spec.producedAt),
+                          sequenceOf(spec.entries),
                           spec.extensions.empty() ? Bytes{} : tlv::context(1, sequenceOf(spec.extensions))});
 }
 

@@ -76,7 +76,8 @@ struct ResponseSpec {
     Bytes trailing;     // after the whole message
 
     // ResponseData.
-    std::optional<int> version;  // [0] left out when absent
+    std::optional<int> version;            // [0] left out when absent
+    std::optional<Bytes> versionContents;  // takes the place of the number
     ResponderIdKind responderIdKind = ResponderIdKind::kByName;
     std::optional<Bytes> responderId;  // the whole CHOICE in place of what follows from `signer`
     std::string producedAt = generalizedTimeText(0);
