@@ -182,7 +182,7 @@ TEST_F(ResponderPolicy, RejectsUnauthorisedResponders) {
          OCSP_CHAIN_WRONG_USAGE},
         {"a trusted certificate that is no CA, for what it issued", forIssued(trustedServer), OCSP_CHAIN_WRONG_USAGE},
         {"a delegate, for what it issued", {pki.delegate, {certIdOf(pki.good, pki.delegate)}, {pki.ca}}, kOpen},
-        {"a root of version 1 that nobody trusts", forIssued(selfMadeCa), 0, CERT_E_UNTRUSTEDROOT},
+        {"an untrusted root of version 1", forIssued(selfMadeCa), 0, CERT_E_UNTRUSTEDROOT},
         {"an issuer that may not sign certificates", forIssued(notSigning), OCSP_CHAIN_WRONG_USAGE},
         {"an issuer whose key is for encryption", forIssued(encrypting), OCSP_CHAIN_WRONG_KEY_USAGE},
         {"an issuer whose key hash leaves its parameters open", forIssued(dsaCa), OCSP_CHAIN_WRONG_USAGE},
