@@ -406,10 +406,17 @@
 #define CRYPT_WIRE_ONLY_RETRIEVAL 0x00000004U
 #define CRYPT_HTTP_POST_RETRIEVAL 0x00100000U
 
-// Flags of CRYPTO_CHECK: the caller or the administrator chose the responder's address, so that a login in it may be
-// used; nothing may be downloaded.
+// Flags of CRYPTO_CHECK. The caller or the administrator chose the responder's address, so that a login in it may be
+// used.
 #define CRYPTO_CHECK_ADDRESS_NAMED 0x1U
+// Restrictions, which hold in every check inside this one as well. NO_DOWNLOADS: no issuer and no CRL is downloaded.
+// NO_STORES: system stores are empty (with CERT_STORE_OPEN_EXISTING_FLAG they do not exist), the system's bundle and
+// the roots of crypto_add_trusted_root are not trusted, and no file of them is listed or read; a chain trusts only
+// hRoots, or the exclusive roots of its engine. Servers over https are still verified with the system's bundle.
+// NO_CACHE: responses and downloads are neither read from nor written to the cache directory.
 #define CRYPTO_CHECK_NO_DOWNLOADS 0x2U
+#define CRYPTO_CHECK_NO_STORES 0x4U
+#define CRYPTO_CHECK_NO_CACHE 0x8U
 // Schemes of HTTP authentication, combined with |. Others are not used: they would send what the caller did not give.
 #define CRYPTO_AUTH_BASIC 0x1U
 #define CRYPTO_AUTH_NTLM 0x2U

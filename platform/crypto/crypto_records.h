@@ -449,8 +449,9 @@ typedef struct PKI_EXCHANGE_BUFFER_ {
 // 302, 307, 308). TRUE follows it, FALSE ends the exchange. Must not throw.
 typedef BOOL (*PFN_CRYPTO_ON_REDIRECT)(void* pvContext, LPCWSTR pwszTarget, DWORD dwHttpStatus);
 
-// The network rules of one check on one thread: see crypto_begin_check. The caller fills the fields up to pvOnRedirect;
-// the service fills the rest, which the caller reads before or after crypto_end_check.
+// The rules of one check on one thread: see crypto_begin_check. The caller fills the fields up to dwTimeout; zero is a
+// valid value of hRoots, pTime and dwTimeout. The service fills the rest, which the caller reads before or after
+// crypto_end_check.
 typedef struct _CRYPTO_CHECK {
     DWORD cbSize;
     DWORD dwFlags;                         // CRYPTO_CHECK_... bits
@@ -460,6 +461,15 @@ typedef struct _CRYPTO_CHECK {
     DWORD dwProxyAuthSchemes;              // the same for a login at the proxy
     PFN_CRYPTO_ON_REDIRECT pfnOnRedirect;  // null: every redirect is followed
     void* pvOnRedirect;
+    // Self-issued certificates in this store are trusted as roots, in addition to others, except by an engine with
+    // exclusive roots; its other certificates and its CRLs are used like those of an additional store. Stays open until
+    // crypto_end_check. Null: the store of the check around this one, if any.
+    HCERTSTORE hRoots;
+    // Chains, certificates and CRLs are evaluated for this time wherever a call passes none. Null: the time of the
+    // check around this one, else now. The network, the cache's ages and the time limits keep the present time.
+    const FILETIME* pTime;
+    // Milliseconds for the whole check; 0: the setting check_timeout_ms. Never more than the check around it has left.
+    DWORD dwTimeout;
     DWORD cMaxResponders;           // receives max_responders
     DWORD cSkippedDownloads;        // receives how many downloads were skipped because a limit was reached
     BOOL fAnsweredFromCache;        // receives whether the last CryptRetrieveObjectByUrlW of the check used the cache

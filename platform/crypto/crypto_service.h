@@ -257,19 +257,20 @@ TALLOW_EXPORT unsigned long SendPKIRequest(const wchar_t* url, const wchar_t* ag
                                            const PKI_EXCHANGE_BUFFER* requestBuffer,
                                            PKI_EXCHANGE_BUFFER* responseBuffer);
 
-// ---- Network rules of a check ---------------------------------------------------------------------------------------
+// ---- The rules of a check -------------------------------------------------------------------------------------------
 // The four calls of this section are optional for another implementation of the service: the library links them weakly
-// and works without those that are missing. docs/platform.md describes what is lost, "Network rules of a
-// check".
+// and works without those that are missing. docs/platform.md describes what is lost, "Rules of a check".
 
-// Begins a check on the calling thread. Until crypto_end_check its exchanges and downloads share one deadline, the
-// setting check_timeout_ms; downloads of issuers and CRLs use the proxy given; and SendPKIRequest and
-// CryptRetrieveObjectByUrlW follow the rules in the record. Checks nest: the innermost rules apply, and no check lasts
-// longer than the one around it. Outside of a check downloads use the policy's DefaultProxy, if AllowedProxies and the
+// Begins a check on the calling thread. Until crypto_end_check its exchanges and downloads share one deadline;
+// downloads of issuers and CRLs use the proxy given; SendPKIRequest and CryptRetrieveObjectByUrlW follow the rules in
+// the record; and chains use its roots and its time. Checks nest: the innermost rules apply, no check lasts longer than
+// the one around it, the restrictions of the outer ones hold (CRYPTO_CHECK_NO_...), and the innermost hRoots and pTime
+// that are not null apply. Outside of a check downloads use the policy's DefaultProxy, if AllowedProxies and the
 // ProxyAuth words permit it.
 //
-// The caller fills `pCheck` up to pvOnRedirect; it and the texts it points to must stay where they are until
-// crypto_end_check. FALSE with E_INVALIDARG for null, a wrong cbSize or a null text.
+// The caller fills `pCheck` up to dwTimeout; it and what it points to must stay where they are, unchanged, until
+// crypto_end_check. FALSE with E_INVALIDARG for null, a wrong cbSize or a null text; no check has begun then, and
+// the caller must not go on as if the restrictions held.
 TALLOW_EXPORT BOOL crypto_begin_check(CRYPTO_CHECK* pCheck);
 // Ends the check, and any begun after it that was not ended. Only on the thread that began it.
 TALLOW_EXPORT void crypto_end_check(CRYPTO_CHECK* pCheck);

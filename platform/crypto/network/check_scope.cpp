@@ -14,8 +14,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-thread_local CRYPTO_CHECK* innermost = nullptr;
-
 Clock::time_point deadlineOf(const CRYPTO_CHECK& check) noexcept {
     return Clock::time_point(Clock::duration(static_cast<Clock::rep>(check.qwDeadline)));
 }
@@ -82,21 +80,18 @@ bool isUsable(const CRYPTO_CHECK* check) noexcept {
 
 }  // namespace
 
-CRYPTO_CHECK* currentCheck() noexcept {
-    return innermost;
-}
-
 Clock::time_point checkDeadline() noexcept {
-    return innermost == nullptr ? Clock::time_point::max() : deadlineOf(*innermost);
+    const CRYPTO_CHECK* const check = currentCheck();
+    return check == nullptr ? Clock::time_point::max() : deadlineOf(*check);
 }
 
 DownloadProxy downloadProxy() {
-    const CRYPTO_CHECK* const check = innermost;
+    const CRYPTO_CHECK* const check = currentCheck();
     if (check == nullptr) {
         return proxyOfPolicy();
     }
-    return {(check->dwFlags & CRYPTO_CHECK_NO_DOWNLOADS) == 0, narrow(check->pwszProxy),
-            narrow(check->pwszProxyCredentials), check->dwProxyAuthSchemes};
+    return {!isForbidden(CRYPTO_CHECK_NO_DOWNLOADS), narrow(check->pwszProxy), narrow(check->pwszProxyCredentials),
+            check->dwProxyAuthSchemes};
 }
 
 }  // namespace tallow::platform
@@ -110,28 +105,28 @@ BOOL crypto_begin_check(CRYPTO_CHECK* pCheck) {
         return FALSE;
     }
     const CheckLimits limits = checkLimits();
-    const std::chrono::steady_clock::time_point own =
-        std::chrono::steady_clock::now() + std::chrono::milliseconds(limits.timeoutMs);
+    const std::chrono::milliseconds timeout(pCheck->dwTimeout != 0 ? pCheck->dwTimeout : limits.timeoutMs);
+    const std::chrono::steady_clock::time_point own = std::chrono::steady_clock::now() + timeout;
     pCheck->cMaxResponders = limits.maxResponders;
     pCheck->cSkippedDownloads = 0;
     pCheck->fAnsweredFromCache = FALSE;
     pCheck->qwDeadline = static_cast<unsigned long long>(std::min(own, checkDeadline()).time_since_epoch().count());
     pCheck->pOuter = currentCheck();
-    innermost = pCheck;
+    setCurrentCheck(pCheck);
     return TRUE;
 }
 
 void crypto_end_check(CRYPTO_CHECK* pCheck) {
-    const CRYPTO_CHECK* check = innermost;
+    const CRYPTO_CHECK* check = currentCheck();
     while (check != nullptr && check != pCheck) {
         check = check->pOuter;
     }
     if (check == nullptr) {
         return;  // already ended together with an outer one
     }
-    innermost = pCheck->pOuter;
-    if (innermost != nullptr) {
-        innermost->cSkippedDownloads += pCheck->cSkippedDownloads;
+    setCurrentCheck(pCheck->pOuter);
+    if (pCheck->pOuter != nullptr) {
+        pCheck->pOuter->cSkippedDownloads += pCheck->cSkippedDownloads;
     }
 }
 

@@ -1,15 +1,12 @@
-// The network rules of the check that runs on the calling thread: crypto_begin_check in crypto_service.h.
+// What the check of the calling thread means for the network: crypto_begin_check in crypto_service.h.
 #pragma once
 
 #include <chrono>
 #include <string>
 
-#include "platform/crypto/crypto_service.h"
+#include "platform/crypto/base/current_check.h"
 
 namespace tallow::platform {
-
-// The innermost check of this thread; null outside of one.
-CRYPTO_CHECK* currentCheck() noexcept;
 
 // The deadline of the check of this thread; the end of time outside of one.
 std::chrono::steady_clock::time_point checkDeadline() noexcept;

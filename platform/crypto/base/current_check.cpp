@@ -1,0 +1,45 @@
+#include "platform/crypto/base/current_check.h"
+
+namespace tallow::platform {
+
+namespace {
+
+thread_local CRYPTO_CHECK* innermost = nullptr;
+
+// The value of the innermost check that has one, else null.
+template <typename Value>
+Value innermostOf(Value CRYPTO_CHECK::*field) noexcept {
+    const CRYPTO_CHECK* check = innermost;
+    while (check != nullptr && check->*field == nullptr) {
+        check = check->pOuter;
+    }
+    return check == nullptr ? nullptr : check->*field;
+}
+
+}  // namespace
+
+CRYPTO_CHECK* currentCheck() noexcept {
+    return innermost;
+}
+
+void setCurrentCheck(CRYPTO_CHECK* check) noexcept {
+    innermost = check;
+}
+
+bool isForbidden(DWORD restriction) noexcept {
+    const CRYPTO_CHECK* check = innermost;
+    while (check != nullptr && (check->dwFlags & restriction) == 0) {
+        check = check->pOuter;
+    }
+    return check != nullptr;
+}
+
+HCERTSTORE rootsOfCheck() noexcept {
+    return innermostOf(&CRYPTO_CHECK::hRoots);
+}
+
+const FILETIME* timeOfCheck() noexcept {
+    return innermostOf(&CRYPTO_CHECK::pTime);
+}
+
+}  // namespace tallow::platform

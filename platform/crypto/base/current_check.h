@@ -1,0 +1,22 @@
+// The check that runs on the calling thread, with what it takes over from the checks around it: crypto_begin_check in
+// crypto_service.h.
+#pragma once
+
+#include "platform/crypto/crypto_service.h"
+
+namespace tallow::platform {
+
+// The innermost check of this thread; null outside of one.
+CRYPTO_CHECK* currentCheck() noexcept;
+void setCurrentCheck(CRYPTO_CHECK* check) noexcept;
+
+// Whether a check of this thread, the innermost or one around it, has the restriction: a CRYPTO_CHECK_NO_... bit.
+bool isForbidden(DWORD restriction) noexcept;
+
+// The store with the roots of the check; null when it has none.
+HCERTSTORE rootsOfCheck() noexcept;
+
+// The time for which the check evaluates chains and CRLs; null: now.
+const FILETIME* timeOfCheck() noexcept;
+
+}  // namespace tallow::platform
