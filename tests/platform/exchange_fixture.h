@@ -3,6 +3,7 @@
 
 #include <gtest/gtest.h>
 
+#include <optional>
 #include <string>
 
 #include "platform/crypto/crypto_service.h"
@@ -15,13 +16,24 @@ inline std::wstring wide(const std::string& text) {
 
 // A check on this thread during the life of the object.
 struct Check : CRYPTO_CHECK {
+    struct Own {
+        HCERTSTORE roots = nullptr;
+        std::optional<FILETIME> time = std::nullopt;
+        DWORD timeoutMs = 0;
+    };
+
     explicit Check(DWORD flags = 0, const std::string& proxy = {}, DWORD schemes = CRYPTO_AUTH_ALL)
-        : CRYPTO_CHECK{}, proxyText(wide(proxy)) {
+        : Check(flags, Own(), proxy, schemes) {}
+    Check(DWORD flags, const Own& own, const std::string& proxy = {}, DWORD schemes = CRYPTO_AUTH_ALL)
+        : CRYPTO_CHECK{}, proxyText(wide(proxy)), time(own.time) {
         cbSize = sizeof(CRYPTO_CHECK);
         dwFlags = flags;
         pwszProxy = proxyText.c_str();
         pwszProxyCredentials = L"";
         dwAuthSchemes = dwProxyAuthSchemes = schemes;
+        hRoots = own.roots;
+        pTime = time ? &*time : nullptr;
+        dwTimeout = own.timeoutMs;
         EXPECT_TRUE(crypto_begin_check(this));
     }
     ~Check() { crypto_end_check(this); }
@@ -29,6 +41,7 @@ struct Check : CRYPTO_CHECK {
     Check& operator=(const Check&) = delete;
 
     std::wstring proxyText;
+    std::optional<FILETIME> time;
 };
 
 }  // namespace testkit

@@ -8,6 +8,7 @@
 #include <string_view>
 #include <utility>
 
+#include "platform/crypto/base/current_check.h"
 #include "platform/crypto/base/service_call.h"
 #include "platform/support/settings_table.h"
 
@@ -82,12 +83,17 @@ std::string systemBundle() {
 
 StoreFiles systemStoreFolder(const std::string& name, StoreView storeView) {
     StoreFiles found;
-    addFolderOf(name, storeView, found);
+    if (!isForbidden(CRYPTO_CHECK_NO_STORES)) {
+        addFolderOf(name, storeView, found);
+    }
     return found;
 }
 
 StoreFiles systemStoreFiles(const std::string& name, StoreView storeView) {
     StoreFiles found;
+    if (isForbidden(CRYPTO_CHECK_NO_STORES)) {
+        return found;
+    }
     if (storeView == StoreView::kUser) {
         addFolderOf(name, StoreView::kUser, found);
     }

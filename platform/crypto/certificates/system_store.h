@@ -1,4 +1,5 @@
-// System stores: directories of certificate and CRL files. CertOpenStore describes what a store shows.
+// System stores: directories of certificate and CRL files. CertOpenStore describes what a store shows. In a check with
+// CRYPTO_CHECK_NO_STORES no directory is looked at, as if there were none.
 #pragma once
 
 #include <string>

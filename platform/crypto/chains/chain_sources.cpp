@@ -3,6 +3,7 @@
 #include <memory>
 #include <mutex>
 
+#include "platform/crypto/base/current_check.h"
 #include "platform/crypto/base/service_call.h"
 #include "platform/crypto/certificates/system_store.h"
 #include "platform/support/never_destroyed.h"
@@ -29,9 +30,9 @@ void append(std::vector<Item>& target, std::vector<Item>&& items) {
     target.insert(target.end(), std::make_move_iterator(items.begin()), std::make_move_iterator(items.end()));
 }
 
-void addStore(ChainSources& sources, const Store* store) {
+void addStore(ChainSources& sources, std::vector<CertificateRef>& certificates, const Store* store) {
     if (store != nullptr) {
-        append(sources.others, store->certificates());
+        append(certificates, store->certificates());
         append(sources.crls, store->crls());
         sources.crlsIncomplete |= store->mayLackCrl();
     }
@@ -51,14 +52,13 @@ void addSystemStore(const char* name, StoreView storeView, std::vector<Certifica
 
 void addRoots(ChainSources& sources, const ChainEngine* engine, StoreView storeView) {
     if (engine != nullptr && engine->exclusiveRoots) {
-        sources.roots = engine->exclusiveRoots->certificates();
-        append(sources.crls, engine->exclusiveRoots->crls());
-        sources.crlsIncomplete |= engine->exclusiveRoots->mayLackCrl();
+        addStore(sources, sources.roots, engine->exclusiveRoots.get());
         return;
     }
-    {
+    addStore(sources, sources.roots, Store::of(rootsOfCheck()));
+    if (!isForbidden(CRYPTO_CHECK_NO_STORES)) {
         const std::lock_guard<std::mutex> lock(runRoots().mutex);
-        sources.roots = runRoots().roots;
+        sources.roots.insert(sources.roots.end(), runRoots().roots.begin(), runRoots().roots.end());
     }
     addSystemStore("ROOT", storeView, sources.roots, sources);
 }
@@ -75,11 +75,11 @@ ChainSources chainSources(HCERTCHAINENGINE handle, HCERTSTORE additional) {
         reinterpret_cast<std::uintptr_t>(handle) == kMachineEngine ? StoreView::kMachine : StoreView::kUser;
     ChainSources sources;
     addRoots(sources, engine, storeView);
-    addStore(sources, Store::of(additional));
+    addStore(sources, sources.others, Store::of(additional));
     const std::size_t numHandedIn = sources.others.size();
     if (engine != nullptr) {
         for (const StoreRef& store : engine->additional) {
-            addStore(sources, store.get());
+            addStore(sources, sources.others, store.get());
         }
     }
     addSystemStore("CA", storeView, sources.others, sources);

@@ -1,5 +1,5 @@
-// The sources of certificates and CRLs for a chain: the engine, the roots added for this run, and the collection of
-// everything that one call may use.
+// The sources of certificates and CRLs for a chain: the engine, the roots added for this run and those of the check,
+// and the collection of everything that one call may use.
 #pragma once
 
 #include <vector>
@@ -9,7 +9,7 @@
 namespace tallow::platform {
 
 struct ChainEngine {
-    StoreRef exclusiveRoots;  // empty: the ROOT store and the roots of this run
+    StoreRef exclusiveRoots;  // empty: the ROOT store, the roots of this run and those of the check
     std::vector<StoreRef> additional;
     long fetchTimeoutMs = 0;  // 0: the setting
 };

@@ -73,9 +73,13 @@ DownloadProxy proxyOfPolicy() {
     return proxy;
 }
 
+// A flag from a later version may be a restriction, which must not be ignored.
+constexpr DWORD kKnownFlags =
+    CRYPTO_CHECK_ADDRESS_NAMED | CRYPTO_CHECK_NO_DOWNLOADS | CRYPTO_CHECK_NO_STORES | CRYPTO_CHECK_NO_CACHE;
+
 bool isUsable(const CRYPTO_CHECK* check) noexcept {
-    return check != nullptr && check->cbSize == sizeof(CRYPTO_CHECK) && check->pwszProxy != nullptr &&
-           check->pwszProxyCredentials != nullptr;
+    return check != nullptr && check->cbSize == sizeof(CRYPTO_CHECK) && (check->dwFlags & ~kKnownFlags) == 0 &&
+           check->pwszProxy != nullptr && check->pwszProxyCredentials != nullptr;
 }
 
 }  // namespace

@@ -18,6 +18,7 @@
 #include <system_error>
 #include <utility>
 
+#include "platform/crypto/base/current_check.h"
 #include "platform/support/descriptor.h"
 #include "platform/support/settings_table.h"
 
@@ -154,6 +155,9 @@ std::string nameOf(const std::string& url) {
 }  // namespace
 
 UrlCache::UrlCache() {
+    if (isForbidden(CRYPTO_CHECK_NO_CACHE)) {
+        return;
+    }
     TextValue folder = textValueOf(setting::url_cache);
     folder_ = folder.source == TextValue::Source::kDefault ? defaultFolder() : std::move(folder.text);
 }

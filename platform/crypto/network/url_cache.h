@@ -17,7 +17,7 @@ namespace tallow::platform {
 
 class UrlCache {
 public:
-    // Uses the directory of the settings; "" keeps nothing.
+    // Uses the directory of the settings; "" keeps nothing, nor does a check with CRYPTO_CHECK_NO_CACHE.
     UrlCache();
     explicit UrlCache(std::string folder) : folder_(std::move(folder)) {}
 
