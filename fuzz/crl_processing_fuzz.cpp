@@ -44,17 +44,28 @@ Bytes edited(Bytes der, const std::uint8_t* data, std::size_t size) {
     return der;
 }
 
-service::RevocationState stateWith(const World& world, const Bytes& der) {
+service::RevocationState stateAt(const service::EvaluationTime& time, const World& world, const Bytes& der) {
     service::ChainSources sources;
     if (service::CrlRef crl = service::Crl::parse(der)) {
         sources.crls.push_back(std::move(crl));
     }
-    const service::CrlRules rules = service::crlRules(testkit::fileTime(0), false, nullptr, 0);
+    const service::CrlRules rules = service::crlRules(time, false, nullptr, 0);
     service::FetchAllowance none(0, 0);
     service::SignatureLedger ledger;
     service::Path path;
     path.elements = {world.good, world.ca};
     return service::CrlCheck(sources, rules, none, ledger).statusOf(path, 0).state;
+}
+
+// With the CRL as the current one, and as one issued after the time of a check; unknown only when both are.
+service::RevocationState stateWith(const World& world, const Bytes& der) {
+    constexpr long kDay = 24 * 3600;
+    const service::RevocationState later = stateAt({testkit::fileTime(-kDay), true}, world, der);
+    const service::RevocationState current = stateAt({testkit::fileTime(0), false}, world, der);
+    if (later == service::RevocationState::kGood) {
+        std::abort();  // a later CRL proves only revocations
+    }
+    return current == service::RevocationState::kUnknown ? later : current;
 }
 
 }  // namespace

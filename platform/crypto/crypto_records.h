@@ -465,8 +465,10 @@ typedef struct _CRYPTO_CHECK {
     // exclusive roots; its other certificates and its CRLs are used like those of an additional store. Stays open until
     // crypto_end_check. Null: the store of the check around this one, if any.
     HCERTSTORE hRoots;
-    // Chains, certificates and CRLs are evaluated for this time wherever a call passes none. Null: the time of the
-    // check around this one, else now. The network, the cache's ages and the time limits keep the present time.
+    // Chains, certificates and CRLs are evaluated for this time wherever a call passes none. A certificate is "not
+    // revoked" only by a CRL in force at this time, and revoked by an entry that is not dated after it, in a CRL issued
+    // then or later. Null: the time of the check around this one, else now. The network, the cache's ages and the time
+    // limits keep the present time.
     const FILETIME* pTime;
     // Milliseconds for the whole check; 0: the setting check_timeout_ms. Never more than the check around it has left.
     DWORD dwTimeout;

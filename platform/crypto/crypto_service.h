@@ -58,6 +58,7 @@ TALLOW_EXPORT PCERT_EXTENSION CertFindExtension(LPCSTR pszObjId, DWORD cExtensio
 //   define trust"). With CERT_STORE_OPEN_EXISTING_FLAG a store without any directory fails with ERROR_FILE_NOT_FOUND,
 //   otherwise it is empty. A file that cannot be read or understood is skipped and traced; if it may be a CRL, every
 //   certificate checked with this store has an unknown revocation status. crypto_list_store reports such files.
+// In a check with CRYPTO_CHECK_NO_STORES a system store has no directory, whatever is on the disk.
 // `hCryptProv` and `dwEncodingType` are not read. Certificates added to a system store stay in memory.
 // Null with ERROR_FILE_NOT_FOUND for another provider, E_INVALIDARG for a name that is empty or contains a slash or a
 // leading dot, ERROR_TOO_MANY_OPEN_FILES, E_OUTOFMEMORY or ERROR_ACCESS_DENIED for an existing directory that cannot
@@ -139,8 +140,8 @@ TALLOW_EXPORT BOOL CertVerifyRevocation(DWORD dwEncodingType, DWORD dwRevType, D
                                         CERT_REVOCATION_STATUS* pRevStatus);
 
 // Trusts a root until the process ends, in addition to the ROOT store, in every chain of an engine without
-// hExclusiveRoot. The context is kept (one more reference). FALSE with E_INVALIDARG for null. A certificate whose
-// subject is not its issuer is not a root and has no effect.
+// hExclusiveRoot, except in checks with CRYPTO_CHECK_NO_STORES. The context is kept (one more reference). FALSE with
+// E_INVALIDARG for null. A certificate whose subject is not its issuer is not a root and has no effect.
 TALLOW_EXPORT BOOL crypto_add_trusted_root(PCCERT_CONTEXT pCertContext);
 // Removes all roots added with crypto_add_trusted_root.
 TALLOW_EXPORT void crypto_forget_trusted_roots(void);
@@ -269,8 +270,8 @@ TALLOW_EXPORT unsigned long SendPKIRequest(const wchar_t* url, const wchar_t* ag
 // ProxyAuth words permit it.
 //
 // The caller fills `pCheck` up to dwTimeout; it and what it points to must stay where they are, unchanged, until
-// crypto_end_check. FALSE with E_INVALIDARG for null, a wrong cbSize or a null text; no check has begun then, and
-// the caller must not go on as if the restrictions held.
+// crypto_end_check. FALSE with E_INVALIDARG for null, a wrong cbSize, an unknown flag or a null text; no check has
+// begun then, and the caller must not go on as if the restrictions held.
 TALLOW_EXPORT BOOL crypto_begin_check(CRYPTO_CHECK* pCheck);
 // Ends the check, and any begun after it that was not ended. Only on the thread that began it.
 TALLOW_EXPORT void crypto_end_check(CRYPTO_CHECK* pCheck);

@@ -1,6 +1,7 @@
 // What a check restricts, and what it adds: stores, cache, roots, time and duration (crypto_begin_check).
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdlib>
 #include <filesystem>
@@ -15,7 +16,10 @@
 namespace testkit {
 namespace {
 
+constexpr DWORD kOffline = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL;
 constexpr DWORD kChecked = CERT_CHAIN_REVOCATION_CHECK_CHAIN;
+constexpr DWORD kUnknown = CERT_TRUST_REVOCATION_STATUS_UNKNOWN | CERT_TRUST_IS_OFFLINE_REVOCATION;
+constexpr DWORD kRevoked = CERT_TRUST_IS_REVOKED;
 constexpr DWORD kUntrusted = CERT_TRUST_IS_UNTRUSTED_ROOT;
 
 class CheckRules : public ::testing::Test {
@@ -116,9 +120,9 @@ TEST_F(CheckRules, WithoutCacheNeitherReadsNorWritesIt) {
     const std::wstring url = wide(server.url("/ocsp") + "/cmVxdWVzdA%3D%3D?Accept: a");
     const auto retrieves = [&](DWORD flags) {
         void* object = nullptr;
-        const BOOL got = CryptRetrieveObjectByUrlW(url.c_str(), CONTEXT_OID_OCSP_RESP,
-                                                   CRYPT_HTTP_POST_RETRIEVAL | flags, 5000, &object, nullptr, nullptr,
-                                                   nullptr, nullptr);
+        const BOOL got =
+            CryptRetrieveObjectByUrlW(url.c_str(), CONTEXT_OID_OCSP_RESP, CRYPT_HTTP_POST_RETRIEVAL | flags, 5000,
+                                      &object, nullptr, nullptr, nullptr, nullptr);
         std::free(object);
         return got != FALSE;
     };
@@ -181,6 +185,147 @@ TEST_F(CheckRules, InnerChecksKeepTheRestrictionsAndTheDeadline) {
     unknown.dwFlags = 0x80000000U;
     EXPECT_FALSE(crypto_begin_check(&unknown)) << "it may be a restriction of a later version";
     EXPECT_EQ(GetLastError(), E_INVALIDARG);
+}
+
+// ---- A time of its own ----------------------------------------------------------------------------------------------
+
+// The time of the check, before which the certificates below became valid and after which the end certificate expired.
+constexpr long kThen = -1800;
+constexpr long kBefore = -2400;
+constexpr long kAfter = -1200;
+
+class CheckTime : public CheckRules {
+protected:
+    static Identity expiredUnder(const Identity& issuer, const std::vector<std::string>& crlUrls = {}) {
+        CertificateSpec spec;
+        spec.notAfterSeconds = -600;
+        spec.crlUrls = crlUrls;
+        return issue(issuer, spec);
+    }
+    DWORD errorWith(const Identity& end, std::vector<Bytes> crls, DWORD flags = kOffline,
+                    std::optional<long> atSeconds = std::nullopt) const {
+        crls.push_back(rootCrl);
+        return errorOf(chainOf({end, {pki.ca}, std::move(crls), kChecked | flags, atSeconds}));
+    }
+
+    const Identity end = expiredUnder(pki.ca);
+    const Bytes rootCrl = makeCrl(pki.root, {});
+    const Bytes ofThen = makeCrl(pki.ca, {.lastUpdateSeconds = kBefore, .nextUpdateSeconds = kAfter});
+};
+
+TEST_F(CheckTime, DecidesWhichCrlsAndEntriesCount) {
+    const auto listed = [&](long issued, long revoked, CrlSpec spec = {}) {
+        spec.lastUpdateSeconds = issued;
+        spec.nextUpdateSeconds = issued + 1200;
+        spec.revokedAtSeconds = revoked;
+        spec.revokedSerials = {end.serial()};
+        return spec;
+    };
+    const Bytes revokedBefore = makeCrl(pki.ca, listed(kAfter, kBefore));
+    const Bytes revokedAfter = makeCrl(pki.ca, listed(kAfter, kAfter));
+    const CrlSpec defective = listed(kAfter, kBefore, {.criticalExtensions = {{"1.2.3.4", fromHex("0500")}}});
+    const CrlSpec lifted = listed(kAfter, kBefore, {.reason = 8, .criticalExtensions = {{"2.5.29.27", {2, 1, 1}}}});
+    const auto malformedDate = [](const Bytes& tbs) {
+        Bytes changed = tbs;
+        const auto first = std::find(changed.begin(), changed.end(), 'Z');  // of thisUpdate
+        const auto third = std::find(std::find(first + 1, changed.end(), 'Z') + 1, changed.end(), 'Z');
+        *third = 'z';
+        return changed;
+    };
+    struct Row {
+        const char* name;
+        std::vector<Bytes> crls;
+        DWORD expected;
+    };
+    const Row rows[] = {
+        {"of that time", {ofThen}, 0},
+        {"none", {}, kUnknown},
+        {"expired by then", {makeCrl(pki.ca, {.nextUpdateSeconds = kBefore})}, kUnknown},
+        {"a later one proves nothing good", {makeCrl(pki.ca, {.lastUpdateSeconds = kAfter})}, kUnknown},
+        {"a later one that does not list it", {ofThen, makeCrl(pki.ca, {.lastUpdateSeconds = kAfter})}, 0},
+        {"revoked later", {ofThen, revokedAfter}, 0},
+        {"revoked later, without one of that time", {revokedAfter}, kUnknown},
+        {"revoked before, published later", {ofThen, revokedBefore}, kRevoked},
+        {"the same, without one of that time", {revokedBefore}, kRevoked},
+        {"revoked before, listed then", {makeCrl(pki.ca, listed(kBefore, kBefore))}, kRevoked},
+        {"listed then with a date to come", {makeCrl(pki.ca, listed(kBefore, kAfter))}, 0},
+        {"with a malformed date",
+         {signedAgain(makeCrl(pki.ca, listed(kBefore, kAfter)), pki.ca, malformedDate)},
+         kRevoked},
+        {"a hold that was lifted later",
+         {makeCrl(pki.ca, listed(kBefore, kBefore, {.reason = 6})), makeCrl(pki.ca, lifted)},
+         kRevoked},
+        {"a later one of a namesake", {ofThen, makeCrl(pki.sameNameCa, listed(kAfter, kBefore))}, 0},
+        {"a later one with a defect", {ofThen, makeCrl(pki.ca, defective)}, kUnknown},
+        {"one with a defect that does not list it then",
+         {ofThen, makeCrl(pki.ca, {.lastUpdateSeconds = kAfter, .nextUpdateSeconds = std::nullopt})},
+         0},
+    };
+    const Check check(0, Check::Own{.time = fileTime(kThen)});
+    for (const Row& row : rows) {
+        EXPECT_EQ(errorWith(end, row.crls), row.expected) << row.name;
+    }
+}
+
+TEST_F(CheckTime, HoldsForEveryCallThatPassesNone) {
+    const auto requestorError = [&] {
+        const ChainPtr chain = chainOf({end, {pki.ca}, {ofThen, rootCrl}, kOffline | kChecked});
+        CERT_CHAIN_POLICY_PARA parameters{sizeof parameters, OCSP_REQUESTOR_POLICY_FLAG, nullptr};
+        CERT_CHAIN_POLICY_STATUS status{sizeof status, 0, 0, 0, nullptr};
+        EXPECT_TRUE(
+            CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_OCSP_REQUESTOR, chain.get(), &parameters, &status));
+        return status.dwError;
+    };
+    const auto isNotRevoked = [&] {
+        const ContextPtr checked = context(end.certificate);
+        const ContextPtr issuer = context(pki.ca.certificate);
+        const StorePtr store = storeOf({pki.ca}, {ofThen});
+        CERT_REVOCATION_PARA parameters{};
+        parameters.cbSize = sizeof parameters;
+        parameters.pIssuerCert = issuer.get();
+        parameters.hCrlStore = store.get();
+        CERT_REVOCATION_STATUS status{};
+        status.cbSize = sizeof status;
+        void* contexts[] = {const_cast<CERT_CONTEXT*>(checked.get())};
+        return CertVerifyRevocation(X509_ASN_ENCODING, CERT_CONTEXT_REVOCATION_TYPE, 1, contexts, 0, &parameters,
+                                    &status) != FALSE;
+    };
+    EXPECT_EQ(errorWith(end, {ofThen}), kUnknown | CERT_TRUST_IS_NOT_TIME_VALID);
+    EXPECT_EQ(requestorError(), CERT_E_EXPIRED);
+    EXPECT_FALSE(isNotRevoked());
+    const Check outer(0, Check::Own{.time = fileTime(kThen)});
+    {
+        const Check inner;
+        EXPECT_EQ(errorWith(end, {ofThen}), 0U);
+        EXPECT_EQ(requestorError(), 0U);
+        EXPECT_TRUE(isNotRevoked());
+        EXPECT_EQ(errorWith(end, {ofThen}, kOffline, 0), kUnknown | CERT_TRUST_IS_NOT_TIME_VALID)
+            << "the call's own time";
+    }
+    const Check now(0, Check::Own{.time = fileTime(0)});
+    EXPECT_EQ(requestorError(), CERT_E_EXPIRED);
+}
+
+TEST_F(CheckTime, UsesDownloadedCrlsAndKeepsNone) {
+    Bytes served = makeCrl(pki.ca, {.lastUpdateSeconds = -60});
+    HttpServer server([&](const HttpRequest&) { return HttpReply{.body = served}; });
+    const Identity current = expiredUnder(pki.ca, {server.url("/")});
+    CertificateSpec spec;
+    spec.crlUrls = {server.url("/")};
+    const Identity valid = issue(pki.ca, spec);
+    EXPECT_EQ(errorWith(valid, {}, 0), 0U);
+    ASSERT_EQ(server.requests().size(), 1U);
+    served = ofThen;
+    {
+        const Check check(0, Check::Own{.time = fileTime(kThen)});
+        EXPECT_EQ(errorWith(current, {}, 0), 0U);
+        served = makeCrl(pki.ca,
+                         {.revokedSerials = {current.serial()}, .lastUpdateSeconds = -60, .revokedAtSeconds = kBefore});
+        EXPECT_EQ(errorWith(current, {}, 0), kRevoked);
+    }
+    EXPECT_EQ(server.requests().size(), 3U);
+    EXPECT_EQ(errorWith(valid, {}, 0), 0U);
+    EXPECT_EQ(server.requests().size(), 3U) << "the current CRL is still in the cache";
 }
 
 }  // namespace

@@ -188,7 +188,7 @@ TEST_F(Revocation, IsUnknownWhenNotLookedUp) {
     sources.crls = {service::Crl::parse(caCrl)};
     const auto stateOf = [&](const Identity& end, int checks) {
         service::SignatureLedger ledger;
-        const service::CrlRules rules = service::crlRules(fileTime(0), false, nullptr, 0);
+        const service::CrlRules rules = service::crlRules({fileTime(0)}, false, nullptr, 0);
         service::FetchAllowance none(0, 0);
         const service::Path path = service::findPath(refOf(end), sources, rules.when, {}, ledger);
         while (ledger.checksMade() < checks) {

@@ -303,7 +303,8 @@ Bytes makeCrl(const Identity& issuer, const CrlSpec& spec) {
             extensions.emplace_back("2.5.29.21", tlv::enumerated(*entry.reason));
         }
         const Bytes list = extensionList(extensions, entry.criticalExtensions);
-        revoked.push_back(tlv::sequence({tlv::integer(entry.serial), time(spec.lastUpdateSeconds), list}));
+        revoked.push_back(tlv::sequence(
+            {tlv::integer(entry.serial), time(spec.revokedAtSeconds.value_or(spec.lastUpdateSeconds)), list}));
     }
     ExtensionList extensions = spec.extensions;
     if (spec.number) {

@@ -97,17 +97,18 @@ struct CrlEntrySpec {
 
 struct CrlSpec {
     std::vector<Bytes> revokedSerials = {};              // content octets
-    long lastUpdateSeconds = -3600;                      // from now; also the revocation date of all entries
+    long lastUpdateSeconds = -3600;                      // from now
     std::optional<long> nextUpdateSeconds = 24L * 3600;  // from now; left out when absent
     std::optional<int> reason = std::nullopt;            // of the entries for revokedSerials
     std::string hash = "SHA256";
     ExtensionList extensions = {};
     ExtensionList criticalExtensions = {};
-    std::optional<Bytes> number = Bytes{1};              // content octets of cRLNumber; left out when absent
-    std::vector<CrlEntrySpec> entries = {};              // after those for revokedSerials
-    std::optional<int> version = 1;                      // left out when absent, which is version 1
-    bool emptyList = false;                              // revokedCertificates without an entry
-    std::optional<Bytes> innerAlgorithm = std::nullopt;  // instead of the correct one
+    std::optional<Bytes> number = Bytes{1};               // content octets of cRLNumber; left out when absent
+    std::vector<CrlEntrySpec> entries = {};               // after those for revokedSerials
+    std::optional<int> version = 1;                       // left out when absent, which is version 1
+    std::optional<long> revokedAtSeconds = std::nullopt;  // from now, of all entries; when absent: lastUpdateSeconds
+    bool emptyList = false;                               // revokedCertificates without an entry
+    std::optional<Bytes> innerAlgorithm = std::nullopt;   // instead of the correct one
 };
 
 /// DER of a CRL signed by `issuer`.

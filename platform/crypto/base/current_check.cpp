@@ -38,8 +38,16 @@ HCERTSTORE rootsOfCheck() noexcept {
     return innermostOf(&CRYPTO_CHECK::hRoots);
 }
 
-const FILETIME* timeOfCheck() noexcept {
-    return innermostOf(&CRYPTO_CHECK::pTime);
+EvaluationTime evaluationTime(const FILETIME* ofCall) noexcept {
+    if (ofCall != nullptr) {
+        return {*ofCall, false};
+    }
+    if (const FILETIME* const ofCheck = innermostOf(&CRYPTO_CHECK::pTime)) {
+        return {*ofCheck, true};
+    }
+    EvaluationTime now;
+    GetSystemTimeAsFileTime(&now.when);
+    return now;
 }
 
 }  // namespace tallow::platform

@@ -16,7 +16,11 @@ bool isForbidden(DWORD restriction) noexcept;
 // The store with the roots of the check; null when it has none.
 HCERTSTORE rootsOfCheck() noexcept;
 
-// The time for which the check evaluates chains and CRLs; null: now.
-const FILETIME* timeOfCheck() noexcept;
+// The time for which a call evaluates certificates and CRLs: its own, else that of the check, else now.
+struct EvaluationTime {
+    FILETIME when{};
+    bool isOfCheck = false;
+};
+EvaluationTime evaluationTime(const FILETIME* ofCall = nullptr) noexcept;
 
 }  // namespace tallow::platform

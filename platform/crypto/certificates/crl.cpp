@@ -45,6 +45,13 @@ std::optional<long long> secondsOf(const DerElement& time) {
     return days * 86400 + pair(6) * 3600 + pair(4) * 60 + pair(2);
 }
 
+// The revocation date follows the serial number, so it need not be stored for each of a million entries.
+bool isDatedAfter(const CrlEntry& entry, ByteView crl, long long latest) {
+    const ByteView rest(entry.serial.data() + entry.serial.size(), crl.data() + crl.size());
+    const std::optional<long long> date = secondsOf(DerReader(rest).next());
+    return date && *date > latest;
+}
+
 // Rank of a reason: a hold can be lifted, and an entry that lifts one ranks lowest.
 int finality(int reason) {
     return reason == kReasonRemoveFromCrl ? 0 : reason == kReasonCertificateHold ? 1 : 2;
@@ -252,7 +259,7 @@ std::shared_ptr<const Crl> Crl::parse(ByteView der) {
     return CrlParser(*crl).parse() ? crl : nullptr;
 }
 
-std::optional<int> Crl::reasonFor(const X509_NAME* certificateIssuer, ByteView serial) const {
+std::optional<int> Crl::reasonFor(const X509_NAME* certificateIssuer, ByteView serial, long long latest) const {
     const auto bySerial = [](const CrlEntry& entry, ByteView wanted) { return isBefore(entry.serial, wanted); };
     auto entry = std::lower_bound(entries.begin(), entries.end(), serial, bySerial);
     std::optional<int> reason;
@@ -263,7 +270,7 @@ std::optional<int> Crl::reasonFor(const X509_NAME* certificateIssuer, ByteView s
                   : decodeWhole<d2i_GENERAL_NAMES, GENERAL_NAMES_free>(entryIssuers[entry->issuerPosition - 1]);
         const bool fits =
             isOwn ? X509_NAME_cmp(issuer.get(), certificateIssuer) == 0 : containsName(names.get(), certificateIssuer);
-        if (fits && (!reason || finality(entry->reason) > finality(*reason))) {
+        if (fits && !isDatedAfter(*entry, der, latest) && (!reason || finality(entry->reason) > finality(*reason))) {
             reason = entry->reason;
         }
     }

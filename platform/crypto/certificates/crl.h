@@ -25,7 +25,7 @@ using IssuingPointPtr = std::unique_ptr<ISSUING_DIST_POINT, OpenSslFree<ISSUING_
 using KeyIdentifierPtr = std::unique_ptr<AUTHORITY_KEYID, OpenSslFree<AUTHORITY_KEYID_free>>;
 
 struct CrlEntry {
-    ByteView serial;                   // as integerContent() gives it
+    ByteView serial;                   // as integerContent() gives it; the revocation date follows in the CRL
     std::uint32_t issuerPosition = 0;  // 0: the CRL's own issuer, else 1 + the position in Crl::entryIssuers
     std::uint8_t reason = 0;           // CRLReason; 0 when the entry has none
 };
@@ -37,8 +37,9 @@ struct Crl : std::enable_shared_from_this<Crl> {
 
     // The reason of the entry for a certificate, by its issuer's name and its serial number (as integerContent() gives
     // it); empty when it is not listed. Of several entries the most final one counts: removeFromCRL ranks lowest, then
-    // a hold.
-    std::optional<int> reasonFor(const X509_NAME* certificateIssuer, ByteView serial) const;
+    // a hold. Entries with a revocation date after `latest` (seconds since 1970) are ignored; a malformed date is never
+    // after it.
+    std::optional<int> reasonFor(const X509_NAME* certificateIssuer, ByteView serial, long long latest) const;
     bool isDelta() const noexcept { return baseNumber.has_value(); }
     SignedBytes signedBytes() const;
 

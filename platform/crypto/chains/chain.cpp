@@ -174,7 +174,7 @@ JudgedPath bestPath(PathSearch& search, Judge judge) {
     return best;
 }
 
-std::unique_ptr<ChainRecord> buildChain(HCERTCHAINENGINE engine, const CertificateRef& end, const FILETIME& when,
+std::unique_ptr<ChainRecord> buildChain(HCERTCHAINENGINE engine, const CertificateRef& end, const EvaluationTime& time,
                                         HCERTSTORE additional, const CERT_CHAIN_PARA& parameters, DWORD flags) {
     const ChainSources sources = chainSources(engine, additional);
     SignatureLedger ledger;
@@ -186,18 +186,18 @@ std::unique_ptr<ChainRecord> buildChain(HCERTCHAINENGINE engine, const Certifica
                                      [&](const Certificate& subject, std::size_t index, auto& found) {
                                          return download.fetched(subject, index, found);
                                      }};
-    PathSearch search(end, sources, when, fetchers, ledger);
+    PathSearch search(end, sources, time.when, fetchers, ledger);
     const RevocationScope scope = scopeOf(flags);
     constexpr DWORD kCacheOnly = CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CACHE_ONLY;
     const DWORD maxAge = parameters.fCheckRevocationFreshnessTime != FALSE ? parameters.dwRevocationFreshnessTime : 0;
     const auto judge = [&](const Path& path) {
         if (scope == RevocationScope::kNone) {
-            return verifyPath(path, when, scope, nullptr, ledger);
+            return verifyPath(path, time.when, scope, nullptr, ledger);
         }
         const CrlRules rules =
-            crlRules(when, (flags & kCacheOnly) == 0 && isProven(path, ledger), parameters.pftCacheResync, maxAge);
+            crlRules(time, (flags & kCacheOnly) == 0 && isProven(path, ledger), parameters.pftCacheResync, maxAge);
         CrlCheck crls(sources, rules, allowance, ledger);
-        return verifyPath(path, when, scope, &crls, ledger);
+        return verifyPath(path, time.when, scope, &crls, ledger);
     };
     const JudgedPath best = bestPath(search, judge);
     if ((best.verdict.error & ~kUnknownRevocation) == 0) {
@@ -220,9 +220,7 @@ BOOL CertGetCertificateChain(HCERTCHAINENGINE hChainEngine, PCCERT_CONTEXT pCert
             ppChainContext == nullptr) {
             return fail(E_INVALIDARG);
         }
-        FILETIME now{};
-        GetSystemTimeAsFileTime(&now);
-        *ppChainContext = buildChain(hChainEngine, CertificateRef::share(pCertContext), pTime != nullptr ? *pTime : now,
+        *ppChainContext = buildChain(hChainEngine, CertificateRef::share(pCertContext), evaluationTime(pTime),
                                      hAdditionalStore, *pChainPara, dwFlags)
                               .release();
         return TRUE;

@@ -60,6 +60,7 @@
 #include <cstring>
 #include <optional>
 
+#include "platform/crypto/base/current_check.h"
 #include "platform/crypto/base/service_call.h"
 #include "platform/crypto/chains/path_search.h"
 #include "platform/crypto/keys/algorithms.h"
@@ -97,10 +98,10 @@ public:
         return -1;
     }
 
-    // The first element whose time has passed or is still to come; -1 when there is none.
+    // The first element whose time has passed or is still to come, now or at the time of the check; -1 when there is
+    // none.
     LONG firstNotValidNow() const {
-        FILETIME present{};
-        GetSystemTimeAsFileTime(&present);
+        const FILETIME present = evaluationTime().when;
         for (DWORD i = 0; i < size(); ++i) {
             if (!isValidAt(certificate(i).info(), present)) {
                 return static_cast<LONG>(i);

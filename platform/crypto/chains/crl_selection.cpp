@@ -34,7 +34,7 @@ bool replaces(const Crl& newer, const Crl& older) {
 std::vector<CrlGroup> groupByScope(const CrlCandidates& candidates) {
     std::vector<const CrlCandidate*> sorted;
     for (const CrlCandidate& candidate : candidates) {
-        if (candidate.isUsable) {
+        if (candidate.isUsable && !candidate.isLater) {
             sorted.push_back(&candidate);
         }
     }
@@ -59,7 +59,8 @@ std::vector<CrlGroup> groupByScope(const CrlCandidates& candidates) {
     }
     for (const CrlCandidate& candidate : candidates) {
         for (CrlGroup& group : groups) {
-            if (!candidate.isUsable && isSameIssuer(*group.completes.front()->crl, *candidate.crl)) {
+            if (!candidate.isUsable && !candidate.isLater &&
+                isSameIssuer(*group.completes.front()->crl, *candidate.crl)) {
                 group.unusable.push_back(&candidate);
             }
         }

@@ -21,7 +21,8 @@ struct CrlGroup {
     std::vector<const CrlCandidate*> unusable;  // of the same issuer, in any scope
 };
 
-// The groups with a usable complete CRL, that with the newest first. The candidates must outlive the result.
+// The groups with a usable complete CRL, that with the newest first; later CRLs are in none. The candidates must
+// outlive the result.
 std::vector<CrlGroup> groupByScope(const CrlCandidates& candidates);
 
 // Whether a delta CRL updates a complete one of the same group. Not when one of them has no number, and not when the

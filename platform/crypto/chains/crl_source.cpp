@@ -26,10 +26,11 @@ long long secondsSince1970(const FILETIME& time) noexcept {
     return static_cast<long long>(ticks / 10000000ULL) - kSecondsFrom1601To1970;
 }
 
-CrlRules crlRules(const FILETIME& when, bool useNetwork, const FILETIME* resync, DWORD maxAgeSeconds) {
+CrlRules crlRules(const EvaluationTime& time, bool useNetwork, const FILETIME* resync, DWORD maxAgeSeconds) {
     const ChainLimits limits = chainLimits();
     CrlRules rules;
-    rules.when = when;
+    rules.when = time.when;
+    rules.byDate = time.isOfCheck;
     rules.useNetwork = useNetwork;
     rules.resync = resync;
     rules.maxAgeSeconds = lowerLimit(maxAgeSeconds, static_cast<DWORD>(limits.maxCrlAgeSeconds));
@@ -51,17 +52,22 @@ bool CrlSource::add(CrlRef crl, const std::string& url, const CrlSubject& subjec
     if (reasons == 0) {
         return false;
     }
+    const long long when = secondsSince1970(rules_.when);
+    const bool isLater = crl->thisUpdate != kMalformedTime && crl->thisUpdate > when;
+    const bool isInTime = (isLater && rules_.byDate) || isCurrent(*crl);
     const char* const objection = crl->defect != nullptr                  ? crl->defect
-                                  : !isCurrent(*crl)                      ? "it is not current"
+                                  : !isInTime                             ? "it is not current"
                                   : isWeakSignature(crl->algorithm.get()) ? "its signature algorithm is weak"
                                                                           : nullptr;
     if (objection != nullptr) {
         TALLOW_CRYPTO_TRACE("A CRL about the certificate is not used: %s\n", objection);
-        if (crl->thisUpdate != kMalformedTime && crl->thisUpdate > secondsSince1970(rules_.when)) {
-            return false;  // the check is about an earlier time
-        }
     }
-    candidates.push_back({std::move(crl), url, reasons, objection == nullptr});
+    if (isLater && !rules_.byDate) {
+        return false;  // the call is about an earlier time
+    }
+    const std::optional<int> reason =
+        crl->reasonFor(subject.issuer(), subject.serial(), rules_.byDate ? when : kMalformedTime);
+    candidates.push_back({std::move(crl), url, reasons, reason, objection == nullptr, isLater});
     return objection == nullptr;
 }
 
@@ -82,8 +88,10 @@ bool CrlSource::addFetched(const std::string& url, const CrlSubject& subject, Cr
     return body && add(Crl::parse(*body), url, subject, candidates);
 }
 
-void CrlSource::keep(const CrlCandidate& candidate) {
-    UrlCache().keep(candidate.url, candidate.crl->der);
+void CrlSource::keep(const CrlCandidate& candidate) const {
+    if (!rules_.byDate) {
+        UrlCache().keep(candidate.url, candidate.crl->der);
+    }
 }
 
 }  // namespace tallow::platform

@@ -9,19 +9,19 @@ namespace {
 constexpr int kNotListed = -1;
 
 // The reason of the CRL's entry for the certificate.
-int listing(const CrlCandidate& candidate, const CrlSubject& subject) {
-    return candidate.crl->reasonFor(subject.issuer(), subject.serial()).value_or(kNotListed);
+int listing(const CrlCandidate& candidate) {
+    return candidate.reason.value_or(kNotListed);
 }
 
 // Whether the CRL says that the certificate is revoked, or was at its time.
-bool isListedBy(const CrlCandidate& candidate, const CrlSubject& subject) {
-    const int reason = listing(candidate, subject);
+bool isListedBy(const CrlCandidate& candidate) {
+    const int reason = listing(candidate);
     return reason != kNotListed && reason != kReasonRemoveFromCrl;
 }
 
-bool isListed(const std::vector<const CrlCandidate*>& candidates, const CrlSubject& subject) {
+bool isListed(const std::vector<const CrlCandidate*>& candidates) {
     return std::any_of(candidates.begin(), candidates.end(),
-                       [&](const CrlCandidate* candidate) { return listing(*candidate, subject) != kNotListed; });
+                       [](const CrlCandidate* candidate) { return listing(*candidate) != kNotListed; });
 }
 
 ReasonMask reasonsOf(const CrlGroup& group) {
@@ -83,7 +83,7 @@ RevocationStatus CrlCheck::lookUp(const Path& path, std::size_t index, const Crl
     if (outcome.status.state != RevocationState::kUnknown) {
         for (const CrlCandidate* const candidate : outcome.used) {
             if (!candidate->url.empty()) {
-                CrlSource::keep(*candidate);
+                source_.keep(*candidate);
             }
         }
     }
@@ -123,17 +123,33 @@ CrlCheck::Outcome CrlCheck::judge(const Question& question, const CrlCandidates&
     for (const CrlGroup& group : groupByScope(candidates)) {
         // A CRL that covers no further reasons matters only if it lists the certificate.
         const bool addsReasons = (reasonsOf(group) & ~outcome.covered) != 0;
-        if (addsReasons || isListed(group.completes, question.subject) || isListed(group.deltas, question.subject)) {
+        if (addsReasons || isListed(group.completes) || isListed(group.deltas)) {
             judgeGroup(question, group, outcome);
         }
         if (outcome.status.state == RevocationState::kRevoked) {
             return outcome;
         }
     }
-    if (outcome.covered == kAllReasons && !outcome.isDisputed) {
+    judgeLater(question, candidates, outcome);
+    if (outcome.status.state == RevocationState::kUnknown && outcome.covered == kAllReasons && !outcome.isDisputed) {
         outcome.status.state = RevocationState::kGood;
     }
     return outcome;
+}
+
+// A revocation may become known only after the time of the check.
+void CrlCheck::judgeLater(const Question& question, const CrlCandidates& candidates, Outcome& outcome) {
+    for (const CrlCandidate& later : candidates) {
+        if (!later.isLater || !isListedBy(later) || !signers_.signerOf(*later.crl, question.path, question.index)) {
+            continue;
+        }
+        if (later.isUsable) {
+            outcome.status = {RevocationState::kRevoked, static_cast<DWORD>(listing(later))};
+            outcome.used.push_back(&later);
+            return;
+        }
+        outcome.isDisputed = true;
+    }
 }
 
 // Of the CRLs that one key signed, the newest counts; if none is the newest, one that lists the certificate. A CA that
@@ -145,7 +161,7 @@ void CrlCheck::judgeGroup(const Question& question, const CrlGroup& group, Outco
     };
     std::vector<Newest> judged;
     for (const CrlCandidate* const complete : group.completes) {
-        if (!judged.empty() && listing(*complete, question.subject) == kNotListed) {
+        if (!judged.empty() && listing(*complete) == kNotListed) {
             continue;
         }
         const auto isOutdatedBy = [&](const Newest& other) {
@@ -158,20 +174,17 @@ void CrlCheck::judgeGroup(const Question& question, const CrlGroup& group, Outco
         if (!signer) {
             continue;
         }
-        judgeComplete(question, *complete, group, *signer, outcome);
+        judgeComplete(*complete, group, *signer, outcome);
         judged.push_back({std::move(signer), complete->crl.get()});
     }
 }
 
 // Delta CRLs that do not fit, and unusable CRLs, matter only when they list the certificate and the used CRLs do not
 // replace them. An unusable complete CRL also matters when it is newer, since its content is unknown.
-CrlCheck::Change CrlCheck::updateOf(const Question& question, const CrlCandidate& complete, const CrlGroup& group,
-                                    const Certificate& signer) {
+CrlCheck::Change CrlCheck::updateOf(const CrlCandidate& complete, const CrlGroup& group, const Certificate& signer) {
     Change change;
     const Crl* state = complete.crl.get();
-    const auto lists = [&](const CrlCandidate& other) {
-        return isListedBy(other, question.subject) && !replaces(*state, *other.crl);
-    };
+    const auto lists = [&](const CrlCandidate& other) { return isListedBy(other) && !replaces(*state, *other.crl); };
     for (const CrlCandidate* const delta : group.deltas) {
         const bool isUpdate = change.update == nullptr && canUpdate(*delta->crl, *complete.crl);
         if ((isUpdate || lists(*delta)) && ledger_.verifies(*delta->crl, signer)) {
@@ -188,15 +201,15 @@ CrlCheck::Change CrlCheck::updateOf(const Question& question, const CrlCandidate
     return change;
 }
 
-void CrlCheck::judgeComplete(const Question& question, const CrlCandidate& complete, const CrlGroup& group,
-                             const Certificate& signer, Outcome& outcome) {
-    int reason = listing(complete, question.subject);
+void CrlCheck::judgeComplete(const CrlCandidate& complete, const CrlGroup& group, const Certificate& signer,
+                             Outcome& outcome) {
+    int reason = listing(complete);
     if (reason == kReasonRemoveFromCrl) {
         return;  // allowed only in a delta CRL: this one contradicts itself
     }
-    const auto [update, isDisputed] = updateOf(question, complete, group, signer);
+    const auto [update, isDisputed] = updateOf(complete, group, signer);
     if (update != nullptr) {
-        const int change = listing(*update, question.subject);
+        const int change = listing(*update);
         if (change == kReasonRemoveFromCrl) {
             reason = reason == kReasonCertificateHold ? kNotListed : reason;  // only a hold can be lifted
         } else if (change != kNotListed) {

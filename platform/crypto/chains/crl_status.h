@@ -55,12 +55,12 @@ private:
     };
 
     RevocationStatus lookUp(const Path& path, std::size_t index, const CrlSubject& subject);
-    Change updateOf(const Question& question, const CrlCandidate& complete, const CrlGroup& group,
-                    const Certificate& signer);
+    Change updateOf(const CrlCandidate& complete, const CrlGroup& group, const Certificate& signer);
     Outcome judge(const Question& question, const CrlCandidates& candidates);
+    void judgeLater(const Question& question, const CrlCandidates& candidates, Outcome& outcome);
     void judgeGroup(const Question& question, const CrlGroup& group, Outcome& outcome);
-    void judgeComplete(const Question& question, const CrlCandidate& complete, const CrlGroup& group,
-                       const Certificate& signer, Outcome& outcome);
+    void judgeComplete(const CrlCandidate& complete, const CrlGroup& group, const Certificate& signer,
+                       Outcome& outcome);
     Outcome askForDeltas(const Question& question, CrlCandidates& candidates, std::size_t maxRequests, Outcome outcome);
 
     const ChainSources& sources_;

@@ -9,7 +9,7 @@ namespace {
 
 struct Check {
     const CERT_REVOCATION_PARA* parameters;  // may be null
-    FILETIME when;
+    EvaluationTime time;
     bool useNetwork;
 };
 
@@ -61,9 +61,9 @@ CrlRules rulesFor(const Check& check, const Path& path, SignatureLedger& ledger)
     const CERT_REVOCATION_PARA* const parameters = check.parameters;
     const bool useNetwork = check.useNetwork && isProven(path, ledger);
     if (parameters == nullptr) {
-        return crlRules(check.when, useNetwork, nullptr, 0);
+        return crlRules(check.time, useNetwork, nullptr, 0);
     }
-    return crlRules(check.when, useNetwork, parameters->pftCacheResync,
+    return crlRules(check.time, useNetwork, parameters->pftCacheResync,
                     parameters->fCheckFreshnessTime != FALSE ? parameters->dwFreshnessTime : 0);
 }
 
@@ -78,7 +78,7 @@ DWORD checkOne(const CertificateRef& certificate, const CertificateRef& issuer, 
                CERT_REVOCATION_STATUS& status) {
     const ChainSources sources = sourcesFor(check.parameters);
     SignatureLedger ledger;
-    const Path path = pathFor(certificate, issuer, sources, check.when, ledger);
+    const Path path = pathFor(certificate, issuer, sources, check.time.when, ledger);
     if (path.elements.size() == 1 || !ledger.verifies(*path.elements[0], *path.elements[1])) {
         return CRYPT_E_NO_REVOCATION_CHECK;
     }
@@ -125,11 +125,8 @@ BOOL CertVerifyRevocation(DWORD dwEncodingType, DWORD dwRevType, DWORD cContext,
             !isUsable(pRevPara)) {
             return fail(E_INVALIDARG);
         }
-        Check check{pRevPara, {}, (dwFlags & CERT_VERIFY_CACHE_ONLY_BASED_REVOCATION) == 0};
-        GetSystemTimeAsFileTime(&check.when);
-        if (pRevPara != nullptr && pRevPara->pftCurrentTime != nullptr) {
-            check.when = *pRevPara->pftCurrentTime;
-        }
+        const FILETIME* const time = pRevPara != nullptr ? pRevPara->pftCurrentTime : nullptr;
+        const Check check{pRevPara, evaluationTime(time), (dwFlags & CERT_VERIFY_CACHE_ONLY_BASED_REVOCATION) == 0};
         *pRevStatus = {};
         pRevStatus->cbSize = sizeof(CERT_REVOCATION_STATUS);
         for (DWORD i = 0; i < cContext; ++i) {
