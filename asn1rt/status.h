@@ -6,16 +6,23 @@
 // Success is 0. An encoder returns the octets it added (0 or more) or one of these negative numbers; a decoder returns
 // 0 or one of them. A status has no text: callers report what went wrong, where the message is known. The value classes
 // of asn1/ turn STATUS_NO_MEMORY into kAsn1Memory and every other number into kAsn1Error.
+//
+// A success does not clear the record, nor does binding another buffer: a context that is used again after a failure
+// shows the old status until rtErrReset. Rely on the returned status, and on the record only for the first cause.
 #pragma once
 
 #include <cstdint>
 
 #include "export.h"
 
+// Which of them a function returns is told where it is declared; a caller may treat all but STATUS_TAG_MISMATCH alike.
 // Numbers that are missing are not used.
-inline constexpr int STATUS_BUFFER_FULL = -1;          ///< no room left in a buffer that the context does not own
-inline constexpr int STATUS_END_OF_BUFFER = -2;        ///< a decoder would have run past the end of its input
-inline constexpr int STATUS_TAG_MISMATCH = -3;         ///< the tag at the position is not the expected one
+inline constexpr int STATUS_BUFFER_FULL = -1;    ///< no room left in a buffer that the context does not own
+inline constexpr int STATUS_END_OF_BUFFER = -2;  ///< a decoder would have run past the end of its input
+/// The only failure that a decoder meets in the normal course of things: an OPTIONAL element is absent. The position
+/// has not moved; clear the record with rtErrReset.
+inline constexpr int STATUS_TAG_MISMATCH = -3;  ///< the tag at the position is not the expected one
+// Malformed or unexpected input. The message is to be rejected.
 inline constexpr int STATUS_BAD_OBJECT_ID = -4;        ///< fewer than 2 or more than 128 arcs, or an arc out of range
 inline constexpr int STATUS_BAD_LENGTH = -5;           ///< impossible length, or end-of-contents missing
 inline constexpr int STATUS_BAD_ENUM = -6;             ///< enumerated value outside the set of its type
@@ -40,7 +47,8 @@ inline constexpr int STATUS_NOT_INITIALIZED = -32;     ///< context not live, or
 inline constexpr int STATUS_TOO_BIG = -33;             ///< an INTEGER does not fit its destination
 inline constexpr int STATUS_NOT_SUPPORTED = -99;       ///< the operation does not exist in this runtime
 
-/// The first failure since the last reset. Functions take the address of this record, not of the context.
+/// The first failure since the last reset. Functions take the address of this record, not of the context, and never
+/// null.
 struct ASN1ErrInfo {
     std::int32_t status;  ///< 0 when none
 };
@@ -49,20 +57,25 @@ extern "C" {
 
 /// Stores `status` when no status is stored yet, and returns `status` in any case: the first failure survives while
 /// each caller on the way up may return its own. `moduleName` and `lineNumber` are ignored; pass null and 0.
+///
+///     return rtErrSetData(&ctx->errInfo, STATUS_BAD_VALUE, nullptr, 0);
 TALLOW_EXPORT int rtErrSetData(ASN1ErrInfo* errInfo, int status, const char* moduleName, int lineNumber) noexcept;
 
 /// Removes the stored status; returns 0. A decoder calls it after a STATUS_TAG_MISMATCH that meant only that an
-/// OPTIONAL element is absent.
+/// OPTIONAL element is absent:
+///
+///     int status = xd_match(ctx, tag, &length, MATCH_ADVANCE);
+///     if (status == STATUS_TAG_MISMATCH) status = rtErrReset(&ctx->errInfo);    // the position has not moved
 TALLOW_EXPORT int rtErrReset(ASN1ErrInfo* errInfo) noexcept;
 
-/// Copies the stored status, and returns it.
+/// Copies the stored status, 0 included, over the one in `to`, and returns it.
 TALLOW_EXPORT int rtErrCopyData(const ASN1ErrInfo* from, ASN1ErrInfo* to) noexcept;
 
 /// Accept a parameter for the report of a failure (a field's path, a count). This runtime keeps none; the result is 1.
 TALLOW_EXPORT int rtErrAddStrParm(ASN1ErrInfo* errInfo, const char* text) noexcept;
 TALLOW_EXPORT int rtErrAddIntParm(ASN1ErrInfo* errInfo, int value) noexcept;
 
-/// A constant empty string, whatever the status. Never null; not to be freed.
+/// A constant empty string, whatever the status: texts exist only above the runtime. Never null; not to be freed.
 TALLOW_EXPORT const char* rtErrGetText(const ASN1ErrInfo* errInfo) noexcept;
 
 /// Prints "ASN.1 ERROR: Status " and the stored number as a line on standard output.
