@@ -35,9 +35,9 @@ public:
     CAttrSigningTime& operator=(const CAttrSigningTime& other) = default;
     ~CAttrSigningTime() = default;
 
-    /// In UTC.
+    /// In UTC. Valid until the object is assigned to or destroyed.
     const CDateTime& get_time() const { return *time_->get_time(); }
-    /// Throws as the constructor.
+    /// Sets the time and encodes it; throws as the constructor.
     void put_time(const CDateTime& time);
 
     /// Makes the value the encoding of the member; the setters do that already.
@@ -87,7 +87,8 @@ public:
     const CBlob& get_messageDigest() const { return messageDigest_; }
     void put_messageDigest(const CBlob& messageDigest);
 
-    /// Makes the value the OCTET STRING of the digest.
+    /// Makes the value the OCTET STRING of the digest; the setter does that already. Throws kAsn1Memory when memory is
+    /// exhausted.
     void encode();
     /// Throws kAsn1Error when the value is not an OCTET STRING.
     void decode();

@@ -1,6 +1,8 @@
 // How a value class holds an optional member that is itself a class: one owned pointer, null when absent.
 //
 //   void CDistributionPoint::put_reasons(const CReasonFlags* reasons) { copy_to_auto_ptr(reasons_, reasons); }
+//
+// Public because some value classes have such members; applications do not need it.
 #pragma once
 
 #include <memory>
@@ -17,6 +19,7 @@ void copy_to_auto_ptr(std::unique_ptr<T>& target, const T* source) {
 }
 
 /// A unique_ptr whose copies are deep: classes that hold their members so are copied by the compiler's own functions.
+/// Copies throw what the copy of T throws, with the target unchanged. A move leaves the source null.
 template <class T>
 class copied_ptr : public std::unique_ptr<T> {
 public:
@@ -33,7 +36,8 @@ public:
     ~copied_ptr() = default;
 };
 
-/// Null equals only null; two present values compare by their own operator.
+/// Whether both are absent or both present and equal: null equals only null; two present values compare by their own
+/// operator.
 template <class T>
 [[nodiscard]] bool equalOrBothAbsent(const T* left, const T* right) {
     return left != nullptr && right != nullptr ? *left == *right : left == right;

@@ -44,11 +44,11 @@ public:
     /// The set whose masks are combined in `value`; 0 is the empty set.
     explicit CReasonFlags(unsigned int value) : value_(value) {}
 
-    /// All masks combined.
+    /// All masks combined, as given or read.
     unsigned int get_value() const { return value_; }
     void put_value(unsigned int value) { value_ = value; }
 
-    /// By bit number, 0 to 31; a larger number is taken modulo 32.
+    /// By bit number, which is that of the BIT STRING, 0 to 31; a larger number is taken modulo 32.
     bool get_bit(unsigned int n) const;
     void put_bit(unsigned int n, bool on);
 

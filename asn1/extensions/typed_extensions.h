@@ -5,11 +5,16 @@
 //   list.insert(CExtension(reason, false));                       // get_value() is 0A 01 04
 //   CExtCRLReason again(list.find(reason.get_oid())->get_extnValue());
 //
-// All behave alike. X() sets the identifier and leaves value and member empty. X(member) sets the member and encodes
-// it. X(CBlob) takes the content of extnValue and decodes it; it throws kAsn1Error when that does not fit the type, and
-// for a time or a general name what is noted below. Each setter copies and encodes at once, so that get_value() is
-// always the encoding of what the getters return. A setter that throws has set the member and left the value as it was.
-// References and pointers from getters live until the object changes.
+// All behave alike:
+// - X() sets the identifier and leaves value and member empty.
+// - X(member) sets the member and encodes it.
+// - X(CBlob) takes the content of extnValue and decodes it; it throws kAsn1Error when that does not fit the type, and
+//   for a time or a general name what is noted below.
+// - Each setter copies and encodes at once, so that get_value() is always the encoding of what the getters return. A
+//   setter that throws has set the member and left the value as it was.
+//
+// References and pointers from getters live until the object changes. Memory that is exhausted shows as kAsn1Memory
+// while encoding and decoding, and as std::bad_alloc in plain copies.
 #pragma once
 
 #include <memory>
@@ -55,6 +60,7 @@ private:
 /// RFC 5280 no longer contains it; it is read for old CRLs. Not critical.
 class TALLOW_EXPORT CExtHoldInstructionCode : public CExtValue {
 public:
+    /// An empty code, one in dotted decimal text, which throws as put_code, or one that was read.
     CExtHoldInstructionCode();
     explicit CExtHoldInstructionCode(const char* code);
     explicit CExtHoldInstructionCode(const CBlob& value);
@@ -104,6 +110,7 @@ private:
 /// Always critical. X(CBlob) throws kInvalidArgument for a general name of a kind without support.
 class TALLOW_EXPORT CExtCertificateIssuer : public CExtValue {
 public:
+    /// No names, copies of the given ones, or those that were read.
     CExtCertificateIssuer();
     explicit CExtCertificateIssuer(const CGeneralNames& issuer);
     explicit CExtCertificateIssuer(const CBlob& value);

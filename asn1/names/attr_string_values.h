@@ -8,6 +8,10 @@
 //
 // The text is encoded in the string type registered for the attribute (attribute_register.h). The upper bounds and
 // alphabets of X.520 are not enforced: a country of three letters, or "@" in a PrintableString, is encoded as given.
+// Code that issues certificates must check both.
+//
+// All constructors below copy their text, which is UTF-8, and throw what that of CAttrStringValue throws. To read a
+// name back, use CAttributeTypeAndValue: these classes only write.
 #pragma once
 
 #include "asn1/names/attr_value.h"
@@ -31,7 +35,7 @@ public:
     explicit CAttrCommonName(const char* text);
 };
 
-/// "SN", 2.5.4.4, as UTF8String. Not the serial number.
+/// "SN", 2.5.4.4, as UTF8String: the family name. Not the serial number.
 class TALLOW_EXPORT CAttrSurname : public CAttrStringValue {
 public:
     explicit CAttrSurname(const char* text);
@@ -49,25 +53,25 @@ public:
     explicit CAttrCountry(const char* text);
 };
 
-/// "L", 2.5.4.7, as UTF8String: a town.
+/// "L", 2.5.4.7, as UTF8String: a town or other place.
 class TALLOW_EXPORT CAttrLocality : public CAttrStringValue {
 public:
     explicit CAttrLocality(const char* text);
 };
 
-/// "ST", 2.5.4.8, as UTF8String.
+/// "ST", 2.5.4.8, as UTF8String: a state, province or region.
 class TALLOW_EXPORT CAttrStateOrProvinceName : public CAttrStringValue {
 public:
     explicit CAttrStateOrProvinceName(const char* text);
 };
 
-/// "O", 2.5.4.10, as UTF8String.
+/// "O", 2.5.4.10, as UTF8String: the organization, usually by its registered name.
 class TALLOW_EXPORT CAttrOrganizationName : public CAttrStringValue {
 public:
     explicit CAttrOrganizationName(const char* text);
 };
 
-/// "OU", 2.5.4.11, as UTF8String.
+/// "OU", 2.5.4.11, as UTF8String: a part of the organization.
 class TALLOW_EXPORT CAttrOrganizationalUnitName : public CAttrStringValue {
 public:
     explicit CAttrOrganizationalUnitName(const char* text);
@@ -79,13 +83,13 @@ public:
     explicit CAttrTitle(const char* text);
 };
 
-/// "GN", 2.5.4.42, as UTF8String.
+/// "GN", 2.5.4.42, as UTF8String: the given names.
 class TALLOW_EXPORT CAttrGivenName : public CAttrStringValue {
 public:
     explicit CAttrGivenName(const char* text);
 };
 
-/// "I", 2.5.4.43, as UTF8String.
+/// "I", 2.5.4.43, as UTF8String: initials of the given names.
 class TALLOW_EXPORT CAttrInitials : public CAttrStringValue {
 public:
     explicit CAttrInitials(const char* text);

@@ -27,11 +27,13 @@ public:
     CPKIFreeTextString(const wchar_t* value, const CLanguageTag& language);
     CPKIFreeTextString(const char* value, const CLanguageTag& language);
 
+    /// Copies text and language, as the assignment does.
     void assign(const CPKIFreeTextString& other);
 
     /// The text, never null. The setter copies and keeps the language; null counts as empty.
     const wchar_t* get_value() const { return value_.c_str(); }
     void set_value(const wchar_t* value);
+    /// The language; "*" for a text without one.
     const CLanguageTag& get_language() const { return language_; }
 
     /// Equal language and equal text.
