@@ -54,7 +54,7 @@ public:
     ASN1CBitStr& operator=(const ASN1CBitStr&) = delete;
     ~ASN1CBitStr() override;
 
-    // Single bits. set and invert make the string as long as the index asks, clear never does. They return 0 or
+    // Single bits. set and invert make the string as long as the index requires, clear never does. They return 0 or
     // - STATUS_BIT_INDEX: the index is above the maximum.
     // - STATUS_BAD_LENGTH: the string would have to grow, but may not.
     // - STATUS_NO_MEMORY: the heap has no room for it.

@@ -19,7 +19,7 @@ extern "C" {
 // 0x00 in front where the top bit is set, so that readers see them as not negative. xe_enum does not check the value
 // against its type.
 
-/// 0xFF for any non-zero value, as DER wants it (X.690, clause 11.1).
+/// 0xFF for any non-zero value, as DER requires (X.690, clause 11.1).
 [[nodiscard]] TALLOW_EXPORT int xe_boolean(ASN1CTXT* ctx, const std::uint8_t* value, ASN1TagType tagType) noexcept;
 [[nodiscard]] TALLOW_EXPORT int xe_integer(ASN1CTXT* ctx, const std::int32_t* value, ASN1TagType tagType) noexcept;
 [[nodiscard]] TALLOW_EXPORT int xe_unsigned(ASN1CTXT* ctx, const std::uint32_t* value, ASN1TagType tagType) noexcept;

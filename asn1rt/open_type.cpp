@@ -75,7 +75,7 @@ int takeOctets(ASN1CTXT* ctx, const std::uint8_t* start, std::uint32_t numocts, 
     return 0;
 }
 
-/// See xd_OpenType; nothing is entered.
+/// See xd_OpenType; no failure is recorded.
 int readOpenType(ASN1CTXT* ctx, const std::uint8_t** data, std::uint32_t* numocts) {
     const std::uint32_t available = remaining(ctx);
     const std::uint32_t start = ctx->buffer.size - available;

@@ -89,7 +89,7 @@ int ASN1CSeqOfList::appended(std::uint32_t before, std::uint32_t expected) {
     return added == expected ? 0 : fail(STATUS_NO_MEMORY);
 }
 
-// Counts a change that was made, or enters why it was not.
+// Counts a change that was made, or records why it was not.
 int ASN1CSeqOfList::changed(bool done, int failure) {
     if (!done) {
         return fail(failure);

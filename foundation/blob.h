@@ -91,7 +91,7 @@ private:
 /// Equal when the sizes are equal and the bytes match; two empty blobs are equal whatever their pointers are.
 [[nodiscard]] TALLOW_EXPORT bool operator==(const CBlob& left, const CBlob& right) noexcept;
 /// Lexicographic, bytes unsigned, a shorter blob before its extensions. (Of two blobs where one continues the other,
-/// the difference of the sizes decides as a signed 32-bit number; it turns round when one is 2 GiB longer.)
+/// the difference of the sizes decides as a signed 32-bit number; the order is reversed when one is 2 GiB longer.)
 [[nodiscard]] TALLOW_EXPORT bool operator<(const CBlob& left, const CBlob& right) noexcept;
 [[nodiscard]] TALLOW_EXPORT bool operator<=(const CBlob& left, const CBlob& right) noexcept;
 [[nodiscard]] TALLOW_EXPORT bool operator>(const CBlob& left, const CBlob& right) noexcept;

@@ -74,7 +74,7 @@ public:
     /// of ticks.
     [[nodiscard]] _SYSTEMTIME getSystemTime() const;
     [[nodiscard]] _FILETIME getFileTime() const noexcept;
-    /// Whole seconds since 1970-01-01, cut towards 0.
+    /// Whole seconds since 1970-01-01, truncated towards 0.
     [[nodiscard]] long long getTime() const noexcept;
 
     /// "YYYYMMDDHHMMSS", a fraction of 1 to 6 digits that never ends in 0 if there is one, 'Z'. A time that the

@@ -48,7 +48,7 @@ public:
     const CCertStatus& get_certStatus() const { return certStatus_; }
     /// The latest time at which the responder knows the status to be correct, in UTC.
     const CDateTime& get_thisUpdate() const { return thisUpdate_; }
-    /// The time by which newer information is available, in UTC; later, the entry is out of date. Null when absent: the
+    /// The time by which newer information is available, in UTC; after it, the entry has expired. Null when absent: the
     /// responder claims that newer information is available at any time (section 4.2.2.1), so limit the age by
     /// thisUpdate.
     const CDateTime* get_nextUpdate() const { return nextUpdate_ ? &*nextUpdate_ : nullptr; }
