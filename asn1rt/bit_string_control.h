@@ -91,7 +91,7 @@ public:
     /// The set bits.
     [[nodiscard]] std::uint32_t cardinality() const;
 
-    // Combine with `numbits` bits at `data`, which may lie inside the octets of the string; bits beyond either end
+    // Combine with `numbits` bits at `data`, which may be part of the octets of the string; bits beyond either end
     // count as 0. The size is then up to the last set bit. doAnd with 0 bits empties the string. They return 0 or, with
     // the string unchanged,
     // - STATUS_BAD_ARGUMENT: `data` is null, or the start of the string's own octets.

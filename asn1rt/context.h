@@ -24,7 +24,7 @@ struct ASN1Stream;
 // of the context; only the three that describe the current input (CONSTRUCTED, END_REACHED, OUTER_INDEFINITE) are
 // changed by the readers. Set the others before the decoding starts.
 
-/// Lengths beyond the input are let through by the length reader; what then runs past the end fails in its own reader.
+/// The length reader accepts lengths beyond the input; contents that run past the end fail in their own reader.
 inline constexpr std::uint16_t CTX_FLAG_NO_LENGTH_CHECK = 0x0040;
 /// rtFreeContext leaves the dynamic buffer to the release of the heap.
 inline constexpr std::uint16_t CTX_FLAG_KEEP_BUFFER = 0x0100;
@@ -123,11 +123,11 @@ TALLOW_EXPORT void rtCopyContext(ASN1CTXT* destination, const ASN1CTXT* source) 
 /// clear them.
 TALLOW_EXPORT void rtCtxtSetFlag(ASN1CTXT* ctx, std::uint16_t mask) noexcept;
 
-/// Makes `ctx` share the type heap, or the message heap, of `other`; its own is released, and what lies in it goes with
+/// Makes `ctx` share the type heap, or the message heap, of `other`; its own is released, and its blocks are freed with
 /// its last reference, a dynamic buffer included: replace both only before there is one. Nothing happens when either
-/// context is null or the heap is shared already.
-/// A shared heap lives until both contexts have released it, so values decoded through `ctx` may then outlive `ctx`.
-/// The allocator's user pointer and the limit on its growth belong to the heap and come with it.
+/// context is null or the heap is shared already. A shared heap lives until both contexts have released it, so values
+/// decoded through `ctx` may then outlive `ctx`. The allocator's user pointer and the limit on its growth belong to the
+/// heap and come with it.
 TALLOW_EXPORT void rtCtxtSetMemHeap(ASN1CTXT* ctx, ASN1CTXT* other) noexcept;
 TALLOW_EXPORT void rtCtxtSetMsgMemHeap(ASN1CTXT* ctx, ASN1CTXT* other) noexcept;
 

@@ -80,7 +80,7 @@ int readExtent(ASN1CTXT* ctx, std::uint8_t octet, ASN1TAG segmentTag, ASN1TagTyp
 }
 
 /// The room that the contents need. A definite constructed form may claim more than the input holds, and fails on that
-/// later; its segments lie within the input, so this is enough for them.
+/// later; its segments are within the input, so this is enough for them.
 std::uint32_t roomFor(const ASN1CTXT* ctx, const Extent& extent) {
     return std::min(static_cast<std::uint32_t>(extent.contents), remaining(ctx));
 }

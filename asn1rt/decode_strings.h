@@ -9,8 +9,8 @@
 // A caller who passes TAG_IMPLICIT must have read the tag with a call of this runtime just before, since
 // CTX_FLAG_CONSTRUCTED gives the form. Strings of indefinite length are measured first, then copied; they are the one
 // kind of value that consumes its own end-of-contents. Values come from the type heap (STATUS_NO_MEMORY), or point into
-// the input for primitive octet and bit strings under CTX_FLAG_ZERO_COPY. Memory is asked for by what the input holds,
-// never by what a length claims.
+// the input for primitive octet and bit strings under CTX_FLAG_ZERO_COPY. Memory is allocated for the octets that the
+// input contains, never for what a length claims.
 //
 // A segment of a constructed string with another tag gives STATUS_BAD_TAG, contents that end before or after the length
 // of the whole STATUS_BAD_LENGTH.
@@ -31,7 +31,7 @@ extern "C" {
 ///
 /// STATUS_STRING_OVERFLOW when the length (in constructed form the segment headers count too) is above the capacity,
 /// STATUS_BAD_LENGTH for an indefinite one. With TAG_EXPLICIT only the primitive form is accepted; a length that cannot
-/// be read is then recorded in the context, and the call goes on with the length it was given.
+/// be read is then recorded in the context, and the call continues with the length it was given.
 [[nodiscard]] TALLOW_EXPORT int xd_octstr_s(ASN1CTXT* ctx, std::uint8_t* destination, std::uint32_t* numocts,
                                             ASN1TagType tagType, int length) noexcept;
 

@@ -51,8 +51,8 @@ TALLOW_EXPORT _Asn1RTDListNode* rtDListInsertBefore(ASN1CTXT* ctx, _Asn1RTDList*
 TALLOW_EXPORT _Asn1RTDListNode* rtDListInsertAfter(ASN1CTXT* ctx, _Asn1RTDList* list, _Asn1RTDListNode* node,
                                                    void* data) noexcept;
 
-/// Links in the node that lies directly before `element`, at the end of the list, and returns it. Nothing is allocated.
-/// The block must not be in a list already.
+/// Links in the node directly before `element`, at the end of the list, and returns it. Nothing is allocated. The block
+/// must not be in a list already.
 TALLOW_EXPORT _Asn1RTDListNode* rtDListAppendNode(ASN1CTXT* ctx, _Asn1RTDList* list, void* element) noexcept;
 
 /// The node at `index`, counted from 0, found by walking from the head; null when `index` reaches `count`, the head for
@@ -67,8 +67,8 @@ TALLOW_EXPORT int rtDListFindIndexByData(const _Asn1RTDList* list, const void* d
 TALLOW_EXPORT void rtDListRemove(_Asn1RTDList* list, _Asn1RTDListNode* node) noexcept;
 /// Frees the nodes, not the data, and empties the list. An element in the same block as its node goes with it.
 TALLOW_EXPORT void rtDListFreeNodes(ASN1CTXT* ctx, _Asn1RTDList* list) noexcept;
-/// Frees data and nodes, one block each or one for both where the element lies after its node, and empties the list.
-/// The data must be blocks of the type heap, or null; what they point to is not freed.
+/// Frees data and nodes, one block each, or one for both where the element follows its node, and empties the list. The
+/// data must be blocks of the type heap, or null; what they point to is not freed.
 TALLOW_EXPORT void rtDListFreeAll(ASN1CTXT* ctx, _Asn1RTDList* list) noexcept;
 
 /// Copies `elementSize` octets of each element, in list order, into `*array`, and returns the number of elements; null

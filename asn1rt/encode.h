@@ -22,7 +22,7 @@
 extern "C" {
 
 /// Binds the context to an output buffer of `size` octets, of which all but the last are used; nothing is written yet.
-/// Null `data` asks for one that grows, from the heap, of 16384 octets when `size` is 0. A negative size counts as 0.
+/// Null `data` allocates one that grows, from the heap, of 16384 octets when `size` is 0. A negative size counts as 0.
 /// The limit that xd_setp has set on the type heap is removed. Returns 0 or a status of rtInitContextBuffer.
 [[nodiscard]] TALLOW_EXPORT int xe_setp(ASN1CTXT* ctx, std::uint8_t* data, int size) noexcept;
 
@@ -43,7 +43,7 @@ TALLOW_EXPORT void xe_free(ASN1CTXT* ctx) noexcept;
 /// STATUS_BAD_VALUE for a null `source`.
 [[nodiscard]] TALLOW_EXPORT int xe_memcpy(ASN1CTXT* ctx, const void* source, std::uint32_t length) noexcept;
 
-/// Notes where the member of `numocts` octets that was just written lies, for xe_derCanonicalSort. Call it directly
+/// Records the place of the member of `numocts` octets that was just written, for xe_derCanonicalSort. Call it directly
 /// after the writer of the member, whose result is `numocts`.
 TALLOW_EXPORT void xe_getBufLocDescr(const ASN1CTXT* ctx, std::uint32_t numocts, ASN1BufLocDescr* descriptor) noexcept;
 

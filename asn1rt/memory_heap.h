@@ -91,8 +91,8 @@ TALLOW_EXPORT void* rtMemHeapAlloc(ASN1MEMHEAP** heap, std::size_t size) noexcep
 /// The same, zero-filled.
 TALLOW_EXPORT void* rtMemHeapAllocZ(ASN1MEMHEAP** heap, std::size_t size) noexcept;
 
-/// Resizes a block, which may move: use the returned pointer only. A null `ptr` asks for a new block. Octets beyond the
-/// old size are undefined. While a block moves, old and new one both count against the heap's limit. A smaller size
+/// Resizes a block, which may move: use the returned pointer only. A null `ptr` allocates a new block. Octets beyond
+/// the old size are undefined. While a block moves, old and new one both count against the heap's limit. A smaller size
 /// keeps the block and is remembered, so that growing back moves it.
 ///
 /// Null, with the old block still valid, on failure and for a field without a heap.
@@ -102,7 +102,7 @@ TALLOW_EXPORT void* rtMemHeapRealloc(ASN1MEMHEAP** heap, void* ptr, std::size_t 
 /// start of a block of this heap that is not free yet; that is not verified.
 TALLOW_EXPORT void rtMemHeapFreePtr(ASN1MEMHEAP** heap, const void* ptr) noexcept;
 
-/// Whether a block may be freed. Always 1: this heap keeps no marks. Schema code asks before every free, so that a
+/// Whether a block may be freed. Always 1: this heap keeps no marks. Schema code calls it before every free, so that a
 /// checking heap can be substituted.
 TALLOW_EXPORT int rtMemHeapCheckPtr(ASN1MEMHEAP** heap, const void* ptr) noexcept;
 

@@ -130,7 +130,7 @@ int appendAdditions(ASN1CTXT* ctx, const ASN1ExtPosition* position, ASN1TAG tag,
         if (status != 0) {
             return status;
         }
-        // The reader returns 0 for an input that ended; without progress it would do so for ever.
+        // The reader returns 0 at the end of the input: without progress, this loop would not end.
         if (ctx->buffer.byteIndex == before) {
             return STATUS_END_OF_BUFFER;
         }

@@ -6,7 +6,7 @@
 #include "asn1rt/memory_heap.h"
 #include "asn1rt/status.h"
 
-// Iterators lie in the heap of the context, which runs no destructors.
+// Iterators are in the heap of the context, which runs no destructors.
 static_assert(std::is_trivially_destructible_v<ASN1CSeqOfListIterator>);
 
 ASN1CSeqOfList::ASN1CSeqOfList(_Asn1RTDList& list, bool initBeforeUse) {

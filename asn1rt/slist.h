@@ -42,7 +42,7 @@ TALLOW_EXPORT void rtSListInitEx(ASN1CTXT* owner, rtSList* list) noexcept;
 /// allocated. No failure is recorded in the owner.
 TALLOW_EXPORT rtSListNode* rtSListAppend(rtSList* list, void* data) noexcept;
 
-/// Frees the nodes, not the data, and empties the list. The owner is forgotten too: a list that is used again takes its
+/// Frees the nodes, not the data, and empties the list. The owner is removed too: a list that is used again takes its
 /// nodes from malloc, and must then be freed by this call.
 TALLOW_EXPORT void rtSListFree(rtSList* list) noexcept;
 

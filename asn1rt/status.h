@@ -15,7 +15,7 @@
 
 #include "export.h"
 
-// Which of them a function returns is told where it is declared; a caller may treat all but STATUS_TAG_MISMATCH alike.
+// Each function's declaration says which of them it returns; a caller may treat all but STATUS_TAG_MISMATCH alike.
 // Numbers that are missing are not used.
 inline constexpr int STATUS_BUFFER_FULL = -1;    ///< no room left in a buffer that the context does not own
 inline constexpr int STATUS_END_OF_BUFFER = -2;  ///< a decoder would have run past the end of its input
@@ -26,7 +26,7 @@ inline constexpr int STATUS_TAG_MISMATCH = -3;  ///< the tag at the position is 
 inline constexpr int STATUS_BAD_OBJECT_ID = -4;        ///< fewer than 2 or more than 128 arcs, or an arc out of range
 inline constexpr int STATUS_BAD_LENGTH = -5;           ///< impossible length, or end-of-contents missing
 inline constexpr int STATUS_BAD_ENUM = -6;             ///< enumerated value outside the set of its type
-inline constexpr int STATUS_SET_DUPLICATE = -7;        ///< a SET member came twice
+inline constexpr int STATUS_SET_DUPLICATE = -7;        ///< a SET member occurred twice
 inline constexpr int STATUS_MISSING_ELEMENT = -8;      ///< SEQUENCE or SET ended before its required members
 inline constexpr int STATUS_SET_UNKNOWN_ELEMENT = -9;  ///< a tag that belongs to no member of the SET
 inline constexpr int STATUS_EXTRA_ELEMENT = -10;       ///< elements after the last member, or too many of them
@@ -38,7 +38,7 @@ inline constexpr int STATUS_BAD_TAG = -21;             ///< tag number too wide,
 inline constexpr int STATUS_CONSTRAINT = -23;          ///< a size or value constraint of the schema failed
 inline constexpr int STATUS_BIT_RANGE = -24;           ///< from-index above to-index
 inline constexpr int STATUS_BAD_UTF8 = -26;            ///< invalid UTF-8, or a negative character
-inline constexpr int STATUS_LIST_CHANGED = -27;        ///< the list changed under an iterator
+inline constexpr int STATUS_LIST_CHANGED = -27;        ///< the list was changed while an iterator was in use
 inline constexpr int STATUS_ITERATOR_STATE = -28;      ///< iterator operation without a current element
 inline constexpr int STATUS_BIT_INDEX = -29;           ///< bit index beyond the string
 inline constexpr int STATUS_BAD_ARGUMENT = -30;        ///< null handle or operand, radix, stream not open for output

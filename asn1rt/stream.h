@@ -34,8 +34,8 @@ inline constexpr std::uint32_t STREAM_FLAG_BUFFERED = 0x8000;
 
 extern "C" {
 
-/// Frees the stream record through the message heap and forgets it. Nothing is flushed: call rtStreamBufFlush first. No
-/// effect without a stream.
+/// Frees the stream record through the message heap and removes it from the context. Nothing is flushed: call
+/// rtStreamBufFlush first. No effect without a stream.
 TALLOW_EXPORT void rtStreamRelease(ASN1CTXT* ctx) noexcept;
 
 /// Passes octets to the write operation, past the context's buffer: flush that first where the order matters.

@@ -36,8 +36,7 @@ public:
 
     // The fields in the ranges of the setters below; the offset counts positive east of Greenwich. A getter that must
     // read the text and cannot returns STATUS_BAD_DATETIME and records it in the context; kNotSet is no failure and is
-    // not recorded. Both are negative and no field is, the parts of the offset excepted: for these, ask getYear()
-    // first.
+    // not recorded. Both are negative. No field is, except the parts of the offset: for these, check getYear() first.
     [[nodiscard]] virtual int getYear() const;
     [[nodiscard]] virtual int getMonth() const;
     [[nodiscard]] virtual int getDay() const;
@@ -152,7 +151,7 @@ protected:
     int change(const Fields& fields);
     /// Moves the fields to UTC when the text ends in "Z". STATUS_BAD_DATETIME when it cannot be written.
     int prepareText();
-    /// The fields of `time` as local time, with the offset of local time when asked.
+    /// The fields of `time` as local time, with the offset of local time when requested.
     int changeToLocal(std::time_t time, bool withOffset);
     /// Stores a finished text where the caller's pointer will find it.
     void store(const char* text);

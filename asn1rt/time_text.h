@@ -1,6 +1,6 @@
 // GeneralizedTime and UTCTime texts (X.680 46 and 47) and the plain record of their fields. The texts are read
 // leniently, as BER allows: minutes, seconds and the ending may be missing where the standard lets them. Failures are
-// returned and recorded in the context, which may be null where no memory is asked of it.
+// returned and recorded in the context, which may be null where no memory is needed from it.
 //
 //   RtTime time;
 //   if (rtParseGeneralizedTime(ctx, "20260301120000Z", &time) != 0) ...    // malformed
@@ -53,7 +53,7 @@ TALLOW_EXPORT extern const std::uint8_t rtCtypeTable[256];
 
 /// Writes GeneralizedTime text with all of date, hour, minutes and seconds; the fraction when it is not empty; "Z" with
 /// `utcFlag`, else the offset when it is not zero. With `capacity` 0, `*text` receives a copy from the type heap;
-/// otherwise `*text` is the caller's array of `capacity` octets, NUL included. DER additionally wants "Z" and no
+/// otherwise `*text` is the caller's array of `capacity` octets, NUL included. DER additionally requires "Z" and no
 /// trailing zeros in the fraction (X.690, clause 11.7): set the record so.
 ///
 /// Returns 0 or one of these; the caller's array is then unchanged:

@@ -56,7 +56,7 @@ enum ASN1TagType : int { TAG_IMPLICIT = 0, TAG_EXPLICIT = 1 };
 /// status, so compare with it before asking whether a length is a failure.
 inline constexpr int LEN_INDEFINITE = -9999;
 
-// Options of xd_match and xd_tag_len, a bit set; 0 for none. xd_tag_len knows only MATCH_ADVANCE and ignores the
+// Options of xd_match and xd_tag_len, a bit set; 0 for none. xd_tag_len reads only MATCH_ADVANCE and ignores the
 // others.
 inline constexpr int MATCH_SEEK = 1;        ///< look forward through the following elements for the tag
 inline constexpr int MATCH_ADVANCE = 2;     ///< leave the position after tag and length; else at the element's start
@@ -92,9 +92,9 @@ struct ASN1TDynBitStr {
     const std::uint8_t* data;  ///< (numbits + 7) / 8 octets
 };
 
-/// A complete encoded element, header included, for a value whose type is not decoded here.
-/// The octets are taken over byte for byte by xd_OpenType and checked by xe_OpenType, which writes the first element
-/// and drops what follows it. 0 octets stand for an absent value.
+/// A complete encoded element, header included, for a value whose type is not decoded here. xd_OpenType copies the
+/// octets unchanged. xe_OpenType checks them, writes the first element and drops what follows it. 0 octets mean an
+/// absent value.
 struct ASN1TOpenType {
     std::uint32_t numocts;
     const std::uint8_t* data;
@@ -114,14 +114,14 @@ struct ASN1T32BitCharStr {
     std::uint32_t* data;
 };
 
-/// Where an encoded member lies in a buffer that fills from its end: the distance from the end survives the growth of
+/// The place of an encoded member in a buffer that fills from its end: the distance from the end survives the growth of
 /// the buffer, which a pointer would not. Filled by xe_getBufLocDescr, consumed by xe_derCanonicalSort.
 struct ASN1BufLocDescr {
     std::uint32_t numocts;  ///< encoded length of the member
     std::uint32_t offset;   ///< octets from the last octet of the buffer back to the member's first
 };
 
-/// The value that encloses extension additions, as a decoder notes it before reading them. `start` must lie in the
+/// The value that encloses extension additions, as a decoder records it before reading them. `start` must be in the
 /// buffer that is bound when xd_OpenTypeExt is called.
 struct ASN1ExtPosition {
     const std::uint8_t* start;  ///< first contents octet of the value

@@ -1,6 +1,6 @@
 // UTF-8 and strings of wide characters. A wide character is 32 bits. The old form of UTF-8 is read and written: up to
 // six octets for values up to 0x7FFFFFFF, without a check on surrogates or on overlong forms, so the result is no proof
-// of well-formed Unicode: do not compare names by it alone.
+// of well-formed Unicode. Do not compare names only by it.
 //
 //   const int count = rtUTF8ToWCS(nullptr, text, nullptr, 0);           // measure; negative for malformed text
 //   if (count < 0) ...

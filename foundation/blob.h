@@ -45,7 +45,7 @@ public:
     /// in any way but through this pointer, or destroyed.
     [[nodiscard]] unsigned char* pbData() const noexcept { return pbData_.get(); }
 
-    /// Replaces the content by a copy. `data` may lie inside this blob's own bytes. Size 0 frees the buffer and leaves
+    /// Replaces the content by a copy. `data` may be part of this blob's own bytes. Size 0 frees the buffer and leaves
     /// a null pointer. Throws as the constructor, with the blob unchanged.
     void assign(const unsigned char* data, unsigned long size);
     /// Sets the size. Growing allocates exactly `size` bytes and keeps the old ones; the new tail is not initialised:

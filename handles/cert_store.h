@@ -19,7 +19,7 @@ namespace ATL2 {
 /// Closes the store in a cell, if there is one, and frees the cell. An implementation detail of CCertStore.
 class TALLOW_EXPORT CCertStoreDeleter {
 public:
-    /// With `checking` the service is asked to report whether the store is still in use; the library never asks.
+    /// With `checking` the service reports whether the store is still in use; the library never requests that.
     explicit CCertStoreDeleter(bool checking) noexcept : checking_(checking) {}
     void operator()(void** cell) const noexcept;
 

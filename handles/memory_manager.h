@@ -28,7 +28,7 @@ public:
     /// Returns the block, possibly moved, with its content up to the smaller size; null when memory is exhausted, and
     /// the old block is then unchanged. A block that moved must not be used under its old address.
     virtual void* Reallocate(void* block, std::size_t size) noexcept = 0;
-    /// The size that was allocated, if the manager knows it. Strings never ask.
+    /// The size that was allocated, if the manager records it. Strings never call this.
     virtual std::size_t GetSize(void* block) noexcept = 0;
 
 protected:

@@ -234,7 +234,7 @@ int CStringT<Char>::Replace(const Char* old, const Char* replacement) {
     if (length > INT_MAX) {
         AtlThrowImpl(status::kOutOfMemory);
     }
-    // Into a new string: the arguments may lie inside this one.
+    // Into a new string: the arguments may be part of this one.
     CStringT result;
     Char* out = result.GetBuffer(static_cast<int>(length));
     std::size_t from = 0;

@@ -42,7 +42,7 @@ public:
     /// Terminated, never null; valid until the string is changed or destroyed.
     [[nodiscard]] const Char* GetString() const noexcept { return text_; }
 
-    /// Replaces the content by `length` characters; `text` may lie inside this string. Length 0 empties the string; a
+    /// Replaces the content by `length` characters; `text` may be part of this string. Length 0 empties the string; a
     /// null text with a length throws 0x80070057.
     void SetString(const Char* text, int length);
     /// The same up to the terminator; null empties the string.
@@ -84,7 +84,7 @@ public:
     CStringT(const Char* text) { this->SetString(text); }  // NOLINT(google-explicit-constructor): text converts
     CStringT(const Char* text, int length) { this->SetString(text, length); }
 
-    /// Copies up to the terminator; `text` may lie inside this string.
+    /// Copies up to the terminator; `text` may be part of this string.
     CStringT& operator=(const Char* text);
     /// A narrow string also takes wide text, converted in code page 0; null or empty text empties the string. Text that
     /// cannot be converted throws the converted last error and leaves the string as it was.

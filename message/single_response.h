@@ -27,9 +27,9 @@ namespace Orvane::PKI::OCSP {
 ///       nextUpdate       [0] EXPLICIT GeneralizedTime OPTIONAL,
 ///       singleExtensions [1] EXPLICIT Extensions OPTIONAL }
 ///
-/// Whether the entry is signed depends on the response that it came from; a copy no longer knows. Copies are deep;
-/// after a move the source may only be assigned to or destroyed. References and pointers from getters live until the
-/// object changes.
+/// Whether the entry is signed depends on the response that it came from, which a copy does not record. Copies are
+/// deep; after a move the source may only be assigned to or destroyed. References and pointers from getters live until
+/// the object changes.
 class TALLOW_EXPORT CSingleResponse {
 public:
     /// All values as they will be returned; an empty optional is an absent field. Nothing is checked: nextUpdate may be

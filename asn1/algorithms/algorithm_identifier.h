@@ -2,7 +2,7 @@
 //
 //   CAlgorithmIdentifier sha1("1.3.14.3.2.26");
 //   sha1.put_parameters(CBlob(kNull, 2));            // 05 00; without this line the field is absent
-//   if (received == sha1) ...                        // false for a responder that leaves the NULL out
+//   if (received == sha1) ...                        // false for a responder that omits the NULL
 #pragma once
 
 #include "export.h"

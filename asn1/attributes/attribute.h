@@ -64,8 +64,8 @@ public:
     /// - kAsn1Error: a value of a known attribute is not the DER of its type.
     /// - kAsn1Memory: memory is exhausted.
     ///
-    /// Values of other attributes are written unchanged; empty values of any attribute are not checked and leave no
-    /// trace. An attribute without values is written with an empty SET.
+    /// Values of other attributes are written unchanged; empty values of any attribute are neither checked nor written.
+    /// An attribute without values is written with an empty SET.
     CBlob encode() const;
 
     /// Replaces the content; octets after the attribute are ignored. Throws, with the object unchanged:

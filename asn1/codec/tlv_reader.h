@@ -9,7 +9,7 @@
 // indefinite form (its elements end where they contain one) nor tag numbers in more octets than needed (8.1.2.4).
 // Nothing is copied, allocated or thrown.
 //
-// The end of a walk does not tell whether the last element was complete: where that matters, compare the sizes of the
+// The end of a walk does not show whether the last element was complete: where that matters, compare the sizes of the
 // elements with that of the octets. What a primitive element holds is not examined.
 #pragma once
 

@@ -1,5 +1,5 @@
-// Authority information access: where a certificate says its responder and its issuer's certificate are (RFC 5280,
-// section 4.2.2.1).
+// Authority information access: the addresses that a certificate names for its responder and its issuer's certificate
+// (RFC 5280, section 4.2.2.1).
 //
 //   CAuthorityInfoAccessSyntax access;
 //   access.decode(extnValue);

@@ -1,4 +1,4 @@
-// The attribute types that distinguished names know by a short name, and the two text forms of a value: plain text for
+// The attribute types that have a short name in distinguished names, and the two text forms of a value: plain text for
 // these types, '#' and hexadecimal DER for all others (RFC 4514, section 2.4).
 //
 //   CATAVRegister::typeFromStr(L"CN");                                        // "2.5.4.3"

@@ -32,7 +32,7 @@ public:
     CIssuerSerial();
     CIssuerSerial(const CGeneralNames& issuer, const CBigInteger& serialNumber);
 
-    /// The names of the issuer; RFC 5035 wants exactly one, a directoryName. The reference lives until the object
+    /// The names of the issuer; RFC 5035 requires exactly one, a directoryName. The reference lives until the object
     /// changes; the setter copies.
     const CGeneralNames& get_issuer() const { return issuer_; }
     void put_issuer(const CGeneralNames& issuer);

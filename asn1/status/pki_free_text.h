@@ -5,7 +5,7 @@
 //   const wchar_t* shown = text.find(CLanguageTagEnUs())->get_value();
 //
 // On the wire the language is a prefix of the text: U+0E01, a character U+0E00 + c for each octet c of the tag, U+0E7E.
-// A text of language "*" has no prefix. These are not the tag characters of RFC 2482: other software takes them for
+// A text of language "*" has no prefix. These are not the tag characters of RFC 2482: other software displays them as
 // Thai letters, and a text that really begins with U+0E01 cannot be read here without a tag. A '~' in a tag is the end
 // mark itself, and what follows it is read as text.
 #pragma once
