@@ -28,7 +28,7 @@ public:
     explicit CAlgorithmIdentifier(const char* algorithm);
     CAlgorithmIdentifier(const CAlgorithmIdentifier& other);
     CAlgorithmIdentifier(CAlgorithmIdentifier&& other) noexcept;
-    /// On failure the target keeps its old content.
+    /// Replaces the content; on failure the target keeps its old content. A move leaves the source empty.
     CAlgorithmIdentifier& operator=(const CAlgorithmIdentifier& other);
     CAlgorithmIdentifier& operator=(CAlgorithmIdentifier&& other) noexcept;
     virtual ~CAlgorithmIdentifier();
@@ -92,7 +92,8 @@ public:
     void assign(const CAlgorithmIdentifierEx& other);
     void swap(CAlgorithmIdentifierEx& other) noexcept;
 
-    /// Does nothing when the text equals the present one; otherwise resets the number, too.
+    /// Does nothing when the text equals the present one; otherwise resets the number, too. So a number that was put
+    /// before a new identifier never stays with it.
     void put_algorithm(const char* algorithm) override;
 
     /// The number; 0 until put. Nothing checks that it belongs to the identifier.

@@ -86,7 +86,8 @@ public:
     CESSCertIDv2& operator=(const CESSCertIDv2& other);
     ~CESSCertIDv2();
 
-    /// Never absent: the default is returned as SHA-256. Valid until the object changes; the setter copies.
+    /// Never absent: the default is returned as SHA-256. Valid until the object changes; the setter copies, and does
+    /// not change the hash: set both.
     const CAlgorithmIdentifier& get_hashAlgorithm() const;
     void put_hashAlgorithm(const CAlgorithmIdentifier& hashAlgorithm);
 

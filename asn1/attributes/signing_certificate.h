@@ -46,15 +46,19 @@ public:
     const CPolicyInformationList* get_policies() const;
 
     /// Makes the value the encoding of the member. An empty list of policies is omitted like an absent one; an empty
-    /// list of identifiers is written as an empty SEQUENCE. Throws kAsn1Error or kInvalidArgument for an identifier or
-    /// a policy that cannot be encoded; the value is then as it was.
+    /// list of identifiers is written as an empty SEQUENCE. Throws, with the value as it was:
+    /// - kAsn1Error, kInvalidArgument: an identifier or a policy cannot be encoded.
+    /// - kAsn1Memory: memory is exhausted.
     void encode();
 
-    /// Reads the member from the value; call it after changing value(). Throws kAsn1Error when it is not of the type,
-    /// and kInvalidArgument for a general name of a kind without support; the member is then unchanged.
+    /// Reads the member from the value; call it after changing value(). Throws, with the member unchanged:
+    /// - kAsn1Error: the value is empty or not of the type.
+    /// - kInvalidArgument: it contains a general name of a kind without support.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a value of this size is reached.
     void decode();
 
 protected:
+    /// For the three classes below, which fix the identifier. The second decodes, the third encodes.
     explicit CSigningCertificateAttr(const char* oid);
     CSigningCertificateAttr(const char* oid, const CBlob& value);
     CSigningCertificateAttr(const char* oid, const CertIDList& certs);

@@ -11,7 +11,8 @@
 namespace Orvane::ASN1 {
 
 /// Makes `target` a copy of `*source`, or empty when `source` is null. The copy is made before the old object goes, so
-/// that a value taken from the object itself can be put back, and a failed copy leaves `target` as it was.
+/// that a value taken from the object itself can be put back, and a failed copy leaves `target` as it was. Throws what
+/// the copy of T throws.
 template <class T>
 void copy_to_auto_ptr(std::unique_ptr<T>& target, const T* source) {
     std::unique_ptr<T> copy = source != nullptr ? std::make_unique<T>(*source) : nullptr;

@@ -26,7 +26,8 @@ using Octets = std::span<const unsigned char>;
 
 /// One element; its views are parts of the octets that were read, and valid as long as those are.
 struct TlvElement {
-    /// Tag words: the class in bits 31 and 30, the tag number below; the constructed bit is not part of them.
+    /// Tag words: the class in bits 31 and 30, the tag number below; the constructed bit is not part of them, so that a
+    /// tag word names the primitive and the constructed form. The numbers below are universal.
     static constexpr std::uint32_t kInteger = 2;
     static constexpr std::uint32_t kBitString = 3;
     static constexpr std::uint32_t kOctetString = 4;
@@ -35,7 +36,7 @@ struct TlvElement {
     static constexpr std::uint32_t kSequence = 16;
     static constexpr std::uint32_t kSet = 17;
     static constexpr std::uint32_t kIa5String = 22;
-    /// The tag word of a context-specific tag.
+    /// The tag word of a context-specific tag, as in nextIf(TlvElement::context(0)).
     static constexpr std::uint32_t context(std::uint32_t number) { return 0x80000000 | number; }
 
     std::uint32_t tag = 0;

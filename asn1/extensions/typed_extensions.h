@@ -36,13 +36,14 @@ namespace Orvane::ASN1 {
 /// A number above 10 throws kAsn1Error, read or written. Not critical.
 class TALLOW_EXPORT CExtCRLReason : public CExtValue {
 public:
-    /// Without an argument the value is empty although get_reason returns kReasonUnspecified.
+    /// Without an argument the value is empty although get_reason returns kReasonUnspecified: call put_reason before
+    /// the extension is used.
     CExtCRLReason();
     explicit CExtCRLReason(CrlReason reason);
     explicit CExtCRLReason(const CBlob& value);
 
     /// kReasonUnspecified until set; that value should be expressed by leaving the extension out (RFC 5280, section
-    /// 5.3.1).
+    /// 5.3.1). The setter throws kAsn1Error for a number above 10.
     CrlReason get_reason() const { return reason_; }
     void put_reason(CrlReason reason);
 
@@ -91,7 +92,8 @@ public:
     explicit CExtInvalidityDate(const CDateTime& invalidityDate);
     explicit CExtInvalidityDate(const CBlob& value);
 
-    /// In UTC; 1970-01-01 until set.
+    /// In UTC; 1970-01-01 until set. The setter throws what CDateTime::getSystemTime throws for a time that the
+    /// platform cannot convert.
     const CDateTime& get_invalidityDate() const { return invalidityDate_; }
     void put_invalidityDate(const CDateTime& invalidityDate);
 
@@ -143,7 +145,8 @@ public:
     CExtPrivateKeyUsagePeriod(const CExtPrivateKeyUsagePeriod& other);
     CExtPrivateKeyUsagePeriod& operator=(const CExtPrivateKeyUsagePeriod& other);
 
-    /// In UTC; null when absent. Owned by the object and valid until it is changed. The setters copy; null removes.
+    /// In UTC; null when absent. Owned by the object and valid until it is changed. The setters copy; null removes. The
+    /// other time stays as it is.
     const CDateTime* get_notBefore() const { return notBefore_.get(); }
     const CDateTime* get_notAfter() const { return notAfter_.get(); }
     void put_notBefore(const CDateTime* notBefore);

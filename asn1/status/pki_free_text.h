@@ -61,8 +61,8 @@ public:
     iterator find(const CLanguageTag& language);
     const_iterator find(const CLanguageTag& language) const;
 
-    /// Replaces the text of the first entry of the same language where it is, or appends a copy. A text of language
-    /// "*" is always appended.
+    /// Replaces the text of the first entry of the same language where it is, or appends a copy. A text of language "*"
+    /// is always appended. The argument may be an entry of this list.
     void insert(const CPKIFreeTextString& text);
 
     /// Removes every text of the language; "*" empties the list.

@@ -11,8 +11,8 @@
 
 namespace Orvane::ASN1 {
 
-/// A language tag in lower case. "*" means any language. The text is not checked against the grammar of RFC 3066.
-/// Copies are deep.
+/// A language tag in lower case. "*" means any language. The text is not checked against the grammar of RFC 3066, and
+/// has no length limit. Copies are deep.
 class TALLOW_EXPORT CLanguageTag : public CStringProxy {
 public:
     /// Empty text, which is a language like any other, not "*".
@@ -28,7 +28,8 @@ public:
     /// Copies the text of `other`, as the assignment does.
     void assign(const CLanguageTag& other);
 
-    /// Exactly the same text: "en" and "en-us" differ, and so do "*" and any language.
+    /// Exactly the same text: "en" and "en-us" differ, and so do "*" and any language. Searches that treat "*"
+    /// specially say so.
     bool operator==(const CLanguageTag& other) const;
 
     /// A copy of the text.
