@@ -68,6 +68,7 @@ typedef struct _CRYPT_ALGORITHM_IDENTIFIER {
 
 // SubjectPublicKeyInfo (RFC 5280, section 4.1.2.7). The key is not checked when a certificate is read.
 typedef struct _CERT_PUBLIC_KEY_INFO {
+    // The kind of the key, with its parameters (such as the curve), and the key in the form of that kind.
     CRYPT_ALGORITHM_IDENTIFIER Algorithm;
     CRYPT_BIT_BLOB PublicKey;
 } CERT_PUBLIC_KEY_INFO, *PCERT_PUBLIC_KEY_INFO;
@@ -110,9 +111,11 @@ typedef struct _CERT_INFO {
     FILETIME NotAfter;
     CERT_NAME_BLOB Subject;
     CERT_PUBLIC_KEY_INFO SubjectPublicKeyInfo;
-    // Empty when absent, as they are in almost every certificate.
+    // issuerUniqueID and subjectUniqueID; empty when absent, as they are in almost every certificate.
     CRYPT_BIT_BLOB IssuerUniqueId;
     CRYPT_BIT_BLOB SubjectUniqueId;
+    // The extensions in the order of the certificate; CertFindExtension finds one by its OID. An OID that occurs twice
+    // is in the list twice, and the chain of such a certificate is faulty.
     DWORD cExtension;
     CERT_EXTENSION* rgExtension;  // null when there are none
 } CERT_INFO, *PCERT_INFO;
@@ -139,6 +142,7 @@ typedef struct _CRL_CONTEXT CRL_CONTEXT;
 typedef const CRL_CONTEXT* PCCRL_CONTEXT;
 
 // A parameter for the provider of a key. Stored and returned with the property; this service does not interpret it.
+// dwParam is one of the provider's own numbers, pbData its value of cbData octets.
 typedef struct _CRYPT_KEY_PROV_PARAM {
     DWORD dwParam;
     BYTE* pbData;
@@ -227,6 +231,7 @@ typedef struct _OCSP_BASIC_SIGNED_RESPONSE_INFO {
 // A list of extended key usages, as OIDs in dotted decimal.
 typedef struct _CERT_ENHKEY_USAGE {
     DWORD cUsageIdentifier;
+    // An array of cUsageIdentifier texts.
     LPSTR* rgpszUsageIdentifier;
 } CERT_ENHKEY_USAGE;
 
@@ -241,6 +246,7 @@ typedef struct _CERT_USAGE_MATCH {
 // are not read: ask a chain policy. A wrong cbSize gives E_INVALIDARG.
 typedef struct _CERT_CHAIN_PARA {
     DWORD cbSize;
+    // Not read, like the next.
     CERT_USAGE_MATCH RequestedUsage;
     CERT_USAGE_MATCH RequestedIssuancePolicy;
     // Milliseconds for all downloads of the chain together; 0: that of the engine, else the setting.
@@ -339,15 +345,18 @@ struct _CERT_CHAIN_CONTEXT {
 // close its own.
 typedef struct _CERT_CHAIN_ENGINE_CONFIG {
     DWORD cbSize;
+    // Not read, like the next two.
     HCERTSTORE hRestrictedRoot;
     HCERTSTORE hRestrictedTrust;
     HCERTSTORE hRestrictedOther;
+    // How many stores rghAdditionalStore has.
     DWORD cAdditionalStore;
     // Intermediate certificates and CRLs. They are candidates only: nothing in these stores is trusted.
     HCERTSTORE* rghAdditionalStore;
     DWORD dwFlags;
     // Milliseconds for the downloads of one chain, unless the call has its own limit; 0: the setting.
     DWORD dwUrlRetrievalTimeout;
+    // Not read, like the next.
     DWORD MaximumCachedCertificates;
     DWORD CycleDetectionModulus;
     // When not null, only its certificates are trusted roots: neither the ROOT store nor the system's bundle, nor those
@@ -382,6 +391,7 @@ typedef struct _CERT_CHAIN_POLICY_STATUS {
 // both hashes with the issuer's name and key under HashAlgorithm.
 typedef struct _OCSP_CERT_ID {
     CRYPT_ALGORITHM_IDENTIFIER HashAlgorithm;
+    // The hashes of the issuer's Name in DER and of its key, the content of the BIT STRING.
     CRYPT_HASH_BLOB IssuerNameHash;
     CRYPT_HASH_BLOB IssuerKeyHash;
     // Least significant octet first. Not read by the policy.
@@ -449,6 +459,7 @@ typedef struct _CERT_REVOCATION_PARA {
     DWORD cCertStore;
     HCERTSTORE* rgCertStore;
     HCERTSTORE hCrlStore;
+    // Not read.
     FILETIME* pftTimeToUse;
     // Milliseconds for the downloads of the call; 0: the setting.
     DWORD dwUrlRetrievalTimeout;
@@ -457,8 +468,11 @@ typedef struct _CERT_REVOCATION_PARA {
     DWORD dwFreshnessTime;
     // The time for which the status is asked; null: now.
     FILETIME* pftCurrentTime;
+    // Not read.
     void* pCrlInfo;
+    // What was cached before this time is fetched again; null for none.
     FILETIME* pftCacheResync;
+    // Null: the engine of the settings.
     CERT_REVOCATION_CHAIN_PARA* pChainPara;
 } CERT_REVOCATION_PARA;
 
