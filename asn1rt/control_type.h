@@ -37,7 +37,7 @@ public:
     [[nodiscard]] virtual int DecodeFrom(ASN1MessageBufferIF& buffer);
 
     /// Keeps the buffer, which must outlive its use, and shares its type heap, so that what is decoded from it lives as
-    /// long as this object. What lay in the object's own type heap is freed with that heap's last reference.
+    /// long as this object. What was in the object's own type heap is freed with that heap's last reference.
     void setMsgBuf(ASN1MessageBufferIF& buffer);
 
     /// The context, as a new reference or as the plain record, which is valid as long as this object.

@@ -23,7 +23,7 @@ extern "C" {
                                            int length) noexcept;
 
 /// Reads a signed INTEGER of up to 4 octets, redundant leading ones included; STATUS_TOO_BIG above, STATUS_BAD_LENGTH
-/// for empty contents. Serial numbers and nonces are longer: use xd_bigint.
+/// for empty contents. Serial numbers are longer: use xd_bigint.
 [[nodiscard]] TALLOW_EXPORT int xd_integer(ASN1CTXT* ctx, std::int32_t* value, ASN1TagType tagType,
                                            int length) noexcept;
 
