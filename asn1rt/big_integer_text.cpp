@@ -245,7 +245,7 @@ int octetsToText(const RtBigInteger& big, int radix, char* text, std::int64_t ca
     }
     // The octets wait at the end of the room and are read, one by one, just before their digits reach them.
     auto* source = reinterpret_cast<std::uint8_t*>(text) + octets * (perOctet - 1);
-    // Cannot fail: the room is what rtBigIntGetDataLen has asked for. So below.
+    // Cannot fail: the room is what rtBigIntGetDataLen returned. The same applies below.
     static_cast<void>(rtBigIntGetData(nullptr, &big, source, static_cast<std::int32_t>(octets)));
     const int bits = radix == 2 ? 1 : 4;
     for (std::int64_t i = 0; i < octets; ++i) {

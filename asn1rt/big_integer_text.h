@@ -11,7 +11,8 @@
 //   rtBigIntFree(ctx, &big);
 //
 // Text in radix 2 and 16 is two's complement in whole octets ("0xFF" is -1, "0x00FF" is 255); decimal text is a sign
-// and digits. Failures are returned and recorded in the context.
+// and digits. Failures are returned and recorded in the context. The context may be null; then nothing can be recorded
+// and everything that needs memory fails with STATUS_NO_MEMORY.
 #pragma once
 
 #include <cstdint>
@@ -35,10 +36,11 @@ inline constexpr std::uint32_t kMaxConvertedOctets = 16384;
 
 extern "C" {
 
-/// Clears the record; it owns nothing afterward.
+/// Clears the record without freeing anything; it owns nothing afterward. Null is tolerated.
 TALLOW_EXPORT void rtBigIntInit(RtBigInteger* big) noexcept;
 
-/// Frees the magnitude when it is heap memory. `ctx` must be the one it was filled with.
+/// Frees the magnitude when it is heap memory, and clears the record. `ctx` must be the one it was filled with. Null is
+/// tolerated.
 TALLOW_EXPORT void rtBigIntFree(ASN1CTXT* ctx, RtBigInteger* big) noexcept;
 
 /// Reads NUL-terminated text. `radix` 0 takes it from the prefix ("0b", "0o", "0x", else 10). Leading blanks are
@@ -61,9 +63,11 @@ TALLOW_EXPORT void rtBigIntFree(ASN1CTXT* ctx, RtBigInteger* big) noexcept;
 
 /// Writes NUL-terminated text without a prefix and returns 0. `capacity` counts the NUL. Radix 2 and 16 give the two's
 /// complement form in whole octets, lowercase; radix 8 the digits of the two's complement form; radix 10 the magnitude
-/// with a "-" in front when negative. Zero has no text in radix 8 and 10: STATUS_BAD_ARGUMENT, as for any other radix.
-/// Too little room gives STATUS_STRING_OVERFLOW, a radix 8 and 10 beyond kMaxConvertedOctets STATUS_TOO_BIG;
-/// STATUS_NO_MEMORY. The text is undefined after a failure.
+/// with a "-" in front when negative. The text is undefined after a failure:
+/// - STATUS_BAD_ARGUMENT: null, a radix other than 2, 8, 10 and 16, or zero in radix 8 and 10, which has no text there.
+/// - STATUS_STRING_OVERFLOW: too little room.
+/// - STATUS_TOO_BIG: radix 8 and 10 beyond kMaxConvertedOctets.
+/// - STATUS_NO_MEMORY: the heap has no room for the division.
 [[nodiscard]] TALLOW_EXPORT int rtBigIntToString(ASN1CTXT* ctx, const RtBigInteger* big, int radix, char* text,
                                                  std::int32_t capacity) noexcept;
 

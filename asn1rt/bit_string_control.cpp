@@ -10,14 +10,14 @@
 
 namespace {
 
-// Added to what is asked for, so that a string set bit by bit does not move each time.
+// Added to the requested size, so that a string set bit by bit does not move each time.
 constexpr std::uint32_t kGrowth = 1024;
 
 std::uint32_t sizeOfBits(std::uint32_t numbits) {
     return numbits / 8 + (numbits % 8 != 0 ? 1 : 0);
 }
 
-// The octet `i` of `numbits` bits; what lies after the last bit reads 0.
+// The octet `i` of `numbits` bits; bits after the last one read as 0.
 std::uint32_t octetOf(const std::uint8_t* data, std::uint32_t numbits, std::uint32_t i) {
     const std::uint32_t whole = numbits / 8;
     if (i < whole) {
@@ -229,7 +229,7 @@ void ASN1CBitStr::recalculateSize() {
     *mpNumBits = length();
 }
 
-// An index equal to the maximum passes here; it is let through when the last octet has room for it.
+// An index equal to the maximum passes here, and is accepted when the last octet has room for it.
 int ASN1CBitStr::checkIndex(std::uint32_t index) const {
     sync();
     return index == kUnbounded || index > mMaxNumBits ? fail(STATUS_BIT_INDEX) : 0;
@@ -357,7 +357,7 @@ int ASN1CBitStr::checkOperand(const std::uint8_t* data) const {
     return data == nullptr || data == *mpUnits ? fail(STATUS_BAD_ARGUMENT) : 0;
 }
 
-// The operand may lie in the string's own memory, which growing moves: it is then found again by its distance from the
+// The operand may be part of the string's own memory, which growing moves: it is then found by its distance from the
 // start, and has no bits after the end of the string. Each step writes before the octets that later steps read.
 template <class Combine>
 int ASN1CBitStr::combine(const std::uint8_t* data, std::uint32_t numbits, bool grows, Combine combined) {
@@ -414,7 +414,7 @@ int ASN1CBitStr::shiftLeft(std::uint32_t count) {
     }
     const std::uint32_t octets = sizeOfBits(*mpNumBits);
     const std::uint32_t shift = count % 8;
-    // Toward the front: what is read lies at or after what is written.
+    // From front to back: the octets read are at or after the one written.
     for (std::uint32_t i = 0; i < octets; ++i) {
         const std::uint32_t j = i + count / 8;
         units()[i] = static_cast<std::uint8_t>((octet(j) << shift) | (octet(j + 1) >> (8 - shift)));

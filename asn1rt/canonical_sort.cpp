@@ -12,7 +12,7 @@ struct Member {
     std::uint32_t numocts;
 };
 
-/// The order of the list: descending, since the member written first lies at the highest addresses.
+/// The order of the list: descending, since the member written first is at the highest addresses.
 bool comesBefore(const Member& a, const Member& b) {
     const int difference = std::memcmp(a.octets, b.octets, std::min(a.numocts, b.numocts));
     return difference != 0 ? difference > 0 : a.numocts > b.numocts;
@@ -40,7 +40,7 @@ void freeDescriptors(ASN1CTXT* ctx, rtSList* list) {
     rtSListFree(list);
 }
 
-/// Writes the members in their new order over the old ones, which lie in `total` octets at the start of the message.
+/// Writes the members in their new order over the old ones, which are the first `total` octets of the message.
 int rearrange(ASN1CTXT* ctx, const Member* members, std::uint32_t count, std::size_t total) {
     auto* block = static_cast<std::uint8_t*>(rtMemHeapAlloc(&ctx->pTypeMemHeap, total));
     if (block == nullptr) {

@@ -95,7 +95,7 @@ int skipFirst(ASN1CTXT* ctx) {
         xu_RestoreBufferState(ctx, nullptr);
         return notFound(status);
     }
-    // A constructed element is not skipped: the search goes on inside it.
+    // A constructed element is not skipped: the search continues inside it.
     if ((tag & kTagConstructed) == 0) {
         skip(ctx, length);
     }
@@ -315,7 +315,7 @@ extern "C" {
 
 int xd_setp(ASN1CTXT* ctx, const std::uint8_t* data, int size, ASN1TAG* tag, int* length) noexcept {
     const int status = decoding::bind(ctx, data, size, tag, length);
-    // Also after a failure: a caller may go on reading what is bound now.
+    // Also after a failure: a caller may continue to read what is bound now.
     if (ctx->initCode == ASN1_INIT_CODE) {
         rtMemHeapLimitToInput(&ctx->pTypeMemHeap, ctx->buffer.size);
     }

@@ -1,5 +1,5 @@
-// These functions read every octet of input: all bounds checks are here. None of them
-// records a failure in the context; the public readers do that for the status they return.
+// These functions read every octet of input: all bounds checks are here. None of them records a failure in the context;
+// the public readers do that for the status they return.
 #pragma once
 
 #include <cstdint>
@@ -11,7 +11,7 @@ namespace decoding {
 inline constexpr std::uint8_t kConstructedBit = 0x20;
 
 /// Octets between the position and the end of the input. The position may be past the end, since skipping does not
-/// look.
+/// check it.
 inline std::uint32_t remaining(const ASN1CTXT* ctx) {
     return ctx->buffer.size > ctx->buffer.byteIndex ? ctx->buffer.size - ctx->buffer.byteIndex : 0;
 }
@@ -24,7 +24,7 @@ inline const std::uint8_t* position(const ASN1CTXT* ctx) {
     return ctx->buffer.data + ctx->buffer.byteIndex;
 }
 
-/// Moves on without looking; a length beyond what 32 bits can count stops there, which is past any input.
+/// Moves on without a check; a length beyond what 32 bits can count stops there, which is past any input.
 inline void skip(ASN1CTXT* ctx, int length) {
     const auto octets = static_cast<std::uint32_t>(length);
     const std::uint32_t room = UINT32_MAX - ctx->buffer.byteIndex;
@@ -52,12 +52,13 @@ inline int enter(ASN1CTXT* ctx, int status) {
     return status == 0 ? 0 : rtErrSetData(&ctx->errInfo, status, nullptr, 0);
 }
 
-/// True at the end-of-contents pair.
+/// Whether the position is at the end-of-contents pair.
 inline bool atEndOfContents(const ASN1CTXT* ctx) {
     return remaining(ctx) >= 2 && position(ctx)[0] == 0 && position(ctx)[1] == 0;
 }
 
-/// The end of a value of `length` octets, or LEN_INDEFINITE, whose contents began at index `start`.
+/// Whether the position is at the end of a value of `length` octets, or LEN_INDEFINITE, whose contents began at index
+/// `start`.
 inline bool atEndOfValue(const ASN1CTXT* ctx, std::uint32_t start, int length) {
     if (length == LEN_INDEFINITE) {
         return remaining(ctx) < 2 || atEndOfContents(ctx);
@@ -67,7 +68,7 @@ inline bool atEndOfValue(const ASN1CTXT* ctx, std::uint32_t start, int length) {
 
 [[nodiscard]] int readLongLength(ASN1CTXT* ctx, int* length);
 
-/// Length octets, see xd_len.
+/// Reads length octets; see xd_len.
 inline int readLength(ASN1CTXT* ctx, int* length) {
     if (remaining(ctx) == 0) {
         return STATUS_END_OF_BUFFER;
@@ -84,10 +85,10 @@ inline int readLength(ASN1CTXT* ctx, int* length) {
 /// xd_setp without its limit on memory: for the values inside a message, which share the allowance of the whole.
 [[nodiscard]] int bind(ASN1CTXT* ctx, const std::uint8_t* data, int size, ASN1TAG* tag, int* length);
 
-/// Tag and length, see xd_tag_len.
+/// Reads tag and length; see xd_tag_len.
 [[nodiscard]] int readHeader(ASN1CTXT* ctx, ASN1TAG* tag, int* length, int options);
 
-/// One tag octet that must equal `octet` (the bits of `ignored` aside), and the length, see xd_match1.
+/// Reads one tag octet, which must equal `octet` (the bits of `ignored` aside), and the length; see xd_match1.
 inline int readOctetHeader(ASN1CTXT* ctx, std::uint8_t octet, std::uint8_t ignored, int* length) {
     if (remaining(ctx) == 0) {
         return STATUS_END_OF_BUFFER;
@@ -113,10 +114,10 @@ inline int readOctetHeader(ASN1CTXT* ctx, std::uint8_t octet, std::uint8_t ignor
     return 0;
 }
 
-/// After the end-of-contents, see xd_MovePastEOC.
+/// Moves past the end-of-contents; see xd_MovePastEOC.
 [[nodiscard]] int movePastEndOfContents(ASN1CTXT* ctx);
 
-/// Over one element, see xd_NextElement.
+/// Skips one element; see xd_NextElement.
 [[nodiscard]] int skipElement(ASN1CTXT* ctx);
 
 /// See xd_match.

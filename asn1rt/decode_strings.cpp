@@ -14,7 +14,7 @@ using decoding::remaining;
 constexpr std::uint8_t kOctetStringOctet = 0x04;
 constexpr std::uint8_t kBitStringOctet = 0x03;
 
-/// A string about to be read: its header is read, its extent known.
+/// A string whose header has been read and whose extent is known.
 struct Extent {
     bool constructed;
     bool indefinite;
@@ -63,8 +63,8 @@ int measure(ASN1CTXT* ctx, ASN1TAG segmentTag, int* contentLength, int* encodedL
     return status;
 }
 
-/// Reads the header (with TAG_EXPLICIT) and takes the measure. Memory is asked for according to this extent, so a
-/// primitive form must be there whole.
+/// Reads the header (with TAG_EXPLICIT) and measures the string. Memory is requested by this extent, so a primitive
+/// form must be complete.
 int readExtent(ASN1CTXT* ctx, std::uint8_t octet, ASN1TAG segmentTag, ASN1TagType tagType, int length, Extent* extent) {
     if (tagType == TAG_EXPLICIT) {
         const int status = decoding::readOctetHeader(ctx, octet, decoding::kConstructedBit, &length);
@@ -80,7 +80,7 @@ int readExtent(ASN1CTXT* ctx, std::uint8_t octet, ASN1TAG segmentTag, ASN1TagTyp
 }
 
 /// The room that the contents need. A definite constructed form may claim more than the input holds, and fails on that
-/// later; its segments lie within the input, so this is enough for them.
+/// later; its segments are within the input, so this is enough for them.
 std::uint32_t roomFor(const ASN1CTXT* ctx, const Extent& extent) {
     return std::min(static_cast<std::uint32_t>(extent.contents), remaining(ctx));
 }
@@ -108,9 +108,9 @@ int copyInput(ASN1CTXT* ctx, std::uint8_t* destination, int length) {
     return 0;
 }
 
-/// The header of a string that must be primitive. When the length cannot be read, the failure is entered and `length`
-/// stays what the caller gave: the reading goes on with that, and its outcome is the result, while the context
-/// remembers the first failure.
+/// Reads the header of a string that must be primitive. When the length cannot be read, the failure is recorded and
+/// `length` keeps the caller's value: reading goes on with that, and its outcome is the result, while the context keeps
+/// the first failure.
 int readPrimitiveHeader(ASN1CTXT* ctx, std::uint8_t octet, int* length) {
     if (remaining(ctx) == 0) {
         return STATUS_END_OF_BUFFER;

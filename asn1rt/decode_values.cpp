@@ -8,7 +8,7 @@ using decoding::enter;
 using decoding::position;
 using decoding::remaining;
 
-/// The header of a value whose tag octet must be exactly `octet`; with TAG_IMPLICIT the length is given.
+/// Reads the header of a value whose tag octet must be exactly `octet`; with TAG_IMPLICIT the length is given.
 int readExactHeader(ASN1CTXT* ctx, std::uint8_t octet, ASN1TagType tagType, int* length) {
     return tagType == TAG_EXPLICIT ? decoding::readOctetHeader(ctx, octet, 0, length) : 0;
 }
@@ -38,8 +38,8 @@ int integerContents(ASN1CTXT* ctx, std::int32_t* value, int length) {
     return 0;
 }
 
-/// A number without sign in at most `width` octets, one more when the first is 0. Empty contents are 0, unlike those of
-/// a signed INTEGER: peers exist that write the number 0 so.
+/// An unsigned number in at most `width` octets, one more when the first is 0. Empty contents are 0, unlike those of a
+/// signed INTEGER: some peers write the number 0 this way.
 int unsignedContents(ASN1CTXT* ctx, std::uint32_t* value, int width, int length) {
     if (length > width + 1) {
         return STATUS_TOO_BIG;
@@ -57,7 +57,7 @@ int unsignedContents(ASN1CTXT* ctx, std::uint32_t* value, int width, int length)
     return 0;
 }
 
-/// A header of exactly two octets, whose second must not be above `maxLength`. The status for a greater one is given.
+/// Reads a header of exactly two octets. Returns `tooLong` when the second is above `maxLength`.
 int readShortHeader(ASN1CTXT* ctx, std::uint8_t octet, int maxLength, int tooLong, int* length) {
     if (remaining(ctx) == 0) {
         return STATUS_END_OF_BUFFER;
@@ -130,7 +130,7 @@ int bigContents(ASN1CTXT* ctx, const char** text, int length) {
     return 0;
 }
 
-/// One arc in base 128. It wraps beyond 32 bits, and ends without complaint where the contents end.
+/// Reads one arc in base 128. It wraps beyond 32 bits, and ends without an error where the contents end.
 const std::uint8_t* readArc(const std::uint8_t* octet, const std::uint8_t* end, std::uint32_t* arc) {
     *arc = 0;
     while (octet != end) {
@@ -142,7 +142,7 @@ const std::uint8_t* readArc(const std::uint8_t* octet, const std::uint8_t* end, 
     return octet;
 }
 
-/// The same, but an arc that is not written as X.690, 8.19.2 wants it, or wider than 32 bits, is kUnreadableArc.
+/// The same, but an arc that is not written as X.690, 8.19.2, requires, or wider than 32 bits, becomes kUnreadableArc.
 const std::uint8_t* readExactArc(const std::uint8_t* octet, const std::uint8_t* end, std::uint32_t* arc) {
     std::uint32_t value = 0;
     bool exact = *octet != 0x80;

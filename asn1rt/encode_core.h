@@ -23,7 +23,7 @@ inline std::uint8_t* claim(ASN1CTXT* ctx, std::uint32_t length) {
     return ctx->buffer.data + ctx->buffer.byteIndex;
 }
 
-/// Puts a few octets in front.
+/// Writes a few octets in front of the message.
 inline int prepend(ASN1CTXT* ctx, const std::uint8_t* octets, std::uint32_t length) {
     const int status = reserve(ctx, length);
     if (status != 0) {

@@ -196,7 +196,7 @@ int writeNumberText(ASN1CTXT* ctx, const char* text) {
     return written;
 }
 
-/// Tags the contents of a big integer, or enters the failure.
+/// Tags the contents of a big integer, or records the failure.
 int finishBig(ASN1CTXT* ctx, int written, ASN1TagType tagType) {
     if (written >= 0 && tagType == TAG_EXPLICIT) {
         written = xe_tag_len(ctx, kTagInteger, written);

@@ -7,7 +7,7 @@
 
 namespace {
 
-/// Whether `data` lies in the memory that the buffer has now.
+/// Whether `data` is in the memory that the buffer has now.
 bool isWithin(const ASN1MemBuf* buf, const std::uint8_t* data) {
     const std::less<> before;
     return buf->data != nullptr && !before(data, buf->data) && before(data, buf->data + buf->capacity);

@@ -30,8 +30,7 @@ int ASN1MessageBuffer::initBuffer(ASN1MemBuf& memory) {
     std::uint32_t size = 0;
     const std::uint8_t* data = memory.data == nullptr ? nullptr : rtMemBufGetData(&memory, &size);
     if (data == nullptr) {
-        // A context without octets would request a new buffer, and a decoder would read what happens to be in
-        // it.
+        // A context without octets would request a new buffer, and a decoder would read whatever it contains.
         return rtErrSetData(&getCtxtPtr()->errInfo, STATUS_BAD_ARGUMENT, nullptr, 0);
     }
     return rtInitContextBuffer(getCtxtPtr(), data, size);
@@ -100,7 +99,7 @@ ASN1BERDecodeBuffer::ASN1BERDecodeBuffer(const std::uint8_t* data, std::int32_t 
     : ASN1BERMessageBuffer(kBerDecode), mpInput(data), mInputSize(size) {}
 
 int ASN1BERDecodeBuffer::bind() {
-    // Bound even when the first header is refused: the octets are in place, and the next reader meets the same fault.
+    // Bound even when the first header is rejected: the octets are in place, and the next reader meets the same fault.
     mBound = true;
     return xd_setp(getCtxtPtr(), mpInput, mInputSize, nullptr, nullptr);
 }

@@ -75,7 +75,7 @@ int takeOctets(ASN1CTXT* ctx, const std::uint8_t* start, std::uint32_t numocts, 
     return 0;
 }
 
-/// See xd_OpenType; nothing is entered.
+/// See xd_OpenType; no failure is recorded.
 int readOpenType(ASN1CTXT* ctx, const std::uint8_t** data, std::uint32_t* numocts) {
     const std::uint32_t available = remaining(ctx);
     const std::uint32_t start = ctx->buffer.size - available;
@@ -130,7 +130,7 @@ int appendAdditions(ASN1CTXT* ctx, const ASN1ExtPosition* position, ASN1TAG tag,
         if (status != 0) {
             return status;
         }
-        // The reader returns 0 for an input that ended; without progress it would do so for ever.
+        // The reader returns 0 at the end of the input: without progress, this loop would not end.
         if (ctx->buffer.byteIndex == before) {
             return STATUS_END_OF_BUFFER;
         }

@@ -6,7 +6,7 @@
 #include "asn1rt/memory_heap.h"
 #include "asn1rt/status.h"
 
-// Iterators lie in the heap of the context, which runs no destructors.
+// Iterators are in the heap of the context, which runs no destructors.
 static_assert(std::is_trivially_destructible_v<ASN1CSeqOfListIterator>);
 
 ASN1CSeqOfList::ASN1CSeqOfList(_Asn1RTDList& list, bool initBeforeUse) {
@@ -89,7 +89,7 @@ int ASN1CSeqOfList::appended(std::uint32_t before, std::uint32_t expected) {
     return added == expected ? 0 : fail(STATUS_NO_MEMORY);
 }
 
-// Counts a change that was made, or enters why it was not.
+// Counts a change that was made, or records why it was not.
 int ASN1CSeqOfList::changed(bool done, int failure) {
     if (!done) {
         return fail(failure);

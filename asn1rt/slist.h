@@ -1,11 +1,14 @@
 // Singly linked list of pointers that it does not own. Nodes come from the type heap of the owning context, or from
-// malloc when the list has no owner.
+// malloc when the list has no owner; a list with an owner must not be used after it. No function accepts a null list
+// unless it says so.
 //
 //   rtSList list;
 //   rtSListInitEx(ctx, &list);
 //   if (rtSListAppend(&list, item) == nullptr) return STATUS_NO_MEMORY;
 //   for (rtSListNode* node = list.pHead; node != nullptr; node = node->pNext) ...
 //   rtSListFree(&list);
+//
+// SET OF encoders gather the places of their members in such a list; values themselves use asn1rt/dlist.h.
 #pragma once
 
 #include <cstdint>
@@ -31,13 +34,16 @@ struct rtSList {
 
 extern "C" {
 
-/// Makes the list empty and records its owner (may be null). Nodes that it held are not freed.
+/// Makes the list empty and records its owner (may be null). Nodes that it held are not freed. A null list is
+/// tolerated.
 TALLOW_EXPORT void rtSListInitEx(ASN1CTXT* owner, rtSList* list) noexcept;
 
-/// Appends; returns the new node, or null when it cannot be allocated.
+/// Appends a pointer, null included; returns the new node, or null, with the list unchanged, when it cannot be
+/// allocated. No failure is recorded in the owner.
 TALLOW_EXPORT rtSListNode* rtSListAppend(rtSList* list, void* data) noexcept;
 
-/// Frees the nodes, not the data. The owner is forgotten too: a list that is used again takes its nodes from malloc.
+/// Frees the nodes, not the data, and empties the list. The owner is removed too: a list that is used again takes its
+/// nodes from malloc, and must then be freed by this call.
 TALLOW_EXPORT void rtSListFree(rtSList* list) noexcept;
 
 }  // extern "C"

@@ -246,7 +246,7 @@ std::time_t ASN1CTime::getTime() const {
     fields.tm_min = std::max<int>(mFields.minute, 0);
     fields.tm_sec = std::max<int>(mFields.second, 0);
     fields.tm_isdst = -1;
-    // The offset is added, not taken off, and "Z" is ignored: see the header for what that is good for.
+    // The offset is added, not subtracted, and "Z" is ignored: the header says when the result is right.
     return std::mktime(&fields) + std::time_t{60} * (mFields.diffHour * 60 + mFields.diffMin);
 }
 
@@ -400,7 +400,7 @@ void ASN1CTime::addDays(Fields& fields, std::int64_t days) {
     fields.year = narrow(year);
 }
 
-// The order of the instants; false when one of them is not known.
+// The order of the instants; false when one of them is unknown.
 bool ASN1CTime::compare(const ASN1CTime& other, std::int64_t& order) const {
     if (ensureParsed() != 0 || other.ensureParsed() != 0 || !isComplete() || !other.isComplete()) {
         return false;

@@ -1,12 +1,13 @@
-// The one reader of time texts, used by the plain functions and the control classes, and the calendar both rest on.
+// The one reader of time texts, used by the plain functions and the control classes, and the calendar that both use.
 #pragma once
 
 #include "asn1rt/time_text.h"
 
-// Who reads: each tolerates something else.
+// The callers, which differ in what they tolerate.
 enum class TimeReader {
-    kRecord,       // at most 20 digits of fraction are read, and what follows is not
-    kControl,      // digits of the fraction beyond the 20 are passed over
+    kRecord,  // at most 20 digits of fraction are read, and what follows is not
+    // Digits of the fraction beyond the 20 are skipped.
+    kControl,
     kControlZulu,  // the same; "," and any ending but "Z" are refused
 };
 

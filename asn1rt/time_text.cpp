@@ -36,7 +36,7 @@ bool isBlank(char c) {
     return c == ' ' || (c >= '\t' && c <= '\r');
 }
 
-// A text that can be asked for any position: after its end it reads as NUL.
+// Gives access to any position of a text: beyond its end it reads as NUL.
 class TimeText {
 public:
     explicit TimeText(const char* text) : text_(text), size_(std::strlen(text)) {}

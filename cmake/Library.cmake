@@ -6,7 +6,7 @@ foreach(subsystem ${tallow_subsystems})
 endforeach()
 
 add_library(tallow SHARED ${tallow_objects})
-# $ORIGIN: an installation may stand anywhere, its two libraries side by side.
+# $ORIGIN: the two libraries are installed in one directory, which may be moved.
 set_target_properties(tallow PROPERTIES LINKER_LANGUAGE CXX VERSION ${PROJECT_VERSION} SOVERSION 1
                                         INSTALL_RPATH $ORIGIN)
 target_link_libraries(tallow PRIVATE tallow_options tallow-platform INTERFACE $<BUILD_INTERFACE:tallow-platform>)
@@ -18,10 +18,10 @@ endif()
 target_compile_features(tallow INTERFACE cxx_std_20)
 target_include_directories(tallow INTERFACE $<BUILD_INTERFACE:${PROJECT_BINARY_DIR}/include>
                                             $<INSTALL_INTERFACE:${CMAKE_INSTALL_INCLUDEDIR}>)
-# Calls inside the library are bound to it directly: no other object can replace its functions. The schema
-# describes more types than the library reads; sections of their own let the linker drop the others.
+# Calls inside the library are bound directly, so that no other object can replace its functions. The schema describes
+# more types than the library reads; separate sections let the linker remove the unused ones.
 target_link_options(tallow PRIVATE -Wl,-Bsymbolic-functions -Wl,--gc-sections)
 if(NOT TALLOW_SANITIZE)
-  # Not with a sanitizer: clang links its runtime only into programs.
+  # Not with a sanitizer: clang links the sanitizer's runtime only into programs.
   target_link_options(tallow PRIVATE -Wl,--no-undefined)
 endif()

@@ -1,5 +1,5 @@
-# Build options, and two interface targets: tallow_flags carries warnings, visibility and instrumentation to all our
-# code; tallow_options adds the root of the sources, from which all but the examples include.
+# Build options, and two interface targets: tallow_flags sets warnings, visibility and instrumentation for all our
+# code; tallow_options adds the source root, from which everything but the examples includes.
 option(TALLOW_WERROR "Treat warnings as errors" OFF)
 option(TALLOW_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 option(TALLOW_COVERAGE "Build with coverage counters" OFF)
@@ -57,6 +57,6 @@ function(tallow_test name)
   add_executable(${name} ${arg_SOURCES})
   target_link_libraries(${name} PRIVATE tallow_options ${arg_LINK} GTest::gmock GTest::gtest_main)
   add_test(NAME ${name} COMMAND ${name} WORKING_DIRECTORY ${PROJECT_SOURCE_DIR}/tests)
-  # A program without tests would succeed.
+  # Otherwise a program in which no test runs would pass.
   set_tests_properties(${name} PROPERTIES TIMEOUT 300 FAIL_REGULAR_EXPRESSION "Running 0 tests from")
 endfunction()

@@ -1,5 +1,5 @@
-# What is installed: the command, the two libraries, the public headers below include/tallow, and what
-# find_package(tallow) and pkg-config read.
+# Installs the two libraries, the public headers in include/tallow, and the files that find_package(tallow) and
+# pkg-config read.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS tallow EXPORT tallow-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -23,7 +23,7 @@ foreach(header ${public_headers})
   if(EXISTS ${copy})
     file(READ ${copy} present)
   endif()
-  if(NOT text STREQUAL present) # a copy that is written anew is compiled anew
+  if(NOT text STREQUAL present) # an unchanged copy is kept, so that nothing is recompiled
     file(WRITE ${copy} "${text}")
   endif()
   install(FILES ${copy} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/tallow/${folder})
@@ -34,12 +34,12 @@ install(EXPORT tallow-targets NAMESPACE tallow:: DESTINATION ${package_folder})
 configure_package_config_file(cmake/tallow-config.cmake.in ${PROJECT_BINARY_DIR}/tallow-config.cmake
                               INSTALL_DESTINATION ${package_folder} NO_SET_AND_CHECK_MACRO
                               NO_CHECK_REQUIRED_COMPONENTS_MACRO)
-# Before 1.0 a minor version may be incompatible.
+# Before version 1.0, minor versions may be incompatible with each other.
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/tallow-config-version.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/tallow-config.cmake ${PROJECT_BINARY_DIR}/tallow-config-version.cmake
         DESTINATION ${package_folder})
 
-# Written when installing, since `cmake --install --prefix` may name another prefix than configuring did.
+# Written during installation: `cmake --install --prefix` may name another prefix than the configuration.
 set(TALLOW_PC_PLATFORM -ltallow-platform)
 if(TALLOW_PLATFORM_LIBRARY)
   set(TALLOW_PC_PLATFORM ${TALLOW_PLATFORM_LIBRARY})

@@ -2,7 +2,7 @@
 # Compiles all schema/modules/name.asn1 in one run, since they import from each other, into
 # ${PROJECT_BINARY_DIR}/generated/schema/generated, and lists the generated sources in VARIABLE. PARTS splits a module
 # into N sources; the compiler reports when this is necessary. The module `identifiers` contains only values; its source
-# holds the identifiers of all modules. Unchanged generated files are not rewritten, so that their dependents are not
+# contains the identifiers of all modules. Unchanged generated files are not rewritten, so that their dependents are not
 # rebuilt.
 function(tallow_schema_modules variable)
   cmake_parse_arguments(arg "" "" "MODULES;PARTS" ${ARGN})

@@ -45,7 +45,7 @@ public:
     /// in any way but through this pointer, or destroyed.
     [[nodiscard]] unsigned char* pbData() const noexcept { return pbData_.get(); }
 
-    /// Replaces the content by a copy. `data` may lie inside this blob's own bytes. Size 0 frees the buffer and leaves
+    /// Replaces the content by a copy. `data` may be part of this blob's own bytes. Size 0 frees the buffer and leaves
     /// a null pointer. Throws as the constructor, with the blob unchanged.
     void assign(const unsigned char* data, unsigned long size);
     /// Sets the size. Growing allocates exactly `size` bytes and keeps the old ones; the new tail is not initialised:
@@ -91,7 +91,7 @@ private:
 /// Equal when the sizes are equal and the bytes match; two empty blobs are equal whatever their pointers are.
 [[nodiscard]] TALLOW_EXPORT bool operator==(const CBlob& left, const CBlob& right) noexcept;
 /// Lexicographic, bytes unsigned, a shorter blob before its extensions. (Of two blobs where one continues the other,
-/// the difference of the sizes decides as a signed 32-bit number; it turns round when one is 2 GiB longer.)
+/// the difference of the sizes decides as a signed 32-bit number; the order is reversed when one is 2 GiB longer.)
 [[nodiscard]] TALLOW_EXPORT bool operator<(const CBlob& left, const CBlob& right) noexcept;
 [[nodiscard]] TALLOW_EXPORT bool operator<=(const CBlob& left, const CBlob& right) noexcept;
 [[nodiscard]] TALLOW_EXPORT bool operator>(const CBlob& left, const CBlob& right) noexcept;

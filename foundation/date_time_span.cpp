@@ -55,7 +55,7 @@ CDateTimeSpan& CDateTimeSpan::operator/=(unsigned int divisor) noexcept {
     return *this = fromTicks(divisor == 0 ? 0 : ticks() / divisor);
 }
 
-// A divisor of 0 keeps the low half, where a division by a whole span keeps everything: callers know both.
+// A divisor of 0 keeps the low half, where a division by a whole span keeps everything: callers rely on both.
 CDateTimeSpan& CDateTimeSpan::operator%=(unsigned int divisor) noexcept {
     return *this = fromTicks(divisor == 0 ? low_ : ticks() % divisor);
 }
@@ -74,7 +74,7 @@ CStringProxy CDateTimeSpan::getGeneralizedTime() const {
                                    seconds % 86400 / 3600, seconds % 3600 / 60, seconds % 60,
                                    static_cast<unsigned int>(rest % kSecond / 10));
     std::string text(buffer.data(), static_cast<std::size_t>(size));
-    // Cuts zeros of the integer part too, once the fraction has gone: one hour is "0000000001Z", no time at all "Z".
+    // Removes zeros of the integer part too, once the fraction has gone: one hour is "0000000001Z", no time at all "Z".
     text.resize(text.find_last_not_of("0.") + 1);
     text += 'Z';
     return CStringProxy(std::move(text));

@@ -21,7 +21,7 @@ bool isDigit(char c) noexcept {
     return c >= '0' && c <= '9';
 }
 
-// A field beyond the end of the text is 0, one that the text ends in too.
+// A field that the text does not contain completely is 0.
 unsigned int readField(std::string_view text, std::size_t offset, std::size_t length) {
     if (text.size() < offset + length) {
         return 0;
@@ -36,8 +36,8 @@ unsigned int readField(std::string_view text, std::size_t offset, std::size_t le
     return value;
 }
 
-// The fraction begins after the character at offset 14, which may be anything; what is missing of its six digits is
-// zeros, and what is more is cut.
+// The fraction begins after the character at offset 14, which may be anything. Missing digits of the six count as
+// zeros, further ones are ignored.
 unsigned int readMicroseconds(std::string_view text) {
     constexpr std::size_t kFractionOffset = 15;
     if (text.size() <= kFractionOffset) {
@@ -55,7 +55,7 @@ unsigned int readMicroseconds(std::string_view text) {
     return value;
 }
 
-// A zone's distance from UTC, as "+HH:MM" says it.
+// The offset of a zone from UTC, read from "+HH:MM".
 CDateTimeSpan readOffset(const char* text) {
     char sign = '\0';
     int hours = 0;
@@ -153,7 +153,7 @@ CDateTime fromXsdDateTimeString(const char* text) {
                     &sizeRead) != 7) {
         ATL::AtlThrowImpl(status::kInvalidTime);
     }
-    // A tail that does not fit would lose its zone.
+    // A tail that does not fit would lose its zone, so it is rejected.
     if (std::strlen(tail.data()) == tail.size() - 1 && text[sizeRead] != '\0') {
         ATL::AtlThrowImpl(status::kInvalidTime);
     }

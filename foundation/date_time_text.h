@@ -1,5 +1,8 @@
 // Text forms of dates beside the class: the field parser that time points and spans share, and the date and time of XML
-// Schema.
+// Schema (XML Schema Part 2, dateTime).
+//
+//   CDateTime time = fromXsdDateTimeString("2026-03-01T12:00:00+03:00");     // 09:00 UTC
+//   CStringProxy text = toXsdDateTimeString(time);                           // "2026-03-01T09:00:00Z"
 #pragma once
 
 #include <ctime>
@@ -17,11 +20,14 @@ namespace Orvane {
 /// character other than a digit; `microseconds` is then undefined.
 [[nodiscard]] TALLOW_EXPORT std::tm GeneralizedTimeToTm(const std::string& text, unsigned int& microseconds, bool span);
 
-/// "YYYY-MM-DDTHH:MM:SSZ" with three digits of milliseconds if these are not 0; microseconds are dropped.
+/// "YYYY-MM-DDTHH:MM:SSZ" with three digits of milliseconds if these are not 0; microseconds are dropped. Always in
+/// UTC. Throws the converted last error for a time that the platform cannot convert.
 [[nodiscard]] TALLOW_EXPORT CStringProxy toXsdDateTimeString(const CDateTime& time);
 /// Reads "YYYY-MM-DDTHH:MM:SS" followed by a fraction, a zone ('Z', "+HH:MM", "-HH:MM") or both; something must follow
-/// the seconds. Throws 0x8007076D for any other text and for an offset above 14 hours, 0x80004005 for a date that does
-/// not exist, 0x8009000E when memory is exhausted. Not null.
+/// the seconds. A time without a zone is taken as UTC. Not null.
+///
+/// Throws 0x8007076D for any other text and for an offset above 14 hours, 0x80004005 for a date that does not exist,
+/// 0x8009000E when memory is exhausted.
 [[nodiscard]] TALLOW_EXPORT CDateTime fromXsdDateTimeString(const char* text);
 
 }  // namespace Orvane

@@ -3,6 +3,10 @@
 //
 //   CStringProxy name("ocsp");
 //   std::puts(name.c_str());
+//   const char* stale = makeProxy().c_str();       // wrong: the text is gone with the temporary
+//
+// Content is read up to its first NUL. Exhausted memory is reported by std::bad_alloc, with the object unchanged; moves
+// do not throw.
 #pragma once
 
 #include <list>
@@ -13,7 +17,8 @@
 
 namespace Orvane {
 
-/// Owns one narrow, terminated string. Copies are deep. An object that was moved from reads as the empty string.
+/// Owns one narrow, terminated string in UTF-8, which is not checked. Copies are deep. An object that was moved from
+/// reads as the empty string.
 class TALLOW_EXPORT CStringProxy {
 public:
     /// Copies `text`; null gives the empty string.
@@ -35,7 +40,8 @@ private:
     std::unique_ptr<std::string> text_;
 };
 
-/// The same over wide characters. An element is 32 bits, so each character is one element, above U+FFFF too.
+/// The same over wide characters. An element is 32 bits, so each character is one element, above U+FFFF too. Neither
+/// form converts to the other.
 class TALLOW_EXPORT CWStringProxy {
 public:
     /// Copies `text`; null gives the empty string.
@@ -56,7 +62,8 @@ private:
     std::unique_ptr<std::wstring> text_;
 };
 
-/// Narrow strings in the order in which they were appended, such as OIDs and addresses.
+/// Narrow strings in the order in which they were appended, such as OIDs and addresses. Copies are deep. Iterators and
+/// references behave as those of std::list.
 class TALLOW_EXPORT CStringList : public std::list<CStringProxy> {
 public:
     using std::list<CStringProxy>::list;

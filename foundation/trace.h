@@ -3,18 +3,20 @@
 //   TALLOW_TRACE("Send", "trying %s\n", address);
 //
 // The context is opened when the library is loaded and closed when it is unloaded; before, after, and when the Support
-// service gives none, a trace point does nothing. Tracing never changes behaviour.
+// service gives none, a trace point does nothing. Tracing never changes behaviour, nor the last error of the thread.
+// Never pass a key, a PIN or a password: traces are kept in files.
 #pragma once
 
 #include "export.h"
 #include "platform/support/support_service.h"
 
-/// The trace context of this library, null when there is none. Written at load and unload only.
+/// The trace context of this library, null when there is none. Written at load and unload only, so any thread may read
+/// it in between.
 extern TALLOW_EXPORT TSupportDbContext_* ocsp_db_ctx;
 
 namespace Orvane {
 
-/// The level of every trace point; a bit of the setting `levels`.
+/// The level of every trace point; a bit of the setting `levels` (default 127, which includes it).
 inline constexpr unsigned int kTraceLevel = 8;
 
 /// Opens a trace context into a pointer and closes it again.
@@ -25,7 +27,7 @@ public:
     DbTraceInitializer(const char* name, TSupportDbContext_*& context, unsigned int first, unsigned int second);
     DbTraceInitializer(const DbTraceInitializer&) = delete;
     DbTraceInitializer& operator=(const DbTraceInitializer&) = delete;
-    /// Closes the context and sets the pointer to null.
+    /// Closes the context and sets the pointer to null. No other thread may be inside a trace point then.
     ~DbTraceInitializer();
 
 private:
@@ -35,8 +37,9 @@ private:
 }  // namespace Orvane
 
 /// Writes one line if tracing is on. `function` is the bare name of the enclosing operation as a literal, `format` a
-/// printf format that ends in a line feed. The arguments are evaluated only when the line is wanted; a macro, because
-/// nothing else leaves them unevaluated and knows its line.
+/// printf format that ends in a line feed; control characters in the text are escaped by the service. The arguments are
+/// evaluated only when the line is wanted: they must have no side effects. A macro, because nothing else leaves them
+/// unevaluated and knows its line.
 #define TALLOW_TRACE(function, format, ...)                                                                \
     do {                                                                                                   \
         if (ocsp_db_ctx != nullptr && support_print_is(ocsp_db_ctx, ::Orvane::kTraceLevel) != 0) {         \

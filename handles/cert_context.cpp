@@ -14,15 +14,15 @@ namespace {
 constexpr DWORD kEncoding = X509_ASN_ENCODING | PKCS_7_ASN_ENCODING;
 
 // Properties that are not copied when a certificate leaves its store: those that the service derives from the
-// certificate whenever they are asked for (3, 4, 15, 18, 20, 24, 25: hashes, key identifier and the like) and those
-// that say something about the place it came from (7, 8, 17, 27).
+// certificate whenever they are read (3, 4, 15, 18, 20, 24, 25: hashes, key identifier and the like) and those that
+// describe where it came from (7, 8, 17, 27).
 constexpr std::array<DWORD, 11> kPropertiesLeftBehind = {3, 4, 7, 8, 15, 17, 18, 20, 24, 25, 27};
 
 bool isLeftBehind(DWORD id) noexcept {
     return std::find(kPropertiesLeftBehind.begin(), kPropertiesLeftBehind.end(), id) != kPropertiesLeftBehind.end();
 }
 
-// The key provider information is its own record; every other property is handed over as size and bytes.
+// The key provider information is its own record; every other property is passed as size and bytes.
 std::int32_t setProperty(PCCERT_CONTEXT context, DWORD id, ATL::CStringA& value) {
     const auto size = static_cast<DWORD>(value.GetLength());
     char* const bytes = value.GetBuffer(value.GetLength());
@@ -48,7 +48,7 @@ std::int32_t copyProperties(const CCertContext& from, const CCertContext& to) {
     return status::kOk;
 }
 
-// States what the service wrote, which it may also do when it fails.
+// Sets the length to what the service wrote, which it may also do when it fails.
 void setLength(ATL::CStringA& value, DWORD size) {
     value.ReleaseBufferSetLength(static_cast<int>(size));
 }

@@ -1,9 +1,11 @@
 // Owner of a certificate store of the Crypto service. Copies share the store; the last one closes it.
 //
 //   ATL2::CCertStore collection, memory;
-//   collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, nullptr);
-//   memory.AttachWeak(given);
-//   collection.AddStoreToCollection(memory, 0, 0);   // memory now lives as long as collection
+//   int status = collection.Open(CERT_STORE_PROV_COLLECTION, 0, 0, nullptr);
+//   if (status == 0) status = memory.AttachWeak(given);
+//   if (status == 0) status = collection.AddStoreToCollection(memory, 0, 0);   // memory lives as long as collection
+//
+// Certificates found in a store are freed by their own handles and may outlive the store's owner.
 #pragma once
 
 #include <cstdint>
@@ -17,7 +19,7 @@ namespace ATL2 {
 /// Closes the store in a cell, if there is one, and frees the cell. An implementation detail of CCertStore.
 class TALLOW_EXPORT CCertStoreDeleter {
 public:
-    /// With `checking` the service is asked to report whether the store is still in use; the library never asks.
+    /// With `checking` the service reports whether the store is still in use; the library never requests that.
     explicit CCertStoreDeleter(bool checking) noexcept : checking_(checking) {}
     void operator()(void** cell) const noexcept;
 
@@ -37,6 +39,7 @@ private:
 
 /// A shared store handle. Copies share one cell with the raw handle, null while no store is open; a store opened
 /// through one copy is open in all. The operations return their status, 0 or a negative number, and do not throw.
+///
 /// Copies may be used and destroyed on different threads only if none of them opens, attaches or adds meanwhile.
 class TALLOW_EXPORT CCertStore {
 public:
@@ -53,19 +56,26 @@ public:
     explicit operator bool() const noexcept { return get() != nullptr; }
 
     /// Opens a store with CertOpenStore into the cell, which all copies share. `provider` is one of CERT_STORE_PROV_*,
-    /// `parameter` is what that provider takes. Returns 0x80004005 if a store is open already, and the converted last
-    /// error if the service fails; nothing is open then.
+    /// `parameter` is what that provider takes (a blob, a store name, null) and need not outlive the call; `encoding`
+    /// and `flags` go to the service as they are.
+    ///
+    /// Returns 0x80004005 if a store is open already, and the converted last error if the service fails; nothing is
+    /// open then.
     [[nodiscard]] std::int32_t Open(const char* provider, unsigned int encoding, unsigned int flags,
                                     const void* parameter) noexcept;
-    /// Shares an existing store. This object takes another reference, so the store stays open as long as this object;
-    /// the caller's handle stays the caller's. Other copies of this object are not affected: they keep the old cell.
+    /// Shares an existing store (an HCERTSTORE). This object takes another reference, so the store stays open as long
+    /// as this object; the caller's handle stays the caller's, who must close it. Other copies of this object are not
+    /// affected: they keep the old cell.
+    ///
     /// Returns 0x80004005 if a store is open in this object, 0x80070057 for null, the converted last error if the
     /// service fails, 0x8007000E when memory is exhausted; the object is then unchanged.
     [[nodiscard]] std::int32_t AttachWeak(void* handle) noexcept;
-    /// Adds `child` to the collection that is open in this object and keeps it alive as long as this object. Of several
-    /// stores, the one with the higher `priority` is searched first. Returns 0x80004005 if no store is open here, the
-    /// converted last error if the service fails, and 0x8007000E when memory is exhausted: the service then has the
-    /// child, but this object does not keep it alive.
+    /// Adds `child` to the collection that is open in this object and keeps it alive as long as this object; copies of
+    /// this object that exist already do not. Of several stores, the one with the higher `priority` is searched first;
+    /// `updateFlags` go to the service as they are.
+    ///
+    /// Returns 0x80004005 if no store is open here, the converted last error if the service fails, and 0x8007000E when
+    /// memory is exhausted: the service then has the child, but this object does not keep it alive.
     [[nodiscard]] std::int32_t AddStoreToCollection(const CCertStore& child, unsigned int updateFlags,
                                                     unsigned int priority) noexcept;
     /// Returns to the state of a new object. The store closes when no copy shares it. Throws std::bad_alloc.

@@ -19,8 +19,8 @@ std::size_t roundedChars(int nChars, int nCharSize) noexcept {
     return (static_cast<std::size_t>(nChars) & ~std::size_t{7}) + 8;
 }
 
-// Constant-initialised and never destroyed: strings in static objects of other files may be older
-// or outlast those of this one.
+// Constant-initialised and never destroyed: strings in static objects of other files may be older or outlast those of
+// this one.
 union DefaultManager {
     struct Parts {
         CCRTHeap heap;

@@ -14,8 +14,8 @@
 namespace ATL {
 namespace {
 
-// How far a block of `capacity` characters is to grow when it is too small: twofold while it is small, then by steps,
-// so that a large text does not double its memory.
+// The capacity that a block of `capacity` characters grows to when it is too small: twice as much while it is small,
+// then by steps, so that a large text does not double its memory.
 int grownCapacity(int capacity) noexcept {
     constexpr int kDoubledBelow = 1025;
     constexpr int kSteppedBelow = 0x40000001;
@@ -53,7 +53,7 @@ CSimpleStringT<Char, mfc>::CSimpleStringT(const CSimpleStringT& other) {
 template <class Char, bool mfc>
 // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the blocks are compared, not the objects
 CSimpleStringT<Char, mfc>& CSimpleStringT<Char, mfc>::operator=(const CSimpleStringT& other) {
-    // Two strings on one block are the same already, and so is a string assigned to itself.
+    // Two strings that share a block are equal already, and so is a string assigned to itself.
     CStringData* mine = header();
     CStringData* theirs = other.header();
     if (mine == theirs) {
@@ -234,7 +234,7 @@ int CStringT<Char>::Replace(const Char* old, const Char* replacement) {
     if (length > INT_MAX) {
         AtlThrowImpl(status::kOutOfMemory);
     }
-    // Into a new string: the arguments may lie inside this one.
+    // Into a new string: the arguments may be part of this one.
     CStringT result;
     Char* out = result.GetBuffer(static_cast<int>(length));
     std::size_t from = 0;

@@ -1,14 +1,15 @@
 // Reference-counted copy-on-write strings, narrow and wide: the text and byte buffers that travel with handles.
 //
 //   ATL::CStringW text(L"a b c");
-//   text.Replace(L" ", L"");          // text is "abc"
+//   text.Replace(L" ", L"");           // text is "abc"
 //   ATL::CStringA bytes;
 //   char* room = bytes.GetBuffer(512); // write up to 512 octets, then
 //   bytes.ReleaseBufferSetLength(used);
 //
-// Lengths are counted in characters: octets of a narrow string, 32-bit units of a wide one. Content may contain NULs.
-// Strings that share a block may live on different threads; one string belongs to one thread. Exhausted memory throws
-// ATL::CAtlException with 0x8007000E, a bad length 0x80070057; the string is then unchanged.
+// Lengths are counted in characters: octets of a narrow string, 32-bit units of a wide one. Content may contain NULs,
+// which the forms that take text without a length do not see. Strings that share a block may live on different threads;
+// one string belongs to one thread. Exhausted memory throws ATL::CAtlException with 0x8007000E, a bad length
+// 0x80070057; the string is then unchanged.
 #pragma once
 
 #include <type_traits>
@@ -19,13 +20,15 @@
 namespace ATL {
 
 /// One pointer to the characters, with CStringData directly before them. `mfc` selects a variant that is not used here.
+/// Copying is cheap; the first change of a copy makes it private. Only `char` and `wchar_t` exist: the members are
+/// compiled into the library for these.
 template <class Char, bool mfc = false>
 class TALLOW_EXPORT CSimpleStringT {
 public:
     /// An empty string, which allocates nothing. `manager` must outlive the string and its copies.
     CSimpleStringT() noexcept : CSimpleStringT(&g_defaultStrMgr) {}
     explicit CSimpleStringT(IAtlStringMgr* manager) noexcept;
-    /// Shares the block of `other`, unless that is locked: then the characters are copied.
+    /// Shares the block of `other`, unless that is locked: then the characters are copied, and only then can it throw.
     CSimpleStringT(const CSimpleStringT& other);
     // NOLINTNEXTLINE(bugprone-unhandled-self-assignment): the blocks are compared, not the objects
     CSimpleStringT& operator=(const CSimpleStringT& other);
@@ -39,7 +42,7 @@ public:
     /// Terminated, never null; valid until the string is changed or destroyed.
     [[nodiscard]] const Char* GetString() const noexcept { return text_; }
 
-    /// Replaces the content by `length` characters; `text` may lie inside this string. Length 0 empties the string; a
+    /// Replaces the content by `length` characters; `text` may be part of this string. Length 0 empties the string; a
     /// null text with a length throws 0x80070057.
     void SetString(const Char* text, int length);
     /// The same up to the terminator; null empties the string.
@@ -49,13 +52,13 @@ public:
 
     /// A private, writable buffer of at least `minLength` characters and a terminator, with the old content in it.
     /// Valid until the next change of the string; follow with ReleaseBufferSetLength, as the string does not notice
-    /// what is written.
+    /// what is written. Characters beyond the old content are undefined.
     [[nodiscard]] Char* GetBuffer(int minLength) { return PrepareWrite(minLength); }
-    /// Sets the length after writing to the buffer, and terminates it. Throws 0x80070057 for a negative length and for
-    /// one above the capacity.
+    /// Sets the length after writing to the buffer, and terminates it. Throws 0x80070057 for a negative length, for one
+    /// above the capacity, and for a new length of a shared string, which has no buffer.
     void ReleaseBufferSetLength(int length);
     /// Makes the block private and keeps it from being shared until UnlockBuffer: copies made meanwhile copy the
-    /// characters. Returns the characters.
+    /// characters. Returns the characters, at an address that no copy can change.
     Char* LockBuffer();
     /// Allows sharing again; without effect when not locked.
     void UnlockBuffer() noexcept;
@@ -73,7 +76,7 @@ private:
     Char* text_;
 };
 
-/// Adds what callers do with whole strings. Null text counts as empty.
+/// Adds what callers do with whole strings. Null text counts as empty, also in the constructors.
 template <class Char>
 class TALLOW_EXPORT CStringT : public CSimpleStringT<Char> {
 public:
@@ -81,7 +84,7 @@ public:
     CStringT(const Char* text) { this->SetString(text); }  // NOLINT(google-explicit-constructor): text converts
     CStringT(const Char* text, int length) { this->SetString(text, length); }
 
-    /// Copies up to the terminator; `text` may lie inside this string.
+    /// Copies up to the terminator; `text` may be part of this string.
     CStringT& operator=(const Char* text);
     /// A narrow string also takes wide text, converted in code page 0; null or empty text empties the string. Text that
     /// cannot be converted throws the converted last error and leaves the string as it was.

@@ -40,7 +40,7 @@ public:
     CCertStatus(const CDateTime& revocationTime, const ASN1::CrlReason* reason);
 
     Type get_type() const { return type_; }
-    /// When the certificate was revoked, in UTC; null unless revoked. It may lie in the future, and a responder that
+    /// When the certificate was revoked, in UTC; null unless revoked. It may be in the future, and a responder that
     /// reports certificates it never issued as revoked uses 1970-01-01 (section 2.2). Valid until the object changes.
     const CDateTime* get_revocationTime() const { return revocationTime_ ? &*revocationTime_ : nullptr; }
     /// Null unless revoked with a stated reason. A certificate on hold (kReasonCertificateHold) is revoked for as long

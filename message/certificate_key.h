@@ -1,4 +1,4 @@
-// What the message classes take from certificates and ask of the Crypto service.
+// What the message classes read from certificates and request from the Crypto service.
 #pragma once
 
 #include <cstdint>

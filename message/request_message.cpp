@@ -86,7 +86,7 @@ CBlob composeBitString(const CBlob& octets) {
     return ASN1::composeElement(0x00000003, {&unused, &octets});
 }
 
-// The OCSPSignature in its wrapper. The certificates go in as they are: encoding them again could break their
+// The OCSPSignature in its wrapper. The certificates are inserted unchanged: encoding them again could break their
 // signatures.
 CBlob composeSignature(const ASN1::CAlgorithmIdentifier& algorithm, const CBlob& signature, const CBlobList* certs) {
     const CBlob algorithmBytes = algorithm.encode();

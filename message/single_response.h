@@ -27,9 +27,9 @@ namespace Orvane::PKI::OCSP {
 ///       nextUpdate       [0] EXPLICIT GeneralizedTime OPTIONAL,
 ///       singleExtensions [1] EXPLICIT Extensions OPTIONAL }
 ///
-/// Whether the entry is signed depends on the response that it came from; a copy no longer knows. Copies are deep;
-/// after a move the source may only be assigned to or destroyed. References and pointers from getters live until the
-/// object changes.
+/// Whether the entry is signed depends on the response that it came from, which a copy does not record. Copies are
+/// deep; after a move the source may only be assigned to or destroyed. References and pointers from getters live until
+/// the object changes.
 class TALLOW_EXPORT CSingleResponse {
 public:
     /// All values as they will be returned; an empty optional is an absent field. Nothing is checked: nextUpdate may be
@@ -48,7 +48,7 @@ public:
     const CCertStatus& get_certStatus() const { return certStatus_; }
     /// The latest time at which the responder knows the status to be correct, in UTC.
     const CDateTime& get_thisUpdate() const { return thisUpdate_; }
-    /// The time by which newer information is available, in UTC; later, the entry is out of date. Null when absent: the
+    /// The time by which newer information is available, in UTC; after it, the entry has expired. Null when absent: the
     /// responder claims that newer information is available at any time (section 4.2.2.1), so limit the age by
     /// thisUpdate.
     const CDateTime* get_nextUpdate() const { return nextUpdate_ ? &*nextUpdate_ : nullptr; }

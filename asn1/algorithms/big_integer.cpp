@@ -98,8 +98,8 @@ int CBigInteger::compare(const CBigInteger& other) const {
     if (left.size() != right.size()) {
         left = shortest(left);
         right = shortest(right);
-        // Not turned round for negative numbers, though the longer one is the smaller: the order of stored lists
-        // depends on it.
+        // Not reversed for negative numbers, although the longer one is the smaller: the order of stored lists depends
+        // on it.
         if (left.size() != right.size()) {
             return left.size() < right.size() ? -1 : 1;
         }

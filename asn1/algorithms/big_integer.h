@@ -26,7 +26,7 @@ public:
     /// Adds 1 at the last octet and carries towards the front, at most into the octet with the 0-based index
     /// `lowIndex`. Wraps silently to 0 there; never grows. A number without octets is unchanged.
     void increment(int lowIndex);
-    /// increment(0).
+    /// increment(0): the carry may reach the first octet. The second form returns the number before.
     CBigInteger& operator++();
     CBigInteger operator++(int);
 
@@ -50,11 +50,14 @@ public:
     bool operator<=(const CBigInteger& other) const { return compare(other) <= 0; }
     bool operator>=(const CBigInteger& other) const { return compare(other) >= 0; }
 
-    /// The DER INTEGER in its shortest form. Throws kAsn1Error for a number without octets.
+    /// The DER INTEGER in its shortest form. Throws:
+    /// - kAsn1Error: the number has no octets.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the content by that of a DER INTEGER; octets after it are ignored. Throws kAsn1Error, with the object
-    /// unchanged, when `data` is not an INTEGER.
+    /// Replaces the content by that of a DER INTEGER; octets after it are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not an INTEGER.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 };
 

@@ -1,4 +1,4 @@
-// Big integers in schema records, which hold them as text, and the form that travels as a certificate's serial number.
+// Big integers in schema records, which hold them as text; serial numbers of certificates use the same form.
 #pragma once
 
 #include "asn1/algorithms/big_integer.h"

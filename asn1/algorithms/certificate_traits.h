@@ -1,4 +1,4 @@
-// Certificates and CRLs travel as their DER; these traits take them into records and out of them.
+// Certificates and CRLs are held as DER; these traits convert them to and from records.
 #pragma once
 
 #include "asn1/codec/codec.h"

@@ -24,7 +24,8 @@ struct CAttributeImpl;
 ///       attrType   OBJECT IDENTIFIER,
 ///       attrValues SET OF AttributeValue }
 ///
-/// One pointer wide, so that lists are cheap to splice. Copies are deep; a move assignment exchanges the contents.
+/// One pointer wide, so that lists are cheap to splice. Copies are deep; a move assignment exchanges the contents. What
+/// the attributes of a message say is proven only when they are signed and the signature was verified.
 class TALLOW_EXPORT CAttribute {
 public:
     using iterator = std::list<CAttrValue>::iterator;
@@ -55,17 +56,21 @@ public:
     /// Appends a copy unchanged. It keeps its identifier, even a different one, which get_oid() of the value returns
     /// and comparisons see, but which is not encoded.
     void add(const CAttrValue& value);
-    /// Removes the value, which must be one of this attribute's.
+    /// Removes the value, which must be one of this attribute's and is not end().
     void erase(iterator position);
 
-    /// The DER of the attribute, its values in the order of a DER SET (X.690, clause 11.6). Throws kInvalidArgument
-    /// when the identifier is not dotted decimal text, and kAsn1Error when a value of a known attribute is not the DER
-    /// of its type. Values of other attributes are written unchanged; empty values of any attribute are not checked and
-    /// leave no trace. An attribute without values is written with an empty SET.
+    /// The DER of the attribute, its values in the order of a DER SET (X.690, clause 11.6). Throws:
+    /// - kInvalidArgument: the identifier is not dotted decimal text.
+    /// - kAsn1Error: a value of a known attribute is not the DER of its type.
+    /// - kAsn1Memory: memory is exhausted.
+    ///
+    /// Values of other attributes are written unchanged; empty values of any attribute are neither checked nor written.
+    /// An attribute without values is written with an empty SET.
     CBlob encode() const;
 
-    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, or is a known attribute with a value
-    /// that is not of its type; the object is then unchanged.
+    /// Replaces the content; octets after the attribute are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not an Attribute, or is a known attribute with a value that is not of its type.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
     /// Equal identifier text, and values equal one by one in order.
@@ -85,7 +90,8 @@ public:
     using std::list<CAttribute>::list;
     using std::list<CAttribute>::erase;
 
-    /// The first attribute with exactly this identifier text, or end(). Null finds only an empty identifier.
+    /// The first attribute with exactly this identifier text, or end(). Null finds only an empty identifier. A receiver
+    /// that decides by a signed attribute should reject a list in which it occurs twice (RFC 5652, section 11).
     iterator find(const char* oid);
     const_iterator find(const char* oid) const;
 
@@ -96,8 +102,10 @@ public:
     CBlob encode() const;
 
     /// Replaces the whole content by that of a SET OF Attribute. In a SignerInfo the signed attributes have the tag [0]
-    /// instead of that of SET: change their first octet to 0x31 before, as for the digest that is signed. Throws
-    /// kAsn1Error, with the list unchanged, when `data` is not such a SET.
+    /// instead of that of SET: change their first octet to 0x31 before, as for the digest that is signed. Throws, with
+    /// the list unchanged:
+    /// - kAsn1Error: `data` is empty or not such a SET, or an attribute in it cannot be decoded.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 };
 

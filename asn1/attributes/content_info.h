@@ -17,7 +17,9 @@ namespace Orvane::ASN1 {
 ///       contentType OBJECT IDENTIFIER,
 ///       content     [0] EXPLICIT ANY DEFINED BY contentType }
 ///
-/// Copies are deep. References and pointers from getters live until the object changes.
+/// Known content types are decoded when a message is read or written, so that a malformed one is noticed; their content
+/// is returned as bytes all the same. Copies are deep. References and pointers from getters live until the object
+/// changes.
 class TALLOW_EXPORT CContentInfo {
 public:
     /// Empty type and content; cannot be encoded.
@@ -33,13 +35,15 @@ public:
     const CBlob& get_content() const { return content_; }
     void put_content(const CBlob& content);
 
-    /// The DER of the message. Throws kInvalidArgument when the type is not dotted decimal text, and kAsn1Error when
-    /// the content of a known type is not the DER of it. Empty content is not checked: the tag [0] then contains
-    /// nothing.
+    /// The DER of the message. Empty content is not checked: the tag [0] then contains nothing. Throws:
+    /// - kInvalidArgument: the type is not dotted decimal text.
+    /// - kAsn1Error: the content of a known type is not the DER of it.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the content. Throws kAsn1Error, with the object unchanged, when `data` is not of the type, or its
-    /// content does not fit a known content type.
+    /// Replaces the content; octets after the message are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not of the type, or its content does not fit a known content type.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
 private:

@@ -4,7 +4,8 @@
 //   certs.emplace_back(sha256OfCertificate);         // the hash of the whole DER certificate
 //   CAttrSigningCertificateV2 attribute(certs);
 //
-// The hash is given, not computed, and its length is not checked.
+// The hash is given, not computed, and its length is not checked. To find out whether an identifier names a
+// certificate, hash the certificate and compare the octets; issuer and serial number are only a hint for finding it.
 #pragma once
 
 #include <list>
@@ -31,27 +32,32 @@ class TALLOW_EXPORT CESSCertID {
 public:
     /// Empty hash, no issuer and serial number.
     CESSCertID();
-    /// Copies the 20 octets of the hash.
+    /// Copies the 20 octets of the hash. SHA-1 no longer protects against two certificates of one hash: prefer
+    /// CESSCertIDv2.
     explicit CESSCertID(const CBlob& certHash);
     CESSCertID(const CESSCertID& other);
     CESSCertID& operator=(const CESSCertID& other);
     ~CESSCertID();
 
-    /// The octets of the hash; empty in a new object. Valid until the object changes; the setter copies.
+    /// The octets of the hash over the whole DER certificate; empty in a new object. Valid until the object changes;
+    /// the setter copies.
     const CBlob& get_certHash() const;
     void put_certHash(const CBlob& certHash);
 
-    /// Null when absent; owned by the object and valid until it is changed or destroyed. The setter copies; null
-    /// removes.
+    /// Issuer and serial number of the certificate. Null when absent; owned by the object and valid until it is changed
+    /// or destroyed. The setter copies; null removes. The argument may be what the getter returned.
     const CIssuerSerial* get_issuerSerial() const;
     void put_issuerSerial(const CIssuerSerial* issuerSerial);
 
-    /// The DER of the identifier; throws what CIssuerSerial::encode throws. An empty hash is written as an empty OCTET
-    /// STRING.
+    /// The DER of the identifier. An empty hash is written as an empty OCTET STRING. Throws:
+    /// - kAsn1Error, kInvalidArgument: as CIssuerSerial::encode, when there is an issuer.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, and kInvalidArgument for a general name
-    /// of a kind without support; the object is then unchanged.
+    /// Replaces the content; octets after the identifier are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not of the type.
+    /// - kInvalidArgument: it contains a general name of a kind without support.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
     /// Equal hashes, and issuer and serial number equal or absent in both.
@@ -80,7 +86,8 @@ public:
     CESSCertIDv2& operator=(const CESSCertIDv2& other);
     ~CESSCertIDv2();
 
-    /// Never absent: the default is returned as SHA-256. Valid until the object changes; the setter copies.
+    /// Never absent: the default is returned as SHA-256. Valid until the object changes; the setter copies, and does
+    /// not change the hash: set both.
     const CAlgorithmIdentifier& get_hashAlgorithm() const;
     void put_hashAlgorithm(const CAlgorithmIdentifier& hashAlgorithm);
 
@@ -90,9 +97,10 @@ public:
     const CIssuerSerial* get_issuerSerial() const;
     void put_issuerSerial(const CIssuerSerial* issuerSerial);
 
-    /// The DER of the identifier; throws what CIssuerSerial::encode and CAlgorithmIdentifier::encode throw. SHA-256 is
-    /// omitted as the default, whatever its parameters are: SHA-256 with a NULL is read back without it, and is then
-    /// another algorithm identifier.
+    /// The DER of the identifier. SHA-256 is omitted as the default, whatever its parameters are: SHA-256 with a NULL
+    /// is read back without it, and is then another algorithm identifier. Throws:
+    /// - kAsn1Error, kInvalidArgument: as CIssuerSerial::encode and CAlgorithmIdentifier::encode.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
     /// As for CESSCertID. An absent algorithm is read as SHA-256 without parameters.
@@ -106,13 +114,13 @@ private:
 };
 
 /// Identifiers in wire order; the first one of an attribute is that of the signer's certificate (RFC 5035, section
-/// 5.4).
+/// 5.4). The list has no encoding of its own: it is a member of CAttrSigningCertificate.
 class TALLOW_EXPORT CESSCertIDList : public std::list<CESSCertID> {
 public:
     using std::list<CESSCertID>::list;
 };
 
-/// As CESSCertIDList.
+/// As CESSCertIDList, for CAttrSigningCertificateV2.
 class TALLOW_EXPORT CESSCertIDv2List : public std::list<CESSCertIDv2> {
 public:
     using std::list<CESSCertIDv2>::list;

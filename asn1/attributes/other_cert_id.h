@@ -1,5 +1,11 @@
 // Certificates referred to in signed attributes by a plain SHA-1 hash or by a hash with its algorithm (RFC 5126,
 // section 5.7.3.3).
+//
+//   COtherCertID id(sha256OfCertificate, CAlgorithmIdentifier("2.16.840.1.101.3.4.2.1"));
+//   id.put_issuerSerial(&issuerSerial);              // optional
+//   if (received.compare_noHashParam(id)) ...        // names the same certificate
+//
+// The hash is given, not computed, and its length is not checked.
 #pragma once
 
 #include <list>
@@ -25,7 +31,7 @@ class TALLOW_EXPORT COtherCertID {
 public:
     /// A hash of type 0, which cannot be encoded; no issuer and serial number.
     COtherCertID();
-    /// The alternative sha1Hash, 20 octets; the length is not checked.
+    /// The alternative sha1Hash, 20 octets.
     explicit COtherCertID(const CBlob& hash);
     /// The alternative otherHash, for SHA-1 as well.
     COtherCertID(const CBlob& hash, const CAlgorithmIdentifier& hashAlgorithm);
@@ -33,23 +39,29 @@ public:
     COtherCertID& operator=(const COtherCertID& other);
     ~COtherCertID();
 
-    /// The hash; type 0 in a new object. The setter copies.
+    /// The hash of the whole DER certificate; type 0 in a new object. The setter copies.
     const COtherHash& get_otherCertHash() const;
     void put_otherCertHash(const COtherHash& otherCertHash);
 
-    /// Null when absent. The setter copies; null removes.
+    /// Null when absent; owned by the object. The setter copies; null removes. The argument may be what the getter
+    /// returned.
     const CIssuerSerial* get_issuerSerial() const;
     void put_issuerSerial(const CIssuerSerial* issuerSerial);
 
-    /// The DER of the identifier. Throws kAsn1Error while no hash is held, and what CIssuerSerial::encode and
-    /// CAlgorithmIdentifier::encode throw.
+    /// The DER of the identifier. Throws:
+    /// - kAsn1Error: no hash is held.
+    /// - kAsn1Error, kInvalidArgument: as CIssuerSerial::encode and CAlgorithmIdentifier::encode.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, and kInvalidArgument for a general name
-    /// of a kind without support; the object is then unchanged.
+    /// Replaces the content; octets after the identifier are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not of the type.
+    /// - kInvalidArgument: it contains a general name of a kind without support.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
-    /// Equal hashes, algorithm and parameters included, and issuer and serial number equal or absent in both.
+    /// Equal hashes, algorithm and parameters included, and issuer and serial number equal or absent in both. So an
+    /// identifier with issuer and serial number is unequal to the same without.
     bool operator==(const COtherCertID& other) const;
 
     /// As operator==, but of the hash only the alternative and the octets are compared: algorithms and their parameters

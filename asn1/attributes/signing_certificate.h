@@ -9,6 +9,9 @@
 // The value of the attribute is the encoding of the decoded member. X() sets the identifier and leaves both empty.
 // X(certs) sets the member and encodes it. X(CBlob) takes the DER of the attribute's value and decodes it, and throws
 // what decode() throws.
+//
+// A verifier takes the certificate that verified the signature, hashes it, and compares with the first identifier; it
+// rejects the signature when they differ or the attribute is not signed.
 #pragma once
 
 #include "asn1/attributes/ess_cert_id.h"
@@ -38,19 +41,24 @@ public:
     /// Sets the identifiers and encodes. When that throws, the identifiers are set and the value is as it was.
     void put_certs(const CertIDList& certs);
 
-    /// Null when absent; owned by the object and valid until it is changed or destroyed.
+    /// The policies under which the signature was made. Null when absent; owned by the object and valid until it is
+    /// changed or destroyed. Each class has its own put_policies.
     const CPolicyInformationList* get_policies() const;
 
     /// Makes the value the encoding of the member. An empty list of policies is omitted like an absent one; an empty
-    /// list of identifiers is written as an empty SEQUENCE. Throws kAsn1Error or kInvalidArgument for an identifier or
-    /// a policy that cannot be encoded; the value is then as it was.
+    /// list of identifiers is written as an empty SEQUENCE. Throws, with the value as it was:
+    /// - kAsn1Error, kInvalidArgument: an identifier or a policy cannot be encoded.
+    /// - kAsn1Memory: memory is exhausted.
     void encode();
 
-    /// Reads the member from the value; call it after changing value(). Throws kAsn1Error when it is not of the type,
-    /// and kInvalidArgument for a general name of a kind without support; the member is then unchanged.
+    /// Reads the member from the value; call it after changing value(). Throws, with the member unchanged:
+    /// - kAsn1Error: the value is empty or not of the type.
+    /// - kInvalidArgument: it contains a general name of a kind without support.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a value of this size is reached.
     void decode();
 
 protected:
+    /// For the three classes below, which fix the identifier. The second decodes, the third encodes.
     explicit CSigningCertificateAttr(const char* oid);
     CSigningCertificateAttr(const char* oid, const CBlob& value);
     CSigningCertificateAttr(const char* oid, const CertIDList& certs);
@@ -69,7 +77,7 @@ extern template class CSigningCertificateAttr<CESSCertIDList>;
 extern template class CSigningCertificateAttr<CESSCertIDv2List>;
 extern template class CSigningCertificateAttr<COtherCertIDList>;
 
-/// signingCertificate, 1.2.840.113549.1.9.16.2.12: certificates by SHA-1.
+/// signingCertificate, 1.2.840.113549.1.9.16.2.12: certificates by SHA-1 (RFC 2634, section 5.4). For old verifiers.
 class TALLOW_EXPORT CAttrSigningCertificate : public CSigningCertificateAttr<CESSCertIDList> {
 public:
     CAttrSigningCertificate();
@@ -81,14 +89,14 @@ public:
     void put_policies(const CPolicyInformationList* policies);
 };
 
-/// signingCertificateV2, 1.2.840.113549.1.9.16.2.47: certificates by any hash.
+/// signingCertificateV2, 1.2.840.113549.1.9.16.2.47: certificates by any hash (RFC 5035, section 3). The form to write.
 class TALLOW_EXPORT CAttrSigningCertificateV2 : public CSigningCertificateAttr<CESSCertIDv2List> {
 public:
     CAttrSigningCertificateV2();
     explicit CAttrSigningCertificateV2(const CBlob& value);
     explicit CAttrSigningCertificateV2(const CESSCertIDv2List& certs);
 
-    /// As for CAttrSigningCertificate: the value stays as it is.
+    /// As for CAttrSigningCertificate: the value stays as it is until encode() or put_certs.
     void put_policies(const CPolicyInformationList* policies);
 };
 

@@ -28,21 +28,25 @@ namespace Orvane::ASN1 {
 ///   SigningTime ::= Time
 class TALLOW_EXPORT CAttrSigningTime : public CAttrValue {
 public:
-    /// Throws kAsn1Error for a year that the form cannot express, such as one before 1950.
+    /// Copies the time and encodes it. Throws kAsn1Error for a year that the form cannot express, such as one before
+    /// 1950.
     explicit CAttrSigningTime(const CDateTime& time);
+    /// From the DER of the Time; throws what decode() throws.
     explicit CAttrSigningTime(const CBlob& value);
     CAttrSigningTime(const CAttrSigningTime& other) = default;  // and no move, which would leave no time
     CAttrSigningTime& operator=(const CAttrSigningTime& other) = default;
     ~CAttrSigningTime() = default;
 
-    /// In UTC.
+    /// In UTC. Valid until the object is assigned to or destroyed.
     const CDateTime& get_time() const { return *time_->get_time(); }
-    /// Throws as the constructor.
+    /// Sets the time and encodes it; throws as the constructor.
     void put_time(const CDateTime& time);
 
-    /// Makes the value the encoding of the member; the setters do that already.
+    /// Makes the value the encoding of the member; the setters do that already. Throws what CTimeChoice::encode throws,
+    /// with the value as it was.
     void encode();
-    /// Throws kAsn1Error when the value is not a Time, and kInvalidArgument for a year before 1601.
+    /// Reads the member from the value. Throws kAsn1Error when the value is not a Time, kInvalidArgument for a year
+    /// before 1601, and kAsn1Memory.
     void decode();
 
 private:
@@ -55,6 +59,7 @@ private:
 class TALLOW_EXPORT CAttrContentType : public CAttrValue {
 public:
     CAttrContentType();
+    /// From dotted decimal text, or from the DER of the OBJECT IDENTIFIER.
     explicit CAttrContentType(const char* contentType);
     explicit CAttrContentType(const CBlob& value);
 
@@ -65,7 +70,7 @@ public:
 
     /// Makes the value the encoding of the member. Throws kInvalidArgument when the text is not dotted decimal.
     void encode();
-    /// Throws kAsn1Error when the value is not an OBJECT IDENTIFIER.
+    /// Reads the member from the value. Throws kAsn1Error when the value is not an OBJECT IDENTIFIER, and kAsn1Memory.
     void decode();
 
 private:
@@ -87,9 +92,11 @@ public:
     const CBlob& get_messageDigest() const { return messageDigest_; }
     void put_messageDigest(const CBlob& messageDigest);
 
-    /// Makes the value the OCTET STRING of the digest.
+    /// Makes the value the OCTET STRING of the digest; the setter does that already. Throws kAsn1Memory when memory is
+    /// exhausted.
     void encode();
-    /// Throws kAsn1Error when the value is not an OCTET STRING.
+    /// Reads the member from the value. Throws kAsn1Error when the value is not a primitive OCTET STRING, and
+    /// kAsn1Memory.
     void decode();
 
 private:

@@ -8,14 +8,16 @@
 //       ~NameHolder() override { destroyValue(); }
 //   };
 //
-// A public class owns its holder through one pointer and offers typed getters and setters.
+// A public class owns its holder through one pointer and offers typed getters and setters. Applications use those
+// classes and need this header only for a CHOICE of their own.
 #pragma once
 
 #include "export.h"
 
 namespace Orvane::ASN1 {
 
-/// The operations on the value of one alternative. Untyped on purpose: one holder serves every type of value.
+/// The operations on the value of one alternative. Untyped on purpose: one holder serves every type of value. A pointer
+/// given to it must point to a value of that alternative's type; nothing can check that.
 class TALLOW_EXPORT ChoiceValueTraits {
 public:
     virtual ~ChoiceValueTraits();
@@ -23,13 +25,16 @@ public:
     virtual bool isType(unsigned int type) const = 0;
     /// Destroys and frees `value`; null is allowed.
     virtual void deleteValue(void* value) const = 0;
-    /// A new copy of `source`, which must not be null; free it with deleteValue. Throws what the copy throws.
+    /// A new copy of `source`, which must not be null; the caller frees it with deleteValue of the same object. Throws
+    /// what the copy throws.
     virtual void* newValue(const void* source) const = 0;
-    /// Assigns; neither may be null.
+    /// Assigns the value at `source` to that at `target`; neither may be null. Throws what the assignment throws, and
+    /// `target` is then in the state that its type promises.
     virtual void copyValue(void* target, const void* source) const = 0;
 };
 
-/// Alternative `n` with a value of type T. Has no state; use `instance`.
+/// Alternative `n` with a value of type T. Has no state and may be used by several threads; use `instance`, which lives
+/// as long as the process.
 template <class T, unsigned int n>
 class ChoiceValueTraitsT final : public ChoiceValueTraits {
 public:
@@ -50,7 +55,7 @@ inline const ChoiceValueTraitsT<T, n> ChoiceValueTraitsT<T, n>::instance{};
 using NoChoiceValue = ChoiceValueTraitsT<void*, 0>;
 
 /// Holder of one alternative. Owns `value`. Derived classes call destroyValue from their destructors, since findTraits
-/// is theirs.
+/// is theirs and is gone when the destructor of this class runs.
 class TALLOW_EXPORT Choice {
 public:
     Choice() = default;
@@ -58,7 +63,8 @@ public:
     Choice& operator=(const Choice&) = delete;
     virtual ~Choice();
 
-    /// The operations for a value of this type; never null.
+    /// The operations for a value of this type; never null, and valid as long as the process. For a type without
+    /// support NoChoiceValue::instance.
     virtual const ChoiceValueTraits* findTraits(unsigned int type) const = 0;
 
     /// The alternative held, 0 for none; and its value, null for none, valid until the holder changes.

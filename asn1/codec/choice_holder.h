@@ -1,5 +1,5 @@
-// What the public choice classes do with the holder that their one pointer owns. A null pointer, as clear() and a move
-// leave it, counts as a holder of nothing.
+// Operations of the public choice classes on the holder that their one pointer owns. A null pointer, the state after
+// clear() and after a move, counts as a holder of nothing.
 #pragma once
 
 #include <memory>

@@ -69,8 +69,8 @@ std::unique_ptr<Value> valueIf(bool present, const Record& member, Value value =
     ATL::AtlThrowImpl(result == STATUS_NO_MEMORY ? status::kAsn1Memory : status::kAsn1Error);
 }
 
-/// Runs a part of the frame. Below it, exhausted memory shows as a status, by the runtime's own exception or by
-/// std::bad_alloc, depending on who runs out of it.
+/// Runs a part of the frame and converts the failures below it: exhausted memory appears there as a status, as the
+/// runtime's own exception or as std::bad_alloc.
 template <class Work>
 decltype(auto) withinFrame(Work&& work) {
     try {
@@ -202,8 +202,8 @@ void asn1Decode(const CBlob& data, V& value) {
 }
 
 /// Decodes the open value of a record by the table constraint of its type, with the schema's function `decodeOpenType`,
-/// so that a value that does not fit its identifier cannot be encoded. Memory comes from `ctxt`, whose buffer may be
-/// in use: it is put back.
+/// so that a value that does not fit its identifier cannot be encoded. Memory comes from `ctxt`, whose buffer may be in
+/// use: it is restored.
 template <auto decodeOpenType, class Record>
 void resolveOpenType(ASN1CTXT* ctxt, Record& record) {
     ASN1CTXT saved{};

@@ -1,4 +1,5 @@
-// Elements of a DER message byte for byte, for what must not be encoded again: what was signed, certificates, names.
+// Reads elements of a DER message byte for byte, for content that must not be encoded again: signed data, certificates,
+// names.
 #pragma once
 
 #include <cstdint>

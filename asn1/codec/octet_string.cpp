@@ -32,7 +32,7 @@ CBlob fromOctetString(const CBlob& data) {
     }
     CBlob content(data.cbData());
     std::uint32_t length = static_cast<std::uint32_t>(size);
-    // The reader of contents goes on after a failed header, which is then recorded only in the context.
+    // The reader of contents continues after a failed header, which is then recorded only in the context.
     if (xd_setp(context.get(), data.pbData(), size, nullptr, nullptr) != 0 ||
         xd_octstr_s(context.get(), content.pbData(), &length, TAG_EXPLICIT, 0) != 0 ||
         context.get()->errInfo.status != 0) {

@@ -1,4 +1,4 @@
-// What leaves the public classes: ATL::CAtlException and, through a caller's own handlers, what these threw.
+// The exceptions that leave the public classes: ATL::CAtlException, and whatever a caller's own handlers throw.
 //
 //   void CRequest::Import(unsigned char const* data, unsigned long size) try {
 //       ...

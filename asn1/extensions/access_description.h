@@ -1,5 +1,5 @@
-// Authority information access: where a certificate says its responder and its issuer's certificate are (RFC 5280,
-// section 4.2.2.1).
+// Authority information access: the addresses that a certificate names for its responder and its issuer's certificate
+// (RFC 5280, section 4.2.2.1).
 //
 //   CAuthorityInfoAccessSyntax access;
 //   access.decode(extnValue);
@@ -41,12 +41,16 @@ public:
     const CGeneralName& get_accessLocation() const { return accessLocation_; }
     void put_accessLocation(const CGeneralName& accessLocation);
 
-    /// The DER of the description. Throws kInvalidArgument for a method that is not dotted decimal text, and what
-    /// CGeneralName::encode throws for the location.
+    /// The DER of the description. Throws:
+    /// - kInvalidArgument: the method is not dotted decimal text, or the location holds nothing.
+    /// - kAsn1Error: the location cannot be encoded (CGeneralName::encode).
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the content. Throws kAsn1Error when `data` is not an AccessDescription, and kInvalidArgument for a
-    /// location of a kind without support; the object is then unchanged.
+    /// Replaces the content; octets after the description are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not an AccessDescription.
+    /// - kInvalidArgument: the location is of a kind without support.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
     /// Equal method text and, by the rule of CGeneralName, equal location.
@@ -67,8 +71,11 @@ public:
     /// The DER of the list, also of an empty one. Throws what CAccessDescription::encode throws.
     CBlob encode() const;
 
-    /// Replaces the whole content. Throws kAsn1Error when `data` is not of the type, and kInvalidArgument for a
-    /// location of a kind without support; the list is then unchanged.
+    /// Replaces the whole content; octets after the list are ignored. One location without support makes the whole list
+    /// fail, since an entry must not be overlooked. Throws, with the list unchanged:
+    /// - kAsn1Error: `data` is empty or not of the type.
+    /// - kInvalidArgument: a location is of a kind without support.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 };
 

@@ -10,7 +10,7 @@ namespace Orvane::ASN1 {
 
 namespace {
 
-// The bits that are written: the nine reasons and room for some to come.
+// The bits that are written: the nine reasons and room for future ones.
 constexpr unsigned int kReasonBits = 16;
 constexpr unsigned int kReasonOctets = kReasonBits / 8;
 
@@ -155,7 +155,7 @@ void ASN1T_ReasonFlags_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CReason
 
 void ASN1T_ReasonFlags_traits::get(const ASN1_T& record, CReasonFlags& value) {
     value.put_value(0);
-    // The value has no place for further bits, and the standard no meaning.
+    // Further bits have no place in the value and no meaning in the standard.
     const unsigned int count = std::min<std::uint32_t>(record.numbits, 32);
     for (unsigned int bit = 0; bit < count; ++bit) {
         value.put_bit(bit, (record.data[bit / 8] & 0x80U >> bit % 8) != 0);

@@ -44,16 +44,21 @@ public:
     /// 0 when nothing is held, 1 for fullName.
     unsigned int get_type() const;
 
-    /// All names lead to the same CRL. Null unless fullName is held; valid until the object is changed or destroyed.
-    /// The setter copies.
+    /// All names lead to the same CRL. They come from the certificate and are not trusted: check scheme and host before
+    /// connecting. Null unless fullName is held; valid until the object is changed or destroyed. The setter copies.
     const CGeneralNames* get_fullName() const;
     void put_fullName(const CGeneralNames& fullName);
 
-    /// The DER of the choice. Throws kAsn1Error when nothing is held, and what CGeneralName::encode throws for a name.
+    /// The DER of the choice. Throws:
+    /// - kAsn1Error: nothing is held.
+    /// - kAsn1Error, kInvalidArgument: as CGeneralName::encode, for one of the names.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, and kInvalidArgument for a general name
-    /// of a kind without support; the object is then unchanged.
+    /// Replaces the content; octets after the choice are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not of the type.
+    /// - kInvalidArgument: it contains a general name of a kind without support.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
     /// Equal names by the lenient rule of CGeneralName, or nothing held in both.
@@ -70,7 +75,8 @@ private:
 ///       reasons           [1] ReasonFlags OPTIONAL,
 ///       cRLIssuer         [2] GeneralNames OPTIONAL }
 ///
-/// One pointer wide, so that lists stay small. Copies are deep.
+/// One pointer wide, so that lists stay small. Copies are deep; an object that was moved from has no members and may be
+/// used again.
 class TALLOW_EXPORT CDistributionPoint {
 public:
     /// All three members absent.
@@ -96,12 +102,17 @@ public:
     void put_cRLIssuer(const CGeneralNames* cRLIssuer);
 
     /// The DER of the distribution point. An empty cRLIssuer is omitted like an absent one, and reasons above bit 15
-    /// are not written. Throws kAsn1Error for a name that holds nothing, and what CGeneralName::encode throws. A point
-    /// with no member is encoded, although RFC 5280 requires distributionPoint or cRLIssuer.
+    /// are not written. A point with no member is encoded, although RFC 5280 requires distributionPoint or cRLIssuer.
+    /// Throws:
+    /// - kAsn1Error: the name holds nothing.
+    /// - kAsn1Error, kInvalidArgument: as CGeneralName::encode, for one of the names.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, and kInvalidArgument for a general name
-    /// of a kind without support; the object is then unchanged.
+    /// Replaces the content; octets after the distribution point are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not of the type.
+    /// - kInvalidArgument: it contains a general name of a kind without support.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
     /// Each member equal or absent in both; general names by the lenient rule of CGeneralName.

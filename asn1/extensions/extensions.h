@@ -64,12 +64,15 @@ public:
     const CBlob& get_extnValue() const { return get_value(); }
     bool get_critical() const { return critical_; }
 
-    /// The DER of the extension. Throws kInvalidArgument when the identifier is not dotted decimal text, and kAsn1Error
-    /// when the value of a known extension is not the DER of its type. An empty value is written without a check.
+    /// The DER of the extension. An empty value is written without a check. Throws:
+    /// - kInvalidArgument: the identifier is not dotted decimal text.
+    /// - kAsn1Error: the value of a known extension is not the DER of its type.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the content. Throws kAsn1Error when `data` is not an Extension, or is a known extension with a value
-    /// that is not of its type; the object is then unchanged.
+    /// Replaces the content; octets after the extension are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not an Extension, or is a known extension with a value that is not of its type.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
     /// Equal criticality, identifier text and value bytes.
@@ -101,12 +104,16 @@ public:
     /// Removes the first entry with this identifier; without one, does nothing.
     void erase(const char* oid);
 
-    /// The DER of the list. Throws kAsn1Error for an empty list, since the type demands one entry; otherwise as
-    /// CExtension::encode.
+    /// The DER of the list. Throws:
+    /// - kAsn1Error: the list is empty, since the type demands one entry.
+    /// - kAsn1Error, kInvalidArgument: as CExtension::encode, for one of the entries.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the whole content. Throws kAsn1Error when `data` is not a list of extensions, or an empty one; the list
-    /// is then unchanged.
+    /// Replaces the whole content; octets after the list are ignored. Entries with the same identifier are all kept.
+    /// Throws, with the list unchanged:
+    /// - kAsn1Error: `data` is empty, not a list of extensions, or a list without an entry.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 };
 

@@ -38,21 +38,23 @@ public:
         kAACompromise = 256
     };
 
-    /// The nine masks in the order of their bits, for loops over all reasons.
+    /// The nine masks in the order of their bits, for loops over all reasons:
+    ///
+    ///   for (const CReasonFlags::Flag flag : CReasonFlags::sequence) if (reasons.get_flag(flag)) ...
     static const Flag sequence[9];
 
     /// The set whose masks are combined in `value`; 0 is the empty set.
     explicit CReasonFlags(unsigned int value) : value_(value) {}
 
-    /// All masks combined.
+    /// All masks combined, as given or read.
     unsigned int get_value() const { return value_; }
     void put_value(unsigned int value) { value_ = value; }
 
-    /// By bit number, 0 to 31; a larger number is taken modulo 32.
+    /// By bit number, which is that of the BIT STRING, 0 to 31; a larger number is taken modulo 32.
     bool get_bit(unsigned int n) const;
     void put_bit(unsigned int n, bool on);
 
-    /// By mask. get_flag returns true when any bit of the mask is set.
+    /// By mask, which may combine several flags by a cast. get_flag returns true when any bit of the mask is set.
     void add_flag(Flag flag) { value_ |= flag; }
     void remove_flag(Flag flag) { value_ &= ~static_cast<unsigned int>(flag); }
     bool get_flag(Flag flag) const { return (value_ & flag) != 0; }

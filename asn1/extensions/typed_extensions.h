@@ -5,11 +5,16 @@
 //   list.insert(CExtension(reason, false));                       // get_value() is 0A 01 04
 //   CExtCRLReason again(list.find(reason.get_oid())->get_extnValue());
 //
-// All behave alike. X() sets the identifier and leaves value and member empty. X(member) sets the member and encodes
-// it. X(CBlob) takes the content of extnValue and decodes it; it throws kAsn1Error when that does not fit the type, and
-// for a time or a general name what is noted below. Each setter copies and encodes at once, so that get_value() is
-// always the encoding of what the getters return. A setter that throws has set the member and left the value as it was.
-// References and pointers from getters live until the object changes.
+// All behave alike:
+// - X() sets the identifier and leaves value and member empty.
+// - X(member) sets the member and encodes it.
+// - X(CBlob) takes the content of extnValue and decodes it; it throws kAsn1Error when that does not fit the type, and
+//   for a time or a general name what is noted below.
+// - Each setter copies and encodes at once, so that get_value() is always the encoding of what the getters return. A
+//   setter that throws has set the member and left the value as it was.
+//
+// References and pointers from getters live until the object changes. Memory that is exhausted shows as kAsn1Memory
+// while encoding and decoding, and as std::bad_alloc in plain copies.
 #pragma once
 
 #include <memory>
@@ -31,13 +36,14 @@ namespace Orvane::ASN1 {
 /// A number above 10 throws kAsn1Error, read or written. Not critical.
 class TALLOW_EXPORT CExtCRLReason : public CExtValue {
 public:
-    /// Without an argument the value is empty although get_reason returns kReasonUnspecified.
+    /// Without an argument the value is empty although get_reason returns kReasonUnspecified: call put_reason before
+    /// the extension is used.
     CExtCRLReason();
     explicit CExtCRLReason(CrlReason reason);
     explicit CExtCRLReason(const CBlob& value);
 
     /// kReasonUnspecified until set; that value should be expressed by leaving the extension out (RFC 5280, section
-    /// 5.3.1).
+    /// 5.3.1). The setter throws kAsn1Error for a number above 10.
     CrlReason get_reason() const { return reason_; }
     void put_reason(CrlReason reason);
 
@@ -55,6 +61,7 @@ private:
 /// RFC 5280 no longer contains it; it is read for old CRLs. Not critical.
 class TALLOW_EXPORT CExtHoldInstructionCode : public CExtValue {
 public:
+    /// An empty code, one in dotted decimal text, which throws as put_code, or one that was read.
     CExtHoldInstructionCode();
     explicit CExtHoldInstructionCode(const char* code);
     explicit CExtHoldInstructionCode(const CBlob& value);
@@ -85,7 +92,8 @@ public:
     explicit CExtInvalidityDate(const CDateTime& invalidityDate);
     explicit CExtInvalidityDate(const CBlob& value);
 
-    /// In UTC; 1970-01-01 until set.
+    /// In UTC; 1970-01-01 until set. The setter throws what CDateTime::getSystemTime throws for a time that the
+    /// platform cannot convert.
     const CDateTime& get_invalidityDate() const { return invalidityDate_; }
     void put_invalidityDate(const CDateTime& invalidityDate);
 
@@ -104,6 +112,7 @@ private:
 /// Always critical. X(CBlob) throws kInvalidArgument for a general name of a kind without support.
 class TALLOW_EXPORT CExtCertificateIssuer : public CExtValue {
 public:
+    /// No names, copies of the given ones, or those that were read.
     CExtCertificateIssuer();
     explicit CExtCertificateIssuer(const CGeneralNames& issuer);
     explicit CExtCertificateIssuer(const CBlob& value);
@@ -136,7 +145,8 @@ public:
     CExtPrivateKeyUsagePeriod(const CExtPrivateKeyUsagePeriod& other);
     CExtPrivateKeyUsagePeriod& operator=(const CExtPrivateKeyUsagePeriod& other);
 
-    /// In UTC; null when absent. Owned by the object and valid until it is changed. The setters copy; null removes.
+    /// In UTC; null when absent. Owned by the object and valid until it is changed. The setters copy; null removes. The
+    /// other time stays as it is.
     const CDateTime* get_notBefore() const { return notBefore_.get(); }
     const CDateTime* get_notAfter() const { return notAfter_.get(); }
     void put_notBefore(const CDateTime* notBefore);

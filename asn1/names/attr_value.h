@@ -1,5 +1,9 @@
 // An attribute type with one value: the base of the elements of names (asn1/names/name.h) and of the typed attributes
 // of signatures (asn1/attributes).
+//
+//   CAttrValue value("2.5.4.3", encodeCharString(L"Ivan", kStringTypeUTF8));
+//   CAttribute attribute(value.get_oid());
+//   attribute.add(value);
 #pragma once
 
 #include "export.h"
@@ -19,7 +23,7 @@ namespace Orvane::ASN1 {
 class TALLOW_EXPORT CAttrValue {
 public:
     /// Empty identifier and value. In the others, `oid` is dotted decimal text, null counts as empty, and both
-    /// arguments are copied.
+    /// arguments are copied. They throw std::bad_alloc.
     CAttrValue();
     explicit CAttrValue(const char* oid);
     CAttrValue(const char* oid, const CBlob& value);

@@ -1,4 +1,4 @@
-// The attribute types that distinguished names know by a short name, and the two text forms of a value: plain text for
+// The attribute types that have a short name in distinguished names, and the two text forms of a value: plain text for
 // these types, '#' and hexadecimal DER for all others (RFC 4514, section 2.4).
 //
 //   CATAVRegister::typeFromStr(L"CN");                                        // "2.5.4.3"
@@ -18,7 +18,9 @@
 namespace Orvane::ASN1 {
 
 /// One known attribute type, and as static functions the list of all. The list is filled when the library is loaded and
-/// only read afterwards, so any thread may read it. A program that adds types must do so before it starts threads.
+/// only read afterwards, so any thread may read it. A program that adds types must do so before it starts threads:
+///
+///   static const CATAVRegister userId("0.9.2342.19200300.100.1.1", L"UID", kStringTypeUTF8, 256);
 class TALLOW_EXPORT CATAVRegister {
 public:
     using List = std::list<CATAVRegister>;
@@ -62,6 +64,8 @@ public:
     static CBlob valueFromStr(const char* oid, const wchar_t* text, StringType type);
 
     /// Identifier and value from their texts, by typeFromStr and valueFromStr.
+    /// For an unknown short name the result has that text as its identifier, and cannot be encoded. Throws what the two
+    /// throw.
     static CAttrValue makeATAV(const wchar_t* type, const wchar_t* value, StringType stringType);
     /// The same from "type=value", split at the first '='; blanks are kept. Throws kInvalidArgument when there is no
     /// '='.

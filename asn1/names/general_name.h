@@ -82,12 +82,16 @@ public:
     void put_directoryName(const CBlob& name);
     void put_iPAddress(const CBlob& address);
 
-    /// The DER of the choice. Texts are written in UTF-8 without a test for ASCII. Throws kInvalidArgument when nothing
-    /// is held or registeredID is not dotted decimal text, and kAsn1Error when directoryName is not a DER Name.
+    /// The DER of the choice. Texts are written in UTF-8 without a test for ASCII. Throws:
+    /// - kInvalidArgument: nothing is held, or registeredID is not dotted decimal text.
+    /// - kAsn1Error: directoryName is not a DER Name.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the content. Octets after the first element are ignored. Throws kAsn1Error when `data` is not a
-    /// GeneralName, and kInvalidArgument for an alternative that cannot be held; the object is then unchanged.
+    /// Replaces the content; octets after the first element are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not a GeneralName.
+    /// - kInvalidArgument: the alternative cannot be held.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
     /// For display and logs only: the kind, and only the first character of a text. A directoryName appears whole, in
@@ -114,8 +118,10 @@ public:
     /// The DER of the list. Throws what CGeneralName::encode throws.
     CBlob encode() const;
 
-    /// Replaces the whole content. Throws kAsn1Error when `data` is not of the type, and kInvalidArgument when one of
-    /// the names is of a kind that cannot be held; the list is then unchanged.
+    /// Replaces the whole content; octets after the list are ignored. Throws, with the list unchanged:
+    /// - kAsn1Error: `data` is empty or not of the type.
+    /// - kInvalidArgument: one of the names is of a kind that cannot be held.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 };
 

@@ -61,12 +61,15 @@ public:
     /// Replaces identifier and value by those of "type=value"; a failure leaves the object unchanged.
     void fromString(const wchar_t* text, StringType stringType);
 
-    /// The DER of the element. Throws kInvalidArgument for an identifier that is not dotted decimal text, and
-    /// kAsn1Error for a value that is not the DER of a known attribute's type, or not DER at all. An empty value is not
-    /// checked and leaves no trace: the result is then not a valid element.
+    /// The DER of the element. An empty value is neither checked nor written: the result is then not a valid element.
+    /// Throws:
+    /// - kInvalidArgument: the identifier is not dotted decimal text.
+    /// - kAsn1Error: the value is not the DER of a known attribute's type, or not DER at all.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
-    /// Replaces the content. Throws kAsn1Error, with the object unchanged, when `data` is not of the type, or is a
-    /// known attribute with a value that is not of its type.
+    /// Replaces the content; octets after the element are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not of the type, or is a known attribute with a value that is not of its type.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
     bool operator==(const CAttributeTypeAndValue& other) const = default;
@@ -92,9 +95,14 @@ public:
     /// elements before it are then in the list.
     void fromString(const wchar_t* text);
 
-    /// The DER of the set. Throws kAsn1Error for an empty one, and what CAttributeTypeAndValue::encode throws.
+    /// The DER of the set. Throws:
+    /// - kAsn1Error: the set is empty.
+    /// - kAsn1Error, kInvalidArgument: as CAttributeTypeAndValue::encode, for one of the elements.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
-    /// Replaces the whole content. Throws kAsn1Error, with the list unchanged, when `data` is not of the type.
+    /// Replaces the whole content; octets after the set are ignored. Throws, with the list unchanged:
+    /// - kAsn1Error: `data` is empty or not of the type.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 };
 
@@ -120,9 +128,13 @@ public:
     /// Appends the RDNs of the text; failures as for CRelativeDistinguishedName::fromString.
     void fromString(const wchar_t* text);
 
-    /// The DER of the name. Throws what CRelativeDistinguishedName::encode throws.
+    /// The DER of the name. Throws:
+    /// - kAsn1Error, kInvalidArgument: as CRelativeDistinguishedName::encode, for one of the RDNs.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
-    /// Replaces the whole content. Throws kAsn1Error, with the name unchanged, when `data` is not of the type.
+    /// Replaces the whole content; octets after the name are ignored. Throws, with the name unchanged:
+    /// - kAsn1Error: `data` is empty or not of the type.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 };
 

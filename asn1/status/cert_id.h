@@ -1,5 +1,9 @@
 // A certificate named in PKI messages (RFC 4211, section 6.5). Not to be confused with the CertID of OCSP,
-// message/cert_id.h.
+// message/cert_id.h, which names the issuer by hashes.
+//
+//   CGeneralName issuer;
+//   issuer.put_directoryName(issuerDer);
+//   CCertId id(issuer, serialNumber);
 #pragma once
 
 #include "asn1/algorithms/big_integer.h"
@@ -20,22 +24,28 @@ class TALLOW_EXPORT CCertId {
 public:
     /// No name and a number without octets; cannot be encoded.
     CCertId();
+    /// Copies of the arguments, which encode() checks.
     CCertId(const CGeneralName& issuer, const CBigInteger& serialNumber);
 
     /// The issuer, normally a directoryName; type 0 in a new object. The setter copies.
     const CGeneralName& get_issuer() const { return issuer_; }
     void put_issuer(const CGeneralName& issuer);
 
-    /// Big-endian two's complement, as in DER. The setter copies.
+    /// Big-endian two's complement, as in DER; without octets in a new object. The setter copies.
     const CBigInteger& get_serialNumber() const { return serialNumber_; }
     void put_serialNumber(const CBigInteger& serialNumber);
 
-    /// The DER of the identifier. Throws kAsn1Error for a number without octets, and what CGeneralName::encode throws,
-    /// kInvalidArgument for a name that holds nothing.
+    /// The DER of the identifier. Throws:
+    /// - kAsn1Error: the number has no octets.
+    /// - kInvalidArgument: the name holds nothing.
+    /// - kAsn1Error, kInvalidArgument: as CGeneralName::encode.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, and kInvalidArgument for a general name
-    /// of a kind without support; the object is then unchanged.
+    /// Replaces the content; octets after the identifier are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not of the type.
+    /// - kInvalidArgument: it contains a general name of a kind without support.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
     /// Names equal by the lenient rule of CGeneralName, and serial numbers equal as integers.

@@ -20,7 +20,8 @@ namespace Orvane::ASN1 {
 ///       infoType  OBJECT IDENTIFIER,
 ///       infoValue ANY DEFINED BY infoType OPTIONAL }
 ///
-/// Copies are deep. Immutable except by assignment.
+/// Copies are deep and throw std::bad_alloc. Immutable except by assignment. Values of known items are checked when a
+/// list is read or written, and returned as bytes.
 class TALLOW_EXPORT CInfoTypeAndValue {
 public:
     /// Copies the arguments; those not given are empty, and a null identifier counts as empty. encode() of the list
@@ -74,12 +75,15 @@ public:
     /// nothing happens in release builds.
     void remove(const char* oid);
 
-    /// The DER of the items as a SEQUENCE, empty when there are none. Throws kInvalidArgument when an identifier is not
-    /// dotted decimal text, and kAsn1Error when the value of a known item is not the DER of its type.
+    /// The DER of the items as a SEQUENCE, empty when there are none. Throws:
+    /// - kInvalidArgument: an identifier is not dotted decimal text.
+    /// - kAsn1Error: the value of a known item is not the DER of its type.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the whole content. Throws kAsn1Error, with the list unchanged, when `data` is not a SEQUENCE OF
-    /// InfoTypeAndValue.
+    /// Replaces the whole content; octets after the SEQUENCE are ignored. Throws, with the list unchanged:
+    /// - kAsn1Error: `data` is empty or not a SEQUENCE OF InfoTypeAndValue.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 };
 

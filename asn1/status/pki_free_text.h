@@ -5,7 +5,7 @@
 //   const wchar_t* shown = text.find(CLanguageTagEnUs())->get_value();
 //
 // On the wire the language is a prefix of the text: U+0E01, a character U+0E00 + c for each octet c of the tag, U+0E7E.
-// A text of language "*" has no prefix. These are not the tag characters of RFC 2482: other software takes them for
+// A text of language "*" has no prefix. These are not the tag characters of RFC 2482: other software displays them as
 // Thai letters, and a text that really begins with U+0E01 cannot be read here without a tag. A '~' in a tag is the end
 // mark itself, and what follows it is read as text.
 #pragma once
@@ -27,11 +27,13 @@ public:
     CPKIFreeTextString(const wchar_t* value, const CLanguageTag& language);
     CPKIFreeTextString(const char* value, const CLanguageTag& language);
 
+    /// Copies text and language, as the assignment does.
     void assign(const CPKIFreeTextString& other);
 
     /// The text, never null. The setter copies and keeps the language; null counts as empty.
     const wchar_t* get_value() const { return value_.c_str(); }
     void set_value(const wchar_t* value);
+    /// The language; "*" for a text without one.
     const CLanguageTag& get_language() const { return language_; }
 
     /// Equal language and equal text.
@@ -59,8 +61,8 @@ public:
     iterator find(const CLanguageTag& language);
     const_iterator find(const CLanguageTag& language) const;
 
-    /// Replaces the text of the first entry of the same language where it is, or appends a copy. A text of language
-    /// "*" is always appended.
+    /// Replaces the text of the first entry of the same language where it is, or appends a copy. A text of language "*"
+    /// is always appended. The argument may be an entry of this list.
     void insert(const CPKIFreeTextString& text);
 
     /// Removes every text of the language; "*" empties the list.

@@ -45,7 +45,7 @@ enum PKIStatusEnum : int {
 /// Bit n of the value is bit n of the BIT STRING; bits above 31 of a decoded one are dropped.
 class TALLOW_EXPORT CPKIFailureInfo {
 public:
-    /// The set whose bits are given; 0 is the empty set.
+    /// The set whose bits are given, 1 << n for bit n; 0 is the empty set.
     explicit CPKIFailureInfo(unsigned int value) : value_(value) {}
 
     /// All bits combined.
@@ -56,10 +56,13 @@ public:
     bool get_bit(unsigned int n) const;
     void put_bit(unsigned int n, bool on);
 
-    /// The DER of the BIT STRING, which ends at the last bit that is set.
+    /// The DER of the BIT STRING, which ends at the last bit that is set. Throws:
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the content. Throws kAsn1Error, with the object unchanged, when `data` is not a BIT STRING.
+    /// Replaces the content; octets after the BIT STRING are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not a BIT STRING.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
     bool operator==(const CPKIFailureInfo& other) const { return value_ == other.value_; }
@@ -81,6 +84,8 @@ public:
     /// No failure bits and no texts.
     explicit CPKIStatusInfo(PKIStatusEnum status);
 
+    /// The status as given or read. Unless the message is signed and the signature was verified, anyone can have sent
+    /// it.
     PKIStatusEnum get_pkiStatus() const { return status_; }
     void put_pkiStatus(PKIStatusEnum status);
 
@@ -92,12 +97,16 @@ public:
     const CPKIFreeText& get_statusString() const { return statusString_; }
     void put_statusString(const CPKIFreeText& statusString);
 
-    /// The DER of the status. Failure bits of 0 and an empty list of texts are omitted. Throws kAsn1Error for a text
-    /// with a character that has no UTF-8 form.
+    /// The DER of the status. Failure bits of 0 and an empty list of texts are omitted. Throws:
+    /// - kAsn1Error: a text contains a character that has no UTF-8 form.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, kBadUtf8 for a text that is not UTF-8,
-    /// and kInvalidArgument for a text whose language tag does not end; the object is then unchanged.
+    /// Replaces the content; octets after it are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not of the type.
+    /// - kBadUtf8: a text is not UTF-8.
+    /// - kInvalidArgument: the language tag of a text does not end.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
 private:

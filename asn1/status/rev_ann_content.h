@@ -1,4 +1,10 @@
 // The announcement that a certificate is going to be revoked (RFC 4210, section 5.3.14).
+//
+//   CRevAnnContent announcement;
+//   announcement.decode(der);
+//   report(announcement.get_certId(), announcement.get_willBeRevokedAt());
+//
+// It is a notice: whether a certificate is revoked is for CRLs and OCSP responses to say.
 #pragma once
 
 #include "asn1/codec/owned_ptr.h"
@@ -28,6 +34,7 @@ class TALLOW_EXPORT CRevAnnContent {
 public:
     /// Status 0, an empty certId, which cannot be encoded, both times 1970-01-01, no crlDetails.
     CRevAnnContent();
+    /// Copies of the arguments, no crlDetails. Nothing is checked: badSinceDate may be the later time.
     CRevAnnContent(const PKIStatusEnum& status, const CCertId& certId, const CDateTime& willBeRevokedAt,
                    const CDateTime& badSinceDate);
     CRevAnnContent(const CRevAnnContent& other);
@@ -53,13 +60,17 @@ public:
     const CExtensions* get_crlDetails() const;
     void put_crlDetails(const CExtensions* crlDetails);
 
-    /// The DER of the announcement. Empty crlDetails are omitted like absent ones. Throws as CCertId::encode and
-    /// CExtension::encode. Years have four digits: of a year above 9999 the last four are written.
+    /// The DER of the announcement. Empty crlDetails are omitted like absent ones. Years have four digits: of a year
+    /// above 9999 the last four are written. Throws:
+    /// - kAsn1Error, kInvalidArgument: as CCertId::encode and CExtension::encode.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the content. Throws kAsn1Error when `data` is not of the type, kInvalidArgument for a general name of a
-    /// kind without support, and for a malformed time what the constructor of CDateTime throws; the object is then
-    /// unchanged.
+    /// Replaces the content; octets after it are ignored. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not of the type.
+    /// - kInvalidArgument: it contains a general name of a kind without support.
+    /// - 0x8007076D, 0x80004005: a time is malformed or does not exist (the constructor of CDateTime).
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
 private:

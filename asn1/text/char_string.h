@@ -20,7 +20,7 @@ namespace Orvane::ASN1 {
 ///       bmpString       BMPString }
 ///   -- and IA5String for addresses and domain components
 ///
-/// RFC 5280, section 4.1.2.4, wants UTF8String or PrintableString in new names.
+/// RFC 5280, section 4.1.2.4, requires UTF8String or PrintableString in new names.
 enum StringType : unsigned int {
     /// The type registered for the attribute; not accepted by encodeCharString.
     kStringTypeDefault = 0,

@@ -26,8 +26,8 @@ const char* skipWhiteSpace(const char* text) {
     return text + std::strspn(text, " \t\n\v\f\r");
 }
 
-// What strtoul reads of a number that is nothing but a few digits, which is what identifiers are made of. The full
-// reading is left to strtoul: leading white space and signs, and numbers beyond 18 digits.
+// Returns what strtoul returns for a number of a few digits, the usual case in identifiers. The full reading is left to
+// strtoul: leading white space and signs, and numbers beyond 18 digits.
 const char* readDigits(const char* text, unsigned long& number) {
     constexpr int kSafeDigits = 18;
     const char* end = text;

@@ -58,7 +58,7 @@ void ASN1IA5String_traits::get(const char* record, CStringProxy& value) {
 }
 
 void ASN1IA5String_traits::copy(ASN1CTXT* /*ctxt*/, const char* from, const char*& to) {
-    // The pointer itself: records that are copied so share their texts, and the source is the one that lives longer.
+    // Copies only the pointer: the records share the text, and the source must outlive the copy.
     to = from;
 }
 

@@ -1,5 +1,11 @@
 // Narrow text to wide and back, and numbers to text. Narrow text is in code page 0 of the Support service, which is
 // UTF-8 here; a wide character has 32 bits.
+//
+//   std::wstring wide = ASN1::towstring("ocsp.example");
+//   std::string narrow = ASN1::tostring(wide.c_str());
+//
+// A text ends at its terminator. Since invalid input becomes U+FFFD, different inputs can give one result: compare the
+// inputs where it matters. All throw std::bad_alloc.
 #pragma once
 
 #include <string>

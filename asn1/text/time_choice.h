@@ -24,7 +24,8 @@ class CTimeChoiceImpl;
 /// otherwise. The encoding has whole seconds only. Copies are deep.
 class TALLOW_EXPORT CTimeChoice {
 public:
-    /// Holds 1970-01-01 00:00:00.
+    /// Holds 1970-01-01 00:00:00, or a copy of `time`. A time that the platform cannot convert throws as
+    /// CDateTime::year does.
     CTimeChoice();
     explicit CTimeChoice(const CDateTime& time);
     CTimeChoice(const CTimeChoice& other);
@@ -36,7 +37,7 @@ public:
     /// Removes the value: type 0, and get_time returns null.
     void clear();
 
-    /// 1 for utcTime, 2 for generalTime, 0 after clear.
+    /// 1 for utcTime, 2 for generalTime, 0 after clear and after a move from the object.
     unsigned int get_type() const;
 
     /// In UTC. Null after clear and after a move from the object; otherwise valid until the object is changed or
@@ -44,13 +45,17 @@ public:
     const CDateTime* get_time() const;
     void put_time(const CDateTime& time);
 
-    /// The DER of the choice. Throws kAsn1Error after clear, and for a year that the alternative cannot express:
-    /// utcTime begins with 1950.
+    /// The DER of the choice. Throws:
+    /// - kAsn1Error: nothing is held, as after clear, or the alternative cannot express the year: utcTime begins with
+    ///   1950.
+    /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
 
-    /// Replaces the content. Fractions of a second and a time zone other than Z are ignored: the fields count as UTC.
-    /// Throws kAsn1Error when `data` is not a Time, and kInvalidArgument for a year before 1601; the object is then
-    /// unchanged.
+    /// Replaces the content; octets after the time are ignored. Fractions of a second and a time zone other than Z are
+    /// ignored: the fields count as UTC. Throws, with the object unchanged:
+    /// - kAsn1Error: `data` is empty or not a Time.
+    /// - kInvalidArgument: the year is before 1601.
+    /// - kAsn1Memory: memory is exhausted, or its limit for a message of this size is reached.
     void decode(const CBlob& data);
 
 private:

@@ -53,7 +53,7 @@ const char* DateToASN1GeneralizedTime(ASN1CTXT* ctxt, const CDateTime& time, boo
     if (!trim) {
         return copyText(ctxt, time.getGeneralizedTime().c_str());
     }
-    // Cut and not rounded: responders and clients have seen this form, and a time rounded up would lie in the future.
+    // Truncated, not rounded: responders and clients have seen this form, and a time rounded up would be in the future.
     const _SYSTEMTIME fields = time.getSystemTime();
     const CDateTime wholeSeconds(fields.wYear, fields.wMonth, fields.wDay, fields.wHour, fields.wMinute, fields.wSecond,
                                  0, 0);

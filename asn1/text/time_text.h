@@ -9,8 +9,8 @@
 
 namespace Orvane::ASN1 {
 
-/// The GeneralizedTime text of `time` in memory from `ctxt`. With `trim` it is cut to the whole second, and not
-/// rounded, at .5 and above either.
+/// The GeneralizedTime text of `time` in memory from `ctxt`. With `trim` it is truncated to the whole second, never
+/// rounded.
 const char* DateToASN1GeneralizedTime(ASN1CTXT* ctxt, const CDateTime& time, bool trim);
 
 /// The text of `time` under `target`, a UTCTime or GeneralizedTime, in Zulu form and in whole seconds. Throws

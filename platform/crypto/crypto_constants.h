@@ -6,7 +6,8 @@
 // ---- Last errors ---------------------------------------------------------------------------------------------------
 
 // Numbers with the top bit set are passed on unchanged as statuses (handles/last_error.h); small numbers become
-// 0x8007xxxx.
+// 0x8007xxxx. Read the last error directly after the call that failed, on the same thread; a call that succeeds leaves
+// it as it was.
 //
 // A provider handle of 0.
 #define NTE_BAD_UID 0x80090001U
@@ -61,7 +62,10 @@
 #define CRYPT_E_ASN1_BADTAG 0x8009310BU
 // The PIN does not open the private key; another one may be tried.
 #define SCARD_W_WRONG_CHV 0x8010006BU
-// Why a chain policy rejects a chain, in CERT_CHAIN_POLICY_STATUS::dwError. Not valid in time:
+// Why a chain policy rejects a chain, in CERT_CHAIN_POLICY_STATUS::dwError; these are verdicts, not last errors. When a
+// chain has several faults, one is reported.
+//
+// A certificate is not valid at the time the chain was built for, or not at the time of the check.
 #define CERT_E_EXPIRED 0x800B0101U
 // The root is not trusted.
 #define CERT_E_UNTRUSTEDROOT 0x800B0109U
@@ -83,7 +87,8 @@
 // Memory is exhausted.
 #define E_OUTOFMEMORY 0x8007000EU
 
-// Failures of an exchange with a responder or server, and of downloads.
+// Failures of an exchange with a responder or server, and of downloads. Trying again may help after a timeout, a
+// refused or an interrupted connection; the others need a change of address, settings or server.
 //
 // The rules forbid contacting this address: a private or local network, or a login in an address from a certificate.
 #define ERROR_NETWORK_ACCESS_DENIED 65U
@@ -114,25 +119,32 @@
 
 // ---- Encodings, stores ---------------------------------------------------------------------------------------------
 
-// Encodings, combined with |: DER certificates and CRLs, which every call requires, and PKCS #7 messages, which are
-// ignored.
+// Encodings, combined with |. Every call requires the first.
+//
+//   X509_ASN     certificates and CRLs in DER; PEM is read from stores and by CryptStringToBinaryA only
+//   PKCS_7_ASN   messages of PKCS #7; ignored
 #define X509_ASN_ENCODING 0x00000001U
 #define PKCS_7_ASN_ENCODING 0x00010000U
 
-// Kinds of stores for CertOpenStore; numbers in place of a provider's name. Memory: a new empty store. System: the
-// certificates and CRLs of a directory, named by narrow or wide text. Collection: several stores seen as one.
+// Kinds of stores for CertOpenStore; numbers in place of a provider's name, so never read them as text.
+//
+//   MEMORY      a new empty store
+//   SYSTEM_A    the certificates and CRLs of a directory, named by narrow text
+//   SYSTEM_W    the same, named by wide text
+//   COLLECTION  several stores seen as one; members are added with CertAddStoreToCollection
 #define CERT_STORE_PROV_MEMORY ((const char*)2)
 #define CERT_STORE_PROV_SYSTEM_A ((const char*)9)
 #define CERT_STORE_PROV_SYSTEM_W ((const char*)10)
 #define CERT_STORE_PROV_COLLECTION ((const char*)11)
 
-// Flags of CertOpenStore. Only OPEN_EXISTING (a system store without a directory is an error) and the location are
-// read; stores are never written, so READONLY changes nothing.
+// Flags of CertOpenStore, combined with |. Only OPEN_EXISTING (a system store without a directory is an error) and the
+// location are read; stores are never written, so READONLY changes nothing, and CREATE_NEW makes no directory.
 #define CERT_STORE_SHARE_CONTEXT_FLAG 0x00000080U
 #define CERT_STORE_CREATE_NEW_FLAG 0x00002000U
 #define CERT_STORE_OPEN_EXISTING_FLAG 0x00004000U
 #define CERT_STORE_READONLY_FLAG 0x00008000U
-// The location of a system store: the user's directory and then the machine's, or only the machine's.
+// The location of a system store: the user's directory and then the machine's, or only the machine's. One of them, as a
+// number inside the mask.
 #define CERT_SYSTEM_STORE_LOCATION_MASK 0x00FF0000U
 #define CERT_SYSTEM_STORE_CURRENT_USER 0x00010000U
 #define CERT_SYSTEM_STORE_LOCAL_MACHINE 0x00020000U
@@ -141,7 +153,12 @@
 #define CERT_CLOSE_STORE_FORCE_FLAG 1U
 #define CERT_CLOSE_STORE_CHECK_FLAG 2U
 
-// What happens when the store already has the same encoding: an error, keep the old one, use the new one, keep both.
+// What CertAddCertificateContextToStore does when the store already has the same encoding.
+//
+//   NEW               fails with CRYPT_E_EXISTS
+//   USE_EXISTING      keeps the old one and adds the properties that it lacks
+//   REPLACE_EXISTING  uses the new one
+//   ALWAYS            keeps both
 #define CERT_STORE_ADD_NEW 1U
 #define CERT_STORE_ADD_USE_EXISTING 2U
 #define CERT_STORE_ADD_REPLACE_EXISTING 3U
@@ -153,8 +170,16 @@
 #define CRYPTO_STORE_ITEM_OTHER 3U   // whole, and neither a certificate nor a CRL
 #define CRYPTO_STORE_ITEM_BROKEN 4U  // cannot be read, or does not count
 
-// What CertFindCertificateInStore compares; its description gives the type of the argument for each. Names are compared
-// byte for byte.
+// What CertFindCertificateInStore compares, and the type of its argument. Names are compared byte for byte, so a name
+// in another string type is not found.
+//
+//   ANY            nothing; null
+//   SHA1_HASH      the thumbprint; CRYPT_HASH_BLOB of 20 octets
+//   ISSUER_NAME    the issuer; CERT_NAME_BLOB
+//   SUBJECT_NAME   the subject; CERT_NAME_BLOB
+//   SUBJECT_CERT   issuer and serial number; CERT_INFO
+//   ISSUER_OF      the subject with the issuer of the argument; a certificate context
+//   EXISTING       the whole encoding; a certificate context
 #define CERT_FIND_ANY 0x00000000U
 #define CERT_FIND_SHA1_HASH 0x00010000U
 #define CERT_FIND_ISSUER_NAME 0x00020004U
@@ -177,11 +202,12 @@
 #define CERT_KEY_SPEC_PROP_ID 6U
 // The value of the extended key usage extension, in DER.
 #define CERT_ENHKEY_USAGE_PROP_ID 9U
-// A name for people; kept, not read.
+// A name for people; kept, not read. Absent unless a caller has set it.
 #define CERT_FRIENDLY_NAME_PROP_ID 11U
-// The hash that the certificate's signature covers.
+// The hash of the signed part of the certificate, made with the hash of its signature algorithm; absent for algorithms
+// without a separate hash, and for those that need an engine.
 #define CERT_SIGNATURE_HASH_PROP_ID 15U
-// The key identifier of the subject's key.
+// The key identifier of the subject's key: that of the extension, else SHA-1 of the whole subjectPublicKeyInfo.
 #define CERT_KEY_IDENTIFIER_PROP_ID 20U
 // MD5 of the subject, and of issuer and serial number (not used), and of the public key.
 #define CERT_SUBJECT_NAME_MD5_HASH_PROP_ID 29U
@@ -203,10 +229,16 @@
 #define USAGE_MATCH_TYPE_AND 0U
 #define USAGE_MATCH_TYPE_OR 1U
 
-// Flags of CertGetCertificateChain, combined with |. CACHE_ONLY_URL_RETRIEVAL: issuers and CRLs are not downloaded.
-// REVOCATION_CHECK_END_CERT looks up the end certificate in CRLs, _CHAIN and _CHAIN_EXCLUDE_ROOT the whole chain; the
-// last one is for certificates from received requests, and addresses in them are not contacted. _CACHE_ONLY: CRLs are
-// not downloaded. CACHE_END_CERT and DISABLE_AUTH_ROOT_AUTO_UPDATE have no effect.
+// Flags of CertGetCertificateChain, combined with |. Without any, revocation is not checked and issuers may be
+// downloaded.
+//
+//   CACHE_ONLY_URL_RETRIEVAL             issuers and CRLs are not downloaded
+//   REVOCATION_CHECK_END_CERT            looks up the end certificate in CRLs
+//   REVOCATION_CHECK_CHAIN               looks up the whole chain but the root
+//   REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT  the same, for certificates from received requests: addresses in them are not
+//                                        contacted for issuers
+//   REVOCATION_CHECK_CACHE_ONLY          CRLs are not downloaded
+//   CACHE_END_CERT, DISABLE_AUTH_ROOT_AUTO_UPDATE   no effect
 #define CERT_CHAIN_CACHE_END_CERT 0x00000001U
 #define CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL 0x00000004U
 #define CERT_CHAIN_DISABLE_AUTH_ROOT_AUTO_UPDATE 0x00000100U
@@ -246,7 +278,8 @@
 #define CERT_TRUST_HAS_EXCLUDED_NAME_CONSTRAINT 0x00008000U
 // There is no path to a self-signed certificate, or verification did not finish.
 #define CERT_TRUST_IS_PARTIAL_CHAIN 0x00010000U
-// The hash of a signature or the size of a key is too weak.
+// The hash of a signature or the size of a key is too weak: MD5 and older, SHA-1 without accept_sha1, keys below 80
+// bits of strength.
 #define CERT_TRUST_HAS_WEAK_SIGNATURE 0x00100000U
 // See REVOCATION_STATUS_UNKNOWN.
 #define CERT_TRUST_IS_OFFLINE_REVOCATION 0x01000000U
@@ -293,15 +326,19 @@
 
 // ---- Revocation ----------------------------------------------------------------------------------------------------
 
-// For CertVerifyRevocation: the kind of the contexts (certificates); whether they form a chain, each issued by the
-// next; and whether only CRLs at hand are used, without downloads.
+// For CertVerifyRevocation.
+//
+//   CONTEXT_REVOCATION_TYPE       the kind of the contexts, certificates: the only one
+//   VERIFY_REV_CHAIN              the contexts form a chain, each issued by the next
+//   CACHE_ONLY_BASED_REVOCATION   only CRLs at hand are used, without downloads
 #define CERT_CONTEXT_REVOCATION_TYPE 1U
 #define CERT_VERIFY_REV_CHAIN_FLAG 0x00000001U
 #define CERT_VERIFY_CACHE_ONLY_BASED_REVOCATION 0x00000002U
 
 // ---- Providers, keys, algorithms -----------------------------------------------------------------------------------
 
-// Types of providers that CryptAcquireContextA accepts. The random numbers are the same for all.
+// Types of providers that CryptAcquireContextA accepts, and that a certificate's key information may name. The random
+// numbers and the keys are the same for all.
 #define PROV_RSA_FULL 1U
 #define PROV_RSA_AES 24U
 #define PROV_GOST_2001 75U
@@ -313,8 +350,14 @@
 #define CRYPT_VERIFYCONTEXT 0xF0000000U
 #define CRYPT_SILENT 0x00000040U
 
-// Parameters of CryptGetProvParam, and PP_SIGNATURE_PIN of CryptSetProvParam. CRYPT_FIRST begins the enumeration of
-// PP_ENUMALGS.
+// Parameters of CryptGetProvParam, and PP_SIGNATURE_PIN of CryptSetProvParam.
+//
+//   PP_ENUMALGS       one PROV_ENUMALGS a call; CRYPT_FIRST begins, CRYPT_NEXT continues
+//   PP_NAME           terminated text
+//   PP_VERSION        4 octets
+//   PP_PROVTYPE       4 octets, a PROV_... number
+//   PP_SIGNATURE_PIN  terminated narrow text, UTF-8; set only
+//   PP_VERSION_EX     PROV_VERSION_EX
 #define PP_ENUMALGS 1U
 #define PP_NAME 4U
 #define PP_VERSION 5U
@@ -367,7 +410,7 @@
 #define CRYPT_OID_INFO_ALGID_KEY 3U
 #define CRYPT_OID_INFO_SIGN_KEY 4U
 
-// Groups of algorithms for CryptFindOIDInfo; 0 means all.
+// Groups of algorithms for CryptFindOIDInfo; 0 means all. Some OIDs are in two groups, such as that of Ed25519.
 #define CRYPT_HASH_ALG_OID_GROUP_ID 1U
 #define CRYPT_PUBKEY_ALG_OID_GROUP_ID 3U
 #define CRYPT_SIGN_ALG_OID_GROUP_ID 4U
@@ -381,15 +424,22 @@
 #define CRYPT_VERIFY_CERT_SIGN_SUBJECT_OCSP_BASIC_SIGNED_RESPONSE 4U
 
 // The key it verifies with: a CERT_PUBLIC_KEY_INFO, that of a certificate context, or that of the first element of a
-// chain.
+// chain. None of them is checked for trust.
 #define CRYPT_VERIFY_CERT_SIGN_ISSUER_PUBKEY 1U
 #define CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT 2U
 #define CRYPT_VERIFY_CERT_SIGN_ISSUER_CHAIN 3U
 
 // ---- Text forms, exchange ------------------------------------------------------------------------------------------
 
-// Text forms of CryptBinaryToStringW and CryptStringToBinaryA: PEM, bare base64, bytes unchanged, either of the first
-// two, any of the three. NOCRLF writes no line breaks, NOCR writes line feeds only.
+// Text forms of CryptBinaryToStringW and CryptStringToBinaryA.
+//
+//   BASE64HEADER  PEM, with its header lines; reading only
+//   BASE64        bare base64
+//   BINARY        the bytes unchanged
+//   BASE64_ANY    either of the first two; reading only
+//   ANY           any of the three; reading only
+//   NOCRLF        combined with BASE64: writes no line breaks
+//   NOCR          combined with BASE64: writes line feeds only
 #define CRYPT_STRING_BASE64HEADER 0x00000000U
 #define CRYPT_STRING_BASE64 0x00000001U
 #define CRYPT_STRING_BINARY 0x00000002U
@@ -401,19 +451,23 @@
 // The kind of object that CryptRetrieveObjectByUrlW fetches: an OCSP response. The only one.
 #define CONTEXT_OID_OCSP_RESP ((const char*)6)
 
-// How it fetches: only from the cache, only from the network, by HTTP POST.
+// How it fetches, combined with |: only from the cache, only from the network, by HTTP POST. POST is required. Of the
+// other two the cache wins, so that a caller who must not use the network never does.
 #define CRYPT_CACHE_ONLY_RETRIEVAL 0x00000002U
 #define CRYPT_WIRE_ONLY_RETRIEVAL 0x00000004U
 #define CRYPT_HTTP_POST_RETRIEVAL 0x00100000U
 
-// Flags of CRYPTO_CHECK. The caller or the administrator chose the responder's address, so that a login in it may be
-// used.
+// Flags of CRYPTO_CHECK, combined with |. All but the first are restrictions, which hold in every check inside this one
+// as well.
+//
+//   ADDRESS_NAMED   the caller or the administrator chose the responder's address, so that a login in it may be used
+//   NO_DOWNLOADS    no issuer and no CRL is downloaded
+//   NO_STORES       system stores are empty (with CERT_STORE_OPEN_EXISTING_FLAG they do not exist), the system's bundle
+//                   and the roots of crypto_add_trusted_root are not trusted, and no file of them is listed or read; a
+//                   chain trusts only hRoots, or the exclusive roots of its engine. Servers over https are still
+//                   verified with the system's bundle.
+//   NO_CACHE        responses and downloads are neither read from nor written to the cache directory
 #define CRYPTO_CHECK_ADDRESS_NAMED 0x1U
-// Restrictions, which hold in every check inside this one as well. NO_DOWNLOADS: no issuer and no CRL is downloaded.
-// NO_STORES: system stores are empty (with CERT_STORE_OPEN_EXISTING_FLAG they do not exist), the system's bundle and
-// the roots of crypto_add_trusted_root are not trusted, and no file of them is listed or read; a chain trusts only
-// hRoots, or the exclusive roots of its engine. Servers over https are still verified with the system's bundle.
-// NO_CACHE: responses and downloads are neither read from nor written to the cache directory.
 #define CRYPTO_CHECK_NO_DOWNLOADS 0x2U
 #define CRYPTO_CHECK_NO_STORES 0x4U
 #define CRYPTO_CHECK_NO_CACHE 0x8U

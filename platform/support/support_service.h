@@ -71,10 +71,10 @@ typedef const wchar_t* LPCWSTR;
 
 // ---- Last error ----------------------------------------------------------------------------------------------------
 
-// The last error of the calling thread: 0 before the first failure. A call that succeeds does not change it, unless
-// its description says otherwise.
+// The last error of the calling thread: 0 before the first failure. A call that succeeds does not change it, unless its
+// description says otherwise, so read it only after a call whose result shows a failure, and before any other call.
 TALLOW_EXPORT DWORD GetLastError(void);
-// Sets it, for implementations and tests.
+// Sets it for the calling thread, for implementations and tests.
 TALLOW_EXPORT void SetLastError(DWORD code);
 
 // ---- Settings ------------------------------------------------------------------------------------------------------
@@ -103,12 +103,21 @@ typedef struct SUPPORT_SETTINGS_ERROR_ {
     char message[512];    // "path:line:column: reason", one line, terminated, cut if need be
 } SUPPORT_SETTINGS_ERROR;
 
-// Fills `error` for the settings in force (which it loads if nothing was read yet) and returns its code.
+// Fills `error` for the settings in force (which it loads if nothing was read yet) and returns its code: 0, or an error
+// of support_settings_open. ERROR_INVALID_PARAMETER for null; ERROR_NOT_ENOUGH_MEMORY, with `error` unchanged, when
+// memory is exhausted.
 TALLOW_EXPORT int support_settings_error(SUPPORT_SETTINGS_ERROR* error);
 
-// The four reads. Each returns 0, ERROR_FILE_NOT_FOUND when the key is absent, ERROR_INVALID_DATA when the value has
-// another type, ERROR_INVALID_PARAMETER for a null argument, ERROR_BAD_FORMAT when the file is broken. Any result but 0
-// leaves the output unchanged. The last error is not changed.
+// The four reads. A text is read in two steps:
+//
+//   size_t size = 0;
+//   if (support_registry_get_string(path, &size, NULL) != 0) ...      // absent, or of another type
+//   char* text = malloc(size + 1);
+//   if (support_registry_get_string(path, &size, text) != 0) ...      // a failure: do not use a default
+//
+// Each returns 0, ERROR_FILE_NOT_FOUND when the key is absent, ERROR_INVALID_DATA when the value has another type,
+// ERROR_INVALID_PARAMETER for a null argument, ERROR_BAD_FORMAT when the file is broken. Any result but 0 leaves the
+// output unchanged. The last error is not changed.
 
 // With `buffer` null: writes the size of the value in bytes, without terminator, to `size`. Otherwise `*size` must be
 // at least that size and `buffer` must have room for one byte more; writes the value and its terminator, and the size
@@ -176,7 +185,7 @@ TALLOW_EXPORT BOOL FileTimeToSystemTime(const FILETIME* fileTime, SYSTEMTIME* sy
 // The reverse; `wDayOfWeek` is not read. Returns FALSE with ERROR_INVALID_PARAMETER for a null argument and for fields
 // that are not a valid date or time of day; `fileTime` is then unchanged.
 TALLOW_EXPORT BOOL SystemTimeToFileTime(const SYSTEMTIME* systemTime, FILETIME* fileTime);
-// The current time.
+// The current time of the system's clock, in UTC. Null is not accepted. Cannot fail.
 TALLOW_EXPORT void GetSystemTimeAsFileTime(FILETIME* fileTime);
 
 // ---- Text ----------------------------------------------------------------------------------------------------------
@@ -189,13 +198,18 @@ TALLOW_EXPORT void GetSystemTimeAsFileTime(FILETIME* fileTime);
 #define MB_ERR_INVALID_CHARS 0x00000008U
 #define WC_ERR_INVALID_CHARS 0x00000080U
 
-// Converts `sizeSource` units of `source`, or up to and including its terminator when `sizeSource` is -1; a terminator
-// is written only if it was part of the source. With `sizeTarget` 0 nothing is written and the result is the number of
-// units needed; else the result is the number written. Returns 0 on failure, with the last error
-// ERROR_INSUFFICIENT_BUFFER (the target is too small; its content is then undefined), ERROR_INVALID_PARAMETER (another
-// code page, a size of 0 or below -1, a null pointer with a size, a default character), ERROR_INVALID_FLAGS, or, with
-// the flag ..._ERR_INVALID_CHARS, ERROR_NO_UNICODE_TRANSLATION for input that is not UTF-8 or not a code point. Without
-// the flag such input becomes U+FFFD, one for each maximal part that cannot begin a character.
+// Converts `sizeSource` units of `source` (octets of narrow text, characters of wide text), or up to and including its
+// terminator when `sizeSource` is -1; a terminator is written only if it was part of the source. With `sizeTarget` 0
+// nothing is written and the result is the number of units needed; else the result is the number written. Source and
+// target must not overlap. Without the flag ..._ERR_INVALID_CHARS invalid input becomes U+FFFD, one for each maximal
+// part that cannot begin a character.
+//
+// Returns 0 on failure, with the last error
+//   ERROR_INSUFFICIENT_BUFFER       the target is too small; its content is then undefined
+//   ERROR_INVALID_PARAMETER         another code page, a size of 0 or below -1, a null pointer with a size, a default
+//                                   character
+//   ERROR_INVALID_FLAGS             a flag that is not known
+//   ERROR_NO_UNICODE_TRANSLATION    with the flag, input that is not UTF-8 or not a code point
 TALLOW_EXPORT int MultiByteToWideChar(UINT codePage, DWORD flags, const char* source, int sizeSource, wchar_t* target,
                                       int sizeTarget);
 TALLOW_EXPORT int WideCharToMultiByte(UINT codePage, DWORD flags, const wchar_t* source, int sizeSource, char* target,
