@@ -20,12 +20,7 @@ struct RequestorPki {
     Identity signer = requestor(Key::make());
     Identity rsa = requestor(Key::make(KeyKind::kRsa2048));
 
-    Identity requestor(const Key& key) const {
-        CertificateSpec spec;
-        spec.commonName = "requestor";
-        spec.key = key;
-        return issue(ca, spec);
-    }
+    Identity requestor(const Key& key) const { return issue(ca, {.commonName = "requestor", .key = key}); }
 };
 
 const RequestorPki& requestors() {

@@ -14,11 +14,8 @@ namespace testkit {
 namespace {
 
 TEST(Certificate, ExposesItsFields) {
-    CertificateSpec spec;
-    spec.commonName = "fields";
-    spec.serial = fromHex("00a1b2c3");
-    spec.keyUsage = "critical,digitalSignature";
-    spec.ocspUrls = {"http://127.0.0.1/ocsp"};
+    const CertificateSpec spec{
+        .serial = fromHex("00a1b2c3"), .keyUsage = "critical,digitalSignature", .ocspUrls = {"http://127.0.0.1/ocsp"}};
     const Identity identity = issue(Pki::shared().ca, spec);
     const ContextPtr context = testkit::context(identity.certificate);
     ASSERT_NE(context, nullptr);

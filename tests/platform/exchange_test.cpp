@@ -14,8 +14,8 @@
 #include "platform/crypto/network/fetch.h"
 #include "tests/platform/environment_fixture.h"
 #include "tests/platform/exchange_fixture.h"
-#include "tests/platform/settings_fixture.h"
 #include "tests/support/http_server.h"
+#include "tests/support/settings_file.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/tlv.h"
 
@@ -422,9 +422,7 @@ TEST(SendPkiRequest, EndsAtItsDeadlineDuringASlowResponse) {
 TEST(SendPkiRequest, VerifiesTheTlsServer) {
     const Identity root = rootCa("tls root");
     const auto certificateFor = [&](const Identity& issuer, Bytes address) {
-        CertificateSpec spec;
-        spec.extensions = {{"2.5.29.17", tlv::sequence({tlv::contextPrimitive(7, address)})}};
-        return issue(issuer, spec);
+        return issue(issuer, {.extensions = {{"2.5.29.17", tlv::sequence({tlv::contextPrimitive(7, address)})}}});
     };
     const TempDir folder;
     const std::string bundle = folder.write("bundle.pem", root.certificatePem());

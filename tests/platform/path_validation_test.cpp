@@ -99,11 +99,9 @@ struct PathRow {
 
 // A certificate of a CA with the name of pki.ca.
 Identity namesake(const Key& key, const Identity& issuer, const Change& change = nothing) {
-    return caUnder(issuer, [&](CertificateSpec& spec) {
-        spec.commonName = "ca";
-        spec.key = key;
-        change(spec);
-    });
+    CertificateSpec spec{.commonName = "ca", .key = key, .ca = true};
+    change(spec);
+    return issue(issuer, spec);
 }
 
 class PathValidation : public ::testing::Test {
@@ -113,9 +111,7 @@ protected:
         std::vector<Identity> path{pki.root};
         std::string issuerName = "root";
         for (std::size_t i = 0; i < changes.size(); ++i) {
-            CertificateSpec spec;
-            spec.ca = i + 1 < changes.size();
-            spec.commonName = "element " + std::to_string(i);
+            CertificateSpec spec{.commonName = "element " + std::to_string(i), .ca = i + 1 < changes.size()};
             changes[i](spec);
             spec.commonName = spec.commonName == kSelfIssued ? issuerName : spec.commonName;
             issuerName = spec.commonName;
@@ -372,14 +368,10 @@ TEST_F(PathValidation, AppliesPathLengthAndNameConstraints) {
 
 TEST_F(PathValidation, IgnoresCaseAndStringTypeOfNames) {
     const auto name = [](const Bytes& value) { return nameOf("2.5.4.3", value); };
-    const auto caNamed = [&](const Bytes& value) {
-        return caUnder(pki.root, [&](CertificateSpec& spec) { spec.subject = name(value); });
-    };
+    const auto caNamed = [&](const Bytes& value) { return caUnder(pki.root, {.subject = name(value)}); };
     const auto errorWith = [&](const Bytes& inCa, const Bytes& inLeaf) {
-        CertificateSpec spec;
-        spec.issuer = name(inLeaf);
         const Identity ca = caNamed(inCa);
-        return errorOfPath({issue(ca, spec), ca});
+        return errorOfPath({issue(ca, {.issuer = name(inLeaf)}), ca});
     };
     const Bytes plain = tlv::printableString("A Certification  Authority");
     EXPECT_EQ(errorWith(plain, tlv::utf8String(" a certification authority ")), 0U);
@@ -387,15 +379,11 @@ TEST_F(PathValidation, IgnoresCaseAndStringTypeOfNames) {
     EXPECT_EQ(errorWith(plain, tlv::utf8String("A CertificationAuthority")), CERT_TRUST_IS_PARTIAL_CHAIN);
 
     // An expired certificate with the same spelling does not hide the valid one.
-    CertificateSpec spec;
-    spec.issuer = name(tlv::utf8String("a certification authority"));
+    const Bytes spelling = name(tlv::utf8String("a certification authority"));
     const Identity ca = caNamed(plain);
-    const Identity expired = caUnder(pki.root, [&](CertificateSpec& old) {
-        old.subject = spec.issuer;
-        old.key = ca.key;
-        old.notAfterSeconds = -60;
-    });
-    EXPECT_EQ(errorOfPath({issue(ca, spec), expired, ca}), 0U);
+    const Identity leaf = issue(ca, {.issuer = spelling});
+    const Identity expired = caUnder(pki.root, {.key = ca.key, .notAfterSeconds = -60, .subject = spelling});
+    EXPECT_EQ(errorOfPath({leaf, expired, ca}), 0U);
 
     // Each name is parsed once, and at most 256 KiB of them.
     const TrustWorld empty({});
@@ -405,7 +393,7 @@ TEST_F(PathValidation, IgnoresCaseAndStringTypeOfNames) {
     EXPECT_EQ(numNamesRead, 8 * 4 + 7);  // 8 names of issuers, for each origin, and 7 of certificates
     const TrustWorld trusting({pki.root});
     for (const int numLong : {4, 5}) {
-        std::vector<Identity> path{issue(ca, spec)};
+        std::vector<Identity> path{leaf};
         for (int i = 0; i < numLong; ++i) {
             path.push_back(caNamed(tlv::utf8String(std::string(60000, static_cast<char>('a' + i)))));
         }
@@ -426,7 +414,7 @@ TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
     const Identity forged = namesake(pki.ca.key, forgedRoot);
     const Change old = [](CertificateSpec& spec) { spec.notAfterSeconds = -60; };
     const Identity below = issueCa(pki.ca, "below");
-    const Identity narrow = caUnder(pki.root, pathLength(0));
+    const Identity narrow = caUnder(pki.root, {.pathLength = 0});
     const Change other = [&](CertificateSpec& spec) {
         spec.criticalExtensions = {
             {"2.5.29.30", tlv::sequence({tlv::context(0, tlv::sequence({tlv::context(4, pki.sibling.subject())}))})}};

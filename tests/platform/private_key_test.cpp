@@ -10,10 +10,10 @@
 #include <vector>
 
 #include "tests/platform/provider_fixture.h"
-#include "tests/platform/settings_fixture.h"
 #include "tests/platform/token_provider.h"
 #include "tests/support/pki.h"
 #include "tests/support/process.h"
+#include "tests/support/settings_file.h"
 #include "tests/support/temp_dir.h"
 
 namespace testkit {
@@ -86,9 +86,7 @@ TEST_F(PrivateKey, OpensEveryFormWrittenByOpenssl) {
     const Identity other = Pki::shared().revoked;
     const std::string otherPem = folder_.write("other.pem", other.key.pem());
     for (const auto kind : {KeyKind::kRsa2048, KeyKind::kEcP256}) {
-        CertificateSpec spec;
-        spec.key = Key::make(kind);
-        use(selfSigned(spec));
+        use(selfSigned({.key = Key::make(kind)}));
         const std::string bundle = folder_.write(
             "bundle.pem", "A note\n" + identity_.certificatePem() + other.key.pem() + identity_.key.pem());
         struct Row {

@@ -15,8 +15,8 @@
 #include "platform/crypto/network/url_cache.h"
 #include "tests/platform/environment_fixture.h"
 #include "tests/platform/exchange_fixture.h"
-#include "tests/platform/settings_fixture.h"
 #include "tests/support/http_server.h"
+#include "tests/support/settings_file.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/tlv.h"
 

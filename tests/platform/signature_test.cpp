@@ -7,9 +7,9 @@
 
 #include "platform/crypto/keys/public_key.h"
 #include "tests/platform/provider_fixture.h"
-#include "tests/platform/settings_fixture.h"
 #include "tests/support/pki.h"
 #include "tests/support/process.h"
+#include "tests/support/settings_file.h"
 #include "tests/support/tlv.h"
 
 namespace testkit {
@@ -93,12 +93,9 @@ TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
 }
 
 TEST(Signature, AcceptsSha1OnlyWithTheSetting) {
-    CertificateSpec spec;
-    spec.key = Key::make(KeyKind::kRsa2048);
-    spec.hash = "SHA1";
-    const Bytes weak = selfSigned(spec).certificate;
-    spec.hash = "MD5";
-    const Bytes broken = selfSigned(spec).certificate;
+    const Key key = Key::make(KeyKind::kRsa2048);
+    const Bytes weak = selfSigned({.key = key, .hash = "SHA1"}).certificate;
+    const Bytes broken = selfSigned({.key = key, .hash = "MD5"}).certificate;
     EXPECT_EQ(verify(weak, weak), NTE_BAD_ALGID);
     const SettingsFile settings("[crypto]\naccept_sha1 = true\n");
     EXPECT_EQ(verify(weak, weak), kGood);
@@ -108,13 +105,9 @@ TEST(Signature, AcceptsSha1OnlyWithTheSetting) {
 TEST(Signature, OfAnotherKeyIsBad) {
     const Pki& pki = Pki::shared();
     EXPECT_EQ(verify(pki.good.certificate, pki.ca.certificate), kGood);
-    CertificateSpec rsa;
-    rsa.key = Key::make(KeyKind::kRsa2048);
-    CertificateSpec edwards;
-    edwards.key = Key::make(KeyKind::kEd25519);
-    for (const Bytes& issuer : {pki.sameNameCa.certificate, pki.root.certificate, selfSigned(rsa).certificate,
-                                selfSigned(edwards).certificate}) {
-        EXPECT_EQ(verify(pki.good.certificate, issuer), NTE_BAD_SIGNATURE);
+    for (const Identity& issuer : {pki.sameNameCa, pki.root, selfSigned({.key = Key::make(KeyKind::kRsa2048)}),
+                                   selfSigned({.key = Key::make(KeyKind::kEd25519)})}) {
+        EXPECT_EQ(verify(pki.good.certificate, issuer.certificate), NTE_BAD_SIGNATURE);
     }
 }
 

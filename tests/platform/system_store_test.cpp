@@ -14,8 +14,8 @@
 #include "platform/crypto/chains/chain_sources.h"
 #include "tests/platform/certificate_fixture.h"
 #include "tests/platform/environment_fixture.h"
-#include "tests/platform/settings_fixture.h"
 #include "tests/support/pki.h"
+#include "tests/support/settings_file.h"
 #include "tests/support/tlv.h"
 
 namespace testkit {
@@ -92,9 +92,7 @@ TEST_F(SystemStore, ReadsEveryFormOfAFile) {
     const std::string pem = pki_.ca.certificatePem();
     const Bytes crl = makeCrl(pki_.ca, {});
     const std::string crlPem = toPem(crl, "X509 CRL");
-    CertificateSpec spec;
-    spec.extensions = {{"1.2.3.4", bytesOf(std::string_view("\n" + pem))}};
-    const Bytes carrier = selfSigned(spec).certificate;
+    const Bytes carrier = selfSigned({.extensions = {{"1.2.3.4", bytesOf(std::string_view("\n" + pem))}}}).certificate;
     const Bytes& ca = pki_.ca.certificate;
     const auto cut = [](const Bytes& bytes) { return Bytes(bytes.begin(), bytes.end() - 1); };
     const auto text = [](const std::string& content) { return bytesOf(std::string_view(content)); };

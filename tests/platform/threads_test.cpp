@@ -52,11 +52,8 @@ TEST(Threads, ShareContextsAndStores) {
 TEST(Threads, OpenSystemStoresWhileFilesAndSettingsChange) {
     const Pki& pki = Pki::shared();
     const TempDir folder;
-    const auto settings = [&](const char* name, const char* more) {
-        return folder.write(name, "[crypto]\nsystem_roots = false\nmachine_stores = \"" + folder.file("machine") +
-                                      "\"\nuser_stores = \"\"\n" + more);
-    };
-    const std::string files[] = {settings("a.toml", ""), settings("b.toml", "accept_sha1 = true\n")};
+    const std::string files[] = {folder.write("a.toml", machineSettings(folder)),
+                                 folder.write("b.toml", machineSettings(folder, "accept_sha1 = true\n"))};
     folder.write("machine/ROOT/root.pem", pki.root.certificatePem());
     folder.write("machine/CA/ca.pem", pki.ca.certificatePem());
     ASSERT_EQ(support_settings_open(files[0].c_str()), 0);

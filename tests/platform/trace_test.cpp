@@ -10,7 +10,7 @@
 #include <thread>
 #include <vector>
 
-#include "tests/platform/settings_fixture.h"
+#include "tests/support/settings_file.h"
 
 namespace testkit {
 namespace {

@@ -146,7 +146,7 @@ Identity make(const Identity* issuer, const CertificateSpec& spec) {
     const X509Ptr issuerCertificate = issuer != nullptr ? parseCertificate(issuer->certificate) : nullptr;
     X509* const issuerOrSelf = issuerCertificate ? issuerCertificate.get() : certificate.get();
 
-    X509_set_version(certificate.get(), spec.versionOne ? X509_VERSION_1 : spec.version - 1);
+    X509_set_version(certificate.get(), spec.version - 1);
     X509_set_serialNumber(certificate.get(), makeSerial(spec.serial).get());
     const X509NamePtr subject =
         spec.subject ? fromDer<X509NamePtr>(*spec.subject, d2i_X509_NAME) : makeName(spec.commonName);
@@ -159,21 +159,12 @@ Identity make(const Identity* issuer, const CertificateSpec& spec) {
         setText(X509_getm_notAfter(certificate.get()), *spec.notAfter);
     }
     require(X509_set_pubkey(certificate.get(), key.get()) == 1, "setting the key");
-    if (!spec.versionOne) {
-        addExtensions(certificate.get(), issuerOrSelf, spec);
-    }
+    addExtensions(certificate.get(), issuerOrSelf, spec);
 
     EVP_PKEY* const signer = issuer != nullptr ? issuer->key.get() : key.get();
     require(X509_sign_ctx(certificate.get(), signingContext(signer, spec.hash, spec.pss).get()) > 0,
             "signing a certificate");
     return {toDer(certificate.get(), i2d_X509), key};
-}
-
-CertificateSpec caSpec(const std::string& commonName) {
-    CertificateSpec spec;
-    spec.commonName = commonName;
-    spec.ca = true;
-    return spec;
 }
 
 Pki makePki() {
@@ -183,16 +174,11 @@ Pki makePki() {
     pki.sibling = issueCa(pki.root, "sibling");
     pki.subCa = issueCa(pki.ca, "subCa");
     pki.sameNameCa = rootCa("ca");
-    CertificateSpec leaf;
     for (auto [member, name] : {std::pair{&pki.good, "good"}, {&pki.revoked, "revoked"}, {&pki.unknown, "unknown"}}) {
-        leaf.commonName = name;
-        *member = issue(pki.ca, leaf);
+        *member = issue(pki.ca, {.commonName = name});
     }
-    CertificateSpec delegate;
-    delegate.commonName = "delegate";
-    delegate.keyUsage = "critical,digitalSignature";
-    delegate.extendedKeyUsage = "OCSPSigning";
-    pki.delegate = issue(pki.ca, delegate);
+    pki.delegate = issue(
+        pki.ca, {.commonName = "delegate", .keyUsage = "critical,digitalSignature", .extendedKeyUsage = "OCSPSigning"});
     return pki;
 }
 
@@ -282,11 +268,11 @@ Identity selfSigned(const CertificateSpec& spec) {
 }
 
 Identity issueCa(const Identity& issuer, const std::string& commonName) {
-    return issue(issuer, caSpec(commonName));
+    return issue(issuer, {.commonName = commonName, .ca = true});
 }
 
 Identity rootCa(const std::string& commonName) {
-    return selfSigned(caSpec(commonName));
+    return selfSigned({.commonName = commonName, .ca = true});
 }
 
 Bytes makeCrl(const Identity& issuer, const CrlSpec& spec) {

@@ -8,7 +8,7 @@
 #include <vector>
 
 #include "client/policy/address_text.h"
-#include "tests/client/policy/settings_file.h"
+#include "tests/client/policy/policy_file.h"
 #include "tests/support/status_matcher.h"
 
 namespace {
@@ -17,7 +17,7 @@ using namespace Orvane::PKI::OCSP::Client;
 using namespace testkit;
 
 std::int32_t verdict(const std::string& settings, const ExchangeTraits& exchange) {
-    const SettingsFile file(settings);
+    const PolicyFile file(settings);
     const CRequestPolicy policy;
     return thrownStatus([&] { checkHttpPolicies(policy, exchange); });
 }
@@ -98,7 +98,7 @@ TEST(AddressMasks, EachSettingRefusesOneSchemeAtOneKindOfServer) {
         }
     }
     for (const Case& denied : cases) {
-        const SettingsFile file(denied.key + " = true");
+        const PolicyFile file(denied.key + " = true");
         const CRequestPolicy policy;
         for (const Case& used : cases) {
             EXPECT_THAT(thrownStatus([&] { checkHttpPolicies(policy, used.exchange); }),

@@ -6,7 +6,7 @@
 #include <string>
 
 #include "client/policy/request_checks.h"
-#include "tests/client/policy/settings_file.h"
+#include "tests/client/policy/policy_file.h"
 #include "tests/support/status_matcher.h"
 
 namespace {
@@ -15,7 +15,7 @@ using namespace Orvane::PKI::OCSP::Client;
 using namespace testkit;
 
 TEST(RequestPolicy, ReadsItsKeysInTheOrderThatATraceShows) {
-    const SettingsFile settings;
+    const PolicyFile settings;
     const std::string path = settings.folder().file("trace");
     ASSERT_EQ(support_trace_open(127, path.c_str()), 0);
     { const CRequestPolicy policy; }
@@ -57,7 +57,7 @@ TEST(RequestPolicy, RefusesWhatItForbidsAndWhatItMisses) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.settings);
-        const SettingsFile settings(row.settings);
+        const PolicyFile settings(row.settings);
         const CRequestPolicy policy;
         EXPECT_THAT(thrownStatus([&] {
                         checkPolicies(policy, {row.useNonce, row.useAcceptableResponses, row.isSigned});

@@ -42,11 +42,6 @@ protected:
         EXPECT_EQ(made.exitStatus, 0) << made.err;
         return readFile(folder_.file("request.der"));
     }
-    Identity rsaRequestor() const {
-        CertificateSpec rsa = named("rsa");
-        rsa.key = Key::make(KeyKind::kRsa2048);
-        return issue(pki_.ca, rsa);
-    }
 
     // The first objection of a receiver, returned or thrown; 0 for none.
     static std::int32_t objection(const Bytes& der) {
@@ -98,7 +93,7 @@ TEST_F(CheckReceived, ImportsWhatExportGives) {
     ask(made, pki_.revoked, pki_.ca, 1);
     made.put_UseAcceptableResponses(true);
     Orvane::ASN1::CExtensions additional;
-    additional.push_back({Orvane::ASN1::CExtValue("1.2.3", toBlob(tlv::null())), true});
+    additional.push_back({Orvane::ASN1::CExtValue("1.2.3", blob(tlv::null())), true});
     made.put_AdditionalExtensions(&additional);
     ocsp::CExtHistoricalRequest historical;
     historical.put_crlUrl("http://crl/");
@@ -233,7 +228,8 @@ TEST_F(CheckReceived, RejectsCriticalExtensionsAsTheListSays) {
 
 // Name, list, extension, algorithm, signature, certificate, and the lengths between them: no octet may change unseen.
 TEST_F(CheckReceived, RejectsEveryAlteredOctet) {
-    for (const Bytes& der : {signedBy(requestor_), signedByOpenssl(rsaRequestor())}) {
+    for (const Bytes& der :
+         {signedBy(requestor_), signedByOpenssl(issue(pki_.ca, {.key = Key::make(KeyKind::kRsa2048)}))}) {
         ASSERT_THAT(objection(der), IsStatus(0));
         for (std::size_t i = 0; i < der.size(); ++i) {
             Bytes altered = der;
@@ -244,10 +240,7 @@ TEST_F(CheckReceived, RejectsEveryAlteredOctet) {
 }
 
 TEST_F(CheckReceived, ChecksTheRequestorsCertificate) {
-    CertificateSpec old = named("old");
-    old.notBeforeSeconds = -7200;
-    old.notAfterSeconds = -3600;
-    const Identity expired = issue(pki_.ca, old);
+    const Identity expired = issue(pki_.ca, {.notBeforeSeconds = -7200, .notAfterSeconds = -3600});
     const Identity stranger = selfSigned(named("stranger"));
     struct Row {
         const char* what;
@@ -340,9 +333,7 @@ TEST_F(CheckReceived, ContactsAddressesOnlyForTrustedChains) {
     const HttpServer server([&](const HttpRequest& request) {
         return HttpReply{.body = request.target == "/ca.crl" ? crl : between.certificate};
     });
-    CertificateSpec spec = named("far away");
-    spec.caIssuersUrls = {server.url("/between.cer")};
-    spec.crlUrls = {server.url("/ca.crl")};
+    const CertificateSpec spec{.caIssuersUrls = {server.url("/between.cer")}, .crlUrls = {server.url("/ca.crl")}};
     const Identity known = issue(between, spec);
     const Identity stranger = selfSigned(spec);
     CRequest request;

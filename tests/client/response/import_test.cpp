@@ -44,7 +44,7 @@ TEST_F(ResponseImport, ReadsEveryField) {
     CResponse response;
     import(response, der);
     EXPECT_EQ(response.get_ProducedAt(), Orvane::CDateTime("20260102030405Z"));
-    EXPECT_EQ(toBytes(response.get_responderID()), pki_.delegate.subject());
+    EXPECT_EQ(bytes(response.get_responderID()), pki_.delegate.subject());
     const Bytes nonce = fromHex("04080102030405060708");
     EXPECT_TRUE(response.get_HasNonce() && response.VerifyNonce(nonce.data(), nonce.size()));
     EXPECT_FALSE(response.VerifyNonce(nonce.data() + 2, nonce.size() - 2));
@@ -248,7 +248,7 @@ TEST_F(ResponseImport, FindsEachOfManyEntries) {
             EXPECT_EQ(response.get_SRIndexByCertID(response.get_SRCertID(i)), i < 300 || i == 600 ? i : i - 300);
         }
         ocsp::CCertID unknown = response.get_SRCertID(0);
-        unknown.put_serialNumber(Orvane::ASN1::CBigInteger(toBlob(fromHex("FF00")).pbData(), 2));
+        unknown.put_serialNumber(Orvane::ASN1::CBigInteger(blob(fromHex("FF00")).pbData(), 2));
         EXPECT_EQ(response.get_SRIndexByCertID(unknown), CResponse::kNoIndex);
         EXPECT_EQ(response.get_SRIndexByCertID(ocsp::CCertID()), CResponse::kNoIndex);
     }
