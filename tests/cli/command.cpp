@@ -44,9 +44,7 @@ ResponderOptions responderOptions(const Identity& signer) {
 }
 
 ResponseSpec responseAbout(const Identity& identity, EntryStatus status, const Identity& issuer) {
-    ResponseSpec spec(certs().delegate);
-    spec.entries.emplace_back(certIdOf(identity, issuer), status);
-    return spec;
+    return ResponseSpec(certs().delegate, {EntrySpec(certIdOf(identity, issuer), status)});
 }
 
 ResponseSpec goodResponse() {

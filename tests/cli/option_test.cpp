@@ -156,8 +156,7 @@ TEST_F(CheckOptions, ProxyAppliesToTheDownloadOfTheIssuer) {
     const HttpServer direct([&](const HttpRequest&) { return HttpReply{.body = ca.certificate, .delayMs = 1500}; });
     const Identity below = issue(ca, {.caIssuersUrls = {direct.url("/ca.der")}});
     const HttpServer proxy([&](const HttpRequest& request) {
-        ResponseSpec response(responder);
-        response.entries.emplace_back(certIdOf(below, ca));
+        const ResponseSpec response(responder, {EntrySpec(certIdOf(below, ca))});
         return HttpReply{.body = request.method == "GET" ? ca.certificate : buildResponse(response)};
     });
     const std::string crl = tallow.file("root.crl", makeCrl(certs().root, {}));

@@ -18,6 +18,14 @@ struct evp_pkey_st;
 
 namespace testkit {
 
+inline constexpr const char* kSha1Oid = "1.3.14.3.2.26";
+inline constexpr const char* kSha256Oid = "2.16.840.1.101.3.4.2.1";
+inline constexpr const char* kSha384Oid = "2.16.840.1.101.3.4.2.2";
+inline constexpr const char* kSha512Oid = "2.16.840.1.101.3.4.2.3";
+
+/// A digest by its OID; throws for an unknown OID.
+Bytes digest(const std::string& hashOid, const Bytes& data);
+
 enum class KeyKind { kEcP256, kEcP384, kRsa2048, kRsa512, kEd25519, kDsa1024 };
 
 /// A private key; copies share it.

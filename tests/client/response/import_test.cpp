@@ -10,11 +10,7 @@ using namespace testkit;
 
 class ResponseImport : public ClientTest {
 protected:
-    ResponseSpec good() const {
-        ResponseSpec spec(pki_.delegate);
-        spec.entries.emplace_back(certIdOf(pki_.good, pki_.ca));
-        return spec;
-    }
+    ResponseSpec good() const { return ResponseSpec(pki_.delegate, {EntrySpec(certIdOf(pki_.good, pki_.ca))}); }
 };
 
 // A CrlID with only crlTime.
@@ -194,10 +190,8 @@ TEST_F(ResponseImport, ComparesTheNoncesOfBothSides) {
 
 TEST_F(ResponseImport, FindsEntriesByIdentifierAndByCertificate) {
     ResponseSpec spec = good();
-    spec.entries.clear();
-    spec.entries.emplace_back(certIdOf(pki_.revoked, pki_.ca));
-    spec.entries.emplace_back(certIdOf(pki_.good, pki_.ca, kSha256Oid));
-    spec.entries.emplace_back(certIdOf(pki_.good, pki_.ca));
+    spec.entries = {EntrySpec(certIdOf(pki_.revoked, pki_.ca)), EntrySpec(certIdOf(pki_.good, pki_.ca, kSha256Oid)),
+                    spec.entries[0]};
     CResponse response;
     import(response, buildResponse(spec));
     const ATL2::CCertContext good = contextOf(pki_.good);

@@ -23,8 +23,7 @@ protected:
 
     ResponseSpec good() const { return by(responder_); }
     ResponseSpec by(const Identity& signer) const {
-        ResponseSpec spec(signer);
-        spec.entries.emplace_back(certIdOf(pki_.good, pki_.ca));
+        ResponseSpec spec(signer, {EntrySpec(certIdOf(pki_.good, pki_.ca))});
         spec.certificates = {pki_.ca.certificate};
         return spec;
     }
@@ -60,8 +59,6 @@ TEST_F(Verify, AppliesTheAcceptanceRules) {
     old.notBeforeSeconds = -10L * 24 * 3600;
     old.notAfterSeconds = -24 * 3600;
     const Identity expired = issue(pki_.ca, old);
-    ResponseSpec expiredSince = by(expired);
-    expiredSince.producedAt = generalizedTimeText(-2L * 24 * 3600);
     folder_.write("user/CA/sibling.pem", pki_.sibling.certificatePem());
     const ExtensionSpec critical{"1.2.3", true, fromHex("0500")};
     struct Row {
@@ -74,11 +71,8 @@ TEST_F(Verify, AppliesTheAcceptanceRules) {
         {"the issuer itself", by(pki_.ca), 0},
         {"named by key", changed([](ResponseSpec& s) { s.responderIdKind = ResponderIdKind::kByKey; }), 0},
         {"signature altered", changed([](ResponseSpec& s) { s.corruptSignature = true; }), status::kCryptNotFound},
-        {"no usage for OCSP", by(issue(pki_.ca, {.ocspNoCheck = true})), status::kWrongUsage},
         {"a delegate of another CA", by(issue(pki_.sibling, delegateSpec("sibling's"))), status::kWrongUsage},
         {"expired when it answered", by(expired), status::kCertExpired},
-        {"expired since it answered", expiredSince, status::kCertExpired},
-        {"the asked certificate signs for itself", by(pki_.good), status::kWrongUsage},
         {"a critical extension of an entry",
          changed([&](ResponseSpec& s) { s.entries[0].extensions.push_back(critical); }),
          status::kCriticalSingleExtension},
@@ -161,8 +155,7 @@ TEST_F(Verify, ChecksTheRevocationOfAResponderWithoutTheNoCheckMark) {
     crypto_add_trusted_root(contextOf(root).get());
     crl = makeCrl(root, {});
     const Identity direct = issue(root, spec);
-    ResponseSpec answer(direct);
-    answer.entries.emplace_back(certIdOf(pki_.good, root));
+    const ResponseSpec answer(direct, {EntrySpec(certIdOf(pki_.good, root))});
     EXPECT_THAT(outcome(answer), IsStatus(0));
     crl = makeCrl(root, {.revokedSerials = {direct.serial()}});
     FILETIME now;

@@ -30,11 +30,6 @@ public:
 class HttpExchange : public testing::Test {
 protected:
     HttpExchange() {
-        support_settings_open(folder_
-                                  .write("settings.toml",
-                                         "[config.Basalt]\nSendRequestTimeoutMilliseconds = 1234\n"
-                                         "[config.Basalt.cache_settings]\nOcspValiditySeconds = 60\n")
-                                  .c_str());
         params_.OCSPAddress = L"http://o/";
         params_.HTTPStatus = 77;
     }
@@ -43,7 +38,9 @@ protected:
         return SendRequest(&params_, L"agent", headers, &request_, false, allowCache, nullptr, cacheOnly);
     }
 
-    TempDir folder_;
+    SettingsFile settings_{
+        "[config.Basalt]\nSendRequestTimeoutMilliseconds = 1234\n"
+        "[config.Basalt.cache_settings]\nOcspValiditySeconds = 60\n"};
     WinHTTPParams params_;
     Orvane::CBlob request_ = blob(fromHex("FBEFFF01"));  // "++//AQ==": every character that must be escaped
 };
