@@ -170,6 +170,9 @@ TEST_F(CheckOptions, ProxyAppliesToTheDownloadOfTheIssuer) {
     EXPECT_EQ(run.exitStatus, 0) << run.err;
     EXPECT_EQ(proxy.requests().size(), 2U);
     EXPECT_TRUE(direct.requests().empty());
+    tallow.checkUntrusting(proxied);
+    EXPECT_GT(proxy.requests().size(), 2U);
+    EXPECT_EQ(proxy.requests().back().method, "POST") << "an issuer without a root is found, too";
     const Command hurried("check_timeout_ms = 300\n");
     EXPECT_THAT(hurried.check(asking).err, HasSubstr("0x8009100E")) << "the download exceeds the time limit";
 }

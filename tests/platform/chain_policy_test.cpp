@@ -209,6 +209,8 @@ TEST_F(ResponderPolicy, AcceptsIssuersDelegatesAndNamedResponders) {
     const Identity strictCa = caUnder(pki.root, {.keyUsage = "critical,keyCertSign,cRLSign"});
     const Identity serverCa = caUnder(pki.root, {.extendedKeyUsage = "serverAuth"});
     const Identity renewed = caWithKey(pki.root, "ca", pki.ca.key);
+    constexpr const char* kMd5Oid = "1.2.840.113549.2.5";
+    constexpr const char* kSha224Oid = "2.16.840.1.101.3.4.2.4";
     const auto idWith = [&](const char* hash) { return certIdOf(pki.good, pki.ca, hash); };
     const Identity delegate = delegateOf(pki.ca);
     const Identity withFurtherUsages = delegateOf(pki.ca, [](CertificateSpec& spec) {
@@ -238,8 +240,8 @@ TEST_F(ResponderPolicy, AcceptsIssuersDelegatesAndNamedResponders) {
           {certIdOf(pki.good, oldRoot)}}},
         {"a delegate that has expired since, by a chain for that time", inTime},
         {"entries by other hashes",
-         {delegate, {idWith(kSha256Oid), idWith(kSha384Oid), idWith(kSha512Oid)}, {pki.ca}},
-         {1, 1, 1}},
+         {delegate, {idWith(kSha256Oid), idWith(kSha512Oid), idWith(kMd5Oid), idWith(kSha224Oid)}, {pki.ca}},
+         {1, 1, 1, 1}},
         {"entries of several issuers",
          {delegate, {asked, certIdOf(pki.good, pki.sibling), asked, certIdOf(pki.ca, pki.root)}, {pki.ca}},
          {1, 0, 1, 0}},

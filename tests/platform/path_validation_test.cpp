@@ -438,6 +438,7 @@ TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
         return first;
     };
     const Key wrong = Key::make();
+    const Identity newRoot = issueCa(pki.root, "root");
     // More of them than signature checks.
     const std::vector<Identity> many = crowd(90, [] { return Key::make(); });
     const std::vector<Identity> some(many.begin(), many.begin() + 60);
@@ -449,6 +450,7 @@ TEST_F(PathValidation, FindsTheValidPathAmongOthers) {
         {"namesakes after the CA", pki.ca, then({pki.ca}, many)},
         {"namesakes, the CA in a store", pki.ca, many, {pki.ca}},
         {"namesakes with one key", pki.ca, then(crowd(90, [&] { return wrong; }), {pki.ca})},
+        {"new key of the root, certified by the old one", newRoot, {newRoot}},
         {"expired certificate of the CA", pki.ca, {namesake(pki.ca.key, pki.root, old), pki.ca}},
         {"cross certificate of an unknown root", pki.ca, {namesake(pki.ca.key, rootCa("unknown")), pki.ca}},
         {"loop of two CAs", pki.ca, {namesake(pki.ca.key, below), below, pki.ca}},

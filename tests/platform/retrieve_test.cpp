@@ -83,6 +83,17 @@ TEST_F(RetrieveObjectByUrl, UsesTheCacheAsTheFlagsSay) {
     EXPECT_FALSE(retrieve(server_.url("/ocsp"), CRYPT_CACHE_ONLY_RETRIEVAL, &future).ok) << "older than resync time";
 }
 
+TEST_F(RetrieveObjectByUrl, UsesAResponseForTheSecondThatTheSettingAllows) {
+    settings_.write("[crypto]\nurl_cache = \"" + folder_.file("cache") +
+                    "\"\n[config.Basalt.cache_settings]\nOcspValiditySeconds = 1\n");
+    bool isUsed = false;
+    for (int i = 0; i < 20 && !isUsed; ++i) {  // the second may end between the calls
+        retrieve(server_.url(), 0);
+        isUsed = retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL).ok;
+    }
+    EXPECT_TRUE(isUsed);
+}
+
 TEST_F(RetrieveObjectByUrl, CachesByAddressAndRequest) {
     const Check check;
     EXPECT_TRUE(retrieve(server_.url("/a"), 0).ok);

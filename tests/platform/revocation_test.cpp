@@ -184,9 +184,9 @@ TEST_F(Revocation, IsUnknownWhenNotLookedUp) {
     sources.roots = {refOf(pki.root)};
     sources.others = {refOf(pki.ca)};
     sources.crls = {service::Crl::parse(caCrl)};
-    const auto stateOf = [&](const Identity& end, int checks) {
+    const auto stateOf = [&](const Identity& end, int checks, const FILETIME& when = fileTime(0)) {
         service::SignatureLedger ledger;
-        const service::CrlRules rules = service::crlRules(fileTime(0), false, nullptr, 0);
+        const service::CrlRules rules = service::crlRules(when, false, nullptr, 0);
         service::FetchAllowance none(0, 0);
         const service::Path path = service::findPath(refOf(end), sources, rules.when, {}, ledger);
         while (ledger.checksMade() < checks) {
@@ -196,6 +196,15 @@ TEST_F(Revocation, IsUnknownWhenNotLookedUp) {
     };
     EXPECT_EQ(stateOf(pki.good, service::SignatureLedger::kMaxChecks), service::RevocationState::kUnknown);
     EXPECT_EQ(stateOf(pki.good, 0), service::RevocationState::kGood);
+    const service::Crl& crl = *sources.crls[0];
+    for (const auto& [seconds, isCurrent] : {std::pair(crl.thisUpdate - 1, false),
+                                             {crl.thisUpdate, true},
+                                             {*crl.nextUpdate - 1, true},
+                                             {*crl.nextUpdate, false}}) {
+        const auto ticks = static_cast<std::uint64_t>(seconds + 11644473600) * 10000000;
+        const FILETIME when{static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+        EXPECT_EQ(stateOf(pki.good, 0, when) == service::RevocationState::kGood, isCurrent) << seconds;
+    }
     sources.crlsIncomplete = true;
     EXPECT_EQ(stateOf(pki.good, 0), service::RevocationState::kUnknown);
     EXPECT_EQ(stateOf(pki.revoked, 0), service::RevocationState::kRevoked);

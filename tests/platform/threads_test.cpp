@@ -72,5 +72,30 @@ TEST(Threads, OpenSystemStoresWhileFilesAndSettingsChange) {
     support_settings_open(folder.write("empty.toml", "").c_str());
 }
 
+TEST(Threads, ReadOneTextOfChangingSettings) {
+    const TempDir folder;
+    const std::string texts[] = {"short", std::string(3000, 'x')};
+    const std::string files[] = {folder.write("a.toml", "text = \"" + texts[0] + "\"\n"),
+                                 folder.write("b.toml", "text = \"" + texts[1] + "\"\n")};
+    ASSERT_EQ(support_settings_open(files[0].c_str()), 0);
+    onThreads(4, [&](int thread) {
+        for (int round = 0; round < 300; ++round) {
+            if (thread == 0) {
+                support_settings_open(files[round % 2].c_str());
+                continue;
+            }
+            std::size_t size = 0;
+            ASSERT_EQ(support_registry_get_string("\\text", &size, nullptr), 0);
+            std::string text(size, '#');
+            const int result = support_registry_get_string("\\text", &size, text.data());
+            text.resize(size);
+            EXPECT_TRUE(result == 0 ? text == texts[0] || text == texts[1]
+                                    : result == static_cast<int>(ERROR_MORE_DATA))
+                << result << text;
+        }
+    });
+    support_settings_open(folder.write("empty.toml", "").c_str());
+}
+
 }  // namespace
 }  // namespace testkit

@@ -281,6 +281,13 @@ TEST_F(Request, ChoosesTheHashByArgumentPolicyAndCertificate) {
     }
 }
 
+TEST_F(Request, NamesACertificateWithTheHashOfItsOwnFamily) {
+    const Identity rsaCa = issue(pki_.root, {.key = Key::make(KeyKind::kRsa2048), .ca = true});
+    CRequest request;
+    ask(request, issue(rsaCa, {.hash = "MD5"}), rsaCa);
+    EXPECT_STREQ(request.get_SRCertID(0).get_hashAlgorithm().get_algorithm(), "1.2.840.113549.2.5");
+}
+
 TEST_F(Request, FindsTheIssuerOrReportsThatItIsUnknown) {
     const auto named = [](const ATL2::CCertContext& subject, const ATL2::CCertContext& issuer) {
         return thrownStatus([&] {
