@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <optional>
 #include <string>
 #include <vector>
 
@@ -11,6 +10,7 @@
 #include "tests/support/process.h"
 #include "tests/support/settings_file.h"
 #include "tests/support/tlv.h"
+#include "tests/support/vectors.h"
 
 namespace testkit {
 namespace {
@@ -47,49 +47,31 @@ Bytes madeByCommand(const TempDir& folder, const std::string& options) {
                : Bytes();
 }
 
-TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
-    struct Row {
-        const char* name;
-        std::string options;
-        DWORD expected;
-        std::optional<DWORD> asCertificate = std::nullopt;  // if the check of the issuer has another result
-    };
-    const std::string pss = "rsa:2048 -sigopt rsa_padding_mode:pss -sigopt ";
-    const std::string exponent = "rsa:2048 -sha256 -pkeyopt rsa_keygen_pubexp:";
-    const std::string curve = "ec -pkeyopt ec_paramgen_curve:";
-    for (const Row& row : {
-             Row{"RSA SHA-256", "rsa:2048 -sha256", kGood},
-             Row{"RSA SHA-224", "rsa:2048 -sha224", kGood},
-             Row{"RSA SHA-1", "rsa:2048 -sha1", NTE_BAD_ALGID, kGood},
-             Row{"RSA MD5", "rsa:2048 -md5", NTE_BAD_ALGID},
-             Row{"RSA of 512 bits", "rsa:512 -sha256", NTE_BAD_PUBLIC_KEY},
-             Row{"RSA with an exponent of 65 bits", exponent + "18446744073709551629", NTE_BAD_PUBLIC_KEY},
-             Row{"RSA with an exponent of 64 bits", exponent + "18446744073709551557", kGood},
-             Row{"PSS SHA-384 with another salt", pss + "rsa_pss_saltlen:20 -sha384", kGood},
-             Row{"PSS with another mask hash", pss + "rsa_mgf1_md:sha512 -sha256", kGood},
-             Row{"PSS SHA-1", pss + "rsa_pss_saltlen:digest -sha1", NTE_BAD_ALGID, kGood},
-             Row{"PSS key", "rsa-pss -pkeyopt rsa_keygen_bits:2048 -sha256", kGood},
-             Row{"P-256", curve + "P-256 -sha256", kGood},
-             Row{"P-521 SHA-512", curve + "P-521 -sha512", kGood},
-             Row{"P-256 SHA-1", curve + "P-256 -sha1", NTE_BAD_ALGID, kGood},
-             Row{"curve spelt out", curve + "P-256 -pkeyopt ec_param_enc:explicit -sha256", NTE_BAD_PUBLIC_KEY},
-             Row{"Ed25519", "ed25519", kGood},
-             Row{"Ed448", "ed448", kGood},
-         }) {
-        SCOPED_TRACE(row.name);
-        const TempDir folder;
-        const Bytes der = madeByCommand(folder, row.options);
-        ASSERT_FALSE(der.empty());
-        EXPECT_EQ(verify(der, der), row.expected);
-        const DWORD issued = row.asCertificate.value_or(row.expected);
-        EXPECT_EQ(verifyIssuer(der), issued);
-        for (const size_t octet : {size_t{20}, der.size() - 1}) {  // in the serial number, in the signature
-            Bytes altered = der;
-            altered[octet] ^= 1;
-            EXPECT_EQ(verify(altered, der), row.expected == kGood ? NTE_BAD_SIGNATURE : row.expected);
-            EXPECT_EQ(verifyIssuer(altered), issued == kGood ? NTE_BAD_SIGNATURE : issued);
-        }
+std::string wordOf(DWORD error) {
+    return error == kGood                ? "good"
+           : error == NTE_BAD_ALGID      ? "bad algorithm"
+           : error == NTE_BAD_PUBLIC_KEY ? "bad key"
+                                         : std::to_string(error);
+}
+
+// The verdict on a certificate made with these options, and on who issued it where that is another one.
+std::string verdictOnScheme(const std::string& options) {
+    const TempDir folder;
+    const Bytes der = madeByCommand(folder, options);
+    EXPECT_FALSE(der.empty());
+    const DWORD verdict = verify(der, der);
+    const DWORD issued = verifyIssuer(der);
+    for (const size_t octet : {size_t{20}, der.size() - 1}) {  // in the serial number, in the signature
+        Bytes altered = der;
+        altered.at(octet) ^= 1;
+        EXPECT_EQ(verify(altered, der), verdict == kGood ? NTE_BAD_SIGNATURE : verdict) << options;
+        EXPECT_EQ(verifyIssuer(altered), issued == kGood ? NTE_BAD_SIGNATURE : issued) << options;
     }
+    return wordOf(verdict) + (issued != verdict ? ", issuer " + wordOf(issued) : "");
+}
+
+TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
+    expectVectors("platform/signatures.txt", {{"scheme", verdictOnScheme}});
 }
 
 TEST(Signature, AcceptsSha1OnlyWithTheSetting) {
