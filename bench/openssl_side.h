@@ -15,6 +15,7 @@ using OcspResponsePtr = std::unique_ptr<OCSP_RESPONSE, testkit::FreeWith<OCSP_RE
 using OcspBasicPtr = std::unique_ptr<OCSP_BASICRESP, testkit::FreeWith<OCSP_BASICRESP_free>>;
 using OcspRequestPtr = std::unique_ptr<OCSP_REQUEST, testkit::FreeWith<OCSP_REQUEST_free>>;
 using OcspCertIdPtr = std::unique_ptr<OCSP_CERTID, testkit::FreeWith<OCSP_CERTID_free>>;
+using testkit::parseCertificate;
 using X509StorePtr = std::unique_ptr<X509_STORE, testkit::FreeWith<X509_STORE_free>>;
 
 /// A contender that did not do its task must not look fast.
@@ -24,17 +25,8 @@ inline void expect(bool condition) {
     }
 }
 
-inline testkit::X509Ptr parseCertificate(const testkit::Bytes& der) {
-    const unsigned char* position = der.data();
-    testkit::X509Ptr certificate(d2i_X509(nullptr, &position, static_cast<long>(der.size())));
-    expect(certificate != nullptr);
-    return certificate;
-}
-
 inline OcspBasicPtr parseResponse(const testkit::Bytes& der) {
-    const unsigned char* position = der.data();
-    const OcspResponsePtr response(d2i_OCSP_RESPONSE(nullptr, &position, static_cast<long>(der.size())));
-    expect(response != nullptr);
+    const auto response = testkit::fromDer<OcspResponsePtr>(der, d2i_OCSP_RESPONSE);
     OcspBasicPtr basic(OCSP_response_get1_basic(response.get()));
     expect(basic != nullptr);
     return basic;

@@ -204,12 +204,8 @@ std::int32_t CRequest::Impl::attempt() {
     } catch (const ATL::CAtlException& failure) {
         TALLOW_TRACE("Send", "Error occurred: 0x%X. Level: %lu\n", static_cast<unsigned int>(failure.status()),
                      static_cast<unsigned long>(Level));
-        if (failure.status() < 0) {
-            return failure.status();
-        }
-        // A status that is not negative is no failure: the walk continues as after success. But only with an answer of
-        // this attempt: until it is decoded, Response is what an earlier attempt left, or was not read to its end.
-        return Level > AttemptStage::kDecoding ? 0 : status::kFail;
+        // Policy that is read anew for each response and cannot be read throws a positive number.
+        return failure.status() < 0 ? failure.status() : status::kFail;
     } catch (...) {
         TALLOW_TRACE("Send", "Unknown error occurred. Level: %lu\n", static_cast<unsigned long>(Level));
         return status::kFail;

@@ -21,31 +21,17 @@ Chain chainOf(const Identity& root, const CertificateSpec& ca, const Certificate
     return {root, issuer, issue(issuer, leaf)};
 }
 
-CertificateSpec caSpec() {
-    CertificateSpec spec;
-    spec.commonName = "chain CA";
-    spec.ca = true;
-    return spec;
-}
-
 // The responder is authorised for every CA, so that only the chain of the leaf makes a difference.
 TEST(VerifyChainOption, RejectsGoodUnderAnInvalidChainAndNamesTheCause) {
     const std::string thumbprint = toUpperHex(digest(kSha1Oid, certs().delegate.certificate));
     const Command tallow("[config.cades.ocsppolicy]\nAuthorizedOCSPs = [\"" + thumbprint + "\"]\n");
-    CertificateSpec leaf;
-    leaf.commonName = "chain leaf";
-    CertificateSpec early = leaf;
-    early.notBeforeSeconds = 3600;
-    CertificateSpec expired = caSpec();
-    expired.notAfterSeconds = -60;
-    CertificateSpec noCa = caSpec();
-    noCa.ca = false;
-    noCa.keyUsage = "keyCertSign";
-    CertificateSpec narrow = caSpec();
-    narrow.commonName = "narrow CA";
-    narrow.pathLength = 0;
-    const Chain sound = chainOf(certs().root, caSpec(), leaf);
-    const Chain deep = chainOf(issue(certs().root, narrow), caSpec(), leaf);
+    const CertificateSpec leaf{.commonName = "chain leaf"};
+    const CertificateSpec early{.commonName = "chain leaf", .notBeforeSeconds = 3600};
+    const CertificateSpec ca{.commonName = "chain CA", .ca = true};
+    const CertificateSpec expired{.commonName = "chain CA", .notAfterSeconds = -60, .ca = true};
+    const CertificateSpec noCa{.commonName = "chain CA", .keyUsage = "keyCertSign"};
+    const Chain sound = chainOf(certs().root, ca, leaf);
+    const Chain deep = chainOf(issue(certs().root, {.commonName = "narrow CA", .ca = true, .pathLength = 0}), ca, leaf);
     Chain revoked = sound;
     revoked.status = EntryStatus::kRevoked;
     Chain unknown = sound;
@@ -68,10 +54,10 @@ TEST(VerifyChainOption, RejectsGoodUnderAnInvalidChainAndNamesTheCause) {
              Row{revoked, {crlOnCa}, 1, "0x80092010", "is revoked by its issuer"},
              Row{unknown, {}, 3, "0x80092012", "unknown revocation state"},
              Row{chainOf(certs().root, expired, leaf), {crl}, 3, "0x800B0101", "CN=chain CA expired on 20"},
-             Row{chainOf(certs().root, caSpec(), early), {crl}, 3, "0x800B0101", "CN=chain leaf is not valid before 2"},
+             Row{chainOf(certs().root, ca, early), {crl}, 3, "0x800B0101", "CN=chain leaf is not valid before 2"},
              Row{chainOf(certs().root, noCa, leaf), {crl}, 3, "0x80096019", "certificate CN=chain CA is no CA"},
              Row{deep, {crl}, 3, "0x80096019", "may not issue at this depth"},
-             Row{chainOf(rootCa("other"), caSpec(), leaf), {crl}, 3, "0x800B0109", "CN=other is a root that is not tr"},
+             Row{chainOf(rootCa("other"), ca, leaf), {crl}, 3, "0x800B0109", "CN=other is a root that is not tr"},
              Row{{certs().good, deep.ca, deep.leaf}, {crl}, 3, "0x800B010A", "CN=chain CA has an issuer that was not"},
          }) {
         const bool isSound = row.code == kNoFailure;

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 
+#include "tests/support/settings_file.h"
 #include "tests/support/tlv.h"
 
 namespace testkit {
@@ -13,18 +14,13 @@ constexpr int kTimeoutMs = 60000;
 CommandPki makePki() {
     CommandPki pki;
     pki.root = rootCa("command root");
-    CertificateSpec responder;
-    responder.commonName = "responder";
-    responder.extendedKeyUsage = "OCSPSigning";
+    CertificateSpec responder{.commonName = "responder", .extendedKeyUsage = "OCSPSigning"};
     pki.markless = issue(pki.root, responder);
     responder.ocspNoCheck = true;
     pki.delegate = issue(pki.root, responder);
-    CertificateSpec leaf;
-    for (auto [name, identity] :
-         {std::pair("good", &pki.good), std::pair("revoked", &pki.revoked), std::pair("unknown", &pki.unknown)}) {
-        leaf.commonName = name;
-        *identity = issue(pki.root, leaf);
-    }
+    pki.good = issue(pki.root, {.commonName = "good"});
+    pki.revoked = issue(pki.root, {.commonName = "revoked"});
+    pki.unknown = issue(pki.root, {.commonName = "unknown"});
     return pki;
 }
 
@@ -36,10 +32,7 @@ const CommandPki& certs() {
 }
 
 Identity leafWith(const std::vector<std::string>& ocspUrls) {
-    CertificateSpec spec;
-    spec.commonName = "leaf";
-    spec.ocspUrls = ocspUrls;
-    return issue(certs().root, spec);
+    return issue(certs().root, {.commonName = "leaf", .ocspUrls = ocspUrls});
 }
 
 ResponderOptions responderOptions(const Identity& signer) {
@@ -51,9 +44,7 @@ ResponderOptions responderOptions(const Identity& signer) {
 }
 
 ResponseSpec responseAbout(const Identity& identity, EntryStatus status, const Identity& issuer) {
-    ResponseSpec spec(certs().delegate);
-    spec.entries.emplace_back(certIdOf(identity, issuer), status);
-    return spec;
+    return ResponseSpec(certs().delegate, {EntrySpec(certIdOf(identity, issuer), status)});
 }
 
 ResponseSpec goodResponse() {
@@ -75,21 +66,15 @@ Arguments joined(Arguments first, const Arguments& second) {
 
 Identity withUnknownAlgorithm(Identity identity) {
     const Bytes algorithm = tlv::oid("1.2.840.10045.4.3.2");
-    auto at = identity.certificate.begin();
     // It occurs in tbsCertificate and before the signature.
     for (int i = 0; i < 2; ++i) {
-        at = std::search(at, identity.certificate.end(), algorithm.begin(), algorithm.end());
-        at += static_cast<long>(algorithm.size()) - 1;
-        *at = 0x7F;
+        std::ranges::search(identity.certificate, algorithm).back() = 0x7F;
     }
     return identity;
 }
 
 Command::Command(const std::string& moreSettings) {
-    const std::string base = dir_.path().string();
-    settings_ = dir_.write("settings.toml", "[crypto]\nmachine_stores = \"" + base + "/machine\"\nuser_stores = \"" +
-                                                base + "/user\"\nurl_cache = \"" + base +
-                                                "/cache\"\nsystem_roots = false\n" + moreSettings);
+    settings_ = dir_.write("settings.toml", machineSettings(dir_, moreSettings));
     root_ = file("trusted-root.pem", certs().root);
 }
 

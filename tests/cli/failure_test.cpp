@@ -26,7 +26,7 @@ TEST_F(CheckErrors, NameResponderAndStep) {
     };
     const Bytes good = buildResponse(goodResponse());
     for (const Row& row : {
-             Row{"server error", {.status = 500}, "0xC2110100", "answered with HTTP status 500; "},
+             Row{"good answer, status 404", {.status = 404, .body = good}, "0xC2110100", "with HTTP status 404; "},
              Row{"empty body", {}, "0x80093101", "decoding: "},
              Row{"cut in HTTP", {.body = good, .cutBodyAfter = 40}, "0xC2110100", "gave no usable answer: "},
              Row{"signer without the usage", changed([](auto& s) { s.signer = leafWith({}); }), "0x800B0110",

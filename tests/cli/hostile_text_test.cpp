@@ -36,12 +36,9 @@ void expectHarmless(const std::string& text) {
 
 // Replaces the common name by other octets of the same number; the signature is then wrong, but is not verified here.
 Identity withSubject(const std::string& octets) {
-    CertificateSpec spec;
-    spec.commonName = std::string(octets.size(), '@');
-    Identity identity = issue(certs().root, spec);
-    const Bytes marker = bytesOf(spec.commonName);
-    const auto at = std::search(identity.certificate.begin(), identity.certificate.end(), marker.begin(), marker.end());
-    std::copy(octets.begin(), octets.end(), at);
+    const std::string marker(octets.size(), '@');
+    Identity identity = issue(certs().root, {.commonName = marker});
+    std::ranges::copy(octets, std::ranges::search(identity.certificate, marker).begin());
     return identity;
 }
 

@@ -34,8 +34,7 @@ TEST_F(CheckOptions, TrustNamesTheRootsThatAreTrusted) {
 // The responder says "good" about any certificate of the root with this serial number.
 TEST_F(CheckOptions, IssuerMustHaveSignedTheCertificate) {
     const Identity sameName = rootCa("command root");
-    CertificateSpec sha1;
-    sha1.hash = "SHA1";
+    const CertificateSpec sha1{.hash = "SHA1"};
     struct Row {
         const char* name;
         Identity leaf;
@@ -70,12 +69,8 @@ TEST_F(CheckOptions, IssuerMustHaveSignedTheCertificate) {
 // An intermediate certificate that neither the response nor a store contains, and the CRLs that the chain needs.
 TEST_F(CheckOptions, CertsAndCrlCompleteTheChainOfTheResponder) {
     const Identity ca = issueCa(certs().root, "intermediate");
-    CertificateSpec spec;
-    spec.commonName = "leaf below";
-    const Identity below = issue(ca, spec);
-    spec.commonName = "responder below";
-    spec.extendedKeyUsage = "OCSPSigning";
-    const Identity markless = issue(ca, spec);
+    const Identity below = issue(ca, {});
+    const Identity markless = issue(ca, {.commonName = "responder below", .extendedKeyUsage = "OCSPSigning"});
     const Responder responder({.ca = ca, .signer = markless, .index = {{below, 'V'}}, .arguments = {}, .clock = ""});
     tallow.file("leaf.pem", below);
     const std::string caFile = tallow.file("ca.pem", ca);
@@ -157,18 +152,11 @@ TEST_F(CheckOptions, ProxySendsTheExchangeThroughTheProxy) {
 // of the check. It then completes the chain of the responder, too.
 TEST_F(CheckOptions, ProxyAppliesToTheDownloadOfTheIssuer) {
     const Identity ca = issueCa(certs().root, "downloaded CA");
-    CertificateSpec spec;
-    spec.commonName = "downloaded CA's responder";
-    spec.extendedKeyUsage = "OCSPSigning";
-    spec.ocspNoCheck = true;
-    const Identity responder = issue(ca, spec);
+    const Identity responder = issue(ca, {.extendedKeyUsage = "OCSPSigning", .ocspNoCheck = true});
     const HttpServer direct([&](const HttpRequest&) { return HttpReply{.body = ca.certificate, .delayMs = 1500}; });
-    spec = {};
-    spec.caIssuersUrls = {direct.url("/ca.der")};
-    const Identity below = issue(ca, spec);
+    const Identity below = issue(ca, {.caIssuersUrls = {direct.url("/ca.der")}});
     const HttpServer proxy([&](const HttpRequest& request) {
-        ResponseSpec response(responder);
-        response.entries.emplace_back(certIdOf(below, ca));
+        const ResponseSpec response(responder, {EntrySpec(certIdOf(below, ca))});
         return HttpReply{.body = request.method == "GET" ? ca.certificate : buildResponse(response)};
     });
     const std::string crl = tallow.file("root.crl", makeCrl(certs().root, {}));
@@ -182,6 +170,9 @@ TEST_F(CheckOptions, ProxyAppliesToTheDownloadOfTheIssuer) {
     EXPECT_EQ(run.exitStatus, 0) << run.err;
     EXPECT_EQ(proxy.requests().size(), 2U);
     EXPECT_TRUE(direct.requests().empty());
+    tallow.checkUntrusting(proxied);
+    EXPECT_GT(proxy.requests().size(), 2U);
+    EXPECT_EQ(proxy.requests().back().method, "POST") << "an issuer without a root is found, too";
     const Command hurried("check_timeout_ms = 300\n");
     EXPECT_THAT(hurried.check(asking).err, HasSubstr("0x8009100E")) << "the download exceeds the time limit";
 }

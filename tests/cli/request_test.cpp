@@ -20,12 +20,7 @@ struct RequestorPki {
     Identity signer = requestor(Key::make());
     Identity rsa = requestor(Key::make(KeyKind::kRsa2048));
 
-    Identity requestor(const Key& key) const {
-        CertificateSpec spec;
-        spec.commonName = "requestor";
-        spec.key = key;
-        return issue(ca, spec);
-    }
+    Identity requestor(const Key& key) const { return issue(ca, {.commonName = "requestor", .key = key}); }
 };
 
 const RequestorPki& requestors() {
@@ -202,8 +197,8 @@ TEST_F(VerifyRequest, ReportsStatusAndCode) {
         return Arguments{"--trust", root, "--crl",
                          tallow.file(std::to_string(crl.revokedSerials.size()) + ".crl", makeCrl(certs().root, crl))};
     };
-    const auto holding = [&](const Identity& signer) {
-        return Arguments{"--certs", tallow.file(toHex(signer.serial()), signer)};
+    const auto holding = [&](const Identity& signer, const std::string& before = "") {
+        return Arguments{"--certs", tallow.file(toHex(signer.serial()), before + signer.certificatePem())};
     };
     for (const Row& row : {
              Row{"signed", good, {}, 0, "valid", ""},
@@ -215,6 +210,8 @@ TEST_F(VerifyRequest, ReportsStatusAndCode) {
                  "0x80092010"},
              Row{"no certificate", bare, {}, 3, "error", "0x80092004"},
              Row{"certificate named", bare, holding(requestors().rsa), 0, "valid", ""},
+             Row{"of two of the name, the second signed", bare,
+                 holding(requestors().rsa, requestors().signer.certificatePem()), 0, "valid", ""},
              Row{"another's certificate", bare, holding(requestors().signer), 1, "refused", "0x80090006"},
              Row{"garbage", tallow.file("garbage", std::string("garbage")), {}, 3, "error", "0x80093101"},
              Row{"missing", tallow.folder().file("missing"), {}, 3, "error", "0x80070002"},

@@ -79,10 +79,7 @@ const Identity& otherRoot() {
 }
 
 Identity delegateOfOtherRoot() {
-    CertificateSpec delegate;
-    delegate.extendedKeyUsage = "OCSPSigning";
-    delegate.ocspNoCheck = true;
-    return issue(otherRoot(), delegate);
+    return issue(otherRoot(), {.extendedKeyUsage = "OCSPSigning", .ocspNoCheck = true});
 }
 
 struct Row {

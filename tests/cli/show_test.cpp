@@ -1,6 +1,7 @@
 // `show` on messages made by openssl, on built ones, and on hostile ones.
 #include "tests/cli/command.h"
 #include "tests/support/tlv.h"
+#include "tests/support/vectors.h"
 
 namespace {
 
@@ -8,6 +9,7 @@ using namespace testkit;
 using testing::AllOf;
 using testing::Contains;
 using testing::HasSubstr;
+using testing::IsSupersetOf;
 using testing::Not;
 using testing::Pair;
 using Show = CommandTest;
@@ -15,12 +17,12 @@ using Show = CommandTest;
 using Fields = std::map<std::string, std::string>;
 using Rows = std::vector<std::pair<const std::string, std::string>>;
 
-void expectIn(const Fields& fields, const Rows& rows) {
-    for (const auto& [path, value] : rows) {
-        SCOPED_TRACE(path);
-        ASSERT_EQ(fields.count(path), 1U);
-        EXPECT_EQ(fields.at(path), value);
-    }
+// The value of a path in quotes, or "absent".
+auto valuesIn(const Fields& fields) {
+    return [&fields](const std::string& path) {
+        const auto found = fields.find(path);
+        return found == fields.end() ? "absent" : '"' + found->second + '"';
+    };
 }
 
 Fields shown(const std::string& file) {
@@ -62,10 +64,11 @@ TEST_F(Show, PrintsTheSameFieldsOfARequestAsOpenssl) {
         EXPECT_THAT(fields.at(at + "hashAlgorithm"), testing::StartsWith(hashes[i] + " ("));
     }
     EXPECT_THAT(text, HasSubstr(fields.at("OCSPRequest.requestExtensions.0.nonce")));
-    expectIn(fields, {{"OCSPRequest.version", "v1"},
-                      {"OCSPRequest.requestorName", "directoryName: CN=good"},
-                      {"OCSPRequest.optionalSignature.signatureAlgorithm", "sha256ECDSA (1.2.840.10045.4.3.2)"},
-                      {"OCSPRequest.optionalSignature.certs.0.subject", "CN=good"}});
+    EXPECT_THAT(fields, IsSupersetOf(Rows{
+                            {"OCSPRequest.version", "v1"},
+                            {"OCSPRequest.requestorName", "directoryName: CN=good"},
+                            {"OCSPRequest.optionalSignature.signatureAlgorithm", "sha256ECDSA (1.2.840.10045.4.3.2)"},
+                            {"OCSPRequest.optionalSignature.certs.0.subject", "CN=good"}}));
     const std::string signature = fields.at("OCSPRequest.optionalSignature.signature");
     EXPECT_THAT(toUpperHex(readFile(request)), HasSubstr(signature));
 }
@@ -118,42 +121,10 @@ ResponseSpec fullResponse() {
 
 TEST_F(Show, NamesEveryFieldAndExtensionOfAResponse) {
     const Fields fields = shown(tallow.file("response.der", buildResponse(fullResponse())));
-    const std::string at = "OCSPResponse.response.";
-    const std::string first = at + "responses.0.";
-    const std::string extension = first + "singleExtensions.";
-    expectIn(fields, {
-                         {"OCSPResponse.responseStatus", "successful"},
-                         {"OCSPResponse.responseType", "basic (1.3.6.1.5.5.7.48.1.1)"},
-                         {"OCSPResponse.trailingOctets", "656E64"},
-                         {at + "version", "v1"},
-                         {at + "producedAt", "2026-01-02T03:04:05Z"},
-                         {first + "certID.serialNumber", toUpperHex(certs().revoked.serial())},
-                         {first + "certStatus", "revoked"},
-                         {first + "revocationTime", "2025-01-02T03:04:05Z"},
-                         {first + "revocationReason", "keyCompromise"},
-                         {first + "thisUpdate", "2026-01-02T03:04:00Z"},
-                         {first + "nextUpdate", "2026-01-03T03:04:00Z"},
-                         {extension + "0.extnID", "crlReference (1.3.6.1.5.5.7.48.1.3)"},
-                         {extension + "0.crlUrl", "http://crl.example/1"},
-                         {extension + "0.crlNum", "7"},
-                         {extension + "0.crlTime", "2026-01-01T00:00:00Z"},
-                         {extension + "1.archiveCutoff", "2024-01-01T00:00:00Z"},
-                         {extension + "2.reason", "certificateHold"},
-                         {extension + "2.critical", "true"},
-                         {extension + "3.distributionPoints.0.fullName.0", "URI: http://crl.example/"},
-                         {extension + "4.extnID", "1.2.3.4"},
-                         {extension + "4.value", "0102"},
-                         {at + "responses.1.certStatus", "unknown"},
-                         {at + "responses.1.certID.hashAlgorithm", "sha256 (" + std::string(kSha256Oid) + ")"},
-                         {at + "responseExtensions.0.nonce", "6E6F6E6365"},
-                         {at + "responseExtensions.1.extnID", "extendedRevoke (1.3.6.1.5.5.7.48.1.9)"},
-                         {at + "responseExtensions.2.acceptableResponses.0", "basic (1.3.6.1.5.5.7.48.1.1)"},
-                         {at + "responseExtensions.2.acceptableResponses.1", "1.2.3"},
-                         {at + "signatureAlgorithm", "sha256ECDSA (1.2.840.10045.4.3.2)"},
-                         {at + "certs.0.subject", "CN=responder"},
-                     });
-    EXPECT_THAT(fields.at(at + "responderID"), testing::StartsWith("byKey: "));
-    EXPECT_EQ(fields.count(at + "responses.1.nextUpdate"), 0U);
+    expectVectors("cli/show_response.txt", {{"field", valuesIn(fields)}});
+    const std::string serial = "OCSPResponse.response.responses.0.certID.serialNumber";
+    EXPECT_EQ(fields.at(serial), toUpperHex(certs().revoked.serial()));
+    EXPECT_THAT(fields.at("OCSPResponse.response.responderID"), testing::StartsWith("byKey: "));
     const ProcessResult text = Command::plain({"show", tallow.folder().file("response.der")});
     EXPECT_THAT(text.out, AllOf(testing::StartsWith("OCSPResponse:\n  responseStatus: successful\n"),
                                 HasSubstr("          crlUrl: http://crl.example/1\n")));
@@ -167,7 +138,8 @@ TEST_F(Show, FollowsLongLengthsAndUnusualNames) {
     const Bytes name = tlv::context(1, tlv::contextPrimitive(6, bytesOf("http://requestor.example/")));
     const Fields fields =
         shown(tallow.file("request.der", tlv::sequence({tlv::rawLongLength(0x30, concat({version, name, list}), 4)})));
-    expectIn(fields, {{"OCSPRequest.version", "02"}, {"OCSPRequest.requestorName", "URI: http://requestor.example/"}});
+    EXPECT_THAT(fields, IsSupersetOf(Rows{{"OCSPRequest.version", "02"},
+                                          {"OCSPRequest.requestorName", "URI: http://requestor.example/"}}));
 }
 
 // A NUL does not end a name, invalid octets are not left out, and special characters are escaped.
@@ -192,20 +164,10 @@ TEST_F(Show, PrintsNamesCompletely) {
          tlv::sequence({tlv::context(4, nameOf(tlv::raw(0x1E, {0xD8, 0x3D, 0xDE, 0x00, 0xDC, 0x00}))),
                         tlv::context(4, nameOf(tlv::raw(0x13, bytesOf("#a,b+c=d\\x ")))),
                         tlv::context(4, nameOf(tlv::raw(0x1E, {0x00, 0x20, 0x00, 0x3B})))})}};
-    const std::string evil("CN=evil\0.good", 13);
-    const std::string at = "OCSPResponse.response.responses.0.singleExtensions.";
     const Fields fields = shown(tallow.file("response.der", buildResponse(spec)));
-    expectIn(fields, {{"OCSPResponse.response.responderID", "byName: " + evil},
-                      {at + "0.issuer", evil},
-                      {at + "0.locator.0.accessLocation", std::string("URI: http://***@b\0c", 19)},
-                      {at + "1.distributionPoints.0.fullName.0", "directoryName: " + evil},
-                      {at + "1.distributionPoints.0.reasons", "keyCompromise, cACompromise"},
-                      {at + "2.crlUrl", std::string("http://***@b\0c", 14)},
-                      {at + "3.certificateIssuer.0", "dNSName: h\\x{FF}x"},
-                      {at + "3.certificateIssuer.1", toUpperHex(otherName)},
-                      {at + "4.certificateIssuer.0", "directoryName: CN=\xF0\x9F\x98\x80\\u{DC00}"},
-                      {at + "4.certificateIssuer.1", "directoryName: CN=\\#a\\,b\\+c\\=d\\\\x\\ "},
-                      {at + "4.certificateIssuer.2", "directoryName: CN=\\ \\;"}});
+    EXPECT_EQ(fields.at("OCSPResponse.response.responses.0.singleExtensions.3.certificateIssuer.1"),
+              toUpperHex(otherName));
+    expectVectors("cli/show_names.txt", {{"field", valuesIn(fields)}});
 }
 
 TEST_F(Show, PrintsFailuresForeignTypesAndBareResponses) {

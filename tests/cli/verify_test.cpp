@@ -77,9 +77,7 @@ TEST_F(Verify, ReportsEachEntry) {
     EXPECT_THAT(states, testing::ElementsAre("good", "unknown", "revoked", "error"));
     EXPECT_EQ(verify({"--cert", tallow.file("good.pem", certs().good), response}).exitStatus, 0);
     expectError(verify({"--cert", tallow.file("absent.pem", leafWith({})), "--issuer", root, response}), "0xC2110125");
-    CertificateSpec old;
-    old.notAfterSeconds = -600;
-    const Identity expired = issue(certs().root, old);
+    const Identity expired = issue(certs().root, {.notAfterSeconds = -600});
     spec.entries = {EntrySpec(certIdOf(expired, certs().root))};
     const ProcessResult late = verify({"--cert", tallow.file("expired.pem", expired), "--issuer", root,
                                        tallow.file("late.der", buildResponse(spec))});
@@ -94,13 +92,10 @@ TEST_F(Verify, ReportsEachEntry) {
 
 TEST_F(Verify, UsesNoNetworkAndTakesCrlsFromFiles) {
     const HttpServer server = serverOf(HttpReply{.body = makeCrl(certs().root, {})});
-    CertificateSpec signer;
-    signer.commonName = "delegate with addresses";
-    signer.extendedKeyUsage = "OCSPSigning";
-    signer.crlUrls = {server.url("/crl")};
-    signer.caIssuersUrls = {server.url("/ca")};
     ResponseSpec spec = goodResponse();
-    spec.signer = issue(certs().root, signer);
+    spec.signer = issue(
+        certs().root,
+        {.extendedKeyUsage = "OCSPSigning", .caIssuersUrls = {server.url("/ca")}, .crlUrls = {server.url("/crl")}});
     tallow.file("response.der", buildResponse(spec));
     EXPECT_EQ(verify({response}).exitStatus, 3);
     const std::string crl = tallow.file("root.crl", makeCrl(certs().root, {}));

@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Compares documents with the code: the samples of the README, the page of statuses, the settings, and links."""
+"""Compares documents with the code: the samples of the README, the page of statuses, the settings, links and paths."""
 import re
 import subprocess
 import sys
@@ -25,6 +25,13 @@ def outdated(script):
     return [] if result.returncode == 0 else [(result.stdout + result.stderr).strip()]
 
 
+def paths_of_one_machine():
+    """Directories that only the machine of a developer has."""
+    found = subprocess.run(["git", "grep", "-nIE", "(^|[^[:alnum:]_])/(home|tmp|work)/", "--", ":!tests"], cwd=ROOT,
+                           text=True, capture_output=True, check=False)
+    return [f"{line}: names a path of one machine" for line in found.stdout.splitlines()]
+
+
 def samples_of_readme():
     """The code in the README must be part of an example, which is built."""
     examples = "".join(path.read_text() for path in (ROOT / "examples").glob("*.c*"))
@@ -34,7 +41,8 @@ def samples_of_readme():
 
 
 def main():
-    errors = [*samples_of_readme(), *outdated("update-errors"), *outdated("update-settings"), *settings_problems()]
+    errors = [*samples_of_readme(), *outdated("update-errors"), *outdated("update-settings"), *settings_problems(),
+              *paths_of_one_machine()]
     for document in [*sorted((ROOT / "docs").glob("*.md")), ROOT / "README.md"]:
         if len(document.read_text().splitlines()) > LONGEST_PAGE:
             errors.append(f"{document.name}: longer than {LONGEST_PAGE} lines")

@@ -14,11 +14,8 @@ namespace testkit {
 namespace {
 
 TEST(Certificate, ExposesItsFields) {
-    CertificateSpec spec;
-    spec.commonName = "fields";
-    spec.serial = fromHex("00a1b2c3");
-    spec.keyUsage = "critical,digitalSignature";
-    spec.ocspUrls = {"http://127.0.0.1/ocsp"};
+    const CertificateSpec spec{
+        .serial = fromHex("00a1b2c3"), .keyUsage = "critical,digitalSignature", .ocspUrls = {"http://127.0.0.1/ocsp"}};
     const Identity identity = issue(Pki::shared().ca, spec);
     const ContextPtr context = testkit::context(identity.certificate);
     ASSERT_NE(context, nullptr);
@@ -120,9 +117,17 @@ TEST(Certificate, RejectsMalformedInput) {
     for (std::ptrdiff_t size = 1; good.begin() + size != good.end(); ++size) {
         EXPECT_EQ(testkit::context(Bytes(good.begin(), good.begin() + size)), nullptr) << size;
     }
+    const auto withVersion = [&](const Bytes& number) {
+        return signedAgain(good, Pki::shared().ca, [&](const Bytes& tbs) {
+            return tlv::raw(0x30, concat({tlv::context(0, number),
+                                          Bytes(std::ranges::search(tbs, fromHex("A003020102")).end(), tbs.end())}));
+        });
+    };
+    EXPECT_NE(testkit::context(withVersion(tlv::integer(2))), nullptr);
     for (const Bytes& row :
          {Bytes(), fromHex("3000"), fromHex("30800000"), twoAlgorithms, concat({good, fromHex("00")}),
-          tlv::sequence({tlv::sequence({}), tlv::sequence({}), tlv::bitString({})})}) {
+          tlv::sequence({tlv::sequence({}), tlv::sequence({}), tlv::bitString({})}), withVersion(tlv::integer(3)),
+          withVersion(tlv::integer({0, 2})), withVersion(tlv::integer(Bytes())), withVersion(tlv::octetString({2}))}) {
         SetLastError(0);
         EXPECT_EQ(testkit::context(row), nullptr) << toHex(row).substr(0, 40);
         EXPECT_EQ(GetLastError(), row.data() == nullptr ? E_INVALIDARG : CRYPT_E_ASN1_ERROR);

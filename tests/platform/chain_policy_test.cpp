@@ -60,19 +60,16 @@ Verdict judge(const Question& question) {
     return {status.dwError, result.dwError, result.fNoCheck != 0, authorized};
 }
 
-CertificateSpec delegateSpec() {
-    CertificateSpec spec;
-    spec.commonName = "responder";
-    spec.keyUsage = "critical,digitalSignature";
-    spec.extendedKeyUsage = "OCSPSigning";
-    return spec;
-}
+const CertificateSpec kDelegate{
+    .commonName = "responder", .keyUsage = "critical,digitalSignature", .extendedKeyUsage = "OCSPSigning"};
+const CertificateSpec kVersionOne{.version = 1, .keyIdentifiers = false};
 
-Identity delegateOf(const Identity& issuer, const std::function<void(CertificateSpec&)>& change = nullptr) {
-    CertificateSpec spec = delegateSpec();
-    if (change) {
-        change(spec);
-    }
+using Change = std::function<void(CertificateSpec&)>;
+
+Identity delegateOf(
+    const Identity& issuer, const Change& change = [](CertificateSpec&) {}) {
+    CertificateSpec spec = kDelegate;
+    change(spec);
     return issue(issuer, spec);
 }
 
@@ -94,13 +91,6 @@ Identity withUnusedBit(const Identity& issuer) {
 // Revocation was not checked: set on every chain without CRLs.
 constexpr DWORD kOpen = OCSP_CHAIN_REVOCATION_UNKNOWN;
 
-// A certificate of version 1.
-CertificateSpec oldSpec() {
-    CertificateSpec spec;
-    spec.versionOne = true;
-    return spec;
-}
-
 class ResponderPolicy : public ::testing::Test {
 protected:
     const Pki& pki = Pki::shared();
@@ -120,9 +110,7 @@ TEST_F(ResponderPolicy, RejectsUnauthorisedResponders) {
         extra.push_back(pki.ca);
         return Question{std::move(responder), {asked}, std::move(extra)};
     };
-    const auto changed = [&](const std::function<void(CertificateSpec&)>& change) {
-        return by(delegateOf(pki.ca, change));
-    };
+    const auto changed = [&](const Change& change) { return by(delegateOf(pki.ca, change)); };
     const auto withUsage = [&](const char* usage) {
         return changed([&](CertificateSpec& spec) { spec.extendedKeyUsage = usage; });
     };
@@ -133,23 +121,22 @@ TEST_F(ResponderPolicy, RejectsUnauthorisedResponders) {
         return Question{delegateOf(issuer), {certIdOf(pki.good, issuer)}, std::move(extra)};
     };
     const Identity rootedNamesake = issueCa(pki.root, "ca");
-    const Identity renamedCa = caUnder(pki.root, [&](CertificateSpec& spec) { spec.key = pki.ca.key; });
+    const Identity renamedCa = caUnder(pki.root, {.key = pki.ca.key});
     const Identity madeUp = rootCa("made up");
-    const Identity notSigning =
-        caUnder(pki.root, [](CertificateSpec& spec) { spec.keyUsage = "critical,digitalSignature,cRLSign"; });
-    const Identity encrypting = caUnder(pki.root, [](CertificateSpec& spec) { spec.keyUsage = "keyEncipherment"; });
-    const Identity dsaCa = caUnder(pki.root, [](CertificateSpec& spec) { spec.key = Key::make(KeyKind::kDsa1024); });
+    const Identity notSigning = caUnder(pki.root, {.keyUsage = "critical,digitalSignature,cRLSign"});
+    const Identity encrypting = caUnder(pki.root, {.keyUsage = "keyEncipherment"});
+    const Identity dsaCa = caUnder(pki.root, {.key = Key::make(KeyKind::kDsa1024)});
     const Identity delegateOfGood = delegateOf(pki.good);
     const Key weakKey = Key::make(KeyKind::kRsa512);
     const Identity trustedServer = selfSigned({});
     crypto_add_trusted_root(context(trustedServer.certificate).get());
-    const Identity selfMadeCa = selfSigned(oldSpec());
+    const Identity selfMadeCa = selfSigned(kVersionOne);
     const auto forIssued = [this](const Identity& responder) {
         return Question{responder, {certIdOf(pki.good, responder)}};
     };
     Question expiredSince = changed([](CertificateSpec& spec) { spec.notAfterSeconds = -60; });
     expiredSince.producedAtSeconds = -120;
-    const Identity expiredCa = caUnder(pki.root, [](CertificateSpec& spec) { spec.notAfterSeconds = -60; });
+    const Identity expiredCa = caUnder(pki.root, {.notAfterSeconds = -60});
     Question issuerExpiredSince = forOwnIssuer(expiredCa, {expiredCa});
     issuerExpiredSince.producedAtSeconds = -120;
     Question tooEarly = changed([](CertificateSpec& spec) { spec.notBeforeSeconds = -8000; });
@@ -166,7 +153,7 @@ TEST_F(ResponderPolicy, RejectsUnauthorisedResponders) {
         {"namesake of the issuer under the trusted root", by(delegateOf(rootedNamesake), {rootedNamesake}), kOpen},
         {"the issuer's key under another name", by(delegateOf(renamedCa), {renamedCa}), kOpen},
         {"made-up issuer in the response", by(delegateOf(madeUp), {madeUp}), 0, CERT_E_UNTRUSTEDROOT},
-        {"self-made delegate", by(selfSigned(delegateSpec())), 0, CERT_E_UNTRUSTEDROOT},
+        {"self-made delegate", by(selfSigned(kDelegate)), 0, CERT_E_UNTRUSTEDROOT},
         {"issuer not to be had", by(delegateOf(pki.subCa)), 0, CERT_E_CHAINING},
 
         {"delegate of the grandparent", by(delegateOf(pki.root)), kOpen},
@@ -219,10 +206,11 @@ TEST_F(ResponderPolicy, AcceptsIssuersDelegatesAndNamedResponders) {
         Question question;
         std::vector<int> authorized = {1};
     };
-    const Identity strictCa =
-        caUnder(pki.root, [](CertificateSpec& spec) { spec.keyUsage = "critical,keyCertSign,cRLSign"; });
-    const Identity serverCa = caUnder(pki.root, [](CertificateSpec& spec) { spec.extendedKeyUsage = "serverAuth"; });
+    const Identity strictCa = caUnder(pki.root, {.keyUsage = "critical,keyCertSign,cRLSign"});
+    const Identity serverCa = caUnder(pki.root, {.extendedKeyUsage = "serverAuth"});
     const Identity renewed = caWithKey(pki.root, "ca", pki.ca.key);
+    constexpr const char* kMd5Oid = "1.2.840.113549.2.5";
+    constexpr const char* kSha224Oid = "2.16.840.1.101.3.4.2.4";
     const auto idWith = [&](const char* hash) { return certIdOf(pki.good, pki.ca, hash); };
     const Identity delegate = delegateOf(pki.ca);
     const Identity withFurtherUsages = delegateOf(pki.ca, [](CertificateSpec& spec) {
@@ -233,7 +221,7 @@ TEST_F(ResponderPolicy, AcceptsIssuersDelegatesAndNamedResponders) {
     Question inTime{expired, {asked}, {pki.ca}};
     inTime.producedAtSeconds = -120;
     inTime.chainAtSeconds = -120;
-    const Identity oldRoot = selfSigned(oldSpec());
+    const Identity oldRoot = selfSigned(kVersionOne);
     crypto_add_trusted_root(context(oldRoot.certificate).get());
     Question named{pki.good, {asked, certIdOf(pki.ca, pki.root)}, {pki.ca}};
     named.isNamed = sayYes;
@@ -252,8 +240,8 @@ TEST_F(ResponderPolicy, AcceptsIssuersDelegatesAndNamedResponders) {
           {certIdOf(pki.good, oldRoot)}}},
         {"a delegate that has expired since, by a chain for that time", inTime},
         {"entries by other hashes",
-         {delegate, {idWith(kSha256Oid), idWith(kSha384Oid), idWith(kSha512Oid)}, {pki.ca}},
-         {1, 1, 1}},
+         {delegate, {idWith(kSha256Oid), idWith(kSha512Oid), idWith(kMd5Oid), idWith(kSha224Oid)}, {pki.ca}},
+         {1, 1, 1, 1}},
         {"entries of several issuers",
          {delegate, {asked, certIdOf(pki.good, pki.sibling), asked, certIdOf(pki.ca, pki.root)}, {pki.ca}},
          {1, 0, 1, 0}},
@@ -285,24 +273,15 @@ TEST_F(ResponderPolicy, RejectsUnknownAndIncompleteHashes) {
 
 TEST_F(ResponderPolicy, ReportsNoCheckAndRevocation) {
     const auto mark = [](CertificateSpec& spec) { spec.ocspNoCheck = true; };
-    const auto noCheckOf = [&](const std::function<void(CertificateSpec&)>& change, PFN_IS_OCSP_AUTHORIZED isNamed) {
-        return judge(
-                   {.responder = delegateOf(pki.ca, change), .entries = {asked}, .extra = {pki.ca}, .isNamed = isNamed})
-            .noCheck;
+    const auto noCheckOf = [&](const Identity& responder, PFN_IS_OCSP_AUTHORIZED isNamed) {
+        return judge({.responder = responder, .entries = {asked}, .extra = {pki.ca}, .isNamed = isNamed}).noCheck;
     };
-    EXPECT_TRUE(noCheckOf(mark, sayNo));
-    EXPECT_FALSE(noCheckOf(nullptr, sayNo));
+    EXPECT_TRUE(noCheckOf(delegateOf(pki.ca, mark), sayNo));
+    EXPECT_FALSE(noCheckOf(delegateOf(pki.ca), sayNo));
     const auto oddly = [](CertificateSpec& spec) { spec.extensions = {{"1.3.6.1.5.5.7.48.1.5", Bytes{4, 0}}}; };
-    EXPECT_FALSE(noCheckOf(oddly, sayNo)) << "the value must be NULL";
-    const auto withoutUsage = [](CertificateSpec& spec) {
-        spec.ocspNoCheck = true;
-        spec.extendedKeyUsage = "";
-    };
-    EXPECT_FALSE(noCheckOf(withoutUsage, sayYes)) << "named by the administrator";
-    const Identity markedCa = caUnder(pki.root, [](CertificateSpec& spec) {
-        spec.ocspNoCheck = true;
-        spec.extendedKeyUsage = "OCSPSigning";
-    });
+    EXPECT_FALSE(noCheckOf(delegateOf(pki.ca, oddly), sayNo)) << "the value must be NULL";
+    EXPECT_FALSE(noCheckOf(issue(pki.ca, {.ocspNoCheck = true}), sayYes)) << "named by the administrator";
+    const Identity markedCa = caUnder(pki.root, {.extendedKeyUsage = "OCSPSigning", .ocspNoCheck = true});
     EXPECT_FALSE(judge({markedCa, {certIdOf(pki.good, markedCa)}}).noCheck) << "only a delegate may carry the mark";
 
     const Identity delegate = delegateOf(pki.ca);
@@ -338,9 +317,7 @@ TEST(RequestorPolicy, RequiresATrustedChainValidNowAndNotRevoked) {
     const Bytes caCrl = makeCrl(pki.ca, {.revokedSerials = {pki.revoked.serial(), revokedCa.serial()}});
     const std::vector<Bytes> crls{makeCrl(pki.root, {}), caCrl, makeCrl(revokedCa, {})};
     constexpr long kNextYear = 365L * 24 * 3600;
-    CertificateSpec ended;
-    ended.notAfterSeconds = -60;
-    const Identity expired = issue(pki.ca, ended);
+    const Identity expired = issue(pki.ca, {.notAfterSeconds = -60});
     const Identity forged = issue(pki.sameNameCa, {});
     struct Row {
         const char* name;

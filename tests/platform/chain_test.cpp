@@ -27,17 +27,15 @@ TEST_F(Chain, ReportsEachFaultAtItsElement) {
         std::vector<DWORD> errors;  // one per element
         DWORD chainError = 0;       // in addition to those
     };
-    const Identity mayNotSign = caUnder(pki.root, [](CertificateSpec& spec) { spec.keyUsage = "cRLSign"; });
-    const Identity shortPath = caUnder(pki.root, [](CertificateSpec& spec) { spec.pathLength = 0; });
+    const Identity mayNotSign = caUnder(pki.root, {.keyUsage = "cRLSign"});
+    const Identity shortPath = caUnder(pki.root, {.pathLength = 0});
     const Identity below = issueCa(shortPath, "below");
-    CertificateSpec stranger;
-    stranger.criticalExtensions = {{"1.2.3.4", {5, 0}}};
-    CertificateSpec late;
-    late.notBeforeSeconds = 3600;
+    const Identity stranger = issue(pki.ca, {.criticalExtensions = {{"1.2.3.4", {5, 0}}}});
+    const Identity late = issue(pki.ca, {.notBeforeSeconds = 3600});
     constexpr DWORD kOutOfTime = CERT_TRUST_IS_NOT_TIME_VALID;
     constexpr DWORD kMayNotSign = CERT_TRUST_IS_NOT_VALID_FOR_USAGE | CERT_TRUST_INVALID_BASIC_CONSTRAINTS;
 
-    const Identity rsaCa = caUnder(pki.root, [](CertificateSpec& spec) { spec.key = Key::make(KeyKind::kRsa2048); });
+    const Identity rsaCa = caUnder(pki.root, {.key = Key::make(KeyKind::kRsa2048)});
     Identity twoAlgorithms = leafUnder(rsaCa);  // the parameters of the outer one are not NULL
     std::ranges::find_end(twoAlgorithms.certificate, Bytes{0x0B, 0x05, 0x00}).begin()[1] = 0x04;
 
@@ -49,10 +47,10 @@ TEST_F(Chain, ReportsEachFaultAtItsElement) {
         {"issuer missing", {pki.good}, {0}, CERT_TRUST_IS_PARTIAL_CHAIN},
         {"other root", {leafUnder(pki.sameNameCa), {pki.sameNameCa}}, {0, CERT_TRUST_IS_UNTRUSTED_ROOT}},
         {"issuer by name alone", {leafUnder(pki.sameNameCa), {pki.ca}}, {CERT_TRUST_IS_NOT_SIGNATURE_VALID, 0, 0}},
-        {"not yet valid", {issue(pki.ca, late), {pki.ca}}, {kOutOfTime, 0, 0}},
-        {"valid at the time asked", {issue(pki.ca, late), {pki.ca}, {}, kOffline, 7200}, {0, 0, 0}},
+        {"not yet valid", {late, {pki.ca}}, {kOutOfTime, 0, 0}},
+        {"valid at the time asked", {late, {pki.ca}, {}, kOffline, 7200}, {0, 0, 0}},
         {"all expired", {pki.good, {pki.ca}, {}, kOffline, 3L * 365 * 24 * 3600}, {kOutOfTime, kOutOfTime, kOutOfTime}},
-        {"critical extension", {issue(pki.ca, stranger), {pki.ca}}, {CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT, 0, 0}},
+        {"critical extension", {stranger, {pki.ca}}, {CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT, 0, 0}},
         {"issuer that may not sign certificates", {leafUnder(mayNotSign), {mayNotSign}}, {0, kMayNotSign, 0}},
         {"path too long", {leafUnder(below), {below, shortPath}}, {0, 0, CERT_TRUST_INVALID_BASIC_CONSTRAINTS, 0}},
     };
@@ -126,11 +124,7 @@ Bytes certificatesOnly(const std::vector<Identity>& certificates) {
 
 TEST_F(Chain, FindsIssuersInStoresAndAtTheirAddresses) {
     Files files;
-    const auto leafNaming = [&](const std::string& url) {
-        CertificateSpec spec;
-        spec.caIssuersUrls = {url};
-        return issue(pki.ca, spec);
-    };
+    const auto leafNaming = [&](const std::string& url) { return issue(pki.ca, {.caIssuersUrls = {url}}); };
     const Identity single = leafNaming(files.add("/ca.cer", pki.ca.certificate));
     const Identity message = leafNaming(files.add("/ca.p7c", certificatesOnly({pki.sibling, pki.ca})));
     const Identity rubbish = leafNaming(files.add("/rubbish", bytesOf("no certificate")));
@@ -157,21 +151,20 @@ TEST_F(Chain, TriesEachAddressUntilOneHasTheIssuer) {
     Files files;
     std::vector<Identity> crowd(40, pki.sibling);
     crowd.push_back(pki.ca);
-    CertificateSpec spec;
-    spec.caIssuersUrls = {files.add("/sibling", pki.sibling.certificate),
-                          files.add("/namesake", pki.sameNameCa.certificate),
-                          files.add("/crowd", certificatesOnly(crowd)), files.add("/never", pki.ca.certificate)};
-    EXPECT_EQ(errorOf(chainOf({.end = issue(pki.ca, spec), .flags = 0})), 0U);
+    const std::vector<std::string> urls = {
+        files.add("/sibling", pki.sibling.certificate), files.add("/namesake", pki.sameNameCa.certificate),
+        files.add("/crowd", certificatesOnly(crowd)), files.add("/never", pki.ca.certificate)};
+    EXPECT_EQ(errorOf(chainOf({.end = issue(pki.ca, {.caIssuersUrls = urls}), .flags = 0})), 0U);
     EXPECT_EQ(files.requests(), 3U);
 
     std::string withPassword = files.add("/ca.cer", pki.ca.certificate);
     withPassword.insert(withPassword.find("127"), "me:secret@");
-    spec.caIssuersUrls = {withPassword};
-    EXPECT_EQ(errorOf(chainOf({.end = issue(pki.ca, spec), .flags = 0})), CERT_TRUST_IS_PARTIAL_CHAIN);
+    EXPECT_EQ(errorOf(chainOf({.end = issue(pki.ca, {.caIssuersUrls = {withPassword}}), .flags = 0})),
+              CERT_TRUST_IS_PARTIAL_CHAIN);
     // The certificate above bears the issuer's name and did not make the signature.
-    spec.caIssuersUrls = {files.add("/above", pki.root.certificate)};
-    spec.commonName = "ca";
-    chainOf({.end = pki.good, .extra = {issue(pki.sibling, spec)}, .flags = 0});
+    const std::string above = files.add("/above", pki.root.certificate);
+    chainOf(
+        {.end = pki.good, .extra = {issue(pki.sibling, {.commonName = "ca", .caIssuersUrls = {above}})}, .flags = 0});
     EXPECT_EQ(files.requests(), 3U);
 }
 
@@ -183,10 +176,8 @@ TEST_F(Chain, KeepsADownloadOnlyWhenAChainOverItIsValid) {
     };
     trust(pki.root);
     Files files;
-    CertificateSpec spec;
-    spec.caIssuersUrls = {
-        files.add("/ca", caWithKey({pki.root.certificate, Key::make()}, "ca", pki.ca.key).certificate)};
-    const Identity leaf = issue(pki.ca, spec);
+    const Identity forged = caWithKey({pki.root.certificate, Key::make()}, "ca", pki.ca.key);
+    const Identity leaf = issue(pki.ca, {.caIssuersUrls = {files.add("/ca", forged.certificate)}});
     EXPECT_EQ(errorOf(chainOf({.end = leaf, .flags = 0})), CERT_TRUST_IS_NOT_SIGNATURE_VALID) << "forged";
     files.replace(pki.ca.certificate);
     EXPECT_EQ(errorOf(chainOf({leaf})), CERT_TRUST_IS_PARTIAL_CHAIN);
@@ -213,24 +204,17 @@ TEST_F(Chain, LimitsNumberAndTimeOfDownloads) {
     std::vector<Key> keys(32);
     std::generate(keys.begin(), keys.end(), [] { return Key::make(); });
     for (std::size_t i = 0; i + 1 < keys.size(); ++i) {
-        CertificateSpec spec;
-        spec.commonName = std::to_string(i);
-        spec.ca = true;
-        spec.key = keys[i];
-        spec.caIssuersUrls = {endless.url("/" + std::to_string(i))};
-        CertificateSpec above;
-        above.commonName = std::to_string(i + 1);
-        above.key = keys[i + 1];
-        ladder.push_back(issue(selfSigned(above), spec));
+        const std::string name = std::to_string(i);
+        ladder.push_back(
+            issue(selfSigned({.commonName = std::to_string(i + 1), .key = keys[i + 1]}),
+                  {.commonName = name, .key = keys[i], .ca = true, .caIssuersUrls = {endless.url("/" + name)}}));
     }
     EXPECT_EQ(errorOf(chainOf({.end = ladder[0], .flags = 0})), CERT_TRUST_IS_PARTIAL_CHAIN);
     EXPECT_EQ(endless.requests().size(), 8U);
 
     HttpServer slow([](const HttpRequest&) { return HttpReply{.delayMs = 1500}; });
-    CertificateSpec spec;
-    spec.caIssuersUrls = {slow.url("/1"), slow.url("/2"), slow.url("/3")};
-    EXPECT_EQ(errorOf(chainOf({.end = issue(pki.ca, spec), .flags = 0, .timeoutMs = 300})),
-              CERT_TRUST_IS_PARTIAL_CHAIN);
+    const Identity leaf = issue(pki.ca, {.caIssuersUrls = {slow.url("/1"), slow.url("/2"), slow.url("/3")}});
+    EXPECT_EQ(errorOf(chainOf({.end = leaf, .flags = 0, .timeoutMs = 300})), CERT_TRUST_IS_PARTIAL_CHAIN);
     EXPECT_LT(slow.requests().size(), 3U);
 }
 
@@ -240,14 +224,10 @@ TEST_F(Chain, LimitsSignatureChecks) {
     const auto refOf = [](const Identity& identity) { return service::Certificate::create(identity.certificate); };
     service::ChainSources sources;
     sources.roots = {refOf(pki.root)};
-    CertificateSpec namesake;
-    namesake.commonName = "ca";
-    namesake.ca = true;
-    namesake.keyIdentifiers = false;
     // By their names, each could have issued each.
     for (int i = 0; i < 300; ++i) {
-        namesake.key = Key::make();
-        sources.others.push_back(refOf(issue(pki.sameNameCa, namesake)));
+        sources.others.push_back(
+            refOf(issue(pki.sameNameCa, {.commonName = "ca", .ca = true, .keyIdentifiers = false})));
     }
     service::SignatureLedger ledger;
     service::findPath(refOf(leaf), sources, fileTime(0), {}, ledger);

@@ -83,19 +83,11 @@ struct Row {
 class Crl : public ::testing::Test {
 protected:
     Identity leaf(const Bytes& distributionPoints = {}) const {
-        CertificateSpec spec;
-        spec.serial = kSerial;
-        if (!distributionPoints.empty()) {
-            spec.extensions = {{"2.5.29.31", distributionPoints}};
-        }
-        return issue(pki.ca, spec);
+        const ExtensionList points = {{"2.5.29.31", distributionPoints}};
+        return issue(pki.ca, {.serial = kSerial, .extensions = distributionPoints.empty() ? ExtensionList() : points});
     }
     Identity crlSigner(const Identity& issuer, const char* name, const char* keyUsage = "critical,cRLSign") const {
-        return caUnder(issuer, [&](CertificateSpec& spec) {
-            spec.commonName = name;
-            spec.ca = false;
-            spec.keyUsage = keyUsage;
-        });
+        return issue(issuer, {.commonName = name, .keyUsage = keyUsage});
     }
     void expectAll(const std::vector<Row>& rows) const {
         for (const Row& row : rows) {
@@ -132,7 +124,7 @@ TEST_F(Crl, ProvesNothingWhenMalformed) {
         {"unknown critical extension of an entry", {.entries = {{{0x07}, 1, {{"1.2.3.4", null}}}}}},
         {"malformed reason of an entry", {.entries = {{{0x07}, std::nullopt, {{"2.5.29.21", null}}}}}},
         {"malformed number", {.extensions = {{"2.5.29.20", null}}, .number = std::nullopt}},
-        {"negative number", {.number = Bytes{0xFF}}},
+        {"negative number", {.number = Bytes{0x80}}},
         {"malformed authorityKeyIdentifier", {.extensions = {{"2.5.29.35", null}}}},
         {"malformed freshestCRL", {.extensions = {{"2.5.29.46", null}}}},
         {"empty scope", scoped(tlv::sequence({}))},
@@ -213,10 +205,8 @@ TEST_F(Crl, OfAnotherIssuerCountsOnlyWhenTheCertificateNamesIt) {
     const Identity revokedAgent = crlSigner(pki.root, "agent");
     const CrlSpec revokesAgent = {.revokedSerials = {revokedAgent.serial()}, .lastUpdateSeconds = -60};
     const auto coveredBy = [&](const char* name, const Identity& other) {
-        return caUnder(pki.ca, [&](CertificateSpec& spec) {
-            spec.commonName = name;
-            spec.extensions = {{"2.5.29.31", points({points({crlIssuer(other)})})}};
-        });
+        return caUnder(pki.ca,
+                       {.commonName = name, .extensions = {{"2.5.29.31", points({points({crlIssuer(other)})})}}});
     };
     const Identity first = coveredBy("first", crlSigner(pki.root, "second"));
     const Identity second = coveredBy("second", first);
@@ -251,11 +241,11 @@ TEST_F(Crl, MayBeSignedWithAnotherKeyOfTheCa) {
     const Identity second = crlSigner(pki.root, "ca");
     const Identity bySibling = crlSigner(pki.sibling, "ca");
     const Identity selfIssued = crlSigner(pki.ca, "ca");
-    const Identity caBelow = caUnder(pki.ca, [](CertificateSpec& spec) { spec.commonName = "ca"; });
+    const Identity caBelow = issueCa(pki.ca, "ca");
     const Identity belowThat = crlSigner(caBelow, "ca");
-    const Identity namesake = caUnder(pki.sibling, [](CertificateSpec& spec) { spec.commonName = "ca"; });
+    const Identity namesake = issueCa(pki.sibling, "ca");
     const Identity ofNamesake = crlSigner(namesake, "ca");
-    const Identity newKey = caUnder(pki.root, [](CertificateSpec& spec) { spec.commonName = "ca"; });
+    const Identity newKey = issueCa(pki.root, "ca");
     const Identity ofNewKey = crlSigner(newKey, "ca");
     const std::vector<Bytes> byNamesake = {makeCrl(ofNamesake, {}), makeCrl(namesake, {}), makeCrl(pki.sibling, {})};
     const std::vector<Bytes> byNewKey = {makeCrl(ofNewKey, {.revokedSerials = {kSerial}}), makeCrl(newKey, {})};
@@ -281,18 +271,16 @@ TEST_F(Crl, MayBeSignedWithAnotherKeyOfTheCa) {
         {"each key lists its own", {makeCrl(second, {.lastUpdateSeconds = -60}), listing()}, kRevoked, {}, {second}},
     });
     // Only the key of the CA matters, not which of its certificates is on the path: here a renewed one.
-    CertificateSpec renewed;
-    renewed.commonName = "ca";
-    renewed.ca = true;
-    renewed.key = pki.ca.key;
-    renewed.extensions = {{"2.5.29.14", tlv::octetString({1, 2, 3})}};
-    renewed.keyIdentifiers = false;
+    const Identity renewed = caUnder(pki.root, {.commonName = "ca",
+                                                .key = pki.ca.key,
+                                                .extensions = {{"2.5.29.14", tlv::octetString({1, 2, 3})}},
+                                                .keyIdentifiers = false});
     const Bytes keyIdentifier = tlv::sequence({tlv::contextPrimitive(0, {1, 2, 3})});
     expectAll({{"key identifier of a renewed certificate",
                 {crl({.lastUpdateSeconds = -7200}), listing({.extensions = {{"2.5.29.35", keyIdentifier}}})},
                 kRevoked,
                 {},
-                {issue(pki.root, renewed)}}});
+                {renewed}}});
 }
 
 TEST_F(Crl, SkippedByALimitIsNotReplacedByAnOlderOne) {

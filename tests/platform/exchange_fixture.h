@@ -1,4 +1,4 @@
-// For tests of exchanges: wide text, and the scope of one check.
+// For tests of exchanges: the scope of one check.
 #pragma once
 
 #include <gtest/gtest.h>
@@ -7,12 +7,9 @@
 #include <string>
 
 #include "platform/crypto/crypto_service.h"
+#include "tests/support/bytes.h"
 
 namespace testkit {
-
-inline std::wstring wide(const std::string& text) {
-    return {text.begin(), text.end()};
-}
 
 // A check on this thread during the life of the object.
 struct Check : CRYPTO_CHECK {

@@ -131,9 +131,7 @@ TEST_F(FailingProcess, WorksInAForkedChild) {
     // Made beforehand: the test's own calls of OpenSSL hold no gate.
     std::vector<Bytes> ends;
     for (int i = 0; i < 300; ++i) {
-        CertificateSpec spec;
-        spec.commonName = std::to_string(i);
-        ends.push_back(issue(pki_.ca, spec).certificate);
+        ends.push_back(issue(pki_.ca, {.commonName = std::to_string(i)}).certificate);
     }
     const std::string crl = world_.file("CA/root.crl");
     std::atomic<bool> stop{false};

@@ -10,11 +10,12 @@
 #include <vector>
 
 #include "tests/platform/provider_fixture.h"
-#include "tests/platform/settings_fixture.h"
 #include "tests/platform/token_provider.h"
 #include "tests/support/pki.h"
 #include "tests/support/process.h"
+#include "tests/support/settings_file.h"
 #include "tests/support/temp_dir.h"
+#include "tests/support/tlv.h"
 
 namespace testkit {
 namespace {
@@ -86,11 +87,13 @@ TEST_F(PrivateKey, OpensEveryFormWrittenByOpenssl) {
     const Identity other = Pki::shared().revoked;
     const std::string otherPem = folder_.write("other.pem", other.key.pem());
     for (const auto kind : {KeyKind::kRsa2048, KeyKind::kEcP256}) {
-        CertificateSpec spec;
-        spec.key = Key::make(kind);
-        use(selfSigned(spec));
+        use(selfSigned({.key = Key::make(kind)}));
         const std::string bundle = folder_.write(
             "bundle.pem", "A note\n" + identity_.certificatePem() + other.key.pem() + identity_.key.pem());
+        const Bytes der = readFile(pkcs8("p8.der", " -nocrypt -outform DER"));
+        // An attribute that holds the octets of an identifier of encryptions without its last one.
+        const Bytes odd = tlv::sequence({tlv::oid("1.2.3"), tlv::set({fromHex("040B06092A864886F70D010500")})});
+        const Bytes withOdd = concat({Bytes(der.begin() + 2 + (der[1] & 0x7F), der.end()), tlv::context(0, odd)});
         struct Row {
             const char* name;
             std::string uri;
@@ -102,7 +105,8 @@ TEST_F(PrivateKey, OpensEveryFormWrittenByOpenssl) {
             {"by URI without authority", "FILE:" + plain_, kNoPin},
             {"by URI with this host", "file://localhost" + plain_, kNoPin},
             {"by relative path", std::filesystem::relative(plain_).string(), kNoPin},
-            {"PKCS #8, DER", pkcs8("p8.der", " -nocrypt -outform DER"), kNoPin},
+            {"PKCS #8, DER", folder_.file("p8.der"), kNoPin},
+            {"PKCS #8, with an odd attribute", folder_.write("odd.der", tlv::raw(0x30, withOdd)), kNoPin},
             {"traditional", made("old.pem", traditional), kNoPin},
             {"traditional, DER", made("old.der", traditional + " -outform DER"), kNoPin},
             {"traditional, encrypted", made("old2.pem", traditional + " -aes128 -passout pass:12ä"), "12ä"},
@@ -249,6 +253,7 @@ TEST_F(PrivateKey, ReportsWhyThereIsNoKey) {
         {folder_.write("empty", ""), NTE_BAD_KEYSET},
         {folder_.write("rubbish.der", rubbish), NTE_BAD_KEYSET},
         {folder_.write("cut.pem", identity_.key.pem().substr(0, 90)), NTE_BAD_KEYSET},
+        {folder_.write("cut.der", fromHex("06092A864886F70D0105")), NTE_BAD_KEYSET},  // before the kind of encryption
         {own_, NTE_BAD_KEYSET},
         {"file://elsewhere/key.pem", NTE_NOT_SUPPORTED},
         {"tpm2:handle=1", NTE_NOT_SUPPORTED},

@@ -15,8 +15,8 @@
 #include "platform/crypto/network/url_cache.h"
 #include "tests/platform/environment_fixture.h"
 #include "tests/platform/exchange_fixture.h"
-#include "tests/platform/settings_fixture.h"
 #include "tests/support/http_server.h"
+#include "tests/support/settings_file.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/tlv.h"
 
@@ -81,6 +81,17 @@ TEST_F(RetrieveObjectByUrl, UsesTheCacheAsTheFlagsSay) {
     EXPECT_FALSE(retrieve(server_.url("/other"), CRYPT_CACHE_ONLY_RETRIEVAL).ok) << "another address";
     FILETIME future{0, 0x7FFFFFFF};
     EXPECT_FALSE(retrieve(server_.url("/ocsp"), CRYPT_CACHE_ONLY_RETRIEVAL, &future).ok) << "older than resync time";
+}
+
+TEST_F(RetrieveObjectByUrl, UsesAResponseForTheSecondThatTheSettingAllows) {
+    settings_.write("[crypto]\nurl_cache = \"" + folder_.file("cache") +
+                    "\"\n[config.Basalt.cache_settings]\nOcspValiditySeconds = 1\n");
+    bool isUsed = false;
+    for (int i = 0; i < 20 && !isUsed; ++i) {  // the second may end between the calls
+        retrieve(server_.url(), 0);
+        isUsed = retrieve(server_.url(), CRYPT_CACHE_ONLY_RETRIEVAL).ok;
+    }
+    EXPECT_TRUE(isUsed);
 }
 
 TEST_F(RetrieveObjectByUrl, CachesByAddressAndRequest) {

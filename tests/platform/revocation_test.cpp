@@ -38,10 +38,7 @@ protected:
         return GetLastError();
     }
     Identity namingCrl(const std::string& url) const {
-        CertificateSpec spec;
-        spec.commonName = "naming its crl";
-        spec.crlUrls = {url};
-        return issue(pki.ca, spec);
+        return issue(pki.ca, {.commonName = "naming its crl", .crlUrls = {url}});
     }
     // The error of the end certificate, with the CA, `crls` and the root's CRL given.
     DWORD errorOfEnd(const Identity& end, std::vector<Bytes> crls = {}, DWORD flags = 0, FILETIME* resync = nullptr) {
@@ -130,7 +127,7 @@ TEST_F(Revocation, UsesTheNewestOfLocalCachedAndDownloadedCrls) {
     EXPECT_EQ(server.requests().size(), 1U);
     std::this_thread::sleep_for(std::chrono::milliseconds(1100));
     served = newer;
-    support_settings_open(world.settings("crl_cache_max_age = 0\n").c_str());
+    world.use("crl_cache_max_age = 0\n");
     EXPECT_EQ(errorOfEnd(end), CERT_TRUST_IS_REVOKED);  // the cached one is too old
     EXPECT_EQ(server.requests().size(), 2U);
 }
@@ -176,9 +173,10 @@ TEST_F(Revocation, IsUnknownWhenNotLookedUp) {
     ASSERT_NE(at, unknownKey.certificate.end());
     *(at + 6) = 0x7F;
     EXPECT_EQ(errorsOf(pki.good, unknownKey, {rootCrl}), kUnknown);
-    CertificateSpec proxy;
-    proxy.criticalExtensions = {{"1.3.6.1.5.5.7.1.14", fromHex("300C300A06082B06010505071501")}};
-    EXPECT_EQ(errorsOf(issue(pki.good, proxy), pki.good, {rootCrl, caCrl, makeCrl(pki.good, {})}), kUnknown);
+    const ExtensionList proxy = {{"1.3.6.1.5.5.7.1.14", fromHex("300C300A06082B06010505071501")}};
+    EXPECT_EQ(
+        errorsOf(issue(pki.good, {.criticalExtensions = proxy}), pki.good, {rootCrl, caCrl, makeCrl(pki.good, {})}),
+        kUnknown);
 
     namespace service = tallow::platform;
     service::ChainSources sources;
@@ -186,9 +184,9 @@ TEST_F(Revocation, IsUnknownWhenNotLookedUp) {
     sources.roots = {refOf(pki.root)};
     sources.others = {refOf(pki.ca)};
     sources.crls = {service::Crl::parse(caCrl)};
-    const auto stateOf = [&](const Identity& end, int checks) {
+    const auto stateOf = [&](const Identity& end, int checks, const FILETIME& when = fileTime(0)) {
         service::SignatureLedger ledger;
-        const service::CrlRules rules = service::crlRules({fileTime(0)}, false, nullptr, 0);
+        const service::CrlRules rules = service::crlRules({when}, false, nullptr, 0);
         service::FetchAllowance none(0, 0);
         const service::Path path = service::findPath(refOf(end), sources, rules.when, {}, ledger);
         while (ledger.checksMade() < checks) {
@@ -198,6 +196,15 @@ TEST_F(Revocation, IsUnknownWhenNotLookedUp) {
     };
     EXPECT_EQ(stateOf(pki.good, service::SignatureLedger::kMaxChecks), service::RevocationState::kUnknown);
     EXPECT_EQ(stateOf(pki.good, 0), service::RevocationState::kGood);
+    const service::Crl& crl = *sources.crls[0];
+    for (const auto& [seconds, isCurrent] : {std::pair(crl.thisUpdate - 1, false),
+                                             {crl.thisUpdate, true},
+                                             {*crl.nextUpdate - 1, true},
+                                             {*crl.nextUpdate, false}}) {
+        const auto ticks = static_cast<std::uint64_t>(seconds + 11644473600) * 10000000;
+        const FILETIME when{static_cast<DWORD>(ticks), static_cast<DWORD>(ticks >> 32)};
+        EXPECT_EQ(stateOf(pki.good, 0, when) == service::RevocationState::kGood, isCurrent) << seconds;
+    }
     sources.crlsIncomplete = true;
     EXPECT_EQ(stateOf(pki.good, 0), service::RevocationState::kUnknown);
     EXPECT_EQ(stateOf(pki.revoked, 0), service::RevocationState::kRevoked);
@@ -207,18 +214,15 @@ TEST_F(Revocation, TriesTheNextAddressAfterAnUnrelatedCrl) {
     const Bytes strangers = makeCrl(pki.sameNameCa, {});
     HttpServer server(
         [&](const HttpRequest& request) { return HttpReply{.body = request.target == "/right" ? caCrl : strangers}; });
-    CertificateSpec spec;
-    spec.crlUrls = {server.url("/1"), server.url("/2"), server.url("/right")};
-    EXPECT_EQ(errorOfEnd(issue(pki.ca, spec)), 0U);
+    EXPECT_EQ(errorOfEnd(issue(pki.ca, {.crlUrls = {server.url("/1"), server.url("/2"), server.url("/right")}})), 0U);
     EXPECT_EQ(server.requests().size(), 3U);
 }
 
 TEST_F(Revocation, ContactsNoAddressOfAnUntrustedChain) {
     HttpServer server([](const HttpRequest&) { return HttpReply{}; });
-    CertificateSpec spec;
-    spec.crlUrls = {server.url()};
-    chainOf({.end = issue(pki.sameNameCa, spec), .extra = {pki.sameNameCa}, .flags = kChain});
-    chainOf({.end = issue(pki.sameNameCa, spec), .extra = {pki.ca}, .flags = kChain});
+    const Identity end = issue(pki.sameNameCa, {.crlUrls = {server.url()}});
+    chainOf({.end = end, .extra = {pki.sameNameCa}, .flags = kChain});
+    chainOf({.end = end, .extra = {pki.ca}, .flags = kChain});
     EXPECT_EQ(server.requests().size(), 0U);
 }
 

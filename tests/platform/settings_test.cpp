@@ -8,7 +8,7 @@
 
 #include "platform/support/settings_table.h"
 #include "tests/platform/environment_fixture.h"
-#include "tests/platform/settings_fixture.h"
+#include "tests/support/settings_file.h"
 
 namespace testkit {
 namespace {

@@ -1,16 +1,16 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <optional>
 #include <string>
 #include <vector>
 
 #include "platform/crypto/keys/public_key.h"
 #include "tests/platform/provider_fixture.h"
-#include "tests/platform/settings_fixture.h"
 #include "tests/support/pki.h"
 #include "tests/support/process.h"
+#include "tests/support/settings_file.h"
 #include "tests/support/tlv.h"
+#include "tests/support/vectors.h"
 
 namespace testkit {
 namespace {
@@ -47,58 +47,37 @@ Bytes madeByCommand(const TempDir& folder, const std::string& options) {
                : Bytes();
 }
 
-TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
-    struct Row {
-        const char* name;
-        std::string options;
-        DWORD expected;
-        std::optional<DWORD> asCertificate = std::nullopt;  // if the check of the issuer has another result
-    };
-    const std::string pss = "rsa:2048 -sigopt rsa_padding_mode:pss -sigopt ";
-    const std::string exponent = "rsa:2048 -sha256 -pkeyopt rsa_keygen_pubexp:";
-    const std::string curve = "ec -pkeyopt ec_paramgen_curve:";
-    for (const Row& row : {
-             Row{"RSA SHA-256", "rsa:2048 -sha256", kGood},
-             Row{"RSA SHA-224", "rsa:2048 -sha224", kGood},
-             Row{"RSA SHA-1", "rsa:2048 -sha1", NTE_BAD_ALGID, kGood},
-             Row{"RSA MD5", "rsa:2048 -md5", NTE_BAD_ALGID},
-             Row{"RSA of 512 bits", "rsa:512 -sha256", NTE_BAD_PUBLIC_KEY},
-             Row{"RSA with an exponent of 65 bits", exponent + "18446744073709551629", NTE_BAD_PUBLIC_KEY},
-             Row{"RSA with an exponent of 64 bits", exponent + "18446744073709551557", kGood},
-             Row{"PSS SHA-384 with another salt", pss + "rsa_pss_saltlen:20 -sha384", kGood},
-             Row{"PSS with another mask hash", pss + "rsa_mgf1_md:sha512 -sha256", kGood},
-             Row{"PSS SHA-1", pss + "rsa_pss_saltlen:digest -sha1", NTE_BAD_ALGID, kGood},
-             Row{"PSS key", "rsa-pss -pkeyopt rsa_keygen_bits:2048 -sha256", kGood},
-             Row{"P-256", curve + "P-256 -sha256", kGood},
-             Row{"P-521 SHA-512", curve + "P-521 -sha512", kGood},
-             Row{"P-256 SHA-1", curve + "P-256 -sha1", NTE_BAD_ALGID, kGood},
-             Row{"curve spelt out", curve + "P-256 -pkeyopt ec_param_enc:explicit -sha256", NTE_BAD_PUBLIC_KEY},
-             Row{"Ed25519", "ed25519", kGood},
-             Row{"Ed448", "ed448", kGood},
-         }) {
-        SCOPED_TRACE(row.name);
-        const TempDir folder;
-        const Bytes der = madeByCommand(folder, row.options);
-        ASSERT_FALSE(der.empty());
-        EXPECT_EQ(verify(der, der), row.expected);
-        const DWORD issued = row.asCertificate.value_or(row.expected);
-        EXPECT_EQ(verifyIssuer(der), issued);
-        for (const size_t octet : {size_t{20}, der.size() - 1}) {  // in the serial number, in the signature
-            Bytes altered = der;
-            altered[octet] ^= 1;
-            EXPECT_EQ(verify(altered, der), row.expected == kGood ? NTE_BAD_SIGNATURE : row.expected);
-            EXPECT_EQ(verifyIssuer(altered), issued == kGood ? NTE_BAD_SIGNATURE : issued);
-        }
+std::string wordOf(DWORD error) {
+    return error == kGood                ? "good"
+           : error == NTE_BAD_ALGID      ? "bad algorithm"
+           : error == NTE_BAD_PUBLIC_KEY ? "bad key"
+                                         : std::to_string(error);
+}
+
+// The verdict on a certificate made with these options, and on who issued it where that is another one.
+std::string verdictOnScheme(const std::string& options) {
+    const TempDir folder;
+    const Bytes der = madeByCommand(folder, options);
+    EXPECT_FALSE(der.empty());
+    const DWORD verdict = verify(der, der);
+    const DWORD issued = verifyIssuer(der);
+    for (const size_t octet : {size_t{20}, der.size() - 1}) {  // in the serial number, in the signature
+        Bytes altered = der;
+        altered.at(octet) ^= 1;
+        EXPECT_EQ(verify(altered, der), verdict == kGood ? NTE_BAD_SIGNATURE : verdict) << options;
+        EXPECT_EQ(verifyIssuer(altered), issued == kGood ? NTE_BAD_SIGNATURE : issued) << options;
     }
+    return wordOf(verdict) + (issued != verdict ? ", issuer " + wordOf(issued) : "");
+}
+
+TEST(Signature, VerifiesEachSchemeMadeByOpenssl) {
+    expectVectors("platform/signatures.txt", {{"scheme", verdictOnScheme}});
 }
 
 TEST(Signature, AcceptsSha1OnlyWithTheSetting) {
-    CertificateSpec spec;
-    spec.key = Key::make(KeyKind::kRsa2048);
-    spec.hash = "SHA1";
-    const Bytes weak = selfSigned(spec).certificate;
-    spec.hash = "MD5";
-    const Bytes broken = selfSigned(spec).certificate;
+    const Key key = Key::make(KeyKind::kRsa2048);
+    const Bytes weak = selfSigned({.key = key, .hash = "SHA1"}).certificate;
+    const Bytes broken = selfSigned({.key = key, .hash = "MD5"}).certificate;
     EXPECT_EQ(verify(weak, weak), NTE_BAD_ALGID);
     const SettingsFile settings("[crypto]\naccept_sha1 = true\n");
     EXPECT_EQ(verify(weak, weak), kGood);
@@ -108,13 +87,9 @@ TEST(Signature, AcceptsSha1OnlyWithTheSetting) {
 TEST(Signature, OfAnotherKeyIsBad) {
     const Pki& pki = Pki::shared();
     EXPECT_EQ(verify(pki.good.certificate, pki.ca.certificate), kGood);
-    CertificateSpec rsa;
-    rsa.key = Key::make(KeyKind::kRsa2048);
-    CertificateSpec edwards;
-    edwards.key = Key::make(KeyKind::kEd25519);
-    for (const Bytes& issuer : {pki.sameNameCa.certificate, pki.root.certificate, selfSigned(rsa).certificate,
-                                selfSigned(edwards).certificate}) {
-        EXPECT_EQ(verify(pki.good.certificate, issuer), NTE_BAD_SIGNATURE);
+    for (const Identity& issuer : {pki.sameNameCa, pki.root, selfSigned({.key = Key::make(KeyKind::kRsa2048)}),
+                                   selfSigned({.key = Key::make(KeyKind::kEd25519)})}) {
+        EXPECT_EQ(verify(pki.good.certificate, issuer.certificate), NTE_BAD_SIGNATURE);
     }
 }
 
@@ -162,6 +137,8 @@ TEST(Signature, RejectsForgeableAndMalformedKeys) {
     };
     Bytes minusOne448 = filled(57, 0xFF, 0xFE, 0);
     minusOne448[28] = 0xFE;
+    Bytes nearMinusOne448 = minusOne448;
+    nearMinusOne448[55] = 0;
     const Bytes orderEight = fromHex("c7176a703d4dd84fba3c0b760d10670f2a2053fa2c39ccc64ec7fd7792ac037a");
     // The powers of 2 modulo 2^n - 1 repeat after n; the orders given are multiples of that.
     constexpr const char* kDsa = "1.2.840.10040.4.1";
@@ -195,6 +172,7 @@ TEST(Signature, RejectsForgeableAndMalformedKeys) {
         {"Ed25519, order 8", kEd25519, {}, orderEight},
         {"Ed448, neutral point", kEd448, {}, filled(57, 0, 1, 0)},
         {"Ed448, -1", kEd448, {}, minusOne448},
+        {"Ed448, like -1 but for one octet", kEd448, {}, nearMinusOne448, true},
     };
     for (Row& row : rows) {
         SCOPED_TRACE(row.name);
@@ -313,9 +291,15 @@ TEST(Signature, HashesWithEveryAlgorithm) {
     const std::pair<ALG_ID, const char*> rows[] = {
         {0, "a9993e364706816aba3e25717850c26c9cd0d89d"},
         {CALG_SHA1, "a9993e364706816aba3e25717850c26c9cd0d89d"},
+        {CALG_MD5, "900150983cd24fb0d6963f7d28e17f72"},
+        {CALG_SHA_224, "23097d223405d8228642a477bda255b32aadbce4bda0b3f7e36c9da7"},
         {CALG_SHA_256, "ba7816bf8f01cfea414140de5dae2223b00361a396177a9cb410ff61f20015ad"},
+        {CALG_GR3411_2012_256, "4e2919cf137ed41ec4fb6270c61826cc4fffb660341e0af3688cd0626d23b481"},
     };
     for (const auto& [algorithm, expected] : rows) {
+        if (algorithm == CALG_GR3411_2012_256 && !hasGost()) {
+            continue;
+        }
         Bytes hash(64);
         DWORD size = 64;
         ASSERT_TRUE(CryptHashCertificate(0, algorithm, 0, bytesOf("abc").data(), 3, hash.data(), &size));

@@ -14,8 +14,8 @@
 #include "platform/crypto/chains/chain_sources.h"
 #include "tests/platform/certificate_fixture.h"
 #include "tests/platform/environment_fixture.h"
-#include "tests/platform/settings_fixture.h"
 #include "tests/support/pki.h"
+#include "tests/support/settings_file.h"
 #include "tests/support/tlv.h"
 
 namespace testkit {
@@ -92,9 +92,7 @@ TEST_F(SystemStore, ReadsEveryFormOfAFile) {
     const std::string pem = pki_.ca.certificatePem();
     const Bytes crl = makeCrl(pki_.ca, {});
     const std::string crlPem = toPem(crl, "X509 CRL");
-    CertificateSpec spec;
-    spec.extensions = {{"1.2.3.4", bytesOf(std::string_view("\n" + pem))}};
-    const Bytes carrier = selfSigned(spec).certificate;
+    const Bytes carrier = selfSigned({.extensions = {{"1.2.3.4", bytesOf(std::string_view("\n" + pem))}}}).certificate;
     const Bytes& ca = pki_.ca.certificate;
     const auto cut = [](const Bytes& bytes) { return Bytes(bytes.begin(), bytes.end() - 1); };
     const auto text = [](const std::string& content) { return bytesOf(std::string_view(content)); };
@@ -238,19 +236,21 @@ TEST_F(SystemStore, IgnoresTheHomeOfAnotherUser) {
     }
 }
 
-TEST_F(SystemStore, IgnoresPipesAndDevices) {
+TEST_F(SystemStore, IgnoresPipesDevicesAndLargeFiles) {
     namespace fs = std::filesystem;
     folder_.write("user/CA/a.pem", pki_.ca.certificatePem());
     const fs::path folder = folder_.path() / "user" / "CA";
     ASSERT_EQ(::mkfifo((folder / "b.pem").c_str(), 0600), 0);
     ASSERT_EQ(::mkfifo((folder / "a.toml").c_str(), 0600), 0);
     EXPECT_FALSE(mayLackCrl());
+    fs::create_symlink("/dev/zero", folder / "c.pem");
+    EXPECT_FALSE(mayLackCrl());
+    fs::resize_file(folder_.write("user/CA/huge.pem", ""), (64U << 20U) + 1);
+    EXPECT_TRUE(mayLackCrl());
+    EXPECT_EQ(all(open("CA")), std::vector<Bytes>{pki_.ca.certificate});
+    fs::remove(folder / "huge.pem");
     ASSERT_EQ(::mkfifo((folder / "b.crl").c_str(), 0600), 0);
     EXPECT_TRUE(mayLackCrl());
-    fs::create_symlink("/dev/zero", folder / "c.pem");
-    folder_.write("user/CA/huge.der", "");
-    fs::resize_file(folder / "huge.der", (64U << 20U) + 1);
-    EXPECT_EQ(all(open("CA")), std::vector<Bytes>{pki_.ca.certificate});
 }
 
 TEST_F(SystemStore, MustExistOnlyWithTheFlag) {

@@ -1,9 +1,11 @@
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 #include "platform/crypto/crypto_service.h"
 #include "tests/support/bytes.h"
+#include "tests/support/vectors.h"
 
 namespace testkit {
 namespace {
@@ -45,41 +47,29 @@ TEST(TextForms, WritesBase64) {
     EXPECT_EQ(small[0], L'#');
 }
 
-TEST(TextForms, ReadsThePermittedForms) {
-    const std::string pem = toPem(fromHex("3003020105"), "CERTIFICATE");
-    struct Row {
-        const char* name;
-        std::string text;
-        DWORD form;
-        std::string expected;  // hexadecimal, "-" for a failure
-        DWORD met;
-    };
-    for (const Row& row :
-         {Row{"PEM", pem, CRYPT_STRING_BASE64HEADER, "3003020105", CRYPT_STRING_BASE64HEADER},
-          Row{"PEM behind text", "Subject: x\n" + pem, CRYPT_STRING_ANY, "3003020105", CRYPT_STRING_BASE64HEADER},
-          Row{"PEM where it is not allowed", pem, CRYPT_STRING_BASE64, "-", 0},
-          Row{"broken PEM", "-----BEGIN X-----\n!!!\n-----END X-----\n", CRYPT_STRING_ANY, "-", 0},
-          Row{"base64", "MAMC\r\nAQU=\n", CRYPT_STRING_BASE64_ANY, "3003020105", CRYPT_STRING_BASE64},
-          Row{"two octets", "AQI=", CRYPT_STRING_BASE64, "0102", CRYPT_STRING_BASE64},
-          Row{"one octet", "AQ==", CRYPT_STRING_BASE64, "01", CRYPT_STRING_BASE64},
-          Row{"no base64", "AQ=", CRYPT_STRING_BASE64, "-", 0}, Row{"nothing", " ", CRYPT_STRING_BASE64, "-", 0},
-          Row{"bytes", "0\x03\x02\x01\x05", CRYPT_STRING_ANY, "3003020105", CRYPT_STRING_BINARY}}) {
-        SCOPED_TRACE(row.name);
-        Bytes bytes(64);
-        DWORD size = 64;
-        DWORD skip = 99;
-        DWORD met = 99;
-        const BOOL read = CryptStringToBinaryA(row.text.c_str(), 0, row.form, bytes.data(), &size, &skip, &met);
-        ASSERT_EQ(read != FALSE, row.expected != "-");
-        if (!read) {
-            EXPECT_EQ(GetLastError(), ERROR_INVALID_DATA);
-            continue;
-        }
-        bytes.resize(size);
-        EXPECT_EQ(toHex(bytes), row.expected);
-        EXPECT_EQ(met, row.met);
-        EXPECT_EQ(skip, row.met == CRYPT_STRING_BASE64HEADER ? row.text.find("-----") : 0U);
+// "form text": the octets in hexadecimal, the form found and where it begins.
+std::string readForm(const std::string& row) {
+    static const std::map<std::string, DWORD> kForms = {{"pem", CRYPT_STRING_BASE64HEADER},
+                                                        {"base64", CRYPT_STRING_BASE64},
+                                                        {"base64-or-pem", CRYPT_STRING_BASE64_ANY},
+                                                        {"any", CRYPT_STRING_ANY}};
+    const std::string text = row.substr(row.find(' ') + 1);
+    Bytes bytes(64);
+    DWORD size = 64;
+    DWORD skip = 99;
+    DWORD met = 99;
+    if (!CryptStringToBinaryA(text.c_str(), 0, kForms.at(row.substr(0, row.find(' '))), bytes.data(), &size, &skip,
+                              &met)) {
+        EXPECT_EQ(GetLastError(), ERROR_INVALID_DATA);
+        return "failed";
     }
+    bytes.resize(size);
+    const char* const found = met == CRYPT_STRING_BINARY ? "octets" : met == CRYPT_STRING_BASE64 ? "base64" : "pem";
+    return toHex(bytes) + " " + found + " @" + std::to_string(skip);
+}
+
+TEST(TextForms, ReadsThePermittedForms) {
+    expectVectors("platform/text_forms.txt", {{"read", readForm}});
 }
 
 }  // namespace

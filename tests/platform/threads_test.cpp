@@ -52,11 +52,8 @@ TEST(Threads, ShareContextsAndStores) {
 TEST(Threads, OpenSystemStoresWhileFilesAndSettingsChange) {
     const Pki& pki = Pki::shared();
     const TempDir folder;
-    const auto settings = [&](const char* name, const char* more) {
-        return folder.write(name, "[crypto]\nsystem_roots = false\nmachine_stores = \"" + folder.file("machine") +
-                                      "\"\nuser_stores = \"\"\n" + more);
-    };
-    const std::string files[] = {settings("a.toml", ""), settings("b.toml", "accept_sha1 = true\n")};
+    const std::string files[] = {folder.write("a.toml", machineSettings(folder)),
+                                 folder.write("b.toml", machineSettings(folder, "accept_sha1 = true\n"))};
     folder.write("machine/ROOT/root.pem", pki.root.certificatePem());
     folder.write("machine/CA/ca.pem", pki.ca.certificatePem());
     ASSERT_EQ(support_settings_open(files[0].c_str()), 0);
@@ -72,6 +69,31 @@ TEST(Threads, OpenSystemStoresWhileFilesAndSettingsChange) {
         }
     });
     EXPECT_EQ(trusted, 75);
+    support_settings_open(folder.write("empty.toml", "").c_str());
+}
+
+TEST(Threads, ReadOneTextOfChangingSettings) {
+    const TempDir folder;
+    const std::string texts[] = {"short", std::string(3000, 'x')};
+    const std::string files[] = {folder.write("a.toml", "text = \"" + texts[0] + "\"\n"),
+                                 folder.write("b.toml", "text = \"" + texts[1] + "\"\n")};
+    ASSERT_EQ(support_settings_open(files[0].c_str()), 0);
+    onThreads(4, [&](int thread) {
+        for (int round = 0; round < 300; ++round) {
+            if (thread == 0) {
+                support_settings_open(files[round % 2].c_str());
+                continue;
+            }
+            std::size_t size = 0;
+            ASSERT_EQ(support_registry_get_string("\\text", &size, nullptr), 0);
+            std::string text(size, '#');
+            const int result = support_registry_get_string("\\text", &size, text.data());
+            text.resize(size);
+            EXPECT_TRUE(result == 0 ? text == texts[0] || text == texts[1]
+                                    : result == static_cast<int>(ERROR_MORE_DATA))
+                << result << text;
+        }
+    });
     support_settings_open(folder.write("empty.toml", "").c_str());
 }
 

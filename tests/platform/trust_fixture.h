@@ -12,7 +12,7 @@
 #include "tests/platform/certificate_fixture.h"
 #include "tests/support/ocsp_builder.h"
 #include "tests/support/pki.h"
-#include "tests/support/temp_dir.h"
+#include "tests/support/settings_file.h"
 
 namespace testkit {
 
@@ -21,28 +21,20 @@ struct FreeChain {
 };
 using ChainPtr = std::unique_ptr<const CERT_CHAIN_CONTEXT, FreeChain>;
 
-// A CA under `issuer` with `change` applied.
-template <typename Change>
-Identity caUnder(const Identity& issuer, Change change) {
-    CertificateSpec spec;
-    spec.commonName = "changed ca";
+// A CA under `issuer` with these fields, named "changed ca" unless they have a name.
+inline Identity caUnder(const Identity& issuer, CertificateSpec spec) {
+    spec.commonName = spec.commonName == CertificateSpec().commonName ? "changed ca" : spec.commonName;
     spec.ca = true;
-    change(spec);
     return issue(issuer, spec);
 }
 
 // A CA under `issuer` with this name and key.
 inline Identity caWithKey(const Identity& issuer, const char* name, const Key& key) {
-    return caUnder(issuer, [&](CertificateSpec& spec) {
-        spec.commonName = name;
-        spec.key = key;
-    });
+    return caUnder(issuer, {.commonName = name, .key = key});
 }
 
 inline Identity leafUnder(const Identity& issuer) {
-    CertificateSpec spec;
-    spec.commonName = "leaf";
-    return issue(issuer, spec);
+    return issue(issuer, {.commonName = "leaf"});
 }
 
 inline StorePtr storeOf(const std::vector<Identity>& certificates, const std::vector<Bytes>& crls = {}) {
@@ -121,7 +113,7 @@ inline DWORD allOf(const std::vector<DWORD>& errors, DWORD more = 0) {
 class TrustWorld {
 public:
     explicit TrustWorld(const std::vector<Identity>& roots, const std::string& moreSettings = "") {
-        support_settings_open(settings(moreSettings).c_str());
+        use(moreSettings);
         for (std::size_t i = 0; i < roots.size(); ++i) {
             add("ROOT/" + std::to_string(i) + ".pem", roots[i]);
         }
@@ -133,12 +125,9 @@ public:
     TrustWorld(const TrustWorld&) = delete;
     TrustWorld& operator=(const TrustWorld&) = delete;
 
-    // The path of a settings file for this machine, with `more` in its table [crypto].
-    std::string settings(const std::string& more) const {
-        const std::string base = dir_.path().string();
-        return dir_.write("settings.toml", "[crypto]\nmachine_stores = \"" + base + "/machine\"\nuser_stores = \"" +
-                                               base + "/user\"\nurl_cache = \"" + base +
-                                               "/cache\"\nsystem_roots = false\n" + more);
+    // Puts settings for this machine into force, with `more` in their table [crypto].
+    void use(const std::string& more) const {
+        support_settings_open(dir_.write("settings.toml", machineSettings(dir_, more)).c_str());
     }
 
     // Puts a certificate into a system store: "CA/name.pem".

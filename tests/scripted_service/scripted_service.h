@@ -44,6 +44,24 @@ public:
     Overlay() { answerByPlatform(); }
 };
 
+/// A chain context of so many chains, the first with so many elements, none of which may be read.
+struct ScriptedChain {
+    ScriptedChain(DWORD chains, DWORD elements) {
+        context.cChain = chains;
+        context.rgpChain = &first;
+        simple.cElement = elements;
+    }
+    ScriptedChain(const ScriptedChain&) = delete;
+    ScriptedChain& operator=(const ScriptedChain&) = delete;
+
+    /// The action of CertGetCertificateChain that gives it.
+    auto asResult() const { return testing::DoAll(testing::SetArgPointee<7>(&context), testing::Return(TRUE)); }
+
+    CERT_CHAIN_CONTEXT context{};
+    CERT_SIMPLE_CHAIN simple{};
+    CERT_SIMPLE_CHAIN* first = &simple;
+};
+
 /// An action that sets the last error and returns `result`.
 template <class Result>
 auto failing(Result result, DWORD lastError) {

@@ -20,6 +20,11 @@ std::string toUpperHex(const Bytes& bytes);
 /// The characters of `text` as octets.
 Bytes bytesOf(std::string_view text);
 
+/// The same text, which is ASCII, in wide characters.
+inline std::wstring wide(std::string_view text) {
+    return {text.begin(), text.end()};
+}
+
 /// The parts one after the other.
 Bytes concat(const std::vector<Bytes>& parts);
 

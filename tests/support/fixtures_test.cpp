@@ -28,10 +28,7 @@ TEST(Fixtures, BuiltResponsesPassTheOpensslCommand) {
     const Pki& pki = Pki::shared();
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        CertificateSpec signer;
-        signer.key = Key::make(row.keyKind);
-        signer.extendedKeyUsage = "OCSPSigning";
-        ResponseSpec spec(issue(pki.ca, signer));
+        ResponseSpec spec(issue(pki.ca, {.key = Key::make(row.keyKind), .extendedKeyUsage = "OCSPSigning"}));
         spec.hash = row.hash;
         spec.pss = row.pss;
         spec.responderIdKind = row.idKind;

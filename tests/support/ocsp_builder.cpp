@@ -82,14 +82,6 @@ Bytes basicResponse(const ResponseSpec& spec) {
 
 }  // namespace
 
-Bytes digest(const std::string& hashOid, const Bytes& data) {
-    const EVP_MD* const hash = EVP_get_digestbyobj(Asn1ObjectPtr(OBJ_txt2obj(hashOid.c_str(), 1)).get());
-    require(hash != nullptr, "looking up a digest");
-    Bytes result(static_cast<std::size_t>(EVP_MD_get_size(hash)));
-    require(EVP_Digest(data.data(), data.size(), result.data(), nullptr, hash, nullptr) == 1, "hashing");
-    return result;
-}
-
 Bytes CertIdSpec::encode() const {
     return tlv::sequence({tlv::sequence({tlv::oid(hashOid), tlv::null()}), tlv::octetString(issuerNameHash),
                           tlv::octetString(issuerKeyHash), tlv::integer(serial)});
@@ -119,7 +111,8 @@ Bytes EntrySpec::encode() const {
                           extensions.empty() ? Bytes{} : tlv::context(1, sequenceOf(extensions))});
 }
 
-ResponseSpec::ResponseSpec(Identity responseSigner) : signer(std::move(responseSigner)) {}
+ResponseSpec::ResponseSpec(Identity responseSigner, std::vector<EntrySpec> responses)
+    : entries(std::move(responses)), signer(std::move(responseSigner)) {}
 
 Bytes buildResponse(const ResponseSpec& spec) {
     if (spec.bare) {

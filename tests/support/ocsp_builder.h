@@ -1,9 +1,7 @@
 // OCSP responses in which every field can be set, also to invalid values. Written with the TLV writer, signed with
 // libcrypto.
 //
-//   ResponseSpec spec(pki.delegate);
-//   spec.entries.push_back(EntrySpec(certIdOf(pki.good, pki.ca)));
-//   Bytes der = buildResponse(spec);
+//   Bytes der = buildResponse(ResponseSpec(pki.delegate, {EntrySpec(certIdOf(pki.good, pki.ca))}));
 #pragma once
 
 #include <cstdint>
@@ -16,15 +14,8 @@
 
 namespace testkit {
 
-inline constexpr const char* kSha1Oid = "1.3.14.3.2.26";
-inline constexpr const char* kSha256Oid = "2.16.840.1.101.3.4.2.1";
-inline constexpr const char* kSha384Oid = "2.16.840.1.101.3.4.2.2";
-inline constexpr const char* kSha512Oid = "2.16.840.1.101.3.4.2.3";
 inline constexpr const char* kBasicResponseOid = "1.3.6.1.5.5.7.48.1.1";
 inline constexpr const char* kNonceOid = "1.3.6.1.5.5.7.48.1.2";
-
-/// A digest by its OID; throws for an unknown OID.
-Bytes digest(const std::string& hashOid, const Bytes& data);
 
 struct CertIdSpec {
     std::string hashOid = kSha1Oid;
@@ -67,7 +58,7 @@ struct EntrySpec {
 enum class ResponderIdKind { kByName, kByKey };
 
 struct ResponseSpec {
-    explicit ResponseSpec(Identity responseSigner);
+    explicit ResponseSpec(Identity responseSigner, std::vector<EntrySpec> responses = {});
 
     // Outermost.
     int responseStatus = 0;  // responseBytes are written for 0 only

@@ -27,10 +27,8 @@ using BioPtr = std::unique_ptr<BIO, FreeWith<BIO_free_all>>;
 using PkeyCtxPtr = std::unique_ptr<EVP_PKEY_CTX, FreeWith<EVP_PKEY_CTX_free>>;
 using MdCtxPtr = std::unique_ptr<EVP_MD_CTX, FreeWith<EVP_MD_CTX_free>>;
 using X509Ptr = std::unique_ptr<X509, FreeWith<X509_free>>;
-using X509NamePtr = std::unique_ptr<X509_NAME, FreeWith<X509_NAME_free>>;
 using X509ExtensionPtr = std::unique_ptr<X509_EXTENSION, FreeWith<X509_EXTENSION_free>>;
 using Asn1IntegerPtr = std::unique_ptr<ASN1_INTEGER, FreeWith<ASN1_INTEGER_free>>;
-using Asn1OctetStringPtr = std::unique_ptr<ASN1_OCTET_STRING, FreeWith<ASN1_OCTET_STRING_free>>;
 using Asn1ObjectPtr = std::unique_ptr<ASN1_OBJECT, FreeWith<ASN1_OBJECT_free>>;
 
 /// Throws with OpenSSL's reason when a fixture cannot be made.
@@ -71,13 +69,11 @@ inline X509Ptr parseCertificate(const Bytes& der) {
     return fromDer<X509Ptr>(der, d2i_X509);
 }
 
-/// A context that signs with the digest (none for Ed25519) and, for RSASSA-PSS, its padding; it owns `keyContext`.
-MdCtxPtr signingContext(EVP_PKEY* key, const std::string& hash, bool pss, EVP_PKEY_CTX** keyContext = nullptr);
-
 struct Signature {
     Bytes algorithm;  // AlgorithmIdentifier, as libcrypto writes it
     Bytes octets;
 };
+/// `hash` is ignored for Ed25519; `pss` is for RSA keys.
 Signature sign(const Bytes& data, EVP_PKEY* key, const std::string& hash, bool pss = false);
 
 }  // namespace testkit

@@ -56,54 +56,40 @@ std::shared_ptr<EVP_PKEY> pooledRsa(KeyKind kind) {
     return pool[slot];
 }
 
-X509NamePtr makeName(const std::string& commonName) {
-    X509NamePtr name(X509_NAME_new());
-    require(X509_NAME_add_entry_by_txt(name.get(), "CN", MBSTRING_UTF8,
-                                       reinterpret_cast<const unsigned char*>(commonName.data()),
-                                       static_cast<int>(commonName.size()), -1, 0) == 1,
-            "making a name");
-    return name;
+Bytes timeIn(long seconds) {
+    return tlv::utcTime(generalizedTimeText(seconds).substr(2));
 }
 
-void setText(ASN1_TIME* time, const std::string& text) {
-    require(ASN1_STRING_set(time, text.data(), static_cast<int>(text.size())) == 1, "setting a time");
-    time->type = text.size() < 15 ? V_ASN1_UTCTIME : V_ASN1_GENERALIZEDTIME;
+Bytes nameOf(const std::string& commonName) {
+    return tlv::sequence({tlv::set({tlv::sequence({tlv::oid("2.5.4.3"), tlv::utf8String(commonName)})})});
 }
 
-Asn1IntegerPtr makeSerial(const std::optional<Bytes>& serial) {
-    Bytes content = serial.value_or(Bytes(10));
-    if (!serial) {
-        RAND_bytes(content.data(), static_cast<int>(content.size()));
-        content[0] = static_cast<std::uint8_t>((content[0] & 0x3F) | 0x40);  // positive, and of full length
-    }
-    return fromDer<Asn1IntegerPtr>(tlv::integer(content), d2i_ASN1_INTEGER);
+Bytes randomSerial() {
+    Bytes content(10);
+    RAND_bytes(content.data(), static_cast<int>(content.size()));
+    content[0] = static_cast<std::uint8_t>((content[0] & 0x3F) | 0x40);  // positive, and of full length
+    return content;
 }
 
-std::vector<Bytes> encoded(const ExtensionList& extensions, const ExtensionList& critical) {
-    std::vector<Bytes> list;
+// Those of `list`, then those of both kinds; empty when there is none.
+Bytes extensionList(const ExtensionList& extensions, const ExtensionList& critical, std::vector<Bytes> list = {}) {
     for (const ExtensionList* from : {&extensions, &critical}) {
         for (const auto& [oid, value] : *from) {
             const Bytes mark = from == &critical ? tlv::boolean(true) : Bytes();
             list.push_back(tlv::sequence({tlv::oid(oid), mark, tlv::octetString(value)}));
         }
     }
-    return list;
-}
-
-Bytes extensionList(const ExtensionList& extensions, const ExtensionList& critical) {
-    const std::vector<Bytes> list = encoded(extensions, critical);
     return list.empty() ? Bytes() : tlv::sequence(list);
 }
 
-void addExtension(X509* certificate, X509* issuer, int nid, const std::string& value) {
+// An extension by its text; empty without one.
+Bytes configured(int nid, const std::string& value) {
     if (value.empty()) {
-        return;
+        return {};
     }
-    X509V3_CTX context;
-    X509V3_set_ctx(&context, issuer, certificate, nullptr, nullptr, 0);
-    X509V3_set_ctx_nodb(&context);
-    const X509ExtensionPtr extension(X509V3_EXT_conf_nid(nullptr, &context, nid, value.c_str()));
-    require(extension != nullptr && X509_add_ext(certificate, extension.get(), -1) == 1, value.c_str());
+    const X509ExtensionPtr extension(X509V3_EXT_conf_nid(nullptr, nullptr, nid, value.c_str()));
+    require(extension != nullptr, value.c_str());
+    return toDer(extension.get(), i2d_X509_EXTENSION);
 }
 
 // "OCSP;URI:http://a/,OCSP;URI:http://b/" for the kind "OCSP;".
@@ -115,65 +101,61 @@ std::string uriList(const std::string& kind, const std::vector<std::string>& url
     return list;
 }
 
-void addExtensions(X509* certificate, X509* issuer, const CertificateSpec& spec) {
-    if (spec.ca) {
-        const std::string length = spec.pathLength ? ",pathlen:" + std::to_string(*spec.pathLength) : "";
-        addExtension(certificate, issuer, NID_basic_constraints, "critical,CA:TRUE" + length);
-    }
-    addExtension(certificate, issuer, NID_key_usage,
-                 spec.keyUsage.value_or(spec.ca ? "critical,keyCertSign,cRLSign,digitalSignature" : ""));
-    addExtension(certificate, issuer, NID_ext_key_usage, spec.extendedKeyUsage);
-    addExtension(certificate, issuer, NID_id_pkix_OCSP_noCheck, spec.ocspNoCheck ? "ignored" : "");
+Bytes keyIdentifier(const Key& key) {
+    return digest(kSha1Oid, key.publicKeyBits());
+}
+
+// With its tag; empty when there is none.
+Bytes extensionsOf(const CertificateSpec& spec, const Key& key, const Key& issuerKey) {
+    const std::string length = spec.pathLength ? ",pathlen:" + std::to_string(*spec.pathLength) : "";
     const std::string ocsp = uriList("OCSP;", spec.ocspUrls);
     const std::string caIssuers = uriList("caIssuers;", spec.caIssuersUrls);
-    addExtension(certificate, issuer, NID_info_access,
-                 ocsp + (ocsp.empty() || caIssuers.empty() ? "" : ",") + caIssuers);
-    addExtension(certificate, issuer, NID_crl_distribution_points, uriList("", spec.crlUrls));
+    std::vector<Bytes> list{
+        configured(NID_basic_constraints, spec.ca ? "critical,CA:TRUE" + length : ""),
+        configured(NID_key_usage,
+                   spec.keyUsage.value_or(spec.ca ? "critical,keyCertSign,cRLSign,digitalSignature" : "")),
+        configured(NID_ext_key_usage, spec.extendedKeyUsage),
+        configured(NID_info_access, ocsp + (ocsp.empty() || caIssuers.empty() ? "" : ",") + caIssuers),
+        configured(NID_crl_distribution_points, uriList("", spec.crlUrls))};
+    std::erase(list, Bytes());
+    ExtensionList more;
+    if (spec.ocspNoCheck) {
+        more.emplace_back("1.3.6.1.5.5.7.48.1.5", tlv::null());
+    }
     if (spec.keyIdentifiers) {
-        addExtension(certificate, issuer, NID_subject_key_identifier, "hash");
-        const bool isNamed = X509_get_ext_by_NID(issuer, NID_subject_key_identifier, -1) >= 0;
-        addExtension(certificate, issuer, NID_authority_key_identifier, isNamed ? "keyid" : "");
+        more.emplace_back("2.5.29.14", tlv::octetString(keyIdentifier(key)));
+        more.emplace_back("2.5.29.35", tlv::sequence({tlv::contextPrimitive(0, keyIdentifier(issuerKey))}));
     }
-    for (const Bytes& der : encoded(spec.extensions, spec.criticalExtensions)) {
-        const auto extension = fromDer<X509ExtensionPtr>(der, d2i_X509_EXTENSION);
-        require(X509_add_ext(certificate, extension.get(), -1) == 1, "adding an extension");
-    }
+    more.insert(more.end(), spec.extensions.begin(), spec.extensions.end());
+    const Bytes all = extensionList(more, spec.criticalExtensions, list);
+    return all.empty() ? all : tlv::context(3, all);
 }
 
+// What is signed, the algorithm and the signature.
+Bytes signedStructure(const Bytes& toBeSigned, const Key& key, const std::string& hash, bool pss = false) {
+    const Signature signature = sign(toBeSigned, key.get(), hash, pss);
+    return tlv::sequence({toBeSigned, signature.algorithm, tlv::bitString(signature.octets)});
+}
+
+// Self-signed without an issuer.
 Identity make(const Identity* issuer, const CertificateSpec& spec) {
     const Key key = spec.key ? *spec.key : Key::make();
-    const X509Ptr certificate(X509_new());
-    const X509Ptr issuerCertificate = issuer != nullptr ? parseCertificate(issuer->certificate) : nullptr;
-    X509* const issuerOrSelf = issuerCertificate ? issuerCertificate.get() : certificate.get();
-
-    X509_set_version(certificate.get(), spec.versionOne ? X509_VERSION_1 : spec.version - 1);
-    X509_set_serialNumber(certificate.get(), makeSerial(spec.serial).get());
-    const X509NamePtr subject =
-        spec.subject ? fromDer<X509NamePtr>(*spec.subject, d2i_X509_NAME) : makeName(spec.commonName);
-    X509_set_subject_name(certificate.get(), subject.get());
-    const X509NamePtr issuerName = spec.issuer ? fromDer<X509NamePtr>(*spec.issuer, d2i_X509_NAME) : nullptr;
-    X509_set_issuer_name(certificate.get(), issuerName ? issuerName.get() : X509_get_subject_name(issuerOrSelf));
-    X509_gmtime_adj(X509_getm_notBefore(certificate.get()), spec.notBeforeSeconds);
-    X509_gmtime_adj(X509_getm_notAfter(certificate.get()), spec.notAfterSeconds);
-    if (spec.notAfter) {
-        setText(X509_getm_notAfter(certificate.get()), *spec.notAfter);
-    }
-    require(X509_set_pubkey(certificate.get(), key.get()) == 1, "setting the key");
-    if (!spec.versionOne) {
-        addExtensions(certificate.get(), issuerOrSelf, spec);
-    }
-
-    EVP_PKEY* const signer = issuer != nullptr ? issuer->key.get() : key.get();
-    require(X509_sign_ctx(certificate.get(), signingContext(signer, spec.hash, spec.pss).get()) > 0,
-            "signing a certificate");
-    return {toDer(certificate.get(), i2d_X509), key};
-}
-
-CertificateSpec caSpec(const std::string& commonName) {
-    CertificateSpec spec;
-    spec.commonName = commonName;
-    spec.ca = true;
-    return spec;
+    const Key& signer = issuer != nullptr ? issuer->key : key;
+    const Bytes subject = spec.subject.value_or(nameOf(spec.commonName));
+    const Bytes notAfter = !spec.notAfter               ? timeIn(spec.notAfterSeconds)
+                           : spec.notAfter->size() < 15 ? tlv::utcTime(*spec.notAfter)
+                                                        : tlv::generalizedTime(*spec.notAfter);
+    const Bytes toBeSigned = tlv::sequence({
+        spec.version == 1 ? Bytes() : tlv::context(0, tlv::integer(spec.version - 1)),
+        tlv::integer(spec.serial.value_or(randomSerial())),
+        sign({}, signer.get(), spec.hash, spec.pss).algorithm,
+        spec.issuer.value_or(issuer != nullptr ? issuer->subject() : subject),
+        tlv::sequence({timeIn(spec.notBeforeSeconds), notAfter}),
+        subject,
+        toDer(key.get(), i2d_PUBKEY),
+        extensionsOf(spec, key, signer),
+    });
+    return {signedStructure(toBeSigned, signer, spec.hash, spec.pss), key};
 }
 
 Pki makePki() {
@@ -183,24 +165,19 @@ Pki makePki() {
     pki.sibling = issueCa(pki.root, "sibling");
     pki.subCa = issueCa(pki.ca, "subCa");
     pki.sameNameCa = rootCa("ca");
-    CertificateSpec leaf;
     for (auto [member, name] : {std::pair{&pki.good, "good"}, {&pki.revoked, "revoked"}, {&pki.unknown, "unknown"}}) {
-        leaf.commonName = name;
-        *member = issue(pki.ca, leaf);
+        *member = issue(pki.ca, {.commonName = name});
     }
-    CertificateSpec delegate;
-    delegate.commonName = "delegate";
-    delegate.keyUsage = "critical,digitalSignature";
-    delegate.extendedKeyUsage = "OCSPSigning";
-    pki.delegate = issue(pki.ca, delegate);
+    pki.delegate = issue(
+        pki.ca, {.commonName = "delegate", .keyUsage = "critical,digitalSignature", .extendedKeyUsage = "OCSPSigning"});
     return pki;
 }
 
 }  // namespace
 
-MdCtxPtr signingContext(EVP_PKEY* key, const std::string& hash, bool pss, EVP_PKEY_CTX** keyContext) {
-    MdCtxPtr context(EVP_MD_CTX_new());
-    EVP_PKEY_CTX* ofKey = nullptr;
+Signature sign(const Bytes& data, EVP_PKEY* key, const std::string& hash, bool pss) {
+    const MdCtxPtr context(EVP_MD_CTX_new());
+    EVP_PKEY_CTX* ofKey = nullptr;  // part of the context
     const bool digestless = EVP_PKEY_get_base_id(key) == EVP_PKEY_ED25519;
     require(EVP_DigestSignInit_ex(context.get(), &ofKey, digestless ? nullptr : hash.c_str(), nullptr, nullptr, key,
                                   nullptr) == 1,
@@ -210,27 +187,24 @@ MdCtxPtr signingContext(EVP_PKEY* key, const std::string& hash, bool pss, EVP_PK
                     EVP_PKEY_CTX_set_rsa_pss_saltlen(ofKey, RSA_PSS_SALTLEN_DIGEST) == 1,
                 "setting the padding");
     }
-    if (keyContext != nullptr) {
-        *keyContext = ofKey;
-    }
-    return context;
-}
-
-Signature sign(const Bytes& data, EVP_PKEY* key, const std::string& hash, bool pss) {
-    EVP_PKEY_CTX* keyContext = nullptr;
-    const MdCtxPtr context = signingContext(key, hash, pss, &keyContext);
-    Signature signature{Bytes(512), {}};
+    Signature signature{Bytes(512), Bytes(1024)};
     OSSL_PARAM reported[] = {OSSL_PARAM_construct_octet_string(OSSL_SIGNATURE_PARAM_ALGORITHM_ID,
                                                                signature.algorithm.data(), signature.algorithm.size()),
                              OSSL_PARAM_construct_end()};
-    require(EVP_PKEY_CTX_get_params(keyContext, reported) == 1, "naming an algorithm");
+    require(EVP_PKEY_CTX_get_params(ofKey, reported) == 1, "naming an algorithm");
     signature.algorithm.resize(reported[0].return_size);
-    std::size_t size = 0;
-    require(EVP_DigestSign(context.get(), nullptr, &size, data.data(), data.size()) == 1, "sizing a signature");
-    signature.octets.resize(size);
+    std::size_t size = signature.octets.size();
     require(EVP_DigestSign(context.get(), signature.octets.data(), &size, data.data(), data.size()) == 1, "signing");
     signature.octets.resize(size);
     return signature;
+}
+
+Bytes digest(const std::string& hashOid, const Bytes& data) {
+    const EVP_MD* const hash = EVP_get_digestbyobj(Asn1ObjectPtr(OBJ_txt2obj(hashOid.c_str(), 1)).get());
+    require(hash != nullptr, "looking up a digest");
+    Bytes result(static_cast<std::size_t>(EVP_MD_get_size(hash)));
+    require(EVP_Digest(data.data(), data.size(), result.data(), nullptr, hash, nullptr) == 1, "hashing");
+    return result;
 }
 
 Key Key::make(KeyKind kind) {
@@ -282,20 +256,20 @@ Identity selfSigned(const CertificateSpec& spec) {
 }
 
 Identity issueCa(const Identity& issuer, const std::string& commonName) {
-    return issue(issuer, caSpec(commonName));
+    return issue(issuer, {.commonName = commonName, .ca = true});
 }
 
 Identity rootCa(const std::string& commonName) {
-    return selfSigned(caSpec(commonName));
+    return selfSigned({.commonName = commonName, .ca = true});
 }
 
 Bytes makeCrl(const Identity& issuer, const CrlSpec& spec) {
-    const auto time = [](long seconds) { return tlv::utcTime(generalizedTimeText(seconds).substr(2)); };
     std::vector<CrlEntrySpec> entries;
     for (const Bytes& serial : spec.revokedSerials) {
         entries.push_back({serial, spec.reason});
     }
     entries.insert(entries.end(), spec.entries.begin(), spec.entries.end());
+    const Bytes thisUpdate = timeIn(spec.lastUpdateSeconds);
     std::vector<Bytes> revoked;
     for (const CrlEntrySpec& entry : entries) {
         ExtensionList extensions;
@@ -304,7 +278,7 @@ Bytes makeCrl(const Identity& issuer, const CrlSpec& spec) {
         }
         const Bytes list = extensionList(extensions, entry.criticalExtensions);
         revoked.push_back(tlv::sequence(
-            {tlv::integer(entry.serial), time(spec.revokedAtSeconds.value_or(spec.lastUpdateSeconds)), list}));
+            {tlv::integer(entry.serial), timeIn(spec.revokedAtSeconds.value_or(spec.lastUpdateSeconds)), list}));
     }
     ExtensionList extensions = spec.extensions;
     if (spec.number) {
@@ -314,11 +288,10 @@ Bytes makeCrl(const Identity& issuer, const CrlSpec& spec) {
     const Bytes algorithm = sign({}, issuer.key.get(), spec.hash).algorithm;
     const Bytes tbs =
         tlv::sequence({spec.version ? tlv::integer(*spec.version) : Bytes(), spec.innerAlgorithm.value_or(algorithm),
-                       issuer.subject(), time(spec.lastUpdateSeconds),
-                       spec.nextUpdateSeconds ? time(*spec.nextUpdateSeconds) : Bytes(),
+                       issuer.subject(), thisUpdate, spec.nextUpdateSeconds ? timeIn(*spec.nextUpdateSeconds) : Bytes(),
                        revoked.empty() && !spec.emptyList ? Bytes() : tlv::sequence(revoked),
                        list.empty() ? Bytes() : tlv::context(0, list)});
-    return tlv::sequence({tbs, algorithm, tlv::bitString(sign(tbs, issuer.key.get(), spec.hash).octets)});
+    return signedStructure(tbs, issuer.key, spec.hash);
 }
 
 Bytes signedAgain(const Bytes& der, const Identity& issuer, const std::function<Bytes(const Bytes&)>& change) {
@@ -329,9 +302,7 @@ Bytes signedAgain(const Bytes& der, const Identity& issuer, const std::function<
     ASN1_get_object(&at, &size, &tag, &tagClass, static_cast<long>(der.size()));
     const unsigned char* const begin = at;
     ASN1_get_object(&at, &size, &tag, &tagClass, size);
-    const Bytes tbs = change(Bytes(begin, at + size));
-    const Signature signature = sign(tbs, issuer.key.get(), "SHA256");
-    return tlv::sequence({tbs, signature.algorithm, tlv::bitString(signature.octets)});
+    return signedStructure(change(Bytes(begin, at + size)), issuer.key, "SHA256");
 }
 
 const Pki& Pki::shared() {

@@ -2,10 +2,7 @@
 // PKI that a test program makes once.
 //
 //   const Pki& pki = Pki::shared();
-//   CertificateSpec spec;
-//   spec.commonName = "delegate";
-//   spec.extendedKeyUsage = "OCSPSigning";
-//   Identity delegate = issue(pki.ca, spec);
+//   Identity delegate = issue(pki.ca, {.commonName = "delegate", .extendedKeyUsage = "OCSPSigning"});
 #pragma once
 
 #include <functional>
@@ -20,6 +17,14 @@
 struct evp_pkey_st;
 
 namespace testkit {
+
+inline constexpr const char* kSha1Oid = "1.3.14.3.2.26";
+inline constexpr const char* kSha256Oid = "2.16.840.1.101.3.4.2.1";
+inline constexpr const char* kSha384Oid = "2.16.840.1.101.3.4.2.2";
+inline constexpr const char* kSha512Oid = "2.16.840.1.101.3.4.2.3";
+
+/// A digest by its OID; throws for an unknown OID.
+Bytes digest(const std::string& hashOid, const Bytes& data);
 
 enum class KeyKind { kEcP256, kEcP384, kRsa2048, kRsa512, kEd25519, kDsa1024 };
 
@@ -53,30 +58,34 @@ struct Identity {
     Bytes serial() const;
 };
 
+using ExtensionList = std::vector<std::pair<std::string, Bytes>>;  // OID and DER
+
 /// The fields of a certificate. Extensions have the text form of OpenSSL's configuration; empty: left out.
 struct CertificateSpec {
     std::string commonName = "subject";
-    std::optional<Key> key;                  // a fresh P-256 key when absent
-    std::optional<Bytes> serial;             // content octets; random and positive when absent
-    long notBeforeSeconds = -3600;           // from now
-    long notAfterSeconds = 30L * 24 * 3600;  // from now
-    bool versionOne = false;                 // version 1, without any extension
-    int version = 3;                         // 1 to 3, whatever else is in the certificate
-    std::optional<Bytes> subject, issuer;    // DER of the names, instead of commonName and the issuer's subject
-    std::optional<std::string> notAfter;     // text of a UTCTime, or of a GeneralizedTime when 15 octets or more
-    bool ca = false;                         // basicConstraints CA:TRUE, keyUsage keyCertSign and cRLSign by default
-    std::optional<int> pathLength;
-    std::optional<std::string> keyUsage;  // "critical,digitalSignature"; when absent: CA bits for a CA, none for others
-    std::string extendedKeyUsage;         // "OCSPSigning", "1.2.3.4", "critical,serverAuth"
+    std::optional<Key> key = std::nullopt;       // a fresh P-256 key when absent
+    std::optional<Bytes> serial = std::nullopt;  // content octets; random and positive when absent
+    long notBeforeSeconds = -3600;               // from now
+    long notAfterSeconds = 30L * 24 * 3600;      // from now
+    int version = 3;                             // 1 to 3, whatever else is in the certificate
+    // DER of the names, instead of commonName and the issuer's subject.
+    std::optional<Bytes> subject = std::nullopt, issuer = std::nullopt;
+    // Text of a UTCTime, or of a GeneralizedTime when 15 octets or more.
+    std::optional<std::string> notAfter = std::nullopt;
+    bool ca = false;  // basicConstraints CA:TRUE, keyUsage keyCertSign and cRLSign by default
+    std::optional<int> pathLength = std::nullopt;
+    // "critical,digitalSignature"; when absent: CA bits for a CA, none for others.
+    std::optional<std::string> keyUsage = std::nullopt;
+    std::string extendedKeyUsage = {};  // "OCSPSigning", "1.2.3.4", "critical,serverAuth"
     bool ocspNoCheck = false;
-    std::vector<std::string> ocspUrls;                              // authorityInfoAccess, OCSP
-    std::vector<std::string> caIssuersUrls;                         // authorityInfoAccess, caIssuers
-    std::vector<std::string> crlUrls;                               // cRLDistributionPoints, one point each
-    std::vector<std::pair<std::string, Bytes>> extensions;          // further ones: OID and the DER of the value
-    std::vector<std::pair<std::string, Bytes>> criticalExtensions;  // likewise, marked critical
-    bool keyIdentifiers = true;                                     // subjectKeyIdentifier and authorityKeyIdentifier
-    std::string hash = "SHA256";                                    // of the signature; ignored for Ed25519
-    bool pss = false;                                               // RSASSA-PSS signature (issuer with an RSA key)
+    std::vector<std::string> ocspUrls = {};       // authorityInfoAccess, OCSP
+    std::vector<std::string> caIssuersUrls = {};  // authorityInfoAccess, caIssuers
+    std::vector<std::string> crlUrls = {};        // cRLDistributionPoints, one point each
+    ExtensionList extensions = {};                // further ones
+    ExtensionList criticalExtensions = {};        // likewise, marked critical
+    bool keyIdentifiers = true;                   // subjectKeyIdentifier and authorityKeyIdentifier
+    std::string hash = "SHA256";                  // of the signature; ignored for Ed25519
+    bool pss = false;                             // RSASSA-PSS signature (issuer with an RSA key)
 };
 
 /// Signed by `issuer`, with its subject as issuer name.
@@ -86,8 +95,6 @@ Identity selfSigned(const CertificateSpec& spec);
 /// A CA under `issuer`, or a root; the shortest way to one.
 Identity issueCa(const Identity& issuer, const std::string& commonName);
 Identity rootCa(const std::string& commonName);
-
-using ExtensionList = std::vector<std::pair<std::string, Bytes>>;  // OID and DER
 
 struct CrlEntrySpec {
     Bytes serial;  // content octets

@@ -21,7 +21,6 @@ PemBlock blockOf(std::string_view text) {
     const std::string_view rest = text.substr(kBegin.size());
     const size_t sizeLabel = std::min(rest.find(kDashes), rest.find('\n'));
     block.label = rest.substr(0, sizeLabel);
-    block.whole = text;
     if (sizeLabel >= rest.size() || rest[sizeLabel] == '\n') {
         return block;
     }
@@ -30,7 +29,6 @@ PemBlock blockOf(std::string_view text) {
     const size_t endAt = body.find(end);
     if (endAt != std::string_view::npos) {
         block.body = body.substr(0, endAt);
-        block.whole = text.substr(0, text.size() - body.size() + endAt + end.size());
         block.isComplete = true;
     }
     return block;
@@ -58,6 +56,7 @@ std::vector<PemBlock> pemBlocks(std::string_view text) {
     for (size_t begin = text.find(kBegin); begin != std::string_view::npos;) {
         const size_t next = text.find(kBegin, begin + kBegin.size());
         blocks.push_back(blockOf(text.substr(begin, next - begin)));
+        blocks.back().start = begin;
         begin = next;
     }
     return blocks;

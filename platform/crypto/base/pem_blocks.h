@@ -2,6 +2,7 @@
 // them, the line ends may be CR LF or missing, and a block may follow another one on the same line.
 #pragma once
 
+#include <cstddef>
 #include <string_view>
 #include <vector>
 
@@ -10,13 +11,13 @@
 namespace tallow::platform {
 
 struct PemBlock {
+    size_t start = 0;         // where its first line begins in the text
     std::string_view label;   // incomplete if the block is cut off inside it
-    std::string_view whole;   // from "-----BEGIN" to the end of its last line
     std::string_view body;    // what is between the two lines
     bool isComplete = false;  // it has the line that ends it, before the next one begins
 };
 
-// The blocks in order, cut ones too. They point into `text`.
+// The blocks in order, cut ones too. Label and body point into `text`.
 std::vector<PemBlock> pemBlocks(std::string_view text);
 
 // Decodes base64, ignoring blanks and line ends; false when the text is not base64.

@@ -40,7 +40,7 @@ std::string inLines(const std::string& text, std::string_view lineEnd) {
 bool readPem(std::string_view text, Bytes& bytes, size_t& position) {
     for (const PemBlock& block : pemBlocks(text)) {
         if (block.isComplete) {
-            position = static_cast<size_t>(block.whole.data() - text.data());
+            position = block.start;
             return decodeBlock(block, bytes);
         }
     }

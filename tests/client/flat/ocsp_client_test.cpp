@@ -19,9 +19,7 @@ constexpr unsigned long kBeyond32Bits = 1UL << 32;
 class OcspClient : public ResponderTest {
 protected:
     ResponseSpec about(const Identity& subject, EntryStatus entryStatus = EntryStatus::kGood) const {
-        ResponseSpec spec(responder_);
-        spec.entries.emplace_back(certIdOf(subject, pki_.ca), entryStatus);
-        return spec;
+        return ResponseSpec(responder_, {EntrySpec(certIdOf(subject, pki_.ca), entryStatus)});
     }
     // A good answer about the good certificate, with a change.
     using Change = std::function<void(ResponseSpec&)>;

@@ -8,8 +8,10 @@
 #include <vector>
 
 #include "client/policy/address_text.h"
-#include "tests/client/policy/settings_file.h"
+#include "tests/client/policy/policy_file.h"
+#include "tests/support/bytes.h"
 #include "tests/support/status_matcher.h"
+#include "tests/support/vectors.h"
 
 namespace {
 
@@ -17,69 +19,34 @@ using namespace Orvane::PKI::OCSP::Client;
 using namespace testkit;
 
 std::int32_t verdict(const std::string& settings, const ExchangeTraits& exchange) {
-    const SettingsFile file(settings);
+    const PolicyFile file(settings);
     const CRequestPolicy policy;
     return thrownStatus([&] { checkHttpPolicies(policy, exchange); });
 }
 
-TEST(AddressMasks, ListsMatchOnlyWholeAddresses) {
-    struct Row {
-        const char* settings;
-        const wchar_t* responder;
-        const wchar_t* proxy;
-        std::int32_t status;
-    };
-    const Row rows[] = {
-        {"", L"http://a/", L"", status::kOk},
-        {"AllowedOCSPs = ['http://a/']", L"http://a/", L"", status::kOk},
-        {"AllowedOCSPs = ['http://a/']", L"http://A/", L"", status::kAddressRefused},
-        {"AllowedOCSPs = []", L"http://a/", L"", status::kAddressRefused},
-        {"AllowedOCSPsSetted = true", L"http://a/", L"", status::kOk},
-        {"DeniedOCSPs = ['http://a/']", L"http://a/", L"", status::kAddressRefused},
-        {"DeniedOCSPs = ['http://a/']", L"http://a", L"", status::kOk},
-        {"AllowedOCSPs = ['http://a/']\nDeniedOCSPs = ['http://a/']", L"http://a/", L"", status::kAddressRefused},
-        {"AllowedProxies = ['http://p/']", L"http://a/", L"http://p/", status::kOk},
-        {"AllowedProxies = ['http://p/']", L"http://a/", L"", status::kAddressRefused},
-        {"AllowedProxies = ['http://p/', '']", L"http://a/", L"", status::kOk},
-        // The address is checked before its authentication.
-        {"DeniedOCSPs = ['http://a/']\nAuthDenyAnonym = true", L"http://a/", L"", status::kAddressRefused},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.settings);
-        EXPECT_THAT(verdict(row.settings, {.ocspAddress = row.responder, .proxyAddress = row.proxy}),
-                    IsStatus(row.status));
-    }
+// "settings;responder;proxy".
+std::string answerOfLists(const std::string& row) {
+    const std::size_t responderAt = row.find(';') + 1;
+    const std::size_t proxyAt = row.find(';', responderAt) + 1;
+    const std::wstring responder = wide(row.substr(responderAt, proxyAt - 1 - responderAt));
+    const std::wstring proxy = wide(row.substr(proxyAt));
+    const PolicyFile file(row.substr(0, responderAt - 1));
+    return answered([&] {
+        checkHttpPolicies(CRequestPolicy(), {.ocspAddress = responder.c_str(), .proxyAddress = proxy.c_str()});
+        return "permitted";
+    });
 }
 
-TEST(AddressText, HidesWhatCouldBeALoginInAnyForm) {
-    const std::pair<const wchar_t*, const wchar_t*> rows[] = {
-        {L"http://host:80/a?b", L"http://host:80/a?b"},
-        {L"", L""},
-        {L"http://u:p@host/", L"http://***@host/"},
-        {L"HTTPS://u:p/w?#@h@host/", L"HTTPS://***@host/"},
-        {L"http:u:p@host", L"http:***@host"},
-        {L"http:\\\\u:p@host", L"http:\\\\***@host"},
-        {L"u:p@host", L"***@host"},
-        {L"http://u%3Ap%40host", L"http://***@host"},
-        {L"http://u:p%252540host/%41", L"http://***@host/%41"},
-        {L"ftp://u:p@host", L"***@host"},
-    };
-    for (const auto& [address, shown] : rows) {
-        EXPECT_EQ(withoutCredentials(address), shown);
-    }
-    for (const wchar_t* address : {L"http://u@h/", L"HTTP:u:p@h", L"https:\\\\u:p@h/", L"http:///:p@h?", L"u:p@h"}) {
-        EXPECT_TRUE(hasCredentials(address)) << address;
-    }
-    EXPECT_FALSE(hasCredentials(L"http://host/path@x?y@z"));
+TEST(AddressMasks, AnswerTheVectorsOfLists) {
+    expectVectors("client/address_lists.txt", {{"lists", answerOfLists}});
 }
 
-TEST(AddressText, GivesOneFormToSpellingsOfOneAddress) {
-    for (const wchar_t* spelling : {L"http://host/", L"HTTP://Host", L"http://host.:80/#x", L"http://HOST:80"}) {
-        EXPECT_EQ(normalForm(spelling), L"http://host/");
-    }
-    EXPECT_EQ(normalForm(L"https://h:443?q"), L"https://h/?q");
-    EXPECT_EQ(normalForm(L"http://h:443/A"), L"http://h:443/A");
-    EXPECT_EQ(normalForm(L"ftp://H"), L"ftp://H");
+TEST(AddressText, AnswersItsVectors) {
+    const auto narrow = [](const std::wstring& text) { return std::string(text.begin(), text.end()); };
+    expectVectors("client/addresses.txt",
+                  {{"shown", [&](const std::string& row) { return narrow(withoutCredentials(wide(row))); }},
+                   {"login", [](const std::string& row) { return hasCredentials(wide(row)) ? "yes" : "no"; }},
+                   {"normal", [&](const std::string& row) { return narrow(normalForm(wide(row))); }}});
 }
 
 TEST(AddressMasks, EachSettingRefusesOneSchemeAtOneKindOfServer) {
@@ -98,7 +65,7 @@ TEST(AddressMasks, EachSettingRefusesOneSchemeAtOneKindOfServer) {
         }
     }
     for (const Case& denied : cases) {
-        const SettingsFile file(denied.key + " = true");
+        const PolicyFile file(denied.key + " = true");
         const CRequestPolicy policy;
         for (const Case& used : cases) {
             EXPECT_THAT(thrownStatus([&] { checkHttpPolicies(policy, used.exchange); }),

@@ -10,7 +10,7 @@
 #include <vector>
 
 #include "client/policy/policy_binding.h"
-#include "tests/client/policy/settings_file.h"
+#include "tests/client/policy/policy_file.h"
 #include "tests/support/status_matcher.h"
 
 namespace {
@@ -21,10 +21,10 @@ using namespace testkit;
 using RequestBinding = PolicyBinding<CRequestPolicy>;
 using ResponseBinding = PolicyBinding<CResponsePolicy>;
 
-void inOwnProcess(const std::function<void(SettingsFile&)>& check) {
+void inOwnProcess(const std::function<void(PolicyFile&)>& check) {
     EXPECT_EXIT(
         {
-            auto settings = std::make_unique<SettingsFile>();
+            auto settings = std::make_unique<PolicyFile>();
             check(*settings);
             settings.reset();
             std::exit(testing::Test::HasFailure() ? EXIT_FAILURE : EXIT_SUCCESS);
@@ -33,7 +33,7 @@ void inOwnProcess(const std::function<void(SettingsFile&)>& check) {
 }
 
 TEST(PolicyReading, OneObjectServesTheWholeProcess) {
-    inOwnProcess([](SettingsFile& settings) {
+    inOwnProcess([](PolicyFile& settings) {
         settings.write("NonceLength = 16\n");
         RequestBinding first;
         first.bind();
@@ -57,7 +57,7 @@ TEST(PolicyReading, OneObjectServesTheWholeProcess) {
 }
 
 TEST(PolicyReading, LegacyReadingReadsThePolicyForEachObject) {
-    inOwnProcess([](SettingsFile& settings) {
+    inOwnProcess([](PolicyFile& settings) {
         settings.write("LegacyPolicyReading = true\nThisUpdateAccuracyUnits = 1\n");
         RequestBinding request;
         ResponseBinding response;
@@ -82,7 +82,7 @@ TEST(PolicyReading, LegacyReadingReadsThePolicyForEachObject) {
 }
 
 TEST(PolicyReading, AFailureToReadThePolicyIsFinal) {
-    inOwnProcess([](SettingsFile& settings) {
+    inOwnProcess([](PolicyFile& settings) {
         settings.breakFile();
         RequestBinding request;
         EXPECT_THAT(thrownStatus([&] { request.bind(); }), IsStatus(status::kNoPolicy));
@@ -96,14 +96,14 @@ TEST(PolicyReading, AFailureToReadThePolicyIsFinal) {
 }
 
 TEST(PolicyReading, UsesTheIssuerPropertyUnlessDisabled) {
-    inOwnProcess([](SettingsFile& settings) {
+    inOwnProcess([](PolicyFile& settings) {
         settings.write("IssuerPropAIADisabled = true\n");
         EXPECT_FALSE(IssuerPropAIAEnabled());
         settings.write("");
         EXPECT_FALSE(IssuerPropAIAEnabled());
     });
-    inOwnProcess([](SettingsFile&) { EXPECT_TRUE(IssuerPropAIAEnabled()); });
-    inOwnProcess([](SettingsFile& settings) {
+    inOwnProcess([](PolicyFile&) { EXPECT_TRUE(IssuerPropAIAEnabled()); });
+    inOwnProcess([](PolicyFile& settings) {
         settings.breakFile();
         EXPECT_TRUE(IssuerPropAIAEnabled());
     });

@@ -7,7 +7,7 @@
 #include <string>
 
 #include "client/policy/policy_settings.h"
-#include "tests/client/policy/settings_file.h"
+#include "tests/client/policy/policy_file.h"
 #include "tests/support/status_matcher.h"
 
 namespace {
@@ -34,7 +34,7 @@ CGPStrings loadedList(const wchar_t* name, bool normalize) {
 }
 
 TEST(PolicyValues, AreTheDefaultsWithoutAKeyAndAreReadOnceWithOne) {
-    SettingsFile settings(
+    PolicyFile settings(
         "Number = -9000000000\nSwitch = false\nOne = 1\nText = 'p\xc3\xafn \xf0\x9f\x94\x92'\nListSetted = true\n");
     EXPECT_EQ(loaded<CGPLong>(L"Absent", -7L), -7L);
     EXPECT_TRUE(loaded<CGPBool>(L"Absent", true));
@@ -75,7 +75,7 @@ TEST(PolicyValues, ListsAreSetsOfWholeTexts) {
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.list);
-        const SettingsFile settings(std::string("List = ") + row.list + "\n");
+        const PolicyFile settings(std::string("List = ") + row.list + "\n");
         const CGPStrings list = loadedList(L"List", row.normalize);
         EXPECT_TRUE(list.setted());
         EXPECT_EQ(list.values(), row.expected);
@@ -87,7 +87,7 @@ TEST(PolicyValues, ListsAreSetsOfWholeTexts) {
 }
 
 TEST(PolicyValues, PathsOfAHundredOctetsAndMoreAreRefused) {
-    const SettingsFile settings;
+    const PolicyFile settings;
     const std::size_t sizeFront = std::string("\\config\\cades\\ocsppolicy\\").size();
     const std::wstring fitting(99 - sizeFront, L'n');
     EXPECT_EQ(loaded<CGPLong>(fitting.c_str(), 3L), 3L);
@@ -104,7 +104,7 @@ TEST(PolicyValues, PathsOfAHundredOctetsAndMoreAreRefused) {
 }
 
 TEST(PolicyValues, TextsThatCannotBeReadThrowTheStoresResult) {
-    SettingsFile settings;
+    PolicyFile settings;
     settings.breakFile();
     constexpr auto kBroken = static_cast<std::int32_t>(ERROR_BAD_FORMAT);
     EXPECT_EQ(thrownStatus([] { loaded<CGPString>(L"Text"); }), kBroken);
@@ -113,7 +113,7 @@ TEST(PolicyValues, TextsThatCannotBeReadThrowTheStoresResult) {
 }
 
 TEST(PolicySettings, NumbersOutOfRangeCountAsAbsent) {
-    SettingsFile file("CertsToInclude = 3\nNonceLength = 65535\n");
+    PolicyFile file("CertsToInclude = 3\nNonceLength = 65535\n");
     EXPECT_EQ(readNumber(settings::CertsToInclude), 3);
     EXPECT_EQ(readNumber(settings::NonceLength), 65535);
     EXPECT_EQ(readNumber(settings::ResponseAccuracy), 180000) << "absent";

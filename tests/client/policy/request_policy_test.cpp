@@ -6,8 +6,9 @@
 #include <string>
 
 #include "client/policy/request_checks.h"
-#include "tests/client/policy/settings_file.h"
+#include "tests/client/policy/policy_file.h"
 #include "tests/support/status_matcher.h"
+#include "tests/support/vectors.h"
 
 namespace {
 
@@ -15,7 +16,7 @@ using namespace Orvane::PKI::OCSP::Client;
 using namespace testkit;
 
 TEST(RequestPolicy, ReadsItsKeysInTheOrderThatATraceShows) {
-    const SettingsFile settings;
+    const PolicyFile settings;
     const std::string path = settings.folder().file("trace");
     ASSERT_EQ(support_trace_open(127, path.c_str()), 0);
     { const CRequestPolicy policy; }
@@ -34,36 +35,20 @@ TEST(RequestPolicy, ReadsItsKeysInTheOrderThatATraceShows) {
     EXPECT_EQ(keys, std::string(expected.begin(), expected.end()));
 }
 
+// "settings; words": which of nonce, acceptable responses and signature the request has.
+std::string answerOfRules(const std::string& row) {
+    const std::size_t semicolon = row.find(';');
+    const std::string words = row.substr(semicolon);
+    const auto has = [&words](const char* word) { return words.find(word) != std::string::npos; };
+    const PolicyFile settings(row.substr(0, semicolon));
+    return answered([&] {
+        checkPolicies(CRequestPolicy(), {has("nonce"), has("acceptable"), has("signed")});
+        return "permitted";
+    });
+}
+
 TEST(RequestPolicy, RefusesWhatItForbidsAndWhatItMisses) {
-    struct Row {
-        const char* settings;
-        bool useNonce, useAcceptableResponses, isSigned;
-        std::int32_t status;
-    };
-    const Row rows[] = {
-        {"DisableSignedRequests = true", true, true, false, status::kOk},
-        {"RequireNonce = true\nRequireAcceptResp = true\nDisableUnsignedRequests = true", true, true, true,
-         status::kOk},
-        {"DisableNonce = true", true, false, false, status::kOptionAgainstPolicy},
-        {"RequireNonce = true", false, false, false, status::kOptionAgainstPolicy},
-        {"DisableNonce = true\nRequireNonce = true", false, false, false, status::kOptionAgainstPolicy},
-        {"DisableAcceptResp = true", false, true, false, status::kOptionAgainstPolicy},
-        {"RequireAcceptResp = true", false, false, false, status::kOptionAgainstPolicy},
-        {"DisableUnsignedRequests = true", false, false, false, status::kUnsignedRefused},
-        {"DisableSignedRequests = true", false, false, true, status::kSignedRefused},
-        // The first violation is the one reported: nonce, signature, acceptable responses.
-        {"DisableNonce = true\nDisableUnsignedRequests = true", true, false, false, status::kOptionAgainstPolicy},
-        {"RequireAcceptResp = true\nDisableUnsignedRequests = true", false, false, false, status::kUnsignedRefused},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.settings);
-        const SettingsFile settings(row.settings);
-        const CRequestPolicy policy;
-        EXPECT_THAT(thrownStatus([&] {
-                        checkPolicies(policy, {row.useNonce, row.useAcceptableResponses, row.isSigned});
-                    }),
-                    IsStatus(row.status));
-    }
+    expectVectors("client/request_rules.txt", {{"rules", answerOfRules}});
 }
 
 }  // namespace

@@ -5,7 +5,7 @@
 #include <climits>
 #include <string>
 
-#include "tests/client/policy/settings_file.h"
+#include "tests/client/policy/policy_file.h"
 #include "tests/support/status_matcher.h"
 
 namespace {
@@ -23,7 +23,7 @@ TEST(ResponsePolicy, LimitsTheAgeOfThisUpdateByCountAndLetter) {
         {"ThisUpdateAccuracyUnits = 4294967297", "20240330120000Z"},  // counted in 32 bits
     };
     for (const auto& [text, expected] : rows) {
-        const SettingsFile settings(text);
+        const PolicyFile settings(text);
         const CResponsePolicy policy;
         const CDateTime limit =
             thisUpdateLimit(policy.ThisUpdateAccuracy, policy.ThisUpdateAccuracyUnits, CDateTime("20240331120000Z"));

@@ -1,5 +1,4 @@
 // Requests made elsewhere: importing them, and the checks on the receiving side.
-#include <ctime>
 #include <filesystem>
 #include <functional>
 
@@ -41,11 +40,6 @@ protected:
                  folder_.write("signer.key", signer.key.pem()), "-reqout", folder_.file("request.der")});
         EXPECT_EQ(made.exitStatus, 0) << made.err;
         return readFile(folder_.file("request.der"));
-    }
-    Identity rsaRequestor() const {
-        CertificateSpec rsa = named("rsa");
-        rsa.key = Key::make(KeyKind::kRsa2048);
-        return issue(pki_.ca, rsa);
     }
 
     // The first objection of a receiver, returned or thrown; 0 for none.
@@ -98,7 +92,7 @@ TEST_F(CheckReceived, ImportsWhatExportGives) {
     ask(made, pki_.revoked, pki_.ca, 1);
     made.put_UseAcceptableResponses(true);
     Orvane::ASN1::CExtensions additional;
-    additional.push_back({Orvane::ASN1::CExtValue("1.2.3", toBlob(tlv::null())), true});
+    additional.push_back({Orvane::ASN1::CExtValue("1.2.3", blob(tlv::null())), true});
     made.put_AdditionalExtensions(&additional);
     ocsp::CExtHistoricalRequest historical;
     historical.put_crlUrl("http://crl/");
@@ -176,30 +170,17 @@ TEST_F(CheckReceived, ReportsWhyARequestIsNotImported) {
     EXPECT_THAT(empty.Verify(nullptr, nullptr, true), IsStatus(0));
 }
 
-TEST_F(CheckReceived, ManyEntriesAndExtensionsTakeTimeInProportion) {
-    constexpr std::size_t kFew = 10000;
-    constexpr std::size_t kMany = 8 * kFew;
+// A walk over all for each of them would take minutes.
+TEST_F(CheckReceived, ReadsManyEntriesAndExtensions) {
+    constexpr std::size_t kMany = 300000;
     const Bytes one = extension("1.2.3.4");
     const Bytes both = entry({one, extension(kHistorical, true, tlv::sequence(std::vector<Bytes>{}))});
-    struct Row {
-        const char* what;
-        std::function<Bytes(std::size_t)> make;
-    };
-    const Row rows[] = {
-        {"entries", [&](std::size_t n) { return message(std::vector<Bytes>(n, both)); }},
-        {"extensions", [&](std::size_t n) { return message({entry()}, std::vector<Bytes>(n, one)); }},
-        {"extensions of an entry", [&](std::size_t n) { return message({entry(std::vector<Bytes>(n, one))}); }},
-    };
-    const auto processorTime = [](const Bytes& der) {
-        const std::clock_t start = std::clock();
+    const std::vector<Bytes> extensions(kMany, one);
+    for (const Bytes& der :
+         {message(std::vector<Bytes>(kMany, both)), message({entry()}, extensions), message({entry(extensions)})}) {
         CRequest request;
         import(request, der);
         EXPECT_THAT(request.Verify(nullptr, nullptr, true), IsStatus(0));
-        return static_cast<double>(std::clock() - start);
-    };
-    for (const Row& row : rows) {
-        // Eight times as many take eight times as long, or sixty-four times with a walk over all for each.
-        EXPECT_LT(processorTime(row.make(kMany)), 24 * processorTime(row.make(kFew))) << row.what;
     }
 }
 
@@ -233,7 +214,8 @@ TEST_F(CheckReceived, RejectsCriticalExtensionsAsTheListSays) {
 
 // Name, list, extension, algorithm, signature, certificate, and the lengths between them: no octet may change unseen.
 TEST_F(CheckReceived, RejectsEveryAlteredOctet) {
-    for (const Bytes& der : {signedBy(requestor_), signedByOpenssl(rsaRequestor())}) {
+    for (const Bytes& der :
+         {signedBy(requestor_), signedByOpenssl(issue(pki_.ca, {.key = Key::make(KeyKind::kRsa2048)}))}) {
         ASSERT_THAT(objection(der), IsStatus(0));
         for (std::size_t i = 0; i < der.size(); ++i) {
             Bytes altered = der;
@@ -244,10 +226,7 @@ TEST_F(CheckReceived, RejectsEveryAlteredOctet) {
 }
 
 TEST_F(CheckReceived, ChecksTheRequestorsCertificate) {
-    CertificateSpec old = named("old");
-    old.notBeforeSeconds = -7200;
-    old.notAfterSeconds = -3600;
-    const Identity expired = issue(pki_.ca, old);
+    const Identity expired = issue(pki_.ca, {.notBeforeSeconds = -7200, .notAfterSeconds = -3600});
     const Identity stranger = selfSigned(named("stranger"));
     struct Row {
         const char* what;
@@ -306,11 +285,13 @@ TEST_F(CheckReceived, LooksForTheRequestorByNameInAFixedOrder) {
     EXPECT_THAT(bare.Verify(nullptr, nullptr, true), IsStatus(0));
     EXPECT_THAT(CRequest(bare).Verify(nullptr, nullptr, true), IsStatus(0)) << "a copy keeps the requestor found";
     EXPECT_THAT(bare.VerifyCertificate(nullptr, nullptr, 0), IsStatus(0));
-    std::vector<Identity> sameName(16, given);
-    sameName.push_back(requestor_);
-    const ATL2::CCertStore crowd = storeOf(sameName);
-    void* crowded[] = {crowd.get()};
-    EXPECT_EQ(bare.FindSigner(crowded, 1), nullptr) << "the number of tries is bounded";
+    for (const std::size_t before : {15, 16}) {
+        std::vector<Identity> sameName(before, given);
+        sameName.push_back(requestor_);
+        const ATL2::CCertStore crowd = storeOf(sameName);
+        void* crowded[] = {crowd.get()};
+        EXPECT_EQ(bare.FindSigner(crowded, 1) != nullptr, before == 15) << "the number of tries is bounded";
+    }
     std::filesystem::remove_all(folder_.file("user/My"));
     CRequest unknown;
     import(unknown, signedBy(requestor_, CRequest::CertsNone));
@@ -340,9 +321,7 @@ TEST_F(CheckReceived, ContactsAddressesOnlyForTrustedChains) {
     const HttpServer server([&](const HttpRequest& request) {
         return HttpReply{.body = request.target == "/ca.crl" ? crl : between.certificate};
     });
-    CertificateSpec spec = named("far away");
-    spec.caIssuersUrls = {server.url("/between.cer")};
-    spec.crlUrls = {server.url("/ca.crl")};
+    const CertificateSpec spec{.caIssuersUrls = {server.url("/between.cer")}, .crlUrls = {server.url("/ca.crl")}};
     const Identity known = issue(between, spec);
     const Identity stranger = selfSigned(spec);
     CRequest request;

@@ -17,7 +17,7 @@ class Request : public ClientTest {
 protected:
     static ocsp::CRequestMessage messageOf(CRequest& request) {
         ocsp::CRequestMessage message;
-        message.decode(toBlob(exported(request)));
+        message.decode(blob(exported(request)));
         return message;
     }
     static std::vector<std::string> oidsOf(const CExtensions* extensions) {
@@ -29,10 +29,10 @@ protected:
         }
         return oids;
     }
-    static CExtension extension(const char* oid) { return CExtension(CExtValue(oid, toBlob(fromHex("0500"))), false); }
+    static CExtension extension(const char* oid) { return CExtension(CExtValue(oid, blob(fromHex("0500"))), false); }
     static CExtension nonce(const char* hex) {
         ocsp::CExtNonce value;
-        value.put_nonce(toBlob(fromHex(hex)));
+        value.put_nonce(blob(fromHex(hex)));
         return CExtension(value, false);
     }
 };
@@ -85,7 +85,7 @@ TEST_F(Request, ListsExtensionsInTheirFixedOrder) {
 TEST_F(Request, DrawsANonceForEachBuildAndKeepsItUntilTheMessageChanges) {
     const auto nonceOf = [](CRequest& request) {
         const ocsp::CRequestMessage message = messageOf(request);
-        return toBytes(message.get_requestExtensions()->front().get_extnValue());
+        return bytes(message.get_requestExtensions()->front().get_extnValue());
     };
     CRequest request;
     ask(request, pki_.good, pki_.ca);
@@ -136,7 +136,7 @@ TEST_F(Request, TakesOverANonceOnlyFromTheFirstPlace) {
             const ocsp::CRequestMessage message = messageOf(request);
             EXPECT_EQ(oidsOf(message.get_requestExtensions()),
                       (std::vector<std::string>{"1.2.3", "1.3.6.1.5.5.7.48.1.2"}));
-            EXPECT_EQ(toHex(toBytes(message.get_requestExtensions()->back().get_extnValue())), row.nonce);
+            EXPECT_EQ(toHex(bytes(message.get_requestExtensions()->back().get_extnValue())), row.nonce);
         }
         // Also where it is refused: it was taken over before it was met again.
         EXPECT_EQ(request.get_UseNonce(), row.list.size() == 2 || row.useNonce);
@@ -275,10 +275,17 @@ TEST_F(Request, ChoosesTheHashByArgumentPolicyAndCertificate) {
         const ocsp::CCertID id = request.get_SRCertID(0);
         EXPECT_STREQ(id.get_hashAlgorithm().get_algorithm(), row.expected);
         const CertIdSpec expected = certIdOf(pki_.good, pki_.ca, row.expected);
-        EXPECT_EQ(toBytes(id.get_issuerNameHash()), expected.issuerNameHash);
-        EXPECT_EQ(toBytes(id.get_issuerKeyHash()), expected.issuerKeyHash);
-        EXPECT_EQ(toBytes(id.get_serialNumber()), expected.serial);
+        EXPECT_EQ(bytes(id.get_issuerNameHash()), expected.issuerNameHash);
+        EXPECT_EQ(bytes(id.get_issuerKeyHash()), expected.issuerKeyHash);
+        EXPECT_EQ(bytes(id.get_serialNumber()), expected.serial);
     }
+}
+
+TEST_F(Request, NamesACertificateWithTheHashOfItsOwnFamily) {
+    const Identity rsaCa = issue(pki_.root, {.key = Key::make(KeyKind::kRsa2048), .ca = true});
+    CRequest request;
+    ask(request, issue(rsaCa, {.hash = "MD5"}), rsaCa);
+    EXPECT_STREQ(request.get_SRCertID(0).get_hashAlgorithm().get_algorithm(), "1.2.840.113549.2.5");
 }
 
 TEST_F(Request, FindsTheIssuerOrReportsThatItIsUnknown) {
@@ -305,11 +312,9 @@ TEST_F(Request, FindsTheIssuerOrReportsThatItIsUnknown) {
 }
 
 TEST_F(Request, ReadsAddressesAndLocatorsFromTheCertificate) {
-    CertificateSpec spec;
-    spec.ocspUrls = {"http://first/", "http://second/"};
-    spec.caIssuersUrls = {"http://issuer/"};
-    spec.crlUrls = {"http://crl/"};
-    const ATL2::CCertContext leaf = contextOf(issue(pki_.ca, spec));
+    const ATL2::CCertContext leaf = contextOf(issue(pki_.ca, {.ocspUrls = {"http://first/", "http://second/"},
+                                                              .caIssuersUrls = {"http://issuer/"},
+                                                              .crlUrls = {"http://crl/"}}));
     CRequest request;
     EXPECT_TRUE(request.put_OCSPAddressFromCertAIA(leaf.get(), 1));
     EXPECT_STREQ(request.get_OCSPAddress(), L"http://second/");

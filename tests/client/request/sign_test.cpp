@@ -16,18 +16,16 @@ protected:
     Sign() { folder_.write("user/CA/ca.pem", pki_.ca.certificatePem()); }
 
     Identity requestor(KeyKind kind = KeyKind::kEcP256) const {
-        CertificateSpec spec = named("requestor");
-        spec.key = Key::make(kind);
-        return issue(pki_.ca, spec);
+        return issue(pki_.ca, {.commonName = "requestor", .key = Key::make(kind)});
     }
 
     static std::vector<Bytes> certificatesIn(const Bytes& der) {
         ocsp::CRequestMessage message;
-        message.decode(toBlob(der));
+        message.decode(blob(der));
         std::vector<Bytes> all;
         if (const auto* certs = message.get_signatureCerts(); certs != nullptr) {
             for (const auto& cert : *certs) {
-                all.push_back(toBytes(cert));
+                all.push_back(bytes(cert));
             }
         }
         return all;
@@ -71,8 +69,8 @@ TEST_F(Sign, IncludesTheCertificatesAskedFor) {
         EXPECT_EQ(certificatesIn(der), row.expected);
         EXPECT_EQ(contentOf(request.get_Certificates()), row.expected);
         ocsp::CRequestMessage message;
-        message.decode(toBlob(der));
-        EXPECT_EQ(toBytes(*message.get_requestorName()), row.signer.subject()) << "also without certificates";
+        message.decode(blob(der));
+        EXPECT_EQ(bytes(*message.get_requestorName()), row.signer.subject()) << "also without certificates";
         EXPECT_THAT(request.Verify(contextOf(row.signer).get(), nullptr, true), IsStatus(0));
     }
 }

@@ -10,11 +10,7 @@ using namespace testkit;
 
 class ResponseImport : public ClientTest {
 protected:
-    ResponseSpec good() const {
-        ResponseSpec spec(pki_.delegate);
-        spec.entries.emplace_back(certIdOf(pki_.good, pki_.ca));
-        return spec;
-    }
+    ResponseSpec good() const { return ResponseSpec(pki_.delegate, {EntrySpec(certIdOf(pki_.good, pki_.ca))}); }
 };
 
 // A CrlID with only crlTime.
@@ -44,7 +40,7 @@ TEST_F(ResponseImport, ReadsEveryField) {
     CResponse response;
     import(response, der);
     EXPECT_EQ(response.get_ProducedAt(), Orvane::CDateTime("20260102030405Z"));
-    EXPECT_EQ(toBytes(response.get_responderID()), pki_.delegate.subject());
+    EXPECT_EQ(bytes(response.get_responderID()), pki_.delegate.subject());
     const Bytes nonce = fromHex("04080102030405060708");
     EXPECT_TRUE(response.get_HasNonce() && response.VerifyNonce(nonce.data(), nonce.size()));
     EXPECT_FALSE(response.VerifyNonce(nonce.data() + 2, nonce.size() - 2));
@@ -194,10 +190,8 @@ TEST_F(ResponseImport, ComparesTheNoncesOfBothSides) {
 
 TEST_F(ResponseImport, FindsEntriesByIdentifierAndByCertificate) {
     ResponseSpec spec = good();
-    spec.entries.clear();
-    spec.entries.emplace_back(certIdOf(pki_.revoked, pki_.ca));
-    spec.entries.emplace_back(certIdOf(pki_.good, pki_.ca, kSha256Oid));
-    spec.entries.emplace_back(certIdOf(pki_.good, pki_.ca));
+    spec.entries = {EntrySpec(certIdOf(pki_.revoked, pki_.ca)), EntrySpec(certIdOf(pki_.good, pki_.ca, kSha256Oid)),
+                    spec.entries[0]};
     CResponse response;
     import(response, buildResponse(spec));
     const ATL2::CCertContext good = contextOf(pki_.good);
@@ -248,7 +242,7 @@ TEST_F(ResponseImport, FindsEachOfManyEntries) {
             EXPECT_EQ(response.get_SRIndexByCertID(response.get_SRCertID(i)), i < 300 || i == 600 ? i : i - 300);
         }
         ocsp::CCertID unknown = response.get_SRCertID(0);
-        unknown.put_serialNumber(Orvane::ASN1::CBigInteger(toBlob(fromHex("FF00")).pbData(), 2));
+        unknown.put_serialNumber(Orvane::ASN1::CBigInteger(blob(fromHex("FF00")).pbData(), 2));
         EXPECT_EQ(response.get_SRIndexByCertID(unknown), CResponse::kNoIndex);
         EXPECT_EQ(response.get_SRIndexByCertID(ocsp::CCertID()), CResponse::kNoIndex);
     }

@@ -15,27 +15,17 @@ using namespace testkit;
 class ServiceFaults : public testing::Test {
 protected:
     ServiceFaults() {
-        support_settings_open(folder_
-                                  .write("settings.toml", "[crypto]\nsystem_roots = false\nmachine_stores = \"" +
-                                                              folder_.file("machine") + "\"\nuser_stores = \"" +
-                                                              folder_.file("user") + "\"\nurl_cache = \"" +
-                                                              folder_.file("cache") +
-                                                              "\"\n[config.Basalt.cache_settings]\n"
-                                                              "OcspValiditySeconds = 60\n")
-                                  .c_str());
+        const std::string cache = "[config.Basalt.cache_settings]\nOcspValiditySeconds = 60\n";
+        support_settings_open(folder_.write("settings.toml", machineSettings(folder_, cache)).c_str());
         folder_.write("user/CA/ca.pem", pki_.ca.certificatePem());
     }
 
     static Bytes answerAbout(const Identity& leaf) {
         const Pki& pki = Pki::shared();
-        ResponseSpec spec(pki.delegate);
-        spec.entries.emplace_back(certIdOf(leaf, pki.ca));
-        return buildResponse(spec);
+        return buildResponse(ResponseSpec(pki.delegate, {EntrySpec(certIdOf(leaf, pki.ca))}));
     }
     static Identity withTwoResponders() {
-        CertificateSpec spec;
-        spec.ocspUrls = {"http://first/", "http://second/"};
-        return issue(Pki::shared().ca, spec);
+        return issue(Pki::shared().ca, {.ocspUrls = {"http://first/", "http://second/"}});
     }
 
     Overlay service_;  // outlives the handles of the tests
@@ -45,19 +35,12 @@ protected:
 
 TEST_F(ServiceFaults, AnEmptyChainIsNotTrusted) {
     const Bytes der = answerAbout(pki_.good);
-    CERT_SIMPLE_CHAIN withoutElements{};
-    CERT_SIMPLE_CHAIN* chains[] = {&withoutElements};
-    CERT_CHAIN_CONTEXT chain{};
-    chain.rgpChain = chains;
-    EXPECT_CALL(service_, CertGetCertificateChain)
-        .WillRepeatedly([&chain](auto, auto, auto, auto, auto, auto, auto, PCCERT_CHAIN_CONTEXT* made) {
-            *made = &chain;
-            return TRUE;
-        });
-    EXPECT_CALL(service_, CertFreeCertificateChain(&chain)).Times(2).WillRepeatedly(testing::Return());
+    ScriptedChain chain(0, 0);
+    EXPECT_CALL(service_, CertGetCertificateChain).WillRepeatedly(chain.asResult());
+    EXPECT_CALL(service_, CertFreeCertificateChain(&chain.context)).Times(2).WillRepeatedly(testing::Return());
     EXPECT_CALL(service_, CertVerifyCertificateChainPolicy).Times(2).WillRepeatedly(testing::Return(TRUE));
     for (const DWORD count : {0U, 1U}) {
-        chain.cChain = count;
+        chain.context.cChain = count;
         CResponse response;
         response.Import(der.data(), der.size(), nullptr);
         EXPECT_THAT(response.VerifyCertificate(nullptr, false, nullptr, 0), IsStatus(status::kTrustFail)) << count;
@@ -151,8 +134,7 @@ TEST_F(ServiceFaults, ARefusedAnswerLeavesTheCacheAndTheResponderIsAskedAgain) {
     ASSERT_TRUE(crypto_add_trusted_root(root.get()));
     folder_.write("user/CA/root.crl", makeCrl(pki_.root, {}));
     folder_.write("user/CA/ca.crl", makeCrl(pki_.ca, {}));
-    ResponseSpec spec(pki_.delegate);
-    spec.entries.emplace_back(certIdOf(pki_.good, pki_.ca));
+    ResponseSpec spec(pki_.delegate, {EntrySpec(certIdOf(pki_.good, pki_.ca))});
     const Bytes good = buildResponse(spec);
     spec.corruptSignature = true;
     const Bytes forged = buildResponse(spec);

@@ -15,8 +15,7 @@ using namespace testkit;
 class Allocation : public ResponderTest {};
 
 TEST_F(Allocation, ThatFailsIsThrownAsAStatus) {
-    ResponseSpec spec(responder_);
-    spec.entries.emplace_back(certIdOf(pki_.good, pki_.ca));
+    ResponseSpec spec(responder_, {EntrySpec(certIdOf(pki_.good, pki_.ca))});
     spec.entries[0].extensions = {{"1.3.6.1.5.5.7.48.1.6", false, tlv::generalizedTime("20200101000000Z")}};
     spec.extensions = {{"1.2.3", false, tlv::null()}};
     const Bytes response = buildResponse(spec);

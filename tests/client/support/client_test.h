@@ -14,10 +14,11 @@
 #include "handles/cert_context.h"
 #include "handles/cert_store.h"
 #include "platform/crypto/crypto_service.h"
+#include "tests/support/blobs.h"
 #include "tests/support/ocsp_builder.h"
 #include "tests/support/pki.h"
+#include "tests/support/settings_file.h"
 #include "tests/support/status_matcher.h"
-#include "tests/support/temp_dir.h"
 
 namespace testkit {
 
@@ -31,17 +32,6 @@ inline ATL2::CCertContext contextOf(const Bytes& der) {
 }
 inline ATL2::CCertContext contextOf(const Identity& identity) {
     return contextOf(identity.certificate);
-}
-
-inline Bytes toBytes(const Orvane::CBlob& blob) {
-    return {blob.pbData(), blob.pbData() + blob.cbData()};
-}
-inline Orvane::CBlob toBlob(const Bytes& bytes) {
-    return {bytes.data(), bytes.size()};
-}
-
-inline std::wstring wide(const std::string& text) {
-    return {text.begin(), text.end()};
 }
 
 /// What CryptRetrieveObjectByUrlW hands out: one block that says `count` bodies and holds one.
@@ -85,8 +75,7 @@ protected:
 
     /// The policy in force for objects made from now on: lines of the table [config.cades.ocsppolicy], and of [crypto].
     void settings(const std::string& policy, const std::string& crypto = "") {
-        const std::string text = "[crypto]\nsystem_roots = false\nmachine_stores = \"" + folder_.file("machine") +
-                                 "\"\nuser_stores = \"" + folder_.file("user") + "\"\nurl_cache = \"\"\n" + crypto +
+        const std::string text = machineSettings(folder_, crypto, false) +
                                  "[config.cades.ocsppolicy]\nLegacyPolicyReading = true\n" + policy;
         ASSERT_EQ(support_settings_open(folder_.write("settings.toml", text).c_str()), 0);
     }
@@ -118,17 +107,10 @@ protected:
         return context;
     }
 
-    static CertificateSpec named(const char* name) {
-        CertificateSpec spec;
-        spec.commonName = name;
-        return spec;
-    }
+    static CertificateSpec named(const char* name) { return {.commonName = name}; }
     /// A delegate of its issuer that needs no revocation check.
     static CertificateSpec delegateSpec(const char* name) {
-        CertificateSpec spec = named(name);
-        spec.extendedKeyUsage = "OCSPSigning";
-        spec.ocspNoCheck = true;
-        return spec;
+        return {.commonName = name, .extendedKeyUsage = "OCSPSigning", .ocspNoCheck = true};
     }
 
     static Bytes encodingOf(const _CERT_CONTEXT* cert) {

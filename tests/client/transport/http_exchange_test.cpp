@@ -30,11 +30,6 @@ public:
 class HttpExchange : public testing::Test {
 protected:
     HttpExchange() {
-        support_settings_open(folder_
-                                  .write("settings.toml",
-                                         "[config.Basalt]\nSendRequestTimeoutMilliseconds = 1234\n"
-                                         "[config.Basalt.cache_settings]\nOcspValiditySeconds = 60\n")
-                                  .c_str());
         params_.OCSPAddress = L"http://o/";
         params_.HTTPStatus = 77;
     }
@@ -43,9 +38,11 @@ protected:
         return SendRequest(&params_, L"agent", headers, &request_, false, allowCache, nullptr, cacheOnly);
     }
 
-    TempDir folder_;
+    SettingsFile settings_{
+        "[config.Basalt]\nSendRequestTimeoutMilliseconds = 1234\n"
+        "[config.Basalt.cache_settings]\nOcspValiditySeconds = 60\n"};
     WinHTTPParams params_;
-    Orvane::CBlob request_ = toBlob(fromHex("FBEFFF01"));  // "++//AQ==": every character that must be escaped
+    Orvane::CBlob request_ = blob(fromHex("FBEFFF01"));  // "++//AQ==": every character that must be escaped
 };
 
 TEST_F(HttpExchange, RetrievesByAUrlThatCarriesBodyAndHeader) {
@@ -64,7 +61,7 @@ TEST_F(HttpExchange, RetrievesByAUrlThatCarriesBodyAndHeader) {
                 *object = blobArray({0x42});
                 return TRUE;
             });
-        EXPECT_EQ(toBytes(send(row.allowCache, row.cacheOnly)), fromHex("42"));
+        EXPECT_EQ(bytes(send(row.allowCache, row.cacheOnly)), fromHex("42"));
         EXPECT_EQ(params_.HTTPStatus, 200u);
     }
 }
@@ -116,7 +113,7 @@ TEST_F(HttpExchange, GoesDirectlyWithAProxyOrOtherHeaders) {
                 received->size = received->capacity = 3;
                 return 500UL;
             });
-        EXPECT_EQ(toBytes(send(false, false, row.headers)), bytesOf("abc")) << "the body is what came";
+        EXPECT_EQ(bytes(send(false, false, row.headers)), bytesOf("abc")) << "the body is what came";
         EXPECT_EQ(params_.HTTPStatus, 500u);
         EXPECT_EQ(send(false, true, row.headers).cbData(), 0u) << "this way has no cache, so nothing is exchanged";
         EXPECT_EQ(params_.HTTPStatus, 500u);
