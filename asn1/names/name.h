@@ -62,8 +62,7 @@ public:
     void fromString(const wchar_t* text, StringType stringType);
 
     /// The DER of the element. Throws kInvalidArgument for an identifier that is not dotted decimal text, and
-    /// kAsn1Error for a value that is not the DER of a known attribute's type, or not DER at all. An empty value is not
-    /// checked and leaves no trace: the result is then not a valid element.
+    /// kAsn1Error for a value that is empty, not the DER of a known attribute's type, or not DER at all.
     CBlob encode() const;
     /// Replaces the content. Throws kAsn1Error, with the object unchanged, when `data` is not of the type, or is a
     /// known attribute with a value that is not of its type.
