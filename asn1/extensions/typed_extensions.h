@@ -12,8 +12,7 @@
 // References and pointers from getters live until the object changes.
 #pragma once
 
-#include <memory>
-
+#include "asn1/codec/owned_ptr.h"
 #include "asn1/extensions/crl_reason.h"
 #include "asn1/extensions/extensions.h"
 #include "asn1/names/general_name.h"
@@ -133,8 +132,6 @@ public:
     /// Decodes, and encodes the value again from the times read, so that fractions of a second are gone from it too.
     /// Throws for a malformed time as the constructor of CDateTime.
     explicit CExtPrivateKeyUsagePeriod(const CBlob& value);
-    CExtPrivateKeyUsagePeriod(const CExtPrivateKeyUsagePeriod& other);
-    CExtPrivateKeyUsagePeriod& operator=(const CExtPrivateKeyUsagePeriod& other);
 
     /// In UTC; null when absent. Owned by the object and valid until it is changed. The setters copy; null removes.
     const CDateTime* get_notBefore() const { return notBefore_.get(); }
@@ -146,8 +143,8 @@ private:
     void encode();
     void decode();
 
-    std::unique_ptr<CDateTime> notBefore_;
-    std::unique_ptr<CDateTime> notAfter_;
+    copied_ptr<CDateTime> notBefore_;
+    copied_ptr<CDateTime> notAfter_;
 };
 
 }  // namespace Orvane::ASN1
