@@ -104,10 +104,14 @@ TEST_F(Codec, MovesPrimitiveValuesBothWays) {
         EXPECT_THAT(thrownStatus([&] { ASN1UTF8String_traits::get(bad, wide); }), IsStatus(status::kAsn1Error));
     }
 
-    ASN1IA5String_traits::set(ctxt(), text, "abc");
-    const char* shared = nullptr;
-    ASN1IA5String_traits::copy(ctxt(), text, shared);
-    EXPECT_EQ(shared, text) << "a copy shares the text";
+    const char* copy = nullptr;
+    ASN1UTF8String_traits::copy(ctxt(), text, copy);
+    EXPECT_STREQ(copy, text);
+    EXPECT_NE(copy, text);
+    ASN1UTF8String_traits::copy(ctxt(), nullptr, copy);
+    EXPECT_EQ(copy, nullptr);
+    ASN1IA5String_traits::copy(ctxt(), text, copy);
+    EXPECT_EQ(copy, text) << "shares the text";
 
     ASN1TDynBitStr bits{};
     const std::uint8_t octets[] = {0xAB, 0x80};

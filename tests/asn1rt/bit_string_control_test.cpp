@@ -39,6 +39,8 @@ TEST(BitStringControl, CutsAndCleansTheCallersArray) {
     const ASN1CBitStr string(data, numbits, 20);
     EXPECT_EQ(hexOf(data, 4), "abf000ff");
     EXPECT_EQ(string.length(), 12U);
+    ASN1BERDecodeBuffer buffer;
+    EXPECT_EQ(ASN1CBitStr(buffer, data, numbits, 20).length(), 12U);
     std::uint32_t tooMany = 99;
     const ASN1CBitStr cut(data, tooMany, 7);
     EXPECT_EQ(tooMany, 7U);

@@ -1,5 +1,7 @@
 #include "asn1rt/decode.h"
 
+#include <cstring>
+
 #include "asn1rt/open_type.h"
 #include "tests/asn1rt/runtime_fixture.h"
 #include "tests/support/vectors.h"
@@ -125,6 +127,15 @@ TEST(Decode, RebindingClearsTheFlagsOfTheMessageBefore) {
     ASSERT_EQ(bindInput(ctx, definite), 0);
     EXPECT_EQ(ctx->flags & (CTX_FLAG_END_REACHED | CTX_FLAG_OUTER_INDEFINITE), 0);
     EXPECT_EQ(xd_tag_len(ctx, &tag, &length, MATCH_ADVANCE), 0);
+}
+
+TEST(Decode, BindsABlockOfZerosWithoutData) {
+    Context ctx;
+    void* block = rtMemHeapAlloc(&ctx->pMsgMemHeap, 64);
+    std::memset(block, 0x30, 64);
+    rtMemHeapFreePtr(&ctx->pMsgMemHeap, block);
+    ASSERT_EQ(xd_setp(ctx, nullptr, 64, nullptr, nullptr), 0);
+    EXPECT_EQ(hexOf(ctx->buffer.data, 64), std::string(128, '0'));
 }
 
 TEST(Decode, ReadsAOneOctetTagAndItsLength) {

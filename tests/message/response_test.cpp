@@ -266,6 +266,7 @@ TEST(ResponseMessage, ShowsStatusTypeAndContent) {
     spec.bare = false;
     spec.trailing = {0x05, 0x00};
     CResponseMessage message;
+    EXPECT_EQ(message.get_trailingSize(), 0U);
     message.decode(blob(buildResponse(spec)));
     EXPECT_EQ(message.get_responseStatus(), 0U);
     EXPECT_EQ(message.get_trailingSize(), 2U);

@@ -36,6 +36,17 @@ TEST_F(ValueCodec, PresenceBitsShowWhichAdditionsArePresent) {
     EXPECT_FALSE(growing.m.secondPresent);
 }
 
+TEST_F(ValueCodec, AReusedRecordKeepsNothingOfTheMessageBefore) {
+    ASN1T_BlobSet blob;
+    ASN1T_TypedSet typed;
+    for (const bool isFirst : {true, false}) {
+        ASSERT_EQ(decode(asn1D_BlobSet, blob, "31 06 04 01 AA 05 01 00"), 0);
+        EXPECT_EQ(blob.extensionAdditions.count, 1U);
+        ASSERT_EQ(decode(asn1D_TypedSet, typed, isFirst ? "31 08 06 03 88 37 01 0C 01 61" : "31 05 06 03 88 37 01"), 0);
+        EXPECT_EQ(typed.valueObject.decoded != nullptr, isFirst);
+    }
+}
+
 TEST_F(ValueCodec, DoesNotEncodeInvalidValues) {
     ASN1T_Label label;
     for (const std::uint32_t t : {0U, 8U}) {
