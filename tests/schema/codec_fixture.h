@@ -11,9 +11,9 @@
 #include "asn1rt/encode.h"
 #include "schema/value_codec.h"
 #include "tests/schema/type_row.h"
-#include "tests/schema/vectors.h"
 #include "tests/support/bytes.h"
 #include "tests/support/temp_dir.h"
+#include "tests/support/vectors.h"
 
 namespace schematest {
 
@@ -99,12 +99,10 @@ protected:
 
     /// Checks the result of every value in the file.
     void runVectors(const std::string& file, const std::vector<TypeRow>& types) {
-        for (const Vector& vector : readVectors(file)) {
-            SCOPED_TRACE(vector.type + ": " + vector.name);
-            const TypeRow* type = findType(types, vector.type);
-            ASSERT_NE(type, nullptr);
-            EXPECT_EQ(again(*type, vector.input), vector.result);
-        }
+        testkit::expectVectors("schema/" + file, [&](const std::string& name, const std::string& input) {
+            const TypeRow* type = findType(types, name);
+            return type != nullptr ? again(*type, testkit::octets(input)) : "no such type";
+        });
     }
 
     static const TypeRow* findType(const std::vector<TypeRow>& types, const std::string& name) {

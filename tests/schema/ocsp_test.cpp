@@ -9,7 +9,7 @@
 namespace {
 
 using namespace asn1data;
-using schematest::octets;
+using testkit::octets;
 
 using OcspModule = schematest::CodecTest;
 
