@@ -1,9 +1,7 @@
 #include "asn1rt/utf8.h"
 
 #include <algorithm>
-#include <cstring>
 #include <iterator>
-#include <memory>
 #include <sstream>
 #include <string>
 #include <vector>
@@ -14,13 +12,6 @@
 namespace {
 
 using namespace rttest;
-
-// The text in a block of exactly its size, so that AddressSanitizer sees any step over its NUL.
-std::unique_ptr<char[]> exactly(const std::string& text) {
-    auto block = std::make_unique<char[]>(text.size() + 1);
-    std::memcpy(block.get(), text.c_str(), text.size() + 1);
-    return block;
-}
 
 TEST(Utf8, CharactersOfEverySizeSurviveARoundTrip) {
     const std::int32_t edges[] = {0,       0x7F,     0x80,     0x7FF,    0x800,     0xD800,    0xFFFF,
