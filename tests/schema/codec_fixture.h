@@ -9,6 +9,7 @@
 
 #include "asn1rt/decode.h"
 #include "asn1rt/encode.h"
+#include "schema/codec_steps.h"
 #include "schema/value_codec.h"
 #include "tests/schema/type_row.h"
 #include "tests/support/bytes.h"
@@ -89,6 +90,15 @@ protected:
         return result == octets ? "same" : testkit::toHex(result);
     }
 
+    /// The result of `again`, after the number of the alternative if the type is a CHOICE.
+    std::string alternativeAndResult(const TypeRow& type, const Octets& octets) {
+        const std::string result = again(type, octets);
+        std::vector<std::uint64_t> value(type.sizeRecord / sizeof(std::uint64_t) + 1);
+        const bool isShown = type.info->kind == schema::Kind::Choice && bind(octets) == 0 &&
+                             type.decode(&ctxt_, value.data(), TAG_EXPLICIT, 0) == 0;
+        return (isShown ? std::to_string(schema::alternativeOf(value.data())) + " " : "") + result;
+    }
+
     /// Encodes the value in the writing context. Returns no octets if that fails.
     Octets write(const TypeRow& type, void* value) {
         EXPECT_EQ(xe_setp(&writer_, nullptr, 0), 0);
@@ -101,7 +111,7 @@ protected:
     void runVectors(const std::string& file, const std::vector<TypeRow>& types) {
         testkit::expectVectors("schema/" + file, [&](const std::string& name, const std::string& input) {
             const TypeRow* type = findType(types, name);
-            return type != nullptr ? again(*type, testkit::octets(input)) : "no such type";
+            return type != nullptr ? alternativeAndResult(*type, testkit::octets(input)) : "no such type";
         });
     }
 
