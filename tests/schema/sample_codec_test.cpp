@@ -133,21 +133,12 @@ TEST_F(ValueCodec, DoesNotFreeZeroCopyValues) {
 
 TEST_F(ValueCodec, RejectsNestingBeyondTheLimit) {
     // Messages nested by [2]. Each takes one level; the list of labels in the innermost takes another
-    const auto nested = [](unsigned levels) {
-        Octets octets;
-        for (unsigned i = 0; i < levels; ++i) {
-            Octets message = testkit::fromHex("02 01 05 0A 01 01 30 03 13 01 61");
-            if (!octets.empty()) {
-                message.insert(message.end(), {0xA2, 0x82, static_cast<std::uint8_t>(octets.size() >> 8),
-                                               static_cast<std::uint8_t>(octets.size())});
-                message.insert(message.end(), octets.begin(), octets.end());
-            }
-            octets = std::move(message);
+    const auto nested = [](int levels) {
+        std::string message = "02{05} 0A{01} 30{13{61}}";
+        for (int i = 1; i < levels; ++i) {
+            message = "02{05} 0A{01} 30{13{61}} A2{" + message + "}";
         }
-        Octets whole = {0x30, 0x82, static_cast<std::uint8_t>(octets.size() >> 8),
-                        static_cast<std::uint8_t>(octets.size())};
-        whole.insert(whole.end(), octets.begin(), octets.end());
-        return whole;
+        return testkit::octets("30{" + message + "}");
     };
     ASN1T_Message message;
     EXPECT_EQ(decode(asn1D_Message, message, nested(62)), 0);
