@@ -11,13 +11,6 @@
 namespace ATL2 {
 namespace {
 
-void closeCell(void** cell, bool checking) noexcept {
-    const std::unique_ptr<void*> owner(cell);
-    if (owner && *owner != nullptr) {
-        CertCloseStore(*owner, checking ? CERT_CLOSE_STORE_CHECK_FLAG : 0);
-    }
-}
-
 // The shared pointer runs the deleter itself when it cannot be set up.
 template <class Deleter>
 std::shared_ptr<void*> makeCell() {
@@ -28,11 +21,10 @@ std::shared_ptr<void*> makeCell() {
 }  // namespace
 
 void CCertStoreDeleter::operator()(void** cell) const noexcept {
-    closeCell(cell, checking_);
-}
-
-void CCertStoreNonCheckingDeleter::operator()(void** cell) const noexcept {
-    closeCell(cell, checking_);
+    const std::unique_ptr<void*> owner(cell);
+    if (owner && *owner != nullptr) {
+        CertCloseStore(*owner, checking_ ? CERT_CLOSE_STORE_CHECK_FLAG : 0);
+    }
 }
 
 CCertStore::CCertStore() : Store(makeCell<CCertStoreDeleter>()) {}

@@ -28,13 +28,9 @@ private:
 };
 
 /// The same for the cell of a store that was attached.
-class TALLOW_EXPORT CCertStoreNonCheckingDeleter {
+class CCertStoreNonCheckingDeleter : public CCertStoreDeleter {
 public:
-    explicit CCertStoreNonCheckingDeleter(bool checking) noexcept : checking_(checking) {}
-    void operator()(void** cell) const noexcept;
-
-private:
-    bool checking_;
+    using CCertStoreDeleter::CCertStoreDeleter;
 };
 
 /// A shared store handle. Copies share one cell with the raw handle, null while no store is open; a store opened

@@ -78,6 +78,11 @@ int decodeAtPosition(ASN1CTXT* ctxt, const MemberInfo& member, void* record, boo
     return status;
 }
 
+/// Whether the member can start with this tag word, ignoring the constructed bit.
+bool acceptsEitherForm(const MemberInfo& member, std::uint32_t tag) {
+    return acceptsTag(member, tag) || acceptsTag(member, tag ^ kTagConstructed);
+}
+
 /// Whether the next element belongs to the second root, the members after the additions.
 bool isSecondRootAhead(ASN1CTXT* ctxt, const TypeInfo& type) {
     std::uint32_t tag = 0;
@@ -86,12 +91,27 @@ bool isSecondRootAhead(ASN1CTXT* ctxt, const TypeInfo& type) {
         return false;
     }
     for (unsigned i = type.numBeforeAdditions; i < type.numMembers; ++i) {
-        const MemberInfo& member = type.members[i];
-        if (acceptsTag(member, tag) || acceptsTag(member, tag ^ kTagConstructed)) {
+        if (acceptsEitherForm(type.members[i], tag)) {
             return true;
         }
-        if ((member.flags & kMayBeAbsent) == 0) {
+        if ((type.members[i].flags & kMayBeAbsent) == 0) {
             return false;
+        }
+    }
+    return false;
+}
+
+/// Whether the next element is an optional member or known addition that was absent at its own position. Taken for an
+/// unknown addition, it would be written again out of order, and callers would not see it.
+bool isMisplacedMemberAhead(ASN1CTXT* ctxt, const TypeInfo& type, const void* record) {
+    std::uint32_t tag = 0;
+    int length = 0;
+    if (xd_tag_len(ctxt, &tag, &length, 0) != 0) {
+        return false;
+    }
+    for (unsigned i = type.numBeforeAdditions; i-- > 0 && (type.members[i].flags & kMayBeAbsent) != 0;) {
+        if (acceptsEitherForm(type.members[i], tag) && !isWritten(type, type.members[i], record)) {
+            return true;
         }
     }
     return false;
@@ -100,12 +120,21 @@ bool isSecondRootAhead(ASN1CTXT* ctxt, const TypeInfo& type) {
 /// Keeps the additions of later versions of the type. They are encoded again unchanged.
 [[gnu::noinline]] int decodeAdditions(ASN1CTXT* ctxt, const TypeInfo& type, void* record, ContentsEnd end) {
     while (!end.isReached(ctxt) && !isSecondRootAhead(ctxt, type)) {
+        if (isMisplacedMemberAhead(ctxt, type, record)) {
+            return STATUS_EXTRA_ELEMENT;
+        }
         const int status = decodeAddition(ctxt, type, record);
         if (status != 0) {
             return status;
         }
     }
     return 0;
+}
+
+void setPresence(const TypeInfo& type, void* record, std::uint32_t present) {
+    if (type.presenceOffset != 0) {
+        at<std::uint32_t>(record, type.presenceOffset) = present;
+    }
 }
 
 int decodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record, int length) {
@@ -122,6 +151,7 @@ int decodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record, int length
             if (!type.extensible || hadAdditions) {
                 return STATUS_EXTRA_ELEMENT;
             }
+            setPresence(type, record, present);
             const int status = decodeAdditions(ctxt, type, record, end);
             if (status != 0) {
                 return status;
@@ -146,9 +176,7 @@ int decodeMembers(ASN1CTXT* ctxt, const TypeInfo& type, void* record, int length
     for (; member != last; ++member) {
         setDefault(*member, record);
     }
-    if (type.presenceOffset != 0) {
-        at<std::uint32_t>(record, type.presenceOffset) = present;
-    }
+    setPresence(type, record, present);
     return numRequired < type.numRequired ? STATUS_MISSING_ELEMENT : 0;
 }
 

@@ -36,6 +36,11 @@ CESSCertID::CESSCertID(const CESSCertID& other) = default;
 
 CESSCertID& CESSCertID::operator=(const CESSCertID& other) = default;
 
+CESSCertID& CESSCertID::operator=(CESSCertID&& other) noexcept {
+    impl_.swap(other.impl_);
+    return *this;
+}
+
 CESSCertID::~CESSCertID() = default;
 
 const CBlob& CESSCertID::get_certHash() const {
@@ -79,6 +84,11 @@ CESSCertIDv2::CESSCertIDv2(const CBlob& certHash, const CAlgorithmIdentifier& ha
 CESSCertIDv2::CESSCertIDv2(const CESSCertIDv2& other) = default;
 
 CESSCertIDv2& CESSCertIDv2::operator=(const CESSCertIDv2& other) = default;
+
+CESSCertIDv2& CESSCertIDv2::operator=(CESSCertIDv2&& other) noexcept {
+    impl_.swap(other.impl_);
+    return *this;
+}
 
 CESSCertIDv2::~CESSCertIDv2() = default;
 

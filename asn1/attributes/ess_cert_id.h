@@ -37,6 +37,7 @@ public:
     explicit CESSCertID(const CBlob& certHash);
     CESSCertID(const CESSCertID& other);
     CESSCertID& operator=(const CESSCertID& other);
+    CESSCertID& operator=(CESSCertID&& other) noexcept;
     ~CESSCertID();
 
     /// The octets of the hash over the whole DER certificate; empty in a new object. Valid until the object changes;
@@ -84,6 +85,7 @@ public:
     CESSCertIDv2(const CBlob& certHash, const CAlgorithmIdentifier& hashAlgorithm);
     CESSCertIDv2(const CESSCertIDv2& other);
     CESSCertIDv2& operator=(const CESSCertIDv2& other);
+    CESSCertIDv2& operator=(CESSCertIDv2&& other) noexcept;
     ~CESSCertIDv2();
 
     /// Never absent: the default is returned as SHA-256. Valid until the object changes; the setter copies, and does

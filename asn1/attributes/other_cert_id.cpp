@@ -25,6 +25,11 @@ COtherCertID::COtherCertID(const COtherCertID& other) = default;
 
 COtherCertID& COtherCertID::operator=(const COtherCertID& other) = default;
 
+COtherCertID& COtherCertID::operator=(COtherCertID&& other) noexcept {
+    impl_.swap(other.impl_);
+    return *this;
+}
+
 COtherCertID::~COtherCertID() = default;
 
 const COtherHash& COtherCertID::get_otherCertHash() const {

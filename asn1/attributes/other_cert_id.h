@@ -37,6 +37,7 @@ public:
     COtherCertID(const CBlob& hash, const CAlgorithmIdentifier& hashAlgorithm);
     COtherCertID(const COtherCertID& other);
     COtherCertID& operator=(const COtherCertID& other);
+    COtherCertID& operator=(COtherCertID&& other) noexcept;
     ~COtherCertID();
 
     /// The hash of the whole DER certificate; type 0 in a new object. The setter copies.

@@ -124,18 +124,6 @@ CExtPrivateKeyUsagePeriod::CExtPrivateKeyUsagePeriod(const CBlob& value) : CExtV
     decode();
 }
 
-CExtPrivateKeyUsagePeriod::CExtPrivateKeyUsagePeriod(const CExtPrivateKeyUsagePeriod& other) : CExtValue(other) {
-    copy_to_auto_ptr(notBefore_, other.get_notBefore());
-    copy_to_auto_ptr(notAfter_, other.get_notAfter());
-}
-
-CExtPrivateKeyUsagePeriod& CExtPrivateKeyUsagePeriod::operator=(const CExtPrivateKeyUsagePeriod& other) {
-    CExtValue::operator=(other);
-    copy_to_auto_ptr(notBefore_, other.get_notBefore());
-    copy_to_auto_ptr(notAfter_, other.get_notAfter());
-    return *this;
-}
-
 void CExtPrivateKeyUsagePeriod::put_notBefore(const CDateTime* notBefore) {
     copy_to_auto_ptr(notBefore_, notBefore);
     encode();

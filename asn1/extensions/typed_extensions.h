@@ -17,8 +17,7 @@
 // while encoding and decoding, and as std::bad_alloc in plain copies.
 #pragma once
 
-#include <memory>
-
+#include "asn1/codec/owned_ptr.h"
 #include "asn1/extensions/crl_reason.h"
 #include "asn1/extensions/extensions.h"
 #include "asn1/names/general_name.h"
@@ -142,8 +141,6 @@ public:
     /// Decodes, and encodes the value again from the times read, so that fractions of a second are gone from it too.
     /// Throws for a malformed time as the constructor of CDateTime.
     explicit CExtPrivateKeyUsagePeriod(const CBlob& value);
-    CExtPrivateKeyUsagePeriod(const CExtPrivateKeyUsagePeriod& other);
-    CExtPrivateKeyUsagePeriod& operator=(const CExtPrivateKeyUsagePeriod& other);
 
     /// In UTC; null when absent. Owned by the object and valid until it is changed. The setters copy; null removes. The
     /// other time stays as it is.
@@ -156,8 +153,8 @@ private:
     void encode();
     void decode();
 
-    std::unique_ptr<CDateTime> notBefore_;
-    std::unique_ptr<CDateTime> notAfter_;
+    copied_ptr<CDateTime> notBefore_;
+    copied_ptr<CDateTime> notAfter_;
 };
 
 }  // namespace Orvane::ASN1

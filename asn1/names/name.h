@@ -61,10 +61,9 @@ public:
     /// Replaces identifier and value by those of "type=value"; a failure leaves the object unchanged.
     void fromString(const wchar_t* text, StringType stringType);
 
-    /// The DER of the element. An empty value is neither checked nor written: the result is then not a valid element.
-    /// Throws:
+    /// The DER of the element. Throws:
     /// - kInvalidArgument: the identifier is not dotted decimal text.
-    /// - kAsn1Error: the value is not the DER of a known attribute's type, or not DER at all.
+    /// - kAsn1Error: the value is empty, not the DER of a known attribute's type, or not DER at all.
     /// - kAsn1Memory: memory is exhausted.
     CBlob encode() const;
     /// Replaces the content; octets after the element are ignored. Throws, with the object unchanged:

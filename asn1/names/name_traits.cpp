@@ -41,6 +41,9 @@ void CName::decode(const CBlob& data) {
 
 void ASN1T_AttributeTypeAndValue_traits::set(ASN1CTXT* ctxt, ASN1_T& record, const CAttributeTypeAndValue& value) {
     ASN1TObjId_traits::set(ctxt, record.type, value.get_type());
+    if (value.CAttrValue::get_value().cbData() == 0) {
+        ATL::AtlThrowImpl(status::kAsn1Error);  // the runtime would write nothing in its place
+    }
     ASN1TOpenType_traits::set(ctxt, record.value, value.CAttrValue::get_value());
     resolveOpenType<asn1data::asn1DTC_AttributeTypeAndValue>(ctxt, record);
 }

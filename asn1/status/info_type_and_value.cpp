@@ -1,7 +1,6 @@
 #include "asn1/status/info_type_and_value.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cstring>
 
 #include "asn1/codec/list_traits.h"
@@ -74,7 +73,6 @@ void CInfoTypeAndValueList::insert(const CInfoTypeAndValue& item) {
 
 void CInfoTypeAndValueList::remove(const char* oid) {
     const iterator present = find(oid);
-    assert(present != end());
     if (present != end()) {
         erase(present);
     }

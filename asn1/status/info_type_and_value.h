@@ -71,8 +71,7 @@ public:
     /// Overwrites the item with the same identifier where it is, or appends a copy.
     void insert(const CInfoTypeAndValue& item);
 
-    /// Removes the first item with this identifier, which must exist: otherwise an assertion fails in debug builds, and
-    /// nothing happens in release builds.
+    /// Removes the first item with this identifier, if there is one.
     void remove(const char* oid);
 
     /// The DER of the items as a SEQUENCE, empty when there are none. Throws:

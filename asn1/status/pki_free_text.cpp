@@ -1,7 +1,6 @@
 #include "asn1/status/pki_free_text.h"
 
 #include <algorithm>
-#include <cassert>
 #include <cstring>
 #include <cwchar>
 
@@ -27,7 +26,6 @@ Iterator findLanguage(Iterator first, Iterator last, const CLanguageTag& languag
 
 template <class List>
 auto& firstOf(List& list) {
-    assert(!list.empty());
     if (list.empty()) {
         ATL::AtlThrowImpl(status::kInvalidArgument);
     }

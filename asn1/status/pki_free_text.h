@@ -68,8 +68,7 @@ public:
     /// Removes every text of the language; "*" empties the list.
     void remove(const CLanguageTag& language);
 
-    /// The first text, as a copy or by reference. The list must not be empty: otherwise an assertion fails in debug
-    /// builds, and kInvalidArgument is thrown in release builds.
+    /// The first text, as a copy or by reference. Throws kInvalidArgument when the list is empty.
     operator CPKIFreeTextString() const;  // NOLINT(google-explicit-constructor): where one text is wanted, it is this
     operator CPKIFreeTextString&();       // NOLINT(google-explicit-constructor): likewise
 };

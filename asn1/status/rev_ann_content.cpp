@@ -30,6 +30,11 @@ CRevAnnContent::CRevAnnContent(const CRevAnnContent& other) = default;
 
 CRevAnnContent& CRevAnnContent::operator=(const CRevAnnContent& other) = default;
 
+CRevAnnContent& CRevAnnContent::operator=(CRevAnnContent&& other) noexcept {
+    impl_.swap(other.impl_);
+    return *this;
+}
+
 CRevAnnContent::~CRevAnnContent() = default;
 
 PKIStatusEnum CRevAnnContent::get_status() const {

@@ -39,6 +39,7 @@ public:
                    const CDateTime& badSinceDate);
     CRevAnnContent(const CRevAnnContent& other);
     CRevAnnContent& operator=(const CRevAnnContent& other);
+    CRevAnnContent& operator=(CRevAnnContent&& other) noexcept;
     ~CRevAnnContent();
 
     /// The number on the wire; one outside the enumeration is kept.

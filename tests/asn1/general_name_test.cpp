@@ -1,7 +1,9 @@
 #include "asn1/names/general_name.h"
 
 #include "asn1/names/name.h"
+#include "asn1/text/text_conversions.h"
 #include "tests/asn1/value_fixture.h"
+#include "tests/support/vectors.h"
 
 namespace {
 
@@ -10,35 +12,22 @@ using namespace Orvane::ASN1;
 using namespace testkit;
 
 TEST(GeneralName, ShowsTheAlternativeThatWasDecoded) {
-    const struct {
-        unsigned int type;
-        const wchar_t* (CGeneralName::*text)() const;  // null: octets
-        const wchar_t* value;
-        const wchar_t* shown;  // the kind, and one character of a text
-        const char* der;
-    } rows[] = {
-        {CGeneralName::kRfc822Name, &CGeneralName::get_rfc822Name, L"a@b", L"rfc822Name: a", "8103614062"},
-        {CGeneralName::kDNSName, &CGeneralName::get_dNSName, L"", L"dNSName: ", "8200"},
-        {CGeneralName::kUniformResourceIdentifier, &CGeneralName::get_uniformResourceIdentifier, L"http://x/\u0416",
-         L"uniformResourceIdentifier: h", "860b687474703a2f2f782fd096"},
-        {CGeneralName::kRegisteredID, &CGeneralName::get_registeredID, L"1.2.840", L"registeredID: 1", "88032a8648"},
-        {CGeneralName::kIPAddress, nullptr, nullptr, L"iPAddress: (to string is not implemented)", "87047f000001"},
-        {CGeneralName::kDirectoryName, nullptr, nullptr, L"directoryName: CN=a", "a40e300c310a300806035504030c0161"},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.type);
-        CGeneralName decoded;
-        decoded.decode(blobFromHex(row.der));
-        ASSERT_EQ(decoded.get_type(), row.type);
-        EXPECT_STREQ(decoded.toString().c_str(), row.shown);
-        if (row.text != nullptr) {
-            EXPECT_STREQ((decoded.*row.text)(), row.value);
-        } else {
-            const bool isAddress = row.type == CGeneralName::kIPAddress;
-            EXPECT_EQ(hexOf(isAddress ? *decoded.get_iPAddress() : *decoded.get_directoryName()), row.der + 4);
-        }
-        EXPECT_TRUE(CGeneralName(decoded) == decoded);
-    }
+    testkit::expectVectors(
+        "asn1/general_names.txt",
+        {{"show", [](const std::string& notation) {
+              CGeneralName name;
+              name.decode(blob(testkit::octets(notation)));
+              EXPECT_TRUE(CGeneralName(name) == name);
+              std::string answer = tostring(name.toString().c_str());
+              for (const auto get : {&CGeneralName::get_rfc822Name, &CGeneralName::get_dNSName,
+                                     &CGeneralName::get_uniformResourceIdentifier, &CGeneralName::get_registeredID}) {
+                  answer += (name.*get)() != nullptr ? " text " + tostring((name.*get)()) : "";
+              }
+              for (const auto get : {&CGeneralName::get_iPAddress, &CGeneralName::get_directoryName}) {
+                  answer += (name.*get)() != nullptr ? " octets " + hexOf(*(name.*get)()) : "";
+              }
+              return std::to_string(name.get_type()) + " " + answer;
+          }}});
 }
 
 TEST(GeneralName, HoldsOneAlternativeAtATime) {

@@ -63,13 +63,8 @@ TEST(FreeText, ConvertsToItsFirstEntry) {
     CPKIFreeText empty;
     const auto byReference = [&] { static_cast<void>(static_cast<CPKIFreeTextString&>(empty)); };
     const auto byValue = [&] { const CPKIFreeTextString copy = static_cast<const CPKIFreeText&>(empty); };
-#ifdef NDEBUG
     EXPECT_THAT(thrownStatus(byReference), IsStatus(status::kInvalidArgument));
     EXPECT_THAT(thrownStatus(byValue), IsStatus(status::kInvalidArgument));
-#else
-    EXPECT_DEATH(byReference(), "empty");
-    EXPECT_DEATH(byValue(), "empty");
-#endif
 }
 
 TEST(FreeText, CarriesTheLanguageInFrontOfTheText) {
@@ -122,12 +117,8 @@ TEST(InfoTypeAndValueList, KeepsOneItemForEachIdentifier) {
     EXPECT_TRUE(again == items);
     again.remove("1.2.3");
     EXPECT_EQ(again.find("1.2.3"), again.end());
-#ifdef NDEBUG
     again.remove("1.2.3");
     EXPECT_EQ(again.size(), 1U);
-#else
-    EXPECT_DEATH(again.remove("1.2.3"), "present");
-#endif
     // signKeyPairTypes is a SEQUENCE OF AlgorithmIdentifier.
     EXPECT_THAT(thrownStatus([] {
                     CInfoTypeAndValueList{CInfoTypeAndValue("1.3.6.1.5.5.7.4.2", blob(tlv::integer(1)))}.encode();

@@ -56,6 +56,7 @@ TEST(ValueClasses, RefuseToEncodeWhatIsIncompleteOrMalformed) {
         {status::kInvalidArgument, [] { CInfoTypeAndValueList{CInfoTypeAndValue("info")}.encode(); }},
         {status::kInvalidArgument, [] { CName(L"CN=a, O=#0500").encode(); }},
         {status::kAsn1Error, [] { CAttributeTypeAndValue("2.5.4.3", blobFromHex("0500")).encode(); }},
+        {status::kAsn1Error, [] { CName(L"1.2.3=xyz").encode(); }},  // no value
     };
     int number = 0;
     for (const auto& [expected, encode] : rows) {

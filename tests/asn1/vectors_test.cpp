@@ -146,6 +146,10 @@ TEST(Texts, AnswerTheirVectors) {
          {"attribute", [](const std::string& text) {
               return hexOf(CAttributeTypeAndValue(towstring(text.c_str()).c_str(), kStringTypeDefault).get_value());
           }}});
+    EXPECT_EQ(towstring(nullptr), L"");
+    const unsigned short wide[] = {0x41, 0xE9, 0};
+    EXPECT_EQ(tostring(wide), "A\xC3\xA9");
+    EXPECT_EQ(tostring(static_cast<const unsigned short*>(nullptr)), "");
 }
 
 TEST(ObjectIdText, WritesTheLongestIdentifierAndTheEmptyOne) {

@@ -7,6 +7,7 @@
 
 #include "asn1rt/status.h"
 #include "tests/asn1rt/runtime_fixture.h"
+#include "tests/support/vectors.h"
 
 namespace {
 
@@ -39,6 +40,8 @@ TEST(BitStringControl, CutsAndCleansTheCallersArray) {
     const ASN1CBitStr string(data, numbits, 20);
     EXPECT_EQ(hexOf(data, 4), "abf000ff");
     EXPECT_EQ(string.length(), 12U);
+    ASN1BERDecodeBuffer buffer;
+    EXPECT_EQ(ASN1CBitStr(buffer, data, numbits, 20).length(), 12U);
     std::uint32_t tooMany = 99;
     const ASN1CBitStr cut(data, tooMany, 7);
     EXPECT_EQ(tooMany, 7U);
@@ -130,64 +133,42 @@ TEST(BitStringControl, OctetsAreCopiedUpToTheLastSetBit) {
 }
 
 // An operand may lie inside the string: growing moves the octets and frees where they were.
-TEST(BitStringControl, OperandsCombineAndTheSizeIsRecounted) {
-    const std::uint8_t operand[] = {0xCC, 0xFF};  // 11001100 11(1111)
-    const std::string twenty = "11111111110011001111";
-    struct Row {
-        int (ASN1CBitStr::*operation)(const std::uint8_t*, std::uint32_t);
-        std::string before;
-        std::string after;
-        std::string withItself;  // twenty bits after the operation with their octets from the second one on
-    };
-    const Row rows[] = {
-        {&ASN1CBitStr::doAnd, "1010101010101", "100010001", ""},
-        {&ASN1CBitStr::doAnd, twenty, "1100110011", "1100110011"},
-        {&ASN1CBitStr::doAnd, "0011", "", ""},
-        {&ASN1CBitStr::doOr, "101000000001", "111011001101", ""},
-        {&ASN1CBitStr::doOr, twenty, twenty, "11111111111111001111"},
-        {&ASN1CBitStr::doXor, "1", "0100110011", ""},
-        {&ASN1CBitStr::doXor, twenty, "00110011000011001111", "00110011001111001111"},
-        {&ASN1CBitStr::doAndNot, "111111111111", "001100110011", ""},
-        {&ASN1CBitStr::doAndNot, twenty, "00110011000011001111", "00110011000011001111"},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(row.before);
-        Bits bits(row.before);
-        EXPECT_EQ((bits.string.*row.operation)(operand, 10), 0);
-        EXPECT_EQ(bitsOf(bits.string), row.after);
-        EXPECT_EQ((bits.string.*row.operation)(nullptr, 10), STATUS_BAD_ARGUMENT);
-        for (const std::uint32_t numbits : {20U, 200000U}) {
-            if (row.before != twenty) {
-                continue;
-            }
-            Bits own(row.before);
-            ASSERT_EQ((own.string.*row.operation)(static_cast<ASN1TDynBitStr>(own.string).data + 1, numbits), 0);
-            EXPECT_EQ(bitsOf(own.string), row.withItself) << numbits;
-        }
+TEST(BitStringControl, CombinesAndShiftsAsListed) {
+    using Operation = int (ASN1CBitStr::*)(const std::uint8_t*, std::uint32_t);
+    using Shift = int (ASN1CBitStr::*)(std::uint32_t);
+    testkit::VectorFunctions functions;
+    for (const auto& [name, operation] : {std::pair<const char*, Operation>{"and", &ASN1CBitStr::doAnd},
+                                          {"or", &ASN1CBitStr::doOr},
+                                          {"xor", &ASN1CBitStr::doXor},
+                                          {"and not", &ASN1CBitStr::doAndNot}}) {
+        functions[name] = [operation = operation](const std::string& before) {
+            const std::uint8_t operand[] = {0xCC, 0xFF};  // 11001100 11(1111)
+            Bits bits(before);
+            EXPECT_EQ((bits.string.*operation)(operand, 10), 0);
+            EXPECT_EQ((bits.string.*operation)(nullptr, 10), STATUS_BAD_ARGUMENT);
+            return bitsOf(bits.string);
+        };
+        functions[std::string("own ") + name] = [operation = operation](const std::string& row) {
+            Bits bits(row.substr(row.find(':') + 1));
+            const std::uint8_t* second = static_cast<ASN1TDynBitStr>(bits.string).data + 1;
+            EXPECT_EQ((bits.string.*operation)(second, static_cast<std::uint32_t>(std::stoul(row))), 0);
+            return bitsOf(bits.string);
+        };
     }
+    for (const auto& [name, shift] :
+         {std::pair<const char*, Shift>{"left", &ASN1CBitStr::shiftLeft}, {"right", &ASN1CBitStr::shiftRight}}) {
+        functions[name] = [shift = shift](const std::string& row) {
+            Bits bits(row.substr(row.find(':') + 1));
+            EXPECT_EQ((bits.string.*shift)(static_cast<std::uint32_t>(std::stoul(row))), 0);
+            return bitsOf(bits.string);
+        };
+    }
+    testkit::expectVectors("asn1rt/bit_string_control.txt", functions);
+    const std::uint8_t operand = 0xCC;
     Bits bits("1");
     EXPECT_EQ(bits.string.doOr(static_cast<ASN1TDynBitStr>(bits.string).data, 1), STATUS_BAD_ARGUMENT);
-    EXPECT_EQ(bits.string.doAnd(operand, 0), 0);
+    EXPECT_EQ(bits.string.doAnd(&operand, 0), 0);
     EXPECT_EQ(bits.string.size(), 0U);
-}
-
-TEST(BitStringControl, ShiftsDropBitsBeyondTheEnds) {
-    const std::string before = "110100000000000101";
-    struct Row {
-        int (ASN1CBitStr::*shift)(std::uint32_t);
-        std::uint32_t count;
-        std::string after;
-    };
-    const Row rows[] = {
-        {&ASN1CBitStr::shiftLeft, 9, "000000101"},  {&ASN1CBitStr::shiftLeft, 0, before},
-        {&ASN1CBitStr::shiftLeft, 18, ""},          {&ASN1CBitStr::shiftRight, 11, "000000000001101"},
-        {&ASN1CBitStr::shiftRight, 0xFFFFFFFF, ""},
-    };
-    for (const Row& row : rows) {
-        Bits bits(before);
-        EXPECT_EQ((bits.string.*row.shift)(row.count), 0);
-        EXPECT_EQ(bitsOf(bits.string), row.after) << row.count;
-    }
 }
 
 TEST(BitStringControl, CopiesAreIndependentAndKeepOrSetTheLimit) {

@@ -9,38 +9,6 @@ namespace {
 
 using namespace rttest;
 
-TEST(Encode, WritesTagAndShortestLength) {
-    struct Row {
-        ASN1TAG tag;
-        int length;
-        const char* hex;
-    };
-    const Row rows[] = {
-        {kTagSequence, 127, "307f"},
-        {kTagSequence, 128, "308180"},
-        {kTagSequence, 256, "30820100"},
-        {kTagSequence, 0x1000000, "308401000000"},
-        {kTagSequence, LEN_INDEFINITE, "3080"},
-        {kTagContext | 30, 1, "9e01"},
-        {kTagContext | 31, 1, "9f1f01"},
-        {kTagContext | 128, 1, "9f810001"},
-        {kTagPrivate | kTagConstructed | kTagNumberMask, 1, "ff81ffffff7f01"},
-    };
-    for (const Row& row : rows) {
-        Output out;
-        const int payload = row.length == LEN_INDEFINITE ? 0 : row.length;
-        EXPECT_TRUE(out.counts(xe_tag_len(out, row.tag, row.length) - payload)) << row.hex;
-        EXPECT_EQ(out.hex(), row.hex);
-
-        // The same header from its two parts.
-        Output parts;
-        const int length = xe_len(parts, row.length);
-        const int tag = xe_tag(parts, row.tag);
-        EXPECT_EQ(length + tag, static_cast<int>(parts.size())) << row.hex;
-        EXPECT_EQ(parts.hex(), row.hex);
-    }
-}
-
 TEST(Encode, PassesAFailedResultThroughWithoutWriting) {
     Output out;
     EXPECT_EQ(xe_tag_len(out, kTagSequence, STATUS_BAD_LENGTH), STATUS_BAD_LENGTH);

@@ -44,7 +44,7 @@ int thrownBy(Action action) {
 }
 
 // The octets that `hex` spells, in a block of exactly their size.
-std::unique_ptr<std::uint8_t[]> exactly(const char* hex) {
+std::unique_ptr<std::uint8_t[]> octetsOf(const char* hex) {
     const Bytes octets = fromHex(hex);
     auto block = std::make_unique<std::uint8_t[]>(octets.size());
     std::copy(octets.begin(), octets.end(), block.get());
@@ -98,7 +98,7 @@ TEST(EncodeBuffer, AnArrayHoldsOneOctetLessThanItsSize) {
 }
 
 TEST(DecodeBuffer, ReadsConsecutiveValuesOfOneElement) {
-    const auto octets = exactly("3006020105020107");
+    const auto octets = octetsOf("3006020105020107");
     ASN1BERDecodeBuffer buffer(octets.get(), 8);
     std::int32_t value = 0;
     IntegerControl control(buffer, value);
@@ -113,8 +113,8 @@ TEST(DecodeBuffer, ReadsConsecutiveValuesOfOneElement) {
 }
 
 TEST(DecodeBuffer, RebindsWhenTheInputChanges) {
-    const auto first = exactly("020105");
-    const auto second = exactly("020107");
+    const auto first = octetsOf("020105");
+    const auto second = octetsOf("020107");
     ASN1BERDecodeBuffer buffer;
     EXPECT_EQ(buffer.setBuffer(nullptr, 3), STATUS_NOT_SUPPORTED);
     EXPECT_EQ(buffer.setBuffer(first.get(), 0), STATUS_NOT_SUPPORTED);
@@ -127,12 +127,12 @@ TEST(DecodeBuffer, RebindsWhenTheInputChanges) {
     ASSERT_EQ(buffer.setBuffer(second.get(), 3, true), 0);
     EXPECT_EQ(control.DecodeFrom(buffer), 0);
     EXPECT_EQ(value, 7);
-    const auto broken = exactly("0485ffffff");
+    const auto broken = octetsOf("0485ffffff");
     EXPECT_EQ(buffer.setBuffer(broken.get(), 5), STATUS_BAD_LENGTH);
 }
 
 TEST(DecodeBuffer, FindsElementsDepthFirst) {
-    const auto octets = exactly("300c30050201050500a203020109");
+    const auto octets = octetsOf("300c30050201050500a203020109");
     ASN1BERDecodeBuffer buffer(octets.get(), 14);
     std::int32_t length = -1;
     EXPECT_EQ(buffer.findElement(kTagInteger, length, false), nullptr);
@@ -168,7 +168,7 @@ TEST(ControlType, DecodedMemoryOutlivesTheBuffer) {
     EXPECT_EQ(control.Encode(), STATUS_BAD_ARGUMENT);
     const std::uint8_t* data = nullptr;
     {
-        const auto octets = exactly("0403414243");
+        const auto octets = octetsOf("0403414243");
         ASN1BERDecodeBuffer buffer(octets.get(), 5);
         control.setMsgBuf(buffer);
         ASSERT_EQ(buffer.init(), 0);

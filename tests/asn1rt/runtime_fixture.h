@@ -3,7 +3,9 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdint>
+#include <memory>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -105,6 +107,13 @@ inline std::string reported(Input& in, int status, const std::string& value) {
 /// What an encoder returned, for vectors: the octets, whose number it must have returned, or the status.
 inline std::string reported(const Output& out, int answer) {
     return out.counts(answer) ? out.hex() : statusName(answer);
+}
+
+/// The text in a block of exactly its size, so that AddressSanitizer sees any step over its NUL.
+inline std::unique_ptr<char[]> exactly(const std::string& text) {
+    auto block = std::make_unique<char[]>(text.size() + 1);
+    std::copy(text.begin(), text.end(), block.get());
+    return block;
 }
 
 inline std::string hexOf(const std::uint8_t* data, std::size_t size) {

@@ -82,6 +82,7 @@ TEST_F(Numbers, AppendsAndReturnsArrays) {
     EXPECT_EQ(list.appendArray(nullptr, 3, sizeof(int)), STATUS_BAD_ARGUMENT);
     rtDListAppendArrayCopy(list.getCtxtPtr(), &record, number, 4, 0);
     EXPECT_EQ(list.size(), 5U);
+    EXPECT_EQ(list.appendArrayCopy(number, sizeof(int), sizeof(int)), 0);
 }
 
 TEST_F(Numbers, AnIteratorWalksBothWays) {

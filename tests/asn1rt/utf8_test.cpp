@@ -1,21 +1,17 @@
 #include "asn1rt/utf8.h"
 
-#include <cstring>
-#include <memory>
+#include <algorithm>
+#include <iterator>
+#include <sstream>
 #include <string>
+#include <vector>
 
 #include "tests/asn1rt/runtime_fixture.h"
+#include "tests/support/vectors.h"
 
 namespace {
 
 using namespace rttest;
-
-// The text in a block of exactly its size, so that AddressSanitizer sees any step over its NUL.
-std::unique_ptr<char[]> exactly(const std::string& text) {
-    auto block = std::make_unique<char[]>(text.size() + 1);
-    std::memcpy(block.get(), text.c_str(), text.size() + 1);
-    return block;
-}
 
 TEST(Utf8, CharactersOfEverySizeSurviveARoundTrip) {
     const std::int32_t edges[] = {0,       0x7F,     0x80,     0x7FF,    0x800,     0xD800,    0xFFFF,
@@ -33,60 +29,30 @@ TEST(Utf8, CharactersOfEverySizeSurviveARoundTrip) {
     }
 }
 
-TEST(Utf8, LengthLooksAtLeadsAndStopsAtTheNul) {
-    const std::pair<std::string, int> rows[] = {
-        {"", 0},
-        {"\xC3\xA4z", 2},
-        {"\xC3\x28", 1},
-        {"\xFC", 1},
-        {"a\xE2", 2},
-        {"\x80", STATUS_BAD_UTF8},
-        {"a\xFE", STATUS_BAD_UTF8},
-    };
-    for (const auto& [text, length] : rows) {
-        EXPECT_EQ(rtUTF8Len(exactly(text).get()), length) << testing::PrintToString(text);
-    }
-}
-
-TEST(Utf8, WideTextIsCountedFilledOrRefused) {
-    struct Row {
-        std::string text;
-        std::uint32_t capacity;
-        int answer;
-    };
-    const Row rows[] = {
-        {"a\xC3\xA4\xF0\x9F\x98\x80", 4, 3},
-        {"abc", 3, 3},
-        {"abc", 2, -1},
-        {"", 0, 0},
-        {"a\xC3\x28", 9, STATUS_BAD_UTF8},
-        {"a\xBF", 9, STATUS_BAD_UTF8},
-        {"a\xE2\x82", 9, 2},  // cut short by the end: taken with the bits it has
-    };
-    for (const Row& row : rows) {
+TEST(Utf8, TextIsMeasuredWidenedAndNarrowedAsListed) {
+    const auto length = [](const std::string& text) { return std::to_string(rtUTF8Len(exactly(text).get())); };
+    const auto widen = [](const std::string& row) {
+        const std::string text = row.substr(row.find(':') + 1);
         wchar_t wide[10] = {};
-        EXPECT_EQ(rtUTF8ToWCS(nullptr, exactly(row.text).get(), wide, row.capacity), row.answer)
-            << testing::PrintToString(row.text);
-        EXPECT_TRUE(row.answer < 0 || rtUTF8ToWCS(nullptr, row.text.c_str(), nullptr, 0) == row.answer);
-    }
-    wchar_t wide[5];
-    ASSERT_EQ(rtUTF8ToWCS(nullptr, rows[0].text.c_str(), wide, 5), 3);
-    EXPECT_EQ(std::wstring(wide), L"a\u00E4\U0001F600");
-}
-
-TEST(Utf8, TheLastOctetOfTheDestinationStaysFree) {
-    const std::tuple<std::wstring, std::uint32_t, int> rows[] = {
-        {L"A\u00E4", 3, -1},
-        {L"A\u00E4", 4, 3},
-        {L"", 0, 0},
-        {L"A", 0, -1},
-        {std::wstring(1, static_cast<wchar_t>(-5)), 9, STATUS_BAD_UTF8},
+        const int count = rtUTF8ToWCS(nullptr, exactly(text).get(), wide, static_cast<std::uint32_t>(std::stoul(row)));
+        EXPECT_TRUE(count < 0 || rtUTF8ToWCS(nullptr, text.c_str(), nullptr, 0) == count);
+        std::string answer = std::to_string(count);
+        for (int i = 0; i < count; ++i) {
+            answer += " " + std::to_string(static_cast<long>(wide[i]));
+        }
+        return answer;
     };
-    for (const auto& [text, capacity, answer] : rows) {
-        char narrow[10];
-        EXPECT_EQ(rtWCSToUTF8(nullptr, text.data(), static_cast<std::uint32_t>(text.size()), narrow, capacity), answer)
-            << capacity;
-    }
+    const auto narrow = [](const std::string& row) {
+        std::istringstream in(row.substr(row.find(':') + 1));
+        const std::vector<int> numbers(std::istream_iterator<int>(in), {});
+        const std::vector<wchar_t> wide(numbers.begin(), numbers.end());
+        const auto room = static_cast<std::uint32_t>(std::stoul(row));
+        std::vector<char> text(std::max(room, 1U));
+        const int answer =
+            rtWCSToUTF8(nullptr, wide.data(), static_cast<std::uint32_t>(wide.size()), text.data(), room);
+        return std::to_string(answer) + " " + std::string(text.begin(), text.begin() + std::max(answer, 0));
+    };
+    testkit::expectVectors("asn1rt/utf8.txt", {{"length", length}, {"widen", widen}, {"narrow", narrow}});
 }
 
 TEST(Utf8, FilteringKeepsWhatRangeAndListAllow) {

@@ -52,6 +52,8 @@ TEST(Blob, CopiesAreDeepAndMovesTakeTheBuffer) {
     EXPECT_EQ(source, CBlob());  // NOLINT(bugprone-use-after-move): the state after a move is promised
     target.swap(source);
     EXPECT_EQ(source.pbData(), buffer);
+    EXPECT_EQ(CBlob(std::move(source)).pbData(), buffer);
+    EXPECT_EQ(source, CBlob());  // NOLINT(bugprone-use-after-move): likewise
 }
 
 TEST(Blob, GrowsByTheSizeAndNotByTheCapacity) {

@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <climits>
 #include <cstdint>
 #include <cstdlib>
 #include <ctime>
@@ -22,10 +21,6 @@ using testkit::IsStatus;
 using testkit::thrownStatus;
 
 constexpr std::uint64_t kUnixEpoch = 116'444'736'000'000'000;
-
-CDateTime day(unsigned int year, unsigned int month, unsigned int dayOfMonth) {
-    return {year, month, dayOfMonth, 1, 2, 3, 4, 5};
-}
 
 TEST(DateTime, CountsFromTheEpochsItIsGiven) {
     EXPECT_EQ(CDateTime(0, 0).ticks(), kUnixEpoch);
@@ -79,65 +74,13 @@ TEST(DateTime, AddsAndSubtractsSpans) {
     EXPECT_LT(CDateTime::fromTicks(UINT32_MAX), CDateTime::fromTicks(0x1'0000'0000));
 }
 
-TEST(DateAdd, AddsTheUnitOfTheLetter) {
-    struct Row {
-        const char* unit;
-        int count;
-        CDateTime from;
-        CDateTime expected;
-    };
-    const CDateTime march = day(2024, 3, 31);
-    const Row rows[] = {
-        {"s", 1, march, march + CDateTimeSpan::OneSecond()},
-        {"n", -2, march, march - CDateTimeSpan::OneMinute() * 2},
-        {"hours", 24, march, day(2024, 4, 1)},
-        {"d", 0, march, march},
-        {"", 2, march, day(2024, 4, 2)},
-        {"w", 1, march, day(2024, 4, 7)},
-        {"m", 1, day(2023, 1, 31), day(2023, 2, 28)},
-        {"m", -3, march, day(2023, 12, 31)},
-        {"m", -27, march, day(2021, 12, 31)},
-        {"m", 11, day(2099, 3, 30), day(2100, 2, 28)},
-        {"y", 1, day(2024, 2, 29), day(2025, 2, 28)},
-    };
-    for (const Row& row : rows) {
-        SCOPED_TRACE(std::string(row.unit) + " " + std::to_string(row.count));
-        EXPECT_EQ(DateAddA(row.unit, row.count, row.from), row.expected);
-        const std::string unit = row.unit;
-        EXPECT_EQ(DateAddW(std::wstring(unit.begin(), unit.end()).c_str(), row.count, row.from), row.expected);
-    }
-}
-
-TEST(DateAdd, RejectsOtherUnitsAndResultsBeforeTheEpoch) {
-    const CDateTime from = day(2024, 1, 1);
-    for (const char* unit : {"x", "D", " d", static_cast<const char*>(nullptr)}) {
-        EXPECT_THAT(thrownStatus([&] { static_cast<void>(DateAddA(unit, 1, from)); }),
-                    IsStatus(status::kInvalidArgument));
-    }
-    for (const wchar_t* unit : {L"M", L"\u0173", L"\U00010064"}) {  // the last two end in the bits of 's' and 'd'
+TEST(DateAdd, RejectsUnitsThatOnlyEndLikeOne) {
+    const CDateTime from(2024, 1, 1, 0, 0, 0, 0, 0);
+    EXPECT_THAT(thrownStatus([&] { static_cast<void>(DateAddA(nullptr, 1, from)); }),
+                IsStatus(status::kInvalidArgument));
+    for (const wchar_t* unit : {L"\u0173", L"\U00010064"}) {  // they end in the bits of 's' and 'd'
         EXPECT_THAT(thrownStatus([&] { static_cast<void>(DateAddW(unit, 1, from)); }),
                     IsStatus(status::kInvalidArgument));
-    }
-    struct Row {
-        const char* unit;
-        int count;
-        std::int32_t status;
-    };
-    const Row rows[] = {
-        {"w", -52 * 500, status::kFail},
-        // So large that their length in ticks, or in months, wraps to a small one.
-        {"d", -21'350'399, status::kFail},
-        {"w", -3'050'057, status::kFail},
-        {"y", 357'913'942, status::kInvalidArgument},
-        {"y", -357'913'942, status::kInvalidArgument},
-        {"m", INT_MIN, status::kInvalidArgument},
-        {"m", INT_MAX, status::kInvalidArgument},
-        {"m", -424 * 12, status::kInvalidArgument},
-        {"m", 70000 * 12, status::kInvalidArgument},
-    };
-    for (const Row& row : rows) {
-        EXPECT_THAT(thrownStatus([&] { static_cast<void>(DateAddA(row.unit, row.count, from)); }), IsStatus(row.status))
-            << row.unit << " " << row.count;
     }
 }
 

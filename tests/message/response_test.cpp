@@ -11,6 +11,7 @@
 #include "tests/message/message_fixture.h"
 #include "tests/support/status_matcher.h"
 #include "tests/support/tlv.h"
+#include "tests/support/vectors.h"
 
 namespace {
 
@@ -194,44 +195,27 @@ TEST(BasicResponse, FindsTheResponderAfterAVersionInAnyForm) {
     EXPECT_EQ(bytes(decoded(spec).get_responderID().get_value()), spec.signer.subject());
 }
 
-TEST(BasicResponse, AcceptsOnlyExistingTimesInUtc) {
-    const std::pair<std::string, bool> rows[] = {
-        {"20240229235959Z", true},
-        {"20240229235959.25Z", true},
-        {"202402292359Z", true},
-        {"20260101120000+1200", false},
-        {"20260101120000-0000", false},
-        {"20260101120000", false},
-        {"20260101120000z", false},
-        {"20250229000000Z", false},
-        {"20240230000000Z", false},
-        {"20260101240000Z", false},
-        {"20260101006000Z", false},
-        {"20260101000060Z", false},
-        {"20260001000000Z", false},
-        {"16001231235959Z", false},
-        {"+2026101000000Z", false},
-        {"Z", false},
-        {std::string("20260101120000Z\0", 16), false},
-    };
-    std::string ResponseSpec::*const producedAt = &ResponseSpec::producedAt;
-    for (const auto& [time, isRead] : rows) {
-        EntrySpec revoked(bareSpec().entries[0].id, EntryStatus::kRevoked);
-        std::vector<ResponseSpec> specs(4, bareSpec());
-        specs[0].*producedAt = time;
-        specs[1].entries[0].thisUpdate = time;
-        specs[2].entries[0].nextUpdate = time;
-        revoked.revocationTime = time;
-        specs[3].entries[0] = revoked;
-        for (const ResponseSpec& spec : specs) {
-            EXPECT_THAT(thrownStatus([&] { decoded(spec); }), IsStatus(isRead ? status::kOk : status::kAsn1Error))
-                << time;
-        }
-        const Bytes der = tlv::raw(0x18, Bytes(time.begin(), time.end()));
-        EXPECT_EQ(thrownStatus([&] { CExtArchiveCutoff{blob(der)}; }) == status::kOk, isRead) << time;
-        const CBlob crlId = blob(tlv::sequence({tlv::context(2, der)}));
-        EXPECT_EQ(thrownStatus([&] { CExtCrlID{crlId}; }) == status::kOk, isRead) << time;
+// The status of a time wherever one can be.
+std::string readAsATime(const std::string& time) {
+    std::vector<ResponseSpec> specs(4, bareSpec());
+    specs[0].producedAt = time;
+    specs[1].entries[0].thisUpdate = time;
+    specs[2].entries[0].nextUpdate = time;
+    specs[3].entries[0] = EntrySpec(bareSpec().entries[0].id, EntryStatus::kRevoked);
+    specs[3].entries[0].revocationTime = time;
+    const Bytes der = tlv::raw(0x18, bytesOf(time));
+    const CBlob crlId = blob(tlv::sequence({tlv::context(2, der)}));
+    const std::int32_t result = thrownStatus([&] { decoded(specs[0]); });
+    for (const ResponseSpec& spec : specs) {
+        EXPECT_THAT(thrownStatus([&] { decoded(spec); }), IsStatus(result));
     }
+    EXPECT_EQ(thrownStatus([&] { CExtArchiveCutoff{blob(der)}; }) == status::kOk, result == status::kOk);
+    EXPECT_EQ(thrownStatus([&] { CExtCrlID{crlId}; }) == status::kOk, result == status::kOk);
+    return result == status::kOk ? "read" : status::symbol(result);
+}
+
+TEST(BasicResponse, AcceptsOnlyExistingTimesInUtc) {
+    expectVectors("message/times.txt", {{"time", readAsATime}});
     ResponseSpec spec = bareSpec();
     spec.producedAt = "20240229235959.25Z";
     EXPECT_EQ(decoded(spec).get_producedAt(), CDateTime("20240229235959.25Z"));
@@ -266,6 +250,7 @@ TEST(ResponseMessage, ShowsStatusTypeAndContent) {
     spec.bare = false;
     spec.trailing = {0x05, 0x00};
     CResponseMessage message;
+    EXPECT_EQ(message.get_trailingSize(), 0U);
     message.decode(blob(buildResponse(spec)));
     EXPECT_EQ(message.get_responseStatus(), 0U);
     EXPECT_EQ(message.get_trailingSize(), 2U);

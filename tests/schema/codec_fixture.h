@@ -9,11 +9,12 @@
 
 #include "asn1rt/decode.h"
 #include "asn1rt/encode.h"
+#include "schema/codec_steps.h"
 #include "schema/value_codec.h"
 #include "tests/schema/type_row.h"
-#include "tests/schema/vectors.h"
 #include "tests/support/bytes.h"
 #include "tests/support/temp_dir.h"
+#include "tests/support/vectors.h"
 
 namespace schematest {
 
@@ -89,6 +90,15 @@ protected:
         return result == octets ? "same" : testkit::toHex(result);
     }
 
+    /// The result of `again`, after the number of the alternative if the type is a CHOICE.
+    std::string alternativeAndResult(const TypeRow& type, const Octets& octets) {
+        const std::string result = again(type, octets);
+        std::vector<std::uint64_t> value(type.sizeRecord / sizeof(std::uint64_t) + 1);
+        const bool isShown = type.info->kind == schema::Kind::Choice && bind(octets) == 0 &&
+                             type.decode(&ctxt_, value.data(), TAG_EXPLICIT, 0) == 0;
+        return (isShown ? std::to_string(schema::alternativeOf(value.data())) + " " : "") + result;
+    }
+
     /// Encodes the value in the writing context. Returns no octets if that fails.
     Octets write(const TypeRow& type, void* value) {
         EXPECT_EQ(xe_setp(&writer_, nullptr, 0), 0);
@@ -99,12 +109,10 @@ protected:
 
     /// Checks the result of every value in the file.
     void runVectors(const std::string& file, const std::vector<TypeRow>& types) {
-        for (const Vector& vector : readVectors(file)) {
-            SCOPED_TRACE(vector.type + ": " + vector.name);
-            const TypeRow* type = findType(types, vector.type);
-            ASSERT_NE(type, nullptr);
-            EXPECT_EQ(again(*type, vector.input), vector.result);
-        }
+        testkit::expectVectors("schema/" + file, [&](const std::string& name, const std::string& input) {
+            const TypeRow* type = findType(types, name);
+            return type != nullptr ? alternativeAndResult(*type, testkit::octets(input)) : "no such type";
+        });
     }
 
     static const TypeRow* findType(const std::vector<TypeRow>& types, const std::string& name) {

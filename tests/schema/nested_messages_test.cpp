@@ -1,12 +1,9 @@
 // Messages inside messages, and values that stay raw.
 #include <gtest/gtest.h>
 
-#include "schema/codec_steps.h"
 #include "schema/generated/cmp.h"
 #include "schema/generated/cms.h"
-#include "schema/generated/dvcs.h"
 #include "schema/generated/ocsp.h"
-#include "schema/generated/tsp.h"
 #include "tests/schema/catalogue.h"
 #include "tests/schema/codec_fixture.h"
 #include "tests/support/tlv.h"
@@ -98,48 +95,6 @@ TEST_F(OpenTypeCodec, DecodesAMessageInAnExtensionOfAResponse) {
     EXPECT_EQ(encoded(asn1E_BasicOCSPResponse, basic), octets);
     ASN1T_BasicOCSPResponse damaged;
     EXPECT_EQ(decode(asn1D_BasicOCSPResponse, damaged, response(message(18, tlv::null()))), STATUS_TAG_MISMATCH);
-}
-
-TEST_F(OpenTypeCodec, IdentifiesRawValuesByTheirTags) {
-    const struct {
-        const char* name;
-        const char* type;
-        Bytes octets;
-        std::uint32_t t;  // 0: rejected
-    } rows[] = {
-        {"a revocation list", "RevocationInfoChoice", tlv::sequence({tlv::null()}), 1},
-        {"another form", "RevocationInfoChoice", tlv::context(1, tlv::oid("1.2.3")), 0},
-        {"another form with its value", "RevocationInfoChoice", fromHex("A1 06 06 02 2A 03 05 00"), 2},
-        {"neither", "RevocationInfoChoice", tlv::null(), 0},
-        {"a certificate", "CertificateChoicesRaw", tlv::sequence({tlv::null()}), 1},
-        {"an attribute certificate of the first version", "CertificateChoicesRaw", tlv::context(1, {}), 0},
-        {"one of the second version", "CertificateChoicesRaw", tlv::context(2, tlv::null()), 4},
-        {"one in another format", "CertificateChoicesRaw", tlv::context(3, tlv::null()), 5},
-        {"another tag", "CertificateChoicesRaw", tlv::context(4, tlv::null()), 0},
-        {"a certificate that is read", "CertificateChoices", tlv::sequence({tlv::null()}), 0},
-        {"one of the second version, beside those that are read", "CertificateChoices", tlv::context(2, {}), 4},
-        {"another tag, beside those that are read", "CertificateChoices", tlv::null(), 0},
-        {"a confirmation", "PKIBody", tlv::context(24, tlv::sequence({})), 25},
-        {"a digest", "Data", tlv::sequence({tlv::sequence({tlv::oid("1.2.3")}), tlv::octetString({1})}), 2},
-        {"chains of certificates", "Data", fromHex("A0 06 30 04 A5 02 80 00"), 3},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.name);
-        std::vector<std::uint64_t> value(type(row.type).sizeRecord / sizeof(std::uint64_t) + 1);
-        ASSERT_EQ(bind(row.octets), 0);
-        const bool isRead = type(row.type).decode(&ctxt_, value.data(), TAG_EXPLICIT, 0) == 0;
-        EXPECT_EQ(isRead, row.t != 0);
-        if (isRead) {
-            EXPECT_EQ(schema::alternativeOf(value.data()), row.t);
-            EXPECT_EQ(write(type(row.type), value.data()), row.octets);
-        }
-    }
-    ASN1T_TimeStampRespRaw response;
-    ASSERT_EQ(decode(asn1D_TimeStampRespRaw, response, "30 05 30 03 02 01 02"), 0);
-    EXPECT_EQ(response.m.timeStampTokenPresent, 0U);
-    ASSERT_EQ(decode(asn1D_TimeStampRespRaw, response, "30 07 30 03 02 01 00 30 00"), 0);
-    EXPECT_EQ(response.timeStampToken.numocts, 2U);
-    EXPECT_EQ(decode(asn1D_TimeStampRespRaw, response, "30 07 30 03 02 01 00 05 00"), STATUS_EXTRA_ELEMENT);
 }
 
 }  // namespace

@@ -9,7 +9,7 @@
 namespace {
 
 using namespace asn1data;
-using schematest::octets;
+using testkit::octets;
 
 using OcspModule = schematest::CodecTest;
 
@@ -61,11 +61,6 @@ TEST_F(OcspModule, EncodesSmallValues) {
     EXPECT_EQ(encode(asn1E_OCSPResponseStatus, status), STATUS_BAD_ENUM);
     ASN1T_CrlID crl;
     EXPECT_EQ(encoded(asn1E_CrlID, crl), octets("3000"));
-    ASN1T_ServiceLocator locator;
-    ASSERT_EQ(decode(asn1D_ServiceLocator, locator, octets("30{3000}")), 0);
-    EXPECT_FALSE(locator.m.locatorPresent);
-    ASSERT_EQ(decode(asn1D_ServiceLocator, locator, octets("30{3000 3000}")), 0);
-    EXPECT_TRUE(locator.m.locatorPresent);
 }
 
 TEST_F(OcspModule, DecodesAHundredThousandEntries) {

@@ -21,8 +21,6 @@ namespace {
 
 using namespace testkit;
 
-constexpr const char* kData = "1.2.840.113549.1.7.1";
-constexpr const char* kEnvelopedData = "1.2.840.113549.1.7.3";
 constexpr const char* kSignedData = "1.2.840.113549.1.7.2";
 constexpr const char* kTstInfo = "1.2.840.113549.1.9.16.1.4";
 constexpr const char* kPbkdf2 = "1.2.840.113549.1.5.12";
@@ -43,12 +41,9 @@ Bytes elementAt(const Bytes& der, std::size_t at) {
     return {begin, begin + static_cast<std::ptrdiff_t>(sizeHeader + length)};
 }
 
-/// Returns the contents of the element `der`, or the first element in them.
-Bytes contentsOf(const Bytes& der) {
-    return {der.begin() + (der.at(1) >= 0x80 ? 2 + (der[1] & 0x7F) : 2), der.end()};
-}
+/// Returns the first element in the contents of `der`.
 Bytes firstInside(const Bytes& der) {
-    return elementAt(contentsOf(der), 0);
+    return elementAt(der, der.at(1) >= 0x80 ? 2 + (der[1] & 0x7F) : 2);
 }
 
 /// Returns the element after the first occurrence of the object identifier: parameters, a value, or an attribute's SET.
@@ -175,30 +170,6 @@ TEST_F(SchemaModules, SignedDataInsideSignedDataIsDecoded) {
     ASSERT_NE(message.contentObject.decoded, nullptr);
     const auto& content = *static_cast<asn1data::ASN1T_SignedData*>(message.contentObject.decoded);
     EXPECT_NE(content.encapContentInfo.eContentObject.decoded, nullptr);
-}
-
-// openssl does not create these two. Their parts come from real messages.
-TEST_F(SchemaModules, AuthenticatedDataAndAttributeCertificatesRoundTrip) {
-    const Bytes envelopedData = firstInside(elementAfter(cms("-encrypt -aes128 -recip @rsa.pem"), kEnvelopedData));
-    const Bytes recipients = elementAt(contentsOf(envelopedData), tlv::integer(0).size());
-    const Bytes hash = tlv::sequence({tlv::oid("2.16.840.1.101.3.4.2.1")});
-    const Bytes attribute = tlv::sequence({tlv::oid("1.2.840.113549.1.9.3"), tlv::set({tlv::oid(kData)})});
-    const Bytes authenticated = tlv::sequence(
-        {tlv::integer(0), recipients, tlv::sequence({tlv::oid("1.2.840.113549.2.9"), tlv::null()}),
-         tlv::context(1, contentsOf(hash)),
-         tlv::sequence({tlv::oid(kData), tlv::context(0, tlv::octetString(bytesOf("what is sent")))}),
-         tlv::context(2, attribute), tlv::octetString(fromHex("00 01 02 03")), tlv::context(3, attribute)});
-    expectRoundTrip("AuthenticatedData", authenticated);
-    expectRoundTrip("ContentInfo",
-                    tlv::sequence({tlv::oid("1.2.840.113549.1.9.16.1.2"), tlv::context(0, authenticated)}));
-
-    const Bytes algorithm = tlv::sequence({tlv::oid("1.2.840.10045.4.3.2")});
-    const Bytes names = tlv::context(4, Pki::shared().ca.subject());
-    const Bytes info = tlv::sequence(
-        {tlv::context(1, tlv::sequence({names})), tlv::sequence({names}), algorithm, tlv::integer(7),
-         tlv::sequence({tlv::generalizedTime("20260101000000Z"), tlv::generalizedTime("20270101000000Z")}),
-         tlv::sequence({tlv::sequence({tlv::oid("2.5.4.72"), tlv::set({tlv::utf8String("clerk")})})})});
-    expectRoundTrip("AttributeCertificate", tlv::sequence({info, algorithm, tlv::bitString(fromHex("30 00"))}));
 }
 
 TEST_F(SchemaModules, ParametersAndAttributesInMessagesRoundTrip) {

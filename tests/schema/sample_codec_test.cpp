@@ -36,6 +36,17 @@ TEST_F(ValueCodec, PresenceBitsShowWhichAdditionsArePresent) {
     EXPECT_FALSE(growing.m.secondPresent);
 }
 
+TEST_F(ValueCodec, AReusedRecordKeepsNothingOfTheMessageBefore) {
+    ASN1T_BlobSet blob;
+    ASN1T_TypedSet typed;
+    for (const bool isFirst : {true, false}) {
+        ASSERT_EQ(decode(asn1D_BlobSet, blob, "31 06 04 01 AA 05 01 00"), 0);
+        EXPECT_EQ(blob.extensionAdditions.count, 1U);
+        ASSERT_EQ(decode(asn1D_TypedSet, typed, isFirst ? "31 08 06 03 88 37 01 0C 01 61" : "31 05 06 03 88 37 01"), 0);
+        EXPECT_EQ(typed.valueObject.decoded != nullptr, isFirst);
+    }
+}
+
 TEST_F(ValueCodec, DoesNotEncodeInvalidValues) {
     ASN1T_Label label;
     for (const std::uint32_t t : {0U, 8U}) {
@@ -122,21 +133,12 @@ TEST_F(ValueCodec, DoesNotFreeZeroCopyValues) {
 
 TEST_F(ValueCodec, RejectsNestingBeyondTheLimit) {
     // Messages nested by [2]. Each takes one level; the list of labels in the innermost takes another
-    const auto nested = [](unsigned levels) {
-        Octets octets;
-        for (unsigned i = 0; i < levels; ++i) {
-            Octets message = testkit::fromHex("02 01 05 0A 01 01 30 03 13 01 61");
-            if (!octets.empty()) {
-                message.insert(message.end(), {0xA2, 0x82, static_cast<std::uint8_t>(octets.size() >> 8),
-                                               static_cast<std::uint8_t>(octets.size())});
-                message.insert(message.end(), octets.begin(), octets.end());
-            }
-            octets = std::move(message);
+    const auto nested = [](int levels) {
+        std::string message = "02{05} 0A{01} 30{13{61}}";
+        for (int i = 1; i < levels; ++i) {
+            message = "02{05} 0A{01} 30{13{61}} A2{" + message + "}";
         }
-        Octets whole = {0x30, 0x82, static_cast<std::uint8_t>(octets.size() >> 8),
-                        static_cast<std::uint8_t>(octets.size())};
-        whole.insert(whole.end(), octets.begin(), octets.end());
-        return whole;
+        return testkit::octets("30{" + message + "}");
     };
     ASN1T_Message message;
     EXPECT_EQ(decode(asn1D_Message, message, nested(62)), 0);
