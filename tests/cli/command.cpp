@@ -68,7 +68,9 @@ Identity withUnknownAlgorithm(Identity identity) {
     const Bytes algorithm = tlv::oid("1.2.840.10045.4.3.2");
     // It occurs in tbsCertificate and before the signature.
     for (int i = 0; i < 2; ++i) {
-        std::ranges::search(identity.certificate, algorithm).back() = 0x7F;
+        const auto at =
+            std::search(identity.certificate.begin(), identity.certificate.end(), algorithm.begin(), algorithm.end());
+        at[static_cast<std::ptrdiff_t>(algorithm.size()) - 1] = 0x7F;
     }
     return identity;
 }

@@ -38,7 +38,8 @@ void expectHarmless(const std::string& text) {
 Identity withSubject(const std::string& octets) {
     const std::string marker(octets.size(), '@');
     Identity identity = issue(certs().root, {.commonName = marker});
-    std::ranges::copy(octets, std::ranges::search(identity.certificate, marker).begin());
+    Bytes& der = identity.certificate;
+    std::ranges::copy(octets, std::search(der.begin(), der.end(), marker.begin(), marker.end()));
     return identity;
 }
 

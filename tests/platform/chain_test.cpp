@@ -37,7 +37,9 @@ TEST_F(Chain, ReportsEachFaultAtItsElement) {
 
     const Identity rsaCa = caUnder(pki.root, {.key = Key::make(KeyKind::kRsa2048)});
     Identity twoAlgorithms = leafUnder(rsaCa);  // the parameters of the outer one are not NULL
-    std::ranges::find_end(twoAlgorithms.certificate, Bytes{0x0B, 0x05, 0x00}).begin()[1] = 0x04;
+    Bytes& der = twoAlgorithms.certificate;
+    const Bytes withNull{0x0B, 0x05, 0x00};
+    std::find_end(der.begin(), der.end(), withNull.begin(), withNull.end())[1] = 0x04;
 
     const Row rows[] = {
         {"two algorithms", {twoAlgorithms, {rsaCa}}, {CERT_TRUST_IS_NOT_SIGNATURE_VALID, 0, 0}},
