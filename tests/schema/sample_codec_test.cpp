@@ -101,6 +101,9 @@ TEST_F(ValueCodec, EncodesTheDecodedFormOfAnOpenValue) {
     EXPECT_EQ(encoded(asn1E_Typed, typed), expected);
     typed.valueObject.decoded = nullptr;  // now the raw octets are encoded
     EXPECT_EQ(encoded(asn1E_Typed, typed), expected);
+    ASSERT_EQ(decode(asn1D_Typed, typed, "30 08 06 03 88 37 02 13 01 61"), 0);
+    static_cast<ASN1T_Label*>(typed.valueObject.decoded)->t = 0;
+    EXPECT_EQ(encode(asn1E_Typed, typed), STATUS_BAD_CHOICE);
 }
 
 TEST_F(ValueCodec, CopyingAValueOntoItselfDoesNothing) {
