@@ -121,7 +121,8 @@ void expectVectors(const std::string& file,
             const std::string input = withTexts(trimmed(row.substr(first + 1, second - first - 1)), texts);
             const std::string answer = trimmed(escaped(function(trimmed(row.substr(0, first)), unescaped(input))));
             const std::string listed = withTexts(trimmed(row.substr(second + 1)), texts);
-            const std::string expected = listed.find('{') != std::string::npos ? toHex(octets(listed)) : listed;
+            const bool isNotation = listed.find('{') != std::string::npos && listed.front() != '"';
+            const std::string expected = isNotation ? toHex(octets(listed)) : listed;
             if (updates && answer != expected) {
                 line = row.substr(0, second + 2) + answer + line.substr(row.size());
             } else {

@@ -6,7 +6,8 @@
 //   integer | 020201     | END_OF_BUFFER
 //
 // A row names a function of the test and gives its input and its answer. "\xNN" stands for an octet, and "$name" for
-// the text that a line before defined. An answer with braces is in the notation of `octets`. With the environment
+// the text that a line before defined. An answer with braces is in the notation of `octets`,
+// unless it is in quotes. With the environment
 // variable TALLOW_UPDATE_VECTORS set, wrong answers in the file are rewritten instead of reported.
 #pragma once
 
