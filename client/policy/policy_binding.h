@@ -14,6 +14,7 @@
 #include "client/policy/policy_reading.h"
 #include "client/policy/request_policy.h"
 #include "client/policy/response_policy.h"
+#include "client/policy/settings_scope.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 
@@ -50,8 +51,9 @@ public:
     PolicyBinding(const PolicyBinding&) = delete;
     PolicyBinding& operator=(const PolicyBinding&) = delete;
 
-    /// Binds anew; in legacy mode the settings are read anew too. Throws 0x8007045A when the process has no policy
-    /// object, and in legacy mode what the policy's constructor throws, with no policy bound then.
+    /// Binds anew; in legacy mode the settings are read anew too. On a thread that works without policy it binds one
+    /// that holds only defaults. Throws 0x8007045A when the process has no policy object, and in legacy mode what the
+    /// policy's constructor throws, with no policy bound then.
     void bind();
 
     [[nodiscard]] const Policy* get() const noexcept { return policy_; }
@@ -72,6 +74,11 @@ private:
 template <class Policy>
 void PolicyBinding<Policy>::bind() {
     policy_ = nullptr;
+    if (isPolicyIgnored()) {
+        static const Policy defaults;
+        policy_ = &defaults;
+        return;
+    }
     if (IsLegacyPolicyReading() != 0) {
         own_.reset();
         own_ = std::make_unique<const Policy>();

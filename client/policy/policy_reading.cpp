@@ -3,6 +3,7 @@
 #include <pthread.h>
 
 #include "client/policy/policy_settings.h"
+#include "client/policy/settings_scope.h"
 
 namespace {
 
@@ -46,6 +47,9 @@ int IsLegacyPolicyReading() noexcept {
 namespace Orvane::PKI::OCSP::Client {
 
 bool IssuerPropAIAEnabled() noexcept {
+    if (isPolicyIgnored()) {
+        return false;  // the addresses are the administrator's
+    }
     pthread_once(&onceIssuerPropAIAEnabled, SetIssuerPropAIAEnabled);
     return isIssuerPropAIAEnabled;
 }

@@ -3,6 +3,7 @@
 #include <array>
 #include <cstddef>
 
+#include "client/policy/settings_scope.h"
 #include "platform/support/support_service.h"
 
 namespace Orvane::PKI::OCSP::Client {
@@ -65,7 +66,8 @@ void loadThumbprints(CGPStrings& value, const settings::Texts& setting) {
 
 std::optional<long> readNumber(const settings::Number& setting) noexcept {
     long value = 0;
-    const bool isRead = support_registry_get_long(Path(setting.table, setting.name).c_str(), &value) == 0;
+    const bool isRead =
+        !isPolicyIgnored() && support_registry_get_long(Path(setting.table, setting.name).c_str(), &value) == 0;
     return isRead && value >= setting.minimum && value <= setting.maximum ? value : setting.byDefault;
 }
 

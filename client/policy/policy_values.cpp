@@ -9,6 +9,7 @@
 #include <utility>
 
 #include "client/policy/address_text.h"
+#include "client/policy/settings_scope.h"
 #include "foundation/trace.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -68,6 +69,12 @@ std::wstring widen(const std::string& text) {
 
 using ReadText = int (*)(const char* path, std::size_t* size, char* buffer);
 
+// Whether the key can be read. A thread that works without policy sees no key.
+template <typename Read, typename... Arguments>
+bool isFound(Read read, const Path& path, Arguments... arguments) {
+    return !OCSP::Client::isPolicyIgnored() && read(path.data(), arguments...) == 0;
+}
+
 // The second reading of a text key: its octets and one terminator after them. Returns the store's error, 0 for none.
 int readText(ReadText read, const Path& path, std::size_t size, std::string& value) {
     value.assign(size + 1, '\0');
@@ -96,7 +103,7 @@ std::wstring normalized(std::wstring_view element) {
 void CGPString::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* name) try {
     const Path path = makePath(section, name);
     std::size_t size = 0;
-    if (support_registry_get_string(path.data(), &size, nullptr) != 0) {
+    if (!isFound(support_registry_get_string, path, &size, nullptr)) {
         TALLOW_TRACE("Load", "Loading policy \"%s\" ... param not found\n", path.data());
         return;
     }
@@ -117,7 +124,7 @@ void CGPString::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* n
 void CGPLong::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* name, long defaultValue) try {
     const Path path = makePath(section, name);
     long value = 0;
-    if (support_registry_get_long(path.data(), &value) == 0) {
+    if (isFound(support_registry_get_long, path, &value)) {
         value_ = value;
         return;
     }
@@ -130,7 +137,7 @@ void CGPLong::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* nam
 void CGPBool::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* name, bool defaultValue) try {
     const Path path = makePath(section, name);
     int value = 0;
-    if (support_registry_get_bool(path.data(), &value) == 0) {
+    if (isFound(support_registry_get_bool, path, &value)) {
         value_ = value != 0;
         return;
     }
@@ -145,7 +152,7 @@ void CGPStrings::Load(wchar_t*& /*reserved*/, wchar_t*& section, const wchar_t* 
     Setted = false;
     const Path path = makePath(section, name);
     std::size_t size = 0;
-    if (support_registry_get_multi_string(path.data(), &size, nullptr) != 0) {
+    if (!isFound(support_registry_get_multi_string, path, &size, nullptr)) {
         TALLOW_TRACE("Load", "Loading multistring policy \"%s\" ... param not found\n", path.data());
         values_.clear();
         return;
