@@ -5,6 +5,9 @@
 //   const CResponse& response = request.Send(true);      // throws when no responder answers
 //   if (!request.get_Proven()) ...                       // Send may also return a response that was refused
 //
+// The response belongs to the request: CRequest(certificate, issuer).Send(true) leaves a reference to nothing. A
+// complete check in one call is that of checker/checker.h.
+//
 // A request starts open; building it (Send, Export) fixes its bytes until something of the message changes; signing it
 // freezes it: what changes the message then throws kRequestSigned. A request is used by one thread at a time.
 #pragma once
@@ -52,7 +55,7 @@ public:
     enum Flag : std::uint32_t {
         kFlagReserved = 0x1,    ///< accepted, without effect
         kFlagAllowCache = 0x2,  ///< an answer may come from the service's cache
-        kFlagCacheOnly = 0x4,   ///< the network is not used
+        kFlagCacheOnly = 0x4,   ///< no responder is contacted; verifying may still download issuers and CRLs
     };
 
     /// What an entry of get_Attempts is about.
@@ -70,7 +73,8 @@ public:
                                   ///< another kind: kHttpStatus (redirected), kNotAsked (skipped)
         AttemptStage stage = AttemptStage::kNotAsked;  ///< how far it got
         unsigned long httpStatus = 0;                  ///< 0 when no answer came
-        std::uint32_t lastError = 0;         ///< the service's last error in this attempt when no answer came, else 0
+        std::uint32_t lastError = 0;         ///< the service's last error in this attempt when no answer came, else 0.
+                                             ///< ATL2::convertLastError turns it into a status
         bool fromCache = false;              ///< the answer came from the service's cache
         std::uint32_t skippedDownloads = 0;  ///< issuer certificates and CRLs not fetched because a limit was reached
     };
@@ -188,13 +192,16 @@ public:
     // ---- Ask --------------------------------------------------------------------------------------------------------
 
     /// Builds the request if needed, asks, and returns the response; it belongs to the request and is valid until the
-    /// next Send, import or assignment, or the end of the object. Blocks for the time of the exchanges.
+    /// next Send, import or assignment, or the end of the object: copy it to keep it longer. Blocks for the time of the
+    /// exchanges.
     ///
     /// With an address fixed by the caller, several entries, or no certificate known, one attempt is made. Otherwise
     /// every OCSP address of the certificate, of its issuer's store property and of policy is tried once, until one
     /// answer passes; of failed attempts the one that came closest to an answer is reported.
     ///
-    /// `verify` true proves every answer (see CVerifyingResponseHandler::OnResponse); false leaves that to the caller.
+    /// `verify` true proves every answer (see CVerifyingResponseHandler::OnResponse), with the certificates of the
+    /// message and of the stores: an intermediate issuer that was only passed to this object is not found. False leaves
+    /// all of it to the caller: an attacker may have signed the response.
     ///
     /// **A returned response is not necessarily proven: check get_Proven().** An ordinary certificate names its
     /// responder first and then, as an entry of another kind, its issuer's certificate. When the responder's answer is
@@ -279,7 +286,8 @@ public:
     /// only when the certificates already available lead to a trusted root. Returns the status of the chain policy
     /// (kChaining, kCertSignature, kUntrustedRoot, kCryptRevoked, kBasicConstraints, kWrongUsage, kTrustFail,
     /// kCertExpired, kNoRevocationCheck). Throws kCryptNotFound without a certificate, kRequestSigned when none is
-    /// given for an unsigned request, converted last errors.
+    /// given for an unsigned request, converted last errors. kFlagCacheOnly has no effect here: those addresses are
+    /// contacted all the same.
     [[nodiscard]] std::int32_t VerifyCertificate(const _CERT_CONTEXT* certificate, void** stores,
                                                  unsigned long storeCount) const;
 
@@ -305,7 +313,9 @@ public:
 
     // ---- What came back ---------------------------------------------------------------------------------------------
 
-    /// The HTTP body last accepted.
+    /// The HTTP body last received with status 200, **whether or not it was accepted**: after Send(true) also that of a
+    /// response just rejected, and not always that of the response which Send returned. Store a response with
+    /// CResponse::Export instead, after get_Proven() returned true. Empty before the first one, and for a copy.
     CBlob get_Response() const;
     /// The HTTP status of the last exchange; 456 when a cached exchange got no answer, 0 before any exchange.
     unsigned long get_HTTPStatus() const;
@@ -326,6 +336,7 @@ public:
 
 private:
     friend class CResponse;
+    friend class ResponderExchange;
     struct Impl;
     std::unique_ptr<Impl> impl_;
 };

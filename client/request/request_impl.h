@@ -150,8 +150,14 @@ private:
         std::int32_t refusal = 0;  // of a handler
     };
 
+    friend class ResponderExchange;
+
     // One attempt (attempt.cpp).
     void SendOCSPRequest();
+    // Its first half: the body of a response with HTTP status 200.
+    CBlob askForBody();
+    // The same, with a failure recorded as the outcome of the attempt.
+    CBlob askForBodyRecorded();
     CBlob exchange();
     void importReceived(CBlob body);
     void requirePermittedLogin() const;

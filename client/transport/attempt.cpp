@@ -103,7 +103,7 @@ CBlob CRequest::Impl::exchange() {
     }
 }
 
-void CRequest::Impl::SendOCSPRequest() {
+CBlob CRequest::Impl::askForBody() {
     Present = Progress();
     Present.skippedDownloads = Check->skippedDownloads();
     Level = AttemptStage::kAddressPolicy;
@@ -120,7 +120,11 @@ void CRequest::Impl::SendOCSPRequest() {
         TALLOW_TRACE("SendOCSPRequest", "HTTP STATUS: %lu\n", HTTPParams.HTTPStatus);
         ATL::AtlThrowImpl(status::kHttpStatus);
     }
-    importReceived(std::move(body));
+    return body;
+}
+
+void CRequest::Impl::SendOCSPRequest() {
+    importReceived(askForBody());
     Level = AttemptStage::kResponseStatus;
     if (Response->get_Status() != 0) {
         ATL::AtlThrowImpl(status::kNotSuccessful);
@@ -187,6 +191,12 @@ void CRequest::Impl::recordFailureOf(Step step) {
         recordAttempt(status::kFail);
         throw;
     }
+}
+
+CBlob CRequest::Impl::askForBodyRecorded() {
+    CBlob body;
+    recordFailureOf([&] { body = askForBody(); });
+    return body;
 }
 
 void CRequest::Impl::attemptDirectly() {

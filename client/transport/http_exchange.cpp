@@ -8,6 +8,7 @@
 #include <string>
 
 #include "client/policy/policy_settings.h"
+#include "client/policy/settings_scope.h"
 #include "client/shared/network_check.h"
 #include "handles/crypto_handles.h"
 #include "handles/exception.h"
@@ -31,6 +32,9 @@ void SetRetrieveObjByUrlOcspAvailable() {
 }
 
 bool retrievalAvailable() {
+    if (isPolicyIgnored()) {
+        return false;  // what holds here must not be read for the process
+    }
     static pthread_once_t once = PTHREAD_ONCE_INIT;
     pthread_once(&once, SetRetrieveObjByUrlOcspAvailable);
     return RetrieveObjByUrlOcspAvailable;

@@ -1,0 +1,76 @@
+#include "client/transport/responder_exchange.h"
+
+#include <cstring>
+
+#include "client/request/request_impl.h"
+#include "client/shared/ocsp_access.h"
+#include "handles/exception.h"
+#include "handles/status.h"
+
+namespace Orvane::PKI::OCSP::Client {
+
+ResponderExchange::ResponderExchange(CRequest& request) : request_(request), check_(request.impl_->downloads()) {
+    CRequest::Impl& impl = *request_.impl_;
+    impl.Attempts.clear();
+    static_cast<void>(encoded());
+    impl.Check = &check_;
+}
+
+ResponderExchange::~ResponderExchange() {
+    request_.impl_->Check = nullptr;
+}
+
+std::vector<ResponderExchange::Candidate> ResponderExchange::candidates(std::vector<Candidate>& skipped) const {
+    const CRequest::Impl& impl = *request_.impl_;
+    std::vector<Candidate> found;
+    if (impl.SRCertificates.empty() || !impl.SRCertificates.front()) {
+        return found;
+    }
+    const CRequest::Impl::Candidates gathered = impl.gatherCandidates();
+    std::size_t index = 0;
+    std::uint32_t numOwn = 0;
+    for (const ASN1::CAccessDescription& candidate : gathered.list) {
+        const bool isOwn = index++ < gathered.numOwn;
+        const wchar_t* const address = candidate.get_accessLocation().get_uniformResourceIdentifier();
+        if (std::strcmp(candidate.get_accessMethod(), kOidAccessMethodOcsp) != 0 || address == nullptr) {
+            continue;
+        }
+        numOwn += isOwn ? 1 : 0;
+        (isOwn && numOwn > check_.maxResponders() ? skipped : found).push_back({address, !isOwn});
+    }
+    return found;
+}
+
+const CBlob& ResponderExchange::encoded() {
+    CRequest::Impl& impl = *request_.impl_;
+    if (impl.Encoded.cbData() == 0) {
+        impl.CheckPolicies(false);
+        impl.MakeRequest(nullptr, CRequest::CertsChainWithRoot, nullptr);
+    }
+    return impl.Encoded;
+}
+
+CBlob ResponderExchange::ask(const Candidate& candidate) {
+    static_cast<void>(encoded());
+    CRequest::Impl& impl = *request_.impl_;
+    impl.HTTPParams.OCSPAddress = candidate.address;
+    impl.AddressIsNamed = candidate.isNamed;
+    CBlob body = impl.askForBodyRecorded();
+    impl.ResponseBytes = body;
+    // What the caller does with the answer belongs to the verification, until it says otherwise.
+    impl.Level = AttemptStage::kVerification;
+    return body;
+}
+
+bool ResponderExchange::mustRepeat(std::int32_t outcome) {
+    CRequest::Impl& impl = *request_.impl_;
+    impl.recordAttempt(outcome);
+    impl.WireOnly = impl.forgetRefusedAnswer(outcome) && !impl.WireOnly;
+    return impl.WireOnly;
+}
+
+const CBlob& ResponderExchange::nonceOf(const CRequest& request) {
+    return request.impl_->Nonce;
+}
+
+}  // namespace Orvane::PKI::OCSP::Client
