@@ -464,8 +464,8 @@
 //   NO_DOWNLOADS    no issuer and no CRL is downloaded
 //   NO_STORES       system stores are empty (with CERT_STORE_OPEN_EXISTING_FLAG they do not exist), the system's bundle
 //                   and the roots of crypto_add_trusted_root are not trusted, and no file of them is listed or read; a
-//                   chain trusts only hRoots, or the exclusive roots of its engine. Servers over https are still
-//                   verified with the system's bundle.
+//                   chain trusts only hRoots, or the exclusive roots of its engine. The settings accept_sha1 and
+//                   required_policies count as absent. Servers over https are still verified with the system's bundle.
 //   NO_CACHE        responses and downloads are neither read from nor written to the cache directory
 #define CRYPTO_CHECK_ADDRESS_NAMED 0x1U
 #define CRYPTO_CHECK_NO_DOWNLOADS 0x2U

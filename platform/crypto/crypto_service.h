@@ -6,6 +6,13 @@
 // BOOL functions return TRUE, or FALSE with the last error set. Sizes are octets unless a comment says characters. A
 // call that fills a buffer works in two steps: with a null buffer it writes the size needed to the size argument and
 // returns TRUE; with a buffer that is too small it writes the size needed and fails with ERROR_MORE_DATA.
+//
+// Memory: each object is released by the function named for it. Two calls return memory of their own:
+// CryptRetrieveObjectByUrlW a block for free(), and SendPKIRequest a block for delete[], which C callers therefore
+// cannot release; they use tallow_check or ocspSendRequest.
+//
+// The last error becomes a status by one rule (handles/last_error.h): values from 1 become 0x80070000 with their low 16
+// bits, and 0 and negative values stay. tallow_status_text returns a text for every status.
 #pragma once
 
 #include "export.h"
@@ -112,7 +119,12 @@ TALLOW_EXPORT BOOL crypto_read_store_content(const BYTE* pbContent, DWORD cbCont
 
 // ---- Chains and revocation -----------------------------------------------------------------------------------------
 
-// Makes an engine with its own roots and additional stores, to which it keeps references. The caller frees it.
+// Makes an engine with its own roots and additional stores, to which it keeps references. With hExclusiveRoot its
+// self-issued certificates are the only roots of the engine's chains: neither ROOT nor the roots of
+// crypto_add_trusted_root or of a check count. This, and not crypto_add_trusted_root, is how a program trusts its own
+// roots alone. Intermediate certificates and CRLs still come from the CA stores too. The engine does not change; its
+// handle may be used on several threads. The caller frees it, after the last call and the last CResponse that use it
+// (put_ChainEngine). FALSE with E_INVALIDARG for a null argument, a wrong cbSize, or a count without stores.
 TALLOW_EXPORT BOOL CertCreateCertificateChainEngine(CERT_CHAIN_ENGINE_CONFIG* pConfig, HCERTCHAINENGINE* phChainEngine);
 TALLOW_EXPORT void CertFreeCertificateChainEngine(HCERTCHAINENGINE hChainEngine);
 
@@ -139,8 +151,9 @@ TALLOW_EXPORT BOOL CertVerifyRevocation(DWORD dwEncodingType, DWORD dwRevType, D
                                         DWORD dwFlags, CERT_REVOCATION_PARA* pRevPara,
                                         CERT_REVOCATION_STATUS* pRevStatus);
 
-// Trusts a root until the process ends, in addition to the ROOT store, in every chain of an engine without
-// hExclusiveRoot, except in checks with CRYPTO_CHECK_NO_STORES. The context is kept (one more reference). FALSE with
+// Trusts a root **in the whole process**, until it ends, in addition to the ROOT store and the system's roots: in every
+// chain of an engine without hExclusiveRoot, whichever thread or library builds it, except in checks with
+// CRYPTO_CHECK_NO_STORES. The context is kept (one more reference). FALSE with
 // E_INVALIDARG for null. A certificate whose subject is not its issuer is not a root and has no effect.
 TALLOW_EXPORT BOOL crypto_add_trusted_root(PCCERT_CONTEXT pCertContext);
 // Removes all roots added with crypto_add_trusted_root.

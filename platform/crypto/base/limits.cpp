@@ -1,5 +1,6 @@
 #include "platform/crypto/base/limits.h"
 
+#include "platform/crypto/base/current_check.h"
 #include "platform/support/settings_table.h"
 
 namespace tallow::platform {
@@ -32,7 +33,7 @@ bool refusesPrivateAddresses() {
 }
 
 bool acceptsSha1() {
-    return flagOf(setting::accept_sha1, false);
+    return !isForbidden(CRYPTO_CHECK_NO_STORES) && flagOf(setting::accept_sha1, false);
 }
 
 }  // namespace tallow::platform

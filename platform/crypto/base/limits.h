@@ -37,7 +37,8 @@ CheckLimits checkLimits();
 // settings are broken.
 bool refusesPrivateAddresses();
 
-// Whether signatures made with SHA-1 are accepted. False while the settings are broken.
+// Whether signatures made with SHA-1 are accepted. False while the settings are broken, and in a check without the
+// machine's stores: its trust is not that of the machine.
 bool acceptsSha1();
 
 }  // namespace tallow::platform

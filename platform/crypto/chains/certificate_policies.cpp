@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <string_view>
 
+#include "platform/crypto/base/current_check.h"
 #include "platform/crypto/base/openssl_handles.h"
 #include "platform/crypto/chains/certificate_rules.h"
 #include "platform/support/settings_table.h"
@@ -118,6 +119,9 @@ PolicyStatements policyStatementsOf(const Certificate& certificate) {
 
 RequiredPolicies requiredPolicies() {
     RequiredPolicies required;
+    if (isForbidden(CRYPTO_CHECK_NO_STORES)) {
+        return required;  // the trust of this check is not that of the machine
+    }
     const TextValue policies = textValueOf(setting::required_policies);
     required.isMalformed = policies.source == TextValue::Source::kUnreadable;
     required.isRequired = !policies.text.empty();
