@@ -9,13 +9,13 @@
 #include <string_view>
 #include <utility>
 
+#include "checker/text/safe_text.h"
 #include "cli/check.h"
 #include "cli/input_files.h"
 #include "cli/options.h"
 #include "cli/outcome.h"
 #include "cli/request.h"
 #include "cli/run_inputs.h"
-#include "cli/safe_text.h"
 #include "cli/send.h"
 #include "cli/settings.h"
 #include "cli/show.h"
@@ -26,6 +26,7 @@
 namespace {
 
 using namespace tallow::cli;
+using namespace tallow::text;
 
 // If the caller closed a standard stream, a file or socket opened later would get its descriptor, and the result would
 // be written there. Opened only for reading, so that writing the result fails and is noticed.

@@ -3,13 +3,15 @@
 #include <CLI/CLI.hpp>
 #include <iostream>
 
-#include "cli/safe_text.h"
+#include "checker/text/safe_text.h"
 
 #ifndef TALLOW_VERSION
 #define TALLOW_VERSION "unknown"
 #endif
 
 namespace tallow::cli {
+
+using namespace text;
 
 namespace {
 
@@ -53,7 +55,7 @@ void addNaming(CLI::App& command, RunOptions& options, std::optional<bool>& nonc
     // Not as a flag with a variable: that would set it to false when neither is given, and policy would be ignored.
     command.add_flag_function(
         "--nonce,!--no-nonce", [&nonce](std::int64_t given) { nonce = given > 0; },
-        "Ask with or without a nonce; policy decides otherwise");
+        "Require a nonce, or ask without one; by default ask with one and accept a response without it by its dates");
 }
 
 // An empty text comes from a variable that is not set; it must not count as an option that is not given.

@@ -1,9 +1,12 @@
 #include <nlohmann/json.hpp>
 
+#include "checker/text/status_text.h"
 #include "cli/error_text.h"
 #include "cli/output.h"
 
 namespace tallow::cli {
+
+using namespace text;
 
 namespace {
 

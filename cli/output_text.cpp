@@ -1,8 +1,11 @@
+#include "checker/text/safe_text.h"
+#include "checker/text/status_text.h"
 #include "cli/error_text.h"
 #include "cli/output.h"
-#include "cli/safe_text.h"
 
 namespace tallow::cli {
+
+using namespace text;
 
 namespace {
 

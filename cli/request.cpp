@@ -4,13 +4,15 @@
 #include <filesystem>
 #include <new>
 
+#include "checker/checker.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
-#include "cli/network_scope.h"
 #include "cli/pin.h"
 #include "cli/run_inputs.h"
 #include "client/request/request.h"
 #include "handles/cert_store.h"
+#include "handles/exception.h"
+#include "handles/status.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
@@ -93,13 +95,29 @@ std::vector<Asked> readAsked(const RequestOptions& options, RunInputs& inputs) {
 }
 
 // Each identifier is made by a separate request: an issuer that was found would be used for the next certificate too.
-void addEntry(CRequest& request, unsigned long index, const Asked& asked, const RunInputs& inputs) {
+void addEntry(CRequest& request, unsigned long index, const Asked& asked, const Checker& checker,
+              const RunInputs& inputs) {
+    const Bytes encoded = checker.issuerOf(encodingOf(asked.certificate), inputs.issuer());
+    const ATL2::CCertContext issuer = ATL2::CCertContext::adopt(
+        CertCreateCertificateContext(X509_ASN_ENCODING, encoded.data(), static_cast<DWORD>(encoded.size())));
+    if (!issuer) {
+        ATL::AtlThrowImpl(status::kNoSigner);
+    }
     CRequest single;
-    inputs.name(single, asked.certificate.get());
+    const std::string& hash = inputs.hashOid();
+    single.put_SRCertIDFromCert(asked.certificate.get(), issuer.get(), 0, hash.empty() ? nullptr : hash.c_str());
     if (index > 0) {
         request.AddSingleRequest();
     }
     request.put_SRCertID(single.get_SRCertID(0), index);
+}
+
+Orvane::CBlob exported(CRequest& request) {
+    unsigned long size = 0;
+    request.Export(nullptr, &size);
+    Orvane::CBlob bytes(size);
+    request.Export(bytes.pbData(), &size);
+    return bytes;
 }
 
 }  // namespace
@@ -114,11 +132,11 @@ Outcome runRequest(const RequestOptions& options) {
     const char* step = "reading the policy";
     try {
         CRequest request;
-        const NetworkScope network(request);
+        const Checker checker(inputs.trust());
         step = "finding the issuer";
         for (unsigned long i = 0; i < asked.size(); ++i) {
             subject = asked[i].file;
-            addEntry(request, i, asked[i], inputs);
+            addEntry(request, i, asked[i], checker, inputs);
         }
         subject = options.output;
         step = "building the request";

@@ -1,13 +1,12 @@
 #include "cli/run_inputs.h"
 
 #include <algorithm>
-#include <new>
 #include <vector>
 
+#include "checker/text/safe_text.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
-#include "cli/issuer_rules.h"
-#include "cli/safe_text.h"
+#include "client/request/request.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 #include "platform/crypto/crypto_service.h"
@@ -15,20 +14,11 @@
 
 namespace tallow::cli {
 
-using Orvane::PKI::OCSP::Client::CRequest;
+using namespace text;
 
 namespace {
 
 constexpr unsigned int kAllTraceLevels = 127;
-
-void addCrls(void* store, const std::string& path) {
-    for (const std::string& crl : readCrls(path)) {
-        if (!CertAddEncodedCRLToStore(store, X509_ASN_ENCODING, reinterpret_cast<const BYTE*>(crl.data()),
-                                      static_cast<DWORD>(crl.size()), CERT_STORE_ADD_ALWAYS, nullptr)) {
-            throw InputError(path, "is not a CRL; name one in PEM or DER", status::kAsn1Error);
-        }
-    }
-}
 
 bool isSelfIssued(const ATL2::CCertContext& certificate) {
     const CERT_NAME_BLOB& subject = certificate->pCertInfo->Subject;
@@ -85,9 +75,6 @@ void openSettings(const RunOptions& options) {
 
 RunInputs::RunInputs(const RunOptions& options) {
     openSettings(options);
-    if (extra_.Open(CERT_STORE_PROV_MEMORY, 0, 0, nullptr) != 0) {
-        throw std::bad_alloc();
-    }
     for (const std::string& path : options.trust) {
         const std::vector<ATL2::CCertContext> roots = readCertificates(path);
         if (std::none_of(roots.begin(), roots.end(), isSelfIssued)) {
@@ -96,8 +83,7 @@ RunInputs::RunInputs(const RunOptions& options) {
                              "and the others with --certs");
         }
         for (const ATL2::CCertContext& root : roots) {
-            crypto_add_trusted_root(root.get());
-            add(root);
+            isSelfIssued(root) ? trust_.addRoots(encodingOf(root)) : trust_.addCertificates(encodingOf(root));
         }
     }
     for (const std::string& path : options.certs) {
@@ -106,11 +92,14 @@ RunInputs::RunInputs(const RunOptions& options) {
         }
     }
     for (const std::string& path : options.crls) {
-        addCrls(extra_.get(), path);
+        for (const std::string& crl : readCrls(path)) {
+            trust_.addCrls(crl);
+        }
     }
     if (!options.issuer.empty()) {
-        issuer_ = readCertificates(options.issuer).front();
-        add(issuer_);  // usually part of the responder's chain
+        const ATL2::CCertContext issuer = readCertificates(options.issuer).front();
+        issuer_.assign(issuer->pbCertEncoded, issuer->pbCertEncoded + issuer->cbCertEncoded);
+        add(issuer);  // usually part of the responder's chain
     }
     if (!options.hash.empty()) {
         hashOid_ = toHashOid(options.hash);
@@ -118,48 +107,21 @@ RunInputs::RunInputs(const RunOptions& options) {
 }
 
 void RunInputs::add(const ATL2::CCertContext& certificate) {
-    if (!CertAddCertificateContextToStore(extra_.get(), certificate.get(), CERT_STORE_ADD_USE_EXISTING, nullptr)) {
-        throw std::bad_alloc();
-    }
+    trust_.addCertificates(encodingOf(certificate));
 }
 
-ATL2::CCertContext RunInputs::issuerOf(const _CERT_CONTEXT* certificate) const {
-    return issuer_ ? issuer_ : issuerIn(extra_.get(), certificate);
-}
-
-void RunInputs::requireIssuer(const _CERT_CONTEXT* certificate) const {
-    if (const std::optional<Rejection> rejection = issuer_ ? rejectIssuer(certificate, issuer_.get()) : std::nullopt) {
-        throw InputError("--issuer", reasonOf(*rejection), rejection->code);
-    }
-}
-
-ATL2::CCertContext RunInputs::name(CRequest& request, const _CERT_CONTEXT* certificate) const {
-    ATL2::CCertContext issuer = issuerOf(certificate);
-    if (!issuer) {
-        issuer = findIssuer(extra_.get(), certificate);
-    }
-    if (!issuer) {
-        ATL::AtlThrowImpl(status::kNoSigner);
-    }
-    request.put_SRCertIDFromCert(certificate, issuer.get(), 0, hashOid_.empty() ? nullptr : hashOid_.c_str());
-    requireIssuer(certificate);
-    return issuer;
-}
-
-void importRequest(CRequest& request, const Orvane::CBlob& bytes, const std::string& path) {
+unsigned long requireRequest(const Orvane::CBlob& bytes, const std::string& path) {
+    Orvane::PKI::OCSP::Client::CRequest request;
     try {
         request.Import(bytes.pbData(), bytes.cbData());
     } catch (const ATL::CAtlException& failure) {
-        throw InputError(path, explain(failure.status(), "is no request to work with").text, failure.status());
+        throw InputError(path, explainStatus(failure.status(), "is no request to work with").text, failure.status());
     }
+    return request.get_SRNumber();
 }
 
-Orvane::CBlob exported(CRequest& request) {
-    unsigned long size = 0;
-    request.Export(nullptr, &size);
-    Orvane::CBlob bytes(size);
-    request.Export(bytes.pbData(), &size);
-    return bytes;
+Input encodingOf(const ATL2::CCertContext& certificate) {
+    return {certificate->pbCertEncoded, certificate->cbCertEncoded};
 }
 
 }  // namespace tallow::cli

@@ -2,11 +2,12 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
+#include "checker/checker.h"
 #include "cli/options.h"
-#include "client/request/request.h"
+#include "foundation/blob.h"
 #include "handles/cert_context.h"
-#include "handles/cert_store.h"
 
 namespace tallow::cli {
 
@@ -15,37 +16,29 @@ public:
     /// Opens the settings and reads every file that an option names. Throws InputError for an unusable one.
     explicit RunInputs(const RunOptions& options);
 
-    /// Store handle of the certificates and CRLs of this run; owned by this object.
-    void* store() const { return extra_.get(); }
+    /// The machine's trust with the roots, certificates and CRLs of the options.
+    const Trust& trust() const { return trust_; }
+    /// The given issuer in DER; empty when none was given.
+    Input issuer() const { return issuer_; }
+    /// Dotted text; empty when no hash was given.
+    const std::string& hashOid() const { return hashOid_; }
 
     void add(const ATL2::CCertContext& certificate);
 
-    /// The given issuer, or the certificate of the run whose key signed `certificate`; empty when there is neither.
-    ATL2::CCertContext issuerOf(const _CERT_CONTEXT* certificate) const;
-
-    /// Throws InputError when an issuer is given that is not proven to have signed `certificate`: a responder would
-    /// answer about another certificate, the one of that issuer with the same serial number.
-    void requireIssuer(const _CERT_CONTEXT* certificate) const;
-
-    /// Names the certificate in the first entry of the request, by its issuer and with the hash of this run. Returns
-    /// the issuer: that of issuerOf, else one from the stores or the network. Throws InputError when the given issuer
-    /// is not proven to have signed it, kNoSigner when no issuer is found, and what the request throws.
-    ATL2::CCertContext name(Orvane::PKI::OCSP::Client::CRequest& request, const _CERT_CONTEXT* certificate) const;
-
 private:
-    ATL2::CCertStore extra_;
-    ATL2::CCertContext issuer_;
+    Trust trust_ = Trust::system();
+    Bytes issuer_;
     std::string hashOid_;
 };
 
 /// Opens the settings file and the trace that the options name. Throws InputError for a file that cannot be used.
 void openSettings(const RunOptions& options);
 
-/// Imports the content of the file `path`. Throws InputError when it is no request.
-void importRequest(Orvane::PKI::OCSP::Client::CRequest& request, const Orvane::CBlob& bytes, const std::string& path);
+/// How many certificates a request asks about. Throws InputError, with its path, for octets that are no request.
+unsigned long requireRequest(const Orvane::CBlob& bytes, const std::string& path);
 
-/// The whole DER request, built if needed.
-Orvane::CBlob exported(Orvane::PKI::OCSP::Client::CRequest& request);
+/// The encoding of a certificate; valid as long as the certificate.
+Input encodingOf(const ATL2::CCertContext& certificate);
 
 /// The mistake in the settings file, with line and column; empty when there is none. A value of the wrong type is found
 /// when it is read.

@@ -2,13 +2,15 @@
 
 #include <string_view>
 
+#include "checker/text/safe_text.h"
 #include "cli/input_files.h"
 #include "cli/run_inputs.h"
-#include "cli/safe_text.h"
 #include "cli/settings_table.h"
 #include "handles/status.h"
 
 namespace tallow::cli {
+
+using namespace text;
 
 namespace {
 

@@ -6,10 +6,12 @@
 #include <string_view>
 #include <vector>
 
-#include "cli/safe_text.h"
+#include "checker/text/safe_text.h"
 #include "platform/support/support_service.h"
 
 namespace tallow::cli {
+
+using namespace text;
 
 namespace {
 

@@ -3,7 +3,8 @@
 #include <optional>
 
 #include "asn1/codec/tlv_reader.h"
-#include "cli/certificate_text.h"
+#include "checker/text/certificate_text.h"
+#include "checker/text/times.h"
 #include "cli/input_files.h"
 #include "cli/output.h"
 #include "cli/show_extensions.h"
@@ -16,6 +17,8 @@
 #include "message/response_message.h"
 
 namespace tallow::cli {
+
+using namespace text;
 
 using namespace Orvane;
 using namespace Orvane::PKI::OCSP;

@@ -3,14 +3,17 @@
 #include <string_view>
 
 #include "asn1/extensions/typed_extensions.h"
-#include "cli/certificate_text.h"
-#include "cli/name_text.h"
-#include "cli/safe_text.h"
+#include "checker/text/certificate_text.h"
+#include "checker/text/name_text.h"
+#include "checker/text/safe_text.h"
+#include "checker/text/times.h"
 #include "cli/show_names.h"
 #include "cli/show_values.h"
 #include "message/extensions.h"
 
 namespace tallow::cli {
+
+using namespace text;
 
 using namespace Orvane;
 using namespace Orvane::ASN1;

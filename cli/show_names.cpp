@@ -1,12 +1,14 @@
 #include "cli/show_names.h"
 
-#include "cli/name_text.h"
-#include "cli/safe_text.h"
+#include "checker/text/name_text.h"
+#include "checker/text/safe_text.h"
 #include "cli/show_values.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 
 namespace tallow::cli {
+
+using namespace text;
 
 namespace {
 

@@ -1,13 +1,16 @@
 #include "cli/show_values.h"
 
-#include "cli/certificate_text.h"
-#include "cli/safe_text.h"
+#include "checker/text/certificate_text.h"
+#include "checker/text/safe_text.h"
+#include "checker/text/times.h"
 #include "foundation/date_time.h"
 #include "handles/cert_context.h"
 #include "handles/exception.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
+
+using namespace text;
 
 using namespace Orvane;
 using namespace Orvane::ASN1;

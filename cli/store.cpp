@@ -8,17 +8,20 @@
 #include <vector>
 
 #include "asn1/codec/tlv_reader.h"
-#include "cli/certificate_text.h"
+#include "checker/text/certificate_text.h"
+#include "checker/text/name_text.h"
+#include "checker/text/safe_text.h"
+#include "checker/text/times.h"
 #include "cli/input_files.h"
-#include "cli/name_text.h"
 #include "cli/run_inputs.h"
-#include "cli/safe_text.h"
 #include "cli/settings_table.h"
 #include "cli/show_values.h"
 #include "foundation/date_time.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
+
+using namespace text;
 
 namespace {
 

@@ -2,22 +2,20 @@
 
 #include <optional>
 
-#include "cli/certificate_text.h"
+#include "checker/checker.h"
+#include "checker/text/status_text.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
-#include "cli/network_scope.h"
 #include "cli/output.h"
 #include "cli/run_inputs.h"
 #include "cli/show_values.h"
-#include "client/request/request.h"
-#include "handles/exception.h"
 #include "handles/status.h"
 
 namespace tallow::cli {
 
-namespace {
+using namespace text;
 
-using Orvane::PKI::OCSP::Client::CRequest;
+namespace {
 
 struct RequestVerdict {
     const char* status = "error";
@@ -27,98 +25,47 @@ struct RequestVerdict {
     std::optional<CheckError> error;
 };
 
-class RequestVerification {
-public:
-    explicit RequestVerification(const VerifyRequestOptions& options) : options_(options), inputs_(options) {}
-
-    RequestVerdict run();
-
-private:
-    void judge();
-    const _CERT_CONTEXT* findRequestor(const CRequest& request);
-    // False, with the verdict written, for a failure status.
-    bool passes(std::int32_t status);
-
-    const VerifyRequestOptions& options_;
-    RunInputs inputs_;
-    RequestVerdict verdict_;
-    const char* step_ = "reading the policy";
-};
-
-bool RequestVerification::passes(std::int32_t status) {
-    if (status == status::kOk) {
-        return true;
-    }
-    verdict_.error = explain(status, step_);
-    // Without settings there are no trusted roots, so that there is no verdict.
-    if (settingsMistake().empty()) {
-        verdict_.status = "refused";
-        verdict_.exitStatus = kExitRefused;
-    }
-    return false;
-}
-
-// The signer, else a certificate with its name, so that the report can say that its key did not sign. The library reads
-// the user's store My last, and fails when there is none.
-const _CERT_CONTEXT* findCertificate(const CRequest& request, void* store) {
+RequestVerdict verdictOn(const VerifyRequestOptions& options) {
+    const RunInputs inputs(options);
+    RequestVerdict verdict;
+    ReceivedRequest received;
     try {
-        const _CERT_CONTEXT* const signer = request.FindSigner(&store, 1);
-        return signer != nullptr ? signer : request.get_RequestorCertificate(&store, 1);
-    } catch (const ATL::CAtlException& failure) {
-        if (failure.status() == status::kFileNotFound) {
-            return nullptr;
-        }
-        throw;
-    }
-}
-
-const _CERT_CONTEXT* RequestVerification::findRequestor(const CRequest& request) {
-    step_ = "finding the requestor's certificate";
-    const _CERT_CONTEXT* requestor = findCertificate(request, inputs_.store());
-    if (requestor == nullptr) {
-        verdict_.error = explain(status::kCryptNotFound, step_);
-        return nullptr;
-    }
-    verdict_.requestor = subjectOf(requestor);
-    return requestor;
-}
-
-void RequestVerification::judge() {
-    CRequest request;
-    const NetworkScope network(request);
-    step_ = "reading the request";
-    const Orvane::CBlob bytes = readMessage(options_.request);
-    request.Import(bytes.pbData(), static_cast<unsigned long>(bytes.cbData()));
-    const std::string algorithm = request.get_SignatureAlgorithmOID();
-    const bool isSigned = !algorithm.empty();
-    const _CERT_CONTEXT* requestor = nullptr;
-    if (isSigned) {
-        verdict_.signatureAlgorithm = algorithmOf(Orvane::ASN1::CAlgorithmIdentifier(algorithm.c_str()));
-        requestor = findRequestor(request);
-        if (requestor == nullptr) {
-            return;
-        }
-    }
-    step_ = isSigned ? "signature and critical extensions" : "critical extensions";
-    if (!passes(request.Verify(requestor, nullptr, true))) {
-        return;
-    }
-    void* stores[] = {inputs_.store()};
-    step_ = "certificate of the requestor";
-    if (isSigned && !passes(request.VerifyCertificate(requestor, stores, 1))) {
-        return;
-    }
-    verdict_.status = isSigned ? "valid" : "unsigned";
-    verdict_.exitStatus = isSigned ? kExitValid : kExitUnsigned;
-}
-
-RequestVerdict RequestVerification::run() {
-    try {
-        judge();
+        const Orvane::CBlob bytes = readMessage(options.request);
+        received = Checker(inputs.trust(), {.useCache = true}).receive({bytes.pbData(), bytes.cbData()});
     } catch (...) {
-        verdict_.error = explainCaught(step_);
+        verdict.error = explainCaught("reading the request");
+        return verdict;
     }
-    return std::move(verdict_);
+    verdict.requestor = received.requestor;
+    if (!received.signatureAlgorithm.empty()) {
+        verdict.signatureAlgorithm =
+            algorithmOf(Orvane::ASN1::CAlgorithmIdentifier(received.signatureAlgorithm.c_str()));
+    }
+    const std::string mistake = settingsMistake();
+    if (!received.cause.empty()) {
+        verdict.error = mistake.empty() ? explain(received.status, received.cause)
+                                        : CheckError{status::kNoPolicy, "reading the policy: " + mistake};
+    }
+    switch (received.signer) {
+        case ReceivedRequest::Signer::kProven:
+            verdict.status = "valid";
+            verdict.exitStatus = kExitValid;
+            break;
+        case ReceivedRequest::Signer::kUnsigned:
+            verdict.status = "unsigned";
+            verdict.exitStatus = kExitUnsigned;
+            break;
+        case ReceivedRequest::Signer::kInvalid:
+            // Without settings there are no trusted roots, so that there is no verdict.
+            if (mistake.empty()) {
+                verdict.status = "refused";
+                verdict.exitStatus = kExitRefused;
+            }
+            break;
+        case ReceivedRequest::Signer::kUndecided:
+            break;
+    }
+    return verdict;
 }
 
 Shown shownOf(const std::string& file, const RequestVerdict& verdict) {
@@ -143,7 +90,7 @@ Shown shownOf(const std::string& file, const RequestVerdict& verdict) {
 }  // namespace
 
 Outcome runVerifyRequest(const VerifyRequestOptions& options) {
-    const RequestVerdict verdict = RequestVerification(options).run();
+    const RequestVerdict verdict = verdictOn(options);
     Outcome outcome;
     if (verdict.error) {
         outcome = failed(options.request, *verdict.error);

@@ -1,5 +1,6 @@
-# libtallow.so: the objects of the twelve subsystems in one shared library that links the services and nothing else.
-set(tallow_subsystems asn1rt schema handles foundation asn1 message policy client_shared request transport response flat)
+# libtallow.so: the objects of all subsystems in one shared library that links the services and nothing else.
+set(tallow_subsystems asn1rt schema handles foundation asn1 message policy client_shared request transport response flat
+                      checker_text checker_rules checker)
 set(tallow_objects)
 foreach(subsystem ${tallow_subsystems})
   list(APPEND tallow_objects $<TARGET_OBJECTS:tallow_${subsystem}>)

@@ -11,7 +11,9 @@ endif()
 # include path. Our own code includes the same headers in quotes, from the root of the sources. The copies below
 # ${PROJECT_BINARY_DIR}/include, which the examples use and which are installed, differ only in their #include lines.
 get_property(public_headers GLOBAL PROPERTY TALLOW_PUBLIC_HEADERS)
-list(APPEND public_headers ${PROJECT_SOURCE_DIR}/export.h ${PROJECT_SOURCE_DIR}/tallow.h)
+foreach(header export tallow checker)
+  list(APPEND public_headers ${PROJECT_SOURCE_DIR}/${header}.h)
+endforeach()
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${public_headers})
 foreach(header ${public_headers})
   cmake_path(RELATIVE_PATH header BASE_DIRECTORY ${PROJECT_SOURCE_DIR} OUTPUT_VARIABLE relative)

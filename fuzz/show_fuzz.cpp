@@ -4,8 +4,8 @@
 #include <cstdint>
 #include <cstdlib>
 
+#include "checker/rules/response_form.h"
 #include "cli/output.h"
-#include "cli/response_form.h"
 #include "cli/show.h"
 #include "handles/exception.h"
 

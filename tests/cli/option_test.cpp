@@ -125,7 +125,8 @@ TEST_F(CheckOptions, NonceDecidesWhetherANonceIsSentAndRequired) {
          {Row{tallow, {"--nonce"}, responderUrl(), 0, true}, Row{tallow, {"--no-nonce"}, responderUrl(), 0, false},
           Row{tallow, {"--nonce"}, ignorant.url(), kExitNoAnswer, true},
           Row{tallow, {"--no-nonce"}, ignorant.url(), 0, false}, Row{tallow, {}, responderUrl(), 0, true},
-          Row{unasked, {}, responderUrl(), 0, false}, Row{unasked, {"--nonce"}, responderUrl(), 0, true}}) {
+          Row{tallow, {}, ignorant.url(), 0, true}, Row{unasked, {}, responderUrl(), 0, false},
+          Row{unasked, {"--nonce"}, responderUrl(), 0, true}}) {
         SCOPED_TRACE(testing::PrintToString(row.options) + row.url);
         const ProcessResult run =
             row.tallow.check(joined({"--save-request", request, "--url", row.url, leaf}, row.options));

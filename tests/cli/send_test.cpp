@@ -47,9 +47,11 @@ TEST_F(Send, ReportsAFailureAndWhatWasReceived) {
         const char* out;
         const char* err;
     };
+    ResponseSpec otherNonce = goodResponse();
+    otherNonce.extensions = {nonceExtension(Bytes(8))};
     for (const Row& row : {Row{{.body = tlv::sequence({tlv::enumerated(3)})}, "tryLater, 5 octets\n", "0xC2110128"},
                            Row{{.body = bytesOf("garbage")}, "no OCSP response, 7 octets\n", "0x8009310"},
-                           Row{{.body = buildResponse(goodResponse())}, "successful, ", "0xC2110120"},
+                           Row{{.body = buildResponse(otherNonce)}, "successful, ", "0xC2110120"},
                            Row{{.status = 500}, "", "HTTP status 500"}}) {
         const HttpServer server = serverOf(row.reply);
         std::filesystem::remove(response);

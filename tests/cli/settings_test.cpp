@@ -92,7 +92,7 @@ TEST(Settings, FoundBrokenWhileInUseAreReportedAndGiveNoVerdict) {
         const char* content;
         int exitStatusOfVerify;  // 0 when nothing reads the value
     };
-    for (const Row& row : {Row{"max_crl_age = 'x'", 3}, Row{"max_responders = '8'", 0}, Row{"max_redirects = 'x'", 0},
+    for (const Row& row : {Row{"max_crl_age = 'x'", 3}, Row{"max_responders = '8'", 3}, Row{"max_redirects = 'x'", 0},
                            Row{"[config.cades.ocsppolicy]\nNocheckOCSPs = 5", 3},
                            Row{"[config.cades.ocsppolicy]\nRequireNonce = 'yes'", 3}}) {
         SCOPED_TRACE(row.content);

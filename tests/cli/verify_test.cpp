@@ -116,7 +116,7 @@ TEST_F(Verify, ReportsUnusableOptionFiles) {
           Mistake{{"--request", leaf, response}, "CERTIFICATE"},
           Mistake{{"--request", "missing", response}, "No such file"},
           Mistake{{"--cert", response, response}, "not a certificate"},
-          Mistake{{"--cert", tallow.file("other.pem", rootCa("other")), response}, "--issuer"},
+          Mistake{{"--cert", tallow.file("below other.pem", issue(rootCa("other"), {})), response}, "--issuer"},
           Mistake{{"--cert", leaf, "--issuer", tallow.file("other.pem", rootCa("command root")), response},
                   "another key"},
           Mistake{

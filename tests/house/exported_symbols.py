@@ -13,7 +13,8 @@ import sys
 from pathlib import Path
 
 HERE = Path(__file__).resolve().parent
-NAMESPACES = {"Orvane", "PKI", "OCSP", "Client", "ASN1", "ATL", "ATL2", "asn1data", "schema", "status"}
+NAMESPACES = {"Orvane", "PKI", "OCSP", "Client", "ASN1", "ATL", "ATL2", "asn1data", "schema", "status", "tallow",
+              "text"}
 GLOBAL_NAMES = ("ASN1", "Asn1", "IsOCSPAuthorized", "DateAdd", "operator==(ASN1", "operator!=(ASN1")
 OPTIONAL = ("crypto_begin_check", "crypto_check_time_left", "crypto_end_check", "crypto_forget_response")
 PREFIXES = r"^(vtable for|typeinfo for|typeinfo name for|VTT for|(non-)?virtual thunk to|guard variable for) "

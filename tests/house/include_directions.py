@@ -37,10 +37,15 @@ ALLOWED = {
     "client/flat": BELOW_CLIENT | {"client/request", "client/response"},
     "platform/support": set(),
     "platform/crypto": {"platform/support"},
-    "cli": BELOW_CLIENT | CLIENT | {"platform/support/settings_table.inc"},
-    "examples": BELOW_CLIENT | CLIENT,
+    "checker/text": {"asn1", "foundation", "handles", "client/policy/address_text.h"} | SERVICES,
+    "checker/rules": BELOW_CLIENT | {"client/response", "client/policy", "checker/text"},
+    "checker": BELOW_CLIENT | CLIENT | {"checker/text", "checker/rules"},
+    "cli": BELOW_CLIENT | CLIENT | {"checker", "platform/support/settings_table.inc"},
+    "python": {"checker/checker.h"},
+    "examples": BELOW_CLIENT | CLIENT | {"checker"},
     "bench": {"schema", "asn1rt", "tests/support"},
-    "fuzz": BELOW_CLIENT | CLIENT | {"schema", "asn1rt", "cli", "platform", "tests/support", "tests/platform/trust_fixture.h"},
+    "fuzz": BELOW_CLIENT | CLIENT | {"checker", "schema", "asn1rt", "cli", "platform", "tests/support",
+                                     "tests/platform/trust_fixture.h"},
     "tests/support": set(),
     "tests/scripted_service": {"tests/support"},
 }
@@ -49,10 +54,11 @@ for parent, families in FAMILIES.items():
     for position, family in enumerate(families):
         ALLOWED[f"{parent}/{family}"] = below | {f"{parent}/{lower}" for lower in families[:position]}
 # Tests see what they test, private headers included, and besides it what is installed.
-for subject in ("asn1rt", "schema", "handles", "foundation", "asn1", "message", "client", "platform", "cli", "package"):
+for subject in ("asn1rt", "schema", "handles", "foundation", "asn1", "message", "client", "checker", "platform", "cli",
+                "package"):
     ALLOWED[f"tests/{subject}"] = {subject, "tests/support", "tests/scripted_service", "tests/data", "schema", "asn1rt"}
 # Whoever uses the library from outside sees what is installed.
-OUTSIDE = {"cli", "examples"}
+OUTSIDE = {"cli", "examples", "python"}
 # Code that is not delivered: any public header, and any third-party one.
 UNDELIVERED = {"tests", "fuzz", "bench"}
 # Third-party headers, and the only directories that may use them.
@@ -62,6 +68,7 @@ FOREIGN = {
     "toml++/": {"platform"},
     "CLI/": {"cli"},
     "nlohmann/": {"cli"},
+    "pybind11/": {"python"},
 }
 
 
@@ -74,11 +81,16 @@ def is_below(target, places):
 
 
 def includes(path):
-    """Line number, whether the header is not ours, and its path; <tallow/...> is how the examples write ours."""
+    """Line number, whether the header is not ours, and its path; <tallow/...> is how the examples write ours, and the
+    bare name a header beside them: they are also built without the root of the sources on the include path."""
     for number, line in enumerate((ROOT / path).read_text().splitlines(), 1):
         match = re.match(r'\s*#\s*include\s+(["<])([^">]+)[">]', line)
         if match:
             is_installed = path.startswith("examples/") and match[2].startswith("tallow/")
+            beside = f"examples/{match[2]}"
+            if path.startswith("examples/") and match[1] == '"' and (ROOT / beside).exists():
+                yield number, False, beside
+                continue
             yield number, match[1] == "<" and not is_installed, match[2][len("tallow/") * is_installed:]
 
 
@@ -96,7 +108,7 @@ def mistakes(path, folder, public):
         for prefix, users in FOREIGN.items():
             if is_delivered and target.startswith(prefix) and not is_below(folder, users):
                 yield f"{where}: this library stays inside {', '.join(sorted(users))}"
-        if is_system or target in ("export.h", "tallow.h") or (not is_delivered and target in public):
+        if is_system or target in ("export.h", "tallow.h", "checker.h") or (not is_delivered and target in public):
             continue
         home = folder_of(target)
         if home != folder and not is_below(target, ALLOWED[folder]):

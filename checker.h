@@ -1,0 +1,4 @@
+// The complete check: see checker/checker.h.
+#pragma once
+
+#include "checker/checker.h"

@@ -1,0 +1,257 @@
+#include "checker/checker.h"
+
+#include <algorithm>
+#include <new>
+
+#include "checker/asking.h"
+#include "checker/call.h"
+#include "checker/input.h"
+#include "checker/judge.h"
+#include "checker/question_impl.h"
+#include "checker/rules/chain_rules.h"
+#include "checker/subject.h"
+#include "checker/text/safe_text.h"
+#include "checker/text/status_text.h"
+#include "checker/trust_impl.h"
+#include "handles/exception.h"
+#include "handles/status.h"
+
+namespace tallow {
+
+namespace {
+
+using rules::Rejection;
+using rules::Rule;
+
+// What a check throws becomes the verdict. `run` is passed the rule that a failure belongs to, and changes it.
+template <typename Run>
+void fill(Verdict& verdict, Run run) {
+    Rule rule = Rule::kPolicy;
+    try {
+        run(rule);
+    } catch (...) {
+        reject(verdict, caughtRejection(rule));
+    }
+}
+
+CertificateToCheck readTarget(Call& call, Input certificate, Input issuer, Verdict& verdict, Rule& rule) {
+    rule = Rule::kCertificate;
+    CertificateToCheck target = readCertificate(call, certificate, verdict);
+    rule = Rule::kIssuer;
+    findIssuer(call, target, issuer);
+    return target;
+}
+
+// A good certificate with an invalid chain is not good; one that is revoked stays so.
+void verifyChain(Call& call, const CertificateToCheck& target, Verdict& verdict) {
+    if (!call.checker().options.verifyChain || verdict.answer == Answer::kUnproven) {
+        return;
+    }
+    const std::optional<Rejection> rejection = rejectionOf(
+        Rule::kChain, [&] { return rules::rejectChain(target.certificate.get(), call.store(), call.now()); });
+    verdict.isChainValid = !rejection;
+    if (!rejection) {
+        return;
+    }
+    if (verdict.answer == Answer::kRevoked) {
+        verdict.cause = rules::nameOf(rejection->rule) + (": " + reasonOf(*rejection));
+        return;
+    }
+    verdict.unverified = std::move(verdict.response);
+    verdict.response.clear();
+    reject(verdict, *rejection);
+}
+
+// Examines an answer about one certificate that nobody has to be asked about.
+void examine(Call& call, const CertificateToCheck& target, const NonceRule& nonce, Input answer, Verdict& verdict) {
+    Examination examination(call, nonce);
+    std::optional<Rejection> rejection = examination.prove(blobOf(answer));
+    if (!rejection) {
+        rejection = rejectionOf(Rule::kEntry, [&] { return examination.answer(target.subject(), verdict); });
+    }
+    if (rejection) {
+        reject(verdict, *rejection);
+        verdict.unverified = Bytes(answer.bytes.begin(), answer.bytes.end());
+        return;
+    }
+    verifyChain(call, target, verdict);
+}
+
+void requireUsable(const Options& options) {
+    if (options.timeout && options.timeout->count() <= 0) {
+        throw BadInput(status::kInvalidArgument, "the timeout is 0 or less; use a positive one");
+    }
+    if (options.clockSkew.count() < 0 || (options.maxAge && options.maxAge->count() <= 0)) {
+        throw BadInput(status::kInvalidArgument, "clockSkew or maxAge is negative; use positive times");
+    }
+    constexpr std::chrono::hours kLongest{24 * 366 * 100};
+    if (options.clockSkew > kLongest || (options.maxAge && *options.maxAge > kLongest)) {
+        throw BadInput(status::kInvalidArgument, "clockSkew or maxAge is more than 100 years; use shorter times");
+    }
+    if (!options.hashOid.empty()) {
+        std::string oid = options.hashOid;
+        if (CryptFindOIDInfo(CRYPT_OID_INFO_OID_KEY, oid.data(), CRYPT_HASH_ALG_OID_GROUP_ID) == nullptr) {
+            throw BadInput(status::kBadAlgorithm, "hashOid " + text::safeLine(options.hashOid) +
+                                                      " names no hash that is known here; use 2.16.840.1.101.3.4.2.1 "
+                                                      "(SHA-256) or leave it empty");
+        }
+    }
+}
+
+// What setting up a question throws, in the terms of the facade.
+template <typename Run>
+auto orBadInput(Run run) {
+    try {
+        return run();
+    } catch (const ATL::CAtlException& failure) {
+        throw BadInput(failure.status(), text::statusText(failure.status()));
+    }
+}
+
+}  // namespace
+
+Question::Question(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
+Question::Question(Question&&) noexcept = default;
+Question& Question::operator=(Question&&) noexcept = default;
+Question::~Question() = default;
+
+// A question that was moved from asks nothing.
+const Bytes& Question::request() const noexcept {
+    static const Bytes kNone;
+    return impl_ ? impl_->request : kNone;
+}
+
+const std::vector<std::string>& Question::responders() const noexcept {
+    static const std::vector<std::string> kNone;
+    return impl_ ? impl_->responders : kNone;
+}
+
+Checker::Checker(const Trust& trust, Options options) {
+    requireUsable(options);
+    orBadInput([&] {
+        auto impl = std::make_shared<CheckerData>();
+        impl->isSystem = trust.impl_->isSystem;
+        impl->hasPolicy = options.policy.value_or(impl->isSystem);
+        impl->options = std::move(options);
+        impl->roots = memoryStore();
+        impl->others = memoryStore();
+        for (const ATL2::CCertContext& root : trust.impl_->roots) {
+            add(impl->roots, root);
+            add(impl->others, root);
+        }
+        for (const ATL2::CCertContext& certificate : trust.impl_->certificates) {
+            add(impl->others, certificate);
+        }
+        for (const Bytes& crl : trust.impl_->crls) {
+            if (!CertAddEncodedCRLToStore(impl->others.get(), X509_ASN_ENCODING, crl.data(),
+                                          static_cast<DWORD>(crl.size()), CERT_STORE_ADD_ALWAYS, nullptr)) {
+                throw BadInput(status::kAsn1Error, "a CRL is malformed; pass CRLs in DER or PEM");
+            }
+        }
+        data_ = std::move(impl);
+    });
+}
+
+Verdict checkCertificate(const CheckerData& checker, Input certificate, Input issuer, std::optional<Nonce> nonce) {
+    Verdict verdict;
+    fill(verdict, [&](Rule& rule) {
+        Call call(checker, {});
+        const CertificateToCheck target = readTarget(call, certificate, issuer, verdict, rule);
+        rule = Rule::kRequest;
+        Asking(call, target, nonce.value_or(nonceOf(call)), verdict).run();
+        verifyChain(call, target, verdict);
+    });
+    return verdict;
+}
+
+Verdict Checker::check(Input certificate, Input issuer) const {
+    return checkCertificate(*data_, certificate, issuer, std::nullopt);
+}
+
+Verdict Checker::fetchStaple(Input certificate, Input issuer) const {
+    return checkCertificate(*data_, certificate, issuer, Nonce::kOff);
+}
+
+std::vector<Verdict> Checker::check(std::span<const Input> certificates, Input issuer) const {
+    std::vector<Verdict> verdicts;
+    verdicts.reserve(certificates.size());
+    for (const Input& certificate : certificates) {
+        verdicts.push_back(check(certificate, issuer));
+    }
+    return verdicts;
+}
+
+Question Checker::ask(Input certificate, Input issuer) const {
+    return orBadInput([&] {
+        auto question = std::make_unique<Question::Impl>();
+        Call call(*data_, {});
+        Verdict named;
+        question->target = readCertificate(call, certificate, named);
+        findIssuer(call, question->target, issuer);
+        const Nonce nonce = nonceOf(call);
+        fillRequest(call, question->target, nonce);
+        Orvane::PKI::OCSP::Client::ResponderExchange exchange(call.request());
+        question->request = bytesOf(exchange.encoded());
+        question->nonce = {nonce == Nonce::kOff ? Orvane::CBlob()
+                                                : Orvane::PKI::OCSP::Client::ResponderExchange::nonceOf(call.request()),
+                           nonce == Nonce::kRequire, true};
+        question->responders = data_->options.responders;
+        if (question->responders.empty()) {
+            std::vector<Orvane::PKI::OCSP::Client::ResponderExchange::Candidate> skipped;
+            for (const auto& candidate : exchange.candidates(skipped)) {
+                question->responders.push_back(text::utf8(candidate.address));
+            }
+        }
+        return Question(std::move(question));
+    });
+}
+
+Verdict Checker::judge(const Question& question, Input answer) const {
+    Verdict verdict;
+    if (!question.impl_) {
+        reject(verdict, {status::kInvalidArgument, Rule::kRequest, "the question was moved from; use the new object"});
+        return verdict;
+    }
+    name(verdict, question.impl_->target.certificate.get());
+    verdict.request = question.impl_->request;
+    fill(verdict, [&](Rule& rule) {
+        Call call(*data_, {});
+        rule = Rule::kForm;
+        call.add(question.impl_->target.issuer);
+        for (const ATL2::CCertContext& above : question.impl_->target.above) {
+            call.add(above);
+        }
+        examine(call, question.impl_->target, question.impl_->nonce, answer, verdict);
+    });
+    return verdict;
+}
+
+Verdict Checker::provedAt(Time when, Input certificate, Input issuer, Input answer) const {
+    Verdict verdict;
+    fill(verdict, [&](Rule& rule) {
+        Call call(*data_, {.at = when, .isOffline = true});
+        const CertificateToCheck target = readTarget(call, certificate, issuer, verdict, rule);
+        rule = Rule::kForm;
+        examine(call, target, {}, answer, verdict);
+    });
+    return verdict;
+}
+
+Bytes Checker::issuerOf(Input certificate, Input issuer) const {
+    return orBadInput([&]() -> Bytes {
+        Call call(*data_, {});
+        Verdict named;
+        CertificateToCheck target = readCertificate(call, certificate, named);
+        try {
+            findIssuer(call, target, issuer);
+            return encodingOf(target.issuer);
+        } catch (const BadInput& failure) {
+            if (failure.status() == status::kNoSigner && issuer.bytes.empty()) {
+                return {};
+            }
+            throw;
+        }
+    });
+}
+
+}  // namespace tallow

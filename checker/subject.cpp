@@ -1,0 +1,86 @@
+#include "checker/subject.h"
+
+#include <algorithm>
+
+#include "checker/input.h"
+#include "checker/rules/issuer_rules.h"
+#include "checker/text/certificate_text.h"
+#include "checker/text/status_text.h"
+#include "handles/status.h"
+
+namespace tallow {
+
+namespace {
+
+bool isIssuerByName(const ATL2::CCertContext& issuer, const ATL2::CCertContext& certificate) {
+    const CERT_NAME_BLOB& name = issuer->pCertInfo->Subject;
+    const CERT_NAME_BLOB& wanted = certificate->pCertInfo->Issuer;
+    return std::equal(name.pbData, name.pbData + name.cbData, wanted.pbData, wanted.pbData + wanted.cbData);
+}
+
+// The certificate to check is the first. A chain in the opposite order would give a verdict on its root.
+void requireOrder(const std::vector<ATL2::CCertContext>& certificates) {
+    const ATL2::CCertContext& first = certificates.front();
+    const bool isRoot = isIssuerByName(first, first);
+    bool isIssuer = false;
+    for (auto other = certificates.begin() + 1; other != certificates.end(); ++other) {
+        if (!isRoot && isIssuerByName(*other, first)) {
+            return;
+        }
+        isIssuer = isIssuer || (isIssuerByName(first, *other) && !isIssuerByName(*other, *other));
+    }
+    if (isIssuer) {
+        throw BadInput(status::kInvalidArgument,
+                       "the first certificate issued another one of the input; put the certificate to check first");
+    }
+}
+
+}  // namespace
+
+void name(Verdict& verdict, const _CERT_CONTEXT* certificate) {
+    const CRYPT_INTEGER_BLOB& serial = certificate->pCertInfo->SerialNumber;
+    verdict.subject = text::subjectOf(certificate);
+    verdict.serial.assign(serial.pbData, serial.pbData + serial.cbData);
+    std::reverse(verdict.serial.begin(), verdict.serial.end());  // the record has the lowest octet first
+}
+
+CertificateToCheck readCertificate(Call& call, Input certificate, Verdict& verdict) {
+    CertificateToCheck target;
+    target.above = certificatesIn(certificate, "the certificate");
+    target.certificate = target.above.front();
+    requireOrder(target.above);
+    name(verdict, target.certificate.get());
+    for (const ATL2::CCertContext& one : target.above) {
+        call.add(one);
+    }
+    return target;
+}
+
+void findIssuer(Call& call, CertificateToCheck& target, Input issuer) {
+    const ATL2::CCertContext& certificate = target.certificate;
+    ATL2::CCertContext found;
+    if (!issuer.bytes.empty()) {
+        std::vector<ATL2::CCertContext> given = certificatesIn(issuer, "the issuer");
+        std::for_each(given.begin() + 1, given.end(), [&call, &target](const auto& next) {
+            call.add(next);
+            target.above.push_back(next);
+        });
+        if (const std::optional<rules::Rejection> rejection =
+                rules::rejectIssuer(certificate.get(), given.front().get())) {
+            throw BadInput(rejection->code, reasonOf(*rejection));
+        }
+        found = std::move(given.front());
+    } else {
+        found = rules::issuerIn(call.store(), certificate.get());
+        if (!found) {
+            found = rules::findIssuer(call.store(), certificate.get());
+        }
+    }
+    if (!found) {
+        throw BadInput(status::kNoSigner, text::statusText(status::kNoSigner));
+    }
+    call.add(found);  // usually part of the responder's chain
+    target.issuer = std::move(found);
+}
+
+}  // namespace tallow

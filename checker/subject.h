@@ -1,0 +1,34 @@
+// The certificate of a check and its issuer. Private to the library.
+#pragma once
+
+#include <vector>
+
+#include "checker/call.h"
+#include "checker/rules/entry_rules.h"
+#include "handles/cert_context.h"
+
+namespace tallow {
+
+/// A certificate to check, with the issuer that is proven to have signed it.
+struct CertificateToCheck {
+    ATL2::CCertContext certificate;
+    ATL2::CCertContext issuer;
+    std::vector<ATL2::CCertContext> above;  // more certificates that were passed with it
+
+    /// What entries are compared with. Throws what CCertID throws.
+    [[nodiscard]] rules::Subject subject() const { return rules::subjectFor(certificate.get(), issuer.get()); }
+};
+
+/// Reads the certificate: the first one of the input; the others may be above it and become part of the call. Writes
+/// its names into the verdict. Throws BadInput.
+CertificateToCheck readCertificate(Call& call, Input certificate, Verdict& verdict);
+
+/// Finds its issuer: given, else from the certificates of the call, else from the machine's stores or a download, as
+/// the rules of the call permit. It becomes part of the call. Throws BadInput when there is none, or when the given one
+/// did not sign the certificate.
+void findIssuer(Call& call, CertificateToCheck& target, Input issuer);
+
+/// Writes subject and serial number into the verdict.
+void name(Verdict& verdict, const _CERT_CONTEXT* certificate);
+
+}  // namespace tallow
