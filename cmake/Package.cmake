@@ -11,7 +11,7 @@ endif()
 # include path. Our own code includes the same headers in quotes, from the root of the sources. The copies below
 # ${PROJECT_BINARY_DIR}/include, which the examples use and which are installed, differ only in their #include lines.
 get_property(public_headers GLOBAL PROPERTY TALLOW_PUBLIC_HEADERS)
-foreach(header export tallow checker)
+foreach(header export tallow checker checker_c)
   list(APPEND public_headers ${PROJECT_SOURCE_DIR}/${header}.h)
 endforeach()
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${public_headers})

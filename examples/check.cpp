@@ -1,49 +1,25 @@
-// Asks the responder that a certificate names whether it is still good: check CERTIFICATE ISSUER, both in DER. The
-// responder's chain must end in a root of the store ROOT.
-#include <cstdio>
+// Asks whether a certificate is still good, by what this machine trusts: check CERTIFICATE ISSUER, PEM or DER.
+#include <iostream>
 
-#include <tallow/tallow.h>
+#include "files.h"
 
-// Returns 0 when the certificate is proven good, otherwise the reason as a status. Send returns a response that is
-// decoded and current; the verdict on it is the handler's.
-std::int32_t check(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer) {
-    using namespace Orvane::PKI::OCSP::Client;
-    try {
-        CRequest request(certificate, issuer);
-        const CResponse& response = request.Send(false);
-        CVerifyingResponseHandler handler(request, nullptr, 0);
-        return handler.OnResponse(response);
-    } catch (const ATL::CAtlException& failure) {
-        return failure.status() != status::kOk ? failure.status() : status::kFail;
-    }
+#include <tallow/checker.h>
+
+// `why` becomes one sentence for people: what is known about the certificate, and why no more is.
+bool isGood(const std::string& certificate, const std::string& issuer, std::string& why) {
+    using namespace std::chrono_literals;
+    const tallow::Checker checker(tallow::Trust::system(), {.timeout = 5s});
+    const tallow::Verdict verdict = checker.check(certificate, issuer);
+    why = verdict.why();
+    return verdict.answer == tallow::Answer::kGood;
 }
 
-namespace {
-
-ATL2::CCertContext readCertificate(const char* path) {
-    Orvane::CBlob der;
-    der.readFromFile(path);
-    return ATL2::CCertContext::adopt(
-        CertCreateCertificateContext(X509_ASN_ENCODING, der.pbData(), static_cast<DWORD>(der.cbData())));
-}
-
-}  // namespace
-
-int main(int argc, char** argv) {
-    if (argc != 3) {
-        std::fprintf(stderr, "usage: %s CERTIFICATE ISSUER\n", argv[0]);
-        return 64;
-    }
-    try {
-        const ATL2::CCertContext certificate = readCertificate(argv[1]);
-        const ATL2::CCertContext issuer = readCertificate(argv[2]);
-        const std::int32_t verdict =
-            certificate && issuer ? check(certificate.get(), issuer.get()) : status::kInvalidData;
-        const char* text = verdict == status::kOk ? "good" : status::text(verdict);
-        std::printf("0x%08X %s\n", static_cast<unsigned int>(verdict), text == nullptr ? "" : text);
-        return verdict == status::kOk ? 0 : 1;
-    } catch (const ATL::CAtlException& failure) {
-        std::fprintf(stderr, "%s\n", failure.what());
-        return 64;
-    }
+int main(int argc, char** argv) try {
+    std::string why = "usage: check CERTIFICATE ISSUER";
+    const bool good = argc == 3 && isGood(readFile(argv[1]), readFile(argv[2]), why);
+    std::cout << why << '\n';
+    return good ? 0 : 1;
+} catch (const std::exception& failure) {
+    std::cerr << failure.what() << '\n';
+    return 1;
 }

@@ -1,11 +1,16 @@
-// The whole client in three calls, for C and for callers that want no classes: bytes in, bytes out, a status back.
+// The client in three calls that take and return bytes. A program that must tell the outcomes of a check apart, or
+// needs a current response, uses the checker (checker/checker.h) instead: the statuses of these calls have several
+// meanings.
 //
 //   unsigned char* response = NULL;
 //   unsigned long size = 0;
 //   int32_t status = ocspSendRequest(request, requestSize, &response, &size);   /* request: a DER OCSPRequest */
 //   if (status == 0)
-//       status = ocspVerifyResponse(certificate, response, size, NULL, 0);      /* 0: proven good */
+//       status = ocspVerifyResponse(certificate, response, size, extensions, extensionsSize);  /* of the request */
 //   free(response);
+//
+// A final status of 0 means proven good by a response whose nextUpdate may have passed: neither call compares it with
+// the clock. Without the extensions of the request no nonce is compared, and a replayed response is accepted.
 //
 // Certificates and chains are handles of the Crypto service (platform/crypto/crypto_service.h). Statuses are those of
 // handles/status_table.inc, docs/errors.md says what to do about each. No call throws. The calls keep nothing between
@@ -68,20 +73,25 @@ TALLOW_CHECKED TALLOW_EXPORT int32_t ocspSendRequest(const unsigned char* reques
 /// must be open if `cert` came from one) and the user's stores; the issuer of `cert` comes from a chain built for it.
 ///
 /// **The age of the response is not checked**: `producedAt`, `thisUpdate` and `nextUpdate` are not compared with the
-/// current time, so a response whose `nextUpdate` has passed can give 0. The certificates of the responder must be
-/// valid now and at `producedAt`. A caller that needs a current response compares these times itself, or uses
-/// CRequest::Send.
+/// current time, so a response whose `nextUpdate` has passed years ago can give 0. Only the certificates of the
+/// responder must be valid now and at `producedAt`. A caller that needs a current response compares these times itself,
+/// or uses the checker.
 ///
 /// `extensions`, when given, are the DER Extensions of the request. A nonce among them must equal the nonce of the
 /// response, byte for byte in extnValue; without one no nonce is compared. Only the low 32 bits of `responseSize` are
 /// used.
 ///
-/// Returns 0 when the certificate is proven good; 0x80092010 when it is revoked; 0x80092012 when its status is unknown
-/// or the nonces differ (also: the revocation state of the responder could not be established); 0x80090020 when the
-/// response has no entry for `cert`; what CResponse::Verify, VerifyCertificate and VerifySR return (0x80090006,
-/// 0x800B0101, 0x800B0105, 0x800B0109, 0x800B010A, 0x800B010B, 0x800B0110, 0xC2110124, 0xC2110129, 0x80092010 for a
-/// revoked responder); 1 for every other failure: bytes that do not import, a response status other than successful, no
-/// responder certificate, anything thrown.
+/// Returns 0 when the certificate is proven good. **Two statuses have several meanings**, so that neither of them
+/// proves a revocation:
+/// - 0x80092010: `cert` is revoked; or a certificate in the chain of the responder is, and nothing is known about
+///   `cert`;
+/// - 0x80092012: the responder does not know `cert`; or the nonces differ; or the revocation state of the responder's
+///   chain could not be established.
+///
+/// Otherwise 0x80090020 when the response has no entry for `cert`; what CResponse::Verify, VerifyCertificate and
+/// VerifySR return (0x80090006, 0x800B0101, 0x800B0105, 0x800B0109, 0x800B010A, 0x800B010B, 0x800B0110, 0xC2110124,
+/// 0xC2110129); 1 for every other failure: bytes that do not import, a response status other than successful, no
+/// responder certificate, a null `cert`, anything thrown.
 TALLOW_CHECKED TALLOW_EXPORT int32_t ocspVerifyResponse(const struct _CERT_CONTEXT* cert, const unsigned char* response,
                                                         unsigned long responseSize, const unsigned char* extensions,
                                                         uint32_t extensionsSize);

@@ -8,13 +8,23 @@ namespace Orvane::PKI::OCSP::Client {
 
 class CRequest;
 
-/// Verifies the signature, the responder's certificate and each single response that `request` asked for. It does not
-/// check nonce, producedAt and the age of thisUpdate: CResponse::Import with the request compares the nonces, and
-/// CRequest::Send compares the times with the clock. So for a response from elsewhere:
+/// Verifies the signature, the responder's certificate and each single response that `request` asked for. It leaves
+/// these checks to others:
+/// - the nonce: CResponse::Import compares it when it is given the request. After Import(bytes, size, nullptr) a
+///   replayed response passes here.
+/// - producedAt and the age of thisUpdate: CRequest::Send compares them with the clock.
+/// - nextUpdate: compared here for a response that Send received, **and not for an imported one**, which can pass years
+///   after nextUpdate.
 ///
-///   response.Import(bytes, size, &request);                     // throws kNonceMismatch
-///   CVerifyingResponseHandler handler(request, nullptr, 0);
-///   if (handler.OnResponse(response) == 0) ...                  // throws kCertificateRevoked
+/// So the dates of a response from elsewhere are the caller's to check, or the checker's (checker/checker.h):
+///
+///   try {
+///       response.Import(bytes, size, &request);  // throws kNonceMismatch
+///       CVerifyingResponseHandler handler(request, nullptr, 0);
+///       isGood = handler.OnResponse(response) == 0;
+///   } catch (const ATL::CAtlException& failure) {
+///       isRevoked = failure.status() == status::kCertificateRevoked;  // thrown, like the failures that prove nothing
+///   }
 class TALLOW_EXPORT CVerifyingResponseHandler : public IResponseHandler {
 public:
     /// Keeps the three values without copying. `request` and the `count` store handles in `stores` (extra certificates
@@ -25,8 +35,9 @@ public:
     /// Returns 0 when every asked certificate is proven good. Otherwise, in the order of the checks: kNotSuccessful
     /// (response status), what CResponse::Verify, VerifyCertificate and VerifySR return, kNotAnswered for a certificate
     /// without an entry, kCertificateUnknown. **Throws** kCertificateRevoked for a revoked certificate, so that a walk
-    /// over responders ends there: a caller needs both a catch and a check of the result. What the response operations
-    /// throw passes through. Entries that were not asked for are not examined.
+    /// over responders ends there. What the response operations throw passes through as the same type, so a caller
+    /// compares the status of what it catches: to treat every exception as a failure of the network overlooks a
+    /// revocation. Entries that were not asked for are not examined.
     [[nodiscard]] std::int32_t OnResponse(const CResponse& response) override;
 
 private:

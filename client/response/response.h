@@ -3,7 +3,13 @@
 //   CResponse response;
 //   response.Import(bytes, size, nullptr);
 //   const _CERT_CONTEXT* responder = response.get_OCSPCertificate(nullptr, 0);
-//   if (response.Verify(responder, nullptr) == 0 && response.VerifyCertificate(responder, true, nullptr, 0) == 0) ...
+//   const unsigned long index = response.get_SRIndexByCert(certificate, issuer);
+//   if (index != CResponse::kNoIndex && response.Verify(responder, nullptr) == 0 &&
+//       response.VerifyCertificate(responder, true, nullptr, 0) == 0)
+//       ... response.get_SRStatus(index) ...                  // kGood, kRevoked or kUnknown, now proven
+//
+// This proves who signed the entry, not that it is current: see VerifySR. A complete check in one call is that of
+// checker/checker.h.
 //
 // Single responses are addressed by their position in the message, from 0. A response is used by one thread at a time,
 // const operations included: they fill caches.
@@ -47,7 +53,8 @@ public:
     ~CResponse();
 
     /// Replaces the content by a DER OCSPResponse, or by a bare BasicOCSPResponse. With a `request` the nonces of both
-    /// are compared and the certificates asked about are matched to the entries. Clears the options below. Throws
+    /// are compared and the certificates asked about are matched to the entries; **with null no nonce is compared**, so
+    /// that a replayed response passes all checks. Nothing is compared with the clock. Clears the options below. Throws
     /// kUnsupportedType, kDuplicateExtension, kNonceMismatch, kNextBeforeThis, kThisUpdateTooOld, kCryptNotFound (an
     /// entry that does not name its certificate by CertID), kAsn1Error; the object then counts as never imported.
     void Import(const unsigned char* data, unsigned long size, const CRequest* request);
@@ -65,7 +72,8 @@ public:
     // ---- Read -------------------------------------------------------------------------------------------------------
     // All throw kNotImported before an import; all but get_Status and get_SignatureAlgorithm throw kNotSuccessful when
     // the responder did not answer; those with an index throw kInvalidIndex. Pointers belong to the response and live
-    // until it changes; null means absent.
+    // until it changes; null means absent. **An attacker may have written these values**: kGood of get_SRStatus proves
+    // nothing before the checks of the section "Verify".
 
     /// The OCSPResponseStatus number, 0 for successful.
     std::uint32_t get_Status() const;
@@ -108,7 +116,9 @@ public:
     [[nodiscard]] bool VerifyNonce(const unsigned char* data, unsigned long size) const;
 
     // ---- Verify -----------------------------------------------------------------------------------------------------
-    // Verdicts are returned, 0 for success; misuse is thrown as above. `criticalOIDs`: null refuses every critical
+    // Verdicts are returned, 0 for success; misuse is thrown as above. **A verdict of 0 says nothing about the status**
+    // of a certificate: a response that says "revoked" verifies as well. Once all three checks have returned 0, the
+    // value of get_SRStatus is proven. `criticalOIDs`: null refuses every critical
     // extension, "*" examines none, a list "1.2.3;4.5.6" names the OIDs that are **refused** when critical.
 
     /// The responder's certificate: the first that fits the responder id and verifies the signature, of those carried,
@@ -131,9 +141,16 @@ public:
     [[nodiscard]] std::int32_t VerifyCertificate(const _CERT_CONTEXT* cert, bool verifySR, void** stores,
                                                  unsigned long count) const;
 
-    /// One entry: authorisation, times, critical extensions; not its certificate status. `authorized` null uses what
-    /// VerifyCertificate found (kNotSuccessful is thrown when it did not run), else the value pointed to. Returns
-    /// kWrongUsage, kNextBeforeThis, kNotCurrent, kCertExpired, kCriticalSingleExtension.
+    /// One entry; not its certificate status. `authorized` null uses what VerifyCertificate found (kNotSuccessful is
+    /// thrown when it did not run), else the value pointed to. The checks, in this order:
+    /// - kWrongUsage: the signer may not answer for this entry;
+    /// - kNextBeforeThis: nextUpdate is not after thisUpdate;
+    /// - kNotCurrent: nextUpdate has passed. **Only for a response that CRequest::Send received**, and not for an entry
+    ///   marked as historical. Imported bytes are never compared with the clock, nor are producedAt and thisUpdate
+    ///   here: an old response, and one from the future, passes.
+    /// - kCertExpired: thisUpdate is not before the end of validity of the certificate, where one was matched to the
+    ///   entry (get_SRIndexByCert, or an import with a request made from certificates);
+    /// - kCriticalSingleExtension: a critical extension of the entry is refused.
     [[nodiscard]] std::int32_t VerifySR(unsigned long index, const char* criticalOIDs, bool* authorized) const;
 
     /// Revocation state of `cert` under `issuer` from the CRL stores and `store`: 0, or the converted last error of the

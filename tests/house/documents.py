@@ -1,5 +1,5 @@
 #!/usr/bin/env python3
-"""Compares documents with the code: the samples of the README, the page of statuses, the settings, links and paths."""
+"""Compares documents with the code: samples, the page of statuses, the settings, links and paths."""
 import re
 import subprocess
 import sys
@@ -32,16 +32,30 @@ def paths_of_one_machine():
     return [f"{line}: names a path of one machine" for line in found.stdout.splitlines()]
 
 
-def samples_of_readme():
-    """The code in the README must be part of an example, which is built."""
-    examples = "".join(path.read_text() for path in (ROOT / "examples").glob("*.c*"))
-    samples = re.findall(r"```(?:cpp|c)\n(.*?)```", (ROOT / "README.md").read_text(), re.S)
-    missing = [f"README.md: no example contains: {sample.splitlines()[-2]}" for sample in samples if sample not in examples]
-    return missing if samples else ["README.md: shows no code"]
+def unindented(code):
+    return "".join(f"{line.strip()}\n" for line in code.splitlines())
+
+
+def samples_without_example(document):
+    """The code that a document shows must be part of an example, which is built, or of docs/python.md, which is run."""
+    tested = [*(ROOT / "examples").glob("*.c*"), ROOT / "docs/python.md"]
+    examples = "".join(unindented(path.read_text()) for path in tested)
+    shown = re.findall(r"```(?:cpp|c|python)\n(.*?)```", (ROOT / document).read_text(), re.S)
+    samples = [unindented(code) for code in shown]
+    missing = [f"{document}: no example contains: {code.splitlines()[0]}" for code in samples if code not in examples]
+    return missing if samples else [f"{document}: shows no code"]
+
+
+def sample_of_c_header():
+    """So must the code at the top of the header for C."""
+    header = (ROOT / "checker/checker_c.h").read_text()
+    sample = re.search(r"(?:^//   .*\n)+", header, re.M)[0].replace("//   ", "    ")
+    return [] if sample in (ROOT / "examples/check.c").read_text() else ["checker_c.h: its sample is not part of check.c"]
 
 
 def main():
-    errors = [*samples_of_readme(), *outdated("update-errors"), *outdated("update-settings"), *settings_problems(),
+    errors = [*samples_without_example("README.md"), *samples_without_example("docs/embedding.md"),
+              *sample_of_c_header(), *outdated("update-errors"), *outdated("update-settings"), *settings_problems(),
               *paths_of_one_machine()]
     for document in [*sorted((ROOT / "docs").glob("*.md")), ROOT / "README.md"]:
         if len(document.read_text().splitlines()) > LONGEST_PAGE:

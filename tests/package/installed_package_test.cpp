@@ -33,24 +33,31 @@ protected:
         buildWithFindPackage();
         buildWithPkgConfig();
         root_ = rootCa("Root");
+        ca_ = issueCa(root_, "CA");
         CertificateSpec spec;
         spec.commonName = "responder";
         spec.extendedKeyUsage = "OCSPSigning";
         spec.ocspNoCheck = true;
-        signer_ = issue(root_, spec);
-        good_ = issue(root_, {});
-        revoked_ = issue(root_, {});
+        signer_ = issue(ca_, spec);
+        good_ = issue(ca_, {});
+        revoked_ = issue(ca_, {});
+        folder_->write("root.pem", root_.certificatePem());
+        folder_->write("ca.pem", ca_.certificatePem());
+        folder_->write("ca.der", ca_.certificate);
+        folder_->write("root.crl", makeCrl(root_, {}));
         folder_->write("home/tallow/stores/ROOT/root.pem", root_.certificatePem());
-        folder_->write("root.der", root_.certificate);
+        folder_->write("home/tallow/stores/CA/root.crl", makeCrl(root_, {}));
     }
     static void TearDownTestSuite() { folder_.reset(); }
 
     static std::string prefix() { return folder_->file("prefix"); }
     static std::string program(const std::string& name) { return folder_->file(name); }
+    static std::string example(const std::string& name) { return program("cmake/example-" + name); }
+    static std::string file(const std::string& name) { return folder_->file(name); }
 
     static Responder responder() {
         ResponderOptions options;
-        options.ca = root_;
+        options.ca = ca_;
         options.signer = signer_;
         options.index = {{good_, 'V'}, {revoked_, 'R'}};
         return Responder(options);
@@ -58,16 +65,19 @@ protected:
     static ProcessResult ask(const std::vector<std::string>& command) {
         return run(command, 60000, {"XDG_DATA_HOME=" + folder_->file("home")});
     }
+    static ProcessResult inFolder(const std::string& script) {
+        return ask({"sh", "-c", "cd " + folder_->path().string() + "; " + script});
+    }
     // With the serial number of a certificate that the responder knows, so that it gives that one's status.
     static std::string leafNaming(const Responder& responder, const Identity& known) {
         CertificateSpec spec;
         spec.serial = known.serial();
         spec.ocspUrls = {responder.url()};
-        return folder_->write("leaf.der", issue(root_, spec).certificate);
+        return folder_->write("leaf.der", issue(ca_, spec).certificate);
     }
 
     static std::unique_ptr<TempDir> folder_;
-    static Identity root_, signer_, good_, revoked_;
+    static Identity root_, ca_, signer_, good_, revoked_;
 
 private:
     static void buildWithFindPackage() {
@@ -83,7 +93,7 @@ private:
         const std::string examples = TALLOW_EXAMPLES;
         const std::vector<std::string> path{"PKG_CONFIG_PATH=" + prefix() + "/" TALLOW_LIBDIR "/pkgconfig"};
         runOrThrow({"sh", "-c",
-                    TALLOW_CXX_COMPILER " -std=c++20 " + examples + "/check.cpp -o " + program("pc-check") + flags},
+                    TALLOW_CXX_COMPILER " -std=c++20 " + examples + "/classes.cpp -o " + program("pc-classes") + flags},
                    path);
         runOrThrow(
             {"sh", "-c", TALLOW_C_COMPILER " -std=c11 " + examples + "/check.c -o " + program("pc-check-c") + flags},
@@ -93,57 +103,94 @@ private:
 
 std::unique_ptr<TempDir> InstalledPackage::folder_;
 Identity InstalledPackage::root_;
+Identity InstalledPackage::ca_;
 Identity InstalledPackage::signer_;
 Identity InstalledPackage::good_;
 Identity InstalledPackage::revoked_;
 
-TEST_F(InstalledPackage, ServesTheExampleWithClasses) {
+// Each program takes certificates of a CA below the root, and a responder that this CA named.
+TEST_F(InstalledPackage, ServesTheExamplesThatAsk) {
     const Responder responder = InstalledPackage::responder();
-    for (const std::string& example : {program("cmake/example-check"), program("pc-check")}) {
-        SCOPED_TRACE(example);
-        const ProcessResult good = ask({example, leafNaming(responder, good_), folder_->file("root.der")});
-        EXPECT_EQ(good.exitStatus, 0) << good.err;
-        EXPECT_EQ(good.out, "0x00000000 good\n");
-        const ProcessResult revoked = ask({example, leafNaming(responder, revoked_), folder_->file("root.der")});
-        EXPECT_EQ(revoked.exitStatus, 1) << revoked.err;
-        EXPECT_THAT(revoked.out, StartsWith("0xC2110126 "));
-    }
-}
-
-TEST_F(InstalledPackage, ServesTheExampleWithPlainFunctions) {
-    const Responder responder = InstalledPackage::responder();
-    const std::string settings = folder_->write("settings.toml",
-                                                "[crypto]\nsystem_roots = false\n"
-                                                "[config.cades.ocsppolicy]\nDefaultOCSPURL = \"" +
-                                                    responder.url() + "\"\n");
     struct Row {
-        const Identity& certificate;
-        const char* out;
-        int exitStatus;
+        const char* description;
+        std::vector<std::string> before, after;  // the arguments before and after the certificate
+        std::string good, revoked;               // how the output begins
     };
-    for (const Row& row : {Row{good_, "0x00000000 good\n", 0}, Row{revoked_, "0x80092010 not proven good\n", 1}}) {
-        const std::string leaf = folder_->write("leaf.der", row.certificate.certificate);
-        const std::string pem = folder_->write("leaf.pem", row.certificate.certificatePem());
-        const std::string request = folder_->file("request.der");
-        runOrThrow({"openssl", "ocsp", "-issuer", folder_->write("root.pem", root_.certificatePem()), "-cert", pem,
-                    "-no_nonce", "-reqout", request});
-        for (const std::string& example : {program("cmake/example-check-c"), program("pc-check-c")}) {
-            SCOPED_TRACE(example);
-            const ProcessResult run = ask({example, request, leaf, folder_->file("root.der"), settings});
-            EXPECT_EQ(run.exitStatus, row.exitStatus) << run.err;
-            EXPECT_EQ(run.out, row.out);
+    const std::string good = "The certificate CN=subject is good (thisUpdate ";
+    const std::string revoked = "The certificate CN=subject is revoked since ";
+    const Row rows[] = {
+        {"check", {example("check")}, {file("ca.pem")}, good, revoked},
+        {"own roots", {example("own-roots"), file("root.pem"), file("ca.pem"), file("root.crl")}, {}, good, revoked},
+        {"evidence",
+         {example("evidence"), file("root.pem"), file("root.crl")},
+         {file("ca.pem"), file("response.der")},
+         good,
+         revoked},
+        {"C", {example("check-c")}, {file("ca.pem"), file("root.pem"), file("root.crl")}, good, revoked},
+        {"C by pkg-config",
+         {program("pc-check-c")},
+         {file("ca.pem"), file("root.pem"), file("root.crl")},
+         good,
+         revoked},
+        {"classes", {example("classes")}, {file("ca.der")}, "0x00000000 good\n", "0xC2110126 "},
+        {"pkg-config", {program("pc-classes")}, {file("ca.der")}, "0x00000000 good\n", "0xC2110126 "},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.description);
+        for (const bool isGood : {true, false}) {
+            std::vector<std::string> command = row.before;
+            command.push_back(leafNaming(responder, isGood ? good_ : revoked_));
+            command.insert(command.end(), row.after.begin(), row.after.end());
+            const ProcessResult result = ask(command);
+            EXPECT_EQ(result.exitStatus, isGood ? 0 : 1) << result.err;
+            EXPECT_THAT(result.out, StartsWith(isGood ? row.good : row.revoked));
         }
     }
 }
 
-TEST_F(InstalledPackage, ServesTheExampleOfSignedRequests) {
-    folder_->write("home/tallow/stores/CA/root.crl", makeCrl(root_, {}));
-    const std::string leaf = folder_->write("leaf.der", good_.certificate);
-    const std::string key = folder_->write("key.pem", good_.key.pem());
-    const ProcessResult run = ask({program("cmake/example-signed-request"), leaf, folder_->file("root.der"), leaf, key,
-                                   folder_->file("signed-request.der")});
-    EXPECT_EQ(run.exitStatus, 0) << run.err;
-    EXPECT_EQ(run.out, "trusted requestor\n");
+// Another program carries request and response: openssl here, through named pipes.
+TEST_F(InstalledPackage, ServesTheExampleWithOwnHttp) {
+    const Responder responder = InstalledPackage::responder();
+    leafNaming(responder, good_);
+    const ProcessResult result =
+        inFolder("mkfifo request answer; timeout 30 openssl ocsp -noverify -reqin request -url " + responder.url() +
+                 " -respout answer >carrier.log 2>&1 & exec " + example("own-http") +
+                 " root.pem root.crl leaf.der ca.pem request answer");
+    EXPECT_EQ(result.exitStatus, 0) << result.err;
+    EXPECT_THAT(result.out, StartsWith("POST to " + responder.url() + " as "));
+    EXPECT_THAT(result.out, HasSubstr("the nonce matched"));
+}
+
+TEST_F(InstalledPackage, ServesTheExamplesThatKeepResponses) {
+    {
+        const Responder responder = InstalledPackage::responder();
+        leafNaming(responder, good_);
+        const ProcessResult staple = inFolder("{ until [ -s staple.der ]; do sleep 0.05; done; } | " +
+                                              example("staple") + " root.pem root.crl leaf.der ca.pem staple.der");
+        EXPECT_EQ(staple.exitStatus, 0) << staple.err;
+        EXPECT_THAT(staple.out, HasSubstr(" is good "));
+    }
+    const std::string verify = example("evidence") + " root.pem root.crl leaf.der ca.pem staple.der ";
+    const ProcessResult now = inFolder(verify + "$(date +%s)");
+    EXPECT_EQ(now.exitStatus, 0) << now.out << now.err;
+    const ProcessResult earlier = inFolder(verify + "$(date -d '-1 day' +%s)");
+    EXPECT_EQ(earlier.exitStatus, 1);
+    EXPECT_THAT(earlier.out, HasSubstr("is not proven good"));
+}
+
+TEST_F(InstalledPackage, ServesTheExamplesOfSignedAndReceivedRequests) {
+    const Identity requestor = issue(root_, {});
+    folder_->write("leaf.der", good_.certificate);
+    folder_->write("requestor.der", requestor.certificate);
+    folder_->write("key.pem", requestor.key.pem());
+    const ProcessResult made =
+        inFolder(example("signed-request") + " leaf.der ca.der requestor.der key.pem request.der");
+    EXPECT_EQ(made.exitStatus, 0) << made.err;
+    const ProcessResult received = inFolder(example("received") + " root.pem root.crl request.der");
+    EXPECT_EQ(received.exitStatus, 0) << received.err;
+    EXPECT_EQ(received.out, "CN=subject asks about 1\n");
+    const ProcessResult other = inFolder(example("received") + " ca.pem root.crl request.der");
+    EXPECT_EQ(other.exitStatus, 1);
 }
 
 // A quoted include would need directories named "client" or "message" on the include path of every program.
