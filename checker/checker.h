@@ -239,9 +239,8 @@ private:
 struct Stored {
     /// A copy of octets, from whatever makes an Input: unlike it, this one may outlive them.
     struct Octets {
-        template <typename Source>
-        requires std::is_convertible_v<Source, Input> Octets(
-            Source&& source)  // NOLINT(google-explicit-constructor, bugprone-forwarding-reference-overload)
+        template <typename Source, typename = std::enable_if_t<std::is_convertible_v<Source, Input>>>
+        Octets(Source&& source)  // NOLINT(google-explicit-constructor, bugprone-forwarding-reference-overload)
             : Octets(Input(std::forward<Source>(source)), 0) {}
 
         Bytes bytes;
