@@ -412,7 +412,10 @@ HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
     }
     Options options(easy_.get());
     options.set(CURLOPT_URL, address.url.c_str());
-    options.set(CURLOPT_TIMEOUT_MS, remainingMs);
+    // libcurl counts whole milliseconds and may end early: the check would then seem to have time for one responder
+    // more.
+    constexpr long kRounding = 2;
+    options.set(CURLOPT_TIMEOUT_MS, remainingMs + kRounding);
     // The login is for the server it was given for, which a redirect may leave.
     setLogin(options, address.server == first_.server ? first_.login : Login(), call_.authSchemes);
     CURLcode code = options.code();
