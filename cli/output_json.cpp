@@ -28,6 +28,7 @@ nlohmann::ordered_json toObject(const CheckResult& result) {
     add(object, "nextUpdate", result.nextUpdate);
     add(object, "revocationTime", result.revocationTime);
     add(object, "revocationReason", result.revocationReason);
+    add(object, "nonce", result.nonce);
     add(object, "chain", result.chain);
     if (result.error) {
         object["error"] = {{"code", codeText(result.error->code)}, {"text", result.error->text}};

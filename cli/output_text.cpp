@@ -52,6 +52,7 @@ std::string toText(const std::vector<CheckResult>& results) {
         addLine(text, "produced at:  ", result.producedAt);
         addLine(text, "this update:  ", result.thisUpdate);
         addLine(text, "next update:  ", result.nextUpdate);
+        addLine(text, "nonce:        ", result.nonce);
         addLine(text, "chain:        ", result.chain);
     }
     return text;

@@ -67,7 +67,7 @@ TEST_F(Verdict, AsJsonHasExactlyTheFieldsThatApply) {
     const auto results = parseResults(run.out);
     ASSERT_EQ(results.size(), 3U);
     EXPECT_THAT(results[0],
-                ElementsAre(Key("file"), Pair("nextUpdate", MatchesRegex(kIso8601)),
+                ElementsAre(Key("file"), Pair("nextUpdate", MatchesRegex(kIso8601)), Pair("nonce", "matched"),
                             Pair("producedAt", MatchesRegex(kIso8601)), Pair("responder", responderUrl()),
                             Pair("serial", testing::StrCaseEq(toHex(certs().good.serial()))), Pair("status", "good"),
                             Pair("subject", HasSubstr("good")), Pair("thisUpdate", MatchesRegex(kIso8601))));
