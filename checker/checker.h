@@ -166,7 +166,7 @@ public:
     /// Intermediate certificates. The issuer that is passed to a check is used as well.
     Trust& addCertificates(Input certificates);
     /// CRLs, for the chain of responders: they must show that its CAs are not revoked. For provedAt, those of that
-    /// time.
+    /// time; for receive, also that of the requestor's issuer.
     Trust& addCrls(Input crls);
 
 private:
@@ -259,7 +259,7 @@ struct Stored {
 struct ReceivedRequest {
     enum class Signer {
         kUndecided,  ///< the check could not be made, or the certificate was not found
-        kInvalid,    ///< signature, chain or a critical extension was refused
+        kInvalid,    ///< signature, chain, revocation or a critical extension was refused, or could not be shown
         kUnsigned,
         kProven,
     };

@@ -165,8 +165,8 @@ std::optional<Rejection> Examination::rejectNonce() {
     freshness_ = Freshness::kNonceNotReturned;
     return nonce_.isRequired
                ? std::optional(Rejection{status::kNonceMismatch, Rule::kNonce,
-                                         "the response has no nonce, although one is required; ask without, and the "
-                                         "dates of the response count"})
+                                         "the response has no nonce, although one is required: it is a replay, or the "
+                                         "responder returns none"})
                : std::nullopt;
 }
 

@@ -1,8 +1,13 @@
 // Keeps a response for a server that staples it (RFC 6066, section 8).
 //
 //   std::jthread keeper([&](std::stop_token stop) {
-//       tallow::keepStapled(checker, certificate, issuer, stop,
-//                           [&](const tallow::Bytes& staple, const tallow::Verdict&) { server.setStaple(staple); });
+//       try {
+//           tallow::keepStapled(checker, certificate, issuer, stop,
+//                               [&](const tallow::Bytes& staple, const tallow::Verdict&) { server.setStaple(staple);
+//                               });
+//       } catch (const tallow::BadInput& mistake) {
+//           log(mistake.what());
+//       }
 //   });
 #pragma once
 
