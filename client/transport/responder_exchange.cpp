@@ -12,6 +12,7 @@ namespace Orvane::PKI::OCSP::Client {
 ResponderExchange::ResponderExchange(CRequest& request) : request_(request), check_(request.impl_->downloads()) {
     CRequest::Impl& impl = *request_.impl_;
     impl.Attempts.clear();
+    impl.CheckPolicies(false);  // an imported request is not built, which would check it
     static_cast<void>(encoded());
     impl.Check = &check_;
 }
