@@ -43,11 +43,12 @@ bool mayRefuseNonceByHttp(unsigned long httpStatus) {
 }  // namespace
 
 Nonce nonceOf(const Call& call) {
-    if (call.checker().options.nonce) {
-        return *call.checker().options.nonce;
-    }
     PolicyBinding<CRequestPolicy> policy;
     policy.bind();
+    if (const std::optional<Nonce>& chosen = call.checker().options.nonce) {
+        // An option does not lift what the administrator requires. Without a nonce the request is refused elsewhere.
+        return policy->RequireNonce && *chosen == Nonce::kTry ? Nonce::kRequire : *chosen;
+    }
     if (policy->RequireNonce) {
         return Nonce::kRequire;
     }
@@ -221,6 +222,7 @@ void Asking::judge(const CBlob& body, const Responder& responder, Outcome& outco
     found.serial = std::move(verdict_.serial);
     found.attempts = std::move(verdict_.attempts);
     found.request = bytesOf(exchange_->encoded());
+    found.response = bytesOf(body);
     found.responder = text::safeUrl(responder.url);
     verdict_ = std::move(found);
 }

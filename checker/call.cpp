@@ -77,9 +77,6 @@ void Call::begin() {
     const std::chrono::milliseconds timeout =
         checker_.options.timeout.value_or(checker_.hasPolicy ? kOfSettings : kWithoutSettings);
     record_.dwTimeout = static_cast<DWORD>(std::min<std::int64_t>(timeout.count(), std::numeric_limits<DWORD>::max()));
-    if (checker_.options.useCache) {
-        request.put_Flags(CRequest::kFlagAllowCache);
-    }
     impose();  // last: what throws before it leaves no rules behind
     deadline_ = std::chrono::steady_clock::now() + std::chrono::milliseconds(crypto_check_time_left());
 }

@@ -42,7 +42,8 @@ CertificateToCheck readTarget(Call& call, Input certificate, Input issuer, Verdi
     return target;
 }
 
-// A good certificate with an invalid chain is not good; one that is revoked stays so.
+}  // namespace
+
 void verifyChain(Call& call, const CertificateToCheck& target, Verdict& verdict) {
     if (!call.checker().options.verifyChain || verdict.answer == Answer::kUnproven) {
         return;
@@ -62,6 +63,8 @@ void verifyChain(Call& call, const CertificateToCheck& target, Verdict& verdict)
     reject(verdict, *rejection);
 }
 
+namespace {
+
 // Examines an answer about one certificate that nobody has to be asked about.
 void examine(Call& call, const CertificateToCheck& target, const NonceRule& nonce, Input answer, Verdict& verdict) {
     Examination examination(call, nonce);
@@ -74,6 +77,7 @@ void examine(Call& call, const CertificateToCheck& target, const NonceRule& nonc
         verdict.unverified = Bytes(answer.bytes.begin(), answer.bytes.end());
         return;
     }
+    verdict.response = Bytes(answer.bytes.begin(), answer.bytes.end());
     verifyChain(call, target, verdict);
 }
 
@@ -82,7 +86,7 @@ void requireUsable(const Options& options) {
         throw BadInput(status::kInvalidArgument, "the timeout is 0 or less; use a positive one");
     }
     if (options.clockSkew.count() < 0 || (options.maxAge && options.maxAge->count() <= 0)) {
-        throw BadInput(status::kInvalidArgument, "clockSkew or maxAge is negative; use positive times");
+        throw BadInput(status::kInvalidArgument, "clockSkew is negative, or maxAge is 0 or less; use positive times");
     }
     constexpr std::chrono::hours kLongest{24 * 366 * 100};
     if (options.clockSkew > kLongest || (options.maxAge && *options.maxAge > kLongest)) {

@@ -136,9 +136,12 @@ struct TALLOW_EXPORT Verdict {
     Authority authority = Authority::kNone;
     bool isChainValid = false;  ///< the certificate's own chain was validated (Options::verifyChain)
 
-    Bytes request;   ///< what was sent
-    Bytes response;  ///< the verified response as received, to be stored or stapled; empty when unproven
-    /// The last answer that was refused. For diagnosis only: anybody may have written it.
+    Bytes request;  ///< what was sent
+    /// The verified response as received, to be stored or stapled; empty when unproven. Of the verdicts of `verify`
+    /// only the first that is proven has it.
+    Bytes response;
+    /// The last answer that was refused. For diagnosis only: anybody may have written it. Of the verdicts of `verify`
+    /// only the first has it.
     Bytes unverified;
     std::vector<Attempt> attempts;
     std::string cause;  ///< why the certificate is not proven, in one line; empty when it is
@@ -191,7 +194,7 @@ struct Options {
     std::optional<std::chrono::milliseconds> timeout{};
     /// Asked instead of the addresses in the certificate, in this order.
     std::vector<std::string> responders{};
-    /// Absent: what the administrator's policy says; else kTry.
+    /// Absent: what the administrator's policy says; else kTry. RequireNonce of the policy holds whatever is set here.
     std::optional<Nonce> nonce{};
     /// Narrows how old thisUpdate may be; absent: nextUpdate decides, and 7 days (policy: ThisUpdateAccuracy) without
     /// it.
@@ -205,7 +208,7 @@ struct Options {
     /// Dotted OID of the hash in certificate identifiers; empty: that of the policy, else SHA-1, which every responder
     /// knows. No security depends on it.
     std::string hashOid{};
-    /// Whether downloads are kept on disk, and responses where policy applies and says so (OcspValiditySeconds).
+    /// Whether downloaded issuers and CRLs are kept on disk and used again. Responses are always asked for.
     bool useCache = false;
     /// Whether a good certificate must also have a valid chain. Without this only its status is checked.
     bool verifyChain = false;
@@ -312,12 +315,13 @@ public:
     [[nodiscard]] Verdict judge(const Question& question, Input answer) const;
 
     /// What a stored response proves about the certificate at `when`: the signer's chain, its revocation and the dates
-    /// are those of that time. Downloads are not used. A certificate that was revoked after `when` is good, with
-    /// `revokedAt` set, unless the responder names an earlier invalidityDate. Nothing is good at a time in the future.
+    /// are those of that time. Downloads are not used. A certificate that was revoked after `when`, by more than
+    /// `clockSkew`, is good, with `revokedAt` set, unless the responder names an earlier invalidityDate. Nothing is
+    /// good at a time in the future.
     [[nodiscard]] Verdict provedAt(Time when, Input certificate, Input issuer, Input answer) const;
 
     /// What a stored response says about one certificate, about those of a request, or about all its entries. At least
-    /// one verdict. Downloads are not used.
+    /// one verdict. Downloads are not used. With `verifyChain` only a certificate that is given can be good.
     [[nodiscard]] std::vector<Verdict> verify(Input answer, const Stored& stored = {}) const;
 
     /// Sends a request as it is. The answer is read and its nonce compared, but **nothing is verified**.

@@ -147,14 +147,13 @@ std::int32_t statusOf(Answer answer) {
 
 std::optional<Rejection> Examination::rejectNonce() {
     reached_ = Step::kNonce;
-    if (nonce_.sent.cbData() == 0) {
+    if (!nonce_.sent || nonce_.sent->cbData() == 0) {
         freshness_ = Freshness::kNonceNotSent;
-        // A nonce that nobody sent belongs to the answer for somebody else.
-        return nonce_.isLive && response_.get_HasNonce()
-                   ? std::optional(Rejection{status::kNonceMismatch, Rule::kNonce})
-                   : std::nullopt;
+        // A nonce that the request does not have belongs to the answer to another one.
+        return nonce_.sent && response_.get_HasNonce() ? std::optional(Rejection{status::kNonceMismatch, Rule::kNonce})
+                                                       : std::nullopt;
     }
-    if (response_.VerifyNonce(nonce_.sent.pbData(), nonce_.sent.cbData())) {
+    if (response_.VerifyNonce(nonce_.sent->pbData(), nonce_.sent->cbData())) {
         freshness_ = Freshness::kNonceMatched;
         return std::nullopt;
     }
@@ -171,7 +170,6 @@ std::optional<Rejection> Examination::rejectNonce() {
 }
 
 std::optional<Rejection> Examination::read(const Orvane::CBlob& bytes) {
-    bytes_ = bytes;
     reached_ = Step::kDecoding;
     if (std::optional<Rejection> rejection = rejectionOf(Rule::kForm, [&]() -> std::optional<Rejection> {
             response_.Import(bytes.pbData(), bytes.cbData(), nullptr);
@@ -196,7 +194,13 @@ std::optional<Rejection> Examination::prove(const Orvane::CBlob& bytes) {
     rules::Proof proof = rules::proveSigner(response_, stores, 1);
     signer_ = proof.signer;
     reached_ = proof.rejection ? stepOf(proof.rejection->rule) : Step::kSigner;
-    return std::move(proof.rejection);
+    if (proof.rejection) {
+        return std::move(proof.rejection);
+    }
+    return rejectionOf(Rule::kEntry, [this]() -> std::optional<Rejection> {
+        entries_ = rules::EntryTable(response_);
+        return std::nullopt;
+    });
 }
 
 rules::RuleClock Examination::clock() const {
@@ -212,6 +216,7 @@ rules::RuleClock Examination::clock() const {
         .oldestOfAll = std::nullopt,
         .isTooOld = false,
         .isPast = call_.isPast(),
+        .present = CDateTime::Now(),
     };
     if (options.maxAge) {
         clock.oldestOfAll = before(now, *options.maxAge);
@@ -226,7 +231,7 @@ rules::RuleClock Examination::clock() const {
 
 std::optional<Rejection> Examination::answer(const rules::Subject& subject, Verdict& verdict) const {
     reached_ = Step::kEntry;
-    std::variant<rules::Finding, Rejection> found = rules::findingOn(response_, subject, clock());
+    std::variant<rules::Finding, Rejection> found = rules::findingOn(response_, entries_, subject, clock());
     if (auto* rejection = std::get_if<Rejection>(&found)) {
         return std::move(*rejection);
     }
@@ -250,7 +255,6 @@ std::optional<Rejection> Examination::answer(const rules::Subject& subject, Verd
     verdict.signer = text::subjectOf(signer_);
     verdict.signerCertificate = Bytes(signer_->pbCertEncoded, signer_->pbCertEncoded + signer_->cbCertEncoded);
     verdict.authority = authorityOf(signer_, subject.issuer, call_.checker().hasPolicy);
-    verdict.response = bytesOf(bytes_);
     verdict.answer = answerOf(finding.status);
     verdict.status = statusOf(verdict.answer);
     verdict.reached = Step::kProven;

@@ -10,11 +10,13 @@
 
 namespace tallow {
 
+struct CertificateToCheck;
+
 /// How the nonce counts.
 struct NonceRule {
-    Orvane::CBlob sent;       // in the form of CResponse::VerifyNonce; empty: none was sent
-    bool isRequired = false;  // a response without it is rejected
-    bool isLive = false;      // the response was just asked for, so the policy's ResponseAccuracy counts
+    std::optional<Orvane::CBlob> sent;  // in the form of CResponse::VerifyNonce; empty: none; absent: not known
+    bool isRequired = false;            // a response without it is rejected
+    bool isLive = false;                // the response was just asked for, so the policy's ResponseAccuracy counts
 };
 
 /// A response that is examined step by step. Each step may be taken once, in this order; after a rejection no further
@@ -30,7 +32,7 @@ public:
     /// The same, then finds the signer and checks it.
     std::optional<rules::Rejection> prove(const Orvane::CBlob& bytes);
 
-    /// Looks the subject up and fills the verdict when it is found.
+    /// Looks the subject up and fills the verdict when it is found, except for the octets of the response.
     std::optional<rules::Rejection> answer(const rules::Subject& subject, Verdict& verdict) const;
 
     /// How far prove or answer got.
@@ -55,8 +57,11 @@ private:
     std::optional<std::uint32_t> refusal_;
     bool isDecoded_ = false;
     mutable Step reached_ = Step::kDecoding;
-    Orvane::CBlob bytes_;
+    rules::EntryTable entries_;
 };
+
+/// With Options::verifyChain: a good certificate with an invalid chain is not good; one that is revoked stays so.
+void verifyChain(Call& call, const CertificateToCheck& target, Verdict& verdict);
 
 /// The step to which a rule belongs.
 Step stepOf(rules::Rule rule);

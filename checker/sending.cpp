@@ -22,8 +22,8 @@ std::optional<Rejection> exchange(Call& call, Input bytes, const std::string& ur
     CRequest& request = call.request();
     request.Import(bytes.bytes.data(), static_cast<unsigned long>(bytes.bytes.size()));
     const NonceRule nonce{ResponderExchange::nonceOf(request), false, true};
-    rule = Rule::kForm;
     ResponderExchange exchange(request);
+    rule = Rule::kForm;
     std::optional<Rejection> rejection;
     bool isAnswered = false;
     try {

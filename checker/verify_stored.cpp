@@ -1,4 +1,6 @@
 // What a stored response says: about one certificate, about those of a request, or about all that it names.
+#include <algorithm>
+
 #include "checker/call.h"
 #include "checker/input.h"
 #include "checker/judge.h"
@@ -103,7 +105,7 @@ Verdict StoredResponse::verdictOn(const rules::Subject& subject) const {
 }
 
 std::vector<Verdict> StoredResponse::verdictsOn(Input answer) {
-    const NonceRule nonce{request_ ? ResponderExchange::nonceOf(*request_) : Orvane::CBlob(), true, false};
+    const NonceRule nonce{request_ ? std::optional(ResponderExchange::nonceOf(*request_)) : std::nullopt, true, false};
     Examination examination(call_, nonce);
     std::optional<Rejection> rejection = examination.prove(blobOf(answer));
     std::vector<rules::Subject> all;
@@ -121,15 +123,25 @@ std::vector<Verdict> StoredResponse::verdictsOn(Input answer) {
             rejection ? rejection : rejectionOf(Rule::kEntry, [&] { return examination.answer(subject, verdict); });
         if (refused) {
             reject(verdict, *refused);
+        } else if (target_) {
+            verifyChain(call_, *target_, verdict);
+        } else if (call_.checker().options.verifyChain && verdict.answer != Answer::kRevoked) {
+            reject(verdict, {status::kInvalidArgument, Rule::kChain,
+                             "the chain cannot be validated, since only the number of the certificate is known; pass "
+                             "the certificate"});
         }
     }
     if (verdicts.empty()) {
         reject(verdicts.emplace_back(named_), *rejection);
     }
-    for (Verdict& verdict : verdicts) {
-        if (verdict.answer == Answer::kUnproven) {
-            verdict.unverified = Bytes(answer.bytes.begin(), answer.bytes.end());
-        }
+    // Once each: an answer may have thousands of entries.
+    const auto proven = std::find_if(verdicts.begin(), verdicts.end(),
+                                     [](const Verdict& verdict) { return verdict.answer != Answer::kUnproven; });
+    if (proven != verdicts.end()) {
+        proven->response = Bytes(answer.bytes.begin(), answer.bytes.end());
+    }
+    if (verdicts.front().answer == Answer::kUnproven) {
+        verdicts.front().unverified = Bytes(answer.bytes.begin(), answer.bytes.end());
     }
     return verdicts;
 }

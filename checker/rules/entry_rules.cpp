@@ -166,11 +166,15 @@ struct Entries {
     std::vector<Entry> undecided;
 };
 
-Entries entriesOn(const CResponse& response, const Subject& subject, const RuleClock& clock) {
+std::string keyOf(const CBlob& serial) {
+    return {reinterpret_cast<const char*>(serial.pbData()), serial.cbData()};
+}
+
+Entries entriesOn(const CResponse& response, const EntryTable& table, const Subject& subject, const RuleClock& clock) {
     Entries entries;
     bool isAnswered = false;
-    for (unsigned long i = 0; i < response.get_SRNumber(); ++i) {
-        const Relation relation = relationOf(subject, response.get_SRCertID(i));
+    for (const auto& [i, id] : table.withSerial(subject.id.get_serialNumber())) {
+        const Relation relation = relationOf(subject, id);
         if (relation == Relation::kOther) {
             continue;
         }
@@ -206,8 +210,15 @@ bool wasInvalidBefore(const CResponse& response, const Entry& entry, const RuleC
 // The responder learned later that the certificate had been revoked, but only after the time in question.
 bool isRevokedLater(const CResponse& response, const Entry& entry, const RuleClock& clock) {
     const CDateTime* const revoked = response.get_SRRevTime(entry.index());
-    return clock.isPast && entry.status() == CCertStatus::kRevoked && revoked != nullptr && *revoked > clock.now &&
-           response.get_SRThisUpdate(entry.index()) >= *revoked && !wasInvalidBefore(response, entry, clock);
+    if (!clock.isPast || entry.status() != CCertStatus::kRevoked || revoked == nullptr) {
+        return false;
+    }
+    // The responder's clock may be ahead, and then the revocation was earlier than it says.
+    const CDateTime latest = clock.present + clock.tolerance;
+    const CDateTime thisUpdate = response.get_SRThisUpdate(entry.index());
+    const bool isClockWrong = thisUpdate > latest || response.get_ProducedAt() > latest;
+    return !isClockWrong && *revoked > clock.now + clock.tolerance && thisUpdate >= *revoked &&
+           !wasInvalidBefore(response, entry, clock);
 }
 
 bool isRevoked(const Entry& entry, bool isAlone) {
@@ -236,6 +247,20 @@ std::optional<Rejection> rejectUndecided(const Entry& entry) {
 
 }  // namespace
 
+EntryTable::EntryTable(const CResponse& response) {
+    for (unsigned long i = 0; i < response.get_SRNumber(); ++i) {
+        CCertID id = response.get_SRCertID(i);
+        std::string key = keyOf(id.get_serialNumber());
+        rows_[std::move(key)].emplace_back(i, std::move(id));
+    }
+}
+
+const std::vector<EntryTable::Row>& EntryTable::withSerial(const CBlob& serial) const {
+    static const std::vector<Row> none;
+    const auto found = rows_.find(keyOf(serial));
+    return found == rows_.end() ? none : found->second;
+}
+
 Subject subjectFor(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer) {
     constexpr const char* kSha1 = "1.3.14.3.2.26";
     const Orvane::ASN1::CAlgorithmIdentifierEx algorithm(kSha1);
@@ -246,8 +271,9 @@ bool isAbout(const Subject& subject, const CCertID& id) {
     return relationOf(subject, id) == Relation::kExact;
 }
 
-std::variant<Finding, Rejection> findingOn(const CResponse& response, const Subject& subject, const RuleClock& clock) {
-    const Entries entries = entriesOn(response, subject, clock);
+std::variant<Finding, Rejection> findingOn(const CResponse& response, const EntryTable& table, const Subject& subject,
+                                           const RuleClock& clock) {
+    const Entries entries = entriesOn(response, table, subject, clock);
     if (entries.about.empty()) {
         return Rejection{status::kNotAnswered, Rule::kEntry};
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <cstdio>
+#include <limits>
 
 namespace tallow::text {
 
@@ -42,6 +43,9 @@ std::string iso8601(const CDateTime* time) {
 }
 
 std::string iso8601(Time time) {
+    if (time == timeOf(CDateTime::fromTicks(std::numeric_limits<std::int64_t>::max()))) {
+        return "9999-12-31T23:59:59Z";  // what certificates and responses say for "without end"
+    }
     const CDateTime date = dateOf(time);
     return iso8601(&date);
 }

@@ -104,6 +104,15 @@ TEST_F(CheckerAttack, WithTimesNeverGivesGood) {
         compromised.entries[0].extensions = invalidSince(text);
         EXPECT_EQ(at(-600s, compromised).answer, Answer::kRevoked) << "its key was known to others before";
     }
+    // A responder whose clock is ahead dates a revocation of just now in the future.
+    for (const long ahead : {100L, 600L, kDay}) {
+        ResponseSpec early = about(pki.good, EntryStatus::kRevoked);
+        early.producedAt = early.entries[0].thisUpdate = early.entries[0].revocationTime = generalizedTimeText(ahead);
+        early.entries[0].nextUpdate = generalizedTimeText(ahead + 3600);
+        EXPECT_EQ(at(0s, early).answer, Answer::kRevoked) << ahead;
+        early.producedAt = generalizedTimeText(0);
+        EXPECT_EQ(at(0s, early).answer, Answer::kRevoked) << ahead << " and a correct producedAt";
+    }
 }
 
 TEST_F(CheckerAttack, WithSizesAndPolicyNeverGivesGood) {
@@ -120,6 +129,17 @@ TEST_F(CheckerAttack, WithSizesAndPolicyNeverGivesGood) {
     }};
     expectUnproven(check(options, Trust::system()), Step::kExchange, status::kAddressRefused);
     EXPECT_FALSE(isAsked);
+    settings("RequireNonce = true\n");
+    for (const Nonce nonce : {Nonce::kRequire, Nonce::kTry, Nonce::kOff}) {
+        EXPECT_EQ(check({.nonce = nonce, .exchange = sending(buildResponse(good()))}, Trust::system()).answer,
+                  Answer::kUnproven);
+    }
+    const Bytes request =
+        Checker(own(), {.nonce = Nonce::kOff}).ask(pki.good.certificate, pki.ca.certificate).request();
+    HttpServer server(serving(good()));
+    const tallow::Sent sent = Checker(Trust::system()).send(request, server.url());
+    EXPECT_EQ(sent.status, status::kOptionAgainstPolicy) << sent.cause;
+    EXPECT_TRUE(sent.answer.empty());
 }
 
 // ---- Texts ----------------------------------------------------------------------------------------------------------

@@ -153,6 +153,8 @@ TEST_F(CheckerStored, IsComparedWithWhatIsGiven) {
     const Checker checker(own().addCertificates(pki.ca.certificate), {.responders = {url}});
     const Question question = checker.ask(pki.good.certificate, pki.ca.certificate);
     const Question other = checker.ask(pki.good.certificate, pki.ca.certificate);
+    const Question plainQuestion =
+        Checker(own(), {.responders = {url}, .nonce = Nonce::kOff}).ask(pki.good.certificate, pki.ca.certificate);
     const Question unasked = checker.ask(pki.unknown.certificate, pki.ca.certificate);
     ResponseSpec spec = good();
     spec.entries.emplace_back(certIdOf(pki.revoked, pki.ca), EntryStatus::kRevoked);
@@ -186,6 +188,8 @@ TEST_F(CheckerStored, IsComparedWithWhatIsGiven) {
              Row{"the request", withNonce, {.request = question.request()}, {kGood}},
              Row{"another request", withNonce, {.request = other.request()}, {kNo}},
              Row{"a response without the nonce", plain, {.request = question.request()}, {kNo}},
+             Row{"a request without a nonce", plain, {.request = plainQuestion.request()}, {kGood}},
+             Row{"a nonce that was not sent", withNonce, {.request = plainQuestion.request()}, {kNo}},
              Row{"a request about another certificate",
                  echoing(spec, unasked.request()),
                  {.request = unasked.request()},
@@ -201,16 +205,52 @@ TEST_F(CheckerStored, IsComparedWithWhatIsGiven) {
          }) {
         SCOPED_TRACE(row.name);
         std::vector<Answer> answers;
+        std::size_t numKept = 0;
         for (const Verdict& verdict : checker.verify(row.response, row.stored)) {
             answers.push_back(verdict.answer);
             EXPECT_EQ(verdict.status == 0, verdict.answer == Answer::kGood);
-            EXPECT_EQ(verdict.response.empty(), verdict.answer == Answer::kUnproven);
+            numKept += verdict.response.empty() ? 0 : 1;
         }
+        EXPECT_EQ(numKept, row.answers.front() == kNo ? 0U : 1U) << "the response, once";
         EXPECT_EQ(answers, row.answers);
     }
     const std::vector<Verdict> unusable = checker.verify(plain, {.certificate = "no certificate"});
     ASSERT_EQ(unusable.size(), 1U);
     EXPECT_EQ(unusable[0].reached, Step::kInput) << unusable[0].why();
+}
+
+TEST_F(CheckerStored, IsNotCopiedForEachEntryOfARefusedResponse) {
+    ResponseSpec spec = good();
+    spec.entries.resize(2000, spec.entries[0]);
+    spec.corruptSignature = true;
+    const Bytes response = buildResponse(spec);
+    std::size_t size = 0;
+    for (const Verdict& verdict : Checker(own()).verify(response)) {
+        EXPECT_EQ(verdict.answer, Answer::kUnproven);
+        size += verdict.unverified.size();
+    }
+    EXPECT_LE(size, response.size());
+}
+
+TEST_F(CheckerStored, NeedsAChainWhenItIsWanted) {
+    CertificateSpec over;
+    over.notBeforeSeconds = -7200;
+    over.notAfterSeconds = -30;
+    const Identity leaf = issue(pki.ca, over);
+    const Checker checker(own(), {.verifyChain = true});
+    const auto verified = [&](const Identity& subject, EntryStatus status, bool isNamed) {
+        const Bytes response = buildResponse(about(subject, status));
+        const Stored stored = isNamed ? Stored{.certificate = subject.certificate, .issuer = pki.ca.certificate}
+                                      : Stored{.issuer = pki.ca.certificate};
+        return checker.verify(response, stored).front();
+    };
+    const Verdict good = verified(pki.good, EntryStatus::kGood, true);
+    expectProven(good, Answer::kGood);
+    EXPECT_TRUE(good.isChainValid);
+    expectUnproven(verified(leaf, EntryStatus::kGood, true), Step::kChain, status::kCertExpired);
+    expectUnproven(verified(pki.good, EntryStatus::kGood, false), Step::kChain, status::kInvalidArgument);
+    EXPECT_EQ(verified(leaf, EntryStatus::kRevoked, true).answer, Answer::kRevoked);
+    EXPECT_EQ(verified(pki.good, EntryStatus::kRevoked, false).answer, Answer::kRevoked);
 }
 
 }  // namespace
