@@ -33,12 +33,18 @@ std::string textOf(const std::optional<Time>& time) {
     return time ? iso8601(*time) : std::string();
 }
 
-const char* proxyRemedy(const Verdict& verdict) {
+// The option that helps against an HTTP status.
+const char* httpRemedy(const Verdict& verdict) {
+    constexpr int kOk = 200;
     constexpr int kProxyLogin = 407;
-    return std::any_of(verdict.attempts.begin(), verdict.attempts.end(),
-                       [](const Attempt& attempt) { return attempt.httpStatus == kProxyLogin; })
-               ? " (--proxy)"
-               : "";
+    const auto anyHas = [&verdict](auto holds) {
+        return std::any_of(verdict.attempts.begin(), verdict.attempts.end(),
+                           [&holds](const Attempt& attempt) { return holds(attempt.httpStatus); });
+    };
+    if (anyHas([](int httpStatus) { return httpStatus == kProxyLogin; })) {
+        return " (--proxy)";
+    }
+    return anyHas([](int httpStatus) { return httpStatus > kOk; }) ? " (--url)" : "";
 }
 
 }  // namespace
@@ -51,7 +57,8 @@ void fill(CheckResult& result, const Verdict& verdict) {
     if (!verdict.serial.empty()) {
         result.serial = Orvane::CBlob(verdict.serial.data(), verdict.serial.size()).writeToHexString(0).c_str();
     }
-    if (verdict.answer != Answer::kUnproven) {
+    // A response was verified also when only the chain of the certificate is not valid.
+    if (verdict.answer != Answer::kUnproven || verdict.reached == Step::kChain) {
         result.responder = verdict.responder.empty() ? verdict.signer : verdict.responder;
         result.producedAt = textOf(verdict.producedAt);
         result.thisUpdate = textOf(verdict.thisUpdate);
@@ -63,7 +70,7 @@ void fill(CheckResult& result, const Verdict& verdict) {
         }
     }
     if (!verdict.cause.empty()) {
-        result.error = explain(verdict.status, verdict.cause + proxyRemedy(verdict));
+        result.error = explain(verdict.status, verdict.cause + httpRemedy(verdict));
     }
     // Whatever the cause is: unreadable settings cause many failures.
     if (const std::string mistake = settingsMistake(); verdict.answer == Answer::kUnproven && !mistake.empty()) {

@@ -132,7 +132,7 @@ Outcome runRequest(const RequestOptions& options) {
     const char* step = "reading the policy";
     try {
         CRequest request;
-        const Checker checker(inputs.trust());
+        const Checker checker(inputs.trust(), {.useCache = true});
         step = "finding the issuer";
         for (unsigned long i = 0; i < asked.size(); ++i) {
             subject = asked[i].file;

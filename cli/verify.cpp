@@ -19,7 +19,9 @@ Bytes octetsOf(const Orvane::CBlob& blob) {
 // Without a local issuer the entries cannot be compared.
 void requireIssuer(const RunInputs& inputs, const ATL2::CCertContext& certificate, const std::string& path) {
     try {
-        if (Checker(inputs.trust(), {.downloads = false}).issuerOf(encodingOf(certificate), inputs.issuer()).empty()) {
+        if (Checker(inputs.trust(), {.downloads = false, .useCache = true})
+                .issuerOf(encodingOf(certificate), inputs.issuer())
+                .empty()) {
             throw InputError(path, "its issuer is not known; name it (--issuer)", status::kNoSigner);
         }
     } catch (const BadInput& failure) {
