@@ -4,8 +4,11 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <condition_variable>
+#include <mutex>
 #include <stdexcept>
 #include <string>
+#include <thread>
 
 #include "python/conversions.h"
 
@@ -66,7 +69,54 @@ std::optional<Bytes> call(const py::object& callable, const std::string& url, co
     return Bytes(octets.begin(), octets.end());
 }
 
+// Never destroyed: a daemon thread may still use it while the process ends.
+struct Calls {
+    std::mutex mutex;
+    std::condition_variable ended;
+    int numRunning = 0;
+    bool isClosed = false;
+    std::thread::id closer;  // the thread that ends the program
+};
+Calls& calls() {
+    static auto* const instance = new Calls;
+    return *instance;
+}
+
 }  // namespace
+
+RunningCall::RunningCall() {
+    {
+        const std::lock_guard lock(calls().mutex);
+        if (!calls().isClosed) {
+            ++calls().numRunning;
+            return;
+        }
+        if (calls().closer == std::this_thread::get_id()) {
+            throw std::runtime_error("the program is about to end; make checks before");
+        }
+    }
+    PyEval_SaveThread();
+    for (;;) {
+        pause();
+    }
+}
+
+RunningCall::~RunningCall() {
+    const std::lock_guard lock(calls().mutex);
+    --calls().numRunning;
+    calls().ended.notify_all();
+}
+
+void RunningCall::watchTheEnd() {
+    py::module_::import("atexit").attr("register")(py::cpp_function([] {
+        // An exchange in Python needs the GIL to finish.
+        const py::gil_scoped_release released;
+        std::unique_lock lock(calls().mutex);
+        calls().isClosed = true;
+        calls().closer = std::this_thread::get_id();
+        calls().ended.wait_for(lock, std::chrono::minutes(1), [] { return calls().numRunning == 0; });
+    }));
+}
 
 thread_local PendingExit* PendingExit::current_ = nullptr;
 

@@ -46,10 +46,25 @@ private:
 /// Takes the GIL back after PyEval_SaveThread. Does not return while Python shuts down.
 void restoreThread(PyThreadState* state);
 
+/// Counts the calls that run without the GIL, since the process must not end under them: OpenSSL is gone then.
+class RunningCall {
+public:
+    /// With the GIL. When the program is about to end, the thread that ends it gets a RuntimeError, and others wait for
+    /// the end.
+    RunningCall();
+    ~RunningCall();
+    RunningCall(const RunningCall&) = delete;
+    RunningCall& operator=(const RunningCall&) = delete;
+
+    /// Has the end of the program wait for running calls, up to a minute.
+    static void watchTheEnd();
+};
+
 /// Returns what `run` returns, which is called without the GIL.
 template <typename Run>
 auto withoutGil(Run run) {
     const PendingExit pending;
+    const RunningCall running;
     std::optional<std::invoke_result_t<Run>> result;
     std::exception_ptr failure;
     PyThreadState* const state = PyEval_SaveThread();

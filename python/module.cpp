@@ -2,6 +2,7 @@
 #include "python/module.h"
 
 #include "checker/checker.h"
+#include "python/calls.h"
 
 namespace tallow::python {
 
@@ -59,4 +60,5 @@ Ctrl-C: KeyboardInterrupt is raised when it returns, at the latest after `timeou
     tallow::python::defineEnums(module);
     tallow::python::defineResults(module);
     tallow::python::defineChecker(module);
+    tallow::python::RunningCall::watchTheEnd();
 }
