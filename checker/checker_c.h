@@ -118,7 +118,8 @@ TALLOW_EXPORT int32_t tallow_checker_set_proxy(tallow_checker* checker, const ch
 /// which every responder knows. No security depends on it.
 TALLOW_EXPORT int32_t tallow_checker_set_hash(tallow_checker* checker, const char* oid);
 
-/// Whether responses and downloads are kept on disk where the settings say so; by default they are not.
+/// Whether downloaded issuers and CRLs are kept on disk and used again; by default they are not. Responses are always
+/// asked for.
 TALLOW_EXPORT int32_t tallow_checker_set_cache(tallow_checker* checker, bool isOn);
 
 /// Whether a good certificate must also have a valid chain. By default only its status is checked.
@@ -277,7 +278,8 @@ TALLOW_RESULT const uint8_t* tallow_verdict_signer_certificate(const tallow_verd
 
 /// What was sent.
 TALLOW_RESULT const uint8_t* tallow_verdict_request(const tallow_verdict* verdict, size_t* size);
-/// The verified response as received, to be stored or stapled; absent when unproven.
+/// The verified response as received, to be stored or stapled; absent when unproven. Of a list of verdicts only the
+/// first that is proven has it.
 TALLOW_RESULT const uint8_t* tallow_verdict_response(const tallow_verdict* verdict, size_t* size);
 /// The last answer that was refused. For diagnosis only: anybody may have written it.
 TALLOW_RESULT const uint8_t* tallow_verdict_unverified(const tallow_verdict* verdict, size_t* size);
