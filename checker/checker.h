@@ -16,6 +16,10 @@
 // every Checker. docs/embedding.md shows how the parts are used together.
 #pragma once
 
+#if __cplusplus < 202002L
+#error "tallow needs C++20: compile with -std=c++20"
+#endif
+
 #include <chrono>
 #include <cstdint>
 #include <functional>

@@ -1,5 +1,6 @@
 #include "checker/input.h"
 
+#include <algorithm>
 #include <limits>
 #include <new>
 
@@ -36,9 +37,21 @@ void take(const CRYPTO_STORE_ITEM* item, void* context) {
     }
 }
 
-void require(bool isFound, const Contents& contents, const std::string& what, const char* kind) {
+// A short text of one line with a dot or a slash: a common slip.
+bool looksLikePath(Input input) {
+    constexpr std::size_t kLongestPath = 4096;
+    const auto isPrintable = [](std::uint8_t octet) { return octet >= ' ' && octet != 0x7F; };
+    const auto isOfPath = [](std::uint8_t octet) { return octet == '/' || octet == '.'; };
+    return input.bytes.size() < kLongestPath && std::all_of(input.bytes.begin(), input.bytes.end(), isPrintable) &&
+           std::any_of(input.bytes.begin(), input.bytes.end(), isOfPath);
+}
+
+void require(bool isFound, const Contents& contents, Input input, const std::string& what, const char* kind) {
     if (isFound && !contents.isBroken) {
         return;
+    }
+    if (looksLikePath(input)) {
+        throw BadInput(status::kAsn1Error, what + " looks like a path; read the file and pass its content");
     }
     throw BadInput(status::kAsn1Error, what +
                                            (contents.problem.empty() ? std::string(" contains no ") + kind
@@ -63,13 +76,13 @@ Contents contentsOf(Input input) {
 
 std::vector<ATL2::CCertContext> certificatesIn(Input input, const std::string& what) {
     Contents contents = contentsOf(input);
-    require(!contents.certificates.empty(), contents, what, "certificate");
+    require(!contents.certificates.empty(), contents, input, what, "certificate");
     return std::move(contents.certificates);
 }
 
 std::vector<Bytes> crlsIn(Input input, const std::string& what) {
     Contents contents = contentsOf(input);
-    require(!contents.crls.empty(), contents, what, "CRL");
+    require(!contents.crls.empty(), contents, input, what, "CRL");
     return std::move(contents.crls);
 }
 

@@ -58,6 +58,7 @@ TEST_F(CheckerInput, MayHaveTheUsualForms) {
     expectUnproven(checker.check(many), Step::kInput, status::kNoSigner);
     const std::string huge(64U << 20, 'A');
     expectUnproven(checker.check(huge, ca), Step::kInput, status::kAsn1Error);
+    EXPECT_NE(checker.check("certs/leaf.pem", ca).cause.find("looks like a path"), std::string::npos);
     EXPECT_EQ(checker.check(Input(static_cast<const char*>(nullptr))).answer, kNo);
     EXPECT_EQ(checker.check(Input(nullptr, 0)).answer, kNo);
 }
