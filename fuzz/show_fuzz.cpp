@@ -1,20 +1,12 @@
-// What the command reads itself from untrusted octets: `tallow show`, whose lines must be safe for a terminal, and the
-// check of a response's form.
+// What the command reads itself from untrusted octets: `tallow show`, whose lines must be safe for a terminal.
 #include <cstddef>
 #include <cstdint>
 #include <cstdlib>
 
-#include "checker/rules/response_form.h"
 #include "cli/output.h"
 #include "cli/show.h"
-#include "handles/exception.h"
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
-    try {
-        static_cast<void>(tallow::cli::rejectForm(Orvane::CBlob(data, size)));
-    } catch (const ATL::CAtlException&) {
-        // no response
-    }
     const std::optional<tallow::cli::Shown> shown = tallow::cli::shownOf(Orvane::CBlob(data, size));
     if (!shown) {
         return 0;
