@@ -121,7 +121,8 @@ struct Attempt {
     std::string reason;  ///< why it was not accepted, "signature: ..."; empty when it was
 };
 
-/// The result of a check. Members that do not apply are empty.
+/// The result of a check. Members that do not apply are empty. `subject` and `signer` may contain any character, since
+/// others wrote them: text::safeLine makes them fit for a terminal. All other texts are safe.
 struct TALLOW_EXPORT Verdict {
     Answer answer = Answer::kUnproven;
     Step reached = Step::kInput;  ///< kProven exactly when `answer` is not kUnproven

@@ -251,7 +251,7 @@ TALLOW_RESULT const char* tallow_verdict_cause(const tallow_verdict* verdict);
 TALLOW_RESULT enum tallow_step tallow_verdict_reached(const tallow_verdict* verdict);
 TALLOW_EXPORT void tallow_verdict_free(tallow_verdict* verdict);
 
-/// Subject of the certificate (RFC 4514); empty when only its number is known.
+/// Subject of the certificate (RFC 4514); empty when only its number is known. It may contain control characters.
 TALLOW_RESULT const char* tallow_verdict_subject(const tallow_verdict* verdict);
 /// Serial number of the certificate, big-endian as in DER. Octets are null with size 0 when absent; `size` may be null.
 TALLOW_RESULT const uint8_t* tallow_verdict_serial(const tallow_verdict* verdict, size_t* size);
@@ -272,7 +272,8 @@ TALLOW_RESULT enum tallow_authority tallow_verdict_authority(const tallow_verdic
 TALLOW_RESULT bool tallow_verdict_is_chain_valid(const tallow_verdict* verdict);
 /// The address that answered; empty for a stored response.
 TALLOW_RESULT const char* tallow_verdict_responder(const tallow_verdict* verdict);
-/// Subject of the certificate that signed the response (RFC 4514), and that certificate in DER.
+/// Subject of the certificate that signed the response (RFC 4514; it may contain control characters), and that
+/// certificate in DER.
 TALLOW_RESULT const char* tallow_verdict_signer(const tallow_verdict* verdict);
 TALLOW_RESULT const uint8_t* tallow_verdict_signer_certificate(const tallow_verdict* verdict, size_t* size);
 
