@@ -65,7 +65,7 @@ void verifyChain(Call& call, const CertificateToCheck& target, Verdict& verdict)
 
 namespace {
 
-// Examines an answer about one certificate that nobody has to be asked about.
+// Examines an answer that the caller passed.
 void examine(Call& call, const CertificateToCheck& target, const NonceRule& nonce, Input answer, Verdict& verdict) {
     Examination examination(call, nonce);
     std::optional<Rejection> rejection = examination.prove(blobOf(answer));

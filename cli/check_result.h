@@ -31,7 +31,7 @@ struct CheckResult {
     std::string nextUpdate;
     std::string revocationTime;
     std::string revocationReason;
-    std::string nonce;                  // "matched", "not returned" or "not sent"; empty when nobody was asked
+    std::string nonce;                  // "matched", "not returned" or "not sent"; empty when no response was accepted
     std::string chain;                  // "valid" or "invalid"; empty when it was not validated
     std::optional<CheckError> error;    // always with kError
     std::optional<CheckError> unsaved;  // why request or response were not written to their file

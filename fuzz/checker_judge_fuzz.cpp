@@ -1,5 +1,5 @@
 // Checker::judge, verify and provedAt with a fixed question. The input is either a whole response, which cannot be
-// proven since nobody has the keys, or a list of edits of a good response. The harness knows the result: an edited
+// proven since no input knows the keys, or a list of edits of a good response. The harness knows the result: an edited
 // response may be good only with the dates that were signed, and never says anything else.
 #include <cstdlib>
 

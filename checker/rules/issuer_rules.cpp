@@ -12,7 +12,7 @@ namespace tallow::rules {
 
 namespace {
 
-// Each costs a signature check, and the certificates may come from whoever sent the one to check.
+// Each costs a signature check, and the certificates may come from the sender of the one to check.
 constexpr int kMostIssuersTried = 64;
 
 // The second element of the chain, or the certificate itself when it is self-signed.
