@@ -67,6 +67,8 @@ void Call::begin() {
     record_.pwszProxy = proxy_.c_str();
     record_.pwszProxyCredentials = L"";  // a login is part of the address
     record_.dwProxyAuthSchemes = permittedAuthSchemes(*policy, proxy_.c_str(), true);
+    record_.pfnOnNote = &Notes::take;
+    record_.pvOnNote = &notes_;
     record_.hRoots = checker_.roots.get();
     if (purpose_.at) {
         time_ = text::dateOf(*purpose_.at).getFileTime();

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "checker/checker.h"
+#include "checker/notes.h"
 #include "client/policy/settings_scope.h"
 #include "client/request/request.h"
 #include "foundation/date_time.h"
@@ -42,6 +43,9 @@ public:
     const CheckerData& checker() const { return checker_; }
     Orvane::PKI::OCSP::Client::CRequest& request() { return *request_; }
 
+    /// What the service told so far.
+    const Notes& notes() const { return notes_; }
+
     /// A certificate of this call only, for issuers and chains.
     void add(const ATL2::CCertContext& certificate);
     /// A collection of these and the certificates and CRLs of the Checker; owned by this object.
@@ -67,6 +71,7 @@ private:
     ATL2::CCertStore own_, collection_;
     std::optional<Orvane::PKI::OCSP::Client::CRequest> request_;
     std::wstring proxy_;
+    Notes notes_;
     FILETIME time_{};
     CRYPTO_CHECK record_{};
 };

@@ -37,6 +37,8 @@
 
 namespace tallow {
 
+class SilentResponders;
+
 using Bytes = std::vector<std::uint8_t>;
 using Time = std::chrono::system_clock::time_point;
 
@@ -108,9 +110,18 @@ enum class Reason {
     kAaCompromise = 10,
 };
 
+/// Who named the address of a responder.
+enum class ResponderSource {
+    kCaller,          ///< Options::responders, or the caller of `send`
+    kCertificate,     ///< the certificate, in its authority information access
+    kIssuerProperty,  ///< the side file of the issuer in a store
+    kPolicy,          ///< the administrator (DefaultOCSP)
+};
+
 /// One responder, or one address on the way to it.
 struct Attempt {
     std::string url;  ///< without user name and password
+    ResponderSource source = ResponderSource::kCaller;
     Step reached = Step::kInput;
     std::int32_t status = -1;  ///< 0 when its answer was accepted, else a status of handles/status.h
     int httpStatus = 0;        ///< 0 when no HTTP response came
@@ -119,6 +130,44 @@ struct Attempt {
     bool isSkipped = false;   ///< not asked: a limit was reached
     bool isFromCache = false;
     std::string reason;  ///< why it was not accepted, "signature: ..."; empty when it was
+};
+
+/// A certificate of a chain, as it was judged. Names are RFC 4514 and may contain any character.
+struct ChainLink {
+    enum class Revocation { kNotChecked, kGood, kRevoked, kUnknown };
+    std::string subject, issuer;
+    Bytes serial;
+    std::optional<Time> notBefore, notAfter;
+    Revocation revocation = Revocation::kNotChecked;
+    std::string crlIssuer;  ///< of the CRL that decided, or of the newest one that could not; empty: none was found
+    std::optional<Time> crlThisUpdate, crlNextUpdate;
+    std::string fault;  ///< what is wrong with it, in words; empty: nothing
+};
+
+/// A download of a certificate or a CRL from an address in a certificate.
+struct Download {
+    enum class Content { kIssuer, kCrl };
+    Content content = Content::kIssuer;
+    std::string url;           ///< without user name and password
+    std::int32_t status = -1;  ///< 0 when something was received, else a status of handles/status.h
+    int httpStatus = 0;        ///< 0 when no HTTP response came
+    std::chrono::milliseconds duration{0};
+    bool isFromCache = false;
+    std::string reason;  ///< why nothing was received; empty when it was
+};
+
+/// Where the issuer of the certificate was found.
+enum class IssuerSource { kNone, kGiven, kTrust, kStore, kDownloaded };
+
+/// What a verdict was made from, for people. Complete up to the step that failed.
+struct Evidence {
+    std::string issuer;  ///< subject, RFC 4514; empty when it was not found
+    Bytes issuerCertificate;
+    IssuerSource issuerSource = IssuerSource::kNone;
+    std::string hashOid;                      ///< of the certificate identifier in the request
+    std::vector<ChainLink> signerChain;       ///< from the signer of the response to its root
+    std::vector<ChainLink> certificateChain;  ///< of the certificate, with Options::verifyChain
+    std::vector<Download> downloads;          ///< in their order; without those of responses
 };
 
 /// The result of a check. Members that do not apply are empty. `subject` and `signer` may contain any character, since
@@ -149,6 +198,7 @@ struct TALLOW_EXPORT Verdict {
     /// only the first has it.
     Bytes unverified;
     std::vector<Attempt> attempts;
+    Evidence evidence;
     std::string cause;  ///< why the certificate is not proven, in one line; empty when it is
 
     /// One sentence for people, never empty: the certificate, what is known, and the cause.
@@ -219,6 +269,9 @@ struct Options {
     bool verifyChain = false;
     /// Whether the administrator's policy applies; absent: for Trust::system only.
     std::optional<bool> policy{};
+    /// Responders in it are skipped, and those that refuse the connection or do not answer in time are added
+    /// (checker/silent_responders.h). Empty: every check asks.
+    std::shared_ptr<SilentResponders> silent{};
     /// Empty: built-in HTTP.
     Exchange exchange{};
 };

@@ -16,9 +16,9 @@ Options optionsOf(const CheckOptions& options, const RunInputs& inputs) {
     if (!options.url.empty()) {
         checking.responders = {options.url};
     }
-    if (options.nonce) {
-        checking.nonce = *options.nonce ? Nonce::kRequire : Nonce::kOff;
-    }
+    checking.nonce = options.nonce;
+    checking.maxAge = options.maxAge;
+    checking.timeout = options.timeout;
     checking.proxy = options.proxy;
     checking.hashOid = inputs.hashOid();
     checking.verifyChain = options.verifyChain;
@@ -72,7 +72,7 @@ void check(const CheckOptions& options, const RunInputs& inputs, CheckResult& re
 
 }  // namespace
 
-std::vector<CheckResult> runCheck(const CheckOptions& options) {
+std::vector<CheckResult> runCheck(const CheckOptions& options, const ResultUse& done) {
     for (const std::string& path : {options.saveRequest, options.saveResponse}) {
         if (!path.empty()) {
             requireWritable(path);
@@ -89,6 +89,7 @@ std::vector<CheckResult> runCheck(const CheckOptions& options) {
         } catch (...) {
             result.error = explainCaught("reading the certificate");
         }
+        done(result);
     }
     return results;
 }

@@ -6,6 +6,8 @@
 #include <string>
 #include <vector>
 
+#include "checker/checker.h"
+
 namespace tallow::cli {
 
 enum class CertificateState { kGood, kRevoked, kUnknown, kError };
@@ -18,10 +20,17 @@ struct CheckError {
     std::string text;  // one line: responder, step, failure and remedy
 };
 
+/// The response that a TLS server sent along with its certificate.
+struct Staple {
+    std::string state;        // "good", "revoked", "unknown", "missing", "expired", "wrong certificate", "not proven"
+    std::string text;         // the cause, in one line; empty when good
+    bool isRequired = false;  // the certificate says that the server must send one (RFC 7633)
+};
+
 /// Texts are UTF-8; those from certificates and responders may contain any character and are made safe when printed.
 /// Times are ISO 8601 in UTC. Empty means absent.
 struct CheckResult {
-    std::string file;
+    std::string file;  // as named by the user; "b.pem#2" for the second certificate in it, "host:443" for a server's
     std::string subject;
     std::string serial;  // hexadecimal
     CertificateState state = CertificateState::kError;
@@ -34,6 +43,8 @@ struct CheckResult {
     std::string nonce;                  // "matched", "not returned" or "not sent"; empty when no response was accepted
     std::string chain;                  // "valid" or "invalid"; empty when it was not validated
     std::optional<CheckError> error;    // always with kError
+    std::optional<Staple> staple;       // of a server's own certificate
+    Verdict verdict;                    // all that was found out
     std::optional<CheckError> unsaved;  // why request or response were not written to their file
 };
 

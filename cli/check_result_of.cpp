@@ -50,6 +50,7 @@ const char* httpRemedy(const Verdict& verdict) {
 }  // namespace
 
 void fill(CheckResult& result, const Verdict& verdict) {
+    result.verdict = verdict;
     result.state = stateOf(verdict.answer);
     if (!verdict.subject.empty()) {
         result.subject = verdict.subject;

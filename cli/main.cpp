@@ -11,6 +11,7 @@
 
 #include "checker/text/safe_text.h"
 #include "cli/check.h"
+#include "cli/explain.h"
 #include "cli/input_files.h"
 #include "cli/options.h"
 #include "cli/outcome.h"
@@ -65,7 +66,7 @@ Outcome withWarnings(Outcome outcome) {
 
 struct Run {
     Outcome operator()(const CheckOptions& options) const {
-        return withWarnings(outcomeOf(runCheck(options), options.json));
+        return withWarnings(outcomeOf(runCheck(options, [](const CheckResult&) {}), options.json));
     }
     Outcome operator()(const RequestOptions& options) const { return withSettings(runRequest(options)); }
     Outcome operator()(const SendOptions& options) const { return withSettings(runSend(options)); }
@@ -82,6 +83,7 @@ struct Run {
     Outcome operator()(const ShowOptions& options) const { return runShow(options); }
     Outcome operator()(const StoreOptions& options) const { return runStore(options); }
     Outcome operator()(const SettingsOptions& options) const { return runSettings(options); }
+    Outcome operator()(const ExplainOptions& options) const { return runExplain(options); }
 };
 
 // Prints, and gives the exit status.

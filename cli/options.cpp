@@ -2,8 +2,10 @@
 
 #include <CLI/CLI.hpp>
 #include <iostream>
+#include <span>
 
 #include "checker/text/safe_text.h"
+#include "cli/option_values.h"
 
 #ifndef TALLOW_VERSION
 #define TALLOW_VERSION "unknown"
@@ -14,6 +16,16 @@ namespace tallow::cli {
 using namespace text;
 
 namespace {
+
+constexpr std::string_view kStartTlsProtocols[] = {"smtp", "imap", "pop3", "ftp", "ldap", "xmpp", "postgres", "mysql"};
+
+std::string joined(std::span<const std::string_view> words) {
+    std::string text;
+    for (const std::string_view word : words) {
+        text += (text.empty() ? "" : ", ") + std::string(word);
+    }
+    return text;
+}
 
 constexpr const char* kVersion = "tallow " TALLOW_VERSION;
 
@@ -32,8 +44,49 @@ void addFiles(CLI::App& command, const char* name, std::vector<std::string>& pat
     command.add_option(name, paths, what)->type_name("FILE")->allow_extra_args(false);
 }
 
-void addJson(CLI::App& command, bool& json) {
-    command.add_flag("--json", json, "Print the result as JSON");
+// An option whose text `read` turns into a value, or rejects with nothing. `expected` says what it takes.
+template <typename Value>
+void addValue(CLI::App& command, const char* name, const char* type, std::optional<Value>& value,
+              std::optional<Value> (*read)(const std::string&), const char* expected, const char* what) {
+    const auto set = [&value, read, name, expected](const std::string& text) {
+        value = read(text);
+        if (!value) {
+            throw CLI::ValidationError(name, text + " cannot be used; give " + expected);
+        }
+    };
+    command.add_option_function<std::string>(name, set, what)->type_name(type);
+}
+
+void addJson(CLI::App& command, OutputOptions& options) {
+    command.add_flag("--json", options.json, "Print the result as JSON");
+}
+
+// Of commands that report on certificates one after the other.
+void addOutput(CLI::App& command, OutputOptions& options) {
+    addJson(command, options);
+    command.add_flag("--jsonl", options.jsonLines, "Print one line of JSON for each certificate as soon as it is done");
+    command.add_flag("-v,--verbose", options.isVerbose, "Explain on standard error how each verdict came about");
+    const auto setColour = [&options](const std::string& when) {
+        options.colour = when == "always" ? Colour::kAlways : when == "never" ? Colour::kNever : Colour::kAuto;
+    };
+    command.add_option_function<std::string>("--color", setColour, "When to print in colour: auto, always, never")
+        ->type_name("WHEN")
+        ->check(CLI::IsMember({"auto", "always", "never"}));
+}
+
+void addNetwork(CLI::App& command, NetworkOptions& options) {
+    addUrl(command, "--proxy", options.proxy, "Go through this HTTP proxy");
+    CLI::Option* const password = addFile(command, "--proxy-password-file", options.proxyPasswordFile,
+                                          "The first line of this file is the password at the proxy");
+    command.add_option("--proxy-user", options.proxyUser, "Name at the proxy")->type_name("NAME")->needs(password);
+    password->needs("--proxy-user");
+    addValue(command, "--timeout", "SECONDS", options.timeout, timeoutFrom, "seconds, for example 10 or 0.5",
+             "Time limit for each certificate with all that it needs; 30 by default");
+}
+
+void addMaxAge(CLI::App& command, std::optional<std::chrono::seconds>& maxAge) {
+    addValue(command, "--max-age", "DURATION", maxAge, durationFrom, "a duration such as 30m, 12h or 7d",
+             "Refuse responses whose thisUpdate is older");
 }
 
 void addSettings(CLI::App& command, RunOptions& options) {
@@ -48,14 +101,16 @@ void addChainFiles(CLI::App& command, RunOptions& options) {
     addFiles(command, "--crl", options.crls, "A CRL for the signer's chain (repeatable)");
 }
 
-void addNaming(CLI::App& command, RunOptions& options, std::optional<bool>& nonce) {
+void addNaming(CLI::App& command, RunOptions& options) {
     addFile(command, "--issuer", options.issuer, "Certificate of their issuer");
     command.add_option("--hash", options.hash, "Hash that names the issuer: sha1, sha256, sha384, sha512 or an OID")
         ->type_name("NAME|OID");
-    // Not as a flag with a variable: that would set it to false when neither is given, and policy would be ignored.
+}
+
+void addNonce(CLI::App& command, std::optional<Nonce>& nonce, const char* what) {
+    addValue(command, "--nonce", "MODE", nonce, nonceFrom, "require, try or off", what);
     command.add_flag_function(
-        "--nonce,!--no-nonce", [&nonce](std::int64_t given) { nonce = given > 0; },
-        "Require a nonce, or ask without one; by default ask with one and accept a response without it by its dates");
+        "--no-nonce", [&nonce](std::int64_t) { nonce = Nonce::kOff; }, "The same as --nonce off");
 }
 
 // An empty text comes from a variable that is not set; it must not count as an option that is not given.
@@ -68,18 +123,35 @@ void refuseEmptyTexts(CLI::App& command) {
 // ---- The commands ---------------------------------------------------------------------------------------------------
 
 void declare(CLI::App& check, CheckOptions& options) {
-    check.add_option("CERT", options.certificates, "Certificates to ask about, PEM or DER")
-        ->required()
+    check
+        .add_option("CERT", options.certificates,
+                    "Files with certificates to ask about and their issuers, PEM, DER, PKCS #7 or #12; - is standard "
+                    "input")
         ->type_name("FILE");
-    addNaming(check, options, options.nonce);
+    check.add_option("--connect", options.server.address, "Check the certificate of this TLS server, and its staple")
+        ->type_name("HOST[:PORT]");
+    check.add_option("--starttls", options.server.startTls, "Begin with this protocol: " + joined(kStartTlsProtocols))
+        ->type_name("PROTOCOL")
+        ->needs("--connect")
+        ->check(CLI::IsMember(std::vector<std::string>(std::begin(kStartTlsProtocols), std::end(kStartTlsProtocols))));
+    check.add_option("--servername", options.server.name, "Name of the server that is asked for (SNI)")
+        ->type_name("NAME")
+        ->needs("--connect");
+    check.add_flag("--chain", options.server.wholeChain, "Check every certificate that the server sends")
+        ->needs("--connect");
+    addNaming(check, options);
+    addNonce(check, options.nonce,
+             "require: only a response with our nonce counts; try (the default): without one its dates decide; off: "
+             "none is sent");
+    addMaxAge(check, options.maxAge);
     addUrl(check, "--url", options.url, "Ask this responder, not those that the certificates name");
-    addUrl(check, "--proxy", options.proxy, "Go through this HTTP proxy");
+    addNetwork(check, options);
     addChainFiles(check, options);
     check.add_flag("--verify-chain", options.verifyChain,
                    "Validate the chain of the certificate too: dates, path, CRLs of the CAs");
     addFile(check, "--save-request", options.saveRequest, "Write the DER request to this file (one certificate)");
     addFile(check, "--save-response", options.saveResponse, "Write the response to this file (one certificate)");
-    addJson(check, options.json);
+    addOutput(check, options);
     addSettings(check, options);
     check.footer(
         "Every input may be PEM or DER.\n"
@@ -92,7 +164,8 @@ void declare(CLI::App& request, RequestOptions& options) {
     request.add_option("CERT", options.certificates, "Certificates to ask about, PEM or DER")
         ->required()
         ->type_name("FILE");
-    addNaming(request, options, options.nonce);
+    addNaming(request, options);
+    addNonce(request, options.nonce, "off: without a nonce; require and try: with one; by default as the policy says");
     CLI::Option* sign = addFile(request, "--sign", options.sign, "Sign with the key of this certificate");
     request.add_option("--key", options.key, "Path or URI of its key; else in or beside its file, or as store My says")
         ->type_name("URI")
@@ -111,7 +184,7 @@ void declare(CLI::App& request, RequestOptions& options) {
 void declare(CLI::App& send, SendOptions& options) {
     addFile(send, "REQUEST", options.request, "The request to send: PEM, DER or base64")->required();
     addUrl(send, "--url", options.url, "Address of the responder")->required();
-    addUrl(send, "--proxy", options.proxy, "Go through this HTTP proxy");
+    addNetwork(send, options);
     addFile(send, "-o,--output", options.output, "Write what is answered to this file");
     addSettings(send, options);
     send.footer(
@@ -124,8 +197,11 @@ void declare(CLI::App& verify, VerifyOptions& options) {
     addFile(verify, "--request", options.request, "The request it answers: nonce and entries are matched with it");
     addFile(verify, "--cert", options.certificate, "Judge the entry about this certificate");
     addFile(verify, "--issuer", options.issuer, "Certificate of its issuer");
+    addValue(verify, "--at", "TIME", options.at, timeFrom, "a time such as 2026-11-22T10:00:00Z or 2026-11-22",
+             "Judge as of this time (UTC): response, chain and CRLs");
+    addMaxAge(verify, options.maxAge);
     addChainFiles(verify, options);
-    addJson(verify, options.json);
+    addOutput(verify, options);
     addSettings(verify, options);
     verify.footer(
         "Nobody is asked: chains and CRLs come from files, stores and the cache. Without --cert and --request every\n"
@@ -138,7 +214,7 @@ void declare(CLI::App& verify, VerifyOptions& options) {
 void declare(CLI::App& verify, VerifyRequestOptions& options) {
     addFile(verify, "REQUEST", options.request, "The request to judge: PEM, DER or base64")->required();
     addChainFiles(verify, options);
-    addJson(verify, options.json);
+    addJson(verify, options);
     addSettings(verify, options);
     verify.footer(
         "Exit status: 0 it is signed by a requestor to trust; 1 it is refused; 2 nothing is wrong with it, but it is "
@@ -148,7 +224,7 @@ void declare(CLI::App& verify, VerifyRequestOptions& options) {
 
 void declare(CLI::App& show, ShowOptions& options) {
     addFile(show, "FILE", options.file, "A request or a response: PEM, DER or base64")->required();
-    addJson(show, options.json);
+    addJson(show, options);
     show.footer("Nothing is verified. Exit status: 0 the message is shown; 64 the file is no OCSP message.");
 }
 
@@ -173,6 +249,9 @@ void declare(CLI::App& store, StoreOptions& options) {
             addFile(*action, "FILE", options.file, row.file)->required();
         }
         action->add_flag("--machine", options.machine, "The machine's store, not the user's");
+        if (row.action == StoreAction::kList) {
+            addJson(*action, options);
+        }
         addSettings(*action, options);
         action->callback([&options, chosen = row.action] { options.action = chosen; });
         refuseEmptyTexts(*action);
@@ -181,8 +260,17 @@ void declare(CLI::App& store, StoreOptions& options) {
 }
 
 void declare(CLI::App& settings, SettingsOptions& options) {
+    CLI::Option* const check =
+        settings.add_flag("--check", options.isCheck, "Report unknown keys, wrong types and values out of range");
+    addFile(settings, "FILE", options.file, "The file to check; that in force when absent")->needs(check);
+    addJson(settings, options);
     addSettings(settings, options);
-    settings.footer("Exit status: 0 shown; 64 the settings file is broken.");
+    settings.footer("Exit status: 0 shown, or without a mistake; 64 the settings file is broken.");
+}
+
+void declare(CLI::App& explain, ExplainOptions& options) {
+    explain.add_option("CODE", options.code, "A status such as 0xC2110122")->required()->type_name("CODE");
+    explain.footer("Exit status: 0 explained; 64 the status is not known.");
 }
 
 int usage(const std::string& message, const std::string& command) {
@@ -217,6 +305,7 @@ public:
         add("verify-request", "Judge a request as its receiver would", verifyRequest_);
         add("show", "Show what stands in a request or a response", show_);
         add("store", "List, fill and empty the stores of trusted and other certificates", store_);
+        add("explain", "Say what a status means, its usual causes, and what helps", explain_);
         add("settings", "Show every setting, its value in force, and whether it is set", settings_);
     }
 
@@ -257,12 +346,16 @@ private:
     ShowOptions show_;
     StoreOptions store_;
     SettingsOptions settings_;
+    ExplainOptions explain_;
     std::function<void(CommandOptions&)> take_;
 };
 
 // Mistakes that the parser does not find; empty when there are none.
 std::string mistakeIn(const CommandOptions& options) {
     const auto* check = std::get_if<CheckOptions>(&options);
+    if (check != nullptr && check->certificates.empty() && check->server.address.empty()) {
+        return "CERT or --connect is required: name a file with a certificate, or a server";
+    }
     if (check != nullptr && check->certificates.size() > 1 &&
         !(check->saveRequest.empty() && check->saveResponse.empty())) {
         return "--save-request and --save-response go with one certificate: a second would overwrite the first";

@@ -1,12 +1,33 @@
 // The command line.
 #pragma once
 
+#include <chrono>
 #include <optional>
 #include <string>
 #include <variant>
 #include <vector>
 
+#include "checker/checker.h"
+
 namespace tallow::cli {
+
+enum class Colour { kAuto, kAlways, kNever };
+
+/// How results are printed.
+struct OutputOptions {
+    bool json = false;
+    bool jsonLines = false;  // one document in each line, as soon as it is known
+    bool isVerbose = false;  // explains each verdict on standard error
+    Colour colour = Colour::kAuto;
+};
+
+/// How servers are reached.
+struct NetworkOptions {
+    std::string proxy;
+    std::string proxyUser;
+    std::string proxyPasswordFile;
+    std::optional<std::chrono::milliseconds> timeout;  // for one certificate; absent: the setting, else 30 s
+};
 
 /// Options that several commands share: settings, and files with certificates and CRLs.
 struct RunOptions {
@@ -19,20 +40,28 @@ struct RunOptions {
     bool trace = false;
 };
 
-struct CheckOptions : RunOptions {
+/// A server whose certificates are to be checked, "HOST", "HOST:PORT" or "[IPv6]:PORT".
+struct ServerOptions {
+    std::string address;   // empty: none
+    std::string startTls;  // the protocol in which TLS is asked for; empty: TLS at once
+    std::string name;      // sent as SNI; empty: that of the address
+    bool wholeChain = false;
+};
+
+struct CheckOptions : RunOptions, OutputOptions, NetworkOptions {
     std::vector<std::string> certificates;
+    ServerOptions server;
     std::string url;
-    std::string proxy;
-    std::optional<bool> nonce;  // absent: policy decides
+    std::optional<Nonce> nonce;  // absent: policy decides
+    std::optional<std::chrono::seconds> maxAge;
     bool verifyChain = false;
     std::string saveRequest;
     std::string saveResponse;
-    bool json = false;
 };
 
 struct RequestOptions : RunOptions {
     std::vector<std::string> certificates;
-    std::optional<bool> nonce;  // absent: policy decides
+    std::optional<Nonce> nonce;  // absent: policy decides; kTry is like kRequire here
     std::string sign;
     std::string key;
     std::string pinFile;
@@ -40,43 +69,48 @@ struct RequestOptions : RunOptions {
     std::string output;
 };
 
-struct SendOptions : RunOptions {
+struct SendOptions : RunOptions, NetworkOptions {
     std::string url;
-    std::string proxy;
     std::string request;
     std::string output;
 };
 
-struct VerifyOptions : RunOptions {
+struct VerifyOptions : RunOptions, OutputOptions {
     std::string response;
     std::string request;
     std::string certificate;
-    bool json = false;
+    std::optional<Time> at;  // the time of the verdict; absent: now
+    std::optional<std::chrono::seconds> maxAge;
 };
 
-struct VerifyRequestOptions : RunOptions {
+struct VerifyRequestOptions : RunOptions, OutputOptions {
     std::string request;
-    bool json = false;
 };
 
-struct ShowOptions {
+struct ShowOptions : OutputOptions {
     std::string file;
-    bool json = false;
 };
 
 enum class StoreAction { kList, kAdd, kRemove };
 
-struct StoreOptions : RunOptions {
+struct StoreOptions : RunOptions, OutputOptions {
     StoreAction action = StoreAction::kList;
     std::string name;
     std::string file;
     bool machine = false;
 };
 
-struct SettingsOptions : RunOptions {};
+struct SettingsOptions : RunOptions, OutputOptions {
+    bool isCheck = false;  // reports the mistakes in the file instead of the values
+    std::string file;      // the file to check; empty: the one in force
+};
+
+struct ExplainOptions {
+    std::string code;  // a status as the user wrote it
+};
 
 using CommandOptions = std::variant<CheckOptions, RequestOptions, SendOptions, VerifyOptions, VerifyRequestOptions,
-                                    ShowOptions, StoreOptions, SettingsOptions>;
+                                    ShowOptions, StoreOptions, SettingsOptions, ExplainOptions>;
 
 // Exit statuses.
 inline constexpr int kExitGood = 0;

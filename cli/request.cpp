@@ -141,7 +141,7 @@ Outcome runRequest(const RequestOptions& options) {
         subject = options.output;
         step = "building the request";
         if (options.nonce) {
-            request.put_UseNonce(*options.nonce);
+            request.put_UseNonce(*options.nonce != Nonce::kOff);
         }
         if (signer) {
             step = "signing";

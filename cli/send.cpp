@@ -53,7 +53,7 @@ Outcome runSend(const SendOptions& options) {
     }
     const Orvane::CBlob request = readMessage(options.request);
     requireRequest(request, options.request);
-    const Checker checker(Trust::system(), {.proxy = options.proxy, .useCache = true});
+    const Checker checker(Trust::system(), {.timeout = options.timeout, .proxy = options.proxy, .useCache = true});
     const Sent sent = checker.send({request.pbData(), request.cbData()}, options.url);
     Outcome outcome = sent.cause.empty() ? Outcome() : failed(options.request, explain(sent.status, sent.cause));
     if (!sent.answer.empty()) {

@@ -34,6 +34,7 @@ void requireIssuer(const RunInputs& inputs, const ATL2::CCertContext& certificat
 std::vector<CheckResult> runVerify(const VerifyOptions& options) {
     const RunInputs inputs(options);
     Stored stored;
+    stored.at = options.at;
     Bytes request;
     if (!options.request.empty()) {
         const Orvane::CBlob bytes = readMessage(options.request);
@@ -53,7 +54,8 @@ std::vector<CheckResult> runVerify(const VerifyOptions& options) {
     std::vector<CheckResult> results;
     std::vector<Verdict> verdicts;
     try {
-        verdicts = Checker(inputs.trust(), {.useCache = true}).verify(octetsOf(readMessage(options.response)), stored);
+        verdicts = Checker(inputs.trust(), {.maxAge = options.maxAge, .useCache = true})
+                       .verify(octetsOf(readMessage(options.response)), stored);
     } catch (...) {
         CheckResult& result = results.emplace_back();
         result.file = certificate ? options.certificate : options.response;

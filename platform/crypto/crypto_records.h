@@ -558,10 +558,55 @@ typedef struct PKI_EXCHANGE_BUFFER_ {
 // check; the text is valid during the call only. Must not throw.
 typedef BOOL (*PFN_CRYPTO_ON_REDIRECT)(void* pvContext, LPCWSTR pwszTarget, DWORD dwHttpStatus);
 
-// The rules of one check on one thread: see crypto_begin_check. The caller fills the fields up to dwTimeout; zero is a
-// valid value of hRoots, pTime and dwTimeout. The service fills the rest, which the caller reads before or after
-// crypto_end_check. The record stays in use, and must stay where it is, until crypto_end_check; it may then be used for
-// the next check.
+// What CRYPTO_NOTE tells.
+#define CRYPTO_NOTE_DOWNLOAD 1  // an issuer, a CRL or a response was asked for
+#define CRYPTO_NOTE_CRL 2       // the revocation status of a certificate was looked up
+#define CRYPTO_NOTE_CHAIN 3     // a chain was built
+
+// What a download was for.
+#define CRYPTO_NOTE_FOR_ISSUER 1
+#define CRYPTO_NOTE_FOR_CRL 2
+#define CRYPTO_NOTE_FOR_RESPONSE 3
+
+// What happened during a check, for messages to people. Everything is valid during the call only; texts are UTF-8 and
+// never null, and may contain any character.
+typedef struct _CRYPTO_NOTE {
+    DWORD cbSize;
+    // CRYPTO_NOTE_DOWNLOAD, ..._CRL or ..._CHAIN. Fields that the kind does not name are 0, null or empty.
+    DWORD dwKind;
+    // DOWNLOAD: what it was for, CRYPTO_NOTE_FOR_....
+    DWORD dwPurpose;
+    // DOWNLOAD: the last error, 0 when it succeeded. CRL: 0 when not revoked, CRYPT_E_REVOKED, or
+    // CRYPT_E_NO_REVOCATION_CHECK.
+    DWORD dwError;
+    // DOWNLOAD: the address without a login.
+    LPCSTR szUrl;
+    // DOWNLOAD, CRL: the reason of a failure in words, such as that of the TLS library; may be empty.
+    LPCSTR szReason;
+    // DOWNLOAD: 0 when no HTTP response came.
+    DWORD dwHttpStatus;
+    // DOWNLOAD: how long it took.
+    DWORD dwMilliseconds;
+    // DOWNLOAD: whether the proxy failed, not the server behind it.
+    BOOL fAtProxy;
+    // DOWNLOAD: whether it came from the cache.
+    BOOL fFromCache;
+    // CRL: the certificate whose status was looked up.
+    PCCERT_CONTEXT pCertificate;
+    // CRL: the DER CRL that decided, or the newest that could not be used; null when there was none.
+    const BYTE* pbCrl;
+    DWORD cbCrl;
+    // CHAIN: what CertGetCertificateChain returns.
+    PCCERT_CHAIN_CONTEXT pChain;
+} CRYPTO_NOTE;
+
+// Called on the thread of the check. Must not throw, and must not use the service.
+typedef void (*PFN_CRYPTO_ON_NOTE)(void* pvContext, const CRYPTO_NOTE* pNote);
+
+// The rules of one check on one thread: see crypto_begin_check. The caller fills the fields up to pvOnNote; zero is a
+// valid value of hRoots, pTime, dwTimeout, pfnOnNote and pvOnNote. The service fills the rest, which the caller reads
+// before or after crypto_end_check. The record stays in use, and must stay where it is, until crypto_end_check; it may
+// then be used for the next check.
 //
 //   CRYPTO_CHECK check = {0};
 //   check.cbSize = sizeof check;
@@ -594,6 +639,10 @@ typedef struct _CRYPTO_CHECK {
     const FILETIME* pTime;
     // Milliseconds for the whole check; 0: the setting check_timeout_ms. Never more than the check around it has left.
     DWORD dwTimeout;
+    // Told what happens during the check; null: nobody is, except that of the check around this one.
+    PFN_CRYPTO_ON_NOTE pfnOnNote;
+    // The caller's own; passed to pfnOnNote.
+    void* pvOnNote;
     // Receives max_responders: how many responders of one certificate the caller should ask.
     DWORD cMaxResponders;
     // Receives how many downloads were skipped because a limit was reached, those of inner checks included.

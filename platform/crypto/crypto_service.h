@@ -282,7 +282,7 @@ TALLOW_EXPORT unsigned long SendPKIRequest(const wchar_t* url, const wchar_t* ag
 // that are not null apply. Outside of a check downloads use the policy's DefaultProxy, if AllowedProxies and the
 // ProxyAuth words permit it.
 //
-// The caller fills `pCheck` up to dwTimeout; it and what it points to must stay where they are, unchanged, until
+// The caller fills `pCheck` up to pvOnNote; it and what it points to must stay where they are, unchanged, until
 // crypto_end_check. FALSE with E_INVALIDARG for null, a wrong cbSize, an unknown flag or a null text; no check has
 // begun then, and the caller must not go on as if the restrictions held.
 TALLOW_EXPORT BOOL crypto_begin_check(CRYPTO_CHECK* pCheck);

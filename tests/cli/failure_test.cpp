@@ -78,7 +78,7 @@ TEST_F(CheckErrors, ReportAWrongClockOfTheResponder) {
         expectError(tallow.check({"--json", "--no-nonce", "--url", responder.url(), leaf}), row.code,
                     {responder.url(), row.step, "clock"});
         // A nonce proves that the response is new, not that what it says is current.
-        expectOneLine(tallow.check({"--nonce", "--url", responder.url(), leaf}), kExitNoAnswer, {"clock"});
+        expectOneLine(tallow.check({"--nonce", "require", "--url", responder.url(), leaf}), kExitNoAnswer, {"clock"});
     }
 }
 

@@ -122,18 +122,18 @@ TEST_F(CheckOptions, NonceDecidesWhetherANonceIsSentAndRequired) {
         bool isAsked;
     };
     for (const Row& row :
-         {Row{tallow, {"--nonce"}, responderUrl(), 0, true}, Row{tallow, {"--no-nonce"}, responderUrl(), 0, false},
-          Row{tallow, {"--nonce"}, ignorant.url(), kExitNoAnswer, true},
+         {Row{tallow, {"--nonce", "require"}, responderUrl(), 0, true}, Row{tallow, {"--no-nonce"}, responderUrl(), 0, false},
+          Row{tallow, {"--nonce", "require"}, ignorant.url(), kExitNoAnswer, true},
           Row{tallow, {"--no-nonce"}, ignorant.url(), 0, false}, Row{tallow, {}, responderUrl(), 0, true},
           Row{tallow, {}, ignorant.url(), 0, true}, Row{unasked, {}, responderUrl(), 0, false},
-          Row{unasked, {"--nonce"}, responderUrl(), 0, true}}) {
+          Row{unasked, {"--nonce", "require"}, responderUrl(), 0, true}}) {
         SCOPED_TRACE(testing::PrintToString(row.options) + row.url);
         const ProcessResult run =
             row.tallow.check(joined({"--save-request", request, "--url", row.url, leaf}, row.options));
         EXPECT_EQ(run.exitStatus, row.exitStatus) << run.err;
         EXPECT_EQ(opensslText("-reqin", request).find("OCSP Nonce") != std::string::npos, row.isAsked);
     }
-    expectOneLine(tallow.check({"--nonce", "--url", ignorant.url(), leaf}), kExitNoAnswer,
+    expectOneLine(tallow.check({"--nonce", "require", "--url", ignorant.url(), leaf}), kExitNoAnswer,
                   {"0xC2110120", "--no-nonce", ignorant.url()});
 }
 

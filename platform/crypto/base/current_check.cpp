@@ -38,6 +38,24 @@ HCERTSTORE rootsOfCheck() noexcept {
     return innermostOf(&CRYPTO_CHECK::hRoots);
 }
 
+bool isNoted() noexcept {
+    return innermostOf(&CRYPTO_CHECK::pfnOnNote) != nullptr;
+}
+
+void tell(CRYPTO_NOTE note) noexcept {
+    const CRYPTO_CHECK* check = innermost;
+    while (check != nullptr && check->pfnOnNote == nullptr) {
+        check = check->pOuter;
+    }
+    if (check == nullptr) {
+        return;
+    }
+    note.cbSize = sizeof note;
+    note.szUrl = note.szUrl == nullptr ? "" : note.szUrl;
+    note.szReason = note.szReason == nullptr ? "" : note.szReason;
+    check->pfnOnNote(check->pvOnNote, &note);
+}
+
 EvaluationTime evaluationTime(const FILETIME* ofCall) noexcept {
     if (ofCall != nullptr) {
         return {*ofCall, false};

@@ -1,0 +1,45 @@
+#include "checker/notes.h"
+
+#include <new>
+
+#include "checker/text/safe_text.h"
+#include "handles/last_error.h"
+
+namespace tallow {
+
+namespace {
+
+constexpr std::size_t kMostDownloads = 100;
+
+}  // namespace
+
+void Notes::takeDownload(const CRYPTO_NOTE& note) {
+    if (note.dwPurpose == CRYPTO_NOTE_FOR_RESPONSE) {
+        exchangeFailure_ = text::safeLine(note.szReason);
+        hasProxyFailed_ = note.fAtProxy != FALSE;
+        return;
+    }
+    if (downloads_.size() == kMostDownloads) {
+        return;
+    }
+    Download& download = downloads_.emplace_back();
+    download.content = note.dwPurpose == CRYPTO_NOTE_FOR_CRL ? Download::Content::kCrl : Download::Content::kIssuer;
+    download.url = text::safeLine(note.szUrl);
+    download.status = ATL2::convertLastError(note.dwError);
+    download.httpStatus = static_cast<int>(note.dwHttpStatus);
+    download.duration = std::chrono::milliseconds(note.dwMilliseconds);
+    download.isFromCache = note.fFromCache != FALSE;
+    download.reason = text::safeLine(note.szReason);
+}
+
+void Notes::take(void* context, const CRYPTO_NOTE* note) noexcept {
+    try {
+        if (note->dwKind == CRYPTO_NOTE_DOWNLOAD) {
+            static_cast<Notes*>(context)->takeDownload(*note);
+        }
+    } catch (const std::bad_alloc&) {
+        // A message will say less; the verdict is the same.
+    }
+}
+
+}  // namespace tallow

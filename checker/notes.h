@@ -1,0 +1,32 @@
+// What the Crypto service tells while a call runs, kept for messages. It decides nothing. Private to the library.
+#pragma once
+
+#include <string>
+#include <vector>
+
+#include "checker/checker.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace tallow {
+
+/// The notes of one call. Bounded: hostile certificates can cause many.
+class Notes {
+public:
+    /// PFN_CRYPTO_ON_NOTE; `context` is the object.
+    static void take(void* context, const CRYPTO_NOTE* note) noexcept;
+
+    const std::vector<Download>& downloads() const { return downloads_; }
+    /// The failure of the last exchange with a responder in words of the network or TLS library; empty for none.
+    const std::string& exchangeFailure() const { return exchangeFailure_; }
+    /// Whether the proxy failed in that exchange.
+    bool hasProxyFailed() const { return hasProxyFailed_; }
+
+private:
+    void takeDownload(const CRYPTO_NOTE& note);
+
+    std::vector<Download> downloads_;
+    std::string exchangeFailure_;
+    bool hasProxyFailed_ = false;
+};
+
+}  // namespace tallow

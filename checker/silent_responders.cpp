@@ -1,0 +1,43 @@
+#include "checker/silent_responders.h"
+
+#include <map>
+#include <mutex>
+#include <string_view>
+
+namespace tallow {
+
+namespace {
+
+// Bounds the memory of a long run; whoever is not in it is asked again.
+constexpr std::size_t kMostServers = 1000;
+
+// "http://host:port" of an address: what does not answer is the server, whatever the path.
+std::string serverOf(const std::string& url) {
+    const std::size_t authority = url.find("://");
+    return authority == std::string::npos ? url : url.substr(0, url.find_first_of("/?#", authority + 3));
+}
+
+}  // namespace
+
+struct SilentResponders::Impl {
+    mutable std::mutex mutex;
+    std::map<std::string, std::string> reasons;  // by server
+};
+
+SilentResponders::SilentResponders() : impl_(std::make_unique<Impl>()) {}
+SilentResponders::~SilentResponders() = default;
+
+void SilentResponders::add(const std::string& url, const std::string& reason) {
+    const std::scoped_lock lock(impl_->mutex);
+    if (impl_->reasons.size() < kMostServers) {
+        impl_->reasons.emplace(serverOf(url), reason);
+    }
+}
+
+std::optional<std::string> SilentResponders::reasonFor(const std::string& url) const {
+    const std::scoped_lock lock(impl_->mutex);
+    const auto found = impl_->reasons.find(serverOf(url));
+    return found == impl_->reasons.end() ? std::nullopt : std::optional(found->second);
+}
+
+}  // namespace tallow
