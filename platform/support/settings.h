@@ -27,6 +27,10 @@ public:
     // The value that a path such as "\config\cades\ocsppolicy\NonceLength" names, or null.
     const toml::node* find(std::string_view path) const;
 
+    // Every key; no table when the file could not be parsed.
+    const toml::table& table() const noexcept { return table_; }
+    const std::string& path() const noexcept { return path_; }
+
     bool broken() const noexcept { return broken_.load(std::memory_order_acquire); }
     SUPPORT_SETTINGS_ERROR error() const;
     // Marks the file as broken because a value has the wrong kind; otherwise its reader would use a default.

@@ -108,6 +108,35 @@ typedef struct SUPPORT_SETTINGS_ERROR_ {
 // memory is exhausted.
 TALLOW_EXPORT int support_settings_error(SUPPORT_SETTINGS_ERROR* error);
 
+// What a key of the settings file holds.
+#define SUPPORT_SETTINGS_TABLE 1U
+#define SUPPORT_SETTINGS_STRING 2U
+#define SUPPORT_SETTINGS_STRINGS 3U  // an array of strings, which may be empty
+#define SUPPORT_SETTINGS_INTEGER 4U
+#define SUPPORT_SETTINGS_BOOLEAN 5U
+#define SUPPORT_SETTINGS_OTHER 6U  // a value that no read returns, such as a date or an array of numbers
+
+// One key of the settings file. The texts are valid during the call only.
+typedef struct SUPPORT_SETTINGS_KEY_ {
+    const char* file;     // the path of the settings file, as it was opened
+    const char* path;     // as the reads take it; empty for the file itself
+    unsigned int type;    // SUPPORT_SETTINGS_...
+    unsigned int line;    // of the key, from 1; 0 for the file itself
+    unsigned int column;  // of the key in characters, from 1; 0 for the file itself
+} SUPPORT_SETTINGS_KEY;
+
+// Called for one key. Must not throw; it may use the service.
+typedef void (*PFN_SUPPORT_ON_KEY)(void* context, const SUPPORT_SETTINGS_KEY* key);
+
+// Reports where the keys of the settings in force are, so that messages can name file and line: the key at `path`, or
+// with null the file itself and then every table and value, in the order of the file. Keys within arrays are left out.
+// In a path, control characters and backslashes of a name become "?", and names are cut to 100 octets, so that a name
+// that no read can find never looks like another one. A file that cannot be read or parsed has no keys.
+//
+// Returns 0, ERROR_FILE_NOT_FOUND when there is no key at `path`, ERROR_INVALID_PARAMETER without a callback,
+// ERROR_NOT_ENOUGH_MEMORY. Slower than a read: for messages only.
+TALLOW_EXPORT int support_settings_keys(const char* path, PFN_SUPPORT_ON_KEY onKey, void* context);
+
 // The four reads. A text is read in two steps:
 //
 //   size_t size = 0;

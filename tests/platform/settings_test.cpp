@@ -130,6 +130,47 @@ TEST(Settings, ReportsWhereAFileDoesNotParse) {
     }
 }
 
+// One line for each key: path, type, line and column.
+std::string keysAt(const char* path) {
+    std::string all;
+    const int result = support_settings_keys(
+        path,
+        [](void* context, const SUPPORT_SETTINGS_KEY* key) {
+            *static_cast<std::string*>(context) += std::string(key->path) + " " + std::to_string(key->type) + " " +
+                                                   std::to_string(key->line) + ":" + std::to_string(key->column) + "\n";
+        },
+        &all);
+    return result == 0 ? all : "<error " + std::to_string(result) + ">";
+}
+
+TEST(Settings, ReportsWhereTheKeysAre) {
+    const SettingsFile settings(
+        "z = 1\n"
+        "[config.cades]  \n"
+        "  b.c = [\"x\",\n \"y\"]\n"
+        "a = { t = true, \"c\\\\d\\u0000\" = 'x' }\n"
+        "\"\xC3\xA9\" = \"a\\u0000\"\n"
+        "[[list]]\nx = 1.5\n");
+    EXPECT_EQ(keysAt(nullptr),
+              " 1 0:0\n"
+              "\\z 4 1:1\n"
+              "\\config 1 2:2\n"
+              "\\config\\cades 1 2:9\n"
+              "\\config\\cades\\b 1 3:3\n"
+              "\\config\\cades\\b\\c 3 3:5\n"
+              "\\config\\cades\\a 1 5:1\n"
+              "\\config\\cades\\a\\t 5 5:7\n"
+              "\\config\\cades\\a\\c?d? 2 5:17\n"
+              "\\config\\cades\\\xC3\xA9 6 6:1\n"
+              "\\list 6 7:3\n");
+    EXPECT_EQ(keysAt("\\config\\cades\\b\\c"), "\\config\\cades\\b\\c 3 3:5\n");
+    EXPECT_EQ(keysAt("\\config\\cades\\B"), "<error 2>");
+    EXPECT_EQ(keysAt(""), "<error 2>");
+    EXPECT_EQ(support_settings_keys("\\z", nullptr, nullptr), static_cast<int>(ERROR_INVALID_PARAMETER));
+    const SettingsFile broken("[a\n");
+    EXPECT_EQ(keysAt(nullptr), " 1 0:0\n");
+}
+
 TEST(Settings, ReportsAnUnreadableFile) {
     const TempDir folder;
     EXPECT_EQ(support_settings_open(folder.file("missing.toml").c_str()), kAbsent);
