@@ -5,6 +5,7 @@
 
 #include "checker/attempt_text.h"
 #include "checker/input.h"
+#include "checker/policy_reason.h"
 #include "checker/text/safe_text.h"
 #include "checker/text/status_text.h"
 #include "client/policy/address_masks.h"
@@ -57,8 +58,10 @@ Nonce nonceOf(const Call& call) {
 
 void fillRequest(Call& call, const CertificateToCheck& target, Nonce nonce) {
     const std::string& hash = call.checker().options.hashOid;
-    call.request().put_SRCertIDFromCert(target.certificate.get(), target.issuer.get(), 0,
-                                        hash.empty() ? nullptr : hash.c_str());
+    namingHash(hash, [&] {
+        call.request().put_SRCertIDFromCert(target.certificate.get(), target.issuer.get(), 0,
+                                            hash.empty() ? nullptr : hash.c_str());
+    });
     call.request().put_UseNonce(nonce != Nonce::kOff);
 }
 
@@ -97,7 +100,7 @@ void Asking::useNonce(bool isWanted) {
 void Asking::run() {
     fillRequest(call_, target_, nonce_);
     hasNonce_ = nonce_ != Nonce::kOff;
-    exchange_.emplace(call_.request());
+    namingPolicy(call_.request(), [this] { exchange_.emplace(call_.request()); });
     std::vector<Attempt> skipped;
     const std::vector<Responder> all = responders();
     std::swap(skipped, verdict_.attempts);
@@ -243,6 +246,7 @@ void Asking::record(const Responder& responder, const Outcome& outcome, std::chr
             attempt.reason = "gave no answer" + (outcome.thrown.empty() ? "" : ": " + outcome.thrown);
         } else if (outcome.rejection) {
             attempt.reason = text::statusText(outcome.rejection->code);
+            namePolicy(attempt, call_.request(), responder.url);
         }
         return;
     }
@@ -251,6 +255,7 @@ void Asking::record(const Responder& responder, const Outcome& outcome, std::chr
         const CRequest::Attempt& row = recorded[numRecorded_];
         const bool isRejected = outcome.isAnswered && outcome.rejection && numRecorded_ + 1 == recorded.size();
         Attempt& attempt = verdict_.attempts.emplace_back(attemptOf(row, isRejected ? &*outcome.rejection : nullptr));
+        namePolicy(attempt, call_.request(), responder.url);
         if (numRecorded_ + 1 == recorded.size()) {
             attempt.reached = outcome.reached;
             attempt.status = outcome.rejection ? outcome.rejection->code : status::kOk;

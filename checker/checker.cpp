@@ -7,6 +7,7 @@
 #include "checker/call.h"
 #include "checker/input.h"
 #include "checker/judge.h"
+#include "checker/policy_reason.h"
 #include "checker/question_impl.h"
 #include "checker/rules/chain_rules.h"
 #include "checker/subject.h"
@@ -31,6 +32,9 @@ void fill(Verdict& verdict, Run run) {
         run(rule);
     } catch (...) {
         reject(verdict, caughtRejection(rule));
+    }
+    if (verdict.answer == Answer::kUnproven) {
+        nameBrokenSettings(verdict.cause);
     }
 }
 
@@ -194,14 +198,14 @@ Question Checker::ask(Input certificate, Input issuer) const {
         findIssuer(call, question->target, issuer);
         const Nonce nonce = nonceOf(call);
         fillRequest(call, question->target, nonce);
-        Orvane::PKI::OCSP::Client::ResponderExchange exchange(call.request());
+        using Orvane::PKI::OCSP::Client::ResponderExchange;
+        ResponderExchange exchange = namingPolicy(call.request(), [&] { return ResponderExchange(call.request()); });
         question->request = bytesOf(exchange.encoded());
-        question->nonce = {nonce == Nonce::kOff ? Orvane::CBlob()
-                                                : Orvane::PKI::OCSP::Client::ResponderExchange::nonceOf(call.request()),
+        question->nonce = {nonce == Nonce::kOff ? Orvane::CBlob() : ResponderExchange::nonceOf(call.request()),
                            nonce == Nonce::kRequire, true};
         question->responders = data_->options.responders;
         if (question->responders.empty()) {
-            std::vector<Orvane::PKI::OCSP::Client::ResponderExchange::Candidate> skipped;
+            std::vector<ResponderExchange::Candidate> skipped;
             for (const auto& candidate : exchange.candidates(skipped)) {
                 question->responders.push_back(text::utf8(candidate.address));
             }

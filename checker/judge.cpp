@@ -8,9 +8,11 @@
 #include "checker/rules/response_form.h"
 #include "checker/rules/response_proof.h"
 #include "checker/text/certificate_text.h"
+#include "checker/text/safe_text.h"
 #include "checker/text/times.h"
 #include "client/policy/policy_binding.h"
 #include "client/policy/policy_settings.h"
+#include "client/policy/refusal.h"
 #include "client/policy/response_policy.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -45,6 +47,21 @@ std::optional<std::chrono::milliseconds> accuracyOfPolicy() {
     setting.byDefault.reset();
     const std::optional<long> value = client::readNumber(setting);
     return value && *value > 0 ? std::optional(std::chrono::milliseconds(*value)) : std::nullopt;
+}
+
+// The earliest thisUpdate of the policy; says which settings give none.
+CDateTime oldestOf(const client::CResponsePolicy& policy, const CDateTime& now) {
+    try {
+        return client::thisUpdateLimit(policy.ThisUpdateAccuracy, policy.ThisUpdateAccuracyUnits, now);
+    } catch (const ATL::CAtlException& failure) {
+        throw BadInput(failure.status(), std::to_string(static_cast<long>(policy.ThisUpdateAccuracyUnits)) +
+                                             " intervals of \"" +
+                                             text::safeLine(text::utf8(policy.ThisUpdateAccuracy.value())) +
+                                             "\" are no time that can be computed with; correct " +
+                                             client::keyWithPlace(client::settings::ThisUpdateAccuracy.name) +
+                                             " (one of s n h d w m y) or " +
+                                             client::keyWithPlace(client::settings::ThisUpdateAccuracyUnits.name));
+    }
 }
 
 Answer answerOf(CCertStatus::Type status) {
@@ -211,7 +228,7 @@ rules::RuleClock Examination::clock() const {
     const std::optional<std::chrono::milliseconds> accuracy = accuracyOfPolicy();
     rules::RuleClock clock{
         .now = now,
-        .oldest = client::thisUpdateLimit(policy->ThisUpdateAccuracy, policy->ThisUpdateAccuracyUnits, now),
+        .oldest = oldestOf(*policy, now),
         .tolerance = spanOf(accuracy.value_or(options.clockSkew)),
         .oldestOfAll = std::nullopt,
         .isTooOld = false,

@@ -3,6 +3,7 @@
 #include "checker/call.h"
 #include "checker/input.h"
 #include "checker/judge.h"
+#include "checker/policy_reason.h"
 #include "checker/text/certificate_text.h"
 #include "checker/text/safe_text.h"
 #include "client/transport/responder_exchange.h"
@@ -22,7 +23,7 @@ std::optional<Rejection> exchange(Call& call, Input bytes, const std::string& ur
     CRequest& request = call.request();
     request.Import(bytes.bytes.data(), static_cast<unsigned long>(bytes.bytes.size()));
     const NonceRule nonce{ResponderExchange::nonceOf(request), false, true};
-    ResponderExchange exchange(request);
+    ResponderExchange exchange = namingPolicy(request, [&] { return ResponderExchange(request); });
     rule = Rule::kForm;
     std::optional<Rejection> rejection;
     bool isAnswered = false;
@@ -38,6 +39,7 @@ std::optional<Rejection> exchange(Call& call, Input bytes, const std::string& ur
     for (const CRequest::Attempt& attempt : request.get_Attempts()) {
         const bool isLast = &attempt == &request.get_Attempts().back();
         sent.attempts.push_back(attemptOf(attempt, isLast && isAnswered && rejection ? &*rejection : nullptr));
+        namePolicy(sent.attempts.back(), request, url);
     }
     return rejection;
 }
@@ -59,6 +61,7 @@ Sent Checker::send(Input request, const std::string& url) const {
     if (rejection) {
         sent.cause = sent.attempts.empty() ? rules::nameOf(rejection->rule) + (": " + reasonOf(*rejection))
                                            : causeOf(sent.attempts);
+        nameBrokenSettings(sent.cause);
     }
     return sent;
 }

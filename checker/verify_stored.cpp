@@ -4,6 +4,7 @@
 #include "checker/call.h"
 #include "checker/input.h"
 #include "checker/judge.h"
+#include "checker/policy_reason.h"
 #include "checker/subject.h"
 #include "checker/text/status_text.h"
 #include "client/transport/responder_exchange.h"
@@ -155,10 +156,17 @@ std::vector<Verdict> Checker::verify(Input answer, const Stored& stored) const {
         rule = Rule::kRequest;
         response.readStored();
         rule = Rule::kForm;
-        return response.verdictsOn(answer);
+        std::vector<Verdict> verdicts = response.verdictsOn(answer);
+        for (Verdict& verdict : verdicts) {
+            if (verdict.answer == Answer::kUnproven) {
+                nameBrokenSettings(verdict.cause);
+            }
+        }
+        return verdicts;
     } catch (...) {
         std::vector<Verdict> verdicts(1);
         reject(verdicts.front(), caughtRejection(rule));
+        nameBrokenSettings(verdicts.front().cause);
         return verdicts;
     }
 }

@@ -5,6 +5,7 @@
 #include <new>
 
 #include "checker/checker.h"
+#include "checker/text/policy_text.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
 #include "cli/pin.h"
@@ -113,11 +114,19 @@ void addEntry(CRequest& request, unsigned long index, const Asked& asked, const 
 }
 
 Orvane::CBlob exported(CRequest& request) {
-    unsigned long size = 0;
-    request.Export(nullptr, &size);
-    Orvane::CBlob bytes(size);
-    request.Export(bytes.pbData(), &size);
-    return bytes;
+    try {
+        unsigned long size = 0;
+        request.Export(nullptr, &size);
+        Orvane::CBlob bytes(size);
+        request.Export(bytes.pbData(), &size);
+        return bytes;
+    } catch (const ATL::CAtlException& failure) {
+        const std::string refusal = text::refusedRequestText(failure.status(), {.useNonce = request.get_UseNonce()});
+        if (!refusal.empty()) {
+            throw BadInput(failure.status(), refusal);
+        }
+        throw;
+    }
 }
 
 }  // namespace

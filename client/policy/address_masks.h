@@ -7,6 +7,7 @@
 
 #include <cstdint>
 
+#include "client/policy/refusal.h"
 #include "client/policy/request_policy.h"
 #include "export.h"
 
@@ -27,13 +28,17 @@ struct ExchangeTraits {
     long proxyAuthType = 0;             ///< kAuthType... for the proxy
 };
 
-/// Throws the first violation as ATL::CAtlException: 0xC2110103 for an address, 0xC2110101 for the responder's scheme,
+/// The first violation, in the order of the checks: 0xC2110103 for an address, 0xC2110101 for the responder's scheme,
 /// 0xC2110102 for the proxy's. Addresses are compared exactly, case included; an address that begins with neither
 /// "http://" nor "https://" has no scheme words.
+[[nodiscard]] Refusal refusalOf(const CRequestPolicy& policy, const ExchangeTraits& exchange);
+
+/// Throws that violation as ATL::CAtlException.
 void checkHttpPolicies(const CRequestPolicy& policy, const ExchangeTraits& exchange);
 
 /// The same for the target of a redirect, which an untrusted server chose: DeniedOCSPs is compared in normal form too
 /// (see normalForm), so that another spelling does not get around it.
+[[nodiscard]] Refusal refusalOfRedirect(const CRequestPolicy& policy, const ExchangeTraits& exchange);
 void checkRedirectPolicies(const CRequestPolicy& policy, const ExchangeTraits& exchange);
 
 /// Whether policy permits this proxy, or going without one where it is empty: the part of checkHttpPolicies that is

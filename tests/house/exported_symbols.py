@@ -16,7 +16,8 @@ HERE = Path(__file__).resolve().parent
 NAMESPACES = {"Orvane", "PKI", "OCSP", "Client", "ASN1", "ATL", "ATL2", "asn1data", "schema", "status", "tallow",
               "text"}
 GLOBAL_NAMES = ("ASN1", "Asn1", "IsOCSPAuthorized", "DateAdd", "operator==(ASN1", "operator!=(ASN1")
-OPTIONAL = ("crypto_begin_check", "crypto_check_time_left", "crypto_end_check", "crypto_forget_response")
+OPTIONAL = ("crypto_begin_check", "crypto_check_time_left", "crypto_end_check", "crypto_forget_response",
+            "support_settings_error", "support_settings_keys")
 PREFIXES = r"^(vtable for|typeinfo for|typeinfo name for|VTT for|(non-)?virtual thunk to|guard variable for) "
 
 
