@@ -1,11 +1,14 @@
 #include "cli/run_inputs.h"
 
 #include <algorithm>
+#include <iostream>
+#include <utility>
 #include <vector>
 
 #include "checker/text/safe_text.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
+#include "cli/settings_check.h"
 #include "client/request/request.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -54,6 +57,15 @@ std::string toHashOid(const std::string& hash) {
     return info->pszOID;
 }
 
+const char* remedyFor(const SUPPORT_SETTINGS_ERROR& error) {
+    if (error.line != 0) {
+        return "correct it, since nothing of the file is used until then";
+    }
+    return error.code == static_cast<int>(ERROR_FILE_NOT_FOUND)
+               ? "name a file that exists"
+               : "the file must be readable, and writable by its owner only (chmod go-w)";
+}
+
 }  // namespace
 
 std::string settingsMistake() {
@@ -61,15 +73,24 @@ std::string settingsMistake() {
     return support_settings_error(&error) == 0 ? std::string() : error.message;
 }
 
-void openSettings(const RunOptions& options) {
+void openSettingsFile(const RunOptions& options) {
     if (options.trace) {
         static_cast<void>(support_trace_open(kAllTraceLevels, nullptr));
     }
     if (!options.settings.empty()) {
         static_cast<void>(support_settings_open(options.settings.c_str()));
     }
-    if (const std::string mistake = settingsMistake(); !mistake.empty()) {
-        throw InputError("settings", mistake, status::kNoPolicy);
+    SUPPORT_SETTINGS_ERROR error;
+    if (support_settings_error(&error) != 0) {
+        throw InputError("settings", std::string(error.message) + "; " + remedyFor(error), status::kNoPolicy);
+    }
+}
+
+void openSettings(const RunOptions& options) {
+    openSettingsFile(options);
+    static bool isWarned = false;
+    if (!std::exchange(isWarned, true)) {
+        std::cerr << unknownSettingsWarning();
     }
 }
 

@@ -31,8 +31,11 @@ private:
     std::string hashOid_;
 };
 
-/// Opens the settings file and the trace that the options name. Throws InputError for a file that cannot be used.
+/// Opens the settings file and the trace that the options name. Throws InputError for a file that cannot be used. Keys
+/// that have no effect are reported in one line on standard error, once in a run.
 void openSettings(const RunOptions& options);
+/// The same without that line.
+void openSettingsFile(const RunOptions& options);
 
 /// How many certificates a request asks about. Throws InputError, with its path, for octets that are no request.
 unsigned long requireRequest(const Orvane::CBlob& bytes, const std::string& path);

@@ -1,4 +1,4 @@
-// tallow settings: every setting, its value in force, and whether it is set.
+// tallow settings: every setting, its value in force, and where it is set; or the mistakes in a settings file.
 #pragma once
 
 #include "cli/options.h"

@@ -58,15 +58,6 @@ std::vector<Setting> mergedSettings() {
 
 // ---- Reading --------------------------------------------------------------------------------------------------------
 
-// The service calls the key Name of [config.Basalt] "\config\Basalt\Name".
-std::string pathOf(const Setting& setting) {
-    std::string path = std::string("\\") + setting.table + "\\" + setting.name;
-    for (char& c : path) {
-        c = c == '.' ? '\\' : c;
-    }
-    return path;
-}
-
 std::optional<std::string> readBytes(int (*read)(const char*, size_t*, char*), const std::string& path) {
     size_t size = 0;
     if (read(path.c_str(), &size, nullptr) != 0) {
@@ -95,15 +86,31 @@ std::string quoted(std::string_view value) {
     return toml + '"';
 }
 
-// Strings one after the other, each with its terminator.
-std::string quotedList(std::string_view value) {
+std::string quotedList(const std::vector<std::string>& elements) {
     std::string toml = "[";
-    while (!value.empty()) {
-        const std::string_view element = value.substr(0, value.find('\0'));
+    for (const std::string& element : elements) {
         toml += (toml.size() == 1 ? "" : ", ") + quoted(element);
-        value.remove_prefix(element.size() + 1);
     }
     return toml + "]";
+}
+
+std::optional<std::vector<std::string>> readList(const Setting& setting) {
+    const bool isList = setting.kind == SettingKind::kTexts;
+    const std::optional<std::string> value =
+        readBytes(isList ? support_registry_get_multi_string : support_registry_get_string, pathOf(setting));
+    if (!value) {
+        return std::nullopt;
+    }
+    std::vector<std::string> texts;
+    if (!isList) {
+        texts.push_back(*value);
+        return texts;
+    }
+    // One after the other, each with its terminator.
+    for (std::string_view rest = *value; !rest.empty(); rest.remove_prefix(texts.back().size() + 1)) {
+        texts.emplace_back(rest.substr(0, rest.find('\0')));
+    }
+    return texts;
 }
 
 SettingValue readNumber(const Setting& setting) {
@@ -125,13 +132,11 @@ SettingValue readFlag(const Setting& setting) {
 }
 
 SettingValue readTexts(const Setting& setting) {
-    const bool isList = setting.kind == SettingKind::kTexts;
-    const std::optional<std::string> value =
-        readBytes(isList ? support_registry_get_multi_string : support_registry_get_string, pathOf(setting));
-    if (!value) {
+    const std::optional<std::vector<std::string>> texts = readList(setting);
+    if (!texts) {
         return {};
     }
-    return {isList ? quotedList(*value) : quoted(*value), true, false};
+    return {setting.kind == SettingKind::kTexts ? quotedList(*texts) : quoted(texts->front()), true, false};
 }
 
 SettingValue read(const Setting& setting) {
@@ -159,6 +164,25 @@ std::string defaultStores() {
     return userDirectory("XDG_DATA_HOME", "/.local/share", "/tallow/stores");
 }
 
+// Where the key is in the file, if it is there.
+void findPlace(const Setting& setting, SettingValue& value) {
+    static_cast<void>(support_settings_keys(
+        pathOf(setting).c_str(),
+        [](void* context, const SUPPORT_SETTINGS_KEY* key) {
+            auto& found = *static_cast<SettingValue*>(context);
+            found.file = key->file;
+            found.line = key->line;
+        },
+        &value));
+}
+
+}  // namespace
+
+std::span<const Setting> allSettings() {
+    static const std::vector<Setting> all = mergedSettings();
+    return all;
+}
+
 std::string defaultToml(const Setting& setting) {
     const std::string_view name = setting.name;
     if (name == "user_stores" || name == "url_cache") {
@@ -169,15 +193,22 @@ std::string defaultToml(const Setting& setting) {
     return setting.byDefault == nullptr ? "" : setting.byDefault;
 }
 
-}  // namespace
+// The service calls the key Name of [config.Basalt] "\config\Basalt\Name".
+std::string pathOf(const Setting& setting) {
+    std::string path = std::string("\\") + setting.table + "\\" + setting.name;
+    for (char& c : path) {
+        c = c == '.' ? '\\' : c;
+    }
+    return path;
+}
 
-std::span<const Setting> allSettings() {
-    static const std::vector<Setting> all = mergedSettings();
-    return all;
+std::vector<std::string> textsOf(const Setting& setting) {
+    return readList(setting).value_or(std::vector<std::string>());
 }
 
 SettingValue valueOf(const Setting& setting) {
     SettingValue value = read(setting);
+    findPlace(setting, value);
     if (!value.isSet) {
         value.toml = defaultToml(setting);
     }
