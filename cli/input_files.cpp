@@ -7,6 +7,7 @@
 #include <filesystem>
 #include <fstream>
 #include <initializer_list>
+#include <iostream>
 #include <new>
 #include <string_view>
 
@@ -19,20 +20,11 @@ namespace {
 constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kDashes = "-----";
 
-std::string readWhole(const std::string& path, std::size_t largest = kLargestFile) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error)) {
-        throw InputError(path, "is a folder; name a file", status::kFileCorrupt);
-    }
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        throw InputError(path, std::string("cannot be opened: ") + std::strerror(errno), status::kFileNotFound);
-    }
+std::string readAll(std::istream& stream, const std::string& path, std::size_t largest) {
     std::string content;
     char part[65536];
-    while (file.read(part, sizeof part) || file.gcount() > 0) {
-        content.append(part, static_cast<std::size_t>(file.gcount()));
+    while (stream.read(part, sizeof part) || stream.gcount() > 0) {
+        content.append(part, static_cast<std::size_t>(stream.gcount()));
         if (content.size() > largest) {
             throw InputError(path, "is too large, more than " + std::to_string(largest) + " octets",
                              status::kInvalidData);
@@ -42,6 +34,22 @@ std::string readWhole(const std::string& path, std::size_t largest = kLargestFil
         throw InputError(path, "is empty; name a file in PEM or DER", status::kInvalidData);
     }
     return content;
+}
+
+std::string readWhole(const std::string& path, std::size_t largest = kLargestFile) {
+    if (path == "-") {
+        return readAll(std::cin, path, largest);
+    }
+    std::error_code error;
+    if (std::filesystem::is_directory(path, error)) {
+        throw InputError(path, "is a directory; name a file", status::kFileCorrupt);
+    }
+    errno = 0;
+    std::ifstream file(path, std::ios::binary);
+    if (!file) {
+        throw InputError(path, std::string("cannot be opened: ") + std::strerror(errno), status::kFileNotFound);
+    }
+    return readAll(file, path, largest);
 }
 
 struct Block {
@@ -123,12 +131,24 @@ void take(const CRYPTO_STORE_ITEM* item, void* context) {
     }
 }
 
-// Throws for a malformed block, and when there is none of the wanted kind: the first reason says what there is.
+// What helps against a PKCS #12 file that cannot be opened.
+std::string openingRemedy(std::string_view reason) {
+    const bool isOld = reason.find("not supported") != std::string_view::npos;
+    return std::string("; take the certificates out with: openssl pkcs12 ") + (isOld ? "-legacy " : "") +
+           "-nokeys -in FILE -out certificates.pem";
+}
+
+// Throws for something malformed or locked, and when there is none of the wanted kind: the first reason says what there
+// is.
 void requireUsable(const std::string& path, const StoreContent& content, std::size_t numFound, const char* what) {
-    constexpr std::string_view kOfBlock = "holds the PEM block";
+    constexpr std::string_view kOfNothing = "holds no ";
+    constexpr std::string_view kOfText = "holds more than text";  // a certificate among other things still counts
     for (const StoreContent::Problem& problem : content.problems) {
-        if (problem.isBroken && problem.reason.starts_with(kOfBlock)) {
-            throw InputError(path, problem.reason + "; get the file anew", status::kInvalidData);
+        const std::string& reason = problem.reason;
+        if (problem.isBroken && !reason.starts_with(kOfNothing) && !reason.starts_with(kOfText)) {
+            const bool isArchive = reason.find("PKCS #12") != std::string::npos;
+            throw InputError(path, reason + (isArchive ? openingRemedy(reason) : "; get the file anew"),
+                             status::kInvalidData);
         }
     }
     if (numFound != 0) {
@@ -141,7 +161,7 @@ void requireUsable(const std::string& path, const StoreContent& content, std::si
                          status::kInvalidData);
     }
     const std::string& reason = content.problems.front().reason;
-    if (!reason.starts_with(kOfBlock)) {
+    if (reason.starts_with(kOfNothing)) {
         throw InputError(path, "is not " + std::string(what) + "; name one in PEM or DER", status::kAsn1Error);
     }
     throw InputError(path, reason + "; name a file with " + what, status::kInvalidData);
@@ -177,32 +197,16 @@ std::string messageIn(const std::string& path, std::string content) {
     return der.empty() ? std::move(content) : std::move(der);
 }
 
-// The path to write first. A device or a pipe is written directly: renaming would replace it by a file. The target of a
-// link is replaced, not the link.
-struct Target {
-    std::string path;
-    std::string written;
-};
-
-Target targetOf(const std::string& path) {
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error)) {
-        throw InputError(path, "cannot be written: is a folder; name a file");
-    }
-    if (std::filesystem::exists(path, error) && !std::filesystem::is_regular_file(path, error)) {
-        return {path, path};
-    }
-    const std::filesystem::path real = std::filesystem::canonical(path, error);
-    const std::string target = error ? path : real.string();
-    return {target, target + ".part"};
-}
-
 }  // namespace
 
-std::vector<ATL2::CCertContext> readCertificates(const std::string& path) {
+StoreContent readCertificatesAndCrls(const std::string& path) {
     StoreContent content = readStoreContent(path);
     requireUsable(path, content, content.certificates.size(), "a certificate");
-    return std::move(content.certificates);
+    return content;
+}
+
+std::vector<ATL2::CCertContext> readCertificates(const std::string& path) {
+    return readCertificatesAndCrls(path).certificates;
 }
 
 std::vector<std::string> readCrls(const std::string& path) {
@@ -214,7 +218,7 @@ std::vector<std::string> readCrls(const std::string& path) {
 StoreContent readStoreContent(const std::string& path) {
     const std::string bytes = readWhole(path);
     StoreContent content;
-    if (!crypto_read_store_content(reinterpret_cast<const BYTE*>(bytes.data()), static_cast<DWORD>(bytes.size()),
+    if (!crypto_read_named_content(reinterpret_cast<const BYTE*>(bytes.data()), static_cast<DWORD>(bytes.size()),
                                    path.c_str(), take, &content)) {
         throw std::bad_alloc();
     }
@@ -231,34 +235,6 @@ bool holdsPrivateKey(const std::string& path) {
 Orvane::CBlob readMessage(const std::string& path, std::size_t largest) {
     const std::string message = messageIn(path, readWhole(path, largest));
     return {reinterpret_cast<const unsigned char*>(message.data()), message.size()};
-}
-
-void writeWhole(const std::string& path, const unsigned char* data, std::size_t size) {
-    const Target target = targetOf(path);
-    errno = 0;
-    std::ofstream file(target.written, std::ios::binary | std::ios::trunc);
-    file.write(reinterpret_cast<const char*>(data), static_cast<std::streamsize>(size));
-    file.close();
-    const bool isRenamed =
-        target.written == target.path || (file && std::rename(target.written.c_str(), target.path.c_str()) == 0);
-    if (!file || !isRenamed) {
-        const std::string reason = std::strerror(errno);
-        if (target.written != target.path) {
-            std::remove(target.written.c_str());
-        }
-        throw InputError(path, "cannot be written: " + reason);
-    }
-}
-
-void requireWritable(const std::string& path) {
-    const Target target = targetOf(path);
-    errno = 0;
-    if (!std::ofstream(target.written, std::ios::binary | std::ios::app)) {
-        throw InputError(path, std::string("cannot be written: ") + std::strerror(errno));
-    }
-    if (target.written != target.path) {
-        std::remove(target.written.c_str());
-    }
 }
 
 }  // namespace tallow::cli

@@ -1,4 +1,4 @@
-// Files named on the command line: PEM or DER, every failure with its reason.
+// Files named on the command line, "-" for standard input: every failure with its reason.
 #pragma once
 
 #include <cstdint>
@@ -29,7 +29,7 @@ private:
     std::int32_t code_;
 };
 
-/// The content of a file in PEM or DER, as the library reads the files of its stores.
+/// The content of a file in PEM or DER, or of a PKCS #7 or PKCS #12 container. Private keys are ignored.
 struct StoreContent {
     struct Problem {
         std::string reason;
@@ -42,11 +42,14 @@ struct StoreContent {
 /// Throws InputError when the file cannot be read.
 StoreContent readStoreContent(const std::string& path);
 
-/// All certificates of a file, in order, at least one. Throws InputError when the file cannot be read, contains none,
-/// or contains a malformed one.
+/// The certificates of a file, in order, at least one, and the CRLs beside them. Throws InputError when the file cannot
+/// be read, contains no certificate, or contains something malformed.
+StoreContent readCertificatesAndCrls(const std::string& path);
+
+/// The certificates alone.
 std::vector<ATL2::CCertContext> readCertificates(const std::string& path);
 
-/// The same for CRLs, in DER.
+/// The CRLs of a file, in DER, at least one. Throws InputError as above.
 std::vector<std::string> readCrls(const std::string& path);
 
 /// Whether the PEM text of the file contains a private key, encrypted or not. Throws InputError for a file that
@@ -57,11 +60,5 @@ bool holdsPrivateKey(const std::string& path);
 /// are not decoded. Throws InputError when the file cannot be read, contains only other PEM blocks, or is larger than
 /// `largest` octets.
 Orvane::CBlob readMessage(const std::string& path, std::size_t largest = kLargestFile);
-
-/// Writes a temporary file and renames it, so that the file is complete or unchanged. Throws InputError.
-void writeWhole(const std::string& path, const unsigned char* data, std::size_t size);
-
-/// Throws InputError when writeWhole would fail, so that no responder is asked for a response that cannot be written.
-void requireWritable(const std::string& path);
 
 }  // namespace tallow::cli

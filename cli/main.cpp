@@ -13,6 +13,8 @@
 #include "cli/check.h"
 #include "cli/explain.h"
 #include "cli/input_files.h"
+#include "cli/interruption.h"
+#include "cli/option_rules.h"
 #include "cli/options.h"
 #include "cli/outcome.h"
 #include "cli/request.h"
@@ -86,25 +88,31 @@ struct Run {
     Outcome operator()(const ExplainOptions& options) const { return runExplain(options); }
 };
 
-// Prints, and gives the exit status.
-int finish(const Outcome& outcome) {
-    std::cout << outcome.out << std::flush;
-    std::cerr << outcome.err;
-    if (!std::cout) {
-        std::cerr << "tallow: standard output cannot be written\n";
-        // A result that was not written is no result; the exit status for revoked stays.
-        return outcome.exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
+// The exit status when what was printed could not be written: no result is known then, but revoked stays revoked.
+int statusOfPrinted(int exitStatus) {
+    std::cout << std::flush;
+    if (std::cout) {
+        return exitStatus;
     }
-    return outcome.exitStatus;
+    std::cerr << "tallow: standard output cannot be written\n";
+    return exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
+}
+
+// Prints, and gives the exit status. `isOutputTaken`: standard output is for an output file.
+int finish(const Outcome& outcome, bool isOutputTaken) {
+    (isOutputTaken ? std::cerr : std::cout) << outcome.out;
+    const int exitStatus = statusOfPrinted(outcome.exitStatus);
+    std::cerr << outcome.err;
+    return isOutputTaken && !std::cerr && exitStatus == kExitGood ? kExitNoAnswer : exitStatus;
 }
 
 int run(int argc, char** argv) {
     try {
         CommandOptions options;
         if (const std::optional<int> end = readCommandLine(argc, argv, options)) {
-            return *end;
+            return statusOfPrinted(*end);
         }
-        return finish(std::visit(Run(), options));
+        return finish(std::visit(Run(), options), isOutputTaken(options));
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const InputError& error) {
@@ -122,6 +130,7 @@ int main(int argc, char** argv) {
     if (!occupyStandardStreams()) {
         return kExitNoAnswer;
     }
+    endOnSignals();
     forgetEnvironment();
     try {
         return run(argc, argv);

@@ -1,10 +1,13 @@
 #include "cli/options.h"
 
 #include <CLI/CLI.hpp>
+#include <algorithm>
 #include <iostream>
 #include <span>
+#include <utility>
 
 #include "checker/text/safe_text.h"
+#include "cli/option_rules.h"
 #include "cli/option_values.h"
 
 #ifndef TALLOW_VERSION
@@ -149,19 +152,29 @@ void declare(CLI::App& check, CheckOptions& options) {
     addChainFiles(check, options);
     check.add_flag("--verify-chain", options.verifyChain,
                    "Validate the chain of the certificate too: dates, path, CRLs of the CAs");
-    addFile(check, "--save-request", options.saveRequest, "Write the DER request to this file (one certificate)");
-    addFile(check, "--save-response", options.saveResponse, "Write the response to this file (one certificate)");
+    addFile(check, "--save-request", options.saveRequest,
+            "Write the DER request to this file, - for standard output (one certificate)");
+    addFile(check, "--save-response", options.saveResponse,
+            "Write the response to this file, - for standard output (one certificate)");
     addOutput(check, options);
     addSettings(check, options);
     check.footer(
-        "Every input may be PEM or DER.\n"
+        "Every certificate is checked that is not a CA and did not issue another one in its file. In a file with CAs "
+        "only,\n"
+        "those are checked that did not issue another one in it; none of them if one issued a certificate that is "
+        "checked\n"
+        "from another file. All certificates and CRLs of all files, in any order, are used for issuers and chains.\n"
+        "Results are named FILE, or FILE#1, FILE#2, ... when several certificates of a file are checked.\n"
+        "If an output file is - or /dev/stdout, the result is printed on standard error.\n"
         "Exit status: 0 all certificates are good; 1 one is revoked; 3 none is, but for one no trusted answer was "
         "had;\n"
         "2 none of these, but a responder does not know one; 64 wrong usage.");
 }
 
 void declare(CLI::App& request, RequestOptions& options) {
-    request.add_option("CERT", options.certificates, "Certificates to ask about, PEM or DER")
+    request
+        .add_option("CERT", options.certificates,
+                    "Files with certificates to ask about, and their issuers, as for check")
         ->required()
         ->type_name("FILE");
     addNaming(request, options);
@@ -176,16 +189,20 @@ void declare(CLI::App& request, RequestOptions& options) {
         ->type_name("WHAT")
         ->needs(sign)
         ->check(CLI::IsMember({"none", "signer", "chain", "chain-root", "policy"}));
-    addFile(request, "-o,--output", options.output, "Write the DER request to this file")->required();
+    addFile(request, "-o,--output", options.output, "Write the DER request to this file, - for standard output")
+        ->required();
     addSettings(request, options);
     request.footer("Exit status: 0 the request is written; 3 it cannot be built or signed; 64 wrong usage.");
 }
 
 void declare(CLI::App& send, SendOptions& options) {
-    addFile(send, "REQUEST", options.request, "The request to send: PEM, DER or base64")->required();
+    addFile(send, "REQUEST", options.request, "The request to send: PEM, DER or base64; - is standard input")
+        ->required();
     addUrl(send, "--url", options.url, "Address of the responder")->required();
     addNetwork(send, options);
-    addFile(send, "-o,--output", options.output, "Write what is answered to this file");
+    addFile(
+        send, "-o,--output", options.output,
+        "Write what is answered to this file, - for standard output; what else is printed then goes to standard error");
     addSettings(send, options);
     send.footer(
         "Exit status: 0 a successful response came, not verified; 3 none, or one that does not fit the request;\n"
@@ -193,7 +210,8 @@ void declare(CLI::App& send, SendOptions& options) {
 }
 
 void declare(CLI::App& verify, VerifyOptions& options) {
-    addFile(verify, "RESPONSE", options.response, "The response to judge: PEM, DER or base64")->required();
+    addFile(verify, "RESPONSE", options.response, "The response to judge: PEM, DER or base64; - is standard input")
+        ->required();
     addFile(verify, "--request", options.request, "The request it answers: nonce and entries are matched with it");
     addFile(verify, "--cert", options.certificate, "Judge the entry about this certificate");
     addFile(verify, "--issuer", options.issuer, "Certificate of its issuer");
@@ -212,7 +230,8 @@ void declare(CLI::App& verify, VerifyOptions& options) {
 }
 
 void declare(CLI::App& verify, VerifyRequestOptions& options) {
-    addFile(verify, "REQUEST", options.request, "The request to judge: PEM, DER or base64")->required();
+    addFile(verify, "REQUEST", options.request, "The request to judge: PEM, DER or base64; - is standard input")
+        ->required();
     addChainFiles(verify, options);
     addJson(verify, options);
     addSettings(verify, options);
@@ -223,7 +242,7 @@ void declare(CLI::App& verify, VerifyRequestOptions& options) {
 }
 
 void declare(CLI::App& show, ShowOptions& options) {
-    addFile(show, "FILE", options.file, "A request or a response: PEM, DER or base64")->required();
+    addFile(show, "FILE", options.file, "A request or a response: PEM, DER or base64; - is standard input")->required();
     addJson(show, options);
     show.footer("Nothing is verified. Exit status: 0 the message is shown; 64 the file is no OCSP message.");
 }
@@ -310,8 +329,13 @@ public:
     }
 
     std::optional<int> read(int argc, char** argv, CommandOptions& options) {
+        if (const std::string mistake = helpMistakeIn(argc, argv); !mistake.empty()) {
+            return usage(mistake, "");
+        }
         try {
-            app_.parse(argc, argv);
+            std::vector<std::string> arguments = withoutMark(argc, argv);
+            std::reverse(arguments.begin(), arguments.end());  // as the parser takes them
+            app_.parse(std::move(arguments));
         } catch (const CLI::Success& request) {
             return app_.exit(request);  // help or version, on standard output
         } catch (const CLI::ParseError& mistake) {
@@ -349,19 +373,6 @@ private:
     ExplainOptions explain_;
     std::function<void(CommandOptions&)> take_;
 };
-
-// Mistakes that the parser does not find; empty when there are none.
-std::string mistakeIn(const CommandOptions& options) {
-    const auto* check = std::get_if<CheckOptions>(&options);
-    if (check != nullptr && check->certificates.empty() && check->server.address.empty()) {
-        return "CERT or --connect is required: name a file with a certificate, or a server";
-    }
-    if (check != nullptr && check->certificates.size() > 1 &&
-        !(check->saveRequest.empty() && check->saveResponse.empty())) {
-        return "--save-request and --save-response go with one certificate: a second would overwrite the first";
-    }
-    return {};
-}
 
 }  // namespace
 

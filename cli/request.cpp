@@ -1,13 +1,16 @@
 #include "cli/request.h"
 
 #include <algorithm>
+#include <exception>
 #include <filesystem>
 #include <new>
 
 #include "checker/checker.h"
 #include "checker/text/policy_text.h"
+#include "cli/certificates_to_check.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
+#include "cli/output_file.h"
 #include "cli/pin.h"
 #include "cli/run_inputs.h"
 #include "client/request/request.h"
@@ -52,6 +55,8 @@ ATL2::CCertContext findSigner(const RequestOptions& options) {
     std::error_code error;
     if (!options.key.empty()) {
         nameKey(signer, options.key);
+    } else if (options.sign == "-") {
+        throw InputError("--sign", "no key belongs to standard input; name it (--key)", status::kNoKeyProperty);
     } else if (holdsPrivateKey(options.sign)) {
         nameKey(signer, options.sign);
     } else if (std::filesystem::is_regular_file(beside, error)) {
@@ -79,26 +84,10 @@ CRequest::enumCertToInclude certificatesToInclude(const std::string& include) {
 
 // ---- The request ----------------------------------------------------------------------------------------------------
 
-struct Asked {
-    std::string file;
-    ATL2::CCertContext certificate;
-};
-
-std::vector<Asked> readAsked(const RequestOptions& options, RunInputs& inputs) {
-    std::vector<Asked> asked;
-    for (const std::string& file : options.certificates) {
-        const std::vector<ATL2::CCertContext> certificates = readCertificates(file);
-        asked.push_back({file, certificates.front()});
-        // Further certificates in its file are usually those above it.
-        std::for_each(certificates.begin() + 1, certificates.end(), [&](const auto& next) { inputs.add(next); });
-    }
-    return asked;
-}
-
 // Each identifier is made by a separate request: an issuer that was found would be used for the next certificate too.
-void addEntry(CRequest& request, unsigned long index, const Asked& asked, const Checker& checker,
+void addEntry(CRequest& request, unsigned long index, const ToCheck& asked, const Checker& checker,
               const RunInputs& inputs) {
-    const Bytes encoded = checker.issuerOf(encodingOf(asked.certificate), inputs.issuer());
+    const Bytes encoded = checker.issuerOf(encodingOf(asked.certificate), inputs.issuerOf(asked.certificate));
     const ATL2::CCertContext issuer = ATL2::CCertContext::adopt(
         CertCreateCertificateContext(X509_ASN_ENCODING, encoded.data(), static_cast<DWORD>(encoded.size())));
     if (!issuer) {
@@ -132,11 +121,18 @@ Orvane::CBlob exported(CRequest& request) {
 }  // namespace
 
 Outcome runRequest(const RequestOptions& options) {
-    requireWritable(options.output);
     RunInputs inputs(options);
-    const std::vector<Asked> asked = readAsked(options, inputs);
+    const CertificateFiles files = readCertificateFiles(options.certificates);
+    inputs.add(files.certificates, files.crls);
+    const std::vector<ToCheck>& asked = files.toCheck;
+    for (const ToCheck& next : asked) {
+        if (next.failure) {
+            std::rethrow_exception(next.failure);
+        }
+    }
     const ATL2::CCertContext signer = options.sign.empty() ? ATL2::CCertContext() : findSigner(options);
     const Pin pin = options.pinFile.empty() ? Pin() : Pin(options.pinFile);
+    OutputFile output(options.output);
     std::string subject = options.output;
     const char* step = "reading the policy";
     try {
@@ -144,7 +140,7 @@ Outcome runRequest(const RequestOptions& options) {
         const Checker checker(inputs.trust(), {.useCache = true});
         step = "finding the issuer";
         for (unsigned long i = 0; i < asked.size(); ++i) {
-            subject = asked[i].file;
+            subject = asked[i].label;
             addEntry(request, i, asked[i], checker, inputs);
         }
         subject = options.output;
@@ -158,7 +154,7 @@ Outcome runRequest(const RequestOptions& options) {
             request.Sign(signer.get(), certificatesToInclude(options.include), pin.get());
         }
         const Orvane::CBlob bytes = exported(request);
-        writeWhole(options.output, bytes.pbData(), bytes.cbData());
+        output.write(bytes.pbData(), bytes.cbData());
     } catch (const InputError&) {
         throw;
     } catch (...) {

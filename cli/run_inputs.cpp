@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <iostream>
+#include <new>
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -23,10 +25,34 @@ namespace {
 
 constexpr unsigned int kAllTraceLevels = 127;
 
+bool names(const ATL2::CCertContext& certificate, const ATL2::CCertContext& issuer) {
+    const CERT_NAME_BLOB& subject = issuer->pCertInfo->Subject;
+    const CERT_NAME_BLOB& named = certificate->pCertInfo->Issuer;
+    return std::equal(subject.pbData, subject.pbData + subject.cbData, named.pbData, named.pbData + named.cbData);
+}
+
 bool isSelfIssued(const ATL2::CCertContext& certificate) {
-    const CERT_NAME_BLOB& subject = certificate->pCertInfo->Subject;
-    const CERT_NAME_BLOB& issuer = certificate->pCertInfo->Issuer;
-    return std::equal(subject.pbData, subject.pbData + subject.cbData, issuer.pbData, issuer.pbData + issuer.cbData);
+    return names(certificate, certificate);
+}
+
+// Each addition to a Trust copies it, so that many certificates are added at once, as one text.
+void appendPem(std::string& text, const ATL2::CCertContext& certificate) {
+    DWORD size = 0;
+    const auto encode = [&](wchar_t* room) {
+        return CryptBinaryToStringW(certificate->pbCertEncoded, certificate->cbCertEncoded, CRYPT_STRING_BASE64, room,
+                                    &size) != 0;
+    };
+    std::wstring body;
+    if (encode(nullptr)) {
+        body.resize(size);
+    }
+    if (body.empty() || !encode(body.data())) {
+        throw std::bad_alloc();
+    }
+    body.resize(size);
+    text += "-----BEGIN CERTIFICATE-----\n";
+    text.append(body.begin(), body.end());  // digits of base64
+    text += "\n-----END CERTIFICATE-----\n";
 }
 
 PCCRYPT_OID_INFO hashNamed(const std::string& name) {
@@ -97,38 +123,55 @@ void openSettings(const RunOptions& options) {
 RunInputs::RunInputs(const RunOptions& options) {
     openSettings(options);
     for (const std::string& path : options.trust) {
-        const std::vector<ATL2::CCertContext> roots = readCertificates(path);
+        const StoreContent content = readCertificatesAndCrls(path);
+        const std::vector<ATL2::CCertContext>& roots = content.certificates;
         if (std::none_of(roots.begin(), roots.end(), isSelfIssued)) {
             throw InputError(path,
                              "holds no root, that is, no certificate issued by itself; name the root (--trust), "
                              "and the others with --certs");
         }
-        for (const ATL2::CCertContext& root : roots) {
-            isSelfIssued(root) ? trust_.addRoots(encodingOf(root)) : trust_.addCertificates(encodingOf(root));
-        }
+        std::string pem;
+        std::for_each(roots.begin(), roots.end(), [&pem](const auto& root) { appendPem(pem, root); });
+        trust_.addRoots(pem);
+        add({}, content.crls);
     }
     for (const std::string& path : options.certs) {
-        for (const ATL2::CCertContext& certificate : readCertificates(path)) {
-            add(certificate);
-        }
+        const StoreContent content = readCertificatesAndCrls(path);
+        add(content.certificates, content.crls);
     }
     for (const std::string& path : options.crls) {
-        for (const std::string& crl : readCrls(path)) {
-            trust_.addCrls(crl);
-        }
+        add({}, readCrls(path));
     }
     if (!options.issuer.empty()) {
-        const ATL2::CCertContext issuer = readCertificates(options.issuer).front();
-        issuer_.assign(issuer->pbCertEncoded, issuer->pbCertEncoded + issuer->cbCertEncoded);
-        add(issuer);  // usually part of the responder's chain
+        StoreContent content = readCertificatesAndCrls(options.issuer);
+        add(content.certificates, content.crls);  // usually part of the responder's chain
+        issuers_ = std::move(content.certificates);
     }
     if (!options.hash.empty()) {
         hashOid_ = toHashOid(options.hash);
     }
 }
 
-void RunInputs::add(const ATL2::CCertContext& certificate) {
-    trust_.addCertificates(encodingOf(certificate));
+Input RunInputs::issuerOf(const ATL2::CCertContext& certificate) const {
+    if (issuers_.empty()) {
+        return std::string_view();
+    }
+    const auto named = std::find_if(issuers_.begin(), issuers_.end(),
+                                    [&certificate](const auto& issuer) { return names(certificate, issuer); });
+    return encodingOf(named == issuers_.end() ? issuers_.front() : *named);
+}
+
+void RunInputs::add(const std::vector<ATL2::CCertContext>& certificates, const std::vector<std::string>& crls) {
+    std::string pem;
+    for (const ATL2::CCertContext& certificate : certificates) {
+        appendPem(pem, certificate);
+    }
+    if (!pem.empty()) {
+        trust_.addCertificates(pem);
+    }
+    for (const std::string& crl : crls) {
+        trust_.addCrls(crl);
+    }
 }
 
 unsigned long requireRequest(const Orvane::CBlob& bytes, const std::string& path) {

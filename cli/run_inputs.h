@@ -18,16 +18,18 @@ public:
 
     /// The machine's trust with the roots, certificates and CRLs of the options.
     const Trust& trust() const { return trust_; }
-    /// The given issuer in DER; empty when none was given.
-    Input issuer() const { return issuer_; }
+    /// The given issuer in DER; empty when none was given. Of several in its file the one that the certificate names,
+    /// else the first.
+    Input issuerOf(const ATL2::CCertContext& certificate) const;
     /// Dotted text; empty when no hash was given.
     const std::string& hashOid() const { return hashOid_; }
 
-    void add(const ATL2::CCertContext& certificate);
+    /// More certificates for chains, and CRLs in DER.
+    void add(const std::vector<ATL2::CCertContext>& certificates, const std::vector<std::string>& crls);
 
 private:
     Trust trust_ = Trust::system();
-    Bytes issuer_;
+    std::vector<ATL2::CCertContext> issuers_;
     std::string hashOid_;
 };
 

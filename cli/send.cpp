@@ -6,6 +6,7 @@
 #include "cli/error_text.h"
 #include "cli/input_files.h"
 #include "cli/output.h"
+#include "cli/output_file.h"
 #include "cli/run_inputs.h"
 #include "handles/exception.h"
 #include "message/response_message.h"
@@ -32,12 +33,9 @@ std::string whatAnswered(const Bytes& answer) {
 }
 
 // The response is known here; it is reported even when it cannot be written.
-void keep(const Bytes& answer, const std::string& path, Outcome& outcome) {
-    if (path.empty() || answer.empty()) {
-        return;
-    }
+void keep(const Bytes& answer, OutputFile& file, const std::string& path, Outcome& outcome) {
     try {
-        writeWhole(path, answer.data(), answer.size());
+        file.write(answer.data(), answer.size());
     } catch (const InputError& failure) {
         outcome.err += failureLine(path, {failure.code(), failure.reason()});
         outcome.exitStatus = kExitNoAnswer;
@@ -48,9 +46,7 @@ void keep(const Bytes& answer, const std::string& path, Outcome& outcome) {
 
 Outcome runSend(const SendOptions& options) {
     openSettings(options);
-    if (!options.output.empty()) {
-        requireWritable(options.output);
-    }
+    OutputFile output(options.output);
     const Orvane::CBlob request = readMessage(options.request);
     requireRequest(request, options.request);
     const Checker checker(Trust::system(), {.timeout = options.timeout, .proxy = options.proxy, .useCache = true});
@@ -58,7 +54,7 @@ Outcome runSend(const SendOptions& options) {
     Outcome outcome = sent.cause.empty() ? Outcome() : failed(options.request, explain(sent.status, sent.cause));
     if (!sent.answer.empty()) {
         outcome.out = safeLine(withoutLogin(options.url)) + ": " + whatAnswered(sent.answer) + '\n';
-        keep(sent.answer, options.output, outcome);
+        keep(sent.answer, output, options.output, outcome);
     }
     return outcome;
 }

@@ -13,6 +13,7 @@
 #include "checker/text/safe_text.h"
 #include "checker/text/times.h"
 #include "cli/input_files.h"
+#include "cli/output_file.h"
 #include "cli/run_inputs.h"
 #include "cli/settings_table.h"
 #include "cli/show_values.h"
@@ -176,9 +177,13 @@ Outcome list(const StoreOptions& options, const std::filesystem::path& path) {
 }
 
 std::vector<Item> itemsToUse(const std::string& path) {
-    std::vector<Item> items = itemsOf(readStoreContent(path));
+    const StoreContent content = readStoreContent(path);
+    std::vector<Item> items = itemsOf(content);
     if (items.empty()) {
-        throw InputError(path, "holds no certificate and no CRL; name a file with one in PEM or DER");
+        const bool isArchive =
+            !content.problems.empty() && content.problems.front().reason.find("PKCS #12") != std::string::npos;
+        const std::string reason = isArchive ? content.problems.front().reason : "holds no certificate and no CRL";
+        throw InputError(path, reason + "; name a file with a certificate or a CRL");
     }
     return items;
 }
@@ -213,7 +218,7 @@ Outcome add(const StoreOptions& options, const std::filesystem::path& folder) {
         const std::string path =
             found != files.end() ? found->path.string() : (folder / (item.thumbprint + ".der")).string();
         if (found == files.end()) {
-            writeWhole(path, octetsOf(item.der).data(), item.der.size());
+            OutputFile(path).write(octetsOf(item.der).data(), item.der.size());
         }
         outcome.out += std::string(found == files.end() ? "added " : "already there ") +
                        safeLine(item.thumbprint + " " + item.what) + "\n    " + safeLine(path) + '\n';

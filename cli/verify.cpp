@@ -1,7 +1,9 @@
 #include "cli/verify.h"
 
+#include <exception>
 #include <optional>
 
+#include "cli/certificates_to_check.h"
 #include "cli/check_result_of.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
@@ -20,7 +22,7 @@ Bytes octetsOf(const Orvane::CBlob& blob) {
 void requireIssuer(const RunInputs& inputs, const ATL2::CCertContext& certificate, const std::string& path) {
     try {
         if (Checker(inputs.trust(), {.downloads = false, .useCache = true})
-                .issuerOf(encodingOf(certificate), inputs.issuer())
+                .issuerOf(encodingOf(certificate), inputs.issuerOf(certificate))
                 .empty()) {
             throw InputError(path, "its issuer is not known; name it (--issuer)", status::kNoSigner);
         }
@@ -32,7 +34,7 @@ void requireIssuer(const RunInputs& inputs, const ATL2::CCertContext& certificat
 }  // namespace
 
 std::vector<CheckResult> runVerify(const VerifyOptions& options) {
-    const RunInputs inputs(options);
+    RunInputs inputs(options);
     Stored stored;
     stored.at = options.at;
     Bytes request;
@@ -46,9 +48,14 @@ std::vector<CheckResult> runVerify(const VerifyOptions& options) {
     }
     ATL2::CCertContext certificate;
     if (!options.certificate.empty()) {
-        certificate = readCertificates(options.certificate).front();
+        const CertificateFiles files = readCertificateFiles({options.certificate});
+        if (files.toCheck.front().failure) {
+            std::rethrow_exception(files.toCheck.front().failure);
+        }
+        inputs.add(files.certificates, files.crls);
+        certificate = files.toCheck.front().certificate;
         stored.certificate = encodingOf(certificate);
-        stored.issuer = inputs.issuer();
+        stored.issuer = inputs.issuerOf(certificate);
         requireIssuer(inputs, certificate, options.certificate);
     }
     std::vector<CheckResult> results;

@@ -164,7 +164,7 @@
 #define CERT_STORE_ADD_REPLACE_EXISTING 3U
 #define CERT_STORE_ADD_ALWAYS 4U
 
-// Kinds of items that crypto_list_store and crypto_read_store_content report.
+// Kinds of items that crypto_list_store, crypto_read_store_content and crypto_read_named_content report.
 #define CRYPTO_STORE_ITEM_CERTIFICATE 1U
 #define CRYPTO_STORE_ITEM_CRL 2U
 #define CRYPTO_STORE_ITEM_OTHER 3U   // whole, and neither a certificate nor a CRL

@@ -116,6 +116,12 @@ TALLOW_EXPORT BOOL crypto_list_store(LPCSTR szName, DWORD dwFlags, PFN_CRYPTO_ST
 // E_INVALIDARG for a null `pbContent` with a size, or a null callback.
 TALLOW_EXPORT BOOL crypto_read_store_content(const BYTE* pbContent, DWORD cbContent, LPCSTR szName,
                                              PFN_CRYPTO_STORE_ITEM pfnItem, void* pvContext);
+// The same for the content of a file that a user names as an input. It may also be a container, in DER or in a PEM
+// block: PKCS #7 with certificates and CRLs, or PKCS #12, whose certificates are read when it has no password, or an
+// empty one. Private keys are never opened, and signatures and MACs of containers are not verified. A container that
+// cannot be opened is a CRYPTO_STORE_ITEM_BROKEN, whose problem contains "PKCS #12" if it is one.
+TALLOW_EXPORT BOOL crypto_read_named_content(const BYTE* pbContent, DWORD cbContent, LPCSTR szName,
+                                             PFN_CRYPTO_STORE_ITEM pfnItem, void* pvContext);
 
 // ---- Chains and revocation -----------------------------------------------------------------------------------------
 

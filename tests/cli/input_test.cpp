@@ -30,7 +30,7 @@ TEST_F(CertificateFile, IsNamedInOneLineWhenItIsUnusable) {
     };
     for (const Row& row : {
              Row{"missing", "-", "0x80070002", "No such file"},
-             Row{"folder", "-", "0x80070570", "folder"},
+             Row{"folder", "-", "0x80070570", "is a directory"},
              Row{"empty", "", "0x8007000D", "empty"},
              Row{"key.pem", certs().good.key.pem(), "0x8007000D", "PRIVATE KEY"},
              Row{"garbage", std::string(300, '\x01'), "0x80093101", "not a certificate"},
@@ -89,6 +89,10 @@ TEST_F(CommandLine, ReportsMistakesInOneLine) {
              Mistake{{"check", "--hash", "sha257", leaf}, "sha257"},
              Mistake{{"check", "--hash", "1.2.3.4", leaf}, "1.2.3.4"},
              Mistake{{"check", "--save-request", "one.der", leaf, leaf}, "--save-request"},
+             Mistake{{"check", leaf, "--help"}, "./--help"},  // it may be a file: no help page with status 0
+             Mistake{{"check", "-h.pem", leaf}, "./-h.pem"},
+             Mistake{{"check", leaf, "-vh"}, "./-vh"},
+             Mistake{{"check", "--json", "--version"}, "./--version"},
              Mistake{{"show"}, "FILE"},
              Mistake{{"request", leaf}, "--output"},
              Mistake{{"request", "-o", "", leaf}, "--output"},
@@ -107,6 +111,13 @@ TEST_F(CommandLine, PrintsHelpAndVersionOnStandardOutput) {
         EXPECT_EQ(run.exitStatus, 0);
         EXPECT_THAT(run.out, HasSubstr(words));
         EXPECT_EQ(run.err, "");
+    }
+}
+
+TEST_F(CommandLine, TakesEveryArgumentAfterTheMarkAsAFile) {
+    for (const char* const name : {"--help", "-h.pem", "--", "-"}) {
+        const ProcessResult run = tallow.check({"--url", responderUrl(), leaf, "--", name});
+        expectOneLine(run, kExitNoAnswer, {name});
     }
 }
 

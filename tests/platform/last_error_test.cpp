@@ -35,6 +35,7 @@ TEST(LastError, IsSetByEveryFailingCall) {
         {"add", [&] { return CertAddCertificateContextToStore(memory, certificate, 1, nullptr); }},
         {"list", [&] { return crypto_list_store("..", 0, ignore, nullptr); }},
         {"read", [&] { return crypto_read_store_content(nullptr, 1, nullptr, ignore, nullptr); }},
+        {"read named", [&] { return crypto_read_named_content(nullptr, 1, nullptr, ignore, nullptr); }},
         {"engine", [&] { return CertCreateCertificateChainEngine(nullptr, nullptr); }},
         {"chain",
          [&] { return CertGetCertificateChain(nullptr, nullptr, nullptr, nullptr, nullptr, 0, nullptr, nullptr); }},

@@ -1,4 +1,4 @@
-#include <gtest/gtest.h>
+#include <gmock/gmock.h>
 #include <sys/stat.h>
 
 #include <array>
@@ -15,6 +15,7 @@
 #include "tests/platform/certificate_fixture.h"
 #include "tests/platform/environment_fixture.h"
 #include "tests/support/pki.h"
+#include "tests/support/process.h"
 #include "tests/support/settings_file.h"
 #include "tests/support/tlv.h"
 
@@ -73,9 +74,9 @@ TEST_F(SystemStore, IgnoresOtherFiles) {
 }
 
 // What one file holds: certificates, CRLs, other things, broken ones, and whether a CRL may be among the latter.
-std::string read(const Bytes& content, const char* name) {
+std::string read(const Bytes& content, const char* name, decltype(&crypto_read_store_content) call) {
     std::array<int, 5> counts{};
-    crypto_read_store_content(
+    call(
         content.data(), static_cast<DWORD>(content.size()), name,
         [](const CRYPTO_STORE_ITEM* item, void* context) {
             auto& met = *static_cast<std::array<int, 5>*>(context);
@@ -136,7 +137,16 @@ TEST_F(SystemStore, ReadsEveryFormOfAFile) {
              Row{"nothing", "0001 crl?", {}, "a.pem"},
              Row{"zeros", "0001 crl?", Bytes(500)},
          }) {
-        EXPECT_EQ(read(row.content, row.name), row.expected) << row.what;
+        EXPECT_EQ(read(row.content, row.name, crypto_read_store_content), row.expected) << row.what;
+    }
+    // Stores ignore containers; a file that a user names may be one.
+    const std::string container = folder_.file("c.p7b");
+    run({"openssl", "crl2pkcs7", "-in", folder_.write("c.crl", crlPem), "-certfile", folder_.write("c.pem", pem),
+         "-outform", "DER", "-out", container});
+    const Bytes signedData = readFile(container);
+    for (const Bytes& form : {signedData, text(toPem(signedData, "PKCS7")), text(toPem(signedData, "CMS"))}) {
+        EXPECT_THAT(read(form, "a", crypto_read_store_content), testing::EndsWith(" crl?"));
+        EXPECT_EQ(read(form, "a", crypto_read_named_content), "1100");
     }
 }
 

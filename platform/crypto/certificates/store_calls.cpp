@@ -137,6 +137,18 @@ struct Listener {
     }
 };
 
+BOOL readContent(StoreFileContent (*parse)(ByteView, std::string_view), ByteView content, LPCSTR szName,
+                 const Listener& listener) {
+    return serviceCall<BOOL>(FALSE, [&] {
+        if (listener.tellItem == nullptr || (content.data() == nullptr && !content.empty())) {
+            return fail(E_INVALIDARG);
+        }
+        const std::string name = szName == nullptr ? "" : szName;
+        listener.tell(parse(content, name), name);
+        return TRUE;
+    });
+}
+
 }  // namespace
 
 BOOL crypto_list_store(LPCSTR szName, DWORD dwFlags, PFN_CRYPTO_STORE_ITEM pfnItem, void* pvContext) {
@@ -158,14 +170,12 @@ BOOL crypto_list_store(LPCSTR szName, DWORD dwFlags, PFN_CRYPTO_STORE_ITEM pfnIt
 
 BOOL crypto_read_store_content(const BYTE* pbContent, DWORD cbContent, LPCSTR szName, PFN_CRYPTO_STORE_ITEM pfnItem,
                                void* pvContext) {
-    return serviceCall<BOOL>(FALSE, [&] {
-        if (pfnItem == nullptr || (pbContent == nullptr && cbContent != 0)) {
-            return fail(E_INVALIDARG);
-        }
-        const std::string name = szName == nullptr ? "" : szName;
-        Listener{pfnItem, pvContext}.tell(parseStoreFile({pbContent, cbContent}, name), name);
-        return TRUE;
-    });
+    return readContent(parseStoreFile, {pbContent, cbContent}, szName, {pfnItem, pvContext});
+}
+
+BOOL crypto_read_named_content(const BYTE* pbContent, DWORD cbContent, LPCSTR szName, PFN_CRYPTO_STORE_ITEM pfnItem,
+                               void* pvContext) {
+    return readContent(parseNamedFile, {pbContent, cbContent}, szName, {pfnItem, pvContext});
 }
 
 HCERTSTORE CertOpenStore(LPCSTR lpszStoreProvider, DWORD /*dwEncodingType*/, HCRYPTPROV /*hCryptProv*/, DWORD dwFlags,

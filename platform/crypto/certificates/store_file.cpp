@@ -7,6 +7,7 @@
 
 #include "platform/crypto/base/der_reader.h"
 #include "platform/crypto/base/pem_blocks.h"
+#include "platform/crypto/certificates/container_file.h"
 
 namespace tallow::platform {
 
@@ -117,10 +118,13 @@ bool takeCrl(ByteView der, StoreFileContent& content) {
     return true;
 }
 
+bool isContainer(std::string_view label) {
+    constexpr std::array<std::string_view, 3> kContainers{"PKCS7", "PKCS #7 SIGNED DATA", "CMS"};
+    return std::find(kContainers.begin(), kContainers.end(), label) != kContainers.end();
+}
+
 bool mayHoldCrl(std::string_view label) {
-    constexpr std::array<std::string_view, 4> kContainers{"PKCS7", "PKCS #7 SIGNED DATA", "CMS", ""};
-    return label.find("CRL") != std::string_view::npos ||
-           std::find(kContainers.begin(), kContainers.end(), label) != kContainers.end();
+    return label.find("CRL") != std::string_view::npos || isContainer(label) || label.empty();
 }
 
 // ---- PEM -----------------------------------------------------------------------------------------------------------
@@ -130,21 +134,51 @@ void addProblem(StoreFileContent& content, std::string_view label, const char* w
     content.problems.push_back({{}, "holds the PEM block \"" + std::string(label) + "\", " + what, mayBeCrl, isOther});
 }
 
-void takeBlock(const PemBlock& block, StoreFileContent& content) {
+enum class Containers { kIgnored, kRead };
+
+void takeBlock(const PemBlock& block, Containers containers, StoreFileContent& content) {
     const std::string label = upperCase(block.label);
     const bool isCertificate = label == "CERTIFICATE" || label == "X509 CERTIFICATE";
     const bool isCrl = label == "X509 CRL" || label == "CRL";
+    const bool isRead = isCertificate || isCrl || (containers == Containers::kRead && isContainer(label));
     const bool mayBeCrl = mayHoldCrl(label) || (!block.isComplete && std::string_view("X509 CRL").starts_with(label));
     Bytes der;
     if (!block.isComplete) {
         addProblem(content, block.label, "which has no end: the file was cut", mayBeCrl);
-    } else if (!isCertificate && !isCrl) {
+    } else if (!isRead) {
         addProblem(content, block.label, "which is neither a certificate nor a CRL", mayBeCrl, true);
     } else if (!decodeBlock(block, der)) {
         addProblem(content, block.label, "which is no base64", mayBeCrl);
+    } else if (!isCertificate && !isCrl) {
+        if (!takeContainer(der, content)) {
+            addProblem(content, block.label, "which does not parse", true);
+        }
     } else if (!(isCertificate && takeCertificate(der, content)) && !takeCrl(der, content)) {
         addProblem(content, block.label, "which does not parse", isCrl || mayBeBinaryCrl(der));
     }
+}
+
+StoreFileContent parseFile(ByteView bytes, std::string_view name, Containers containers) {
+    StoreFileContent content;
+    if (takeCertificate(bytes, content) || takeCrl(bytes, content)) {
+        return content;
+    }
+    const bool isBinary = isBinaryForm(bytes);
+    if (isBinary && containers == Containers::kRead && takeContainer(bytes, content)) {
+        return content;
+    }
+    const std::vector<PemBlock> blocks = isBinary ? std::vector<PemBlock>() : pemBlocks(textOf(bytes));
+    for (const PemBlock& block : blocks) {
+        takeBlock(block, containers, content);
+    }
+    if (blocks.empty()) {
+        const bool mayBeCrl = mayHideCrl(bytes, name);
+        const char* const reason = bytes.empty() ? "is empty" : "holds no certificate and no CRL in PEM or DER";
+        content.problems.push_back({{}, reason, mayBeCrl, !mayBeCrl});
+    } else if (hasBinary(bytes)) {
+        content.problems.push_back({{}, "holds more than text beside its PEM blocks", true});
+    }
+    return content;
 }
 
 }  // namespace
@@ -164,23 +198,12 @@ bool StoreFileContent::mayLackCrl() const noexcept {
     return std::any_of(problems.begin(), problems.end(), [](const StoreProblem& problem) { return problem.mayBeCrl; });
 }
 
-StoreFileContent parseStoreFile(ByteView bytes, std::string_view name) {
-    StoreFileContent content;
-    if (takeCertificate(bytes, content) || takeCrl(bytes, content)) {
-        return content;
-    }
-    const std::vector<PemBlock> blocks = isBinaryForm(bytes) ? std::vector<PemBlock>() : pemBlocks(textOf(bytes));
-    for (const PemBlock& block : blocks) {
-        takeBlock(block, content);
-    }
-    if (blocks.empty()) {
-        const bool mayBeCrl = mayHideCrl(bytes, name);
-        const char* const reason = bytes.empty() ? "is empty" : "holds no certificate and no CRL in PEM or DER";
-        content.problems.push_back({{}, reason, mayBeCrl, !mayBeCrl});
-    } else if (hasBinary(bytes)) {
-        content.problems.push_back({{}, "holds more than text beside its PEM blocks", true});
-    }
-    return content;
+StoreFileContent parseStoreFile(ByteView content, std::string_view name) {
+    return parseFile(content, name, Containers::kIgnored);
+}
+
+StoreFileContent parseNamedFile(ByteView content, std::string_view name) {
+    return parseFile(content, name, Containers::kRead);
 }
 
 }  // namespace tallow::platform

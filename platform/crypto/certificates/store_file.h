@@ -41,4 +41,7 @@ bool endsAsCrl(std::string_view name);
 // `name` is the file's, whose ending may say that it should hold a CRL. Throws std::bad_alloc.
 StoreFileContent parseStoreFile(ByteView content, std::string_view name);
 
+// The same for a file that a user names, which may also be a container (container_file.h) in DER or in a PEM block.
+StoreFileContent parseNamedFile(ByteView content, std::string_view name);
+
 }  // namespace tallow::platform

@@ -1,12 +1,9 @@
 #include "platform/crypto/chains/issuer_download.h"
 
-#include <openssl/pkcs7.h>
-
 #include <algorithm>
 #include <limits>
-#include <memory>
 
-#include "platform/crypto/base/openssl_handles.h"
+#include "platform/crypto/certificates/container_file.h"
 #include "platform/crypto/chains/crl_source.h"
 #include "platform/crypto/chains/issuer_candidates.h"
 #include "platform/crypto/network/url_cache.h"
@@ -19,21 +16,10 @@ constexpr int kMaxCertificates = 16;  // taken from one message: with the issuer
 constexpr long kSecondsInDay = 24 * 3600;
 constexpr long kAnyAge = std::numeric_limits<long>::max();
 
-struct Pkcs7Free {
-    void operator()(PKCS7* message) const noexcept { PKCS7_free(message); }
-};
-
-CertificateRef fromX509(X509* certificate) {
-    unsigned char* encoded = nullptr;
-    const int size = i2d_X509(certificate, &encoded);
-    const OpenSslBytesPtr owner(encoded);
-    return size > 0 ? Certificate::create({encoded, static_cast<std::size_t>(size)}) : CertificateRef();
-}
-
 // Those with the issuer's name come first; the others may be the issuers above it.
 std::vector<CertificateRef> fromMessage(ByteView der, const X509_NAME* issuer) {
     const unsigned char* at = der.data();
-    const std::unique_ptr<PKCS7, Pkcs7Free> message(d2i_PKCS7(nullptr, &at, static_cast<long>(der.size())));
+    const Pkcs7Ptr message(d2i_PKCS7(nullptr, &at, static_cast<long>(der.size())));
     std::vector<CertificateRef> found;
     if (!message || !PKCS7_type_is_signed(message.get()) || message->d.sign == nullptr) {
         return found;
@@ -46,7 +32,7 @@ std::vector<CertificateRef> fromMessage(ByteView der, const X509_NAME* issuer) {
             if ((X509_NAME_cmp(X509_get_subject_name(certificate), issuer) == 0) != named) {
                 continue;
             }
-            if (CertificateRef usable = fromX509(certificate)) {
+            if (CertificateRef usable = certificateOf(certificate)) {
                 found.push_back(std::move(usable));
                 ++taken;
             }

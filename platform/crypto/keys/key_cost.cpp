@@ -1,7 +1,5 @@
 #include "platform/crypto/keys/key_cost.h"
 
-#include <openssl/pkcs12.h>
-
 #include <algorithm>
 #include <array>
 #include <initializer_list>
@@ -9,6 +7,7 @@
 
 #include "platform/crypto/base/der_reader.h"
 #include "platform/crypto/base/openssl_handles.h"
+#include "platform/crypto/keys/pkcs12_handles.h"
 
 namespace tallow::platform {
 
@@ -18,7 +17,6 @@ constexpr unsigned long long kTooMany = kMaximumRounds + 1;
 
 using CipherPtr = std::unique_ptr<EVP_CIPHER, OpenSslFree<EVP_CIPHER_free>>;
 using Pbes2Ptr = std::unique_ptr<PBE2PARAM, OpenSslFree<PBE2PARAM_free>>;
-using Pkcs12Ptr = std::unique_ptr<PKCS12, OpenSslFree<PKCS12_free>>;
 
 // The octets of the object identifiers, without those that differ at their ends.
 constexpr std::string_view kPbkdf2("\x06\x09\x2A\x86\x48\x86\xF7\x0D\x01\x05\x0C", 11);

@@ -1,24 +1,14 @@
 #include "platform/crypto/keys/pkcs12_keys.h"
 
-#include <openssl/pkcs12.h>
-
 #include <cstring>
 
 #include "platform/crypto/keys/key_cost.h"
+#include "platform/crypto/keys/pkcs12_handles.h"
 
 namespace tallow::platform {
 
 namespace {
 
-inline void freeSafes(STACK_OF(PKCS7) * stack) noexcept {
-    sk_PKCS7_pop_free(stack, PKCS7_free);
-}
-inline void freeBags(STACK_OF(PKCS12_SAFEBAG) * stack) noexcept {
-    sk_PKCS12_SAFEBAG_pop_free(stack, PKCS12_SAFEBAG_free);
-}
-using Pkcs12Ptr = std::unique_ptr<PKCS12, OpenSslFree<PKCS12_free>>;
-using SafesPtr = std::unique_ptr<STACK_OF(PKCS7), OpenSslFree<freeSafes>>;
-using BagsPtr = std::unique_ptr<STACK_OF(PKCS12_SAFEBAG), OpenSslFree<freeBags>>;
 using Pkcs8Ptr = std::unique_ptr<PKCS8_PRIV_KEY_INFO, OpenSslFree<PKCS8_PRIV_KEY_INFO_free>>;
 
 constexpr int kWholeText = -1;

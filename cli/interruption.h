@@ -1,0 +1,32 @@
+// What a signal does to the command: it ends at once and leaves no temporary file.
+#pragma once
+
+#include <string>
+
+namespace tallow::cli {
+
+/// SIGINT, SIGTERM and SIGHUP end the process at once with 128 and their number, unless the caller ignores them.
+/// Writing to a closed pipe becomes an ordinary failure.
+void endOnSignals();
+
+/// A new file with a unique name, open for writing. It is removed by the destructor and by those signals unless it was
+/// renamed.
+class TemporaryFile {
+public:
+    /// Throws std::system_error when none can be made in the directory.
+    explicit TemporaryFile(const std::string& directory);
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile();
+
+    int descriptor() const { return descriptor_; }
+    /// Puts the file in the place of `target`. False, with errno, when that fails.
+    [[nodiscard]] bool replace(const std::string& target);
+
+private:
+    std::string path_;
+    int descriptor_ = -1;
+    int slot_ = -1;
+};
+
+}  // namespace tallow::cli

@@ -1,0 +1,143 @@
+#include "cli/option_rules.h"
+
+#include <algorithm>
+#include <string_view>
+#include <type_traits>
+
+#include "cli/output_file.h"
+
+namespace tallow::cli {
+
+namespace {
+
+using Paths = std::vector<std::string>;
+
+void append(Paths& paths, const Paths& more) {
+    paths.insert(paths.end(), more.begin(), more.end());
+}
+
+template <typename Options>
+Paths inputsOf(const Options& options) {
+    Paths paths;
+    if constexpr (std::is_base_of_v<RunOptions, Options>) {
+        paths.push_back(options.issuer);
+        append(paths, options.trust);
+        append(paths, options.certs);
+        append(paths, options.crls);
+    }
+    if constexpr (requires { options.certificates; }) {
+        append(paths, options.certificates);
+    }
+    if constexpr (requires { options.request; }) {
+        paths.push_back(options.request);
+    }
+    if constexpr (requires { options.response; }) {
+        paths.push_back(options.response);
+    }
+    if constexpr (requires { options.certificate; }) {
+        paths.push_back(options.certificate);
+    }
+    if constexpr (requires { options.sign; }) {
+        paths.push_back(options.sign);
+    }
+    if constexpr (requires { options.file; }) {
+        paths.push_back(options.file);
+    }
+    return paths;
+}
+
+template <typename Options>
+Paths outputsOf(const Options& options) {
+    if constexpr (requires { options.saveRequest; }) {
+        return {options.saveRequest, options.saveResponse};
+    } else if constexpr (requires { options.output; }) {
+        return {options.output};
+    }
+    return {};
+}
+
+template <typename Options>
+bool isJson(const Options& options) {
+    if constexpr (std::is_base_of_v<OutputOptions, Options>) {
+        return options.json || options.jsonLines;
+    }
+    return false;
+}
+
+std::string mistakeInStreams(const CommandOptions& options) {
+    const Paths inputs = std::visit([](const auto& chosen) { return inputsOf(chosen); }, options);
+    if (std::count(inputs.begin(), inputs.end(), "-") > 1) {
+        return "- is given more than once, but standard input can be read only once; name files for the others";
+    }
+    const Paths outputs = std::visit([](const auto& chosen) { return outputsOf(chosen); }, options);
+    const auto numTaken = std::count_if(outputs.begin(), outputs.end(), isStandardOutput);
+    if (numTaken > 1) {
+        return "--save-request and --save-response would both be written to standard output; name a file for one";
+    }
+    if (numTaken == 1 && std::visit([](const auto& chosen) { return isJson(chosen); }, options)) {
+        return "the JSON result and an output file would both be written to standard output; name a file for one";
+    }
+    return {};
+}
+
+// "-h.pem" and "-vh" begin with flags, one of which is -h.
+bool isHelp(std::string_view argument) {
+    const bool isShort = argument.starts_with('-') && !argument.starts_with("--");
+    const std::size_t flag = isShort ? argument.find_first_not_of('v', 1) : std::string_view::npos;
+    const std::string_view name = argument.substr(0, argument.find('='));
+    return name == "--help" || name == "--version" || (flag != std::string_view::npos && argument[flag] == 'h');
+}
+
+// How many of the arguments, from the first on, name the command.
+std::ptrdiff_t numCommandWords(const std::vector<std::string_view>& arguments) {
+    const bool isOption = arguments.empty() || arguments.front().starts_with('-');
+    return isOption ? 0 : arguments.front() == "store" ? 2 : 1;
+}
+
+}  // namespace
+
+bool isOutputTaken(const CommandOptions& options) {
+    const Paths outputs = std::visit([](const auto& chosen) { return outputsOf(chosen); }, options);
+    return std::any_of(outputs.begin(), outputs.end(), isStandardOutput);
+}
+
+std::string mistakeIn(const CommandOptions& options) {
+    const auto* check = std::get_if<CheckOptions>(&options);
+    if (check != nullptr && check->certificates.empty() && check->server.address.empty()) {
+        return "CERT or --connect is required: name a file with a certificate, or a server";
+    }
+    return mistakeInStreams(options);
+}
+
+std::string helpMistakeIn(int argc, char** argv) {
+    const std::vector<std::string_view> arguments(argv + std::min(argc, 1), argv + argc);
+    const auto end = std::find(arguments.begin(), arguments.end(), "--");
+    const auto help = std::find_if(arguments.begin(), end, isHelp);
+    if (help == end) {
+        return {};
+    }
+    // "tallow --help", "tallow check --help", "tallow store add --help"
+    const bool isAlone = help + 1 == arguments.end() && help - arguments.begin() <= numCommandWords(arguments);
+    if (isAlone && (*help == "-h" || *help == "--help" || *help == "--version")) {
+        return {};
+    }
+    const std::string name(*help);
+    return name + " counts only alone, as in tallow check --help; a file of that name is ./" + name +
+           ", or comes after --";
+}
+
+std::vector<std::string> withoutMark(int argc, char** argv) {
+    std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    const auto mark = std::find(arguments.begin(), arguments.end(), "--");
+    for (auto file = mark; file != arguments.end(); ++file) {
+        if (file->starts_with('-') && file->size() > 1) {
+            file->insert(0, "./");
+        }
+    }
+    if (mark != arguments.end()) {
+        arguments.erase(mark);
+    }
+    return arguments;
+}
+
+}  // namespace tallow::cli
