@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "cli/check_result_of.h"
+#include "cli/check_server.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
 #include "cli/run_inputs.h"
@@ -52,13 +53,9 @@ void save(const std::string& path, const Bytes& bytes, CheckResult& result) {
     }
 }
 
-void check(const CheckOptions& options, const RunInputs& inputs, CheckResult& result) {
-    const std::vector<ATL2::CCertContext> certificates = readCertificates(result.file);
-    RunInputs own = inputs;
-    // Further certificates in its file are usually those above it.
-    std::for_each(certificates.begin() + 1, certificates.end(), [&own](const auto& next) { own.add(next); });
-    const Checker checker(own.trust(), optionsOf(options, inputs));
-    const Verdict verdict = checker.check(encodingOf(certificates.front()), inputs.issuer());
+void checkOne(const CheckOptions& options, const RunInputs& inputs, Input certificate, CheckResult& result) {
+    const Checker checker(inputs.trust(), optionsOf(options, inputs));
+    const Verdict verdict = checker.check(certificate, inputs.issuer());
     fill(result, verdict);
     result.nonce = nonceText(verdict.freshness);
     if (options.verifyChain && verdict.answer != Answer::kUnproven) {
@@ -68,6 +65,14 @@ void check(const CheckOptions& options, const RunInputs& inputs, CheckResult& re
     }
     save(options.saveRequest, verdict.request, result);
     save(options.saveResponse, verdict.response.empty() ? verdict.unverified : verdict.response, result);
+}
+
+void check(const CheckOptions& options, const RunInputs& inputs, CheckResult& result) {
+    const std::vector<ATL2::CCertContext> certificates = readCertificates(result.file);
+    RunInputs own = inputs;
+    // Further certificates in its file are usually those above it.
+    std::for_each(certificates.begin() + 1, certificates.end(), [&own](const auto& next) { own.add(next); });
+    checkOne(options, own, encodingOf(certificates.front()), result);
 }
 
 }  // namespace
@@ -81,6 +86,9 @@ std::vector<CheckResult> runCheck(const CheckOptions& options, const ResultUse& 
     const RunInputs inputs(options);
     std::vector<CheckResult> results;
     results.reserve(options.certificates.size());
+    if (!options.server.address.empty()) {
+        checkServer(options, inputs, checkOne, done, results);
+    }
     for (const std::string& file : options.certificates) {
         CheckResult& result = results.emplace_back();
         result.file = file;

@@ -128,7 +128,9 @@ void declare(CLI::App& check, CheckOptions& options) {
                     "Files with certificates to ask about and their issuers, PEM, DER, PKCS #7 or #12; - is standard "
                     "input")
         ->type_name("FILE");
-    check.add_option("--connect", options.server.address, "Check the certificate of this TLS server, and its staple")
+    check
+        .add_option("--connect", options.server.address,
+                    "Check the certificate of this TLS server, and the response that it staples")
         ->type_name("HOST[:PORT]");
     check.add_option("--starttls", options.server.startTls, "Begin with this protocol: " + joined(kStartTlsProtocols))
         ->type_name("PROTOCOL")
@@ -155,6 +157,8 @@ void declare(CLI::App& check, CheckOptions& options) {
     addSettings(check, options);
     check.footer(
         "Every input may be PEM or DER.\n"
+        "--connect goes to the server directly, without a proxy. As for files, only revocation is checked, and with\n"
+        "--verify-chain the chain: not the name of the server, nor how well TLS protects the connection.\n"
         "Exit status: 0 all certificates are good; 1 one is revoked; 3 none is, but for one no trusted answer was "
         "had;\n"
         "2 none of these, but a responder does not know one; 64 wrong usage.");
@@ -350,14 +354,19 @@ private:
     std::function<void(CommandOptions&)> take_;
 };
 
+// At least so many certificates will be checked.
+std::size_t numChecked(const CheckOptions& options) {
+    const bool hasServer = !options.server.address.empty();
+    return options.certificates.size() + (hasServer ? 1 : 0) + (options.server.wholeChain ? 1 : 0);
+}
+
 // Mistakes that the parser does not find; empty when there are none.
 std::string mistakeIn(const CommandOptions& options) {
     const auto* check = std::get_if<CheckOptions>(&options);
     if (check != nullptr && check->certificates.empty() && check->server.address.empty()) {
         return "CERT or --connect is required: name a file with a certificate, or a server";
     }
-    if (check != nullptr && check->certificates.size() > 1 &&
-        !(check->saveRequest.empty() && check->saveResponse.empty())) {
+    if (check != nullptr && numChecked(*check) > 1 && !(check->saveRequest.empty() && check->saveResponse.empty())) {
         return "--save-request and --save-response go with one certificate: a second would overwrite the first";
     }
     return {};

@@ -24,6 +24,8 @@ public:
     const std::string& hashOid() const { return hashOid_; }
 
     void add(const ATL2::CCertContext& certificate);
+    /// A certificate in DER for issuers and chains, never a root. Throws BadInput.
+    void addCertificate(Input der) { trust_.addCertificates(der); }
 
 private:
     Trust trust_ = Trust::system();

@@ -1,23 +1,27 @@
-// Where a server is, and the dialogues before TLS.
+// `check --connect`: addresses, the dialogues before TLS, what a server sends, and its stapled response.
 #include <netinet/in.h>
 #include <openssl/ssl.h>
 #include <sys/socket.h>
 #include <unistd.h>
 
 #include <csignal>
+#include <fstream>
 #include <memory>
 #include <thread>
 
+#include "cli/check.h"
 #include "cli/server/server_certificates.h"
 #include "cli/server/server_failure.h"
 #include "tests/cli/command.h"
 #include "tests/support/openssl_ptr.h"
+#include "tests/support/settings_file.h"
 
 namespace {
 
 using namespace testkit;
 using namespace std::chrono_literals;
 using namespace std::string_literals;
+using tallow::cli::CheckResult;
 using tallow::cli::startTlsNamed;
 using testing::HasSubstr;
 
@@ -60,6 +64,10 @@ TEST(ServerAddress, IsReadOrRefusedWithTheCause) {
         }
         EXPECT_THAT(result, HasSubstr(expected)) << text;
     }
+    expectMistake(Command::plain({"check", "--connect", "host:x"}), "--connect host:x: the port \"x\" is not a number");
+    expectMistake(Command::plain({"check", "--connect", "h", "--servername", "::1"}),
+                  "--servername ::1: an IP address");
+    expectMistake(Command::plain({"check", "--connect", "h", "--chain", "--save-response", "r"}), "one certificate");
 }
 
 // ---- StartTLS -------------------------------------------------------------------------------------------------------
@@ -254,6 +262,193 @@ TEST(StartTls, ReportsWhatARefusingServerSays) {
                  "refuses TLS: \"blocked\""},
          }) {
         EXPECT_THAT(failureWith(row.protocol, row.script), HasSubstr(row.words)) << row.protocol;
+    }
+}
+
+// ---- Real servers ---------------------------------------------------------------------------------------------------
+
+// `openssl s_server`.
+class TlsServer {
+public:
+    TlsServer(const Identity& leaf, const Arguments& more, const std::string& host = "127.0.0.1")
+        : process_(joined({"openssl", "s_server", "-www", "-accept", host + ":0", "-cert",
+                           files_.write("leaf.pem", leaf.certificatePem()), "-key",
+                           files_.write("leaf.key", leaf.key.pem())},
+                          more),
+                   files_.file("output")) {
+        const std::string begin = "ACCEPT " + host + ":";
+        std::string output = process_.waitForOutput(begin);
+        label = host + ":" + std::to_string(std::atoi(output.c_str() + output.find(begin) + begin.size()));
+    }
+    std::string label;
+
+private:
+    TempDir files_;
+    BackgroundProcess process_;
+};
+
+// Checks the server in this process, which shows all that is printed and more.
+class ConnectOption : public CommandTest {
+protected:
+    std::vector<CheckResult> resultsFor(const std::string& address, const std::string& responder,
+                                        bool wholeChain = false) const {
+        tallow::cli::CheckOptions options;
+        options.settings = settings;
+        options.trust = trusted;
+        options.crls = crls;
+        options.url = responder;
+        options.server = {address, "", "", wholeChain};
+        options.nonce = tallow::Nonce::kOff;
+        std::size_t numDone = 0;
+        const auto results = runCheck(options, [&numDone](const CheckResult&) { ++numDone; });
+        EXPECT_EQ(numDone, results.size());
+        return results;
+    }
+
+    std::string settings = tallow.file("own.toml", machineSettings(tallow.folder()));
+    Arguments trusted{root};
+    Arguments crls;
+};
+
+TEST_F(ConnectOption, ReportsWhatTheStapleProves) {
+    const Identity mustStaple =
+        issue(certs().root, {.commonName = "must", .extensions = {{"1.3.6.1.5.5.7.1.24", {0x30, 3, 2, 1, 5}}}});
+    const Identity other = rootCa("other");
+    const Identity& leafOf = certs().good;
+    ResponseSpec expired = goodResponse();
+    expired.entries[0].thisUpdate = generalizedTimeText(-7200);
+    expired.entries[0].nextUpdate = generalizedTimeText(-3600);
+    ResponseSpec future = goodResponse();
+    future.entries[0].thisUpdate = generalizedTimeText(1800);
+    ResponseSpec altered = goodResponse();
+    altered.corruptSignature = true;
+    ResponseSpec foreign = goodResponse();
+    foreign.signer = other;
+    ResponseSpec expiredForeign = expired;
+    expiredForeign.signer = other;
+    ResponseSpec refusal = goodResponse();
+    refusal.responseStatus = 3;
+    struct Row {
+        const Identity& leaf;
+        std::optional<ResponseSpec> staple;
+        const char* state;
+        int exitStatus = 0;
+    };
+    for (const Row& row : {
+             Row{leafOf, {}, "missing"},
+             Row{leafOf, goodResponse(), "good"},
+             Row{leafOf, responseAbout(leafOf, EntryStatus::kRevoked), "revoked", 3},
+             Row{leafOf, responseAbout(leafOf, EntryStatus::kUnknown), "unknown"},
+             Row{leafOf, responseAbout(certs().revoked, EntryStatus::kGood), "wrong certificate"},
+             Row{leafOf, expired, "expired"},
+             Row{leafOf, future, "not proven"},
+             Row{leafOf, altered, "not proven"},
+             Row{leafOf, foreign, "not proven"},
+             Row{leafOf, expiredForeign, "not proven"},
+             Row{leafOf, refusal, "not proven"},
+             Row{mustStaple, {}, "missing", 3},
+             Row{mustStaple, responseAbout(mustStaple, EntryStatus::kGood), "good"},
+             Row{mustStaple, responseAbout(leafOf, EntryStatus::kGood), "wrong certificate", 3},
+         }) {
+        SCOPED_TRACE(std::string(row.state) + (&row.leaf == &mustStaple ? ", required" : ""));
+        const HttpServer responder = serverOf(responseAbout(row.leaf, EntryStatus::kGood));
+        const TlsServer server(
+            row.leaf, row.staple ? Arguments{"-status_file", tallow.file("staple.der", buildResponse(*row.staple))}
+                                 : Arguments{"-no_tls1_3"});
+        const auto results = resultsFor(server.label, responder.url());
+        ASSERT_EQ(results.size(), 1U);
+        EXPECT_EQ(results[0].file, server.label);
+        EXPECT_EQ(results[0].state, tallow::cli::CertificateState::kGood);
+        ASSERT_TRUE(results[0].staple.has_value());
+        EXPECT_EQ(results[0].staple->state, row.state) << results[0].staple->text;
+        EXPECT_EQ(results[0].staple->text.empty(), results[0].staple->state == "good");
+        EXPECT_EQ(results[0].staple->isRequired, &row.leaf == &mustStaple);
+        const ProcessResult run = tallow.check({"--connect", server.label, "--no-nonce", "--url", responder.url()});
+        EXPECT_EQ(run.exitStatus, row.exitStatus) << run.err;
+        EXPECT_EQ(numLines(run.err), row.exitStatus == 0 ? 0U : 1U);
+    }
+}
+
+TEST_F(ConnectOption, DoesNotLetAStapleReplaceTheAnswerOfTheResponder) {
+    const TlsServer server(certs().good, {"-status_file", tallow.file("staple.der", buildResponse(goodResponse()))});
+    const auto results = resultsFor(server.label, deadUrl());
+    EXPECT_EQ(results.at(0).state, tallow::cli::CertificateState::kError);
+    EXPECT_EQ(results.at(0).staple->state, "good");
+    EXPECT_EQ(exitStatusOf(results), 3);
+}
+
+TEST_F(ConnectOption, ChecksTheWholeChainWithItsCertificatesAsIssuersButNeverAsRoots) {
+    settings =
+        tallow.file("own.toml", machineSettings(tallow.folder()) + "[config.cades.ocsppolicy]\nAuthorizedOCSPs = [\"" +
+                                    toUpperHex(digest(kSha1Oid, certs().delegate.certificate)) + "\"]\n");
+    const Identity ca = issue(certs().root, {.commonName = "chain CA", .ca = true});
+    const Identity leafOfCa = issue(ca, {.commonName = "chain leaf"});
+    crls = {tallow.file("root.crl", makeCrl(certs().root, {}))};
+    const ResponseSpec both(certs().delegate,
+                            {EntrySpec(certIdOf(leafOfCa, ca)), EntrySpec(certIdOf(ca, certs().root))});
+    const HttpServer responder = serverOf(both);
+    // Its own certificate twice, and the root.
+    const std::string sent =
+        tallow.file("sent.pem", leafOfCa.certificatePem() + ca.certificatePem() + certs().root.certificatePem());
+    const TlsServer server(leafOfCa, {"-cert_chain", sent});
+    for (const bool wholeChain : {false, true}) {
+        const auto results = resultsFor(server.label, responder.url(), wholeChain);
+        ASSERT_EQ(results.size(), wholeChain ? 2U : 1U);
+        EXPECT_EQ(results[0].subject, "CN=chain leaf");
+        EXPECT_EQ(exitStatusOf(results), 0) << results[0].verdict.cause << results.back().verdict.cause;
+        EXPECT_EQ(results.back().staple.has_value(), !wholeChain);
+    }
+    EXPECT_EQ(resultsFor(server.label, responder.url(), true)[1].file, server.label + "#3");
+    trusted.clear();
+    const auto untrusted = resultsFor(server.label, responder.url(), true);
+    EXPECT_EQ(untrusted[0].state, tallow::cli::CertificateState::kError);
+    EXPECT_EQ(untrusted[1].state, tallow::cli::CertificateState::kError);
+}
+
+TEST_F(ConnectOption, SendsTheNameAndReadsServersThatInsistOnACertificateOrUseIpv6) {
+    const HttpServer responder = serverOf(goodResponse());
+    const Identity named = issue(certs().root, {.commonName = "named"});
+    const Arguments bySni{"-servername", "b.example", "-cert2",
+                          leaf,          "-key2",     tallow.file("good.key", certs().good.key.pem())};
+    const TlsServer server(named, bySni);
+    const Arguments ask{"--no-nonce", "--url", responder.url(), "--connect"};
+    EXPECT_EQ(tallow.check(joined(ask, {server.label, "--servername", "b.example"})).exitStatus, 0);
+    EXPECT_EQ(tallow.check(joined(ask, {server.label})).exitStatus, 3);  // the other certificate
+    for (const char* version : {"-tls1_2", "-tls1_3"}) {
+        const TlsServer strict(certs().good, {"-Verify", "1", version});
+        EXPECT_EQ(resultsFor(strict.label, responder.url()).at(0).verdict.cause, "") << version;
+    }
+    if (std::ifstream("/proc/net/if_inet6").peek() != std::ifstream::traits_type::eof()) {
+        const TlsServer six(certs().good, {}, "[::1]");
+        EXPECT_EQ(resultsFor(six.label, responder.url()).at(0).verdict.cause, "");
+    }
+}
+
+TEST_F(ConnectOption, ReportsAServerThatGivesNoCertificateInOneLineAndGoesOn) {
+    const TalkingServer greeting(Script{{"", "220 mail\r\n"}});
+    const TalkingServer silent(Script{{"x", ""}});
+    const HttpServer responder = serverOf(goodResponse());
+    const TlsServer old(certs().good, {"-tls1_1", "-cipher", "ALL:@SECLEVEL=0"});
+    const auto labelOf = [](int port) { return "127.0.0.1:" + std::to_string(port); };
+    struct Row {
+        std::string label;
+        Arguments more;
+        std::vector<std::string> words;
+    };
+    for (const Row& row : {
+             Row{labelOf(closedPort()),
+                 {"--proxy", "http://127.0.0.1:1"},
+                 {"0x80072EFD", "refused", "not through --proxy"}},
+             Row{labelOf(greeting.port), {}, {"0x80072F8F", "TLS handshake: ", "--starttls"}},
+             Row{old.label, {}, {"0x80072F8F", "TLS handshake: "}},
+             Row{labelOf(silent.port), {"--timeout", "0.2", "--starttls", "imap"}, {"0x80072EE2", "within 200 ms"}},
+         }) {
+        const Arguments files = row.more.empty() ? Arguments{leaf} : Arguments{};
+        const ProcessResult run = tallow.check(
+            joined(joined({"--no-nonce", "--url", responder.url(), "--connect", row.label}, files), row.more));
+        expectOneLine(run, 3, joined({"tallow: " + row.label + ": "}, row.words));
+        EXPECT_THAT(run.out, testing::StartsWith(row.label + ": error\n"));
+        EXPECT_THAT(run.out, HasSubstr(files.empty() ? "" : "leaf.pem: good\n"));
     }
 }
 
