@@ -63,6 +63,13 @@ int connect(int descriptor, const SocketAddress& to, const Deadline& end) {
     return ::getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &size) == 0 ? error : errno;
 }
 
+// The time for one of so many addresses: the first must not use up the time when, say, the network carries no IPv6.
+std::chrono::milliseconds shareOf(int left, int numAddresses) {
+    constexpr int kLongest = 5000;
+    const int share = numAddresses == 1 ? left : std::min(left / numAddresses, kLongest);
+    return std::chrono::milliseconds(std::max(1, share));
+}
+
 [[noreturn]] void failAtLoss(const char* doing) {
     throw ServerFailure(status::kHttpConnectionLost,
                         std::string(doing) + ": " + std::strerror(errno) + "; check the network, or try again later");
@@ -74,8 +81,7 @@ Connection::Connection(const ServerAddress& server, const Deadline& deadline) : 
     const std::vector<SocketAddress> addresses = lookUp(server, deadline);
     std::string failures;
     for (std::size_t i = 0; i < addresses.size() && deadline.millisecondsLeft() > 0; ++i) {
-        const auto numLeft = static_cast<int>(addresses.size() - i);
-        const Deadline share(std::chrono::milliseconds(std::max(1, deadline.millisecondsLeft() / numLeft)));
+        const Deadline share(shareOf(deadline.millisecondsLeft(), static_cast<int>(addresses.size() - i)));
         Descriptor made(
             ::socket(addresses[i].address.ss_family, SOCK_STREAM | SOCK_NONBLOCK | SOCK_CLOEXEC, IPPROTO_TCP));
         const int error = made.get() < 0 ? errno : connect(made.get(), addresses[i], share);

@@ -9,8 +9,8 @@ namespace tallow::cli {
 
 class Connection : public Wire {
 public:
-    /// Connects to the first address of the server that accepts; each gets an equal share of the time left. Throws
-    /// ServerFailure. `deadline` must live longer than this object.
+    /// Connects to the first address of the server that accepts. Each gets an equal share of the time left, of at most
+    /// 5 s while others remain. Throws ServerFailure. `deadline` must live longer than this object.
     Connection(const ServerAddress& server, const Deadline& deadline);
     ~Connection() override;
 

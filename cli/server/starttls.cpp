@@ -385,8 +385,12 @@ const StartTlsProtocol* startTlsAt(std::uint16_t port) {
 
 void startTls(Wire& wire, const StartTlsProtocol& protocol, const std::string& host) {
     PlainText server(wire);
-    protocol.dialogue(server, host);
-    server.requireNothingLeft();
+    try {
+        protocol.dialogue(server, host);
+        server.requireNothingLeft();
+    } catch (const ServerFailure& failure) {
+        throw ServerFailure(failure.code(), "asking for TLS in " + std::string(protocol.name) + ": " + failure.what());
+    }
 }
 
 }  // namespace tallow::cli

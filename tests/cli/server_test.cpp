@@ -236,7 +236,7 @@ TEST(StartTls, ReportsWhatARefusingServerSays) {
     };
     const Turn imapHello{"", "* OK\r\n"};
     for (const Row& row : {
-             Row{"smtp", {{"", "554 no\r\n"}}, "refuses TLS: \"554 no\""},
+             Row{"smtp", {{"", "554 no\r\n"}}, "asking for TLS in smtp: the server refuses TLS: \"554 no\""},
              Row{"smtp", {{"", "220 a\r\n"}, {kEhlo, "250-a\r\n250 STARTTLSX\r\n"}}, "does not offer TLS"},
              Row{"smtp", {{"", "SSH-2.0\r\n"}}, "does not speak this protocol (it says \"SSH-2.0\")"},
              Row{"imap", {{"", "* PREAUTH in\r\n"}}, "refuses TLS: \"* PREAUTH in\""},
@@ -352,9 +352,11 @@ TEST_F(ConnectOption, ReportsWhatTheStapleProves) {
          }) {
         SCOPED_TRACE(std::string(row.state) + (&row.leaf == &mustStaple ? ", required" : ""));
         const HttpServer responder = serverOf(responseAbout(row.leaf, EntryStatus::kGood));
-        const TlsServer server(
-            row.leaf, row.staple ? Arguments{"-status_file", tallow.file("staple.der", buildResponse(*row.staple))}
-                                 : Arguments{"-no_tls1_3"});
+        Arguments arguments{&row.leaf == &mustStaple ? "-tls1_2" : "-tls1_3"};
+        if (row.staple) {
+            arguments = joined(arguments, {"-status_file", tallow.file("staple.der", buildResponse(*row.staple))});
+        }
+        const TlsServer server(row.leaf, arguments);
         const auto results = resultsFor(server.label, responder.url());
         ASSERT_EQ(results.size(), 1U);
         EXPECT_EQ(results[0].file, server.label);
