@@ -7,42 +7,33 @@
 
 #include "cli/certificates_to_check.h"
 #include "cli/check_result_of.h"
+#include "cli/check_server.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
+#include "cli/network.h"
 #include "cli/output_file.h"
 #include "cli/run_inputs.h"
+#include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
 
 namespace {
 
-Options optionsOf(const CheckOptions& options, const RunInputs& inputs) {
+Options optionsOf(const CheckOptions& options, const RunInputs& inputs, const RunNetwork& network) {
     Options checking;
+    network.apply(checking);
+    if (options.timeout) {
+        checking.timeout = options.timeout;  // of this certificate
+    }
     if (!options.url.empty()) {
         checking.responders = {options.url};
     }
     checking.nonce = options.nonce;
     checking.maxAge = options.maxAge;
-    checking.timeout = options.timeout;
-    checking.proxy = options.proxy;
     checking.hashOid = inputs.hashOid();
     checking.verifyChain = options.verifyChain;
     checking.useCache = true;
     return checking;
-}
-
-const char* nonceText(Freshness freshness) {
-    switch (freshness) {
-        case Freshness::kNonceMatched:
-            return "matched";
-        case Freshness::kNonceNotReturned:
-            return "not returned";
-        case Freshness::kNonceNotSent:
-            return "not sent";
-        case Freshness::kNone:
-            break;
-    }
-    return "";
 }
 
 // The verdict is known here; it stays when a file cannot be written.
@@ -62,32 +53,53 @@ void requireOneToSave(const CheckOptions& options, std::size_t numToCheck) {
     for (const auto& [name, path] :
          {std::pair("--save-request", &options.saveRequest), std::pair("--save-response", &options.saveResponse)}) {
         if (!path->empty() && numToCheck > 1) {
-            throw InputError(name, "goes with one certificate, and these files hold " + std::to_string(numToCheck) +
+            throw InputError(name, "goes with one certificate, and there are " + std::to_string(numToCheck) +
                                        " to check; check them one by one");
         }
     }
+}
+
+std::size_t numOfServer(const ServerOptions& server) {
+    return (server.address.empty() ? 0U : 1U) + (server.wholeChain ? 1U : 0U);
+}
+
+CertificateFiles filesOf(const CheckOptions& options) {
+    return options.certificates.empty() ? CertificateFiles() : readCertificateFiles(options.certificates);
 }
 
 // The checks of one run.
 class Run {
 public:
     explicit Run(const CheckOptions& options)
-        : options_(options), inputs_(options), files_(readCertificateFiles(options.certificates)) {
-        requireOneToSave(options, files_.toCheck.size());
+        : options_(options), inputs_(options), network_(options), files_(filesOf(options)) {
+        requireOneToSave(options, files_.toCheck.size() + numOfServer(options.server));
         inputs_.add(files_.certificates, files_.crls);
         saveRequest_.emplace(options.saveRequest);
         saveResponse_.emplace(options.saveResponse);
     }
 
     const std::vector<ToCheck>& toCheck() const { return files_.toCheck; }
+    const RunInputs& inputs() const { return inputs_; }
 
     void check(const ATL2::CCertContext& certificate, CheckResult& result) {
         if (!checker_) {
-            checker_.emplace(inputs_.trust(), optionsOf(options_, inputs_));
+            checker_.emplace(inputs_.trust(), optionsOf(options_, inputs_, network_));
         }
-        const Verdict verdict = checker_->check(encodingOf(certificate), inputs_.issuerOf(certificate));
+        judge(*checker_, inputs_, encodingOf(certificate), certificate, result);
+    }
+
+    // With the time limit of these options, and more certificates for the chain.
+    void check(const CheckOptions& options, const RunInputs& inputs, Input der, CheckResult& result) {
+        const ATL2::CCertContext certificate = ATL2::CCertContext::adopt(CertCreateCertificateContext(
+            X509_ASN_ENCODING, der.bytes.data(), static_cast<DWORD>(der.bytes.size())));
+        judge(Checker(inputs.trust(), optionsOf(options, inputs, network_)), inputs, der, certificate, result);
+    }
+
+private:
+    void judge(const Checker& checker, const RunInputs& inputs, Input der, const ATL2::CCertContext& certificate,
+               CheckResult& result) {
+        const Verdict verdict = checker.check(der, certificate ? inputs.issuerOf(certificate) : std::string_view());
         fill(result, verdict);
-        result.nonce = nonceText(verdict.freshness);
         if (options_.verifyChain && verdict.answer != Answer::kUnproven) {
             result.chain = verdict.isChainValid ? "valid" : "invalid";
         } else if (options_.verifyChain && verdict.reached == Step::kChain) {
@@ -97,9 +109,9 @@ public:
         save(*saveResponse_, verdict.response.empty() ? verdict.unverified : verdict.response, result);
     }
 
-private:
     const CheckOptions& options_;
     RunInputs inputs_;
+    const RunNetwork network_;
     const CertificateFiles files_;
     std::optional<OutputFile> saveRequest_, saveResponse_;
     std::optional<Checker> checker_;
@@ -114,9 +126,14 @@ std::string encodedText(const ATL2::CCertContext& certificate) {
 
 std::vector<CheckResult> runCheck(const CheckOptions& options, const ResultUse& done) {
     Run run(options);
-    std::map<std::string, std::size_t> known;  // a certificate in several files is asked about once
     std::vector<CheckResult> results;
     results.reserve(run.toCheck().size());
+    if (!options.server.address.empty()) {
+        const auto check = [&run](const CheckOptions& own, const RunInputs& inputs, Input certificate,
+                                  CheckResult& result) { run.check(own, inputs, certificate, result); };
+        checkServer(options, run.inputs(), check, done, results);
+    }
+    std::map<std::string, std::size_t> known;  // a certificate in several files is asked about once
     for (const ToCheck& next : run.toCheck()) {
         CheckResult& result = results.emplace_back();
         try {

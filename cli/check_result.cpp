@@ -25,7 +25,9 @@ int exitStatusOf(const std::vector<CheckResult>& results) {
     if (any([](const CheckResult& r) { return r.state == CertificateState::kRevoked; })) {
         return kExitRevoked;
     }
-    if (results.empty() || any([](const CheckResult& r) { return r.state == CertificateState::kError || r.unsaved; })) {
+    if (results.empty() || any([](const CheckResult& r) {
+            return r.state == CertificateState::kError || r.unsaved || (r.staple && r.staple->isBad());
+        })) {
         return kExitNoAnswer;
     }
     return any([](const CheckResult& r) { return r.state == CertificateState::kUnknown; }) ? kExitUnknown : kExitGood;

@@ -25,6 +25,9 @@ struct Staple {
     std::string state;        // "good", "revoked", "unknown", "missing", "expired", "wrong certificate", "not proven"
     std::string text;         // the cause, in one line; empty when good
     bool isRequired = false;  // the certificate says that the server must send one (RFC 7633)
+
+    /// Whether clients that look at it would refuse the server: it is required but not good, or proves "revoked".
+    bool isBad() const { return state == "revoked" || (isRequired && state != "good"); }
 };
 
 /// Texts are UTF-8; those from certificates and responders may contain any character and are made safe when printed.
@@ -48,8 +51,8 @@ struct CheckResult {
     std::optional<CheckError> unsaved;  // why request or response were not written to their file
 };
 
-/// 1 when one is revoked, else 3 when one has no verified answer (or a file could not be written), else 2 when one is
-/// unknown, else 0. An empty list gives 3.
+/// 1 when one is revoked, else 3 when one has no verified answer, a file could not be written or a staple is bad, else
+/// 2 when one is unknown, else 0. An empty list gives 3.
 int exitStatusOf(const std::vector<CheckResult>& results);
 
 }  // namespace tallow::cli

@@ -131,7 +131,9 @@ void declare(CLI::App& check, CheckOptions& options) {
                     "Files with certificates to ask about and their issuers, PEM, DER, PKCS #7 or #12; - is standard "
                     "input")
         ->type_name("FILE");
-    check.add_option("--connect", options.server.address, "Check the certificate of this TLS server, and its staple")
+    check
+        .add_option("--connect", options.server.address,
+                    "Check the certificate of this TLS server, and the response that it staples")
         ->type_name("HOST[:PORT]");
     check.add_option("--starttls", options.server.startTls, "Begin with this protocol: " + joined(kStartTlsProtocols))
         ->type_name("PROTOCOL")
@@ -166,6 +168,8 @@ void declare(CLI::App& check, CheckOptions& options) {
         "from another file. All certificates and CRLs of all files, in any order, are used for issuers and chains.\n"
         "Results are named FILE, or FILE#1, FILE#2, ... when several certificates of a file are checked.\n"
         "If an output file is - or /dev/stdout, the result is printed on standard error.\n"
+        "--connect goes to the server directly, without a proxy. As for files, only revocation is checked, and with\n"
+        "--verify-chain the chain: not the name of the server, nor how well TLS protects the connection.\n"
         "Exit status: 0 all certificates are good; 1 one is revoked; 3 none is, but for one no trusted answer was "
         "had;\n"
         "2 none of these, but a responder does not know one; 64 wrong usage.");

@@ -70,6 +70,9 @@ std::string failureLines(const std::vector<CheckResult>& results) {
                 text += failureLine(result.file, *failure);
             }
         }
+        if (result.staple && result.staple->isBad()) {
+            text += "tallow: " + safeLine(result.file + ": staple: " + result.staple->text) + '\n';
+        }
     }
     return text;
 }

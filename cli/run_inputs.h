@@ -26,6 +26,8 @@ public:
 
     /// More certificates for chains, and CRLs in DER.
     void add(const std::vector<ATL2::CCertContext>& certificates, const std::vector<std::string>& crls);
+    /// A certificate in DER for issuers and chains, never a root. Throws BadInput.
+    void addCertificate(Input der) { trust_.addCertificates(der); }
 
 private:
     Trust trust_ = Trust::system();
