@@ -55,7 +55,7 @@ Outcome runSend(const SendOptions& options) {
     requireRequest(request, options.request);
     const Checker checker(Trust::system(), {.timeout = options.timeout, .proxy = options.proxy, .useCache = true});
     const Sent sent = checker.send({request.pbData(), request.cbData()}, options.url);
-    Outcome outcome = sent.cause.empty() ? Outcome() : failed(options.request, explain(sent.status, sent.cause));
+    Outcome outcome = sent.cause.empty() ? Outcome() : failed(options.request, explain(sent.status, sent.cause + optionsThatHelp(sent.attempts)));
     if (!sent.answer.empty()) {
         outcome.out = safeLine(withoutLogin(options.url)) + ": " + whatAnswered(sent.answer) + '\n';
         keep(sent.answer, options.output, outcome);

@@ -134,7 +134,7 @@ TEST_F(CheckOptions, NonceDecidesWhetherANonceIsSentAndRequired) {
         EXPECT_EQ(opensslText("-reqin", request).find("OCSP Nonce") != std::string::npos, row.isAsked);
     }
     expectOneLine(tallow.check({"--nonce", "require", "--url", ignorant.url(), leaf}), kExitNoAnswer,
-                  {"0xC2110120", "--no-nonce", ignorant.url()});
+                  {"0xC2110120", "--nonce try", ignorant.url()});
 }
 
 // The responder's host does not exist: only the proxy can answer.
