@@ -5,21 +5,21 @@
 #include "cli/check_result_of.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
+#include "cli/network.h"
 #include "cli/run_inputs.h"
 
 namespace tallow::cli {
 
 namespace {
 
-Options optionsOf(const CheckOptions& options, const RunInputs& inputs) {
+Options optionsOf(const CheckOptions& options, const RunInputs& inputs, const RunNetwork& network) {
     Options checking;
+    network.apply(checking);
     if (!options.url.empty()) {
         checking.responders = {options.url};
     }
     checking.nonce = options.nonce;
     checking.maxAge = options.maxAge;
-    checking.timeout = options.timeout;
-    checking.proxy = options.proxy;
     checking.hashOid = inputs.hashOid();
     checking.verifyChain = options.verifyChain;
     checking.useCache = true;
@@ -52,12 +52,12 @@ void save(const std::string& path, const Bytes& bytes, CheckResult& result) {
     }
 }
 
-void check(const CheckOptions& options, const RunInputs& inputs, CheckResult& result) {
+void check(const CheckOptions& options, const RunInputs& inputs, const RunNetwork& network, CheckResult& result) {
     const std::vector<ATL2::CCertContext> certificates = readCertificates(result.file);
     RunInputs own = inputs;
     // Further certificates in its file are usually those above it.
     std::for_each(certificates.begin() + 1, certificates.end(), [&own](const auto& next) { own.add(next); });
-    const Checker checker(own.trust(), optionsOf(options, inputs));
+    const Checker checker(own.trust(), optionsOf(options, inputs, network));
     const Verdict verdict = checker.check(encodingOf(certificates.front()), inputs.issuer());
     fill(result, verdict);
     result.nonce = nonceText(verdict.freshness);
@@ -79,13 +79,14 @@ std::vector<CheckResult> runCheck(const CheckOptions& options, const ResultUse& 
         }
     }
     const RunInputs inputs(options);
+    const RunNetwork network(options);
     std::vector<CheckResult> results;
     results.reserve(options.certificates.size());
     for (const std::string& file : options.certificates) {
         CheckResult& result = results.emplace_back();
         result.file = file;
         try {
-            check(options, inputs, result);
+            check(options, inputs, network, result);
         } catch (...) {
             result.error = explainCaught("reading the certificate");
         }

@@ -5,6 +5,7 @@
 #include <span>
 
 #include "checker/text/safe_text.h"
+#include "cli/network.h"
 #include "cli/option_values.h"
 
 #ifndef TALLOW_VERSION
@@ -360,7 +361,11 @@ std::string mistakeIn(const CommandOptions& options) {
         !(check->saveRequest.empty() && check->saveResponse.empty())) {
         return "--save-request and --save-response go with one certificate: a second would overwrite the first";
     }
-    return {};
+    if (check != nullptr) {
+        return mistakeInNetwork(*check);
+    }
+    const auto* const send = std::get_if<SendOptions>(&options);
+    return send != nullptr ? mistakeInNetwork(*send) : std::string();
 }
 
 }  // namespace

@@ -118,6 +118,9 @@ TEST_F(CheckErrors, NameTlsProxyAndTimeLimit) {
                 {slow.url(), "time limit of the check, 0.3 s", "(--timeout)"});
     expectError(Command("check_timeout_ms = 250\n").check({"--json", "--url", slow.url(), leaf}), "0x80072EE2",
                 {slow.url(), "0.25 s (setting check_timeout_ms)"});
+    const std::string dead = deadUrl();
+    const ProcessResult run = tallow.check({"--url", dead, leaf, tallow.file("second.pem", certs().unknown)});
+    EXPECT_THAT(run.err, HasSubstr(dead + ": not asked: earlier in this run it could not be reached: "));
 }
 
 TEST_F(Check, AsksRespondersUntilOneDecides) {
