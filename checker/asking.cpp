@@ -6,6 +6,7 @@
 #include "checker/attempt_text.h"
 #include "checker/input.h"
 #include "checker/policy_reason.h"
+#include "checker/silent_responders.h"
 #include "checker/text/safe_text.h"
 #include "checker/text/status_text.h"
 #include "client/policy/address_masks.h"
@@ -41,6 +42,17 @@ bool mayRefuseNonceByHttp(unsigned long httpStatus) {
     return httpStatus == kBadRequest || httpStatus == kInternalServerError;
 }
 
+// A responder that signs in advance may have a newer response for requests without a nonce.
+bool isStaleWithoutNonce(const Examination& examination, const std::optional<Rejection>& rejection) {
+    return rejection && rejection->rule == Rule::kEntry && !examination.response().get_HasNonce() &&
+           (rejection->code == status::kNotCurrent || rejection->code == status::kThisUpdateTooOld);
+}
+
+bool namesIssuerBySha1(const CRequest& request) {
+    constexpr std::string_view kSha1 = "1.3.14.3.2.26";
+    return request.get_SRNumber() != 0 && request.get_SRCertID(0).get_hashAlgorithm().get_algorithm() == kSha1;
+}
+
 }  // namespace
 
 Nonce nonceOf(const Call& call) {
@@ -68,7 +80,7 @@ void fillRequest(Call& call, const CertificateToCheck& target, Nonce nonce) {
 Asking::Asking(Call& call, const CertificateToCheck& target, Nonce nonce, Verdict& verdict)
     : call_(call), target_(target), nonce_(nonce), verdict_(verdict) {}
 
-std::vector<Asking::Responder> Asking::responders() {
+std::vector<Asking::Responder> Asking::responders(std::vector<Attempt>& skipped) {
     std::vector<Responder> all;
     for (const std::string& url : call_.checker().options.responders) {
         all.push_back({url, true});
@@ -76,18 +88,28 @@ std::vector<Asking::Responder> Asking::responders() {
     if (!all.empty()) {
         return all;
     }
-    std::vector<ResponderExchange::Candidate> skipped;
-    for (const ResponderExchange::Candidate& candidate : exchange_->candidates(skipped)) {
-        all.push_back({text::utf8(candidate.address), candidate.isNamed});
+    std::vector<ResponderExchange::Candidate> surplus;
+    for (const ResponderExchange::Candidate& candidate : exchange_->candidates(surplus)) {
+        all.push_back({text::utf8(candidate.address), candidate.isNamed,
+                       candidate.isOfPolicy ? ResponderSource::kPolicy
+                       : candidate.isNamed  ? ResponderSource::kIssuerProperty
+                                            : ResponderSource::kCertificate});
     }
-    for (const ResponderExchange::Candidate& candidate : skipped) {
-        Attempt& attempt = verdict_.attempts.emplace_back();
-        attempt.url = text::safeUrl(text::utf8(candidate.address));
-        attempt.status = status::kNotAsked;
-        attempt.isSkipped = true;
-        attempt.reason = text::statusText(status::kNotAsked);
+    for (const ResponderExchange::Candidate& candidate : surplus) {
+        skipped.push_back(skippedAttempt(text::utf8(candidate.address), ResponderSource::kCertificate,
+                                         "it comes after the " + std::to_string(exchange_->maxResponders()) +
+                                             " responders of a certificate that are asked (setting max_responders)"));
     }
     return all;
+}
+
+std::string Asking::objectionTo(const Responder& responder) const {
+    if (!verdict_.attempts.empty() && call_.isOver()) {
+        return "the time limit of the check was used up before";
+    }
+    const std::shared_ptr<SilentResponders>& silent = call_.checker().options.silent;
+    const std::optional<std::string> reason = silent ? silent->reasonFor(responder.url) : std::nullopt;
+    return reason ? "earlier in this run it " + *reason : std::string();
 }
 
 void Asking::useNonce(bool isWanted) {
@@ -102,15 +124,9 @@ void Asking::run() {
     hasNonce_ = nonce_ != Nonce::kOff;
     namingPolicy(call_.request(), [this] { exchange_.emplace(call_.request()); });
     std::vector<Attempt> skipped;
-    const std::vector<Responder> all = responders();
-    std::swap(skipped, verdict_.attempts);
-    for (const Responder& responder : all) {
-        if (!verdict_.attempts.empty() && call_.isOver()) {
-            Attempt& attempt = skipped.emplace_back();
-            attempt.url = text::safeUrl(responder.url);
-            attempt.status = status::kNotAsked;
-            attempt.isSkipped = true;
-            attempt.reason = text::statusText(status::kNotAsked);
+    for (const Responder& responder : responders(skipped)) {
+        if (const std::string objection = objectionTo(responder); !objection.empty()) {
+            skipped.push_back(skippedAttempt(responder.url, responder.source, objection));
             continue;
         }
         Outcome outcome = ask(responder);
@@ -142,33 +158,29 @@ Asking::Outcome Asking::ask(const Responder& responder) {
 }
 
 Asking::Outcome Asking::exchange(const Responder& responder) {
+    const auto start = std::chrono::steady_clock::now();
+    const bool isByCaller = static_cast<bool>(call_.checker().options.exchange);
     Outcome outcome;
-    bool mustRepeat = true;
-    for (int round = 0; round < 2 && mustRepeat; ++round) {
-        const auto start = std::chrono::steady_clock::now();
-        outcome = Outcome();
-        mustRepeat = false;
-        CBlob body;
-        try {
-            body = call_.checker().options.exchange ? exchangeByCaller(responder, outcome.thrown)
-                                                    : exchange_->ask({text::wide(responder.url), responder.isNamed});
-            outcome.isAnswered = true;
-        } catch (const std::bad_alloc&) {
-            throw;
-        } catch (const ATL::CAtlException& failure) {
-            outcome.rejection = {failure.status() != status::kOk ? failure.status() : status::kFail, Rule::kForm, ""};
-        }
-        if (!outcome.isAnswered && hasNonce_ && !call_.request().get_Attempts().empty()) {
-            outcome.refusesNonce = mayRefuseNonceByHttp(call_.request().get_Attempts().back().httpStatus);
-        }
-        if (outcome.isAnswered) {
-            judge(body, responder, outcome);
-            if (!call_.checker().options.exchange) {
-                mustRepeat = exchange_->mustRepeat(outcome.rejection ? outcome.rejection->code : verdict_.status);
-            }
-        }
-        record(responder, outcome, start);
+    CBlob body;
+    call_.notes().beginExchange();
+    try {
+        body = isByCaller ? exchangeByCaller(responder, outcome.thrown)
+                          : exchange_->ask({text::wide(responder.url), responder.isNamed});
+        outcome.isAnswered = true;
+    } catch (const std::bad_alloc&) {
+        throw;
+    } catch (const ATL::CAtlException& failure) {
+        outcome.rejection = {failure.status() != status::kOk ? failure.status() : status::kFail, Rule::kForm, ""};
     }
+    if (outcome.isAnswered) {
+        judge(body, responder, outcome);
+        if (!isByCaller) {
+            exchange_->end(outcome.rejection ? outcome.rejection->code : verdict_.status);
+        }
+    } else if (hasNonce_ && !call_.request().get_Attempts().empty()) {
+        outcome.refusesNonce = mayRefuseNonceByHttp(call_.request().get_Attempts().back().httpStatus);
+    }
+    record(responder, outcome, start);
     return outcome;
 }
 
@@ -200,6 +212,8 @@ CBlob Asking::exchangeByCaller(const Responder& responder, std::string& thrown) 
         ATL::AtlThrowImpl(status::kHttpStatus);
     }
     if (body->size() > kLargestAnswer) {
+        thrown = "the answer has " + std::to_string(body->size()) + " octets, and at most " +
+                 std::to_string(kLargestAnswer) + " are read; check the address of the responder";
         ATL::AtlThrowImpl(status::kInvalidData);
     }
     return {body->data(), body->size()};
@@ -215,8 +229,10 @@ void Asking::judge(const CBlob& body, const Responder& responder, Outcome& outco
         outcome.rejection = rejectionOf(Rule::kEntry, [&] { return examination.answer(target_.subject(), found); });
     }
     outcome.reached = outcome.rejection ? stepOf(outcome.rejection->rule) : Step::kProven;
-    outcome.refusesNonce = hasNonce_ && examination.refusal() && mayRefuseNonce(*examination.refusal());
+    outcome.refusesNonce = hasNonce_ && (examination.refusal() ? mayRefuseNonce(*examination.refusal())
+                                                               : isStaleWithoutNonce(examination, outcome.rejection));
     if (outcome.rejection) {
+        explainRejection(body, examination, outcome);
         verdict_.unverified = bytesOf(body);
         return;
     }
@@ -230,38 +246,68 @@ void Asking::judge(const CBlob& body, const Responder& responder, Outcome& outco
     verdict_ = std::move(found);
 }
 
-// The attempts that the request recorded, in the words of a verdict.
-void Asking::record(const Responder& responder, const Outcome& outcome, std::chrono::steady_clock::time_point start) {
-    const auto duration =
-        std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
-    if (call_.checker().options.exchange) {
-        Attempt& attempt = verdict_.attempts.emplace_back();
-        attempt.url = text::safeUrl(responder.url);
-        attempt.reached = outcome.reached;
-        attempt.status = outcome.rejection ? outcome.rejection->code : status::kOk;
-        attempt.duration = duration;
-        if (outcome.rejection && outcome.isAnswered) {
-            attempt.reason = rules::nameOf(outcome.rejection->rule) + (": " + reasonOf(*outcome.rejection));
-        } else if (outcome.rejection && outcome.rejection->code == status::kHttpStatus) {
-            attempt.reason = "gave no answer" + (outcome.thrown.empty() ? "" : ": " + outcome.thrown);
-        } else if (outcome.rejection) {
-            attempt.reason = text::statusText(outcome.rejection->code);
-            namePolicy(attempt, call_.request(), responder.url);
-        }
+void Asking::explainRejection(const CBlob& body, const Examination& examination, Outcome& outcome) {
+    Rejection& rejection = *outcome.rejection;
+    constexpr std::uint32_t kUnauthorized = 6;
+    if (examination.refusal() == kUnauthorized && !namesIssuerBySha1(call_.request())) {
+        rejection.text += "; name the issuer by its SHA-1 hash, the only one that many responders know";
+        outcome.remedy = Remedy::kSha1;
+    } else if (!examination.isDecoded() && !examination.refusal()) {
+        describeForm(body, rejection);
+        outcome.remedy = Remedy::kAddress;
+    } else if (rejection.rule == Rule::kNonce && hasNonce_ && !examination.response().get_HasNonce()) {
+        outcome.remedy = call_.checker().options.nonce == Nonce::kRequire ? Remedy::kTryNonce : Remedy::kNone;
+    }
+}
+
+Attempt Asking::attemptOfCaller(const Responder& responder, const Outcome& outcome) const {
+    Attempt attempt;
+    attempt.url = text::safeUrl(responder.url);
+    if (!outcome.rejection) {
+        return attempt;
+    }
+    if (outcome.isAnswered) {
+        attempt.reason = rules::nameOf(outcome.rejection->rule) + (": " + reasonOf(*outcome.rejection));
+    } else if (outcome.rejection->code == status::kHttpStatus) {
+        attempt.reason = "gave no answer" + (outcome.thrown.empty() ? "" : ": " + outcome.thrown);
+    } else {
+        attempt.reason = outcome.thrown.empty() ? text::statusText(outcome.rejection->code) : outcome.thrown;
+    }
+    return attempt;
+}
+
+void Asking::record(const Responder& responder, Outcome& outcome, std::chrono::steady_clock::time_point start) {
+    const bool isByCaller = static_cast<bool>(call_.checker().options.exchange);
+    std::vector<Attempt> attempts =
+        isByCaller
+            ? std::vector<Attempt>{attemptOfCaller(responder, outcome)}
+            : attemptsOf(call_.request(), numRecorded_,
+                         outcome.isAnswered && outcome.rejection ? &*outcome.rejection : nullptr, factsOf(call_));
+    numRecorded_ = call_.request().get_Attempts().size();
+    if (attempts.empty()) {
         return;
     }
-    const std::vector<CRequest::Attempt>& recorded = call_.request().get_Attempts();
-    for (; numRecorded_ < recorded.size(); ++numRecorded_) {
-        const CRequest::Attempt& row = recorded[numRecorded_];
-        const bool isRejected = outcome.isAnswered && outcome.rejection && numRecorded_ + 1 == recorded.size();
-        Attempt& attempt = verdict_.attempts.emplace_back(attemptOf(row, isRejected ? &*outcome.rejection : nullptr));
+    Attempt& last = attempts.back();
+    if (outcome.rejection && !outcome.isAnswered && !isByCaller) {
+        outcome.rejection->code = last.status;  // says more than that nothing came
+    }
+    last.reached = outcome.reached;
+    last.status = outcome.rejection ? outcome.rejection->code : status::kOk;
+    last.remedy = outcome.remedy != Remedy::kNone ? outcome.remedy : last.remedy;
+    last.duration = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+    rememberSilence(last);
+    for (Attempt& attempt : attempts) {
+        attempt.source = responder.source;
         namePolicy(attempt, call_.request(), responder.url);
-        if (numRecorded_ + 1 == recorded.size()) {
-            attempt.reached = outcome.reached;
-            attempt.status = outcome.rejection ? outcome.rejection->code : status::kOk;
-            attempt.duration = duration;
-            attempt.reason = outcome.rejection ? attempt.reason : "";
-        }
+        verdict_.attempts.push_back(std::move(attempt));
+    }
+}
+
+// A responder that was asked when little time was left had no fair chance.
+void Asking::rememberSilence(const Attempt& attempt) const {
+    const std::shared_ptr<SilentResponders>& silent = call_.checker().options.silent;
+    if (silent && isUnreached(attempt) && (!call_.isOver() || attempt.duration >= call_.timeout() / 2)) {
+        silent->add(attempt.url, attempt.reason);
     }
 }
 
@@ -276,7 +322,7 @@ void Asking::keepBest(const Outcome& outcome) {
 void Asking::explain() {
     verdict_.request = bytesOf(exchange_->encoded());
     verdict_.reached = best_ ? bestReached_ : Step::kInput;
-    verdict_.status = best_ ? best_->code : status::kNoResponder;
+    verdict_.status = best_ ? best_->code : verdict_.attempts.empty() ? status::kNoResponder : status::kNotAsked;
     verdict_.cause = verdict_.attempts.empty() ? "choosing a responder: " + text::statusText(status::kNoResponder)
                                                : causeOf(verdict_.attempts);
 }

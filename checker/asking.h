@@ -33,22 +33,30 @@ private:
     struct Responder {
         std::string url;
         bool isNamed = false;
+        ResponderSource source = ResponderSource::kCaller;
     };
     struct Outcome {
         std::optional<rules::Rejection> rejection;
         bool isAnswered = false;  // a body came
         Step reached = Step::kExchange;
         bool refusesNonce = false;  // it may answer without
-        std::string thrown = {};    // the text of what the caller's exchange threw
+        std::string thrown = {};    // why the caller's exchange gave no usable answer
+        Remedy remedy = Remedy::kNone;
     };
 
-    std::vector<Responder> responders();
+    std::vector<Responder> responders(std::vector<Attempt>& skipped);
+    // Why a responder is not asked; empty when it is.
+    std::string objectionTo(const Responder& responder) const;
     Outcome ask(const Responder& responder);
     Outcome exchange(const Responder& responder);
     void requirePermitted(const std::string& url);
     Orvane::CBlob exchangeByCaller(const Responder& responder, std::string& thrown);
     void judge(const Orvane::CBlob& body, const Responder& responder, Outcome& outcome);
-    void record(const Responder& responder, const Outcome& outcome, std::chrono::steady_clock::time_point start);
+    // Says more about a rejected answer: what it looks like, and what helps.
+    void explainRejection(const Orvane::CBlob& body, const Examination& examination, Outcome& outcome);
+    Attempt attemptOfCaller(const Responder& responder, const Outcome& outcome) const;
+    void record(const Responder& responder, Outcome& outcome, std::chrono::steady_clock::time_point start);
+    void rememberSilence(const Attempt& attempt) const;
     void keepBest(const Outcome& outcome);
     void explain();
     void useNonce(bool isWanted);

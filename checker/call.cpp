@@ -56,6 +56,16 @@ void Call::begin() {
     PolicyBinding<CRequestPolicy> policy;
     policy.bind();
     proxy_ = request.get_ProxyAddress();
+    if (!checker_.options.proxyUser.empty()) {
+        if (proxy_.empty()) {
+            throw BadInput(status::kInvalidArgument, "a login at a proxy is given, but no proxy; name the proxy");
+        }
+        const std::wstring name = text::wide(checker_.options.proxyUser);
+        const std::wstring password = text::wide(checker_.options.proxyPassword);
+        request.put_ProxyUserName(name.c_str());
+        request.put_ProxyPassword(password.c_str());
+        proxyLogin_ = name + L':' + password;
+    }
     const bool mayUseProxy = Orvane::PKI::OCSP::Client::mayUseProxy(
         *policy, {.proxyAddress = proxy_.c_str(), .proxyAuthType = static_cast<long>(request.get_ProxyAuthType())});
     record_.cbSize = sizeof record_;
@@ -65,7 +75,7 @@ void Call::begin() {
     record_.dwFlags |= checker_.isSystem ? 0 : CRYPTO_CHECK_NO_STORES;
     record_.dwFlags |= checker_.options.useCache ? 0 : CRYPTO_CHECK_NO_CACHE;
     record_.pwszProxy = proxy_.c_str();
-    record_.pwszProxyCredentials = L"";  // a login is part of the address
+    record_.pwszProxyCredentials = proxyLogin_.c_str();  // empty: it is part of the address, if there is one
     record_.dwProxyAuthSchemes = permittedAuthSchemes(*policy, proxy_.c_str(), true);
     record_.pfnOnNote = &Notes::take;
     record_.pvOnNote = &notes_;
@@ -80,7 +90,8 @@ void Call::begin() {
         checker_.options.timeout.value_or(checker_.hasPolicy ? kOfSettings : kWithoutSettings);
     record_.dwTimeout = static_cast<DWORD>(std::min<std::int64_t>(timeout.count(), std::numeric_limits<DWORD>::max()));
     impose();  // last: what throws before it leaves no rules behind
-    deadline_ = std::chrono::steady_clock::now() + std::chrono::milliseconds(crypto_check_time_left());
+    timeout_ = std::chrono::milliseconds(crypto_check_time_left());
+    deadline_ = std::chrono::steady_clock::now() + timeout_;
 }
 
 void Call::impose() {

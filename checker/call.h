@@ -45,6 +45,10 @@ public:
 
     /// What the service told so far.
     const Notes& notes() const { return notes_; }
+    Notes& notes() { return notes_; }
+
+    /// The proxy in use; empty for none. May contain a login.
+    const std::wstring& proxy() const { return proxy_; }
 
     /// A certificate of this call only, for issuers and chains.
     void add(const ATL2::CCertContext& certificate);
@@ -55,6 +59,8 @@ public:
     Orvane::CDateTime now() const;
     bool isPast() const { return purpose_.at.has_value(); }
     std::chrono::steady_clock::time_point deadline() const { return deadline_; }
+    /// How long the call may take in all.
+    std::chrono::milliseconds timeout() const { return timeout_; }
     bool isOver() const { return std::chrono::steady_clock::now() >= deadline_; }
 
     /// Runs code of the caller, which may make checks of its own, without the rules of this call.
@@ -70,7 +76,8 @@ private:
     std::optional<Orvane::PKI::OCSP::Client::WithoutPolicy> withoutPolicy_;
     ATL2::CCertStore own_, collection_;
     std::optional<Orvane::PKI::OCSP::Client::CRequest> request_;
-    std::wstring proxy_;
+    std::wstring proxy_, proxyLogin_;
+    std::chrono::milliseconds timeout_{0};
     Notes notes_;
     FILETIME time_{};
     CRYPTO_CHECK record_{};

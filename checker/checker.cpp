@@ -89,6 +89,9 @@ void requireUsable(const Options& options) {
     if (options.timeout && options.timeout->count() <= 0) {
         throw BadInput(status::kInvalidArgument, "the timeout is 0 or less; use a positive one");
     }
+    if (options.proxyUser.find(':') != std::string::npos) {
+        throw BadInput(status::kInvalidArgument, "the name at the proxy contains a colon, which no login may have");
+    }
     if (options.clockSkew.count() < 0 || (options.maxAge && options.maxAge->count() <= 0)) {
         throw BadInput(status::kInvalidArgument, "clockSkew is negative, or maxAge is 0 or less; use positive times");
     }

@@ -118,18 +118,30 @@ enum class ResponderSource {
     kPolicy,          ///< the administrator (DefaultOCSP)
 };
 
+/// What the caller can change so that the next check gets further.
+enum class Remedy {
+    kNone,        ///< the reason says what to do, or there is nothing
+    kTime,        ///< allow more time: Options::timeout ended the attempt
+    kAddress,     ///< name another address for the responder
+    kProxy,       ///< check the address of the proxy
+    kProxyLogin,  ///< name and password at the proxy
+    kSha1,        ///< name the issuer by SHA-1 (Options::hashOid), since the responder may know no other hash
+    kTryNonce,    ///< Nonce::kTry: the responder returns no nonce, and Options::nonce requires one
+};
+
 /// One responder, or one address on the way to it.
 struct Attempt {
     std::string url;  ///< without user name and password
     ResponderSource source = ResponderSource::kCaller;
     Step reached = Step::kInput;
     std::int32_t status = -1;  ///< 0 when its answer was accepted, else a status of handles/status.h
-    int httpStatus = 0;        ///< 0 when no HTTP response came
+    int httpStatus = 0;        ///< 0 when no HTTP response came; the proxy's, when it refused to connect
     std::chrono::milliseconds duration{0};
     bool isRedirect = false;  ///< this address led to the next one
-    bool isSkipped = false;   ///< not asked: a limit was reached
+    bool isSkipped = false;   ///< not asked: a limit was reached, or it is among Options::silent
     bool isFromCache = false;
     std::string reason;  ///< why it was not accepted, "signature: ..."; empty when it was
+    Remedy remedy = Remedy::kNone;
 };
 
 /// A certificate of a chain, as it was judged. Names are RFC 4514 and may contain any character.
@@ -260,10 +272,14 @@ struct Options {
     bool downloads = true;
     /// "http://host:port", with a login if needed; empty: none, or that of the policy.
     std::string proxy{};
+    /// Name and password at the proxy, also at that of the policy; the name has no colon. Empty: those in the address.
+    std::string proxyUser{};
+    std::string proxyPassword{};
     /// Dotted OID of the hash in certificate identifiers; empty: that of the policy, else SHA-1, which every responder
     /// knows. No security depends on it.
     std::string hashOid{};
-    /// Whether downloaded issuers and CRLs are kept on disk and used again. Responses are always asked for.
+    /// Whether downloaded issuers and CRLs are kept on disk and used again. Responses are always asked for, whatever
+    /// the setting OcspValiditySeconds says.
     bool useCache = false;
     /// Whether a good certificate must also have a valid chain. Without this only its status is checked.
     bool verifyChain = false;
@@ -337,7 +353,7 @@ struct ReceivedRequest {
     std::string cause;               ///< in one line; empty for kUnsigned and kProven
 };
 
-/// What came back for a request that was sent as it is.
+/// What came back for a request that was sent as it is. Nonce and dates are compared as in a check.
 struct Sent {
     Bytes answer;              ///< not verified; empty when none came
     std::int32_t status = -1;  ///< 0: a successful response that fits the request, as far as that is known unverified

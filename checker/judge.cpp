@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <new>
 
+#include "checker/attempt_text.h"
 #include "checker/input.h"
 #include "checker/rules/issuer_rules.h"
 #include "checker/rules/response_form.h"
@@ -167,8 +168,11 @@ std::optional<Rejection> Examination::rejectNonce() {
     if (!nonce_.sent || nonce_.sent->cbData() == 0) {
         freshness_ = Freshness::kNonceNotSent;
         // A nonce that the request does not have belongs to the answer to another one.
-        return nonce_.sent && response_.get_HasNonce() ? std::optional(Rejection{status::kNonceMismatch, Rule::kNonce})
-                                                       : std::nullopt;
+        return nonce_.sent && response_.get_HasNonce()
+                   ? std::optional(Rejection{status::kNonceMismatch, Rule::kNonce,
+                                             "the response has a nonce, although the request has none: it belongs to "
+                                             "another request; ask again"})
+                   : std::nullopt;
     }
     if (response_.VerifyNonce(nonce_.sent->pbData(), nonce_.sent->cbData())) {
         freshness_ = Freshness::kNonceMatched;
@@ -181,8 +185,8 @@ std::optional<Rejection> Examination::rejectNonce() {
     freshness_ = Freshness::kNonceNotReturned;
     return nonce_.isRequired
                ? std::optional(Rejection{status::kNonceMismatch, Rule::kNonce,
-                                         "the response has no nonce, although one is required: it is a replay, or the "
-                                         "responder returns none"})
+                                         "the response has no nonce, although one is required; responders that sign "
+                                         "in advance return none"})
                : std::nullopt;
 }
 
@@ -197,8 +201,7 @@ std::optional<Rejection> Examination::read(const Orvane::CBlob& bytes) {
     }
     if (const std::uint32_t refused = response_.get_Status(); refused != 0) {
         refusal_ = refused;
-        return Rejection{status::kNotSuccessful, Rule::kStatus,
-                         "the responder refused to answer: " + text::responseStatusText(refused)};
+        return Rejection{status::kNotSuccessful, Rule::kStatus, refusalText(refused)};
     }
     return rejectionOf(Rule::kNonce, [this] { return rejectNonce(); });
 }
@@ -244,6 +247,23 @@ rules::RuleClock Examination::clock() const {
         clock.isTooOld = producedAt < before(now, *accuracy);
     }
     return clock;
+}
+
+std::optional<Rejection> Examination::rejectTimes(const client::CRequest& request) const {
+    reached_ = Step::kEntry;
+    const rules::RuleClock clock = this->clock();
+    for (unsigned long i = 0; i < request.get_SRNumber(); ++i) {
+        const rules::Subject subject{request.get_SRCertID(i), nullptr, nullptr,
+                                     request.get_SRHistoricalRequest(i) != nullptr};
+        const unsigned long entry = response_.get_SRIndexByCertID(subject.id);
+        if (entry == client::CResponse::kNoIndex) {
+            continue;
+        }
+        if (std::optional<Rejection> rejection = rules::rejectTimes(response_, entry, subject, clock)) {
+            return rejection;
+        }
+    }
+    return std::nullopt;
 }
 
 std::optional<Rejection> Examination::answer(const rules::Subject& subject, Verdict& verdict) const {

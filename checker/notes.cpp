@@ -17,6 +17,7 @@ void Notes::takeDownload(const CRYPTO_NOTE& note) {
     if (note.dwPurpose == CRYPTO_NOTE_FOR_RESPONSE) {
         exchangeFailure_ = text::safeLine(note.szReason);
         hasProxyFailed_ = note.fAtProxy != FALSE;
+        exchangeStatus_ = static_cast<int>(note.dwHttpStatus);
         return;
     }
     if (downloads_.size() == kMostDownloads) {
@@ -30,6 +31,12 @@ void Notes::takeDownload(const CRYPTO_NOTE& note) {
     download.duration = std::chrono::milliseconds(note.dwMilliseconds);
     download.isFromCache = note.fFromCache != FALSE;
     download.reason = text::safeLine(note.szReason);
+}
+
+void Notes::beginExchange() {
+    exchangeFailure_.clear();
+    hasProxyFailed_ = false;
+    exchangeStatus_ = 0;
 }
 
 void Notes::take(void* context, const CRYPTO_NOTE* note) noexcept {

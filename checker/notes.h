@@ -20,6 +20,10 @@ public:
     const std::string& exchangeFailure() const { return exchangeFailure_; }
     /// Whether the proxy failed in that exchange.
     bool hasProxyFailed() const { return hasProxyFailed_; }
+    /// The HTTP status of that exchange, also that of a proxy that refused to connect; 0 for none.
+    int exchangeStatus() const { return exchangeStatus_; }
+    /// Before an exchange: what was told about the one before does not count for it.
+    void beginExchange();
 
 private:
     void takeDownload(const CRYPTO_NOTE& note);
@@ -27,6 +31,7 @@ private:
     std::vector<Download> downloads_;
     std::string exchangeFailure_;
     bool hasProxyFailed_ = false;
+    int exchangeStatus_ = 0;
 };
 
 }  // namespace tallow

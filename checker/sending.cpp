@@ -1,4 +1,5 @@
 // Sends a request as it is, without verifying what comes back.
+#include "checker/asking.h"
 #include "checker/attempt_text.h"
 #include "checker/call.h"
 #include "checker/input.h"
@@ -19,10 +20,22 @@ using Orvane::PKI::OCSP::Client::ResponderExchange;
 using rules::Rejection;
 using rules::Rule;
 
+// Nonce and dates as in a check; nothing is verified.
+std::optional<Rejection> rejectAnswer(Call& call, const Orvane::CBlob& body, const NonceRule& nonce) {
+    Examination examination(call, nonce);
+    std::optional<Rejection> rejection = examination.read(body);
+    if (rejection && !examination.isDecoded() && !examination.refusal()) {
+        describeForm(body, *rejection);
+    }
+    return rejection ? rejection : rejectionOf(Rule::kEntry, [&] { return examination.rejectTimes(call.request()); });
+}
+
 std::optional<Rejection> exchange(Call& call, Input bytes, const std::string& url, Sent& sent, Rule& rule) {
+    const auto start = std::chrono::steady_clock::now();
     CRequest& request = call.request();
     request.Import(bytes.bytes.data(), static_cast<unsigned long>(bytes.bytes.size()));
-    const NonceRule nonce{ResponderExchange::nonceOf(request), false, true};
+    const Orvane::CBlob& own = ResponderExchange::nonceOf(request);
+    const NonceRule nonce{own, own.cbData() != 0 && nonceOf(call) == Nonce::kRequire, true};
     ResponderExchange exchange = namingPolicy(request, [&] { return ResponderExchange(request); });
     rule = Rule::kForm;
     std::optional<Rejection> rejection;
@@ -31,15 +44,21 @@ std::optional<Rejection> exchange(Call& call, Input bytes, const std::string& ur
         const Orvane::CBlob body = exchange.ask({text::wide(url), true});
         isAnswered = true;
         sent.answer = bytesOf(body);
-        rejection = Examination(call, nonce).read(body);
-        static_cast<void>(exchange.mustRepeat(rejection ? rejection->code : status::kOk));
+        rejection = rejectAnswer(call, body, nonce);
+        exchange.end(rejection ? rejection->code : status::kOk);
     } catch (const ATL::CAtlException& failure) {
         rejection = {failure.status() != status::kOk ? failure.status() : status::kFail, Rule::kForm, ""};
     }
-    for (const CRequest::Attempt& attempt : request.get_Attempts()) {
-        const bool isLast = &attempt == &request.get_Attempts().back();
-        sent.attempts.push_back(attemptOf(attempt, isLast && isAnswered && rejection ? &*rejection : nullptr));
-        namePolicy(sent.attempts.back(), request, url);
+    sent.attempts = attemptsOf(request, 0, isAnswered && rejection ? &*rejection : nullptr, factsOf(call));
+    for (Attempt& attempt : sent.attempts) {
+        namePolicy(attempt, request, url);
+    }
+    if (!sent.attempts.empty()) {
+        Attempt& last = sent.attempts.back();
+        last.duration = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+        if (rejection && !isAnswered) {
+            rejection->code = last.status;  // says more than that nothing came
+        }
     }
     return rejection;
 }

@@ -11,10 +11,12 @@ namespace {
 // Bounds the memory of a long run; whoever is not in it is asked again.
 constexpr std::size_t kMostServers = 1000;
 
-// "http://host:port" of an address: what does not answer is the server, whatever the path.
+// "host:port" of an address: what does not answer is the server, whatever the path and the login.
 std::string serverOf(const std::string& url) {
-    const std::size_t authority = url.find("://");
-    return authority == std::string::npos ? url : url.substr(0, url.find_first_of("/?#", authority + 3));
+    const std::size_t scheme = url.find("://");
+    const std::size_t begin = scheme == std::string::npos ? 0 : scheme + 3;
+    const std::string authority = url.substr(begin, url.find_first_of("/?#", begin) - begin);
+    return url.substr(0, begin) + authority.substr(authority.rfind('@') + 1);
 }
 
 }  // namespace

@@ -1,7 +1,5 @@
 #include "cli/check_result_of.h"
 
-#include <algorithm>
-
 #include "checker/text/certificate_text.h"
 #include "checker/text/times.h"
 #include "cli/error_text.h"
@@ -33,20 +31,6 @@ std::string textOf(const std::optional<Time>& time) {
     return time ? iso8601(*time) : std::string();
 }
 
-// The option that helps against an HTTP status.
-const char* httpRemedy(const Verdict& verdict) {
-    constexpr int kOk = 200;
-    constexpr int kProxyLogin = 407;
-    const auto anyHas = [&verdict](auto holds) {
-        return std::any_of(verdict.attempts.begin(), verdict.attempts.end(),
-                           [&holds](const Attempt& attempt) { return holds(attempt.httpStatus); });
-    };
-    if (anyHas([](int httpStatus) { return httpStatus == kProxyLogin; })) {
-        return " (--proxy)";
-    }
-    return anyHas([](int httpStatus) { return httpStatus > kOk; }) ? " (--url)" : "";
-}
-
 }  // namespace
 
 void fill(CheckResult& result, const Verdict& verdict) {
@@ -71,7 +55,7 @@ void fill(CheckResult& result, const Verdict& verdict) {
         }
     }
     if (!verdict.cause.empty()) {
-        result.error = explain(verdict.status, verdict.cause + httpRemedy(verdict));
+        result.error = explain(verdict.status, verdict.cause + optionsThatHelp(verdict.attempts));
     }
     // Whatever the cause is: unreadable settings cause many failures.
     if (const std::string mistake = settingsMistake(); verdict.answer == Answer::kUnproven && !mistake.empty()) {

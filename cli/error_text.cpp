@@ -1,5 +1,6 @@
 #include "cli/error_text.h"
 
+#include <algorithm>
 #include <exception>
 
 #include "checker/checker.h"
@@ -16,21 +17,20 @@ using namespace text;
 namespace {
 
 // Statuses for which an option of the command helps.
-struct Remedy {
+struct StatusRemedy {
     std::int32_t code;
     const char* option;
 };
-constexpr Remedy kRemedies[] = {
-    {status::kNoResponder, "--url"},         {status::kNoSigner, "--issuer"},
-    {status::kIssuerMismatch, "--issuer"},   {status::kNonceMismatch, "--no-nonce"},
-    {status::kCryptNotFound, "--certs"},     {status::kUntrustedRoot, "--trust"},
-    {status::kChaining, "--certs, --trust"}, {status::kNoRevocationCheck, "--crl"},
-    {status::kRevocationOffline, "--crl"},
+constexpr StatusRemedy kRemedies[] = {
+    {status::kNoResponder, "--url"},       {status::kNoSigner, "--issuer"},
+    {status::kIssuerMismatch, "--issuer"}, {status::kChaining, "--certs, --trust"},
+    {status::kCryptNotFound, "--certs"},   {status::kUntrustedRoot, "--trust"},
+    {status::kNoRevocationCheck, "--crl"}, {status::kRevocationOffline, "--crl"},
 };
 
 // The text, with the option that helps.
 std::string withRemedy(std::int32_t code, std::string text) {
-    for (const Remedy& remedy : kRemedies) {
+    for (const StatusRemedy& remedy : kRemedies) {
         if (remedy.code == code) {
             text += std::string(" (") + remedy.option + ")";
         }
@@ -39,6 +39,26 @@ std::string withRemedy(std::int32_t code, std::string text) {
 }
 
 }  // namespace
+
+std::string optionsThatHelp(const std::vector<Attempt>& attempts) {
+    struct Row {
+        Remedy remedy;
+        const char* option;
+    };
+    constexpr Row kRows[] = {
+        {Remedy::kTime, "--timeout"},   {Remedy::kAddress, "--url"},
+        {Remedy::kProxy, "--proxy"},    {Remedy::kProxyLogin, "--proxy-user, --proxy-password-file"},
+        {Remedy::kSha1, "--hash sha1"}, {Remedy::kTryNonce, "--nonce try"},
+    };
+    std::string options;
+    for (const Row& row : kRows) {
+        if (std::any_of(attempts.begin(), attempts.end(),
+                        [&row](const Attempt& attempt) { return attempt.remedy == row.remedy; })) {
+            options += (options.empty() ? "" : ", ") + std::string(row.option);
+        }
+    }
+    return options.empty() ? options : " (" + options + ')';
+}
 
 CheckError explain(std::int32_t code, const std::string& cause) {
     return {code, withRemedy(code, cause)};

@@ -11,6 +11,9 @@ namespace tallow::cli {
 /// A cause, with the option that helps against this status.
 CheckError explain(std::int32_t code, const std::string& cause);
 
+/// The options against the failures of these attempts, " (--timeout, --url)"; empty for none.
+std::string optionsThatHelp(const std::vector<Attempt>& attempts);
+
 /// The text of a status; `step` is what was being done, "building the request".
 CheckError explainStatus(std::int32_t code, const std::string& step);
 

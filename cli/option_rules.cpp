@@ -4,6 +4,7 @@
 #include <string_view>
 #include <type_traits>
 
+#include "cli/network.h"
 #include "cli/output_file.h"
 
 namespace tallow::cli {
@@ -106,7 +107,12 @@ std::string mistakeIn(const CommandOptions& options) {
     if (check != nullptr && check->certificates.empty() && check->server.address.empty()) {
         return "CERT or --connect is required: name a file with a certificate, or a server";
     }
-    return mistakeInStreams(options);
+    const std::string mistake = mistakeInStreams(options);
+    const auto* send = std::get_if<SendOptions>(&options);
+    if (!mistake.empty() || (check == nullptr && send == nullptr)) {
+        return mistake;
+    }
+    return check != nullptr ? mistakeInNetwork(*check) : mistakeInNetwork(*send);
 }
 
 std::string helpMistakeIn(int argc, char** argv) {

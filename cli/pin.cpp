@@ -26,7 +26,7 @@ public:
     ~Line() { explicit_bzero(room_, sizeof room_); }
 
     // The first line without its end. Throws InputError.
-    std::string_view read(const std::string& path);
+    std::string_view read(const std::string& path, const char* what);
 
 private:
     bool fill(int file);
@@ -52,7 +52,7 @@ bool Line::fill(int file) {
     return true;
 }
 
-std::string_view Line::read(const std::string& path) {
+std::string_view Line::read(const std::string& path, const char* what) {
     const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
     const bool isRead = file >= 0 && fill(file);
     const int error = errno;
@@ -68,20 +68,21 @@ std::string_view Line::read(const std::string& path) {
         line.remove_suffix(1);
     }
     if (line.empty() || line.size() > kLongestLine) {
-        throw InputError(path, "its first line is no PIN: it is empty or too long", status::kInvalidData);
+        throw InputError(path, std::string("its first line is no ") + what + ": it is empty or too long",
+                         status::kInvalidData);
     }
     return line;
 }
 
 }  // namespace
 
-Pin::Pin(const std::string& path) {
+Pin::Pin(const std::string& path, const char* what) {
     Line line;
-    const std::string_view pin = line.read(path);
+    const std::string_view pin = line.read(path, what);
     const auto size = static_cast<int>(pin.size());
     text_.resize(pin.size() + 1);  // never grows, so that no copy is left in freed memory
     if (MultiByteToWideChar(CP_UTF8, MB_ERR_INVALID_CHARS, pin.data(), size, text_.data(), size) == 0) {
-        throw InputError(path, "its first line is no PIN: it is not UTF-8", status::kInvalidData);
+        throw InputError(path, std::string("its first line is no ") + what + ": it is not UTF-8", status::kInvalidData);
     }
 }
 

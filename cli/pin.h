@@ -1,4 +1,5 @@
-// The PIN of a private key, from the first line of a file; wiped from memory by the destructor.
+// The PIN of a private key or the password at a proxy, from the first line of a file; wiped from memory by the
+// destructor.
 #pragma once
 
 #include <string>
@@ -10,8 +11,9 @@ class Pin {
 public:
     /// No PIN.
     Pin() = default;
-    /// Throws InputError when the file cannot be read, or its first line is empty, too long or not UTF-8.
-    explicit Pin(const std::string& path);
+    /// Throws InputError when the file cannot be read, or its first line is empty, too long or not UTF-8. `what` it
+    /// should contain is for the message.
+    explicit Pin(const std::string& path, const char* what = "PIN");
     Pin(const Pin&) = delete;
     Pin& operator=(const Pin&) = delete;
     ~Pin();

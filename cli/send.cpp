@@ -5,6 +5,7 @@
 #include "checker/text/safe_text.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
+#include "cli/network.h"
 #include "cli/output.h"
 #include "cli/output_file.h"
 #include "cli/run_inputs.h"
@@ -49,9 +50,13 @@ Outcome runSend(const SendOptions& options) {
     OutputFile output(options.output);
     const Orvane::CBlob request = readMessage(options.request);
     requireRequest(request, options.request);
-    const Checker checker(Trust::system(), {.timeout = options.timeout, .proxy = options.proxy, .useCache = true});
+    Options sending{.useCache = true};
+    RunNetwork(options).apply(sending);
+    const Checker checker(Trust::system(), sending);
     const Sent sent = checker.send({request.pbData(), request.cbData()}, options.url);
-    Outcome outcome = sent.cause.empty() ? Outcome() : failed(options.request, explain(sent.status, sent.cause));
+    Outcome outcome = sent.cause.empty()
+                          ? Outcome()
+                          : failed(options.request, explain(sent.status, sent.cause + optionsThatHelp(sent.attempts)));
     if (!sent.answer.empty()) {
         outcome.out = safeLine(withoutLogin(options.url)) + ": " + whatAnswered(sent.answer) + '\n';
         keep(sent.answer, output, options.output, outcome);

@@ -271,6 +271,13 @@ bool isAbout(const Subject& subject, const CCertID& id) {
     return relationOf(subject, id) == Relation::kExact;
 }
 
+std::optional<Rejection> rejectTimes(const CResponse& response, unsigned long entry, const Subject& subject,
+                                     const RuleClock& clock) {
+    const Entry examined(response, entry, subject, clock);
+    const std::optional<Rejection> future = examined.rejectFuture();
+    return future ? future : examined.rejectAge();
+}
+
 std::variant<Finding, Rejection> findingOn(const CResponse& response, const EntryTable& table, const Subject& subject,
                                            const RuleClock& clock) {
     const Entries entries = entriesOn(response, table, subject, clock);

@@ -64,6 +64,10 @@ struct Finding {
     unsigned long entry = 0;  // the index of the entry with this status
 };
 
+/// Whether the times of this entry contradict the clock. Says nothing about who signed it.
+std::optional<Rejection> rejectTimes(const Orvane::PKI::OCSP::Client::CResponse& response, unsigned long entry,
+                                     const Subject& subject, const RuleClock& clock);
+
 /// Examines every entry about the certificate, whatever its hash algorithm. The strictest status counts: revoked, then
 /// unknown, then good.
 ///

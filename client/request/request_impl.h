@@ -126,6 +126,7 @@ struct CRequest::Impl {
     PolicyBinding<CRequestPolicy> Policy;
     CVerifyingResponseHandler VerifyingHandler;
     bool MessageMode = false;
+    bool IsCacheOff = false;        // responses neither come from the service's cache nor are kept there
     bool Proven = false;            // the response that the last Send returned passed the verifying handler
     std::vector<Attempt> Attempts;  // of the last Send, to explain its outcome
 

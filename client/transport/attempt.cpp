@@ -92,8 +92,9 @@ CBlob CRequest::Impl::exchange() {
     const bool allowCache = (Flags & kFlagAllowCache) != 0 && !WireOnly;
     SetLastError(0);  // an error of an earlier call is not one of this attempt
     try {
-        CBlob body = SendRequest(&HTTPParams, kAgent, kOcspHeaders, &Encoded, (Flags & kFlagReserved) != 0, allowCache,
-                                 CacheResync, (Flags & kFlagCacheOnly) != 0);
+        CBlob body = IsCacheOff ? SendRequestPastCache(HTTPParams, kAgent, Encoded)
+                                : SendRequest(&HTTPParams, kAgent, kOcspHeaders, &Encoded, (Flags & kFlagReserved) != 0,
+                                              allowCache, CacheResync, (Flags & kFlagCacheOnly) != 0);
         Present.lastError = GetLastError();
         Present.fromCache = check.answeredFromCache();
         return body;

@@ -270,6 +270,10 @@ CBlob SendRequest(WinHTTPParams* params, const wchar_t* agent, const wchar_t* he
     return exchange(*params, agent, headers, *request);
 }
 
+CBlob SendRequestPastCache(WinHTTPParams& params, const wchar_t* agent, const CBlob& request) {
+    return exchange(params, agent, kOcspHeaders, request);
+}
+
 void forgetCachedAnswer(const WinHTTPParams& params, const CBlob& request) {
     if (!isByRetrieval(params, kOcspHeaders) || !canForgetResponses()) {
         return;

@@ -26,6 +26,9 @@ inline constexpr unsigned long kHttpNoAnswer = 456;
 CBlob SendRequest(WinHTTPParams* params, const wchar_t* agent, const wchar_t* headers, const CBlob* request,
                   bool ignored, bool allowCache, _FILETIME* cacheResync, bool cacheOnly);
 
+/// The plain exchange, whatever the settings say about the cache.
+CBlob SendRequestPastCache(WinHTTPParams& params, const wchar_t* agent, const CBlob& request);
+
 /// Removes the answer to `request` from the service's cache, if SendRequest uses the cache.
 void forgetCachedAnswer(const WinHTTPParams& params, const CBlob& request);
 

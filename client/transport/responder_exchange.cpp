@@ -12,6 +12,7 @@ namespace Orvane::PKI::OCSP::Client {
 ResponderExchange::ResponderExchange(CRequest& request) : request_(request), check_(request.impl_->downloads()) {
     CRequest::Impl& impl = *request_.impl_;
     impl.Attempts.clear();
+    impl.IsCacheOff = true;
     impl.CheckPolicies(false);  // an imported request is not built, which would check it
     static_cast<void>(encoded());
     impl.Check = &check_;
@@ -30,6 +31,7 @@ std::vector<ResponderExchange::Candidate> ResponderExchange::candidates(std::vec
     const CRequest::Impl::Candidates gathered = impl.gatherCandidates();
     std::size_t index = 0;
     std::uint32_t numOwn = 0;
+    const std::size_t numOfPolicy = impl.Policy->DefaultOCSPURL.empty() ? 0 : 1;  // it comes last
     for (const ASN1::CAccessDescription& candidate : gathered.list) {
         const bool isOwn = index++ < gathered.numOwn;
         const wchar_t* const address = candidate.get_accessLocation().get_uniformResourceIdentifier();
@@ -37,7 +39,8 @@ std::vector<ResponderExchange::Candidate> ResponderExchange::candidates(std::vec
             continue;
         }
         numOwn += isOwn ? 1 : 0;
-        (isOwn && numOwn > check_.maxResponders() ? skipped : found).push_back({address, !isOwn});
+        (isOwn && numOwn > check_.maxResponders() ? skipped : found)
+            .push_back({address, !isOwn, !isOwn && index + numOfPolicy > gathered.list.size()});
     }
     return found;
 }
@@ -63,11 +66,8 @@ CBlob ResponderExchange::ask(const Candidate& candidate) {
     return body;
 }
 
-bool ResponderExchange::mustRepeat(std::int32_t outcome) {
-    CRequest::Impl& impl = *request_.impl_;
-    impl.recordAttempt(outcome);
-    impl.WireOnly = impl.forgetRefusedAnswer(outcome) && !impl.WireOnly;
-    return impl.WireOnly;
+void ResponderExchange::end(std::int32_t outcome) {
+    request_.impl_->recordAttempt(outcome);
 }
 
 const CBlob& ResponderExchange::nonceOf(const CRequest& request) {

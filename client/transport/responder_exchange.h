@@ -1,9 +1,10 @@
-// Exchanges with one responder at a time, for a caller that examines the answers itself. Private to the library.
+// Exchanges with one responder at a time, for a caller that examines the answers itself. Private to the library. The
+// cache of responses is not used: what is asked is asked now.
 //
 //   ResponderExchange exchange(request);
 //   for (const auto& candidate : exchange.candidates()) {
-//       const CBlob answer = exchange.ask(candidate);      // throws when there is none
-//       if (exchange.mustRepeat(statusOf(answer))) ...     // it was an old one from the cache: ask again
+//       const CBlob answer = exchange.ask(candidate);  // throws when there is none
+//       exchange.end(statusOf(answer));
 //   }
 #pragma once
 
@@ -21,7 +22,8 @@ class ResponderExchange {
 public:
     struct Candidate {
         std::wstring address;
-        bool isNamed = false;  // the caller or the administrator chose it, not a certificate
+        bool isNamed = false;     // the caller or the administrator chose it, not a certificate
+        bool isOfPolicy = false;  // it is the setting DefaultOCSPURL
     };
 
     /// Begins the network rules of the request, which must outlive the object. Throws what building the request throws,
@@ -42,9 +44,11 @@ public:
     /// The request in DER, built if something changed.
     [[nodiscard]] const CBlob& encoded();
 
-    /// Records the attempt that `ask` ended, with the caller's verdict on the answer, and removes a refused answer from
-    /// the cache. True when the answer came from the cache and the responder is to be asked again, past the cache.
-    [[nodiscard]] bool mustRepeat(std::int32_t outcome);
+    /// How many responders of one certificate may be asked.
+    [[nodiscard]] std::uint32_t maxResponders() const { return check_.maxResponders(); }
+
+    /// Records the attempt that `ask` ended, with the caller's verdict on the answer.
+    void end(std::int32_t outcome);
 
     /// The nonce of a request in the form that CResponse::VerifyNonce takes; empty when it has none. The request must
     /// have been built or imported.

@@ -1,6 +1,7 @@
 // Responders that cannot be reached, give no OCSP answer, or one that is not trusted: never a verdict, always one line
 // that names the responder, the step, and a remedy.
 #include "tests/cli/command.h"
+#include "tests/support/tlv.h"
 
 namespace {
 
@@ -26,9 +27,12 @@ TEST_F(CheckErrors, NameResponderAndStep) {
     };
     const Bytes good = buildResponse(goodResponse());
     for (const Row& row : {
-             Row{"good answer, status 404", {.status = 404, .body = good}, "0xC2110100", "with HTTP status 404; "},
+             Row{"good answer, status 404",
+                 {.status = 404, .body = good},
+                 "0xC2110100",
+                 "HTTP status 404 (Not Found); "},
              Row{"empty body", {}, "0x80093101", "decoding: "},
-             Row{"cut in HTTP", {.body = good, .cutBodyAfter = 40}, "0xC2110100", "gave no usable answer: "},
+             Row{"cut in HTTP", {.body = good, .cutBodyAfter = 40}, "0x80072EFE", "broke the connection: "},
              Row{"signer without the usage", changed([](auto& s) { s.signer = leafWith({}); }), "0x800B0110",
                  "certificate of the signer: "},
              Row{"signer withheld", changed([](auto& s) { s.includeSigner = false; }), "0x80092004", "(--certs)"},
@@ -50,15 +54,15 @@ TEST_F(CheckErrors, DistinguishUnreachableRespondersFromNoneKnown) {
     const std::string second = deadUrl() + "second";
     expectError(tallow.check({"--json", tallow.file("none.pem", certs().good)}), "0xC2110121",
                 {"choosing a responder", "no responder is known", "--url"});
-    expectError(tallow.check({"--json", tallow.file("one.pem", leafWith({dead}))}), "0xC2110100",
+    expectError(tallow.check({"--json", tallow.file("one.pem", leafWith({dead}))}), "0x80072EFD",
                 {dead + ": could not be reached: "});
-    expectError(tallow.check({"--json", tallow.file("two.pem", leafWith({dead, second}))}), "0xC2110100",
+    expectError(tallow.check({"--json", tallow.file("two.pem", leafWith({dead, second}))}), "0x80072EFD",
                 {"none of 2 responders could be reached", dead + ": ", second + ": "});
     expectError(Command("max_responders = 1\n").check({"--json", tallow.file("two.pem", leafWith({dead, second}))}),
-                "0xC2110100", {"the only responder asked", dead + ": ", "1 more not asked: ", "max_responders"});
+                "0x80072EFD", {"the only responder asked", dead + ": ", second + ": not asked: ", "max_responders"});
     expectError(tallow.check({"--json", "--url", "http://no-such-host.invalid/", tallow.file("x", certs().good)}),
-                "0xC2110100", {"http://no-such-host.invalid/", "could not be reached: the name is not known"});
-    expectError(tallow.check({"--json", "--url", "ftp://127.0.0.1/", tallow.file("x", certs().good)}), "0xC2110100",
+                "0x80072EE7", {"http://no-such-host.invalid/", "no-such-host.invalid:80: the name is not known"});
+    expectError(tallow.check({"--json", "--url", "ftp://127.0.0.1/", tallow.file("x", certs().good)}), "0x80072EE6",
                 {"ftp://127.0.0.1/"});
 }
 
@@ -88,9 +92,35 @@ TEST_F(CheckErrors, NameAllRespondersThatWereAsked) {
     const HttpServer babble = serverOf(HttpReply{.body = bytesOf("babble")});
     const std::string dead = deadUrl();
     const Identity leaf = leafWith({dead, babble.url(), broken.url()});
-    expectError(tallow.check({"--json", tallow.file("leaf.pem", leaf)}), "0x80093101",
-                {"no responder gave an answer to trust", dead + ": could not be reached: ",
-                 babble.url() + ": decoding: ", broken.url() + ": answered with HTTP status 500; "});
+    expectError(
+        tallow.check({"--json", tallow.file("leaf.pem", leaf)}), "0x80093101",
+        {"no responder gave a verified answer", dead + ": could not be reached: ", babble.url() + ": decoding: ",
+         broken.url() + ": answered with HTTP status 500 (Internal Server Error); "});
+}
+
+TEST_F(CheckErrors, NameTlsProxyAndTimeLimit) {
+    const Identity root = rootCa("tls root");
+    const Identity expired =
+        issue(root, {.notAfterSeconds = -60,
+                     .extensions = {{"2.5.29.17", tlv::sequence({tlv::contextPrimitive(7, {127, 0, 0, 1})})}}});
+    const auto good = [](const HttpRequest&) { return HttpReply{.body = buildResponse(goodResponse())}; };
+    const HttpServer tls(good, &expired);
+    const HttpServer proxy([](const HttpRequest&) {
+        return HttpReply{.status = 407, .headers = {{"Proxy-Authenticate", "Basic realm=\"p\""}}};
+    });
+    const HttpServer slow([](const HttpRequest&) { return HttpReply{.delayMs = 1500}; });
+    const Command secure("system_bundle = \"" + tallow.file("bundle.pem", root) + "\"\n");
+    expectError(secure.check({"--json", "--url", tls.url(), leaf}), "0x80072F8F",
+                {tls.url(), "could not be reached securely", "certificate has expired"});
+    expectError(tallow.check({"--json", "--proxy", proxy.url(""), "--url", tls.url(), leaf}), "0xC2110100",
+                {"the proxy " + proxy.url("") + " failed", "407", "(--proxy-user, --proxy-password-file)"});
+    expectError(tallow.check({"--json", "--timeout", "0.3", "--url", slow.url(), leaf}), "0x80072EE2",
+                {slow.url(), "time limit of the check, 0.3 s", "(--timeout)"});
+    expectError(Command("check_timeout_ms = 250\n").check({"--json", "--url", slow.url(), leaf}), "0x80072EE2",
+                {slow.url(), "0.25 s (setting check_timeout_ms)"});
+    const std::string dead = deadUrl();
+    const ProcessResult run = tallow.check({"--url", dead, leaf, tallow.file("second.pem", certs().unknown)});
+    EXPECT_THAT(run.err, HasSubstr(dead + ": not asked: earlier in this run it could not be reached: "));
 }
 
 TEST_F(Check, AsksRespondersUntilOneDecides) {

@@ -122,7 +122,8 @@ TEST_F(CheckOptions, NonceDecidesWhetherANonceIsSentAndRequired) {
         bool isAsked;
     };
     for (const Row& row :
-         {Row{tallow, {"--nonce", "require"}, responderUrl(), 0, true}, Row{tallow, {"--no-nonce"}, responderUrl(), 0, false},
+         {Row{tallow, {"--nonce", "require"}, responderUrl(), 0, true},
+          Row{tallow, {"--no-nonce"}, responderUrl(), 0, false},
           Row{tallow, {"--nonce", "require"}, ignorant.url(), kExitNoAnswer, true},
           Row{tallow, {"--no-nonce"}, ignorant.url(), 0, false}, Row{tallow, {}, responderUrl(), 0, true},
           Row{tallow, {}, ignorant.url(), 0, true}, Row{unasked, {}, responderUrl(), 0, false},
@@ -134,7 +135,7 @@ TEST_F(CheckOptions, NonceDecidesWhetherANonceIsSentAndRequired) {
         EXPECT_EQ(opensslText("-reqin", request).find("OCSP Nonce") != std::string::npos, row.isAsked);
     }
     expectOneLine(tallow.check({"--nonce", "require", "--url", ignorant.url(), leaf}), kExitNoAnswer,
-                  {"0xC2110120", "--no-nonce", ignorant.url()});
+                  {"0xC2110120", "--nonce try", ignorant.url()});
 }
 
 // The responder's host does not exist: only the proxy can answer.
@@ -192,6 +193,33 @@ TEST_F(CheckOptions, ProxyDoesNotShowThePasswordOfTheProxy) {
                              address + "\"]\n");
     const ProcessResult settings = configured.with({"settings"});
     EXPECT_THAT(settings.out, AllOf(HasSubstr("http://***@127.0.0.1"), Not(HasSubstr("s3cret"))));
+}
+
+TEST_F(CheckOptions, ProxyPasswordComesFromAFile) {
+    const HttpServer proxy([](const HttpRequest& request) {
+        return request.header("proxy-authorization") == "Basic c29tZWJvZHk6czNjcmV0"
+                   ? HttpReply{.body = buildResponse(goodResponse())}
+                   : HttpReply{.status = 407, .headers = {{"Proxy-Authenticate", "Basic realm=\"p\""}}};
+    });
+    ASSERT_EQ(tallow.with({"request", "--no-nonce", "--issuer", root, "-o", request, leaf}).exitStatus, 0);
+    const Arguments network{"--url",    "http://responder.invalid/", "--proxy", proxy.url(""), "--proxy-user",
+                            "somebody", "--proxy-password-file"};
+    const Arguments given = joined(network, {tallow.file("password", "s3cret\nmore\n")});
+    const Command listed("[config.cades.ocsppolicy]\nAllowedProxies = [\"" + proxy.url("") + "\"]\n");
+    EXPECT_EQ(listed.check(joined(given, {leaf})).exitStatus, 0) << "the address in the list has no login";
+    EXPECT_EQ(tallow.with(joined(joined({"send"}, given), {request})).exitStatus, 0);
+    const ProcessResult run = tallow.check(joined(network, {tallow.file("wrong", "wr0ng"), "--trace", leaf}));
+    EXPECT_EQ(run.exitStatus, kExitNoAnswer);
+    EXPECT_THAT(run.err, AllOf(HasSubstr("(--proxy-user, --proxy-password-file)"), Not(HasSubstr("wr0ng"))));
+    const std::string login = "http://a:b@127.0.0.1:" + std::to_string(proxy.port());
+    for (const Mistake& row :
+         {Mistake{joined(network, {"missing", leaf}), "missing"},
+          Mistake{joined(network, {"/dev/null", leaf}), "no password"},
+          Mistake{{"--proxy-user", "a", leaf}, "--proxy-password-file"},
+          Mistake{joined(given, {"--proxy-user", "a:b", leaf}), "--proxy-user"},
+          Mistake{{"--proxy", login, "--proxy-user", "a", "--proxy-password-file", "f", leaf}, "exclude each other"}}) {
+        expectMistake(tallow.with(joined({"check"}, row.arguments)), row.words);
+    }
 }
 
 // A malformed address, or an unescaped character in a password, must not reveal the password.

@@ -6,6 +6,7 @@
 #include "platform/crypto/base/limits.h"
 #include "platform/crypto/base/service_call.h"
 #include "platform/crypto/chains/signature_ledger.h"
+#include "platform/crypto/network/exchange_note.h"
 #include "platform/crypto/network/url_cache.h"
 
 namespace tallow::platform {
@@ -79,12 +80,15 @@ void CrlSource::addLocal(const CrlSubject& subject, CrlCandidates& candidates) c
 
 bool CrlSource::addCached(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) const {
     const std::optional<Bytes> cached = UrlCache().find(url, rules_.cacheMaxAgeSeconds, rules_.resync);
+    if (cached) {
+        noteCached(CRYPTO_NOTE_FOR_CRL, url);
+    }
     return cached && add(Crl::parse(*cached), {}, subject, candidates);
 }
 
 bool CrlSource::addFetched(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) {
     const std::optional<Bytes> body =
-        rules_.useNetwork ? fetchObject(url, chainLimits().maxCrlSize, allowance_) : std::nullopt;
+        rules_.useNetwork ? fetchObject(url, chainLimits().maxCrlSize, allowance_, CRYPTO_NOTE_FOR_CRL) : std::nullopt;
     return body && add(Crl::parse(*body), url, subject, candidates);
 }
 

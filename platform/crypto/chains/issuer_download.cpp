@@ -6,6 +6,7 @@
 #include "platform/crypto/certificates/container_file.h"
 #include "platform/crypto/chains/crl_source.h"
 #include "platform/crypto/chains/issuer_candidates.h"
+#include "platform/crypto/network/exchange_note.h"
 #include "platform/crypto/network/url_cache.h"
 
 namespace tallow::platform {
@@ -71,6 +72,7 @@ bool IssuerDownload::cached(const Certificate& certificate, std::size_t index,
     }
     const long maxAge = useNetwork_ ? kSecondsInDay : kAnyAge;
     if (const std::optional<Bytes> body = UrlCache().find(addresses[index], maxAge, nullptr)) {
+        noteCached(CRYPTO_NOTE_FOR_ISSUER, addresses[index]);
         found = certificatesIn(*body, certificate);
     }
     return true;

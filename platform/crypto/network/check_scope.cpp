@@ -89,6 +89,16 @@ Clock::time_point checkDeadline() noexcept {
     return check == nullptr ? Clock::time_point::max() : deadlineOf(*check);
 }
 
+// A check around this one may have the earlier deadline, which was taken over.
+CheckTime checkTime() noexcept {
+    const CRYPTO_CHECK* check = currentCheck();
+    while (check != nullptr && check->pOuter != nullptr && check->pOuter->qwDeadline == check->qwDeadline) {
+        check = check->pOuter;
+    }
+    const bool isOwn = check != nullptr && check->dwTimeout != 0;
+    return {isOwn ? static_cast<long>(check->dwTimeout) : checkLimits().timeoutMs, !isOwn};
+}
+
 DownloadProxy downloadProxy() {
     const CRYPTO_CHECK* const check = currentCheck();
     if (check == nullptr) {

@@ -11,6 +11,13 @@ namespace tallow::platform {
 // The deadline of the check of this thread; the end of time outside of one.
 std::chrono::steady_clock::time_point checkDeadline() noexcept;
 
+// The time limit that ends the check of this thread, for messages.
+struct CheckTime {
+    long limitMs = 0;
+    bool isOfSettings = false;  // check_timeout_ms, not a program's own limit
+};
+CheckTime checkTime() noexcept;
+
 // The proxy for downloads of issuers and CRLs: that of the check, else the policy's DefaultProxy.
 struct DownloadProxy {
     bool mayDownload = false;  // false: policy permits neither this proxy nor going without one

@@ -16,6 +16,7 @@
 #include "platform/crypto/base/wide_text.h"
 #include "platform/crypto/crypto_service.h"
 #include "platform/crypto/network/check_scope.h"
+#include "platform/crypto/network/exchange_note.h"
 #include "platform/crypto/network/http_exchange.h"
 #include "platform/crypto/network/http_status.h"
 #include "platform/crypto/network/url_cache.h"
@@ -40,28 +41,6 @@ std::vector<std::string> headerLines(const std::string& text) {
         }
     }
     return lines;
-}
-
-// The last error for an HTTP status other than 200.
-DWORD errorOfStatus(long status) {
-    switch (status) {
-        case kUnauthorized:
-        case kProxyAuthenticationRequired:
-            return ERROR_INTERNET_LOGIN_FAILURE;
-        case kForbidden:
-            return ERROR_ACCESS_DENIED;
-        case kNotFound:
-        case kGone:
-            return ERROR_FILE_NOT_FOUND;
-        case kRequestTimeout:
-        case kGatewayTimeout:
-            return ERROR_INTERNET_TIMEOUT;
-        case kBadGateway:
-        case kServiceUnavailable:
-            return ERROR_INTERNET_CANNOT_CONNECT;
-        default:
-            return ERROR_HTTP_INVALID_SERVER_RESPONSE;
-    }
 }
 
 // ---- The URL that carries a request ---------------------------------------------------------------------------------
@@ -187,7 +166,7 @@ void followRules(HttpCall& call) {
     }
 }
 
-void noteCached(bool fromCache) {
+void setFromCache(bool fromCache) {
     if (CRYPTO_CHECK* const check = currentCheck()) {
         check->fAnsweredFromCache = fromCache ? TRUE : FALSE;
     }
@@ -198,6 +177,13 @@ std::optional<Bytes> cachedResponse(const UrlCache& cache, const std::string& ur
                                     const CRYPT_RETRIEVE_AUX_INFO* info) {
     const long maxAge = numberOf(setting::OcspValiditySeconds);
     return maxAge > 0 ? cache.find(url, maxAge, info == nullptr ? nullptr : info->pftCacheResync) : std::nullopt;
+}
+
+HttpAnswer exchangeAndNote(const HttpCall& call, const ExchangeLimits& limits) {
+    const std::chrono::steady_clock::time_point start = std::chrono::steady_clock::now();
+    HttpAnswer answer = exchangeHttp(call, limits);
+    noteExchange(CRYPTO_NOTE_FOR_RESPONSE, call.url, answer, start);
+    return answer;
 }
 
 HttpAnswer postCarried(const CarriedRequest& carried, DWORD timeout) {
@@ -211,12 +197,13 @@ HttpAnswer postCarried(const CarriedRequest& carried, DWORD timeout) {
     ExchangeLimits limits = exchangeLimits();
     if (timeout != 0) {
         limits.deadlineMs = static_cast<long>(timeout);
+        call.timeSetting = "SendRequestTimeoutMilliseconds";
     }
-    return exchangeHttp(call, limits);
+    return exchangeAndNote(call, limits);
 }
 
 BOOL retrieve(const std::string& url, DWORD flags, DWORD timeout, void** object, CRYPT_RETRIEVE_AUX_INFO* info) {
-    noteCached(false);
+    setFromCache(false);
     CarriedRequest carried;
     if (!split(url, carried)) {
         return fail(ERROR_INTERNET_INVALID_URL);
@@ -226,7 +213,8 @@ BOOL retrieve(const std::string& url, DWORD flags, DWORD timeout, void** object,
     // If both flags are set, "cache only" wins: such a caller must not use the network.
     if (cacheOnly || (flags & CRYPT_WIRE_ONLY_RETRIEVAL) == 0) {
         if (const std::optional<Bytes> response = cachedResponse(cache, url, info)) {
-            noteCached(true);
+            setFromCache(true);
+            noteCached(CRYPTO_NOTE_FOR_RESPONSE, carried.address);
             return deliver(*response, object);
         }
     }
@@ -250,7 +238,7 @@ BOOL retrieve(const std::string& url, DWORD flags, DWORD timeout, void** object,
 }
 
 unsigned long post(const HttpCall& call, PKI_EXCHANGE_BUFFER& response) {
-    const HttpAnswer answer = exchangeHttp(call, exchangeLimits());
+    const HttpAnswer answer = exchangeAndNote(call, exchangeLimits());
     if (answer.error != 0) {
         SetLastError(answer.error);
         return 0;

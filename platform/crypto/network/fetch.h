@@ -17,14 +17,19 @@ public:
     // Counts one download; false when the number or the time is used up.
     bool take();
     long remainingMs() const;
+    // The limit itself.
+    long timeoutMs() const { return timeoutMs_; }
 
 private:
     long fetchesLeft_;
+    long timeoutMs_;
     std::chrono::steady_clock::time_point deadline_;
 };
 
 // GETs `url` if the allowance permits: the body of a response with status 200, else nothing. Uses the proxy of the
-// check or of policy. `url` is treated as coming from a certificate: see HttpCall::addressIsNamed.
-std::optional<Bytes> fetchObject(const std::string& url, std::size_t maxSize, FetchAllowance& allowance);
+// check or of policy. `url` is treated as coming from a certificate: see HttpCall::addressIsNamed. `purpose` is a
+// CRYPTO_NOTE_FOR_... number.
+std::optional<Bytes> fetchObject(const std::string& url, std::size_t maxSize, FetchAllowance& allowance,
+                                 DWORD purpose = CRYPTO_NOTE_FOR_ISSUER);
 
 }  // namespace tallow::platform

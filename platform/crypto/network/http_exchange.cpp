@@ -2,21 +2,23 @@
 
 #include <curl/curl.h>
 #include <openssl/ssl.h>
-#include <strings.h>
 #include <sys/socket.h>
 
 #include <algorithm>
-#include <charconv>
 #include <chrono>
 #include <cstdint>
+#include <cstring>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string_view>
+#include <system_error>
 
 #include "platform/crypto/certificates/system_store.h"
 #include "platform/crypto/network/address_rules.h"
+#include "platform/crypto/network/arrival.h"
 #include "platform/crypto/network/check_scope.h"
+#include "platform/crypto/network/exchange_text.h"
 #include "platform/crypto/network/http_address.h"
 #include "platform/crypto/network/http_status.h"
 #include "platform/support/fork_gate.h"
@@ -36,72 +38,6 @@ struct ListFree {
     void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
 };
 using HeaderList = std::unique_ptr<curl_slist, ListFree>;
-
-// What has arrived of one hop.
-struct Arrival {
-    Bytes body;
-    std::size_t headerSize = 0;
-    std::size_t maxBodySize = 0;
-    std::size_t maxHeaderSize = 0;
-};
-
-// Returning less than was offered makes libcurl end the transfer.
-std::size_t onBody(char* data, std::size_t unit, std::size_t count, void* target) {
-    auto& arrival = *static_cast<Arrival*>(target);
-    const std::size_t size = unit * count;
-    if (size > arrival.maxBodySize - arrival.body.size()) {
-        return 0;
-    }
-    try {
-        arrival.body.insert(arrival.body.end(), data, data + size);
-    } catch (...) {  // out of memory; nothing may be thrown through libcurl
-        return 0;
-    }
-    return size;
-}
-
-bool beginsWith(std::string_view text, std::string_view word) {
-    return text.size() >= word.size() && ::strncasecmp(text.data(), word.data(), word.size()) == 0;
-}
-
-// The value of a header line with this name, "name:" in lower case, without the blanks around it; null for others.
-std::optional<std::string_view> valueOf(std::string_view line, std::string_view name) {
-    constexpr std::string_view kBlanks = " \t\r\n";
-    if (!beginsWith(line, name)) {
-        return std::nullopt;
-    }
-    line.remove_prefix(std::min(line.find_first_not_of(kBlanks, name.size()), line.size()));
-    return line.substr(0, line.find_last_not_of(kBlanks) + 1);
-}
-
-// libcurl decompresses any transfer coding such as gzip, even if not asked for. Only chunked is accepted.
-bool isInflating(std::string_view line) {
-    constexpr std::string_view kChunked = "chunked";
-    const std::optional<std::string_view> coding = valueOf(line, "transfer-encoding:");
-    return coding && (coding->size() != kChunked.size() || !beginsWith(*coding, kChunked));
-}
-
-// libcurl ignores a length that is not a number or does not fit into 64 bits; a truncated body would then look
-// complete.
-bool isNoLength(std::string_view line) {
-    const std::optional<std::string_view> length = valueOf(line, "content-length:");
-    if (!length) {
-        return false;
-    }
-    std::int64_t value = 0;
-    const auto [end, error] = std::from_chars(length->data(), length->data() + length->size(), value);
-    return error != std::errc() || end != length->data() + length->size() || value < 0;
-}
-
-std::size_t onHeader(char* data, std::size_t unit, std::size_t count, void* target) {
-    auto& arrival = *static_cast<Arrival*>(target);
-    const std::size_t size = unit * count;
-    if (size > arrival.maxHeaderSize - arrival.headerSize || isInflating({data, size}) || isNoLength({data, size})) {
-        return 0;
-    }
-    arrival.headerSize += size;
-    return size;
-}
 
 DWORD errorOf(CURLcode code) {
     switch (code) {
@@ -187,7 +123,7 @@ bool makeHeaders(const HttpCall& call, HeaderList& list) {
 struct Reach {
     bool isAnywhere = false;  // to the proxy, or to a server that the caller named
     bool refusesPrivate = false;
-    bool wasRefused = false;
+    std::optional<sockaddr_storage> refused = std::nullopt;  // the last address that was
 
     bool refuses(AddressClass found) const {
         return !isAnywhere && (found == AddressClass::kSpecial || (found == AddressClass::kPrivate && refusesPrivate));
@@ -198,7 +134,8 @@ struct Reach {
 curl_socket_t onOpenSocket(void* target, curlsocktype /*purpose*/, curl_sockaddr* address) {
     auto& reach = *static_cast<Reach*>(target);
     if (reach.refuses(classOf(address->addr))) {
-        reach.wasRefused = true;
+        reach.refused.emplace();
+        std::memcpy(&*reach.refused, &address->addr, std::min<std::size_t>(address->addrlen, sizeof *reach.refused));
         return CURL_SOCKET_BAD;
     }
     return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
@@ -245,9 +182,9 @@ void setCommonOptions(Options& options, const ExchangeLimits& limits, Arrival& a
     options.set(CURLOPT_CONNECTTIMEOUT_MS, limits.connectTimeoutMs);
     options.set(CURLOPT_OPENSOCKETFUNCTION, onOpenSocket);
     options.set(CURLOPT_OPENSOCKETDATA, &reach);
-    options.set(CURLOPT_WRITEFUNCTION, onBody);
+    options.set(CURLOPT_WRITEFUNCTION, Arrival::onBody);
     options.set(CURLOPT_WRITEDATA, &arrival);
-    options.set(CURLOPT_HEADERFUNCTION, onHeader);
+    options.set(CURLOPT_HEADERFUNCTION, Arrival::onHeader);
     options.set(CURLOPT_HEADERDATA, &arrival);
 }
 
@@ -323,10 +260,26 @@ bool isRedirect(long status) {
     }
 }
 
-HttpAnswer failure(DWORD error) {
+HttpAnswer failure(DWORD error, std::string reason) {
     HttpAnswer answer;
     answer.error = error;
+    answer.reason = std::move(reason);
     return answer;
+}
+
+// Why an address, or what belongs to the call, cannot be used.
+std::string reasonOfPreparation(DWORD error) {
+    switch (error) {
+        case ERROR_INTERNET_UNRECOGNIZED_SCHEME:
+        case ERROR_INTERNET_INVALID_URL:
+            return "this is no http or https address";
+        case ERROR_NETWORK_ACCESS_DENIED:
+            return "the address contains a login, and only a certificate names it";
+        case ERROR_NOT_ENOUGH_MEMORY:
+            return "memory is exhausted";
+        default:
+            return "the address of the proxy, a login or a header line cannot be used";
+    }
 }
 
 // libcurl's own state. A failure is not remembered: the next exchange tries again.
@@ -358,8 +311,12 @@ private:
     // `next` receives the target of a redirect, if any. The second reads what the hop received.
     HttpAnswer hop(const HttpAddress& address, std::string& next);
     HttpAnswer arrived(std::string& next);
-    bool mayFollow(const HttpAddress& from, const HttpAddress& to, long status) const;
-    DWORD follow(const std::string& next, long status, HttpAddress& address) const;
+    HttpAnswer failed(CURLcode code, const HttpAddress& address) const;
+    std::string reasonOf(CURLcode code, const std::string& peer) const;
+    std::string timeoutReason(const std::string& peer) const;
+    // Null when the hop may be taken, else why not.
+    const char* objection(const HttpAddress& from, const HttpAddress& to, long status) const;
+    HttpAnswer follow(const std::string& next, long status, HttpAddress& address) const;
     bool isNamed(const HttpAddress& address) const { return call_.addressIsNamed && address.server == first_.server; }
 
     const HttpCall& call_;
@@ -370,6 +327,7 @@ private:
     Arrival arrival_;
     Reach reach_;
     HttpAddress first_;
+    char libraryText_[CURL_ERROR_SIZE] = "";
 };
 
 DWORD Exchange::prepare() {
@@ -388,25 +346,26 @@ DWORD Exchange::prepare() {
     }
     Options options(easy_.get());
     setCommonOptions(options, limits_, arrival_, reach_);
+    options.set(CURLOPT_ERRORBUFFER, libraryText_);
     setRequest(options, call_, headers_.get());
     const DWORD error = setProxy(options, call_);
     return error != 0 ? error : errorOf(options.code());
 }
 
 HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
-    arrival_.body.clear();
-    arrival_.headerSize = 0;
+    arrival_.reset();
+    libraryText_[0] = '\0';
     next.clear();
     const long remainingMs = millisecondsUntil(deadline_);
     if (remainingMs <= 0) {
-        return failure(ERROR_INTERNET_TIMEOUT);
+        return failed(CURLE_OPERATION_TIMEDOUT, address);
     }
     // A proxy resolves the name itself, so only an address in the URL can be checked.
     reach_.isAnywhere = isNamed(address);
-    reach_.wasRefused = false;
+    reach_.refused.reset();
     if (!call_.proxy.empty()) {
-        if (reach_.refuses(classOfHost(address.host))) {
-            return failure(ERROR_NETWORK_ACCESS_DENIED);
+        if (const AddressClass found = classOfHost(address.host); reach_.refuses(found)) {
+            return failure(ERROR_NETWORK_ACCESS_DENIED, refusalText(address.host, found));
         }
         reach_.isAnywhere = true;
     }
@@ -423,13 +382,71 @@ HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
         const ForkGate::Outside waiting;  // a fork does not wait for the network
         code = curl_easy_perform(easy_.get());
     }
-    if (code == CURLE_COULDNT_CONNECT && reach_.wasRefused) {
-        return failure(ERROR_NETWORK_ACCESS_DENIED);
+    return code == CURLE_OK ? arrived(next) : failed(code, address);
+}
+
+// Which of the limits on time was reached.
+std::string Exchange::timeoutReason(const std::string& peer) const {
+    if (millisecondsUntil(checkDeadline()) <= 0) {
+        const CheckTime time = checkTime();
+        return peer + " gave no answer within the time limit of the check, " + secondsText(time.limitMs) +
+               (time.isOfSettings ? " (setting check_timeout_ms)" : "");
     }
-    if (const DWORD error = errorOf(code); error != 0) {
-        return failure(error);
+    if (millisecondsUntil(deadline_) <= 0) {
+        const long limitMs = call_.timeSettingMs != 0 ? call_.timeSettingMs : limits_.deadlineMs;
+        return peer + " gave no answer within " + secondsText(limitMs) + " (setting " + call_.timeSetting + ')';
     }
-    return arrived(next);
+    return "no connection to " + peer + " within " + secondsText(limits_.connectTimeoutMs) +
+           " (setting connect_timeout_ms)";
+}
+
+std::string Exchange::reasonOf(CURLcode code, const std::string& peer) const {
+    long systemError = 0;
+    static_cast<void>(curl_easy_getinfo(easy_.get(), CURLINFO_OS_ERRNO, &systemError));
+    switch (code) {
+        case CURLE_OPERATION_TIMEDOUT:
+            return timeoutReason(peer);
+        case CURLE_COULDNT_RESOLVE_HOST:
+        case CURLE_COULDNT_RESOLVE_PROXY:
+            return peer + ": the name is not known";
+        case CURLE_COULDNT_CONNECT:
+            return "no connection to " + peer +
+                   (systemError == 0 ? std::string()
+                                     : ": " + std::generic_category().message(static_cast<int>(systemError)));
+        default:
+            break;
+    }
+    curl_off_t announced = -1;
+    static_cast<void>(curl_easy_getinfo(easy_.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced));
+    const std::string breach = arrival_.breachText(announced, call_.sizeSetting);
+    return !breach.empty() ? breach : libraryText_[0] != '\0' ? libraryText_ : curl_easy_strerror(code);
+}
+
+HttpAnswer Exchange::failed(CURLcode code, const HttpAddress& address) const {
+    if (code == CURLE_COULDNT_CONNECT && reach_.refused) {
+        return failure(ERROR_NETWORK_ACCESS_DENIED, refusalText(reinterpret_cast<const sockaddr&>(*reach_.refused)));
+    }
+    const std::string server = address.server.substr(address.server.find("://") + 3);
+    HttpAnswer answer = failure(errorOf(code), {});
+    long connectStatus = 0;
+    curl_off_t connectedAfter = 0;
+    static_cast<void>(curl_easy_getinfo(easy_.get(), CURLINFO_HTTP_CONNECTCODE, &connectStatus));
+    static_cast<void>(curl_easy_getinfo(easy_.get(), CURLINFO_CONNECT_TIME_T, &connectedAfter));
+    const bool hasProxy = !call_.proxy.empty();
+    const bool isTunnelRefused = connectStatus != 0 && (connectStatus < 200 || connectStatus > 299);
+    const bool isTls = errorOf(code) == ERROR_INTERNET_SECURE_FAILURE;
+    // TLS with the server begins after the proxy has connected to it.
+    answer.isAtProxy =
+        hasProxy && (isTunnelRefused || code == CURLE_COULDNT_RESOLVE_PROXY || code == CURLE_COULDNT_CONNECT ||
+                     code == CURLE_PROXY || (code == CURLE_OPERATION_TIMEDOUT && connectedAfter == 0) ||
+                     (isTls && connectStatus == 0));
+    if (hasProxy && isTunnelRefused) {
+        answer.connectStatus = connectStatus;
+        answer.reason = "it refused to connect to " + server + " with " + httpStatusText(connectStatus);
+        return answer;
+    }
+    answer.reason = reasonOf(code, answer.isAtProxy ? withoutLogin(call_.proxy) : server);
+    return answer;
 }
 
 HttpAnswer Exchange::arrived(std::string& next) {
@@ -437,42 +454,52 @@ HttpAnswer Exchange::arrived(std::string& next) {
     char* target = nullptr;
     if (curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &answer.status) != CURLE_OK ||
         curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &target) != CURLE_OK) {
-        return failure(ERROR_NOT_ENOUGH_MEMORY);
+        return failure(ERROR_NOT_ENOUGH_MEMORY, "memory is exhausted");
     }
     if (target != nullptr && isRedirect(answer.status)) {
         next = target;
     } else {
         answer.body = std::move(arrival_.body);
     }
+    answer.isAtProxy = answer.status == kProxyAuthenticationRequired && !call_.proxy.empty();
+    answer.reason = answer.status == kOk ? std::string() : httpStatusText(answer.status);
     return answer;
 }
 
-// Whether the hop may be taken: from https only to https, a POST never where it would have to become a GET, and never
-// with credentials that the redirecting server chose. (libcurl adds our own ones to a target on the same server.)
-bool Exchange::mayFollow(const HttpAddress& from, const HttpAddress& to, long status) const {
-    const bool keepsLogin = to.login.empty() || (to.server == first_.server && to.login == first_.login);
-    return (to.isHttps || !from.isHttps) && keepsLogin && (!call_.post || status != kSeeOther);
+// The hop is taken from https only to https, a POST never where it would have to become a GET, and never with
+// credentials that the redirecting server chose. (libcurl adds our own ones to a target on the same server.)
+const char* Exchange::objection(const HttpAddress& from, const HttpAddress& to, long status) const {
+    if (!to.isHttps && from.isHttps) {
+        return "leads from https to http";
+    }
+    if (!to.login.empty() && (to.server != first_.server || to.login != first_.login)) {
+        return "contains a login";
+    }
+    return call_.post && status == kSeeOther ? "wants a GET in place of the POST (HTTP status 303)" : nullptr;
 }
 
-// Moves `address` on to the target of a redirect. Returns 0, or why that is not done.
-DWORD Exchange::follow(const std::string& next, long status, HttpAddress& address) const {
+// Moves `address` on to the target of a redirect. An answer with an error says why that is not done.
+HttpAnswer Exchange::follow(const std::string& next, long status, HttpAddress& address) const {
     HttpAddress target;
     const DWORD error = parseHttpAddress(next, target);
     if (error == ERROR_NOT_ENOUGH_MEMORY) {
-        return error;
+        return failure(error, "memory is exhausted");
     }
     // The observer sees every target, including one that the rules here reject.
     const bool isWanted = !call_.onRedirect || call_.onRedirect(error == 0 ? target.url : next, status);
-    if (error != 0 || !isWanted || !mayFollow(address, target, status)) {
-        return ERROR_HTTP_REDIRECT_FAILED;
+    const char* const why = error != 0  ? "is no http or https address"
+                            : !isWanted ? "is refused by the policy"
+                                        : objection(address, target, status);
+    if (why != nullptr) {
+        return failure(ERROR_HTTP_REDIRECT_FAILED, "the redirect to " + withoutLogin(next) + ' ' + why);
     }
     address = std::move(target);
-    return 0;
+    return {};
 }
 
 HttpAnswer Exchange::run() {
     if (const DWORD error = prepare(); error != 0) {
-        return failure(error);
+        return failure(error, reasonOfPreparation(error));
     }
     HttpAddress address = first_;
     std::string next;
@@ -481,17 +508,18 @@ HttpAnswer Exchange::run() {
         if (answer.error != 0 || next.empty()) {
             return answer;
         }
-        if (const DWORD error = follow(next, answer.status, address); error != 0) {
-            return failure(error);
+        if (HttpAnswer end = follow(next, answer.status, address); end.error != 0) {
+            return end;
         }
     }
-    return failure(ERROR_HTTP_REDIRECT_FAILED);
+    return failure(ERROR_HTTP_REDIRECT_FAILED, "more than " + std::to_string(limits_.maxRedirects) +
+                                                   " redirects (setting max_redirects), the last to " + address.url);
 }
 
 }  // namespace
 
 HttpAnswer exchangeHttp(const HttpCall& call, const ExchangeLimits& limits) {
-    return isLibraryReady() ? Exchange(call, limits).run() : failure(ERROR_NOT_ENOUGH_MEMORY);
+    return isLibraryReady() ? Exchange(call, limits).run() : failure(ERROR_NOT_ENOUGH_MEMORY, "memory is exhausted");
 }
 
 }  // namespace tallow::platform

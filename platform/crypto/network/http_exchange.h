@@ -29,12 +29,20 @@ struct HttpCall {
     DWORD proxyAuthSchemes = 0;    // CRYPTO_AUTH_... bits for a login at the proxy
     // Called before a redirect is followed, with its target and status; may be empty.
     std::function<bool(const std::string& target, long status)> onRedirect;
+    // The settings behind the limits, for HttpAnswer::reason.
+    const char* timeSetting = "exchange_timeout_ms";
+    long timeSettingMs = 0;  // the value of that setting; 0: the limit itself
+    const char* sizeSetting = "max_response_bytes";
 };
 
 struct HttpAnswer {
     DWORD error = 0;  // 0, or an error of crypto_constants.h: no complete response arrived
     long status = 0;  // HTTP status of the last hop; 0 when there is an error
     Bytes body;       // empty when there is an error
+    // Why there is an error or a status other than 200, in words for people and without a login.
+    std::string reason;
+    bool isAtProxy = false;  // the proxy failed, not the server behind it
+    long connectStatus = 0;  // with which the proxy refused to connect to the server; else 0
 };
 
 // A redirect of a GET is followed; one of a POST is followed with the same POST (301, 302, 307, 308) or is an error.

@@ -1,0 +1,55 @@
+#include "cli/network.h"
+
+#include "checker/silent_responders.h"
+#include "checker/text/safe_text.h"
+#include "cli/pin.h"
+#include "platform/support/support_service.h"
+
+namespace tallow::cli {
+
+namespace {
+
+constexpr std::chrono::seconds kDefaultTimeout{30};
+
+// A setting that is out of range has no effect; it then counts as absent here, too.
+bool hasTimeoutInSettings() {
+    constexpr long kLongestMs = 600000;
+    long value = 0;
+    return support_registry_get_long("\\crypto\\check_timeout_ms", &value) == 0 && value >= 1 && value <= kLongestMs;
+}
+
+}  // namespace
+
+RunNetwork::RunNetwork(const NetworkOptions& options)
+    : proxy_(options.proxy),
+      user_(options.proxyUser),
+      timeout_(options.timeout),
+      silent_(std::make_shared<SilentResponders>()) {
+    if (!options.proxyPasswordFile.empty()) {
+        password_ = text::utf8(Pin(options.proxyPasswordFile, "password").get());
+    }
+    if (!timeout_ && !hasTimeoutInSettings()) {
+        timeout_ = kDefaultTimeout;
+    }
+}
+
+void RunNetwork::apply(Options& checking) const {
+    checking.proxy = proxy_;
+    checking.proxyUser = user_;
+    checking.proxyPassword = password_;
+    checking.timeout = timeout_;
+    checking.silent = silent_;
+}
+
+std::string mistakeInNetwork(const NetworkOptions& options) {
+    if (options.proxyUser.empty()) {
+        return {};
+    }
+    if (options.proxy.find('@') != std::string::npos) {
+        return "--proxy-user and a login in --proxy exclude each other: leave one of them out";
+    }
+    return options.proxyUser.find(':') != std::string::npos ? "--proxy-user: a name at a proxy has no colon"
+                                                            : std::string();
+}
+
+}  // namespace tallow::cli
