@@ -26,20 +26,6 @@ Options optionsOf(const CheckOptions& options, const RunInputs& inputs) {
     return checking;
 }
 
-const char* nonceText(Freshness freshness) {
-    switch (freshness) {
-        case Freshness::kNonceMatched:
-            return "matched";
-        case Freshness::kNonceNotReturned:
-            return "not returned";
-        case Freshness::kNonceNotSent:
-            return "not sent";
-        case Freshness::kNone:
-            break;
-    }
-    return "";
-}
-
 // The verdict is known here; it stays when a file cannot be written.
 void save(const std::string& path, const Bytes& bytes, CheckResult& result) {
     if (path.empty() || bytes.empty()) {
@@ -60,7 +46,6 @@ void check(const CheckOptions& options, const RunInputs& inputs, CheckResult& re
     const Checker checker(own.trust(), optionsOf(options, inputs));
     const Verdict verdict = checker.check(encodingOf(certificates.front()), inputs.issuer());
     fill(result, verdict);
-    result.nonce = nonceText(verdict.freshness);
     if (options.verifyChain && verdict.answer != Answer::kUnproven) {
         result.chain = verdict.isChainValid ? "valid" : "invalid";
     } else if (options.verifyChain && verdict.reached == Step::kChain) {

@@ -4,6 +4,7 @@
 
 #include "checker/text/safe_text.h"
 #include "cli/input_files.h"
+#include "cli/output.h"
 #include "cli/run_inputs.h"
 #include "cli/settings_table.h"
 #include "handles/status.h"
@@ -30,10 +31,28 @@ std::string lineOf(const Setting& setting) {
     return safeLine(line) + '\n';
 }
 
-}  // namespace
+// For programs. The values are in TOML, as in the file.
+Shown shownOf() {
+    Shown list = Shown::list("settings");
+    for (const Setting& setting : allSettings()) {
+        const SettingValue value = valueOf(setting);
+        Shown shown = Shown::object("");
+        shown.add("table", setting.table);
+        shown.add("key", setting.name);
+        if (!value.toml.empty()) {
+            shown.add("value", value.toml);
+        }
+        shown.add("source", value.isSet ? "file" : "default");
+        if (value.ignored || value.isOdd) {
+            shown.add("mistake", std::string("out of range ") + std::to_string(setting.lowest) + " to " +
+                                     std::to_string(setting.highest) + (value.ignored ? ", ignored" : ", used"));
+        }
+        list.add(std::move(shown));
+    }
+    return list;
+}
 
-Outcome runSettings(const SettingsOptions& options) {
-    openSettings(options);
+std::string linesOfAll() {
     std::string text;
     std::string_view table;
     for (const Setting& setting : allSettings()) {
@@ -43,6 +62,14 @@ Outcome runSettings(const SettingsOptions& options) {
         }
         text += lineOf(setting);
     }
+    return text;
+}
+
+}  // namespace
+
+Outcome runSettings(const SettingsOptions& options) {
+    openSettings(options);
+    const std::string text = options.json ? toJson(kSettingsSchema, shownOf()) : linesOfAll();
     // Values of the wrong type have been found by now.
     if (const std::string mistake = settingsMistake(); !mistake.empty()) {
         throw InputError("settings", mistake, status::kNoPolicy);

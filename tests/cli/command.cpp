@@ -116,7 +116,7 @@ void expectOneLine(const ProcessResult& run, int exitStatus, const std::vector<s
 
 void expectMistake(const ProcessResult& run, const std::string& words) {
     expectOneLine(run, 64, {words});
-    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.out.empty(), run.out.find("\"exitStatus\": 64") == std::string::npos) << run.out;
     EXPECT_THAT(run.err, testing::StartsWith("tallow: "));
 }
 
