@@ -129,6 +129,10 @@ void expectError(const ProcessResult& run, const std::string& code, const std::v
     EXPECT_EQ(results[0].count("producedAt") + results[0].count("thisUpdate"), 0U);
 }
 
+ProcessResult validateJson(const Arguments& files) {
+    return run(joined({TALLOW_PYTHON3, TALLOW_VALIDATE_JSON, TALLOW_SCHEMAS}, files));
+}
+
 std::string deadUrl() {
     return "http://127.0.0.1:" + std::to_string(closedPort()) + "/";
 }

@@ -109,6 +109,9 @@ void expectError(const ProcessResult& run, const std::string& code, const std::v
 /// as JSON.
 void expectMistake(const ProcessResult& run, const std::string& words);
 
+/// Holds files with documents against the installed schemas: exit status 0 when all fit.
+ProcessResult validateJson(const Arguments& files);
+
 /// Where no responder listens.
 std::string deadUrl();
 

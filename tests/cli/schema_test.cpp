@@ -14,10 +14,6 @@ using testing::Not;
 using testing::StartsWith;
 using Schema = CommandTest;
 
-ProcessResult validate(const Arguments& files) {
-    return run(joined({TALLOW_PYTHON3, TALLOW_VALIDATE_JSON, TALLOW_SCHEMAS}, files));
-}
-
 std::vector<std::string> linesOf(const std::string& text) {
     std::vector<std::string> lines;
     std::istringstream stream(text);
@@ -79,11 +75,11 @@ TEST_F(Schema, DescribesEveryDocument) {
         EXPECT_EQ(numLines(run.err) == 0, row.exitStatus == 0 || row.exitStatus == 2);
         files.push_back(tallow.file(std::to_string(files.size()) + (isLines ? ".jsonl" : ".json"), run.out));
     }
-    const ProcessResult all = validate(files);
+    const ProcessResult all = validateJson(files);
     EXPECT_EQ(all.exitStatus, 0) << all.out << all.err;
     // A document with one more member, so that the schemas are known to be strict.
     const std::string odd = linesOf(tallow.check({"--jsonl", "--url", responderUrl(), leaf}).out).at(0);
-    EXPECT_EQ(validate({tallow.file("odd.jsonl", "{\"more\":1," + odd.substr(1))}).exitStatus, 1);
+    EXPECT_EQ(validateJson({tallow.file("odd.jsonl", "{\"more\":1," + odd.substr(1))}).exitStatus, 1);
 }
 
 TEST_F(Schema, OfALineIsPrintedForEachCertificateAsSoonAsItIsDone) {
