@@ -1,10 +1,9 @@
 #include "cli/check_result_of.h"
 
 #include "checker/text/certificate_text.h"
-#include "checker/text/times.h"
 #include "cli/error_text.h"
+#include "cli/evidence_text.h"
 #include "cli/run_inputs.h"
-#include "foundation/blob.h"
 #include "handles/status.h"
 
 namespace tallow::cli {
@@ -27,10 +26,6 @@ CertificateState stateOf(Answer answer) {
     return CertificateState::kError;
 }
 
-std::string textOf(const std::optional<Time>& time) {
-    return time ? iso8601(*time) : std::string();
-}
-
 }  // namespace
 
 void fill(CheckResult& result, const Verdict& verdict) {
@@ -40,15 +35,15 @@ void fill(CheckResult& result, const Verdict& verdict) {
         result.subject = verdict.subject;
     }
     if (!verdict.serial.empty()) {
-        result.serial = Orvane::CBlob(verdict.serial.data(), verdict.serial.size()).writeToHexString(0).c_str();
+        result.serial = hexText(verdict.serial);
     }
-    // A response was verified also when only the chain of the certificate is not valid.
-    if (verdict.answer != Answer::kUnproven || verdict.reached == Step::kChain) {
+    if (hasAnswer(verdict)) {
+        result.nonce = nonceOf(verdict);
         result.responder = verdict.responder.empty() ? verdict.signer : verdict.responder;
-        result.producedAt = textOf(verdict.producedAt);
-        result.thisUpdate = textOf(verdict.thisUpdate);
-        result.nextUpdate = textOf(verdict.nextUpdate);
-        result.revocationTime = textOf(verdict.revokedAt);
+        result.producedAt = timeText(verdict.producedAt);
+        result.thisUpdate = timeText(verdict.thisUpdate);
+        result.nextUpdate = timeText(verdict.nextUpdate);
+        result.revocationTime = timeText(verdict.revokedAt);
         if (verdict.reason) {
             const auto reason = static_cast<Orvane::ASN1::CrlReason>(*verdict.reason);
             result.revocationReason = reasonText(&reason);

@@ -2,6 +2,7 @@
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <exception>
 #include <iostream>
@@ -17,7 +18,9 @@
 #include "cli/option_rules.h"
 #include "cli/options.h"
 #include "cli/outcome.h"
+#include "cli/output.h"
 #include "cli/request.h"
+#include "cli/result_printer.h"
 #include "cli/run_inputs.h"
 #include "cli/send.h"
 #include "cli/settings.h"
@@ -25,6 +28,7 @@
 #include "cli/store.h"
 #include "cli/verify.h"
 #include "cli/verify_request.h"
+#include "handles/status.h"
 
 namespace {
 
@@ -49,31 +53,44 @@ void forgetEnvironment() {
     }
 }
 
-// Settings that were found broken when a value was read are the cause, whatever failed then.
-Outcome withSettings(Outcome outcome) {
+using Results = std::vector<CheckResult>;
+
+// Settings that were found broken when a value was read are the cause, whatever failed then. The failures of `printed`
+// are printed already.
+Outcome withSettings(Outcome outcome, const Results& printed = {}) {
     const std::string mistake = outcome.exitStatus == kExitNoAnswer ? safeLine(settingsMistake()) : std::string();
-    if (!mistake.empty() && outcome.err.find(mistake) == std::string::npos) {
+    const bool isReported = std::any_of(printed.begin(), printed.end(), [&mistake](const CheckResult& result) {
+        return failureLines(result).find(mistake) != std::string::npos;
+    });
+    if (!mistake.empty() && !isReported && outcome.err.find(mistake) == std::string::npos) {
         outcome.err += "tallow: settings: " + mistake + '\n';
     }
     return outcome;
 }
 
 // Without a verified answer: roots and CRLs that are ignored may be the cause.
-Outcome withWarnings(Outcome outcome) {
+Outcome withWarnings(Outcome outcome, const Results& printed = {}) {
     if (outcome.exitStatus == kExitNoAnswer) {
         outcome.err += storeWarnings();
     }
-    return withSettings(std::move(outcome));
+    return withSettings(std::move(outcome), printed);
 }
 
 struct Run {
     Outcome operator()(const CheckOptions& options) const {
-        return withWarnings(outcomeOf(runCheck(options, [](const CheckResult&) {}), options.json));
+        const ResultPrinter printer(options, std::cout);
+        const Results results = runCheck(options, [&printer](const CheckResult& result) { printer.print(result); });
+        return withWarnings(printer.finish(results), results);
     }
     Outcome operator()(const RequestOptions& options) const { return withSettings(runRequest(options)); }
     Outcome operator()(const SendOptions& options) const { return withSettings(runSend(options)); }
     Outcome operator()(const VerifyOptions& options) const {
-        return withWarnings(outcomeOf(runVerify(options), options.json));
+        const ResultPrinter printer(options, std::cout);
+        const Results results = runVerify(options);
+        for (const CheckResult& result : results) {
+            printer.print(result);
+        }
+        return withWarnings(printer.finish(results), results);
     }
     Outcome operator()(const VerifyRequestOptions& options) const {
         Outcome outcome = runVerifyRequest(options);
@@ -106,6 +123,13 @@ int finish(const Outcome& outcome, bool isOutputTaken) {
     return isOutputTaken && !std::cerr && exitStatus == kExitGood ? kExitNoAnswer : exitStatus;
 }
 
+// The run has no result: one line, and a document for those who asked for JSON.
+int fail(int argc, char** argv, int exitStatus, std::int32_t code, const std::string& text) {
+    const char* schema = schemaAsked(argc, argv);
+    return finish({schema == nullptr ? "" : toJson(schema, {code, text}, exitStatus),
+                   "tallow: " + safeLine(text) + '\n', exitStatus});
+}
+
 int run(int argc, char** argv) {
     try {
         CommandOptions options;
@@ -115,12 +139,12 @@ int run(int argc, char** argv) {
         return finish(std::visit(Run(), options), isOutputTaken(options));
     } catch (const std::bad_alloc&) {
         throw;
+    } catch (const UsageError& error) {
+        return fail(argc, argv, kExitUsage, status::kInvalidArgument, error.what());
     } catch (const InputError& error) {
-        std::cerr << "tallow: " << safeLine(error.what()) << '\n';
-        return kExitUsage;
+        return fail(argc, argv, kExitUsage, error.code(), error.what());
     } catch (const std::exception& error) {
-        std::cerr << "tallow: " << safeLine(error.what()) << '\n';
-        return kExitNoAnswer;
+        return fail(argc, argv, kExitNoAnswer, status::kFail, error.what());
     }
 }
 

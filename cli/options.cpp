@@ -67,7 +67,8 @@ void addJson(CLI::App& command, OutputOptions& options) {
 // Of commands that report on certificates one after the other.
 void addOutput(CLI::App& command, OutputOptions& options) {
     addJson(command, options);
-    command.add_flag("--jsonl", options.jsonLines, "Print one line of JSON for each certificate as soon as it is done");
+    command.add_flag("--jsonl", options.jsonLines, "Print one line of JSON for each certificate as soon as it is done")
+        ->excludes("--json");
     command.add_flag("-v,--verbose", options.isVerbose, "Explain on standard error how each verdict came about");
     const auto setColour = [&options](const std::string& when) {
         options.colour = when == "always" ? Colour::kAlways : when == "never" ? Colour::kNever : Colour::kAuto;
@@ -296,9 +297,8 @@ void declare(CLI::App& explain, ExplainOptions& options) {
     explain.footer("Exit status: 0 explained; 64 the status is not known.");
 }
 
-int usage(const std::string& message, const std::string& command) {
-    std::cerr << "tallow: " << safeLine(message) << " (see tallow " << command << "--help)\n";
-    return kExitUsage;
+[[noreturn]] void usage(const std::string& message, const std::string& command) {
+    throw UsageError(message + " (see tallow " + command + "--help)");
 }
 
 // The parser repeats unknown arguments, which may be addresses with a password.
@@ -343,7 +343,7 @@ public:
         } catch (const CLI::Success& request) {
             return app_.exit(request);  // help or version, on standard output
         } catch (const CLI::ParseError& mistake) {
-            return usage(withoutLogins(mistake.what(), argc, argv), commandGiven());
+            usage(withoutLogins(mistake.what(), argc, argv), commandGiven());
         }
         take_(options);
         return std::nullopt;
@@ -386,7 +386,7 @@ std::optional<int> readCommandLine(int argc, char** argv, CommandOptions& option
         return end;
     }
     if (const std::string mistake = mistakeIn(options); !mistake.empty()) {
-        return usage(mistake, argc > 1 ? argv[1] + std::string(" ") : "");
+        usage(mistake, argc > 1 ? argv[1] + std::string(" ") : "");
     }
     return std::nullopt;
 }

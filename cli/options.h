@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <optional>
+#include <stdexcept>
 #include <string>
 #include <variant>
 #include <vector>
@@ -119,8 +120,14 @@ inline constexpr int kExitUnknown = 2;
 inline constexpr int kExitNoAnswer = 3;
 inline constexpr int kExitUsage = 64;
 
+/// A mistake on the command line; what() is one line and names a remedy.
+class UsageError : public std::runtime_error {
+public:
+    using std::runtime_error::runtime_error;
+};
+
 /// Reads the command line. A value is the exit status to end with: 0 after --help and --version, which print to
-/// standard output, kExitUsage after a mistake, which is reported in one line on standard error.
+/// standard output. Throws UsageError.
 std::optional<int> readCommandLine(int argc, char** argv, CommandOptions& options);
 
 }  // namespace tallow::cli

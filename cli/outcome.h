@@ -2,7 +2,6 @@
 #pragma once
 
 #include <string>
-#include <vector>
 
 #include "cli/check_result.h"
 
@@ -13,9 +12,6 @@ struct Outcome {
     std::string err;  // complete lines, safe for a terminal
     int exitStatus = 0;
 };
-
-/// The results as text or JSON, their failures, and the exit status for all of them.
-Outcome outcomeOf(const std::vector<CheckResult>& results, bool json);
 
 /// No result: a failure that concerns `name`, and kExitNoAnswer.
 Outcome failed(const std::string& name, const CheckError& error);

@@ -1,4 +1,4 @@
-// Results as text and as JSON.
+// Results as text and as JSON. schemas/ describes the JSON documents.
 #pragma once
 
 #include <string>
@@ -9,22 +9,41 @@
 
 namespace tallow::cli {
 
-/// Text: for each certificate the verdict, then the details.
-std::string toText(const std::vector<CheckResult>& results);
+// The values of "schema". A change that is not an addition needs another number.
+inline constexpr const char* kCheckSchema = "tallow.check/1";
+inline constexpr const char* kCheckLineSchema = "tallow.check.line/1";
+inline constexpr const char* kVerifyRequestSchema = "tallow.verify-request/1";
+inline constexpr const char* kShowSchema = "tallow.show/1";
+inline constexpr const char* kSettingsSchema = "tallow.settings/1";
+inline constexpr const char* kStoreSchema = "tallow.store/1";
+inline constexpr const char* kErrorSchema = "tallow.error/1";
 
-/// {"certificates":[...]} with absent fields left out.
+/// The verdict, the details, and as the last line what the verdict is based on. Only the verdict is coloured.
+std::string toText(const CheckResult& result, bool isColoured = false);
+
+/// {"schema":...,"certificates":[...]} with absent fields left out.
 std::string toJson(const std::vector<CheckResult>& results);
+
+/// One certificate as one line, with its schema.
+std::string toJsonLine(const CheckResult& result);
 
 /// One field in a line, its parts indented below.
 std::string toText(const Shown& shown);
 
-/// {"name of the root":{...}}
-std::string toJson(const Shown& shown);
+/// {"schema":...,"name of the root":{...}}
+std::string toJson(const char* schema, const Shown& shown);
+
+/// {"schema":...,"error":{"code":...,"text":...,"exitStatus":...}}: the whole run failed. In one line for
+/// kCheckLineSchema.
+std::string toJson(const char* schema, const CheckError& error, int exitStatus);
+
+/// The schema of what the command line asks for; null without --json and --jsonl. The command line need not be valid.
+const char* schemaAsked(int argc, const char* const* argv);
 
 /// "tallow: name: what happened (0x...)", for standard error.
 std::string failureLine(const std::string& name, const CheckError& error);
 
-/// One line for each failure, for standard error; empty when there is none.
-std::string failureLines(const std::vector<CheckResult>& results);
+/// One line for each failure of the certificate, for standard error; empty when there is none.
+std::string failureLines(const CheckResult& result);
 
 }  // namespace tallow::cli

@@ -12,6 +12,7 @@
 #include "cli/input_files.h"
 #include "cli/settings_check.h"
 #include "client/request/request.h"
+#include "client/response/response.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 #include "platform/crypto/crypto_service.h"
@@ -71,6 +72,17 @@ std::string plainName(const std::string& name) {
     return plain;
 }
 
+// The library reads the policy once and traces each key. Read before the trace is opened, these lines do not hide what
+// happens to the certificates; `tallow settings` shows the values.
+void readPolicy() {
+    try {
+        const Orvane::PKI::OCSP::Client::CRequest request;
+        const Orvane::PKI::OCSP::Client::CResponse response;
+    } catch (const ATL::CAtlException&) {
+        // Reported by the operation that needs the policy.
+    }
+}
+
 std::string toHashOid(const std::string& hash) {
     std::string oid = hash;
     PCCRYPT_OID_INFO info = CryptFindOIDInfo(CRYPT_OID_INFO_OID_KEY, oid.data(), CRYPT_HASH_ALG_OID_GROUP_ID);
@@ -100,15 +112,16 @@ std::string settingsMistake() {
 }
 
 void openSettingsFile(const RunOptions& options) {
-    if (options.trace) {
-        static_cast<void>(support_trace_open(kAllTraceLevels, nullptr));
-    }
     if (!options.settings.empty()) {
         static_cast<void>(support_settings_open(options.settings.c_str()));
     }
     SUPPORT_SETTINGS_ERROR error;
     if (support_settings_error(&error) != 0) {
         throw InputError("settings", std::string(error.message) + "; " + remedyFor(error), status::kNoPolicy);
+    }
+    if (options.trace) {
+        readPolicy();
+        static_cast<void>(support_trace_open(kAllTraceLevels, nullptr));
     }
 }
 

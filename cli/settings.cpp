@@ -82,7 +82,7 @@ Outcome runSettings(const SettingsOptions& options) {
         return checkSettings(options);
     }
     openSettings(options);
-    const std::string text = options.json ? toJson(shownSettings()) : textOfAll();
+    const std::string text = options.json ? toJson(kSettingsSchema, shownSettings()) : textOfAll();
     // Values of the wrong type have been found by now.
     if (const std::string mistake = settingsMistake(); !mistake.empty()) {
         throw InputError("settings", mistake, status::kNoPolicy);

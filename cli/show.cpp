@@ -55,6 +55,7 @@ Shown showSignature(const CRequestMessage& message, TlvReader members) {
     members.skip();  // its algorithm
     Shown shown = Shown::object("optionalSignature");
     shown.add("signatureAlgorithm", algorithmOf(*message.get_signatureAlgorithm()));
+    shown.addForJson("signatureOid", message.get_signatureAlgorithm()->get_algorithm());
     shown.add("signature", signatureOf(members.next()));
     if (message.get_signatureCerts() != nullptr) {
         shown.add(showCertificates("certs", *message.get_signatureCerts()));
@@ -128,9 +129,10 @@ Shown showBasic(const CBlob& bytes, const char* field) {
     members.skip();  // signatureAlgorithm
     const CResponderID& responder = message.get_responderID();
     const bool isByName = responder.get_type() == CResponderID::kByName;
+    const std::string identity = isByName ? nameOf(octetsOf(responder.get_value())) : hexOf(responder.get_value());
     shown.add("version", versionOf(data.nextIf(TlvElement::context(0))));
-    shown.add("responderID", isByName ? "byName: " + nameOf(octetsOf(responder.get_value()))
-                                      : "byKey: " + hexOf(responder.get_value()));
+    shown.add("responderID", (isByName ? "byName: " : "byKey: ") + identity);
+    shown.addForJson(isByName ? "responderName" : "responderKeyHash", identity);
     shown.add("producedAt", iso8601(&message.get_producedAt()));
     Shown list = Shown::list("responses");
     for (const CSingleResponse& response : message.get_responses()) {
@@ -139,6 +141,7 @@ Shown showBasic(const CBlob& bytes, const char* field) {
     shown.add(std::move(list));
     addExtensions(shown, "responseExtensions", message.get_responseExtensions());
     shown.add("signatureAlgorithm", algorithmOf(message.get_signatureAlgorithm()));
+    shown.addForJson("signatureOid", message.get_signatureAlgorithm().get_algorithm());
     shown.add("signature", signatureOf(members.next()));
     if (message.get_certs() != nullptr) {
         shown.add(showCertificates("certs", *message.get_certs()));
@@ -195,7 +198,7 @@ Outcome runShow(const ShowOptions& options) {
         throw InputError(options.file, "is neither an OCSP request nor a response; name one in PEM, DER or base64",
                          status::kAsn1Error);
     }
-    return {options.json ? toJson(*shown) : toText(*shown), "", kExitGood};
+    return {options.json ? toJson(kShowSchema, *shown) : toText(*shown), "", kExitGood};
 }
 
 }  // namespace tallow::cli

@@ -139,6 +139,7 @@ Shown showExtension(const CExtension& extension) {
     Shown shown = Shown::object("");
     shown.add("extnID", known == nullptr ? std::string(extension.get_extnID())
                                          : std::string(known->name) + " (" + extension.get_extnID() + ")");
+    shown.addForJson("oid", extension.get_extnID());
     shown.add("critical", extension.get_critical() ? "true" : "false");
     const std::size_t numCommon = shown.parts.size();
     try {

@@ -22,6 +22,7 @@ namespace {
 Shown showCertId(const char* field, const CCertID& id) {
     Shown shown = Shown::object(field);
     shown.add("hashAlgorithm", algorithmOf(id.get_hashAlgorithm()));
+    shown.addForJson("hashOid", id.get_hashAlgorithm().get_algorithm());
     shown.add("issuerNameHash", hexOf(id.get_issuerNameHash()));
     shown.add("issuerKeyHash", hexOf(id.get_issuerKeyHash()));
     shown.add("serialNumber", hexOf(id.get_serialNumber()));

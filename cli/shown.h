@@ -16,13 +16,17 @@ struct Shown {
     Kind kind = Kind::kText;
     std::string text;
     std::vector<Shown> parts;
+    bool isOnlyInJson = false;  // what people read as part of another text
 
-    static Shown field(const char* name, std::string text) { return {name, Kind::kText, std::move(text), {}}; }
-    static Shown object(const char* name) { return {name, Kind::kObject, {}, {}}; }
-    static Shown list(const char* name) { return {name, Kind::kList, {}, {}}; }
+    static Shown field(const char* name, std::string text) { return {name, Kind::kText, std::move(text), {}, false}; }
+    static Shown object(const char* name) { return {name, Kind::kObject, {}, {}, false}; }
+    static Shown list(const char* name) { return {name, Kind::kList, {}, {}, false}; }
 
     void add(Shown part) { parts.push_back(std::move(part)); }
     void add(const char* partName, std::string partText) { add(field(partName, std::move(partText))); }
+    void addForJson(const char* partName, std::string partText) {
+        add({partName, Kind::kText, std::move(partText), {}, true});
+    }
 };
 
 }  // namespace tallow::cli

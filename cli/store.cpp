@@ -13,6 +13,7 @@
 #include "checker/text/safe_text.h"
 #include "checker/text/times.h"
 #include "cli/input_files.h"
+#include "cli/output.h"
 #include "cli/output_file.h"
 #include "cli/run_inputs.h"
 #include "cli/settings_table.h"
@@ -29,9 +30,13 @@ namespace {
 // A certificate or a CRL.
 struct Item {
     std::string thumbprint;
-    std::string what;
     std::string der;
+    std::string notAfter;  // of a certificate; empty for a CRL
+    std::string name;      // the subject of a certificate, the issuer of a CRL
     bool isRoot = false;
+
+    bool isCrl() const { return notAfter.empty(); }
+    std::string what() const { return isCrl() ? "CRL of " + name : "certificate until " + notAfter + ": " + name; }
 };
 
 // One file of the store. The service reads these, but has no call that writes one.
@@ -43,8 +48,15 @@ struct StoreFile {
 
 struct StoreFolder {
     std::vector<StoreFile> files;
-    std::string problems;  // complete lines: what is ignored, and why
+    std::vector<std::pair<std::string, std::string>> problems;  // a path that is ignored, and why
+
+    // Complete lines.
+    std::string problemLines() const;
 };
+
+std::string problemLine(const std::string& path, const std::string& reason) {
+    return "tallow: " + safeLine(path + ": " + reason) + '\n';
+}
 
 Octets octetsOf(const std::string& der) {
     return {reinterpret_cast<const unsigned char*>(der.data()), der.size()};
@@ -56,8 +68,7 @@ Item itemOf(const ATL2::CCertContext& certificate) {
     const std::string der(reinterpret_cast<const char*>(certificate->pbCertEncoded), certificate->cbCertEncoded);
     const bool isRoot = info.Subject.cbData == info.Issuer.cbData &&
                         std::equal(info.Subject.pbData, info.Subject.pbData + info.Subject.cbData, info.Issuer.pbData);
-    return {thumbprintOf(certificate.get()),
-            "certificate until " + iso8601(&notAfter) + ": " + subjectOf(certificate.get()), der, isRoot};
+    return {thumbprintOf(certificate.get()), der, iso8601(&notAfter), subjectOf(certificate.get()), isRoot};
 }
 
 std::string crlIssuer(const std::string& der) {
@@ -76,7 +87,7 @@ Item itemOf(const std::string& crl) {
     if (!CryptHashCertificate(0, 0, 0, octets.data(), static_cast<DWORD>(octets.size()), hash, &size)) {
         size = 0;
     }
-    return {hexOf(Octets(hash, size)), "CRL of " + crlIssuer(crl), crl, false};
+    return {hexOf(Octets(hash, size)), crl, "", crlIssuer(crl), false};
 }
 
 std::vector<Item> itemsOf(const StoreContent& content) {
@@ -122,7 +133,7 @@ void take(const CRYPTO_STORE_ITEM* item, void* context) {
         if (!folder.files.empty() && folder.files.back().path == item->szPath) {
             folder.files.back().holdsOthers = true;
         }
-        folder.problems += "tallow: " + safeLine(std::string(item->szPath) + ": " + item->szProblem) + '\n';
+        folder.problems.emplace_back(item->szPath, item->szProblem);
     }
 }
 
@@ -164,15 +175,58 @@ void requireCounting(const StoreOptions& options, const std::filesystem::path& f
     }
 }
 
+std::string StoreFolder::problemLines() const {
+    std::string lines;
+    for (const auto& [path, reason] : problems) {
+        lines += problemLine(path, reason);
+    }
+    return lines;
+}
+
+Shown shownOf(const StoreOptions& options, const std::filesystem::path& path, const StoreFolder& folder) {
+    Shown items = Shown::list("items");
+    for (const StoreFile& file : folder.files) {
+        for (const Item& item : file.items) {
+            Shown shown = Shown::object("");
+            shown.add("kind", item.isCrl() ? "CRL" : "certificate");
+            shown.add("thumbprint", item.thumbprint);
+            shown.add(item.isCrl() ? "issuer" : "subject", item.name);
+            if (!item.isCrl()) {
+                shown.add("notAfter", item.notAfter);
+            }
+            shown.add("file", file.path.string());
+            items.add(std::move(shown));
+        }
+    }
+    Shown problems = Shown::list("problems");
+    for (const auto& [problemPath, reason] : folder.problems) {
+        Shown problem = Shown::object("");
+        problem.add("file", problemPath);
+        problem.add("text", reason);
+        problems.add(std::move(problem));
+    }
+    Shown store = Shown::object("store");
+    store.add("name", options.name);
+    store.add("directory", path.string());
+    store.add(std::move(items));
+    store.add(std::move(problems));
+    return store;
+}
+
 Outcome list(const StoreOptions& options, const std::filesystem::path& path) {
     Outcome outcome;
     const StoreFolder folder = readFolder(options, path);
+    outcome.err = folder.problemLines();
+    if (options.json) {
+        outcome.out = toJson(kStoreSchema, shownOf(options, path, folder));
+        return outcome;
+    }
     for (const StoreFile& file : folder.files) {
         for (const Item& item : file.items) {
-            outcome.out += safeLine(item.thumbprint + " " + item.what) + "\n    " + safeLine(file.path.string()) + '\n';
+            outcome.out +=
+                safeLine(item.thumbprint + " " + item.what()) + "\n    " + safeLine(file.path.string()) + '\n';
         }
     }
-    outcome.err = folder.problems;
     return outcome;
 }
 
@@ -211,7 +265,7 @@ Outcome add(const StoreOptions& options, const std::filesystem::path& folder) {
     const StoreFolder present = readFolder(options, folder);
     const std::vector<StoreFile>& files = present.files;
     Outcome outcome;
-    outcome.err = present.problems;
+    outcome.err = present.problemLines();
     for (const Item& item : items) {
         const auto found = std::find_if(files.begin(), files.end(),
                                         [&](const StoreFile& file) { return holds(file, item.thumbprint); });
@@ -221,7 +275,7 @@ Outcome add(const StoreOptions& options, const std::filesystem::path& folder) {
             OutputFile(path).write(octetsOf(item.der).data(), item.der.size());
         }
         outcome.out += std::string(found == files.end() ? "added " : "already there ") +
-                       safeLine(item.thumbprint + " " + item.what) + "\n    " + safeLine(path) + '\n';
+                       safeLine(item.thumbprint + " " + item.what()) + "\n    " + safeLine(path) + '\n';
     }
     return outcome;
 }
@@ -287,7 +341,7 @@ Outcome remove(const StoreOptions& options, const std::filesystem::path& folder)
 void takeWarning(const CRYPTO_STORE_ITEM* item, void* context) {
     if (item->dwKind == CRYPTO_STORE_ITEM_BROKEN) {
         auto& lines = *static_cast<std::string*>(context);
-        const std::string line = "tallow: " + safeLine(std::string(item->szPath) + ": " + item->szProblem) + '\n';
+        const std::string line = problemLine(item->szPath, item->szProblem);
         // A fault of the directory of all stores is reported for each of them.
         lines += lines.find(line) == std::string::npos ? line : "";
     }

@@ -22,6 +22,7 @@ struct RequestVerdict {
     int exitStatus = kExitNoAnswer;
     std::string requestor;
     std::string signatureAlgorithm;
+    std::string signatureOid;
     std::optional<CheckError> error;
 };
 
@@ -37,6 +38,7 @@ RequestVerdict verdictOn(const VerifyRequestOptions& options) {
         return verdict;
     }
     verdict.requestor = received.requestor;
+    verdict.signatureOid = received.signatureAlgorithm;
     if (!received.signatureAlgorithm.empty()) {
         verdict.signatureAlgorithm =
             algorithmOf(Orvane::ASN1::CAlgorithmIdentifier(received.signatureAlgorithm.c_str()));
@@ -78,6 +80,9 @@ Shown shownOf(const std::string& file, const RequestVerdict& verdict) {
             shown.add(name, *value);
         }
     }
+    if (!verdict.signatureOid.empty()) {
+        shown.addForJson("signatureOid", verdict.signatureOid);
+    }
     if (verdict.error) {
         Shown error = Shown::object("error");
         error.add("code", codeText(verdict.error->code));
@@ -96,7 +101,7 @@ Outcome runVerifyRequest(const VerifyRequestOptions& options) {
         outcome = failed(options.request, *verdict.error);
     }
     const Shown shown = shownOf(options.request, verdict);
-    outcome.out = options.json ? toJson(shown) : toText(shown);
+    outcome.out = options.json ? toJson(kVerifyRequestSchema, shown) : toText(shown);
     outcome.exitStatus = verdict.exitStatus;
     return outcome;
 }

@@ -116,7 +116,7 @@ void expectOneLine(const ProcessResult& run, int exitStatus, const std::vector<s
 
 void expectMistake(const ProcessResult& run, const std::string& words) {
     expectOneLine(run, 64, {words});
-    EXPECT_EQ(run.out, "");
+    EXPECT_EQ(run.out.empty(), run.out.find("\"exitStatus\": 64") == std::string::npos) << run.out;
     EXPECT_THAT(run.err, testing::StartsWith("tallow: "));
 }
 
@@ -127,6 +127,10 @@ void expectError(const ProcessResult& run, const std::string& code, const std::v
     EXPECT_EQ(results[0].at("status"), "error");
     EXPECT_EQ(results[0].at("error.code"), code);
     EXPECT_EQ(results[0].count("producedAt") + results[0].count("thisUpdate"), 0U);
+}
+
+ProcessResult validateJson(const Arguments& files) {
+    return run(joined({TALLOW_PYTHON3, TALLOW_VALIDATE_JSON, TALLOW_SCHEMAS}, files));
 }
 
 std::string deadUrl() {

@@ -105,8 +105,12 @@ void expectOneLine(const ProcessResult& run, int exitStatus, const std::vector<s
 /// No verdict: exit status 3, one line on standard error with the code and these words, and a JSON result that holds
 /// the error and no time of a response.
 void expectError(const ProcessResult& run, const std::string& code, const std::vector<std::string>& words = {});
-/// Wrong usage: exit status 64, one line on standard error with these words, nothing on standard output.
+/// Wrong usage: exit status 64, one line on standard error with these words; on standard output nothing, or the error
+/// as JSON.
 void expectMistake(const ProcessResult& run, const std::string& words);
+
+/// Holds files with documents against the installed schemas: exit status 0 when all fit.
+ProcessResult validateJson(const Arguments& files);
 
 /// Where no responder listens.
 std::string deadUrl();

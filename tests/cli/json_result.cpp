@@ -9,7 +9,7 @@ namespace {
 
 void flatten(const nlohmann::json& value, const std::string& path, std::map<std::string, std::string>& texts) {
     if (!value.is_structured()) {
-        texts[path] = value.get<std::string>();
+        texts[path] = value.is_string() ? value.get<std::string>() : value.dump();
         return;
     }
     for (const auto& [name, part] : value.items()) {
@@ -27,8 +27,8 @@ std::map<std::string, std::string> parseTree(const std::string& json) {
 
 std::vector<std::map<std::string, std::string>> parseResults(const std::string& json) {
     const nlohmann::json document = nlohmann::json::parse(json);
-    if (document.size() != 1) {
-        throw std::runtime_error("more than the list of certificates: " + json);
+    if (document.size() != 2 || document.at("schema") != "tallow.check/1") {
+        throw std::runtime_error("not the documented members: " + json);
     }
     std::vector<std::map<std::string, std::string>> results;
     for (const nlohmann::json& certificate : document.at("certificates")) {

@@ -7,12 +7,12 @@
 
 namespace testkit {
 
-/// One map a certificate: each field by its name, those of "error" as "error.code" and "error.text". An exception when
-/// the text is not one JSON document of exactly the form promised: "certificates" alone, nothing but texts in it.
+/// One map a certificate: each field by its path, "error.code", "attempts.0.url". An exception when the text is not one
+/// JSON document of the form promised: "schema" and "certificates".
 std::vector<std::map<std::string, std::string>> parseResults(const std::string& json);
 
-/// Every text of a document by its path, "OCSPRequest.requestList.0.reqCert.serialNumber". An exception for what is no
-/// JSON or holds anything else.
+/// Every text of a document by its path, "OCSPRequest.requestList.0.reqCert.serialNumber"; numbers and truth values as
+/// in JSON. An exception for what is no JSON.
 std::map<std::string, std::string> parseTree(const std::string& json);
 
 }  // namespace testkit

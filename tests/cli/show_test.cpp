@@ -29,6 +29,9 @@ Fields shown(const std::string& file) {
     const ProcessResult run = Command::plain({"show", "--json", file});
     EXPECT_EQ(run.exitStatus, 0) << run.err;
     EXPECT_EQ(run.err, "");
+    const TempDir folder;
+    const ProcessResult valid = validateJson({folder.write("shown.json", run.out)});
+    EXPECT_EQ(valid.exitStatus, 0) << valid.out << valid.err;
     return parseTree(run.out);
 }
 

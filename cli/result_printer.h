@@ -1,0 +1,30 @@
+// Prints the results of check and verify as they become known.
+#pragma once
+
+#include <iosfwd>
+#include <vector>
+
+#include "cli/check_result.h"
+#include "cli/options.h"
+#include "cli/outcome.h"
+
+namespace tallow::cli {
+
+/// Results are printed one after the other, or together at the end as one JSON document. Failures and explanations go
+/// to standard error.
+class ResultPrinter {
+public:
+    /// Results go to `out`, which is std::cout unless that takes an output file. Both must outlive this object.
+    ResultPrinter(const OutputOptions& options, std::ostream& out);
+
+    void print(const CheckResult& result) const;
+    /// What remains to be printed, and the exit status of all results.
+    [[nodiscard]] Outcome finish(const std::vector<CheckResult>& results) const;
+
+private:
+    const OutputOptions& options_;
+    std::ostream& out_;
+    bool isColoured_;
+};
+
+}  // namespace tallow::cli
