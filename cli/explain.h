@@ -1,4 +1,4 @@
-// tallow explain: the meaning of a status, its usual causes, and what helps.
+// tallow explain: the meaning of a status, its usual causes, and what to do. Without a status, a list of all.
 #pragma once
 
 #include "cli/options.h"
@@ -6,7 +6,7 @@
 
 namespace tallow::cli {
 
-/// Throws InputError for a code that is not known.
+/// Throws InputError for a code or symbol that is not known.
 Outcome runExplain(const ExplainOptions& options);
 
 }  // namespace tallow::cli

@@ -76,9 +76,14 @@ Outcome withWarnings(Outcome outcome, const Results& printed = {}) {
     return withSettings(std::move(outcome), printed);
 }
 
+// What is printed goes to standard error when standard output is for an output file.
+std::ostream& streamFor(const CommandOptions& options) {
+    return isOutputTaken(options) ? std::cerr : std::cout;
+}
+
 struct Run {
     Outcome operator()(const CheckOptions& options) const {
-        const ResultPrinter printer(options, std::cout);
+        const ResultPrinter printer(options, streamFor(options));
         const Results results = runCheck(options, [&printer](const CheckResult& result) { printer.print(result); });
         return withWarnings(printer.finish(results), results);
     }
@@ -127,7 +132,8 @@ int finish(const Outcome& outcome, bool isOutputTaken) {
 int fail(int argc, char** argv, int exitStatus, std::int32_t code, const std::string& text) {
     const char* schema = schemaAsked(argc, argv);
     return finish({schema == nullptr ? "" : toJson(schema, {code, text}, exitStatus),
-                   "tallow: " + safeLine(text) + '\n', exitStatus});
+                   "tallow: " + safeLine(text) + '\n', exitStatus},
+                  false);
 }
 
 int run(int argc, char** argv) {

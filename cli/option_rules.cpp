@@ -105,7 +105,7 @@ bool isOutputTaken(const CommandOptions& options) {
 std::string mistakeIn(const CommandOptions& options) {
     const auto* check = std::get_if<CheckOptions>(&options);
     if (check != nullptr && check->certificates.empty() && check->server.address.empty()) {
-        return "CERT or --connect is required: name a file with a certificate, or a server";
+        return "CERT is missing; name a file with a certificate, or a server with --connect";
     }
     const std::string mistake = mistakeInStreams(options);
     const auto* send = std::get_if<SendOptions>(&options);

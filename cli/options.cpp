@@ -3,12 +3,14 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 #include <iostream>
-#include <span>
 #include <utility>
 
 #include "checker/text/safe_text.h"
+#include "cli/help.h"
 #include "cli/option_rules.h"
 #include "cli/option_values.h"
+#include "cli/parser_text.h"
+#include "platform/crypto/crypto_service.h"
 
 #ifndef TALLOW_VERSION
 #define TALLOW_VERSION "unknown"
@@ -20,19 +22,33 @@ using namespace text;
 
 namespace {
 
-constexpr std::string_view kStartTlsProtocols[] = {"smtp", "imap", "pop3", "ftp", "ldap", "xmpp", "postgres", "mysql"};
+// The headings of help pages.
+constexpr const char* kInput = "Input";
+constexpr const char* kAsking = "Asking";
+constexpr const char* kAccepting = "Accepting";
+constexpr const char* kTrust = "Trust";
+constexpr const char* kOutput = "Output";
+constexpr const char* kSettings = "Settings";
+constexpr const char* kHelp = "Help";  // at the end of a page
 
-std::string joined(std::span<const std::string_view> words) {
-    std::string text;
-    for (const std::string_view word : words) {
-        text += (text.empty() ? "" : ", ") + std::string(word);
-    }
+constexpr const char* kExitStatuses =
+    "Exit status: 0 all certificates are good; 1 at least one is revoked; 2 at least one is unknown to its responder; "
+    "3 at least one has no verified answer; 64 wrong usage. If several apply, 1 comes before 3, and 3 before 2.";
+
+const std::vector<std::string> kStartTlsProtocols{"smtp", "imap", "pop3", "ftp", "ldap", "xmpp", "postgres", "mysql"};
+
+std::string version() {
+    std::string text = std::string("tallow " TALLOW_VERSION "\n") + crypto_library_versions();
+    text.pop_back();  // the parser adds this line feed
     return text;
 }
 
-constexpr const char* kVersion = "tallow " TALLOW_VERSION;
-
 // ---- Kinds of option ------------------------------------------------------------------------------------------------
+
+// The options declared next stand under this heading.
+void group(CLI::App& command, const char* heading) {
+    command.option_defaults()->group(heading);
+}
 
 CLI::Option* addFile(CLI::App& command, const char* name, std::string& path, const char* what) {
     return command.add_option(name, path, what)->type_name("FILE");
@@ -60,54 +76,84 @@ void addValue(CLI::App& command, const char* name, const char* type, std::option
     command.add_option_function<std::string>(name, set, what)->type_name(type);
 }
 
+// Limits an option to some words.
+void takesOneOf(CLI::Option* option, const std::vector<std::string>& words) {
+    const auto find = [words](const std::string& text) {
+        if (std::find(words.begin(), words.end(), text) != words.end()) {
+            return std::string();
+        }
+        const std::string near = closest(text, words);
+        return text + " cannot be used; " +
+               (near.empty() ? "give one of " + joined(words) : "did you mean " + near + "?");
+    };
+    option->check(find, "");
+}
+
 void addJson(CLI::App& command, OutputOptions& options) {
-    command.add_flag("--json", options.json, "Print the result as JSON");
+    command.add_flag("--json", options.json, "Print the result as one JSON document");
 }
 
 // Of commands that report on certificates one after the other.
 void addOutput(CLI::App& command, OutputOptions& options) {
+    group(command, kOutput);
     addJson(command, options);
     command.add_flag("--jsonl", options.jsonLines, "Print one line of JSON for each certificate as soon as it is done")
         ->excludes("--json");
-    command.add_flag("-v,--verbose", options.isVerbose, "Explain on standard error how each verdict came about");
+    command.add_flag("-v,--verbose", options.isVerbose,
+                     "Explain each verdict on standard error: issuer, responders, signer, chain, CRLs, nonce");
     const auto setColour = [&options](const std::string& when) {
         options.colour = when == "always" ? Colour::kAlways : when == "never" ? Colour::kNever : Colour::kAuto;
     };
-    command.add_option_function<std::string>("--color", setColour, "When to print in colour: auto, always, never")
-        ->type_name("WHEN")
-        ->check(CLI::IsMember({"auto", "always", "never"}));
+    takesOneOf(command
+                   .add_option_function<std::string>(
+                       "--color", setColour,
+                       "Print in colour: auto (the default: on a terminal, unless NO_COLOR is set), always or never")
+                   ->type_name("WHEN"),
+               {"auto", "always", "never"});
 }
 
 void addNetwork(CLI::App& command, NetworkOptions& options) {
-    addUrl(command, "--proxy", options.proxy, "Go through this HTTP proxy");
+    group(command, kAsking);
+    addUrl(command, "--proxy", options.proxy, "Use this HTTP proxy; default: the setting DefaultProxy, or none");
     CLI::Option* const password = addFile(command, "--proxy-password-file", options.proxyPasswordFile,
-                                          "The first line of this file is the password at the proxy");
-    command.add_option("--proxy-user", options.proxyUser, "Name at the proxy")->type_name("NAME")->needs(password);
+                                          "File whose first line is the password for the proxy");
+    command.add_option("--proxy-user", options.proxyUser, "User name for the proxy; needs --proxy-password-file")
+        ->type_name("NAME")
+        ->needs(password);
     password->needs("--proxy-user");
     addValue(command, "--timeout", "SECONDS", options.timeout, timeoutFrom, "seconds, for example 10 or 0.5",
-             "Time limit for each certificate with all that it needs; 30 by default");
+             "Time limit for one certificate with everything it needs; default: the setting check_timeout_ms, else 30");
 }
 
 void addMaxAge(CLI::App& command, std::optional<std::chrono::seconds>& maxAge) {
+    group(command, kAccepting);
     addValue(command, "--max-age", "DURATION", maxAge, durationFrom, "a duration such as 30m, 12h or 7d",
-             "Refuse responses whose thisUpdate is older");
+             "Reject responses whose thisUpdate is older (30m, 12h, 7d); default: accept them until nextUpdate");
 }
 
 void addSettings(CLI::App& command, RunOptions& options) {
-    addFile(command, "--settings", options.settings, "Settings file");
-    command.add_flag("--trace", options.trace, "Write a trace to standard error");
+    group(command, kSettings);
+    addFile(command, "--settings", options.settings, "Settings file; default: /etc/tallow/settings.toml");
+    command.add_flag("--trace", options.trace, "Write a trace of the library to standard error");
 }
 
 // Certificates and CRLs for chains.
 void addChainFiles(CLI::App& command, RunOptions& options) {
-    addFiles(command, "--trust", options.trust, "Trust the roots in this file, for this run (repeatable)");
+    group(command, kTrust);
+    addFiles(command, "--trust", options.trust,
+             "Trust the roots in this file too, for this run (repeatable); default: the stores ROOT and the system's "
+             "roots");
     addFiles(command, "--certs", options.certs, "More certificates for building chains (repeatable)");
     addFiles(command, "--crl", options.crls, "A CRL for the signer's chain (repeatable)");
 }
 
-void addNaming(CLI::App& command, RunOptions& options) {
-    addFile(command, "--issuer", options.issuer, "Certificate of their issuer");
-    command.add_option("--hash", options.hash, "Hash that names the issuer: sha1, sha256, sha384, sha512 or an OID")
+void addNaming(CLI::App& command, RunOptions& options, const char* issuer) {
+    group(command, kAsking);
+    addFile(command, "--issuer", options.issuer, issuer);
+    command
+        .add_option("--hash", options.hash,
+                    "Hash that identifies the issuer in the request: sha1, sha256, sha384, sha512 or an OID; default: "
+                    "the setting CertIDHashAlg, else sha1, which every responder knows")
         ->type_name("NAME|OID");
 }
 
@@ -117,139 +163,171 @@ void addNonce(CLI::App& command, std::optional<Nonce>& nonce, const char* what) 
         "--no-nonce", [&nonce](std::int64_t) { nonce = Nonce::kOff; }, "The same as --nonce off");
 }
 
+void describeHelp(CLI::App& command) {
+    command.get_help_ptr()->group(kHelp)->description("Print this page");
+}
+
+void addVersion(CLI::App& command) {
+    command.set_version_flag("--version", version, "Print the versions of tallow and of its libraries")->group(kHelp);
+}
+
 // An empty text comes from a variable that is not set; it must not count as an option that is not given.
-void refuseEmptyTexts(CLI::App& command) {
+void rejectEmptyTexts(CLI::App& command) {
     for (CLI::Option* option : command.get_options([](const CLI::Option* o) { return o->get_type_size() > 0; })) {
-        option->check([](const std::string& value) { return value.empty() ? "an empty text names nothing" : ""; }, "");
+        option->check([](const std::string& value) { return value.empty() ? "the value is empty; give one" : ""; }, "");
     }
 }
 
 // ---- The commands ---------------------------------------------------------------------------------------------------
 
 void declare(CLI::App& check, CheckOptions& options) {
+    group(check, kInput);
     check
         .add_option("CERT", options.certificates,
-                    "Files with certificates to ask about and their issuers, PEM, DER, PKCS #7 or #12; - is standard "
-                    "input")
+                    "Files with the certificates to check and their issuers, in any order: PEM, DER, PKCS #7 or "
+                    "PKCS #12; - is standard input")
         ->type_name("FILE");
     check
         .add_option("--connect", options.server.address,
-                    "Check the certificate of this TLS server, and the response that it staples")
+                    "Check the certificate of this TLS server (default port 443), and its stapled response")
         ->type_name("HOST[:PORT]");
-    check.add_option("--starttls", options.server.startTls, "Begin with this protocol: " + joined(kStartTlsProtocols))
-        ->type_name("PROTOCOL")
-        ->needs("--connect")
-        ->check(CLI::IsMember(std::vector<std::string>(std::begin(kStartTlsProtocols), std::end(kStartTlsProtocols))));
-    check.add_option("--servername", options.server.name, "Name of the server that is asked for (SNI)")
+    takesOneOf(check
+                   .add_option("--starttls", options.server.startTls,
+                               "Begin with this protocol: " + joined(kStartTlsProtocols) + "; needs --connect")
+                   ->type_name("PROTOCOL")
+                   ->needs("--connect"),
+               kStartTlsProtocols);
+    check
+        .add_option("--servername", options.server.name,
+                    "Name to ask the server for (SNI); default: HOST; needs --connect")
         ->type_name("NAME")
         ->needs("--connect");
-    check.add_flag("--chain", options.server.wholeChain, "Check every certificate that the server sends")
+    check
+        .add_flag("--chain", options.server.wholeChain,
+                  "Check every certificate that the server sends, not only its own; needs --connect")
         ->needs("--connect");
-    addNaming(check, options);
+    addNaming(check, options,
+              "Certificate of the issuer; default: searched in all files, the stores, and at the addresses that the "
+              "certificates name");
+    addUrl(check, "--url", options.url, "Ask this responder instead of those that the certificates name");
     addNonce(check, options.nonce,
-             "require: only a response with our nonce counts; try (the default): without one its dates decide; off: "
-             "none is sent");
-    addMaxAge(check, options.maxAge);
-    addUrl(check, "--url", options.url, "Ask this responder, not those that the certificates name");
+             "require: accept only a response with the nonce of the request; try: without a nonce, its dates decide; "
+             "off: send none. Default: try, unless policy says otherwise");
     addNetwork(check, options);
+    addMaxAge(check, options.maxAge);
     addChainFiles(check, options);
     check.add_flag("--verify-chain", options.verifyChain,
-                   "Validate the chain of the certificate too: dates, path, CRLs of the CAs");
-    addFile(check, "--save-request", options.saveRequest,
-            "Write the DER request to this file, - for standard output (one certificate)");
-    addFile(check, "--save-response", options.saveResponse,
-            "Write the response to this file, - for standard output (one certificate)");
+                   "Validate the chain of each certificate too: dates, path, CRLs of the CAs");
     addOutput(check, options);
+    addFile(check, "--save-request", options.saveRequest,
+            "Write the DER request to this file; - is standard output (one certificate)");
+    addFile(check, "--save-response", options.saveResponse,
+            "Write the response to this file; - is standard output (one certificate)");
     addSettings(check, options);
     check.footer(
-        "Every certificate is checked that is not a CA and did not issue another one in its file. In a file with CAs "
-        "only,\n"
-        "those are checked that did not issue another one in it; none of them if one issued a certificate that is "
-        "checked\n"
-        "from another file. All certificates and CRLs of all files, in any order, are used for issuers and chains.\n"
-        "Results are named FILE, or FILE#1, FILE#2, ... when several certificates of a file are checked.\n"
-        "If an output file is - or /dev/stdout, the result is printed on standard error.\n"
-        "--connect goes to the server directly, without a proxy. As for files, only revocation is checked, and with\n"
-        "--verify-chain the chain: not the name of the server, nor how well TLS protects the connection.\n"
-        "Exit status: 0 all certificates are good; 1 one is revoked; 3 none is, but for one no trusted answer was "
-        "had;\n"
-        "2 none of these, but a responder does not know one; 64 wrong usage.");
+        std::string("Checks every certificate that is not a CA and did not issue another one in its file. In a file "
+                    "with CAs only, those are checked that did not issue another one in it; none of them if one issued "
+                    "a certificate that is checked from another file. Results are named FILE, or FILE#1, FILE#2, ... "
+                    "when several certificates of a file are checked.\n"
+                    "If an output file is - or /dev/stdout, the result is printed on standard error.\n"
+                    "--connect goes to the server directly, without a proxy. As for files, only revocation is checked, "
+                    "and with --verify-chain the chain: not the name of the server, nor how well TLS protects the "
+                    "connection.\n") +
+        kExitStatuses);
 }
 
 void declare(CLI::App& request, RequestOptions& options) {
+    group(request, kInput);
     request
         .add_option("CERT", options.certificates,
-                    "Files with certificates to ask about, and their issuers, as for check")
+                    "Files with the certificates to ask about and their issuers, as for check")
         ->required()
         ->type_name("FILE");
-    addNaming(request, options);
-    addNonce(request, options.nonce, "off: without a nonce; require and try: with one; by default as the policy says");
+    addNaming(request, options,
+              "Certificate of the issuer; default: searched in all files, the stores, and at the addresses that the "
+              "certificates name");
+    addNonce(request, options.nonce,
+             "require or try: with a nonce; off: without one. Default: the setting UseNonceByDefault");
+    group(request, "Signing");
     CLI::Option* sign = addFile(request, "--sign", options.sign, "Sign with the key of this certificate");
-    request.add_option("--key", options.key, "Path or URI of its key; else in or beside its file, or as store My says")
+    request
+        .add_option("--key", options.key,
+                    "Path or URI of the private key; default: in or beside the file of the certificate, or where the "
+                    "store My says")
         ->type_name("URI")
         ->needs(sign);
-    addFile(request, "--pin-file", options.pinFile, "The first line of this file opens the key")->needs(sign);
-    request
-        .add_option("--include", options.include, "Certificates to send along: none, signer, chain, chain-root, policy")
-        ->type_name("WHAT")
-        ->needs(sign)
-        ->check(CLI::IsMember({"none", "signer", "chain", "chain-root", "policy"}));
-    addFile(request, "-o,--output", options.output, "Write the DER request to this file, - for standard output")
+    addFile(request, "--pin-file", options.pinFile, "File whose first line is the password or PIN of the key")
+        ->needs(sign);
+    takesOneOf(request
+                   .add_option("--include", options.include,
+                               "Certificates to include: none, signer, chain, chain-root, or policy (the default: the "
+                               "setting CertsToInclude)")
+                   ->type_name("WHAT")
+                   ->needs(sign),
+               {"none", "signer", "chain", "chain-root", "policy"});
+    group(request, kOutput);
+    addFile(request, "-o,--output", options.output, "Write the DER request to this file; - is standard output")
         ->required();
     addSettings(request, options);
-    request.footer("Exit status: 0 the request is written; 3 it cannot be built or signed; 64 wrong usage.");
+    request.footer("Exit status: 0 the request was written; 3 it cannot be built or signed; 64 wrong usage.");
 }
 
 void declare(CLI::App& send, SendOptions& options) {
+    group(send, kInput);
     addFile(send, "REQUEST", options.request, "The request to send: PEM, DER or base64; - is standard input")
         ->required();
+    group(send, kAsking);
     addUrl(send, "--url", options.url, "Address of the responder")->required();
     addNetwork(send, options);
-    addFile(
-        send, "-o,--output", options.output,
-        "Write what is answered to this file, - for standard output; what else is printed then goes to standard error");
+    group(send, kOutput);
+    addFile(send, "-o,--output", options.output, "Write the response to this file as received; - is standard output");
     addSettings(send, options);
     send.footer(
-        "Exit status: 0 a successful response came, not verified; 3 none, or one that does not fit the request;\n"
-        "64 wrong usage.");
+        "Nothing is verified: use tallow verify for that. With -o -, everything else is printed on standard error.\n"
+        "Exit status: 0 a successful response arrived; 3 none did, or it does not fit the request; 64 wrong usage.");
 }
 
 void declare(CLI::App& verify, VerifyOptions& options) {
-    addFile(verify, "RESPONSE", options.response, "The response to judge: PEM, DER or base64; - is standard input")
+    group(verify, kInput);
+    addFile(verify, "RESPONSE", options.response, "The response to verify: PEM, DER or base64; - is standard input")
         ->required();
-    addFile(verify, "--request", options.request, "The request it answers: nonce and entries are matched with it");
-    addFile(verify, "--cert", options.certificate, "Judge the entry about this certificate");
+    addFile(verify, "--request", options.request, "The request: its nonce and entries are compared with the response");
+    addFile(verify, "--cert", options.certificate, "Report only the entry for this certificate");
     addFile(verify, "--issuer", options.issuer, "Certificate of its issuer");
+    group(verify, kAccepting);
     addValue(verify, "--at", "TIME", options.at, timeFrom, "a time such as 2026-11-22T10:00:00Z or 2026-11-22",
-             "Judge as of this time (UTC): response, chain and CRLs");
+             "Verify as of this time (UTC): response, chain and CRLs; default: now");
     addMaxAge(verify, options.maxAge);
     addChainFiles(verify, options);
     addOutput(verify, options);
     addSettings(verify, options);
     verify.footer(
-        "Nobody is asked: chains and CRLs come from files, stores and the cache. Without --cert and --request every\n"
-        "entry of the response is judged.\n"
-        "Exit status: 0 all certificates are good; 1 one is revoked; 3 none is, but for one there is no answer to "
-        "trust;\n"
-        "2 none of these, but the responder does not know one; 64 wrong usage.");
+        std::string("Uses no network: certificates and CRLs come from files, the stores and the cache. Without --cert "
+                    "and --request, every entry of the response is reported.\n") +
+        kExitStatuses);
 }
 
 void declare(CLI::App& verify, VerifyRequestOptions& options) {
-    addFile(verify, "REQUEST", options.request, "The request to judge: PEM, DER or base64; - is standard input")
+    group(verify, kInput);
+    addFile(verify, "REQUEST", options.request, "The request to verify: PEM, DER or base64; - is standard input")
         ->required();
     addChainFiles(verify, options);
+    group(verify, kOutput);
     addJson(verify, options);
     addSettings(verify, options);
     verify.footer(
-        "Exit status: 0 it is signed by a requestor to trust; 1 it is refused; 2 nothing is wrong with it, but it is "
-        "not\n"
-        "signed; 3 there is no verdict; 64 wrong usage.");
+        "Exit status: 0 signed by a trusted requestor; 1 rejected; 2 acceptable, but not signed; 3 no verdict; "
+        "64 wrong usage.");
 }
 
 void declare(CLI::App& show, ShowOptions& options) {
+    group(show, kInput);
     addFile(show, "FILE", options.file, "A request or a response: PEM, DER or base64; - is standard input")->required();
+    group(show, kOutput);
     addJson(show, options);
-    show.footer("Nothing is verified. Exit status: 0 the message is shown; 64 the file is no OCSP message.");
+    show.footer(
+        "Nothing is verified.\n"
+        "Exit status: 0 the message was shown; 64 the file is not an OCSP message.");
 }
 
 void declare(CLI::App& store, StoreOptions& options) {
@@ -260,40 +338,54 @@ void declare(CLI::App& store, StoreOptions& options) {
         const char* file;  // null when it takes none
     };
     constexpr Row kRows[] = {
-        {"list", "Show the certificates and CRLs of a store", StoreAction::kList, nullptr},
-        {"add", "Put certificates or CRLs into a store", StoreAction::kAdd, "Certificates or CRLs, PEM or DER"},
-        {"remove", "Take certificates or CRLs out of a store", StoreAction::kRemove,
-         "The same certificates or CRLs, or a SHA-1 thumbprint as list shows it"},
+        {"list", "Print the certificates and CRLs of a store", StoreAction::kList, nullptr},
+        {"add", "Add certificates or CRLs to a store", StoreAction::kAdd, "Certificates or CRLs, PEM or DER"},
+        {"remove", "Remove certificates or CRLs from a store", StoreAction::kRemove,
+         "The same certificates or CRLs, or a SHA-1 thumbprint as list prints it"},
     };
     store.require_subcommand(1);
     for (const Row& row : kRows) {
         CLI::App* action = store.add_subcommand(row.name, row.what);
-        action->add_option("NAME", options.name, "ROOT, CA, My, ...")->required()->type_name("STORE");
+        group(*action, kInput);
+        action
+            ->add_option("NAME", options.name,
+                         "The store: ROOT (trusted roots), CA (intermediate certificates and CRLs), My (own "
+                         "certificates), AddressBook, Trust, TrustedPeople, or another existing one")
+            ->required()
+            ->type_name("STORE");
         if (row.file != nullptr) {
             addFile(*action, "FILE", options.file, row.file)->required();
         }
-        action->add_flag("--machine", options.machine, "The machine's store, not the user's");
+        action->add_flag("--machine", options.machine, "Use the machine's store; default: the user's");
         if (row.action == StoreAction::kList) {
+            group(*action, kOutput);
             addJson(*action, options);
         }
         addSettings(*action, options);
+        describeHelp(*action);
         action->callback([&options, chosen = row.action] { options.action = chosen; });
-        refuseEmptyTexts(*action);
+        rejectEmptyTexts(*action);
     }
     store.footer("Exit status: 0 done; 64 wrong usage, or a file or store that cannot be used.");
 }
 
 void declare(CLI::App& settings, SettingsOptions& options) {
-    CLI::Option* const check =
-        settings.add_flag("--check", options.isCheck, "Report unknown keys, wrong types and values out of range");
-    addFile(settings, "FILE", options.file, "The file to check; that in force when absent")->needs(check);
+    group(settings, kInput);
+    CLI::Option* const check = settings.add_flag("--check", options.isCheck,
+                                                 "Report unknown keys, wrong types and values out of range instead");
+    addFile(settings, "FILE", options.file, "With --check, the file to check; default: the one in force")->needs(check);
+    group(settings, kOutput);
     addJson(settings, options);
     addSettings(settings, options);
-    settings.footer("Exit status: 0 shown, or without a mistake; 64 the settings file is broken.");
+    settings.footer("Exit status: 0 printed, or nothing to report; 64 the settings file has mistakes.");
 }
 
 void declare(CLI::App& explain, ExplainOptions& options) {
-    explain.add_option("CODE", options.code, "A status such as 0xC2110122")->required()->type_name("CODE");
+    group(explain, kInput);
+    explain
+        .add_option("CODE", options.code,
+                    "A status as 0xC2110122, C2110122, NotCurrent or a decimal number; default: list all")
+        ->type_name("CODE");
     explain.footer("Exit status: 0 explained; 64 the status is not known.");
 }
 
@@ -319,22 +411,32 @@ std::string withoutLogins(std::string message, int argc, char** argv) {
 class CommandLine {
 public:
     CommandLine() {
-        app_.set_version_flag("--version", kVersion);
-        app_.require_subcommand(1);
-        add("check", "Ask about certificates", check_);
+        app_.formatter_fn(
+            [](const CLI::App* command, std::string, CLI::AppFormatMode) { return helpText(helpPageOf(*command)); });
+        add("check", "Ask responders whether certificates are still good", check_);
         add("request", "Build a request, signed if wanted", request_);
-        add("send", "Send a request as it is", send_);
-        add("verify", "Judge a stored response", verify_);
-        add("verify-request", "Judge a request as its receiver would", verifyRequest_);
-        add("show", "Show what stands in a request or a response", show_);
-        add("store", "List, fill and empty the stores of trusted and other certificates", store_);
-        add("explain", "Say what a status means, its usual causes, and what helps", explain_);
-        add("settings", "Show every setting, its value in force, and whether it is set", settings_);
+        add("send", "Send a stored request as it is", send_);
+        add("verify", "Verify a stored response", verify_);
+        add("verify-request", "Verify a request as its receiver", verifyRequest_);
+        add("show", "Print a request or a response", show_);
+        add("store", "List, add and remove trusted and other certificates", store_);
+        add("settings", "Print or check the settings", settings_);
+        add("explain", "Explain a status: meaning, usual causes, remedies", explain_);
+        help_ = app_.add_subcommand("help", "Describe a command");
+        group(*help_, kInput);
+        help_->add_option("COMMAND", topic_, "The command, for example check, or store add; default: list all");
+        app_.require_subcommand(1);
+        addVersion(app_);
+        app_.footer(
+            "tallow help COMMAND describes a command, man tallow all of them.\n"
+            "The first check: tallow check CERT.pem. A web server: tallow check --connect HOST.");
+        describeHelp(app_);
+        describeHelp(*help_);
     }
 
     std::optional<int> read(int argc, char** argv, CommandOptions& options) {
         if (const std::string mistake = helpMistakeIn(argc, argv); !mistake.empty()) {
-            return usage(mistake, "");
+            usage(mistake, "");
         }
         try {
             std::vector<std::string> arguments = withoutMark(argc, argv);
@@ -343,7 +445,10 @@ public:
         } catch (const CLI::Success& request) {
             return app_.exit(request);  // help or version, on standard output
         } catch (const CLI::ParseError& mistake) {
-            usage(withoutLogins(mistake.what(), argc, argv), commandGiven());
+            usage(withoutLogins(describe(mistake), argc, argv), commandGiven());
+        }
+        if (help_->parsed()) {
+            return help();
         }
         take_(options);
         return std::nullopt;
@@ -353,10 +458,35 @@ private:
     template <typename Options>
     void add(const char* name, const char* what, Options& options) {
         CLI::App* command = app_.add_subcommand(name, what);
-        command->set_version_flag("--version", kVersion);
         declare(*command, options);
-        refuseEmptyTexts(*command);
+        addVersion(*command);
+        describeHelp(*command);
+        rejectEmptyTexts(*command);
         command->callback([this, &options] { take_ = [&options](CommandOptions& given) { given = options; }; });
+    }
+
+    // tallow help [COMMAND [ACTION]]
+    int help() const {
+        const CLI::App* command = &app_;
+        for (const std::string& word : topic_) {
+            const auto isMeant = [&word](const CLI::App* below) { return below->get_name() == word; };
+            const std::vector<const CLI::App*> found = command->get_subcommands(isMeant);
+            if (found.empty()) {
+                usage(unexpected(*command, {word}), "");
+            }
+            command = found.front();
+        }
+        std::cout << helpText(helpPageOf(*command)) << std::flush;
+        return std::cout ? 0 : kExitNoAnswer;
+    }
+
+    std::string describe(const CLI::ParseError& mistake) const {
+        const CLI::App* command = &app_;
+        while (command->remaining().empty() && !command->get_subcommands().empty()) {
+            command = command->get_subcommands().front();
+        }
+        const std::vector<std::string> rest = command->remaining();
+        return rest.empty() ? plainWords(*command, mistake) : unexpected(*command, rest);
     }
 
     // "check ", or "" without a command.
@@ -365,7 +495,7 @@ private:
         return given.empty() ? std::string() : given.front()->get_name() + ' ';
     }
 
-    CLI::App app_{"Asks OCSP responders whether certificates are still good, and verifies what they answer.", "tallow"};
+    CLI::App app_{"Asks OCSP responders whether certificates are still good, and verifies their responses.", "tallow"};
     CheckOptions check_;
     RequestOptions request_;
     SendOptions send_;
@@ -375,6 +505,8 @@ private:
     StoreOptions store_;
     SettingsOptions settings_;
     ExplainOptions explain_;
+    CLI::App* help_ = nullptr;
+    std::vector<std::string> topic_;
     std::function<void(CommandOptions&)> take_;
 };
 

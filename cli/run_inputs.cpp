@@ -90,7 +90,7 @@ std::string toHashOid(const std::string& hash) {
         info = info == nullptr ? hashNamed(name) : info;
     }
     if (info == nullptr) {
-        throw InputError("--hash " + hash, "is no hash known here; name sha1, sha256, sha384, sha512 or an OID");
+        throw InputError("--hash " + hash, "is not a known hash; give sha1, sha256, sha384, sha512 or an OID");
     }
     return info->pszOID;
 }
@@ -140,8 +140,8 @@ RunInputs::RunInputs(const RunOptions& options) {
         const std::vector<ATL2::CCertContext>& roots = content.certificates;
         if (std::none_of(roots.begin(), roots.end(), isSelfIssued)) {
             throw InputError(path,
-                             "holds no root, that is, no certificate issued by itself; name the root (--trust), "
-                             "and the others with --certs");
+                             "contains no root, that is, no self-issued certificate; name the root with --trust, and "
+                             "other certificates with --certs");
         }
         std::string pem;
         std::for_each(roots.begin(), roots.end(), [&pem](const auto& root) { appendPem(pem, root); });

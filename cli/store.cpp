@@ -12,6 +12,7 @@
 #include "checker/text/name_text.h"
 #include "checker/text/safe_text.h"
 #include "checker/text/times.h"
+#include "cli/help.h"
 #include "cli/input_files.h"
 #include "cli/output.h"
 #include "cli/output_file.h"
@@ -101,16 +102,39 @@ std::vector<Item> itemsOf(const StoreContent& content) {
     return items;
 }
 
+// Only letters, digits, - and _: the name is that of a directory.
+bool isStoreName(const std::string& name) {
+    return !name.empty() &&
+           name.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789-_") ==
+               std::string::npos;
+}
+
+// A misspelt name must not make a new store, which the library would never read.
+void requireStore(const std::string& name, const std::filesystem::path& folder) {
+    const std::vector<std::string> kKnown{"ROOT", "CA", "My", "AddressBook", "Trust", "TrustedPeople"};
+    std::error_code error;
+    if (std::find(kKnown.begin(), kKnown.end(), name) != kKnown.end() || std::filesystem::exists(folder, error)) {
+        return;
+    }
+    const std::string near = closest(name, kKnown);
+    throw InputError(name, near.empty() ? "is not a store; name ROOT, CA, My, AddressBook, Trust or TrustedPeople, or "
+                                          "make the directory " +
+                                              folder.string()
+                                        : "is not a store; did you mean " + near + "?");
+}
+
 std::filesystem::path folderOf(const StoreOptions& options) {
     const std::string& name = options.name;
-    if (name.front() == '.' || name.find_first_of(std::string("/\0", 2)) != std::string::npos) {
-        throw InputError(name, "is no name of a store; name ROOT, CA, My or another without slash or leading dot");
+    if (!isStoreName(name)) {
+        throw InputError(name, "is not the name of a store; use letters, digits, - and _, for example ROOT, CA or My");
     }
     const std::string stores = storesFolder(options.machine);
     if (stores.empty()) {
-        throw InputError(name, "nobody knows where the user's stores are; set user_stores in [crypto], or HOME");
+        throw InputError(name, "cannot locate the user's stores; set user_stores in [crypto], or HOME");
     }
-    return std::filesystem::path(stores) / name;
+    std::filesystem::path folder = std::filesystem::path(stores) / name;
+    requireStore(name, folder);
+    return folder;
 }
 
 StoreFile& fileNamed(const char* path, std::vector<StoreFile>& files) {

@@ -53,6 +53,12 @@ TALLOW_EXPORT DWORD CertEnumCertificateContextProperties(PCCERT_CONTEXT pCertCon
 // with E_INVALIDARG for a null argument.
 TALLOW_EXPORT PCERT_EXTENSION CertFindExtension(LPCSTR pszObjId, DWORD cExtensions, CERT_EXTENSION rgExtensions[]);
 
+// ---- What is in use ------------------------------------------------------------------------------------------------
+
+// The libraries behind the service, for people to read: lines of the form "NAME: VERSION ...". Constant; never free it.
+// Empty when memory is exhausted.
+TALLOW_EXPORT LPCSTR crypto_library_versions(void);
+
 // ---- Stores --------------------------------------------------------------------------------------------------------
 
 // Opens a store; close it with CertCloseStore.

@@ -63,7 +63,7 @@ TEST_F(OptionFile, IsWrongUsageWhenItIsUnusable) {
     };
     for (const Row& row :
          {Row{"--issuer", key, "PRIVATE KEY"}, Row{"--issuer", missing, "No such file"}, Row{"--trust", key, "PRIVATE"},
-          Row{"--trust", leaf, "holds no root"}, Row{"--certs", missing, "No such file"},
+          Row{"--trust", leaf, "contains no root"}, Row{"--certs", missing, "No such file"},
           Row{"--crl", leaf, "\"CERTIFICATE\"; name a file with a CRL"}, Row{"--crl", missing, "No such file"},
           Row{"--save-request", missing + "/request", "cannot be written"},
           Row{"--save-response", missing + "/response", "cannot be written"}}) {
@@ -77,13 +77,21 @@ TEST_F(OptionFile, IsWrongUsageWhenItIsUnusable) {
 
 TEST_F(CommandLine, ReportsMistakesInOneLine) {
     for (const Mistake& row : {
-             Mistake{{}, "subcommand"},
-             Mistake{{"chekc", leaf}, "subcommand"},
+             Mistake{{}, "give one of check, request"},
+             Mistake{{"chekc", leaf}, "did you mean check?"},
+             Mistake{{"frobnicate", leaf}, "the commands are check, request"},
+             Mistake{{"--json", "check", leaf}, "options follow the command"},
+             Mistake{{"help", "store", "ad"}, "did you mean add?"},
              Mistake{{"check"}, "CERT"},
              Mistake{{"check", "--settings", "missing.toml", leaf}, "missing.toml"},  // and not the defaults
              Mistake{{"check", "--no-such-option", leaf}, "--no-such-option"},
-             Mistake{{"check", "--isuer", "ca.pem", leaf}, "--isuer"},  // not: "ca.pem cannot be opened"
-             Mistake{{"check", leaf, "--url"}, "--url"},
+             Mistake{{"check", "--isuer", "ca.pem", leaf}, "unknown option --isuer; did you mean --issuer?"},
+             Mistake{{"check", "--TRUST=ca.pem", leaf}, "unknown option --TRUST; did you mean --trust?"},
+             Mistake{{"check", leaf, "--url"}, "--url needs a value; give --url URL"},
+             Mistake{{"check", "--url", "http://a/", "--url", "http://b/", leaf}, "--url is given more than once"},
+             Mistake{{"check", "--starttls", "smtp", leaf}, "add --connect or leave out --starttls"},
+             Mistake{{"check", "--connect", "host", "--starttls", "smpt"}, "did you mean smtp?"},
+             Mistake{{"check", "--color", "red", leaf}, "give one of auto, always, never"},
              Mistake{{"check", "--url", "", leaf}, "--url"},
              Mistake{{"check", "--issuer", "", leaf}, "--issuer"},
              Mistake{{"check", "--hash", "sha257", leaf}, "sha257"},
@@ -94,9 +102,9 @@ TEST_F(CommandLine, ReportsMistakesInOneLine) {
              Mistake{{"check", leaf, "-vh"}, "./-vh"},
              Mistake{{"check", "--json", "--version"}, "./--version"},
              Mistake{{"show"}, "FILE"},
-             Mistake{{"request", leaf}, "--output"},
+             Mistake{{"request", leaf}, "--output is missing; give -o, --output FILE"},
              Mistake{{"request", "-o", "", leaf}, "--output"},
-             Mistake{{"verify", leaf, leaf}, "not expected"},
+             Mistake{{"verify", leaf, leaf}, "one argument too many"},
          }) {
         expectMistake(Command::plain(row.arguments), row.words);
     }

@@ -134,7 +134,7 @@ TEST_F(Request, ReportsAFailureInOneLineAndLeavesNoFile) {
     for (const Row& row : {
              Row{{"--sign", signer}, 64, "--key"},
              Row{{"--sign", key}, 64, "PRIVATE KEY"},
-             Row{{"--sign", signer, "--key", foreign}, 3, "not that of the certificate"},
+             Row{{"--sign", signer, "--key", foreign}, 3, "does not fit the certificate"},
              Row{{"--sign", signer, "--key", "missing"}, 3, "no private key"},
              Row{{"--sign", signer, "--key", "nonsense:x"}, 3, "scheme"},
              Row{{"--sign", signer, "--key", locked}, 3, "PIN"},

@@ -98,8 +98,8 @@ TEST_F(Store, ReportsUnusableInputInOneLine) {
     const std::string key = tallow.file("key.pem", certs().good.key.pem());
     tallow.file("user/file", std::string("in the way"));
     for (const Mistake& row : {
-             Mistake{{"store", "list", "../ROOT"}, "no name of a store"},
-             Mistake{{"store", "list", ".ROOT"}, "no name of a store"},
+             Mistake{{"store", "list", "../ROOT"}, "not the name of a store"},
+             Mistake{{"store", "list", ".ROOT"}, "not the name of a store"},
              Mistake{{"store", "list", ""}, "empty"},
              Mistake{{"store", "list", "file"}, "cannot be read"},
              Mistake{{"store", "add", "ROOT", leaf}, "no root"},
@@ -108,7 +108,9 @@ TEST_F(Store, ReportsUnusableInputInOneLine) {
              Mistake{{"store", "add", "file", leaf}, "nothing was added"},
              Mistake{{"store", "remove", "CA", leaf}, "is not in the store"},
              Mistake{{"store", "add", "CA"}, "FILE"},
-             Mistake{{"store", "--machine"}, "subcommand"},
+             Mistake{{"store", "--machine"}, "options follow the command"},
+             Mistake{{"store", "add", "Rot", root}, "did you mean ROOT?"},
+             Mistake{{"store", "list", "new"}, "make the directory"},
          }) {
         expectMistake(tallow.with(row.arguments), row.words);
     }

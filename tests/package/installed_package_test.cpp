@@ -148,6 +148,16 @@ TEST_F(InstalledPackage, ServesTheExamplesThatAsk) {
     }
 }
 
+TEST_F(InstalledPackage, HasManualPagesAndCompletions) {
+    std::vector<std::string> files{"bash-completion/completions/tallow", "zsh/site-functions/_tallow"};
+    if (run({"sh", "-c", "command -v scdoc"}).exitStatus == 0) {
+        files.insert(files.end(), {"man/man1/tallow-check.1", "man/man5/tallow.toml.5", "man/man7/tallow-statuses.7"});
+    }
+    for (const std::string& file : files) {
+        EXPECT_TRUE(std::filesystem::exists(prefix() + "/share/" + file)) << file;
+    }
+}
+
 // Another program carries request and response: openssl here, through named pipes.
 TEST_F(InstalledPackage, ServesTheExampleWithOwnHttp) {
     const Responder responder = InstalledPackage::responder();

@@ -1,0 +1,84 @@
+# Completion of tallow's command line for bash.
+
+# What may follow an option that takes a value: the words to choose from in COMPREPLY.
+_tallow_value() {
+    local option=$1 cur=$2
+    case $option in
+        --nonce) COMPREPLY=($(compgen -W 'require try off' -- "$cur")) ;;
+        --color) COMPREPLY=($(compgen -W 'auto always never' -- "$cur")) ;;
+        --starttls) COMPREPLY=($(compgen -W 'smtp imap pop3 ftp ldap xmpp postgres mysql' -- "$cur")) ;;
+        --hash) COMPREPLY=($(compgen -W 'sha1 sha256 sha384 sha512' -- "$cur")) ;;
+        --include) COMPREPLY=($(compgen -W 'none signer chain chain-root policy' -- "$cur")) ;;
+        --connect | --servername) COMPREPLY=($(compgen -A hostname -- "$cur")) ;;
+        --issuer | --proxy-password-file | --trust | --certs | --crl | --save-request | --save-response | --settings | \
+            --sign | --key | --pin-file | --output | -o | --request | --cert) _tallow_files "$cur" ;;
+        --url | --proxy | --proxy-user | --timeout | --max-age | --at) COMPREPLY=() ;;
+        *) return 1 ;;
+    esac
+}
+
+_tallow_files() {
+    compopt -o filenames 2>/dev/null
+    mapfile -t COMPREPLY < <(compgen -f -- "$1")
+}
+
+_tallow() {
+    local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
+    local commands='check request send verify verify-request show store settings explain help'
+    local settings='--settings --trace --help --version' trust='--trust --certs --crl' output='--json --jsonl --verbose --color'
+    local network='--proxy --proxy-user --proxy-password-file --timeout' asking='--issuer --hash --nonce --no-nonce'
+    COMPREPLY=()
+    if ((COMP_CWORD == 1)); then
+        COMPREPLY=($(compgen -W "$commands --help --version" -- "$cur"))
+        return
+    fi
+    # bash splits --nonce=try into three words.
+    if [[ $cur == = ]]; then
+        cur=
+    elif [[ $prev == = ]]; then
+        prev=${COMP_WORDS[COMP_CWORD - 2]}
+    fi
+    _tallow_value "$prev" "$cur" && return
+    if [[ $cur == -* ]]; then
+        local options
+        case $command in
+            check)
+                options="--connect --starttls --servername --chain --url --max-age --verify-chain --save-request"
+                options+=" --save-response $asking $network $trust $output $settings"
+                ;;
+            request) options="--sign --key --pin-file --include --output $asking $settings" ;;
+            send) options="--url --output $network $settings" ;;
+            verify) options="--request --cert --issuer --at --max-age $trust $output $settings" ;;
+            verify-request) options="$trust --json $settings" ;;
+            show) options='--json --help --version' ;;
+            store)
+                case ${COMP_WORDS[2]} in
+                    list) options='--machine --json --settings --trace --help' ;;
+                    add | remove) options='--machine --settings --trace --help' ;;
+                    *) options='--help --version' ;;
+                esac
+                ;;
+            settings) options="--check --json $settings" ;;
+            explain) options='--help --version' ;;
+            help) options='--help' ;;
+        esac
+        COMPREPLY=($(compgen -W "$options" -- "$cur"))
+        return
+    fi
+    case $command in
+        store)
+            if ((COMP_CWORD == 2)); then
+                COMPREPLY=($(compgen -W 'list add remove' -- "$cur"))
+            elif ((COMP_CWORD == 3)); then
+                COMPREPLY=($(compgen -W 'ROOT CA My AddressBook Trust TrustedPeople' -- "$cur"))
+            else
+                _tallow_files "$cur"
+            fi
+            ;;
+        explain) COMPREPLY=($(compgen -W "$("${COMP_WORDS[0]}" explain 2>/dev/null | cut -d ' ' -f 2 | tr -d :)" -- "$cur")) ;;
+        help) COMPREPLY=($(compgen -W "$commands" -- "$cur")) ;;
+        *) _tallow_files "$cur" ;;
+    esac
+}
+
+complete -F _tallow tallow
