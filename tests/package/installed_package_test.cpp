@@ -46,6 +46,7 @@ protected:
         folder_->write("ca.der", ca_.certificate);
         folder_->write("root.crl", makeCrl(root_, {}));
         folder_->write("home/tallow/stores/ROOT/root.pem", root_.certificatePem());
+        folder_->write("home/tallow/stores/CA/ca.pem", ca_.certificatePem());
         folder_->write("home/tallow/stores/CA/root.crl", makeCrl(root_, {}));
     }
     static void TearDownTestSuite() { folder_.reset(); }
@@ -119,7 +120,7 @@ TEST_F(InstalledPackage, ServesTheExamplesThatAsk) {
     const std::string good = "The certificate CN=subject is good (thisUpdate ";
     const std::string revoked = "The certificate CN=subject is revoked since ";
     const Row rows[] = {
-        {"check", {example("check")}, {file("ca.pem")}, good, revoked},
+        {"check", {example("check")}, {file("root.pem")}, good, revoked},
         {"own roots", {example("own-roots"), file("root.pem"), file("ca.pem"), file("root.crl")}, {}, good, revoked},
         {"evidence",
          {example("evidence"), file("root.pem"), file("root.crl")},
