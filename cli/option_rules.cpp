@@ -107,7 +107,7 @@ std::string mistakeIn(const CommandOptions& options) {
     if (check != nullptr && check->certificates.empty() && check->server.address.empty()) {
         return "CERT is missing; name a file with a certificate, or a server with --connect";
     }
-    const std::string mistake = mistakeInStreams(options);
+    std::string mistake = mistakeInStreams(options);
     const auto* send = std::get_if<SendOptions>(&options);
     if (!mistake.empty() || (check == nullptr && send == nullptr)) {
         return mistake;
