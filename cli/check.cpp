@@ -13,7 +13,6 @@
 #include "cli/network.h"
 #include "cli/output_file.h"
 #include "cli/run_inputs.h"
-#include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
 
@@ -85,20 +84,17 @@ public:
         if (!checker_) {
             checker_.emplace(inputs_.trust(), optionsOf(options_, inputs_, network_));
         }
-        judge(*checker_, inputs_, encodingOf(certificate), certificate, result);
+        judge(*checker_, encodingOf(certificate), inputs_.issuerOf(certificate), result);
     }
 
     // With the time limit of these options, and more certificates for the chain.
     void check(const CheckOptions& options, const RunInputs& inputs, Input der, CheckResult& result) {
-        const ATL2::CCertContext certificate = ATL2::CCertContext::adopt(CertCreateCertificateContext(
-            X509_ASN_ENCODING, der.bytes.data(), static_cast<DWORD>(der.bytes.size())));
-        judge(Checker(inputs.trust(), optionsOf(options, inputs, network_)), inputs, der, certificate, result);
+        judge(Checker(inputs.trust(), optionsOf(options, inputs, network_)), der, inputs.issuerOf(der), result);
     }
 
 private:
-    void judge(const Checker& checker, const RunInputs& inputs, Input der, const ATL2::CCertContext& certificate,
-               CheckResult& result) {
-        const Verdict verdict = checker.check(der, certificate ? inputs.issuerOf(certificate) : std::string_view());
+    void judge(const Checker& checker, Input certificate, Input issuer, CheckResult& result) {
+        const Verdict verdict = checker.check(certificate, issuer);
         fill(result, verdict);
         if (options_.verifyChain && verdict.answer != Answer::kUnproven) {
             result.chain = verdict.isChainValid ? "valid" : "invalid";

@@ -174,6 +174,12 @@ Input RunInputs::issuerOf(const ATL2::CCertContext& certificate) const {
     return encodingOf(named == issuers_.end() ? issuers_.front() : *named);
 }
 
+Input RunInputs::issuerOf(Input der) const {
+    const ATL2::CCertContext certificate = ATL2::CCertContext::adopt(
+        CertCreateCertificateContext(X509_ASN_ENCODING, der.bytes.data(), static_cast<DWORD>(der.bytes.size())));
+    return certificate ? issuerOf(certificate) : Input(std::string_view());
+}
+
 void RunInputs::add(const std::vector<ATL2::CCertContext>& certificates, const std::vector<std::string>& crls) {
     std::string pem;
     for (const ATL2::CCertContext& certificate : certificates) {

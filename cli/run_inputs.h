@@ -21,6 +21,8 @@ public:
     /// The given issuer in DER; empty when none was given. Of several in its file the one that the certificate names,
     /// else the first.
     Input issuerOf(const ATL2::CCertContext& certificate) const;
+    /// The same for a certificate in DER; empty as well when it cannot be read.
+    Input issuerOf(Input der) const;
     /// Dotted text; empty when no hash was given.
     const std::string& hashOid() const { return hashOid_; }
 

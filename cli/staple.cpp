@@ -84,7 +84,8 @@ Staple stapleOf(const CheckOptions& options, const RunInputs& inputs, const Serv
     Stored stored;
     stored.certificate = Input(sent.chain.front().der);
     const Bytes& found = verdict.evidence.issuerCertificate;
-    if (const Input issuer = found.empty() ? inputs.issuer() : Input(found); !issuer.bytes.empty()) {
+    if (const Input issuer = found.empty() ? inputs.issuerOf(sent.chain.front().der) : Input(found);
+        !issuer.bytes.empty()) {
         stored.issuer = issuer;
     }
     const Checker checker(inputs.trust(), {.maxAge = options.maxAge, .useCache = true});
