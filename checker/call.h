@@ -45,6 +45,15 @@ public:
 
     /// What the service told so far.
     const Notes& notes() const { return notes_; }
+    /// The notes about chains begin anew.
+    void startChain() { notes_.startChain(); }
+
+    /// What the verdict is made from, filled on the way; without downloads.
+    Evidence& evidence() { return evidence_; }
+    /// The chain of a signer whose response got this far; of several responses the one that got furthest counts.
+    void keepSignerChain(std::vector<ChainLink> chain, Step reached);
+    /// The whole evidence; the call has none afterwards.
+    Evidence takeEvidence() noexcept;
 
     /// A certificate of this call only, for issuers and chains.
     void add(const ATL2::CCertContext& certificate);
@@ -53,6 +62,8 @@ public:
 
     /// The time of the verdict.
     Orvane::CDateTime now() const;
+    /// Whether addresses in certificates may be contacted.
+    bool mayDownload() const { return (record_.dwFlags & CRYPTO_CHECK_NO_DOWNLOADS) == 0; }
     bool isPast() const { return purpose_.at.has_value(); }
     std::chrono::steady_clock::time_point deadline() const { return deadline_; }
     bool isOver() const { return std::chrono::steady_clock::now() >= deadline_; }
@@ -72,6 +83,8 @@ private:
     std::optional<Orvane::PKI::OCSP::Client::CRequest> request_;
     std::wstring proxy_;
     Notes notes_;
+    Evidence evidence_;
+    Step signerReached_ = Step::kInput;
     FILETIME time_{};
     CRYPTO_CHECK record_{};
 };
