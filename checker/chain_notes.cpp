@@ -1,19 +1,15 @@
 #include "checker/chain_notes.h"
 
 #include <algorithm>
+#include <chrono>
 
 #include "asn1/codec/tlv_reader.h"
-#include "asn1/text/time_choice.h"
 #include "checker/text/safe_text.h"
-#include "checker/text/times.h"
-#include "foundation/blob.h"
-#include "handles/exception.h"
 
 namespace tallow {
 
 namespace {
 
-using Orvane::ASN1::CTimeChoice;
 using Orvane::ASN1::Octets;
 using Orvane::ASN1::TlvElement;
 using Orvane::ASN1::TlvReader;
@@ -43,19 +39,32 @@ NotedCertificate noted(const _CERT_CONTEXT* context) {
     return certificate;
 }
 
+// YYMMDDHHMMSSZ or YYYYMMDDHHMMSSZ (RFC 5280, 5.1.2.4). A CRL with another form decides nothing.
 std::optional<Time> timeOf(const std::optional<TlvElement>& element) {
     constexpr std::uint32_t kUtcTime = 23;
     constexpr std::uint32_t kGeneralizedTime = 24;
     if (!element || (element->tag != kUtcTime && element->tag != kGeneralizedTime)) {
         return std::nullopt;
     }
-    try {
-        CTimeChoice time;
-        time.decode(Orvane::CBlob(element->whole.data(), element->whole.size()));
-        return text::timeOf(*time.get_time());
-    } catch (const ATL::CAtlException&) {
+    const Octets digits = element->content;
+    const std::size_t sizeYear = element->tag == kUtcTime ? 2 : 4;
+    if (digits.size() != sizeYear + 11 ||
+        !std::all_of(digits.begin(), digits.end() - 1, [](unsigned char c) { return c >= '0' && c <= '9'; })) {
         return std::nullopt;
     }
+    const auto pair = [&digits](std::size_t at) { return (digits[at] - '0') * 10 + (digits[at + 1] - '0'); };
+    const int shortYear = pair(sizeYear - 2);
+    const int century = sizeYear == 4 ? pair(0) * 100 : shortYear >= 50 ? 1900 : 2000;
+    const std::chrono::year_month_day date{std::chrono::year(century + shortYear),
+                                           std::chrono::month(static_cast<unsigned>(pair(sizeYear))),
+                                           std::chrono::day(static_cast<unsigned>(pair(sizeYear + 2)))};
+    constexpr int kFirstYear = 1970;
+    constexpr int kLastYear = 2200;  // of what Time can express
+    if (!date.ok() || date.year() < std::chrono::year(kFirstYear) || date.year() > std::chrono::year(kLastYear)) {
+        return std::nullopt;
+    }
+    return std::chrono::sys_days(date) + std::chrono::hours(pair(sizeYear + 4)) +
+           std::chrono::minutes(pair(sizeYear + 6)) + std::chrono::seconds(pair(sizeYear + 8));
 }
 
 // TBSCertList ::= SEQUENCE { version OPTIONAL, signature, issuer, thisUpdate, nextUpdate OPTIONAL, ... }
@@ -124,7 +133,7 @@ void ChainNotes::takeCrl(const CRYPTO_NOTE& note) {
     Lookup& lookup = lookups_.emplace_back();
     lookup.certificate = bytesOf(note.pCertificate->pbCertEncoded, note.pCertificate->cbCertEncoded);
     lookup.found.revocation = note.dwError;
-    lookup.found.reason = text::safeLine(note.szReason);
+    lookup.found.reason = *note.szReason == 0 ? std::string() : text::safeLine(note.szReason);
     readCrl(note, lookup.found);
 }
 
