@@ -123,6 +123,18 @@ void Call::add(const ATL2::CCertContext& certificate) {
     tallow::add(own_, certificate);
 }
 
+void Call::keepSignerChain(std::vector<ChainLink> chain, Step reached) {
+    if (reached >= signerReached_) {
+        evidence_.signerChain = std::move(chain);
+        signerReached_ = reached;
+    }
+}
+
+Evidence Call::takeEvidence() noexcept {
+    evidence_.downloads = notes_.takeDownloads();
+    return std::move(evidence_);
+}
+
 CDateTime Call::now() const {
     return purpose_.at ? text::dateOf(*purpose_.at) : CDateTime::Now();
 }

@@ -49,6 +49,15 @@ public:
 
     /// The proxy in use; empty for none. May contain a login.
     const std::wstring& proxy() const { return proxy_; }
+    /// The notes about chains begin anew.
+    void startChain() { notes_.startChain(); }
+
+    /// What the verdict is made from, filled on the way; without downloads.
+    Evidence& evidence() { return evidence_; }
+    /// The chain of a signer whose response got this far; of several responses the one that got furthest counts.
+    void keepSignerChain(std::vector<ChainLink> chain, Step reached);
+    /// The whole evidence; the call has none afterwards.
+    Evidence takeEvidence() noexcept;
 
     /// A certificate of this call only, for issuers and chains.
     void add(const ATL2::CCertContext& certificate);
@@ -57,6 +66,8 @@ public:
 
     /// The time of the verdict.
     Orvane::CDateTime now() const;
+    /// Whether addresses in certificates may be contacted.
+    bool mayDownload() const { return (record_.dwFlags & CRYPTO_CHECK_NO_DOWNLOADS) == 0; }
     bool isPast() const { return purpose_.at.has_value(); }
     std::chrono::steady_clock::time_point deadline() const { return deadline_; }
     /// How long the call may take in all.
@@ -79,6 +90,8 @@ private:
     std::wstring proxy_, proxyLogin_;
     std::chrono::milliseconds timeout_{0};
     Notes notes_;
+    Evidence evidence_;
+    Step signerReached_ = Step::kInput;
     FILETIME time_{};
     CRYPTO_CHECK record_{};
 };

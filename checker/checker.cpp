@@ -5,14 +5,18 @@
 
 #include "checker/asking.h"
 #include "checker/call.h"
+#include "checker/chain_text.h"
 #include "checker/input.h"
 #include "checker/judge.h"
 #include "checker/policy_reason.h"
 #include "checker/question_impl.h"
 #include "checker/rules/chain_rules.h"
+#include "checker/rules/issuer_rules.h"
 #include "checker/subject.h"
+#include "checker/text/certificate_text.h"
 #include "checker/text/safe_text.h"
 #include "checker/text/status_text.h"
+#include "checker/text/times.h"
 #include "checker/trust_impl.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -38,6 +42,19 @@ void fill(Verdict& verdict, Run run) {
     }
 }
 
+// Evidence belongs to every verdict, also to one that fails.
+class EvidenceFor {
+public:
+    EvidenceFor(Call& call, Verdict& verdict) : call_(call), verdict_(verdict) {}
+    ~EvidenceFor() { verdict_.evidence = call_.takeEvidence(); }
+    EvidenceFor(const EvidenceFor&) = delete;
+    EvidenceFor& operator=(const EvidenceFor&) = delete;
+
+private:
+    Call& call_;
+    Verdict& verdict_;
+};
+
 CertificateToCheck readTarget(Call& call, Input certificate, Input issuer, Verdict& verdict, Rule& rule) {
     rule = Rule::kCertificate;
     CertificateToCheck target = readCertificate(call, certificate, verdict);
@@ -52,12 +69,15 @@ void verifyChain(Call& call, const CertificateToCheck& target, Verdict& verdict)
     if (!call.checker().options.verifyChain || verdict.answer == Answer::kUnproven) {
         return;
     }
-    const std::optional<Rejection> rejection = rejectionOf(
+    call.startChain();
+    std::optional<Rejection> rejection = rejectionOf(
         Rule::kChain, [&] { return rules::rejectChain(target.certificate.get(), call.store(), call.now()); });
+    call.evidence().certificateChain = linksOf(call);
     verdict.isChainValid = !rejection;
     if (!rejection) {
         return;
     }
+    rejection = explainChain(call, *rejection, nullptr);
     if (verdict.answer == Answer::kRevoked) {
         verdict.cause = rules::nameOf(rejection->rule) + (": " + reasonOf(*rejection));
         return;
@@ -65,6 +85,12 @@ void verifyChain(Call& call, const CertificateToCheck& target, Verdict& verdict)
     verdict.unverified = std::move(verdict.response);
     verdict.response.clear();
     reject(verdict, *rejection);
+}
+
+void limitTo(Verdict& verdict, Time when) {
+    if (verdict.answer == Answer::kUnproven) {
+        verdict.cause += " (not proven at that time, " + text::iso8601(when) + ")";
+    }
 }
 
 namespace {
@@ -163,13 +189,34 @@ Checker::Checker(const Trust& trust, Options options) {
     });
 }
 
+namespace {
+
+std::string hashOidOf(const Orvane::PKI::OCSP::Client::CRequest& request) {
+    return request.get_SRCertID(0).get_hashAlgorithm().get_algorithm();
+}
+
+// Roots name no responder, and a missing address is not the reason why there is none.
+void explainRoot(const CertificateToCheck& target, Verdict& verdict) {
+    if (verdict.status == status::kNoResponder &&
+        !rules::rejectIssuer(target.certificate.get(), target.certificate.get())) {
+        verdict.cause = "choosing a responder: root certificates have no OCSP responder: " +
+                        text::certificateNamed(target.certificate.get()) +
+                        " is self-signed; check the certificates that it issued";
+    }
+}
+
+}  // namespace
+
 Verdict checkCertificate(const CheckerData& checker, Input certificate, Input issuer, std::optional<Nonce> nonce) {
     Verdict verdict;
     fill(verdict, [&](Rule& rule) {
         Call call(checker, {});
+        const EvidenceFor evidence(call, verdict);
         const CertificateToCheck target = readTarget(call, certificate, issuer, verdict, rule);
         rule = Rule::kRequest;
         Asking(call, target, nonce.value_or(nonceOf(call)), verdict).run();
+        call.evidence().hashOid = hashOidOf(call.request());
+        explainRoot(target, verdict);
         verifyChain(call, target, verdict);
     });
     return verdict;
@@ -204,6 +251,7 @@ Question Checker::ask(Input certificate, Input issuer) const {
         using Orvane::PKI::OCSP::Client::ResponderExchange;
         ResponderExchange exchange = namingPolicy(call.request(), [&] { return ResponderExchange(call.request()); });
         question->request = bytesOf(exchange.encoded());
+        question->hashOid = hashOidOf(call.request());
         question->nonce = {nonce == Nonce::kOff ? Orvane::CBlob() : ResponderExchange::nonceOf(call.request()),
                            nonce == Nonce::kRequire, true};
         question->responders = data_->options.responders;
@@ -227,7 +275,10 @@ Verdict Checker::judge(const Question& question, Input answer) const {
     verdict.request = question.impl_->request;
     fill(verdict, [&](Rule& rule) {
         Call call(*data_, {});
+        const EvidenceFor evidence(call, verdict);
         rule = Rule::kForm;
+        noteIssuer(call, question.impl_->target);
+        call.evidence().hashOid = question.impl_->hashOid;
         call.add(question.impl_->target.issuer);
         for (const ATL2::CCertContext& above : question.impl_->target.above) {
             call.add(above);
@@ -241,10 +292,12 @@ Verdict Checker::provedAt(Time when, Input certificate, Input issuer, Input answ
     Verdict verdict;
     fill(verdict, [&](Rule& rule) {
         Call call(*data_, {.at = when, .isOffline = true});
+        const EvidenceFor evidence(call, verdict);
         const CertificateToCheck target = readTarget(call, certificate, issuer, verdict, rule);
         rule = Rule::kForm;
         examine(call, target, {}, answer, verdict);
     });
+    limitTo(verdict, when);
     return verdict;
 }
 

@@ -4,6 +4,7 @@
 #include <new>
 
 #include "checker/attempt_text.h"
+#include "checker/chain_text.h"
 #include "checker/input.h"
 #include "checker/rules/issuer_rules.h"
 #include "checker/rules/response_form.h"
@@ -96,6 +97,16 @@ Authority authorityOf(const _CERT_CONTEXT* signer, const _CERT_CONTEXT* issuer, 
     const bool isListed = hasPolicy && client::IsOCSPAuthorized(signer) != 0;
     const bool isDelegate = issuer != nullptr ? !rules::rejectIssuer(signer, issuer) : !isListed;
     return isDelegate ? Authority::kDelegate : Authority::kPolicy;
+}
+
+// Of a signer whose chain is valid: it answers for another CA.
+std::string notAuthorised(const _CERT_CONTEXT* signer, const _CERT_CONTEXT* issuer) {
+    const std::string wanted = issuer == nullptr ? "of the certificate" : text::safeLine(text::subjectOf(issuer));
+    const std::string given = text::safeLine(text::issuerNameOf(signer));
+    const bool isSameName = issuer != nullptr && given == wanted;
+    return "the signer is not authorised: " + text::certificateNamed(signer) + " was issued by " +
+           (isSameName ? "another CA of the same name, " + given : given) + ", not by the issuer " + wanted +
+           (isSameName ? " that issued the certificate" : "") + "; ask the operator of the responder";
 }
 
 }  // namespace
@@ -211,11 +222,17 @@ std::optional<Rejection> Examination::prove(const Orvane::CBlob& bytes) {
         return rejection;
     }
     void* stores[] = {call_.store()};
-    rules::Proof proof = rules::proveSigner(response_, stores, 1);
+    call_.startChain();
+    rules::Proof proof = rules::proveSigner(response_, stores);
     signer_ = proof.signer;
     reached_ = proof.rejection ? stepOf(proof.rejection->rule) : Step::kSigner;
+    if (!proof.rejection || proof.rejection->rule == Rule::kSigner) {
+        call_.keepSignerChain(linksOf(call_), proof.rejection ? Step::kSigner : Step::kEntry);
+    }
     if (proof.rejection) {
-        return std::move(proof.rejection);
+        const CDateTime producedAt = response_.get_ProducedAt();
+        return proof.rejection->rule == Rule::kSigner ? explainChain(call_, *proof.rejection, &producedAt)
+                                                      : std::move(*proof.rejection);
     }
     return rejectionOf(Rule::kEntry, [this]() -> std::optional<Rejection> {
         entries_ = rules::EntryTable(response_);
@@ -270,6 +287,9 @@ std::optional<Rejection> Examination::answer(const rules::Subject& subject, Verd
     reached_ = Step::kEntry;
     std::variant<rules::Finding, Rejection> found = rules::findingOn(response_, entries_, subject, clock());
     if (auto* rejection = std::get_if<Rejection>(&found)) {
+        if (rejection->code == status::kWrongUsage && rejection->text.empty()) {
+            rejection->text = notAuthorised(signer_, subject.issuer);
+        }
         return std::move(*rejection);
     }
     const rules::Finding& finding = std::get<rules::Finding>(found);

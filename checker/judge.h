@@ -80,6 +80,9 @@ rules::Rejection caughtRejection(rules::Rule rule);
 /// Marks a verdict as unproven for this reason.
 void reject(Verdict& verdict, const rules::Rejection& rejection);
 
+/// Adds to the cause of an unproven verdict that this time was asked about.
+void limitTo(Verdict& verdict, Time when);
+
 /// The status that goes with an answer: 0 for good.
 std::int32_t statusOf(Answer answer);
 

@@ -41,8 +41,19 @@ void Notes::beginExchange() {
 
 void Notes::take(void* context, const CRYPTO_NOTE* note) noexcept {
     try {
-        if (note->dwKind == CRYPTO_NOTE_DOWNLOAD) {
-            static_cast<Notes*>(context)->takeDownload(*note);
+        auto& notes = *static_cast<Notes*>(context);
+        switch (note->dwKind) {
+            case CRYPTO_NOTE_DOWNLOAD:
+                notes.takeDownload(*note);
+                break;
+            case CRYPTO_NOTE_CRL:
+                notes.chain_.takeCrl(*note);
+                break;
+            case CRYPTO_NOTE_CHAIN:
+                notes.chain_.takeChain(*note->pChain);
+                break;
+            default:
+                break;
         }
     } catch (const std::bad_alloc&) {
         // A message will say less; the verdict is the same.

@@ -2,8 +2,10 @@
 #pragma once
 
 #include <string>
+#include <utility>
 #include <vector>
 
+#include "checker/chain_notes.h"
 #include "checker/checker.h"
 #include "platform/crypto/crypto_service.h"
 
@@ -16,6 +18,12 @@ public:
     static void take(void* context, const CRYPTO_NOTE* note) noexcept;
 
     const std::vector<Download>& downloads() const { return downloads_; }
+    std::vector<Download> takeDownloads() noexcept { return std::move(downloads_); }
+
+    /// The last chain since startChain.
+    const ChainNotes& chain() const { return chain_; }
+    void startChain() { chain_ = ChainNotes(); }
+
     /// The failure of the last exchange with a responder in words of the network or TLS library; empty for none.
     const std::string& exchangeFailure() const { return exchangeFailure_; }
     /// Whether the proxy failed in that exchange.
@@ -29,6 +37,7 @@ private:
     void takeDownload(const CRYPTO_NOTE& note);
 
     std::vector<Download> downloads_;
+    ChainNotes chain_;
     std::string exchangeFailure_;
     bool hasProxyFailed_ = false;
     int exchangeStatus_ = 0;

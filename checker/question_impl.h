@@ -13,6 +13,7 @@ namespace tallow {
 struct Question::Impl {
     CertificateToCheck target;
     Bytes request;
+    std::string hashOid;
     NonceRule nonce;
     std::vector<std::string> responders;
 };

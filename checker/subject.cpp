@@ -2,10 +2,10 @@
 
 #include <algorithm>
 
+#include "checker/chain_text.h"
 #include "checker/input.h"
 #include "checker/rules/issuer_rules.h"
 #include "checker/text/certificate_text.h"
-#include "checker/text/status_text.h"
 #include "handles/status.h"
 
 namespace tallow {
@@ -16,6 +16,11 @@ bool isIssuerByName(const ATL2::CCertContext& issuer, const ATL2::CCertContext& 
     const CERT_NAME_BLOB& name = issuer->pCertInfo->Subject;
     const CERT_NAME_BLOB& wanted = certificate->pCertInfo->Issuer;
     return std::equal(name.pbData, name.pbData + name.cbData, wanted.pbData, wanted.pbData + wanted.cbData);
+}
+
+bool isSame(const ATL2::CCertContext& left, const ATL2::CCertContext& right) {
+    return std::equal(left->pbCertEncoded, left->pbCertEncoded + left->cbCertEncoded, right->pbCertEncoded,
+                      right->pbCertEncoded + right->cbCertEncoded);
 }
 
 // The certificate to check is the first. A chain in the opposite order would give a verdict on its root.
@@ -70,17 +75,31 @@ void findIssuer(Call& call, CertificateToCheck& target, Input issuer) {
             throw BadInput(rejection->code, reasonOf(*rejection));
         }
         found = std::move(given.front());
-    } else {
-        found = rules::issuerIn(call.store(), certificate.get());
-        if (!found) {
-            found = rules::findIssuer(call.store(), certificate.get());
-        }
+        target.issuerSource = IssuerSource::kGiven;
+    } else if ((found = rules::issuerIn(call.store(), certificate.get()))) {
+        const bool isGiven = std::any_of(target.above.begin(), target.above.end(),
+                                         [&found](const auto& one) { return isSame(one, found); });
+        target.issuerSource = isGiven ? IssuerSource::kGiven : IssuerSource::kTrust;
+    } else if ((found = rules::findIssuer(call.store(), certificate.get()))) {
+        const std::vector<Download>& downloads = call.notes().downloads();
+        const bool isDownloaded = std::any_of(downloads.begin(), downloads.end(), [](const Download& download) {
+            return download.content == Download::Content::kIssuer && download.status == status::kOk;
+        });
+        target.issuerSource = isDownloaded ? IssuerSource::kDownloaded : IssuerSource::kStore;
     }
     if (!found) {
-        throw BadInput(status::kNoSigner, text::statusText(status::kNoSigner));
+        throw BadInput(status::kNoSigner, missingIssuer(call, certificate.get()));
     }
     call.add(found);  // usually part of the responder's chain
     target.issuer = std::move(found);
+    noteIssuer(call, target);
+}
+
+void noteIssuer(Call& call, const CertificateToCheck& target) {
+    Evidence& evidence = call.evidence();
+    evidence.issuer = text::subjectOf(target.issuer.get());
+    evidence.issuerCertificate = encodingOf(target.issuer);
+    evidence.issuerSource = target.issuerSource;
 }
 
 }  // namespace tallow

@@ -14,6 +14,7 @@ struct CertificateToCheck {
     ATL2::CCertContext certificate;
     ATL2::CCertContext issuer;
     std::vector<ATL2::CCertContext> above;  // more certificates that were passed with it
+    IssuerSource issuerSource = IssuerSource::kNone;
 
     /// What entries are compared with. Throws what CCertID throws.
     [[nodiscard]] rules::Subject subject() const { return rules::subjectFor(certificate.get(), issuer.get()); }
@@ -27,6 +28,9 @@ CertificateToCheck readCertificate(Call& call, Input certificate, Verdict& verdi
 /// the rules of the call permit. It becomes part of the call. Throws BadInput when there is none, or when the given one
 /// did not sign the certificate.
 void findIssuer(Call& call, CertificateToCheck& target, Input issuer);
+
+/// Writes the issuer into the evidence of the call.
+void noteIssuer(Call& call, const CertificateToCheck& target);
 
 /// Writes subject and serial number into the verdict.
 void name(Verdict& verdict, const _CERT_CONTEXT* certificate);

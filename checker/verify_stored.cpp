@@ -38,6 +38,7 @@ private:
     void readTarget();
     std::vector<rules::Subject> subjects(const Orvane::PKI::OCSP::Client::CResponse& response) const;
     Verdict verdictOn(const rules::Subject& subject) const;
+    void addEvidence(std::vector<Verdict>& verdicts);
 
     const Stored& stored_;
     Call call_;
@@ -135,6 +136,7 @@ std::vector<Verdict> StoredResponse::verdictsOn(Input answer) {
     if (verdicts.empty()) {
         reject(verdicts.emplace_back(named_), *rejection);
     }
+    addEvidence(verdicts);
     // Once each: an answer may have thousands of entries.
     const auto proven = std::find_if(verdicts.begin(), verdicts.end(),
                                      [](const Verdict& verdict) { return verdict.answer != Answer::kUnproven; });
@@ -147,28 +149,42 @@ std::vector<Verdict> StoredResponse::verdictsOn(Input answer) {
     return verdicts;
 }
 
+// An answer may have thousands of entries, and hostile certificates long names.
+void StoredResponse::addEvidence(std::vector<Verdict>& verdicts) {
+    constexpr std::size_t kMostWithEvidence = 16;
+    Evidence evidence = call_.takeEvidence();
+    if (request_) {
+        evidence.hashOid = request_->get_SRCertID(0).get_hashAlgorithm().get_algorithm();
+    }
+    for (std::size_t i = 0; i < std::min(verdicts.size(), kMostWithEvidence); ++i) {
+        verdicts[i].evidence = evidence;
+    }
+}
+
 }  // namespace
 
 std::vector<Verdict> Checker::verify(Input answer, const Stored& stored) const {
     Rule rule = Rule::kPolicy;
+    std::vector<Verdict> verdicts;
     try {
         StoredResponse response(*data_, stored);
         rule = Rule::kRequest;
         response.readStored();
         rule = Rule::kForm;
-        std::vector<Verdict> verdicts = response.verdictsOn(answer);
-        for (Verdict& verdict : verdicts) {
-            if (verdict.answer == Answer::kUnproven) {
-                nameBrokenSettings(verdict.cause);
-            }
-        }
-        return verdicts;
+        verdicts = response.verdictsOn(answer);
     } catch (...) {
-        std::vector<Verdict> verdicts(1);
+        verdicts.resize(1);
         reject(verdicts.front(), caughtRejection(rule));
-        nameBrokenSettings(verdicts.front().cause);
-        return verdicts;
     }
+    for (Verdict& verdict : verdicts) {
+        if (stored.at) {
+            limitTo(verdict, *stored.at);
+        }
+        if (verdict.answer == Answer::kUnproven) {
+            nameBrokenSettings(verdict.cause);
+        }
+    }
+    return verdicts;
 }
 
 }  // namespace tallow

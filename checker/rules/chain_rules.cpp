@@ -1,11 +1,9 @@
 #include "checker/rules/chain_rules.h"
 
 #include <algorithm>
-#include <string>
 
 #include "checker/rules/chain.h"
-#include "checker/text/certificate_text.h"
-#include "checker/text/times.h"
+#include "checker/rules/chain_faults.h"
 #include "foundation/date_time.h"
 #include "handles/status.h"
 
@@ -13,71 +11,15 @@ namespace tallow::rules {
 
 namespace {
 
-std::string named(const _CERT_CONTEXT* certificate) {
-    const std::string subject = text::subjectOf(certificate);
-    return "certificate " + (subject.empty() ? "with serial number " + text::serialOf(certificate) : subject) + ' ';
-}
-
-// Bits of a trust status, and the words for them.
-struct Fault {
-    DWORD bits;
-    std::int32_t code;
-    const char* text;
-};
-constexpr DWORD kNameConstraints = CERT_TRUST_INVALID_NAME_CONSTRAINTS | CERT_TRUST_HAS_NOT_SUPPORTED_NAME_CONSTRAINT |
-                                   CERT_TRUST_HAS_NOT_PERMITTED_NAME_CONSTRAINT |
-                                   CERT_TRUST_HAS_EXCLUDED_NAME_CONSTRAINT;
-// Only the first matching row is reported.
-constexpr Fault kFaults[] = {
-    {CERT_TRUST_IS_NOT_SIGNATURE_VALID, status::kCertSignature,
-     "has a signature that does not verify with the key of its issuer; do not rely on it"},
-    {CERT_TRUST_HAS_WEAK_SIGNATURE, status::kCertSignature,
-     "has a signature or key that is too weak; have it renewed, and for SHA-1 see the setting accept_sha1"},
-    {CERT_TRUST_IS_PARTIAL_CHAIN, status::kChaining, "has an issuer that was not found; supply the certificates above"},
-    {CERT_TRUST_IS_UNTRUSTED_ROOT, status::kUntrustedRoot,
-     "is a root that is not trusted; add it to the store ROOT or name it as trusted"},
-    {CERT_TRUST_IS_EXPLICIT_DISTRUST, status::kUntrustedRoot, "is marked as not trusted; do not rely on it"},
-    {CERT_TRUST_IS_REVOKED, status::kCryptRevoked, "is revoked by its issuer; do not rely on it"},
-    {CERT_TRUST_INVALID_BASIC_CONSTRAINTS, status::kBasicConstraints,
-     "is no CA, or may not issue at this depth; do not rely on what it issued"},
-    {CERT_TRUST_IS_NOT_VALID_FOR_USAGE, status::kWrongUsage,
-     "has a key usage that does not allow what it signed; do not rely on it"},
-    {kNameConstraints, status::kTrustFail, "is outside of the name constraints of a CA above it; do not rely on it"},
-    {CERT_TRUST_INVALID_POLICY_CONSTRAINTS | CERT_TRUST_NO_ISSUANCE_CHAIN_POLICY, status::kTrustFail,
-     "does not meet the certificate policies that are required; do not rely on it"},
-    {CERT_TRUST_HAS_NOT_SUPPORTED_CRITICAL_EXT, status::kCertCritical,
-     "has a critical extension that is not supported; do not rely on it"},
-    {CERT_TRUST_REVOCATION_STATUS_UNKNOWN | CERT_TRUST_IS_OFFLINE_REVOCATION, status::kNoRevocationCheck,
-     "has an unknown revocation state; supply a current CRL of its issuer"},
-    {CERT_TRUST_IS_NOT_TIME_VALID, status::kCertExpired, "is not valid now; check the clock"},
-    {~CERT_TRUST_NO_ERROR, status::kTrustFail, "has a faulty extension; do not rely on it"},
-};
-
-std::optional<Rejection> rejectDates(const _CERT_CONTEXT* certificate, const Orvane::CDateTime& now) {
+// Validity is compared here and not taken from the chain, which may be judged by an earlier second.
+std::optional<Rejection> rejectErrors(const _CERT_CONTEXT* certificate, DWORD errors, const Orvane::CDateTime& now) {
     const Orvane::CDateTime notBefore(certificate->pCertInfo->NotBefore);
     const Orvane::CDateTime notAfter(certificate->pCertInfo->NotAfter);
-    if (now < notBefore) {
-        return Rejection{status::kCertExpired, Rule::kChain,
-                         named(certificate) + "is not valid before " + text::iso8601(&notBefore) + "; check the clock"};
+    if (now < notBefore || notAfter < now) {
+        return Rejection{status::kCertExpired, Rule::kChain};
     }
-    if (notAfter < now) {
-        return Rejection{
-            status::kCertExpired, Rule::kChain,
-            named(certificate) + "expired on " + text::iso8601(&notAfter) + "; check the clock, then have it renewed"};
-    }
-    return std::nullopt;
-}
-
-std::optional<Rejection> rejectErrors(const _CERT_CONTEXT* certificate, DWORD errors, const Orvane::CDateTime& now) {
-    if (std::optional<Rejection> rejection = rejectDates(certificate, now)) {
-        return rejection;
-    }
-    if (errors == CERT_TRUST_NO_ERROR) {
-        return std::nullopt;
-    }
-    const auto* fault = std::find_if(std::begin(kFaults), std::end(kFaults),
-                                     [errors](const Fault& row) { return (errors & row.bits) != 0; });
-    return Rejection{fault->code, Rule::kChain, named(certificate) + fault->text};
+    const ChainFault* const fault = worstFault(errors);
+    return fault == nullptr ? std::nullopt : std::optional(Rejection{fault->code, Rule::kChain});
 }
 
 // The fault nearest to the certificate is reported first: its owner can fix that.

@@ -8,6 +8,7 @@
 
 #include "asn1/extensions/typed_extensions.h"
 #include "checker/text/certificate_text.h"
+#include "checker/text/safe_text.h"
 #include "checker/text/times.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -78,6 +79,8 @@ public:
     Rejection rejected(std::int32_t code, const std::string& text) const;
 
 private:
+    // A date beside the clock: "2026-11-25T14:00:00Z is 3 days 4 h ahead of our clock 2026-11-22T10:00:00Z".
+    std::string compared(const CDateTime& date) const;
     bool answersHistory() const {
         return subject_.wantsHistory && response_.get_SRHistoricalRequest(index_) != nullptr;
     }
@@ -93,6 +96,14 @@ Rejection Entry::rejected(std::int32_t code, const std::string& text) const {
     return {code, Rule::kEntry, (isOneOfMany ? "number " + std::to_string(index_ + 1) + ": " : "") + text};
 }
 
+std::string Entry::compared(const CDateTime& date) const {
+    return text::iso8601(&date) + " is " + text::between(date, clock_.now) +
+           (date < clock_.now ? " before "
+            : clock_.isPast   ? " after "
+                              : " ahead of ") +
+           (clock_.isPast ? "the time asked about, " : "our clock ") + text::iso8601(&clock_.now);
+}
+
 std::optional<Rejection> Entry::rejectAuthority() const {
     if (const std::int32_t verdict = response_.VerifySR(index_, nullptr, nullptr); verdict != status::kOk) {
         return Rejection{verdict, Rule::kEntry};
@@ -105,36 +116,40 @@ std::optional<Rejection> Entry::rejectExpiry() const {
         return std::nullopt;
     }
     const CDateTime notAfter(subject_.certificate->pCertInfo->NotAfter);
-    if (response_.get_SRThisUpdate(index_) < notAfter) {
+    const CDateTime thisUpdate = response_.get_SRThisUpdate(index_);
+    if (thisUpdate < notAfter) {
         return std::nullopt;
     }
-    return rejected(status::kCertExpired,
-                    "the certificate expired on " + text::iso8601(&notAfter) + ", before thisUpdate; have it renewed");
+    return rejected(status::kCertExpired, text::certificateNamed(subject_.certificate) + " expired on " +
+                                              text::iso8601(&notAfter) + ", " + text::between(notAfter, thisUpdate) +
+                                              " before thisUpdate " + text::iso8601(&thisUpdate) + "; have it renewed");
 }
 
 std::optional<Rejection> Entry::rejectAge() const {
     if (clock_.isTooOld) {
-        const CDateTime producedAt = response_.get_ProducedAt();
-        return rejected(status::kNotCurrent, "producedAt " + text::iso8601(&producedAt) +
-                                                 " is older than the setting ResponseAccuracy allows; check the clock, "
-                                                 "or ask with a nonce");
+        const std::string limit =
+            text::between(CDateTime::fromTicks(0), CDateTime::fromTicks(clock_.tolerance.ticks()));
+        return rejected(status::kNotCurrent, "producedAt " + compared(response_.get_ProducedAt()) + ", more than the " +
+                                                 limit + " that the setting ResponseAccuracy allows; ask with a nonce");
     }
     if (answersHistory()) {
         return std::nullopt;
     }
     const CDateTime* nextUpdate = response_.get_SRNextUpdate(index_);
     if (nextUpdate != nullptr && *nextUpdate <= clock_.now) {
-        return rejected(status::kNotCurrent,
-                        "nextUpdate " + text::iso8601(nextUpdate) +
-                            (clock_.isPast ? " was before that time; use a response of that time"
-                                           : " has passed; check the clock, then ask the responder again"));
+        return rejected(status::kNotCurrent, "nextUpdate " + compared(*nextUpdate) +
+                                                 (clock_.isPast ? "; use a response of that time"
+                                                                : ": it has passed; ask the responder again"));
     }
     const CDateTime thisUpdate = response_.get_SRThisUpdate(index_);
-    if ((nextUpdate == nullptr && thisUpdate < clock_.oldest) ||
-        (clock_.oldestOfAll && thisUpdate < *clock_.oldestOfAll)) {
-        return rejected(status::kThisUpdateTooOld, "thisUpdate " + text::iso8601(&thisUpdate) +
-                                                       " is older than allowed; check the clock, then ask the "
-                                                       "responder again");
+    const bool isOlderThanAll = clock_.oldestOfAll && thisUpdate < *clock_.oldestOfAll;
+    if (isOlderThanAll || (nextUpdate == nullptr && thisUpdate < clock_.oldest)) {
+        const CDateTime& oldest = isOlderThanAll ? *clock_.oldestOfAll : clock_.oldest;
+        return rejected(
+            status::kThisUpdateTooOld,
+            "thisUpdate " + compared(thisUpdate) + ", more than the " + text::between(oldest, clock_.now) +
+                (isOlderThanAll ? " of the greatest age that is accepted" : " that are accepted without nextUpdate") +
+                "; ask the responder again");
     }
     return std::nullopt;
 }
@@ -145,14 +160,14 @@ std::optional<Rejection> Entry::rejectFuture() const {
     const CDateTime thisUpdate = response_.get_SRThisUpdate(index_);
     for (const auto& [name, time] : {std::pair("producedAt ", &producedAt), std::pair("thisUpdate ", &thisUpdate)}) {
         if (*time > latest) {
-            return rejected(status::kNotCurrent,
-                            name + text::iso8601(time) +
-                                (clock_.isPast ? " is after that time; use a response of that time"
-                                               : " is in the future; check our clock, then that of the responder"));
+            return rejected(
+                status::kNotCurrent,
+                name + compared(*time) + (clock_.isPast ? "; use a response of that time" : "; check our clock"));
         }
     }
     if (thisUpdate > producedAt + clock_.tolerance) {
-        return rejected(status::kNotCurrent, "thisUpdate " + text::iso8601(&thisUpdate) + " is later than producedAt " +
+        return rejected(status::kNotCurrent, "thisUpdate " + text::iso8601(&thisUpdate) + " is " +
+                                                 text::between(thisUpdate, producedAt) + " later than producedAt " +
                                                  text::iso8601(&producedAt) + "; ask another responder");
     }
     return std::nullopt;
@@ -245,6 +260,24 @@ std::optional<Rejection> rejectUndecided(const Entry& entry) {
                           "does not say good; ask another responder");
 }
 
+std::string hexOf(const CBlob& serial) {
+    return serial.writeToHexString(0).c_str();
+}
+
+Rejection notAnswered(const CResponse& response, const Subject& subject) {
+    const unsigned long count = response.get_SRNumber();
+    std::string found = count == 0 ? "it has none" : "it has " + std::to_string(count);
+    if (count != 0) {
+        found += count == 1 ? ", about serial number " : ", the first about serial number ";
+        found += hexOf(response.get_SRCertID(0).get_serialNumber());
+    }
+    return {status::kNotAnswered, Rule::kEntry,
+            "the response has no entry about serial number " + hexOf(subject.id.get_serialNumber()) +
+                (subject.issuer == nullptr ? std::string()
+                                           : " of the issuer " + text::safeLine(text::subjectOf(subject.issuer))) +
+                " (" + found + "); ask another responder"};
+}
+
 }  // namespace
 
 EntryTable::EntryTable(const CResponse& response) {
@@ -282,7 +315,7 @@ std::variant<Finding, Rejection> findingOn(const CResponse& response, const Entr
                                            const RuleClock& clock) {
     const Entries entries = entriesOn(response, table, subject, clock);
     if (entries.about.empty()) {
-        return Rejection{status::kNotAnswered, Rule::kEntry};
+        return notAnswered(response, subject);
     }
     for (const Entry& entry : entries.about) {
         if (!isRevokedLater(response, entry, clock) && isRevoked(entry, entries.about.size() == 1)) {

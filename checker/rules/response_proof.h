@@ -2,6 +2,7 @@
 #pragma once
 
 #include <optional>
+#include <span>
 
 #include "checker/rules/rejection.h"
 #include "client/response/response.h"
@@ -14,8 +15,8 @@ struct Proof {
 };
 
 /// Finds the signer of a successful response and checks the signature and the signer's certificate, in this order.
-/// `stores` is an array of `count` stores with more certificates and CRLs. Afterwards CResponse::VerifySR knows for
-/// which entries the signer may answer. Form, nonces and entries are not examined.
-Proof proveSigner(const Orvane::PKI::OCSP::Client::CResponse& response, void** stores, unsigned long count);
+/// `stores` contain more certificates and CRLs. Afterwards CResponse::VerifySR knows for which entries the signer may
+/// answer. Form, nonces and entries are not examined. The rejection has no text when the certificate is rejected.
+Proof proveSigner(const Orvane::PKI::OCSP::Client::CResponse& response, std::span<void*> stores);
 
 }  // namespace tallow::rules

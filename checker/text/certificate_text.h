@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <vector>
 
 #include "asn1/extensions/crl_reason.h"
 #include "export.h"
@@ -19,6 +20,20 @@ TALLOW_EXPORT std::string thumbprintOf(const _CERT_CONTEXT* certificate);
 
 /// Hexadecimal, most significant octet first.
 TALLOW_EXPORT std::string serialOf(const _CERT_CONTEXT* certificate);
+
+/// "certificate CN=leaf"; without a subject "certificate with serial number 0A". Made safe for one line.
+std::string certificateNamed(const _CERT_CONTEXT* certificate);
+
+/// The key identifier of its issuer, hexadecimal; empty when the certificate names none.
+std::string authorityKeyOf(const _CERT_CONTEXT* certificate);
+
+/// The http and https addresses that the certificate names for its issuer's certificate and for CRLs, without logins,
+/// at most 4 each. They are untrusted.
+std::vector<std::string> issuerAddressesOf(const _CERT_CONTEXT* certificate);
+std::vector<std::string> crlAddressesOf(const _CERT_CONTEXT* certificate);
+
+/// Whether it has the extended key usage OCSPSigning.
+bool hasOcspSigning(const _CERT_CONTEXT* certificate);
 
 /// The name in RFC 5280, section 5.3.1; the number if there is none. Null gives an empty text.
 TALLOW_EXPORT std::string reasonText(const Orvane::ASN1::CrlReason* reason);

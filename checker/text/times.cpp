@@ -42,6 +42,29 @@ std::string iso8601(const CDateTime* time) {
     return text;
 }
 
+std::string between(const CDateTime& one, const CDateTime& other) {
+    struct Unit {
+        std::uint64_t seconds;
+        const char* name;
+    };
+    constexpr Unit kUnits[] = {{86400, " days"}, {3600, " h"}, {60, " min"}, {1, " s"}};
+    const std::uint64_t ticks = one < other ? other.ticks() - one.ticks() : one.ticks() - other.ticks();
+    std::uint64_t seconds = ticks / (kTicksPerMicrosecond * 1'000'000);
+    std::string text;
+    int numUnits = 0;
+    for (const Unit& unit : kUnits) {
+        const std::uint64_t count = seconds / unit.seconds;
+        seconds %= unit.seconds;
+        // The second unit is the one below the first.
+        numUnits += count != 0 || numUnits != 0 ? 1 : 0;
+        if (count != 0 && numUnits <= 2) {
+            text += (text.empty() ? "" : " ") + std::to_string(count) +
+                    (count == 1 && unit.seconds == kUnits[0].seconds ? " day" : unit.name);
+        }
+    }
+    return text.empty() ? "less than a second" : text;
+}
+
 std::string iso8601(Time time) {
     if (time == timeOf(CDateTime::fromTicks(std::numeric_limits<std::int64_t>::max()))) {
         return "9999-12-31T23:59:59Z";  // what certificates and responses say for "without end"

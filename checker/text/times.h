@@ -19,4 +19,7 @@ TALLOW_EXPORT Time timeOf(const Orvane::CDateTime& date);
 TALLOW_EXPORT std::string iso8601(const Orvane::CDateTime* time);
 TALLOW_EXPORT std::string iso8601(Time time);
 
+/// The time between two dates in its two largest units: "3 days 4 h", "2 min 10 s", "less than a second".
+std::string between(const Orvane::CDateTime& one, const Orvane::CDateTime& other);
+
 }  // namespace tallow::text

@@ -581,7 +581,9 @@ typedef struct _CRYPTO_NOTE {
     DWORD dwError;
     // DOWNLOAD: the address without a login.
     LPCSTR szUrl;
-    // DOWNLOAD, CRL: the reason of a failure in words, such as that of the TLS library; may be empty.
+    // DOWNLOAD: the reason of a failure in words, such as that of the TLS library. CRL: why the status is unknown, such
+    // as "the newest CRL expired on 2026-11-22T10:00:00Z"; of a revoked certificate "since " and the date. May be
+    // empty.
     LPCSTR szReason;
     // DOWNLOAD: 0 when no HTTP response came.
     DWORD dwHttpStatus;

@@ -65,7 +65,7 @@ TEST_F(CheckerAnswers, ThatAreRefusedNameTheStep) {
              Row{"signer missing", changed([](auto& s) { s.includeSigner = false; }), Step::kSignature,
                  status::kCryptNotFound},
              Row{"signature", changed([](auto& s) { s.corruptSignature = true; }), Step::kSignature,
-                 status::kCryptNotFound},
+                 status::kBadSignature},
              Row{"signer", changed([&](auto& s) { s.signer = issue(pki.ca, plain); }), Step::kSigner,
                  status::kWrongUsage},
              Row{"delegate of another CA", changed([&](auto& s) {

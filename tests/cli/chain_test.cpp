@@ -49,16 +49,20 @@ TEST(VerifyChainOption, RejectsGoodUnderAnInvalidChainAndNamesTheCause) {
     for (const Row& row : {
              Row{sound, {crl}, 0, kNoFailure, ""},
              Row{sound, {crl, crlOnLeaf}, 0, kNoFailure, ""},
-             Row{sound, {}, 3, "0x80092012", "certificate CN=chain CA has an unknown revocation state"},
-             Row{sound, {crlOnCa}, 3, "0x80092010", "certificate CN=chain CA is revoked by its issuer"},
-             Row{revoked, {crlOnCa}, 1, "0xC2110126", "is revoked by its issuer"},
-             Row{unknown, {}, 3, "0x80092012", "unknown revocation state"},
+             Row{sound, {}, 3, "0x80092012", "certificate CN=chain CA has an unknown revocation status: no CRL"},
+             Row{sound, {crlOnCa}, 3, "0x80092010", "certificate CN=chain CA is revoked since 20"},
+             Row{revoked, {crlOnCa}, 1, "0xC2110126", "by the CRL of CN=command root of 20"},
+             Row{unknown, {}, 3, "0x80092012", "supply a current CRL of CN=command root"},
              Row{chainOf(certs().root, expired, leaf), {crl}, 3, "0x800B0101", "CN=chain CA expired on 20"},
              Row{chainOf(certs().root, ca, early), {crl}, 3, "0x800B0101", "CN=chain leaf is not valid before 2"},
              Row{chainOf(certs().root, noCa, leaf), {crl}, 3, "0x80096019", "certificate CN=chain CA is no CA"},
              Row{deep, {crl}, 3, "0x80096019", "may not issue at this depth"},
-             Row{chainOf(rootCa("other"), ca, leaf), {crl}, 3, "0x800B0109", "CN=other is a root that is not tr"},
-             Row{{certs().good, deep.ca, deep.leaf}, {crl}, 3, "0x800B010A", "CN=chain CA has an issuer that was not"},
+             Row{chainOf(rootCa("other"), ca, leaf), {crl}, 3, "0x800B0109", "ends in the root CN=other, which is not"},
+             Row{{certs().good, deep.ca, deep.leaf},
+                 {crl},
+                 3,
+                 "0x800B010A",
+                 "the issuer of certificate CN=chain CA was not"},
          }) {
         const bool isSound = row.code == kNoFailure;
         SCOPED_TRACE(row.words);

@@ -120,7 +120,7 @@ std::vector<Row> rows() {
         {"within the tolerance", produced(120, 150), 0, ""},
         {"produced tomorrow", produced(kDay, -60), 3, "producedAt "},
         {"thisUpdate ahead", produced(170, 3000), 3, "thisUpdate "},
-        {"thisUpdate after producedAt", produced(-600, -60), 3, "is later than producedAt"},
+        {"thisUpdate after producedAt", produced(-600, -60), 3, "later than producedAt"},
         {"octets after", responseWith([](ResponseSpec& s) { s.trailing = tlv::null(); }), 3,
          "octets follow the response"},
         {"octets inside", wrapping([](const Bytes& basic) {

@@ -54,7 +54,7 @@ TEST_F(Verify, RejectsTamperedAndStaleResponses) {
     ResponseSpec stale = responseAbout(certs().good, EntryStatus::kRevoked);
     stale.entries[0].nextUpdate = generalizedTimeText(-30);
     for (const auto& [response, code] :
-         {std::pair(buildResponse(tampered), "0x80092004"), std::pair(buildResponse(stale), "0xC2110122"),
+         {std::pair(buildResponse(tampered), "0x80090006"), std::pair(buildResponse(stale), "0xC2110122"),
           std::pair(bytesOf("garbage"), "0x80093101"), std::pair(Bytes(), "0x8007000D")}) {
         expectError(verify({tallow.file("response.der", response)}), code);
     }
@@ -82,7 +82,7 @@ TEST_F(Verify, ReportsEachEntry) {
     const ProcessResult late = verify({"--cert", tallow.file("expired.pem", expired), "--issuer", root,
                                        tallow.file("late.der", buildResponse(spec))});
     EXPECT_EQ(late.exitStatus, 3);
-    EXPECT_THAT(late.err, testing::HasSubstr("entry: the certificate expired on 20"));
+    EXPECT_THAT(late.err, testing::HasSubstr("entry: certificate CN=subject expired on 20"));
     spec.entries[0].status = EntryStatus::kRevoked;
     const HttpServer server = serverOf(spec);
     const std::string revoked = tallow.file("revoked.der", buildResponse(spec));

@@ -3,6 +3,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <map>
 #include <thread>
 
 #include "platform/crypto/chains/crl_status.h"
@@ -81,6 +82,71 @@ TEST_F(Revocation, IsReportedForEachElementThatTheFlagsName) {
             chainOf({.end = row.end, .extra = {pki.ca}, .crls = row.crls, .flags = row.flags | kOffline});
         ASSERT_EQ(errorsOf(chain), row.errors);
         EXPECT_EQ(errorOf(chain), allOf(row.errors));
+    }
+}
+
+TEST_F(Revocation, IsToldToTheListenerOfACheck) {
+    struct Told {
+        DWORD error;
+        std::string reason;
+        bool hasCrl;
+    };
+    struct Notes {
+        std::map<Bytes, Told> crls;  // by certificate
+        DWORD numElements = 0;
+    };
+    const Bytes unknownExtension = makeCrl(pki.ca, {.criticalExtensions = {{"1.2.3.4", fromHex("0500")}}});
+    const Identity noCrlSigner = caUnder(pki.root, {.commonName = "no crl signer", .keyUsage = "critical,keyCertSign"});
+    const Identity byIt = issue(noCrlSigner, {.commonName = "leaf"});
+    const Bytes delta = makeCrl(pki.ca, {.criticalExtensions = {{"2.5.29.27", fromHex("020101")}}});
+    struct Row {
+        Identity end;
+        std::vector<Bytes> crls;
+        DWORD error;
+        const char* reason;  // how it begins
+    };
+    constexpr DWORD kNoCheck = CRYPT_E_NO_REVOCATION_CHECK;
+    for (const Row& row : {
+             Row{pki.good, {}, kNoCheck, "no CRL of its issuer was found"},
+             Row{pki.good, {makeCrl(pki.ca, {.nextUpdateSeconds = -60})}, kNoCheck, "the newest CRL expired on 20"},
+             Row{pki.good, {makeCrl(pki.ca, {.lastUpdateSeconds = 60})}, kNoCheck, "the newest CRL is dated in the"},
+             Row{pki.good, {makeCrl(pki.ca, {.hash = "SHA1"})}, kNoCheck, "the signature algorithm 1.2.840.10045.4.1 "},
+             Row{pki.good, {unknownExtension}, kNoCheck, "the newest CRL is rejected: a critical extension"},
+             Row{pki.good, {caCrl, unknownExtension}, 0, ""},
+             Row{pki.good, {makeCrl(pki.sameNameCa, {})}, kNoCheck, "the signature of the newest CRL does not verify"},
+             Row{byIt, {makeCrl(noCrlSigner, {})}, kNoCheck, "its issuer may not sign CRLs"},
+             Row{pki.good, {delta}, kNoCheck, "only a delta CRL was found"},
+             Row{pki.good, {caCrl}, 0, ""},
+             Row{pki.revoked, {caCrl}, CRYPT_E_REVOKED, "since 20"},
+         }) {
+        SCOPED_TRACE(row.reason);
+        Notes notes;
+        CRYPTO_CHECK check{};
+        check.cbSize = sizeof check;
+        check.pwszProxy = check.pwszProxyCredentials = L"";
+        check.pvOnNote = &notes;
+        check.pfnOnNote = [](void* context, const CRYPTO_NOTE* note) {
+            auto& into = *static_cast<Notes*>(context);
+            if (note->dwKind == CRYPTO_NOTE_CRL) {
+                const CERT_CONTEXT& about = *note->pCertificate;
+                into.crls[Bytes(about.pbCertEncoded, about.pbCertEncoded + about.cbCertEncoded)] = {
+                    note->dwError, note->szReason, note->cbCrl != 0};
+            } else if (note->dwKind == CRYPTO_NOTE_CHAIN) {
+                into.numElements = note->pChain->rgpChain[0]->cElement;
+            }
+        };
+        ASSERT_TRUE(crypto_begin_check(&check));
+        std::vector<Bytes> crls = row.crls;
+        crls.push_back(rootCrl);
+        const ChainPtr chain =
+            chainOf({.end = row.end, .extra = {pki.ca, noCrlSigner}, .crls = crls, .flags = kChain | kOffline});
+        crypto_end_check(&check);
+        const Told& told = notes.crls[row.end.certificate];
+        EXPECT_EQ(told.error, row.error) << told.reason;
+        EXPECT_EQ(told.reason.rfind(row.reason, 0), 0U) << told.reason;
+        EXPECT_EQ(told.hasCrl, !row.crls.empty() && std::string(row.reason).find("dated in") == std::string::npos);
+        EXPECT_EQ(notes.crls[pki.ca.certificate].error + notes.crls[noCrlSigner.certificate].error, 0U);
+        EXPECT_EQ(notes.numElements, 3U);
     }
 }
 

@@ -46,9 +46,13 @@ std::optional<long long> secondsOf(const DerElement& time) {
 }
 
 // The revocation date follows the serial number, so it need not be stored for each of a million entries.
-bool isDatedAfter(const CrlEntry& entry, ByteView crl, long long latest) {
+std::optional<long long> dateOf(const CrlEntry& entry, ByteView crl) {
     const ByteView rest(entry.serial.data() + entry.serial.size(), crl.data() + crl.size());
-    const std::optional<long long> date = secondsOf(DerReader(rest).next());
+    return secondsOf(DerReader(rest).next());
+}
+
+bool isDatedAfter(const CrlEntry& entry, ByteView crl, long long latest) {
+    const std::optional<long long> date = dateOf(entry, crl);
     return date && *date > latest;
 }
 
@@ -259,10 +263,10 @@ std::shared_ptr<const Crl> Crl::parse(ByteView der) {
     return CrlParser(*crl).parse() ? crl : nullptr;
 }
 
-std::optional<int> Crl::reasonFor(const X509_NAME* certificateIssuer, ByteView serial, long long latest) const {
+const CrlEntry* Crl::entryFor(const X509_NAME* certificateIssuer, ByteView serial, long long latest) const {
     const auto bySerial = [](const CrlEntry& entry, ByteView wanted) { return isBefore(entry.serial, wanted); };
     auto entry = std::lower_bound(entries.begin(), entries.end(), serial, bySerial);
-    std::optional<int> reason;
+    const CrlEntry* found = nullptr;
     for (; entry != entries.end() && std::ranges::equal(entry->serial, serial); ++entry) {
         const bool isOwn = entry->issuerPosition == 0;
         const GeneralNamesPtr names =
@@ -270,11 +274,22 @@ std::optional<int> Crl::reasonFor(const X509_NAME* certificateIssuer, ByteView s
                   : decodeWhole<d2i_GENERAL_NAMES, GENERAL_NAMES_free>(entryIssuers[entry->issuerPosition - 1]);
         const bool fits =
             isOwn ? X509_NAME_cmp(issuer.get(), certificateIssuer) == 0 : containsName(names.get(), certificateIssuer);
-        if (fits && !isDatedAfter(*entry, der, latest) && (!reason || finality(entry->reason) > finality(*reason))) {
-            reason = entry->reason;
+        if (fits && !isDatedAfter(*entry, der, latest) &&
+            (found == nullptr || finality(entry->reason) > finality(found->reason))) {
+            found = &*entry;
         }
     }
-    return reason;
+    return found;
+}
+
+std::optional<int> Crl::reasonFor(const X509_NAME* certificateIssuer, ByteView serial, long long latest) const {
+    const CrlEntry* const entry = entryFor(certificateIssuer, serial, latest);
+    return entry == nullptr ? std::nullopt : std::optional<int>(entry->reason);
+}
+
+std::optional<long long> Crl::dateFor(const X509_NAME* certificateIssuer, ByteView serial) const {
+    const CrlEntry* const entry = entryFor(certificateIssuer, serial, kMalformedTime);
+    return entry == nullptr ? std::nullopt : dateOf(*entry, der);
 }
 
 SignedBytes Crl::signedBytes() const {

@@ -40,8 +40,13 @@ struct Crl : std::enable_shared_from_this<Crl> {
     // a hold. Entries with a revocation date after `latest` (seconds since 1970) are ignored; a malformed date is never
     // after it.
     std::optional<int> reasonFor(const X509_NAME* certificateIssuer, ByteView serial, long long latest) const;
+    // The date of that entry, in seconds since 1970; empty when there is none, or it is malformed.
+    std::optional<long long> dateFor(const X509_NAME* certificateIssuer, ByteView serial) const;
     bool isDelta() const noexcept { return baseNumber.has_value(); }
     SignedBytes signedBytes() const;
+
+    // The most final entry for a certificate; null when it is not listed.
+    const CrlEntry* entryFor(const X509_NAME* certificateIssuer, ByteView serial, long long latest) const;
 
     Bytes der;
     const char* defect = nullptr;  // why the CRL proves nothing; null when it has no defect

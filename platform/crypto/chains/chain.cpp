@@ -4,6 +4,7 @@
 #include <numeric>
 #include <optional>
 
+#include "platform/crypto/base/current_check.h"
 #include "platform/crypto/base/service_call.h"
 #include "platform/crypto/chains/chain_verifier.h"
 #include "platform/crypto/chains/issuer_download.h"
@@ -223,6 +224,12 @@ BOOL CertGetCertificateChain(HCERTCHAINENGINE hChainEngine, PCCERT_CONTEXT pCert
         *ppChainContext = buildChain(hChainEngine, CertificateRef::share(pCertContext), evaluationTime(pTime),
                                      hAdditionalStore, *pChainPara, dwFlags)
                               .release();
+        if (isNoted()) {
+            CRYPTO_NOTE note{};
+            note.dwKind = CRYPTO_NOTE_CHAIN;
+            note.pChain = *ppChainContext;
+            tell(note);
+        }
         return TRUE;
     });
 }

@@ -88,9 +88,13 @@ CertificateRef CrlSigners::signerOf(const Crl& crl, const Path& path, std::size_
     const bool isDirect = hasSubject(*issuer, crl.issuer.get());
     const Candidates candidates = candidatesFor(crl, path, index);
     for (const CertificateRef& candidate : candidates.certificates) {
-        if (ledger_.verifies(crl, *candidate) && isTrusted(candidate, path, index, isDirect)) {
+        if (!ledger_.verifies(crl, *candidate)) {
+            continue;
+        }
+        if (isTrusted(candidate, path, index, isDirect)) {
             return candidate;
         }
+        unauthorised_.insert(crl.shared_from_this());
     }
     reachedLimit_ |= !candidates.complete;
     return {};

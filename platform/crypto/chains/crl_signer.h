@@ -4,6 +4,7 @@
 #pragma once
 
 #include <map>
+#include <set>
 #include <vector>
 
 #include "platform/crypto/certificates/crl.h"
@@ -25,6 +26,9 @@ public:
 
     // Whether a possible signer was not tried because of a limit, so that a CRL may have been left out.
     bool reachedLimit() const noexcept { return reachedLimit_; }
+
+    // CRLs whose signature verified, with certificates that may not sign them.
+    const std::set<CrlRef>& unauthorised() const noexcept { return unauthorised_; }
 
 private:
     // A signer whose path is being checked. Its own status may depend on a CRL that it signed itself.
@@ -54,6 +58,7 @@ private:
     std::vector<Frame> frames_;
     int pathsChecked_ = 0;
     bool reachedLimit_ = false;
+    std::set<CrlRef> unauthorised_;
 };
 
 // Whether a chain of verified signatures leads to a trusted root. Until it does, the certificates may be anyone's, and

@@ -64,6 +64,7 @@ bool CrlSource::add(CrlRef crl, const std::string& url, const CrlSubject& subjec
         TALLOW_CRYPTO_TRACE("A CRL about the certificate is not used: %s\n", objection);
     }
     if (isLater && !rules_.byDate) {
+        fromTheFuture_ = std::move(crl);
         return false;  // the call is about an earlier time
     }
     const std::optional<int> reason =

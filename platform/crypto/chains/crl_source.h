@@ -50,6 +50,9 @@ public:
     bool addCached(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) const;
     // Also false when the network may not be used.
     bool addFetched(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates);
+    // The last CRL that was left out because it was issued after the time of the call; null when there was none.
+    const CrlRef& fromTheFuture() const noexcept { return fromTheFuture_; }
+    const CrlRules& rules() const noexcept { return rules_; }
 
     // Caches a CRL that this call downloaded, unless the check has a time of its own.
     void keep(const CrlCandidate& candidate) const;
@@ -61,6 +64,7 @@ private:
     const std::vector<CrlRef>& local_;
     const CrlRules& rules_;
     FetchAllowance& allowance_;
+    mutable CrlRef fromTheFuture_;
 };
 
 long long secondsSince1970(const FILETIME& time) noexcept;

@@ -45,23 +45,38 @@ bool canBeLookedUp(const Path& path, std::size_t index) {
 }  // namespace
 
 RevocationStatus CrlCheck::statusOf(const Path& path, std::size_t index) {
+    CrlCandidates candidates;
+    const Outcome outcome = lookUp(path, index, candidates);
+    tellOf({path, index, outcome.status.state, source_, candidates, outcome.used, signers_.unauthorised(),
+            outcome.covered, outcome.isDisputed, outcome.obstacle});
+    return outcome.status;
+}
+
+CrlCheck::Outcome CrlCheck::lookUp(const Path& path, std::size_t index, CrlCandidates& candidates) {
+    Outcome outcome;
     if (!canBeLookedUp(path, index)) {
-        return {};
+        outcome.obstacle = "its issuer is not part of the chain";
+        return outcome;
     }
     const CrlSubject subject(*path.elements[index]);
     const int refusedBefore = ledger_.checksRefused();
-    RevocationStatus status = subject.isReadable() ? lookUp(path, index, subject) : RevocationStatus();
-    cutShort_ |= ledger_.checksRefused() != refusedBefore || signers_.reachedLimit();
-    if (status.state == RevocationState::kGood && (sources_.crlsIncomplete || cutShort_)) {
-        return {};  // a CRL that could not be read, or was skipped, may list it
+    if (subject.isReadable()) {
+        outcome = search({path, index, subject}, candidates);
+    } else {
+        outcome.obstacle = "its CRL distribution points cannot be read";
     }
-    return status;
+    cutShort_ |= ledger_.checksRefused() != refusedBefore || signers_.reachedLimit();
+    if (outcome.status.state != RevocationState::kRevoked && (sources_.crlsIncomplete || cutShort_)) {
+        outcome.status = {};  // a CRL that could not be read, or was skipped, may list it
+        outcome.obstacle = cutShort_ ? "a limit of the search for signers of CRLs was reached"
+                                     : "a store with CRLs cannot be read completely";
+    }
+    return outcome;
 }
 
-RevocationStatus CrlCheck::lookUp(const Path& path, std::size_t index, const CrlSubject& subject) {
-    const Question question{path, index, subject};
+CrlCheck::Outcome CrlCheck::search(const Question& question, CrlCandidates& candidates) {
+    const CrlSubject& subject = question.subject;
     const std::vector<std::string> addresses = subject.addresses();
-    CrlCandidates candidates;
     source_.addLocal(subject, candidates);
     for (const std::string& url : addresses) {
         source_.addCached(url, subject, candidates);
@@ -87,7 +102,7 @@ RevocationStatus CrlCheck::lookUp(const Path& path, std::size_t index, const Crl
             }
         }
     }
-    return outcome.status;
+    return outcome;
 }
 
 // Changes since the complete CRL, where the certificate or the CRL says that there may be some. Without them

@@ -6,6 +6,9 @@
 // list it. Everything else is unknown, or revoked.
 #pragma once
 
+#include <set>
+
+#include "platform/crypto/chains/crl_note.h"
 #include "platform/crypto/chains/crl_selection.h"
 #include "platform/crypto/chains/crl_signer.h"
 
@@ -13,8 +16,6 @@ namespace tallow::platform {
 
 // The error bits of an element whose status is unknown.
 constexpr DWORD kUnknownRevocation = CERT_TRUST_REVOCATION_STATUS_UNKNOWN | CERT_TRUST_IS_OFFLINE_REVOCATION;
-
-enum class RevocationState { kUnknown, kGood, kRevoked };
 
 struct RevocationStatus {
     RevocationState state = RevocationState::kUnknown;
@@ -46,6 +47,7 @@ private:
         bool isDisputed = false;  // a CRL contradicts those used
         std::vector<const CrlCandidate*> used;
         std::vector<const Crl*> withoutDelta;  // complete CRLs that no delta CRL updated
+        const char* obstacle = nullptr;        // why CRLs cannot answer, in words; null: they can
     };
 
     // How delta CRLs and unusable CRLs affect a complete one.
@@ -54,7 +56,8 @@ private:
         bool isDisputed = false;               // another CRL lists the certificate, or is newer
     };
 
-    RevocationStatus lookUp(const Path& path, std::size_t index, const CrlSubject& subject);
+    Outcome lookUp(const Path& path, std::size_t index, CrlCandidates& candidates);
+    Outcome search(const Question& question, CrlCandidates& candidates);
     Change updateOf(const CrlCandidate& complete, const CrlGroup& group, const Certificate& signer);
     Outcome judge(const Question& question, const CrlCandidates& candidates);
     void judgeLater(const Question& question, const CrlCandidates& candidates, Outcome& outcome);
