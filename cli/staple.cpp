@@ -2,8 +2,10 @@
 
 #include "client/response/response.h"
 #include "foundation/date_time.h"
+#include "handles/cert_context.h"
 #include "handles/exception.h"
 #include "handles/status.h"
+#include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
 
@@ -68,6 +70,17 @@ std::string textOf(const Verdict& verdict) {
     return verdict.cause;
 }
 
+// The one found by the check, else the one given; empty: it is looked for among all certificates.
+Bytes issuerFor(const RunInputs& inputs, const Bytes& der, const Verdict& verdict) {
+    if (!verdict.evidence.issuerCertificate.empty()) {
+        return verdict.evidence.issuerCertificate;
+    }
+    const auto certificate = ATL2::CCertContext::adopt(
+        CertCreateCertificateContext(X509_ASN_ENCODING, der.data(), static_cast<DWORD>(der.size())));
+    const Input given = certificate ? inputs.issuerOf(certificate) : Input(std::string_view());
+    return {given.bytes.begin(), given.bytes.end()};
+}
+
 }  // namespace
 
 Staple stapleOf(const CheckOptions& options, const RunInputs& inputs, const ServerCertificates& sent,
@@ -83,8 +96,7 @@ Staple stapleOf(const CheckOptions& options, const RunInputs& inputs, const Serv
     }
     Stored stored;
     stored.certificate = Input(sent.chain.front().der);
-    const Bytes& found = verdict.evidence.issuerCertificate;
-    if (const Input issuer = found.empty() ? inputs.issuer() : Input(found); !issuer.bytes.empty()) {
+    if (const Bytes issuer = issuerFor(inputs, sent.chain.front().der, verdict); !issuer.empty()) {
         stored.issuer = issuer;
     }
     const Checker checker(inputs.trust(), {.maxAge = options.maxAge, .useCache = true});
