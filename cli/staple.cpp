@@ -2,8 +2,10 @@
 
 #include "client/response/response.h"
 #include "foundation/date_time.h"
+#include "handles/cert_context.h"
 #include "handles/exception.h"
 #include "handles/status.h"
+#include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
 
