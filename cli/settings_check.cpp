@@ -247,7 +247,7 @@ std::string jsonOf(const std::vector<SettingsMistake>& mistakes) {
         shown.add("suggestion", mistake.suggestion);
         list.add(std::move(shown));
     }
-    return toJson(list);
+    return toJson(kSettingsSchema, list);
 }
 
 }  // namespace
