@@ -12,6 +12,7 @@
 #include <vector>
 
 #include "checker/text/status_text.h"
+#include "cli/closest_name.h"
 #include "cli/help.h"
 #include "cli/input_files.h"
 #include "handles/status.h"
@@ -140,7 +141,7 @@ const Entry& entryMeant(const std::string& given) {
     for (const Entry& each : kEntries) {
         symbols.emplace_back(each.symbol);
     }
-    const std::string near = closest(given, symbols);
+    const std::string near = closestName(given, symbols);
     throw InputError(given, near.empty() ? "is not a status; tallow explain without a code lists them all"
                                          : "is not a status; did you mean " + near + "?");
 }

@@ -30,7 +30,4 @@ std::string wrapped(std::string_view words, std::size_t indent, std::string_view
 /// "a, b, c"
 std::string joined(const std::vector<std::string>& words);
 
-/// The word of `known` that `given` is most probably meant to be; case does not matter. Empty when none is close.
-std::string closest(std::string_view given, const std::vector<std::string>& known);
-
 }  // namespace tallow::cli

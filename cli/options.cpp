@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "checker/text/safe_text.h"
+#include "cli/closest_name.h"
 #include "cli/help.h"
 #include "cli/option_rules.h"
 #include "cli/option_values.h"
@@ -82,7 +83,7 @@ void takesOneOf(CLI::Option* option, const std::vector<std::string>& words) {
         if (std::find(words.begin(), words.end(), text) != words.end()) {
             return std::string();
         }
-        const std::string near = closest(text, words);
+        const std::string near = closestName(text, words);
         return text + " cannot be used; " +
                (near.empty() ? "give one of " + joined(words) : "did you mean " + near + "?");
     };

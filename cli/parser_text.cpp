@@ -3,6 +3,8 @@
 #include <CLI/CLI.hpp>
 #include <algorithm>
 
+#include "cli/closest_name.h"
+
 namespace tallow::cli {
 
 namespace {
@@ -48,7 +50,7 @@ std::string pathOf(const CLI::App* command) {
 
 // Of an option that the parser does not know.
 std::string unknownOption(const CLI::App& command, const std::string& name) {
-    const std::string near = closest(name, optionsOf(command));
+    const std::string near = closestName(name, optionsOf(command));
     const std::string said = "unknown option " + name;
     if (!near.empty()) {
         return said + "; did you mean " + near + "?";
@@ -94,7 +96,7 @@ std::string unexpected(const CLI::App& command, const std::vector<std::string>& 
     if (commands.empty()) {
         return word + ": one argument too many; leave it out";
     }
-    const std::string near = closest(word, commands);
+    const std::string near = closestName(word, commands);
     return "unknown command " + word + "; " +
            (near.empty() ? "the commands are " + joined(commands) : "did you mean " + near + "?");
 }

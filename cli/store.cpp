@@ -12,6 +12,7 @@
 #include "checker/text/name_text.h"
 #include "checker/text/safe_text.h"
 #include "checker/text/times.h"
+#include "cli/closest_name.h"
 #include "cli/help.h"
 #include "cli/input_files.h"
 #include "cli/output.h"
@@ -116,7 +117,7 @@ void requireStore(const std::string& name, const std::filesystem::path& folder) 
     if (std::find(kKnown.begin(), kKnown.end(), name) != kKnown.end() || std::filesystem::exists(folder, error)) {
         return;
     }
-    const std::string near = closest(name, kKnown);
+    const std::string near = closestName(name, kKnown);
     throw InputError(name, near.empty() ? "is not a store; name ROOT, CA, My, AddressBook, Trust or TrustedPeople, or "
                                           "make the directory " +
                                               folder.string()
