@@ -126,9 +126,9 @@ std::string failureLines(const CheckResult& result) {
         if (failure) {
             text += failureLine(result.file, *failure);
         }
-        if (result.staple && result.staple->isBad()) {
-            text += "tallow: " + safeLine(result.file + ": staple: " + result.staple->text) + '\n';
-        }
+    }
+    if (result.staple && result.staple->isBad()) {
+        text += "tallow: " + safeLine(result.file + ": staple: " + result.staple->text) + '\n';
     }
     return text;
 }
