@@ -162,7 +162,7 @@ TEST_F(CheckerAttempts, OfSendReportDatesThatDoNotFit) {
         const char* words;
     };
     for (const Row& row : {Row{good(), 0, ""}, Row{goodAt(-60, -30), status::kNotCurrent, "nextUpdate"},
-                           Row{goodAt(3600, 7200), status::kNotCurrent, "is in the future"},
+                           Row{goodAt(3600, 7200), status::kNotCurrent, "ahead of our clock"},
                            Row{goodAt(-30 * kDay, std::nullopt), status::kThisUpdateTooOld, "thisUpdate"}}) {
         const HttpServer server([&](const HttpRequest&) { return HttpReply{.body = buildResponse(row.response)}; });
         const tallow::Sent sent = Checker(own()).send(request, server.url());
