@@ -295,6 +295,7 @@ void Asking::record(const Responder& responder, Outcome& outcome, std::chrono::s
     last.status = outcome.rejection ? outcome.rejection->code : status::kOk;
     last.remedy = outcome.remedy != Remedy::kNone ? outcome.remedy : last.remedy;
     last.duration = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
+    last.reason = outcome.rejection ? last.reason : "";  // of an accepted answer, it would repeat the verdict
     rememberSilence(last);
     for (Attempt& attempt : attempts) {
         attempt.source = responder.source;

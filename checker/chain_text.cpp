@@ -245,7 +245,9 @@ std::vector<ChainLink> linksOf(const Call& call) {
         link.notBefore = text::timeOf(CDateTime(certificate.notBefore));
         link.notAfter = text::timeOf(CDateTime(certificate.notAfter));
         link.revocation = revocationState(certificate);
-        link.crlIssuer = certificate.crlIssuer == certificate.issuer ? link.issuer : nameOf(certificate.crlIssuer);
+        if (!certificate.crlIssuer.empty()) {
+            link.crlIssuer = certificate.crlIssuer == certificate.issuer ? link.issuer : nameOf(certificate.crlIssuer);
+        }
         link.crlThisUpdate = certificate.crlThisUpdate;
         link.crlNextUpdate = certificate.crlNextUpdate;
         link.fault = causeOf(call, certificate, errorsOf(chain, certificate)).text;

@@ -136,7 +136,7 @@ Type typeFor(const Setting& setting, unsigned int type) {
     switch (setting.kind) {
         case SettingKind::kNumber:
         case SettingKind::kAnyNumber:
-            return {type == SUPPORT_SETTINGS_INTEGER, "a whole number of 64 bits"};
+            return {type == SUPPORT_SETTINGS_INTEGER, "a whole number"};
         case SettingKind::kFlag:
             return {type == SUPPORT_SETTINGS_BOOLEAN || type == SUPPORT_SETTINGS_INTEGER, "true or false"};
         case SettingKind::kText:

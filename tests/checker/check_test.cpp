@@ -36,7 +36,8 @@ TEST_F(CheckerAnswers, AreThoseOfARealResponder) {
         EXPECT_TRUE(verdict.thisUpdate && verdict.nextUpdate && verdict.producedAt);
         ASSERT_EQ(verdict.attempts.size(), 1U);
         EXPECT_EQ(verdict.attempts[0].httpStatus, 200);
-        EXPECT_EQ(verdict.attempts[0].status, verdict.status == 0 ? 0 : verdict.attempts[0].status);
+        EXPECT_EQ(verdict.attempts[0].status, 0);
+        EXPECT_EQ(verdict.attempts[0].reason, "");
     }
     EXPECT_EQ(verdicts[0].serial, pki.good.serial());
     EXPECT_EQ(verdicts[1].reason, tallow::Reason::kKeyCompromise);

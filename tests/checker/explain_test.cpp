@@ -156,6 +156,7 @@ TEST_F(CheckerExplains, WhatAVerdictWasMadeFrom) {
             EXPECT_TRUE(ca.crlThisUpdate && ca.crlNextUpdate && *ca.crlThisUpdate < *ca.crlNextUpdate);
             EXPECT_TRUE(ca.notBefore && ca.notAfter && *ca.notBefore < *ca.notAfter);
             EXPECT_EQ(ca.fault, "");
+            EXPECT_EQ(chain->at(0).crlIssuer + chain->at(2).crlIssuer, "") << "no CRL was needed";
             EXPECT_EQ(chain->at(0).revocation, ChainLink::Revocation::kNotChecked) << "no-check, and the answer itself";
         }
         EXPECT_EQ(evidence.signerChain[0].subject, "CN=responder");
