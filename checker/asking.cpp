@@ -250,6 +250,7 @@ void Asking::explainRejection(const CBlob& body, const Examination& examination,
     Rejection& rejection = *outcome.rejection;
     constexpr std::uint32_t kUnauthorized = 6;
     if (examination.refusal() == kUnauthorized && !namesIssuerBySha1(call_.request())) {
+        rejection.text.erase(rejection.text.rfind("; "));
         rejection.text += "; name the issuer by its SHA-1 hash, the only one that many responders know";
         outcome.remedy = Remedy::kSha1;
     } else if (!examination.isDecoded() && !examination.refusal()) {

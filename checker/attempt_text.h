@@ -37,6 +37,7 @@ bool isUnreached(const Attempt& attempt);
 std::string refusalText(std::uint32_t responseStatus);
 
 /// Says what octets that cannot be decoded look like, if the rejection has no text of its own.
-void describeForm(const Orvane::CBlob& body, rules::Rejection& rejection);
+void describeForm(const Orvane::CBlob& body, rules::Rejection& rejection,
+                  const char* remedy = "check the address of the responder");
 
 }  // namespace tallow

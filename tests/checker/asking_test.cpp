@@ -56,7 +56,7 @@ TEST_F(CheckerAttempts, NameTheCauseAndWhatHelps) {
              Row{refusing(2), status::kNotSuccessful, Remedy::kNone, "\"internalError\": it failed"},
              Row{refusing(3), status::kNotSuccessful, Remedy::kNone, "\"tryLater\": it cannot answer now"},
              Row{refusing(5), status::kNotSuccessful, Remedy::kNone, "\"sigRequired\": it answers only signed"},
-             Row{refusing(6), status::kNotSuccessful, Remedy::kNone, "\"unauthorized\": it knows nothing about"},
+             Row{refusing(6), status::kNotSuccessful, Remedy::kNone, "\"unauthorized\": it does not answer about"},
              Row{refusing(6), status::kNotSuccessful, Remedy::kSha1, "by its SHA-1 hash", {.hashOid = kSha256}},
              Row{{.body = buildResponse(good())},
                  status::kNonceMismatch,
@@ -75,6 +75,7 @@ TEST_F(CheckerAttempts, NameTheCauseAndWhatHelps) {
         ASSERT_FALSE(verdict.attempts.empty());
         EXPECT_EQ(verdict.attempts.back().status, verdict.status);
         EXPECT_EQ(verdict.attempts.back().remedy, row.remedy);
+        EXPECT_EQ(verdict.cause.find(row.words), verdict.cause.rfind(row.words)) << verdict.cause;  // said once
         EXPECT_THAT(verdict.cause, AllOf(HasSubstr(server.url()), HasSubstr(row.words), Not(HasSubstr("--"))));
     }
 }

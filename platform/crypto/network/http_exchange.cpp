@@ -389,12 +389,13 @@ HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
 std::string Exchange::timeoutReason(const std::string& peer) const {
     if (millisecondsUntil(checkDeadline()) <= 0) {
         const CheckTime time = checkTime();
-        return peer + " gave no answer within the time limit of the check, " + secondsText(time.limitMs) +
+        return peer + " gave no complete answer within the time limit of the check, " + secondsText(time.limitMs) +
                (time.isOfSettings ? " (setting check_timeout_ms)" : "");
     }
     if (millisecondsUntil(deadline_) <= 0) {
         const long limitMs = call_.timeSettingMs != 0 ? call_.timeSettingMs : limits_.deadlineMs;
-        return peer + " gave no answer within " + secondsText(limitMs) + " (setting " + call_.timeSetting + ')';
+        return peer + " gave no complete answer within " + secondsText(limitMs) + " (setting " + call_.timeSetting +
+               ')';
     }
     return "no connection to " + peer + " within " + secondsText(limits_.connectTimeoutMs) +
            " (setting connect_timeout_ms)";
