@@ -89,7 +89,9 @@ void verifyChain(Call& call, const CertificateToCheck& target, Verdict& verdict)
 
 void limitTo(Verdict& verdict, Time when) {
     if (verdict.answer == Answer::kUnproven) {
-        verdict.cause += " (not proven at that time, " + text::iso8601(when) + ")";
+        const std::string time = text::iso8601(when);
+        const bool isNamed = verdict.cause.find(time) != std::string::npos;
+        verdict.cause += " (not proven at that time" + (isNamed ? ")" : ", " + time + ")");
     }
 }
 

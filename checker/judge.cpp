@@ -15,6 +15,7 @@
 #include "client/policy/policy_binding.h"
 #include "client/policy/policy_settings.h"
 #include "client/policy/refusal.h"
+#include "client/policy/request_policy.h"
 #include "client/policy/response_policy.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -174,6 +175,20 @@ std::int32_t statusOf(Answer answer) {
     return status::kFail;
 }
 
+// Responders that sign in advance return no nonce. Who requires one?
+std::string Examination::withoutNonce() const {
+    if (!nonce_.isLive) {
+        return "the response has no nonce, but the request has one; verify it without the request if it was signed in "
+               "advance";
+    }
+    client::PolicyBinding<client::CRequestPolicy> policy;
+    policy.bind();
+    return "the response has no nonce, although one is required" +
+           (policy->RequireNonce ? ": " + client::keyWithPlace(client::settings::RequireNonce.name) +
+                                       " is true; use a responder that returns nonces"
+                                 : "; accept it by its dates if the responder signs in advance");
+}
+
 std::optional<Rejection> Examination::rejectNonce() {
     reached_ = Step::kNonce;
     if (!nonce_.sent || nonce_.sent->cbData() == 0) {
@@ -194,11 +209,8 @@ std::optional<Rejection> Examination::rejectNonce() {
                          "the response has another nonce than the request, as with a replay; ask again"};
     }
     freshness_ = Freshness::kNonceNotReturned;
-    return nonce_.isRequired
-               ? std::optional(Rejection{status::kNonceMismatch, Rule::kNonce,
-                                         "the response has no nonce, although one is required; responders that sign "
-                                         "in advance return none"})
-               : std::nullopt;
+    return nonce_.isRequired ? std::optional(Rejection{status::kNonceMismatch, Rule::kNonce, withoutNonce()})
+                             : std::nullopt;
 }
 
 std::optional<Rejection> Examination::read(const Orvane::CBlob& bytes) {
@@ -252,6 +264,7 @@ rules::RuleClock Examination::clock() const {
         .tolerance = spanOf(accuracy.value_or(options.clockSkew)),
         .oldestOfAll = std::nullopt,
         .isTooOld = false,
+        .isStored = !nonce_.isLive,
         .isPast = call_.isPast(),
         .present = CDateTime::Now(),
     };

@@ -51,6 +51,7 @@ public:
 
 private:
     std::optional<rules::Rejection> rejectNonce();
+    std::string withoutNonce() const;
     rules::RuleClock clock() const;
 
     Call& call_;

@@ -1,6 +1,7 @@
 // What a stored response says: about one certificate, about those of a request, or about all that it names.
 #include <algorithm>
 
+#include "checker/attempt_text.h"
 #include "checker/call.h"
 #include "checker/input.h"
 #include "checker/judge.h"
@@ -110,6 +111,9 @@ std::vector<Verdict> StoredResponse::verdictsOn(Input answer) {
     const NonceRule nonce{request_ ? std::optional(ResponderExchange::nonceOf(*request_)) : std::nullopt, true, false};
     Examination examination(call_, nonce);
     std::optional<Rejection> rejection = examination.prove(blobOf(answer));
+    if (rejection && !examination.isDecoded() && !examination.refusal()) {
+        describeForm(blobOf(answer), *rejection, "name a file with an OCSP response");
+    }
     std::vector<rules::Subject> all;
     if (!rejection || request_ || target_ || examination.isDecoded()) {
         const std::optional<Rejection> unreadable = rejectionOf(Rule::kEntry, [&]() -> std::optional<Rejection> {

@@ -67,7 +67,10 @@ std::string textOf(const Verdict& verdict) {
         case Answer::kUnproven:
             break;
     }
-    return verdict.cause;
+    // What helps is to renew it on the server, unless its signer cannot be trusted here.
+    return verdict.reached == Step::kSigner
+               ? verdict.cause
+               : verdict.cause.substr(0, verdict.cause.rfind("; ")) + "; update the stapled response on the server";
 }
 
 }  // namespace

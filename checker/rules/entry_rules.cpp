@@ -81,6 +81,9 @@ public:
 private:
     // A date beside the clock: "2026-11-25T14:00:00Z is 3 days 4 h ahead of our clock 2026-11-22T10:00:00Z".
     std::string compared(const CDateTime& date) const;
+    const char* remedyForAge() const {
+        return clock_.isStored ? "; ask the responder again" : "; ask its operator for a current one";
+    }
     bool answersHistory() const {
         return subject_.wantsHistory && response_.get_SRHistoricalRequest(index_) != nullptr;
     }
@@ -129,27 +132,29 @@ std::optional<Rejection> Entry::rejectAge() const {
     if (clock_.isTooOld) {
         const std::string limit =
             text::between(CDateTime::fromTicks(0), CDateTime::fromTicks(clock_.tolerance.ticks()));
-        return rejected(status::kNotCurrent, "producedAt " + compared(response_.get_ProducedAt()) + ", more than the " +
-                                                 limit + " that the setting ResponseAccuracy allows; ask with a nonce");
+        return rejected(status::kNotCurrent,
+                        "producedAt " + compared(response_.get_ProducedAt()) + ", more than the " + limit +
+                            " that the setting ResponseAccuracy allows without a nonce; use a responder that returns "
+                            "nonces");
     }
     if (answersHistory()) {
         return std::nullopt;
     }
     const CDateTime* nextUpdate = response_.get_SRNextUpdate(index_);
     if (nextUpdate != nullptr && *nextUpdate <= clock_.now) {
-        return rejected(status::kNotCurrent, "nextUpdate " + compared(*nextUpdate) +
-                                                 (clock_.isPast ? "; use a response of that time"
-                                                                : ": it has passed; ask the responder again"));
+        return rejected(status::kNotCurrent, (clock_.isPast ? "" : "the response expired: ") +
+                                                 ("nextUpdate " + compared(*nextUpdate)) +
+                                                 (clock_.isPast ? "; use a response of that time" : remedyForAge()));
     }
     const CDateTime thisUpdate = response_.get_SRThisUpdate(index_);
     const bool isOlderThanAll = clock_.oldestOfAll && thisUpdate < *clock_.oldestOfAll;
     if (isOlderThanAll || (nextUpdate == nullptr && thisUpdate < clock_.oldest)) {
         const CDateTime& oldest = isOlderThanAll ? *clock_.oldestOfAll : clock_.oldest;
-        return rejected(
-            status::kThisUpdateTooOld,
-            "thisUpdate " + compared(thisUpdate) + ", more than the " + text::between(oldest, clock_.now) +
-                (isOlderThanAll ? " of the greatest age that is accepted" : " that are accepted without nextUpdate") +
-                "; ask the responder again");
+        return rejected(status::kThisUpdateTooOld,
+                        "thisUpdate " + compared(thisUpdate) + ", more than the " + text::between(oldest, clock_.now) +
+                            (isOlderThanAll ? " that it may be old; allow a greater age"
+                                            : " that are accepted without nextUpdate (setting ThisUpdateAccuracy)" +
+                                                  std::string(remedyForAge())));
     }
     return std::nullopt;
 }
@@ -270,6 +275,9 @@ Rejection notAnswered(const CResponse& response, const Subject& subject) {
     if (count != 0) {
         found += count == 1 ? ", about serial number " : ", the first about serial number ";
         found += hexOf(response.get_SRCertID(0).get_serialNumber());
+        // Its hashes differ then.
+        found +=
+            response.get_SRCertID(0).get_serialNumber() == subject.id.get_serialNumber() ? " of another issuer" : "";
     }
     return {status::kNotAnswered, Rule::kEntry,
             "the response has no entry about serial number " + hexOf(subject.id.get_serialNumber()) +

@@ -25,6 +25,7 @@ struct RuleClock {
     Orvane::CDateTimeSpan tolerance;               // how far the clock of a responder may be ahead
     std::optional<Orvane::CDateTime> oldestOfAll;  // the earliest thisUpdate that is accepted at all
     bool isTooOld = false;      // the response is older than the administrator allows for one that was just asked for
+    bool isStored = false;      // the response was not asked for now
     bool isPast = false;        // `now` is a past time: a certificate that was revoked after it was not revoked then
     Orvane::CDateTime present;  // the current time, also when `now` is a past one
 };

@@ -98,6 +98,7 @@ Proof proveSigner(const CResponse& response, std::span<void*> stores) {
     }
     require(Rule::kSignature, [&] { return response.Verify(proof.signer, nullptr); });
     if (proof.rejection && proof.rejection->code == status::kBadAlgorithm) {
+        proof.rejection->rule = Rule::kSignature;  // already the search for the signer verifies it
         proof.rejection->text = text::algorithmProblem(response.get_SignatureAlgorithmOID());
     }
     require(Rule::kSigner, [&] { return response.VerifyCertificate(proof.signer, false, stores.data(), count); });

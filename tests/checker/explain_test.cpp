@@ -125,7 +125,7 @@ TEST_F(CheckerExplains, WhichCertificateOfAChainIsAtFault) {
                 {"root certificates have no OCSP responder: certificate CN=root is self-signed"});
     const tallow::Time past = std::chrono::system_clock::now() - std::chrono::hours(24);
     expectCause("past", Checker(own()).provedAt(past, pki.good.certificate, pki.ca.certificate, buildResponse(good())),
-                {"after the time asked about, 20", "use a response of that time (not proven at that time, 20"});
+                {"after the time asked about, 20", "use a response of that time (not proven at that time)"});
 }
 
 TEST_F(CheckerExplains, WhatAVerdictWasMadeFrom) {

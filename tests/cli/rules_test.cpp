@@ -110,7 +110,7 @@ std::vector<Row> rows() {
         {"second and revoked", entries({entryOn(certs().unknown, good), entryOnLeaf(revoked)}), 1, ""},
         {"good beside revoked", entries({entryOn(certs().revoked, revoked), entryOnLeaf(good)}), 0, ""},
         {"good beside stale", entries({entryOnLeaf(good), stale(entryOnLeaf(good, kSha256Oid))}), 3,
-         "entry: number 2: nextUpdate "},
+         "entry: number 2: the response expired: nextUpdate "},
         {"unknown hash", entries({leafWithUnknownHash(good), entryOnLeaf(good)}), 0, ""},
         {"only an unknown hash", entries({leafWithUnknownHash(good)}), 3, "entry: "},
         {"unknown hash, revoked", entries({entryOnLeaf(good), leafWithUnknownHash(revoked)}), 3,
