@@ -68,6 +68,7 @@ void Call::begin() {
     }
     const bool mayUseProxy = Orvane::PKI::OCSP::Client::mayUseProxy(
         *policy, {.proxyAddress = proxy_.c_str(), .proxyAuthType = static_cast<long>(request.get_ProxyAuthType())});
+    isProxyRefused_ = !mayUseProxy && !purpose_.isOffline && checker_.options.downloads;
     record_.cbSize = sizeof record_;
     if (!mayUseProxy || purpose_.isOffline || !checker_.options.downloads) {
         record_.dwFlags |= CRYPTO_CHECK_NO_DOWNLOADS;

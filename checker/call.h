@@ -67,6 +67,8 @@ public:
     /// The time of the verdict.
     Orvane::CDateTime now() const;
     /// Whether addresses in certificates may be contacted.
+    /// Nothing is downloaded, because policy permits neither the proxy nor going without one.
+    bool isProxyRefused() const { return isProxyRefused_; }
     bool mayDownload() const { return (record_.dwFlags & CRYPTO_CHECK_NO_DOWNLOADS) == 0; }
     bool isPast() const { return purpose_.at.has_value(); }
     std::chrono::steady_clock::time_point deadline() const { return deadline_; }
@@ -88,6 +90,7 @@ private:
     ATL2::CCertStore own_, collection_;
     std::optional<Orvane::PKI::OCSP::Client::CRequest> request_;
     std::wstring proxy_, proxyLogin_;
+    bool isProxyRefused_ = false;
     std::chrono::milliseconds timeout_{0};
     Notes notes_;
     Evidence evidence_;

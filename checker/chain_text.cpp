@@ -3,12 +3,15 @@
 #include <algorithm>
 
 #include "checker/rules/chain_faults.h"
+#include "checker/rules/issuer_rules.h"
 #include "checker/text/algorithm_text.h"
 #include "checker/text/certificate_text.h"
 #include "checker/text/name_text.h"
 #include "checker/text/safe_text.h"
 #include "checker/text/status_text.h"
 #include "checker/text/times.h"
+#include "client/policy/policy_settings.h"
+#include "client/policy/refusal.h"
 #include "handles/cert_context.h"
 #include "handles/status.h"
 
@@ -46,10 +49,10 @@ std::string describedAddress(const Call& call, const std::string& url, Download:
     }
     constexpr int kOk = 200;
     const std::string result = last->status == status::kOk ? "received, but of no use"
+                               : !last->reason.empty()     ? last->reason
                                : last->httpStatus != 0 && last->httpStatus != kOk
                                    ? "HTTP status " + std::to_string(last->httpStatus)
-                               : last->reason.empty() ? text::statusText(last->status)
-                                                      : last->reason;
+                                   : text::statusText(last->status);
     return url + " (" + result + ")";
 }
 
@@ -57,9 +60,15 @@ std::string describedAddresses(const Call& call, const std::vector<std::string>&
     if (urls.empty()) {
         return "the certificate names no address for it";
     }
-    std::string text = call.mayDownload() ? "its addresses " : "its addresses, which are not contacted here, ";
+    std::string text =
+        call.mayDownload() ? "its addresses "
+        : call.isProxyRefused()
+            ? "its addresses, which policy does not permit to contact (" +
+                  Orvane::PKI::OCSP::Client::keyWithPlace(Orvane::PKI::OCSP::Client::settings::AllowedProxies.name) +
+                  "), "
+            : "its addresses, which are not contacted here, ";
     for (const std::string& url : urls) {
-        text += (&url == &urls.front() ? "" : ", ") + describedAddress(call, url, content);
+        text += (&url == &urls.front() ? "" : ", ") + (call.mayDownload() ? describedAddress(call, url, content) : url);
     }
     return text;
 }
@@ -111,7 +120,7 @@ Cause revocationOf(const Call& call, const NotedCertificate& certificate) {
         context ? describedAddresses(call, text::crlAddressesOf(context.get()), Download::Content::kCrl) : "";
     return {status::kNoRevocationCheck,
             "has an unknown revocation status: " + certificate.reason + " (CRL of " + issuer + "; " + addresses + ")",
-            "supply a current CRL of " + issuer};
+            certificate.reason.starts_with("a store") ? "repair the store" : "supply a current CRL of " + issuer};
 }
 
 // The algorithm is the reason of many signatures that cannot be verified.
@@ -228,6 +237,28 @@ std::string wrongUsage(const Call& call) {
            "; ask the operator of the responder";
 }
 
+// Why a certificate with the name of the issuer, among those given, is not the issuer; empty when there is none.
+std::string problemOfNamesake(const Call& call, const _CERT_CONTEXT* certificate) {
+    const ATL2::CCertContext namesake = ATL2::CCertContext::adopt(
+        CertFindCertificateInStore(call.store(), X509_ASN_ENCODING, 0, CERT_FIND_ISSUER_OF, certificate, nullptr));
+    const std::optional<Rejection> rejection =
+        namesake ? rules::rejectIssuer(certificate, namesake.get()) : std::nullopt;
+    return rejection
+               ? "the issuer of " + text::certificateNamed(certificate) + " was not found: " + reasonOf(*rejection)
+               : std::string();
+}
+
+const char* remedyForDownloads(const Call& call) {
+    constexpr int kHttpProxyLogin = 407;
+    for (const Download& download : call.notes().downloads()) {
+        if (download.reason.starts_with(kProxyFailed)) {
+            return download.httpStatus == kHttpProxyLogin ? "give a name and password that the proxy accepts"
+                                                          : "check the proxy";
+        }
+    }
+    return "supply the certificate of the issuer";
+}
+
 }  // namespace
 
 std::vector<ChainLink> linksOf(const Call& call) {
@@ -276,13 +307,16 @@ Rejection explainChain(const Call& call, Rejection rejection, const CDateTime* p
 }
 
 std::string missingIssuer(const Call& call, const _CERT_CONTEXT* certificate) {
+    if (const std::string problem = problemOfNamesake(call, certificate); !problem.empty()) {
+        return problem;
+    }
     const std::string key = text::authorityKeyOf(certificate);
     const std::string stores = call.checker().isSystem ? ", the stores CA and ROOT of user and machine" : "";
     return "the issuer of " + text::certificateNamed(certificate) +
            " was not found: " + text::safeLine(text::issuerNameOf(certificate)) +
            (key.empty() ? "" : ", key identifier " + key) + "; searched in the certificates given" + stores + "; " +
-           describedAddresses(call, text::issuerAddressesOf(certificate), Download::Content::kIssuer) +
-           "; supply the certificate of the issuer";
+           describedAddresses(call, text::issuerAddressesOf(certificate), Download::Content::kIssuer) + "; " +
+           remedyForDownloads(call);
 }
 
 }  // namespace tallow

@@ -20,6 +20,14 @@ void Notes::takeDownload(const CRYPTO_NOTE& note) {
         exchangeStatus_ = static_cast<int>(note.dwHttpStatus);
         return;
     }
+    // What was received may turn out to be of another kind.
+    const bool isSame = note.dwError != 0 && note.dwHttpStatus == 0 && !downloads_.empty() &&
+                        downloads_.back().status == 0 && downloads_.back().url == text::safeLine(note.szUrl);
+    if (isSame) {
+        downloads_.back().status = ATL2::convertLastError(note.dwError);
+        downloads_.back().reason = text::safeLine(note.szReason);
+        return;
+    }
     if (downloads_.size() == kMostDownloads) {
         return;
     }
@@ -30,7 +38,7 @@ void Notes::takeDownload(const CRYPTO_NOTE& note) {
     download.httpStatus = static_cast<int>(note.dwHttpStatus);
     download.duration = std::chrono::milliseconds(note.dwMilliseconds);
     download.isFromCache = note.fFromCache != FALSE;
-    download.reason = text::safeLine(note.szReason);
+    download.reason = std::string(note.fAtProxy != FALSE ? kProxyFailed : "") + text::safeLine(note.szReason);
 }
 
 void Notes::beginExchange() {

@@ -11,6 +11,9 @@
 
 namespace tallow {
 
+/// Begins the reason of a download that the proxy refused or could not make.
+constexpr const char* kProxyFailed = "the proxy failed: ";
+
 /// The notes of one call. Bounded: hostile certificates can cause many.
 class Notes {
 public:

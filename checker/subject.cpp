@@ -6,6 +6,7 @@
 #include "checker/input.h"
 #include "checker/rules/issuer_rules.h"
 #include "checker/text/certificate_text.h"
+#include "checker/text/safe_text.h"
 #include "handles/status.h"
 
 namespace tallow {
@@ -40,6 +41,12 @@ void requireOrder(const std::vector<ATL2::CCertContext>& certificates) {
     }
 }
 
+std::string otherIssuer(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* given) {
+    return "the given issuer " + text::safeLine(text::subjectOf(given)) +
+           " did not issue the certificate, whose issuer is " + text::safeLine(text::issuerNameOf(certificate)) +
+           "; supply that one";
+}
+
 }  // namespace
 
 void name(Verdict& verdict, const _CERT_CONTEXT* certificate) {
@@ -72,7 +79,9 @@ void findIssuer(Call& call, CertificateToCheck& target, Input issuer) {
         });
         if (const std::optional<rules::Rejection> rejection =
                 rules::rejectIssuer(certificate.get(), given.front().get())) {
-            throw BadInput(rejection->code, reasonOf(*rejection));
+            throw BadInput(rejection->code, rejection->text.empty()
+                                                ? otherIssuer(certificate.get(), given.front().get())
+                                                : reasonOf(*rejection));
         }
         found = std::move(given.front());
         target.issuerSource = IssuerSource::kGiven;

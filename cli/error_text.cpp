@@ -19,19 +19,29 @@ namespace {
 // Statuses for which an option of the command helps.
 struct StatusRemedy {
     std::int32_t code;
+    const char* word;  // of the remedy in the text; another remedy needs another option, or none
     const char* option;
 };
 constexpr StatusRemedy kRemedies[] = {
-    {status::kNoResponder, "--url"},       {status::kNoSigner, "--issuer"},
-    {status::kIssuerMismatch, "--issuer"}, {status::kChaining, "--certs, --trust"},
-    {status::kCryptNotFound, "--certs"},   {status::kUntrustedRoot, "--trust"},
-    {status::kNoRevocationCheck, "--crl"}, {status::kRevocationOffline, "--crl"},
+    {status::kNoResponder, "supply", "--url"},
+    {status::kNoSigner, "supply", "--issuer"},
+    {status::kNoSigner, "that the proxy accepts", "--proxy-user, --proxy-password-file"},
+    {status::kNoSigner, "check the proxy", "--proxy"},
+    {status::kIssuerMismatch, "", "--issuer"},
+    {status::kChaining, "supply", "--certs, or --trust for a root"},
+    {status::kCryptNotFound, "supply", "--certs"},
+    {status::kUntrustedRoot, "name", "--trust"},
+    {status::kNoRevocationCheck, "supply", "--crl"},
+    {status::kRevocationOffline, "supply", "--crl"},
+    {status::kThisUpdateTooOld, "allow a greater age", "--max-age"},
+    {status::kPinMissing, "", "--pin-file"},
+    {status::kUnsignedRefused, "sign", "tallow request --sign"},
 };
 
 // The text, with the option that helps.
 std::string withRemedy(std::int32_t code, std::string text) {
     for (const StatusRemedy& remedy : kRemedies) {
-        if (remedy.code == code) {
+        if (remedy.code == code && text.find(remedy.word) != std::string::npos) {
             text += std::string(" (") + remedy.option + ")";
         }
     }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "checker/rules/chain.h"
+#include "checker/text/algorithm_text.h"
 #include "handles/cert_store.h"
 #include "handles/last_error.h"
 #include "handles/status.h"
@@ -41,7 +42,11 @@ std::optional<Rejection> rejectIssuer(const _CERT_CONTEXT* certificate, const _C
     const std::int32_t code = ATL2::convertLastError(GetLastError());
     if (code == status::kBadSignature) {
         return Rejection{status::kIssuerMismatch, Rule::kIssuer,
-                         "the issuer given has the right name, but another key; name the one that signed"};
+                         "the issuer given has the right name, but another key; supply the one that signed"};
+    }
+    if (const std::string problem = text::algorithmProblem(certificate->pCertInfo->SignatureAlgorithm.pszObjId);
+        code == status::kBadAlgorithm && !problem.empty()) {
+        return Rejection{code, Rule::kIssuer, "the signature of the certificate cannot be verified: " + problem};
     }
     return Rejection{code == status::kOk ? status::kFail : code, Rule::kIssuer,
                      "the signature of the certificate (algorithm " +

@@ -45,7 +45,7 @@ TEST_F(CheckOptions, IssuerMustHaveSignedTheCertificate) {
     for (const Row& row :
          {Row{"another name", certs().good, rootCa("another root"), "0x800B0107", "finding the issuer"},
           Row{"the same name, another key", certs().good, sameName, "0x800B0107",
-              "another key; name the one that signed (--issuer)"},
+              "another key; supply the one that signed (--issuer)"},
           Row{"another key, SHA-1", issue(sameName, sha1), certs().root, "0x800B0107", "another key"},
           Row{"unknown algorithm", withUnknownAlgorithm(certs().good), certs().root, "0x80090008",
               "cannot be verified"},

@@ -90,7 +90,17 @@ bool CrlSource::addCached(const std::string& url, const CrlSubject& subject, Crl
 bool CrlSource::addFetched(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) {
     const std::optional<Bytes> body =
         rules_.useNetwork ? fetchObject(url, chainLimits().maxCrlSize, allowance_, CRYPTO_NOTE_FOR_CRL) : std::nullopt;
-    return body && add(Crl::parse(*body), url, subject, candidates);
+    if (!body) {
+        return false;
+    }
+    const CrlRef crl = Crl::parse(*body);
+    if (!crl) {
+        constexpr std::string_view kPem = "-----BEGIN";
+        const bool isPem = body->size() > kPem.size() && std::equal(kPem.begin(), kPem.end(), body->begin());
+        noteSkipped(CRYPTO_NOTE_FOR_CRL, url, ERROR_INVALID_DATA,
+                    isPem ? "received in PEM, but a CRL is served in DER" : "received, but it is no CRL in DER");
+    }
+    return crl && add(crl, url, subject, candidates);
 }
 
 void CrlSource::keep(const CrlCandidate& candidate) const {

@@ -44,8 +44,7 @@ std::optional<Bytes> fetchObject(const std::string& url, std::size_t maxSize, Fe
     const DownloadProxy proxy = downloadProxy();
     if (!proxy.mayDownload) {
         TALLOW_CRYPTO_TRACE("policy refuses the proxy: nothing is downloaded\n");
-        noteSkipped(purpose, url, ERROR_INTERNET_OPERATION_CANCELLED,
-                    "not downloaded: downloads are switched off, or the policy refuses the proxy");
+        noteSkipped(purpose, url, ERROR_INTERNET_OPERATION_CANCELLED, "not downloaded: this check downloads nothing");
         return std::nullopt;
     }
     const bool isOver = allowance.remainingMs() <= 0;
