@@ -1,5 +1,6 @@
 // Received requests: intact, and signed by whom?
 #include "checker/call.h"
+#include "checker/chain_text.h"
 #include "checker/input.h"
 #include "checker/judge.h"
 #include "checker/text/certificate_text.h"
@@ -91,8 +92,14 @@ void ReceivedCheck::run(Input bytes) {
     }
     void* stores[] = {call_.store()};
     step_ = "certificate of the requestor";
-    if (isSigned && !passes(request_.VerifyCertificate(requestor, stores, 1))) {
-        return;
+    if (isSigned) {
+        call_.startChain();
+        const std::int32_t verdict = request_.VerifyCertificate(requestor, stores, 1);
+        if (!passes(verdict)) {
+            const rules::Rejection rejection = explainChain(call_, {verdict, rules::Rule::kSigner}, nullptr);
+            result_.cause = step_ + (": " + reasonOf(rejection));
+            return;
+        }
     }
     listAsked();
     result_.signer = isSigned ? ReceivedRequest::Signer::kProven : ReceivedRequest::Signer::kUnsigned;
