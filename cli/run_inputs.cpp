@@ -99,9 +99,21 @@ const char* remedyFor(const SUPPORT_SETTINGS_ERROR& error) {
     if (error.line != 0) {
         return "correct it, since nothing of the file is used until then";
     }
-    return error.code == static_cast<int>(ERROR_FILE_NOT_FOUND)
-               ? "name a file that exists"
-               : "the file must be readable, and writable by its owner only (chmod go-w)";
+    if (error.code == static_cast<int>(ERROR_FILE_NOT_FOUND)) {
+        return "name a file that exists";
+    }
+    const std::string_view message = error.message;
+    return message.ends_with("directory") ? "name a file"
+           : message.ends_with("denied")  ? "let this user read it"
+           : message.ends_with("go-w)")   ? "nothing of the file is used until then"
+                                          : "it must be readable, and belong to root or this user";
+}
+
+void requireSettings() {
+    SUPPORT_SETTINGS_ERROR error;
+    if (support_settings_error(&error) != 0) {
+        throw InputError("settings", std::string(error.message) + "; " + remedyFor(error), status::kNoPolicy);
+    }
 }
 
 }  // namespace
@@ -115,10 +127,7 @@ void openSettingsFile(const RunOptions& options) {
     if (!options.settings.empty()) {
         static_cast<void>(support_settings_open(options.settings.c_str()));
     }
-    SUPPORT_SETTINGS_ERROR error;
-    if (support_settings_error(&error) != 0) {
-        throw InputError("settings", std::string(error.message) + "; " + remedyFor(error), status::kNoPolicy);
-    }
+    requireSettings();
     if (options.trace) {
         readPolicy();
         static_cast<void>(support_trace_open(kAllTraceLevels, nullptr));
@@ -127,6 +136,8 @@ void openSettingsFile(const RunOptions& options) {
 
 void openSettings(const RunOptions& options) {
     openSettingsFile(options);
+    readPolicy();  // finds values of the wrong type
+    requireSettings();
     static bool isWarned = false;
     if (!std::exchange(isWarned, true)) {
         std::cerr << unknownSettingsWarning();
