@@ -1,5 +1,9 @@
 #include "cli/network.h"
 
+#include <algorithm>
+#include <cctype>
+#include <string_view>
+
 #include "checker/silent_responders.h"
 #include "checker/text/safe_text.h"
 #include "cli/pin.h"
@@ -41,7 +45,24 @@ void RunNetwork::apply(Options& checking) const {
     checking.silent = silent_;
 }
 
+std::string mistakeInUrl(const std::string& option, const std::string& url) {
+    std::string start = url.substr(0, url.find("://"));
+    std::transform(start.begin(), start.end(), start.begin(),
+                   [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
+    const std::size_t host = start.size() + 3;
+    const bool hasHost = host < url.size() && std::string_view("/:?#@").find(url[host]) == std::string_view::npos;
+    return url.empty() || (hasHost && (start == "http" || start == "https"))
+               ? std::string()
+               : option + ": " + text::withoutLogin(url) + " is no http or https address; give one such as http://" +
+                     (option == "--url" ? "ocsp.example/" : "proxy.example:3128/");
+}
+
 std::string mistakeInNetwork(const NetworkOptions& options) {
+    // A proxy may be named without a scheme, and libcurl knows other kinds.
+    if (std::string mistake = mistakeInUrl("--proxy", options.proxy);
+        !mistake.empty() && options.proxy.find("://") != std::string::npos && !options.proxy.starts_with("socks")) {
+        return mistake;
+    }
     if (options.proxyUser.empty()) {
         return {};
     }

@@ -23,6 +23,9 @@ private:
     std::shared_ptr<SilentResponders> silent_;
 };
 
+/// Says when the value of this option is no http or https address; empty for none, and for an empty value.
+std::string mistakeInUrl(const std::string& option, const std::string& url);
+
 /// A mistake in these options that the parser does not find; empty for none.
 std::string mistakeInNetwork(const NetworkOptions& options);
 

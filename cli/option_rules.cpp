@@ -75,6 +75,9 @@ std::string mistakeInStreams(const CommandOptions& options) {
     if (numTaken > 1) {
         return "--save-request and --save-response would both be written to standard output; name a file for one";
     }
+    if (outputs.size() > 1 && !outputs[0].empty() && outputs[0] == outputs[1]) {
+        return "--save-request and --save-response name the same file; name two";
+    }
     if (numTaken == 1 && std::visit([](const auto& chosen) { return isJson(chosen); }, options)) {
         return "the JSON result and an output file would both be written to standard output; name a file for one";
     }
@@ -112,6 +115,10 @@ std::string mistakeIn(const CommandOptions& options) {
     if (!mistake.empty() || (check == nullptr && send == nullptr)) {
         return mistake;
     }
+    mistake = mistakeInUrl("--url", check != nullptr ? check->url : send->url);
+    if (!mistake.empty()) {
+        return mistake;
+    }
     return check != nullptr ? mistakeInNetwork(*check) : mistakeInNetwork(*send);
 }
 
@@ -128,8 +135,8 @@ std::string helpMistakeIn(int argc, char** argv) {
         return {};
     }
     const std::string name(*help);
-    return name + " counts only alone, as in tallow check --help; a file of that name is ./" + name +
-           ", or comes after --";
+    return name + " counts only alone, as in tallow check " + (name == "--version" ? name : "--help") +
+           "; a file of that name is ./" + name + ", or comes after --";
 }
 
 std::vector<std::string> withoutMark(int argc, char** argv) {

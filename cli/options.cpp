@@ -160,8 +160,10 @@ void addNaming(CLI::App& command, RunOptions& options, const char* issuer) {
 
 void addNonce(CLI::App& command, std::optional<Nonce>& nonce, const char* what) {
     addValue(command, "--nonce", "MODE", nonce, nonceFrom, "require, try or off", what);
-    command.add_flag_function(
-        "--no-nonce", [&nonce](std::int64_t) { nonce = Nonce::kOff; }, "The same as --nonce off");
+    command
+        .add_flag_function(
+            "--no-nonce", [&nonce](std::int64_t) { nonce = Nonce::kOff; }, "The same as --nonce off")
+        ->excludes("--nonce");
 }
 
 void describeHelp(CLI::App& command) {

@@ -113,6 +113,9 @@ std::string plainWords(const CLI::App& command, const CLI::ParseError& mistake) 
         const std::string other = text.substr(text.rfind(' ') + 1);
         return name + " works only with " + other + "; add " + other + " or leave out " + name;
     }
+    if (dynamic_cast<const CLI::ExcludesError*>(&mistake) != nullptr) {
+        return name + " and " + text.substr(text.rfind(' ') + 1) + " exclude each other; give one of them";
+    }
     if (dynamic_cast<const CLI::ArgumentMismatch*>(&mistake) == nullptr || option == nullptr) {
         return text;
     }

@@ -3,6 +3,8 @@
 #include <exception>
 #include <optional>
 
+#include "checker/text/certificate_text.h"
+#include "checker/text/safe_text.h"
 #include "cli/certificates_to_check.h"
 #include "cli/check_result_of.h"
 #include "cli/error_text.h"
@@ -24,7 +26,10 @@ void requireIssuer(const RunInputs& inputs, const ATL2::CCertContext& certificat
         if (Checker(inputs.trust(), {.downloads = false, .useCache = true})
                 .issuerOf(encodingOf(certificate), inputs.issuerOf(certificate))
                 .empty()) {
-            throw InputError(path, "its issuer is not known; name it (--issuer)", status::kNoSigner);
+            throw InputError(path,
+                             "its issuer " + text::safeLine(text::issuerNameOf(certificate.get())) +
+                                 " is not known; name it (--issuer)",
+                             status::kNoSigner);
         }
     } catch (const BadInput& failure) {
         throw InputError("--issuer", failure.what(), failure.status());
@@ -36,6 +41,9 @@ void requireIssuer(const RunInputs& inputs, const ATL2::CCertContext& certificat
 std::vector<CheckResult> runVerify(const VerifyOptions& options) {
     RunInputs inputs(options);
     Stored stored;
+    if (options.at && *options.at > std::chrono::system_clock::now() + std::chrono::minutes(3)) {
+        throw InputError("--at", "the time is in the future; give a time that has passed");
+    }
     stored.at = options.at;
     Bytes request;
     if (!options.request.empty()) {
@@ -51,6 +59,10 @@ std::vector<CheckResult> runVerify(const VerifyOptions& options) {
         const CertificateFiles files = readCertificateFiles({options.certificate});
         if (files.toCheck.front().failure) {
             std::rethrow_exception(files.toCheck.front().failure);
+        }
+        if (files.toCheck.size() > 1) {
+            throw InputError(options.certificate, "contains " + std::to_string(files.toCheck.size()) +
+                                                      " certificates to check; name a file with one of them");
         }
         inputs.add(files.certificates, files.crls);
         certificate = files.toCheck.front().certificate;

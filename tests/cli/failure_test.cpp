@@ -62,8 +62,6 @@ TEST_F(CheckErrors, DistinguishUnreachableRespondersFromNoneKnown) {
                 "0x80072EFD", {"the only responder asked", dead + ": ", second + ": not asked: ", "max_responders"});
     expectError(tallow.check({"--json", "--url", "http://no-such-host.invalid/", tallow.file("x", certs().good)}),
                 "0x80072EE7", {"http://no-such-host.invalid/", "no-such-host.invalid:80: the name is not known"});
-    expectError(tallow.check({"--json", "--url", "ftp://127.0.0.1/", tallow.file("x", certs().good)}), "0x80072EE6",
-                {"ftp://127.0.0.1/"});
 }
 
 TEST_F(CheckErrors, ReportAWrongClockOfTheResponder) {

@@ -93,6 +93,11 @@ TEST_F(CommandLine, ReportsMistakesInOneLine) {
              Mistake{{"check", "--connect", "host", "--starttls", "smpt"}, "did you mean smtp?"},
              Mistake{{"check", "--color", "red", leaf}, "give one of auto, always, never"},
              Mistake{{"check", "--url", "", leaf}, "--url"},
+             Mistake{{"check", "--url", "ftp://host/", leaf}, "--url: ftp://host/ is no http or https address"},
+             Mistake{{"check", "--proxy", "https://", leaf}, "--proxy: https:// is no http or https address"},
+             Mistake{{"check", "--nonce", "require", "--no-nonce", leaf}, "--no-nonce exclude each other; give one"},
+             Mistake{{"check", "--save-request", "a", "--save-response", "a", leaf}, "name the same file"},
+             Mistake{{"verify", "--at", "2199-01-01", "--cert", leaf, leaf}, "is in the future"},
              Mistake{{"check", "--issuer", "", leaf}, "--issuer"},
              Mistake{{"check", "--hash", "sha257", leaf}, "sha257"},
              Mistake{{"check", "--hash", "1.2.3.4", leaf}, "1.2.3.4"},
@@ -135,9 +140,9 @@ TEST_F(OptionFile, OfSettingsIsReportedWithLineAndColumn) {
         const char* place;
         int exitStatus;
     };
-    // A value of the wrong kind shows when it is read, which is when the first certificate is checked.
+    // The policy is read before the certificates.
     for (const Row& row : {Row{"[crypto]\nsystem_roots = maybe\n", ":2:", kExitUsage},
-                           Row{"[config.cades.ocsppolicy]\n\nNonceLength = \"8\"\n", ":3:", kExitNoAnswer}}) {
+                           Row{"[config.cades.ocsppolicy]\n\nNonceLength = \"8\"\n", ":3:", kExitUsage}}) {
         const std::string settings = tallow.file("broken.toml", std::string(row.content));
         const ProcessResult run =
             Command::plain({"check", "--settings", settings, "--url", "http://127.0.0.1:9/", leaf});
