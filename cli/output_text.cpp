@@ -128,7 +128,11 @@ std::string failureLines(const CheckResult& result) {
         }
     }
     if (result.staple && result.staple->isBad()) {
-        text += "tallow: " + safeLine(result.file + ": staple: " + result.staple->text) + '\n';
+        const bool isSame = result.error && result.error->text.find(result.staple->text) != std::string::npos;
+        text +=
+            "tallow: " +
+            safeLine(result.file + ": staple: " + (isSame ? "not proven, for the same reason" : result.staple->text)) +
+            '\n';
     }
     return text;
 }

@@ -6,7 +6,9 @@
 #include <new>
 
 #include "checker/checker.h"
+#include "checker/text/certificate_text.h"
 #include "checker/text/policy_text.h"
+#include "checker/text/safe_text.h"
 #include "cli/certificates_to_check.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
@@ -91,7 +93,8 @@ void addEntry(CRequest& request, unsigned long index, const ToCheck& asked, cons
     const ATL2::CCertContext issuer = ATL2::CCertContext::adopt(
         CertCreateCertificateContext(X509_ASN_ENCODING, encoded.data(), static_cast<DWORD>(encoded.size())));
     if (!issuer) {
-        ATL::AtlThrowImpl(status::kNoSigner);
+        throw BadInput(status::kNoSigner, "the issuer " + text::safeLine(text::issuerNameOf(asked.certificate.get())) +
+                                              " of the certificate was not found; supply its certificate");
     }
     CRequest single;
     const std::string& hash = inputs.hashOid();
@@ -134,7 +137,7 @@ Outcome runRequest(const RequestOptions& options) {
     const Pin pin = options.pinFile.empty() ? Pin() : Pin(options.pinFile);
     OutputFile output(options.output);
     std::string subject = options.output;
-    const char* step = "reading the policy";
+    std::string step = "reading the policy";
     try {
         CRequest request;
         const Checker checker(inputs.trust(), {.useCache = true});
@@ -149,7 +152,9 @@ Outcome runRequest(const RequestOptions& options) {
             request.put_UseNonce(*options.nonce != Nonce::kOff);
         }
         if (signer) {
-            step = "signing";
+            // A URI may contain a PIN.
+            const bool isPath = !options.key.empty() && options.key.find(':') == std::string::npos;
+            step = isPath ? "signing with " + options.key : "signing";
             subject = options.sign;
             request.Sign(signer.get(), certificatesToInclude(options.include), pin.get());
         }

@@ -276,7 +276,7 @@ bool holds(const StoreFile& file, const std::string& thumbprint) {
 Outcome add(const StoreOptions& options, const std::filesystem::path& folder) {
     const std::vector<Item> items = itemsToUse(options.file);
     if (options.name == "ROOT" && !std::all_of(items.begin(), items.end(), [](const Item& i) { return i.isRoot; })) {
-        throw InputError(options.file, "holds what is no root: only self-signed certificates count in ROOT; use CA");
+        throw InputError(options.file, "is not a root: only self-signed certificates count in ROOT; use the store CA");
     }
     requireCounting(options, folder);
     // Independent of the umask: roots that a group can write are ignored.

@@ -84,9 +84,12 @@ std::string exchangeText(int httpStatus, std::chrono::milliseconds duration, boo
 }
 
 std::string attemptText(const Attempt& attempt) {
-    std::string text = attempt.url + " (" + whoNamed(attempt.source) + "): " + statusOf(attempt);
-    text += attempt.isSkipped ? "" : exchangeText(attempt.httpStatus, attempt.duration, attempt.isFromCache);
-    return text + (attempt.reason.empty() ? "" : ": " + attempt.reason);
+    const std::string start = attempt.url + " (" + whoNamed(attempt.source) + "): ";
+    if (attempt.isSkipped || attempt.isRedirect) {
+        return start + attempt.reason;
+    }
+    return start + statusOf(attempt) + exchangeText(attempt.httpStatus, attempt.duration, attempt.isFromCache) +
+           (attempt.reason.empty() ? "" : ": " + attempt.reason);
 }
 
 std::string downloadText(const Download& download) {
@@ -176,7 +179,7 @@ std::string explanationOf(const CheckResult& result) {
         addUnchecked(text, verdict, !result.chain.empty());
     }
     if (result.error) {
-        addIf("stopped at:", std::string(nameOf(verdict.reached)) + ": " + result.error->text);
+        addIf("stopped at:", nameOf(verdict.reached));  // the failure is a line of its own
     }
     return text;
 }

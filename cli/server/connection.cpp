@@ -89,7 +89,7 @@ Connection::Connection(const ServerAddress& server, const Deadline& deadline) : 
             descriptor_ = made.release();
             return;
         }
-        failures += (failures.empty() ? "" : ", ") + addresses[i].text() + " " +
+        failures += (failures.empty() ? "" : ", ") + addresses[i].text() + ": " +
                     (error == ETIMEDOUT ? "no answer in " + share.limit() : std::string(std::strerror(error)));
     }
     if (deadline.millisecondsLeft() == 0) {

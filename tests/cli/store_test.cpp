@@ -102,7 +102,7 @@ TEST_F(Store, ReportsUnusableInputInOneLine) {
              Mistake{{"store", "list", ".ROOT"}, "not the name of a store"},
              Mistake{{"store", "list", ""}, "empty"},
              Mistake{{"store", "list", "file"}, "cannot be read"},
-             Mistake{{"store", "add", "ROOT", leaf}, "no root"},
+             Mistake{{"store", "add", "ROOT", leaf}, "is not a root"},
              Mistake{{"store", "add", "CA", key}, "no certificate and no CRL"},
              Mistake{{"store", "add", "CA", "missing.pem"}, "No such file"},
              Mistake{{"store", "add", "file", leaf}, "nothing was added"},
