@@ -255,7 +255,8 @@ void Asking::explainRejection(const CBlob& body, const Examination& examination,
         outcome.remedy = Remedy::kSha1;
     } else if (!examination.isDecoded() && !examination.refusal()) {
         describeForm(body, rejection);
-        outcome.remedy = Remedy::kAddress;
+        const bool isAddress = rejection.text.find("check the address") != std::string::npos;
+        outcome.remedy = isAddress ? Remedy::kAddress : Remedy::kNone;
     } else if (rejection.rule == Rule::kNonce && hasNonce_ && !examination.response().get_HasNonce()) {
         outcome.remedy = call_.checker().options.nonce == Nonce::kRequire ? Remedy::kTryNonce : Remedy::kNone;
     }

@@ -307,7 +307,7 @@ Rejection explainChain(const Call& call, Rejection rejection, const CDateTime* p
 }
 
 std::string missingIssuer(const Call& call, const _CERT_CONTEXT* certificate) {
-    if (const std::string problem = problemOfNamesake(call, certificate); !problem.empty()) {
+    if (std::string problem = problemOfNamesake(call, certificate); !problem.empty()) {
         return problem;
     }
     const std::string key = text::authorityKeyOf(certificate);

@@ -1,4 +1,6 @@
 // Received requests: intact, and signed by whom?
+#include <string_view>
+
 #include "checker/call.h"
 #include "checker/chain_text.h"
 #include "checker/input.h"
@@ -15,6 +17,8 @@ namespace {
 using Orvane::PKI::OCSP::CCertID;
 using Orvane::PKI::OCSP::Client::CRequest;
 
+constexpr const char* kReading = "reading the request";
+
 class ReceivedCheck {
 public:
     ReceivedCheck(Call& call, ReceivedRequest& result) : call_(call), result_(result) {}
@@ -30,7 +34,7 @@ private:
     Call& call_;
     ReceivedRequest& result_;
     CRequest request_;
-    const char* step_ = "reading the request";
+    const char* step_ = kReading;
 };
 
 void fail(ReceivedRequest& result, const char* step, std::int32_t code) {
@@ -125,7 +129,10 @@ ReceivedRequest Checker::receive(Input request) const {
             })) {
         result.signer = ReceivedRequest::Signer::kUndecided;
         result.status = rejection->code;
-        result.cause = step + (": " + reasonOf(*rejection));
+        const bool isForeign = rejection->text.empty() && std::string_view(step) == kReading;
+        result.cause = step + (": " + (isForeign ? "it is no OCSP request in DER (" +
+                                                       std::to_string(request.bytes.size()) + " octets); get it again"
+                                                 : reasonOf(*rejection)));
         result.asked.clear();
     }
     return result;

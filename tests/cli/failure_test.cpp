@@ -64,6 +64,12 @@ TEST_F(CheckErrors, DistinguishUnreachableRespondersFromNoneKnown) {
                 "0x80072EE7", {"http://no-such-host.invalid/", "no-such-host.invalid:80: the name is not known"});
 }
 
+TEST_F(CheckErrors, NameAnIssuerThatDidNotSign) {
+    const std::string twin = tallow.file("twin.pem", rootCa("command root"));
+    EXPECT_THAT(Command::plain({"check", leaf, twin}).err,
+                HasSubstr("was not found: the issuer given has the right name, but another key; supply the one"));
+}
+
 TEST_F(CheckErrors, ReportAWrongClockOfTheResponder) {
     struct Row {
         const char* clock;

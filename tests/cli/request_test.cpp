@@ -226,6 +226,9 @@ TEST_F(VerifyRequest, ReportsStatusAndCode) {
         EXPECT_EQ(fields["request.error.code"], row.code);
         EXPECT_EQ(numLines(run.err), *row.code == '\0' ? 0U : 1U);
     }
+    EXPECT_THAT(tallow.with({"verify-request", foreign}).err, testing::HasSubstr("the issuer of certificate "));
+    EXPECT_THAT(tallow.with({"verify-request", tallow.file("bytes", Bytes{0x30, 0})}).err,
+                testing::HasSubstr("it is no OCSP request in DER (2 octets)"));
 }
 
 TEST_F(VerifyRequest, ReportsUnusableOptionFiles) {
