@@ -52,6 +52,10 @@ std::vector<CheckResult> runVerify(const VerifyOptions& options) {
         if (files.toCheck.front().failure) {
             std::rethrow_exception(files.toCheck.front().failure);
         }
+        if (files.toCheck.size() > 1) {
+            throw InputError(options.certificate, "holds " + std::to_string(files.toCheck.size()) +
+                                                      " certificates to verify; name a file with one");
+        }
         inputs.add(files.certificates, files.crls);
         certificate = files.toCheck.front().certificate;
         stored.certificate = encodingOf(certificate);
