@@ -298,7 +298,9 @@ void Asking::record(const Responder& responder, Outcome& outcome, std::chrono::s
     last.remedy = outcome.remedy != Remedy::kNone ? outcome.remedy : last.remedy;
     last.duration = std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::steady_clock::now() - start);
     last.reason = outcome.rejection ? last.reason : "";  // of an accepted answer, it would repeat the verdict
-    rememberSilence(last);
+    if (attempts.size() == 1) {  // else a redirect led there, which anyone can send after much of the time
+        rememberSilence(last);
+    }
     for (Attempt& attempt : attempts) {
         attempt.source = responder.source;
         namePolicy(attempt, call_.request(), responder.url);

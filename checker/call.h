@@ -66,9 +66,9 @@ public:
 
     /// The time of the verdict.
     Orvane::CDateTime now() const;
-    /// Whether addresses in certificates may be contacted.
     /// Nothing is downloaded, because policy permits neither the proxy nor going without one.
     bool isProxyRefused() const { return isProxyRefused_; }
+    /// Whether addresses in certificates may be contacted.
     bool mayDownload() const { return (record_.dwFlags & CRYPTO_CHECK_NO_DOWNLOADS) == 0; }
     bool isPast() const { return purpose_.at.has_value(); }
     std::chrono::steady_clock::time_point deadline() const { return deadline_; }

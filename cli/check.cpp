@@ -143,7 +143,7 @@ std::vector<CheckResult> runCheck(const CheckOptions& options, const ResultUse& 
                 result = results[same->second];
             }
         } catch (...) {
-            result.error = explainCaught("reading the certificate");
+            fail(result, explainCaught("reading the certificate"));
         }
         result.file = next.label;
         done(result);

@@ -1,5 +1,7 @@
 #include "cli/check_result_of.h"
 
+#include <utility>
+
 #include "checker/text/certificate_text.h"
 #include "cli/error_text.h"
 #include "cli/evidence_text.h"
@@ -56,6 +58,11 @@ void fill(CheckResult& result, const Verdict& verdict) {
     if (const std::string mistake = settingsMistake(); verdict.answer == Answer::kUnproven && !mistake.empty()) {
         result.error = CheckError{status::kNoPolicy, "reading the policy: " + mistake};
     }
+}
+
+void fail(CheckResult& result, CheckError error) {
+    result.state = result.state == CertificateState::kRevoked ? result.state : CertificateState::kError;
+    result.error = std::move(error);
 }
 
 }  // namespace tallow::cli

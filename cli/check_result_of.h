@@ -9,4 +9,7 @@ namespace tallow::cli {
 /// `result` keeps its file, and subject and serial number where the verdict has none.
 void fill(CheckResult& result, const Verdict& verdict);
 
+/// The check did not come to its end. What was found before is not good then, but revoked stays revoked.
+void fail(CheckResult& result, CheckError error);
+
 }  // namespace tallow::cli

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "checker/text/safe_text.h"
+#include "cli/check_result_of.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
 #include "cli/server/server_certificates.h"
@@ -96,9 +97,9 @@ void checkServer(const CheckOptions& options, const RunInputs& inputs, const Cer
         try {
             fillIn(result);
         } catch (const ServerFailure& failure) {
-            result.error = errorOf(failure, options);
+            fail(result, errorOf(failure, options));
         } catch (...) {
-            result.error = explainCaught("checking the server");
+            fail(result, explainCaught("checking the server"));
         }
         done(result);
     };

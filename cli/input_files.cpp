@@ -145,6 +145,12 @@ void requireUsable(const std::string& path, const StoreContent& content, std::si
     constexpr std::string_view kOfText = "holds more than text";  // a certificate among other things still counts
     for (const StoreContent::Problem& problem : content.problems) {
         const std::string& reason = problem.reason;
+        if (reason.find("\"TRUSTED CERTIFICATE\"") != std::string::npos) {  // must not be overlooked
+            throw InputError(path,
+                             "holds a \"TRUSTED CERTIFICATE\", which is not read; convert it with: openssl x509 -in "
+                             "FILE -out certificate.pem",
+                             status::kInvalidData);
+        }
         if (problem.isBroken && !reason.starts_with(kOfNothing) && !reason.starts_with(kOfText)) {
             const bool isArchive = reason.find("PKCS #12") != std::string::npos;
             throw InputError(path, reason + (isArchive ? openingRemedy(reason) : "; get the file anew"),

@@ -1,7 +1,9 @@
 #include "cli/option_rules.h"
 
 #include <algorithm>
+#include <filesystem>
 #include <string_view>
+#include <system_error>
 #include <type_traits>
 
 #include "cli/network.h"
@@ -65,6 +67,17 @@ bool isJson(const Options& options) {
     return false;
 }
 
+// The second one written would replace the first. Devices and pipes take both.
+bool isSameFile(const std::string& left, const std::string& right) {
+    namespace fs = std::filesystem;
+    std::error_code error;
+    const fs::file_type type = left.empty() || right.empty() ? fs::file_type::none : fs::status(left, error).type();
+    return (type == fs::file_type::regular || type == fs::file_type::not_found) && left != "-" &&
+           fs::weakly_canonical(fs::absolute(left, error), error) ==
+               fs::weakly_canonical(fs::absolute(right, error), error) &&
+           !error;
+}
+
 std::string mistakeInStreams(const CommandOptions& options) {
     const Paths inputs = std::visit([](const auto& chosen) { return inputsOf(chosen); }, options);
     if (std::count(inputs.begin(), inputs.end(), "-") > 1) {
@@ -72,6 +85,9 @@ std::string mistakeInStreams(const CommandOptions& options) {
     }
     const Paths outputs = std::visit([](const auto& chosen) { return outputsOf(chosen); }, options);
     const auto numTaken = std::count_if(outputs.begin(), outputs.end(), isStandardOutput);
+    if (outputs.size() > 1 && isSameFile(outputs[0], outputs[1])) {
+        return "--save-request and --save-response name the same file; name two";
+    }
     if (numTaken > 1) {
         return "--save-request and --save-response would both be written to standard output; name a file for one";
     }
@@ -141,6 +157,12 @@ std::string helpMistakeIn(int argc, char** argv) {
 
 std::vector<std::string> withoutMark(int argc, char** argv) {
     std::vector<std::string> arguments(argv + std::min(argc, 1), argv + argc);
+    for (std::string& argument : arguments) {
+        // The parser would read a file of this name as a list of others. An IPv6 address is left alone.
+        if (argument.starts_with('[') && argument.ends_with(']') && argument.find(':') == std::string::npos) {
+            argument.insert(0, "./");
+        }
+    }
     const auto mark = std::find(arguments.begin(), arguments.end(), "--");
     for (auto file = mark; file != arguments.end(); ++file) {
         if (file->starts_with('-') && file->size() > 1) {

@@ -79,6 +79,9 @@ OutputFile::OutputFile(const std::string& path) : path_(path) {
     }
     struct stat info {};
     const bool exists = ::stat(target_.c_str(), &info) == 0;
+    if (!exists && errno != ENOENT) {
+        fail(errno);  // such as links in a circle
+    }
     if (exists && S_ISDIR(info.st_mode)) {
         throw InputError(path, "cannot be written: is a directory; name a file");
     }

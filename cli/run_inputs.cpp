@@ -32,6 +32,13 @@ bool names(const ATL2::CCertContext& certificate, const ATL2::CCertContext& issu
     return std::equal(subject.pbData, subject.pbData + subject.cbData, named.pbData, named.pbData + named.cbData);
 }
 
+bool isSignedBy(const ATL2::CCertContext& certificate, const ATL2::CCertContext& issuer) {
+    return names(certificate, issuer) &&
+           CryptVerifyCertificateSignatureEx(
+               0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, const_cast<_CERT_CONTEXT*>(certificate.get()),
+               CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, const_cast<_CERT_CONTEXT*>(issuer.get()), 0, nullptr) != 0;
+}
+
 bool isSelfIssued(const ATL2::CCertContext& certificate) {
     return names(certificate, certificate);
 }
@@ -180,9 +187,14 @@ Input RunInputs::issuerOf(const ATL2::CCertContext& certificate) const {
     if (issuers_.empty()) {
         return std::string_view();
     }
-    const auto named = std::find_if(issuers_.begin(), issuers_.end(),
-                                    [&certificate](const auto& issuer) { return names(certificate, issuer); });
-    return encodingOf(named == issuers_.end() ? issuers_.front() : *named);
+    // Of a CA that changed its key, there may be two with the name. Without the right one the check says what is wrong.
+    auto found = std::find_if(issuers_.begin(), issuers_.end(),
+                              [&certificate](const auto& issuer) { return isSignedBy(certificate, issuer); });
+    if (found == issuers_.end()) {
+        found = std::find_if(issuers_.begin(), issuers_.end(),
+                             [&certificate](const auto& issuer) { return names(certificate, issuer); });
+    }
+    return encodingOf(found == issuers_.end() ? issuers_.front() : *found);
 }
 
 Input RunInputs::issuerOf(Input der) const {

@@ -68,13 +68,25 @@ Context makeContext() {
     return context;
 }
 
-Session makeSession(SSL_CTX* context, const std::string& serverName, int descriptor) {
+// OpenSSL skips some messages without coming back to us. A server that sends them faster than they are read would keep
+// it busy for ever, so reading fails when the time is over.
+long endReadingAtDeadline(BIO* source, int operation, const char* /*octets*/, std::size_t /*size*/, int /*argument*/,
+                          long /*number*/, int result, std::size_t* /*processed*/) {
+    const auto* const deadline = reinterpret_cast<const Deadline*>(BIO_get_callback_arg(source));
+    return operation == BIO_CB_READ && deadline->millisecondsLeft() == 0 ? -1 : result;
+}
+
+// `deadline` must live longer.
+Session makeSession(SSL_CTX* context, const std::string& serverName, int descriptor, const Deadline& deadline) {
     Session session(SSL_new(context), SSL_free);
     if (!session || SSL_set_fd(session.get(), descriptor) != 1 ||
         SSL_set_tlsext_status_type(session.get(), TLSEXT_STATUSTYPE_ocsp) != 1 ||
         (!serverName.empty() && SSL_set_tlsext_host_name(session.get(), serverName.c_str()) != 1)) {
         failSetup();
     }
+    BIO* const source = SSL_get_rbio(session.get());
+    BIO_set_callback_arg(source, const_cast<char*>(reinterpret_cast<const char*>(&deadline)));
+    BIO_set_callback_ex(source, endReadingAtDeadline);
     return session;
 }
 
@@ -112,7 +124,7 @@ bool isRefusedAfterProof(const SSL* session) {
            (SSL_CIPHER_get_kx_nid(cipher) == NID_kx_ecdhe || SSL_CIPHER_get_kx_nid(cipher) == NID_kx_dhe);
 }
 
-void shakeHands(SSL* session, const Connection& connection, const ServerToAsk& server) {
+void shakeHands(SSL* session, const Connection& connection, const ServerToAsk& server, const Deadline& deadline) {
     ERR_clear_error();
     for (int result = SSL_connect(session); result != 1; result = SSL_connect(session)) {
         switch (SSL_get_error(session, result)) {
@@ -125,6 +137,9 @@ void shakeHands(SSL* session, const Connection& connection, const ServerToAsk& s
             default:
                 if (isRefusedAfterProof(session)) {
                     return;
+                }
+                if (deadline.millisecondsLeft() == 0) {
+                    deadline.fail("TLS handshake: the server did not complete it");
                 }
                 failHandshake(server);
         }
@@ -190,8 +205,8 @@ ServerCertificates retrieveCertificates(const ServerToAsk& server) {
         startTls(connection, *server.startTls, server.serverName.empty() ? server.address.host : server.serverName);
     }
     const Context context = makeContext();
-    const Session session = makeSession(context.get(), server.serverName, connection.descriptor());
-    shakeHands(session.get(), connection, server);
+    const Session session = makeSession(context.get(), server.serverName, connection.descriptor(), deadline);
+    shakeHands(session.get(), connection, server, deadline);
     ServerCertificates sent = sentIn(session.get());
     if (SSL_is_init_finished(session.get()) == 1) {
         static_cast<void>(SSL_shutdown(session.get()));  // a farewell; its failure changes nothing

@@ -14,7 +14,9 @@ namespace {
 // What the server said, cut to a readable length; control characters are escaped where it is printed.
 std::string quoted(std::string_view said) {
     constexpr std::size_t kLongest = 200;
-    return '"' + std::string(said.substr(0, kLongest)) + (said.size() > kLongest ? "...\"" : "\"");
+    std::string text(said.substr(0, kLongest));
+    std::replace(text.begin(), text.end(), '\0', ' ');  // would end the message
+    return '"' + text + (said.size() > kLongest ? "...\"" : "\"");
 }
 
 [[noreturn]] void refused(std::string_view said) {

@@ -123,6 +123,14 @@ TEST_F(CheckerAttempts, AreNotRepeatedAtSilentResponders) {
     EXPECT_EQ(slow.requests().size(), 1U);
     options.responders = {closed};
     EXPECT_EQ(check(options).status, status::kNotAsked);
+    const std::string other = dead();
+    const HttpServer hostile([&other](const HttpRequest&) {
+        return HttpReply{.status = 307, .headers = {{"Location", other}}};
+    });
+    for (const std::string& asked : {hostile.url(), other}) {
+        options.responders = {asked};
+        EXPECT_FALSE(check(options).attempts.back().isSkipped) << "a redirect says nothing about its target";
+    }
 }
 
 // The time limit covers the issuer, the responder and the CRL of its signer together: each alone would be in time.

@@ -63,6 +63,7 @@ TEST_F(InputFile, GivesAResultForEachCertificateThatIssuedNoOther) {
              Row{{ca.certificatePem() + top, below}, "b error\n"},  // but not as an issuer
              Row{{ca.certificatePem() + good}, "a good\n"},         // nor beside an end entity
              Row{{good, broken, revoked}, "a good\nb error\nc revoked\n"},
+             Row{{good + toPem(certs().revoked.certificate, "TRUSTED CERTIFICATE")}, "a error\n"},
          }) {
         Arguments arguments = {"--json", "--url", responderUrl()};
         std::string all;
@@ -105,6 +106,8 @@ TEST_F(ContainerFile, IsReadLikeItsCertificates) {
 
 TEST_F(ContainerFile, ThatCannotBeOpenedIsReportedWithTheCommandThatHelps) {
     const Bytes p12 = readFile(archive("p12", {"-passout", "pass:"}));
+    Bytes twice = p12;
+    twice.insert(twice.end(), p12.begin(), p12.end());
     // A million rounds become eight.
     Bytes costly = readFile(
         made("million", {"pkcs12", "-export", "-nokeys", "-in", leaf, "-passout", "pass:", "-iter", "1000000"}));
@@ -120,6 +123,7 @@ TEST_F(ContainerFile, ThatCannotBeOpenedIsReportedWithTheCommandThatHelps) {
                            Row{tallow.file("costly", costly), "too much work"},
                            Row{made("keys", {"pkcs12", "-export", "-nocerts", "-inkey", key, "-passout", "pass:"}),
                                "without certificates"},
+                           Row{tallow.file("two", twice), "more octets after a container"},
                            Row{tallow.file("cut", Bytes(p12.begin(), p12.end() - 9)), "not a certificate"}}) {
         const ProcessResult run = tallow.check({"--json", row.path});
         EXPECT_EQ(run.exitStatus, kExitNoAnswer);

@@ -62,6 +62,9 @@ TEST_F(CheckOptions, IssuerMustHaveSignedTheCertificate) {
         const bool isFound = isIssuer || row.leaf.certificate == certs().good.certificate;
         EXPECT_EQ(tallow.check(asking).exitStatus, isFound ? 0 : kExitNoAnswer);
     }
+    const std::string both = tallow.file("both.pem", sameName.certificatePem() + certs().root.certificatePem());
+    EXPECT_EQ(
+        tallow.check({"--issuer", both, "--url", responderUrl(), tallow.file("good.pem", certs().good)}).exitStatus, 0);
     expectOneLine(tallow.checkUntrusting({"--url", "http://127.0.0.1:9/", leaf}), kExitNoAnswer,
                   {"0x8009100E", "--issuer"});
 }

@@ -10,6 +10,7 @@
 #include <thread>
 
 #include "cli/check.h"
+#include "cli/check_result_of.h"
 #include "cli/server/server_certificates.h"
 #include "cli/server/server_failure.h"
 #include "tests/cli/command.h"
@@ -75,6 +76,7 @@ TEST(ServerAddress, IsReadOrRefusedWithTheCause) {
 struct Turn {
     std::string expected;  // what the client must send first
     std::string reply;
+    bool isEndless = false;  // the reply is repeated until the client is gone
 };
 using Script = std::vector<Turn>;
 
@@ -120,8 +122,11 @@ private:
         for (const Turn& turn : script_) {
             std::string heard(turn.expected.size(), '\0');
             const ssize_t size = heard.empty() ? 0 : ::recv(client, heard.data(), heard.size(), MSG_WAITALL);
-            if (size != static_cast<ssize_t>(heard.size()) || heard != turn.expected ||
-                ::send(client, turn.reply.data(), turn.reply.size(), MSG_NOSIGNAL) < 0) {
+            bool isSpoken = size == static_cast<ssize_t>(heard.size()) && heard == turn.expected;
+            do {
+                isSpoken = isSpoken && ::send(client, turn.reply.data(), turn.reply.size(), MSG_NOSIGNAL) >= 0;
+            } while (isSpoken && turn.isEndless);
+            if (!isSpoken) {
                 return false;
             }
         }
@@ -216,6 +221,17 @@ TEST(StartTls, LeadsToTheCertificateUnlessTheServerInjectsEndsOrNeverEnds) {
     }
 }
 
+TEST(CheckThatFails, IsNotGoodAndLeavesRevokedAsItIs) {
+    using tallow::cli::CertificateState;
+    for (const auto& [before, after] : {std::pair(CertificateState::kGood, CertificateState::kError),
+                                        std::pair(CertificateState::kRevoked, CertificateState::kRevoked)}) {
+        CheckResult result;
+        result.state = before;
+        fail(result, {1, "memory is exhausted"});
+        EXPECT_EQ(result.state, after);
+    }
+}
+
 TEST(StartTls, NamesTheLimitThatTheServerExceeds) {
     const Script manyLines{{"", "220-\r\n"s}};
     Script endless = manyLines;
@@ -258,8 +274,8 @@ TEST(StartTls, ReportsWhatARefusingServerSays) {
              Row{"mysql",
                  {{"",
                    "\x0A\0\0\0\xFF\x69\x04"
-                   "blocked"s}},
-                 "refuses TLS: \"blocked\""},
+                   "blo\0ked"s}},
+                 "refuses TLS: \"blo ked\"; enable"},
          }) {
         EXPECT_THAT(failureWith(row.protocol, row.script), HasSubstr(row.words)) << row.protocol;
     }
@@ -424,6 +440,20 @@ TEST_F(ConnectOption, SendsTheNameAndReadsServersThatInsistOnACertificateOrUseIp
         const TlsServer six(certs().good, {}, "[::1]");
         EXPECT_EQ(resultsFor(six.label, responder.url()).at(0).verdict.cause, "");
     }
+}
+
+// OpenSSL skips HelloRequest, as long as more of them is there to be read.
+TEST_F(ConnectOption, EndsInTimeWhenTheServerSendsSkippedMessagesForEver) {
+    std::string requests;
+    for (int i = 0; i < 100000; ++i) {
+        requests += "\x16\x03\x03\0\x04\0\0\0\0"s;
+    }
+    const Script flood{{"", requests, true}};
+    EXPECT_THAT(failureWith("", flood, 300ms), HasSubstr("within 300 ms"));
+    const TalkingServer server(flood);
+    expectError(
+        tallow.check({"--json", "--timeout", "0.3", "--url", "https://127.0.0.1:" + std::to_string(server.port), leaf}),
+        "0x80072EE2", {"within the time limit of the check, 0.3 s"});
 }
 
 TEST_F(ConnectOption, ReportsAServerThatGivesNoCertificateInOneLineAndGoesOn) {

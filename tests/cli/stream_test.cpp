@@ -12,6 +12,7 @@ using StandardInput = CommandTest;
 using ResultFile = CommandTest;
 using Interruption = CommandTest;
 
+constexpr int kExitNoAnswer = 3;
 constexpr int kExitUsage = 64;
 
 // Runs a script in the directory of `tallow`; $T is the command, $1 and so on are the arguments.
@@ -39,6 +40,8 @@ TEST_F(StandardInput, IsReadOnce) {
              Row{check + "- - < leaf.pem", kExitUsage},
              Row{check + "--json --save-response - leaf.pem", kExitUsage},
              Row{check + "--save-request - --save-response - leaf.pem", kExitUsage},
+             Row{check + "--save-request kept --save-response ./kept leaf.pem", kExitUsage},
+             Row{"echo x > '[leaf.pem]'; " + check + "--trust root.pem '[leaf.pem]'", kExitNoAnswer},
          }) {
         const ProcessResult run = shell(tallow, row.script, {responderUrl()});
         EXPECT_EQ(run.exitStatus, row.exitStatus) << row.script << run.err;
@@ -65,6 +68,7 @@ TEST_F(ResultFile, IsReplacedAsAWholeOrWrittenThrough) {
              "! " + write + "- leaf.pem > /dev/full 2> text",
              "! " + write + "- leaf.pem >&- 2> text",
              "! " + write + "/dev/fd/9 leaf.pem 2> text",
+             "ln -s b a; ln -s a b; ! " + write + "a leaf.pem 2> text; test -L a",
              "echo old > kept; ! " + write + "kept nothing.pem 2> text; test $(cat kept) = old",
          }) {
         const ProcessResult run = shell(tallow, "set -e; " + script + " && test -z \"$(ls -A | grep ^.tallow)\"");

@@ -1,5 +1,7 @@
 #include "platform/crypto/certificates/container_file.h"
 
+#include <algorithm>
+
 #include "platform/crypto/keys/key_cost.h"
 #include "platform/crypto/keys/pkcs12_handles.h"
 
@@ -35,6 +37,15 @@ void take(const X509_CRL* crl, StoreFileContent& content) {
     }
 }
 
+// Another message after the container may hold certificates that would be overlooked. Line ends and padding may follow.
+void requireEnd(ByteView der, const unsigned char* end, StoreFileContent& content) {
+    const bool isPadded = std::all_of(end, der.data() + der.size(),
+                                      [](unsigned char c) { return c == '\0' || c == '\r' || c == '\n' || c == ' '; });
+    if (!isPadded) {
+        addProblem(content, "holds more octets after a container");
+    }
+}
+
 // ---- PKCS #7 -------------------------------------------------------------------------------------------------------
 
 bool takePkcs7(ByteView der, StoreFileContent& content) {
@@ -43,6 +54,7 @@ bool takePkcs7(ByteView der, StoreFileContent& content) {
     if (message == nullptr) {
         return false;
     }
+    requireEnd(der, position, content);
     const bool isSigned = PKCS7_type_is_signed(message.get()) && message->d.sign != nullptr;
     const STACK_OF(X509)* const certificates = isSigned ? message->d.sign->cert : nullptr;
     const STACK_OF(X509_CRL)* const crls = isSigned ? message->d.sign->crl : nullptr;
@@ -123,6 +135,7 @@ bool takePkcs12(ByteView der, StoreFileContent& content) {
     if (container == nullptr) {
         return false;
     }
+    requireEnd(der, position, content);
     const SafesPtr safes(PKCS12_unpack_authsafes(container.get()));
     Archive archive(content);
     for (int i = 0; i < sk_PKCS7_num(safes.get()); ++i) {

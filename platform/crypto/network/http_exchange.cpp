@@ -141,10 +141,29 @@ curl_socket_t onOpenSocket(void* target, curlsocktype /*purpose*/, curl_sockaddr
     return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
 }
 
+// OpenSSL skips some messages without returning to libcurl, which looks at the time only then. A server that sends them
+// faster than they are read would keep it busy for ever, so reading fails when the time is over.
+long endReadingAtDeadline(BIO* source, int operation, const char* /*octets*/, std::size_t /*size*/, int /*argument*/,
+                          long /*number*/, int result, std::size_t* /*processed*/) {
+    const auto* const deadline = reinterpret_cast<const Clock::time_point*>(BIO_get_callback_arg(source));
+    return operation == BIO_CB_READ && Clock::now() >= *deadline ? -1 : result;
+}
+
+// The first message is ours: nothing was read before.
+void onTlsMessage(int /*isSent*/, int /*version*/, int /*type*/, const void* /*octets*/, std::size_t /*size*/,
+                  SSL* session, void* deadline) {
+    BIO* const source = SSL_get_rbio(session);
+    BIO_set_callback_arg(source, static_cast<char*>(deadline));
+    BIO_set_callback_ex(source, endReadingAtDeadline);
+}
+
 // libcurl and some releases of OpenSSL write the keys of TLS connections to the file that SSLKEYLOGFILE names. This
 // runs after either has set its callback.
-CURLcode onTlsContext(CURL* /*easy*/, void* context, void* /*target*/) {
-    SSL_CTX_set_keylog_callback(static_cast<SSL_CTX*>(context), nullptr);
+CURLcode onTlsContext(CURL* /*easy*/, void* context, void* deadline) {
+    auto* const tls = static_cast<SSL_CTX*>(context);
+    SSL_CTX_set_keylog_callback(tls, nullptr);
+    SSL_CTX_set_msg_callback(tls, onTlsMessage);
+    SSL_CTX_set_msg_callback_arg(tls, deadline);
     return CURLE_OK;
 }
 
@@ -321,7 +340,7 @@ private:
 
     const HttpCall& call_;
     const ExchangeLimits& limits_;
-    Clock::time_point deadline_;
+    Clock::time_point deadline_;  // before the handle, whose connections look at it
     EasyPtr easy_;
     HeaderList headers_;
     Arrival arrival_;
@@ -347,6 +366,7 @@ DWORD Exchange::prepare() {
     Options options(easy_.get());
     setCommonOptions(options, limits_, arrival_, reach_);
     options.set(CURLOPT_ERRORBUFFER, libraryText_);
+    options.set(CURLOPT_SSL_CTX_DATA, &deadline_);
     setRequest(options, call_, headers_.get());
     const DWORD error = setProxy(options, call_);
     return error != 0 ? error : errorOf(options.code());
@@ -381,6 +401,9 @@ HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
     if (code == CURLE_OK) {
         const ForkGate::Outside waiting;  // a fork does not wait for the network
         code = curl_easy_perform(easy_.get());
+    }
+    if (code != CURLE_OK && errorOf(code) == ERROR_INTERNET_SECURE_FAILURE && millisecondsUntil(deadline_) <= 0) {
+        code = CURLE_OPERATION_TIMEDOUT;
     }
     return code == CURLE_OK ? arrived(next) : failed(code, address);
 }
