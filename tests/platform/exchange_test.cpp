@@ -405,7 +405,8 @@ TEST(DownloadNote, IsAlsoToldOfDownloads) {
          {Row{0, server.url(), 8, 5000, ERROR_HTTP_INVALID_SERVER_RESPONSE, "(setting max_crl_bytes)"},
           Row{0, server.url(), 8, 10, ERROR_INTERNET_TIMEOUT, "0.01 s (setting chain_fetch_timeout_ms)"},
           Row{0, server.url(), 0, 5000, ERROR_INTERNET_OPERATION_CANCELLED, "max_chain_fetches"},
-          Row{CRYPTO_CHECK_NO_DOWNLOADS, server.url(), 8, 5000, ERROR_INTERNET_OPERATION_CANCELLED, "switched off"},
+          Row{CRYPTO_CHECK_NO_DOWNLOADS, server.url(), 8, 5000, ERROR_INTERNET_OPERATION_CANCELLED,
+              "downloads nothing"},
           Row{0, "http://169.254.169.254/", 8, 5000, ERROR_NETWORK_ACCESS_DENIED, "169.254.169.254 is a link-local"}}) {
         SCOPED_TRACE(row.words);
         Told told;
