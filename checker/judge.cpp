@@ -279,12 +279,15 @@ rules::RuleClock Examination::clock() const {
     return clock;
 }
 
-std::optional<Rejection> Examination::rejectTimes(const client::CRequest& request) const {
+std::optional<Rejection> Examination::rejectEntries(const client::CRequest& request) const {
     reached_ = Step::kEntry;
     const rules::RuleClock clock = this->clock();
+    const rules::EntryTable table(response_);
+    bool isAnswered = request.get_SRNumber() == 0;
     for (unsigned long i = 0; i < request.get_SRNumber(); ++i) {
         const rules::Subject subject{request.get_SRCertID(i), nullptr, nullptr,
                                      request.get_SRHistoricalRequest(i) != nullptr};
+        isAnswered = isAnswered || !table.withSerial(subject.id.get_serialNumber()).empty();
         const unsigned long entry = response_.get_SRIndexByCertID(subject.id);
         if (entry == client::CResponse::kNoIndex) {
             continue;
@@ -293,7 +296,10 @@ std::optional<Rejection> Examination::rejectTimes(const client::CRequest& reques
             return rejection;
         }
     }
-    return std::nullopt;
+    return isAnswered ? std::nullopt
+                      : std::optional(Rejection{status::kNotAnswered, Rule::kEntry,
+                                                "the response has no entry about any certificate of the request; check "
+                                                "that the address is that of the responder of their issuer"});
 }
 
 std::optional<Rejection> Examination::answer(const rules::Subject& subject, Verdict& verdict) const {

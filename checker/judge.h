@@ -32,9 +32,9 @@ public:
     /// The same, then finds the signer and checks it.
     std::optional<rules::Rejection> prove(const Orvane::CBlob& bytes);
 
-    /// After `read`: compares the times of the entries that the request asked about with the clock. Nothing is
-    /// verified.
-    std::optional<rules::Rejection> rejectTimes(const Orvane::PKI::OCSP::Client::CRequest& request) const;
+    /// After `read`: whether the response has entries that the request asked about, and their times fit the clock.
+    /// Nothing is verified.
+    std::optional<rules::Rejection> rejectEntries(const Orvane::PKI::OCSP::Client::CRequest& request) const;
 
     /// Looks the subject up and fills the verdict when it is found, except for the octets of the response.
     std::optional<rules::Rejection> answer(const rules::Subject& subject, Verdict& verdict) const;

@@ -27,7 +27,7 @@ std::optional<Rejection> rejectAnswer(Call& call, const Orvane::CBlob& body, con
     if (rejection && !examination.isDecoded() && !examination.refusal()) {
         describeForm(body, *rejection);
     }
-    return rejection ? rejection : rejectionOf(Rule::kEntry, [&] { return examination.rejectTimes(call.request()); });
+    return rejection ? rejection : rejectionOf(Rule::kEntry, [&] { return examination.rejectEntries(call.request()); });
 }
 
 std::optional<Rejection> exchange(Call& call, Input bytes, const std::string& url, Sent& sent, Rule& rule) {

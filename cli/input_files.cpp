@@ -47,7 +47,12 @@ std::string readWhole(const std::string& path, std::size_t largest = kLargestFil
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     if (!file) {
-        throw InputError(path, std::string("cannot be opened: ") + std::strerror(errno), status::kFileNotFound);
+        const bool isAddress = path.find("://") != std::string::npos;
+        const char* const remedy = isAddress         ? "; name a file, or a server with --connect"
+                                   : errno == ENOENT ? "; check the name"
+                                                     : "; check its permissions";
+        throw InputError(path, std::string("cannot be opened: ") + std::strerror(errno) + remedy,
+                         status::kFileNotFound);
     }
     return readAll(file, path, largest);
 }

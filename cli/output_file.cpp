@@ -102,7 +102,8 @@ OutputFile::~OutputFile() {
 }
 
 void OutputFile::fail(int error) const {
-    throw InputError(path_, std::string("cannot be written: ") + std::strerror(error));
+    throw InputError(path_, std::string("cannot be written: ") + std::strerror(error) +
+                                (error == ENOENT ? "; name a directory that exists" : ""));
 }
 
 void OutputFile::openDescriptor(int descriptor) {

@@ -170,7 +170,10 @@ TEST_F(CheckerAttempts, OfSendReportDatesThatDoNotFit) {
         std::int32_t status;
         const char* words;
     };
-    for (const Row& row : {Row{good(), 0, ""}, Row{goodAt(-60, -30), status::kNotCurrent, "nextUpdate"},
+    ResponseSpec other = good();
+    other.entries.front().id.serial = {0x7F};
+    for (const Row& row : {Row{good(), 0, ""}, Row{other, status::kNotAnswered, "no entry about any"},
+                           Row{goodAt(-60, -30), status::kNotCurrent, "nextUpdate"},
                            Row{goodAt(3600, 7200), status::kNotCurrent, "ahead of our clock"},
                            Row{goodAt(-30 * kDay, std::nullopt), status::kThisUpdateTooOld, "thisUpdate"}}) {
         const HttpServer server([&](const HttpRequest&) { return HttpReply{.body = buildResponse(row.response)}; });

@@ -118,7 +118,7 @@ TEST_F(Verify, ReportsUnusableOptionFiles) {
           Mistake{{"--cert", response, response}, "not a certificate"},
           Mistake{{"--cert", tallow.file("two.pem", certs().good.certificatePem() + certs().revoked.certificatePem()),
                    response},
-                  "two.pem: holds 2 certificates to check; name a file with one"},
+                  "two.pem: contains 2 certificates to check; name a file with one"},
           Mistake{{"--cert", tallow.file("below other.pem", issue(rootCa("other"), {})), response}, "--issuer"},
           Mistake{{"--cert", leaf, "--issuer", tallow.file("other.pem", rootCa("command root")), response},
                   "another key"},
