@@ -143,11 +143,13 @@ void openSettingsFile(const RunOptions& options) {
 
 void openSettings(const RunOptions& options) {
     openSettingsFile(options);
-    readPolicy();  // finds values of the wrong type
-    requireSettings();
+    const SettingsReport report = reportOnSettings();
+    if (!report.wrongType.empty()) {
+        throw InputError("settings", report.wrongType, status::kNoPolicy);
+    }
     static bool isWarned = false;
     if (!std::exchange(isWarned, true)) {
-        std::cerr << unknownSettingsWarning();
+        std::cerr << report.warning;
     }
 }
 

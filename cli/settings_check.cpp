@@ -164,6 +164,7 @@ SettingsMistake mistakeAt(const std::string& path, unsigned int type) {
         if (type != SUPPORT_SETTINGS_TABLE) {
             mistake.key = tableText(path);
             mistake.text = " must be a table";
+            mistake.hasWrongType = true;
             mistake.suggestion = "write " + tableText(path) + " in a line of its own, and its keys below";
         }
         return mistake;
@@ -181,6 +182,7 @@ SettingsMistake mistakeAt(const std::string& path, unsigned int type) {
     if (const auto [fits, expected] = typeFor(*setting, type); !fits) {
         mistake.key = setting->name;
         mistake.text = std::string(" must be ") + expected;
+        mistake.hasWrongType = true;
         mistake.suggestion = exampleOf(*setting);
         return mistake;
     }
@@ -228,11 +230,24 @@ Found findMistakes() {
     return found;
 }
 
-std::string lineOf(const SettingsMistake& mistake) {
-    return "tallow: " +
-           safeLine(mistake.file + ":" + std::to_string(mistake.line) + ":" + std::to_string(mistake.column) + ": " +
-                    mistake.key + mistake.text + (mistake.suggestion.empty() ? "" : "; ") + mistake.suggestion) +
-           '\n';
+std::string textOf(const SettingsMistake& mistake) {
+    return mistake.file + ":" + std::to_string(mistake.line) + ":" + std::to_string(mistake.column) + ": " +
+           mistake.key + mistake.text + (mistake.suggestion.empty() ? "" : "; ") + mistake.suggestion;
+}
+
+// Of those that have no effect; empty when there are none.
+std::string warningOf(const std::vector<SettingsMistake>& mistakes) {
+    const auto isUnknown = [](const SettingsMistake& mistake) { return mistake.isUnknown; };
+    const auto first = std::find_if(mistakes.begin(), mistakes.end(), isUnknown);
+    if (first == mistakes.end()) {
+        return {};
+    }
+    const auto more = std::count_if(first + 1, mistakes.end(), isUnknown);
+    std::string line =
+        first->file + ":" + std::to_string(first->line) + ": " + first->key + first->text + "; " + first->suggestion;
+    line += line.ends_with('?') ? " " : ". ";
+    line += more == 0 ? "It has no effect" : "It and " + std::to_string(more) + " more have no effect";
+    return "tallow: settings: " + safeLine(line + "; see tallow settings --check") + '\n';
 }
 
 std::string jsonOf(const std::vector<SettingsMistake>& mistakes) {
@@ -268,7 +283,7 @@ Outcome checkSettings(const SettingsOptions& options) {
     const Found found = findMistakes();
     Outcome outcome;
     for (const SettingsMistake& mistake : found.mistakes) {
-        outcome.err += lineOf(mistake);
+        outcome.err += "tallow: " + safeLine(textOf(mistake)) + '\n';
     }
     outcome.exitStatus = found.mistakes.empty() ? kExitGood : kExitUsage;
     if (options.json) {
@@ -281,19 +296,11 @@ Outcome checkSettings(const SettingsOptions& options) {
     return outcome;
 }
 
-std::string unknownSettingsWarning() {
-    const Found found = findMistakes();
-    const auto isUnknown = [](const SettingsMistake& mistake) { return mistake.isUnknown; };
-    const auto first = std::find_if(found.mistakes.begin(), found.mistakes.end(), isUnknown);
-    if (first == found.mistakes.end()) {
-        return {};
-    }
-    const auto more = std::count_if(first + 1, found.mistakes.end(), isUnknown);
-    std::string line =
-        first->file + ":" + std::to_string(first->line) + ": " + first->key + first->text + "; " + first->suggestion;
-    line += line.ends_with('?') ? " " : ". ";
-    line += more == 0 ? "It has no effect" : "It and " + std::to_string(more) + " more have no effect";
-    return "tallow: settings: " + safeLine(line + "; see tallow settings --check") + '\n';
+SettingsReport reportOnSettings() {
+    const std::vector<SettingsMistake> mistakes = findMistakes().mistakes;
+    const auto wrong = std::find_if(mistakes.begin(), mistakes.end(),
+                                    [](const SettingsMistake& mistake) { return mistake.hasWrongType; });
+    return {wrong == mistakes.end() ? "" : textOf(*wrong), warningOf(mistakes)};
 }
 
 }  // namespace tallow::cli

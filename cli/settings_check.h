@@ -19,6 +19,7 @@ struct SettingsMistake {
     std::string text;        // what is wrong with it, continuing the key: " is not a setting"
     std::string suggestion;  // what to do; may be empty
     bool isUnknown = false;  // it has no effect at all
+    bool hasWrongType = false;
 };
 
 /// In the order of the file. A file that cannot be parsed has none here: see settingsMistake().
@@ -27,8 +28,11 @@ std::vector<SettingsMistake> settingsMistakes();
 /// tallow settings --check: a line for each mistake on standard error.
 Outcome checkSettings(const SettingsOptions& options);
 
-/// "tallow: settings: FILE:LINE: ..." for a person who runs the command with keys that have no effect; empty when there
-/// are none.
-std::string unknownSettingsWarning();
+/// For a person who runs another command; each is empty when there is none.
+struct SettingsReport {
+    std::string wrongType;  // the first value of the wrong type: "FILE:LINE:COLUMN: ..."
+    std::string warning;    // a line about the keys that have no effect: "tallow: settings: FILE:LINE: ..."
+};
+SettingsReport reportOnSettings();
 
 }  // namespace tallow::cli
