@@ -27,6 +27,7 @@ namespace {
 
 using Orvane::CDateTime;
 using Orvane::CDateTimeSpan;
+using Orvane::PKI::OCSP::CCertID;
 using Orvane::PKI::OCSP::CCertStatus;
 using rules::Rejection;
 using rules::Rule;
@@ -90,9 +91,22 @@ bool hasSameKeyAndName(const _CERT_CONTEXT* left, const _CERT_CONTEXT* right) {
            isEqual(keyA.pbData, keyA.cbData, keyB.pbData, keyB.cbData);
 }
 
-// Of a signer that passed. Without the issuer only the list of the policy can be recognised.
-Authority authorityOf(const _CERT_CONTEXT* signer, const _CERT_CONTEXT* issuer, bool hasPolicy) {
-    if (issuer != nullptr && hasSameKeyAndName(signer, issuer)) {
+// Whether the identifier in an entry names this certificate as the issuer. Not when its hash is unknown.
+bool isIssuerIn(const CCertID& entry, const _CERT_CONTEXT* certificate) {
+    try {
+        const Orvane::CBlob encoding(certificate->pbCertEncoded, certificate->cbCertEncoded);
+        const Orvane::ASN1::CAlgorithmIdentifierEx algorithm(entry.get_hashAlgorithm().get_algorithm());
+        const CCertID own(algorithm, encoding, encoding);  // for its two hashes
+        return own.get_issuerNameHash() == entry.get_issuerNameHash() &&
+               own.get_issuerKeyHash() == entry.get_issuerKeyHash();
+    } catch (const ATL::CAtlException&) {
+        return false;
+    }
+}
+
+// Of a signer that passed.
+Authority authorityOf(const _CERT_CONTEXT* signer, const _CERT_CONTEXT* issuer, const CCertID& entry, bool hasPolicy) {
+    if (issuer != nullptr ? hasSameKeyAndName(signer, issuer) : isIssuerIn(entry, signer)) {
         return Authority::kIssuer;
     }
     const bool isListed = hasPolicy && client::IsOCSPAuthorized(signer) != 0;
@@ -330,7 +344,8 @@ std::optional<Rejection> Examination::answer(const rules::Subject& subject, Verd
     verdict.freshness = freshness_;
     verdict.signer = text::subjectOf(signer_);
     verdict.signerCertificate = Bytes(signer_->pbCertEncoded, signer_->pbCertEncoded + signer_->cbCertEncoded);
-    verdict.authority = authorityOf(signer_, subject.issuer, call_.checker().hasPolicy);
+    verdict.authority =
+        authorityOf(signer_, subject.issuer, response_.get_SRCertID(finding.entry), call_.checker().hasPolicy);
     verdict.answer = answerOf(finding.status);
     verdict.status = statusOf(verdict.answer);
     verdict.reached = Step::kProven;

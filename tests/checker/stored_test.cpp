@@ -219,6 +219,19 @@ TEST_F(CheckerStored, IsComparedWithWhatIsGiven) {
     EXPECT_EQ(unusable[0].reached, Step::kInput) << unusable[0].why();
 }
 
+// The identifier in the entry names the issuer by its hashes.
+TEST_F(CheckerStored, NamesTheAuthorityWithoutTheIssuer) {
+    ResponseSpec byIssuer = good();
+    byIssuer.signer = pki.ca;
+    for (const auto& [spec, authority] :
+         {std::pair(byIssuer, tallow::Authority::kIssuer), std::pair(good(), tallow::Authority::kDelegate)}) {
+        const std::vector<Verdict> verdicts =
+            Checker(own().addCertificates(pki.ca.certificate)).verify(buildResponse(spec), {});
+        expectProven(verdicts.at(0), Answer::kGood);
+        EXPECT_EQ(verdicts[0].authority, authority);
+    }
+}
+
 TEST_F(CheckerStored, IsNotCopiedForEachEntryOfARefusedResponse) {
     ResponseSpec spec = good();
     spec.entries.resize(2000, spec.entries[0]);
