@@ -58,6 +58,9 @@ const char* remedyOfTls(std::string_view reason) {
         std::string_view word;
         const char* remedy;
     } kRemedies[] = {
+        {"setting certificate file",
+         "install the roots of TLS servers (package ca-certificates), or name a file of them "
+         "in the setting system_bundle"},
         {"expired", "its operator must renew its certificate"},
         {"not yet valid", "check the clock of this machine"},
         {"issuer certificate", "add its root to the file that the setting system_bundle names"},

@@ -47,7 +47,9 @@ std::string readWhole(const std::string& path, std::size_t largest = kLargestFil
     errno = 0;
     std::ifstream file(path, std::ios::binary);
     if (!file) {
-        const bool isAddress = path.find("://") != std::string::npos;
+        // "www.example.org", "localhost:443", or an address
+        const bool isAddress = path.find("://") != std::string::npos ||
+                               (errno == ENOENT && (path.starts_with("www.") || path.find(':') != std::string::npos));
         const char* const remedy = isAddress         ? "; name a file, or a server with --connect"
                                    : errno == ENOENT ? "; check the name"
                                                      : "; check its permissions";

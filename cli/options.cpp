@@ -122,7 +122,8 @@ void addNetwork(CLI::App& command, NetworkOptions& options) {
         ->type_name("NAME")
         ->needs(password);
     password->needs("--proxy-user");
-    addValue(command, "--timeout", "SECONDS", options.timeout, timeoutFrom, "seconds, for example 10 or 0.5",
+    addValue(command, "--timeout", "SECONDS", options.timeout, timeoutFrom,
+             "seconds up to 86400, for example 10 or 0.5",
              "Time limit for one certificate with everything it needs; default: the setting check_timeout_ms, else 30");
 }
 

@@ -94,7 +94,8 @@ std::string unexpected(const CLI::App& command, const std::vector<std::string>& 
     const std::string& word = arguments.front();
     const std::vector<std::string> commands = commandsOf(command);
     if (commands.empty()) {
-        return word + ": one argument too many; leave it out";
+        return word + ": one argument too many; " +
+               (command.get_name() == "verify" ? "name a certificate with --cert" : "leave it out");
     }
     const std::string near = closestName(word, commands);
     return "unknown command " + word + "; " +

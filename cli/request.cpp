@@ -66,7 +66,8 @@ ATL2::CCertContext findSigner(const RequestOptions& options) {
     } else if (ATL2::CCertContext own = ownCertificate(signer); own) {
         return own;
     } else {
-        throw InputError(options.sign, "nobody said where its private key is; name it (--key)", status::kNoKeyProperty);
+        throw InputError(options.sign, "its private key was not found in or beside its file; name it with --key",
+                         status::kNoKeyProperty);
     }
     return signer;
 }

@@ -127,7 +127,10 @@ void requireStore(const std::string& name, const std::filesystem::path& folder) 
 std::filesystem::path folderOf(const StoreOptions& options) {
     const std::string& name = options.name;
     if (!isStoreName(name)) {
-        throw InputError(name, "is not the name of a store; use letters, digits, - and _, for example ROOT, CA or My");
+        throw InputError(name,
+                         name.find_first_of("./") != std::string::npos
+                             ? "is not the name of a store; name the store first, then the file"
+                             : "is not the name of a store; use letters, digits, - and _, for example ROOT or CA");
     }
     const std::string stores = storesFolder(options.machine);
     if (stores.empty()) {

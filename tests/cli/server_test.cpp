@@ -451,8 +451,9 @@ TEST_F(ConnectOption, EndsInTimeWhenTheServerSendsSkippedMessagesForEver) {
     const Script flood{{"", requests, true}};
     EXPECT_THAT(failureWith("", flood, 300ms), HasSubstr("within 300 ms"));
     const TalkingServer server(flood);
+    const Command secure("system_bundle = \"" + root + "\"\n");
     expectError(
-        tallow.check({"--json", "--timeout", "0.3", "--url", "https://127.0.0.1:" + std::to_string(server.port), leaf}),
+        secure.check({"--json", "--timeout", "0.3", "--url", "https://127.0.0.1:" + std::to_string(server.port), leaf}),
         "0x80072EE2", {"within the time limit of the check, 0.3 s"});
 }
 
