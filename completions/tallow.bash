@@ -69,10 +69,16 @@ _tallow() {
         store)
             if ((COMP_CWORD == 2)); then
                 COMPREPLY=($(compgen -W 'list add remove' -- "$cur"))
-            elif ((COMP_CWORD == 3)); then
-                COMPREPLY=($(compgen -W 'ROOT CA My AddressBook Trust TrustedPeople' -- "$cur"))
-            else
-                _tallow_files "$cur"
+            elif [[ ${COMP_WORDS[2]} != -* ]]; then
+                local word names=0 # before this one, after the action
+                for word in "${COMP_WORDS[@]:3:COMP_CWORD-3}"; do
+                    [[ $word == -* ]] || ((++names))
+                done
+                if ((names == 0)); then
+                    COMPREPLY=($(compgen -W 'ROOT CA My AddressBook Trust TrustedPeople' -- "$cur"))
+                else
+                    _tallow_files "$cur"
+                fi
             fi
             ;;
         explain) COMPREPLY=($(compgen -W "$("${COMP_WORDS[0]}" explain 2>/dev/null | cut -d ' ' -f 2 | tr -d :)" -- "$cur")) ;;
