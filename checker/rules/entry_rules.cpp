@@ -269,7 +269,7 @@ std::string hexOf(const CBlob& serial) {
     return serial.writeToHexString(0).c_str();
 }
 
-Rejection notAnswered(const CResponse& response, const Subject& subject) {
+Rejection notAnswered(const CResponse& response, const Subject& subject, bool isStored) {
     const unsigned long count = response.get_SRNumber();
     std::string found = count == 0 ? "it has none" : "it has " + std::to_string(count);
     if (count != 0) {
@@ -283,7 +283,8 @@ Rejection notAnswered(const CResponse& response, const Subject& subject) {
             "the response has no entry about serial number " + hexOf(subject.id.get_serialNumber()) +
                 (subject.issuer == nullptr ? std::string()
                                            : " of the issuer " + text::safeLine(text::subjectOf(subject.issuer))) +
-                " (" + found + "); ask another responder"};
+                " (" + found + "); " +
+                (isStored ? "use the response about this certificate" : "ask another responder")};
 }
 
 }  // namespace
@@ -323,7 +324,7 @@ std::variant<Finding, Rejection> findingOn(const CResponse& response, const Entr
                                            const RuleClock& clock) {
     const Entries entries = entriesOn(response, table, subject, clock);
     if (entries.about.empty()) {
-        return notAnswered(response, subject);
+        return notAnswered(response, subject, clock.isStored);
     }
     for (const Entry& entry : entries.about) {
         if (!isRevokedLater(response, entry, clock) && isRevoked(entry, entries.about.size() == 1)) {
