@@ -8,7 +8,7 @@ namespace tallow {
 
 namespace {
 
-// Bounds the memory of a long run; whoever is not in it is asked again.
+// Bounds the memory of a long run; a responder that is not in it is asked again.
 constexpr std::size_t kMostServers = 1000;
 
 // "host:port" of an address: what does not answer is the server, whatever the path and the login.

@@ -589,7 +589,7 @@ typedef struct _CRYPTO_NOTE {
     DWORD dwHttpStatus;
     // DOWNLOAD: how long it took.
     DWORD dwMilliseconds;
-    // DOWNLOAD: whether the proxy failed, not the server behind it.
+    // DOWNLOAD: whether the proxy failed rather than the server.
     BOOL fAtProxy;
     // DOWNLOAD: whether it came from the cache.
     BOOL fFromCache;
@@ -641,7 +641,7 @@ typedef struct _CRYPTO_CHECK {
     const FILETIME* pTime;
     // Milliseconds for the whole check; 0: the setting check_timeout_ms. Never more than the check around it has left.
     DWORD dwTimeout;
-    // Told what happens during the check; null: nobody is, except that of the check around this one.
+    // The listener for what happens during the check. Null: that of the check around this one, if any.
     PFN_CRYPTO_ON_NOTE pfnOnNote;
     // The caller's own; passed to pfnOnNote.
     void* pvOnNote;

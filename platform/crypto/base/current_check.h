@@ -16,9 +16,9 @@ bool isForbidden(DWORD restriction) noexcept;
 // The store with the roots of the check; null when it has none.
 HCERTSTORE rootsOfCheck() noexcept;
 
-// Whether somebody is told what happens; notes that are expensive to make are left out otherwise.
+// Whether a check of this thread has a listener. Without one, notes that are expensive to make are left out.
 bool isNoted() noexcept;
-// Tells the innermost check that wants to know. The note needs no cbSize; its texts may be null.
+// Passes a note to the listener of the innermost check that has one. The note needs no cbSize; its texts may be null.
 void tell(CRYPTO_NOTE note) noexcept;
 
 // The time for which a call evaluates certificates and CRLs: its own, else that of the check, else now.

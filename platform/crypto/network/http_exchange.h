@@ -41,7 +41,7 @@ struct HttpAnswer {
     Bytes body;       // empty when there is an error
     // Why there is an error or a status other than 200, in words for people and without a login.
     std::string reason;
-    bool isAtProxy = false;  // the proxy failed, not the server behind it
+    bool isAtProxy = false;  // the proxy failed rather than the server
     long connectStatus = 0;  // with which the proxy refused to connect to the server; else 0
 };
 
