@@ -90,6 +90,16 @@ void CertIdTraits::get(const ASN1_T& record, CCertID& value) {
     ASN1::ASN1StringToBigInteger(record.serialNumber, value.serialNumber_);
 }
 
+CCertID CertIdTraits::make(const ASN1::CAlgorithmIdentifier& hashAlgorithm, ASN1::Octets issuerNameHash,
+                           ASN1::Octets issuerKeyHash, ASN1::Octets serialNumber) {
+    CCertID value;
+    value.hashAlgorithm_ = hashAlgorithm;
+    value.issuerNameHash_.assign(issuerNameHash.data(), issuerNameHash.size());
+    value.issuerKeyHash_.assign(issuerKeyHash.data(), issuerKeyHash.size());
+    value.serialNumber_.assign(serialNumber.data(), serialNumber.size());
+    return value;
+}
+
 void ReqCertTraits::set(ASN1CTXT* ctxt, ASN1_T& record, const CReqCert& value) {
     if (const CCertID* certID = value.get_certID(); certID != nullptr) {
         record.u.certID = ASN1::allocateRecord<asn1data::ASN1T_CertID>(ctxt);
