@@ -88,7 +88,7 @@ public:
     // be that this response takes more memory than the codec may use.
     bool readEntries(CSingleResponseList* values) {
         const ASN1TOpenType& raw = record_.tbsResponseData.responses;
-        EntryReader reader({data_.pbData(), data_.cbData()}, depth_);
+        EntryReader reader(buffer_.getCtxtPtr(), depth_);
         if (!reader.read({raw.data, raw.numocts}, values)) {
             return false;
         }

@@ -1,6 +1,7 @@
 #include "message/entry_reader.h"
 
 #include <algorithm>
+#include <array>
 #include <optional>
 #include <utility>
 
@@ -121,26 +122,39 @@ std::optional<CertIdParts> takeCertId(TlvReader& reader) {
     return CertIdParts{*algorithm, *nameHash, *keyHash, *serialNumber};
 }
 
-// Lets the codec decode an element where it is in the message, under as many open levels as it would have there. Calls
-// `use` with the memory that the record took, if the codec ended where the element ends.
-template <class Record, class Use>
-bool decodeInPlace(Octets message, const TlvElement& element, std::uint32_t levels,
-                   int (*decode)(ASN1CTXT*, Record*, ASN1TagType, int), Use use) {
-    ASN1BERDecodeBuffer buffer(message.data(), static_cast<std::int32_t>(message.size()));
-    ASN1CTXT* ctxt = buffer.getCtxtPtr();
-    rtCtxtSetFlag(ctxt, CTX_FLAG_ZERO_COPY);  // all that is read is copied below
-    if (buffer.init() != 0) {
-        return false;
-    }
-    const auto start = static_cast<std::uint32_t>(element.whole.data() - message.data());
+// Lets the codec decode an element where it is in the message, under as many open levels as it would have there. False
+// if it fails or does not end where the element ends.
+template <class Record>
+bool decodeInPlace(ASN1CTXT* ctxt, const TlvElement& element, std::uint32_t levels,
+                   int (*decode)(ASN1CTXT*, Record*, ASN1TagType, int), Record& record) {
+    const auto start = static_cast<std::uint32_t>(element.whole.data() - ctxt->buffer.data);
     ctxt->buffer.byteIndex = start;
     ctxt->levelDepth = levels;
-    Record record{};
-    if (decode(ctxt, &record, TAG_EXPLICIT, 0) != 0 || ctxt->buffer.byteIndex != start + element.whole.size()) {
-        return false;
-    }
-    use(record, ctxt->pTypeMemHeap->used);
-    return true;
+    return decode(ctxt, &record, TAG_EXPLICIT, 0) == 0 && ctxt->buffer.byteIndex == start + element.whole.size();
+}
+
+// The hash algorithms of nearly all entries, as they are written.
+struct HashAlgorithm {
+    const char* oid;
+    std::array<unsigned char, 15> encoding;
+    unsigned char size;
+};
+
+constexpr std::array<HashAlgorithm, 4> kHashAlgorithms = {{
+    {"1.3.14.3.2.26", {0x30, 9, 0x06, 5, 0x2B, 0x0E, 3, 2, 0x1A, 0x05, 0}, 11},
+    {"1.3.14.3.2.26", {0x30, 7, 0x06, 5, 0x2B, 0x0E, 3, 2, 0x1A}, 9},
+    {"2.16.840.1.101.3.4.2.1", {0x30, 13, 0x06, 9, 0x60, 0x86, 0x48, 1, 0x65, 3, 4, 2, 1, 0x05, 0}, 15},
+    {"2.16.840.1.101.3.4.2.1", {0x30, 11, 0x06, 9, 0x60, 0x86, 0x48, 1, 0x65, 3, 4, 2, 1}, 13},
+}};
+
+// What the codec allocates for the parameters of one of them, at least.
+constexpr std::uint64_t kSizeKnownAlgorithm = 2 * kSizeBlockHeader;
+
+const HashAlgorithm* knownAlgorithm(Octets octets) {
+    const auto found = std::ranges::find_if(kHashAlgorithms, [octets](const HashAlgorithm& known) {
+        return octets.size() == known.size && std::equal(octets.begin(), octets.end(), known.encoding.begin());
+    });
+    return found == kHashAlgorithms.end() ? nullptr : &*found;
 }
 
 }  // namespace
@@ -218,13 +232,20 @@ bool EntryReader::readPlain(const TlvElement& entry, CSingleResponseList* values
 }
 
 bool EntryReader::readRecord(const TlvElement& entry, CSingleResponseList* values) {
-    return decodeInPlace(message_, entry, depth_ + kLevelsAroundEntry, asn1data::asn1D_SingleResponse,
-                         [&](const asn1data::ASN1T_SingleResponse& record, std::uint64_t size) {
-                             sizeRecords_ += sizeof record + kSizeBlockHeader + size;
-                             if (values != nullptr) {
-                                 values->push_back(singleResponseOf(record));
-                             }
-                         });
+    // In a heap of its own: if all entries were left in that of the message, they would take the memory of all records.
+    ASN1BERDecodeBuffer buffer(ctxt_->buffer.data, static_cast<std::int32_t>(ctxt_->buffer.size));
+    ASN1CTXT* ctxt = buffer.getCtxtPtr();
+    rtCtxtSetFlag(ctxt, CTX_FLAG_ZERO_COPY);  // all that is read is copied
+    asn1data::ASN1T_SingleResponse record{};
+    if (buffer.init() != 0 ||
+        !decodeInPlace(ctxt, entry, depth_ + kLevelsAroundEntry, asn1data::asn1D_SingleResponse, record)) {
+        return false;
+    }
+    sizeRecords_ += sizeof record + kSizeBlockHeader + ctxt->pTypeMemHeap->used;
+    if (values != nullptr) {
+        values->push_back(singleResponseOf(record));
+    }
+    return true;
 }
 
 bool EntryReader::takeAlgorithm(const TlvElement& algorithm) {
@@ -232,12 +253,23 @@ bool EntryReader::takeAlgorithm(const TlvElement& algorithm) {
         return true;
     }
     algorithmOctets_ = {};
-    return decodeInPlace(message_, algorithm, depth_ + kLevelsAroundAlgorithm, asn1data::asn1D_AlgorithmIdentifier,
-                         [&](const asn1data::ASN1T_AlgorithmIdentifier& record, std::uint64_t size) {
-                             ASN1::ASN1T_AlgorithmIdentifier_traits::get(record, algorithm_);
-                             algorithmOctets_ = algorithm.whole;
-                             sizeAlgorithm_ = size;
-                         });
+    if (const HashAlgorithm* known = knownAlgorithm(algorithm.whole); known != nullptr) {
+        algorithm_.put_algorithm(known->oid);
+        const Octets parameters = algorithm.content.subspan(2 + algorithm.content[1]);
+        algorithm_.put_parameters(CBlob(parameters.data(), parameters.size()));
+        sizeAlgorithm_ = kSizeKnownAlgorithm;
+    } else {
+        const std::uint64_t usedBefore = ctxt_->pTypeMemHeap->used;
+        asn1data::ASN1T_AlgorithmIdentifier record{};
+        if (!decodeInPlace(ctxt_, algorithm, depth_ + kLevelsAroundAlgorithm, asn1data::asn1D_AlgorithmIdentifier,
+                           record)) {
+            return false;
+        }
+        ASN1::ASN1T_AlgorithmIdentifier_traits::get(record, algorithm_);
+        sizeAlgorithm_ = ctxt_->pTypeMemHeap->used - usedBefore;
+    }
+    algorithmOctets_ = algorithm.whole;
+    return true;
 }
 
 }  // namespace Orvane::PKI::OCSP

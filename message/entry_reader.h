@@ -21,9 +21,9 @@ CSingleResponse singleResponseOf(const asn1data::ASN1T_SingleResponse& record);
 
 class EntryReader {
 public:
-    /// `message` is the BasicOCSPResponse around the entries, which must outlive the reader, and `depth` the number of
-    /// schema levels around that.
-    EntryReader(ASN1::Octets message, std::uint32_t depth) : message_(message), depth_(depth) {}
+    /// `ctxt` is bound to the BasicOCSPResponse around the entries, and under `depth` levels of the schema. The reader
+    /// moves it and leaves some memory in its heap.
+    EntryReader(ASN1CTXT* ctxt, std::uint32_t depth) : ctxt_(ctxt), depth_(depth) {}
 
     /// Reads the entries of `responses`, the SEQUENCE OF in the message, and appends them to `values` unless that is
     /// null. False where the codec must decide; `values` may then hold a part. Throws kAsn1Error for times that do not
@@ -38,7 +38,7 @@ private:
     bool readRecord(const ASN1::TlvElement& entry, CSingleResponseList* values);
     bool takeAlgorithm(const ASN1::TlvElement& algorithm);
 
-    ASN1::Octets message_;
+    ASN1CTXT* ctxt_;
     std::uint32_t depth_;
     std::uint64_t sizeRecords_ = 0;
     ASN1::Octets algorithmOctets_;  // what algorithm_ was decoded from: the entries of a response share one

@@ -104,6 +104,10 @@ TEST_F(ResponseReadings, AgreeOnEntriesInOtherForms) {
         revoked({}),
         revoked(concat({time, time})),
         tlv::sequence({tlv::sequence({hash, hash, tlv::integer(5)}), good, time}),
+        tlv::sequence({tlv::sequence({tlv::sequence({tlv::oid(kSha1Oid)}), hash, hash, tlv::integer(5)}), good, time}),
+        tlv::sequence(
+            {tlv::sequence({tlv::sequence({tlv::oid(kSha256Oid)}), hash, hash, tlv::integer(5)}), good, time}),
+        tlv::sequence({tlv::sequence({tlv::sequence({tlv::oid("1.2.3.4")}), hash, hash, tlv::integer(5)}), good, time}),
         tlv::sequence({tlv::sequence({algorithm, tlv::raw(0x24, hash), hash, tlv::integer(5)}), good, time}),
         tlv::sequence({tlv::sequence({algorithm, hash, hash, tlv::integer(5), tlv::null()}), good, time}),
     };
