@@ -1,12 +1,16 @@
 #include "message/basic_response.h"
 
+#include <utility>
+
 #include "asn1/codec/codec.h"
 #include "message/basic_response_content.h"
 #include "message/certificate_key.h"
 
 namespace Orvane::PKI::OCSP {
 
-struct CBasicResponse::Impl : BasicResponseContent {};
+struct CBasicResponse::Impl : BasicResponseContent {
+    CBlob encoded;  // the whole BasicOCSPResponse as received: the signature is checked over it
+};
 
 CBasicResponse::CBasicResponse() : impl_(ASN1::withinFrame([] { return std::make_unique<Impl>(); })) {}
 CBasicResponse::CBasicResponse(const CBasicResponse& other)
@@ -22,7 +26,20 @@ CBasicResponse& CBasicResponse::operator=(CBasicResponse&&) noexcept = default;
 CBasicResponse::~CBasicResponse() = default;
 
 void CBasicResponse::decode(const CBlob& data) {
-    impl_ = ASN1::withinFrame([&] { return std::make_unique<Impl>(Impl{readBasicResponse(data)}); });
+    impl_ = ASN1::withinFrame([&] {
+        auto decoded = std::make_unique<Impl>(Impl{readBasicResponse(data), {}});
+        decoded->encoded.assign(data.pbData(), data.cbData() - decoded->trailingSize);
+        return decoded;
+    });
+}
+
+void CBasicResponse::decode(CBlob&& data) {
+    impl_ = ASN1::withinFrame([&] {
+        auto decoded = std::make_unique<Impl>(Impl{readBasicResponse(data), {}});
+        data.resize_to(data.cbData() - decoded->trailingSize);
+        decoded->encoded = std::move(data);
+        return decoded;
+    });
 }
 
 std::uint32_t CBasicResponse::get_version() const {

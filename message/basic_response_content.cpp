@@ -55,9 +55,8 @@ BasicResponseContent contentAround(const Record& record, const CBlob& data) {
     BasicResponseContent content;
     const ASN1::CElement whole = ASN1::firstElement(data.pbData(), data.cbData());
     ASN1::CElementReader members(whole);
-    content.encoded = whole.whole();
     content.version = record.tbsResponseData.version;
-    content.trailingSize = data.cbData() - content.encoded.cbData();
+    content.trailingSize = data.cbData() - whole.headerSize - whole.contentSize;
     content.responderID = responderIdOf(record.tbsResponseData.responderID, members.next());
     content.producedAt = ASN1::decodedUtcTime(record.tbsResponseData.producedAt);
     content.responseExtensions =

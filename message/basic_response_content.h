@@ -19,7 +19,6 @@ namespace Orvane::PKI::OCSP {
 struct BasicResponseContent {
     std::uint32_t version = 0;
     unsigned long trailingSize = 0;
-    CBlob encoded;  // the whole BasicOCSPResponse as received: the signature is checked over it
     CResponderID responderID;
     CDateTime producedAt{0, 0};
     CSingleResponseList responses;

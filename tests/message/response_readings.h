@@ -50,9 +50,9 @@ inline std::string textOf(const Orvane::PKI::OCSP::CSingleResponse& entry) {
 
 inline std::string textOf(const Orvane::PKI::OCSP::BasicResponseContent& content) {
     std::ostringstream text;
-    text << content.version << ' ' << content.trailingSize << ' ' << hexOf(content.encoded) << ' '
-         << content.responderID.get_type() << hexOf(content.responderID.get_value()) << ' '
-         << textOf(&content.producedAt) << ' ' << textOf(content.signatureAlgorithm) << ' '
+    text << content.version << ' ' << content.trailingSize << ' ' << content.responderID.get_type()
+         << hexOf(content.responderID.get_value()) << ' ' << textOf(&content.producedAt) << ' '
+         << textOf(content.signatureAlgorithm) << ' '
          << textOf(content.responseExtensions ? &*content.responseExtensions : nullptr) << '\n';
     for (const auto& entry : content.responses) {
         text << textOf(entry) << '\n';
