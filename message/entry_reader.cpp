@@ -56,6 +56,22 @@ std::optional<CDateTime> takeTime(TlvReader& reader) {
     return text ? ASN1::plainUtcTime(*text) : std::nullopt;
 }
 
+// The same for a time that is likely to be the one in `last`, which is replaced.
+bool takeTime(TlvReader& reader, EntryReader::ReadTime& last) {
+    const std::optional<Octets> text = take(reader, kGeneralizedTime);
+    if (!text) {
+        return false;
+    }
+    if (!std::ranges::equal(*text, last.text)) {
+        const std::optional<CDateTime> time = ASN1::plainUtcTime(*text);
+        if (!time) {
+            return false;
+        }
+        last = {*text, *time};
+    }
+    return !text->empty();
+}
+
 // The codec drops leading zeros that say nothing, and reads an empty number as 0.
 bool isShortest(Octets number) {
     return number.size() == 1 || (number.size() > 1 && (number[0] != 0 || number[1] >= 0x80));
@@ -210,23 +226,25 @@ bool EntryReader::readPlain(const TlvElement& entry, CSingleResponseList* values
     if (!certStatus) {
         return false;
     }
-    const std::optional<CDateTime> thisUpdate = takeTime(members);
-    std::optional<CDateTime> nextUpdate;
-    if (thisUpdate && !members.rest().empty()) {
+    if (!takeTime(members, thisUpdate_)) {
+        return false;
+    }
+    const bool hasNextUpdate = !members.rest().empty();
+    if (hasNextUpdate) {
         TlvReader wrapped(take(members, kContext0).value_or(Octets()));
-        nextUpdate = takeTime(wrapped);
-        if (!nextUpdate || !wrapped.rest().empty()) {
+        if (!takeTime(wrapped, nextUpdate_) || !wrapped.rest().empty()) {
             return false;
         }
     }
-    if (!thisUpdate || !members.rest().empty() || !takeAlgorithm(certId->algorithm)) {
+    if (!members.rest().empty() || !takeAlgorithm(certId->algorithm)) {
         return false;
     }
     sizeRecords_ += kSizePlainRecords + sizeAlgorithm_ + 2 * certId->serialNumber.size();
     if (values != nullptr) {
         values->emplace_back(
             CReqCert(CertIdTraits::make(algorithm_, certId->nameHash, certId->keyHash, certId->serialNumber)),
-            *certStatus, *thisUpdate, nextUpdate, std::nullopt);
+            *certStatus, thisUpdate_.time, hasNextUpdate ? std::optional<CDateTime>(nextUpdate_.time) : std::nullopt,
+            std::nullopt);
     }
     return true;
 }

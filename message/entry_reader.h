@@ -33,6 +33,12 @@ public:
     /// At least the memory that the records of the entries would take in the heap of the codec.
     std::uint64_t sizeRecords() const { return sizeRecords_; }
 
+    /// A time and the octets that it was read from.
+    struct ReadTime {
+        ASN1::Octets text;
+        CDateTime time{0, 0};
+    };
+
 private:
     bool readPlain(const ASN1::TlvElement& entry, CSingleResponseList* values);
     bool readRecord(const ASN1::TlvElement& entry, CSingleResponseList* values);
@@ -44,6 +50,9 @@ private:
     ASN1::Octets algorithmOctets_;  // what algorithm_ was decoded from: the entries of a response share one
     ASN1::CAlgorithmIdentifier algorithm_;
     std::uint64_t sizeAlgorithm_ = 0;
+    // The times of the last entry, of which the next one has mostly the same.
+    ReadTime thisUpdate_;
+    ReadTime nextUpdate_;
 };
 
 }  // namespace Orvane::PKI::OCSP
