@@ -60,6 +60,8 @@ public:
     /// kAsn1Memory when memory is exhausted or the records would need more of it than 64 times the size of `data` plus
     /// 1 MiB. The object then keeps its old content. Octets after the response are no failure: see get_trailingSize.
     void decode(const CBlob& data);
+    /// The same, and takes the bytes over instead of copying them. On failure they stay with `data`.
+    void decode(CBlob&& data);
 
     /// The version field: 0, which means v1, also when the field is absent. RFC 6960 defines no other version.
     std::uint32_t get_version() const;

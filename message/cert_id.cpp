@@ -1,5 +1,6 @@
 #include "message/cert_id.h"
 
+#include <cstring>
 #include <utility>
 
 #include "handles/last_error.h"
@@ -53,10 +54,23 @@ void CCertID::put_serialNumber(const ASN1::CBigInteger& value) {
     serialNumber_ = value;
 }
 
+namespace {
+
+bool isSameNumber(const ASN1::CBigInteger& left, const ASN1::CBigInteger& right) {
+    const unsigned long size = left.cbData();
+    if (size == 0 || size != right.cbData()) {
+        return left == right;
+    }
+    return std::memcmp(left.pbData(), right.pbData(), size) == 0;
+}
+
+}  // namespace
+
+// The serial number first: the entries of a response mostly have the same issuer.
 bool namesSameCertificate(const CCertID& left, const CCertID& right) {
-    return left.get_issuerKeyHash() == right.get_issuerKeyHash() &&
-           left.get_issuerNameHash() == right.get_issuerNameHash() &&
-           left.get_serialNumber() == right.get_serialNumber();
+    return isSameNumber(left.get_serialNumber(), right.get_serialNumber()) &&
+           left.get_issuerKeyHash() == right.get_issuerKeyHash() &&
+           left.get_issuerNameHash() == right.get_issuerNameHash();
 }
 
 CReqCert::CReqCert() = default;
@@ -88,6 +102,16 @@ void CertIdTraits::get(const ASN1_T& record, CCertID& value) {
     ASN1::ASN1TDynOctStr_traits::get(record.issuerNameHash, value.issuerNameHash_);
     ASN1::ASN1TDynOctStr_traits::get(record.issuerKeyHash, value.issuerKeyHash_);
     ASN1::ASN1StringToBigInteger(record.serialNumber, value.serialNumber_);
+}
+
+CCertID CertIdTraits::make(const ASN1::CAlgorithmIdentifier& hashAlgorithm, ASN1::Octets issuerNameHash,
+                           ASN1::Octets issuerKeyHash, ASN1::Octets serialNumber) {
+    CCertID value;
+    value.hashAlgorithm_ = hashAlgorithm;
+    value.issuerNameHash_.assign(issuerNameHash.data(), issuerNameHash.size());
+    value.issuerKeyHash_.assign(issuerKeyHash.data(), issuerKeyHash.size());
+    value.serialNumber_.assign(serialNumber.data(), serialNumber.size());
+    return value;
 }
 
 void ReqCertTraits::set(ASN1CTXT* ctxt, ASN1_T& record, const CReqCert& value) {

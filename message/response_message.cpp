@@ -1,10 +1,14 @@
 #include "message/response_message.h"
 
+#include <cstring>
+#include <optional>
 #include <utility>
 
 #include "asn1/codec/codec.h"
 #include "asn1/codec/element.h"
 #include "asn1/text/primitive_traits.h"
+#include "message/basic_response_content.h"
+#include "message/extensions.h"
 #include "schema/generated/ocsp.h"
 
 namespace Orvane::PKI::OCSP {
@@ -13,13 +17,29 @@ namespace {
 
 using ResponseTraits = ASN1::RecordTraits<asn1data::ASN1C_OCSPResponse, asn1data::asn1Copy_OCSPResponse>;
 
+// OCSPResponse and ResponseBytes.
+constexpr std::uint32_t kLevelsAroundContent = 2;
+
 }  // namespace
 
 CResponseMessage::CResponseMessage() = default;
 CResponseMessage::~CResponseMessage() = default;
 
 void CResponseMessage::decode(const CBlob& data) {
-    decodeWith(data, CTX_FLAG_ZERO_COPY);
+    const auto directly = [&]() -> std::optional<CResponseMessage> {
+        CResponseMessage message;
+        message.decodeWith(data, CTX_FLAG_ZERO_COPY | CTX_FLAG_RAW_VALUES);
+        const bool isRead =
+            message.response_.cbData() != 0 && std::strcmp(message.get_responseType(), kOidBasicResponse) == 0;
+        return !isRead || isCertainlyBasicResponse(message.response_, kLevelsAroundContent)
+                   ? std::optional<CResponseMessage>(std::move(message))
+                   : std::nullopt;
+    };
+    *this = directlyOr(directly, [&] {
+        CResponseMessage message;
+        message.decodeWith(data, CTX_FLAG_ZERO_COPY);
+        return message;
+    });
 }
 
 void CResponseMessage::decodeEnvelope(const CBlob& data) {

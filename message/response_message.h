@@ -8,6 +8,7 @@
 #pragma once
 
 #include <cstdint>
+#include <utility>
 
 #include "export.h"
 #include "foundation/blob.h"
@@ -60,7 +61,9 @@ public:
     const char* get_responseType() const { return responseType_.c_str(); }
     /// The content of the response OCTET STRING, the input of CBasicResponse::decode; empty when responseBytes is
     /// absent. A successful status without a response is possible and proves nothing. Valid until the object changes.
-    const CBlob& get_response() const { return response_; }
+    const CBlob& get_response() const& { return response_; }
+    /// The same, handed over: for a message of megabytes that is not needed any more.
+    CBlob get_response() && { return std::move(response_); }
     /// The number of octets that followed the OCSPResponse in the input of decode; they are not read.
     unsigned long get_trailingSize() const { return trailingSize_; }
 

@@ -1,5 +1,6 @@
 #include "asn1/text/time_text.h"
 
+#include <array>
 #include <cstring>
 
 #include "asn1/codec/context_memory.h"
@@ -32,7 +33,49 @@ unsigned int microsecondsOf(const char* text) {
     return value;
 }
 
+// The number in `size` digits from `start` on, above all that a field may hold when one of them is no digit.
+unsigned int fieldOf(std::span<const unsigned char> text, std::size_t start, std::size_t size) {
+    constexpr unsigned int kNoNumber = 10000;
+    unsigned int value = 0;
+    for (const unsigned char character : text.subspan(start, size)) {
+        if (character < '0' || character > '9') {
+            return kNoNumber;
+        }
+        value = value * 10 + (character - '0');
+    }
+    return value;
+}
+
+// Days from 1601-01-01, a Monday at the start of 400 years, to a date that exists.
+std::uint64_t daysSince1601(unsigned int year, unsigned int month, unsigned int day) {
+    constexpr std::array<unsigned int, 12> kBefore = {0, 31, 59, 90, 120, 151, 181, 212, 243, 273, 304, 334};
+    const std::uint64_t years = year - kFirstYear;
+    const bool isAfterLeapDay = month > 2 && isLeapYear(static_cast<int>(year));
+    return years * 365 + years / 4 - years / 100 + years / 400 + kBefore[month - 1] + (isAfterLeapDay ? 1 : 0) + day -
+           1;
+}
+
 }  // namespace
+
+std::optional<CDateTime> plainUtcTime(std::span<const unsigned char> text) {
+    constexpr std::uint64_t kTicksInSecond = 10'000'000;
+    if (text.size() != kSizeWholeSeconds + 1 || text.back() != 'Z') {
+        return std::nullopt;
+    }
+    const unsigned int year = fieldOf(text, 0, 4);
+    const unsigned int month = fieldOf(text, 4, 2);
+    const unsigned int day = fieldOf(text, 6, 2);
+    const unsigned int hour = fieldOf(text, 8, 2);
+    const unsigned int minute = fieldOf(text, 10, 2);
+    const unsigned int second = fieldOf(text, 12, 2);
+    if (year < kFirstYear || year > 9999 ||
+        !isDate(static_cast<int>(year), static_cast<int>(month), static_cast<int>(day)) || hour > 23 || minute > 59 ||
+        second > 59) {
+        return std::nullopt;
+    }
+    const std::uint64_t seconds = ((daysSince1601(year, month, day) * 24 + hour) * 60 + minute) * 60 + second;
+    return CDateTime::fromTicks(seconds * kTicksInSecond);
+}
 
 CDateTime decodedUtcTime(const char* text) {
     RtTime time;

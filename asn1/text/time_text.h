@@ -1,6 +1,8 @@
 // Points in time to the text of the ASN.1 time types.
 #pragma once
 
+#include <optional>
+#include <span>
 #include <string>
 
 #include "asn1rt/context.h"
@@ -21,5 +23,9 @@ std::string GetASN1CTimeString(const CDateTime& time, ASN1CTime& target);
 /// UTC: throws kAsn1Error for a text that does not end in "Z" or holds a NUL, for a date or time of day that does not
 /// exist, and for a year before 1601. Minutes and seconds may be missing; of a fraction, six digits count.
 CDateTime decodedUtcTime(const char* text);
+
+/// The same for contents octets in the one form that nearly all times have, "YYYYMMDDHHMMSSZ"; empty for any other, and
+/// where decodedUtcTime throws.
+std::optional<CDateTime> plainUtcTime(std::span<const unsigned char> text);
 
 }  // namespace Orvane::ASN1

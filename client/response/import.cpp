@@ -89,7 +89,7 @@ void CResponse::Impl::Import(const unsigned char* data, unsigned long size) {
     if (isMessage && std::strcmp(message.get_responseType(), kOidBasicResponse) != 0) {
         ATL::AtlThrowImpl(status::kUnsupportedType);
     }
-    BasicResponse.decode(isMessage ? message.get_response() : input);
+    BasicResponse.decode(isMessage ? std::move(message).get_response() : CBlob(input));
     SignatureAlgorithm = ASN1::CAlgorithmIdentifierEx(BasicResponse.get_signatureAlgorithm());
     Entries.reset(BasicResponse.get_responses());
     SRCertificates.resize(Entries.size());

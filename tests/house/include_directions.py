@@ -46,7 +46,7 @@ ALLOWED = {
     "examples": BELOW_CLIENT | CLIENT | {"checker"},
     "bench": {"schema", "asn1rt", "tests/support"},
     "fuzz": BELOW_CLIENT | CLIENT | {"checker", "schema", "asn1rt", "cli", "platform", "tests/support",
-                                     "tests/platform/trust_fixture.h"},
+                                     "tests/platform/trust_fixture.h", "tests/message/response_readings.h"},
     "tests/support": set(),
     "tests/scripted_service": {"tests/support"},
 }

@@ -30,9 +30,11 @@ protected:
         g_malloc_func = rtDefaultMalloc;
     }
 
-    static void sweep(const char* name, const std::function<void()>& call) {
+    // A call that can do without some of its memory may also succeed.
+    static void sweep(const char* name, const std::function<void()>& call, bool maySucceed = false) {
         for (const std::int32_t thrown : statusesOfFailures(name, call)) {
-            EXPECT_TRUE(thrown == status::kAsn1Memory || thrown == status::kOutOfMemory)
+            EXPECT_TRUE(thrown == status::kAsn1Memory || thrown == status::kOutOfMemory ||
+                        (maySucceed && thrown == status::kOk))
                 << name << ": " << statusName(thrown);
         }
     }
@@ -48,10 +50,12 @@ TEST_F(FailingMemory, ThrowsOneExceptionType) {
     spec.bare = true;
     const CBlob bare = blob(buildResponse(spec));
     CBasicResponse basic;
-    sweep("a basic response", [&] { basic.decode(bare); });
+    sweep(
+        "a basic response", [&] { basic.decode(bare); }, true);
     sweep("its copy", [&] { CBasicResponse{basic}; });
     CResponseMessage message;
-    sweep("a response", [&] { message.decode(whole); });
+    sweep(
+        "a response", [&] { message.decode(whole); }, true);
 
     const CCertID id = identifierOf(pki.good, pki.ca);
     const ASN1::CAlgorithmIdentifierEx sha1(kSha1Oid);
