@@ -3,9 +3,9 @@
 #include <cstring>
 #include <utility>
 
-#include "handles/last_error.h"
 #include "message/cert_id_traits.h"
 #include "message/certificate_key.h"
+#include "message/issuer_hashes.h"
 
 namespace Orvane::PKI::OCSP {
 
@@ -18,25 +18,11 @@ CCertID::~CCertID() = default;
 
 CCertID::CCertID(const ASN1::CAlgorithmIdentifierEx& hashAlgorithm, const CBlob& certificate,
                  const CBlob& issuerCertificate)
-    : hashAlgorithm_(hashAlgorithm) {
-    ASN1::withinFrame([&] { compute(certificate, issuerCertificate); });
-}
-
-void CCertID::compute(const CBlob& certificate, const CBlob& issuerCertificate) {
-    const ATL2::CCertContext subject = openCertificate(certificate);
-    const ATL2::CCertContext issuer = openCertificate(issuerCertificate);
-    const ALG_ID algorithm = CertOIDToAlgId(hashAlgorithm_.get_algorithm());
-    if (algorithm == 0) {
-        ATL2::throwLastErrorOrFail();
-    }
-    const CERT_INFO& issuerInfo = *issuer->pCertInfo;
-    issuerNameHash_ = hashOf(algorithm, issuerInfo.Subject.pbData, issuerInfo.Subject.cbData);
-    const CRYPT_BIT_BLOB& key = issuerInfo.SubjectPublicKeyInfo.PublicKey;
-    issuerKeyHash_ = hashOf(algorithm, key.pbData, key.cbData);
-    const CRYPT_INTEGER_BLOB& serial = subject->pCertInfo->SerialNumber;
-    serialNumber_ = ASN1::CBigInteger(serial.pbData, serial.cbData);
-    serialNumber_.reverse();  // the service keeps numbers least significant octet first
-}
+    : CCertID(ASN1::withinFrame([&] {
+          const ATL2::CCertContext subject = openCertificate(certificate);
+          const ATL2::CCertContext issuer = openCertificate(issuerCertificate);
+          return identifierOf(hashAlgorithm, *subject->pCertInfo, *issuer->pCertInfo);
+      })) {}
 
 void CCertID::put_hashAlgorithm(const ASN1::CAlgorithmIdentifier& value) {
     hashAlgorithm_ = value;

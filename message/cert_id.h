@@ -66,8 +66,6 @@ public:
 private:
     friend struct CertIdTraits;
 
-    void compute(const CBlob& certificate, const CBlob& issuerCertificate);
-
     ASN1::CAlgorithmIdentifier hashAlgorithm_;
     CBlob issuerNameHash_;
     CBlob issuerKeyHash_;

@@ -1,4 +1,5 @@
 // Turns certificates into what a request names: identifiers, responder addresses, locators.
+#include <algorithm>
 #include <cstring>
 #include <string>
 #include <string_view>
@@ -11,6 +12,7 @@
 #include "foundation/trace.h"
 #include "handles/exception.h"
 #include "handles/status.h"
+#include "message/issuer_hashes.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace Orvane::PKI::OCSP::Client {
@@ -47,6 +49,10 @@ const CERT_INFO& infoOf(const _CERT_CONTEXT* certificate) {
 
 CBlob toBlob(const CRYPT_DATA_BLOB& blob) {
     return {blob.pbData, blob.cbData};
+}
+
+bool isSame(const CRYPT_DATA_BLOB& left, const CRYPT_DATA_BLOB& right) {
+    return std::equal(left.pbData, left.pbData + left.cbData, right.pbData, right.pbData + right.cbData);
 }
 
 const CERT_EXTENSION* findExtension(const _CERT_CONTEXT* certificate, const char* oid) {
@@ -119,7 +125,7 @@ void CRequest::Impl::put_SRCertIDFromCert(const _CERT_CONTEXT* certificate, cons
                                           unsigned long index, const char* hashOID) {
     guardBoundRebuild(index);
     if (issuer != nullptr) {
-        if (toBlob(infoOf(issuer).Subject) != toBlob(infoOf(certificate).Issuer)) {
+        if (!isSame(infoOf(issuer).Subject, infoOf(certificate).Issuer)) {
             ATL::AtlThrowImpl(status::kIssuerMismatch);
         }
         IssuerCertificate = ATL2::CCertContext::duplicate(issuer);
@@ -127,8 +133,7 @@ void CRequest::Impl::put_SRCertIDFromCert(const _CERT_CONTEXT* certificate, cons
         findIssuerByChain(certificate);
     }
     const ASN1::CAlgorithmIdentifierEx algorithm(chooseHash(hashOID, *Policy, certificate).c_str());
-    SRCertIDs[index] = CCertID(algorithm, CBlob(certificate->pbCertEncoded, certificate->cbCertEncoded),
-                               encodingOf(IssuerCertificate.get()));
+    SRCertIDs[index] = identifierOf(algorithm, infoOf(certificate), *IssuerCertificate->pCertInfo);
     SRCertificates[index] = ATL2::CCertContext::duplicate(certificate);
 }
 

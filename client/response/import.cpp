@@ -49,6 +49,7 @@ void CResponse::Impl::openCertificates() {
 void CResponse::Impl::clear() {
     Status = kStatusOfNothing;
     Entries.clear();
+    Signer.clear();  // before the message that it signed
     BasicResponse = CBasicResponse();
     SignatureAlgorithm = ASN1::CAlgorithmIdentifierEx();
     AdditionalExtensions.clear();

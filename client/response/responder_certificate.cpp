@@ -17,14 +17,42 @@ constexpr const char* kUserStores[] = {"AddressBook", "CA", "ROOT"};
 // that fit its id, or some dozens if it changes keys often; a hostile response may contain a thousand.
 constexpr int kMaxSignersTried = 64;
 
+// Whether the algorithm is accepted at any time. Settings and the rules of a check decide about SHA-1, which the
+// parameters of other algorithms may name.
+bool isAlwaysAccepted(const char* signatureAlgorithm) {
+    switch (CertOIDToAlgId(signatureAlgorithm)) {
+        case CALG_SHA_256:
+        case CALG_SHA_384:
+        case CALG_SHA_512:
+        case CALG_ED25519:
+        case CALG_ED448:
+            return true;
+        default:
+            return false;
+    }
+}
+
 }  // namespace
+
+bool CResponse::Impl::isSignedBy(const CBlob& certificate) {
+    if (Signer.cbData() != 0 && Signer == certificate) {
+        return true;
+    }
+    if (!BasicResponse.verify(certificate)) {
+        return false;
+    }
+    if (isAlwaysAccepted(BasicResponse.get_signatureAlgorithm().get_algorithm())) {
+        Signer = certificate;
+    }
+    return true;
+}
 
 bool CResponse::Impl::TryToAcceptOCSPCertificate(const ATL2::CCertContext& candidate, int& numTried) {
     const CBlob encoded = encodingOf(candidate.get());
     const CResponderID& responder = BasicResponse.get_responderID();
     // The name or key hash proves nothing: an attacker can put it into any certificate or response.
     if (!(CResponderID::fromCert(responder.get_type(), encoded) == responder) || ++numTried > kMaxSignersTried ||
-        !BasicResponse.verify(encoded)) {
+        !isSignedBy(encoded)) {
         return false;
     }
     OCSPCertificate = candidate;

@@ -42,6 +42,9 @@ struct CResponse::Impl {
     // By position; kInvalidIndex past the end.
     const CSingleResponse& get_SingleResponse(unsigned long index) const { return Entries.at(index); }
 
+    // Whether the key of `certificate` (DER) made the signature of BasicResponse. Signer keeps a success, so that a
+    // verdict in several steps checks the signature once.
+    bool isSignedBy(const CBlob& certificate);
     // True when `candidate` fits the responder id and its key verifies the signature; it is then kept, independent of
     // its store, in OCSPCertificate. `numTried` counts the signature checks of a search, which are bounded.
     bool TryToAcceptOCSPCertificate(const ATL2::CCertContext& candidate, int& numTried);
@@ -71,6 +74,7 @@ struct CResponse::Impl {
     std::vector<ATL2::CCertContext> SRCertificates;  // the certificate asked about, where known
     ATL2::CCertStore Certificates;                   // carried in the response
     ATL2::CCertContext OCSPCertificate;
+    CBlob Signer;  // the certificate whose key verified the signature of BasicResponse; empty until one did
     CBlob Nonce;
     CBlob Encoded;
     bool CheckNextUpdate = false;      // only for a response just received

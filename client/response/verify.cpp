@@ -13,7 +13,7 @@ std::int32_t CResponse::Verify(const _CERT_CONTEXT* cert, const char* criticalOI
     cert = impl_->responderToCheck(cert, nullptr, 0);
     // A certificate from the caller is used without comparing it with the responder id: VerifyCertificate decides
     // whether it may answer.
-    if (!impl_->BasicResponse.verify(encodingOf(cert))) {
+    if (!impl_->isSignedBy(encodingOf(cert))) {
         return status::kBadSignature;
     }
     // The message's own list is checked, so a critical nonce counts like any other critical extension.

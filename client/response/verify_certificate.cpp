@@ -42,25 +42,31 @@ extern "C" int isAuthorisedByPolicy(PCCERT_CONTEXT certificate) {
 class PolicyEntries {
 public:
     explicit PolicyEntries(const CSingleResponseList& responses) {
+        std::size_t sizeSerials = 0;
+        for (const CSingleResponse& entry : responses) {
+            sizeSerials += entry.get_reqCert().get_certID()->get_serialNumber().cbData();
+        }
         // The records point into the serial numbers, so these must not move.
-        serials_.reserve(responses.size());
+        serials_.resize(sizeSerials);
         records_.reserve(responses.size());
+        unsigned char* serial = serials_.data();
         for (const CSingleResponse& entry : responses) {
             const CCertID& id = *entry.get_reqCert().get_certID();
-            CBlob& serial = serials_.emplace_back(id.get_serialNumber());
-            serial.reverse();  // the service takes the least significant octet first
+            const CBlob& number = id.get_serialNumber();
             OCSP_CERT_ID& record = records_.emplace_back();
             record.HashAlgorithm.pszObjId = const_cast<char*>(id.get_hashAlgorithm().get_algorithm());
             record.IssuerNameHash = view(id.get_issuerNameHash());
             record.IssuerKeyHash = view(id.get_issuerKeyHash());
-            record.SerialNumber = view(serial);
+            record.SerialNumber = {static_cast<DWORD>(number.cbData()), serial};
+            // The service takes the least significant octet first.
+            serial = std::reverse_copy(number.pbData(), number.pbData() + number.cbData(), serial);
         }
     }
     OCSP_CERT_ID* data() { return records_.data(); }
     DWORD size() const { return static_cast<DWORD>(records_.size()); }
 
 private:
-    std::vector<CBlob> serials_;
+    std::vector<unsigned char> serials_;
     std::vector<OCSP_CERT_ID> records_;
 };
 

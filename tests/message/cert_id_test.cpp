@@ -13,12 +13,22 @@ using namespace testkit;
 
 TEST(CertId, HoldsTheHashesThatOpensslComputes) {
     const Pki& pki = Pki::shared();
-    for (const char* hash : {kSha1Oid, kSha256Oid, kSha384Oid, kSha512Oid}) {
-        const CCertID id = identifierOf(pki.good, pki.ca, hash);
-        const CertIdSpec expected = certIdOf(pki.good, pki.ca, hash);
+    const auto compare = [&](const Identity& issuer, const char* hash) {
+        const CCertID id = identifierOf(pki.good, issuer, hash);
+        const CertIdSpec expected = certIdOf(pki.good, issuer, hash);
         EXPECT_EQ(bytes(id.get_issuerNameHash()), expected.issuerNameHash) << hash;
         EXPECT_EQ(bytes(id.get_issuerKeyHash()), expected.issuerKeyHash) << hash;
         EXPECT_STREQ(id.get_hashAlgorithm().get_algorithm(), hash);
+    };
+    const Identity sameKey = selfSigned({.commonName = "another name", .key = pki.ca.key});
+    const Identity large = selfSigned({.commonName = std::string(2000, 'a'), .key = pki.ca.key});
+    for (const char* hash : {kSha1Oid, kSha256Oid, kSha384Oid, kSha512Oid}) {
+        // More issuers than a thread keeps hashes of, each asked about again while some of them are kept.
+        for (const Identity& issuer : {pki.ca, pki.sameNameCa, sameKey, large, pki.sibling, pki.root, pki.good}) {
+            compare(issuer, hash);
+            compare(pki.ca, hash);
+            compare(issuer, hash);
+        }
     }
 }
 

@@ -59,6 +59,8 @@
 #include <algorithm>
 #include <cstring>
 #include <optional>
+#include <string_view>
+#include <utility>
 
 #include "platform/crypto/base/current_check.h"
 #include "platform/crypto/base/service_call.h"
@@ -152,25 +154,56 @@ void refuse(const JudgedChain& chain, const Refusal& refusal, CERT_CHAIN_POLICY_
 
 // ---- Responder -----------------------------------------------------------------------------------------------------
 
-bool hashIs(const EVP_MD* digest, ByteView data, const CRYPT_HASH_BLOB& expected) {
-    unsigned char hash[EVP_MAX_MD_SIZE];
-    unsigned int size = 0;
-    return EVP_Digest(data.data(), data.size(), hash, &size, digest, nullptr) == 1 &&
-           sameBytes({hash, size}, view(expected));
+bool hashOf(ByteView data, const EVP_MD* digest, Bytes& hash) {
+    unsigned int size = EVP_MAX_MD_SIZE;
+    hash.resize(size);
+    const bool isMade = EVP_Digest(data.data(), data.size(), hash.data(), &size, digest, nullptr) == 1;
+    hash.resize(size);
+    return isMade;
 }
 
-const EVP_MD* digestOf(const OCSP_CERT_ID& entry) {
-    const Algorithm* const row = entry.HashAlgorithm.pszObjId != nullptr
-                                     ? findAlgorithm(entry.HashAlgorithm.pszObjId, CRYPT_HASH_ALG_OID_GROUP_ID)
-                                     : nullptr;
-    return row != nullptr && ensureInstalled(*row) ? digestOf(*row) : nullptr;
-}
+// The name and key of a certificate as entries name them, hashed once for each algorithm: all entries of a response
+// usually have the same. Failures are not kept.
+class IssuerHashes {
+public:
+    explicit IssuerHashes(const Certificate& certificate) : certificate_(certificate) {}
 
-bool hasIssuerHashes(const OCSP_CERT_ID& entry, const Certificate& certificate) {
-    const EVP_MD* const digest = digestOf(entry);
-    return digest != nullptr && hashIs(digest, view(certificate.info().Subject), entry.IssuerNameHash) &&
-           hashIs(digest, certificate.body().publicKeyBits(), entry.IssuerKeyHash);
-}
+    // Whether the entry names the certificate as the issuer.
+    bool fit(const OCSP_CERT_ID& entry) {
+        const Row* const row = entry.HashAlgorithm.pszObjId != nullptr ? rowOf(entry.HashAlgorithm.pszObjId) : nullptr;
+        return row != nullptr && sameBytes(row->name, view(entry.IssuerNameHash)) &&
+               sameBytes(row->key, view(entry.IssuerKeyHash));
+    }
+
+private:
+    struct Row {
+        std::string_view oid;
+        Bytes name;
+        Bytes key;
+    };
+
+    const Row* rowOf(std::string_view oid) {
+        const auto known = std::find_if(rows_.begin(), rows_.end(), [&](const Row& row) { return row.oid == oid; });
+        return known != rows_.end() ? &*known : addRow(oid);
+    }
+
+    // Null when the algorithm is not known or not installed: there are no more rows than hashes in the table.
+    const Row* addRow(std::string_view oid) {
+        const Algorithm* const algorithm = findAlgorithm(oid, CRYPT_HASH_ALG_OID_GROUP_ID);
+        const EVP_MD* const digest =
+            algorithm != nullptr && ensureInstalled(*algorithm) ? digestOf(*algorithm) : nullptr;
+        Row row;
+        if (digest == nullptr || !hashOf(view(certificate_.info().Subject), digest, row.name) ||
+            !hashOf(certificate_.body().publicKeyBits(), digest, row.key)) {
+            return nullptr;
+        }
+        row.oid = algorithm->oid;
+        return &rows_.emplace_back(std::move(row));
+    }
+
+    const Certificate& certificate_;
+    std::vector<Row> rows_;
+};
 
 // The key hash of an entry covers the bits of the key and not the parameters of its algorithm (RFC 6960, 4.1.1). The
 // identifier of a named curve is a parameter too, but nobody can find another curve for the same point.
@@ -205,9 +238,10 @@ class Responder {
 public:
     Responder(const JudgedChain& chain, const OCSPChainPolicyPara& parameters)
         : chain_(chain), parameters_(parameters), isDelegate_(hasOcspSigning(chain.certificate(0))) {
+        IssuerHashes own(chain.certificate(0));
         const bool mayBeIssuer = mayIssue(0);
         for (DWORD i = 0; i < parameters.cCertID; ++i) {
-            isIssuer_.push_back(mayBeIssuer && hasIssuerHashes(parameters.rgCertID[i], chain.certificate(0)));
+            isIssuer_.push_back(mayBeIssuer && own.fit(parameters.rgCertID[i]));
         }
     }
 
@@ -262,9 +296,15 @@ private:
 
     bool isAnyIssuer() const { return std::find(isIssuer_.begin(), isIssuer_.end(), true) != isIssuer_.end(); }
 
-    bool isDelegateOf(const OCSP_CERT_ID& entry) const {
-        return isDelegate_ && chain_.size() > 1 && (chain_.errorAt(0) & CERT_TRUST_IS_NOT_SIGNATURE_VALID) == 0 &&
-               mayIssue(1) && hasIssuerHashes(entry, chain_.certificate(1));
+    bool isDelegateOf(const OCSP_CERT_ID& entry) {
+        if (!isIssued_) {
+            isIssued_ = isDelegate_ && chain_.size() > 1 &&
+                        (chain_.errorAt(0) & CERT_TRUST_IS_NOT_SIGNATURE_VALID) == 0 && mayIssue(1);
+            if (*isIssued_) {
+                issuer_.emplace(chain_.certificate(1));
+            }
+        }
+        return issuer_ && issuer_->fit(entry);
     }
 
     // Asked once a call, and only when nothing else speaks for the responder.
@@ -287,6 +327,8 @@ private:
     const JudgedChain& chain_;
     const OCSPChainPolicyPara& parameters_;
     const bool isDelegate_;
+    std::optional<bool> isIssued_;        // a delegate, by a CA whose key made its signature; found when needed
+    std::optional<IssuerHashes> issuer_;  // that CA's
     std::vector<bool> isIssuer_;
     std::optional<bool> named_;
 };

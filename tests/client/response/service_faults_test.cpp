@@ -1,4 +1,4 @@
-// A service that fails in a way that no healthy one does never leads to success.
+// The scripted service: faults that no healthy one shows never lead to success, and a signature is checked once.
 #include <gtest/gtest.h>
 
 #include <utility>
@@ -63,6 +63,26 @@ TEST_F(ServiceFaults, AFailureWithoutALastErrorIsThrown) {
     EXPECT_THAT(good.GetProperty(CERT_SHA1_HASH_PROP_ID, value), IsStatus(status::kFail));
     EXPECT_CALL(service_, CryptVerifyCertificateSignatureEx).WillOnce(failing(FALSE, 0));
     EXPECT_THAT(thrownStatus([&] { return response.Verify(good.get(), nullptr); }), IsStatus(status::kFail));
+}
+
+TEST_F(ServiceFaults, OneSuccessfulSignatureCheckHoldsForItsCertificateAndMessage) {
+    const Bytes der = answerAbout(pki_.good);
+    const ATL2::CCertContext other = contextOf(pki_.good);
+    CResponse response;
+    response.Import(der.data(), der.size(), nullptr);
+    EXPECT_CALL(service_, CryptVerifyCertificateSignatureEx).Times(1);
+    const ATL2::CCertContext signer = ATL2::CCertContext::duplicate(response.get_OCSPCertificate(nullptr, 0));
+    EXPECT_THAT(response.Verify(signer.get(), nullptr), IsStatus(0));
+    EXPECT_THAT(response.Verify(contextOf(pki_.delegate).get(), nullptr), IsStatus(0)) << "the same by content";
+    testing::Mock::VerifyAndClearExpectations(&service_);
+    // Success of one check is no success of another.
+    EXPECT_CALL(service_, CryptVerifyCertificateSignatureEx)
+        .Times(3)
+        .WillRepeatedly(failing(FALSE, static_cast<DWORD>(status::kBadSignature)));
+    EXPECT_THAT(response.Verify(other.get(), nullptr), IsStatus(status::kBadSignature));
+    EXPECT_THAT(CResponse(response).Verify(signer.get(), nullptr), IsStatus(status::kBadSignature));
+    response.Import(der.data(), der.size(), nullptr);
+    EXPECT_THAT(response.Verify(signer.get(), nullptr), IsStatus(status::kBadSignature));
 }
 
 TEST_F(ServiceFaults, ARevocationCheckWithoutALastErrorFails) {

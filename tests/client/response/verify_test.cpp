@@ -196,6 +196,17 @@ TEST_F(Verify, AnAcceptedResponderStaysUntilAnotherIsAccepted) {
     EXPECT_THAT(response.Verify(nullptr, nullptr), IsStatus(0));
 }
 
+TEST_F(Verify, ChecksASha1SignatureByTheSettingsOfTheMoment) {
+    ResponseSpec spec = good();
+    spec.hash = "SHA1";
+    settings("", "accept_sha1 = true\n");
+    CResponse response;
+    import(response, buildResponse(spec));
+    EXPECT_THAT(response.Verify(nullptr, nullptr), IsStatus(0));
+    settings("");
+    EXPECT_THAT(thrownStatus([&] { return response.Verify(nullptr, nullptr); }), IsStatus(status::kBadAlgorithm));
+}
+
 TEST_F(Verify, FindsTheSignerWhereverItIs) {
     ResponseSpec spec = good();
     spec.exactCertificates = std::vector<Bytes>{};
