@@ -1,66 +1,92 @@
-// Verification: from the bytes of a response to the verdict about one certificate, without a network.
-#include "bench/comparison.h"
+// Verification: from the bytes of a response to the verdict on one certificate, without a network.
+#include <memory>
+#include <string>
+#include <vector>
+
 #include "bench/material.h"
 #include "bench/openssl_side.h"
-#include "client/flat/verifying_response_handler.h"
-#include "client/request/request.h"
-#include "client/response/response.h"
+#include "bench/row.h"
+#include "bench/verdict.h"
 
 namespace bench {
 
 namespace {
 
-using namespace Orvane;
 using namespace Orvane::PKI::OCSP;
 
-void opensslVerdict(const testkit::Bytes& der, X509_STORE* store, OCSP_CERTID* id) {
-    const OcspBasicPtr basic = parseResponse(der);
-    expect(OCSP_basic_verify(basic.get(), nullptr, store, 0) == 1);
-    int status = -1;
-    ASN1_GENERALIZEDTIME* thisUpdate = nullptr;
-    ASN1_GENERALIZEDTIME* nextUpdate = nullptr;
-    expect(OCSP_resp_find_status(basic.get(), id, &status, nullptr, nullptr, &thisUpdate, &nextUpdate) == 1);
-    expect(status == V_OCSP_CERTSTATUS_GOOD && OCSP_check_validity(thisUpdate, nextUpdate, 300, -1) == 1);
+// What the contenders of one row need besides responses.
+struct Verdicts {
+    explicit Verdicts(const Pki& pki)
+        : machine(pki.root),
+          store(storeWith(pki.root.certificate)),
+          opensslId(identifierOf(pki.leaf.certificate, pki.root.certificate)),
+          request(requestOf(pki)) {}
+
+    Machine machine;
+    std::shared_ptr<X509_STORE> store;
+    OcspCertIdPtr opensslId;
+    std::shared_ptr<Client::CRequest> request;
+    std::vector<Bytes> responses;
+};
+
+// Each response is by a responder that no contender has seen: another key, another certificate.
+Row newRow(KeyKind kind, unsigned count, std::size_t maxCalls) {
+    const Pki& pki = Pki::of(kind);
+    const auto verdicts = std::make_shared<Verdicts>(pki);
+    const std::vector<testkit::EntrySpec> entries = entriesOf(pki, count);
+    return {.openssl =
+                [=](std::size_t call) {
+                    opensslVerdict(verdicts->responses.at(call), verdicts->store.get(), verdicts->opensslId.get());
+                },
+            .tallow = [=](std::size_t call) { verdict(verdicts->responses.at(call), *verdicts->request); },
+            .prepare =
+                [=, &pki](std::size_t calls) {
+                    verdicts->responses.clear();
+                    for (std::size_t i = 0; i < calls; ++i) {
+                        verdicts->responses.push_back(responseOf(pki.freshResponder(), entries));
+                    }
+                },
+            .maxCalls = maxCalls};
 }
 
-void signatureAlone(const CBlob& der) {
-    Client::CResponse response;
-    response.Import(der.pbData(), der.cbData(), nullptr);
-    expect(response.Verify(nullptr, nullptr) == 0);
+Row warmRow(KeyKind kind, unsigned count) {
+    const Pki& pki = Pki::of(kind);
+    const auto verdicts = std::make_shared<Verdicts>(pki);
+    const Bytes der = responseOf(pki.responder, entriesOf(pki, count));
+    return {.openssl = [=](std::size_t) { opensslVerdict(der, verdicts->store.get(), verdicts->opensslId.get()); },
+            .tallow = [=](std::size_t) { verdict(der, *verdicts->request); }};
 }
 
-void opensslSignature(const testkit::Bytes& der) {
-    const OcspBasicPtr basic = parseResponse(der);
-    expect(OCSP_basic_verify(basic.get(), nullptr, nullptr, OCSP_NOVERIFY) == 1);
-}
-
-void verdict(const CBlob& der, Client::CRequest& request) {
-    Client::CResponse response;
-    response.Import(der.pbData(), der.cbData(), nullptr);
-    expect(Client::CVerifyingResponseHandler(request, nullptr, 0).OnResponse(response) == 0);
+Row signatureRow() {
+    const Pki& pki = Pki::of(KeyKind::kRsa2048);
+    const auto machine = std::make_shared<Machine>(pki.root);
+    const Bytes der = responseOf(pki.responder, entriesOf(pki, 1));
+    return {.openssl =
+                [=](std::size_t) {
+                    expect(OCSP_basic_verify(parseResponse(der).get(), nullptr, nullptr, OCSP_NOVERIFY) == 1);
+                },
+            .tallow =
+                [=](std::size_t) {
+                    static_cast<void>(machine);  // in force as long as the row exists
+                    Client::CResponse response;
+                    response.Import(der.data(), der.size(), nullptr);
+                    expect(response.Verify(nullptr, nullptr) == 0);
+                }};
 }
 
 }  // namespace
 
-void addVerifyTasks() {
-    const Material& material = Material::shared();
-    const testkit::Bytes der = material.response(1);
-    const CBlob data = blob(der);
-    addContender("decode, find signer, check signature", kOpenssl, [=] { opensslSignature(der); });
-    addContender("decode, find signer, check signature", "client", [=] { signatureAlone(data); });
-
-    const std::shared_ptr<X509_STORE> store(X509_STORE_new(), X509_STORE_free);
-    X509_STORE_add_cert(store.get(), parseCertificate(material.root.certificate).get());
-    const std::shared_ptr<OCSP_CERTID> opensslId(
-        OCSP_cert_to_id(EVP_sha1(), parseCertificate(material.leaf.certificate).get(),
-                        parseCertificate(material.root.certificate).get()),
-        OCSP_CERTID_free);
-    addContender("whole verdict on one certificate", kOpenssl,
-                 [=] { opensslVerdict(der, store.get(), opensslId.get()); });
-    ASN1::CAlgorithmIdentifierEx sha1(testkit::kSha1Oid);
-    const auto request = std::make_shared<Client::CRequest>();
-    request->put_SRCertID(CCertID(sha1, blob(material.leaf.certificate), blob(material.root.certificate)), 0);
-    addContender("whole verdict on one certificate", "client", [=] { verdict(data, *request); });
+void addVerifyRows() {
+    constexpr std::size_t kMaxNew = 40;
+    constexpr std::size_t kMaxNewLarge = 8;
+    addRow("decode, verify, find: RSA, 1 entry, new", [] { return newRow(KeyKind::kRsa2048, 1, kMaxNew); });
+    addRow("decode, verify, find: RSA, 1 entry, warm", [] { return warmRow(KeyKind::kRsa2048, 1); });
+    addRow("decode, verify, find: EC, 1 entry, new", [] { return newRow(KeyKind::kEcP256, 1, kMaxNew); });
+    addRow("decode, verify, find: EC, 1 entry, warm", [] { return warmRow(KeyKind::kEcP256, 1); });
+    addRow("decode, verify, find: RSA, 1000 entries, new",
+           [] { return newRow(KeyKind::kRsa2048, 1000, kMaxNewLarge); });
+    addRow("decode, verify, find: RSA, 1000 entries, warm", [] { return warmRow(KeyKind::kRsa2048, 1000); });
+    addRow("decode, check the signature only: RSA, warm", signatureRow);
 }
 
 }  // namespace bench

@@ -214,6 +214,12 @@ Key Key::make(KeyKind kind) {
     return key;
 }
 
+Key Key::own(EVP_PKEY* key) {
+    Key owner;
+    owner.key_.reset(key, EVP_PKEY_free);
+    return owner;
+}
+
 std::string Key::pem() const {
     const BioPtr bio(BIO_new(BIO_s_mem()));
     require(PEM_write_bio_PKCS8PrivateKey(bio.get(), key_.get(), nullptr, nullptr, 0, nullptr, nullptr) == 1,

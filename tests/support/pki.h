@@ -33,6 +33,8 @@ class Key {
 public:
     /// A fresh key. RSA keys come from a pool of four a kind, since making one takes long: distinct until the fifth.
     static Key make(KeyKind kind = KeyKind::kEcP256);
+    /// A key made elsewhere; takes it over.
+    static Key own(evp_pkey_st* key);
 
     evp_pkey_st* get() const { return key_.get(); }
 
