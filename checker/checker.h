@@ -115,7 +115,7 @@ enum class ResponderSource {
     kCaller,          ///< Options::responders, or the caller of `send`
     kCertificate,     ///< the certificate, in its authority information access
     kIssuerProperty,  ///< the side file of the issuer in a store
-    kPolicy,          ///< the administrator (DefaultOCSP)
+    kPolicy,          ///< the administrator (DefaultOCSPURL)
 };
 
 /// What the caller can change so that the next check gets further.

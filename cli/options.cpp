@@ -11,6 +11,7 @@
 #include "cli/option_rules.h"
 #include "cli/option_values.h"
 #include "cli/parser_text.h"
+#include "cli/server/starttls.h"
 #include "platform/crypto/crypto_service.h"
 
 #ifndef TALLOW_VERSION
@@ -36,7 +37,13 @@ constexpr const char* kExitStatuses =
     "Exit status: 0 all certificates are good; 1 at least one is revoked; 2 at least one is unknown to its responder; "
     "3 at least one has no verified answer; 64 wrong usage. If several apply, 1 comes before 3, and 3 before 2.";
 
-const std::vector<std::string> kStartTlsProtocols{"smtp", "imap", "pop3", "ftp", "ldap", "xmpp", "postgres", "mysql"};
+std::vector<std::string> startTlsNames() {
+    std::vector<std::string> names;
+    for (const StartTlsProtocol& protocol : startTlsProtocols()) {
+        names.emplace_back(protocol.name);
+    }
+    return names;
+}
 
 std::string version() {
     std::string text = std::string("tallow " TALLOW_VERSION "\n") + crypto_library_versions();
@@ -197,10 +204,10 @@ void declare(CLI::App& check, CheckOptions& options) {
         ->type_name("HOST[:PORT]");
     takesOneOf(check
                    .add_option("--starttls", options.server.startTls,
-                               "Begin with this protocol: " + joined(kStartTlsProtocols) + "; needs --connect")
+                               "Begin with this protocol: " + joined(startTlsNames()) + "; needs --connect")
                    ->type_name("PROTOCOL")
                    ->needs("--connect"),
-               kStartTlsProtocols);
+               startTlsNames());
     check
         .add_option("--servername", options.server.name,
                     "Name to ask the server for (SNI); default: HOST; needs --connect")

@@ -158,7 +158,7 @@ void OutputFile::write(const unsigned char* data, std::size_t size) {
         fail(errno);
     }
     if (!temporary_ && ::close(std::exchange(opened_, -1)) != 0) {
-        fail(errno);  // a full device may say so only now; and who reads a pipe gets its end
+        fail(errno);  // a full device may say so only now; and the reader of a pipe sees its end
     }
 }
 

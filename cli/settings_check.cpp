@@ -6,6 +6,7 @@
 #include <map>
 #include <new>
 #include <string_view>
+#include <vector>
 
 #include "checker/text/safe_text.h"
 #include "cli/closest_name.h"
@@ -126,6 +127,18 @@ std::string suggestKey(const std::string& path) {
 }
 
 // ---- The mistakes ---------------------------------------------------------------------------------------------------
+
+// A mistake in the settings in force. Texts may contain any character.
+struct SettingsMistake {
+    std::string file;
+    unsigned int line = 0;
+    unsigned int column = 0;
+    std::string key;         // "max_redirects", or "[crypto]" for a table
+    std::string text;        // what is wrong with it, continuing the key: " is not a setting"
+    std::string suggestion;  // what to do; may be empty
+    bool isUnknown = false;  // it has no effect at all
+    bool hasWrongType = false;
+};
 
 struct Type {
     bool fits;
@@ -266,10 +279,6 @@ std::string jsonOf(const std::vector<SettingsMistake>& mistakes) {
 }
 
 }  // namespace
-
-std::vector<SettingsMistake> settingsMistakes() {
-    return findMistakes().mistakes;
-}
 
 Outcome checkSettings(const SettingsOptions& options) {
     RunOptions opened = options;
