@@ -42,7 +42,7 @@ public:
 
     // OpenSSL's view of the certificate, owned by the body and kept once made; null when OpenSSL refuses it, when
     // memory is exhausted (the next call tries again), and when the times cannot be read, so that the certificate is in
-    // no chain.
+    // no chain. Its key may be a placeholder that verifies nothing: use publicKey().
     X509* x509() const noexcept;
     // The public key, owned by the body and kept once loaded; null when it cannot be used.
     EVP_PKEY* publicKey() const noexcept;
@@ -66,6 +66,7 @@ private:
     bool readAlgorithm(DerReader& from, CRYPT_ALGORITHM_IDENTIFIER& algorithm);
     bool readPublicKeyInfo(DerReader& fields);
     LPSTR keepText(std::string text);
+    bool hasSimpleKey() const noexcept;
 
     Bytes der_;
     CERT_INFO info_{};

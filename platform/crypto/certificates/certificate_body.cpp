@@ -2,17 +2,16 @@
 // whole object costs ten times as much, mostly for the public key, and a response may carry certificates that are never
 // used.
 #include <openssl/asn1.h>
-#include <openssl/x509v3.h>
 
-#include <openssl/x509v3.h>
 #include <algorithm>
-
 #include <cstring>
 
 #include "platform/crypto/base/der_reader.h"
 #include "platform/crypto/base/openssl_handles.h"
 #include "platform/crypto/base/service_call.h"
 #include "platform/crypto/certificates/certificate.h"
+#include "platform/crypto/certificates/certificate_object.h"
+#include "platform/crypto/keys/algorithms.h"
 #include "platform/crypto/keys/public_key.h"
 
 namespace tallow::platform {
@@ -66,18 +65,6 @@ bool readTime(const DerElement& element, FILETIME& fileTime) {
 bool isTime(const DerElement& element) {
     return element.tagClass == V_ASN1_UNIVERSAL && !element.constructed &&
            (element.tag == V_ASN1_UTCTIME || element.tag == V_ASN1_GENERALIZEDTIME);
-}
-
-X509Ptr parseX509(ByteView der) {
-    const unsigned char* position = der.data();
-    return X509Ptr(d2i_X509(nullptr, &position, static_cast<long>(der.size())));
-}
-
-// Makes OpenSSL read extensions and key now, before threads share the object; returns whether it could. OpenSSL treats
-// a self-signed certificate as another one when its key could not be read.
-bool readDeep(X509& certificate) {
-    const bool isRead = X509_check_purpose(&certificate, -1, 0) == 1 && X509_get0_pubkey(&certificate) != nullptr;
-    return isRead && (X509_get_extension_flags(&certificate) & (EXFLAG_SI | EXFLAG_SS)) != EXFLAG_SI;
 }
 
 }  // namespace
@@ -253,15 +240,16 @@ X509* CertificateBody::x509() const noexcept {
     }
     return x509_.get([this] {
         const OpenSslErrors errors;
-        // OpenSSL remembers in the object that its key or its extensions could not be read, also when only memory was
-        // missing. The second object shows a fault of the certificate.
-        X509Ptr made = parseX509(der_);
-        if (made != nullptr && !readDeep(*made)) {
-            made = parseX509(der_);
-            static_cast<void>(made != nullptr && readDeep(*made));
-        }
-        return made;
+        X509Ptr withoutKey = hasSimpleKey() && publicKey() != nullptr ? parseWithoutKey(der_) : nullptr;
+        return withoutKey != nullptr ? std::move(withoutKey) : parseWithKey(der_);
     });
+}
+
+// Whether publicKey() reads the key from its numbers, and at least as strictly as OpenSSL.
+bool CertificateBody::hasSimpleKey() const noexcept {
+    const Algorithm* const algorithm =
+        findAlgorithm(info_.SubjectPublicKeyInfo.Algorithm.pszObjId, CRYPT_PUBKEY_ALG_OID_GROUP_ID);
+    return algorithm != nullptr && (algorithm->kind == KeyKind::kRsa || algorithm->kind == KeyKind::kEllipticCurve);
 }
 
 EVP_PKEY* CertificateBody::publicKey() const noexcept {
