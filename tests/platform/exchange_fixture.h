@@ -1,8 +1,9 @@
-// For tests of exchanges: the scope of one check.
+// For tests of exchanges: the scope of one check, and one exchange.
 #pragma once
 
 #include <gtest/gtest.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 
@@ -40,5 +41,26 @@ struct Check : CRYPTO_CHECK {
     std::wstring proxyText;
     std::optional<FILETIME> time;
 };
+
+struct PostResult {
+    unsigned long status = 0;
+    DWORD lastError = 0;
+    Bytes body;
+};
+
+inline PostResult post(const std::string& url, Bytes request, const std::string& proxy = {},
+                       const std::string& login = {}, const wchar_t* agent = L"agent/1",
+                       const wchar_t* headers = L"Content-type: application/ocsp-request") {
+    PKI_EXCHANGE_BUFFER sent{static_cast<DWORD>(request.size()), request.data(), static_cast<DWORD>(request.size())};
+    PKI_EXCHANGE_BUFFER received{};
+    SetLastError(0);
+    PostResult result;
+    result.status =
+        SendPKIRequest(wide(url).c_str(), agent, headers, wide(proxy).c_str(), wide(login).c_str(), &sent, &received);
+    result.lastError = GetLastError();
+    const std::unique_ptr<BYTE[]> owner(received.data);
+    result.body.assign(received.data, received.data + received.size);
+    return result;
+}
 
 }  // namespace testkit

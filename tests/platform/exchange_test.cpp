@@ -45,28 +45,6 @@ private:
 };
 const LibcurlOfTheTest libcurl;
 
-constexpr wchar_t kHeaders[] = L"Content-type: application/ocsp-request";
-
-struct PostResult {
-    unsigned long status = 0;
-    DWORD lastError = 0;
-    Bytes body;
-};
-
-PostResult post(const std::string& url, Bytes request, const std::string& proxy = {}, const std::string& login = {},
-                const wchar_t* agent = L"agent/1") {
-    PKI_EXCHANGE_BUFFER sent{static_cast<DWORD>(request.size()), request.data(), static_cast<DWORD>(request.size())};
-    PKI_EXCHANGE_BUFFER received{};
-    SetLastError(0);
-    PostResult result;
-    result.status =
-        SendPKIRequest(wide(url).c_str(), agent, kHeaders, wide(proxy).c_str(), wide(login).c_str(), &sent, &received);
-    result.lastError = GetLastError();
-    const std::unique_ptr<BYTE[]> owner(received.data);
-    result.body.assign(received.data, received.data + received.size);
-    return result;
-}
-
 TEST(SendPkiRequest, PostsUnchangedBytesAndReturnsTheBody) {
     HttpServer server([](const HttpRequest&) { return HttpReply{.body = bytesOf("answer")}; });
     const Bytes request = bytesOf(std::string("\0\x30\xFF body", 8));

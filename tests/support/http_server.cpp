@@ -135,7 +135,8 @@ bool readRequest(Connection& connection, HttpRequest& request) {
 
 std::string headerText(const HttpReply& reply, std::size_t bodySize) {
     std::ostringstream text;
-    text << "HTTP/1.1 " << reply.status << " Reply\r\nConnection: close\r\nContent-Type: application/octet-stream\r\n";
+    text << "HTTP/1.1 " << reply.status << " Reply\r\nContent-Type: application/octet-stream\r\n"
+         << (reply.after == AfterReply::kClose ? "Connection: close\r\n" : "");
     for (const auto& [name, value] : reply.headers) {
         text << name << ": " << value << "\r\n";
     }
@@ -240,6 +241,7 @@ void HttpServer::acceptLoop() {
         if (::poll(&waiting, 1, 20) == 1) {
             const int connection = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
             if (connection >= 0) {
+                ++numConnections_;
                 connections_.emplace_back([this, connection] { serve(connection); });
             }
         }
@@ -248,13 +250,20 @@ void HttpServer::acceptLoop() {
 
 void HttpServer::serve(int socket) {
     Connection connection(socket, tls_ ? tls_->context.get() : nullptr);
-    HttpRequest request;
-    if (readRequest(connection, request)) {
+    for (HttpReply reply{.after = AfterReply::kNextRequest}; reply.after == AfterReply::kNextRequest;) {
+        pollfd waiting{socket, POLLIN, 0};
+        while (!stopping_ && ::poll(&waiting, 1, 5) == 0) {
+        }
+        HttpRequest request;
+        if (stopping_ || !readRequest(connection, request)) {
+            return;
+        }
         {
             const std::lock_guard<std::mutex> lock(mutex_);
             requests_.push_back(request);
         }
-        writeReply(connection, handler_(request));
+        reply = handler_(request);
+        writeReply(connection, reply);
     }
 }
 

@@ -1,6 +1,6 @@
 // A small HTTP server on 127.0.0.1 that can also send faulty replies: wrong status, redirects, chunked bodies,
-// truncated or endless bodies, slow or closed connections. Each connection serves one request, on its own thread, and
-// is closed.
+// truncated or endless bodies, slow or closed connections. Each connection has its own thread. It serves one request
+// and is closed, unless the reply says otherwise.
 //
 //   HttpServer server([](const HttpRequest&) { return HttpReply{.body = crl}; });
 //   fetch(server.url("/ca.crl"));
@@ -33,6 +33,7 @@ struct HttpRequest {
 };
 
 enum class BodyFraming { kContentLength, kChunked, kUntilClose };
+enum class AfterReply { kClose, kNextRequest, kCloseUnannounced };
 
 struct HttpReply {
     int status = 200;
@@ -45,6 +46,7 @@ struct HttpReply {
     int delayMs = 0;                               // before the first octet
     int pauseEachKilobyteMs = 0;                   // after each 1024 octets of the body, or of rawReply
     std::optional<Bytes> rawReply = std::nullopt;  // status line, headers and body, sent unchanged
+    AfterReply after = AfterReply::kClose;
 };
 
 /// A reply that redirects to `location`.
@@ -66,6 +68,7 @@ public:
 
     /// All requests that were read completely so far.
     std::vector<HttpRequest> requests() const;
+    int numConnections() const { return numConnections_; }
 
 private:
     struct Tls;
@@ -77,6 +80,7 @@ private:
     int listener_ = -1;
     int port_ = 0;
     std::atomic<bool> stopping_{false};
+    std::atomic<int> numConnections_{0};
     mutable std::mutex mutex_;
     std::vector<HttpRequest> requests_;
     std::vector<std::thread> connections_;

@@ -19,6 +19,10 @@ ExchangeLimits exchangeLimits() {
             sizeOf(setting::max_response_bytes), sizeOf(setting::max_header_bytes), numberOf(setting::max_redirects)};
 }
 
+std::chrono::milliseconds connectionIdleTime() {
+    return std::chrono::milliseconds(numberOf(setting::connection_idle_ms));
+}
+
 ChainLimits chainLimits() {
     return {numberOf(setting::chain_fetch_timeout_ms), numberOf(setting::max_chain_fetches),
             sizeOf(setting::max_crl_bytes), numberOf(setting::max_crl_age), numberOf(setting::crl_cache_max_age)};

@@ -2,6 +2,7 @@
 // has their defaults. A value outside of its range is ignored, so that no setting can switch a bound off.
 #pragma once
 
+#include <chrono>
 #include <cstddef>
 
 namespace tallow::platform {
@@ -15,6 +16,9 @@ struct ExchangeLimits {
     long maxRedirects = 0;
 };
 ExchangeLimits exchangeLimits();
+
+// How long an idle connection to a server may be used again; 0: never.
+std::chrono::milliseconds connectionIdleTime();
 
 // Limits of one chain, all its certificates together.
 struct ChainLimits {

@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <optional>
 #include <string_view>
+#include <utility>
 
 namespace tallow::platform {
 
@@ -27,30 +28,45 @@ std::optional<std::string_view> valueOf(std::string_view line, std::string_view 
 }
 
 // libcurl decompresses any transfer coding such as gzip, even if not asked for. Only chunked is accepted.
-bool isInflating(std::string_view line) {
+bool isInflating(std::string_view coding) {
     constexpr std::string_view kChunked = "chunked";
-    const std::optional<std::string_view> coding = valueOf(line, "transfer-encoding:");
-    return coding && (coding->size() != kChunked.size() || !beginsWith(*coding, kChunked));
+    return coding.size() != kChunked.size() || !beginsWith(coding, kChunked);
 }
 
 // libcurl ignores a length that is not a number or does not fit into 64 bits; a truncated body would then look
 // complete.
-bool isNoLength(std::string_view line) {
-    const std::optional<std::string_view> length = valueOf(line, "content-length:");
-    if (!length) {
-        return false;
-    }
-    std::int64_t value = 0;
-    const auto [end, error] = std::from_chars(length->data(), length->data() + length->size(), value);
-    return error != std::errc() || end != length->data() + length->size() || value < 0;
+bool isLength(std::string_view text, std::int64_t& value) {
+    const auto [end, error] = std::from_chars(text.data(), text.data() + text.size(), value);
+    return error == std::errc() && end == text.data() + text.size() && value >= 0;
 }
 
 }  // namespace
 
 void Arrival::reset() {
-    body.clear();
-    headerSize = 0;
-    breach = Breach::kNone;
+    Arrival empty;
+    empty.maxBodySize = maxBodySize;
+    empty.maxHeaderSize = maxHeaderSize;
+    *this = std::move(empty);
+}
+
+bool Arrival::isExact() const {
+    return numStatusLines == 1 && numLengths == 1 && !hasCoding && std::cmp_equal(body.size(), length);
+}
+
+Breach Arrival::breachOf(std::string_view line) {
+    numStatusLines += beginsWith(line, "http/") ? 1 : 0;
+    if (line.size() > maxHeaderSize - headerSize) {
+        return Breach::kHeaderSize;
+    }
+    if (const std::optional<std::string_view> coding = valueOf(line, "transfer-encoding:")) {
+        hasCoding = true;
+        return isInflating(*coding) ? Breach::kCoding : Breach::kNone;
+    }
+    if (const std::optional<std::string_view> text = valueOf(line, "content-length:")) {
+        ++numLengths;
+        return isLength(*text, length) ? Breach::kNone : Breach::kLength;
+    }
+    return Breach::kNone;
 }
 
 std::string Arrival::breachText(long long announced, const char* sizeSetting) const {
@@ -94,10 +110,7 @@ std::size_t Arrival::onBody(char* data, std::size_t unit, std::size_t count, voi
 std::size_t Arrival::onHeader(char* data, std::size_t unit, std::size_t count, void* target) {
     auto& arrival = *static_cast<Arrival*>(target);
     const std::size_t size = unit * count;
-    arrival.breach = size > arrival.maxHeaderSize - arrival.headerSize ? Breach::kHeaderSize
-                     : isInflating({data, size})                       ? Breach::kCoding
-                     : isNoLength({data, size})                        ? Breach::kLength
-                                                                       : Breach::kNone;
+    arrival.breach = arrival.breachOf({data, size});
     if (arrival.breach != Breach::kNone) {
         return 0;
     }

@@ -1,7 +1,9 @@
 // What arrives of one hop of an exchange, within its limits: callbacks for libcurl. Sizes are counted as octets arrive.
 #pragma once
 
+#include <cstdint>
 #include <string>
+#include <string_view>
 
 #include "platform/crypto/certificates/certificate.h"
 
@@ -14,11 +16,18 @@ struct Arrival {
     Bytes body;
     std::size_t headerSize = 0;  // octets of the header lines
     Breach breach = Breach::kNone;
+    int numStatusLines = 0;  // more than one: interim answers came first
+    int numLengths = 0;      // Content-Length lines
+    std::int64_t length = 0;
+    bool hasCoding = false;  // a Transfer-Encoding line
     std::size_t maxBodySize = 0;
     std::size_t maxHeaderSize = 0;
 
     // Before the next hop.
     void reset();
+
+    // One answer whose end nobody can take for another place: after any other, the connection is not used again.
+    bool isExact() const;
 
     // The limit that was exceeded, in words; empty when none was. `announced` is the Content-Length, -1 for none;
     // `sizeSetting` names the setting that limits the body.
@@ -27,6 +36,10 @@ struct Arrival {
     // CURLOPT_WRITEFUNCTION and CURLOPT_HEADERFUNCTION; `target` is the object.
     static std::size_t onBody(char* data, std::size_t unit, std::size_t count, void* target);
     static std::size_t onHeader(char* data, std::size_t unit, std::size_t count, void* target);
+
+private:
+    // Of a header line, which it counts.
+    Breach breachOf(std::string_view line);
 };
 
 }  // namespace tallow::platform

@@ -1,23 +1,23 @@
 #include "platform/crypto/network/http_exchange.h"
 
 #include <curl/curl.h>
-#include <openssl/ssl.h>
-#include <sys/socket.h>
 
 #include <algorithm>
 #include <chrono>
 #include <cstdint>
-#include <cstring>
 #include <memory>
 #include <mutex>
 #include <optional>
 #include <string_view>
 #include <system_error>
 
+#include "platform/crypto/base/service_call.h"
 #include "platform/crypto/certificates/system_store.h"
-#include "platform/crypto/network/address_rules.h"
 #include "platform/crypto/network/arrival.h"
 #include "platform/crypto/network/check_scope.h"
+#include "platform/crypto/network/connection.h"
+#include "platform/crypto/network/connection_key.h"
+#include "platform/crypto/network/connection_pool.h"
 #include "platform/crypto/network/exchange_text.h"
 #include "platform/crypto/network/http_address.h"
 #include "platform/crypto/network/http_status.h"
@@ -28,11 +28,6 @@ namespace tallow::platform {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-struct EasyFree {
-    void operator()(CURL* handle) const noexcept { curl_easy_cleanup(handle); }
-};
-using EasyPtr = std::unique_ptr<CURL, EasyFree>;
 
 struct ListFree {
     void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
@@ -117,66 +112,16 @@ bool makeHeaders(const HttpCall& call, HeaderList& list) {
     return !call.post || append("Expect:");
 }
 
-// ---- Connections ----------------------------------------------------------------------------------------------------
+// ---- Options --------------------------------------------------------------------------------------------------------
 
-// Which addresses the current hop may connect to.
-struct Reach {
-    bool isAnywhere = false;  // to the proxy, or to a server that the caller named
-    bool refusesPrivate = false;
-    std::optional<sockaddr_storage> refused = std::nullopt;  // the last address that was
-
-    bool refuses(AddressClass found) const {
-        return !isAnywhere && (found == AddressClass::kSpecial || (found == AddressClass::kPrivate && refusesPrivate));
-    }
-};
-
-// Called with each address that a name resolves to.
-curl_socket_t onOpenSocket(void* target, curlsocktype /*purpose*/, curl_sockaddr* address) {
-    auto& reach = *static_cast<Reach*>(target);
-    if (reach.refuses(classOf(address->addr))) {
-        reach.refused.emplace();
-        std::memcpy(&*reach.refused, &address->addr, std::min<std::size_t>(address->addrlen, sizeof *reach.refused));
-        return CURL_SOCKET_BAD;
-    }
-    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
-}
-
-// OpenSSL skips some messages without returning to libcurl, which looks at the time only then. A server that sends them
-// faster than they are read would keep it busy for ever, so reading fails when the time is over.
-long endReadingAtDeadline(BIO* source, int operation, const char* /*octets*/, std::size_t /*size*/, int /*argument*/,
-                          long /*number*/, int result, std::size_t* /*processed*/) {
-    const auto* const deadline = reinterpret_cast<const Clock::time_point*>(BIO_get_callback_arg(source));
-    return operation == BIO_CB_READ && Clock::now() >= *deadline ? -1 : result;
-}
-
-// The first message is ours: nothing was read before.
-void onTlsMessage(int /*isSent*/, int /*version*/, int /*type*/, const void* /*octets*/, std::size_t /*size*/,
-                  SSL* session, void* deadline) {
-    BIO* const source = SSL_get_rbio(session);
-    BIO_set_callback_arg(source, static_cast<char*>(deadline));
-    BIO_set_callback_ex(source, endReadingAtDeadline);
-}
-
-// libcurl and some releases of OpenSSL write the keys of TLS connections to the file that SSLKEYLOGFILE names. This
-// runs after either has set its callback.
-CURLcode onTlsContext(CURL* /*easy*/, void* context, void* deadline) {
-    auto* const tls = static_cast<SSL_CTX*>(context);
-    SSL_CTX_set_keylog_callback(tls, nullptr);
-    SSL_CTX_set_msg_callback(tls, onTlsMessage);
-    SSL_CTX_set_msg_callback_arg(tls, deadline);
-    return CURLE_OK;
-}
-
-// The context above is OpenSSL's only in a libcurl built with OpenSSL. Another one is not used for TLS at all.
+// Connection::onTlsContext needs a libcurl built with OpenSSL. Another one is not used for TLS at all.
 bool isTlsOfOpenSsl() {
     const curl_version_info_data* const info = curl_version_info(CURLVERSION_NOW);
     return info != nullptr && info->ssl_version != nullptr &&
            std::string_view(info->ssl_version).starts_with("OpenSSL/");
 }
 
-// ---- Options --------------------------------------------------------------------------------------------------------
-
-void setCommonOptions(Options& options, const ExchangeLimits& limits, Arrival& arrival, Reach& reach) {
+void setCommonOptions(Options& options, const ExchangeLimits& limits, Arrival& arrival, Connection& connection) {
     options.set(CURLOPT_NOSIGNAL, 1L);
     // A name lookup cannot be cancelled: its thread ends by itself, and nothing waits for it beyond the deadline.
     options.set(CURLOPT_QUICK_EXIT, 1L);
@@ -196,11 +141,13 @@ void setCommonOptions(Options& options, const ExchangeLimits& limits, Arrival& a
     options.set(CURLOPT_PROXY_CAINFO, bundle.c_str());
     options.set(CURLOPT_PROXY_CAPATH, static_cast<const char*>(nullptr));
     if (isTlsOfOpenSsl()) {
-        options.set(CURLOPT_SSL_CTX_FUNCTION, onTlsContext);
+        options.set(CURLOPT_SSL_CTX_FUNCTION, Connection::onTlsContext);
+        options.set(CURLOPT_SSL_CTX_DATA, &connection);
     }
     options.set(CURLOPT_CONNECTTIMEOUT_MS, limits.connectTimeoutMs);
-    options.set(CURLOPT_OPENSOCKETFUNCTION, onOpenSocket);
-    options.set(CURLOPT_OPENSOCKETDATA, &reach);
+    options.set(CURLOPT_SHARE, connection.share());
+    options.set(CURLOPT_OPENSOCKETFUNCTION, Connection::onOpenSocket);
+    options.set(CURLOPT_OPENSOCKETDATA, &connection);
     options.set(CURLOPT_WRITEFUNCTION, Arrival::onBody);
     options.set(CURLOPT_WRITEDATA, &arrival);
     options.set(CURLOPT_HEADERFUNCTION, Arrival::onHeader);
@@ -222,26 +169,34 @@ void setLogin(Options& options, const Login& login, DWORD schemes) {
     options.set(CURLOPT_HTTPAUTH, isUsed ? schemesOf(schemes) : static_cast<long>(CURLAUTH_BASIC));
 }
 
-// Returns 0 or the error of an address that cannot be taken apart.
-DWORD setProxy(Options& options, const HttpCall& call) {
-    std::string proxy = call.proxy;
+struct Proxy {
+    std::string address;  // without a login; empty: none
     Login login;
-    if (const DWORD error = takeProxyLogin(proxy, login); error != 0) {
+};
+
+// Returns 0 or the error of an address that cannot be taken apart.
+DWORD readProxy(const HttpCall& call, Proxy& proxy) {
+    proxy.address = call.proxy;
+    if (const DWORD error = takeProxyLogin(proxy.address, proxy.login); error != 0) {
         return error;
     }
     if (!call.proxyCredentials.empty()) {
         const std::size_t colon = std::min(call.proxyCredentials.find(':'), call.proxyCredentials.size());
-        login.name = call.proxyCredentials.substr(0, colon);
-        login.password = colon < call.proxyCredentials.size() ? call.proxyCredentials.substr(colon + 1) : std::string();
-    }
-    options.set(CURLOPT_PROXY, proxy.c_str());  // empty, not unset: unset would ask the environment
-    options.set(CURLOPT_NOPROXY, "");
-    if (!login.empty() && (call.proxyAuthSchemes & CRYPTO_AUTH_ALL) != 0) {
-        options.set(CURLOPT_PROXYUSERNAME, login.name.c_str());
-        options.set(CURLOPT_PROXYPASSWORD, login.password.c_str());
-        options.set(CURLOPT_PROXYAUTH, schemesOf(call.proxyAuthSchemes));
+        proxy.login.name = call.proxyCredentials.substr(0, colon);
+        proxy.login.password =
+            colon < call.proxyCredentials.size() ? call.proxyCredentials.substr(colon + 1) : std::string();
     }
     return 0;
+}
+
+void setProxy(Options& options, const Proxy& proxy, DWORD schemes) {
+    options.set(CURLOPT_PROXY, proxy.address.c_str());  // empty, not unset: unset would ask the environment
+    options.set(CURLOPT_NOPROXY, "");
+    if (!proxy.login.empty() && (schemes & CRYPTO_AUTH_ALL) != 0) {
+        options.set(CURLOPT_PROXYUSERNAME, proxy.login.name.c_str());
+        options.set(CURLOPT_PROXYPASSWORD, proxy.login.password.c_str());
+        options.set(CURLOPT_PROXYAUTH, schemesOf(schemes));
+    }
 }
 
 void setRequest(Options& options, const HttpCall& call, const curl_slist* headers) {
@@ -317,19 +272,24 @@ public:
         : call_(call),
           limits_(limits),
           deadline_(std::min(Clock::now() + std::chrono::milliseconds(limits.deadlineMs), checkDeadline())),
-          easy_(curl_easy_init()) {
+          maxIdle_(connectionIdleTime()) {
         arrival_.maxBodySize = limits.maxBodySize;
         arrival_.maxHeaderSize = limits.maxHeaderSize;
-        reach_.refusesPrivate = refusesPrivateAddresses();
     }
 
     HttpAnswer run();
 
 private:
     DWORD prepare();
-    // `next` receives the target of a redirect, if any. The second reads what the hop received.
+    // `next` receives the target of a redirect, if any. The last reads what the hop received.
     HttpAnswer hop(const HttpAddress& address, std::string& next);
+    // Null when a new connection is needed.
+    std::optional<CURLcode> transferOverIdle(const HttpAddress& address, const Reach& reach);
+    CURLcode transfer(const HttpAddress& address, const Reach& reach);
+    bool isWithoutAnswer(CURLcode code) const;
     HttpAnswer arrived(std::string& next);
+    // After a hop whose answer is used: leaves its connection to other exchanges, if nothing speaks against it.
+    void keepConnection();
     HttpAnswer failed(CURLcode code, const HttpAddress& address) const;
     std::string reasonOf(CURLcode code, const std::string& peer) const;
     std::string timeoutReason(const std::string& peer) const;
@@ -340,13 +300,17 @@ private:
 
     const HttpCall& call_;
     const ExchangeLimits& limits_;
-    Clock::time_point deadline_;  // before the handle, whose connections look at it
-    EasyPtr easy_;
+    Clock::time_point deadline_;
+    std::chrono::milliseconds maxIdle_;
     HeaderList headers_;
     Arrival arrival_;
-    Reach reach_;
+    Proxy proxy_;
     HttpAddress first_;
     char libraryText_[CURL_ERROR_SIZE] = "";
+    // Those of the hop. The connection refers to the members above.
+    std::string key_;  // of the pool; empty: the connection is for this exchange only
+    bool isExact_ = false;
+    std::unique_ptr<Connection> connection_;
 };
 
 DWORD Exchange::prepare() {
@@ -360,36 +324,27 @@ DWORD Exchange::prepare() {
     if (!isSendable(call_)) {
         return ERROR_INVALID_PARAMETER;
     }
-    if (!easy_ || !makeHeaders(call_, headers_)) {
+    if (!makeHeaders(call_, headers_)) {
         return ERROR_NOT_ENOUGH_MEMORY;
     }
-    Options options(easy_.get());
-    setCommonOptions(options, limits_, arrival_, reach_);
-    options.set(CURLOPT_ERRORBUFFER, libraryText_);
-    options.set(CURLOPT_SSL_CTX_DATA, &deadline_);
-    setRequest(options, call_, headers_.get());
-    const DWORD error = setProxy(options, call_);
-    return error != 0 ? error : errorOf(options.code());
+    return readProxy(call_, proxy_);
 }
 
-HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
+CURLcode Exchange::transfer(const HttpAddress& address, const Reach& reach) {
     arrival_.reset();
     libraryText_[0] = '\0';
-    next.clear();
+    isExact_ = false;
     const long remainingMs = millisecondsUntil(deadline_);
     if (remainingMs <= 0) {
-        return failed(CURLE_OPERATION_TIMEDOUT, address);
+        return CURLE_OPERATION_TIMEDOUT;
     }
-    // A proxy resolves the name itself, so only an address in the URL can be checked.
-    reach_.isAnywhere = isNamed(address);
-    reach_.refused.reset();
-    if (!call_.proxy.empty()) {
-        if (const AddressClass found = classOfHost(address.host); reach_.refuses(found)) {
-            return failure(ERROR_NETWORK_ACCESS_DENIED, refusalText(address.host, found));
-        }
-        reach_.isAnywhere = true;
-    }
-    Options options(easy_.get());
+    connection_->deadline = deadline_;
+    connection_->reach = reach;
+    Options options(connection_->easy());
+    setCommonOptions(options, limits_, arrival_, *connection_);
+    options.set(CURLOPT_ERRORBUFFER, libraryText_);
+    setRequest(options, call_, headers_.get());
+    setProxy(options, proxy_, call_.proxyAuthSchemes);
     options.set(CURLOPT_URL, address.url.c_str());
     // libcurl counts whole milliseconds and may end early: the check would then seem to have time for one responder
     // more.
@@ -400,12 +355,64 @@ HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
     CURLcode code = options.code();
     if (code == CURLE_OK) {
         const ForkGate::Outside waiting;  // a fork does not wait for the network
-        code = curl_easy_perform(easy_.get());
+        code = curl_easy_perform(connection_->easy());
     }
-    if (code != CURLE_OK && errorOf(code) == ERROR_INTERNET_SECURE_FAILURE && millisecondsUntil(deadline_) <= 0) {
-        code = CURLE_OPERATION_TIMEDOUT;
+    const bool isLate = errorOf(code) == ERROR_INTERNET_SECURE_FAILURE && millisecondsUntil(deadline_) <= 0;
+    return isLate ? CURLE_OPERATION_TIMEDOUT : code;
+}
+
+// True if the server closed the connection before it sent a header line, so that the request may be sent once more. It
+// has the same effect however often it arrives.
+bool Exchange::isWithoutAnswer(CURLcode code) const {
+    switch (code) {
+        case CURLE_COULDNT_CONNECT:  // libcurl wanted another connection
+        case CURLE_COULDNT_RESOLVE_HOST:
+        case CURLE_SEND_ERROR:
+        case CURLE_RECV_ERROR:
+        case CURLE_GOT_NOTHING:
+            return arrival_.headerSize == 0 && arrival_.body.empty();
+        default:
+            return false;
     }
-    return code == CURLE_OK ? arrived(next) : failed(code, address);
+}
+
+std::optional<CURLcode> Exchange::transferOverIdle(const HttpAddress& address, const Reach& reach) {
+    connection_ = ConnectionPool::ofProcess().take(key_, reach, maxIdle_);
+    if (connection_ == nullptr || !connection_->resume()) {
+        return std::nullopt;
+    }
+    TALLOW_CRYPTO_TRACE("an open connection to %s is used again\n", address.server.c_str());
+    const CURLcode code = transfer(address, reach);
+    return code != CURLE_OK && isWithoutAnswer(code) ? std::nullopt : std::optional(code);
+}
+
+HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
+    next.clear();
+    // A proxy resolves the name itself, so only an address in the URL can be checked.
+    Reach reach{.isAnywhere = isNamed(address), .refusesPrivate = refusesPrivateAddresses()};
+    if (!call_.proxy.empty()) {
+        if (const AddressClass found = classOfHost(address.host); reach.refuses(found)) {
+            return failure(ERROR_NETWORK_ACCESS_DENIED, refusalText(address.host, found));
+        }
+        reach.isAnywhere = true;
+    }
+    key_ = connectionKey(call_, address);
+    std::optional<CURLcode> code = transferOverIdle(address, reach);
+    if (!code) {
+        connection_ = std::make_unique<Connection>();
+        if (connection_->easy() == nullptr) {
+            return failure(ERROR_NOT_ENOUGH_MEMORY, "memory is exhausted");
+        }
+        code = transfer(address, reach);
+    }
+    return *code == CURLE_OK ? arrived(next) : failed(*code, address);
+}
+
+void Exchange::keepConnection() {
+    if (!key_.empty() && maxIdle_.count() > 0 && isExact_ && connection_->isLeftClean(call_.body.size())) {
+        connection_->park();
+        ConnectionPool::ofProcess().keep(std::move(key_), std::move(connection_));
+    }
 }
 
 // Which of the limits on time was reached.
@@ -426,7 +433,7 @@ std::string Exchange::timeoutReason(const std::string& peer) const {
 
 std::string Exchange::reasonOf(CURLcode code, const std::string& peer) const {
     long systemError = 0;
-    static_cast<void>(curl_easy_getinfo(easy_.get(), CURLINFO_OS_ERRNO, &systemError));
+    static_cast<void>(curl_easy_getinfo(connection_->easy(), CURLINFO_OS_ERRNO, &systemError));
     switch (code) {
         case CURLE_OPERATION_TIMEDOUT:
             return timeoutReason(peer);
@@ -441,21 +448,21 @@ std::string Exchange::reasonOf(CURLcode code, const std::string& peer) const {
             break;
     }
     curl_off_t announced = -1;
-    static_cast<void>(curl_easy_getinfo(easy_.get(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced));
+    static_cast<void>(curl_easy_getinfo(connection_->easy(), CURLINFO_CONTENT_LENGTH_DOWNLOAD_T, &announced));
     const std::string breach = arrival_.breachText(announced, call_.sizeSetting);
     return !breach.empty() ? breach : libraryText_[0] != '\0' ? libraryText_ : curl_easy_strerror(code);
 }
 
 HttpAnswer Exchange::failed(CURLcode code, const HttpAddress& address) const {
-    if (code == CURLE_COULDNT_CONNECT && reach_.refused) {
-        return failure(ERROR_NETWORK_ACCESS_DENIED, refusalText(reinterpret_cast<const sockaddr&>(*reach_.refused)));
+    if (const auto& refused = connection_->reach.refused; code == CURLE_COULDNT_CONNECT && refused) {
+        return failure(ERROR_NETWORK_ACCESS_DENIED, refusalText(reinterpret_cast<const sockaddr&>(*refused)));
     }
     const std::string server = address.server.substr(address.server.find("://") + 3);
     HttpAnswer answer = failure(errorOf(code), {});
     long connectStatus = 0;
     curl_off_t connectedAfter = 0;
-    static_cast<void>(curl_easy_getinfo(easy_.get(), CURLINFO_HTTP_CONNECTCODE, &connectStatus));
-    static_cast<void>(curl_easy_getinfo(easy_.get(), CURLINFO_CONNECT_TIME_T, &connectedAfter));
+    static_cast<void>(curl_easy_getinfo(connection_->easy(), CURLINFO_HTTP_CONNECTCODE, &connectStatus));
+    static_cast<void>(curl_easy_getinfo(connection_->easy(), CURLINFO_CONNECT_TIME_T, &connectedAfter));
     const bool hasProxy = !call_.proxy.empty();
     const bool isTunnelRefused = connectStatus != 0 && (connectStatus < 200 || connectStatus > 299);
     const bool isTls = errorOf(code) == ERROR_INTERNET_SECURE_FAILURE;
@@ -476,13 +483,15 @@ HttpAnswer Exchange::failed(CURLcode code, const HttpAddress& address) const {
 HttpAnswer Exchange::arrived(std::string& next) {
     HttpAnswer answer;
     char* target = nullptr;
-    if (curl_easy_getinfo(easy_.get(), CURLINFO_RESPONSE_CODE, &answer.status) != CURLE_OK ||
-        curl_easy_getinfo(easy_.get(), CURLINFO_REDIRECT_URL, &target) != CURLE_OK) {
+    if (curl_easy_getinfo(connection_->easy(), CURLINFO_RESPONSE_CODE, &answer.status) != CURLE_OK ||
+        curl_easy_getinfo(connection_->easy(), CURLINFO_REDIRECT_URL, &target) != CURLE_OK) {
         return failure(ERROR_NOT_ENOUGH_MEMORY, "memory is exhausted");
     }
     if (target != nullptr && isRedirect(answer.status)) {
         next = target;
-    } else {
+    }
+    isExact_ = arrival_.isExact();
+    if (next.empty()) {
         answer.body = std::move(arrival_.body);
     }
     answer.isAtProxy = answer.status == kProxyAuthenticationRequired && !call_.proxy.empty();
@@ -529,12 +538,19 @@ HttpAnswer Exchange::run() {
     std::string next;
     for (long hops = 0; hops <= limits_.maxRedirects; ++hops) {
         HttpAnswer answer = hop(address, next);
-        if (answer.error != 0 || next.empty()) {
+        if (answer.error != 0) {
+            return answer;
+        }
+        if (next.empty()) {
+            if (answer.status == kOk) {
+                keepConnection();
+            }
             return answer;
         }
         if (HttpAnswer end = follow(next, answer.status, address); end.error != 0) {
             return end;
         }
+        keepConnection();
     }
     return failure(ERROR_HTTP_REDIRECT_FAILED, "more than " + std::to_string(limits_.maxRedirects) +
                                                    " redirects (setting max_redirects), the last to " + address.url);

@@ -1,0 +1,116 @@
+#include "platform/crypto/network/connection.h"
+
+#include <poll.h>
+
+#include <algorithm>
+#include <cstring>
+
+namespace tallow::platform {
+
+Connection::Connection() noexcept : share_(curl_share_init()), easy_(curl_easy_init()) {
+    if (share_ && curl_share_setopt(share_.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_CONNECT) != CURLSHE_OK) {
+        share_.reset();
+    }
+}
+
+Connection::~Connection() {
+    if (!isOwn()) {
+        // libcurl would read from the parent's connection and end its TLS. The child's copy of the memory is lost.
+        if (const curl_socket_t socket = activeSocket(); socket != CURL_SOCKET_BAD) {
+            ::close(socket);
+        }
+        static_cast<void>(easy_.release());
+        static_cast<void>(share_.release());
+    }
+}
+
+// Called with each address that a name resolves to.
+curl_socket_t Connection::onOpenSocket(void* target, curlsocktype /*purpose*/, curl_sockaddr* address) {
+    auto& connection = *static_cast<Connection*>(target);
+    Reach& reach = connection.reach;
+    // The server has closed the connection that was kept: a new handle makes a new one.
+    if (connection.isReused_) {
+        return CURL_SOCKET_BAD;
+    }
+    if (reach.refuses(classOf(address->addr))) {
+        reach.refused.emplace();
+        std::memcpy(&*reach.refused, &address->addr, std::min<std::size_t>(address->addrlen, sizeof *reach.refused));
+        return CURL_SOCKET_BAD;
+    }
+    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+}
+
+// OpenSSL skips some messages without returning to libcurl, which looks at the time only then. A server that sends them
+// faster than they are read would keep it busy for ever, so reading fails when the time is over.
+long Connection::endReadingAtDeadline(BIO* source, int operation, const char* /*octets*/, std::size_t /*size*/,
+                                      int /*argument*/, long /*number*/, int result, std::size_t* /*processed*/) {
+    const auto* const connection = reinterpret_cast<const Connection*>(BIO_get_callback_arg(source));
+    return operation == BIO_CB_READ && Clock::now() >= connection->deadline ? -1 : result;
+}
+
+// The first message is ours: nothing was read before.
+void Connection::onTlsMessage(int /*isSent*/, int /*version*/, int /*type*/, const void* /*octets*/,
+                              std::size_t /*size*/, SSL* session, void* target) {
+    static_cast<Connection*>(target)->session_ = session;
+    BIO* const source = SSL_get_rbio(session);
+    BIO_set_callback_arg(source, static_cast<char*>(target));
+    BIO_set_callback_ex(source, endReadingAtDeadline);
+}
+
+// libcurl and some releases of OpenSSL write the keys of TLS connections to the file that SSLKEYLOGFILE names. This
+// runs after either has set its callback.
+CURLcode Connection::onTlsContext(CURL* /*easy*/, void* context, void* target) {
+    auto* const tls = static_cast<SSL_CTX*>(context);
+    SSL_CTX_set_keylog_callback(tls, nullptr);
+    SSL_CTX_set_msg_callback(tls, onTlsMessage);
+    SSL_CTX_set_msg_callback_arg(tls, target);
+    return CURLE_OK;
+}
+
+curl_socket_t Connection::activeSocket() const noexcept {
+    if (!easy_) {
+        return socket_;
+    }
+    curl_socket_t socket = CURL_SOCKET_BAD;
+    return curl_easy_getinfo(easy_.get(), CURLINFO_ACTIVESOCKET, &socket) == CURLE_OK ? socket : CURL_SOCKET_BAD;
+}
+
+// Octets may wait in the socket or, once read with the end of the answer, inside OpenSSL.
+bool Connection::isSilent(curl_socket_t socket) const noexcept {
+    pollfd waiting{socket, POLLIN | POLLRDHUP, 0};
+    return socket != CURL_SOCKET_BAD && ::poll(&waiting, 1, 0) == 0 &&
+           (session_ == nullptr || SSL_has_pending(session_) == 0);
+}
+
+bool Connection::isLeftClean(std::size_t sizeSent) const {
+    long numNew = 0;
+    long version = 0;
+    curl_off_t sent = -1;
+    return isOwn() && share_ && curl_easy_getinfo(easy_.get(), CURLINFO_NUM_CONNECTS, &numNew) == CURLE_OK &&
+           numNew == (isReused_ ? 0 : 1) &&  // no second one, of a login
+           curl_easy_getinfo(easy_.get(), CURLINFO_HTTP_VERSION, &version) == CURLE_OK &&
+           version == CURL_HTTP_VERSION_1_1 &&
+           curl_easy_getinfo(easy_.get(), CURLINFO_SIZE_UPLOAD_T, &sent) == CURLE_OK &&
+           sent == static_cast<curl_off_t>(sizeSent) && isSilent(activeSocket());
+}
+
+void Connection::park() noexcept {
+    socket_ = activeSocket();
+    sockaddr_storage peer{};
+    socklen_t size = sizeof peer;
+    auto* const address = reinterpret_cast<sockaddr*>(&peer);
+    peerClass_ = ::getpeername(socket_, address, &size) == 0 ? classOf(*address) : AddressClass::kSpecial;
+    isReused_ = true;
+    easy_.reset();
+}
+
+bool Connection::resume() noexcept {
+    easy_.reset(curl_easy_init());
+    return easy_ != nullptr;
+}
+
+bool Connection::isQuiet() const noexcept {
+    return isSilent(socket_);
+}
+
+}  // namespace tallow::platform

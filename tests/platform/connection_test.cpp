@@ -1,0 +1,207 @@
+// Connections that serve several exchanges: when they do, and that no answer is ever taken for that of another request.
+#include <gmock/gmock.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <chrono>
+#include <string>
+#include <thread>
+#include <vector>
+
+#include "tests/platform/exchange_fixture.h"
+#include "tests/support/http_server.h"
+#include "tests/support/settings_file.h"
+#include "tests/support/temp_dir.h"
+#include "tests/support/tlv.h"
+
+namespace testkit {
+namespace {
+
+HttpReply kept(const HttpRequest& request) {
+    return {.body = request.body, .after = AfterReply::kNextRequest};
+}
+
+HttpReply raw(const std::string& text, AfterReply after = AfterReply::kNextRequest) {
+    return {.rawReply = bytesOf(text), .after = after};
+}
+
+std::string answerText(const std::string& body, const std::string& headers = {}) {
+    return "HTTP/1.1 200 OK\r\n" + headers + "Content-Length: " + std::to_string(body.size()) + "\r\n\r\n" + body;
+}
+
+// An answer of `size` octets. The server writes 1024 of them at a time.
+std::string answerOfSize(std::size_t size) {
+    const std::string empty = answerText("first", "X: \r\n");
+    return answerText("first", "X: " + std::string(size - empty.size(), 'x') + "\r\n");
+}
+
+void sleepMs(int ms) {
+    std::this_thread::sleep_for(std::chrono::milliseconds(ms));
+}
+
+// What a server sends first and second. All later answers are good ones.
+struct Row {
+    const char* what;
+    HttpReply first;
+    int connections;
+    HttpReply second = {.body = bytesOf("second"), .after = AfterReply::kNextRequest};
+    std::size_t requests = 2;
+    DWORD lastError = 0;  // of the second exchange
+};
+
+void expectRow(const Row& row, const Identity* tls = nullptr) {
+    SCOPED_TRACE(row.what);
+    std::atomic<int> count{0};
+    HttpServer server(
+        [&](const HttpRequest& request) {
+            const int number = count++;
+            return number == 0 ? row.first : number == 1 ? row.second : kept(request);
+        },
+        tls);
+    post(server.url(), bytesOf("first"));
+    sleepMs(30);  // what comes late has come
+    const PostResult second = post(server.url(), bytesOf("second"));
+    EXPECT_EQ(second.lastError, row.lastError);
+    EXPECT_EQ(second.body, row.lastError == 0 ? bytesOf("second") : Bytes());
+    EXPECT_EQ(server.numConnections(), row.connections);
+    EXPECT_EQ(server.requests().size(), row.requests);
+    EXPECT_EQ(post(server.url(), bytesOf("third")).body, bytesOf("third"));
+}
+
+TEST(Connection, ServesAnotherExchangeOnlyAfterAnExactAnswer) {
+    const SettingsFile settings("[crypto]\nexchange_timeout_ms = 500\n");
+    const Bytes body = bytesOf("first");
+    const HttpReply good{.body = body, .after = AfterReply::kNextRequest};
+    const HttpReply silent{.body = body, .delayMs = 700};
+    const Row rows[] = {
+        {"plain", good, 1},
+        {"empty", {.after = AfterReply::kNextRequest}, 1},
+        {"announced close", {.body = body}, 2},
+        {"close without announcement", {.body = body, .after = AfterReply::kCloseUnannounced}, 2},
+        {"chunked", {.body = body, .framing = BodyFraming::kChunked, .after = AfterReply::kNextRequest}, 2},
+        {"status 500", {.status = 500, .body = body, .after = AfterReply::kNextRequest}, 2},
+        {"two answers in one go", raw(answerText("first") + answerText("forged")), 2},
+        {"garbage in one go", raw(answerText("first") + "garbage"), 2},
+        {"interim answer first", raw("HTTP/1.1 103 Early Hints\r\n\r\n" + answerText("first")), 2},
+        {"two lengths", raw(answerText("first", "Content-Length: 5\r\n")), 2},
+        {"HTTP/1.0", raw("HTTP/1.0 200 OK\r\nConnection: keep-alive\r\nContent-Length: 1\r\n\r\nx"), 2},
+        {"closed instead of the second answer", good, 2, {.closeAtOnce = true}, 3},
+        {"half a status line", good, 2, raw("HTTP/1.1 2", AfterReply::kClose), 3},
+        {"half a body", good, 1, raw("HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\nsec", AfterReply::kClose), 2,
+         ERROR_INTERNET_CONNECTION_ABORTED},
+        {"no HTTP", good, 1, raw("hello\r\n\r\n", AfterReply::kClose), 2, ERROR_HTTP_INVALID_SERVER_RESPONSE},
+        {"silence", good, 1, silent, 2, ERROR_INTERNET_TIMEOUT},
+    };
+    for (const Row& row : rows) {
+        expectRow(row);
+    }
+    HttpReply late = raw(answerOfSize(1024) + answerText("forged"));
+    late.pauseEachKilobyteMs = 10;
+    expectRow({"a second answer later", late, 2});
+}
+
+TEST(Connection, IsOfOneServerAndOfRequestsWithoutLogin) {
+    HttpServer server(kept);
+    HttpServer other(kept);
+    const std::string url = server.url();
+    const std::string login = "http://user:word@" + url.substr(7);
+    const auto connectionsOf = [&](const auto& exchange) {
+        post(url, bytesOf("before"));
+        const int before = server.numConnections();
+        exchange();
+        return server.numConnections() - before;
+    };
+    const Bytes body = bytesOf("x");
+    EXPECT_EQ(connectionsOf([&] { post(url, body); }), 0);
+    EXPECT_EQ(connectionsOf([&] { post(other.url(), body); }), 0);
+    EXPECT_EQ(connectionsOf([&] { post(login, body); }), 1);
+    const auto throughProxy = [&] { post(url, body, server.url("")); };
+    EXPECT_EQ(connectionsOf([&] { throughProxy(), throughProxy(); }), 2);
+    EXPECT_EQ(connectionsOf([&] { post(url, body, {}, {}, L"a", L"Authorization: Basic eA=="); }), 1);
+    {
+        const SettingsFile none("[crypto]\nconnection_idle_ms = 0\n");
+        EXPECT_EQ(connectionsOf([&] { post(url, body); }), 1);
+    }
+    {
+        const SettingsFile brief("[crypto]\nconnection_idle_ms = 40\n");
+        EXPECT_EQ(connectionsOf([&] { sleepMs(60), post(url, body); }), 1);
+    }
+    // A rule for addresses holds for an open connection too.
+    const SettingsFile strict("[crypto]\nrefuse_private_addresses = true\n");
+    EXPECT_EQ(connectionsOf([&] {
+                  const Check check;
+                  EXPECT_EQ(post(url, body).lastError, ERROR_NETWORK_ACCESS_DENIED);
+              }),
+              0);
+    EXPECT_EQ(connectionsOf([&] { post(url, body); }), 0);
+}
+
+// The certificate of a server on 127.0.0.1, and a machine that trusts its root.
+struct TrustedServer {
+    const Identity root = rootCa("tls root");
+    const Identity identity =
+        issue(root, {.extensions = {{"2.5.29.17", tlv::sequence({tlv::contextPrimitive(7, Bytes{127, 0, 0, 1})})}}});
+    const TempDir folder;
+    const std::string bundle = folder.write("bundle.pem", root.certificatePem());
+    const SettingsFile settings{"[crypto]\nsystem_bundle = \"" + bundle + "\"\n"};
+};
+
+TEST(Connection, OverTlsNeedsTheSameRoots) {
+    const TrustedServer trusted;
+    const Identity& identity = trusted.identity;
+    HttpReply split = raw(answerOfSize(1024) + answerText("forged"));
+    split.pauseEachKilobyteMs = 10;
+    const HttpReply plain{.body = bytesOf("first"), .after = AfterReply::kNextRequest};
+    expectRow({"plain", plain, 1}, &identity);
+    expectRow({"end of one and another answer in one record", raw(answerOfSize(1026) + answerText("forged")), 2},
+              &identity);
+    expectRow({"two answers in one record", raw(answerText("first") + answerText("forged")), 2}, &identity);
+    expectRow({"a second answer later", split, 2}, &identity);
+    expectRow({"close without announcement", {.body = bytesOf("x"), .after = AfterReply::kCloseUnannounced}, 2},
+              &identity);
+    expectRow({"closed instead of the second answer", plain, 2, {.closeAtOnce = true}, 3}, &identity);
+
+    HttpServer server(kept, &identity);
+    EXPECT_EQ(post(server.url(), bytesOf("x")).status, 200u);
+    trusted.folder.write("bundle.pem", rootCa("other root").certificatePem());
+    EXPECT_EQ(post(server.url(), bytesOf("x")).lastError, ERROR_INTERNET_SECURE_FAILURE);
+}
+
+TEST(Connection, StaysWithItsProcess) {
+    const TrustedServer trusted;
+    for (const Identity* const tls : {static_cast<const Identity*>(nullptr), &trusted.identity}) {
+        HttpServer server(kept, tls);
+        EXPECT_EQ(post(server.url(), bytesOf("x")).status, 200u);
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const bool isRight = post(server.url(), bytesOf("child")).body == bytesOf("child") &&
+                                 post(server.url(), bytesOf("child")).body == bytesOf("child");
+            ::_exit(isRight ? 0 : 1);
+        }
+        int status = -1;
+        ::waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+        EXPECT_EQ(server.numConnections(), 2);
+        EXPECT_EQ(post(server.url(), bytesOf("parent")).body, bytesOf("parent"));
+        EXPECT_EQ(server.numConnections(), 2) << "the child ended the connection of its parent";
+    }
+}
+
+TEST(Connection, ServesOneThreadAtATime) {
+    HttpServer server(kept);
+    std::vector<std::jthread> threads;
+    for (int thread = 0; thread < 32; ++thread) {
+        threads.emplace_back([&server, thread] {
+            for (int i = 0; i < 20; ++i) {
+                const Bytes request = bytesOf(std::to_string(thread) + ' ' + std::to_string(i));
+                EXPECT_EQ(post(server.url(), request).body, request);
+            }
+        });
+    }
+    threads.clear();
+    EXPECT_LT(server.numConnections(), 640);
+}
+
+}  // namespace
+}  // namespace testkit
