@@ -11,6 +11,7 @@
 #include "platform/crypto/crypto_service.h"
 #include "platform/crypto/keys/gost_engine.h"
 #include "platform/crypto/network/http_version.h"
+#include "platform/support/fork_gate.h"
 #include "platform/support/never_destroyed.h"
 
 namespace tallow::platform {
@@ -37,6 +38,7 @@ const std::string& kept(std::string text) {
 }  // namespace tallow::platform
 
 LPCSTR crypto_library_versions(void) try {
+    const tallow::platform::ForkGate gate;
     return tallow::platform::kept(tallow::platform::versions()).c_str();
 } catch (const std::exception&) {
     return "";
