@@ -421,7 +421,9 @@ std::string withoutLogins(std::string message, int argc, char** argv) {
 // The whole command line: each command's options, and the chosen command.
 class CommandLine {
 public:
-    CommandLine() {
+    // Only a command whose name is among the arguments can be meant, so only its options are declared: those of all
+    // commands take as long as reading a response.
+    CommandLine(int argc, char** argv) : arguments_(argv + std::min(argc, 1), argv + argc) {
         app_.formatter_fn(
             [](const CLI::App* command, std::string, CLI::AppFormatMode) { return helpText(helpPageOf(*command)); });
         add("check", "Ask responders whether certificates are still good", check_);
@@ -469,6 +471,9 @@ private:
     template <typename Options>
     void add(const char* name, const char* what, Options& options) {
         CLI::App* command = app_.add_subcommand(name, what);
+        if (std::find(arguments_.begin(), arguments_.end(), name) == arguments_.end()) {
+            return;
+        }
         declare(*command, options);
         addVersion(*command);
         describeHelp(*command);
@@ -506,6 +511,7 @@ private:
         return given.empty() ? std::string() : given.front()->get_name() + ' ';
     }
 
+    const std::vector<std::string_view> arguments_;
     CLI::App app_{"Asks OCSP responders whether certificates are still good, and verifies their responses.", "tallow"};
     CheckOptions check_;
     RequestOptions request_;
@@ -524,7 +530,7 @@ private:
 }  // namespace
 
 std::optional<int> readCommandLine(int argc, char** argv, CommandOptions& options) {
-    CommandLine line;
+    CommandLine line(argc, argv);
     if (const std::optional<int> end = line.read(argc, argv, options)) {
         return end;
     }

@@ -1,10 +1,11 @@
-# Installs the two libraries, the public headers in include/tallow, and the files that find_package(tallow) and
+# Installs the libraries, the public headers in include/tallow, and the files that find_package(tallow) and
 # pkg-config read.
 include(CMakePackageConfigHelpers)
 
 install(TARGETS tallow EXPORT tallow-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(NOT TALLOW_PLATFORM_LIBRARY)
   install(TARGETS tallow-platform EXPORT tallow-targets LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR})
+  install(TARGETS tallow-http LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}/tallow)
 endif()
 
 # Programs write #include <tallow/client/request/request.h>, so that no directory named "client" or "message" is on their

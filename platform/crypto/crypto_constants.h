@@ -92,6 +92,8 @@
 //
 // The rules forbid contacting this address: a private or local network, or a login in an address from a certificate.
 #define ERROR_NETWORK_ACCESS_DENIED 65U
+// HTTP cannot be used: its module, libtallow-http.so, is missing, of another version, or cannot be loaded.
+#define ERROR_MOD_NOT_FOUND 126U
 // The time limit of the exchange or of the whole check is over.
 #define ERROR_INTERNET_TIMEOUT 12002U
 // A failure of the HTTP library without a number of its kind.

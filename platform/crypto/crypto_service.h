@@ -55,8 +55,9 @@ TALLOW_EXPORT PCERT_EXTENSION CertFindExtension(LPCSTR pszObjId, DWORD cExtensio
 
 // ---- What is in use ------------------------------------------------------------------------------------------------
 
-// The libraries behind the service, for people to read: lines of the form "NAME: VERSION ...". Constant; never free it.
-// Empty when memory is exhausted.
+// The libraries behind the service, for people to read: lines of the form "NAME: VERSION ...". Valid until the process
+// ends; never free it. Empty when memory is exhausted. libcurl is loaded by the first exchange of a process: before it,
+// the version is the one this was built with.
 TALLOW_EXPORT LPCSTR crypto_library_versions(void);
 
 // ---- Stores --------------------------------------------------------------------------------------------------------

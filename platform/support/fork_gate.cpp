@@ -77,17 +77,19 @@ ForkGate::~ForkGate() {
     }
 }
 
-ForkGate::Outside::Outside() noexcept : depth_(depth) {
-    if (depth_ > 0) {
+unsigned int ForkGate::leaveAll() noexcept {
+    const unsigned int numGates = depth;
+    if (numGates > 0) {
         depth = 0;
         leave();
     }
+    return numGates;
 }
 
-ForkGate::Outside::~Outside() {
-    if (depth_ > 0) {
+void ForkGate::enterAgain(unsigned int numGates) noexcept {
+    if (numGates > 0) {
         enter();
-        depth = depth_;
+        depth = numGates;
     }
 }
 

@@ -19,14 +19,18 @@ public:
     // While the object lives, the thread counts as being outside all its gates: it holds no lock.
     class Outside {
     public:
-        Outside() noexcept;
-        ~Outside();
+        Outside() noexcept : depth_(leaveAll()) {}
+        ~Outside() { enterAgain(depth_); }
         Outside(const Outside&) = delete;
         Outside& operator=(const Outside&) = delete;
 
     private:
         unsigned int depth_;
     };
+
+    // The two steps of Outside, for code in another library. The first returns how many gates the thread was inside of.
+    static unsigned int leaveAll() noexcept;
+    static void enterAgain(unsigned int numGates) noexcept;
 };
 
 }  // namespace tallow::platform

@@ -65,7 +65,7 @@ UNDELIVERED = {"tests", "fuzz", "bench"}
 # Third-party headers, and the only directories that may use them.
 FOREIGN = {
     "openssl/": {"platform/crypto", "cli/server"},
-    "curl/": {"platform/crypto"},
+    "curl/": {"platform/crypto/network"},
     "toml++/": {"platform"},
     "CLI/": {"cli"},
     "nlohmann/": {"cli"},

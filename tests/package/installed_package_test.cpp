@@ -231,4 +231,45 @@ TEST_F(InstalledPackage, HasACommandThatFindsItsLibraries) {
     EXPECT_THAT(result.out, HasSubstr("tallow "));
 }
 
+// In a copy of the package elsewhere. The current directory and the search path contain a module that fits, which must
+// not be found.
+TEST_F(InstalledPackage, LoadsOnlyTheModuleForHttpBesideItsLibrary) {
+    const Responder responder = InstalledPackage::responder();
+    leafNaming(responder, good_);
+    const std::string make = " | " TALLOW_C_COMPILER " -shared -fPIC -x c - -o $module";
+    struct Row {
+        const char* description;
+        std::string change;  // of $module, by a script
+        std::string cause;   // "" where the module is used
+    };
+    const Row rows[] = {
+        {"as installed", "true", ""},
+        {"missing", "rm $module", "cannot be loaded: cannot open shared object file: No such file or directory"},
+        {"no library", "echo text >$module", "cannot be loaded: file too short"},
+        {"another library", "echo 'int other;'" + make, "is no module of tallow"},
+        {"another version",
+         "echo 'const char* tallow_http_build(void) { return \"9.9\"; } void tallow_http_connect(void) {}'" + make,
+         "is of another build (9.9, not "},
+        {"a function is missing", "echo 'void none(void); void (*user)(void) = none;'" + make,
+         "cannot be loaded: undefined symbol: none"},
+    };
+    const std::string library = TALLOW_LIBDIR;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.description);
+        const std::string copy = "rm -rf moved && cp -a " + prefix() + " moved && cd moved && module=$(echo " +
+                                 library + "/tallow/libtallow-http*) && cp -a " + library +
+                                 "/tallow . && cp tallow/* . && ";
+        const ProcessResult result = inFolder(copy + row.change + " && LD_LIBRARY_PATH=" + library +
+                                              ":. bin/tallow check ../leaf.der ../ca.pem --trust ../root.pem --crl "
+                                              "../root.crl && bin/tallow check ../leaf.der ../ca.pem");
+        EXPECT_EQ(result.exitStatus, row.cause.empty() ? 0 : 3) << result.out << result.err;
+        for (const std::string& text : {"/moved/" + library + "/tallow/libtallow-http.so.", row.cause,
+                                        std::string("; install tallow again"), std::string("(0x8007007E)\n")}) {
+            EXPECT_EQ(result.err.find(text) != std::string::npos, !row.cause.empty() || text.empty()) << result.err;
+        }
+        EXPECT_EQ(inFolder("moved/bin/tallow --version").exitStatus, 0);
+    }
+    EXPECT_THAT(run({"ldd", prefix() + "/bin/tallow"}).out, testing::Not(HasSubstr("libcurl")));
+}
+
 }  // namespace

@@ -1,13 +1,18 @@
 // The versions of the libraries that the Crypto service uses.
-#include <curl/curl.h>
 #include <openssl/crypto.h>
 #include <openssl/opensslv.h>
 
 #include <exception>
+#include <mutex>
+#include <set>
 #include <string>
+#include <utility>
 
 #include "platform/crypto/crypto_service.h"
 #include "platform/crypto/keys/gost_engine.h"
+#include "platform/crypto/network/http_version.h"
+#include "platform/support/fork_gate.h"
+#include "platform/support/never_destroyed.h"
 
 namespace tallow::platform {
 
@@ -15,12 +20,17 @@ namespace {
 
 // OpenSSL is a shared library: the one that runs may be newer than the one this was compiled with.
 std::string versions() {
-    const curl_version_info_data* const curl = curl_version_info(CURLVERSION_NOW);
-    const char* const tls = curl->ssl_version;
     return std::string("OpenSSL: ") + OpenSSL_version(OPENSSL_VERSION_STRING) +
-           " (built with " OPENSSL_VERSION_STR ")\nlibcurl: " + curl->version +
-           " (built with " LIBCURL_VERSION "), TLS: " + (tls == nullptr ? "none" : tls) + "\nGOST: " +
+           " (built with " OPENSSL_VERSION_STR ")\nlibcurl: " + libcurlVersion() + "\nGOST: " +
            (gostAvailable() ? "the gost engine was found" : "not available; install libengine-gost-openssl") + '\n';
+}
+
+// Every text that was returned stays valid: there is more to say once libcurl is loaded.
+const std::string& kept(std::string text) {
+    static constinit std::mutex mutex;
+    static NeverDestroyed<std::set<std::string>> texts;
+    const std::scoped_lock lock(mutex);
+    return *texts->insert(std::move(text)).first;
 }
 
 }  // namespace
@@ -28,8 +38,8 @@ std::string versions() {
 }  // namespace tallow::platform
 
 LPCSTR crypto_library_versions(void) try {
-    static const std::string text = tallow::platform::versions();
-    return text.c_str();
+    const tallow::platform::ForkGate gate;
+    return tallow::platform::kept(tallow::platform::versions()).c_str();
 } catch (const std::exception&) {
     return "";
 }
