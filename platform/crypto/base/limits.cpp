@@ -16,11 +16,8 @@ std::size_t sizeOf(const setting::Number& number) {
 
 ExchangeLimits exchangeLimits() {
     return {numberOf(setting::connect_timeout_ms), numberOf(setting::exchange_timeout_ms),
-            sizeOf(setting::max_response_bytes), sizeOf(setting::max_header_bytes), numberOf(setting::max_redirects)};
-}
-
-std::chrono::milliseconds connectionIdleTime() {
-    return std::chrono::milliseconds(numberOf(setting::connection_idle_ms));
+            sizeOf(setting::max_response_bytes),   sizeOf(setting::max_header_bytes),
+            numberOf(setting::max_redirects),      numberOf(setting::connection_idle_ms)};
 }
 
 ChainLimits chainLimits() {

@@ -2,7 +2,6 @@
 // has their defaults. A value outside of its range is ignored, so that no setting can switch a bound off.
 #pragma once
 
-#include <chrono>
 #include <cstddef>
 
 namespace tallow::platform {
@@ -14,11 +13,9 @@ struct ExchangeLimits {
     std::size_t maxBodySize = 0;    // octets of the body, before anything is decoded
     std::size_t maxHeaderSize = 0;  // octets of the header lines of one hop
     long maxRedirects = 0;
+    long connectionIdleMs = 0;  // how long an idle connection to a server may be used again; 0: never
 };
 ExchangeLimits exchangeLimits();
-
-// How long an idle connection to a server may be used again; 0: never.
-std::chrono::milliseconds connectionIdleTime();
 
 // Limits of one chain, all its certificates together.
 struct ChainLimits {

@@ -1,6 +1,7 @@
 #include "platform/crypto/network/exchange_note.h"
 
 #include "platform/crypto/base/current_check.h"
+#include "platform/crypto/base/service_call.h"
 #include "platform/crypto/network/exchange_text.h"
 #include "platform/crypto/network/http_status.h"
 
@@ -73,6 +74,10 @@ void noteSkipped(DWORD purpose, const std::string& url, DWORD error, const std::
     note.szUrl = shown.c_str();
     note.szReason = reason.c_str();
     tell(note);
+}
+
+void noteReuse(const std::string& server) {
+    TALLOW_CRYPTO_TRACE("an open connection to %s is used again\n", server.c_str());
 }
 
 }  // namespace tallow::platform

@@ -17,6 +17,8 @@ void noteExchange(DWORD purpose, const std::string& url, const HttpAnswer& answe
                   std::chrono::steady_clock::time_point start);
 // Something was found in the cache.
 void noteCached(DWORD purpose, const std::string& url);
+// An exchange goes over a connection that was open already: this is only traced.
+void noteReuse(const std::string& server);
 // The network was not used.
 void noteSkipped(DWORD purpose, const std::string& url, DWORD error, const std::string& reason);
 

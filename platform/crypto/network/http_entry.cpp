@@ -1,6 +1,7 @@
 // The module's side of http_interface.h: what it exports, and the functions of the library that its sources call.
 #include "export.h"
 #include "platform/crypto/certificates/system_store.h"
+#include "platform/crypto/network/exchange_note.h"
 #include "platform/crypto/network/http_interface.h"
 #include "platform/crypto/network/http_version.h"
 #include "platform/support/fork_gate.h"
@@ -28,6 +29,10 @@ std::chrono::steady_clock::time_point checkDeadline() noexcept {
 
 CheckTime checkTime() noexcept {
     return services->checkTime();
+}
+
+void noteReuse(const std::string& server) {
+    services->noteReuse(server);
 }
 
 unsigned int ForkGate::leaveAll() noexcept {

@@ -11,13 +11,13 @@
 #include <string_view>
 #include <system_error>
 
-#include "platform/crypto/base/service_call.h"
 #include "platform/crypto/certificates/system_store.h"
 #include "platform/crypto/network/arrival.h"
 #include "platform/crypto/network/check_scope.h"
 #include "platform/crypto/network/connection.h"
 #include "platform/crypto/network/connection_key.h"
 #include "platform/crypto/network/connection_pool.h"
+#include "platform/crypto/network/exchange_note.h"
 #include "platform/crypto/network/exchange_text.h"
 #include "platform/crypto/network/http_address.h"
 #include "platform/crypto/network/http_status.h"
@@ -272,7 +272,7 @@ public:
         : call_(call),
           limits_(limits),
           deadline_(std::min(Clock::now() + std::chrono::milliseconds(limits.deadlineMs), checkDeadline())),
-          maxIdle_(connectionIdleTime()) {
+          maxIdle_(limits.connectionIdleMs) {
         arrival_.maxBodySize = limits.maxBodySize;
         arrival_.maxHeaderSize = limits.maxHeaderSize;
     }
@@ -381,7 +381,7 @@ std::optional<CURLcode> Exchange::transferOverIdle(const HttpAddress& address, c
     if (connection_ == nullptr || !connection_->resume()) {
         return std::nullopt;
     }
-    TALLOW_CRYPTO_TRACE("an open connection to %s is used again\n", address.server.c_str());
+    noteReuse(address.server);
     const CURLcode code = transfer(address, reach);
     return code != CURLE_OK && isWithoutAnswer(code) ? std::nullopt : std::optional(code);
 }

@@ -22,6 +22,7 @@ struct HttpServices {
     CheckTime (*checkTime)() noexcept;
     unsigned int (*leaveForkGate)() noexcept;
     void (*enterForkGate)(unsigned int numGates) noexcept;
+    void (*noteReuse)(const std::string& server);
 };
 
 // What the library calls. The pointers are valid until the process ends.

@@ -14,6 +14,7 @@
 
 #include "platform/crypto/base/service_call.h"
 #include "platform/crypto/certificates/system_store.h"
+#include "platform/crypto/network/exchange_note.h"
 #include "platform/crypto/network/http_interface.h"
 #include "platform/crypto/network/http_version.h"
 
@@ -25,8 +26,8 @@ constexpr char kFile[] = "/tallow/libtallow-http.so." TALLOW_VERSION;
 // Where the module should be if memory was exhausted when this library was loaded.
 constexpr char kInstalledIn[] = TALLOW_LIBRARY_FOLDER;
 
-constexpr HttpServices kServices = {systemBundle, refusesPrivateAddresses, checkDeadline,
-                                    checkTime,    ForkGate::leaveAll,      ForkGate::enterAgain};
+constexpr HttpServices kServices = {systemBundle,       refusesPrivateAddresses, checkDeadline, checkTime,
+                                    ForkGate::leaveAll, ForkGate::enterAgain,    noteReuse};
 
 struct TextFree {
     void operator()(char* text) const noexcept { std::free(text); }
