@@ -156,6 +156,7 @@ std::shared_ptr<const Crl> Crl::parse(Bytes&& der) {
     }
     auto crl = std::make_shared<Crl>();
     crl->der = std::move(der);
+    crl->der.shrink_to_fit();  // a download has room to spare
     return CrlParser(*crl).parse() ? crl : nullptr;
 }
 
