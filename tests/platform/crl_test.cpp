@@ -2,6 +2,11 @@
 // pki.ca with its distribution points and checks it with its CRLs.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <array>
+#include <random>
+
+#include "platform/crypto/certificates/crl.h"
 #include "tests/platform/trust_fixture.h"
 #include "tests/support/tlv.h"
 
@@ -313,6 +318,37 @@ TEST_F(Crl, OfANewKeyCoversCertificatesOfTheOldKey) {
         const ChainPtr chain = chainOf({leaf(), {newCa, oldWithNew}, {rootCrl, makeCrl(newCa, spec)}, kChecked});
         EXPECT_EQ(errorsOf(chain), (std::vector<DWORD>{expected, 0, 0, 0}));
         EXPECT_EQ(errorOf(chain), expected);
+    }
+}
+
+TEST_F(Crl, FindsEntriesInAnyOrder) {
+    std::vector<Bytes> serials;
+    for (unsigned i = 0; i < 400; ++i) {  // numbers of 2, 8, 10 and 300 octets, some of which differ only at their ends
+        Bytes serial(std::array{0, 6, 8, 298}[i % 4], 0x11);
+        serial.insert(serial.end(), {static_cast<std::uint8_t>(1 + i / 100), static_cast<std::uint8_t>(i)});
+        serials.push_back(std::move(serial));
+    }
+    std::shuffle(serials.begin(), serials.end(), std::mt19937(1));
+    CrlSpec spec = scoped(tlv::sequence({kIndirect}));
+    for (std::size_t i = 0; i + 100 < serials.size(); ++i) {
+        spec.entries.push_back({serials[i], 1 + static_cast<int>(i % 5)});
+        if (i % 10 == 5) {
+            spec.entries.back() = ofIssuer(i % 20 == 5 ? pki.sibling : pki.ca, serials[i]);
+        }
+    }
+    const auto crl = tallow::platform::Crl::parse(makeCrl(pki.ca, spec));
+    ASSERT_NE(crl, nullptr);
+    const auto sibling = tallow::platform::Certificate::create(pki.sibling.certificate);
+    for (std::size_t i = 0; i < serials.size(); ++i) {
+        const bool isSiblings = i % 20 >= 5 && i % 20 < 15;  // from the entry that names it to the one that ends it
+        const X509_NAME* const issuers[] = {crl->issuer.get(), X509_get_subject_name(sibling->x509())};
+        const std::optional<int> reason = i % 10 == 5 ? 0 : 1 + static_cast<int>(i % 5);
+        const bool isListed = i + 100 < serials.size();
+        for (const bool asSiblings : {false, true}) {
+            EXPECT_EQ(crl->reasonFor(issuers[asSiblings ? 1 : 0], serials[i], tallow::platform::kMalformedTime),
+                      isListed && asSiblings == isSiblings ? reason : std::nullopt)
+                << i << asSiblings;
+        }
     }
 }
 

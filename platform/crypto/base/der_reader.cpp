@@ -15,12 +15,33 @@ constexpr int kIndefiniteLength = 0x01;
 // near this size.
 constexpr size_t kMaximumOidSize = 128;
 
+// Reads a header of two octets: a tag below 31 and a length below 128. That is most headers, and a CRL can have
+// millions. False for all others, and for elements that do not fit.
+bool readShort(ByteView bytes, DerElement& element) noexcept {
+    constexpr unsigned kTagBits = 0x1F;
+    constexpr size_t kSizeHeader = 2;
+    if (bytes.size() < kSizeHeader || (bytes[0] & kTagBits) == kTagBits || bytes[1] >= 0x80 ||
+        bytes[1] > bytes.size() - kSizeHeader) {
+        return false;
+    }
+    element.tag = static_cast<int>(bytes[0] & kTagBits);
+    element.tagClass = bytes[0] & V_ASN1_PRIVATE;
+    element.constructed = (bytes[0] & V_ASN1_CONSTRUCTED) != 0;
+    element.whole = bytes.first(kSizeHeader + bytes[1]);
+    element.content = element.whole.subspan(kSizeHeader);
+    return true;
+}
+
 }  // namespace
 
 DerElement DerReader::next() noexcept {
     DerElement element;
     if (failed_ || rest_.empty() || rest_.size() > LONG_MAX) {
         failed_ = true;
+        return element;
+    }
+    if (readShort(rest_, element)) {
+        rest_ = rest_.subspan(element.whole.size());
         return element;
     }
     const unsigned char* position = rest_.data();

@@ -1,8 +1,6 @@
 #include "platform/crypto/certificates/crl.h"
 
 #include <algorithm>
-#include <chrono>
-#include <cstring>
 
 #include "platform/crypto/base/decode_whole.h"
 #include "platform/crypto/base/der_reader.h"
@@ -16,54 +14,6 @@ namespace {
 bool isUniversal(const DerElement& element, int tag) {
     return element.tagClass == V_ASN1_UNIVERSAL && element.tag == tag &&
            element.constructed == (tag == V_ASN1_SEQUENCE);
-}
-
-bool isTime(const DerElement& element) {
-    return isUniversal(element, V_ASN1_UTCTIME) || isUniversal(element, V_ASN1_GENERALIZEDTIME);
-}
-
-// In the one form that RFC 5280 allows: YYMMDDHHMMSSZ, or YYYYMMDDHHMMSSZ.
-std::optional<long long> secondsOf(const DerElement& time) {
-    const bool isShort = time.tag == V_ASN1_UTCTIME;
-    const std::size_t digits = isShort ? 12 : 14;
-    if (time.content.size() != digits + 1 || time.content.back() != 'Z' ||
-        !std::all_of(time.content.begin(), time.content.end() - 1, [](BYTE c) { return c >= '0' && c <= '9'; })) {
-        return std::nullopt;
-    }
-    const auto pair = [&](std::size_t fromEnd) {
-        const BYTE* const at = &time.content[digits - fromEnd];
-        return (at[0] - '0') * 10 + (at[1] - '0');
-    };
-    const int century = !isShort ? pair(14) * 100 : pair(12) >= 50 ? 1900 : 2000;
-    const std::chrono::year_month_day date{std::chrono::year(century + pair(12)),
-                                           std::chrono::month(static_cast<unsigned>(pair(10))),
-                                           std::chrono::day(static_cast<unsigned>(pair(8)))};
-    if (!date.ok() || pair(6) > 23 || pair(4) > 59 || pair(2) > 59) {
-        return std::nullopt;
-    }
-    const long long days = std::chrono::sys_days(date).time_since_epoch().count();
-    return days * 86400 + pair(6) * 3600 + pair(4) * 60 + pair(2);
-}
-
-// The revocation date follows the serial number, so it need not be stored for each of a million entries.
-std::optional<long long> dateOf(const CrlEntry& entry, ByteView crl) {
-    const ByteView rest(entry.serial.data() + entry.serial.size(), crl.data() + crl.size());
-    return secondsOf(DerReader(rest).next());
-}
-
-bool isDatedAfter(const CrlEntry& entry, ByteView crl, long long latest) {
-    const std::optional<long long> date = dateOf(entry, crl);
-    return date && *date > latest;
-}
-
-// Rank of a reason: a hold can be lifted, and an entry that lifts one ranks lowest.
-int finality(int reason) {
-    return reason == kReasonRemoveFromCrl ? 0 : reason == kReasonCertificateHold ? 1 : 2;
-}
-
-bool isBefore(ByteView left, ByteView right) {
-    return left.size() != right.size() ? left.size() < right.size()
-                                       : std::memcmp(left.data(), right.data(), left.size()) < 0;
 }
 
 class CrlParser {
@@ -84,13 +34,7 @@ public:
         }
         demand(unusedBits == 0, "its signature is not a whole number of octets");
         crl_.tbs = tbs.whole;
-        if (!parseToBeSigned(tbs.content, algorithm.whole)) {
-            return false;
-        }
-        std::sort(crl_.entries.begin(), crl_.entries.end(),
-                  [](const CrlEntry& left, const CrlEntry& right) { return isBefore(left.serial, right.serial); });
-        crl_.entries.shrink_to_fit();
-        return true;
+        return parseToBeSigned(tbs.content, algorithm.whole);
     }
 
 private:
@@ -145,12 +89,12 @@ private:
         demand(crl_.nextUpdate.has_value(), "it has no nextUpdate, or a malformed one");
         if (isUniversal(element, V_ASN1_SEQUENCE)) {
             demand(!element.content.empty(), "its list of revoked certificates is empty instead of absent");
-            if (!parseEntries(element.content)) {
+            if (!crl_.entries.read(element.content, crl_.defect)) {
                 return false;
             }
             element = nextIn(fields);
         }
-        demand(isSecondVersion || !entriesHaveExtensions_, "version 1 has no entry extensions");
+        demand(isSecondVersion || !crl_.entries.haveExtensions(), "version 1 has no entry extensions");
         if (element.tagClass == V_ASN1_CONTEXT_SPECIFIC && element.tag == 0 && element.constructed) {
             demand(isSecondVersion, "version 1 has no extensions");
             DerReader extensions(element.content);
@@ -162,67 +106,15 @@ private:
             applyCrlExtensions(read, crl_);
             element = nextIn(fields);
         }
-        demand(crl_.entryIssuers.empty() || (crl_.scope != nullptr && crl_.scope->indirectCRL > 0),
+        demand(!crl_.entries.nameIssuers() || (crl_.scope != nullptr && crl_.scope->indirectCRL > 0),
                "it names other issuers and is not an indirect CRL");
         return !fields.failed() && fields.atEnd() && element.tag == -1;
     }
 
-    bool parseEntries(ByteView content) {
-        DerReader list(content);
-        CrlEntry entry;
-        while (!list.atEnd()) {
-            DerReader fields = list.sequence();
-            const DerElement serial = fields.expect(V_ASN1_INTEGER);
-            const DerElement date = nextIn(fields);
-            if (list.failed() || fields.failed() || serial.content.empty() || !isTime(date)) {
-                return false;
-            }
-            entry.serial = integerContent(serial.content);
-            entry.reason = 0;
-            if (!fields.atEnd() && !parseEntryExtensions(fields, entry)) {
-                return false;
-            }
-            crl_.entries.push_back(entry);
-        }
-        return true;
-    }
-
-    // An entry without certificateIssuer has that of the entry before it, so `entry` keeps its position.
-    bool parseEntryExtensions(DerReader& fields, CrlEntry& entry) {
-        entriesHaveExtensions_ = true;
-        extensions_.clear();
-        const ByteView list = fields.expect(V_ASN1_SEQUENCE).content;
-        if (fields.failed() || !fields.atEnd() || !readCrlExtensions(list, extensions_, crl_.defect)) {
-            return false;
-        }
-        const EntryExtensions read = readEntryExtensions(extensions_, crl_.defect);
-        entry.reason = read.reason;
-        if (!read.issuer.empty()) {
-            crl_.entryIssuers.push_back(read.issuer);
-            entry.issuerPosition = static_cast<std::uint32_t>(crl_.entryIssuers.size());
-        }
-        return true;
-    }
-
     Crl& crl_;
-    std::vector<CrlExtension> extensions_;
-    bool entriesHaveExtensions_ = false;
 };
 
 }  // namespace
-
-ByteView integerContent(ByteView content) noexcept {
-    while (content.size() > 1 &&
-           ((content[0] == 0x00 && content[1] < 0x80) || (content[0] == 0xFF && content[1] >= 0x80))) {
-        content = content.subspan(1);
-    }
-    return content;
-}
-
-bool isLess(ByteView left, ByteView right) noexcept {
-    // Of two numbers that are not negative the one with more octets is larger, a leading zero octet included.
-    return isBefore(left, right);
-}
 
 bool containsName(const GENERAL_NAMES* names, const X509_NAME* name) {
     for (int i = 0; i < sk_GENERAL_NAME_num(names); ++i) {
@@ -254,42 +146,45 @@ bool completePointName(DIST_POINT_NAME* name, const X509_NAME* base) {
 }
 
 std::shared_ptr<const Crl> Crl::parse(ByteView der) {
+    return parse(Bytes(der.begin(), der.end()));
+}
+
+std::shared_ptr<const Crl> Crl::parse(Bytes&& der) {
     const OpenSslErrors errors;
     if (der.empty() || der.size() > INT32_MAX) {
         return nullptr;
     }
     auto crl = std::make_shared<Crl>();
-    crl->der.assign(der.begin(), der.end());
+    crl->der = std::move(der);
+    crl->der.shrink_to_fit();  // a download has room to spare
     return CrlParser(*crl).parse() ? crl : nullptr;
 }
 
-const CrlEntry* Crl::entryFor(const X509_NAME* certificateIssuer, ByteView serial, long long latest) const {
-    const auto bySerial = [](const CrlEntry& entry, ByteView wanted) { return isBefore(entry.serial, wanted); };
-    auto entry = std::lower_bound(entries.begin(), entries.end(), serial, bySerial);
-    const CrlEntry* found = nullptr;
-    for (; entry != entries.end() && std::ranges::equal(entry->serial, serial); ++entry) {
-        const bool isOwn = entry->issuerPosition == 0;
-        const GeneralNamesPtr names =
-            isOwn ? nullptr
-                  : decodeWhole<d2i_GENERAL_NAMES, GENERAL_NAMES_free>(entryIssuers[entry->issuerPosition - 1]);
-        const bool fits =
-            isOwn ? X509_NAME_cmp(issuer.get(), certificateIssuer) == 0 : containsName(names.get(), certificateIssuer);
-        if (fits && !isDatedAfter(*entry, der, latest) &&
-            (found == nullptr || finality(entry->reason) > finality(found->reason))) {
-            found = &*entry;
+std::optional<CrlEntry> Crl::entryFor(const X509_NAME* certificateIssuer, ByteView serial, long long latest) const {
+    return entries.mostFinal(serial, [&](const CrlEntry& entry) {
+        if (entry.date && *entry.date > latest) {
+            return false;
         }
-    }
-    return found;
+        return entry.issuer.empty()
+                   ? X509_NAME_cmp(issuer.get(), certificateIssuer) == 0
+                   : containsName(decodeWhole<d2i_GENERAL_NAMES, GENERAL_NAMES_free>(entry.issuer).get(),
+                                  certificateIssuer);
+    });
 }
 
 std::optional<int> Crl::reasonFor(const X509_NAME* certificateIssuer, ByteView serial, long long latest) const {
-    const CrlEntry* const entry = entryFor(certificateIssuer, serial, latest);
-    return entry == nullptr ? std::nullopt : std::optional<int>(entry->reason);
+    const std::optional<CrlEntry> entry = entryFor(certificateIssuer, serial, latest);
+    return entry ? std::optional<int>(entry->reason) : std::nullopt;
 }
 
 std::optional<long long> Crl::dateFor(const X509_NAME* certificateIssuer, ByteView serial) const {
-    const CrlEntry* const entry = entryFor(certificateIssuer, serial, kMalformedTime);
-    return entry == nullptr ? std::nullopt : dateOf(*entry, der);
+    const std::optional<CrlEntry> entry = entryFor(certificateIssuer, serial, kMalformedTime);
+    return entry ? entry->date : std::nullopt;
+}
+
+std::size_t Crl::maximumMemory() const noexcept {
+    constexpr std::size_t kFactor = 64;
+    return sizeof(Crl) + der.capacity() + entries.sizeAllocated() + (der.size() - entries.sizeContent()) * kFactor;
 }
 
 SignedBytes Crl::signedBytes() const {

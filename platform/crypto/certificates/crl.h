@@ -5,8 +5,6 @@
 
 #include <openssl/x509v3.h>
 
-#include <cstdint>
-#include <limits>
 #include <memory>
 #include <optional>
 #include <vector>
@@ -14,6 +12,7 @@
 #include "platform/crypto/base/known_signer.h"
 #include "platform/crypto/base/openssl_handles.h"
 #include "platform/crypto/certificates/certificate.h"
+#include "platform/crypto/certificates/crl_entries.h"
 #include "platform/crypto/keys/signature.h"
 
 namespace tallow::platform {
@@ -24,16 +23,11 @@ using DistributionPointsPtr = std::unique_ptr<CRL_DIST_POINTS, OpenSslFree<CRL_D
 using IssuingPointPtr = std::unique_ptr<ISSUING_DIST_POINT, OpenSslFree<ISSUING_DIST_POINT_free>>;
 using KeyIdentifierPtr = std::unique_ptr<AUTHORITY_KEYID, OpenSslFree<AUTHORITY_KEYID_free>>;
 
-struct CrlEntry {
-    ByteView serial;                   // as integerContent() gives it; the revocation date follows in the CRL
-    std::uint32_t issuerPosition = 0;  // 0: the CRL's own issuer, else 1 + the position in Crl::entryIssuers
-    std::uint8_t reason = 0;           // CRLReason; 0 when the entry has none
-};
-
 // Immutable once made; safe for use from any thread. All views point into `der`.
 struct Crl : std::enable_shared_from_this<Crl> {
-    // Null when the bytes are not a CRL in DER.
+    // Null when the bytes are not a CRL in DER. The second form keeps `der` itself, not a copy.
     static std::shared_ptr<const Crl> parse(ByteView der);
+    static std::shared_ptr<const Crl> parse(Bytes&& der);
 
     // The reason of the entry for a certificate, by its issuer's name and its serial number (as integerContent() gives
     // it); empty when it is not listed. Of several entries the most final one counts: removeFromCRL ranks lowest, then
@@ -45,8 +39,11 @@ struct Crl : std::enable_shared_from_this<Crl> {
     bool isDelta() const noexcept { return baseNumber.has_value(); }
     SignedBytes signedBytes() const;
 
-    // The most final entry for a certificate; null when it is not listed.
-    const CrlEntry* entryFor(const X509_NAME* certificateIssuer, ByteView serial, long long latest) const;
+    // The most final entry for a certificate; empty when it is not listed.
+    std::optional<CrlEntry> entryFor(const X509_NAME* certificateIssuer, ByteView serial, long long latest) const;
+
+    // The most memory that the object can take, in octets. Parsed names need up to some 60 times their encoding.
+    std::size_t maximumMemory() const noexcept;
 
     Bytes der;
     const char* defect = nullptr;  // why the CRL proves nothing; null when it has no defect
@@ -65,17 +62,10 @@ struct Crl : std::enable_shared_from_this<Crl> {
     IssuingPointPtr scope;                    // null when absent: all certificates of the issuer
     ByteView scopeDer;                        // empty when absent
     DistributionPointsPtr freshest;           // where its delta CRLs are; null when absent
-    std::vector<CrlEntry> entries;            // by serial number
-    std::vector<ByteView> entryIssuers;       // GeneralNames; only in an indirect CRL
+    CrlEntries entries;
     mutable KnownSigner knownSigner;
 };
 using CrlRef = std::shared_ptr<const Crl>;
-
-// The content of an INTEGER without redundant leading octets, so that equal numbers have equal bytes.
-ByteView integerContent(ByteView content) noexcept;
-
-// Whether `left` is less than `right`; both as integerContent() gives them, not negative.
-bool isLess(ByteView left, ByteView right) noexcept;
 
 // Whether one of the directory names among `names` is `name`.
 bool containsName(const GENERAL_NAMES* names, const X509_NAME* name);
@@ -86,9 +76,5 @@ bool isShort(const GENERAL_NAMES* names);
 // Prepares the name of a distribution point (null: none): one that is relative to `base` is completed. False when it
 // cannot be, when a list of full names is empty, or when it is not short. Call once per name.
 bool completePointName(DIST_POINT_NAME* name, const X509_NAME* base);
-
-constexpr long long kMalformedTime = std::numeric_limits<long long>::max();
-constexpr int kReasonRemoveFromCrl = 8;
-constexpr int kReasonCertificateHold = 6;
 
 }  // namespace tallow::platform

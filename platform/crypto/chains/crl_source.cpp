@@ -5,6 +5,7 @@
 
 #include "platform/crypto/base/limits.h"
 #include "platform/crypto/base/service_call.h"
+#include "platform/crypto/chains/crl_memory.h"
 #include "platform/crypto/chains/signature_ledger.h"
 #include "platform/crypto/network/exchange_note.h"
 #include "platform/crypto/network/url_cache.h"
@@ -17,6 +18,11 @@ constexpr long kAnyAge = std::numeric_limits<long>::max();  // offline, only nex
 
 DWORD lowerLimit(DWORD left, DWORD right) {
     return left == 0 || right == 0 ? std::max(left, right) : std::min(left, right);
+}
+
+bool isPem(ByteView content) {
+    constexpr std::string_view kPem = "-----BEGIN";
+    return content.size() > kPem.size() && std::equal(kPem.begin(), kPem.end(), content.begin());
 }
 
 }  // namespace
@@ -80,33 +86,43 @@ void CrlSource::addLocal(const CrlSubject& subject, CrlCandidates& candidates) c
 }
 
 bool CrlSource::addCached(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) const {
-    const std::optional<Bytes> cached = UrlCache().find(url, rules_.cacheMaxAgeSeconds, rules_.resync);
-    if (cached) {
-        noteCached(CRYPTO_NOTE_FOR_CRL, url);
+    const RememberedCrl known = crlMemory().recall(url);
+    std::optional<CachedAnswer> cached = UrlCache().findChanged(
+        url, rules_.cacheMaxAgeSeconds, rules_.resync, {known.crl ? ByteView(known.crl->der) : ByteView(), known.file});
+    if (!cached) {
+        return false;
     }
-    return cached && add(Crl::parse(*cached), {}, subject, candidates);
+    noteCached(CRYPTO_NOTE_FOR_CRL, url);
+    CrlRef crl = cached->answer ? Crl::parse(std::move(*cached->answer)) : known.crl;
+    if (crl != known.crl || cached->file != known.file) {
+        crlMemory().remember(url, {crl, cached->file});
+    }
+    return add(std::move(crl), {}, subject, candidates);
 }
 
 bool CrlSource::addFetched(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) {
-    const std::optional<Bytes> body =
+    std::optional<Bytes> body =
         rules_.useNetwork ? fetchObject(url, chainLimits().maxCrlSize, allowance_, CRYPTO_NOTE_FOR_CRL) : std::nullopt;
     if (!body) {
         return false;
     }
-    const CrlRef crl = Crl::parse(*body);
-    if (!crl) {
-        constexpr std::string_view kPem = "-----BEGIN";
-        const bool isPem = body->size() > kPem.size() && std::equal(kPem.begin(), kPem.end(), body->begin());
-        noteSkipped(CRYPTO_NOTE_FOR_CRL, url, ERROR_INVALID_DATA,
-                    isPem ? "received in PEM, but a CRL is served in DER" : "received, but it is no CRL in DER");
+    const char* const objection =
+        isPem(*body) ? "received in PEM, but a CRL is served in DER" : "received, but it is no CRL in DER";
+    CrlRef crl = crlMemory().recall(url).crl;
+    if (!crl || !std::ranges::equal(crl->der, *body)) {
+        crl = Crl::parse(std::move(*body));
     }
-    return crl && add(crl, url, subject, candidates);
+    if (!crl) {
+        noteSkipped(CRYPTO_NOTE_FOR_CRL, url, ERROR_INVALID_DATA, objection);
+    }
+    return add(std::move(crl), url, subject, candidates);
 }
 
 void CrlSource::keep(const CrlCandidate& candidate) const {
     if (!rules_.byDate) {
         UrlCache().keep(candidate.url, candidate.crl->der);
     }
+    crlMemory().remember(candidate.url, {candidate.crl, {}});
 }
 
 }  // namespace tallow::platform

@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cerrno>
 #include <cstdio>
 #include <cstdlib>
@@ -81,6 +82,19 @@ bool isFresh(std::uint64_t storedAt, long maxAgeSeconds, const FILETIME* notBefo
         return false;
     }
     return (present - storedAt) / kTicksPerSecond <= static_cast<std::uint64_t>(maxAgeSeconds);
+}
+
+// Whether the next octets of the file are these. Reads a little at a time, since an answer can have megabytes.
+bool continuesWith(const Descriptor& file, ByteView expected) {
+    std::array<BYTE, 16384> part{};
+    while (!expected.empty()) {
+        const ByteView next = expected.first(std::min(expected.size(), part.size()));
+        if (!file.readAll(part.data(), next.size()) || !std::equal(next.begin(), next.end(), part.begin())) {
+            return false;
+        }
+        expected = expected.subspan(next.size());
+    }
+    return true;
 }
 
 // The name of an entry, or of one being written. Nothing else in the directory is ever removed.
@@ -163,11 +177,18 @@ UrlCache::UrlCache() {
 }
 
 std::optional<Bytes> UrlCache::find(const std::string& url, long maxAgeSeconds, const FILETIME* notBefore) const {
+    std::optional<CachedAnswer> found = findChanged(url, maxAgeSeconds, notBefore, KnownAnswer());
+    return found ? std::move(found->answer) : std::nullopt;
+}
+
+std::optional<CachedAnswer> UrlCache::findChanged(const std::string& url, long maxAgeSeconds, const FILETIME* notBefore,
+                                                  const KnownAnswer& known) const {
     const std::string name = nameOf(url);
     const Descriptor folder(folder_.empty() ? -1 : openFolder(folder_));
     if (name.empty() || maxAgeSeconds < 0 || !isOurFolder(folder)) {
         return std::nullopt;
     }
+    const timespec begun = currentTime();
     const Descriptor file(::openat(folder.get(), name.c_str(), O_RDONLY | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC));
     struct stat status {};
     EntryHeader header;
@@ -182,12 +203,22 @@ std::optional<Bytes> UrlCache::find(const std::string& url, long maxAgeSeconds, 
         return std::nullopt;
     }
     std::string storedUrl(url.size(), '\0');
-    Bytes answer(header.sizeAnswer);
-    if (!file.readAll(storedUrl.data(), storedUrl.size()) || storedUrl != url ||
-        !file.readAll(answer.data(), answer.size())) {
+    if (!file.readAll(storedUrl.data(), storedUrl.size()) || storedUrl != url) {
         return std::nullopt;
     }
-    return answer;
+    CachedAnswer found;
+    const FileStamp stamp = FileStamp::of(status);
+    found.file = stamp.isSettled(begun) ? stamp : FileStamp();
+    if (stamp == known.file ||
+        (!known.answer.empty() && header.sizeAnswer == known.answer.size() && continuesWith(file, known.answer))) {
+        return found;
+    }
+    const auto begin = static_cast<off_t>(sizeof header + url.size());
+    found.answer.emplace(header.sizeAnswer);
+    if (::lseek(file.get(), begin, SEEK_SET) != begin || !file.readAll(found.answer->data(), found.answer->size())) {
+        return std::nullopt;
+    }
+    return found;
 }
 
 void UrlCache::keep(const std::string& url, ByteView answer) const {

@@ -12,8 +12,20 @@
 #include <string>
 
 #include "platform/crypto/certificates/certificate.h"
+#include "platform/support/file_stamp.h"
 
 namespace tallow::platform {
+
+// An answer that a caller remembers, and the stamp of the file that it came from.
+struct KnownAnswer {
+    ByteView answer;
+    FileStamp file;  // the default value: not known
+};
+
+struct CachedAnswer {
+    std::optional<Bytes> answer;  // empty when it is the known one
+    FileStamp file;               // the default value when a further change of the file might not show
+};
 
 class UrlCache {
 public:
@@ -24,6 +36,10 @@ public:
     // The answer kept for `url`, unless it is older than `maxAgeSeconds`, from before `notBefore` (null: any time), or
     // from the future.
     std::optional<Bytes> find(const std::string& url, long maxAgeSeconds, const FILETIME* notBefore) const;
+    // The same for a caller that remembers an answer. The file is opened, and its owner, mode, URL and age are checked,
+    // but the answer of an unchanged file is not read again. That of another file is compared with the known one.
+    std::optional<CachedAnswer> findChanged(const std::string& url, long maxAgeSeconds, const FILETIME* notBefore,
+                                            const KnownAnswer& known) const;
     void keep(const std::string& url, ByteView answer) const;
     // Removes the answer kept for `url`. True when there is none now.
     bool forget(const std::string& url) const;

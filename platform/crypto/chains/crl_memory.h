@@ -1,0 +1,54 @@
+// Parsed CRLs from distribution points, by address. A CRL of 100,000 entries takes milliseconds to read, to parse and
+// to verify, and a server needs the same few for every verdict.
+//
+// Nothing here decides whether a CRL may be used. A caller uses a remembered one only in the place of the same bytes:
+// of the file in the cache on disk, which it has looked at, or of a new download. A CRL is also verified for every
+// verdict; it only knows the key that made its signature (known_signer.h).
+#pragma once
+
+#include <cstddef>
+#include <list>
+#include <mutex>
+#include <string>
+
+#include "platform/crypto/certificates/crl.h"
+#include "platform/support/file_stamp.h"
+
+namespace tallow::platform {
+
+struct RememberedCrl {
+    CrlRef crl;      // null: none
+    FileStamp file;  // of the file in the cache with exactly these bytes; the default value: compare the bytes
+};
+
+// Safe for use from any thread.
+class CrlMemory {
+public:
+    CrlMemory(std::size_t maxCount, std::size_t maxOctets) : maxCount_(maxCount), maxOctets_(maxOctets) {}
+
+    RememberedCrl recall(const std::string& url);
+    // Replaces what is remembered for `url`. The CRLs that were not recalled for the longest time are forgotten until
+    // the rest is within the limits. One that is too large, null, or has a defect is not remembered.
+    void remember(const std::string& url, RememberedCrl crl);
+
+private:
+    struct Item {
+        std::string url;
+        RememberedCrl remembered;
+        std::size_t size;
+    };
+    using Items = std::list<Item>;
+
+    Items::iterator find(const std::string& url);
+
+    const std::size_t maxCount_;
+    const std::size_t maxOctets_;
+    std::mutex mutex_;
+    Items items_;  // the last one recalled first
+    std::size_t octets_ = 0;
+};
+
+// That of the process: 256 CRLs in 64 MiB.
+CrlMemory& crlMemory();
+
+}  // namespace tallow::platform
