@@ -11,6 +11,7 @@
 
 #include "platform/support/file_trust.h"
 #include "platform/support/fork_gate.h"
+#include "platform/support/settings_table.h"
 #include "platform/support/toml_nesting.h"
 #include "platform/support/trace.h"
 #include "platform/support/whole_file.h"
@@ -27,6 +28,8 @@ struct Current {
     std::shared_ptr<Settings>* settings = nullptr;
 };
 constinit Current current;
+
+std::atomic<unsigned long> version{0};
 
 // ---- Failures of reading -------------------------------------------------------------------------------------------
 
@@ -120,6 +123,7 @@ std::shared_ptr<Settings> Settings::inForce() {
     std::shared_ptr<Settings>& settings = *current.settings;
     if (settings == nullptr || settings->wantsAnotherTry_) {
         settings = settings == nullptr ? read(kDefaultFile, true) : read(settings->path_, settings->mayBeMissing_);
+        ++version;
     }
     return settings;
 }
@@ -130,6 +134,7 @@ void Settings::putInForce(std::shared_ptr<Settings> settings) {
         current.settings = new std::shared_ptr<Settings>;
     }
     current.settings->swap(settings);
+    ++version;
 }
 
 void Settings::tryAgain() noexcept {
@@ -157,6 +162,10 @@ void Settings::breakAt(const toml::node& node, std::string_view reason) {
     fail(static_cast<int>(ERROR_INVALID_DATA), node.source().begin, reason);
 }
 
+unsigned long settingsVersion() noexcept {
+    return version;
+}
+
 void Settings::fail(int code, const toml::source_position& position, std::string_view reason) {
     const std::scoped_lock lock(mutex_);
     if (error_.code != 0) {
@@ -167,6 +176,7 @@ void Settings::fail(int code, const toml::source_position& position, std::string
     error_.line = position.line;
     error_.column = position.column;
     broken_.store(true, std::memory_order_release);
+    ++version;
     std::string message = path_;
     if (position.line != 0) {
         message += ":" + std::to_string(position.line) + ":" + std::to_string(position.column);

@@ -84,4 +84,7 @@ struct TextValue {
 TextValue textValueOf(const setting::Text& text);
 std::string textOf(const setting::Text& text);
 
+// Another number whenever settings may read differently: after another file was read, or one turned out to be broken.
+unsigned long settingsVersion() noexcept;
+
 }  // namespace tallow::platform

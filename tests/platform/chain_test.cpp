@@ -94,6 +94,93 @@ TEST_F(Chain, TrustsRootsOfTheStoreTheRunOrTheEngine) {
     EXPECT_EQ(simple(chainOf({leafUnder(pki.sibling)})).cElement, 3U);
 }
 
+// The certificates of a bundle are made on demand. Its roots must count exactly like those of a file in ROOT, which are
+// made at once, also where a certificate is both a root and an intermediate, or has namesakes.
+TEST_F(Chain, TrustsABundleLikeAFileOfRoots) {
+    const Identity other = rootCa("other");
+    const Identity crossed = caWithKey(other, "root", pki.root.key);
+    const auto self = [](const char* name, const Key& key, long from, long to) {
+        return selfSigned(
+            {.commonName = name, .key = key, .notBeforeSeconds = from, .notAfterSeconds = to, .ca = true});
+    };
+    const Identity caAsRoot = self("ca", pki.ca.key, -60, 3600);
+    const Identity expired = self("root", pki.root.key, -7200, -60);
+    const Identity spelled = selfSigned(
+        {.key = pki.root.key,
+         .subject = tlv::sequence({tlv::set({tlv::sequence({tlv::oid("2.5.4.3"), tlv::printableString("ROOT")})})}),
+         .ca = true});
+    const Identity fake{
+        tlv::sequence({tlv::sequence({tlv::context(0, tlv::integer(2)), tlv::integer(1), tlv::sequence({}),
+                                      tlv::sequence({}), tlv::sequence({}), pki.root.subject()})}),
+        pki.root.key};
+    const Bytes serial{0x2A};
+    const Identity leaf = issue(pki.ca, {.serial = serial});
+    const auto crlOf = [&](long seconds, std::vector<Bytes> serials = {}) {
+        return makeCrl(pki.ca, {.revokedSerials = std::move(serials), .lastUpdateSeconds = seconds});
+    };
+    constexpr DWORD kPartial = CERT_TRUST_IS_PARTIAL_CHAIN;
+    constexpr DWORD kUnknown = CERT_TRUST_REVOCATION_STATUS_UNKNOWN | CERT_TRUST_IS_OFFLINE_REVOCATION;
+    const std::string revoking = toPem(crlOf(-60, {serial}), "X509 CRL");
+    struct Row {
+        const char* name;
+        DWORD error, errorWithCrls;
+        std::vector<Identity> roots, bundled;
+        std::string more = {};
+        std::vector<Identity> carried = {};
+    };
+    const Row rows[] = {
+        {"root in the bundle", 0, 0, {}, {other, pki.root, pki.sibling}},
+        {"root in both", 0, 0, {pki.root}, {pki.root}},
+        {"root beside a malformed namesake", 0, 0, {}, {fake, pki.root}},
+        {"only a malformed namesake", kPartial, kPartial | kUnknown, {}, {fake}},
+        {"only a namesake with another key", kPartial, kPartial | kUnknown, {}, {pki.sameNameCa}},
+        {"expired root before a valid one", 0, 0, {}, {expired, pki.root}},
+        {"expired root in the bundle", 0, 0, {pki.root}, {expired}},
+        {"expired root in the store", 0, 0, {expired}, {pki.root}},
+        {"intermediate that is also a root", 0, 0, {pki.root}, {caAsRoot}},
+        {"root in another spelling", 0, 0, {}, {spelled}},
+        {"crossed root, its root in the bundle", 0, kUnknown, {pki.sibling}, {crossed, other}},
+        {"root and crossed root", 0, 0, {other}, {crossed, pki.root}, {}, {crossed}},
+        {"CRL in the bundle", 0, CERT_TRUST_IS_REVOKED, {pki.root}, {other}, revoking},
+        {"CRL in the bundle, cut", 0, kUnknown, {pki.root}, {other}, revoking.substr(0, revoking.size() / 2)},
+    };
+    const auto pemOf = [](const std::vector<Identity>& identities) {
+        std::string pem;
+        for (const Identity& identity : identities) {
+            pem += identity.certificatePem();
+        }
+        return pem;
+    };
+    for (const Row& row : rows) {
+        for (const DWORD flags : {kOffline, kOffline | CERT_CHAIN_REVOCATION_CHECK_CHAIN}) {
+            std::vector<std::vector<Bytes>> elements;
+            std::vector<std::vector<DWORD>> errors;
+            for (const char* const file : {"bundle.pem", "ROOT/1.pem"}) {
+                const TempDir folder;
+                const SettingsFile settings("[crypto]\nmachine_stores = \"" + folder.path().string() +
+                                            "\"\nuser_stores = \"\"\nurl_cache = \"\"\nsystem_bundle = \"" +
+                                            folder.file("bundle.pem") + "\"\n");
+                folder.write(file, pemOf(row.bundled) + row.more);
+                if (!row.roots.empty()) {
+                    folder.write("ROOT/0.pem", pemOf(row.roots));
+                }
+                std::vector<Identity> carried = row.carried;
+                carried.push_back(pki.ca);
+                const ChainPtr chain = chainOf({leaf, carried, {crlOf(-7200), makeCrl(pki.root, {})}, flags});
+                errors.push_back(errorsOf(chain));
+                errors.back().push_back(errorOf(chain));
+                elements.emplace_back();
+                for (DWORD i = 0; i < simple(chain).cElement; ++i) {
+                    elements.back().push_back(encoded(simple(chain).rgpElement[i]->pCertContext));
+                }
+            }
+            EXPECT_EQ(errors[0], errors[1]) << row.name;
+            EXPECT_EQ(elements[0], elements[1]) << row.name;
+            EXPECT_EQ(errors[0].back(), flags == kOffline ? row.error : row.errorWithCrls) << row.name;
+        }
+    }
+}
+
 // A server with one file at each path; counts the requests.
 class Files {
 public:

@@ -106,6 +106,28 @@ TEST_F(CheckRules, WithoutStoresTrustsOnlyRootsOfTheCheckOrTheEngine) {
     CertFreeCertificateChainEngine(engine);
 }
 
+TEST_F(CheckRules, DownloadsAnIssuerOnlyOnceWithoutACache) {
+    Bytes body = bytesOf("rubbish");
+    HttpServer server([&](const HttpRequest&) { return HttpReply{.body = body}; });
+    const Identity end = issue(pki.ca, {.caIssuersUrls = {server.url("/ca")}});
+    const auto error = [&] { return errorOf(chainOf({.end = end, .flags = 0})); };
+    for (const std::size_t before : {0U, 2U}) {
+        const Check check(CRYPTO_CHECK_NO_CACHE);
+        body = bytesOf("rubbish");
+        EXPECT_EQ(error(), CERT_TRUST_IS_PARTIAL_CHAIN);
+        body = pki.ca.certificate;
+        EXPECT_EQ(error(), 0U) << "what is no certificate is not kept";
+        body.clear();
+        const Check inner;
+        EXPECT_EQ(error(), 0U);
+        EXPECT_EQ(server.requests().size(), before + 2) << "the check before kept nothing";
+        const Check forbidding(CRYPTO_CHECK_NO_DOWNLOADS | CRYPTO_CHECK_NO_CACHE);
+        EXPECT_EQ(error(), CERT_TRUST_IS_PARTIAL_CHAIN);
+    }
+    const Check outside(CRYPTO_CHECK_NO_CACHE);
+    EXPECT_EQ(error(), CERT_TRUST_IS_PARTIAL_CHAIN);
+}
+
 TEST_F(CheckRules, WithoutCacheNeitherReadsNorWritesIt) {
     const TrustWorld caching({pki.root}, "[config.Basalt.cache_settings]\nOcspValiditySeconds = 60\n");
     const Bytes response = fromHex("300C0A0100A007300506012A0400");

@@ -17,6 +17,7 @@
 #include "tests/support/pki.h"
 #include "tests/support/process.h"
 #include "tests/support/settings_file.h"
+#include "tests/support/system_stores.h"
 #include "tests/support/tlv.h"
 
 namespace testkit {
@@ -150,8 +151,9 @@ TEST_F(SystemStore, ReadsEveryFormOfAFile) {
     }
 }
 
-// Whether a chain built now would know that a CRL may be missing.
+// Whether a chain built now would know that a CRL may be missing. Opening the stores shows it all changes.
 bool mayLackCrl() {
+    showStoreChanges();
     return tallow::platform::chainSources(nullptr, nullptr).crlsIncomplete;
 }
 
@@ -196,6 +198,7 @@ TEST_F(SystemStore, NeverLosesACrlThatIsRenamedMeanwhile) {
     });
     const auto end = std::chrono::steady_clock::now() + std::chrono::milliseconds(600);
     for (bool isLost = false; !isLost && std::chrono::steady_clock::now() < end;) {
+        open("CA");
         const auto sources = tallow::platform::chainSources(nullptr, nullptr);
         isLost = sources.crls.empty() && !sources.crlsIncomplete;
         EXPECT_FALSE(isLost);
@@ -290,6 +293,38 @@ TEST_F(SystemStore, IncludesTheSystemRootsUnlessSwitchedOff) {
     EXPECT_NE(support_registry_get_long("\\crypto\\max_crl_bytes", &limit), 0);
     // The settings are unusable from now on; the system roots that they exclude stay out.
     EXPECT_TRUE(all(open("ROOT", kMachine)).empty());
+}
+
+TEST_F(SystemStore, ShowsChainsAReadingThatIsAtMostShortlyOld) {
+    const auto recent = [] { return tallow::platform::recentSystemStore("CA", tallow::platform::StoreView::kUser); };
+    const auto numFiles = [&] { return recent()->files().files.size(); };
+    const std::string file = folder_.write("user/CA/a.pem", pki_.ca.certificatePem());
+    bool isSame = false;
+    for (int i = 0; i < 100 && !isSame; ++i) {  // the process may be stopped in between
+        isSame = recent() == recent();
+    }
+    EXPECT_TRUE(isSame);
+    folder_.write("user/CA/b.pem", pki_.root.certificatePem());
+    for (int i = 0; i < 500 && numFiles() != 2; ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    EXPECT_EQ(numFiles(), 2U) << "noticed after a while";
+    std::filesystem::remove(file);
+    open("CA");
+    EXPECT_EQ(numFiles(), 1U) << "noticed when the store is opened";
+    {
+        const SettingsFile other("[crypto]\nuser_stores = \"" + folder_.file("other") + "\"\n");
+        EXPECT_EQ(numFiles(), 0U) << "noticed with the settings";
+    }
+    settings_.write(paths_);
+    folder_.write("user/CA/broken.crl", "half a download");
+    open("CA");
+    const auto broken = recent();
+    EXPECT_TRUE(broken->files().mayLackCrl());
+    std::filesystem::remove_all(folder_.path() / "user" / "CA");
+    folder_.write("user/CA", "no directory");
+    open("CA");
+    EXPECT_NE(recent(), recent()) << "failures are not kept";
 }
 
 TEST_F(SystemStore, AppliesTheSideFileToTheFirstCertificate) {

@@ -13,6 +13,7 @@
 #include "tests/support/ocsp_builder.h"
 #include "tests/support/pki.h"
 #include "tests/support/settings_file.h"
+#include "tests/support/system_stores.h"
 
 namespace testkit {
 
@@ -133,6 +134,7 @@ public:
     // Puts a certificate into a system store: "CA/name.pem".
     void add(const std::string& file, const Identity& identity) const {
         dir_.write("machine/" + file, identity.certificatePem());
+        showStoreChanges();
     }
 
     std::string file(const std::string& file) const { return dir_.file("machine/" + file); }
@@ -143,6 +145,7 @@ public:
         const std::filesystem::path target = this->file(file);
         std::filesystem::create_directories(target.parent_path());
         std::filesystem::rename(part, target);
+        showStoreChanges();
     }
 
 private:

@@ -1,10 +1,10 @@
 #include "platform/crypto/base/pem_blocks.h"
 
-#include <openssl/evp.h>
-
 #include <algorithm>
-#include <climits>
+#include <array>
+#include <cstdint>
 #include <string>
+#include <utility>
 
 namespace tallow::platform {
 
@@ -14,6 +14,44 @@ constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kEnd = "-----END ";
 constexpr std::string_view kDashes = "-----";
 constexpr std::string_view kBlanks = " \t\r\n\v\f";
+
+// The value of each base64 digit, below 64, or what else the octet is.
+constexpr BYTE kBlank = 64;
+constexpr BYTE kPad = 65;
+constexpr BYTE kOther = 66;
+
+constexpr std::array<BYTE, 256> base64Values() {
+    constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
+    std::array<BYTE, 256> values{};
+    values.fill(kOther);
+    for (size_t i = 0; i < kDigits.size(); ++i) {
+        values.at(static_cast<BYTE>(kDigits[i])) = static_cast<BYTE>(i);
+    }
+    for (const char blank : kBlanks) {
+        values.at(static_cast<BYTE>(blank)) = kBlank;
+    }
+    values.at('=') = kPad;
+    return values;
+}
+
+BYTE base64Value(char c) {
+    static constexpr std::array<BYTE, 256> kValues = base64Values();
+    return kValues[static_cast<BYTE>(c)];
+}
+
+constexpr unsigned kBitsOfDigit = 6;
+constexpr std::uint32_t kNoDigits = 1U << (4 * kBitsOfDigit);
+
+// The 24 bits of four digits; kNoDigits when one of the characters is none.
+std::uint32_t fourDigits(std::string_view text, size_t at) {
+    const std::uint32_t first = base64Value(text[at]);
+    const std::uint32_t second = base64Value(text[at + 1]);
+    const std::uint32_t third = base64Value(text[at + 2]);
+    const std::uint32_t fourth = base64Value(text[at + 3]);
+    return (first | second | third | fourth) < kBlank
+               ? ((first << kBitsOfDigit | second) << kBitsOfDigit | third) << kBitsOfDigit | fourth
+               : kNoDigits;
+}
 
 // The block at the front of `text`; it ends where the next one begins.
 PemBlock blockOf(std::string_view text) {
@@ -62,22 +100,54 @@ std::vector<PemBlock> pemBlocks(std::string_view text) {
     return blocks;
 }
 
+// A bundle of roots has some 200,000 digits, and the command decodes it when it starts: four digits are taken at once
+// wherever they follow each other.
 bool decodeBase64(std::string_view text, Bytes& bytes) {
-    constexpr std::string_view kDigits = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789+/";
-    std::string digits(text);
-    std::erase_if(digits, [](char c) { return kBlanks.find(c) != std::string_view::npos; });
-    const size_t sizeData = std::min(digits.find_last_not_of('=') + 1, digits.size());
-    if (digits.empty() || digits.size() > INT_MAX || digits.size() % 4 != 0 || digits.size() - sizeData > 2 ||
-        std::string_view(digits).substr(0, sizeData).find_first_not_of(kDigits) != std::string_view::npos) {
+    Bytes decoded(text.size() / 4 * 3 + 3);
+    BYTE* end = decoded.data();
+    std::uint32_t group = 0;
+    size_t numInGroup = 0;
+    size_t numPads = 0;
+    const auto put = [&](size_t count) {
+        for (size_t i = 0; i < count; ++i) {
+            *end++ = static_cast<BYTE>(group >> (16 - 8 * i));
+        }
+        group = 0;
+        numInGroup = 0;
+    };
+    for (size_t at = 0; at < text.size();) {
+        for (; numInGroup == 0 && numPads == 0 && text.size() - at >= 4; at += 4) {
+            group = fourDigits(text, at);
+            if (group == kNoDigits) {
+                break;
+            }
+            put(3);
+        }
+        if (at == text.size()) {
+            break;
+        }
+        const BYTE value = base64Value(text[at++]);
+        if (value < kBlank && numPads == 0) {
+            group = numInGroup == 0 ? value : group << kBitsOfDigit | value;
+            if (++numInGroup == 4) {
+                put(3);
+            }
+        } else if (value == kPad) {
+            ++numPads;
+        } else if (value != kBlank) {
+            return false;
+        }
+    }
+    if (numInGroup + numPads != (numInGroup == 0 ? 0 : 4) || numPads > 2 ||
+        (numInGroup == 0 && end == decoded.data())) {
         return false;
     }
-    bytes.resize(digits.size() / 4 * 3);
-    const int size = EVP_DecodeBlock(bytes.data(), reinterpret_cast<const unsigned char*>(digits.data()),
-                                     static_cast<int>(digits.size()));
-    if (size < 0) {
-        return false;
+    if (numPads != 0) {
+        group <<= kBitsOfDigit * numPads;
+        put(3 - numPads);
     }
-    bytes.resize(static_cast<size_t>(size) - (digits.size() - sizeData));  // the decoder counts padding as octets
+    decoded.resize(static_cast<size_t>(end - decoded.data()));
+    bytes = std::move(decoded);
     return true;
 }
 

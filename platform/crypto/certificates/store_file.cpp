@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 
 #include "platform/crypto/base/der_reader.h"
 #include "platform/crypto/base/pem_blocks.h"
@@ -136,7 +137,12 @@ void addProblem(StoreFileContent& content, std::string_view label, const char* w
 
 enum class Containers { kIgnored, kRead };
 
-void takeBlock(const PemBlock& block, Containers containers, StoreFileContent& content) {
+// A certificate of a bundle. What may be a CRL is examined at once.
+bool takeLater(const Bytes& der, CertificateList* bundle) {
+    return bundle != nullptr && !mayBeBinaryCrl(der) && bundle->addLater(der);
+}
+
+void takeBlock(const PemBlock& block, Containers containers, CertificateList* bundle, StoreFileContent& content) {
     const std::string label = upperCase(block.label);
     const bool isCertificate = label == "CERTIFICATE" || label == "X509 CERTIFICATE";
     const bool isCrl = label == "X509 CRL" || label == "CRL";
@@ -153,14 +159,26 @@ void takeBlock(const PemBlock& block, Containers containers, StoreFileContent& c
         if (!takeContainer(der, content)) {
             addProblem(content, block.label, "which does not parse", true);
         }
-    } else if (!(isCertificate && takeCertificate(der, content)) && !takeCrl(der, content)) {
+    } else if (!(isCertificate && (takeLater(der, bundle) || takeCertificate(der, content))) &&
+               !takeCrl(der, content)) {
         addProblem(content, block.label, "which does not parse", isCrl || mayBeBinaryCrl(der));
     }
 }
 
-StoreFileContent parseFile(ByteView bytes, std::string_view name, Containers containers) {
+void moveCertificates(StoreFileContent& content, CertificateList* bundle) {
+    if (bundle != nullptr) {
+        for (CertificateRef& certificate : std::exchange(content.certificates, {})) {
+            bundle->add(std::move(certificate));
+        }
+    }
+}
+
+// With a `bundle`, the certificates are added to it instead of to the content.
+StoreFileContent parseFile(ByteView bytes, std::string_view name, Containers containers,
+                           CertificateList* bundle = nullptr) {
     StoreFileContent content;
     if (takeCertificate(bytes, content) || takeCrl(bytes, content)) {
+        moveCertificates(content, bundle);
         return content;
     }
     const bool isBinary = isBinaryForm(bytes);
@@ -169,7 +187,8 @@ StoreFileContent parseFile(ByteView bytes, std::string_view name, Containers con
     }
     const std::vector<PemBlock> blocks = isBinary ? std::vector<PemBlock>() : pemBlocks(textOf(bytes));
     for (const PemBlock& block : blocks) {
-        takeBlock(block, containers, content);
+        takeBlock(block, containers, bundle, content);
+        moveCertificates(content, bundle);
     }
     if (blocks.empty()) {
         const bool mayBeCrl = mayHideCrl(bytes, name);
@@ -198,8 +217,22 @@ bool StoreFileContent::mayLackCrl() const noexcept {
     return std::any_of(problems.begin(), problems.end(), [](const StoreProblem& problem) { return problem.mayBeCrl; });
 }
 
+void StoreFileContent::addCertificates(std::vector<CertificateRef>& found) const {
+    found.insert(found.end(), certificates.begin(), certificates.end());
+    if (bundle != nullptr) {
+        bundle->all(found);
+    }
+}
+
 StoreFileContent parseStoreFile(ByteView content, std::string_view name) {
     return parseFile(content, name, Containers::kIgnored);
+}
+
+StoreFileContent parseBundle(ByteView content, std::string_view name) {
+    auto bundle = std::make_shared<CertificateList>();
+    StoreFileContent parsed = parseFile(content, name, Containers::kIgnored, bundle.get());
+    parsed.bundle = std::move(bundle);
+    return parsed;
 }
 
 StoreFileContent parseNamedFile(ByteView content, std::string_view name) {

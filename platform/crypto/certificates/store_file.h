@@ -13,6 +13,7 @@
 #include <string_view>
 #include <vector>
 
+#include "platform/crypto/certificates/certificate_list.h"
 #include "platform/crypto/certificates/store.h"
 
 namespace tallow::platform {
@@ -26,13 +27,16 @@ struct StoreProblem {
 };
 
 struct StoreFileContent {
-    std::vector<CertificateRef> certificates;  // with the properties of the side file on the first
+    std::vector<CertificateRef> certificates;       // with the properties of the side file on the first
+    std::shared_ptr<const CertificateList> bundle;  // null, or all certificates: there are none in `certificates` then
     std::vector<CrlRef> crls;
     std::vector<StoreProblem> problems;
     // False when OpenSSL refused something, possibly because memory ran out: to be parsed again then.
     bool isFinal = true;
 
     bool mayLackCrl() const noexcept;
+    // Adds all certificates to `found`.
+    void addCertificates(std::vector<CertificateRef>& found) const;
 };
 
 // Whether a file of this name should hold a CRL.
@@ -40,6 +44,10 @@ bool endsAsCrl(std::string_view name);
 
 // `name` is the file's, whose ending may say that it should hold a CRL. Throws std::bad_alloc.
 StoreFileContent parseStoreFile(ByteView content, std::string_view name);
+
+// The same for a file of many certificates, which are made only when they are needed. Malformed ones may then be
+// missing among the problems.
+StoreFileContent parseBundle(ByteView content, std::string_view name);
 
 // The same for a file that a user names, which may also be a container (container_file.h) in DER or in a PEM block.
 StoreFileContent parseNamedFile(ByteView content, std::string_view name);

@@ -74,22 +74,30 @@ Cache& cache() {
     return *instance;
 }
 
-std::shared_ptr<const StoreFileContent> keptContent(const std::string& path, const Stamp& file, const Stamp& side) {
+// How the content of a file is read. What was read in one way does not count for another.
+enum class Form { kFile, kBundle };
+
+// Absolute paths are keys of the files in directories; no other key begins with a slash.
+std::string keyOf(const std::string& path, Form form) {
+    return form == Form::kFile ? path : "bundle:" + path;
+}
+
+std::shared_ptr<const StoreFileContent> keptContent(const std::string& key, const Stamp& file, const Stamp& side) {
     const std::scoped_lock lock(cache().mutex);
-    const auto found = cache().files.find(path);
+    const auto found = cache().files.find(key);
     return found != cache().files.end() && found->second.file == file && found->second.side == side
                ? found->second.content
                : nullptr;
 }
 
-void keep(const std::string& path, Kept kept) {
+void keep(const std::string& key, Kept kept) {
     const std::scoped_lock lock(cache().mutex);
-    cache().files.insert_or_assign(path, std::move(kept));
+    cache().files.insert_or_assign(key, std::move(kept));
 }
 
-void forget(const std::string& path) {
+void forget(const std::string& key) {
     const std::scoped_lock lock(cache().mutex);
-    cache().files.erase(path);
+    cache().files.erase(key);
 }
 
 // Forgets the files of a directory that are no longer there; `names` is sorted.
@@ -173,8 +181,9 @@ void applySide(const std::string& path, StoreFileContent& content, Stamp& stamp)
 }
 
 // The content of a file, freshly read, and kept if a further change of it would show.
-std::shared_ptr<const StoreFileContent> readContent(const std::string& path, Stamp side, Reading& reading) {
-    forget(path);
+std::shared_ptr<const StoreFileContent> readContent(const std::string& path, Form form, Stamp side, Reading& reading) {
+    const std::string key = keyOf(path, form);
+    forget(key);
     int systemError = 0;
     const timespec begun = currentTime();
     const std::optional<WholeFile> file = readWholeFile(path, kMaximumFileSize, systemError);
@@ -185,8 +194,9 @@ std::shared_ptr<const StoreFileContent> readContent(const std::string& path, Sta
         reading.isDisturbed |= systemError == ENOENT;
         return nullptr;
     }
+    const auto parse = form == Form::kBundle ? parseBundle : parseStoreFile;
     auto content = std::make_shared<StoreFileContent>(
-        parseStoreFile({reinterpret_cast<const BYTE*>(file->content.data()), file->content.size()}, path));
+        parse({reinterpret_cast<const BYTE*>(file->content.data()), file->content.size()}, path));
     if (side.size >= 0) {
         applySide(sideFileOf(path), *content, side);
     }
@@ -195,21 +205,21 @@ std::shared_ptr<const StoreFileContent> readContent(const std::string& path, Sta
     }
     const Stamp stamp = stampOf(file->status);
     if (content->isFinal && isSettled(stamp, begun) && (side.size < 0 || isSettled(side, begun))) {
-        keep(path, {stamp, side, content});
+        keep(key, {stamp, side, content});
     }
     return content;
 }
 
-void addFile(const std::string& path, bool hasSide, StoreKind kind, Reading& reading) {
+void addFile(const std::string& path, Form form, bool hasSide, StoreKind kind, Reading& reading) {
     struct stat status {};
     if (!lookAt(path, kind, status, reading)) {
         return;
     }
     struct stat side {};
     const Stamp sideStamp = hasSide && ::stat(sideFileOf(path).c_str(), &side) == 0 ? stampOf(side) : Stamp();
-    std::shared_ptr<const StoreFileContent> content = keptContent(path, stampOf(status), sideStamp);
+    std::shared_ptr<const StoreFileContent> content = keptContent(keyOf(path, form), stampOf(status), sideStamp);
     if (content == nullptr) {
-        content = readContent(path, sideStamp, reading);
+        content = readContent(path, form, sideStamp, reading);
     }
     if (content != nullptr) {
         reading.found.files.push_back({path, std::move(content)});
@@ -268,7 +278,8 @@ Reading readFolder(const std::string& folder, StoreKind kind) {
         if (!name.ends_with(kSideFileSuffix)) {
             const std::string path = std::string(folder).append(1, '/').append(name);
             const std::string side = sideFileOf(path).substr(folder.size() + 1);
-            addFile(path, std::binary_search(listing->names.begin(), listing->names.end(), side), kind, reading);
+            const bool hasSide = std::binary_search(listing->names.begin(), listing->names.end(), side);
+            addFile(path, Form::kFile, hasSide, kind, reading);
         }
     }
     const Stamp stamp = stampOf(listing->status);
@@ -286,6 +297,11 @@ void append(StoreFiles&& read, StoreFiles& found) {
 }
 
 }  // namespace
+
+bool StoreFiles::isFinal() const noexcept {
+    return problems.empty() &&
+           std::all_of(files.begin(), files.end(), [](const StoreFile& file) { return file.content->isFinal; });
+}
 
 bool StoreFiles::mayLackCrl() const noexcept {
     return std::any_of(problems.begin(), problems.end(), [](const StoreProblem& told) { return told.mayBeCrl; }) ||
@@ -334,7 +350,7 @@ void addBundle(const std::string& path, StoreFiles& found) {
         return;
     }
     Reading reading;
-    addFile(path, false, StoreKind::kRoots, reading);
+    addFile(path, Form::kBundle, false, StoreKind::kRoots, reading);
     reading.found.exists = !reading.found.files.empty();
     append(std::move(reading.found), found);
 }

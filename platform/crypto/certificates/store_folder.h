@@ -1,5 +1,6 @@
 // The files of a system store. Their content is cached for the process while a file looks unchanged: opening a store
-// then only reads its directory, and a loaded key stays with its certificate.
+// then only reads its directory, and a loaded key stays with its certificate. system_store.h keeps whole readings for a
+// short time.
 //
 // A file that cannot be read is never treated as empty: it is reported and not cached, and the next call reads again.
 #pragma once
@@ -25,6 +26,8 @@ struct StoreFiles {
     std::vector<StoreFile> files;
     std::vector<StoreProblem> problems;  // beside those in the files
 
+    // Whether everything could be read; if not, the next attempt may give more.
+    bool isFinal() const noexcept;
     bool mayLackCrl() const noexcept;
 };
 

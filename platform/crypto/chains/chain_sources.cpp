@@ -1,11 +1,12 @@
 #include "platform/crypto/chains/chain_sources.h"
 
+#include <algorithm>
+#include <iterator>
 #include <memory>
 #include <mutex>
 
 #include "platform/crypto/base/current_check.h"
 #include "platform/crypto/base/service_call.h"
-#include "platform/crypto/certificates/system_store.h"
 #include "platform/support/never_destroyed.h"
 
 namespace tallow::platform {
@@ -38,16 +39,11 @@ void addStore(ChainSources& sources, std::vector<CertificateRef>& certificates, 
     }
 }
 
-// Uses the records of the files, not a store filled with copies: a bundle of system roots has some 150.
-void addSystemStore(const char* name, StoreView storeView, std::vector<CertificateRef>& certificates,
-                    ChainSources& sources) {
-    const StoreFiles found = systemStoreFiles(name, storeView);
-    for (const StoreFile& file : found.files) {
-        const StoreFileContent& content = *file.content;
-        certificates.insert(certificates.end(), content.certificates.begin(), content.certificates.end());
-        sources.crls.insert(sources.crls.end(), content.crls.begin(), content.crls.end());
+void addCrls(const SystemStore& store, ChainSources& sources) {
+    for (const StoreFile& file : store.files().files) {
+        sources.crls.insert(sources.crls.end(), file.content->crls.begin(), file.content->crls.end());
     }
-    sources.crlsIncomplete |= found.mayLackCrl();
+    sources.crlsIncomplete |= store.files().mayLackCrl();
 }
 
 void addRoots(ChainSources& sources, const ChainEngine* engine, StoreView storeView) {
@@ -60,10 +56,29 @@ void addRoots(ChainSources& sources, const ChainEngine* engine, StoreView storeV
         const std::lock_guard<std::mutex> lock(runRoots().mutex);
         sources.roots.insert(sources.roots.end(), runRoots().roots.begin(), runRoots().roots.end());
     }
-    addSystemStore("ROOT", storeView, sources.roots, sources);
+    sources.rootStore = recentSystemStore("ROOT", storeView);
+    addCrls(*sources.rootStore, sources);
 }
 
 }  // namespace
+
+std::vector<CertificateRef> ChainSources::allRoots() const {
+    std::vector<CertificateRef> all = roots;
+    if (rootStore != nullptr) {
+        rootStore->all(all);
+    }
+    return all;
+}
+
+std::vector<CertificateRef> ChainSources::rootsNamed(ByteView subject) const {
+    std::vector<CertificateRef> named;
+    std::copy_if(roots.begin(), roots.end(), std::back_inserter(named),
+                 [&](const CertificateRef& root) { return std::ranges::equal(view(root->info().Subject), subject); });
+    if (rootStore != nullptr) {
+        rootStore->named(subject, named);
+    }
+    return named;
+}
 
 const ChainEngine* engineOf(HCERTCHAINENGINE handle) noexcept {
     return reinterpret_cast<std::uintptr_t>(handle) <= kMachineEngine ? nullptr : static_cast<ChainEngine*>(handle);
@@ -82,7 +97,9 @@ ChainSources chainSources(HCERTCHAINENGINE handle, HCERTSTORE additional) {
             addStore(sources, sources.others, store.get());
         }
     }
-    addSystemStore("CA", storeView, sources.others, sources);
+    const std::shared_ptr<const SystemStore> caStore = recentSystemStore("CA", storeView);
+    caStore->all(sources.others);
+    addCrls(*caStore, sources);
     sources.numLocal = sources.others.size() - numHandedIn;
     return sources;
 }

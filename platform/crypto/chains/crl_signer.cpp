@@ -117,7 +117,8 @@ CrlSigners::Candidates CrlSigners::candidatesFor(const Crl& crl, const Path& pat
         found.complete = found.complete && parsed < kMaxNamesParsed;
         return parsed++ < kMaxNamesParsed && hasSubject(certificate, crl.issuer.get());
     };
-    for (const Place& place : {Place(path.elements), Place(sources_.roots), others.last(sources_.numLocal), carried}) {
+    const std::vector<CertificateRef> roots = sources_.allRoots();
+    for (const Place& place : {Place(path.elements), Place(roots), others.last(sources_.numLocal), carried}) {
         const std::size_t before = found.certificates.size();
         for (const CertificateRef& certificate : place) {
             const auto isSame = [&](const CertificateRef& other) {

@@ -95,7 +95,9 @@ const std::vector<IssuerCandidates::Named>& IssuerCandidates::named(ByteView nam
     if (isNew) {
         const std::span<const CertificateRef> others(sources_.others);
         std::vector<Named>& found = entry->second;
-        collect(name, spelling, sources_.roots, Origin::kRoot, found);
+        // The limits for other spellings hold for all roots together.
+        const auto roots = spelling == Spelling::kSame ? sources_.rootsNamed(name) : sources_.allRoots();
+        collect(name, spelling, roots, Origin::kRoot, found);
         collect(name, spelling, others.last(sources_.numLocal), Origin::kLocal, found);
         collect(name, spelling, fetched_, Origin::kFetched, found);
         collect(name, spelling, others.first(others.size() - sources_.numLocal), Origin::kCarried, found);
@@ -137,7 +139,8 @@ void IssuerCandidates::add(const std::vector<CertificateRef>& downloaded) {
 }
 
 bool IssuerCandidates::isRoot(const CertificateRef& certificate) const {
-    return std::any_of(sources_.roots.begin(), sources_.roots.end(),
+    const std::vector<CertificateRef> roots = sources_.rootsNamed(view(certificate->info().Subject));
+    return std::any_of(roots.begin(), roots.end(),
                        [&](const CertificateRef& root) { return sameCertificate(root, certificate); }) &&
            isSelfIssued(*certificate);
 }

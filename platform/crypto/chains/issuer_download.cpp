@@ -6,6 +6,7 @@
 #include "platform/crypto/certificates/container_file.h"
 #include "platform/crypto/chains/crl_source.h"
 #include "platform/crypto/chains/issuer_candidates.h"
+#include "platform/crypto/network/check_scope.h"
 #include "platform/crypto/network/exchange_note.h"
 #include "platform/crypto/network/url_cache.h"
 
@@ -83,9 +84,16 @@ bool IssuerDownload::fetched(const Certificate& certificate, std::size_t index, 
     if (index >= addresses.size()) {
         return false;
     }
-    if (std::optional<Bytes> body = fetchObject(addresses[index], exchangeLimits().maxBodySize, allowance_)) {
+    const std::string& url = addresses[index];
+    if (const Bytes* const known = downloadOfCheck(url)) {
+        found = certificatesIn(*known, certificate);
+        downloads_.push_back({url, *known, found});
+    } else if (std::optional<Bytes> body = fetchObject(url, exchangeLimits().maxBodySize, allowance_)) {
         found = certificatesIn(*body, certificate);
-        downloads_.push_back({addresses[index], std::move(*body), found});
+        if (!found.empty()) {
+            keepDownload(url, *body);
+        }
+        downloads_.push_back({url, std::move(*body), found});
     }
     return true;
 }

@@ -20,7 +20,7 @@ public:
     //
     // Reads the cache; where the network may be used, only entries of the last day.
     bool cached(const Certificate& certificate, std::size_t index, std::vector<CertificateRef>& found) const;
-    // Downloads, unless the network may not be used.
+    // Downloads, unless the network may not be used; in a check each address only once.
     bool fetched(const Certificate& certificate, std::size_t index, std::vector<CertificateRef>& found);
 
     // Caches the downloads with a certificate among `used`, the elements of a valid path.

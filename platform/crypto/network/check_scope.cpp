@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <limits>
+#include <map>
 #include <string_view>
 
 #include "platform/crypto/base/limits.h"
@@ -73,6 +74,10 @@ DownloadProxy proxyOfPolicy() {
     return proxy;
 }
 
+// ---- Downloads of the outermost check ------------------------------------------------------------------------------
+
+thread_local std::map<std::string, Bytes> downloads;
+
 // A flag from a later version may be a restriction, which must not be ignored.
 constexpr DWORD kKnownFlags =
     CRYPTO_CHECK_ADDRESS_NAMED | CRYPTO_CHECK_NO_DOWNLOADS | CRYPTO_CHECK_NO_STORES | CRYPTO_CHECK_NO_CACHE;
@@ -97,6 +102,22 @@ CheckTime checkTime() noexcept {
     }
     const bool isOwn = check != nullptr && check->dwTimeout != 0;
     return {isOwn ? static_cast<long>(check->dwTimeout) : checkLimits().timeoutMs, !isOwn};
+}
+
+const Bytes* downloadOfCheck(const std::string& url) noexcept {
+    const auto found = isForbidden(CRYPTO_CHECK_NO_DOWNLOADS) ? downloads.end() : downloads.find(url);
+    return found == downloads.end() ? nullptr : &found->second;
+}
+
+void keepDownload(const std::string& url, const Bytes& body) {
+    constexpr std::size_t kMaxSize = 1024 * 1024;
+    std::size_t size = url.size() + body.size();
+    for (const auto& [known, content] : downloads) {
+        size += known.size() + content.size();
+    }
+    if (currentCheck() != nullptr && size <= kMaxSize) {
+        downloads.insert_or_assign(url, body);
+    }
 }
 
 DownloadProxy downloadProxy() {
@@ -141,6 +162,8 @@ void crypto_end_check(CRYPTO_CHECK* pCheck) {
     setCurrentCheck(pCheck->pOuter);
     if (pCheck->pOuter != nullptr) {
         pCheck->pOuter->cSkippedDownloads += pCheck->cSkippedDownloads;
+    } else {
+        downloads.clear();
     }
 }
 

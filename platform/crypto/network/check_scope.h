@@ -4,6 +4,7 @@
 #include <chrono>
 #include <string>
 
+#include "platform/crypto/base/bytes.h"
 #include "platform/crypto/base/current_check.h"
 
 namespace tallow::platform {
@@ -17,6 +18,13 @@ struct CheckTime {
     bool isOfSettings = false;  // check_timeout_ms, not a program's own limit
 };
 CheckTime checkTime() noexcept;
+
+// An issuer's certificate that the check of this thread downloaded earlier; null when there is none, and where
+// downloads are forbidden. Its chains need the same issuers, and without a cache each would download them again. Valid
+// until the next call of keepDownload, or the end of the outermost check, which forgets all.
+const Bytes* downloadOfCheck(const std::string& url) noexcept;
+// Keeps at most 1 MiB for a check, and nothing outside of one.
+void keepDownload(const std::string& url, const Bytes& body);
 
 // The proxy for downloads of issuers and CRLs: that of the check, else the policy's DefaultProxy.
 struct DownloadProxy {

@@ -8,6 +8,7 @@
 #include "handles/cert_chain_context.h"
 #include "tests/client/support/client_test.h"
 #include "tests/support/http_server.h"
+#include "tests/support/system_stores.h"
 #include "tests/support/tlv.h"
 
 namespace {
@@ -196,6 +197,7 @@ TEST_F(OcspClient, VerifyChecksAResponseAboutOneCertificate) {
     EXPECT_THAT(ocspVerifyResponse(nullptr, good.data(), good.size(), nullptr, 0), IsStatus(kFailed));
     EXPECT_THAT(ocspVerifyResponse(cert.get(), nullptr, 1, nullptr, 0), IsStatus(kFailed));
     std::filesystem::remove(folder_.file("user/CA/ca.pem"));
+    showStoreChanges();
     EXPECT_THAT(verified(pki_.good, good, {}), IsStatus(kFailed)) << "its issuer is no longer known";
 }
 

@@ -5,6 +5,7 @@
 #include "tests/client/support/client_test.h"
 #include "tests/support/http_server.h"
 #include "tests/support/process.h"
+#include "tests/support/system_stores.h"
 #include "tests/support/tlv.h"
 
 namespace {
@@ -254,6 +255,7 @@ TEST_F(CheckReceived, ChecksTheRequestorsCertificate) {
         EXPECT_THAT(request.Verify(nullptr, nullptr, true), IsStatus(0)) << "the signature is another question";
         EXPECT_THAT(request.Verify(contextOf(pki_.revoked).get(), "*", true), IsStatus(status::kBadSignature));
         row.change();
+        showStoreChanges();
         EXPECT_THAT(request.VerifyCertificate(nullptr, nullptr, 0), IsStatus(row.expected));
         putCrls({});
     }
@@ -336,6 +338,7 @@ TEST_F(CheckReceived, ContactsAddressesOnlyForTrustedChains) {
     }
     EXPECT_EQ(server.requests().size(), 0u);
     folder_.write("user/CA/between.pem", between.certificatePem());
+    showStoreChanges();
     import(request, signedBy(known));
     EXPECT_THAT(request.VerifyCertificate(nullptr, nullptr, 0), IsStatus(0));
     EXPECT_EQ(server.requests().size(), 1u) << "the CRL of a chain that leads to a trusted root";

@@ -4,6 +4,7 @@
 #include "asn1/names/general_name.h"
 #include "message/request_message.h"
 #include "tests/client/support/client_test.h"
+#include "tests/support/system_stores.h"
 #include "tests/support/tlv.h"
 
 namespace {
@@ -301,8 +302,10 @@ TEST_F(Request, FindsTheIssuerOrReportsThatItIsUnknown) {
     EXPECT_THAT(named(contextOf(pki_.ca), {}), IsStatus(0)) << "the root is trusted and so known";
     // A CA of the same name but another key is not taken from the chain.
     folder_.write("user/CA/impostor.pem", pki_.sameNameCa.certificatePem());
+    showStoreChanges();
     EXPECT_THAT(named(contextOf(pki_.good), {}), IsStatus(status::kNoSigner));
     folder_.write("user/CA/ca.pem", pki_.ca.certificatePem());
+    showStoreChanges();
     EXPECT_THAT(named(contextOf(pki_.good), {}), IsStatus(0));
     // The issuer found first stays: a later certificate without one is taken to be of the same issuer, unchecked.
     CRequest request(contextOf(pki_.good).get(), contextOf(pki_.ca).get());

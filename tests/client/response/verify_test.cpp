@@ -4,6 +4,7 @@
 
 #include "tests/client/support/client_test.h"
 #include "tests/support/http_server.h"
+#include "tests/support/system_stores.h"
 #include "tests/support/tlv.h"
 
 namespace {
@@ -150,6 +151,7 @@ TEST_F(Verify, ChecksTheRevocationOfAResponderWithoutTheNoCheckMark) {
     EXPECT_EQ(crls.requests().size(), 0u) << "no address of a certificate that did not sign";
     EXPECT_THAT(outcome(by(checked)), IsStatus(0));
     std::filesystem::remove(folder_.file("user/CA/root.crl"));
+    showStoreChanges();
     EXPECT_THAT(outcome(by(checked)), IsStatus(status::kNoRevocationCheck)) << "no CRL about the CA";
     const Identity root = rootCa("a root that answers itself");
     crypto_add_trusted_root(contextOf(root).get());
