@@ -11,8 +11,8 @@ namespace tallow::platform {
 X509Ptr parseWithKey(ByteView der);
 
 // The same object with a placeholder instead of the key, with which no signature verifies. For certificates whose key
-// was read without OpenSSL's reader. Null when the object would differ in more than the key, and for a certificate with
-// its own name as the issuer's, of which OpenSSL compares key and signature.
+// was read without OpenSSL's reader. Null when the object would differ in more than the key, for a certificate with its
+// own name as the issuer's, of which OpenSSL compares key and signature, and for the first few of a process.
 X509Ptr parseWithoutKey(ByteView der);
 
 }  // namespace tallow::platform
