@@ -31,7 +31,7 @@ struct Result {
 /// their rows were measured. Throws when a contender fails.
 std::vector<Result> measureRows(const std::string& part, const Effort& effort);
 
-/// For a run under callgrind with --instr-atstart=no: each contender makes two calls to warm up, then `calls` calls
+/// For a run under callgrind with --instr-atstart=no: each contender makes six calls to warm up, then `calls` calls
 /// (commands one) that are counted, and a line "row, contender, number of calls" is printed for them. The profile of
 /// line N is the N-th that callgrind dumps; for commands, which count all their instructions, it is
 /// `profiles`/command.N.

@@ -8,10 +8,13 @@
 #include <openssl/param_build.h>
 
 #include <algorithm>
+#include <array>
 #include <string_view>
 
 #include "platform/crypto/base/der_reader.h"
 #include "platform/crypto/keys/algorithms.h"
+#include "platform/support/made_once.h"
+#include "platform/support/never_destroyed.h"
 
 namespace tallow::platform {
 
@@ -101,12 +104,12 @@ bool isSound448(ByteView octets) {
     return !isSmall && !isMinusOne;
 }
 
-KeyPtr makeKey(const char* kind, OSSL_PARAM_BLD* builder) {
+KeyPtr makeKey(const char* kind, int selection, OSSL_PARAM_BLD* builder) {
     const ParametersPtr parameters(OSSL_PARAM_BLD_to_param(builder));
     const KeyContextPtr context(EVP_PKEY_CTX_new_from_name(nullptr, kind, nullptr));
     EVP_PKEY* key = nullptr;
     if (parameters == nullptr || context == nullptr || EVP_PKEY_fromdata_init(context.get()) != 1 ||
-        EVP_PKEY_fromdata(context.get(), &key, EVP_PKEY_PUBLIC_KEY, parameters.get()) != 1) {
+        EVP_PKEY_fromdata(context.get(), &key, selection, parameters.get()) != 1) {
         return nullptr;
     }
     return KeyPtr(key);
@@ -132,22 +135,42 @@ KeyPtr rsaKey(ByteView octets) {
         OSSL_PARAM_BLD_push_BN(builder.get(), OSSL_PKEY_PARAM_RSA_E, exponent.get()) != 1) {
         return nullptr;
     }
-    return makeKey("RSA", builder.get());
+    return makeKey("RSA", EVP_PKEY_PUBLIC_KEY, builder.get());
+}
+
+// A key with a curve and no point.
+KeyPtr makeCurve(int nid) {
+    const ParameterBuilderPtr builder(OSSL_PARAM_BLD_new());
+    if (builder == nullptr ||
+        OSSL_PARAM_BLD_push_utf8_string(builder.get(), OSSL_PKEY_PARAM_GROUP_NAME, OBJ_nid2sn(nid), 0) != 1) {
+        return nullptr;
+    }
+    return makeKey("EC", EVP_PKEY_KEY_PARAMETERS, builder.get());
+}
+
+// OpenSSL computes more for a curve than for a point on it: the curves of nearly all certificates are kept.
+KeyPtr copyOfCurve(int nid) {
+    constexpr std::array<int, 3> kKept = {NID_X9_62_prime256v1, NID_secp384r1, NID_secp521r1};
+    static NeverDestroyed<std::array<MadeOnce<KeyPtr>, kKept.size()>> curves;
+    const auto found = std::find(kKept.begin(), kKept.end(), nid);
+    if (found == kKept.end()) {
+        return makeCurve(nid);
+    }
+    MadeOnce<KeyPtr>& kept = (*curves).at(static_cast<std::size_t>(found - kKept.begin()));
+    EVP_PKEY* const curve = kept.get([nid] { return makeCurve(nid); });
+    return KeyPtr(curve == nullptr ? nullptr : EVP_PKEY_dup(curve));
 }
 
 KeyPtr curveKey(const CRYPT_OBJID_BLOB& curveParameters, ByteView point) {
     DerReader parameters(view(curveParameters));
     const std::string curve = oidText(parameters.expect(V_ASN1_OBJECT));
     const int nid = curve.empty() ? NID_undef : OBJ_txt2nid(curve.c_str());
-    const ParameterBuilderPtr builder(OSSL_PARAM_BLD_new());
     // RFC 5480 section 2.2 has compressed and uncompressed points. The point at infinity is a zero.
     const bool isPoint = !point.empty() && point[0] >= 2 && point[0] <= 4;
-    if (nid == NID_undef || !isPoint || builder == nullptr ||
-        OSSL_PARAM_BLD_push_utf8_string(builder.get(), OSSL_PKEY_PARAM_GROUP_NAME, OBJ_nid2sn(nid), 0) != 1 ||
-        OSSL_PARAM_BLD_push_octet_string(builder.get(), OSSL_PKEY_PARAM_PUB_KEY, point.data(), point.size()) != 1) {
-        return nullptr;
-    }
-    return makeKey("EC", builder.get());
+    KeyPtr key = nid != NID_undef && isPoint ? copyOfCurve(nid) : nullptr;
+    const bool isOnCurve =
+        key != nullptr && EVP_PKEY_set1_encoded_public_key(key.get(), point.data(), point.size()) == 1;
+    return isOnCurve ? std::move(key) : nullptr;
 }
 
 KeyPtr genericKey(ByteView whole) {
