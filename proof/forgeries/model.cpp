@@ -194,7 +194,7 @@ void examineResponse(const Description& d, std::set<Violation>& found) {
     add(!allowsSignature(d), Violation::kSignerKeyUsage);
     add(d.hasCriticalExtension, Violation::kCriticalExtension);
     add(std::any_of(d.entries.begin(), d.entries.end(),
-                    [](const Entry& entry) { return entry.nextUpdate && *entry.nextUpdate < entry.thisUpdate; }),
+                    [](const Entry& entry) { return entry.nextUpdate && *entry.nextUpdate <= entry.thisUpdate; }),
         Violation::kImpossibleDates);
     add(d.isLeafForged || !issuerOf(d).isCa || !issuerOf(d).maySignCertificates, Violation::kIssuerOfLeaf);
     examinePath(d, found);

@@ -27,7 +27,7 @@ enum class Violation {
     kTrust,              // the root is not trusted
     kRevocation,         // a certificate of the chain is revoked, or this is not known
     kCriticalExtension,  // of the response
-    kImpossibleDates,    // an entry whose nextUpdate is before thisUpdate, whatever it is about
+    kImpossibleDates,    // an entry whose nextUpdate is not after thisUpdate, whatever it is about
     kIssuerOfLeaf,       // the issuer is no CA, or did not sign the certificate
     kEntry,              // the entries prove nothing
 };
