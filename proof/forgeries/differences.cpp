@@ -89,9 +89,14 @@ bool expectedOfGnuTls(const Description& d, const Judgement& judgement) {
             return false;
         }
     }
-    const bool isIssuer = d.signer == SignerKind::kIssuer;
-    return isIssuer ||
-           (!d.delegate.isForged && d.delegate.dates != Dates::kExpired && d.delegate.dates != Dates::kNotYetValid);
+    if (d.signer == SignerKind::kIssuer) {
+        return true;
+    }
+    // It validates the delegate's certificate with the issuer as the anchor, which it examines too.
+    const auto isNow = [](Dates dates) { return dates != Dates::kExpired && dates != Dates::kNotYetValid; };
+    const Authority& issuer = issuerOf(d);
+    return !d.delegate.isForged && !d.delegate.hasUnknownCritical && isNow(d.delegate.dates) && issuer.isCa &&
+           issuer.maySignCertificates && isNow(issuer.dates);
 }
 
 }  // namespace proof
