@@ -341,6 +341,13 @@ void describeForm(const Orvane::CBlob& body, rules::Rejection& rejection, const 
     if (rejection.rule != rules::Rule::kForm || !rejection.text.empty()) {
         return;
     }
+    // It is an OCSP response, and the status says what is wrong with it.
+    for (const std::int32_t code : {status::kNextBeforeThis, status::kDuplicateExtension, status::kUnsupportedType}) {
+        if (rejection.code == code) {
+            rejection.text = text::statusText(code);
+            return;
+        }
+    }
     if (body.cbData() == 0) {
         rejection.text = std::string("the answer is empty; ") + remedy;
         return;

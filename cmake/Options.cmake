@@ -6,6 +6,7 @@ option(TALLOW_COVERAGE "Build with coverage counters" OFF)
 option(TALLOW_FUZZ "Build the fuzz targets (clang only)" OFF)
 option(TALLOW_TESTS "Build the tests" ON)
 option(TALLOW_BENCH "Build the benchmarks" ON)
+option(TALLOW_PROOF "Build the programs of proof/" OFF)
 option(TALLOW_MAN "Build the manual pages (needs scdoc)" ON)
 option(TALLOW_PYTHON "Build the Python module (needs pybind11)" OFF)
 set(TALLOW_PLATFORM_LIBRARY "" CACHE FILEPATH

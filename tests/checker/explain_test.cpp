@@ -82,6 +82,17 @@ TEST_F(CheckerExplains, WhyAResponseIsRejected) {
              Row{"future",
                  judged(goodAt(3 * kDay + 4 * 3600 + 60, std::nullopt)),
                  {"producedAt 20", "is 3 days 4 h ahead of our clock 20"}},
+             Row{"impossible dates",
+                 changed([](auto& s) { s.entries[0].nextUpdate = generalizedTimeText(-3600); }),
+                 {"decoding: nextUpdate is not after thisUpdate"}},
+             Row{"twice the same extension",
+                 changed([](auto& s) {
+                     s.extensions = {nonceExtension({1}), nonceExtension({2})};
+                 }),
+                 {"decoding: an extension occurs twice"}},
+             Row{"other type",
+                 changed([](auto& s) { s.responseType = "1.3.6.1.5.5.7.48.1.99"; }),
+                 {"decoding: the response is of a type other than basic"}},
              Row{"past", judged(goodAt(-3 * kDay, -kDay - 60)), {"nextUpdate 20", "is 1 day before our clock 20"}},
              Row{"old",
                  judged(goodAt(-8 * kDay, std::nullopt)),

@@ -152,7 +152,7 @@ Identity make(const Identity* issuer, const CertificateSpec& spec) {
         spec.issuer.value_or(issuer != nullptr ? issuer->subject() : subject),
         tlv::sequence({timeIn(spec.notBeforeSeconds), notAfter}),
         subject,
-        toDer(key.get(), i2d_PUBKEY),
+        key.publicKeyInfo(),
         extensionsOf(spec, key, signer),
     });
     return {signedStructure(toBeSigned, signer, spec.hash, spec.pss), key};
@@ -188,11 +188,19 @@ Signature sign(const Bytes& data, EVP_PKEY* key, const std::string& hash, bool p
                 "setting the padding");
     }
     Signature signature{Bytes(512), Bytes(1024)};
-    OSSL_PARAM reported[] = {OSSL_PARAM_construct_octet_string(OSSL_SIGNATURE_PARAM_ALGORITHM_ID,
-                                                               signature.algorithm.data(), signature.algorithm.size()),
-                             OSSL_PARAM_construct_end()};
-    require(EVP_PKEY_CTX_get_params(ofKey, reported) == 1, "naming an algorithm");
-    signature.algorithm.resize(reported[0].return_size);
+    if (EVP_PKEY_get0_provider(key) == nullptr) {  // the key of an engine
+        int algorithm = NID_undef;
+        require(OBJ_find_sigid_by_algs(&algorithm, OBJ_txt2nid(hash.c_str()), EVP_PKEY_get_base_id(key)) == 1,
+                "naming an algorithm");
+        signature.algorithm = tlv::sequence({toDer(OBJ_nid2obj(algorithm), i2d_ASN1_OBJECT)});
+    } else {
+        OSSL_PARAM reported[] = {
+            OSSL_PARAM_construct_octet_string(OSSL_SIGNATURE_PARAM_ALGORITHM_ID, signature.algorithm.data(),
+                                              signature.algorithm.size()),
+            OSSL_PARAM_construct_end()};
+        require(EVP_PKEY_CTX_get_params(ofKey, reported) == 1, "naming an algorithm");
+        signature.algorithm.resize(reported[0].return_size);
+    }
     std::size_t size = signature.octets.size();
     require(EVP_DigestSign(context.get(), signature.octets.data(), &size, data.data(), data.size()) == 1, "signing");
     signature.octets.resize(size);
@@ -207,17 +215,23 @@ Bytes digest(const std::string& hashOid, const Bytes& data) {
     return result;
 }
 
+Key::Key(std::shared_ptr<EVP_PKEY> key) : key_(std::move(key)) {
+    X509_PUBKEY* info = nullptr;
+    require(X509_PUBKEY_set(&info, key_.get()) == 1, "reading a public key");
+    const std::unique_ptr<X509_PUBKEY, FreeWith<X509_PUBKEY_free>> owner(info);
+    const unsigned char* bits = nullptr;
+    int size = 0;
+    X509_PUBKEY_get0_param(nullptr, &bits, &size, nullptr, info);
+    public_ = std::make_shared<Public>(Public{toDer(info, i2d_X509_PUBKEY), Bytes(bits, bits + size)});
+}
+
 Key Key::make(KeyKind kind) {
-    Key key;
     const bool rsa = kind == KeyKind::kRsa2048 || kind == KeyKind::kRsa512;
-    key.key_ = rsa ? pooledRsa(kind) : generate(kind);
-    return key;
+    return Key(rsa ? pooledRsa(kind) : generate(kind));
 }
 
 Key Key::own(EVP_PKEY* key) {
-    Key owner;
-    owner.key_.reset(key, EVP_PKEY_free);
-    return owner;
+    return Key(std::shared_ptr<EVP_PKEY>(key, EVP_PKEY_free));
 }
 
 std::string Key::pem() const {
@@ -225,17 +239,6 @@ std::string Key::pem() const {
     require(PEM_write_bio_PKCS8PrivateKey(bio.get(), key_.get(), nullptr, nullptr, 0, nullptr, nullptr) == 1,
             "writing a key");
     return textIn(bio.get());
-}
-
-Bytes Key::publicKeyBits() const {
-    X509_PUBKEY* info = nullptr;
-    require(X509_PUBKEY_set(&info, key_.get()) == 1, "reading a public key");
-    const unsigned char* bits = nullptr;
-    int size = 0;
-    X509_PUBKEY_get0_param(nullptr, &bits, &size, nullptr, info);
-    Bytes result(bits, bits + size);
-    X509_PUBKEY_free(info);
-    return result;
 }
 
 std::string Identity::certificatePem() const {

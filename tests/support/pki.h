@@ -31,6 +31,8 @@ enum class KeyKind { kEcP256, kEcP384, kRsa2048, kRsa512, kEd25519, kDsa1024 };
 /// A private key; copies share it.
 class Key {
 public:
+    Key() = default;  // none
+
     /// A fresh key. RSA keys come from a pool of four a kind, since making one takes long: distinct until the fifth.
     static Key make(KeyKind kind = KeyKind::kEcP256);
     /// A key made elsewhere; takes it over.
@@ -41,11 +43,19 @@ public:
     /// PKCS #8 in PEM, not encrypted.
     std::string pem() const;
 
+    /// DER of SubjectPublicKeyInfo.
+    const Bytes& publicKeyInfo() const { return public_->info; }
     /// Content of subjectPublicKey, without the unused-bits octet: what key hashes are made of.
-    Bytes publicKeyBits() const;
+    const Bytes& publicKeyBits() const { return public_->bits; }
 
 private:
+    struct Public {
+        Bytes info, bits;
+    };
+    explicit Key(std::shared_ptr<evp_pkey_st> key);
+
     std::shared_ptr<evp_pkey_st> key_;
+    std::shared_ptr<const Public> public_;  // encoded once: libcrypto takes long to do it
 };
 
 /// A certificate and its private key.
