@@ -11,12 +11,8 @@
 #include "client/policy/policy_binding.h"
 #include "handles/exception.h"
 #include "handles/last_error.h"
+#include "handles/optional_services.h"
 #include "handles/status.h"
-
-// Another implementation of the services may lack these functions. Their addresses are null then.
-#pragma weak crypto_begin_check
-#pragma weak crypto_end_check
-#pragma weak crypto_check_time_left
 
 namespace tallow {
 

@@ -10,7 +10,7 @@
 
 namespace tallow {
 
-struct Question::Impl {
+struct TALLOW_HIDDEN Question::Impl {
     CertificateToCheck target;
     Bytes request;
     std::string hashOid;

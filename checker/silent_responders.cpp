@@ -21,7 +21,7 @@ std::string serverOf(const std::string& url) {
 
 }  // namespace
 
-struct SilentResponders::Impl {
+struct TALLOW_HIDDEN SilentResponders::Impl {
     mutable std::mutex mutex;
     std::map<std::string, std::string> reasons;  // by server
 };

@@ -9,7 +9,7 @@
 
 namespace tallow {
 
-struct Trust::Impl {
+struct TALLOW_HIDDEN Trust::Impl {
     std::vector<ATL2::CCertContext> roots;
     std::vector<ATL2::CCertContext> certificates;  // intermediates
     std::vector<Bytes> crls;

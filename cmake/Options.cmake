@@ -1,13 +1,29 @@
-# Build options, and two interface targets: tallow_flags sets warnings, visibility and instrumentation for all our
-# code; tallow_options adds the source root, from which everything but the examples includes.
+# Build options, and interface targets: tallow_flags sets warnings, visibility and instrumentation for all our code;
+# tallow_options adds the source root, from which everything but the examples includes; tallow_product is for what is
+# installed. Only targets of this project link them, so that no flag reaches a project that adds this one.
 option(TALLOW_WERROR "Treat warnings as errors" OFF)
 option(TALLOW_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
 option(TALLOW_COVERAGE "Build with coverage counters" OFF)
 option(TALLOW_FUZZ "Build the fuzz targets (clang only)" OFF)
-option(TALLOW_TESTS "Build the tests" ON)
-option(TALLOW_BENCH "Build the benchmarks" ON)
+option(TALLOW_HARDENING "Harden optimised builds: checked buffers, stack protection, PIE, read-only relocations" ON)
+# In another project only the libraries are built, and nothing is installed. A static library has no test programs: in
+# them, services and allocation are replaced by others.
+option(TALLOW_INSTALL "Install the libraries and what else is built" ${PROJECT_IS_TOP_LEVEL})
+option(TALLOW_COMMAND "Build the command" ${PROJECT_IS_TOP_LEVEL})
+option(TALLOW_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
+option(TALLOW_MAN "Build the manual pages (needs scdoc)" ${PROJECT_IS_TOP_LEVEL})
+set(tallow_library_type SHARED)
+set(tallow_tests_default ${PROJECT_IS_TOP_LEVEL})
+if(DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
+  set(tallow_library_type STATIC)
+  set(tallow_tests_default OFF)
+endif()
+option(TALLOW_TESTS "Build the tests" ${tallow_tests_default})
+option(TALLOW_BENCH "Build the benchmarks" ${tallow_tests_default})
 option(TALLOW_PROOF "Build the programs of proof/" OFF)
-option(TALLOW_MAN "Build the manual pages (needs scdoc)" ON)
+if(TALLOW_TESTS AND NOT (TALLOW_COMMAND AND tallow_library_type STREQUAL SHARED))
+  message(FATAL_ERROR "TALLOW_TESTS needs TALLOW_COMMAND and shared libraries")
+endif()
 option(TALLOW_PYTHON "Build the Python module (needs pybind11)" OFF)
 set(TALLOW_PLATFORM_LIBRARY "" CACHE FILEPATH
     "Another implementation of the Crypto and Support services to link in place of libtallow-platform")
@@ -42,14 +58,16 @@ add_library(tallow_options INTERFACE)
 target_link_libraries(tallow_options INTERFACE tallow_flags)
 target_include_directories(tallow_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
 
+include(cmake/Product.cmake)
+
 # tallow_subsystem(NAME SOURCES ... [PUBLIC_HEADERS ...] [LINK ...])
-# One subsystem: an archive tallow_NAME for the tests, whose objects also go into the shared library. PUBLIC_HEADERS
-# are installed, and compiled one by one by the house tests.
+# One subsystem: an archive tallow_NAME for the tests, whose objects also go into the library. PUBLIC_HEADERS are
+# installed, and compiled one by one by the house tests.
 function(tallow_subsystem name)
   cmake_parse_arguments(arg "" "" "SOURCES;PUBLIC_HEADERS;LINK" ${ARGN})
   add_library(tallow_${name} STATIC ${arg_SOURCES})
   set_target_properties(tallow_${name} PROPERTIES POSITION_INDEPENDENT_CODE ON)
-  target_link_libraries(tallow_${name} PUBLIC tallow_options ${arg_LINK})
+  target_link_libraries(tallow_${name} PUBLIC tallow_options ${arg_LINK} PRIVATE tallow_product)
   list(TRANSFORM arg_PUBLIC_HEADERS PREPEND ${CMAKE_CURRENT_SOURCE_DIR}/)
   set_property(GLOBAL APPEND PROPERTY TALLOW_PUBLIC_HEADERS ${arg_PUBLIC_HEADERS})
 endfunction()

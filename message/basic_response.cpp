@@ -8,7 +8,7 @@
 
 namespace Orvane::PKI::OCSP {
 
-struct CBasicResponse::Impl : BasicResponseContent {
+struct TALLOW_HIDDEN CBasicResponse::Impl : BasicResponseContent {
     CBlob encoded;  // the whole BasicOCSPResponse as received: the signature is checked over it
 };
 

@@ -75,7 +75,7 @@ private:
 /// Compares issuer hashes octet by octet, and serial numbers as integers. The hash algorithm is not compared: within
 /// one message the hashes already distinguish the entries, and responders are known to differ in the parameters (absent
 /// or NULL).
-[[nodiscard]] TALLOW_EXPORT bool namesSameCertificate(const CCertID& left, const CCertID& right);
+[[nodiscard]] bool namesSameCertificate(const CCertID& left, const CCertID& right);
 
 /// One of the three ways to name a certificate:
 ///

@@ -15,7 +15,7 @@
 
 namespace Orvane::PKI::OCSP {
 
-struct CRequestMessage::Impl {
+struct TALLOW_HIDDEN CRequestMessage::Impl {
     bool writeVersion = false;
     CSingleRequestList requestList;
     std::optional<ASN1::CExtensions> requestExtensions;

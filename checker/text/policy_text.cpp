@@ -7,11 +7,8 @@
 #include "client/policy/policy_binding.h"
 #include "client/policy/policy_settings.h"
 #include "handles/exception.h"
+#include "handles/optional_services.h"
 #include "handles/status.h"
-#include "platform/support/support_service.h"
-
-// Another implementation of the services may lack it. Its address is null then.
-#pragma weak support_settings_error
 
 namespace tallow::text {
 

@@ -18,7 +18,7 @@ TALLOW_EXPORT std::wstring wide(std::string_view text);
 TALLOW_EXPORT std::string withoutLogin(std::string_view url);
 
 /// The same as one line for a terminal.
-TALLOW_EXPORT std::string safeUrl(std::string_view url);
+std::string safeUrl(std::string_view url);
 
 /// One line for a terminal: valid UTF-8, with control characters, all line breaks and bidirectional control characters
 /// as \u{XX}.

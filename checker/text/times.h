@@ -11,9 +11,9 @@ namespace tallow::text {
 
 using Time = std::chrono::system_clock::time_point;
 
-TALLOW_EXPORT Orvane::CDateTime dateOf(Time time);
+Orvane::CDateTime dateOf(Time time);
 /// A date that Time cannot express becomes its first or last one.
-TALLOW_EXPORT Time timeOf(const Orvane::CDateTime& date);
+Time timeOf(const Orvane::CDateTime& date);
 
 /// "2026-01-02T03:04:05Z"; null gives an empty text.
 TALLOW_EXPORT std::string iso8601(const Orvane::CDateTime* time);

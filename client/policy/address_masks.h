@@ -43,12 +43,11 @@ void checkRedirectPolicies(const CRequestPolicy& policy, const ExchangeTraits& e
 
 /// Whether policy permits this proxy, or going without one where it is empty: the part of checkHttpPolicies that is
 /// about the proxy, without an exception and without a trace.
-[[nodiscard]] TALLOW_EXPORT bool mayUseProxy(const CRequestPolicy& policy, const ExchangeTraits& exchange);
+[[nodiscard]] bool mayUseProxy(const CRequestPolicy& policy, const ExchangeTraits& exchange);
 
 /// The schemes that policy does not deny for a login at a responder, or a proxy: CRYPTO_AUTH_... bits. The words for
 /// https count for an address of that scheme, case ignored, and those for http for every other.
-[[nodiscard]] TALLOW_EXPORT std::uint32_t permittedAuthSchemes(const CRequestPolicy& policy, const wchar_t* address,
-                                                               bool isProxy);
+[[nodiscard]] std::uint32_t permittedAuthSchemes(const CRequestPolicy& policy, const wchar_t* address, bool isProxy);
 
 /// Whether an address is for the SSL defaults and words: it begins with "https://" exactly.
 [[nodiscard]] bool beginsWithHttps(const wchar_t* address) noexcept;

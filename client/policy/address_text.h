@@ -11,7 +11,7 @@ namespace Orvane::PKI::OCSP::Client {
 /// The address as messages, results and traces may show it: everything that could be a user name or password, up to the
 /// last "@", is replaced by "***". Works on texts that are no valid address too, and never shows too much: an "@" in a
 /// path hides the host.
-[[nodiscard]] TALLOW_EXPORT std::wstring withoutCredentials(std::wstring_view address);
+[[nodiscard]] std::wstring withoutCredentials(std::wstring_view address);
 
 /// Whether a user name or password precedes the host, also in an address that is not well-formed. An "@" in the path
 /// or query does not count.

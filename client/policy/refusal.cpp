@@ -1,11 +1,8 @@
 #include "client/policy/refusal.h"
 
 #include "handles/exception.h"
+#include "handles/optional_services.h"
 #include "handles/status.h"
-#include "platform/support/support_service.h"
-
-// Another implementation of the services may lack it. Its address is null then.
-#pragma weak support_settings_keys
 
 namespace Orvane::PKI::OCSP::Client {
 

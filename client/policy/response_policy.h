@@ -22,7 +22,6 @@ struct TALLOW_EXPORT CResponsePolicy {
 /// The earliest thisUpdate that is accepted for `reference`: `units` (taken as a signed 32-bit number) intervals before
 /// it. Throws as DateAddW: 0x80070057 for an unknown interval letter, and 0x80004005 (by months and years
 /// 0x80070057) when the limit is before 1601.
-[[nodiscard]] TALLOW_EXPORT CDateTime thisUpdateLimit(const CGPString& interval, long units,
-                                                      const CDateTime& reference);
+[[nodiscard]] CDateTime thisUpdateLimit(const CGPString& interval, long units, const CDateTime& reference);
 
 }  // namespace Orvane::PKI::OCSP::Client

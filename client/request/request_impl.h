@@ -31,7 +31,7 @@ struct ResponseDelete {
     void operator()(CResponse* response) const noexcept;
 };
 
-struct CRequest::Impl {
+struct TALLOW_HIDDEN CRequest::Impl {
     Impl(CRequest& owner, bool messageMode);
     // For copies: every member has its empty default; the assignment that follows fills it.
     explicit Impl(CRequest& owner);

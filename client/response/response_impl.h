@@ -24,7 +24,7 @@
 
 namespace Orvane::PKI::OCSP::Client {
 
-struct CResponse::Impl {
+struct TALLOW_HIDDEN CResponse::Impl {
     explicit Impl(CResponse& owner);
     ~Impl();
     Impl(const Impl&) = delete;

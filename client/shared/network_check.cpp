@@ -4,12 +4,7 @@
 
 #include "foundation/trace.h"
 #include "handles/last_error.h"
-
-// Another implementation may lack these four functions. Their addresses are null then.
-#pragma weak crypto_begin_check
-#pragma weak crypto_end_check
-#pragma weak crypto_check_time_left
-#pragma weak crypto_forget_response
+#include "handles/optional_services.h"
 
 namespace Orvane::PKI::OCSP::Client {
 

@@ -5,7 +5,8 @@
 
 C functions and data are listed one by one, C++ by class and by free function: what a class offers is its header's
 business, but a class that loses its mark vanishes as a whole. Names outside our namespaces must not leak out. Symbols
-of vague linkage (templates, inline functions) may stand in any library and are left alone. --update rewrites the lists.
+of vague linkage (templates, inline functions) may stand in any library and are left alone. Every symbol has a version of
+abi/*.map. --update rewrites the lists.
 """
 import re
 import subprocess
@@ -22,11 +23,13 @@ PREFIXES = r"^(vtable for|typeinfo for|typeinfo name for|VTT for|(non-)?virtual 
 
 
 def symbols(library):
+    """Names and the versions that programs record with them."""
     out = subprocess.run(["nm", "-D", "--defined-only", "-C", library], text=True, capture_output=True, check=True)
     for line in out.stdout.splitlines():
         _, kind, name = line.split(maxsplit=2)
-        if kind not in "WVu":
-            yield re.sub(PREFIXES, "", name.replace("[abi:cxx11]", ""))
+        if kind not in "WVuA":  # A: the versions themselves
+            name, _, version = name.partition("@@")
+            yield re.sub(PREFIXES, "", name.replace("[abi:cxx11]", "")), version
 
 
 def entry_of(name):
@@ -55,9 +58,11 @@ def main():
     errors = []
     for argument in (a for a in sys.argv[1:] if not a.startswith("--")):
         name, library = argument.split("=", 1)
-        exported = set(symbols(library))
+        versions = dict(symbols(library))
+        exported = set(versions)
         entries = {entry_of(s).split("(", 1)[0] for s in exported}
         errors += [f"{name}: leaks {s}" for s in sorted(exported) if not is_ours(s)]
+        errors += [f"{name}: {s} has no version" for s in sorted(exported) if not versions[s]]
         if name == "tallow":
             errors += [f"{name}: requires {s}, or no longer uses it" for s in optional_but_required(library)]
         golden = HERE / f"{name}.symbols"

@@ -1,113 +1,36 @@
 // Installs into a temporary prefix, builds the examples against it with find_package and with pkg-config, and runs them
 // against a real responder.
-#include <gmock/gmock.h>
-
 #include <filesystem>
 #include <fstream>
+#include <set>
 
-#include "tests/support/pki.h"
-#include "tests/support/process.h"
-#include "tests/support/responder.h"
-#include "tests/support/temp_dir.h"
+#include "tests/package/package_fixture.h"
 
 namespace {
 
 using namespace testkit;
 using testing::HasSubstr;
+using testing::Not;
 using testing::StartsWith;
 
-constexpr int kBuildTimeoutMs = 240000;
-
-void runOrThrow(const std::vector<std::string>& command, const std::vector<std::string>& environment = {}) {
-    const ProcessResult result = run(command, kBuildTimeoutMs, environment);
-    if (result.exitStatus != 0) {
-        throw std::runtime_error(command.front() + " failed: " + result.out + result.err);
-    }
-}
-
-class InstalledPackage : public testing::Test {
+class InstalledPackage : public PackageFixture {
 protected:
     static void SetUpTestSuite() {
-        folder_ = std::make_unique<TempDir>();
+        setUpPki();
         runOrThrow({TALLOW_CMAKE, "--install", TALLOW_BUILD_FOLDER, "--prefix", prefix()});
-        buildWithFindPackage();
-        buildWithPkgConfig();
-        root_ = rootCa("Root");
-        ca_ = issueCa(root_, "CA");
-        CertificateSpec spec;
-        spec.commonName = "responder";
-        spec.extendedKeyUsage = "OCSPSigning";
-        spec.ocspNoCheck = true;
-        signer_ = issue(ca_, spec);
-        good_ = issue(ca_, {});
-        revoked_ = issue(ca_, {});
-        folder_->write("root.pem", root_.certificatePem());
-        folder_->write("ca.pem", ca_.certificatePem());
-        folder_->write("ca.der", ca_.certificate);
-        folder_->write("root.crl", makeCrl(root_, {}));
-        folder_->write("home/tallow/stores/ROOT/root.pem", root_.certificatePem());
-        folder_->write("home/tallow/stores/CA/ca.pem", ca_.certificatePem());
-        folder_->write("home/tallow/stores/CA/root.crl", makeCrl(root_, {}));
+        buildExamples(prefix(), file("cmake"));
+        buildByPkgConfig(prefix(), "classes.cpp", program("pc-classes"));
+        buildByPkgConfig(prefix(), "check.c", program("pc-check-c"));
     }
-    static void TearDownTestSuite() { folder_.reset(); }
 
     static std::string prefix() { return folder_->file("prefix"); }
+    static std::string library(const std::string& name) { return prefix() + "/" TALLOW_LIBDIR "/" + name; }
     static std::string program(const std::string& name) { return folder_->file(name); }
     static std::string example(const std::string& name) { return program("cmake/example-" + name); }
-    static std::string file(const std::string& name) { return folder_->file(name); }
-
-    static Responder responder() {
-        ResponderOptions options;
-        options.ca = ca_;
-        options.signer = signer_;
-        options.index = {{good_, 'V'}, {revoked_, 'R'}};
-        return Responder(options);
-    }
-    static ProcessResult ask(const std::vector<std::string>& command) {
-        return run(command, 60000, {"XDG_DATA_HOME=" + folder_->file("home")});
-    }
     static ProcessResult inFolder(const std::string& script) {
         return ask({"sh", "-c", "cd " + folder_->path().string() + "; " + script});
     }
-    // With the serial number of a certificate that the responder knows, so that it gives that one's status.
-    static std::string leafNaming(const Responder& responder, const Identity& known) {
-        CertificateSpec spec;
-        spec.serial = known.serial();
-        spec.ocspUrls = {responder.url()};
-        return folder_->write("leaf.der", issue(ca_, spec).certificate);
-    }
-
-    static std::unique_ptr<TempDir> folder_;
-    static Identity root_, ca_, signer_, good_, revoked_;
-
-private:
-    static void buildWithFindPackage() {
-        const std::string build = folder_->file("cmake");
-        runOrThrow({TALLOW_CMAKE, "-S", TALLOW_EXAMPLES, "-B", build, "-DCMAKE_PREFIX_PATH=" + prefix(),
-                    "-DCMAKE_C_COMPILER=" TALLOW_C_COMPILER, "-DCMAKE_CXX_COMPILER=" TALLOW_CXX_COMPILER,
-                    "-DCMAKE_CXX_FLAGS=-Wall -Wextra -Wpedantic -Werror",
-                    "-DCMAKE_C_FLAGS=-Wall -Wextra -Wpedantic -Werror"});
-        runOrThrow({TALLOW_CMAKE, "--build", build});
-    }
-    static void buildWithPkgConfig() {
-        const std::string flags = " $(pkg-config --cflags --libs tallow) -Wl,-rpath," + prefix() + "/" TALLOW_LIBDIR;
-        const std::string examples = TALLOW_EXAMPLES;
-        const std::vector<std::string> path{"PKG_CONFIG_PATH=" + prefix() + "/" TALLOW_LIBDIR "/pkgconfig"};
-        runOrThrow({"sh", "-c",
-                    TALLOW_CXX_COMPILER " -std=c++20 " + examples + "/classes.cpp -o " + program("pc-classes") + flags},
-                   path);
-        runOrThrow(
-            {"sh", "-c", TALLOW_C_COMPILER " -std=c11 " + examples + "/check.c -o " + program("pc-check-c") + flags},
-            path);
-    }
 };
-
-std::unique_ptr<TempDir> InstalledPackage::folder_;
-Identity InstalledPackage::root_;
-Identity InstalledPackage::ca_;
-Identity InstalledPackage::signer_;
-Identity InstalledPackage::good_;
-Identity InstalledPackage::revoked_;
 
 // Each program takes certificates of a CA below the root, and a responder that this CA named.
 TEST_F(InstalledPackage, ServesTheExamplesThatAsk) {
@@ -121,6 +44,7 @@ TEST_F(InstalledPackage, ServesTheExamplesThatAsk) {
     const std::string revoked = "The certificate CN=subject is revoked since ";
     const Row rows[] = {
         {"check", {example("check")}, {file("root.pem")}, good, revoked},
+        {"own trace", {example("own-trace")}, {file("root.pem")}, good, revoked},
         {"own roots", {example("own-roots"), file("root.pem"), file("ca.pem"), file("root.crl")}, {}, good, revoked},
         {"evidence",
          {example("evidence"), file("root.pem"), file("root.crl")},
@@ -145,17 +69,8 @@ TEST_F(InstalledPackage, ServesTheExamplesThatAsk) {
             const ProcessResult result = ask(command);
             EXPECT_EQ(result.exitStatus, isGood ? 0 : 1) << result.err;
             EXPECT_THAT(result.out, StartsWith(isGood ? row.good : row.revoked));
+            EXPECT_EQ(result.err.find("log: ") != std::string::npos, row.before[0] == example("own-trace"));
         }
-    }
-}
-
-TEST_F(InstalledPackage, HasManualPagesAndCompletions) {
-    std::vector<std::string> files{"bash-completion/completions/tallow", "zsh/site-functions/_tallow"};
-    if (run({"sh", "-c", "command -v scdoc"}).exitStatus == 0) {
-        files.insert(files.end(), {"man/man1/tallow-check.1", "man/man5/tallow.toml.5", "man/man7/tallow-statuses.7"});
-    }
-    for (const std::string& file : files) {
-        EXPECT_TRUE(std::filesystem::exists(prefix() + "/share/" + file)) << file;
     }
 }
 
@@ -215,7 +130,7 @@ TEST_F(InstalledPackage, HeadersIncludeEachOtherByTheirInstalledPaths) {
         ++numHeaders;
         std::ifstream header(entry.path());
         for (std::string line; std::getline(header, line);) {
-            EXPECT_THAT(line, testing::Not(HasSubstr("#include \""))) << entry.path();
+            EXPECT_THAT(line, Not(HasSubstr("#include \""))) << entry.path();
             if (line.starts_with("#include <tallow/")) {
                 const std::string target = line.substr(10, line.find('>') - 10);
                 EXPECT_TRUE(exists(include / target)) << entry.path() << " includes " << target;
@@ -225,10 +140,104 @@ TEST_F(InstalledPackage, HeadersIncludeEachOtherByTheirInstalledPaths) {
     EXPECT_GT(numHeaders, 100);
 }
 
+// The files below a directory, relative to it.
+std::set<std::string> filesBelow(const std::filesystem::path& directory) {
+    std::set<std::string> files;
+    for (const auto& entry : std::filesystem::recursive_directory_iterator(directory)) {
+        if (!entry.is_directory()) {
+            files.insert(entry.path().lexically_relative(directory).string());
+        }
+    }
+    return files;
+}
+
+// A packager takes each component for a package of its own: together they are everything, and they share no file.
+TEST_F(InstalledPackage, IsDividedIntoComponents) {
+    struct Row {
+        const char* component;
+        std::vector<std::string> files;
+    };
+    const std::string libraries = TALLOW_LIBDIR, documentation = "share/doc/tallow/";
+    Row rows[] = {
+        {"runtime",
+         {libraries + "/libtallow.so." TALLOW_SOVERSION, libraries + "/libtallow-platform.so." TALLOW_SOVERSION,
+          documentation + "LICENSE", documentation + "tallow.spdx.json"}},
+        {"development",
+         {libraries + "/libtallow.so", libraries + "/libtallow-platform.so", "include/tallow/checker.h",
+          libraries + "/cmake/tallow/tallow-config.cmake", libraries + "/pkgconfig/tallow.pc",
+          libraries + "/pkgconfig/tallow-platform.pc"}},
+        {"tools",
+         {"bin/tallow", "share/bash-completion/completions/tallow", "share/zsh/site-functions/_tallow",
+          "share/tallow/schemas/check.json"}},
+        {"documentation",
+         {documentation + "README.md", documentation + "docs/embedding.md", documentation + "settings.example.toml",
+          documentation + "examples/check.c"}},
+        {"python", {}},
+    };
+    if (run({"sh", "-c", "command -v scdoc"}).exitStatus == 0) {
+        rows[2].files.insert(rows[2].files.end(), {"share/man/man1/tallow-check.1", "share/man/man5/tallow.toml.5",
+                                                   "share/man/man7/tallow-statuses.7"});
+    }
+    std::set<std::string> all;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.component);
+        const std::string destination = file(std::string("components/") + row.component);
+        std::filesystem::create_directories(destination + "/usr");
+        runOrThrow({TALLOW_CMAKE, "--install", TALLOW_BUILD_FOLDER, "--prefix", "/usr", "--component", row.component},
+                   {"DESTDIR=" + destination});
+        const std::set<std::string> files = filesBelow(destination + "/usr");
+        EXPECT_THAT(files, testing::IsSupersetOf(row.files));
+        for (const std::string& name : files) {
+            EXPECT_TRUE(all.insert(name).second) << name << " is in two components";
+        }
+    }
+    EXPECT_EQ(all, filesBelow(prefix()));
+}
+
+// Below 1.0 a minor version may break programs, so that it is part of the name that they load.
+TEST_F(InstalledPackage, NamesItsVersionToTheLoader) {
+    for (const std::string name : {"libtallow", "libtallow-platform"}) {
+        SCOPED_TRACE(name);
+        const std::string soname = name + ".so." TALLOW_SOVERSION;
+        EXPECT_THAT(run({"readelf", "-dW", library(soname)}).out, HasSubstr("soname: [" + soname + "]"));
+    }
+    // A program records the versions of what it uses, so that an older library is refused when it starts.
+    EXPECT_THAT(run({"readelf", "-VW", program("pc-check-c")}).out, HasSubstr("Name: TALLOW_" TALLOW_SOVERSION " "));
+}
+
 TEST_F(InstalledPackage, HasACommandThatFindsItsLibraries) {
     const ProcessResult result = run({prefix() + "/bin/tallow", "--version"});
     EXPECT_EQ(result.exitStatus, 0) << result.err;
-    EXPECT_THAT(result.out, HasSubstr("tallow "));
+    EXPECT_THAT(result.out, HasSubstr("tallow " TALLOW_VERSION "\n"));
+}
+
+// Control flow protection is looked for in the code: the note that hardening-check reads is only written where the C
+// library's own start files have it, too. Stack clash protection leaves no trace where no function has a large frame.
+TEST_F(InstalledPackage, IsHardened) {
+    if (!TALLOW_HARDENED) {
+        GTEST_SKIP() << "not an optimised build with TALLOW_HARDENING";
+    }
+    const std::string paths[] = {library("libtallow.so"), library("libtallow-platform.so"), prefix() + "/bin/tallow"};
+    for (const std::string& path : paths) {
+        SCOPED_TRACE(path);
+        const ProcessResult result = run({"hardening-check", "--nocfprotection", path});
+        EXPECT_EQ(result.exitStatus, 0) << result.out << result.err;
+        for (const char* feature : {"Stack protected: yes", "Fortify Source functions: yes",
+                                    "Read-only relocations: yes", "Immediate binding: yes"}) {
+            EXPECT_THAT(result.out, HasSubstr(feature));
+        }
+#if defined(__x86_64__)
+        EXPECT_EQ(run({"sh", "-c", "objdump -d " + path + " | grep -q endbr64"}, 120000).exitStatus, 0);
+#endif
+    }
+}
+
+// What the installation needs of other packages, for scanners that look for known weaknesses.
+TEST_F(InstalledPackage, ListsItsComponentsInSpdx) {
+    const ProcessResult result = run({TALLOW_PYTHON3, TALLOW_SOURCE "/tests/package/validate_spdx.py",
+                                      prefix() + "/share/doc/tallow/tallow.spdx.json", "tallow=" TALLOW_VERSION,
+                                      "openssl", "curl", "tomlplusplus", "cli11", "nlohmann-json"});
+    EXPECT_EQ(result.exitStatus, 0) << result.out << result.err;
 }
 
 // In a copy of the package elsewhere. The current directory and the search path contain a module that fits, which must
