@@ -101,6 +101,19 @@ TEST(Connection, ServesAnotherExchangeOnlyAfterAnExactAnswer) {
     expectRow({"a second answer later", late, 2});
 }
 
+// A server, or something before it, that answers once and then leaves the connection open.
+TEST(Connection, IsGivenUpWhenTheServerForgotIt) {
+    const SettingsFile settings("[crypto]\nexchange_timeout_ms = 20000\n");
+    const HttpReply late{.body = bytesOf("late"), .delayMs = 3500};
+    std::atomic<int> count{0};
+    HttpServer server([&](const HttpRequest& request) { return count++ == 1 ? late : kept(request); });
+    for (const char* text : {"first", "second", "third", "fourth"}) {
+        EXPECT_EQ(post(server.url(), bytesOf(text)).body, bytesOf(text));
+    }
+    EXPECT_EQ(server.numConnections(), 4) << "no more connections are kept to such a server";
+    EXPECT_EQ(server.requests().size(), 5u);
+}
+
 TEST(Connection, IsOfOneServerAndOfRequestsWithoutLogin) {
     HttpServer server(kept);
     HttpServer other(kept);

@@ -5,6 +5,8 @@
 #include <array>
 #include <climits>
 
+#include "platform/crypto/base/decode_whole.h"
+
 namespace tallow::platform {
 
 namespace {
@@ -87,14 +89,15 @@ std::string oidText(const DerElement& element) {
     if (element.tag != V_ASN1_OBJECT || element.whole.size() > kMaximumOidSize) {
         return {};
     }
-    const unsigned char* position = element.whole.data();
-    ASN1_OBJECT* const object = d2i_ASN1_OBJECT(nullptr, &position, static_cast<long>(element.whole.size()));
+    const auto object = decodeWhole<d2i_ASN1_OBJECT, ASN1_OBJECT_free>(element.whole);
     if (object == nullptr) {
         return {};
     }
     std::array<char, 512> text{};
-    const int length = OBJ_obj2txt(text.data(), text.size(), object, 1);
-    ASN1_OBJECT_free(object);
+    const int length = OBJ_obj2txt(text.data(), text.size(), object.get(), 1);
+    if (length < 0) {
+        throwIfOutOfMemory();
+    }
     return length > 0 && static_cast<size_t>(length) < text.size() ? std::string(text.data()) : std::string();
 }
 

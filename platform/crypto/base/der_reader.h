@@ -41,7 +41,8 @@ private:
     bool failed_ = false;
 };
 
-// The dotted text of an OBJECT IDENTIFIER element; empty when it is malformed or longer than any in use.
+// The dotted text of an OBJECT IDENTIFIER element; empty when it is malformed or longer than any in use. Throws
+// std::bad_alloc.
 std::string oidText(const DerElement& element);
 
 // The octets of a BIT STRING and the number of unused bits in the last; false when malformed.

@@ -82,14 +82,21 @@ StoreFiles filesOf(const std::string& name, StoreView storeView) {
 struct Circumstances {
     std::chrono::steady_clock::time_point time;
     unsigned long settings = 0;
-    uid_t user = 0;  // decides whose stores, and whose files are trusted
+    uid_t user = 0;       // whose files are trusted
+    pid_t process = 0;    // a child may change its root directory
+    std::string folders;  // the user's, which the environment may name
 
-    static Circumstances ofNow() { return {std::chrono::steady_clock::now(), settingsVersion(), ::geteuid()}; }
+    static Circumstances ofNow() {
+        StoreFiles ignored;
+        return {std::chrono::steady_clock::now(), settingsVersion(), ::geteuid(), ::getpid(),
+                storesOf(StoreView::kUser, ignored)};
+    }
 
     // Whether a reading that was begun under these circumstances may be used now.
     bool permitUse(const Circumstances& now) const {
         constexpr std::chrono::milliseconds kLongest{100};
-        return now.time - time < kLongest && now.settings == settings && now.user == user;
+        return now.time - time < kLongest && now.settings == settings && now.user == user && now.process == process &&
+               now.folders == folders;
     }
 };
 

@@ -85,7 +85,8 @@ bool IssuerDownload::fetched(const Certificate& certificate, std::size_t index, 
         return false;
     }
     const std::string& url = addresses[index];
-    if (const Bytes* const known = downloadOfCheck(url)) {
+    // What is known counts as a download, too: its certificates are parsed for each certificate that names it.
+    if (const Bytes* const known = downloadOfCheck(url); known != nullptr && allowance_.take()) {
         found = certificatesIn(*known, certificate);
         downloads_.push_back({url, *known, found});
     } else if (std::optional<Bytes> body = fetchObject(url, exchangeLimits().maxBodySize, allowance_)) {

@@ -96,6 +96,9 @@ bool Connection::isLeftClean(std::size_t sizeSent) const {
 
 void Connection::park() noexcept {
     socket_ = activeSocket();
+    curl_off_t microseconds = 0;
+    static_cast<void>(curl_easy_getinfo(easy_.get(), CURLINFO_STARTTRANSFER_TIME_T, &microseconds));
+    answeredAfter_ = std::chrono::milliseconds(microseconds / 1000);
     sockaddr_storage peer{};
     socklen_t size = sizeof peer;
     auto* const address = reinterpret_cast<sockaddr*>(&peer);
@@ -111,6 +114,10 @@ bool Connection::resume() noexcept {
 
 bool Connection::isQuiet() const noexcept {
     return isSilent(socket_);
+}
+
+void Connection::hangUp() noexcept {
+    ::shutdown(socket_, SHUT_RDWR);
 }
 
 }  // namespace tallow::platform

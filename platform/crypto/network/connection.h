@@ -54,6 +54,12 @@ public:
     // True while a parked connection is open and the server has sent nothing since: what it sends unasked would be
     // taken for the answer to the next request.
     bool isQuiet() const noexcept;
+    // Tells the server of a parked connection that nothing more comes. Only a system call: the connection is closed
+    // completely later.
+    void hangUp() noexcept;
+    // How long to wait for the first octet of an answer over a connection that was parked: some servers answer once and
+    // then leave the connection open. Far longer than the last answer took.
+    std::chrono::milliseconds patience() const noexcept { return std::chrono::seconds(1) + 4 * answeredAfter_; }
     // Of the server of a parked connection.
     AddressClass peerClass() const noexcept { return peerClass_; }
     Clock::time_point openedAt() const noexcept { return openedAt_; }
@@ -61,6 +67,8 @@ public:
     // Set before each transfer: its deadline, and the addresses it may connect to.
     Clock::time_point deadline = {};
     Reach reach = {};
+    // When to give up a transfer that no header line has arrived for.
+    Clock::time_point answerBy = Clock::time_point::max();
 
     // CURLOPT_OPENSOCKETFUNCTION and CURLOPT_SSL_CTX_FUNCTION; `target` is the object.
     static curl_socket_t onOpenSocket(void* target, curlsocktype purpose, curl_sockaddr* address);
@@ -86,7 +94,8 @@ private:
     bool isReused_ = false;
     curl_socket_t socket_ = CURL_SOCKET_BAD;  // of a parked connection
     AddressClass peerClass_ = AddressClass::kSpecial;
-    SSL* session_ = nullptr;  // of the connection, which owns it; null without TLS
+    std::chrono::milliseconds answeredAfter_{0};  // the last answer
+    SSL* session_ = nullptr;                      // of the connection, which owns it; null without TLS
     // Last, since closing the connection looks at the members above. The handle is freed before its share.
     std::unique_ptr<CURLSH, ShareFree> share_;  // null when memory ran out
     std::unique_ptr<CURL, EasyFree> easy_;

@@ -1,8 +1,15 @@
 #include "platform/crypto/network/connection_pool.h"
 
+#include <pthread.h>
+#include <unistd.h>
+
 #include <algorithm>
+#include <csignal>
+#include <ctime>
 #include <iterator>
 #include <utility>
+
+#include "platform/support/fork_gate.h"
 
 namespace tallow::platform {
 
@@ -42,9 +49,78 @@ std::unique_ptr<Connection> ConnectionPool::take(const std::string& key, const R
     }
 }
 
-void ConnectionPool::keep(std::string key, std::unique_ptr<Connection> connection) noexcept {
+void ConnectionPool::noteSilence(const std::string& key) {
+    const std::scoped_lock lock(mutex_);
+    if (silent_.size() >= kMaxSilent) {
+        silent_.erase(silent_.begin());
+    }
+    silent_.push_back(key);
+}
+
+bool ConnectionPool::mayKeep(const std::string& key) noexcept {
+    return std::find(silent_.begin(), silent_.end(), key) == silent_.end() && (ending_ == ::getpid() || startEnding());
+}
+
+// With a small stack, since it makes only system calls, and without signals, which are for the program's threads.
+bool ConnectionPool::startEnding() noexcept {
+    constexpr std::size_t kSizeStack = 128 * 1024;
+    pthread_attr_t attributes;
+    if (::pthread_attr_init(&attributes) != 0) {
+        return false;
+    }
+    sigset_t all;
+    sigset_t before;
+    ::sigfillset(&all);
+    pthread_t thread{};
+    bool isStarted = ::pthread_attr_setdetachstate(&attributes, PTHREAD_CREATE_DETACHED) == 0 &&
+                     ::pthread_attr_setstacksize(&attributes, kSizeStack) == 0 &&
+                     ::pthread_sigmask(SIG_SETMASK, &all, &before) == 0;
+    if (isStarted) {
+        isStarted = ::pthread_create(&thread, &attributes, endIdle, this) == 0;
+        ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
+    }
+    ::pthread_attr_destroy(&attributes);
+    ending_ = isStarted ? ::getpid() : 0;
+    return isStarted;
+}
+
+// It neither waits for a condition, which would not survive a fork, nor frees a connection, since the process may be
+// ending: an exchange does that later.
+void* ConnectionPool::endIdle(void* pool) noexcept {
+    constexpr timespec kPause{0, 50'000'000};
+    bool isNeeded = true;
+    while (isNeeded) {
+        ::nanosleep(&kPause, nullptr);
+        ForkGate::enterAgain(1);
+        isNeeded = static_cast<ConnectionPool*>(pool)->endThoseOver();
+        static_cast<void>(ForkGate::leaveAll());
+    }
+    return nullptr;
+}
+
+bool ConnectionPool::endThoseOver() noexcept {
+    const Connection::Clock::time_point now = Connection::Clock::now();
+    const std::scoped_lock lock(mutex_);
+    bool isAnyLeft = false;
+    for (Idle& idle : idle_) {
+        if (idle.connection->isOwn() && idle.end <= now) {
+            idle.connection->hangUp();
+        } else {
+            isAnyLeft |= idle.connection->isOwn();
+        }
+    }
+    ending_ = isAnyLeft ? ending_ : 0;
+    return isAnyLeft;
+}
+
+void ConnectionPool::keep(std::string key, std::unique_ptr<Connection> connection,
+                          std::chrono::milliseconds maxIdle) noexcept {
     Idle closing;
     const std::scoped_lock lock(mutex_);
+    if (!mayKeep(key)) {
+        closing.connection = std::move(connection);
+        return;
+    }
     const auto hasKey = [&key](const Idle& idle) { return idle.key == key; };
     const auto numForKey = static_cast<std::size_t>(std::count_if(idle_.begin(), idle_.end(), hasKey));
     const bool isKeyFull = numForKey >= kMaxIdleForKey;
@@ -53,7 +129,9 @@ void ConnectionPool::keep(std::string key, std::unique_ptr<Connection> connectio
         closing = std::move(*oldest);
         idle_.erase(oldest);
     }
-    idle_.push_back({std::move(key), std::move(connection), Connection::Clock::now()});
+    const Connection::Clock::time_point now = Connection::Clock::now();
+    const Connection::Clock::time_point end = std::min(now + maxIdle, connection->openedAt() + kLongestLife);
+    idle_.push_back({std::move(key), std::move(connection), now, end});
 }
 
 }  // namespace tallow::platform

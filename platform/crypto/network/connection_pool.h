@@ -3,7 +3,8 @@
 // A connection is given only to an exchange with the same key, which contains everything that decides what a new
 // connection would be, and only if the rules for addresses permit its server now. It is closed when it was idle for as
 // long as the setting connection_idle_ms says, or a minute after it was opened: names, the certificates of servers and
-// the system's roots are then looked at again. There is no thread for this: each exchange closes what is over.
+// the system's roots are then looked at again. A server with few workers may serve nobody else before that, so a thread
+// ends such connections in time, and ends itself when there are none left.
 #pragma once
 
 #include <sys/types.h>
@@ -33,23 +34,34 @@ public:
     // The connection last used with this key, or null, as for an empty key. Closes those that are over.
     std::unique_ptr<Connection> take(const std::string& key, const Reach& reach, std::chrono::milliseconds maxIdle);
     // Takes a parked connection. When there are too many, the one that is idle for longest is closed.
-    void keep(std::string key, std::unique_ptr<Connection> connection) noexcept;
+    void keep(std::string key, std::unique_ptr<Connection> connection, std::chrono::milliseconds maxIdle) noexcept;
+    // The server left a request over an open connection without an answer: none is kept for this key from now on.
+    void noteSilence(const std::string& key);
 
 private:
+    static constexpr std::size_t kMaxSilent = 64;
+
     ConnectionPool() { idle_.reserve(kMaxIdle); }
 
     struct Idle {
         std::string key;
         std::unique_ptr<Connection> connection;
         Connection::Clock::time_point since;
+        Connection::Clock::time_point end;  // when the thread ends it
     };
     using IdleList = std::vector<Idle>;
 
     // Moves those that are over to `closing`. Closing may take a while, so it is done without the lock.
     void removeOver(std::chrono::milliseconds maxIdle, IdleList& closing);
+    bool mayKeep(const std::string& key) noexcept;
+    bool startEnding() noexcept;
+    static void* endIdle(void* pool) noexcept;
+    bool endThoseOver() noexcept;
 
     std::mutex mutex_;
-    IdleList idle_;  // in the order of their last use; its capacity is never exceeded
+    IdleList idle_;                    // in the order of their last use; its capacity is never exceeded
+    std::vector<std::string> silent_;  // the last keys of noteSilence
+    pid_t ending_ = 0;                 // the process in which the thread runs; a fork does not copy it
 };
 
 }  // namespace tallow::platform

@@ -287,6 +287,7 @@ private:
     std::optional<CURLcode> transferOverIdle(const HttpAddress& address, const Reach& reach);
     CURLcode transfer(const HttpAddress& address, const Reach& reach);
     bool isWithoutAnswer(CURLcode code) const;
+    static int onProgress(void* target, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
     HttpAnswer arrived(std::string& next);
     // After a hop whose answer is used: leaves its connection to other exchanges, if nothing speaks against it.
     void keepConnection();
@@ -342,6 +343,9 @@ CURLcode Exchange::transfer(const HttpAddress& address, const Reach& reach) {
     connection_->reach = reach;
     Options options(connection_->easy());
     setCommonOptions(options, limits_, arrival_, *connection_);
+    options.set(CURLOPT_NOPROGRESS, 0L);
+    options.set(CURLOPT_XFERINFOFUNCTION, onProgress);
+    options.set(CURLOPT_XFERINFODATA, this);
     options.set(CURLOPT_ERRORBUFFER, libraryText_);
     setRequest(options, call_, headers_.get());
     setProxy(options, proxy_, call_.proxyAuthSchemes);
@@ -361,8 +365,8 @@ CURLcode Exchange::transfer(const HttpAddress& address, const Reach& reach) {
     return isLate ? CURLE_OPERATION_TIMEDOUT : code;
 }
 
-// True if the server closed the connection before it sent a header line, so that the request may be sent once more. It
-// has the same effect however often it arrives.
+// True if no header line came over a connection that was open, since the server closed or forgot it, so that the
+// request may be sent once more. It has the same effect however often it arrives.
 bool Exchange::isWithoutAnswer(CURLcode code) const {
     switch (code) {
         case CURLE_COULDNT_CONNECT:  // libcurl wanted another connection
@@ -370,10 +374,17 @@ bool Exchange::isWithoutAnswer(CURLcode code) const {
         case CURLE_SEND_ERROR:
         case CURLE_RECV_ERROR:
         case CURLE_GOT_NOTHING:
+        case CURLE_ABORTED_BY_CALLBACK:  // see onProgress
             return arrival_.headerSize == 0 && arrival_.body.empty();
         default:
             return false;
     }
+}
+
+// Called at least once a second.
+int Exchange::onProgress(void* target, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
+    const auto& exchange = *static_cast<const Exchange*>(target);
+    return exchange.arrival_.headerSize == 0 && Clock::now() >= exchange.connection_->answerBy ? 1 : 0;
 }
 
 std::optional<CURLcode> Exchange::transferOverIdle(const HttpAddress& address, const Reach& reach) {
@@ -382,7 +393,11 @@ std::optional<CURLcode> Exchange::transferOverIdle(const HttpAddress& address, c
         return std::nullopt;
     }
     noteReuse(address.server);
+    connection_->answerBy = Clock::now() + connection_->patience();
     const CURLcode code = transfer(address, reach);
+    if (code == CURLE_ABORTED_BY_CALLBACK) {
+        ConnectionPool::ofProcess().noteSilence(key_);
+    }
     return code != CURLE_OK && isWithoutAnswer(code) ? std::nullopt : std::optional(code);
 }
 
@@ -411,7 +426,7 @@ HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
 void Exchange::keepConnection() {
     if (!key_.empty() && maxIdle_.count() > 0 && isExact_ && connection_->isLeftClean(call_.body.size())) {
         connection_->park();
-        ConnectionPool::ofProcess().keep(std::move(key_), std::move(connection_));
+        ConnectionPool::ofProcess().keep(std::move(key_), std::move(connection_), maxIdle_);
     }
 }
 

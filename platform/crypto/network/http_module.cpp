@@ -5,6 +5,7 @@
 // are all bound when it is loaded, so that a libcurl that lacks one is noticed then (-z now). RTLD_NOW would bind those
 // of thirty libraries too.
 #include <dlfcn.h>
+#include <sys/stat.h>
 
 #include <cstdlib>
 #include <cstring>
@@ -43,13 +44,23 @@ char* ownFile = nullptr;
     }
 }
 
+bool isThere(const std::string& file) {
+    struct stat status {};
+    return ::stat(file.c_str(), &status) == 0;
+}
+
 std::string moduleFile() {
     if (ownFile == nullptr) {
         return std::string(kInstalledIn) + kFile;
     }
+    const auto beside = [](const std::string& own) { return own.substr(0, own.rfind('/')) + kFile; };
     const std::unique_ptr<char, TextFree> resolved(::realpath(ownFile, nullptr));
-    const std::string own = resolved ? resolved.get() : ownFile;
-    return own.substr(0, own.rfind('/')) + kFile;
+    std::string file = beside(resolved ? resolved.get() : ownFile);
+    // In a tree of links to single files the directory is beside the link.
+    if (const std::string linked = beside(ownFile); !isThere(file) && isThere(linked)) {
+        file = linked;
+    }
+    return file;
 }
 
 // Either the functions, or why there are none.
@@ -71,6 +82,10 @@ std::string loaderError(const std::string& file) {
 
 Loaded load() {
     const std::string file = moduleFile();
+    // Opening a pipe would wait.
+    if (struct stat status{}; ::stat(file.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        return failed(file, "is no regular file");
+    }
     void* const module = ::dlopen(file.c_str(), RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
     if (module == nullptr) {
         return failed(file, loaderError(file));
@@ -116,8 +131,12 @@ HttpAnswer exchangeHttp(const HttpCall& call, const ExchangeLimits& limits) {
 // Does not load the module: that costs more than all else that a program does to print versions.
 std::string libcurlVersion() {
     const std::scoped_lock lock(loading);
-    return loadedFunctions != nullptr ? loadedFunctions->libraryVersion()
-                                      : "built with " TALLOW_LIBCURL_VERSION "; loaded on first use by " + moduleFile();
+    if (loadedFunctions != nullptr) {
+        return loadedFunctions->libraryVersion();
+    }
+    const std::string file = moduleFile();
+    return "built with " TALLOW_LIBCURL_VERSION "; " +
+           (isThere(file) ? "loaded on first use by " + file : "cannot be used without " + file);
 }
 
 }  // namespace tallow::platform
