@@ -6,7 +6,7 @@
 C functions and data are listed one by one, C++ by class and by free function: what a class offers is its header's
 business, but a class that loses its mark vanishes as a whole. Names outside our namespaces must not leak out. Symbols
 of vague linkage (templates, inline functions) may stand in any library and are left alone. Every symbol has a version of
-abi/*.map. --update rewrites the lists.
+abi/*.map, except in the module for HTTP, which no program links. --update rewrites the lists.
 """
 import re
 import subprocess
@@ -62,7 +62,8 @@ def main():
         exported = set(versions)
         entries = {entry_of(s).split("(", 1)[0] for s in exported}
         errors += [f"{name}: leaks {s}" for s in sorted(exported) if not is_ours(s)]
-        errors += [f"{name}: {s} has no version" for s in sorted(exported) if not versions[s]]
+        errors += [f"{name}: {s} has no version" for s in sorted(exported)
+                   if not versions[s] and name != "tallow-http"]
         if name == "tallow":
             errors += [f"{name}: requires {s}, or no longer uses it" for s in optional_but_required(library)]
         golden = HERE / f"{name}.symbols"
