@@ -57,6 +57,8 @@ endif()
 add_library(tallow_options INTERFACE)
 target_link_libraries(tallow_options INTERFACE tallow_flags)
 target_include_directories(tallow_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
+# A compiler cache recognises the same command in another directory only if all directories in it exist.
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/generated)
 
 include(cmake/Product.cmake)
 
