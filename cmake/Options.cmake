@@ -12,6 +12,7 @@ option(TALLOW_INSTALL "Install the libraries and what else is built" ${PROJECT_I
 option(TALLOW_COMMAND "Build the command" ${PROJECT_IS_TOP_LEVEL})
 option(TALLOW_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(TALLOW_MAN "Build the manual pages (needs scdoc)" ${PROJECT_IS_TOP_LEVEL})
+option(TALLOW_API_REFERENCE "Build the API reference (needs Doxygen)" OFF)
 set(tallow_library_type SHARED)
 set(tallow_tests_default ${PROJECT_IS_TOP_LEVEL})
 if(DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
