@@ -123,7 +123,7 @@ protected:
     ASN1CTime(const char*& text, std::int32_t size, bool forceUTC);
     ASN1CTime(ASN1MessageBufferIF& buffer, const char*& text, std::int32_t size, bool forceUTC);
     ASN1CTime(ASN1Context& context, const char*& text, std::int32_t size, bool forceUTC);
-
+    /// The parts of a time; kNotSet for one that is absent.
     struct Fields {
         std::int16_t year = kNotSet;
         std::int16_t month = kNotSet;

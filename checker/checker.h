@@ -256,6 +256,7 @@ using Exchange = std::function<std::optional<Bytes>(const std::string& url, cons
 /// responders that sign in advance cannot return one. A wrong nonce is always refused.
 enum class Nonce { kRequire, kTry, kOff };
 
+/// How certificates are checked. As it is, responders are asked with a nonce for at most ten seconds.
 struct Options {
     /// Of one call: all responders, redirects and downloads together. Absent: the setting check_timeout_ms where the
     /// policy applies, else 10 s.
@@ -341,6 +342,7 @@ struct ReceivedRequest {
         kUnsigned,
         kProven,
     };
+    /// A certificate that is asked about, as a CertID names it (RFC 6960, section 4.1.1).
     struct Asked {
         std::string hashOid;
         Bytes issuerNameHash, issuerKeyHash, serial;  ///< serial number big-endian, as in DER

@@ -266,6 +266,7 @@ TALLOW_EXPORT bool tallow_verdict_revoked_at(const tallow_verdict* verdict, int6
 /// The reason of the revocation, numbered as in RFC 5280, 5.3.1 (1: keyCompromise); -1 when absent.
 TALLOW_RESULT int32_t tallow_verdict_reason(const tallow_verdict* verdict);
 
+/// TALLOW_FRESHNESS_NONE or TALLOW_AUTHORITY_NONE for a null verdict.
 TALLOW_RESULT enum tallow_freshness tallow_verdict_freshness(const tallow_verdict* verdict);
 TALLOW_RESULT enum tallow_authority tallow_verdict_authority(const tallow_verdict* verdict);
 /// Whether the certificate's own chain was validated (tallow_checker_set_verify_chain).

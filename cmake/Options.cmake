@@ -12,6 +12,7 @@ option(TALLOW_INSTALL "Install the libraries and what else is built" ${PROJECT_I
 option(TALLOW_COMMAND "Build the command" ${PROJECT_IS_TOP_LEVEL})
 option(TALLOW_EXAMPLES "Build the examples" ${PROJECT_IS_TOP_LEVEL})
 option(TALLOW_MAN "Build the manual pages (needs scdoc)" ${PROJECT_IS_TOP_LEVEL})
+option(TALLOW_API_REFERENCE "Build the API reference (needs Doxygen)" OFF)
 set(tallow_library_type SHARED)
 set(tallow_tests_default ${PROJECT_IS_TOP_LEVEL})
 if(DEFINED BUILD_SHARED_LIBS AND NOT BUILD_SHARED_LIBS)
@@ -57,6 +58,8 @@ endif()
 add_library(tallow_options INTERFACE)
 target_link_libraries(tallow_options INTERFACE tallow_flags)
 target_include_directories(tallow_options INTERFACE ${PROJECT_SOURCE_DIR} ${PROJECT_BINARY_DIR}/generated)
+# A compiler cache recognises the same command in another directory only if all directories in it exist.
+file(MAKE_DIRECTORY ${PROJECT_BINARY_DIR}/generated)
 
 include(cmake/Product.cmake)
 

@@ -32,9 +32,9 @@ endif()
 # The documents link to each other as in the repository.
 set(documentation ${CMAKE_INSTALL_DATADIR}/doc/tallow)
 install(FILES LICENSE DESTINATION ${documentation} COMPONENT runtime)
-install(FILES README.md CHANGELOG.md CONTRIBUTING.md settings.example.toml DESTINATION ${documentation}
+install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md settings.example.toml DESTINATION ${documentation}
         COMPONENT documentation)
-install(DIRECTORY docs DESTINATION ${documentation} COMPONENT documentation)
+install(DIRECTORY docs DESTINATION ${documentation} COMPONENT documentation PATTERN docs/api EXCLUDE)
 install(DIRECTORY examples DESTINATION ${documentation} COMPONENT documentation USE_SOURCE_PERMISSIONS)
 
 include(cmake/Sbom.cmake)

@@ -55,13 +55,13 @@ private:
 /// How each kind is released: CryptReleaseContext, CryptDestroyKey, CryptDestroyHash. Only the release of a provider
 /// can fail. Not to be called directly.
 struct TALLOW_EXPORT CryptProvTraits {
-    static bool release(unsigned long long handle) noexcept;
+    static bool release(unsigned long long handle) noexcept;  ///< false when it fails
 };
 struct TALLOW_EXPORT CryptKeyTraits {
-    static bool release(unsigned long long handle) noexcept;
+    static bool release(unsigned long long handle) noexcept;  ///< false when it fails
 };
 struct TALLOW_EXPORT CryptHashTraits {
-    static bool release(unsigned long long handle) noexcept;
+    static bool release(unsigned long long handle) noexcept;  ///< false when it fails
 };
 
 extern template class CryptHandle<CryptProvTraits>;

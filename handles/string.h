@@ -65,7 +65,7 @@ public:
 
 protected:
     [[nodiscard]] CStringData* header() const noexcept { return reinterpret_cast<CStringData*>(text_) - 1; }
-    [[nodiscard]] Char* PrepareWrite(int length);
+    [[nodiscard]] Char* PrepareWrite(int length);  ///< PrepareWrite2, and returns the characters
     /// Makes the block private and large enough for `length` characters.
     void PrepareWrite2(int length);
 

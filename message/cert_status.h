@@ -39,7 +39,7 @@ public:
     /// Revoked at `revocationTime`. `reason` is copied; null when the reason is not stated.
     CCertStatus(const CDateTime& revocationTime, const ASN1::CrlReason* reason);
 
-    Type get_type() const { return type_; }
+    Type get_type() const { return type_; }  ///< good, revoked or unknown
     /// When the certificate was revoked, in UTC; null unless revoked. It may be in the future, and a responder that
     /// reports certificates it never issued as revoked uses 1970-01-01 (section 2.2). Valid until the object changes.
     const CDateTime* get_revocationTime() const { return revocationTime_ ? &*revocationTime_ : nullptr; }

@@ -30,7 +30,7 @@ public:
     /// Copies `value`, which is not checked: a DER Name or the 20 octets of a SHA-1 hash.
     CResponderID(Type type, const CBlob& value) : type_(type), value_(value) {}
 
-    Type get_type() const { return type_; }
+    Type get_type() const { return type_; }  ///< by name or by key
     /// The DER Name as received for kByName, the octets of the key hash for kByKey. Valid until the object changes.
     const CBlob& get_value() const { return value_; }
 

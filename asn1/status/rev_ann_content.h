@@ -54,8 +54,8 @@ public:
     const CDateTime& get_willBeRevokedAt() const;
     void put_willBeRevokedAt(const CDateTime& willBeRevokedAt);
 
-    const CDateTime& get_badSinceDate() const;
-    void put_badSinceDate(const CDateTime& badSinceDate);
+    const CDateTime& get_badSinceDate() const;             ///< as above
+    void put_badSinceDate(const CDateTime& badSinceDate);  ///< as above
 
     /// Extensions for the CRL entry; null when absent. The setter copies; null removes.
     const CExtensions* get_crlDetails() const;

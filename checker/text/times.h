@@ -11,7 +11,7 @@ namespace tallow::text {
 
 using Time = std::chrono::system_clock::time_point;
 
-Orvane::CDateTime dateOf(Time time);
+Orvane::CDateTime dateOf(Time time);  ///< the same moment in UTC
 /// A date that Time cannot express becomes its first or last one.
 Time timeOf(const Orvane::CDateTime& date);
 

@@ -130,10 +130,10 @@ public:
     const CExtCRLLocator* get_SRCRLLocator(unsigned long index) const;
     const ASN1::CExtensions* get_SRAdditionalExtensions(unsigned long index) const;
 
-    void put_UseNonce(bool use);
-    bool get_UseNonce() const;
-    void put_UseAcceptableResponses(bool use);
-    bool get_UseAcceptableResponses() const;
+    void put_UseNonce(bool use);                ///< whether a nonce is sent
+    bool get_UseNonce() const;                  ///< whether a nonce is sent
+    void put_UseAcceptableResponses(bool use);  ///< whether the extension acceptable responses is sent
+    bool get_UseAcceptableResponses() const;    ///< whether the extension acceptable responses is sent
 
     /// Request-level extensions other than nonce and acceptable responses; copied, null empties the list. A nonce
     /// extension in first place becomes the request's nonce when none is in use; any other nonce extension throws

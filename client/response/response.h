@@ -91,15 +91,15 @@ public:
     /// Response-level extensions but the nonce. Never null.
     const ASN1::CExtensions* get_AdditionalExtensions() const;
 
-    CCertID get_SRCertID(unsigned long index) const;
-    CCertStatus::Type get_SRStatus(unsigned long index) const;
-    const CDateTime* get_SRRevTime(unsigned long index) const;
-    const ASN1::CrlReason* get_SRRevReason(unsigned long index) const;
-    CDateTime get_SRThisUpdate(unsigned long index) const;
-    const CDateTime* get_SRNextUpdate(unsigned long index) const;
-    const CExtHistoricalRequest* get_SRHistoricalRequest(unsigned long index) const;
-    const CDateTime* get_SRArchiveCutoff(unsigned long index) const;
-    const CExtCrlID* get_SRCRLReference(unsigned long index) const;
+    CCertID get_SRCertID(unsigned long index) const;                    ///< the certificate of the entry
+    CCertStatus::Type get_SRStatus(unsigned long index) const;          ///< proves nothing before Verify
+    const CDateTime* get_SRRevTime(unsigned long index) const;          ///< null unless revoked
+    const ASN1::CrlReason* get_SRRevReason(unsigned long index) const;  ///< null when absent
+    CDateTime get_SRThisUpdate(unsigned long index) const;              ///< when the status was known to be correct
+    const CDateTime* get_SRNextUpdate(unsigned long index) const;       ///< null when absent
+    const CExtHistoricalRequest* get_SRHistoricalRequest(unsigned long index) const;  ///< null when absent
+    const CDateTime* get_SRArchiveCutoff(unsigned long index) const;                  ///< null when absent
+    const CExtCrlID* get_SRCRLReference(unsigned long index) const;                   ///< null when absent
     /// Extensions other than CRL reference and historical request; an archive cutoff shows here too.
     const ASN1::CExtensions* get_SRAdditionalExtensions(unsigned long index) const;
 

@@ -53,10 +53,19 @@ def sample_of_c_header():
     return [] if sample in (ROOT / "examples/check.c").read_text() else ["checker_c.h: its sample is not part of check.c"]
 
 
+def functions_without_manual_page():
+    headers = "".join((ROOT / path).read_text() for path in ("checker/checker_c.h", "client/flat/ocsp_client.h"))
+    declared = set(re.findall(r"^TALLOW_[A-Z_ ]+[\w ]+?[ *]+(\w+)\(", headers.replace("struct ", ""), re.M))
+    listed = {name for page in (ROOT / "man").glob("*.3.scd")
+              for name in re.findall(r"\w+", page.read_text().split("# NAME")[1].split(" - ")[0])}
+    return [f"man: no page of section 3 lists {name}" for name in sorted(declared - listed)] + \
+        [f"man: {name} is not declared for C" for name in sorted(listed - declared)]
+
+
 def main():
     errors = [*samples_without_example("README.md"), *samples_without_example("docs/embedding.md"),
-              *sample_of_c_header(), *outdated("update-errors"), *outdated("update-settings"), *settings_problems(),
-              *paths_of_one_machine()]
+              *sample_of_c_header(), *functions_without_manual_page(), *outdated("update-errors"),
+              *outdated("update-settings"), *settings_problems(), *paths_of_one_machine()]
     for document in [*sorted((ROOT / "docs").glob("*.md")), ROOT / "README.md"]:
         if len(document.read_text().splitlines()) > LONGEST_PAGE:
             errors.append(f"{document.name}: longer than {LONGEST_PAGE} lines")
