@@ -5,6 +5,7 @@
 #include <openssl/asn1.h>
 
 #include <string>
+#include <utility>
 
 #include "platform/crypto/base/bytes.h"
 
@@ -16,6 +17,11 @@ struct DerElement {
     bool constructed = false;
     ByteView whole;  // header and content
     ByteView content;
+
+    // Whether the header is as short as possible, as DER has it; `tag` must be below 31.
+    bool isShortest() const noexcept {
+        return std::cmp_equal(ASN1_object_size(0, static_cast<int>(content.size()), tag), whole.size());
+    }
 };
 
 class DerReader {

@@ -67,6 +67,16 @@ bool isTime(const DerElement& element) {
            (element.tag == V_ASN1_UTCTIME || element.tag == V_ASN1_GENERALIZEDTIME);
 }
 
+// Of an AlgorithmIdentifier. Its parameters are compared with those in the signed structure when it is verified.
+bool hasShortestHeaders(const DerElement& algorithm) {
+    DerReader parts(algorithm.content);
+    bool isShortest = algorithm.isShortest();
+    while (isShortest && !parts.failed() && !parts.atEnd()) {
+        isShortest = parts.next().isShortest();
+    }
+    return isShortest;
+}
+
 }  // namespace
 
 CertificateBody::CertificateBody(ByteView der) : der_(der.begin(), der.end()) {}
@@ -90,8 +100,11 @@ std::shared_ptr<const CertificateBody> CertificateBody::parse(ByteView der) {
 
 bool CertificateBody::parseOuter() {
     DerReader outer{ByteView(der_)};
-    DerReader parts = outer.sequence();
+    const DerElement whole = outer.expect(V_ASN1_SEQUENCE);
+    DerReader parts(whole.content);
     const DerElement tbs = parts.expect(V_ASN1_SEQUENCE);
+    DerReader ahead = parts;
+    const bool isAlgorithmShortest = hasShortestHeaders(ahead.next());
     CRYPT_ALGORITHM_IDENTIFIER outerAlgorithm{};
     const bool algorithmRead = readAlgorithm(parts, outerAlgorithm);
     const DerElement signature = parts.expect(V_ASN1_BIT_STRING);
@@ -101,7 +114,10 @@ bool CertificateBody::parseOuter() {
         return false;
     }
     tbs_ = tbs.whole;
-    return parseToBeSigned() && std::strcmp(outerAlgorithm.pszObjId, info_.SignatureAlgorithm.pszObjId) == 0;
+    // The signature does not cover what is around the signed structure: in another form anybody could give the same
+    // certificate another thumbprint.
+    return whole.isShortest() && isAlgorithmShortest && signature.isShortest() && parseToBeSigned() &&
+           std::strcmp(outerAlgorithm.pszObjId, info_.SignatureAlgorithm.pszObjId) == 0;
 }
 
 bool CertificateBody::parseToBeSigned() {

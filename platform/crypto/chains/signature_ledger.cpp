@@ -73,8 +73,11 @@ bool SignatureLedger::verifiesOnce(std::shared_ptr<const void> subject, KnownSig
 
 bool SignatureLedger::verifies(const Certificate& subject, const Certificate& issuer, int limit) {
     X509* const x509 = subject.x509();
-    return x509 != nullptr && verifiesOnce(subject.body().shared_from_this(), subject.body().knownSigner(), issuer,
-                                           limit, [&](EVP_PKEY* key) { return X509_verify(x509, key); });
+    return x509 != nullptr &&
+           verifiesOnce(subject.body().shared_from_this(), subject.body().knownSigner(), issuer, limit,
+                        [&](EVP_PKEY* key) {
+                            return hasSizeOfKey(subject.body().signature(), key) ? X509_verify(x509, key) : 0;
+                        });
 }
 
 bool SignatureLedger::verifies(const Crl& crl, const Certificate& signer) {

@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "platform/crypto/base/der_reader.h"
 #include "platform/crypto/base/limits.h"
@@ -167,6 +168,10 @@ bool applyPss(const Scheme& scheme, EVP_PKEY_CTX* context) {
 
 }  // namespace
 
+bool hasSizeOfKey(ByteView signature, EVP_PKEY* key) {
+    return gostNumber(key) == 0 || std::cmp_equal(signature.size(), EVP_PKEY_get_size(key));
+}
+
 DWORD verifySignature(const SignedBytes& what, EVP_PKEY* key, Sha1 sha1) {
     const OpenSslErrors errors;
     Scheme scheme;
@@ -176,7 +181,7 @@ DWORD verifySignature(const SignedBytes& what, EVP_PKEY* key, Sha1 sha1) {
     if (key == nullptr) {
         return NTE_BAD_PUBLIC_KEY;
     }
-    if (!fitsKey(*scheme.row, key)) {
+    if (!fitsKey(*scheme.row, key) || !hasSizeOfKey(what.signature, key)) {
         return NTE_BAD_SIGNATURE;
     }
     if (!isStrong(key, scheme.row->kind)) {

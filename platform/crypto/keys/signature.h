@@ -22,6 +22,9 @@ enum class Sha1 { kBySetting, kAlways };
 // one that could not be loaded.
 DWORD verifySignature(const SignedBytes& what, EVP_PKEY* key, Sha1 sha1 = Sha1::kBySetting);
 
+// False for a signature longer or shorter than those of a GOST key: the engine ignores what follows a signature.
+bool hasSizeOfKey(ByteView signature, EVP_PKEY* key);
+
 // The parts of a SEQUENCE of the signed structure, an algorithm and a BIT STRING; what follows them is ignored.
 // `algorithm.pszObjId` points into `oid`. False when malformed.
 bool splitSigned(ByteView encoded, SignedBytes& parts, std::string& oid);
