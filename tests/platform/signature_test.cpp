@@ -106,6 +106,10 @@ TEST(Signature, OfACertificateWithTwoAlgorithmsIsBad) {
     EXPECT_EQ(verifyIssuer(withOuter(algorithm)), kGood);
     EXPECT_EQ(verifyIssuer(withOuter(tlv::sequence({tlv::oid("1.2.840.10045.4.3.2"), tlv::null()}))),
               NTE_BAD_SIGNATURE);
+    // The same in BER would give the certificate another thumbprint.
+    Bytes ber = algorithm;
+    ber.insert(ber.begin() + 1, 0x81);
+    EXPECT_EQ(verifyIssuer(withOuter(ber)), E_INVALIDARG);
 }
 
 // Public keys that allow signatures without a private key, or that are malformed. Each row differs from a good key in
