@@ -9,13 +9,15 @@ in every class, inherited constructors and explicit instantiations are left out.
 import re
 import sys
 
-SPECIAL = re.compile(r"^extern template |.* header\(\) const noexcept |^\s*using (\w+)::\1;|^\s*(TALLOW_EXPORT |virtual |constexpr |explicit )*("
+SPECIAL = re.compile(r"^extern template |.* header\(\) const noexcept |^\s*using (\w+)::\1;|"
+                     r"^\s*(TALLOW_EXPORT |virtual |constexpr |explicit )*("
                      r"~\w+\(|(\w+)\((const )?\4(<\w+>)?&&?( \w+)?\)|[\w:<>]+& operator=\((const )?[\w:<>]+&)"
                      r".*(;|\{.*\})\s*(//.*)?$")
 COMPOUND = re.compile(r"^\s*(typedef )?(class|struct|union|enum( class)?) [^;]*\{$")
 TOP_CLASS = re.compile(r"^(template <.*> )?(class|struct) [^;]*\{$")
 TRAILING = re.compile(r"^(\s*[^/\s].*[;,{}] *|\s*\w+ *)//(?!/)(.*)$")
 END = re.compile(r"[;}]\s*(//.*)?$")
+OTHERS = ("}", "//", "#include", "#if", "#end", "#el", "namespace")
 NO_COMMENT = re.compile(r"^\s*//(/| NOLINT| ----)")
 
 
@@ -40,8 +42,8 @@ def with_marks(lines):
         elif stripped.startswith("//") and not NO_COMMENT.match(line):
             block.append(line)
         else:
-            isDescription = stripped and not stripped.startswith(("}", "//", "#include", "#if", "#end", "#el", "namespace"))
-            result += [re.sub("//", "///", old, count=1) if isDescription else old for old in block]
+            described = stripped and not stripped.startswith(OTHERS)
+            result += [re.sub("//", "///", old, count=1) if described else old for old in block]
             block, column = [], None
             if trailing and "NOLINT" not in line:
                 column = line.index("//")
@@ -83,7 +85,8 @@ def main():
     with open(sys.argv[1], encoding="utf-8") as header:
         lines = [line for line in header.read().splitlines() if not SPECIAL.match(line)]
     about_file, rest = file_comment(lines)
-    for line in ["/// @file"] + ["///" + text for text in about_file] + with_shared_comments(with_marks(rest), about_file):
+    described = with_shared_comments(with_marks(rest), about_file)
+    for line in ["/// @file", *("///" + text for text in about_file), *described]:
         if "//" in line:
             code, slashes, comment = line.partition("//")
             line = code + slashes + re.sub(r"\\(?=[\w\\])", r"\\\\", comment)
