@@ -13,6 +13,7 @@
 #include "checker/rules/chain_rules.h"
 #include "checker/rules/issuer_rules.h"
 #include "checker/subject.h"
+#include "checker/text/algorithm_text.h"
 #include "checker/text/certificate_text.h"
 #include "checker/text/safe_text.h"
 #include "checker/text/status_text.h"
@@ -133,6 +134,9 @@ void requireUsable(const Options& options) {
             throw BadInput(status::kBadAlgorithm, "hashOid " + text::safeLine(options.hashOid) +
                                                       " names no hash that is known here; use 2.16.840.1.101.3.4.2.1 "
                                                       "(SHA-256) or leave it empty");
+        }
+        if (const std::string missing = text::missingEngine(oid); !missing.empty()) {
+            throw BadInput(status::kBadAlgorithm, missing);
         }
     }
 }

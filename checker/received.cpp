@@ -5,6 +5,7 @@
 #include "checker/chain_text.h"
 #include "checker/input.h"
 #include "checker/judge.h"
+#include "checker/text/algorithm_text.h"
 #include "checker/text/certificate_text.h"
 #include "checker/text/status_text.h"
 #include "handles/exception.h"
@@ -37,9 +38,17 @@ private:
     const char* step_ = kReading;
 };
 
+// What is wrong with the signature algorithm, when that is the reason of the failure.
+std::string algorithmCause(const ReceivedRequest& result, std::int32_t code) {
+    return code == status::kBadAlgorithm && !result.signatureAlgorithm.empty()
+               ? text::algorithmProblem(result.signatureAlgorithm)
+               : std::string();
+}
+
 void fail(ReceivedRequest& result, const char* step, std::int32_t code) {
+    const std::string cause = algorithmCause(result, code);
     result.status = code;
-    result.cause = step + (": " + text::statusText(code));
+    result.cause = step + (": " + (cause.empty() ? text::statusText(code) : cause));
 }
 
 // False, with the result written, for a failure status.
@@ -115,7 +124,7 @@ void ReceivedCheck::run(Input bytes) {
 ReceivedRequest Checker::receive(Input request) const {
     ReceivedRequest result;
     const char* step = "reading the policy";
-    if (const std::optional<rules::Rejection> rejection =
+    if (std::optional<rules::Rejection> rejection =
             rejectionOf(rules::Rule::kForm, [&]() -> std::optional<rules::Rejection> {
                 Call call(*data_, {});
                 ReceivedCheck check(call, result);
@@ -129,6 +138,9 @@ ReceivedRequest Checker::receive(Input request) const {
             })) {
         result.signer = ReceivedRequest::Signer::kUndecided;
         result.status = rejection->code;
+        if (rejection->text.empty()) {
+            rejection->text = algorithmCause(result, rejection->code);
+        }
         const bool isForeign = rejection->text.empty() && std::string_view(step) == kReading;
         result.cause = step + (": " + (isForeign ? "it is no OCSP request in DER (" +
                                                        std::to_string(request.bytes.size()) + " octets); get it again"

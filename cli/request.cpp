@@ -6,6 +6,7 @@
 #include <new>
 
 #include "checker/checker.h"
+#include "checker/text/algorithm_text.h"
 #include "checker/text/certificate_text.h"
 #include "checker/text/policy_text.h"
 #include "checker/text/safe_text.h"
@@ -157,6 +158,11 @@ Outcome runRequest(const RequestOptions& options) {
             const bool isPath = !options.key.empty() && options.key.find(':') == std::string::npos;
             step = isPath ? "signing with " + options.key : "signing";
             subject = options.sign;
+            if (const std::string missing =
+                    text::missingEngine(signer.get()->pCertInfo->SubjectPublicKeyInfo.Algorithm.pszObjId);
+                !missing.empty()) {
+                throw BadInput(status::kBadAlgorithm, missing);
+            }
             request.Sign(signer.get(), certificatesToInclude(options.include), pin.get());
         }
         const Orvane::CBlob bytes = exported(request);

@@ -7,6 +7,7 @@
 #include <utility>
 #include <vector>
 
+#include "checker/text/algorithm_text.h"
 #include "checker/text/safe_text.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
@@ -98,6 +99,9 @@ std::string toHashOid(const std::string& hash) {
     }
     if (info == nullptr) {
         throw InputError("--hash " + hash, "is not a known hash; give sha1, sha256, sha384, sha512 or an OID");
+    }
+    if (const std::string missing = missingEngine(info->pszOID); !missing.empty()) {
+        throw InputError("--hash", missing, status::kBadAlgorithm);
     }
     return info->pszOID;
 }

@@ -1,5 +1,7 @@
 #include "checker/rules/response_proof.h"
 
+#include <algorithm>
+
 #include "checker/text/algorithm_text.h"
 #include "checker/text/name_text.h"
 #include "checker/text/safe_text.h"
@@ -79,6 +81,16 @@ Rejection rejectedSigner(const CResponse& response, std::span<void*> stores) {
                 ", is neither in the response nor among the certificates and stores of this check; supply it"};
 }
 
+// Without its hash, nobody is the issuer that an entry names.
+std::string missingHash(const CResponse& response) {
+    constexpr unsigned long kMostEntries = 16;
+    std::string missing;
+    for (unsigned long i = 0; i < std::min(response.get_SRNumber(), kMostEntries) && missing.empty(); ++i) {
+        missing = text::missingEngine(response.get_SRCertID(i).get_hashAlgorithm().get_algorithm());
+    }
+    return missing;
+}
+
 }  // namespace
 
 Proof proveSigner(const CResponse& response, std::span<void*> stores) {
@@ -102,6 +114,9 @@ Proof proveSigner(const CResponse& response, std::span<void*> stores) {
         proof.rejection->text = text::algorithmProblem(response.get_SignatureAlgorithmOID());
     }
     require(Rule::kSigner, [&] { return response.VerifyCertificate(proof.signer, false, stores.data(), count); });
+    if (proof.rejection && proof.rejection->code == status::kWrongUsage) {
+        proof.rejection->text = missingHash(response);
+    }
     return proof;
 }
 

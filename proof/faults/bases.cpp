@@ -5,7 +5,7 @@
 #include <stdexcept>
 
 #include "client/request/request.h"
-#include "proof/common/gost_keys.h"
+#include "tests/support/gost_keys.h"
 #include "tests/support/ocsp_builder.h"
 #include "tests/support/tlv.h"
 
@@ -45,10 +45,10 @@ struct Row {
 // A KEY of its own kind for every certificate.
 struct Maker {
     explicit Maker(const Row& row) : row_(row) {}
-    bool isPossible() const { return row_.gostBits == 0 || proof::makeGostKey(row_.gostBits).has_value(); }
+    bool isPossible() const { return row_.gostBits == 0 || testkit::makeGostKey(row_.gostBits).has_value(); }
     CertificateSpec spec(CertificateSpec spec) const {
         if (row_.gostBits != 0) {
-            const proof::GostKey made = *proof::makeGostKey(row_.gostBits);
+            const testkit::GostKey made = *testkit::makeGostKey(row_.gostBits);
             spec.key = made.key;
         } else {
             spec.key = Key::make(row_.kind);

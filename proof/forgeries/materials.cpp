@@ -1,6 +1,6 @@
 #include "proof/forgeries/materials.h"
 
-#include "proof/common/gost_keys.h"
+#include "tests/support/gost_keys.h"
 #include "tests/support/ocsp_builder.h"
 #include "tests/support/tlv.h"
 
@@ -374,7 +374,7 @@ bool prepareKeys() {
             if (i >= kRoles + 4) {
                 continue;
             }
-            const std::optional<GostKey> gost = makeGostKey(bits);
+            const std::optional<testkit::GostKey> gost = testkit::makeGostKey(bits);
             if (gost) {
                 set->keys.push_back(gost->key);
                 set->hash = gost->hash;

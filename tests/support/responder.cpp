@@ -32,9 +32,14 @@ Responder::Responder(const ResponderOptions& options) {
                                           "-rsigner", dir_.write("signer.pem", options.signer.certificatePem()),
                                           "-rkey",    dir_.write("signer.key", options.signer.key.pem())};
     arguments.insert(arguments.end(), options.arguments.begin(), options.arguments.end());
-    process_ = std::make_unique<BackgroundProcess>(
-        arguments, dir_.file("output"),
-        options.clock.empty() ? std::vector<std::string>() : clockEnvironment(options.clock));
+    std::vector<std::string> environment;
+    if (!options.clock.empty()) {
+        environment = clockEnvironment(options.clock);
+    }
+    if (!options.configuration.empty()) {
+        environment.push_back("OPENSSL_CONF=" + options.configuration);
+    }
+    process_ = std::make_unique<BackgroundProcess>(arguments, dir_.file("output"), environment);
     const std::string output = process_->waitForOutput(" PID=");
     pid_ = std::to_string(std::atoi(output.c_str() + output.find(" PID=") + 5));
     const std::string beforePid = output.substr(0, output.find(" PID="));

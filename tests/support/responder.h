@@ -27,6 +27,7 @@ struct ResponderOptions {
     std::vector<IndexEntry> index;
     std::vector<std::string> arguments;  // further ones, such as {"-nmin", "5"} or {"-resp_key_id"}
     std::string clock;                   // as for clockEnvironment; empty: the real time
+    std::string configuration = {};      // file for OPENSSL_CONF; empty: the system's
 };
 
 class Responder {

@@ -3,6 +3,7 @@
 #include <openssl/x509v3.h>
 #include <toml++/toml.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <new>
 #include <optional>
@@ -73,8 +74,10 @@ std::string applyText(const std::string& text, const std::string& path, const Ce
         }
         return {};
     } catch (const toml::parse_error& failure) {
-        return "does not parse at line " + std::to_string(failure.source().begin.line) + ": " +
-               std::string(failure.description());
+        std::string reason(failure.description());  // it may quote a line break of the file
+        std::replace_if(
+            reason.begin(), reason.end(), [](unsigned char c) { return c < 0x20 || c == 0x7F; }, ' ');
+        return "does not parse at line " + std::to_string(failure.source().begin.line) + ": " + reason;
     }
 }
 

@@ -9,6 +9,17 @@
 
 namespace tallow::platform {
 
+namespace {
+
+// False for a GOST key without the engine.
+bool isInstalled(const Certificate& certificate) {
+    const Algorithm* const algorithm = findAlgorithm(
+        certificate.context()->pCertInfo->SubjectPublicKeyInfo.Algorithm.pszObjId, CRYPT_PUBKEY_ALG_OID_GROUP_ID);
+    return algorithm == nullptr || ensureInstalled(*algorithm);
+}
+
+}  // namespace
+
 Provider::Provider(DWORD type, std::string keyUri, CertificateRef certificate)
     : type_(type), keyUri_(std::move(keyUri)), certificate_(std::move(certificate)) {}
 
@@ -55,6 +66,9 @@ DWORD Provider::openKey(const char* pin) {
     }
     // The public key first: for a GOST key it loads the engine, without which the private one cannot be read.
     EVP_PKEY* const publicKey = certificate_->publicKey();
+    if (publicKey == nullptr && !isInstalled(*certificate_)) {
+        return NTE_BAD_ALGID;
+    }
     return openPrivateKey(keyUri_, pin, publicKey, key_);
 }
 

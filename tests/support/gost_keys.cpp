@@ -1,14 +1,14 @@
 // Engines are deprecated, but GOST has no provider.
 #define OPENSSL_SUPPRESS_DEPRECATED
 
-#include "proof/common/gost_keys.h"
+#include "tests/support/gost_keys.h"
 
 #include <openssl/engine.h>
 #include <openssl/evp.h>
 
 #include "tests/support/openssl_ptr.h"
 
-namespace proof {
+namespace testkit {
 
 namespace {
 
@@ -34,14 +34,13 @@ std::optional<GostKey> makeGostKey(int bits) {
         return std::nullopt;
     }
     const bool isLong = bits == 512;
-    const testkit::PkeyCtxPtr context(
+    const PkeyCtxPtr context(
         EVP_PKEY_CTX_new_id(isLong ? NID_id_GostR3410_2012_512 : NID_id_GostR3410_2012_256, engine));
     EVP_PKEY* key = nullptr;
-    testkit::require(context != nullptr && EVP_PKEY_keygen_init(context.get()) == 1 &&
-                         EVP_PKEY_CTX_ctrl_str(context.get(), "paramset", "A") == 1 &&
-                         EVP_PKEY_keygen(context.get(), &key) == 1,
-                     "making a GOST key");
-    return GostKey{testkit::Key::own(key), isLong ? "md_gost12_512" : "md_gost12_256"};
+    require(context != nullptr && EVP_PKEY_keygen_init(context.get()) == 1 &&
+                EVP_PKEY_CTX_ctrl_str(context.get(), "paramset", "A") == 1 && EVP_PKEY_keygen(context.get(), &key) == 1,
+            "making a GOST key");
+    return GostKey{Key::own(key), isLong ? "md_gost12_512" : "md_gost12_256"};
 }
 
-}  // namespace proof
+}  // namespace testkit

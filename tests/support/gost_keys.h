@@ -5,10 +5,10 @@
 
 #include "tests/support/pki.h"
 
-namespace proof {
+namespace testkit {
 
 struct GostKey {
-    testkit::Key key;
+    Key key;
     std::string hash;  // as OpenSSL names it
 };
 
@@ -16,4 +16,4 @@ struct GostKey {
 /// when the engine is not installed.
 std::optional<GostKey> makeGostKey(int bits);
 
-}  // namespace proof
+}  // namespace testkit

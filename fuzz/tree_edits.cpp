@@ -1,0 +1,224 @@
+#include "fuzz/tree_edits.h"
+
+#include <algorithm>
+#include <optional>
+#include <utility>
+
+#include "tests/support/tlv.h"
+
+namespace fuzz {
+
+namespace {
+
+constexpr std::size_t kMostOctets = 16384;
+constexpr int kMostLevels = 40;
+constexpr std::uint8_t kConstructed = 0x20;
+constexpr std::uint8_t kOctetString = 0x04;
+
+struct Element {
+    std::uint8_t identifier = 0;
+    Bytes content;  // empty when there are elements in it
+    std::vector<Element> children;
+};
+using Elements = std::vector<Element>;
+
+std::optional<Elements> elementsIn(std::span<const std::uint8_t> octets, int level);
+
+// Takes one element from the front.
+std::optional<Element> takeElement(std::span<const std::uint8_t>& octets, int level) {
+    if (octets.size() < 2 || (octets[0] & 0x1F) == 0x1F) {
+        return std::nullopt;
+    }
+    std::size_t size = octets[1];
+    std::size_t header = 2;
+    if (size >= 0x80) {
+        const std::size_t numOctets = size & 0x7F;
+        if (numOctets == 0 || numOctets > 3 || octets.size() < 2 + numOctets) {
+            return std::nullopt;
+        }
+        size = 0;
+        for (; header < 2 + numOctets; ++header) {
+            size = size << 8 | octets[header];
+        }
+    }
+    if (size > octets.size() - header) {
+        return std::nullopt;
+    }
+    Element element;
+    element.identifier = octets[0];
+    const std::span<const std::uint8_t> content = octets.subspan(header, size);
+    std::optional<Elements> children;
+    if (size != 0 && ((element.identifier & kConstructed) != 0 || element.identifier == kOctetString)) {
+        children = elementsIn(content, level + 1);
+    }
+    if (children) {
+        element.children = std::move(*children);
+    } else {
+        element.content.assign(content.begin(), content.end());
+    }
+    octets = octets.subspan(header + size);
+    return element;
+}
+
+std::optional<Elements> elementsIn(std::span<const std::uint8_t> octets, int level) {
+    Elements elements;
+    while (!octets.empty()) {
+        std::optional<Element> element = level > kMostLevels ? std::nullopt : takeElement(octets, level);
+        if (!element) {
+            return std::nullopt;
+        }
+        elements.push_back(std::move(*element));
+    }
+    return elements;
+}
+
+Bytes encodingOf(const Element& element) {
+    Bytes content = element.content;
+    for (const Element& child : element.children) {
+        const Bytes octets = encodingOf(child);
+        content.insert(content.end(), octets.begin(), octets.end());
+    }
+    return testkit::tlv::raw(element.identifier, content);
+}
+
+struct Place {
+    Elements* siblings;
+    std::size_t index;
+    Element& element() const { return (*siblings)[index]; }
+};
+
+void listPlaces(Elements& siblings, std::vector<Place>& places) {
+    for (std::size_t i = 0; i < siblings.size(); ++i) {
+        places.push_back({&siblings, i});
+        listPlaces(siblings[i].children, places);
+    }
+}
+
+// Contents that matter to some type: times, numbers, flags, and sizes at which a length needs another octet.
+Bytes contentFor(std::uint8_t value) {
+    static const std::vector<Bytes> contents{
+        {},
+        {0x00},
+        {0xFF},
+        {0x01, 0x01},
+        {0x80},
+        {0x00, 0xFF},
+        Bytes(20, 0x7F),
+        Bytes(127, 0x01),
+        Bytes(128, 0x01),
+        Bytes(256, 0x01),
+        testkit::bytesOf("20200101000000Z"),
+        testkit::bytesOf("20991231235959Z"),
+        testkit::bytesOf("99991231235959Z"),
+        testkit::bytesOf("700101000000Z"),
+        testkit::bytesOf("491231235959Z"),
+        testkit::bytesOf("http://127.0.0.1:9/"),
+        testkit::fromHex("2B06010505070309"),    // OCSPSigning
+        testkit::fromHex("2B0601050507300105"),  // no-check
+        testkit::fromHex("2B0601050507300102"),  // nonce
+        testkit::fromHex("551D13"),              // basicConstraints
+        testkit::fromHex("551D1C"),              // issuingDistributionPoint
+        testkit::fromHex("551D1B"),              // deltaCRLIndicator
+        testkit::fromHex("551D1E"),              // nameConstraints
+        testkit::fromHex("551D1F"),              // cRLDistributionPoints
+        testkit::fromHex("551D15"),              // reasonCode
+        testkit::fromHex("2B0E03021A"),          // SHA-1
+        testkit::fromHex("608648016503040201"),  // SHA-256
+    };
+    return contents[value % contents.size()];
+}
+
+void insert(const Place& place, std::size_t after, Element element) {
+    place.siblings->insert(place.siblings->begin() + static_cast<std::ptrdiff_t>(place.index + after),
+                           std::move(element));
+}
+
+void apply(const Edit& edit, const std::vector<Place>& places) {
+    const Place& place = places[edit.element % places.size()];
+    Element& element = place.element();
+    Bytes& content = element.content;
+    const auto at =
+        content.begin() + (content.empty() ? 0 : static_cast<std::ptrdiff_t>(edit.argument % content.size()));
+    switch (edit.operation % 11) {
+        case 0:
+            if (!content.empty()) {
+                *at = edit.value;
+            }
+            break;
+        case 1:
+            content.insert(at, edit.value);
+            break;
+        case 2:
+            if (!content.empty()) {
+                content.erase(at);
+            }
+            break;
+        case 3:
+            element.identifier = edit.value;
+            break;
+        case 4:
+            place.siblings->erase(place.siblings->begin() + static_cast<std::ptrdiff_t>(place.index));
+            break;
+        case 5:
+            insert(place, 1, Element(element));
+            break;
+        case 6:
+            std::swap(element, (*place.siblings)[(place.index + 1) % place.siblings->size()]);
+            break;
+        case 7:
+            insert(place, 1, Element(places[(std::size_t{edit.argument} << 8 | edit.value) % places.size()].element()));
+            break;
+        case 8:
+            element.children.clear();
+            content = contentFor(edit.value);
+            break;
+        case 9: {
+            Element around;
+            around.identifier = edit.value;
+            around.children.push_back(std::move(element));
+            element = std::move(around);
+            break;
+        }
+        default:
+            insert(place, 1, Element{edit.argument, contentFor(edit.value), {}});
+            break;
+    }
+}
+
+}  // namespace
+
+std::vector<Edit> editsIn(std::span<const std::uint8_t> input, std::size_t most) {
+    std::vector<Edit> edits;
+    for (; input.size() >= kEditSize && edits.size() < most; input = input.subspan(kEditSize)) {
+        edits.push_back({input[0], std::size_t{input[1]} << 8 | input[2], input[3], input[4]});
+    }
+    return edits;
+}
+
+Bytes edited(const Bytes& der, std::span<const Edit> edits) {
+    std::span<const std::uint8_t> octets(der);
+    const std::optional<Element> whole = takeElement(octets, 0);
+    if (!whole || !octets.empty()) {
+        return der;
+    }
+    Elements tree{*whole};
+    Bytes result = der;
+    for (const Edit& edit : edits) {
+        std::vector<Place> places;
+        listPlaces(tree[0].children, places);
+        if (places.empty() || result.size() > kMostOctets) {
+            break;
+        }
+        apply(edit, places);
+        result = encodingOf(tree[0]);
+    }
+    return result;
+}
+
+Bytes firstElementOf(const Bytes& der) {
+    std::span<const std::uint8_t> octets(der);
+    const std::optional<Element> whole = takeElement(octets, 0);
+    return whole && !whole->children.empty() ? encodingOf(whole->children.front()) : Bytes();
+}
+
+}  // namespace fuzz

@@ -1,0 +1,34 @@
+// Edits of a DER structure, chosen by a fuzzer: elements change, vanish, double and move, and the lengths around them
+// stay right, so that most results still decode. What is in an OCTET STRING counts as elements too, where it is some.
+#pragma once
+
+#include <cstdint>
+#include <span>
+#include <vector>
+
+#include "tests/support/bytes.h"
+
+namespace fuzz {
+
+using testkit::Bytes;
+
+/// One edit is five octets: operation, element (two octets), argument, value.
+inline constexpr std::size_t kEditSize = 5;
+
+struct Edit {
+    std::uint8_t operation = 0;
+    std::size_t element = 0;  // in the order of the octets, modulo their number
+    std::uint8_t argument = 0;
+    std::uint8_t value = 0;
+};
+
+/// At most `most` edits; an incomplete one at the end is left out.
+std::vector<Edit> editsIn(std::span<const std::uint8_t> input, std::size_t most = 24);
+
+/// The structure after the edits. It must be one DER element; otherwise it is returned unchanged.
+Bytes edited(const Bytes& der, std::span<const Edit> edits);
+
+/// The first element in the element `der`, such as the signed part of a certificate; empty when there is none.
+Bytes firstElementOf(const Bytes& der);
+
+}  // namespace fuzz

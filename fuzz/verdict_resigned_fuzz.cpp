@@ -1,0 +1,65 @@
+// The complete verdict about structures that the input edits and the harness signs again: the response, the delegate's
+// certificate, the CA's, and the CRL of the CA. "Good" needs an entry that OpenSSL reads as good, and a delegate that
+// OpenSSL accepts with the same CRLs; "revoked" and "unknown" need an entry that OpenSSL reads so.
+#include <array>
+
+#include "checker/checker.h"
+#include "fuzz/resigned_pki.h"
+#include "platform/support/support_service.h"
+
+namespace {
+
+using fuzz::Bytes;
+using fuzz::Edit;
+using fuzz::require;
+using tallow::Answer;
+
+enum Target { kResponse, kDelegate, kCa, kCrl, kTargets };
+
+bool hasOcspSigning(const Bytes& der) {
+    return (X509_get_extended_key_usage(testkit::parseCertificate(der).get()) & XKU_OCSP_SIGN) != 0;
+}
+
+tallow::Trust trustIn(const fuzz::ResignedPki& pki, const Bytes& crl) {
+    return tallow::Trust().addRoots(pki.root.certificate).addCrls(pki.rootCrl).addCrls(crl);
+}
+
+}  // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    static const bool hasSettings = support_settings_open("/dev/null") == 0;
+    require(hasSettings, "settings");
+    const fuzz::ResignedPki& pki = fuzz::ResignedPki::shared();
+    std::array<std::vector<Edit>, kTargets> edits;
+    for (const Edit& edit : fuzz::editsIn({data, size})) {
+        edits[(edit.operation >> 4U) % kTargets].push_back(edit);
+    }
+    const Bytes ca = fuzz::resigned(pki.ca.certificate, pki.root, edits[kCa]);
+    const Bytes delegate = fuzz::resigned(pki.delegate.certificate, pki.ca, edits[kDelegate]);
+    const Bytes crl = fuzz::resigned(pki.caCrl, pki.ca, edits[kCrl]);
+    const Bytes response =
+        fuzz::responseWith(fuzz::edited(pki.responseData, edits[kResponse]), pki.delegate.key, {delegate});
+    tallow::Verdict verdict;
+    try {
+        const tallow::Checker checker(trustIn(pki, crl), {.downloads = false});
+        const tallow::Stored about{.certificate = pki.leaf.certificate, .issuer = ca};
+        verdict = checker.verify(response, about).at(0);
+    } catch (const tallow::BadInput&) {  // a CRL or a CA that does not decode
+        require(!edits[kCrl].empty() || !edits[kCa].empty(), "no BadInput");
+        return 0;
+    }
+    require(!verdict.why().empty() && verdict.why().find('\n') == std::string::npos, "one line");
+    require((verdict.status == 0) == (verdict.answer == Answer::kGood), "status 0 for good");
+    require(size >= fuzz::kEditSize || verdict.answer == Answer::kGood, "good without edits: " + verdict.why());
+    if (verdict.answer == Answer::kUnproven) {
+        return 0;
+    }
+    const int status = verdict.answer == Answer::kGood      ? V_OCSP_CERTSTATUS_GOOD
+                       : verdict.answer == Answer::kRevoked ? V_OCSP_CERTSTATUS_REVOKED
+                                                            : V_OCSP_CERTSTATUS_UNKNOWN;
+    require(fuzz::numEntries(response, pki.leaf.serial(), status) > 0, "an entry for " + verdict.why());
+    const std::string fault = fuzz::opensslFault(delegate, ca, pki.root.certificate, {pki.rootCrl, crl});
+    require(fault.empty(), "no signer with a fault (" + fault + ") for " + verdict.why());
+    require(hasOcspSigning(delegate), "an authorised signer for " + verdict.why());
+    return 0;
+}
