@@ -26,14 +26,15 @@ CRYPT_DATA_BLOB view(const CBlob& blob) {
 }
 
 // The chain policy calls back through a C interface, which no exception may cross: what IsOCSPAuthorized throws is kept
-// for the thread and thrown again after the policy has returned. A failure authorises no responder.
-thread_local std::exception_ptr authorisationFailure;
+// in the call of the thread and thrown again after the policy has returned. A failure authorises no responder. Only a
+// pointer belongs to the thread: the C library ends the process when it has no memory to register a destructor.
+constinit thread_local std::exception_ptr* authorisationFailure = nullptr;
 
 extern "C" int isAuthorisedByPolicy(PCCERT_CONTEXT certificate) {
     try {
         return IsOCSPAuthorized(certificate);
     } catch (...) {
-        authorisationFailure = std::current_exception();
+        *authorisationFailure = std::current_exception();
         return 0;
     }
 }
@@ -126,12 +127,14 @@ std::int32_t CResponse::Impl::applyResponderPolicy(const ATL2::CCertChainContext
     policyStatus.cbSize = sizeof policyStatus;
     policyStatus.pvExtraPolicyStatus = &ocspStatus;
 
-    authorisationFailure = nullptr;
+    std::exception_ptr failure;
+    std::exception_ptr* const outer = std::exchange(authorisationFailure, &failure);
     const BOOL judged =
         CertVerifyCertificateChainPolicy(CERT_CHAIN_POLICY_OCSP_RESPONDER, chain.get(), &parameters, &policyStatus);
     const DWORD lastError = judged ? 0 : GetLastError();
-    if (authorisationFailure) {
-        std::rethrow_exception(std::exchange(authorisationFailure, nullptr));
+    authorisationFailure = outer;
+    if (failure) {
+        std::rethrow_exception(failure);
     }
     if (const std::int32_t verdict = policyVerdict(judged, lastError, policyStatus); verdict != 0) {
         return verdict;

@@ -3,6 +3,7 @@
 
   exported_symbols.py [--update] tallow=build/debug/libtallow.so ...
 
+They must not import what ends a process without memory, such as the registration of a destructor for a thread.
 C functions and data are listed one by one, C++ by class and by free function: what a class offers is its header's
 business, but a class that loses its mark vanishes as a whole. Names outside our namespaces must not leak out. Symbols
 of vague linkage (templates, inline functions) may stand in any library and are left alone. --update rewrites the lists.
@@ -50,6 +51,12 @@ def optional_but_required(library):
     return [s for s in OPTIONAL if f"U {s}" in out.stdout or f"w {s}" not in out.stdout]
 
 
+def registers_thread_destructors(library):
+    """The C library ends the process when it has no memory to do so: a thread_local object must be trivial."""
+    out = subprocess.run(["nm", "-D", "--undefined-only", library], text=True, capture_output=True, check=True)
+    return "__cxa_thread_atexit" in out.stdout
+
+
 def main():
     update = "--update" in sys.argv
     errors = []
@@ -58,6 +65,8 @@ def main():
         exported = set(symbols(library))
         entries = {entry_of(s).split("(", 1)[0] for s in exported}
         errors += [f"{name}: leaks {s}" for s in sorted(exported) if not is_ours(s)]
+        if registers_thread_destructors(library):
+            errors.append(f"{name}: has a thread_local object with a destructor")
         if name == "tallow":
             errors += [f"{name}: requires {s}, or no longer uses it" for s in optional_but_required(library)]
         golden = HERE / f"{name}.symbols"

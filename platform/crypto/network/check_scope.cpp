@@ -4,6 +4,7 @@
 #include <limits>
 #include <map>
 #include <string_view>
+#include <utility>
 
 #include "platform/crypto/base/limits.h"
 #include "platform/crypto/base/wide_text.h"
@@ -76,7 +77,11 @@ DownloadProxy proxyOfPolicy() {
 
 // ---- Downloads of the outermost check ------------------------------------------------------------------------------
 
-thread_local std::map<std::string, Bytes> downloads;
+using Downloads = std::map<std::string, Bytes>;
+
+// Null when there are none. Not an object with a destructor: the C library ends the process when it has no memory to
+// register one.
+constinit thread_local Downloads* downloads = nullptr;
 
 // A flag from a later version may be a restriction, which must not be ignored.
 constexpr DWORD kKnownFlags =
@@ -105,18 +110,27 @@ CheckTime checkTime() noexcept {
 }
 
 const Bytes* downloadOfCheck(const std::string& url) noexcept {
-    const auto found = isForbidden(CRYPTO_CHECK_NO_DOWNLOADS) ? downloads.end() : downloads.find(url);
-    return found == downloads.end() ? nullptr : &found->second;
+    if (downloads == nullptr || isForbidden(CRYPTO_CHECK_NO_DOWNLOADS)) {
+        return nullptr;
+    }
+    const auto found = downloads->find(url);
+    return found == downloads->end() ? nullptr : &found->second;
 }
 
 void keepDownload(const std::string& url, const Bytes& body) {
     constexpr std::size_t kMaxSize = 1024 * 1024;
+    if (currentCheck() == nullptr) {
+        return;
+    }
+    if (downloads == nullptr) {
+        downloads = new Downloads;
+    }
     std::size_t size = url.size() + body.size();
-    for (const auto& [known, content] : downloads) {
+    for (const auto& [known, content] : *downloads) {
         size += known.size() + content.size();
     }
-    if (currentCheck() != nullptr && size <= kMaxSize) {
-        downloads.insert_or_assign(url, body);
+    if (size <= kMaxSize) {
+        downloads->insert_or_assign(url, body);
     }
 }
 
@@ -163,7 +177,7 @@ void crypto_end_check(CRYPTO_CHECK* pCheck) {
     if (pCheck->pOuter != nullptr) {
         pCheck->pOuter->cSkippedDownloads += pCheck->cSkippedDownloads;
     } else {
-        downloads.clear();
+        delete std::exchange(downloads, nullptr);
     }
 }
 
