@@ -158,6 +158,7 @@ int run(int argc, char** argv) {
 
 int main(int argc, char** argv) {
     if (!occupyStandardStreams()) {
+        std::fputs("tallow: /dev/null cannot be opened; raise the limit of open files, or repair the device\n", stderr);
         return kExitNoAnswer;
     }
     endOnSignals();

@@ -1,6 +1,7 @@
 #include "checker/text/certificate_text.h"
 
 #include <algorithm>
+#include <new>
 #include <string_view>
 
 #include "checker/text/name_text.h"
@@ -106,7 +107,7 @@ std::string thumbprintOf(const _CERT_CONTEXT* certificate) {
     unsigned char hash[64];
     DWORD size = sizeof hash;
     if (!CertGetCertificateContextProperty(certificate, CERT_SHA1_HASH_PROP_ID, hash, &size)) {
-        return {};
+        throw std::bad_alloc();  // nothing else can keep the service from hashing what it has read
     }
     return Orvane::CBlob(hash, size).writeToHexString(0).c_str();
 }

@@ -15,7 +15,7 @@ namespace tallow::text {
 TALLOW_EXPORT std::string subjectOf(const _CERT_CONTEXT* certificate);
 TALLOW_EXPORT std::string issuerNameOf(const _CERT_CONTEXT* certificate);
 
-/// SHA-1 of the certificate, hexadecimal.
+/// SHA-1 of the certificate, hexadecimal. Throws std::bad_alloc: an empty one would name every certificate.
 TALLOW_EXPORT std::string thumbprintOf(const _CERT_CONTEXT* certificate);
 
 /// Hexadecimal, most significant octet first.
