@@ -1,7 +1,8 @@
 # Build options, and two interface targets: tallow_flags sets warnings, visibility and instrumentation for all our
 # code; tallow_options adds the source root, from which everything but the examples includes.
 option(TALLOW_WERROR "Treat warnings as errors" OFF)
-option(TALLOW_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(TALLOW_SANITIZE "Build with sanitizers" OFF)
+set(TALLOW_SANITIZERS "address,undefined" CACHE STRING "Those of TALLOW_SANITIZE; thread excludes all others")
 option(TALLOW_COVERAGE "Build with coverage counters" OFF)
 option(TALLOW_FUZZ "Build the fuzz targets (clang only)" OFF)
 option(TALLOW_TESTS "Build the tests" ON)
@@ -26,9 +27,9 @@ if(TALLOW_WERROR)
   target_compile_options(tallow_flags INTERFACE -Werror)
 endif()
 if(TALLOW_SANITIZE)
-  target_compile_options(tallow_flags INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+  target_compile_options(tallow_flags INTERFACE -fsanitize=${TALLOW_SANITIZERS} -fno-sanitize-recover=all
                                                 -fno-omit-frame-pointer)
-  target_link_options(tallow_flags INTERFACE -fsanitize=address,undefined)
+  target_link_options(tallow_flags INTERFACE -fsanitize=${TALLOW_SANITIZERS})
 endif()
 if(TALLOW_FUZZ)
   target_compile_options(tallow_flags INTERFACE -fsanitize=fuzzer-no-link)
