@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <filesystem>
+#include <new>
 #include <optional>
 #include <vector>
 
@@ -87,7 +88,7 @@ Item itemOf(const std::string& crl) {
     DWORD size = sizeof hash;
     const Octets octets = octetsOf(crl);
     if (!CryptHashCertificate(0, 0, 0, octets.data(), static_cast<DWORD>(octets.size()), hash, &size)) {
-        size = 0;
+        throw std::bad_alloc();  // as for certificates: an empty thumbprint would name every CRL
     }
     return {hexOf(Octets(hash, size)), crl, "", crlIssuer(crl), false};
 }

@@ -2,7 +2,8 @@
 # tallow_options adds the source root, from which everything but the examples includes; tallow_product is for what is
 # installed. Only targets of this project link them, so that no flag reaches a project that adds this one.
 option(TALLOW_WERROR "Treat warnings as errors" OFF)
-option(TALLOW_SANITIZE "Build with AddressSanitizer and UndefinedBehaviorSanitizer" OFF)
+option(TALLOW_SANITIZE "Build with sanitizers" OFF)
+set(TALLOW_SANITIZERS "address,undefined" CACHE STRING "Those of TALLOW_SANITIZE; thread excludes all others")
 option(TALLOW_COVERAGE "Build with coverage counters" OFF)
 option(TALLOW_FUZZ "Build the fuzz targets (clang only)" OFF)
 option(TALLOW_HARDENING "Harden optimised builds: checked buffers, stack protection, PIE, read-only relocations" ON)
@@ -43,9 +44,9 @@ if(TALLOW_WERROR)
   target_compile_options(tallow_flags INTERFACE -Werror)
 endif()
 if(TALLOW_SANITIZE)
-  target_compile_options(tallow_flags INTERFACE -fsanitize=address,undefined -fno-sanitize-recover=all
+  target_compile_options(tallow_flags INTERFACE -fsanitize=${TALLOW_SANITIZERS} -fno-sanitize-recover=all
                                                 -fno-omit-frame-pointer)
-  target_link_options(tallow_flags INTERFACE -fsanitize=address,undefined)
+  target_link_options(tallow_flags INTERFACE -fsanitize=${TALLOW_SANITIZERS})
 endif()
 if(TALLOW_FUZZ)
   target_compile_options(tallow_flags INTERFACE -fsanitize=fuzzer-no-link)
