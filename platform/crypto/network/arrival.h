@@ -26,7 +26,7 @@ struct Arrival {
     // Before the next hop.
     void reset();
 
-    // One answer whose end nobody can take for another place: after any other, the connection is not used again.
+    // One answer that ends exactly where its header says. After any other, the connection is not used again.
     bool isExact() const;
 
     // The limit that was exceeded, in words; empty when none was. `announced` is the Content-Length, -1 for none;

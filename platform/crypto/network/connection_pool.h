@@ -3,8 +3,8 @@
 // A connection is given only to an exchange with the same key, which contains everything that decides what a new
 // connection would be, and only if the rules for addresses permit its server now. It is closed when it was idle for as
 // long as the setting connection_idle_ms says, or a minute after it was opened: names, the certificates of servers and
-// the system's roots are then looked at again. A server with few workers may serve nobody else before that, so a thread
-// ends such connections in time, and ends itself when there are none left.
+// the system's roots are then looked at again. An idle connection can block a server that has few workers. A thread
+// therefore ends idle connections in time; it stops when none is left.
 #pragma once
 
 #include <sys/types.h>
