@@ -37,7 +37,8 @@ bool isIgnored(const Description& d, Violation violation) {
 
 // The signers that a caller supplies come before those in the response.
 bool meetsImpostor(const Description& d) {
-    const bool isSupplied = d.signer == SignerKind::kIssuer || (d.signer == SignerKind::kAbove && d.depth == 2);
+    // With depth 0 the root is the issuer and signs; with depth 1 the CA above is the root, which is only trusted.
+    const bool isSupplied = d.signer == SignerKind::kIssuer || (d.signer == SignerKind::kAbove && d.depth != 1);
     return d.carried == Carried::kImpostorFirst && d.idKind == IdKind::kName && !isSupplied;
 }
 
@@ -83,6 +84,10 @@ bool expectedOfGnuTls(const Description& d, const Judgement& judgement) {
     if (d.carried == Carried::kImpostorFirst && d.idKind == IdKind::kName) {
         return false;
     }
+    // It reads nothing that octets follow, and finds a signer that only the caller has by its name, not by its key.
+    if (d.hasTrailing || (d.carried == Carried::kNone && d.idKind == IdKind::kKey)) {
+        return false;
+    }
     for (const Violation violation :
          {Violation::kResponseStatus, Violation::kSignerNotFound, Violation::kSignature, Violation::kAuthority}) {
         if (judgement.violations.count(violation) != 0) {
@@ -92,11 +97,13 @@ bool expectedOfGnuTls(const Description& d, const Judgement& judgement) {
     if (d.signer == SignerKind::kIssuer) {
         return true;
     }
-    // It validates the delegate's certificate with the issuer as the anchor, which it examines too.
+    // It validates the delegate's certificate with the issuer as the anchor, which it examines too; but an anchor that
+    // signed itself need not say that it is a CA.
     const auto isNow = [](Dates dates) { return dates != Dates::kExpired && dates != Dates::kNotYetValid; };
     const Authority& issuer = issuerOf(d);
-    return !d.delegate.isForged && !d.delegate.hasUnknownCritical && isNow(d.delegate.dates) && issuer.isCa &&
-           issuer.maySignCertificates && isNow(issuer.dates);
+    return !d.delegate.isForged && !d.delegate.hasUnknownCritical && isNow(d.delegate.dates) &&
+           (issuer.isCa || d.depth == 0) && !issuer.hasUnknownCritical && issuer.maySignCertificates &&
+           isNow(issuer.dates);
 }
 
 }  // namespace proof

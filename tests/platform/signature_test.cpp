@@ -6,6 +6,7 @@
 
 #include "platform/crypto/keys/public_key.h"
 #include "tests/platform/provider_fixture.h"
+#include "tests/support/openssl_ptr.h"
 #include "tests/support/pki.h"
 #include "tests/support/process.h"
 #include "tests/support/settings_file.h"
@@ -110,6 +111,27 @@ TEST(Signature, OfACertificateWithTwoAlgorithmsIsBad) {
     Bytes ber = algorithm;
     ber.insert(ber.begin() + 1, 0x81);
     EXPECT_EQ(verifyIssuer(withOuter(ber)), E_INVALIDARG);
+}
+
+TEST(Signature, OfPssReadsNothingBesideTheHashes) {
+    const Identity signer = selfSigned({.key = Key::make(KeyKind::kRsa2048)});
+    const Bytes data = tlv::null();
+    const Bytes octets = testkit::sign(data, signer.key.get(), "SHA256", true).octets;
+    const auto withParameters = [&](const Bytes& ofHash, const Bytes& ofMaskHash, const Bytes& afterMaskHash) {
+        const Bytes sha256 = tlv::oid("2.16.840.1.101.3.4.2.1");
+        const Bytes mask =
+            tlv::sequence({tlv::oid("1.2.840.113549.1.1.8"), tlv::sequence({sha256, ofMaskHash}), afterMaskHash});
+        const Bytes parameters = tlv::sequence({tlv::context(0, tlv::sequence({sha256, ofHash})), tlv::context(1, mask),
+                                                tlv::context(2, tlv::integer(32))});
+        return verify(tlv::sequence({data, tlv::sequence({tlv::oid("1.2.840.113549.1.1.10"), parameters}),
+                                     tlv::bitString(octets)}),
+                      signer.certificate);
+    };
+    EXPECT_EQ(withParameters(tlv::null(), tlv::null(), {}), kGood);
+    EXPECT_EQ(withParameters({}, {}, {}), kGood);
+    EXPECT_EQ(withParameters(tlv::integer(1), tlv::null(), {}), NTE_BAD_ALGID);
+    EXPECT_EQ(withParameters(tlv::null(), tlv::sequence({}), {}), NTE_BAD_ALGID);
+    EXPECT_EQ(withParameters(tlv::null(), tlv::null(), tlv::null()), NTE_BAD_ALGID);
 }
 
 // Public keys that allow signatures without a private key, or that are malformed. Each row differs from a good key in

@@ -72,17 +72,21 @@ struct PssParameters {
 
 using PssPtr = std::unique_ptr<RSA_PSS_PARAMS, OpenSslFree<RSA_PSS_PARAMS_free>>;
 
-// The row of the hash that an AlgorithmIdentifier names; SHA-1 when it is absent, as the standard's default has it.
+// The row of the hash that an AlgorithmIdentifier names; SHA-1 when it is absent, as the standard's default has it. Its
+// own parameters would be neither signed nor read.
 const Algorithm* hashOf(const X509_ALGOR* algorithm) {
     if (algorithm == nullptr) {
         return findHash(CALG_SHA1);
     }
     const ASN1_OBJECT* object = nullptr;
-    X509_ALGOR_get0(&object, nullptr, nullptr, algorithm);
+    int type = V_ASN1_UNDEF;
+    X509_ALGOR_get0(&object, &type, nullptr, algorithm);
     char text[64];
     const int size = OBJ_obj2txt(text, sizeof text, object, 1);
-    return size > 0 && size < static_cast<int>(sizeof text) ? findAlgorithm(text, CRYPT_HASH_ALG_OID_GROUP_ID)
-                                                            : nullptr;
+    const bool hasParameters = type != V_ASN1_UNDEF && type != V_ASN1_NULL;
+    return size > 0 && size < static_cast<int>(sizeof text) && !hasParameters
+               ? findAlgorithm(text, CRYPT_HASH_ALG_OID_GROUP_ID)
+               : nullptr;
 }
 
 // The hash inside the mask generation function, which must be MGF1.
@@ -99,8 +103,9 @@ const Algorithm* maskHashOf(const X509_ALGOR* mask) {
     }
     const auto* const sequence = static_cast<const ASN1_STRING*>(value);
     const unsigned char* position = ASN1_STRING_get0_data(sequence);
-    const X509AlgorithmPtr inner(d2i_X509_ALGOR(nullptr, &position, ASN1_STRING_length(sequence)));
-    return inner == nullptr ? nullptr : hashOf(inner.get());
+    const unsigned char* const end = position + ASN1_STRING_length(sequence);
+    const X509AlgorithmPtr inner(d2i_X509_ALGOR(nullptr, &position, end - position));
+    return inner == nullptr || position != end ? nullptr : hashOf(inner.get());
 }
 
 bool readPss(ByteView der, PssParameters& parameters) {
