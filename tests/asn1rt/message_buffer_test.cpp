@@ -20,8 +20,8 @@ public:
     IntegerControl(ASN1MessageBufferIF& buffer, std::int32_t& value) : ASN1CType(buffer), msgData(value) {}
     int EncodeTo(ASN1MessageBufferIF& buffer) override {
         setMsgBuf(buffer);
-        buffer.init();
-        return xe_integer(buffer.getCtxtPtr(), &msgData, TAG_EXPLICIT);
+        const int status = buffer.init();
+        return status != 0 ? status : xe_integer(buffer.getCtxtPtr(), &msgData, TAG_EXPLICIT);
     }
     int DecodeFrom(ASN1MessageBufferIF& buffer) override {
         setMsgBuf(buffer);
