@@ -202,14 +202,25 @@ void traceFaults(bool isOn) {
 
 namespace {
 
-// A preloaded process.
-__attribute__((constructor)) void readEnvironment() {
-    const char* const file = std::getenv("TALLOW_FAULT_COUNTS");
-    const char* const order = std::getenv("TALLOW_FAULT");
+const char* valueIn(char** environment, std::string_view name) {
+    for (; *environment != nullptr; ++environment) {
+        const std::string_view entry = *environment;
+        if (entry.size() > name.size() && entry[name.size()] == '=' && entry.substr(0, name.size()) == name) {
+            return *environment + name.size() + 1;
+        }
+    }
+    return nullptr;
+}
+
+// A preloaded process. The linker puts it before the initialisers of all other libraries, whose calls count as well;
+// those of the C library are among them, so that getenv does not work yet.
+__attribute__((constructor)) void readEnvironment(int, char**, char** environment) {
+    const char* const file = valueIn(environment, "TALLOW_FAULT_COUNTS");
+    const char* const order = valueIn(environment, "TALLOW_FAULT");
     if (file == nullptr && order == nullptr) {
         return;
     }
-    traceFaults(std::getenv("TALLOW_FAULT_TRACE") != nullptr);
+    traceFaults(valueIn(environment, "TALLOW_FAULT_TRACE") != nullptr);
     static FaultState own;
     FaultState* state = &own;
     if (const int descriptor = file != nullptr ? ::open(file, O_RDWR | O_CLOEXEC) : -1; descriptor >= 0) {

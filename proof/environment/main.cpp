@@ -1,11 +1,15 @@
 // Every allocation and every fallible call of the C library, libcurl, libcrypto and libssl fails once, on every public
 // path. The path must end as without the fault or with a failure, free everything, and succeed afterwards.
+//
+// TALLOW_FAULT_ONLY, a pattern of file names, chooses among texts such as "Checker::check, good: malloc, warm" and
+// "tallow send: open, cold": '*alloc, warm'.
+#include <fnmatch.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cstdio>
+#include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <stdexcept>
 
 #include "proof/environment/commands.h"
@@ -74,18 +78,23 @@ public:
 
     Files filesOf(std::uint64_t number) override {
         const auto [group, faults] = placeOf(number);
-        const char* const name = group.isCommand ? commands_[group.target].name : paths_[group.target].name;
-        return {{"fault", testkit::bytesOf(std::string(name) + ": " + faults.text(faults.first) + "\n")}};
+        return {{"fault", testkit::bytesOf(nameOf(group) + ": " + faults.text(faults.first) + "\n")}};
     }
 
 private:
     // Of malloc and its relatives, which have the first numbers.
     static unsigned long long sumOf(const std::vector<std::uint64_t>& calls) {
-        return calls[0] + calls[1] + calls[2] + calls[3];
+        return calls[0] + calls[1] + calls[2] + calls[3] + calls[4];
+    }
+
+    std::string nameOf(const Group& group) const {
+        return group.isCommand ? std::string("tallow ") + commands_[group.target].name : paths_[group.target].name;
     }
 
     void add(const Group& group) {
-        if (group.numCases > 0) {
+        const std::string name =
+            nameOf(group) + ": " + faultPointName(group.faults.point) + (group.faults.isWarm ? ", warm" : ", cold");
+        if (group.numCases > 0 && ::fnmatch(chosen_, name.c_str(), FNM_EXTMATCH) == 0) {
             cases_ += group.numCases;
             groups_.push_back(group);
         }
@@ -211,7 +220,13 @@ private:
         }
     }
 
+    static const char* choice() {
+        const char* const chosen = std::getenv("TALLOW_FAULT_ONLY");
+        return chosen == nullptr ? "*" : chosen;
+    }
+
     std::string program_;
+    const char* chosen_ = choice();
     Scene scene_;
     std::vector<Path> paths_;
     std::vector<Command> commands_;
