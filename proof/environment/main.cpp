@@ -31,6 +31,20 @@ struct Group {
     std::uint64_t numCases = 0;
 };
 
+// A busy machine may need a second try.
+template <typename Work>
+auto patiently(const Work& work) {
+    for (int triesLeft = 2;; --triesLeft) {
+        try {
+            return work();
+        } catch (const std::runtime_error&) {
+            if (triesLeft == 0) {
+                throw;
+            }
+        }
+    }
+}
+
 struct Known {
     testkit::ProcessResult result;
     std::vector<std::uint64_t> calls;
@@ -41,10 +55,9 @@ public:
     explicit Environment(const Options& options)
         : program_(options.command), paths_(makePaths(scene_)), commands_(makeCommands(scene_)) {
         for (std::size_t i = 0; i < paths_.size(); ++i) {
-            const Calls calls = countCalls(scene_, paths_[i]);
+            const Calls calls = patiently([&] { return countCalls(scene_, paths_[i]); });
             std::printf("%-40s %6llu and %6llu allocations; %s\n", paths_[i].name, sumOf(calls.cold), sumOf(calls.warm),
                         calls.result.answer == Answer::kNone ? calls.result.text.c_str() : "proven");
-            expected_.push_back(calls.result.answer);
             for (std::size_t point = 0; point < faultPointCount(); ++point) {
                 add({i, false, {false, point, 1, 1}, calls.cold[point]});
                 add({i,
@@ -54,7 +67,7 @@ public:
             }
         }
         for (std::size_t i = 0; i < commands_.size() && !program_.empty(); ++i) {
-            known_.push_back(firstRun(commands_[i]));
+            known_.push_back(patiently([&] { return firstRun(commands_[i]); }));
             const Known& known = known_.back();
             std::printf("tallow %-33s %6llu allocations; exit status %d\n", commands_[i].name, sumOf(known.calls),
                         known.result.exitStatus);
@@ -72,7 +85,7 @@ public:
         if (group.isCommand) {
             runCommand(group.target, faults, report);
         } else {
-            tryFaults(scene_, paths_[group.target], expected_[group.target], faults, report);
+            tryFaults(scene_, paths_[group.target], faults, report);
         }
     }
 
@@ -151,7 +164,7 @@ private:
     }
 
     static std::vector<std::string> preloaded() {
-        return {"LD_PRELOAD=" FAULT_POINTS_LIBRARY, "ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0"};
+        return {"LD_PRELOAD=" FAULT_POINTS_LIBRARY, "ASAN_OPTIONS=verify_asan_link_order=0"};
     }
 
     Known firstRun(const Command& command) const {
@@ -203,8 +216,9 @@ private:
         if (!isSame && result.err.empty() && !isWriteFault) {
             fail("no message");
         }
-        // A certificate that is revoked stays so when nothing can be printed.
-        if (isSame && command.isRepeatable && !(isWriteFault && status == 1) && result.out != expected.out) {
+        // A certificate that is revoked stays so when nothing can be printed. A line may say what is missing.
+        if (isSame && command.isRepeatable && !(isWriteFault && status == 1) && result.out != expected.out &&
+            result.err == expected.err) {
             fail("other output");
         }
         const bool hasOutput = !command.output.empty() && std::filesystem::exists(machine.folder.file(command.output));
@@ -230,7 +244,6 @@ private:
     Scene scene_;
     std::vector<Path> paths_;
     std::vector<Command> commands_;
-    std::vector<Answer> expected_;
     std::vector<Known> known_;
     std::vector<Group> groups_;
     std::uint64_t cases_ = 0;
