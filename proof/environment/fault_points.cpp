@@ -344,7 +344,7 @@ PROOF_EXPORT std::size_t fwrite(const void* buffer, std::size_t size, std::size_
 // The dynamic linker keeps some blocks where LeakSanitizer does not look. libcrypto itself loses a few when it cannot
 // complete a list of names or decoders.
 extern "C" PROOF_EXPORT const char* __lsan_default_suppressions() {
-    return "leak:_dl_\nleak:OBJ_NAME_do_all\nleak:OSSL_DECODER_do_all_provided\n";
+    return "leak:_dl_\nleak:ld-linux\nleak:OBJ_NAME_do_all\nleak:do_all_provided\n";
 }
 
 // Stacks of the libraries as well: they are built without frame pointers.

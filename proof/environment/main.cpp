@@ -76,6 +76,8 @@ public:
             }
         }
         order();
+        std::printf("%llu cases for %zu pairs of path and function\n", static_cast<unsigned long long>(cases_),
+                    groups_.size());
     }
 
     std::uint64_t caseCount() const override { return cases_; }
