@@ -35,6 +35,37 @@ namespace {
 using namespace tallow::cli;
 using namespace tallow::text;
 
+// Needs no memory itself.
+void reportExhaustedMemory() {
+    constexpr std::string_view kMessage = "tallow: out of memory\n";
+    static_cast<void>(::write(STDERR_FILENO, kMessage.data(), kMessage.size()) == 0);
+}
+
+std::terminate_handler terminateOtherwise = nullptr;
+
+// Where no handler can catch it, exhausted memory still ends the command with the status that is documented for it.
+[[noreturn]] void endWithoutMemory() {
+    try {
+        if (std::current_exception() != nullptr) {
+            throw;
+        }
+    } catch (const std::bad_alloc&) {
+        reportExhaustedMemory();
+        ::_exit(kExitNoAnswer);
+    } catch (...) {
+        // The usual end names the exception.
+    }
+    terminateOtherwise();
+    std::abort();
+}
+
+// Libraries and the parser of the command line make objects before main. What is listed here runs before all of them,
+// also before the sanitizer is ready for its own checks.
+__attribute__((no_sanitize("address", "undefined"))) void expectExhaustedMemory() {
+    terminateOtherwise = std::set_terminate(endWithoutMemory);
+}
+__attribute__((section(".preinit_array"), used)) void (*const firstInitialiser)() = expectExhaustedMemory;
+
 // If the caller closed a standard stream, a file or socket opened later would get its descriptor, and the result would
 // be written there. Opened only for reading, so that writing the result fails and is noticed.
 bool occupyStandardStreams() {
@@ -166,9 +197,7 @@ int main(int argc, char** argv) {
     try {
         return run(argc, argv);
     } catch (...) {
-        // Memory is exhausted: this message needs none.
-        constexpr std::string_view kMessage = "tallow: out of memory\n";
-        static_cast<void>(::write(STDERR_FILENO, kMessage.data(), kMessage.size()) == 0);
+        reportExhaustedMemory();
         return kExitNoAnswer;
     }
 }

@@ -171,6 +171,9 @@ StoreFolder readFolder(const StoreOptions& options, const std::filesystem::path&
     StoreFolder folder;
     const DWORD which = options.machine ? CERT_SYSTEM_STORE_LOCAL_MACHINE : CERT_SYSTEM_STORE_CURRENT_USER;
     if (!crypto_list_store(options.name.c_str(), which, take, &folder)) {
+        if (GetLastError() == E_OUTOFMEMORY) {
+            throw std::bad_alloc();  // of a thumbprint, for example
+        }
         throw InputError(path.string(), "cannot be read; check that it is a directory and that you may read it");
     }
     return folder;

@@ -112,7 +112,7 @@ void Settings::readFile() {
         fail(static_cast<int>(ERROR_BAD_FORMAT), {}, "tables and keys nest too deep");
         return;
     }
-    table_ = toml::parse(file->content, path_);
+    table_ = toml::parse(file->content);  // keeps the path where it cannot report that memory runs out
 }
 
 std::shared_ptr<Settings> Settings::inForce() {

@@ -3,6 +3,7 @@
 #include <dlfcn.h>
 #include <execinfo.h>
 #include <fcntl.h>
+#include <pthread.h>
 #include <sys/mman.h>
 #include <unistd.h>
 
@@ -202,14 +203,25 @@ void traceFaults(bool isOn) {
 
 namespace {
 
-// A preloaded process.
-__attribute__((constructor)) void readEnvironment() {
-    const char* const file = std::getenv("TALLOW_FAULT_COUNTS");
-    const char* const order = std::getenv("TALLOW_FAULT");
+const char* valueIn(char** environment, std::string_view name) {
+    for (; *environment != nullptr; ++environment) {
+        const std::string_view entry = *environment;
+        if (entry.size() > name.size() && entry[name.size()] == '=' && entry.substr(0, name.size()) == name) {
+            return *environment + name.size() + 1;
+        }
+    }
+    return nullptr;
+}
+
+// A preloaded process. The linker puts it before the initialisers of all other libraries, whose calls count as well;
+// those of the C library are among them, so that getenv does not work yet.
+__attribute__((constructor)) void readEnvironment(int, char**, char** environment) {
+    const char* const file = valueIn(environment, "TALLOW_FAULT_COUNTS");
+    const char* const order = valueIn(environment, "TALLOW_FAULT");
     if (file == nullptr && order == nullptr) {
         return;
     }
-    traceFaults(std::getenv("TALLOW_FAULT_TRACE") != nullptr);
+    traceFaults(valueIn(environment, "TALLOW_FAULT_TRACE") != nullptr);
     static FaultState own;
     FaultState* state = &own;
     if (const int descriptor = file != nullptr ? ::open(file, O_RDWR | O_CLOEXEC) : -1; descriptor >= 0) {
@@ -329,6 +341,30 @@ PROOF_EXPORT std::size_t fwrite(const void* buffer, std::size_t size, std::size_
 }  // extern "C"
 
 #ifdef PROOF_SANITIZED
+// The dynamic linker keeps some blocks where LeakSanitizer does not look. libcrypto itself loses a few when it cannot
+// complete a list of names or decoders.
+extern "C" PROOF_EXPORT const char* __lsan_default_suppressions() {
+    return "leak:_dl_\nleak:ld-linux\nleak:OBJ_NAME_do_all\nleak:do_all_provided\n";
+}
+
+// Stacks of the libraries as well: they are built without frame pointers.
+extern "C" PROOF_EXPORT const char* __asan_default_options() {
+    return "fast_unwind_on_malloc=0";
+}
+
+extern "C" PROOF_EXPORT const char* __lsan_default_options() {
+    return "print_suppressions=0";
+}
+
+// The sanitizer calls it in each new thread, and ends the process when it fails.
+extern "C" PROOF_EXPORT int pthread_getattr_np(pthread_t thread, pthread_attr_t* attributes) {
+    static const auto real = reinterpret_cast<decltype(&pthread_getattr_np)>(proof::realFunction("pthread_getattr_np"));
+    proof::isBusy = true;
+    const int result = real(thread, attributes);
+    proof::isBusy = false;
+    return result;
+}
+
 // The sanitizer's operator new does not call malloc, and ends the process instead of throwing.
 void* operator new(std::size_t size) {
     void* const block = proof::mustFail(proof::kNew) ? nullptr : PROOF_REAL(malloc)(size == 0 ? 1 : size);

@@ -52,6 +52,43 @@ PathResult checked(const Scene& scene, const Identity& subject) {
     return resultOf(checker.check(subject.certificate, scene.ca.certificate));
 }
 
+// Good when all are as they should be.
+PathResult checkedSeveral(const Scene& scene) {
+    const tallow::Checker checker(trustOf(scene), optionsOf(scene));
+    const std::pair<const Identity*, Answer> expected[] = {{&scene.good, Answer::kGood},
+                                                           {&scene.revoked, Answer::kRevoked}};
+    const std::vector<tallow::Verdict> verdicts =
+        checker.check(std::vector<tallow::Input>{scene.good.certificate, scene.revoked.certificate},
+                      tallow::Input(scene.ca.certificate));
+    PathResult all{Answer::kGood, ""};
+    for (std::size_t i = 0; i < std::size(expected); ++i) {
+        const PathResult one = resultOf(verdicts.at(i));
+        if (one.answer != expected[i].second) {
+            all = {one.answer == Answer::kNone ? Answer::kNone : Answer::kUnknown, one.text};
+        }
+    }
+    return all;
+}
+
+PathResult stapled(const Scene& scene) {
+    const tallow::Checker checker(trustOf(scene), optionsOf(scene));
+    return resultOf(checker.fetchStaple(scene.good.certificate, scene.ca.certificate));
+}
+
+PathResult askedAndJudged(const Scene& scene) {
+    const tallow::Checker checker(trustOf(scene), optionsOf(scene));
+    const tallow::Question question = checker.ask(scene.good.certificate, scene.ca.certificate);
+    return resultOf(checker.judge(question, scene.goodResponse));
+}
+
+PathResult foundIssuer(const Scene& scene) {
+    const tallow::Checker checker(trustOf(scene).addCertificates(scene.ca.certificate), optionsOf(scene));
+    const Bytes found = checker.issuerOf(scene.good.certificate);
+    return found.empty()                   ? PathResult{Answer::kNone, "no issuer"}
+           : found == scene.ca.certificate ? PathResult{Answer::kDone, ""}
+                                           : PathResult{Answer::kUnknown, "another certificate"};
+}
+
 // Issuer and CRLs come from the addresses in the certificates, and go through the cache.
 PathResult checkedOnline(const Scene& scene, const Machine& machine) {
     if (support_settings_open(machine.settings.c_str()) != 0) {
@@ -99,8 +136,8 @@ PathResult sent(const Scene& scene) {
 template <typename Object>
 using Owner = std::unique_ptr<Object, void (*)(Object*)>;
 
-PathResult checkedInC(const Scene& scene) {
-    const Owner<tallow_checker> checker(tallow_checker_new(), tallow_checker_free);
+Owner<tallow_checker> checkerInC(const Scene& scene) {
+    Owner<tallow_checker> checker(tallow_checker_new(), tallow_checker_free);
     tallow_checker* const raw = checker.get();
     tallow_checker_add_roots(raw, scene.root.certificate.data(), scene.root.certificate.size());
     for (const Bytes* const crl : {&scene.rootCrl, &scene.caCrl}) {
@@ -109,11 +146,31 @@ PathResult checkedInC(const Scene& scene) {
     tallow_checker_add_responder(raw, scene.responderUrl().c_str());
     tallow_checker_set_downloads(raw, false);
     tallow_checker_set_timeout_ms(raw, kLimit.count() * 1000);
+    return checker;
+}
+
+PathResult checkedInC(const Scene& scene) {
+    const Owner<tallow_checker> checker = checkerInC(scene);
     const Bytes& subject = scene.good.certificate;
     const Bytes& issuer = scene.ca.certificate;
-    const Owner<tallow_verdict> verdict(tallow_check(raw, subject.data(), subject.size(), issuer.data(), issuer.size()),
-                                        tallow_verdict_free);
+    const Owner<tallow_verdict> verdict(
+        tallow_check(checker.get(), subject.data(), subject.size(), issuer.data(), issuer.size()), tallow_verdict_free);
     return {tallow_verdict_is_good(verdict.get()) ? Answer::kGood : Answer::kNone, tallow_verdict_why(verdict.get())};
+}
+
+PathResult verifiedEntriesInC(const Scene& scene) {
+    const Owner<tallow_checker> checker = checkerInC(scene);
+    const Bytes& issuer = scene.ca.certificate;
+    const Owner<tallow_verdict_list> list(
+        tallow_verify_entries(checker.get(), issuer.data(), issuer.size(), scene.revokedResponse.data(),
+                              scene.revokedResponse.size()),
+        tallow_verdict_list_free);
+    const tallow_verdict* const first = tallow_verdict_list_at(list.get(), 0);
+    const bool isRevoked = tallow_verdict_answer(first) == TALLOW_REVOKED;
+    return {tallow_verdict_is_good(first) ? Answer::kGood
+            : isRevoked                   ? Answer::kRevoked
+                                          : Answer::kNone,
+            tallow_verdict_why(first)};
 }
 
 using Context = std::unique_ptr<const _CERT_CONTEXT, void (*)(const _CERT_CONTEXT*)>;
@@ -222,25 +279,32 @@ std::vector<Path> makePaths(const Scene& s) {
     using M = const Machine&;
     return {
         {"Checker::check, good", [&s](M) { return checked(s, s.good); }},
-        {"Checker::check, revoked", [&s](M) { return checked(s, s.revoked); }},
-        {"Checker::check, unknown", [&s](M) { return checked(s, s.unknown); }},
+        {"Checker::check, revoked", [&s](M) { return checked(s, s.revoked); }, Answer::kRevoked},
+        {"Checker::check, unknown", [&s](M) { return checked(s, s.unknown); }, Answer::kUnknown},
+        {"Checker::check, several", [&s](M) { return checkedSeveral(s); }},
+        {"Checker::fetchStaple", [&s](M) { return stapled(s); }},
+        {"Checker::ask, judge", [&s](M) { return askedAndJudged(s); }},
+        {"Checker::issuerOf", [&s](M) { return foundIssuer(s); }, Answer::kDone},
         {"Checker::check, downloads and cache", [&s](M m) { return checkedOnline(s, m); }},
         {"Checker::check, trust of the system", [&s](M m) { return checkedBySystem(s, m); }},
         {"Checker::verify, good", [&s](M) { return verified(s, s.good, s.goodResponse); }},
-        {"Checker::verify, revoked", [&s](M) { return verified(s, s.revoked, s.revokedResponse); }},
-        {"Checker::verify, response about another", [&s](M) { return verified(s, s.unknown, s.goodResponse); }},
+        {"Checker::verify, revoked", [&s](M) { return verified(s, s.revoked, s.revokedResponse); }, Answer::kRevoked},
+        {"Checker::verify, response about another", [&s](M) { return verified(s, s.unknown, s.goodResponse); },
+         Answer::kNone},
         {"Checker::provedAt", [&s](M) { return provedBefore(s); }},
         {"Checker::receive", [&s](M) { return received(s); }},
-        {"Checker::send", [&s](M) { return sent(s); }},
+        {"Checker::send", [&s](M) { return sent(s); }, Answer::kDone},
         {"tallow_check", [&s](M) { return checkedInC(s); }},
+        {"tallow_verify_entries", [&s](M) { return verifiedEntriesInC(s); }, Answer::kRevoked},
         {"CRequest::Send, good", [&s](M m) { return askedByClasses(s, m, s.good, 0); }},
-        {"CRequest::Send, revoked", [&s](M m) { return askedByClasses(s, m, s.revoked, 0); }},
+        {"CRequest::Send, revoked", [&s](M m) { return askedByClasses(s, m, s.revoked, 0); }, Answer::kNone},
         {"CRequest::Send, cache", [&s](M m) { return askedByClasses(s, m, s.good, CRequest::kFlagAllowCache); }},
-        {"CRequest::Sign", [&s](M m) { return signedByClasses(s, m); }},
+        {"CRequest::Sign", [&s](M m) { return signedByClasses(s, m); }, Answer::kDone},
         {"CRequest::Import, Verify", [&s](M m) { return verifiedRequestByClasses(s, m); }},
-        {"ocspSendRequest", [&s](M m) { return sentByFunction(s, m); }},
+        {"ocspSendRequest", [&s](M m) { return sentByFunction(s, m); }, Answer::kDone},
         {"ocspVerifyResponse, good", [&s](M m) { return verifiedByFunction(m, s.good, s.goodResponse); }},
-        {"ocspVerifyResponse, revoked", [&s](M m) { return verifiedByFunction(m, s.revoked, s.revokedResponse); }},
+        {"ocspVerifyResponse, revoked", [&s](M m) { return verifiedByFunction(m, s.revoked, s.revokedResponse); },
+         Answer::kNone},
     };
 }
 

@@ -25,6 +25,7 @@ struct Machine {
 struct Path {
     const char* name;
     std::function<PathResult(const Machine& machine)> run;  // may throw what docs/conventions.md names
+    Answer expected = Answer::kGood;                        // without a fault
 };
 
 /// Each works on the files and servers of the scene, which must outlive them.

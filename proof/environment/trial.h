@@ -27,9 +27,10 @@ struct Calls {
     PathResult result;
 };
 
+/// Throws std::runtime_error when the path does not give the expected answer.
 Calls countCalls(const Scene& scene, const Path& path);
 
 /// Makes the faults and records what they led to. After each one the path must end as if there had been none.
-void tryFaults(const Scene& scene, const Path& path, Answer expected, const Faults& faults, Report& report);
+void tryFaults(const Scene& scene, const Path& path, const Faults& faults, Report& report);
 
 }  // namespace proof

@@ -1,5 +1,5 @@
 // Responders that cannot be reached, give no OCSP answer, or one that is not trusted: never a verdict, always one line
-// that names the responder, the step, and a remedy.
+// that names the responder, the step, and a remedy. And calls of the system that fail.
 #include "tests/cli/command.h"
 #include "tests/support/tlv.h"
 
@@ -8,6 +8,7 @@ namespace {
 using namespace testkit;
 using testing::HasSubstr;
 using CheckErrors = CommandTest;
+using FailingCalls = CommandTest;
 using Check = CommandTest;
 
 constexpr int kExitNoAnswer = 3;
@@ -152,6 +153,46 @@ TEST_F(Check, AsksRespondersUntilOneDecides) {
         EXPECT_EQ(run.exitStatus, row.exitStatus) << run.out << run.err;
         EXPECT_EQ(parseResults(run.out).at(0).at("responder"), row.decided);
     }
+}
+
+// proof/environment/fault_points.h describes how the calls fail.
+TEST_F(FailingCalls, ChangeNothingOrLeadToOneLineAndStatus3) {
+#ifdef TALLOW_FAULT_POINTS
+    struct Row {
+        const char* function;
+        int calls;  // the first ones of a run, each of which fails in a run of its own
+        Arguments arguments;
+        const char* words;
+    };
+    tallow.with({"store", "add", "ROOT", root});
+    tallow.with({"store", "add", "CA", tallow.file("root.crl", makeCrl(certs().root, {}))});
+    const std::string settings = tallow.folder().file("settings.toml");
+    for (const Row& row : {
+             Row{"malloc", 90, {"explain", "0x80093101"}, "out of memory"},  // some 70 of them before main
+             Row{"open", 1, {"explain", "0x80093101"}, "/dev/null cannot be opened; raise the limit"},
+             Row{"EVP_Q_digest", 2, {"store", "list", "ROOT", "--settings", settings}, "out of memory"},
+             Row{"EVP_Digest", 2, {"store", "list", "CA", "--settings", settings}, "out of memory"},
+         }) {
+        const Arguments arguments = joined({TALLOW_COMMAND}, row.arguments);
+        const std::string expected = testkit::run(arguments).out;
+        int failures = 0;
+        for (int call = 1; call <= row.calls; ++call) {
+            const std::string fault = std::string(row.function) + ':' + std::to_string(call);
+            SCOPED_TRACE(fault);
+            const ProcessResult run =
+                testkit::run(arguments, 30000, {"LD_PRELOAD=" TALLOW_FAULT_POINTS, "TALLOW_FAULT=" + fault});
+            if (run.exitStatus == 0) {
+                EXPECT_EQ(run.out, expected);
+            } else {
+                expectOneLine(run, kExitNoAnswer, {row.words});
+                ++failures;
+            }
+        }
+        EXPECT_GT(failures, 0) << row.function;
+    }
+#else
+    GTEST_SKIP() << "the sanitizers have their own malloc";
+#endif
 }
 
 }  // namespace

@@ -74,6 +74,23 @@ TEST(ServiceCall, FailsWithAnErrorWhenMemoryRunsOut) {
     }
 }
 
+TEST(SettingsFile, CanBeReadAgainWhenMemoryWasExhausted) {
+    enum { kDone, kNeverFailed, kWrong };
+    const TempDir dir;
+    const std::string path = dir.write("settings.toml", "[crypto]\nmax_redirects = 2\n");
+    int result = kDone;
+    for (long place = 0; result != kNeverFailed; ++place) {
+        result = inChild([&] {
+            allocationsLeft = place;
+            static_cast<void>(support_settings_open(path.c_str()));
+            const bool hasFailed = allocationsLeft < 0;
+            allocationsLeft = -1;
+            return support_settings_open(path.c_str()) != 0 ? kWrong : hasFailed ? kDone : kNeverFailed;
+        });
+        ASSERT_LT(result, kWrong) << "allocation " << place;
+    }
+}
+
 class FailingProcess : public testing::Test {
 protected:
     FailingProcess() {

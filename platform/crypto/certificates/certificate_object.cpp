@@ -41,11 +41,20 @@ X509Ptr parse(ByteView der, OSSL_LIB_CTX* context) {
         ASN1_item_d2i_ex(nullptr, &position, static_cast<long>(der.size()), ASN1_ITEM_rptr(X509), context, nullptr)));
 }
 
+ByteView encodingOf(const X509_NAME* name) {
+    const unsigned char* der = nullptr;
+    std::size_t size = 0;
+    return X509_NAME_get0_der(name, &der, &size) == 1 ? ByteView(der, size) : ByteView();
+}
+
 // Makes OpenSSL read extensions and key now, before threads share the object; returns whether it could. OpenSSL treats
-// a self-signed certificate as another one when its key could not be read.
+// a self-signed certificate as another one when its key could not be read, or its names could not be compared.
 bool readDeep(X509& certificate) {
     const bool isRead = X509_check_purpose(&certificate, -1, 0) == 1 && X509_get0_pubkey(&certificate) != nullptr;
-    return isRead && (X509_get_extension_flags(&certificate) & (EXFLAG_SI | EXFLAG_SS)) != EXFLAG_SI;
+    const std::uint32_t flags = X509_get_extension_flags(&certificate) & (EXFLAG_SI | EXFLAG_SS);
+    const bool isSelfIssued = std::ranges::equal(encodingOf(X509_get_subject_name(&certificate)),
+                                                 encodingOf(X509_get_issuer_name(&certificate)));
+    return isRead && flags != EXFLAG_SI && (flags != 0 || !isSelfIssued);
 }
 
 // OpenSSL verifies the signature over its own encoding, which it may make again from a changed object.

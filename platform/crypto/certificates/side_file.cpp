@@ -63,7 +63,7 @@ Bytes accessInformation(const toml::array& addresses) {
 // Empty, or what is wrong with the text.
 std::string applyText(const std::string& text, const std::string& path, const Certificate& certificate) {
     try {
-        const toml::table table = toml::parse(text, path);
+        const toml::table table = toml::parse(text);  // without the path: see Settings::readFile
         if (const auto key = table["key"].value<std::string>(); key && !key->empty()) {
             nameKey(certificate, keyUri(*key, std::filesystem::path(path).parent_path()));
         }

@@ -2,11 +2,14 @@
 
 #include <fcntl.h>
 #include <openssl/crypto.h>
+#include <openssl/decoder.h>
+#include <openssl/pem.h>
 #include <openssl/store.h>
 #include <openssl/ui.h>
 #include <strings.h>
 #include <sys/stat.h>
 
+#include <cstring>
 #include <new>
 #include <string_view>
 
@@ -21,9 +24,10 @@ namespace tallow::platform {
 namespace {
 
 constexpr off_t kLargestKeyFile = off_t{1} << 20;  // a key with its whole chain has some ten thousand octets
-// OpenSSL reads a file that is not a key in small steps, each as expensive as trying all its decoders.
+// Blocks of a file, or objects of a token: for each, OpenSSL tries all its decoders.
 constexpr int kMaximumSteps = 256;
 
+using DecoderPtr = std::unique_ptr<OSSL_DECODER_CTX, OpenSslFree<OSSL_DECODER_CTX_free>>;
 using StorePtr = std::unique_ptr<OSSL_STORE_CTX, OpenSslFree<OSSL_STORE_close>>;
 using LoaderPtr = std::unique_ptr<OSSL_STORE_LOADER, OpenSslFree<OSSL_STORE_LOADER_free>>;
 using StoreInfoPtr = std::unique_ptr<OSSL_STORE_INFO, OpenSslFree<OSSL_STORE_INFO_free>>;
@@ -67,6 +71,18 @@ int givePin(UI* dialogue, UI_STRING* question) {
     auto& search = *static_cast<Search*>(UI_get0_user_data(dialogue));
     ++search.timesAsked;
     return search.pin != nullptr && UI_set_result(dialogue, question, search.pin) >= 0 ? 1 : -1;
+}
+
+// The same for the functions that read files, which cleanse their buffer as well.
+int givePinText(char* buffer, int size, int /*isForWriting*/, void* context) {
+    auto& search = *static_cast<Search*>(context);
+    ++search.timesAsked;
+    const size_t length = search.pin == nullptr ? 0 : std::strlen(search.pin);
+    if (search.pin == nullptr || length > static_cast<size_t>(size)) {
+        return -1;
+    }
+    std::memcpy(buffer, search.pin, length);
+    return static_cast<int>(length);
 }
 
 // How OpenSSL asks for a PIN here, instead of at the terminal. Lives as long as the process.
@@ -144,6 +160,57 @@ const char* whyClosedIn(const KeyFile& file) {
     return why;
 }
 
+BioPtr bioOf(ByteView bytes) {
+    BioPtr bio(BIO_new_mem_buf(bytes.data(), static_cast<int>(bytes.size())));
+    return bio != nullptr ? std::move(bio) : throw std::bad_alloc();
+}
+
+// A key in any binary form.
+KeyPtr keyIn(ByteView binary, Search& search) {
+    EVP_PKEY* key = nullptr;
+    const DecoderPtr decoder(
+        OSSL_DECODER_CTX_new_for_pkey(&key, nullptr, nullptr, nullptr, EVP_PKEY_KEYPAIR, nullptr, nullptr));
+    if (decoder == nullptr || OSSL_DECODER_CTX_set_pem_password_cb(decoder.get(), givePinText, &search) != 1) {
+        throw std::bad_alloc();
+    }
+    const unsigned char* position = binary.data();
+    size_t size = binary.size();
+    const bool isDecoded = OSSL_DECODER_from_data(decoder.get(), &position, &size) == 1;
+    if (KeyPtr decoded(key); isDecoded) {
+        return decoded;
+    }
+    // The decoders know no engines.
+    position = binary.data();
+    if (KeyPtr plain(d2i_AutoPrivateKey(nullptr, &position, static_cast<long>(binary.size()))); plain != nullptr) {
+        return plain;
+    }
+    return KeyPtr(d2i_PKCS8PrivateKey_bio(bioOf(binary).get(), nullptr, givePinText, &search));
+}
+
+// OSSL_STORE also reads files, but crashes when memory runs out while it does.
+void searchKeys(ByteView content, Search& search) {
+    const auto offer = [&search](KeyPtr key, int asked) {
+        if (key != nullptr) {
+            search.offer(std::move(key));
+        } else if (search.timesAsked > asked) {
+            search.isLocked = true;
+        }
+    };
+    const std::string_view text(reinterpret_cast<const char*>(content.data()), content.size());
+    const std::vector<PemBlock> blocks = pemBlocks(text);
+    if (blocks.empty()) {
+        offer(keyIn(content, search), 0);
+    }
+    for (size_t i = 0; i < blocks.size() && i < kMaximumSteps && search.found == nullptr; ++i) {
+        if (blocks[i].label.ends_with("PRIVATE KEY")) {
+            const int asked = search.timesAsked;
+            const size_t end = i + 1 < blocks.size() ? blocks[i + 1].start : content.size();
+            const BioPtr block = bioOf(content.subspan(blocks[i].start, end - blocks[i].start));
+            offer(KeyPtr(PEM_read_bio_PrivateKey(block.get(), nullptr, givePinText, &search)), asked);
+        }
+    }
+}
+
 DWORD searchFile(const std::string& path, Search& search) {
     KeyFile file;
     if (!readKeyFile(path, file)) {
@@ -161,14 +228,7 @@ DWORD searchFile(const std::string& path, Search& search) {
         search.sawOtherKey = result.sawOtherKey;
         return search.verdict();
     }
-    const BioPtr content(BIO_new_mem_buf(file.content.data(), static_cast<int>(file.content.size())));
-    const StorePtr store(content == nullptr ? nullptr
-                                            : OSSL_STORE_attach(content.get(), "file", nullptr, nullptr, pinDialogue(),
-                                                                &search, nullptr, nullptr, nullptr));
-    if (store == nullptr) {
-        return NTE_FAIL;
-    }
-    searchStore(store.get(), search);
+    searchKeys(file.content, search);
     return search.verdict();
 }
 
