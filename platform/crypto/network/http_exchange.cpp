@@ -433,7 +433,9 @@ std::optional<CURLcode> Exchange::transferOverIdle(const HttpAddress& address, c
     if (code == CURLE_ABORTED_BY_CALLBACK) {
         ConnectionPool::ofProcess().noteSilence(key_);
     }
-    return code != CURLE_OK && isWithoutAnswer(code) ? std::nullopt : std::optional(code);
+    // A server ends a connection that was idle for too long with 408, perhaps while the request is on its way.
+    const bool isEnded = code == CURLE_OK && statusReceived() == kRequestTimeout;
+    return isEnded || (code != CURLE_OK && isWithoutAnswer(code)) ? std::nullopt : std::optional(code);
 }
 
 HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
