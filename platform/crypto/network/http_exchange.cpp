@@ -400,8 +400,8 @@ bool Exchange::isRefusalCut(CURLcode code) const {
     return errorOf(code) == ERROR_INTERNET_CONNECTION_ABORTED && statusReceived() >= kFirstOfErrors;
 }
 
-// True if no header line came over a connection that was open, since the server closed or forgot it, so that the
-// request may be sent once more. It has the same effect however often it arrives.
+// True if no header line came over a connection that was open, since the server closed or forgot it or had sent more
+// than its last answer, so that the request may be sent once more. It has the same effect however often it arrives.
 bool Exchange::isWithoutAnswer(CURLcode code) const {
     switch (code) {
         case CURLE_COULDNT_CONNECT:  // libcurl wanted another connection
@@ -409,7 +409,9 @@ bool Exchange::isWithoutAnswer(CURLcode code) const {
         case CURLE_SEND_ERROR:
         case CURLE_RECV_ERROR:
         case CURLE_GOT_NOTHING:
-        case CURLE_ABORTED_BY_CALLBACK:  // see onProgress
+        case CURLE_ABORTED_BY_CALLBACK:   // see onProgress
+        case CURLE_UNSUPPORTED_PROTOCOL:  // no status line, such as the rest of an answer with a wrong length
+        case CURLE_WEIRD_SERVER_REPLY:
             return arrival_.headerSize == 0 && arrival_.body.empty();
         default:
             return false;
