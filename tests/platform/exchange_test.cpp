@@ -535,6 +535,13 @@ TEST(SendPkiRequest, VerifiesTheTlsServer) {
     HttpServer up([&](const HttpRequest&) { return redirectTo(right.url(), 307); });
     EXPECT_EQ(post(up.url(), bytesOf("request")).body, bytesOf("answer"));
 
+    {  // the time is over while OpenSSL reads
+        const SettingsFile brief("[crypto]\nexchange_timeout_ms = 300\nsystem_bundle = \"" + bundle + "\"\n");
+        const HttpReply drip{.padBodyTo = 1 << 20, .pauseEachKilobyteMs = 1};
+        HttpServer dripping([&](const HttpRequest&) { return drip; }, &good);
+        EXPECT_EQ(post(dripping.url(), bytesOf("request")).lastError, ERROR_INTERNET_TIMEOUT);
+    }
+
     std::error_code missing;
     const auto sizeKeyLog = std::filesystem::file_size(libcurl.keyLog(), missing);
     EXPECT_TRUE(missing || sizeKeyLog == 0) << "no key of the connections above may be written to SSLKEYLOGFILE";

@@ -365,7 +365,9 @@ CURLcode Exchange::transfer(const HttpAddress& address, const Reach& reach) {
         const ForkGate::Outside waiting;  // a fork does not wait for the network
         code = curl_easy_perform(connection_->easy());
     }
-    const bool isLate = errorOf(code) == ERROR_INTERNET_SECURE_FAILURE && millisecondsUntil(deadline_) <= 0;
+    // Connection::endReadingAtDeadline, in the handshake or later.
+    const bool isStopped = errorOf(code) == ERROR_INTERNET_SECURE_FAILURE || code == CURLE_RECV_ERROR;
+    const bool isLate = isStopped && millisecondsUntil(deadline_) <= 0;
     return isLate ? CURLE_OPERATION_TIMEDOUT : endOf(code);
 }
 
