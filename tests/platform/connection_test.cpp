@@ -88,9 +88,10 @@ TEST(Connection, ServesAnotherExchangeOnlyAfterAnExactAnswer) {
         {"HTTP/1.0", raw("HTTP/1.0 200 OK\r\nConnection: keep-alive\r\nContent-Length: 1\r\n\r\nx"), 2},
         {"closed instead of the second answer", good, 2, {.closeAtOnce = true}, 3},
         {"half a status line", good, 2, raw("HTTP/1.1 2", AfterReply::kClose), 3},
+        {"408 in place of the answer", good, 2, {.status = 408}, 3},
         {"half a body", good, 1, raw("HTTP/1.1 200 OK\r\nContent-Length: 6\r\n\r\nsec", AfterReply::kClose), 2,
          ERROR_INTERNET_CONNECTION_ABORTED},
-        {"no HTTP", good, 1, raw("hello\r\n\r\n", AfterReply::kClose), 2, ERROR_HTTP_INVALID_SERVER_RESPONSE},
+        {"no HTTP, as when more than the first answer was sent", good, 2, raw("\r\n" + answerText("forged")), 3},
         {"silence", good, 1, silent, 2, ERROR_INTERNET_TIMEOUT},
     };
     for (const Row& row : rows) {

@@ -67,9 +67,9 @@ TEST(SendPkiRequest, ReportsFailuresAndStatuses) {
         unsigned long status;
         DWORD lastError = 0;  // 0: any
     };
-    const auto length = [](const char* digits) {
-        return HttpReply{.rawReply =
-                             bytesOf(std::string("HTTP/1.1 200 OK\r\nContent-Length: ") + digits + "\r\n\r\nx")};
+    const auto raw = [](const std::string& text) { return HttpReply{.rawReply = bytesOf(text)}; };
+    const auto length = [&raw](const std::string& digits) {
+        return raw("HTTP/1.1 200 OK\r\nContent-Length: " + digits + "\r\n\r\nx");
     };
     const Row rows[] = {
         {"server error keeps its status", {.status = 500, .body = bytesOf("sorry")}, 500},
@@ -82,7 +82,11 @@ TEST(SendPkiRequest, ReportsFailuresAndStatuses) {
         {"length above 63 bits", length("9223372036854775808"), 0, ERROR_HTTP_INVALID_SERVER_RESPONSE},
         {"length above 64 bits", length("18446744073709551617"), 0, ERROR_HTTP_INVALID_SERVER_RESPONSE},
         {"length that is no number", length("5;"), 0, ERROR_HTTP_INVALID_SERVER_RESPONSE},
-        {"endless header", {.rawReply = bytesOf("HTTP/1.1 200 OK\r\nX: " + std::string(200000, 'a') + "\r\n\r\n")}, 0},
+        {"lengths that differ", length("9\r\nContent-Length: 1"), 0, ERROR_HTTP_INVALID_SERVER_RESPONSE},
+        {"endless header", raw("HTTP/1.1 200 OK\r\nX: " + std::string(200000, 'a') + "\r\n\r\n"), 0,
+         ERROR_HTTP_INVALID_SERVER_RESPONSE},
+        {"header cut short", raw("HTTP/1.1 200 OK\r\nX: y\r\n"), 0, ERROR_INTERNET_CONNECTION_ABORTED},
+        {"refusal cut short", raw("HTTP/1.1 403 No\r\nContent-Length: 9\r\n\r\nx"), 403, ERROR_ACCESS_DENIED},
     };
     for (const Row& row : rows) {
         SCOPED_TRACE(row.what);
@@ -530,6 +534,13 @@ TEST(SendPkiRequest, VerifiesTheTlsServer) {
     EXPECT_EQ(plain.requests().size(), 0u);
     HttpServer up([&](const HttpRequest&) { return redirectTo(right.url(), 307); });
     EXPECT_EQ(post(up.url(), bytesOf("request")).body, bytesOf("answer"));
+
+    {  // the time is over while OpenSSL reads
+        const SettingsFile brief("[crypto]\nexchange_timeout_ms = 300\nsystem_bundle = \"" + bundle + "\"\n");
+        const HttpReply drip{.padBodyTo = 1 << 20, .pauseEachKilobyteMs = 1};
+        HttpServer dripping([&](const HttpRequest&) { return drip; }, &good);
+        EXPECT_EQ(post(dripping.url(), bytesOf("request")).lastError, ERROR_INTERNET_TIMEOUT);
+    }
 
     std::error_code missing;
     const auto sizeKeyLog = std::filesystem::file_size(libcurl.keyLog(), missing);

@@ -54,7 +54,12 @@ bool Arrival::isExact() const {
 }
 
 Breach Arrival::breachOf(std::string_view line) {
-    numStatusLines += beginsWith(line, "http/") ? 1 : 0;
+    if (beginsWith(line, "http/")) {
+        ++numStatusLines;
+        length = kNoLength;
+        isHeaderComplete = false;
+    }
+    isHeaderComplete |= line == "\r\n" || line == "\n";
     if (line.size() > maxHeaderSize - headerSize) {
         return Breach::kHeaderSize;
     }
@@ -64,7 +69,11 @@ Breach Arrival::breachOf(std::string_view line) {
     }
     if (const std::optional<std::string_view> text = valueOf(line, "content-length:")) {
         ++numLengths;
-        return isLength(*text, length) ? Breach::kNone : Breach::kLength;
+        const std::int64_t before = length;
+        if (!isLength(*text, length)) {
+            return Breach::kLength;
+        }
+        return before == kNoLength || before == length ? Breach::kNone : Breach::kLengths;
     }
     return Breach::kNone;
 }
@@ -85,6 +94,12 @@ std::string Arrival::breachText(long long announced, const char* sizeSetting) co
             return "the body is compressed (Transfer-Encoding), although that was not asked for";
         case Breach::kLength:
             return "Content-Length is no number";
+        case Breach::kLengths:
+            return "there are two Content-Length lines that differ";
+        case Breach::kHeaderLine:
+            return "a header line is too long to be read";
+        case Breach::kHeaderEnd:
+            return "the connection was closed before the end of the header";
         case Breach::kNone:
             break;
     }

@@ -9,8 +9,8 @@
 
 namespace tallow::platform {
 
-// Our own reason to end a transfer.
-enum class Breach { kNone, kBodySize, kHeaderSize, kCoding, kLength };
+// Our own reason to end a transfer, or not to accept it.
+enum class Breach { kNone, kBodySize, kHeaderSize, kHeaderLine, kHeaderEnd, kCoding, kLength, kLengths };
 
 struct Arrival {
     Bytes body;
@@ -18,7 +18,8 @@ struct Arrival {
     Breach breach = Breach::kNone;
     int numStatusLines = 0;  // more than one: interim answers came first
     int numLengths = 0;      // Content-Length lines
-    std::int64_t length = 0;
+    std::int64_t length = kNoLength;
+    bool isHeaderComplete = false;
     bool hasCoding = false;  // a Transfer-Encoding line
     std::size_t maxBodySize = 0;
     std::size_t maxHeaderSize = 0;
@@ -28,6 +29,8 @@ struct Arrival {
 
     // One answer that ends exactly where its header says. After any other, the connection is not used again.
     bool isExact() const;
+
+    static constexpr std::int64_t kNoLength = -1;
 
     // The limit that was exceeded, in words; empty when none was. `announced` is the Content-Length, -1 for none;
     // `sizeSetting` names the setting that limits the body.

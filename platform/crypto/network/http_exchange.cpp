@@ -7,6 +7,7 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
+#include <new>
 #include <optional>
 #include <string_view>
 #include <system_error>
@@ -286,6 +287,9 @@ private:
     // Null when a new connection is needed.
     std::optional<CURLcode> transferOverIdle(const HttpAddress& address, const Reach& reach);
     CURLcode transfer(const HttpAddress& address, const Reach& reach);
+    CURLcode endOf(CURLcode code);
+    long statusReceived() const;  // 0 before the end of the header
+    bool isRefusalCut(CURLcode code) const;
     bool isWithoutAnswer(CURLcode code) const;
     static int onProgress(void* target, curl_off_t, curl_off_t, curl_off_t, curl_off_t);
     HttpAnswer arrived(std::string& next);
@@ -361,12 +365,45 @@ CURLcode Exchange::transfer(const HttpAddress& address, const Reach& reach) {
         const ForkGate::Outside waiting;  // a fork does not wait for the network
         code = curl_easy_perform(connection_->easy());
     }
-    const bool isLate = errorOf(code) == ERROR_INTERNET_SECURE_FAILURE && millisecondsUntil(deadline_) <= 0;
-    return isLate ? CURLE_OPERATION_TIMEDOUT : code;
+    // Connection::endReadingAtDeadline, in the handshake or later.
+    const bool isStopped = errorOf(code) == ERROR_INTERNET_SECURE_FAILURE || code == CURLE_RECV_ERROR;
+    const bool isLate = isStopped && millisecondsUntil(deadline_) <= 0;
+    return isLate ? CURLE_OPERATION_TIMEDOUT : endOf(code);
 }
 
-// True if no header line came over a connection that was open, since the server closed or forgot it, so that the
-// request may be sent once more. It has the same effect however often it arrives.
+// Corrects what libcurl makes of a header: one that was cut counts as complete there, and a line that is too long as
+// exhausted memory. Where memory is exhausted, an allocation of that size fails as well.
+CURLcode Exchange::endOf(CURLcode code) {
+    if (code == CURLE_OK && !arrival_.isHeaderComplete) {
+        arrival_.breach = Breach::kHeaderEnd;
+        return CURLE_PARTIAL_FILE;
+    }
+    constexpr std::size_t kLongestLine = 100 * 1024;
+    curl_off_t beganAfter = 0;
+    static_cast<void>(curl_easy_getinfo(connection_->easy(), CURLINFO_STARTTRANSFER_TIME_T, &beganAfter));
+    if (code == CURLE_OUT_OF_MEMORY && beganAfter > 0 &&
+        std::unique_ptr<char[]>(new (std::nothrow) char[kLongestLine]) != nullptr) {
+        arrival_.breach = Breach::kHeaderLine;
+        return CURLE_WEIRD_SERVER_REPLY;
+    }
+    return code;
+}
+
+long Exchange::statusReceived() const {
+    long status = 0;
+    static_cast<void>(curl_easy_getinfo(connection_->easy(), CURLINFO_RESPONSE_CODE, &status));
+    return arrival_.isHeaderComplete ? status : 0;
+}
+
+// A server that refuses a request may close the connection without reading its body, so that its own body is cut. The
+// status still says what is wrong.
+bool Exchange::isRefusalCut(CURLcode code) const {
+    constexpr long kFirstOfErrors = 400;
+    return errorOf(code) == ERROR_INTERNET_CONNECTION_ABORTED && statusReceived() >= kFirstOfErrors;
+}
+
+// True if no header line came over a connection that was open, since the server closed or forgot it or had sent more
+// than its last answer, so that the request may be sent once more. It has the same effect however often it arrives.
 bool Exchange::isWithoutAnswer(CURLcode code) const {
     switch (code) {
         case CURLE_COULDNT_CONNECT:  // libcurl wanted another connection
@@ -374,7 +411,9 @@ bool Exchange::isWithoutAnswer(CURLcode code) const {
         case CURLE_SEND_ERROR:
         case CURLE_RECV_ERROR:
         case CURLE_GOT_NOTHING:
-        case CURLE_ABORTED_BY_CALLBACK:  // see onProgress
+        case CURLE_ABORTED_BY_CALLBACK:   // see onProgress
+        case CURLE_UNSUPPORTED_PROTOCOL:  // no status line, such as the rest of an answer with a wrong length
+        case CURLE_WEIRD_SERVER_REPLY:
             return arrival_.headerSize == 0 && arrival_.body.empty();
         default:
             return false;
@@ -398,7 +437,9 @@ std::optional<CURLcode> Exchange::transferOverIdle(const HttpAddress& address, c
     if (code == CURLE_ABORTED_BY_CALLBACK) {
         ConnectionPool::ofProcess().noteSilence(key_);
     }
-    return code != CURLE_OK && isWithoutAnswer(code) ? std::nullopt : std::optional(code);
+    // A server ends a connection that was idle for too long with 408, perhaps while the request is on its way.
+    const bool isEnded = code == CURLE_OK && statusReceived() == kRequestTimeout;
+    return isEnded || (code != CURLE_OK && isWithoutAnswer(code)) ? std::nullopt : std::optional(code);
 }
 
 HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
@@ -419,6 +460,10 @@ HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
             return failure(ERROR_NOT_ENOUGH_MEMORY, "memory is exhausted");
         }
         code = transfer(address, reach);
+    }
+    if (isRefusalCut(*code)) {
+        arrival_.body.clear();
+        return arrived(next);
     }
     return *code == CURLE_OK ? arrived(next) : failed(*code, address);
 }
