@@ -7,6 +7,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cctype>
 #include <cstdlib>
 #include <mutex>
 #include <string>
@@ -70,6 +71,13 @@ private:
     std::string reply_;
 };
 
+// libcurl accepts its name in either case.
+bool hasStatusLine(const std::string& reply) {
+    static const std::string name = "http/";
+    return std::search(reply.begin(), reply.end(), name.begin(), name.end(),
+                       [](unsigned char a, char b) { return std::tolower(a) == b; }) != reply.end();
+}
+
 tallow::platform::HttpAnswer ask(const Server& server, bool isPost) {
     tallow::platform::HttpCall call;
     call.url = server.url();
@@ -78,7 +86,7 @@ tallow::platform::HttpAnswer ask(const Server& server, bool isPost) {
     const std::uint8_t body[] = {0x30, 0x00};
     call.body = body;
     call.onRedirect = [&](const std::string& target, long) { return target.starts_with(server.url()); };
-    constexpr long kDeadlineMs = 2000;
+    constexpr long kDeadlineMs = 20000;  // never reached: the server closes each connection
     return exchangeHttp(call, {.connectTimeoutMs = kDeadlineMs,
                                .deadlineMs = kDeadlineMs,
                                .maxBodySize = 4096,
@@ -100,7 +108,7 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
         require(answer.reason.find_first_of("\n\r") == std::string::npos);
         require(answer.body.size() <= std::min<std::size_t>(size, 4096));
         if (answer.error == 0) {
-            require(reply.find("HTTP/") != std::string::npos && answer.status >= 100 && answer.status <= 999);
+            require(hasStatusLine(reply) && answer.status >= 100 && answer.status <= 999);
             require(answer.status == 200 || !answer.reason.empty());
         } else {
             require(answer.status == 0 && answer.body.empty() && !answer.reason.empty());

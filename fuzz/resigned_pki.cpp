@@ -1,6 +1,10 @@
 #include "fuzz/resigned_pki.h"
 
+#include <openssl/err.h>
 #include <openssl/x509_vfy.h>
+#include <openssl/x509v3.h>
+
+#include <algorithm>
 
 #include "tests/support/tlv.h"
 
@@ -19,10 +23,6 @@ using ResponsePtr = std::unique_ptr<OCSP_RESPONSE, FreeWith<OCSP_RESPONSE_free>>
 using BasicPtr = std::unique_ptr<OCSP_BASICRESP, FreeWith<OCSP_BASICRESP_free>>;
 using StorePtr = std::unique_ptr<X509_STORE, FreeWith<X509_STORE_free>>;
 using ContextPtr = std::unique_ptr<X509_STORE_CTX, FreeWith<X509_STORE_CTX_free>>;
-
-struct FreeShallow {
-    void operator()(STACK_OF(X509) * list) const { sk_X509_free(list); }
-};
 
 template <class Ptr, class Decoder>
 Ptr readAs(const Bytes& der, Decoder decode) {
@@ -56,6 +56,44 @@ ResignedPki makePki() {
     return pki;
 }
 
+using CertIdPtr = std::unique_ptr<OCSP_CERTID, FreeWith<OCSP_CERTID_free>>;
+using KeyIdPtr = std::unique_ptr<AUTHORITY_KEYID, FreeWith<AUTHORITY_KEYID_free>>;
+
+bool misnamesKey(X509* issuer, X509* subject) {
+    const int error = X509_check_issued(issuer, subject);
+    return error == X509_V_ERR_AKID_SKID_MISMATCH || error == X509_V_ERR_AKID_ISSUER_SERIAL_MISMATCH;
+}
+
+bool misnamesKey(const std::vector<X509*>& issuers, const X509_CRL* crl) {
+    const KeyIdPtr id(crl == nullptr ? nullptr
+                                     : static_cast<AUTHORITY_KEYID*>(
+                                           X509_CRL_get_ext_d2i(crl, NID_authority_key_identifier, nullptr, nullptr)));
+    return std::none_of(issuers.begin(), issuers.end(),
+                        [&](X509* issuer) { return X509_check_akid(issuer, id.get()) == X509_V_OK; });
+}
+
+// OpenSSL's identifier of the certificate with the hash of `entry`; null for an unknown one.
+CertIdPtr idLike(const OCSP_CERTID* entry, X509* leaf, X509* ca) {
+    ASN1_OBJECT* hash = nullptr;
+    OCSP_id_get0_info(nullptr, &hash, nullptr, nullptr, const_cast<OCSP_CERTID*>(entry));
+    const EVP_MD* const digest = EVP_get_digestbyobj(hash);
+    return CertIdPtr(digest == nullptr ? nullptr : OCSP_cert_to_id(digest, leaf, ca));
+}
+
+void addEntry(Reading& reading, OCSP_SINGLERESP* entry) {
+    constexpr long kSkewSeconds = 200;
+    constexpr long kOldestSeconds = 7L * 24 * 3600 + kSkewSeconds;
+    ASN1_GENERALIZEDTIME* thisUpdate = nullptr;
+    ASN1_GENERALIZEDTIME* nextUpdate = nullptr;
+    const int status = OCSP_single_get0_status(entry, nullptr, nullptr, &thisUpdate, &nextUpdate);
+    reading.numGood += status == V_OCSP_CERTSTATUS_GOOD;
+    reading.numRevoked += status == V_OCSP_CERTSTATUS_REVOKED;
+    reading.numUnknown += status == V_OCSP_CERTSTATUS_UNKNOWN;
+    reading.hasCriticalExtension |= OCSP_SINGLERESP_get_ext_by_critical(entry, 1, -1) >= 0;
+    reading.isCurrent &=
+        OCSP_check_validity(thisUpdate, nextUpdate, kSkewSeconds, nextUpdate == nullptr ? kOldestSeconds : -1) == 1;
+}
+
 }  // namespace
 
 const ResignedPki& ResignedPki::shared() {
@@ -79,46 +117,64 @@ Bytes responseWith(const Bytes& responseData, const Key& signer, const std::vect
 std::string opensslFault(const Bytes& end, const Bytes& ca, const Bytes& root, const std::vector<Bytes>& crls) {
     const auto endCertificate = readAs<X509Ptr>(end, d2i_X509);
     const auto caCertificate = readAs<X509Ptr>(ca, d2i_X509);
+    const auto rootCertificate = readAs<X509Ptr>(root, d2i_X509);
+    if (!endCertificate || !caCertificate) {
+        ERR_clear_error();
+        return "a certificate does not decode";
+    }
+    bool mayMiss = misnamesKey(caCertificate.get(), endCertificate.get()) ||
+                   misnamesKey(rootCertificate.get(), caCertificate.get());
     const StorePtr store(X509_STORE_new());
-    X509_STORE_add_cert(store.get(), readAs<X509Ptr>(root, d2i_X509).get());
+    X509_STORE_add_cert(store.get(), rootCertificate.get());
     for (const Bytes& der : crls) {
-        if (const auto crl = readAs<CrlPtr>(der, d2i_X509_CRL)) {
+        const auto crl = readAs<CrlPtr>(der, d2i_X509_CRL);
+        mayMiss = mayMiss || hasLooseValue(der) || misnamesKey({caCertificate.get(), rootCertificate.get()}, crl.get());
+        if (crl) {
             X509_STORE_add_crl(store.get(), crl.get());
         }
     }
     X509_STORE_set_flags(store.get(), X509_V_FLAG_CRL_CHECK | X509_V_FLAG_CRL_CHECK_ALL |
                                           X509_V_FLAG_EXTENDED_CRL_SUPPORT | X509_V_FLAG_USE_DELTAS);
-    const std::unique_ptr<STACK_OF(X509), FreeShallow> others(sk_X509_new_null());
-    if (caCertificate) {
-        sk_X509_push(others.get(), caCertificate.get());
-    }
+    const X509List others(sk_X509_new_null());
+    sk_X509_push(others.get(), caCertificate.get());
     const ContextPtr context(X509_STORE_CTX_new());
-    std::string fault = "a certificate does not decode";
-    if (endCertificate && caCertificate) {
-        require(X509_STORE_CTX_init(context.get(), store.get(), endCertificate.get(), others.get()) == 1, "a context");
-        const int error = X509_verify_cert(context.get()) == 1 ? X509_V_OK : X509_STORE_CTX_get_error(context.get());
-        const bool isMissing = error == X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT ||
-                               error == X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY ||
-                               error == X509_V_ERR_UNABLE_TO_GET_CRL || error == X509_V_ERR_UNABLE_TO_GET_CRL_ISSUER;
-        fault = error == X509_V_OK || isMissing ? "" : X509_verify_cert_error_string(error);
-    }
+    require(X509_STORE_CTX_init(context.get(), store.get(), endCertificate.get(), others.get()) == 1, "a context");
+    const int error = X509_verify_cert(context.get()) == 1 ? X509_V_OK : X509_STORE_CTX_get_error(context.get());
+    const bool isMissing = error == X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT ||
+                           error == X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY ||
+                           error == X509_V_ERR_UNABLE_TO_GET_CRL || error == X509_V_ERR_UNABLE_TO_GET_CRL_ISSUER;
     ERR_clear_error();
-    return fault;
+    return error == X509_V_OK || (isMissing && mayMiss) ? "" : X509_verify_cert_error_string(error);
 }
 
-int numEntries(const Bytes& response, const Bytes& serial, int status) {
+std::optional<Reading> opensslReading(const Bytes& response, const testkit::Identity& signer, const Bytes& leaf,
+                                      const Bytes& ca) {
     const auto read = readAs<ResponsePtr>(response, d2i_OCSP_RESPONSE);
     const BasicPtr basic(read ? OCSP_response_get1_basic(read.get()) : nullptr);
-    int found = 0;
-    for (int i = 0; basic && i < OCSP_resp_count(basic.get()); ++i) {
-        OCSP_SINGLERESP* const entry = OCSP_resp_get0(basic.get(), i);
-        ASN1_INTEGER* number = nullptr;
-        OCSP_id_get0_info(nullptr, nullptr, nullptr, &number, const_cast<OCSP_CERTID*>(OCSP_SINGLERESP_get0_id(entry)));
-        const Bytes octets(ASN1_STRING_get0_data(number), ASN1_STRING_get0_data(number) + ASN1_STRING_length(number));
-        found += octets == serial && OCSP_single_get0_status(entry, nullptr, nullptr, nullptr, nullptr) == status;
+    const auto signerCertificate = readAs<X509Ptr>(signer.certificate, d2i_X509);
+    const auto leafCertificate = readAs<X509Ptr>(leaf, d2i_X509);
+    const auto caCertificate = readAs<X509Ptr>(ca, d2i_X509);
+    std::optional<Reading> reading;
+    if (basic && signerCertificate && caCertificate) {
+        const X509List signers(sk_X509_new_null());
+        sk_X509_push(signers.get(), signerCertificate.get());
+        reading.emplace();
+        // Without the signature, which `signer.key` made: OpenSSL would verify that of its own encoding.
+        constexpr unsigned long kFindSigner = OCSP_NOVERIFY | OCSP_NOINTERN | OCSP_NOSIGS;
+        reading->isSigned = OCSP_basic_verify(basic.get(), signers.get(), nullptr, kFindSigner) == 1 &&
+                            EVP_PKEY_eq(X509_get0_pubkey(signerCertificate.get()), signer.key.get()) == 1;
+        reading->hasCriticalExtension = OCSP_BASICRESP_get_ext_by_critical(basic.get(), 1, -1) >= 0;
+        for (int i = 0; i < OCSP_resp_count(basic.get()); ++i) {
+            OCSP_SINGLERESP* const entry = OCSP_resp_get0(basic.get(), i);
+            const OCSP_CERTID* const id = OCSP_SINGLERESP_get0_id(entry);
+            const CertIdPtr expected = idLike(id, leafCertificate.get(), caCertificate.get());
+            if (expected && OCSP_id_cmp(expected.get(), id) == 0) {
+                addEntry(*reading, entry);
+            }
+        }
     }
     ERR_clear_error();
-    return found;
+    return reading;
 }
 
 }  // namespace fuzz

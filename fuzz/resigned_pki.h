@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <optional>
 #include <string>
 
 #include "fuzz/tree_edits.h"
@@ -40,11 +41,27 @@ Bytes resigned(const Bytes& der, const testkit::Identity& issuer, std::span<cons
 /// A response with this signed part, signed by `signer`, that carries `certificates`.
 Bytes responseWith(const Bytes& responseData, const testkit::Key& signer, const std::vector<Bytes>& certificates);
 
-/// What OpenSSL finds wrong with the path from `end` over `ca` to `root` with these CRLs; empty: nothing, or it misses
-/// a certificate or a CRL. It then follows a key identifier; the library goes by names and keys, as RFC 5280 has it.
+/// What OpenSSL finds wrong with the path from `end` over `ca` to `root` with these CRLs, or empty. It may miss a
+/// certificate or CRL whose key identifiers do not fit, which the library ignores (RFC 5280, 4.2.1.1), and a CRL that
+/// it does not decode, such as one with an extension whose identifier begins with the octet 80.
 std::string opensslFault(const Bytes& end, const Bytes& ca, const Bytes& root, const std::vector<Bytes>& crls);
 
-/// How many entries OpenSSL reads in the response that have this serial number and status.
-int numEntries(const Bytes& response, const Bytes& serial, int status);
+struct FreeShallow {
+    void operator()(STACK_OF(X509) * list) const { sk_X509_free(list); }
+};
+/// Certificates that somebody else owns.
+using X509List = std::unique_ptr<STACK_OF(X509), FreeShallow>;
+
+/// What OpenSSL reads in a response about the certificate `leaf` of `ca`.
+struct Reading {
+    bool isSigned = false;              // with the key of `signer`, which the responder id names
+    bool hasCriticalExtension = false;  // in the response, or in an entry about the certificate
+    bool isCurrent = true;              // no entry about the certificate has times that the checker must reject
+    int numGood = 0, numRevoked = 0, numUnknown = 0;  // entries about the certificate
+};
+
+/// Absent: OpenSSL does not read it.
+std::optional<Reading> opensslReading(const Bytes& response, const testkit::Identity& signer, const Bytes& leaf,
+                                      const Bytes& ca);
 
 }  // namespace fuzz

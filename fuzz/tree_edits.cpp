@@ -139,7 +139,7 @@ void apply(const Edit& edit, const std::vector<Place>& places) {
     Bytes& content = element.content;
     const auto at =
         content.begin() + (content.empty() ? 0 : static_cast<std::ptrdiff_t>(edit.argument % content.size()));
-    switch (edit.operation % 11) {
+    switch ((edit.operation & 15U) % 11) {  // the upper half says what is edited
         case 0:
             if (!content.empty()) {
                 *at = edit.value;
@@ -185,6 +185,30 @@ void apply(const Edit& edit, const std::vector<Place>& places) {
     }
 }
 
+bool isLooseInteger(const Bytes& content) {
+    const bool isPadded =
+        content.size() > 1 && ((content[0] == 0x00 && content[1] < 0x80) || (content[0] == 0xFF && content[1] >= 0x80));
+    return content.empty() || isPadded;
+}
+
+bool isLooseObjectIdentifier(const Bytes& content) {
+    bool isFirstOfArc = true;
+    bool isLoose = content.empty() || content.back() >= 0x80;
+    for (const std::uint8_t octet : content) {
+        isLoose = isLoose || (isFirstOfArc && octet == 0x80);
+        isFirstOfArc = octet < 0x80;
+    }
+    return isLoose;
+}
+
+bool isLoose(const Element& element) {
+    constexpr std::uint8_t kInteger = 0x02;
+    constexpr std::uint8_t kObjectIdentifier = 0x06;
+    return (element.identifier == kInteger && isLooseInteger(element.content)) ||
+           (element.identifier == kObjectIdentifier && isLooseObjectIdentifier(element.content)) ||
+           std::any_of(element.children.begin(), element.children.end(), isLoose);
+}
+
 }  // namespace
 
 std::vector<Edit> editsIn(std::span<const std::uint8_t> input, std::size_t most) {
@@ -213,6 +237,12 @@ Bytes edited(const Bytes& der, std::span<const Edit> edits) {
         result = encodingOf(tree[0]);
     }
     return result;
+}
+
+bool hasLooseValue(const Bytes& der) {
+    std::span<const std::uint8_t> octets(der);
+    const std::optional<Element> whole = takeElement(octets, 0);
+    return whole && isLoose(*whole);
 }
 
 Bytes firstElementOf(const Bytes& der) {

@@ -1,6 +1,6 @@
 // The complete verdict about structures that the input edits and the harness signs again: the response, the delegate's
-// certificate, the CA's, and the CRL of the CA. "Good" needs an entry that OpenSSL reads as good, and a delegate that
-// OpenSSL accepts with the same CRLs; "revoked" and "unknown" need an entry that OpenSSL reads so.
+// certificate, the CA's, and the CRL of the CA. A verdict needs entries about the certificate that OpenSSL reads in the
+// same way, and a delegate whose signature and path OpenSSL accepts with the same CRLs.
 #include <array>
 
 #include "checker/checker.h"
@@ -54,12 +54,22 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     if (verdict.answer == Answer::kUnproven) {
         return 0;
     }
-    const int status = verdict.answer == Answer::kGood      ? V_OCSP_CERTSTATUS_GOOD
-                       : verdict.answer == Answer::kRevoked ? V_OCSP_CERTSTATUS_REVOKED
-                                                            : V_OCSP_CERTSTATUS_UNKNOWN;
-    require(fuzz::numEntries(response, pki.leaf.serial(), status) > 0, "an entry for " + verdict.why());
     const std::string fault = fuzz::opensslFault(delegate, ca, pki.root.certificate, {pki.rootCrl, crl});
     require(fault.empty(), "no signer with a fault (" + fault + ") for " + verdict.why());
     require(hasOcspSigning(delegate), "an authorised signer for " + verdict.why());
+    const std::optional<fuzz::Reading> reading =
+        fuzz::opensslReading(response, {delegate, pki.delegate.key}, pki.leaf.certificate, ca);
+    if (!reading && fuzz::hasLooseValue(response)) {
+        return 0;
+    }
+    require(reading.has_value(), "a response that OpenSSL reads, for " + verdict.why());
+    require(reading->isSigned && !reading->hasCriticalExtension, "a signature, and nothing critical");
+    const int numRevoked = reading->numRevoked;
+    const bool isRight = verdict.answer == Answer::kRevoked ? numRevoked > 0
+                         : verdict.answer == Answer::kGood
+                             ? reading->numGood > 0 && reading->numUnknown == 0 && numRevoked == 0
+                             : reading->numUnknown > 0 && numRevoked == 0;
+    require(isRight, "entries that say " + verdict.why());
+    require(reading->isCurrent || verdict.answer == Answer::kRevoked, "current entries for " + verdict.why());
     return 0;
 }

@@ -80,9 +80,10 @@ std::optional<CDateTime> plainUtcTime(std::span<const unsigned char> text) {
 CDateTime decodedUtcTime(const char* text) {
     RtTime time;
     const std::size_t size = text != nullptr ? std::strlen(text) : 0;
-    // The scanner itself accepts blanks and signs before numbers, and a block of the decoder is the contents and a
-    // NUL.
-    if (text == nullptr || size + 1 != rtMemHeapBlockSize(text) || std::strspn(text, "0123456789") < kSizeDateAndHour ||
+    const std::size_t numDigits = text != nullptr ? std::strspn(text, "0123456789") : 0;
+    // The scanner itself accepts blanks and signs before numbers, and fields of one digit with anything after it. A
+    // block of the decoder is the contents and a NUL.
+    if (numDigits < kSizeDateAndHour || numDigits % 2 != 0 || size + 1 != rtMemHeapBlockSize(text) ||
         !scanGeneralizedTime(text, TimeReader::kControl, time) || time.utcFlag == 0 || time.year < kFirstYear) {
         ATL::AtlThrowImpl(status::kAsn1Error);
     }

@@ -79,6 +79,7 @@ TEST(SendPkiRequest, ReportsFailuresAndStatuses) {
         {"body above the limit", {.padBodyTo = (1 << 20) + 1}, 0},
         {"chunked body above the limit", {.framing = BodyFraming::kChunked, .padBodyTo = (1 << 20) + 1}, 0},
         {"no HTTP at all", {.rawReply = bytesOf("hello\r\n\r\n")}, 0, ERROR_HTTP_INVALID_SERVER_RESPONSE},
+        {"negative status", {.rawReply = bytesOf("HTTP/2-1 200 OK\r\n\r\n")}, 0, ERROR_HTTP_INVALID_SERVER_RESPONSE},
         {"length above 63 bits", length("9223372036854775808"), 0, ERROR_HTTP_INVALID_SERVER_RESPONSE},
         {"length above 64 bits", length("18446744073709551617"), 0, ERROR_HTTP_INVALID_SERVER_RESPONSE},
         {"length that is no number", length("5;"), 0, ERROR_HTTP_INVALID_SERVER_RESPONSE},

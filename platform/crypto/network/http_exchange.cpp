@@ -547,6 +547,10 @@ HttpAnswer Exchange::arrived(std::string& next) {
         curl_easy_getinfo(connection_->easy(), CURLINFO_REDIRECT_URL, &target) != CURLE_OK) {
         return failure(ERROR_NOT_ENOUGH_MEMORY, "memory is exhausted");
     }
+    // libcurl reads other numbers from lines such as "HTTP/2-1".
+    if (answer.status < 100 || answer.status > 999) {
+        return failure(errorOf(CURLE_WEIRD_SERVER_REPLY), "the status line has no status of three digits");
+    }
     if (target != nullptr && isRedirect(answer.status)) {
         next = target;
     }
