@@ -7,6 +7,7 @@
 // DIR/PART-NUMBER with the files that reproduce it. Parts in Python take the same options.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <functional>
 #include <map>
@@ -53,6 +54,8 @@ public:
     virtual void runCase(std::uint64_t number, Report& report) = 0;
     /// What reproduces a case that ended its process or did not end.
     virtual Files filesOf(std::uint64_t number) = 0;
+    /// How long a case may take.
+    virtual std::chrono::seconds longestCase() const { return std::chrono::seconds(60); }
 };
 
 /// The `main` of a part. `make` runs once, before the worker processes start.

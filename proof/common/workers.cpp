@@ -18,7 +18,6 @@ namespace {
 
 using Clock = std::chrono::steady_clock;
 
-constexpr auto kLongestCase = std::chrono::seconds(60);
 constexpr auto kPause = std::chrono::milliseconds(50);
 constexpr std::uint64_t kMostFindings = 1000;  // then the run ends: more would only fill the disk
 
@@ -98,7 +97,7 @@ void runInWorkers(Part& part, const Plan& plan, const Options& options, Tally& t
                 worker.seenCase = current;
                 worker.since = Clock::now();
             }
-            const bool isStuck = current != Tally::kIdle && Clock::now() - worker.since > kLongestCase;
+            const bool isStuck = current != Tally::kIdle && Clock::now() - worker.since > part.longestCase();
             if (isStuck) {
                 ::kill(worker.pid, SIGKILL);
             }

@@ -192,9 +192,14 @@ TEST_F(PrivateKey, WithUnsupportedEncryptionIsReportedAsSuch) {
     EXPECT_EQ(open(weak, "wrong"), SCARD_W_WRONG_CHV);
     const std::string rounds = " -passout pass:1234 -iter 1000000";
     const std::string der = costly(pkcs8("much.der", rounds + " -outform DER"));
+    // A file is refused for all its keys together.
+    std::string six;
+    for (int i = 0; i < 6; ++i) {
+        six += toPem(readFile(pkcs8("one.der", rounds + " -outform DER")), "ENCRYPTED PRIVATE KEY");
+    }
     for (const std::string& file :
-         {weak, der, folder_.write("much.pem", toPem(readFile(der), "ENCRYPTED PRIVATE KEY")),
-          costly(pkcs12("much.p12", rounds)),
+         {weak, der, folder_.write("six.pem", six),
+          folder_.write("much.pem", toPem(readFile(der), "ENCRYPTED PRIVATE KEY")), costly(pkcs12("much.p12", rounds)),
           pkcs8("des.pem", " -passout pass:1234 -v1 PBE-MD5-DES -provider legacy -provider default")}) {
         EXPECT_EQ(open(file, "1234"), ERROR_NOT_SUPPORTED) << file;
     }

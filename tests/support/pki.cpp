@@ -187,7 +187,7 @@ Signature sign(const Bytes& data, EVP_PKEY* key, const std::string& hash, bool p
                     EVP_PKEY_CTX_set_rsa_pss_saltlen(ofKey, RSA_PSS_SALTLEN_DIGEST) == 1,
                 "setting the padding");
     }
-    Signature signature{Bytes(512), Bytes(1024)};
+    Signature signature{Bytes(512), Bytes(2048)};
     if (EVP_PKEY_get0_provider(key) == nullptr) {  // the key of an engine
         int algorithm = NID_undef;
         require(OBJ_find_sigid_by_algs(&algorithm, OBJ_txt2nid(hash.c_str()), EVP_PKEY_get_base_id(key)) == 1,

@@ -133,8 +133,9 @@ bool readKeyFile(const std::string& path, KeyFile& file) {
     return descriptor.readAll(file.content.data(), file.content.size());
 }
 
-// Why the encrypted parts of the file are not opened with any PIN; null when they may be tried.
-const char* whyClosed(ByteView der) {
+// Why the encrypted parts of `der` are not opened with any PIN; null when they may be tried. Adds their rounds to those
+// of the parts before, since a PIN is tried with each.
+const char* whyClosed(ByteView der, unsigned long long& rounds) {
     using SignaturePtr = std::unique_ptr<X509_SIG, OpenSslFree<X509_SIG_free>>;
     const unsigned char* position = der.data();
     const SignaturePtr encrypted(d2i_X509_SIG(nullptr, &position, static_cast<long>(der.size())));
@@ -145,16 +146,18 @@ const char* whyClosed(ByteView der) {
     if (algorithm != nullptr && !canOpen(algorithm)) {
         return "is encrypted in a way that OpenSSL does not open here";
     }
-    return roundsIn(der) > kMaximumRounds ? "asks for too much work to open it" : nullptr;
+    rounds += roundsIn(der);
+    return rounds > kMaximumRounds ? "asks for too much work to open it" : nullptr;
 }
 
 // Looks at DER, or at each block of PEM text.
 const char* whyClosedIn(const KeyFile& file) {
-    const char* why = whyClosed(file.content);
+    unsigned long long rounds = 0;
+    const char* why = whyClosed(file.content, rounds);
     KeyFile block;  // cleansed like the file
     for (const PemBlock& pem : pemBlocks({reinterpret_cast<const char*>(file.content.data()), file.content.size()})) {
         if (why == nullptr && pem.label == "ENCRYPTED PRIVATE KEY" && decodeBlock(pem, block.content)) {
-            why = whyClosed(block.content);
+            why = whyClosed(block.content, rounds);
         }
     }
     return why;
