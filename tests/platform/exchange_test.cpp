@@ -329,6 +329,11 @@ TEST(DownloadNote, SaysWhatFailedWhereAndAtWhichLimit) {
         return HttpReply{.status = request.method == "CONNECT" ? 403 : 407,
                          .headers = {{"Proxy-Authenticate", "Basic realm=\"p\""}}};
     });
+    HttpServer slowLogin([](const HttpRequest& request) {
+        return HttpReply{.status = 407,
+                         .headers = {{"Proxy-Authenticate", "Basic realm=\"p\""}},
+                         .delayMs = request.header("Proxy-Authorization").empty() ? 0 : 1500};
+    });
     const std::string dead = "127.0.0.1:" + std::to_string(closedPort());
     struct Row {
         std::string url, proxy;
@@ -359,6 +364,8 @@ TEST(DownloadNote, SaysWhatFailedWhereAndAtWhichLimit) {
                  "HTTP status 407 (Proxy Authentication Required)"},
              Row{withExpired.url(), proxy.url(""), ERROR_INTERNET_CONNECTION_ABORTED, 403, true,
                  "it refused to connect to 127.0.0.1:"},
+             Row{withExpired.url(), "http://user:secret@" + slowLogin.url("").substr(7), ERROR_INTERNET_TIMEOUT, 0,
+                 true, "0.7 s (setting exchange_timeout_ms)"},
          }) {
         SCOPED_TRACE(row.url + ' ' + row.proxy + ' ' + row.words);
         Told told;

@@ -524,7 +524,10 @@ HttpAnswer Exchange::failed(CURLcode code, const HttpAddress& address) const {
     static_cast<void>(curl_easy_getinfo(connection_->easy(), CURLINFO_HTTP_CONNECTCODE, &connectStatus));
     static_cast<void>(curl_easy_getinfo(connection_->easy(), CURLINFO_CONNECT_TIME_T, &connectedAfter));
     const bool hasProxy = !call_.proxy.empty();
-    const bool isTunnelRefused = connectStatus != 0 && (connectStatus < 200 || connectStatus > 299);
+    // The proxy asks for the login first: when the time is over then, it has not refused that login yet.
+    const bool isLoginOpen =
+        code == CURLE_OPERATION_TIMEDOUT && connectStatus == kProxyAuthenticationRequired && !proxy_.login.empty();
+    const bool isTunnelRefused = connectStatus != 0 && (connectStatus < 200 || connectStatus > 299) && !isLoginOpen;
     const bool isTls = errorOf(code) == ERROR_INTERNET_SECURE_FAILURE;
     // TLS with the server begins after the proxy has connected to it.
     answer.isAtProxy =
