@@ -221,8 +221,8 @@ HttpServer::~HttpServer() {
     stopping_ = true;
     acceptor_.join();
     ::close(listener_);
-    for (std::thread& connection : connections_) {
-        connection.join();
+    for (std::future<void>& connection : connections_) {
+        connection.get();
     }
 }
 
@@ -242,7 +242,11 @@ void HttpServer::acceptLoop() {
             const int connection = ::accept4(listener_, nullptr, nullptr, SOCK_CLOEXEC);
             if (connection >= 0) {
                 ++numConnections_;
-                connections_.emplace_back([this, connection] { serve(connection); });
+                connections_.remove_if([](std::future<void>& served) {  // a thread occupies memory until then
+                    const bool isOver = served.wait_for(std::chrono::seconds(0)) == std::future_status::ready;
+                    return isOver && (served.get(), true);
+                });
+                connections_.push_back(std::async(std::launch::async, [this, connection] { serve(connection); }));
             }
         }
     }

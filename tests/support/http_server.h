@@ -9,6 +9,8 @@
 #include <atomic>
 #include <cstddef>
 #include <functional>
+#include <future>
+#include <list>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -83,7 +85,7 @@ private:
     std::atomic<int> numConnections_{0};
     mutable std::mutex mutex_;
     std::vector<HttpRequest> requests_;
-    std::vector<std::thread> connections_;
+    std::list<std::future<void>> connections_;
     std::thread acceptor_;
 };
 
