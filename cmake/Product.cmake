@@ -43,6 +43,7 @@ function(tallow_versioned target)
     set_property(TARGET ${target} APPEND PROPERTY LINK_DEPENDS ${script})
     # Calls inside the library are bound directly, so that no other object can replace its functions: a service that
     # stands in front of the platform, as the scripted one of the tests, answers the library alone.
-    target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions -Wl,--version-script=${script})
+    # It stays loaded after dlclose: caches, open connections and what OpenSSL keeps belong to the process.
+    target_link_options(${target} PRIVATE -Wl,-Bsymbolic-functions -Wl,--version-script=${script} -Wl,-z,nodelete)
   endif()
 endfunction()

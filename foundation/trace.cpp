@@ -10,7 +10,7 @@ DbTraceInitializer::DbTraceInitializer(const char* name, TSupportDbContext_*& co
     support_print_done(context);
     context = nullptr;
     context_ = &context;
-    context = support_print_init(0, name, first, second);
+    std::atomic_ref(context).store(support_print_init(0, name, first, second), std::memory_order_release);
 }
 
 DbTraceInitializer::~DbTraceInitializer() {
@@ -19,7 +19,7 @@ DbTraceInitializer::~DbTraceInitializer() {
     } catch (...) {
         // A service that throws on the way out must not end the process.
     }
-    *context_ = nullptr;
+    std::atomic_ref(*context_).store(nullptr, std::memory_order_release);
 }
 
 namespace {
@@ -27,8 +27,8 @@ namespace {
 constexpr unsigned int kFirstLevel = 0;
 constexpr unsigned int kLastLevel = 127;
 
-// Opened with the library and closed when it is unloaded. A trace point of another static object that comes earlier or
-// later meets a null context and is silent.
+// Opened with the library and closed at the end of the process. A trace point of another static object that comes
+// earlier or later meets a null context and is silent.
 DbTraceInitializer log_inter("ocsp", ocsp_db_ctx, kFirstLevel, kLastLevel);
 
 }  // namespace

@@ -7,17 +7,24 @@
 // Never pass a key, a PIN or a password: traces are kept in files.
 #pragma once
 
+#include <atomic>
+
 #include "export.h"
 #include "platform/support/support_service.h"
 
-/// The trace context of this library, null when there is none. Written at load and unload only, so any thread may read
-/// it in between.
+/// The trace context of this library, null when there is none. Written when the library is loaded and when the process
+/// ends. Other threads may be tracing then: read it with traceContext().
 extern TALLOW_EXPORT TSupportDbContext_* ocsp_db_ctx;
 
 namespace Orvane {
 
 /// The level of every trace point; a bit of the setting `levels` (default 127, which includes it).
 inline constexpr unsigned int kTraceLevel = 8;
+
+/// The present value of ocsp_db_ctx.
+inline TSupportDbContext_* traceContext() noexcept {
+    return std::atomic_ref(ocsp_db_ctx).load(std::memory_order_acquire);
+}
 
 /// Opens a trace context into a pointer and closes it again.
 class TALLOW_EXPORT DbTraceInitializer {
@@ -27,7 +34,8 @@ public:
     DbTraceInitializer(const char* name, TSupportDbContext_*& context, unsigned int first, unsigned int second);
     DbTraceInitializer(const DbTraceInitializer&) = delete;
     DbTraceInitializer& operator=(const DbTraceInitializer&) = delete;
-    /// Closes the context and sets the pointer to null. No other thread may be inside a trace point then.
+    /// Closes the context and sets the pointer to null. A thread inside a trace point may still pass the closed context
+    /// to the service.
     ~DbTraceInitializer();
 
 private:
@@ -40,9 +48,10 @@ private:
 /// printf format that ends in a line feed; control characters in the text are escaped by the service. The arguments are
 /// evaluated only when the line is wanted: they must have no side effects. A macro, because nothing else leaves them
 /// unevaluated and knows its line.
-#define TALLOW_TRACE(function, format, ...)                                                                \
-    do {                                                                                                   \
-        if (ocsp_db_ctx != nullptr && support_print_is(ocsp_db_ctx, ::Orvane::kTraceLevel) != 0) {         \
-            support_dprint_print_(ocsp_db_ctx, format, "", __LINE__, function __VA_OPT__(, ) __VA_ARGS__); \
-        }                                                                                                  \
+#define TALLOW_TRACE(function, format, ...)                                                                  \
+    do {                                                                                                     \
+        TSupportDbContext_* const traceContext_ = ::Orvane::traceContext();                                  \
+        if (traceContext_ != nullptr && support_print_is(traceContext_, ::Orvane::kTraceLevel) != 0) {       \
+            support_dprint_print_(traceContext_, format, "", __LINE__, function __VA_OPT__(, ) __VA_ARGS__); \
+        }                                                                                                    \
     } while (false)

@@ -24,8 +24,9 @@ const wchar_t* orEmpty(const wchar_t* text) {
 
 }  // namespace
 
-// Defined before the constants, whose constructors append to it, in one file: the order is then certain.
-CATAVRegister::List CATAVRegister::registered_;
+// Defined before the constants, whose constructors append to it, in one file: the order is then certain. Never
+// destroyed, since other threads may read names while the process ends.
+CATAVRegister::List& CATAVRegister::registered_ = *new List;
 
 const CATAVRegister commonNameAttribute("2.5.4.3", L"CN", kStringTypeUTF8, kMaxLength);
 const CATAVRegister countryNameAttribute("2.5.4.6", L"C", kStringTypePrintable, kMaxLength);

@@ -77,7 +77,7 @@ private:
     StringType type_;
     unsigned long maxLength_;
 
-    static List registered_;
+    static List& registered_;
 };
 
 /// The types known from the start: short name, object identifier, and the string type where it is not UTF8String. Each

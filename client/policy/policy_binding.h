@@ -20,26 +20,26 @@
 
 namespace Orvane::PKI::OCSP::Client {
 
-/// Holds the one policy object of the process from its first use until the library is unloaded. There is one attempt to
-/// make it: if that fails, every later use fails too.
+/// Holds the one policy object of the process from its first use. It is never destroyed: other threads may use it while
+/// the process ends. There is one attempt to make it: if that fails, every later use fails too.
 template <class Policy>
 class PolicyHolder {
 public:
     [[nodiscard]] static const Policy* shared() noexcept {
-        return pthread_once(&oncePolicySingleton_, SetPolicySingleton) == 0 ? singleton_.get() : nullptr;
+        return pthread_once(&oncePolicySingleton_, SetPolicySingleton) == 0 ? singleton_ : nullptr;
     }
 
 private:
     static void SetPolicySingleton() noexcept {
         try {
-            singleton_ = std::make_unique<const Policy>();
+            singleton_ = new const Policy;
         } catch (...) {
             // Stays null; each use of the policy reports the failure.
         }
     }
 
     static inline pthread_once_t oncePolicySingleton_ = PTHREAD_ONCE_INIT;
-    static inline constinit std::unique_ptr<const Policy> singleton_;
+    static inline constinit const Policy* singleton_ = nullptr;
 };
 
 /// What a request or a response keeps of its policy: a pointer to the process's object, or an object that it owns when
@@ -75,8 +75,8 @@ template <class Policy>
 void PolicyBinding<Policy>::bind() {
     policy_ = nullptr;
     if (isPolicyIgnored()) {
-        static const Policy defaults;
-        policy_ = &defaults;
+        static const Policy* const defaults = new const Policy;  // never destroyed, like that of PolicyHolder
+        policy_ = defaults;
         return;
     }
     if (IsLegacyPolicyReading() != 0) {

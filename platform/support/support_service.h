@@ -168,12 +168,13 @@ TALLOW_EXPORT int support_registry_get_multi_string(const char* path, size_t* si
 
 typedef struct TSupportDbContext_ TSupportDbContext_;
 
-// Opens the trace of the module `name`. `reserved` is 0. `first` and `second` are the lowest and the highest level that
-// the module will use. Returns null when memory is exhausted. The context follows the settings in force. Reads
-// nothing, so it can be called while a library is being loaded.
+// Opens the trace of the module `name`; all calls with one name return the same context. `reserved` is 0. `first` and
+// `second` are the lowest and the highest level that the module will use. Returns null when memory is exhausted. The
+// context follows the settings in force. Reads nothing, so it can be called while a library is being loaded.
 TALLOW_EXPORT TSupportDbContext_* support_print_init(unsigned int reserved, const char* name, unsigned int first,
                                                      unsigned int second);
-// Closes a context; null is accepted.
+// Closes a context; null is accepted. Other threads may still use it, and it stays valid: a library closes its own when
+// the process ends, perhaps among their calls.
 TALLOW_EXPORT void support_print_done(TSupportDbContext_* context);
 // Non-zero when lines of `level` are written. Cheap: two loads when the trace is off. Null gives 0.
 TALLOW_EXPORT int support_print_is(TSupportDbContext_* context, unsigned int level);

@@ -27,6 +27,7 @@
 
 struct TSupportDbContext_ {
     std::string module;
+    TSupportDbContext_* next = nullptr;
 };
 
 namespace {
@@ -36,6 +37,8 @@ namespace setting = tallow::platform::setting;
 
 constexpr unsigned int kAskSettings = 0x80000000U;  // not a level: the settings were not read yet
 
+// One for each name, and never freed: it is closed at the end of the process, while other threads may still use it.
+constinit std::atomic<TSupportDbContext_*> contexts{nullptr};
 constinit std::atomic<unsigned int> activeLevels{kAskSettings};
 constinit std::mutex sinkMutex;  // guards the three below
 constinit int sink = STDERR_FILENO;
@@ -225,18 +228,24 @@ void tallow::platform::traceFollowsSettings() noexcept {
 TSupportDbContext_* support_print_init(unsigned int /*reserved*/, const char* name, unsigned int /*first*/,
                                        unsigned int /*second*/) {
     try {
-        auto context = std::make_unique<TSupportDbContext_>();
-        context->module = name == nullptr ? "" : name;
-        return context.release();
+        auto made = std::make_unique<TSupportDbContext_>(TSupportDbContext_{name == nullptr ? "" : name});
+        TSupportDbContext_* newest = contexts.load(std::memory_order_acquire);
+        do {
+            for (TSupportDbContext_* context = newest; context != nullptr; context = context->next) {
+                if (context->module == made->module) {
+                    return context;
+                }
+            }
+            made->next = newest;
+        } while (!contexts.compare_exchange_weak(newest, made.get(), std::memory_order_acq_rel));
+        return made.release();
     } catch (...) {
         SetLastError(ERROR_NOT_ENOUGH_MEMORY);
         return nullptr;
     }
 }
 
-void support_print_done(TSupportDbContext_* context) {
-    const std::unique_ptr<TSupportDbContext_> owner(context);
-}
+void support_print_done(TSupportDbContext_* /*context*/) {}
 
 int support_print_is(TSupportDbContext_* context, unsigned int level) {
     if (context == nullptr) {

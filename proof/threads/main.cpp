@@ -9,8 +9,9 @@
 #include "proof/threads/scenarios.h"
 
 // The first report ends the process. OpenSSL and libcurl are not instrumented, so that ThreadSanitizer does not see
-// their atomic reference counts: it would report what they do on the memory that they share among threads.
-extern "C" const char* __tsan_default_options() {  // NOLINT: the sanitizer's name
+// their atomic reference counts: it would report what they do on the memory that they share among threads. Exported,
+// since the sanitizer is a shared library.
+extern "C" [[gnu::visibility("default")]] const char* __tsan_default_options() {  // NOLINT: the sanitizer's name
     return "halt_on_error=1:exitcode=66:die_after_fork=0:ignore_noninstrumented_modules=1";
 }
 

@@ -16,4 +16,10 @@ struct Scenario {
 
 const std::vector<Scenario>& scenarios();
 
+// Those in which a process is copied, ends or replaces its program.
+int forkAmongChecks(const Scene& scene, unsigned seed);
+int exitAmongPaths(const Scene& scene, unsigned seed);
+int exitThatWaitsForChecks(const Scene& scene, unsigned seed);
+int reloadLibrary(const Scene& scene, unsigned seed);
+
 }  // namespace proof

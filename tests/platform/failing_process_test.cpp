@@ -26,8 +26,8 @@ void freeForOpenSsl(void* block, const char* /*file*/, int /*line*/) {
     std::free(block);
 }
 
-// Before OpenSSL allocates for the first time.
-[[gnu::constructor]] void takeAllocations() {
+// Before OpenSSL allocates for the first time, which it does when the service is loaded.
+[[gnu::constructor(101)]] void takeAllocations() {
     CRYPTO_set_mem_functions(allocateForOpenSsl, reallocateForOpenSsl, freeForOpenSsl);
 }
 

@@ -1,8 +1,11 @@
 // Contexts, stores and settings shared between threads. The assertions are few: what this test is for shows under the
 // sanitizers.
 #include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
 
 #include <atomic>
+#include <cstdlib>
 #include <thread>
 
 #include "tests/platform/trust_fixture.h"
@@ -70,6 +73,30 @@ TEST(Threads, OpenSystemStoresWhileFilesAndSettingsChange) {
     });
     EXPECT_EQ(trusted, 75);
     support_settings_open(folder.write("empty.toml", "").c_str());
+}
+
+TEST(Threads, MayBeInsideWhenTheProcessExits) {
+    const Pki& pki = Pki::shared();
+    const TrustWorld world({pki.root});
+    world.add("CA/ca.pem", pki.ca);
+    for (int wait = 1; wait <= 20; ++wait) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            const Identity& subject = *new Identity(pki.good);  // static objects are destroyed
+            for (int i = 0; i < 4; ++i) {
+                std::thread([&subject] {
+                    for (;;) {
+                        errorOf(chainOf({subject}));
+                    }
+                }).detach();
+            }
+            ::usleep(static_cast<useconds_t>(1000 * wait));
+            std::exit(0);
+        }
+        int status = -1;
+        ::waitpid(child, &status, 0);
+        EXPECT_EQ(status, 0);
+    }
 }
 
 TEST(Threads, ReadOneTextOfChangingSettings) {

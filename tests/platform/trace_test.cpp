@@ -100,6 +100,13 @@ TEST(Trace, FallsBackToStandardError) {
     }
 }
 
+TEST(Trace, ContextsStayValidWhenTheyAreClosed) {
+    TSupportDbContext_* const context = support_print_init(0, "ocsp", 0, 127);
+    support_print_done(context);
+    EXPECT_EQ(openTrace().get(), context) << "each loading of a library would take memory";
+    EXPECT_NE(support_print_init(0, "other", 0, 127), context);
+}
+
 TEST(Trace, KeepsLinesOfThreadsApart) {
     const TempDir folder;
     const std::string file = folder.file("trace.log");

@@ -5,6 +5,7 @@
 #include "platform/crypto/network/http_interface.h"
 #include "platform/crypto/network/http_version.h"
 #include "platform/support/fork_gate.h"
+#include "platform/support/never_destroyed.h"
 
 namespace tallow::platform {
 
@@ -48,8 +49,8 @@ void ForkGate::enterAgain(unsigned int numGates) noexcept {
 extern "C" {
 
 TALLOW_EXPORT const char* tallow_http_build() try {
-    static const std::string build = tallow::platform::httpBuild();
-    return build.c_str();
+    static tallow::platform::NeverDestroyed<const std::string> build(tallow::platform::httpBuild());
+    return build->c_str();
 } catch (...) {
     return "";
 }
