@@ -1,5 +1,7 @@
 // Replaces connect() and getaddrinfo(), also in the command, into which it is preloaded. No other machine is contacted:
 // the call is noted and fails. TALLOW_NAMES names the addresses of a name: "many.test=127.0.1.1,127.0.1.2".
+#include "proof/limits/network_calls.h"
+
 #include <arpa/inet.h>
 #include <dlfcn.h>
 #include <netdb.h>
@@ -14,8 +16,6 @@
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "proof/limits/network_calls.h"
 
 namespace proof {
 
