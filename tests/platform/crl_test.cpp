@@ -148,7 +148,15 @@ TEST_F(Crl, ProvesNothingWhenMalformed) {
                    {name, {earlier, crl(spec)}, kUnknown},
                    {name, {later, crl(spec)}, kGood}});
     }
-    expectAll({{"empty list", {crl({.emptyList = true})}, kUnknown},
+    const auto withConstructedFlag = [](Bytes tbs) {
+        const Bytes critical = fromHex("551D1C01");
+        std::search(tbs.begin(), tbs.end(), critical.begin(), critical.end())[3] = 0x21;
+        return tbs;
+    };
+    const Bytes forUsers = crl(scoped(tlv::sequence({kForUsers})));
+    expectAll({{"critical extension", {forUsers}, kGood},
+               {"constructed BOOLEAN", {signedAgain(forUsers, pki.ca, withConstructedFlag)}, kUnknown},
+               {"empty list", {crl({.emptyList = true})}, kUnknown},
                {"weakly signed", {crl({.hash = "SHA1"})}, kUnknown},
                {"without nextUpdate", {crl({.nextUpdateSeconds = std::nullopt})}, kUnknown},
                {"from the future", {crl({.lastUpdateSeconds = 600})}, kUnknown},

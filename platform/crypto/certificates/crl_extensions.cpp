@@ -51,7 +51,7 @@ bool readExtension(DerReader& list, CrlExtension& extension) {
     DerElement value = fields.next();
     extension.critical = false;
     if (value.tag == V_ASN1_BOOLEAN && value.tagClass == V_ASN1_UNIVERSAL) {
-        if (value.content.size() != 1) {
+        if (value.content.size() != 1 || value.constructed) {
             return false;
         }
         extension.critical = value.content[0] != 0;
