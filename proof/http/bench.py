@@ -27,7 +27,7 @@ from pki import Responder
 from server import Server, tls_context
 
 TOLERANCE_SECONDS = 0.1
-KILLED_AFTER_SECONDS = 15  # beyond the limit
+KILLED_AFTER_SECONDS = 60  # beyond the limit; on a busy machine much of it is waiting
 EXITS = {GOOD: 0, REVOKED: 1}
 NO_ANSWER = 3
 CONTROL = re.compile(r"[\x00-\x09\x0b-\x1f\x7f-\x9f]")
