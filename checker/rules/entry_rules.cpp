@@ -298,9 +298,8 @@ EntryTable::EntryTable(const CResponse& response) {
 }
 
 const std::vector<EntryTable::Row>& EntryTable::withSerial(const CBlob& serial) const {
-    static const std::vector<Row> none;
     const auto found = rows_.find(keyOf(serial));
-    return found == rows_.end() ? none : found->second;
+    return found == rows_.end() ? none_ : found->second;
 }
 
 Subject subjectFor(const _CERT_CONTEXT* certificate, const _CERT_CONTEXT* issuer) {

@@ -58,6 +58,7 @@ public:
 
 private:
     std::map<std::string, std::vector<Row>, std::less<>> rows_;
+    std::vector<Row> none_;  // the result for other numbers; no static object: a child of fork could wait for it
 };
 
 struct Finding {

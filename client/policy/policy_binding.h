@@ -8,6 +8,7 @@
 
 #include <pthread.h>
 
+#include <atomic>
 #include <memory>
 #include <utility>
 
@@ -29,6 +30,19 @@ public:
         return pthread_once(&oncePolicySingleton_, SetPolicySingleton) == 0 ? singleton_ : nullptr;
     }
 
+    /// One that holds only defaults. Threads that come first may each make one. Waiting for each other, as for a static
+    /// local object, would hang a child that is forked meanwhile.
+    [[nodiscard]] static const Policy* defaults() {
+        const Policy* kept = defaults_.load(std::memory_order_acquire);
+        if (kept == nullptr) {
+            auto made = std::make_unique<const Policy>();
+            if (defaults_.compare_exchange_strong(kept, made.get(), std::memory_order_acq_rel)) {
+                kept = made.release();
+            }
+        }
+        return kept;
+    }
+
 private:
     static void SetPolicySingleton() noexcept {
         try {
@@ -40,6 +54,7 @@ private:
 
     static inline pthread_once_t oncePolicySingleton_ = PTHREAD_ONCE_INIT;
     static inline constinit const Policy* singleton_ = nullptr;
+    static inline constinit std::atomic<const Policy*> defaults_{nullptr};
 };
 
 /// What a request or a response keeps of its policy: a pointer to the process's object, or an object that it owns when
@@ -75,8 +90,7 @@ template <class Policy>
 void PolicyBinding<Policy>::bind() {
     policy_ = nullptr;
     if (isPolicyIgnored()) {
-        static const Policy* const defaults = new const Policy;  // never destroyed, like that of PolicyHolder
-        policy_ = defaults;
+        policy_ = PolicyHolder<Policy>::defaults();
         return;
     }
     if (IsLegacyPolicyReading() != 0) {
