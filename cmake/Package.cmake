@@ -34,6 +34,7 @@ set(documentation ${CMAKE_INSTALL_DATADIR}/doc/tallow)
 install(FILES LICENSE DESTINATION ${documentation} COMPONENT runtime)
 install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md settings.example.toml DESTINATION ${documentation}
         COMPONENT documentation)
+install(FILES bench/README.md DESTINATION ${documentation}/bench COMPONENT documentation)
 install(DIRECTORY docs DESTINATION ${documentation} COMPONENT documentation PATTERN docs/api EXCLUDE)
 install(DIRECTORY examples DESTINATION ${documentation} COMPONENT documentation USE_SOURCE_PERMISSIONS)
 
