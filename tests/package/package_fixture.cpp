@@ -24,6 +24,11 @@ void runOrThrow(const std::vector<std::string>& command, const std::vector<std::
     }
 }
 
+std::string textOf(const std::string& path) {
+    const Bytes content = readFile(path);
+    return {content.begin(), content.end()};
+}
+
 void PackageFixture::setUpPki() {
     folder_ = std::make_unique<TempDir>();
     root_ = rootCa("Root");

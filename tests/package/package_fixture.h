@@ -17,6 +17,9 @@ namespace testkit {
 /// Throws with the output when the command fails. Its time limit is that of a build of the library.
 void runOrThrow(const std::vector<std::string>& command, const std::vector<std::string>& environment = {});
 
+/// The content of a file; throws when it cannot be read.
+std::string textOf(const std::string& path);
+
 class PackageFixture : public testing::Test {
 protected:
     /// Makes the directory and, in it, the PKI: root.pem, ca.pem, ca.der, root.crl, and stores in home/.

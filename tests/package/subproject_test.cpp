@@ -12,11 +12,6 @@ using testing::HasSubstr;
 using testing::Not;
 using testing::StartsWith;
 
-std::string textOf(const std::string& path) {
-    const Bytes content = readFile(path);
-    return {content.begin(), content.end()};
-}
-
 class Subproject : public PackageFixture {
 protected:
     // One static build serves all tests: installed below static/, with a consumer of its own in add/.
@@ -97,6 +92,12 @@ TEST_F(Subproject, ServesStaticProgramsBuiltInEachWay) {
             EXPECT_THAT(run({"readelf", "-dW", file(program)}).out, Not(HasSubstr("libtallow")));
         }
     }
+}
+
+// The library loads the module from there, and from nowhere else.
+TEST_F(Subproject, HasTheModuleForHttpBesideTheLibraryWhereverThatIsBuilt) {
+    configure("fetch", {"-DCMAKE_BUILD_TYPE=Debug"});
+    EXPECT_EQ(textOf(file("fetch") + "/module.txt"), "lib/tallow/libtallow-http.so." TALLOW_VERSION);
 }
 
 // The linker takes nothing out of an archive for a weak reference: a program would run without time limits, isolation
