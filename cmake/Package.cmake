@@ -45,8 +45,7 @@ install(FILES ${PROJECT_BINARY_DIR}/tallow.spdx.json DESTINATION ${documentation
 set(package_folder ${CMAKE_INSTALL_LIBDIR}/cmake/tallow)
 install(EXPORT tallow-targets NAMESPACE tallow:: DESTINATION ${package_folder} COMPONENT development)
 configure_package_config_file(cmake/tallow-config.cmake.in ${PROJECT_BINARY_DIR}/tallow-config.cmake
-                              INSTALL_DESTINATION ${package_folder} NO_SET_AND_CHECK_MACRO
-                              NO_CHECK_REQUIRED_COMPONENTS_MACRO)
+                              INSTALL_DESTINATION ${package_folder} NO_SET_AND_CHECK_MACRO)
 # Before version 1.0, minor versions may be incompatible with each other.
 write_basic_package_version_file(${PROJECT_BINARY_DIR}/tallow-config-version.cmake COMPATIBILITY SameMinorVersion)
 install(FILES ${PROJECT_BINARY_DIR}/tallow-config.cmake ${PROJECT_BINARY_DIR}/tallow-config-version.cmake
