@@ -8,8 +8,12 @@ add_library(tallow_product INTERFACE)
 # Unused parts of archives and libraries that nothing calls are left out.
 target_link_options(tallow_product INTERFACE -Wl,--gc-sections -Wl,--as-needed)
 # The same bytes from every directory: file names are recorded relative to the source root, and in build directories
-# libraries are found relative to their users, since installation keeps the length of that text.
+# libraries are found relative to their users, since installation keeps the length of that text. A compiler cache may
+# name the files relative to the build directory.
+file(RELATIVE_PATH source_from_build ${PROJECT_BINARY_DIR} ${PROJECT_SOURCE_DIR})
+string(REGEX REPLACE "/$" "" source_from_build "${source_from_build}")
 target_compile_options(tallow_product INTERFACE $<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_SOURCE_DIR}=.>
+                                                $<$<CONFIG:Release>:-ffile-prefix-map=${source_from_build}=.>
                                                 $<$<CONFIG:Release>:-ffile-prefix-map=${PROJECT_BINARY_DIR}=build>)
 set(CMAKE_BUILD_RPATH_USE_ORIGIN ON)
 

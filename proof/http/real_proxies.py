@@ -40,9 +40,12 @@ class RealProxies:
             if path is None:
                 self.missing.append(program)
                 continue
+            if program == "squid" and not Path("/dev/shm").stat().st_mode & 0o002:
+                print("squid cannot run here: /dev/shm is not writable for its user", flush=True)
+                continue
             for name, start, scheme in variants:
                 self.ports[name] = start(path, scheme)
-        for name, port in self.ports.items():
+        for name, port in list(self.ports.items()):
             self.wait_for(name, port)
         return self
 
@@ -118,7 +121,7 @@ http_access deny all
     def rows(self):
         """With right and wrong logins, to honest and faulty responders, over http and https."""
         rows = []
-        for name, port in self.ports.items():
+        for name, port in list(self.ports.items()):
             at_proxy = ["--proxy", f"http://127.0.0.1:{port}"]
             right = [*at_proxy, "--proxy-user", NAME, "--proxy-password-file", "password"]
             wrong = [*at_proxy, "--proxy-user", "nobody", "--proxy-password-file", "password"]
