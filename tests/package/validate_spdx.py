@@ -3,7 +3,7 @@
 
   validate_spdx.py FILE NAME=VERSION NAME...
 
-The rules are those of the specification's clauses 6 to 11 for the fields that we use, and what scanners rely on: a
+The rules are those of clauses 6 to 11 of SPDX 2.3 for the fields that we use, and what scanners rely on: a
 version and a package URL for each package.
 """
 import json
