@@ -1,9 +1,14 @@
 #include "fuzz/tree_edits.h"
 
+#include <openssl/asn1.h>
+#include <openssl/err.h>
+
 #include <algorithm>
+#include <memory>
 #include <optional>
 #include <utility>
 
+#include "tests/support/openssl_ptr.h"
 #include "tests/support/tlv.h"
 
 namespace fuzz {
@@ -14,6 +19,7 @@ constexpr std::size_t kMostOctets = 16384;
 constexpr int kMostLevels = 40;
 constexpr std::uint8_t kConstructed = 0x20;
 constexpr std::uint8_t kOctetString = 0x04;
+constexpr std::uint8_t kObjectIdentifier = 0x06;
 
 struct Element {
     std::uint8_t identifier = 0;
@@ -133,7 +139,7 @@ void insert(const Place& place, std::size_t after, Element element) {
                            std::move(element));
 }
 
-void apply(const Edit& edit, const std::vector<Place>& places) {
+void applyEdit(const Edit& edit, const std::vector<Place>& places) {
     const Place& place = places[edit.element % places.size()];
     Element& element = place.element();
     Bytes& content = element.content;
@@ -201,10 +207,30 @@ bool isLooseObjectIdentifier(const Bytes& content) {
     return isLoose;
 }
 
+// SEQUENCE and SET are always constructed (X.690, 8.9 and 8.11).
+bool hasWrongForm(const Element& element) {
+    constexpr std::uint8_t kPrimitiveSequence = 0x10;
+    constexpr std::uint8_t kPrimitiveSet = 0x11;
+    return element.identifier == kPrimitiveSequence || element.identifier == kPrimitiveSet;
+}
+
+// The parameters of an algorithm, such as an empty BOOLEAN, which OpenSSL reads although they can be of any type.
+bool hasUnreadableParameters(const Element& element) {
+    if (element.children.size() != 2 || element.children[0].identifier != kObjectIdentifier) {
+        return false;
+    }
+    const Bytes parameters = encodingOf(element.children[1]);
+    const unsigned char* at = parameters.data();
+    const std::unique_ptr<ASN1_TYPE, testkit::FreeWith<ASN1_TYPE_free>> read(
+        d2i_ASN1_TYPE(nullptr, &at, static_cast<long>(parameters.size())));
+    ERR_clear_error();
+    return !read;
+}
+
 bool isLoose(const Element& element) {
     constexpr std::uint8_t kInteger = 0x02;
-    constexpr std::uint8_t kObjectIdentifier = 0x06;
-    return (element.identifier == kInteger && isLooseInteger(element.content)) ||
+    return hasWrongForm(element) || hasUnreadableParameters(element) ||
+           (element.identifier == kInteger && isLooseInteger(element.content)) ||
            (element.identifier == kObjectIdentifier && isLooseObjectIdentifier(element.content)) ||
            std::any_of(element.children.begin(), element.children.end(), isLoose);
 }
@@ -233,7 +259,7 @@ Bytes edited(const Bytes& der, std::span<const Edit> edits) {
         if (places.empty() || result.size() > kMostOctets) {
             break;
         }
-        apply(edit, places);
+        applyEdit(edit, places);
         result = encodingOf(tree[0]);
     }
     return result;

@@ -28,8 +28,9 @@ std::vector<Edit> editsIn(std::span<const std::uint8_t> input, std::size_t most 
 /// The structure after the edits. It must be one DER element; otherwise it is returned unchanged.
 Bytes edited(const Bytes& der, std::span<const Edit> edits);
 
-/// Whether there is an INTEGER or OBJECT IDENTIFIER in it that is not as X.690, 8.3 and 8.19, have it: without octets,
-/// padded, or cut short. The library reads them; OpenSSL reads nothing in which there is one.
+/// Whether there is an INTEGER or OBJECT IDENTIFIER in it that is not as X.690, 8.3 and 8.19, have it (without octets,
+/// padded, or cut short), a SEQUENCE or SET in the primitive form (8.9, 8.11), or parameters of an algorithm that are
+/// no value of their type. The library reads them; OpenSSL reads nothing in which there is one.
 bool hasLooseValue(const Bytes& der);
 
 /// The first element in the element `der`, such as the signed part of a certificate; empty when there is none.
