@@ -8,7 +8,7 @@
 #include "cli/input_files.h"
 #include "cli/server/server_certificates.h"
 #include "cli/server/server_failure.h"
-#include "cli/staple.h"
+#include "cli/server_staple.h"
 #include "handles/status.h"
 
 namespace tallow::cli {

@@ -25,6 +25,8 @@
 #include "cli/send.h"
 #include "cli/settings.h"
 #include "cli/show.h"
+#include "cli/staple.h"
+#include "cli/staple_printer.h"
 #include "cli/store.h"
 #include "cli/verify.h"
 #include "cli/verify_request.h"
@@ -134,6 +136,16 @@ struct Run {
             outcome.err += storeWarnings();
         }
         return withWarnings(std::move(outcome));
+    }
+    Outcome operator()(const StapleOptions& options) const {
+        const StaplePrinter printer(options);
+        const StapleReport report =
+            runStaple(options, [&printer](const StapleResult& result) { printer.print(result); });
+        Results answers;
+        for (const StapleResult& result : report.staples) {
+            answers.push_back(result.answer);
+        }
+        return withWarnings(printer.finish(report), answers);
     }
     Outcome operator()(const ShowOptions& options) const { return runShow(options); }
     Outcome operator()(const StoreOptions& options) const { return runStore(options); }

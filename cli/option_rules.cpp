@@ -100,6 +100,16 @@ std::string mistakeInStreams(const CommandOptions& options) {
     return {};
 }
 
+template <typename Options>
+std::string mistakeInAsking(const Options& options) {
+    std::string mistake;
+    if constexpr (std::is_base_of_v<NetworkOptions, Options>) {
+        mistake = mistakeInUrl("--url", options.url);
+        return mistake.empty() ? mistakeInNetwork(options) : mistake;
+    }
+    return mistake;
+}
+
 // "-h.pem" and "-vh" begin with flags, one of which is -h.
 bool isHelp(std::string_view argument) {
     const bool isShort = argument.starts_with('-') && !argument.starts_with("--");
@@ -126,16 +136,12 @@ std::string mistakeIn(const CommandOptions& options) {
     if (check != nullptr && check->certificates.empty() && check->server.address.empty()) {
         return "CERT is missing; name a file with a certificate, or a server with --connect";
     }
-    std::string mistake = mistakeInStreams(options);
-    const auto* send = std::get_if<SendOptions>(&options);
-    if (!mistake.empty() || (check == nullptr && send == nullptr)) {
-        return mistake;
+    if (const auto* staple = std::get_if<StapleOptions>(&options);
+        staple != nullptr && (staple->name.find('/') != std::string::npos || staple->name.starts_with('.'))) {
+        return "--name " + staple->name + ": is no name for a file; give one such as www.example.org";
     }
-    mistake = mistakeInUrl("--url", check != nullptr ? check->url : send->url);
-    if (!mistake.empty()) {
-        return mistake;
-    }
-    return check != nullptr ? mistakeInNetwork(*check) : mistakeInNetwork(*send);
+    const std::string mistake = mistakeInStreams(options);
+    return mistake.empty() ? std::visit([](const auto& chosen) { return mistakeInAsking(chosen); }, options) : mistake;
 }
 
 std::string helpMistakeIn(int argc, char** argv) {

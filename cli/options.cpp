@@ -341,6 +341,49 @@ void declare(CLI::App& show, ShowOptions& options) {
         "Exit status: 0 the message was shown; 64 the file is not an OCSP message.");
 }
 
+void declare(CLI::App& staple, StapleOptions& options) {
+    group(staple, kInput);
+    staple
+        .add_option("CERT", options.certificates,
+                    "Files with the certificates of servers and their issuers, in any order: PEM, DER, PKCS #7 or "
+                    "PKCS #12; - is standard input")
+        ->required()
+        ->type_name("FILE");
+    addNaming(staple, options,
+              "Certificate of the issuer; default: searched in all files, the stores, and at the addresses that the "
+              "certificates name");
+    addUrl(staple, "--url", options.url, "Ask this responder instead of those that the certificates name");
+    staple.add_flag("--if-due", options.onlyWhenDue,
+                    "Ask only for responses whose validity period is half over, and for missing ones");
+    addNetwork(staple, options);
+    addMaxAge(staple, options.maxAge);
+    staple.add_flag("--write-revoked", options.writesRevoked,
+                    "Write responses that say revoked or unknown, too; default: good ones only");
+    addChainFiles(staple, options);
+    group(staple, "Files");
+    staple.add_option("--out", options.directory, "Directory of the responses, one NAME.ocsp for each certificate")
+        ->required()
+        ->type_name("DIR");
+    staple
+        .add_option("--name", options.name,
+                    "NAME for the response (one certificate); default: that of the file CERT without .pem, .crt, .cer "
+                    "or .der")
+        ->type_name("NAME");
+    staple
+        .add_option("--hook", options.hook,
+                    "Run this command with sh after responses were written; \"$@\" are their paths. After a failure it "
+                    "is run again by the next run")
+        ->type_name("COMMAND");
+    addOutput(staple, options);
+    addSettings(staple, options);
+    staple.footer(
+        "A response is replaced as a whole, only by a newer one. It stays when there is none.\n"
+        "Exit status: 0 there is a valid response that says good for each certificate; 1 at least one is revoked; 2 at "
+        "least one is unknown to its responder; 3 at least one has no valid response, or a response or the hook "
+        "failed; "
+        "64 wrong usage. If several apply, 1 comes before 3, and 3 before 2.");
+}
+
 void declare(CLI::App& store, StoreOptions& options) {
     struct Row {
         const char* name;
@@ -431,6 +474,7 @@ public:
         add("send", "Send a stored request as it is", send_);
         add("verify", "Verify a stored response", verify_);
         add("verify-request", "Verify a request as its receiver", verifyRequest_);
+        add("staple", "Keep responses as files for servers that staple them", staple_);
         add("show", "Print a request or a response", show_);
         add("store", "List, add and remove trusted and other certificates", store_);
         add("settings", "Print or check the settings", settings_);
@@ -518,6 +562,7 @@ private:
     SendOptions send_;
     VerifyOptions verify_;
     VerifyRequestOptions verifyRequest_;
+    StapleOptions staple_;
     ShowOptions show_;
     StoreOptions store_;
     SettingsOptions settings_;

@@ -106,12 +106,24 @@ struct SettingsOptions : RunOptions, OutputOptions {
     std::string file;      // the file to check; empty: the one in force
 };
 
+/// Responses for TLS servers, kept as files.
+struct StapleOptions : RunOptions, OutputOptions, NetworkOptions {
+    std::vector<std::string> certificates;
+    std::string directory;  // of the responses
+    std::string name;       // of the response, without ".ocsp"; empty: that of the file of the certificate
+    std::string url;
+    std::optional<std::chrono::seconds> maxAge;
+    bool onlyWhenDue = false;  // asks only from the middle of the validity period on
+    bool writesRevoked = false;
+    std::string hook;  // command for the shell; empty: none
+};
+
 struct ExplainOptions {
     std::string code;  // a status as the user wrote it
 };
 
 using CommandOptions = std::variant<CheckOptions, RequestOptions, SendOptions, VerifyOptions, VerifyRequestOptions,
-                                    ShowOptions, StoreOptions, SettingsOptions, ExplainOptions>;
+                                    ShowOptions, StoreOptions, SettingsOptions, ExplainOptions, StapleOptions>;
 
 // Exit statuses.
 inline constexpr int kExitGood = 0;

@@ -16,6 +16,8 @@ inline constexpr const char* kVerifyRequestSchema = "tallow.verify-request/1";
 inline constexpr const char* kShowSchema = "tallow.show/1";
 inline constexpr const char* kSettingsSchema = "tallow.settings/1";
 inline constexpr const char* kStoreSchema = "tallow.store/1";
+inline constexpr const char* kStapleSchema = "tallow.staple/1";
+inline constexpr const char* kStapleLineSchema = "tallow.staple.line/1";
 inline constexpr const char* kErrorSchema = "tallow.error/1";
 
 /// The verdict, the details, and as the last line what the verdict is based on. Only the verdict is coloured.
@@ -33,8 +35,11 @@ std::string toText(const Shown& shown);
 /// {"schema":...,"name of the root":{...}}
 std::string toJson(const char* schema, const Shown& shown);
 
+/// {"schema":...,...} in one line, with the fields of an object.
+std::string toJsonLine(const char* schema, const Shown& shown);
+
 /// {"schema":...,"error":{"code":...,"text":...,"exitStatus":...}}: the whole run failed. In one line for
-/// kCheckLineSchema.
+/// the schemas of lines.
 std::string toJson(const char* schema, const CheckError& error, int exitStatus);
 
 /// The schema of what the command line asks for; null without --json and --jsonl. The command line need not be valid.

@@ -163,6 +163,7 @@ struct SchemaOfCommand {
 constexpr SchemaOfCommand kSchemas[] = {
     {"check", kCheckSchema, kCheckLineSchema},
     {"verify", kCheckSchema, kCheckLineSchema},
+    {"staple", kStapleSchema, kStapleLineSchema},
     {"verify-request", kVerifyRequestSchema, nullptr},
     {"show", kShowSchema, nullptr},
     {"settings", kSettingsSchema, nullptr},
@@ -175,6 +176,12 @@ std::string toJson(const char* schema, const Shown& shown) {
     Json document{{"schema", schema}};
     document[shown.name] = toValue(shown);
     return print(document);
+}
+
+std::string toJsonLine(const char* schema, const Shown& shown) {
+    Json document{{"schema", schema}};
+    document.update(toValue(shown));
+    return print(document, true);
 }
 
 std::string toJson(const std::vector<CheckResult>& results) {
@@ -197,7 +204,7 @@ std::string toJson(const char* schema, const CheckError& error, int exitStatus) 
     Json document{{"schema", schema}};
     document["error"] = toValue(error);
     document["error"]["exitStatus"] = exitStatus;
-    return print(document, std::string_view(schema) == kCheckLineSchema);
+    return print(document, std::string_view(schema).find(".line/") != std::string_view::npos);
 }
 
 const char* schemaAsked(int argc, const char* const* argv) {

@@ -1,16 +1,18 @@
-// The OCSP response that a server staples to its certificate.
+// tallow staple: keeps verified responses as files for servers that staple them (RFC 6066, section 8).
 #pragma once
 
-#include "cli/check_result.h"
+#include <functional>
+
 #include "cli/options.h"
-#include "cli/run_inputs.h"
-#include "cli/server/server_certificates.h"
+#include "cli/staple_result.h"
 
 namespace tallow::cli {
 
-/// What the staple proves, without the network. `verdict` is that of the check of the same certificate, which knows the
-/// issuer.
-Staple stapleOf(const CheckOptions& options, const RunInputs& inputs, const ServerCertificates& sent,
-                const Verdict& verdict);
+/// Called with each result as soon as it is known.
+using StapleUse = std::function<void(const StapleResult&)>;
+
+/// Asks about each certificate and replaces its response, if there is a newer one. Throws InputError, before any
+/// responder is asked, for unusable input other than a certificate.
+StapleReport runStaple(const StapleOptions& options, const StapleUse& done);
 
 }  // namespace tallow::cli

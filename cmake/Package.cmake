@@ -27,6 +27,16 @@ if(TALLOW_COMMAND)
   install(FILES completions/tallow.bash DESTINATION ${CMAKE_INSTALL_DATADIR}/bash-completion/completions RENAME tallow
           COMPONENT tools)
   install(FILES completions/_tallow DESTINATION ${CMAKE_INSTALL_DATADIR}/zsh/site-functions COMPONENT tools)
+  # The service names the command, whose directory `cmake --install --prefix` may change.
+  set(TALLOW_COMMAND_PATH ${CMAKE_INSTALL_BINDIR}/tallow)
+  if(NOT IS_ABSOLUTE ${CMAKE_INSTALL_BINDIR})
+    set(TALLOW_COMMAND_PATH "\${CMAKE_INSTALL_PREFIX}/${TALLOW_COMMAND_PATH}")
+  endif()
+  install(CODE "set(TALLOW_COMMAND_PATH \"${TALLOW_COMMAND_PATH}\")
+    configure_file([==[${PROJECT_SOURCE_DIR}/systemd/tallow-staple@.service.in]==] [==[${PROJECT_BINARY_DIR}/tallow-staple@.service]==] @ONLY)"
+    COMPONENT tools)
+  install(FILES ${PROJECT_BINARY_DIR}/tallow-staple@.service systemd/tallow-staple@.timer DESTINATION lib/systemd/system
+          COMPONENT tools)
 endif()
 
 # The documents link to each other as in the repository.

@@ -12,7 +12,12 @@ _tallow_value() {
         --connect | --servername) COMPREPLY=($(compgen -A hostname -- "$cur")) ;;
         --issuer | --proxy-password-file | --trust | --certs | --crl | --save-request | --save-response | --settings | \
             --sign | --key | --pin-file | --output | -o | --request | --cert) _tallow_files "$cur" ;;
-        --url | --proxy | --proxy-user | --timeout | --max-age | --at) COMPREPLY=() ;;
+        --out)
+            compopt -o filenames 2>/dev/null
+            mapfile -t COMPREPLY < <(compgen -d -- "$cur")
+            ;;
+        --hook) COMPREPLY=($(compgen -c -- "$cur")) ;;
+        --url | --proxy | --proxy-user | --timeout | --max-age | --at | --name) COMPREPLY=() ;;
         *) return 1 ;;
     esac
 }
@@ -24,7 +29,7 @@ _tallow_files() {
 
 _tallow() {
     local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
-    local commands='check request send verify verify-request show store settings explain help'
+    local commands='check request send verify verify-request staple show store settings explain help'
     local settings='--settings --trace --help --version' trust='--trust --certs --crl' output='--json --jsonl --verbose --color'
     local network='--proxy --proxy-user --proxy-password-file --timeout' asking='--issuer --hash --nonce --no-nonce'
     COMPREPLY=()
@@ -50,6 +55,10 @@ _tallow() {
             send) options="--url --output $network $settings" ;;
             verify) options="--request --cert --issuer --at --max-age $trust $output $settings" ;;
             verify-request) options="$trust --json $settings" ;;
+            staple)
+                options="--issuer --hash --url --if-due --max-age --write-revoked --out --name --hook $network $trust"
+                options+=" $output $settings"
+                ;;
             show) options='--json --help --version' ;;
             store)
                 case ${COMP_WORDS[2]} in

@@ -27,6 +27,7 @@ TEST(HelpCommand, PrintsThePageOfEachCommandIn80Columns) {
                                      {"send"},
                                      {"verify"},
                                      {"verify-request"},
+                                     {"staple"},
                                      {"show"},
                                      {"store"},
                                      {"store", "add"},

@@ -40,6 +40,7 @@ TEST_F(Schema, DescribesEveryDocument) {
         int exitStatus;
     };
     const Arguments trust{"--trust", root};
+    const Arguments out{"--out", tallow.folder().path().string()};
     Arguments files;
     for (const Row& row : {
              Row{joined({"check", "--json", "--url", responderUrl(), "--save-request", "/dev/full", leaf}, trust),
@@ -62,10 +63,15 @@ TEST_F(Schema, DescribesEveryDocument) {
              Row{{"show", "--json", response}, "tallow.show/1", 0},
              Row{{"show", "--json", leaf}, "tallow.show/1", 64},
              Row{{"store", "list", "--json", "CA"}, "tallow.store/1", 0},
+             Row{joined(joined({"staple", "--json", "--url", responderUrl(), leaf, revoked, broken}, trust), out),
+                 "tallow.staple/1", 1},
+             Row{joined(joined({"staple", "--jsonl", "--if-due", "--url", deadUrl(), leaf, revoked}, trust), out),
+                 "tallow.staple.line/1", 3},
+             Row{{"staple", "--jsonl", leaf}, "tallow.staple.line/1", 64},
              Row{{"store", "list", "--json", ".."}, "tallow.store/1", 64},
              Row{{"settings", "--json"}, "tallow.settings/1", 0},
          }) {
-        const bool isLines = row.schema == std::string("tallow.check.line/1");
+        const bool isLines = std::string(row.schema).find(".line/") != std::string::npos;
         const bool hasSettings = row.arguments[0] != "show" && row.arguments[0] != "sned";
         const ProcessResult run = hasSettings ? tallow.with(row.arguments) : Command::plain(row.arguments);
         SCOPED_TRACE(testing::PrintToString(row.arguments) + run.out + run.err);

@@ -1,0 +1,76 @@
+#include "cli/hook.h"
+
+#include <fcntl.h>
+#include <spawn.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+
+extern char** environ;  // NOLINT: the C library's name
+
+namespace tallow::cli {
+
+namespace {
+
+// How the child begins: no input, output on standard error, and with the usual effect of SIGPIPE, which this process
+// ignores.
+class Start {
+public:
+    Start() {
+        ::posix_spawn_file_actions_init(&actions);
+        ::posix_spawnattr_init(&attributes);
+        sigset_t usual;
+        ::sigemptyset(&usual);
+        ::sigaddset(&usual, SIGPIPE);
+        isReady = ::posix_spawn_file_actions_addopen(&actions, STDIN_FILENO, "/dev/null", O_RDONLY, 0) == 0 &&
+                  ::posix_spawn_file_actions_adddup2(&actions, STDERR_FILENO, STDOUT_FILENO) == 0 &&
+                  ::posix_spawnattr_setsigdefault(&attributes, &usual) == 0 &&
+                  ::posix_spawnattr_setflags(&attributes, POSIX_SPAWN_SETSIGDEF) == 0;
+    }
+    ~Start() {
+        ::posix_spawnattr_destroy(&attributes);
+        ::posix_spawn_file_actions_destroy(&actions);
+    }
+    Start(const Start&) = delete;
+    Start& operator=(const Start&) = delete;
+
+    posix_spawn_file_actions_t actions{};
+    posix_spawnattr_t attributes{};
+    bool isReady = false;
+};
+
+}  // namespace
+
+std::string runHook(const std::string& command, const std::vector<std::string>& arguments) {
+    std::vector<std::string> all{"sh", "-c", command, "tallow-hook"};
+    all.insert(all.end(), arguments.begin(), arguments.end());
+    std::vector<char*> pointers;
+    pointers.reserve(all.size() + 1);
+    for (std::string& argument : all) {
+        pointers.push_back(argument.data());
+    }
+    pointers.push_back(nullptr);
+    const Start start;
+    pid_t child = -1;
+    const int error =
+        start.isReady ? ::posix_spawn(&child, "/bin/sh", &start.actions, &start.attributes, pointers.data(), environ)
+                      : ENOMEM;
+    if (error != 0) {
+        return std::string("cannot be started: ") + std::strerror(error);
+    }
+    int status = 0;
+    while (::waitpid(child, &status, 0) < 0) {
+        if (errno != EINTR) {
+            return std::string("cannot be waited for: ") + std::strerror(errno);
+        }
+    }
+    if (WIFSIGNALED(status)) {
+        return "ended by signal " + std::to_string(WTERMSIG(status));
+    }
+    return WEXITSTATUS(status) == 0 ? std::string() : "exit status " + std::to_string(WEXITSTATUS(status));
+}
+
+}  // namespace tallow::cli
