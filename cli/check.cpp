@@ -8,6 +8,7 @@
 #include "cli/certificates_to_check.h"
 #include "cli/check_result_of.h"
 #include "cli/check_server.h"
+#include "cli/deadlines.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
 #include "cli/network.h"
@@ -96,6 +97,7 @@ private:
     void judge(const Checker& checker, Input certificate, Input issuer, CheckResult& result) {
         const Verdict verdict = checker.check(certificate, issuer);
         fill(result, verdict);
+        result.expiry = expiryOf(certificate);
         if (options_.verifyChain && verdict.answer != Answer::kUnproven) {
             result.chain = verdict.isChainValid ? "valid" : "invalid";
         } else if (options_.verifyChain && verdict.reached == Step::kChain) {

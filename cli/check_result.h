@@ -1,6 +1,7 @@
 // The result for one certificate as plain data. Printing it decides nothing.
 #pragma once
 
+#include <chrono>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -43,12 +44,13 @@ struct CheckResult {
     std::string nextUpdate;
     std::string revocationTime;
     std::string revocationReason;
-    std::string nonce;                  // "matched", "not returned" or "not sent"; empty when no response was accepted
-    std::string chain;                  // "valid" or "invalid"; empty when it was not validated
-    std::optional<CheckError> error;    // always with kError
-    std::optional<Staple> staple;       // of a server's own certificate
-    Verdict verdict;                    // all that was found out
-    std::optional<CheckError> unsaved;  // why request or response were not written to their file
+    std::string nonce;                // "matched", "not returned" or "not sent"; empty when no response was accepted
+    std::string chain;                // "valid" or "invalid"; empty when it was not validated
+    std::optional<CheckError> error;  // always with kError
+    std::optional<Staple> staple;     // of a server's own certificate
+    std::optional<std::chrono::sys_seconds> expiry;  // notAfter of the certificate
+    Verdict verdict;                                 // all that was found out
+    std::optional<CheckError> unsaved;               // why request or response were not written to their file
 };
 
 /// 1 when one is revoked, else 3 when one has no verified answer, a file could not be written or a staple is bad, else

@@ -15,6 +15,8 @@
 #include "cli/explain.h"
 #include "cli/input_files.h"
 #include "cli/interruption.h"
+#include "cli/metrics.h"
+#include "cli/monitor.h"
 #include "cli/option_rules.h"
 #include "cli/options.h"
 #include "cli/outcome.h"
@@ -28,6 +30,7 @@
 #include "cli/staple.h"
 #include "cli/staple_printer.h"
 #include "cli/store.h"
+#include "cli/verbose.h"
 #include "cli/verify.h"
 #include "cli/verify_request.h"
 #include "handles/status.h"
@@ -114,11 +117,47 @@ std::ostream& streamFor(const CommandOptions& options) {
     return isOutputTaken(options) ? std::cerr : std::cout;
 }
 
+Outcome printed(const CheckOptions& options, Metrics& metrics) {
+    const ResultPrinter printer(options, streamFor(options));
+    const Results results = runCheck(options, [&](const CheckResult& result) {
+        printer.print(result);
+        metrics.add(result);
+    });
+    return withWarnings(printer.finish(results), results);
+}
+
+Outcome monitored(const CheckOptions& options, Metrics& metrics) {
+    Monitor monitor(options, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
+    const Results results = runCheck(options, [&](const CheckResult& result) {
+        monitor.add(result);
+        metrics.add(result);
+        std::cerr << (options.isVerbose ? explanationOf(result) : "");
+    });
+    return withWarnings(monitor.finish(), results);
+}
+
+// A result that cannot be written is not good; what is worse stays.
+Outcome withoutMetrics(Outcome outcome, const InputError& failure, bool isMonitoring) {
+    const bool isWorse = isMonitoring ? outcome.exitStatus == static_cast<int>(MonitorState::kCritical)
+                                      : outcome.exitStatus == kExitRevoked;
+    if (isMonitoring && !isWorse) {
+        return monitorFailure(failure.what());
+    }
+    outcome.err += "tallow: " + safeLine(failure.what()) + '\n';
+    outcome.exitStatus = isWorse ? outcome.exitStatus : kExitNoAnswer;
+    return outcome;
+}
+
 struct Run {
     Outcome operator()(const CheckOptions& options) const {
-        const ResultPrinter printer(options, streamFor(options));
-        const Results results = runCheck(options, [&printer](const CheckResult& result) { printer.print(result); });
-        return withWarnings(printer.finish(results), results);
+        Metrics metrics(options.metrics);
+        Outcome outcome = options.isMonitoring ? monitored(options, metrics) : printed(options, metrics);
+        try {
+            metrics.write();
+        } catch (const InputError& failure) {
+            return withoutMetrics(std::move(outcome), failure, options.isMonitoring);
+        }
+        return outcome;
     }
     Outcome operator()(const RequestOptions& options) const { return withSettings(runRequest(options)); }
     Outcome operator()(const SendOptions& options) const { return withSettings(runSend(options)); }
@@ -173,6 +212,9 @@ int finish(const Outcome& outcome, bool isOutputTaken) {
 
 // The run has no result: one line, and a document for those who asked for JSON.
 int fail(int argc, char** argv, int exitStatus, std::int32_t code, const std::string& text) {
+    if (isMonitorAsked(argc, argv)) {
+        return finish(monitorFailure(text), false);
+    }
     const char* schema = schemaAsked(argc, argv);
     return finish({schema == nullptr ? "" : toJson(schema, {code, text}, exitStatus),
                    "tallow: " + safeLine(text) + '\n', exitStatus},

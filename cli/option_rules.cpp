@@ -49,10 +49,13 @@ Paths inputsOf(const Options& options) {
     return paths;
 }
 
+// Those of a check, in the order of outputsOf.
+constexpr const char* kOutputs[] = {"--save-request", "--save-response", "--metrics"};
+
 template <typename Options>
 Paths outputsOf(const Options& options) {
     if constexpr (requires { options.saveRequest; }) {
-        return {options.saveRequest, options.saveResponse};
+        return {options.saveRequest, options.saveResponse, options.metrics};
     } else if constexpr (requires { options.output; }) {
         return {options.output};
     }
@@ -85,14 +88,16 @@ std::string mistakeInStreams(const CommandOptions& options) {
     }
     const Paths outputs = std::visit([](const auto& chosen) { return outputsOf(chosen); }, options);
     const auto numTaken = std::count_if(outputs.begin(), outputs.end(), isStandardOutput);
-    if (outputs.size() > 1 && isSameFile(outputs[0], outputs[1])) {
-        return "--save-request and --save-response name the same file; name two";
-    }
-    if (numTaken > 1) {
-        return "--save-request and --save-response would both be written to standard output; name a file for one";
-    }
-    if (outputs.size() > 1 && !outputs[0].empty() && outputs[0] == outputs[1]) {
-        return "--save-request and --save-response name the same file; name two";
+    for (std::size_t i = 0; i < outputs.size(); ++i) {
+        for (std::size_t j = i + 1; j < outputs.size(); ++j) {
+            const std::string both = std::string(kOutputs[i]) + " and " + kOutputs[j];
+            if (isStandardOutput(outputs[i]) && isStandardOutput(outputs[j])) {
+                return both + " would both be written to standard output; name a file for one";
+            }
+            if (isSameFile(outputs[i], outputs[j]) || (!outputs[i].empty() && outputs[i] == outputs[j])) {
+                return both + " name the same file; name two";
+            }
+        }
     }
     if (numTaken == 1 && std::visit([](const auto& chosen) { return isJson(chosen); }, options)) {
         return "the JSON result and an output file would both be written to standard output; name a file for one";
@@ -135,6 +140,9 @@ std::string mistakeIn(const CommandOptions& options) {
     const auto* check = std::get_if<CheckOptions>(&options);
     if (check != nullptr && check->certificates.empty() && check->server.address.empty()) {
         return "CERT is missing; name a file with a certificate, or a server with --connect";
+    }
+    if (check != nullptr && check->warn && check->critical && *check->warn < *check->critical) {
+        return "--warn is shorter than --crit, so that there is never a warning; exchange them";
     }
     if (const auto* staple = std::get_if<StapleOptions>(&options);
         staple != nullptr && (staple->name.find('/') != std::string::npos || staple->name.starts_with('.'))) {

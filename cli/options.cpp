@@ -189,6 +189,23 @@ void rejectEmptyTexts(CLI::App& command) {
     }
 }
 
+void addMonitoring(CLI::App& check, CheckOptions& options) {
+    group(check, "Monitoring");
+    CLI::Option* const monitor = check.add_flag(
+        "--monitor", options.isMonitoring,
+        "Print one line with values for a monitoring system. Exit status: 0 OK, 1 warning, 2 critical, 3 unknown");
+    monitor->excludes("--json")->excludes("--jsonl");
+    constexpr const char* kExpected = "a duration such as 30m, 12h or 7d";
+    addValue(check, "--warn", "DURATION", options.warn, durationFrom, kExpected,
+             "Warn when a response, the certificate or that of the responder expires sooner; needs --monitor");
+    addValue(check, "--crit", "DURATION", options.critical, durationFrom, kExpected,
+             "The same for a critical state; needs --monitor");
+    for (const char* name : {"--warn", "--crit"}) {
+        check.get_option(name)->needs(monitor);
+    }
+    addFile(check, "--metrics", options.metrics, "Write the results to this file in the text format of Prometheus");
+}
+
 // ---- The commands ---------------------------------------------------------------------------------------------------
 
 void declare(CLI::App& check, CheckOptions& options) {
@@ -234,6 +251,7 @@ void declare(CLI::App& check, CheckOptions& options) {
             "Write the DER request to this file; - is standard output (one certificate)");
     addFile(check, "--save-response", options.saveResponse,
             "Write the response to this file; - is standard output (one certificate)");
+    addMonitoring(check, options);
     addSettings(check, options);
     check.footer(
         std::string("Checks every certificate that is not a CA and did not issue another one in its file. In a file "

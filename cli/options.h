@@ -58,6 +58,9 @@ struct CheckOptions : RunOptions, OutputOptions, NetworkOptions {
     bool verifyChain = false;
     std::string saveRequest;
     std::string saveResponse;
+    bool isMonitoring = false;  // prints one line for a monitoring system
+    std::optional<std::chrono::seconds> warn, critical;
+    std::string metrics;  // a file for Prometheus
 };
 
 struct RequestOptions : RunOptions {

@@ -11,13 +11,13 @@ _tallow_value() {
         --include) COMPREPLY=($(compgen -W 'none signer chain chain-root policy' -- "$cur")) ;;
         --connect | --servername) COMPREPLY=($(compgen -A hostname -- "$cur")) ;;
         --issuer | --proxy-password-file | --trust | --certs | --crl | --save-request | --save-response | --settings | \
-            --sign | --key | --pin-file | --output | -o | --request | --cert) _tallow_files "$cur" ;;
+            --metrics | --sign | --key | --pin-file | --output | -o | --request | --cert) _tallow_files "$cur" ;;
         --out)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -d -- "$cur")
             ;;
         --hook) COMPREPLY=($(compgen -c -- "$cur")) ;;
-        --url | --proxy | --proxy-user | --timeout | --max-age | --at | --name) COMPREPLY=() ;;
+        --url | --proxy | --proxy-user | --timeout | --max-age | --at | --name | --warn | --crit) COMPREPLY=() ;;
         *) return 1 ;;
     esac
 }
@@ -49,7 +49,7 @@ _tallow() {
         case $command in
             check)
                 options="--connect --starttls --servername --chain --url --max-age --verify-chain --save-request"
-                options+=" --save-response $asking $network $trust $output $settings"
+                options+=" --save-response --monitor --warn --crit --metrics $asking $network $trust $output $settings"
                 ;;
             request) options="--sign --key --pin-file --include --output $asking $settings" ;;
             send) options="--url --output $network $settings" ;;

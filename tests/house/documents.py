@@ -62,10 +62,19 @@ def functions_without_manual_page():
         [f"man: {name} is not declared for C" for name in sorted(listed - declared)]
 
 
+def unknown_metrics():
+    """Metrics in the alerts, the dashboard and the document that the command does not write."""
+    written = set(re.findall(r'"(tallow_\w+)"', (ROOT / "cli/metrics.cpp").read_text()))
+    for path in [*(ROOT / "examples/monitoring").iterdir(), ROOT / "docs/monitoring.md"]:
+        used = set(re.findall(r"\btallow_\w+", path.read_text()))
+        yield from (f"{path.name}: no metric is called {name}" for name in sorted(used - written))
+
+
 def main():
     errors = [*samples_without_example("README.md"), *samples_without_example("docs/embedding.md"),
               *sample_of_c_header(), *functions_without_manual_page(), *outdated("update-errors"),
-              *outdated("update-settings"), *settings_problems(), *paths_of_one_machine()]
+              *outdated("update-settings"), *settings_problems(), *paths_of_one_machine(),
+              *unknown_metrics()]
     for document in [*sorted((ROOT / "docs").glob("*.md")), *sorted(ROOT.glob("*.md"))]:
         if len(document.read_text().splitlines()) > LONGEST_PAGE:
             errors.append(f"{document.name}: longer than {LONGEST_PAGE} lines")

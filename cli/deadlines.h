@@ -1,0 +1,27 @@
+// The times of a result that monitoring watches.
+#pragma once
+
+#include <chrono>
+#include <optional>
+
+#include "checker/checker.h"
+#include "cli/check_result.h"
+
+namespace tallow::cli {
+
+using Seconds = std::chrono::sys_seconds;
+
+/// notAfter of a certificate in DER; absent when it cannot be read.
+std::optional<Seconds> expiryOf(Input der);
+
+/// Absent without a verified response, and where the response does not say.
+struct Deadlines {
+    std::optional<Seconds> nextUpdate;
+    std::optional<Seconds> certificate;  // its expiry, whatever became of the check
+    std::optional<Seconds> responder;    // the expiry of the certificate that signed the response
+    std::optional<std::chrono::milliseconds> responseTime;
+};
+
+Deadlines deadlinesOf(const CheckResult& result);
+
+}  // namespace tallow::cli
