@@ -143,10 +143,12 @@ struct File {
     }
 };
 
-File readFile(const std::string& path, std::vector<std::string>& crls, Budget& budget) {
+// `read` gives the content.
+template <typename Read>
+File readFile(Read read, std::vector<std::string>& crls, Budget& budget) {
     File file;
     try {
-        StoreContent content = readCertificatesAndCrls(path);
+        StoreContent content = read();
         std::unordered_set<std::string_view> seen;
         for (const ATL2::CCertContext& certificate : content.certificates) {
             if (seen.insert(encodedOf(certificate)).second) {
@@ -202,16 +204,9 @@ void addLeaves(std::vector<ToCheck>& toCheck, const std::string& path, const Fil
     }
 }
 
-}  // namespace
-
-CertificateFiles readCertificateFiles(const std::vector<std::string>& paths) {
-    CertificateFiles result;
-    Budget budget;
-    std::vector<File> files;
-    files.reserve(paths.size());
-    for (const std::string& path : paths) {
-        files.push_back(readFile(path, result.crls, budget));
-    }
+// What is checked of the files, and all their certificates.
+void choose(const std::vector<std::string>& paths, const std::vector<File>& files, Budget& budget,
+            CertificateFiles& result) {
     const std::vector<bool> isChain = chainFiles(files, budget);
     std::unordered_set<std::string_view> seen;
     for (std::size_t i = 0; i < files.size(); ++i) {
@@ -222,6 +217,27 @@ CertificateFiles readCertificateFiles(const std::vector<std::string>& paths) {
                      std::back_inserter(result.certificates),
                      [&seen](const auto& certificate) { return seen.insert(encodedOf(certificate)).second; });
     }
+}
+
+}  // namespace
+
+CertificateFiles readCertificateFiles(const std::vector<std::string>& paths) {
+    CertificateFiles result;
+    Budget budget;
+    std::vector<File> files;
+    files.reserve(paths.size());
+    for (const std::string& path : paths) {
+        files.push_back(readFile([&path] { return readCertificatesAndCrls(path); }, result.crls, budget));
+    }
+    choose(paths, files, budget, result);
+    return result;
+}
+
+CertificateFiles certificatesToCheckIn(const std::string& name, const std::string& octets) {
+    CertificateFiles result;
+    Budget budget;
+    const std::vector<File> files{readFile([&] { return certificatesAndCrlsIn(name, octets); }, result.crls, budget)};
+    choose({name}, files, budget, result);
     return result;
 }
 

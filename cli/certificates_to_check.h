@@ -33,4 +33,7 @@ struct CertificateFiles {
 /// another is decided by name and signature. A mistake in one file does not affect the others.
 CertificateFiles readCertificateFiles(const std::vector<std::string>& paths);
 
+/// The same for the octets of one file, which `name` stands for.
+CertificateFiles certificatesToCheckIn(const std::string& name, const std::string& octets);
+
 }  // namespace tallow::cli

@@ -11,13 +11,9 @@
 #include "cli/deadlines.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
-#include "cli/network.h"
 #include "cli/output_file.h"
-#include "cli/run_inputs.h"
 
 namespace tallow::cli {
-
-namespace {
 
 Options optionsOf(const CheckOptions& options, const RunInputs& inputs, const RunNetwork& network) {
     Options checking;
@@ -35,6 +31,17 @@ Options optionsOf(const CheckOptions& options, const RunInputs& inputs, const Ru
     checking.useCache = true;
     return checking;
 }
+
+void fill(CheckResult& result, const Verdict& verdict, const CheckOptions& options) {
+    fill(result, verdict);
+    if (options.verifyChain && verdict.answer != Answer::kUnproven) {
+        result.chain = verdict.isChainValid ? "valid" : "invalid";
+    } else if (options.verifyChain && verdict.reached == Step::kChain) {
+        result.chain = "invalid";
+    }
+}
+
+namespace {
 
 // The verdict is known here; it stays when a file cannot be written.
 void save(OutputFile& file, const Bytes& bytes, CheckResult& result) {
@@ -96,13 +103,8 @@ public:
 private:
     void judge(const Checker& checker, Input certificate, Input issuer, CheckResult& result) {
         const Verdict verdict = checker.check(certificate, issuer);
-        fill(result, verdict);
+        fill(result, verdict, options_);
         result.expiry = expiryOf(certificate);
-        if (options_.verifyChain && verdict.answer != Answer::kUnproven) {
-            result.chain = verdict.isChainValid ? "valid" : "invalid";
-        } else if (options_.verifyChain && verdict.reached == Step::kChain) {
-            result.chain = "invalid";
-        }
         save(*saveRequest_, verdict.request, result);
         save(*saveResponse_, verdict.response.empty() ? verdict.unverified : verdict.response, result);
     }

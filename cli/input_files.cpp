@@ -210,12 +210,25 @@ std::string messageIn(const std::string& path, std::string content) {
     return der.empty() ? std::move(content) : std::move(der);
 }
 
+StoreContent storeContentIn(const std::string& name, const std::string& octets) {
+    StoreContent content;
+    if (!crypto_read_named_content(reinterpret_cast<const BYTE*>(octets.data()), static_cast<DWORD>(octets.size()),
+                                   name.c_str(), take, &content)) {
+        throw std::bad_alloc();
+    }
+    return content;
+}
+
 }  // namespace
 
-StoreContent readCertificatesAndCrls(const std::string& path) {
-    StoreContent content = readStoreContent(path);
-    requireUsable(path, content, content.certificates.size(), "a certificate");
+StoreContent certificatesAndCrlsIn(const std::string& name, const std::string& octets) {
+    StoreContent content = storeContentIn(name, octets);
+    requireUsable(name, content, content.certificates.size(), "a certificate");
     return content;
+}
+
+StoreContent readCertificatesAndCrls(const std::string& path) {
+    return certificatesAndCrlsIn(path, readWhole(path));
 }
 
 std::vector<ATL2::CCertContext> readCertificates(const std::string& path) {
@@ -229,13 +242,7 @@ std::vector<std::string> readCrls(const std::string& path) {
 }
 
 StoreContent readStoreContent(const std::string& path) {
-    const std::string bytes = readWhole(path);
-    StoreContent content;
-    if (!crypto_read_named_content(reinterpret_cast<const BYTE*>(bytes.data()), static_cast<DWORD>(bytes.size()),
-                                   path.c_str(), take, &content)) {
-        throw std::bad_alloc();
-    }
-    return content;
+    return storeContentIn(path, readWhole(path));
 }
 
 bool holdsPrivateKey(const std::string& path) {

@@ -46,6 +46,9 @@ StoreContent readStoreContent(const std::string& path);
 /// be read, contains no certificate, or contains something malformed.
 StoreContent readCertificatesAndCrls(const std::string& path);
 
+/// The same for octets that were read already; `name` is for messages.
+StoreContent certificatesAndCrlsIn(const std::string& name, const std::string& octets);
+
 /// The certificates alone.
 std::vector<ATL2::CCertContext> readCertificates(const std::string& path);
 

@@ -54,7 +54,7 @@ std::string mistakeInUrl(const std::string& option, const std::string& url) {
     return url.empty() || (hasHost && (start == "http" || start == "https"))
                ? std::string()
                : option + ": " + text::withoutLogin(url) + " is no http or https address; give one such as http://" +
-                     (option == "--url" ? "ocsp.example/" : "proxy.example:3128/");
+                     (option.ends_with("url") ? "ocsp.example/" : "proxy.example:3128/");
 }
 
 std::string mistakeInNetwork(const NetworkOptions& options) {

@@ -31,13 +31,22 @@ bool isColoured(Colour colour) {
 ResultPrinter::ResultPrinter(const OutputOptions& options, std::ostream& out)
     : options_(options), out_(out), isColoured_(isColoured(options.colour)) {}
 
-void ResultPrinter::print(const CheckResult& result) const {
+ResultPrinter::Texts ResultPrinter::textsOf(const CheckResult& result) const {
+    Texts texts;
     if (options_.jsonLines) {
-        out_ << toJsonLine(result) << std::flush;
+        texts.out = toJsonLine(result);
     } else if (!options_.json) {
-        out_ << toText(result, isColoured_) << std::flush;
+        texts.out = toText(result, isColoured_);
     }
-    std::cerr << (options_.isVerbose ? explanationOf(result) : "") << failureLines(result);
+    texts.err = (options_.isVerbose ? explanationOf(result) : "") + failureLines(result);
+    return texts;
+}
+
+void ResultPrinter::print(const Texts& texts) const {
+    if (!texts.out.empty()) {
+        out_ << texts.out << std::flush;
+    }
+    std::cerr << texts.err;
 }
 
 Outcome ResultPrinter::finish(const std::vector<CheckResult>& results) const {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <iosfwd>
+#include <string>
 #include <vector>
 
 #include "cli/check_result.h"
@@ -17,7 +18,14 @@ public:
     /// Results go to `out`, which is std::cout unless that takes an output file. Both must outlive this object.
     ResultPrinter(const OutputOptions& options, std::ostream& out);
 
-    void print(const CheckResult& result) const;
+    /// What a result prints.
+    struct Texts {
+        std::string out, err;
+    };
+    /// On any thread.
+    [[nodiscard]] Texts textsOf(const CheckResult& result) const;
+    void print(const Texts& texts) const;
+    void print(const CheckResult& result) const { print(textsOf(result)); }
     /// What remains to be printed, and the exit status of all results.
     [[nodiscard]] Outcome finish(const std::vector<CheckResult>& results) const;
 

@@ -44,26 +44,6 @@ bool isSelfIssued(const ATL2::CCertContext& certificate) {
     return names(certificate, certificate);
 }
 
-// Each addition to a Trust copies it, so that many certificates are added at once, as one text.
-void appendPem(std::string& text, const ATL2::CCertContext& certificate) {
-    DWORD size = 0;
-    const auto encode = [&](wchar_t* room) {
-        return CryptBinaryToStringW(certificate->pbCertEncoded, certificate->cbCertEncoded, CRYPT_STRING_BASE64, room,
-                                    &size) != 0;
-    };
-    std::wstring body;
-    if (encode(nullptr)) {
-        body.resize(size);
-    }
-    if (body.empty() || !encode(body.data())) {
-        throw std::bad_alloc();
-    }
-    body.resize(size);
-    text += "-----BEGIN CERTIFICATE-----\n";
-    text.append(body.begin(), body.end());  // digits of base64
-    text += "\n-----END CERTIFICATE-----\n";
-}
-
 PCCRYPT_OID_INFO hashNamed(const std::string& name) {
     std::wstring key = wide(name);
     return CryptFindOIDInfo(CRYPT_OID_INFO_NAME_KEY, key.data(), CRYPT_HASH_ALG_OID_GROUP_ID);
@@ -129,6 +109,39 @@ void requireSettings() {
 
 }  // namespace
 
+Input issuerAmong(const std::vector<ATL2::CCertContext>& issuers, const ATL2::CCertContext& certificate) {
+    if (issuers.empty()) {
+        return std::string_view();
+    }
+    // Of a CA that changed its key, there may be two with the name. Without the right one the check says what is wrong.
+    auto found = std::find_if(issuers.begin(), issuers.end(),
+                              [&certificate](const auto& issuer) { return isSignedBy(certificate, issuer); });
+    if (found == issuers.end()) {
+        found = std::find_if(issuers.begin(), issuers.end(),
+                             [&certificate](const auto& issuer) { return names(certificate, issuer); });
+    }
+    return encodingOf(found == issuers.end() ? issuers.front() : *found);
+}
+
+void appendPem(std::string& text, const ATL2::CCertContext& certificate) {
+    DWORD size = 0;
+    const auto encode = [&](wchar_t* room) {
+        return CryptBinaryToStringW(certificate->pbCertEncoded, certificate->cbCertEncoded, CRYPT_STRING_BASE64, room,
+                                    &size) != 0;
+    };
+    std::wstring body;
+    if (encode(nullptr)) {
+        body.resize(size);
+    }
+    if (body.empty() || !encode(body.data())) {
+        throw std::bad_alloc();
+    }
+    body.resize(size);
+    text += "-----BEGIN CERTIFICATE-----\n";
+    text.append(body.begin(), body.end());  // digits of base64
+    text += "\n-----END CERTIFICATE-----\n";
+}
+
 std::string settingsMistake() {
     SUPPORT_SETTINGS_ERROR error;
     return support_settings_error(&error) == 0 ? std::string() : error.message;
@@ -190,17 +203,7 @@ RunInputs::RunInputs(const RunOptions& options) {
 }
 
 Input RunInputs::issuerOf(const ATL2::CCertContext& certificate) const {
-    if (issuers_.empty()) {
-        return std::string_view();
-    }
-    // Of a CA that changed its key, there may be two with the name. Without the right one the check says what is wrong.
-    auto found = std::find_if(issuers_.begin(), issuers_.end(),
-                              [&certificate](const auto& issuer) { return isSignedBy(certificate, issuer); });
-    if (found == issuers_.end()) {
-        found = std::find_if(issuers_.begin(), issuers_.end(),
-                             [&certificate](const auto& issuer) { return names(certificate, issuer); });
-    }
-    return encodingOf(found == issuers_.end() ? issuers_.front() : *found);
+    return issuerAmong(issuers_, certificate);
 }
 
 Input RunInputs::issuerOf(Input der) const {

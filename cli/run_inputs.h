@@ -49,6 +49,12 @@ unsigned long requireRequest(const Orvane::CBlob& bytes, const std::string& path
 /// The encoding of a certificate; valid as long as the certificate.
 Input encodingOf(const ATL2::CCertContext& certificate);
 
+/// The certificate among these that issued this one, else one with the issuer's name, else the first; empty for none.
+Input issuerAmong(const std::vector<ATL2::CCertContext>& issuers, const ATL2::CCertContext& certificate);
+
+/// Adds the certificate in PEM. Each addition to a Trust copies it, so that many are added at once, as one text.
+void appendPem(std::string& text, const ATL2::CCertContext& certificate);
+
 /// The mistake in the settings file, with line and column; empty when there is none. A value of the wrong type is found
 /// when it is read.
 std::string settingsMistake();
