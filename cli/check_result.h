@@ -2,6 +2,7 @@
 #pragma once
 
 #include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -35,6 +36,7 @@ struct Staple {
 /// Times are ISO 8601 in UTC. Empty means absent.
 struct CheckResult {
     std::string file;  // as named by the user; "b.pem#2" for the second certificate in it, "host:443" for a server's
+    std::size_t line = 0;  // in the list that names it, from 1; 0: there is none
     std::string subject;
     std::string serial;  // hexadecimal
     CertificateState state = CertificateState::kError;

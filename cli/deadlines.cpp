@@ -4,16 +4,18 @@
 
 #include "cli/evidence_text.h"
 #include "foundation/date_time.h"
-#include "handles/cert_context.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
 
 std::optional<Seconds> expiryOf(Input der) {
+    return expiryOf(ATL2::CCertContext::adopt(
+        CertCreateCertificateContext(X509_ASN_ENCODING, der.bytes.data(), static_cast<DWORD>(der.bytes.size()))));
+}
+
+std::optional<Seconds> expiryOf(const ATL2::CCertContext& certificate) {
     constexpr std::int64_t kTicksPerSecond = 10'000'000;
     constexpr std::int64_t kSecondsTo1970 = 11'644'473'600;  // on the scale of CDateTime
-    const ATL2::CCertContext certificate = ATL2::CCertContext::adopt(
-        CertCreateCertificateContext(X509_ASN_ENCODING, der.bytes.data(), static_cast<DWORD>(der.bytes.size())));
     if (!certificate) {
         return std::nullopt;
     }

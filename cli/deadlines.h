@@ -6,6 +6,7 @@
 
 #include "checker/checker.h"
 #include "cli/check_result.h"
+#include "handles/cert_context.h"
 
 namespace tallow::cli {
 
@@ -13,6 +14,7 @@ using Seconds = std::chrono::sys_seconds;
 
 /// notAfter of a certificate in DER; absent when it cannot be read.
 std::optional<Seconds> expiryOf(Input der);
+std::optional<Seconds> expiryOf(const ATL2::CCertContext& certificate);
 
 /// Absent without a verified response, and where the response does not say.
 struct Deadlines {

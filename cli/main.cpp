@@ -11,6 +11,7 @@
 #include <utility>
 
 #include "checker/text/safe_text.h"
+#include "cli/batch/batch.h"
 #include "cli/check.h"
 #include "cli/explain.h"
 #include "cli/input_files.h"
@@ -117,6 +118,10 @@ std::ostream& streamFor(const CommandOptions& options) {
     return isOutputTaken(options) ? std::cerr : std::cout;
 }
 
+Monitor monitorFor(const CheckOptions& options) {
+    return {options, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now())};
+}
+
 Outcome printed(const CheckOptions& options, Metrics& metrics) {
     const ResultPrinter printer(options, streamFor(options));
     const Results results = runCheck(options, [&](const CheckResult& result) {
@@ -127,13 +132,31 @@ Outcome printed(const CheckOptions& options, Metrics& metrics) {
 }
 
 Outcome monitored(const CheckOptions& options, Metrics& metrics) {
-    Monitor monitor(options, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()));
+    Monitor monitor = monitorFor(options);
     const Results results = runCheck(options, [&](const CheckResult& result) {
         monitor.add(result);
         metrics.add(result);
         std::cerr << (options.isVerbose ? explanationOf(result) : "");
     });
     return withWarnings(monitor.finish(), results);
+}
+
+// The certificates of a list.
+Outcome listed(const CheckOptions& options, Metrics& metrics) {
+    Monitor monitor = monitorFor(options);
+    const BatchEnd end = runBatch(options, streamFor(options), [&](const CheckResult& result) {
+        metrics.add(result);
+        if (options.isMonitoring) {
+            monitor.add(result);
+        }
+    });
+    Outcome outcome{"", "", end.exitStatus};
+    if (options.isMonitoring) {
+        outcome = end.mistake.empty() ? monitor.finish() : monitorFailure(end.mistake);
+    }
+    outcome = withWarnings(std::move(outcome), end.failure);
+    outcome.err += end.err;
+    return outcome;
 }
 
 // A result that cannot be written is not good; what is worse stays.
@@ -151,7 +174,9 @@ Outcome withoutMetrics(Outcome outcome, const InputError& failure, bool isMonito
 struct Run {
     Outcome operator()(const CheckOptions& options) const {
         Metrics metrics(options.metrics);
-        Outcome outcome = options.isMonitoring ? monitored(options, metrics) : printed(options, metrics);
+        Outcome outcome = !options.batch.list.empty() ? listed(options, metrics)
+                          : options.isMonitoring      ? monitored(options, metrics)
+                                                      : printed(options, metrics);
         try {
             metrics.write();
         } catch (const InputError& failure) {

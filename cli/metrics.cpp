@@ -63,10 +63,11 @@ void Metrics::addLine(std::string_view family, const std::string& labels, const 
 }
 
 void Metrics::add(const CheckResult& result) {
-    const std::string label = labelOf("certificate", result.file);
-    if (!names_.insert(label).second) {
-        return;
+    std::string name = result.file;
+    while (const std::size_t before = names_[name]++) {
+        name = result.file + " (" + std::to_string(before + 1) + ")";
     }
+    const std::string label = labelOf("certificate", name);
     for (const CertificateState state :
          {CertificateState::kGood, CertificateState::kRevoked, CertificateState::kUnknown, CertificateState::kError}) {
         addLine(kStatus, label + "," + labelOf("status", nameOf(state)), state == result.state ? "1" : "0");

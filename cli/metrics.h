@@ -2,7 +2,7 @@
 #pragma once
 
 #include <array>
-#include <set>
+#include <map>
 #include <string>
 #include <string_view>
 
@@ -18,7 +18,7 @@ public:
     /// Finds out whether the file can be written; nothing for an empty path. Throws InputError.
     explicit Metrics(const std::string& path);
 
-    /// A second result with the name of an earlier one is left out, since names must be unique in the file.
+    /// Names must be unique in the file: a second result with the name of an earlier one gets " (2)" behind it.
     void add(const CheckResult& result);
 
     /// Writes the file. Throws InputError.
@@ -34,7 +34,7 @@ private:
     void addLine(std::string_view family, const std::string& labels, const std::string& value);
 
     OutputFile file_;
-    std::set<std::string> names_;
+    std::map<std::string, std::size_t> names_;  // and how often each was there
     std::array<Family, 8> families_;
 };
 

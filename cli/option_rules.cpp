@@ -31,6 +31,9 @@ Paths inputsOf(const Options& options) {
     if constexpr (requires { options.certificates; }) {
         append(paths, options.certificates);
     }
+    if constexpr (requires { options.batch; }) {
+        paths.push_back(options.batch.list);
+    }
     if constexpr (requires { options.request; }) {
         paths.push_back(options.request);
     }
@@ -115,6 +118,32 @@ std::string mistakeInAsking(const Options& options) {
     return mistake;
 }
 
+// What does not go with a list, which may be long.
+std::string mistakeInBatch(const CheckOptions& options) {
+    if (options.batch.list.empty()) {
+        return {};
+    }
+    if (!options.certificates.empty()) {
+        return "CERT and --from-file exclude each other; add the files to the list";
+    }
+    if (!options.server.address.empty()) {
+        return "--connect and --from-file exclude each other; check servers in a run of their own";
+    }
+    if (options.json) {
+        return "--json and --from-file exclude each other, since one document would hold all results; use --jsonl";
+    }
+    if (options.batch.bundle > 1 && options.nonce == Nonce::kOff) {
+        return "--bundle and --nonce off exclude each other: only the nonce shows that such a response is fresh";
+    }
+    if (!options.batch.resume.empty() && (options.isMonitoring || !options.metrics.empty())) {
+        return "--resume goes neither with --monitor nor with --metrics, which need the results of all certificates; "
+               "leave it out";
+    }
+    return options.saveRequest.empty() && options.saveResponse.empty()
+               ? std::string()
+               : "--save-request and --save-response go with one certificate, not with --from-file";
+}
+
 // "-h.pem" and "-vh" begin with flags, one of which is -h.
 bool isHelp(std::string_view argument) {
     const bool isShort = argument.starts_with('-') && !argument.starts_with("--");
@@ -138,7 +167,7 @@ bool isOutputTaken(const CommandOptions& options) {
 
 std::string mistakeIn(const CommandOptions& options) {
     const auto* check = std::get_if<CheckOptions>(&options);
-    if (check != nullptr && check->certificates.empty() && check->server.address.empty()) {
+    if (check != nullptr && check->certificates.empty() && check->server.address.empty() && check->batch.list.empty()) {
         return "CERT is missing; name a file with a certificate, or a server with --connect";
     }
     if (check != nullptr && check->warn && check->critical && *check->warn < *check->critical) {
@@ -148,7 +177,10 @@ std::string mistakeIn(const CommandOptions& options) {
         staple != nullptr && (staple->name.find('/') != std::string::npos || staple->name.starts_with('.'))) {
         return "--name " + staple->name + ": is no name for a file; give one such as www.example.org";
     }
-    const std::string mistake = mistakeInStreams(options);
+    std::string mistake = mistakeInStreams(options);
+    if (mistake.empty() && check != nullptr) {
+        mistake = mistakeInBatch(*check);
+    }
     return mistake.empty() ? std::visit([](const auto& chosen) { return mistakeInAsking(chosen); }, options) : mistake;
 }
 

@@ -79,6 +79,11 @@ std::optional<seconds> durationFrom(const std::string& text) {
     return number && *number > 0 && *number <= kLongest / unit ? std::optional(seconds(*number * unit)) : std::nullopt;
 }
 
+std::optional<unsigned> countFrom(const std::string& text, unsigned most) {
+    const std::optional<std::int64_t> number = numberFrom(text);
+    return number && *number >= 1 && *number <= most ? std::optional(static_cast<unsigned>(*number)) : std::nullopt;
+}
+
 std::optional<std::chrono::milliseconds> timeoutFrom(const std::string& text) {
     constexpr std::int64_t kMs = 1000;
     constexpr std::int64_t kLongest = 86400 * kMs;

@@ -12,6 +12,9 @@ namespace tallow::cli {
 /// "90", "90s", "30m", "12h", "7d" or "2w", of at most 100 years; nothing for another text or 0.
 std::optional<std::chrono::seconds> durationFrom(const std::string& text);
 
+/// A whole number from 1 to `most`; nothing for another text.
+std::optional<unsigned> countFrom(const std::string& text, unsigned most);
+
 /// Seconds with up to three decimals, "0.5", as milliseconds; nothing for another text, 0, or more than a day.
 std::optional<std::chrono::milliseconds> timeoutFrom(const std::string& text);
 

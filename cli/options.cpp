@@ -84,6 +84,19 @@ void addValue(CLI::App& command, const char* name, const char* type, std::option
     command.add_option_function<std::string>(name, set, what)->type_name(type);
 }
 
+// An option that takes a whole number from 1 on; needs --from-file.
+void addCount(CLI::App& command, const char* name, unsigned& count, unsigned most, const std::string& what) {
+    const auto set = [&count, name, most](const std::string& text) {
+        const std::optional<unsigned> number = countFrom(text, most);
+        if (!number) {
+            throw CLI::ValidationError(name,
+                                       text + " cannot be used; give a whole number from 1 to " + std::to_string(most));
+        }
+        count = *number;
+    };
+    command.add_option_function<std::string>(name, set, what)->type_name("N")->needs("--from-file");
+}
+
 // Limits an option to some words.
 void takesOneOf(CLI::Option* option, const std::vector<std::string>& words) {
     const auto find = [words](const std::string& text) {
@@ -174,6 +187,25 @@ void addNonce(CLI::App& command, std::optional<Nonce>& nonce, const char* what) 
         ->excludes("--nonce");
 }
 
+// A list in place of files.
+void addBatch(CLI::App& command, BatchOptions& options) {
+    constexpr unsigned kMostJobs = 256;
+    constexpr unsigned kMostPerHost = 64;
+    constexpr unsigned kMostInBundle = 100;
+    command
+        .add_option("--from-file", options.list,
+                    "Check the files that are named in this list, one path or JSON object a line; - is standard input")
+        ->type_name("LIST");
+    addCount(command, "--jobs", options.jobs, kMostJobs, "Checks at a time; default: 8; needs --from-file");
+    addCount(command, "--per-host", options.perHost, kMostPerHost,
+             "Checks at a time that ask the same server; default: 4; needs --from-file");
+    addCount(command, "--bundle", options.bundle, kMostInBundle,
+             "Ask about up to N certificates in a request where the responder answers that; needs --from-file");
+    addFile(command, "--resume", options.resume,
+            "Record in this file what is done, and leave out what it records; needs --from-file")
+        ->needs("--from-file");
+}
+
 void describeHelp(CLI::App& command) {
     command.get_help_ptr()->group(kHelp)->description("Print this page");
 }
@@ -215,6 +247,7 @@ void declare(CLI::App& check, CheckOptions& options) {
                     "Files with the certificates to check and their issuers, in any order: PEM, DER, PKCS #7 or "
                     "PKCS #12; - is standard input")
         ->type_name("FILE");
+    addBatch(check, options.batch);
     check
         .add_option("--connect", options.server.address,
                     "Check the certificate of this TLS server (default port 443), and its stapled response")

@@ -49,8 +49,18 @@ struct ServerOptions {
     bool wholeChain = false;
 };
 
+/// A list of certificates, checked several at a time.
+struct BatchOptions {
+    std::string list;      // its path; empty: there is none
+    unsigned jobs = 8;     // checks at a time
+    unsigned perHost = 4;  // checks at a time that ask the same server
+    unsigned bundle = 1;   // certificates in a request, at most
+    std::string resume;    // the file that records what is done; empty: none
+};
+
 struct CheckOptions : RunOptions, OutputOptions, NetworkOptions {
     std::vector<std::string> certificates;
+    BatchOptions batch;
     ServerOptions server;
     std::string url;
     std::optional<Nonce> nonce;  // absent: policy decides

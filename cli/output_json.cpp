@@ -112,6 +112,9 @@ void addEvidence(Json& object, const CheckResult& result) {
 // Adds to what `object` has.
 void addResult(Json& object, const CheckResult& result) {
     object["file"] = result.file;
+    if (result.line != 0) {
+        object["line"] = result.line;
+    }
     add(object, "subject", result.subject);
     add(object, "serial", result.serial);
     object["status"] = nameOf(result.state);

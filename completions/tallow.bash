@@ -11,13 +11,16 @@ _tallow_value() {
         --include) COMPREPLY=($(compgen -W 'none signer chain chain-root policy' -- "$cur")) ;;
         --connect | --servername) COMPREPLY=($(compgen -A hostname -- "$cur")) ;;
         --issuer | --proxy-password-file | --trust | --certs | --crl | --save-request | --save-response | --settings | \
-            --metrics | --sign | --key | --pin-file | --output | -o | --request | --cert) _tallow_files "$cur" ;;
+            --from-file | --resume | --metrics | --sign | --key | --pin-file | --output | -o | --request | --cert)
+            _tallow_files "$cur"
+            ;;
         --out)
             compopt -o filenames 2>/dev/null
             mapfile -t COMPREPLY < <(compgen -d -- "$cur")
             ;;
         --hook) COMPREPLY=($(compgen -c -- "$cur")) ;;
-        --url | --proxy | --proxy-user | --timeout | --max-age | --at | --name | --warn | --crit) COMPREPLY=() ;;
+        --url | --proxy | --proxy-user | --timeout | --max-age | --at | --name | --warn | --crit | --jobs | --per-host | \
+            --bundle) COMPREPLY=() ;;
         *) return 1 ;;
     esac
 }
@@ -48,8 +51,9 @@ _tallow() {
         local options
         case $command in
             check)
-                options="--connect --starttls --servername --chain --url --max-age --verify-chain --save-request"
-                options+=" --save-response --monitor --warn --crit --metrics $asking $network $trust $output $settings"
+                options="--from-file --jobs --per-host --bundle --resume --connect --starttls --servername --chain --url"
+                options+=" --max-age --verify-chain --save-request --save-response --monitor --warn --crit --metrics"
+                options+=" $asking $network $trust $output $settings"
                 ;;
             request) options="--sign --key --pin-file --include --output $asking $settings" ;;
             send) options="--url --output $network $settings" ;;

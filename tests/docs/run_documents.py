@@ -21,7 +21,7 @@ CHANGING = [
     (re.compile(r"\d{4}-\d{2}-\d{2}T\d{2}:\d{2}:\d{2}Z"), "DATE"),
     (re.compile(r"(127\.0\.0\.1|localhost):\d+"), r"\1:PORT"),
     (re.compile(r"\b\d+ ms\b|(?<=\"milliseconds\": )\d+"), "TIME"),
-    (re.compile(r"\b(\d+ (?:days?|h|hours?|min|minutes?|s|seconds?)\b ?)+"), "SPAN "),
+    (re.compile(r"\b((?:\d+\.)?\d+ (?:days?|h|hours?|min|minutes?|s|seconds?)\b ?)+"), "SPAN "),
     (re.compile(r"=\d+(\.\d+)?s\b"), "=SECONDS"),
     (re.compile(r"\b[0-9A-Fa-f]{32,}\b"), "OCTETS"),
     (re.compile(r"\b\d+ octets\b"), "SIZE"),

@@ -1,0 +1,30 @@
+// One certificate of a list, ready to be checked.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <exception>
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace tallow::cli {
+
+struct BatchItem {
+    std::size_t line = 0;                            // in the list, from 1
+    std::size_t number = 0;                          // of the certificate in its file, from 1
+    std::string label;                               // names the result
+    std::exception_ptr failure = {};                 // why it cannot be checked; what follows is empty then
+    std::string certificate = {};                    // DER; PEM when others follow
+    std::shared_ptr<const std::string> others = {};  // of its file, that are not checked: PEM; null: none
+    std::string issuer = {};                         // DER or PEM; empty: it is searched
+    std::string thumbprint = {};                     // SHA-256 of the certificate, hexadecimal; only for a resume file
+    std::optional<std::chrono::sys_seconds> expiry = {};        // notAfter of the certificate
+    std::string url = {};                                       // the responder that the list names; empty: none
+    std::shared_ptr<const std::vector<std::string>> crls = {};  // of its file, DER; null: none
+    std::vector<std::string> hosts = {};  // "host:port" of the responders, each once; one empty text when not known
+    std::string group = {};               // equal for the same responders and issuer
+};
+
+}  // namespace tallow::cli

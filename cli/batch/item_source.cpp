@@ -1,0 +1,238 @@
+#include "cli/batch/item_source.h"
+
+#include <algorithm>
+#include <filesystem>
+#include <map>
+#include <memory>
+#include <new>
+#include <set>
+#include <system_error>
+#include <utility>
+
+#include "checker/text/safe_text.h"
+#include "cli/batch/flat_object.h"
+#include "cli/batch/responder_hosts.h"
+#include "cli/certificates_to_check.h"
+#include "cli/closest_name.h"
+#include "cli/deadlines.h"
+#include "cli/evidence_text.h"
+#include "cli/input_files.h"
+#include "cli/network.h"
+#include "platform/crypto/crypto_service.h"
+
+namespace tallow::cli {
+
+namespace {
+
+bool isPem(const std::string& text) {
+    return text.find("-----BEGIN ") != std::string::npos;
+}
+
+// A pipe or a device could wait for ever, and standard input may be the list.
+void requireFile(const std::string& path) {
+    if (path == "-") {
+        throw InputError(path, "standard input cannot be named in a list; name a file");
+    }
+    std::error_code error;
+    const auto type = std::filesystem::status(path, error).type();
+    using Type = std::filesystem::file_type;
+    if (type == Type::fifo || type == Type::character || type == Type::block || type == Type::socket) {
+        throw InputError(path, "is not a regular file; name one");
+    }
+}
+
+std::string textOf(Input octets) {
+    return {octets.bytes.begin(), octets.bytes.end()};
+}
+
+// The certificates of a file that are not checked, in PEM; null when there are none.
+std::shared_ptr<const std::string> othersIn(const CertificateFiles& files) {
+    std::set<std::string> checked;
+    for (const ToCheck& one : files.toCheck) {
+        if (!one.failure) {
+            checked.insert(textOf(encodingOf(one.certificate)));
+        }
+    }
+    std::string others;
+    for (const ATL2::CCertContext& certificate : files.certificates) {
+        if (checked.count(textOf(encodingOf(certificate))) == 0) {
+            appendPem(others, certificate);
+        }
+    }
+    return others.empty() ? nullptr : std::make_shared<const std::string>(std::move(others));
+}
+
+std::string thumbprintOf(const ATL2::CCertContext& certificate) {
+    Bytes hash(32);
+    auto size = static_cast<DWORD>(hash.size());
+    if (!CertGetCertificateContextProperty(certificate.get(), CERT_SHA256_HASH_PROP_ID, hash.data(), &size)) {
+        throw std::bad_alloc();
+    }
+    return hexText(hash);
+}
+
+std::string labelOf(const ListLine& line, const std::string& list) {
+    return list + ':' + std::to_string(line.number);
+}
+
+void requireKnown(const std::string& key, const std::string& label) {
+    static const std::vector<std::string> kKeys{"certificate", "issuer", "url", "name"};
+    if (std::find(kKeys.begin(), kKeys.end(), key) == kKeys.end()) {
+        const std::string near = closestName(key, kKeys);
+        throw InputError(label, "has the key \"" + key + "\"; " +
+                                    (near.empty() ? "the keys are certificate, issuer, url and name"
+                                                  : "did you mean " + near + "?"));
+    }
+}
+
+ListEntry entryOfObject(const ListLine& line, const std::string& label) {
+    std::map<std::string, std::string> members;
+    try {
+        members = flatObject(line.text);
+    } catch (const NotFlat& mistake) {
+        throw InputError(label, mistake.what());
+    }
+    for (const auto& [key, value] : members) {
+        requireKnown(key, label);
+        if (value.find('\0') != std::string::npos) {
+            throw InputError(label, "has the octet 0 in \"" + key + "\"; leave it out");
+        }
+    }
+    ListEntry entry{members["name"], members["certificate"], members["issuer"], members["url"]};
+    if (entry.certificate.empty()) {
+        throw InputError(label, "names no certificate; add \"certificate\", a path or a text in PEM");
+    }
+    if (const std::string mistake = mistakeInUrl("url", entry.url); !mistake.empty()) {
+        throw InputError(label, mistake);
+    }
+    if (entry.name.empty()) {
+        entry.name = isPem(entry.certificate) ? label : entry.certificate;
+    }
+    return entry;
+}
+
+}  // namespace
+
+ListEntry entryOf(const ListLine& line, const std::string& list) {
+    if (!line.fault.empty()) {
+        throw InputError(labelOf(line, list), line.fault, status::kInvalidData);
+    }
+    return line.text.front() == '{' ? entryOfObject(line, labelOf(line, list))
+                                    : ListEntry{line.text, line.text, "", ""};
+}
+
+ItemSource::ItemSource(const CheckOptions& options, const RunInputs& inputs, std::function<void()> waiting)
+    : options_(options), inputs_(inputs), reader_(options.batch.list, std::move(waiting)) {}
+
+std::optional<BatchItem> ItemSource::next() {
+    while (ready_.empty()) {
+        const std::optional<ListLine> line = reader_.next();
+        if (!line) {
+            return std::nullopt;
+        }
+        read(*line);
+    }
+    BatchItem item = std::move(ready_.front());
+    ready_.pop();
+    return item;
+}
+
+// A mistake in a line is the result of that line.
+void ItemSource::read(const ListLine& line) {
+    std::string label = labelOf(line, reader_.path());
+    try {
+        const ListEntry entry = entryOf(line, reader_.path());
+        label = entry.name;
+        readEntry(line, entry);
+    } catch (const InputError&) {
+        ready_.push({line.number, 1, text::withoutLogin(label), std::current_exception()});
+    }
+}
+
+void ItemSource::readEntry(const ListLine& line, const ListEntry& entry) {
+    const bool isText = isPem(entry.certificate);
+    if (!isText) {
+        requireFile(entry.certificate);
+    }
+    CertificateFiles files =
+        isText ? certificatesToCheckIn(entry.name, entry.certificate) : readCertificateFiles({entry.certificate});
+    const std::shared_ptr<const std::string> others = othersIn(files);
+    const auto crls =
+        files.crls.empty() ? nullptr : std::make_shared<const std::vector<std::string>>(std::move(files.crls));
+    std::size_t number = 0;
+    for (const ToCheck& one : files.toCheck) {
+        ++number;
+        if (one.failure) {
+            std::rethrow_exception(one.failure);
+        }
+        const std::string suffix = files.toCheck.size() == 1 ? "" : '#' + std::to_string(number);
+        BatchItem item{line.number, number, entry.name + suffix};
+        if (others) {
+            appendPem(item.certificate, one.certificate);
+        } else {
+            item.certificate = textOf(encodingOf(one.certificate));
+        }
+        item.others = others;
+        if (!options_.batch.resume.empty()) {
+            item.thumbprint = thumbprintOf(one.certificate);
+        }
+        item.expiry = expiryOf(one.certificate);
+        item.issuer = issuerFor(entry, one.certificate);
+        item.url = entry.url;
+        item.crls = crls;
+        addResponders(item, one.certificate);
+        ready_.push(std::move(item));
+    }
+}
+
+void ItemSource::addResponders(BatchItem& item, const ATL2::CCertContext& certificate) const {
+    const std::string& url = item.url.empty() ? options_.url : item.url;
+    item.hosts = url.empty() ? responderHostsOf(certificate) : std::vector{hostOf(url)};
+    if (item.hosts.empty()) {
+        item.hosts.emplace_back();
+    }
+    for (const std::string& host : item.hosts) {
+        item.group += host + ' ';
+    }
+    item.group += item.url + ' ';
+    const CERT_NAME_BLOB& issuer = certificate->pCertInfo->Issuer;
+    item.group.append(reinterpret_cast<const char*>(issuer.pbData), issuer.cbData);
+}
+
+void ItemSource::readIssuers(const std::string& named) {
+    issuerNamed_.clear();
+    try {
+        if (isPem(named)) {
+            issuers_ = certificatesAndCrlsIn("the issuer", named).certificates;
+        } else {
+            requireFile(named);
+            issuers_ = readCertificates(named);
+        }
+    } catch (const InputError& mistake) {
+        throw InputError("issuer", std::string("its issuer: ") + mistake.what(), mistake.code());
+    }
+    issuerNamed_ = named;
+}
+
+// The issuer that the line names, before that of the options. Many lines in a row usually name the same one.
+std::string ItemSource::issuerFor(const ListEntry& entry, const ATL2::CCertContext& certificate) {
+    if (entry.issuer.empty()) {
+        return textOf(inputs_.issuerOf(certificate));
+    }
+    if (entry.issuer != issuerNamed_) {
+        readIssuers(entry.issuer);
+    }
+    // The others follow, for the chain.
+    const Input issuer = issuerAmong(issuers_, certificate);
+    std::string text;
+    for (const bool isIssuer : {true, false}) {
+        for (const ATL2::CCertContext& one : issuers_) {
+            if ((encodingOf(one).bytes.data() == issuer.bytes.data()) == isIssuer) {
+                appendPem(text, one);
+            }
+        }
+    }
+    return text;
+}
+
+}  // namespace tallow::cli

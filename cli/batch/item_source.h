@@ -1,0 +1,56 @@
+// Turns the lines of a list into certificates to check.
+//
+// A line is a path, or a JSON object:
+//
+//   {"certificate": "a.pem", "issuer": "ca.pem", "url": "http://ocsp.example/", "name": "the first"}
+//
+// `certificate` and `issuer` are paths, or texts in PEM. A line that cannot be used is an item with a failure.
+#pragma once
+
+#include <functional>
+#include <optional>
+#include <queue>
+#include <string>
+
+#include "cli/batch/batch_item.h"
+#include "cli/batch/list_reader.h"
+#include "cli/options.h"
+#include "cli/run_inputs.h"
+
+namespace tallow::cli {
+
+/// What a line says.
+struct ListEntry {
+    std::string name;  // of the result
+    std::string certificate, issuer, url;
+};
+
+/// Reads one line of the list of this path. Throws InputError.
+ListEntry entryOf(const ListLine& line, const std::string& list);
+
+class ItemSource {
+public:
+    /// The options and inputs must outlive the object. Throws InputError when the list cannot be opened.
+    ItemSource(const CheckOptions& options, const RunInputs& inputs, std::function<void()> waiting);
+
+    /// Nothing at the end. Throws InputError when the list cannot be read any further.
+    std::optional<BatchItem> next();
+
+    const ListReader& reader() const { return reader_; }
+
+private:
+    void read(const ListLine& line);
+    void readEntry(const ListLine& line, const ListEntry& entry);
+    void addResponders(BatchItem& item, const ATL2::CCertContext& certificate) const;
+    void readIssuers(const std::string& named);
+    std::string issuerFor(const ListEntry& entry, const ATL2::CCertContext& certificate);
+
+    const CheckOptions& options_;
+    const RunInputs& inputs_;
+    ListReader reader_;
+    std::queue<BatchItem> ready_;  // of the last line
+    std::string issuerNamed_;      // the last issuer in the list, and its certificates
+    std::vector<ATL2::CCertContext> issuers_;
+};
+
+}  // namespace tallow::cli

@@ -1,0 +1,48 @@
+#include "cli/batch/progress.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <cstdlib>
+#include <iostream>
+#include <string_view>
+
+#include "cli/batch/batch_totals.h"
+
+namespace tallow::cli {
+
+std::string progressText(std::size_t count, std::chrono::milliseconds elapsed, std::optional<double> part) {
+    constexpr double kMs = 1000;
+    constexpr double kPercent = 100;
+    const auto ms = static_cast<double>(std::max<std::chrono::milliseconds::rep>(1, elapsed.count()));
+    const auto rate = static_cast<std::size_t>(static_cast<double>(count) * kMs / ms + 0.5);
+    std::string text = groupedNumber(count) + " checked, " + groupedNumber(rate) + " a second";
+    if (part && *part > 0 && count > 0) {
+        const auto left = std::chrono::milliseconds(static_cast<std::int64_t>(ms * (1 - *part) / *part));
+        text += ", " + std::to_string(static_cast<int>(*part * kPercent)) + " % of the list, about " +
+                durationText(left) + " left";
+    }
+    return text;
+}
+
+ProgressLine::ProgressLine() {
+    const char* const terminal = std::getenv("TERM");
+    isUsed_ = ::isatty(STDERR_FILENO) == 1 && terminal != nullptr && std::string_view(terminal) != "dumb";
+}
+
+void ProgressLine::show(const std::string& text) {
+    if (isUsed_) {
+        std::cerr << "\r\x1B[K" << text << std::flush;
+        isShown_ = true;
+    }
+}
+
+void ProgressLine::hide() {
+    if (isShown_) {
+        std::cerr << "\r\x1B[K" << std::flush;
+        isShown_ = false;
+    }
+}
+
+}  // namespace tallow::cli
