@@ -111,6 +111,7 @@ void WorkQueue::done(const BatchItem& item) {
         }
     }
     forgetIdle();
+    canTake_.notify_one();
     if (--numTaken_ == 0 && numWaiting_ == 0) {
         isAllDone_.notify_all();
     }

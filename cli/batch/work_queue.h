@@ -35,7 +35,7 @@ public:
     /// The next item that may begin, and up to `most` with it of its group once one of that is done; waits for it.
     /// Empty when there will be none. Those with CRLs of their own come alone.
     std::vector<BatchItem> take(std::size_t most = 1);
-    /// What was taken at once is done; `item` is one of it. Call it from the thread that took it, before it takes more.
+    /// What was taken at once is done; `item` is one of it.
     void done(const BatchItem& item);
     /// After `close`: whether all is done, or becomes so in this time.
     [[nodiscard]] bool isDone(std::chrono::milliseconds longest);
