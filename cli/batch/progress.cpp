@@ -3,6 +3,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdint>
 #include <cstdlib>
 #include <iostream>
@@ -16,7 +17,7 @@ std::string progressText(std::size_t count, std::chrono::milliseconds elapsed, s
     constexpr double kMs = 1000;
     constexpr double kPercent = 100;
     const auto ms = static_cast<double>(std::max<std::chrono::milliseconds::rep>(1, elapsed.count()));
-    const auto rate = static_cast<std::size_t>(static_cast<double>(count) * kMs / ms + 0.5);
+    const auto rate = static_cast<std::size_t>(std::llround(static_cast<double>(count) * kMs / ms));
     std::string text = groupedNumber(count) + " checked, " + groupedNumber(rate) + " a second";
     if (part && *part > 0 && count > 0) {
         const auto left = std::chrono::milliseconds(static_cast<std::int64_t>(ms * (1 - *part) / *part));

@@ -1,5 +1,6 @@
 // tallow check --from-file: the list, how many checks are made at a time, and what is printed.
 #include <algorithm>
+#include <atomic>
 #include <chrono>
 #include <condition_variable>
 #include <mutex>
@@ -80,6 +81,7 @@ TEST_F(BatchTest, AsksOneHostAsOftenAtATimeAsPermitted) {
     const ProcessResult run = patient.check(
         {"--url", server.url(), "--jobs", "8", "--per-host", "3", "--from-file", listOf(tallow, leaf, 20)});
     EXPECT_EQ(run.exitStatus, 0) << run.err;
+    const std::scoped_lock lock(mutex);
     EXPECT_EQ(most, 3);
     EXPECT_LE(server.numConnections(), 4);  // kept open
 }
@@ -94,7 +96,7 @@ TEST_F(BatchTest, LosesNothingWithoutNoticeWhenTheOutputOrTheListEnds) {
 }
 
 TEST_F(BatchTest, ContinuesARunWithoutWhatHasAVerdict) {
-    int numAsked = 0;
+    std::atomic<int> numAsked = 0;
     const HttpServer server([&](const HttpRequest&) {
         ++numAsked;
         return HttpReply{.body = buildResponse(goodResponse())};
