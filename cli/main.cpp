@@ -152,7 +152,9 @@ Outcome listed(const CheckOptions& options, Metrics& metrics) {
     });
     Outcome outcome{"", "", end.exitStatus};
     if (options.isMonitoring) {
-        outcome = end.mistake.empty() ? monitor.finish() : monitorFailure(end.mistake);
+        outcome = monitor.finish();
+        const bool isCritical = outcome.exitStatus == static_cast<int>(MonitorState::kCritical);
+        outcome = end.mistake.empty() || isCritical ? outcome : monitorFailure(end.mistake);
     }
     outcome = withWarnings(std::move(outcome), end.failure);
     outcome.err += end.err;

@@ -103,6 +103,13 @@ protected:
         content << file.rdbuf();
         return content.str();
     }
+    std::string listOf(const std::vector<std::string>& paths) const {
+        std::string lines;
+        for (const std::string& each : paths) {
+            lines += each + '\n';
+        }
+        return tallow.file("list" + std::to_string(paths.size()), lines);
+    }
     const std::string path = tallow.folder().file("tallow.prom");
 };
 
@@ -122,6 +129,14 @@ TEST_F(MonitorCommand, FollowsTheProtocolWhateverFails) {
              Row{{"--url", responderUrl(), leaf, revoked}, 2, "OCSP CRITICAL - .*revoked.pem is revoked since .*\n"},
              Row{{"--url", deadUrl(), leaf}, 3, "OCSP UNKNOWN - .*refused.*\n"},
              Row{{"--crl", "missing", leaf}, 3, "OCSP UNKNOWN - missing: .*\n"},
+             Row{{"--url", responderUrl(), "--from-file", listOf({leaf, leaf})},
+                 0,
+                 "OCSP OK - 2 certificates are good.*\n"},
+             Row{{"--url", responderUrl(), "--from-file", listOf({leaf, "missing", revoked})},
+                 2,
+                 "OCSP CRITICAL - .*\n"},
+             Row{{"--from-file", listOf({"missing"})}, 3, "OCSP UNKNOWN - .*missing.*\n"},
+             Row{{"--from-file", listOf({})}, 3, "OCSP UNKNOWN - .*names no certificate.*\n"},
              Row{{"--sned", leaf}, 3, "OCSP UNKNOWN - unknown option --sned.*\n"},
              Row{{"--warn", "1h", "--crit", "2h", leaf}, 3, "OCSP UNKNOWN - --warn is shorter than --crit.*\n"},
              Row{{"--metrics", "/nowhere/x", leaf}, 3, "OCSP UNKNOWN - /nowhere/x: cannot be written.*\n"},
@@ -135,6 +150,7 @@ TEST_F(MonitorCommand, FollowsTheProtocolWhateverFails) {
     }
     for (const Mistake& row :
          {Mistake{{"--warn", "1h", leaf}, "--monitor"}, Mistake{{"--crit", "1h", leaf}, "--monitor"},
+          Mistake{{"--metrics", "x", "--resume", "y", "--from-file", "list"}, "--resume"},
           Mistake{{"--metrics", "x", "--save-response", "x", leaf}, "name the same file"}}) {
         expectMistake(tallow.check(row.arguments), row.words);
     }
@@ -158,9 +174,15 @@ TEST_F(MonitorCommand, WritesMetricsInWhichAFailureIsNoZero) {
                             HasSubstr("tallow_response_next_update_timestamp_seconds" + label + "} "),
                             HasSubstr("tallow_last_run_timestamp_seconds "), HasSubstr(R"(o\"d\\\\u{A})")));
     EXPECT_EQ(good.find(label + ",status=\"good\""), good.rfind(label + ",status=\"good\""));  // once
+    EXPECT_EQ(
+        tallow.check({"--metrics", path, "--url", responderUrl(), "--from-file", listOf({leaf, leaf})}).exitStatus, 0);
+    EXPECT_THAT(metrics(),
+                AllOf(HasSubstr(label + ",status=\"good\"} 1\n"), HasSubstr(leaf + " (2)\",status=\"good\"} 1")));
+    EXPECT_EQ(tallow.check({"--metrics", path, "--url", responderUrl(), odd, leaf, leaf}).exitStatus, 0);
+    const std::string before = metrics();
     // A run that cannot begin leaves the file, whose time of the last run then shows it.
     EXPECT_EQ(tallow.check({"--metrics", path, "--crl", "missing", leaf}).exitStatus, 64);
-    EXPECT_EQ(metrics(), good);
+    EXPECT_EQ(metrics(), before);
     EXPECT_EQ(tallow.check({"--metrics", path, dead}).exitStatus, 3);
     const std::string of = "{certificate=\"" + dead + "\"";
     EXPECT_THAT(metrics(), AllOf(HasSubstr(of + ",status=\"good\"} 0\n"), HasSubstr(of + ",status=\"error\"} 1\n"),
