@@ -84,10 +84,12 @@ def haproxy(place, port):
 def apache2(place, port):
     place.staple()
     file = place.pki / "apache.conf"
+    # The server's user may not be permitted to read the sources.
+    shutil.copy(EXAMPLES / "apache-staple", place.pki)
     loaded = ("mpm_event", "authz_core", "authz_host", "env", "alias", "cgid", "socache_shmcb", "ssl")
     modules = "".join(f"LoadModule {name}_module {MODULES}/mod_{name}.so\n" for name in loaded)
     text = place.configuration("apache.conf", {r"\*:443": f"127.0.0.1:{port}", r"Listen 443": f"Listen 127.0.0.1:{port}",
-                                               "8079": str(free_port()), "/usr/lib/cgi-bin": str(EXAMPLES)})
+                                               "8079": str(free_port()), "/usr/lib/cgi-bin": str(place.pki)})
     file.write_text(f"ServerRoot {place.pki}\nPidFile {place.pki}/apache.pid\nErrorLog {place.pki}/apache.log\n"
                     f"ServerName localhost\nScriptSock {place.pki}/cgid.sock\nUser nobody\nGroup nogroup\n{modules}"
                     f"{text.replace('${APACHE_RUN_DIR}', str(place.pki))}")
