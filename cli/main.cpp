@@ -150,6 +150,9 @@ Outcome listed(const CheckOptions& options, Metrics& metrics) {
             monitor.add(result);
         }
     });
+    if (!end.isComplete) {
+        metrics.keepPrevious();
+    }
     Outcome outcome{"", "", end.exitStatus};
     if (options.isMonitoring) {
         outcome = monitor.finish();

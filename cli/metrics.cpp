@@ -30,10 +30,10 @@ std::string secondsText(Seconds time) {
     return std::to_string(time.time_since_epoch().count());
 }
 
-// A label with its value in quotes.
+// A label with its value, which is one line, in quotes.
 std::string labelOf(const char* name, const std::string& value) {
     std::string text = std::string(name) + "=\"";
-    for (const char c : text::safeLine(value)) {
+    for (const char c : value) {
         if (c == '\\' || c == '"') {
             text += '\\';
         }
@@ -45,7 +45,8 @@ std::string labelOf(const char* name, const std::string& value) {
 }  // namespace
 
 Metrics::Metrics(const std::string& path)
-    : file_(path),
+    : isUsed_(!path.empty()),
+      file_(path),
       families_{
           {{kStatus.data(), "1 for what is known of the certificate, 0 for the others; error: no verified answer."},
            {kExpiry.data(), "When the certificate expires."},
@@ -63,9 +64,14 @@ void Metrics::addLine(std::string_view family, const std::string& labels, const 
 }
 
 void Metrics::add(const CheckResult& result) {
-    std::string name = result.file;
+    if (!isUsed_) {
+        return;  // a list may be long
+    }
+    // As it is written: different names may become equal.
+    const std::string file = text::safeLine(result.file);
+    std::string name = file;
     while (const std::size_t before = names_[name]++) {
-        name = result.file + " (" + std::to_string(before + 1) + ")";
+        name = file + " (" + std::to_string(before + 1) + ")";
     }
     const std::string label = labelOf("certificate", name);
     for (const CertificateState state :
@@ -96,6 +102,9 @@ void Metrics::add(const CheckResult& result) {
 }
 
 void Metrics::write() {
+    if (!isUsed_) {
+        return;
+    }
     addLine(kLastRun, "", secondsText(std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now())));
     std::string text;
     for (const Family& family : families_) {

@@ -21,6 +21,9 @@ public:
     /// Names must be unique in the file: a second result with the name of an earlier one gets " (2)" behind it.
     void add(const CheckResult& result);
 
+    /// The results are not complete: `write` leaves the previous file, whose age shows that.
+    void keepPrevious() { isUsed_ = false; }
+
     /// Writes the file. Throws InputError.
     void write();
 
@@ -33,6 +36,7 @@ private:
     };
     void addLine(std::string_view family, const std::string& labels, const std::string& value);
 
+    bool isUsed_;
     OutputFile file_;
     std::map<std::string, std::size_t> names_;  // and how often each was there
     std::array<Family, 8> families_;

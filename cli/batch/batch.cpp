@@ -108,7 +108,11 @@ public:
             throw InputError(options_.batch.list, "names no certificate; write one path or JSON object a line");
         }
         finishResume(!mistake && !isBroken_ && totals.numWithoutAnswer == 0);
-        BatchEnd end{totals.exitStatus(), mistake ? mistake->what() : "", mistake ? failureLine(*mistake) : "", {}};
+        BatchEnd end{totals.exitStatus(),
+                     mistake ? mistake->what() : "",
+                     !mistake && !isBroken_,
+                     mistake ? failureLine(*mistake) : "",
+                     {}};
         if (mistake || isUnsaved_) {
             end.exitStatus = end.exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
         }

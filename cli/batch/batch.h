@@ -18,6 +18,7 @@ namespace tallow::cli {
 struct BatchEnd {
     int exitStatus = 0;
     std::string mistake;               // why the list was not read to its end; empty: it was
+    bool isComplete = false;           // there is a result for every certificate
     std::string err;                   // lines for standard error, the last of which is the summary
     std::vector<CheckResult> failure;  // the first certificate without an answer, if there is one; printed already
 };

@@ -183,6 +183,11 @@ TEST_F(MonitorCommand, WritesMetricsInWhichAFailureIsNoZero) {
     // A run that cannot begin leaves the file, whose time of the last run then shows it.
     EXPECT_EQ(tallow.check({"--metrics", path, "--crl", "missing", leaf}).exitStatus, 64);
     EXPECT_EQ(metrics(), before);
+    // Nor does one that does not reach the end of its list.
+    const std::string piped = "echo " + leaf + " | " + TALLOW_COMMAND + " check --settings " +
+                              tallow.folder().file("settings.toml") + " --metrics " + path + " --from-file - ";
+    EXPECT_EQ(run({"sh", "-c", piped + ">/dev/full"}).exitStatus, 3);
+    EXPECT_EQ(metrics(), before);
     EXPECT_EQ(tallow.check({"--metrics", path, dead}).exitStatus, 3);
     const std::string of = "{certificate=\"" + dead + "\"";
     EXPECT_THAT(metrics(), AllOf(HasSubstr(of + ",status=\"good\"} 0\n"), HasSubstr(of + ",status=\"error\"} 1\n"),
