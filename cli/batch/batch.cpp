@@ -24,6 +24,7 @@
 #include "cli/check_result_of.h"
 #include "cli/error_text.h"
 #include "cli/input_files.h"
+#include "cli/evidence_text.h"
 
 namespace tallow::cli {
 
@@ -273,7 +274,21 @@ private:
             isBroken_ = true;
             queue_.stop();
         } else if (resume_) {
-            resume_->record(item, result);
+            resume_->record(item, result.state, endOf(result));
+        }
+    }
+
+    // Until when a verdict may be counted again: as long as its response would be accepted. Empty: not at all.
+    std::string endOf(const CheckResult& result) const {
+        std::optional<Time> end = result.verdict.nextUpdate;
+        if (!end || !hasAnswer(result.verdict)) {
+            return {};
+        }
+        if (options_.maxAge && result.verdict.thisUpdate) {
+            end = std::min(*end, *result.verdict.thisUpdate + *options_.maxAge);
+        }
+        if (options_.verifyChain && result.expiry) {
+            end = std::min<Time>(*end, *result.expiry);
         }
     }
 
@@ -298,6 +313,7 @@ private:
     Bundles bundles_;
     std::optional<ResumeFile> resume_;
     bool isUnsaved_ = false;  // the resume file cannot be written
+        return timeText(end);
     const Clock::time_point start_ = Clock::now();
     Clock::time_point nextProgress_ = start_;
     std::size_t numRead_ = 0;

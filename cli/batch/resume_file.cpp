@@ -11,6 +11,7 @@
 #include <string_view>
 #include <system_error>
 
+#include "checker/text/safe_text.h"
 #include "checker/text/times.h"
 #include "cli/batch/flat_object.h"
 #include "cli/input_files.h"
@@ -20,6 +21,7 @@ namespace tallow::cli {
 namespace {
 
 constexpr const char* kSchema = "tallow.resume/1";
+constexpr std::chrono::minutes kTolerance(5);  // of a clock that is set back
 constexpr std::string_view kRemedy = "; name another file, or remove this one to begin anew";
 
 std::optional<CertificateState> stateNamed(const std::string& name) {
@@ -77,13 +79,6 @@ private:
 ResumeFile::ResumeFile(std::string path, std::string options) : path_(std::move(path)), options_(std::move(options)) {
     struct stat info {};
     if (::lstat(path_.c_str(), &info) == 0) {
-        if (!S_ISREG(info.st_mode)) {
-            fail("is not a regular file; name one");
-        }
-        // Its verdicts count without their proof.
-        if (info.st_uid != ::geteuid() || (info.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
-            fail("belongs to another user, or others may write it" + std::string(kRemedy));
-        }
         open(earlier_);
         ahead_ = next(earlier_);
     } else if (errno != ENOENT) {
@@ -96,7 +91,19 @@ void ResumeFile::fail(const std::string& reason) const {
     throw InputError(path_, reason);
 }
 
+// Its verdicts count without their proof. Found out each time, since it may be replaced during the run.
+void ResumeFile::requireOwn() const {
+    struct stat info {};
+    if (::lstat(path_.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) {
+        fail("is not a regular file; name one");
+    }
+    if (info.st_uid != ::geteuid() || (info.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
+        fail("belongs to another user, or others may write it" + std::string(kRemedy));
+    }
+}
+
 void ResumeFile::open(std::ifstream& file) const {
+    requireOwn();
     std::string line;
     file.open(path_, std::ios::binary);
     std::getline(file, line);
@@ -106,11 +113,16 @@ void ResumeFile::open(std::ifstream& file) const {
     } catch (const NotFlat&) {
         header.clear();
     }
-    if (!file || header["schema"] != kSchema) {
+    if (!file || header["schema"] != kSchema || header["time"].empty()) {
         fail("is not a file of --resume" + std::string(kRemedy));
     }
     if (header["options"] != options_) {
         fail("records a run with another list or other options" + std::string(kRemedy));
+    }
+    // A verdict would count for too long, and its response would not be accepted.
+    if (header["time"] > text::iso8601(std::chrono::system_clock::now() + kTolerance)) {
+        fail("was written at " + text::safeLine(header["time"]) + ", and the clock is behind that; set the clock" +
+             std::string(kRemedy));
     }
 }
 
@@ -122,7 +134,7 @@ std::optional<ResumeFile::Entry> ResumeFile::next(std::istream& file) {
             const std::optional<CertificateState> state = stateNamed(members["status"]);
             const Place place{numberIn(members["line"]), numberIn(members["number"])};
             if (state && place.first != 0) {
-                return Entry{place, members["thumbprint"], members["nextUpdate"], *state};
+                return Entry{place, members["thumbprint"], members["end"], *state};
             }
         } catch (const NotFlat&) {
             // An entry that cannot be read does not count: the certificate is checked again.
@@ -137,17 +149,17 @@ std::optional<CertificateState> ResumeFile::recorded(const BatchItem& item) {
         ahead_ = next(earlier_);
     }
     const bool isSame = ahead_ && ahead_->place == place && !item.thumbprint.empty() &&
-                        ahead_->thumbprint == item.thumbprint && ahead_->nextUpdate > now();
+                        ahead_->thumbprint == item.thumbprint && ahead_->end > now();
     return isSame ? std::optional(ahead_->state) : std::nullopt;
 }
 
-void ResumeFile::record(const BatchItem& item, const CheckResult& result) {
-    if (result.state == CertificateState::kError || result.nextUpdate.empty() || item.thumbprint.empty()) {
+void ResumeFile::record(const BatchItem& item, CertificateState state, const std::string& end) {
+    if (state == CertificateState::kError || end.empty() || item.thumbprint.empty()) {
         return;
     }
     const std::scoped_lock lock(mutex_);
     const Place place{item.line, item.number};
-    kept_.insert_or_assign(place, Entry{place, item.thumbprint, result.nextUpdate, result.state});
+    kept_.insert_or_assign(place, Entry{place, item.thumbprint, end, state});
 }
 
 bool ResumeFile::isDue() {
@@ -163,14 +175,14 @@ void ResumeFile::write(TemporaryFile& file, const Entries& kept) const {
             fail(std::string("cannot be written: ") + std::strerror(errno) + "; what it records is as before");
         }
     };
-    require(out.add("{\"schema\":\"" + std::string(kSchema) + "\",\"options\":" + quoted(options_) + "}\n"));
     const std::string time = now();
+    require(out.add("{\"schema\":\"" + std::string(kSchema) + "\",\"time\":\"" + time +
+                    "\",\"options\":" + quoted(options_) + "}\n"));
     const auto add = [&](const Entry& entry) {
-        if (entry.nextUpdate > time) {
-            require(out.add("{\"line\":" + std::to_string(entry.place.first) +
-                            ",\"number\":" + std::to_string(entry.place.second) +
-                            ",\"thumbprint\":" + quoted(entry.thumbprint) + ",\"status\":\"" + nameOf(entry.state) +
-                            "\",\"nextUpdate\":" + quoted(entry.nextUpdate) + "}\n"));
+        if (entry.end > time) {
+            require(out.add("{\"line\":" + std::to_string(entry.place.first) + ",\"number\":" +
+                            std::to_string(entry.place.second) + ",\"thumbprint\":" + quoted(entry.thumbprint) +
+                            ",\"status\":\"" + nameOf(entry.state) + "\",\"end\":" + quoted(entry.end) + "}\n"));
         }
     };
     std::ifstream before;

@@ -2,7 +2,7 @@
 //
 // A first line names the format and the options, then each verdict has a line (docs/json.md). They are in the order of
 // the list, so that both are read side by side, and replacing the file copies it: memory does not grow with it. A
-// verdict is recorded with its certificate's hash, and not beyond its nextUpdate.
+// verdict is recorded with its certificate's hash, and only as long as its response would be accepted.
 //
 //   ResumeFile resume("run.resume", optionsText);
 //   if (const auto state = resume.recorded(item)) ...     // main thread, in the order of the list
@@ -34,8 +34,8 @@ public:
     /// The verdict on this certificate, if it is recorded and still current. In the order of the list.
     std::optional<CertificateState> recorded(const BatchItem& item);
 
-    /// Keeps the verdict for the next save, if it says until when it holds.
-    void record(const BatchItem& item, const CheckResult& result);
+    /// Keeps the verdict for the next save. `end`, in ISO 8601, says until when it counts; empty: not at all.
+    void record(const BatchItem& item, CertificateState state, const std::string& end);
 
     /// Whether a save is due: when many verdicts are kept, or some time after the last one, the longer that took.
     [[nodiscard]] bool isDue();
@@ -49,13 +49,14 @@ private:
     using Place = std::pair<std::size_t, std::size_t>;  // line and number
     struct Entry {
         Place place;
-        std::string thumbprint, nextUpdate;
+        std::string thumbprint, end;
         CertificateState state = CertificateState::kError;
     };
     using Entries = std::map<Place, Entry>;
 
     // The next entry that can be read; nothing at the end.
     static std::optional<Entry> next(std::istream& file);
+    void requireOwn() const;
     void open(std::ifstream& file) const;
     void write(TemporaryFile& file, const Entries& kept) const;
     [[noreturn]] void fail(const std::string& reason) const;

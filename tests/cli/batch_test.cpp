@@ -138,11 +138,8 @@ TEST(ResumeFiles, KeepTheOrderOfTheListAndNothingThatIsOver) {
         made.thumbprint = std::to_string(line);
         return made;
     };
-    const auto add = [&](ResumeFile& file, std::size_t line, CertificateState state, const char* nextUpdate) {
-        CheckResult result;
-        result.state = state;
-        result.nextUpdate = nextUpdate;
-        file.record(item(line), result);
+    const auto add = [&](ResumeFile& file, std::size_t line, CertificateState state, const char* end) {
+        file.record(item(line), state, end);
     };
     constexpr const char* kFuture = "2999-01-01T00:00:00Z";
     {
@@ -166,6 +163,36 @@ TEST(ResumeFiles, KeepTheOrderOfTheListAndNothingThatIsOver) {
     EXPECT_EQ(states, "--gu--g---");
     const Bytes content = readFile(path);
     EXPECT_EQ(std::count(content.begin(), content.end(), '\n'), 4);
+    // Replaced during the run, by another user or with a clock that was ahead, it does not count either.
+    const auto isSaved = [&file] {
+        try {
+            file.save();
+        } catch (const InputError&) {
+            return false;
+        }
+        return true;
+    };
+    EXPECT_TRUE(isSaved());
+    run({"sed", "-i", "1s/\"time\":\"2/\"time\":\"3/", path});
+    EXPECT_FALSE(isSaved());
+    run({"sed", "-i", "1s/\"time\":\"3/\"time\":\"2/", path});
+    run({"chmod", "o+w", path});
+    EXPECT_FALSE(isSaved());
+}
+
+TEST_F(BatchTest, RecordsAVerdictAsLongAsItsResponseIsAccepted) {
+    const std::string list = tallow.file("list", leaf + "\nmissing.pem\n");
+    const std::string resume = tallow.folder().file("resume");
+    ResponseSpec spec = goodResponse();
+    spec.entries[0].nextUpdate = generalizedTimeText(86400);
+    const HttpServer server = serverOf(spec);
+    tallow.check({"--url", server.url(), "--from-file", list, "--resume", resume, "--max-age", "2h"});
+    const Bytes content = readFile(resume);
+    std::string end(content.begin(), content.end());
+    end.erase(0, end.find("\"end\":\"") + 7);
+    end.erase(std::remove_if(end.begin(), end.end(), [](unsigned char c) { return std::isdigit(c) == 0; }), end.end());
+    EXPECT_GT(end, generalizedTimeText(0));
+    EXPECT_LT(end, generalizedTimeText(7300));
 }
 
 TEST_F(BatchTest, AsksAboutSeveralCertificatesWhereTheResponderAnswersThat) {
