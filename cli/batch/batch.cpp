@@ -1,6 +1,7 @@
 #include "cli/batch/batch.h"
 
 #include <pthread.h>
+#include <sys/resource.h>
 
 #include <algorithm>
 #include <atomic>
@@ -23,8 +24,8 @@
 #include "cli/batch/work_queue.h"
 #include "cli/check_result_of.h"
 #include "cli/error_text.h"
-#include "cli/input_files.h"
 #include "cli/evidence_text.h"
+#include "cli/input_files.h"
 
 namespace tallow::cli {
 
@@ -129,8 +130,9 @@ private:
     class Workers {
     public:
         explicit Workers(Batch& batch) {
+            const unsigned numJobs = batch.numPossible();
             const SignalsBlocked blocked;
-            for (unsigned i = 0; i < batch.options_.batch.jobs; ++i) {
+            for (unsigned i = 0; i < numJobs; ++i) {
                 try {
                     threads_.emplace_back([&batch] { batch.work(); });
                 } catch (const std::system_error&) {
@@ -145,6 +147,27 @@ private:
     private:
         std::vector<std::jthread> threads_;
     };
+
+    // How many checks at a time the limit of open files permits; raises it where the system allows that.
+    unsigned numPossible() {
+        constexpr rlim_t kForAll = 16;  // standard streams, lists, output files
+        constexpr rlim_t kForEach = 4;  // a connection with its descriptors for events, a file of the cache
+        const unsigned numWanted = options_.batch.jobs;
+        const rlim_t needed = kForAll + kForEach * numWanted;
+        rlimit files{};
+        if (::getrlimit(RLIMIT_NOFILE, &files) != 0 || files.rlim_cur >= needed) {
+            return numWanted;
+        }
+        const rlim_t before = std::exchange(files.rlim_cur, std::min(files.rlim_max, needed));
+        const rlim_t most = ::setrlimit(RLIMIT_NOFILE, &files) == 0 ? files.rlim_cur : before;
+        if (most >= needed) {
+            return numWanted;
+        }
+        const auto possible = static_cast<unsigned>(most > kForAll + kForEach ? (most - kForAll) / kForEach : 1);
+        output_.note("tallow: --jobs: only " + std::to_string(possible) + " at a time, since at most " +
+                     std::to_string(most) + " files may be open; raise that limit (ulimit -n)\n");
+        return possible;
+    }
 
     static std::string failureLine(const InputError& mistake) {
         return "tallow: " + text::safeLine(mistake.what()) + '\n';
@@ -290,6 +313,7 @@ private:
         if (options_.verifyChain && result.expiry) {
             end = std::min<Time>(*end, *result.expiry);
         }
+        return timeText(end);
     }
 
     void stop(std::exception_ptr failure) {
@@ -313,7 +337,6 @@ private:
     Bundles bundles_;
     std::optional<ResumeFile> resume_;
     bool isUnsaved_ = false;  // the resume file cannot be written
-        return timeText(end);
     const Clock::time_point start_ = Clock::now();
     Clock::time_point nextProgress_ = start_;
     std::size_t numRead_ = 0;

@@ -5,9 +5,25 @@
 
 namespace tallow::cli {
 
+namespace {
+
+constexpr std::size_t kMostOctets = std::size_t{64} << 20;
+
+// What is shared by the items of a file counts for each of them.
+std::size_t sizeOf(const BatchItem& item) {
+    std::size_t size = item.certificate.size() + item.issuer.size() + (item.others ? item.others->size() : 0);
+    for (std::size_t i = 0; item.crls && i < item.crls->size(); ++i) {
+        size += (*item.crls)[i].size();
+    }
+    return size;
+}
+
+}  // namespace
+
 bool WorkQueue::put(BatchItem& item, std::chrono::milliseconds longest) {
     std::unique_lock lock(mutex_);
-    if (!canPut_.wait_for(lock, longest, [this] { return numWaiting_ < mostWaiting_ || isClosed_; })) {
+    if (!canPut_.wait_for(lock, longest,
+                          [this] { return (numWaiting_ < mostWaiting_ && sizeWaiting_ < kMostOctets) || isClosed_; })) {
         return false;
     }
     if (isClosed_) {
@@ -19,6 +35,7 @@ bool WorkQueue::put(BatchItem& item, std::chrono::milliseconds longest) {
         turns_.push_back(&*found);
         group.hosts = item.hosts;
     }
+    sizeWaiting_ += sizeOf(item);
     group.waiting.push_back(std::move(item));
     ++numWaiting_;
     canTake_.notify_one();
@@ -35,6 +52,7 @@ void WorkQueue::stop() {
     const std::scoped_lock lock(mutex_);
     isClosed_ = true;
     numWaiting_ = 0;
+    sizeWaiting_ = 0;
     turns_.clear();
     for (auto& [name, group] : groups_) {
         group.waiting.clear();
@@ -63,6 +81,7 @@ std::vector<BatchItem> WorkQueue::takeNext(std::size_t most) {
     const bool isAlone = !group.isKnown || group.waiting.front().crls;
     std::vector<BatchItem> items;
     do {
+        sizeWaiting_ -= sizeOf(group.waiting.front());
         items.push_back(std::move(group.waiting.front()));
         group.waiting.pop_front();
     } while (!isAlone && items.size() < most && !group.waiting.empty() && !group.waiting.front().crls);

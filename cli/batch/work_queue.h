@@ -21,8 +21,8 @@ namespace tallow::cli {
 /// One thread puts items in, several take them. The number of items, groups and hosts in it is bounded.
 class WorkQueue {
 public:
-    /// At most `mostWaiting` items wait; at most `perHost` of those that were taken and are not done name the same
-    /// host.
+    /// At most `mostWaiting` items wait, and fewer when they are large; at most `perHost` of those that were taken and
+    /// are not done name the same host.
     WorkQueue(std::size_t mostWaiting, std::size_t perHost) : mostWaiting_(mostWaiting), perHost_(perHost) {}
 
     /// Adds the item. False, and the item is as before, when there is no room for this long.
@@ -60,7 +60,8 @@ private:
     std::deque<Groups::value_type*> turns_;                    // groups with waiting items
     std::unordered_map<std::string, std::size_t> numRunning_;  // by host
     std::size_t numWaiting_ = 0;
-    std::size_t numTaken_ = 0;  // takes that are not done
+    std::size_t sizeWaiting_ = 0;  // in octets
+    std::size_t numTaken_ = 0;     // takes that are not done
     bool isClosed_ = false;
 };
 

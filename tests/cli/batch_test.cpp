@@ -195,6 +195,16 @@ TEST_F(BatchTest, RecordsAVerdictAsLongAsItsResponseIsAccepted) {
     EXPECT_LT(end, generalizedTimeText(7300));
 }
 
+TEST_F(BatchTest, MakesFewerChecksAtATimeWhenFewFilesMayBeOpen) {
+    const ProcessResult few =
+        run({"sh", "-c",
+             "ulimit -n 24; exec " + std::string(TALLOW_COMMAND) + " check --jobs 64 --per-host 64 --settings " +
+                 tallow.folder().file("settings.toml") + " --trust " + root + " --url " + responderUrl() +
+                 " --from-file " + listOf(tallow, leaf, 60)});
+    EXPECT_EQ(few.exitStatus, 0);
+    EXPECT_THAT(few.err, AllOf(HasSubstr("--jobs: only 2 at a time, since at most 24 files"), HasSubstr("60 good")));
+}
+
 TEST_F(BatchTest, AsksAboutSeveralCertificatesWhereTheResponderAnswersThat) {
     const std::string revoked = tallow.file("revoked.pem", certs().revoked);
     const std::string unknown = tallow.file("unknown.pem", certs().unknown);
@@ -299,6 +309,14 @@ TEST(WorkQueue, ChecksTheFirstOfAGroupAloneAndLetsGroupsTakeTurns) {
     EXPECT_THAT(later, ElementsAre("a2", "a3", "a4"));
     queue.stop();
     EXPECT_TRUE(queue.take().empty());
+
+    WorkQueue large(5, 2);  // large items need more room
+    BatchItem big = itemOf("big", "a", {"x"}), small = itemOf("small", "a", {"x"});
+    big.issuer.resize(std::size_t{65} << 20);
+    ASSERT_TRUE(large.put(big, {}));
+    EXPECT_FALSE(large.put(small, std::chrono::milliseconds(1)));
+    EXPECT_EQ(large.take().size(), 1U);
+    EXPECT_TRUE(large.put(small, {}));
 }
 
 TEST(BatchTotals, AreWrittenForPeople) {
