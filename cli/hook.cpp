@@ -5,15 +5,20 @@
 #include <sys/wait.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstring>
+#include <thread>
 
 extern char** environ;  // NOLINT: the C library's name
 
 namespace tallow::cli {
 
 namespace {
+
+constexpr std::chrono::milliseconds kLongestPause{50};
+constexpr std::chrono::seconds kGrace{2};  // to end by itself after SIGTERM
 
 // How the child begins: no input, output on standard error, and with the usual effect of SIGPIPE, which this process
 // ignores.
@@ -44,7 +49,7 @@ public:
 
 }  // namespace
 
-std::string runHook(const std::string& command, const std::vector<std::string>& arguments) {
+std::string runHook(const std::string& command, const std::vector<std::string>& arguments, std::chrono::seconds limit) {
     std::vector<std::string> all{"sh", "-c", command, "tallow-hook"};
     all.insert(all.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
@@ -62,10 +67,24 @@ std::string runHook(const std::string& command, const std::vector<std::string>& 
         return std::string("cannot be started: ") + std::strerror(error);
     }
     int status = 0;
-    while (::waitpid(child, &status, 0) < 0) {
-        if (errno != EINTR) {
+    bool isLate = false;
+    const auto begin = std::chrono::steady_clock::now();
+    for (std::chrono::milliseconds pause{1};; pause = std::min(pause * 2, kLongestPause)) {
+        const pid_t ended = ::waitpid(child, &status, WNOHANG);
+        if (ended == child) {
+            break;
+        }
+        if (ended < 0 && errno != EINTR) {
             return std::string("cannot be waited for: ") + std::strerror(errno);
         }
+        if (const auto elapsed = std::chrono::steady_clock::now() - begin; elapsed > limit) {
+            ::kill(child, elapsed > limit + kGrace ? SIGKILL : SIGTERM);
+            isLate = true;
+        }
+        std::this_thread::sleep_for(pause);
+    }
+    if (isLate) {
+        return "did not end within " + std::to_string(limit.count()) + " s and was stopped";
     }
     if (WIFSIGNALED(status)) {
         return "ended by signal " + std::to_string(WTERMSIG(status));

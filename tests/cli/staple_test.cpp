@@ -3,6 +3,7 @@
 #include <fstream>
 #include <sstream>
 
+#include "cli/hook.h"
 #include "cli/staple_result.h"
 #include "tests/cli/command.h"
 
@@ -150,6 +151,8 @@ TEST_F(StapleCommand, RunsTheHookForEachChangeUntilItSucceeds) {
     EXPECT_EQ(run(second, "true").exitStatus, 0);
     const std::string line = directory + "/" + name + ".ocsp\n";
     EXPECT_EQ(contentOf(log), line + line + line + line);
+    EXPECT_EQ(tallow::cli::runHook("trap '' TERM; while :; do sleep 0.1; done", {}, 0s),
+              "did not end within 0 s and was stopped");
     reply.status = 500;
     EXPECT_EQ(staple({"--name", "new", "--hook", "exit 7"}).exitStatus, 3);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory), {}), 1);
