@@ -102,6 +102,13 @@ std::string mistakeInStreams(const CommandOptions& options) {
             }
         }
     }
+    for (const std::string& output : outputs) {
+        for (const std::string& input : inputs) {
+            if (isSameFile(output, input)) {
+                return output + " would be read and then replaced by an output; name another file for that";
+            }
+        }
+    }
     if (numTaken == 1 && std::visit([](const auto& chosen) { return isJson(chosen); }, options)) {
         return "the JSON result and an output file would both be written to standard output; name a file for one";
     }
@@ -138,6 +145,9 @@ std::string mistakeInBatch(const CheckOptions& options) {
     if (!options.batch.resume.empty() && (options.isMonitoring || !options.metrics.empty())) {
         return "--resume goes neither with --monitor nor with --metrics, which need the results of all certificates; "
                "leave it out";
+    }
+    if (options.batch.resume == "-") {
+        return "--resume needs a file that can be replaced, not standard input or output; name one";
     }
     return options.saveRequest.empty() && options.saveResponse.empty()
                ? std::string()

@@ -240,6 +240,8 @@ TEST_F(BatchTest, RejectsWhatDoesNotGoWithAList) {
              Mistake{{"--from-file", list, "--jobs", "0"}, "a whole number from 1 to 256"},
              Mistake{{"--from-file", list, "--bundle", "5", "--no-nonce"}, "--bundle and --nonce off"},
              Mistake{{"--from-file", list, "--resume", "/proc/x"}, "/proc/x: cannot be written"},
+             Mistake{{"--from-file", list, "--resume", "-"}, "--resume needs a file"},
+             Mistake{{"--from-file", list, "--metrics", list}, "list would be read and then replaced"},
              Mistake{{"--jobs", "2", leaf}, "--from-file"},
              Mistake{{"--from-file", "missing"}, "missing: cannot be opened"},
              Mistake{{"--from-file", empty}, "names no certificate"},
