@@ -403,6 +403,9 @@ public:
 
     /// Sends a request as it is. The answer is read and its nonce compared, but **nothing is verified**.
     [[nodiscard]] Sent send(Input request, const std::string& url) const;
+    /// The same for an address from another source: with kCertificate the address is refused where that of a
+    /// certificate would be, for example a private one.
+    [[nodiscard]] Sent send(Input request, const std::string& url, ResponderSource source) const;
 
     /// Whether a request is intact and who signed it.
     [[nodiscard]] ReceivedRequest receive(Input request) const;

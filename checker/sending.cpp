@@ -30,7 +30,8 @@ std::optional<Rejection> rejectAnswer(Call& call, const Orvane::CBlob& body, con
     return rejection ? rejection : rejectionOf(Rule::kEntry, [&] { return examination.rejectEntries(call.request()); });
 }
 
-std::optional<Rejection> exchange(Call& call, Input bytes, const std::string& url, Sent& sent, Rule& rule) {
+std::optional<Rejection> exchange(Call& call, Input bytes, const std::string& url, ResponderSource source, Sent& sent,
+                                  Rule& rule) {
     const auto start = std::chrono::steady_clock::now();
     CRequest& request = call.request();
     request.Import(bytes.bytes.data(), static_cast<unsigned long>(bytes.bytes.size()));
@@ -41,7 +42,7 @@ std::optional<Rejection> exchange(Call& call, Input bytes, const std::string& ur
     std::optional<Rejection> rejection;
     bool isAnswered = false;
     try {
-        const Orvane::CBlob body = exchange.ask({text::wide(url), true});
+        const Orvane::CBlob body = exchange.ask({text::wide(url), source != ResponderSource::kCertificate});
         isAnswered = true;
         sent.answer = bytesOf(body);
         rejection = rejectAnswer(call, body, nonce);
@@ -51,6 +52,7 @@ std::optional<Rejection> exchange(Call& call, Input bytes, const std::string& ur
     }
     sent.attempts = attemptsOf(request, 0, isAnswered && rejection ? &*rejection : nullptr, factsOf(call));
     for (Attempt& attempt : sent.attempts) {
+        attempt.source = source;
         namePolicy(attempt, request, url);
     }
     if (!sent.attempts.empty()) {
@@ -66,13 +68,17 @@ std::optional<Rejection> exchange(Call& call, Input bytes, const std::string& ur
 }  // namespace
 
 Sent Checker::send(Input request, const std::string& url) const {
+    return send(request, url, ResponderSource::kCaller);
+}
+
+Sent Checker::send(Input request, const std::string& url, ResponderSource source) const {
     Sent sent;
     Rule rule = Rule::kPolicy;
     std::optional<Rejection> rejection;
     try {
         Call call(*data_, {});
         rule = Rule::kRequest;
-        rejection = exchange(call, request, url, sent, rule);
+        rejection = exchange(call, request, url, source, sent, rule);
     } catch (...) {
         rejection = caughtRejection(rule);
     }

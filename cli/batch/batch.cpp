@@ -253,7 +253,8 @@ private:
         std::vector<std::optional<Verdict>> verdicts(items.size());
         if (items.size() > 1) {
             std::string notice;
-            verdicts = bundles_.ask(checkers_.forItem(items.front()), items, notice);
+            const std::string& url = items.front().url.empty() ? options_.url : items.front().url;
+            verdicts = bundles_.ask(checkers_.forItem(items.front()), items, url, notice);
             if (!notice.empty()) {
                 output_.note(notice);
             }

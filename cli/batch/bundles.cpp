@@ -1,5 +1,6 @@
 #include "cli/batch/bundles.h"
 
+#include <algorithm>
 #include <exception>
 #include <new>
 
@@ -55,16 +56,18 @@ void Bundles::learn(const std::string& group, const Verdict& verdict) {
     if (verdict.answer == Answer::kUnproven || verdict.responder.empty()) {
         return;
     }
+    const auto accepted = std::find_if(verdict.attempts.begin(), verdict.attempts.end(),
+                                       [](const Attempt& attempt) { return attempt.status == 0; });
     const std::scoped_lock lock(mutex_);
-    if (addresses_.size() < kMostNoted) {
-        addresses_.try_emplace(group, verdict.responder);
+    if (responders_.size() < kMostNoted && accepted != verdict.attempts.end()) {
+        responders_.try_emplace(group, Responder{verdict.responder, accepted->source});
     }
 }
 
-std::string Bundles::addressFor(const std::string& group) {
+Bundles::Responder Bundles::responderFor(const std::string& group) {
     const std::scoped_lock lock(mutex_);
-    const auto found = addresses_.find(group);
-    return found == addresses_.end() || refusing_.count(hostOf(found->second)) != 0 ? std::string() : found->second;
+    const auto found = responders_.find(group);
+    return found == responders_.end() || refusing_.count(hostOf(found->second.url)) != 0 ? Responder() : found->second;
 }
 
 // Whether this is the first time for the host.
@@ -74,9 +77,10 @@ bool Bundles::refuse(const std::string& url) {
 }
 
 std::vector<std::optional<Verdict>> Bundles::ask(const Checker& checker, const std::vector<BatchItem>& items,
-                                                 std::string& notice) {
+                                                 const std::string& named, std::string& notice) {
     std::vector<std::optional<Verdict>> verdicts(items.size());
-    const std::string url = addressFor(items.front().group);
+    const Responder responder = responderFor(items.front().group);
+    const std::string& url = responder.url;
     if (url.empty()) {
         return verdicts;
     }
@@ -93,7 +97,7 @@ std::vector<std::optional<Verdict>> Bundles::ask(const Checker& checker, const s
         }
         request.put_UseNonce(true);
         const Bytes bytes = encoded(request);
-        const Sent sent = checker.send(bytes, url);
+        const Sent sent = checker.send(bytes, named.empty() ? url : named, responder.source);
         cause = sent.cause.empty() ? "its response proves none of the certificates" : sent.cause;
         for (std::size_t i = 0; i < items.size() && sent.status == 0; ++i) {
             Stored stored;

@@ -28,20 +28,25 @@ public:
     /// Notes where a certificate of the group was proven by a check of its own.
     void learn(const std::string& group, const Verdict& verdict);
 
-    /// Asks about all items, which are of one group. As many verdicts; nothing where a check of its own is needed.
+    /// Asks about all items, which are of one group, at `named`, the responder of the options or the list; if it
+    /// is empty, where the group was proven. As many verdicts; nothing where a check of its own is needed.
     /// `notice` is a line for people when the responder does not support this; empty otherwise.
     std::vector<std::optional<Verdict>> ask(const Checker& checker, const std::vector<BatchItem>& items,
-                                            std::string& notice);
+                                            const std::string& named, std::string& notice);
 
 private:
-    // Where to ask; empty: nowhere.
-    std::string addressFor(const std::string& group);
+    // An address counts as that of who named it: one in a certificate is refused where its own check would refuse it.
+    struct Responder {
+        std::string url;  // without a login; empty: none
+        ResponderSource source = ResponderSource::kCertificate;
+    };
+    Responder responderFor(const std::string& group);
     bool refuse(const std::string& url);
 
     const std::string hashOid_;
     std::mutex mutex_;
-    std::map<std::string, std::string> addresses_;  // by group
-    std::set<std::string> refusing_;                // hosts
+    std::map<std::string, Responder> responders_;  // by group
+    std::set<std::string> refusing_;               // hosts
 };
 
 }  // namespace tallow::cli

@@ -183,6 +183,14 @@ TEST_F(CheckerAttempts, OfSendReportDatesThatDoNotFit) {
         EXPECT_THAT(sent.cause, HasSubstr(row.words));
         EXPECT_FALSE(sent.answer.empty());
     }
+    // Whoever named the address decides whether it may be a private one.
+    settings("", "refuse_private_addresses = true\n");
+    const HttpServer server([&](const HttpRequest&) { return HttpReply{.body = buildResponse(good())}; });
+    EXPECT_EQ(Checker(own()).send(request, server.url()).status, 0);
+    const tallow::Sent sent = Checker(own()).send(request, server.url(), tallow::ResponderSource::kCertificate);
+    EXPECT_THAT(sent.cause, HasSubstr("refuse_private_addresses"));
+    EXPECT_EQ(sent.attempts.at(0).source, tallow::ResponderSource::kCertificate);
+    EXPECT_EQ(server.requests().size(), 1U);
 }
 
 }  // namespace
