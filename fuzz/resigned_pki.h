@@ -49,7 +49,7 @@ std::string opensslFault(const Bytes& end, const Bytes& ca, const Bytes& root, c
 struct FreeShallow {
     void operator()(STACK_OF(X509) * list) const { sk_X509_free(list); }
 };
-/// Certificates that somebody else owns.
+/// A list that does not own its certificates.
 using X509List = std::unique_ptr<STACK_OF(X509), FreeShallow>;
 
 /// What OpenSSL reads in a response about the certificate `leaf` of `ca`.
