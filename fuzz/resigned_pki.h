@@ -29,7 +29,8 @@ inline void require(bool condition, const std::string& expected) {
 struct ResignedPki {
     testkit::Identity root, ca, leaf, delegate;
     Bytes rootCrl, caCrl;
-    Bytes responseData;  // the part of a good response that is signed
+    Bytes responseData;      // the part of a good response that is signed
+    Bytes responseDataOfCa;  // the same of a response by the CA itself
 
     /// Ed25519 keys: their signatures are the same in every run.
     static const ResignedPki& shared();
