@@ -207,8 +207,8 @@ struct TALLOW_EXPORT Verdict {
     /// The verified response as received, to be stored or stapled; empty when unproven. Of the verdicts of `verify`
     /// only the first that is proven has it.
     Bytes response;
-    /// The last answer that was refused. For diagnosis only: anybody may have written it. Of the verdicts of `verify`
-    /// only the first has it.
+    /// The last answer that was refused. For diagnosis only: an attacker may have written it. Of the verdicts of
+    /// `verify` only the first has it.
     Bytes unverified;
     std::vector<Attempt> attempts;
     Evidence evidence;

@@ -283,7 +283,7 @@ TALLOW_RESULT const uint8_t* tallow_verdict_request(const tallow_verdict* verdic
 /// The verified response as received, to be stored or stapled; absent when unproven. Of a list of verdicts only the
 /// first that is proven has it.
 TALLOW_RESULT const uint8_t* tallow_verdict_response(const tallow_verdict* verdict, size_t* size);
-/// The last answer that was refused. For diagnosis only: anybody may have written it.
+/// The last answer that was refused. For diagnosis only: an attacker may have written it.
 TALLOW_RESULT const uint8_t* tallow_verdict_unverified(const tallow_verdict* verdict, size_t* size);
 
 /// One attempt for each responder, or address on the way to it. Null for an index of tallow_verdict_attempt_count or

@@ -96,7 +96,7 @@ void addEvidence(Json& object, const CheckResult& result) {
                             {"serialNumber", sent->serial}};
         object["isNonceSent"] = !sent->nonce.empty();
     }
-    // The signer of a response that was not accepted may be anybody.
+    // The signer of a response that was not accepted may be an attacker.
     if (hasAnswer(verdict)) {
         object["freshness"] = freshnessOf(result);
         Json& signer = object["signer"] = {{"name", verdict.signer}};

@@ -36,8 +36,19 @@ EDITS = {
     "last_target": edit(4, 20, 0, 0, 3) + edit(8, 12, 0, 16, 3),
 }
 
+# What only one rule of the checker rejects: a run without that rule gives a wrong verdict.
+SIGNED_BY_CA = edit(0, 0, target=15)
+VERDICT_EDITS = {
+    "next_update_over": edit(8, 17, 0, 10) + edit(8, 19, 0, 10) + edit(0, 19, 3, ord("1")),
+    "critical_entry_extension": edit(10, 18, 0xA1, 27),
+    "other_issuer_key_hash": edit(0, 14, 3, 0x55),
+    "ca_without_cert_sign": edit(0, 34, 1, 0x82, 2),
+    "signed_by_ca": SIGNED_BY_CA,
+    "signed_by_ca_without_cert_sign": SIGNED_BY_CA + edit(0, 34, 1, 0x82, 2),
+}
+
 SEEDS = {
-    "verdict_resigned_fuzz": EDITS,
+    "verdict_resigned_fuzz": EDITS | VERDICT_EDITS,
     "chain_resigned_fuzz": EDITS,
     "request_verification_fuzz": EDITS,
     "settings_fuzz": {

@@ -48,11 +48,15 @@ ResignedPki makePki() {
     pki.caCrl = testkit::makeCrl(pki.ca, {.revokedSerials = {{0x07}},
                                           .reason = 1,
                                           .criticalExtensions = {{"2.5.29.28", testkit::fromHex("30038101FF")}}});
-    testkit::ResponseSpec response(pki.delegate);
-    response.entries.emplace_back(testkit::certIdOf(pki.leaf, pki.ca));
-    response.entries[0].nextUpdate = testkit::generalizedTimeText(24L * 3600);
-    response.entries.emplace_back(testkit::certIdOf(pki.delegate, pki.ca), testkit::EntryStatus::kRevoked);
-    pki.responseData = responseDataIn(testkit::buildResponse(response));
+    const auto goodBy = [&pki](const testkit::Identity& signer) {
+        testkit::ResponseSpec response(signer);
+        response.entries.emplace_back(testkit::certIdOf(pki.leaf, pki.ca));
+        response.entries[0].nextUpdate = testkit::generalizedTimeText(24L * 3600);
+        response.entries.emplace_back(testkit::certIdOf(pki.delegate, pki.ca), testkit::EntryStatus::kRevoked);
+        return responseDataIn(testkit::buildResponse(response));
+    };
+    pki.responseData = goodBy(pki.delegate);
+    pki.responseDataOfCa = goodBy(pki.ca);
     return pki;
 }
 

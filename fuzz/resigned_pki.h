@@ -29,7 +29,8 @@ inline void require(bool condition, const std::string& expected) {
 struct ResignedPki {
     testkit::Identity root, ca, leaf, delegate;
     Bytes rootCrl, caCrl;
-    Bytes responseData;  // the part of a good response that is signed
+    Bytes responseData;      // the part of a good response that is signed
+    Bytes responseDataOfCa;  // the same of a response by the CA itself
 
     /// Ed25519 keys: their signatures are the same in every run.
     static const ResignedPki& shared();
@@ -49,7 +50,7 @@ std::string opensslFault(const Bytes& end, const Bytes& ca, const Bytes& root, c
 struct FreeShallow {
     void operator()(STACK_OF(X509) * list) const { sk_X509_free(list); }
 };
-/// Certificates that somebody else owns.
+/// A list that does not own its certificates.
 using X509List = std::unique_ptr<STACK_OF(X509), FreeShallow>;
 
 /// What OpenSSL reads in a response about the certificate `leaf` of `ca`.

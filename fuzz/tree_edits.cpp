@@ -130,6 +130,8 @@ Bytes contentFor(std::uint8_t value) {
         testkit::fromHex("551D15"),              // reasonCode
         testkit::fromHex("2B0E03021A"),          // SHA-1
         testkit::fromHex("608648016503040201"),  // SHA-256
+        // Extensions with an unknown one that is critical.
+        testkit::fromHex("300F300D06042A0304050101FF04020500"),
     };
     return contents[value % contents.size()];
 }
@@ -235,6 +237,17 @@ bool isLoose(const Element& element) {
            std::any_of(element.children.begin(), element.children.end(), isLoose);
 }
 
+bool isLooseTag(const Element& element) {
+    constexpr std::uint8_t kConstructedContext = 0xA0;
+    constexpr std::uint8_t kContextMask = 0xE0;
+    constexpr std::uint8_t kGeneralizedTime = 0x18;
+    const Elements& children = element.children;
+    const bool isRevokedInfo = !children.empty() && children[0].identifier == kGeneralizedTime &&
+                               element.identifier == (kConstructedContext | 1);
+    return ((element.identifier & kContextMask) == kConstructedContext && children.size() != 1 && !isRevokedInfo) ||
+           std::any_of(children.begin(), children.end(), isLooseTag);
+}
+
 }  // namespace
 
 std::vector<Edit> editsIn(std::span<const std::uint8_t> input, std::size_t most) {
@@ -269,6 +282,12 @@ bool hasLooseValue(const Bytes& der) {
     std::span<const std::uint8_t> octets(der);
     const std::optional<Element> whole = takeElement(octets, 0);
     return whole && isLoose(*whole);
+}
+
+bool hasLooseTag(const Bytes& der) {
+    std::span<const std::uint8_t> octets(der);
+    const std::optional<Element> whole = takeElement(octets, 0);
+    return whole && isLooseTag(*whole);
 }
 
 Bytes firstElementOf(const Bytes& der) {

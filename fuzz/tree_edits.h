@@ -33,6 +33,10 @@ Bytes edited(const Bytes& der, std::span<const Edit> edits);
 /// no value of their type. The library reads them; OpenSSL reads nothing in which there is one.
 bool hasLooseValue(const Bytes& der);
 
+/// Whether a constructed element with a context tag has more elements in it than one, but for RevokedInfo, or none. The
+/// library reads what follows the value of an explicit tag as if it came after the tag; OpenSSL rejects it.
+bool hasLooseTag(const Bytes& der);
+
 /// The first element in the element `der`, such as the signed part of a certificate; empty when there is none.
 Bytes firstElementOf(const Bytes& der);
 

@@ -103,7 +103,7 @@ void defineVerdict(py::module_& module) {
         .field("request", &Verdict::request, "What was sent.")
         .field("response", &Verdict::response, "The verified response, to be stored; empty when UNPROVEN.")
         .field("unverified", &Verdict::unverified,
-               "The last answer that was refused. For diagnosis only: anybody may have written it.")
+               "The last answer that was refused. For diagnosis only: an attacker may have written it.")
         .field("attempts", &Verdict::attempts)
         .field("cause", &Verdict::cause, "Why the certificate is not proven, in one line; empty when it is.");
     verdict.type()

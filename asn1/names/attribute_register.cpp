@@ -2,7 +2,8 @@
 
 #include <algorithm>
 #include <cwchar>
-#include <utility>
+#include <iterator>
+#include <string>
 
 #include "asn1/text/text_conversions.h"
 #include "handles/exception.h"
@@ -11,8 +12,6 @@
 namespace Orvane::ASN1 {
 
 namespace {
-
-constexpr unsigned long kMaxLength = 32768;
 
 const char* orEmpty(const char* text) {
     return text != nullptr ? text : "";
@@ -24,60 +23,123 @@ const wchar_t* orEmpty(const wchar_t* text) {
 
 }  // namespace
 
-// Defined before the constants, whose constructors append to it, in one file: the order is then certain. Never
-// destroyed, since other threads may read names while the process ends.
-CATAVRegister::List& CATAVRegister::registered_ = *new List;
+struct KnownAttribute {
+    static constexpr CATAVRegister with(const char* oid, const wchar_t* name, StringType type = kStringTypeUTF8) {
+        return {oid, name, type};
+    }
+};
 
-const CATAVRegister commonNameAttribute("2.5.4.3", L"CN", kStringTypeUTF8, kMaxLength);
-const CATAVRegister countryNameAttribute("2.5.4.6", L"C", kStringTypePrintable, kMaxLength);
-const CATAVRegister localityNameAttribute("2.5.4.7", L"L", kStringTypeUTF8, kMaxLength);
-const CATAVRegister stateOrProvinceNameAttribute("2.5.4.8", L"ST", kStringTypeUTF8, kMaxLength);
-const CATAVRegister emailAddressAttribute("1.2.840.113549.1.9.1", L"E", kStringTypeIA5, kMaxLength);
-const CATAVRegister organizationNameAttribute("2.5.4.10", L"O", kStringTypeUTF8, kMaxLength);
-const CATAVRegister organizationUnitNameAttribute("2.5.4.11", L"OU", kStringTypeUTF8, kMaxLength);
-const CATAVRegister titleAttribute("2.5.4.12", L"T", kStringTypeUTF8, kMaxLength);
-const CATAVRegister givenNameAttribute("2.5.4.42", L"GN", kStringTypeUTF8, kMaxLength);
-const CATAVRegister initialsAttribute("2.5.4.43", L"I", kStringTypeUTF8, kMaxLength);
-const CATAVRegister surnameAttribute("2.5.4.4", L"SN", kStringTypeUTF8, kMaxLength);
-const CATAVRegister pseudonymAttribute("2.5.4.65", L"PS", kStringTypeUTF8, kMaxLength);
-const CATAVRegister ogrnAttribute("1.2.643.100.1", L"OGRN", kStringTypeUTF8, kMaxLength);
-const CATAVRegister ogrnipAttribute("1.2.643.100.5", L"OGRNIP", kStringTypeUTF8, kMaxLength);
-const CATAVRegister snilsAttribute("1.2.643.100.3", L"SNILS", kStringTypeUTF8, kMaxLength);
-const CATAVRegister innleAttribute("1.2.643.100.4", L"INNLE", kStringTypeUTF8, kMaxLength);
-const CATAVRegister innAttribute("1.2.643.3.131.1.1", L"INN", kStringTypeUTF8, kMaxLength);
-const CATAVRegister streetAddressAttribute("2.5.4.9", L"STREET", kStringTypeUTF8, kMaxLength);
-const CATAVRegister domainComponentAttribute("0.9.2342.19200300.100.1.25", L"DC", kStringTypeIA5, kMaxLength);
-const CATAVRegister unstructuredNameAttribute("1.2.840.113549.1.9.2", L"UnstructuredName", kStringTypeUTF8, kMaxLength);
-const CATAVRegister PostalCodeAttribute("2.5.4.17", L"PostalCode", kStringTypeUTF8, kMaxLength);
-const CATAVRegister serialNumberAttribute("2.5.4.5", L"SERIALNUMBER", kStringTypePrintable, kMaxLength);
+// Made by the compiler, as is the list: when the library is loaded, nothing can report exhausted memory.
+constexpr CATAVRegister commonNameAttribute = KnownAttribute::with("2.5.4.3", L"CN");
+constexpr CATAVRegister countryNameAttribute = KnownAttribute::with("2.5.4.6", L"C", kStringTypePrintable);
+constexpr CATAVRegister localityNameAttribute = KnownAttribute::with("2.5.4.7", L"L");
+constexpr CATAVRegister stateOrProvinceNameAttribute = KnownAttribute::with("2.5.4.8", L"ST");
+constexpr CATAVRegister emailAddressAttribute = KnownAttribute::with("1.2.840.113549.1.9.1", L"E", kStringTypeIA5);
+constexpr CATAVRegister organizationNameAttribute = KnownAttribute::with("2.5.4.10", L"O");
+constexpr CATAVRegister organizationUnitNameAttribute = KnownAttribute::with("2.5.4.11", L"OU");
+constexpr CATAVRegister titleAttribute = KnownAttribute::with("2.5.4.12", L"T");
+constexpr CATAVRegister givenNameAttribute = KnownAttribute::with("2.5.4.42", L"GN");
+constexpr CATAVRegister initialsAttribute = KnownAttribute::with("2.5.4.43", L"I");
+constexpr CATAVRegister surnameAttribute = KnownAttribute::with("2.5.4.4", L"SN");
+constexpr CATAVRegister pseudonymAttribute = KnownAttribute::with("2.5.4.65", L"PS");
+constexpr CATAVRegister ogrnAttribute = KnownAttribute::with("1.2.643.100.1", L"OGRN");
+constexpr CATAVRegister ogrnipAttribute = KnownAttribute::with("1.2.643.100.5", L"OGRNIP");
+constexpr CATAVRegister snilsAttribute = KnownAttribute::with("1.2.643.100.3", L"SNILS");
+constexpr CATAVRegister innleAttribute = KnownAttribute::with("1.2.643.100.4", L"INNLE");
+constexpr CATAVRegister innAttribute = KnownAttribute::with("1.2.643.3.131.1.1", L"INN");
+constexpr CATAVRegister streetAddressAttribute = KnownAttribute::with("2.5.4.9", L"STREET");
+constexpr CATAVRegister domainComponentAttribute =
+    KnownAttribute::with("0.9.2342.19200300.100.1.25", L"DC", kStringTypeIA5);
+constexpr CATAVRegister unstructuredNameAttribute = KnownAttribute::with("1.2.840.113549.1.9.2", L"UnstructuredName");
+constexpr CATAVRegister PostalCodeAttribute = KnownAttribute::with("2.5.4.17", L"PostalCode");
+constexpr CATAVRegister serialNumberAttribute = KnownAttribute::with("2.5.4.5", L"SERIALNUMBER", kStringTypePrintable);
+
+// Copies of the constants, each with a pointer to the next one.
+struct CATAVRegister::Known {
+    constexpr Known() {
+        for (std::size_t i = 1; i < std::size(entries); ++i) {
+            entries[i - 1].next_ = &entries[i];
+        }
+    }
+
+    CATAVRegister entries[22] = {commonNameAttribute,
+                                 countryNameAttribute,
+                                 localityNameAttribute,
+                                 stateOrProvinceNameAttribute,
+                                 emailAddressAttribute,
+                                 organizationNameAttribute,
+                                 organizationUnitNameAttribute,
+                                 titleAttribute,
+                                 givenNameAttribute,
+                                 initialsAttribute,
+                                 surnameAttribute,
+                                 pseudonymAttribute,
+                                 ogrnAttribute,
+                                 ogrnipAttribute,
+                                 snilsAttribute,
+                                 innleAttribute,
+                                 innAttribute,
+                                 streetAddressAttribute,
+                                 domainComponentAttribute,
+                                 unstructuredNameAttribute,
+                                 PostalCodeAttribute,
+                                 serialNumberAttribute};
+};
+
+// Never destroyed, since other threads may read names while the process ends.
+constinit CATAVRegister::Known CATAVRegister::known_;
+constinit CATAVRegister* CATAVRegister::last_ = std::end(known_.entries) - 1;
+
+// An entry with its texts.
+struct CATAVRegister::Added {
+    Added(const char* oidText, const wchar_t* nameText, const CATAVRegister& fields)
+        : oid(orEmpty(oidText)), name(orEmpty(nameText)), entry(fields) {
+        entry.oid_ = oid;
+        entry.name_ = name;
+    }
+
+    const std::string oid;
+    const std::wstring name;
+    CATAVRegister entry;
+};
 
 CATAVRegister::CATAVRegister(const char* oid, const wchar_t* name, StringType type, unsigned long maxLength)
-    : oid_(orEmpty(oid)), name_(orEmpty(name)), type_(type), maxLength_(maxLength) {
-    registered_.push_back(*this);
+    : type_(type), maxLength_(maxLength) {
+    auto* const added = new Added(oid, name, *this);
+    oid_ = added->oid;
+    name_ = added->name;
+    last_->next_ = &added->entry;
+    last_ = &added->entry;
 }
 
-CATAVRegister::List::const_iterator CATAVRegister::find(const char* oid) {
-    return std::find_if(registered_.cbegin(), registered_.cend(),
-                        [oid](const CATAVRegister& entry) { return entry.oid_ == orEmpty(oid); });
+CATAVRegister::const_iterator CATAVRegister::first() {
+    return const_iterator(known_.entries);
 }
 
-CATAVRegister::List::const_iterator CATAVRegister::find(const wchar_t* name) {
-    return std::find_if(registered_.cbegin(), registered_.cend(),
-                        [name](const CATAVRegister& entry) { return entry.name_ == orEmpty(name); });
+CATAVRegister::const_iterator CATAVRegister::find(const char* oid) {
+    return std::find_if(
+        List::begin(), List::end(),
+        [text = std::string_view(orEmpty(oid))](const CATAVRegister& entry) { return entry.oid_ == text; });
+}
+
+CATAVRegister::const_iterator CATAVRegister::find(const wchar_t* name) {
+    return std::find_if(
+        List::begin(), List::end(),
+        [text = std::wstring_view(orEmpty(name))](const CATAVRegister& entry) { return entry.name_ == text; });
 }
 
 CWStringProxy CATAVRegister::typeToStr(const char* oid) {
     const auto known = find(oid);
-    return known != registered_.cend() ? CWStringProxy(known->name_.c_str()) : CWStringProxy(towstring(oid));
+    return known != List::end() ? CWStringProxy(known->name_.data()) : CWStringProxy(towstring(oid));
 }
 
 CStringProxy CATAVRegister::typeFromStr(const wchar_t* name) {
     const auto known = find(name);
-    return known != registered_.cend() ? CStringProxy(known->oid_.c_str()) : CStringProxy(tostring(name));
+    return known != List::end() ? CStringProxy(known->oid_.data()) : CStringProxy(tostring(name));
 }
 
 CWStringProxy CATAVRegister::valueToStr(const char* oid, const CBlob& value) {
-    if (find(oid) != registered_.cend()) {
+    if (find(oid) != List::end()) {
         return decodeCharString(value);
     }
     return CWStringProxy(L"#" + towstring(value.writeToHexString(0).c_str()));
@@ -85,7 +147,7 @@ CWStringProxy CATAVRegister::valueToStr(const char* oid, const CBlob& value) {
 
 CBlob CATAVRegister::valueFromStr(const char* oid, const wchar_t* text, StringType type) {
     const auto known = find(oid);
-    if (known == registered_.cend()) {
+    if (known == List::end()) {
         const std::wstring hexadecimal = std::wstring(orEmpty(text)).substr(1);
         CBlob value;
         value.readFromHexString(tostring(hexadecimal.c_str()).c_str());

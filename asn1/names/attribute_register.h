@@ -6,8 +6,10 @@
 //   CATAVRegister::valueToStr("1.2.3", nullValue);                            // L"#0500"
 #pragma once
 
-#include <list>
-#include <string>
+#include <cstddef>
+#include <iterator>
+#include <string_view>
+#include <utility>
 
 #include "asn1/names/attr_value.h"
 #include "asn1/text/char_string.h"
@@ -17,34 +19,62 @@
 
 namespace Orvane::ASN1 {
 
-/// One known attribute type, and as static functions the list of all. The list is filled when the library is loaded and
-/// only read afterwards, so any thread may read it. A program that adds types must do so before it starts threads:
+/// One known attribute type, and as static functions the list of all. The list begins with the types below, which need
+/// no memory and no work when the library is loaded. A program that adds types must do so before it starts threads;
+/// afterwards any thread may read the list:
 ///
 ///   static const CATAVRegister userId("0.9.2342.19200300.100.1.1", L"UID", kStringTypeUTF8, 256);
 class TALLOW_EXPORT CATAVRegister {
 public:
-    using List = std::list<CATAVRegister>;
+    /// Walks over the entries; one that refers to none is the end.
+    class const_iterator {
+    public:
+        using iterator_category = std::forward_iterator_tag;
+        using value_type = CATAVRegister;
+        using difference_type = std::ptrdiff_t;
+        using pointer = const CATAVRegister*;
+        using reference = const CATAVRegister&;
 
-    /// Fills the fields and appends a copy to the list; the copy stays until the process ends. `oid` is dotted decimal
-    /// text, `name` the short name, `type` the string type that valueFromStr uses by default, `maxLength` the longest
-    /// value in characters. Null counts as empty. An entry with the identifier or name of an earlier one is never
-    /// found.
+        const_iterator() = default;
+        explicit const_iterator(const CATAVRegister* entry) : entry_(entry) {}
+        reference operator*() const { return *entry_; }
+        pointer operator->() const { return entry_; }
+        const_iterator& operator++() { return *this = const_iterator(entry_->next_); }
+        const_iterator operator++(int) { return std::exchange(*this, const_iterator(entry_->next_)); }
+        bool operator==(const const_iterator&) const = default;
+
+    private:
+        const CATAVRegister* entry_ = nullptr;
+    };
+
+    /// All entries, which live as long as the process. A view: later entries appear in it as well.
+    struct List {
+        using const_iterator = CATAVRegister::const_iterator;
+
+        static const_iterator begin() { return first(); }
+        static const_iterator end() { return {}; }
+    };
+
+    /// Fills the fields and appends a copy to the list; the copy and its texts stay until the process ends, and this
+    /// object refers to them. `oid` is dotted decimal text, `name` the short name, `type` the string type that
+    /// valueFromStr uses by default, `maxLength` the longest value in characters. Null counts as empty. An entry with
+    /// the identifier or name of an earlier one is never found. Throws std::bad_alloc; the list is then unchanged.
     CATAVRegister(const char* oid, const wchar_t* name, StringType type, unsigned long maxLength);
 
     /// The fields as given to the constructor: object identifier, short name, default string type, and the longest
-    /// value in characters. References live as long as the entry.
-    const std::string& oid() const { return oid_; }
-    const std::wstring& name() const { return name_; }
+    /// value in characters. The texts are terminated, and live as long as the process.
+    std::string_view oid() const { return oid_; }
+    std::wstring_view name() const { return name_; }
     StringType type() const { return type_; }
     unsigned long maxLength() const { return maxLength_; }
 
-    /// All known attribute types in the order of registration. The list lives as long as the process.
-    static const List& registered() { return registered_; }
+    /// All known attribute types in the order of registration.
+    static List registered() { return {}; }
 
     /// The first entry with this object identifier, or with exactly this short name (upper and lower case differ);
     /// registered().end() when there is none. Null finds an empty identifier or name.
-    static List::const_iterator find(const char* oid);
-    static List::const_iterator find(const wchar_t* name);
+    static const_iterator find(const char* oid);
+    static const_iterator find(const wchar_t* name);
 
     /// The short name, or the object identifier itself for an unknown type.
     static CWStringProxy typeToStr(const char* oid);
@@ -72,12 +102,22 @@ public:
     static CAttrValue makeATAV(const wchar_t* text, StringType stringType);
 
 private:
-    std::string oid_;
-    std::wstring name_;
+    friend struct KnownAttribute;  // makes the constants below
+    struct Known;
+    struct Added;
+
+    constexpr CATAVRegister(std::string_view oid, std::wstring_view name, StringType type)
+        : oid_(oid), name_(name), type_(type), maxLength_(32768) {}
+    static const_iterator first();
+
+    std::string_view oid_;
+    std::wstring_view name_;
     StringType type_;
     unsigned long maxLength_;
+    const CATAVRegister* next_ = nullptr;  // of an entry in the list
 
-    static List& registered_;
+    static Known known_;  // the first entries
+    static CATAVRegister* last_;
 };
 
 /// The types known from the start: short name, object identifier, and the string type where it is not UTF8String. Each

@@ -81,7 +81,7 @@ Rejection rejectedSigner(const CResponse& response, std::span<void*> stores) {
                 ", is neither in the response nor among the certificates and stores of this check; supply it"};
 }
 
-// Without its hash, nobody is the issuer that an entry names.
+// Without its hash, no certificate is the issuer that an entry names.
 std::string missingHash(const CResponse& response) {
     constexpr unsigned long kMostEntries = 16;
     std::string missing;

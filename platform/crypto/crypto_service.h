@@ -210,8 +210,8 @@ TALLOW_EXPORT BOOL CryptDestroyHash(HCRYPTHASH hHash);
 // released when `*pfCallerFreeProv` (always TRUE). The container of the property is a URI for OpenSSL's store loader: a
 // path or "file:" for a file in PEM or DER (traditional, PKCS #8, PKCS #12), other schemes where a provider of OpenSSL
 // serves them. A key that needs no PIN is opened here. One that does waits for CryptSetProvParam(PP_SIGNATURE_PIN),
-// which may then fail with the same codes; until then whatever needs the key fails with NTE_SILENT_CONTEXT. Nobody is
-// ever asked at a terminal. CRYPT_E_NO_KEY_PROPERTY when the property is missing, NTE_BAD_KEYSET when there is no key
+// which may then fail with the same codes; until then whatever needs the key fails with NTE_SILENT_CONTEXT. The user is
+// never asked at a terminal. CRYPT_E_NO_KEY_PROPERTY when the property is missing, NTE_BAD_KEYSET when there is no key
 // where it says (no file, no regular one, more than 1 MiB, nothing in it that is a private key), NTE_BAD_PUBLIC_KEY
 // when none of the keys there belongs to the certificate, NTE_NOT_SUPPORTED for an unsupported scheme,
 // ERROR_NOT_SUPPORTED for a file that is encrypted in a way that OpenSSL does not open here or that asks for too much

@@ -54,7 +54,7 @@ public:
     virtual void runCase(std::uint64_t number, Report& report) = 0;
     /// What reproduces a case that ended its process or did not end.
     virtual Files filesOf(std::uint64_t number) = 0;
-    /// How long a case may take.
+    /// How much processor time a case may take, with all processes that it starts. It may last five times as long.
     virtual std::chrono::seconds longestCase() const { return std::chrono::seconds(60); }
 };
 

@@ -1,6 +1,5 @@
 #include "proof/common/workers.h"
 
-#include <signal.h>
 #include <sys/prctl.h>
 #include <sys/wait.h>
 #include <unistd.h>
@@ -11,6 +10,8 @@
 #include <filesystem>
 #include <fstream>
 #include <thread>
+
+#include "proof/common/process_tree.h"
 
 namespace proof {
 
@@ -25,7 +26,20 @@ struct Worker {
     pid_t pid = -1;
     std::uint64_t seenCase = Tally::kIdle;
     Clock::time_point since;
+    std::chrono::milliseconds usedBefore{0};  // processor time, at that time
+    Clock::time_point lookAgain;              // at the processor time
 };
+
+// A case is stuck after its time on a processor, or when it sleeps: on a busy machine it may wait long for a processor.
+bool isStuck(Worker& worker, std::chrono::seconds longest) {
+    constexpr int kPatience = 5;
+    const Clock::time_point now = Clock::now();
+    if (now < worker.lookAgain) {
+        return false;
+    }
+    worker.lookAgain = now + std::chrono::seconds(1);
+    return now - worker.since > kPatience * longest || processorTimeOfTree(worker.pid) - worker.usedBefore > longest;
+}
 
 [[noreturn]] void work(Part& part, const Plan& plan, Tally& tally, SharedReport& report, unsigned index,
                        Clock::time_point end) {
@@ -77,7 +91,7 @@ void runInWorkers(Part& part, const Plan& plan, const Options& options, Tally& t
     std::vector<Worker> workers(options.jobs);
     std::fflush(nullptr);
     const auto start = [&](unsigned index) {
-        workers[index] = {::fork(), Tally::kIdle, Clock::now()};
+        workers[index] = {::fork(), Tally::kIdle, {}, {}, {}};
         if (workers[index].pid == 0) {
             work(part, plan, tally, report, index, end);
         }
@@ -96,20 +110,22 @@ void runInWorkers(Part& part, const Plan& plan, const Options& options, Tally& t
             if (current != worker.seenCase) {
                 worker.seenCase = current;
                 worker.since = Clock::now();
+                worker.lookAgain = worker.since + part.longestCase();
+                worker.usedBefore = processorTimeOf(worker.pid);
             }
-            const bool isStuck = current != Tally::kIdle && Clock::now() - worker.since > part.longestCase();
-            if (isStuck) {
-                ::kill(worker.pid, SIGKILL);
+            const bool hasEnd = current == Tally::kIdle || !isStuck(worker, part.longestCase());
+            if (!hasEnd) {
+                killTree(worker.pid);
             }
             int waited = 0;
-            if (::waitpid(worker.pid, &waited, isStuck ? 0 : WNOHANG) != worker.pid) {
+            if (::waitpid(worker.pid, &waited, hasEnd ? WNOHANG : 0) != worker.pid) {
                 continue;
             }
             worker.pid = -1;
             --running;
             if (const std::uint64_t lost = tally.current(i); lost != Tally::kIdle || waited != 0) {
                 report.startCase(lost);
-                report.finding(isStuck ? "a case that does not end" : causeOf(waited),
+                report.finding(hasEnd ? causeOf(waited) : "a case that does not end",
                                lost == Tally::kIdle ? Files() : part.filesOf(lost));
                 tally.endCase(i);
                 if (tally.findings() < kMostFindings) {

@@ -18,6 +18,7 @@ std::vector<Command> makeCommands(const Scene& scene) {
         all.insert(all.end(), more.begin(), more.end());
         return trusting("check", machine, all);
     };
+    const auto loading = [&scene](M) { return Arguments{TALLOW_LIBRARY, scene.files().path().string()}; };
     return {
         {"check, good", [=](M m) { return checking(m, "good.pem", {}); }},
         {"check, revoked", [=](M m) { return checking(m, "revoked.pem", {"--json"}); }},
@@ -142,6 +143,9 @@ std::vector<Command> makeCommands(const Scene& scene) {
          },
          {3, 64},
          true},
+        // 127 is from the dynamic linker.
+        {"with dlopen", loading, {3, 127}, false, "", false, LOAD_LIBRARY_PROGRAM},
+        {"before main", loading, {3, 127}, false, "", false, START_LINKED_PROGRAM},
     };
 }
 

@@ -1,4 +1,4 @@
-// Random PKIs, correctly signed by whoever signs: the library, the command, OpenSSL and GnuTLS beside a model of the
+// Random PKIs, correctly signed by the given signer: the library, the command, OpenSSL and GnuTLS beside a model of the
 // standards.
 #include <cstdio>
 #include <stdexcept>

@@ -3,7 +3,7 @@
 The kinds of a row:
   responder   the server is named with --url; `tallow send` is run as well
   many        the same for four certificates in one process
-  closed      nobody listens at the address
+  closed      no server listens at the address
   full        the connection is never accepted
   named       the certificate names the server
   issuer      the certificate names the server as that of its issuer's certificate

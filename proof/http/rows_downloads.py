@@ -1,6 +1,6 @@
 """Servers of issuers' certificates and of CRLs that misbehave. The responder behind them says good.
 
-Without the issuer nobody is asked, and without the CRL of its signer no response counts.
+Without the issuer no responder is asked, and without the CRL of its signer no response counts.
 """
 from pki import tls_identity
 from row import (BAD_ANSWER, BODY, BROKEN, GOOD, HANG, HEAD, LENGTH, LOST, MAX_BODY, RESET, START, TIMEOUT, TLS, Row,

@@ -192,7 +192,7 @@ class Server:
 
     @staticmethod
     def end(connection):
-        """Closes it; octets of the client that nobody read must not turn the end into RST."""
+        """Closes it; octets of the client that were not read must not turn the end into RST."""
         try:
             connection.peer.shutdown(socket.SHUT_WR)
             connection.peer.settimeout(0.05)

@@ -54,12 +54,12 @@ void has12Certificates(Probe& probe) {
 // CAs with the name and the key of the genuine one, each issued by another CA that does not exist.
 void follows64(Probe& probe) {
     const Tree tree;
-    const Identity nobody = rootCa("nobody");
+    const Identity stranger = rootCa("stranger");
     for (const int numDeadEnds : {62, 63}) {
         ChainInput input;
         for (int i = 0; i < numDeadEnds; ++i) {
             input.carried.push_back(
-                tree.namesake(nobody, tree.ca.key, {.issuer = commonName("absent " + std::to_string(i))}));
+                tree.namesake(stranger, tree.ca.key, {.issuer = commonName("absent " + std::to_string(i))}));
         }
         input.carried.push_back(tree.namesake(tree.root, tree.ca.key));
         probe.expect(chainOf(tree.leaf.certificate, input).isSound() == (numDeadEnds == 62),
@@ -120,11 +120,11 @@ void verifiesOneUntrustedPath(Probe& probe) {
 // Namesakes of the CA with other keys, and CRLs in its name that others signed.
 void checks100Signatures(Probe& probe) {
     const Tree tree;
-    const Identity nobody = rootCa("nobody");
+    const Identity stranger = rootCa("stranger");
     ChainInput input{.hasRevocation = true};
     input.carried.push_back(tree.namesake(tree.root, tree.ca.key));
     for (int i = 0; i < 300; ++i) {
-        input.carried.push_back(tree.namesake(nobody, Key::make()));
+        input.carried.push_back(tree.namesake(stranger, Key::make()));
     }
     const Identity forger = selfSigned({.commonName = "ca", .ca = true});
     const Identity rootForger = selfSigned({.commonName = "root", .ca = true});
@@ -142,7 +142,7 @@ void checks100Signatures(Probe& probe) {
     const auto hidden = [&](int numNamesakes) {
         ChainInput few;
         for (int i = 0; i < numNamesakes; ++i) {
-            few.carried.push_back(tree.namesake(nobody, Key::make()));
+            few.carried.push_back(tree.namesake(stranger, Key::make()));
         }
         few.carried.push_back(tree.namesake(tree.root, tree.ca.key));
         // A new certificate: who signed one is remembered by the process.

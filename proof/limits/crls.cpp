@@ -173,17 +173,17 @@ void tries16CarriedSigners(Probe& probe) {
 
 // Certificates in a store with the key of the CRL's signer, but without a path to the root.
 void follows16Paths(Probe& probe) {
-    const Identity nobody = rootCa("nobody");
+    const Identity stranger = rootCa("stranger");
     for (const int numBad : {15, 16}) {
         const CrlScene scene;
         const Identity signer = otherKeyOf(scene);
         Bytes all;
         for (int i = 0; i < numBad; ++i) {
-            const Identity bad = issue(nobody, {.commonName = "ca",
-                                                .key = signer.key,
-                                                .serial = Bytes{0x10, static_cast<std::uint8_t>(i)},
-                                                .ca = true,
-                                                .keyIdentifiers = false});
+            const Identity bad = issue(stranger, {.commonName = "ca",
+                                                  .key = signer.key,
+                                                  .serial = Bytes{0x10, static_cast<std::uint8_t>(i)},
+                                                  .ca = true,
+                                                  .keyIdentifiers = false});
             const Bytes pem = bytesOf(bad.certificatePem());
             all.insert(all.end(), pem.begin(), pem.end());
         }

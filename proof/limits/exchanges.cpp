@@ -54,6 +54,20 @@ Bytes headOf(std::size_t size, std::string first, const std::string& last) {
     return bytesOf(first + last);
 }
 
+// The extension of a chunk is as long as the server wants.
+void reads16MiBOfChunks(Probe& probe) {
+    const Machine machine;
+    std::string extension;
+    HttpServer server([&extension](const HttpRequest&) {
+        return HttpReply{.rawReply = bytesOf("HTTP/1.1 200 OK\r\nTransfer-Encoding: chunked\r\n\r\n1;" + extension +
+                                             "\r\nx\r\n0\r\n\r\n")};
+    });
+    extension.assign(15 * kMiB, 'e');
+    probe.expect(post(server.url()).body.size() == 1, "a chunk with 15 MiB around it is read");
+    extension.assign(17 * kMiB, 'e');
+    probe.expect(post(server.url()).status == 0, "17 MiB are refused");
+}
+
 void reads64KiBOfHeader(Probe& probe) {
     const Machine machine;
     constexpr std::size_t kLimit = 65536;
@@ -305,6 +319,7 @@ std::vector<Driver> exchangeDrivers() {
     constexpr const char* kRedirect = "a redirect";
     return {
         {kResponse, "1 MiB of body, counted as it arrives", readsOneMiB},
+        {kResponse, "in chunks 16 MiB with all that is around it", reads16MiBOfChunks},
         {kResponse, "64 KiB of header lines for each hop", reads64KiBOfHeader},
         {kResponse, "15 s", takes15Seconds, 15},
         {kResponse, "at most 3 redirects", follows3Redirects},

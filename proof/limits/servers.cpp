@@ -135,7 +135,7 @@ void takes30Seconds(Probe& probe) {
     if (!hasCommand(probe)) {
         return;
     }
-    const int silent = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);  // the system accepts, nobody answers
+    const int silent = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);  // the system accepts, no program answers
     require(::listen(silent, 8) == 0, "listening");
     sockaddr_in place{};
     socklen_t size = sizeof place;

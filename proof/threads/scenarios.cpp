@@ -65,19 +65,23 @@ int takePaths(const Scene& scene, unsigned seed) {
     });
 }
 
-// One Checker and one SilentResponders, as docs/threading.md recommends.
+// One Checker and one SilentResponders, as docs/threading.md recommends. The first responder refuses connections, which
+// all threads note and look up.
 int shareChecker(const Scene& scene, unsigned seed) {
     tallow::Trust trust;
     trust.addRoots(scene.root.certificate)
         .addCertificates(scene.ca.certificate)
         .addCrls(scene.rootCrl)
         .addCrls(scene.caCrl);
+    const auto silent = std::make_shared<tallow::SilentResponders>();
     const tallow::Checker checker(trust, {.timeout = std::chrono::seconds(30),
-                                          .responders = {scene.responderUrl()},
+                                          .responders = {"http://127.0.0.1:1/", scene.responderUrl()},
                                           .downloads = false,
-                                          .silent = std::make_shared<tallow::SilentResponders>()});
+                                          .silent = silent});
     return onThreads(kThreads, [&](int thread) {
-        int failures = 0;
+        const std::string own = "http://127.0.0.1:" + std::to_string(2 + thread);
+        silent->add(own, "refused");
+        int failures = silent->reasonFor(own) ? 0 : wrong("silent responders", own);
         for (int round = 0; round < kRounds; ++round) {
             switch ((static_cast<unsigned>(thread + round) + seed) % 3) {
                 case 0: {
@@ -216,7 +220,8 @@ int passQuestions(const Scene& scene, unsigned) {
     return failures;
 }
 
-// One chain engine, its chain and one provider; each thread has its own last error.
+// One chain engine, its chain, a certificate with its properties, and one provider with its list of algorithms; each
+// thread has its own last error.
 int shareEngine(const Scene& scene, unsigned) {
     HCERTSTORE store = CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
     const HCERTSTORE roots = CertOpenStore(CERT_STORE_PROV_MEMORY, 0, 0, 0, nullptr);
@@ -256,6 +261,11 @@ int shareEngine(const Scene& scene, unsigned) {
             CryptContextAddRef(provider, nullptr, 0);
             own += CryptGenRandom(provider, random.size(), random.data()) != 0 ? 0 : wrong("random numbers", "none");
             CryptReleaseContext(provider, 0);
+            DWORD size = random.size();
+            CertGetCertificateContextProperty(subject, CERT_MD5_HASH_PROP_ID, random.data(), &size);
+            std::array<BYTE, 64> algorithm{};
+            size = algorithm.size();
+            CryptGetProvParam(provider, PP_ENUMALGS, algorithm.data(), &size, CRYPT_FIRST);
             SetLastError(static_cast<DWORD>(1000 + thread));
             std::this_thread::yield();
             own += GetLastError() == static_cast<DWORD>(1000 + thread) ? 0 : wrong("last error", "of another thread");

@@ -1,3 +1,4 @@
+#include <iterator>
 #include <stdexcept>
 #include <string>
 
@@ -43,6 +44,23 @@ TEST(NameText, BoundsTheLengthOfKnownValues) {
     EXPECT_THAT(
         thrownStatus([&] { CATAVRegister::valueFromStr("2.5.4.3", (longest + L"a").c_str(), kStringTypeDefault); }),
         IsStatus(status::kInvalidArgument));
+}
+
+TEST(AttributeRegister, AppendsACopyWithItsTexts) {
+    {
+        std::string oid = "0.9.2342.19200300.100.1.1";
+        std::wstring name = L"UserIdentifier";
+        const CATAVRegister added(oid.c_str(), name.c_str(), kStringTypeUTF8, 3);
+        oid.assign(oid.size(), 'x');
+        name.assign(name.size(), L'x');
+    }
+    const auto found = CATAVRegister::find(L"UserIdentifier");
+    ASSERT_NE(found, CATAVRegister::registered().end());
+    EXPECT_EQ(found->oid(), "0.9.2342.19200300.100.1.1");
+    EXPECT_EQ(std::next(found), CATAVRegister::registered().end());
+    EXPECT_EQ(CATAVRegister::registered().begin()->name(), L"CN");
+    EXPECT_EQ(std::distance(CATAVRegister::registered().begin(), found), 22);
+    EXPECT_STREQ(CName(L"CN=a,UserIdentifier=b").toString().c_str(), L"CN=a,UserIdentifier=b");
 }
 
 TEST(NameText, EditsOneElement) {

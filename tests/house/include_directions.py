@@ -59,7 +59,7 @@ for parent, families in FAMILIES.items():
 for subject in ("asn1rt", "schema", "handles", "foundation", "asn1", "message", "client", "checker", "platform", "cli",
                 "package"):
     ALLOWED[f"tests/{subject}"] = {subject, "tests/support", "tests/scripted_service", "tests/data", "schema", "asn1rt"}
-# Whoever uses the library from outside sees what is installed.
+# Programs that use the library from outside see what is installed.
 OUTSIDE = {"cli", "cli/server", "examples", "python"}
 # Code that is not delivered: any public header, and any third-party one.
 UNDELIVERED = {"tests", "fuzz", "bench", "proof"}

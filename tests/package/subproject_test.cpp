@@ -101,7 +101,7 @@ TEST_F(Subproject, HasTheModuleForHttpBesideTheLibraryWhereverThatIsBuilt) {
 }
 
 // The linker takes nothing out of an archive for a weak reference: a program would run without time limits, isolation
-// and the rules for redirects, and nobody would notice.
+// and the rules for redirects, and no other test would notice.
 TEST_F(Subproject, StaticLibraryNeedsAllServices) {
     const std::string symbols = run({"nm", "-u", file("static/" TALLOW_LIBDIR "/libtallow.a")}).out;
     EXPECT_THAT(symbols, HasSubstr(" U crypto_begin_check\n"));

@@ -114,7 +114,7 @@ bool CertificateBody::parseOuter() {
         return false;
     }
     tbs_ = tbs.whole;
-    // The signature does not cover what is around the signed structure: in another form anybody could give the same
+    // The signature does not cover what is around the signed structure: in another form an attacker could give the same
     // certificate another thumbprint.
     return whole.isShortest() && isAlgorithmShortest && signature.isShortest() && parseToBeSigned() &&
            std::strcmp(outerAlgorithm.pszObjId, info_.SignatureAlgorithm.pszObjId) == 0;

@@ -93,7 +93,7 @@ long fetchTimeoutMs(HCERTCHAINENGINE engine, const CERT_CHAIN_PARA& parameters) 
     return record != nullptr && record->fetchTimeoutMs != 0 ? record->fetchTimeoutMs : chainLimits().fetchTimeoutMs;
 }
 
-// The check that leaves out the root is that of a requestor's certificate, which anybody can have put into a request:
+// The check that leaves out the root is that of a requestor's certificate, which the sender of a request chooses:
 // its addresses are not asked.
 bool mayAskAddresses(DWORD flags) {
     return (flags & (CERT_CHAIN_CACHE_ONLY_URL_RETRIEVAL | CERT_CHAIN_REVOCATION_CHECK_CHAIN_EXCLUDE_ROOT)) == 0;

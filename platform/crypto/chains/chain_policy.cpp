@@ -25,7 +25,7 @@
 //   OCSP_CHAIN_REVOCATION_UNKNOWN   the chain was built without a look at CRLs, or none was available; no refusal
 //
 // Both times count. The signer chooses producedAt, so the holder of the key of an expired certificate can write a time
-// at which it was still valid. The time of the chain is the caller's: whoever verifies a stored response for a past
+// at which it was still valid. The time of the chain is the caller's: one that verifies a stored response for a past
 // time builds the chain for that time.
 //
 // rgAuthorized is zero throughout when anything above refuses. Else an entry is authorised when
@@ -206,7 +206,7 @@ private:
 };
 
 // The key hash of an entry covers the bits of the key and not the parameters of its algorithm (RFC 6960, 4.1.1). The
-// identifier of a named curve is a parameter too, but nobody can find another curve for the same point.
+// identifier of a named curve is a parameter too, but an attacker cannot find another curve for the same point.
 bool isKeyCoveredByHash(const Certificate& certificate) {
     const CRYPT_ALGORITHM_IDENTIFIER& algorithm = certificate.info().SubjectPublicKeyInfo.Algorithm;
     const Algorithm* const row = findAlgorithm(algorithm.pszObjId, CRYPT_PUBKEY_ALG_OID_GROUP_ID);

@@ -49,6 +49,13 @@ void Arrival::reset() {
     *this = std::move(empty);
 }
 
+bool Arrival::exceedsWith(std::uint64_t octetsReceived) {
+    numReceived = octetsReceived;
+    const bool isTooMuch = hasCoding && numReceived / kMostAround > maxBodySize;
+    breach = isTooMuch ? Breach::kAround : breach;
+    return isTooMuch;
+}
+
 bool Arrival::isExact() const {
     return numStatusLines == 1 && numLengths == 1 && !hasCoding && std::cmp_equal(body.size(), length);
 }
@@ -96,6 +103,9 @@ std::string Arrival::breachText(long long announced, const char* sizeSetting) co
             return "Content-Length is no number";
         case Breach::kLengths:
             return "there are two Content-Length lines that differ";
+        case Breach::kAround:
+            return "the body comes in chunks that take more than " + std::to_string(kMostAround) + " times " +
+                   std::to_string(maxBodySize) + " octets (setting " + sizeSetting + ')';
         case Breach::kHeaderLine:
             return "a header line is too long to be read";
         case Breach::kHeaderEnd:

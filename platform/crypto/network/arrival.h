@@ -10,7 +10,7 @@
 namespace tallow::platform {
 
 // Our own reason to end a transfer, or not to accept it.
-enum class Breach { kNone, kBodySize, kHeaderSize, kHeaderLine, kHeaderEnd, kCoding, kLength, kLengths };
+enum class Breach { kNone, kBodySize, kHeaderSize, kHeaderLine, kHeaderEnd, kCoding, kLength, kLengths, kAround };
 
 struct Arrival {
     Bytes body;
@@ -20,17 +20,23 @@ struct Arrival {
     int numLengths = 0;      // Content-Length lines
     std::int64_t length = kNoLength;
     bool isHeaderComplete = false;
-    bool hasCoding = false;  // a Transfer-Encoding line
+    bool hasCoding = false;         // a Transfer-Encoding line
+    std::uint64_t numReceived = 0;  // octets, with what is around header and body
     std::size_t maxBodySize = 0;
     std::size_t maxHeaderSize = 0;
 
     // Before the next hop.
     void reset();
 
+    // Counts what is around the chunks of a body, too, which libcurl reads without end. True when it is too much.
+    bool exceedsWith(std::uint64_t octetsReceived);
+
     // One answer that ends exactly where its header says. After any other, the connection is not used again.
     bool isExact() const;
 
     static constexpr std::int64_t kNoLength = -1;
+    // A body in chunks may take so many times its largest size. Chunks of one octet take six times theirs.
+    static constexpr std::uint64_t kMostAround = 16;
 
     // The limit that was exceeded, in words; empty when none was. `announced` is the Content-Length, -1 for none;
     // `sizeSetting` names the setting that limits the body.

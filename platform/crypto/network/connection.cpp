@@ -1,5 +1,7 @@
 #include "platform/crypto/network/connection.h"
 
+#include <linux/tcp.h>
+#include <netinet/in.h>
 #include <poll.h>
 
 #include <algorithm>
@@ -37,7 +39,15 @@ curl_socket_t Connection::onOpenSocket(void* target, curlsocktype /*purpose*/, c
         std::memcpy(&*reach.refused, &address->addr, std::min<std::size_t>(address->addrlen, sizeof *reach.refused));
         return CURL_SOCKET_BAD;
     }
-    return ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    const curl_socket_t opened = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    *std::find(connection.open_.begin(), connection.open_.end() - 1, CURL_SOCKET_BAD) = opened;
+    return opened;
+}
+
+int Connection::onCloseSocket(void* target, curl_socket_t socket) {
+    auto& open = static_cast<Connection*>(target)->open_;
+    std::replace(open.begin(), open.end(), socket, CURL_SOCKET_BAD);
+    return ::close(socket);
 }
 
 // OpenSSL skips some messages without returning to libcurl, which looks at the time only then. A server that sends them
@@ -92,6 +102,18 @@ bool Connection::isLeftClean(std::size_t sizeSent) const {
            version == CURL_HTTP_VERSION_1_1 &&
            curl_easy_getinfo(easy_.get(), CURLINFO_SIZE_UPLOAD_T, &sent) == CURLE_OK &&
            sent == static_cast<curl_off_t>(sizeSent) && isSilent(activeSocket());
+}
+
+std::uint64_t Connection::octetsReceived() const noexcept {
+    std::uint64_t most = 0;
+    for (const curl_socket_t socket : open_) {
+        tcp_info info{};
+        socklen_t size = sizeof info;
+        if (socket != CURL_SOCKET_BAD && ::getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &size) == 0) {
+            most = std::max<std::uint64_t>(most, info.tcpi_bytes_received);
+        }
+    }
+    return most;
 }
 
 void Connection::park() noexcept {

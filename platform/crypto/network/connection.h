@@ -11,8 +11,10 @@
 #include <sys/socket.h>
 #include <unistd.h>
 
+#include <array>
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <optional>
 
@@ -60,6 +62,8 @@ public:
     // How long to wait for the first octet of an answer over a connection that was parked: some servers answer once and
     // then leave the connection open. Far longer than the last answer took.
     std::chrono::milliseconds patience() const noexcept { return std::chrono::seconds(1) + 4 * answeredAfter_; }
+    // Octets that arrived so far, with all that is around header and body; 0 where the system does not count them.
+    std::uint64_t octetsReceived() const noexcept;
     // Of the server of a parked connection.
     AddressClass peerClass() const noexcept { return peerClass_; }
     Clock::time_point openedAt() const noexcept { return openedAt_; }
@@ -70,8 +74,9 @@ public:
     // When to give up a transfer that no header line has arrived for.
     Clock::time_point answerBy = Clock::time_point::max();
 
-    // CURLOPT_OPENSOCKETFUNCTION and CURLOPT_SSL_CTX_FUNCTION; `target` is the object.
+    // CURLOPT_OPENSOCKETFUNCTION, CURLOPT_CLOSESOCKETFUNCTION and CURLOPT_SSL_CTX_FUNCTION; `target` is the object.
     static curl_socket_t onOpenSocket(void* target, curlsocktype purpose, curl_sockaddr* address);
+    static int onCloseSocket(void* target, curl_socket_t socket);
     static CURLcode onTlsContext(CURL* easy, void* context, void* target);
 
 private:
@@ -93,6 +98,8 @@ private:
     Clock::time_point openedAt_ = Clock::now();
     bool isReused_ = false;
     curl_socket_t socket_ = CURL_SOCKET_BAD;  // of a parked connection
+    // Those that libcurl has opened: it tries several addresses at a time, and names the one in use only at the end.
+    std::array<curl_socket_t, 4> open_ = {CURL_SOCKET_BAD, CURL_SOCKET_BAD, CURL_SOCKET_BAD, CURL_SOCKET_BAD};
     AddressClass peerClass_ = AddressClass::kSpecial;
     std::chrono::milliseconds answeredAfter_{0};  // the last answer
     SSL* session_ = nullptr;                      // of the connection, which owns it; null without TLS

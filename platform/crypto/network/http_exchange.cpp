@@ -7,12 +7,9 @@
 #include <cstdint>
 #include <memory>
 #include <mutex>
-#include <new>
 #include <optional>
-#include <string_view>
 #include <system_error>
 
-#include "platform/crypto/certificates/system_store.h"
 #include "platform/crypto/network/arrival.h"
 #include "platform/crypto/network/check_scope.h"
 #include "platform/crypto/network/connection.h"
@@ -21,6 +18,7 @@
 #include "platform/crypto/network/exchange_note.h"
 #include "platform/crypto/network/exchange_text.h"
 #include "platform/crypto/network/http_address.h"
+#include "platform/crypto/network/http_options.h"
 #include "platform/crypto/network/http_status.h"
 #include "platform/support/fork_gate.h"
 
@@ -29,11 +27,6 @@ namespace tallow::platform {
 namespace {
 
 using Clock = std::chrono::steady_clock;
-
-struct ListFree {
-    void operator()(curl_slist* list) const noexcept { curl_slist_free_all(list); }
-};
-using HeaderList = std::unique_ptr<curl_slist, ListFree>;
 
 DWORD errorOf(CURLcode code) {
     switch (code) {
@@ -73,153 +66,6 @@ DWORD errorOf(CURLcode code) {
 
 long millisecondsUntil(Clock::time_point deadline) {
     return std::chrono::duration_cast<std::chrono::milliseconds>(deadline - Clock::now()).count();
-}
-
-// Sets the options of one handle and keeps the first failure. An option that was not set could mean an exchange without
-// the proxy, a time limit or the check of the peer, so the exchange must not begin then.
-class Options {
-public:
-    explicit Options(CURL* easy) : easy_(easy) {}
-
-    template <typename Value>
-    void set(CURLoption option, Value value) {
-        if (code_ == CURLE_OK) {
-            code_ = curl_easy_setopt(easy_, option, value);
-        }
-    }
-    CURLcode code() const { return code_; }
-
-private:
-    CURL* easy_;
-    CURLcode code_ = CURLE_OK;
-};
-
-// False when memory ran out: a missing header would change the request.
-bool makeHeaders(const HttpCall& call, HeaderList& list) {
-    const auto append = [&list](const char* line) {
-        curl_slist* const longer = curl_slist_append(list.get(), line);
-        if (longer != nullptr) {
-            static_cast<void>(list.release());
-            list.reset(longer);
-        }
-        return longer != nullptr;
-    };
-    for (const std::string& header : call.headers) {
-        if (!append(header.c_str())) {
-            return false;
-        }
-    }
-    // The body is small: waiting for a "100 Continue" would cost a second where none comes.
-    return !call.post || append("Expect:");
-}
-
-// ---- Options --------------------------------------------------------------------------------------------------------
-
-// Connection::onTlsContext needs a libcurl built with OpenSSL. Another one is not used for TLS at all.
-bool isTlsOfOpenSsl() {
-    const curl_version_info_data* const info = curl_version_info(CURLVERSION_NOW);
-    return info != nullptr && info->ssl_version != nullptr &&
-           std::string_view(info->ssl_version).starts_with("OpenSSL/");
-}
-
-void setCommonOptions(Options& options, const ExchangeLimits& limits, Arrival& arrival, Connection& connection) {
-    options.set(CURLOPT_NOSIGNAL, 1L);
-    // A name lookup cannot be cancelled: its thread ends by itself, and nothing waits for it beyond the deadline.
-    options.set(CURLOPT_QUICK_EXIT, 1L);
-    options.set(CURLOPT_PROTOCOLS_STR, isTlsOfOpenSsl() ? "http,https" : "http");
-    options.set(CURLOPT_HTTP_VERSION, static_cast<long>(CURL_HTTP_VERSION_1_1));
-    options.set(CURLOPT_FOLLOWLOCATION, 0L);  // each hop is checked here first
-    options.set(CURLOPT_DISALLOW_USERNAME_IN_URL, 1L);
-    options.set(CURLOPT_HTTP_CONTENT_DECODING, 0L);
-    options.set(CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
-    options.set(CURLOPT_SSL_VERIFYPEER, 1L);
-    options.set(CURLOPT_SSL_VERIFYHOST, 2L);
-    // Named here, so that it does not depend on how libcurl was built. Empty while the settings are broken: then no
-    // peer is trusted.
-    const std::string bundle = systemBundle();
-    options.set(CURLOPT_CAINFO, bundle.c_str());
-    options.set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
-    options.set(CURLOPT_PROXY_CAINFO, bundle.c_str());
-    options.set(CURLOPT_PROXY_CAPATH, static_cast<const char*>(nullptr));
-    if (isTlsOfOpenSsl()) {
-        options.set(CURLOPT_SSL_CTX_FUNCTION, Connection::onTlsContext);
-        options.set(CURLOPT_SSL_CTX_DATA, &connection);
-    }
-    options.set(CURLOPT_CONNECTTIMEOUT_MS, limits.connectTimeoutMs);
-    options.set(CURLOPT_SHARE, connection.share());
-    options.set(CURLOPT_OPENSOCKETFUNCTION, Connection::onOpenSocket);
-    options.set(CURLOPT_OPENSOCKETDATA, &connection);
-    options.set(CURLOPT_WRITEFUNCTION, Arrival::onBody);
-    options.set(CURLOPT_WRITEDATA, &arrival);
-    options.set(CURLOPT_HEADERFUNCTION, Arrival::onHeader);
-    options.set(CURLOPT_HEADERDATA, &arrival);
-}
-
-// With CURLAUTH_ONLY libcurl waits for a challenge even if only one scheme is permitted.
-long schemesOf(DWORD bits) {
-    unsigned long schemes = (bits & CRYPTO_AUTH_BASIC) != 0 ? CURLAUTH_BASIC : 0;
-    schemes |= (bits & CRYPTO_AUTH_NTLM) != 0 ? CURLAUTH_NTLM : 0;
-    schemes |= (bits & CRYPTO_AUTH_DIGEST) != 0 ? CURLAUTH_DIGEST : 0;
-    return static_cast<long>(schemes | CURLAUTH_ONLY);
-}
-
-void setLogin(Options& options, const Login& login, DWORD schemes) {
-    const bool isUsed = !login.empty() && (schemes & CRYPTO_AUTH_ALL) != 0;
-    options.set(CURLOPT_USERNAME, isUsed ? login.name.c_str() : nullptr);
-    options.set(CURLOPT_PASSWORD, isUsed ? login.password.c_str() : nullptr);
-    options.set(CURLOPT_HTTPAUTH, isUsed ? schemesOf(schemes) : static_cast<long>(CURLAUTH_BASIC));
-}
-
-struct Proxy {
-    std::string address;  // without a login; empty: none
-    Login login;
-};
-
-// Returns 0 or the error of an address that cannot be taken apart.
-DWORD readProxy(const HttpCall& call, Proxy& proxy) {
-    proxy.address = call.proxy;
-    if (const DWORD error = takeProxyLogin(proxy.address, proxy.login); error != 0) {
-        return error;
-    }
-    if (!call.proxyCredentials.empty()) {
-        const std::size_t colon = std::min(call.proxyCredentials.find(':'), call.proxyCredentials.size());
-        proxy.login.name = call.proxyCredentials.substr(0, colon);
-        proxy.login.password =
-            colon < call.proxyCredentials.size() ? call.proxyCredentials.substr(colon + 1) : std::string();
-    }
-    return 0;
-}
-
-void setProxy(Options& options, const Proxy& proxy, DWORD schemes) {
-    options.set(CURLOPT_PROXY, proxy.address.c_str());  // empty, not unset: unset would ask the environment
-    options.set(CURLOPT_NOPROXY, "");
-    if (!proxy.login.empty() && (schemes & CRYPTO_AUTH_ALL) != 0) {
-        options.set(CURLOPT_PROXYUSERNAME, proxy.login.name.c_str());
-        options.set(CURLOPT_PROXYPASSWORD, proxy.login.password.c_str());
-        options.set(CURLOPT_PROXYAUTH, schemesOf(schemes));
-    }
-}
-
-void setRequest(Options& options, const HttpCall& call, const curl_slist* headers) {
-    if (call.post) {
-        options.set(CURLOPT_POST, 1L);
-        options.set(CURLOPT_POSTFIELDSIZE_LARGE, static_cast<curl_off_t>(call.body.size()));
-        options.set(CURLOPT_POSTFIELDS, call.body.empty() ? "" : reinterpret_cast<const char*>(call.body.data()));
-    }
-    options.set(CURLOPT_HTTPHEADER, headers);
-    if (!call.userAgent.empty()) {
-        options.set(CURLOPT_USERAGENT, call.userAgent.c_str());
-    }
-}
-
-// A line break in one of these would inject a header line; libcurl does not reject it.
-bool isOneLine(const std::string& text) {
-    return std::none_of(text.begin(), text.end(), [](unsigned char c) { return (c < 0x20 && c != '\t') || c == 0x7F; });
-}
-
-bool isSendable(const HttpCall& call) {
-    return isOneLine(call.userAgent) && isOneLine(call.proxyCredentials) &&
-           std::all_of(call.headers.begin(), call.headers.end(), isOneLine);
 }
 
 bool isRedirect(long status) {
@@ -315,6 +161,7 @@ private:
     // Those of the hop. The connection refers to the members above.
     std::string key_;  // of the pool; empty: the connection is for this exchange only
     bool isExact_ = false;
+    std::uint64_t receivedBefore_ = 0;  // over the connection, by other exchanges
     std::unique_ptr<Connection> connection_;
 };
 
@@ -345,7 +192,8 @@ CURLcode Exchange::transfer(const HttpAddress& address, const Reach& reach) {
     }
     connection_->deadline = deadline_;
     connection_->reach = reach;
-    Options options(connection_->easy());
+    receivedBefore_ = connection_->octetsReceived();
+    HttpOptions options(connection_->easy());
     setCommonOptions(options, limits_, arrival_, *connection_);
     options.set(CURLOPT_NOPROGRESS, 0L);
     options.set(CURLOPT_XFERINFOFUNCTION, onProgress);
@@ -371,22 +219,20 @@ CURLcode Exchange::transfer(const HttpAddress& address, const Reach& reach) {
     return isLate ? CURLE_OPERATION_TIMEDOUT : endOf(code);
 }
 
-// Corrects what libcurl makes of a header: one that was cut counts as complete there, and a line that is too long as
-// exhausted memory. Where memory is exhausted, an allocation of that size fails as well.
+// Corrects what libcurl makes of a header: one that was cut counts as complete there, and a line that is too long,
+// which is read in pieces of up to 16 KiB, as exhausted memory.
 CURLcode Exchange::endOf(CURLcode code) {
+    constexpr std::size_t kLongLine = 64 * 1024;  // libcurl reads at most 100 KiB
     if (code == CURLE_OK && !arrival_.isHeaderComplete) {
         arrival_.breach = Breach::kHeaderEnd;
         return CURLE_PARTIAL_FILE;
     }
-    constexpr std::size_t kLongestLine = 100 * 1024;
-    curl_off_t beganAfter = 0;
-    static_cast<void>(curl_easy_getinfo(connection_->easy(), CURLINFO_STARTTRANSFER_TIME_T, &beganAfter));
-    if (code == CURLE_OUT_OF_MEMORY && beganAfter > 0 &&
-        std::unique_ptr<char[]>(new (std::nothrow) char[kLongestLine]) != nullptr) {
+    if (code == CURLE_OUT_OF_MEMORY && !arrival_.isHeaderComplete &&
+        arrival_.numReceived > arrival_.headerSize + kLongLine) {
         arrival_.breach = Breach::kHeaderLine;
         return CURLE_WEIRD_SERVER_REPLY;
     }
-    return code;
+    return arrival_.breach == Breach::kAround ? CURLE_WRITE_ERROR : code;
 }
 
 long Exchange::statusReceived() const {
@@ -420,10 +266,13 @@ bool Exchange::isWithoutAnswer(CURLcode code) const {
     }
 }
 
-// Called at least once a second.
+// Called after each read, and at least once a second.
 int Exchange::onProgress(void* target, curl_off_t, curl_off_t, curl_off_t, curl_off_t) {
-    const auto& exchange = *static_cast<const Exchange*>(target);
-    return exchange.arrival_.headerSize == 0 && Clock::now() >= exchange.connection_->answerBy ? 1 : 0;
+    auto& exchange = *static_cast<Exchange*>(target);
+    const std::uint64_t received = exchange.connection_->octetsReceived();
+    const bool isTooMuch = exchange.arrival_.exceedsWith(received - std::min(received, exchange.receivedBefore_));
+    const bool isSilent = exchange.arrival_.headerSize == 0 && Clock::now() >= exchange.connection_->answerBy;
+    return isTooMuch || isSilent ? 1 : 0;
 }
 
 std::optional<CURLcode> Exchange::transferOverIdle(const HttpAddress& address, const Reach& reach) {
