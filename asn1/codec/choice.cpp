@@ -5,8 +5,6 @@
 
 namespace Orvane::ASN1 {
 
-ChoiceValueTraits::~ChoiceValueTraits() = default;
-
 Choice::~Choice() = default;
 
 void Choice::put(unsigned int type, const void* argument) {

@@ -20,7 +20,9 @@ namespace Orvane::ASN1 {
 /// given to it must point to a value of that alternative's type; nothing can check that.
 class TALLOW_EXPORT ChoiceValueTraits {
 public:
-    virtual ~ChoiceValueTraits();
+    // The compiler runs it, so that the instances are never destroyed: other threads may use them while the process
+    // ends.
+    constexpr virtual ~ChoiceValueTraits() = default;
     /// Whether this object handles alternative `type`.
     virtual bool isType(unsigned int type) const = 0;
     /// Destroys and frees `value`; null is allowed.
@@ -38,6 +40,8 @@ public:
 template <class T, unsigned int n>
 class ChoiceValueTraitsT final : public ChoiceValueTraits {
 public:
+    constexpr ChoiceValueTraitsT() = default;
+    constexpr ~ChoiceValueTraitsT() override {}  // NOLINT(modernize-use-equals-default): needed at once
     bool isType(unsigned int type) const override { return type == n; }
     void deleteValue(void* value) const override { delete static_cast<T*>(value); }
     void* newValue(const void* source) const override { return new T(*static_cast<const T*>(source)); }
@@ -49,7 +53,7 @@ public:
 };
 
 template <class T, unsigned int n>
-inline const ChoiceValueTraitsT<T, n> ChoiceValueTraitsT<T, n>::instance{};
+inline constexpr ChoiceValueTraitsT<T, n> ChoiceValueTraitsT<T, n>::instance{};
 
 /// For nothing held, and for alternatives without support. Its copy is that of the one pointer-sized word at `source`.
 using NoChoiceValue = ChoiceValueTraitsT<void*, 0>;
