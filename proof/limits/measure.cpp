@@ -223,7 +223,11 @@ int directoriesOpened(const std::function<void()>& run) {
 }
 
 void onSmallStack(const std::function<void()>& run) {
+#ifdef PROOF_SANITIZED
+    constexpr std::size_t kStack = std::size_t{1} << 20;  // frames are far larger
+#else
     constexpr std::size_t kStack = std::size_t{64} << 10;
+#endif
     pthread_attr_t attributes;
     pthread_t thread{};
     ::pthread_attr_init(&attributes);

@@ -17,9 +17,9 @@ namespace proof {
 
 namespace {
 
-#if defined(__SANITIZE_THREAD__)
-// There a child may wait for ever: for the allocator of ThreadSanitizer, which another thread had locked, or in its
-// pthread_once, which does not begin again in a child as that of the C library does.
+#if defined(__SANITIZE_THREAD__) || defined(__SANITIZE_ADDRESS__)
+// There a child may wait for ever: for the allocator of the sanitizer, which another thread had locked, or in the
+// pthread_once of ThreadSanitizer, which does not begin again in a child as that of the C library does.
 constexpr unsigned kSecondsOfChild = 10;
 #else
 constexpr unsigned kSecondsOfChild = 0;  // no limit but that of the case
