@@ -35,6 +35,7 @@
 #include "cli/verify.h"
 #include "cli/verify_request.h"
 #include "handles/status.h"
+#include "platform/crypto/crypto_service.h"
 
 namespace {
 
@@ -91,6 +92,14 @@ void forgetEnvironment() {
 }
 
 using Results = std::vector<CheckResult>;
+
+// A server that cannot be used makes a run slower, not wrong.
+Outcome withCacheWarning(Outcome outcome) {
+    if (const char* const fault = crypto_cache_fault()) {
+        outcome.err += "tallow: " + safeLine(fault) + '\n';
+    }
+    return outcome;
+}
 
 // Settings that were found broken when a value was read are the cause, whatever failed then. The failures of `printed`
 // are printed already.
@@ -257,7 +266,7 @@ int run(int argc, char** argv) {
         if (const std::optional<int> end = readCommandLine(argc, argv, options)) {
             return statusOfPrinted(*end);
         }
-        return finish(std::visit(Run(), options), isOutputTaken(options));
+        return finish(withCacheWarning(std::visit(Run(), options)), isOutputTaken(options));
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const UsageError& error) {

@@ -57,6 +57,11 @@ bool isAbsoluteOrEmpty(const std::string& text) {
     return text.empty() || isAbsolute(text);
 }
 
+bool isServerOrEmpty(const std::string& text) {
+    const std::size_t host = text.starts_with("redis://") ? 8 : text.starts_with("rediss://") ? 9 : std::string::npos;
+    return text.empty() || (host < text.size() && text.find('@') == std::string::npos);
+}
+
 bool isAddressOrEmpty(const std::string& text) {
     return text.empty() || isAddress(text);
 }
@@ -92,6 +97,11 @@ constexpr Form kForms[] = {
     {"user_stores", isAbsolute, kPath, kPathRemedy},
     {"system_bundle", isAbsolute, kPath, kPathRemedy},
     {"url_cache", isAbsoluteOrEmpty, kPath, kPathRemedy},
+    {"cache", isServerOrEmpty, "is no address of a Redis server without a login",
+     "write one such as \"redis://cache.example:6379/0\", and the login into cache_user and cache_password_file"},
+    {"cache_password_file", isAbsoluteOrEmpty, kPath, kPathRemedy},
+    {"cache_ca_file", isAbsoluteOrEmpty, kPath, kPathRemedy},
+    {"cache_key_file", isAbsoluteOrEmpty, kPath, kPathRemedy},
 };
 
 ValueFault faultOfTexts(const Setting& setting) {

@@ -5,7 +5,7 @@
 #include <cstring>
 #include <filesystem>
 
-#include "platform/crypto/network/url_cache.h"
+#include "platform/crypto/network/directory_cache.h"
 #include "tests/support/temp_dir.h"
 
 namespace {
@@ -33,9 +33,9 @@ std::string entryIn(const std::filesystem::path& folder) {
 
 extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
     static const testkit::TempDir folder;
-    static const tallow::platform::UrlCache cache(folder.file("cache"));
+    static const tallow::platform::DirectoryCache cache(folder.file("cache"));
     static const Bytes answer{'a', 'n', 's', 'w', 'e', 'r'};
-    cache.keep(kUrl, answer);
+    cache.keep(kUrl, answer, 60);
     require(cache.find(kUrl, 60, nullptr) == answer);
     const std::string entry = "cache/" + entryIn(folder.file("cache"));
     const Bytes written = testkit::readFile(folder.file(entry));

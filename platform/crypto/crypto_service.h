@@ -304,6 +304,11 @@ TALLOW_EXPORT void crypto_end_check(CRYPTO_CHECK* pCheck);
 // The milliseconds that the check of the calling thread has left; 0 when its time is over, 0xFFFFFFFF outside of one.
 TALLOW_EXPORT DWORD crypto_check_time_left(void);
 
+// Why the server of the setting `cache` could not be used, in one line: the first failure of the process. Null when
+// there was none. The text is valid until the process ends, and may contain any character. Not called by the library:
+// a check goes on without the cache; for programs that warn their users.
+TALLOW_EXPORT LPCSTR crypto_cache_fault(void);
+
 // Removes the response for `pszUrl` from the cache of CryptRetrieveObjectByUrlW. TRUE when none is cached afterwards.
 TALLOW_EXPORT BOOL crypto_forget_response(LPCWSTR pszUrl);
 

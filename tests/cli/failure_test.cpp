@@ -65,6 +65,19 @@ TEST_F(CheckErrors, DistinguishUnreachableRespondersFromNoneKnown) {
                 "0x80072EE7", {"http://no-such-host.invalid/", "no-such-host.invalid:80: the name is not known"});
 }
 
+TEST_F(CheckErrors, ReportAFailingCacheServerOnceAndGoOnWithoutIt) {
+    const HttpServer crl = serverOf(HttpReply{.body = makeCrl(certs().root, {})});
+    ResponseSpec spec = goodResponse();
+    spec.signer = issue(certs().root, {.extendedKeyUsage = "OCSPSigning", .crlUrls = {crl.url("/crl")}});
+    const HttpServer server = serverOf(spec);
+    const std::string dead = "redis://127.0.0.1:" + std::to_string(closedPort()) + "/0";
+    const ProcessResult run = Command("cache = \"" + dead + "\"\n")
+                                  .check({"--no-nonce", "--url", server.url(), leaf, tallow.file("b", certs().good)});
+    EXPECT_EQ(run.exitStatus, 0) << run.out;
+    EXPECT_EQ(run.err.find("tallow: the cache " + dead + " was not used: "), 0U) << run.err;
+    EXPECT_EQ(numLines(run.err), 1U);
+}
+
 TEST_F(CheckErrors, NameAnIssuerThatDidNotSign) {
     const std::string twin = tallow.file("twin.pem", rootCa("command root"));
     EXPECT_THAT(Command::plain({"check", leaf, twin}).err,

@@ -47,7 +47,7 @@ TEST(Version, NamesTheLibrariesInUse) {
     const std::string number = "[0-9]+\\.[0-9]+\\.[0-9]+";
     EXPECT_THAT(Command::plain({"--version"}).out,
                 MatchesRegex("tallow " + number + "\nOpenSSL: " + number + " .built with " + number +
-                             ".\nlibcurl: built with [^\n]*/libtallow-http[^\n]+\nGOST: [^\n]+\n"));
+                             ".\nlibcurl: built with [^\n]*/libtallow-http[^\n]+\nhiredis: [^\n]+\nGOST: [^\n]+\n"));
 }
 
 TEST(Explain, AcceptsEachFormOfACode) {

@@ -7,7 +7,7 @@ They must not import what ends a process without memory, such as the registratio
 C functions and data are listed one by one, C++ by class and by free function: what a class offers is its header's
 business, but a class that loses its mark vanishes as a whole. Names outside our namespaces must not leak out. Symbols
 of vague linkage (templates, inline functions) may stand in any library and are left alone. Every symbol has a version of
-abi/*.map, except in the module for HTTP, which no program links. --update rewrites the lists.
+abi/*.map, except in the modules, which no program links. --update rewrites the lists.
 """
 import re
 import subprocess
@@ -20,6 +20,7 @@ NAMESPACES = {"Orvane", "PKI", "OCSP", "Client", "ASN1", "ATL", "ATL2", "asn1dat
 GLOBAL_NAMES = ("ASN1", "Asn1", "IsOCSPAuthorized", "DateAdd", "operator==(ASN1", "operator!=(ASN1")
 OPTIONAL = ("crypto_begin_check", "crypto_check_time_left", "crypto_end_check", "crypto_forget_response",
             "support_settings_error", "support_settings_keys")
+MODULES = ("tallow-http", "tallow-redis")
 PREFIXES = r"^(vtable for|typeinfo for|typeinfo name for|VTT for|(non-)?virtual thunk to|guard variable for) "
 
 
@@ -70,7 +71,7 @@ def main():
         entries = {entry_of(s).split("(", 1)[0] for s in exported}
         errors += [f"{name}: leaks {s}" for s in sorted(exported) if not is_ours(s)]
         errors += [f"{name}: {s} has no version" for s in sorted(exported)
-                   if not versions[s] and name != "tallow-http"]
+                   if not versions[s] and name not in MODULES]
         if registers_thread_destructors(library):
             errors.append(f"{name}: has a thread_local object with a destructor")
         if name == "tallow":

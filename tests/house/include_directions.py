@@ -67,6 +67,7 @@ UNDELIVERED = {"tests", "fuzz", "bench", "proof"}
 FOREIGN = {
     "openssl/": {"platform/crypto", "cli/server"},
     "curl/": {"platform/crypto/network"},
+    "hiredis/": {"platform/crypto/network"},
     "toml++/": {"platform"},
     "CLI/": {"cli"},
     "nlohmann/": {"cli"},

@@ -8,7 +8,7 @@
 #include <thread>
 
 #include "platform/crypto/chains/crl_memory.h"
-#include "platform/crypto/network/url_cache.h"
+#include "platform/crypto/network/directory_cache.h"
 #include "tests/platform/trust_fixture.h"
 #include "tests/support/http_server.h"
 #include "tests/support/tlv.h"
@@ -40,10 +40,10 @@ protected:
     }
     // Keeps the CRL that does not list the certificate, until its file can be recognised.
     void remember() {
-        cache.keep(url, notListing);
+        cache.keep(url, notListing, 60);
         std::this_thread::sleep_for(std::chrono::milliseconds(30));
         ASSERT_EQ(errorOf(pki.ca), kGood);
-        ASSERT_GT(service::crlMemory().recall(url).file.size, 0);
+        ASSERT_GT(service::crlMemory().recall(url).stamp.file.size, 0);
     }
     fs::path file() const { return fs::directory_iterator(folder)->path(); }
     // Writes over the octets at the end of the file, in place.
@@ -66,7 +66,7 @@ protected:
     const Pki& pki = Pki::shared();
     TrustWorld world{{pki.root}};
     const fs::path folder = world.file("../cache");
-    const service::UrlCache cache{folder};
+    const service::DirectoryCache cache{folder};
     const std::string url = "http://127.0.0.1:" + std::to_string(closedPort()) + "/ca.crl";
     const Bytes serial = {0x2A};
     const Bytes rootCrl = makeCrl(pki.root, {});
@@ -85,9 +85,9 @@ TEST_F(CrlMemory, EndsWhenTheFileInTheCacheChanges) {
     for (const Row& row : {
              Row{"nothing", [] {}, kGood},
              Row{"written over in place, same size", [&] { overwrite(sameSize); }, kRevoked},
-             Row{"replaced, same size", [&] { cache.keep(url, sameSize); }, kRevoked},
-             Row{"replaced by an older one", [&] { cache.keep(url, older); }, kRevoked},
-             Row{"signed by another CA of the name", [&] { cache.keep(url, makeCrl(newCa, {})); }, kUnknown},
+             Row{"replaced, same size", [&] { cache.keep(url, sameSize, 60); }, kRevoked},
+             Row{"replaced by an older one", [&] { cache.keep(url, older, 60); }, kRevoked},
+             Row{"signed by another CA of the name", [&] { cache.keep(url, makeCrl(newCa, {}), 60); }, kUnknown},
              Row{"truncated", [&] { fs::resize_file(file(), fs::file_size(file()) - 1); }, kUnknown},
              Row{"others may write it", [&] { fs::permissions(file(), fs::perms(0602)); }, kUnknown},
              Row{"removed", [&] { fs::remove(file()); }, kUnknown},
@@ -125,7 +125,7 @@ TEST_F(CrlMemory, IsSharedBetweenThreads) {
     }
     for (int round = 0; round < 40; ++round) {
         const bool isListed = round % 2 == 0;
-        cache.keep(url, isListed ? listing : notListing);
+        cache.keep(url, isListed ? listing : notListing, 60);
         EXPECT_EQ(errorOf(pki.ca), isListed ? kRevoked : kGood);
     }
     stop = true;

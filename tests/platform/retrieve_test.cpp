@@ -12,7 +12,7 @@
 #include <tuple>
 
 #include "platform/crypto/crypto_service.h"
-#include "platform/crypto/network/url_cache.h"
+#include "platform/crypto/network/directory_cache.h"
 #include "tests/platform/environment_fixture.h"
 #include "tests/platform/exchange_fixture.h"
 #include "tests/support/http_server.h"
@@ -152,16 +152,16 @@ TEST_F(RetrieveObjectByUrl, LimitsTheNumberOfEntries) {
     namespace fs = std::filesystem;
     const std::string strange = folder_.write("cache/notes.txt", "keep me");
     fs::permissions(folder_.path() / "cache", fs::perms::owner_all);
-    const tallow::platform::UrlCache cache(folder_.file("cache"));
+    const tallow::platform::DirectoryCache cache(folder_.file("cache"));
     for (int i = 0; i < 1023; ++i) {
         std::string name = std::to_string(i);
         name.insert(0, 64 - name.size(), '0');
         folder_.write("cache/" + name, "");
         fs::last_write_time(folder_.file("cache/" + name), fs::file_time_type::clock::now() - std::chrono::hours(1));
     }
-    cache.keep("http://a/", kept_);
+    cache.keep("http://a/", kept_, 60);
     EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path() / "cache"), {}), 1025);
-    cache.keep("http://b/", kept_);
+    cache.keep("http://b/", kept_, 60);
     EXPECT_EQ(std::distance(fs::directory_iterator(folder_.path() / "cache"), {}), 769);
     EXPECT_TRUE(fs::exists(strange));
     EXPECT_EQ(cache.find("http://a/", 60, nullptr), kept_);
@@ -169,15 +169,15 @@ TEST_F(RetrieveObjectByUrl, LimitsTheNumberOfEntries) {
 }
 
 TEST_F(RetrieveObjectByUrl, ReplacesEntriesAtomically) {
-    const tallow::platform::UrlCache cache(folder_.file("cache"));
+    const tallow::platform::DirectoryCache cache(folder_.file("cache"));
     const Bytes small(100, 1);
     const Bytes large(200000, 2);
-    cache.keep("http://a/", small);
+    cache.keep("http://a/", small, 60);
     const pid_t writer = ::fork();
     ASSERT_GE(writer, 0);
     if (writer == 0) {
         for (int i = 0; i < 100; ++i) {
-            cache.keep("http://a/", i % 2 == 0 ? large : small);
+            cache.keep("http://a/", i % 2 == 0 ? large : small, 60);
         }
         ::_exit(0);
     }

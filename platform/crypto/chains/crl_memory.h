@@ -2,7 +2,7 @@
 // to verify, and a server needs the same few for every verdict.
 //
 // Nothing here decides whether a CRL may be used. A caller uses a remembered one only in the place of the same bytes:
-// of the file in the cache on disk, which it has looked at, or of a new download. A CRL is also verified for every
+// of the entry in the cache, which it has looked at, or of a new download. A CRL is also verified for every
 // verdict; it only knows the key that made its signature (known_signer.h).
 #pragma once
 
@@ -12,13 +12,13 @@
 #include <string>
 
 #include "platform/crypto/certificates/crl.h"
-#include "platform/support/file_stamp.h"
+#include "platform/crypto/network/answer_stamp.h"
 
 namespace tallow::platform {
 
 struct RememberedCrl {
-    CrlRef crl;      // null: none
-    FileStamp file;  // of the file in the cache with exactly these bytes; the default value: compare the bytes
+    CrlRef crl;         // null: none
+    AnswerStamp stamp;  // of the entry in the cache with exactly these bytes; the default value: compare the bytes
 };
 
 // Safe for use from any thread.

@@ -87,15 +87,16 @@ void CrlSource::addLocal(const CrlSubject& subject, CrlCandidates& candidates) c
 
 bool CrlSource::addCached(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) const {
     const RememberedCrl known = crlMemory().recall(url);
-    std::optional<CachedAnswer> cached = UrlCache().findChanged(
-        url, rules_.cacheMaxAgeSeconds, rules_.resync, {known.crl ? ByteView(known.crl->der) : ByteView(), known.file});
+    std::optional<CachedAnswer> cached =
+        UrlCache::ofSettings()->findChanged(url, rules_.cacheMaxAgeSeconds, rules_.resync,
+                                            {known.crl ? ByteView(known.crl->der) : ByteView(), known.stamp});
     if (!cached) {
         return false;
     }
     noteCached(CRYPTO_NOTE_FOR_CRL, url);
     CrlRef crl = cached->answer ? Crl::parse(std::move(*cached->answer)) : known.crl;
-    if (crl != known.crl || cached->file != known.file) {
-        crlMemory().remember(url, {crl, cached->file});
+    if (crl != known.crl || cached->stamp != known.stamp) {
+        crlMemory().remember(url, {crl, cached->stamp});
     }
     return add(std::move(crl), {}, subject, candidates);
 }
@@ -120,7 +121,8 @@ bool CrlSource::addFetched(const std::string& url, const CrlSubject& subject, Cr
 
 void CrlSource::keep(const CrlCandidate& candidate) const {
     if (!rules_.byDate) {
-        UrlCache().keep(candidate.url, candidate.crl->der);
+        UrlCache::ofSettings()->keep(candidate.url, candidate.crl->der,
+                                     lifetimeUntil(candidate.crl->nextUpdate, rules_.cacheMaxAgeSeconds));
     }
     crlMemory().remember(candidate.url, {candidate.crl, {}});
 }

@@ -72,7 +72,7 @@ bool IssuerDownload::cached(const Certificate& certificate, std::size_t index,
         return false;
     }
     const long maxAge = useNetwork_ ? kSecondsInDay : kAnyAge;
-    if (const std::optional<Bytes> body = UrlCache().find(addresses[index], maxAge, nullptr)) {
+    if (const std::optional<Bytes> body = UrlCache::ofSettings()->find(addresses[index], maxAge, nullptr)) {
         noteCached(CRYPTO_NOTE_FOR_ISSUER, addresses[index]);
         found = certificatesIn(*body, certificate);
     }
@@ -100,6 +100,7 @@ bool IssuerDownload::fetched(const Certificate& certificate, std::size_t index, 
 }
 
 void IssuerDownload::keep(const std::vector<CertificateRef>& used) const {
+    const std::unique_ptr<const UrlCache> cache = UrlCache::ofSettings();
     for (const Download& download : downloads_) {
         const bool isUsed = std::any_of(used.begin(), used.end(), [&](const CertificateRef& element) {
             return std::any_of(
@@ -107,7 +108,7 @@ void IssuerDownload::keep(const std::vector<CertificateRef>& used) const {
                 [&](const CertificateRef& certificate) { return sameCertificate(certificate, element); });
         });
         if (isUsed) {
-            UrlCache().keep(download.url, download.body);
+            cache->keep(download.url, download.body, kSecondsInDay);
         }
     }
 }

@@ -5,6 +5,7 @@
 #include <algorithm>
 #include <cstdlib>
 #include <cstring>
+#include <ctime>
 #include <memory>
 #include <new>
 #include <optional>
@@ -12,6 +13,7 @@
 #include <string>
 
 #include "platform/crypto/base/limits.h"
+#include "platform/crypto/base/openssl_handles.h"
 #include "platform/crypto/base/service_call.h"
 #include "platform/crypto/base/wide_text.h"
 #include "platform/crypto/crypto_service.h"
@@ -115,12 +117,30 @@ bool split(const std::string& url, CarriedRequest& request) {
 
 // ---- Responses ------------------------------------------------------------------------------------------------------
 
-// An error response ("tryLater") must not be repeated from the cache.
-bool isWorthKeeping(const Bytes& answer) {
+using ResponsePtr = std::unique_ptr<OCSP_RESPONSE, OpenSslFree<OCSP_RESPONSE_free>>;
+
+// Null for an error response ("tryLater"), too: it must not be repeated from the cache.
+ResponsePtr readSuccessful(const Bytes& answer) {
     const unsigned char* next = answer.data();
-    const std::unique_ptr<OCSP_RESPONSE, decltype(&OCSP_RESPONSE_free)> response(
-        d2i_OCSP_RESPONSE(nullptr, &next, static_cast<long>(answer.size())), OCSP_RESPONSE_free);
-    return response && OCSP_response_status(response.get()) == OCSP_RESPONSE_STATUS_SUCCESSFUL;
+    ResponsePtr response(d2i_OCSP_RESPONSE(nullptr, &next, static_cast<long>(answer.size())));
+    const bool isSuccessful = response && OCSP_response_status(response.get()) == OCSP_RESPONSE_STATUS_SUCCESSFUL;
+    return isSuccessful ? std::move(response) : nullptr;
+}
+
+// The first nextUpdate of its entries, in seconds since 1970; empty when there is none, or it cannot be read.
+std::optional<long long> nextUpdateOf(OCSP_RESPONSE* response) {
+    const std::unique_ptr<OCSP_BASICRESP, OpenSslFree<OCSP_BASICRESP_free>> basic(OCSP_response_get1_basic(response));
+    std::optional<long long> first;
+    for (int i = 0; basic && i < OCSP_resp_count(basic.get()); ++i) {
+        ASN1_GENERALIZEDTIME* nextUpdate = nullptr;
+        std::tm fields{};
+        OCSP_single_get0_status(OCSP_resp_get0(basic.get(), i), nullptr, nullptr, nullptr, &nextUpdate);
+        if (nextUpdate != nullptr && ASN1_TIME_to_tm(nextUpdate, &fields) == 1) {
+            const long long time = ::timegm(&fields);
+            first = std::min(first.value_or(time), time);
+        }
+    }
+    return first;
 }
 
 // Array, entry and bytes in one block that free() releases.
@@ -208,11 +228,11 @@ BOOL retrieve(const std::string& url, DWORD flags, DWORD timeout, void** object,
     if (!split(url, carried)) {
         return fail(ERROR_INTERNET_INVALID_URL);
     }
-    const UrlCache cache;
+    const std::unique_ptr<const UrlCache> cache = UrlCache::ofSettings();
     const bool cacheOnly = (flags & CRYPT_CACHE_ONLY_RETRIEVAL) != 0;
     // If both flags are set, "cache only" wins: such a caller must not use the network.
     if (cacheOnly || (flags & CRYPT_WIRE_ONLY_RETRIEVAL) == 0) {
-        if (const std::optional<Bytes> response = cachedResponse(cache, url, info)) {
+        if (const std::optional<Bytes> response = cachedResponse(*cache, url, info)) {
             setFromCache(true);
             noteCached(CRYPTO_NOTE_FOR_RESPONSE, carried.address);
             return deliver(*response, object);
@@ -228,8 +248,9 @@ BOOL retrieve(const std::string& url, DWORD flags, DWORD timeout, void** object,
     if (answer.error != 0 || answer.status != kOk) {
         return fail(answer.error != 0 ? answer.error : errorOfStatus(answer.status));
     }
-    if (isWorthKeeping(answer.body)) {
-        cache.keep(url, answer.body);
+    if (const ResponsePtr response = readSuccessful(answer.body)) {
+        const long maxAge = numberOf(setting::OcspValiditySeconds);
+        cache->keep(url, answer.body, lifetimeUntil(nextUpdateOf(response.get()), maxAge));
     }
     if (info != nullptr && info->pLastSyncTime != nullptr) {
         GetSystemTimeAsFileTime(info->pLastSyncTime);
@@ -283,7 +304,7 @@ BOOL crypto_forget_response(LPCWSTR pszUrl) {
         if (pszUrl == nullptr) {
             return fail(E_INVALIDARG);
         }
-        return done(UrlCache().forget(narrow(pszUrl)) ? 0 : ERROR_ACCESS_DENIED);
+        return done(UrlCache::ofSettings()->forget(narrow(pszUrl)) ? 0 : ERROR_ACCESS_DENIED);
     });
 }
 

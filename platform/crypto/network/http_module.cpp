@@ -1,15 +1,6 @@
 // The library's side of libtallow-http.so: finds and loads it on first use, and passes exchanges on to it.
-//
-// The module is looked for only in the directory `tallow` beside the file of this library: no search path, no variable
-// of the environment and no current directory may choose the code that is loaded. It is never unloaded. Its own symbols
-// are all bound when it is loaded, so that a libcurl that lacks one is noticed then (-z now). RTLD_NOW would bind those
-// of thirty libraries too.
 #include <dlfcn.h>
-#include <sys/stat.h>
 
-#include <cstdlib>
-#include <cstring>
-#include <memory>
 #include <mutex>
 #include <utility>
 
@@ -18,50 +9,14 @@
 #include "platform/crypto/network/exchange_note.h"
 #include "platform/crypto/network/http_interface.h"
 #include "platform/crypto/network/http_version.h"
+#include "platform/crypto/network/module_file.h"
 
 namespace tallow::platform {
 
 namespace {
 
-constexpr char kFile[] = "/tallow/libtallow-http.so." TALLOW_VERSION;
-// Where the module should be if memory was exhausted when this library was loaded.
-constexpr char kInstalledIn[] = TALLOW_LIBRARY_FOLDER;
-
 constexpr HttpServices kServices = {systemBundle,       refusesPrivateAddresses, checkDeadline, checkTime,
                                     ForkGate::leaveAll, ForkGate::enterAgain,    noteReuse};
-
-struct TextFree {
-    void operator()(char* text) const noexcept { std::free(text); }
-};
-
-// The dynamic linker knows this library by the name it was opened with, which is relative when the search path is. Such
-// a name is made absolute at once: later the current directory may be another one.
-char* ownFile = nullptr;
-
-[[gnu::constructor]] void noteOwnFile() noexcept {
-    if (Dl_info self{}; ::dladdr(&kServices, &self) != 0 && self.dli_fname != nullptr) {
-        ownFile = self.dli_fname[0] == '/' ? ::strdup(self.dli_fname) : ::realpath(self.dli_fname, nullptr);
-    }
-}
-
-bool isThere(const std::string& file) {
-    struct stat status {};
-    return ::stat(file.c_str(), &status) == 0;
-}
-
-std::string moduleFile() {
-    if (ownFile == nullptr) {
-        return std::string(kInstalledIn) + kFile;
-    }
-    const auto beside = [](const std::string& own) { return own.substr(0, own.rfind('/')) + kFile; };
-    const std::unique_ptr<char, TextFree> resolved(::realpath(ownFile, nullptr));
-    std::string file = beside(resolved ? resolved.get() : ownFile);
-    // In a tree of links to single files the directory is beside the link.
-    if (const std::string linked = beside(ownFile); !isThere(file) && isThere(linked)) {
-        file = linked;
-    }
-    return file;
-}
 
 // Either the functions, or why there are none.
 struct Loaded {
@@ -74,21 +29,11 @@ Loaded failed(const std::string& file, std::string cause) {
     return {nullptr, "HTTP needs the module " + file + ", which " + std::move(cause)};
 }
 
-std::string loaderError(const std::string& file) {
-    const char* const error = ::dlerror();
-    const std::string text = error == nullptr ? "unknown cause" : error;
-    return "cannot be loaded: " + (text.starts_with(file + ": ") ? text.substr(file.size() + 2) : text);
-}
-
 Loaded load() {
-    const std::string file = moduleFile();
-    // Opening a pipe would wait.
-    if (struct stat status{}; ::stat(file.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-        return failed(file, "is no regular file");
-    }
-    void* const module = ::dlopen(file.c_str(), RTLD_LAZY | RTLD_LOCAL | RTLD_NODELETE);
+    const std::string file = moduleFile("libtallow-http");
+    const auto [module, fault] = openModule(file);
     if (module == nullptr) {
-        return failed(file, loaderError(file));
+        return failed(file, fault);
     }
     auto* const build = reinterpret_cast<HttpBuildFunction*>(::dlsym(module, kHttpBuildSymbol));
     auto* const connect = reinterpret_cast<HttpConnectFunction*>(::dlsym(module, kHttpConnectSymbol));
@@ -134,9 +79,9 @@ std::string libcurlVersion() {
     if (loadedFunctions != nullptr) {
         return loadedFunctions->libraryVersion();
     }
-    const std::string file = moduleFile();
+    const std::string file = moduleFile("libtallow-http");
     return "built with " TALLOW_LIBCURL_VERSION "; " +
-           (isThere(file) ? "loaded on first use by " + file : "cannot be used without " + file);
+           (isFileThere(file) ? "loaded on first use by " + file : "cannot be used without " + file);
 }
 
 }  // namespace tallow::platform

@@ -10,6 +10,7 @@
 
 #include "platform/crypto/crypto_service.h"
 #include "platform/crypto/keys/gost_engine.h"
+#include "platform/crypto/network/cache_server.h"
 #include "platform/crypto/network/http_version.h"
 #include "platform/support/fork_gate.h"
 #include "platform/support/never_destroyed.h"
@@ -21,7 +22,8 @@ namespace {
 // OpenSSL is a shared library: the one that runs may be newer than the one this was compiled with.
 std::string versions() {
     return std::string("OpenSSL: ") + OpenSSL_version(OPENSSL_VERSION_STRING) +
-           " (built with " OPENSSL_VERSION_STR ")\nlibcurl: " + libcurlVersion() + "\nGOST: " +
+           " (built with " OPENSSL_VERSION_STR ")\nlibcurl: " + libcurlVersion() + "\nhiredis: " + hiredisVersion() +
+           "\nGOST: " +
            (gostAvailable() ? "the gost engine was found" : "not available; install libengine-gost-openssl") + '\n';
 }
 
@@ -36,6 +38,13 @@ const std::string& kept(std::string text) {
 }  // namespace
 
 }  // namespace tallow::platform
+
+LPCSTR crypto_cache_fault(void) try {
+    const tallow::platform::ForkGate gate;
+    return tallow::platform::CacheServer::ofProcess().firstFault();
+} catch (const std::exception&) {
+    return nullptr;
+}
 
 LPCSTR crypto_library_versions(void) try {
     const tallow::platform::ForkGate gate;

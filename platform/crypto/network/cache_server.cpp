@@ -1,0 +1,203 @@
+#include "platform/crypto/network/cache_server.h"
+
+#include <unistd.h>
+
+#include <algorithm>
+#include <cstring>
+#include <utility>
+
+#include "platform/crypto/base/service_call.h"
+#include "platform/crypto/network/check_scope.h"
+#include "platform/support/file_trust.h"
+#include "platform/support/fork_gate.h"
+#include "platform/support/never_destroyed.h"
+#include "platform/support/settings_table.h"
+#include "platform/support/whole_file.h"
+
+namespace tallow::platform {
+
+namespace {
+
+constexpr std::size_t kLargestSecret = 4096;
+constexpr std::size_t kShortestKey = 32;
+constexpr std::size_t kLargestRoots = std::size_t{8} << 20;
+
+// The content of a file that decides whom to trust. On failure it is empty, with the cause in `fault`.
+std::string readTrusted(const std::string& path, std::size_t largest, bool isSecret, std::string& fault) {
+    int systemError = 0;
+    std::optional<WholeFile> file = readWholeFile(path, largest, systemError);
+    const char* problem = nullptr;
+    if (!file) {
+        problem = std::strerror(systemError);
+    } else if (problem = whyUntrusted(file->status);
+               problem == nullptr && isSecret && (file->status.st_mode & S_IROTH) != 0) {
+        problem = "can be read by every user (chmod o-r)";
+    }
+    if (problem != nullptr) {
+        fault = path + ": " + problem;
+        return {};
+    }
+    return std::move(file->content);
+}
+
+std::string readSecret(const std::string& path, std::string& fault) {
+    std::string secret = readTrusted(path, kLargestSecret, true, fault);
+    while (secret.ends_with('\n') || secret.ends_with('\r')) {
+        secret.pop_back();
+    }
+    if (fault.empty() && secret.empty()) {
+        fault = path + ": is empty";
+    }
+    return secret;
+}
+
+bool isSet(const setting::Text& text) {
+    const TextValue value = textValueOf(text);
+    return value.source == TextValue::Source::kUnreadable || !value.text.empty();
+}
+
+}  // namespace
+
+CacheSettings CacheSettings::read() {
+    CacheSettings settings;
+    settings.name = textOf(setting::cache);
+    const std::optional<RedisAddress> address = RedisAddress::read(settings.name, settings.fault);
+    if (!address) {
+        settings.name = "named in the settings";
+        settings.fault = "its address " + settings.fault;
+        return settings;
+    }
+    settings.name = address->text();
+    settings.server.address = *address;
+    settings.server.user = textOf(setting::cache_user);
+    if (isSet(setting::cache_password_file)) {
+        settings.server.password = readSecret(textOf(setting::cache_password_file), settings.fault);
+    } else if (!settings.server.user.empty()) {
+        settings.fault = "cache_user is set without cache_password_file";
+    }
+    if (settings.fault.empty() && isSet(setting::cache_key_file)) {
+        const std::string path = textOf(setting::cache_key_file);
+        settings.key = readSecret(path, settings.fault);
+        if (settings.fault.empty() && settings.key.size() < kShortestKey) {
+            settings.fault = path + ": is shorter than 32 octets; write a random one (openssl rand -hex 32)";
+        }
+    }
+    if (settings.fault.empty() && address->useTls) {
+        const bool isNamed = isSet(setting::cache_ca_file);
+        settings.server.roots = readTrusted(textOf(isNamed ? setting::cache_ca_file : setting::system_bundle),
+                                            kLargestRoots, false, settings.fault);
+    }
+    return settings;
+}
+
+CacheServer& CacheServer::ofProcess() {
+    static NeverDestroyed<CacheServer> server;
+    return *server;
+}
+
+std::shared_ptr<const CacheSettings> CacheServer::settings() {
+    const std::scoped_lock lock(mutex_);
+    const unsigned long version = tallow::platform::settingsVersion();
+    if (!settings_ || settingsVersion_ != version) {
+        settings_ = std::make_shared<const CacheSettings>(CacheSettings::read());
+        settingsVersion_ = version;
+        pausedUntil_ = {};
+        nextPause_ = kFirstPause;
+        if (!settings_->fault.empty()) {
+            note(*settings_, settings_->fault);
+        }
+    }
+    return settings_->fault.empty() ? settings_ : nullptr;
+}
+
+bool CacheServer::isPaused() {
+    const std::scoped_lock lock(mutex_);
+    return Clock::now() < pausedUntil_;
+}
+
+std::unique_ptr<RedisConnection> CacheServer::take(const std::shared_ptr<const CacheSettings>& settings) {
+    const std::scoped_lock lock(mutex_);
+    const Clock::time_point now = Clock::now();
+    std::erase_if(idle_, [&](const Idle& idle) {
+        return idle.settings != settings || idle.process != ::getpid() || now - idle.since > kLongestIdle;
+    });
+    if (idle_.empty()) {
+        return nullptr;
+    }
+    std::unique_ptr<RedisConnection> last = std::move(idle_.back().connection);
+    idle_.pop_back();
+    return last;
+}
+
+void CacheServer::keep(std::unique_ptr<RedisConnection> connection,
+                       const std::shared_ptr<const CacheSettings>& settings) {
+    const std::scoped_lock lock(mutex_);
+    nextPause_ = kFirstPause;
+    if (idle_.size() < kMaxIdle) {
+        idle_.push_back({std::move(connection), settings, Clock::now(), ::getpid()});
+    }
+}
+
+// With the lock.
+void CacheServer::note(const CacheSettings& settings, const std::string& fault) {
+    TALLOW_CRYPTO_TRACE("the cache %s fails: %s\n", settings.name.c_str(), fault.c_str());
+    if (firstFault_.empty()) {
+        firstFault_ = "the cache " + settings.name + " was not used: " + fault;
+    }
+}
+
+// With the lock. Several threads may notice the same failure.
+void CacheServer::pause() {
+    if (const Clock::time_point now = Clock::now(); now >= pausedUntil_) {
+        pausedUntil_ = now + nextPause_;
+        nextPause_ = std::min(2 * nextPause_, kLongestPause);
+    }
+}
+
+std::optional<RedisValue> CacheServer::ask(const std::shared_ptr<const CacheSettings>& settings,
+                                           std::span<const std::string_view> command, std::size_t largestReply) {
+    const Clock::time_point now = Clock::now();
+    const bool isCutShort = checkDeadline() < now + longestWait_;  // says nothing about the server
+    const Clock::time_point deadline = std::min(checkDeadline(), now + longestWait_);
+    if (deadline <= now || isPaused()) {
+        return std::nullopt;
+    }
+    std::unique_ptr<RedisConnection> connection = take(settings);
+    std::optional<RedisValue> reply;
+    std::string fault;
+    const auto askOver = [&] {
+        const ForkGate::Outside outside;
+        reply = connection->ask(command, deadline, largestReply);
+    };
+    if (connection && connection->isQuiet()) {
+        askOver();
+    }
+    if (!reply) {  // a server may close an idle connection at any time
+        connection = connectRedis(settings->server, deadline, fault);
+        if (connection) {
+            askOver();
+        }
+    }
+    if (!reply) {
+        const std::scoped_lock lock(mutex_);
+        if (!isCutShort) {
+            note(*settings, connection ? connection->fault() : fault);
+            pause();
+        }
+        return std::nullopt;
+    }
+    if (reply->kind == RedisValue::Kind::kError) {
+        const std::scoped_lock lock(mutex_);
+        note(*settings, "the server refuses " + std::string(command.front()) + ": " + errorCodeOf(*reply));
+        reply.reset();
+    }
+    keep(std::move(connection), settings);
+    return reply;
+}
+
+const char* CacheServer::firstFault() {
+    const std::scoped_lock lock(mutex_);
+    return firstFault_.empty() ? nullptr : firstFault_.c_str();
+}
+
+}  // namespace tallow::platform

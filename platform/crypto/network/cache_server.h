@@ -1,0 +1,83 @@
+// The server of the setting `cache`: its settings, its open connections, and what happens when it fails.
+//
+// A server that fails is not an error of a check, and may not slow one down: an operation takes at most 200 ms with
+// everything, and after a failure none is tried for a while, first for 5 s and at most for a minute. The first failure
+// of a process is kept for a message.
+#pragma once
+
+#include <sys/types.h>
+
+#include <chrono>
+#include <cstddef>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "platform/crypto/network/redis_client.h"
+
+namespace tallow::platform {
+
+struct CacheSettings {
+    RedisServer server;
+    std::string name;   // for messages: the address, or what the setting says
+    std::string key;    // of the seals; empty: entries have none
+    std::string fault;  // why the server cannot be used with these settings; else empty
+
+    static CacheSettings read();
+};
+
+class CacheServer {
+public:
+    static constexpr std::chrono::milliseconds kLongestWait{200};
+    static constexpr std::chrono::seconds kFirstPause{5};
+    static constexpr std::chrono::seconds kLongestPause{60};
+
+    // A test on a busy machine waits longer.
+    explicit CacheServer(std::chrono::milliseconds longestWait = kLongestWait) : longestWait_(longestWait) {}
+
+    // The process's own. It lives until the process ends.
+    static CacheServer& ofProcess();
+
+    // Those in force, read again when another file of settings was opened. Null when no server can be used with them.
+    std::shared_ptr<const CacheSettings> settings();
+
+    // The reply, unless it is an error. Nothing while the server is left alone, and when it fails.
+    std::optional<RedisValue> ask(const std::shared_ptr<const CacheSettings>& settings,
+                                  std::span<const std::string_view> command, std::size_t largestReply);
+
+    // The first failure of the process, in one line; null when there was none. Stays valid.
+    const char* firstFault();
+
+private:
+    using Clock = std::chrono::steady_clock;
+    static constexpr std::size_t kMaxIdle = 8;
+    static constexpr std::chrono::seconds kLongestIdle{30};
+
+    struct Idle {
+        std::unique_ptr<RedisConnection> connection;
+        std::shared_ptr<const CacheSettings> settings;
+        Clock::time_point since;
+        pid_t process;  // a child of fork must not use the connections of its parent
+    };
+
+    bool isPaused();
+    std::unique_ptr<RedisConnection> take(const std::shared_ptr<const CacheSettings>& settings);
+    void keep(std::unique_ptr<RedisConnection> connection, const std::shared_ptr<const CacheSettings>& settings);
+    void note(const CacheSettings& settings, const std::string& fault);
+    void pause();
+
+    const std::chrono::milliseconds longestWait_;
+    std::mutex mutex_;
+    std::shared_ptr<const CacheSettings> settings_;
+    unsigned long settingsVersion_ = 0;
+    std::vector<Idle> idle_;
+    Clock::time_point pausedUntil_{};
+    std::chrono::seconds nextPause_ = kFirstPause;
+    std::string firstFault_;  // never changed once it is set
+};
+
+}  // namespace tallow::platform
