@@ -11,12 +11,12 @@ namespace tallow::cli {
 namespace {
 
 void addCell(HtmlWriter& html, const std::string& text) {
-    html.raw("<td>").text(text).raw("</td>");
+    html.raw("<td role=\"cell\">").text(text).raw("</td>");
 }
 
 // A time that has passed says so.
 void addDeadline(HtmlWriter& html, const std::optional<Seconds>& time, Seconds now) {
-    html.raw("<td>");
+    html.raw("<td role=\"cell\">");
     if (time) {
         addTime(html, *time);
         if (*time < now) {
@@ -101,7 +101,7 @@ void addLists(HtmlWriter& html, const CheckResult& result) {
 void addCertificateRows(HtmlWriter& html, const CheckResult& result, Seconds now) {
     const Mark mark = markOf(result);
     const std::string reason = reasonOf(result);
-    html.raw("<td data-key=\"").number(static_cast<std::uint64_t>(mark)).raw("\"><span class=\"mark ");
+    html.raw("<td role=\"cell\" data-key=\"").number(static_cast<std::uint64_t>(mark)).raw("\"><span class=\"mark ");
     html.raw(classOf(mark)).raw("\">").text(labelOf(result)).raw("</span></td>");
     addCell(html, result.file);
     addCell(html, result.subject);
@@ -109,7 +109,7 @@ void addCertificateRows(HtmlWriter& html, const CheckResult& result, Seconds now
     const Deadlines deadlines = deadlinesOf(result);
     addDeadline(html, deadlines.nextUpdate, now);
     addDeadline(html, deadlines.certificate, now);
-    html.raw("</tr><tr><td colspan=\"7\"><details><summary>Details");
+    html.raw("</tr><tr role=\"row\"><td role=\"cell\" colspan=\"7\"><details><summary>Details");
     if (!reason.empty()) {
         html.raw(": <span>").text(reason).raw("</span>");
     }

@@ -57,9 +57,8 @@ void addLink(HtmlWriter& html, const ChainLink& link, Markup role) {
     box.line("", link.notAfter ? "until " + timeText(link.notAfter) : std::string());
     box.line("revocation: ", nameOf(link.revocation));
     if (!link.crlIssuer.empty()) {
-        box.line("CRL of ", (link.crlIssuer == link.issuer ? "the issuer" : link.crlIssuer) + ", " +
-                                timeText(link.crlThisUpdate) +
-                                (link.crlNextUpdate ? " to " + timeText(link.crlNextUpdate) : ", no nextUpdate"));
+        box.line("CRL of ", (link.crlIssuer == link.issuer ? "the issuer" : link.crlIssuer) +
+                                (link.crlNextUpdate ? ", until " + timeText(link.crlNextUpdate) : ", no nextUpdate"));
     }
     box.line("fault: ", link.fault);
 }

@@ -55,7 +55,11 @@ std::string Report::page(const ReportRun& run) {
     std::stable_sort(rows_.begin(), rows_.end(), [](const Row& a, const Row& b) { return a.line < b.line; });
     std::uint64_t number = 0;
     for (Row& row : rows_) {
-        html.raw("<tbody class=\"").raw(classOf(row.mark)).raw("\"><tr><td>").number(++number).raw("</td>");
+        html.raw("<tbody class=\"")
+            .raw(classOf(row.mark))
+            .raw("\" role=\"rowgroup\"><tr role=\"row\"><td role=\"cell\">")
+            .number(++number)
+            .raw("</td>");
         html.add(std::exchange(row.html, {})).raw("</tbody>\n");
     }
     addPageEnd(html);

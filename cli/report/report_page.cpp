@@ -170,10 +170,13 @@ void addPageBegin(HtmlWriter& html, const ReportSummary& summary) {
     html.raw("<button type=\"button\" id=\"open\">Open all details</button>");
     html.raw("<button type=\"button\" id=\"close\">Close all details</button>");
     html.raw("<output id=\"shown\" aria-live=\"polite\"></output></form>\n");
-    html.raw("<table class=\"list\" aria-labelledby=\"certificates\"><thead><tr><th scope=\"col\">No.</th>");
-    html.raw("<th scope=\"col\">Status</th><th scope=\"col\">File</th><th scope=\"col\">Subject</th>");
-    html.raw("<th scope=\"col\">Responder</th><th scope=\"col\">Response valid until</th>");
-    html.raw("<th scope=\"col\">Certificate valid until</th></tr></thead>\n");
+    html.raw("<table class=\"list\" role=\"table\" aria-labelledby=\"certificates\">");
+    html.raw("<thead role=\"rowgroup\"><tr role=\"row\">");
+    for (const Markup name : {Markup("No."), Markup("Status"), Markup("File"), Markup("Subject"), Markup("Responder"),
+                              Markup("Response valid until"), Markup("Certificate valid until")}) {
+        html.raw("<th scope=\"col\" role=\"columnheader\">").raw(name).raw("</th>");
+    }
+    html.raw("</tr></thead>\n");
 }
 
 void addPageEnd(HtmlWriter& html) {
