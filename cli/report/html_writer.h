@@ -4,6 +4,7 @@
 //   html.raw("<td>").text(result.subject).raw("</td>");
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -35,6 +36,10 @@ public:
     HtmlWriter& add(const HtmlWriter& other);
 
     [[nodiscard]] const std::string& html() const { return html_; }
+    /// The same, which this object then no longer has.
+    [[nodiscard]] std::string take() { return std::exchange(html_, {}); }
+    /// Room for this many octets, so that a large page is not copied while it grows.
+    void reserve(std::size_t size) { html_.reserve(size); }
 
 private:
     std::string html_;

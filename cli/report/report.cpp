@@ -41,15 +41,19 @@ void Report::add(const CheckResult& result, Seconds now) {
         ++summary_.numNotShown;
         return;
     }
-    Row& row = rows_.emplace_back(Row{result.line, mark, {}});
-    addCertificateRows(row.html, result, now);
+    HtmlWriter html;
+    addCertificateRows(html, result, now);
     ++kept.numRows;
-    kept.sizeHtml += row.html.html().size();
+    kept.sizeHtml += html.html().size();
+    rows_.push_back({result.line, mark, html});  // a copy has no room for more
 }
 
 std::string Report::page(const ReportRun& run) {
     summary_.run = run;
     HtmlWriter html;
+    constexpr std::size_t kAround = 1U << 16U;  // the page without certificates
+    constexpr std::size_t kAroundRows = 128;
+    html.reserve(kAround + kept_[0].sizeHtml + kept_[1].sizeHtml + rows_.size() * kAroundRows);
     addPageBegin(html, summary_);
     // Those of a list arrive in the order in which responders answer.
     std::stable_sort(rows_.begin(), rows_.end(), [](const Row& a, const Row& b) { return a.line < b.line; });
@@ -63,7 +67,7 @@ std::string Report::page(const ReportRun& run) {
         html.add(std::exchange(row.html, {})).raw("</tbody>\n");
     }
     addPageEnd(html);
-    return html.html();
+    return html.take();
 }
 
 void Report::write(int exitStatus, bool isMonitoring, const std::string& mistake) {
