@@ -104,6 +104,7 @@ private:
     void judge(const Checker& checker, Input certificate, Input issuer, CheckResult& result) {
         const Verdict verdict = checker.check(certificate, issuer);
         fill(result, verdict, options_);
+        result.start = startOf(certificate);
         result.expiry = expiryOf(certificate);
         save(*saveRequest_, verdict.request, result);
         save(*saveResponse_, verdict.response.empty() ? verdict.unverified : verdict.response, result);

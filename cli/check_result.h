@@ -50,7 +50,8 @@ struct CheckResult {
     std::string chain;                // "valid" or "invalid"; empty when it was not validated
     std::optional<CheckError> error;  // always with kError
     std::optional<Staple> staple;     // of a server's own certificate
-    std::optional<std::chrono::sys_seconds> expiry;  // notAfter of the certificate
+    std::optional<std::chrono::sys_seconds> start;   // notBefore of the certificate
+    std::optional<std::chrono::sys_seconds> expiry;  // notAfter
     Verdict verdict;                                 // all that was found out
     std::optional<CheckError> unsaved;               // why request or response were not written to their file
 };

@@ -8,19 +8,37 @@
 
 namespace tallow::cli {
 
+namespace {
+
+constexpr std::int64_t kTicksPerSecond = 10'000'000;
+constexpr std::int64_t kSecondsTo1970 = 11'644'473'600;  // on the scale of CDateTime
+
+ATL2::CCertContext certificateIn(Input der) {
+    return ATL2::CCertContext::adopt(
+        CertCreateCertificateContext(X509_ASN_ENCODING, der.bytes.data(), static_cast<DWORD>(der.bytes.size())));
+}
+
+Seconds secondsOf(const FILETIME& time) {
+    return Seconds(std::chrono::seconds(static_cast<std::int64_t>(Orvane::CDateTime(time).ticks()) / kTicksPerSecond -
+                                        kSecondsTo1970));
+}
+
+}  // namespace
+
+std::optional<Seconds> startOf(Input der) {
+    return startOf(certificateIn(der));
+}
+
+std::optional<Seconds> startOf(const ATL2::CCertContext& certificate) {
+    return certificate ? std::optional(secondsOf(certificate->pCertInfo->NotBefore)) : std::nullopt;
+}
+
 std::optional<Seconds> expiryOf(Input der) {
-    return expiryOf(ATL2::CCertContext::adopt(
-        CertCreateCertificateContext(X509_ASN_ENCODING, der.bytes.data(), static_cast<DWORD>(der.bytes.size()))));
+    return expiryOf(certificateIn(der));
 }
 
 std::optional<Seconds> expiryOf(const ATL2::CCertContext& certificate) {
-    constexpr std::int64_t kTicksPerSecond = 10'000'000;
-    constexpr std::int64_t kSecondsTo1970 = 11'644'473'600;  // on the scale of CDateTime
-    if (!certificate) {
-        return std::nullopt;
-    }
-    const std::uint64_t ticks = Orvane::CDateTime(certificate->pCertInfo->NotAfter).ticks();
-    return Seconds(std::chrono::seconds(static_cast<std::int64_t>(ticks) / kTicksPerSecond - kSecondsTo1970));
+    return certificate ? std::optional(secondsOf(certificate->pCertInfo->NotAfter)) : std::nullopt;
 }
 
 Deadlines deadlinesOf(const CheckResult& result) {
@@ -40,6 +58,27 @@ Deadlines deadlinesOf(const CheckResult& result) {
         deadlines.responseTime = accepted->duration;
     }
     return deadlines;
+}
+
+std::string spanText(std::chrono::seconds span) {
+    struct Unit {
+        std::int64_t seconds;
+        const char* name;
+    };
+    constexpr Unit kUnits[] = {{86400, " d"}, {3600, " h"}, {60, " min"}, {1, " s"}};
+    std::int64_t left = span.count();
+    std::string text;
+    for (const Unit* unit = std::begin(kUnits); unit != std::end(kUnits); ++unit) {
+        if (left >= unit->seconds) {
+            text = std::to_string(left / unit->seconds) + unit->name;
+            left %= unit->seconds;
+            if (++unit != std::end(kUnits) && left >= unit->seconds) {
+                text += " " + std::to_string(left / unit->seconds) + unit->name;
+            }
+            break;
+        }
+    }
+    return text.empty() ? "0 s" : text;
 }
 
 }  // namespace tallow::cli

@@ -3,6 +3,7 @@
 
 #include <chrono>
 #include <optional>
+#include <string>
 
 #include "checker/checker.h"
 #include "cli/check_result.h"
@@ -12,7 +13,9 @@ namespace tallow::cli {
 
 using Seconds = std::chrono::sys_seconds;
 
-/// notAfter of a certificate in DER; absent when it cannot be read.
+/// notBefore and notAfter of a certificate in DER; absent when it cannot be read.
+std::optional<Seconds> startOf(Input der);
+std::optional<Seconds> startOf(const ATL2::CCertContext& certificate);
 std::optional<Seconds> expiryOf(Input der);
 std::optional<Seconds> expiryOf(const ATL2::CCertContext& certificate);
 
@@ -25,5 +28,8 @@ struct Deadlines {
 };
 
 Deadlines deadlinesOf(const CheckResult& result);
+
+/// In its two largest units: "2 d 4 h", "0 s".
+std::string spanText(std::chrono::seconds span);
 
 }  // namespace tallow::cli

@@ -22,6 +22,7 @@
 #include "cli/options.h"
 #include "cli/outcome.h"
 #include "cli/output.h"
+#include "cli/report/report.h"
 #include "cli/request.h"
 #include "cli/result_printer.h"
 #include "cli/run_inputs.h"
@@ -131,37 +132,82 @@ Monitor monitorFor(const CheckOptions& options) {
     return {options, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now())};
 }
 
-Outcome printed(const CheckOptions& options, Metrics& metrics) {
+// The files that are written from all results.
+class ResultFiles {
+public:
+    explicit ResultFiles(const CheckOptions& options) : metrics_(options.metrics), report_(options.report) {}
+
+    void add(const CheckResult& result) {
+        metrics_.add(result);
+        report_.add(result);
+    }
+    // What happens to the outcome when one cannot be written. `mistake`: why the run ended early; empty: it did not.
+    // The report says so, and metrics stay those of the last complete run.
+    [[nodiscard]] Outcome write(Outcome outcome, bool isMonitoring, const std::string& mistake) {
+        if (!mistake.empty()) {
+            metrics_.keepPrevious();
+        }
+        outcome = written(std::move(outcome), isMonitoring, [this](const Outcome&) { metrics_.write(); });
+        return written(std::move(outcome), isMonitoring,
+                       [&](const Outcome& before) { report_.write(before.exitStatus, isMonitoring, mistake); });
+    }
+
+private:
+    // A result that cannot be written is not good; what is worse stays.
+    template <typename Write>
+    static Outcome written(Outcome outcome, bool isMonitoring, const Write& write) {
+        try {
+            write(outcome);
+        } catch (const InputError& failure) {
+            const bool isWorse = isMonitoring ? outcome.exitStatus == static_cast<int>(MonitorState::kCritical)
+                                              : outcome.exitStatus == kExitRevoked;
+            if (isMonitoring && !isWorse) {
+                return monitorFailure(failure.what());
+            }
+            outcome.err += "tallow: " + safeLine(failure.what()) + '\n';
+            outcome.exitStatus = isWorse ? outcome.exitStatus : kExitNoAnswer;
+        }
+        return outcome;
+    }
+
+    Metrics metrics_;
+    Report report_;
+};
+
+Outcome printed(const CheckOptions& options, ResultFiles& files) {
     const ResultPrinter printer(options, streamFor(options));
     const Results results = runCheck(options, [&](const CheckResult& result) {
         printer.print(result);
-        metrics.add(result);
+        files.add(result);
     });
-    return withWarnings(printer.finish(results), results);
+    return files.write(withWarnings(printer.finish(results), results), false, "");
 }
 
-Outcome monitored(const CheckOptions& options, Metrics& metrics) {
+Outcome monitored(const CheckOptions& options, ResultFiles& files) {
     Monitor monitor = monitorFor(options);
     const Results results = runCheck(options, [&](const CheckResult& result) {
         monitor.add(result);
-        metrics.add(result);
+        files.add(result);
         std::cerr << (options.isVerbose ? explanationOf(result) : "");
     });
-    return withWarnings(monitor.finish(), results);
+    return files.write(withWarnings(monitor.finish(), results), true, "");
+}
+
+// The rest of a list is not checked when results cannot be printed; the line about it comes at the end.
+Outcome withoutPrint(Outcome outcome) {
+    outcome.exitStatus = outcome.exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
+    return outcome;
 }
 
 // The certificates of a list.
-Outcome listed(const CheckOptions& options, Metrics& metrics) {
+Outcome listed(const CheckOptions& options, ResultFiles& files) {
     Monitor monitor = monitorFor(options);
     const BatchEnd end = runBatch(options, streamFor(options), [&](const CheckResult& result) {
-        metrics.add(result);
+        files.add(result);
         if (options.isMonitoring) {
             monitor.add(result);
         }
     });
-    if (!end.isComplete) {
-        metrics.keepPrevious();
-    }
     Outcome outcome{"", "", end.exitStatus};
     if (options.isMonitoring) {
         outcome = monitor.finish();
@@ -170,33 +216,18 @@ Outcome listed(const CheckOptions& options, Metrics& metrics) {
     }
     outcome = withWarnings(std::move(outcome), end.failure);
     outcome.err += end.err;
-    return outcome;
-}
-
-// A result that cannot be written is not good; what is worse stays.
-Outcome withoutMetrics(Outcome outcome, const InputError& failure, bool isMonitoring) {
-    const bool isWorse = isMonitoring ? outcome.exitStatus == static_cast<int>(MonitorState::kCritical)
-                                      : outcome.exitStatus == kExitRevoked;
-    if (isMonitoring && !isWorse) {
-        return monitorFailure(failure.what());
+    if (end.isComplete || !end.mistake.empty()) {
+        return files.write(std::move(outcome), options.isMonitoring, end.mistake);
     }
-    outcome.err += "tallow: " + safeLine(failure.what()) + '\n';
-    outcome.exitStatus = isWorse ? outcome.exitStatus : kExitNoAnswer;
-    return outcome;
+    return files.write(withoutPrint(std::move(outcome)), options.isMonitoring, "the results could not be printed");
 }
 
 struct Run {
     Outcome operator()(const CheckOptions& options) const {
-        Metrics metrics(options.metrics);
-        Outcome outcome = !options.batch.list.empty() ? listed(options, metrics)
-                          : options.isMonitoring      ? monitored(options, metrics)
-                                                      : printed(options, metrics);
-        try {
-            metrics.write();
-        } catch (const InputError& failure) {
-            return withoutMetrics(std::move(outcome), failure, options.isMonitoring);
-        }
-        return outcome;
+        ResultFiles files(options);
+        return !options.batch.list.empty() ? listed(options, files)
+               : options.isMonitoring      ? monitored(options, files)
+                                           : printed(options, files);
     }
     Outcome operator()(const RequestOptions& options) const { return withSettings(runRequest(options)); }
     Outcome operator()(const SendOptions& options) const { return withSettings(runSend(options)); }

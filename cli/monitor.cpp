@@ -27,28 +27,6 @@ const char* nameOf(MonitorState state) {
     return kNames[indexOf(state)];
 }
 
-// In its two largest units.
-std::string spanOf(std::chrono::seconds span) {
-    struct Unit {
-        std::int64_t seconds;
-        const char* name;
-    };
-    constexpr Unit kUnits[] = {{86400, " d"}, {3600, " h"}, {60, " min"}, {1, " s"}};
-    std::int64_t left = span.count();
-    std::string text;
-    for (const Unit* unit = std::begin(kUnits); unit != std::end(kUnits); ++unit) {
-        if (left >= unit->seconds) {
-            text = std::to_string(left / unit->seconds) + unit->name;
-            left %= unit->seconds;
-            if (++unit != std::end(kUnits) && left >= unit->seconds) {
-                text += " " + std::to_string(left / unit->seconds) + unit->name;
-            }
-            break;
-        }
-    }
-    return text.empty() ? "0 s" : text;
-}
-
 // The bar separates text from values.
 std::string safe(const std::string& text) {
     std::string line = text::safeLine(text);
@@ -117,7 +95,7 @@ void Monitor::judge(const CheckResult& result, Deadline& deadline, Seconds time)
     const bool isCritical = left.count() <= 0 || (critical_ && left < *critical_);
     if (isCritical || (warn_ && left < *warn_)) {
         report(isCritical ? MonitorState::kCritical : MonitorState::kWarning,
-               result.file + ": " + deadline.what + (left.count() <= 0 ? " expired" : " expires in " + spanOf(left)));
+               result.file + ": " + deadline.what + (left.count() <= 0 ? " expired" : " expires in " + spanText(left)));
     }
 }
 

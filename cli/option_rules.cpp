@@ -53,12 +53,12 @@ Paths inputsOf(const Options& options) {
 }
 
 // Those of a check, in the order of outputsOf.
-constexpr const char* kOutputs[] = {"--save-request", "--save-response", "--metrics"};
+constexpr const char* kOutputs[] = {"--save-request", "--save-response", "--metrics", "--report"};
 
 template <typename Options>
 Paths outputsOf(const Options& options) {
     if constexpr (requires { options.saveRequest; }) {
-        return {options.saveRequest, options.saveResponse, options.metrics};
+        return {options.saveRequest, options.saveResponse, options.metrics, options.report};
     } else if constexpr (requires { options.output; }) {
         return {options.output};
     }
@@ -142,9 +142,10 @@ std::string mistakeInBatch(const CheckOptions& options) {
     if (options.batch.bundle > 1 && options.nonce == Nonce::kOff) {
         return "--bundle and --nonce off exclude each other: only the nonce shows that such a response is fresh";
     }
-    if (!options.batch.resume.empty() && (options.isMonitoring || !options.metrics.empty())) {
-        return "--resume goes neither with --monitor nor with --metrics, which need the results of all certificates; "
-               "leave it out";
+    if (!options.batch.resume.empty() &&
+        (options.isMonitoring || !options.metrics.empty() || !options.report.empty())) {
+        return "--resume goes with none of --monitor, --metrics and --report, which need the results of all "
+               "certificates; leave it out";
     }
     if (options.batch.resume == "-") {
         return "--resume needs a file that can be replaced, not standard input or output; name one";

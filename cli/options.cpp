@@ -284,6 +284,7 @@ void declare(CLI::App& check, CheckOptions& options) {
             "Write the DER request to this file; - is standard output (one certificate)");
     addFile(check, "--save-response", options.saveResponse,
             "Write the response to this file; - is standard output (one certificate)");
+    addFile(check, "--report", options.report, "Write the results to this file as a page of HTML that stands alone");
     addMonitoring(check, options);
     addSettings(check, options);
     check.footer(

@@ -71,6 +71,7 @@ struct CheckOptions : RunOptions, OutputOptions, NetworkOptions {
     bool isMonitoring = false;  // prints one line for a monitoring system
     std::optional<std::chrono::seconds> warn, critical;
     std::string metrics;  // a file for Prometheus
+    std::string report;   // a file in HTML
 };
 
 struct RequestOptions : RunOptions {

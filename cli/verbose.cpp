@@ -2,6 +2,7 @@
 
 #include "checker/text/safe_text.h"
 #include "cli/evidence_text.h"
+#include "cli/evidence_words.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
@@ -29,75 +30,6 @@ private:
     std::string& text_;
     std::string label_;
 };
-
-std::string whereFound(IssuerSource source) {
-    switch (source) {
-        case IssuerSource::kGiven:
-            return "named with --issuer";
-        case IssuerSource::kTrust:
-            return "among the certificates that were given";
-        case IssuerSource::kStore:
-            return "in a store";
-        case IssuerSource::kDownloaded:
-            return "downloaded from the address in the certificate";
-        case IssuerSource::kNone:
-            break;
-    }
-    return {};
-}
-
-std::string whoNamed(ResponderSource source) {
-    switch (source) {
-        case ResponderSource::kCaller:
-            break;
-        case ResponderSource::kCertificate:
-            return "named by the certificate";
-        case ResponderSource::kIssuerProperty:
-            return "named by the side file of the issuer";
-        case ResponderSource::kPolicy:
-            return "named by the policy (DefaultOCSPURL)";
-    }
-    return "named with --url";
-}
-
-std::string whyAuthorised(Authority authority) {
-    switch (authority) {
-        case Authority::kIssuer:
-            return "it issued the certificate";
-        case Authority::kDelegate:
-            return "the issuer named it as its responder";
-        case Authority::kPolicy:
-            return "the administrator named it (AuthorizedOCSPs)";
-        case Authority::kNone:
-            break;
-    }
-    return {};
-}
-
-// ", HTTP 200, 12 ms"
-std::string exchangeText(int httpStatus, std::chrono::milliseconds duration, bool isFromCache) {
-    if (isFromCache) {
-        return ", from the cache";
-    }
-    return (httpStatus == 0 ? "" : ", HTTP " + std::to_string(httpStatus)) + ", " + std::to_string(duration.count()) +
-           " ms";
-}
-
-std::string attemptText(const Attempt& attempt) {
-    const std::string start = attempt.url + " (" + whoNamed(attempt.source) + "): ";
-    if (attempt.isSkipped || attempt.isRedirect) {
-        return start + attempt.reason;
-    }
-    return start + statusOf(attempt) + exchangeText(attempt.httpStatus, attempt.duration, attempt.isFromCache) +
-           (attempt.reason.empty() ? "" : ": " + attempt.reason);
-}
-
-std::string downloadText(const Download& download) {
-    const char* content = download.content == Download::Content::kCrl ? "CRL " : "issuer ";
-    return content + download.url + ": " + (download.status == 0 ? "received" : "failed") +
-           exchangeText(download.httpStatus, download.duration, download.isFromCache) +
-           (download.reason.empty() ? "" : ": " + download.reason);
-}
 
 std::string sentText(const SentRequest& sent) {
     std::string oid = sent.hashOid;
@@ -129,18 +61,6 @@ void addAll(std::string& text, const char* label, const std::vector<Element>& el
     Section section(text, label);
     for (const Element& element : elements) {
         section.add(describe(element));
-    }
-}
-
-void addUnchecked(std::string& text, const Verdict& verdict, bool isChainChecked) {
-    Section section(text, "not checked:");
-    if (!isChainChecked) {
-        section.add(std::string("the certificate's own dates, chain and root") +
-                    (verdict.attempts.empty() ? "" : " (--verify-chain)"));
-    }
-    section.add("whether the certificate is meant for this host, person or purpose");
-    if (verdict.freshness != Freshness::kNonceMatched) {
-        section.add("whether the responder has issued a newer response since then (no nonce matched)");
     }
 }
 
@@ -176,7 +96,7 @@ std::string explanationOf(const CheckResult& result) {
     }
     addChain(text, "own chain:", evidence.certificateChain);
     if (isAnswered) {
-        addUnchecked(text, verdict, !result.chain.empty());
+        addAll(text, "not checked:", uncheckedOf(result), [](const std::string& what) { return what; });
     }
     if (result.error) {
         addIf("stopped at:", nameOf(verdict.reached));  // the failure is a line of its own

@@ -11,7 +11,8 @@ _tallow_value() {
         --include) COMPREPLY=($(compgen -W 'none signer chain chain-root policy' -- "$cur")) ;;
         --connect | --servername) COMPREPLY=($(compgen -A hostname -- "$cur")) ;;
         --issuer | --proxy-password-file | --trust | --certs | --crl | --save-request | --save-response | --settings | \
-            --from-file | --resume | --metrics | --sign | --key | --pin-file | --output | -o | --request | --cert)
+            --from-file | --resume | --report | --metrics | --sign | --key | --pin-file | --output | -o | --request | \
+            --cert)
             _tallow_files "$cur"
             ;;
         --out)
@@ -52,7 +53,7 @@ _tallow() {
         case $command in
             check)
                 options="--from-file --jobs --per-host --bundle --resume --connect --starttls --servername --chain --url"
-                options+=" --max-age --verify-chain --save-request --save-response --monitor --warn --crit --metrics"
+                options+=" --max-age --verify-chain --save-request --save-response --report --monitor --warn --crit --metrics"
                 options+=" $asking $network $trust $output $settings"
                 ;;
             request) options="--sign --key --pin-file --include --output $asking $settings" ;;

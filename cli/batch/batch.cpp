@@ -269,6 +269,7 @@ private:
         CheckResult result;
         result.file = item.label;
         result.line = item.line;
+        result.start = item.start;
         result.expiry = item.expiry;
         if (known != nullptr) {
             fill(result, *known, options_);

@@ -20,7 +20,8 @@ struct BatchItem {
     std::shared_ptr<const std::string> others = {};  // of its file, that are not checked: PEM; null: none
     std::string issuer = {};                         // DER or PEM; empty: it is searched
     std::string thumbprint = {};                     // SHA-256 of the certificate, hexadecimal; only for a resume file
-    std::optional<std::chrono::sys_seconds> expiry = {};        // notAfter of the certificate
+    std::optional<std::chrono::sys_seconds> start = {};         // notBefore of the certificate
+    std::optional<std::chrono::sys_seconds> expiry = {};        // notAfter
     std::string url = {};                                       // the responder that the list names; empty: none
     std::shared_ptr<const std::vector<std::string>> crls = {};  // of its file, DER; null: none
     std::vector<std::string> hosts = {};  // "host:port" of the responders, each once; one empty text when not known

@@ -176,6 +176,7 @@ void ItemSource::readEntry(const ListLine& line, const ListEntry& entry) {
         if (!options_.batch.resume.empty()) {
             item.thumbprint = thumbprintOf(one.certificate);
         }
+        item.start = startOf(one.certificate);
         item.expiry = expiryOf(one.certificate);
         item.issuer = issuerFor(entry, one.certificate);
         item.url = entry.url;

@@ -1,0 +1,48 @@
+// HTML in which untrusted text cannot become markup.
+//
+//   HtmlWriter html;
+//   html.raw("<td>").text(result.subject).raw("</td>");
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+
+namespace tallow::cli {
+
+/// Markup from the source of the program: it can only be made while this is compiled.
+class Markup {
+public:
+    consteval Markup(const char* text) : text_(text) {}  // NOLINT(google-explicit-constructor)
+    [[nodiscard]] constexpr std::string_view text() const { return text_; }
+
+private:
+    std::string_view text_;
+};
+
+/// Collects a piece of HTML. Everything that is not a literal is escaped.
+class HtmlWriter {
+public:
+    HtmlWriter& raw(Markup markup);
+    /// Text of any origin, as content or as a quoted value of an attribute: one line without control characters,
+    /// bidirectional control characters or invalid UTF-8 (text::safeLine), and without markup.
+    HtmlWriter& text(std::string_view text);
+    HtmlWriter& number(std::uint64_t number);
+    /// A position such as "12.5%"; outside of 0 to 100 the nearer end.
+    HtmlWriter& percent(double value);
+    /// What another writer collected.
+    HtmlWriter& add(const HtmlWriter& other);
+
+    [[nodiscard]] const std::string& html() const { return html_; }
+    /// The same, which this object then no longer has.
+    [[nodiscard]] std::string take() { return std::exchange(html_, {}); }
+    /// Room for this many octets, so that a large page is not copied while it grows.
+    void reserve(std::size_t size) { html_.reserve(size); }
+
+private:
+    std::string html_;
+};
+
+}  // namespace tallow::cli
