@@ -12,10 +12,18 @@
 
 namespace tallow::cli {
 
+// Clang before 15 destroys temporaries at the wrong place beside a consteval constructor. What is wrong with a call is
+// then found by the other compilers.
+#if defined(__clang__) && __clang_major__ < 15
+#define TALLOW_CONSTEVAL constexpr
+#else
+#define TALLOW_CONSTEVAL consteval
+#endif
+
 /// Markup from the source of the program: it can only be made while this is compiled.
 class Markup {
 public:
-    consteval Markup(const char* text) : text_(text) {}  // NOLINT(google-explicit-constructor)
+    TALLOW_CONSTEVAL Markup(const char* text) : text_(text) {}  // NOLINT(google-explicit-constructor)
     [[nodiscard]] constexpr std::string_view text() const { return text_; }
 
 private:
