@@ -49,5 +49,7 @@ std::vector<Driver> signerDrivers();
 std::vector<Driver> crlDrivers();
 std::vector<Driver> serverDrivers();
 std::vector<Driver> fileDrivers();
+std::vector<Driver> cacheDrivers();
+std::vector<Driver> listDrivers();
 
 }  // namespace proof

@@ -43,8 +43,9 @@ public:
     explicit Limits(const Options& options) : options_(options), rows_(readLimits(SECURITY_DOCUMENT)) {
         // Only for those who change a driver: runs those whose promise contains this text.
         const char* const wanted = std::getenv("TALLOW_LIMIT");
-        for (const auto& group : {exchangeDrivers(), checkDrivers(), parsingDrivers(), certificateDrivers(),
-                                  chainDrivers(), signerDrivers(), crlDrivers(), serverDrivers(), fileDrivers()}) {
+        for (const auto& group :
+             {exchangeDrivers(), checkDrivers(), parsingDrivers(), certificateDrivers(), chainDrivers(),
+              signerDrivers(), crlDrivers(), serverDrivers(), fileDrivers(), cacheDrivers(), listDrivers()}) {
             all_.insert(all_.end(), group.begin(), group.end());
         }
         for (const Driver& driver : all_) {

@@ -1,0 +1,199 @@
+// Drivers for the server of a shared cache: servers that are silent, or reply with what a limit permits or forbids.
+#include <netinet/in.h>
+#include <sys/socket.h>
+#include <unistd.h>
+
+#include <array>
+#include <atomic>
+#include <csignal>
+#include <cstdlib>
+#include <stdexcept>
+#include <thread>
+
+#include "proof/limits/driver.h"
+#include "proof/limits/measure.h"
+#include "proof/limits/scene.h"
+
+namespace proof {
+
+namespace {
+
+// Gives each command the same reply, each connection on a thread of its own, until the process of the driver ends.
+class RawServer {
+public:
+    explicit RawServer(std::string reply = "", int delayMs = 0) : reply_(std::move(reply)), delayMs_(delayMs) {
+        std::signal(SIGPIPE, SIG_IGN);
+        sockaddr_in place{};
+        place.sin_family = AF_INET;
+        place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof place;
+        if (::bind(listener_, reinterpret_cast<sockaddr*>(&place), sizeof place) != 0 || ::listen(listener_, 32) != 0 ||
+            ::getsockname(listener_, reinterpret_cast<sockaddr*>(&place), &size) != 0) {
+            throw std::runtime_error("no port for a server");
+        }
+        port_ = ntohs(place.sin_port);
+        std::thread([this] {
+            for (int open = ::accept(listener_, nullptr, nullptr); open >= 0;
+                 open = ::accept(listener_, nullptr, nullptr)) {
+                ++numConnections;
+                std::thread([this, open] { serve(open); }).detach();
+            }
+        }).detach();
+    }
+    RawServer(const RawServer&) = delete;
+    RawServer& operator=(const RawServer&) = delete;
+
+    int port() const { return port_; }
+    std::string setting() const { return "cache = \"redis://127.0.0.1:" + std::to_string(port_) + "/0\"\n"; }
+
+    std::atomic<int> numConnections = 0;
+
+private:
+    void serve(int open) const {
+        std::array<char, 4096> asked{};
+        while (::recv(open, asked.data(), asked.size(), 0) > 0) {
+            pauseMs(delayMs_);
+            for (std::size_t sent = 0; sent < reply_.size();) {
+                const ssize_t count = ::send(open, reply_.data() + sent, reply_.size() - sent, MSG_NOSIGNAL);
+                if (count <= 0) {
+                    break;
+                }
+                sent += static_cast<std::size_t>(count);
+            }
+        }
+        ::close(open);
+    }
+
+    const std::string reply_;
+    const int delayMs_;
+    const int listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+    int port_ = 0;
+};
+
+constexpr const char* kCached = "[config.Basalt.cache_settings]\nOcspValiditySeconds = 3600\n";
+
+// One short operation.
+double secondsOfRemoval() {
+    return secondsOf([] { crypto_forget_response(L"http://responder.test/"); });
+}
+
+// Looks for a response in the cache alone, which may be of any permitted size.
+void lookUp() {
+    void* found = nullptr;
+    CryptRetrieveObjectByUrlW(L"http://responder.test/AAAA?Accept: a", CONTEXT_OID_OCSP_RESP,
+                              CRYPT_HTTP_POST_RETRIEVAL | CRYPT_CACHE_ONLY_RETRIEVAL, 0, &found, nullptr, nullptr,
+                              nullptr, nullptr);
+    std::free(found);
+}
+
+bool hasFault(const char* words) {
+    const char* const fault = crypto_cache_fault();
+    return fault != nullptr && std::string(fault).find(words) != std::string::npos;
+}
+
+void waits200Ms(Probe& probe) {
+    const RawServer server;
+    const Machine machine(server.setting());
+    probe.expectWithin(secondsOfRemoval(), 0.19, 0.2 + kLate, "seconds for a server that says nothing");
+    probe.expect(hasFault("no answer in time"), "the fault is kept");
+}
+
+// The first pause, and the second, which is twice as long.
+void pausesAfterFailures(Probe& probe) {
+    const RawServer server;
+    const Machine machine(server.setting());
+    secondsOfRemoval();
+    for (const int seconds : {5, 10}) {
+        const int before = server.numConnections;
+        pauseMs(seconds * 1000 - 1200);
+        secondsOfRemoval();
+        probe.expect(server.numConnections == before, "the server is left alone");
+        pauseMs(1500);
+        secondsOfRemoval();
+        probe.expect(server.numConnections == before + 1, "it is tried again after " + std::to_string(seconds) + " s");
+    }
+}
+
+// A reply that is permitted has no fault, even if it is no entry; `refused` has this one.
+void readsOnly(Probe& probe, const std::string& permitted, const std::string& refused, const char* fault) {
+    const RawServer good(permitted);
+    const RawServer bad(refused);
+    const Machine machine(good.setting(), kCached);
+    lookUp();
+    probe.expect(good.numConnections == 1 && crypto_cache_fault() == nullptr, "what is permitted is read");
+    machine.use(bad.setting(), kCached);
+    lookUp();
+    probe.expect(bad.numConnections == 1 && hasFault(fault), "one more is refused");
+}
+
+void reads64MiB(Probe& probe) {
+    // Larger ones arrive too late on a busy machine.
+    const auto reply = [](std::size_t size) {
+        return '$' + std::to_string(size) + "\r\n" + std::string(size, 'x') + "\r\n";
+    };
+    const RawServer endless(reply(std::size_t{80} << 20));
+    const Machine machine(endless.setting(), kCached);
+    const double most = static_cast<double>(memoryOf(lookUp).most) / (1 << 20);
+    probe.expect(crypto_cache_fault() != nullptr, "80 MiB are refused");
+    probe.expectWithin(most, 0, 2 * 64 + 4, "MiB for a reply that is too large, with the reader's room to grow");
+    probe.measured("memory for a reply of 80 MiB", most, "MiB");
+    const RawServer large(reply(1 << 20));
+    machine.use(large.setting(), kCached);
+    lookUp();
+    probe.expect(large.numConnections == 1, "the server with 1 MiB is asked");
+}
+
+std::string listOf(std::size_t count) {
+    std::string reply = '*' + std::to_string(count) + "\r\n";
+    for (std::size_t i = 0; i < count; ++i) {
+        reply += ":1\r\n";
+    }
+    return reply;
+}
+
+void reads65536Elements(Probe& probe) {
+    readsOnly(probe, listOf(65536), listOf(65537), "too large");
+}
+
+void reads7NestedLists(Probe& probe) {
+    const auto nested = [](int levels) {
+        std::string reply;
+        for (int i = 0; i < levels; ++i) {
+            reply += "*1\r\n";
+        }
+        return reply + ":1\r\n";
+    };
+    // Later releases of hiredis read two more levels.
+    readsOnly(probe, nested(7), nested(10), "does not speak");
+}
+
+void keeps8Connections(Probe& probe) {
+    const RawServer server(":0\r\n", 60);
+    const Machine machine(server.setting());
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 14; ++i) {
+        threads.emplace_back(secondsOfRemoval);
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    pauseMs(50);
+    probe.expect(server.numConnections > 8, "more than 8 at a time");
+    probe.expect(openConnections(server.port()) == 8, "8 are kept");
+}
+
+}  // namespace
+
+std::vector<Driver> cacheDrivers() {
+    constexpr const char* kCache = "the server of a [shared cache](shared-cache.md)";
+    return {
+        {kCache, "200 ms for each operation", waits200Ms},
+        {kCache, "a pause of 5 to 60 s", pausesAfterFailures, 16},
+        {kCache, "64 MiB", reads64MiB},
+        {kCache, "65536 elements", reads65536Elements},
+        {kCache, "7 nested lists in a reply", reads7NestedLists},
+        {kCache, "8 idle connections", keeps8Connections},
+    };
+}
+
+}  // namespace proof

@@ -1,0 +1,109 @@
+// Drivers for lists of certificates, by the command.
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <csignal>
+#include <stdexcept>
+#include <thread>
+
+#include "proof/limits/driver.h"
+#include "proof/limits/scene.h"
+
+namespace proof {
+
+using namespace testkit;
+
+namespace {
+
+void reads1MiBOfLine(Probe& probe) {
+    if (probe.command.empty()) {
+        return;
+    }
+    const Machine machine;
+    constexpr std::size_t kLimit = std::size_t{1} << 20;
+    for (const std::size_t size : {kLimit, kLimit + 1}) {
+        std::string line = "missing.pem";
+        line.insert(0, size - line.size(), ' ');
+        const std::string list = machine.folder().write("list", line + '\n');
+        const std::string error = command(probe.command, machine, {"check", "--from-file", list}).err;
+        const bool isTooLong = error.find("is longer than") != std::string::npos;
+        probe.expect(isTooLong == (size > kLimit) && error.find("1 checked") != std::string::npos,
+                     std::to_string(size) + " octets of a line");
+    }
+}
+
+// Lines of 4 KiB, so that few are on their way, through a FIFO; the only check takes longer than this waits.
+void holds2000Certificates(Probe& probe) {
+    if (probe.command.empty()) {
+        return;
+    }
+    std::signal(SIGPIPE, SIG_IGN);
+    const SmallPki pki;
+    const HttpServer slow([](const HttpRequest&) { return HttpReply{.delayMs = 60000}; });
+    const Machine machine;
+    const std::string certificate = machine.write("leaf.der", pki.leaf.certificate);
+    const std::string issuer = machine.write("ca.der", pki.ca.certificate);
+    const std::string fifo = machine.folder().file("fifo");
+    if (::mkfifo(fifo.c_str(), 0600) != 0) {
+        throw std::runtime_error("no FIFO can be made");
+    }
+    std::atomic<int> numWritten = 0;
+    std::thread([&] {
+        const int open = ::open(fifo.c_str(), O_WRONLY | O_CLOEXEC);
+        const std::string line = std::string(4095 - certificate.size(), ' ') + certificate + '\n';
+        while (::write(open, line.data(), line.size()) == static_cast<ssize_t>(line.size())) {
+            ++numWritten;
+        }
+    }).detach();
+    std::thread([&] {
+        command(
+            probe.command, machine,
+            {"check", "--from-file", fifo, "--jobs", "1", "--issuer", issuer, "--url", slow.url(), "--timeout", "50"},
+            20000);
+    }).detach();
+    for (int last = -1; last != numWritten || last == 0;) {
+        last = numWritten;
+        pauseMs(2000);
+    }
+    probe.measured("lines read ahead", numWritten);
+    // Those in the queue, one in work, one waiting for room, and what fits into a FIFO and a stream.
+    probe.expectWithin(numWritten, 2000, 2040, "lines that were read");
+    std::_Exit(0);
+}
+
+void permits(Probe& probe, const char* option, int most) {
+    if (probe.command.empty()) {
+        return;
+    }
+    const Machine machine;
+    const std::string list = machine.folder().write("list", "missing.pem\n");
+    for (const int count : {most, most + 1}) {
+        const int status =
+            command(probe.command, machine, {"check", "--from-file", list, option, std::to_string(count)}).exitStatus;
+        probe.expect(status == (count > most ? 64 : 3), std::string(option) + ' ' + std::to_string(count));
+    }
+}
+
+void checks256AtATime(Probe& probe) {
+    permits(probe, "--jobs", 256);
+}
+
+void asksOneResponder64Times(Probe& probe) {
+    permits(probe, "--per-host", 64);
+}
+
+}  // namespace
+
+std::vector<Driver> listDrivers() {
+    constexpr const char* kList = "a list (`check --from-file`)";
+    return {
+        {kList, "1 MiB a line", reads1MiBOfLine},
+        {kList, "2,000 certificates wait", holds2000Certificates, 6},
+        {kList, "256 checks at a time", checks256AtATime},
+        {kList, "64 for one responder", asksOneResponder64Times},
+    };
+}
+
+}  // namespace proof
