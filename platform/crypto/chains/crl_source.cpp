@@ -90,7 +90,8 @@ bool CrlSource::addCached(const std::string& url, const CrlSubject& subject, Crl
     std::optional<CachedAnswer> cached =
         UrlCache::ofSettings()->findChanged(url, rules_.cacheMaxAgeSeconds, rules_.resync,
                                             {known.crl ? ByteView(known.crl->der) : ByteView(), known.stamp});
-    if (!cached) {
+    // Others may write a shared cache: its entries have the limits of downloads.
+    if (!cached || (cached->answer && cached->answer->size() > chainLimits().maxCrlSize)) {
         return false;
     }
     noteCached(CRYPTO_NOTE_FOR_CRL, url);

@@ -72,7 +72,9 @@ bool IssuerDownload::cached(const Certificate& certificate, std::size_t index,
         return false;
     }
     const long maxAge = useNetwork_ ? kSecondsInDay : kAnyAge;
-    if (const std::optional<Bytes> body = UrlCache::ofSettings()->find(addresses[index], maxAge, nullptr)) {
+    const std::optional<Bytes> body = UrlCache::ofSettings()->find(addresses[index], maxAge, nullptr);
+    // Others may write a shared cache: its entries have the limits of downloads.
+    if (body && body->size() <= exchangeLimits().maxBodySize) {
         noteCached(CRYPTO_NOTE_FOR_ISSUER, addresses[index]);
         found = certificatesIn(*body, certificate);
     }

@@ -1,5 +1,6 @@
 #include "platform/crypto/network/cache_server.h"
 
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -24,6 +25,11 @@ constexpr std::size_t kLargestRoots = std::size_t{8} << 20;
 
 // The content of a file that decides whom to trust. On failure it is empty, with the cause in `fault`.
 std::string readTrusted(const std::string& path, std::size_t largest, bool isSecret, std::string& fault) {
+    // Opening a pipe would wait.
+    if (struct stat status{}; ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
+        fault = path + ": is no regular file";
+        return {};
+    }
     int systemError = 0;
     std::optional<WholeFile> file = readWholeFile(path, largest, systemError);
     const char* problem = nullptr;

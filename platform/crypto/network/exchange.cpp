@@ -196,7 +196,13 @@ void setFromCache(bool fromCache) {
 std::optional<Bytes> cachedResponse(const UrlCache& cache, const std::string& url,
                                     const CRYPT_RETRIEVE_AUX_INFO* info) {
     const long maxAge = numberOf(setting::OcspValiditySeconds);
-    return maxAge > 0 ? cache.find(url, maxAge, info == nullptr ? nullptr : info->pftCacheResync) : std::nullopt;
+    std::optional<Bytes> response =
+        maxAge > 0 ? cache.find(url, maxAge, info == nullptr ? nullptr : info->pftCacheResync) : std::nullopt;
+    // Others may write a shared cache: its entries have the limits of exchanges.
+    if (response && response->size() > exchangeLimits().maxBodySize) {
+        response.reset();
+    }
+    return response;
 }
 
 HttpAnswer exchangeAndNote(const HttpCall& call, const ExchangeLimits& limits) {

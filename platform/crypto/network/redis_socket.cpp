@@ -26,12 +26,14 @@ int millisecondsUntil(RedisDeadline deadline) {
     return static_cast<int>(std::clamp<long long>(left, 0, 3600000));
 }
 
-// Certificates in PEM; those that cannot be read are left out.
+// Certificates in PEM, up to the first block that cannot be read. An encrypted one must not make OpenSSL ask for a
+// password on the terminal.
 bool addRoots(X509_STORE* store, const std::string& pem) {
     const BioPtr file(BIO_new_mem_buf(pem.data(), static_cast<int>(pem.size())));
+    const auto noPassword = [](char*, int, int, void*) { return -1; };
     int numAdded = 0;
     while (file) {
-        const X509Ptr root(PEM_read_bio_X509(file.get(), nullptr, nullptr, nullptr));
+        const X509Ptr root(PEM_read_bio_X509(file.get(), nullptr, noPassword, nullptr));
         if (!root) {
             break;
         }
@@ -243,7 +245,9 @@ std::string_view RedisSocket::receive(RedisDeadline deadline) {
 // A TLS server sends session tickets after the handshake; they were read with the first reply, or make this false.
 bool RedisSocket::isQuiet() {
     pollfd looked{socket_->get(), POLLIN, 0};
-    return fault_.empty() && ::poll(&looked, 1, 0) == 0;
+    // What TLS has not passed on yet was received with the last reply, and is none to the next command.
+    const bool isRead = !tls_ || (SSL_pending(tls_.get()) == 0 && BIO_pending(SSL_get_rbio(tls_.get())) == 0);
+    return fault_.empty() && isRead && ::poll(&looked, 1, 0) == 0;
 }
 
 }  // namespace tallow::platform
