@@ -17,7 +17,7 @@ namespace {
 
 constexpr int kEndingSignals[] = {SIGINT, SIGTERM, SIGHUP};
 
-// The paths that a signal handler removes. A command has at most two files open at a time; without a free slot a file
+// The paths that a signal handler removes. A check has at most four files open at a time; without a free slot a file
 // is removed only by its destructor.
 struct Slot {
     std::atomic<bool> isUsed{false};

@@ -174,13 +174,22 @@ private:
     Report report_;
 };
 
+// The result when it cannot be printed; the line about that comes at the end. The rest of a list is not checked then.
+Outcome withoutPrint(Outcome outcome) {
+    outcome.exitStatus = outcome.exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
+    return outcome;
+}
+
 Outcome printed(const CheckOptions& options, ResultFiles& files) {
     const ResultPrinter printer(options, streamFor(options));
     const Results results = runCheck(options, [&](const CheckResult& result) {
         printer.print(result);
         files.add(result);
     });
-    return files.write(withWarnings(printer.finish(results), results), false, "");
+    Outcome outcome = withWarnings(printer.finish(results), results);
+    std::ostream& stream = streamFor(options);
+    stream << std::exchange(outcome.out, {}) << std::flush;  // the report says whether that failed
+    return files.write(stream ? std::move(outcome) : withoutPrint(std::move(outcome)), false, "");
 }
 
 Outcome monitored(const CheckOptions& options, ResultFiles& files) {
@@ -191,12 +200,6 @@ Outcome monitored(const CheckOptions& options, ResultFiles& files) {
         std::cerr << (options.isVerbose ? explanationOf(result) : "");
     });
     return files.write(withWarnings(monitor.finish(), results), true, "");
-}
-
-// The rest of a list is not checked when results cannot be printed; the line about it comes at the end.
-Outcome withoutPrint(Outcome outcome) {
-    outcome.exitStatus = outcome.exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
-    return outcome;
 }
 
 // The certificates of a list.

@@ -14,13 +14,16 @@ void addCell(HtmlWriter& html, const std::string& text) {
     html.raw("<td role=\"cell\">").text(text).raw("</td>");
 }
 
-// A time that has passed says so.
-void addDeadline(HtmlWriter& html, const std::optional<Seconds>& time, Seconds now) {
+// A time that has passed says so, and a period that has not begun.
+void addDeadline(HtmlWriter& html, const std::optional<Seconds>& start, const std::optional<Seconds>& time,
+                 Seconds now) {
     html.raw("<td role=\"cell\">");
     if (time) {
         addTime(html, *time);
         if (*time < now) {
             html.raw(" <span class=\"past\">expired</span>");
+        } else if (start && now < *start) {
+            html.raw(" <span class=\"past\">not yet valid</span>");
         }
     }
     html.raw("</td>");
@@ -107,8 +110,8 @@ void addCertificateRows(HtmlWriter& html, const CheckResult& result, Seconds now
     addCell(html, result.subject);
     addCell(html, result.responder);
     const Deadlines deadlines = deadlinesOf(result);
-    addDeadline(html, deadlines.nextUpdate, now);
-    addDeadline(html, deadlines.certificate, now);
+    addDeadline(html, std::nullopt, deadlines.nextUpdate, now);
+    addDeadline(html, result.start, deadlines.certificate, now);
     html.raw("</tr><tr role=\"row\"><td role=\"cell\" colspan=\"7\"><details><summary>Details");
     if (!reason.empty()) {
         html.raw(": <span>").text(reason).raw("</span>");

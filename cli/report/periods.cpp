@@ -54,8 +54,8 @@ struct Tick {
     std::int64_t seconds;
     Markup label;
 };
-constexpr Tick kTicks[] = {{3600, "1 h"},           {86400, "1 day"},       {30 * 86400, "30 days"},
-                           {365 * 86400, "1 year"}, {3650 * 86400, "10 y"}, {100LL * 365 * 86400, "100 y"}};
+constexpr Tick kTicks[] = {{3600, "1 h"},        {86400, "1 d"},         {30 * 86400, "30 d"},
+                           {365 * 86400, "1 y"}, {3650 * 86400, "10 y"}, {100LL * 365 * 86400, "100 y"}};
 
 // Where a time is drawn: now is in the middle.
 class Scale {
@@ -70,9 +70,8 @@ public:
     }
     double at(Seconds time) const {
         const double distance = static_cast<double>((time - now_).count());
-        return kMiddle +
-               std::copysign(lengthOf(std::abs(distance)) / lengthOf(static_cast<double>(widest_)), distance) *
-                   (kMiddle - kMargin);
+        const double length = lengthOf(std::abs(distance)) / lengthOf(static_cast<double>(widest_));
+        return kMiddle + std::copysign(std::min(length, 1.0), distance) * (kMiddle - kMargin);
     }
     bool reaches(std::int64_t seconds) const { return seconds <= widest_; }
 

@@ -54,13 +54,16 @@
       haystacks = rows.map(haystackOf);
     }
     let count = 0;
+    let hiddenFailures = 0;
     rows.forEach((row, at) => {
       const wanted = status.value;
       const hasStatus = wanted === "" || (wanted === "-good" ? row.className !== "good" : row.className === wanted);
       row.hidden = !hasStatus || !words.every((word) => haystacks[at].includes(word));
       count += row.hidden ? 0 : 1;
+      hiddenFailures += row.hidden && row.className !== "good" ? 1 : 0;
     });
-    shown.value = `${count} of ${rows.length} shown`;
+    const warning = hiddenFailures === 0 ? "" : `; ${hiddenFailures} that are not good hidden`;
+    shown.value = `${count} of ${rows.length} shown${warning}`;
     none.hidden = count !== 0 || rows.length === 0;
   };
 
@@ -93,4 +96,6 @@
 
   tools.hidden = false;
   filter();
+  // A browser that comes back to this page may restore the filter's values after that, without an event.
+  addEventListener("pageshow", filter);
 })();

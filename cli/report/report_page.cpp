@@ -39,7 +39,8 @@ void addHead(HtmlWriter& html, const ReportSummary& summary) {
     html.raw("<meta name=\"viewport\" content=\"width=device-width, initial-scale=1\">\n");
     html.raw("<meta name=\"referrer\" content=\"no-referrer\"><meta name=\"robots\" content=\"noindex\">\n");
     html.raw("<meta name=\"color-scheme\" content=\"light dark\">\n<title>OCSP report: ");
-    html.number(countOf(summary, Mark::kGood)).raw(" of ").number(summary.numAll()).raw(" good</title>\n<style>");
+    html.number(countOf(summary, Mark::kGood)).raw(" of ").number(summary.numAll()).raw(" good");
+    html.raw(summary.run.mistake.empty() ? Markup("") : Markup(", not complete")).raw("</title>\n<style>");
     html.raw(kStyle).raw("</style></head>\n");
 }
 
@@ -49,32 +50,6 @@ void addSentence(HtmlWriter& html, std::size_t count, std::size_t numAll, Markup
                                                                                   : Markup(" certificates "));
         html.raw(count == 1 ? one : several).raw("</li>");
     }
-}
-
-// In words, from the worst on.
-void addFindings(HtmlWriter& html, const ReportSummary& summary) {
-    const std::size_t numAll = summary.numAll();
-    html.raw("<ul class=\"findings\">");
-    if (!summary.run.mistake.empty()) {
-        html.raw("<li>The run is not complete: ").text(summary.run.mistake).raw("</li>");
-    }
-    if (numAll == 0) {
-        html.raw("<li>Nothing was checked</li>");
-    }
-    addSentence(html, countOf(summary, Mark::kRevoked), numAll, "is revoked", "are revoked");
-    addSentence(html, countOf(summary, Mark::kUnproven), numAll,
-                "is not proven good: it has no verified answer, or its "
-                "chain is not valid",
-                "are not proven good: they have no verified answer, or their chain is not valid");
-    addSentence(html, countOf(summary, Mark::kUnknown), numAll, "is unknown to its responder",
-                "are unknown to their responders");
-    addSentence(html, countOf(summary, Mark::kFlawed), numAll, "is good, but has another problem",
-                "are good, but have another problem");
-    if (worstOf(summary) == Mark::kGood) {
-        html.raw(numAll == 1 ? Markup("<li>The certificate is good</li>")
-                             : Markup("<li>All certificates are good</li>"));
-    }
-    html.raw("</ul>");
 }
 
 Markup meaningOf(const ReportSummary& summary) {
@@ -101,6 +76,40 @@ Markup meaningOf(const ReportSummary& summary) {
         default:
             return "at least one has no verified answer, or a file could not be written";
     }
+}
+
+// In words, from the worst on.
+void addFindings(HtmlWriter& html, const ReportSummary& summary) {
+    const std::size_t numAll = summary.numAll();
+    html.raw("<ul class=\"findings\">");
+    if (!summary.run.mistake.empty()) {
+        html.raw("<li>The run is not complete: ").text(summary.run.mistake).raw("</li>");
+    }
+    if (numAll == 0) {
+        html.raw("<li>Nothing was checked</li>");
+    }
+    addSentence(html, countOf(summary, Mark::kRevoked), numAll, "is revoked", "are revoked");
+    addSentence(html, countOf(summary, Mark::kUnproven), numAll,
+                "is not proven good: it has no verified answer, or its "
+                "chain is not valid",
+                "are not proven good: they have no verified answer, or their chain is not valid");
+    addSentence(html, countOf(summary, Mark::kUnknown), numAll, "is unknown to its responder",
+                "are unknown to their responders");
+    addSentence(html, countOf(summary, Mark::kFlawed), numAll, "is good, but has another problem",
+                "are good, but have another problem");
+    if (worstOf(summary) == Mark::kGood) {
+        html.raw(numAll == 1 ? Markup("<li>The certificate is good</li>")
+                             : Markup("<li>All certificates are good</li>"));
+    } else if (countOf(summary, Mark::kGood) == numAll && summary.run.mistake.empty() && numAll != 0) {
+        html.raw("<li>Every certificate is good, but ");
+        if (summary.run.isMonitoring) {
+            html.raw("the state of the monitoring is ").raw(meaningOf(summary));
+            html.raw(": something expires soon, or a result could not be written</li>");
+        } else {
+            html.raw("a result could not be written</li>");
+        }
+    }
+    html.raw("</ul>");
 }
 
 void addCounts(HtmlWriter& html, const ReportSummary& summary) {
@@ -159,7 +168,9 @@ void addPageBegin(HtmlWriter& html, const ReportSummary& summary) {
         "verified response of the issuer's responder says so.</p>");
     if (summary.numNotShown != 0) {
         html.raw("<p class=\"notice\">").number(summary.numNotShown);
-        html.raw(" certificates are counted above but have no row, since the page would be too large.</p>");
+        html.raw(summary.numNotShown == 1 ? Markup(" certificate is counted above but has no row")
+                                          : Markup(" certificates are counted above but have no row"));
+        html.raw(", since the page would be too large.</p>");
     }
     html.raw("</header>\n<main><h2 id=\"certificates\">Certificates</h2>\n<form id=\"tools\" role=\"search\" hidden>");
     html.raw("<label>Text <input type=\"search\" id=\"text\" autocomplete=\"off\" spellcheck=\"false\"></label>");

@@ -61,7 +61,8 @@ TEST(Report, NeverMakesAFailureLookGood) {
              Row{resultOf(kError), {}, "unproven", "unproven", "<summary>Details: <span>no answer</span>"},
              Row{withBadStaple, {}, "flawed", "flawed", "good, but staple missing</span>"},
              Row{unsaved, {}, "flawed", "flawed", "<summary>Details: <span>disk full</span>"},
-             Row{resultOf(kGood), {{}, {}, 2, true, ""}, "unproven", "good", "<dd>2: critical</dd>"},
+             Row{resultOf(kGood), {{}, {}, 2, true, ""}, "unproven", "good", "state of the monitoring is critical"},
+             Row{resultOf(kGood), {{}, {}, 3, false, ""}, "unproven", "good", "but a result could not be written"},
          }) {
         const std::string page = pageOf({row.result}, row.run);
         EXPECT_THAT(page, AllOf(HasSubstr(std::string("<div class=\"summary ") + row.summary + '"'),
