@@ -51,7 +51,9 @@ public:
     struct List {
         using const_iterator = CATAVRegister::const_iterator;
 
+        /// The first entry.
         static const_iterator begin() { return first(); }
+        /// Behind the last entry, also behind those that are added later.
         static const_iterator end() { return {}; }
     };
 
