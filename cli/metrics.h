@@ -18,7 +18,7 @@ public:
     /// Finds out whether the file can be written; nothing for an empty path. Throws InputError.
     explicit Metrics(const std::string& path);
 
-    /// Names must be unique in the file: a second result with the name of an earlier one gets " (2)" behind it.
+    /// Names must be unique in the file: a second result with the name of an earlier one gets " (2)" at its end.
     void add(const CheckResult& result);
 
     /// The results are not complete: `write` leaves the previous file, whose age shows that.

@@ -52,7 +52,7 @@ std::optional<RedisValue> read(std::string_view octets, std::size_t sizePart) {
 
 void openEntry(ByteView octets) {
     const SharedEntries anyone("");
-    const SharedEntries sealed("a key that nobody else has");
+    const SharedEntries sealed("a key of this machine alone");
     require(!sealed.open(kUrl, octets) && !sealed.openFront(kUrl, octets));
     if (const auto opened = anyone.open(kUrl, octets)) {
         require(SharedEntries::sizeFront(kUrl) + opened->answer.size() == octets.size());

@@ -183,7 +183,7 @@ TEST_F(CheckerAttempts, OfSendReportDatesThatDoNotFit) {
         EXPECT_THAT(sent.cause, HasSubstr(row.words));
         EXPECT_FALSE(sent.answer.empty());
     }
-    // Whoever named the address decides whether it may be a private one.
+    // Its source decides whether the address may be a private one.
     settings("", "refuse_private_addresses = true\n");
     const HttpServer server([&](const HttpRequest&) { return HttpReply{.body = buildResponse(good())}; });
     EXPECT_EQ(Checker(own()).send(request, server.url()).status, 0);

@@ -41,7 +41,7 @@ struct CacheSeal {
 // What entries of one server are made and opened with.
 class SharedEntries {
 public:
-    // An empty key: entries count whoever wrote them.
+    // An empty key: entries without a seal count, too.
     explicit SharedEntries(std::string_view key) : key_(key) {}
 
     struct Opened {
