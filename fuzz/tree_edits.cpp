@@ -209,11 +209,15 @@ bool isLooseObjectIdentifier(const Bytes& content) {
     return isLoose;
 }
 
-// SEQUENCE and SET are always constructed (X.690, 8.9 and 8.11).
+// SEQUENCE, SET and a tag around another element are always constructed (X.690, 8.9, 8.11 and 8.14).
 bool hasWrongForm(const Element& element) {
     constexpr std::uint8_t kPrimitiveSequence = 0x10;
     constexpr std::uint8_t kPrimitiveSet = 0x11;
-    return element.identifier == kPrimitiveSequence || element.identifier == kPrimitiveSet;
+    constexpr std::uint8_t kClassAndForm = 0xE0;
+    constexpr std::uint8_t kPrimitiveContext = 0x80;
+    const bool isPrimitiveTag = (element.identifier & kClassAndForm) == kPrimitiveContext && !element.content.empty() &&
+                                elementsIn(element.content, 0).has_value();
+    return isPrimitiveTag || element.identifier == kPrimitiveSequence || element.identifier == kPrimitiveSet;
 }
 
 // The parameters of an algorithm, such as an empty BOOLEAN, which OpenSSL reads although they can be of any type.

@@ -29,8 +29,8 @@ std::vector<Edit> editsIn(std::span<const std::uint8_t> input, std::size_t most 
 Bytes edited(const Bytes& der, std::span<const Edit> edits);
 
 /// Whether there is an INTEGER or OBJECT IDENTIFIER in it that is not as X.690, 8.3 and 8.19, have it (without octets,
-/// padded, or cut short), a SEQUENCE or SET in the primitive form (8.9, 8.11), or parameters of an algorithm that are
-/// no value of their type. The library reads them; OpenSSL reads nothing in which there is one.
+/// padded, or cut short), a SEQUENCE, SET or explicit tag in the primitive form (8.9, 8.11, 8.14), or parameters of an
+/// algorithm that are no value of their type. The library reads them; OpenSSL reads nothing in which there is one.
 bool hasLooseValue(const Bytes& der);
 
 /// Whether a constructed element with a context tag has more elements in it than one, but for RevokedInfo, or none. The
