@@ -112,8 +112,15 @@ void* realFunction(const char* name) {
 
 }  // namespace
 
+// libcrypto, when it cannot append to a list, loses some of what it was about to append.
+static bool isListOfLibcrypto(std::uint32_t number, const void* caller) {
+    Dl_info library{};
+    return number == kPoint_OPENSSL_sk_push && ::dladdr(caller, &library) != 0 &&
+           std::string_view(library.dli_fname).find("libcrypto.so") != std::string_view::npos;
+}
+
 // Where a stub continues: null to fail.
-extern "C" __attribute__((visibility("hidden"), used)) void* faultPointTarget(Point* point) {
+extern "C" __attribute__((visibility("hidden"), used)) void* faultPointTarget(Point* point, const void* caller) {
     const int before = errno;
     void* real = point->real.load(std::memory_order_relaxed);
     if (real == nullptr) {
@@ -121,12 +128,15 @@ extern "C" __attribute__((visibility("hidden"), used)) void* faultPointTarget(Po
         point->real = real;
     }
     const bool fails = mustFail(point->number);
+    if (fails) {
+        current.load()->isListOfLibcrypto = isListOfLibcrypto(point->number, caller);
+    }
     errno = fails && point->error != 0 ? point->error : before;
     return fails ? nullptr : real;
 }
 
-// Keeps the registers that may hold arguments, asks faultPointTarget, and jumps there or returns Point::result, which
-// is the second member.
+// Keeps the registers that may hold arguments, asks faultPointTarget, which is told where the call came from, and jumps
+// where it says or returns Point::result, which is the second member.
 asm(R"(
     .text
     .hidden faultPointEnter
@@ -140,6 +150,7 @@ faultPointEnter:
     movups %xmm0, 0(%rsp); movups %xmm1, 16(%rsp); movups %xmm2, 32(%rsp); movups %xmm3, 48(%rsp)
     movups %xmm4, 64(%rsp); movups %xmm5, 80(%rsp); movups %xmm6, 96(%rsp); movups %xmm7, 112(%rsp)
     mov %r11, %rdi
+    mov 200(%rsp), %rsi
     call faultPointTarget
     mov %rax, %r10
     movups 0(%rsp), %xmm0; movups 16(%rsp), %xmm1; movups 32(%rsp), %xmm2; movups 48(%rsp), %xmm3

@@ -23,6 +23,7 @@ struct FaultState {
     std::atomic<std::uint32_t> point;                    // what fails, with `call` not 0
     std::atomic<std::uint64_t> call;                     // counted from 1 since calls[point] was 0
     std::atomic<std::uint64_t> fired;                    // how many calls failed
+    std::atomic<bool> isListOfLibcrypto;                 // the last was an OPENSSL_sk_push by libcrypto itself
 };
 
 /// The points have the numbers from 0.
