@@ -48,7 +48,9 @@ install(FILES README.md CHANGELOG.md CONTRIBUTING.md SECURITY.md settings.exampl
         COMPONENT documentation)
 install(FILES bench/README.md DESTINATION ${documentation}/bench COMPONENT documentation)
 install(DIRECTORY docs DESTINATION ${documentation} COMPONENT documentation PATTERN docs/api EXCLUDE)
-install(DIRECTORY examples DESTINATION ${documentation} COMPONENT documentation USE_SOURCE_PERMISSIONS)
+install(DIRECTORY examples DESTINATION ${documentation} COMPONENT documentation
+        REGEX "/(make-pki|serve\\.py|apache-staple)$"
+        PERMISSIONS OWNER_READ OWNER_WRITE OWNER_EXECUTE GROUP_READ GROUP_EXECUTE WORLD_READ WORLD_EXECUTE)
 
 include(cmake/Sbom.cmake)
 install(FILES ${PROJECT_BINARY_DIR}/tallow.spdx.json DESTINATION ${documentation} COMPONENT runtime)
