@@ -23,8 +23,8 @@ endif()
 option(TALLOW_TESTS "Build the tests" ${tallow_tests_default})
 option(TALLOW_BENCH "Build the benchmarks" ${tallow_tests_default})
 option(TALLOW_PROOF "Build the programs of proof/" OFF)
-if(TALLOW_TESTS AND NOT (TALLOW_COMMAND AND tallow_library_type STREQUAL SHARED))
-  message(FATAL_ERROR "TALLOW_TESTS needs TALLOW_COMMAND and shared libraries")
+if(TALLOW_TESTS AND NOT (TALLOW_COMMAND AND TALLOW_EXAMPLES AND tallow_library_type STREQUAL SHARED))
+  message(FATAL_ERROR "TALLOW_TESTS needs TALLOW_COMMAND, TALLOW_EXAMPLES and shared libraries")
 endif()
 # The cache of downloads that several machines share. A name without a path goes into the targets that static libraries
 # export.
