@@ -1,6 +1,7 @@
 """The module as it is built and installed: traps, stubs, and where its libraries are found."""
 import ast
 import enum
+import importlib.metadata
 import os
 import subprocess
 import sys
@@ -9,6 +10,10 @@ from pathlib import Path
 
 import pytest
 import tallow
+
+
+def test_package_tells_its_version():
+    assert importlib.metadata.version("tallow") == tallow.__version__
 
 
 def test_verdict_cannot_be_mistaken_for_a_truth_value():
