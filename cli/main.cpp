@@ -22,6 +22,7 @@
 #include "cli/options.h"
 #include "cli/outcome.h"
 #include "cli/output.h"
+#include "cli/replaced_files.h"
 #include "cli/report/report.h"
 #include "cli/request.h"
 #include "cli/result_printer.h"
@@ -300,6 +301,7 @@ int run(int argc, char** argv) {
         if (const std::optional<int> end = readCommandLine(argc, argv, options)) {
             return statusOfPrinted(*end);
         }
+        requireInputsKept(options, outputFilesOf(options));
         return finish(withCacheWarning(std::visit(Run(), options)), isOutputTaken(options));
     } catch (const std::bad_alloc&) {
         throw;

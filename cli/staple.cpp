@@ -21,6 +21,7 @@
 #include "cli/input_files.h"
 #include "cli/network.h"
 #include "cli/output_file.h"
+#include "cli/replaced_files.h"
 #include "cli/run_inputs.h"
 
 namespace tallow::cli {
@@ -116,6 +117,7 @@ public:
             throw InputError("--out " + options.directory, "is no directory; name one that exists");
         }
         requireNames();
+        requireInputsKept(options, outputs());
         inputs_.add(files_.certificates, files_.crls);
         checker_.emplace(inputs_.trust(), optionsOf(options, inputs_, network_));
     }
@@ -182,6 +184,14 @@ private:
     std::string pathOf(const ToCheck& next) const {
         const std::string name = options_.name.empty() ? nameIn(next.label) : options_.name;
         return (fs::path(options_.directory) / (name + ".ocsp")).string();
+    }
+
+    std::vector<std::string> outputs() const {
+        std::vector<std::string> paths;
+        for (const ToCheck& next : files_.toCheck) {
+            paths.push_back(pathOf(next));
+        }
+        return paths;
     }
 
     // One response would replace the other.

@@ -76,6 +76,41 @@ TEST_F(ResultFile, IsReplacedAsAWholeOrWrittenThrough) {
     }
 }
 
+TEST_F(ResultFile, NeverReplacesAFileThatTheRunReads) {
+    const Arguments prepare{
+        "-c", "cd '" + tallow.folder().path().string() +
+                  "' && ln leaf.pem hard && ln -s leaf.pem soft && cp root.pem ca.pem &&"
+                  " cp leaf.pem leaf.crt && printf 'leaf.crt\\n./soft\\n' >list && mkdir -p s/CA &&"
+                  " cp root.pem s/CA/x.pem && echo password >secret && mkfifo pipe &&"
+                  " printf '[crypto]\\nuser_stores=\"%s/s\"\\ncache_key_file=\"secret\"\\n' $PWD >in.toml"};
+    ASSERT_EQ(run(joined({"sh"}, prepare)).exitStatus, 0);
+    const std::string sum = "find . -type f | sort | xargs sha256sum";
+    const std::string check = "$T check --trust root.pem --url $1 ";
+    for (const std::string& script : {
+             check + "--report hard leaf.pem",
+             check + "--metrics soft leaf.pem",
+             check + "--report x/../ca.pem --issuer ca.pem leaf.pem",
+             check + "--save-response list --from-file - <list",
+             check + "--report list --from-file - <list",
+             check + "--report hard --from-file list",
+             check + "--report hard --metrics new --from-file pipe & cat list >pipe; wait $!",
+             check + "--report secret --proxy http://127.0.0.1:9 --proxy-user u --proxy-password-file secret leaf.pem",
+             check + "--report in.toml --settings in.toml leaf.pem",
+             check + "--report secret --settings in.toml leaf.pem",
+             check + "--report s/CA/x.pem --settings in.toml leaf.pem",
+             std::string("$T request --issuer root.pem --sign leaf.crt --key secret -o secret leaf.pem"),
+             std::string("mkdir -p d; ln leaf.pem d/leaf.ocsp; $T staple --url $1 --out d leaf.pem"),
+         }) {
+        const ProcessResult run =
+            shell(tallow,
+                  "mkdir -p x; before=$(" + sum + "); status=0; { " + script + "; } || status=$?; rm -f d/*;" +
+                      " test \"$before\" = \"$(" + sum + ")\" && exit $status",
+                  {responderUrl()});
+        EXPECT_EQ(run.exitStatus, kExitUsage) << script << run.err;
+        EXPECT_EQ(numLines(run.err), 1U) << script << run.err;
+    }
+}
+
 TEST_F(ResultFile, ThatCannotBeWrittenIsNeverASuccess) {
     const std::string check = "check --settings settings.toml --trust root.pem --url $1 leaf.pem ";
     ASSERT_EQ(shell(tallow, "$T request --settings settings.toml --issuer root.pem -o request.der leaf.pem").exitStatus,
