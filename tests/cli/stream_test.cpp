@@ -48,6 +48,19 @@ TEST_F(StandardInput, IsReadOnce) {
     }
 }
 
+TEST_F(StandardInput, AndPipesThatStaySilentAreReported) {
+    const std::string check = "mkfifo p; $T check --settings settings.toml --trust root.pem --url $1 ";
+    for (const char* const end :
+         {"p & sleep 2.5; cat leaf.pem >p; wait $!", "--from-file p & sleep 2.5; echo leaf.pem >p; wait $!"}) {
+        const ProcessResult run = shell(tallow, "rm -f p; " + check + end, {responderUrl()});
+        EXPECT_EQ(run.exitStatus, 0);
+        EXPECT_THAT(run.err, testing::StartsWith("tallow: p: waiting for input\n"));
+    }
+    const ProcessResult endless = shell(tallow, "$T check --from-file /dev/zero");
+    EXPECT_EQ(endless.exitStatus, kExitNoAnswer);
+    EXPECT_THAT(endless.err, testing::HasSubstr("is no list: line 1 has more than 64 MiB"));
+}
+
 TEST_F(ResultFile, IsReplacedAsAWholeOrWrittenThrough) {
     const std::string write = "$T request --settings settings.toml --no-nonce --issuer root.pem -o ";
     const std::string original = write + "first leaf.pem && ";
