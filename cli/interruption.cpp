@@ -24,7 +24,8 @@ struct Slot {
     char path[PATH_MAX] = {};
 };
 constexpr int kNumSlots = 4;
-Slot slots[kNumSlots];  // NOLINT: a handler reaches only global objects
+Slot slots[kNumSlots];             // NOLINT: a handler reaches only global objects
+std::atomic<pid_t> groupToEnd{0};  // NOLINT
 
 extern "C" void endAtOnce(int signal) {
     constexpr int kExitOfSignals = 128;
@@ -32,6 +33,9 @@ extern "C" void endAtOnce(int signal) {
         if (slot.isUsed.load()) {
             ::unlink(slot.path);
         }
+    }
+    if (const pid_t group = groupToEnd.load(); group != 0) {
+        ::kill(-group, SIGTERM);
     }
     ::_exit(kExitOfSignals + signal);
 }
@@ -80,6 +84,10 @@ void endOnSignals() {
             ::sigaction(signal, &action, nullptr);
         }
     }
+}
+
+void endWithProcess(pid_t group) {
+    groupToEnd.store(group);
 }
 
 TemporaryFile::TemporaryFile(const std::string& directory) : path_(directory + "/.tallow-XXXXXX") {
