@@ -11,6 +11,22 @@ namespace tallow::cli {
 /// Writing to a closed pipe becomes an ordinary failure.
 void endOnSignals();
 
+/// While an object exists, the first of those signals is only noted: its holder looks several times a second, saves
+/// what would be lost, and ends the process. The second one ends it at once.
+class NotedSignals {
+public:
+    NotedSignals();
+    ~NotedSignals();
+    NotedSignals(const NotedSignals&) = delete;
+    NotedSignals& operator=(const NotedSignals&) = delete;
+
+    /// 0: there was none.
+    [[nodiscard]] static int first();
+};
+
+/// Ends the process as this signal does.
+[[noreturn]] void endBySignal(int signal);
+
 /// Those signals also end the processes of this group; 0: none.
 void endWithProcess(pid_t group);
 
