@@ -80,7 +80,7 @@ void requireInputsKept(const CommandOptions& options, const std::vector<std::str
     requireNone(inputFilesOf(options));
     const std::string settings = settingsFileOf(options);
     replaced.requireNot(settings.empty() ? "/etc/tallow/settings.toml" : settings);
-    if (!settings.empty()) {
+    if (std::pair<dev_t, ino_t> file; find(settings, file)) {        // a pipe could be read only once
         static_cast<void>(support_settings_open(settings.c_str()));  // the run reports what is wrong with it
     }
     requireNone(filesNamedBySettings());
