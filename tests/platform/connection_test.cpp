@@ -117,9 +117,11 @@ TEST(Connection, IsGivenUpWhenTheServerForgotIt) {
 }
 
 TEST(Connection, MakesRoomForAnotherOneWhenNoDescriptorIsLeft) {
-    HttpServer server(kept);
+    const HttpServer servers[4] = {HttpServer(kept), HttpServer(kept), HttpServer(kept), HttpServer(kept)};
     const std::string dead = "http://127.0.0.1:" + std::to_string(closedPort()) + "/";
-    EXPECT_EQ(post(server.url(), bytesOf("x")).lastError, 0U);
+    for (const HttpServer& server : servers) {  // libcurl needs descriptors of its own besides that of a connection
+        EXPECT_EQ(post(server.url(), bytesOf("x")).lastError, 0U);
+    }
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
     rlimit few = before;
@@ -132,7 +134,7 @@ TEST(Connection, MakesRoomForAnotherOneWhenNoDescriptorIsLeft) {
         }
     };
     takeAll();
-    const DWORD instead = post(dead, bytesOf("x")).lastError;  // of the idle connection
+    const DWORD instead = post(dead, bytesOf("x")).lastError;  // of the idle connections
     takeAll();
     const DWORD none = post(dead, bytesOf("x")).lastError;
     const DWORD unresolved = post("http://localhost:1/", bytesOf("x")).lastError;
