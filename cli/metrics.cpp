@@ -123,7 +123,8 @@ void Metrics::write() {
     for (Family& family : families_) {
         if (!family.lines.empty()) {
             const std::string name = family.name;
-            text += "# HELP " + name + " " + family.help + "\n# TYPE " + name + " gauge\n";
+            text.append("# HELP ").append(name).append(" ").append(family.help);
+            text.append("\n# TYPE ").append(name).append(" gauge\n");
             text += std::exchange(family.lines, {});
         }
     }
