@@ -29,6 +29,13 @@ std::shared_ptr<Files> makeFiles() {
     return files;
 }
 
+testkit::Bytes answerOf(const Files& files) {
+    return testkit::concat({testkit::bytesOf("HTTP/1.1 200 OK\r\nContent-Type: application/ocsp-response\r\n"
+                                             "Content-Length: " +
+                                             std::to_string(files.der.size()) + "\r\n\r\n"),
+                            files.der});
+}
+
 Row verifyRow() {
     const auto files = makeFiles();
     return {.openssl =
@@ -48,11 +55,7 @@ Row verifyRow() {
 // The responder signs in advance, so that its work is not part of the comparison.
 Row checkRow() {
     const auto files = makeFiles();
-    const testkit::Bytes reply = testkit::concat(
-        {testkit::bytesOf("HTTP/1.1 200 OK\r\nConnection: close\r\nContent-Type: application/ocsp-response\r\n"
-                          "Content-Length: " +
-                          std::to_string(files->der.size()) + "\r\n\r\n"),
-         files->der});
+    const testkit::Bytes reply = answerOf(*files);
     files->server = std::make_unique<testkit::HttpServer>(
         [=](const testkit::HttpRequest&) { return testkit::HttpReply{.rawReply = reply}; });
     return {.openssl =
@@ -69,11 +72,47 @@ Row checkRow() {
             .clock = Clock::kElapsed};
 }
 
+// Most of the time is that of the responder: what counts is how many it is asked at a time, over how few connections.
+Row listRow() {
+    constexpr std::size_t kNumCertificates = 20;
+    constexpr int kDelayMs = 50;
+    const auto files = makeFiles();
+    std::string lines;
+    for (std::size_t i = 0; i < kNumCertificates; ++i) {
+        lines += files->leaf + '\n';
+    }
+    const std::string list = files->machine.folder().write("list", lines);
+    const auto reply = [files](testkit::AfterReply after) {
+        return testkit::HttpReply{.delayMs = kDelayMs, .rawReply = answerOf(*files), .after = after};
+    };
+    const auto closing = std::make_shared<testkit::HttpServer>(
+        [=](const testkit::HttpRequest&) { return reply(testkit::AfterReply::kClose); });
+    const auto keeping = std::make_shared<testkit::HttpServer>(
+        [=](const testkit::HttpRequest&) { return reply(testkit::AfterReply::kNextRequest); });
+    return {.openssl =
+                [=](std::size_t) {
+                    for (std::size_t i = 0; i < kNumCertificates; ++i) {
+                        runCommand({"openssl", "ocsp", "-url", closing->url(), "-issuer", files->root, "-cert",
+                                    files->leaf, "-CAfile", files->root},
+                                   true);
+                    }
+                },
+            .tallow =
+                [=](std::size_t) {
+                    runCommand({TALLOW_COMMAND, "check", "--settings", files->machine.settings(), "--trust",
+                                files->root, "--issuer", files->root, "--url", keeping->url(), "--jobs", "16",
+                                "--per-host", "16", "--from-file", list});
+                },
+            .maxCalls = 1,
+            .clock = Clock::kElapsed};
+}
+
 }  // namespace
 
 void addCommandRows() {
     addRow("`tallow verify` and `openssl ocsp -respin`", verifyRow);
     addRow("`tallow check` and `openssl ocsp -url`, one query", checkRow);
+    addRow("`tallow check --from-file` and `openssl ocsp` 20 times, a responder that takes 50 ms", listRow);
 }
 
 }  // namespace bench

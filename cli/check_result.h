@@ -27,6 +27,7 @@ struct Staple {
     std::string state;        // "good", "revoked", "unknown", "missing", "expired", "wrong certificate", "not proven"
     std::string text;         // the cause, in one line; empty when good
     bool isRequired = false;  // the certificate says that the server must send one (RFC 7633)
+    std::optional<Time> nextUpdate = std::nullopt;  // of a verified one
 
     /// Whether clients that look at it would refuse the server: it is required but not good, or proves "revoked".
     bool isBad() const { return state == "revoked" || (isRequired && state != "good"); }

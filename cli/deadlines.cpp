@@ -44,6 +44,9 @@ std::optional<Seconds> expiryOf(const ATL2::CCertContext& certificate) {
 Deadlines deadlinesOf(const CheckResult& result) {
     Deadlines deadlines;
     deadlines.certificate = result.expiry;
+    if (result.staple && result.staple->nextUpdate) {
+        deadlines.staple = std::chrono::floor<std::chrono::seconds>(*result.staple->nextUpdate);
+    }
     const Verdict& verdict = result.verdict;
     if (!hasAnswer(verdict)) {
         return deadlines;

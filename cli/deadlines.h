@@ -23,6 +23,7 @@ std::optional<Seconds> expiryOf(const ATL2::CCertContext& certificate);
 struct Deadlines {
     std::optional<Seconds> nextUpdate;
     std::optional<Seconds> certificate;  // its expiry, whatever became of the check
+    std::optional<Seconds> staple;       // nextUpdate of the verified response that the server sent
     std::optional<Seconds> responder;    // the expiry of the certificate that signed the response
     std::optional<std::chrono::milliseconds> responseTime;
 };

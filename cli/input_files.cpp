@@ -1,16 +1,12 @@
 #include "cli/input_files.h"
 
 #include <algorithm>
-#include <cerrno>
-#include <cstdio>
-#include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <initializer_list>
-#include <iostream>
 #include <new>
 #include <string_view>
 
+#include "cli/input_stream.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
@@ -20,11 +16,16 @@ namespace {
 constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kDashes = "-----";
 
-std::string readAll(std::istream& stream, const std::string& path, std::size_t largest) {
+std::string readWhole(const std::string& path, std::size_t largest = kLargestFile) {
+    std::error_code error;
+    if (path != "-" && std::filesystem::is_directory(path, error)) {
+        throw InputError(path, "is a directory; name a file", status::kFileCorrupt);
+    }
+    InputStream stream(path);
     std::string content;
     char part[65536];
-    while (stream.read(part, sizeof part) || stream.gcount() > 0) {
-        content.append(part, static_cast<std::size_t>(stream.gcount()));
+    while (const std::size_t count = stream.read(part, sizeof part)) {
+        content.append(part, count);
         if (content.size() > largest) {
             throw InputError(path, "is too large, more than " + std::to_string(largest) + " octets",
                              status::kInvalidData);
@@ -34,29 +35,6 @@ std::string readAll(std::istream& stream, const std::string& path, std::size_t l
         throw InputError(path, "is empty; name a file in PEM or DER", status::kInvalidData);
     }
     return content;
-}
-
-std::string readWhole(const std::string& path, std::size_t largest = kLargestFile) {
-    if (path == "-") {
-        return readAll(std::cin, path, largest);
-    }
-    std::error_code error;
-    if (std::filesystem::is_directory(path, error)) {
-        throw InputError(path, "is a directory; name a file", status::kFileCorrupt);
-    }
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        // "www.example.org", "localhost:443", or an address
-        const bool isAddress = path.find("://") != std::string::npos ||
-                               (errno == ENOENT && (path.starts_with("www.") || path.find(':') != std::string::npos));
-        const char* const remedy = isAddress         ? "; name a file, or a server with --connect"
-                                   : errno == ENOENT ? "; check the name"
-                                                     : "; check its permissions";
-        throw InputError(path, std::string("cannot be opened: ") + std::strerror(errno) + remedy,
-                         status::kFileNotFound);
-    }
-    return readAll(file, path, largest);
 }
 
 struct Block {

@@ -24,16 +24,30 @@ struct Slot {
     char path[PATH_MAX] = {};
 };
 constexpr int kNumSlots = 4;
-Slot slots[kNumSlots];  // NOLINT: a handler reaches only global objects
+Slot slots[kNumSlots];             // NOLINT: a handler reaches only global objects
+std::atomic<pid_t> groupToEnd{0};  // NOLINT
 
-extern "C" void endAtOnce(int signal) {
+std::atomic<bool> isNoting{false};  // NOLINT
+std::atomic<int> firstSignal{0};    // NOLINT
+
+[[noreturn]] void endAtOnce(int signal) {
     constexpr int kExitOfSignals = 128;
     for (const Slot& slot : slots) {
         if (slot.isUsed.load()) {
             ::unlink(slot.path);
         }
     }
+    if (const pid_t group = groupToEnd.load(); group != 0) {
+        ::kill(-group, SIGTERM);
+    }
     ::_exit(kExitOfSignals + signal);
+}
+
+extern "C" void onSignal(int signal) {
+    int none = 0;
+    if (!isNoting.load() || !firstSignal.compare_exchange_strong(none, signal)) {
+        endAtOnce(signal);
+    }
 }
 
 // Delays the signals while a file exists that no slot names. Made before other threads are started.
@@ -76,10 +90,33 @@ void endOnSignals() {
         ::sigaction(signal, nullptr, &action);
         if (action.sa_handler != SIG_IGN) {  // a shell ignores SIGINT for jobs in the background
             action = {};
-            action.sa_handler = endAtOnce;
+            action.sa_handler = onSignal;
             ::sigaction(signal, &action, nullptr);
         }
     }
+}
+
+NotedSignals::NotedSignals() {
+    isNoting.store(true);
+}
+
+NotedSignals::~NotedSignals() {
+    isNoting.store(false);
+    if (const int signal = first(); signal != 0) {
+        endAtOnce(signal);
+    }
+}
+
+int NotedSignals::first() {
+    return firstSignal.load();
+}
+
+void endBySignal(int signal) {
+    endAtOnce(signal);
+}
+
+void endWithProcess(pid_t group) {
+    groupToEnd.store(group);
 }
 
 TemporaryFile::TemporaryFile(const std::string& directory) : path_(directory + "/.tallow-XXXXXX") {

@@ -22,6 +22,7 @@
 #include "cli/options.h"
 #include "cli/outcome.h"
 #include "cli/output.h"
+#include "cli/replaced_files.h"
 #include "cli/report/report.h"
 #include "cli/request.h"
 #include "cli/result_printer.h"
@@ -132,6 +133,12 @@ Monitor monitorFor(const CheckOptions& options) {
     return {options, std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now())};
 }
 
+// The exit status when something could not be written: no result is good then, but what is worse stays.
+int statusWithoutOutput(int exitStatus, bool isMonitoring) {
+    const int worst = isMonitoring ? static_cast<int>(MonitorState::kCritical) : kExitRevoked;
+    return exitStatus == worst ? worst : kExitNoAnswer;
+}
+
 // The files that are written from all results.
 class ResultFiles {
 public:
@@ -152,20 +159,21 @@ public:
                        [&](const Outcome& before) { report_.write(before.exitStatus, isMonitoring, mistake); });
     }
 
+    // The line of a monitoring plugin, which says what became of the files, could not be printed.
+    void noteUnprinted(int exitStatus) { report_.write(exitStatus, true, "the result could not be printed"); }
+
 private:
-    // A result that cannot be written is not good; what is worse stays.
     template <typename Write>
     static Outcome written(Outcome outcome, bool isMonitoring, const Write& write) {
         try {
             write(outcome);
         } catch (const InputError& failure) {
-            const bool isWorse = isMonitoring ? outcome.exitStatus == static_cast<int>(MonitorState::kCritical)
-                                              : outcome.exitStatus == kExitRevoked;
-            if (isMonitoring && !isWorse) {
+            const int exitStatus = statusWithoutOutput(outcome.exitStatus, isMonitoring);
+            if (isMonitoring && exitStatus == kExitNoAnswer) {
                 return monitorFailure(failure.what());
             }
             outcome.err += "tallow: " + safeLine(failure.what()) + '\n';
-            outcome.exitStatus = isWorse ? outcome.exitStatus : kExitNoAnswer;
+            outcome.exitStatus = exitStatus;
         }
         return outcome;
     }
@@ -176,7 +184,21 @@ private:
 
 // The result when it cannot be printed; the line about that comes at the end. The rest of a list is not checked then.
 Outcome withoutPrint(Outcome outcome) {
-    outcome.exitStatus = outcome.exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
+    outcome.exitStatus = statusWithoutOutput(outcome.exitStatus, false);
+    return outcome;
+}
+
+// Prints the line of a monitoring plugin after the files were written. When that fails, the report is made once more.
+Outcome withPrintedLine(Outcome outcome, std::ostream& stream, ResultFiles& files) {
+    stream << std::exchange(outcome.out, {}) << std::flush;
+    if (!stream) {
+        outcome.exitStatus = statusWithoutOutput(outcome.exitStatus, true);
+        try {
+            files.noteUnprinted(outcome.exitStatus);
+        } catch (const InputError& failure) {
+            outcome.err += "tallow: " + safeLine(failure.what()) + '\n';
+        }
+    }
     return outcome;
 }
 
@@ -199,7 +221,7 @@ Outcome monitored(const CheckOptions& options, ResultFiles& files) {
         files.add(result);
         std::cerr << (options.isVerbose ? explanationOf(result) : "");
     });
-    return files.write(withWarnings(monitor.finish(), results), true, "");
+    return withPrintedLine(files.write(withWarnings(monitor.finish(), results), true, ""), streamFor(options), files);
 }
 
 // The certificates of a list.
@@ -219,10 +241,13 @@ Outcome listed(const CheckOptions& options, ResultFiles& files) {
     }
     outcome = withWarnings(std::move(outcome), end.failure);
     outcome.err += end.err;
-    if (end.isComplete || !end.mistake.empty()) {
-        return files.write(std::move(outcome), options.isMonitoring, end.mistake);
+    if (options.isMonitoring) {
+        return withPrintedLine(files.write(std::move(outcome), true, end.mistake), streamFor(options), files);
     }
-    return files.write(withoutPrint(std::move(outcome)), options.isMonitoring, "the results could not be printed");
+    if (end.isComplete || !end.mistake.empty()) {
+        return files.write(std::move(outcome), false, end.mistake);
+    }
+    return files.write(withoutPrint(std::move(outcome)), false, "the results could not be printed");
 }
 
 struct Run {
@@ -266,19 +291,19 @@ struct Run {
 };
 
 // The exit status when what was printed could not be written: no result is known then, but revoked stays revoked.
-int statusOfPrinted(int exitStatus) {
+int statusOfPrinted(int exitStatus, bool isMonitoring = false) {
     std::cout << std::flush;
     if (std::cout) {
         return exitStatus;
     }
     std::cerr << "tallow: standard output cannot be written\n";
-    return exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
+    return statusWithoutOutput(exitStatus, isMonitoring);
 }
 
 // Prints, and gives the exit status. `isOutputTaken`: standard output is for an output file.
-int finish(const Outcome& outcome, bool isOutputTaken) {
+int finish(const Outcome& outcome, bool isOutputTaken, bool isMonitoring) {
     (isOutputTaken ? std::cerr : std::cout) << outcome.out;
-    const int exitStatus = statusOfPrinted(outcome.exitStatus);
+    const int exitStatus = statusOfPrinted(outcome.exitStatus, isMonitoring);
     std::cerr << outcome.err;
     return isOutputTaken && !std::cerr && exitStatus == kExitGood ? kExitNoAnswer : exitStatus;
 }
@@ -286,12 +311,12 @@ int finish(const Outcome& outcome, bool isOutputTaken) {
 // The run has no result: one line, and a document for those who asked for JSON.
 int fail(int argc, char** argv, int exitStatus, std::int32_t code, const std::string& text) {
     if (isMonitorAsked(argc, argv)) {
-        return finish(monitorFailure(text), false);
+        return finish(monitorFailure(text), false, true);
     }
     const char* schema = schemaAsked(argc, argv);
     return finish({schema == nullptr ? "" : toJson(schema, {code, text}, exitStatus),
                    "tallow: " + safeLine(text) + '\n', exitStatus},
-                  false);
+                  false, false);
 }
 
 int run(int argc, char** argv) {
@@ -300,7 +325,10 @@ int run(int argc, char** argv) {
         if (const std::optional<int> end = readCommandLine(argc, argv, options)) {
             return statusOfPrinted(*end);
         }
-        return finish(withCacheWarning(std::visit(Run(), options)), isOutputTaken(options));
+        requireInputsKept(options, outputFilesOf(options));
+        const auto* const check = std::get_if<CheckOptions>(&options);
+        return finish(withCacheWarning(std::visit(Run(), options)), isOutputTaken(options),
+                      check != nullptr && check->isMonitoring);
     } catch (const std::bad_alloc&) {
         throw;
     } catch (const UsageError& error) {

@@ -3,9 +3,11 @@
 #include <algorithm>
 #include <chrono>
 #include <cstdio>
+#include <utility>
 
 #include "checker/text/safe_text.h"
 #include "cli/deadlines.h"
+#include "cli/input_files.h"
 
 namespace tallow::cli {
 
@@ -30,6 +32,9 @@ std::string secondsText(Seconds time) {
     return std::to_string(time.time_since_epoch().count());
 }
 
+// Some 200,000 certificates. The lines of a list that does not end are not collected for ever.
+constexpr std::size_t kLargest = std::size_t{256} << 20;
+
 // A label with its value, which is one line, in quotes.
 std::string labelOf(const char* name, const std::string& value) {
     std::string text = std::string(name) + "=\"";
@@ -46,6 +51,7 @@ std::string labelOf(const char* name, const std::string& value) {
 
 Metrics::Metrics(const std::string& path)
     : isUsed_(!path.empty()),
+      path_(path),
       file_(path),
       families_{
           {{kStatus.data(), "1 for what is known of the certificate, 0 for the others; error: no verified answer."},
@@ -60,12 +66,14 @@ Metrics::Metrics(const std::string& path)
 void Metrics::addLine(std::string_view family, const std::string& labels, const std::string& value) {
     const auto found =
         std::find_if(families_.begin(), families_.end(), [family](const Family& each) { return each.name == family; });
-    found->lines += std::string(family) + (labels.empty() ? "" : "{" + labels + "}") + " " + value + "\n";
+    const std::string line = std::string(family) + (labels.empty() ? "" : "{" + labels + "}") + " " + value + "\n";
+    found->lines += line;
+    size_ += line.size();
 }
 
 void Metrics::add(const CheckResult& result) {
-    if (!isUsed_) {
-        return;  // a list may be long
+    if (!isUsed_ || size_ > kLargest) {
+        return;
     }
     // As it is written: different names may become equal.
     const std::string file = text::safeLine(result.file);
@@ -73,6 +81,7 @@ void Metrics::add(const CheckResult& result) {
     while (const std::size_t before = names_[name]++) {
         name = file + " (" + std::to_string(before + 1) + ")";
     }
+    size_ += name.size();
     const std::string label = labelOf("certificate", name);
     for (const CertificateState state :
          {CertificateState::kGood, CertificateState::kRevoked, CertificateState::kUnknown, CertificateState::kError}) {
@@ -105,12 +114,18 @@ void Metrics::write() {
     if (!isUsed_) {
         return;
     }
+    if (size_ > kLargest) {
+        throw InputError(path_, "was not written, since the metrics of so many certificates take more than " +
+                                    std::to_string(kLargest >> 20U) + " MiB; divide the list");
+    }
     addLine(kLastRun, "", secondsText(std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now())));
     std::string text;
-    for (const Family& family : families_) {
+    for (Family& family : families_) {
         if (!family.lines.empty()) {
             const std::string name = family.name;
-            text += "# HELP " + name + " " + family.help + "\n# TYPE " + name + " gauge\n" + family.lines;
+            text.append("# HELP ").append(name).append(" ").append(family.help);
+            text.append("\n# TYPE ").append(name).append(" gauge\n");
+            text += std::exchange(family.lines, {});
         }
     }
     file_.write(reinterpret_cast<const unsigned char*>(text.data()), text.size());

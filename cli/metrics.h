@@ -24,7 +24,8 @@ public:
     /// The results are not complete: `write` leaves the previous file, whose age shows that.
     void keepPrevious() { isUsed_ = false; }
 
-    /// Writes the file. Throws InputError.
+    /// Writes the file. Throws InputError, also when there were more results than a file may have: the previous one
+    /// stays then.
     void write();
 
 private:
@@ -37,6 +38,8 @@ private:
     void addLine(std::string_view family, const std::string& labels, const std::string& value);
 
     bool isUsed_;
+    std::size_t size_ = 0;  // of all lines and names in octets
+    const std::string path_;
     OutputFile file_;
     std::map<std::string, std::size_t> names_;  // and how often each was there
     std::array<Family, 8> families_;

@@ -46,6 +46,7 @@ Monitor::Monitor(const CheckOptions& options, Seconds now)
       now_(now),
       deadlines_{{{"next_update", "the response", &Deadlines::nextUpdate},
                   {"certificate_expiry", "the certificate", &Deadlines::certificate},
+                  {"staple_next_update", "the stapled response", &Deadlines::staple},
                   {"responder_expiry", "the certificate of the responder", &Deadlines::responder}}} {}
 
 void Monitor::add(const CheckResult& result) {

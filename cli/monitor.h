@@ -43,7 +43,7 @@ private:
 
     const std::optional<std::chrono::seconds> warn_, critical_;
     const Seconds now_;
-    std::array<Deadline, 3> deadlines_;
+    std::array<Deadline, 4> deadlines_;
     std::optional<std::chrono::milliseconds> slowest_;
     std::array<std::size_t, 4> counts_{};               // by CertificateState
     std::array<std::size_t, 4> numProblems_{};          // by MonitorState

@@ -44,7 +44,12 @@ Paths inputsOf(const Options& options) {
         paths.push_back(options.certificate);
     }
     if constexpr (requires { options.sign; }) {
-        paths.push_back(options.sign);
+        const std::string& key = options.key;
+        paths.insert(paths.end(), {options.sign, options.pinFile, key.substr(key.starts_with("file://") ? 7 : 0),
+                                   std::filesystem::path(options.sign).replace_extension(".key").string()});
+    }
+    if constexpr (std::is_base_of_v<NetworkOptions, Options>) {
+        paths.push_back(options.proxyPasswordFile);
     }
     if constexpr (requires { options.file; }) {
         paths.push_back(options.file);
@@ -85,11 +90,11 @@ bool isSameFile(const std::string& left, const std::string& right) {
 }
 
 std::string mistakeInStreams(const CommandOptions& options) {
-    const Paths inputs = std::visit([](const auto& chosen) { return inputsOf(chosen); }, options);
+    const Paths inputs = inputFilesOf(options);
     if (std::count(inputs.begin(), inputs.end(), "-") > 1) {
         return "- is given more than once, but standard input can be read only once; name files for the others";
     }
-    const Paths outputs = std::visit([](const auto& chosen) { return outputsOf(chosen); }, options);
+    const Paths outputs = outputFilesOf(options);
     const auto numTaken = std::count_if(outputs.begin(), outputs.end(), isStandardOutput);
     for (std::size_t i = 0; i < outputs.size(); ++i) {
         for (std::size_t j = i + 1; j < outputs.size(); ++j) {
@@ -99,13 +104,6 @@ std::string mistakeInStreams(const CommandOptions& options) {
             }
             if (isSameFile(outputs[i], outputs[j]) || (!outputs[i].empty() && outputs[i] == outputs[j])) {
                 return both + " name the same file; name two";
-            }
-        }
-    }
-    for (const std::string& output : outputs) {
-        for (const std::string& input : inputs) {
-            if (isSameFile(output, input)) {
-                return output + " would be read and then replaced by an output; name another file for that";
             }
         }
     }
@@ -171,8 +169,27 @@ std::ptrdiff_t numCommandWords(const std::vector<std::string_view>& arguments) {
 
 }  // namespace
 
+std::vector<std::string> inputFilesOf(const CommandOptions& options) {
+    return std::visit([](const auto& chosen) { return inputsOf(chosen); }, options);
+}
+
+std::vector<std::string> outputFilesOf(const CommandOptions& options) {
+    return std::visit([](const auto& chosen) { return outputsOf(chosen); }, options);
+}
+
+std::string settingsFileOf(const CommandOptions& options) {
+    return std::visit(
+        [](const auto& chosen) {
+            if constexpr (requires { chosen.settings; }) {
+                return chosen.settings;
+            }
+            return std::string();
+        },
+        options);
+}
+
 bool isOutputTaken(const CommandOptions& options) {
-    const Paths outputs = std::visit([](const auto& chosen) { return outputsOf(chosen); }, options);
+    const Paths outputs = outputFilesOf(options);
     return std::any_of(outputs.begin(), outputs.end(), isStandardOutput);
 }
 

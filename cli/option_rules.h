@@ -11,6 +11,12 @@ namespace tallow::cli {
 /// The first rule that the options break, in one line; empty when there is none.
 std::string mistakeIn(const CommandOptions& options);
 
+/// The files that the options name as inputs, and as outputs; empty texts among them name none.
+std::vector<std::string> inputFilesOf(const CommandOptions& options);
+std::vector<std::string> outputFilesOf(const CommandOptions& options);
+/// The settings file that the options name; empty: the default one is in force.
+std::string settingsFileOf(const CommandOptions& options);
+
 /// Whether an output file of the command is standard output, so that its result goes to standard error.
 bool isOutputTaken(const CommandOptions& options);
 

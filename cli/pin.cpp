@@ -1,14 +1,11 @@
 #include "cli/pin.h"
 
-#include <fcntl.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
 #include <cstring>
 #include <string_view>
 
 #include "cli/input_files.h"
+#include "cli/input_stream.h"
 #include "platform/support/support_service.h"
 
 namespace tallow::cli {
@@ -17,7 +14,7 @@ namespace {
 
 constexpr std::size_t kLongestLine = 1024;
 
-// A buffer for the line, wiped on every way out. No stream reads the file: it would keep a copy.
+// A buffer for the line, wiped on every way out. Nothing else keeps a copy.
 class Line {
 public:
     Line() = default;
@@ -29,39 +26,25 @@ public:
     std::string_view read(const std::string& path, const char* what);
 
 private:
-    bool fill(int file);
+    void fill(InputStream& stream);
 
     char room_[kLongestLine + 1] = {};
     std::size_t size_ = 0;
 };
 
-bool Line::fill(int file) {
-    while (size_ < sizeof room_) {
-        const ssize_t count = ::read(file, room_ + size_, sizeof room_ - size_);
+void Line::fill(InputStream& stream) {
+    while (size_ < sizeof room_ && std::find(room_, room_ + size_, '\n') == room_ + size_) {
+        const std::size_t count = stream.read(room_ + size_, sizeof room_ - size_);
         if (count == 0) {
-            return true;
+            return;
         }
-        if (count < 0 && errno != EINTR) {
-            return false;
-        }
-        size_ += static_cast<std::size_t>(std::max<ssize_t>(count, 0));
-        if (std::find(room_, room_ + size_, '\n') != room_ + size_) {
-            return true;
-        }
+        size_ += count;
     }
-    return true;
 }
 
 std::string_view Line::read(const std::string& path, const char* what) {
-    const int file = ::open(path.c_str(), O_RDONLY | O_CLOEXEC);
-    const bool isRead = file >= 0 && fill(file);
-    const int error = errno;
-    if (file >= 0) {
-        ::close(file);
-    }
-    if (!isRead) {
-        throw InputError(path, std::string("cannot be read: ") + std::strerror(error), status::kFileNotFound);
-    }
+    InputStream stream(path);
+    fill(stream);
     std::string_view line(room_, size_);
     line = line.substr(0, line.find('\n'));
     if (line.ends_with('\r')) {

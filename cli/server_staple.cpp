@@ -97,6 +97,9 @@ Staple stapleOf(const CheckOptions& options, const RunInputs& inputs, const Serv
     const Verdict judged = checker.verify(sent.staple, stored).front();
     staple.state = stateOf(judged, sent.staple);
     staple.text = textOf(judged);
+    if (judged.answer != Answer::kUnproven) {
+        staple.nextUpdate = judged.nextUpdate;
+    }
     return staple;
 }
 

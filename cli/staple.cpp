@@ -1,15 +1,19 @@
 #include "cli/staple.h"
 
 #include <fcntl.h>
+#include <sys/file.h>
 #include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
+#include <chrono>
 #include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <map>
+#include <stdexcept>
 #include <system_error>
+#include <thread>
 #include <tuple>
 
 #include "checker/text/certificate_text.h"
@@ -21,6 +25,7 @@
 #include "cli/input_files.h"
 #include "cli/network.h"
 #include "cli/output_file.h"
+#include "cli/replaced_files.h"
 #include "cli/run_inputs.h"
 
 namespace tallow::cli {
@@ -107,15 +112,44 @@ private:
     std::string path_;
 };
 
+// One run works in a directory at a time: two would run the hook for the same change, or overtake each other.
+class DirectoryLock {
+public:
+    /// Waits for another run, no longer than this. Throws std::runtime_error after that. A file system without locks is
+    /// used without them.
+    DirectoryLock(const std::string& path, std::chrono::milliseconds longest)
+        : directory_(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+        constexpr std::chrono::milliseconds kPause{50};
+        const auto end = std::chrono::steady_clock::now() + longest;
+        while (directory_ >= 0 && ::flock(directory_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+            if (std::chrono::steady_clock::now() > end) {
+                ::close(directory_);
+                throw std::runtime_error(path + ": another run has been at work here for " +
+                                         std::to_string(longest.count() / 1000) + " s; try again when it has ended");
+            }
+            std::this_thread::sleep_for(kPause);
+        }
+    }
+    ~DirectoryLock() { ::close(directory_); }
+    DirectoryLock(const DirectoryLock&) = delete;
+    DirectoryLock& operator=(const DirectoryLock&) = delete;
+
+private:
+    const int directory_;
+};
+
 class Run {
 public:
     explicit Run(const StapleOptions& options)
         : options_(options), inputs_(options), network_(options), files_(readCertificateFiles(options.certificates)) {
+        constexpr std::chrono::seconds kLongestWait{30};
         std::error_code error;
         if (!fs::is_directory(options.directory, error)) {
             throw InputError("--out " + options.directory, "is no directory; name one that exists");
         }
         requireNames();
+        lock_.emplace(options.directory, options.timeout.value_or(kLongestWait));
+        requireInputsKept(options, outputs());
         inputs_.add(files_.certificates, files_.crls);
         checker_.emplace(inputs_.trust(), optionsOf(options, inputs_, network_));
     }
@@ -182,6 +216,14 @@ private:
     std::string pathOf(const ToCheck& next) const {
         const std::string name = options_.name.empty() ? nameIn(next.label) : options_.name;
         return (fs::path(options_.directory) / (name + ".ocsp")).string();
+    }
+
+    std::vector<std::string> outputs() const {
+        std::vector<std::string> paths;
+        for (const ToCheck& next : files_.toCheck) {
+            paths.push_back(pathOf(next));
+        }
+        return paths;
     }
 
     // One response would replace the other.
@@ -270,6 +312,7 @@ private:
     RunInputs inputs_;
     const RunNetwork network_;
     const CertificateFiles files_;
+    std::optional<DirectoryLock> lock_;
     std::optional<Checker> checker_;
 };
 

@@ -19,6 +19,15 @@ bool isHarmful(wchar_t c) {
            || (code >= 0x2060 && code <= 0x206F) || code == 0xFEFF || (code >= 0xE0000 && code <= 0xE007F);
 }
 
+// Characters that look like blanks or like nothing: two names would look the same. Spaces are none of them, and neither
+// are variation selectors, which names in Japanese need.
+bool isBlank(wchar_t c) {
+    const auto code = static_cast<char32_t>(c);
+    return code == 0x034F || (code >= 0x115F && code <= 0x1160) || (code >= 0x17B4 && code <= 0x17B5) ||
+           (code >= 0x180B && code <= 0x180F) || code == 0x2800 || code == 0x3164 || code == 0xFFA0 ||
+           (code >= 0xFFF9 && code <= 0xFFFB) || (code >= 0x1D173 && code <= 0x1D17A);
+}
+
 }  // namespace
 
 std::string withoutLogin(std::string_view url) {
@@ -53,7 +62,7 @@ std::wstring wide(std::string_view text) {
 std::string safeLine(std::string_view text) {
     std::wstring line;
     for (const wchar_t c : wide(text)) {
-        if (!isHarmful(c)) {
+        if (!isHarmful(c) && !isBlank(c)) {
             line += c;
             continue;
         }

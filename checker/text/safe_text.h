@@ -20,8 +20,8 @@ TALLOW_EXPORT std::string withoutLogin(std::string_view url);
 /// The same as one line for a terminal.
 std::string safeUrl(std::string_view url);
 
-/// One line for a terminal: valid UTF-8, with control characters, all line breaks and bidirectional control characters
-/// as \u{XX}.
+/// One line for a terminal: valid UTF-8, with control characters, all line breaks, bidirectional control characters and
+/// characters that look like blanks or nothing (other than spaces) as \u{XX}.
 TALLOW_EXPORT std::string safeLine(std::string_view text);
 
 }  // namespace tallow::text

@@ -26,6 +26,7 @@
 #include "cli/error_text.h"
 #include "cli/evidence_text.h"
 #include "cli/input_files.h"
+#include "cli/interruption.h"
 
 namespace tallow::cli {
 
@@ -88,6 +89,7 @@ public:
           bundles_(inputs_.hashOid()) {
         if (!options.batch.resume.empty()) {
             resume_.emplace(options.batch.resume, recordedOptions(options));
+            noted_.emplace();
         }
     }
 
@@ -200,6 +202,13 @@ private:
 
     // Several times a second on the main thread.
     void tick() {
+        if (const int signal = noted_ ? NotedSignals::first() : 0; signal != 0) {
+            if (!isUnsaved_) {
+                save();
+            }
+            output_.note(isUnsaved_ ? "" : "tallow: interrupted; the same command continues the run\n");
+            endBySignal(signal);
+        }
         if (resume_ && !isUnsaved_ && resume_->isDue()) {
             save();
         }
@@ -338,6 +347,7 @@ private:
     BatchOutput output_;
     Bundles bundles_;
     std::optional<ResumeFile> resume_;
+    std::optional<NotedSignals> noted_;
     bool isUnsaved_ = false;  // the resume file cannot be written
     const Clock::time_point start_ = Clock::now();
     Clock::time_point nextProgress_ = start_;

@@ -122,7 +122,35 @@ ListEntry entryOf(const ListLine& line, const std::string& list) {
 }
 
 ItemSource::ItemSource(const CheckOptions& options, const RunInputs& inputs, std::function<void()> waiting)
-    : options_(options), inputs_(inputs), reader_(options.batch.list, std::move(waiting)) {}
+    : options_(options),
+      inputs_(inputs),
+      replaced_({options.metrics, options.report}),
+      reader_(options.batch.list, std::move(waiting)) {
+    requireAllKept();
+}
+
+void ItemSource::requireKept(const ListEntry& entry) const {
+    for (const std::string* path : {&entry.certificate, &entry.issuer}) {
+        if (!isPem(*path) && *path != "-") {
+            replaced_.requireNot(*path);
+        }
+    }
+}
+
+// Before the first check, where the list can be read twice.
+void ItemSource::requireAllKept() const {
+    if (replaced_.isEmpty() || !reader_.part()) {
+        return;
+    }
+    ListReader reader(reader_.path(), [] {});
+    while (const std::optional<ListLine> line = reader.next()) {
+        try {
+            requireKept(entryOf(*line, reader.path()));
+        } catch (const InputError&) {
+            // The result of that line says what is wrong.
+        }
+    }
+}
 
 std::optional<BatchItem> ItemSource::next() {
     while (ready_.empty()) {
@@ -143,6 +171,7 @@ void ItemSource::read(const ListLine& line) {
     try {
         const ListEntry entry = entryOf(line, reader_.path());
         label = entry.name;
+        requireKept(entry);
         readEntry(line, entry);
     } catch (const InputError&) {
         ready_.push({line.number, 1, text::withoutLogin(label), std::current_exception()});

@@ -15,6 +15,7 @@
 #include "cli/batch/batch_item.h"
 #include "cli/batch/list_reader.h"
 #include "cli/options.h"
+#include "cli/replaced_files.h"
 #include "cli/run_inputs.h"
 
 namespace tallow::cli {
@@ -30,7 +31,8 @@ ListEntry entryOf(const ListLine& line, const std::string& list);
 
 class ItemSource {
 public:
-    /// The options and inputs must outlive the object. Throws InputError when the list cannot be opened.
+    /// The options and inputs must outlive the object. Throws InputError when the list cannot be opened, and UsageError
+    /// when it names a file that an output would replace; if it is no regular file, next() throws that.
     ItemSource(const CheckOptions& options, const RunInputs& inputs, std::function<void()> waiting);
 
     /// Nothing at the end. Throws InputError when the list cannot be read any further.
@@ -39,6 +41,8 @@ public:
     const ListReader& reader() const { return reader_; }
 
 private:
+    void requireKept(const ListEntry& entry) const;
+    void requireAllKept() const;
     void read(const ListLine& line);
     void readEntry(const ListLine& line, const ListEntry& entry);
     void addResponders(BatchItem& item, const ATL2::CCertContext& certificate) const;
@@ -47,6 +51,7 @@ private:
 
     const CheckOptions& options_;
     const RunInputs& inputs_;
+    const ReplacedFiles replaced_;
     ListReader reader_;
     std::queue<BatchItem> ready_;  // of the last line
     std::string issuerNamed_;      // the last issuer in the list, and its certificates

@@ -1,13 +1,6 @@
 #include "cli/batch/list_reader.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <sys/stat.h>
-#include <unistd.h>
-
 #include <algorithm>
-#include <cerrno>
-#include <cstring>
 #include <string_view>
 #include <utility>
 
@@ -18,7 +11,8 @@ namespace tallow::cli {
 
 namespace {
 
-constexpr int kPauseMs = 200;
+// A device such as /dev/zero has lines without an end.
+constexpr std::size_t kLongestRest = std::size_t{64} << 20;
 
 std::string trimmed(std::string_view text) {
     constexpr std::string_view kBlank = " \t\r";
@@ -30,57 +24,34 @@ std::string trimmed(std::string_view text) {
 }  // namespace
 
 ListReader::ListReader(std::string path, std::function<void()> waiting)
-    : path_(std::move(path)), waiting_(std::move(waiting)) {
-    isOwned_ = path_ != "-";
-    file_ = isOwned_ ? ::open(path_.c_str(), O_RDONLY | O_CLOEXEC) : STDIN_FILENO;
-    if (file_ < 0) {
-        throw InputError(path_, std::string("cannot be opened: ") + std::strerror(errno) + "; name a list that exists",
-                         status::kFileNotFound);
-    }
-    struct stat info {};
-    if (::fstat(file_, &info) == 0 && S_ISREG(info.st_mode)) {
-        size_ = static_cast<std::uint64_t>(info.st_size);
-    }
-}
-
-ListReader::~ListReader() {
-    if (isOwned_) {
-        ::close(file_);
-    }
-}
+    : stream_(std::move(path)), waiting_(std::move(waiting)) {}
 
 // False at the end.
 bool ListReader::fill() {
     constexpr std::size_t kPiece = 65536;
     buffer_.erase(0, at_);
     at_ = 0;
-    pollfd readable{file_, POLLIN, 0};
-    while (::poll(&readable, 1, kPauseMs) == 0) {
-        waiting_();
-    }
     const std::size_t before = buffer_.size();
     buffer_.resize(before + kPiece);
-    ssize_t count = 0;
-    do {
-        count = ::read(file_, buffer_.data() + before, kPiece);
-    } while (count < 0 && errno == EINTR);
-    buffer_.resize(before + static_cast<std::size_t>(std::max<ssize_t>(count, 0)));
-    if (count < 0) {
-        throw InputError(path_,
-                         "cannot be read after line " + std::to_string(number_) + ": " + std::strerror(errno) +
-                             "; check the list, and check the rest of it again",
-                         status::kFileCorrupt);
-    }
+    const std::size_t count =
+        stream_.read(buffer_.data() + before, kPiece, " after line " + std::to_string(number_), waiting_);
+    buffer_.resize(before + count);
     return count > 0;
 }
 
 bool ListReader::readLine(std::string& line, bool& isTooLong) {
     line.clear();
     isTooLong = false;
+    std::size_t sizeLine = 0;
     for (;;) {
         const std::size_t end = buffer_.find('\n', at_);
         const std::size_t size = std::min(end, buffer_.size()) - at_;
-        isTooLong = isTooLong || line.size() + size > kLongestLine;
+        sizeLine += size;
+        isTooLong = sizeLine > kLongestLine;
+        if (sizeLine > kLongestRest) {
+            throw InputError(path(), "is no list: line " + std::to_string(number_ + 1) + " has more than 64 MiB",
+                             status::kInvalidData);
+        }
         if (!isTooLong) {
             line.append(buffer_, at_, size);
         }
@@ -122,8 +93,8 @@ std::optional<ListLine> ListReader::next() {
 }
 
 std::optional<double> ListReader::part() const {
-    return size_ == 0 ? std::nullopt
-                      : std::optional(std::min(1.0, static_cast<double>(numReturned_) / static_cast<double>(size_)));
+    const auto size = static_cast<double>(stream_.size());
+    return size == 0 ? std::nullopt : std::optional(std::min(1.0, static_cast<double>(numReturned_) / size));
 }
 
 }  // namespace tallow::cli

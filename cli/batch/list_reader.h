@@ -10,6 +10,8 @@
 #include <optional>
 #include <string>
 
+#include "cli/input_stream.h"
+
 namespace tallow::cli {
 
 /// The longest line in octets; certificates in it count as well.
@@ -26,15 +28,12 @@ public:
     /// "-" is standard input. `waiting` is called several times a second while there is nothing to read. Throws
     /// InputError when the list cannot be opened.
     ListReader(std::string path, std::function<void()> waiting);
-    ~ListReader();
-    ListReader(const ListReader&) = delete;
-    ListReader& operator=(const ListReader&) = delete;
 
     /// The next line that is neither empty nor a comment; nothing at the end. Throws InputError when reading fails,
     /// which is not an end.
     std::optional<ListLine> next();
 
-    const std::string& path() const { return path_; }
+    const std::string& path() const { return stream_.path(); }
     /// Which part of the list was returned so far, 0 to 1; nothing when its size is not known.
     std::optional<double> part() const;
 
@@ -43,11 +42,8 @@ private:
     // The octets up to a line feed, or to the end; false at the end.
     bool readLine(std::string& line, bool& isTooLong);
 
-    const std::string path_;
+    InputStream stream_;
     const std::function<void()> waiting_;
-    int file_ = -1;
-    bool isOwned_ = false;
-    std::uint64_t size_ = 0;  // 0: not known
     std::uint64_t numReturned_ = 0;
     std::string buffer_;
     std::size_t at_ = 0;

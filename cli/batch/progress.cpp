@@ -1,5 +1,6 @@
 #include "cli/batch/progress.h"
 
+#include <sys/ioctl.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -34,7 +35,10 @@ ProgressLine::ProgressLine() {
 
 void ProgressLine::show(const std::string& text) {
     if (isUsed_) {
-        std::cerr << "\r\x1B[K" << text << std::flush;
+        winsize size{};
+        const bool hasWidth = ::ioctl(STDERR_FILENO, TIOCGWINSZ, &size) == 0 && size.ws_col != 0;
+        // A longer line would take two, of which only one is removed.
+        std::cerr << "\r\x1B[K" << text.substr(0, hasWidth ? size.ws_col - 1U : text.size()) << std::flush;
         isShown_ = true;
     }
 }

@@ -106,13 +106,18 @@ void addCertificateRows(HtmlWriter& html, const CheckResult& result, Seconds now
     const std::string reason = reasonOf(result);
     html.raw("<td role=\"cell\" data-key=\"").number(static_cast<std::uint64_t>(mark)).raw("\"><span class=\"mark ");
     html.raw(classOf(mark)).raw("\">").text(labelOf(result)).raw("</span></td>");
-    addCell(html, result.file);
+    html.raw("<td role=\"cell\">").text(result.file);
+    if (result.line != 0) {
+        html.raw("<span class=\"line\">line ").number(result.line).raw("</span>");
+    }
+    html.raw("</td>");
     addCell(html, result.subject);
     addCell(html, result.responder);
     const Deadlines deadlines = deadlinesOf(result);
     addDeadline(html, std::nullopt, deadlines.nextUpdate, now);
     addDeadline(html, result.start, deadlines.certificate, now);
     html.raw("</tr><tr role=\"row\"><td role=\"cell\" colspan=\"7\"><details><summary>Details");
+    html.raw("<span class=\"unseen\"> of ").text(result.file).raw("</span>");
     if (!reason.empty()) {
         html.raw(": <span>").text(reason).raw("</span>");
     }

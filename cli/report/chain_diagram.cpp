@@ -58,6 +58,7 @@ void addLink(HtmlWriter& html, const ChainLink& link, Markup role) {
     box.line("revocation: ", nameOf(link.revocation));
     if (!link.crlIssuer.empty()) {
         box.line("CRL of ", (link.crlIssuer == link.issuer ? "the issuer" : link.crlIssuer) +
+                                (link.crlThisUpdate ? ", from " + timeText(link.crlThisUpdate) : "") +
                                 (link.crlNextUpdate ? ", until " + timeText(link.crlNextUpdate) : ", no nextUpdate"));
     }
     box.line("fault: ", link.fault);

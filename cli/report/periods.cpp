@@ -41,11 +41,13 @@ std::optional<Seconds> secondsOf(const std::optional<Time>& time) {
 
 void addCrls(std::vector<Period>& periods, const std::vector<ChainLink>& chain) {
     for (const ChainLink& link : chain) {
-        const std::string what = "CRL of " + link.crlIssuer;
-        const bool isNew =
-            std::none_of(periods.begin(), periods.end(), [&](const Period& p) { return p.what == what; });
+        // An issuer may have several, for parts of its certificates.
+        const Period crl{"CRL of " + link.crlIssuer, secondsOf(link.crlThisUpdate), secondsOf(link.crlNextUpdate)};
+        const bool isNew = std::none_of(periods.begin(), periods.end(), [&](const Period& other) {
+            return other.what == crl.what && other.from == crl.from && other.until == crl.until;
+        });
         if (!link.crlIssuer.empty() && isNew) {
-            periods.push_back({what, secondsOf(link.crlThisUpdate), secondsOf(link.crlNextUpdate)});
+            periods.push_back(crl);
         }
     }
 }
@@ -92,7 +94,7 @@ void addAxis(HtmlWriter& html, const Scale& scale, Seconds now) {
         if (scale.reaches(tick.seconds)) {
             for (const int sign : {-1, 1}) {
                 html.raw("<text x=\"").percent(scale.at(now + std::chrono::seconds(sign * tick.seconds)));
-                html.raw("\" y=\"12\">").raw(tick.label).raw("</text>");
+                html.raw("\" y=\"12\">").raw(sign < 0 ? Markup("−") : Markup("+")).raw(tick.label).raw("</text>");
             }
         }
     }
@@ -173,9 +175,10 @@ void addTimeline(HtmlWriter& html, const std::vector<Period>& periods, Seconds n
     const Scale scale(periods, now);
     html.raw("<table class=\"times\"><thead><tr><th scope=\"col\">Validity</th><th scope=\"col\">At the check, ");
     addTime(html, now);
-    html.raw("</th><th scope=\"col\">From (UTC)</th><th scope=\"col\">Until (UTC)</th><td>");
+    html.raw("</th><th scope=\"col\">From (UTC)</th><th scope=\"col\">Until (UTC)</th><th scope=\"col\">");
+    html.raw("<span class=\"unseen\">Drawn around the time of the check, on a logarithmic scale</span>");
     addAxis(html, scale, now);
-    html.raw("</td></tr></thead><tbody>");
+    html.raw("</th></tr></thead><tbody>");
     for (const Period& period : periods) {
         const State state = stateOf(period, now);
         html.raw("<tr><th scope=\"row\"><span>").text(period.what).raw("</span></th><td>");

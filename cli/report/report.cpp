@@ -2,6 +2,8 @@
 
 #include <algorithm>
 #include <chrono>
+#include <filesystem>
+#include <system_error>
 #include <utility>
 
 #include "cli/report/certificate_rows.h"
@@ -22,10 +24,10 @@ void keepEarlier(std::optional<Seconds>& earliest, const std::optional<Seconds>&
 
 }  // namespace
 
-Report::Report(const std::string& path) : isWanted_(!path.empty()), file_(path), begin_(systemTime()) {}
+Report::Report(const std::string& path) : path_(path), file_(path), begin_(systemTime()) {}
 
 void Report::add(const CheckResult& result) {
-    if (isWanted_) {
+    if (!path_.empty()) {
         add(result, systemTime());
     }
 }
@@ -58,23 +60,27 @@ std::string Report::page(const ReportRun& run) {
     // Those of a list arrive in the order in which responders answer.
     std::stable_sort(rows_.begin(), rows_.end(), [](const Row& a, const Row& b) { return a.line < b.line; });
     std::uint64_t number = 0;
-    for (Row& row : rows_) {
+    for (const Row& row : rows_) {
         html.raw("<tbody class=\"")
             .raw(classOf(row.mark))
             .raw("\" role=\"rowgroup\"><tr role=\"row\"><td role=\"cell\">")
             .number(++number)
             .raw("</td>");
-        html.add(std::exchange(row.html, {})).raw("</tbody>\n");
+        html.add(row.html).raw("</tbody>\n");
     }
     addPageEnd(html);
     return html.take();
 }
 
 void Report::write(int exitStatus, bool isMonitoring, const std::string& mistake) {
-    if (isWanted_) {
-        const std::string text = page({begin_, systemTime(), exitStatus, isMonitoring, mistake});
-        file_.write(reinterpret_cast<const unsigned char*>(text.data()), text.size());
+    std::error_code error;
+    if (path_.empty() || (isWritten_ && !std::filesystem::is_regular_file(path_, error))) {
+        return;
     }
+    const std::string text = page({begin_, systemTime(), exitStatus, isMonitoring, mistake});
+    OutputFile again(isWritten_ ? path_ : std::string());
+    OutputFile& file = std::exchange(isWritten_, true) ? again : file_;
+    file.write(reinterpret_cast<const unsigned char*>(text.data()), text.size());
 }
 
 }  // namespace tallow::cli

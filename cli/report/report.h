@@ -25,7 +25,8 @@ public:
 
     void add(const CheckResult& result);
 
-    /// `mistake` says why the run ended early; empty: it did not. Throws InputError.
+    /// `mistake` says why the run ended early; empty: it did not. Written again, only a regular file is replaced.
+    /// Throws InputError.
     void write(int exitStatus, bool isMonitoring, const std::string& mistake);
 
     /// The page, for tests: it depends only on the results, these times and the exit status.
@@ -42,8 +43,9 @@ private:
         std::size_t numRows = 0, sizeHtml = 0;
     };
 
-    bool isWanted_;
+    const std::string path_;
     OutputFile file_;
+    bool isWritten_ = false;
     const Seconds begin_;
     ReportSummary summary_;
     std::array<Kept, 2> kept_;  // good, and others

@@ -128,6 +128,25 @@ TEST_F(BatchTest, ContinuesARunWithoutWhatHasAVerdict) {
     expectMistake(tallow.check(arguments), "others may write it");
 }
 
+TEST_F(BatchTest, RecordsWhatIsDoneWhenASignalEndsIt) {
+    std::atomic<int> numAsked = 0;
+    const HttpServer server([&](const HttpRequest&) {
+        if (++numAsked > 1) {
+            std::this_thread::sleep_for(std::chrono::seconds(3));
+        }
+        return HttpReply{.body = buildResponse(goodResponse())};
+    });
+    const std::string resume = tallow.folder().file("resume");
+    const ProcessResult ended =
+        run({"timeout", "--preserve-status", "-s", "INT", "1", TALLOW_COMMAND, "check", "--settings",
+             tallow.folder().file("settings.toml"), "--trust", root, "--url", server.url(), "--jobs", "1",
+             "--from-file", listOf(tallow, leaf, 2), "--resume", resume});
+    EXPECT_EQ(ended.exitStatus, 130);
+    EXPECT_EQ(ended.err, "tallow: interrupted; the same command continues the run\n");
+    const Bytes content = readFile(resume);
+    EXPECT_EQ(std::count(content.begin(), content.end(), '\n'), 2);  // the header and one verdict
+}
+
 TEST(ResumeFiles, KeepTheOrderOfTheListAndNothingThatIsOver) {
     const TempDir folder;
     const std::string path = folder.file("resume");

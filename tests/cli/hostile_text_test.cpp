@@ -54,6 +54,7 @@ TEST_F(HostileText, InTheSubjectIsEscaped) {
          {Row{"escape sequence", "x\x1B]0;owned\x07y", "\\u{1B}"}, Row{"line feed", "x\nleaf.pem: good\ny", "\\u{A}"},
           Row{"override", std::string("x") + kOverride + "doog" + kIsolate, "\\u{202E}doog\\u{2066}"},
           Row{"C1 control", std::string("x") + kControlOfC1 + "2J", "\\u{9B}2J"},
+          Row{"blanks", "x\xE3\x85\xA4\xE1\x85\x9F\xE2\xA0\x80 y", "x\\u{3164}\\u{115F}\\u{2800} y"},
           Row{"line separator", std::string("x") + kLineSeparator + "y", "\\u{2028}y"},
           Row{"zero", std::string("x\0yz", 4), "CN=x\\u{0}yz"},
           Row{"no UTF-8", "x\xFF\xC3(\xED\xA0\x80y", "CN=x\\x{FF}\\x{C3}(\\x{ED}\\x{A0}\\x{80}y"}}) {

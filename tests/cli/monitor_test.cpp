@@ -58,6 +58,8 @@ tallow::cli::Outcome outcomeOf(const std::vector<CheckResult>& results) {
 TEST(Monitor, ReportsTheWorstStateAndItsCause) {
     using enum CertificateState;
     const CheckResult good = resultOf(kGood);
+    CheckResult stapled = withStaple("good", false);
+    stapled.staple->nextUpdate = kNow + 90min;
     CheckResult unsaved = good;
     unsaved.unsaved = CheckError{-1, "file: is full"};
     struct Row {
@@ -81,6 +83,7 @@ TEST(Monitor, ReportsTheWorstStateAndItsCause) {
              Row{{withStaple("missing", true)}, 2, "OCSP CRITICAL - a/b.pem: staple: the cause |"},
              Row{{withStaple("revoked", false)}, 2, "OCSP CRITICAL - a/b.pem: staple: the cause |"},
              Row{{withStaple("missing", false)}, 0, "OCSP OK"},
+             Row{{stapled}, 2, "OCSP CRITICAL - a/b.pem: the stapled response expires in 1 h 30 min |"},
              Row{{unsaved}, 3, "OCSP UNKNOWN - file: is full |"},
          }) {
         const tallow::cli::Outcome outcome = outcomeOf(row.results);

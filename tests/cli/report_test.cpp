@@ -58,9 +58,13 @@ TEST(Report, NeverMakesAFailureLookGood) {
              Row{resultOf(kGood), {{}, {}, 3, false, "line 2"}, "unproven", "good", "not complete: line 2</li></ul>"},
              Row{resultOf(kRevoked), {}, "revoked", "revoked", "<li>1 of 1 certificate is revoked</li>"},
              Row{resultOf(kUnknown), {}, "unknown", "unknown", "<li>1 of 1 certificate is unknown to its responder"},
-             Row{resultOf(kError), {}, "unproven", "unproven", "<summary>Details: <span>no answer</span>"},
+             Row{resultOf(kError),
+                 {},
+                 "unproven",
+                 "unproven",
+                 "<span class=\"unseen\"> of file0</span>: <span>no answer</span>"},
              Row{withBadStaple, {}, "flawed", "flawed", "good, but staple missing</span>"},
-             Row{unsaved, {}, "flawed", "flawed", "<summary>Details: <span>disk full</span>"},
+             Row{unsaved, {}, "flawed", "flawed", ": <span>disk full</span>"},
              Row{resultOf(kGood), {{}, {}, 2, true, ""}, "unproven", "good", "state of the monitoring is critical"},
              Row{resultOf(kGood), {{}, {}, 3, false, ""}, "unproven", "good", "but a result could not be written"},
          }) {
@@ -75,11 +79,11 @@ TEST(Report, NeverMakesAFailureLookGood) {
 
 TEST(Report, KeepsTheOrderOfAListAndCountsWhatItDoesNotShow) {
     const std::string page = pageOf({resultOf(CertificateState::kGood, 30), resultOf(CertificateState::kError, 4)});
-    EXPECT_LT(page.find(">file4</td>"), page.find(">file30</td>"));
+    EXPECT_LT(page.find(">file4<span class=\"line\">line 4</span></td>"), page.find(">file30<"));
     std::vector<CheckResult> many(Report::kMostRows + 2, resultOf(CertificateState::kGood));
     many.push_back(resultOf(CertificateState::kRevoked, 7));  // has a row, however many good ones came before
     EXPECT_THAT(pageOf(many), AllOf(HasSubstr("<p class=\"notice\">2 certificates"), HasSubstr("1 of 10003 cert"),
-                                    HasSubstr(">file7</td>"), HasSubstr(">10001</td>")));
+                                    HasSubstr(">file7<"), HasSubstr(">10001</td>")));
 }
 
 TEST(Timeline, SaysInWordsWhatIsOverOrHasNotBegun) {
@@ -130,6 +134,16 @@ TEST_F(ReportCommand, GoesWithEveryOtherOutputWhateverTheResult) {
         const ProcessResult run = tallow.check(joined({"--report", path}, row.arguments));
         EXPECT_EQ(run.exitStatus, row.exitStatus) << run.err;
         EXPECT_THAT(page(), HasSubstr(row.words));
+    }
+    // A monitoring system that does not get the line.
+    const std::string full = " --settings " + tallow.folder().file("settings.toml") + " --trust " + root + " --url " +
+                             responderUrl() + " --report " + path + " --warn 9d --crit ";
+    for (const auto& [limit, exitStatus] : {std::pair("1s", 3), std::pair("8d", 2)}) {
+        const std::string script =
+            std::string(TALLOW_COMMAND) + " check --monitor " + leaf + full + limit + " >/dev/full";
+        EXPECT_EQ(run({"sh", "-c", script}).exitStatus, exitStatus);
+        EXPECT_THAT(page(), AllOf(HasSubstr("not complete: the result could not be printed"),
+                                  HasSubstr("<dd>" + std::to_string(exitStatus) + ": ")));
     }
     // Standard output may be the file; the result is then on standard error.
     const ProcessResult piped = tallow.check({"--report", "-", dead});

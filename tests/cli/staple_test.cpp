@@ -1,7 +1,12 @@
 // `staple`: which response ends up in the file, when the responder is asked, the hook, and what servers make of it.
+#include <fcntl.h>
+#include <sys/file.h>
+#include <unistd.h>
+
 #include <filesystem>
 #include <fstream>
 #include <sstream>
+#include <thread>
 
 #include "cli/hook.h"
 #include "cli/staple_result.h"
@@ -153,9 +158,27 @@ TEST_F(StapleCommand, RunsTheHookForEachChangeUntilItSucceeds) {
     EXPECT_EQ(contentOf(log), line + line + line + line);
     EXPECT_EQ(tallow::cli::runHook("trap '' TERM; while :; do sleep 0.1; done", {}, 0s),
               "did not end within 0 s and was stopped");
+    const std::string started = tallow.folder().file("started");
+    EXPECT_EQ(tallow::cli::runHook("sleep 60 & echo $! >" + started + "; trap '' TERM; wait; wait", {}, 1s),
+              "did not end within 1 s and was stopped");
+    EXPECT_NE(::run({"sh", "-c", "kill -0 $(cat " + started + ")"}).exitStatus, 0);
     reply.status = 500;
     EXPECT_EQ(staple({"--name", "new", "--hook", "exit 7"}).exitStatus, 3);
     EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory), {}), 1);
+}
+
+TEST_F(StapleCommand, WaitsForAnotherRunInItsDirectory) {
+    reply.body = response(EntryStatus::kGood, 300);
+    const int other = ::open(directory.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(other, LOCK_EX), 0);
+    expectOneLine(staple({"--timeout", "1"}), 3, {directory, "another run has been at work here for 1 s"});
+    EXPECT_EQ(contentOf(stored), "");
+    std::thread end([other] {
+        std::this_thread::sleep_for(300ms);
+        ::close(other);
+    });
+    EXPECT_EQ(staple().exitStatus, 0);
+    end.join();
 }
 
 TEST_F(StapleCommand, ReportsWhatCannotBeWrittenAndGoesOn) {

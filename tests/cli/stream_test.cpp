@@ -48,6 +48,19 @@ TEST_F(StandardInput, IsReadOnce) {
     }
 }
 
+TEST_F(StandardInput, AndPipesThatStaySilentAreReported) {
+    const std::string check = "mkfifo p; $T check --settings settings.toml --trust root.pem --url $1 ";
+    for (const char* const end :
+         {"p & sleep 2.5; cat leaf.pem >p; wait $!", "--from-file p & sleep 2.5; echo leaf.pem >p; wait $!"}) {
+        const ProcessResult run = shell(tallow, "rm -f p; " + check + end, {responderUrl()});
+        EXPECT_EQ(run.exitStatus, 0);
+        EXPECT_THAT(run.err, testing::StartsWith("tallow: p: waiting for input\n"));
+    }
+    const ProcessResult endless = shell(tallow, "$T check --from-file /dev/zero");
+    EXPECT_EQ(endless.exitStatus, kExitNoAnswer);
+    EXPECT_THAT(endless.err, testing::HasSubstr("is no list: line 1 has more than 64 MiB"));
+}
+
 TEST_F(ResultFile, IsReplacedAsAWholeOrWrittenThrough) {
     const std::string write = "$T request --settings settings.toml --no-nonce --issuer root.pem -o ";
     const std::string original = write + "first leaf.pem && ";
@@ -73,6 +86,41 @@ TEST_F(ResultFile, IsReplacedAsAWholeOrWrittenThrough) {
          }) {
         const ProcessResult run = shell(tallow, "set -e; " + script + " && test -z \"$(ls -A | grep ^.tallow)\"");
         EXPECT_EQ(run.exitStatus, 0) << script << run.err;
+    }
+}
+
+TEST_F(ResultFile, NeverReplacesAFileThatTheRunReads) {
+    const Arguments prepare{
+        "-c", "cd '" + tallow.folder().path().string() +
+                  "' && ln leaf.pem hard && ln -s leaf.pem soft && cp root.pem ca.pem &&"
+                  " cp leaf.pem leaf.crt && printf 'leaf.crt\\n./soft\\n' >list && mkdir -p s/CA &&"
+                  " cp root.pem s/CA/x.pem && echo password >secret && mkfifo pipe &&"
+                  " printf '[crypto]\\nuser_stores=\"%s/s\"\\ncache_key_file=\"secret\"\\n' $PWD >in.toml"};
+    ASSERT_EQ(run(joined({"sh"}, prepare)).exitStatus, 0);
+    const std::string sum = "find . -type f | sort | xargs sha256sum";
+    const std::string check = "$T check --trust root.pem --url $1 ";
+    for (const std::string& script : {
+             check + "--report hard leaf.pem",
+             check + "--metrics soft leaf.pem",
+             check + "--report x/../ca.pem --issuer ca.pem leaf.pem",
+             check + "--save-response list --from-file - <list",
+             check + "--report list --from-file - <list",
+             check + "--report hard --from-file list",
+             check + "--report hard --metrics new --from-file pipe & cat list >pipe; wait $!",
+             check + "--report secret --proxy http://127.0.0.1:9 --proxy-user u --proxy-password-file secret leaf.pem",
+             check + "--report in.toml --settings in.toml leaf.pem",
+             check + "--report secret --settings in.toml leaf.pem",
+             check + "--report s/CA/x.pem --settings in.toml leaf.pem",
+             std::string("$T request --issuer root.pem --sign leaf.crt --key secret -o secret leaf.pem"),
+             std::string("mkdir -p d; ln leaf.pem d/leaf.ocsp; $T staple --url $1 --out d leaf.pem"),
+         }) {
+        const ProcessResult run =
+            shell(tallow,
+                  "mkdir -p x; before=$(" + sum + "); status=0; { " + script + "; } || status=$?; rm -f d/*;" +
+                      " test \"$before\" = \"$(" + sum + ")\" && exit $status",
+                  {responderUrl()});
+        EXPECT_EQ(run.exitStatus, kExitUsage) << script << run.err;
+        EXPECT_EQ(numLines(run.err), 1U) << script << run.err;
     }
 }
 

@@ -1,5 +1,6 @@
 // Connections that serve several exchanges: when they do, and that no answer is ever taken for that of another request.
 #include <gmock/gmock.h>
+#include <sys/resource.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
@@ -114,6 +115,37 @@ TEST(Connection, IsGivenUpWhenTheServerForgotIt) {
     }
     EXPECT_EQ(server.numConnections(), 4) << "no more connections are kept to such a server";
     EXPECT_EQ(server.requests().size(), 5u);
+}
+
+TEST(Connection, MakesRoomForAnotherOneWhenNoDescriptorIsLeft) {
+    const HttpServer servers[4] = {HttpServer(kept), HttpServer(kept), HttpServer(kept), HttpServer(kept)};
+    const std::string dead = "http://127.0.0.1:" + std::to_string(closedPort()) + "/";
+    for (const HttpServer& server : servers) {  // libcurl needs descriptors of its own besides that of a connection
+        EXPECT_EQ(post(server.url(), bytesOf("x")).lastError, 0U);
+    }
+    rlimit before{};
+    ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
+    rlimit few = before;
+    few.rlim_cur = 64;
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &few), 0);
+    std::vector<int> taken;
+    const auto takeAll = [&taken] {
+        for (int one = ::dup(0); one >= 0; one = ::dup(0)) {
+            taken.push_back(one);
+        }
+    };
+    takeAll();
+    const DWORD instead = post(dead, bytesOf("x")).lastError;  // of the idle connections
+    takeAll();
+    const DWORD none = post(dead, bytesOf("x")).lastError;
+    const DWORD unresolved = post("http://localhost:1/", bytesOf("x")).lastError;
+    for (const int one : taken) {
+        ::close(one);
+    }
+    ASSERT_EQ(::setrlimit(RLIMIT_NOFILE, &before), 0);
+    EXPECT_EQ(instead, static_cast<DWORD>(ERROR_INTERNET_CANNOT_CONNECT));
+    EXPECT_EQ(none, static_cast<DWORD>(ERROR_TOO_MANY_OPEN_FILES));
+    EXPECT_EQ(unresolved, static_cast<DWORD>(ERROR_TOO_MANY_OPEN_FILES));
 }
 
 TEST(Connection, IsOfOneServerAndOfRequestsWithoutLogin) {

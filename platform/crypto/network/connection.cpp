@@ -5,6 +5,7 @@
 #include <poll.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstring>
 
 namespace tallow::platform {
@@ -40,6 +41,7 @@ curl_socket_t Connection::onOpenSocket(void* target, curlsocktype /*purpose*/, c
         return CURL_SOCKET_BAD;
     }
     const curl_socket_t opened = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
+    reach.hasNoDescriptor = opened < 0 && (errno == EMFILE || errno == ENFILE);
     *std::find(connection.open_.begin(), connection.open_.end() - 1, CURL_SOCKET_BAD) = opened;
     return opened;
 }

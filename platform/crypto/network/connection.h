@@ -27,6 +27,7 @@ struct Reach {
     bool isAnywhere = false;  // to the proxy, or to a server that the caller named
     bool refusesPrivate = false;
     std::optional<sockaddr_storage> refused = std::nullopt;  // the last address that was
+    bool hasNoDescriptor = false;                            // none was left for a socket
 
     bool refuses(AddressClass found) const {
         return !isAnywhere && (found == AddressClass::kSpecial || (found == AddressClass::kPrivate && refusesPrivate));

@@ -49,6 +49,14 @@ std::unique_ptr<Connection> ConnectionPool::take(const std::string& key, const R
     }
 }
 
+bool ConnectionPool::closeAll() {
+    IdleList closing;
+    const std::scoped_lock lock(mutex_);
+    closing.reserve(idle_.size());
+    removeOver(std::chrono::milliseconds(0), closing);
+    return !closing.empty();
+}
+
 void ConnectionPool::noteSilence(const std::string& key) {
     const std::scoped_lock lock(mutex_);
     if (silent_.size() >= kMaxSilent) {

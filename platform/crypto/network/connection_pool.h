@@ -35,6 +35,8 @@ public:
     std::unique_ptr<Connection> take(const std::string& key, const Reach& reach, std::chrono::milliseconds maxIdle);
     // Takes a parked connection. When there are too many, the one that is idle for longest is closed.
     void keep(std::string key, std::unique_ptr<Connection> connection, std::chrono::milliseconds maxIdle) noexcept;
+    // Closes all, so that their descriptors can be used. False when there was none.
+    bool closeAll();
     // The server left a request over an open connection without an answer: none is kept for this key from now on.
     void noteSilence(const std::string& key);
 

@@ -1,8 +1,10 @@
 #include "platform/crypto/network/http_exchange.h"
 
 #include <curl/curl.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <chrono>
 #include <cstdint>
 #include <memory>
@@ -143,6 +145,7 @@ private:
     void keepConnection();
     HttpAnswer failed(CURLcode code, const HttpAddress& address) const;
     std::string reasonOf(CURLcode code, const std::string& peer) const;
+    bool isWithoutDescriptor(CURLcode code) const;
     std::string timeoutReason(const std::string& peer) const;
     // Null when the hop may be taken, else why not.
     const char* objection(const HttpAddress& from, const HttpAddress& to, long status) const;
@@ -304,11 +307,16 @@ HttpAnswer Exchange::hop(const HttpAddress& address, std::string& next) {
     key_ = connectionKey(call_, address);
     std::optional<CURLcode> code = transferOverIdle(address, reach);
     if (!code) {
-        connection_ = std::make_unique<Connection>();
-        if (connection_->easy() == nullptr) {
-            return failure(ERROR_NOT_ENOUGH_MEMORY, "memory is exhausted");
-        }
-        code = transfer(address, reach);
+        bool isAgain = false;
+        do {
+            connection_ = std::make_unique<Connection>();
+            if (connection_->easy() == nullptr) {
+                return failure(ERROR_NOT_ENOUGH_MEMORY, "memory is exhausted");
+            }
+            code = transfer(address, reach);
+            // Idle connections to other servers may have taken the last descriptors.
+            isAgain = !isAgain && isWithoutDescriptor(*code) && ConnectionPool::ofProcess().closeAll();
+        } while (isAgain);
     }
     if (isRefusalCut(*code)) {
         arrival_.body.clear();
@@ -362,7 +370,26 @@ std::string Exchange::reasonOf(CURLcode code, const std::string& peer) const {
     return !breach.empty() ? breach : libraryText_[0] != '\0' ? libraryText_ : curl_easy_strerror(code);
 }
 
+// Resolving a name and starting a connection fail in many ways without a descriptor. The server is not the cause.
+bool Exchange::isWithoutDescriptor(CURLcode code) const {
+    if (connection_->reach.hasNoDescriptor) {
+        return code == CURLE_COULDNT_CONNECT;
+    }
+    if (code != CURLE_COULDNT_RESOLVE_HOST && code != CURLE_COULDNT_RESOLVE_PROXY) {
+        return false;
+    }
+    const int one = ::dup(STDIN_FILENO);
+    const bool isMissing = one < 0 && (errno == EMFILE || errno == ENFILE);
+    if (one >= 0) {
+        ::close(one);
+    }
+    return isMissing;
+}
+
 HttpAnswer Exchange::failed(CURLcode code, const HttpAddress& address) const {
+    if (isWithoutDescriptor(code)) {
+        return failure(ERROR_TOO_MANY_OPEN_FILES, "no file descriptor is left for a connection");
+    }
     if (const auto& refused = connection_->reach.refused; code == CURLE_COULDNT_CONNECT && refused) {
         return failure(ERROR_NETWORK_ACCESS_DENIED, refusalText(reinterpret_cast<const sockaddr&>(*refused)));
     }

@@ -1,0 +1,97 @@
+#include "cli/input_stream.h"
+
+#include <fcntl.h>
+#include <poll.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <chrono>
+#include <cstring>
+#include <iostream>
+#include <thread>
+#include <utility>
+
+#include "checker/text/safe_text.h"
+#include "cli/input_files.h"
+
+namespace tallow::cli {
+
+namespace {
+
+const char* remedyFor(int error, const std::string& path) {
+    // "www.example.org", "localhost:443", or an address
+    if (path.find("://") != std::string::npos ||
+        (error == ENOENT && (path.starts_with("www.") || path.find(':') != std::string::npos))) {
+        return "; name a file, or a server with --connect";
+    }
+    return error == ENOENT                      ? "; check the name"
+           : error == EMFILE || error == ENFILE ? "; raise the limit of open files (ulimit -n)"
+                                                : "; check its permissions";
+}
+
+int opened(const std::string& path) {
+    const int file = path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (file < 0) {
+        throw InputError(path, std::string("cannot be opened: ") + std::strerror(errno) + remedyFor(errno, path),
+                         status::kFileNotFound);
+    }
+    return file;
+}
+
+}  // namespace
+
+InputStream::InputStream(std::string path) : path_(std::move(path)), file_(opened(path_)) {
+    struct stat info {};
+    if (::fstat(file_, &info) == 0 && S_ISREG(info.st_mode)) {
+        mayWait_ = false;
+        size_ = static_cast<std::uint64_t>(info.st_size);
+    }
+}
+
+InputStream::~InputStream() {
+    if (path_ != "-") {
+        ::close(file_);
+    }
+}
+
+void InputStream::noteSilence() {
+    if (!std::exchange(isNoted_, true)) {
+        // On a terminal it takes the place of the line that shows the progress.
+        std::cerr << (::isatty(STDERR_FILENO) == 1 ? "\r\x1B[K" : "") << "tallow: " << text::safeLine(path_)
+                  << ": waiting for input" << (path_ == "-" ? " on standard input\n" : "\n") << std::flush;
+    }
+}
+
+std::size_t InputStream::read(char* room, std::size_t size, const std::string& place,
+                              const std::function<void()>& waiting) {
+    constexpr std::chrono::milliseconds kPause{200};
+    constexpr std::chrono::seconds kLong{2};
+    const auto begin = std::chrono::steady_clock::now();
+    for (;;) {
+        pollfd readable{file_, POLLIN, 0};
+        const bool isReady = !mayWait_ || ::poll(&readable, 1, kPause.count()) != 0;
+        const ssize_t count = isReady ? ::read(file_, room, size) : -1;
+        if (count >= 0) {
+            isNoted_ = true;
+            return static_cast<std::size_t>(count);
+        }
+        if (isReady && errno != EINTR && errno != EAGAIN) {
+            throw InputError(path_,
+                             "cannot be read" + place + ": " + std::strerror(errno) + "; check the file" +
+                                 (place.empty() ? "" : ", and check the rest of it again"),
+                             status::kFileCorrupt);
+        }
+        if (isReady && errno == EAGAIN) {  // a device that cannot say when it is ready
+            std::this_thread::sleep_for(kPause);
+        }
+        if (waiting) {
+            waiting();
+        }
+        if (std::chrono::steady_clock::now() - begin > kLong) {
+            noteSilence();
+        }
+    }
+}
+
+}  // namespace tallow::cli
