@@ -181,13 +181,13 @@ void ItemSource::readEntry(const ListLine& line, const ListEntry& entry) {
         item.issuer = issuerFor(entry, one.certificate);
         item.url = entry.url;
         item.crls = crls;
-        addResponders(item, one.certificate);
+        addResponders(item, one.certificate, options_.url);
         ready_.push(std::move(item));
     }
 }
 
-void ItemSource::addResponders(BatchItem& item, const ATL2::CCertContext& certificate) const {
-    const std::string& url = item.url.empty() ? options_.url : item.url;
+void addResponders(BatchItem& item, const ATL2::CCertContext& certificate, const std::string& urlOfOptions) {
+    const std::string& url = item.url.empty() ? urlOfOptions : item.url;
     item.hosts = url.empty() ? responderHostsOf(certificate) : std::vector{hostOf(url)};
     if (item.hosts.empty()) {
         item.hosts.emplace_back();

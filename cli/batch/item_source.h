@@ -28,6 +28,10 @@ struct ListEntry {
 /// Reads one line of the list of this path. Throws InputError.
 ListEntry entryOf(const ListLine& line, const std::string& list);
 
+/// Which servers a check of the item asks, and with which others it belongs together. `urlOfOptions` is asked where the
+/// item names none.
+void addResponders(BatchItem& item, const ATL2::CCertContext& certificate, const std::string& urlOfOptions);
+
 class ItemSource {
 public:
     /// The options and inputs must outlive the object. Throws InputError when the list cannot be opened.
@@ -41,7 +45,6 @@ public:
 private:
     void read(const ListLine& line);
     void readEntry(const ListLine& line, const ListEntry& entry);
-    void addResponders(BatchItem& item, const ATL2::CCertContext& certificate) const;
     void readIssuers(const std::string& named);
     std::string issuerFor(const ListEntry& entry, const ATL2::CCertContext& certificate);
 
