@@ -8,6 +8,7 @@
 #pragma once
 
 #include "export.h"
+#include "platform/crypto/crypto_constants.h"
 #include "platform/crypto/crypto_records.h"
 
 #ifdef __cplusplus
@@ -44,7 +45,7 @@ typedef struct _CRYPTO_REDIS_VALUE {
     DWORD cValue;
 } CRYPTO_REDIS_VALUE;
 
-// One connection. A handle may be used by one thread at a time, and not by a child of fork.
+// One connection. A handle may be used by one thread at a time. A child of fork that uses it connects anew.
 typedef struct _CRYPTO_REDIS CRYPTO_REDIS;
 
 // Makes a handle; connects when it is first used. Null with the last error set for unusable parameters: E_INVALIDARG,

@@ -1,4 +1,6 @@
 // The functions of redis_service.h.
+#include <unistd.h>
+
 #include <algorithm>
 #include <chrono>
 #include <memory>
@@ -16,6 +18,7 @@ struct _CRYPTO_REDIS {
     std::string mistake;  // in the description of the server
     std::string fault;
     std::unique_ptr<RedisConnection> connection;
+    pid_t process = 0;  // that connected
     RedisValue reply;
     std::vector<std::unique_ptr<CRYPTO_REDIS_VALUE[]>> records;  // of the reply
 };
@@ -42,11 +45,13 @@ CRYPTO_REDIS_VALUE recordOf(const RedisValue& value, CRYPTO_REDIS& redis) {
     return record;
 }
 
-// A server may close an idle connection at any time.
+// A server may close an idle connection at any time. A child of fork would read replies of its parent.
 bool connect(CRYPTO_REDIS& redis, RedisDeadline deadline) {
-    if (redis.connection && redis.connection->fault().empty() && redis.connection->isQuiet()) {
+    if (redis.connection && redis.process == ::getpid() && redis.connection->fault().empty() &&
+        redis.connection->isQuiet()) {
         return true;
     }
+    redis.process = ::getpid();
     redis.connection = connectRedis(redis.server, deadline, redis.fault);
     return redis.connection != nullptr;
 }
