@@ -44,7 +44,14 @@ std::string jobOf(const BatchItem& item) {
     const auto add = [&job](const char* key, const std::string& value) {
         job += value.empty() ? "" : std::string(",\"") + key + "\":" + quoted(value);
     };
-    add("certificate", pemOf(item.label, item.certificate));
+    if (item.identifier) {
+        add("hash", item.identifier->hash);
+        add("issuerNameHash", item.identifier->issuerNameHash);
+        add("issuerKeyHash", item.identifier->issuerKeyHash);
+        add("serial", item.identifier->serial);
+    } else {
+        add("certificate", pemOf(item.label, item.certificate));
+    }
     add("others", item.others ? *item.others : std::string());
     add("issuer", item.issuer.empty() ? std::string() : pemOf("its issuer", item.issuer));
     add("url", item.url);
@@ -72,6 +79,17 @@ BatchItem itemOf(const std::string& id, const std::string& job, const std::strin
     item.url = members["url"];
     if (const std::string mistake = mistakeInUrl("url", item.url); !mistake.empty()) {
         throw InputError(id, mistake, status::kInvalidData);
+    }
+    item.identifier = identifierIn(members, id);
+    if (item.identifier) {
+        item.issuer = checkedPem(id, "issuer", members["issuer"]);
+        const auto issuers = certificatesAndCrlsIn("issuer", item.issuer).certificates;
+        if (issuers.empty() || !isIssuer(issuers.front(), *item.identifier)) {
+            throw InputError(id, "the first certificate of its issuer does not fit the identifier",
+                             status::kIssuerMismatch);
+        }
+        addResponder(item);
+        return item;
     }
     const std::string certificate = checkedPem(id, "certificate", members["certificate"]);
     const auto read = certificatesAndCrlsIn("certificate", certificate).certificates;
