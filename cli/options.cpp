@@ -439,6 +439,19 @@ void declare(CLI::App& staple, StapleOptions& options) {
         "64 wrong usage. If several apply, 1 comes before 3, and 3 before 2.");
 }
 
+// An option that takes up to a day.
+void addSeconds(CLI::App& command, const char* name, std::chrono::seconds& time, const std::string& what) {
+    constexpr unsigned kLongest = 86400;
+    const auto set = [&time, name](const std::string& text) {
+        const std::optional<unsigned> seconds = countFrom(text, kLongest);
+        if (!seconds) {
+            throw CLI::ValidationError(name, text + " cannot be used; give whole seconds from 1 to 86400");
+        }
+        time = std::chrono::seconds(*seconds);
+    };
+    command.add_option_function<std::string>(name, set, what)->type_name("SECONDS");
+}
+
 void addQueue(CLI::App& command, QueueOptions& options) {
     group(command, "Queue");
     command
@@ -458,7 +471,6 @@ void declare(CLI::App& worker, WorkerOptions& options) {
     constexpr unsigned kMostJobs = 256;
     constexpr unsigned kMostPerHost = 64;
     constexpr unsigned kMostRate = 10000;
-    constexpr unsigned kLongestClaim = 86400;
     constexpr unsigned kMostKept = 100000000;
     addQueue(worker, options.queue);
     group(worker, "Work");
@@ -469,19 +481,8 @@ void declare(CLI::App& worker, WorkerOptions& options) {
              "Checks that ask the same server in a second, by all workers of the queue; default: any number");
     worker.add_option("--name", options.name, "Name of this worker, its own; default: host and process")
         ->type_name("NAME");
-    worker
-        .add_option_function<std::string>(
-            "--claim-after",
-            [&options](const std::string& text) {
-                const std::optional<unsigned> seconds = countFrom(text, kLongestClaim);
-                if (!seconds) {
-                    throw CLI::ValidationError("--claim-after",
-                                               text + " cannot be used; give whole seconds from 1 to 86400");
-                }
-                options.claimAfter = std::chrono::seconds(*seconds);
-            },
-            "Take over jobs that no worker has held for this long, and repeat failed checks after it; default: 60")
-        ->type_name("SECONDS");
+    addSeconds(worker, "--claim-after", options.claimAfter,
+               "Take over jobs that no worker has held for this long, and repeat failed checks after it; default: 60");
     addCount(worker, "--keep", options.keep, kMostKept, "Keep about the last N results; default: 1000000");
     worker.add_flag("--until-empty", options.untilEmpty, "End when no job is left");
     addNaming(worker, options, "Certificate of the issuer, for jobs without one");
@@ -512,10 +513,12 @@ void declare(CLI::App& enqueue, EnqueueOptions& options) {
         .add_option("--run", options.run,
                     "Name that begins the ids of the jobs; of an id there is only one result. Default: a random one")
         ->type_name("NAME");
+    addSeconds(enqueue, "--wait", options.wait, "Wait this long for room when the queue is full; default: 600");
     addQueue(enqueue, options.queue);
     addSettings(enqueue, options);
     enqueue.footer(
-        "Exit status: 0 all were added; 3 some lines cannot be used, or the server cannot be reached; 64 wrong usage.");
+        "Exit status: 0 all were added; 3 some lines cannot be used, the queue stays full, or the server cannot be "
+        "reached; 64 wrong usage.");
 }
 
 void declare(CLI::App& results, ResultsOptions& options) {

@@ -149,7 +149,8 @@ struct WorkerOptions : CheckOptions {
 
 struct EnqueueOptions : CheckOptions {
     QueueOptions queue;
-    std::string run;  // begins the ids of the jobs; empty: a random one
+    std::string run;                 // begins the ids of the jobs; empty: a random one
+    std::chrono::seconds wait{600};  // how long a full queue may have no room
 };
 
 struct ResultsOptions : RunOptions {

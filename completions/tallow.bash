@@ -21,7 +21,7 @@ _tallow_value() {
             ;;
         --hook) COMPREPLY=($(compgen -c -- "$cur")) ;;
         --url | --proxy | --proxy-user | --timeout | --max-age | --at | --name | --warn | --crit | --jobs | --per-host | \
-            --bundle | --queue | --queue-user | --run | --rate | --claim-after | --keep) COMPREPLY=() ;;
+            --bundle | --queue | --queue-user | --run | --rate | --claim-after | --keep | --wait) COMPREPLY=() ;;
         *) return 1 ;;
     esac
 }
@@ -65,7 +65,7 @@ _tallow() {
                 options="--issuer --hash --url --if-due --max-age --write-revoked --out --name --hook $network $trust"
                 options+=" $output $settings"
                 ;;
-            enqueue) options="--from-file --issuer --run $queue $settings" ;;
+            enqueue) options="--from-file --issuer --run --wait $queue $settings" ;;
             worker)
                 options="--jobs --per-host --rate --name --claim-after --keep --until-empty --url --max-age --verify-chain"
                 options+=" $queue $asking $network $trust $settings"

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <iostream>
 #include <random>
+#include <thread>
 #include <utility>
 #include <vector>
 
@@ -39,6 +40,7 @@ public:
           run_(options.run.empty() ? randomRun() : options.run),
           inputs_(options),
           source_(options, inputs_, [] {}),
+          wait_(options.wait),
           queue_(options.queue, patienceOf(kPatience)) {
         if (!isJobId(run_) || run_.size() > 64) {
             throw InputError("--run",
@@ -48,29 +50,31 @@ public:
 
     Outcome run() {
         std::string mistake;
-        bool isReachable = true;
         try {
             std::optional<BatchItem> item;
-            while (isReachable && (item = source_.next())) {
+            while (stop_.empty() && (item = source_.next())) {
                 add(*item);
                 if (waiting_.size() >= kMostInStep || sizeWaiting_ >= kLargestStep) {
-                    isReachable = send();
+                    send();
                 }
             }
         } catch (const InputError& unreadable) {  // what was read of the list is added
             mistake = text::safeLine(unreadable.what());
         }
-        isReachable = isReachable && send();
-        if (isReachable && mistake.empty() && numSent_ + numUnusable_ == 0) {
+        if (stop_.empty()) {
+            send();
+        }
+        if (stop_.empty() && mistake.empty() && numAdded_ + numKnown_ + numUnusable_ == 0) {
             throw InputError(list_, "names no certificate; write one path or JSON object a line");
         }
-        Outcome outcome{"", "", isReachable && mistake.empty() && numUnusable_ == 0 ? kExitGood : kExitNoAnswer};
-        outcome.out = run_ + ": " + groupedNumber(numSent_) + " added" +
+        Outcome outcome{"", "", stop_.empty() && mistake.empty() && numUnusable_ == 0 ? kExitGood : kExitNoAnswer};
+        outcome.out = run_ + ": " + groupedNumber(numAdded_) + " added" +
+                      (numKnown_ == 0 ? "" : ", " + groupedNumber(numKnown_) + " have their result already") +
                       (numUnusable_ == 0 ? "" : ", " + groupedNumber(numUnusable_) + " cannot be used") + '\n';
         outcome.err = mistake.empty() ? "" : "tallow: " + mistake + '\n';
-        if (!isReachable) {
-            outcome.err += "tallow: the queue cannot be reached; repeat the command with --run " + run_ +
-                           " when it is back: each job has one result all the same\n";
+        if (!stop_.empty()) {
+            outcome.err += "tallow: " + stop_ + "; repeat the command with --run " + run_ +
+                           " later: each job has one result all the same\n";
         }
         return outcome;
     }
@@ -90,23 +94,43 @@ private:
         }
     }
 
-    bool send() {
-        if (!waiting_.empty() && !queue_.add(waiting_)) {
-            return false;
+    // On failure `stop_` says why.
+    void send() {
+        using Kind = JobQueue::Added::Kind;
+        constexpr std::chrono::milliseconds kPause{500};
+        const auto begun = std::chrono::steady_clock::now();
+        JobQueue::Added added{Kind::kAdded, 0};
+        while (!waiting_.empty() && (added = queue_.add(waiting_)).kind == Kind::kFull) {
+            if (!std::exchange(isFullReported_, true)) {
+                std::cerr << "tallow: the queue is full with " + groupedNumber(JobQueue::kMostJobs) +
+                                 " jobs; waiting for room\n";
+            }
+            if (std::chrono::steady_clock::now() - begun >= wait_) {
+                stop_ = "the queue had no room for " + std::to_string(wait_.count()) + " s";
+                return;
+            }
+            std::this_thread::sleep_for(kPause);
         }
-        numSent_ += waiting_.size();
+        if (added.kind == Kind::kLost) {
+            stop_ = "the queue cannot be used";
+            return;
+        }
+        numAdded_ += added.count;
+        numKnown_ += waiting_.size() - added.count;
         waiting_.clear();
         sizeWaiting_ = 0;
-        return true;
     }
 
     const std::string list_, run_;
     const RunInputs inputs_;
     ItemSource source_;
+    const std::chrono::seconds wait_;
     JobQueue queue_;
     std::vector<std::pair<std::string, std::string>> waiting_;
     std::size_t sizeWaiting_ = 0;
-    std::size_t numSent_ = 0, numUnusable_ = 0;
+    std::size_t numAdded_ = 0, numKnown_ = 0, numUnusable_ = 0;
+    bool isFullReported_ = false;
+    std::string stop_;  // why no more is added; empty: nothing is wrong
 };
 
 }  // namespace

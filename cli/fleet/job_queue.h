@@ -1,13 +1,14 @@
 // The queue of a fleet on its server: jobs, their final results, and jobs that failed too often.
 //
 // Jobs are a stream with one consumer group. A job stays in it, pending, until its final result is written; one that a
-// worker took and did not finish in time is given to another. The result of a job is written only once, by its id, so
-// that it does no harm if two workers check it. Everything that several commands would do is a script, which the server
-// runs as a whole.
+// worker took and no longer holds is given to another. The result of a job is written only once, by its id, so that it
+// does no harm if two workers check it. Everything that several commands would do is a script, which the server runs as
+// a whole.
 #pragma once
 
 #include <chrono>
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -18,10 +19,10 @@ namespace tallow::cli {
 
 /// A job as a worker got it.
 struct TakenJob {
-    std::string entry;     // in the stream
-    std::string id;        // of the job; that of the entry when it has none
-    std::string job;       // as in job.h, or anything
-    unsigned attempt = 1;  // from 1
+    std::string entry;       // in the stream
+    std::string id;          // of the job; that of the entry when it has none
+    std::string job;         // as in job.h, or anything
+    unsigned numFailed = 0;  // attempts before this one: failed checks, and workers that ended
 };
 
 class JobQueue {
@@ -29,13 +30,19 @@ public:
     /// The most jobs that wait; more are added when some are done.
     static constexpr std::size_t kMostJobs = 100000;
     static constexpr unsigned kMostAttempts = 3;
-    static constexpr const char* kStart = "0-0";
+    static constexpr const char* kStart = "-";
 
     JobQueue(const QueueOptions& options, QueueServer::Patience givesUp)
         : server_(options), givesUp_(std::move(givesUp)) {}
 
-    /// Adds jobs, pairs of id and text, in one step; waits while there is no room. False when it gave up.
-    [[nodiscard]] bool add(const std::vector<std::pair<std::string, std::string>>& jobs);
+    /// What became of jobs that were to be added.
+    struct Added {
+        enum class Kind { kAdded, kFull, kLost };
+        Kind kind = Kind::kLost;
+        std::size_t count = 0;  // without those that have their result already
+    };
+    /// Adds jobs, pairs of id and text, in one step: all of them, or none while there is no room or no server.
+    [[nodiscard]] Added add(const std::vector<std::pair<std::string, std::string>>& jobs);
 
     /// Up to `most` new jobs for this worker; waits a moment for them.
     std::vector<TakenJob> take(const std::string& worker, std::size_t most, std::chrono::milliseconds wait);
@@ -43,11 +50,17 @@ public:
     /// begun, and at the next one when it is called again; `isAll` after the last part. On one thread at a time.
     std::vector<TakenJob> takeLeft(const std::string& worker, std::size_t most, std::chrono::milliseconds idle,
                                    bool& isAll);
-    /// Tells the server that this worker still has these entries.
-    void hold(const std::string& worker, const std::vector<std::string>& entries);
+    /// Tells the server that this worker is there, for the next `idle`, and still has these entries. Tries once, on any
+    /// thread.
+    void hold(const std::string& worker, const std::vector<std::string>& entries, std::chrono::milliseconds idle);
+    /// Gives jobs back: after a failed check for the next attempt, else at once. False when it gave up.
+    [[nodiscard]] bool handBack(const std::string& worker, const std::vector<TakenJob>& jobs, bool isFailed);
     /// Writes the final result, unless the job has one, and removes the job; `isDead` also notes it in the stream of
-    /// dead letters. False when it gave up: the job stays.
-    [[nodiscard]] bool finish(const TakenJob& job, const std::string& result, bool isDead, unsigned keep);
+    /// dead letters, and does nothing if another worker has the job now. False when it gave up: the job stays.
+    [[nodiscard]] bool finish(const std::string& worker, const TakenJob& job, const std::string& result, bool isDead,
+                              unsigned keep);
+    /// Since when the server has answered without interruption.
+    std::chrono::steady_clock::time_point answeringSince() { return server_.answeringSince(); }
     /// Whether no job waits or is being checked.
     bool isEmpty();
     /// Takes the worker off the list, if it has no job.
@@ -59,12 +72,13 @@ public:
     /// Up to `most` results after the entry `after` ("-": from the start): entry and text. False when it gave up.
     [[nodiscard]] bool results(bool dead, const std::string& after, std::size_t most,
                                std::vector<std::pair<std::string, std::string>>& found);
-    void remove(const std::vector<std::string>& entries);
+    /// Removes results. False when it gave up.
+    [[nodiscard]] bool remove(const std::vector<std::string>& entries);
 
 private:
     std::optional<QueueReply> ask(const QueueServer::Words& words, unsigned waitMs = 0);
     void makeGroup();
-    std::vector<TakenJob> jobsIn(const QueueReply& entries);
+    static std::optional<TakenJob> jobFrom(std::string entry, std::string id, std::string job);
 
     QueueServer server_;
     const QueueServer::Patience givesUp_;

@@ -43,6 +43,11 @@ CRYPTO_REDIS* opened(const QueueOptions& options) {
     return redis;
 }
 
+// The group is missing after the server lost its data; the caller makes it again.
+bool isOfGroup(const QueueReply& reply) {
+    return reply.text.starts_with("NOGROUP") || reply.text.starts_with("BUSYGROUP");
+}
+
 // The first word of an error, such as OOM: what follows may repeat the command.
 std::string codeOf(const std::string& error) {
     constexpr std::size_t kLongestCode = 32;
@@ -92,8 +97,11 @@ std::optional<QueueReply> QueueServer::askOnce(const Words& words, unsigned wait
         return std::nullopt;
     }
     QueueReply copy = copied(*reply);
-    const std::scoped_lock lock(mutex_);
-    idle_.push_back(std::move(redis));
+    // After another error the name may lead to another server by now: to the new one after a failover, for example.
+    if (copy.kind != CRYPTO_REDIS_ERROR || isOfGroup(copy)) {
+        const std::scoped_lock lock(mutex_);
+        idle_.push_back(std::move(redis));
+    }
     return copy;
 }
 
@@ -107,8 +115,14 @@ void QueueServer::noteLost(const std::string& fault) {
 void QueueServer::noteBack() {
     const std::scoped_lock lock(mutex_);
     if (std::exchange(isLost_, false)) {
+        answeringSince_ = std::chrono::steady_clock::now();
         std::cerr << "tallow: " + text::safeLine(options_.url) + ": answers again\n";
     }
+}
+
+std::chrono::steady_clock::time_point QueueServer::answeringSince() {
+    const std::scoped_lock lock(mutex_);
+    return answeringSince_;
 }
 
 std::optional<QueueReply> QueueServer::ask(const Words& words, const Patience& givesUp, unsigned waitMs) {
@@ -119,9 +133,7 @@ std::optional<QueueReply> QueueServer::ask(const Words& words, const Patience& g
     for (milliseconds pause = kFirstPause;; pause = std::min(2 * pause, kLongestPause)) {
         std::string fault;
         std::optional<QueueReply> reply = askOnce(words, waitMs, fault);
-        // The group is missing after the server lost its data; the caller makes it again.
-        if (reply && (reply->kind != CRYPTO_REDIS_ERROR || reply->text.starts_with("NOGROUP") ||
-                      reply->text.starts_with("BUSYGROUP"))) {
+        if (reply && (reply->kind != CRYPTO_REDIS_ERROR || isOfGroup(*reply))) {
             noteBack();
             return reply;
         }

@@ -41,6 +41,9 @@ public:
     /// then. `waitMs` is how long the server itself may take. On any thread.
     std::optional<QueueReply> ask(const Words& words, const Patience& givesUp, unsigned waitMs = 0);
 
+    /// Since when it has answered without interruption; at first, since the object was made. On any thread.
+    std::chrono::steady_clock::time_point answeringSince();
+
 private:
     struct Close {
         void operator()(CRYPTO_REDIS* redis) const noexcept { crypto_redis_close(redis); }
@@ -56,6 +59,7 @@ private:
     std::mutex mutex_;
     std::vector<Handle> idle_;
     bool isLost_ = false;
+    std::chrono::steady_clock::time_point answeringSince_ = std::chrono::steady_clock::now();
 };
 
 /// For commands that give up after this time.

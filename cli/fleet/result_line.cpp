@@ -11,7 +11,6 @@ namespace {
 
 using Json = nlohmann::json;
 
-constexpr std::size_t kLongest = 1U << 20;
 constexpr int kDeepest = 16;
 
 bool isShallow(const std::string& text) {
@@ -33,7 +32,7 @@ std::string memberOf(const Json& object, const char* name) {
 }  // namespace
 
 std::optional<ResultLine> resultLineFrom(const std::string& text) {
-    if (text.size() > kLongest || !isShallow(text)) {
+    if (text.size() > kLongestResult || !isShallow(text)) {
         return std::nullopt;
     }
     const Json object = Json::parse(text, nullptr, false);

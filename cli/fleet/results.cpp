@@ -14,7 +14,7 @@ namespace tallow::cli {
 
 namespace {
 
-constexpr std::size_t kPage = 100;
+constexpr std::size_t kPage = 50;
 constexpr std::chrono::seconds kPatience{30};
 
 // Entries of another run.
@@ -51,8 +51,8 @@ Outcome runResults(const ResultsOptions& options, std::ostream& out) {
         if (!out) {
             return {"", "", kExitNoAnswer};  // they stay on the server
         }
-        if (options.remove && !printed.empty()) {
-            queue.remove(printed);
+        if (options.remove && !printed.empty() && !queue.remove(printed)) {
+            return {"", "tallow: the queue cannot be reached; some results above were not removed\n", kExitNoAnswer};
         }
     } while (page.size() == kPage);
     Outcome outcome{"", "", totals.count() == 0 ? kExitNoAnswer : totals.exitStatus()};

@@ -7,17 +7,23 @@
 #include <array>
 #include <atomic>
 #include <chrono>
+#include <condition_variable>
 #include <csignal>
 #include <ctime>
 #include <exception>
+#include <iostream>
 #include <map>
 #include <mutex>
+#include <optional>
+#include <random>
+#include <stop_token>
 #include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
 
 #include "checker/text/safe_text.h"
+#include "cli/batch/batch_totals.h"
 #include "cli/batch/checkers.h"
 #include "cli/batch/flat_object.h"
 #include "cli/batch/work_queue.h"
@@ -26,7 +32,9 @@
 #include "cli/error_text.h"
 #include "cli/fleet/job.h"
 #include "cli/fleet/job_queue.h"
+#include "cli/fleet/result_line.h"
 #include "cli/input_files.h"
+#include "cli/open_files.h"
 #include "cli/output.h"
 
 namespace tallow::cli {
@@ -37,6 +45,7 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr milliseconds kTick{200};
+constexpr unsigned kFilesOfJob = 5;  // a connection with its descriptors for events, a file of the cache, the queue
 constexpr std::chrono::seconds kLongestEnd{20};  // for results, when the server is lost after a signal
 
 constexpr Clock::rep kNotAsked = -1;
@@ -65,7 +74,14 @@ std::string defaultName() {
     if (::gethostname(host.data(), host.size() - 1) != 0) {
         host = {'h', 'o', 's', 't'};
     }
-    return std::string(host.data()) + '-' + std::to_string(::getpid());
+    const std::string name = std::string(host.data()) + '-' + std::to_string(::getpid());
+    return isJobId(name) ? name : "worker-" + std::to_string(::getpid());
+}
+
+// A worker that is started again under the same name is another one: that its jobs ended with it must be seen.
+std::string consumerOf(const std::string& name) {
+    std::random_device random;
+    return name + '/' + std::to_string(random());
 }
 
 std::string presentTime() {
@@ -81,53 +97,68 @@ public:
     explicit Worker(const WorkerOptions& options)
         : options_(options),
           name_(options.name.empty() ? defaultName() : options.name),
+          consumer_(consumerOf(name_)),
           inputs_(options),
           network_(options),
           checkers_(inputs_, optionsOf(options, inputs_, network_)),
           ready_(options.batch.jobs, options.batch.perHost),
-          queue_(options.queue, [this](milliseconds /*lost*/) { return givesUp(); }) {}
+          queue_(options.queue, [this](milliseconds /*lost*/) { return givesUp(); }) {
+        if (!isJobId(name_)) {
+            throw InputError("--name",
+                             "is no name for a worker; give 1 to 128 letters, digits, dots, hyphens and "
+                             "underscores");
+        }
+    }
 
     Outcome run() {
         {
+            std::jthread holder;  // ends after the others
             std::vector<std::jthread> threads;
             try {
-                startThreads(threads);
+                startThreads(threads, holder);
                 while (!isAskedToStop() && !isFailed_ && !(options_.untilEmpty && numHeld() == 0 && queue_.isEmpty())) {
                     takeJobs();
-                    hold();
                 }
                 isEnding_ = true;
-                ready_.close();
-                while (!isFailed_ && !ready_.isDone(kTick)) {
-                    hold();
-                }
-            } catch (...) {  // the threads could not end otherwise
+            } catch (...) {
                 fail(std::current_exception());
             }
+            ready_.stop();
         }
         if (failure_) {
             std::rethrow_exception(failure_);
         }
-        queue_.leave(name_);
-        return {"", "", isResultLost_ ? kExitNoAnswer : kExitGood};
+        giveBackRest();
+        queue_.leave(consumer_);
+        Outcome outcome{"", "", numLost_ == 0 ? kExitGood : kExitNoAnswer};
+        if (numLost_ != 0) {
+            outcome.err = "tallow: " + groupedNumber(numLost_) +
+                          " results could not be written; their jobs are still in the queue\n";
+        }
+        return outcome;
     }
 
 private:
     // Signals are for the main thread.
-    void startThreads(std::vector<std::jthread>& threads) {
+    void startThreads(std::vector<std::jthread>& threads, std::jthread& holder) {
+        std::string note;
+        const unsigned numJobs = jobsWithinOpenFiles(options_.batch.jobs, kFilesOfJob, note);
+        std::cerr << note;
+        mostHeld_ = numJobs;
         sigset_t all;
         sigset_t before;
         ::sigfillset(&all);
         ::pthread_sigmask(SIG_SETMASK, &all, &before);
         try {
-            for (unsigned i = 0; i < options_.batch.jobs; ++i) {
+            holder = std::jthread([this](const std::stop_token& end) { hold(end); });
+            for (unsigned i = 0; i < numJobs; ++i) {
                 threads.emplace_back([this] { work(); });
             }
         } catch (const std::system_error&) {
             if (threads.empty()) {
                 throw InputError("--jobs", "no thread can be started; raise the limit of processes");
             }
-            // those that run do the work
+            mostHeld_ = threads.size();  // those that run do the work
         }
         ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     }
@@ -158,30 +189,33 @@ private:
     }
 
     void takeJobs() {
-        const std::size_t room = options_.batch.jobs - std::min<std::size_t>(options_.batch.jobs, numHeld());
+        const std::size_t room = mostHeld_ - std::min(mostHeld_, numHeld());
         if (room == 0) {
             std::this_thread::sleep_for(milliseconds(20));
             return;
         }
         std::vector<TakenJob> jobs;
         bool isAll = true;
-        if (const Clock::time_point now = Clock::now(); now >= nextLeft_) {
-            jobs = queue_.takeLeft(name_, room, options_.claimAfter, isAll);
+        if (const Clock::time_point now = Clock::now(); now >= nextLeft_ && mayTakeOver(now)) {
+            jobs = queue_.takeLeft(consumer_, room, options_.claimAfter, isAll);
             nextLeft_ = isAll ? now + options_.claimAfter / 4 : now;
         }
         if (jobs.empty()) {
-            jobs = queue_.take(name_, room, isAll ? kTick : milliseconds(1));
+            jobs = queue_.take(consumer_, room, isAll ? kTick : milliseconds(1));
         }
         for (TakenJob& job : jobs) {
             begin(std::move(job));
         }
     }
 
+    // While the server was away, the others could not say that they have their jobs: they say it first.
+    bool mayTakeOver(Clock::time_point now) { return now - queue_.answeringSince() >= options_.claimAfter / 2; }
+
     void begin(TakenJob job) {
         BatchItem item;
-        if (job.attempt > JobQueue::kMostAttempts) {
-            // Each time a worker ended while it had the job.
-            end(job, errorOf(job, {status::kFail, "checking: no worker finished it"}), true);
+        if (job.numFailed >= JobQueue::kMostAttempts) {
+            end(job, errorOf(job, {status::kFail, "checking: 3 attempts failed, and in the last one a worker ended"}),
+                true);
             return;
         }
         try {
@@ -199,25 +233,39 @@ private:
             item.number = lastNumber_;
         }
         while (!ready_.put(item, kTick)) {
-            hold();
+            if (isAskedToStop() || isFailed_) {
+                return;  // it is given back
+            }
         }
     }
 
-    // Tells the server that the jobs are being worked on, so that no other worker gets them.
-    void hold() {
-        const Clock::time_point now = Clock::now();
-        if (now < nextHold_) {
-            return;
-        }
-        nextHold_ = now + options_.claimAfter / 4;
-        std::vector<std::string> entries;
-        {
-            const std::scoped_lock lock(mutex_);
-            for (const auto& [entry, job] : held_) {
-                entries.push_back(entry);
+    // Tells the server that the jobs are being worked on, so that no other worker gets them. On a thread of its own,
+    // which nothing else keeps waiting.
+    void hold(const std::stop_token& end) {
+        try {
+            std::unique_lock lock(mutex_);
+            while (!end.stop_requested()) {
+                std::vector<std::string> entries;
+                for (const auto& [entry, job] : held_) {
+                    entries.push_back(entry);
+                }
+                lock.unlock();
+                queue_.hold(consumer_, entries, options_.claimAfter);
+                lock.lock();
+                holderWakes_.wait_for(lock, end, milliseconds(options_.claimAfter) / 4, [] { return false; });
             }
+        } catch (...) {
+            fail(std::current_exception());
         }
-        queue_.hold(name_, entries);
+    }
+
+    // Jobs that were taken and not begun.
+    void giveBackRest() {
+        std::vector<TakenJob> rest;
+        for (const auto& [entry, job] : held_) {
+            rest.push_back(job);
+        }
+        static_cast<void>(queue_.handBack(consumer_, rest, false));  // else they are taken over later
     }
 
     void work() {
@@ -241,14 +289,20 @@ private:
             const std::scoped_lock lock(mutex_);
             job = held_.at(entries_.at(item.number));
         }
-        std::for_each(item.hosts.begin(), item.hosts.end(), [this](const std::string& host) { waitForTurn(host); });
+        if (!std::all_of(item.hosts.begin(), item.hosts.end(),
+                         [this](const std::string& host) { return waitForTurn(host); })) {
+            return;  // it is given back
+        }
         CheckResult result;
         result.file = item.label;
         result.start = item.start;
         result.expiry = item.expiry;
         try {
             const std::string certificates = item.others ? item.certificate + *item.others : std::string();
-            fill(result, checkers_.forItem(item).check(item.others ? certificates : item.certificate, item.issuer),
+            const Checker checker = checkers_.forItem(item);
+            fill(result,
+                 item.identifier ? checker.checkIdentifier(askedOf(*item.identifier), item.issuer)
+                                 : checker.check(item.others ? certificates : item.certificate, item.issuer),
                  options_);
         } catch (const std::bad_alloc&) {
             throw;
@@ -257,7 +311,9 @@ private:
         }
         const bool isFailed = result.state == CertificateState::kError;
         // A failed check is made again after a while, by this worker or another one.
-        if (!isFailed || job.attempt >= JobQueue::kMostAttempts) {
+        if (isFailed && job.numFailed + 1 < JobQueue::kMostAttempts) {
+            static_cast<void>(queue_.handBack(consumer_, {job}, true));  // else it is taken over later
+        } else {
             end(job, result, isFailed);
         }
         const std::scoped_lock lock(mutex_);
@@ -265,14 +321,17 @@ private:
         entries_.erase(item.number);
     }
 
-    void waitForTurn(const std::string& host) {
-        while (options_.rate != 0 && !host.empty()) {
-            const milliseconds wait = queue_.claimTurn(host, options_.rate);
-            if (wait.count() == 0 || givesUp()) {
-                return;
+    // Whether the check may begin.
+    bool waitForTurn(const std::string& host) {
+        while (!isAskedToStop() && !isFailed_) {
+            const milliseconds wait =
+                options_.rate == 0 || host.empty() ? milliseconds(0) : queue_.claimTurn(host, options_.rate);
+            if (wait.count() == 0) {
+                return true;
             }
             std::this_thread::sleep_for(wait);
         }
+        return false;
     }
 
     static CheckResult errorOf(const TakenJob& job, CheckError error) {
@@ -282,31 +341,46 @@ private:
         return result;
     }
 
-    void end(const TakenJob& job, const CheckResult& result, bool isDead) {
+    std::string textOf(const TakenJob& job, const CheckResult& result) const {
         std::string line = toJsonLine(result);
         line.pop_back();
-        const std::string text = std::string("{\"schema\":\"") + kFleetLineSchema + "\",\"job\":" + quoted(job.id) +
-                                 ",\"worker\":" + quoted(name_) + ",\"checkedAt\":\"" + presentTime() +
-                                 "\",\"attempts\":" + std::to_string(job.attempt) + ",\"result\":" + line + '}';
-        if (!queue_.finish(job, text, isDead, options_.keep)) {
-            isResultLost_ = true;  // the job is still in the queue
+        const unsigned numAttempts = std::min(job.numFailed + 1, JobQueue::kMostAttempts);
+        return std::string("{\"schema\":\"") + kFleetLineSchema + "\",\"job\":" + quoted(job.id) +
+               ",\"worker\":" + quoted(name_) + ",\"checkedAt\":\"" + presentTime() +
+               "\",\"attempts\":" + std::to_string(numAttempts) + ",\"result\":" + line + '}';
+    }
+
+    void end(const TakenJob& job, const CheckResult& result, bool isDead) {
+        std::string text = textOf(job, result);
+        if (text.size() > kLongestResult) {  // by the names in a hostile certificate; the status is what matters
+            CheckResult brief = result;
+            brief.file = job.id;
+            brief.subject.clear();
+            brief.verdict = {};
+            text = textOf(job, brief);
+        }
+        if (!queue_.finish(consumer_, job, text, isDead, options_.keep)) {
+            ++numLost_;  // the job is still in the queue
         }
     }
 
     const WorkerOptions& options_;
-    const std::string name_;
+    const std::string name_, consumer_;  // for people, and at the server
     const RunInputs inputs_;
     const RunNetwork network_;
     Checkers checkers_;
     WorkQueue ready_;
     const std::thread::id mainThread_ = std::this_thread::get_id();
-    std::atomic<bool> isEnding_{false}, isFailed_{false}, isResultLost_{false};
+    std::atomic<bool> isEnding_{false}, isFailed_{false};
+    std::atomic<std::size_t> numLost_{0};  // results
+    std::size_t mostHeld_ = 0;
     JobQueue queue_;
     std::mutex mutex_;
     std::map<std::string, TakenJob> held_;        // by entry: those that are checked here
     std::map<std::size_t, std::string> entries_;  // by number
     std::size_t lastNumber_ = 0;
-    Clock::time_point nextLeft_{}, nextHold_{};
+    std::condition_variable_any holderWakes_;
+    Clock::time_point nextLeft_{};
     std::exception_ptr failure_;
 };
 
