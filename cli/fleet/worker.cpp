@@ -45,7 +45,8 @@ using Clock = std::chrono::steady_clock;
 using std::chrono::milliseconds;
 
 constexpr milliseconds kTick{200};
-constexpr unsigned kFilesOfJob = 5;  // a connection with its descriptors for events, a file of the cache, the queue
+constexpr std::size_t kHeldForJob = 2;  // so that the next one is there when a check ends
+constexpr unsigned kFilesOfJob = 5;     // a connection with its descriptors for events, a file of the cache, the queue
 constexpr std::chrono::seconds kLongestEnd{20};  // for results, when the server is lost after a signal
 
 constexpr Clock::rep kNotAsked = -1;
@@ -101,7 +102,7 @@ public:
           inputs_(options),
           network_(options),
           checkers_(inputs_, optionsOf(options, inputs_, network_)),
-          ready_(options.batch.jobs, options.batch.perHost),
+          ready_(kHeldForJob * options.batch.jobs, options.batch.perHost),
           queue_(options.queue, [this](milliseconds /*lost*/) { return givesUp(); }) {
         if (!isJobId(name_)) {
             throw InputError("--name",
@@ -144,7 +145,7 @@ private:
         std::string note;
         const unsigned numJobs = jobsWithinOpenFiles(options_.batch.jobs, kFilesOfJob, note);
         std::cerr << note;
-        mostHeld_ = numJobs;
+        mostHeld_ = kHeldForJob * numJobs;
         sigset_t all;
         sigset_t before;
         ::sigfillset(&all);
@@ -158,7 +159,7 @@ private:
             if (threads.empty()) {
                 throw InputError("--jobs", "no thread can be started; raise the limit of processes");
             }
-            mostHeld_ = threads.size();  // those that run do the work
+            mostHeld_ = kHeldForJob * threads.size();  // those that run do the work
         }
         ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     }
