@@ -70,10 +70,14 @@ Nonce nonceOf(const Call& call) {
 
 void fillRequest(Call& call, const CertificateToCheck& target, Nonce nonce) {
     const std::string& hash = call.checker().options.hashOid;
-    namingHash(hash, [&] {
-        call.request().put_SRCertIDFromCert(target.certificate.get(), target.issuer.get(), 0,
-                                            hash.empty() ? nullptr : hash.c_str());
-    });
+    if (target.id) {
+        call.request().put_SRCertID(*target.id, 0);
+    } else {
+        namingHash(hash, [&] {
+            call.request().put_SRCertIDFromCert(target.certificate.get(), target.issuer.get(), 0,
+                                                hash.empty() ? nullptr : hash.c_str());
+        });
+    }
     call.request().put_UseNonce(nonce != Nonce::kOff);
 }
 

@@ -14,7 +14,8 @@ inline constexpr std::size_t kLargestAnswer = 64U << 20;
 /// Which nonce a call uses: the option, else what the policy says.
 Nonce nonceOf(const Call& call);
 
-/// Names the certificate in the request of the call, with the hash and the nonce that options and policy say.
+/// Names the certificate in the request of the call, with the hash and the nonce that options and policy say, or with
+/// the hash of its identifier.
 void fillRequest(Call& call, const CertificateToCheck& target, Nonce nonce);
 
 /// The whole check of one certificate. `nonce` overrides options and policy.

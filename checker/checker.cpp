@@ -71,8 +71,14 @@ void verifyChain(Call& call, const CertificateToCheck& target, Verdict& verdict)
         return;
     }
     call.startChain();
-    std::optional<Rejection> rejection = rejectionOf(
-        Rule::kChain, [&] { return rules::rejectChain(target.certificate.get(), call.store(), call.now()); });
+    std::optional<Rejection> rejection = rejectionOf(Rule::kChain, [&]() -> std::optional<Rejection> {
+        if (target.id) {
+            return Rejection{status::kInvalidArgument, Rule::kChain,
+                             "the chain cannot be validated, since only the identifier of the certificate is known; "
+                             "pass the certificate"};
+        }
+        return rules::rejectChain(target.certificate.get(), call.store(), call.now());
+    });
     call.evidence().certificateChain = linksOf(call);
     verdict.isChainValid = !rejection;
     if (!rejection) {
@@ -203,7 +209,7 @@ std::string hashOidOf(const Orvane::PKI::OCSP::Client::CRequest& request) {
 
 // Roots name no responder, and a missing address is not the reason why there is none.
 void explainRoot(const CertificateToCheck& target, Verdict& verdict) {
-    if (verdict.status == status::kNoResponder &&
+    if (verdict.status == status::kNoResponder && !target.id &&
         !rules::rejectIssuer(target.certificate.get(), target.certificate.get())) {
         verdict.cause = "choosing a responder: root certificates have no OCSP responder: " +
                         text::certificateNamed(target.certificate.get()) +
@@ -213,12 +219,16 @@ void explainRoot(const CertificateToCheck& target, Verdict& verdict) {
 
 }  // namespace
 
-Verdict checkCertificate(const CheckerData& checker, Input certificate, Input issuer, std::optional<Nonce> nonce) {
+namespace {
+
+// `read` is passed the call, the verdict and the rule that a failure belongs to, and returns what to check.
+template <typename Read>
+Verdict checkWhat(const CheckerData& checker, std::optional<Nonce> nonce, Read read) {
     Verdict verdict;
     fill(verdict, [&](Rule& rule) {
         Call call(checker, {});
         const EvidenceFor evidence(call, verdict);
-        const CertificateToCheck target = readTarget(call, certificate, issuer, verdict, rule);
+        const CertificateToCheck target = read(call, verdict, rule);
         rule = Rule::kRequest;
         Asking(call, target, nonce.value_or(nonceOf(call)), verdict).run();
         call.evidence().hashOid = hashOidOf(call.request());
@@ -226,6 +236,21 @@ Verdict checkCertificate(const CheckerData& checker, Input certificate, Input is
         verifyChain(call, target, verdict);
     });
     return verdict;
+}
+
+}  // namespace
+
+Verdict checkCertificate(const CheckerData& checker, Input certificate, Input issuer, std::optional<Nonce> nonce) {
+    return checkWhat(checker, nonce, [&](Call& call, Verdict& verdict, Rule& rule) {
+        return readTarget(call, certificate, issuer, verdict, rule);
+    });
+}
+
+Verdict Checker::checkIdentifier(const ReceivedRequest::Asked& identifier, Input issuer) const {
+    return checkWhat(*data_, std::nullopt, [&](Call& call, Verdict& verdict, Rule& rule) {
+        rule = Rule::kIssuer;
+        return readIdentifier(call, identifier, issuer, verdict);
+    });
 }
 
 Verdict Checker::check(Input certificate, Input issuer) const {

@@ -382,6 +382,11 @@ public:
     [[nodiscard]] std::vector<Verdict> check(std::span<const Input> certificates,
                                              Input issuer = std::string_view()) const;
 
+    /// The same for a certificate that is known only by its identifier, for example one of a received request. `issuer`
+    /// is the certificate that the hashes are of, and must be given; the responders are those of the options, else of
+    /// the policy. Whether the certificate expired is not known, and with `verifyChain` it cannot be good.
+    [[nodiscard]] Verdict checkIdentifier(const ReceivedRequest::Asked& identifier, Input issuer) const;
+
     /// A check without a nonce: `Verdict::response` may be given to others, as a server does that staples it
     /// (checker/stapling.h does so continuously).
     [[nodiscard]] Verdict fetchStaple(Input certificate, Input issuer = std::string_view()) const;

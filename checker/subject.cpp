@@ -68,6 +68,34 @@ CertificateToCheck readCertificate(Call& call, Input certificate, Verdict& verdi
     return target;
 }
 
+CertificateToCheck readIdentifier(Call& call, const ReceivedRequest::Asked& identifier, Input issuer,
+                                  Verdict& verdict) {
+    CertificateToCheck target;
+    verdict.serial = identifier.serial;
+    target.above = certificatesIn(issuer, "the issuer");
+    target.issuer = target.above.front();
+    target.issuerSource = IssuerSource::kGiven;
+    for (const ATL2::CCertContext& one : target.above) {
+        call.add(one);
+    }
+    const Orvane::CBlob encoding = blobOf(encodingOf(target.issuer));
+    const Orvane::ASN1::CAlgorithmIdentifierEx algorithm(identifier.hashOid.c_str());
+    target.id.emplace(algorithm, encoding, encoding);  // for its two hashes
+    if (bytesOf(target.id->get_issuerNameHash()) != identifier.issuerNameHash ||
+        bytesOf(target.id->get_issuerKeyHash()) != identifier.issuerKeyHash) {
+        throw BadInput(status::kIssuerMismatch, "the hashes of the identifier are not those of the given issuer " +
+                                                    text::safeLine(text::subjectOf(target.issuer.get())) +
+                                                    "; supply the issuer that they are of");
+    }
+    if (identifier.serial.empty()) {
+        throw BadInput(status::kInvalidArgument, "the identifier has no serial number");
+    }
+    target.id->put_serialNumber(
+        Orvane::ASN1::CBigInteger(identifier.serial.data(), static_cast<unsigned long>(identifier.serial.size())));
+    noteIssuer(call, target);
+    return target;
+}
+
 void findIssuer(Call& call, CertificateToCheck& target, Input issuer) {
     const ATL2::CCertContext& certificate = target.certificate;
     ATL2::CCertContext found;

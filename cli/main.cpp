@@ -14,6 +14,9 @@
 #include "cli/batch/batch.h"
 #include "cli/check.h"
 #include "cli/explain.h"
+#include "cli/fleet/enqueue.h"
+#include "cli/fleet/results.h"
+#include "cli/fleet/worker.h"
 #include "cli/input_files.h"
 #include "cli/interruption.h"
 #include "cli/metrics.h"
@@ -284,6 +287,9 @@ struct Run {
         }
         return withWarnings(printer.finish(report), answers);
     }
+    Outcome operator()(const EnqueueOptions& options) const { return withSettings(runEnqueue(options)); }
+    Outcome operator()(const WorkerOptions& options) const { return withSettings(runWorker(options)); }
+    Outcome operator()(const ResultsOptions& options) const { return withSettings(runResults(options, std::cout)); }
     Outcome operator()(const ShowOptions& options) const { return runShow(options); }
     Outcome operator()(const StoreOptions& options) const { return runStore(options); }
     Outcome operator()(const SettingsOptions& options) const { return runSettings(options); }

@@ -84,8 +84,8 @@ void addValue(CLI::App& command, const char* name, const char* type, std::option
     command.add_option_function<std::string>(name, set, what)->type_name(type);
 }
 
-// An option that takes a whole number from 1 on; needs --from-file.
-void addCount(CLI::App& command, const char* name, unsigned& count, unsigned most, const std::string& what) {
+// An option that takes a whole number from 1 on.
+CLI::Option* addCount(CLI::App& command, const char* name, unsigned& count, unsigned most, const std::string& what) {
     const auto set = [&count, name, most](const std::string& text) {
         const std::optional<unsigned> number = countFrom(text, most);
         if (!number) {
@@ -94,7 +94,7 @@ void addCount(CLI::App& command, const char* name, unsigned& count, unsigned mos
         }
         count = *number;
     };
-    command.add_option_function<std::string>(name, set, what)->type_name("N")->needs("--from-file");
+    return command.add_option_function<std::string>(name, set, what)->type_name("N");
 }
 
 // Limits an option to some words.
@@ -196,11 +196,14 @@ void addBatch(CLI::App& command, BatchOptions& options) {
         .add_option("--from-file", options.list,
                     "Check the files that are named in this list, one path or JSON object a line; - is standard input")
         ->type_name("LIST");
-    addCount(command, "--jobs", options.jobs, kMostJobs, "Checks at a time; default: 8; needs --from-file");
+    addCount(command, "--jobs", options.jobs, kMostJobs, "Checks at a time; default: 8; needs --from-file")
+        ->needs("--from-file");
     addCount(command, "--per-host", options.perHost, kMostPerHost,
-             "Checks at a time that ask the same server; default: 4; needs --from-file");
+             "Checks at a time that ask the same server; default: 4; needs --from-file")
+        ->needs("--from-file");
     addCount(command, "--bundle", options.bundle, kMostInBundle,
-             "Ask about up to N certificates in a request where the responder answers that; needs --from-file");
+             "Ask about up to N certificates in a request where the responder answers that; needs --from-file")
+        ->needs("--from-file");
     addFile(command, "--resume", options.resume,
             "Record in this file what is done, and leave out what it records; needs --from-file")
         ->needs("--from-file");
@@ -436,6 +439,99 @@ void declare(CLI::App& staple, StapleOptions& options) {
         "64 wrong usage. If several apply, 1 comes before 3, and 3 before 2.");
 }
 
+// An option that takes up to a day.
+void addSeconds(CLI::App& command, const char* name, std::chrono::seconds& time, const std::string& what) {
+    constexpr unsigned kLongest = 86400;
+    const auto set = [&time, name](const std::string& text) {
+        const std::optional<unsigned> seconds = countFrom(text, kLongest);
+        if (!seconds) {
+            throw CLI::ValidationError(name, text + " cannot be used; give whole seconds from 1 to 86400");
+        }
+        time = std::chrono::seconds(*seconds);
+    };
+    command.add_option_function<std::string>(name, set, what)->type_name("SECONDS");
+}
+
+void addQueue(CLI::App& command, QueueOptions& options) {
+    group(command, "Queue");
+    command
+        .add_option("--queue", options.url,
+                    "Redis server with the queue: redis://HOST:PORT/DATABASE, or rediss:// over TLS")
+        ->required()
+        ->type_name("URL");
+    CLI::Option* const password =
+        addFile(command, "--queue-password-file", options.passwordFile, "File with the password at that server");
+    command.add_option("--queue-user", options.user, "User at that server; default: its default user")
+        ->type_name("NAME")
+        ->needs(password);
+    addFile(command, "--queue-ca", options.caFile, "Roots for rediss://; default: the setting system_bundle");
+}
+
+void declare(CLI::App& worker, WorkerOptions& options) {
+    constexpr unsigned kMostJobs = 256;
+    constexpr unsigned kMostPerHost = 64;
+    constexpr unsigned kMostRate = 10000;
+    constexpr unsigned kMostKept = 100000000;
+    addQueue(worker, options.queue);
+    group(worker, "Work");
+    addCount(worker, "--jobs", options.batch.jobs, kMostJobs, "Checks at a time; default: 8");
+    addCount(worker, "--per-host", options.batch.perHost, kMostPerHost,
+             "Checks at a time that ask the same server; default: 4");
+    addCount(worker, "--rate", options.rate, kMostRate,
+             "Checks that ask the same server in a second, by all workers of the queue; default: any number");
+    worker.add_option("--name", options.name, "Name of this worker, its own; default: host and process")
+        ->type_name("NAME");
+    addSeconds(worker, "--claim-after", options.claimAfter,
+               "Take over jobs that no worker has held for this long, and repeat failed checks after it; default: 60");
+    addCount(worker, "--keep", options.keep, kMostKept, "Keep about the last N results; default: 1000000");
+    worker.add_flag("--until-empty", options.untilEmpty, "End when no job is left");
+    addNaming(worker, options, "Certificate of the issuer, for jobs without one");
+    addUrl(worker, "--url", options.url, "Ask this responder where a job names none");
+    addNonce(worker, options.nonce,
+             "require: accept only a response with the nonce of the request; try: without a nonce, its dates decide; "
+             "off: send none. Default: try, unless policy says otherwise");
+    addNetwork(worker, options);
+    addMaxAge(worker, options.maxAge);
+    addChainFiles(worker, options);
+    worker.add_flag("--verify-chain", options.verifyChain,
+                    "Validate the chain of each certificate too: dates, path, CRLs of the CAs");
+    addSettings(worker, options);
+    worker.footer(
+        "SIGTERM ends it after the checks that it began.\n"
+        "Exit status: 0 it was told to end, or no job was left; 3 results could not be written; 64 wrong usage.");
+}
+
+void declare(CLI::App& enqueue, EnqueueOptions& options) {
+    group(enqueue, kInput);
+    enqueue
+        .add_option("--from-file", options.batch.list,
+                    "The certificates: one path or JSON object a line, as for check; - is standard input")
+        ->required()
+        ->type_name("LIST");
+    addFile(enqueue, "--issuer", options.issuer, "Certificate of the issuer, for lines without one");
+    enqueue
+        .add_option("--run", options.run,
+                    "Name that begins the ids of the jobs; of an id there is only one result. Default: a random one")
+        ->type_name("NAME");
+    addSeconds(enqueue, "--wait", options.wait, "Wait this long for room when the queue is full; default: 600");
+    addQueue(enqueue, options.queue);
+    addSettings(enqueue, options);
+    enqueue.footer(
+        "Exit status: 0 all were added; 3 some lines cannot be used, the queue stays full, or the server cannot be "
+        "reached; 64 wrong usage.");
+}
+
+void declare(CLI::App& results, ResultsOptions& options) {
+    addQueue(results, options.queue);
+    group(results, kOutput);
+    results.add_option("--run", options.run, "Print the results of this run only")->type_name("NAME");
+    CLI::Option* const dead =
+        results.add_flag("--dead", options.dead, "Print those of the jobs that failed three times");
+    results.add_flag("--remove", options.remove, "Remove what is printed from the server")->excludes(dead);
+    addSettings(results, options);
+    results.footer(std::string("Prints one line of JSON for each result.\n") + kExitStatuses);
+}
+
 void declare(CLI::App& store, StoreOptions& options) {
     struct Row {
         const char* name;
@@ -527,6 +623,9 @@ public:
         add("verify", "Verify a stored response", verify_);
         add("verify-request", "Verify a request as its receiver", verifyRequest_);
         add("staple", "Keep responses as files for servers that staple them", staple_);
+        add("enqueue", "Put the certificates of a list into a queue", enqueue_);
+        add("worker", "Check the certificates in a queue", worker_);
+        add("results", "Print the results of a queue", results_);
         add("show", "Print a request or a response", show_);
         add("store", "List, add and remove trusted and other certificates", store_);
         add("settings", "Print or check the settings", settings_);
@@ -615,6 +714,9 @@ private:
     VerifyOptions verify_;
     VerifyRequestOptions verifyRequest_;
     StapleOptions staple_;
+    EnqueueOptions enqueue_;
+    WorkerOptions worker_;
+    ResultsOptions results_;
     ShowOptions show_;
     StoreOptions store_;
     SettingsOptions settings_;

@@ -132,12 +132,41 @@ struct StapleOptions : RunOptions, OutputOptions, NetworkOptions {
     std::string hook;  // command for the shell; empty: none
 };
 
+/// The server that holds the queue of a fleet.
+struct QueueOptions {
+    std::string url, user, passwordFile, caFile;
+};
+
+/// Checks the jobs of a queue. The options of a check apply, but for those that name certificates or files to write.
+struct WorkerOptions : CheckOptions {
+    QueueOptions queue;
+    std::string name;                     // of the worker; empty: host and process
+    unsigned rate = 0;                    // checks of one host in a second, by all workers; 0: any number
+    std::chrono::seconds claimAfter{60};  // how long a job may be with a worker that does not say that it has it
+    unsigned keep = 1000000;              // results
+    bool untilEmpty = false;
+};
+
+struct EnqueueOptions : CheckOptions {
+    QueueOptions queue;
+    std::string run;                 // begins the ids of the jobs; empty: a random one
+    std::chrono::seconds wait{600};  // how long a full queue may have no room
+};
+
+struct ResultsOptions : RunOptions {
+    QueueOptions queue;
+    std::string run;  // only its results; empty: all
+    bool dead = false;
+    bool remove = false;
+};
+
 struct ExplainOptions {
     std::string code;  // a status as the user wrote it
 };
 
 using CommandOptions = std::variant<CheckOptions, RequestOptions, SendOptions, VerifyOptions, VerifyRequestOptions,
-                                    ShowOptions, StoreOptions, SettingsOptions, ExplainOptions, StapleOptions>;
+                                    ShowOptions, StoreOptions, SettingsOptions, ExplainOptions, StapleOptions,
+                                    WorkerOptions, EnqueueOptions, ResultsOptions>;
 
 // Exit statuses.
 inline constexpr int kExitGood = 0;

@@ -18,6 +18,7 @@ inline constexpr const char* kSettingsSchema = "tallow.settings/1";
 inline constexpr const char* kStoreSchema = "tallow.store/1";
 inline constexpr const char* kStapleSchema = "tallow.staple/1";
 inline constexpr const char* kStapleLineSchema = "tallow.staple.line/1";
+inline constexpr const char* kFleetLineSchema = "tallow.fleet.line/1";
 inline constexpr const char* kErrorSchema = "tallow.error/1";
 
 /// The verdict, the details, and as the last line what the verdict is based on. Only the verdict is coloured.

@@ -12,7 +12,7 @@ _tallow_value() {
         --connect | --servername) COMPREPLY=($(compgen -A hostname -- "$cur")) ;;
         --issuer | --proxy-password-file | --trust | --certs | --crl | --save-request | --save-response | --settings | \
             --from-file | --resume | --report | --metrics | --sign | --key | --pin-file | --output | -o | --request | \
-            --cert)
+            --cert | --queue-password-file | --queue-ca)
             _tallow_files "$cur"
             ;;
         --out)
@@ -21,7 +21,7 @@ _tallow_value() {
             ;;
         --hook) COMPREPLY=($(compgen -c -- "$cur")) ;;
         --url | --proxy | --proxy-user | --timeout | --max-age | --at | --name | --warn | --crit | --jobs | --per-host | \
-            --bundle) COMPREPLY=() ;;
+            --bundle | --queue | --queue-user | --run | --rate | --claim-after | --keep | --wait) COMPREPLY=() ;;
         *) return 1 ;;
     esac
 }
@@ -33,8 +33,9 @@ _tallow_files() {
 
 _tallow() {
     local cur=${COMP_WORDS[COMP_CWORD]} prev=${COMP_WORDS[COMP_CWORD - 1]} command=${COMP_WORDS[1]}
-    local commands='check request send verify verify-request staple show store settings explain help'
+    local commands='check request send verify verify-request staple enqueue worker results show store settings explain help'
     local settings='--settings --trace --help --version' trust='--trust --certs --crl' output='--json --jsonl --verbose --color'
+    local queue='--queue --queue-user --queue-password-file --queue-ca'
     local network='--proxy --proxy-user --proxy-password-file --timeout' asking='--issuer --hash --nonce --no-nonce'
     COMPREPLY=()
     if ((COMP_CWORD == 1)); then
@@ -64,6 +65,12 @@ _tallow() {
                 options="--issuer --hash --url --if-due --max-age --write-revoked --out --name --hook $network $trust"
                 options+=" $output $settings"
                 ;;
+            enqueue) options="--from-file --issuer --run --wait $queue $settings" ;;
+            worker)
+                options="--jobs --per-host --rate --name --claim-after --keep --until-empty --url --max-age --verify-chain"
+                options+=" $queue $asking $network $trust $settings"
+                ;;
+            results) options="--run --dead --remove $queue $settings" ;;
             show) options='--json --help --version' ;;
             store)
                 case ${COMP_WORDS[2]} in

@@ -17,7 +17,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
     }
     try {
         const ListEntry entry = entryOf({1, text, ""}, "list");
-        if (entry.certificate.empty() || entry.name.empty() || (!entry.url.empty() && hostOf(entry.url).empty())) {
+        if (entry.certificate.empty() != entry.identifier.has_value() || entry.name.empty() ||
+            (!entry.url.empty() && hostOf(entry.url).empty())) {
             std::abort();
         }
     } catch (const InputError&) {

@@ -1,7 +1,6 @@
 #include "cli/batch/batch.h"
 
 #include <pthread.h>
-#include <sys/resource.h>
 
 #include <algorithm>
 #include <atomic>
@@ -27,6 +26,7 @@
 #include "cli/evidence_text.h"
 #include "cli/input_files.h"
 #include "cli/interruption.h"
+#include "cli/open_files.h"
 
 namespace tallow::cli {
 
@@ -150,24 +150,13 @@ private:
         std::vector<std::jthread> threads_;
     };
 
-    // How many checks at a time the limit of open files permits; raises it where the system allows that.
     unsigned numPossible() {
-        constexpr rlim_t kForAll = 16;  // standard streams, lists, output files
-        constexpr rlim_t kForEach = 4;  // a connection with its descriptors for events, a file of the cache
-        const unsigned numWanted = options_.batch.jobs;
-        const rlim_t needed = kForAll + kForEach * numWanted;
-        rlimit files{};
-        if (::getrlimit(RLIMIT_NOFILE, &files) != 0 || files.rlim_cur >= needed) {
-            return numWanted;
+        constexpr unsigned kForEach = 4;  // a connection with its descriptors for events, a file of the cache
+        std::string note;
+        const unsigned possible = jobsWithinOpenFiles(options_.batch.jobs, kForEach, note);
+        if (!note.empty()) {
+            output_.note(note);
         }
-        const rlim_t before = std::exchange(files.rlim_cur, std::min(files.rlim_max, needed));
-        const rlim_t most = ::setrlimit(RLIMIT_NOFILE, &files) == 0 ? files.rlim_cur : before;
-        if (most >= needed) {
-            return numWanted;
-        }
-        const auto possible = static_cast<unsigned>(most > kForAll + kForEach ? (most - kForAll) / kForEach : 1);
-        output_.note("tallow: --jobs: only " + std::to_string(possible) + " at a time, since at most " +
-                     std::to_string(most) + " files may be open; raise that limit (ulimit -n)\n");
         return possible;
     }
 
@@ -289,8 +278,10 @@ private:
                 std::rethrow_exception(item.failure);
             }
             const std::string certificates = item.others ? item.certificate + *item.others : std::string();
-            const Verdict verdict =
-                checkers_.forItem(item).check(item.others ? certificates : item.certificate, item.issuer);
+            const Checker checker = checkers_.forItem(item);
+            const Verdict verdict = item.identifier
+                                        ? checker.checkIdentifier(askedOf(*item.identifier), item.issuer)
+                                        : checker.check(item.others ? certificates : item.certificate, item.issuer);
             fill(result, verdict, options_);
             if (options_.batch.bundle > 1) {
                 bundles_.learn(item.group, verdict);

@@ -9,6 +9,8 @@
 #include <string>
 #include <vector>
 
+#include "cli/batch/identifier.h"
+
 namespace tallow::cli {
 
 struct BatchItem {
@@ -16,6 +18,7 @@ struct BatchItem {
     std::size_t number = 0;                          // of the certificate in its file, from 1
     std::string label;                               // names the result
     std::exception_ptr failure = {};                 // why it cannot be checked; what follows is empty then
+    std::optional<Identifier> identifier = {};       // in place of a certificate; with an issuer and a URL
     std::string certificate = {};                    // DER; PEM when others follow
     std::shared_ptr<const std::string> others = {};  // of its file, that are not checked: PEM; null: none
     std::string issuer = {};                         // DER or PEM; empty: it is searched

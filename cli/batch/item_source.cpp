@@ -76,7 +76,8 @@ std::string labelOf(const ListLine& line, const std::string& list) {
 }
 
 void requireKnown(const std::string& key, const std::string& label) {
-    static const std::vector<std::string> kKeys{"certificate", "issuer", "url", "name"};
+    static const std::vector<std::string> kKeys{"certificate", "issuer",         "url",           "name",
+                                                "hash",        "issuerNameHash", "issuerKeyHash", "serial"};
     if (std::find(kKeys.begin(), kKeys.end(), key) == kKeys.end()) {
         const std::string near = closestName(key, kKeys);
         throw InputError(label, "has the key \"" + key + "\"; " +
@@ -99,14 +100,15 @@ ListEntry entryOfObject(const ListLine& line, const std::string& label) {
         }
     }
     ListEntry entry{members["name"], members["certificate"], members["issuer"], members["url"]};
-    if (entry.certificate.empty()) {
+    entry.identifier = identifierIn(members, label);
+    if (entry.certificate.empty() && !entry.identifier) {
         throw InputError(label, "names no certificate; add \"certificate\", a path or a text in PEM");
     }
     if (const std::string mistake = mistakeInUrl("url", entry.url); !mistake.empty()) {
         throw InputError(label, mistake);
     }
     if (entry.name.empty()) {
-        entry.name = isPem(entry.certificate) ? label : entry.certificate;
+        entry.name = entry.certificate.empty() || isPem(entry.certificate) ? label : entry.certificate;
     }
     return entry;
 }
@@ -118,7 +120,7 @@ ListEntry entryOf(const ListLine& line, const std::string& list) {
         throw InputError(labelOf(line, list), line.fault, status::kInvalidData);
     }
     return line.text.front() == '{' ? entryOfObject(line, labelOf(line, list))
-                                    : ListEntry{line.text, line.text, "", ""};
+                                    : ListEntry{line.text, line.text, "", "", {}};
 }
 
 ItemSource::ItemSource(const CheckOptions& options, const RunInputs& inputs, std::function<void()> waiting)
@@ -172,7 +174,7 @@ void ItemSource::read(const ListLine& line) {
         const ListEntry entry = entryOf(line, reader_.path());
         label = entry.name;
         requireKept(entry);
-        readEntry(line, entry);
+        entry.identifier ? readIdentifier(line, entry) : readEntry(line, entry);
     } catch (const InputError&) {
         ready_.push({line.number, 1, text::withoutLogin(label), std::current_exception()});
     }
@@ -210,13 +212,34 @@ void ItemSource::readEntry(const ListLine& line, const ListEntry& entry) {
         item.issuer = issuerFor(entry, one.certificate);
         item.url = entry.url;
         item.crls = crls;
-        addResponders(item, one.certificate);
+        addResponders(item, one.certificate, options_.url);
         ready_.push(std::move(item));
     }
 }
 
-void ItemSource::addResponders(BatchItem& item, const ATL2::CCertContext& certificate) const {
-    const std::string& url = item.url.empty() ? options_.url : item.url;
+void ItemSource::readIdentifier(const ListLine& line, const ListEntry& entry) {
+    readIssuers(entry.issuer);
+    const auto issuer = std::find_if(issuers_.begin(), issuers_.end(),
+                                     [&entry](const auto& one) { return isIssuer(one, *entry.identifier); });
+    if (issuer == issuers_.end()) {
+        throw InputError(entry.name, "its issuer does not fit the hashes of the identifier; name the one they are of",
+                         status::kIssuerMismatch);
+    }
+    BatchItem item{line.number, 1, entry.name};
+    item.identifier = entry.identifier;
+    item.issuer = issuersFrom(encodingOf(*issuer));
+    item.url = entry.url;
+    addResponder(item);
+    ready_.push(std::move(item));
+}
+
+void addResponder(BatchItem& item) {
+    item.hosts = {hostOf(item.url)};
+    item.group = "identifiers " + item.url + ' ' + item.identifier->issuerKeyHash;
+}
+
+void addResponders(BatchItem& item, const ATL2::CCertContext& certificate, const std::string& urlOfOptions) {
+    const std::string& url = item.url.empty() ? urlOfOptions : item.url;
     item.hosts = url.empty() ? responderHostsOf(certificate) : std::vector{hostOf(url)};
     if (item.hosts.empty()) {
         item.hosts.emplace_back();
@@ -252,12 +275,15 @@ std::string ItemSource::issuerFor(const ListEntry& entry, const ATL2::CCertConte
     if (entry.issuer != issuerNamed_) {
         readIssuers(entry.issuer);
     }
-    // The others follow, for the chain.
-    const Input issuer = issuerAmong(issuers_, certificate);
+    return issuersFrom(issuerAmong(issuers_, certificate));
+}
+
+// One of the issuers that were read. The others follow, for the chain.
+std::string ItemSource::issuersFrom(const Input& first) const {
     std::string text;
-    for (const bool isIssuer : {true, false}) {
+    for (const bool isFirst : {true, false}) {
         for (const ATL2::CCertContext& one : issuers_) {
-            if ((encodingOf(one).bytes.data() == issuer.bytes.data()) == isIssuer) {
+            if ((encodingOf(one).bytes.data() == first.bytes.data()) == isFirst) {
                 appendPem(text, one);
             }
         }

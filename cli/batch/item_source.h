@@ -4,7 +4,11 @@
 //
 //   {"certificate": "a.pem", "issuer": "ca.pem", "url": "http://ocsp.example/", "name": "the first"}
 //
-// `certificate` and `issuer` are paths, or texts in PEM. A line that cannot be used is an item with a failure.
+// `certificate` and `issuer` are paths, or texts in PEM. In place of a certificate its identifier may be given:
+//
+//   {"hash": "sha1", "issuerNameHash": "...", "issuerKeyHash": "...", "serial": "1F", "issuer": "...", "url": "..."}
+//
+// A line that cannot be used is an item with a failure.
 #pragma once
 
 #include <functional>
@@ -24,10 +28,18 @@ namespace tallow::cli {
 struct ListEntry {
     std::string name;  // of the result
     std::string certificate, issuer, url;
+    std::optional<Identifier> identifier = {};  // in place of a certificate
 };
 
 /// Reads one line of the list of this path. Throws InputError.
 ListEntry entryOf(const ListLine& line, const std::string& list);
+
+/// Which servers a check of the item asks, and with which others it belongs together. `urlOfOptions` is asked where the
+/// item names none.
+void addResponders(BatchItem& item, const ATL2::CCertContext& certificate, const std::string& urlOfOptions);
+
+/// The same for an identifier, at its URL.
+void addResponder(BatchItem& item);
 
 class ItemSource {
 public:
@@ -45,8 +57,9 @@ private:
     void requireAllKept() const;
     void read(const ListLine& line);
     void readEntry(const ListLine& line, const ListEntry& entry);
-    void addResponders(BatchItem& item, const ATL2::CCertContext& certificate) const;
+    void readIdentifier(const ListLine& line, const ListEntry& entry);
     void readIssuers(const std::string& named);
+    std::string issuersFrom(const Input& first) const;
     std::string issuerFor(const ListEntry& entry, const ATL2::CCertContext& certificate);
 
     const CheckOptions& options_;

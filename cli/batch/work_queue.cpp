@@ -78,7 +78,7 @@ std::vector<BatchItem> WorkQueue::takeNext(std::size_t most) {
     auto* const entry = *turn;
     Group& group = entry->second;
     turns_.erase(turn);
-    const bool isAlone = !group.isKnown || group.waiting.front().crls;
+    const bool isAlone = !group.isKnown || group.waiting.front().crls || group.waiting.front().identifier;
     std::vector<BatchItem> items;
     do {
         sizeWaiting_ -= sizeOf(group.waiting.front());

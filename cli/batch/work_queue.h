@@ -33,7 +33,8 @@ public:
     void stop();
 
     /// The next item that may begin, and up to `most` with it of its group once one of that is done; waits for it.
-    /// Empty when there will be none. Those with CRLs of their own come alone.
+    /// Empty when there will be none. Those with CRLs of their own, and identifiers, come
+    /// alone.
     std::vector<BatchItem> take(std::size_t most = 1);
     /// What was taken at once is done; `item` is one of it.
     void done(const BatchItem& item);

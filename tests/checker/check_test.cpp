@@ -46,6 +46,34 @@ TEST_F(CheckerAnswers, AreThoseOfARealResponder) {
                 testing::MatchesRegex("The certificate CN=revoked is revoked since .*keyCompromise.*"));
 }
 
+TEST_F(CheckerAnswers, AreProvenForAnIdentifierThatFitsItsIssuer) {
+    const auto checked = [this](const ResponseSpec& spec, tallow::ReceivedRequest::Asked asked,
+                                const std::string& issuer, bool verifyChain = false) {
+        Options options{.responders = {url}, .verifyChain = verifyChain, .exchange = answering(spec)};
+        return Checker(own(), options).checkIdentifier(std::move(asked), issuer);
+    };
+    const Checker checker(own(), {.responders = {url}});
+    const auto ca = std::string(pki.ca.certificate.begin(), pki.ca.certificate.end());
+    const auto root = std::string(pki.root.certificate.begin(), pki.root.certificate.end());
+    const auto asked = checker.receive(checker.ask(pki.good.certificate, ca).request()).asked.at(0);
+    const Verdict verdict = checked(good(), asked, ca);
+    expectProven(verdict, Answer::kGood);
+    EXPECT_EQ(verdict.serial, pki.good.serial());
+    EXPECT_EQ(verdict.authority, Authority::kDelegate);
+    const ResponseSpec revoked = about(pki.good, EntryStatus::kRevoked);
+    EXPECT_EQ(checked(revoked, asked, ca, true).answer, Answer::kRevoked);
+    expectUnproven(checked(good(), asked, ca, true), Step::kChain, status::kInvalidArgument);
+    expectUnproven(checked(good(), asked, root), Step::kInput, status::kIssuerMismatch);
+    expectUnproven(checked(good(), asked, ""), Step::kInput, status::kAsn1Error);
+    tallow::ReceivedRequest::Asked other = asked;
+    other.issuerKeyHash.back() ^= 1U;
+    expectUnproven(checked(good(), other, ca), Step::kInput, status::kIssuerMismatch);
+    other = asked;
+    other.serial.back() ^= 1U;
+    expectUnproven(checked(good(), other, ca), Step::kEntry, status::kNotAnswered);
+    EXPECT_EQ(Checker(own()).checkIdentifier(asked, ca).status, status::kNoResponder);
+}
+
 TEST_F(CheckerAnswers, ThatAreRefusedNameTheStep) {
     const auto changed = [this](auto change) {
         ResponseSpec spec = good();

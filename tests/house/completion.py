@@ -10,8 +10,8 @@ import sys
 from pathlib import Path
 
 COMPLETIONS = Path(__file__).resolve().parents[2] / "completions"
-COMMANDS = ("", "check", "request", "send", "verify", "verify-request", "staple", "show", "store", "store list", "store add",
-            "store remove", "settings", "explain", "help")
+COMMANDS = ("", "check", "request", "send", "verify", "verify-request", "staple", "enqueue", "worker", "results",
+            "show", "store", "store list", "store add", "store remove", "settings", "explain", "help")
 # bash: the words that _tallow puts into COMPREPLY for the last argument.
 BASH = '. "$1"; shift; COMP_WORDS=("$@"); COMP_CWORD=$(($# - 1)); _tallow; printf "%s\n" "${COMPREPLY[@]}"'
 # zsh: the specifications that the script passes to the completion system, whose functions are replaced.

@@ -11,6 +11,7 @@ from pathlib import Path
 ROOT = Path(__file__).resolve().parents[2]
 
 SERVICES = {"platform/crypto/crypto_service.h", "platform/support/support_service.h"}
+PLATFORM_HEADERS = {"platform/crypto/crypto_service.h", "platform/crypto/redis_service.h"}
 STATUS = {"handles/status.h", "handles/exception.h", "handles/last_error.h"}
 # Directories divided into families, from the lowest up: each may include itself and those before it.
 FAMILIES = {
@@ -41,7 +42,7 @@ ALLOWED = {
     "checker/rules": BELOW_CLIENT | {"client/response", "client/policy", "checker/text"},
     "checker": BELOW_CLIENT | CLIENT | {"checker/text", "checker/rules"},
     "cli/server": {"checker", "handles"},
-    "cli": BELOW_CLIENT | CLIENT | {"checker", "cli/server", "platform/support/settings_table.inc"},
+    "cli": BELOW_CLIENT | CLIENT | PLATFORM_HEADERS | {"checker", "cli/server", "platform/support/settings_table.inc"},
     "python": {"checker/checker.h"},
     "examples": BELOW_CLIENT | CLIENT | {"checker"},
     "bench": {"schema", "asn1rt", "tests/support"},
@@ -52,7 +53,7 @@ ALLOWED = {
     "tests/scripted_service": {"tests/support"},
 }
 for parent, families in FAMILIES.items():
-    below = BELOW_ASN1 if parent == "asn1" else {"platform/support", "platform/crypto/crypto_service.h"}
+    below = BELOW_ASN1 if parent == "asn1" else {"platform/support", *PLATFORM_HEADERS}
     for position, family in enumerate(families):
         ALLOWED[f"{parent}/{family}"] = below | {f"{parent}/{lower}" for lower in families[:position]}
 # Tests see what they test, private headers included, and besides it what is installed.

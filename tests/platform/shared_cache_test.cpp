@@ -217,7 +217,7 @@ TEST_F(SharedCache, UsesNoServerThatItCannotVerifyOrThatRefusesIt) {
              Row{plain.url(), "", "NOAUTH"},
              Row{plain.url(), secret(0600, "wrong"), "refuses the login: WRONGPASS"},
              Row{plain.url(), secret(0600) + "cache_user = \"nobody\"\n", "WRONGPASS"},
-             Row{plain.url(), "cache_user = \"nobody\"\n", "without cache_password_file"},
+             Row{plain.url(), "cache_user = \"nobody\"\n", "without a password file"},
              Row{plain.url(), secret(0604), "chmod o-r"},
              Row{plain.url(), secret(0620), "chmod go-w"},
              Row{plain.url(), "cache_password_file = \"/missing\"\n", "/missing: No such file"},

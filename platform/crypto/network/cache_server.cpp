@@ -8,6 +8,7 @@
 #include <utility>
 
 #include "platform/crypto/base/service_call.h"
+#include "platform/crypto/certificates/system_store.h"
 #include "platform/crypto/network/check_scope.h"
 #include "platform/support/file_trust.h"
 #include "platform/support/fork_gate.h"
@@ -57,6 +58,10 @@ std::string readSecret(const std::string& path, std::string& fault) {
     return secret;
 }
 
+bool isReadable(const setting::Text& text) {
+    return textValueOf(text).source != TextValue::Source::kUnreadable;
+}
+
 bool isSet(const setting::Text& text) {
     const TextValue value = textValueOf(text);
     return value.source == TextValue::Source::kUnreadable || !value.text.empty();
@@ -66,21 +71,20 @@ bool isSet(const setting::Text& text) {
 
 CacheSettings CacheSettings::read() {
     CacheSettings settings;
-    settings.name = textOf(setting::cache);
-    const std::optional<RedisAddress> address = RedisAddress::read(settings.name, settings.fault);
-    if (!address) {
+    if (!isReadable(setting::cache_password_file) || !isReadable(setting::cache_ca_file)) {
         settings.name = "named in the settings";
-        settings.fault = "its address " + settings.fault;
+        settings.fault = "the settings cannot be read";
         return settings;
     }
-    settings.name = address->text();
-    settings.server.address = *address;
-    settings.server.user = textOf(setting::cache_user);
-    if (isSet(setting::cache_password_file)) {
-        settings.server.password = readSecret(textOf(setting::cache_password_file), settings.fault);
-    } else if (!settings.server.user.empty()) {
-        settings.fault = "cache_user is set without cache_password_file";
+    settings.server = readRedisServer({textOf(setting::cache), textOf(setting::cache_user),
+                                       textOf(setting::cache_password_file), textOf(setting::cache_ca_file)},
+                                      settings.fault);
+    if (settings.server.address.host.empty()) {
+        settings.name = "named in the settings";
+        settings.fault = "the address " + settings.fault;
+        return settings;
     }
+    settings.name = settings.server.address.text();
     if (settings.fault.empty() && isSet(setting::cache_key_file)) {
         const std::string path = textOf(setting::cache_key_file);
         settings.key = readSecret(path, settings.fault);
@@ -88,12 +92,26 @@ CacheSettings CacheSettings::read() {
             settings.fault = path + ": is shorter than 32 octets; write a random one (openssl rand -hex 32)";
         }
     }
-    if (settings.fault.empty() && address->useTls) {
-        const bool isNamed = isSet(setting::cache_ca_file);
-        settings.server.roots = readTrusted(textOf(isNamed ? setting::cache_ca_file : setting::system_bundle),
-                                            kLargestRoots, false, settings.fault);
-    }
     return settings;
+}
+
+RedisServer readRedisServer(const RedisLogin& login, std::string& fault) {
+    RedisServer server;
+    const std::optional<RedisAddress> address = RedisAddress::read(login.url, fault);
+    if (!address) {
+        return server;
+    }
+    server.address = *address;
+    server.user = login.user;
+    if (!login.passwordFile.empty()) {
+        server.password = readSecret(login.passwordFile, fault);
+    } else if (!login.user.empty()) {
+        fault = "a user is set without a password file";
+    }
+    if (fault.empty() && address->useTls) {
+        server.roots = readTrusted(login.caFile.empty() ? systemBundle() : login.caFile, kLargestRoots, false, fault);
+    }
+    return server;
 }
 
 CacheServer& CacheServer::ofProcess() {

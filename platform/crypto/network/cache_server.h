@@ -21,6 +21,13 @@
 
 namespace tallow::platform {
 
+// A server as it is configured.
+struct RedisLogin {
+    std::string url, user, passwordFile, caFile;  // empty: none; without a caFile the system's bundle
+};
+// Reads the files. On failure `fault` says why; the host is empty when the address cannot be used.
+RedisServer readRedisServer(const RedisLogin& login, std::string& fault);
+
 struct CacheSettings {
     RedisServer server;
     std::string name;   // for messages: the address, or what the setting says

@@ -43,7 +43,7 @@ std::optional<RedisAddress> RedisAddress::read(const std::string& text, std::str
     std::string_view rest(text);
     rest.remove_prefix(rest.find("//") + 2);
     if (rest.find('@') != std::string_view::npos) {
-        fault = "contains a login; name the user and a file with the password with cache_user and cache_password_file";
+        fault = "contains a login; name the user and a file with the password by their own options or keys";
         return std::nullopt;
     }
     bool isRead = takeHost(rest, address.host);

@@ -1,0 +1,300 @@
+#include "cli/fleet/job_queue.h"
+
+#include <algorithm>
+
+#include "cli/fleet/job.h"
+
+namespace tallow::cli {
+
+namespace {
+
+using std::chrono::milliseconds;
+
+constexpr const char* kJobs = "tallow:jobs";
+constexpr const char* kResults = "tallow:results";
+constexpr const char* kDead = "tallow:dead";
+constexpr const char* kTries = "tallow:tries";   // by entry: how many attempts failed
+constexpr const char* kDone = "tallow:done:";    // and the id of the job: it has its final result
+constexpr const char* kRate = "tallow:rate:";    // and the host
+constexpr const char* kAlive = "tallow:alive:";  // and the worker: it is there
+constexpr const char* kGroup = "workers";
+constexpr const char* kWaiting = "+waiting";  // the consumer of jobs that wait for their next attempt; no worker's name
+constexpr const char* kKeepDoneSeconds = "604800";
+constexpr const char* kMostDead = "10000";
+constexpr const char* kLongestIdleMs = "3600000";  // of a worker without jobs, which is forgotten then
+constexpr const char* kAtOnceMs = "86400000";      // a job that was idle for so long is free for every worker
+constexpr std::size_t kMostTaken = 16;             // jobs in a reply, which has a limit
+constexpr std::size_t kMostLookedAt = 200;
+
+// A server that is out of memory refuses commands that may need more, except in a script that has written before. The
+// scripts that free memory in the end, or must not stop the workers, therefore begin with a write that needs none.
+// Errors are passed on with pcall, so that their code stays in front in all versions of the server.
+
+constexpr const char* kGroupScript = R"(
+redis.call('HDEL', KEYS[2], '-')
+return redis.pcall('XGROUP', 'CREATE', KEYS[1], ARGV[1], '0', 'MKSTREAM'))";
+
+constexpr const char* kAddScript = R"(
+if redis.call('XLEN', KEYS[1]) >= tonumber(ARGV[1]) then return -1 end
+local added = 0
+for i = 2, #KEYS do
+  if redis.call('EXISTS', KEYS[i]) == 0 then
+    redis.call('XADD', KEYS[1], '*', 'id', ARGV[2 * i - 2], 'job', ARGV[2 * i - 1])
+    added = added + 1
+  end
+end
+return added)";
+
+// Takes over jobs that were not held for some time. That of a worker which is no longer there has failed once more; one
+// whose worker is there was handed back, or its delivery was lost on the way. Forgets workers that ended.
+constexpr const char* kTakeLeftScript = R"(
+local group, worker, idle, most, look = ARGV[1], ARGV[2], tonumber(ARGV[3]), tonumber(ARGV[5]), tonumber(ARGV[6])
+local pending = redis.pcall('XPENDING', KEYS[1], group, ARGV[4], '+', look)
+if pending.err then return pending end
+local function isAlive(name)
+  return name == ARGV[7] or redis.call('EXISTS', ARGV[10] .. name) == 1
+end
+for _, row in ipairs(redis.call('XINFO', 'CONSUMERS', KEYS[1], group)) do
+  local consumer = {}
+  for i = 1, #row, 2 do consumer[row[i]] = row[i + 1] end
+  if consumer.pending == 0 and consumer.idle >= tonumber(ARGV[8]) and not isAlive(consumer.name) then
+    redis.call('XGROUP', 'DELCONSUMER', KEYS[1], group, consumer.name)
+  end
+end
+local jobs, next = {}, ''
+for _, row in ipairs(pending) do
+  if #jobs == most then break end
+  next = '(' .. row[1]
+  if row[3] >= idle then
+    local claimed = redis.call('XCLAIM', KEYS[1], group, worker, idle, row[1])[1]
+    if claimed then
+      local tries = tonumber(redis.call('HGET', KEYS[2], row[1]) or 0) or 0
+      if not isAlive(row[2]) then
+        tries = tries + 1
+        redis.call('HSET', KEYS[2], row[1], tries)
+      end
+      local fields = {id = '', job = ''}
+      for i = 1, #claimed[2], 2 do fields[claimed[2][i]] = string.sub(claimed[2][i + 1], 1, tonumber(ARGV[9])) end
+      table.insert(jobs, {row[1], fields.id, fields.job, tries})
+    else
+      redis.call('XACK', KEYS[1], group, row[1])
+    end
+  end
+end
+if #pending < look and #jobs < most then next = '' end
+return {next, jobs})";
+
+// Only what the worker still has: another one may have taken it over.
+constexpr const char* kHoldScript = R"(
+if redis.call('PEXPIRE', KEYS[2], ARGV[3]) == 0 then redis.call('SET', KEYS[2], '1', 'PX', ARGV[3]) end
+for i = 4, #ARGV do
+  local row = redis.pcall('XPENDING', KEYS[1], ARGV[1], ARGV[i], ARGV[i], 1)
+  if row.err then return row end
+  if row[1] and row[1][2] == ARGV[2] then
+    redis.call('XCLAIM', KEYS[1], ARGV[1], ARGV[2], 0, ARGV[i], 'JUSTID')
+  end
+end
+return 1)";
+
+constexpr const char* kHandBackScript = R"(
+for i = 5, #ARGV, 2 do
+  local row = redis.pcall('XPENDING', KEYS[1], ARGV[1], ARGV[i], ARGV[i], 1)
+  if row.err then return row end
+  if row[1] and row[1][2] == ARGV[2] then
+    redis.call('XCLAIM', KEYS[1], ARGV[1], ARGV[3], 0, ARGV[i], 'IDLE', ARGV[4], 'JUSTID')
+    if tonumber(ARGV[i + 1]) > 0 then redis.call('HSET', KEYS[2], ARGV[i], ARGV[i + 1]) end
+  end
+end
+return 1)";
+
+// A result is written once; the job is removed in any case. That all attempts failed is only for the worker to say that
+// has the job: another one may still succeed.
+constexpr const char* kFinishScript = R"(
+if ARGV[7] ~= '' then
+  local row = redis.pcall('XPENDING', KEYS[1], ARGV[1], ARGV[2], ARGV[2], 1)
+  if row.err then return row end
+  if not row[1] or row[1][2] ~= ARGV[9] then return 0 end
+end
+redis.call('HDEL', KEYS[5], ARGV[2])
+if redis.call('SET', KEYS[4], '1', 'NX', 'EX', ARGV[6]) then
+  redis.call('XADD', KEYS[2], 'MAXLEN', '~', ARGV[5], '*', 'id', ARGV[3], 'result', ARGV[4])
+  if ARGV[7] ~= '' then
+    redis.call('XADD', KEYS[3], 'MAXLEN', '~', ARGV[8], '*', 'id', ARGV[3], 'job', ARGV[7], 'result', ARGV[4])
+  end
+end
+redis.call('XACK', KEYS[1], ARGV[1], ARGV[2])
+redis.call('XDEL', KEYS[1], ARGV[2])
+return 1)";
+
+// Tokens of a bucket that fills by the rate, up to those of a second. The server's clock counts for all workers.
+constexpr const char* kTurnScript = R"(
+local time = redis.call('TIME')
+local now = time[1] * 1000 + math.floor(time[2] / 1000)
+local rate = tonumber(ARGV[1])
+local bucket = redis.call('HMGET', KEYS[1], 'at', 'left')
+local passed = math.max(0, now - (tonumber(bucket[1]) or now))
+local left = math.min(rate, (tonumber(bucket[2]) or rate) + passed * rate / 1000)
+local wait = 0
+if left >= 1 then left = left - 1 else wait = math.ceil((1 - left) * 1000 / rate) end
+redis.call('PEXPIRE', KEYS[1], 60000)
+redis.call('HSET', KEYS[1], 'at', now, 'left', tostring(left))
+redis.call('PEXPIRE', KEYS[1], 60000)
+return wait)";
+
+constexpr const char* kLeaveScript = R"(
+local pending = redis.pcall('XPENDING', KEYS[1], ARGV[1], '-', '+', 1, ARGV[2])
+if pending.err then return pending end
+redis.call('DEL', KEYS[2])
+if #pending == 0 then redis.call('XGROUP', 'DELCONSUMER', KEYS[1], ARGV[1], ARGV[2]) end
+return 1)";
+
+std::string fieldOf(const QueueReply& fields, const char* name) {
+    for (std::size_t i = 0; i + 1 < fields.parts.size(); i += 2) {
+        if (fields.at(i).text == name) {
+            return fields.at(i + 1).text;
+        }
+    }
+    return {};
+}
+
+}  // namespace
+
+// After a loss of its data the server has no group; all jobs of the stream are then new.
+void JobQueue::makeGroup() {
+    static_cast<void>(server_.ask({"EVAL", kGroupScript, "2", kJobs, kTries, kGroup}, givesUp_));
+}
+
+std::optional<QueueReply> JobQueue::ask(const QueueServer::Words& words, unsigned waitMs) {
+    std::optional<QueueReply> reply = server_.ask(words, givesUp_, waitMs);
+    if (reply && reply->kind == CRYPTO_REDIS_ERROR) {
+        makeGroup();
+        reply = server_.ask(words, givesUp_, waitMs);
+    }
+    return reply && reply->kind != CRYPTO_REDIS_ERROR ? reply : std::nullopt;
+}
+
+JobQueue::Added JobQueue::add(const std::vector<std::pair<std::string, std::string>>& jobs) {
+    QueueServer::Words words{"EVAL", kAddScript, std::to_string(jobs.size() + 1), kJobs};
+    for (const auto& [id, job] : jobs) {
+        words.push_back(kDone + id);
+    }
+    words.push_back(std::to_string(kMostJobs));
+    for (const auto& [id, job] : jobs) {
+        words.push_back(id);
+        words.push_back(job);
+    }
+    const std::optional<QueueReply> reply = ask(words);
+    if (!reply || reply->number < 0) {
+        return {reply ? Added::Kind::kFull : Added::Kind::kLost, 0};
+    }
+    return {Added::Kind::kAdded, std::min<std::size_t>(static_cast<std::size_t>(reply->number), jobs.size())};
+}
+
+// What the server sent is not trusted.
+std::optional<TakenJob> JobQueue::jobFrom(std::string entry, std::string id, std::string job) {
+    if (entry.empty()) {
+        return std::nullopt;
+    }
+    TakenJob taken{std::move(entry), std::move(id), std::move(job)};
+    if (!isJobId(taken.id)) {
+        taken.id = isJobId(taken.entry) ? taken.entry : "unknown";
+    }
+    return taken;
+}
+
+std::vector<TakenJob> JobQueue::take(const std::string& worker, std::size_t most, milliseconds wait) {
+    const auto waitMs = static_cast<unsigned>(wait.count());
+    const std::optional<QueueReply> reply =
+        ask({"XREADGROUP", "GROUP", kGroup, worker, "COUNT", std::to_string(std::min(most, kMostTaken)), "BLOCK",
+             std::to_string(waitMs), "STREAMS", kJobs, ">"},
+            waitMs);
+    std::vector<TakenJob> jobs;
+    for (std::size_t i = 0; reply && i < reply->at(0).at(1).parts.size(); ++i) {
+        const QueueReply& entry = reply->at(0).at(1).at(i);
+        if (std::optional<TakenJob> job =
+                jobFrom(entry.at(0).text, fieldOf(entry.at(1), "id"), fieldOf(entry.at(1), "job"))) {
+            jobs.push_back(std::move(*job));
+        }
+    }
+    return jobs;
+}
+
+std::vector<TakenJob> JobQueue::takeLeft(const std::string& worker, std::size_t most, milliseconds idle, bool& isAll) {
+    const std::optional<QueueReply> reply =
+        ask({"EVAL", kTakeLeftScript, "2", kJobs, kTries, kGroup, worker, std::to_string(idle.count()), nextLeft_,
+             std::to_string(std::min(most, kMostTaken)), std::to_string(kMostLookedAt), kWaiting, kLongestIdleMs,
+             std::to_string(kLongestJob + 1), kAlive});
+    nextLeft_ = reply && !reply->at(0).text.empty() ? reply->at(0).text : kStart;
+    isAll = nextLeft_ == kStart;
+    std::vector<TakenJob> jobs;
+    for (std::size_t i = 0; reply && i < reply->at(1).parts.size(); ++i) {
+        const QueueReply& row = reply->at(1).at(i);
+        if (std::optional<TakenJob> job = jobFrom(row.at(0).text, row.at(1).text, row.at(2).text)) {
+            job->numFailed = static_cast<unsigned>(std::clamp(row.at(3).number, 0LL, 1000LL));
+            jobs.push_back(std::move(*job));
+        }
+    }
+    return jobs;
+}
+
+void JobQueue::hold(const std::string& worker, const std::vector<std::string>& entries, milliseconds idle) {
+    QueueServer::Words words{"EVAL",          kHoldScript, "2",    kJobs,
+                             kAlive + worker, kGroup,      worker, std::to_string(idle.count())};
+    words.insert(words.end(), entries.begin(), entries.end());
+    static_cast<void>(server_.ask(words, [](milliseconds /*lost*/) { return true; }));
+}
+
+bool JobQueue::handBack(const std::string& worker, const std::vector<TakenJob>& jobs, bool isFailed) {
+    QueueServer::Words words{"EVAL",   kHandBackScript,           "2", kJobs, kTries, kGroup, worker,
+                             kWaiting, isFailed ? "0" : kAtOnceMs};
+    for (const TakenJob& job : jobs) {
+        words.push_back(job.entry);
+        words.push_back(std::to_string(job.numFailed + (isFailed ? 1 : 0)));
+    }
+    return jobs.empty() || ask(words).has_value();
+}
+
+bool JobQueue::finish(const std::string& worker, const TakenJob& job, const std::string& result, bool isDead,
+                      unsigned keep) {
+    const std::string letter = isDead ? job.job.substr(0, kLongestJob) + ' ' : std::string();
+    return ask({"EVAL", kFinishScript, "5", kJobs, kResults, kDead, kDone + job.id, kTries, kGroup, job.entry, job.id,
+                result, std::to_string(keep), kKeepDoneSeconds, letter, kMostDead, worker})
+        .has_value();
+}
+
+bool JobQueue::isEmpty() {
+    const std::optional<QueueReply> reply = ask({"XLEN", kJobs});
+    return reply && reply->number == 0;
+}
+
+void JobQueue::leave(const std::string& worker) {
+    static_cast<void>(ask({"EVAL", kLeaveScript, "2", kJobs, kAlive + worker, kGroup, worker}));
+}
+
+milliseconds JobQueue::claimTurn(const std::string& host, unsigned perSecond) {
+    constexpr std::size_t kLongestHost = 270;
+    const std::optional<QueueReply> reply =
+        ask({"EVAL", kTurnScript, "1", kRate + host.substr(0, kLongestHost), std::to_string(perSecond)});
+    return milliseconds(reply ? std::clamp(reply->number, 0LL, 1000LL) : 0);
+}
+
+bool JobQueue::results(bool dead, const std::string& after, std::size_t most,
+                       std::vector<std::pair<std::string, std::string>>& found) {
+    found.clear();
+    const std::optional<QueueReply> reply = ask(
+        {"XRANGE", dead ? kDead : kResults, after == "-" ? after : '(' + after, "+", "COUNT", std::to_string(most)});
+    if (reply) {
+        for (const QueueReply& entry : reply->parts) {
+            found.emplace_back(entry.at(0).text, fieldOf(entry.at(1), "result"));
+        }
+    }
+    return reply.has_value();
+}
+
+bool JobQueue::remove(const std::vector<std::string>& entries) {
+    QueueServer::Words words{"XDEL", kResults};
+    words.insert(words.end(), entries.begin(), entries.end());
+    return ask(words).has_value();
+}
+
+}  // namespace tallow::cli

@@ -1,0 +1,88 @@
+// The queue of a fleet on its server: jobs, their final results, and jobs that failed too often.
+//
+// Jobs are a stream with one consumer group. A job stays in it, pending, until its final result is written; one that a
+// worker took and no longer holds is given to another. The result of a job is written only once, by its id, so that it
+// does no harm if two workers check it. Everything that several commands would do is a script, which the server runs as
+// a whole.
+#pragma once
+
+#include <chrono>
+#include <cstddef>
+#include <optional>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "cli/fleet/queue_server.h"
+
+namespace tallow::cli {
+
+/// A job as a worker got it.
+struct TakenJob {
+    std::string entry;       // in the stream
+    std::string id;          // of the job; that of the entry when it has none
+    std::string job;         // as in job.h, or anything
+    unsigned numFailed = 0;  // attempts before this one: failed checks, and workers that ended
+};
+
+class JobQueue {
+public:
+    /// The most jobs that wait; more are added when some are done.
+    static constexpr std::size_t kMostJobs = 100000;
+    static constexpr unsigned kMostAttempts = 3;
+    static constexpr const char* kStart = "-";
+
+    JobQueue(const QueueOptions& options, QueueServer::Patience givesUp)
+        : server_(options), givesUp_(std::move(givesUp)) {}
+
+    /// What became of jobs that were to be added.
+    struct Added {
+        enum class Kind { kAdded, kFull, kLost };
+        Kind kind = Kind::kLost;
+        std::size_t count = 0;  // without those that have their result already
+    };
+    /// Adds jobs, pairs of id and text, in one step: all of them, or none while there is no room or no server.
+    [[nodiscard]] Added add(const std::vector<std::pair<std::string, std::string>>& jobs);
+
+    /// Up to `most` new jobs for this worker; waits a moment for them.
+    std::vector<TakenJob> take(const std::string& worker, std::size_t most, std::chrono::milliseconds wait);
+    /// The same for jobs that another worker, or this one, left for `idle`. Looks at a part of the jobs that were
+    /// begun, and at the next one when it is called again; `isAll` after the last part. On one thread at a time.
+    std::vector<TakenJob> takeLeft(const std::string& worker, std::size_t most, std::chrono::milliseconds idle,
+                                   bool& isAll);
+    /// Tells the server that this worker is there, for the next `idle`, and still has these entries. Tries once, on any
+    /// thread.
+    void hold(const std::string& worker, const std::vector<std::string>& entries, std::chrono::milliseconds idle);
+    /// Gives jobs back: after a failed check for the next attempt, else at once. False when it gave up.
+    [[nodiscard]] bool handBack(const std::string& worker, const std::vector<TakenJob>& jobs, bool isFailed);
+    /// Writes the final result, unless the job has one, and removes the job; `isDead` also notes it in the stream of
+    /// dead letters, and does nothing if another worker has the job now. False when it gave up: the job stays.
+    [[nodiscard]] bool finish(const std::string& worker, const TakenJob& job, const std::string& result, bool isDead,
+                              unsigned keep);
+    /// Since when the server has answered without interruption.
+    std::chrono::steady_clock::time_point answeringSince() { return server_.answeringSince(); }
+    /// Whether no job waits or is being checked.
+    bool isEmpty();
+    /// Takes the worker off the list, if it has no job.
+    void leave(const std::string& worker);
+
+    /// How long to wait before one more check may ask this host; 0: it may now, and counts.
+    std::chrono::milliseconds claimTurn(const std::string& host, unsigned perSecond);
+
+    /// Up to `most` results after the entry `after` ("-": from the start): entry and text. False when it gave up.
+    [[nodiscard]] bool results(bool dead, const std::string& after, std::size_t most,
+                               std::vector<std::pair<std::string, std::string>>& found);
+    /// Removes results. False when it gave up.
+    [[nodiscard]] bool remove(const std::vector<std::string>& entries);
+
+private:
+    std::optional<QueueReply> ask(const QueueServer::Words& words, unsigned waitMs = 0);
+    void makeGroup();
+    static std::optional<TakenJob> jobFrom(std::string entry, std::string id, std::string job);
+
+    QueueServer server_;
+    const QueueServer::Patience givesUp_;
+    std::string nextLeft_ = kStart;  // where takeLeft goes on
+};
+
+}  // namespace tallow::cli

@@ -1,0 +1,68 @@
+// The server that holds the queue of a fleet: commands to it, repeated until it carries them out.
+//
+// A lost server is reported in one line, once until it is back. A command that was repeated may have been carried out
+// twice; all commands of the fleet allow for that.
+#pragma once
+
+#include <chrono>
+#include <functional>
+#include <memory>
+#include <mutex>
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "cli/options.h"
+#include "platform/crypto/redis_service.h"
+
+namespace tallow::cli {
+
+/// What the server sent is not trusted: any member may be missing or of another kind.
+struct QueueReply {
+    DWORD kind = CRYPTO_REDIS_NOTHING;
+    std::string text;
+    long long number = 0;
+    std::vector<QueueReply> parts;
+
+    /// Part `index`, or an empty reply.
+    const QueueReply& at(std::size_t index) const;
+};
+
+class QueueServer {
+public:
+    using Words = std::vector<std::string>;
+    /// Whether to give up a command that was not carried out for this long.
+    using Patience = std::function<bool(std::chrono::milliseconds lost)>;
+
+    /// Throws InputError for an address or a file that cannot be used.
+    explicit QueueServer(const QueueOptions& options);
+
+    /// The reply. While there is none, or an error, tries again with pauses that grow to 30 s, until `givesUp`: nothing
+    /// then. `waitMs` is how long the server itself may take. On any thread.
+    std::optional<QueueReply> ask(const Words& words, const Patience& givesUp, unsigned waitMs = 0);
+
+    /// Since when it has answered without interruption; at first, since the object was made. On any thread.
+    std::chrono::steady_clock::time_point answeringSince();
+
+private:
+    struct Close {
+        void operator()(CRYPTO_REDIS* redis) const noexcept { crypto_redis_close(redis); }
+    };
+    using Handle = std::unique_ptr<CRYPTO_REDIS, Close>;
+
+    Handle take();
+    std::optional<QueueReply> askOnce(const Words& words, unsigned waitMs, std::string& fault);
+    void noteLost(const std::string& fault);
+    void noteBack();
+
+    const QueueOptions options_;
+    std::mutex mutex_;
+    std::vector<Handle> idle_;
+    bool isLost_ = false;
+    std::chrono::steady_clock::time_point answeringSince_ = std::chrono::steady_clock::now();
+};
+
+/// For commands that give up after this time.
+QueueServer::Patience patienceOf(std::chrono::seconds time);
+
+}  // namespace tallow::cli
