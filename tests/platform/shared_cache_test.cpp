@@ -3,6 +3,7 @@
 #include <netinet/in.h>
 #include <signal.h>
 #include <sys/socket.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -22,6 +23,7 @@
 #include "platform/crypto/network/cache_entry.h"
 #include "platform/crypto/network/cache_server.h"
 #include "platform/crypto/network/redis_cache.h"
+#include "platform/support/fork_gate.h"
 #include "tests/platform/trust_fixture.h"
 #include "tests/support/http_server.h"
 #include "tests/support/redis_server.h"
@@ -43,8 +45,11 @@ service::ByteView viewOf(const std::string& text) {
 // A server that sends `reply` again and again to each connection, or keeps silent.
 class RawServer {
 public:
-    explicit RawServer(std::string reply, bool isEndless = false)
-        : reply_(std::move(reply)), isEndless_(isEndless), listener_(::socket(AF_INET, SOCK_STREAM, 0)) {
+    explicit RawServer(std::string reply, bool isEndless = false, bool closes = false)
+        : reply_(std::move(reply)),
+          isEndless_(isEndless),
+          closes_(closes),
+          listener_(::socket(AF_INET, SOCK_STREAM, 0)) {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -76,7 +81,7 @@ private:
             while (goesOn && !reply_.empty() && ::send(open, reply_.data(), reply_.size(), MSG_NOSIGNAL) > 0 &&
                    isEndless_) {
             }
-            while (goesOn) {  // until the client gives up
+            while (goesOn && !closes_) {  // until the client gives up
                 goesOn = ::recv(open, asked.data(), asked.size(), 0) > 0;
             }
             ::close(open);
@@ -85,6 +90,7 @@ private:
 
     const std::string reply_;
     const bool isEndless_;
+    const bool closes_;
     const int listener_;
     int port_ = 0;
     std::atomic<int> numConnections_{0};
@@ -297,6 +303,42 @@ TEST_F(SharedCache, GoesOnWithoutAServerThatStopsAndComesBack) {
     EXPECT_TRUE(isBack);
     redis.signal(SIGKILL);
     EXPECT_FALSE(works(server));
+}
+
+// A child must find no lock held: handshakes begin and fail while the process forks.
+TEST_F(SharedCache, IsUsableInAChildWhileOtherThreadsUseIt) {
+    const RawServer raw(std::string("\x15\x03\x03\0\x02\x02\x28", 7), false, true);  // a TLS alert
+    std::string fault;
+    const service::RedisServer server{*service::RedisAddress::read("rediss" + raw.url().substr(5), fault), "", "",
+                                      Pki::shared().root.certificatePem()};
+    const auto isRefused = [&server] {
+        const service::ForkGate gate;  // as in every call of the service
+        std::string why;
+        service::connectRedis(server, Clock::now() + std::chrono::seconds(20), why);
+        return why.starts_with("TLS: ");
+    };
+    ASSERT_TRUE(isRefused());
+    std::atomic<bool> isOver{false};
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            while (!isOver) {
+                isRefused();
+            }
+        });
+    }
+    bool isUsable = true;
+    for (int i = 0; i < 400 && isUsable; ++i) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::alarm(30);  // ends a child that waits for a lock
+            ::_exit(isRefused() ? 0 : 1);
+        }
+        int status = 0;
+        isUsable = ::waitpid(child, &status, 0) == child && status == 0;
+    }
+    isOver = true;
+    EXPECT_TRUE(isUsable);
 }
 
 // Every verdict is the one without a cache, whatever the entries are.

@@ -189,17 +189,13 @@ std::optional<RedisValue> CacheServer::ask(const std::shared_ptr<const CacheSett
     std::unique_ptr<RedisConnection> connection = take(settings);
     std::optional<RedisValue> reply;
     std::string fault;
-    const auto askOver = [&] {
-        const ForkGate::Outside outside;
-        reply = connection->ask(command, deadline, largestReply);
-    };
     if (connection && connection->isQuiet()) {
-        askOver();
+        reply = connection->ask(command, deadline, largestReply);
     }
     if (!reply) {  // a server may close an idle connection at any time
         connection = connectRedis(settings->server, deadline, fault);
         if (connection) {
-            askOver();
+            reply = connection->ask(command, deadline, largestReply);
         }
     }
     if (!reply) {
