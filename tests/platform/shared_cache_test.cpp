@@ -35,6 +35,7 @@ namespace service = tallow::platform;
 using Clock = std::chrono::steady_clock;
 
 constexpr long kAnyAge = std::numeric_limits<long>::max();
+constexpr std::size_t kLargest = service::kLargestCacheEntry;
 const std::string kUrl = "http://ca.example/ca.crl";
 const std::string kKey(64, 'k');
 
@@ -149,18 +150,18 @@ TEST_F(SharedCache, KeepsAnAnswerForItsTime) {
         EXPECT_TRUE(cache.forget(kUrl));
         EXPECT_FALSE(cache.find(kUrl, kAnyAge, nullptr));
         cache.keep(kUrl, viewOf(large), 100);
-        const auto found = cache.findChanged(kUrl, 60, nullptr, {});
+        const auto found = cache.findChanged(kUrl, 60, nullptr, {}, kLargest);
         ASSERT_TRUE(found && found->answer && std::ranges::equal(*found->answer, viewOf(large)));
-        const auto again = cache.findChanged(kUrl, 60, nullptr, {viewOf(large), found->stamp});
+        const auto again = cache.findChanged(kUrl, 60, nullptr, {viewOf(large), found->stamp}, kLargest);
         EXPECT_TRUE(again && !again->answer && again->stamp == found->stamp);
-        EXPECT_FALSE(cache.findChanged(kUrl, 60, nullptr, {viewOf(large), {}})->answer) << "the known one";
+        EXPECT_FALSE(cache.findChanged(kUrl, 60, nullptr, {viewOf(large), {}}, kLargest)->answer) << "the known one";
         FILETIME later = fileTime(2);
         EXPECT_FALSE(cache.find(kUrl, kAnyAge, &later)) << "older than resync time";
         EXPECT_FALSE(cache.find(kUrl + "2", kAnyAge, nullptr));
         const long long left = tell(server, {"TTL", nameOf(kUrl)}).integer;
         EXPECT_TRUE(left > 90 && left <= 100) << left;
         cache.keep(kUrl, viewOf("new"), 60);
-        EXPECT_EQ(cache.findChanged(kUrl, 60, nullptr, {viewOf(large), found->stamp})->answer->size(), 3U);
+        EXPECT_EQ(cache.findChanged(kUrl, 60, nullptr, {viewOf(large), found->stamp}, kLargest)->answer->size(), 3U);
         EXPECT_TRUE(cache.forget(kUrl));
         cache.keep(kUrl, viewOf("old"), 0);
         EXPECT_FALSE(cache.find(kUrl, kAnyAge, nullptr)) << "nothing was kept";
@@ -189,7 +190,7 @@ TEST_F(SharedCache, CountsOnlyEntriesWithTheSealOfItsKey) {
         tell(server, {"SET", nameOf(kUrl), entry});
         EXPECT_FALSE(cache.find(kUrl, kAnyAge, nullptr));
         const service::AnswerStamp known{{}, service::SharedEntries(kKey).open(kUrl, viewOf(right))->digest};
-        const auto found = cache.findChanged(kUrl, kAnyAge, nullptr, {viewOf("answer"), known});
+        const auto found = cache.findChanged(kUrl, kAnyAge, nullptr, {viewOf("answer"), known}, kLargest);
         EXPECT_TRUE(!found || (entry.size() >= right.size() - 6 && !found->answer)) << "its front is unchanged";
     }
     tell(server, {"SET", nameOf(kUrl), right});
