@@ -34,14 +34,11 @@ std::string readTrusted(const std::string& path, std::size_t largest, bool isSec
     }
     int systemError = 0;
     std::optional<WholeFile> file = readWholeFile(path, largest, systemError);
-    const char* problem = nullptr;
-    if (!file) {
-        problem = std::strerror(systemError);
-    } else if (problem = whyUntrusted(file->status);
-               problem == nullptr && isSecret && (file->status.st_mode & S_IROTH) != 0) {
+    std::string problem = file ? whyUntrustedFile(path, file->status) : std::strerror(systemError);
+    if (problem.empty() && isSecret && (file->status.st_mode & S_IROTH) != 0) {
         problem = "can be read by every user (chmod o-r)";
     }
-    if (problem != nullptr) {
+    if (!problem.empty()) {
         fault = path + ": " + problem;
         return {};
     }
@@ -112,8 +109,14 @@ CacheSettings CacheSettings::read() {
         return settings;
     }
     settings.name = settings.server.address.text();
+    // The current directory is not the administrator's choice.
+    const std::string path = textOf(setting::cache_key_file);
+    for (const std::string& file : {path, textOf(setting::cache_password_file), textOf(setting::cache_ca_file)}) {
+        if (!file.empty() && file.front() != '/') {
+            settings.fault = file + ": is no absolute path";
+        }
+    }
     if (settings.fault.empty() && isSet(setting::cache_key_file)) {
-        const std::string path = textOf(setting::cache_key_file);
         settings.key = readSecret(path, settings.fault);
         if (settings.fault.empty() && settings.key.size() < kShortestKey) {
             settings.fault = path + ": is shorter than 32 octets; write a random one (openssl rand -hex 32)";
