@@ -1,6 +1,7 @@
 // The cache that machines share: a real redis-server, and servers that misbehave.
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <openssl/ssl.h>
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
@@ -45,16 +46,12 @@ service::ByteView viewOf(const std::string& text) {
     return {reinterpret_cast<const BYTE*>(text.data()), text.size()};
 }
 
-// A server that sends `reply` for each command, or again and again, or keeps silent.
+// A server that serves one connection after the other.
 class RawServer {
 public:
-    explicit RawServer(std::string reply, bool isEndless = false, bool closes = false,
-                       std::chrono::milliseconds delay = {})
-        : reply_(std::move(reply)),
-          isEndless_(isEndless),
-          closes_(closes),
-          delay_(delay),
-          listener_(::socket(AF_INET, SOCK_STREAM, 0)) {
+    using Serve = std::function<void(int open)>;
+
+    explicit RawServer(Serve serve) : serve_(std::move(serve)), listener_(::socket(AF_INET, SOCK_STREAM, 0)) {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -63,8 +60,23 @@ public:
         ::listen(listener_, 8);
         ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
         port_ = ntohs(address.sin_port);
-        thread_ = std::jthread([this] { serve(); });
+        thread_ = std::jthread([this] { run(); });
     }
+    // Sends `reply` for each command, or again and again, or keeps silent.
+    explicit RawServer(const std::string& reply, bool isEndless = false, bool closes = false,
+                       std::chrono::milliseconds delay = {})
+        : RawServer([=, this](int open) {
+              std::array<char, 4096> asked{};
+              while (::recv(open, asked.data(), asked.size(), 0) > 0) {  // until the client gives up
+                  ++numAsked_;
+                  std::this_thread::sleep_for(delay);
+                  while (!reply.empty() && ::send(open, reply.data(), reply.size(), MSG_NOSIGNAL) > 0 && isEndless) {
+                  }
+                  if (closes) {
+                      break;
+                  }
+              }
+          }) {}
     ~RawServer() {
         ::shutdown(listener_, SHUT_RDWR);
         ::shutdown(open_, SHUT_RDWR);
@@ -79,30 +91,18 @@ public:
     int numAsked() const { return numAsked_; }
 
 private:
-    void serve() {
+    void run() {
         for (int open = ::accept(listener_, nullptr, nullptr); open >= 0;
              open = ::accept(listener_, nullptr, nullptr)) {
             open_ = open;
             ++numConnections_;
-            std::array<char, 4096> asked{};
-            while (::recv(open, asked.data(), asked.size(), 0) > 0) {  // until the client gives up
-                ++numAsked_;
-                std::this_thread::sleep_for(delay_);
-                while (!reply_.empty() && ::send(open, reply_.data(), reply_.size(), MSG_NOSIGNAL) > 0 && isEndless_) {
-                }
-                if (closes_) {
-                    break;
-                }
-            }
+            serve_(open);
             open_ = -1;
             ::close(open);
         }
     }
 
-    const std::string reply_;
-    const bool isEndless_;
-    const bool closes_;
-    const std::chrono::milliseconds delay_;
+    const Serve serve_;
     const int listener_;
     int port_ = 0;
     std::atomic<int> open_{-1};
@@ -272,6 +272,37 @@ TEST_F(SharedCache, UsesNoServerThatItCannotVerifyOrThatRefusesIt) {
         EXPECT_EQ(faultOf(server).find("secret"), std::string::npos);
         EXPECT_EQ(faultOf(server).find("pass@"), std::string::npos);
     }
+}
+
+// Over TLS poll does not see a second reply that arrived together with the first.
+TEST_F(SharedCache, TakesNoSurplusReplyForTheAnswerToTheNextCommand) {
+    const Pki& pki = Pki::shared();
+    const Identity identity = issue(pki.root, {.extensions = {{"2.5.29.17", {0x30, 6, 0x87, 4, 127, 0, 0, 1}}}});
+    const std::string pem = file("tls.pem", identity.certificatePem() + identity.key.pem());
+    const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
+    ASSERT_EQ(SSL_CTX_use_certificate_file(context.get(), pem.c_str(), SSL_FILETYPE_PEM), 1);
+    ASSERT_EQ(SSL_CTX_use_PrivateKey_file(context.get(), pem.c_str(), SSL_FILETYPE_PEM), 1);
+    const RawServer raw([&context](int open) {
+        const std::unique_ptr<SSL, decltype(&SSL_free)> tls(SSL_new(context.get()), SSL_free);
+        std::array<char, 4096> asked{};
+        SSL_set_fd(tls.get(), open);
+        if (SSL_accept(tls.get()) == 1 && SSL_read(tls.get(), asked.data(), asked.size()) > 0) {
+            BIO* const records = BIO_new(BIO_s_mem());  // both are sent together
+            SSL_set0_wbio(tls.get(), records);
+            SSL_write(tls.get(), "$5\r\nright\r\n", 11);
+            SSL_write(tls.get(), "$5\r\nwrong\r\n", 11);
+            char* octets = nullptr;
+            const long size = BIO_get_mem_data(records, &octets);
+            ::send(open, octets, static_cast<std::size_t>(size), MSG_NOSIGNAL);
+            ::recv(open, asked.data(), asked.size(), 0);  // until the client closes the connection
+        }
+    });
+    service::CacheServer& server = use("rediss" + raw.url().substr(5),
+                                       "cache_ca_file = \"" + file("roots.pem", pki.root.certificatePem()) + "\"\n");
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(tell(server, {"GET", "key"}).text, "right") << faultOf(server);
+    }
+    EXPECT_EQ(raw.numConnections(), 2);
 }
 
 TEST_F(SharedCache, LeavesAServerAloneThatDoesNotAnswer) {

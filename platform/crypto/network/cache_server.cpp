@@ -227,6 +227,7 @@ CacheServer::Reply CacheServer::exchange(const std::shared_ptr<const CacheSettin
         reply = connection->ask(command, deadline, largestReply);
     }
     if (!reply) {  // a server may close an idle connection at any time
+        connection.reset();
         connection = connectRedis(settings->server, deadline, fault);
         if (!connection) {
             return std::nullopt;
