@@ -368,7 +368,7 @@ void declare(CLI::App& verify, VerifyOptions& options) {
     addOutput(verify, options);
     addSettings(verify, options);
     verify.footer(
-        std::string("Uses no network: certificates and CRLs come from files, the stores and the cache. Without --cert "
+        std::string("Uses no network: certificates and CRLs come from files, the stores and the cache directory. Without --cert "
                     "and --request, every entry of the response is reported.\n") +
         kExitStatuses);
 }

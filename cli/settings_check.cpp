@@ -278,6 +278,24 @@ std::string jsonOf(const std::vector<SettingsMistake>& mistakes) {
     return toJson(kSettingsSchema, list);
 }
 
+std::string valueOf(const char* path) {
+    const std::vector<std::string> texts = textsOf(*settingAt(path));
+    return texts.empty() ? std::string() : texts.front();
+}
+
+// No mistake, but an administrator should know it; empty when there is nothing to say.
+std::string warningOfSharedCache(const std::string& file) {
+    const std::string server = valueOf("\\crypto\\cache");
+    if (!server.starts_with("redis") || !valueOf("\\crypto\\cache_key_file").empty()) {
+        return {};
+    }
+    return "tallow: " +
+           safeLine(file + ": without cache_key_file, everyone who may write to " + withoutLogin(server) +
+                    " can put back an older CRL or response that is still valid; create a key "
+                    "(openssl rand -hex 32) and name its file on all machines") +
+           '\n';
+}
+
 }  // namespace
 
 Outcome checkSettings(const SettingsOptions& options) {
@@ -294,6 +312,7 @@ Outcome checkSettings(const SettingsOptions& options) {
     for (const SettingsMistake& mistake : found.mistakes) {
         outcome.err += "tallow: " + safeLine(textOf(mistake)) + '\n';
     }
+    outcome.err += warningOfSharedCache(found.file);
     outcome.exitStatus = found.mistakes.empty() ? kExitGood : kExitUsage;
     if (options.json) {
         outcome.out = jsonOf(found.mistakes);

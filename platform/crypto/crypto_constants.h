@@ -463,12 +463,12 @@
 // as well.
 //
 //   ADDRESS_NAMED   the caller or the administrator chose the responder's address, so that a login in it may be used
-//   NO_DOWNLOADS    no issuer and no CRL is downloaded
+//   NO_DOWNLOADS    no issuer and no CRL is downloaded or read from a cache on a server
 //   NO_STORES       system stores are empty (with CERT_STORE_OPEN_EXISTING_FLAG they do not exist), the system's bundle
 //                   and the roots of crypto_add_trusted_root are not trusted, and no file of them is listed or read; a
 //                   chain trusts only hRoots, or the exclusive roots of its engine. The settings accept_sha1 and
 //                   required_policies count as absent. Servers over https are still verified with the system's bundle.
-//   NO_CACHE        responses and downloads are neither read from nor written to the cache directory
+//   NO_CACHE        responses and downloads are neither read from nor written to a cache
 #define CRYPTO_CHECK_ADDRESS_NAMED 0x1U
 #define CRYPTO_CHECK_NO_DOWNLOADS 0x2U
 #define CRYPTO_CHECK_NO_STORES 0x4U

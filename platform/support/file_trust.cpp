@@ -2,6 +2,9 @@
 
 #include <unistd.h>
 
+#include <cerrno>
+#include <system_error>
+
 namespace tallow::platform {
 
 namespace {
@@ -28,6 +31,22 @@ const char* whyUntrusted(const struct stat& status) noexcept {
 
 const char* whyUntrustedAbove(const struct stat& status) noexcept {
     return (status.st_mode & S_ISVTX) != 0 && isOwnerTrusted(status) ? nullptr : whyUntrusted(status);
+}
+
+std::string whyUntrustedFile(const std::string& path, const struct stat& status) {
+    if (const char* const why = whyUntrusted(status)) {
+        return why;
+    }
+    struct stat link {};
+    struct stat directory {};
+    if (::lstat(path.c_str(), &link) != 0 || ::stat(directoryOf(path).c_str(), &directory) != 0) {
+        return std::generic_category().message(errno);
+    }
+    if (S_ISLNK(link.st_mode) && !isOwnerTrusted(link)) {
+        return "is a link of another user";
+    }
+    const char* const why = whyUntrustedAbove(directory);
+    return why == nullptr ? std::string() : std::string("its directory ") + why;
 }
 
 std::string directoryOf(const std::string& path) {

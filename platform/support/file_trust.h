@@ -17,6 +17,10 @@ const char* whyUntrusted(const struct stat& status) noexcept;
 // replacing ours and so may be writable.
 const char* whyUntrustedAbove(const struct stat& status) noexcept;
 
+// The same for the file `path` with this status, for its directory, and for a link by which it is reached. Empty when
+// it is trusted.
+std::string whyUntrustedFile(const std::string& path, const struct stat& status);
+
 // The directory part of a path: "/" for "/name", "." for "name".
 std::string directoryOf(const std::string& path);
 

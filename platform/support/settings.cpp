@@ -1,8 +1,6 @@
 // Reading the settings file, and which one is in force.
 #include "platform/support/settings.h"
 
-#include <unistd.h>
-
 #include <algorithm>
 #include <cerrno>
 #include <new>
@@ -51,25 +49,6 @@ bool isPassing(int systemError) {
            systemError == EAGAIN || systemError == ESTALE;
 }
 
-// ---- Who may write the settings ------------------------------------------------------------------------------------
-
-// Why the file is not trusted; empty when it is.
-std::string faultOf(const std::string& path, const struct stat& file) {
-    if (const char* const why = whyUntrusted(file)) {
-        return why;
-    }
-    struct stat link {};
-    struct stat directory {};
-    if (::lstat(path.c_str(), &link) != 0 || ::stat(directoryOf(path).c_str(), &directory) != 0) {
-        return std::generic_category().message(errno);
-    }
-    if (S_ISLNK(link.st_mode) && link.st_uid != 0 && link.st_uid != ::geteuid()) {
-        return "is a link of another user";
-    }
-    const char* const why = whyUntrustedAbove(directory);
-    return why == nullptr ? std::string() : std::string("its directory ") + why;
-}
-
 // Keeps the message on one line, whatever the file contains.
 std::string oneLine(std::string text) {
     std::replace_if(
@@ -104,7 +83,7 @@ void Settings::readFile() {
         }
         return;
     }
-    if (const std::string fault = faultOf(path_, file->status); !fault.empty()) {
+    if (const std::string fault = whyUntrustedFile(path_, file->status); !fault.empty()) {
         fail(static_cast<int>(ERROR_ACCESS_DENIED), {}, fault);
         return;
     }

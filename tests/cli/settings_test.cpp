@@ -150,6 +150,12 @@ TEST(SettingsCommand, CheckReportsEachMistakeWithItsPlaceAndASuggestion) {
     EXPECT_THAT(run.out, testing::HasSubstr("\"line\": \"2\""));
     expectMistake(Command::plain({"settings", "--check", folder.file("missing.toml")}), "missing.toml: ");
     expectMistake(Command::plain({"settings", "--check", two, "--settings", two}), "name one file");
+    const std::string keyless = folder.write("keyless.toml", "[crypto]\ncache = 'rediss://cache.example'\n");
+    expectOneLine(Command::plain({"settings", "--check", keyless}), 0,
+                  {"keyless.toml: without cache_key_file", "rediss://cache.example", "openssl rand -hex 32"});
+    const std::string keyed = folder.write(
+        "keyed.toml", "[crypto]\ncache = 'rediss://cache.example'\ncache_key_file = '/etc/tallow/cache.key'\n");
+    EXPECT_EQ(Command::plain({"settings", "--check", keyed}).err, "");
 }
 
 // A misspelt list would otherwise be ignored without a word.

@@ -1,8 +1,11 @@
 // The cache that machines share: a real redis-server, and servers that misbehave.
 #include <gtest/gtest.h>
 #include <netinet/in.h>
+#include <openssl/ssl.h>
 #include <signal.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -22,6 +25,7 @@
 #include "platform/crypto/network/cache_entry.h"
 #include "platform/crypto/network/cache_server.h"
 #include "platform/crypto/network/redis_cache.h"
+#include "platform/support/fork_gate.h"
 #include "tests/platform/trust_fixture.h"
 #include "tests/support/http_server.h"
 #include "tests/support/redis_server.h"
@@ -33,6 +37,8 @@ namespace service = tallow::platform;
 using Clock = std::chrono::steady_clock;
 
 constexpr long kAnyAge = std::numeric_limits<long>::max();
+constexpr auto kRecent = service::RecentEntries::kLifetime;
+constexpr std::size_t kLargest = service::kLargestCacheEntry;
 const std::string kUrl = "http://ca.example/ca.crl";
 const std::string kKey(64, 'k');
 
@@ -40,11 +46,12 @@ service::ByteView viewOf(const std::string& text) {
     return {reinterpret_cast<const BYTE*>(text.data()), text.size()};
 }
 
-// A server that sends `reply` again and again to each connection, or keeps silent.
+// A server that serves one connection after the other.
 class RawServer {
 public:
-    explicit RawServer(std::string reply, bool isEndless = false)
-        : reply_(std::move(reply)), isEndless_(isEndless), listener_(::socket(AF_INET, SOCK_STREAM, 0)) {
+    using Serve = std::function<void(int open)>;
+
+    explicit RawServer(Serve serve) : serve_(std::move(serve)), listener_(::socket(AF_INET, SOCK_STREAM, 0)) {
         sockaddr_in address{};
         address.sin_family = AF_INET;
         address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
@@ -53,10 +60,26 @@ public:
         ::listen(listener_, 8);
         ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
         port_ = ntohs(address.sin_port);
-        thread_ = std::jthread([this] { serve(); });
+        thread_ = std::jthread([this] { run(); });
     }
+    // Sends `reply` for each command, or again and again, or keeps silent.
+    explicit RawServer(const std::string& reply, bool isEndless = false, bool closes = false,
+                       std::chrono::milliseconds delay = {})
+        : RawServer([=, this](int open) {
+              std::array<char, 4096> asked{};
+              while (::recv(open, asked.data(), asked.size(), 0) > 0) {  // until the client gives up
+                  ++numAsked_;
+                  std::this_thread::sleep_for(delay);
+                  while (!reply.empty() && ::send(open, reply.data(), reply.size(), MSG_NOSIGNAL) > 0 && isEndless) {
+                  }
+                  if (closes) {
+                      break;
+                  }
+              }
+          }) {}
     ~RawServer() {
         ::shutdown(listener_, SHUT_RDWR);
+        ::shutdown(open_, SHUT_RDWR);
         thread_.join();
         ::close(listener_);
     }
@@ -65,29 +88,26 @@ public:
 
     std::string url() const { return "redis://127.0.0.1:" + std::to_string(port_); }
     int numConnections() const { return numConnections_; }
+    int numAsked() const { return numAsked_; }
 
 private:
-    void serve() {
+    void run() {
         for (int open = ::accept(listener_, nullptr, nullptr); open >= 0;
              open = ::accept(listener_, nullptr, nullptr)) {
+            open_ = open;
             ++numConnections_;
-            std::array<char, 4096> asked{};
-            bool goesOn = ::recv(open, asked.data(), asked.size(), 0) > 0;
-            while (goesOn && !reply_.empty() && ::send(open, reply_.data(), reply_.size(), MSG_NOSIGNAL) > 0 &&
-                   isEndless_) {
-            }
-            while (goesOn) {  // until the client gives up
-                goesOn = ::recv(open, asked.data(), asked.size(), 0) > 0;
-            }
+            serve_(open);
+            open_ = -1;
             ::close(open);
         }
     }
 
-    const std::string reply_;
-    const bool isEndless_;
+    const Serve serve_;
     const int listener_;
     int port_ = 0;
+    std::atomic<int> open_{-1};
     std::atomic<int> numConnections_{0};
+    std::atomic<int> numAsked_{0};
     std::jthread thread_;
 };
 
@@ -143,18 +163,18 @@ TEST_F(SharedCache, KeepsAnAnswerForItsTime) {
         EXPECT_TRUE(cache.forget(kUrl));
         EXPECT_FALSE(cache.find(kUrl, kAnyAge, nullptr));
         cache.keep(kUrl, viewOf(large), 100);
-        const auto found = cache.findChanged(kUrl, 60, nullptr, {});
+        const auto found = cache.findChanged(kUrl, 60, nullptr, {}, kLargest);
         ASSERT_TRUE(found && found->answer && std::ranges::equal(*found->answer, viewOf(large)));
-        const auto again = cache.findChanged(kUrl, 60, nullptr, {viewOf(large), found->stamp});
+        const auto again = cache.findChanged(kUrl, 60, nullptr, {viewOf(large), found->stamp}, kLargest);
         EXPECT_TRUE(again && !again->answer && again->stamp == found->stamp);
-        EXPECT_FALSE(cache.findChanged(kUrl, 60, nullptr, {viewOf(large), {}})->answer) << "the known one";
+        EXPECT_FALSE(cache.findChanged(kUrl, 60, nullptr, {viewOf(large), {}}, kLargest)->answer) << "the known one";
         FILETIME later = fileTime(2);
         EXPECT_FALSE(cache.find(kUrl, kAnyAge, &later)) << "older than resync time";
         EXPECT_FALSE(cache.find(kUrl + "2", kAnyAge, nullptr));
         const long long left = tell(server, {"TTL", nameOf(kUrl)}).integer;
         EXPECT_TRUE(left > 90 && left <= 100) << left;
         cache.keep(kUrl, viewOf("new"), 60);
-        EXPECT_EQ(cache.findChanged(kUrl, 60, nullptr, {viewOf(large), found->stamp})->answer->size(), 3U);
+        EXPECT_EQ(cache.findChanged(kUrl, 60, nullptr, {viewOf(large), found->stamp}, kLargest)->answer->size(), 3U);
         EXPECT_TRUE(cache.forget(kUrl));
         cache.keep(kUrl, viewOf("old"), 0);
         EXPECT_FALSE(cache.find(kUrl, kAnyAge, nullptr)) << "nothing was kept";
@@ -183,7 +203,7 @@ TEST_F(SharedCache, CountsOnlyEntriesWithTheSealOfItsKey) {
         tell(server, {"SET", nameOf(kUrl), entry});
         EXPECT_FALSE(cache.find(kUrl, kAnyAge, nullptr));
         const service::AnswerStamp known{{}, service::SharedEntries(kKey).open(kUrl, viewOf(right))->digest};
-        const auto found = cache.findChanged(kUrl, kAnyAge, nullptr, {viewOf("answer"), known});
+        const auto found = cache.findChanged(kUrl, kAnyAge, nullptr, {viewOf("answer"), known}, kLargest);
         EXPECT_TRUE(!found || (entry.size() >= right.size() - 6 && !found->answer)) << "its front is unchanged";
     }
     tell(server, {"SET", nameOf(kUrl), right});
@@ -208,6 +228,13 @@ TEST_F(SharedCache, UsesNoServerThatItCannotVerifyOrThatRefusesIt) {
         return "cache_ca_file = \"" + file(name, root.certificatePem(), 0644) + "\"\n";
     };
     const std::string right = roots(pki.root, "right.pem");
+    const std::string pipe = folder_.file("pipe");
+    ::mkfifo(pipe.c_str(), 0600);
+    const std::filesystem::path open = folder_.file("open");
+    std::filesystem::create_directory(open);
+    const std::string exposed = open / "password";
+    std::filesystem::copy_file(file("password", "secret"), exposed);
+    std::filesystem::permissions(open, std::filesystem::perms::all);
     struct Row {
         std::string url, settings, fault;  // fault: part of it; empty: the cache works
     };
@@ -221,6 +248,9 @@ TEST_F(SharedCache, UsesNoServerThatItCannotVerifyOrThatRefusesIt) {
              Row{plain.url(), secret(0604), "chmod o-r"},
              Row{plain.url(), secret(0620), "chmod go-w"},
              Row{plain.url(), "cache_password_file = \"/missing\"\n", "/missing: No such file"},
+             Row{plain.url(), "cache_password_file = \"missing\"\n", "missing: is no absolute path"},
+             Row{plain.url(), "cache_password_file = \"" + pipe + "\"\n", "is no regular file"},
+             Row{plain.url(), "cache_password_file = \"" + exposed + "\"\n", "its directory can be written"},
              Row{plain.url(), secret(0600) + "cache_key_file = \"/missing\"\n", "/missing: No such file"},
              Row{plain.url(), secret(0600) + withKey("short"), "shorter than 32 octets"},
              Row{plain.url() + "x", secret(0600), "no address of the form"},
@@ -242,6 +272,37 @@ TEST_F(SharedCache, UsesNoServerThatItCannotVerifyOrThatRefusesIt) {
         EXPECT_EQ(faultOf(server).find("secret"), std::string::npos);
         EXPECT_EQ(faultOf(server).find("pass@"), std::string::npos);
     }
+}
+
+// Over TLS poll does not see a second reply that arrived together with the first.
+TEST_F(SharedCache, TakesNoSurplusReplyForTheAnswerToTheNextCommand) {
+    const Pki& pki = Pki::shared();
+    const Identity identity = issue(pki.root, {.extensions = {{"2.5.29.17", {0x30, 6, 0x87, 4, 127, 0, 0, 1}}}});
+    const std::string pem = file("tls.pem", identity.certificatePem() + identity.key.pem());
+    const std::unique_ptr<SSL_CTX, decltype(&SSL_CTX_free)> context(SSL_CTX_new(TLS_server_method()), SSL_CTX_free);
+    ASSERT_EQ(SSL_CTX_use_certificate_file(context.get(), pem.c_str(), SSL_FILETYPE_PEM), 1);
+    ASSERT_EQ(SSL_CTX_use_PrivateKey_file(context.get(), pem.c_str(), SSL_FILETYPE_PEM), 1);
+    const RawServer raw([&context](int open) {
+        const std::unique_ptr<SSL, decltype(&SSL_free)> tls(SSL_new(context.get()), SSL_free);
+        std::array<char, 4096> asked{};
+        SSL_set_fd(tls.get(), open);
+        if (SSL_accept(tls.get()) == 1 && SSL_read(tls.get(), asked.data(), asked.size()) > 0) {
+            BIO* const records = BIO_new(BIO_s_mem());  // both are sent together
+            SSL_set0_wbio(tls.get(), records);
+            SSL_write(tls.get(), "$5\r\nright\r\n", 11);
+            SSL_write(tls.get(), "$5\r\nwrong\r\n", 11);
+            char* octets = nullptr;
+            const long size = BIO_get_mem_data(records, &octets);
+            ::send(open, octets, static_cast<std::size_t>(size), MSG_NOSIGNAL);
+            ::recv(open, asked.data(), asked.size(), 0);  // until the client closes the connection
+        }
+    });
+    service::CacheServer& server = use("rediss" + raw.url().substr(5),
+                                       "cache_ca_file = \"" + file("roots.pem", pki.root.certificatePem()) + "\"\n");
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_EQ(tell(server, {"GET", "key"}).text, "right") << faultOf(server);
+    }
+    EXPECT_EQ(raw.numConnections(), 2);
 }
 
 TEST_F(SharedCache, LeavesAServerAloneThatDoesNotAnswer) {
@@ -280,14 +341,99 @@ TEST_F(SharedCache, LeavesAServerAloneThatDoesNotAnswer) {
     }
 }
 
-TEST_F(SharedCache, GoesOnWithoutAServerThatStopsAndComesBack) {
+// The server is asked for 60 keys, all in one check. Without pauses and limits it would be asked for each.
+TEST_F(SharedCache, AsksAServerThatIsSlowOrNotReadyOnlyForAWhile) {
+    using std::chrono::milliseconds;
+    struct Row {
+        const char* name;
+        std::string reply;
+        milliseconds delay;
+        int most;
+        int least;
+    };
+    for (const Row& row : {
+             Row{"loading", "-LOADING Redis is loading the dataset in memory\r\n", milliseconds(0), 1, 1},
+             Row{"unknown error", "-ERR max number of clients reached\r\n", milliseconds(0), 1, 1},
+             Row{"wrong type of one key", "-WRONGTYPE Operation against a key\r\n", milliseconds(0), 60, 2},
+             Row{"slow", "$0\r\n\r\n", milliseconds(60), 4, 1},
+             Row{"nearly slow", "$0\r\n\r\n", milliseconds(8), 26, 1},
+         }) {
+        SCOPED_TRACE(row.name);
+        const RawServer raw(row.reply, false, false, row.delay);
+        service::CacheServer& server = use(raw.url(), "", service::CacheServer::kLongestWait);
+        CRYPTO_CHECK check{};
+        check.cbSize = sizeof check;
+        check.pwszProxy = check.pwszProxyCredentials = L"";
+        ASSERT_TRUE(crypto_begin_check(&check));
+        for (int i = 0; i < 60; ++i) {
+            EXPECT_FALSE(service::RedisCache(server).find(kUrl + std::to_string(i), kAnyAge, nullptr));
+        }
+        crypto_end_check(&check);
+        EXPECT_LE(raw.numAsked(), row.most);
+        EXPECT_GE(raw.numAsked(), row.least);
+    }
+}
+
+TEST_F(SharedCache, CountsWhatWasReadWithinTheLastSecond) {
     const RedisServer redis;
-    service::CacheServer& server = use(redis.url(), "", std::chrono::seconds(1));
-    ASSERT_TRUE(works(server));
+    service::CacheServer& server = use(redis.url());
+    const service::RedisCache cache(server);
+    const std::string large(20000, 'x');
+    for (const std::string& answer : {std::string("small"), large}) {
+        cache.keep(kUrl, viewOf(answer), 60);
+        const Clock::time_point begun = Clock::now();
+        const auto found = cache.findChanged(kUrl, 60, nullptr, {}, kLargest);
+        ASSERT_TRUE(found);
+        tell(server, {"DEL", nameOf(kUrl)});
+        EXPECT_TRUE(cache.find(kUrl, 60, nullptr).has_value() == (answer != large) || Clock::now() - begun > kRecent);
+        const auto again = cache.findChanged(kUrl, 60, nullptr, {viewOf(answer), found->stamp}, kLargest);
+        EXPECT_TRUE((again && !again->answer) || Clock::now() - begun > kRecent);
+        EXPECT_TRUE(cache.forget(kUrl));
+        EXPECT_FALSE(cache.findChanged(kUrl, 60, nullptr, {viewOf(answer), found->stamp}, kLargest));
+    }
+}
+
+// Where a larger CRL is not downloaded, none comes from a cache either: this one lacks the certificate.
+TEST_F(SharedCache, HoldsEntriesToTheLimitsOfDownloadsAndAsksNoServerOffline) {
+    const RedisServer redis;
+    const Pki& pki = Pki::shared();
+    const Bytes serial = {0x2A};
+    const Bytes listing = makeCrl(pki.ca, {.revokedSerials = {serial}});
+    const Bytes larger = makeCrl(pki.ca, {.revokedSerials = {Bytes{0x2B}, Bytes{0x2C}, Bytes{0x2D}}});
+    ASSERT_GT(larger.size(), listing.size());
+    const HttpServer http([&](const HttpRequest&) { return HttpReply{.body = listing}; });
+    const std::string url = http.url("/crl");
+    const Identity end = issue(pki.ca, {.serial = serial, .crlUrls = {url}});
+    for (const bool isLimited : {false, true}) {
+        const std::string limit = isLimited ? "max_crl_bytes = " + std::to_string(listing.size()) + "\n" : "";
+        const TrustWorld world({pki.root}, "cache = \"" + redis.url() + "\"\n" + limit);
+        const auto shared = service::UrlCache::ofSettings(true);
+        shared->keep(url, larger, 60);
+        const ChainPtr chain = chainOf({.end = end,
+                                        .extra = {pki.ca},
+                                        .crls = {makeCrl(pki.root, {})},
+                                        .flags = CERT_CHAIN_REVOCATION_CHECK_CHAIN});
+        EXPECT_EQ(errorAt(chain, 0), isLimited ? DWORD{CERT_TRUST_IS_REVOKED} : 0U);
+        EXPECT_TRUE(shared->find(url, 60, nullptr));
+        EXPECT_FALSE(shared->find(url, 60, nullptr, listing.size() - 1));
+        EXPECT_FALSE(service::UrlCache::ofSettings(false)->find(url, 60, nullptr));
+    }
+}
+
+TEST_F(SharedCache, GoesOnWithoutAServerThatStopsAndComesBack) {
+    const RedisServer redis({.password = "secret"});
+    const std::string password = folder_.file("password");
+    service::CacheServer& server =
+        use(redis.url(), "cache_password_file = \"" + password + "\"\n", std::chrono::seconds(1));
+    EXPECT_FALSE(works(server)) << "the file is missing";
+    file("password", "secret");
+    for (int i = 0; i < 100 && !works(server); ++i) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(100));
+    }
+    ASSERT_TRUE(works(server)) << "after the first pause";
     redis.signal(SIGSTOP);
     EXPECT_FALSE(works(server));
     EXPECT_FALSE(service::RedisCache(server).forget(kUrl)) << "it may still be there";
-    EXPECT_NE(faultOf(server).find("no answer in time"), std::string::npos) << faultOf(server);
     redis.signal(SIGCONT);
     bool isBack = false;
     for (int i = 0; i < 100 && !isBack; ++i) {  // the first pause is 5 s
@@ -297,6 +443,42 @@ TEST_F(SharedCache, GoesOnWithoutAServerThatStopsAndComesBack) {
     EXPECT_TRUE(isBack);
     redis.signal(SIGKILL);
     EXPECT_FALSE(works(server));
+}
+
+// A child must find no lock held: handshakes begin and fail while the process forks.
+TEST_F(SharedCache, IsUsableInAChildWhileOtherThreadsUseIt) {
+    const RawServer raw(std::string("\x15\x03\x03\0\x02\x02\x28", 7), false, true);  // a TLS alert
+    std::string fault;
+    const service::RedisServer server{*service::RedisAddress::read("rediss" + raw.url().substr(5), fault), "", "",
+                                      Pki::shared().root.certificatePem()};
+    const auto isRefused = [&server] {
+        const service::ForkGate gate;  // as in every call of the service
+        std::string why;
+        service::connectRedis(server, Clock::now() + std::chrono::seconds(20), why);
+        return why.starts_with("TLS: ");
+    };
+    ASSERT_TRUE(isRefused());
+    std::atomic<bool> isOver{false};
+    std::vector<std::jthread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            while (!isOver) {
+                isRefused();
+            }
+        });
+    }
+    bool isUsable = true;
+    for (int i = 0; i < 250 && isUsable; ++i) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::alarm(30);  // ends a child that waits for a lock
+            ::_exit(isRefused() ? 0 : 1);
+        }
+        int status = 0;
+        isUsable = ::waitpid(child, &status, 0) == child && status == 0;
+    }
+    isOver = true;
+    EXPECT_TRUE(isUsable);
 }
 
 // Every verdict is the one without a cache, whatever the entries are.

@@ -87,11 +87,12 @@ void CrlSource::addLocal(const CrlSubject& subject, CrlCandidates& candidates) c
 
 bool CrlSource::addCached(const std::string& url, const CrlSubject& subject, CrlCandidates& candidates) const {
     const RememberedCrl known = crlMemory().recall(url);
-    std::optional<CachedAnswer> cached =
-        UrlCache::ofSettings()->findChanged(url, rules_.cacheMaxAgeSeconds, rules_.resync,
-                                            {known.crl ? ByteView(known.crl->der) : ByteView(), known.stamp});
     // Others may write a shared cache: its entries have the limits of downloads.
-    if (!cached || (cached->answer && cached->answer->size() > chainLimits().maxCrlSize)) {
+    std::optional<CachedAnswer> cached =
+        UrlCache::ofSettings(rules_.useNetwork)
+            ->findChanged(url, rules_.cacheMaxAgeSeconds, rules_.resync,
+                          {known.crl ? ByteView(known.crl->der) : ByteView(), known.stamp}, chainLimits().maxCrlSize);
+    if (!cached) {
         return false;
     }
     noteCached(CRYPTO_NOTE_FOR_CRL, url);
@@ -122,8 +123,9 @@ bool CrlSource::addFetched(const std::string& url, const CrlSubject& subject, Cr
 
 void CrlSource::keep(const CrlCandidate& candidate) const {
     if (!rules_.byDate) {
-        UrlCache::ofSettings()->keep(candidate.url, candidate.crl->der,
-                                     lifetimeUntil(candidate.crl->nextUpdate, rules_.cacheMaxAgeSeconds));
+        UrlCache::ofSettings(rules_.useNetwork)
+            ->keep(candidate.url, candidate.crl->der,
+                   lifetimeUntil(candidate.crl->nextUpdate, rules_.cacheMaxAgeSeconds));
     }
     crlMemory().remember(candidate.url, {candidate.crl, {}});
 }

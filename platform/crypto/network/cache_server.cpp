@@ -4,6 +4,7 @@
 #include <unistd.h>
 
 #include <algorithm>
+#include <array>
 #include <cstring>
 #include <utility>
 
@@ -33,14 +34,11 @@ std::string readTrusted(const std::string& path, std::size_t largest, bool isSec
     }
     int systemError = 0;
     std::optional<WholeFile> file = readWholeFile(path, largest, systemError);
-    const char* problem = nullptr;
-    if (!file) {
-        problem = std::strerror(systemError);
-    } else if (problem = whyUntrusted(file->status);
-               problem == nullptr && isSecret && (file->status.st_mode & S_IROTH) != 0) {
+    std::string problem = file ? whyUntrustedFile(path, file->status) : std::strerror(systemError);
+    if (problem.empty() && isSecret && (file->status.st_mode & S_IROTH) != 0) {
         problem = "can be read by every user (chmod o-r)";
     }
-    if (problem != nullptr) {
+    if (!problem.empty()) {
         fault = path + ": " + problem;
         return {};
     }
@@ -67,6 +65,32 @@ bool isSet(const setting::Text& text) {
     return value.source == TextValue::Source::kUnreadable || !value.text.empty();
 }
 
+// Whether an error leaves hope for other commands. Others, such as LOADING, are about the server.
+bool concernsOneCommand(const std::string& code) {
+    constexpr std::array<std::string_view, 8> kCodes{"ASK",        "MISCONF", "MOVED",    "NOPERM",
+                                                     "NOREPLICAS", "OOM",     "READONLY", "WRONGTYPE"};
+    return std::ranges::find(kCodes, code) != kCodes.end();
+}
+
+// How long the outermost check of this thread has waited; outside of a check nothing is added up. A record of a check
+// may lie where an earlier one was, but then with another deadline.
+std::chrono::steady_clock::duration& waitOfThisCheck() {
+    struct Wait {
+        const CRYPTO_CHECK* check = nullptr;
+        unsigned long long deadline = 0;
+        std::chrono::steady_clock::duration sum{};
+    };
+    constinit static thread_local Wait wait;
+    const CRYPTO_CHECK* check = currentCheck();
+    while (check != nullptr && check->pOuter != nullptr) {
+        check = check->pOuter;
+    }
+    if (check == nullptr || check != wait.check || check->qwDeadline != wait.deadline) {
+        wait = {check, check == nullptr ? 0 : check->qwDeadline, {}};
+    }
+    return wait.sum;
+}
+
 }  // namespace
 
 CacheSettings CacheSettings::read() {
@@ -85,8 +109,14 @@ CacheSettings CacheSettings::read() {
         return settings;
     }
     settings.name = settings.server.address.text();
+    // The current directory is not the administrator's choice.
+    const std::string path = textOf(setting::cache_key_file);
+    for (const std::string& file : {path, textOf(setting::cache_password_file), textOf(setting::cache_ca_file)}) {
+        if (!file.empty() && file.front() != '/') {
+            settings.fault = file + ": is no absolute path";
+        }
+    }
     if (settings.fault.empty() && isSet(setting::cache_key_file)) {
-        const std::string path = textOf(setting::cache_key_file);
         settings.key = readSecret(path, settings.fault);
         if (settings.fault.empty() && settings.key.size() < kShortestKey) {
             settings.fault = path + ": is shorter than 32 octets; write a random one (openssl rand -hex 32)";
@@ -122,21 +152,31 @@ CacheServer& CacheServer::ofProcess() {
 std::shared_ptr<const CacheSettings> CacheServer::settings() {
     const std::scoped_lock lock(mutex_);
     const unsigned long version = tallow::platform::settingsVersion();
-    if (!settings_ || settingsVersion_ != version) {
-        settings_ = std::make_shared<const CacheSettings>(CacheSettings::read());
-        settingsVersion_ = version;
+    const Clock::time_point now = Clock::now();
+    const bool isOther = !settings_ || settingsVersion_ != version;
+    if (isOther) {
+        patience_ = longestWait_;
         pausedUntil_ = {};
         nextPause_ = kFirstPause;
+    }
+    if (isOther || (!settings_->fault.empty() && now >= pausedUntil_)) {
+        settings_ = std::make_shared<const CacheSettings>(CacheSettings::read());
+        settingsVersion_ = version;
+        recent_.forgetAll();
         if (!settings_->fault.empty()) {
             note(*settings_, settings_->fault);
+            pause(now);
         }
     }
     return settings_->fault.empty() ? settings_ : nullptr;
 }
 
-bool CacheServer::isPaused() {
-    const std::scoped_lock lock(mutex_);
-    return Clock::now() < pausedUntil_;
+// How long slow operations may wait now. With the lock.
+CacheServer::Clock::duration CacheServer::patience(Clock::time_point now) {
+    constexpr int kShare = 100;
+    const Clock::duration regained = (now - std::exchange(patienceSince_, now)) / kShare;
+    patience_ = std::min<Clock::duration>(longestWait_, patience_ + regained);
+    return now < pausedUntil_ ? Clock::duration::zero() : patience_;
 }
 
 std::unique_ptr<RedisConnection> CacheServer::take(const std::shared_ptr<const CacheSettings>& settings) {
@@ -156,7 +196,6 @@ std::unique_ptr<RedisConnection> CacheServer::take(const std::shared_ptr<const C
 void CacheServer::keep(std::unique_ptr<RedisConnection> connection,
                        const std::shared_ptr<const CacheSettings>& settings) {
     const std::scoped_lock lock(mutex_);
-    nextPause_ = kFirstPause;
     if (idle_.size() < kMaxIdle) {
         idle_.push_back({std::move(connection), settings, Clock::now(), ::getpid()});
     }
@@ -171,51 +210,77 @@ void CacheServer::note(const CacheSettings& settings, const std::string& fault) 
 }
 
 // With the lock. Several threads may notice the same failure.
-void CacheServer::pause() {
-    if (const Clock::time_point now = Clock::now(); now >= pausedUntil_) {
+void CacheServer::pause(Clock::time_point now) {
+    patience_ = longestWait_;
+    if (now >= pausedUntil_) {
         pausedUntil_ = now + nextPause_;
         nextPause_ = std::min(2 * nextPause_, kLongestPause);
     }
 }
 
-std::optional<RedisValue> CacheServer::ask(const std::shared_ptr<const CacheSettings>& settings,
-                                           std::span<const std::string_view> command, std::size_t largestReply) {
-    const Clock::time_point now = Clock::now();
-    const bool isCutShort = checkDeadline() < now + longestWait_;  // says nothing about the server
-    const Clock::time_point deadline = std::min(checkDeadline(), now + longestWait_);
-    if (deadline <= now || isPaused()) {
-        return std::nullopt;
-    }
+CacheServer::Reply CacheServer::exchange(const std::shared_ptr<const CacheSettings>& settings,
+                                         std::span<const std::string_view> command, Clock::time_point deadline,
+                                         std::size_t largestReply, std::string& fault) {
     std::unique_ptr<RedisConnection> connection = take(settings);
-    std::optional<RedisValue> reply;
-    std::string fault;
-    const auto askOver = [&] {
-        const ForkGate::Outside outside;
-        reply = connection->ask(command, deadline, largestReply);
-    };
+    Reply reply;
     if (connection && connection->isQuiet()) {
-        askOver();
+        reply = connection->ask(command, deadline, largestReply);
     }
     if (!reply) {  // a server may close an idle connection at any time
+        connection.reset();
         connection = connectRedis(settings->server, deadline, fault);
-        if (connection) {
-            askOver();
+        if (!connection) {
+            return std::nullopt;
         }
+        reply = connection->ask(command, deadline, largestReply);
     }
-    if (!reply) {
+    if (reply) {
+        keep(std::move(connection), settings);
+    } else {
+        fault = connection->fault();
+    }
+    return reply;
+}
+
+CacheServer::Reply CacheServer::ask(const std::shared_ptr<const CacheSettings>& settings,
+                                    std::span<const std::string_view> command, std::size_t largestReply) {
+    const Clock::time_point begun = Clock::now();
+    const Clock::time_point limit = begun + [&] {
         const std::scoped_lock lock(mutex_);
-        if (!isCutShort) {
-            note(*settings, connection ? connection->fault() : fault);
-            pause();
-        }
+        return patience(begun);
+    }();
+    Clock::duration& waitOfCheck = waitOfThisCheck();
+    const Clock::time_point deadline = std::min({limit, checkDeadline(), begun + longestWait_ - waitOfCheck});
+    if (deadline <= begun) {
         return std::nullopt;
     }
-    if (reply->kind == RedisValue::Kind::kError) {
-        const std::scoped_lock lock(mutex_);
-        note(*settings, "the server refuses " + std::string(command.front()) + ": " + errorCodeOf(*reply));
+    std::string fault;
+    Reply reply = exchange(settings, command, deadline, largestReply, fault);
+    const Clock::time_point now = Clock::now();
+    const Clock::duration wait = now - begun;
+    waitOfCheck += wait;
+
+    const bool isError = reply && reply->kind == RedisValue::Kind::kError;
+    bool isUseless = isError && !concernsOneCommand(errorCodeOf(*reply));
+    if (isError) {
+        fault = "the server refuses " + std::string(command.front()) + ": " + errorCodeOf(*reply);
         reply.reset();
+    } else if (!reply) {
+        isUseless = now < deadline || deadline == limit;  // the end of the check says nothing about the server
     }
-    keep(std::move(connection), settings);
+    const std::scoped_lock lock(mutex_);
+    if (wait < kQuick) {
+        nextPause_ = reply ? kFirstPause : nextPause_;
+    } else if (patience(now) > Clock::duration::zero()) {
+        patience_ -= wait;
+        isUseless = isUseless || patience_ < kQuick;
+    }
+    if (isUseless || isError) {
+        note(*settings, fault.empty() ? "it answers too slowly" : fault);
+    }
+    if (isUseless) {
+        pause(now);
+    }
     return reply;
 }
 

@@ -130,7 +130,8 @@ std::string DirectoryCache::ofUser() {
 }
 
 std::optional<CachedAnswer> DirectoryCache::findChanged(const std::string& url, long maxAgeSeconds,
-                                                        const FILETIME* notBefore, const KnownAnswer& known) const {
+                                                        const FILETIME* notBefore, const KnownAnswer& known,
+                                                        std::size_t largest) const {
     const std::string name = cacheNameOf(url);
     const Descriptor folder(folder_.empty() ? -1 : openFolder(folder_));
     if (name.empty() || maxAgeSeconds < 0 || !isOurFolder(folder)) {
@@ -142,7 +143,7 @@ std::optional<CachedAnswer> DirectoryCache::findChanged(const std::string& url, 
     CacheEntryHeader header;
     if (!file.valid() || !isOurs(file.get(), S_IFREG, status) || status.st_size < static_cast<off_t>(sizeof header) ||
         status.st_size > kLargestEntry || !file.readAll(&header, sizeof header) ||
-        !header.fits(url, static_cast<std::uint64_t>(status.st_size) - sizeof header) ||
+        !header.fits(url, static_cast<std::uint64_t>(status.st_size) - sizeof header) || header.sizeAnswer > largest ||
         !header.isFresh(maxAgeSeconds, notBefore)) {
         return std::nullopt;
     }

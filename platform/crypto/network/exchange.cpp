@@ -196,13 +196,10 @@ void setFromCache(bool fromCache) {
 std::optional<Bytes> cachedResponse(const UrlCache& cache, const std::string& url,
                                     const CRYPT_RETRIEVE_AUX_INFO* info) {
     const long maxAge = numberOf(setting::OcspValiditySeconds);
-    std::optional<Bytes> response =
-        maxAge > 0 ? cache.find(url, maxAge, info == nullptr ? nullptr : info->pftCacheResync) : std::nullopt;
     // Others may write a shared cache: its entries have the limits of exchanges.
-    if (response && response->size() > exchangeLimits().maxBodySize) {
-        response.reset();
-    }
-    return response;
+    return maxAge > 0
+               ? cache.find(url, maxAge, info == nullptr ? nullptr : info->pftCacheResync, exchangeLimits().maxBodySize)
+               : std::nullopt;
 }
 
 HttpAnswer exchangeAndNote(const HttpCall& call, const ExchangeLimits& limits) {
@@ -234,8 +231,8 @@ BOOL retrieve(const std::string& url, DWORD flags, DWORD timeout, void** object,
     if (!split(url, carried)) {
         return fail(ERROR_INTERNET_INVALID_URL);
     }
-    const std::unique_ptr<const UrlCache> cache = UrlCache::ofSettings();
     const bool cacheOnly = (flags & CRYPT_CACHE_ONLY_RETRIEVAL) != 0;
+    const std::unique_ptr<const UrlCache> cache = UrlCache::ofSettings(!cacheOnly);
     // If both flags are set, "cache only" wins: such a caller must not use the network.
     if (cacheOnly || (flags & CRYPT_WIRE_ONLY_RETRIEVAL) == 0) {
         if (const std::optional<Bytes> response = cachedResponse(*cache, url, info)) {
@@ -310,7 +307,7 @@ BOOL crypto_forget_response(LPCWSTR pszUrl) {
         if (pszUrl == nullptr) {
             return fail(E_INVALIDARG);
         }
-        return done(UrlCache::ofSettings()->forget(narrow(pszUrl)) ? 0 : ERROR_ACCESS_DENIED);
+        return done(UrlCache::ofSettings(true)->forget(narrow(pszUrl)) ? 0 : ERROR_ACCESS_DENIED);
     });
 }
 

@@ -12,6 +12,8 @@
 #include <mutex>
 #include <utility>
 
+#include "platform/support/fork_gate.h"
+
 namespace tallow::platform {
 
 namespace {
@@ -114,7 +116,11 @@ std::vector<HostAddress> lookUpHost(const std::string& host, unsigned int port,
         }
     }
     std::unique_lock lock(lookup->mutex);
-    if (!lookup->done.wait_until(lock, deadline, [&lookup] { return lookup->isDone; })) {
+    const bool isDone = [&] {
+        const ForkGate::Outside waiting;
+        return lookup->done.wait_until(lock, deadline, [&lookup] { return lookup->isDone; });
+    }();
+    if (!isDone) {
         fault = "looking up the name: no answer in time";
         return {};
     }

@@ -16,7 +16,7 @@ public:
     explicit RedisCache(CacheServer& server) : server_(server) {}
 
     std::optional<CachedAnswer> findChanged(const std::string& url, long maxAgeSeconds, const FILETIME* notBefore,
-                                            const KnownAnswer& known) const override;
+                                            const KnownAnswer& known, std::size_t largest) const override;
     void keep(const std::string& url, ByteView answer, long lifetimeSeconds) const override;
     bool forget(const std::string& url) const override;
 

@@ -2,7 +2,8 @@
 //
 // hiredis makes the octets of commands and reads replies; the socket, TLS and every wait are ours, so that nothing
 // lasts longer than its deadline: not the name, not the handshake, not a reply without an end. What a server sends is
-// hostile. The sources that call hiredis are in libtallow-redis.so, which redis_module.cpp loads on first use.
+// hostile. While a call waits, and only then, fork() may happen: the caller holds no lock. The sources that call
+// hiredis are in libtallow-redis.so, which redis_module.cpp loads on first use.
 #pragma once
 
 #include <chrono>
@@ -51,8 +52,7 @@ public:
     virtual const std::string& fault() const = 0;
 };
 
-// Connects, verifies the server, logs in and selects the database. Null, and in `fault` why, when that fails. The
-// caller holds no lock: fork() may happen meanwhile.
+// Connects, verifies the server, logs in and selects the database. Null, and in `fault` why, when that fails.
 std::unique_ptr<RedisConnection> connectRedis(const RedisServer& server, RedisDeadline deadline, std::string& fault);
 
 // "0.14.1; loaded on first use by FILE", or why there is none.

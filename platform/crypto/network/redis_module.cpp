@@ -13,6 +13,7 @@ namespace tallow::platform {
 namespace {
 
 constexpr char kName[] = "libtallow-redis";
+constexpr RedisServices kServices = {ForkGate::leaveAll, ForkGate::enterAgain};
 
 // Either the functions, or why there are none.
 struct Loaded {
@@ -39,7 +40,7 @@ Loaded load() {
     if (const std::string found = build(), wanted = redisBuild(); found != wanted) {
         return failed(file, "is of another build (" + found + ", not " + wanted + ')');
     }
-    return {connect(), {}};
+    return {connect(&kServices), {}};
 }
 
 const RedisFunctions* loadedFunctions = nullptr;
@@ -60,7 +61,6 @@ Loaded redisModule() {
 std::unique_ptr<RedisConnection> connectRedis(const RedisServer& server, RedisDeadline deadline, std::string& fault) {
     Loaded module = redisModule();
     if (module.functions != nullptr) {
-        const ForkGate::Outside outside;
         return module.functions->connect(server, deadline, fault);
     }
     fault = std::move(module.fault);

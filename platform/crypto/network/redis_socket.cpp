@@ -13,6 +13,7 @@
 #include <cstring>
 
 #include "platform/crypto/base/openssl_handles.h"
+#include "platform/support/fork_gate.h"
 
 namespace tallow::platform {
 
@@ -58,12 +59,18 @@ bool RedisSocket::fail(std::string fault) {
 bool RedisSocket::wait(short events, RedisDeadline deadline) {
     for (;;) {
         pollfd waited{socket_->get(), events, 0};
-        const int count = ::poll(&waited, 1, millisecondsUntil(deadline));
+        int error = 0;
+        const int count = [&] {
+            const ForkGate::Outside waiting;  // which may change errno
+            const int found = ::poll(&waited, 1, millisecondsUntil(deadline));
+            error = errno;
+            return found;
+        }();
         if (count > 0) {
             return true;
         }
-        if (count == 0 || errno != EINTR) {
-            return fail(count == 0 ? "no answer in time" : std::strerror(errno));
+        if (count == 0 || error != EINTR) {
+            return fail(count == 0 ? "no answer in time" : std::strerror(error));
         }
     }
 }
@@ -134,14 +141,27 @@ bool RedisSocket::beginTls(const RedisServer& server, RedisDeadline deadline) {
         return fail("TLS: the host cannot be verified");
     }
     for (;;) {
-        const int result = SSL_connect(tls_.get());
-        if (result == 1) {
+        if (callTls([this] { return SSL_connect(tls_.get()); }) == 1) {
             return flushTls(deadline);
         }
         if (!continueTls(deadline)) {
             return false;
         }
     }
+}
+
+// SSL_get_error needs an empty queue of errors, but this one may hold errors of the program; and after a fatal error
+// SSL_want_read may still say that more is wanted. An error of the call comes after the marker, or in place of it.
+template <typename Call>
+int RedisSocket::callTls(Call call) {
+    ERR_set_mark();
+    ERR_raise(ERR_LIB_USER, 1);
+    const unsigned long marker = ERR_peek_last_error();
+    const int result = call();
+    const unsigned long last = ERR_peek_last_error();
+    tlsError_ = last == marker ? 0 : last;
+    ERR_pop_to_mark();
+    return result;
 }
 
 bool RedisSocket::flushTls(RedisDeadline deadline) {
@@ -153,16 +173,14 @@ bool RedisSocket::flushTls(RedisDeadline deadline) {
 }
 
 bool RedisSocket::continueTls(RedisDeadline deadline) {
-    // SSL_get_error needs an empty queue of errors; this one may hold those of the program.
-    const bool wantsMore = SSL_want_read(tls_.get()) != 0;
-    const unsigned long reason = wantsMore ? 0 : ERR_peek_last_error();
+    const bool wantsMore = tlsError_ == 0 && SSL_want_read(tls_.get()) != 0;
     if (!flushTls(deadline)) {
         return false;
     }
     if (!wantsMore) {
         const long verified = SSL_get_verify_result(tls_.get());
         const char* const cause = verified != X509_V_OK ? X509_verify_cert_error_string(verified)
-                                  : reason != 0         ? ERR_reason_error_string(reason)
+                                  : tlsError_ != 0      ? ERR_reason_error_string(tlsError_)
                                                         : nullptr;
         return fail(std::string("TLS: ") + (cause == nullptr ? "the server ended the connection" : cause));
     }
@@ -216,7 +234,8 @@ bool RedisSocket::send(std::string_view octets, RedisDeadline deadline) {
     constexpr std::size_t kRecord = 16384;
     while (!octets.empty()) {
         const std::string_view record = octets.substr(0, kRecord);
-        const int result = SSL_write(tls_.get(), record.data(), static_cast<int>(record.size()));
+        const int result =
+            callTls([&] { return SSL_write(tls_.get(), record.data(), static_cast<int>(record.size())); });
         if (result > 0) {
             octets.remove_prefix(static_cast<std::size_t>(result));
         }
@@ -232,7 +251,8 @@ std::string_view RedisSocket::receive(RedisDeadline deadline) {
         return receivePlain(deadline);
     }
     for (;;) {
-        const int result = SSL_read(tls_.get(), decrypted_.data(), static_cast<int>(decrypted_.size()));
+        const int result =
+            callTls([this] { return SSL_read(tls_.get(), decrypted_.data(), static_cast<int>(decrypted_.size())); });
         if (result > 0) {
             return {decrypted_.data(), static_cast<std::size_t>(result)};
         }

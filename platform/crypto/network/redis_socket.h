@@ -35,6 +35,9 @@ private:
     bool sendPlain(std::string_view octets, RedisDeadline deadline);
     std::string_view receivePlain(RedisDeadline deadline);
     bool flushTls(RedisDeadline deadline);
+    // Runs a function of TLS that returns a positive number on success; else its error is in tlsError_, if it has one.
+    template <typename Call>
+    int callTls(Call call);
     // Sends what TLS wants to send and passes on what arrives, after a call of TLS that could not be completed.
     bool continueTls(RedisDeadline deadline);
 
@@ -43,6 +46,7 @@ private:
     std::unique_ptr<SSL, OpenSslFree<SSL_free>> tls_;  // null without TLS; it reads and writes memory, not the socket
     std::array<char, 16384> arrived_;
     std::array<char, 16384> decrypted_;
+    unsigned long tlsError_ = 0;
     std::string fault_;
 };
 

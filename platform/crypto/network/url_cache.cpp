@@ -11,22 +11,23 @@
 
 namespace tallow::platform {
 
-std::unique_ptr<const UrlCache> UrlCache::ofSettings() {
-    if (isForbidden(CRYPTO_CHECK_NO_CACHE)) {
-        return std::make_unique<const DirectoryCache>("");
-    }
+std::unique_ptr<const UrlCache> UrlCache::ofSettings(bool mayUseNetwork) {
     const TextValue server = textValueOf(setting::cache);
-    if (server.source == TextValue::Source::kUnreadable) {
+    if (isForbidden(CRYPTO_CHECK_NO_CACHE) || server.source == TextValue::Source::kUnreadable) {
         return std::make_unique<const DirectoryCache>("");
     }
-    if (!server.text.empty()) {
-        return std::make_unique<const RedisCache>(CacheServer::ofProcess());
+    if (server.text.empty()) {
+        return std::make_unique<const DirectoryCache>(DirectoryCache::ofUser());
     }
-    return std::make_unique<const DirectoryCache>(DirectoryCache::ofUser());
+    if (!mayUseNetwork || isForbidden(CRYPTO_CHECK_NO_DOWNLOADS)) {
+        return std::make_unique<const DirectoryCache>("");
+    }
+    return std::make_unique<const RedisCache>(CacheServer::ofProcess());
 }
 
-std::optional<Bytes> UrlCache::find(const std::string& url, long maxAgeSeconds, const FILETIME* notBefore) const {
-    std::optional<CachedAnswer> found = findChanged(url, maxAgeSeconds, notBefore, KnownAnswer());
+std::optional<Bytes> UrlCache::find(const std::string& url, long maxAgeSeconds, const FILETIME* notBefore,
+                                    std::size_t largest) const {
+    std::optional<CachedAnswer> found = findChanged(url, maxAgeSeconds, notBefore, KnownAnswer(), largest);
     return found ? std::move(found->answer) : std::nullopt;
 }
 

@@ -11,6 +11,7 @@
 
 #include "platform/crypto/certificates/certificate.h"
 #include "platform/crypto/network/answer_stamp.h"
+#include "platform/crypto/network/cache_entry.h"
 
 namespace tallow::platform {
 
@@ -33,16 +34,19 @@ public:
     virtual ~UrlCache() = default;
 
     // That of the settings. It keeps nothing when they say so or are broken, and in a check with
-    // CRYPTO_CHECK_NO_CACHE.
-    static std::unique_ptr<const UrlCache> ofSettings();
+    // CRYPTO_CHECK_NO_CACHE. A server is part of the network: without the permission to use it, and in a check with
+    // CRYPTO_CHECK_NO_DOWNLOADS, it is not asked.
+    static std::unique_ptr<const UrlCache> ofSettings(bool mayUseNetwork);
 
-    // The answer kept for `url`, unless it is older than `maxAgeSeconds`, from before `notBefore` (null: any time), or
-    // from the future.
-    std::optional<Bytes> find(const std::string& url, long maxAgeSeconds, const FILETIME* notBefore) const;
+    // The answer kept for `url`, unless it is older than `maxAgeSeconds`, from before `notBefore` (null: any time),
+    // from the future, or larger than `largest` octets.
+    std::optional<Bytes> find(const std::string& url, long maxAgeSeconds, const FILETIME* notBefore,
+                              std::size_t largest = kLargestCacheEntry) const;
     // The same for a caller that remembers an answer. The entry is looked at, and its URL and age are checked, but the
     // answer of an unchanged entry is not read again. That of another entry is compared with the known one.
     virtual std::optional<CachedAnswer> findChanged(const std::string& url, long maxAgeSeconds,
-                                                    const FILETIME* notBefore, const KnownAnswer& known) const = 0;
+                                                    const FILETIME* notBefore, const KnownAnswer& known,
+                                                    std::size_t largest) const = 0;
     // No reader accepts the answer after `lifetimeSeconds`; a server removes it then.
     virtual void keep(const std::string& url, ByteView answer, long lifetimeSeconds) const = 0;
     // Removes the answer kept for `url`. True when there is none now.
