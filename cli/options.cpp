@@ -367,10 +367,10 @@ void declare(CLI::App& verify, VerifyOptions& options) {
     addChainFiles(verify, options);
     addOutput(verify, options);
     addSettings(verify, options);
-    verify.footer(
-        std::string("Uses no network: certificates and CRLs come from files, the stores and the cache directory. Without --cert "
-                    "and --request, every entry of the response is reported.\n") +
-        kExitStatuses);
+    verify.footer(std::string("Uses no network: certificates and CRLs come from files, the stores and the cache "
+                              "directory. Without --cert "
+                              "and --request, every entry of the response is reported.\n") +
+                  kExitStatuses);
 }
 
 void declare(CLI::App& verify, VerifyRequestOptions& options) {

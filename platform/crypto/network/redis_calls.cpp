@@ -92,11 +92,7 @@ BOOL crypto_redis_ask(CRYPTO_REDIS* pRedis, const CRYPT_DATA_BLOB* rgWord, DWORD
         if (!connect(redis, deadline)) {
             return fail(ERROR_INTERNET_CANNOT_CONNECT);
         }
-        std::optional<RedisValue> reply;
-        {
-            const ForkGate::Outside outside;
-            reply = redis.connection->ask(words, deadline, kLargestReply);
-        }
+        std::optional<RedisValue> reply = redis.connection->ask(words, deadline, kLargestReply);
         if (!reply) {
             redis.fault = redis.connection->fault();
             return fail(ERROR_INTERNET_CANNOT_CONNECT);
