@@ -6,6 +6,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <memory>
 #include <string>
 #include <thread>
 #include <vector>
@@ -118,10 +119,11 @@ TEST(Connection, IsGivenUpWhenTheServerForgotIt) {
 }
 
 TEST(Connection, MakesRoomForAnotherOneWhenNoDescriptorIsLeft) {
-    const HttpServer servers[4] = {HttpServer(kept), HttpServer(kept), HttpServer(kept), HttpServer(kept)};
+    std::vector<std::unique_ptr<HttpServer>> servers;
     const std::string dead = "http://127.0.0.1:" + std::to_string(closedPort()) + "/";
-    for (const HttpServer& server : servers) {  // libcurl needs descriptors of its own besides that of a connection
-        EXPECT_EQ(post(server.url(), bytesOf("x")).lastError, 0U);
+    for (int i = 0; i < 4; ++i) {  // libcurl needs descriptors of its own besides that of a connection
+        servers.push_back(std::make_unique<HttpServer>(kept));
+        EXPECT_EQ(post(servers.back()->url(), bytesOf("x")).lastError, 0U);
     }
     rlimit before{};
     ASSERT_EQ(::getrlimit(RLIMIT_NOFILE, &before), 0);
@@ -136,6 +138,7 @@ TEST(Connection, MakesRoomForAnotherOneWhenNoDescriptorIsLeft) {
     };
     takeAll();
     const DWORD instead = post(dead, bytesOf("x")).lastError;  // of the idle connections
+    servers.clear();                                           // their ends of those close a moment later
     takeAll();
     const DWORD none = post(dead, bytesOf("x")).lastError;
     const DWORD unresolved = post("http://localhost:1/", bytesOf("x")).lastError;
