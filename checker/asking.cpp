@@ -86,8 +86,9 @@ Asking::Asking(Call& call, const CertificateToCheck& target, Nonce nonce, Verdic
 
 std::vector<Asking::Responder> Asking::responders(std::vector<Attempt>& skipped) {
     std::vector<Responder> all;
-    for (const std::string& url : call_.checker().options.responders) {
-        all.push_back({url, true});
+    const Options& options = call_.checker().options;
+    for (const std::string& url : options.responders) {
+        all.push_back({url, options.respondersFrom != ResponderSource::kCertificate, options.respondersFrom});
     }
     if (!all.empty()) {
         return all;

@@ -263,6 +263,9 @@ struct Options {
     std::optional<std::chrono::milliseconds> timeout{};
     /// Asked instead of the addresses in the certificate, in this order.
     std::vector<std::string> responders{};
+    /// Where they come from. With kCertificate they are refused where those of a certificate are, for example private
+    /// addresses.
+    ResponderSource respondersFrom = ResponderSource::kCaller;
     /// Absent: what the administrator's policy says; else kTry. RequireNonce of the policy holds whatever is set here.
     std::optional<Nonce> nonce{};
     /// Narrows how old thisUpdate may be; absent: nextUpdate decides, and 7 days (policy: ThisUpdateAccuracy) without

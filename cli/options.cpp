@@ -529,7 +529,12 @@ void declare(CLI::App& results, ResultsOptions& options) {
         results.add_flag("--dead", options.dead, "Print those of the jobs that failed three times");
     results.add_flag("--remove", options.remove, "Remove what is printed from the server")->excludes(dead);
     addSettings(results, options);
-    results.footer(std::string("Prints one line of JSON for each result.\n") + kExitStatuses);
+    results.footer(
+        "Prints one line of JSON for each result that is there.\n"
+        "Exit status: 0 all printed results are good; 1 at least one is revoked; 2 at least one is unknown to its "
+        "responder; 3 at least one has no verified answer, there are none, or the queue cannot be used; 64 wrong "
+        "usage. "
+        "If several apply, 1 comes before 3, and 3 before 2.");
 }
 
 void declare(CLI::App& store, StoreOptions& options) {

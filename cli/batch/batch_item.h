@@ -18,6 +18,7 @@ struct BatchItem {
     std::size_t number = 0;                          // of the certificate in its file, from 1
     std::string label;                               // names the result
     std::exception_ptr failure = {};                 // why it cannot be checked; what follows is empty then
+    bool isUrlForeign = false;                       // neither the user nor the list named `url`
     std::optional<Identifier> identifier = {};       // in place of a certificate; with an issuer and a URL
     std::string certificate = {};                    // DER; PEM when others follow
     std::shared_ptr<const std::string> others = {};  // of its file, that are not checked: PEM; null: none

@@ -10,10 +10,11 @@ namespace tallow::cli {
 Checkers::Checkers(const RunInputs& inputs, Options options)
     : inputs_(inputs), options_(std::move(options)), common_(inputs.trust(), options_) {}
 
-Options Checkers::optionsFor(const std::string& url) const {
+Options Checkers::optionsFor(const BatchItem& item) const {
     Options options = options_;
-    if (!url.empty()) {
-        options.responders = {url};
+    if (!item.url.empty()) {
+        options.responders = {item.url};
+        options.respondersFrom = item.isUrlForeign ? ResponderSource::kCertificate : ResponderSource::kCaller;
     }
     return options;
 }
@@ -39,7 +40,7 @@ Checker Checkers::forItem(const BatchItem& item) {
         for (const std::string& crl : *item.crls) {
             trust.addCrls(crl);
         }
-        return Checker(trust, optionsFor(item.url));
+        return Checker(trust, optionsFor(item));
     }
     if (item.url.empty()) {
         return common_;
@@ -50,7 +51,7 @@ Checker Checkers::forItem(const BatchItem& item) {
         named_.splice(named_.begin(), named_, found);
         return named_.front().second;
     }
-    named_.emplace_front(item.url, Checker(inputs_.trust(), optionsFor(item.url)));
+    named_.emplace_front(item.url, Checker(inputs_.trust(), optionsFor(item)));
     if (named_.size() > kMostNamed) {
         named_.pop_back();
     }

@@ -26,7 +26,7 @@ private:
     // The last responders that the list names.
     static constexpr std::size_t kMostNamed = 64;
 
-    Options optionsFor(const std::string& url) const;
+    Options optionsFor(const BatchItem& item) const;
     void forgetSilence();
 
     const RunInputs& inputs_;

@@ -43,8 +43,8 @@ public:
           wait_(options.wait),
           queue_(options.queue, patienceOf(kPatience)) {
         if (!isJobId(run_) || run_.size() > 64) {
-            throw InputError("--run",
-                             "is no name for a run; give 1 to 64 letters, digits, dots, hyphens and underscores");
+            throw InputError(
+                "--run", "cannot be the name of a run; give 1 to 64 letters, digits, dots, hyphens and underscores");
         }
     }
 
@@ -72,6 +72,9 @@ public:
                       (numKnown_ == 0 ? "" : ", " + groupedNumber(numKnown_) + " have their result already") +
                       (numUnusable_ == 0 ? "" : ", " + groupedNumber(numUnusable_) + " cannot be used") + '\n';
         outcome.err = mistake.empty() ? "" : "tallow: " + mistake + '\n';
+        if (stop_.empty() && numAdded_ == 0 && numKnown_ != 0) {
+            outcome.err += "tallow: nothing is checked again under the same --run; name another one for a new check\n";
+        }
         if (!stop_.empty()) {
             outcome.err += "tallow: " + stop_ + "; repeat the command with --run " + run_ +
                            " later: each job has one result all the same\n";

@@ -15,6 +15,8 @@ namespace tallow::cli {
 
 namespace {
 
+constexpr std::size_t kLongestUrl = 2048;
+
 std::string pemOf(const std::string& name, const std::string& octets) {
     std::string text;
     for (const ATL2::CCertContext& certificate : certificatesAndCrlsIn(name, octets).certificates) {
@@ -77,6 +79,10 @@ BatchItem itemOf(const std::string& id, const std::string& job, const std::strin
     BatchItem item;
     item.label = members["name"].empty() ? id : text::withoutLogin(members["name"]);
     item.url = members["url"];
+    item.isUrlForeign = !item.url.empty();
+    if (item.url.size() > kLongestUrl) {
+        throw InputError(id, "has an address of more than 2048 octets", status::kInvalidData);
+    }
     if (const std::string mistake = mistakeInUrl("url", item.url); !mistake.empty()) {
         throw InputError(id, mistake, status::kInvalidData);
     }

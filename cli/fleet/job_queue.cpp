@@ -34,12 +34,14 @@ constexpr const char* kGroupScript = R"(
 redis.call('HDEL', KEYS[2], '-')
 return redis.pcall('XGROUP', 'CREATE', KEYS[1], ARGV[1], '0', 'MKSTREAM'))";
 
+// The digest keeps the result of another certificate from counting, which had the same place in another list.
 constexpr const char* kAddScript = R"(
 if redis.call('XLEN', KEYS[1]) >= tonumber(ARGV[1]) then return -1 end
 local added = 0
-for i = 2, #KEYS do
-  if redis.call('EXISTS', KEYS[i]) == 0 then
-    redis.call('XADD', KEYS[1], '*', 'id', ARGV[2 * i - 2], 'job', ARGV[2 * i - 1])
+for i = 3, #ARGV, 2 do
+  local id = ARGV[i] .. '.' .. string.sub(redis.sha1hex(ARGV[i + 1]), 1, 16)
+  if redis.call('EXISTS', ARGV[2] .. id) == 0 then
+    redis.call('XADD', KEYS[1], '*', 'id', id, 'job', ARGV[i + 1])
     added = added + 1
   end
 end
@@ -173,21 +175,27 @@ std::optional<QueueReply> JobQueue::ask(const QueueServer::Words& words, unsigne
     return reply && reply->kind != CRYPTO_REDIS_ERROR ? reply : std::nullopt;
 }
 
+std::optional<long long> JobQueue::askNumber(const QueueServer::Words& words) {
+    const std::optional<QueueReply> reply = ask(words);
+    return reply && reply->kind == CRYPTO_REDIS_INTEGER ? std::optional(reply->number) : std::nullopt;
+}
+
+std::optional<long long> JobQueue::askNumberOnce(const QueueServer::Words& words) {
+    const std::optional<QueueReply> reply = server_.ask(words, [](milliseconds /*lost*/) { return true; });
+    return reply && reply->kind == CRYPTO_REDIS_INTEGER ? std::optional(reply->number) : std::nullopt;
+}
+
 JobQueue::Added JobQueue::add(const std::vector<std::pair<std::string, std::string>>& jobs) {
-    QueueServer::Words words{"EVAL", kAddScript, std::to_string(jobs.size() + 1), kJobs};
-    for (const auto& [id, job] : jobs) {
-        words.push_back(kDone + id);
-    }
-    words.push_back(std::to_string(kMostJobs));
+    QueueServer::Words words{"EVAL", kAddScript, "1", kJobs, std::to_string(kMostJobs), kDone};
     for (const auto& [id, job] : jobs) {
         words.push_back(id);
         words.push_back(job);
     }
-    const std::optional<QueueReply> reply = ask(words);
-    if (!reply || reply->number < 0) {
-        return {reply ? Added::Kind::kFull : Added::Kind::kLost, 0};
+    const std::optional<long long> added = askNumber(words);
+    if (!added || *added < 0) {
+        return {added ? Added::Kind::kFull : Added::Kind::kLost, 0};
     }
-    return {Added::Kind::kAdded, std::min<std::size_t>(static_cast<std::size_t>(reply->number), jobs.size())};
+    return {Added::Kind::kAdded, std::min<std::size_t>(static_cast<std::size_t>(*added), jobs.size())};
 }
 
 // What the server sent is not trusted.
@@ -241,7 +249,7 @@ void JobQueue::hold(const std::string& worker, const std::vector<std::string>& e
     QueueServer::Words words{"EVAL",          kHoldScript, "2",    kJobs,
                              kAlive + worker, kGroup,      worker, std::to_string(idle.count())};
     words.insert(words.end(), entries.begin(), entries.end());
-    static_cast<void>(server_.ask(words, [](milliseconds /*lost*/) { return true; }));
+    static_cast<void>(askNumberOnce(words));
 }
 
 bool JobQueue::handBack(const std::string& worker, const std::vector<TakenJob>& jobs, bool isFailed) {
@@ -251,31 +259,31 @@ bool JobQueue::handBack(const std::string& worker, const std::vector<TakenJob>& 
         words.push_back(job.entry);
         words.push_back(std::to_string(job.numFailed + (isFailed ? 1 : 0)));
     }
-    return jobs.empty() || ask(words).has_value();
+    return jobs.empty() || (isFailed ? askNumber(words) : askNumberOnce(words)).has_value();
 }
 
 bool JobQueue::finish(const std::string& worker, const TakenJob& job, const std::string& result, bool isDead,
                       unsigned keep) {
     const std::string letter = isDead ? job.job.substr(0, kLongestJob) + ' ' : std::string();
-    return ask({"EVAL", kFinishScript, "5", kJobs, kResults, kDead, kDone + job.id, kTries, kGroup, job.entry, job.id,
-                result, std::to_string(keep), kKeepDoneSeconds, letter, kMostDead, worker})
+    return askNumber({"EVAL", kFinishScript, "5", kJobs, kResults, kDead, kDone + job.id, kTries, kGroup, job.entry,
+                      job.id, result, std::to_string(keep), kKeepDoneSeconds, letter, kMostDead, worker})
         .has_value();
 }
 
-bool JobQueue::isEmpty() {
-    const std::optional<QueueReply> reply = ask({"XLEN", kJobs});
-    return reply && reply->number == 0;
+std::optional<std::size_t> JobQueue::numJobs() {
+    const std::optional<long long> number = askNumber({"XLEN", kJobs});
+    return number ? std::optional(static_cast<std::size_t>(std::max(0LL, *number))) : std::nullopt;
 }
 
 void JobQueue::leave(const std::string& worker) {
-    static_cast<void>(ask({"EVAL", kLeaveScript, "2", kJobs, kAlive + worker, kGroup, worker}));
+    static_cast<void>(askNumberOnce({"EVAL", kLeaveScript, "2", kJobs, kAlive + worker, kGroup, worker}));
 }
 
 milliseconds JobQueue::claimTurn(const std::string& host, unsigned perSecond) {
     constexpr std::size_t kLongestHost = 270;
-    const std::optional<QueueReply> reply =
-        ask({"EVAL", kTurnScript, "1", kRate + host.substr(0, kLongestHost), std::to_string(perSecond)});
-    return milliseconds(reply ? std::clamp(reply->number, 0LL, 1000LL) : 0);
+    const std::optional<long long> wait =
+        askNumber({"EVAL", kTurnScript, "1", kRate + host.substr(0, kLongestHost), std::to_string(perSecond)});
+    return milliseconds(std::clamp(wait.value_or(0), 0LL, 1000LL));
 }
 
 bool JobQueue::results(bool dead, const std::string& after, std::size_t most,
@@ -283,18 +291,19 @@ bool JobQueue::results(bool dead, const std::string& after, std::size_t most,
     found.clear();
     const std::optional<QueueReply> reply = ask(
         {"XRANGE", dead ? kDead : kResults, after == "-" ? after : '(' + after, "+", "COUNT", std::to_string(most)});
-    if (reply) {
-        for (const QueueReply& entry : reply->parts) {
-            found.emplace_back(entry.at(0).text, fieldOf(entry.at(1), "result"));
-        }
+    if (!reply || reply->kind != CRYPTO_REDIS_ARRAY) {
+        return false;
     }
-    return reply.has_value();
+    for (const QueueReply& entry : reply->parts) {
+        found.emplace_back(entry.at(0).text, fieldOf(entry.at(1), "result"));
+    }
+    return true;
 }
 
 bool JobQueue::remove(const std::vector<std::string>& entries) {
     QueueServer::Words words{"XDEL", kResults};
     words.insert(words.end(), entries.begin(), entries.end());
-    return ask(words).has_value();
+    return askNumber(words).has_value();
 }
 
 }  // namespace tallow::cli

@@ -41,7 +41,8 @@ public:
         Kind kind = Kind::kLost;
         std::size_t count = 0;  // without those that have their result already
     };
-    /// Adds jobs, pairs of id and text, in one step: all of them, or none while there is no room or no server.
+    /// Adds jobs in one step: all of them, or none while there is no room or no server. They are pairs of the beginning
+    /// of the id, to which a digest of the text is appended, and the text.
     [[nodiscard]] Added add(const std::vector<std::pair<std::string, std::string>>& jobs);
 
     /// Up to `most` new jobs for this worker; waits a moment for them.
@@ -53,7 +54,8 @@ public:
     /// Tells the server that this worker is there, for the next `idle`, and still has these entries. Tries once, on any
     /// thread.
     void hold(const std::string& worker, const std::vector<std::string>& entries, std::chrono::milliseconds idle);
-    /// Gives jobs back: after a failed check for the next attempt, else at once. False when it gave up.
+    /// Gives jobs back: after a failed check for the next attempt, else at once, and then it tries only once. False
+    /// when it gave up.
     [[nodiscard]] bool handBack(const std::string& worker, const std::vector<TakenJob>& jobs, bool isFailed);
     /// Writes the final result, unless the job has one, and removes the job; `isDead` also notes it in the stream of
     /// dead letters, and does nothing if another worker has the job now. False when it gave up: the job stays.
@@ -61,9 +63,9 @@ public:
                               unsigned keep);
     /// Since when the server has answered without interruption.
     std::chrono::steady_clock::time_point answeringSince() { return server_.answeringSince(); }
-    /// Whether no job waits or is being checked.
-    bool isEmpty();
-    /// Takes the worker off the list, if it has no job.
+    /// How many jobs wait or are being checked; nothing when it gave up.
+    std::optional<std::size_t> numJobs();
+    /// Takes the worker off the list, if it has no job. Tries once.
     void leave(const std::string& worker);
 
     /// How long to wait before one more check may ask this host; 0: it may now, and counts.
@@ -77,6 +79,9 @@ public:
 
 private:
     std::optional<QueueReply> ask(const QueueServer::Words& words, unsigned waitMs = 0);
+    // The same for a command that the server answers with a number: no other answer is one.
+    std::optional<long long> askNumber(const QueueServer::Words& words);
+    std::optional<long long> askNumberOnce(const QueueServer::Words& words);
     void makeGroup();
     static std::optional<TakenJob> jobFrom(std::string entry, std::string id, std::string job);
 

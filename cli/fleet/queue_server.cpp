@@ -4,6 +4,7 @@
 #include <chrono>
 #include <iostream>
 #include <new>
+#include <string_view>
 #include <thread>
 #include <utility>
 
@@ -57,6 +58,11 @@ std::string codeOf(const std::string& error) {
     return isCode ? code : "an error without a code";
 }
 
+// Errors that only the administrator can end. They stand at the end, also of what the service says about the login.
+bool isMissingRight(std::string_view fault) {
+    return fault.ends_with(": NOAUTH") || fault.ends_with(": WRONGPASS") || fault.ends_with(": NOPERM");
+}
+
 }  // namespace
 
 const QueueReply& QueueReply::at(std::size_t index) const {
@@ -105,10 +111,11 @@ std::optional<QueueReply> QueueServer::askOnce(const Words& words, unsigned wait
     return copy;
 }
 
-void QueueServer::noteLost(const std::string& fault) {
+void QueueServer::noteLost(const std::string& fault, bool isFinal) {
     const std::scoped_lock lock(mutex_);
     if (!std::exchange(isLost_, true)) {
-        std::cerr << "tallow: " + text::safeLine(options_.url + ": " + fault) + "; trying again\n";
+        std::cerr << "tallow: " + text::safeLine(options_.url + ": " + fault) +
+                         (isFinal ? "; check the user, the password file and the rights\n" : "; trying again\n");
     }
 }
 
@@ -137,7 +144,12 @@ std::optional<QueueReply> QueueServer::ask(const Words& words, const Patience& g
             noteBack();
             return reply;
         }
-        noteLost(reply ? "the server refuses " + words.front() + ": " + codeOf(reply->text) : fault);
+        fault = reply ? "the server refuses " + words.front() + ": " + codeOf(reply->text) : fault;
+        const bool isFinal = isMissingRight(fault) && givesUp(milliseconds::max());
+        noteLost(fault, isFinal);
+        if (isFinal) {
+            return std::nullopt;
+        }
         const auto end = std::chrono::steady_clock::now() + pause;
         while (std::chrono::steady_clock::now() < end) {
             if (givesUp(lost())) {

@@ -31,7 +31,8 @@ struct QueueReply {
 class QueueServer {
 public:
     using Words = std::vector<std::string>;
-    /// Whether to give up a command that was not carried out for this long.
+    /// Whether to give up a command that was not carried out for this long; milliseconds::max() when it will not be,
+    /// because a login or a right is missing.
     using Patience = std::function<bool(std::chrono::milliseconds lost)>;
 
     /// Throws InputError for an address or a file that cannot be used.
@@ -52,7 +53,7 @@ private:
 
     Handle take();
     std::optional<QueueReply> askOnce(const Words& words, unsigned waitMs, std::string& fault);
-    void noteLost(const std::string& fault);
+    void noteLost(const std::string& fault, bool isFinal);
     void noteBack();
 
     const QueueOptions options_;

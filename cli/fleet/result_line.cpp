@@ -13,9 +13,19 @@ using Json = nlohmann::json;
 
 constexpr int kDeepest = 16;
 
+// Printing a document recurses. What stands before the first mistake in malformed JSON is counted as the parser reads
+// it.
 bool isShallow(const std::string& text) {
     int depth = 0;
-    for (const char c : text) {
+    bool isInText = false;
+    for (std::size_t i = 0; i < text.size(); ++i) {
+        const char c = text[i];
+        if (isInText) {
+            i += c == '\\' ? 1 : 0;  // and what it escapes
+            isInText = c != '"';
+            continue;
+        }
+        isInText = c == '"';
         depth += c == '{' || c == '[' ? 1 : c == '}' || c == ']' ? -1 : 0;
         if (depth > kDeepest) {
             return false;

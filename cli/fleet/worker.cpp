@@ -106,7 +106,7 @@ public:
           queue_(options.queue, [this](milliseconds /*lost*/) { return givesUp(); }) {
         if (!isJobId(name_)) {
             throw InputError("--name",
-                             "is no name for a worker; give 1 to 128 letters, digits, dots, hyphens and "
+                             "cannot be the name of a worker; give 1 to 128 letters, digits, dots, hyphens and "
                              "underscores");
         }
     }
@@ -117,7 +117,8 @@ public:
             std::vector<std::jthread> threads;
             try {
                 startThreads(threads, holder);
-                while (!isAskedToStop() && !isFailed_ && !(options_.untilEmpty && numHeld() == 0 && queue_.isEmpty())) {
+                while (!isAskedToStop() && !isFailed_ &&
+                       !(options_.untilEmpty && numHeld() == 0 && queue_.numJobs() == std::size_t{0})) {
                     takeJobs();
                 }
                 isEnding_ = true;
@@ -202,7 +203,12 @@ private:
             nextLeft_ = isAll ? now + options_.claimAfter / 4 : now;
         }
         if (jobs.empty()) {
-            jobs = queue_.take(consumer_, room, isAll ? kTick : milliseconds(1));
+            const milliseconds wait = isAll ? kTick : milliseconds(1);
+            const Clock::time_point end = Clock::now() + wait;
+            jobs = queue_.take(consumer_, room, wait);
+            if (jobs.empty()) {
+                std::this_thread::sleep_until(end);  // whatever the server does
+            }
         }
         for (TakenJob& job : jobs) {
             begin(std::move(job));
@@ -216,13 +222,13 @@ private:
         BatchItem item;
         if (job.numFailed >= JobQueue::kMostAttempts) {
             end(job, errorOf(job, {status::kFail, "checking: 3 attempts failed, and in the last one a worker ended"}),
-                true);
+                true, presentTime());
             return;
         }
         try {
             item = itemOf(job.id, job.job, options_.url);
         } catch (const InputError& mistake) {
-            end(job, errorOf(job, {mistake.code(), mistake.what()}), false);
+            end(job, errorOf(job, {mistake.code(), mistake.what()}), false, presentTime());
             return;
         }
         {
@@ -294,6 +300,7 @@ private:
                          [this](const std::string& host) { return waitForTurn(host); })) {
             return;  // it is given back
         }
+        const std::string checkedAt = presentTime();
         CheckResult result;
         result.file = item.label;
         result.start = item.start;
@@ -315,7 +322,7 @@ private:
         if (isFailed && job.numFailed + 1 < JobQueue::kMostAttempts) {
             static_cast<void>(queue_.handBack(consumer_, {job}, true));  // else it is taken over later
         } else {
-            end(job, result, isFailed);
+            end(job, result, isFailed, checkedAt);
         }
         const std::scoped_lock lock(mutex_);
         held_.erase(job.entry);
@@ -342,23 +349,23 @@ private:
         return result;
     }
 
-    std::string textOf(const TakenJob& job, const CheckResult& result) const {
+    std::string textOf(const TakenJob& job, const CheckResult& result, const std::string& checkedAt) const {
         std::string line = toJsonLine(result);
         line.pop_back();
         const unsigned numAttempts = std::min(job.numFailed + 1, JobQueue::kMostAttempts);
         return std::string("{\"schema\":\"") + kFleetLineSchema + "\",\"job\":" + quoted(job.id) +
-               ",\"worker\":" + quoted(name_) + ",\"checkedAt\":\"" + presentTime() +
+               ",\"worker\":" + quoted(name_) + ",\"checkedAt\":\"" + checkedAt +
                "\",\"attempts\":" + std::to_string(numAttempts) + ",\"result\":" + line + '}';
     }
 
-    void end(const TakenJob& job, const CheckResult& result, bool isDead) {
-        std::string text = textOf(job, result);
+    void end(const TakenJob& job, const CheckResult& result, bool isDead, const std::string& checkedAt) {
+        std::string text = textOf(job, result, checkedAt);
         if (text.size() > kLongestResult) {  // by the names in a hostile certificate; the status is what matters
             CheckResult brief = result;
             brief.file = job.id;
             brief.subject.clear();
             brief.verdict = {};
-            text = textOf(job, brief);
+            text = textOf(job, brief, checkedAt);
         }
         if (!queue_.finish(consumer_, job, text, isDead, options_.keep)) {
             ++numLost_;  // the job is still in the queue

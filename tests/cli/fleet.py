@@ -100,7 +100,7 @@ class Place:
 
 def lines():
     for i in range(NUM_JOBS):
-        yield {"certificate": ("good.pem", "revoked.pem", "unknown.pem")[i % 3], "issuer": "ca.pem", "name": f"job {i}"}
+        yield {"certificate": ("good.pem", "revoked.pem", "unknown.pem")[i % 3], "issuer": "ca.pem", "name": f"job {i} " + "{" * 20}
 
 
 def check_fleet(place):
@@ -122,22 +122,28 @@ def check_fleet(place):
     assert printed.returncode == 1, printed
     states = collections.Counter(one["result"]["status"] for one in found)
     assert states == {"good": NUM_JOBS / 3, "revoked": NUM_JOBS / 3, "unknown": NUM_JOBS / 3}, states
-    assert sorted(one["job"] for one in found) == sorted(f"test-{i + 1}" for i in range(NUM_JOBS))
+    assert sorted(map(place_of, found)) == sorted(f"test-{i + 1}" for i in range(NUM_JOBS))
     assert {one["worker"] for one in found} >= {"b", "c"}
     file = place.directory / "lines.jsonl"
     file.write_text(printed.stdout + "".join(json.dumps(one["result"]) + "\n" for one in found))
     valid = subprocess.run([sys.executable, ROOT / "tests/cli/validate_json.py", ROOT / "cli/schemas", file], text=True,
                            capture_output=True, check=False)
     assert valid.returncode == 0, valid.stdout + valid.stderr
-    # Once more under the same name: no second result, whether or not the job is added.
-    assert place.enqueue("test", {"certificate": "good.pem"}) == "test: 0 added, 1 have their result already\n"
-    place.ask("XADD", "tallow:jobs", "*", "id", "test-1", "job", "{}")
+    # Once more under the same name: no second result, whether or not the job is added; but for another certificate.
+    assert place.enqueue("test", next(lines())) == "test: 0 added, 1 have their result already\n"
+    place.ask("XADD", "tallow:jobs", "*", "id", found[0]["job"], "job", "{}")
+    assert place.enqueue("test", {"certificate": "revoked.pem", "issuer": "ca.pem"}) == "test: 1 added\n"
     place.wait_for(lambda: int(place.ask("XLEN", "tallow:jobs")) == 0)
-    assert len(place.results()[0]) == NUM_JOBS
-    assert len(place.results("--remove")[0]) == NUM_JOBS and place.ask("XLEN", "tallow:results") == "0\n"
+    assert len(place.results("--run", "test")[0]) == NUM_JOBS + 1
+    assert len(place.results("--remove")[0]) == NUM_JOBS + 1 and place.ask("XLEN", "tallow:results") == "0\n"
     for name in ("b", "c"):
         workers[name].send_signal(signal.SIGTERM)
         place.end(workers[name], name)
+
+
+def place_of(result):
+    """The run and the line, without the digest of the job."""
+    return result["job"].rsplit(".", 1)[0]
 
 
 GOOD = {"certificate": "good.pem", "issuer": "ca.pem"}
@@ -170,7 +176,7 @@ def check_takeovers(place):
             worker.wait()
         place.end(place.worker("i", "--until-empty"), "i")
     letters = place.results("--dead")[0]
-    assert [(one["job"], one["attempts"]) for one in letters] == [("crash-1", 3)] and place.ask("DEL", "tallow:dead"), letters
+    assert [(place_of(one), one["attempts"]) for one in letters] == [("crash-1", 3)] and place.ask("DEL", "tallow:dead"), letters
     assert "a worker ended" in letters[0]["result"]["error"]["text"], letters
     assert not place.ask("HGETALL", "tallow:tries").strip(), place.ask("HGETALL", "tallow:tries")
     assert len(place.results("--remove")[0]) == 1
@@ -210,7 +216,7 @@ def check_identifiers(place):
     job = {**line("good"), "issuer": (place.pki / "root.pem").read_text()}
     place.ask("XADD", "tallow:jobs", "*", "id", "other-issuer", "job", json.dumps(job))
     place.end(place.worker("m", "--until-empty"), "m")
-    found = {one["job"]: (one["result"]["status"], one["attempts"]) for one in place.results("--remove")[0]}
+    found = {place_of(one): (one["result"]["status"], one["attempts"]) for one in place.results("--remove")[0]}
     assert found == {"id-1": ("good", 1), "id-2": ("revoked", 1), "other-issuer": ("error", 1)}, found
     checked = place.run("check", "--from-file", "-", "--jsonl", text=lines_)
     assert sorted(json.loads(one)["status"] for one in checked.stdout.splitlines()) == ["error", "good", "revoked"], checked
@@ -273,14 +279,16 @@ def check_hostile_jobs(place):
                ("id", "6", "job", '{"certificate": "-----BEGIN CERTIFICATE-----\\nAAAA\\n-----END CERTIFICATE-----"}')]
     for fields in garbage:
         place.ask("XADD", "tallow:jobs", "*", *fields)
-    place.ask("XADD", "tallow:results", "*", "id", "7", "result", '{"schema": "\x1b[31m"}')
+    deep = "}" * 40000 + '","b":' + "[" * 40000 + "]" * 40000
+    for result in ('{"schema": "\x1b[31m"}', '{"a":"' + deep + ',"job":"x-1","result":{"status":"good"},"schema":"tallow.fleet.line/1"}'):
+        place.ask("XADD", "tallow:results", "*", "id", "7", "result", result)
     place.end(place.worker("d", "--until-empty"), "d")
     found, printed = place.results()
-    assert printed.returncode == 3 and "1 entries are no results" in printed.stderr, printed
+    assert printed.returncode == 3 and "2 entries are not results" in printed.stderr, printed
     assert all(one["result"]["status"] == "error" for one in found) and len(found) == len(garbage) + 1, found
     assert "root:" not in printed.stdout
     letters = place.results("--dead")[0]
-    assert [(one["job"], one["attempts"]) for one in letters] == [("dead-1", 3)], letters
+    assert [(place_of(one), one["attempts"]) for one in letters] == [("dead-1", 3)], letters
     refused = place.run("enqueue", "--run", "no/run", "--from-file", "-", text="")
     assert refused.returncode == 64 and refused.stderr.count("\n") == 1, refused
 
