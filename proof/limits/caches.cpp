@@ -10,6 +10,7 @@
 #include <stdexcept>
 #include <thread>
 
+#include "platform/crypto/redis_service.h"
 #include "proof/limits/driver.h"
 #include "proof/limits/measure.h"
 #include "proof/limits/scene.h"
@@ -77,12 +78,11 @@ double secondsOfRemoval() {
     return secondsOf([] { crypto_forget_response(L"http://responder.test/"); });
 }
 
-// Looks for a response in the cache alone, which may be of any permitted size.
+// Looks for a response in the cache, which may be of any permitted size, then at a port where no server is.
 void lookUp() {
     void* found = nullptr;
-    CryptRetrieveObjectByUrlW(L"http://responder.test/AAAA?Accept: a", CONTEXT_OID_OCSP_RESP,
-                              CRYPT_HTTP_POST_RETRIEVAL | CRYPT_CACHE_ONLY_RETRIEVAL, 0, &found, nullptr, nullptr,
-                              nullptr, nullptr);
+    CryptRetrieveObjectByUrlW(L"http://127.0.0.1:1/AAAA?Accept: a", CONTEXT_OID_OCSP_RESP, CRYPT_HTTP_POST_RETRIEVAL, 0,
+                              &found, nullptr, nullptr, nullptr, nullptr);
     std::free(found);
 }
 
@@ -96,6 +96,13 @@ void waits200Ms(Probe& probe) {
     const Machine machine(server.setting());
     probe.expectWithin(secondsOfRemoval(), 0.19, 0.2 + kLate, "seconds for a server that says nothing");
     probe.expect(hasFault("no answer in time"), "the fault is kept");
+    const RawServer slow(":0\r\n", 60);
+    machine.use(slow.setting());
+    double sum = 0;
+    for (int i = 0; i < 20; ++i) {
+        sum += secondsOfRemoval();
+    }
+    probe.expectWithin(sum, 0.15, 0.2 + kLate, "seconds for 20 operations of a slow server");
 }
 
 // The first pause, and the second, which is twice as long.
@@ -126,7 +133,7 @@ void readsOnly(Probe& probe, const std::string& permitted, const std::string& re
     probe.expect(bad.numConnections == 1 && hasFault(fault), "one more is refused");
 }
 
-void reads64MiB(Probe& probe) {
+void readsAsMuchAsAResponse(Probe& probe) {
     // Larger ones arrive too late on a busy machine.
     const auto reply = [](std::size_t size) {
         return '$' + std::to_string(size) + "\r\n" + std::string(size, 'x') + "\r\n";
@@ -135,7 +142,7 @@ void reads64MiB(Probe& probe) {
     const Machine machine(endless.setting(), kCached);
     const double most = static_cast<double>(memoryOf(lookUp).most) / (1 << 20);
     probe.expect(crypto_cache_fault() != nullptr, "80 MiB are refused");
-    probe.expectWithin(most, 0, 2 * 64 + 4, "MiB for a reply that is too large, with the reader's room to grow");
+    probe.expectWithin(most, 0, 2 + 4, "MiB for a reply that is larger than any response, with the reader's room");
     probe.measured("memory for a reply of 80 MiB", most, "MiB");
     const RawServer large(reply(1 << 20));
     machine.use(large.setting(), kCached);
@@ -151,18 +158,19 @@ std::string listOf(std::size_t count) {
     return reply;
 }
 
+std::string nested(int levels) {
+    std::string reply;
+    for (int i = 0; i < levels; ++i) {
+        reply += "*1\r\n";
+    }
+    return reply + ":1\r\n";
+}
+
 void reads65536Elements(Probe& probe) {
     readsOnly(probe, listOf(65536), listOf(65537), "too large");
 }
 
 void reads7NestedLists(Probe& probe) {
-    const auto nested = [](int levels) {
-        std::string reply;
-        for (int i = 0; i < levels; ++i) {
-            reply += "*1\r\n";
-        }
-        return reply + ":1\r\n";
-    };
     // Later releases of hiredis read two more levels.
     readsOnly(probe, nested(7), nested(10), "does not speak");
 }
@@ -182,14 +190,58 @@ void keeps8Connections(Probe& probe) {
     probe.expect(openConnections(server.port()) == 8, "8 are kept");
 }
 
+// The first command, and the next one after a pause of half a second.
+void waits5Seconds(Probe& probe) {
+    if (probe.command.empty()) {
+        return;
+    }
+    const RawServer server;
+    const Machine machine;
+    std::thread run([&] {
+        command(probe.command, machine,
+                {"results", "--queue", "redis://127.0.0.1:" + std::to_string(server.port()) + "/0"}, 9000);
+    });
+    pauseMs(4500);
+    probe.expect(server.numConnections == 1, "the server has more than 4 s");
+    pauseMs(3000);
+    probe.expect(server.numConnections == 2, "it is asked again after 5 s");
+    run.join();
+}
+
+bool isRead(const std::string& reply) {
+    const RawServer server(reply);
+    const std::string url = "redis://127.0.0.1:" + std::to_string(server.port()) + "/0";
+    const CRYPTO_REDIS_SERVER place{sizeof place, url.c_str(), "", "", ""};
+    CRYPTO_REDIS* const redis = crypto_redis_open(&place);
+    BYTE ping[] = {'P', 'I', 'N', 'G'};
+    const CRYPT_DATA_BLOB word{sizeof ping, ping};
+    const CRYPTO_REDIS_VALUE* value = nullptr;
+    const bool isRead = crypto_redis_ask(redis, &word, 1, 20000, &value) != FALSE;
+    crypto_redis_close(redis);
+    return isRead;
+}
+
+void readsBoundedReplies(Probe& probe) {
+    const auto octets = [](std::size_t size) {
+        return '$' + std::to_string(size) + "\r\n" + std::string(size, 'x') + "\r\n";
+    };
+    probe.expect(isRead(octets(std::size_t{60} << 20)) && !isRead(octets((std::size_t{64} << 20) + 1)), "64 MiB");
+    probe.expect(isRead(listOf(65536)) && !isRead(listOf(65537)), "65536 elements");
+    // Later releases of hiredis read two more levels.
+    probe.expect(isRead(nested(7)) && !isRead(nested(10)), "7 nested lists");
+}
+
 }  // namespace
 
 std::vector<Driver> cacheDrivers() {
     constexpr const char* kCache = "the server of a [shared cache](shared-cache.md)";
+    constexpr const char* kQueue = "the server of a [queue](fleet.md)";
     return {
-        {kCache, "200 ms for each operation", waits200Ms},
+        {kQueue, "5 s for each command", waits5Seconds, 9},
+        {kQueue, "64 MiB, 65536 elements and 7 nested lists in a reply", readsBoundedReplies},
+        {kCache, "200 ms for all operations of a check, and for all slow ones of the process", waits200Ms},
         {kCache, "a pause of 5 to 60 s", pausesAfterFailures, 16},
-        {kCache, "64 MiB", reads64MiB},
+        {kCache, "the limits of CRLs and responses", readsAsMuchAsAResponse},
         {kCache, "65536 elements", reads65536Elements},
         {kCache, "7 nested lists in a reply", reads7NestedLists},
         {kCache, "8 idle connections", keeps8Connections},

@@ -34,6 +34,20 @@ void reads1MiBOfLine(Probe& probe) {
     }
 }
 
+void endsAtLineOf64MiB(Probe& probe) {
+    if (probe.command.empty()) {
+        return;
+    }
+    const Machine machine;
+    constexpr std::size_t kLimit = std::size_t{64} << 20;
+    for (const std::size_t size : {kLimit, kLimit + 1}) {
+        const std::string list = machine.folder().write("list", std::string(size, 'x') + "\nmissing.pem\n");
+        const testkit::ProcessResult result = command(probe.command, machine, {"check", "--from-file", list});
+        probe.expect((result.err.find("2 checked") != std::string::npos) == (size == kLimit),
+                     std::to_string(size) + " octets end a list");
+    }
+}
+
 // Lines of 4 KiB, so that few are on their way, through a FIFO; the only check takes longer than this waits.
 void holds2000Certificates(Probe& probe) {
     if (probe.command.empty()) {
@@ -100,6 +114,7 @@ std::vector<Driver> listDrivers() {
     constexpr const char* kList = "a list (`check --from-file`)";
     return {
         {kList, "1 MiB a line", reads1MiBOfLine},
+        {kList, "a list ends at a line of 64 MiB", endsAtLineOf64MiB},
         {kList, "2,000 certificates wait", holds2000Certificates, 6},
         {kList, "256 checks at a time", checks256AtATime},
         {kList, "64 for one responder", asksOneResponder64Times},
