@@ -217,10 +217,6 @@ void explainRoot(const CertificateToCheck& target, Verdict& verdict) {
     }
 }
 
-}  // namespace
-
-namespace {
-
 // `read` is passed the call, the verdict and the rule that a failure belongs to, and returns what to check.
 template <typename Read>
 Verdict checkWhat(const CheckerData& checker, std::optional<Nonce> nonce, Read read) {
