@@ -113,29 +113,47 @@ private:
 };
 
 // One run works in a directory at a time: two would run the hook for the same change, or overtake each other.
+//
+// A file that only its user can open is locked: a lock of the directory could be held by everybody who may read it. The
+// file stays, since a run that waits for a removed one would not exclude the next. No response has its name.
 class DirectoryLock {
 public:
-    /// Waits for another run, no longer than this. Throws std::runtime_error after that. A file system without locks is
-    /// used without them.
-    DirectoryLock(const std::string& path, std::chrono::milliseconds longest)
-        : directory_(::open(path.c_str(), O_RDONLY | O_DIRECTORY | O_CLOEXEC)) {
+    /// Waits for another run, no longer than this. Throws std::runtime_error after that, and when the file cannot be
+    /// opened. A file system without locks, or a directory that cannot be written, is used without them.
+    DirectoryLock(const std::string& path, std::chrono::milliseconds longest) : file_(opened(path)) {
         constexpr std::chrono::milliseconds kPause{50};
         const auto end = std::chrono::steady_clock::now() + longest;
-        while (directory_ >= 0 && ::flock(directory_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
+        while (file_ >= 0 && ::flock(file_, LOCK_EX | LOCK_NB) != 0 && errno == EWOULDBLOCK) {
             if (std::chrono::steady_clock::now() > end) {
-                ::close(directory_);
+                ::close(file_);
                 throw std::runtime_error(path + ": another run has been at work here for " +
                                          std::to_string(longest.count() / 1000) + " s; try again when it has ended");
             }
             std::this_thread::sleep_for(kPause);
         }
     }
-    ~DirectoryLock() { ::close(directory_); }
+    ~DirectoryLock() {
+        if (file_ >= 0) {
+            ::close(file_);
+        }
+    }
     DirectoryLock(const DirectoryLock&) = delete;
     DirectoryLock& operator=(const DirectoryLock&) = delete;
 
 private:
-    const int directory_;
+    static int opened(const std::string& directory) {
+        const std::string path = (fs::path(directory) / ".tallow.lock").string();
+        const int file =
+            ::open(path.c_str(), O_RDWR | O_CREAT | O_NOFOLLOW | O_NONBLOCK | O_CLOEXEC, S_IRUSR | S_IWUSR);
+        const int error = errno;
+        if (file < 0 && ::access(directory.c_str(), W_OK) == 0) {
+            throw std::runtime_error(path + ": cannot be opened: " + std::strerror(error) +
+                                     "; run as the user that it belongs to, or remove it");
+        }
+        return file;
+    }
+
+    const int file_;
 };
 
 class Run {

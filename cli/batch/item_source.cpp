@@ -139,9 +139,9 @@ void ItemSource::requireKept(const ListEntry& entry) const {
     }
 }
 
-// Before the first check, where the list can be read twice.
+// Before the first check, where the list can be read twice: reading standard input moves its position.
 void ItemSource::requireAllKept() const {
-    if (replaced_.isEmpty() || !reader_.part()) {
+    if (replaced_.isEmpty() || !reader_.part() || reader_.path() == "-") {
         return;
     }
     ListReader reader(reader_.path(), [] {});

@@ -44,7 +44,8 @@ void addResponder(BatchItem& item);
 class ItemSource {
 public:
     /// The options and inputs must outlive the object. Throws InputError when the list cannot be opened, and UsageError
-    /// when it names a file that an output would replace; if it is no regular file, next() throws that.
+    /// when it names a file that an output would replace; if it is no regular file, or standard input, next() throws
+    /// that.
     ItemSource(const CheckOptions& options, const RunInputs& inputs, std::function<void()> waiting);
 
     /// Nothing at the end. Throws InputError when the list cannot be read any further.

@@ -60,6 +60,19 @@ TEST_F(BatchTest, ReportsEveryLineAndTheSum) {
     EXPECT_THAT(text.err, testing::StartsWith("2 checked: 2 good, "));
 }
 
+TEST_F(BatchTest, ReadsStandardInputOnceWhenAnOutputIsReplaced) {
+    const std::string metrics = tallow.file("metrics.prom", std::string("old"));
+    for (const char* list : {"-", "/dev/stdin", "/proc/self/fd/0"}) {
+        const ProcessResult run =
+            ::run({"sh", "-c",
+                   std::string(TALLOW_COMMAND) + " check --settings " + tallow.folder().file("settings.toml") +
+                       " --trust " + root + " --url " + responderUrl() + " --metrics " + metrics + " --from-file " +
+                       list + " <" + listOf(tallow, leaf, 2)});
+        EXPECT_EQ(run.exitStatus, 0) << list << run.err;
+        EXPECT_THAT(run.err, HasSubstr("2 good"));
+    }
+}
+
 TEST_F(BatchTest, AsksOneHostAsOftenAtATimeAsPermitted) {
     std::mutex mutex;
     std::condition_variable changed;

@@ -86,7 +86,7 @@ TEST_F(StapleCommand, WritesOnlyNewerResponsesAndKeepsAValidOne) {
         const bool isWritten = row.action == std::string("written\n");
         EXPECT_EQ(contentOf(stored), isWritten ? std::string(row.body.begin(), row.body.end()) : before);
     }
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory), {}), 1);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory), {}), 2);  // and the lock
 }
 
 // What proves nothing is not kept, and not served as good.
@@ -164,12 +164,18 @@ TEST_F(StapleCommand, RunsTheHookForEachChangeUntilItSucceeds) {
     EXPECT_NE(::run({"sh", "-c", "kill -0 $(cat " + started + ")"}).exitStatus, 0);
     reply.status = 500;
     EXPECT_EQ(staple({"--name", "new", "--hook", "exit 7"}).exitStatus, 3);
-    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory), {}), 1);
+    EXPECT_EQ(std::distance(std::filesystem::directory_iterator(directory), {}), 2);  // and the lock
 }
 
 TEST_F(StapleCommand, WaitsForAnotherRunInItsDirectory) {
     reply.body = response(EntryStatus::kGood, 300);
-    const int other = ::open(directory.c_str(), O_RDONLY | O_CLOEXEC);
+    // A lock of the directory, which every reader can hold, does not count.
+    const int reader = ::open(directory.c_str(), O_RDONLY | O_CLOEXEC);
+    ASSERT_EQ(::flock(reader, LOCK_EX), 0);
+    EXPECT_EQ(staple({"--name", "first"}).exitStatus, 0);
+    const std::string lock = directory + "/.tallow.lock";
+    EXPECT_EQ(std::filesystem::status(lock).permissions(), std::filesystem::perms(0600));
+    const int other = ::open(lock.c_str(), O_RDWR | O_CLOEXEC);
     ASSERT_EQ(::flock(other, LOCK_EX), 0);
     expectOneLine(staple({"--timeout", "1"}), 3, {directory, "another run has been at work here for 1 s"});
     EXPECT_EQ(contentOf(stored), "");
@@ -179,6 +185,10 @@ TEST_F(StapleCommand, WaitsForAnotherRunInItsDirectory) {
     });
     EXPECT_EQ(staple().exitStatus, 0);
     end.join();
+    ::close(reader);
+    std::filesystem::remove(lock);
+    std::filesystem::create_symlink(leaf, lock);
+    expectOneLine(staple(), 3, {lock, "remove it"});
 }
 
 TEST_F(StapleCommand, ReportsWhatCannotBeWrittenAndGoesOn) {
