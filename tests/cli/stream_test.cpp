@@ -116,7 +116,7 @@ TEST_F(ResultFile, NeverReplacesAFileThatTheRunReads) {
          }) {
         const ProcessResult run =
             shell(tallow,
-                  "mkdir -p x; before=$(" + sum + "); status=0; { " + script + "; } || status=$?; rm -f d/*;" +
+                  "mkdir -p x; before=$(" + sum + "); status=0; { " + script + "; } || status=$?; rm -rf d;" +
                       " test \"$before\" = \"$(" + sum + ")\" && exit $status",
                   {responderUrl()});
         EXPECT_EQ(run.exitStatus, kExitUsage) << script << run.err;
