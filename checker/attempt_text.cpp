@@ -41,6 +41,7 @@ constexpr Silence kSilences[] = {
     {status::kAddressNotContacted, "is not contacted", "name the address yourself if it is right", Remedy::kAddress},
     {status::kHttpBadAnswer, "gave no usable answer", "check the address", Remedy::kAddress},
     {status::kHttpConnectionLost, "broke the connection", "try again later", Remedy::kNone},
+    {status::kTooManyOpenFiles, "could not be asked", "raise the limit of open files (ulimit -n)", Remedy::kNone},
     {status::kHttpModule, "could not be asked", "install tallow again, or restart this program after an upgrade",
      Remedy::kNone},
     {status::kHttpScheme, "could not be asked", "check the address", Remedy::kAddress},
