@@ -1,7 +1,6 @@
 #include "cli/input_files.h"
 
 #include <algorithm>
-#include <filesystem>
 #include <initializer_list>
 #include <new>
 #include <string_view>
@@ -17,10 +16,6 @@ constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kDashes = "-----";
 
 std::string readWhole(const std::string& path, std::size_t largest = kLargestFile) {
-    std::error_code error;
-    if (path != "-" && std::filesystem::is_directory(path, error)) {
-        throw InputError(path, "is a directory; name a file", status::kFileCorrupt);
-    }
     InputStream stream(path);
     std::string content;
     char part[65536];

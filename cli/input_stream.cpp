@@ -43,16 +43,26 @@ int opened(const std::string& path) {
 
 InputStream::InputStream(std::string path) : path_(std::move(path)), file_(opened(path_)) {
     struct stat info {};
-    if (::fstat(file_, &info) == 0 && S_ISREG(info.st_mode)) {
+    if (::fstat(file_, &info) != 0) {
+        return;  // reading says why
+    }
+    if (S_ISREG(info.st_mode)) {
         mayWait_ = false;
         size_ = static_cast<std::uint64_t>(info.st_size);
+    } else if (S_ISDIR(info.st_mode)) {
+        close();
+        throw InputError(path_, "is a directory; name a file", status::kFileCorrupt);
+    }
+}
+
+void InputStream::close() const {
+    if (path_ != "-") {
+        ::close(file_);
     }
 }
 
 InputStream::~InputStream() {
-    if (path_ != "-") {
-        ::close(file_);
-    }
+    close();
 }
 
 void InputStream::noteSilence() {

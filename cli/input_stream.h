@@ -27,6 +27,7 @@ public:
     std::uint64_t size() const { return size_; }
 
 private:
+    void close() const;
     void noteSilence();
 
     const std::string path_;

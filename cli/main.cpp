@@ -79,11 +79,12 @@ __attribute__((no_sanitize("address", "undefined"))) void expectExhaustedMemory(
 __attribute__((section(".preinit_array"), used)) void (*const firstInitialiser)() = expectExhaustedMemory;
 
 // If the caller closed a standard stream, a file or socket opened later would get its descriptor, and the result would
-// be written there. Opened only for reading, so that writing the result fails and is noticed.
+// be written there. Opened the wrong way round, so that using it fails and is noticed.
 bool occupyStandardStreams() {
     int opened = 0;
     while (opened >= 0 && opened <= 2) {
-        opened = ::open("/dev/null", O_RDONLY | O_CLOEXEC);
+        const bool isInputClosed = ::fcntl(STDIN_FILENO, F_GETFD) < 0;  // the next one gets its descriptor
+        opened = ::open("/dev/null", (isInputClosed ? O_WRONLY : O_RDONLY) | O_CLOEXEC);
     }
     return opened > 2 && ::close(opened) == 0;
 }
