@@ -49,17 +49,6 @@ PCCRYPT_OID_INFO hashNamed(const std::string& name) {
     return CryptFindOIDInfo(CRYPT_OID_INFO_NAME_KEY, key.data(), CRYPT_HASH_ALG_OID_GROUP_ID);
 }
 
-// Users write "SHA-256"; the service calls it "sha256".
-std::string plainName(const std::string& name) {
-    std::string plain;
-    for (const char c : name) {
-        if (c != '-') {
-            plain += c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
-        }
-    }
-    return plain;
-}
-
 // The library reads the policy once and traces each key. Read before the trace is opened, these lines do not hide what
 // happens to the certificates; `tallow settings` shows the values.
 void readPolicy() {
@@ -74,7 +63,7 @@ void readPolicy() {
 std::string toHashOid(const std::string& hash) {
     std::string oid = hash;
     PCCRYPT_OID_INFO info = CryptFindOIDInfo(CRYPT_OID_INFO_OID_KEY, oid.data(), CRYPT_HASH_ALG_OID_GROUP_ID);
-    for (const std::string& name : {hash, plainName(hash)}) {
+    for (const std::string& name : {hash, plainHashName(hash)}) {
         info = info == nullptr ? hashNamed(name) : info;
     }
     if (info == nullptr) {
@@ -108,6 +97,16 @@ void requireSettings() {
 }
 
 }  // namespace
+
+std::string plainHashName(const std::string& name) {
+    std::string plain;
+    for (const char c : name) {
+        if (c != '-') {
+            plain += c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c;
+        }
+    }
+    return plain;
+}
 
 Input issuerAmong(const std::vector<ATL2::CCertContext>& issuers, const ATL2::CCertContext& certificate) {
     if (issuers.empty()) {

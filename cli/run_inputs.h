@@ -55,6 +55,9 @@ Input issuerAmong(const std::vector<ATL2::CCertContext>& issuers, const ATL2::CC
 /// Adds the certificate in PEM. Each addition to a Trust copies it, so that many are added at once, as one text.
 void appendPem(std::string& text, const ATL2::CCertContext& certificate);
 
+/// The name of a hash as the service knows it, "sha256", of what people write: "SHA-256".
+std::string plainHashName(const std::string& name);
+
 /// The mistake in the settings file, with line and column; empty when there is none. A value of the wrong type is found
 /// when it is read.
 std::string settingsMistake();

@@ -289,7 +289,7 @@ private:
         } catch (const std::bad_alloc&) {
             throw;
         } catch (...) {
-            fail(result, explainCaught("reading the certificate"));
+            fail(result, explainCaught(item.step));
         }
         return result;
     }

@@ -59,7 +59,8 @@ void Bundles::learn(const std::string& group, const Verdict& verdict) {
     const auto accepted = std::find_if(verdict.attempts.begin(), verdict.attempts.end(),
                                        [](const Attempt& attempt) { return attempt.status == 0; });
     const std::scoped_lock lock(mutex_);
-    if (responders_.size() < kMostNoted && accepted != verdict.attempts.end()) {
+    if (responders_.size() < kMostNoted && verdict.responder.size() <= kLongestUrl &&
+        accepted != verdict.attempts.end()) {
         responders_.try_emplace(group, Responder{verdict.responder, accepted->source});
     }
 }

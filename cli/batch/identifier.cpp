@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "cli/input_files.h"
+#include "cli/run_inputs.h"
 #include "foundation/blob.h"
 #include "handles/exception.h"
 #include "handles/status.h"
@@ -20,7 +21,7 @@ std::string oidOf(const std::string& hash) {
                                                            {"sha256", "2.16.840.1.101.3.4.2.1"},
                                                            {"sha384", "2.16.840.1.101.3.4.2.2"},
                                                            {"sha512", "2.16.840.1.101.3.4.2.3"}};
-    const auto found = kNames.find(hash);
+    const auto found = kNames.find(plainHashName(hash));
     return found == kNames.end() ? hash : found->second;
 }
 

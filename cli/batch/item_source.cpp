@@ -10,6 +10,7 @@
 #include <utility>
 
 #include "checker/text/safe_text.h"
+#include "cli/batch/fingerprint.h"
 #include "cli/batch/flat_object.h"
 #include "cli/batch/responder_hosts.h"
 #include "cli/certificates_to_check.h"
@@ -23,6 +24,8 @@
 namespace tallow::cli {
 
 namespace {
+
+constexpr std::size_t kLongestName = 4096;
 
 bool isPem(const std::string& text) {
     return text.find("-----BEGIN ") != std::string::npos;
@@ -71,6 +74,18 @@ std::string thumbprintOf(const ATL2::CCertContext& certificate) {
     return hexText(hash);
 }
 
+// The lengths of an identifier's parts are part of it, and it means something only together with the issuer.
+std::string thumbprintOf(const Identifier& identifier, Input issuer) {
+    const ReceivedRequest::Asked asked = askedOf(identifier);
+    Fingerprint fingerprint;
+    fingerprint.add(asked.hashOid);
+    for (const Bytes* part : {&asked.issuerNameHash, &asked.issuerKeyHash, &asked.serial}) {
+        fingerprint.add(textOf(*part));
+    }
+    fingerprint.add(textOf(issuer));
+    return fingerprint.text();
+}
+
 std::string labelOf(const ListLine& line, const std::string& list) {
     return list + ':' + std::to_string(line.number);
 }
@@ -81,7 +96,8 @@ void requireKnown(const std::string& key, const std::string& label) {
     if (std::find(kKeys.begin(), kKeys.end(), key) == kKeys.end()) {
         const std::string near = closestName(key, kKeys);
         throw InputError(label, "has the key \"" + key + "\"; " +
-                                    (near.empty() ? "the keys are certificate, issuer, url and name"
+                                    (near.empty() ? "the keys are certificate, issuer, url and name, and those of an "
+                                                    "identifier: hash, issuerNameHash, issuerKeyHash and serial"
                                                   : "did you mean " + near + "?"));
     }
 }
@@ -103,6 +119,12 @@ ListEntry entryOfObject(const ListLine& line, const std::string& label) {
     entry.identifier = identifierIn(members, label);
     if (entry.certificate.empty() && !entry.identifier) {
         throw InputError(label, "names no certificate; add \"certificate\", a path or a text in PEM");
+    }
+    if (entry.name.size() > kLongestName || entry.url.size() > kLongestUrl) {
+        throw InputError(label,
+                         entry.url.size() > kLongestUrl
+                             ? "has a \"url\" of more than " + std::to_string(kLongestUrl) + " octets; shorten it"
+                             : "has a \"name\" of more than " + std::to_string(kLongestName) + " octets; shorten it");
     }
     if (const std::string mistake = mistakeInUrl("url", entry.url); !mistake.empty()) {
         throw InputError(label, mistake);
@@ -155,69 +177,79 @@ void ItemSource::requireAllKept() const {
 }
 
 std::optional<BatchItem> ItemSource::next() {
-    while (ready_.empty()) {
-        const std::optional<ListLine> line = reader_.next();
-        if (!line) {
-            return std::nullopt;
-        }
-        read(*line);
+    if (file_ && file_->numGiven < file_->files.toCheck.size()) {
+        return nextOfFile();
     }
-    BatchItem item = std::move(ready_.front());
-    ready_.pop();
-    return item;
+    file_.reset();
+    const std::optional<ListLine> line = reader_.next();
+    return line ? std::optional(read(*line)) : std::nullopt;
 }
 
 // A mistake in a line is the result of that line.
-void ItemSource::read(const ListLine& line) {
+BatchItem ItemSource::read(const ListLine& line) {
     std::string label = labelOf(line, reader_.path());
+    const char* step = "reading the line";
     try {
         const ListEntry entry = entryOf(line, reader_.path());
         label = entry.name;
         requireKept(entry);
-        entry.identifier ? readIdentifier(line, entry) : readEntry(line, entry);
+        if (entry.identifier) {
+            step = "reading the identifier";
+            return identifierOf(line, entry);
+        }
+        step = BatchItem().step;
+        openFile(line, entry);
+        return nextOfFile();
     } catch (const InputError&) {
-        ready_.push({line.number, 1, text::withoutLogin(label), std::current_exception()});
+        BatchItem item{line.number, 1, text::withoutLogin(label), std::current_exception()};
+        item.step = step;
+        file_.reset();
+        return item;
     }
 }
 
-void ItemSource::readEntry(const ListLine& line, const ListEntry& entry) {
+void ItemSource::openFile(const ListLine& line, const ListEntry& entry) {
     const bool isText = isPem(entry.certificate);
     if (!isText) {
         requireFile(entry.certificate);
     }
     CertificateFiles files =
         isText ? certificatesToCheckIn(entry.name, entry.certificate) : readCertificateFiles({entry.certificate});
-    const std::shared_ptr<const std::string> others = othersIn(files);
-    const auto crls =
-        files.crls.empty() ? nullptr : std::make_shared<const std::vector<std::string>>(std::move(files.crls));
-    std::size_t number = 0;
-    for (const ToCheck& one : files.toCheck) {
-        ++number;
-        if (one.failure) {
-            std::rethrow_exception(one.failure);
-        }
-        const std::string suffix = files.toCheck.size() == 1 ? "" : '#' + std::to_string(number);
-        BatchItem item{line.number, number, entry.name + suffix};
-        if (others) {
-            appendPem(item.certificate, one.certificate);
-        } else {
-            item.certificate = textOf(encodingOf(one.certificate));
-        }
-        item.others = others;
-        if (!options_.batch.resume.empty()) {
-            item.thumbprint = thumbprintOf(one.certificate);
-        }
-        item.start = startOf(one.certificate);
-        item.expiry = expiryOf(one.certificate);
-        item.issuer = issuerFor(entry, one.certificate);
-        item.url = entry.url;
-        item.crls = crls;
-        addResponders(item, one.certificate, options_.url);
-        ready_.push(std::move(item));
+    if (files.toCheck.front().failure) {
+        std::rethrow_exception(files.toCheck.front().failure);
     }
+    if (!entry.issuer.empty()) {
+        readIssuers(entry.issuer);
+    }
+    std::shared_ptr<const std::string> others = othersIn(files);
+    auto crls = files.crls.empty() ? nullptr : std::make_shared<const std::vector<std::string>>(std::move(files.crls));
+    file_ = File{line.number, entry, std::move(files), std::move(others), std::move(crls)};
 }
 
-void ItemSource::readIdentifier(const ListLine& line, const ListEntry& entry) {
+BatchItem ItemSource::nextOfFile() {
+    File& file = *file_;
+    const ATL2::CCertContext& certificate = file.files.toCheck[file.numGiven++].certificate;
+    const std::string suffix = file.files.toCheck.size() == 1 ? "" : '#' + std::to_string(file.numGiven);
+    BatchItem item{file.line, file.numGiven, file.entry.name + suffix};
+    if (file.others) {
+        appendPem(item.certificate, certificate);
+    } else {
+        item.certificate = textOf(encodingOf(certificate));
+    }
+    item.others = file.others;
+    if (!options_.batch.resume.empty()) {
+        item.thumbprint = thumbprintOf(certificate);
+    }
+    item.start = startOf(certificate);
+    item.expiry = expiryOf(certificate);
+    item.issuer = issuerFor(file.entry, certificate);
+    item.url = file.entry.url;
+    item.crls = file.crls;
+    addResponders(item, certificate, options_.url);
+    return item;
+}
+
+BatchItem ItemSource::identifierOf(const ListLine& line, const ListEntry& entry) {
     readIssuers(entry.issuer);
     const auto issuer = std::find_if(issuers_.begin(), issuers_.end(),
                                      [&entry](const auto& one) { return isIssuer(one, *entry.identifier); });
@@ -226,16 +258,26 @@ void ItemSource::readIdentifier(const ListLine& line, const ListEntry& entry) {
                          status::kIssuerMismatch);
     }
     BatchItem item{line.number, 1, entry.name};
+    item.step = "asking about the identifier";
     item.identifier = entry.identifier;
     item.issuer = issuersFrom(encodingOf(*issuer));
     item.url = entry.url;
+    if (!options_.batch.resume.empty()) {
+        item.thumbprint = thumbprintOf(*entry.identifier, encodingOf(*issuer));
+    }
     addResponder(item);
-    ready_.push(std::move(item));
+    return item;
 }
 
 void addResponder(BatchItem& item) {
     item.hosts = {hostOf(item.url)};
-    item.group = "identifiers " + item.url + ' ' + item.identifier->issuerKeyHash;
+    Fingerprint group;
+    group.add("identifiers");
+    group.add(item.url);
+    group.add(item.identifier->hash);
+    group.add(item.identifier->issuerNameHash);
+    group.add(item.identifier->issuerKeyHash);
+    item.group = group.text();
 }
 
 void addResponders(BatchItem& item, const ATL2::CCertContext& certificate, const std::string& urlOfOptions) {
@@ -244,15 +286,22 @@ void addResponders(BatchItem& item, const ATL2::CCertContext& certificate, const
     if (item.hosts.empty()) {
         item.hosts.emplace_back();
     }
+    Fingerprint group;
+    group.add("certificates");
     for (const std::string& host : item.hosts) {
-        item.group += host + ' ';
+        group.add(host);
     }
-    item.group += item.url + ' ';
+    group.add(item.url);
     const CERT_NAME_BLOB& issuer = certificate->pCertInfo->Issuer;
-    item.group.append(reinterpret_cast<const char*>(issuer.pbData), issuer.cbData);
+    group.add({reinterpret_cast<const char*>(issuer.pbData), issuer.cbData});
+    item.group = group.text();
 }
 
+// Many lines in a row usually name the same issuer.
 void ItemSource::readIssuers(const std::string& named) {
+    if (named == issuerNamed_) {
+        return;
+    }
     issuerNamed_.clear();
     try {
         if (isPem(named)) {
@@ -267,15 +316,10 @@ void ItemSource::readIssuers(const std::string& named) {
     issuerNamed_ = named;
 }
 
-// The issuer that the line names, before that of the options. Many lines in a row usually name the same one.
-std::string ItemSource::issuerFor(const ListEntry& entry, const ATL2::CCertContext& certificate) {
-    if (entry.issuer.empty()) {
-        return textOf(inputs_.issuerOf(certificate));
-    }
-    if (entry.issuer != issuerNamed_) {
-        readIssuers(entry.issuer);
-    }
-    return issuersFrom(issuerAmong(issuers_, certificate));
+// The issuer that the line names, before that of the options.
+std::string ItemSource::issuerFor(const ListEntry& entry, const ATL2::CCertContext& certificate) const {
+    return entry.issuer.empty() ? textOf(inputs_.issuerOf(certificate))
+                                : issuersFrom(issuerAmong(issuers_, certificate));
 }
 
 // One of the issuers that were read. The others follow, for the chain.

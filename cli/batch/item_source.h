@@ -12,12 +12,14 @@
 #pragma once
 
 #include <functional>
+#include <memory>
 #include <optional>
-#include <queue>
 #include <string>
+#include <vector>
 
 #include "cli/batch/batch_item.h"
 #include "cli/batch/list_reader.h"
+#include "cli/certificates_to_check.h"
 #include "cli/options.h"
 #include "cli/replaced_files.h"
 #include "cli/run_inputs.h"
@@ -54,21 +56,32 @@ public:
     const ListReader& reader() const { return reader_; }
 
 private:
+    // The file of the last line. Its items are made one at a time, since each has its own copy of the issuer.
+    struct File {
+        std::size_t line;
+        ListEntry entry;
+        CertificateFiles files;
+        std::shared_ptr<const std::string> others;             // as in BatchItem
+        std::shared_ptr<const std::vector<std::string>> crls;  // as in BatchItem
+        std::size_t numGiven = 0;
+    };
+
     void requireKept(const ListEntry& entry) const;
     void requireAllKept() const;
-    void read(const ListLine& line);
-    void readEntry(const ListLine& line, const ListEntry& entry);
-    void readIdentifier(const ListLine& line, const ListEntry& entry);
+    BatchItem read(const ListLine& line);
+    void openFile(const ListLine& line, const ListEntry& entry);
+    BatchItem nextOfFile();
+    BatchItem identifierOf(const ListLine& line, const ListEntry& entry);
     void readIssuers(const std::string& named);
     std::string issuersFrom(const Input& first) const;
-    std::string issuerFor(const ListEntry& entry, const ATL2::CCertContext& certificate);
+    std::string issuerFor(const ListEntry& entry, const ATL2::CCertContext& certificate) const;
 
     const CheckOptions& options_;
     const RunInputs& inputs_;
     const ReplacedFiles replaced_;
     ListReader reader_;
-    std::queue<BatchItem> ready_;  // of the last line
-    std::string issuerNamed_;      // the last issuer in the list, and its certificates
+    std::optional<File> file_;
+    std::string issuerNamed_;  // the last issuer in the list, and its certificates
     std::vector<ATL2::CCertContext> issuers_;
 };
 

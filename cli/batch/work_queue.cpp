@@ -9,9 +9,13 @@ namespace {
 
 constexpr std::size_t kMostOctets = std::size_t{64} << 20;
 
-// What is shared by the items of a file counts for each of them.
+// What is shared by the items of a file counts for each of them. An identifier and a fingerprint are short.
 std::size_t sizeOf(const BatchItem& item) {
-    std::size_t size = item.certificate.size() + item.issuer.size() + (item.others ? item.others->size() : 0);
+    std::size_t size = sizeof item + item.label.size() + item.certificate.size() + item.issuer.size() +
+                       item.url.size() + (item.others ? item.others->size() : 0);
+    for (const std::string& host : item.hosts) {
+        size += host.size();
+    }
     for (std::size_t i = 0; item.crls && i < item.crls->size(); ++i) {
         size += (*item.crls)[i].size();
     }
@@ -129,6 +133,9 @@ void WorkQueue::done(const BatchItem& item) {
             numRunning_.erase(running);
         }
     }
+    if (group.waiting.empty() && group.numRunning == 0) {
+        group.hosts = {};  // the next item of the group names them again
+    }
     forgetIdle();
     canTake_.notify_one();
     if (--numTaken_ == 0 && numWaiting_ == 0) {
@@ -136,8 +143,7 @@ void WorkQueue::done(const BatchItem& item) {
     }
 }
 
-// A group that is forgotten begins anew with one check. A group may name other hosts then, so only one without items is
-// forgotten.
+// A group that is forgotten begins anew with one check.
 void WorkQueue::forgetIdle() {
     constexpr std::size_t kMostGroups = 10000;
     if (groups_.size() > kMostGroups) {

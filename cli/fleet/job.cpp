@@ -15,8 +15,6 @@ namespace tallow::cli {
 
 namespace {
 
-constexpr std::size_t kLongestUrl = 2048;
-
 std::string pemOf(const std::string& name, const std::string& octets) {
     std::string text;
     for (const ATL2::CCertContext& certificate : certificatesAndCrlsIn(name, octets).certificates) {
@@ -94,6 +92,7 @@ BatchItem itemOf(const std::string& id, const std::string& job, const std::strin
             throw InputError(id, "the first certificate of its issuer does not fit the identifier",
                              status::kIssuerMismatch);
         }
+        item.step = "asking about the identifier";
         addResponder(item);
         return item;
     }

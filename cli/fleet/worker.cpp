@@ -315,7 +315,7 @@ private:
         } catch (const std::bad_alloc&) {
             throw;
         } catch (...) {
-            cli::fail(result, explainCaught("reading the certificate"));
+            cli::fail(result, explainCaught(item.step));
         }
         const bool isFailed = result.state == CertificateState::kError;
         // A failed check is made again after a while, by this worker or another one.

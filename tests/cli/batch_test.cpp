@@ -105,7 +105,8 @@ TEST_F(BatchTest, LosesNothingWithoutNoticeWhenTheOutputOrTheListEnds) {
     const ProcessResult full = run({"sh", "-c", base + " --from-file " + listOf(tallow, leaf, 300) + " >/dev/full"});
     EXPECT_EQ(full.exitStatus, 3);
     EXPECT_THAT(full.err, AllOf(HasSubstr("standard output cannot be written"), Not(HasSubstr(" 300 good"))));
-    EXPECT_THAT(run({"sh", "-c", base + " --from-file - </"}).err, HasSubstr("cannot be read after line 0"));
+    EXPECT_THAT(run({"sh", "-c", base + " --from-file - </"}).err, HasSubstr("is a directory"));
+    EXPECT_THAT(run({"sh", "-c", base + " --from-file - <&-"}).err, HasSubstr("cannot be read after line 0"));
 }
 
 TEST_F(BatchTest, ContinuesARunWithoutWhatHasAVerdict) {
@@ -261,6 +262,27 @@ TEST_F(BatchTest, AsksAboutSeveralCertificatesWhereTheResponderAnswersThat) {
     EXPECT_EQ(server.requests().size(), 13U);
 }
 
+TEST_F(BatchTest, AsksAboutIdentifiersAndRecordsThem) {
+    const CertIdSpec id = certIdOf(certs().good, certs().root, kSha256Oid);
+    const auto lineOf = [&](const std::string& hash, const std::string& serial) {
+        return R"({"hash":")" + hash + R"(","issuerNameHash":")" + toHex(id.issuerNameHash) + R"(","issuerKeyHash":")" +
+               toHex(id.issuerKeyHash) + R"(","serial":")" + serial + R"(","issuer":")" + root + R"(","url":")" +
+               responderUrl() + "\"}\n";
+    };
+    const std::string serial = toHex(id.serial);
+    const std::string list = tallow.file("list", lineOf("SHA-256", serial) + lineOf("sha256", "00" + serial) +
+                                                     lineOf("md4", serial) + lineOf("sha256", "x"));
+    const Arguments arguments{"--from-file", list, "--resume", tallow.folder().file("resume")};
+    const ProcessResult first = tallow.check(arguments);
+    EXPECT_THAT(first.err, AllOf(HasSubstr("4 checked: 2 good, 0 revoked, 0 unknown, 2 without answer"),
+                                 HasSubstr("list:3: reading the line: has no known \"hash\""),
+                                 HasSubstr("list:4: reading the line: is no identifier")));
+    EXPECT_THAT(tallow.check(arguments).err, HasSubstr("4 checked (2 of them before): 2 good"));
+    // The same line for another number is asked about.
+    tallow.file("list", lineOf("sha256", toHex(certIdOf(certs().revoked, certs().root).serial)));
+    EXPECT_THAT(tallow.check(arguments).err, HasSubstr("1 checked: 0 good, 1 revoked"));
+}
+
 TEST_F(BatchTest, RejectsWhatDoesNotGoWithAList) {
     const std::string list = listOf(tallow, leaf, 1);
     const std::string empty = tallow.file("empty", std::string("# nothing\n"));
@@ -277,6 +299,7 @@ TEST_F(BatchTest, RejectsWhatDoesNotGoWithAList) {
              Mistake{{"--jobs", "2", leaf}, "--from-file"},
              Mistake{{"--from-file", "missing"}, "missing: cannot be opened"},
              Mistake{{"--from-file", empty}, "names no certificate"},
+             Mistake{{"--from-file", "/"}, "is a directory"},
          }) {
         SCOPED_TRACE(testing::PrintToString(row.arguments));
         expectMistake(tallow.check(row.arguments), row.words);
@@ -288,12 +311,13 @@ TEST(ListLines, AreReadStrictly) {
         const char* text;
         const char* words;
     };
-    for (const Row& row : {Row{"{\"certificate\":\"a\",\"url\":\"ftp://a/\"}", "no http or https address"},
-                           Row{"{\"certifcate\":\"a\"}", "did you mean certificate?"},
-                           Row{"{\"url\":\"http://a/\"}", "names no certificate"},
-                           Row{"{\"certificate\":\"a\",\"certificate\":\"b\"}", "twice"},
-                           Row{"{\"certificate\":[[[[\"a\"]]]]}", "a list"}, Row{"{\"certificate\":\"a\"", "malformed"},
-                           Row{"{\"certificate\":\"a\\u0000b\"}", "octet 0"}}) {
+    for (const Row& row :
+         {Row{"{\"certificate\":\"a\",\"url\":\"ftp://a/\"}", "no http or https address"},
+          Row{"{\"certifcate\":\"a\"}", "did you mean certificate?"},
+          Row{"{\"url\":\"http://a/\"}", "names no certificate"},
+          Row{"{\"certificate\":\"a\",\"certificate\":\"b\"}", "twice"},
+          Row{"{\"certificate\":[[[[\"a\"]]]]}", "a list"}, Row{"{\"certificate\":\"a\"", "malformed"},
+          Row{"{\"certificate\":\"a\\u0000b\"}", "octet 0"}, Row{"{\"xyzzy\":\"a\"}", "issuerNameHash"}}) {
         try {
             static_cast<void>(entryOf({5, row.text, ""}, "list"));
             ADD_FAILURE() << row.text;
@@ -351,6 +375,24 @@ TEST(WorkQueue, ChecksTheFirstOfAGroupAloneAndLetsGroupsTakeTurns) {
     EXPECT_FALSE(large.put(small, std::chrono::milliseconds(1)));
     EXPECT_EQ(large.take().size(), 1U);
     EXPECT_TRUE(large.put(small, {}));
+    // Names and addresses count as well.
+    small.label.resize(std::size_t{32} << 20);
+    small.url.resize(std::size_t{32} << 20);
+    EXPECT_TRUE(large.put(small, {}));
+    EXPECT_FALSE(large.put(big, std::chrono::milliseconds(1)));
+}
+
+TEST(WorkQueue, KeepsGroupsApartWhoseTextsJoinedAreEqual) {
+    const auto groupOf = [](const std::string& url, const std::string& nameHash) {
+        BatchItem item;
+        item.url = url;
+        item.identifier = Identifier{"sha1", nameHash, "00", "01"};
+        addResponder(item);
+        return item.group;
+    };
+    EXPECT_NE(groupOf("http://a/1", "2"), groupOf("http://a/", "12"));
+    EXPECT_NE(groupOf("http://a/", "2"), groupOf("http://a/", "3"));
+    EXPECT_EQ(groupOf("http://a/" + std::string(2000, 'x'), "2").size(), 64U);
 }
 
 TEST(BatchTotals, AreWrittenForPeople) {
