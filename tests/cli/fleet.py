@@ -273,7 +273,7 @@ def check_login(place):
 
 def check_hostile_jobs(place):
     dead = f"http://127.0.0.1:{free_port()}/"
-    place.enqueue("dead", {**GOOD, "url": dead})
+    place.enqueue("dead", {**GOOD, "url": dead}, {**GOOD, "url": "http://169.254.0.1/"})
     garbage = [("x", "y"), ("id", "1", "job", "garbage"), ("id", "2", "job", '{"certificate": "/etc/passwd"}'),
                ("id", "3", "job", "[" * 100000), ("id", "../4", "job", "{}"), ("id", "5", "job", '{"certificate": ""}'),
                ("id", "6", "job", '{"certificate": "-----BEGIN CERTIFICATE-----\\nAAAA\\n-----END CERTIFICATE-----"}')]
@@ -285,10 +285,13 @@ def check_hostile_jobs(place):
     place.end(place.worker("d", "--until-empty"), "d")
     found, printed = place.results()
     assert printed.returncode == 3 and "2 entries are not results" in printed.stderr, printed
-    assert all(one["result"]["status"] == "error" for one in found) and len(found) == len(garbage) + 1, found
+    assert all(one["result"]["status"] == "error" for one in found) and len(found) == len(garbage) + 2, found
     assert "root:" not in printed.stdout
-    letters = place.results("--dead")[0]
-    assert [(place_of(one), one["attempts"]) for one in letters] == [("dead-1", 3)], letters
+    letters = sorted(place.results("--dead")[0], key=place_of)
+    assert [(place_of(one), one["attempts"]) for one in letters] == [("dead-1", 3), ("dead-2", 3)], letters
+    attempts = [one["result"]["attempts"][0] for one in letters]
+    assert {one["source"] for one in attempts} == {"job"}, attempts
+    assert "169.254.0.1 is a link-local" in attempts[1]["text"] and "neither the caller nor" in attempts[1]["text"], attempts
     refused = place.run("enqueue", "--run", "no/run", "--from-file", "-", text="")
     assert refused.returncode == 64 and refused.stderr.count("\n") == 1, refused
 
