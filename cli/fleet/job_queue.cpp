@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "cli/fleet/job.h"
+#include "cli/fleet/result_line.h"
 
 namespace tallow::cli {
 
@@ -23,8 +24,18 @@ constexpr const char* kKeepDoneSeconds = "604800";
 constexpr const char* kMostDead = "10000";
 constexpr const char* kLongestIdleMs = "3600000";  // of a worker without jobs, which is forgotten then
 constexpr const char* kAtOnceMs = "86400000";      // a job that was idle for so long is free for every worker
-constexpr std::size_t kMostTaken = 16;             // jobs in a reply, which has a limit
 constexpr std::size_t kMostLookedAt = 200;
+
+// Bounds of replies, in octets of the protocol. An entry has some octets besides its text: its id, that of the job, the
+// names of fields, lengths.
+constexpr std::size_t kAroundText = 512;
+constexpr std::size_t kMostTaken = 16;          // jobs in a reply
+constexpr std::size_t kMostShown = 16;          // results in a reply
+constexpr std::size_t kLargestPage = 4U << 20;  // after which a reply has no more results
+
+QueueServer::Bounds boundsOfJobs(std::size_t most, unsigned waitMs) {
+    return {most * (kLongestJob + kAroundText) + kAroundText, waitMs, true};
+}
 
 // A server that is out of memory refuses commands that may need more, except in a script that has written before. The
 // scripts that free memory in the end, or must not stop the workers, therefore begin with a write that needs none.
@@ -76,8 +87,9 @@ for _, row in ipairs(pending) do
         redis.call('HSET', KEYS[2], row[1], tries)
       end
       local fields = {id = '', job = ''}
-      for i = 1, #claimed[2], 2 do fields[claimed[2][i]] = string.sub(claimed[2][i + 1], 1, tonumber(ARGV[9])) end
-      table.insert(jobs, {row[1], fields.id, fields.job, tries})
+      for i = 1, #claimed[2], 2 do fields[claimed[2][i]] = claimed[2][i + 1] end
+      local id, job = string.sub(fields.id, 1, tonumber(ARGV[11])), string.sub(fields.job, 1, tonumber(ARGV[9]))
+      table.insert(jobs, {row[1], id, job, tries})
     else
       redis.call('XACK', KEYS[1], group, row[1])
     end
@@ -128,6 +140,21 @@ redis.call('XACK', KEYS[1], ARGV[1], ARGV[2])
 redis.call('XDEL', KEYS[1], ARGV[2])
 return 1)";
 
+// Only what is printed, and of a text that is too long only its length: anything may be in these streams.
+constexpr const char* kResultsScript = R"(
+local rows = redis.pcall('XRANGE', KEYS[1], ARGV[1], '+', 'COUNT', ARGV[2])
+if rows.err then return rows end
+local found, size = {}, 0
+for _, row in ipairs(rows) do
+  if size >= tonumber(ARGV[4]) then break end
+  local fields = {id = '', result = ''}
+  for i = 1, #row[2], 2 do fields[row[2][i]] = row[2][i + 1] end
+  local text = #fields.result > tonumber(ARGV[3]) and '' or fields.result
+  size = size + #text
+  table.insert(found, {row[1], string.sub(fields.id, 1, tonumber(ARGV[5])), text, #fields.result})
+end
+return found)";
+
 // Tokens of a bucket that fills by the rate, up to those of a second. The server's clock counts for all workers.
 constexpr const char* kTurnScript = R"(
 local time = redis.call('TIME')
@@ -163,25 +190,25 @@ std::string fieldOf(const QueueReply& fields, const char* name) {
 
 // After a loss of its data the server has no group; all jobs of the stream are then new.
 void JobQueue::makeGroup() {
-    static_cast<void>(server_.ask({"EVAL", kGroupScript, "2", kJobs, kTries, kGroup}, givesUp_));
+    static_cast<void>(server_.ask({"EVAL", kGroupScript, "2", kJobs, kTries, kGroup}, givesUp_, {}));
 }
 
-std::optional<QueueReply> JobQueue::ask(const QueueServer::Words& words, unsigned waitMs) {
-    std::optional<QueueReply> reply = server_.ask(words, givesUp_, waitMs);
+std::optional<QueueReply> JobQueue::ask(const QueueServer::Words& words, const QueueServer::Bounds& bounds) {
+    std::optional<QueueReply> reply = server_.ask(words, givesUp_, bounds);
     if (reply && reply->kind == CRYPTO_REDIS_ERROR) {
         makeGroup();
-        reply = server_.ask(words, givesUp_, waitMs);
+        reply = server_.ask(words, givesUp_, bounds);
     }
     return reply && reply->kind != CRYPTO_REDIS_ERROR ? reply : std::nullopt;
 }
 
 std::optional<long long> JobQueue::askNumber(const QueueServer::Words& words) {
-    const std::optional<QueueReply> reply = ask(words);
+    const std::optional<QueueReply> reply = ask(words, {});
     return reply && reply->kind == CRYPTO_REDIS_INTEGER ? std::optional(reply->number) : std::nullopt;
 }
 
 std::optional<long long> JobQueue::askNumberOnce(const QueueServer::Words& words) {
-    const std::optional<QueueReply> reply = server_.ask(words, [](milliseconds /*lost*/) { return true; });
+    const std::optional<QueueReply> reply = server_.ask(words, [](milliseconds /*lost*/) { return true; }, {});
     return reply && reply->kind == CRYPTO_REDIS_INTEGER ? std::optional(reply->number) : std::nullopt;
 }
 
@@ -212,10 +239,11 @@ std::optional<TakenJob> JobQueue::jobFrom(std::string entry, std::string id, std
 
 std::vector<TakenJob> JobQueue::take(const std::string& worker, std::size_t most, milliseconds wait) {
     const auto waitMs = static_cast<unsigned>(wait.count());
-    const std::optional<QueueReply> reply =
-        ask({"XREADGROUP", "GROUP", kGroup, worker, "COUNT", std::to_string(std::min(most, kMostTaken)), "BLOCK",
-             std::to_string(waitMs), "STREAMS", kJobs, ">"},
-            waitMs);
+    const std::size_t count = std::min(most, kMostTaken);
+    // Jobs of a reply that is too large are left: takeLeft gets them later, and shortens those that are too long.
+    const std::optional<QueueReply> reply = ask({"XREADGROUP", "GROUP", kGroup, worker, "COUNT", std::to_string(count),
+                                                 "BLOCK", std::to_string(waitMs), "STREAMS", kJobs, ">"},
+                                                boundsOfJobs(count, waitMs));
     std::vector<TakenJob> jobs;
     for (std::size_t i = 0; reply && i < reply->at(0).at(1).parts.size(); ++i) {
         const QueueReply& entry = reply->at(0).at(1).at(i);
@@ -228,10 +256,12 @@ std::vector<TakenJob> JobQueue::take(const std::string& worker, std::size_t most
 }
 
 std::vector<TakenJob> JobQueue::takeLeft(const std::string& worker, std::size_t most, milliseconds idle, bool& isAll) {
+    const std::size_t count = std::min(most, kMostTaken);
     const std::optional<QueueReply> reply =
         ask({"EVAL", kTakeLeftScript, "2", kJobs, kTries, kGroup, worker, std::to_string(idle.count()), nextLeft_,
-             std::to_string(std::min(most, kMostTaken)), std::to_string(kMostLookedAt), kWaiting, kLongestIdleMs,
-             std::to_string(kLongestJob + 1), kAlive});
+             std::to_string(count), std::to_string(kMostLookedAt), kWaiting, kLongestIdleMs,
+             std::to_string(kLongestJob + 1), kAlive, std::to_string(kLongestJobId + 1)},
+            boundsOfJobs(count, 0));
     nextLeft_ = reply && !reply->at(0).text.empty() ? reply->at(0).text : kStart;
     isAll = nextLeft_ == kStart;
     std::vector<TakenJob> jobs;
@@ -286,16 +316,27 @@ milliseconds JobQueue::claimTurn(const std::string& host, unsigned perSecond) {
     return milliseconds(std::clamp(wait.value_or(0), 0LL, 1000LL));
 }
 
-bool JobQueue::results(bool dead, const std::string& after, std::size_t most,
-                       std::vector<std::pair<std::string, std::string>>& found) {
+const char* JobQueue::nameOfResults(bool dead) {
+    return dead ? kDead : kResults;
+}
+
+bool JobQueue::results(bool dead, const std::string& after, std::vector<QueuedResult>& found) {
     found.clear();
-    const std::optional<QueueReply> reply = ask(
-        {"XRANGE", dead ? kDead : kResults, after == "-" ? after : '(' + after, "+", "COUNT", std::to_string(most)});
+    const std::optional<QueueReply> reply =
+        ask({"EVAL", kResultsScript, "1", nameOfResults(dead), after == kStart ? after : '(' + after,
+             std::to_string(kMostShown), std::to_string(kLongestResult), std::to_string(kLargestPage),
+             std::to_string(kLongestJobId + 1)},
+            {kLargestPage + kLongestResult + kMostShown * kAroundText});
     if (!reply || reply->kind != CRYPTO_REDIS_ARRAY) {
         return false;
     }
-    for (const QueueReply& entry : reply->parts) {
-        found.emplace_back(entry.at(0).text, fieldOf(entry.at(1), "result"));
+    for (const QueueReply& row : reply->parts) {
+        if (!isJobId(row.at(0).text)) {
+            return false;
+        }
+        const std::string& job = row.at(1).text;
+        found.push_back({row.at(0).text, isJobId(job) ? job : "", row.at(2).text,
+                         static_cast<std::size_t>(std::max(0LL, row.at(3).number))});
     }
     return true;
 }

@@ -17,6 +17,14 @@
 
 namespace tallow::cli {
 
+/// An entry among the results or the dead letters.
+struct QueuedResult {
+    std::string entry;         // in the stream
+    std::string job;           // its id, if the entry names one
+    std::string text;          // anything
+    std::size_t sizeText = 0;  // in octets; when it is more than a result may have, `text` is empty
+};
+
 /// A job as a worker got it.
 struct TakenJob {
     std::string entry;       // in the stream
@@ -71,14 +79,15 @@ public:
     /// How long to wait before one more check may ask this host; 0: it may now, and counts.
     std::chrono::milliseconds claimTurn(const std::string& host, unsigned perSecond);
 
-    /// Up to `most` results after the entry `after` ("-": from the start): entry and text. False when it gave up.
-    [[nodiscard]] bool results(bool dead, const std::string& after, std::size_t most,
-                               std::vector<std::pair<std::string, std::string>>& found);
+    /// Some results after the entry `after` (kStart: all); none at the end. False when it gave up.
+    [[nodiscard]] bool results(bool dead, const std::string& after, std::vector<QueuedResult>& found);
+    /// The stream that they are in, for messages.
+    static const char* nameOfResults(bool dead);
     /// Removes results. False when it gave up.
     [[nodiscard]] bool remove(const std::vector<std::string>& entries);
 
 private:
-    std::optional<QueueReply> ask(const QueueServer::Words& words, unsigned waitMs = 0);
+    std::optional<QueueReply> ask(const QueueServer::Words& words, const QueueServer::Bounds& bounds);
     // The same for a command that the server answers with a number: no other answer is one.
     std::optional<long long> askNumber(const QueueServer::Words& words);
     std::optional<long long> askNumberOnce(const QueueServer::Words& words);
