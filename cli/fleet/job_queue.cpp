@@ -15,6 +15,7 @@ constexpr const char* kJobs = "tallow:jobs";
 constexpr const char* kResults = "tallow:results";
 constexpr const char* kDead = "tallow:dead";
 constexpr const char* kTries = "tallow:tries";   // by entry: how many attempts failed
+constexpr const char* kOpen = "tallow:open";     // by run: how many jobs have no result so far
 constexpr const char* kDone = "tallow:done:";    // and the id of the job: it has its final result
 constexpr const char* kRate = "tallow:rate:";    // and the host
 constexpr const char* kAlive = "tallow:alive:";  // and the worker: it is there
@@ -45,16 +46,23 @@ constexpr const char* kGroupScript = R"(
 redis.call('HDEL', KEYS[2], '-')
 return redis.pcall('XGROUP', 'CREATE', KEYS[1], ARGV[1], '0', 'MKSTREAM'))";
 
-// The digest keeps the result of another certificate from counting, which had the same place in another list.
+// The digest keeps the result of another certificate from counting, which had the same place in another list. Counts
+// of runs begin anew with an empty queue, so that a mistake in them does not stay. They are written last: after a
+// command that removes something, a server without memory would not refuse the jobs.
 constexpr const char* kAddScript = R"(
-if redis.call('XLEN', KEYS[1]) >= tonumber(ARGV[1]) then return -1 end
+local waiting = redis.call('XLEN', KEYS[1])
+if waiting >= tonumber(ARGV[1]) then return -1 end
 local added = 0
-for i = 3, #ARGV, 2 do
+for i = 4, #ARGV, 2 do
   local id = ARGV[i] .. '.' .. string.sub(redis.sha1hex(ARGV[i + 1]), 1, 16)
   if redis.call('EXISTS', ARGV[2] .. id) == 0 then
     redis.call('XADD', KEYS[1], '*', 'id', id, 'job', ARGV[i + 1])
     added = added + 1
   end
+end
+if added > 0 then
+  if waiting == 0 then redis.call('DEL', KEYS[2]) end
+  redis.call('HSET', KEYS[2], ARGV[3], added + (tonumber(redis.call('HGET', KEYS[2], ARGV[3]) or 0) or 0))
 end
 return added)";
 
@@ -137,8 +145,15 @@ if redis.call('SET', KEYS[4], '1', 'NX', 'EX', ARGV[6]) then
   end
 end
 redis.call('XACK', KEYS[1], ARGV[1], ARGV[2])
-redis.call('XDEL', KEYS[1], ARGV[2])
+if redis.call('XDEL', KEYS[1], ARGV[2]) == 1 then
+  local open = tonumber(redis.call('HGET', KEYS[6], ARGV[10]) or 0) or 0
+  if open > 1 then redis.call('HSET', KEYS[6], ARGV[10], open - 1) else redis.call('HDEL', KEYS[6], ARGV[10]) end
+end
 return 1)";
+
+constexpr const char* kNumJobsScript = R"(
+local open = tonumber(redis.call('HGET', KEYS[2], ARGV[1]) or 0) or 0
+return math.min(open, redis.call('XLEN', KEYS[1])))";
 
 // Only what is printed, and of a text that is too long only its length: anything may be in these streams.
 constexpr const char* kResultsScript = R"(
@@ -213,7 +228,8 @@ std::optional<long long> JobQueue::askNumberOnce(const QueueServer::Words& words
 }
 
 JobQueue::Added JobQueue::add(const std::vector<std::pair<std::string, std::string>>& jobs) {
-    QueueServer::Words words{"EVAL", kAddScript, "1", kJobs, std::to_string(kMostJobs), kDone};
+    const std::string run = jobs.empty() ? std::string() : runOf(jobs.front().first);
+    QueueServer::Words words{"EVAL", kAddScript, "2", kJobs, kOpen, std::to_string(kMostJobs), kDone, run};
     for (const auto& [id, job] : jobs) {
         words.push_back(id);
         words.push_back(job);
@@ -295,13 +311,16 @@ bool JobQueue::handBack(const std::string& worker, const std::vector<TakenJob>& 
 bool JobQueue::finish(const std::string& worker, const TakenJob& job, const std::string& result, bool isDead,
                       unsigned keep) {
     const std::string letter = isDead ? job.job.substr(0, kLongestJob) + ' ' : std::string();
-    return askNumber({"EVAL", kFinishScript, "5", kJobs, kResults, kDead, kDone + job.id, kTries, kGroup, job.entry,
-                      job.id, result, std::to_string(keep), kKeepDoneSeconds, letter, kMostDead, worker})
+    return askNumber({"EVAL", kFinishScript, "6", kJobs, kResults, kDead, kDone + job.id, kTries, kOpen, kGroup,
+                      job.entry, job.id, result, std::to_string(keep), kKeepDoneSeconds, letter, kMostDead, worker,
+                      runOf(job.id)})
         .has_value();
 }
 
-std::optional<std::size_t> JobQueue::numJobs() {
-    const std::optional<long long> number = askNumber({"XLEN", kJobs});
+std::optional<std::size_t> JobQueue::numJobs(const std::string& run) {
+    const std::optional<long long> number =
+        askNumber(run.empty() ? QueueServer::Words{"XLEN", kJobs}
+                              : QueueServer::Words{"EVAL", kNumJobsScript, "2", kJobs, kOpen, run});
     return number ? std::optional(static_cast<std::size_t>(std::max(0LL, *number))) : std::nullopt;
 }
 

@@ -71,8 +71,8 @@ public:
                               unsigned keep);
     /// Since when the server has answered without interruption.
     std::chrono::steady_clock::time_point answeringSince() { return server_.answeringSince(); }
-    /// How many jobs wait or are being checked; nothing when it gave up.
-    std::optional<std::size_t> numJobs();
+    /// How many jobs wait or are being checked, of this run or (empty) of all; nothing when it gave up.
+    std::optional<std::size_t> numJobs(const std::string& run = "");
     /// Takes the worker off the list, if it has no job. Tries once.
     void leave(const std::string& worker);
 

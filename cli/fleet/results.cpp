@@ -104,8 +104,9 @@ Outcome runResults(const ResultsOptions& options, std::ostream& out) {
         outcome.err += leftOut.summary();
         outcome.exitStatus = outcome.exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
     }
-    if (const std::optional<std::size_t> numJobs = queue.numJobs(); numJobs && *numJobs != 0) {
-        outcome.err += "tallow: jobs of all runs without a result so far: " + groupedNumber(*numJobs) + '\n';
+    if (const std::optional<std::size_t> numJobs = queue.numJobs(options.run); numJobs && *numJobs != 0) {
+        outcome.err += "tallow: jobs of " + (options.run.empty() ? "all runs" : "the run " + options.run) +
+                       " without a result so far: " + groupedNumber(*numJobs) + '\n';
     }
     return outcome;
 }

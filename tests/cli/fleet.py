@@ -187,8 +187,13 @@ def check_takeovers(place):
 
 
 def check_ending(place):
-    """What was not begun is given back at once."""
+    """What was not begun is given back at once; and jobs without a result are counted by run."""
     place.enqueue("end", *[GOOD] * 12)
+    place.enqueue("another", GOOD)
+    for run, count in (("end", 12), ("another", 1), ("third", 0)):
+        note = f"tallow: jobs of the run {run} without a result so far: {count}\n"
+        assert (note in place.results("--run", run)[1].stderr) == (count != 0), place.results("--run", run)
+    assert "jobs of all runs without a result so far: 13\n" in place.results()[1].stderr
     begun = time.monotonic()
     worker = place.worker("j", "--rate", "1", "--claim-after", "600", "--jobs", "9")
     place.wait_for(lambda: place.owners() == {"j"} and int(place.ask("XLEN", "tallow:results")) > 0)
@@ -198,7 +203,8 @@ def check_ending(place):
     assert "j" not in place.consumers()
     place.end(place.worker("k", "--until-empty", "--claim-after", "4"), "k")
     found = place.results("--remove")[0]
-    assert len(found) == 12 and {one["attempts"] for one in found} == {1} and time.monotonic() - begun < 60, found
+    assert len(found) == 13 and {one["attempts"] for one in found} == {1} and time.monotonic() - begun < 60, found
+    assert place.ask("EXISTS", "tallow:open") == "0\n", place.ask("HGETALL", "tallow:open")
 
 
 def check_identifiers(place):
