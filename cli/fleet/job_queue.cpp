@@ -25,6 +25,7 @@ constexpr const char* kKeepDoneSeconds = "604800";
 constexpr const char* kMostDead = "10000";
 constexpr const char* kLongestIdleMs = "3600000";  // of a worker without jobs, which is forgotten then
 constexpr const char* kAtOnceMs = "86400000";      // a job that was idle for so long is free for every worker
+constexpr long long kLatestMs = 1LL << 50;         // of a server's clock
 constexpr std::size_t kMostLookedAt = 200;
 
 // Bounds of replies, in octets of the protocol. An entry has some octets besides its text: its id, that of the job, the
@@ -68,8 +69,15 @@ return added)";
 
 // Takes over jobs that were not held for some time. That of a worker which is no longer there has failed once more; one
 // whose worker is there was handed back, or its delivery was lost on the way. Forgets workers that ended.
+//
+// A clock that is set forward makes all jobs old and all workers absent at once: nothing is taken over before they
+// could say that they are there. One that is set back would make jobs wait until it is as late as before: they seem to
+// be given away just now, and are given to their owner once more, by the clock as it is.
 constexpr const char* kTakeLeftScript = R"(
 local group, worker, idle, most, look = ARGV[1], ARGV[2], tonumber(ARGV[3]), tonumber(ARGV[5]), tonumber(ARGV[6])
+local time = redis.call('TIME')
+local now = time[1] * 1000 + math.floor(time[2] / 1000)
+if now - tonumber(ARGV[12]) >= idle / 2 then return {'', {}, now, 1} end
 local pending = redis.pcall('XPENDING', KEYS[1], group, ARGV[4], '+', look)
 if pending.err then return pending end
 local function isAlive(name)
@@ -86,7 +94,9 @@ local jobs, next = {}, ''
 for _, row in ipairs(pending) do
   if #jobs == most then break end
   next = '(' .. row[1]
-  if row[3] >= idle then
+  if row[3] == 0 then
+    redis.call('XCLAIM', KEYS[1], group, row[2], 0, row[1], 'JUSTID')
+  elseif row[3] >= idle then
     local claimed = redis.call('XCLAIM', KEYS[1], group, worker, idle, row[1])[1]
     if claimed then
       local tries = tonumber(redis.call('HGET', KEYS[2], row[1]) or 0) or 0
@@ -104,7 +114,7 @@ for _, row in ipairs(pending) do
   end
 end
 if #pending < look and #jobs < most then next = '' end
-return {next, jobs})";
+return {next, jobs, now, 0})";
 
 // Only what the worker still has: another one may have taken it over.
 constexpr const char* kHoldScript = R"(
@@ -116,7 +126,7 @@ for i = 4, #ARGV do
     redis.call('XCLAIM', KEYS[1], ARGV[1], ARGV[2], 0, ARGV[i], 'JUSTID')
   end
 end
-return 1)";
+return tonumber(redis.call('TIME')[1]))";
 
 constexpr const char* kHandBackScript = R"(
 for i = 5, #ARGV, 2 do
@@ -273,11 +283,19 @@ std::vector<TakenJob> JobQueue::take(const std::string& worker, std::size_t most
 
 std::vector<TakenJob> JobQueue::takeLeft(const std::string& worker, std::size_t most, milliseconds idle, bool& isAll) {
     const std::size_t count = std::min(most, kMostTaken);
+    const auto sinceLooked = std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - lookedAt_);
+    // What the server's clock shows by now, if nothing has set it.
+    const long long serverMs = lookedAtServerMs_ == 0 ? kLatestMs : lookedAtServerMs_ + sinceLooked.count();
     const std::optional<QueueReply> reply =
         ask({"EVAL", kTakeLeftScript, "2", kJobs, kTries, kGroup, worker, std::to_string(idle.count()), nextLeft_,
              std::to_string(count), std::to_string(kMostLookedAt), kWaiting, kLongestIdleMs,
-             std::to_string(kLongestJob + 1), kAlive, std::to_string(kLongestJobId + 1)},
+             std::to_string(kLongestJob + 1), kAlive, std::to_string(kLongestJobId + 1), std::to_string(serverMs)},
             boundsOfJobs(count, 0));
+    lookedAt_ = std::chrono::steady_clock::now();
+    lookedAtServerMs_ = reply ? std::clamp(reply->at(2).number, 0LL, kLatestMs) : 0;
+    if (reply && reply->at(3).number != 0) {
+        setAt_ = lookedAt_;
+    }
     nextLeft_ = reply && !reply->at(0).text.empty() ? reply->at(0).text : kStart;
     isAll = nextLeft_ == kStart;
     std::vector<TakenJob> jobs;
@@ -291,11 +309,14 @@ std::vector<TakenJob> JobQueue::takeLeft(const std::string& worker, std::size_t 
     return jobs;
 }
 
-void JobQueue::hold(const std::string& worker, const std::vector<std::string>& entries, milliseconds idle) {
+std::optional<std::chrono::sys_seconds> JobQueue::hold(const std::string& worker,
+                                                       const std::vector<std::string>& entries, milliseconds idle) {
     QueueServer::Words words{"EVAL",          kHoldScript, "2",    kJobs,
                              kAlive + worker, kGroup,      worker, std::to_string(idle.count())};
     words.insert(words.end(), entries.begin(), entries.end());
-    static_cast<void>(askNumberOnce(words));
+    const std::optional<long long> now = askNumberOnce(words);
+    return now ? std::optional(std::chrono::sys_seconds(std::chrono::seconds(std::clamp(*now, 0LL, kLatestMs / 1000))))
+               : std::nullopt;
 }
 
 bool JobQueue::handBack(const std::string& worker, const std::vector<TakenJob>& jobs, bool isFailed) {

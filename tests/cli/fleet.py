@@ -1,8 +1,8 @@
 #!/usr/bin/env python3
 """Workers on a queue of a real redis-server: they are killed, the server stops for a while, jobs always fail, the stream
-contains garbage, and the server has no memory left. Every job has exactly one final result.
+contains garbage, the server has no memory left, and its clock is set. Every job has exactly one final result.
 
-  fleet.py TALLOW
+  fleet.py TALLOW SHIFTED-CLOCK
 """
 import collections
 import json
@@ -33,8 +33,11 @@ def free_port():
 class Place:
     """A PKI with its responder, a server for the queue, and the commands of a fleet."""
 
-    def __init__(self, tallow, directory):
+    def __init__(self, tallow, shifted_clock, directory):
         self.tallow, self.directory, self.pki = tallow, directory, directory / "pki"
+        self.clock = directory / "clock"
+        self.set_clock(0)
+        self.server_environment = dict(os.environ, LD_PRELOAD=shifted_clock, SHIFTED_CLOCK=str(self.clock))
         subprocess.run([ROOT / "examples/pki/make-pki", self.pki], check=True, stdout=subprocess.DEVNULL)
         (self.pki / "settings.toml").touch()
         (self.pki / "list").write_text("good.pem\nunknown.pem\n")
@@ -45,8 +48,14 @@ class Place:
 
     def serve(self, *options):
         self.servers.append(subprocess.Popen(["redis-server", "--bind", "127.0.0.1", "--save", "", "--dir",
-                                              self.directory, *options], stdout=subprocess.DEVNULL))
+                                              self.directory, *options], stdout=subprocess.DEVNULL,
+                                             env=self.server_environment))
         return self.servers[-1]
+
+    def set_clock(self, seconds):
+        """Of the servers; in one step, so that they never read half a number."""
+        (self.directory / "clock.new").write_text(str(seconds))
+        (self.directory / "clock.new").rename(self.clock)
 
     def wait_for(self, condition):
         end = time.monotonic() + LIMIT
@@ -314,12 +323,36 @@ def check_hostile_jobs(place):
     assert refused.returncode == 64 and refused.stderr.count("\n") == 1, refused
 
 
+def check_clock(place):
+    """One of the server that is set forward takes no job from a worker, and one that is set back keeps none."""
+    with socket.create_server(("127.0.0.1", 0)) as silent:
+        place.ask("DEL", "tallow:results", "tallow:dead")
+        place.enqueue("clock", {**GOOD, "url": f"http://127.0.0.1:{silent.getsockname()[1]}/"})
+        workers = [place.worker("n")]
+        place.wait_for(lambda: place.owners() == {"n"})
+        workers.append(place.worker("o"))
+        time.sleep(2)  # it looks for jobs that were left
+        place.ask("XGROUP", "CREATECONSUMER", "tallow:jobs", "workers", "ended")
+        for hours in range(1, 7):
+            place.set_clock(hours * 3600)
+            time.sleep(1)
+            assert place.owners() == {"n"} and place.ask("EXISTS", "tallow:tries") == "0\n", (hours, place.owners())
+        assert "s behind that of the server; set the one" in place.log("o"), place.log("o")
+        place.wait_for(lambda: place.consumers() - {"+waiting"} == {"n"})
+        workers[0].kill()
+        place.set_clock(0)
+        place.wait_for(lambda: place.owners() == {"o"})
+        for worker in workers:
+            worker.kill()
+            worker.wait()
+
+
 def main():
     if shutil.which("redis-server") is None:
         print("skipped: redis-server is not installed")
         return 0
     with tempfile.TemporaryDirectory() as directory:
-        place = Place(str(Path(sys.argv[1]).resolve()), Path(directory))
+        place = Place(*(str(Path(one).resolve()) for one in sys.argv[1:]), Path(directory))
         try:
             refused = check_login(place)
             check_fleet(place)
@@ -328,6 +361,7 @@ def main():
             check_identifiers(place)
             check_limits(place)
             check_hostile_jobs(place)
+            check_clock(place)
             for one, why in zip(refused, ("refuses the login: WRONGPASS", "certificate")):
                 _, err = one.communicate(timeout=LIMIT)
                 assert one.returncode == 3 and why in err and err.count("\n") == 2, err
