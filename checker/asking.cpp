@@ -81,6 +81,10 @@ void fillRequest(Call& call, const CertificateToCheck& target, Nonce nonce) {
     call.request().put_UseNonce(nonce != Nonce::kOff);
 }
 
+bool isChosen(ResponderSource source) {
+    return source != ResponderSource::kCertificate && source != ResponderSource::kUntrusted;
+}
+
 Asking::Asking(Call& call, const CertificateToCheck& target, Nonce nonce, Verdict& verdict)
     : call_(call), target_(target), nonce_(nonce), verdict_(verdict) {}
 
@@ -88,7 +92,7 @@ std::vector<Asking::Responder> Asking::responders(std::vector<Attempt>& skipped)
     std::vector<Responder> all;
     const Options& options = call_.checker().options;
     for (const std::string& url : options.responders) {
-        all.push_back({url, options.respondersFrom != ResponderSource::kCertificate, options.respondersFrom});
+        all.push_back({url, isChosen(options.respondersFrom), options.respondersFrom});
     }
     if (!all.empty()) {
         return all;

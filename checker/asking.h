@@ -18,6 +18,9 @@ Nonce nonceOf(const Call& call);
 /// the hash of its identifier.
 void fillRequest(Call& call, const CertificateToCheck& target, Nonce nonce);
 
+/// Whether the caller or the administrator chose the address: it is then asked wherever it leads.
+bool isChosen(ResponderSource source);
+
 /// The whole check of one certificate. `nonce` overrides options and policy.
 Verdict checkCertificate(const CheckerData& checker, Input certificate, Input issuer, std::optional<Nonce> nonce);
 

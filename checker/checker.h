@@ -116,6 +116,7 @@ enum class ResponderSource {
     kCertificate,     ///< the certificate, in its authority information access
     kIssuerProperty,  ///< the side file of the issuer in a store
     kPolicy,          ///< the administrator (DefaultOCSPURL)
+    kUntrusted,       ///< an author of requests, as of a job in a queue; trusted no more than a certificate
 };
 
 /// What the caller can change so that the next check gets further.
@@ -263,8 +264,8 @@ struct Options {
     std::optional<std::chrono::milliseconds> timeout{};
     /// Asked instead of the addresses in the certificate, in this order.
     std::vector<std::string> responders{};
-    /// Where they come from. With kCertificate they are refused where those of a certificate are, for example private
-    /// addresses.
+    /// Where they come from. With kCertificate and kUntrusted they are refused where those of a certificate are, for
+    /// example private addresses.
     ResponderSource respondersFrom = ResponderSource::kCaller;
     /// Absent: what the administrator's policy says; else kTry. RequireNonce of the policy holds whatever is set here.
     std::optional<Nonce> nonce{};
@@ -411,8 +412,8 @@ public:
 
     /// Sends a request as it is. The answer is read and its nonce compared, but **nothing is verified**.
     [[nodiscard]] Sent send(Input request, const std::string& url) const;
-    /// The same for an address from another source: with kCertificate the address is refused where that of a
-    /// certificate would be, for example a private one.
+    /// The same for an address from another source: with kCertificate and kUntrusted the address is refused where that
+    /// of a certificate would be, for example a private one.
     [[nodiscard]] Sent send(Input request, const std::string& url, ResponderSource source) const;
 
     /// Whether a request is intact and who signed it.

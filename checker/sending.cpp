@@ -42,7 +42,7 @@ std::optional<Rejection> exchange(Call& call, Input bytes, const std::string& ur
     std::optional<Rejection> rejection;
     bool isAnswered = false;
     try {
-        const Orvane::CBlob body = exchange.ask({text::wide(url), source != ResponderSource::kCertificate});
+        const Orvane::CBlob body = exchange.ask({text::wide(url), isChosen(source)});
         isAnswered = true;
         sent.answer = bytesOf(body);
         rejection = rejectAnswer(call, body, nonce);

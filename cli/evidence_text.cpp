@@ -63,6 +63,8 @@ const char* nameOf(ResponderSource source) {
             return "issuer properties";
         case ResponderSource::kPolicy:
             return "policy";
+        case ResponderSource::kUntrusted:
+            return "job";
     }
     return "option";
 }

@@ -12,7 +12,7 @@ namespace tallow::cli {
 const char* nameOf(Step step);
 /// "issuer", "delegate", "policy"; empty for none.
 const char* nameOf(Authority authority);
-/// "option", "certificate", "issuer properties" or "policy".
+/// "option", "certificate", "issuer properties", "policy" or "job".
 const char* nameOf(ResponderSource source);
 /// "given", "trust", "store", "download"; empty for none.
 const char* nameOf(IssuerSource source);

@@ -30,6 +30,8 @@ std::string whoNamed(ResponderSource source) {
             return "named by the side file of the issuer";
         case ResponderSource::kPolicy:
             return "named by the policy (DefaultOCSPURL)";
+        case ResponderSource::kUntrusted:
+            return "named by the job";
     }
     return "named with --url";
 }

@@ -14,7 +14,7 @@ Options Checkers::optionsFor(const BatchItem& item) const {
     Options options = options_;
     if (!item.url.empty()) {
         options.responders = {item.url};
-        options.respondersFrom = item.isUrlForeign ? ResponderSource::kCertificate : ResponderSource::kCaller;
+        options.respondersFrom = item.isUrlForeign ? ResponderSource::kUntrusted : ResponderSource::kCaller;
     }
     return options;
 }

@@ -36,7 +36,12 @@ std::string checkedPem(const std::string& id, const std::string& key, const std:
 
 bool isJobId(const std::string& text) {
     constexpr const char* kLetters = "ABCDEFGHIJKLMNOPQRSTUVWXYZabcdefghijklmnopqrstuvwxyz0123456789.-_";
-    return !text.empty() && text.size() <= 128 && text.find_first_not_of(kLetters) == std::string::npos;
+    return !text.empty() && text.size() <= kLongestJobId && text.find_first_not_of(kLetters) == std::string::npos;
+}
+
+std::string runOf(const std::string& id) {
+    const std::size_t hyphen = id.rfind('-');
+    return hyphen == std::string::npos ? std::string() : id.substr(0, hyphen);
 }
 
 std::string jobOf(const BatchItem& item) {
@@ -97,6 +102,9 @@ BatchItem itemOf(const std::string& id, const std::string& job, const std::strin
         return item;
     }
     const std::string certificate = checkedPem(id, "certificate", members["certificate"]);
+    if (certificate.empty()) {
+        throw InputError(id, "contains no certificate", status::kInvalidData);
+    }
     const auto read = certificatesAndCrlsIn("certificate", certificate).certificates;
     if (read.size() != 1) {
         throw InputError(id, "contains " + std::to_string(read.size()) + " certificates to check instead of one",

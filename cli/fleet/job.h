@@ -14,8 +14,9 @@
 
 namespace tallow::cli {
 
-/// The longest job in octets.
+/// The longest job, and the longest id of one, in octets.
 inline constexpr std::size_t kLongestJob = 1U << 20;
+inline constexpr std::size_t kLongestJobId = 128;
 
 /// Throws InputError for a certificate with so many others that the job would be too long.
 std::string jobOf(const BatchItem& item);
@@ -23,6 +24,9 @@ std::string jobOf(const BatchItem& item);
 /// The certificate or identifier to check, with its responders; `urlOfOptions` is asked where the job names none.
 /// Throws InputError, beginning with `id`, for anything else.
 BatchItem itemOf(const std::string& id, const std::string& job, const std::string& urlOfOptions);
+
+/// The name of the run in the id of a job; empty when it has none.
+std::string runOf(const std::string& id);
 
 /// Whether it can name a job: 1 to 128 letters, digits, dots, hyphens and underscores.
 bool isJobId(const std::string& text);

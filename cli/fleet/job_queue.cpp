@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "cli/fleet/job.h"
+#include "cli/fleet/result_line.h"
 
 namespace tallow::cli {
 
@@ -14,6 +15,7 @@ constexpr const char* kJobs = "tallow:jobs";
 constexpr const char* kResults = "tallow:results";
 constexpr const char* kDead = "tallow:dead";
 constexpr const char* kTries = "tallow:tries";   // by entry: how many attempts failed
+constexpr const char* kOpen = "tallow:open";     // by run: how many jobs have no result so far
 constexpr const char* kDone = "tallow:done:";    // and the id of the job: it has its final result
 constexpr const char* kRate = "tallow:rate:";    // and the host
 constexpr const char* kAlive = "tallow:alive:";  // and the worker: it is there
@@ -23,8 +25,19 @@ constexpr const char* kKeepDoneSeconds = "604800";
 constexpr const char* kMostDead = "10000";
 constexpr const char* kLongestIdleMs = "3600000";  // of a worker without jobs, which is forgotten then
 constexpr const char* kAtOnceMs = "86400000";      // a job that was idle for so long is free for every worker
-constexpr std::size_t kMostTaken = 16;             // jobs in a reply, which has a limit
+constexpr long long kLatestMs = 1LL << 50;         // of a server's clock
 constexpr std::size_t kMostLookedAt = 200;
+
+// Bounds of replies, in octets of the protocol. An entry has some octets besides its text: its id, that of the job, the
+// names of fields, lengths.
+constexpr std::size_t kAroundText = 512;
+constexpr std::size_t kMostTaken = 16;          // jobs in a reply
+constexpr std::size_t kMostShown = 16;          // results in a reply
+constexpr std::size_t kLargestPage = 4U << 20;  // after which a reply has no more results
+
+QueueServer::Bounds boundsOfJobs(std::size_t most, unsigned waitMs) {
+    return {most * (kLongestJob + kAroundText) + kAroundText, waitMs, true};
+}
 
 // A server that is out of memory refuses commands that may need more, except in a script that has written before. The
 // scripts that free memory in the end, or must not stop the workers, therefore begin with a write that needs none.
@@ -34,23 +47,37 @@ constexpr const char* kGroupScript = R"(
 redis.call('HDEL', KEYS[2], '-')
 return redis.pcall('XGROUP', 'CREATE', KEYS[1], ARGV[1], '0', 'MKSTREAM'))";
 
-// The digest keeps the result of another certificate from counting, which had the same place in another list.
+// The digest keeps the result of another certificate from counting, which had the same place in another list. Counts
+// of runs begin anew with an empty queue, so that a mistake in them does not stay. They are written last: after a
+// command that removes something, a server without memory would not refuse the jobs.
 constexpr const char* kAddScript = R"(
-if redis.call('XLEN', KEYS[1]) >= tonumber(ARGV[1]) then return -1 end
+local waiting = redis.call('XLEN', KEYS[1])
+if waiting >= tonumber(ARGV[1]) then return -1 end
 local added = 0
-for i = 3, #ARGV, 2 do
+for i = 4, #ARGV, 2 do
   local id = ARGV[i] .. '.' .. string.sub(redis.sha1hex(ARGV[i + 1]), 1, 16)
   if redis.call('EXISTS', ARGV[2] .. id) == 0 then
     redis.call('XADD', KEYS[1], '*', 'id', id, 'job', ARGV[i + 1])
     added = added + 1
   end
 end
+if added > 0 then
+  if waiting == 0 then redis.call('DEL', KEYS[2]) end
+  redis.call('HSET', KEYS[2], ARGV[3], added + (tonumber(redis.call('HGET', KEYS[2], ARGV[3]) or 0) or 0))
+end
 return added)";
 
 // Takes over jobs that were not held for some time. That of a worker which is no longer there has failed once more; one
 // whose worker is there was handed back, or its delivery was lost on the way. Forgets workers that ended.
+//
+// A clock that is set forward makes all jobs old and all workers absent at once: nothing is taken over before they
+// could say that they are there. One that is set back would make jobs wait until it is as late as before: they seem to
+// be given away just now, and are given to their owner once more, by the clock as it is.
 constexpr const char* kTakeLeftScript = R"(
 local group, worker, idle, most, look = ARGV[1], ARGV[2], tonumber(ARGV[3]), tonumber(ARGV[5]), tonumber(ARGV[6])
+local time = redis.call('TIME')
+local now = time[1] * 1000 + math.floor(time[2] / 1000)
+if now - tonumber(ARGV[12]) >= idle / 2 then return {'', {}, now, 1} end
 local pending = redis.pcall('XPENDING', KEYS[1], group, ARGV[4], '+', look)
 if pending.err then return pending end
 local function isAlive(name)
@@ -67,7 +94,9 @@ local jobs, next = {}, ''
 for _, row in ipairs(pending) do
   if #jobs == most then break end
   next = '(' .. row[1]
-  if row[3] >= idle then
+  if row[3] == 0 then
+    redis.call('XCLAIM', KEYS[1], group, row[2], 0, row[1], 'JUSTID')
+  elseif row[3] >= idle then
     local claimed = redis.call('XCLAIM', KEYS[1], group, worker, idle, row[1])[1]
     if claimed then
       local tries = tonumber(redis.call('HGET', KEYS[2], row[1]) or 0) or 0
@@ -76,15 +105,16 @@ for _, row in ipairs(pending) do
         redis.call('HSET', KEYS[2], row[1], tries)
       end
       local fields = {id = '', job = ''}
-      for i = 1, #claimed[2], 2 do fields[claimed[2][i]] = string.sub(claimed[2][i + 1], 1, tonumber(ARGV[9])) end
-      table.insert(jobs, {row[1], fields.id, fields.job, tries})
+      for i = 1, #claimed[2], 2 do fields[claimed[2][i]] = claimed[2][i + 1] end
+      local id, job = string.sub(fields.id, 1, tonumber(ARGV[11])), string.sub(fields.job, 1, tonumber(ARGV[9]))
+      table.insert(jobs, {row[1], id, job, tries})
     else
       redis.call('XACK', KEYS[1], group, row[1])
     end
   end
 end
 if #pending < look and #jobs < most then next = '' end
-return {next, jobs})";
+return {next, jobs, now, 0})";
 
 // Only what the worker still has: another one may have taken it over.
 constexpr const char* kHoldScript = R"(
@@ -96,7 +126,7 @@ for i = 4, #ARGV do
     redis.call('XCLAIM', KEYS[1], ARGV[1], ARGV[2], 0, ARGV[i], 'JUSTID')
   end
 end
-return 1)";
+return tonumber(redis.call('TIME')[1]))";
 
 constexpr const char* kHandBackScript = R"(
 for i = 5, #ARGV, 2 do
@@ -125,8 +155,30 @@ if redis.call('SET', KEYS[4], '1', 'NX', 'EX', ARGV[6]) then
   end
 end
 redis.call('XACK', KEYS[1], ARGV[1], ARGV[2])
-redis.call('XDEL', KEYS[1], ARGV[2])
+if redis.call('XDEL', KEYS[1], ARGV[2]) == 1 then
+  local open = tonumber(redis.call('HGET', KEYS[6], ARGV[10]) or 0) or 0
+  if open > 1 then redis.call('HSET', KEYS[6], ARGV[10], open - 1) else redis.call('HDEL', KEYS[6], ARGV[10]) end
+end
 return 1)";
+
+constexpr const char* kNumJobsScript = R"(
+local open = tonumber(redis.call('HGET', KEYS[2], ARGV[1]) or 0) or 0
+return math.min(open, redis.call('XLEN', KEYS[1])))";
+
+// Only what is printed, and of a text that is too long only its length: anything may be in these streams.
+constexpr const char* kResultsScript = R"(
+local rows = redis.pcall('XRANGE', KEYS[1], ARGV[1], '+', 'COUNT', ARGV[2])
+if rows.err then return rows end
+local found, size = {}, 0
+for _, row in ipairs(rows) do
+  if size >= tonumber(ARGV[4]) then break end
+  local fields = {id = '', result = ''}
+  for i = 1, #row[2], 2 do fields[row[2][i]] = row[2][i + 1] end
+  local text = #fields.result > tonumber(ARGV[3]) and '' or fields.result
+  size = size + #text
+  table.insert(found, {row[1], string.sub(fields.id, 1, tonumber(ARGV[5])), text, #fields.result})
+end
+return found)";
 
 // Tokens of a bucket that fills by the rate, up to those of a second. The server's clock counts for all workers.
 constexpr const char* kTurnScript = R"(
@@ -163,30 +215,31 @@ std::string fieldOf(const QueueReply& fields, const char* name) {
 
 // After a loss of its data the server has no group; all jobs of the stream are then new.
 void JobQueue::makeGroup() {
-    static_cast<void>(server_.ask({"EVAL", kGroupScript, "2", kJobs, kTries, kGroup}, givesUp_));
+    static_cast<void>(server_.ask({"EVAL", kGroupScript, "2", kJobs, kTries, kGroup}, givesUp_, {}));
 }
 
-std::optional<QueueReply> JobQueue::ask(const QueueServer::Words& words, unsigned waitMs) {
-    std::optional<QueueReply> reply = server_.ask(words, givesUp_, waitMs);
+std::optional<QueueReply> JobQueue::ask(const QueueServer::Words& words, const QueueServer::Bounds& bounds) {
+    std::optional<QueueReply> reply = server_.ask(words, givesUp_, bounds);
     if (reply && reply->kind == CRYPTO_REDIS_ERROR) {
         makeGroup();
-        reply = server_.ask(words, givesUp_, waitMs);
+        reply = server_.ask(words, givesUp_, bounds);
     }
     return reply && reply->kind != CRYPTO_REDIS_ERROR ? reply : std::nullopt;
 }
 
 std::optional<long long> JobQueue::askNumber(const QueueServer::Words& words) {
-    const std::optional<QueueReply> reply = ask(words);
+    const std::optional<QueueReply> reply = ask(words, {});
     return reply && reply->kind == CRYPTO_REDIS_INTEGER ? std::optional(reply->number) : std::nullopt;
 }
 
 std::optional<long long> JobQueue::askNumberOnce(const QueueServer::Words& words) {
-    const std::optional<QueueReply> reply = server_.ask(words, [](milliseconds /*lost*/) { return true; });
+    const std::optional<QueueReply> reply = server_.ask(words, [](milliseconds /*lost*/) { return true; }, {});
     return reply && reply->kind == CRYPTO_REDIS_INTEGER ? std::optional(reply->number) : std::nullopt;
 }
 
 JobQueue::Added JobQueue::add(const std::vector<std::pair<std::string, std::string>>& jobs) {
-    QueueServer::Words words{"EVAL", kAddScript, "1", kJobs, std::to_string(kMostJobs), kDone};
+    const std::string run = jobs.empty() ? std::string() : runOf(jobs.front().first);
+    QueueServer::Words words{"EVAL", kAddScript, "2", kJobs, kOpen, std::to_string(kMostJobs), kDone, run};
     for (const auto& [id, job] : jobs) {
         words.push_back(id);
         words.push_back(job);
@@ -212,10 +265,11 @@ std::optional<TakenJob> JobQueue::jobFrom(std::string entry, std::string id, std
 
 std::vector<TakenJob> JobQueue::take(const std::string& worker, std::size_t most, milliseconds wait) {
     const auto waitMs = static_cast<unsigned>(wait.count());
-    const std::optional<QueueReply> reply =
-        ask({"XREADGROUP", "GROUP", kGroup, worker, "COUNT", std::to_string(std::min(most, kMostTaken)), "BLOCK",
-             std::to_string(waitMs), "STREAMS", kJobs, ">"},
-            waitMs);
+    const std::size_t count = std::min(most, kMostTaken);
+    // Jobs of a reply that is too large are left: takeLeft gets them later, and shortens those that are too long.
+    const std::optional<QueueReply> reply = ask({"XREADGROUP", "GROUP", kGroup, worker, "COUNT", std::to_string(count),
+                                                 "BLOCK", std::to_string(waitMs), "STREAMS", kJobs, ">"},
+                                                boundsOfJobs(count, waitMs));
     std::vector<TakenJob> jobs;
     for (std::size_t i = 0; reply && i < reply->at(0).at(1).parts.size(); ++i) {
         const QueueReply& entry = reply->at(0).at(1).at(i);
@@ -228,10 +282,20 @@ std::vector<TakenJob> JobQueue::take(const std::string& worker, std::size_t most
 }
 
 std::vector<TakenJob> JobQueue::takeLeft(const std::string& worker, std::size_t most, milliseconds idle, bool& isAll) {
+    const std::size_t count = std::min(most, kMostTaken);
+    const auto sinceLooked = std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - lookedAt_);
+    // What the server's clock shows by now, if nothing has set it.
+    const long long serverMs = lookedAtServerMs_ == 0 ? kLatestMs : lookedAtServerMs_ + sinceLooked.count();
     const std::optional<QueueReply> reply =
         ask({"EVAL", kTakeLeftScript, "2", kJobs, kTries, kGroup, worker, std::to_string(idle.count()), nextLeft_,
-             std::to_string(std::min(most, kMostTaken)), std::to_string(kMostLookedAt), kWaiting, kLongestIdleMs,
-             std::to_string(kLongestJob + 1), kAlive});
+             std::to_string(count), std::to_string(kMostLookedAt), kWaiting, kLongestIdleMs,
+             std::to_string(kLongestJob + 1), kAlive, std::to_string(kLongestJobId + 1), std::to_string(serverMs)},
+            boundsOfJobs(count, 0));
+    lookedAt_ = std::chrono::steady_clock::now();
+    lookedAtServerMs_ = reply ? std::clamp(reply->at(2).number, 0LL, kLatestMs) : 0;
+    if (reply && reply->at(3).number != 0) {
+        setAt_ = lookedAt_;
+    }
     nextLeft_ = reply && !reply->at(0).text.empty() ? reply->at(0).text : kStart;
     isAll = nextLeft_ == kStart;
     std::vector<TakenJob> jobs;
@@ -245,11 +309,14 @@ std::vector<TakenJob> JobQueue::takeLeft(const std::string& worker, std::size_t 
     return jobs;
 }
 
-void JobQueue::hold(const std::string& worker, const std::vector<std::string>& entries, milliseconds idle) {
+std::optional<std::chrono::sys_seconds> JobQueue::hold(const std::string& worker,
+                                                       const std::vector<std::string>& entries, milliseconds idle) {
     QueueServer::Words words{"EVAL",          kHoldScript, "2",    kJobs,
                              kAlive + worker, kGroup,      worker, std::to_string(idle.count())};
     words.insert(words.end(), entries.begin(), entries.end());
-    static_cast<void>(askNumberOnce(words));
+    const std::optional<long long> now = askNumberOnce(words);
+    return now ? std::optional(std::chrono::sys_seconds(std::chrono::seconds(std::clamp(*now, 0LL, kLatestMs / 1000))))
+               : std::nullopt;
 }
 
 bool JobQueue::handBack(const std::string& worker, const std::vector<TakenJob>& jobs, bool isFailed) {
@@ -265,13 +332,16 @@ bool JobQueue::handBack(const std::string& worker, const std::vector<TakenJob>& 
 bool JobQueue::finish(const std::string& worker, const TakenJob& job, const std::string& result, bool isDead,
                       unsigned keep) {
     const std::string letter = isDead ? job.job.substr(0, kLongestJob) + ' ' : std::string();
-    return askNumber({"EVAL", kFinishScript, "5", kJobs, kResults, kDead, kDone + job.id, kTries, kGroup, job.entry,
-                      job.id, result, std::to_string(keep), kKeepDoneSeconds, letter, kMostDead, worker})
+    return askNumber({"EVAL", kFinishScript, "6", kJobs, kResults, kDead, kDone + job.id, kTries, kOpen, kGroup,
+                      job.entry, job.id, result, std::to_string(keep), kKeepDoneSeconds, letter, kMostDead, worker,
+                      runOf(job.id)})
         .has_value();
 }
 
-std::optional<std::size_t> JobQueue::numJobs() {
-    const std::optional<long long> number = askNumber({"XLEN", kJobs});
+std::optional<std::size_t> JobQueue::numJobs(const std::string& run) {
+    const std::optional<long long> number =
+        askNumber(run.empty() ? QueueServer::Words{"XLEN", kJobs}
+                              : QueueServer::Words{"EVAL", kNumJobsScript, "2", kJobs, kOpen, run});
     return number ? std::optional(static_cast<std::size_t>(std::max(0LL, *number))) : std::nullopt;
 }
 
@@ -286,16 +356,27 @@ milliseconds JobQueue::claimTurn(const std::string& host, unsigned perSecond) {
     return milliseconds(std::clamp(wait.value_or(0), 0LL, 1000LL));
 }
 
-bool JobQueue::results(bool dead, const std::string& after, std::size_t most,
-                       std::vector<std::pair<std::string, std::string>>& found) {
+const char* JobQueue::nameOfResults(bool dead) {
+    return dead ? kDead : kResults;
+}
+
+bool JobQueue::results(bool dead, const std::string& after, std::vector<QueuedResult>& found) {
     found.clear();
-    const std::optional<QueueReply> reply = ask(
-        {"XRANGE", dead ? kDead : kResults, after == "-" ? after : '(' + after, "+", "COUNT", std::to_string(most)});
+    const std::optional<QueueReply> reply =
+        ask({"EVAL", kResultsScript, "1", nameOfResults(dead), after == kStart ? after : '(' + after,
+             std::to_string(kMostShown), std::to_string(kLongestResult), std::to_string(kLargestPage),
+             std::to_string(kLongestJobId + 1)},
+            {kLargestPage + kLongestResult + kMostShown * kAroundText});
     if (!reply || reply->kind != CRYPTO_REDIS_ARRAY) {
         return false;
     }
-    for (const QueueReply& entry : reply->parts) {
-        found.emplace_back(entry.at(0).text, fieldOf(entry.at(1), "result"));
+    for (const QueueReply& row : reply->parts) {
+        if (!isJobId(row.at(0).text)) {
+            return false;
+        }
+        const std::string& job = row.at(1).text;
+        found.push_back({row.at(0).text, isJobId(job) ? job : "", row.at(2).text,
+                         static_cast<std::size_t>(std::max(0LL, row.at(3).number))});
     }
     return true;
 }

@@ -10,6 +10,7 @@
 
 #include "checker/text/safe_text.h"
 #include "cli/input_files.h"
+#include "platform/support/support_service.h"
 
 namespace tallow::cli {
 
@@ -23,7 +24,7 @@ constexpr milliseconds kTick{100};
 constexpr unsigned kTimeoutMs = 5000;
 
 QueueReply copied(const CRYPTO_REDIS_VALUE& value) {
-    QueueReply reply{value.dwKind, std::string(value.pbText, value.cbText), value.iValue, {}};
+    QueueReply reply{value.dwKind, std::string(value.pbText, value.cbText), value.iValue};
     for (DWORD i = 0; i < value.cValue; ++i) {
         reply.parts.push_back(copied(value.rgValue[i]));
     }
@@ -88,7 +89,7 @@ QueueServer::Handle QueueServer::take() {
     return last;
 }
 
-std::optional<QueueReply> QueueServer::askOnce(const Words& words, unsigned waitMs, std::string& fault) {
+std::optional<QueueReply> QueueServer::askOnce(const Words& words, const Bounds& bounds, std::string& fault) {
     Handle redis = take();
     std::vector<CRYPT_DATA_BLOB> blobs;
     for (const std::string& word : words) {
@@ -97,12 +98,18 @@ std::optional<QueueReply> QueueServer::askOnce(const Words& words, unsigned wait
                          const_cast<BYTE*>(reinterpret_cast<const BYTE*>(word.data()))});  // NOLINT
     }
     const CRYPTO_REDIS_VALUE* reply = nullptr;
-    if (crypto_redis_ask(redis.get(), blobs.data(), static_cast<DWORD>(blobs.size()), kTimeoutMs + waitMs, &reply) ==
-        FALSE) {
+    if (crypto_redis_ask(redis.get(), blobs.data(), static_cast<DWORD>(blobs.size()), kTimeoutMs + bounds.waitMs,
+                         static_cast<DWORD>(bounds.largestReply), &reply) == FALSE) {
+        if (GetLastError() == ERROR_MORE_DATA && bounds.returnsTooLarge) {
+            QueueReply none;
+            none.isTooLarge = true;
+            return none;
+        }
         fault = crypto_redis_fault(redis.get());
         return std::nullopt;
     }
     QueueReply copy = copied(*reply);
+    crypto_redis_release(redis.get());
     // After another error the name may lead to another server by now: to the new one after a failover, for example.
     if (copy.kind != CRYPTO_REDIS_ERROR || isOfGroup(copy)) {
         const std::scoped_lock lock(mutex_);
@@ -132,14 +139,14 @@ std::chrono::steady_clock::time_point QueueServer::answeringSince() {
     return answeringSince_;
 }
 
-std::optional<QueueReply> QueueServer::ask(const Words& words, const Patience& givesUp, unsigned waitMs) {
+std::optional<QueueReply> QueueServer::ask(const Words& words, const Patience& givesUp, const Bounds& bounds) {
     const auto begun = std::chrono::steady_clock::now();
     const auto lost = [begun] {
         return std::chrono::duration_cast<milliseconds>(std::chrono::steady_clock::now() - begun);
     };
     for (milliseconds pause = kFirstPause;; pause = std::min(2 * pause, kLongestPause)) {
         std::string fault;
-        std::optional<QueueReply> reply = askOnce(words, waitMs, fault);
+        std::optional<QueueReply> reply = askOnce(words, bounds, fault);
         if (reply && (reply->kind != CRYPTO_REDIS_ERROR || isOfGroup(*reply))) {
             noteBack();
             return reply;

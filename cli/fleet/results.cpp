@@ -1,8 +1,8 @@
 #include "cli/fleet/results.h"
 
-#include <algorithm>
-#include <ostream>
-#include <utility>
+#include <iostream>
+#include <optional>
+#include <string>
 #include <vector>
 
 #include "cli/batch/batch_totals.h"
@@ -16,13 +16,38 @@ namespace tallow::cli {
 
 namespace {
 
-constexpr std::size_t kPage = 16;  // of dead letters with jobs and results of 1 MiB; a reply has a limit
 constexpr std::chrono::seconds kPatience{30};
 
-// Entries of another run.
-bool isOfRun(const std::string& job, const std::string& run) {
-    return run.empty() || (job.starts_with(run + '-') && job.find('-', run.size() + 1) == std::string::npos);
-}
+// Entries that cannot be printed. Any of them may be in the place of a result.
+class LeftOut {
+public:
+    explicit LeftOut(bool dead) : stream_(JobQueue::nameOfResults(dead)) {}
+
+    void add(const QueuedResult& found) {
+        if (++count_ > kMostNamed) {
+            return;
+        }
+        const std::string cause = found.sizeText > kLongestResult
+                                      ? "it has " + groupedNumber(found.sizeText) + " octets, more than the " +
+                                            groupedNumber(kLongestResult) + " of a result"
+                                      : "it is not a result of a worker";
+        std::cerr << "tallow: the entry " + found.entry + " of " + stream_ +
+                         (found.job.empty() ? "" : ", of the job " + found.job + ',') + " was left out: " + cause +
+                         "; check its certificate again under another --run, and remove it with redis-cli XDEL " +
+                         stream_ + ' ' + found.entry + '\n';
+    }
+    bool isEmpty() const { return count_ == 0; }
+    std::string summary() const {
+        return "tallow: " + groupedNumber(count_) +
+               (count_ == 1 ? " entry is not a result and was left out\n"
+                            : " entries are not results and were left out\n");
+    }
+
+private:
+    static constexpr std::size_t kMostNamed = 10;
+    const std::string stream_;
+    std::size_t count_ = 0;
+};
 
 Outcome notComplete(const BatchTotals& totals) {
     return {"",
@@ -40,23 +65,26 @@ Outcome runResults(const ResultsOptions& options, std::ostream& out) {
     }
     JobQueue queue(options.queue, patienceOf(kPatience));
     BatchTotals totals;
-    std::size_t numUnreadable = 0;
-    std::string after = "-";
-    std::vector<std::pair<std::string, std::string>> page;
-    do {
-        if (!queue.results(options.dead, after, kPage, page) || (!page.empty() && page.back().first == after)) {
+    LeftOut leftOut(options.dead);
+    std::string after = JobQueue::kStart;
+    std::vector<QueuedResult> page;
+    for (;;) {
+        if (!queue.results(options.dead, after, page) || (!page.empty() && page.back().entry == after)) {
             return notComplete(totals);
         }
+        if (page.empty()) {
+            break;
+        }
         std::vector<std::string> printed;
-        for (const auto& [entry, text] : page) {
-            after = entry;
-            const std::optional<ResultLine> line = resultLineFrom(text);
+        for (const QueuedResult& found : page) {
+            after = found.entry;
+            const std::optional<ResultLine> line = resultLineFrom(found.text);
             if (!line) {
-                ++numUnreadable;
-            } else if (isOfRun(line->job, options.run)) {
+                leftOut.add(found);
+            } else if (options.run.empty() || runOf(line->job) == options.run) {
                 out << line->text << '\n';
                 totals.add(line->state);
-                printed.push_back(entry);
+                printed.push_back(found.entry);
             }
         }
         out.flush();
@@ -66,20 +94,19 @@ Outcome runResults(const ResultsOptions& options, std::ostream& out) {
         if (options.remove && !printed.empty() && !queue.remove(printed)) {
             return {"", "tallow: the queue cannot be used; some results above were not removed\n", kExitNoAnswer};
         }
-    } while (page.size() == kPage);
+    }
     Outcome outcome{"", "", totals.count() == 0 ? kExitNoAnswer : totals.exitStatus()};
     if (totals.count() == 0) {
         outcome.err = std::string("tallow: the queue has no ") + (options.dead ? "dead letters" : "results") +
                       (options.run.empty() ? "" : " of the run " + options.run) + '\n';
     }
-    if (numUnreadable != 0) {  // any of them may be in the place of a result
-        outcome.err += "tallow: " + groupedNumber(numUnreadable) +
-                       (numUnreadable == 1 ? " entry is not a result and was left out\n"
-                                           : " entries are not results and were left out\n");
+    if (!leftOut.isEmpty()) {
+        outcome.err += leftOut.summary();
         outcome.exitStatus = outcome.exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
     }
-    if (const std::optional<std::size_t> numJobs = queue.numJobs(); numJobs && *numJobs != 0) {
-        outcome.err += "tallow: jobs of all runs without a result so far: " + groupedNumber(*numJobs) + '\n';
+    if (const std::optional<std::size_t> numJobs = queue.numJobs(options.run); numJobs && *numJobs != 0) {
+        outcome.err += "tallow: jobs of " + (options.run.empty() ? "all runs" : "the run " + options.run) +
+                       " without a result so far: " + groupedNumber(*numJobs) + '\n';
     }
     return outcome;
 }

@@ -257,13 +257,30 @@ private:
                     entries.push_back(entry);
                 }
                 lock.unlock();
-                queue_.hold(consumer_, entries, options_.claimAfter);
+                compareClocks(queue_.hold(consumer_, entries, options_.claimAfter));
                 lock.lock();
                 holderWakes_.wait_for(lock, end, milliseconds(options_.claimAfter) / 4, [] { return false; });
             }
         } catch (...) {
             fail(std::current_exception());
         }
+    }
+
+    // Verdicts depend on the clock: where it is wrong, all attempts of many jobs would fail here.
+    void compareClocks(std::optional<std::chrono::sys_seconds> serverTime) {
+        constexpr std::chrono::seconds kMost{60};
+        if (!serverTime) {
+            return;
+        }
+        const auto ahead = std::chrono::floor<std::chrono::seconds>(std::chrono::system_clock::now()) - *serverTime;
+        const bool differ = std::chrono::abs(ahead) > kMost;
+        if (differ && !clocksDiffer_) {
+            std::cerr << "tallow: the clock of this machine is " +
+                             groupedNumber(static_cast<std::size_t>(std::chrono::abs(ahead).count())) + " s " +
+                             (ahead.count() > 0 ? "ahead of" : "behind") +
+                             " that of the server; set the one that is wrong, since verdicts depend on it\n";
+        }
+        clocksDiffer_ = differ;
     }
 
     // Jobs that were taken and not begun.
@@ -388,6 +405,7 @@ private:
     std::map<std::size_t, std::string> entries_;  // by number
     std::size_t lastNumber_ = 0;
     std::condition_variable_any holderWakes_;
+    bool clocksDiffer_ = false;  // at the last hold
     Clock::time_point nextLeft_{};
     std::exception_ptr failure_;
 };

@@ -208,7 +208,7 @@ void waits5Seconds(Probe& probe) {
     run.join();
 }
 
-bool isRead(const std::string& reply) {
+bool isRead(const std::string& reply, DWORD largest) {
     const RawServer server(reply);
     const std::string url = "redis://127.0.0.1:" + std::to_string(server.port()) + "/0";
     const CRYPTO_REDIS_SERVER place{sizeof place, url.c_str(), "", "", ""};
@@ -216,19 +216,47 @@ bool isRead(const std::string& reply) {
     BYTE ping[] = {'P', 'I', 'N', 'G'};
     const CRYPT_DATA_BLOB word{sizeof ping, ping};
     const CRYPTO_REDIS_VALUE* value = nullptr;
-    const bool isRead = crypto_redis_ask(redis, &word, 1, 20000, &value) != FALSE;
+    const bool isRead = crypto_redis_ask(redis, &word, 1, 20000, largest, &value) != FALSE;
     crypto_redis_close(redis);
     return isRead;
 }
 
 void readsBoundedReplies(Probe& probe) {
-    const auto octets = [](std::size_t size) {
-        return '$' + std::to_string(size) + "\r\n" + std::string(size, 'x') + "\r\n";
-    };
-    probe.expect(isRead(octets(std::size_t{60} << 20)) && !isRead(octets((std::size_t{64} << 20) + 1)), "64 MiB");
-    probe.expect(isRead(listOf(65536)) && !isRead(listOf(65537)), "65536 elements");
+    constexpr DWORD kMost = 1 << 20;
+    const std::string text = "$1000\r\n" + std::string(1000, 'x') + "\r\n";
+    probe.expect(isRead(text, 1009) && !isRead(text, 1008), "as many octets as the caller permits");
+    probe.expect(isRead(listOf(65536), kMost) && !isRead(listOf(65537), kMost), "65536 elements");
     // Later releases of hiredis read two more levels.
-    probe.expect(isRead(nested(7)) && !isRead(nested(10)), "7 nested lists");
+    probe.expect(isRead(nested(7), kMost) && !isRead(nested(10), kMost), "7 nested lists");
+}
+
+// A reply that is as long as permitted is only no reply to these commands; of one that is longer they complain, or, for
+// jobs that are too long, connect anew.
+void readsWhatWasAskedFor(Probe& probe) {
+    if (probe.command.empty()) {
+        return;
+    }
+    constexpr std::size_t kHead = 64;  // of the protocol
+    struct Row {
+        std::vector<const char*> words;
+        std::size_t size;
+        bool complains;
+    };
+    const std::vector<const char*> worker{"worker", "--jobs", "8", "--claim-after", "600"};
+    for (const Row& row : {Row{worker, 4096, true}, Row{worker, std::size_t{16} << 20, false},
+                           Row{{"results"}, std::size_t{5} << 20, true}}) {
+        for (const bool isPermitted : {true, false}) {
+            const std::size_t size = isPermitted ? row.size - kHead : row.size + (row.size / 100) + kHead;
+            const RawServer server('$' + std::to_string(size) + "\r\n" + std::string(size, 'x') + "\r\n");
+            const Machine machine;
+            std::vector<std::string> words(row.words.begin(), row.words.end());
+            words.insert(words.end(), {"--queue", "redis://127.0.0.1:" + std::to_string(server.port()) + "/0"});
+            const std::string said = command(probe.command, machine, words, 2500).err;
+            const bool isRefused =
+                row.complains ? said.find("too large") != std::string::npos : server.numConnections > 5;
+            probe.expect(isRefused != isPermitted, words.front() + " and a reply of " + std::to_string(size));
+        }
+    }
 }
 
 }  // namespace
@@ -238,7 +266,8 @@ std::vector<Driver> cacheDrivers() {
     constexpr const char* kQueue = "the server of a [queue](fleet.md)";
     return {
         {kQueue, "5 s for each command", waits5Seconds, 9},
-        {kQueue, "64 MiB, 65536 elements and 7 nested lists in a reply", readsBoundedReplies},
+        {kQueue, "65536 elements and 7 nested lists in a reply", readsBoundedReplies},
+        {kQueue, "replies of 4 KiB, 16 MiB with jobs and 5 MiB with results", readsWhatWasAskedFor, 15},
         {kCache, "200 ms for all operations of a check, and for all slow ones of the process", waits200Ms},
         {kCache, "a pause of 5 to 60 s", pausesAfterFailures, 16},
         {kCache, "the limits of CRLs and responses", readsAsMuchAsAResponse},

@@ -25,14 +25,15 @@ Handle opened(const std::string& url, const char* user = "", const char* passwor
 }
 
 // Null when there is no reply.
-const CRYPTO_REDIS_VALUE* ask(const Handle& redis, const std::vector<std::string>& words) {
+const CRYPTO_REDIS_VALUE* ask(const Handle& redis, const std::vector<std::string>& words, DWORD largest = 4096) {
     std::vector<CRYPT_DATA_BLOB> blobs;
     for (const std::string& word : words) {
         blobs.push_back({static_cast<DWORD>(word.size()),
                          const_cast<BYTE*>(reinterpret_cast<const BYTE*>(word.data()))});  // NOLINT
     }
     const CRYPTO_REDIS_VALUE* reply = nullptr;
-    const BOOL isAnswered = crypto_redis_ask(redis.get(), blobs.data(), static_cast<DWORD>(blobs.size()), 5000, &reply);
+    const BOOL isAnswered =
+        crypto_redis_ask(redis.get(), blobs.data(), static_cast<DWORD>(blobs.size()), 5000, largest, &reply);
     return isAnswered != FALSE ? reply : nullptr;
 }
 
@@ -70,9 +71,18 @@ TEST(RedisCalls, ReturnRepliesOfEveryKindUntilTheServerEnds) {
     reply = ask(redis, {"NONSENSE"});
     EXPECT_TRUE(reply != nullptr && reply->dwKind == CRYPTO_REDIS_ERROR);
     EXPECT_STREQ(crypto_redis_fault(redis.get()), "");
+    crypto_redis_release(redis.get());
+    const std::vector<std::string> seven{"ECHO", "7 bytes"};  // $7, the text, and the ends of two lines
+    EXPECT_EQ(ask(redis, seven, 12), nullptr);
+    EXPECT_EQ(GetLastError(), ERROR_MORE_DATA);
+    EXPECT_STREQ(crypto_redis_fault(redis.get()), "the reply is too large");
+    reply = ask(redis, seven, 13);
+    ASSERT_NE(reply, nullptr) << "the next call connects again";
+    EXPECT_STREQ(reply->pbText, "7 bytes");
     server.reset();
     EXPECT_EQ(ask(redis, {"PING"}), nullptr);
     EXPECT_STRNE(crypto_redis_fault(redis.get()), "");
+    EXPECT_EQ(GetLastError(), ERROR_INTERNET_CANNOT_CONNECT);
 }
 
 TEST(RedisCalls, ConnectAnewInAChildOfFork) {

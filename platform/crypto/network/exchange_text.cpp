@@ -83,8 +83,8 @@ std::string withoutLogin(std::string_view url) {
 std::string refusalText(const std::string& host, AddressClass found) {
     return host + (found == AddressClass::kPrivate
                        ? " is a loopback or private address, which the setting refuse_private_addresses excludes"
-                       : " is a link-local, multicast, reserved or unspecified address, which only a certificate or a "
-                         "redirect names");
+                       : " is a link-local, multicast, reserved or unspecified address, which neither the caller nor "
+                         "the policy named");
 }
 
 std::string refusalText(const sockaddr& address) {

@@ -25,8 +25,6 @@ struct _CRYPTO_REDIS {
 
 namespace {
 
-constexpr std::size_t kLargestReply = std::size_t{64} << 20;
-
 // Its record, with those of its elements in `redis`.
 CRYPTO_REDIS_VALUE recordOf(const RedisValue& value, CRYPTO_REDIS& redis) {
     CRYPTO_REDIS_VALUE record{};
@@ -51,6 +49,7 @@ bool connect(CRYPTO_REDIS& redis, RedisDeadline deadline) {
         redis.connection->isQuiet()) {
         return true;
     }
+    redis.connection.reset();  // one at a time
     redis.process = ::getpid();
     redis.connection = connectRedis(redis.server, deadline, redis.fault);
     return redis.connection != nullptr;
@@ -74,12 +73,13 @@ CRYPTO_REDIS* crypto_redis_open(const CRYPTO_REDIS_SERVER* pServer) {
 }
 
 BOOL crypto_redis_ask(CRYPTO_REDIS* pRedis, const CRYPT_DATA_BLOB* rgWord, DWORD cWord, DWORD dwTimeout,
-                      const CRYPTO_REDIS_VALUE** ppReply) {
+                      DWORD cbLargest, const CRYPTO_REDIS_VALUE** ppReply) {
     return serviceCall(FALSE, [&]() -> BOOL {
-        if (pRedis == nullptr || rgWord == nullptr || cWord == 0 || ppReply == nullptr) {
+        if (pRedis == nullptr || rgWord == nullptr || cWord == 0 || cbLargest == 0 || ppReply == nullptr) {
             return fail(E_INVALIDARG);
         }
         CRYPTO_REDIS& redis = *pRedis;
+        crypto_redis_release(pRedis);
         redis.fault = redis.mistake;
         if (!redis.mistake.empty()) {
             return fail(E_INVALIDARG);
@@ -92,19 +92,26 @@ BOOL crypto_redis_ask(CRYPTO_REDIS* pRedis, const CRYPT_DATA_BLOB* rgWord, DWORD
         if (!connect(redis, deadline)) {
             return fail(ERROR_INTERNET_CANNOT_CONNECT);
         }
-        std::optional<RedisValue> reply = redis.connection->ask(words, deadline, kLargestReply);
+        std::optional<RedisValue> reply = redis.connection->ask(words, deadline, cbLargest);
         if (!reply) {
             redis.fault = redis.connection->fault();
-            return fail(ERROR_INTERNET_CANNOT_CONNECT);
+            return fail(redis.connection->isReplyTooLarge() ? ERROR_MORE_DATA : ERROR_INTERNET_CANNOT_CONNECT);
         }
         redis.reply = std::move(*reply);
-        redis.records.clear();
         auto root = std::make_unique<CRYPTO_REDIS_VALUE[]>(1);
         root[0] = recordOf(redis.reply, redis);
         *ppReply = root.get();
         redis.records.push_back(std::move(root));
         return TRUE;
     });
+}
+
+void crypto_redis_release(CRYPTO_REDIS* pRedis) {
+    const ForkGate gate;
+    if (pRedis != nullptr) {
+        pRedis->records = decltype(pRedis->records)();
+        pRedis->reply = RedisValue();
+    }
 }
 
 LPCSTR crypto_redis_fault(CRYPTO_REDIS* pRedis) {

@@ -46,6 +46,8 @@ public:
     // and 65536 elements came in time; fault() then says why, and the connection is of no use any more.
     virtual std::optional<RedisValue> ask(std::span<const std::string_view> command, RedisDeadline deadline,
                                           std::size_t largestReply) = 0;
+    // Whether that failed for the size of the reply only.
+    virtual bool isReplyTooLarge() const = 0;
     // Whether an idle connection is still open, with nothing to read.
     virtual bool isQuiet() = 0;
     // In words for people; without secrets, and without text of the server.

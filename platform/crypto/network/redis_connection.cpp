@@ -45,6 +45,7 @@ public:
     bool open(const RedisServer& server, RedisDeadline deadline);
     std::optional<RedisValue> ask(std::span<const std::string_view> command, RedisDeadline deadline,
                                   std::size_t largestReply) override;
+    bool isReplyTooLarge() const override { return isReplyTooLarge_; }
     bool isQuiet() override { return socket_.isQuiet(); }
     const std::string& fault() const override { return socket_.fault(); }
 
@@ -52,6 +53,7 @@ private:
     bool prepare(std::vector<std::string_view> command, const char* step, RedisDeadline deadline);
 
     RedisSocket socket_;
+    bool isReplyTooLarge_ = false;
 };
 
 bool Connection::prepare(std::vector<std::string_view> command, const char* step, RedisDeadline deadline) {
@@ -98,6 +100,7 @@ std::optional<RedisValue> Connection::ask(std::span<const std::string_view> comm
                 socket_.fail("the server does not speak the protocol of Redis");
                 return std::nullopt;
             case RedisReplyReader::Progress::kTooLarge:
+                isReplyTooLarge_ = true;
                 socket_.fail("the reply is too large");
                 return std::nullopt;
             case RedisReplyReader::Progress::kMore:
