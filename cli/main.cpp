@@ -84,7 +84,7 @@ bool occupyStandardStreams() {
     int opened = 0;
     while (opened >= 0 && opened <= 2) {
         const bool isInputClosed = ::fcntl(STDIN_FILENO, F_GETFD) < 0;  // the next one gets its descriptor
-        opened = ::open("/dev/null", (isInputClosed ? O_WRONLY : O_RDONLY) | O_CLOEXEC);
+        opened = isInputClosed ? ::open("/dev/null", O_WRONLY | O_CLOEXEC) : ::open("/dev/null", O_RDONLY | O_CLOEXEC);
     }
     return opened > 2 && ::close(opened) == 0;
 }

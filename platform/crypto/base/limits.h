@@ -34,7 +34,7 @@ struct CheckLimits {
 };
 CheckLimits checkLimits();
 
-// Whether loopback and private addresses are refused where only a certificate or a redirect names them. True while the
+// Whether loopback and private addresses are refused where neither the caller nor the policy named them. True while the
 // settings are broken.
 bool refusesPrivateAddresses();
 

@@ -1,4 +1,4 @@
-// Which network addresses an exchange may contact when only a certificate or a redirect names them.
+// Which network addresses an exchange may contact when neither the caller nor the policy named them.
 //
 // A certificate is untrusted input: its addresses could point into the network of the machine that checks it. The rules
 // hold for the address that a name resolves to, so a harmless name does not get around them.
