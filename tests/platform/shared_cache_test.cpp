@@ -408,7 +408,7 @@ TEST_F(SharedCache, HoldsEntriesToTheLimitsOfDownloadsAndAsksNoServerOffline) {
     for (const bool isLimited : {false, true}) {
         const std::string limit = isLimited ? "max_crl_bytes = " + std::to_string(listing.size()) + "\n" : "";
         const TrustWorld world({pki.root}, "cache = \"" + redis.url() + "\"\n" + limit);
-        const auto shared = service::UrlCache::ofSettings(true);
+        const auto shared = service::UrlCache::ofSettings(true, service::CacheContent::kDownloads);
         shared->keep(url, larger, 60);
         const ChainPtr chain = chainOf({.end = end,
                                         .extra = {pki.ca},
@@ -417,7 +417,7 @@ TEST_F(SharedCache, HoldsEntriesToTheLimitsOfDownloadsAndAsksNoServerOffline) {
         EXPECT_EQ(errorAt(chain, 0), isLimited ? DWORD{CERT_TRUST_IS_REVOKED} : 0U);
         EXPECT_TRUE(shared->find(url, 60, nullptr));
         EXPECT_FALSE(shared->find(url, 60, nullptr, listing.size() - 1));
-        EXPECT_FALSE(service::UrlCache::ofSettings(false)->find(url, 60, nullptr));
+        EXPECT_FALSE(service::UrlCache::ofSettings(false, service::CacheContent::kDownloads)->find(url, 60, nullptr));
     }
 }
 
