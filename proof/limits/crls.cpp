@@ -270,11 +270,45 @@ void keeps64MiBOfCrls(Probe& probe) {
     probe.measured("memory that 100 CRLs leave", all / kMiB, "MiB");
 }
 
+// Asks for CRLs by number, with a cache that is wanted but cannot be used.
+struct UnusableCache {
+    explicit UnusableCache(const CrlSpec& spec) : crl(makeCrl(scene.ca, spec)) { scene.machine.useUnusableCache(); }
+    // The number of all downloads after checks that need these CRLs.
+    std::size_t downloadsAfter(Probe& probe, std::size_t first, std::size_t count) {
+        for (std::size_t i = first; i < first + count; ++i) {
+            probe.expect(scene.isGood(scene.leafWith({server.url("/" + std::to_string(i))})), "a CRL counts");
+        }
+        return server.requests().size();
+    }
+
+    const CrlScene scene;
+    const Bytes crl;
+    HttpServer server{[this](const HttpRequest&) { return HttpReply{.body = crl}; }};
+};
+
+void remembersOnly(Probe& probe, UnusableCache& cache, std::size_t count) {
+    probe.expect(cache.downloadsAfter(probe, 0, count) == count, "each is downloaded");
+    probe.expect(cache.downloadsAfter(probe, 0, count) == count, "once");
+    probe.expect(cache.downloadsAfter(probe, count, 1) == count + 1, "one more is downloaded");
+    probe.expect(cache.downloadsAfter(probe, 0, 1) == count + 2, "it takes the place of the first");
+}
+
+void remembers256Downloads(Probe& probe) {
+    UnusableCache cache({});
+    remembersOnly(probe, cache, 256);
+}
+
+void remembers32MiBOfDownloads(Probe& probe) {
+    UnusableCache cache({.extensions = {{"1.2.3", tlv::octetString(Bytes(kMiB - 2000))}}});
+    remembersOnly(probe, cache, 32);
+}
+
 }  // namespace
 
 std::vector<Driver> crlDrivers() {
     constexpr const char* kCrls = "CRLs";
     constexpr const char* kKept = "parsed CRLs of distribution points, kept in memory";
+    constexpr const char* kRemembered = "CRLs and issuers that the cache directory cannot take, kept in memory";
     return {
         {kCrls, "16 MiB each", reads16MiB},
         {kCrls, "read once", readsOnce},
@@ -285,6 +319,8 @@ std::vector<Driver> crlDrivers() {
         {kCrls, "3 nested", nests3Signers},
         {kKept, "256 with", keeps256Crls},
         {kKept, "64 MiB together", keeps64MiBOfCrls},
+        {kRemembered, "256 with", remembers256Downloads},
+        {kRemembered, "32 MiB together", remembers32MiBOfDownloads},
     };
 }
 

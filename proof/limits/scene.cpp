@@ -21,12 +21,17 @@ Machine::Machine(const std::string& crypto, const std::string& policy) {
     use(crypto, policy);
 }
 
-void Machine::use(const std::string& crypto, const std::string& policy) const {
+void Machine::use(const std::string& crypto, const std::string& policy, bool hasCache) const {
     const std::string text =
-        machineSettings(folder_, crypto, false) + "[config.cades.ocsppolicy]\nLegacyPolicyReading = true\n" + policy;
+        machineSettings(folder_, crypto, hasCache) + "[config.cades.ocsppolicy]\nLegacyPolicyReading = true\n" + policy;
     if (support_settings_open(folder_.write("settings.toml", text).c_str()) != 0) {
         throw std::runtime_error("the settings of the driver are broken");
     }
+}
+
+void Machine::useUnusableCache() const {
+    folder_.write("cache", "a file in the place of the directory");
+    use("", "", true);
 }
 
 std::string Machine::write(const std::string& file, const Bytes& content) const {

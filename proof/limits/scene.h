@@ -22,14 +22,16 @@ using testkit::HttpRequest;
 using testkit::HttpServer;
 using testkit::Identity;
 
-/// The settings and stores of this process, in a directory of its own. Without the system's roots and
-/// without a cache.
+/// The settings and stores of this process, in a directory of its own. Without the system's roots, and
+/// without a cache unless a driver asks for one.
 class Machine {
 public:
     /// Lines for the table [crypto], and lines for the table of the policy.
     explicit Machine(const std::string& crypto = "", const std::string& policy = "");
 
-    void use(const std::string& crypto, const std::string& policy = "") const;
+    void use(const std::string& crypto, const std::string& policy = "", bool hasCache = false) const;
+    /// A cache is wanted, but its directory cannot be made.
+    void useUnusableCache() const;
     /// The path of a store's file, "CA/ca.pem".
     std::string write(const std::string& file, const Bytes& content) const;
     const testkit::TempDir& folder() const { return folder_; }

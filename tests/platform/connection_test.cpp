@@ -1,16 +1,21 @@
 // Connections that serve several exchanges: when they do, and that no answer is ever taken for that of another request.
 #include <gmock/gmock.h>
+#include <netinet/in.h>
 #include <sys/resource.h>
+#include <sys/socket.h>
 #include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
+#include <latch>
 #include <memory>
 #include <string>
 #include <thread>
 #include <vector>
 
+#include "platform/support/fork_gate.h"
+#include "tests/platform/certificate_fixture.h"
 #include "tests/platform/exchange_fixture.h"
 #include "tests/support/http_server.h"
 #include "tests/support/settings_file.h"
@@ -236,6 +241,88 @@ TEST(Connection, StaysWithItsProcess) {
         EXPECT_EQ(post(server.url(), bytesOf("parent")).body, bytesOf("parent"));
         EXPECT_EQ(server.numConnections(), 2) << "the child ended the connection of its parent";
     }
+}
+
+// A server that ends every handshake. It has no TLS of its own, which would use OpenSSL outside of the services.
+class EndingServer {
+public:
+    EndingServer() {
+        sockaddr_in address{};
+        address.sin_family = AF_INET;
+        address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+        socklen_t size = sizeof address;
+        ::bind(listener_, reinterpret_cast<sockaddr*>(&address), size);
+        ::listen(listener_, 8);
+        ::getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
+        url = "https://127.0.0.1:" + std::to_string(ntohs(address.sin_port)) + "/";
+        thread_ = std::jthread([this] {
+            for (int open = ::accept(listener_, nullptr, nullptr); open >= 0;
+                 open = ::accept(listener_, nullptr, nullptr)) {
+                char hello = 0;
+                ::recv(open, &hello, 1, 0);
+                ::close(open);
+            }
+        });
+    }
+    ~EndingServer() {
+        ::shutdown(listener_, SHUT_RDWR);
+        thread_.join();
+        ::close(listener_);
+    }
+    EndingServer(const EndingServer&) = delete;
+    EndingServer& operator=(const EndingServer&) = delete;
+
+    std::string url;
+
+private:
+    const int listener_ = ::socket(AF_INET, SOCK_STREAM, 0);
+    std::jthread thread_;
+};
+
+// Reading the roots and beginning a handshake take locks of OpenSSL.
+TEST(Connection, LeavesNoLockHeldInAChild) {
+    const TrustedServer trusted;
+    std::string roots;
+    for (int i = 0; i < 100; ++i) {
+        roots += trusted.root.certificatePem();
+    }
+    trusted.folder.write("bundle.pem", roots);
+    const EndingServer server;
+    const auto isEnded = [&server] {
+        const tallow::platform::ForkGate gate;  // also around what the test allocates
+        return post(server.url, bytesOf("x")).lastError == ERROR_INTERNET_SECURE_FAILURE;
+    };
+    ASSERT_TRUE(isEnded());
+    const ContextPtr unused = context(rootCa("unused").certificate);  // its key is loaded in each child anew
+    const auto isVerified = [&unused] {
+        void* const certificate = const_cast<CERT_CONTEXT*>(unused.get());
+        return CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, certificate,
+                                                 CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, certificate, 0, nullptr) != FALSE;
+    };
+    std::atomic<bool> isOver{false};
+    std::vector<std::jthread> threads;
+    std::latch begun(3);
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&] {
+            begun.count_down();
+            while (!isOver) {
+                isEnded();
+            }
+        });
+    }
+    begun.wait();  // the sanitizers allocate memory when a thread starts
+    const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(4);
+    int status = 0;
+    while (status == 0 && std::chrono::steady_clock::now() < end) {
+        const pid_t child = ::fork();
+        if (child == 0) {
+            ::alarm(30);  // ends a child that waits for a lock
+            ::_exit(isVerified() ? 0 : 1);
+        }
+        ::waitpid(child, &status, 0);
+    }
+    isOver = true;
+    EXPECT_EQ(status, 0);
 }
 
 TEST(Connection, ServesOneThreadAtATime) {

@@ -7,10 +7,9 @@
 #pragma once
 
 #include <cstddef>
-#include <list>
-#include <mutex>
 #include <string>
 
+#include "platform/crypto/base/bounded_memory.h"
 #include "platform/crypto/certificates/crl.h"
 #include "platform/crypto/network/answer_stamp.h"
 
@@ -24,28 +23,14 @@ struct RememberedCrl {
 // Safe for use from any thread.
 class CrlMemory {
 public:
-    CrlMemory(std::size_t maxCount, std::size_t maxOctets) : maxCount_(maxCount), maxOctets_(maxOctets) {}
+    CrlMemory(std::size_t maxCount, std::size_t maxOctets) : memory_(maxCount, maxOctets) {}
 
-    RememberedCrl recall(const std::string& url);
-    // Replaces what is remembered for `url`. The CRLs that were not recalled for the longest time are forgotten until
-    // the rest is within the limits. One that is too large, null, or has a defect is not remembered.
+    RememberedCrl recall(const std::string& url) { return memory_.recall(url); }
+    // Replaces what is remembered for `url`. One that is too large, null, or has a defect is not remembered.
     void remember(const std::string& url, RememberedCrl crl);
 
 private:
-    struct Item {
-        std::string url;
-        RememberedCrl remembered;
-        std::size_t size;
-    };
-    using Items = std::list<Item>;
-
-    Items::iterator find(const std::string& url);
-
-    const std::size_t maxCount_;
-    const std::size_t maxOctets_;
-    std::mutex mutex_;
-    Items items_;  // the last one recalled first
-    std::size_t octets_ = 0;
+    BoundedMemory<RememberedCrl> memory_;
 };
 
 // That of the process: 256 CRLs in 64 MiB.

@@ -89,7 +89,7 @@ bool CrlSource::addCached(const std::string& url, const CrlSubject& subject, Crl
     const RememberedCrl known = crlMemory().recall(url);
     // Others may write a shared cache: its entries have the limits of downloads.
     std::optional<CachedAnswer> cached =
-        UrlCache::ofSettings(rules_.useNetwork)
+        UrlCache::ofSettings(rules_.useNetwork, CacheContent::kDownloads)
             ->findChanged(url, rules_.cacheMaxAgeSeconds, rules_.resync,
                           {known.crl ? ByteView(known.crl->der) : ByteView(), known.stamp}, chainLimits().maxCrlSize);
     if (!cached) {
@@ -123,7 +123,7 @@ bool CrlSource::addFetched(const std::string& url, const CrlSubject& subject, Cr
 
 void CrlSource::keep(const CrlCandidate& candidate) const {
     if (!rules_.byDate) {
-        UrlCache::ofSettings(rules_.useNetwork)
+        UrlCache::ofSettings(rules_.useNetwork, CacheContent::kDownloads)
             ->keep(candidate.url, candidate.crl->der,
                    lifetimeUntil(candidate.crl->nextUpdate, rules_.cacheMaxAgeSeconds));
     }

@@ -73,8 +73,8 @@ bool IssuerDownload::cached(const Certificate& certificate, std::size_t index,
     }
     const long maxAge = useNetwork_ ? kSecondsInDay : kAnyAge;
     // Others may write a shared cache: its entries have the limits of downloads.
-    const std::optional<Bytes> body =
-        UrlCache::ofSettings(useNetwork_)->find(addresses[index], maxAge, nullptr, exchangeLimits().maxBodySize);
+    const std::optional<Bytes> body = UrlCache::ofSettings(useNetwork_, CacheContent::kDownloads)
+                                          ->find(addresses[index], maxAge, nullptr, exchangeLimits().maxBodySize);
     if (body) {
         noteCached(CRYPTO_NOTE_FOR_ISSUER, addresses[index]);
         found = certificatesIn(*body, certificate);
@@ -103,7 +103,7 @@ bool IssuerDownload::fetched(const Certificate& certificate, std::size_t index, 
 }
 
 void IssuerDownload::keep(const std::vector<CertificateRef>& used) const {
-    const std::unique_ptr<const UrlCache> cache = UrlCache::ofSettings(useNetwork_);
+    const std::unique_ptr<const UrlCache> cache = UrlCache::ofSettings(useNetwork_, CacheContent::kDownloads);
     for (const Download& download : downloads_) {
         const bool isUsed = std::any_of(used.begin(), used.end(), [&](const CertificateRef& element) {
             return std::any_of(

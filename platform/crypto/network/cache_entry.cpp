@@ -25,14 +25,6 @@ std::uint64_t now() {
     return ticksOf(time);
 }
 
-AnswerDigest digestOf(ByteView octets) {
-    AnswerDigest digest;
-    if (EVP_Digest(octets.data(), octets.size(), digest.data(), nullptr, EVP_sha256(), nullptr) != 1) {
-        throw std::bad_alloc();
-    }
-    return digest;
-}
-
 // The octets of the parts, one after the other.
 Bytes joined(std::initializer_list<ByteView> parts) {
     std::size_t size = 0;
@@ -57,6 +49,14 @@ ByteView octetsOf(std::string_view text) {
 }
 
 }  // namespace
+
+AnswerDigest digestOf(ByteView octets) {
+    AnswerDigest digest;
+    if (EVP_Digest(octets.data(), octets.size(), digest.data(), nullptr, EVP_sha256(), nullptr) != 1) {
+        throw std::bad_alloc();
+    }
+    return digest;
+}
 
 std::string cacheNameOf(std::string_view url) {
     unsigned char hash[EVP_MAX_MD_SIZE];
@@ -92,6 +92,10 @@ bool CacheEntryHeader::isFresh(long maxAgeSeconds, const FILETIME* notBefore) co
         return false;
     }
     return (present - storedAt) / kTicksPerSecond <= static_cast<std::uint64_t>(maxAgeSeconds);
+}
+
+FILETIME CacheEntryHeader::timeStored() const noexcept {
+    return {static_cast<DWORD>(storedAt), static_cast<DWORD>(storedAt >> 32)};
 }
 
 std::size_t SharedEntries::sizeFront(std::string_view url) noexcept {

@@ -19,6 +19,9 @@ inline constexpr std::size_t kCacheNameSize = 64;
 // The hash of the URL in hexadecimal digits; empty when it cannot be computed.
 std::string cacheNameOf(std::string_view url);
 
+// Throws std::bad_alloc when it cannot be computed.
+AnswerDigest digestOf(ByteView answer);
+
 // Numbers in the order of this machine: one with another order finds nothing. The version is part of the mark.
 struct CacheEntryHeader {
     char mark[8] = {'t', 'a', 'l', 'l', 'o', 'w', 'c', '1'};
@@ -31,6 +34,7 @@ struct CacheEntryHeader {
     // Whether this is the header of an entry for `url` with `sizeRest` octets after it.
     bool fits(std::string_view url, std::uint64_t sizeRest) const noexcept;
     bool isFresh(long maxAgeSeconds, const FILETIME* notBefore) const noexcept;
+    FILETIME timeStored() const noexcept;
 };
 
 struct CacheSeal {

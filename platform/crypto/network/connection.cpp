@@ -8,6 +8,8 @@
 #include <cerrno>
 #include <cstring>
 
+#include "platform/support/fork_gate.h"
+
 namespace tallow::platform {
 
 Connection::Connection() noexcept : share_(curl_share_init()), easy_(curl_easy_init()) {
@@ -23,8 +25,39 @@ Connection::~Connection() {
             ::close(socket);
         }
         static_cast<void>(easy_.release());
+        static_cast<void>(multi_.release());
         static_cast<void>(share_.release());
+        return;
     }
+    closeHandle();
+}
+
+void Connection::closeHandle() noexcept {
+    if (multi_) {
+        curl_multi_remove_handle(multi_.get(), easy_.get());
+    }
+    easy_.reset();
+    multi_.reset();
+}
+
+// As curl_easy_perform, which gives no sign of when it waits.
+CURLcode Connection::perform() noexcept {
+    constexpr int kLongestPauseMs = 1000;  // unless libcurl needs a shorter one; then the progress is looked at
+    multi_.reset(curl_multi_init());
+    if (!multi_ || curl_multi_add_handle(multi_.get(), easy_.get()) != CURLM_OK) {
+        return CURLE_OUT_OF_MEMORY;
+    }
+    CURLMcode code = CURLM_OK;
+    for (int numRunning = 1; code == CURLM_OK && numRunning > 0;) {
+        code = curl_multi_perform(multi_.get(), &numRunning);
+        if (code == CURLM_OK && numRunning > 0) {
+            const ForkGate::Outside waiting;
+            code = curl_multi_poll(multi_.get(), nullptr, 0, kLongestPauseMs, nullptr);
+        }
+    }
+    int numLeft = 0;
+    const CURLMsg* const message = code == CURLM_OK ? curl_multi_info_read(multi_.get(), &numLeft) : nullptr;
+    return message == nullptr ? CURLE_OUT_OF_MEMORY : message->data.result;
 }
 
 // Called with each address that a name resolves to.
@@ -128,7 +161,7 @@ void Connection::park() noexcept {
     auto* const address = reinterpret_cast<sockaddr*>(&peer);
     peerClass_ = ::getpeername(socket_, address, &size) == 0 ? classOf(*address) : AddressClass::kSpecial;
     isReused_ = true;
-    easy_.reset();
+    closeHandle();
 }
 
 bool Connection::resume() noexcept {

@@ -48,6 +48,9 @@ public:
     CURLSH* share() const noexcept { return share_.get(); }
     bool isOwn() const noexcept { return owner_ == ::getpid(); }  // made by this process
 
+    // Makes the transfer that the handle was prepared for, once. The thread leaves its gate only to wait: a fork at any
+    // other moment could leave the child with a lock of OpenSSL that nothing releases.
+    CURLcode perform() noexcept;
     // After a transfer that succeeded: true if its request was sent completely, `sizeSent` octets of body, nothing came
     // after the answer, and the connection is still open.
     bool isLeftClean(std::size_t sizeSent) const;
@@ -84,6 +87,9 @@ private:
     struct EasyFree {
         void operator()(CURL* handle) const noexcept { curl_easy_cleanup(handle); }
     };
+    struct MultiFree {
+        void operator()(CURLM* multi) const noexcept { curl_multi_cleanup(multi); }
+    };
     struct ShareFree {
         void operator()(CURLSH* share) const noexcept { curl_share_cleanup(share); }
     };
@@ -92,6 +98,7 @@ private:
                                      long number, int result, std::size_t* processed);
     static void onTlsMessage(int isSent, int version, int type, const void* octets, std::size_t size, SSL* session,
                              void* target);
+    void closeHandle() noexcept;
     curl_socket_t activeSocket() const noexcept;
     bool isSilent(curl_socket_t socket) const noexcept;
 
@@ -106,6 +113,7 @@ private:
     SSL* session_ = nullptr;                      // of the connection, which owns it; null without TLS
     // Last, since closing the connection looks at the members above. The handle is freed before its share.
     std::unique_ptr<CURLSH, ShareFree> share_;  // null when memory ran out
+    std::unique_ptr<CURLM, MultiFree> multi_;   // null before the transfer; libcurl finds the socket through it
     std::unique_ptr<CURL, EasyFree> easy_;
 };
 

@@ -124,14 +124,42 @@ void prune(const std::string& folder, const Descriptor& descriptor) {
 
 }  // namespace
 
-std::string DirectoryCache::ofUser() {
+std::unique_ptr<const DirectoryCache> DirectoryCache::ofUser(DownloadMemory* memory) {
     TextValue folder = textValueOf(setting::url_cache);
-    return folder.source == TextValue::Source::kDefault ? defaultFolder() : std::move(folder.text);
+    if (folder.source == TextValue::Source::kDefault) {
+        return std::make_unique<const DirectoryCache>(defaultFolder(), memory);
+    }
+    const bool isOff = folder.text.empty();
+    return std::make_unique<const DirectoryCache>(std::move(folder.text), isOff ? nullptr : memory);
 }
 
 std::optional<CachedAnswer> DirectoryCache::findChanged(const std::string& url, long maxAgeSeconds,
                                                         const FILETIME* notBefore, const KnownAnswer& known,
                                                         std::size_t largest) const {
+    const auto remembered = memory_ == nullptr ? nullptr : memory_->find(url, maxAgeSeconds, notBefore);
+    if (!remembered) {
+        return findFile(url, maxAgeSeconds, notBefore, known, largest);
+    }
+    const FILETIME since = remembered->header.timeStored();
+    if (std::optional<CachedAnswer> later = findFile(url, maxAgeSeconds, &since, known, largest)) {
+        return later;
+    }
+    if (remembered->answer.size() > largest) {
+        return std::nullopt;
+    }
+    CachedAnswer found;
+    found.stamp.digest = remembered->digest;
+    const bool isKnown = known.stamp.digest == remembered->digest ||
+                         (!known.answer.empty() && std::ranges::equal(known.answer, remembered->answer));
+    if (!isKnown) {
+        found.answer = remembered->answer;
+    }
+    return found;
+}
+
+std::optional<CachedAnswer> DirectoryCache::findFile(const std::string& url, long maxAgeSeconds,
+                                                     const FILETIME* notBefore, const KnownAnswer& known,
+                                                     std::size_t largest) const {
     const std::string name = cacheNameOf(url);
     const Descriptor folder(folder_.empty() ? -1 : openFolder(folder_));
     if (name.empty() || maxAgeSeconds < 0 || !isOurFolder(folder)) {
@@ -166,33 +194,47 @@ std::optional<CachedAnswer> DirectoryCache::findChanged(const std::string& url, 
     return found;
 }
 
-void DirectoryCache::keep(const std::string& url, ByteView answer, long /*lifetimeSeconds*/) const {
+void DirectoryCache::keep(const std::string& url, ByteView answer, long lifetimeSeconds) const {
+    const bool isWritten = write(url, answer);
+    if (memory_ != nullptr && (isWritten || lifetimeSeconds <= 0)) {
+        memory_->forget(url);
+    } else if (memory_ != nullptr) {
+        memory_->keep(url, answer);
+    }
+}
+
+bool DirectoryCache::write(const std::string& url, ByteView answer) const {
     const std::string name = cacheNameOf(url);
     if (name.empty() || folder_.empty()) {
-        return;
+        return false;
     }
     std::error_code ignored;
     std::filesystem::create_directories(std::filesystem::path(folder_).parent_path(), ignored);
     ::mkdir(folder_.c_str(), S_IRWXU);
     const Descriptor folder(openFolder(folder_));
     if (!isOurFolder(folder)) {
-        return;
+        return false;
     }
     std::string temporary = folder_ + '/' + name + ".XXXXXX";
     const Descriptor file(::mkostemp(temporary.data(), O_CLOEXEC));  // readable only by its owner
     if (!file.valid()) {
-        return;
+        return false;
     }
     const CacheEntryHeader header = CacheEntryHeader::of(url, answer);
-    const bool written = file.writeAll(&header, sizeof header) && file.writeAll(url.data(), url.size()) &&
-                         file.writeAll(answer.data(), answer.size()) && file.flush();
-    if (!written || std::rename(temporary.c_str(), (folder_ + '/' + name).c_str()) != 0) {
+    const bool isWritten = file.writeAll(&header, sizeof header) && file.writeAll(url.data(), url.size()) &&
+                           file.writeAll(answer.data(), answer.size()) && file.flush() &&
+                           std::rename(temporary.c_str(), (folder_ + '/' + name).c_str()) == 0;
+    if (!isWritten) {
         ::unlink(temporary.c_str());
     }
     prune(folder_, folder);
+    return isWritten;
 }
 
 bool DirectoryCache::forget(const std::string& url) const {
+    if (memory_ != nullptr) {
+        memory_->forget(url);
+    }
     const std::string name = cacheNameOf(url);
     const Descriptor folder(folder_.empty() ? -1 : openFolder(folder_));
     if (name.empty() || !isOurFolder(folder)) {

@@ -7,20 +7,23 @@
 // holds at most 1024 entries and 256 MiB: the oldest are removed first.
 #pragma once
 
+#include <memory>
 #include <string>
 #include <utility>
 
+#include "platform/crypto/network/download_memory.h"
 #include "platform/crypto/network/url_cache.h"
 
 namespace tallow::platform {
 
 class DirectoryCache : public UrlCache {
 public:
-    // "" keeps nothing.
-    explicit DirectoryCache(std::string folder) : folder_(std::move(folder)) {}
+    // "" keeps nothing. What the directory cannot take is kept in `memory`, which outlives the object; null: nowhere.
+    explicit DirectoryCache(std::string folder, DownloadMemory* memory = nullptr)
+        : folder_(std::move(folder)), memory_(memory) {}
 
-    // The directory of the settings; "" while they are broken.
-    static std::string ofUser();
+    // That of the settings. It uses neither directory nor memory when they say so or are broken.
+    static std::unique_ptr<const DirectoryCache> ofUser(DownloadMemory* memory);
 
     std::optional<CachedAnswer> findChanged(const std::string& url, long maxAgeSeconds, const FILETIME* notBefore,
                                             const KnownAnswer& known, std::size_t largest) const override;
@@ -28,7 +31,12 @@ public:
     bool forget(const std::string& url) const override;
 
 private:
+    std::optional<CachedAnswer> findFile(const std::string& url, long maxAgeSeconds, const FILETIME* notBefore,
+                                         const KnownAnswer& known, std::size_t largest) const;
+    bool write(const std::string& url, ByteView answer) const;
+
     std::string folder_;
+    DownloadMemory* memory_;
 };
 
 }  // namespace tallow::platform

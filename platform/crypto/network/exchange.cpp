@@ -232,7 +232,7 @@ BOOL retrieve(const std::string& url, DWORD flags, DWORD timeout, void** object,
         return fail(ERROR_INTERNET_INVALID_URL);
     }
     const bool cacheOnly = (flags & CRYPT_CACHE_ONLY_RETRIEVAL) != 0;
-    const std::unique_ptr<const UrlCache> cache = UrlCache::ofSettings(!cacheOnly);
+    const std::unique_ptr<const UrlCache> cache = UrlCache::ofSettings(!cacheOnly, CacheContent::kResponses);
     // If both flags are set, "cache only" wins: such a caller must not use the network.
     if (cacheOnly || (flags & CRYPT_WIRE_ONLY_RETRIEVAL) == 0) {
         if (const std::optional<Bytes> response = cachedResponse(*cache, url, info)) {
@@ -307,7 +307,8 @@ BOOL crypto_forget_response(LPCWSTR pszUrl) {
         if (pszUrl == nullptr) {
             return fail(E_INVALIDARG);
         }
-        return done(UrlCache::ofSettings(true)->forget(narrow(pszUrl)) ? 0 : ERROR_ACCESS_DENIED);
+        return done(UrlCache::ofSettings(true, CacheContent::kResponses)->forget(narrow(pszUrl)) ? 0
+                                                                                                 : ERROR_ACCESS_DENIED);
     });
 }
 

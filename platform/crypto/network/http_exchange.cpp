@@ -22,7 +22,6 @@
 #include "platform/crypto/network/http_address.h"
 #include "platform/crypto/network/http_options.h"
 #include "platform/crypto/network/http_status.h"
-#include "platform/support/fork_gate.h"
 
 namespace tallow::platform {
 
@@ -211,11 +210,7 @@ CURLcode Exchange::transfer(const HttpAddress& address, const Reach& reach) {
     options.set(CURLOPT_TIMEOUT_MS, remainingMs + kRounding);
     // The login is for the server it was given for, which a redirect may leave.
     setLogin(options, address.server == first_.server ? first_.login : Login(), call_.authSchemes);
-    CURLcode code = options.code();
-    if (code == CURLE_OK) {
-        const ForkGate::Outside waiting;  // a fork does not wait for the network
-        code = curl_easy_perform(connection_->easy());
-    }
+    const CURLcode code = options.code() == CURLE_OK ? connection_->perform() : options.code();
     // Connection::endReadingAtDeadline, in the handshake or later.
     const bool isStopped = errorOf(code) == ERROR_INTERNET_SECURE_FAILURE || code == CURLE_RECV_ERROR;
     const bool isLate = isStopped && millisecondsUntil(deadline_) <= 0;

@@ -6,18 +6,20 @@
 
 #include "platform/crypto/base/current_check.h"
 #include "platform/crypto/network/directory_cache.h"
+#include "platform/crypto/network/download_memory.h"
 #include "platform/crypto/network/redis_cache.h"
 #include "platform/support/settings_table.h"
 
 namespace tallow::platform {
 
-std::unique_ptr<const UrlCache> UrlCache::ofSettings(bool mayUseNetwork) {
+std::unique_ptr<const UrlCache> UrlCache::ofSettings(bool mayUseNetwork, CacheContent content) {
     const TextValue server = textValueOf(setting::cache);
     if (isForbidden(CRYPTO_CHECK_NO_CACHE) || server.source == TextValue::Source::kUnreadable) {
         return std::make_unique<const DirectoryCache>("");
     }
     if (server.text.empty()) {
-        return std::make_unique<const DirectoryCache>(DirectoryCache::ofUser());
+        DownloadMemory* const memory = content == CacheContent::kDownloads ? &downloadMemory() : nullptr;
+        return DirectoryCache::ofUser(memory);
     }
     if (!mayUseNetwork || isForbidden(CRYPTO_CHECK_NO_DOWNLOADS)) {
         return std::make_unique<const DirectoryCache>("");

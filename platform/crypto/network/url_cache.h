@@ -1,8 +1,9 @@
 // Responses and downloads kept by URL, for a limited time: in a directory of the user (directory_cache.h), or on a
 // server that several machines share (redis_cache.h).
 //
-// A cache that cannot be read or written is not a failure: the answer then comes from the network. What comes out of a
-// cache is no more trusted than what comes from the network.
+// A cache that cannot be read or written is not a failure: the answer then comes from the network, or from the memory
+// that takes the place of the directory (download_memory.h). What comes out of a cache is no more trusted than what
+// comes from the network.
 #pragma once
 
 #include <memory>
@@ -26,6 +27,10 @@ struct CachedAnswer {
     AnswerStamp stamp;            // the default value when a further change of the entry might not show
 };
 
+// What a caller keeps. Each request with a nonce has a URL of its own, so responses would push CRLs out of memory: they
+// are kept only where the directory can be used.
+enum class CacheContent { kResponses, kDownloads };
+
 class UrlCache {
 public:
     UrlCache() = default;
@@ -36,7 +41,7 @@ public:
     // That of the settings. It keeps nothing when they say so or are broken, and in a check with
     // CRYPTO_CHECK_NO_CACHE. A server is part of the network: without the permission to use it, and in a check with
     // CRYPTO_CHECK_NO_DOWNLOADS, it is not asked.
-    static std::unique_ptr<const UrlCache> ofSettings(bool mayUseNetwork);
+    static std::unique_ptr<const UrlCache> ofSettings(bool mayUseNetwork, CacheContent content);
 
     // The answer kept for `url`, unless it is older than `maxAgeSeconds`, from before `notBefore` (null: any time),
     // from the future, or larger than `largest` octets.
