@@ -10,6 +10,7 @@
 #include "checker/text/algorithm_text.h"
 #include "checker/text/safe_text.h"
 #include "cli/error_text.h"
+#include "cli/fingerprint.h"
 #include "cli/input_files.h"
 #include "cli/settings_check.h"
 #include "client/request/request.h"
@@ -174,6 +175,7 @@ RunInputs::RunInputs(const RunOptions& options) {
     for (const std::string& path : options.trust) {
         const StoreContent content = readCertificatesAndCrls(path);
         const std::vector<ATL2::CCertContext>& roots = content.certificates;
+        note("trust", roots, content.crls);
         if (std::none_of(roots.begin(), roots.end(), isSelfIssued)) {
             throw InputError(path,
                              "contains no root, that is, no self-issued certificate; name the root with --trust, and "
@@ -186,19 +188,38 @@ RunInputs::RunInputs(const RunOptions& options) {
     }
     for (const std::string& path : options.certs) {
         const StoreContent content = readCertificatesAndCrls(path);
+        note("certs", content.certificates, content.crls);
         add(content.certificates, content.crls);
     }
     for (const std::string& path : options.crls) {
-        add({}, readCrls(path));
+        const std::vector<std::string> crls = readCrls(path);
+        note("crl", {}, crls);
+        add({}, crls);
     }
     if (!options.issuer.empty()) {
         StoreContent content = readCertificatesAndCrls(options.issuer);
+        note("issuer", content.certificates, content.crls);
         add(content.certificates, content.crls);  // usually part of the responder's chain
         issuers_ = std::move(content.certificates);
     }
     if (!options.hash.empty()) {
         hashOid_ = toHashOid(options.hash);
     }
+}
+
+void RunInputs::note(const char* option, const std::vector<ATL2::CCertContext>& certificates,
+                     const std::vector<std::string>& crls) {
+    Fingerprint all;
+    all.add(fingerprint_);
+    all.add(option);
+    for (const ATL2::CCertContext& certificate : certificates) {
+        all.add({reinterpret_cast<const char*>(certificate->pbCertEncoded), certificate->cbCertEncoded});
+    }
+    all.add("");
+    for (const std::string& crl : crls) {
+        all.add(crl);
+    }
+    fingerprint_ = all.text();
 }
 
 Input RunInputs::issuerOf(const ATL2::CCertContext& certificate) const {

@@ -25,6 +25,8 @@ public:
     Input issuerOf(Input der) const;
     /// Dotted text; empty when no hash was given.
     const std::string& hashOid() const { return hashOid_; }
+    /// Stands for the contents of all files that the options name, whatever their names are.
+    const std::string& fingerprint() const { return fingerprint_; }
 
     /// More certificates for chains, and CRLs in DER.
     void add(const std::vector<ATL2::CCertContext>& certificates, const std::vector<std::string>& crls);
@@ -32,6 +34,10 @@ public:
     void addCertificate(Input der) { trust_.addCertificates(der); }
 
 private:
+    void note(const char* option, const std::vector<ATL2::CCertContext>& certificates,
+              const std::vector<std::string>& crls);
+
+    std::string fingerprint_;
     Trust trust_ = Trust::system();
     std::vector<ATL2::CCertContext> issuers_;
     std::string hashOid_;

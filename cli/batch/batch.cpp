@@ -22,8 +22,10 @@
 #include "cli/batch/resume_file.h"
 #include "cli/batch/work_queue.h"
 #include "cli/check_result_of.h"
+#include "cli/deadlines.h"
 #include "cli/error_text.h"
 #include "cli/evidence_text.h"
+#include "cli/fingerprint.h"
 #include "cli/input_files.h"
 #include "cli/interruption.h"
 #include "cli/open_files.h"
@@ -54,26 +56,16 @@ private:
     sigset_t before_{};
 };
 
-// What the verdicts depend on, besides the settings and the stores.
-std::string recordedOptions(const CheckOptions& options) {
-    std::string text = "list=" + options.batch.list;
-    const auto add = [&text](const char* name, const std::string& value) {
-        text += value.empty() ? "" : std::string(" ") + name + '=' + value;
-    };
-    const auto addAll = [&add](const char* name, const std::vector<std::string>& values) {
-        std::for_each(values.begin(), values.end(), [&](const std::string& value) { add(name, value); });
-    };
-    add("settings", options.settings);
-    add("issuer", options.issuer);
-    addAll("trust", options.trust);
-    addAll("certs", options.certs);
-    addAll("crl", options.crls);
-    add("hash", options.hash);
-    add("url", text::withoutLogin(options.url));
-    add("nonce", options.nonce ? std::to_string(static_cast<int>(*options.nonce)) : "");
-    add("max-age", options.maxAge ? std::to_string(options.maxAge->count()) : "");
-    add("verify-chain", options.verifyChain ? "yes" : "");
-    return text;
+// What the verdicts depend on, besides what the settings and the stores contain.
+std::string recordedOptions(const CheckOptions& options, const RunInputs& inputs) {
+    Fingerprint all;
+    for (const std::string& part : {options.batch.list, options.settings, inputs.fingerprint(), inputs.hashOid(),
+                                    options.url, std::to_string(options.nonce ? static_cast<int>(*options.nonce) : -1),
+                                    std::to_string(options.maxAge ? options.maxAge->count() : -1),
+                                    std::string(options.verifyChain ? "chain" : "")}) {
+        all.add(part);
+    }
+    return all.text();
 }
 
 class Batch {
@@ -88,7 +80,7 @@ public:
           output_(options, out, use),
           bundles_(inputs_.hashOid()) {
         if (!options.batch.resume.empty()) {
-            resume_.emplace(options.batch.resume, recordedOptions(options));
+            resume_.emplace(options.batch.resume, recordedOptions(options, inputs_));
             noted_.emplace();
         }
     }
@@ -303,7 +295,8 @@ private:
         }
     }
 
-    // Until when a verdict may be counted again: as long as its response would be accepted. Empty: not at all.
+    // Until when a verdict may be counted again: as long as its response would be accepted, and the certificates and
+    // CRLs that prove who signed it count. Empty: not at all.
     std::string endOf(const CheckResult& result) const {
         std::optional<Time> end = result.verdict.nextUpdate;
         if (!end || !hasAnswer(result.verdict)) {
@@ -312,8 +305,17 @@ private:
         if (options_.maxAge && result.verdict.thisUpdate) {
             end = std::min(*end, *result.verdict.thisUpdate + *options_.maxAge);
         }
-        if (options_.verifyChain && result.expiry) {
-            end = std::min<Time>(*end, *result.expiry);
+        const auto limit = [&end](const auto& time) { end = time ? std::min<Time>(*end, *time) : *end; };
+        limit(expiryOf(result.verdict.signerCertificate));
+        const Evidence& evidence = result.verdict.evidence;
+        for (const auto* chain : {&evidence.signerChain, &evidence.certificateChain}) {
+            for (const ChainLink& link : *chain) {
+                limit(link.notAfter);
+                limit(link.crlNextUpdate);
+            }
+        }
+        if (options_.verifyChain) {
+            limit(result.expiry);
         }
         return timeText(end);
     }

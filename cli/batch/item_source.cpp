@@ -10,13 +10,13 @@
 #include <utility>
 
 #include "checker/text/safe_text.h"
-#include "cli/batch/fingerprint.h"
 #include "cli/batch/flat_object.h"
 #include "cli/batch/responder_hosts.h"
 #include "cli/certificates_to_check.h"
 #include "cli/closest_name.h"
 #include "cli/deadlines.h"
 #include "cli/evidence_text.h"
+#include "cli/fingerprint.h"
 #include "cli/input_files.h"
 #include "cli/network.h"
 #include "platform/crypto/crypto_service.h"

@@ -53,6 +53,8 @@ return redis.pcall('XGROUP', 'CREATE', KEYS[1], ARGV[1], '0', 'MKSTREAM'))";
 constexpr const char* kAddScript = R"(
 local waiting = redis.call('XLEN', KEYS[1])
 if waiting >= tonumber(ARGV[1]) then return -1 end
+local open = redis.pcall('HGET', KEYS[2], ARGV[3])
+if type(open) == 'table' and open.err then return open end
 local added = 0
 for i = 4, #ARGV, 2 do
   local id = ARGV[i] .. '.' .. string.sub(redis.sha1hex(ARGV[i + 1]), 1, 16)
@@ -62,8 +64,11 @@ for i = 4, #ARGV, 2 do
   end
 end
 if added > 0 then
-  if waiting == 0 then redis.call('DEL', KEYS[2]) end
-  redis.call('HSET', KEYS[2], ARGV[3], added + (tonumber(redis.call('HGET', KEYS[2], ARGV[3]) or 0) or 0))
+  if waiting == 0 then
+    redis.pcall('DEL', KEYS[2])
+    open = 0
+  end
+  redis.pcall('HSET', KEYS[2], ARGV[3], added + (tonumber(open or 0) or 0))
 end
 return added)";
 

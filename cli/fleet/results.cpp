@@ -33,7 +33,7 @@ public:
                                       : "it is not a result of a worker";
         std::cerr << "tallow: the entry " + found.entry + " of " + stream_ +
                          (found.job.empty() ? "" : ", of the job " + found.job + ',') + " was left out: " + cause +
-                         "; check its certificate again under another --run, and remove it with redis-cli XDEL " +
+                         "; check its certificate again under another --run, and remove it at the server with XDEL " +
                          stream_ + ' ' + found.entry + '\n';
     }
     bool isEmpty() const { return count_ == 0; }
@@ -104,7 +104,11 @@ Outcome runResults(const ResultsOptions& options, std::ostream& out) {
         outcome.err += leftOut.summary();
         outcome.exitStatus = outcome.exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
     }
-    if (const std::optional<std::size_t> numJobs = queue.numJobs(options.run); numJobs && *numJobs != 0) {
+    const std::optional<std::size_t> numJobs = queue.numJobs(options.run);
+    if (!numJobs) {
+        outcome.err += "tallow: the queue cannot be used; how many jobs have no result so far is not known\n";
+        outcome.exitStatus = outcome.exitStatus == kExitRevoked ? kExitRevoked : kExitNoAnswer;
+    } else if (*numJobs != 0) {
         outcome.err += "tallow: jobs of " + (options.run.empty() ? "all runs" : "the run " + options.run) +
                        " without a result so far: " + groupedNumber(*numJobs) + '\n';
     }

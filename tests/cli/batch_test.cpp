@@ -138,6 +138,13 @@ TEST_F(BatchTest, ContinuesARunWithoutWhatHasAVerdict) {
     EXPECT_EQ(tallow.check(arguments).exitStatus, 0);
     EXPECT_EQ(numLines(tallow.check(inLines).out), 2U);  // anew
     EXPECT_EQ(numAsked, 5);
+    // Files of the same names with other contents are other options.
+    const std::string more = tallow.file("more.pem", certs().root);
+    const Arguments withMore = joined(arguments, {"--certs", more});
+    tallow.file("late.pem", std::string("no certificate"));
+    EXPECT_EQ(tallow.check(withMore).exitStatus, 3);
+    tallow.file("more.pem", certs().delegate);
+    expectMistake(tallow.check(withMore), "other options");
     run({"sh", "-c", "echo x >" + resume});
     expectMistake(tallow.check(arguments), "is not a file of --resume");
     run({"chmod", "666", resume});
@@ -223,17 +230,28 @@ TEST(ResumeFiles, KeepTheOrderOfTheListAndNothingThatIsOver) {
 
 TEST_F(BatchTest, RecordsAVerdictAsLongAsItsResponseIsAccepted) {
     const std::string list = tallow.file("list", leaf + "\nmissing.pem\n");
-    const std::string resume = tallow.folder().file("resume");
+    const auto endOf = [&](const ResponseSpec& spec, const Arguments& arguments) {
+        const HttpServer server = serverOf(spec);
+        const std::string resume = tallow.folder().file("resume");
+        ::unlink(resume.c_str());
+        tallow.check(joined({"--url", server.url(), "--from-file", list, "--resume", resume}, arguments));
+        const Bytes content = readFile(resume);
+        std::string end(content.begin(), content.end());
+        end.erase(0, end.find("\"end\":\"") + 7);
+        std::erase_if(end, [](unsigned char c) { return std::isdigit(c) == 0; });
+        EXPECT_GT(end, generalizedTimeText(0));
+        return end;
+    };
     ResponseSpec spec = goodResponse();
     spec.entries[0].nextUpdate = generalizedTimeText(86400);
-    const HttpServer server = serverOf(spec);
-    tallow.check({"--url", server.url(), "--from-file", list, "--resume", resume, "--max-age", "2h"});
-    const Bytes content = readFile(resume);
-    std::string end(content.begin(), content.end());
-    end.erase(0, end.find("\"end\":\"") + 7);
-    end.erase(std::remove_if(end.begin(), end.end(), [](unsigned char c) { return std::isdigit(c) == 0; }), end.end());
-    EXPECT_GT(end, generalizedTimeText(0));
-    EXPECT_LT(end, generalizedTimeText(7300));
+    EXPECT_GT(endOf(spec, {}), generalizedTimeText(80000));
+    EXPECT_LT(endOf(spec, {"--max-age", "2h"}), generalizedTimeText(7300));
+    // No longer than the certificate of its signer.
+    CertificateSpec shortLived{.commonName = "responder", .extendedKeyUsage = "OCSPSigning"};
+    shortLived.ocspNoCheck = true;
+    shortLived.notAfterSeconds = 3600;
+    spec.signer = issue(certs().root, shortLived);
+    EXPECT_LT(endOf(spec, {}), generalizedTimeText(3700));
 }
 
 TEST_F(BatchTest, MakesFewerChecksAtATimeWhenFewFilesMayBeOpen) {

@@ -308,7 +308,7 @@ def check_hostile_jobs(place):
     found, printed = place.results()
     assert printed.returncode == 3 and "3 entries are not results" in printed.stderr, printed
     long = (f"tallow: the entry {entry} of tallow:results, of the job long-1, was left out: it has 1,048,577 octets, more than "
-            "the 1,048,576 of a result; check its certificate again under another --run, and remove it with redis-cli XDEL "
+            "the 1,048,576 of a result; check its certificate again under another --run, and remove it at the server with XDEL "
             f"tallow:results {entry}\n")
     assert long in printed.stderr and printed.stderr.count("was left out: it is not a result") == 2, printed.stderr
     assert all(one["result"]["status"] == "error" for one in found) and len(found) == len(garbage) + 3, found

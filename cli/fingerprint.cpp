@@ -1,4 +1,4 @@
-#include "cli/batch/fingerprint.h"
+#include "cli/fingerprint.h"
 
 #include <new>
 
