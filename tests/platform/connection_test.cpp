@@ -3,12 +3,10 @@
 #include <netinet/in.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <atomic>
 #include <chrono>
-#include <latch>
 #include <memory>
 #include <string>
 #include <thread>
@@ -18,6 +16,8 @@
 #include "tests/platform/certificate_fixture.h"
 #include "tests/platform/exchange_fixture.h"
 #include "tests/support/http_server.h"
+#include "tests/support/process.h"
+#include "tests/support/repeating_threads.h"
 #include "tests/support/settings_file.h"
 #include "tests/support/temp_dir.h"
 #include "tests/support/tlv.h"
@@ -228,15 +228,10 @@ TEST(Connection, StaysWithItsProcess) {
     for (const Identity* const tls : {static_cast<const Identity*>(nullptr), &trusted.identity}) {
         HttpServer server(kept, tls);
         EXPECT_EQ(post(server.url(), bytesOf("x")).status, 200u);
-        const pid_t child = ::fork();
-        if (child == 0) {
-            const bool isRight = post(server.url(), bytesOf("child")).body == bytesOf("child") &&
-                                 post(server.url(), bytesOf("child")).body == bytesOf("child");
-            ::_exit(isRight ? 0 : 1);
-        }
-        int status = -1;
-        ::waitpid(child, &status, 0);
-        EXPECT_EQ(status, 0);
+        EXPECT_TRUE(isTrueInChild([&server] {
+            return post(server.url(), bytesOf("child")).body == bytesOf("child") &&
+                   post(server.url(), bytesOf("child")).body == bytesOf("child");
+        }));
         EXPECT_EQ(server.numConnections(), 2);
         EXPECT_EQ(post(server.url(), bytesOf("parent")).body, bytesOf("parent"));
         EXPECT_EQ(server.numConnections(), 2) << "the child ended the connection of its parent";
@@ -299,30 +294,13 @@ TEST(Connection, LeavesNoLockHeldInAChild) {
         return CryptVerifyCertificateSignatureEx(0, X509_ASN_ENCODING, CRYPT_VERIFY_CERT_SIGN_SUBJECT_CERT, certificate,
                                                  CRYPT_VERIFY_CERT_SIGN_ISSUER_CERT, certificate, 0, nullptr) != FALSE;
     };
-    std::atomic<bool> isOver{false};
-    std::vector<std::jthread> threads;
-    std::latch begun(3);
-    for (int i = 0; i < 3; ++i) {
-        threads.emplace_back([&] {
-            begun.count_down();
-            while (!isOver) {
-                isEnded();
-            }
-        });
-    }
-    begun.wait();  // the sanitizers allocate memory when a thread starts
+    const RepeatingThreads others(3, isEnded);
     const auto end = std::chrono::steady_clock::now() + std::chrono::seconds(4);
-    int status = 0;
-    while (status == 0 && std::chrono::steady_clock::now() < end) {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            ::alarm(30);  // ends a child that waits for a lock
-            ::_exit(isVerified() ? 0 : 1);
-        }
-        ::waitpid(child, &status, 0);
+    bool isVerifiedInAll = true;
+    while (isVerifiedInAll && std::chrono::steady_clock::now() < end) {
+        isVerifiedInAll = isTrueInChild(isVerified);
     }
-    isOver = true;
-    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(isVerifiedInAll);
 }
 
 TEST(Connection, ServesOneThreadAtATime) {

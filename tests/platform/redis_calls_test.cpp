@@ -1,7 +1,5 @@
 // The client of Redis servers for programs: a real redis-server, unusable parameters, and fork.
 #include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <memory>
 #include <string>
@@ -9,6 +7,7 @@
 
 #include "platform/crypto/redis_service.h"
 #include "platform/support/support_service.h"
+#include "tests/support/process.h"
 #include "tests/support/redis_server.h"
 
 namespace testkit {
@@ -94,14 +93,10 @@ TEST(RedisCalls, ConnectAnewInAChildOfFork) {
     const CRYPTO_REDIS_VALUE* reply = ask(redis, {"CLIENT", "ID"});
     ASSERT_NE(reply, nullptr);
     const long long connection = reply->iValue;
-    const pid_t child = ::fork();
-    if (child == 0) {
-        reply = ask(redis, {"CLIENT", "ID"});
-        ::_exit(reply != nullptr && reply->iValue != connection ? 0 : 1);
-    }
-    int status = -1;
-    ASSERT_EQ(::waitpid(child, &status, 0), child);
-    EXPECT_EQ(status, 0);
+    EXPECT_TRUE(isTrueInChild([&] {
+        const CRYPTO_REDIS_VALUE* const inChild = ask(redis, {"CLIENT", "ID"});
+        return inChild != nullptr && inChild->iValue != connection;
+    }));
     reply = ask(redis, {"CLIENT", "ID"});
     EXPECT_TRUE(reply != nullptr && reply->iValue == connection);
 }

@@ -5,7 +5,6 @@
 #include <signal.h>
 #include <sys/socket.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 #include <unistd.h>
 
 #include <array>
@@ -14,7 +13,6 @@
 #include <cstring>
 #include <filesystem>
 #include <functional>
-#include <latch>
 #include <limits>
 #include <set>
 #include <string>
@@ -29,7 +27,9 @@
 #include "platform/support/fork_gate.h"
 #include "tests/platform/trust_fixture.h"
 #include "tests/support/http_server.h"
+#include "tests/support/process.h"
 #include "tests/support/redis_server.h"
+#include "tests/support/repeating_threads.h"
 
 namespace testkit {
 namespace {
@@ -459,32 +459,12 @@ TEST_F(SharedCache, IsUsableInAChildWhileOtherThreadsUseIt) {
         return why.starts_with("TLS: ");
     };
     ASSERT_TRUE(isRefused());
-    std::atomic<bool> isOver{false};
-    std::vector<std::jthread> threads;
-    std::latch begun(4);
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            begun.count_down();
-            while (!isOver) {
-                isRefused();
-            }
-        });
-    }
-    // AddressSanitizer allocates memory when a thread starts, before the thread can enter a gate. A child of that
-    // moment waits for ever for the lock of its allocator, which glibc's own allocator releases in children.
-    begun.wait();
+    const RepeatingThreads others(4, isRefused);
     const Clock::time_point end = Clock::now() + std::chrono::seconds(10);
     bool isUsable = true;
     for (int i = 0; i < 250 && isUsable && Clock::now() < end; ++i) {
-        const pid_t child = ::fork();
-        if (child == 0) {
-            ::alarm(30);  // ends a child that waits for a lock
-            ::_exit(isRefused() ? 0 : 1);
-        }
-        int status = 0;
-        isUsable = ::waitpid(child, &status, 0) == child && status == 0;
+        isUsable = isTrueInChild(isRefused);
     }
-    isOver = true;
     EXPECT_TRUE(isUsable);
 }
 

@@ -100,6 +100,16 @@ std::vector<std::string> dyingWithUs(const std::vector<std::string>& arguments) 
 
 }  // namespace
 
+bool isTrueInChild(const std::function<bool()>& isTrue) {
+    const pid_t child = ::fork();
+    if (child == 0) {
+        ::alarm(30);
+        ::_exit(isTrue() ? 0 : 1);
+    }
+    int status = -1;
+    return ::waitpid(child, &status, 0) == child && status == 0;
+}
+
 std::vector<std::string> clockEnvironment(const std::string& clock) {
     return {"LD_PRELOAD=/usr/$LIB/faketime/libfaketime.so.1", "FAKETIME=" + clock, "TZ=UTC"};
 }

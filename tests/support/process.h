@@ -4,6 +4,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -21,6 +22,9 @@ ProcessResult run(const std::vector<std::string>& arguments, int timeoutMs = 300
 
 /// Environment that sets the clock of a program: "-2h", or "@2050-01-01 00:00:00" (UTC) for when it starts.
 std::vector<std::string> clockEnvironment(const std::string& clock);
+
+/// Whether `isTrue` holds in a child of fork. A child that waits for a lock is ended after 30 s.
+[[nodiscard]] bool isTrueInChild(const std::function<bool()>& isTrue);
 
 /// A process that runs in the background. The destructor kills it and its children; the system does when the thread
 /// that started it ends.
