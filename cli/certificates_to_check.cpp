@@ -8,7 +8,6 @@
 #include <unordered_set>
 
 #include "asn1/codec/tlv_reader.h"
-#include "checker/text/safe_text.h"
 #include "cli/input_files.h"
 #include "platform/crypto/crypto_service.h"
 
@@ -184,8 +183,7 @@ std::vector<bool> chainFiles(const std::vector<File>& files, Budget& budget) {
 
 void addLeaves(std::vector<ToCheck>& toCheck, const std::string& path, const File& file) {
     if (file.failure) {
-        const bool isAddress = path.find("://") != std::string::npos;  // which may contain a login
-        toCheck.push_back({isAddress ? text::withoutLogin(path) : path, {}, file.failure});
+        toCheck.push_back({shownName(path), {}, file.failure});
         return;
     }
     if (toCheck.size() + file.leaves.size() > kMostToCheck) {

@@ -5,6 +5,7 @@
 #include <new>
 #include <string_view>
 
+#include "checker/text/safe_text.h"
 #include "cli/input_stream.h"
 #include "platform/crypto/crypto_service.h"
 
@@ -15,8 +16,9 @@ namespace {
 constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kDashes = "-----";
 
-std::string readWhole(const std::string& path, std::size_t largest = kLargestFile) {
-    InputStream stream(path);
+std::string readWhole(const std::string& path, std::size_t largest = kLargestFile,
+                      InputStream::Kind kind = InputStream::Kind::kAny) {
+    InputStream stream(path, kind);
     std::string content;
     char part[65536];
     while (const std::size_t count = stream.read(part, sizeof part)) {
@@ -194,6 +196,10 @@ StoreContent storeContentIn(const std::string& name, const std::string& octets) 
 
 }  // namespace
 
+std::string shownName(const std::string& name) {
+    return name.find("://") == std::string::npos ? name : text::withoutLogin(name);
+}
+
 StoreContent certificatesAndCrlsIn(const std::string& name, const std::string& octets) {
     StoreContent content = storeContentIn(name, octets);
     requireUsable(name, content, content.certificates.size(), "a certificate");
@@ -202,6 +208,10 @@ StoreContent certificatesAndCrlsIn(const std::string& name, const std::string& o
 
 StoreContent readCertificatesAndCrls(const std::string& path) {
     return certificatesAndCrlsIn(path, readWhole(path));
+}
+
+std::string readRegularFile(const std::string& path) {
+    return readWhole(path, kLargestFile, InputStream::Kind::kRegularFile);
 }
 
 std::vector<ATL2::CCertContext> readCertificates(const std::string& path) {

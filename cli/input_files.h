@@ -15,11 +15,14 @@ namespace tallow::cli {
 /// The largest file in octets; a bundle of all public roots is far smaller.
 inline constexpr std::size_t kLargestFile = 64U << 20;
 
+/// A name as it is shown: an address that is given in place of a file is shown without its login.
+std::string shownName(const std::string& name);
+
 /// Unusable input from the command line; what() is one line, "name: reason".
 class InputError : public std::runtime_error {
 public:
     InputError(const std::string& name, std::string reason, std::int32_t code = status::kInvalidArgument)
-        : std::runtime_error(name + ": " + reason), reason_(std::move(reason)), code_(code) {}
+        : std::runtime_error(shownName(name) + ": " + reason), reason_(std::move(reason)), code_(code) {}
 
     const std::string& reason() const { return reason_; }
     std::int32_t code() const { return code_; }
@@ -48,6 +51,10 @@ StoreContent readCertificatesAndCrls(const std::string& path);
 
 /// The same for octets that were read already; `name` is for messages.
 StoreContent certificatesAndCrlsIn(const std::string& name, const std::string& octets);
+
+/// The content of a regular file, not empty. Throws InputError, also for another kind of file: a pipe or a device could
+/// keep a run waiting for ever.
+std::string readRegularFile(const std::string& path);
 
 /// The certificates alone.
 std::vector<ATL2::CCertContext> readCertificates(const std::string& path);

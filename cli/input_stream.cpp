@@ -30,6 +30,10 @@ const char* remedyFor(int error, const std::string& path) {
                                                 : "; check its permissions";
 }
 
+[[noreturn]] void refuseKind(const std::string& path) {
+    throw InputError(path, "is not a regular file; name one");
+}
+
 int opened(const std::string& path) {
     const int file = path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
     if (file < 0) {
@@ -41,10 +45,10 @@ int opened(const std::string& path) {
 
 }  // namespace
 
-InputStream::InputStream(std::string path) : path_(std::move(path)), file_(opened(path_)) {
+InputStream::InputStream(std::string path, Kind kind) : path_(std::move(path)), kind_(kind), file_(opened(path_)) {
     struct stat info {};
     if (::fstat(file_, &info) != 0) {
-        return;  // reading says why
+        info = {};  // reading says why
     }
     if (S_ISREG(info.st_mode)) {
         mayWait_ = false;
@@ -52,6 +56,9 @@ InputStream::InputStream(std::string path) : path_(std::move(path)), file_(opene
     } else if (S_ISDIR(info.st_mode)) {
         close();
         throw InputError(path_, "is a directory; name a file", status::kFileCorrupt);
+    } else if (kind_ == Kind::kRegularFile) {
+        close();
+        refuseKind(path_);
     }
 }
 
@@ -85,6 +92,10 @@ std::size_t InputStream::read(char* room, std::size_t size, const std::string& p
         if (count >= 0) {
             isNoted_ = true;
             return static_cast<std::size_t>(count);
+        }
+        // Some files of the kernel that wait for what comes, such as its log, say that they are regular.
+        if (isReady && errno == EAGAIN && kind_ == Kind::kRegularFile) {
+            refuseKind(path_);
         }
         if (isReady && errno != EINTR && errno != EAGAIN) {
             throw InputError(path_,

@@ -10,8 +10,11 @@ namespace tallow::cli {
 
 class InputStream {
 public:
-    /// "-" is standard input. A FIFO is opened without waiting for its writer. Throws InputError.
-    explicit InputStream(std::string path);
+    enum class Kind { kAny, kRegularFile };
+
+    /// "-" is standard input. A FIFO is opened without waiting for its writer. Throws InputError, for kRegularFile also
+    /// when it is none, and reading never waits then.
+    explicit InputStream(std::string path, Kind kind = Kind::kAny);
     ~InputStream();
     InputStream(const InputStream&) = delete;
     InputStream& operator=(const InputStream&) = delete;
@@ -31,6 +34,7 @@ private:
     void noteSilence();
 
     const std::string path_;
+    const Kind kind_;
     const int file_;
     bool mayWait_ = true;
     bool isNoted_ = false;  // that there is nothing to read, or something was read

@@ -29,6 +29,11 @@ public:
     bool start_array(std::size_t) override { return reject("a list"); }
     bool end_array() override { return true; }
     bool key(string_t& name) override {
+        constexpr std::size_t kLongestKey = 64;
+        if (name.size() > kLongestKey) {
+            fault = "has a key of more than " + std::to_string(kLongestKey) + " octets";
+            return false;
+        }
         name_ = std::move(name);
         return true;
     }

@@ -1,15 +1,13 @@
 #include "cli/batch/item_source.h"
 
 #include <algorithm>
-#include <filesystem>
+#include <climits>
 #include <map>
 #include <memory>
 #include <new>
 #include <set>
-#include <system_error>
 #include <utility>
 
-#include "checker/text/safe_text.h"
 #include "cli/batch/flat_object.h"
 #include "cli/batch/responder_hosts.h"
 #include "cli/certificates_to_check.h"
@@ -31,17 +29,12 @@ bool isPem(const std::string& text) {
     return text.find("-----BEGIN ") != std::string::npos;
 }
 
-// A pipe or a device could wait for ever, and standard input may be the list.
-void requireFile(const std::string& path) {
-    if (path == "-") {
-        throw InputError(path, "standard input cannot be named in a list; name a file");
+// A text in PEM itself, or the content of the file that it names. Standard input may be the list.
+std::string contentOf(const std::string& named) {
+    if (named == "-") {
+        throw InputError(named, "standard input cannot be named in a list; name a file");
     }
-    std::error_code error;
-    const auto type = std::filesystem::status(path, error).type();
-    using Type = std::filesystem::file_type;
-    if (type == Type::fifo || type == Type::character || type == Type::block || type == Type::socket) {
-        throw InputError(path, "is not a regular file; name one");
-    }
+    return isPem(named) ? named : readRegularFile(named);
 }
 
 std::string textOf(Input octets) {
@@ -102,6 +95,14 @@ void requireKnown(const std::string& key, const std::string& label) {
     }
 }
 
+// Longer ones name no file, and messages repeat them.
+void requirePath(const std::string& what, const std::string& named, const std::string& label) {
+    if (named.size() >= PATH_MAX && !isPem(named)) {
+        throw InputError(label, what + " is neither a text in PEM nor a path: it has more than " +
+                                    std::to_string(PATH_MAX - 1) + " octets; name a file");
+    }
+}
+
 ListEntry entryOfObject(const ListLine& line, const std::string& label) {
     std::map<std::string, std::string> members;
     try {
@@ -129,9 +130,12 @@ ListEntry entryOfObject(const ListLine& line, const std::string& label) {
     if (const std::string mistake = mistakeInUrl("url", entry.url); !mistake.empty()) {
         throw InputError(label, mistake);
     }
+    requirePath("\"certificate\"", entry.certificate, label);
+    requirePath("\"issuer\"", entry.issuer, label);
     if (entry.name.empty()) {
         entry.name = entry.certificate.empty() || isPem(entry.certificate) ? label : entry.certificate;
     }
+    entry.name = shownName(entry.name);
     return entry;
 }
 
@@ -141,8 +145,12 @@ ListEntry entryOf(const ListLine& line, const std::string& list) {
     if (!line.fault.empty()) {
         throw InputError(labelOf(line, list), line.fault, status::kInvalidData);
     }
-    return line.text.front() == '{' ? entryOfObject(line, labelOf(line, list))
-                                    : ListEntry{line.text, line.text, "", "", {}};
+    const std::string label = labelOf(line, list);
+    if (line.text.front() == '{') {
+        return entryOfObject(line, label);
+    }
+    requirePath("the line", line.text, label);
+    return {shownName(line.text), line.text, "", "", {}};
 }
 
 ItemSource::ItemSource(const CheckOptions& options, const RunInputs& inputs, std::function<void()> waiting)
@@ -187,7 +195,7 @@ std::optional<BatchItem> ItemSource::next() {
 
 // A mistake in a line is the result of that line.
 BatchItem ItemSource::read(const ListLine& line) {
-    std::string label = labelOf(line, reader_.path());
+    std::string label = shownName(labelOf(line, reader_.path()));
     const char* step = "reading the line";
     try {
         const ListEntry entry = entryOf(line, reader_.path());
@@ -201,7 +209,7 @@ BatchItem ItemSource::read(const ListLine& line) {
         openFile(line, entry);
         return nextOfFile();
     } catch (const InputError&) {
-        BatchItem item{line.number, 1, text::withoutLogin(label), std::current_exception()};
+        BatchItem item{line.number, 1, label, std::current_exception()};
         item.step = step;
         file_.reset();
         return item;
@@ -209,12 +217,8 @@ BatchItem ItemSource::read(const ListLine& line) {
 }
 
 void ItemSource::openFile(const ListLine& line, const ListEntry& entry) {
-    const bool isText = isPem(entry.certificate);
-    if (!isText) {
-        requireFile(entry.certificate);
-    }
     CertificateFiles files =
-        isText ? certificatesToCheckIn(entry.name, entry.certificate) : readCertificateFiles({entry.certificate});
+        certificatesToCheckIn(isPem(entry.certificate) ? entry.name : entry.certificate, contentOf(entry.certificate));
     if (files.toCheck.front().failure) {
         std::rethrow_exception(files.toCheck.front().failure);
     }
@@ -304,12 +308,7 @@ void ItemSource::readIssuers(const std::string& named) {
     }
     issuerNamed_.clear();
     try {
-        if (isPem(named)) {
-            issuers_ = certificatesAndCrlsIn("the issuer", named).certificates;
-        } else {
-            requireFile(named);
-            issuers_ = readCertificates(named);
-        }
+        issuers_ = certificatesAndCrlsIn(isPem(named) ? "the issuer" : named, contentOf(named)).certificates;
     } catch (const InputError& mistake) {
         throw InputError("issuer", std::string("its issuer: ") + mistake.what(), mistake.code());
     }

@@ -3,7 +3,6 @@
 #include <map>
 #include <memory>
 
-#include "checker/text/safe_text.h"
 #include "cli/batch/flat_object.h"
 #include "cli/batch/item_source.h"
 #include "cli/deadlines.h"
@@ -80,7 +79,7 @@ BatchItem itemOf(const std::string& id, const std::string& job, const std::strin
         throw InputError(id, mistake.what(), status::kInvalidData);
     }
     BatchItem item;
-    item.label = members["name"].empty() ? id : text::withoutLogin(members["name"]);
+    item.label = members["name"].empty() ? id : shownName(members["name"]);
     item.url = members["url"];
     item.isUrlForeign = !item.url.empty();
     if (item.url.size() > kLongestUrl) {
