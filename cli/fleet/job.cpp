@@ -44,6 +44,15 @@ std::string runOf(const std::string& id) {
 }
 
 std::string jobOf(const BatchItem& item) {
+    const auto refuse = [&item] {
+        throw InputError(item.label,
+                         "is longer than a job may be with its other certificates; put it into a file alone",
+                         status::kInvalidData);
+    };
+    // Before they are copied, as many times as the file has certificates.
+    if (item.others && item.others->size() > kLongestJob) {
+        refuse();
+    }
     std::string job = "{\"name\":" + quoted(item.label);
     const auto add = [&job](const char* key, const std::string& value) {
         job += value.empty() ? "" : std::string(",\"") + key + "\":" + quoted(value);
@@ -61,9 +70,7 @@ std::string jobOf(const BatchItem& item) {
     add("url", item.url);
     job += '}';
     if (job.size() > kLongestJob) {
-        throw InputError(item.label,
-                         "is longer than a job may be with its other certificates; put it into a file alone",
-                         status::kInvalidData);
+        refuse();
     }
     return job;
 }

@@ -16,7 +16,7 @@ namespace tallow::cli {
 
 /// The longest job, and the longest id of one, in octets.
 inline constexpr std::size_t kLongestJob = 1U << 20;
-inline constexpr std::size_t kLongestJobId = 128;
+inline constexpr std::size_t kLongestJobId = 192;
 
 /// Throws InputError for a certificate with so many others that the job would be too long.
 std::string jobOf(const BatchItem& item);
@@ -28,7 +28,7 @@ BatchItem itemOf(const std::string& id, const std::string& job, const std::strin
 /// The name of the run in the id of a job; empty when it has none.
 std::string runOf(const std::string& id);
 
-/// Whether it can name a job: 1 to 128 letters, digits, dots, hyphens and underscores.
+/// Whether it can name a job: 1 to 192 letters, digits, dots, hyphens and underscores.
 bool isJobId(const std::string& text);
 
 }  // namespace tallow::cli

@@ -1,7 +1,12 @@
 #include "cli/fleet/job_queue.h"
 
 #include <algorithm>
+#include <charconv>
+#include <cstdint>
+#include <iostream>
+#include <system_error>
 
+#include "cli/fingerprint.h"
 #include "cli/fleet/job.h"
 #include "cli/fleet/result_line.h"
 
@@ -47,19 +52,17 @@ constexpr const char* kGroupScript = R"(
 redis.call('HDEL', KEYS[2], '-')
 return redis.pcall('XGROUP', 'CREATE', KEYS[1], ARGV[1], '0', 'MKSTREAM'))";
 
-// The digest keeps the result of another certificate from counting, which had the same place in another list. Counts
-// of runs begin anew with an empty queue, so that a mistake in them does not stay. They are written last: after a
-// command that removes something, a server without memory would not refuse the jobs.
+// Counts of runs begin anew with an empty queue, so that a mistake in them does not stay. They are written last: after
+// a command that removes something, a server without memory would not refuse the jobs.
 constexpr const char* kAddScript = R"(
 local waiting = redis.call('XLEN', KEYS[1])
 if waiting >= tonumber(ARGV[1]) then return -1 end
 local open = redis.pcall('HGET', KEYS[2], ARGV[3])
-if type(open) == 'table' and open.err then return open end
+if type(open) == 'table' and not (waiting == 0 and string.find(open.err, 'WRONGTYPE', 1, true)) then return open end
 local added = 0
 for i = 4, #ARGV, 2 do
-  local id = ARGV[i] .. '.' .. string.sub(redis.sha1hex(ARGV[i + 1]), 1, 16)
-  if redis.call('EXISTS', ARGV[2] .. id) == 0 then
-    redis.call('XADD', KEYS[1], '*', 'id', id, 'job', ARGV[i + 1])
+  if redis.call('EXISTS', ARGV[2] .. ARGV[i]) == 0 then
+    redis.call('XADD', KEYS[1], '*', 'id', ARGV[i], 'job', ARGV[i + 1])
     added = added + 1
   end
 end
@@ -95,14 +98,14 @@ for _, row in ipairs(redis.call('XINFO', 'CONSUMERS', KEYS[1], group)) do
     redis.call('XGROUP', 'DELCONSUMER', KEYS[1], group, consumer.name)
   end
 end
-local jobs, next = {}, ''
+local jobs, next, size = {}, '', 0
 for _, row in ipairs(pending) do
-  if #jobs == most then break end
+  if #jobs == most or size > tonumber(ARGV[13]) then break end
   next = '(' .. row[1]
   if row[3] == 0 then
     redis.call('XCLAIM', KEYS[1], group, row[2], 0, row[1], 'JUSTID')
   elseif row[3] >= idle then
-    local claimed = redis.call('XCLAIM', KEYS[1], group, worker, idle, row[1])[1]
+    local claimed = redis.call('XCLAIM', KEYS[1], group, worker, 0, row[1])[1]
     if claimed then
       local tries = tonumber(redis.call('HGET', KEYS[2], row[1]) or 0) or 0
       if not isAlive(row[2]) then
@@ -110,7 +113,10 @@ for _, row in ipairs(pending) do
         redis.call('HSET', KEYS[2], row[1], tries)
       end
       local fields = {id = '', job = ''}
-      for i = 1, #claimed[2], 2 do fields[claimed[2][i]] = claimed[2][i + 1] end
+      for i = 1, #claimed[2], 2 do
+        fields[claimed[2][i]] = claimed[2][i + 1]
+        size = size + #claimed[2][i + 1]
+      end
       local id, job = string.sub(fields.id, 1, tonumber(ARGV[11])), string.sub(fields.job, 1, tonumber(ARGV[9]))
       table.insert(jobs, {row[1], id, job, tries})
     else
@@ -118,7 +124,7 @@ for _, row in ipairs(pending) do
     end
   end
 end
-if #pending < look and #jobs < most then next = '' end
+if #pending == 0 or (#pending < look and next == '(' .. pending[#pending][1]) then next = '' end
 return {next, jobs, now, 0})";
 
 // Only what the worker still has: another one may have taken it over.
@@ -170,17 +176,22 @@ constexpr const char* kNumJobsScript = R"(
 local open = tonumber(redis.call('HGET', KEYS[2], ARGV[1]) or 0) or 0
 return math.min(open, redis.call('XLEN', KEYS[1])))";
 
-// Only what is printed, and of a text that is too long only its length: anything may be in these streams.
+// Only what is printed, and of a text that is too long only its length: anything may be in these streams. One at a
+// time, so that the server itself holds no more than one that is too long.
 constexpr const char* kResultsScript = R"(
-local rows = redis.pcall('XRANGE', KEYS[1], ARGV[1], '+', 'COUNT', ARGV[2])
-if rows.err then return rows end
-local found, size = {}, 0
-for _, row in ipairs(rows) do
-  if size >= tonumber(ARGV[4]) then break end
+local found, size, after = {}, 0, ARGV[1]
+while #found < tonumber(ARGV[2]) and size < tonumber(ARGV[4]) do
+  local rows = redis.pcall('XRANGE', KEYS[1], after, '+', 'COUNT', 1)
+  if rows.err then return rows end
+  local row = rows[1]
+  if not row then break end
+  after = '(' .. row[1]
   local fields = {id = '', result = ''}
-  for i = 1, #row[2], 2 do fields[row[2][i]] = row[2][i + 1] end
+  for i = 1, #row[2], 2 do
+    fields[row[2][i]] = row[2][i + 1]
+    size = size + #row[2][i + 1]
+  end
   local text = #fields.result > tonumber(ARGV[3]) and '' or fields.result
-  size = size + #text
   table.insert(found, {row[1], string.sub(fields.id, 1, tonumber(ARGV[5])), text, #fields.result})
 end
 return found)";
@@ -206,6 +217,18 @@ if pending.err then return pending end
 redis.call('DEL', KEYS[2])
 if #pending == 0 then redis.call('XGROUP', 'DELCONSUMER', KEYS[1], ARGV[1], ARGV[2]) end
 return 1)";
+
+// The two numbers of an entry's name; nothing when it is no such name.
+std::optional<std::pair<std::uint64_t, std::uint64_t>> placeOf(const std::string& entry) {
+    std::pair<std::uint64_t, std::uint64_t> place;
+    const char* const end = entry.data() + entry.size();
+    const auto [hyphen, mistake] = std::from_chars(entry.data(), end, place.first);
+    if (mistake != std::errc() || hyphen == end || *hyphen != '-') {
+        return std::nullopt;
+    }
+    const auto [rest, second] = std::from_chars(hyphen + 1, end, place.second);
+    return second == std::errc() && rest == end ? std::optional(place) : std::nullopt;
+}
 
 std::string fieldOf(const QueueReply& fields, const char* name) {
     for (std::size_t i = 0; i + 1 < fields.parts.size(); i += 2) {
@@ -246,7 +269,9 @@ JobQueue::Added JobQueue::add(const std::vector<std::pair<std::string, std::stri
     const std::string run = jobs.empty() ? std::string() : runOf(jobs.front().first);
     QueueServer::Words words{"EVAL", kAddScript, "2", kJobs, kOpen, std::to_string(kMostJobs), kDone, run};
     for (const auto& [id, job] : jobs) {
-        words.push_back(id);
+        Fingerprint digest;
+        digest.add(job);
+        words.push_back(id + '.' + digest.text());
         words.push_back(job);
     }
     const std::optional<long long> added = askNumber(words);
@@ -275,6 +300,9 @@ std::vector<TakenJob> JobQueue::take(const std::string& worker, std::size_t most
     const std::optional<QueueReply> reply = ask({"XREADGROUP", "GROUP", kGroup, worker, "COUNT", std::to_string(count),
                                                  "BLOCK", std::to_string(waitMs), "STREAMS", kJobs, ">"},
                                                 boundsOfJobs(count, waitMs));
+    if (reply && reply->isTooLarge && !std::exchange(isTooLargeReported_, true)) {
+        std::cerr << "tallow: the queue holds jobs that are longer than a job may be; each becomes a failed result\n";
+    }
     std::vector<TakenJob> jobs;
     for (std::size_t i = 0; reply && i < reply->at(0).at(1).parts.size(); ++i) {
         const QueueReply& entry = reply->at(0).at(1).at(i);
@@ -294,7 +322,8 @@ std::vector<TakenJob> JobQueue::takeLeft(const std::string& worker, std::size_t 
     const std::optional<QueueReply> reply =
         ask({"EVAL", kTakeLeftScript, "2", kJobs, kTries, kGroup, worker, std::to_string(idle.count()), nextLeft_,
              std::to_string(count), std::to_string(kMostLookedAt), kWaiting, kLongestIdleMs,
-             std::to_string(kLongestJob + 1), kAlive, std::to_string(kLongestJobId + 1), std::to_string(serverMs)},
+             std::to_string(kLongestJob + 1), kAlive, std::to_string(kLongestJobId + 1), std::to_string(serverMs),
+             std::to_string(kMostTaken * kLongestJob)},
             boundsOfJobs(count, 0));
     lookedAt_ = std::chrono::steady_clock::now();
     lookedAtServerMs_ = reply ? std::clamp(reply->at(2).number, 0LL, kLatestMs) : 0;
@@ -375,10 +404,14 @@ bool JobQueue::results(bool dead, const std::string& after, std::vector<QueuedRe
     if (!reply || reply->kind != CRYPTO_REDIS_ARRAY) {
         return false;
     }
+    auto last = placeOf(after);
     for (const QueueReply& row : reply->parts) {
-        if (!isJobId(row.at(0).text)) {
+        // In ascending order, so that there is an end and nothing comes twice.
+        const auto place = placeOf(row.at(0).text);
+        if (!place || (last && *place <= *last)) {
             return false;
         }
+        last = place;
         const std::string& job = row.at(1).text;
         found.push_back({row.at(0).text, isJobId(job) ? job : "", row.at(2).text,
                          static_cast<std::size_t>(std::max(0LL, row.at(3).number))});

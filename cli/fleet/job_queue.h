@@ -51,7 +51,8 @@ public:
         std::size_t count = 0;  // without those that have their result already
     };
     /// Adds jobs in one step: all of them, or none while there is no room or no server. They are pairs of the beginning
-    /// of the id, to which a digest of the text is appended, and the text.
+    /// of the id and the text. A digest of the text is appended to the id, so that the result of another certificate
+    /// does not count that had the same place in another list.
     [[nodiscard]] Added add(const std::vector<std::pair<std::string, std::string>>& jobs);
 
     /// Up to `most` new jobs for this worker; waits a moment for them.
@@ -82,7 +83,8 @@ public:
     /// How long to wait before one more check may ask this host; 0: it may now, and counts.
     std::chrono::milliseconds claimTurn(const std::string& host, unsigned perSecond);
 
-    /// Some results after the entry `after` (kStart: all); none at the end. False when it gave up.
+    /// Some results after the entry `after` (kStart: all), in ascending order; none at the end. False when it gave up,
+    /// or the server sent something else.
     [[nodiscard]] bool results(bool dead, const std::string& after, std::vector<QueuedResult>& found);
     /// The stream that they are in, for messages.
     static const char* nameOfResults(bool dead);
@@ -99,6 +101,7 @@ private:
 
     QueueServer server_;
     const QueueServer::Patience givesUp_;
+    bool isTooLargeReported_ = false;
     std::string nextLeft_ = kStart;  // where takeLeft goes on
     // When takeLeft was last answered, here and by the server's clock in ms (0: never), and when that was set forward.
     std::chrono::steady_clock::time_point lookedAt_{};

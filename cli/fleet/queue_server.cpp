@@ -50,10 +50,17 @@ bool isOfGroup(const QueueReply& reply) {
     return reply.text.starts_with("NOGROUP") || reply.text.starts_with("BUSYGROUP");
 }
 
-// The first word of an error, such as OOM: what follows may repeat the command.
+// The first word of an error, such as OOM, and what it means here: what follows may repeat the command.
 std::string codeOf(const std::string& error) {
     constexpr std::size_t kLongestCode = 32;
+    // Some versions of the server report a right that is missing in a script without its own code.
+    if (error.find("The user executing the script can't") != std::string::npos) {
+        return "NOPERM";
+    }
     const std::string code = error.substr(0, error.find(' '));
+    if (code == "WRONGTYPE") {
+        return code + ", a key that begins with tallow: is not of a queue; remove it at the server";
+    }
     const bool isCode = code.size() <= kLongestCode &&
                         code.find_first_not_of("ABCDEFGHIJKLMNOPQRSTUVWXYZ0123456789_") == std::string::npos;
     return isCode ? code : "an error without a code";

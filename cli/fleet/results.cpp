@@ -69,7 +69,7 @@ Outcome runResults(const ResultsOptions& options, std::ostream& out) {
     std::string after = JobQueue::kStart;
     std::vector<QueuedResult> page;
     for (;;) {
-        if (!queue.results(options.dead, after, page) || (!page.empty() && page.back().entry == after)) {
+        if (!queue.results(options.dead, after, page)) {
             return notComplete(totals);
         }
         if (page.empty()) {
@@ -80,7 +80,9 @@ Outcome runResults(const ResultsOptions& options, std::ostream& out) {
             after = found.entry;
             const std::optional<ResultLine> line = resultLineFrom(found.text);
             if (!line) {
-                leftOut.add(found);
+                if (options.run.empty() || found.job.empty() || runOf(found.job) == options.run) {
+                    leftOut.add(found);
+                }
             } else if (options.run.empty() || runOf(line->job) == options.run) {
                 out << line->text << '\n';
                 totals.add(line->state);

@@ -106,7 +106,7 @@ public:
           queue_(options.queue, [this](milliseconds /*lost*/) { return givesUp(); }) {
         if (!isJobId(name_)) {
             throw InputError("--name",
-                             "cannot be the name of a worker; give 1 to 128 letters, digits, dots, hyphens and "
+                             "cannot be the name of a worker; give 1 to 192 letters, digits, dots, hyphens and "
                              "underscores");
         }
     }

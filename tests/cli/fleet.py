@@ -260,6 +260,25 @@ def check_limits(place):
     assert refused.returncode == 3 and "refuses EVAL: OOM; trying again" in err and err.count("\n") == 2, err
     place.ask("CONFIG", "SET", "maxmemory", "0")
     place.results("--remove")
+    # A key of another program is removed only from an empty queue.
+    place.ask("XADD", "tallow:jobs", "*", "id", "1", "job", "")
+    place.ask("SET", "tallow:open", "text")
+    wrong = place.begin("enqueue", "--from-file", "list")
+    assert "WRONGTYPE, a key that begins with tallow: is not of a queue" in wrong.stderr.readline()
+    wrong.kill()
+    wrong.communicate()
+    place.ask("DEL", "tallow:jobs")
+    place.enqueue("type", GOOD)
+    assert place.ask("HGET", "tallow:open", "type") == "1\n"
+    place.ask("DEL", "tallow:jobs", "tallow:open")
+    # Results that together are longer than the server could give at a time.
+    place.ask("EVAL", "for i = 1, 16 do redis.call('XADD', KEYS[1], '*', 'id', 'huge-' .. i, 'result', string.rep('x', "
+              "40 * 1024 * 1024)) end", "1", "tallow:results")
+    _, printed = place.results()
+    assert printed.returncode == 3 and "tallow: 16 entries are not results and were left out" in printed.stderr, printed
+    _, printed = place.results("--run", "other")
+    assert printed.stderr == "tallow: the queue has no results of the run other\n", printed
+    place.ask("DEL", "tallow:results")
 
 
 def check_login(place):
@@ -273,7 +292,8 @@ def check_login(place):
     rights = re.search(r"ACL SETUSER tallow (.*?)\n```", (ROOT / "docs/fleet.md").read_text(), re.S)[1].split()
     admin = ["redis-cli", "-p", port, "--tls", "--cacert", place.directory / "tls.pem", "ACL", "SETUSER"]
     place.wait_for(lambda: subprocess.run([*admin, "default", "on"], capture_output=True, check=False).stdout == b"OK\n")
-    for rule in (["tallow", *rights, ">secret"], ["default", "off"]):
+    without = ["less", *rights, "-xrange", "-xadd", ">secret"]  # scripts use them
+    for rule in (["tallow", *rights, ">secret"], without, ["default", "off"]):
         subprocess.run([*admin, *rule], check=True, capture_output=True)
     secret.write_text("secret\n")
     secret.chmod(0o600)
@@ -285,6 +305,10 @@ def check_login(place):
         done = place.begin(name, *options, queue=queue)
         out, err = done.communicate(timeout=LIMIT)
         assert done.returncode == status and "refuses" not in err, (name, out, err)
+    for name, options in (("results", ()), ("enqueue", ["--from-file", "list"])):
+        less = ["less" if one == "tallow" else one for one in queue]
+        _, err = place.begin(name, *options, queue=less).communicate(timeout=LIMIT)
+        assert "refuses EVAL: NOPERM; check the user, the password file and the rights\n" in err, err
     secret.write_text("wrong\n")
     wrong = place.begin("results", queue=queue)
     return wrong, place.begin("results", queue=[queue[0]])  # not verified
@@ -314,6 +338,7 @@ def check_hostile_jobs(place):
     assert all(one["result"]["status"] == "error" for one in found) and len(found) == len(garbage) + 3, found
     assert [one["result"]["error"]["text"] for one in found if one["job"] == "long-1"] == ["long-1: is longer than a job may be"]
     assert "root:" not in printed.stdout and "trying again" not in place.log("d"), place.log("d")
+    assert place.log("d").count("longer than a job may be; each becomes a failed result") == 1, place.log("d")
     letters = sorted(place.results("--dead")[0], key=place_of)
     assert [(place_of(one), one["attempts"]) for one in letters] == [("dead-1", 3), ("dead-2", 3)], letters
     attempts = [one["result"]["attempts"][0] for one in letters]
