@@ -50,7 +50,7 @@ std::string jobOf(const BatchItem& item) {
                          status::kInvalidData);
     };
     // Before they are copied, as many times as the file has certificates.
-    if (item.others && item.others->size() > kLongestJob) {
+    if (item.issuer.size() > kLongestJob || (item.others && item.others->size() > kLongestJob)) {
         refuse();
     }
     std::string job = "{\"name\":" + quoted(item.label);

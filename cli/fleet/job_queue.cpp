@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <iostream>
 #include <system_error>
+#include <utility>
 
 #include "cli/fingerprint.h"
 #include "cli/fleet/job.h"
