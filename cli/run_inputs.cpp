@@ -84,10 +84,11 @@ const char* remedyFor(const SUPPORT_SETTINGS_ERROR& error) {
         return "name a file that exists";
     }
     const std::string_view message = error.message;
-    return message.ends_with("directory") ? "name a file"
-           : message.ends_with("denied")  ? "let this user read it"
-           : message.ends_with("go-w)")   ? "nothing of the file is used until then"
-                                          : "it must be readable, and belong to root or this user";
+    return message.ends_with("directory") || message.ends_with("regular file") ? "name a file"
+           : message.ends_with("denied")                                       ? "let this user read it"
+           : message.ends_with("30 s")                                         ? "write to the pipe, or name a file"
+           : message.ends_with("go-w)") ? "nothing of the file is used until then"
+                                        : "it must be readable, and belong to root or this user";
 }
 
 void requireSettings() {

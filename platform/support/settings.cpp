@@ -75,11 +75,11 @@ std::shared_ptr<Settings> Settings::read(const std::string& path, bool mayBeMiss
 
 void Settings::readFile() {
     int systemError = 0;
-    const std::optional<WholeFile> file = readWholeFile(path_, kMaximumTomlSize, systemError);
+    const std::optional<WholeFile> file = readWholeFile(path_, kMaximumTomlSize, systemError, FileKind::kAny);
     if (!file) {
         if (const int code = codeOf(systemError); !mayBeMissing_ || code != static_cast<int>(ERROR_FILE_NOT_FOUND)) {
             isPassing_ = isPassing(systemError);
-            fail(code, {}, std::generic_category().message(systemError));
+            fail(code, {}, failureText(systemError));
         }
         return;
     }

@@ -2,11 +2,14 @@
 
 #include <dirent.h>
 #include <fcntl.h>
+#include <poll.h>
 
 #include <algorithm>
 #include <array>
 #include <cerrno>
+#include <chrono>
 #include <memory>
+#include <system_error>
 
 #include "platform/support/descriptor.h"
 
@@ -15,6 +18,23 @@ namespace tallow::platform {
 namespace {
 
 constexpr size_t kPieceSize = 16384;
+
+using Clock = std::chrono::steady_clock;
+
+// Whether there is something to read before the time is over, if only a failure or the end.
+bool waitFor(int descriptor, Clock::time_point end) {
+    for (;;) {
+        const auto left = std::chrono::duration_cast<std::chrono::milliseconds>(end - Clock::now());
+        if (left.count() <= 0) {
+            return false;
+        }
+        pollfd readable{descriptor, POLLIN, 0};
+        const int count = ::poll(&readable, 1, static_cast<int>(left.count()));
+        if (count >= 0 || errno != EINTR) {
+            return count != 0;
+        }
+    }
+}
 
 struct CloseDirectory {
     void operator()(DIR* directory) const noexcept { ::closedir(directory); }
@@ -26,22 +46,40 @@ bool isSame(const timespec& left, const timespec& right) noexcept {
     return left.tv_sec == right.tv_sec && left.tv_nsec == right.tv_nsec;
 }
 
-std::optional<WholeFile> readWholeFile(const std::string& path, size_t largest, int& systemError) {
+std::string failureText(int systemError) {
+    return systemError == kNotRegular ? "is no regular file"
+           : systemError == kTooSlow  ? "did not arrive within 30 s"
+                                      : std::generic_category().message(systemError);
+}
+
+std::optional<WholeFile> readWholeFile(const std::string& path, size_t largest, int& systemError, FileKind kind) {
     WholeFile file;
-    const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_NOCTTY | O_CLOEXEC));
+    const Descriptor descriptor(::open(path.c_str(), O_RDONLY | O_NONBLOCK | O_NOCTTY | O_CLOEXEC));
     if (!descriptor.valid() || ::fstat(descriptor.get(), &file.status) != 0) {
         systemError = errno;
+        return std::nullopt;
+    }
+    const bool isRegular = S_ISREG(file.status.st_mode);
+    if (!isRegular && kind == FileKind::kRegular) {
+        systemError = kNotRegular;
         return std::nullopt;
     }
     if (file.status.st_size > 0) {
         file.content.reserve(std::min(static_cast<size_t>(file.status.st_size), largest));
     }
     std::array<char, kPieceSize> piece{};
+    constexpr std::chrono::seconds kPatience{30};
+    const Clock::time_point end = Clock::now() + kPatience;
     ssize_t count = 0;
     do {
+        // A pipe that nobody has opened for writing so far looks like one at its end.
+        if (!isRegular && !waitFor(descriptor.get(), end)) {
+            systemError = kTooSlow;
+            return std::nullopt;
+        }
         count = ::read(descriptor.get(), piece.data(), piece.size());
-        if (count < 0 && errno != EINTR) {
-            systemError = errno;
+        if (count < 0 && errno != EINTR && (isRegular || errno != EAGAIN)) {
+            systemError = errno == EAGAIN ? kNotRegular : errno;
             return std::nullopt;
         }
         file.content.append(piece.data(), static_cast<size_t>(std::max<ssize_t>(count, 0)));
@@ -51,7 +89,7 @@ std::optional<WholeFile> readWholeFile(const std::string& path, size_t largest, 
         }
     } while (count != 0);
     struct stat after {};
-    if (S_ISREG(file.status.st_mode) &&
+    if (isRegular &&
         (::fstat(descriptor.get(), &after) != 0 || after.st_size != file.status.st_size ||
          !isSame(after.st_mtim, file.status.st_mtim) || file.content.size() != static_cast<size_t>(after.st_size))) {
         systemError = ESTALE;

@@ -18,9 +18,23 @@ struct WholeFile {
     struct stat status {};  // of the file that was opened, taken before the first octet was read
 };
 
-// The content, or nothing and the errno value: EFBIG above `largest`, so that a device cannot exhaust memory; ESTALE
-// for a file that changed while it was read.
-std::optional<WholeFile> readWholeFile(const std::string& path, size_t largest, int& systemError);
+enum class FileKind {
+    kRegular,
+    kAny,  // pipes and devices too: waits for what they give, 30 s for all of it
+};
+
+// In place of errno values.
+inline constexpr int kNotRegular = -1;
+inline constexpr int kTooSlow = -2;
+
+// The content, or nothing and the errno value or one of the above: EFBIG above `largest`, so that a device cannot
+// exhaust memory; ESTALE for a file that changed while it was read. The file that was opened decides what kind it is,
+// not its name. A file of the kernel that calls itself regular and waits, such as its log, is not regular.
+std::optional<WholeFile> readWholeFile(const std::string& path, size_t largest, int& systemError,
+                                       FileKind kind = FileKind::kRegular);
+
+// Why a file was not read.
+std::string failureText(int systemError);
 
 struct DirectoryListing {
     struct stat status {};

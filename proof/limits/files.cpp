@@ -235,6 +235,17 @@ void nestsToml32Levels(Probe& probe) {
                  "keys with 33 dots are refused");
 }
 
+// A pipe that nobody writes to does not count as an empty file, and one that is written to is read.
+void waits30SecondsForSettings(Probe& probe) {
+    const TempDir folder;
+    const std::string pipe = folder.file("pipe");
+    require(::mkfifo(pipe.c_str(), 0600) == 0, "making a pipe");
+    int result = 0;
+    const double seconds = secondsOf([&] { result = support_settings_open(pipe.c_str()); });
+    probe.expect(result != 0, "no settings from a pipe without a writer");
+    probe.expectWithin(seconds, 29, 33, "seconds for settings from a pipe");
+}
+
 // A directory in which a CRL gets another name again and again.
 void readsDirectoriesFourTimes(Probe& probe) {
     const SmallPki pki;
@@ -291,6 +302,7 @@ std::vector<Driver> fileDrivers() {
         {kStore, "64 MiB", readsStoresOf64MiB},
         {kStore, "1 MiB, 1 MiB", readsSettingsOf1MiB},
         {kStore, "TOML nests 32 levels at most", nestsToml32Levels},
+        {kStore, "settings from a pipe within 30 s", waits30SecondsForSettings, 30},
         {"a directory of a store that keeps changing",
          "read four times with pauses of 20 ms, then a CRL may be missing", readsDirectoriesFourTimes},
     };

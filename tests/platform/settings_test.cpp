@@ -1,8 +1,12 @@
 #include <gtest/gtest.h>
 
+#include <sys/stat.h>
+
 #include <array>
+#include <fstream>
 #include <functional>
 #include <string>
+#include <thread>
 #include <tuple>
 #include <vector>
 
@@ -32,6 +36,19 @@ std::string readText(Read read, const char* path) {
     EXPECT_EQ(buffer.back(), '\0');
     buffer.pop_back();
     return buffer;
+}
+
+TEST(Settings, AreReadFromAPipeWhenTheyArrive) {
+    const SettingsFile after("");  // in force at the end
+    const TempDir folder;
+    const std::string pipe = folder.file("pipe");
+    ASSERT_EQ(::mkfifo(pipe.c_str(), 0600), 0);
+    std::thread writer([&] { std::ofstream(pipe) << "a = \"late\"\n"; });  // begins when the pipe is opened
+    const int opened = support_settings_open(pipe.c_str());
+    writer.join();
+    EXPECT_EQ(opened, 0);
+    EXPECT_EQ(readText(support_registry_get_string, "\\a"), "late");
+    EXPECT_EQ(support_settings_open(folder.path().c_str()), static_cast<int>(ERROR_ACCESS_DENIED));
 }
 
 TEST(Settings, ReadsValuesByTableAndKey) {

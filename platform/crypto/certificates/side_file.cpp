@@ -4,6 +4,7 @@
 #include <toml++/toml.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <filesystem>
 #include <new>
 #include <optional>
@@ -86,13 +87,10 @@ std::string applyText(const std::string& text, const std::string& path, const Ce
 SideFileResult applySideFile(const std::string& path, const Certificate& certificate) {
     SideFileResult result;
     int systemError = 0;
-    struct stat status {};
-    if (::stat(path.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
-        return result;
-    }
     const std::optional<WholeFile> file = readWholeFile(path, kMaximumTomlSize, systemError);
     if (!file) {
-        result.problem = "cannot be read: " + std::generic_category().message(systemError);
+        const bool isNone = systemError == ENOENT || systemError == kNotRegular;
+        result.problem = isNone ? "" : "cannot be read: " + failureText(systemError);
         return result;
     }
     result.wasRead = true;

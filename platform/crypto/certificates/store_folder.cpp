@@ -119,7 +119,7 @@ void tell(StoreFiles& found, const std::string& path, std::string reason, bool m
 }
 
 std::string readFailure(int systemError) {
-    return "cannot be read: " + std::generic_category().message(systemError);
+    return systemError == kNotRegular ? failureText(systemError) : "cannot be read: " + failureText(systemError);
 }
 
 std::string sideFileOf(const std::string& path) {

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <utility>
 
 #include "platform/crypto/base/service_call.h"
@@ -27,14 +26,9 @@ constexpr std::size_t kLargestRoots = std::size_t{8} << 20;
 
 // The content of a file that decides whom to trust. On failure it is empty, with the cause in `fault`.
 std::string readTrusted(const std::string& path, std::size_t largest, bool isSecret, std::string& fault) {
-    // Opening a pipe would wait.
-    if (struct stat status{}; ::stat(path.c_str(), &status) == 0 && !S_ISREG(status.st_mode)) {
-        fault = path + ": is no regular file";
-        return {};
-    }
     int systemError = 0;
     std::optional<WholeFile> file = readWholeFile(path, largest, systemError);
-    std::string problem = file ? whyUntrustedFile(path, file->status) : std::strerror(systemError);
+    std::string problem = file ? whyUntrustedFile(path, file->status) : failureText(systemError);
     if (problem.empty() && isSecret && (file->status.st_mode & S_IROTH) != 0) {
         problem = "can be read by every user (chmod o-r)";
     }
