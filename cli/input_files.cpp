@@ -15,6 +15,7 @@ namespace {
 
 constexpr std::string_view kBegin = "-----BEGIN ";
 constexpr std::string_view kDashes = "-----";
+constexpr std::size_t kLongestLabel = 64;  // of a block, in messages
 
 std::string readWhole(const std::string& path, std::size_t largest = kLargestFile,
                       InputStream::Kind kind = InputStream::Kind::kAny) {
@@ -176,8 +177,10 @@ std::string messageIn(const std::string& path, std::string content) {
             return block.der;
         }
     }
-    if (!blocks.front().label.empty()) {
-        throw InputError(path, "holds \"" + blocks.front().label + "\"; name a file with an OCSP request or response",
+    if (const std::string& label = blocks.front().label; !label.empty()) {
+        throw InputError(path,
+                         "holds \"" + label.substr(0, kLongestLabel) + (label.size() > kLongestLabel ? "..." : "") +
+                             "\"; name a file with an OCSP request or response",
                          status::kInvalidData);
     }
     constexpr char kSequence = 0x30;  // base64 of a message cannot begin with this character
@@ -197,7 +200,11 @@ StoreContent storeContentIn(const std::string& name, const std::string& octets) 
 }  // namespace
 
 std::string shownName(const std::string& name) {
-    return name.find("://") == std::string::npos ? name : text::withoutLogin(name);
+    std::string lower = name;
+    std::transform(lower.begin(), lower.end(), lower.begin(),
+                   [](char c) { return c >= 'A' && c <= 'Z' ? static_cast<char>(c + ('a' - 'A')) : c; });
+    const auto holds = [&lower](const char* part) { return lower.find(part) != std::string::npos; };
+    return holds("://") || holds("http:") || holds("https:") ? text::withoutLogin(name) : name;
 }
 
 StoreContent certificatesAndCrlsIn(const std::string& name, const std::string& octets) {

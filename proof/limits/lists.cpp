@@ -48,24 +48,34 @@ void endsAtLineOf64MiB(Probe& probe) {
     }
 }
 
-// Names and addresses that are too long by one octet, and those that are not.
-void namesAndAddresses(Probe& probe) {
+// Names, paths, addresses and keys that are too long by one octet, and those that are not.
+void partsOfLine(Probe& probe) {
     if (probe.command.empty()) {
         return;
     }
     const Machine machine;
     constexpr std::string_view kScheme = "http://127.0.0.1/";
-    for (const auto& [key, limit] : {std::pair<std::string, std::size_t>{"name", 4096}, {"url", 2048}}) {
+    for (const auto& [key, limit] :
+         {std::pair<std::string, std::size_t>{"name", 4096}, {"certificate", 4095}, {"url", 2048}}) {
         for (const std::size_t size : {limit, limit + 1}) {
             std::string value = key == "url" ? std::string(kScheme) : "";
             value.append(size - value.size(), 'x');
-            const std::string list =
-                machine.folder().write("list", R"({"certificate":"missing.pem",")" + key + "\":\"" + value + "\"}\n");
+            const std::string rest = key == "certificate" ? "" : R"("certificate":"missing.pem",)";
+            const std::string list = machine.folder().write("list", "{" + rest + '"' + key + "\":\"" + value + "\"}\n");
             const std::string error = command(probe.command, machine, {"check", "--from-file", list}).err;
-            const bool isTooLong = error.find("of more than " + std::to_string(limit) + " octets") != std::string::npos;
+            const bool isTooLong = error.find("more than " + std::to_string(limit) + " octets") != std::string::npos;
             probe.expect(isTooLong == (size > limit) && error.find("1 checked") != std::string::npos,
                          std::to_string(size) + " octets of a " + key);
         }
+    }
+    constexpr std::size_t kKey = 64;
+    for (const std::size_t size : {kKey, kKey + 1}) {
+        const std::string list =
+            machine.folder().write("list", "{\"" + std::string(size, 'x') + "\":\"missing.pem\"}\n");
+        const std::string error = command(probe.command, machine, {"check", "--from-file", list}).err;
+        const bool isTooLong = error.find("more than 64 octets") != std::string::npos;
+        probe.expect(isTooLong == (size > kKey) && error.find("1 checked") != std::string::npos,
+                     std::to_string(size) + " octets of a key");
     }
 }
 
@@ -161,7 +171,8 @@ std::vector<Driver> listDrivers() {
     constexpr const char* kList = "a list (`check --from-file`)";
     return {
         {kList, "1 MiB a line", reads1MiBOfLine},
-        {kList, "4 KiB of it for a name, 2 KiB for an address", namesAndAddresses},
+        {kList, "4 KiB of it for a name, 4095 octets for a path, 2 KiB for an address, 64 octets for a key",
+         partsOfLine},
         {kList, "a list ends at a line of 64 MiB", endsAtLineOf64MiB},
         {kList, "2,000 certificates wait", holds2000Certificates, 6},
         {kList, "or 64 MiB with issuers and names", holds64MiBOfCertificates, 6},

@@ -132,7 +132,9 @@ bool mayHoldCrl(std::string_view label) {
 
 void addProblem(StoreFileContent& content, std::string_view label, const char* what, bool mayBeCrl,
                 bool isOther = false) {
-    content.problems.push_back({{}, "holds the PEM block \"" + std::string(label) + "\", " + what, mayBeCrl, isOther});
+    constexpr size_t kLongest = 64;  // in messages
+    const std::string shown = std::string(label.substr(0, kLongest)) + (label.size() > kLongest ? "..." : "");
+    content.problems.push_back({{}, "holds the PEM block \"" + shown + "\", " + what, mayBeCrl, isOther});
 }
 
 enum class Containers { kIgnored, kRead };
