@@ -18,11 +18,18 @@ constexpr std::string_view kDashes = "-----";
 constexpr std::size_t kLongestLabel = 64;  // of a block, in messages
 
 std::string readWhole(const std::string& path, std::size_t largest = kLargestFile,
-                      InputStream::Kind kind = InputStream::Kind::kAny) {
+                      InputStream::Kind kind = InputStream::Kind::kAny, const std::function<void()>& waiting = {}) {
     InputStream stream(path, kind);
     std::string content;
     char part[65536];
-    while (const std::size_t count = stream.read(part, sizeof part)) {
+    for (;;) {
+        if (waiting) {
+            waiting();
+        }
+        const std::size_t count = stream.read(part, sizeof part, "", waiting);
+        if (count == 0) {
+            break;
+        }
         content.append(part, count);
         if (content.size() > largest) {
             throw InputError(path, "is too large, more than " + std::to_string(largest) + " octets",
@@ -217,8 +224,8 @@ StoreContent readCertificatesAndCrls(const std::string& path) {
     return certificatesAndCrlsIn(path, readWhole(path));
 }
 
-std::string readRegularFile(const std::string& path) {
-    return readWhole(path, kLargestFile, InputStream::Kind::kRegularFile);
+std::string readRegularFile(const std::string& path, std::size_t largest, const std::function<void()>& waiting) {
+    return readWhole(path, largest, InputStream::Kind::kRegularFile, waiting);
 }
 
 std::vector<ATL2::CCertContext> readCertificates(const std::string& path) {

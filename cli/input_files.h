@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -52,9 +53,11 @@ StoreContent readCertificatesAndCrls(const std::string& path);
 /// The same for octets that were read already; `name` is for messages.
 StoreContent certificatesAndCrlsIn(const std::string& name, const std::string& octets);
 
-/// The content of a regular file, not empty. Throws InputError, also for another kind of file: a pipe or a device could
-/// keep a run waiting for ever.
-std::string readRegularFile(const std::string& path);
+/// The content of a regular file, not empty and no longer than `largest` octets. Throws InputError, also for another
+/// kind of file: a pipe or a device could keep a run waiting for ever. `waiting`, if given, is called before each piece
+/// is read, and may throw to end this.
+std::string readRegularFile(const std::string& path, std::size_t largest = kLargestFile,
+                            const std::function<void()>& waiting = {});
 
 /// The certificates alone.
 std::vector<ATL2::CCertContext> readCertificates(const std::string& path);

@@ -34,8 +34,14 @@ const char* remedyFor(int error, const std::string& path) {
     throw InputError(path, "is not a regular file; name one");
 }
 
-int opened(const std::string& path) {
-    const int file = path == "-" ? STDIN_FILENO : ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+int opened(const std::string& path, InputStream::Kind kind) {
+    const bool mayBeLink = kind != InputStream::Kind::kRegularFileNoLink;
+    const int file =
+        path == "-" ? STDIN_FILENO
+                    : ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (mayBeLink ? 0 : O_NOFOLLOW));
+    if (file < 0 && errno == ELOOP && !mayBeLink) {
+        refuseKind(path);
+    }
     if (file < 0) {
         throw InputError(path, std::string("cannot be opened: ") + std::strerror(errno) + remedyFor(errno, path),
                          status::kFileNotFound);
@@ -45,18 +51,15 @@ int opened(const std::string& path) {
 
 }  // namespace
 
-InputStream::InputStream(std::string path, Kind kind) : path_(std::move(path)), kind_(kind), file_(opened(path_)) {
-    struct stat info {};
-    if (::fstat(file_, &info) != 0) {
-        info = {};  // reading says why
+InputStream::InputStream(std::string path, Kind kind) : path_(std::move(path)), file_(opened(path_, kind)) {
+    if (::fstat(file_, &status_) != 0) {
+        status_ = {};  // reading says why
     }
-    if (S_ISREG(info.st_mode)) {
-        mayWait_ = false;
-        size_ = static_cast<std::uint64_t>(info.st_size);
-    } else if (S_ISDIR(info.st_mode)) {
+    if (S_ISDIR(status_.st_mode)) {
         close();
         throw InputError(path_, "is a directory; name a file", status::kFileCorrupt);
-    } else if (kind_ == Kind::kRegularFile) {
+    }
+    if (kind != Kind::kAny && !isRegular()) {
         close();
         refuseKind(path_);
     }
@@ -87,14 +90,15 @@ std::size_t InputStream::read(char* room, std::size_t size, const std::string& p
     const auto begin = std::chrono::steady_clock::now();
     for (;;) {
         pollfd readable{file_, POLLIN, 0};
-        const bool isReady = !mayWait_ || ::poll(&readable, 1, kPause.count()) != 0;
+        // Standard input may wait whatever it is, since it was opened without O_NONBLOCK.
+        const bool isReady = (isRegular() && path_ != "-") || ::poll(&readable, 1, kPause.count()) != 0;
         const ssize_t count = isReady ? ::read(file_, room, size) : -1;
         if (count >= 0) {
             isNoted_ = true;
             return static_cast<std::size_t>(count);
         }
-        // Some files of the kernel that wait for what comes, such as its log, say that they are regular.
-        if (isReady && errno == EAGAIN && kind_ == Kind::kRegularFile) {
+        // A file of the kernel that waits for what comes, such as its log, calls itself regular.
+        if (isReady && errno == EAGAIN && isRegular()) {
             refuseKind(path_);
         }
         if (isReady && errno != EINTR && errno != EAGAIN) {

@@ -9,7 +9,6 @@
 #include <chrono>
 #include <cstring>
 #include <filesystem>
-#include <fstream>
 #include <map>
 #include <stdexcept>
 #include <system_error>
@@ -68,23 +67,18 @@ bool isMissing(const fs::file_status& status) {
 // The response in a file that may be missing. What is too large for one, or no regular file, proves nothing.
 std::optional<Bytes> readResponse(const std::string& path) {
     std::error_code error;
-    const fs::file_status status = fs::status(path, error);
-    if (isMissing(status)) {
+    if (isMissing(fs::status(path, error))) {
         return std::nullopt;
     }
-    if (!fs::is_regular_file(status)) {
-        return Bytes();  // opening a FIFO would wait
+    try {
+        const std::string content = readRegularFile(path, kLargestResponse);
+        return Bytes(content.begin(), content.end());
+    } catch (const InputError& mistake) {
+        if (mistake.code() == status::kFileNotFound) {
+            throw;  // it cannot be opened
+        }
+        return Bytes();
     }
-    errno = 0;
-    std::ifstream file(path, std::ios::binary);
-    if (!file) {
-        throw InputError(path, std::string("cannot be read: ") + std::strerror(errno));
-    }
-    Bytes content(kLargestResponse + 1);
-    file.read(reinterpret_cast<char*>(content.data()), static_cast<std::streamsize>(content.size()));
-    const auto size = static_cast<std::size_t>(file.gcount());
-    content.resize(file.bad() || size > kLargestResponse ? 0 : size);
-    return content;
 }
 
 bool isNewer(const Verdict& fetched, const Verdict& inFile) {

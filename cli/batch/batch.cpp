@@ -68,13 +68,22 @@ std::string recordedOptions(const CheckOptions& options, const RunInputs& inputs
     return all.text();
 }
 
+// Ends the reading of the list, which may have nothing to read for a long time.
+struct Stopped {};
+
 class Batch {
 public:
     Batch(const CheckOptions& options, std::ostream& out, const ResultUse& use)
         : options_(options),
           inputs_(options),
           network_(options),
-          source_(options, inputs_, [this] { tick(); }),
+          source_(options, inputs_,
+                  [this] {
+                      tick();
+                      if (isStopped()) {
+                          throw Stopped();
+                      }
+                  }),
           checkers_(inputs_, optionsOf(options, inputs_, network_)),
           queue_(kMostWaiting, options.batch.perHost),
           output_(options, out, use),
@@ -175,6 +184,8 @@ private:
             }
         } catch (const InputError& mistake) {
             return mistake;
+        } catch (const Stopped&) {
+            return std::nullopt;
         } catch (...) {
             stop(std::current_exception());
         }

@@ -30,11 +30,11 @@ bool isPem(const std::string& text) {
 }
 
 // A text in PEM itself, or the content of the file that it names. Standard input may be the list.
-std::string contentOf(const std::string& named) {
+std::string contentOf(const std::string& named, const std::function<void()>& waiting) {
     if (named == "-") {
         throw InputError(named, "standard input cannot be named in a list; name a file");
     }
-    return isPem(named) ? named : readRegularFile(named);
+    return isPem(named) ? named : readRegularFile(named, kLargestFile, waiting);
 }
 
 std::string textOf(Input octets) {
@@ -157,7 +157,8 @@ ItemSource::ItemSource(const CheckOptions& options, const RunInputs& inputs, std
     : options_(options),
       inputs_(inputs),
       replaced_({options.metrics, options.report}),
-      reader_(options.batch.list, std::move(waiting)) {
+      waiting_(std::move(waiting)),
+      reader_(options.batch.list, waiting_) {
     requireAllKept();
 }
 
@@ -174,7 +175,7 @@ void ItemSource::requireAllKept() const {
     if (replaced_.isEmpty() || !reader_.part() || reader_.path() == "-") {
         return;
     }
-    ListReader reader(reader_.path(), [] {});
+    ListReader reader(reader_.path(), {});
     while (const std::optional<ListLine> line = reader.next()) {
         try {
             requireKept(entryOf(*line, reader.path()));
@@ -217,8 +218,8 @@ BatchItem ItemSource::read(const ListLine& line) {
 }
 
 void ItemSource::openFile(const ListLine& line, const ListEntry& entry) {
-    CertificateFiles files =
-        certificatesToCheckIn(isPem(entry.certificate) ? entry.name : entry.certificate, contentOf(entry.certificate));
+    CertificateFiles files = certificatesToCheckIn(isPem(entry.certificate) ? entry.name : entry.certificate,
+                                                   contentOf(entry.certificate, waiting_));
     if (files.toCheck.front().failure) {
         std::rethrow_exception(files.toCheck.front().failure);
     }
@@ -308,7 +309,7 @@ void ItemSource::readIssuers(const std::string& named) {
     }
     issuerNamed_.clear();
     try {
-        issuers_ = certificatesAndCrlsIn(isPem(named) ? "the issuer" : named, contentOf(named)).certificates;
+        issuers_ = certificatesAndCrlsIn(isPem(named) ? "the issuer" : named, contentOf(named, waiting_)).certificates;
     } catch (const InputError& mistake) {
         throw InputError("issuer", std::string("its issuer: ") + mistake.what(), mistake.code());
     }

@@ -45,9 +45,10 @@ void addResponder(BatchItem& item);
 
 class ItemSource {
 public:
-    /// The options and inputs must outlive the object. Throws InputError when the list cannot be opened, and UsageError
-    /// when it names a file that an output would replace; if it is no regular file, or standard input, next() throws
-    /// that.
+    /// The options and inputs must outlive the object. next() calls `waiting` several times a second while the list has
+    /// nothing to read, and before it reads each piece of another file; what it throws ends next(). Throws InputError
+    /// when the list cannot be opened, and UsageError when it names a file that an output would replace; if it is no
+    /// regular file, or standard input, next() throws that.
     ItemSource(const CheckOptions& options, const RunInputs& inputs, std::function<void()> waiting);
 
     /// Nothing at the end. Throws InputError when the list cannot be read any further.
@@ -79,6 +80,7 @@ private:
     const CheckOptions& options_;
     const RunInputs& inputs_;
     const ReplacedFiles replaced_;
+    const std::function<void()> waiting_;
     ListReader reader_;
     std::optional<File> file_;
     std::string issuerNamed_;  // the last issuer in the list, and its certificates

@@ -23,8 +23,8 @@ std::string trimmed(std::string_view text) {
 
 }  // namespace
 
-ListReader::ListReader(std::string path, std::function<void()> waiting)
-    : stream_(std::move(path)), waiting_(std::move(waiting)) {}
+ListReader::ListReader(std::string path, std::function<void()> waiting, InputStream::Kind kind)
+    : stream_(std::move(path), kind), waiting_(std::move(waiting)) {}
 
 // False at the end.
 bool ListReader::fill() {

@@ -25,15 +25,17 @@ struct ListLine {
 
 class ListReader {
 public:
-    /// "-" is standard input. `waiting` is called several times a second while there is nothing to read. Throws
-    /// InputError when the list cannot be opened.
-    ListReader(std::string path, std::function<void()> waiting);
+    /// "-" is standard input. `waiting`, if given, is called several times a second while there is nothing to read.
+    /// Throws InputError when the list cannot be opened, or is not of this kind.
+    ListReader(std::string path, std::function<void()> waiting, InputStream::Kind kind = InputStream::Kind::kAny);
 
     /// The next line that is neither empty nor a comment; nothing at the end. Throws InputError when reading fails,
     /// which is not an end.
     std::optional<ListLine> next();
 
     const std::string& path() const { return stream_.path(); }
+    /// Of the open file.
+    const struct stat& status() const { return stream_.status(); }
     /// Which part of the list was returned so far, 0 to 1; nothing when its size is not known.
     std::optional<double> part() const;
 

@@ -80,7 +80,7 @@ ResumeFile::ResumeFile(std::string path, std::string options) : path_(std::move(
     struct stat info {};
     if (::lstat(path_.c_str(), &info) == 0) {
         open(earlier_);
-        ahead_ = next(earlier_);
+        ahead_ = next(*earlier_);
     } else if (errno != ENOENT) {
         fail(std::string("cannot be read: ") + std::strerror(errno) + "; check the path");
     }
@@ -91,29 +91,25 @@ void ResumeFile::fail(const std::string& reason) const {
     throw InputError(path_, reason);
 }
 
-// Its verdicts count without their proof. Found out each time, since it may be replaced during the run.
-void ResumeFile::requireOwn() const {
-    struct stat info {};
-    if (::lstat(path_.c_str(), &info) != 0 || !S_ISREG(info.st_mode)) {
-        fail("is not a regular file; name one");
-    }
+// Its verdicts count without their proof. Found out of the open file each time, since it may be replaced during the
+// run.
+void ResumeFile::requireOwn(const struct stat& info) const {
     if (info.st_uid != ::geteuid() || (info.st_mode & (S_IWGRP | S_IWOTH)) != 0) {
         fail("belongs to another user, or others may write it" + std::string(kRemedy));
     }
 }
 
-void ResumeFile::open(std::ifstream& file) const {
-    requireOwn();
-    std::string line;
-    file.open(path_, std::ios::binary);
-    std::getline(file, line);
+void ResumeFile::open(std::optional<ListReader>& file) const {
+    file.emplace(path_, std::function<void()>(), InputStream::Kind::kRegularFileNoLink);
+    requireOwn(file->status());
+    const std::optional<ListLine> line = file->next();
     std::map<std::string, std::string> header;
     try {
-        header = flatObject(line);
+        header = flatObject(line ? line->text : std::string());
     } catch (const NotFlat&) {
         header.clear();
     }
-    if (!file || header["schema"] != kSchema || header["time"].empty()) {
+    if (header["schema"] != kSchema || header["time"].empty()) {
         fail("is not a file of --resume" + std::string(kRemedy));
     }
     if (header["options"] != options_) {
@@ -126,11 +122,10 @@ void ResumeFile::open(std::ifstream& file) const {
     }
 }
 
-std::optional<ResumeFile::Entry> ResumeFile::next(std::istream& file) {
-    std::string line;
-    while (std::getline(file, line)) {
+std::optional<ResumeFile::Entry> ResumeFile::next(ListReader& file) {
+    while (const std::optional<ListLine> line = file.next()) {
         try {
-            std::map<std::string, std::string> members = flatObject(line, true);
+            std::map<std::string, std::string> members = flatObject(line->text, true);
             const std::optional<CertificateState> state = stateNamed(members["status"]);
             const Place place{numberIn(members["line"]), numberIn(members["number"])};
             if (state && place.first != 0) {
@@ -146,7 +141,7 @@ std::optional<ResumeFile::Entry> ResumeFile::next(std::istream& file) {
 std::optional<CertificateState> ResumeFile::recorded(const BatchItem& item) {
     const Place place{item.line, item.number};
     while (ahead_ && ahead_->place < place) {
-        ahead_ = next(earlier_);
+        ahead_ = next(*earlier_);
     }
     const bool isSame = ahead_ && ahead_->place == place && !item.thumbprint.empty() &&
                         ahead_->thumbprint == item.thumbprint && ahead_->end > now();
@@ -185,12 +180,12 @@ void ResumeFile::write(TemporaryFile& file, const Entries& kept) const {
                             ",\"status\":\"" + nameOf(entry.state) + "\",\"end\":" + quoted(entry.end) + "}\n"));
         }
     };
-    std::ifstream before;
+    std::optional<ListReader> before;
     std::optional<Entry> old;
     std::error_code error;
     if (std::filesystem::exists(path_, error)) {
         open(before);
-        old = next(before);
+        old = next(*before);
     }
     auto fresh = kept.begin();
     while (old || fresh != kept.end()) {
@@ -204,9 +199,8 @@ void ResumeFile::write(TemporaryFile& file, const Entries& kept) const {
             }
             ++fresh;
         }
-        old = next(before);
+        old = next(*before);
     }
-    require(!before.bad());
     require(out.flush() && ::fsync(file.descriptor()) == 0);
 }
 

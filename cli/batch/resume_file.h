@@ -11,7 +11,6 @@
 #pragma once
 
 #include <chrono>
-#include <fstream>
 #include <map>
 #include <mutex>
 #include <optional>
@@ -19,6 +18,7 @@
 #include <utility>
 
 #include "cli/batch/batch_item.h"
+#include "cli/batch/list_reader.h"
 #include "cli/check_result.h"
 #include "cli/interruption.h"
 
@@ -55,14 +55,14 @@ private:
     using Entries = std::map<Place, Entry>;
 
     // The next entry that can be read; nothing at the end.
-    static std::optional<Entry> next(std::istream& file);
-    void requireOwn() const;
-    void open(std::ifstream& file) const;
+    static std::optional<Entry> next(ListReader& file);
+    void requireOwn(const struct stat& info) const;
+    void open(std::optional<ListReader>& file) const;
     void write(TemporaryFile& file, const Entries& kept) const;
     [[noreturn]] void fail(const std::string& reason) const;
 
     const std::string path_, options_;
-    std::ifstream earlier_;  // as the file was at the start
+    std::optional<ListReader> earlier_;  // as the file was at the start; nothing when there was none
     std::optional<Entry> ahead_;
     std::mutex mutex_;
     Entries kept_;

@@ -321,6 +321,30 @@ TEST_F(BatchTest, WaitsForNoFileThatAListNames) {
                                   HasSubstr("/dev/zero: reading the certificate: is not a regular file; name one"),
                                   HasSubstr("its issuer: "),
                                   HasSubstr("4 checked: 0 good, 0 revoked, 0 unknown, 4 without answer")));
+    if (std::ifstream("/proc/kmsg")) {
+        EXPECT_THAT(result.err, HasSubstr("/proc/kmsg: reading the certificate: is not a regular file; name one"));
+        EXPECT_THAT(Command::plain({"settings", "--settings", "/proc/kmsg"}).err, HasSubstr("is no regular file"));
+        EXPECT_THAT(Command::plain({"show", "/proc/kmsg"}).err, HasSubstr("is not a regular file"));
+    }
+}
+
+TEST_F(BatchTest, EndsWhenItIsToldToWhateverItReads) {
+    // The list is a pipe that stays open and silent, and the output is full.
+    const std::string pipe = tallow.folder().file("pipe");
+    const ProcessResult full =
+        run({"sh", "-c",
+             "mkfifo " + pipe + "; exec 9<>" + pipe + "; cat " + listOf(tallow, leaf, 300) + " >&9; exec " +
+                 TALLOW_COMMAND + " check --settings " + tallow.folder().file("settings.toml") + " --trust " + root +
+                 " --url " + responderUrl() + " --from-file " + pipe + " >/dev/full"});
+    EXPECT_EQ(full.exitStatus, 3);
+    // The file of an item: a signal ends the run in the same way.
+    struct Ended {};
+    CheckOptions options;
+    options.settings = tallow.folder().file("settings.toml");
+    options.batch.list = listOf(tallow, leaf, 1);
+    const RunInputs inputs(options);
+    ItemSource source(options, inputs, [] { throw Ended(); });
+    EXPECT_THROW(static_cast<void>(source.next()), Ended);
 }
 
 TEST(InputFiles, RepeatLongLabelsInShort) {
