@@ -19,13 +19,13 @@
 #include "cli/batch/bundles.h"
 #include "cli/batch/checkers.h"
 #include "cli/batch/item_source.h"
+#include "cli/batch/recorded_options.h"
 #include "cli/batch/resume_file.h"
 #include "cli/batch/work_queue.h"
 #include "cli/check_result_of.h"
 #include "cli/deadlines.h"
 #include "cli/error_text.h"
 #include "cli/evidence_text.h"
-#include "cli/fingerprint.h"
 #include "cli/input_files.h"
 #include "cli/interruption.h"
 #include "cli/open_files.h"
@@ -55,18 +55,6 @@ public:
 private:
     sigset_t before_{};
 };
-
-// What the verdicts depend on, besides what the settings and the stores contain.
-std::string recordedOptions(const CheckOptions& options, const RunInputs& inputs) {
-    Fingerprint all;
-    for (const std::string& part : {options.batch.list, options.settings, inputs.fingerprint(), inputs.hashOid(),
-                                    options.url, std::to_string(options.nonce ? static_cast<int>(*options.nonce) : -1),
-                                    std::to_string(options.maxAge ? options.maxAge->count() : -1),
-                                    std::string(options.verifyChain ? "chain" : "")}) {
-        all.add(part);
-    }
-    return all.text();
-}
 
 // Ends the reading of the list, which may have nothing to read for a long time.
 struct Stopped {};

@@ -113,7 +113,7 @@ void ResumeFile::open(std::optional<ListReader>& file) const {
         fail("is not a file of --resume" + std::string(kRemedy));
     }
     if (header["options"] != options_) {
-        fail("records a run with another list or other options" + std::string(kRemedy));
+        fail("records a run with another list, or with other options, settings or stores" + std::string(kRemedy));
     }
     // A verdict would count for too long, and its response would not be accepted.
     if (header["time"] > text::iso8601(std::chrono::system_clock::now() + kTolerance)) {

@@ -347,6 +347,37 @@ TEST_F(BatchTest, EndsWhenItIsToldToWhateverItReads) {
     EXPECT_THROW(static_cast<void>(source.next()), Ended);
 }
 
+TEST_F(BatchTest, CountsARecordedVerdictOnlyWithTheSameSettingsAndStores) {
+    const std::string list = tallow.file("list", leaf + "\nmissing.pem\n");
+    const std::string resume = tallow.folder().file("resume"), settings = tallow.folder().file("settings.toml");
+    const Arguments arguments{"--url", responderUrl(), "--from-file", list, "--resume", resume};
+    const auto expectKept = [&] { EXPECT_THAT(tallow.check(arguments).err, HasSubstr("(1 of them before)")); };
+    const auto expectNew = [&] {
+        expectMistake(tallow.check(arguments), "other options, settings or stores");
+        ::unlink(resume.c_str());
+        EXPECT_THAT(tallow.check(arguments).err, HasSubstr("2 checked: 1 good"));
+    };
+    EXPECT_THAT(tallow.check(arguments).err, HasSubstr("2 checked: 1 good"));
+    run({"sh", "-c", "printf '# a comment\nconnect_timeout_ms = 4000\n' >>" + settings});
+    expectKept();
+    run({"sh", "-c", "echo max_crl_age = 99999 >>" + settings});
+    expectNew();
+    // A root, an issuer and a CRL; the name of a file means nothing.
+    for (const auto& [store, file] : {std::pair{"ROOT", tallow.file("a.pem", rootCa("another"))},
+                                      std::pair{"CA", tallow.file("b.pem", certs().delegate)},
+                                      std::pair{"CA", tallow.file("c.crl", makeCrl(certs().root, {}))}}) {
+        ASSERT_EQ(tallow.with({"store", "add", store, file}).exitStatus, 0);
+        expectNew();
+    }
+    ASSERT_EQ(run({"sh", "-c", "cd " + tallow.folder().file("user/ROOT") + " && mv *.der x.der"}).exitStatus, 0);
+    expectKept();
+    // A link could lead to verdicts about something else.
+    ASSERT_EQ(run({"sh", "-c", "cd " + tallow.folder().path().string() + " && mv resume real && ln -s real resume"})
+                  .exitStatus,
+              0);
+    expectMistake(tallow.check(arguments), "is not a regular file");
+}
+
 TEST(InputFiles, RepeatLongLabelsInShort) {
     const TempDir folder;
     const std::string label(5000, 'A');
