@@ -620,8 +620,9 @@ public:
     // Only a command whose name is among the arguments can be meant, so only its options are declared: those of all
     // commands take as long as reading a response.
     CommandLine(int argc, char** argv) : arguments_(argv + std::min(argc, 1), argv + argc) {
-        app_.formatter_fn(
-            [](const CLI::App* command, std::string, CLI::AppFormatMode) { return helpText(helpPageOf(*command)); });
+        app_.formatter_fn([](const CLI::App* command, const std::string&, CLI::AppFormatMode) {
+            return helpText(helpPageOf(*command));
+        });
         add("check", "Ask responders whether certificates are still good", check_);
         add("request", "Build a request, signed if wanted", request_);
         add("send", "Send a stored request as it is", send_);

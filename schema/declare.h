@@ -82,6 +82,8 @@
         using ASN1C_##target::ASN1C_##target;      \
     };
 
+// Names of classes cannot stand in parentheses. NOLINTBEGIN(bugprone-macro-parentheses)
+
 /// A class of information objects whose type field is called `Field`: the abstract class, the functions that
 /// schema::kAccess calls, and the template of its objects. The destructors of the template and of the objects are
 /// defined in sources: inline ones would instantiate all operations where only the name of the value's type is known.
@@ -150,3 +152,4 @@
     private:                                                    \
         friend void name##Once();                               \
     };
+// NOLINTEND(bugprone-macro-parentheses)

@@ -77,11 +77,10 @@ bool mayChange(const Setting& setting) {
 
 std::string recordedOptions(const CheckOptions& options, const RunInputs& inputs) {
     Fingerprint all;
-    for (const std::string& part :
-         {options.batch.list, inputs.fingerprint(), inputs.hashOid(), options.url,
-          std::to_string(options.nonce ? static_cast<int>(*options.nonce) : -1),
-          std::to_string(options.maxAge ? options.maxAge->count() : -1),
-          std::string(options.verifyChain ? "chain" : "")}) {
+    for (const std::string& part : {options.batch.list, inputs.fingerprint(), inputs.hashOid(), options.url,
+                                    std::to_string(options.nonce ? static_cast<int>(*options.nonce) : -1),
+                                    std::to_string(options.maxAge ? options.maxAge->count() : -1),
+                                    std::string(options.verifyChain ? "chain" : "")}) {
         all.add(part);
     }
     for (const Setting& setting : allSettings()) {

@@ -19,7 +19,6 @@ namespace {
 
 using Orvane::CBlob;
 using Orvane::CDateTime;
-using Orvane::PKI::OCSP::CCertStatus;
 using namespace Orvane::PKI::OCSP::Client;
 
 void require(bool condition, const char* what) {

@@ -13,7 +13,6 @@ using testkit::CertificateSpec;
 using testkit::CrlSpec;
 using testkit::EntrySpec;
 using testkit::EntryStatus;
-using testkit::ExtensionSpec;
 using testkit::Identity;
 using testkit::Key;
 using testkit::ResponseSpec;
