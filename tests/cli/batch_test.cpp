@@ -333,7 +333,7 @@ TEST_F(BatchTest, EndsWhenItIsToldToWhateverItReads) {
     const std::string pipe = tallow.folder().file("pipe");
     const ProcessResult full =
         run({"sh", "-c",
-             "mkfifo " + pipe + "; exec 9<>" + pipe + "; cat " + listOf(tallow, leaf, 300) + " >&9; exec " +
+             "mkfifo " + pipe + "; exec 9<>" + pipe + "; cat " + listOf(tallow, leaf, 1) + " >&9; exec " +
                  TALLOW_COMMAND + " check --settings " + tallow.folder().file("settings.toml") + " --trust " + root +
                  " --url " + responderUrl() + " --from-file " + pipe + " >/dev/full"});
     EXPECT_EQ(full.exitStatus, 3);
