@@ -98,6 +98,25 @@ void addEntry(Reading& reading, OCSP_SINGLERESP* entry) {
         OCSP_check_validity(thisUpdate, nextUpdate, kSkewSeconds, nextUpdate == nullptr ? kOldestSeconds : -1) == 1;
 }
 
+// Whether the only critical extensions that OpenSSL does not handle are the number of the CRL and where its delta CRL
+// is. The library knows both, and neither changes what a complete CRL says.
+bool hasOnlyKnownCritical(const X509_CRL* crl) {
+    bool isOne = false;
+    for (int i = 0; i < X509_CRL_get_ext_count(crl); ++i) {
+        X509_EXTENSION* const extension = X509_CRL_get_ext(crl, i);
+        const int kind = OBJ_obj2nid(X509_EXTENSION_get_object(extension));
+        if (X509_EXTENSION_get_critical(extension) == 0 || kind == NID_issuing_distribution_point ||
+            kind == NID_authority_key_identifier || kind == NID_delta_crl) {
+            continue;
+        }
+        if (kind != NID_crl_number && kind != NID_freshest_crl) {
+            return false;
+        }
+        isOne = true;
+    }
+    return isOne;
+}
+
 }  // namespace
 
 const ResignedPki& ResignedPki::shared() {
@@ -128,12 +147,14 @@ std::string opensslFault(const Bytes& end, const Bytes& ca, const Bytes& root, c
     }
     bool mayMiss = misnamesKey(caCertificate.get(), endCertificate.get()) ||
                    misnamesKey(rootCertificate.get(), caCertificate.get());
+    bool mayBeCritical = false;
     const StorePtr store(X509_STORE_new());
     X509_STORE_add_cert(store.get(), rootCertificate.get());
     for (const Bytes& der : crls) {
         const auto crl = readAs<CrlPtr>(der, d2i_X509_CRL);
         mayMiss = mayMiss || hasLooseValue(der) || misnamesKey({caCertificate.get(), rootCertificate.get()}, crl.get());
         if (crl) {
+            mayBeCritical = mayBeCritical || hasOnlyKnownCritical(crl.get());
             X509_STORE_add_crl(store.get(), crl.get());
         }
     }
@@ -148,7 +169,8 @@ std::string opensslFault(const Bytes& end, const Bytes& ca, const Bytes& root, c
                            error == X509_V_ERR_UNABLE_TO_GET_ISSUER_CERT_LOCALLY ||
                            error == X509_V_ERR_UNABLE_TO_GET_CRL || error == X509_V_ERR_UNABLE_TO_GET_CRL_ISSUER;
     ERR_clear_error();
-    return error == X509_V_OK || (isMissing && mayMiss) ? "" : X509_verify_cert_error_string(error);
+    const bool isKnown = error == X509_V_ERR_UNHANDLED_CRITICAL_CRL_EXTENSION && mayBeCritical;
+    return error == X509_V_OK || (isMissing && mayMiss) || isKnown ? "" : X509_verify_cert_error_string(error);
 }
 
 std::optional<Reading> opensslReading(const Bytes& response, const testkit::Identity& signer, const Bytes& leaf,
