@@ -72,7 +72,7 @@ std::optional<WholeFile> readWholeFile(const std::string& path, size_t largest, 
     const Clock::time_point end = Clock::now() + kPatience;
     ssize_t count = 0;
     do {
-        // A pipe that nobody has opened for writing so far looks like one at its end.
+        // Without a writer, a pipe reads as empty: wait until one has opened it.
         if (!isRegular && !waitFor(descriptor.get(), end)) {
             systemError = kTooSlow;
             return std::nullopt;

@@ -235,7 +235,7 @@ void nestsToml32Levels(Probe& probe) {
                  "keys with 33 dots are refused");
 }
 
-// A pipe that nobody writes to does not count as an empty file, and one that is written to is read.
+// A pipe without a writer must not count as an empty file.
 void waits30SecondsForSettings(Probe& probe) {
     const TempDir folder;
     const std::string pipe = folder.file("pipe");
