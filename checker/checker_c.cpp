@@ -6,6 +6,7 @@
 #include "checker/asking.h"
 #include "checker/checker_c_impl.h"
 #include "checker/judge.h"
+#include "handles/fork_safe_lock.h"
 #include "handles/status.h"
 
 namespace {
@@ -80,7 +81,7 @@ std::int32_t change(tallow_checker* checker, Change apply) noexcept {
     if (checker == nullptr) {
         return status::kInvalidArgument;
     }
-    const std::lock_guard<std::mutex> lock(checker->mutex);
+    const tallow::ForkSafeLock lock(checker->mutex);
     try {
         if (checker->built) {
             throw BadInput(status::kInvalidArgument,
@@ -110,7 +111,7 @@ const Checker& builtOf(const tallow_checker* checker) {
         throw BadInput(status::kInvalidArgument,
                        "there is no checker: null was passed; did tallow_checker_new run out of memory?");
     }
-    const std::lock_guard<std::mutex> lock(checker->mutex);
+    const tallow::ForkSafeLock lock(checker->mutex);
     if (checker->status != status::kOk) {
         throw BadInput(checker->status, "setting up the checker failed: " +
                                             (checker->problem.empty() ? std::string(tallow_status_text(checker->status))
@@ -196,7 +197,7 @@ const char* tallow_checker_problem(const tallow_checker* checker) {
     if (checker == nullptr) {
         return "";
     }
-    const std::lock_guard<std::mutex> lock(checker->mutex);
+    const tallow::ForkSafeLock lock(checker->mutex);
     const bool isTextMissing = checker->status != status::kOk && checker->problem.empty();
     return isTextMissing ? tallow_status_text(checker->status) : checker->problem.c_str();
 }
@@ -205,7 +206,7 @@ void tallow_checker_clear_problem(tallow_checker* checker) {
     if (checker == nullptr) {
         return;
     }
-    const std::lock_guard<std::mutex> lock(checker->mutex);
+    const tallow::ForkSafeLock lock(checker->mutex);
     checker->status = status::kOk;
     checker->problem.clear();
 }

@@ -4,6 +4,8 @@
 #include <mutex>
 #include <string_view>
 
+#include "handles/fork_safe_lock.h"
+
 namespace tallow {
 
 namespace {
@@ -30,14 +32,14 @@ SilentResponders::SilentResponders() : impl_(std::make_unique<Impl>()) {}
 SilentResponders::~SilentResponders() = default;
 
 void SilentResponders::add(const std::string& url, const std::string& reason) {
-    const std::scoped_lock lock(impl_->mutex);
+    const ForkSafeLock lock(impl_->mutex);
     if (impl_->reasons.size() < kMostServers) {
         impl_->reasons.emplace(serverOf(url), reason);
     }
 }
 
 std::optional<std::string> SilentResponders::reasonFor(const std::string& url) const {
-    const std::scoped_lock lock(impl_->mutex);
+    const ForkSafeLock lock(impl_->mutex);
     const auto found = impl_->reasons.find(serverOf(url));
     return found == impl_->reasons.end() ? std::nullopt : std::optional(found->second);
 }

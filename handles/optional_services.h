@@ -10,6 +10,8 @@
 #pragma weak crypto_check_time_left
 #pragma weak crypto_end_check
 #pragma weak crypto_forget_response
+#pragma weak support_fork_gate_enter
+#pragma weak support_fork_gate_leave
 #pragma weak support_settings_error
 #pragma weak support_settings_keys
 #else

@@ -4,7 +4,10 @@
 
 #include <atomic>
 #include <chrono>
+#include <cstdint>
 #include <thread>
+
+#include "platform/support/support_service.h"
 
 namespace tallow::platform {
 
@@ -13,39 +16,77 @@ namespace {
 using namespace std::chrono_literals;
 
 constexpr auto kLongestWait = 1s;
+constexpr auto kLongestCourtesy = 100ms;
 constexpr auto kPause = 50us;
 
 // Constant-initialised and never destroyed: calls come from static objects of other libraries.
-constinit std::atomic<unsigned int> threadsInside{0};
+
+// The generation of the process in the upper half, and how many threads are inside in the lower one: a child of fork
+// changes both at once.
+constexpr unsigned int kHalf = 32;
+constinit std::atomic<std::uint64_t> state{std::uint64_t{1} << kHalf};
 constinit std::atomic<unsigned int> forks{0};  // in progress
+constinit std::atomic<bool> isEntryWanted{false};
+
+// Of the thread. A signal handler may fork between any two steps of it, so a child must be able to tell from these
+// whether the thread was counted.
 constinit thread_local unsigned int depth = 0;
+constinit thread_local std::atomic<bool> isCounted{false};
+constinit thread_local std::atomic<std::uint32_t> countedIn{0};  // the generation
+
+constexpr std::uint32_t generationOf(std::uint64_t value) {
+    return static_cast<std::uint32_t>(value >> kHalf);
+}
+
+constexpr std::uint32_t threadsInside(std::uint64_t value) {
+    return static_cast<std::uint32_t>(value);
+}
+
+// Takes back what was counted, unless this is a child by now, where it never was.
+void uncount(std::uint32_t generation) noexcept {
+    std::uint64_t value = state.load();
+    while (generationOf(value) == generation && !state.compare_exchange_weak(value, value - 1)) {
+    }
+}
 
 void enter() noexcept {
     for (;;) {
-        threadsInside.fetch_add(1);
-        if (forks.load() == 0) {
+        const std::uint32_t generation = generationOf(state.fetch_add(1));
+        if (forks.load() != 0) {
+            uncount(generation);
+            while (forks.load() != 0) {
+                isEntryWanted.store(true);
+                std::this_thread::sleep_for(kPause);
+            }
+            continue;
+        }
+        countedIn.store(generation);
+        isCounted.store(true);
+        if (generationOf(state.load()) == countedIn.load()) {
             return;
         }
-        threadsInside.fetch_sub(1);
-        while (forks.load() != 0) {
-            std::this_thread::sleep_for(kPause);
-        }
+        isCounted.store(false);
     }
 }
 
 void leave() noexcept {
-    threadsInside.fetch_sub(1);
+    isCounted.store(false);
+    uncount(countedIn.load());
 }
 
 // A thread may fork within a call of its own, from a function that the service calls back.
-unsigned int ownShare() noexcept {
-    return depth > 0 ? 1 : 0;
+std::uint32_t ownShare() noexcept {
+    return isCounted.load() ? 1 : 0;
 }
 
+// Threads that fork all the time would keep the others out: those that wait to enter go first, for a while.
 void beforeFork() noexcept {
+    const auto begun = std::chrono::steady_clock::now();
+    while (isEntryWanted.exchange(false) && std::chrono::steady_clock::now() < begun + kLongestCourtesy) {
+        std::this_thread::sleep_for(4 * kPause);
+    }
     forks.fetch_add(1);
-    const auto end = std::chrono::steady_clock::now() + kLongestWait;
-    while (threadsInside.load() > ownShare() && std::chrono::steady_clock::now() < end) {
+    while (threadsInside(state.load()) > ownShare() && std::chrono::steady_clock::now() < begun + kLongestWait) {
         std::this_thread::sleep_for(kPause);
     }
 }
@@ -55,7 +96,10 @@ void inParent() noexcept {
 }
 
 void inChild() noexcept {
-    threadsInside.store(ownShare());
+    const std::uint32_t generation = generationOf(state.load()) + 1;
+    countedIn.store(generation);
+    state.store((std::uint64_t{generation} << kHalf) + ownShare());
+    isEntryWanted.store(false);
     forks.store(0);
 }
 
@@ -65,16 +109,20 @@ void inChild() noexcept {
 
 }  // namespace
 
-ForkGate::ForkGate() noexcept {
+void ForkGate::enterOne() noexcept {
     if (depth++ == 0) {
         enter();
     }
 }
 
-ForkGate::~ForkGate() {
+void ForkGate::leaveOne() noexcept {
     if (--depth == 0) {
         leave();
     }
+}
+
+std::uint32_t ForkGate::generation() noexcept {
+    return generationOf(state.load());
 }
 
 unsigned int ForkGate::leaveAll() noexcept {
@@ -94,3 +142,11 @@ void ForkGate::enterAgain(unsigned int numGates) noexcept {
 }
 
 }  // namespace tallow::platform
+
+void support_fork_gate_enter() {
+    tallow::platform::ForkGate::enterOne();
+}
+
+void support_fork_gate_leave() {
+    tallow::platform::ForkGate::leaveOne();
+}

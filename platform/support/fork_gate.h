@@ -7,12 +7,14 @@
 // services.
 #pragma once
 
+#include <cstdint>
+
 namespace tallow::platform {
 
 class ForkGate {
 public:
-    ForkGate() noexcept;
-    ~ForkGate();
+    ForkGate() noexcept { enterOne(); }
+    ~ForkGate() { leaveOne(); }
     ForkGate(const ForkGate&) = delete;
     ForkGate& operator=(const ForkGate&) = delete;
 
@@ -28,9 +30,16 @@ public:
         unsigned int depth_;
     };
 
+    // What the object does.
+    static void enterOne() noexcept;
+    static void leaveOne() noexcept;
     // The two steps of Outside, for code in another library. The first returns how many gates the thread was inside of.
     static unsigned int leaveAll() noexcept;
     static void enterAgain(unsigned int numGates) noexcept;
+
+    // Another number in each child of fork than in its parent, and never 0. Process ids do not tell them apart: those
+    // of another PID namespace may be the same.
+    static std::uint32_t generation() noexcept;
 };
 
 }  // namespace tallow::platform

@@ -77,6 +77,13 @@ TALLOW_EXPORT DWORD GetLastError(void);
 // Sets it for the calling thread, for implementations and tests.
 TALLOW_EXPORT void SetLastError(DWORD code);
 
+// ---- fork ----------------------------------------------------------------------------------------------------------
+
+// Between these two calls, fork() in another thread waits, for at most one second. Code of the library that takes a
+// lock of its own makes them around it, so that no child inherits a lock whose owner it lacks. They nest.
+TALLOW_EXPORT void support_fork_gate_enter(void);
+TALLOW_EXPORT void support_fork_gate_leave(void);
+
 // ---- Settings ------------------------------------------------------------------------------------------------------
 
 // The settings are one TOML file, read whole on first use and kept: /etc/tallow/settings.toml, or the file given to

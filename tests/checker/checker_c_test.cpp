@@ -7,11 +7,14 @@
 #include <tuple>
 
 #include "checker.h"
+#include "checker/silent_responders.h"
 #include "checker_c.h"
 #include "handles/status.h"
 #include "tests/support/failing_allocation.h"
 #include "tests/support/http_server.h"
 #include "tests/support/ocsp_builder.h"
+#include "tests/support/process.h"
+#include "tests/support/repeating_threads.h"
 #include "tests/support/responder.h"
 
 extern "C" int lineThatFailsForNull(void);
@@ -359,6 +362,21 @@ TEST_F(CheckerC, ProvesNothingAfterASetterFailed) {
         EXPECT_EQ(tallow_checker_set_downloads(checker.get(), false), status::kInvalidArgument);
         EXPECT_FALSE(isGood(verify()));
     }
+}
+
+// What the threads call allocates nothing, since a sanitizer's allocator does not survive a fork.
+TEST_F(CheckerC, NeedsNoLockInAChildThatAnotherThreadHolds) {
+    const Owned<tallow_checker> checker(tallow_checker_new());
+    const tallow::SilentResponders silent;
+    const auto isUsable = [&] {
+        return *tallow_checker_problem(checker.get()) == '\0' && !silent.reasonFor("http://a");
+    };
+    const RepeatingThreads others(3, isUsable);
+    bool isUsableInAll = true;
+    for (int i = 0; isUsableInAll && i < 500; ++i) {
+        isUsableInAll = isTrueInChild(isUsable);
+    }
+    EXPECT_TRUE(isUsableInAll);
 }
 
 // Each allocation of a check fails once. The good certificate may stay good, since some algorithms do without memory.

@@ -5,6 +5,7 @@
 
 #include <cerrno>
 #include <chrono>
+#include <cstdint>
 #include <cstdlib>
 #include <map>
 #include <mutex>
@@ -82,13 +83,13 @@ StoreFiles filesOf(const std::string& name, StoreView storeView) {
 struct Circumstances {
     std::chrono::steady_clock::time_point time;
     unsigned long settings = 0;
-    uid_t user = 0;       // whose files are trusted
-    pid_t process = 0;    // a child may change its root directory
-    std::string folders;  // the user's, which the environment may name
+    uid_t user = 0;             // whose files are trusted
+    std::uint32_t process = 0;  // a child may change its root directory
+    std::string folders;        // the user's, which the environment may name
 
     static Circumstances ofNow() {
         StoreFiles ignored;
-        return {std::chrono::steady_clock::now(), settingsVersion(), ::geteuid(), ::getpid(),
+        return {std::chrono::steady_clock::now(), settingsVersion(), ::geteuid(), ForkGate::generation(),
                 storesOf(StoreView::kUser, ignored)};
     }
 

@@ -1,7 +1,6 @@
 #include "platform/crypto/network/cache_server.h"
 
 #include <sys/stat.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <array>
@@ -177,7 +176,7 @@ std::unique_ptr<RedisConnection> CacheServer::take(const std::shared_ptr<const C
     const std::scoped_lock lock(mutex_);
     const Clock::time_point now = Clock::now();
     std::erase_if(idle_, [&](const Idle& idle) {
-        return idle.settings != settings || idle.process != ::getpid() || now - idle.since > kLongestIdle;
+        return idle.settings != settings || idle.process != ForkGate::generation() || now - idle.since > kLongestIdle;
     });
     if (idle_.empty()) {
         return nullptr;
@@ -191,7 +190,7 @@ void CacheServer::keep(std::unique_ptr<RedisConnection> connection,
                        const std::shared_ptr<const CacheSettings>& settings) {
     const std::scoped_lock lock(mutex_);
     if (idle_.size() < kMaxIdle) {
-        idle_.push_back({std::move(connection), settings, Clock::now(), ::getpid()});
+        idle_.push_back({std::move(connection), settings, Clock::now(), ForkGate::generation()});
     }
 }
 

@@ -7,10 +7,9 @@
 // process is kept for a message.
 #pragma once
 
-#include <sys/types.h>
-
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <optional>
@@ -77,7 +76,7 @@ private:
         std::unique_ptr<RedisConnection> connection;
         std::shared_ptr<const CacheSettings> settings;
         Clock::time_point since;
-        pid_t process;  // a child of fork must not use the connections of its parent
+        std::uint32_t process;  // a child of fork must not use the connections of its parent
     };
 
     using Reply = std::optional<RedisValue>;

@@ -2,11 +2,11 @@
 
 #include <netdb.h>
 #include <pthread.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <condition_variable>
 #include <csignal>
+#include <cstdint>
 #include <cstring>
 #include <memory>
 #include <mutex>
@@ -23,10 +23,10 @@ constexpr std::size_t kMostAddresses = 8;
 // Room for everything from the start: in the thread nothing may be thrown.
 struct Lookup {
     Lookup(std::string host, unsigned int port)
-        : host(std::move(host)), port(std::to_string(port)), process(::getpid()) {}
+        : host(std::move(host)), port(std::to_string(port)), process(ForkGate::generation()) {}
 
     const std::string host, port;
-    const pid_t process;  // a child of fork has no thread that would complete it
+    const std::uint32_t process;  // a child of fork has no thread that would complete it
     std::mutex mutex;
     std::condition_variable done;
     bool isDone = false;
@@ -91,7 +91,8 @@ std::weak_ptr<Lookup>& running() {
 std::shared_ptr<Lookup> beginLookup(const std::string& host, unsigned int port) {
     const std::scoped_lock lock(current);
     std::shared_ptr<Lookup> lookup = running().lock();
-    if (lookup && lookup->host == host && lookup->port == std::to_string(port) && lookup->process == ::getpid()) {
+    if (lookup && lookup->host == host && lookup->port == std::to_string(port) &&
+        lookup->process == ForkGate::generation()) {
         return lookup;
     }
     lookup = std::make_shared<Lookup>(host, port);

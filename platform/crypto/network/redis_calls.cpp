@@ -1,8 +1,7 @@
 // The functions of redis_service.h.
-#include <unistd.h>
-
 #include <algorithm>
 #include <chrono>
+#include <cstdint>
 #include <memory>
 #include <string>
 #include <vector>
@@ -18,7 +17,7 @@ struct _CRYPTO_REDIS {
     std::string mistake;  // in the description of the server
     std::string fault;
     std::unique_ptr<RedisConnection> connection;
-    pid_t process = 0;  // that connected
+    std::uint32_t process = 0;  // that connected
     RedisValue reply;
     std::vector<std::unique_ptr<CRYPTO_REDIS_VALUE[]>> records;  // of the reply
 };
@@ -45,12 +44,12 @@ CRYPTO_REDIS_VALUE recordOf(const RedisValue& value, CRYPTO_REDIS& redis) {
 
 // A server may close an idle connection at any time. A child of fork would read replies of its parent.
 bool connect(CRYPTO_REDIS& redis, RedisDeadline deadline) {
-    if (redis.connection && redis.process == ::getpid() && redis.connection->fault().empty() &&
+    if (redis.connection && redis.process == ForkGate::generation() && redis.connection->fault().empty() &&
         redis.connection->isQuiet()) {
         return true;
     }
     redis.connection.reset();  // one at a time
-    redis.process = ::getpid();
+    redis.process = ForkGate::generation();
     redis.connection = connectRedis(redis.server, deadline, redis.fault);
     return redis.connection != nullptr;
 }

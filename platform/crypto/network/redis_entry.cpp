@@ -17,6 +17,10 @@ unsigned int ForkGate::leaveAll() noexcept {
     return services->leaveForkGate();
 }
 
+std::uint32_t ForkGate::generation() noexcept {
+    return services->forkGeneration();
+}
+
 void ForkGate::enterAgain(unsigned int numGates) noexcept {
     services->enterForkGate(numGates);
 }

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "platform/crypto/network/redis_client.h"
@@ -12,6 +13,7 @@ namespace tallow::platform {
 struct RedisServices {
     unsigned int (*leaveForkGate)() noexcept;
     void (*enterForkGate)(unsigned int numGates) noexcept;
+    std::uint32_t (*forkGeneration)() noexcept;
 };
 
 struct RedisFunctions {

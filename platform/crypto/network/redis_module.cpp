@@ -13,7 +13,7 @@ namespace tallow::platform {
 namespace {
 
 constexpr char kName[] = "libtallow-redis";
-constexpr RedisServices kServices = {ForkGate::leaveAll, ForkGate::enterAgain};
+constexpr RedisServices kServices = {ForkGate::leaveAll, ForkGate::enterAgain, ForkGate::generation};
 
 // Either the functions, or why there are none.
 struct Loaded {
