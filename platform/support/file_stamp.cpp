@@ -13,7 +13,6 @@ bool FileStamp::operator==(const FileStamp& other) const noexcept {
 }
 
 bool FileStamp::isSettled(const timespec& begun) const noexcept {
-    constexpr long kTick = 20000000;  // ns
     constexpr long kSecond = 1000000000;
     const long seconds = begun.tv_sec - changed.tv_sec;
     return seconds > 1 || seconds < -1 || seconds * kSecond + begun.tv_nsec - changed.tv_nsec > kTick;

@@ -17,8 +17,11 @@ struct FileStamp {
     static FileStamp of(const struct stat& status) noexcept;
     bool operator==(const FileStamp& other) const noexcept;
 
-    // Whether every change after `begun`, a result of currentTime(), alters the stamp: the clock of a file system ticks
-    // a few milliseconds at a time, so a file may change twice within a tick.
+    // In ns: the clock of a file system ticks a few milliseconds at a time.
+    static constexpr long kTick = 20000000;
+
+    // Whether every change after `begun`, a result of currentTime(), alters the stamp: a file may change twice within a
+    // tick.
     bool isSettled(const timespec& begun) const noexcept;
 };
 

@@ -13,6 +13,7 @@
 
 #include "platform/crypto/base/service_call.h"
 #include "platform/crypto/certificates/side_file.h"
+#include "platform/support/file_stamp.h"
 #include "platform/support/file_trust.h"
 #include "platform/support/never_destroyed.h"
 #include "platform/support/whole_file.h"
@@ -23,44 +24,11 @@ namespace {
 
 constexpr std::string_view kSideFileSuffix = ".toml";
 
-// ---- Detecting changed files without reading them ------------------------------------------------------------------
-
-// Uses the time of the last change of any kind (ctime): the time of the last write can be set back.
-struct Stamp {
-    dev_t device = 0;
-    ino_t inode = 0;
-    off_t size = -1;  // of a file that does not exist
-    timespec changed{};
-
-    bool operator==(const Stamp& other) const noexcept {
-        return device == other.device && inode == other.inode && size == other.size && isSame(changed, other.changed);
-    }
-};
-
-Stamp stampOf(const struct stat& status) {
-    return {status.st_dev, status.st_ino, status.st_size, status.st_ctim};
-}
-
-constexpr long kTick = 20000000;  // ns; the clock of a file system ticks a few milliseconds at a time
-
-timespec currentTime() {
-    timespec now{};
-    ::clock_gettime(CLOCK_REALTIME, &now);
-    return now;
-}
-
-// Whether a change after `begun` would alter the stamp.
-bool isSettled(const Stamp& stamp, const timespec& begun) {
-    constexpr long kSecond = 1000000000;
-    const long seconds = begun.tv_sec - stamp.changed.tv_sec;
-    return seconds > 1 || seconds < -1 || seconds * kSecond + begun.tv_nsec - stamp.changed.tv_nsec > kTick;
-}
-
 // ---- What was read before ------------------------------------------------------------------------------------------
 
 struct Kept {
-    Stamp file;
-    Stamp side;
+    FileStamp file;
+    FileStamp side;
     std::shared_ptr<const StoreFileContent> content;
 };
 
@@ -82,7 +50,8 @@ std::string keyOf(const std::string& path, Form form) {
     return form == Form::kFile ? path : "bundle:" + path;
 }
 
-std::shared_ptr<const StoreFileContent> keptContent(const std::string& key, const Stamp& file, const Stamp& side) {
+std::shared_ptr<const StoreFileContent> keptContent(const std::string& key, const FileStamp& file,
+                                                    const FileStamp& side) {
     const std::scoped_lock lock(cache().mutex);
     const auto found = cache().files.find(key);
     return found != cache().files.end() && found->second.file == file && found->second.side == side
@@ -168,12 +137,12 @@ bool lookAt(const std::string& path, StoreKind kind, struct stat& status, Readin
 }
 
 // Sets on the first certificate what its side file says.
-void applySide(const std::string& path, StoreFileContent& content, Stamp& stamp) {
+void applySide(const std::string& path, StoreFileContent& content, FileStamp& stamp) {
     if (content.certificates.empty()) {
         return;
     }
     const SideFileResult result = applySideFile(path, *content.certificates.front());
-    stamp = result.wasRead ? stampOf(result.status) : stamp;
+    stamp = result.wasRead ? FileStamp::of(result.status) : stamp;
     if (!result.problem.empty()) {
         content.problems.push_back({path, result.problem, false});
         content.isFinal &= result.wasRead;
@@ -181,7 +150,8 @@ void applySide(const std::string& path, StoreFileContent& content, Stamp& stamp)
 }
 
 // The content of a file, freshly read, and kept if a further change of it would show.
-std::shared_ptr<const StoreFileContent> readContent(const std::string& path, Form form, Stamp side, Reading& reading) {
+std::shared_ptr<const StoreFileContent> readContent(const std::string& path, Form form, FileStamp side,
+                                                    Reading& reading) {
     const std::string key = keyOf(path, form);
     forget(key);
     int systemError = 0;
@@ -203,8 +173,8 @@ std::shared_ptr<const StoreFileContent> readContent(const std::string& path, For
     for (const StoreProblem& problem : content->problems) {
         TALLOW_CRYPTO_TRACE("%s: %s\n", (problem.path.empty() ? path : problem.path).c_str(), problem.reason.c_str());
     }
-    const Stamp stamp = stampOf(file->status);
-    if (content->isFinal && isSettled(stamp, begun) && (side.size < 0 || isSettled(side, begun))) {
+    const FileStamp stamp = FileStamp::of(file->status);
+    if (content->isFinal && stamp.isSettled(begun) && (side.size < 0 || side.isSettled(begun))) {
         keep(key, {stamp, side, content});
     }
     return content;
@@ -216,8 +186,9 @@ void addFile(const std::string& path, Form form, bool hasSide, StoreKind kind, R
         return;
     }
     struct stat side {};
-    const Stamp sideStamp = hasSide && ::stat(sideFileOf(path).c_str(), &side) == 0 ? stampOf(side) : Stamp();
-    std::shared_ptr<const StoreFileContent> content = keptContent(keyOf(path, form), stampOf(status), sideStamp);
+    const FileStamp sideStamp =
+        hasSide && ::stat(sideFileOf(path).c_str(), &side) == 0 ? FileStamp::of(side) : FileStamp();
+    std::shared_ptr<const StoreFileContent> content = keptContent(keyOf(path, form), FileStamp::of(status), sideStamp);
     if (content == nullptr) {
         content = readContent(path, form, sideStamp, reading);
     }
@@ -265,7 +236,7 @@ Reading readFolder(const std::string& folder, StoreKind kind) {
         // One that is being replaced is missing for a moment, which shows in the directory above.
         struct stat above {};
         reading.isDisturbed = systemError == ENOENT && ::stat(directoryOf(folder).c_str(), &above) == 0 &&
-                              !isSettled(stampOf(above), begun);
+                              !FileStamp::of(above).isSettled(begun);
         return reading;
     }
     found.exists = true;
@@ -282,10 +253,10 @@ Reading readFolder(const std::string& folder, StoreKind kind) {
             addFile(path, Form::kFile, hasSide, kind, reading);
         }
     }
-    const Stamp stamp = stampOf(listing->status);
+    const FileStamp stamp = FileStamp::of(listing->status);
     struct stat after {};
     reading.isDisturbed |=
-        !isSettled(stamp, begun) || ::stat(folder.c_str(), &after) != 0 || !(stampOf(after) == stamp);
+        !stamp.isSettled(begun) || ::stat(folder.c_str(), &after) != 0 || !(FileStamp::of(after) == stamp);
     return reading;
 }
 
@@ -320,7 +291,7 @@ void addStoreFolder(const std::string& folder, StoreKind kind, StoreFiles& found
     constexpr int kMaximumReadings = 4;
     Reading reading = readFolder(folder, kind);
     for (int i = 1; reading.isDisturbed && i < kMaximumReadings; ++i) {
-        const timespec pause{0, kTick};
+        const timespec pause{0, FileStamp::kTick};
         ::nanosleep(&pause, nullptr);
         reading = readFolder(folder, kind);
     }
