@@ -82,6 +82,8 @@ Calls& calls() {
     return *instance;
 }
 
+thread_local int numOwnCalls = 0;  // of those, the thread's own
+
 }  // namespace
 
 RunningCall::RunningCall() {
@@ -89,6 +91,7 @@ RunningCall::RunningCall() {
         const std::lock_guard lock(calls().mutex);
         if (!calls().isClosed) {
             ++calls().numRunning;
+            ++numOwnCalls;
             return;
         }
         if (calls().closer == std::this_thread::get_id()) {
@@ -104,6 +107,7 @@ RunningCall::RunningCall() {
 RunningCall::~RunningCall() {
     const std::lock_guard lock(calls().mutex);
     --calls().numRunning;
+    --numOwnCalls;
     calls().ended.notify_all();
 }
 
@@ -116,6 +120,10 @@ void RunningCall::watchTheEnd() {
         calls().closer = std::this_thread::get_id();
         calls().ended.wait_for(lock, std::chrono::minutes(1), [] { return calls().numRunning == 0; });
     }));
+    // Calls of other threads do not go on in a child. The thread that forks has the GIL, without which no other thread
+    // holds the lock.
+    py::module_::import("os").attr("register_at_fork")(py::arg("after_in_child") =
+                                                           py::cpp_function([] { calls().numRunning = numOwnCalls; }));
 }
 
 thread_local PendingExit* PendingExit::current_ = nullptr;

@@ -168,3 +168,26 @@ time.sleep(0.2)
 """
     ended = subprocess.run([sys.executable, "-c", program, pki.root.pem, pki.ca.pem], timeout=60, capture_output=True)
     assert (ended.returncode, ended.stderr) == (0, b"")
+
+
+def test_child_of_fork_ends_while_a_thread_of_its_parent_checks(pki):
+    program = """
+import os, sys, threading, tallow
+trust = tallow.Trust().add_roots(sys.argv[1])
+begun, over = threading.Event(), threading.Event()
+def exchange(*_):
+    begun.set()
+    over.wait()
+checker = tallow.Checker(trust, responders=["http://a.invalid/"], exchange=exchange, timeout=50)
+thread = threading.Thread(target=checker.check, args=(sys.argv[2], sys.argv[1]))
+thread.start()
+begun.wait()
+child = os.fork()
+if child == 0:
+    sys.exit(0)
+os.waitpid(child, 0)
+over.set()
+thread.join()
+"""
+    ended = subprocess.run([sys.executable, "-c", program, pki.root.pem, pki.ca.pem], timeout=30, capture_output=True)
+    assert (ended.returncode, ended.stderr) == (0, b"")
