@@ -7,6 +7,7 @@
 
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <memory>
 #include <string>
 #include <thread>
@@ -236,6 +237,63 @@ TEST(Connection, StaysWithItsProcess) {
         EXPECT_EQ(post(server.url(), bytesOf("parent")).body, bytesOf("parent"));
         EXPECT_EQ(server.numConnections(), 2) << "the child ended the connection of its parent";
     }
+}
+
+// Whether this process has a connection to that port of the machine.
+bool hasConnectionTo(int port) {
+    for (int one = 0; one < 1024; ++one) {
+        sockaddr_in peer{};
+        socklen_t size = sizeof peer;
+        if (::getpeername(one, reinterpret_cast<sockaddr*>(&peer), &size) == 0 && peer.sin_family == AF_INET &&
+            ntohs(peer.sin_port) == port) {
+            return true;
+        }
+    }
+    return false;
+}
+
+// Until the child ends, a server would otherwise wait for more requests over it.
+TEST(Connection, InUseElsewhereIsClosedByTheFirstExchangeOfAChild) {
+    HttpServer other(kept);
+    std::atomic<bool> isAsked{false};
+    HttpServer slow([&isAsked](const HttpRequest&) {
+        isAsked = true;
+        return HttpReply{.body = bytesOf("late"), .delayMs = 700, .after = AfterReply::kNextRequest};
+    });
+    std::jthread asking([&slow] { EXPECT_EQ(post(slow.url(), bytesOf("x")).body, bytesOf("late")); });
+    while (!isAsked) {
+        sleepMs(1);
+    }
+    EXPECT_TRUE(isTrueInChild([&] {
+        return hasConnectionTo(slow.port()) && post(other.url(), bytesOf("x")).status == 200 &&
+               !hasConnectionTo(slow.port());
+    }));
+}
+
+TEST(Connection, LeavesTheHandlingOfSignalsToTheProcess) {
+    const TrustedServer trusted;
+    const HttpReply closed{.body = bytesOf("x"), .after = AfterReply::kCloseUnannounced};
+    HttpServer server([&closed](const HttpRequest&) { return closed; }, &trusted.identity);
+    auto* const before = std::signal(SIGPIPE, SIG_DFL);
+    std::atomic<bool> isOver{false};
+    bool isChanged = false;
+    std::jthread watching([&] {
+        struct sigaction now {};
+        while (!isOver) {
+            ::sigaction(SIGPIPE, nullptr, &now);
+            isChanged = isChanged || now.sa_handler != SIG_DFL;
+        }
+    });
+    for (int i = 0; i < 30; ++i) {
+        EXPECT_EQ(post(server.url(), bytesOf("x")).status, 200u);
+    }
+    isOver = true;
+    watching.join();
+    sigset_t blocked;
+    ::pthread_sigmask(SIG_SETMASK, nullptr, &blocked);
+    EXPECT_FALSE(isChanged);
+    EXPECT_EQ(sigismember(&blocked, SIGPIPE), 0);
+    std::signal(SIGPIPE, before);
 }
 
 // A server that ends every handshake. It has no TLS of its own, which would use OpenSSL outside of the services.

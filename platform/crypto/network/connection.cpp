@@ -1,49 +1,113 @@
 #include "platform/crypto/network/connection.h"
 
+#include <fcntl.h>
 #include <linux/tcp.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
+#include <mutex>
+#include <set>
+#include <utility>
 
-#include "platform/support/fork_gate.h"
+#include "platform/crypto/certificates/system_store.h"
+#include "platform/crypto/certificates/tls_roots.h"
+#include "platform/crypto/network/broken_pipe_guard.h"
+#include "platform/support/never_destroyed.h"
 
 namespace tallow::platform {
 
-Connection::Connection() noexcept : share_(curl_share_init()), easy_(curl_easy_init()) {
-    if (share_ && curl_share_setopt(share_.get(), CURLSHOPT_SHARE, CURL_LOCK_DATA_CONNECT) != CURLSHE_OK) {
-        share_.reset();
-    }
+namespace {
+
+// All connections of the process and of those that it was forked from.
+struct Connections {
+    std::mutex mutex;
+    std::set<Connection*> all;
+    std::uint32_t cleaned = ForkGate::generation();  // the process that has no copies of another one's
+};
+
+Connections& connections() {
+    static NeverDestroyed<Connections> instance;
+    return *instance;
+}
+
+}  // namespace
+
+Connection::Connection() : easy_(curl_easy_init()) {
+    const std::scoped_lock lock(connections().mutex);
+    connections().all.insert(this);
 }
 
 Connection::~Connection() {
-    if (!isOwn()) {
-        // libcurl would read from the parent's connection and end its TLS. The child's copy of the memory is lost.
-        if (const curl_socket_t socket = activeSocket(); socket != CURL_SOCKET_BAD) {
-            ::close(socket);
-        }
+    {
+        const std::scoped_lock lock(connections().mutex);
+        connections().all.erase(this);
+    }
+    if (!isOwn() && !isSeparate()) {
         static_cast<void>(easy_.release());
         static_cast<void>(multi_.release());
-        static_cast<void>(share_.release());
         return;
     }
     closeHandle();
+    const BrokenPipeGuard guard;
+    multi_.reset();
 }
 
 void Connection::closeHandle() noexcept {
-    if (multi_) {
+    if (multi_ && easy_) {
+        const BrokenPipeGuard guard;
         curl_multi_remove_handle(multi_.get(), easy_.get());
     }
     easy_.reset();
-    multi_.reset();
+}
+
+// libcurl would read from the parent's connection and end its TLS.
+bool Connection::isSeparate() noexcept {
+    if (!isLost_ && !replaceDescriptors()) {
+        isLost_ = true;
+        for (const curl_socket_t socket : open_) {
+            if (socket != CURL_SOCKET_BAD) {
+                ::close(socket);
+            }
+        }
+    }
+    return !isLost_;
+}
+
+bool Connection::replaceDescriptors() const noexcept {
+    int ends[2];
+    if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
+        return false;
+    }
+    ::close(ends[1]);
+    const bool isReplaced = std::all_of(open_.begin(), open_.end(), [&ends](curl_socket_t socket) {
+        return socket == CURL_SOCKET_BAD || ::dup3(ends[0], socket, O_CLOEXEC) == socket;
+    });
+    ::close(ends[0]);
+    return isReplaced;
+}
+
+void Connection::closeCopies() {
+    const std::scoped_lock lock(connections().mutex);
+    if (std::exchange(connections().cleaned, ForkGate::generation()) != ForkGate::generation()) {
+        for (Connection* const connection : connections().all) {
+            if (!connection->isOwn()) {
+                static_cast<void>(connection->isSeparate());
+            }
+        }
+    }
 }
 
 // As curl_easy_perform, which gives no sign of when it waits.
 CURLcode Connection::perform() noexcept {
     constexpr int kLongestPauseMs = 1000;  // unless libcurl needs a shorter one; then the progress is looked at
-    multi_.reset(curl_multi_init());
+    if (!multi_) {
+        multi_.reset(curl_multi_init());
+    }
+    const BrokenPipeGuard guard;
     if (!multi_ || curl_multi_add_handle(multi_.get(), easy_.get()) != CURLM_OK) {
         return CURLE_OUT_OF_MEMORY;
     }
@@ -106,6 +170,11 @@ void Connection::onTlsMessage(int /*isSent*/, int /*version*/, int /*type*/, con
 // runs after either has set its callback.
 CURLcode Connection::onTlsContext(CURL* /*easy*/, void* context, void* target) {
     auto* const tls = static_cast<SSL_CTX*>(context);
+    X509_STORE* const roots = tlsRoots(systemBundle());
+    if (roots == nullptr) {
+        return CURLE_SSL_CACERT_BADFILE;
+    }
+    SSL_CTX_set_cert_store(tls, roots);  // which releases them
     SSL_CTX_set_keylog_callback(tls, nullptr);
     SSL_CTX_set_msg_callback(tls, onTlsMessage);
     SSL_CTX_set_msg_callback_arg(tls, target);
@@ -131,7 +200,7 @@ bool Connection::isLeftClean(std::size_t sizeSent) const {
     long numNew = 0;
     long version = 0;
     curl_off_t sent = -1;
-    return isOwn() && share_ && curl_easy_getinfo(easy_.get(), CURLINFO_NUM_CONNECTS, &numNew) == CURLE_OK &&
+    return isOwn() && curl_easy_getinfo(easy_.get(), CURLINFO_NUM_CONNECTS, &numNew) == CURLE_OK &&
            numNew == (isReused_ ? 0 : 1) &&  // no second one, of a login
            curl_easy_getinfo(easy_.get(), CURLINFO_HTTP_VERSION, &version) == CURLE_OK &&
            version == CURL_HTTP_VERSION_1_1 &&

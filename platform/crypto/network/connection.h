@@ -1,15 +1,18 @@
 // A connection of libcurl for hops of exchanges, which may be used again.
 //
 // It connects once. After an exact answer that left it clean, a ConnectionPool can keep it, and the next hop runs over
-// the same connection or fails. libcurl's handle is made anew for each use, so that no login, header or body is carried
-// over. The connection itself is in a share object, used by one thread at a time as libcurl requires: while it is idle,
-// there is one descriptor.
+// the same connection or fails. libcurl's easy handle is made anew for each use, so that no login, header or body is
+// carried over. The connection itself is in a multi handle, used by one thread at a time as libcurl requires: while it
+// is idle, there are its descriptor and the two that libcurl gives each multi handle.
+//
+// The process's handling of SIGPIPE stays as it is. libcurl would change it whenever it frees a share handle, or a
+// multi handle that never had an easy handle with CURLOPT_NOSIGNAL, so there is none of the former, and no multi handle
+// before a transfer.
 #pragma once
 
 #include <curl/curl.h>
 #include <openssl/ssl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <array>
 #include <chrono>
@@ -19,6 +22,7 @@
 #include <optional>
 
 #include "platform/crypto/network/address_rules.h"
+#include "platform/support/fork_gate.h"
 
 namespace tallow::platform {
 
@@ -38,15 +42,18 @@ class Connection {
 public:
     using Clock = std::chrono::steady_clock;
 
-    Connection() noexcept;
-    // In a child of fork, only the child's descriptor is closed: the connection is the parent's.
+    Connection();
+    // In a child of fork, only the child's descriptors are closed: the connection is the parent's.
     ~Connection();
     Connection(const Connection&) = delete;
     Connection& operator=(const Connection&) = delete;
 
     CURL* easy() const noexcept { return easy_.get(); }  // null when memory ran out, and while parked
-    CURLSH* share() const noexcept { return share_.get(); }
-    bool isOwn() const noexcept { return owner_ == ::getpid(); }  // made by this process
+    bool isOwn() const noexcept { return owner_ == ForkGate::generation(); }  // made by this process
+
+    // In a child of fork: closes its copies of all connections of its parent, also of those that threads of the parent
+    // were using. What libcurl has of the latter is not freed.
+    static void closeCopies();
 
     // Makes the transfer that the handle was prepared for, once. The thread leaves its gate only to wait: a fork at any
     // other moment could leave the child with a lock of OpenSSL that nothing releases.
@@ -90,30 +97,32 @@ private:
     struct MultiFree {
         void operator()(CURLM* multi) const noexcept { curl_multi_cleanup(multi); }
     };
-    struct ShareFree {
-        void operator()(CURLSH* share) const noexcept { curl_share_cleanup(share); }
-    };
 
     static long endReadingAtDeadline(BIO* source, int operation, const char* octets, std::size_t size, int argument,
                                      long number, int result, std::size_t* processed);
     static void onTlsMessage(int isSent, int version, int type, const void* octets, std::size_t size, SSL* session,
                              void* target);
     void closeHandle() noexcept;
+    // In a child of fork: ends the use of its parent's connection by this process. False when libcurl must not touch
+    // what it has any more, which is then never freed.
+    [[nodiscard]] bool isSeparate() noexcept;
+    // Puts a socket without a peer in its place. False when there is no descriptor for it.
+    [[nodiscard]] bool replaceDescriptors() const noexcept;
     curl_socket_t activeSocket() const noexcept;
     bool isSilent(curl_socket_t socket) const noexcept;
 
-    pid_t owner_ = ::getpid();
+    const std::uint32_t owner_ = ForkGate::generation();
     Clock::time_point openedAt_ = Clock::now();
     bool isReused_ = false;
+    bool isLost_ = false;                     // see isSeparate
     curl_socket_t socket_ = CURL_SOCKET_BAD;  // of a parked connection
     // Those that libcurl has opened: it tries several addresses at a time, and names the one in use only at the end.
     std::array<curl_socket_t, 4> open_ = {CURL_SOCKET_BAD, CURL_SOCKET_BAD, CURL_SOCKET_BAD, CURL_SOCKET_BAD};
     AddressClass peerClass_ = AddressClass::kSpecial;
     std::chrono::milliseconds answeredAfter_{0};  // the last answer
     SSL* session_ = nullptr;                      // of the connection, which owns it; null without TLS
-    // Last, since closing the connection looks at the members above. The handle is freed before its share.
-    std::unique_ptr<CURLSH, ShareFree> share_;  // null when memory ran out
-    std::unique_ptr<CURLM, MultiFree> multi_;   // null before the transfer; libcurl finds the socket through it
+    // Last, since closing the connection looks at the members above.
+    std::unique_ptr<CURLM, MultiFree> multi_;  // null before the first transfer; libcurl finds the socket through it
     std::unique_ptr<CURL, EasyFree> easy_;
 };
 

@@ -1,7 +1,6 @@
 #include "platform/crypto/network/connection_pool.h"
 
 #include <pthread.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <csignal>
@@ -30,6 +29,7 @@ void ConnectionPool::removeOver(std::chrono::milliseconds maxIdle, IdleList& clo
 
 std::unique_ptr<Connection> ConnectionPool::take(const std::string& key, const Reach& reach,
                                                  std::chrono::milliseconds maxIdle) {
+    Connection::closeCopies();
     IdleList closing;
     const std::scoped_lock lock(mutex_);
     closing.reserve(idle_.size());
@@ -66,7 +66,8 @@ void ConnectionPool::noteSilence(const std::string& key) {
 }
 
 bool ConnectionPool::mayKeep(const std::string& key) noexcept {
-    return std::find(silent_.begin(), silent_.end(), key) == silent_.end() && (ending_ == ::getpid() || startEnding());
+    return std::find(silent_.begin(), silent_.end(), key) == silent_.end() &&
+           (ending_ == ForkGate::generation() || startEnding());
 }
 
 // With a small stack, since it makes only system calls, and without signals, which are for the program's threads.
@@ -88,7 +89,7 @@ bool ConnectionPool::startEnding() noexcept {
         ::pthread_sigmask(SIG_SETMASK, &before, nullptr);
     }
     ::pthread_attr_destroy(&attributes);
-    ending_ = isStarted ? ::getpid() : 0;
+    ending_ = isStarted ? ForkGate::generation() : 0;
     return isStarted;
 }
 

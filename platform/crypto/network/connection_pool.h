@@ -7,10 +7,9 @@
 // therefore ends idle connections in time; it stops when none is left.
 #pragma once
 
-#include <sys/types.h>
-
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -31,7 +30,8 @@ public:
     // destroyed; the system closes its connections then.
     static ConnectionPool& ofProcess();
 
-    // The connection last used with this key, or null, as for an empty key. Closes those that are over.
+    // The connection last used with this key, or null, as for an empty key. Closes those that are over, and in a child
+    // of fork its copies of all that its parent had.
     std::unique_ptr<Connection> take(const std::string& key, const Reach& reach, std::chrono::milliseconds maxIdle);
     // Takes a parked connection. When there are too many, the one that is idle for longest is closed.
     void keep(std::string key, std::unique_ptr<Connection> connection, std::chrono::milliseconds maxIdle) noexcept;
@@ -63,7 +63,7 @@ private:
     std::mutex mutex_;
     IdleList idle_;                    // in the order of their last use; its capacity is never exceeded
     std::vector<std::string> silent_;  // the last keys of noteSilence
-    pid_t ending_ = 0;                 // the process in which the thread runs; a fork does not copy it
+    std::uint32_t ending_ = 0;         // the process in which the thread runs; a fork does not copy it
 };
 
 }  // namespace tallow::platform

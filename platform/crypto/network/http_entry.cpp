@@ -1,6 +1,7 @@
 // The module's side of http_interface.h: what it exports, and the functions of the library that its sources call.
 #include "export.h"
 #include "platform/crypto/certificates/system_store.h"
+#include "platform/crypto/certificates/tls_roots.h"
 #include "platform/crypto/network/exchange_note.h"
 #include "platform/crypto/network/http_interface.h"
 #include "platform/crypto/network/http_version.h"
@@ -18,6 +19,10 @@ constexpr HttpFunctions kFunctions = {exchangeHttp, libcurlVersion};
 
 std::string systemBundle() {
     return services->systemBundle();
+}
+
+X509_STORE* tlsRoots(const std::string& file) {
+    return services->tlsRoots(file);
 }
 
 bool refusesPrivateAddresses() {
@@ -38,6 +43,10 @@ void noteReuse(const std::string& server) {
 
 unsigned int ForkGate::leaveAll() noexcept {
     return services->leaveForkGate();
+}
+
+std::uint32_t ForkGate::generation() noexcept {
+    return services->forkGeneration();
 }
 
 void ForkGate::enterAgain(unsigned int numGates) noexcept {

@@ -12,6 +12,7 @@
 #include <optional>
 #include <system_error>
 
+#include "platform/crypto/certificates/system_store.h"
 #include "platform/crypto/network/arrival.h"
 #include "platform/crypto/network/check_scope.h"
 #include "platform/crypto/network/connection.h"
@@ -352,6 +353,8 @@ std::string Exchange::reasonOf(CURLcode code, const std::string& peer) const {
         case CURLE_COULDNT_RESOLVE_HOST:
         case CURLE_COULDNT_RESOLVE_PROXY:
             return peer + ": the name is not known";
+        case CURLE_SSL_CACERT_BADFILE:
+            return "the roots for TLS in " + systemBundle() + " (setting system_bundle) cannot be read";
         case CURLE_COULDNT_CONNECT:
             return "no connection to " + peer +
                    (systemError == 0 ? std::string()

@@ -5,8 +5,11 @@
 // belongs to the process or the thread through HttpServices.
 #pragma once
 
+#include <openssl/types.h>
+
 #include <chrono>
 #include <cstddef>
+#include <cstdint>
 #include <string>
 
 #include "platform/crypto/network/check_scope.h"
@@ -17,11 +20,13 @@ namespace tallow::platform {
 // What the module calls; see the functions of these names.
 struct HttpServices {
     std::string (*systemBundle)();
+    X509_STORE* (*tlsRoots)(const std::string& file);
     bool (*refusesPrivateAddresses)();
     std::chrono::steady_clock::time_point (*checkDeadline)() noexcept;
     CheckTime (*checkTime)() noexcept;
     unsigned int (*leaveForkGate)() noexcept;
     void (*enterForkGate)(unsigned int numGates) noexcept;
+    std::uint32_t (*forkGeneration)() noexcept;
     void (*noteReuse)(const std::string& server);
 };
 

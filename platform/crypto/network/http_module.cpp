@@ -6,6 +6,7 @@
 
 #include "platform/crypto/base/service_call.h"
 #include "platform/crypto/certificates/system_store.h"
+#include "platform/crypto/certificates/tls_roots.h"
 #include "platform/crypto/network/exchange_note.h"
 #include "platform/crypto/network/http_interface.h"
 #include "platform/crypto/network/http_version.h"
@@ -15,8 +16,9 @@ namespace tallow::platform {
 
 namespace {
 
-constexpr HttpServices kServices = {systemBundle,       refusesPrivateAddresses, checkDeadline, checkTime,
-                                    ForkGate::leaveAll, ForkGate::enterAgain,    noteReuse};
+constexpr HttpServices kServices = {systemBundle, tlsRoots,           refusesPrivateAddresses, checkDeadline,
+                                    checkTime,    ForkGate::leaveAll, ForkGate::enterAgain,    ForkGate::generation,
+                                    noteReuse};
 
 // Either the functions, or why there are none.
 struct Loaded {

@@ -3,8 +3,6 @@
 #include <algorithm>
 #include <string_view>
 
-#include "platform/crypto/certificates/system_store.h"
-
 namespace tallow::platform {
 
 namespace {
@@ -60,19 +58,15 @@ void setCommonOptions(HttpOptions& options, const ExchangeLimits& limits, Arriva
     options.set(CURLOPT_NETRC, static_cast<long>(CURL_NETRC_IGNORED));
     options.set(CURLOPT_SSL_VERIFYPEER, 1L);
     options.set(CURLOPT_SSL_VERIFYHOST, 2L);
-    // Named here, so that it does not depend on how libcurl was built. Empty while the settings are broken: then no
-    // peer is trusted.
-    const std::string bundle = systemBundle();
-    options.set(CURLOPT_CAINFO, bundle.c_str());
-    options.set(CURLOPT_CAPATH, static_cast<const char*>(nullptr));
-    options.set(CURLOPT_PROXY_CAINFO, bundle.c_str());
-    options.set(CURLOPT_PROXY_CAPATH, static_cast<const char*>(nullptr));
+    // Whatever libcurl was built with, it reads no roots: Connection::onTlsContext brings them.
+    for (const CURLoption roots : {CURLOPT_CAINFO, CURLOPT_CAPATH, CURLOPT_PROXY_CAINFO, CURLOPT_PROXY_CAPATH}) {
+        options.set(roots, static_cast<const char*>(nullptr));
+    }
     if (isTlsOfOpenSsl()) {
         options.set(CURLOPT_SSL_CTX_FUNCTION, Connection::onTlsContext);
         options.set(CURLOPT_SSL_CTX_DATA, &connection);
     }
     options.set(CURLOPT_CONNECTTIMEOUT_MS, limits.connectTimeoutMs);
-    options.set(CURLOPT_SHARE, connection.share());
     options.set(CURLOPT_OPENSOCKETFUNCTION, Connection::onOpenSocket);
     options.set(CURLOPT_OPENSOCKETDATA, &connection);
     options.set(CURLOPT_CLOSESOCKETFUNCTION, Connection::onCloseSocket);

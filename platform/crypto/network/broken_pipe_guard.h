@@ -1,0 +1,36 @@
+// Lets a thread write to a connection that its peer has closed without SIGPIPE, and without a change of the process:
+// the signal goes to the thread that writes, which blocks it meanwhile and takes it back. OpenSSL has no other way.
+#pragma once
+
+#include <csignal>
+#include <ctime>
+
+namespace tallow::platform {
+
+class BrokenPipeGuard {
+public:
+    BrokenPipeGuard() noexcept {
+        ::sigemptyset(&pipe_);
+        ::sigaddset(&pipe_, SIGPIPE);
+        sigset_t pending;
+        // One that waits already is the program's.
+        const bool isPending = ::sigpending(&pending) != 0 || ::sigismember(&pending, SIGPIPE) != 0;
+        isBlocking_ = !isPending && ::pthread_sigmask(SIG_BLOCK, &pipe_, &before_) == 0;
+    }
+    ~BrokenPipeGuard() {
+        if (isBlocking_) {
+            constexpr timespec kNow{};
+            static_cast<void>(::sigtimedwait(&pipe_, nullptr, &kNow));
+            ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+        }
+    }
+    BrokenPipeGuard(const BrokenPipeGuard&) = delete;
+    BrokenPipeGuard& operator=(const BrokenPipeGuard&) = delete;
+
+private:
+    sigset_t pipe_{};
+    sigset_t before_{};
+    bool isBlocking_ = false;
+};
+
+}  // namespace tallow::platform
