@@ -34,11 +34,31 @@ const char* remedyFor(int error, const std::string& path) {
     throw InputError(path, "is not a regular file; name one");
 }
 
+constexpr int kToRead = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
+
+// Opens a regular file for reading, and everything else only for looking at it: opening a pipe lets its writer go on,
+// and opening a device may do anything. Without /proc it opens those, too.
+int openRegular(const std::string& path, int noFollow) {
+    const int named = ::open(path.c_str(), O_PATH | O_CLOEXEC | noFollow);
+    struct stat status {};
+    if (named < 0 || ::fstat(named, &status) != 0 || !S_ISREG(status.st_mode)) {
+        return named;
+    }
+    int file = ::open(("/proc/self/fd/" + std::to_string(named)).c_str(), kToRead);
+    if (file < 0 && errno == ENOENT) {
+        file = ::open(path.c_str(), kToRead | noFollow);
+    }
+    const int error = errno;
+    ::close(named);
+    errno = error;
+    return file;
+}
+
 int opened(const std::string& path, InputStream::Kind kind) {
     const bool mayBeLink = kind != InputStream::Kind::kRegularFileNoLink;
-    const int file =
-        path == "-" ? STDIN_FILENO
-                    : ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY | (mayBeLink ? 0 : O_NOFOLLOW));
+    const int file = path == "-"                       ? STDIN_FILENO
+                     : kind == InputStream::Kind::kAny ? ::open(path.c_str(), kToRead)
+                                                       : openRegular(path, mayBeLink ? 0 : O_NOFOLLOW);
     if (file < 0 && errno == ELOOP && !mayBeLink) {
         refuseKind(path);
     }

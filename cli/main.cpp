@@ -1,5 +1,6 @@
 // The command: reads the command line, runs the subcommand, prints. Only the result is written to standard output.
 #include <fcntl.h>
+#include <poll.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -297,13 +298,21 @@ struct Run {
     Outcome operator()(const ExplainOptions& options) const { return runExplain(options); }
 };
 
+// The reader of the pipe has enough, as `head` does, and needs no message.
+bool isReaderGone() {
+    pollfd output{STDOUT_FILENO, 0, 0};
+    return ::poll(&output, 1, 0) == 1 && (output.revents & POLLERR) != 0;
+}
+
 // The exit status when what was printed could not be written: no result is known then, but revoked stays revoked.
 int statusOfPrinted(int exitStatus, bool isMonitoring = false) {
     std::cout << std::flush;
     if (std::cout) {
         return exitStatus;
     }
-    std::cerr << "tallow: standard output cannot be written\n";
+    if (!isReaderGone()) {
+        std::cerr << "tallow: standard output cannot be written\n";
+    }
     return statusWithoutOutput(exitStatus, isMonitoring);
 }
 

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 #include <cctype>
-#include <string_view>
+#include <string>
 
 #include "checker/silent_responders.h"
 #include "checker/text/safe_text.h"
@@ -49,8 +49,10 @@ std::string mistakeInUrl(const std::string& option, const std::string& url) {
     std::string start = url.substr(0, url.find("://"));
     std::transform(start.begin(), start.end(), start.begin(),
                    [](unsigned char c) { return static_cast<char>(std::tolower(c)); });
-    const std::size_t host = start.size() + 3;
-    const bool hasHost = host < url.size() && std::string_view("/:?#@").find(url[host]) == std::string_view::npos;
+    const std::size_t begin = std::min(start.size() + 3, url.size());
+    const std::string authority = url.substr(begin, url.find_first_of("/?#", begin) - begin);
+    const std::size_t host = authority.rfind('@') + 1;  // after a login
+    const bool hasHost = host < authority.size() && authority[host] != ':';
     return url.empty() || (hasHost && (start == "http" || start == "https"))
                ? std::string()
                : option + ": " + text::withoutLogin(url) + " is no http or https address; give one such as http://" +

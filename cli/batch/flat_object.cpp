@@ -13,13 +13,13 @@ using Json = nlohmann::json;
 // Ends the parser at the first value that does not belong, before anything nested is read.
 class Reader : public Json::json_sax_t {
 public:
-    explicit Reader(bool mayHaveNumbers) : mayHaveNumbers_(mayHaveNumbers) {}
+    explicit Reader(const FlatRules& rules) : rules_(rules) {}
 
     bool null() override { return reject("null"); }
     bool boolean(bool) override { return reject("true or false"); }
     bool number_integer(number_integer_t) override { return reject("a negative number"); }
     bool number_unsigned(number_unsigned_t value) override {
-        return mayHaveNumbers_ ? take(std::to_string(value)) : reject("a number");
+        return rules_.mayHaveNumbers ? take(std::to_string(value)) : reject("a number");
     }
     bool number_float(number_float_t, const string_t&) override { return reject("a number that is not whole"); }
     bool string(string_t& value) override { return take(std::move(value)); }
@@ -35,6 +35,9 @@ public:
             return false;
         }
         name_ = std::move(name);
+        if (rules_.onName) {
+            rules_.onName(name_);
+        }
         return true;
     }
     bool parse_error(std::size_t position, const std::string&, const nlohmann::detail::exception&) override {
@@ -62,15 +65,15 @@ private:
         return false;
     }
 
-    const bool mayHaveNumbers_;
+    const FlatRules& rules_;
     bool isOpen_ = false;
     std::string name_;
 };
 
 }  // namespace
 
-std::map<std::string, std::string> flatObject(const std::string& text, bool mayHaveNumbers) {
-    Reader reader(mayHaveNumbers);
+std::map<std::string, std::string> flatObject(const std::string& text, const FlatRules& rules) {
+    Reader reader(rules);
     if (!Json::sax_parse(text, &reader)) {
         throw NotFlat(reader.fault);
     }

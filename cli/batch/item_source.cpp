@@ -106,12 +106,11 @@ void requirePath(const std::string& what, const std::string& named, const std::s
 ListEntry entryOfObject(const ListLine& line, const std::string& label) {
     std::map<std::string, std::string> members;
     try {
-        members = flatObject(line.text);
+        members = flatObject(line.text, {.onName = [&label](const std::string& key) { requireKnown(key, label); }});
     } catch (const NotFlat& mistake) {
         throw InputError(label, mistake.what());
     }
     for (const auto& [key, value] : members) {
-        requireKnown(key, label);
         if (value.find('\0') != std::string::npos) {
             throw InputError(label, "has the octet 0 in \"" + key + "\"; leave it out");
         }

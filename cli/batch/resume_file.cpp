@@ -125,7 +125,7 @@ void ResumeFile::open(std::optional<ListReader>& file) const {
 std::optional<ResumeFile::Entry> ResumeFile::next(ListReader& file) {
     while (const std::optional<ListLine> line = file.next()) {
         try {
-            std::map<std::string, std::string> members = flatObject(line->text, true);
+            std::map<std::string, std::string> members = flatObject(line->text, {.mayHaveNumbers = true});
             const std::optional<CertificateState> state = stateNamed(members["status"]);
             const Place place{numberIn(members["line"]), numberIn(members["number"])};
             if (state && place.first != 0) {

@@ -1,4 +1,7 @@
 // tallow check --from-file: the list, how many checks are made at a time, and what is printed.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <algorithm>
 #include <atomic>
 #include <chrono>
@@ -107,6 +110,10 @@ TEST_F(BatchTest, LosesNothingWithoutNoticeWhenTheOutputOrTheListEnds) {
     const ProcessResult full = run({"sh", "-c", base + " --from-file " + listOf(tallow, leaf, 300) + " >/dev/full"});
     EXPECT_EQ(full.exitStatus, 3);
     EXPECT_THAT(full.err, AllOf(HasSubstr("standard output cannot be written"), Not(HasSubstr(" 300 good"))));
+    const ProcessResult unread =
+        run({"bash", "-c", base + " --from-file " + listOf(tallow, leaf, 3) + " | true; exit ${PIPESTATUS[0]}"});
+    EXPECT_EQ(unread.exitStatus, 3);
+    EXPECT_THAT(unread.err, Not(HasSubstr("standard output")));
     EXPECT_THAT(run({"sh", "-c", base + " --from-file - </"}).err, HasSubstr("is a directory"));
     EXPECT_THAT(run({"sh", "-c", base + " --from-file - <&-"}).err, HasSubstr("cannot be read after line 0"));
 }
@@ -312,10 +319,19 @@ TEST_F(BatchTest, AsksAboutIdentifiersAndRecordsThem) {
 TEST_F(BatchTest, WaitsForNoFileThatAListNames) {
     const std::string pipe = tallow.folder().file("pipe");
     ASSERT_EQ(run({"mkfifo", pipe}).exitStatus, 0);
+    std::atomic<bool> hasReader{false};
+    std::jthread writer([&] {
+        ::close(::open(pipe.c_str(), O_WRONLY));
+        hasReader = true;
+    });
     // The log of the kernel says that it is a regular file; only root may open it.
     const std::string issuer = "{\"certificate\": \"" + leaf + "\", \"issuer\": \"" + pipe + "\"}";
     const std::string list = tallow.file("list", pipe + "\n/dev/zero\n/proc/kmsg\n" + issuer + '\n');
     const ProcessResult result = tallow.check({"--from-file", list, "--resume", tallow.folder().file("resume")});
+    EXPECT_FALSE(hasReader) << "no writer of a pipe may go on for what is no certificate";
+    const int bothEnds = ::open(pipe.c_str(), O_RDWR);
+    writer.join();
+    ::close(bothEnds);
     EXPECT_EQ(result.exitStatus, 3);
     EXPECT_THAT(result.err, AllOf(HasSubstr("pipe: reading the certificate: is not a regular file; name one"),
                                   HasSubstr("/dev/zero: reading the certificate: is not a regular file; name one"),
@@ -424,7 +440,8 @@ TEST(ListLines, AreReadStrictly) {
     };
     for (const Row& row :
          {Row{"{\"certificate\":\"a\",\"url\":\"ftp://a/\"}", "no http or https address"},
-          Row{"{\"certifcate\":\"a\"}", "did you mean certificate?"},
+          Row{"{\"certificate\":\"a\",\"url\":\"https://b@#h\"}", "no http or https address"},
+          Row{"{\"certifcate\":1}", "did you mean certificate?"},
           Row{"{\"url\":\"http://a/\"}", "names no certificate"},
           Row{"{\"certificate\":\"a\",\"certificate\":\"b\"}", "twice"},
           Row{"{\"certificate\":[[[[\"a\"]]]]}", "a list"}, Row{"{\"certificate\":\"a\"", "malformed"},
