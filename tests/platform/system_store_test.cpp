@@ -102,6 +102,10 @@ TEST_F(SystemStore, ReadsEveryFormOfAFile) {
     for (const char c : pem) {
         withCrLf += c == '\n' ? "\r\n" : std::string(1, c);
     }
+    std::string keys;
+    for (int i = 0; i < 1000; ++i) {
+        keys += "-----BEGIN KEY-----\n-----END KEY-----\n";
+    }
     struct Row {
         const char* what;
         std::string expected;
@@ -137,6 +141,7 @@ TEST_F(SystemStore, ReadsEveryFormOfAFile) {
              Row{"text that should be a CRL", "0001 crl?", text("404 not found"), "/x/ca.crl"},
              Row{"nothing", "0001 crl?", {}, "a.pem"},
              Row{"zeros", "0001 crl?", Bytes(500)},
+             Row{"a thousand keys, and a CRL that is cut", "00991 crl?", text(keys + crlPem.substr(0, 90))},
          }) {
         EXPECT_EQ(read(row.content, row.name, crypto_read_store_content), row.expected) << row.what;
     }

@@ -132,6 +132,14 @@ bool mayHoldCrl(std::string_view label) {
 
 void addProblem(StoreFileContent& content, std::string_view label, const char* what, bool mayBeCrl,
                 bool isOther = false) {
+    constexpr size_t kMost = 100;  // of a file: a hostile one has millions of empty blocks
+    if (content.problems.size() == kMost) {
+        StoreProblem& others = content.problems.back();
+        others.reason = "holds more PEM blocks that are not used";
+        others.mayBeCrl = others.mayBeCrl || mayBeCrl;
+        others.isOther = others.isOther && isOther;
+        return;
+    }
     constexpr size_t kLongest = 64;  // in messages
     const std::string shown = std::string(label.substr(0, kLongest)) + (label.size() > kLongest ? "..." : "");
     content.problems.push_back({{}, "holds the PEM block \"" + shown + "\", " + what, mayBeCrl, isOther});
