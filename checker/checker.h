@@ -284,8 +284,9 @@ struct Options {
     /// Dotted OID of the hash in certificate identifiers; empty: that of the policy, else SHA-1, which every responder
     /// knows. No security depends on it.
     std::string hashOid{};
-    /// Whether downloaded issuers and CRLs are kept on disk and used again. Responses are always asked for, whatever
-    /// the setting OcspValiditySeconds says.
+    /// Whether downloaded issuers and CRLs are kept and used again: in the directory of the setting url_cache, or by
+    /// this process where it cannot be written. Responses are always asked for, whatever the setting
+    /// OcspValiditySeconds says.
     bool useCache = false;
     /// Whether a good certificate must also have a valid chain. Without this only its status is checked.
     bool verifyChain = false;

@@ -118,8 +118,8 @@ TALLOW_EXPORT int32_t tallow_checker_set_proxy(tallow_checker* checker, const ch
 /// which every responder knows. No security depends on it.
 TALLOW_EXPORT int32_t tallow_checker_set_hash(tallow_checker* checker, const char* oid);
 
-/// Whether downloaded issuers and CRLs are kept on disk and used again; by default they are not. Responses are always
-/// asked for.
+/// Whether downloaded issuers and CRLs are kept and used again, in the directory of the setting url_cache or by this
+/// process where it cannot be written; by default they are not. Responses are always asked for.
 TALLOW_EXPORT int32_t tallow_checker_set_cache(tallow_checker* checker, bool isOn);
 
 /// Whether a good certificate must also have a valid chain. By default only its status is checked.

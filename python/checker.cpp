@@ -95,7 +95,7 @@ downloads: whether issuers and CRLs are downloaded from addresses in certificate
 proxy: "http://host:port", with a login if needed; empty: none, or that of the policy.
 hash_oid: dotted OID of the hash in certificate identifiers; empty: that of the policy, else SHA-1, which every
     responder knows. No security depends on it.
-use_cache: whether downloaded issuers and CRLs are kept on disk and used again. Responses are always asked for.
+use_cache: whether downloaded issuers and CRLs are kept and used again. Responses are always asked for.
 verify_chain: whether a good certificate must also have a valid chain. Without this only its status is checked.
 policy: whether the administrator's policy applies; absent: for Trust.system() only.
 exchange: called instead of the built-in HTTP, for responders only, as exchange(url, request, seconds_left), on the
