@@ -28,11 +28,23 @@ constinit std::atomic<std::uint64_t> state{std::uint64_t{1} << kHalf};
 constinit std::atomic<unsigned int> forks{0};  // in progress
 constinit std::atomic<bool> isEntryWanted{false};
 
-// Of the thread. A signal handler may fork between any two steps of it, so a child must be able to tell from these
-// whether the thread was counted.
+// The generation in which the thread was counted, 0 while it is not. A signal handler may fork between any two steps of
+// the thread, and only it sees this variable besides, in the order of the program.
+class CountedIn {
+public:
+    std::uint32_t get() const noexcept { return generation_.load(std::memory_order_relaxed); }
+    void set(std::uint32_t generation) noexcept {
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+        generation_.store(generation, std::memory_order_relaxed);
+        std::atomic_signal_fence(std::memory_order_seq_cst);
+    }
+    std::uint32_t take() noexcept { return generation_.exchange(0); }
+
+private:
+    std::atomic<std::uint32_t> generation_{0};
+};
+constinit thread_local CountedIn countedIn;
 constinit thread_local unsigned int depth = 0;
-constinit thread_local std::atomic<bool> isCounted{false};
-constinit thread_local std::atomic<std::uint32_t> countedIn{0};  // the generation
 
 constexpr std::uint32_t generationOf(std::uint64_t value) {
     return static_cast<std::uint32_t>(value >> kHalf);
@@ -60,23 +72,21 @@ void enter() noexcept {
             }
             continue;
         }
-        countedIn.store(generation);
-        isCounted.store(true);
-        if (generationOf(state.load()) == countedIn.load()) {
+        countedIn.set(generation);
+        if (generationOf(state.load()) == countedIn.get()) {
             return;
         }
-        isCounted.store(false);
+        uncount(countedIn.take());  // a handler forked since: this is the child
     }
 }
 
 void leave() noexcept {
-    isCounted.store(false);
-    uncount(countedIn.load());
+    uncount(countedIn.take());
 }
 
 // A thread may fork within a call of its own, from a function that the service calls back.
 std::uint32_t ownShare() noexcept {
-    return isCounted.load() ? 1 : 0;
+    return countedIn.get() != 0 ? 1 : 0;
 }
 
 // Threads that fork all the time would keep the others out: those that wait to enter go first, for a while.
@@ -97,8 +107,8 @@ void inParent() noexcept {
 
 void inChild() noexcept {
     const std::uint32_t generation = generationOf(state.load()) + 1;
-    countedIn.store(generation);
     state.store((std::uint64_t{generation} << kHalf) + ownShare());
+    countedIn.set(ownShare() != 0 ? generation : 0);
     isEntryWanted.store(false);
     forks.store(0);
 }
