@@ -7,6 +7,7 @@
 #include <atomic>
 #include <csignal>
 #include <cstdlib>
+#include <memory>
 #include <stdexcept>
 #include <thread>
 
@@ -22,52 +23,57 @@ namespace {
 // Gives each command the same reply, each connection on a thread of its own, until the process of the driver ends.
 class RawServer {
 public:
-    explicit RawServer(std::string reply = "", int delayMs = 0) : reply_(std::move(reply)), delayMs_(delayMs) {
+    explicit RawServer(std::string reply = "", int delayMs = 0) : state_(std::make_shared<State>()) {
         std::signal(SIGPIPE, SIG_IGN);
         sockaddr_in place{};
         place.sin_family = AF_INET;
         place.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
         socklen_t size = sizeof place;
-        if (::bind(listener_, reinterpret_cast<sockaddr*>(&place), sizeof place) != 0 || ::listen(listener_, 32) != 0 ||
-            ::getsockname(listener_, reinterpret_cast<sockaddr*>(&place), &size) != 0) {
+        const int listener = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        if (::bind(listener, reinterpret_cast<sockaddr*>(&place), sizeof place) != 0 || ::listen(listener, 32) != 0 ||
+            ::getsockname(listener, reinterpret_cast<sockaddr*>(&place), &size) != 0) {
             throw std::runtime_error("no port for a server");
         }
         port_ = ntohs(place.sin_port);
-        std::thread([this] {
-            for (int open = ::accept(listener_, nullptr, nullptr); open >= 0;
-                 open = ::accept(listener_, nullptr, nullptr)) {
-                ++numConnections;
-                std::thread([this, open] { serve(open); }).detach();
+        state_->reply = std::move(reply);
+        state_->delayMs = delayMs;
+        std::thread([state = state_, listener] {
+            for (int open = ::accept(listener, nullptr, nullptr); open >= 0;
+                 open = ::accept(listener, nullptr, nullptr)) {
+                ++state->numConnections;
+                std::thread([state, open] { state->serve(open); }).detach();
             }
         }).detach();
     }
-    RawServer(const RawServer&) = delete;
-    RawServer& operator=(const RawServer&) = delete;
 
     int port() const { return port_; }
+    int numConnections() const { return state_->numConnections; }
     std::string setting() const { return "cache = \"redis://127.0.0.1:" + std::to_string(port_) + "/0\"\n"; }
 
-    std::atomic<int> numConnections = 0;
-
 private:
-    void serve(int open) const {
-        std::array<char, 4096> asked{};
-        while (::recv(open, asked.data(), asked.size(), 0) > 0) {
-            pauseMs(delayMs_);
-            for (std::size_t sent = 0; sent < reply_.size();) {
-                const ssize_t count = ::send(open, reply_.data() + sent, reply_.size() - sent, MSG_NOSIGNAL);
-                if (count <= 0) {
-                    break;
-                }
-                sent += static_cast<std::size_t>(count);
-            }
-        }
-        ::close(open);
-    }
+    // The threads go on when the object is gone.
+    struct State {
+        std::string reply;
+        int delayMs = 0;
+        std::atomic<int> numConnections = 0;
 
-    const std::string reply_;
-    const int delayMs_;
-    const int listener_ = ::socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+        void serve(int open) const {
+            std::array<char, 4096> asked{};
+            while (::recv(open, asked.data(), asked.size(), 0) > 0) {
+                pauseMs(delayMs);
+                for (std::size_t sent = 0; sent < reply.size();) {
+                    const ssize_t count = ::send(open, reply.data() + sent, reply.size() - sent, MSG_NOSIGNAL);
+                    if (count <= 0) {
+                        break;
+                    }
+                    sent += static_cast<std::size_t>(count);
+                }
+            }
+            ::close(open);
+        }
+    };
+
+    const std::shared_ptr<State> state_;
     int port_ = 0;
 };
 
@@ -111,13 +117,14 @@ void pausesAfterFailures(Probe& probe) {
     const Machine machine(server.setting());
     secondsOfRemoval();
     for (const int seconds : {5, 10}) {
-        const int before = server.numConnections;
+        const int before = server.numConnections();
         pauseMs(seconds * 1000 - 1200);
         secondsOfRemoval();
-        probe.expect(server.numConnections == before, "the server is left alone");
+        probe.expect(server.numConnections() == before, "the server is left alone");
         pauseMs(1500);
         secondsOfRemoval();
-        probe.expect(server.numConnections == before + 1, "it is tried again after " + std::to_string(seconds) + " s");
+        probe.expect(server.numConnections() == before + 1,
+                     "it is tried again after " + std::to_string(seconds) + " s");
     }
 }
 
@@ -127,10 +134,10 @@ void readsOnly(Probe& probe, const std::string& permitted, const std::string& re
     const RawServer bad(refused);
     const Machine machine(good.setting(), kCached);
     lookUp();
-    probe.expect(good.numConnections == 1 && crypto_cache_fault() == nullptr, "what is permitted is read");
+    probe.expect(good.numConnections() == 1 && crypto_cache_fault() == nullptr, "what is permitted is read");
     machine.use(bad.setting(), kCached);
     lookUp();
-    probe.expect(bad.numConnections == 1 && hasFault(fault), "one more is refused");
+    probe.expect(bad.numConnections() == 1 && hasFault(fault), "one more is refused");
 }
 
 void readsAsMuchAsAResponse(Probe& probe) {
@@ -147,7 +154,7 @@ void readsAsMuchAsAResponse(Probe& probe) {
     const RawServer large(reply(1 << 20));
     machine.use(large.setting(), kCached);
     lookUp();
-    probe.expect(large.numConnections == 1, "the server with 1 MiB is asked");
+    probe.expect(large.numConnections() == 1, "the server with 1 MiB is asked");
 }
 
 std::string listOf(std::size_t count) {
@@ -186,7 +193,7 @@ void keeps8Connections(Probe& probe) {
         thread.join();
     }
     pauseMs(50);
-    probe.expect(server.numConnections > 8, "more than 8 at a time");
+    probe.expect(server.numConnections() > 8, "more than 8 at a time");
     probe.expect(openConnections(server.port()) == 8, "8 are kept");
 }
 
@@ -202,9 +209,9 @@ void waits5Seconds(Probe& probe) {
                 {"results", "--queue", "redis://127.0.0.1:" + std::to_string(server.port()) + "/0"}, 9000);
     });
     pauseMs(4500);
-    probe.expect(server.numConnections == 1, "the server has more than 4 s");
+    probe.expect(server.numConnections() == 1, "the server has more than 4 s");
     pauseMs(3000);
-    probe.expect(server.numConnections == 2, "it is asked again after 5 s");
+    probe.expect(server.numConnections() == 2, "it is asked again after 5 s");
     run.join();
 }
 
@@ -253,7 +260,7 @@ void readsWhatWasAskedFor(Probe& probe) {
             words.insert(words.end(), {"--queue", "redis://127.0.0.1:" + std::to_string(server.port()) + "/0"});
             const std::string said = command(probe.command, machine, words, 2500).err;
             const bool isRefused =
-                row.complains ? said.find("too large") != std::string::npos : server.numConnections > 5;
+                row.complains ? said.find("too large") != std::string::npos : server.numConnections() > 5;
             probe.expect(isRefused != isPermitted, words.front() + " and a reply of " + std::to_string(size));
         }
     }

@@ -24,6 +24,7 @@ std::atomic<int> checks, paths, names, directories;
 thread_local bool isInPath = false;
 thread_local bool isInCheck = false;
 
+#ifndef PROOF_SANITIZED
 void noteBlock(void* block, std::size_t asked) noexcept {
     std::size_t known = largestBlock;
     while (asked > known && !largestBlock.compare_exchange_weak(known, asked)) {
@@ -41,6 +42,7 @@ void noteFree(void* block) noexcept {
         inUse -= malloc_usable_size(block);
     }
 }
+#endif
 
 // The function of this name in the libraries after this program.
 template <typename Function>
