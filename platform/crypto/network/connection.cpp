@@ -4,6 +4,7 @@
 #include <linux/tcp.h>
 #include <netinet/in.h>
 #include <poll.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <algorithm>
@@ -34,9 +35,23 @@ Connections& connections() {
     return *instance;
 }
 
+ino_t inodeOf(int descriptor) noexcept {
+    struct stat status {};
+    return ::fstat(descriptor, &status) == 0 ? status.st_ino : 0;
+}
+
+// Freeing a handle without the option would change the process's handling of SIGPIPE, too.
+CURL* newHandle() noexcept {
+    CURL* const handle = curl_easy_init();
+    if (handle != nullptr) {
+        static_cast<void>(curl_easy_setopt(handle, CURLOPT_NOSIGNAL, 1L));
+    }
+    return handle;
+}
+
 }  // namespace
 
-Connection::Connection() : easy_(curl_easy_init()) {
+Connection::Connection() : easy_(newHandle()) {
     const std::scoped_lock lock(connections().mutex);
     connections().all.insert(this);
 }
@@ -66,18 +81,28 @@ void Connection::closeHandle() noexcept {
 
 // libcurl would read from the parent's connection and end its TLS.
 bool Connection::isSeparate() noexcept {
-    if (!isLost_ && !replaceDescriptors()) {
+    if (!isLost_ && (!hasAllDescriptors() || !replaceDescriptors())) {
         isLost_ = true;
-        for (const curl_socket_t socket : open_) {
-            if (socket != CURL_SOCKET_BAD) {
-                ::close(socket);
+        for (std::size_t i = 0; i < open_.size(); ++i) {
+            if (open_[i] != CURL_SOCKET_BAD && inodeOf(open_[i]) == inodes_[i]) {
+                ::close(open_[i]);
             }
         }
     }
     return !isLost_;
 }
 
-bool Connection::replaceDescriptors() const noexcept {
+// A daemon closes all that it inherits, and its own files then have the numbers.
+bool Connection::hasAllDescriptors() const noexcept {
+    for (std::size_t i = 0; i < open_.size(); ++i) {
+        if (open_[i] != CURL_SOCKET_BAD && inodeOf(open_[i]) != inodes_[i]) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Connection::replaceDescriptors() noexcept {
     int ends[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
         return false;
@@ -87,6 +112,9 @@ bool Connection::replaceDescriptors() const noexcept {
         return socket == CURL_SOCKET_BAD || ::dup3(ends[0], socket, O_CLOEXEC) == socket;
     });
     ::close(ends[0]);
+    for (std::size_t i = 0; i < open_.size(); ++i) {
+        inodes_[i] = open_[i] == CURL_SOCKET_BAD ? 0 : inodeOf(open_[i]);
+    }
     return isReplaced;
 }
 
@@ -139,7 +167,9 @@ curl_socket_t Connection::onOpenSocket(void* target, curlsocktype /*purpose*/, c
     }
     const curl_socket_t opened = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
     reach.hasNoDescriptor = opened < 0 && (errno == EMFILE || errno == ENFILE);
-    *std::find(connection.open_.begin(), connection.open_.end() - 1, CURL_SOCKET_BAD) = opened;
+    auto* const slot = std::find(connection.open_.begin(), connection.open_.end() - 1, CURL_SOCKET_BAD);
+    *slot = opened;
+    connection.inodes_[static_cast<std::size_t>(slot - connection.open_.begin())] = inodeOf(opened);
     return opened;
 }
 
@@ -234,7 +264,7 @@ void Connection::park() noexcept {
 }
 
 bool Connection::resume() noexcept {
-    easy_.reset(curl_easy_init());
+    easy_.reset(newHandle());
     return easy_ != nullptr;
 }
 

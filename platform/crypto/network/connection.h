@@ -13,6 +13,7 @@
 #include <curl/curl.h>
 #include <openssl/ssl.h>
 #include <sys/socket.h>
+#include <sys/types.h>
 
 #include <array>
 #include <chrono>
@@ -107,7 +108,8 @@ private:
     // what it has any more, which is then never freed.
     [[nodiscard]] bool isSeparate() noexcept;
     // Puts a socket without a peer in its place. False when there is no descriptor for it.
-    [[nodiscard]] bool replaceDescriptors() const noexcept;
+    [[nodiscard]] bool replaceDescriptors() noexcept;
+    bool hasAllDescriptors() const noexcept;
     curl_socket_t activeSocket() const noexcept;
     bool isSilent(curl_socket_t socket) const noexcept;
 
@@ -118,6 +120,7 @@ private:
     curl_socket_t socket_ = CURL_SOCKET_BAD;  // of a parked connection
     // Those that libcurl has opened: it tries several addresses at a time, and names the one in use only at the end.
     std::array<curl_socket_t, 4> open_ = {CURL_SOCKET_BAD, CURL_SOCKET_BAD, CURL_SOCKET_BAD, CURL_SOCKET_BAD};
+    std::array<ino_t, 4> inodes_{};  // of these
     AddressClass peerClass_ = AddressClass::kSpecial;
     std::chrono::milliseconds answeredAfter_{0};  // the last answer
     SSL* session_ = nullptr;                      // of the connection, which owns it; null without TLS
