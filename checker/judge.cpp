@@ -104,13 +104,14 @@ bool isIssuerIn(const CCertID& entry, const _CERT_CONTEXT* certificate) {
     }
 }
 
-// Of a signer that passed.
+// Of a signer that passed: it is the issuer, listed, or a delegate. What is not listed is a delegate also when the
+// signature that shows it cannot be verified once more.
 Authority authorityOf(const _CERT_CONTEXT* signer, const _CERT_CONTEXT* issuer, const CCertID& entry, bool hasPolicy) {
     if (issuer != nullptr ? hasSameKeyAndName(signer, issuer) : isIssuerIn(entry, signer)) {
         return Authority::kIssuer;
     }
     const bool isListed = hasPolicy && client::IsOCSPAuthorized(signer) != 0;
-    const bool isDelegate = issuer != nullptr ? !rules::rejectIssuer(signer, issuer) : !isListed;
+    const bool isDelegate = !isListed || (issuer != nullptr && !rules::rejectIssuer(signer, issuer));
     return isDelegate ? Authority::kDelegate : Authority::kPolicy;
 }
 
