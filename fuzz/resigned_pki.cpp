@@ -5,6 +5,7 @@
 #include <openssl/x509v3.h>
 
 #include <algorithm>
+#include <initializer_list>
 
 #include "tests/support/tlv.h"
 
@@ -98,23 +99,39 @@ void addEntry(Reading& reading, OCSP_SINGLERESP* entry) {
         OCSP_check_validity(thisUpdate, nextUpdate, kSkewSeconds, nextUpdate == nullptr ? kOldestSeconds : -1) == 1;
 }
 
-// Whether the only critical extensions that OpenSSL does not handle are the number of the CRL and where its delta CRL
-// is. The library knows both, and neither changes what a complete CRL says.
-bool hasOnlyKnownCritical(const X509_CRL* crl) {
-    bool isOne = false;
-    for (int i = 0; i < X509_CRL_get_ext_count(crl); ++i) {
-        X509_EXTENSION* const extension = X509_CRL_get_ext(crl, i);
+enum class Critical { kNone, kKnown, kUnknown };
+
+bool isAnyOf(int kind, std::initializer_list<int> kinds) {
+    return std::find(kinds.begin(), kinds.end(), kind) != kinds.end();
+}
+
+// Critical extensions that OpenSSL does not handle, and whether the library knows all of them.
+Critical criticalIn(const STACK_OF(X509_EXTENSION) * list, std::initializer_list<int> ofOpenSsl,
+                    std::initializer_list<int> known) {
+    Critical found = Critical::kNone;
+    for (int i = 0; i < sk_X509_EXTENSION_num(list); ++i) {
+        X509_EXTENSION* const extension = sk_X509_EXTENSION_value(list, i);
         const int kind = OBJ_obj2nid(X509_EXTENSION_get_object(extension));
-        if (X509_EXTENSION_get_critical(extension) == 0 || kind == NID_issuing_distribution_point ||
-            kind == NID_authority_key_identifier || kind == NID_delta_crl) {
-            continue;
+        if (X509_EXTENSION_get_critical(extension) != 0 && !isAnyOf(kind, ofOpenSsl)) {
+            found = std::max(found, isAnyOf(kind, known) ? Critical::kKnown : Critical::kUnknown);
         }
-        if (kind != NID_crl_number && kind != NID_freshest_crl) {
-            return false;
-        }
-        isOne = true;
     }
-    return isOne;
+    return found;
+}
+
+// Whether the only critical extensions that OpenSSL does not handle are the number of the CRL, where its delta CRL is,
+// and what entries say besides. The library knows them, and none changes what a complete CRL says.
+bool hasOnlyKnownCritical(X509_CRL* crl) {
+    Critical found = criticalIn(X509_CRL_get0_extensions(crl),
+                                {NID_issuing_distribution_point, NID_authority_key_identifier, NID_delta_crl},
+                                {NID_crl_number, NID_freshest_crl});
+    const STACK_OF(X509_REVOKED)* const entries = X509_CRL_get_REVOKED(crl);
+    for (int i = 0; i < sk_X509_REVOKED_num(entries); ++i) {
+        found = std::max(
+            found, criticalIn(X509_REVOKED_get0_extensions(sk_X509_REVOKED_value(entries, i)), {NID_certificate_issuer},
+                              {NID_crl_reason, NID_hold_instruction_code, NID_invalidity_date}));
+    }
+    return found == Critical::kKnown;
 }
 
 }  // namespace
