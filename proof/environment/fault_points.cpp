@@ -119,6 +119,12 @@ static bool isListOfLibcrypto(std::uint32_t number, const void* caller) {
            std::string_view(library.dli_fname).find("libcrypto.so") != std::string_view::npos;
 }
 
+// A decoder that fails frees the caller's object, if it was given one, and so must one that is made to fail: it decodes
+// what has no octets.
+template <std::uint32_t Number>
+static void* decodeNothing(void** value, const unsigned char** in, long, const void* item, void* context,
+                           const char* query);
+
 // Where a stub continues: null to fail.
 extern "C" __attribute__((visibility("hidden"), used)) void* faultPointTarget(Point* point, const void* caller) {
     const int before = errno;
@@ -132,6 +138,12 @@ extern "C" __attribute__((visibility("hidden"), used)) void* faultPointTarget(Po
         current.load()->isListOfLibcrypto = isListOfLibcrypto(point->number, caller);
     }
     errno = fails && point->error != 0 ? point->error : before;
+    if (fails && point->number == kPoint_ASN1_item_d2i) {
+        return reinterpret_cast<void*>(decodeNothing<kPoint_ASN1_item_d2i>);
+    }
+    if (fails && point->number == kPoint_ASN1_item_d2i_ex) {
+        return reinterpret_cast<void*>(decodeNothing<kPoint_ASN1_item_d2i_ex>);
+    }
     return fails ? nullptr : real;
 }
 
@@ -174,6 +186,14 @@ faultPointEnter:
         "(%rip), %r11\njmp faultPointEnter\n.cfi_endproc\n.size " #name ", . - " #name "\n");
 #include "proof/environment/fault_points.inc"
 #undef FAULT_POINT
+
+template <std::uint32_t Number>
+static void* decodeNothing(void** value, const unsigned char** in, long, const void* item, void* context,
+                           const char* query) {
+    const Point& point = Number == kPoint_ASN1_item_d2i ? faultPointOf_ASN1_item_d2i : faultPointOf_ASN1_item_d2i_ex;
+    using Decoder = void* (*)(void**, const unsigned char**, long, const void*, void*, const char*);
+    return reinterpret_cast<Decoder>(point.real.load())(value, in, 0, item, context, query);
+}
 
 std::size_t faultPointCount() {
     return kNumPoints;
