@@ -20,6 +20,7 @@
 #include "checker/text/times.h"
 #include "checker/trust_impl.h"
 #include "handles/exception.h"
+#include "handles/lasting_default.h"
 #include "handles/status.h"
 
 namespace tallow {
@@ -157,6 +158,9 @@ auto orBadInput(Run run) {
     }
 }
 
+const LastingDefault<Bytes> kNoRequest;
+const LastingDefault<std::vector<std::string>> kNoResponders;
+
 }  // namespace
 
 Question::Question(std::unique_ptr<Impl> impl) : impl_(std::move(impl)) {}
@@ -166,13 +170,11 @@ Question::~Question() = default;
 
 // A question that was moved from asks nothing.
 const Bytes& Question::request() const noexcept {
-    static const Bytes kNone;
-    return impl_ ? impl_->request : kNone;
+    return impl_ ? impl_->request : kNoRequest.value;
 }
 
 const std::vector<std::string>& Question::responders() const noexcept {
-    static const std::vector<std::string> kNone;
-    return impl_ ? impl_->responders : kNone;
+    return impl_ ? impl_->responders : kNoResponders.value;
 }
 
 Checker::Checker(const Trust& trust, Options options) {

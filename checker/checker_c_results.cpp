@@ -1,6 +1,7 @@
 // Reading what the C functions return. Of null every accessor returns what says nothing.
 #include "checker/checker_c.h"
 #include "checker/checker_c_impl.h"
+#include "handles/lasting_default.h"
 #include "handles/status.h"
 
 namespace {
@@ -11,25 +12,27 @@ using tallow::ReceivedRequest;
 using tallow::Time;
 using tallow::Verdict;
 
+const tallow::LastingDefault<Verdict> kNoVerdict;
+const tallow::LastingDefault<ReceivedRequest> kNoReceived;
+const tallow::LastingDefault<ReceivedRequest::Asked> kNothingAsked;
+const tallow::LastingDefault<Attempt> kNoAttempt;
+const tallow::LastingDefault<Bytes> kNoOctets;
+
 const Verdict& verdictOf(const tallow_verdict* verdict) {
-    static const Verdict kNone;
-    return verdict == nullptr ? kNone : verdict->verdict;
+    return verdict == nullptr ? kNoVerdict.value : verdict->verdict;
 }
 
 const ReceivedRequest& requestOf(const tallow_received* received) {
-    static const ReceivedRequest kNone;
-    return received == nullptr ? kNone : received->request;
+    return received == nullptr ? kNoReceived.value : received->request;
 }
 
 const ReceivedRequest::Asked& askedOf(const tallow_received* received, std::size_t index) {
-    static const ReceivedRequest::Asked kNone;
     const std::vector<ReceivedRequest::Asked>& asked = requestOf(received).asked;
-    return index < asked.size() ? asked[index] : kNone;
+    return index < asked.size() ? asked[index] : kNothingAsked.value;
 }
 
 const Attempt& attemptOf(const tallow_attempt* attempt) {
-    static const Attempt kNone;
-    return attempt == nullptr ? kNone : *reinterpret_cast<const Attempt*>(attempt);
+    return attempt == nullptr ? kNoAttempt.value : *reinterpret_cast<const Attempt*>(attempt);
 }
 
 const std::uint8_t* octetsOf(const Bytes& bytes, std::size_t* size) {
@@ -83,8 +86,7 @@ static_assert(isSame(TALLOW_REQUEST_UNDECIDED, Signer::kUndecided) &&
 }  // namespace
 
 const std::uint8_t* tallow_question_request(const tallow_question* question, std::size_t* size) {
-    static const Bytes kNone;
-    return octetsOf(question == nullptr || !question->question ? kNone : question->question->request(), size);
+    return octetsOf(question == nullptr || !question->question ? kNoOctets.value : question->question->request(), size);
 }
 
 std::size_t tallow_question_responder_count(const tallow_question* question) {
