@@ -27,6 +27,7 @@ constexpr unsigned int kHalf = 32;
 constinit std::atomic<std::uint64_t> state{std::uint64_t{1} << kHalf};
 constinit std::atomic<unsigned int> forks{0};  // in progress
 constinit std::atomic<bool> isEntryWanted{false};
+constinit std::atomic<pthread_t> survivor{};
 
 // The generation in which the thread was counted, 0 while it is not. A signal handler may fork between any two steps of
 // the thread, and only it sees this variable besides, in the order of the program.
@@ -101,14 +102,18 @@ void beforeFork() noexcept {
     }
 }
 
+// A signal handler may have forked while this fork was in progress. For its child there is none.
 void inParent() noexcept {
-    forks.fetch_sub(1);
+    unsigned int before = forks.load();
+    while (before > 0 && !forks.compare_exchange_weak(before, before - 1)) {
+    }
 }
 
 void inChild() noexcept {
     const std::uint32_t generation = generationOf(state.load()) + 1;
     state.store((std::uint64_t{generation} << kHalf) + ownShare());
     countedIn.set(ownShare() != 0 ? generation : 0);
+    survivor.store(::pthread_self());
     isEntryWanted.store(false);
     forks.store(0);
 }
@@ -133,6 +138,10 @@ void ForkGate::leaveOne() noexcept {
 
 std::uint32_t ForkGate::generation() noexcept {
     return generationOf(state.load());
+}
+
+pthread_t ForkGate::survivor() noexcept {
+    return platform::survivor.load();
 }
 
 unsigned int ForkGate::leaveAll() noexcept {

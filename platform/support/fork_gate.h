@@ -7,6 +7,8 @@
 // services.
 #pragma once
 
+#include <pthread.h>
+
 #include <cstdint>
 
 namespace tallow::platform {
@@ -40,6 +42,8 @@ public:
     // Another number in each child of fork than in its parent, and never 0. Process ids do not tell them apart: those
     // of another PID namespace may be the same.
     static std::uint32_t generation() noexcept;
+    // In a child of fork, the thread that forked: no other one goes on.
+    static pthread_t survivor() noexcept;
 };
 
 }  // namespace tallow::platform

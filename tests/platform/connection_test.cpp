@@ -1,16 +1,21 @@
 // Connections that serve several exchanges: when they do, and that no answer is ever taken for that of another request.
 #include <gmock/gmock.h>
 #include <netinet/in.h>
+#include <sys/mman.h>
 #include <sys/resource.h>
 #include <sys/socket.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <filesystem>
 #include <memory>
 #include <string>
 #include <thread>
+#include <utility>
 #include <vector>
 
 #include "platform/support/fork_gate.h"
@@ -268,6 +273,59 @@ TEST(Connection, InUseElsewhereIsClosedByTheFirstExchangeOfAChild) {
         return hasConnectionTo(slow.port()) && post(other.url(), bytesOf("x")).status == 200 &&
                !hasConnectionTo(slow.port());
     }));
+}
+
+std::size_t numDescriptors() {
+    const std::filesystem::directory_iterator all("/proc/self/fd");
+    return static_cast<std::size_t>(std::distance(begin(all), end(all)));
+}
+
+// Nothing of it stays in a child, not what libcurl has besides the connection either.
+TEST(Connection, InUseElsewhereLeavesNoDescriptorInAChild) {
+    HttpServer server(kept);
+    HttpServer slow([](const HttpRequest&) { return HttpReply{.body = bytesOf("late"), .delayMs = 700}; });
+    EXPECT_EQ(post(server.url(), bytesOf("x")).status, 200u);
+    const std::size_t before = numDescriptors();
+    std::vector<std::jthread> asking;
+    for (int i = 0; i < 3; ++i) {
+        asking.emplace_back([&slow] { EXPECT_EQ(post(slow.url(), bytesOf("x")).body, bytesOf("late")); });
+    }
+    while (slow.requests().size() < 3) {
+        sleepMs(1);
+    }
+    EXPECT_TRUE(isTrueInChild([&] {
+        const std::size_t numServers = slow.requests().size();  // the test's server has a descriptor for each request
+        return post(server.url(), bytesOf("x")).status == 200 && numDescriptors() <= before + numServers;
+    }));
+}
+
+// A daemon closes what it inherits, and opens its own files.
+TEST(Connection, OfAParentHasNumbersThatADaemonUsesForItsFiles) {
+    HttpServer server(kept);
+    EXPECT_EQ(post(server.url(), bytesOf("x")).status, 200u);
+    EXPECT_TRUE(isTrueInChild([&server] {
+        std::vector<std::pair<int, ino_t>> own;
+        struct stat status {};
+        ::close_range(STDERR_FILENO + 1, 1024, 0);
+        while (own.size() < 40) {
+            const int file = ::memfd_create("own", 0);
+            ::fstat(file, &status);
+            own.emplace_back(file, status.st_ino);
+        }
+        const bool isAnswered = post(server.url(), bytesOf("child")).body == bytesOf("child");
+        return isAnswered && std::all_of(own.begin(), own.end(), [&status](const auto& file) {
+                   return ::fstat(file.first, &status) == 0 && status.st_ino == file.second;
+               });
+    }));
+    EXPECT_EQ(post(server.url(), bytesOf("parent")).body, bytesOf("parent"));
+}
+
+TEST(Connection, IsNotInheritedByAProgram) {
+    const std::vector<std::string> list{"/bin/sh", "-c", "ls -l /proc/self/fd | grep -c socket:"};
+    const std::string before = run(list).out;
+    HttpServer server(kept);
+    EXPECT_EQ(post(server.url(), bytesOf("x")).status, 200u);
+    EXPECT_EQ(run(list).out, before);
 }
 
 TEST(Connection, LeavesTheHandlingOfSignalsToTheProcess) {

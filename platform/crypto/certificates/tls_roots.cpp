@@ -1,7 +1,10 @@
 #include "platform/crypto/certificates/tls_roots.h"
 
+#include <fcntl.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <cerrno>
 #include <ctime>
 #include <mutex>
 #include <string>
@@ -35,16 +38,30 @@ X509StorePtr readRoots(const std::string& file) {
     return isRead ? std::move(store) : nullptr;
 }
 
+// The system's error at opening it, which OpenSSL does not pass on reliably; 0 when it opens.
+int faultOf(const std::string& file) {
+    const int opened = ::open(file.c_str(), O_RDONLY | O_CLOEXEC | O_NOCTTY | O_NONBLOCK);
+    if (opened < 0) {
+        return errno;
+    }
+    ::close(opened);
+    return 0;
+}
+
 X509_STORE* referenceTo(const X509StorePtr& store) {
     return store != nullptr && X509_STORE_up_ref(store.get()) == 1 ? store.get() : nullptr;
 }
 
 }  // namespace
 
-X509_STORE* tlsRoots(const std::string& file) {
+X509_STORE* tlsRoots(const std::string& file, int& error) {
     const timespec begun = currentTime();
     struct stat status {};
-    if (::stat(file.c_str(), &status) != 0 || !S_ISREG(status.st_mode)) {
+    error = ::stat(file.c_str(), &status) != 0 ? errno
+            : S_ISDIR(status.st_mode)          ? EISDIR
+            : !S_ISREG(status.st_mode)         ? EINVAL
+                                               : 0;
+    if (error != 0) {
         return nullptr;
     }
     const FileStamp stamp = FileStamp::of(status);
@@ -53,6 +70,7 @@ X509_STORE* tlsRoots(const std::string& file) {
         return referenceTo(roots().store);
     }
     X509StorePtr store = readRoots(file);
+    error = store == nullptr ? faultOf(file) : 0;
     X509_STORE* const reference = referenceTo(store);
     // A change while it was read shows in the next stamp, unless the clock of the file system stood still.
     if (reference != nullptr && stamp.isSettled(begun)) {

@@ -9,7 +9,8 @@
 namespace tallow::platform {
 
 // A reference to the certificates of a PEM file, which the caller releases with X509_STORE_free. They are read again
-// when the file changed. Null when it cannot be read or contains none.
-X509_STORE* tlsRoots(const std::string& file);
+// when the file changed. Null on failure: `error` is the system's why the file cannot be read, or 0 when it has no
+// certificate.
+X509_STORE* tlsRoots(const std::string& file, int& error);
 
 }  // namespace tallow::platform

@@ -35,11 +35,6 @@ Connections& connections() {
     return *instance;
 }
 
-ino_t inodeOf(int descriptor) noexcept {
-    struct stat status {};
-    return ::fstat(descriptor, &status) == 0 ? status.st_ino : 0;
-}
-
 // Freeing a handle without the option would change the process's handling of SIGPIPE, too.
 CURL* newHandle() noexcept {
     CURL* const handle = curl_easy_init();
@@ -79,41 +74,57 @@ void Connection::closeHandle() noexcept {
     easy_.reset();
 }
 
+Connection::Descriptor Connection::Descriptor::of(int number) noexcept {
+    struct stat status {};
+    return number >= 0 && ::fstat(number, &status) == 0 ? Descriptor{number, status.st_ino} : Descriptor{};
+}
+
+// A daemon closes all that it inherits, and its own files then have the numbers.
+bool Connection::Descriptor::isThere() const noexcept {
+    return number < 0 || of(number).inode == inode;
+}
+
+void Connection::Descriptor::close() noexcept {
+    if (number >= 0 && isThere()) {
+        ::close(number);
+    }
+    *this = {};
+}
+
+std::array<Connection::Descriptor*, 6> Connection::descriptors() noexcept {
+    return {&open_[0], &open_[1], &open_[2], &open_[3], &wakeUp_[0], &wakeUp_[1]};
+}
+
+// In a child of fork there is no other thread: it never goes on with what it did.
+bool Connection::isUsedElsewhere() const noexcept {
+    return user_ && ::pthread_equal(*user_, ForkGate::survivor()) == 0;
+}
+
 // libcurl would read from the parent's connection and end its TLS.
 bool Connection::isSeparate() noexcept {
-    if (!isLost_ && (!hasAllDescriptors() || !replaceDescriptors())) {
+    const std::array<Descriptor*, 6> all = descriptors();
+    const auto isThere = [](const Descriptor* descriptor) { return descriptor->isThere(); };
+    if (!isLost_ && (isUsedElsewhere() || !std::all_of(all.begin(), all.end(), isThere) || !replaceSockets())) {
         isLost_ = true;
-        for (std::size_t i = 0; i < open_.size(); ++i) {
-            if (open_[i] != CURL_SOCKET_BAD && inodeOf(open_[i]) == inodes_[i]) {
-                ::close(open_[i]);
-            }
+        for (Descriptor* const descriptor : all) {
+            descriptor->close();
         }
     }
     return !isLost_;
 }
 
-// A daemon closes all that it inherits, and its own files then have the numbers.
-bool Connection::hasAllDescriptors() const noexcept {
-    for (std::size_t i = 0; i < open_.size(); ++i) {
-        if (open_[i] != CURL_SOCKET_BAD && inodeOf(open_[i]) != inodes_[i]) {
-            return false;
-        }
-    }
-    return true;
-}
-
-bool Connection::replaceDescriptors() noexcept {
+bool Connection::replaceSockets() noexcept {
     int ends[2];
     if (::socketpair(AF_UNIX, SOCK_STREAM | SOCK_CLOEXEC, 0, ends) != 0) {
         return false;
     }
     ::close(ends[1]);
-    const bool isReplaced = std::all_of(open_.begin(), open_.end(), [&ends](curl_socket_t socket) {
-        return socket == CURL_SOCKET_BAD || ::dup3(ends[0], socket, O_CLOEXEC) == socket;
+    const bool isReplaced = std::all_of(open_.begin(), open_.end(), [&ends](const Descriptor& socket) {
+        return socket.number < 0 || ::dup3(ends[0], socket.number, O_CLOEXEC) == socket.number;
     });
     ::close(ends[0]);
-    for (std::size_t i = 0; i < open_.size(); ++i) {
-        inodes_[i] = open_[i] == CURL_SOCKET_BAD ? 0 : inodeOf(open_[i]);
+    for (Descriptor& socket : open_) {
+        socket = Descriptor::of(socket.number);
     }
     return isReplaced;
 }
@@ -132,8 +143,11 @@ void Connection::closeCopies() {
 // As curl_easy_perform, which gives no sign of when it waits.
 CURLcode Connection::perform() noexcept {
     constexpr int kLongestPauseMs = 1000;  // unless libcurl needs a shorter one; then the progress is looked at
+    constexpr int kPauseOfLookupMs = 10;
     if (!multi_) {
-        multi_.reset(curl_multi_init());
+        std::array<int, 2> wakeUp;
+        multi_ = makeMultiHandle(wakeUp);
+        wakeUp_ = {Descriptor::of(wakeUp[0]), Descriptor::of(wakeUp[1])};
     }
     const BrokenPipeGuard guard;
     if (!multi_ || curl_multi_add_handle(multi_.get(), easy_.get()) != CURLM_OK) {
@@ -142,7 +156,9 @@ CURLcode Connection::perform() noexcept {
     CURLMcode code = CURLM_OK;
     for (int numRunning = 1; code == CURLM_OK && numRunning > 0;) {
         code = curl_multi_perform(multi_.get(), &numRunning);
-        if (code == CURLM_OK && numRunning > 0) {
+        if (code == CURLM_OK && numRunning > 0 && mayHoldLock()) {
+            code = curl_multi_poll(multi_.get(), nullptr, 0, kPauseOfLookupMs, nullptr);
+        } else if (code == CURLM_OK && numRunning > 0) {
             const ForkGate::Outside waiting;
             code = curl_multi_poll(multi_.get(), nullptr, 0, kLongestPauseMs, nullptr);
         }
@@ -152,10 +168,23 @@ CURLcode Connection::perform() noexcept {
     return message == nullptr ? CURLE_OUT_OF_MEMORY : message->data.result;
 }
 
+int Connection::onLookup(void* /*lookup*/, void* /*reserved*/, void* target) {
+    static_cast<Connection*>(target)->lookupBegun_ = Clock::now();
+    return 0;
+}
+
+// libcurl looks up names in a thread of its own. The C library has a lock while it reads its configuration, and would
+// leave it held in a child of fork; then it waits for the name server without one.
+bool Connection::mayHoldLock() const noexcept {
+    constexpr std::chrono::milliseconds kLongest{50};
+    return lookupBegun_ && Clock::now() < *lookupBegun_ + kLongest;
+}
+
 // Called with each address that a name resolves to.
 curl_socket_t Connection::onOpenSocket(void* target, curlsocktype /*purpose*/, curl_sockaddr* address) {
     auto& connection = *static_cast<Connection*>(target);
     Reach& reach = connection.reach;
+    connection.lookupBegun_.reset();
     // The server has closed the connection that was kept: a new handle makes a new one.
     if (connection.isReused_) {
         return CURL_SOCKET_BAD;
@@ -167,15 +196,15 @@ curl_socket_t Connection::onOpenSocket(void* target, curlsocktype /*purpose*/, c
     }
     const curl_socket_t opened = ::socket(address->family, address->socktype | SOCK_CLOEXEC, address->protocol);
     reach.hasNoDescriptor = opened < 0 && (errno == EMFILE || errno == ENFILE);
-    auto* const slot = std::find(connection.open_.begin(), connection.open_.end() - 1, CURL_SOCKET_BAD);
-    *slot = opened;
-    connection.inodes_[static_cast<std::size_t>(slot - connection.open_.begin())] = inodeOf(opened);
+    const auto isFree = [](const Descriptor& one) { return one.number < 0; };
+    *std::find_if(connection.open_.begin(), connection.open_.end() - 1, isFree) = Descriptor::of(opened);
     return opened;
 }
 
 int Connection::onCloseSocket(void* target, curl_socket_t socket) {
-    auto& open = static_cast<Connection*>(target)->open_;
-    std::replace(open.begin(), open.end(), socket, CURL_SOCKET_BAD);
+    for (Descriptor& one : static_cast<Connection*>(target)->open_) {
+        one = one.number == socket ? Descriptor{} : one;
+    }
     return ::close(socket);
 }
 
@@ -200,7 +229,7 @@ void Connection::onTlsMessage(int /*isSent*/, int /*version*/, int /*type*/, con
 // runs after either has set its callback.
 CURLcode Connection::onTlsContext(CURL* /*easy*/, void* context, void* target) {
     auto* const tls = static_cast<SSL_CTX*>(context);
-    X509_STORE* const roots = tlsRoots(systemBundle());
+    X509_STORE* const roots = tlsRoots(systemBundle(), static_cast<Connection*>(target)->rootsError_);
     if (roots == nullptr) {
         return CURLE_SSL_CACERT_BADFILE;
     }
@@ -240,10 +269,10 @@ bool Connection::isLeftClean(std::size_t sizeSent) const {
 
 std::uint64_t Connection::octetsReceived() const noexcept {
     std::uint64_t most = 0;
-    for (const curl_socket_t socket : open_) {
+    for (const Descriptor& socket : open_) {
         tcp_info info{};
         socklen_t size = sizeof info;
-        if (socket != CURL_SOCKET_BAD && ::getsockopt(socket, IPPROTO_TCP, TCP_INFO, &info, &size) == 0) {
+        if (socket.number >= 0 && ::getsockopt(socket.number, IPPROTO_TCP, TCP_INFO, &info, &size) == 0) {
             most = std::max<std::uint64_t>(most, info.tcpi_bytes_received);
         }
     }
@@ -261,9 +290,11 @@ void Connection::park() noexcept {
     peerClass_ = ::getpeername(socket_, address, &size) == 0 ? classOf(*address) : AddressClass::kSpecial;
     isReused_ = true;
     closeHandle();
+    user_.reset();
 }
 
 bool Connection::resume() noexcept {
+    user_ = ::pthread_self();
     easy_.reset(newHandle());
     return easy_ != nullptr;
 }

@@ -12,6 +12,7 @@
 
 #include <curl/curl.h>
 #include <openssl/ssl.h>
+#include <pthread.h>
 #include <sys/socket.h>
 #include <sys/types.h>
 
@@ -23,6 +24,7 @@
 #include <optional>
 
 #include "platform/crypto/network/address_rules.h"
+#include "platform/crypto/network/multi_handle.h"
 #include "platform/support/fork_gate.h"
 
 namespace tallow::platform {
@@ -53,7 +55,7 @@ public:
     bool isOwn() const noexcept { return owner_ == ForkGate::generation(); }  // made by this process
 
     // In a child of fork: closes its copies of all connections of its parent, also of those that threads of the parent
-    // were using. What libcurl has of the latter is not freed.
+    // were using. The memory that libcurl has for the latter is not freed.
     static void closeCopies();
 
     // Makes the transfer that the handle was prepared for, once. The thread leaves its gate only to wait: a fork at any
@@ -76,6 +78,8 @@ public:
     std::chrono::milliseconds patience() const noexcept { return std::chrono::seconds(1) + 4 * answeredAfter_; }
     // Octets that arrived so far, with all that is around header and body; 0 where the system does not count them.
     std::uint64_t octetsReceived() const noexcept;
+    // The system's error why the roots for TLS cannot be read, 0 when there are none in the file.
+    int rootsError() const noexcept { return rootsError_; }
     // Of the server of a parked connection.
     AddressClass peerClass() const noexcept { return peerClass_; }
     Clock::time_point openedAt() const noexcept { return openedAt_; }
@@ -86,7 +90,9 @@ public:
     // When to give up a transfer that no header line has arrived for.
     Clock::time_point answerBy = Clock::time_point::max();
 
-    // CURLOPT_OPENSOCKETFUNCTION, CURLOPT_CLOSESOCKETFUNCTION and CURLOPT_SSL_CTX_FUNCTION; `target` is the object.
+    // CURLOPT_RESOLVER_START_FUNCTION, CURLOPT_OPENSOCKETFUNCTION, CURLOPT_CLOSESOCKETFUNCTION and
+    // CURLOPT_SSL_CTX_FUNCTION; `target` is the object.
+    static int onLookup(void* lookup, void* reserved, void* target);
     static curl_socket_t onOpenSocket(void* target, curlsocktype purpose, curl_sockaddr* address);
     static int onCloseSocket(void* target, curl_socket_t socket);
     static CURLcode onTlsContext(CURL* easy, void* context, void* target);
@@ -95,8 +101,13 @@ private:
     struct EasyFree {
         void operator()(CURL* handle) const noexcept { curl_easy_cleanup(handle); }
     };
-    struct MultiFree {
-        void operator()(CURLM* multi) const noexcept { curl_multi_cleanup(multi); }
+    struct Descriptor {
+        int number = -1;
+        ino_t inode = 0;
+
+        static Descriptor of(int number) noexcept;
+        bool isThere() const noexcept;  // it still is what it was
+        void close() noexcept;          // unless another file has the number by now
     };
 
     static long endReadingAtDeadline(BIO* source, int operation, const char* octets, std::size_t size, int argument,
@@ -108,24 +119,29 @@ private:
     // what it has any more, which is then never freed.
     [[nodiscard]] bool isSeparate() noexcept;
     // Puts a socket without a peer in its place. False when there is no descriptor for it.
-    [[nodiscard]] bool replaceDescriptors() noexcept;
-    bool hasAllDescriptors() const noexcept;
+    [[nodiscard]] bool replaceSockets() noexcept;
+    bool isUsedElsewhere() const noexcept;
+    bool mayHoldLock() const noexcept;
+    std::array<Descriptor*, 6> descriptors() noexcept;
     curl_socket_t activeSocket() const noexcept;
     bool isSilent(curl_socket_t socket) const noexcept;
 
     const std::uint32_t owner_ = ForkGate::generation();
     Clock::time_point openedAt_ = Clock::now();
+    std::optional<pthread_t> user_ = ::pthread_self();  // the thread that uses it, absent while parked
+    int rootsError_ = 0;
     bool isReused_ = false;
     bool isLost_ = false;                     // see isSeparate
     curl_socket_t socket_ = CURL_SOCKET_BAD;  // of a parked connection
     // Those that libcurl has opened: it tries several addresses at a time, and names the one in use only at the end.
-    std::array<curl_socket_t, 4> open_ = {CURL_SOCKET_BAD, CURL_SOCKET_BAD, CURL_SOCKET_BAD, CURL_SOCKET_BAD};
-    std::array<ino_t, 4> inodes_{};  // of these
+    std::array<Descriptor, 4> open_;
+    std::array<Descriptor, 2> wakeUp_;              // of multi_, as far as they are known
+    std::optional<Clock::time_point> lookupBegun_;  // of a name, until a socket is opened
     AddressClass peerClass_ = AddressClass::kSpecial;
     std::chrono::milliseconds answeredAfter_{0};  // the last answer
     SSL* session_ = nullptr;                      // of the connection, which owns it; null without TLS
     // Last, since closing the connection looks at the members above.
-    std::unique_ptr<CURLM, MultiFree> multi_;  // null before the first transfer; libcurl finds the socket through it
+    MultiPtr multi_;  // null before the first transfer; libcurl finds the socket through it
     std::unique_ptr<CURL, EasyFree> easy_;
 };
 

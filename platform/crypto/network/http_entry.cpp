@@ -21,8 +21,8 @@ std::string systemBundle() {
     return services->systemBundle();
 }
 
-X509_STORE* tlsRoots(const std::string& file) {
-    return services->tlsRoots(file);
+X509_STORE* tlsRoots(const std::string& file, int& error) {
+    return services->tlsRoots(file, error);
 }
 
 bool refusesPrivateAddresses() {
@@ -47,6 +47,10 @@ unsigned int ForkGate::leaveAll() noexcept {
 
 std::uint32_t ForkGate::generation() noexcept {
     return services->forkGeneration();
+}
+
+pthread_t ForkGate::survivor() noexcept {
+    return services->forkSurvivor();
 }
 
 void ForkGate::enterAgain(unsigned int numGates) noexcept {

@@ -354,7 +354,9 @@ std::string Exchange::reasonOf(CURLcode code, const std::string& peer) const {
         case CURLE_COULDNT_RESOLVE_PROXY:
             return peer + ": the name is not known";
         case CURLE_SSL_CACERT_BADFILE:
-            return "the roots for TLS in " + systemBundle() + " (setting system_bundle) cannot be read";
+            return "the roots for TLS in " + systemBundle() + " (setting system_bundle) cannot be read: " +
+                   (connection_->rootsError() == 0 ? std::string("the file contains no certificate")
+                                                   : std::generic_category().message(connection_->rootsError()));
         case CURLE_COULDNT_CONNECT:
             return "no connection to " + peer +
                    (systemError == 0 ? std::string()
@@ -372,6 +374,9 @@ std::string Exchange::reasonOf(CURLcode code, const std::string& peer) const {
 bool Exchange::isWithoutDescriptor(CURLcode code) const {
     if (connection_->reach.hasNoDescriptor) {
         return code == CURLE_COULDNT_CONNECT;
+    }
+    if (code == CURLE_SSL_CACERT_BADFILE) {
+        return connection_->rootsError() == EMFILE || connection_->rootsError() == ENFILE;
     }
     if (code != CURLE_COULDNT_RESOLVE_HOST && code != CURLE_COULDNT_RESOLVE_PROXY) {
         return false;
@@ -402,7 +407,7 @@ HttpAnswer Exchange::failed(CURLcode code, const HttpAddress& address) const {
     const bool isLoginOpen =
         code == CURLE_OPERATION_TIMEDOUT && connectStatus == kProxyAuthenticationRequired && !proxy_.login.empty();
     const bool isTunnelRefused = connectStatus != 0 && (connectStatus < 200 || connectStatus > 299) && !isLoginOpen;
-    const bool isTls = errorOf(code) == ERROR_INTERNET_SECURE_FAILURE;
+    const bool isTls = errorOf(code) == ERROR_INTERNET_SECURE_FAILURE && code != CURLE_SSL_CACERT_BADFILE;
     // TLS with the server begins after the proxy has connected to it.
     answer.isAtProxy =
         hasProxy && (isTunnelRefused || code == CURLE_COULDNT_RESOLVE_PROXY || code == CURLE_COULDNT_CONNECT ||

@@ -6,6 +6,7 @@
 #pragma once
 
 #include <openssl/types.h>
+#include <pthread.h>
 
 #include <chrono>
 #include <cstddef>
@@ -20,13 +21,14 @@ namespace tallow::platform {
 // What the module calls; see the functions of these names.
 struct HttpServices {
     std::string (*systemBundle)();
-    X509_STORE* (*tlsRoots)(const std::string& file);
+    X509_STORE* (*tlsRoots)(const std::string& file, int& error);
     bool (*refusesPrivateAddresses)();
     std::chrono::steady_clock::time_point (*checkDeadline)() noexcept;
     CheckTime (*checkTime)() noexcept;
     unsigned int (*leaveForkGate)() noexcept;
     void (*enterForkGate)(unsigned int numGates) noexcept;
     std::uint32_t (*forkGeneration)() noexcept;
+    pthread_t (*forkSurvivor)() noexcept;
     void (*noteReuse)(const std::string& server);
 };
 

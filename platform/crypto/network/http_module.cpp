@@ -16,9 +16,10 @@ namespace tallow::platform {
 
 namespace {
 
-constexpr HttpServices kServices = {systemBundle, tlsRoots,           refusesPrivateAddresses, checkDeadline,
-                                    checkTime,    ForkGate::leaveAll, ForkGate::enterAgain,    ForkGate::generation,
-                                    noteReuse};
+constexpr HttpServices kServices = {
+    systemBundle,       tlsRoots,           refusesPrivateAddresses, checkDeadline,
+    checkTime,          ForkGate::leaveAll, ForkGate::enterAgain,    ForkGate::generation,
+    ForkGate::survivor, noteReuse};
 
 // Either the functions, or why there are none.
 struct Loaded {

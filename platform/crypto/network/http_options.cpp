@@ -67,6 +67,8 @@ void setCommonOptions(HttpOptions& options, const ExchangeLimits& limits, Arriva
         options.set(CURLOPT_SSL_CTX_DATA, &connection);
     }
     options.set(CURLOPT_CONNECTTIMEOUT_MS, limits.connectTimeoutMs);
+    options.set(CURLOPT_RESOLVER_START_FUNCTION, Connection::onLookup);
+    options.set(CURLOPT_RESOLVER_START_DATA, &connection);
     options.set(CURLOPT_OPENSOCKETFUNCTION, Connection::onOpenSocket);
     options.set(CURLOPT_OPENSOCKETDATA, &connection);
     options.set(CURLOPT_CLOSESOCKETFUNCTION, Connection::onCloseSocket);
