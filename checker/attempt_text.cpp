@@ -61,7 +61,7 @@ const char* remedyOfTls(std::string_view reason) {
         std::string_view word;
         const char* remedy;
     } kRemedies[] = {
-        {"setting certificate file",
+        {"roots for TLS",
          "install the roots of TLS servers (package ca-certificates), or name a file of them "
          "in the setting system_bundle"},
         {"expired", "its operator must renew its certificate"},

@@ -382,6 +382,31 @@ TEST(DownloadNote, SaysWhatFailedWhereAndAtWhichLimit) {
     }
 }
 
+// The proxy is not the cause, though the connection to it would be the first that needs them.
+TEST(DownloadNote, SaysWhyTheRootsForTlsCannotBeRead) {
+    const TempDir folder;
+    const Identity identity = serverCertificate(rootCa("tls root"));
+    HttpServer server([](const HttpRequest&) { return HttpReply{.body = bytesOf("answer")}; }, &identity);
+    const std::pair<std::string, const char*> rows[] = {
+        {folder.file("absent.pem"), "cannot be read: No such file or directory"},
+        {folder.write("none.pem", "no certificate"), "cannot be read: the file contains no certificate"},
+        {folder.path(), "cannot be read: Is a directory"}};
+    for (const auto& [bundle, words] : rows) {
+        for (const std::string& proxy : {std::string(), server.url("")}) {
+            SCOPED_TRACE(bundle + ' ' + proxy);
+            const SettingsFile settings("[crypto]\nsystem_bundle = \"" + bundle + "\"\n");
+            Told told;
+            Check check(CRYPTO_CHECK_ADDRESS_NAMED, proxy);
+            check.pvOnNote = &told;
+            check.pfnOnNote = &Told::take;
+            static_cast<void>(post(server.url(), bytesOf("x"), proxy));
+            EXPECT_EQ(told.error, ERROR_INTERNET_SECURE_FAILURE);
+            EXPECT_FALSE(told.isAtProxy);
+            EXPECT_THAT(told.reason, testing::HasSubstr(bundle + " (setting system_bundle) " + words));
+        }
+    }
+}
+
 TEST(DownloadNote, IsAlsoToldOfDownloads) {
     HttpServer server([](const HttpRequest&) { return HttpReply{.body = Bytes(2000), .delayMs = 50}; });
     struct Row {
