@@ -37,7 +37,7 @@ const char* remedyFor(int error, const std::string& path) {
 constexpr int kToRead = O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY;
 
 // Opens a regular file for reading, and everything else only for looking at it: opening a pipe lets its writer go on,
-// and opening a device may do anything. Without /proc it opens those, too.
+// and opening a device may do anything. Without /proc, or where a process may not use its own, it opens those, too.
 int openRegular(const std::string& path, int noFollow) {
     const int named = ::open(path.c_str(), O_PATH | O_CLOEXEC | noFollow);
     struct stat status {};
@@ -45,7 +45,7 @@ int openRegular(const std::string& path, int noFollow) {
         return named;
     }
     int file = ::open(("/proc/self/fd/" + std::to_string(named)).c_str(), kToRead);
-    if (file < 0 && errno == ENOENT) {
+    if (file < 0 && (errno == ENOENT || errno == EACCES)) {
         file = ::open(path.c_str(), kToRead | noFollow);
     }
     const int error = errno;

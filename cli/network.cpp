@@ -22,6 +22,11 @@ bool hasTimeoutInSettings() {
     return support_registry_get_long("\\crypto\\check_timeout_ms", &value) == 0 && value >= 1 && value <= kLongestMs;
 }
 
+// An IPv6 address between brackets has something in them. Other hosts have none.
+bool isClosedLiteral(const std::string& host) {
+    return host.front() != '[' || (host.find(']') != std::string::npos && host.find(']') > 1);
+}
+
 }  // namespace
 
 RunNetwork::RunNetwork(const NetworkOptions& options)
@@ -52,7 +57,7 @@ std::string mistakeInUrl(const std::string& option, const std::string& url) {
     const std::size_t begin = std::min(start.size() + 3, url.size());
     const std::string authority = url.substr(begin, url.find_first_of("/?#", begin) - begin);
     const std::size_t host = authority.rfind('@') + 1;  // after a login
-    const bool hasHost = host < authority.size() && authority[host] != ':';
+    const bool hasHost = host < authority.size() && authority[host] != ':' && isClosedLiteral(authority.substr(host));
     return url.empty() || (hasHost && (start == "http" || start == "https"))
                ? std::string()
                : option + ": " + text::withoutLogin(url) + " is no http or https address; give one such as http://" +

@@ -96,6 +96,7 @@ TEST_F(CommandLine, ReportsMistakesInOneLine) {
              Mistake{{"check", "--url", "ftp://host/", leaf}, "--url: ftp://host/ is no http or https address"},
              Mistake{{"check", "--url", "https://name@#part", leaf},
                      "--url: https://***@#part is no http or https address"},
+             Mistake{{"check", "--url", "http://[]/", leaf}, "--url: http://[]/ is no http or https address"},
              Mistake{{"check", "--proxy", "https://", leaf}, "--proxy: https:// is no http or https address"},
              Mistake{{"check", "--nonce", "require", "--no-nonce", leaf}, "--no-nonce exclude each other; give one"},
              Mistake{{"check", "--save-request", "a", "--save-response", "a", leaf}, "name the same file"},
