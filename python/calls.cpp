@@ -77,9 +77,12 @@ struct Calls {
     bool isClosed = false;
     std::thread::id closer;  // the thread that ends the program
 };
+Calls*& instance() {
+    static auto* current = new Calls;
+    return current;
+}
 Calls& calls() {
-    static auto* const instance = new Calls;
-    return *instance;
+    return *instance();
 }
 
 thread_local int numOwnCalls = 0;  // of those, the thread's own
@@ -120,10 +123,16 @@ void RunningCall::watchTheEnd() {
         calls().closer = std::this_thread::get_id();
         calls().ended.wait_for(lock, std::chrono::minutes(1), [] { return calls().numRunning == 0; });
     }));
-    // Calls of other threads do not go on in a child. The thread that forks has the GIL, without which no other thread
-    // holds the lock.
-    py::module_::import("os").attr("register_at_fork")(py::arg("after_in_child") =
-                                                           py::cpp_function([] { calls().numRunning = numOwnCalls; }));
+    // Calls of other threads do not go on in a child, nor does the end of the program that another thread has begun:
+    // that thread may even have had the lock.
+    py::module_::import("os").attr("register_at_fork")(
+        py::arg("after_in_child") = py::cpp_function([] {
+            auto* const ofChild = new Calls;
+            ofChild->numRunning = numOwnCalls;
+            ofChild->closer = calls().closer;
+            ofChild->isClosed = calls().isClosed && ofChild->closer == std::this_thread::get_id();
+            instance() = ofChild;
+        }));
 }
 
 thread_local PendingExit* PendingExit::current_ = nullptr;
