@@ -1,6 +1,9 @@
 // Lets a thread write to a connection that its peer has closed without SIGPIPE, and without a change of the process:
-// the signal goes to the thread that writes, which blocks it meanwhile and takes it back. OpenSSL has no other way.
+// the signal goes to the thread that writes, which blocks it meanwhile and takes it back. OpenSSL has no other way. One
+// that another process sends meanwhile arrives afterwards.
 #pragma once
+
+#include <unistd.h>
 
 #include <csignal>
 #include <ctime>
@@ -20,8 +23,15 @@ public:
     ~BrokenPipeGuard() {
         if (isBlocking_) {
             constexpr timespec kNow{};
-            static_cast<void>(::sigtimedwait(&pipe_, nullptr, &kNow));
+            siginfo_t found{};
+            bool isForeign = false;
+            while (::sigtimedwait(&pipe_, &found, &kNow) == SIGPIPE) {
+                isForeign |= found.si_code <= 0 && found.si_pid != ::getpid();
+            }
             ::pthread_sigmask(SIG_SETMASK, &before_, nullptr);
+            if (isForeign) {
+                ::kill(::getpid(), SIGPIPE);
+            }
         }
     }
     BrokenPipeGuard(const BrokenPipeGuard&) = delete;
