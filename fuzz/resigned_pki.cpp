@@ -14,7 +14,6 @@ namespace fuzz {
 namespace {
 
 namespace tlv = testkit::tlv;
-using testkit::CertificateSpec;
 using testkit::FreeWith;
 using testkit::Key;
 using testkit::X509Ptr;
