@@ -4,6 +4,7 @@
 
 #include <array>
 #include <climits>
+#include <new>
 
 #include "platform/crypto/base/decode_whole.h"
 
@@ -95,8 +96,8 @@ std::string oidText(const DerElement& element) {
     }
     std::array<char, 512> text{};
     const int length = OBJ_obj2txt(text.data(), text.size(), object.get(), 1);
-    if (length < 0) {
-        throwIfOutOfMemory();
+    if (length < 0) {  // what decodes has a text: only memory can be missing
+        throw std::bad_alloc();
     }
     return length > 0 && static_cast<size_t>(length) < text.size() ? std::string(text.data()) : std::string();
 }
