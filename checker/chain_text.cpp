@@ -13,6 +13,7 @@
 #include "client/policy/policy_settings.h"
 #include "client/policy/refusal.h"
 #include "handles/cert_context.h"
+#include "handles/certificate_in.h"
 #include "handles/status.h"
 
 namespace tallow {
@@ -27,8 +28,7 @@ std::string nameOf(const Bytes& der) {
 }
 
 ATL2::CCertContext contextOf(const NotedCertificate& certificate) {
-    return ATL2::CCertContext::adopt(CertCreateCertificateContext(X509_ASN_ENCODING, certificate.der.data(),
-                                                                  static_cast<DWORD>(certificate.der.size())));
+    return ATL2::certificateIn(certificate.der.data(), certificate.der.size());
 }
 
 std::string nowText(const Call& call) {

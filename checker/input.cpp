@@ -4,6 +4,7 @@
 #include <limits>
 #include <new>
 
+#include "handles/certificate_in.h"
 #include "handles/status.h"
 #include "platform/crypto/crypto_service.h"
 
@@ -22,8 +23,7 @@ void take(const CRYPTO_STORE_ITEM* item, void* context) {
     Contents& contents = reading.contents;
     try {
         if (item->dwKind == CRYPTO_STORE_ITEM_CERTIFICATE) {
-            ATL2::CCertContext certificate = ATL2::CCertContext::adopt(
-                CertCreateCertificateContext(X509_ASN_ENCODING, item->pbEncoded, item->cbEncoded));
+            ATL2::CCertContext certificate = ATL2::certificateIn(item->pbEncoded, item->cbEncoded);
             reading.isOutOfMemory = reading.isOutOfMemory || !certificate;
             contents.certificates.push_back(std::move(certificate));
         } else if (item->dwKind == CRYPTO_STORE_ITEM_CRL) {

@@ -4,6 +4,7 @@
 
 #include "cli/evidence_text.h"
 #include "foundation/date_time.h"
+#include "handles/certificate_in.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
@@ -14,8 +15,7 @@ constexpr std::int64_t kTicksPerSecond = 10'000'000;
 constexpr std::int64_t kSecondsTo1970 = 11'644'473'600;  // on the scale of CDateTime
 
 ATL2::CCertContext certificateIn(Input der) {
-    return ATL2::CCertContext::adopt(
-        CertCreateCertificateContext(X509_ASN_ENCODING, der.bytes.data(), static_cast<DWORD>(der.bytes.size())));
+    return ATL2::certificateIn(der.bytes.data(), der.bytes.size());
 }
 
 Seconds secondsOf(const FILETIME& time) {

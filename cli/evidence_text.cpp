@@ -5,6 +5,7 @@
 #include "checker/text/times.h"
 #include "cli/show_values.h"
 #include "handles/cert_context.h"
+#include "handles/certificate_in.h"
 #include "handles/exception.h"
 #include "message/extensions.h"
 #include "message/request_message.h"
@@ -156,8 +157,7 @@ std::string timeText(const std::optional<Time>& time) {
 }
 
 std::string serialIn(const Bytes& certificate) {
-    const ATL2::CCertContext context = ATL2::CCertContext::adopt(
-        CertCreateCertificateContext(X509_ASN_ENCODING, certificate.data(), static_cast<DWORD>(certificate.size())));
+    const ATL2::CCertContext context = ATL2::certificateIn(certificate.data(), certificate.size());
     return context ? serialOf(context.get()) : std::string();
 }
 

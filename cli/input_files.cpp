@@ -7,6 +7,7 @@
 
 #include "checker/text/safe_text.h"
 #include "cli/input_stream.h"
+#include "handles/certificate_in.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
@@ -112,8 +113,7 @@ void take(const CRYPTO_STORE_ITEM* item, void* context) {
     auto& content = *static_cast<StoreContent*>(context);
     const std::string der(reinterpret_cast<const char*>(item->pbEncoded), item->cbEncoded);
     if (item->dwKind == CRYPTO_STORE_ITEM_CERTIFICATE) {
-        content.certificates.push_back(ATL2::CCertContext::adopt(
-            CertCreateCertificateContext(X509_ASN_ENCODING, item->pbEncoded, item->cbEncoded)));
+        content.certificates.push_back(ATL2::certificateIn(item->pbEncoded, item->cbEncoded));
     } else if (item->dwKind == CRYPTO_STORE_ITEM_CRL) {
         content.crls.push_back(der);
     } else {

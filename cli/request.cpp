@@ -18,6 +18,7 @@
 #include "cli/run_inputs.h"
 #include "client/request/request.h"
 #include "handles/cert_store.h"
+#include "handles/certificate_in.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 #include "platform/crypto/crypto_service.h"
@@ -92,8 +93,7 @@ CRequest::enumCertToInclude certificatesToInclude(const std::string& include) {
 void addEntry(CRequest& request, unsigned long index, const ToCheck& asked, const Checker& checker,
               const RunInputs& inputs) {
     const Bytes encoded = checker.issuerOf(encodingOf(asked.certificate), inputs.issuerOf(asked.certificate));
-    const ATL2::CCertContext issuer = ATL2::CCertContext::adopt(
-        CertCreateCertificateContext(X509_ASN_ENCODING, encoded.data(), static_cast<DWORD>(encoded.size())));
+    const ATL2::CCertContext issuer = ATL2::certificateIn(encoded.data(), encoded.size());
     if (!issuer) {
         throw BadInput(status::kNoSigner, "the issuer " + text::safeLine(text::issuerNameOf(asked.certificate.get())) +
                                               " of the certificate was not found; supply its certificate");

@@ -15,6 +15,7 @@
 #include "cli/settings_check.h"
 #include "client/request/request.h"
 #include "client/response/response.h"
+#include "handles/certificate_in.h"
 #include "handles/exception.h"
 #include "handles/status.h"
 #include "platform/crypto/crypto_service.h"
@@ -228,8 +229,7 @@ Input RunInputs::issuerOf(const ATL2::CCertContext& certificate) const {
 }
 
 Input RunInputs::issuerOf(Input der) const {
-    const ATL2::CCertContext certificate = ATL2::CCertContext::adopt(
-        CertCreateCertificateContext(X509_ASN_ENCODING, der.bytes.data(), static_cast<DWORD>(der.bytes.size())));
+    const ATL2::CCertContext certificate = ATL2::certificateIn(der.bytes.data(), der.bytes.size());
     return certificate ? issuerOf(certificate) : Input(std::string_view());
 }
 

@@ -5,6 +5,7 @@
 #include "checker/text/times.h"
 #include "foundation/date_time.h"
 #include "handles/cert_context.h"
+#include "handles/certificate_in.h"
 #include "handles/exception.h"
 #include "platform/crypto/crypto_service.h"
 
@@ -43,8 +44,7 @@ Shown showFields(const _CERT_CONTEXT* certificate) {
 }
 
 Shown showCertificate(const CBlob& der) {
-    const ATL2::CCertContext certificate = ATL2::CCertContext::adopt(
-        CertCreateCertificateContext(X509_ASN_ENCODING, der.pbData(), static_cast<DWORD>(der.cbData())));
+    const ATL2::CCertContext certificate = ATL2::certificateIn(der.pbData(), der.cbData());
     try {
         return certificate ? showFields(certificate.get()) : Shown::field("", hexOf(der));
     } catch (const ATL::CAtlException&) {

@@ -22,6 +22,7 @@
 #include "cli/settings_table.h"
 #include "cli/show_values.h"
 #include "foundation/date_time.h"
+#include "handles/certificate_in.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
@@ -152,8 +153,7 @@ StoreFile& fileNamed(const char* path, std::vector<StoreFile>& files) {
 void take(const CRYPTO_STORE_ITEM* item, void* context) {
     auto& folder = *static_cast<StoreFolder*>(context);
     if (item->dwKind == CRYPTO_STORE_ITEM_CERTIFICATE) {
-        const auto certificate = ATL2::CCertContext::adopt(
-            CertCreateCertificateContext(X509_ASN_ENCODING, item->pbEncoded, item->cbEncoded));
+        const auto certificate = ATL2::certificateIn(item->pbEncoded, item->cbEncoded);
         fileNamed(item->szPath, folder.files).items.push_back(itemOf(certificate));
     } else if (item->dwKind == CRYPTO_STORE_ITEM_CRL) {
         const std::string der(reinterpret_cast<const char*>(item->pbEncoded), item->cbEncoded);

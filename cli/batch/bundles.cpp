@@ -10,6 +10,7 @@
 #include "cli/input_files.h"
 #include "client/request/request.h"
 #include "handles/cert_context.h"
+#include "handles/certificate_in.h"
 #include "platform/crypto/crypto_service.h"
 
 namespace tallow::cli {
@@ -28,8 +29,7 @@ struct Asked {
 // Each identifier is made by a separate request: an issuer that was found would be used for the next certificate too.
 void add(CRequest& request, unsigned long index, const BatchItem& item, const Asked& asked, const std::string& hash) {
     const StoreContent own = certificatesAndCrlsIn(item.label, item.certificate);
-    const ATL2::CCertContext issuer = ATL2::CCertContext::adopt(
-        CertCreateCertificateContext(X509_ASN_ENCODING, asked.issuer.data(), static_cast<DWORD>(asked.issuer.size())));
+    const ATL2::CCertContext issuer = ATL2::certificateIn(asked.issuer.data(), asked.issuer.size());
     if (!issuer) {
         throw InputError(item.label, "its issuer was not found");
     }
