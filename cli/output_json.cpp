@@ -67,10 +67,16 @@ Json toValue(const ChainLink& link) {
     return object;
 }
 
+// A null value is never left to become an array or object by itself: when memory is missing, releases of nlohmann-json
+// leave it with a null pointer that its destructor follows.
 template <typename Element>
 void addList(Json& object, const char* name, const std::vector<Element>& elements) {
+    Json list = Json::array();
     for (const Element& element : elements) {
-        object[name].push_back(toValue(element));
+        list.push_back(toValue(element));
+    }
+    if (!list.empty()) {
+        object[name] = std::move(list);
     }
 }
 
@@ -190,7 +196,7 @@ std::string toJsonLine(const char* schema, const Shown& shown) {
 std::string toJson(const std::vector<CheckResult>& results) {
     Json list = Json::array();
     for (const CheckResult& result : results) {
-        addResult(list.emplace_back(), result);
+        addResult(list.emplace_back(Json::object()), result);
     }
     Json document{{"schema", kCheckSchema}};
     document["certificates"] = std::move(list);
