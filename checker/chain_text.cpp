@@ -1,6 +1,7 @@
 #include "checker/chain_text.h"
 
 #include <algorithm>
+#include <new>
 
 #include "checker/rules/chain_faults.h"
 #include "checker/rules/issuer_rules.h"
@@ -262,6 +263,9 @@ const char* remedyForDownloads(const Call& call) {
 }  // namespace
 
 std::vector<ChainLink> linksOf(const Call& call) {
+    if (call.notes().isIncomplete()) {
+        throw std::bad_alloc();  // evidence that says "not checked" of what was checked would be kept for years
+    }
     const ChainNotes& chain = call.notes().chain();
     std::vector<ChainLink> links;
     links.reserve(chain.certificates().size());

@@ -9,7 +9,8 @@
 
 namespace tallow {
 
-/// The certificates of the last chain of the call, from the lowest.
+/// The certificates of the last chain of the call, from the lowest. Throws std::bad_alloc also when notes of the call
+/// are incomplete.
 std::vector<ChainLink> linksOf(const Call& call);
 
 /// The rejection of the last chain of the call with its text: which certificate, what is wrong, what to do. Unchanged

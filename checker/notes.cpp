@@ -48,8 +48,8 @@ void Notes::beginExchange() {
 }
 
 void Notes::take(void* context, const CRYPTO_NOTE* note) noexcept {
+    auto& notes = *static_cast<Notes*>(context);
     try {
-        auto& notes = *static_cast<Notes*>(context);
         switch (note->dwKind) {
             case CRYPTO_NOTE_DOWNLOAD:
                 notes.takeDownload(*note);
@@ -60,11 +60,14 @@ void Notes::take(void* context, const CRYPTO_NOTE* note) noexcept {
             case CRYPTO_NOTE_CHAIN:
                 notes.chain_.takeChain(*note->pChain);
                 break;
+            case CRYPTO_NOTE_LOST:
+                notes.isIncomplete_ = true;
+                break;
             default:
                 break;
         }
     } catch (const std::bad_alloc&) {
-        // A message will say less; the verdict is the same.
+        notes.isIncomplete_ = true;
     }
 }
 

@@ -33,6 +33,8 @@ public:
     bool hasProxyFailed() const { return hasProxyFailed_; }
     /// The HTTP status of that exchange, also that of a proxy that refused to connect; 0 for none.
     int exchangeStatus() const { return exchangeStatus_; }
+    /// Whether memory was missing for something that was told: what the notes show may then be wrong.
+    bool isIncomplete() const { return isIncomplete_; }
     /// Before an exchange: what was told about the one before does not count for it.
     void beginExchange();
 
@@ -44,6 +46,7 @@ private:
     std::string exchangeFailure_;
     bool hasProxyFailed_ = false;
     int exchangeStatus_ = 0;
+    bool isIncomplete_ = false;
 };
 
 }  // namespace tallow

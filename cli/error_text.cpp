@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <exception>
+#include <new>
 
 #include "checker/checker.h"
 #include "checker/text/status_text.h"
@@ -90,6 +91,8 @@ CheckError explainCaught(const std::string& step) {
         const std::string mistake = settingsMistake();
         return mistake.empty() ? explainStatus(failure.status(), step)
                                : CheckError{status::kNoPolicy, step + ": " + mistake};
+    } catch (const std::bad_alloc&) {
+        return explainStatus(status::kOutOfMemory, step);
     } catch (const std::exception& failure) {
         return {status::kFail, step + ": " + failure.what()};
     }

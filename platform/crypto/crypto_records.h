@@ -562,6 +562,7 @@ typedef BOOL (*PFN_CRYPTO_ON_REDIRECT)(void* pvContext, LPCWSTR pwszTarget, DWOR
 #define CRYPTO_NOTE_DOWNLOAD 1  // an issuer, a CRL or a response was asked for
 #define CRYPTO_NOTE_CRL 2       // the revocation status of a certificate was looked up
 #define CRYPTO_NOTE_CHAIN 3     // a chain was built
+#define CRYPTO_NOTE_LOST 4      // memory is exhausted: something was not told
 
 // What a download was for.
 #define CRYPTO_NOTE_FOR_ISSUER 1
@@ -572,7 +573,7 @@ typedef BOOL (*PFN_CRYPTO_ON_REDIRECT)(void* pvContext, LPCWSTR pwszTarget, DWOR
 // never null, and may contain any character.
 typedef struct _CRYPTO_NOTE {
     DWORD cbSize;
-    // CRYPTO_NOTE_DOWNLOAD, ..._CRL or ..._CHAIN. Fields that the kind does not name are 0, null or empty.
+    // CRYPTO_NOTE_DOWNLOAD, ..._CRL, ..._CHAIN or ..._LOST. Fields that the kind does not name are 0, null or empty.
     DWORD dwKind;
     // DOWNLOAD: what it was for, CRYPTO_NOTE_FOR_....
     DWORD dwPurpose;

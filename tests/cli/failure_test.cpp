@@ -208,4 +208,54 @@ TEST_F(FailingCalls, ChangeNothingOrLeadToOneLineAndStatus3) {
 #endif
 }
 
+#ifdef TALLOW_FAULT_POINTS
+ProcessResult runWithoutMemory(const Arguments& arguments, int call, const char* more = "LANG=C") {
+    return testkit::run(arguments, 30000,
+                        {"LD_PRELOAD=" TALLOW_FAULT_POINTS, "TALLOW_FAULT=malloc:" + std::to_string(call), more});
+}
+
+int lastAllocationOf(const Arguments& arguments) {
+    int reached = 0;
+    for (int step = 1 << 17; step > 0; step /= 2) {
+        const ProcessResult run = runWithoutMemory(arguments, reached + step, "TALLOW_FAULT_TRACE=1");
+        reached += run.err.find("fault in malloc") != std::string::npos ? step : 0;
+    }
+    return reached;
+}
+#endif
+
+// The last allocations are those of the chain's evidence and of its document.
+TEST_F(FailingCalls, LeaveNoPartOfTheEvidenceOut) {
+#ifdef TALLOW_FAULT_POINTS
+    constexpr int kOfEvidence = 600;
+    ResponseSpec revoked = responseAbout(certs().revoked, EntryStatus::kRevoked);
+    revoked.signer = certs().markless;
+    const std::string crl = tallow.file("root.crl", makeCrl(certs().root, {}));
+    const Arguments arguments = {TALLOW_COMMAND, "verify",
+                                 "--settings",   tallow.folder().file("settings.toml"),
+                                 "--trust",      root,
+                                 "--crl",        crl,
+                                 "--json",       tallow.file("revoked.der", buildResponse(revoked))};
+    const ProcessResult expected = testkit::run(arguments);
+    ASSERT_EQ(expected.exitStatus, 1) << expected.err;
+    ASSERT_THAT(expected.out, HasSubstr("crlThisUpdate"));
+    const int last = lastAllocationOf(arguments);
+    ASSERT_GT(last, kOfEvidence);
+    int failures = 0;
+    for (int call = last - kOfEvidence; call <= last; ++call) {
+        SCOPED_TRACE(call);
+        const ProcessResult run = runWithoutMemory(arguments, call);
+        if (run.exitStatus == 1) {
+            EXPECT_EQ(run.out, expected.out);
+        } else {
+            expectOneLine(run, kExitNoAnswer, {"tallow: "});
+            ++failures;
+        }
+    }
+    EXPECT_GT(failures, 0);
+#else
+    GTEST_SKIP() << "the sanitizers have their own malloc";
+#endif
+}
+
 }  // namespace

@@ -160,7 +160,9 @@ void tellOf(const CrlFindings& findings) noexcept {
     try {
         tellWords(findings);
     } catch (const std::bad_alloc&) {
-        // A message will say less; the verdict is the same.
+        CRYPTO_NOTE lost{};
+        lost.dwKind = CRYPTO_NOTE_LOST;
+        tell(lost);
     }
 }
 
