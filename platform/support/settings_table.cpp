@@ -1,5 +1,7 @@
 #include "platform/support/settings_table.h"
 
+#include <new>
+
 #include "platform/support/support_service.h"
 
 namespace tallow::platform {
@@ -24,18 +26,28 @@ TextValue textValueOf(const setting::Text& text) {
     using Source = TextValue::Source;
     const auto read =
         text.type == SettingType::kTexts ? support_registry_get_multi_string : support_registry_get_string;
-    std::size_t size = 0;
-    if (const int error = read(text.path.text(), &size, nullptr); error != 0) {
-        const bool isAbsent = error == static_cast<int>(ERROR_FILE_NOT_FOUND);
-        return {isAbsent ? Source::kDefault : Source::kUnreadable,
-                std::string(isAbsent ? text.byDefault.value_or("") : "")};
+    constexpr int kMostTries = 100;  // another thread may open files with a longer text between the two reads
+    for (int i = 0; i < kMostTries; ++i) {
+        std::size_t size = 0;
+        if (const int error = read(text.path.text(), &size, nullptr); error != 0) {
+            const bool isAbsent = error == static_cast<int>(ERROR_FILE_NOT_FOUND);
+            return {isAbsent ? Source::kDefault : Source::kUnreadable,
+                    std::string(isAbsent ? text.byDefault.value_or("") : "")};
+        }
+        std::string value(size, '\0');  // one byte more is there for the last terminator
+        const int error = read(text.path.text(), &size, value.data());
+        if (error == 0) {
+            value.resize(size);  // or with a shorter one
+            return {Source::kFile, value};
+        }
+        if (error == static_cast<int>(ERROR_NOT_ENOUGH_MEMORY)) {
+            throw std::bad_alloc();  // stores would pass for unset ones
+        }
+        if (error != static_cast<int>(ERROR_MORE_DATA)) {
+            break;
+        }
     }
-    std::string value(size, '\0');  // one byte more is there for the last terminator
-    if (read(text.path.text(), &size, value.data()) != 0) {
-        return {};
-    }
-    value.resize(size);  // another thread may have opened a file with a shorter text meanwhile
-    return {Source::kFile, value};
+    return {};
 }
 
 std::string textOf(const setting::Text& text) {

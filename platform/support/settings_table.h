@@ -81,6 +81,7 @@ struct TextValue {
     Source source = Source::kUnreadable;
     std::string text;  // empty when it cannot be read, or when it is absent and has no default
 };
+// Throws std::bad_alloc.
 TextValue textValueOf(const setting::Text& text);
 std::string textOf(const setting::Text& text);
 

@@ -3,6 +3,7 @@
 #include <sys/stat.h>
 
 #include <array>
+#include <atomic>
 #include <fstream>
 #include <functional>
 #include <string>
@@ -303,6 +304,29 @@ TEST(SettingsTable, AppliesDefaultsAndBounds) {
     EXPECT_FALSE(platform::flagOf(platform::setting::system_roots, false));
     EXPECT_TRUE(platform::flagOf(platform::setting::refuse_private_addresses, true));
     EXPECT_EQ(platform::textOf(platform::setting::machine_stores), "");
+}
+
+TEST(SettingsTable, ReadsATextWhileFilesWithLongerOnesAreOpened) {
+    const std::string texts[] = {"/a", "/a/longer/one"};
+    const TempDir dir;
+    std::string files[2];
+    for (std::size_t i = 0; i < 2; ++i) {
+        files[i] = dir.write(std::to_string(i), "[crypto]\nuser_stores = '" + texts[i] + "'\n");
+    }
+    const SettingsFile first("[crypto]\nuser_stores = '/a'\n");
+    std::atomic<bool> isDone = false;
+    std::thread opener([&] {
+        for (std::size_t i = 0; i < 4000; ++i) {
+            static_cast<void>(support_settings_open(files[i % 2].c_str()));
+        }
+        isDone = true;
+    });
+    while (!isDone) {
+        const tallow::platform::TextValue value = tallow::platform::textValueOf(tallow::platform::setting::user_stores);
+        EXPECT_EQ(value.source, tallow::platform::TextValue::Source::kFile);
+        EXPECT_TRUE(value.text == texts[0] || value.text == texts[1]) << value.text;
+    }
+    opener.join();
 }
 
 }  // namespace
